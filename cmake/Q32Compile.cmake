@@ -1,0 +1,32 @@
+# The flags that every target of this tree is built with.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "" FORCE)
+endif()
+
+# Floating-point results are part of the behaviour: no contraction, no reassociation.
+add_compile_options(-Wall -Wextra -Wconversion -ffp-contract=off)
+
+# q32_sources(<target> <file>...): sources of this folder. The file's suffix alone decides which
+# instruction set it may use: _avx2.cpp and _avx512.cpp are compiled for those, all else for the
+# baseline processor.
+function(q32_sources target)
+    foreach(file IN LISTS ARGN)
+        target_sources(${target} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/${file}")
+        if(file MATCHES "_avx2\\.cpp$")
+            set_source_files_properties("${CMAKE_CURRENT_SOURCE_DIR}/${file}"
+                TARGET_DIRECTORY ${target} PROPERTIES COMPILE_OPTIONS "-mavx2")
+        elseif(file MATCHES "_avx512\\.cpp$")
+            set_source_files_properties("${CMAKE_CURRENT_SOURCE_DIR}/${file}"
+                TARGET_DIRECTORY ${target} PROPERTIES
+                COMPILE_OPTIONS "-mavx512f;-mavx512bw;-mavx512vl;-mavx512dq;-mavx512vbmi")
+        endif()
+    endforeach()
+endfunction()
