@@ -1,0 +1,56 @@
+#pragma once
+
+#include "q32Base/framework/CFile.h"
+#include "q32Base/framework/CObject.h"
+#include "q32Base/framework/Exceptions.h"
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+
+/// A buffered stream of values into or out of a file, lowest byte first. Reading past the end
+/// raises CArchiveException with `endOfFile`; using it against its direction, with `readOnly` or
+/// `writeOnly`; the file's own failures pass through.
+class Q32_API CArchive {
+public:
+    enum Mode { store = 0, load = 1 };
+
+    /// The file must stay open as long as the archive; it isn't owned.
+    CArchive(CFile* file, Mode mode);
+    /// Closes, but tells no failure; `Close` does.
+    ~CArchive();
+    CArchive(const CArchive&) = delete;
+    CArchive& operator=(const CArchive&) = delete;
+
+    bool IsLoading() const { return m_eMode == load; }
+    bool IsStoring() const { return m_eMode == store; }
+
+    std::size_t Read(void* buffer, std::size_t count);
+    void Write(const void* buffer, std::size_t count);
+    /// Writes what is buffered.
+    void Flush();
+    /// Flushes and lets go of the file.
+    void Close();
+
+    CArchive& operator<<(std::uint8_t value) { return fnPut(value, 1); }
+    CArchive& operator<<(std::uint16_t value) { return fnPut(value, 2); }
+    CArchive& operator<<(std::uint32_t value) { return fnPut(value, 4); }
+    CArchive& operator<<(std::int32_t value) { return fnPut(static_cast<std::uint32_t>(value), 4); }
+    CArchive& operator<<(double value) { return fnPut(std::bit_cast<std::uint64_t>(value), 8); }
+
+    CArchive& operator>>(std::uint8_t& value);
+    CArchive& operator>>(std::uint16_t& value);
+    CArchive& operator>>(std::uint32_t& value);
+    CArchive& operator>>(std::int32_t& value);
+    CArchive& operator>>(double& value);
+
+private:
+    CArchive& fnPut(std::uint64_t value, std::size_t bytes);
+    std::uint64_t fnGet(std::size_t bytes);
+
+    CFile* m_pFile;
+    Mode m_eMode;
+    std::size_t m_nUsed = 0;  ///< storing: bytes not yet written; loading: bytes in the buffer
+    std::size_t m_nTaken = 0; ///< loading: bytes already handed out
+    unsigned char m_Buffer[4096];
+};

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "q32Base/framework/CObject.h"
+#include "q32Base/framework/CString.h"
+#include "q32Base/platform/CqFileService.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+/// A file of the platform in force. Failures raise CFileException, memory failures
+/// CMemoryException.
+class Q32_API CFile : public CObject {
+public:
+    enum OpenFlags : unsigned int {
+        modeRead = 0x0000,
+        modeWrite = 0x0001,
+        modeReadWrite = 0x0002,
+        shareExclusive = 0x0010,
+        shareDenyWrite = 0x0020,
+        shareDenyNone = 0x0040,
+        modeCreate = 0x1000
+    };
+
+    CFile() = default;
+    /// Opens a file by OpenFlags.
+    CFile(const char* fileName, unsigned int flags);
+    /// Closes the file; what could not be written then is not told. `Close` tells it.
+    ~CFile() override;
+
+    /// Opens a file. False, with the cause, on failure.
+    bool Open(const char* fileName, unsigned int flags, CQ_FILE_CAUSE* cause = nullptr);
+
+    /// Reads up to `count` bytes, fewer only at the end; returns the bytes read.
+    virtual std::size_t Read(void* buffer, std::size_t count);
+    virtual void Write(const void* buffer, std::size_t count);
+    /// Moves to `position` bytes from the start.
+    virtual void Seek(std::uint64_t position);
+    virtual std::uint64_t GetLength();
+    virtual void Close();
+
+    const CString& GetFilePath() const { return m_strFileName; }
+
+private:
+    void fnCheck(CQ_FILE_CAUSE cause) const;
+
+    std::unique_ptr<CqFileStream> m_pStream;
+    CString m_strFileName;
+};
+
+/// A file that lies in memory and grows as it is written.
+class Q32_API CMemFile : public CFile {
+public:
+    CMemFile() = default;
+    /// Stands at the start of a copy of `count` bytes.
+    CMemFile(const void* bytes, std::size_t count);
+    ~CMemFile() override;
+
+    std::size_t Read(void* buffer, std::size_t count) override;
+    void Write(const void* buffer, std::size_t count) override;
+    void Seek(std::uint64_t position) override;
+    std::uint64_t GetLength() override { return m_nLength; }
+    void Close() override {}
+
+    const unsigned char* GetData() const { return m_pBytes; }
+
+private:
+    void fnGrow(std::size_t needed);
+
+    unsigned char* m_pBytes = nullptr;
+    std::size_t m_nLength = 0;
+    std::size_t m_nCapacity = 0;
+    std::size_t m_nPosition = 0;
+};

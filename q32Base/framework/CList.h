@@ -1,0 +1,128 @@
+#pragma once
+
+#include "q32Base/framework/CObject.h"
+#include "q32Base/framework/CPlex.h"
+
+#include <cassert>
+#include <new>
+#include <utility>
+
+/// A place in a CList; null means none.
+using POSITION = struct POSITION__*;
+
+/// A two-way list whose nodes are cut from blocks of `blockSize`. Removed nodes are used again, so
+/// that adding and removing in turn doesn't allocate; when the list gets empty, its blocks are
+/// freed.
+template <typename TYPE, typename ARG_TYPE>
+class CList : public CObject {
+public:
+    explicit CList(int blockSize = 10) : m_nBlockSize(blockSize) { assert(blockSize > 0); }
+    ~CList() override { RemoveAll(); }
+
+    int GetCount() const { return m_nCount; }
+    bool IsEmpty() const { return m_nCount == 0; }
+
+    POSITION GetHeadPosition() const { return fnPosition(m_pHead); }
+    POSITION GetTailPosition() const { return fnPosition(m_pTail); }
+    /// The element at `position`, which moves to the next one.
+    TYPE& GetNext(POSITION& position) {
+        Node* node = fnNode(position);
+        position = fnPosition(node->m_pNext);
+        return node->m_Value;
+    }
+    const TYPE& GetNext(POSITION& position) const {
+        const Node* node = fnNode(position);
+        position = fnPosition(node->m_pNext);
+        return node->m_Value;
+    }
+    TYPE& GetAt(POSITION position) { return fnNode(position)->m_Value; }
+    const TYPE& GetAt(POSITION position) const { return fnNode(position)->m_Value; }
+
+    /// Appends at the tail. Raises the memory exception; the list is then as it was.
+    POSITION AddTail(ARG_TYPE value) {
+        Node* node = fnNewNode(value);
+        node->m_pPrevious = m_pTail;
+        (m_pTail ? m_pTail->m_pNext : m_pHead) = node;
+        m_pTail = node;
+        return fnPosition(node);
+    }
+    POSITION AddHead(ARG_TYPE value) {
+        Node* node = fnNewNode(value);
+        node->m_pNext = m_pHead;
+        (m_pHead ? m_pHead->m_pPrevious : m_pTail) = node;
+        m_pHead = node;
+        return fnPosition(node);
+    }
+
+    /// First place from the head with an equal element; null when there is none.
+    POSITION Find(ARG_TYPE value) const {
+        for (Node* node = m_pHead; node; node = node->m_pNext) {
+            if (node->m_Value == value)
+                return fnPosition(node);
+        }
+        return nullptr;
+    }
+
+    void RemoveAt(POSITION position) {
+        Node* node = fnNode(position);
+        (node->m_pPrevious ? node->m_pPrevious->m_pNext : m_pHead) = node->m_pNext;
+        (node->m_pNext ? node->m_pNext->m_pPrevious : m_pTail) = node->m_pPrevious;
+        node->~Node();
+        node->m_pNext = m_pFree;
+        m_pFree = node;
+        if (--m_nCount == 0)
+            fnFreeBlocks();
+    }
+
+    void RemoveAll() {
+        for (Node* node = m_pHead; node;) {
+            Node* next = node->m_pNext;
+            node->~Node();
+            node = next;
+        }
+        m_nCount = 0;
+        fnFreeBlocks();
+    }
+
+private:
+    struct Node {
+        Node* m_pNext;
+        Node* m_pPrevious;
+        TYPE m_Value;
+    };
+
+    static POSITION fnPosition(Node* node) { return reinterpret_cast<POSITION>(node); }
+    static Node* fnNode(POSITION position) { return reinterpret_cast<Node*>(position); }
+
+    Node* fnNewNode(ARG_TYPE value) {
+        if (!m_pFree) {
+            CPlex* block =
+                CPlex::Create(m_pBlocks, static_cast<std::size_t>(m_nBlockSize), sizeof(Node));
+            auto* nodes = static_cast<Node*>(block->data());
+            for (int i = m_nBlockSize - 1; i >= 0; --i) {
+                nodes[i].m_pNext = m_pFree;
+                m_pFree = &nodes[i];
+            }
+        }
+        Node* node = m_pFree;
+        Node* nextFree = node->m_pNext;
+        new (node) Node{nullptr, nullptr, value};
+        m_pFree = nextFree;
+        ++m_nCount;
+        return node;
+    }
+
+    void fnFreeBlocks() {
+        m_pHead = m_pTail = m_pFree = nullptr;
+        if (m_pBlocks)
+            m_pBlocks->FreeDataChain();
+        m_pBlocks = nullptr;
+    }
+
+    Node* m_pHead = nullptr;
+    Node* m_pTail = nullptr;
+    Node* m_pFree = nullptr;
+    CPlex* m_pBlocks = nullptr;
+    int m_nCount = 0;
+    int m_nBlockSize;
+};

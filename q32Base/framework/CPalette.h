@@ -1,0 +1,32 @@
+#pragma once
+
+#include "q32Base/framework/CObject.h"
+#include "q32Base/platform/CqScreenService.h"
+
+#include <memory>
+
+/// A palette of the screen, or none. Owns the object that it stands for.
+class Q32_API CPalette : public CObject {
+public:
+    CPalette() = default;
+    ~CPalette() override = default;
+
+    /// Makes a palette by the platform in force; this object must stand for none. False on failure,
+    /// memory included.
+    bool CreatePalette(const LOGPALETTE* palette);
+    bool HasHandle() const { return m_pObject != nullptr; }
+    /// Deletes the palette. False when there was none.
+    bool DeleteObject();
+    /// Entries of the palette, as a 16-bit count; 0 without a palette.
+    WORD GetEntryCount() const;
+    /// Copies entries out, as far as there are; returns how many.
+    UINT GetPaletteEntries(UINT first, UINT count, PALETTEENTRY* entries) const;
+    /// Replaces entries, as far as there are; returns how many.
+    UINT SetPaletteEntries(UINT first, UINT count, const PALETTEENTRY* entries);
+
+    /// The screen's object; null when there is none.
+    CqPaletteObject* GetObject() const { return m_pObject.get(); }
+
+private:
+    std::unique_ptr<CqPaletteObject> m_pObject;
+};

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "q32Base/platform/Export.h"
+#include "q32Base/platform/Records.h"
+
+#include <cstdint>
+
+/// A moment in whole seconds since 1970-01-01 00:00 UTC.
+class Q32_API CTime {
+public:
+    CTime() = default;
+    explicit CTime(std::int64_t seconds) : m_nTime(seconds) {}
+
+    std::int64_t GetTime() const { return m_nTime; }
+    /// Local time by the platform in force. False when it can't be told, for moments before 1970
+    /// among others.
+    bool GetAsSystemTime(SYSTEMTIME& time) const;
+
+    bool operator==(const CTime& other) const { return m_nTime == other.m_nTime; }
+
+private:
+    std::int64_t m_nTime = 0;
+};

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "q32Base/framework/CObject.h"
+#include "q32Base/framework/CString.h"
+#include "q32Base/platform/CqFileService.h"
+
+/// Base of the failures. They are thrown as pointers; whoever catches one and does not rethrow it
+/// ends it with `Delete()`.
+class Q32_API CException : public CObject {
+public:
+    static const CRuntimeClass classCException;
+    const CRuntimeClass* GetRuntimeClass() const override;
+
+    /// Ends the exception: frees it if it was made for one throw.
+    void Delete();
+
+protected:
+    explicit CException(bool autoDelete) : m_bAutoDelete(autoDelete) {}
+
+private:
+    bool m_bAutoDelete;
+};
+
+/// Memory, or room for pixels, has run out. Preallocated: raising it allocates nothing.
+class Q32_API CMemoryException final : public CException {
+public:
+    static const CRuntimeClass classCMemoryException;
+    const CRuntimeClass* GetRuntimeClass() const override;
+    CMemoryException() : CException(false) {}
+};
+
+/// A resource is missing or of a kind that can't be read. Preallocated.
+class Q32_API CResourceException final : public CException {
+public:
+    static const CRuntimeClass classCResourceException;
+    const CRuntimeClass* GetRuntimeClass() const override;
+    CResourceException() : CException(false) {}
+};
+
+/// A file could not be used.
+class Q32_API CFileException final : public CException {
+public:
+    static const CRuntimeClass classCFileException;
+    const CRuntimeClass* GetRuntimeClass() const override;
+    CFileException(CQ_FILE_CAUSE cause, const char* fileName);
+
+    CQ_FILE_CAUSE m_cause;
+    CString m_strFileName;
+};
+
+/// An archive ended early or was used against its direction.
+class Q32_API CArchiveException final : public CException {
+public:
+    enum CAUSE { none, genericException, readOnly, endOfFile, writeOnly };
+
+    static const CRuntimeClass classCArchiveException;
+    const CRuntimeClass* GetRuntimeClass() const override;
+    explicit CArchiveException(CAUSE cause) : CException(true), m_cause(cause) {}
+
+    CAUSE m_cause;
+};
+
+[[noreturn]] Q32_API void AfxThrowMemoryException();
+[[noreturn]] Q32_API void AfxThrowResourceException();
+[[noreturn]] Q32_API void AfxThrowFileException(CQ_FILE_CAUSE cause,
+                                                const char* fileName = nullptr);
+[[noreturn]] Q32_API void AfxThrowArchiveException(CArchiveException::CAUSE cause);

@@ -1,0 +1,71 @@
+/// @file
+/// CPoint, CSize and CRect: the platform's records with operations. Layouts are the records'.
+#pragma once
+
+#include "q32Base/platform/Records.h"
+
+#include <algorithm>
+
+class CSize : public SIZE {
+public:
+    CSize() : SIZE{0, 0} {}
+    CSize(LONG width, LONG height) : SIZE{width, height} {}
+    CSize(const SIZE& size) : SIZE(size) {}
+
+    bool operator==(const SIZE& other) const { return cx == other.cx && cy == other.cy; }
+};
+
+class CPoint : public POINT {
+public:
+    CPoint() : POINT{0, 0} {}
+    CPoint(LONG px, LONG py) : POINT{px, py} {}
+    CPoint(const POINT& point) : POINT(point) {}
+
+    bool operator==(const POINT& other) const { return x == other.x && y == other.y; }
+    void Offset(LONG dx, LONG dy) {
+        x += dx;
+        y += dy;
+    }
+};
+
+/// A rectangle; right and bottom lie outside. Empty means a width or height of 0 or less.
+class CRect : public RECT {
+public:
+    CRect() : RECT{0, 0, 0, 0} {}
+    CRect(LONG l, LONG t, LONG r, LONG b) : RECT{l, t, r, b} {}
+    CRect(const RECT& rect) : RECT(rect) {}
+    CRect(const POINT& corner, const SIZE& size)
+        : RECT{corner.x, corner.y, corner.x + size.cx, corner.y + size.cy} {}
+
+    LONG Width() const { return right - left; }
+    LONG Height() const { return bottom - top; }
+    CSize Size() const { return {Width(), Height()}; }
+    CPoint TopLeft() const { return {left, top}; }
+    bool IsRectEmpty() const { return right <= left || bottom <= top; }
+    bool PtInRect(const POINT& p) const {
+        return p.x >= left && p.x < right && p.y >= top && p.y < bottom;
+    }
+
+    void SetRect(LONG l, LONG t, LONG r, LONG b) { *this = CRect(l, t, r, b); }
+    void SetRectEmpty() { *this = CRect(); }
+    void OffsetRect(LONG dx, LONG dy) {
+        *this = CRect(left + dx, top + dy, right + dx, bottom + dy);
+    }
+    void InflateRect(LONG dx, LONG dy) {
+        *this = CRect(left - dx, top - dy, right + dx, bottom + dy);
+    }
+    /// Becomes what `a` and `b` share; all zero, and the result false, if that is nothing.
+    bool IntersectRect(const RECT& a, const RECT& b) {
+        const CRect shared(std::max(a.left, b.left), std::max(a.top, b.top),
+                           std::min(a.right, b.right), std::min(a.bottom, b.bottom));
+        const bool any =
+            !CRect(a).IsRectEmpty() && !CRect(b).IsRectEmpty() && !shared.IsRectEmpty();
+        *this = any ? shared : CRect();
+        return any;
+    }
+    bool operator==(const RECT& o) const {
+        return left == o.left && top == o.top && right == o.right && bottom == o.bottom;
+    }
+};
+
+static_assert(sizeof(CSize) == 8 && sizeof(CPoint) == 8 && sizeof(CRect) == 16);

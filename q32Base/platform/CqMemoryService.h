@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+/// Address space and memory in whole ranges, for the library's large blocks.
+/// Called on the host's thread. Nothing here throws.
+class CqMemoryService {
+public:
+    virtual ~CqMemoryService() = default;
+
+    /// Reserves `size` bytes of address space, page-aligned. Null on failure, and for a size of 0.
+    virtual void* fnReserve(std::size_t size) = 0;
+
+    /// Makes a whole reserved range usable, zeroed, for reading and writing. False on failure: the
+    /// range then stays reserved.
+    virtual bool fnCommit(void* address, std::size_t size) = 0;
+
+    /// Gives the memory of a committed range back; the address space stays reserved.
+    virtual void fnDecommit(void* address, std::size_t size) = 0;
+
+    /// Gives a reserved range back. A null address is refused: false, and nothing happens.
+    virtual bool fnRelease(void* address, std::size_t size) = 0;
+
+    /// Physical memory of the machine in bytes.
+    virtual std::uint64_t fnGetPhysicalBytes() = 0;
+};

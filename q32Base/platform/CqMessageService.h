@@ -1,0 +1,23 @@
+#pragma once
+
+#include "q32Base/platform/Records.h"
+
+#include <string>
+
+/// Message boxes and the system's errors. Boxes belong to the thread of the user interface.
+class CqMessageService {
+public:
+    virtual ~CqMessageService() = default;
+
+    /// Shows a box and waits for its answer.
+    /// @param style    MB_ bits: buttons and icon
+    /// @param caption  the application's name; null when there is no application
+    /// @return IDOK, IDCANCEL, IDYES or IDNO; 0 when no box could be shown
+    virtual int fnShowBox(const char* text, UINT style, const char* caption) = 0;
+
+    /// Code of the last system error of this thread; 0 for none.
+    virtual DWORD fnGetLastError() = 0;
+
+    /// The system's text for an error code, in the user's language. False when there is none.
+    virtual bool fnFormatError(DWORD code, std::string& text) = 0;
+};

@@ -1,0 +1,56 @@
+#include "q32Base/platform/CqPlatform.h"
+
+#include <algorithm>
+#include <cassert>
+#include <optional>
+#include <utility>
+
+namespace {
+
+std::optional<CqPlatform> thePlatform;
+std::shared_ptr<CqMessageService> theMessages;
+
+} // namespace
+
+bool CqPlatform::fnIsComplete() const {
+    return m_pMemory && m_pScratch && m_pFiles && m_pScreen && m_pMessages && m_pKeyboard &&
+           m_pResources && m_pWaveOut && m_pMixers && m_pLocale && m_pWindows;
+}
+
+void q32SetMessageService(std::shared_ptr<CqMessageService> messages) {
+    theMessages = std::move(messages);
+}
+
+namespace q32 {
+
+const CqPlatform& fnPlatform() {
+    assert(thePlatform && "the library is not attached");
+    return *thePlatform;
+}
+
+bool fnHasPlatform() {
+    return thePlatform.has_value();
+}
+
+void fnSetPlatform(CqPlatform platform) {
+    theMessages = platform.m_pMessages;
+    thePlatform = std::move(platform);
+}
+
+void fnClearPlatform() {
+    thePlatform.reset();
+}
+
+CqMessageService* fnMessageService() {
+    return theMessages.get();
+}
+
+} // namespace q32
+
+UINT CqPaletteObject::fnSetEntries(UINT first, UINT count, const PALETTEENTRY* entries) {
+    if (first >= m_Entries.size())
+        return 0;
+    const UINT taken = std::min(count, static_cast<UINT>(m_Entries.size()) - first);
+    std::copy_n(entries, taken, m_Entries.begin() + first);
+    return taken;
+}

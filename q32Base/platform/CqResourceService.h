@@ -1,0 +1,38 @@
+#pragma once
+
+#include "q32Base/platform/Records.h"
+
+#include <cstddef>
+#include <string>
+
+/// Names a resource type or a resource: by number, or by name when `m_szName` isn't null (case does
+/// not count).
+struct CqResourceId {
+    CqResourceId(WORD number) : m_nNumber(number) {}
+    CqResourceId(const char* name) : m_szName(name) {}
+
+    WORD m_nNumber = 0;
+    const char* m_szName = nullptr;
+};
+
+/// A resource's bytes. They belong to the service and stay until the resource is taken away.
+struct CqResourceData {
+    const void* m_pBytes = nullptr;
+    std::size_t m_nSize = 0;
+};
+
+/// What hosts compile into their modules: bitmaps, sounds, strings, version.
+/// Called on the host's thread. May throw std::bad_alloc.
+class CqResourceService {
+public:
+    virtual ~CqResourceService() = default;
+
+    /// Finds a resource in a module, or in all of the host's modules in their order for null.
+    /// False when it is missing.
+    virtual bool fnFind(HINSTANCE module, CqResourceId type, CqResourceId name,
+                        CqResourceData& data) = 0;
+
+    /// Loads an entry of a module's string table, or of the host's for null. False when it is
+    /// missing.
+    virtual bool fnLoadString(HINSTANCE module, UINT id, std::string& text) = 0;
+};

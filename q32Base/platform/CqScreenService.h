@@ -1,0 +1,66 @@
+#pragma once
+
+#include "q32Base/platform/Records.h"
+
+#include <memory>
+#include <vector>
+
+class CDC;
+class CWnd;
+
+/// A palette as the screen holds it: up to 65,535 entries. Kept by a CPalette.
+class CqPaletteObject {
+public:
+    explicit CqPaletteObject(std::vector<PALETTEENTRY> entries) : m_Entries(std::move(entries)) {}
+    virtual ~CqPaletteObject() = default;
+
+    const std::vector<PALETTEENTRY>& fnGetEntries() const { return m_Entries; }
+
+    /// Replaces entries from `first` on; what would pass the end is dropped. Returns the entries
+    /// replaced.
+    virtual UINT fnSetEntries(UINT first, UINT count, const PALETTEENTRY* entries);
+
+private:
+    std::vector<PALETTEENTRY> m_Entries;
+};
+
+/// A set of pixels as the screen holds it. Kept by a CRgn.
+class CqRegionObject {
+public:
+    virtual ~CqRegionObject() = default;
+
+    /// This region becomes `a` combined with `b` by an RGN_ mode; either may be this one. False on
+    /// failure, with this region unchanged.
+    virtual bool fnCombine(const CqRegionObject& a, const CqRegionObject& b, int mode) = 0;
+    /// The region as rectangles that don't overlap, in rows from the top, left to right in a row.
+    virtual std::vector<RECT> fnGetRects() const = 0;
+};
+
+/// The screen: device contexts, finished rows, palettes and regions.
+/// Called on the host's thread. May throw std::bad_alloc; all else is told by the result.
+class CqScreenService {
+public:
+    virtual ~CqScreenService() = default;
+
+    /// A device context of a window's client area, or of the whole screen for null. Null on
+    /// failure. It belongs to the service and goes back with `fnReleaseDC`.
+    virtual CDC* fnGetDC(CWnd* window) = 0;
+    virtual void fnReleaseDC(CWnd* window, CDC* dc) = 0;
+
+    /// Puts rows of a bitmap on a device.
+    /// @param header  a BITMAPINFOHEADER with its colour table behind it; a positive height means
+    /// rows from the bottom up
+    /// @param bits    the rows from `startScan` on, each padded to four bytes
+    /// @param use     DIB_RGB_COLORS, or DIB_PAL_COLORS: the table holds 16-bit indices into the
+    /// palette that
+    ///                the device context has selected
+    /// @return the scans taken; 0 for a null `dc`; -1 on failure
+    virtual int fnSetDIBitsToDevice(CDC* dc, int x, int y, UINT width, UINT height, int sourceX,
+                                    int sourceY, UINT startScan, UINT scans, const void* bits,
+                                    const BITMAPINFOHEADER* header, UINT use) = 0;
+
+    /// Null on failure.
+    virtual std::unique_ptr<CqPaletteObject> fnCreatePalette(const LOGPALETTE& palette) = 0;
+    /// Null on failure. An empty or turned rectangle gives an empty region.
+    virtual std::unique_ptr<CqRegionObject> fnCreateRectRegion(const RECT& rect) = 0;
+};

@@ -1,0 +1,210 @@
+/// @file
+/// The platform's published records and numbers, with their published layouts. On Windows they are
+/// the system's own; elsewhere they stand here. Only what the library's signatures and rules name.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#if defined(_WIN32)
+#include <shlwapi.h>
+#include <windows.h>
+#else
+
+using BYTE = std::uint8_t;
+using WORD = std::uint16_t;
+using DWORD = std::uint32_t;
+using LONG = std::int32_t;
+using UINT = std::uint32_t;
+using HRESULT = std::int32_t;
+using COLORREF = std::uint32_t;
+using WPARAM = std::uintptr_t;
+using LPARAM = std::intptr_t;
+using LRESULT = std::intptr_t;
+
+/// A loaded module, by which resources are found. Opaque: only a resource service knows what it is.
+using HINSTANCE = struct HINSTANCE__*;
+
+/// One colour of a bitmap's table: blue first.
+struct tagRGBQUAD {
+    BYTE rgbBlue;
+    BYTE rgbGreen;
+    BYTE rgbRed;
+    BYTE rgbReserved;
+};
+using RGBQUAD = tagRGBQUAD;
+
+/// One colour of a palette object: red first.
+struct tagPALETTEENTRY {
+    BYTE peRed;
+    BYTE peGreen;
+    BYTE peBlue;
+    BYTE peFlags;
+};
+using PALETTEENTRY = tagPALETTEENTRY;
+
+/// Head of a palette description; palNumEntries entries follow from palPalEntry on.
+struct tagLOGPALETTE {
+    WORD palVersion;
+    WORD palNumEntries;
+    PALETTEENTRY palPalEntry[1];
+};
+using LOGPALETTE = tagLOGPALETTE;
+
+/// Head of a device-independent bitmap: 40 bytes, then the colour table or the three masks.
+struct tagBITMAPINFOHEADER {
+    DWORD biSize;
+    LONG biWidth;
+    LONG biHeight; ///< above 0: rows stored from the bottom up
+    WORD biPlanes;
+    WORD biBitCount;
+    DWORD biCompression;
+    DWORD biSizeImage;
+    LONG biXPelsPerMeter;
+    LONG biYPelsPerMeter;
+    DWORD biClrUsed;
+    DWORD biClrImportant;
+};
+using BITMAPINFOHEADER = tagBITMAPINFOHEADER;
+
+#pragma pack(push, 1)
+/// Format of PCM sound; 18 bytes, packed as published.
+struct tWAVEFORMATEX {
+    WORD wFormatTag;
+    WORD nChannels;
+    DWORD nSamplesPerSec;
+    DWORD nAvgBytesPerSec;
+    WORD nBlockAlign;
+    WORD wBitsPerSample;
+    WORD cbSize;
+};
+#pragma pack(pop)
+using WAVEFORMATEX = tWAVEFORMATEX;
+
+/// One block handed to the sound device. The pointers have the machine's width.
+struct wavehdr_tag {
+    char* lpData;
+    DWORD dwBufferLength;
+    DWORD dwBytesRecorded;
+    std::uintptr_t dwUser;
+    DWORD dwFlags;
+    DWORD dwLoops;
+    wavehdr_tag* lpNext;
+    std::uintptr_t reserved;
+};
+using WAVEHDR = wavehdr_tag;
+
+/// 64 bits in two halves, for byte counts of disks.
+union ULARGE_INTEGER {
+    struct {
+        DWORD LowPart;
+        DWORD HighPart;
+    };
+    struct {
+        DWORD LowPart;
+        DWORD HighPart;
+    } u;
+    std::uint64_t QuadPart;
+};
+
+struct SYSTEMTIME {
+    WORD wYear;
+    WORD wMonth; ///< 1 to 12
+    WORD wDayOfWeek;
+    WORD wDay; ///< 1 to 31
+    WORD wHour;
+    WORD wMinute;
+    WORD wSecond;
+    WORD wMilliseconds;
+};
+
+/// What a module answers of its version.
+struct DLLVERSIONINFO {
+    DWORD cbSize;
+    DWORD dwMajorVersion;
+    DWORD dwMinorVersion;
+    DWORD dwBuildNumber;
+    DWORD dwPlatformID;
+};
+
+struct tagPOINT {
+    LONG x;
+    LONG y;
+};
+using POINT = tagPOINT;
+
+struct tagSIZE {
+    LONG cx;
+    LONG cy;
+};
+using SIZE = tagSIZE;
+
+/// A rectangle; right and bottom lie outside.
+struct tagRECT {
+    LONG left;
+    LONG top;
+    LONG right;
+    LONG bottom;
+};
+using RECT = tagRECT;
+
+inline constexpr DWORD BI_RGB = 0;
+inline constexpr DWORD BI_RLE8 = 1;
+inline constexpr DWORD BI_RLE4 = 2;
+inline constexpr DWORD BI_BITFIELDS = 3;
+
+inline constexpr UINT DIB_RGB_COLORS = 0;
+inline constexpr UINT DIB_PAL_COLORS = 1;
+
+inline constexpr int HORZRES = 8;
+inline constexpr int VERTRES = 10;
+inline constexpr int BITSPIXEL = 12;
+inline constexpr int LOGPIXELSX = 88;
+inline constexpr int LOGPIXELSY = 90;
+
+inline constexpr int RGN_AND = 1;
+inline constexpr int RGN_OR = 2;
+inline constexpr int RGN_XOR = 3;
+inline constexpr int RGN_DIFF = 4;
+inline constexpr int RGN_COPY = 5;
+
+inline constexpr UINT MB_OK = 0;
+inline constexpr UINT MB_OKCANCEL = 1;
+inline constexpr UINT MB_YESNOCANCEL = 3;
+inline constexpr UINT MB_YESNO = 4;
+inline constexpr UINT MB_ICONHAND = 0x10;
+inline constexpr UINT MB_ICONQUESTION = 0x20;
+inline constexpr UINT MB_ICONEXCLAMATION = 0x30;
+inline constexpr UINT MB_ICONASTERISK = 0x40;
+inline constexpr UINT MB_ICONMASK = 0x70;
+
+inline constexpr int IDOK = 1;
+inline constexpr int IDCANCEL = 2;
+inline constexpr int IDYES = 6;
+inline constexpr int IDNO = 7;
+
+inline constexpr WORD RT_BITMAP_ID = 2;
+inline constexpr WORD RT_STRING_ID = 6;
+inline constexpr WORD RT_VERSION_ID = 16;
+
+inline constexpr int VK_ESCAPE = 27;
+inline constexpr UINT WM_ERASEBKGND = 0x14;
+inline constexpr UINT WM_KEYDOWN = 0x100;
+inline constexpr UINT WM_KEYUP = 0x101;
+inline constexpr UINT WM_CHAR = 0x102;
+inline constexpr UINT WM_KEYFIRST = 0x100;
+inline constexpr UINT WM_KEYLAST = 0x108;
+
+#endif
+
+static_assert(sizeof(RGBQUAD) == 4 && offsetof(RGBQUAD, rgbRed) == 2);
+static_assert(sizeof(PALETTEENTRY) == 4 && offsetof(PALETTEENTRY, peBlue) == 2);
+static_assert(sizeof(LOGPALETTE) == 8 && offsetof(LOGPALETTE, palPalEntry) == 4);
+static_assert(sizeof(BITMAPINFOHEADER) == 40 && offsetof(BITMAPINFOHEADER, biBitCount) == 14 &&
+              offsetof(BITMAPINFOHEADER, biCompression) == 16 &&
+              offsetof(BITMAPINFOHEADER, biClrUsed) == 32);
+static_assert(sizeof(WAVEFORMATEX) == 18 && offsetof(WAVEFORMATEX, nBlockAlign) == 12);
+static_assert(sizeof(WAVEHDR) == 16 + 4 * sizeof(void*) &&
+              offsetof(WAVEHDR, dwFlags) == 8 + 2 * sizeof(void*));
+static_assert(sizeof(ULARGE_INTEGER) == 8 && sizeof(SYSTEMTIME) == 16);
+static_assert(sizeof(DLLVERSIONINFO) == 20 && sizeof(RECT) == 16);
