@@ -30,3 +30,12 @@ function(q32_sources target)
         endif()
     endforeach()
 endfunction()
+
+# q32_folders(<folder>...): adds those that have a CMakeLists.txt.
+function(q32_folders)
+    foreach(folder IN LISTS ARGN)
+        if(EXISTS "${CMAKE_CURRENT_SOURCE_DIR}/${folder}/CMakeLists.txt")
+            add_subdirectory(${folder})
+        endif()
+    endforeach()
+endfunction()
