@@ -1,0 +1,93 @@
+#pragma once
+
+#include "q32Base/platform/Export.h"
+#include "q32Base/platform/Records.h"
+
+class CArchive;
+
+/// The hue of a colour that has none: black, white and every grey.
+inline constexpr int HSB_UNDEFINED_HUE = 32767;
+
+/// The library's one colour value: eight bits each of alpha, red, green and blue.
+///
+/// The four bytes stand next to each other, alpha first. `operator==` between two colours counts
+/// alpha, while `fnIsEqual(other, false)` and the comparison with an RGBQUAD don't.
+class Q32_API CqColor {
+public:
+    enum VIDEO_TYPE { VIDEO_PAL = 0, VIDEO_NTSC = 1 };
+
+    /// Opaque black.
+    CqColor() = default;
+    CqColor(const CqColor&) = default;
+    /// Opaque; the record's fourth byte is dropped.
+    CqColor(const RGBQUAD& quad) { *this = quad; }
+    CqColor(const PALETTEENTRY& entry) { *this = entry; }
+    /// Opaque, from red in bits 0 to 7, green in bits 8 to 15 and blue in bits 16 to 23.
+    CqColor(unsigned long packed) { *this = packed; }
+    CqColor(unsigned char red, unsigned char green, unsigned char blue, unsigned char alpha)
+        : m_Alpha(alpha), m_Red(red), m_Green(green), m_Blue(blue) {}
+
+    void operator=(const CqColor& other) {
+        fnSet(other.m_Red, other.m_Green, other.m_Blue, other.m_Alpha);
+    }
+    void operator=(const RGBQUAD& quad) { fnSet(quad.rgbRed, quad.rgbGreen, quad.rgbBlue, 255); }
+    void operator=(const PALETTEENTRY& entry) {
+        fnSet(entry.peRed, entry.peGreen, entry.peBlue, 255);
+    }
+    void operator=(unsigned long packed) {
+        fnSet(static_cast<BYTE>(packed), static_cast<BYTE>(packed >> 8),
+              static_cast<BYTE>(packed >> 16), 255);
+    }
+
+    /// Red in bits 0 to 7, green in bits 8 to 15, blue in bits 16 to 23; alpha is not part of it.
+    operator unsigned long() const {
+        return m_Red | static_cast<unsigned long>(m_Green) << 8 |
+               static_cast<unsigned long>(m_Blue) << 16;
+    }
+
+    bool operator==(const CqColor& other) const { return fnIsEqual(other, true); }
+    bool operator!=(const CqColor& other) const { return !fnIsEqual(other, true); }
+    /// Compares red, green and blue. The pointer must be valid.
+    bool operator==(const RGBQUAD* quad) const {
+        return m_Red == quad->rgbRed && m_Green == quad->rgbGreen && m_Blue == quad->rgbBlue;
+    }
+    bool operator!=(const RGBQUAD* quad) const { return !(*this == quad); }
+    bool fnIsEqual(const CqColor& other, bool compareAlpha) const {
+        return m_Red == other.m_Red && m_Green == other.m_Green && m_Blue == other.m_Blue &&
+               (!compareAlpha || m_Alpha == other.m_Alpha);
+    }
+
+    /// A copy with red, green and blue multiplied by `factor`, truncated and cut to 0 to 255; a
+    /// negative factor counts as 0. Alpha stays.
+    CqColor operator*(double factor);
+    void operator*=(double factor);
+
+    /// Sets red, green and blue from hue (degrees), saturation and brightness (0 to 255). Nothing
+    /// is refused: results wrap at eight bits. The undefined hue gives the grey of that brightness.
+    /// Alpha stays.
+    void fnAssignFromHSB(int hue, int saturation, int brightness);
+    /// Hue in degrees, 0 to 360 inclusive, or HSB_UNDEFINED_HUE; saturation and brightness 0 to
+    /// 255.
+    void fnConvertToHSB(int& hue, int& saturation, int& brightness) const;
+
+    /// Darkens the colour, with its proportions kept, if a composite television signal couldn't
+    /// carry it. True when it was safe already. Uses the YIQ (NTSC) or YUV (PAL, every other value)
+    /// transform with four-digit weights.
+    bool fnEnsureVideoSafe(VIDEO_TYPE type);
+
+    /// Four bytes: alpha, red, green, blue. The archive's failures pass through.
+    virtual void fnSerialize(CArchive& archive);
+
+    unsigned char m_Alpha = 255;
+    unsigned char m_Red = 0;
+    unsigned char m_Green = 0;
+    unsigned char m_Blue = 0;
+
+private:
+    void fnSet(BYTE red, BYTE green, BYTE blue, BYTE alpha) {
+        m_Alpha = alpha;
+        m_Red = red;
+        m_Green = green;
+        m_Blue = blue;
+    }
+};

@@ -1,0 +1,108 @@
+#pragma once
+
+#include "q32Base/image/CqColor.h"
+#include "q32Base/platform/Export.h"
+
+#include <cstdint>
+
+class CDC;
+class CqTileMap;
+
+/// A whole image row as one piece of memory, although it lies cut up over a row of tiles. It lives
+/// on the stack and is placed with `CqImage::fnAccessLine`.
+///
+/// Buffered, it copies the row into `LineBuffer`; opened for writing, it copies it back when it
+/// moves on or goes. Memoryless, it holds no buffer: the caller walks the row with
+/// `fnStartSegment`, `fnSetPixel` and `fnNextPixel`.
+///
+///     CqImageLine line;
+///     for (std::uint32_t y = 0; y < image.Height; ++y) {
+///         image.fnAccessLine(y, &line, false);
+///         // change line.LineBuffer
+///     } // the last row is written back here
+///
+/// With a claim, the row is marked as in use; see CqImageTile. An accessor must not change to an
+/// image with a longer row.
+class Q32_API CqImageLine {
+public:
+    explicit CqImageLine(bool memoryless = false, bool claim = false)
+        : Memoryless(memoryless), Claim(claim) {}
+    ~CqImageLine();
+    CqImageLine(const CqImageLine&) = delete;
+    CqImageLine& operator=(const CqImageLine&) = delete;
+
+    bool fnIsMemoryless() const { return Memoryless; }
+    /// Address of the pixel at `SegX`.
+    unsigned char* fnGetPixel() { return SegPixel; }
+
+    /// Writes the buffer back into the tiles, if the accessor stands on a row; `ReadOnly` isn't
+    /// looked at.
+    void fnFlush();
+    /// Lets go: writes back unless read-only, frees the buffer, gives the claim back.
+    void fnUnAssociate();
+
+    /// Sets pixels of the buffer. `start` and `count` must lie inside the row. At 4 bits a fill
+    /// from an odd pixel begins one pixel late, and `count / 2` whole bytes are set, then a high
+    /// nibble if `count` is odd.
+    void fnFillColor(const CqColor& color, unsigned int start, unsigned int count);
+    /// Mirrors the buffer. 4-bit rows are left alone.
+    void fnReverseLine();
+    /// Swaps the first and third byte of 24-bit pixels, or all four bytes of 32-bit ones; `count`
+    /// with all bits set means up to the end of the row.
+    void fnReversePixel(int start, unsigned int count);
+    /// Converts the first half of a 16-bit row, `Width >> 1` pixels; the second half stays as it
+    /// is, deliberately.
+    /// @param swapOnly  just swap the two bytes
+    /// @param toMap     otherwise: widen 5-5-5 low byte first to 5-6-5 high byte first; false: the
+    /// way back
+    void fnReversePixel(bool swapOnly, bool toMap);
+
+    /// Read and write a pixel of the buffer, two 4-bit pixels to a byte. The 16-bit forms are those
+    /// of CqImage, with their oddities.
+    CqColor fnGetPixelColor(int x) const;
+    void fnSetPixelColor(int x, const CqColor& color);
+
+    /// Starts a walk at x, which must lie inside the row.
+    void fnStartSegment(int x);
+    /// Writes at `SegPixel` and moves on.
+    void fnSetPixel(unsigned char red, unsigned char green, unsigned char blue,
+                    unsigned char alpha);
+    /// Moves on; past the last pixel, `SegPixel` stays where it is.
+    void fnNextPixel();
+
+    /// Shows `count` pixels of the buffer from `sourceX` on at (x, y). The last argument has no
+    /// effect. False when a buffer can't be had or the platform call fails.
+    bool fnDraw(CDC* dc, int x, int y, int count, int sourceX, bool flag);
+
+    std::int32_t Row = -1; ///< -1 when free
+    std::uint32_t Width = 0;
+    std::uint32_t BitCount = 0;
+    std::uint32_t BytesPerPixel = 0;
+    std::uint32_t RowBytes = 0;
+    unsigned char* LineBuffer =
+        nullptr; ///< the row in the image's byte order; null when memoryless
+    CqTileMap* TileMap = nullptr;
+    bool Memoryless = false;
+    bool Claim = false;
+    bool ReadOnly = true;
+    std::int32_t SegX = 0;
+    std::uint32_t SegTile = 0;
+    std::int32_t SegLeft = 0;
+    std::int32_t SegTop = 0;
+    std::int32_t SegEnd = 0;
+    unsigned char* SegPixel = nullptr;
+
+protected:
+    friend class CqTileMap;
+
+    /// Fetches a row; nothing happens if the accessor stands there. Writes the old row back first,
+    /// unless it was read-only.
+    void fnSetup(unsigned int row, bool readOnly);
+    /// Convert `count` pixels of the buffer from `sourceX` on to 8, 24 or 32 device bits.
+    void fnBlt8(unsigned char* target, int sourceX, int count);
+    void fnBlt24(unsigned char* target, int sourceX, int count);
+    void fnBlt32(unsigned char* target, int sourceX, int count);
+
+private:
+    void fnPlaceSegment();
+};

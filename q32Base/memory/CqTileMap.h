@@ -1,0 +1,128 @@
+#pragma once
+
+#include "q32Base/framework/CList.h"
+#include "q32Base/framework/CPalette.h"
+#include "q32Base/framework/CString.h"
+#include "q32Base/framework/Sync.h"
+#include "q32Base/framework/Values.h"
+#include "q32Base/platform/CqScratchService.h"
+#include "q32Base/platform/Records.h"
+
+#include <cstddef>
+#include <cstdint>
+
+class CqImageLine;
+class CqImageTile;
+class CWnd;
+
+/// One tile: where its pixels begin, and whether an accessor claims it.
+struct TileEntry {
+    unsigned char* Pixels;
+    bool Locked;
+};
+
+/// The storage of one image: geometry, palette, one block of pixels cut into tiles, the claims on
+/// them, and what drawing keeps. An image owns exactly one; it is never shared. Geometry and depth
+/// never change.
+///
+/// Tiles are at most 128 by 128 pixels and follow each other in the block in row-major order
+/// without gaps; inside a tile, rows follow each other without padding, in the tile's own width. A
+/// 4-bit image is one tile.
+///
+/// A claim is advisory: it never blocks. `TileLock` and `LineLock` guard the flags and the list,
+/// never pixels, and are never held together.
+class CqTileMap {
+public:
+    static constexpr std::uint32_t kMaxTileSize = 128;
+
+    /// @param palette  null: the depth's default palette; `q32GreyRamp`: the grey ramp; else a
+    /// table of `count` entries.
+    ///                 Both are ignored for 16 bits and above.
+    /// Complete or not at all: raises the memory exception, also for a width or height of 0, a
+    /// depth that isn't 4, 8, 16, 24 or 32, and a size of 4 GiB and more.
+    CqTileMap(std::uint32_t width, std::uint32_t height, std::uint32_t bitCount,
+              const RGBQUAD* palette, std::uint32_t count);
+    ~CqTileMap();
+    CqTileMap(const CqTileMap&) = delete;
+    CqTileMap& operator=(const CqTileMap&) = delete;
+
+    /// Place a tile accessor. The index or position must lie inside the image.
+    void fnAccessTile(std::uint32_t index, CqImageTile* tile);
+    void fnAccessTile(CPoint& position, CqImageTile* tile);
+    /// Places a line accessor, which may fetch the row and write back the one it stood on.
+    void fnAccessLine(std::uint32_t row, CqImageLine* line, bool readOnly);
+    /// Takes a claim back. Called without the locks; they enter them.
+    void fnReleaseTile(std::uint32_t index);
+    void fnReleaseLine(std::uint32_t row);
+
+    /// A tile's rectangle in image pixels, or scaled by `Zoom`.
+    void fnGetTileRect(CRect* out, std::uint32_t index, bool scaled) const;
+    /// Scales a length or coordinate of the image by `Zoom`.
+    std::int32_t fnScale(std::int32_t value) const;
+
+    /// Writes palette entries, cut to those that exist, and returns the count. `GrayScale` stays as
+    /// it was.
+    std::uint32_t fnSetPaletteEntry(std::uint32_t first, std::uint32_t count,
+                                    const RGBQUAD* entries);
+    /// Fills the palette; the argument is the constructor's.
+    void fnInitPalette(const RGBQUAD* palette);
+    /// Index of the first palette entry with the same red, green and blue; -1 when there is none.
+    int fnFindColor(std::uint8_t red, std::uint8_t green, std::uint8_t blue) const;
+
+    /// Bytes of a row of `width` pixels.
+    std::uint32_t fnRowBytes(std::uint32_t width) const { return (BitCount * width + 7) >> 3; }
+    /// Width of the tiles of a tile column, and height of those of a tile row.
+    std::uint32_t fnColumnWidth(std::uint32_t column) const {
+        return column + 1 == TilesAcross ? LastTileWidth : TileWidth;
+    }
+
+    /// Copy a whole row out of its tiles, or into them; `RowBytes` bytes in the image's byte order.
+    void fnFetchRow(std::uint32_t row, unsigned char* out) const;
+    void fnStoreRow(std::uint32_t row, const unsigned char* in);
+
+    std::uint32_t Width;
+    std::uint32_t Height;
+    std::uint32_t BitCount;
+    std::uint32_t BytesPerPixel; ///< 0 at 4 bits
+    std::uint32_t RowBytes;
+    std::uint32_t TileCount;
+    std::uint32_t TilesAcross;
+    std::uint32_t TilesDown;
+    std::uint32_t TileWidth;
+    std::uint32_t TileHeight;
+    std::uint32_t LastTileWidth;
+    std::uint32_t PaletteCount;
+    RGBQUAD* Palette = nullptr; ///< owned; at least 256 entries, zero beyond `PaletteCount`, so
+                                ///< that any index is safe
+    BITMAPINFOHEADER* DrawDib = nullptr;  ///< owned; header, palette slot and pixels
+    unsigned char* DrawScratch = nullptr; ///< owned; staged pixels
+    CWnd* DrawWnd = nullptr;
+    double Zoom = 1.0;
+    std::uint32_t ZoomMode = 1; ///< 1 inflate, 2 shrink, 3 fit
+    CRect ViewRect;
+    CRect ImageRect;
+    unsigned char* PixelBuffer = nullptr; ///< owned
+    std::uint32_t BufferSize;             ///< RowBytes x Height
+    CqFileHandle FileHandle = kNoFile;
+    CqMappingHandle MappingHandle = kNoMapping;
+    CString TempFileName;
+    bool GrayScale = false;
+    std::uint32_t LastTileHeight;
+    CPalette* DrawPalette = nullptr;  ///< owned; goes whenever the palette changes
+    CPalette* SavedPalette = nullptr; ///< what the device context had selected before drawing
+    std::uint32_t DibTileBytes;
+    std::uint32_t PackedTileBytes;
+    std::uint32_t DrawDibCapacity = 0;
+    std::uint32_t DrawScratchCapacity = 0;
+    TileEntry* TileTable = nullptr; ///< owned; in row-major order
+    CList<std::uint32_t, std::uint32_t> LockedLines{10};
+
+    static CCriticalSection TileLock;
+    static CCriticalSection LineLock;
+
+private:
+    void fnSetGeometry();
+    void fnFillTileTable();
+    void fnFreeAll();
+    std::uint32_t fnBlockSize() const;
+};

@@ -1,0 +1,97 @@
+#pragma once
+
+#include "q32Base/framework/CList.h"
+#include "q32Base/framework/CString.h"
+#include "q32Base/platform/Export.h"
+#include "q32Base/platform/Records.h"
+
+#include <cstdint>
+
+/// Bytes of a path with its end mark.
+inline constexpr int kMaxPathBytes = 260;
+
+/// What the buffers on one scratch disk take at present.
+struct CqDiskUsage {
+    std::uint64_t m_nBytes = 0;
+    std::uint32_t m_nFiles = 0;
+};
+
+/// Decides where large blocks of pixels or samples lie: in RAM up to a limit, otherwise in a mapped
+/// temporary file on one of up to four scratch disks. One instance stands between the library's
+/// start and stop. It isn't guarded against threads. Disk numbers count from 0 to 3; others are the
+/// caller's fault.
+class Q32_API CqVMPolicy {
+public:
+    static constexpr unsigned int kDisks = 4;
+
+    /// Disk 0 is the system's temporary directory, enabled; the others are empty and disabled.
+    CqVMPolicy();
+
+    CString fnGetDisk(unsigned int index) const { return DiskPaths[index]; }
+    bool fnIsDiskEnabled(unsigned int index) const { return DiskFlags[index]; }
+    /// Bytes that the caller may use on a disk's path; 0 when that can't be told.
+    void fnGetDiskFreeSpace(unsigned int index, ULARGE_INTEGER& space) const;
+    /// Sets a disk's path, with a backslash added at its end. An empty path also disables the disk,
+    /// but leaves the record of whether any disk is enabled alone. A path of more than 259 bytes is
+    /// refused: the disk keeps the one it has.
+    void fnSetDisk(unsigned int index, const char* path);
+    void fnEnableDisk(unsigned int index, bool enable);
+    /// Whether any disk was enabled when a flag was last set or the settings were last read.
+    bool fnIsAnyDiskEnabled() const { return AnyDiskEnabled; }
+
+    /// Percentage of physical memory that buffers may take. It takes effect when the settings are
+    /// next read.
+    unsigned int fnGetMemUsage() const { return MemPercent; }
+    void fnSetMemUsage(unsigned int percent) { MemPercent = percent; }
+    /// Whether that percentage is applied when the settings are read.
+    bool fnIsMemEnabled() const { return MemEnabled; }
+    void fnEnableMemUsage(bool enable) { MemEnabled = enable; }
+
+    /// Bytes of RAM that buffers may take.
+    std::uint32_t fnGetRamLimit() const { return RamLimit; }
+    /// Sets that limit outright, until the settings are next read. It isn't stored.
+    void fnSetRamLimit(std::uint32_t bytes) { RamLimit = bytes; }
+    /// Bytes of RAM that buffers take at present.
+    std::uint32_t fnGetRamUsed() const { return RamUsed; }
+    /// What the buffers whose files lie in a disk's directory take at present.
+    CqDiskUsage fnGetDiskUsage(unsigned int index) const;
+
+    /// Reads (true) or writes (false) the section "VMPolicy" of the settings file. Reading works
+    /// the RAM limit out anew, in 32 bits that wrap before the division by 100, deliberately. False
+    /// when a write fails.
+    bool fnSerialize(bool read);
+
+    /// Chooses where a block of `size` bytes shall lie. True with an empty `path` means RAM;
+    /// otherwise `path` is a scratch directory, which is made if it is missing. Never throws.
+    bool fnSearchAvail(unsigned long size, bool allowRam, CString& path);
+    void fnConsumeRAM(unsigned long size) { RamUsed += static_cast<std::uint32_t>(size); }
+    void fnReleaseRAM(unsigned long size) { RamUsed -= static_cast<std::uint32_t>(size); }
+
+    /// Deletes left-over temporary files of all scratch directories by their bare names,
+    /// deliberately: a file goes only if it also stands under that name in the current directory.
+    void fnDeleteVMFiles();
+
+private:
+    friend class CqScratchRecord;
+
+    /// One buffer that lies in a file.
+    struct ScratchFile {
+        CString m_strName;
+        std::uint32_t m_nSize;
+    };
+
+    void fnUpdateRamLimit();
+    int fnFindRoom(std::uint32_t size) const;
+
+    bool DiskFlags[kDisks];
+    char DiskPaths[kDisks][kMaxPathBytes];
+    bool AnyDiskEnabled;
+    std::uint32_t MemPercent;
+    bool MemEnabled;
+    std::uint32_t RamLimit;
+    std::uint32_t RamUsed;
+    CList<ScratchFile, const ScratchFile&> m_ScratchFiles;
+};
+
+/// The one policy; null before the start, and where its construction failed.
+Q32_API CqVMPolicy* q32GetVMPolicy();

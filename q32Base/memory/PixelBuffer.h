@@ -1,0 +1,24 @@
+/// @file
+/// The only source of large blocks. A buffer is told by five values that its owner keeps side by
+/// side: address, size, file handle, mapping handle and the temporary file's name.
+#pragma once
+
+#include "q32Base/framework/CString.h"
+#include "q32Base/platform/CqScratchService.h"
+
+#include <cstdint>
+
+/// Takes a block of `size` bytes where the memory policy wants it: RAM, or a temporary file that is
+/// mapped. Page-aligned; the contents are what the platform gives.
+/// @param file     `kNoFile` for a block in RAM
+/// @param mapping  `kNoMapping` for a block in RAM
+/// @param name     the file's full name; empty for a block in RAM
+/// @return the block, never null. Raises the memory exception when neither RAM nor any scratch disk
+/// has room; no file
+///         is left then, but for an empty one that could not be opened.
+unsigned char* AllocPixelBuffer(std::uint32_t size, CqFileHandle& file, CqMappingHandle& mapping,
+                                CString& name);
+
+/// Gives a block back, deletes its file, and sets the three to their empty values.
+void FreePixelBuffer(unsigned char* address, std::uint32_t size, CqFileHandle* file,
+                     CqMappingHandle* mapping, CString* name);
