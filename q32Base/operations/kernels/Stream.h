@@ -1,0 +1,35 @@
+#pragma once
+
+#include "q32Base/operations/kernels/Kernels.h"
+
+namespace q32 {
+
+/// Each puts the streaming kernels of one instruction set into the table, and leaves the others.
+void fnUseScalarStream(CqKernels& table);
+void fnUseAvx2Stream(CqKernels& table);
+
+/// Runs a kernel over `count` pixels whose target is large and isn't read soon, so that the target
+/// doesn't pass through the caches: about half as fast again as the kernel alone when the target is
+/// larger than them, and slower when it isn't.
+///
+/// `run(source, target, count)` is called for blocks of pixels that fit in the nearest cache.
+/// `sourceBytes` and `targetBytes` are those of a pixel, the latter at most 4. Source and target
+/// don't overlap.
+template <class Run>
+void fnStreamPixels(const CqKernels& kernels, const std::uint8_t* source, std::size_t sourceBytes,
+                    std::uint8_t* target, std::size_t targetBytes, std::size_t count, Run run) {
+    // Small blocks, so that the reads of one overlap with the pending writes of the one before.
+    constexpr std::size_t kBlockPixels = 256;
+    alignas(64) std::uint8_t block[kBlockPixels * 4];
+    while (count != 0) {
+        const std::size_t pixels = count < kBlockPixels ? count : kBlockPixels;
+        run(source, static_cast<std::uint8_t*>(block), pixels);
+        kernels.fnStreamCopy(block, target, pixels * targetBytes);
+        source += pixels * sourceBytes;
+        target += pixels * targetBytes;
+        count -= pixels;
+    }
+    kernels.fnStreamEnd();
+}
+
+} // namespace q32
