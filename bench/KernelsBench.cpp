@@ -9,6 +9,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -20,7 +21,9 @@ using q32::CqKernels;
 
 constexpr std::size_t kWidth = 4000;
 constexpr std::size_t kPixels = kWidth * 3000;
-constexpr std::size_t kTilePixels = 128 * 128;
+constexpr std::size_t kRowPixels = 128;
+constexpr std::size_t kTilePixels = kRowPixels * 128;
+static_assert(kPixels % kRowPixels == 0);
 
 // One block for all cases, touched once, so that no case pays for fresh pages.
 class CqBlock {
@@ -66,13 +69,17 @@ void fnCount(benchmark::State& state, std::size_t bytesPerPixel) {
     state.SetBytesProcessed(static_cast<std::int64_t>(pixels * bytesPerPixel));
 }
 
-// Calls run(source, target, count) for every tile-sized run of the picture.
+// Calls run(source, target, count) for every tile of the picture, whole or by rows of a tile.
 template <class Run>
 void fnPass(std::size_t sourceBytes, std::size_t targetBytes, bool oneTile, Run run) {
     for (std::size_t done = 0; done < kPixels; done += kTilePixels) {
         const std::size_t count = std::min(kTilePixels, kPixels - done);
-        run(fnSource() + done * sourceBytes, fnTarget() + (oneTile ? 0 : done * targetBytes),
-            count);
+        const std::uint8_t* source = fnSource() + done * sourceBytes;
+        if (!oneTile)
+            run(source, fnTarget() + done * targetBytes, count);
+        else
+            for (std::size_t row = 0; row < count; row += kRowPixels)
+                run(source + row * sourceBytes, fnTarget() + row * targetBytes, kRowPixels);
     }
 }
 
@@ -175,11 +182,7 @@ void fnRegisterDithers(const CqKernels& k, const std::string& level) {
     for (const auto& d : dithers)
         fnRegisterAll(k, level + d.name, d.sourceBytes, 1,
                       [d](const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
-                          // By rows of a tile, as drawing does.
-                          for (std::size_t row = 0; row * 128 < count; ++row)
-                              d.run(source + row * 128 * d.sourceBytes, target + row * 128,
-                                    std::min<std::size_t>(128, count - row * 128), fnThresholds(),
-                                    0, static_cast<int>(row));
+                          d.run(source, target, count, fnThresholds(), 0, 3);
                       });
 }
 
@@ -212,18 +215,14 @@ void fnRegisterZooms(const CqKernels& k, const std::string& level) {
                            std::to_string(factor) + "/tile",
                        0, bytes, true,
                        [=, &k](const std::uint8_t*, std::uint8_t* target, std::size_t count) {
-                           for (std::size_t i = 0; i + 128 <= count; i += 128)
-                               k.fnInflate[bytes - 1](fnSource() + i, target + i * bytes, 128,
-                                                      factor, 0);
+                           k.fnInflate[bytes - 1](fnSource(), target, count, factor, 0);
                        });
         for (const std::size_t factor : {2, 3, 8})
             fnRegister(level + "Shrink" + std::to_string(8 * bytes) + "By" +
                            std::to_string(factor) + "/tile",
                        0, bytes, true,
                        [=, &k](const std::uint8_t*, std::uint8_t* target, std::size_t count) {
-                           for (std::size_t i = 0; i + 64 <= count; i += 64)
-                               k.fnShrink[bytes - 1](fnSource() + i, target + i * bytes, 64,
-                                                     factor);
+                           k.fnShrink[bytes - 1](fnSource(), target, count, factor);
                        });
     }
 }
@@ -231,6 +230,9 @@ void fnRegisterZooms(const CqKernels& k, const std::string& level) {
 } // namespace
 
 int main(int argc, char** argv) {
+    // Made before the first case, so that none pays for it.
+    fnSource();
+    fnTarget();
     fnRegisterMemcpy();
     const char* const names[] = {"scalar/", "avx2/", "avx512/"};
     for (const CqKernelLevel level :

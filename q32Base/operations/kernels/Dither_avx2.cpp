@@ -1,6 +1,8 @@
 #include "q32Base/operations/kernels/Avx2.h"
 #include "q32Base/operations/kernels/Dither.h"
 
+#include <cstring>
+
 namespace q32 {
 namespace avx2 {
 namespace {
@@ -17,124 +19,143 @@ namespace {
 //
 // d = 255 means c = 255 and t = 0, the one way to level 6, which adds nothing: it is alone in
 // reaching the last multiple, and there the step takes the contribution back to 0.
-class Level {
-public:
-    explicit Level(int weight) {
-        alignas(16) std::uint8_t below[16];
-        alignas(16) std::uint8_t step[16];
+template <int kWeight>
+struct LevelTables {
+    alignas(16) std::uint8_t nextMultiple[16];
+    alignas(16) std::uint8_t below[16]; // the contribution below the next multiple
+    alignas(16) std::uint8_t step[16];  // what reaching it adds
+
+    constexpr LevelTables() : nextMultiple{}, below{}, step{} {
         for (int h = 0; h < 16; ++h) {
             const int level = 16 * h / 51 + 1;
-            below[h] = static_cast<std::uint8_t>(level * weight);
-            step[h] = static_cast<std::uint8_t>(level == 5 ? -5 * weight : weight);
+            nextMultiple[h] = static_cast<std::uint8_t>(51 * level);
+            below[h] = static_cast<std::uint8_t>(level * kWeight);
+            step[h] = static_cast<std::uint8_t>(level == 5 ? -5 * kWeight : kWeight);
         }
-        m_Below = fnLoadTwice(below);
-        m_Step = fnLoadTwice(step);
     }
-
-    __m256i fnContribution(__m256i component, __m256i threshold) const {
-        const __m256i nextMultiple =
-            fnTwice(_mm_setr_epi8(51, 51, 51, 51, 102, 102, 102, -103, -103, -103, -52, -52, -52,
-                                  -1, -1, -1)); // 51, 102, 153, 204, 255
-        const __m256i difference = _mm256_subs_epu8(component, threshold);
-        const __m256i nibble =
-            _mm256_and_si256(_mm256_srli_epi16(difference, 4), _mm256_set1_epi8(0x0F));
-        const __m256i reached = fnAtLeast(difference, _mm256_shuffle_epi8(nextMultiple, nibble));
-        const __m256i sum =
-            _mm256_add_epi8(_mm256_shuffle_epi8(m_Below, nibble),
-                            _mm256_and_si256(reached, _mm256_shuffle_epi8(m_Step, nibble)));
-        return _mm256_and_si256(sum, fnAtLeast(component, threshold));
-    }
-
-private:
-    __m256i m_Below, m_Step;
 };
+
+template <int kWeight>
+constexpr LevelTables<kWeight> kLevelTables{};
+
+template <int kWeight>
+__m256i fnContribution(__m256i component, __m256i threshold) {
+    const __m256i nextMultiple = fnLoadTwice(kLevelTables<kWeight>.nextMultiple);
+    const __m256i below = fnLoadTwice(kLevelTables<kWeight>.below);
+    const __m256i step = fnLoadTwice(kLevelTables<kWeight>.step);
+    const __m256i difference = _mm256_subs_epu8(component, threshold);
+    const __m256i nibble =
+        _mm256_and_si256(_mm256_srli_epi16(difference, 4), _mm256_set1_epi8(0x0F));
+    const __m256i reached = fnAtLeast(difference, _mm256_shuffle_epi8(nextMultiple, nibble));
+    const __m256i sum =
+        _mm256_add_epi8(_mm256_shuffle_epi8(below, nibble),
+                        _mm256_and_si256(reached, _mm256_shuffle_epi8(step, nibble)));
+    return _mm256_and_si256(sum, fnAtLeast(component, threshold));
+}
 
 struct Planes {
     __m256i red, green, blue;
 };
 
-class Dither {
-public:
-    Dither(const std::uint8_t* thresholds, int x, int y) : m_Red(36), m_Green(6), m_Blue(1) {
-        const std::uint8_t* row = thresholds + (static_cast<unsigned>(y) & 7) * 8;
-        alignas(16) std::uint8_t turned[16];
-        for (unsigned i = 0; i < 16; ++i)
-            turned[i] = row[(static_cast<unsigned>(x) + i) & 7];
-        m_Thresholds = fnLoadTwice(turned);
-    }
+// The pixels may come in any order that keeps each group of eight together.
+__m256i fnIndices(const Planes& pixels, __m256i thresholds) {
+    return _mm256_add_epi8(_mm256_add_epi8(fnContribution<36>(pixels.red, thresholds),
+                                           fnContribution<6>(pixels.green, thresholds)),
+                           fnContribution<1>(pixels.blue, thresholds));
+}
 
-    // The pixels may come in any order that keeps each group of eight together.
-    __m256i fnIndices(const Planes& pixels) const {
-        return _mm256_add_epi8(_mm256_add_epi8(m_Red.fnContribution(pixels.red, m_Thresholds),
-                                               m_Green.fnContribution(pixels.green, m_Thresholds)),
-                               m_Blue.fnContribution(pixels.blue, m_Thresholds));
+// The row of eight thresholds, turned to begin at x, again and again.
+__m256i fnThresholds(const std::uint8_t* thresholds, int x, int y) {
+    std::uint64_t row;
+    std::memcpy(&row, thresholds + (static_cast<unsigned>(y) & 7) * 8, 8);
+    const unsigned bits = (static_cast<unsigned>(x) & 7) * 8;
+    const std::uint64_t turned = row >> bits | row << ((64 - bits) & 63);
+    return _mm256_set1_epi64x(static_cast<long long>(turned));
+}
+
+// From groups of 4 reds, 4 greens, 4 blues: in a half, the four groups of 16 pixels.
+Planes fnPlanes(__m256i a, __m256i b, __m256i c, __m256i d) {
+    const __m256i redGreenAb = _mm256_unpacklo_epi32(a, b);
+    const __m256i redGreenCd = _mm256_unpacklo_epi32(c, d);
+    const __m256i blueAb = _mm256_unpackhi_epi32(a, b);
+    const __m256i blueCd = _mm256_unpackhi_epi32(c, d);
+    return {_mm256_unpacklo_epi64(redGreenAb, redGreenCd),
+            _mm256_unpackhi_epi64(redGreenAb, redGreenCd), _mm256_unpacklo_epi64(blueAb, blueCd)};
+}
+
+// The formats of a source: fnPlanesOf reads 32 pixels, and not a byte more.
+struct Rgb24 {
+    static constexpr std::size_t kBytes = 3;
+    static __m256i fnIndices(__m256i indices) { return indices; }
+
+    static Planes fnPlanesOf(const std::uint8_t* source) {
+        const __m128i first = _mm_setr_epi8(0, 3, 6, 9, 1, 4, 7, 10, 2, 5, 8, 11, -1, -1, -1, -1);
+        // The last group's load begins 4 bytes early, so as not to pass the end.
+        const __m128i last =
+            _mm_setr_epi8(4, 7, 10, 13, 5, 8, 11, 14, 6, 9, 12, 15, -1, -1, -1, -1);
+        const __m256i order = fnTwice(first);
+        const __m256i lastOrder = _mm256_inserti128_si256(_mm256_castsi128_si256(first), last, 1);
+        return fnPlanes(_mm256_shuffle_epi8(fnLoadPair(source, source + 48), order),
+                        _mm256_shuffle_epi8(fnLoadPair(source + 12, source + 60), order),
+                        _mm256_shuffle_epi8(fnLoadPair(source + 24, source + 72), order),
+                        _mm256_shuffle_epi8(fnLoadPair(source + 36, source + 80), lastOrder));
+    }
+};
+
+struct Argb32 {
+    static constexpr std::size_t kBytes = 4;
+    static __m256i fnIndices(__m256i indices) { return indices; }
+
+    static Planes fnPlanesOf(const std::uint8_t* source) {
+        const __m256i order =
+            fnTwice(_mm_setr_epi8(1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15, -1, -1, -1, -1));
+        return fnPlanes(_mm256_shuffle_epi8(fnLoadPair(source, source + 64), order),
+                        _mm256_shuffle_epi8(fnLoadPair(source + 16, source + 80), order),
+                        _mm256_shuffle_epi8(fnLoadPair(source + 32, source + 96), order),
+                        _mm256_shuffle_epi8(fnLoadPair(source + 48, source + 112), order));
+    }
+};
+
+// As read, a value is GGGBBBBB RRRRRGGG: the pixel's first byte is the low one.
+struct Rgb565 {
+    static constexpr std::size_t kBytes = 2;
+    // Packing leaves the pixels in the order 0-7, 16-23, 8-15, 24-31.
+    static __m256i fnIndices(__m256i indices) { return _mm256_permute4x64_epi64(indices, 0xD8); }
+
+    static Planes fnPlanesOf(const std::uint8_t* source) {
+        const __m256i a = fnLoad(source), b = fnLoad(source + 32);
+        return {_mm256_packus_epi16(fnRed(a), fnRed(b)),
+                _mm256_packus_epi16(fnGreen(a), fnGreen(b)),
+                _mm256_packus_epi16(fnBlue(a), fnBlue(b))};
     }
 
 private:
-    Level m_Red, m_Green, m_Blue;
-    __m256i m_Thresholds;
+    static __m256i fnRed(__m256i v) { return _mm256_and_si256(v, _mm256_set1_epi16(0xF8)); }
+    static __m256i fnGreen(__m256i v) {
+        return _mm256_or_si256(_mm256_and_si256(_mm256_slli_epi16(v, 5), _mm256_set1_epi16(0xE0)),
+                               _mm256_and_si256(_mm256_srli_epi16(v, 11), _mm256_set1_epi16(0x1C)));
+    }
+    static __m256i fnBlue(__m256i v) {
+        return _mm256_and_si256(_mm256_srli_epi16(v, 5), _mm256_set1_epi16(0xF8));
+    }
 };
 
-// Groups of four pixels, `order` turns each into 4 reds, 4 greens, 4 blues. 32 pixels, of which the
-// first half of the registers takes the first 16.
-Planes fnLoadPlanes(const std::uint8_t* source, std::size_t groupBytes, __m256i order) {
-    __m256i groups[4];
-    for (std::size_t i = 0; i < 4; ++i)
-        groups[i] = _mm256_shuffle_epi8(
-            fnLoadPair(source + i * groupBytes, source + (i + 4) * groupBytes), order);
-    const __m256i redGreen01 = _mm256_unpacklo_epi32(groups[0], groups[1]);
-    const __m256i redGreen23 = _mm256_unpacklo_epi32(groups[2], groups[3]);
-    const __m256i blue01 = _mm256_unpackhi_epi32(groups[0], groups[1]);
-    const __m256i blue23 = _mm256_unpackhi_epi32(groups[2], groups[3]);
-    return {_mm256_unpacklo_epi64(redGreen01, redGreen23),
-            _mm256_unpackhi_epi64(redGreen01, redGreen23), _mm256_unpacklo_epi64(blue01, blue23)};
-}
-
-void fnDither24(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
-                const std::uint8_t* thresholds, int x, int y) {
-    const __m256i order =
-        fnTwice(_mm_setr_epi8(0, 3, 6, 9, 1, 4, 7, 10, 2, 5, 8, 11, -1, -1, -1, -1));
-    const Dither dither(thresholds, x, y);
-    // A step reads 4 bytes behind its 32 pixels.
-    for (; count >= 34; count -= 32, source += 96, target += 32)
-        fnStore(target, dither.fnIndices(fnLoadPlanes(source, 12, order)));
-    scalar::fnDither24(source, target, count, thresholds, x, y);
-}
-
-void fnDither32(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
-                const std::uint8_t* thresholds, int x, int y) {
-    const __m256i order =
-        fnTwice(_mm_setr_epi8(1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15, -1, -1, -1, -1));
-    const Dither dither(thresholds, x, y);
-    for (; count >= 32; count -= 32, source += 128, target += 32)
-        fnStore(target, dither.fnIndices(fnLoadPlanes(source, 16, order)));
-    scalar::fnDither32(source, target, count, thresholds, x, y);
-}
-
-// Low bytes of 32 values of 16 bits, in the order of pixels 0-7, 16-23, 8-15, 24-31.
-__m256i fnPack(__m256i first, __m256i second) {
-    return _mm256_packus_epi16(first, second);
-}
-
-void fnDither16(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
-                const std::uint8_t* thresholds, int x, int y) {
-    // As read: GGGBBBBB RRRRRGGG, the pixel's first byte being the low one.
-    const __m256i red = _mm256_set1_epi16(0x00F8);
-    const __m256i greenHigh = _mm256_set1_epi16(0x00E0);
-    const __m256i greenLow = _mm256_set1_epi16(0x001C);
-    const Dither dither(thresholds, x, y);
-    const auto green = [&](__m256i v) {
-        return _mm256_or_si256(_mm256_and_si256(_mm256_slli_epi16(v, 5), greenHigh),
-                               _mm256_and_si256(_mm256_srli_epi16(v, 11), greenLow));
+template <class Format>
+void fnDither(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
+              const std::uint8_t* thresholds, int x, int y) {
+    const __m256i cells = fnThresholds(thresholds, x, y);
+    const auto indices = [cells](const std::uint8_t* from) {
+        return Format::fnIndices(avx2::fnIndices(Format::fnPlanesOf(from), cells));
     };
-    const auto blue = [&](__m256i v) { return _mm256_and_si256(_mm256_srli_epi16(v, 5), red); };
-    for (; count >= 32; count -= 32, source += 64, target += 32) {
-        const __m256i a = fnLoad(source), b = fnLoad(source + 32);
-        const Planes planes = {fnPack(_mm256_and_si256(a, red), _mm256_and_si256(b, red)),
-                               fnPack(green(a), green(b)), fnPack(blue(a), blue(b))};
-        fnStore(target, _mm256_permute4x64_epi64(dither.fnIndices(planes), 0xD8));
+    for (; count >= 32; count -= 32, source += 32 * Format::kBytes, target += 32)
+        fnStore(target, indices(source));
+    if (count != 0) {
+        // The rest goes through a block of its own: much faster than by single pixels.
+        std::uint8_t block[32 * Format::kBytes] = {};
+        std::memcpy(block, source, count * Format::kBytes);
+        const __m256i last = indices(block);
+        std::memcpy(target, &last, count);
     }
-    scalar::fnDither16(source, target, count, thresholds, x, y);
 }
 
 // The thresholds of 32 pixels of three bytes: one row of four repeats over 96 bytes.
@@ -173,9 +194,9 @@ void fnHiColorDither(std::uint8_t* pixels, std::size_t count, const std::uint8_t
 } // namespace avx2
 
 void fnUseAvx2Dither(CqKernels& table) {
-    table.fnDither16 = avx2::fnDither16;
-    table.fnDither24 = avx2::fnDither24;
-    table.fnDither32 = avx2::fnDither32;
+    table.fnDither16 = avx2::fnDither<avx2::Rgb565>;
+    table.fnDither24 = avx2::fnDither<avx2::Rgb24>;
+    table.fnDither32 = avx2::fnDither<avx2::Argb32>;
     table.fnHiColorDither = avx2::fnHiColorDither;
 }
 

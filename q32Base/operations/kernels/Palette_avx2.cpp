@@ -10,8 +10,8 @@ namespace {
 constexpr char kZ = -1; // a shuffle puts a zero byte here
 
 // The palette made ready for one run: 256 entries, each in the bytes of the target, so that an
-// index needs neither a test nor a turn. Plain loads of single entries are faster than the gather
-// instruction on most processors.
+// index needs neither a test nor a turn. A whole palette in the target's order is used as it is.
+// Plain loads of single entries are faster than the gather instruction on most processors.
 class Entries {
 public:
     // `order` turns blue, green, red, reserved into the target's bytes; `fill` is added to all.
@@ -32,11 +32,7 @@ public:
             std::memcpy(out, &fill, 4);
     }
 
-    std::uint64_t operator[](std::uint8_t index) const {
-        std::uint32_t entry;
-        std::memcpy(&entry, m_Entries + 4 * std::size_t{index}, 4);
-        return entry;
-    }
+    const std::uint8_t* fnData() const { return m_Entries; }
 
 private:
     static int fnLoad32(const std::uint8_t* from) {
@@ -55,72 +51,80 @@ void fnStore64(std::uint8_t* target, std::uint64_t value) {
     std::memcpy(target, &value, 8);
 }
 
-// Eight pixels fill three words, with the pixels' top bytes 0:
+std::uint64_t fnEntry(const std::uint8_t* entries, std::uint8_t index) {
+    std::uint32_t entry;
+    std::memcpy(&entry, entries + 4 * std::size_t{index}, 4);
+    return entry;
+}
+
+// Eight pixels a to h of three bytes fill three words:
 //   first  c c b b b a a a    second  f e e e d d d c    third  h h h g g g f f
 // (from the high byte to the low one). Yields how many pixels were done.
 std::size_t fnLookUp24(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
-                       const Entries& entries) {
+                       const std::uint8_t* entries) {
+    const auto at = [&](std::size_t i) { return fnEntry(entries, source[i]) & 0xFFFFFF; };
     std::size_t done = 0;
     for (; count - done >= 8; done += 8, source += 8, target += 24) {
-        const std::uint64_t c = entries[source[2]], f = entries[source[5]];
-        fnStore64(target, entries[source[0]] | entries[source[1]] << 24 | c << 48);
-        fnStore64(target + 8,
-                  c >> 16 | entries[source[3]] << 8 | entries[source[4]] << 32 | f << 56);
-        fnStore64(target + 16, f >> 8 | entries[source[6]] << 16 | entries[source[7]] << 40);
+        const std::uint64_t c = at(2), f = at(5);
+        fnStore64(target, at(0) | at(1) << 24 | c << 48);
+        fnStore64(target + 8, c >> 16 | at(3) << 8 | at(4) << 32 | f << 56);
+        fnStore64(target + 16, f >> 8 | at(6) << 16 | at(7) << 40);
     }
     return done;
 }
 
 std::size_t fnLookUp32(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
-                       const Entries& entries) {
+                       const std::uint8_t* entries) {
     std::size_t done = 0;
     for (; count - done >= 8; done += 8, source += 8, target += 32)
         for (std::size_t i = 0; i < 8; i += 2)
-            fnStore64(target + 4 * i, entries[source[i]] | entries[source[i + 1]] << 32);
+            fnStore64(target + 4 * i, fnEntry(entries, source[i]) | fnEntry(entries, source[i + 1])
+                                                                        << 32);
     return done;
+}
+
+__m128i fnSameOrder() {
+    return _mm_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
 }
 
 void fnIndex8ToBgr24(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                      const std::uint8_t* palette, std::size_t paletteCount) {
     std::size_t done = 0;
-    if (count >= kShortRun)
-        done = fnLookUp24(
-            source, target, count,
-            Entries(palette, paletteCount,
-                    _mm_setr_epi8(0, 1, 2, kZ, 4, 5, 6, kZ, 8, 9, 10, kZ, 12, 13, 14, kZ), 0));
+    if (paletteCount >= 256)
+        done = fnLookUp24(source, target, count, palette);
+    else if (count >= kShortRun)
+        done = fnLookUp24(source, target, count,
+                          Entries(palette, paletteCount, fnSameOrder(), 0).fnData());
     scalar::fnIndex8ToBgr24(source + done, target + 3 * done, count - done, palette, paletteCount);
-}
-
-void fnIndex8ToRgb24(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
-                     const std::uint8_t* palette, std::size_t paletteCount) {
-    std::size_t done = 0;
-    if (count >= kShortRun)
-        done = fnLookUp24(
-            source, target, count,
-            Entries(palette, paletteCount,
-                    _mm_setr_epi8(2, 1, 0, kZ, 6, 5, 4, kZ, 10, 9, 8, kZ, 14, 13, 12, kZ), 0));
-    scalar::fnIndex8ToRgb24(source + done, target + 3 * done, count - done, palette, paletteCount);
 }
 
 void fnIndex8ToBgrx32(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                       const std::uint8_t* palette, std::size_t paletteCount) {
     std::size_t done = 0;
-    if (count >= kShortRun)
-        done = fnLookUp32(
-            source, target, count,
-            Entries(palette, paletteCount,
-                    _mm_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15), 0));
+    if (paletteCount >= 256)
+        done = fnLookUp32(source, target, count, palette);
+    else if (count >= kShortRun)
+        done = fnLookUp32(source, target, count,
+                          Entries(palette, paletteCount, fnSameOrder(), 0).fnData());
     scalar::fnIndex8ToBgrx32(source + done, target + 4 * done, count - done, palette, paletteCount);
+}
+
+void fnIndex8ToRgb24(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
+                     const std::uint8_t* palette, std::size_t paletteCount) {
+    const __m128i order = _mm_setr_epi8(2, 1, 0, kZ, 6, 5, 4, kZ, 10, 9, 8, kZ, 14, 13, 12, kZ);
+    std::size_t done = 0;
+    if (count >= kShortRun)
+        done = fnLookUp24(source, target, count, Entries(palette, paletteCount, order, 0).fnData());
+    scalar::fnIndex8ToRgb24(source + done, target + 3 * done, count - done, palette, paletteCount);
 }
 
 void fnIndex8ToArgb32(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                       const std::uint8_t* palette, std::size_t paletteCount) {
+    const __m128i order = _mm_setr_epi8(kZ, 2, 1, 0, kZ, 6, 5, 4, kZ, 10, 9, 8, kZ, 14, 13, 12);
     std::size_t done = 0;
     if (count >= kShortRun)
-        done = fnLookUp32(
-            source, target, count,
-            Entries(palette, paletteCount,
-                    _mm_setr_epi8(kZ, 2, 1, 0, kZ, 6, 5, 4, kZ, 10, 9, 8, kZ, 14, 13, 12), 0xFF));
+        done =
+            fnLookUp32(source, target, count, Entries(palette, paletteCount, order, 0xFF).fnData());
     scalar::fnIndex8ToArgb32(source + done, target + 4 * done, count - done, palette, paletteCount);
 }
 

@@ -7,43 +7,60 @@ namespace {
 
 constexpr char kZ = -1; // a shuffle puts a zero byte here
 
-// Shuffles of four pixels in each half. A target of three bytes a pixel fills the first 12 bytes.
-struct FourPixels {
-    static __m256i fnArgbToBgr() {
-        return fnTwice(_mm_setr_epi8(3, 2, 1, 7, 6, 5, 11, 10, 9, 15, 14, 13, kZ, kZ, kZ, kZ));
-    }
-    static __m256i fnArgbToRgb() {
-        return fnTwice(_mm_setr_epi8(1, 2, 3, 5, 6, 7, 9, 10, 11, 13, 14, 15, kZ, kZ, kZ, kZ));
-    }
-    static __m256i fnArgbToBgra() {
-        return fnTwice(_mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12));
-    }
-    static __m256i fnArgbToBgr0() {
-        return fnTwice(_mm_setr_epi8(3, 2, 1, kZ, 7, 6, 5, kZ, 11, 10, 9, kZ, 15, 14, 13, kZ));
-    }
-    static __m256i fnRgbToBgr0() {
-        return fnTwice(_mm_setr_epi8(2, 1, 0, kZ, 5, 4, 3, kZ, 8, 7, 6, kZ, 11, 10, 9, kZ));
-    }
-    static __m256i fnRgbTo0Rgb() {
-        return fnTwice(_mm_setr_epi8(kZ, 0, 1, 2, kZ, 3, 4, 5, kZ, 6, 7, 8, kZ, 9, 10, 11));
-    }
-};
-
-// Writes the first 12 bytes of each half side by side, and 8 bytes of no meaning behind them.
-void fnStore24And8(std::uint8_t* target, __m256i halves) {
-    const __m256i together = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7);
-    fnStore(target, _mm256_permutevar8x32_epi32(halves, together));
+// Shuffles of four pixels of four bytes in each half. Three bytes a pixel fill the first 12 bytes.
+__m256i fnArgbToBgr() {
+    return fnTwice(_mm_setr_epi8(3, 2, 1, 7, 6, 5, 11, 10, 9, 15, 14, 13, kZ, kZ, kZ, kZ));
+}
+__m256i fnArgbToRgb() {
+    return fnTwice(_mm_setr_epi8(1, 2, 3, 5, 6, 7, 9, 10, 11, 13, 14, 15, kZ, kZ, kZ, kZ));
+}
+__m256i fnArgbToBgra() {
+    return fnTwice(_mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12));
+}
+__m256i fnArgbToBgr0() {
+    return fnTwice(_mm_setr_epi8(3, 2, 1, kZ, 7, 6, 5, kZ, 11, 10, 9, kZ, 15, 14, 13, kZ));
 }
 
-// Eight pixels, four to a half, with 4 bytes more in each half that mean nothing. Reads 28 bytes.
+// Eight pixels of three bytes, four in each half: the first 12 bytes of the one, the last 12 of the
+// other, since the second load begins 4 bytes early so as not to pass the end.
 __m256i fnLoadRgb24(const std::uint8_t* source) {
-    return fnLoadPair(source, source + 12);
+    return fnLoadPair(source, source + 8);
 }
 
-// How many pixels must be left for a step that writes 24 and 8 bytes, or reads 28.
-constexpr std::size_t kStepRgb24 = 11;
+// Shuffles of that.
+__m256i fnRgbToBgr0() {
+    return _mm256_setr_epi8(2, 1, 0, kZ, 5, 4, 3, kZ, 8, 7, 6, kZ, 11, 10, 9, kZ, //
+                            6, 5, 4, kZ, 9, 8, 7, kZ, 12, 11, 10, kZ, 15, 14, 13, kZ);
+}
+__m256i fnRgbTo0Rgb() {
+    return _mm256_setr_epi8(kZ, 0, 1, 2, kZ, 3, 4, 5, kZ, 6, 7, 8, kZ, 9, 10, 11, //
+                            kZ, 4, 5, 6, kZ, 7, 8, 9, kZ, 10, 11, 12, kZ, 13, 14, 15);
+}
 
-// 16 pixels as values to alpha 255, red, green, blue: pixels 0 to 7 and 8 to 15.
+// The first 12 bytes of each half side by side: 24 bytes.
+void fnStoreRgb24(std::uint8_t* target, __m256i halves) {
+    const __m256i together = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7);
+    const __m256i bytes = _mm256_permutevar8x32_epi32(halves, together);
+    fnStore128(target, _mm256_castsi256_si128(bytes));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(target + 16), _mm256_extracti128_si256(bytes, 1));
+}
+
+// Runs `step` on kPixels pixels at a time, and at the end once more on the last kPixels, whether
+// done before or not: so no single pixels are left over. Not for work in place. A run that is
+// shorter than a step is left alone, with false.
+template <std::size_t kPixels, std::size_t kSourceBytes, std::size_t kTargetBytes, class Step>
+bool fnInSteps(const std::uint8_t* source, std::uint8_t* target, std::size_t count, Step step) {
+    if (count < kPixels)
+        return false;
+    std::size_t done = 0;
+    for (; count - done >= kPixels; done += kPixels)
+        step(source + done * kSourceBytes, target + done * kTargetBytes);
+    if (done != count)
+        step(source + (count - kPixels) * kSourceBytes, target + (count - kPixels) * kTargetBytes);
+    return true;
+}
+
+// 16 pixels as alpha 255, red, green, blue: pixels 0 to 7 and 8 to 15.
 struct Argb16 {
     __m256i first, second;
 };
@@ -63,76 +80,81 @@ Argb16 fnLoad565(const std::uint8_t* source) {
     return {_mm256_permute2x128_si256(low, high, 0x20), _mm256_permute2x128_si256(low, high, 0x31)};
 }
 
+bool fn565To24(const std::uint8_t* source, std::uint8_t* target, std::size_t count, __m256i order) {
+    return fnInSteps<16, 2, 3>(source, target, count,
+                               [order](const std::uint8_t* from, std::uint8_t* to) {
+                                   const Argb16 pixels = fnLoad565(from);
+                                   fnStoreRgb24(to, _mm256_shuffle_epi8(pixels.first, order));
+                                   fnStoreRgb24(to + 24, _mm256_shuffle_epi8(pixels.second, order));
+                               });
+}
+
 void fnRgb565ToRgb24(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
-    const __m256i order = FourPixels::fnArgbToRgb();
-    for (; count >= 8 + kStepRgb24; count -= 16, source += 32, target += 48) {
-        const Argb16 pixels = fnLoad565(source);
-        fnStore24And8(target, _mm256_shuffle_epi8(pixels.first, order));
-        fnStore24And8(target + 24, _mm256_shuffle_epi8(pixels.second, order));
-    }
-    scalar::fnRgb565ToRgb24(source, target, count);
+    if (!fn565To24(source, target, count, fnArgbToRgb()))
+        scalar::fnRgb565ToRgb24(source, target, count);
 }
 
 void fnRgb565ToBgr24(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
-    const __m256i order = FourPixels::fnArgbToBgr();
-    for (; count >= 8 + kStepRgb24; count -= 16, source += 32, target += 48) {
-        const Argb16 pixels = fnLoad565(source);
-        fnStore24And8(target, _mm256_shuffle_epi8(pixels.first, order));
-        fnStore24And8(target + 24, _mm256_shuffle_epi8(pixels.second, order));
-    }
-    scalar::fnRgb565ToBgr24(source, target, count);
+    if (!fn565To24(source, target, count, fnArgbToBgr()))
+        scalar::fnRgb565ToBgr24(source, target, count);
 }
 
 void fnRgb565ToArgb32(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
-    for (; count >= 16; count -= 16, source += 32, target += 64) {
-        const Argb16 pixels = fnLoad565(source);
-        fnStore(target, pixels.first);
-        fnStore(target + 32, pixels.second);
-    }
-    scalar::fnRgb565ToArgb32(source, target, count);
+    const auto step = [](const std::uint8_t* from, std::uint8_t* to) {
+        const Argb16 pixels = fnLoad565(from);
+        fnStore(to, pixels.first);
+        fnStore(to + 32, pixels.second);
+    };
+    if (!fnInSteps<16, 2, 4>(source, target, count, step))
+        scalar::fnRgb565ToArgb32(source, target, count);
 }
 
 void fnRgb565ToBgrx32(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
-    const __m256i order = FourPixels::fnArgbToBgr0();
-    for (; count >= 16; count -= 16, source += 32, target += 64) {
-        const Argb16 pixels = fnLoad565(source);
-        fnStore(target, _mm256_shuffle_epi8(pixels.first, order));
-        fnStore(target + 32, _mm256_shuffle_epi8(pixels.second, order));
-    }
-    scalar::fnRgb565ToBgrx32(source, target, count);
+    const auto step = [order = fnArgbToBgr0()](const std::uint8_t* from, std::uint8_t* to) {
+        const Argb16 pixels = fnLoad565(from);
+        fnStore(to, _mm256_shuffle_epi8(pixels.first, order));
+        fnStore(to + 32, _mm256_shuffle_epi8(pixels.second, order));
+    };
+    if (!fnInSteps<16, 2, 4>(source, target, count, step))
+        scalar::fnRgb565ToBgrx32(source, target, count);
 }
 
 void fnRgb24ToBgrx32(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
-    const __m256i order = FourPixels::fnRgbToBgr0();
-    for (; count >= kStepRgb24; count -= 8, source += 24, target += 32)
-        fnStore(target, _mm256_shuffle_epi8(fnLoadRgb24(source), order));
-    scalar::fnRgb24ToBgrx32(source, target, count);
+    const auto step = [order = fnRgbToBgr0()](const std::uint8_t* from, std::uint8_t* to) {
+        fnStore(to, _mm256_shuffle_epi8(fnLoadRgb24(from), order));
+    };
+    if (!fnInSteps<8, 3, 4>(source, target, count, step))
+        scalar::fnRgb24ToBgrx32(source, target, count);
 }
 
 void fnRgb24ToArgb32(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
-    const __m256i order = FourPixels::fnRgbTo0Rgb();
-    const __m256i alpha = _mm256_set1_epi32(0xFF);
-    for (; count >= kStepRgb24; count -= 8, source += 24, target += 32)
-        fnStore(target, _mm256_or_si256(_mm256_shuffle_epi8(fnLoadRgb24(source), order), alpha));
-    scalar::fnRgb24ToArgb32(source, target, count);
+    const auto step = [order = fnRgbTo0Rgb(), alpha = _mm256_set1_epi32(0xFF)](
+                          const std::uint8_t* from, std::uint8_t* to) {
+        fnStore(to, _mm256_or_si256(_mm256_shuffle_epi8(fnLoadRgb24(from), order), alpha));
+    };
+    if (!fnInSteps<8, 3, 4>(source, target, count, step))
+        scalar::fnRgb24ToArgb32(source, target, count);
+}
+
+bool fn32To24(const std::uint8_t* source, std::uint8_t* target, std::size_t count, __m256i order) {
+    return fnInSteps<8, 4, 3>(source, target, count,
+                              [order](const std::uint8_t* from, std::uint8_t* to) {
+                                  fnStoreRgb24(to, _mm256_shuffle_epi8(fnLoad(from), order));
+                              });
 }
 
 void fnArgb32ToBgr24(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
-    const __m256i order = FourPixels::fnArgbToBgr();
-    for (; count >= kStepRgb24; count -= 8, source += 32, target += 24)
-        fnStore24And8(target, _mm256_shuffle_epi8(fnLoad(source), order));
-    scalar::fnArgb32ToBgr24(source, target, count);
+    if (!fn32To24(source, target, count, fnArgbToBgr()))
+        scalar::fnArgb32ToBgr24(source, target, count);
 }
 
 void fnArgb32ToRgb24(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
-    const __m256i order = FourPixels::fnArgbToRgb();
-    for (; count >= kStepRgb24; count -= 8, source += 32, target += 24)
-        fnStore24And8(target, _mm256_shuffle_epi8(fnLoad(source), order));
-    scalar::fnArgb32ToRgb24(source, target, count);
+    if (!fn32To24(source, target, count, fnArgbToRgb()))
+        scalar::fnArgb32ToRgb24(source, target, count);
 }
 
 void fnArgb32ToBgra32(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
-    const __m256i order = FourPixels::fnArgbToBgra();
+    const __m256i order = fnArgbToBgra();
     for (; count >= 8; count -= 8, source += 32, target += 32)
         fnStore(target, _mm256_shuffle_epi8(fnLoad(source), order));
     scalar::fnArgb32ToBgra32(source, target, count);

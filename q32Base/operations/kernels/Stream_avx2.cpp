@@ -5,8 +5,8 @@ namespace q32 {
 namespace avx2 {
 namespace {
 
-std::size_t fnBytesToAlignment(const std::uint8_t* address) {
-    return (0 - reinterpret_cast<std::uintptr_t>(address)) & 31;
+std::size_t fnBytesToLine(const std::uint8_t* address) {
+    return (0 - reinterpret_cast<std::uintptr_t>(address)) & 63;
 }
 
 void fnCopyBytes(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
@@ -15,7 +15,7 @@ void fnCopyBytes(const std::uint8_t* source, std::uint8_t* target, std::size_t c
 }
 
 void fnStreamCopy(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
-    std::size_t head = fnBytesToAlignment(target);
+    std::size_t head = fnBytesToLine(target);
     if (head > count)
         head = count;
     fnCopyBytes(source, target, head);
