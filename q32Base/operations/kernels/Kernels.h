@@ -1,0 +1,127 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace q32 {
+
+/// The instruction sets that kernels are written for, each including the ones before it.
+enum class CqKernelLevel {
+    SCALAR, ///< plain C++, on every machine; the judge of the others
+    AVX2,
+    AVX512, ///< F, BW, VL, DQ and VBMI together
+};
+
+// Rules common to all kernels.
+//
+// - A kernel works on one run of `count` pixels that lie side by side, from `source` to `target`.
+//   No alignment is asked for. A count of 0 does nothing.
+// - It reads only the source pixels of the run and writes only the target pixels of the run: not a
+//   byte before or behind them.
+// - Source and target don't overlap, unless "in place" is told: then they may be the same address.
+// - Every level yields the same bytes.
+// - Nothing is checked, allocated, thrown or kept: any thread may call any kernel.
+//
+// Formats are named by the bytes in memory order: Rgb24 is red, green, blue; Argb32 is alpha, red,
+// green, blue; Bgrx32 is blue, green, red and a byte of no meaning; Rgb565 is a 16-bit value of 5,
+// 6 and 5 bits, red topmost, stored high byte first. Its channels widen by staying in the high
+// bits: the low bits are 0.
+
+/// From one format to another.
+using CqPixelRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std::size_t count);
+
+/// Through a palette of `paletteCount` entries of four bytes: blue, green, red, reserved.
+/// An index at or beyond `paletteCount` reads no entry: it has the bytes 0, 0, 0, 0.
+using CqPaletteRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
+                              const std::uint8_t* palette, std::size_t paletteCount);
+
+/// Through a table of 256 bytes, in place.
+using CqCurveRun = void (*)(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curve);
+
+/// To indices of the 6 x 6 x 6 colour palette, by ordered dither. `thresholds` has 8 rows of 8
+/// values from 0 to 50; the run begins at pixel (x, y) of the pattern, which repeats everywhere.
+using CqDitherRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
+                             const std::uint8_t* thresholds, int x, int y);
+
+/// To 5 bits a channel by ordered dither, in place. `pattern` has 4 rows of 4 values from 0 to 127.
+using CqHiColorRun = void (*)(std::uint8_t* pixels, std::size_t count, const std::uint8_t* pattern,
+                              int x, int y);
+
+/// Pixel repetition. `count` is that of the target. Each source pixel is written `factor` times,
+/// the first one only `factor - phase` times, and the last one as often as still fits. `factor` is
+/// 1 or more, `phase` is below `factor`: for target column x of an enlarged row, give the address
+/// of source pixel x / factor and the phase x % factor.
+using CqInflateRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
+                              std::size_t factor, std::size_t phase);
+
+/// Nearest sample: target pixel i takes source pixel i * factor. `factor` is 1 or more.
+using CqShrinkRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
+                             std::size_t factor);
+
+/// The inner loops of the library for one instruction set.
+///
+/// Example: `fnKernels().fnRgb24ToBgrx32(row, screenRow, width);`
+struct CqKernels {
+    CqKernelLevel level;
+
+    // Pixel formats.
+    CqPixelRun fnRgb565ToBgr24;
+    CqPixelRun fnRgb565ToBgrx32; ///< the fourth byte is 0
+    CqPixelRun fnRgb565ToRgb24;
+    CqPixelRun fnRgb565ToArgb32; ///< alpha 255
+    CqPixelRun fnRgb24ToBgr24;   ///< in place; its own reverse
+    CqPixelRun fnRgb24ToBgrx32;  ///< the fourth byte is 0
+    CqPixelRun fnRgb24ToArgb32;  ///< alpha 255
+    CqPixelRun fnArgb32ToBgr24;  ///< alpha dropped
+    CqPixelRun fnArgb32ToRgb24;  ///< alpha dropped
+    CqPixelRun fnArgb32ToBgra32; ///< the four bytes reversed, in place; its own reverse
+    CqPixelRun fnSwap16;         ///< the two bytes swapped, in place; its own reverse
+    /// In place. The source is 5-5-5 stored low byte first, its top bit is dropped; the low green
+    /// bit of the result is 0.
+    CqPixelRun fnRgb555LeToRgb565;
+    /// In place. The low green bit is dropped; the result is stored low byte first, top bit 0.
+    CqPixelRun fnRgb565ToRgb555Le;
+
+    // Palette indices.
+    /// Two indices a byte, the first one in the high nibble, to one index a byte. Reads
+    /// (count + 1) / 2 bytes; an odd count takes only the high nibble of the last.
+    CqPixelRun fnIndex4ToIndex8;
+    CqPaletteRun fnIndex8ToBgr24;
+    CqPaletteRun fnIndex8ToBgrx32; ///< the palette entry as it is, reserved byte included
+    CqPaletteRun fnIndex8ToRgb24;
+    CqPaletteRun fnIndex8ToArgb32; ///< alpha 255
+
+    // Tone.
+    CqCurveRun fnCurve24; ///< all three bytes of a pixel
+    CqCurveRun fnCurve32; ///< the first three bytes of a pixel, the fourth stays
+
+    // Dither. A colour component of 255 where the threshold is 0 reaches level 6, beyond the
+    // palette's six levels, and adds nothing to the index. This is wanted: it is how the screen has
+    // always shown it, so white becomes index 0 in those cells.
+    CqDitherRun fnDither16; ///< Rgb565
+    CqDitherRun fnDither24; ///< Rgb24
+    CqDitherRun fnDither32; ///< Argb32; alpha is skipped
+    /// Three bytes a pixel, whatever their meaning. A byte is rounded up when its low three bits
+    /// are above the pattern's value, else down. So values of 7 and more never round up; this is
+    /// wanted.
+    CqHiColorRun fnHiColorDither;
+
+    // Zoom, by bytes a pixel: element 0 for one byte to element 3 for four.
+    CqInflateRun fnInflate[4];
+    CqShrinkRun fnShrink[4];
+
+    // Streaming.
+    /// Copies `count` bytes past the caches: for a large target that isn't read soon. Every series
+    /// of calls ends with fnStreamEnd, before anyone else reads the target.
+    CqPixelRun fnStreamCopy;
+    void (*fnStreamEnd)();
+};
+
+/// The table in force: that of the highest level that the processor has. Chosen once.
+const CqKernels& fnKernels();
+
+/// The table of one level, or null where the processor or the build lacks it. For tests and
+/// benches.
+const CqKernels* fnKernelsOfLevel(CqKernelLevel level);
+
+} // namespace q32

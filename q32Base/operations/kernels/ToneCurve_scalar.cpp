@@ -1,0 +1,26 @@
+#include "q32Base/operations/kernels/ToneCurve.h"
+
+namespace q32 {
+namespace scalar {
+
+void fnCurve24(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curve) {
+    for (std::size_t i = 0; i < 3 * count; ++i)
+        pixels[i] = curve[pixels[i]];
+}
+
+void fnCurve32(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curve) {
+    for (; count != 0; --count, pixels += 4) {
+        pixels[0] = curve[pixels[0]];
+        pixels[1] = curve[pixels[1]];
+        pixels[2] = curve[pixels[2]];
+    }
+}
+
+} // namespace scalar
+
+void fnUseScalarToneCurve(CqKernels& table) {
+    table.fnCurve24 = scalar::fnCurve24;
+    table.fnCurve32 = scalar::fnCurve32;
+}
+
+} // namespace q32
