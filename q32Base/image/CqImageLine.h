@@ -104,5 +104,7 @@ protected:
     void fnBlt32(unsigned char* target, int sourceX, int count);
 
 private:
-    void fnPlaceSegment();
+    void fnMakeBuffer();
+    void fnEnterTile(std::uint32_t column);
+    unsigned int fnPackColor(const CqColor& color, unsigned char (&bytes)[4]) const;
 };

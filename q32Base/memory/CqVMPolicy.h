@@ -71,17 +71,20 @@ public:
     /// deliberately: a file goes only if it also stands under that name in the current directory.
     void fnDeleteVMFiles();
 
-private:
-    friend class CqScratchRecord;
+    /// Keep the record that `fnGetDiskUsage` tells. For the allocator alone.
+    void fnNoteScratchFile(const CString& name, std::uint32_t size);
+    void fnForgetScratchFile(const CString& name);
 
+private:
     /// One buffer that lies in a file.
     struct ScratchFile {
         CString m_strName;
         std::uint32_t m_nSize;
     };
 
+    void fnReadDisks();
     void fnUpdateRamLimit();
-    int fnFindRoom(std::uint32_t size) const;
+    bool fnHasRoom(unsigned int index, std::uint32_t size) const;
 
     bool DiskFlags[kDisks];
     char DiskPaths[kDisks][kMaxPathBytes];

@@ -1,0 +1,214 @@
+#include "q32Base/image/CqImage.h"
+
+#include "q32Base/framework/Memory.h"
+#include "q32Base/framework/Windows.h"
+#include "q32Base/image/PixelBytes.h"
+#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/platform/CqPlatform.h"
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+#include <vector>
+
+const CRuntimeClass CqImage::classCqImage = {"CqImage", sizeof(CqImage), 0xFFFF, nullptr,
+                                             &CObject::classCObject};
+
+CqImage::CqImage() {
+    fnInit();
+}
+
+CqImage::CqImage(unsigned int width, unsigned int height, unsigned int bitCount,
+                 const RGBQUAD* palette, unsigned int count)
+    : CqImage() {
+    fnAlloc(width, height, bitCount, palette, count);
+}
+
+CqImage::CqImage(unsigned int width, unsigned int height, unsigned int bitCount, CPalette& palette)
+    : CqImage() {
+    fnAlloc(width, height, bitCount, palette);
+}
+
+CqImage::CqImage(int id, unsigned int depth) : CqImage() {
+    CqImage::fnLoad(id, depth);
+}
+
+CqImage::CqImage(BITMAPINFOHEADER* header) : CqImage() {
+    *this = header;
+}
+
+CqImage::CqImage(CqImage& other) : CqImage() {
+    *this = other;
+}
+
+CqImage::~CqImage() {
+    fnFreeBuf();
+    delete PluginData;
+}
+
+const CRuntimeClass* CqImage::GetRuntimeClass() const {
+    return &classCqImage;
+}
+
+void CqImage::fnInit() {
+    Width = Height = BitCount = BytesPerPixel = RowBytes = PaletteCount = 0;
+    TileCount = TilesAcross = TilesDown = 0;
+    TitleFlag = 1;
+    TileMap = nullptr;
+    PluginData = nullptr;
+    FioPlugin = 0xFFFFFFFFu;
+    q32::fnGuardMemory([this] {
+        CqScreenService& screen = *q32::fnPlatform().m_pScreen;
+        CDC* dc = screen.fnGetDC(nullptr);
+        DpiX = dc ? dc->GetDeviceCaps(LOGPIXELSX) : 0;
+        DpiY = dc ? dc->GetDeviceCaps(LOGPIXELSY) : 0;
+        if (dc)
+            screen.fnReleaseDC(nullptr, dc);
+    });
+}
+
+void CqImage::fnFreeBuf() {
+    delete TileMap;
+    TileMap = nullptr;
+}
+
+void CqImage::fnSetBuf(CqTileMap* map) {
+    fnFreeBuf();
+    TileMap = map;
+    Width = map->Width;
+    Height = map->Height;
+    BitCount = map->BitCount;
+    BytesPerPixel = map->BytesPerPixel;
+    RowBytes = map->RowBytes;
+    PaletteCount = map->PaletteCount;
+    TileCount = map->TileCount;
+    TilesAcross = map->TilesAcross;
+    TilesDown = map->TilesDown;
+}
+
+void CqImage::fnAlloc(unsigned int width, unsigned int height, unsigned int bitCount,
+                      const RGBQUAD* palette, unsigned int count) {
+    if (TileMap && TileMap->Width == width && TileMap->Height == height &&
+        TileMap->BitCount == bitCount)
+        return;
+    if (bitCount >= 9)
+        count = 0;
+    else if (!palette)
+        count = 1u << bitCount;
+    else if (palette == q32GreyRamp)
+        count = 256;
+    fnSetBuf(q32::fnNew<CqTileMap>(width, height, bitCount, palette, count));
+}
+
+void CqImage::fnAlloc(unsigned int width, unsigned int height, unsigned int bitCount,
+                      CPalette& palette) {
+    unsigned int count = palette.GetEntryCount();
+    std::unique_ptr<RGBQUAD[]> table;
+    if (count != 0) {
+        std::unique_ptr<PALETTEENTRY[]> entries(q32::fnNewArray<PALETTEENTRY>(count));
+        if (palette.GetPaletteEntries(0, count, entries.get()) == count) {
+            table.reset(q32::fnNewArray<RGBQUAD>(count));
+            for (unsigned int i = 0; i < count; ++i)
+                table[i] = {entries[i].peBlue, entries[i].peGreen, entries[i].peRed,
+                            entries[i].peFlags};
+        } else {
+            count = 0;
+        }
+    }
+    fnAlloc(width, height, bitCount, table.get(), count);
+}
+
+CqImage& CqImage::operator=(CqImage& other) {
+    const CqTileMap& source = *other.TileMap;
+    const std::uint32_t count = source.BitCount < 9 ? source.PaletteCount : 0;
+    fnSetBuf(
+        q32::fnNew<CqTileMap>(source.Width, source.Height, source.BitCount, source.Palette, count));
+    CqImageTile from(true);
+    CqImageTile to(true);
+    for (std::uint32_t i = 0; i < TileCount; ++i) {
+        other.fnAccessTile(i, &from);
+        fnAccessTile(i, &to);
+        to.fnCopy(from);
+    }
+    if (!other.Title.IsEmpty())
+        Title = other.Title;
+    TitleFlag = other.TitleFlag;
+    DpiX = other.DpiX;
+    DpiY = other.DpiY;
+    return *this;
+}
+
+void CqImage::fnGetPalette(CPalette& palette) {
+    if (palette.HasHandle())
+        palette.DeleteObject();
+    const std::size_t bytes = sizeof(LOGPALETTE) + PaletteCount * sizeof(PALETTEENTRY);
+    const std::unique_ptr<unsigned char[]> block(q32::fnNewArray<unsigned char>(bytes));
+    auto* description = reinterpret_cast<LOGPALETTE*>(block.get());
+    description->palVersion = 0x300;
+    description->palNumEntries = static_cast<WORD>(PaletteCount);
+    for (std::uint32_t i = 0; i < PaletteCount; ++i) {
+        const RGBQUAD& quad = TileMap->Palette[i];
+        description->palPalEntry[i] = {quad.rgbRed, quad.rgbGreen, quad.rgbBlue, quad.rgbReserved};
+    }
+    if (!palette.CreatePalette(description))
+        AfxThrowMemoryException();
+}
+
+unsigned int CqImage::fnGetPaletteEntry(unsigned int first, unsigned int count, RGBQUAD* out) {
+    const std::uint32_t room = first < TileMap->PaletteCount ? TileMap->PaletteCount - first : 0;
+    count = std::min(count, room);
+    std::copy_n(TileMap->Palette + (count ? first : 0), count, out);
+    return count;
+}
+
+unsigned int CqImage::fnSetPaletteEntry(unsigned int first, unsigned int count,
+                                        const RGBQUAD* entries) {
+    return TileMap->fnSetPaletteEntry(first, count, entries);
+}
+
+bool CqImage::fnIsGrayScale() const {
+    return TileMap->GrayScale;
+}
+
+unsigned char* CqImage::fnGetPixelAddr(int x, int y) {
+    const CqTileMap& map = *TileMap;
+    const int tileWidth = static_cast<int>(map.TileWidth);
+    const int tileHeight = static_cast<int>(map.TileHeight);
+    const int column = map.TilesAcross == 1 ? 0 : x / tileWidth;
+    const int row = map.TilesDown == 1 ? 0 : y / tileHeight;
+    const auto rowBytes =
+        static_cast<int>(map.fnRowBytes(map.fnColumnWidth(static_cast<std::uint32_t>(column))));
+    const std::ptrdiff_t index = static_cast<std::ptrdiff_t>(map.TilesAcross) * row + column;
+    const int inTile = ((x - tileWidth * column) * static_cast<int>(map.BitCount) + 7) >> 3;
+    return map.TileTable[index].Pixels +
+           static_cast<std::ptrdiff_t>(rowBytes) * (y - tileHeight * row) + inTile;
+}
+
+CqColor CqImage::fnGetPixelColor(int x, int y) {
+    return q32::fnReadPixel(*TileMap, fnGetPixelAddr(x, y), (x & 1) != 0);
+}
+
+void CqImage::fnSetPixelColor(int x, int y, const CqColor& color) {
+    q32::fnWritePixel(*TileMap, fnGetPixelAddr(x, y), (x & 1) != 0, color);
+}
+
+void CqImage::fnAccessTile(unsigned int index, CqImageTile* tile) {
+    TileMap->fnAccessTile(index, tile);
+}
+
+void CqImage::fnAccessTile(CPoint& position, CqImageTile* tile) {
+    TileMap->fnAccessTile(position, tile);
+}
+
+void CqImage::fnAccessLine(unsigned int row, CqImageLine* line, bool readOnly) {
+    TileMap->fnAccessLine(row, line, readOnly);
+}
+
+CSize CqImage::fnGetMaxTileSize() const {
+    return {static_cast<LONG>(TileMap->TileWidth), static_cast<LONG>(TileMap->TileHeight)};
+}
+
+void CqImage::fnSetPluginData(CObject* data) {
+    delete PluginData;
+    PluginData = data;
+}

@@ -1,0 +1,172 @@
+#include "q32Base/image/CqImageLine.h"
+
+#include "q32Base/framework/Memory.h"
+#include "q32Base/image/PixelBytes.h"
+#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/operations/kernels/Kernels.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+
+namespace {
+
+/// Bytes behind a row that a 4-bit fill from the last, odd pixel may touch.
+constexpr std::size_t kSlack = 4;
+
+/// Column or row of tiles that a position lies in.
+std::uint32_t fnTileOf(std::int32_t position, std::uint32_t tiles, std::uint32_t size) {
+    return tiles == 1 ? 0u : static_cast<std::uint32_t>(position / static_cast<std::int32_t>(size));
+}
+
+} // namespace
+
+CqImageLine::~CqImageLine() {
+    fnUnAssociate();
+}
+
+void CqImageLine::fnMakeBuffer() {
+    if (!LineBuffer)
+        LineBuffer = q32::fnNewArray<unsigned char>(RowBytes + kSlack);
+}
+
+void CqImageLine::fnSetup(unsigned int row, bool readOnly) {
+    if (static_cast<std::int32_t>(row) == Row)
+        return;
+    if (Row > -1 && !ReadOnly)
+        fnFlush();
+    TileMap->fnFetchRow(row, LineBuffer);
+    ReadOnly = readOnly;
+    Row = static_cast<std::int32_t>(row);
+}
+
+void CqImageLine::fnFlush() {
+    if (Row < 0 || !LineBuffer)
+        return;
+    assert(static_cast<std::uint32_t>(Row) < TileMap->Height);
+    TileMap->fnStoreRow(static_cast<std::uint32_t>(Row), LineBuffer);
+}
+
+void CqImageLine::fnUnAssociate() {
+    if (LineBuffer) {
+        if (!ReadOnly)
+            fnFlush();
+        delete[] LineBuffer;
+        LineBuffer = nullptr;
+    }
+    if (Claim && Row > -1)
+        TileMap->fnReleaseLine(static_cast<std::uint32_t>(Row));
+    Row = -1;
+}
+
+void CqImageLine::fnFillColor(const CqColor& color, unsigned int start, unsigned int count) {
+    unsigned char* at = LineBuffer + ((BitCount * start + 7) >> 3);
+    if (BitCount == 8) {
+        std::memset(at, q32::fnPaletteIndex(*TileMap, color), count);
+    } else if (BitCount == 4) {
+        const unsigned int index = q32::fnPaletteIndex(*TileMap, color) & 0x0Fu;
+        std::memset(at, static_cast<int>(index << 4 | index), count / 2);
+        if (count & 1) {
+            unsigned char& last = at[count / 2];
+            last = static_cast<unsigned char>((last & 0x0Fu) | index << 4);
+        }
+    } else {
+        unsigned char bytes[4];
+        const unsigned int size = fnPackColor(color, bytes);
+        q32::fnFillPixels(at, bytes, size, count);
+    }
+}
+
+/// The bytes of a pixel of 16 bits and more in the map's order. Returns how many.
+unsigned int CqImageLine::fnPackColor(const CqColor& color, unsigned char (&bytes)[4]) const {
+    if (BitCount == 16) {
+        const std::uint16_t value = q32::fnPack565(color);
+        bytes[0] = static_cast<unsigned char>(value >> 8);
+        bytes[1] = static_cast<unsigned char>(value);
+        return 2;
+    }
+    q32::fnWritePixel(*TileMap, bytes, false, color);
+    return BytesPerPixel;
+}
+
+void CqImageLine::fnReverseLine() {
+    if (Width < 2 || BitCount == 4)
+        return;
+    const std::uint32_t bytes = BitCount >> 3;
+    unsigned char* left = LineBuffer;
+    unsigned char* right = LineBuffer + static_cast<std::size_t>(Width - 1) * bytes;
+    for (std::uint32_t i = 0; i < Width / 2; ++i, left += bytes, right -= bytes)
+        std::swap_ranges(left, left + bytes, right);
+}
+
+void CqImageLine::fnReversePixel(int start, unsigned int count) {
+    // A row of other depths than 24 and 32 bits is taken for one of 32, as far as its bytes go.
+    const std::uint32_t bytes = BitCount == 24 ? 3 : 4;
+    const auto first = static_cast<std::uint32_t>(start);
+    const std::uint32_t pixels = RowBytes / bytes;
+    if (first >= pixels)
+        return;
+    unsigned char* at = LineBuffer + static_cast<std::size_t>(first) * bytes;
+    const q32::CqKernels& kernels = q32::fnKernels();
+    (bytes == 3 ? kernels.fnRgb24ToBgr24
+                : kernels.fnArgb32ToBgra32)(at, at, std::min(count, pixels - first));
+}
+
+void CqImageLine::fnReversePixel(bool swapOnly, bool toMap) {
+    const q32::CqKernels& kernels = q32::fnKernels();
+    const auto convert = swapOnly ? kernels.fnSwap16
+                         : toMap  ? kernels.fnRgb555LeToRgb565
+                                  : kernels.fnRgb565ToRgb555Le;
+    convert(LineBuffer, LineBuffer, std::min(Width >> 1, RowBytes >> 1));
+}
+
+CqColor CqImageLine::fnGetPixelColor(int x) const {
+    const unsigned int at = (static_cast<unsigned int>(x) * BitCount) >> 3;
+    return q32::fnReadPixel(*TileMap, LineBuffer + at, (x & 1) != 0);
+}
+
+void CqImageLine::fnSetPixelColor(int x, const CqColor& color) {
+    const unsigned int at = (static_cast<unsigned int>(x) * BitCount) >> 3;
+    q32::fnWritePixel(*TileMap, LineBuffer + at, (x & 1) != 0, color);
+}
+
+void CqImageLine::fnStartSegment(int x) {
+    const std::uint32_t column = fnTileOf(x, TileMap->TilesAcross, TileMap->TileWidth);
+    const std::uint32_t row = fnTileOf(Row, TileMap->TilesDown, TileMap->TileHeight);
+    SegLeft = static_cast<std::int32_t>(column * TileMap->TileWidth);
+    SegTop = static_cast<std::int32_t>(row * TileMap->TileHeight);
+    SegTile = row * TileMap->TilesAcross + column;
+    SegX = x;
+    fnEnterTile(column);
+    SegPixel += (static_cast<unsigned int>(x - SegLeft) * BitCount + 7) >> 3;
+}
+
+/// Stands on the first pixel of the row in the tile `SegTile`, whose left edge `SegLeft` tells.
+void CqImageLine::fnEnterTile(std::uint32_t column) {
+    const std::uint32_t width = TileMap->fnColumnWidth(column);
+    SegEnd = SegLeft + static_cast<std::int32_t>(width);
+    SegPixel =
+        TileMap->TileTable[SegTile].Pixels + static_cast<std::size_t>(TileMap->fnRowBytes(width)) *
+                                                 static_cast<std::uint32_t>(Row - SegTop);
+}
+
+void CqImageLine::fnSetPixel(unsigned char red, unsigned char green, unsigned char blue,
+                             unsigned char alpha) {
+    q32::fnWritePixel(*TileMap, SegPixel, (SegX & 1) != 0, CqColor(red, green, blue, alpha));
+    fnNextPixel();
+}
+
+void CqImageLine::fnNextPixel() {
+    ++SegX;
+    if (SegX >= static_cast<std::int32_t>(Width))
+        return;
+    if (SegX == SegEnd) {
+        SegLeft = SegEnd;
+        ++SegTile;
+        fnEnterTile(SegTile % TileMap->TilesAcross);
+    } else if (BitCount == 4) {
+        SegPixel += (SegX & 1) == 0 ? 1 : 0;
+    } else {
+        SegPixel += BytesPerPixel;
+    }
+}

@@ -1,0 +1,190 @@
+#include "q32Base/framework/Memory.h"
+#include "q32Base/image/CqImage.h"
+#include "q32Base/image/DibLayout.h"
+#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/platform/CqPlatform.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <new>
+
+namespace {
+
+using q32::fnDibPaletteCount;
+using q32::fnDibPixelOffset;
+using q32::fnDibStride;
+using q32::kDibHeaderBytes;
+
+constexpr std::size_t kMaskBytes = 12;
+constexpr std::uint32_t kMasks565[3] = {0xF800, 0x07E0, 0x001F};
+constexpr unsigned int kWholeRow = 0xFFFFFFFFu;
+
+/// Height without its sign.
+std::uint32_t fnAbsoluteHeight(const BITMAPINFOHEADER& header) {
+    const auto height = static_cast<std::uint32_t>(header.biHeight);
+    return header.biHeight < 0 ? 0u - height : height;
+}
+
+const unsigned char* fnBytes(const BITMAPINFOHEADER* header) {
+    return reinterpret_cast<const unsigned char*>(header);
+}
+
+/// Bytes that a block has by its own header. An RLE stream of untold length goes on to its end
+/// mark.
+std::size_t fnToldSize(const BITMAPINFOHEADER& header) {
+    const std::uint64_t offset = fnDibPixelOffset(header);
+    if (header.biCompression == BI_RLE8)
+        return header.biSizeImage ? static_cast<std::size_t>(offset + header.biSizeImage)
+                                  : static_cast<std::size_t>(-1) / 2;
+    const std::uint64_t rows = fnAbsoluteHeight(header);
+    const std::uint64_t pixels =
+        rows * fnDibStride(static_cast<std::uint32_t>(header.biWidth), header.biBitCount);
+    return static_cast<std::size_t>(
+        std::max(offset, kDibHeaderBytes + 4ull * fnDibPaletteCount(header)) + pixels);
+}
+
+/// A map of that geometry with the header's colour table, as far as `size` bytes hold it; the rest
+/// is black.
+CqTileMap* fnMakeMap(const BITMAPINFOHEADER* header, std::size_t size, std::uint32_t height) {
+    constexpr std::uint32_t kMostColors = 256;
+    if (header->biWidth <= 0 || height == 0 || header->biBitCount == 0 || header->biBitCount > 32 ||
+        (header->biBitCount != 4 && header->biBitCount % 8 != 0))
+        AfxThrowResourceException();
+    RGBQUAD table[kMostColors] = {};
+    const std::uint32_t count = std::min(fnDibPaletteCount(*header), kMostColors);
+    const std::size_t there =
+        std::min<std::size_t>(size - kDibHeaderBytes, count * sizeof(RGBQUAD));
+    std::memcpy(table, fnBytes(header) + kDibHeaderBytes, there);
+    return q32::fnNew<CqTileMap>(static_cast<std::uint32_t>(header->biWidth), height,
+                                 header->biBitCount, table, count);
+}
+
+/// Whether 16-bit pixels of a block are 5-6-5 already.
+bool fnIs565(const BITMAPINFOHEADER* header, std::size_t size) {
+    if (header->biCompression == BI_RGB)
+        return false;
+    if (header->biCompression != BI_BITFIELDS)
+        return true;
+    return size >= kDibHeaderBytes + kMaskBytes &&
+           std::memcmp(fnBytes(header) + kDibHeaderBytes, kMasks565, kMaskBytes) == 0;
+}
+
+} // namespace
+
+void CqImage::fnLoad(int id, unsigned int depth) {
+    CqResourceData data;
+    const bool found = q32::fnGuardMemory([&] {
+        return q32::fnPlatform().m_pResources->fnFind(
+            nullptr, RT_BITMAP_ID, static_cast<WORD>(static_cast<unsigned int>(id) & 0xFFFF), data);
+    });
+    if (!found || data.m_nSize < kDibHeaderBytes)
+        AfxThrowResourceException();
+    const auto* header = static_cast<const BITMAPINFOHEADER*>(data.m_pBytes);
+    fnSetBuf(fnMakeMap(header, data.m_nSize, fnAbsoluteHeight(*header)));
+    if (header->biCompression > BI_BITFIELDS) {
+        fnFreeBuf();
+        AfxThrowResourceException();
+    }
+    fnTakeDib(header, data.m_nSize);
+    if (depth != 0)
+        fnConvert(depth, true, nullptr);
+}
+
+CqImage& CqImage::operator=(BITMAPINFOHEADER* const header) {
+    const std::size_t size = fnToldSize(*header);
+    // A negative height stays what it is as an unsigned number: no image can have it.
+    fnSetBuf(fnMakeMap(header, size, static_cast<std::uint32_t>(header->biHeight)));
+    fnTakeDib(header, size);
+    DpiX = header->biXPelsPerMeter;
+    DpiY = header->biYPelsPerMeter;
+    return *this;
+}
+
+/// Carries the pixels over by the compression; an unknown one leaves them as they came.
+void CqImage::fnTakeDib(const BITMAPINFOHEADER* header, std::size_t size) {
+    switch (header->biCompression) {
+    case BI_RLE4:
+        return fnDecompressRle4(header, size);
+    case BI_RLE8:
+        return fnDecompressRle8(header, size);
+    case BI_RGB:
+    case BI_BITFIELDS:
+        return fnTransferDib(header, size);
+    default:
+        return;
+    }
+}
+
+CqImage::operator BITMAPINFOHEADER*() {
+    const std::size_t stride = fnDibStride(Width, BitCount);
+    const std::size_t head = kDibHeaderBytes + (BitCount < 9     ? sizeof(RGBQUAD) * PaletteCount
+                                                : BitCount == 16 ? kMaskBytes
+                                                                 : 0);
+    // A 4-bit row can be longer than the stride: it spills into its neighbour, and the last one in
+    // memory over the end, into the slack.
+    constexpr std::size_t kSlack = 4;
+    void* block = ::operator new(head + Height * stride + kSlack, std::nothrow);
+    if (!block)
+        AfxThrowMemoryException();
+    struct Free {
+        void operator()(void* memory) const { ::operator delete(memory); }
+    };
+    std::unique_ptr<void, Free> owner(block);
+
+    auto* header = new (block) BITMAPINFOHEADER{};
+    header->biSize = kDibHeaderBytes;
+    header->biWidth = static_cast<LONG>(Width);
+    header->biHeight = static_cast<LONG>(Height);
+    header->biPlanes = 1;
+    header->biBitCount = static_cast<WORD>(BitCount);
+    auto* bytes = static_cast<unsigned char*>(block);
+    if (BitCount < 9) {
+        std::memcpy(bytes + kDibHeaderBytes, TileMap->Palette, sizeof(RGBQUAD) * PaletteCount);
+        header->biClrUsed = PaletteCount == 1u << BitCount ? 0 : PaletteCount;
+    } else if (BitCount == 16) {
+        header->biCompression = BI_BITFIELDS;
+        std::memcpy(bytes + kDibHeaderBytes, kMasks565, kMaskBytes);
+    }
+
+    unsigned char* row = bytes + head + Height * stride;
+    CqImageLine line;
+    for (std::uint32_t y = 0; y < Height; ++y) {
+        row -= stride;
+        fnAccessLine(y, &line, true);
+        if (BitCount == 16)
+            line.fnReversePixel(true, true);
+        else if (BitCount > 16)
+            line.fnReversePixel(0, kWholeRow);
+        std::memcpy(row, line.LineBuffer, RowBytes);
+        if (stride > RowBytes)
+            std::memset(row + RowBytes, 0, stride - RowBytes);
+    }
+    owner.release();
+    return header;
+}
+
+void CqImage::fnTransferDib(const BITMAPINFOHEADER* header, std::size_t size) {
+    const std::size_t stride = fnDibStride(Width, BitCount);
+    const std::uint64_t start = fnDibPixelOffset(*header);
+    const bool swapOnly = fnIs565(header, size);
+    CqImageLine line;
+    for (std::uint32_t y = 0; y < Height; ++y) {
+        const std::uint64_t stored = header->biHeight >= 0 ? Height - 1 - y : y;
+        const std::uint64_t at = start + stored * stride;
+        if (at >= size)
+            continue; // a row that the block doesn't hold stays as it is
+        fnAccessLine(y, &line, false);
+        std::memcpy(line.LineBuffer, fnBytes(header) + at,
+                    std::min<std::size_t>(RowBytes, size - static_cast<std::size_t>(at)));
+        if (BitCount >= 24)
+            line.fnReversePixel(0, kWholeRow);
+        else if (BitCount == 16)
+            line.fnReversePixel(swapOnly, true);
+    }
+}
+
+void CqImage::fnDecompressRle4(const BITMAPINFOHEADER*, std::size_t) {
+    // Deliberate: such a bitmap gives an image of the right size and palette with its pixels not
+    // set.
+}

@@ -1,0 +1,89 @@
+/// @file
+/// How a colour stands in the bytes of one pixel: the forms that single-pixel access, fills and
+/// lines share.
+#pragma once
+
+#include "q32Base/image/CqColor.h"
+#include "q32Base/memory/CqTileMap.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace q32 {
+
+/// Sets `count` pixels of `size` bytes each, side by side from `target` on.
+inline void fnFillPixels(unsigned char* target, const unsigned char* pixel, std::size_t size,
+                         std::size_t count) {
+    const std::size_t total = size * count;
+    if (total == 0)
+        return;
+    std::memcpy(target, pixel, size);
+    for (std::size_t done = size; done < total; done *= 2)
+        std::memcpy(target + done, target, std::min(done, total - done));
+}
+
+/// 5-6-5 of a colour as a number.
+inline std::uint16_t fnPack565(const CqColor& color) {
+    return static_cast<std::uint16_t>((color.m_Red & 0xF8) << 8 | (color.m_Green & 0xFC) << 3 |
+                                      color.m_Blue >> 3);
+}
+
+/// Palette index of a colour: the first entry with the same red, green and blue, else 0.
+inline std::uint8_t fnPaletteIndex(const CqTileMap& map, const CqColor& color) {
+    const int index = map.fnFindColor(color.m_Red, color.m_Green, color.m_Blue);
+    return static_cast<std::uint8_t>(index < 0 ? 0 : index);
+}
+
+/// Reads the pixel at `pixel`. At 4 bits `odd` chooses the low nibble. The 16-bit green mixes in
+/// low bits of blue and high bits of red: it reads the two bytes low byte first, deliberately.
+inline CqColor fnReadPixel(const CqTileMap& map, const unsigned char* pixel, bool odd) {
+    switch (map.BitCount) {
+    case 4:
+        return CqColor(map.Palette[odd ? *pixel & 0x0F : *pixel >> 4]);
+    case 8:
+        return CqColor(map.Palette[*pixel]);
+    case 16: {
+        const unsigned int value = pixel[0] | pixel[1] << 8;
+        return CqColor(pixel[0] & 0xF8, static_cast<unsigned char>((value >> 3) & 0xFC),
+                       static_cast<unsigned char>(pixel[1] << 3), 255);
+    }
+    case 24:
+        return CqColor(pixel[0], pixel[1], pixel[2], 255);
+    default:
+        return CqColor(pixel[1], pixel[2], pixel[3], pixel[0]);
+    }
+}
+
+/// Writes the pixel at `pixel`; at 4 bits the other nibble stays. 16 bits are stored low byte
+/// first, deliberately, against the order that fills and drawing use.
+inline void fnWritePixel(const CqTileMap& map, unsigned char* pixel, bool odd,
+                         const CqColor& color) {
+    switch (map.BitCount) {
+    case 4: {
+        const unsigned int index = fnPaletteIndex(map, color) & 0x0Fu;
+        *pixel = static_cast<unsigned char>(odd ? (*pixel & 0xF0u) | index
+                                                : (*pixel & 0x0Fu) | index << 4);
+        return;
+    }
+    case 8:
+        *pixel = fnPaletteIndex(map, color);
+        return;
+    case 16: {
+        const std::uint16_t value = fnPack565(color);
+        pixel[0] = static_cast<unsigned char>(value);
+        pixel[1] = static_cast<unsigned char>(value >> 8);
+        return;
+    }
+    case 32:
+        *pixel++ = color.m_Alpha;
+        [[fallthrough]];
+    default:
+        pixel[0] = color.m_Red;
+        pixel[1] = color.m_Green;
+        pixel[2] = color.m_Blue;
+    }
+}
+
+} // namespace q32

@@ -1,0 +1,252 @@
+#include "q32Base/memory/CqTileMap.h"
+
+#include "q32Base/framework/Memory.h"
+#include "q32Base/image/CqImageLine.h"
+#include "q32Base/image/CqImageTile.h"
+#include "q32Base/memory/PixelBuffer.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+
+CCriticalSection CqTileMap::TileLock;
+CCriticalSection CqTileMap::LineLock;
+
+namespace {
+
+bool fnIsDepth(std::uint32_t bits) {
+    return bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
+}
+
+} // namespace
+
+CqTileMap::CqTileMap(std::uint32_t width, std::uint32_t height, std::uint32_t bitCount,
+                     const RGBQUAD* palette, std::uint32_t count)
+    : Width(width), Height(height), BitCount(bitCount), PaletteCount(bitCount < 9 ? count : 0) {
+    fnSetGeometry();
+    try {
+        TileTable = q32::fnNewArray<TileEntry>(TileCount);
+        if (BitCount < 9) {
+            // Zero beyond the entries asked for: no index that pixels can hold leaves the block.
+            const std::size_t slots = std::max<std::size_t>(PaletteCount, 256);
+            Palette = q32::fnNewArray<RGBQUAD>(slots);
+            std::memset(Palette, 0, slots * sizeof(RGBQUAD));
+            fnInitPalette(palette);
+        }
+        PixelBuffer = AllocPixelBuffer(fnBlockSize(), FileHandle, MappingHandle, TempFileName);
+    } catch (...) {
+        fnFreeAll();
+        throw;
+    }
+    fnFillTileTable();
+}
+
+CqTileMap::~CqTileMap() {
+    fnFreeAll();
+}
+
+void CqTileMap::fnSetGeometry() {
+    const std::uint64_t rowBytes = (static_cast<std::uint64_t>(Width) * BitCount + 7) >> 3;
+    constexpr std::uint32_t kMostPixels = 0x7FFFFFFFu; // positions are signed
+    constexpr std::uint32_t kMostBytes = 0xFFFFFFFEu;  // leaves room for a byte of slack
+    if (Width == 0 || Height == 0 || Width > kMostPixels || Height > kMostPixels ||
+        !fnIsDepth(BitCount) || rowBytes > kMostBytes / Height)
+        AfxThrowMemoryException();
+    BytesPerPixel = BitCount >> 3;
+    RowBytes = static_cast<std::uint32_t>(rowBytes);
+    BufferSize = RowBytes * Height;
+    if (BitCount == 4) { // two pixels share a byte, and no tile's edge may split it
+        TileWidth = Width;
+        TileHeight = Height;
+    } else {
+        TileWidth = std::min(Width, kMaxTileSize);
+        TileHeight = std::min(Height, kMaxTileSize);
+    }
+    TilesAcross = (Width - 1) / TileWidth + 1;
+    TilesDown = (Height - 1) / TileHeight + 1;
+    TileCount = TilesAcross * TilesDown;
+    LastTileWidth = Width - (TilesAcross - 1) * TileWidth;
+    LastTileHeight = Height - (TilesDown - 1) * TileHeight;
+
+    const std::uint32_t drawWidth = std::min(TileWidth, kMaxTileSize);
+    const std::uint32_t drawHeight = std::min(TileHeight, kMaxTileSize);
+    const std::uint32_t drawRow = (drawWidth * BitCount) >> 3;
+    DibTileBytes = ((drawRow + 3) & ~3u) * drawHeight;
+    PackedTileBytes = BitCount < 9 ? drawWidth * drawHeight : drawRow * drawHeight;
+}
+
+std::uint32_t CqTileMap::fnBlockSize() const {
+    // At 4 bits, single-pixel access at the last odd column of the last row lands one byte further.
+    return BitCount == 4 ? BufferSize + 1 : BufferSize;
+}
+
+void CqTileMap::fnFillTileTable() {
+    unsigned char* start = PixelBuffer;
+    TileEntry* entry = TileTable;
+    for (std::uint32_t row = 0; row < TilesDown; ++row) {
+        const std::uint32_t height = row + 1 == TilesDown ? LastTileHeight : TileHeight;
+        const std::size_t tileBytes = static_cast<std::size_t>(fnRowBytes(TileWidth)) * height;
+        for (std::uint32_t column = 0; column < TilesAcross; ++column)
+            *entry++ = {start + column * tileBytes, false};
+        start += (TilesAcross - 1) * tileBytes +
+                 static_cast<std::size_t>(fnRowBytes(LastTileWidth)) * height;
+    }
+}
+
+void CqTileMap::fnFreeAll() {
+    delete[] TileTable;
+    delete[] Palette;
+    ::operator delete(DrawDib);
+    delete[] DrawScratch;
+    delete DrawPalette;
+    if (PixelBuffer)
+        FreePixelBuffer(PixelBuffer, fnBlockSize(), &FileHandle, &MappingHandle, &TempFileName);
+}
+
+void CqTileMap::fnAccessTile(std::uint32_t index, CqImageTile* tile) {
+    if (tile->Index == static_cast<std::int32_t>(index))
+        return;
+    if (tile->Claim) {
+        CSingleLock lock(TileLock);
+        if (TileTable[index].Locked)
+            tile->Claim = false;
+        if (tile->Index > -1) {
+            lock.Unlock();
+            fnReleaseTile(static_cast<std::uint32_t>(tile->Index));
+        }
+    }
+    CRect rect;
+    fnGetTileRect(&rect, index, false);
+    tile->TileMap = this;
+    tile->Index = static_cast<std::int32_t>(index);
+    tile->Left = rect.left;
+    tile->Top = rect.top;
+    tile->Right = rect.right;
+    tile->Bottom = rect.bottom;
+    tile->Width = rect.Width();
+    tile->Height = rect.Height();
+    tile->BitCount = BitCount;
+    tile->BytesPerPixel = BytesPerPixel;
+    tile->RowBytes = fnRowBytes(static_cast<std::uint32_t>(tile->Width));
+    tile->Size = tile->RowBytes * static_cast<std::uint32_t>(tile->Height);
+    tile->Pixels = TileTable[index].Pixels;
+    if (tile->Claim) {
+        const CSingleLock lock(TileLock);
+        TileTable[index].Locked = true;
+    }
+}
+
+void CqTileMap::fnAccessTile(CPoint& position, CqImageTile* tile) {
+    // Every map of several tiles has tiles of 128 in the direction that is divided.
+    const auto column = TilesAcross == 1 ? 0u : static_cast<std::uint32_t>(position.x >> 7);
+    const auto row = TilesDown == 1 ? 0u : static_cast<std::uint32_t>(position.y >> 7);
+    fnAccessTile(TilesAcross * row + column, tile);
+}
+
+void CqTileMap::fnAccessLine(std::uint32_t row, CqImageLine* line, bool readOnly) {
+    if (line->Row == static_cast<std::int32_t>(row))
+        return;
+    if (line->Claim) {
+        CSingleLock lock(LineLock);
+        if (LockedLines.Find(row))
+            line->Claim = false;
+        if (line->Row > -1) {
+            lock.Unlock();
+            fnReleaseLine(static_cast<std::uint32_t>(line->Row));
+        }
+    }
+    line->Width = Width;
+    line->BitCount = BitCount;
+    line->BytesPerPixel = BytesPerPixel;
+    line->RowBytes = RowBytes;
+    line->TileMap = this;
+    if (line->Memoryless) {
+        line->Row = static_cast<std::int32_t>(row);
+    } else {
+        line->fnMakeBuffer();
+        line->fnSetup(row, readOnly);
+    }
+    if (line->Claim) {
+        const CSingleLock lock(LineLock);
+        line->Claim = false; // a failure in the list leaves no claim that isn't held
+        LockedLines.AddTail(row);
+        line->Claim = true;
+    }
+}
+
+void CqTileMap::fnReleaseTile(std::uint32_t index) {
+    const CSingleLock lock(TileLock);
+    TileTable[index].Locked = false;
+}
+
+void CqTileMap::fnReleaseLine(std::uint32_t row) {
+    const CSingleLock lock(LineLock);
+    if (const POSITION at = LockedLines.Find(row))
+        LockedLines.RemoveAt(at);
+}
+
+void CqTileMap::fnGetTileRect(CRect* out, std::uint32_t index, bool scaled) const {
+    const std::uint32_t column = index % TilesAcross;
+    const std::uint32_t row = index / TilesAcross;
+    out->left = static_cast<LONG>(column * TileWidth);
+    out->top = static_cast<LONG>(row * TileHeight);
+    out->right = out->left + static_cast<LONG>(fnColumnWidth(column));
+    out->bottom = out->top + static_cast<LONG>(row + 1 == TilesDown ? LastTileHeight : TileHeight);
+    if (!scaled)
+        return;
+    out->left = fnScale(out->left);
+    out->top = fnScale(out->top);
+    out->right = fnScale(out->right);
+    out->bottom = fnScale(out->bottom);
+}
+
+std::int32_t CqTileMap::fnScale(std::int32_t value) const {
+    constexpr double kMost = 2147483647.0;
+    if (ZoomMode == 2)
+        return value / std::max(1, static_cast<std::int32_t>(std::min(Zoom, kMost)));
+    if (!(Zoom > 1.0))
+        return value;
+    return static_cast<std::int32_t>(std::min(value * Zoom, kMost));
+}
+
+std::uint32_t CqTileMap::fnSetPaletteEntry(std::uint32_t first, std::uint32_t count,
+                                           const RGBQUAD* entries) {
+    const std::int64_t room = static_cast<std::int64_t>(PaletteCount) - first;
+    if (count > room)
+        count = static_cast<std::uint32_t>(std::max<std::int64_t>(room, 0));
+    std::copy_n(entries, count, Palette + first);
+    delete DrawPalette;
+    DrawPalette = nullptr;
+    return count;
+}
+
+int CqTileMap::fnFindColor(std::uint8_t red, std::uint8_t green, std::uint8_t blue) const {
+    for (std::uint32_t i = 0; i < PaletteCount; ++i) {
+        const RGBQUAD& entry = Palette[i];
+        if (entry.rgbRed == red && entry.rgbGreen == green && entry.rgbBlue == blue)
+            return static_cast<int>(i);
+    }
+    return -1;
+}
+
+void CqTileMap::fnFetchRow(std::uint32_t row, unsigned char* out) const {
+    const std::uint32_t tileRow = row / TileHeight;
+    const std::uint32_t inTile = row - tileRow * TileHeight;
+    const TileEntry* tile = TileTable + static_cast<std::size_t>(tileRow) * TilesAcross;
+    const std::size_t full = fnRowBytes(TileWidth);
+    for (std::uint32_t column = 1; column < TilesAcross; ++column, ++tile, out += full)
+        std::memcpy(out, tile->Pixels + full * inTile, full);
+    const std::size_t last = fnRowBytes(LastTileWidth);
+    std::memcpy(out, tile->Pixels + last * inTile, last);
+}
+
+void CqTileMap::fnStoreRow(std::uint32_t row, const unsigned char* in) {
+    const std::uint32_t tileRow = row / TileHeight;
+    const std::uint32_t inTile = row - tileRow * TileHeight;
+    TileEntry* tile = TileTable + static_cast<std::size_t>(tileRow) * TilesAcross;
+    const std::size_t full = fnRowBytes(TileWidth);
+    for (std::uint32_t column = 1; column < TilesAcross; ++column, ++tile, in += full)
+        std::memcpy(tile->Pixels + full * inTile, in, full);
+    const std::size_t last = fnRowBytes(LastTileWidth);
+    std::memcpy(tile->Pixels + last * inTile, in, last);
+}

@@ -1,0 +1,156 @@
+#include "q32Base/memory/CqVMPolicy.h"
+
+#include "q32Base/framework/Memory.h"
+#include "q32Base/framework/PathRules.h"
+#include "q32Base/platform/CqPlatform.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+namespace {
+
+constexpr const char* kTempMask = "~qd*.tmp";
+
+std::uint32_t fnPhysicalBytes() {
+    return static_cast<std::uint32_t>(q32::fnPlatform().m_pMemory->fnGetPhysicalBytes());
+}
+
+/// Free bytes by the old query, in 32 bits. False when it fails.
+bool fnGetClusterSpace(const char* path, ULARGE_INTEGER& space) {
+    CqDiskClusters clusters;
+    if (!q32::fnPlatform().m_pFiles->fnGetClusters(path, clusters))
+        return false;
+    space.HighPart = 0;
+    space.LowPart =
+        clusters.m_nSectorsPerCluster * clusters.m_nBytesPerSector * clusters.m_nFreeClusters;
+    return true;
+}
+
+bool fnGetWideSpace(const char* path, ULARGE_INTEGER& space) {
+    CqDiskSpace wide;
+    if (!q32::fnPlatform().m_pFiles->fnGetSpace(path, wide))
+        return false;
+    space.QuadPart = wide.m_nAvailable;
+    return true;
+}
+
+/// Copies a path that fits; one that doesn't leaves `target` as it is.
+void fnStorePath(char (&target)[kMaxPathBytes], const char* path) {
+    const std::size_t length = std::strlen(path);
+    if (length < sizeof(target))
+        std::memcpy(target, path, length + 1);
+}
+
+void fnStoreTempPath(char (&target)[kMaxPathBytes]) {
+    std::string directory;
+    if (q32::fnPlatform().m_pFiles->fnGetTempDirectory(directory))
+        fnStorePath(target, directory.c_str());
+}
+
+} // namespace
+
+CqVMPolicy::CqVMPolicy()
+    : DiskFlags{true, false, false, false}, DiskPaths{}, AnyDiskEnabled(true), MemPercent(100),
+      MemEnabled(false), RamLimit(fnPhysicalBytes()), RamUsed(0) {
+    q32::fnGuardMemory([this] { fnStoreTempPath(DiskPaths[0]); });
+}
+
+void CqVMPolicy::fnGetDiskFreeSpace(unsigned int index, ULARGE_INTEGER& space) const {
+    space.QuadPart = 0;
+    q32::fnGuardMemory([&] {
+        const bool wide = q32::fnPlatform().m_pFiles->fnHasWideSpaceQuery();
+        if (!wide || !fnGetWideSpace(DiskPaths[index], space))
+            fnGetClusterSpace(DiskPaths[index], space);
+    });
+}
+
+void CqVMPolicy::fnSetDisk(unsigned int index, const char* path) {
+    if (!path || !*path) {
+        DiskPaths[index][0] = 0;
+        DiskFlags[index] = false;
+        return;
+    }
+    CString ended(path);
+    q32::fnAppendSlash(ended);
+    fnStorePath(DiskPaths[index], ended);
+}
+
+void CqVMPolicy::fnEnableDisk(unsigned int index, bool enable) {
+    DiskFlags[index] = enable;
+    AnyDiskEnabled = std::find(DiskFlags, DiskFlags + kDisks, true) != DiskFlags + kDisks;
+}
+
+CqDiskUsage CqVMPolicy::fnGetDiskUsage(unsigned int index) const {
+    CqDiskUsage usage;
+    const std::size_t length = std::strlen(DiskPaths[index]);
+    for (POSITION at = m_ScratchFiles.GetHeadPosition(); at;) {
+        const ScratchFile& file = m_ScratchFiles.GetNext(at);
+        const char* name = file.m_strName;
+        if (length == 0 || std::strncmp(name, DiskPaths[index], length) != 0 ||
+            std::strchr(name + length, '\\'))
+            continue;
+        usage.m_nBytes += file.m_nSize;
+        ++usage.m_nFiles;
+    }
+    return usage;
+}
+
+bool CqVMPolicy::fnHasRoom(unsigned int index, std::uint32_t size) const {
+    const CString root = q32::fnSplitRootName(DiskPaths[index]);
+    ULARGE_INTEGER space{};
+    const bool told = q32::fnPlatform().m_pFiles->fnHasWideSpaceQuery()
+                          ? fnGetWideSpace(root, space)
+                          : fnGetClusterSpace(root, space);
+    return told && (space.HighPart != 0 || space.LowPart > size);
+}
+
+bool CqVMPolicy::fnSearchAvail(unsigned long size, bool allowRam, CString& path) {
+    const auto size32 = static_cast<std::uint32_t>(size);
+    path.Empty();
+    if (allowRam && static_cast<std::uint32_t>(RamUsed + size32) <= RamLimit)
+        return true;
+    try {
+        return q32::fnGuardMemory([&] {
+            for (unsigned int i = 0; i < kDisks; ++i) {
+                if (!DiskFlags[i] || !DiskPaths[i][0] || !fnHasRoom(i, size32))
+                    continue;
+                CqFileService& files = *q32::fnPlatform().m_pFiles;
+                if (!files.fnExists(DiskPaths[i]) && !files.fnCreateDirectory(DiskPaths[i]))
+                    return false; // deliberate: no later disk is tried
+                path = DiskPaths[i];
+                return true;
+            }
+            return false;
+        });
+    } catch (CMemoryException* failure) {
+        failure->Delete();
+        return false;
+    }
+}
+
+void CqVMPolicy::fnDeleteVMFiles() {
+    q32::fnGuardMemory([this] {
+        CqFileService& files = *q32::fnPlatform().m_pFiles;
+        for (const auto& path : DiskPaths) {
+            if (!path[0])
+                continue;
+            for (const std::string& name : files.fnFind((std::string(path) + kTempMask).c_str()))
+                files.fnDelete(name.c_str());
+        }
+    });
+}
+
+void CqVMPolicy::fnNoteScratchFile(const CString& name, std::uint32_t size) {
+    m_ScratchFiles.AddTail({name, size});
+}
+
+void CqVMPolicy::fnForgetScratchFile(const CString& name) {
+    for (POSITION at = m_ScratchFiles.GetHeadPosition(); at;) {
+        const POSITION here = at;
+        if (m_ScratchFiles.GetNext(at).m_strName == name) {
+            m_ScratchFiles.RemoveAt(here);
+            return;
+        }
+    }
+}

@@ -1,0 +1,139 @@
+#include "q32Base/memory/PixelBuffer.h"
+
+#include "q32Base/framework/Memory.h"
+#include "q32Base/memory/CqVMPolicy.h"
+#include "q32Base/platform/CqPlatform.h"
+
+#include <string>
+
+namespace {
+
+constexpr const char* kTempPrefix = "~qd";
+
+/// A block in RAM, or null: then the caller looks for a disk.
+unsigned char* fnAllocRam(std::uint32_t size) {
+    CqMemoryService& memory = *q32::fnPlatform().m_pMemory;
+    void* block = memory.fnReserve(size);
+    if (!block)
+        return nullptr;
+    if (memory.fnCommit(block, size))
+        return static_cast<unsigned char*>(block);
+    // Deliberate: the address given back is the commit's null result, so the reservation stays. It
+    // holds address space and no memory.
+    memory.fnRelease(nullptr, size);
+    return nullptr;
+}
+
+/// A scratch file on its way to becoming a buffer. What was reached is undone unless it is handed
+/// over.
+class ScratchFile {
+public:
+    explicit ScratchFile(CqScratchService& service) : m_Service(service) {}
+    ScratchFile(const ScratchFile&) = delete;
+    ScratchFile& operator=(const ScratchFile&) = delete;
+
+    ~ScratchFile() {
+        if (m_pView)
+            m_Service.fnUnmapView(m_pView, m_nSize);
+        if (m_Mapping != kNoMapping)
+            m_Service.fnCloseMapping(m_Mapping);
+        if (m_File != kNoFile)
+            m_Service.fnClose(m_File);
+        if (m_bOpened)
+            m_Service.fnDelete(m_strName);
+    }
+
+    /// False at the first step that fails. A file that can't even be opened stays behind, empty.
+    bool fnMake(const CString& directory, std::uint32_t size) {
+        m_nSize = size;
+        std::string name;
+        if (!m_Service.fnCreateName(directory, kTempPrefix, name))
+            return false;
+        m_strName = name.c_str();
+        m_File = m_Service.fnOpen(m_strName);
+        if (m_File == kNoFile)
+            return false;
+        m_bOpened = true;
+        if (!m_Service.fnSetSize(m_File, size))
+            return false;
+        m_File = m_Service.fnReopen(m_File, m_strName);
+        if (m_File == kNoFile)
+            return false;
+        m_Mapping = m_Service.fnCreateMapping(m_File, size);
+        if (m_Mapping == kNoMapping)
+            return false;
+        m_pView = m_Service.fnMapView(m_Mapping, size);
+        return m_pView != nullptr;
+    }
+
+    const CString& fnGetName() const { return m_strName; }
+
+    unsigned char* fnHandOver(CqFileHandle& file, CqMappingHandle& mapping, CString& name) {
+        auto* view = static_cast<unsigned char*>(m_pView);
+        file = m_File;
+        mapping = m_Mapping;
+        name = m_strName;
+        m_pView = nullptr;
+        m_Mapping = kNoMapping;
+        m_File = kNoFile;
+        m_bOpened = false;
+        return view;
+    }
+
+private:
+    CqScratchService& m_Service;
+    CqFileHandle m_File = kNoFile;
+    CqMappingHandle m_Mapping = kNoMapping;
+    void* m_pView = nullptr;
+    std::uint32_t m_nSize = 0;
+    CString m_strName;
+    bool m_bOpened = false;
+};
+
+} // namespace
+
+unsigned char* AllocPixelBuffer(std::uint32_t size, CqFileHandle& file, CqMappingHandle& mapping,
+                                CString& name) {
+    file = kNoFile;
+    mapping = kNoMapping;
+    name.Empty();
+    CqVMPolicy& policy = *q32GetVMPolicy();
+    CString path;
+    if (!policy.fnSearchAvail(size, true, path))
+        AfxThrowMemoryException();
+    if (path.IsEmpty()) {
+        if (unsigned char* block = fnAllocRam(size)) {
+            policy.fnConsumeRAM(size);
+            return block;
+        }
+        if (!policy.fnSearchAvail(size, false, path))
+            AfxThrowMemoryException();
+    }
+    return q32::fnGuardMemory([&] {
+        ScratchFile scratch(*q32::fnPlatform().m_pScratch);
+        if (!scratch.fnMake(path, size))
+            AfxThrowMemoryException();
+        policy.fnNoteScratchFile(scratch.fnGetName(), size);
+        return scratch.fnHandOver(file, mapping, name);
+    });
+}
+
+void FreePixelBuffer(unsigned char* address, std::uint32_t size, CqFileHandle* file,
+                     CqMappingHandle* mapping, CString* name) {
+    if (*file == kNoFile) {
+        CqMemoryService& memory = *q32::fnPlatform().m_pMemory;
+        memory.fnDecommit(address, size);
+        memory.fnRelease(address, size);
+        q32GetVMPolicy()->fnReleaseRAM(size);
+        return;
+    }
+    CqScratchService& scratch = *q32::fnPlatform().m_pScratch;
+    scratch.fnUnmapView(address, size);
+    scratch.fnCloseMapping(*mapping);
+    *mapping = kNoMapping;
+    scratch.fnClose(*file);
+    *file = kNoFile;
+    scratch.fnDelete(*name);
+    q32GetVMPolicy()->fnForgetScratchFile(*name);
+    name->Empty();
+}
