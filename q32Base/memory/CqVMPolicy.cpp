@@ -1,5 +1,6 @@
 #include "q32Base/memory/CqVMPolicy.h"
 
+#include "q32Base/frame/Settings.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/PathRules.h"
 #include "q32Base/platform/CqPlatform.h"
@@ -9,8 +10,6 @@
 #include <string>
 
 namespace {
-
-constexpr const char* kTempMask = "~qd*.tmp";
 
 std::uint32_t fnPhysicalBytes() {
     return static_cast<std::uint32_t>(q32::fnPlatform().m_pMemory->fnGetPhysicalBytes());
@@ -81,6 +80,57 @@ void CqVMPolicy::fnEnableDisk(unsigned int index, bool enable) {
     AnyDiskEnabled = std::find(DiskFlags, DiskFlags + kDisks, true) != DiskFlags + kDisks;
 }
 
+bool CqVMPolicy::fnSerialize(bool read) {
+    return read ? fnReadSettings() : fnWriteSettings();
+}
+
+bool CqVMPolicy::fnReadSettings() {
+    AnyDiskEnabled = false;
+    for (unsigned int i = 0; i < kDisks; ++i) {
+        fnReadDisk(i);
+        AnyDiskEnabled |= DiskFlags[i];
+    }
+    const auto percent = q32::fnReadSettingNumber(q32::STRING_SECTION_VM_POLICY,
+                                                  q32::STRING_KEY_MEM_PERCENT, q32::kSettingBytes);
+    if (percent)
+        MemPercent = static_cast<std::uint32_t>(*percent);
+    const auto enabled = q32::fnReadSettingNumber(q32::STRING_SECTION_VM_POLICY,
+                                                  q32::STRING_KEY_MEM_ENABLED, q32::kSettingBytes);
+    if (enabled)
+        MemEnabled = *enabled == 1;
+    // Deliberate: 32 bits that wrap before the division, also at 100 percent.
+    const std::uint32_t product = (MemEnabled ? MemPercent : 100u) * fnPhysicalBytes();
+    RamLimit = product / 100;
+    return true;
+}
+
+void CqVMPolicy::fnReadDisk(unsigned int index) {
+    const auto flag = q32::fnReadSettingNumber(
+        q32::STRING_SECTION_VM_POLICY, q32::STRING_KEY_SCRATCH_FLAG + index, q32::kSettingBytes);
+    if (flag)
+        DiskFlags[index] = *flag == 1;
+    char path[kMaxPathBytes];
+    const std::size_t length =
+        q32::fnReadSetting(q32::STRING_SECTION_VM_POLICY, q32::STRING_KEY_SCRATCH_PATH + index, "",
+                           path, sizeof(path));
+    if (length > 0 || index > 0)
+        fnSetDisk(index, path);
+    else
+        fnStoreTempPath(DiskPaths[0]);
+}
+
+bool CqVMPolicy::fnWriteSettings() const {
+    using namespace q32;
+    for (unsigned int i = 0; i < kDisks; ++i) {
+        if (!fnWriteSetting(STRING_SECTION_VM_POLICY, STRING_KEY_SCRATCH_FLAG + i, DiskFlags[i]) ||
+            !fnWriteSetting(STRING_SECTION_VM_POLICY, STRING_KEY_SCRATCH_PATH + i, DiskPaths[i]))
+            return false;
+    }
+    return fnWriteSetting(STRING_SECTION_VM_POLICY, STRING_KEY_MEM_PERCENT,
+                          static_cast<int>(MemPercent)) &&
+           fnWriteSetting(STRING_SECTION_VM_POLICY, STRING_KEY_MEM_ENABLED, MemEnabled);
+}
+
 CqDiskUsage CqVMPolicy::fnGetDiskUsage(unsigned int index) const {
     CqDiskUsage usage;
     const std::size_t length = std::strlen(DiskPaths[index]);
@@ -135,7 +185,8 @@ void CqVMPolicy::fnDeleteVMFiles() {
         for (const auto& path : DiskPaths) {
             if (!path[0])
                 continue;
-            for (const std::string& name : files.fnFind((std::string(path) + kTempMask).c_str()))
+            const std::string mask = std::string(path) + q32::fnFindString(q32::STRING_TEMP_MASK);
+            for (const std::string& name : files.fnFind(mask.c_str()))
                 files.fnDelete(name.c_str());
         }
     });

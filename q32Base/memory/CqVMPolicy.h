@@ -82,8 +82,9 @@ private:
         std::uint32_t m_nSize;
     };
 
-    void fnReadDisks();
-    void fnUpdateRamLimit();
+    bool fnReadSettings();
+    void fnReadDisk(unsigned int index);
+    bool fnWriteSettings() const;
     bool fnHasRoom(unsigned int index, std::uint32_t size) const;
 
     bool DiskFlags[kDisks];

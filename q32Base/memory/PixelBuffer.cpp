@@ -1,5 +1,6 @@
 #include "q32Base/memory/PixelBuffer.h"
 
+#include "q32Base/frame/StringTable.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/platform/CqPlatform.h"
@@ -7,8 +8,6 @@
 #include <string>
 
 namespace {
-
-constexpr const char* kTempPrefix = "~qd";
 
 /// A block in RAM, or null: then the caller looks for a disk.
 unsigned char* fnAllocRam(std::uint32_t size) {
@@ -47,7 +46,7 @@ public:
     bool fnMake(const CString& directory, std::uint32_t size) {
         m_nSize = size;
         std::string name;
-        if (!m_Service.fnCreateName(directory, kTempPrefix, name))
+        if (!m_Service.fnCreateName(directory, q32::fnFindString(q32::STRING_TEMP_PREFIX), name))
             return false;
         m_strName = name.c_str();
         m_File = m_Service.fnOpen(m_strName);
