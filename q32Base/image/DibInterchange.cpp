@@ -41,7 +41,8 @@ std::size_t fnToldSize(const BITMAPINFOHEADER& header) {
     const std::uint64_t pixels =
         rows * fnDibStride(static_cast<std::uint32_t>(header.biWidth), header.biBitCount);
     return static_cast<std::size_t>(
-        std::max(offset, kDibHeaderBytes + 4ull * fnDibPaletteCount(header)) + pixels);
+        std::max<std::uint64_t>(offset, kDibHeaderBytes + 4ull * fnDibPaletteCount(header)) +
+        pixels);
 }
 
 /// A map of that geometry with the header's colour table, as far as `size` bytes hold it; the rest

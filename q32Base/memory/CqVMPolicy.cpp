@@ -81,7 +81,7 @@ void CqVMPolicy::fnEnableDisk(unsigned int index, bool enable) {
 }
 
 bool CqVMPolicy::fnSerialize(bool read) {
-    return read ? fnReadSettings() : fnWriteSettings();
+    return q32::fnGuardMemory([&] { return read ? fnReadSettings() : fnWriteSettings(); });
 }
 
 bool CqVMPolicy::fnReadSettings() {
