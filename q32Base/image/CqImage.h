@@ -12,8 +12,10 @@
 #include <cstddef>
 #include <cstdint>
 
-class CWnd;
+class CqProgressDisplay;
 class CqTileMap;
+class CRgn;
+class CWnd;
 
 /// As a palette argument: the grey ramp, entry i being the grey i.
 inline const RGBQUAD* const q32GreyRamp = reinterpret_cast<const RGBQUAD*>(std::uintptr_t{1});
@@ -126,6 +128,59 @@ public:
     /// Draws all but the key pixels, unscaled.
     bool fnKeyDraw(CDC* dc, const CRect& destination, int x, int y, const CqMergeParam& param,
                    bool noGamma, bool background);
+
+    // Filling and copying. Depths aren't converted; nothing is reported. What would fall outside an
+    // image is left out.
+
+    /// Fills a rectangle, or the whole image for null. With `draw` set the change is shown on the
+    /// window of the last `fnDrawInit`, tile by tile for the whole image.
+    void fnFill(const CqColor& color, const CRect* rect, bool draw);
+    /// Tiles `srcRect` of a pattern over `dstRect` of this image; null means the whole of that
+    /// image.
+    void fnFill(CqImage& pattern, const CRect* srcRect, const CRect* dstRect);
+    /// Copies `rect` of `src`, or all of it for null, so that its corner lands on (x, y). At 4 bits
+    /// the rows of both positions are ignored, deliberately.
+    void fnCopyBlock(CqImage& src, const CRect* rect, int x, int y);
+    /// Lays `rect` of `src`, or all of it for null, over this image at (x, y), by a key colour, a
+    /// mask or alpha. Acts on 16 and 24 bits only; weights between 0 and 255 aren't divided by 255.
+    /// Both deliberately.
+    void fnMerge(CqImage& src, const CRect* rect, const CqMergeParam& param, int x, int y);
+
+    // Tone, in place and tile by tile. `draw` shows each tile; an abort leaves the tiles done so
+    // far changed. `progress` may be null. 4-bit images are left alone; so are 8-bit ones by the
+    // second and third.
+
+    /// Brightness and contrast in percent.
+    void fnBrightContrast(int brightness, int contrast, bool draw, CqProgressDisplay* progress);
+    /// Weights of the channels from -100 to 100.
+    void fnColorBalance(int red, int green, int blue, bool draw, CqProgressDisplay* progress);
+    /// Turns the hue by degrees and adds percent of saturation; greys stay. 16-bit pixels come back
+    /// with their bytes exchanged, deliberately.
+    void fnHueSaturation(int hue, int saturation, bool draw, CqProgressDisplay* progress);
+    /// Every byte below `level` becomes 0, every other 255, whatever the depth.
+    void fnThresholding(unsigned char level, bool draw, CqProgressDisplay* progress);
+
+    // Geometry of the picture. The new storage replaces the old only when all went well; an abort
+    // keeps the old.
+
+    /// Another size: by the cubic filter of Mitchell and Netravali if `interpolate` is set and the
+    /// image is no palette image, else by the nearest pixel.
+    void fnResample(unsigned int width, unsigned int height, bool interpolate,
+                    CqProgressDisplay* progress);
+    /// By factors, always by the filter; sizes are rounded up.
+    void fnResample(double scaleX, double scaleY, CqProgressDisplay* progress);
+    /// Turns by `angle` degrees about `center`, or about the middle for null; `center` comes back
+    /// in the new picture's pixels. What lies outside takes the background. 90 turns clockwise,
+    /// other angles counter-clockwise, deliberately.
+    void fnRotate(double angle, const CqColor& background, CPoint* center, bool antiAlias,
+                  CqProgressDisplay* progress);
+
+    /// Plots a line one pixel wide; points outside the image are skipped, but a line of one point
+    /// isn't checked. The last argument isn't read. Bresenham's method.
+    void fnDrawLine(int x0, int y0, int x1, int y1, const CqColor& color, bool reserved);
+    /// Makes `region` the image without the pixels of a key colour (red in bits 0 to 7); 8-bit
+    /// images alone.
+    void fnCreateRgn(unsigned long key, CRgn& region);
 
     std::uint32_t Width = 0;
     std::uint32_t Height = 0;
