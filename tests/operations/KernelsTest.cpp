@@ -1,4 +1,4 @@
-#include "q32Base/operations/kernels/Stream.h"
+#include "q32Base/operations/kernels/StreamPixels.h"
 #include "tests/operations/KernelsTestTools.h"
 
 #include <numeric>

@@ -112,7 +112,7 @@ struct CqKernels {
 
     // Streaming.
     /// Copies `count` bytes past the caches: for a large target that isn't read soon. Every series
-    /// of calls ends with fnStreamEnd, before anyone else reads the target.
+    /// of calls ends with fnStreamEnd, before anyone else reads the target. See StreamPixels.h.
     CqPixelRun fnStreamCopy;
     void (*fnStreamEnd)();
 };

@@ -10,8 +10,8 @@ namespace {
 constexpr char kZ = -1; // a shuffle puts a zero byte here
 
 // The palette made ready for one run: 256 entries, each in the bytes of the target, so that an
-// index needs neither a test nor a turn. A whole palette in the target's order is used as it is.
-// Plain loads of single entries are faster than the gather instruction on most processors.
+// index needs neither a test nor a turn. A whole palette that is in that order already is used as
+// it is. Plain loads of single entries are faster than the gather instruction on most processors.
 class Entries {
 public:
     // `order` turns blue, green, red, reserved into the target's bytes; `fill` is added to all.
@@ -28,7 +28,10 @@ public:
             const int value = _mm_cvtsi128_si32(entry) | static_cast<int>(fill);
             std::memcpy(out, &value, 4);
         }
-        for (; out != m_Entries + sizeof m_Entries; out += 4)
+        const std::uint8_t* const end = m_Entries + sizeof m_Entries;
+        for (; end - out >= 32; out += 32)
+            fnStore(out, added);
+        for (; out != end; out += 4)
             std::memcpy(out, &fill, 4);
     }
 

@@ -37,13 +37,33 @@ __m256i fnRgbTo0Rgb() {
                             kZ, 4, 5, 6, kZ, 7, 8, 9, kZ, 10, 11, 12, kZ, 13, 14, 15);
 }
 
-// The first 12 bytes of each half side by side: 24 bytes.
-void fnStoreRgb24(std::uint8_t* target, __m256i halves) {
-    const __m256i together = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7);
-    const __m256i bytes = _mm256_permutevar8x32_epi32(halves, together);
-    fnStore128(target, _mm256_castsi256_si128(bytes));
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(target + 16), _mm256_extracti128_si256(bytes, 1));
-}
+// 32 pixels of four bytes, in groups of four: the first half of each register has one of the groups
+// 0 to 3, the second half one of the groups 4 to 7. So both halves go the same way.
+struct EightGroups {
+    __m256i a, b, c, d;
+};
+
+// Turns groups into three bytes a pixel, 48 bytes for each half:
+//   bytes of a group  0..11 | 12..15 of a half and 0..7 | 8..15 and 0..3 | 4..15
+class Rgb24Writer {
+public:
+    explicit Rgb24Writer(__m256i order)
+        : m_A(order), m_B(_mm256_alignr_epi8(order, order, 4)),
+          m_C(_mm256_alignr_epi8(order, order, 8)), m_D(_mm256_alignr_epi8(order, order, 12)) {}
+
+    void fnStore96(std::uint8_t* target, const EightGroups& groups) const {
+        const __m256i a = _mm256_shuffle_epi8(groups.a, m_A);
+        const __m256i b = _mm256_shuffle_epi8(groups.b, m_B);
+        const __m256i c = _mm256_shuffle_epi8(groups.c, m_C);
+        const __m256i d = _mm256_shuffle_epi8(groups.d, m_D);
+        fnStorePair(target, target + 48, _mm256_blend_epi32(a, b, 0x88));
+        fnStorePair(target + 16, target + 64, _mm256_blend_epi32(b, c, 0xCC));
+        fnStorePair(target + 32, target + 80, _mm256_blend_epi32(c, d, 0xEE));
+    }
+
+private:
+    __m256i m_A, m_B, m_C, m_D;
+};
 
 // Runs `step` on kPixels pixels at a time, and at the end once more on the last kPixels, whether
 // done before or not: so no single pixels are left over. Not for work in place. A run that is
@@ -60,33 +80,32 @@ bool fnInSteps(const std::uint8_t* source, std::uint8_t* target, std::size_t cou
     return true;
 }
 
-// 16 pixels as alpha 255, red, green, blue: pixels 0 to 7 and 8 to 15.
+// 16 pixels as alpha 255, red, green, blue: `low` has the first four of each half, `high` the rest.
 struct Argb16 {
-    __m256i first, second;
+    __m256i low, high;
 };
 
-Argb16 fnLoad565(const std::uint8_t* source) {
+Argb16 fnWiden565(__m256i pixels) {
     const __m256i swap =
         fnTwice(_mm_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14));
-    const __m256i value = _mm256_shuffle_epi8(fnLoad(source), swap); // RRRRRGGG GGGBBBBB
-    const __m256i alphaRed =                                         // RRRRR000 11111111
+    const __m256i value = _mm256_shuffle_epi8(pixels, swap); // RRRRRGGG GGGBBBBB
+    const __m256i alphaRed =                                 // RRRRR000 11111111
         _mm256_or_si256(_mm256_and_si256(value, _mm256_set1_epi16(static_cast<short>(0xF800))),
                         _mm256_set1_epi16(0x00FF));
     const __m256i greenBlue = // BBBBB000 GGGGGG00
         _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(value, 3), _mm256_set1_epi16(0x00FC)),
                         _mm256_slli_epi16(value, 11));
-    const __m256i low = _mm256_unpacklo_epi16(alphaRed, greenBlue);  // pixels 0-3, 8-11
-    const __m256i high = _mm256_unpackhi_epi16(alphaRed, greenBlue); // pixels 4-7, 12-15
-    return {_mm256_permute2x128_si256(low, high, 0x20), _mm256_permute2x128_si256(low, high, 0x31)};
+    return {_mm256_unpacklo_epi16(alphaRed, greenBlue), _mm256_unpackhi_epi16(alphaRed, greenBlue)};
 }
 
 bool fn565To24(const std::uint8_t* source, std::uint8_t* target, std::size_t count, __m256i order) {
-    return fnInSteps<16, 2, 3>(source, target, count,
-                               [order](const std::uint8_t* from, std::uint8_t* to) {
-                                   const Argb16 pixels = fnLoad565(from);
-                                   fnStoreRgb24(to, _mm256_shuffle_epi8(pixels.first, order));
-                                   fnStoreRgb24(to + 24, _mm256_shuffle_epi8(pixels.second, order));
-                               });
+    return fnInSteps<32, 2, 3>(
+        source, target, count,
+        [writer = Rgb24Writer(order)](const std::uint8_t* from, std::uint8_t* to) {
+            const Argb16 ab = fnWiden565(fnLoadPair(from, from + 32));
+            const Argb16 cd = fnWiden565(fnLoadPair(from + 16, from + 48));
+            writer.fnStore96(to, {ab.low, ab.high, cd.low, cd.high});
+        });
 }
 
 void fnRgb565ToRgb24(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
@@ -101,9 +120,9 @@ void fnRgb565ToBgr24(const std::uint8_t* source, std::uint8_t* target, std::size
 
 void fnRgb565ToArgb32(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
     const auto step = [](const std::uint8_t* from, std::uint8_t* to) {
-        const Argb16 pixels = fnLoad565(from);
-        fnStore(to, pixels.first);
-        fnStore(to + 32, pixels.second);
+        const Argb16 pixels = fnWiden565(fnLoad(from));
+        fnStorePair(to, to + 32, pixels.low);
+        fnStorePair(to + 16, to + 48, pixels.high);
     };
     if (!fnInSteps<16, 2, 4>(source, target, count, step))
         scalar::fnRgb565ToArgb32(source, target, count);
@@ -111,9 +130,9 @@ void fnRgb565ToArgb32(const std::uint8_t* source, std::uint8_t* target, std::siz
 
 void fnRgb565ToBgrx32(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
     const auto step = [order = fnArgbToBgr0()](const std::uint8_t* from, std::uint8_t* to) {
-        const Argb16 pixels = fnLoad565(from);
-        fnStore(to, _mm256_shuffle_epi8(pixels.first, order));
-        fnStore(to + 32, _mm256_shuffle_epi8(pixels.second, order));
+        const Argb16 pixels = fnWiden565(fnLoad(from));
+        fnStorePair(to, to + 32, _mm256_shuffle_epi8(pixels.low, order));
+        fnStorePair(to + 16, to + 48, _mm256_shuffle_epi8(pixels.high, order));
     };
     if (!fnInSteps<16, 2, 4>(source, target, count, step))
         scalar::fnRgb565ToBgrx32(source, target, count);
@@ -137,10 +156,13 @@ void fnRgb24ToArgb32(const std::uint8_t* source, std::uint8_t* target, std::size
 }
 
 bool fn32To24(const std::uint8_t* source, std::uint8_t* target, std::size_t count, __m256i order) {
-    return fnInSteps<8, 4, 3>(source, target, count,
-                              [order](const std::uint8_t* from, std::uint8_t* to) {
-                                  fnStoreRgb24(to, _mm256_shuffle_epi8(fnLoad(from), order));
-                              });
+    return fnInSteps<32, 4, 3>(
+        source, target, count,
+        [writer = Rgb24Writer(order)](const std::uint8_t* from, std::uint8_t* to) {
+            writer.fnStore96(to,
+                             {fnLoadPair(from, from + 64), fnLoadPair(from + 16, from + 80),
+                              fnLoadPair(from + 32, from + 96), fnLoadPair(from + 48, from + 112)});
+        });
 }
 
 void fnArgb32ToBgr24(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {

@@ -8,43 +8,4 @@ namespace q32 {
 void fnUseScalarStream(CqKernels& table);
 void fnUseAvx2Stream(CqKernels& table);
 
-/// How many pixels lie before the next one that begins a cache line; 0 also where none ever does.
-inline std::size_t fnPixelsToLine(const std::uint8_t* target, std::size_t bytesPerPixel) {
-    for (std::size_t pixels = 0; pixels < 64; ++pixels)
-        if ((reinterpret_cast<std::uintptr_t>(target) + pixels * bytesPerPixel) % 64 == 0)
-            return pixels;
-    return 0;
-}
-
-/// Runs a kernel over `count` pixels whose target is large and isn't read soon, so that the target
-/// doesn't pass through the caches: about half as fast again as the kernel alone when the target is
-/// larger than them, and slower when it isn't.
-///
-/// `run(source, target, count)` is called for blocks of pixels that fit in the nearest cache.
-/// `sourceBytes` and `targetBytes` are those of a pixel, the latter at most 4. Source and target
-/// don't overlap.
-template <class Run>
-void fnStreamPixels(const CqKernels& kernels, const std::uint8_t* source, std::size_t sourceBytes,
-                    std::uint8_t* target, std::size_t targetBytes, std::size_t count, Run run) {
-    // Small blocks, so that the reads of one overlap with the pending writes of the one before. A
-    // shorter first one, so that the others begin and end with a cache line: a line that is written
-    // in two parts costs many times as much.
-    constexpr std::size_t kBlockPixels = 256;
-    alignas(64) std::uint8_t block[kBlockPixels * 4];
-    std::size_t pixels = fnPixelsToLine(target, targetBytes);
-    if (pixels == 0)
-        pixels = kBlockPixels;
-    while (count != 0) {
-        if (pixels > count)
-            pixels = count;
-        run(source, static_cast<std::uint8_t*>(block), pixels);
-        kernels.fnStreamCopy(block, target, pixels * targetBytes);
-        source += pixels * sourceBytes;
-        target += pixels * targetBytes;
-        count -= pixels;
-        pixels = kBlockPixels;
-    }
-    kernels.fnStreamEnd();
-}
-
 } // namespace q32

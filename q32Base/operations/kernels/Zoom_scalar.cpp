@@ -1,19 +1,10 @@
 #include "q32Base/operations/kernels/Zoom.h"
 
 #include <cassert>
+#include <cstring>
 
 namespace q32 {
 namespace scalar {
-namespace {
-
-template <std::size_t kBytes>
-void fnCopyPixel(const std::uint8_t* source, std::uint8_t* target) {
-    for (std::size_t k = 0; k < kBytes; ++k)
-        target[k] = source[k];
-}
-
-} // namespace
-
 template <std::size_t kBytes>
 void fnInflate(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                std::size_t factor, std::size_t phase) {
@@ -24,7 +15,7 @@ void fnInflate(const std::uint8_t* source, std::uint8_t* target, std::size_t cou
             copies = count;
         count -= copies;
         for (; copies != 0; --copies, target += kBytes)
-            fnCopyPixel<kBytes>(source, target);
+            std::memcpy(target, source, kBytes);
         source += kBytes;
         copies = factor;
     }
@@ -35,7 +26,7 @@ void fnShrink(const std::uint8_t* source, std::uint8_t* target, std::size_t coun
               std::size_t factor) {
     assert(factor != 0);
     for (std::size_t i = 0; i < count; ++i)
-        fnCopyPixel<kBytes>(source + i * factor * kBytes, target + i * kBytes);
+        std::memcpy(target + i * kBytes, source + i * factor * kBytes, kBytes);
 }
 
 template <std::size_t kBytes>
