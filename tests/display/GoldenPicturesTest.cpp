@@ -3,7 +3,7 @@
 
 #include "tests/display/DisplayWorld.h"
 
-#include <cmath>
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -12,32 +12,30 @@
 
 namespace {
 
-constexpr int kWidth = 160; // two columns and two rows of tiles
-constexpr int kHeight = 144;
+constexpr int kWidth = 160; // two columns and two rows of tiles, which meet at (128, 128)
+constexpr int kHeight = 160;
+const CRect kShown(88, 88, 160, 160); // the part that is shown
 
-/// Ramps of hue and brightness, a disc across the meeting point of the tiles, and a grey bar.
+/// Ramps of hue from left to right and of brightness from the top down, a white disc where the
+/// tiles meet, and a ramp of grey at the bottom.
 CqColor fnPixel(int x, int y) {
     const int dx = x - 128;
     const int dy = y - 128;
-    if (dx * dx + dy * dy < 12 * 12)
+    if (dx * dx + dy * dy < 9 * 9)
         return CqColor(255, 255, 255, 200);
-    if (y >= kHeight - 12) {
-        const auto grey = static_cast<unsigned char>(x * 255 / (kWidth - 1));
+    const int right = std::max(x - static_cast<int>(kShown.left), 0);
+    const int below = std::max(y - static_cast<int>(kShown.top), 0);
+    if (below >= kShown.Height() - 10) {
+        const auto grey = static_cast<unsigned char>(right * 255 / (kShown.Width() - 1));
         return CqColor(grey, grey, grey, 255);
     }
-    const int hue = x * 6 * 256 / kWidth;
-    const int rise = hue % 256;
-    constexpr int kUp = 256; // placeholder levels: rising and falling edge of a channel
-    constexpr int kDown = 257;
-    constexpr int kChannels[6][3] = {{255, kUp, 0},   {kDown, 255, 0}, {0, 255, kUp},
-                                     {0, kDown, 255}, {kUp, 0, 255},   {255, 0, kDown}};
-    unsigned char rgb[3];
-    for (int k = 0; k < 3; ++k) {
-        const int level = kChannels[hue / 256][k];
-        const int full = level == kUp ? rise : level == kDown ? 255 - rise : level;
-        rgb[k] = static_cast<unsigned char>(full * (kHeight - 12 - y) / (kHeight - 12));
-    }
-    return CqColor(rgb[0], rgb[1], rgb[2], static_cast<unsigned char>(255 - y));
+    const int hue = right * 1536 / kShown.Width(); // six edges of 256 steps
+    const auto channel = [&](int turn) { // full for two edges, then down, none for two, up
+        const int at = (hue + turn) % 1536;
+        const int full = at < 512 ? 255 : at < 768 ? 767 - at : at < 1280 ? 0 : at - 1280;
+        return static_cast<unsigned char>(full * (kShown.Height() - below) / kShown.Height());
+    };
+    return CqColor(channel(256), channel(1280), channel(768), static_cast<unsigned char>(255 - y));
 }
 
 /// The bytes of a pixel in an image of 16, 24 or 32 bits, or an index of the default palette.
@@ -103,10 +101,10 @@ class GoldenPictures : public testing::TestWithParam<std::tuple<int, unsigned>> 
 TEST_P(GoldenPictures, ShowWhatTheScreenShows) {
     const auto [screen, depth] = GetParam();
     CqDisplayWorld world(screen);
-    ASSERT_TRUE(world.fnScreen().fnSetMode({kWidth, kHeight, screen, 96, 96}));
+    ASSERT_TRUE(world.fnScreen().fnSetMode({kShown.Width(), kShown.Height(), screen, 96, 96}));
     const auto image = fnMakeImage(depth);
-    const CRect all(0, 0, kWidth, kHeight);
-    EXPECT_TRUE(image->fnDraw(world.fnDC(), all, 0, 0, false, false));
+    const CRect all(CPoint(0, 0), kShown.Size());
+    EXPECT_TRUE(image->fnDraw(world.fnDC(), all, kShown.left, kShown.top, false, false));
     fnCompare(world, "screen" + std::to_string(screen) + "_image" + std::to_string(depth));
     world.fnDC()->SelectPalette(nullptr, true);
 }
@@ -118,19 +116,20 @@ INSTANTIATE_TEST_SUITE_P(AllDepths, GoldenPictures,
 TEST(GoldenPictures, ShowGammaAndScales) {
     for (const int screen : {8, 16, 32}) {
         CqDisplayWorld world(screen);
-        ASSERT_TRUE(world.fnScreen().fnSetMode({kWidth, kHeight, screen, 96, 96}));
+        ASSERT_TRUE(world.fnScreen().fnSetMode({kShown.Width(), kShown.Height(), screen, 96, 96}));
         world.fnDisplay().fnSetGammaValue(220);
         const auto image = fnMakeImage(24);
-        const CRect all(0, 0, kWidth, kHeight);
-        EXPECT_TRUE(image->fnDraw(world.fnDC(), all, 0, 0, false, false));
+        const CRect all(CPoint(0, 0), kShown.Size());
+        EXPECT_TRUE(image->fnDraw(world.fnDC(), all, kShown.left, kShown.top, false, false));
         fnCompare(world, "screen" + std::to_string(screen) + "_gamma220");
         world.fnDisplay().fnSetGammaValue(180);
         image->fnDrawInit(3u, false, all, CPoint(), nullptr);
-        EXPECT_TRUE(image->fnDraw(world.fnDC(), all, 304, 288, false, false)); // four tiles meet
+        EXPECT_TRUE(
+            image->fnDraw(world.fnDC(), all, 345, 345, false, false)); // where the tiles meet
         fnCompare(world, "screen" + std::to_string(screen) + "_times3");
         world.fnScreen().fnClear();
         image->fnDrawInit(2u, true, all, CPoint(), nullptr);
-        EXPECT_TRUE(image->fnDraw(world.fnDC(), all, 0, 0, false, false));
+        EXPECT_TRUE(image->fnDraw(world.fnDC(), all, 8, 8, false, false));
         fnCompare(world, "screen" + std::to_string(screen) + "_half");
     }
 }
