@@ -1,5 +1,6 @@
 #include "q32Base/framework/PathRules.h"
 
+#include "q32Base/framework/Memory.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>
@@ -10,7 +11,9 @@ namespace q32 {
 std::size_t fnCharBytes(const char* text, std::size_t count) {
     if (!fnHasPlatform())
         return 1;
-    return std::clamp<std::size_t>(fnPlatform().m_pLocale->fnGetCharBytes(text, count), 1, count);
+    const std::size_t bytes =
+        fnGuardMemory([&] { return fnPlatform().m_pLocale->fnGetCharBytes(text, count); });
+    return std::clamp<std::size_t>(bytes, 1, count);
 }
 
 bool fnEndsInSlash(const char* path) {

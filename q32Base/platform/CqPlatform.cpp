@@ -45,6 +45,11 @@ CqMessageService* fnMessageService() {
     return theMessages.get();
 }
 
+HINSTANCE fnModuleInstance() {
+    static char mark; // its address is nobody else's
+    return reinterpret_cast<HINSTANCE>(&mark);
+}
+
 } // namespace q32
 
 UINT CqPaletteObject::fnSetEntries(UINT first, UINT count, const PALETTEENTRY* entries) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "q32Base/platform/Export.h"
 #include "q32Base/platform/Records.h"
 
 #include <cstddef>
@@ -36,3 +37,11 @@ public:
     /// missing.
     virtual bool fnLoadString(HINSTANCE module, UINT id, std::string& text) = 0;
 };
+
+namespace q32 {
+
+/// The handle by which the library asks for resources of its own module, its version above all. A
+/// constant that stands for no other module.
+Q32_API HINSTANCE fnModuleInstance();
+
+} // namespace q32
