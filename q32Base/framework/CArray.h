@@ -52,7 +52,7 @@ public:
             return;
         }
         if (newSize > m_nMaxSize)
-            fnMove(m_pData ? fnGrownCapacity(newSize) : newSize);
+            fnMove(fnGrownCapacity(newSize));
         if (newSize > m_nSize)
             std::uninitialized_value_construct(m_pData + m_nSize, m_pData + newSize);
         else

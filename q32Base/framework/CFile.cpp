@@ -24,6 +24,8 @@ bool CFile::Open(const char* fileName, unsigned int flags, CQ_FILE_CAUSE* cause)
     CQ_FILE_CAUSE result = FILE_CAUSE_NONE;
     auto stream = q32::fnGuardMemory(
         [&] { return q32::fnPlatform().m_pFiles->fnOpen(fileName, mode, result); });
+    if (!stream && result == FILE_CAUSE_NONE)
+        result = FILE_CAUSE_GENERIC;
     if (cause)
         *cause = result;
     if (!stream)

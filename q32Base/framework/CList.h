@@ -4,6 +4,7 @@
 #include "q32Base/framework/CPlex.h"
 
 #include <cassert>
+#include <cstddef>
 #include <new>
 #include <utility>
 
@@ -68,8 +69,7 @@ public:
         (node->m_pPrevious ? node->m_pPrevious->m_pNext : m_pHead) = node->m_pNext;
         (node->m_pNext ? node->m_pNext->m_pPrevious : m_pTail) = node->m_pPrevious;
         node->~Node();
-        node->m_pNext = m_pFree;
-        m_pFree = node;
+        fnRecycle(node);
         if (--m_nCount == 0)
             fnFreeBlocks();
     }
@@ -90,6 +90,12 @@ private:
         Node* m_pPrevious;
         TYPE m_Value;
     };
+    static_assert(alignof(Node) <= alignof(std::max_align_t));
+
+    /// The room of a node that isn't used.
+    struct Free {
+        Free* m_pNext;
+    };
 
     static POSITION fnPosition(Node* node) { return reinterpret_cast<POSITION>(node); }
     static Node* fnNode(POSITION position) { return reinterpret_cast<Node*>(position); }
@@ -98,22 +104,30 @@ private:
         if (!m_pFree) {
             CPlex* block =
                 CPlex::Create(m_pBlocks, static_cast<std::size_t>(m_nBlockSize), sizeof(Node));
-            auto* nodes = static_cast<Node*>(block->data());
-            for (int i = m_nBlockSize - 1; i >= 0; --i) {
-                nodes[i].m_pNext = m_pFree;
-                m_pFree = &nodes[i];
-            }
+            auto* room = static_cast<unsigned char*>(block->data());
+            for (int i = m_nBlockSize - 1; i >= 0; --i)
+                fnRecycle(room + static_cast<std::size_t>(i) * sizeof(Node));
         }
-        Node* node = m_pFree;
-        Node* nextFree = node->m_pNext;
-        new (node) Node{nullptr, nullptr, value};
-        m_pFree = nextFree;
-        ++m_nCount;
-        return node;
+        Free* free = m_pFree;
+        m_pFree = free->m_pNext;
+        try {
+            auto* node = new (static_cast<void*>(free)) Node{nullptr, nullptr, value};
+            ++m_nCount;
+            return node;
+        } catch (...) { // the value could not be copied
+            fnRecycle(free);
+            if (m_nCount == 0)
+                fnFreeBlocks();
+            throw;
+        }
     }
 
+    /// Keeps the room of a node for the next one.
+    void fnRecycle(void* room) { m_pFree = new (room) Free{m_pFree}; }
+
     void fnFreeBlocks() {
-        m_pHead = m_pTail = m_pFree = nullptr;
+        m_pHead = m_pTail = nullptr;
+        m_pFree = nullptr;
         if (m_pBlocks)
             m_pBlocks->FreeDataChain();
         m_pBlocks = nullptr;
@@ -121,7 +135,7 @@ private:
 
     Node* m_pHead = nullptr;
     Node* m_pTail = nullptr;
-    Node* m_pFree = nullptr;
+    Free* m_pFree = nullptr;
     CPlex* m_pBlocks = nullptr;
     int m_nCount = 0;
     int m_nBlockSize;

@@ -3,6 +3,7 @@
 #include "q32Base/framework/Exceptions.h"
 
 #include <algorithm>
+#include <cassert>
 #include <climits>
 #include <cstdio>
 #include <cstring>
@@ -16,7 +17,7 @@ struct EmptyBlock {
     CStringData head{{-1}, 0, 0};
     char end = 0;
 };
-EmptyBlock theEmptyBlock;
+constinit EmptyBlock theEmptyBlock;
 static_assert(offsetof(EmptyBlock, end) == sizeof(CStringData));
 
 int fnLength(const char* text) {
@@ -110,6 +111,7 @@ void CString::Empty() noexcept {
 }
 
 void CString::SetAt(int index, char c) {
+    assert(index >= 0 && index < GetLength());
     fnMakeSingle();
     m_pchData[index] = c;
 }
@@ -236,6 +238,7 @@ void CString::ReleaseBuffer(int newLength) {
         newLength = fnLength(m_pchData);
     if (fnGetData() == &theEmptyBlock.head)
         return;
+    assert(newLength >= 0 && newLength <= GetAllocLength());
     fnGetData()->nDataLength = newLength;
     m_pchData[newLength] = 0;
 }
@@ -276,7 +279,8 @@ void CString::fnAllocBuffer(int length) {
 void CString::fnAssign(const char* text, int length) {
     CStringData* data = fnGetData();
     if (data->nRefs == 1 && length <= data->nAllocLength) {
-        std::memmove(m_pchData, text, static_cast<std::size_t>(length));
+        if (length > 0)
+            std::memmove(m_pchData, text, static_cast<std::size_t>(length)); // may be our own
         data->nDataLength = length;
         m_pchData[length] = 0;
         return;

@@ -5,6 +5,19 @@
 #include "q32Base/platform/Records.h"
 
 #include <algorithm>
+#include <cstdint>
+
+namespace q32 {
+
+/// Sum and difference of coordinates. They wrap: some come out of files.
+inline LONG fnWrapAdd(LONG a, LONG b) {
+    return static_cast<LONG>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
+}
+inline LONG fnWrapSub(LONG a, LONG b) {
+    return static_cast<LONG>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
+}
+
+} // namespace q32
 
 class CSize : public SIZE {
 public:
@@ -23,8 +36,8 @@ public:
 
     bool operator==(const POINT& other) const { return x == other.x && y == other.y; }
     void Offset(LONG dx, LONG dy) {
-        x += dx;
-        y += dy;
+        x = q32::fnWrapAdd(x, dx);
+        y = q32::fnWrapAdd(y, dy);
     }
 };
 
@@ -35,10 +48,11 @@ public:
     CRect(LONG l, LONG t, LONG r, LONG b) : RECT{l, t, r, b} {}
     CRect(const RECT& rect) : RECT(rect) {}
     CRect(const POINT& corner, const SIZE& size)
-        : RECT{corner.x, corner.y, corner.x + size.cx, corner.y + size.cy} {}
+        : RECT{corner.x, corner.y, q32::fnWrapAdd(corner.x, size.cx),
+               q32::fnWrapAdd(corner.y, size.cy)} {}
 
-    LONG Width() const { return right - left; }
-    LONG Height() const { return bottom - top; }
+    LONG Width() const { return q32::fnWrapSub(right, left); }
+    LONG Height() const { return q32::fnWrapSub(bottom, top); }
     CSize Size() const { return {Width(), Height()}; }
     CPoint TopLeft() const { return {left, top}; }
     bool IsRectEmpty() const { return right <= left || bottom <= top; }
@@ -49,10 +63,12 @@ public:
     void SetRect(LONG l, LONG t, LONG r, LONG b) { *this = CRect(l, t, r, b); }
     void SetRectEmpty() { *this = CRect(); }
     void OffsetRect(LONG dx, LONG dy) {
-        *this = CRect(left + dx, top + dy, right + dx, bottom + dy);
+        *this = CRect(q32::fnWrapAdd(left, dx), q32::fnWrapAdd(top, dy), q32::fnWrapAdd(right, dx),
+                      q32::fnWrapAdd(bottom, dy));
     }
     void InflateRect(LONG dx, LONG dy) {
-        *this = CRect(left - dx, top - dy, right + dx, bottom + dy);
+        *this = CRect(q32::fnWrapSub(left, dx), q32::fnWrapSub(top, dy), q32::fnWrapAdd(right, dx),
+                      q32::fnWrapAdd(bottom, dy));
     }
     /// Becomes what `a` and `b` share; all zero, and the result false, if that is nothing.
     bool IntersectRect(const RECT& a, const RECT& b) {
