@@ -141,16 +141,7 @@ CqImage& CqImage::operator=(CqImage& other) {
 void CqImage::fnGetPalette(CPalette& palette) {
     if (palette.HasHandle())
         palette.DeleteObject();
-    const std::size_t bytes = sizeof(LOGPALETTE) + PaletteCount * sizeof(PALETTEENTRY);
-    const std::unique_ptr<unsigned char[]> block(q32::fnNewArray<unsigned char>(bytes));
-    auto* description = reinterpret_cast<LOGPALETTE*>(block.get());
-    description->palVersion = 0x300;
-    description->palNumEntries = static_cast<WORD>(PaletteCount);
-    for (std::uint32_t i = 0; i < PaletteCount; ++i) {
-        const RGBQUAD& quad = TileMap->Palette[i];
-        description->palPalEntry[i] = {quad.rgbRed, quad.rgbGreen, quad.rgbBlue, quad.rgbReserved};
-    }
-    if (!palette.CreatePalette(description))
+    if (!TileMap->fnCreatePalette(palette))
         AfxThrowMemoryException();
 }
 

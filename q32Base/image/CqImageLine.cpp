@@ -26,8 +26,13 @@ CqImageLine::~CqImageLine() {
 }
 
 void CqImageLine::fnMakeBuffer() {
-    if (!LineBuffer)
-        LineBuffer = q32::fnNewArray<unsigned char>(RowBytes + kSlack);
+    if (LineBuffer)
+        return;
+    std::size_t bytes = std::size_t{RowBytes} + kSlack;
+    if (BitCount == 4) // drawing takes each byte for a pixel, and so reads behind the row
+        bytes = std::max<std::size_t>(bytes, Width);
+    LineBuffer = q32::fnNewArray<unsigned char>(bytes);
+    std::memset(LineBuffer + RowBytes, 0, bytes - RowBytes);
 }
 
 void CqImageLine::fnSetup(unsigned int row, bool readOnly) {

@@ -49,13 +49,21 @@ public:
     bool Claim = false;
 
 protected:
-    /// Stage a part of the tile, from source pixel (x, y) on, into the map's scratch buffer.
+    /// Stage a part of the scaled tile, which begins at (x, y) of the scaled image, in the map's
+    /// scratch buffer: rows from the top without padding, 4-bit pixels as one index a byte.
+    /// Fitting stages nothing, deliberately: what the buffer held before is shown.
     void fnDrawFit(unsigned int factor, int x, int y, int width, int height);
+    /// Pixel repetition; the factor is 1 or more. A 4-bit source pixel under x must be even.
     void fnDrawInflate(unsigned int factor, int x, int y, int width, int height);
+    /// Nearest sample: pixel (i, j) is source pixel (i x factor, j x factor), or the tile's first
+    /// column or row where that lies left of it or above.
     void fnDrawShrink(unsigned int factor, int x, int y, int width, int height);
-    /// Convert the staged pixels into rows of a device bitmap, from `target` upwards in memory by
-    /// `stride` a row.
+    /// Convert the staged pixels into rows of a device bitmap. The first row goes to `target`, and
+    /// each further one `stride` bytes lower in memory.
     void fnBlt8(unsigned char* target, unsigned int stride, int width, int height, int x, int y);
     void fnBlt24(unsigned char* target, unsigned int stride, int width, int height);
     void fnBlt32(unsigned char* target, unsigned int stride, int width, int height);
+
+private:
+    bool fnDrawBand(CDC* dc, const CPoint& place, int x, int y, int width, int height);
 };

@@ -28,4 +28,12 @@ inline std::uint64_t fnDibPixelOffset(const BITMAPINFOHEADER& header) {
     return header.biSize + 4ull * fnDibPaletteCount(header);
 }
 
+/// The first row in memory of a packed bitmap.
+inline unsigned char* fnDibPixels(BITMAPINFOHEADER* header) {
+    return reinterpret_cast<unsigned char*>(header) + fnDibPixelOffset(*header);
+}
+inline const unsigned char* fnDibPixels(const BITMAPINFOHEADER* header) {
+    return reinterpret_cast<const unsigned char*>(header) + fnDibPixelOffset(*header);
+}
+
 } // namespace q32

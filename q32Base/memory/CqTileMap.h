@@ -66,6 +66,9 @@ public:
                                     const RGBQUAD* entries);
     /// Fills the palette; the argument is the constructor's.
     void fnInitPalette(const RGBQUAD* palette);
+    /// Makes the palette a screen palette; `out` must stand for none. False when the screen
+    /// refuses; raises the memory exception.
+    bool fnCreatePalette(CPalette& out) const;
     /// Index of the first palette entry with the same red, green and blue; -1 when there is none.
     int fnFindColor(std::uint8_t red, std::uint8_t green, std::uint8_t blue) const;
 

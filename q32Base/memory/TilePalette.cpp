@@ -1,7 +1,9 @@
+#include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/memory/CqTileMap.h"
 
 #include <algorithm>
+#include <memory>
 
 namespace {
 
@@ -70,4 +72,17 @@ void CqTileMap::fnInitPalette(const RGBQUAD* palette) {
     }
     delete DrawPalette;
     DrawPalette = nullptr;
+}
+
+bool CqTileMap::fnCreatePalette(CPalette& out) const {
+    const std::size_t bytes = sizeof(LOGPALETTE) + PaletteCount * sizeof(PALETTEENTRY);
+    const std::unique_ptr<unsigned char[]> block(q32::fnNewArray<unsigned char>(bytes));
+    auto* description = reinterpret_cast<LOGPALETTE*>(block.get());
+    description->palVersion = 0x300;
+    description->palNumEntries = static_cast<WORD>(PaletteCount);
+    for (std::uint32_t i = 0; i < PaletteCount; ++i) {
+        const RGBQUAD& quad = Palette[i];
+        description->palPalEntry[i] = {quad.rgbRed, quad.rgbGreen, quad.rgbBlue, quad.rgbReserved};
+    }
+    return out.CreatePalette(description);
 }

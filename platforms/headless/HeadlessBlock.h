@@ -1,0 +1,31 @@
+#pragma once
+
+#include "q32Base/platform/Export.h"
+
+#include <cstddef>
+#include <cstdint>
+
+/// Zeroed memory, aligned to pages. A large block costs nothing until it is touched.
+class Q32_API CqHeadlessBlock {
+public:
+    static constexpr std::size_t kPage = 4096;
+
+    CqHeadlessBlock() = default;
+    ~CqHeadlessBlock();
+    CqHeadlessBlock(CqHeadlessBlock&& other) noexcept;
+    CqHeadlessBlock& operator=(CqHeadlessBlock&& other) noexcept;
+
+    std::uint8_t* fnGetData() const { return m_pData; }
+    std::size_t fnGetSize() const { return m_nSize; }
+
+    /// Makes the block `size` bytes long: the bytes that were there stay, new ones are zero. With
+    /// `spare`, room for more growth is taken along. False, with nothing changed, when memory is
+    /// short.
+    bool fnResize(std::size_t size, bool spare = false);
+
+private:
+    void* m_pRaw = nullptr;
+    std::uint8_t* m_pData = nullptr;
+    std::size_t m_nSize = 0;
+    std::size_t m_nCapacity = 0;
+};

@@ -1,0 +1,149 @@
+#include "platforms/headless/HeadlessScratch.h"
+
+#include <cstdio>
+#include <utility>
+
+CqHeadlessScratch::CqHeadlessScratch(std::shared_ptr<CqHeadlessDisks> disks,
+                                     std::shared_ptr<CqHeadlessMisuses> misuses)
+    : m_pDisks(std::move(disks)), m_pMisuses(std::move(misuses)) {}
+
+CqHeadlessScratch::~CqHeadlessScratch() {
+    // The disks may live on: what a process holds open ends with it.
+    for (const auto& [address, view] : m_Views)
+        fnDropView(view.m_pFile);
+    for (const auto& [handle, mapping] : m_Mappings)
+        fnDropView(mapping.m_pFile);
+    for (const auto& [handle, file] : m_Files)
+        m_pDisks->fnClose(file);
+}
+
+bool CqHeadlessScratch::fnCreateName(const char* directory, const char* prefix, std::string& name) {
+    if (!m_CreateName.fnPass() || !m_pDisks->fnIsDirectory(directory))
+        return false;
+    for (;;) {
+        char number[16];
+        std::snprintf(number, sizeof(number), "%X", m_nNextName++);
+        const std::string tried = std::string(directory) + prefix + number + ".tmp";
+        if (m_pDisks->fnIsFile(tried) || m_pDisks->fnIsDirectory(tried))
+            continue;
+        CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
+        const CqHeadlessFilePtr file = m_pDisks->fnOpen(tried, true, true, cause);
+        if (!file || m_pDisks->fnClose(file) != FILE_CAUSE_NONE)
+            return false;
+        name = tried;
+        return true;
+    }
+}
+
+CqFileHandle CqHeadlessScratch::fnOpenHandle(const char* name) {
+    CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
+    CqHeadlessFilePtr file = m_pDisks->fnOpen(name, false, true, cause);
+    if (!file)
+        return kNoFile;
+    const CqFileHandle handle = m_nNextHandle++;
+    m_Files.emplace(handle, std::move(file));
+    return handle;
+}
+
+bool CqHeadlessScratch::fnCloseHandle(CqFileHandle file, const char* misuse) {
+    const auto found = m_Files.find(file);
+    if (found == m_Files.end()) {
+        m_pMisuses->fnAdd(misuse);
+        return false;
+    }
+    m_pDisks->fnClose(found->second);
+    m_Files.erase(found);
+    return true;
+}
+
+CqFileHandle CqHeadlessScratch::fnOpen(const char* name) {
+    return m_Open.fnPass() ? fnOpenHandle(name) : kNoFile;
+}
+
+bool CqHeadlessScratch::fnSetSize(CqFileHandle file, std::uint32_t size) {
+    const auto found = m_Files.find(file);
+    if (found == m_Files.end()) {
+        m_pMisuses->fnAdd("sizing of a file that isn't open");
+        return false;
+    }
+    return m_SetSize.fnPass() && m_pDisks->fnResize(*found->second, size) == FILE_CAUSE_NONE;
+}
+
+CqFileHandle CqHeadlessScratch::fnReopen(CqFileHandle file, const char* name) {
+    const auto found = m_Files.find(file);
+    const std::string old = found == m_Files.end() ? "" : found->second->m_szName;
+    if (!fnCloseHandle(file, "reopening of a file that isn't open") || !m_Reopen.fnPass())
+        return kNoFile;
+    const CqFileHandle handle = fnOpenHandle(name);
+    if (handle != kNoFile && m_Files[handle]->m_szName != old) {
+        fnCloseHandle(handle, "");
+        return kNoFile;
+    }
+    return handle;
+}
+
+void CqHeadlessScratch::fnClose(CqFileHandle file) {
+    fnCloseHandle(file, "closing of a file that isn't open");
+}
+
+CqMappingHandle CqHeadlessScratch::fnCreateMapping(CqFileHandle file, std::uint32_t size) {
+    const auto found = m_Files.find(file);
+    if (found == m_Files.end()) {
+        m_pMisuses->fnAdd("mapping of a file that isn't open");
+        return kNoMapping;
+    }
+    const CqHeadlessFilePtr& mapped = found->second;
+    if (!m_CreateMapping.fnPass() || size == 0 || size > mapped->m_Bytes.fnGetSize())
+        return kNoMapping;
+    const CqMappingHandle handle = m_nNextHandle++;
+    m_Mappings.emplace(handle, Mapping{mapped, size});
+    ++mapped->m_nUsers;
+    ++mapped->m_nViews;
+    return handle;
+}
+
+void CqHeadlessScratch::fnDropView(const CqHeadlessFilePtr& file) {
+    --file->m_nViews;
+    m_pDisks->fnTouch(*file);
+    m_pDisks->fnClose(file);
+}
+
+void CqHeadlessScratch::fnCloseMapping(CqMappingHandle mapping) {
+    const auto found = m_Mappings.find(mapping);
+    if (found == m_Mappings.end()) {
+        m_pMisuses->fnAdd("closing of a mapping that isn't open");
+        return;
+    }
+    fnDropView(found->second.m_pFile);
+    m_Mappings.erase(found);
+}
+
+void* CqHeadlessScratch::fnMapView(CqMappingHandle mapping, std::uint32_t size) {
+    const auto found = m_Mappings.find(mapping);
+    if (found == m_Mappings.end()) {
+        m_pMisuses->fnAdd("view of a mapping that isn't open");
+        return nullptr;
+    }
+    const CqHeadlessFilePtr& file = found->second.m_pFile;
+    if (!m_MapView.fnPass() || size != found->second.m_nSize)
+        return nullptr;
+    void* address = file->m_Bytes.fnGetData();
+    m_Views.emplace(address, found->second);
+    ++file->m_nUsers;
+    ++file->m_nViews;
+    return address;
+}
+
+void CqHeadlessScratch::fnUnmapView(void* address, std::uint32_t size) {
+    const auto found = m_Views.find(address);
+    if (found == m_Views.end() || found->second.m_nSize != size) {
+        m_pMisuses->fnAdd("unmapping of an address that isn't mapped");
+        return;
+    }
+    fnDropView(found->second.m_pFile);
+    m_Views.erase(found);
+}
+
+bool CqHeadlessScratch::fnDelete(const char* name) {
+    return m_Delete.fnPass() && m_pDisks->fnDelete(name);
+}

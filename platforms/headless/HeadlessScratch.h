@@ -1,0 +1,59 @@
+#pragma once
+
+#include "platforms/headless/HeadlessCalls.h"
+#include "platforms/headless/HeadlessDisks.h"
+#include "q32Base/platform/CqScratchService.h"
+#include "q32Base/platform/Export.h"
+
+#include <map>
+#include <memory>
+
+/// Scratch files on the disks of the headless world. A view is the file's own bytes. Handles are
+/// checked: one that isn't open is a misuse, and the call fails.
+class Q32_API CqHeadlessScratch final : public CqScratchService {
+public:
+    CqHeadlessScratch(std::shared_ptr<CqHeadlessDisks> disks,
+                      std::shared_ptr<CqHeadlessMisuses> misuses);
+    ~CqHeadlessScratch() override;
+
+    CqHeadlessCalls m_CreateName;
+    CqHeadlessCalls m_Open;
+    CqHeadlessCalls m_SetSize;
+    CqHeadlessCalls m_Reopen;
+    CqHeadlessCalls m_CreateMapping;
+    CqHeadlessCalls m_MapView;
+    CqHeadlessCalls m_Delete;
+
+    /// Handles, mappings and views that are open now.
+    std::size_t fnGetHandles() const { return m_Files.size(); }
+    std::size_t fnGetMappings() const { return m_Mappings.size(); }
+    std::size_t fnGetViews() const { return m_Views.size(); }
+
+    bool fnCreateName(const char* directory, const char* prefix, std::string& name) override;
+    CqFileHandle fnOpen(const char* name) override;
+    bool fnSetSize(CqFileHandle file, std::uint32_t size) override;
+    CqFileHandle fnReopen(CqFileHandle file, const char* name) override;
+    void fnClose(CqFileHandle file) override;
+    CqMappingHandle fnCreateMapping(CqFileHandle file, std::uint32_t size) override;
+    void fnCloseMapping(CqMappingHandle mapping) override;
+    void* fnMapView(CqMappingHandle mapping, std::uint32_t size) override;
+    void fnUnmapView(void* address, std::uint32_t size) override;
+    bool fnDelete(const char* name) override;
+
+private:
+    struct Mapping {
+        CqHeadlessFilePtr m_pFile;
+        std::uint32_t m_nSize;
+    };
+    CqFileHandle fnOpenHandle(const char* name);
+    bool fnCloseHandle(CqFileHandle file, const char* misuse);
+    void fnDropView(const CqHeadlessFilePtr& file);
+
+    std::shared_ptr<CqHeadlessDisks> m_pDisks;
+    std::shared_ptr<CqHeadlessMisuses> m_pMisuses;
+    std::map<CqFileHandle, CqHeadlessFilePtr> m_Files;
+    std::map<CqMappingHandle, Mapping> m_Mappings;
+    std::multimap<void*, Mapping> m_Views;
+    std::uint32_t m_nNextHandle = 1;
+    std::uint32_t m_nNextName = 1;
+};

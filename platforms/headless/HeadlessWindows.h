@@ -1,0 +1,75 @@
+#pragma once
+
+#include "q32Base/framework/Windows.h"
+#include "q32Base/platform/CqWindowService.h"
+#include "q32Base/platform/Export.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// A window of the headless world: a client area at a place on the screen, and a record of what it
+/// was told.
+class Q32_API CqHeadlessWnd : public CWnd {
+public:
+    struct Message {
+        UINT m_nMessage;
+        WPARAM m_wParam;
+        LPARAM m_lParam;
+    };
+    struct Invalidation {
+        std::optional<RECT> m_Rect; ///< none: the whole client area
+        bool m_bErase;
+    };
+
+    /// @param client  the client area in screen coordinates
+    explicit CqHeadlessWnd(const RECT& client) : m_Client(client) {}
+
+    /// Moves the client area; what stands on the screen stays there.
+    void fnMove(const RECT& client) { m_Client = client; }
+    const CRect& fnGetPlace() const { return m_Client; }
+    /// The window ceases to exist for the library.
+    void fnDestroy() { m_bExists = false; }
+    /// The answer to later messages; at first 0.
+    void fnSetAnswer(LRESULT answer) { m_nAnswer = answer; }
+    const std::vector<Message>& fnGetMessages() const { return m_Messages; }
+    const std::vector<Invalidation>& fnGetInvalidations() const { return m_Invalidations; }
+
+    CRect GetClientRect() const override { return {0, 0, m_Client.Width(), m_Client.Height()}; }
+    LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+    void InvalidateRect(const RECT* rect, bool erase) override;
+    bool IsWindow() const override { return m_bExists; }
+
+private:
+    CRect m_Client;
+    bool m_bExists = true;
+    LRESULT m_nAnswer = 0;
+    std::vector<Message> m_Messages;
+    std::vector<Invalidation> m_Invalidations;
+};
+
+/// An application object that the script describes.
+class Q32_API CqHeadlessApp : public CWinApp {
+public:
+    bool m_bMDI = false;
+    std::optional<std::string> m_TemplateTitle; ///< none: no document template
+
+    bool IsMDI() const override { return m_bMDI; }
+    bool GetTemplateTitle(CString& title) const override;
+};
+
+/// The application and its main window. Neither is owned; both may be missing, as they are at
+/// first.
+class Q32_API CqHeadlessWindows final : public CqWindowService {
+public:
+    void fnSetApp(CWinApp* app) { m_pApp = app; }
+    void fnSetMainWnd(CWnd* window) { m_pMainWnd = window; }
+
+    CWinApp* fnGetApp() override { return m_pApp; }
+    CWnd* fnGetMainWnd() override { return m_pMainWnd; }
+
+private:
+    CWinApp* m_pApp = nullptr;
+    CWnd* m_pMainWnd = nullptr;
+};

@@ -1,0 +1,78 @@
+/// @file
+/// The headless back end: a whole, deterministic world in memory. Tests and automation hosts script
+/// it and read it through its services, which have more to them than the library asks for.
+#pragma once
+
+#include "platforms/headless/HeadlessDisks.h"
+#include "platforms/headless/HeadlessFiles.h"
+#include "platforms/headless/HeadlessKeyboard.h"
+#include "platforms/headless/HeadlessLocale.h"
+#include "platforms/headless/HeadlessMemory.h"
+#include "platforms/headless/HeadlessMessages.h"
+#include "platforms/headless/HeadlessMixer.h"
+#include "platforms/headless/HeadlessRegion.h"
+#include "platforms/headless/HeadlessResources.h"
+#include "platforms/headless/HeadlessScratch.h"
+#include "platforms/headless/HeadlessScreen.h"
+#include "platforms/headless/HeadlessWaveOut.h"
+#include "platforms/headless/HeadlessWindows.h"
+#include "q32Base/platform/CqPlatform.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// How a headless world begins. All of it can be changed later through the services.
+struct CqHeadlessOptions {
+    std::uint64_t m_nPhysicalBytes = 0x10000000u; ///< 256 MiB
+    std::vector<CqHeadlessVolume> m_Volumes = {CqHeadlessVolume()};
+    std::string m_szTempDirectory = "C:\\Temp\\"; ///< made when it lies on a volume
+    std::string m_szConfigDirectory = "C:\\Config\\";
+    std::int64_t m_nNow = 946684800; ///< time of new files, in seconds since 1970: 2000-01-01
+    CqHeadlessMode m_Mode;
+    UINT m_nCodePage = 1252; ///< or 932, or 65001
+    int m_nMinutesEast = 0;  ///< of UTC
+};
+
+/// The world. Its services are shared: a platform made from it, or one that took some of them,
+/// keeps them alive.
+class Q32_API CqHeadlessWorld {
+public:
+    explicit CqHeadlessWorld(const CqHeadlessOptions& options);
+
+    /// What the library did that a real system would punish.
+    const std::shared_ptr<CqHeadlessMisuses> m_pMisuses;
+    const std::shared_ptr<CqHeadlessDisks> m_pDisks;
+    const std::shared_ptr<CqHeadlessMemory> m_pMemory;
+    const std::shared_ptr<CqHeadlessScratch> m_pScratch;
+    const std::shared_ptr<CqHeadlessFiles> m_pFiles;
+    const std::shared_ptr<CqHeadlessScreen> m_pScreen;
+    const std::shared_ptr<CqHeadlessMessages> m_pMessages;
+    const std::shared_ptr<CqHeadlessKeyboard> m_pKeyboard;
+    const std::shared_ptr<CqHeadlessResources> m_pResources;
+    const std::shared_ptr<CqHeadlessWaveOut> m_pWaveOut;
+    const std::shared_ptr<CqHeadlessMixers> m_pMixers;
+    const std::shared_ptr<CqHeadlessLocale> m_pLocale;
+    const std::shared_ptr<CqHeadlessWindows> m_pWindows;
+
+    /// A complete platform of this world's services.
+    CqPlatform fnPlatform() const;
+
+    /// The text of the settings file, before the start, while running and after the stop; none when
+    /// it doesn't stand.
+    std::optional<std::string> fnGetSettings() const;
+    /// Puts the settings file there, also when writes fail for the library.
+    bool fnSetSettings(std::string_view text);
+
+private:
+    std::string fnGetSettingsName() const;
+};
+
+/// A world of its own.
+Q32_API std::shared_ptr<CqHeadlessWorld>
+q32HeadlessWorld(const CqHeadlessOptions& options = CqHeadlessOptions());
+
+/// A complete platform for a host that needs to script nothing.
+Q32_API CqPlatform q32HeadlessPlatform(const CqHeadlessOptions& options = CqHeadlessOptions());

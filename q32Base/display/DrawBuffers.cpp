@@ -1,0 +1,94 @@
+#include "q32Base/display/DrawBuffers.h"
+
+#include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/framework/Memory.h"
+#include "q32Base/image/DibLayout.h"
+#include "q32Base/memory/CqTileMap.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+namespace q32 {
+namespace {
+
+bool fnIsDeviceDepth(std::uint32_t bits) {
+    return bits == 8 || bits == 24 || bits == 32;
+}
+
+/// A new DrawDib that holds `capacity` bytes of pixels in place of the present one.
+void fnMakeDib(CqTileMap& map, std::uint32_t depth, std::uint32_t capacity) {
+    const std::size_t slot = depth < 9 ? std::size_t{4} << depth : 0;
+    const std::size_t bytes = kDibHeaderBytes + slot + capacity;
+    void* block = ::operator new(bytes, std::nothrow);
+    if (!block)
+        AfxThrowMemoryException();
+    std::memset(block, 0, bytes);
+    auto* header = new (block) BITMAPINFOHEADER{};
+    header->biSize = kDibHeaderBytes;
+    header->biWidth = static_cast<LONG>(std::min(map.TileWidth, CqTileMap::kMaxTileSize));
+    header->biHeight = static_cast<LONG>(std::min(map.TileHeight, CqTileMap::kMaxTileSize));
+    header->biPlanes = 1;
+    header->biBitCount = static_cast<WORD>(depth);
+    if (slot != 0) {
+        auto* index = reinterpret_cast<WORD*>(header + 1);
+        for (unsigned int i = 0; i < 256; ++i)
+            index[i] = static_cast<WORD>(i);
+    }
+    ::operator delete(map.DrawDib);
+    map.DrawDib = header;
+    map.DrawDibCapacity = capacity;
+}
+
+void fnMakeScratch(CqTileMap& map, std::uint32_t capacity) {
+    auto* block = fnNewArray<unsigned char>(capacity);
+    std::memset(block, 0, capacity);
+    delete[] map.DrawScratch;
+    map.DrawScratch = block;
+    map.DrawScratchCapacity = capacity;
+}
+
+bool fnMakePalette(CqTileMap& map) {
+    auto palette = std::unique_ptr<CPalette>(fnNew<CPalette>());
+    if (!map.fnCreatePalette(*palette))
+        return false;
+    map.DrawPalette = palette.release();
+    return true;
+}
+
+bool fnEnsure(CqTileMap& map, std::uint32_t width, std::uint32_t height) {
+    const CqDisplayProperty* display = q32GetDisplayProperty();
+    const std::uint32_t depth = display ? display->fnGetColorDepth() : 0;
+    if (!fnIsDeviceDepth(depth))
+        return false;
+    const std::uint64_t dib = std::uint64_t{fnDibStride(width, depth)} * height;
+    const std::uint64_t rowBytes =
+        map.BitCount > 8 ? (std::uint64_t{map.BitCount} * width + 7) >> 3 : width;
+    const std::uint64_t scratch = rowBytes * height;
+    if (std::max(dib, scratch) > 0xFFFFFFFFu)
+        return false;
+    if (!map.DrawDib || map.DrawDib->biBitCount != depth || dib > map.DrawDibCapacity)
+        fnMakeDib(map, depth, std::max(static_cast<std::uint32_t>(dib), map.DibTileBytes));
+    if (!map.DrawScratch || scratch > map.DrawScratchCapacity)
+        fnMakeScratch(map, std::max(static_cast<std::uint32_t>(scratch), map.PackedTileBytes));
+    if (!map.DrawPalette && depth == 8 && map.BitCount < 16)
+        return fnMakePalette(map);
+    return true;
+}
+
+} // namespace
+
+bool fnEnsureDrawBuffers(CqTileMap& map) {
+    return fnEnsureDrawBuffers(map, 0, 0);
+}
+
+bool fnEnsureDrawBuffers(CqTileMap& map, std::uint32_t width, std::uint32_t height) {
+    try {
+        return fnEnsure(map, width, height);
+    } catch (CMemoryException* failure) {
+        failure->Delete();
+        return false;
+    }
+}
+
+} // namespace q32

@@ -1,0 +1,25 @@
+/// @file
+/// What a tile map keeps for drawing: the device bitmap, the staged pixels and the palette.
+#pragma once
+
+#include <cstdint>
+
+class CqTileMap;
+
+namespace q32 {
+
+/// Makes the map's `DrawDib` and `DrawScratch` if there are none, and on an 8-bit display
+/// `DrawPalette` for an image of fewer than 16 bits; makes `DrawDib` anew when the display has got
+/// another depth. New memory is zero, so what is drawn from it before anything was staged is
+/// defined. False, with whatever was there kept, when memory or a palette can't be had, there is no
+/// display property, or the display has another depth than 8, 24 or 32 bits.
+///
+/// `DrawDib` is a header, on an 8-bit display a table of four bytes for each of 256 entries that
+/// begins with the 16-bit indices 0 to 255, and the pixels.
+bool fnEnsureDrawBuffers(CqTileMap& map);
+
+/// The same, and makes what is too small for a part of `width` by `height` pixels anew. The
+/// header's size has to be set by the caller.
+bool fnEnsureDrawBuffers(CqTileMap& map, std::uint32_t width, std::uint32_t height);
+
+} // namespace q32

@@ -1,0 +1,116 @@
+#include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/display/DrawBuffers.h"
+#include "q32Base/display/PaletteSelection.h"
+#include "q32Base/framework/Windows.h"
+#include "q32Base/image/CqImage.h"
+#include "q32Base/memory/CqTileMap.h"
+
+#include <algorithm>
+
+namespace {
+
+/// The lesser of a place and a size of the scaled image.
+LONG fnCut(std::int64_t value, std::uint64_t limit) {
+    constexpr std::uint64_t kMost = 2147483647;
+    return static_cast<LONG>(std::min(value, static_cast<std::int64_t>(std::min(limit, kMost))));
+}
+
+/// The tile whose scaled rectangle holds a point; `TileCount` when there is none.
+std::uint32_t fnFindTile(const CqTileMap& map, const CPoint& point) {
+    CRect rect;
+    for (std::uint32_t row = 0; row < map.TileCount; row += map.TilesAcross) {
+        map.fnGetTileRect(&rect, row, true);
+        if (point.y < rect.top || point.y >= rect.bottom)
+            continue;
+        for (std::uint32_t index = row; index < row + map.TilesAcross; ++index) {
+            map.fnGetTileRect(&rect, index, true);
+            if (rect.PtInRect(point))
+                return index;
+        }
+    }
+    return map.TileCount;
+}
+
+/// Draws a part of a scaled image of several tiles, tile by tile. The part lies inside the image.
+bool fnDrawTiles(CqTileMap& map, CqImageTile& tile, CDC* dc, const CPoint& place, const CSize& size,
+                 const CPoint& start, bool background) {
+    std::uint32_t first = fnFindTile(map, start);
+    if (first == map.TileCount)
+        return true; // the scale leaves nothing of the image
+    LONG pieceHeight = 0;
+    for (LONG doneY = 0; doneY < size.cy; doneY += pieceHeight, first += map.TilesAcross) {
+        std::uint32_t index = first;
+        LONG pieceWidth = 0;
+        for (LONG doneX = 0; doneX < size.cx; doneX += pieceWidth, ++index) {
+            CRect scaled;
+            map.fnGetTileRect(&scaled, index, true);
+            const CPoint from(start.x + doneX, start.y + doneY);
+            pieceWidth = std::min(scaled.right - from.x, size.cx - doneX);
+            pieceHeight = std::min(scaled.bottom - from.y, size.cy - doneY);
+            map.fnAccessTile(index, &tile);
+            const CRect piece(
+                CPoint(q32::fnWrapAdd(place.x, doneX), q32::fnWrapAdd(place.y, doneY)),
+                CSize(pieceWidth, pieceHeight));
+            if (!tile.fnDraw(dc, piece, from.x, from.y, background))
+                return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+void CqImage::fnDrawInit(double, const CRect& view, CWnd* window) {
+    CqTileMap& map = *TileMap;
+    map.ZoomMode = 3;
+    map.ViewRect = view;
+    map.Zoom = std::min(static_cast<double>(view.Width()) / Width,
+                        static_cast<double>(view.Height()) / Height);
+    map.ImageRect =
+        CRect(0, 0, static_cast<LONG>(Width * map.Zoom), static_cast<LONG>(Height * map.Zoom));
+    map.DrawWnd = window;
+}
+
+void CqImage::fnDrawInit(unsigned int factor, bool shrink, const CRect& view, const CPoint& origin,
+                         CWnd* window) {
+    CqTileMap& map = *TileMap;
+    map.Zoom = factor;
+    map.ZoomMode = shrink ? 2 : 1;
+    map.ViewRect = view;
+    const auto scale = [&](std::uint32_t length) {
+        return shrink ? std::uint64_t{length} / std::max(factor, 1u)
+                      : std::uint64_t{length} * factor;
+    };
+    map.ImageRect =
+        CRect(origin.x, origin.y, fnCut(std::int64_t{origin.x} + view.Width(), scale(Width)),
+              fnCut(std::int64_t{origin.y} + view.Height(), scale(Height)));
+    map.DrawWnd = window;
+}
+
+bool CqImage::fnDraw(CDC* dc, const CRect& destination, int x, int y, bool noGamma,
+                     bool background) {
+    if (destination.Width() < 1 || destination.Height() < 1 ||
+        !q32::fnEnsureDrawBuffers(*TileMap) || !q32::fnSelectDrawPalette(*TileMap, dc, background))
+        return false;
+    const CSize scaled(TileMap->fnScale(static_cast<LONG>(Width)),
+                       TileMap->fnScale(static_cast<LONG>(Height)));
+    const CSize size(std::min(destination.Width(), scaled.cx),
+                     std::min(destination.Height(), scaled.cy));
+    const CPoint start(std::clamp(x, 0, std::max<LONG>(scaled.cx - size.cx, 0)),
+                       std::clamp(y, 0, std::max<LONG>(scaled.cy - size.cy, 0)));
+    CqDisplayProperty& display = *q32GetDisplayProperty();
+    const bool gamma = display.fnIsGammaEnabled();
+    if (noGamma)
+        display.fnEnableGamma(false);
+    CqImageTile tile(false);
+    if (TileCount < 2) { // gamma stays off and the palette selected, deliberately
+        fnAccessTile(0, &tile);
+        return tile.fnDraw(dc, CRect(destination.TopLeft(), size), start.x, start.y, background);
+    }
+    const bool drawn =
+        fnDrawTiles(*TileMap, tile, dc, destination.TopLeft(), size, start, background);
+    if (noGamma)
+        display.fnEnableGamma(gamma);
+    q32::fnRestorePalette(*TileMap, dc);
+    return drawn;
+}

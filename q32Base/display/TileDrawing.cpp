@@ -1,0 +1,252 @@
+#include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/display/DeviceRows.h"
+#include "q32Base/display/DrawBuffers.h"
+#include "q32Base/display/PaletteSelection.h"
+#include "q32Base/framework/Exceptions.h"
+#include "q32Base/framework/Windows.h"
+#include "q32Base/image/CqImageTile.h"
+#include "q32Base/image/DibLayout.h"
+#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/operations/kernels/Kernels.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr std::uint32_t kShrink = 2;
+constexpr std::uint32_t kFit = 3;
+
+/// Bytes of a staged pixel.
+std::size_t fnStagedBytes(const CqTileMap& map) {
+    return map.BitCount == 4 ? 1 : map.BytesPerPixel;
+}
+
+/// The whole factor of the zoom; 1 for anything smaller.
+std::uint32_t fnFactor(const CqTileMap& map) {
+    constexpr double kMost = 2147483647.0;
+    return map.Zoom > 1.0 ? static_cast<std::uint32_t>(std::min(map.Zoom, kMost)) : 1u;
+}
+
+/// How far a 4-bit piece that begins at x must begin further left, so that no pair of pixels that
+/// share a byte is parted: one source pixel, or what there is of it on the screen.
+std::int32_t fnPairDistance(const CqTileMap& map, std::int32_t x) {
+    const std::uint32_t factor = fnFactor(map);
+    const double zoom = map.Zoom > 0.0 ? map.Zoom : 1.0;
+    const std::int64_t source =
+        map.ZoomMode == kShrink ? std::int64_t{x} * factor : static_cast<std::int64_t>(x / zoom);
+    if ((source & 1) == 0)
+        return 0;
+    return map.ZoomMode == kShrink ? 1 : static_cast<std::int32_t>(factor);
+}
+
+/// Rows that are staged at a time. An enlarged tile is drawn in bands, so that it needs no more
+/// room than a plain one.
+std::int32_t fnBandRows(const CqTileMap& map, std::int32_t width, std::int32_t height) {
+    if (map.ZoomMode == kShrink || map.ZoomMode == kFit || fnFactor(map) < 2)
+        return height;
+    const std::uint32_t bits = q32GetDisplayProperty()->fnGetColorDepth();
+    const std::uint64_t drawn = q32::fnDibStride(static_cast<std::uint32_t>(width), bits);
+    const std::uint64_t plain = q32::fnDibStride(map.TileWidth, bits);
+    const auto rows = static_cast<std::int64_t>(map.TileHeight * plain / drawn);
+    return static_cast<std::int32_t>(std::clamp<std::int64_t>(rows, 1, height));
+}
+
+/// One row of an enlarged 4-bit image. `source` holds the pair that begins with the first pixel.
+void fnInflateNibbles(const unsigned char* source, unsigned char* target, std::size_t count,
+                      std::size_t factor, std::size_t phase) {
+    constexpr std::size_t kPixels = 256; // even: no chunk parts a pair
+    unsigned char indices[kPixels];
+    const q32::CqKernels& kernels = q32::fnKernels();
+    while (count != 0) {
+        const std::size_t most = kPixels * factor - phase;
+        const std::size_t chunk = std::min(count, most);
+        kernels.fnIndex4ToIndex8(source, indices, (chunk + phase + factor - 1) / factor);
+        kernels.fnInflate[0](indices, target, chunk, factor, phase);
+        source += kPixels / 2;
+        target += chunk;
+        count -= chunk;
+        phase = 0;
+    }
+}
+
+} // namespace
+
+void CqImageTile::fnDrawFit(unsigned int, int, int, int, int) {}
+
+void CqImageTile::fnDrawInflate(unsigned int factor, int x, int y, int width, int height) {
+    const std::size_t column = static_cast<std::uint32_t>(x) / factor;
+    const std::size_t phase = static_cast<std::uint32_t>(x) % factor;
+    const std::size_t left = column - static_cast<std::uint32_t>(Left);
+    const auto count = static_cast<std::size_t>(width);
+    const std::size_t bytes = fnStagedBytes(*TileMap);
+    unsigned char* target = TileMap->DrawScratch;
+    std::uint32_t last = 0;
+    for (int row = 0; row < height; ++row, target += count * bytes) {
+        const std::uint32_t line = static_cast<std::uint32_t>(y + row) / factor;
+        if (row > 0 && line == last) {
+            std::memcpy(target, target - count * bytes, count * bytes);
+            continue;
+        }
+        last = line;
+        const unsigned char* source =
+            Pixels + std::size_t{RowBytes} * (line - static_cast<std::uint32_t>(Top)) +
+            (left * BitCount >> 3);
+        if (BitCount == 4)
+            fnInflateNibbles(source, target, count, factor, phase);
+        else if (factor == 1)
+            std::memcpy(target, source, count * bytes);
+        else
+            q32::fnKernels().fnInflate[bytes - 1](source, target, count, factor, phase);
+    }
+}
+
+void CqImageTile::fnDrawShrink(unsigned int factor, int x, int y, int width, int height) {
+    const auto source = [factor](int place, std::int32_t first) {
+        const auto at = static_cast<std::int64_t>(place) * factor;
+        return static_cast<std::size_t>(std::max<std::int64_t>(at, first) - first);
+    };
+    const std::size_t bytes = fnStagedBytes(*TileMap);
+    unsigned char* target = TileMap->DrawScratch;
+    for (int row = 0; row < height; ++row) {
+        const unsigned char* line = Pixels + std::size_t{RowBytes} * source(y + row, Top);
+        int done = 0;
+        if (BitCount == 4) {
+            for (; done < width; ++done) {
+                const std::size_t at = source(x + done, Left);
+                *target++ = (at & 1) != 0 ? line[at / 2] & 0x0F : line[at / 2] >> 4;
+            }
+            continue;
+        }
+        // Only the first pixel can lie left of the tile; the others follow at even distances.
+        std::memcpy(target, line + source(x, Left) * bytes, bytes);
+        if (width > 1)
+            q32::fnKernels().fnShrink[bytes - 1](line + source(x + 1, Left) * bytes, target + bytes,
+                                                 static_cast<std::size_t>(width) - 1, factor);
+        target += static_cast<std::size_t>(width) * bytes;
+    }
+}
+
+namespace {
+
+/// Converts the staged rows of a map.
+void fnConvertRows(CqTileMap& map, std::uint32_t deviceBits, unsigned char* target,
+                   std::size_t stride, int width, int height, int x, int y) {
+    const auto count = static_cast<std::size_t>(width);
+    const std::size_t rowBytes = count * fnStagedBytes(map);
+    q32::CqDeviceRun run{map.DrawScratch, target, count, map.Palette, x, y};
+    for (int row = 0; row < height; ++row) {
+        q32::fnConvertRun(map.BitCount, deviceBits, run);
+        run.m_pSource += rowBytes;
+        run.m_pTarget -= stride;
+        ++run.m_nY;
+    }
+}
+
+} // namespace
+
+void CqImageTile::fnBlt8(unsigned char* target, unsigned int stride, int width, int height, int x,
+                         int y) {
+    fnConvertRows(*TileMap, 8, target, stride, width, height, x, y);
+}
+
+void CqImageTile::fnBlt24(unsigned char* target, unsigned int stride, int width, int height) {
+    fnConvertRows(*TileMap, 24, target, stride, width, height, 0, 0);
+}
+
+void CqImageTile::fnBlt32(unsigned char* target, unsigned int stride, int width, int height) {
+    fnConvertRows(*TileMap, 32, target, stride, width, height, 0, 0);
+}
+
+/// Draws the staged and converted part that begins at (x, y) of the scaled image. `width` and
+/// `height` are above 0 and the buffers hold them.
+bool CqImageTile::fnDrawBand(CDC* dc, const CPoint& place, int x, int y, int width, int height) {
+    const unsigned int factor = fnFactor(*TileMap);
+    if (TileMap->ZoomMode == kFit)
+        fnDrawFit(factor, x, y, width, height);
+    else if (TileMap->ZoomMode == kShrink)
+        fnDrawShrink(factor, x, y, width, height);
+    else
+        fnDrawInflate(factor, x, y, width, height);
+
+    BITMAPINFOHEADER& dib = *TileMap->DrawDib;
+    dib.biWidth = width;
+    dib.biHeight = height;
+    const auto stride = static_cast<unsigned int>(
+        q32::fnDibStride(static_cast<std::uint32_t>(width), dib.biBitCount));
+    unsigned char* top =
+        q32::fnDibPixels(&dib) + std::size_t{stride} * static_cast<std::size_t>(height - 1);
+    const CqDisplayProperty& display = *q32GetDisplayProperty();
+    if (dib.biBitCount == 8)
+        fnBlt8(top, stride, width, height, x, y);
+    else if (dib.biBitCount == 24)
+        fnBlt24(top, stride, width, height);
+    else
+        fnBlt32(top, stride, width, height);
+    q32::fnClearPadding(dib);
+    if (dib.biBitCount > 8)
+        display.fnGammaCorrect(&dib, stride);
+    if (display.fnIsHiColorDisplay())
+        display.fnHiColorDither(&dib, stride, x, y);
+    return q32::fnPutRows(dc, place.x, place.y, dib) == height;
+}
+
+bool CqImageTile::fnDraw(CDC* dc, const CRect& rect, int x, int y, bool) {
+    CRect scaled;
+    TileMap->fnGetTileRect(&scaled, static_cast<std::uint32_t>(Index), true);
+    x = std::max(x, scaled.left);
+    y = std::max(y, scaled.top);
+    CPoint place = rect.TopLeft();
+    int width = std::min(rect.Width(), q32::fnWrapSub(scaled.right, x));
+    const int height = std::min(rect.Height(), q32::fnWrapSub(scaled.bottom, y));
+    if (width < 1 || height < 1)
+        return true;
+    if (BitCount == 4) {
+        const std::int32_t distance = fnPairDistance(*TileMap, x);
+        x -= distance;
+        width += distance;
+        place.Offset(-distance, 0);
+    }
+    // The depth that bands are reckoned with is checked first.
+    if (!q32::fnEnsureDrawBuffers(*TileMap))
+        return false;
+    const int band = fnBandRows(*TileMap, width, height);
+    if (!q32::fnEnsureDrawBuffers(*TileMap, static_cast<std::uint32_t>(width),
+                                  static_cast<std::uint32_t>(band)))
+        return false;
+    for (int done = 0; done < height; done += band) {
+        const CPoint at(place.x, q32::fnWrapAdd(place.y, done));
+        if (!fnDrawBand(dc, at, x, y + done, width, std::min(band, height - done)))
+            return false;
+    }
+    return true;
+}
+
+bool CqImageTile::fnDraw(CDC* dc) {
+    if (!q32::fnEnsureDrawBuffers(*TileMap))
+        return false;
+    CRect piece;
+    TileMap->fnGetTileRect(&piece, static_cast<std::uint32_t>(Index), true);
+    if (!piece.IntersectRect(piece, TileMap->ImageRect))
+        return true;
+    CRect destination = TileMap->ViewRect;
+    destination.OffsetRect(q32::fnWrapSub(piece.left, TileMap->ImageRect.left),
+                           q32::fnWrapSub(piece.top, TileMap->ImageRect.top));
+    CWnd* window = dc ? nullptr : TileMap->DrawWnd;
+    try {
+        if (window)
+            dc = window->GetDC();
+    } catch (CMemoryException* failure) {
+        failure->Delete();
+    }
+    if (!dc)
+        return false;
+    bool drawn = q32::fnSelectDrawPalette(*TileMap, dc, false);
+    if (drawn) {
+        drawn = fnDraw(dc, destination, piece.left, piece.top, false);
+        q32::fnRestorePalette(*TileMap, dc);
+    }
+    if (window)
+        window->ReleaseDC(dc);
+    return drawn;
+}
