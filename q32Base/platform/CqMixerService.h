@@ -1,5 +1,7 @@
 #pragma once
 
+#include "q32Base/platform/Export.h"
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -21,7 +23,7 @@ struct CqMixerLine {
 };
 
 /// An open mixer. Destroying it closes it; no change is told after that.
-class CqMixer {
+class Q32_API CqMixer {
 public:
     virtual ~CqMixer() = default;
 
@@ -38,7 +40,7 @@ public:
 };
 
 /// The sound mixers of the machine. Called on the owner's thread.
-class CqMixerService {
+class Q32_API CqMixerService {
 public:
     virtual ~CqMixerService() = default;
 

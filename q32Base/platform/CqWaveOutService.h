@@ -1,5 +1,6 @@
 #pragma once
 
+#include "q32Base/platform/Export.h"
 #include "q32Base/platform/Records.h"
 
 #include <cstdint>
@@ -9,7 +10,7 @@
 /// A sound device that was opened for one format. It plays one block at a time.
 /// Every function but `fnReset` may be called from the owner's thread only, and `fnReset` also when
 /// nothing plays.
-class CqWaveOut {
+class Q32_API CqWaveOut {
 public:
     /// Closes the device. A block under way is given back first, without a report.
     virtual ~CqWaveOut() = default;
@@ -28,7 +29,7 @@ public:
 };
 
 /// Sound output by the default device.
-class CqWaveOutService {
+class Q32_API CqWaveOutService {
 public:
     virtual ~CqWaveOutService() = default;
 
