@@ -24,6 +24,12 @@ function(q32_component target name)
         set_target_properties(${target} PROPERTIES OUTPUT_NAME "q32Base-${name}")
     endif()
 
+    # What a shared library lacks is told when it is linked, not when a host starts.
+    if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+        target_link_options(${target} PRIVATE
+            $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY>:LINKER:--no-undefined>)
+    endif()
+
     # The order of these calls is the order in which a host's find_package loads them.
     get_target_property(type ${target} TYPE)
     if(type STREQUAL "SHARED_LIBRARY")
