@@ -2,12 +2,15 @@
 /// The whole library in one include.
 #pragma once
 
+#include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/frame/CqErrCallback.h"
+#include "q32Base/frame/Messages.h"
+#include "q32Base/frame/Module.h"
 #include "q32Base/framework/Framework.h"
 #include "q32Base/image/CqColor.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/CqImageLine.h"
 #include "q32Base/image/CqImageTile.h"
 #include "q32Base/image/CqMergeParam.h"
-#include "q32Base/memory/CqTileMap.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/platform/CqPlatform.h"
