@@ -11,6 +11,7 @@
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/CqImageLine.h"
 #include "q32Base/image/CqImageTile.h"
+#include "q32Base/image/CqMask.h"
 #include "q32Base/image/CqMergeParam.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/platform/CqPlatform.h"
