@@ -1,5 +1,5 @@
 /// @file
-/// The whole library in one include.
+/// The one header that a host needs. Start with `q32Attach`, stop with `q32Detach`.
 #pragma once
 
 #include "q32Base/display/CqDisplayProperty.h"

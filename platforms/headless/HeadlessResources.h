@@ -24,7 +24,8 @@ public:
     CqHeadlessCalls m_Find;
     CqHeadlessCalls m_LoadString;
 
-    HINSTANCE fnGetHostModule() const { return fnToHandle(1); }
+    HINSTANCE fnGetHostModule() const { return fnToHandle(0); }
+    HINSTANCE fnGetLibraryModule() const { return q32::fnModuleInstance(); }
     HINSTANCE fnAddModule();
     /// Takes a module away with all that is in it. False for an unknown one.
     bool fnRemoveModule(HINSTANCE module);
@@ -42,7 +43,6 @@ public:
     /// there then.
     bool fnAddCompiled(HINSTANCE module, std::string_view file);
 
-    HINSTANCE fnGetLibraryModule() override { return fnToHandle(0); }
     bool fnFind(HINSTANCE module, CqResourceId type, CqResourceId name,
                 CqResourceData& data) override;
     bool fnLoadString(HINSTANCE module, UINT id, std::string& text) override;

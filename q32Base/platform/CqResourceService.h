@@ -28,9 +28,6 @@ class Q32_API CqResourceService {
 public:
     virtual ~CqResourceService() = default;
 
-    /// The module of this library itself, whose version is asked for; never null.
-    virtual HINSTANCE fnGetLibraryModule() = 0;
-
     /// Finds a resource in a module, or in all of the host's modules in their order for null.
     /// False when it is missing.
     virtual bool fnFind(HINSTANCE module, CqResourceId type, CqResourceId name,
