@@ -7,12 +7,23 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
-if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
-    set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "" FORCE)
+# A project that embeds this one chooses these for itself.
+if(PROJECT_IS_TOP_LEVEL)
+    if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+        set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "" FORCE)
+    endif()
+    find_program(Q32_CCACHE ccache)
+    if(Q32_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+        set(CMAKE_C_COMPILER_LAUNCHER "${Q32_CCACHE}")
+        set(CMAKE_CXX_COMPILER_LAUNCHER "${Q32_CCACHE}")
+    endif()
 endif()
 
 # Floating-point results are part of the behaviour: no contraction, no reassociation.
 add_compile_options(-Wall -Wextra -Wconversion -ffp-contract=off)
+if(Q32_WERROR)
+    add_compile_options(-Werror)
+endif()
 
 # q32_sources(<target> <file>...): sources of this folder. The file's suffix alone decides which
 # instruction set it may use: _avx2.cpp and _avx512.cpp are compiled for those, all else for the
@@ -29,6 +40,15 @@ function(q32_sources target)
                 COMPILE_OPTIONS "-mavx512f;-mavx512bw;-mavx512vl;-mavx512dq;-mavx512vbmi")
         endif()
     endforeach()
+endfunction()
+
+# q32_headers(<target> <file>...): public headers of this folder. They are installed with the target,
+# at the same place below include/ as in the tree, and each is checked to compile alone. Headers that
+# are not named here stay inside.
+function(q32_headers target)
+    list(TRANSFORM ARGN PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/")
+    target_sources(${target} PUBLIC
+        FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${ARGN})
 endfunction()
 
 # q32_folders(<folder>...): adds those that have a CMakeLists.txt.

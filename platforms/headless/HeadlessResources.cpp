@@ -20,7 +20,9 @@ q32::ResName fnToName(CqResourceId id) {
 } // namespace
 
 CqHeadlessResources::CqHeadlessResources(UINT codePage) : m_nCodePage(codePage) {
-    const HINSTANCE library = fnAddModule();
+    const HINSTANCE library = fnGetLibraryModule();
+    m_Modules[library];
+    m_Order.push_back(library);
     fnAddModule();
     fnAdd(library, RT_VERSION_ID, WORD{1}, q32::fnBuildVersionResource());
 }

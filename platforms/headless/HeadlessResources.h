@@ -24,8 +24,8 @@ public:
     CqHeadlessCalls m_Find;
     CqHeadlessCalls m_LoadString;
 
-    HINSTANCE fnGetHostModule() const { return fnToHandle(1); }
-    HINSTANCE fnGetLibraryModule() const { return fnToHandle(0); }
+    HINSTANCE fnGetHostModule() const { return fnToHandle(0); }
+    HINSTANCE fnGetLibraryModule() const { return q32::fnModuleInstance(); }
     HINSTANCE fnAddModule();
     /// Takes a module away with all that is in it. False for an unknown one.
     bool fnRemoveModule(HINSTANCE module);

@@ -132,4 +132,4 @@ private:
 };
 
 /// The library's record of the screen; null when it could not be made.
-Q32_API CqDisplayProperty* q32GetDisplayProperty();
+extern "C" Q32_API CqDisplayProperty* q32GetDisplayProperty();

@@ -118,6 +118,7 @@ void CqImage::fnAlloc(unsigned int width, unsigned int height, unsigned int bitC
     fnAlloc(width, height, bitCount, table.get(), count);
 }
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): wanted, as the declaration tells
 CqImage& CqImage::operator=(CqImage& other) {
     const CqTileMap& source = *other.TileMap;
     const std::uint32_t count = source.BitCount < 9 ? source.PaletteCount : 0;

@@ -161,7 +161,7 @@ CqImage::operator BITMAPINFOHEADER*() {
         if (stride > RowBytes)
             std::memset(row + RowBytes, 0, stride - RowBytes);
     }
-    owner.release();
+    static_cast<void>(owner.release());
     return header;
 }
 

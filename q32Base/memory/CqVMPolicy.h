@@ -98,4 +98,4 @@ private:
 };
 
 /// The one policy; null before the start, and where its construction failed.
-Q32_API CqVMPolicy* q32GetVMPolicy();
+extern "C" Q32_API CqVMPolicy* q32GetVMPolicy();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "q32Base/platform/Export.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -36,7 +38,7 @@ struct CqFileMode {
 
 /// An open file: bytes at a position. Closing is the destructor's work, unless `fnClose` was called
 /// to learn whether all was written.
-class CqFileStream {
+class Q32_API CqFileStream {
 public:
     virtual ~CqFileStream() = default;
 
@@ -70,7 +72,7 @@ struct CqFileInfo {
 
 /// Directories, disks and ordinary files. The separator is the backslash; a service may take others
 /// too. Called on the host's thread. May throw std::bad_alloc; all else is told by the result.
-class CqFileService {
+class Q32_API CqFileService {
 public:
     virtual ~CqFileService() = default;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "q32Base/platform/Export.h"
 #include "q32Base/platform/Records.h"
 
 struct CqKeyMessage {
@@ -8,7 +9,7 @@ struct CqKeyMessage {
 };
 
 /// The keyboard, as far as a long operation needs it. Called on the thread of the user interface.
-class CqKeyboardService {
+class Q32_API CqKeyboardService {
 public:
     virtual ~CqKeyboardService() = default;
 

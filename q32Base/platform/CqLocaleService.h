@@ -1,5 +1,6 @@
 #pragma once
 
+#include "q32Base/platform/Export.h"
 #include "q32Base/platform/Records.h"
 
 #include <cstddef>
@@ -11,7 +12,7 @@ inline constexpr UINT kTimeNoSeconds = 2;
 inline constexpr UINT kTimeForce24Hour = 8;
 
 /// The user's language and code page. May throw std::bad_alloc.
-class CqLocaleService {
+class Q32_API CqLocaleService {
 public:
     virtual ~CqLocaleService() = default;
 

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "q32Base/platform/Export.h"
+
 #include <cstddef>
 #include <cstdint>
 
 /// Address space and memory in whole ranges, for the library's large blocks.
 /// Called on the host's thread. Nothing here throws.
-class CqMemoryService {
+class Q32_API CqMemoryService {
 public:
     virtual ~CqMemoryService() = default;
 

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "q32Base/platform/Export.h"
 #include "q32Base/platform/Records.h"
 
 #include <string>
 
 /// Message boxes and the system's errors. Boxes belong to the thread of the user interface.
-class CqMessageService {
+class Q32_API CqMessageService {
 public:
     virtual ~CqMessageService() = default;
 

@@ -20,7 +20,8 @@ struct CqMixerLine {
     std::uint32_t m_nControls = 0;
 };
 
-/// An open mixer. Destroying it closes it; no change is told after that.
+/// An open mixer. Destroying it closes it; no change is told after that. It may be destroyed from
+/// within the report of a change.
 class CqMixer {
 public:
     virtual ~CqMixer() = default;
@@ -29,10 +30,17 @@ public:
     virtual bool fnFindSpeakerLine(CqMixerLine& line) = 0;
     /// The id of the line's control of that type, never 0. False when there is none.
     virtual bool fnFindControl(std::uint32_t lineId, CQ_MIXER_CONTROL type, std::uint32_t& id) = 0;
-    /// The control's values, 0 to 65535 (mute: 0 or 1), one for all channels or one each. `values`
-    /// comes with the number of values asked for and goes back with the number had.
+    /// Reads a control's values, 0 to 65535 (mute: 0 or 1).
+    /// @param channels  1 for all channels together, or the line's number of channels
+    /// @param values    comes with as many values as are asked for, at least one, and goes back
+    /// with as many as the control has, if those are fewer: a control that knows one value for all
+    /// channels answers a pair with one. Left first.
+    /// @return false for an unknown control, 0 among them, and for another number of channels
     virtual bool fnGetValues(std::uint32_t control, std::uint32_t channels,
                              std::vector<std::uint32_t>& values) = 0;
+    /// Sets a control's values, ranges and `channels` as above. Channel i takes value i; channels
+    /// beyond the last value take the last one, and values beyond the last channel count for
+    /// nothing. False as above and for a value out of range; nothing is set then.
     virtual bool fnSetValues(std::uint32_t control, std::uint32_t channels,
                              const std::vector<std::uint32_t>& values) = 0;
 };
@@ -42,7 +50,8 @@ class CqMixerService {
 public:
     virtual ~CqMixerService() = default;
 
-    /// Told on the owner's thread whenever a control has changed, by whomever.
+    /// Told on the owner's thread whenever a control has changed, by whomever: also by
+    /// `fnSetValues` of the same mixer, but never before that returns.
     using Changed = std::function<void(std::uint32_t control)>;
 
     virtual std::uint32_t fnGetCount() = 0;

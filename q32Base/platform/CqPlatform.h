@@ -18,7 +18,7 @@
 /// Everything that the library asks of the world. A host starts from a complete platform (headless,
 /// posix) and replaces the services that it wants otherwise. Services are shared: they live as long
 /// as anyone holds them.
-struct CqPlatform {
+struct Q32_API CqPlatform {
     std::shared_ptr<CqMemoryService> m_pMemory;
     std::shared_ptr<CqScratchService> m_pScratch;
     std::shared_ptr<CqFileService> m_pFiles;

@@ -24,7 +24,7 @@ struct CqResourceData {
 
 /// What hosts compile into their modules: bitmaps, sounds, strings, version.
 /// Called on the host's thread. May throw std::bad_alloc.
-class CqResourceService {
+class Q32_API CqResourceService {
 public:
     virtual ~CqResourceService() = default;
 

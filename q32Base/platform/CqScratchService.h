@@ -1,5 +1,7 @@
 #pragma once
 
+#include "q32Base/platform/Export.h"
+
 #include <cstdint>
 #include <string>
 
@@ -15,7 +17,7 @@ inline constexpr CqMappingHandle kNoMapping = 0;
 /// One file goes through `fnCreateName`, `fnOpen`, `fnSetSize`, `fnReopen`, `fnCreateMapping`,
 /// `fnMapView`, and back through `fnUnmapView`, `fnCloseMapping`, `fnClose`, `fnDelete`.
 /// Called on the host's thread. May throw std::bad_alloc; all else is told by the result.
-class CqScratchService {
+class Q32_API CqScratchService {
 public:
     virtual ~CqScratchService() = default;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "q32Base/platform/Export.h"
 #include "q32Base/platform/Records.h"
 
 #include <memory>
@@ -9,7 +10,7 @@ class CDC;
 class CWnd;
 
 /// A palette as the screen holds it: up to 65,535 entries. Kept by a CPalette.
-class CqPaletteObject {
+class Q32_API CqPaletteObject {
 public:
     explicit CqPaletteObject(std::vector<PALETTEENTRY> entries) : m_Entries(std::move(entries)) {}
     virtual ~CqPaletteObject() = default;
@@ -25,7 +26,7 @@ private:
 };
 
 /// A set of pixels as the screen holds it. Kept by a CRgn.
-class CqRegionObject {
+class Q32_API CqRegionObject {
 public:
     virtual ~CqRegionObject() = default;
 
@@ -38,7 +39,7 @@ public:
 
 /// The screen: device contexts, finished rows, palettes and regions.
 /// Called on the host's thread. May throw std::bad_alloc; all else is told by the result.
-class CqScreenService {
+class Q32_API CqScreenService {
 public:
     virtual ~CqScreenService() = default;
 

@@ -6,24 +6,31 @@
 #include <functional>
 #include <memory>
 
-/// A sound device that was opened for one format. It plays one block at a time.
-/// Every function but `fnReset` may be called from the owner's thread only, and `fnReset` also when
-/// nothing plays.
+/// A sound device that was opened for one format. It plays one block at a time. Its functions are
+/// called on the owner's thread, and `fnUnprepare` and the destructor also from within a report. A
+/// report may destroy the device while a call of it is still under way on the owner's thread: such
+/// a call returns as usual.
 class CqWaveOut {
 public:
-    /// Closes the device. A block under way is given back first, without a report.
+    /// Closes the device. A block under way is given back first, without a report. A report that
+    /// runs on the device's thread has returned before this does, unless this is called by it.
+    /// Blocks are no longer looked at, so that one which was only prepared may be gone already.
     virtual ~CqWaveOut() = default;
 
     /// Makes a block known to the device. The block and its samples must stay untouched until it is
     /// given back.
     virtual bool fnPrepare(WAVEHDR& header) = 0;
-    /// Starts to play a prepared block; with the loop flags set, again and again, `dwLoops` times.
-    /// The device may report the end before this call returns.
+    /// Starts to play a prepared block; with the loop flags set, again and again, `dwLoops` times,
+    /// and for ever with all bits of it set. The device may report the end before this call
+    /// returns. False when a block plays already.
     virtual bool fnWrite(WAVEHDR& header) = 0;
+    /// Lets go of a block that doesn't play. False for one that plays or was not prepared.
     virtual bool fnUnprepare(WAVEHDR& header) = 0;
+    /// Stands still, until `fnRestart`.
     virtual bool fnPause() = 0;
     virtual bool fnRestart() = 0;
-    /// Stops at once and gives the block back, which is reported like a normal end.
+    /// Stops at once, ends a pause, and gives the block back, which is reported like a normal end,
+    /// perhaps before this call returns. Nothing is reported when nothing plays.
     virtual bool fnReset() = 0;
 };
 

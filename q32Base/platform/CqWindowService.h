@@ -1,11 +1,13 @@
 #pragma once
 
+#include "q32Base/platform/Export.h"
+
 class CWinApp;
 class CWnd;
 
 /// The host's application and main window, as far as the library looks at them.
 /// Called on the thread of the user interface.
-class CqWindowService {
+class Q32_API CqWindowService {
 public:
     virtual ~CqWindowService() = default;
 

@@ -1,0 +1,90 @@
+# Install rules and the package q32Base. Each library is a component of its own, with its own file of
+# targets, so that a host needs only the packages of what it uses.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(Q32_PACKAGE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/q32Base")
+
+# q32_component(<target> <name> [HEADERS <file>...] [NEEDS <component>...] [PACKAGES <package>...]):
+# makes a library known as q32Base::<name>, in the tree and after installation.
+#   HEADERS   its public headers, as for q32_headers
+#   NEEDS     components besides the core that it links
+#   PACKAGES  what find_package must find for a static library of it
+function(q32_component target name)
+    cmake_parse_arguments(arg "" "" "HEADERS;NEEDS;PACKAGES" ${ARGN})
+    if(NOT TARGET q32Base::${name})
+        add_library(q32Base::${name} ALIAS ${target})
+    endif()
+    q32_headers(${target} ${arg_HEADERS})
+    set_target_properties(${target} PROPERTIES
+        EXPORT_NAME ${name}
+        VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+        DEFINE_SYMBOL Q32_BUILDING)
+    if(NOT name STREQUAL "q32Base")
+        set_target_properties(${target} PROPERTIES OUTPUT_NAME "q32Base-${name}")
+    endif()
+
+    # What a shared library lacks is told when it is linked, not when a host starts.
+    if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+        target_link_options(${target} PRIVATE
+            $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY>:LINKER:--no-undefined>)
+    endif()
+
+    # The order of these calls is the order in which a host's find_package loads them.
+    get_target_property(type ${target} TYPE)
+    if(type STREQUAL "SHARED_LIBRARY")
+        set(arg_PACKAGES "")
+    endif()
+    set_property(GLOBAL APPEND PROPERTY Q32_COMPONENTS ${name})
+    set_property(GLOBAL APPEND PROPERTY Q32_TARGETS ${target})
+    set_property(GLOBAL APPEND_STRING PROPERTY Q32_COMPONENT_TABLE
+        "set(q32Base_${name}_needs ${arg_NEEDS})\nset(q32Base_${name}_packages ${arg_PACKAGES})\n")
+
+    if(Q32_INSTALL)
+        install(TARGETS ${target} EXPORT q32Base_${name}
+            RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
+            LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+            ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+            FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+        install(EXPORT q32Base_${name} FILE q32Base_${name}.cmake NAMESPACE q32Base::
+            DESTINATION "${Q32_PACKAGE_DIR}")
+    endif()
+endfunction()
+
+# q32_package(): the package's own files, after all components are known.
+function(q32_package)
+    if(NOT Q32_INSTALL)
+        return()
+    endif()
+    get_property(components GLOBAL PROPERTY Q32_COMPONENTS)
+    get_property(table GLOBAL PROPERTY Q32_COMPONENT_TABLE)
+    configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/q32BaseConfig.cmake.in"
+        "${PROJECT_BINARY_DIR}/q32BaseConfig.cmake" INSTALL_DESTINATION "${Q32_PACKAGE_DIR}")
+    write_basic_package_version_file("${PROJECT_BINARY_DIR}/q32BaseConfigVersion.cmake"
+        COMPATIBILITY SameMajorVersion)
+    install(FILES "${PROJECT_BINARY_DIR}/q32BaseConfig.cmake"
+        "${PROJECT_BINARY_DIR}/q32BaseConfigVersion.cmake" DESTINATION "${Q32_PACKAGE_DIR}")
+endfunction()
+
+# q32_header_check(): the target header_check compiles every public header alone, included twice.
+function(q32_header_check)
+    add_custom_target(header_check)
+    get_property(targets GLOBAL PROPERTY Q32_TARGETS)
+    foreach(target IN LISTS targets)
+        get_target_property(headers ${target} HEADER_SET)
+        set(sources)
+        foreach(header IN LISTS headers)
+            file(RELATIVE_PATH name "${PROJECT_SOURCE_DIR}" "${header}")
+            set(source "${PROJECT_BINARY_DIR}/header_check/${name}.cpp")
+            file(CONFIGURE OUTPUT "${source}"
+                CONTENT "#include \"${name}\"\n#include \"${name}\" // again\n")
+            list(APPEND sources "${source}")
+        endforeach()
+        if(sources)
+            add_library(header_check_${target} OBJECT EXCLUDE_FROM_ALL ${sources})
+            target_compile_options(header_check_${target} PRIVATE -O0 -g0)
+            target_link_libraries(header_check_${target} PRIVATE ${target})
+            add_dependencies(header_check header_check_${target})
+        endif()
+    endforeach()
+endfunction()

@@ -1,0 +1,17 @@
+/// @file
+/// The one header that a host needs. Start with `q32Attach`, stop with `q32Detach`.
+#pragma once
+
+#include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/frame/CqErrCallback.h"
+#include "q32Base/frame/Messages.h"
+#include "q32Base/frame/Module.h"
+#include "q32Base/framework/Framework.h"
+#include "q32Base/image/CqColor.h"
+#include "q32Base/image/CqImage.h"
+#include "q32Base/image/CqImageLine.h"
+#include "q32Base/image/CqImageTile.h"
+#include "q32Base/image/CqMask.h"
+#include "q32Base/image/CqMergeParam.h"
+#include "q32Base/memory/CqVMPolicy.h"
+#include "q32Base/platform/CqPlatform.h"

@@ -1,0 +1,71 @@
+# Shared pieces of the scripts. Sourced with `set -euo pipefail` in force; moves to the tree's root.
+# shellcheck shell=bash
+
+cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
+jobs=$(nproc)
+# Objects don't depend on the folder that they are built in, so that builds share them.
+export CCACHE_NOHASHDIR=1
+
+# step <what>: tells what comes next.
+step() { printf '\n== %s\n' "$*"; }
+
+die() {
+    printf '%s: %s\n' "$(basename "$0")" "$*" >&2
+    exit 1
+}
+
+# quietly <command>...: shows the command's output only if it fails.
+quietly() {
+    local log status=0
+    log=$(mktemp)
+    "$@" </dev/null >"$log" 2>&1 || status=$?
+    ((status == 0)) || cat "$log" >&2
+    rm -f "$log"
+    return "$status"
+}
+
+# missing_packages <group>...: those packages of the groups that are not installed.
+missing_packages() {
+    local group package
+    while read -r group package _; do
+        [[ " $* " == *" $group "* ]] || continue
+        dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed$' ||
+            printf '%s\n' "$package"
+    done < <(grep -v '^#' scripts/packages)
+}
+
+# apt_get <arguments>...: apt-get as root, asking nothing.
+apt_get() {
+    local root=()
+    ((EUID == 0)) || root=(sudo -n)
+    "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq -y \
+        -o DPkg::Lock::Timeout=300 "$@"
+}
+
+# need <group>...: installs the groups' missing packages; where that is not allowed it names them
+# and stops. With nothing missing it asks nothing of the network.
+need() {
+    command -v dpkg-query >/dev/null || die "needs a Debian system; see scripts/packages"
+    local missing
+    mapfile -t missing < <(missing_packages "$@")
+    ((${#missing[@]})) || return 0
+    if ((EUID != 0)) && ! sudo -n true 2>/dev/null; then
+        die "these Debian packages are missing, and only root may install them:" "${missing[@]}"
+    fi
+    step "Installing ${missing[*]}"
+    quietly apt_get update || die "the package lists can't be had"
+    quietly apt_get install --no-install-recommends "${missing[@]}" || die "not all could be installed"
+}
+
+# want <group>...: the same for what can be done without.
+want() {
+    (need "$@") 2>/dev/null || true
+}
+
+# build <preset> [<target>...]: configures and builds.
+build() {
+    local preset=$1
+    shift
+    quietly cmake --preset "$preset" || return
+    quietly cmake --build --preset "$preset" --parallel "$jobs" ${1:+--target "$@"}
+}

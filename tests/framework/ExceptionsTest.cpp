@@ -1,0 +1,117 @@
+#include "q32Base/framework/Exceptions.h"
+
+#include "q32Base/framework/Memory.h"
+#include "tests/support/FailingAllocator.h"
+
+#include <gtest/gtest.h>
+
+#include <new>
+#include <string>
+
+namespace {
+
+template <typename Failure, typename Work>
+Failure* fnCaught(Work&& work) {
+    try {
+        work();
+    } catch (CException* failure) {
+        return dynamic_cast<Failure*>(failure);
+    }
+    return nullptr;
+}
+
+struct Made {
+    explicit Made(bool fails) {
+        if (fails)
+            throw std::bad_alloc();
+    }
+    int m_nValue = 3;
+};
+
+} // namespace
+
+TEST(Exceptions, RaisingTheMemoryExceptionAllocatesNothing) {
+    const CqAllocationFailure failure(1, true);
+    for (int i = 0; i < 3; ++i) {
+        auto* caught = fnCaught<CMemoryException>([] { AfxThrowMemoryException(); });
+        ASSERT_NE(caught, nullptr);
+        caught->Delete();
+    }
+    auto* resource = fnCaught<CResourceException>([] { AfxThrowResourceException(); });
+    ASSERT_NE(resource, nullptr);
+    resource->Delete();
+    EXPECT_FALSE(failure.fnHappened());
+}
+
+TEST(Exceptions, AFileExceptionIsFreedByDelete) {
+    const auto outstanding = CqAllocationFailure::fnOutstanding();
+    auto* caught =
+        fnCaught<CFileException>([] { AfxThrowFileException(FILE_CAUSE_DISK_FULL, "a.txt"); });
+    ASSERT_NE(caught, nullptr);
+    EXPECT_EQ(caught->m_cause, FILE_CAUSE_DISK_FULL);
+    EXPECT_STREQ(caught->m_strFileName, "a.txt");
+    caught->Delete();
+    EXPECT_EQ(CqAllocationFailure::fnOutstanding(), outstanding);
+}
+
+TEST(Exceptions, WithoutMemoryForItAFailureBecomesTheMemoryException) {
+    const auto outstanding = CqAllocationFailure::fnOutstanding();
+    for (std::size_t nth : {1u, 2u}) {
+        const CqAllocationFailure failure(nth);
+        auto* caught = fnCaught<CMemoryException>(
+            [] { AfxThrowFileException(FILE_CAUSE_DISK_FULL, "a.txt"); });
+        ASSERT_NE(caught, nullptr);
+        EXPECT_TRUE(failure.fnHappened());
+    }
+    {
+        const CqAllocationFailure failure(1);
+        EXPECT_NE(fnCaught<CMemoryException>(
+                      [] { AfxThrowArchiveException(CArchiveException::endOfFile); }),
+                  nullptr);
+    }
+    EXPECT_EQ(CqAllocationFailure::fnOutstanding(), outstanding);
+}
+
+TEST(Exceptions, KnowTheirKinds) {
+    auto* caught =
+        fnCaught<CException>([] { AfxThrowArchiveException(CArchiveException::readOnly); });
+    ASSERT_NE(caught, nullptr);
+    EXPECT_TRUE(caught->IsKindOf(&CArchiveException::classCArchiveException));
+    EXPECT_TRUE(caught->IsKindOf(&CException::classCException));
+    EXPECT_TRUE(caught->IsKindOf(&CObject::classCObject));
+    EXPECT_FALSE(caught->IsKindOf(&CFileException::classCFileException));
+    EXPECT_STREQ(caught->GetRuntimeClass()->m_lpszClassName, "CArchiveException");
+    EXPECT_EQ(caught->GetRuntimeClass()->CreateObject(), nullptr);
+    caught->Delete();
+    CMemoryException memory;
+    EXPECT_STREQ(memory.GetRuntimeClass()->m_lpszClassName, "CMemoryException");
+    CResourceException resource;
+    EXPECT_STREQ(resource.GetRuntimeClass()->m_lpszClassName, "CResourceException");
+}
+
+TEST(Memory, FailuresAreTheMemoryException) {
+    const auto outstanding = CqAllocationFailure::fnOutstanding();
+    {
+        const CqAllocationFailure failure(1);
+        EXPECT_THROW(q32::fnNew<Made>(false), CMemoryException*);
+    }
+    {
+        const CqAllocationFailure failure(1);
+        EXPECT_THROW(q32::fnNewArray<int>(10), CMemoryException*);
+    }
+    EXPECT_THROW(q32::fnNewArray<int>(static_cast<std::size_t>(-1)), CMemoryException*);
+    EXPECT_THROW(q32::fnGuardMemory([] { throw std::bad_alloc(); }), CMemoryException*);
+    EXPECT_THROW(q32::fnGuardMemory([] { q32::fnNew<Made>(true); }), CMemoryException*);
+    EXPECT_THROW(q32::fnGuardMemory([] { AfxThrowResourceException(); }), CResourceException*);
+    EXPECT_EQ(CqAllocationFailure::fnOutstanding(), outstanding);
+}
+
+TEST(Memory, TheGuardPassesResultsOn) {
+    std::string text = "abc";
+    EXPECT_EQ(q32::fnGuardMemory([] { return 7; }), 7);
+    std::string& same = q32::fnGuardMemory([&]() -> std::string& { return text; });
+    EXPECT_EQ(&same, &text);
+    Made* made = q32::fnNew<Made>(false);
+    EXPECT_EQ(made->m_nValue, 3);
+    delete made;
+}

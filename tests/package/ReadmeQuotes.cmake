@@ -1,0 +1,7 @@
+# Fails unless README quotes PROGRAM, whole and as it stands, as a block of C++.
+file(READ "${README}" readme)
+file(READ "${PROGRAM}" program)
+string(FIND "${readme}" "```cpp\n${program}```\n" place)
+if(place EQUAL -1)
+    message(FATAL_ERROR "${README} does not quote ${PROGRAM} as it stands.")
+endif()

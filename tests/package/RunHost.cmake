@@ -1,0 +1,26 @@
+# Installs a build into SCRATCH/prefix, then configures, builds and runs the host against it.
+#   SOURCE, SCRATCH                     the tree, and a folder to work in
+#   GENERATOR, COMPILER, LAUNCHER, FLAGS   what to build with
+#   BUILD                               the build to install; without it, a shared one is made here
+function(run)
+    execute_process(COMMAND ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+# The build type is one without flags of its own, so that FLAGS alone count.
+set(tools -G "${GENERATOR}" -DCMAKE_BUILD_TYPE=None "-DCMAKE_CXX_COMPILER=${COMPILER}"
+    "-DCMAKE_CXX_COMPILER_LAUNCHER=${LAUNCHER}" "-DCMAKE_CXX_FLAGS=${FLAGS}")
+
+# What an earlier run installed must not help this one.
+file(REMOVE_RECURSE "${SCRATCH}/prefix" "${SCRATCH}/host")
+if(NOT BUILD)
+    set(BUILD "${SCRATCH}/shared")
+    run("${CMAKE_COMMAND}" -S "${SOURCE}" -B "${BUILD}" ${tools} -DBUILD_SHARED_LIBS=ON
+        -DQ32_TESTS=OFF -DQ32_PLUGINS=OFF -DQ32_EXAMPLES=OFF -DQ32_WERROR=ON)
+    run("${CMAKE_COMMAND}" --build "${BUILD}" --parallel 2)
+endif()
+run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${SCRATCH}/prefix")
+
+run("${CMAKE_COMMAND}" -S "${SOURCE}/tests/package/host" -B "${SCRATCH}/host" ${tools}
+    "-DCMAKE_PREFIX_PATH=${SCRATCH}/prefix" "-DFIRST_PROGRAM=${SOURCE}/examples/first/main.cpp")
+run("${CMAKE_COMMAND}" --build "${SCRATCH}/host" --parallel 2)
+run("${CMAKE_COMMAND}" --build "${SCRATCH}/host" --target run)
