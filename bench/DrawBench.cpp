@@ -126,3 +126,5 @@ BENCHMARK(fnDraw)
     ->Args({32, 24, -2, 180})
     ->Args({32, 24, -3, 180})
     ->Unit(benchmark::kMillisecond);
+
+BENCHMARK_MAIN();
