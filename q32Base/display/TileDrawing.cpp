@@ -134,7 +134,8 @@ void fnConvertRows(CqTileMap& map, std::uint32_t deviceBits, unsigned char* targ
                    std::size_t stride, int width, int height, int x, int y) {
     const auto count = static_cast<std::size_t>(width);
     const std::size_t rowBytes = count * fnStagedBytes(map);
-    q32::CqDeviceRun run{map.DrawScratch, target, count, map.Palette, x, y};
+    q32::CqDeviceRun run{map.DrawScratch, nullptr, count, map.Palette, x, y};
+    run.m_pTarget = target;
     for (int row = 0; row < height; ++row) {
         q32::fnConvertRun(map.BitCount, deviceBits, run);
         run.m_pSource += rowBytes;

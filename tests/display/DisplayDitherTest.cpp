@@ -77,7 +77,7 @@ TEST(DisplayDither, RunsOfEveryDepthFollowTheRule) {
                 CqReferenceSetup setup;
                 setup.m_nScreenBits = 8;
                 ASSERT_EQ(out[static_cast<std::size_t>(i)],
-                          fnReferenceDevicePixel(image, pixel, setup, x + i, y)[0])
+                          fnReferenceDevicePixel(image, pixel, setup, x + i, y).m_Bytes[0])
                     << bits << " bits, pixel " << i;
             }
             EXPECT_EQ(out.back(), 0xEE);

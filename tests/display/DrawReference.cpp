@@ -44,9 +44,16 @@ std::array<std::uint8_t, 4> fnColor(CqImage& image, const std::array<std::uint8_
 }
 
 std::uint8_t fnGamma(std::uint8_t value, unsigned gamma) {
+    static unsigned known = 180; // the last curve is kept: one point costs a power
+    static std::array<std::uint8_t, 256> curve;
     if (gamma == 180)
         return value;
-    return static_cast<std::uint8_t>(std::pow(value * 0.00392156862745098, 180.0 / gamma) * 255.0);
+    if (known != gamma)
+        for (std::size_t i = 0; i < curve.size(); ++i)
+            curve[i] = static_cast<std::uint8_t>(
+                std::pow(static_cast<double>(i) * 0.00392156862745098, 180.0 / gamma) * 255.0);
+    known = gamma;
+    return curve[value];
 }
 
 std::uint8_t fnRoundTo5Bits(std::uint8_t value, int x, int y) {
@@ -119,25 +126,23 @@ std::array<std::uint8_t, 4> fnReferencePixel(CqImage& image, int x, int y) {
     return pixel;
 }
 
-std::vector<std::uint8_t> fnReferenceDevicePixel(CqImage& image,
-                                                 const std::array<std::uint8_t, 4>& pixel,
-                                                 const CqReferenceSetup& setup, int x, int y) {
+CqDevicePixel fnReferenceDevicePixel(CqImage& image, const std::array<std::uint8_t, 4>& pixel,
+                                     const CqReferenceSetup& setup, int x, int y) {
+    if (setup.m_nScreenBits == 8 && image.BitCount <= 8)
+        return {{pixel[0]}, 1};
     const auto color = fnColor(image, pixel);
-    if (setup.m_nScreenBits == 8) {
-        if (image.BitCount <= 8)
-            return {pixel[0]};
-        return {fnIndex666(color[0], color[1], color[2], x, y)};
-    }
-    std::vector<std::uint8_t> bytes;
-    for (const int k : {2, 1, 0}) {
-        std::uint8_t value = fnGamma(color[static_cast<std::size_t>(k)], setup.m_nGamma);
+    if (setup.m_nScreenBits == 8)
+        return {{fnIndex666(color[0], color[1], color[2], x, y)}, 1};
+    CqDevicePixel device;
+    for (const std::size_t k : {std::size_t{2}, std::size_t{1}, std::size_t{0}}) {
+        std::uint8_t value = fnGamma(color[k], setup.m_nGamma);
         if (setup.m_nScreenBits == 16 && setup.m_bHiColorDither)
             value = fnRoundTo5Bits(value, x, y);
-        bytes.push_back(value);
+        device.m_Bytes[device.m_nCount++] = value;
     }
     if (setup.m_nScreenBits == 32)
-        bytes.push_back(color[3]);
-    return bytes;
+        device.m_Bytes[device.m_nCount++] = color[3];
+    return device;
 }
 
 std::vector<CqExpectedDraw> fnReferenceTile(CqImage& image, const CqReferenceSetup& setup,
@@ -180,9 +185,9 @@ std::vector<CqExpectedDraw> fnReferenceTile(CqImage& image, const CqReferenceSet
             for (int column = 0; column < width; ++column) {
                 const int px = x + column;
                 const int py = y + first + row;
-                for (const std::uint8_t byte : fnReferenceDevicePixel(
-                         image, fnSample(image, setup, tile, px, py), setup, px, py))
-                    *out++ = byte;
+                const CqDevicePixel device = fnReferenceDevicePixel(
+                    image, fnSample(image, setup, tile, px, py), setup, px, py);
+                out = std::copy_n(device.m_Bytes.data(), device.m_nCount, out);
             }
         }
         draws.push_back(std::move(draw));

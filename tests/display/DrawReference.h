@@ -35,10 +35,15 @@ struct CqReferenceSetup {
 /// A pixel's bytes in the image's order; a 4-bit pixel is its index.
 std::array<std::uint8_t, 4> fnReferencePixel(CqImage& image, int x, int y);
 
-/// A device pixel's bytes, as many as the device depth has, for the place (x, y) of the pattern.
-std::vector<std::uint8_t> fnReferenceDevicePixel(CqImage& image,
-                                                 const std::array<std::uint8_t, 4>& pixel,
-                                                 const CqReferenceSetup& setup, int x, int y);
+/// A device pixel's bytes: as many as the device depth has.
+struct CqDevicePixel {
+    std::array<std::uint8_t, 4> m_Bytes{};
+    std::size_t m_nCount = 0;
+};
+
+/// The device pixel for the place (x, y) of the pattern.
+CqDevicePixel fnReferenceDevicePixel(CqImage& image, const std::array<std::uint8_t, 4>& pixel,
+                                     const CqReferenceSetup& setup, int x, int y);
 
 /// The blocks of `CqImage::fnDraw`.
 std::vector<CqExpectedDraw> fnReferenceDraw(CqImage& image, const CqReferenceSetup& setup,

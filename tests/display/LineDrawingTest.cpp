@@ -19,8 +19,10 @@ CqExpectedDraw fnExpect(CqImage& image, const CqReferenceSetup& setup, const CqI
         } else {
             pixel = fnReferencePixel(image, sourceX + i, line.Row);
         }
-        for (const auto byte : fnReferenceDevicePixel(image, pixel, setup, sourceX + i, line.Row))
-            draw.m_Rows.push_back(byte);
+        const CqDevicePixel device =
+            fnReferenceDevicePixel(image, pixel, setup, sourceX + i, line.Row);
+        draw.m_Rows.insert(draw.m_Rows.end(), device.m_Bytes.data(),
+                           device.m_Bytes.data() + device.m_nCount);
     }
     draw.m_Rows.resize(static_cast<std::size_t>((bits * count / 8 + 3) / 4 * 4));
     return draw;

@@ -33,7 +33,7 @@ struct Part {
 
 // Inside, partly left and above the screen, with offsets, moved back from beyond the end, one
 // pixel.
-const Part kParts[] = {{CRect(0, 0, 640, 480), 0, 0},
+const Part kParts[] = {{CRect(0, 0, 310, 270), 0, 0},
                        {CRect(-30, -20, 171, 180), 37, 21},
                        {CRect(600, 450, 700, 500), 100000, -5},
                        {CRect(11, 13, 12, 14), 128, 128},
