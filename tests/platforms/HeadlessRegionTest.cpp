@@ -131,18 +131,18 @@ TEST(HeadlessRegion, AFailedCombinationLeavesTheRegionAlone) {
     EXPECT_EQ(fnPixelsOf(region), fnPixelsOf(RECT{0, 0, 4, 4}));
 }
 
-TEST(HeadlessRegion, MillionsOfRunsComeOutOfAPictureInSeconds) {
-    // Every second pixel of every row: two million combinations. A cost that grew with what was
-    // taken out before would take hours.
-    constexpr LONG kWidth = 2000;
-    constexpr LONG kHeight = 2000;
+TEST(HeadlessRegion, AnyNumberOfRunsComesOutOfAPictureAtOnce) {
+    // Every second pixel of every row: half a million combinations. If each cost as much as all
+    // that was taken out before it, the test would not end in its time.
+    constexpr LONG kWidth = 1000;
+    constexpr LONG kHeight = 1000;
     CqHeadlessRegion region({0, 0, kWidth, kHeight}, fnCalls());
     for (LONG y = 0; y < kHeight; ++y)
         for (LONG x = y % 2; x < kWidth; x += 2)
             ASSERT_TRUE(region.fnCombine(region, CqHeadlessRegion({x, y, x + 1, y + 1}, fnCalls()),
                                          RGN_DIFF));
     const auto rects = region.fnGetRects();
-    ASSERT_EQ(rects.size(), 2'000'000u);
+    ASSERT_EQ(rects.size(), 500'000u);
     EXPECT_EQ(rects.front().left, 1);
     EXPECT_EQ(rects.back().left, kWidth - 2);
     EXPECT_EQ(rects.back().bottom, kHeight);
