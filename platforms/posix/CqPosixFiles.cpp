@@ -93,7 +93,7 @@ std::uint32_t fnNarrow(std::uint64_t count) {
 CqPosixFiles::CqPosixFiles(const CqPosixOptions& options, std::shared_ptr<const CodePage> codePage)
     : m_TempDirectory(fnLibraryDirectory(fnChooseTemp(options))),
       m_ConfigDirectory(fnWithoutSlash(fnNativePath(*codePage, fnChooseConfig(options)))),
-      m_pCodePage(std::move(codePage)) {}
+      m_Patience(options.m_SettingsPatience), m_pCodePage(std::move(codePage)) {}
 
 std::string CqPosixFiles::fnNative(const char* path) const {
     return fnNativePath(*m_pCodePage, path);
@@ -181,5 +181,5 @@ bool CqPosixFiles::fnUpdateText(const char* name,
     const std::string directory = fnWithoutSlash(fnSplitPath(path).m_Directory);
     if (directory == m_ConfigDirectory && !fnMakeDirectories(directory))
         return false;
-    return fnUpdateTextFile(path, edit);
+    return fnUpdateTextFile(path, m_Patience, edit);
 }

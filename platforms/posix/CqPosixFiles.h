@@ -3,6 +3,7 @@
 #include "platforms/posix/CodePage.h"
 #include "q32Base/platform/CqFileService.h"
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -48,5 +49,6 @@ private:
 
     std::string m_TempDirectory;
     std::string m_ConfigDirectory; ///< native, without a slash at its end; empty when there is none
+    std::chrono::milliseconds m_Patience;
     std::shared_ptr<const q32::posix::CodePage> m_pCodePage;
 };

@@ -4,8 +4,6 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-using namespace q32::posix;
-
 namespace {
 
 constexpr std::size_t kLargePage = std::size_t{2} << 20;

@@ -18,8 +18,6 @@ namespace {
 constexpr mode_t kNewTextMode = 0600;
 constexpr int kMaxLinks = 40; // as many as the system follows
 
-// A holder that was stopped must not hang the host; an update takes some milliseconds.
-constexpr std::chrono::seconds kLockPatience{10};
 constexpr std::chrono::milliseconds kLockPause{2};
 
 /// Where a path leads when links at its end are followed, also to a file that is not there yet.
@@ -36,10 +34,10 @@ bool fnFollow(std::string& path) {
     return false;
 }
 
-Descriptor fnHoldLock(const std::string& path) {
+Descriptor fnHoldLock(const std::string& path, std::chrono::milliseconds patience) {
     Descriptor lock =
         fnOpenRegular((path + ".lock").c_str(), O_RDWR | O_CREAT | O_NOFOLLOW, kNewTextMode);
-    const auto end = std::chrono::steady_clock::now() + kLockPatience;
+    const auto end = std::chrono::steady_clock::now() + patience;
     while (lock && !fnTryLock(lock, LOCK_EX)) {
         if (errno != EWOULDBLOCK || std::chrono::steady_clock::now() >= end)
             return {};
@@ -138,11 +136,12 @@ bool fnReadTextFile(const std::string& path, std::string& text) {
     return true;
 }
 
-bool fnUpdateTextFile(const std::string& path, const std::function<bool(std::string& text)>& edit) {
+bool fnUpdateTextFile(const std::string& path, std::chrono::milliseconds patience,
+                      const std::function<bool(std::string& text)>& edit) {
     std::string target = path;
     if (!fnFollow(target))
         return false;
-    const Descriptor lock = fnHoldLock(target);
+    const Descriptor lock = fnHoldLock(target, patience);
     if (!lock)
         return false;
 

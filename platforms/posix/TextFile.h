@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <string>
@@ -17,7 +18,9 @@ bool fnReadTextFile(const std::string& path, std::string& text);
 /// ".new" behind it, out to the disk, and then takes the old one's place, mode and owner. On
 /// failure the old file stands untouched. A link is followed: what it leads to is replaced. A file
 /// that the caller may not write is refused, though its directory would allow the exchange.
-/// @param edit  changes the text; false leaves the file alone, which is a success
-bool fnUpdateTextFile(const std::string& path, const std::function<bool(std::string& text)>& edit);
+/// @param patience  how long to wait for the lock
+/// @param edit      changes the text; false leaves the file alone, which is a success
+bool fnUpdateTextFile(const std::string& path, std::chrono::milliseconds patience,
+                      const std::function<bool(std::string& text)>& edit);
 
 } // namespace q32::posix

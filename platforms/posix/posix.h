@@ -5,6 +5,7 @@
 #include "q32Base/platform/CqPlatform.h"
 #include "q32Base/platform/Export.h"
 
+#include <chrono>
 #include <cstddef>
 #include <span>
 #include <string>
@@ -17,6 +18,9 @@ struct CqPosixOptions {
     /// Directory of the settings. Empty: `$XDG_CONFIG_HOME/q32Base`, else `~/.config/q32Base`. It
     /// is made, for its owner alone, when settings are first written.
     std::string m_ConfigDirectory;
+    /// How long a change of the settings waits for another process that is changing them; then it
+    /// fails, so that a process that was stopped can't hang the host.
+    std::chrono::milliseconds m_SettingsPatience{10000};
     /// A locale's name. Empty: the user's, as the environment tells it.
     std::string m_Locale;
     /// Whether the last system error and its text are the system's own (errno), which is what a
