@@ -44,15 +44,15 @@ std::string fnGetHome() {
 }
 
 std::string fnChooseTemp(const CqPosixOptions& options) {
-    if (!options.m_TempDirectory.empty())
-        return options.m_TempDirectory;
+    if (!options.m_szTempDirectory.empty())
+        return options.m_szTempDirectory;
     const std::string variable = fnGetVariable("TMPDIR");
     return variable.starts_with('/') ? variable : kDefaultTempDirectory;
 }
 
 std::string fnChooseConfig(const CqPosixOptions& options) {
-    if (!options.m_ConfigDirectory.empty())
-        return options.m_ConfigDirectory;
+    if (!options.m_szConfigDirectory.empty())
+        return options.m_szConfigDirectory;
     // A relative path in the variable is to be ignored, by the rule of its inventors.
     const std::string variable = fnGetVariable("XDG_CONFIG_HOME");
     if (variable.starts_with('/'))
@@ -91,8 +91,8 @@ std::uint32_t fnNarrow(std::uint64_t count) {
 } // namespace
 
 CqPosixFiles::CqPosixFiles(const CqPosixOptions& options, std::shared_ptr<const CodePage> codePage)
-    : m_TempDirectory(fnLibraryDirectory(fnChooseTemp(options))),
-      m_ConfigDirectory(fnWithoutSlash(fnNativePath(*codePage, fnChooseConfig(options)))),
+    : m_szTempDirectory(fnLibraryDirectory(fnChooseTemp(options))),
+      m_szConfigDirectory(fnWithoutSlash(fnNativePath(*codePage, fnChooseConfig(options)))),
       m_Patience(options.m_SettingsPatience), m_pCodePage(std::move(codePage)) {}
 
 std::string CqPosixFiles::fnNative(const char* path) const {
@@ -100,14 +100,14 @@ std::string CqPosixFiles::fnNative(const char* path) const {
 }
 
 bool CqPosixFiles::fnGetTempDirectory(std::string& directory) {
-    directory = m_TempDirectory;
+    directory = m_szTempDirectory;
     return true;
 }
 
 bool CqPosixFiles::fnGetConfigDirectory(std::string& directory) {
-    if (m_ConfigDirectory.empty())
+    if (m_szConfigDirectory.empty())
         return false;
-    directory = fnLibraryDirectory(m_ConfigDirectory);
+    directory = fnLibraryDirectory(m_szConfigDirectory);
     return true;
 }
 
@@ -179,7 +179,7 @@ bool CqPosixFiles::fnUpdateText(const char* name,
                                 const std::function<bool(std::string& text)>& edit) {
     const std::string path = fnNative(name);
     const std::string directory = fnWithoutSlash(fnSplitPath(path).m_Directory);
-    if (directory == m_ConfigDirectory && !fnMakeDirectories(directory))
+    if (directory == m_szConfigDirectory && !fnMakeDirectories(directory))
         return false;
     return fnUpdateTextFile(path, m_Patience, edit);
 }

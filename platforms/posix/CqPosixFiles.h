@@ -47,8 +47,9 @@ public:
 private:
     std::string fnNative(const char* path) const;
 
-    std::string m_TempDirectory;
-    std::string m_ConfigDirectory; ///< native, without a slash at its end; empty when there is none
+    std::string m_szTempDirectory;
+    std::string
+        m_szConfigDirectory; ///< native, without a slash at its end; empty when there is none
     std::chrono::milliseconds m_Patience;
     std::shared_ptr<const q32::posix::CodePage> m_pCodePage;
 };

@@ -109,10 +109,13 @@ std::string fnDropSeconds(std::string_view pattern, std::string_view twelveHour)
         if (hasBefore && fnIsMark(pieces[at - 1].m_Text)) {
             pieces[at - 1].m_Text.clear();
         } else if (fnIsText(pieces, at + 1)) {
-            // The unit's name ends at the blank behind it.
+            // The unit's name ends at the blank behind it, which the blank before the number
+            // replaces.
             std::string& unit = pieces[at + 1].m_Text;
             const std::size_t begin = std::min(unit.find_first_not_of(' '), unit.size());
             unit.erase(0, std::min(unit.find(' ', begin), unit.size()));
+            if (hasBefore && pieces[at - 1].m_Text.ends_with(' ') && unit.starts_with(' '))
+                unit.erase(0, 1);
         }
     }
     return std::string(fnTrim(fnJoin(pieces)));

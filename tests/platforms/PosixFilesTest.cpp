@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <initializer_list>
 #include <map>
 #include <optional>
 #include <sys/stat.h>
@@ -26,11 +27,17 @@ std::shared_ptr<CqFileService> fnFiles(const CqPosixOptions& options = {}) {
 /// Sets environment variables, and puts them back.
 class Environment {
 public:
-    explicit Environment(const std::map<std::string, std::optional<std::string>>& values) {
-        for (const auto& [name, value] : values) {
-            const char* const before = std::getenv(name.c_str());
-            m_Before[name] = before ? std::optional<std::string>(before) : std::nullopt;
-            fnSet(name, value);
+    struct Variable {
+        const char* m_szName;
+        std::optional<std::string> m_Value; ///< none: unset
+    };
+
+    Environment(std::initializer_list<Variable> variables) {
+        for (const Variable& variable : variables) {
+            const char* const before = std::getenv(variable.m_szName);
+            m_Before[variable.m_szName] =
+                before ? std::optional<std::string>(before) : std::nullopt;
+            fnSet(variable.m_szName, variable.m_Value);
         }
     }
     ~Environment() {
@@ -68,29 +75,29 @@ mode_t fnMode(const std::string& path) {
 } // namespace
 
 TEST(PosixFiles, TemporaryFilesGoWhereTheHostOrTheUserSaysElseToVarTmp) {
-    const Environment unset({{"TMPDIR", std::nullopt}});
+    const Environment unset{{"TMPDIR", std::nullopt}};
     EXPECT_EQ(fnTemp(), "/var/tmp\\");
-    const Environment set({{"TMPDIR", "/srv/scratch"}});
+    const Environment set{{"TMPDIR", "/srv/scratch"}};
     EXPECT_EQ(fnTemp(), "/srv/scratch\\");
     CqPosixOptions options;
-    options.m_TempDirectory = "/srv/own";
+    options.m_szTempDirectory = "/srv/own";
     EXPECT_EQ(fnTemp(options), "/srv/own\\");
 }
 
 TEST(PosixFiles, ADirectoryEndsInOneBackslashHoweverItWasGiven) {
     CqPosixOptions options;
     for (const char* given : {"/a/b", "/a/b/", "/a/b\\", "/a/b//\\"}) {
-        options.m_TempDirectory = options.m_ConfigDirectory = given;
+        options.m_szTempDirectory = options.m_szConfigDirectory = given;
         EXPECT_EQ(fnTemp(options), "/a/b\\") << given;
         EXPECT_EQ(fnConfig(options), "/a/b\\") << given;
     }
-    options.m_TempDirectory = "/";
+    options.m_szTempDirectory = "/";
     EXPECT_EQ(fnTemp(options), "\\");
 }
 
 TEST(PosixFiles, AnEmptyOrRelativeVariableIsIgnored) {
     for (const char* value : {"", "scratch"}) {
-        const Environment set({{"TMPDIR", value}, {"XDG_CONFIG_HOME", value}, {"HOME", "/h"}});
+        const Environment set{{"TMPDIR", value}, {"XDG_CONFIG_HOME", value}, {"HOME", "/h"}};
         EXPECT_EQ(fnTemp(), "/var/tmp\\");
         EXPECT_EQ(fnConfig(), "/h/.config/q32Base\\");
     }
@@ -98,18 +105,18 @@ TEST(PosixFiles, AnEmptyOrRelativeVariableIsIgnored) {
 
 TEST(PosixFiles, SettingsGoToTheUsersConfigurationDirectory) {
     {
-        const Environment set({{"XDG_CONFIG_HOME", "/x"}, {"HOME", "/h"}});
+        const Environment set{{"XDG_CONFIG_HOME", "/x"}, {"HOME", "/h"}};
         EXPECT_EQ(fnConfig(), "/x/q32Base\\");
         CqPosixOptions options;
-        options.m_ConfigDirectory = "/etc/own";
+        options.m_szConfigDirectory = "/etc/own";
         EXPECT_EQ(fnConfig(options), "/etc/own\\");
     }
-    const Environment unset({{"XDG_CONFIG_HOME", std::nullopt}, {"HOME", "/h"}});
+    const Environment unset{{"XDG_CONFIG_HOME", std::nullopt}, {"HOME", "/h"}};
     EXPECT_EQ(fnConfig(), "/h/.config/q32Base\\");
 }
 
 TEST(PosixFiles, WithoutAHomeInTheEnvironmentTheSystemIsAsked) {
-    const Environment unset({{"XDG_CONFIG_HOME", std::nullopt}, {"HOME", std::nullopt}});
+    const Environment unset{{"XDG_CONFIG_HOME", std::nullopt}, {"HOME", std::nullopt}};
     const char* const shell = "getent passwd $(id -u) | cut -d: -f6";
     std::string home;
     if (FILE* const pipe = ::popen(shell, "r")) {
@@ -123,7 +130,7 @@ TEST(PosixFiles, WithoutAHomeInTheEnvironmentTheSystemIsAsked) {
 
 TEST(PosixFiles, TheSettingsDirectoryIsMadeByTheFirstWriteForItsOwnerAlone) {
     const Folder folder;
-    const Environment set({{"XDG_CONFIG_HOME", folder.fnPath("deep/config")}});
+    const Environment set{{"XDG_CONFIG_HOME", folder.fnPath("deep/config")}};
     const auto files = fnFiles();
     const std::string name = fnConfig() + "Qkz.cfg";
     std::string text;
@@ -172,8 +179,8 @@ TEST(PosixFiles, ASearchGivesBareNamesOfFilesSorted) {
     EXPECT_THAT(find("a.tmp"), ElementsAre("a.tmp"));
     EXPECT_THAT(find("A.tmp"), ElementsAre());
     EXPECT_THAT(find("*qd*1*"), ElementsAre("~qd1.tmp", "~qd1.tmp2"));
-    EXPECT_THAT(find("*"), ElementsAre(".tmp", "a.tmp", "~qd.tmp", "~qd1.tmp", "~qd1.tmp2",
-                                       "~qd2.tmp"));
+    EXPECT_THAT(find("*"),
+                ElementsAre(".tmp", "a.tmp", "~qd.tmp", "~qd1.tmp", "~qd1.tmp2", "~qd2.tmp"));
     EXPECT_THAT(find(""), ElementsAre());
     EXPECT_THAT(files->fnFind((folder.fnPath() + "/~qd?.*").c_str()),
                 ElementsAre("~qd1.tmp", "~qd1.tmp2", "~qd2.tmp"));
@@ -184,9 +191,9 @@ TEST(PosixFiles, AQuestionMarkIsOneCharacterOfTheCodePage) {
     const Folder folder;
     folder.fnWrite("x\xC3\xA4y", "");
     CqPosixOptions options;
-    options.m_Locale = "C.UTF-8";
+    options.m_szLocale = "C.UTF-8";
     EXPECT_THAT(fnFiles(options)->fnFind(folder.fnName("x?y").c_str()), ElementsAre("x\xC3\xA4y"));
-    options.m_Locale = "C";
+    options.m_szLocale = "C";
     EXPECT_THAT(fnFiles(options)->fnFind(folder.fnName("x?y").c_str()), ElementsAre());
     EXPECT_THAT(fnFiles(options)->fnFind(folder.fnName("x??y").c_str()), ElementsAre("x\xC3\xA4y"));
 }
@@ -308,8 +315,8 @@ TEST(PosixFiles, PathsOfNoVolumeHaveNoSpace) {
     folder.fnWrite("file", "");
     CqDiskSpace space;
     CqDiskClusters clusters;
-    for (const std::string& path : {std::string(), std::string("C:\\"), std::string("missing\\"),
-                                    folder.fnName("file\\")}) {
+    for (const std::string& path :
+         {std::string(), std::string("C:\\"), std::string("missing\\"), folder.fnName("file\\")}) {
         EXPECT_FALSE(fnFiles()->fnGetSpace(path.c_str(), space)) << path;
         EXPECT_FALSE(fnFiles()->fnGetClusters(path.c_str(), clusters)) << path;
     }

@@ -212,16 +212,17 @@ TEST(PosixStream, AWriteOnAFullDiskSaysSo) {
     const std::string disk = folder.fnPath("disk");
     std::filesystem::create_directory(disk);
     std::string found;
-    if (!fnOnSmallDisk(disk, [&] { return fnFill(disk + "\\file", FILE_CAUSE_DISK_FULL); }, found))
+    if (!fnOnSmallDisk(
+            disk, [&] { return fnFill(disk + "\\file", FILE_CAUSE_DISK_FULL); }, found))
         found = fnWithFileLimit(1000, [&] { return fnFill(disk + "\\file", FILE_CAUSE_GENERIC); });
     EXPECT_EQ(found, "");
 }
 
 TEST(PosixStream, AWriteBeyondTheFileSizeLimitIsAFailureAndNotASignal) {
     const Folder folder;
-    EXPECT_EQ(fnWithFileLimit(
-                  100000, [&] { return fnFill(folder.fnName("file"), FILE_CAUSE_GENERIC); }),
-              "");
+    EXPECT_EQ(
+        fnWithFileLimit(100000, [&] { return fnFill(folder.fnName("file"), FILE_CAUSE_GENERIC); }),
+        "");
 }
 
 TEST(PosixStream, AClosedStreamDoesNothingMore) {

@@ -4,8 +4,8 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <filesystem>
 #include <fcntl.h>
+#include <filesystem>
 #include <new>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -29,8 +29,7 @@ bool fnPut(const Folder& folder, const std::string& name, const std::string& tex
 
 std::string fnTake(const Folder& folder, const std::string& name) {
     std::string text = "as before";
-    return fnFiles()->fnReadText(folder.fnName(name).c_str(), text) ? text
-                                                                    : "(unread) " + text;
+    return fnFiles()->fnReadText(folder.fnName(name).c_str(), text) ? text : "(unread) " + text;
 }
 
 mode_t fnMode(const std::string& path) {
@@ -51,8 +50,8 @@ std::string fnFailToGrow(const std::string& directory) {
     Q32_WANT(put("[VMPolicy]\nMemPercent=50\n"));
     // Nearly nothing is left: the rest of the disk goes to another file, as far as there is a disk.
     CQ_FILE_CAUSE cause{};
-    const auto filler = files->fnOpen((directory + "\\filler").c_str(), {true, true, true, false},
-                                      cause);
+    const auto filler =
+        files->fnOpen((directory + "\\filler").c_str(), {true, true, true, false}, cause);
     const std::string block(1 << 16, 'x');
     for (int i = 0; i < 1000 && filler->fnWrite(block.data(), block.size()) == FILE_CAUSE_NONE; ++i)
         continue;
@@ -258,7 +257,8 @@ TEST(PosixText, AFullDiskLeavesTheOldText) {
     const std::string disk = folder.fnPath("disk");
     std::filesystem::create_directory(disk);
     std::string found;
-    if (!fnOnSmallDisk(disk, [&] { return fnFailToGrow(disk); }, found))
+    if (!fnOnSmallDisk(
+            disk, [&] { return fnFailToGrow(disk); }, found))
         found = fnWithFileLimit(1 << 20, [&] { return fnFailToGrow(disk); });
     EXPECT_EQ(found, "");
 }
