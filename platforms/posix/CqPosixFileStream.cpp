@@ -1,6 +1,7 @@
 #include "platforms/posix/CqPosixFileStream.h"
 
 #include "platforms/posix/FileAccess.h"
+#include "platforms/posix/Path.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -22,6 +23,17 @@ int fnFlags(const CqFileMode& mode) {
     return O_RDONLY;
 }
 
+/// Why a file could not be opened. The system tells a missing file and a missing directory alike;
+/// here only the first is "not found".
+CQ_FILE_CAUSE fnOpenCause(const char* path) {
+    const int error = errno;
+    if (error != ENOENT)
+        return fnFileCause(error);
+    const bool hasDirectory = ::access(fnSplitPath(path).m_Directory.c_str(), F_OK) == 0;
+    errno = error;
+    return hasDirectory ? FILE_CAUSE_NOT_FOUND : FILE_CAUSE_BAD_PATH;
+}
+
 /// Takes the stream's lock. A file system without locks is good enough for a stream that shares.
 bool fnLock(const Descriptor& file, bool exclusive) {
     return fnTryLock(file, exclusive ? LOCK_EX : LOCK_SH) || (!exclusive && errno != EWOULDBLOCK);
@@ -39,7 +51,7 @@ std::unique_ptr<CqFileStream> CqPosixFileStream::fnOpen(const char* path, const 
     const bool open =
         file && fnLock(file, mode.m_bExclusive) &&
         (!mode.m_bCreate || fnRetry([&] { return ::ftruncate(file.fnGet(), 0); }) == 0);
-    cause = open ? FILE_CAUSE_NONE : fnFileCause(errno);
+    cause = open ? FILE_CAUSE_NONE : fnOpenCause(path);
     return open ? std::make_unique<CqPosixFileStream>(std::move(file), mode) : nullptr;
 }
 

@@ -142,7 +142,7 @@ bool CqPosixFiles::fnGetInfo(const char* name, bool exclusive, CqFileInfo& info)
     if (!file || ::fstat(file.fnGet(), &facts) != 0)
         return false;
     // A file system that has no locks can't say that somebody holds one.
-    if (!fnTryLock(file, exclusive ? LOCK_EX : LOCK_SH) && errno == EWOULDBLOCK)
+    if (exclusive && !fnTryLock(file, LOCK_EX) && errno == EWOULDBLOCK)
         return false;
     info = {static_cast<std::uint64_t>(facts.st_size), facts.st_mtim.tv_sec};
     return true;

@@ -251,7 +251,8 @@ TEST(PosixFiles, FactsOfAFileInUseAreRefusedToWhoWantsItAlone) {
     CqFileMode alone;
     alone.m_bExclusive = true;
     const auto exclusive = files->fnOpen(folder.fnName("file").c_str(), alone, cause);
-    EXPECT_FALSE(ask(false));
+    EXPECT_FALSE(ask(true));
+    EXPECT_TRUE(ask(false));
 }
 
 TEST(PosixFiles, FactsAreThoseOfRegularFilesOnly) {

@@ -163,7 +163,7 @@ TEST(PosixStream, AFailedOpeningTellsItsCause) {
     const Folder folder;
     folder.fnWrite("file", "");
     EXPECT_EQ(fnCause(folder.fnName("missing"), kRead), FILE_CAUSE_NOT_FOUND);
-    EXPECT_EQ(fnCause(folder.fnName("missing\\file"), kCreate), FILE_CAUSE_NOT_FOUND);
+    EXPECT_EQ(fnCause(folder.fnName("missing\\file"), kCreate), FILE_CAUSE_BAD_PATH);
     EXPECT_EQ(fnCause(folder.fnName("file\\below"), kRead), FILE_CAUSE_BAD_PATH);
     EXPECT_EQ(fnCause(folder.fnName(std::string(300, 'x')), kCreate), FILE_CAUSE_BAD_PATH);
     EXPECT_EQ(fnCause(folder.fnName(), kRead), FILE_CAUSE_ACCESS_DENIED);
