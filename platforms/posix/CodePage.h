@@ -2,7 +2,6 @@
 
 #include <clocale>
 #include <cstddef>
-#include <locale.h>
 #include <memory>
 #include <string>
 #include <string_view>

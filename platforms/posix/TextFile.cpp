@@ -28,7 +28,10 @@ bool fnFollow(std::string& path) {
         if (length < 0)
             return errno == EINVAL || errno == ENOENT; // no link, or nothing yet
         const std::string leadsTo(target, static_cast<std::size_t>(length));
-        path = leadsTo.starts_with('/') ? leadsTo : fnSplitPath(path).m_Directory + '/' + leadsTo;
+        if (leadsTo.starts_with('/'))
+            path = leadsTo;
+        else
+            path = fnSplitPath(path).m_Directory.append("/").append(leadsTo);
     }
     errno = ELOOP;
     return false;

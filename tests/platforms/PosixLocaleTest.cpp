@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
-#include <locale.h>
 
 using namespace q32::test;
 
