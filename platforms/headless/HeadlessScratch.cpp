@@ -38,11 +38,16 @@ bool CqHeadlessScratch::fnCreateName(const char* directory, const char* prefix, 
 
 CqFileHandle CqHeadlessScratch::fnOpenHandle(const char* name) {
     CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
-    CqHeadlessFilePtr file = m_pDisks->fnOpen(name, false, true, cause);
+    const CqHeadlessFilePtr file = m_pDisks->fnOpen(name, false, true, cause);
     if (!file)
         return kNoFile;
     const CqFileHandle handle = m_nNextHandle++;
-    m_Files.emplace(handle, std::move(file));
+    try {
+        m_Files.emplace(handle, file);
+    } catch (...) {
+        m_pDisks->fnClose(file);
+        throw;
+    }
     return handle;
 }
 
