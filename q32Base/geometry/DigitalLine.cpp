@@ -54,9 +54,10 @@ void fnPlot(unsigned char* target, const unsigned char* pixel, const Stride& str
     std::ptrdiff_t at = 0;
     for (; count > 0; --count) {
         std::memcpy(target + at, bytes, kBytes);
-        const bool minor = error >= 0;
-        at += minor ? both : stride.m_nMajor;
-        error += minor ? change : stride.m_nRise;
+        // All ones for a negative error: which way a line turns can't be predicted, so no branch.
+        const std::int64_t straight = error >> 63;
+        at += both - (stride.m_nMinor & straight);
+        error += change + (stride.m_nFall & straight);
     }
 }
 
