@@ -25,7 +25,8 @@ void fnExpectCurve(const CqCubicBezier2D& curve, const Points& p, double thickne
     }
     EXPECT_BITS(curve.fnGetThickness(), thickness);
     CqRect2D box = curve.fnGetBoundRect();
-    EXPECT_BITS(box.fnTopLeft(), CqPoint2D(*std::min_element(x, x + 4), *std::min_element(y, y + 4)));
+    EXPECT_BITS(box.fnTopLeft(),
+                CqPoint2D(*std::min_element(x, x + 4), *std::min_element(y, y + 4)));
     EXPECT_BITS(box.fnBottomRight(),
                 CqPoint2D(*std::max_element(x, x + 4), *std::max_element(y, y + 4)));
 }
@@ -193,7 +194,8 @@ double fnPlainLength(const Points& p, int depth) {
     for (const Points& h : half)
         for (std::size_t i = 0; i < 3; ++i)
             polygon += h[i].fnFindDistance(h[i + 1]);
-    const double chord = half[0][0].fnFindDistance(half[0][3]) + half[1][0].fnFindDistance(half[1][3]);
+    const double chord =
+        half[0][0].fnFindDistance(half[0][3]) + half[1][0].fnFindDistance(half[1][3]);
     return (polygon + chord) * 0.5;
 }
 

@@ -118,8 +118,8 @@ TEST(CqLine2D, CountsSegmentsThatTouchAtAnEnd) {
     EXPECT_TRUE(fnLine(4, 0, 0, 0).fnIntersectLine(fnLine(4, 0, 4, 4), t, nullptr));
     EXPECT_BITS(t, 0.0);
     // They may fall short of each other by less than the tolerance, and t isn't clamped.
-    EXPECT_TRUE(fnLine(0, 0, 1, 0).fnIntersectLine(fnLine(1 + 0.5e-10, -1, 1 + 0.5e-10, 1), t,
-                                                   nullptr));
+    EXPECT_TRUE(
+        fnLine(0, 0, 1, 0).fnIntersectLine(fnLine(1 + 0.5e-10, -1, 1 + 0.5e-10, 1), t, nullptr));
     EXPECT_GT(t, 1.0);
     EXPECT_FALSE(
         fnLine(0, 0, 1, 0).fnIntersectLine(fnLine(1 + 2e-10, -1, 1 + 2e-10, 1), t, nullptr));

@@ -161,13 +161,13 @@ TEST(CqMatrix2D, ConcatenatesInTheSettledOrderOfSums) {
     for (int i = 0; i < 1000; ++i) {
         const CqMatrix2D a = fnRandomMatrix(random);
         const CqMatrix2D n = fnRandomMatrix(random);
-        const CqMatrix2D expected = fnMatrix(
-            n.m_ScaleX * a.m_ScaleX + n.m_ShearX * a.m_ShearY,
-            n.m_ScaleX * a.m_ShearX + n.m_ShearX * a.m_ScaleY,
-            (n.m_ScaleX * a.m_TransX + n.m_TransX) + n.m_ShearX * a.m_TransY,
-            n.m_ShearY * a.m_ScaleX + n.m_ScaleY * a.m_ShearY,
-            a.m_ScaleY * n.m_ScaleY + n.m_ShearY * a.m_ShearX,
-            (n.m_ScaleY * a.m_TransY + n.m_TransY) + n.m_ShearY * a.m_TransX);
+        const CqMatrix2D expected =
+            fnMatrix(n.m_ScaleX * a.m_ScaleX + n.m_ShearX * a.m_ShearY,
+                     n.m_ScaleX * a.m_ShearX + n.m_ShearX * a.m_ScaleY,
+                     (n.m_ScaleX * a.m_TransX + n.m_TransX) + n.m_ShearX * a.m_TransY,
+                     n.m_ShearY * a.m_ScaleX + n.m_ScaleY * a.m_ShearY,
+                     a.m_ScaleY * n.m_ScaleY + n.m_ShearY * a.m_ShearX,
+                     (n.m_ScaleY * a.m_TransY + n.m_TransY) + n.m_ShearY * a.m_TransX);
         CqMatrix2D result;
         a.fnConcat(n, result);
         fnExpectBits(result, expected);
@@ -208,11 +208,10 @@ TEST(CqMatrix2D, InvertsInTheSettledOrder) {
         const double k = 1.0 / (m.m_ScaleY * m.m_ScaleX - m.m_ShearX * m.m_ShearY);
         CqMatrix2D inverse = m;
         inverse.fnInverse();
-        fnExpectBits(inverse,
-                     fnMatrix(k * m.m_ScaleY, -(k * m.m_ShearX),
-                              (m.m_TransY * m.m_ShearX - m.m_TransX * m.m_ScaleY) * k,
-                              -(k * m.m_ShearY), k * m.m_ScaleX,
-                              (m.m_TransX * m.m_ShearY - m.m_TransY * m.m_ScaleX) * k));
+        fnExpectBits(inverse, fnMatrix(k * m.m_ScaleY, -(k * m.m_ShearX),
+                                       (m.m_TransY * m.m_ShearX - m.m_TransX * m.m_ScaleY) * k,
+                                       -(k * m.m_ShearY), k * m.m_ScaleX,
+                                       (m.m_TransX * m.m_ShearY - m.m_TransY * m.m_ScaleX) * k));
         if (std::fabs(k) < 10.0) {
             const CqPoint2D p = random.fnPoint(-5, 5);
             const CqPoint2D back = fnMoved(inverse, fnMoved(m, p));

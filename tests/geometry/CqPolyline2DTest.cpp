@@ -236,7 +236,7 @@ TEST(CqPolyline2D, TellsWhetherALineCrosses) {
     EXPECT_TRUE(chain.fnIntersectLine({{5, -1}, {5, 1}}));
     EXPECT_TRUE(chain.fnIntersectLine({{9, 5}, {11, 5}}));
     EXPECT_FALSE(chain.fnIntersectLine({{5, 1}, {5, 9}}));
-    EXPECT_FALSE(chain.fnIntersectLine({{0, 1}, {9, 1}})); // parallel, apart
+    EXPECT_FALSE(chain.fnIntersectLine({{0, 1}, {9, 1}}));  // parallel, apart
     EXPECT_TRUE(chain.fnIntersectLine({{20, 0}, {30, 0}})); // on one line, apart
     EXPECT_FALSE(CqPolyline2D().fnIntersectLine({{0, 0}, {1, 1}}));
     EXPECT_FALSE(fnChain({{0, 0}}).fnIntersectLine({{0, 0}, {1, 1}}));

@@ -26,7 +26,8 @@ void fnExpectCurve(const CqQuadBezier2D& curve, const Points& p, double thicknes
     }
     EXPECT_BITS(curve.fnGetThickness(), thickness);
     CqRect2D box = curve.fnGetBoundRect();
-    EXPECT_BITS(box.fnTopLeft(), CqPoint2D(*std::min_element(x, x + 3), *std::min_element(y, y + 3)));
+    EXPECT_BITS(box.fnTopLeft(),
+                CqPoint2D(*std::min_element(x, x + 3), *std::min_element(y, y + 3)));
     EXPECT_BITS(box.fnBottomRight(),
                 CqPoint2D(*std::max_element(x, x + 3), *std::max_element(y, y + 3)));
 }
@@ -205,8 +206,8 @@ TEST(CqQuadBezier2D, CrossesAsTheFormulaTakenApart) {
         const double a2 = (x0 - (x1 + x1)) + x2;
         const double a1 = (x1 - x0) + (x1 - x0);
         const double disc = a1 * a1 - a0 * a2 * 4.0;
-        if (!(std::fabs(x0 - x1) < 1e-10 && std::fabs(x0 - x2) < 1e-10) &&
-            std::fabs(a2) >= 1e-10 && disc >= 1e-10) {
+        if (!(std::fabs(x0 - x1) < 1e-10 && std::fabs(x0 - x2) < 1e-10) && std::fabs(a2) >= 1e-10 &&
+            disc >= 1e-10) {
             const double r = std::sqrt(disc);
             for (const double root : {(r - a1) / (a2 + a2), (-a1 - r) / (a2 + a2)})
                 if (root > 1e-10 && root < 0.9999999999) {
@@ -224,8 +225,8 @@ TEST(CqQuadBezier2D, CrossesAsTheFormulaTakenApart) {
         for (int h = 0; h < hits.m_nCount; ++h)
             EXPECT_NEAR(fnPlainValue(p, hits.m_T[h]).m_X, x, 1e-6);
         // The axes change places.
-        const Crossings turned = fnAtY(
-            fnCurve({{p[0].m_Y, p[0].m_X}, {p[1].m_Y, p[1].m_X}, {p[2].m_Y, p[2].m_X}}), x);
+        const Crossings turned =
+            fnAtY(fnCurve({{p[0].m_Y, p[0].m_X}, {p[1].m_Y, p[1].m_X}, {p[2].m_Y, p[2].m_X}}), x);
         ASSERT_EQ(turned.m_nCount, hits.m_nCount);
         EXPECT_BITS(turned.m_T[0], hits.m_T[0]);
         EXPECT_BITS(turned.m_Other[1], hits.m_Other[1]);

@@ -68,9 +68,9 @@ TEST(CqRect2D, HoldsAllFourOfItsEdges) {
                                    CqPoint2D(2.0, 4 + 0.5e-10), CqPoint2D(1 - 0.5e-10, 2.0),
                                    CqPoint2D(2.0, 2 - 0.5e-10), CqPoint2D(2, 3)})
         EXPECT_TRUE(rect.fnPtInRect(inside)) << inside.m_X << " " << inside.m_Y;
-    for (const CqPoint2D outside : {CqPoint2D(3 + 2e-10, 3.0), CqPoint2D(2.0, 4 + 2e-10),
-                                    CqPoint2D(1 - 2e-10, 2.0), CqPoint2D(2.0, 2 - 2e-10),
-                                    CqPoint2D(kNaN, 3.0)})
+    for (const CqPoint2D outside :
+         {CqPoint2D(3 + 2e-10, 3.0), CqPoint2D(2.0, 4 + 2e-10), CqPoint2D(1 - 2e-10, 2.0),
+          CqPoint2D(2.0, 2 - 2e-10), CqPoint2D(kNaN, 3.0)})
         EXPECT_FALSE(rect.fnPtInRect(outside)) << outside.m_X << " " << outside.m_Y;
     // The reach is strict, and taken from each edge.
     EXPECT_FALSE(CqRect2D(0, 0, 1, 1).fnPtInRect({-1e-10, 0.5}));

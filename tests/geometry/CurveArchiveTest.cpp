@@ -1,10 +1,12 @@
+#include "platforms/posix/posix.h"
 #include "q32Base/framework/CArchive.h"
 #include "q32Base/geometry/CqCubicBezier2D.h"
 #include "q32Base/image/CqColor.h"
 #include "tests/geometry/GeometryTestTools.h"
-#include "tests/support/FakePlatform.h"
 
+#include <cstdio>
 #include <cstring>
+#include <string>
 
 namespace {
 
@@ -73,28 +75,33 @@ TEST(CurveArchive, LeavesTheCurveWhenItEndsEarly) {
     }
 }
 
-TEST(CurveArchive, GoesThroughAFile) {
-    CqFakeWorld world;
+TEST(CurveArchive, GoesThroughARealFile) {
+    q32::fnSetPlatform(q32PosixPlatform());
+    const std::string name = ::testing::TempDir() + "q32BaseCurve.bin";
     {
-        CFile file("C:\\curve.bin", CFile::modeCreate | CFile::modeWrite);
+        CFile file(name.c_str(), CFile::modeCreate | CFile::modeWrite);
         CArchive archive(&file, CArchive::store);
         CqColor color(1, 2, 3, 4);
         color.fnSerialize(archive);
         CqCubicBezier2D curve = fnSample();
         curve.fnSerialize(archive);
         archive.Close();
+        EXPECT_EQ(file.GetLength(), 68u);
         file.Close();
     }
-    EXPECT_EQ(world.m_pFiles->m_Texts["C:\\curve.bin"].size(), 68u);
-    CFile file("C:\\curve.bin", CFile::modeRead);
-    CArchive archive(&file, CArchive::load);
-    CqColor color;
-    CqCubicBezier2D curve;
-    color.fnSerialize(archive);
-    curve.fnSerialize(archive);
-    EXPECT_TRUE(color == CqColor(1, 2, 3, 4));
-    for (int i = 0; i < 4; ++i)
-        EXPECT_BITS(curve.m_Points[i], fnSample().m_Points[i]);
+    {
+        CFile file(name.c_str(), CFile::modeRead);
+        CArchive archive(&file, CArchive::load);
+        CqColor color;
+        CqCubicBezier2D curve;
+        color.fnSerialize(archive);
+        curve.fnSerialize(archive);
+        EXPECT_TRUE(color == CqColor(1, 2, 3, 4));
+        for (int i = 0; i < 4; ++i)
+            EXPECT_BITS(curve.m_Points[i], fnSample().m_Points[i]);
+    }
+    std::remove(name.c_str());
+    q32::fnClearPlatform();
 }
 
 TEST(CurveArchive, HoldsAColourInFourBytesAlphaFirst) {

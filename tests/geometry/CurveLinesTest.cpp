@@ -1,5 +1,4 @@
 #include "q32Base/geometry/CqCubicBezier2D.h"
-
 #include "tests/geometry/CurveTestTools.h"
 #include "tests/support/FailingAllocator.h"
 

@@ -34,8 +34,8 @@ inline void fnPlainHalve(const Points& p, Points& left, Points& right) {
         return CqPoint2D(rule(x), rule(y));
     };
     if (p.size() == 3) {
-        const CqPoint2D m = each(
-            [](const double* v) { return ((v[2] + v[1]) * 0.5 + (v[1] + v[0]) * 0.5) * 0.5; });
+        const CqPoint2D m =
+            each([](const double* v) { return ((v[2] + v[1]) * 0.5 + (v[1] + v[0]) * 0.5) * 0.5; });
         left = {p[0], each([](const double* v) { return (v[1] + v[0]) * 0.5; }), m};
         right = {m, each([](const double* v) { return (v[2] + v[1]) * 0.5; }), p[2]};
         return;

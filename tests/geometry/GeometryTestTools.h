@@ -21,9 +21,8 @@ inline ::testing::AssertionResult fnSameBits(double a, double b) {
     if (std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b) ||
         (std::isnan(a) && std::isnan(b)))
         return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure()
-           << std::hexfloat << a << " is not " << b << std::defaultfloat << " (" << a << ", " << b
-           << ")";
+    return ::testing::AssertionFailure() << std::hexfloat << a << " is not " << b
+                                         << std::defaultfloat << " (" << a << ", " << b << ")";
 }
 inline ::testing::AssertionResult fnSameBits(const CqPoint2D& a, const CqPoint2D& b) {
     const auto x = fnSameBits(a.m_X, b.m_X);
