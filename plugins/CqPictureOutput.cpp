@@ -29,7 +29,7 @@ CqPictureOutput::~CqPictureOutput() {
 
 void CqPictureOutput::fnCreate() {
     CqFileMode mode;
-    mode.m_bWrite = mode.m_bNew = mode.m_bExclusive = true;
+    mode.m_bWrite = mode.m_bCreate = mode.m_bNew = mode.m_bExclusive = true;
     CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
     CString name;
     for (int i = 0; i < kMaxNames; ++i) {

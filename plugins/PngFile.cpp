@@ -77,12 +77,13 @@ public:
 
     template <typename Call>
     void fnCall(const Call& call) {
-        if (fnGuardJump(m_State.m_Jump, call))
-            return;
+        const bool done = fnGuardJump(m_State.m_Jump, call);
+        // Out of memory for what it thinks it can do without, libpng just warns.
         if (m_State.m_bNoMemory)
             throw CqPictureFailure{PICTURE_NO_MEMORY};
-        throw CqPictureFailure{m_State.m_pInput->fnHasFailed() ? PICTURE_CANNOT_READ
-                                                               : PICTURE_CORRUPTED};
+        if (!done)
+            throw CqPictureFailure{m_State.m_pInput->fnHasFailed() ? PICTURE_CANNOT_READ
+                                                                   : PICTURE_CORRUPTED};
     }
 
     void fnOpen();
@@ -249,8 +250,11 @@ public:
 private:
     template <typename Call>
     void fnCall(const Call& call) {
-        if (!fnGuardJump(m_State.m_Jump, call))
-            throw CqPictureFailure{m_State.m_bNoMemory ? PICTURE_NO_MEMORY : PICTURE_CANNOT_SAVE};
+        const bool done = fnGuardJump(m_State.m_Jump, call);
+        if (m_State.m_bNoMemory)
+            throw CqPictureFailure{PICTURE_NO_MEMORY};
+        if (!done)
+            throw CqPictureFailure{PICTURE_CANNOT_SAVE};
     }
     void fnDescribe(const CqPictureSource& source);
 

@@ -110,7 +110,7 @@ TEST_F(PictureFile, ALargePictureIsReadIntoAScratchFileAndWrittenFromIt) {
 TEST_F(PictureFile, NoRoomForThePixelsIsOutOfMemory) {
     const auto image = fnMakeNoise(300, 260, 24, 5);
     ASSERT_EQ(fnWrite(*image, PICTURE_PNG).m_nMsgId, 0);
-    q32GetVMPolicy()->fnSetRamLimit(1000);
+    q32GetVMPolicy()->fnSetRamLimit(q32GetVMPolicy()->fnGetRamUsed() + 1000);
     q32GetVMPolicy()->fnEnableDisk(0, false);
     fnExpectRefused(-1);
 }

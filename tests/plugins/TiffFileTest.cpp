@@ -202,7 +202,7 @@ TEST_F(TiffFile, LuminanceAndChromaBecomeColours) {
         tiff.m_nPhotometric = PHOTOMETRIC_YCBCR;
         tiff.m_nRowsPerStrip = 8;
         tiff.m_nTileWidth = tiled ? 32 : 0;
-        tiff.m_nTileHeight = 16;
+        tiff.m_nTileHeight = 32;
         tiff.m_MoreTags = [](void* file) {
             TIFFSetField(static_cast<TIFF*>(file), TIFFTAG_YCBCRSUBSAMPLING, 1, 1);
         };
