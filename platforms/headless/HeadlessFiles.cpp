@@ -154,6 +154,10 @@ std::unique_ptr<CqFileStream> CqHeadlessFiles::fnOpen(const char* name, const Cq
         cause = FILE_CAUSE_GENERIC;
         return nullptr;
     }
+    if (mode.m_bNew && fnExists(name)) {
+        cause = FILE_CAUSE_ACCESS_DENIED;
+        return nullptr;
+    }
     CqHeadlessFilePtr file = m_pDisks->fnOpen(name, mode.m_bCreate, mode.m_bExclusive, cause);
     if (file && mode.m_bCreate)
         cause = m_pDisks->fnResize(*file, 0);
@@ -162,6 +166,21 @@ std::unique_ptr<CqFileStream> CqHeadlessFiles::fnOpen(const char* name, const Cq
         file = nullptr;
     }
     return file ? std::make_unique<Stream>(m_pDisks, std::move(file), mode, m_pStream) : nullptr;
+}
+
+CQ_FILE_CAUSE CqHeadlessFiles::fnReplace(const char* from, const char* to) {
+    if (!m_Replace.fnPass())
+        return FILE_CAUSE_HARD_IO;
+    if (m_pDisks->fnFindOpen(from) || m_pDisks->fnFindOpen(to))
+        return FILE_CAUSE_SHARING_VIOLATION;
+    if (m_pDisks->fnIsDirectory(to))
+        return FILE_CAUSE_ACCESS_DENIED;
+    const auto bytes = m_pDisks->fnGetFile(from);
+    if (!bytes)
+        return FILE_CAUSE_NOT_FOUND;
+    // Nobody looks on in between, so the whole may have parts.
+    const bool done = m_pDisks->fnPutFile(to, *bytes) && m_pDisks->fnDelete(from);
+    return done ? FILE_CAUSE_NONE : FILE_CAUSE_GENERIC;
 }
 
 bool CqHeadlessFiles::fnReadText(const char* name, std::string& text) {

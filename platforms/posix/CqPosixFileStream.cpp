@@ -17,7 +17,7 @@ constexpr mode_t kNewFileMode = 0666; // less what the user's mask takes away
 int fnFlags(const CqFileMode& mode) {
     // Emptying a file needs write access, whatever the stream may do then.
     if (mode.m_bCreate)
-        return O_RDWR | O_CREAT;
+        return O_RDWR | O_CREAT | (mode.m_bNew ? O_EXCL | O_NOFOLLOW : 0);
     if (mode.m_bWrite)
         return mode.m_bRead ? O_RDWR : O_WRONLY;
     return O_RDONLY;

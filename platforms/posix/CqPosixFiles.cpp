@@ -5,6 +5,7 @@
 #include "platforms/posix/FileAccess.h"
 #include "platforms/posix/Path.h"
 #include "platforms/posix/posix.h"
+#include "platforms/posix/ReplaceFile.h"
 #include "platforms/posix/TextFile.h"
 
 #include <algorithm>
@@ -169,6 +170,10 @@ bool CqPosixFiles::fnGetClusters(const char* path, CqDiskClusters& clusters) {
 std::unique_ptr<CqFileStream> CqPosixFiles::fnOpen(const char* name, const CqFileMode& mode,
                                                    CQ_FILE_CAUSE& cause) {
     return CqPosixFileStream::fnOpen(fnNative(name).c_str(), mode, cause);
+}
+
+CQ_FILE_CAUSE CqPosixFiles::fnReplace(const char* from, const char* to) {
+    return fnReplaceFile(fnNative(from), fnNative(to));
 }
 
 bool CqPosixFiles::fnReadText(const char* name, std::string& text) {

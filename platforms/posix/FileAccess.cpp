@@ -35,6 +35,7 @@ CQ_FILE_CAUSE fnFileCause(int error) {
     case EPERM:
     case EROFS:
     case EISDIR:
+    case EEXIST:
         return FILE_CAUSE_ACCESS_DENIED;
     case EBADF:
         return FILE_CAUSE_INVALID;

@@ -1,11 +1,10 @@
 #include "platforms/posix/TextFile.h"
 
 #include "platforms/posix/FileAccess.h"
-#include "platforms/posix/Path.h"
+#include "platforms/posix/ReplaceFile.h"
 
 #include <algorithm>
 #include <chrono>
-#include <climits>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -16,26 +15,7 @@ namespace q32::posix {
 namespace {
 
 constexpr mode_t kNewTextMode = 0600;
-constexpr int kMaxLinks = 40; // as many as the system follows
-
 constexpr std::chrono::milliseconds kLockPause{2};
-
-/// Where a path leads when links at its end are followed, also to a file that is not there yet.
-bool fnFollow(std::string& path) {
-    for (int link = 0; link < kMaxLinks; ++link) {
-        char target[PATH_MAX];
-        const ssize_t length = ::readlink(path.c_str(), target, sizeof target);
-        if (length < 0)
-            return errno == EINVAL || errno == ENOENT; // no link, or nothing yet
-        const std::string leadsTo(target, static_cast<std::size_t>(length));
-        if (leadsTo.starts_with('/'))
-            path = leadsTo;
-        else
-            path = fnSplitPath(path).m_Directory.append("/").append(leadsTo);
-    }
-    errno = ELOOP;
-    return false;
-}
 
 Descriptor fnHoldLock(const std::string& path, std::chrono::milliseconds patience) {
     Descriptor lock =
@@ -69,34 +49,17 @@ public:
     Replacement(const Replacement&) = delete;
     Replacement& operator=(const Replacement&) = delete;
 
-    /// Takes over the mode, and the owner as far as the caller may give files away.
-    bool fnKeepFacts(const struct stat& old) {
-        const int fd = m_File.fnGet();
-        if (::fchown(fd, old.st_uid, old.st_gid) != 0 && errno != EPERM)
-            return false;
-        return ::fchmod(fd, old.st_mode & 07777) == 0;
-    }
-
     bool fnFill(const std::string& text) {
         return fnWriteAt(m_File, text.data(), text.size(), 0) &&
                fnRetry([&] { return ::fsync(m_File.fnGet()); }) == 0 && m_File.fnClose();
     }
 
     bool fnTakePlace() {
-        if (::rename(m_New.c_str(), m_Path.c_str()) != 0)
-            return false;
-        m_bStands = false;
-        // The text is in force for every reader from here on; a directory that can't be written
-        // through now would not make that undone.
-        const Descriptor directory(fnRetry([&] {
-            return ::open(fnSplitPath(m_Path).m_Directory.c_str(),
-                          O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        }));
-        if (directory)
-            fnRetry([&] { return ::fsync(directory.fnGet()); });
-        return true;
+        m_bStands = !fnRename(m_New, m_Path);
+        return !m_bStands;
     }
 
+    const Descriptor& fnGetFile() const { return m_File; }
     explicit operator bool() const { return m_bStands; }
 
 private:
@@ -163,8 +126,8 @@ bool fnUpdateTextFile(const std::string& path, std::chrono::milliseconds patienc
     }
 
     Replacement replacement(target);
-    return replacement && (!exists || replacement.fnKeepFacts(old)) && replacement.fnFill(text) &&
-           replacement.fnTakePlace();
+    return replacement && (!exists || fnKeepFacts(replacement.fnGetFile(), old)) &&
+           replacement.fnFill(text) && replacement.fnTakePlace();
 }
 
 } // namespace q32::posix
