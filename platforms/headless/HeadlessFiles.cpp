@@ -141,11 +141,11 @@ bool CqHeadlessFiles::fnGetInfo(const char* name, bool exclusive, CqFileInfo& in
 }
 
 bool CqHeadlessFiles::fnGetSpace(const char* path, CqDiskSpace& space) {
-    return m_GetSpace.fnPass() && m_pDisks->fnGetSpace(path, space);
+    return m_GetSpace.fnPass() && *path && m_pDisks->fnGetSpace(path, space);
 }
 
 bool CqHeadlessFiles::fnGetClusters(const char* path, CqDiskClusters& clusters) {
-    return m_GetClusters.fnPass() && m_pDisks->fnGetClusters(path, clusters);
+    return m_GetClusters.fnPass() && *path && m_pDisks->fnGetClusters(path, clusters);
 }
 
 std::unique_ptr<CqFileStream> CqHeadlessFiles::fnOpen(const char* name, const CqFileMode& mode,
@@ -158,14 +158,20 @@ std::unique_ptr<CqFileStream> CqHeadlessFiles::fnOpen(const char* name, const Cq
         cause = FILE_CAUSE_ACCESS_DENIED;
         return nullptr;
     }
-    CqHeadlessFilePtr file = m_pDisks->fnOpen(name, mode.m_bCreate, mode.m_bExclusive, cause);
-    if (file && mode.m_bCreate)
-        cause = m_pDisks->fnResize(*file, 0);
-    if (file && cause != FILE_CAUSE_NONE) {
+    const CqHeadlessFilePtr file = m_pDisks->fnOpen(name, mode.m_bCreate, mode.m_bExclusive, cause);
+    if (!file)
+        return nullptr;
+    try {
+        if (mode.m_bCreate)
+            cause = m_pDisks->fnResize(*file, 0);
+        if (cause == FILE_CAUSE_NONE)
+            return std::make_unique<Stream>(m_pDisks, file, mode, m_pStream);
+    } catch (...) {
         m_pDisks->fnClose(file);
-        file = nullptr;
+        throw;
     }
-    return file ? std::make_unique<Stream>(m_pDisks, std::move(file), mode, m_pStream) : nullptr;
+    m_pDisks->fnClose(file);
+    return nullptr;
 }
 
 CQ_FILE_CAUSE CqHeadlessFiles::fnReplace(const char* from, const char* to) {

@@ -82,7 +82,7 @@ CqFileHandle CqHeadlessScratch::fnReopen(CqFileHandle file, const char* name) no
         return kNoFile;
     try {
         const CqFileHandle handle = fnOpenHandle(name);
-        if (handle == kNoFile || m_Files[handle] == old)
+        if (handle == kNoFile || m_Files[handle]->m_szName == old->m_szName)
             return handle;
         fnCloseHandle(handle, "");
     } catch (const std::bad_alloc&) {
