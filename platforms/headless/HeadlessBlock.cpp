@@ -24,7 +24,7 @@ CqHeadlessBlock& CqHeadlessBlock::operator=(CqHeadlessBlock&& other) noexcept {
 bool CqHeadlessBlock::fnResize(std::size_t size, bool spare) {
     if (size > m_nCapacity) {
         const std::size_t wanted = spare ? std::max(size, m_nCapacity + m_nCapacity / 2) : size;
-        if (wanted > SIZE_MAX - 2 * kPage)
+        if (wanted > kMost)
             return false;
         // calloc, not aligned_alloc: the system hands large blocks out zeroed without touching
         // them.

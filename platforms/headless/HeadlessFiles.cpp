@@ -141,11 +141,11 @@ bool CqHeadlessFiles::fnGetInfo(const char* name, bool exclusive, CqFileInfo& in
 }
 
 bool CqHeadlessFiles::fnGetSpace(const char* path, CqDiskSpace& space) {
-    return m_GetSpace.fnPass() && m_pDisks->fnGetSpace(path, space);
+    return m_GetSpace.fnPass() && *path && m_pDisks->fnGetSpace(path, space);
 }
 
 bool CqHeadlessFiles::fnGetClusters(const char* path, CqDiskClusters& clusters) {
-    return m_GetClusters.fnPass() && m_pDisks->fnGetClusters(path, clusters);
+    return m_GetClusters.fnPass() && *path && m_pDisks->fnGetClusters(path, clusters);
 }
 
 std::unique_ptr<CqFileStream> CqHeadlessFiles::fnOpen(const char* name, const CqFileMode& mode,
@@ -154,14 +154,39 @@ std::unique_ptr<CqFileStream> CqHeadlessFiles::fnOpen(const char* name, const Cq
         cause = FILE_CAUSE_GENERIC;
         return nullptr;
     }
-    CqHeadlessFilePtr file = m_pDisks->fnOpen(name, mode.m_bCreate, mode.m_bExclusive, cause);
-    if (file && mode.m_bCreate)
-        cause = m_pDisks->fnResize(*file, 0);
-    if (file && cause != FILE_CAUSE_NONE) {
-        m_pDisks->fnClose(file);
-        file = nullptr;
+    if (mode.m_bNew && fnExists(name)) {
+        cause = FILE_CAUSE_ACCESS_DENIED;
+        return nullptr;
     }
-    return file ? std::make_unique<Stream>(m_pDisks, std::move(file), mode, m_pStream) : nullptr;
+    const CqHeadlessFilePtr file = m_pDisks->fnOpen(name, mode.m_bCreate, mode.m_bExclusive, cause);
+    if (!file)
+        return nullptr;
+    try {
+        if (mode.m_bCreate)
+            cause = m_pDisks->fnResize(*file, 0);
+        if (cause == FILE_CAUSE_NONE)
+            return std::make_unique<Stream>(m_pDisks, file, mode, m_pStream);
+    } catch (...) {
+        m_pDisks->fnClose(file);
+        throw;
+    }
+    m_pDisks->fnClose(file);
+    return nullptr;
+}
+
+CQ_FILE_CAUSE CqHeadlessFiles::fnReplace(const char* from, const char* to) {
+    if (!m_Replace.fnPass())
+        return FILE_CAUSE_HARD_IO;
+    if (m_pDisks->fnFindOpen(from) || m_pDisks->fnFindOpen(to))
+        return FILE_CAUSE_SHARING_VIOLATION;
+    if (m_pDisks->fnIsDirectory(to))
+        return FILE_CAUSE_ACCESS_DENIED;
+    const auto bytes = m_pDisks->fnGetFile(from);
+    if (!bytes)
+        return FILE_CAUSE_NOT_FOUND;
+    // Nobody looks on in between, so the whole may have parts.
+    const bool done = m_pDisks->fnPutFile(to, *bytes) && m_pDisks->fnDelete(from);
+    return done ? FILE_CAUSE_NONE : FILE_CAUSE_GENERIC;
 }
 
 bool CqHeadlessFiles::fnReadText(const char* name, std::string& text) {

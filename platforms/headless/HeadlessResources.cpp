@@ -20,11 +20,9 @@ q32::ResName fnToName(CqResourceId id) {
 } // namespace
 
 CqHeadlessResources::CqHeadlessResources(UINT codePage) : m_nCodePage(codePage) {
-    const HINSTANCE library = fnGetLibraryModule();
-    m_Modules[library];
-    m_Order.push_back(library);
+    m_Modules[q32::fnModuleInstance()];
+    fnAdd(q32::fnModuleInstance(), RT_VERSION_ID, WORD{1}, q32::fnBuildVersionResource());
     fnAddModule();
-    fnAdd(library, RT_VERSION_ID, WORD{1}, q32::fnBuildVersionResource());
 }
 
 HINSTANCE CqHeadlessResources::fnToHandle(std::size_t number) {
@@ -35,7 +33,7 @@ HINSTANCE CqHeadlessResources::fnToHandle(std::size_t number) {
 HINSTANCE CqHeadlessResources::fnAddModule() {
     const HINSTANCE handle = fnToHandle(m_nNextModule++);
     m_Modules[handle];
-    m_Order.insert(m_Order.empty() ? m_Order.end() : m_Order.end() - 1, handle);
+    m_Order.push_back(handle);
     return handle;
 }
 
@@ -88,9 +86,9 @@ bool CqHeadlessResources::fnAddCompiled(HINSTANCE module, std::string_view file)
 
 std::vector<CqHeadlessResources::Module*> CqHeadlessResources::fnGetModules(HINSTANCE module) {
     std::vector<Module*> modules;
-    for (const HINSTANCE handle : m_Order)
-        if (!module || handle == module)
-            modules.push_back(&m_Modules[handle]);
+    for (const HINSTANCE handle : module ? std::vector{module} : m_Order)
+        if (const auto found = m_Modules.find(handle); found != m_Modules.end())
+            modules.push_back(&found->second);
     return modules;
 }
 

@@ -54,7 +54,7 @@ private:
         std::map<UINT, std::string> m_Strings;
     };
     static HINSTANCE fnToHandle(std::size_t number);
-    /// The module, or all of them in their order for null.
+    /// The module, or all of the host's in their order for null.
     std::vector<Module*> fnGetModules(HINSTANCE module);
 
     std::map<HINSTANCE, Module> m_Modules;

@@ -32,13 +32,13 @@ public:
     bool fnCreateName(const char* directory, const char* prefix, std::string& name) override;
     CqFileHandle fnOpen(const char* name) override;
     bool fnSetSize(CqFileHandle file, std::uint32_t size) override;
-    CqFileHandle fnReopen(CqFileHandle file, const char* name) override;
-    void fnClose(CqFileHandle file) override;
+    CqFileHandle fnReopen(CqFileHandle file, const char* name) noexcept override;
+    void fnClose(CqFileHandle file) noexcept override;
     CqMappingHandle fnCreateMapping(CqFileHandle file, std::uint32_t size) override;
-    void fnCloseMapping(CqMappingHandle mapping) override;
+    void fnCloseMapping(CqMappingHandle mapping) noexcept override;
     void* fnMapView(CqMappingHandle mapping, std::uint32_t size) override;
-    void fnUnmapView(void* address, std::uint32_t size) override;
-    bool fnDelete(const char* name) override;
+    void fnUnmapView(void* address, std::uint32_t size) noexcept override;
+    bool fnDelete(const char* name) noexcept override;
 
 private:
     struct Mapping {

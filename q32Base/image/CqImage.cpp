@@ -86,6 +86,19 @@ void CqImage::fnSetBuf(CqTileMap* map) {
     TilesDown = map->TilesDown;
 }
 
+void CqImage::fnSwapBuf(CqImage& other) noexcept {
+    std::swap(TileMap, other.TileMap);
+    std::swap(Width, other.Width);
+    std::swap(Height, other.Height);
+    std::swap(BitCount, other.BitCount);
+    std::swap(BytesPerPixel, other.BytesPerPixel);
+    std::swap(RowBytes, other.RowBytes);
+    std::swap(PaletteCount, other.PaletteCount);
+    std::swap(TileCount, other.TileCount);
+    std::swap(TilesAcross, other.TilesAcross);
+    std::swap(TilesDown, other.TilesDown);
+}
+
 void CqImage::fnAlloc(unsigned int width, unsigned int height, unsigned int bitCount,
                       const RGBQUAD* palette, unsigned int count) {
     if (TileMap && TileMap->Width == width && TileMap->Height == height &&

@@ -75,6 +75,9 @@ public:
     /// unless that is 0. Raises the resource exception when it is missing or can't be read.
     virtual void fnLoad(int id, unsigned int depth);
 
+    /// Exchanges the storage of two images; either may be without. All other fields stay.
+    void fnSwapBuf(CqImage& other) noexcept;
+
     /// Makes the image's palette a screen palette; what `palette` held is deleted.
     void fnGetPalette(CPalette& palette);
     /// Copies palette entries out, cut to those that exist. Returns the count.

@@ -34,6 +34,7 @@ struct CqFileMode {
     bool m_bWrite = false;
     bool m_bCreate = false;    ///< a file that stands there is emptied
     bool m_bExclusive = false; ///< nobody else may have it open
+    bool m_bNew = false;       ///< with `m_bCreate`: refused if anything stands there
 };
 
 /// An open file: bytes at a position. Closing is the destructor's work, unless `fnClose` was called
@@ -94,12 +95,22 @@ public:
 
     /// Whether disks are to be asked by `fnGetSpace`; otherwise by `fnGetClusters`.
     virtual bool fnHasWideSpaceQuery() = 0;
+    /// Space of the volume that holds `path`. Where the root of a path is its directory (the root
+    /// of
+    /// "/srv/scratch\" is all of it), one that does not stand yet has the space of the volume that
+    /// it would be made on; elsewhere it fails. An empty path fails.
     virtual bool fnGetSpace(const char* path, CqDiskSpace& space) = 0;
     virtual bool fnGetClusters(const char* path, CqDiskClusters& clusters) = 0;
 
     /// Opens a file. Null with the cause on failure.
     virtual std::unique_ptr<CqFileStream> fnOpen(const char* name, const CqFileMode& mode,
                                                  CQ_FILE_CAUSE& cause) = 0;
+
+    /// Gives a closed file the name `to`, at once and as a whole, with its bytes safe on the disk;
+    /// a file that stands there goes, and leaves its place and rights. Both names lie in one
+    /// directory. The cause on failure, which it is too that the file there is open or may not be
+    /// written; both are then as they were.
+    virtual CQ_FILE_CAUSE fnReplace(const char* from, const char* to) = 0;
 
     /// Reads a whole small text file. False when it is missing or unreadable.
     virtual bool fnReadText(const char* name, std::string& text) = 0;

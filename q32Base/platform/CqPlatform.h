@@ -43,7 +43,7 @@ Q32_API void q32SetMessageService(std::shared_ptr<CqMessageService> messages);
 namespace q32 {
 
 /// The platform in force. Only between attach and detach.
-const CqPlatform& fnPlatform();
+Q32_API const CqPlatform& fnPlatform();
 /// Whether a platform is in force.
 bool fnHasPlatform();
 /// Puts a platform in force, or takes it out. The module's start and stop alone call this.

@@ -16,7 +16,8 @@ inline constexpr CqMappingHandle kNoMapping = 0;
 /// Temporary files that are mapped into memory: the home of buffers that do not fit into RAM.
 /// One file goes through `fnCreateName`, `fnOpen`, `fnSetSize`, `fnReopen`, `fnCreateMapping`,
 /// `fnMapView`, and back through `fnUnmapView`, `fnCloseMapping`, `fnClose`, `fnDelete`.
-/// Called on the host's thread. May throw std::bad_alloc; all else is told by the result.
+/// Called on the host's thread. What takes something may throw std::bad_alloc; what gives it back
+/// never throws, and does its work also when memory has run out. All else is told by the result.
 class Q32_API CqScratchService {
 public:
     virtual ~CqScratchService() = default;
@@ -36,21 +37,21 @@ public:
 
     /// Closes the file and opens the same file anew, as it stands on the disk. `kNoFile` when it is
     /// gone or is another one; the old handle is closed in any case.
-    virtual CqFileHandle fnReopen(CqFileHandle file, const char* name) = 0;
+    virtual CqFileHandle fnReopen(CqFileHandle file, const char* name) noexcept = 0;
 
-    virtual void fnClose(CqFileHandle file) = 0;
+    virtual void fnClose(CqFileHandle file) noexcept = 0;
 
     /// A mapping of the first `size` bytes of the file, for reading and writing. `kNoMapping` on
     /// failure, which includes a file shorter than that, and a size of 0.
     virtual CqMappingHandle fnCreateMapping(CqFileHandle file, std::uint32_t size) = 0;
 
-    virtual void fnCloseMapping(CqMappingHandle mapping) = 0;
+    virtual void fnCloseMapping(CqMappingHandle mapping) noexcept = 0;
 
     /// The whole mapping as memory, page-aligned. Null on failure.
     virtual void* fnMapView(CqMappingHandle mapping, std::uint32_t size) = 0;
 
-    virtual void fnUnmapView(void* address, std::uint32_t size) = 0;
+    virtual void fnUnmapView(void* address, std::uint32_t size) noexcept = 0;
 
     /// Deletes a file by its name; a bare name is looked for in the current directory.
-    virtual bool fnDelete(const char* name) = 0;
+    virtual bool fnDelete(const char* name) noexcept = 0;
 };

@@ -105,6 +105,43 @@ TEST_P(FileContract, WritingBeyondTheEndFillsWithZeros) {
     EXPECT_EQ(fnRead(*fnOpen(name, kRead), 100), std::string("\0\0\0\0\0z", 6));
 }
 
+TEST_P(FileContract, ANewFileIsRefusedWhereAnythingStands) {
+    const std::string name = fnName("a.txt");
+    constexpr CqFileMode kNew{true, true, true, false, true};
+    EXPECT_NE(fnOpen(name, kNew), nullptr);
+    EXPECT_EQ(fnOpen(name, kNew, FILE_CAUSE_ACCESS_DENIED), nullptr);
+    ASSERT_NO_FATAL_FAILURE(fnWrite(name, "kept"));
+    EXPECT_EQ(fnOpen(name, kNew, FILE_CAUSE_ACCESS_DENIED), nullptr);
+    EXPECT_EQ(fnRead(*fnOpen(name, kRead), 100), "kept");
+    EXPECT_EQ(fnOpen(m_World.m_szDirectory, kNew, FILE_CAUSE_ACCESS_DENIED), nullptr);
+}
+
+TEST_P(FileContract, AFileTakesAnotherOnesPlaceOrAFreeOne) {
+    const std::string from = fnName("new.txt");
+    const std::string to = fnName("old.txt");
+    for (const char* text : {"first", "second"}) {
+        ASSERT_NO_FATAL_FAILURE(fnWrite(from, text));
+        EXPECT_EQ(m_Files.fnReplace(from.c_str(), to.c_str()), FILE_CAUSE_NONE);
+        EXPECT_FALSE(m_Files.fnExists(from.c_str()));
+        EXPECT_EQ(fnRead(*fnOpen(to, kRead), 100), text);
+    }
+}
+
+TEST_P(FileContract, AReplacementThatFailsLeavesBothFiles) {
+    const std::string from = fnName("new.txt");
+    const std::string to = fnName("old.txt");
+    ASSERT_NO_FATAL_FAILURE(fnWrite(to, "old"));
+    EXPECT_EQ(m_Files.fnReplace(from.c_str(), to.c_str()), FILE_CAUSE_NOT_FOUND);
+    ASSERT_NO_FATAL_FAILURE(fnWrite(from, "new"));
+    {
+        const auto held = fnOpen(to, CqFileMode{true, true, false, true});
+        EXPECT_EQ(m_Files.fnReplace(from.c_str(), to.c_str()), FILE_CAUSE_SHARING_VIOLATION);
+    }
+    EXPECT_NE(m_Files.fnReplace(from.c_str(), m_World.m_szDirectory.c_str()), FILE_CAUSE_NONE);
+    EXPECT_EQ(fnRead(*fnOpen(to, kRead), 100), "old");
+    EXPECT_EQ(fnRead(*fnOpen(from, kRead), 100), "new");
+}
+
 TEST_P(FileContract, AClosedStreamFails) {
     const std::string name = fnName("a.txt");
     const auto stream = fnOpen(name, kCreate);
@@ -193,7 +230,7 @@ TEST_P(FileContract, ADiskHasRoomAndNoMoreThanItsSize) {
     ASSERT_TRUE(m_Files.fnGetSpace(m_World.m_szDirectory.c_str(), space));
     EXPECT_GT(space.m_nAvailable, 0u);
     EXPECT_LE(space.m_nAvailable, space.m_nTotal);
-    EXPECT_FALSE(m_Files.fnGetSpace(fnName("missing\\").c_str(), space));
+    EXPECT_FALSE(m_Files.fnGetSpace("", space));
     CqDiskClusters clusters;
     ASSERT_TRUE(m_Files.fnGetClusters(m_World.m_szDirectory.c_str(), clusters));
     EXPECT_GT(clusters.m_nBytesPerSector * clusters.m_nSectorsPerCluster, 0u);

@@ -43,6 +43,7 @@ public:
     bool fnGetClusters(const char*, CqDiskClusters&) override { return false; }
     std::unique_ptr<CqFileStream> fnOpen(const char* name, const CqFileMode& mode,
                                          CQ_FILE_CAUSE& cause) override;
+    CQ_FILE_CAUSE fnReplace(const char*, const char*) override { return FILE_CAUSE_GENERIC; }
 
     bool fnReadText(const char* name, std::string& text) override {
         ++m_nReads;

@@ -1,0 +1,80 @@
+/// @file
+/// The terminal as the user's end of the gallery: a line of progress, the Esc key, messages.
+#pragma once
+
+#include "plugins/PictureFile.h"
+#include "q32Base/platform/CqKeyboardService.h"
+#include "q32Base/platform/CqMessageService.h"
+
+#include <deque>
+#include <memory>
+#include <string>
+
+/// The keys of the terminal that the program runs in. For its life the terminal hands keys over one
+/// by one, without showing them; it goes back to its former state at the end, and when a signal
+/// ends the program. Without a terminal there are no keys.
+class TerminalKeyboard : public CqKeyboardService {
+public:
+    TerminalKeyboard();
+    ~TerminalKeyboard() override;
+    TerminalKeyboard(const TerminalKeyboard&) = delete;
+    TerminalKeyboard& operator=(const TerminalKeyboard&) = delete;
+
+    /// A terminal tells presses alone, so no key is ever known to be down.
+    bool fnIsKeyDown(int) override { return false; }
+    bool fnIsKeyDownNow(int) override { return false; }
+    /// Each press is one WM_CHAR. The sequences that arrow and function keys send are no presses of
+    /// Esc; they are dropped.
+    bool fnTakeKeyMessage(CqKeyMessage& message) override;
+
+private:
+    void fnDrain();
+
+    std::deque<unsigned char> m_Keys;
+};
+
+/// Shows the library's messages as lines on the terminal; all else goes to another service.
+class TerminalMessages : public CqMessageService {
+public:
+    explicit TerminalMessages(std::shared_ptr<CqMessageService> next) : m_pNext(std::move(next)) {}
+
+    int fnShowBox(const char* text, UINT style, const char* caption) override;
+    DWORD fnGetLastError() override { return m_pNext->fnGetLastError(); }
+    bool fnFormatError(DWORD code, std::string& text) override {
+        return m_pNext->fnFormatError(code, text);
+    }
+
+private:
+    std::shared_ptr<CqMessageService> m_pNext;
+};
+
+/// Thrown when the user wants no more: Esc, or a signal to end.
+struct Aborted {};
+
+/// One line of progress, rewritten in place. Not shown where the output is no terminal.
+class ProgressLine : public CqPictureProgress {
+public:
+    explicit ProgressLine(CqKeyboardService& keyboard);
+    ~ProgressLine() override { fnClear(); }
+    ProgressLine(const ProgressLine&) = delete;
+    ProgressLine& operator=(const ProgressLine&) = delete;
+
+    /// What is being done from now on.
+    void fnBegin(std::string what);
+    /// Shows the percentage; throws Aborted when the user wants no more.
+    void fnTell(unsigned int percent);
+    /// The same for picture files.
+    void fnOnProgress(unsigned int percent, bool& aborted) override;
+    /// Wipes the line.
+    void fnClear();
+
+private:
+    void fnShow(unsigned int percent);
+    bool fnIsUnwanted();
+
+    CqKeyboardService& m_Keyboard;
+    std::string m_What;
+    unsigned int m_nShown = 0;
+    bool m_bTerminal;
+    bool m_bAborted = false;
+};

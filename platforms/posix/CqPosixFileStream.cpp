@@ -1,0 +1,107 @@
+#include "platforms/posix/CqPosixFileStream.h"
+
+#include "platforms/posix/FileAccess.h"
+#include "platforms/posix/Path.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <utility>
+
+using namespace q32::posix;
+
+namespace {
+
+constexpr mode_t kNewFileMode = 0666; // less what the user's mask takes away
+
+int fnFlags(const CqFileMode& mode) {
+    // Emptying a file needs write access, whatever the stream may do then.
+    if (mode.m_bCreate)
+        return O_RDWR | O_CREAT | (mode.m_bNew ? O_EXCL | O_NOFOLLOW : 0);
+    if (mode.m_bWrite)
+        return mode.m_bRead ? O_RDWR : O_WRONLY;
+    return O_RDONLY;
+}
+
+/// Why a file could not be opened. The system tells a missing file and a missing directory alike;
+/// here only the first is "not found".
+CQ_FILE_CAUSE fnOpenCause(const char* path) {
+    const int error = errno;
+    if (error != ENOENT)
+        return fnFileCause(error);
+    const bool hasDirectory = ::access(fnSplitPath(path).m_Directory.c_str(), F_OK) == 0;
+    errno = error;
+    return hasDirectory ? FILE_CAUSE_NOT_FOUND : FILE_CAUSE_BAD_PATH;
+}
+
+/// Takes the stream's lock. A file system without locks is good enough for a stream that shares.
+bool fnLock(const Descriptor& file, bool exclusive) {
+    return fnTryLock(file, exclusive ? LOCK_EX : LOCK_SH) || (!exclusive && errno != EWOULDBLOCK);
+}
+
+} // namespace
+
+std::unique_ptr<CqFileStream> CqPosixFileStream::fnOpen(const char* path, const CqFileMode& mode,
+                                                        CQ_FILE_CAUSE& cause) {
+    cause = FILE_CAUSE_INVALID;
+    if (!mode.m_bRead && !mode.m_bWrite)
+        return nullptr;
+    Descriptor file = fnOpenRegular(path, fnFlags(mode), kNewFileMode);
+    // Emptied under the lock only: somebody may be at work on what stands there.
+    const bool open =
+        file && fnLock(file, mode.m_bExclusive) &&
+        (!mode.m_bCreate || fnRetry([&] { return ::ftruncate(file.fnGet(), 0); }) == 0);
+    cause = open ? FILE_CAUSE_NONE : fnOpenCause(path);
+    return open ? std::make_unique<CqPosixFileStream>(std::move(file), mode) : nullptr;
+}
+
+CqPosixFileStream::CqPosixFileStream(Descriptor file, const CqFileMode& mode)
+    : m_File(std::move(file)), m_Mode(mode) {}
+
+CQ_FILE_CAUSE CqPosixFileStream::fnRead(void* buffer, std::size_t count, std::size_t& done) {
+    done = 0;
+    if (!m_File)
+        return FILE_CAUSE_INVALID;
+    if (!m_Mode.m_bRead)
+        return FILE_CAUSE_ACCESS_DENIED;
+    const auto got = fnReadAt(m_File, buffer, count, m_nPosition);
+    if (!got)
+        return fnFileCause(errno);
+    done = *got;
+    m_nPosition += done;
+    return FILE_CAUSE_NONE;
+}
+
+CQ_FILE_CAUSE CqPosixFileStream::fnWrite(const void* buffer, std::size_t count) {
+    if (!m_File)
+        return FILE_CAUSE_INVALID;
+    if (!m_Mode.m_bWrite)
+        return FILE_CAUSE_ACCESS_DENIED;
+    if (!fnWriteAt(m_File, buffer, count, m_nPosition))
+        return fnFileCause(errno);
+    m_nPosition += count;
+    return FILE_CAUSE_NONE;
+}
+
+CQ_FILE_CAUSE CqPosixFileStream::fnSeek(std::uint64_t position) {
+    if (!m_File)
+        return FILE_CAUSE_INVALID;
+    if (position > static_cast<std::uint64_t>(INT64_MAX))
+        return FILE_CAUSE_BAD_SEEK;
+    m_nPosition = position;
+    return FILE_CAUSE_NONE;
+}
+
+CQ_FILE_CAUSE CqPosixFileStream::fnGetLength(std::uint64_t& length) {
+    struct stat facts {};
+    if (::fstat(m_File.fnGet(), &facts) != 0)
+        return fnFileCause(errno);
+    length = static_cast<std::uint64_t>(facts.st_size);
+    return FILE_CAUSE_NONE;
+}
+
+CQ_FILE_CAUSE CqPosixFileStream::fnClose() {
+    if (!m_File)
+        return FILE_CAUSE_INVALID;
+    return m_File.fnClose() ? FILE_CAUSE_NONE : fnFileCause(errno);
+}

@@ -1,0 +1,190 @@
+#include "platforms/posix/CqPosixFiles.h"
+
+#include "platforms/posix/CqPosixFileStream.h"
+#include "platforms/posix/Directory.h"
+#include "platforms/posix/FileAccess.h"
+#include "platforms/posix/Path.h"
+#include "platforms/posix/posix.h"
+#include "platforms/posix/ReplaceFile.h"
+#include "platforms/posix/TextFile.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <utility>
+
+using namespace q32::posix;
+
+namespace {
+
+constexpr char kDefaultTempDirectory[] = "/var/tmp";
+constexpr char kConfigFolder[] = "/q32Base";
+constexpr unsigned long kSectorBytes = 512;
+
+/// An environment variable, as far as the process may trust it; empty when unset.
+std::string fnGetVariable(const char* name) {
+    const char* const value = ::secure_getenv(name);
+    return value ? value : "";
+}
+
+/// The user's home directory; empty when nobody knows it.
+std::string fnGetHome() {
+    std::string home = fnGetVariable("HOME");
+    if (home.starts_with('/'))
+        return home;
+    std::array<char, 16384> buffer;
+    passwd entry{};
+    passwd* found = nullptr;
+    ::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found);
+    return found && found->pw_dir ? found->pw_dir : "";
+}
+
+std::string fnChooseTemp(const CqPosixOptions& options) {
+    if (!options.m_szTempDirectory.empty())
+        return options.m_szTempDirectory;
+    const std::string variable = fnGetVariable("TMPDIR");
+    return variable.starts_with('/') ? variable : kDefaultTempDirectory;
+}
+
+std::string fnChooseConfig(const CqPosixOptions& options) {
+    if (!options.m_szConfigDirectory.empty())
+        return options.m_szConfigDirectory;
+    // A relative path in the variable is to be ignored, by the rule of its inventors.
+    const std::string variable = fnGetVariable("XDG_CONFIG_HOME");
+    if (variable.starts_with('/'))
+        return variable + kConfigFolder;
+    const std::string home = fnGetHome();
+    return home.empty() ? "" : home + "/.config" + kConfigFolder;
+}
+
+std::string fnWithoutSlash(std::string path) {
+    while (path.size() > 1 && path.back() == '/')
+        path.pop_back();
+    return path;
+}
+
+/// Facts of the file system at `path` or, while that is missing, above it. Only an absolute path is
+/// followed upward: a relative one that leads nowhere ("C:/") is a name from another world.
+bool fnGetVolume(std::string path, struct statvfs& facts) {
+    while (fnRetry([&] { return ::statvfs(path.c_str(), &facts); }) != 0) {
+        if (errno != ENOENT || !path.starts_with('/') || path.size() == 1)
+            return false;
+        path = fnSplitPath(fnWithoutSlash(std::move(path))).m_Directory;
+    }
+    return true;
+}
+
+std::uint64_t fnBytes(fsblkcnt_t blocks, unsigned long blockBytes) {
+    const std::uint64_t limit = UINT64_MAX;
+    return blockBytes != 0 && blocks > limit / blockBytes ? limit
+                                                          : std::uint64_t{blocks} * blockBytes;
+}
+
+std::uint32_t fnNarrow(std::uint64_t count) {
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(count, UINT32_MAX));
+}
+
+} // namespace
+
+CqPosixFiles::CqPosixFiles(const CqPosixOptions& options, std::shared_ptr<const CodePage> codePage)
+    : m_szTempDirectory(fnLibraryDirectory(fnChooseTemp(options))),
+      m_szConfigDirectory(fnWithoutSlash(fnNativePath(*codePage, fnChooseConfig(options)))),
+      m_Patience(options.m_SettingsPatience), m_pCodePage(std::move(codePage)) {}
+
+std::string CqPosixFiles::fnNative(const char* path) const {
+    return fnNativePath(*m_pCodePage, path);
+}
+
+bool CqPosixFiles::fnGetTempDirectory(std::string& directory) {
+    directory = m_szTempDirectory;
+    return true;
+}
+
+bool CqPosixFiles::fnGetConfigDirectory(std::string& directory) {
+    if (m_szConfigDirectory.empty())
+        return false;
+    directory = fnLibraryDirectory(m_szConfigDirectory);
+    return true;
+}
+
+bool CqPosixFiles::fnExists(const char* path) {
+    struct stat facts {};
+    return ::stat(fnNative(path).c_str(), &facts) == 0;
+}
+
+bool CqPosixFiles::fnCreateDirectory(const char* path) {
+    return ::mkdir(fnNative(path).c_str(), 0700) == 0;
+}
+
+std::vector<std::string> CqPosixFiles::fnFind(const char* mask) {
+    const SplitPath split = fnSplitPath(fnNative(mask));
+    std::vector<std::string> names = fnListDirectory(split.m_Directory);
+    std::erase_if(names, [&](const std::string& name) {
+        struct stat facts {};
+        return !fnMatches(*m_pCodePage, split.m_Name, name) ||
+               ::lstat((split.m_Directory + '/' + name).c_str(), &facts) != 0 ||
+               S_ISDIR(facts.st_mode);
+    });
+    return names;
+}
+
+bool CqPosixFiles::fnDelete(const char* name) {
+    return fnRemoveUnheld(AT_FDCWD, fnNative(name).c_str());
+}
+
+bool CqPosixFiles::fnGetInfo(const char* name, bool exclusive, CqFileInfo& info) {
+    const Descriptor file = fnOpenRegular(fnNative(name).c_str(), O_RDONLY);
+    struct stat facts {};
+    if (!file || ::fstat(file.fnGet(), &facts) != 0)
+        return false;
+    // A file system that has no locks can't say that somebody holds one.
+    if (exclusive && !fnTryLock(file, LOCK_EX) && errno == EWOULDBLOCK)
+        return false;
+    info = {static_cast<std::uint64_t>(facts.st_size), facts.st_mtim.tv_sec};
+    return true;
+}
+
+bool CqPosixFiles::fnGetSpace(const char* path, CqDiskSpace& space) {
+    struct statvfs facts {};
+    if (!fnGetVolume(fnNative(path), facts))
+        return false;
+    space = {fnBytes(facts.f_bavail, facts.f_frsize), fnBytes(facts.f_blocks, facts.f_frsize)};
+    return true;
+}
+
+bool CqPosixFiles::fnGetClusters(const char* path, CqDiskClusters& clusters) {
+    struct statvfs facts {};
+    if (!fnGetVolume(fnNative(path), facts))
+        return false;
+    const unsigned long sector = facts.f_frsize % kSectorBytes == 0 ? kSectorBytes : facts.f_frsize;
+    clusters = {fnNarrow(facts.f_frsize / sector), fnNarrow(sector), fnNarrow(facts.f_bavail),
+                fnNarrow(facts.f_blocks)};
+    return true;
+}
+
+std::unique_ptr<CqFileStream> CqPosixFiles::fnOpen(const char* name, const CqFileMode& mode,
+                                                   CQ_FILE_CAUSE& cause) {
+    return CqPosixFileStream::fnOpen(fnNative(name).c_str(), mode, cause);
+}
+
+CQ_FILE_CAUSE CqPosixFiles::fnReplace(const char* from, const char* to) {
+    return fnReplaceFile(fnNative(from), fnNative(to));
+}
+
+bool CqPosixFiles::fnReadText(const char* name, std::string& text) {
+    return fnReadTextFile(fnNative(name), text);
+}
+
+bool CqPosixFiles::fnUpdateText(const char* name,
+                                const std::function<bool(std::string& text)>& edit) {
+    const std::string path = fnNative(name);
+    const std::string directory = fnWithoutSlash(fnSplitPath(path).m_Directory);
+    if (directory == m_szConfigDirectory && !fnMakeDirectories(directory))
+        return false;
+    return fnUpdateTextFile(path, m_Patience, edit);
+}

@@ -1,0 +1,76 @@
+#include "platforms/posix/CqPosixMemory.h"
+
+#include <cstdint>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::size_t kLargePage = std::size_t{2} << 20;
+
+std::size_t fnPageBytes() {
+    return static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+}
+
+/// `size` rounded up to whole pages; 0 when that does not fit.
+std::size_t fnWholePages(std::size_t size) {
+    const std::size_t mask = fnPageBytes() - 1;
+    return size > SIZE_MAX - mask ? 0 : (size + mask) & ~mask;
+}
+
+/// Address space without memory. Not writable, so the system does not count it as promised.
+char* fnMapNothing(void* where, std::size_t bytes, int flags) {
+    void* const range = ::mmap(where, bytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | flags, -1, 0);
+    return range == MAP_FAILED ? nullptr : static_cast<char*>(range);
+}
+
+/// A range on a border of large pages: one that is too long, with its ends given back.
+char* fnMapAligned(std::size_t bytes) {
+    if (bytes > SIZE_MAX - kLargePage)
+        return nullptr;
+    char* const range = fnMapNothing(nullptr, bytes + kLargePage, 0);
+    if (!range)
+        return nullptr;
+    const std::size_t past = reinterpret_cast<std::uintptr_t>(range) & (kLargePage - 1);
+    const std::size_t head = past == 0 ? 0 : kLargePage - past;
+    if (head != 0)
+        ::munmap(range, head);
+    ::munmap(range + head + bytes, kLargePage - head);
+    return range + head;
+}
+
+} // namespace
+
+void* CqPosixMemory::fnReserve(std::size_t size) {
+    const std::size_t bytes = fnWholePages(size);
+    if (bytes == 0)
+        return nullptr;
+    return bytes < kLargePage ? fnMapNothing(nullptr, bytes, 0) : fnMapAligned(bytes);
+}
+
+bool CqPosixMemory::fnCommit(void* address, std::size_t size) {
+    const std::size_t bytes = fnWholePages(size);
+    if (::mprotect(address, bytes, PROT_READ | PROT_WRITE) != 0)
+        return false;
+    if (bytes >= kLargePage)
+        ::madvise(address, bytes, MADV_HUGEPAGE); // a wish: refused, small pages do as well
+    return true;
+}
+
+void CqPosixMemory::fnDecommit(void* address, std::size_t size) {
+    const std::size_t bytes = fnWholePages(size);
+    // A new empty range in its place gives back the pages and their count in one step.
+    if (fnMapNothing(address, bytes, MAP_FIXED))
+        return;
+    ::madvise(address, bytes, MADV_DONTNEED);
+    ::mprotect(address, bytes, PROT_NONE);
+}
+
+bool CqPosixMemory::fnRelease(void* address, std::size_t size) {
+    return address && ::munmap(address, fnWholePages(size)) == 0;
+}
+
+std::uint64_t CqPosixMemory::fnGetPhysicalBytes() {
+    const long pages = ::sysconf(_SC_PHYS_PAGES);
+    return pages <= 0 ? 0 : static_cast<std::uint64_t>(pages) * fnPageBytes();
+}

@@ -1,0 +1,245 @@
+#include "platforms/posix/CqPosixScratch.h"
+
+#include "platforms/posix/FileAccess.h"
+#include "platforms/posix/FileSizeSignal.h"
+#include "platforms/posix/Path.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <fcntl.h>
+#include <string_view>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <utility>
+#include <vector>
+
+using namespace q32::posix;
+
+#ifndef MADV_POPULATE_WRITE
+#define MADV_POPULATE_WRITE 23 // older C libraries do not name it
+#endif
+
+namespace {
+
+constexpr int kNameAttempts = 100;
+constexpr mode_t kScratchMode = 0600;
+constexpr std::size_t kZeroChunk = std::size_t{1} << 20;
+constexpr std::size_t kTouchChunk = std::size_t{64} << 20;
+
+enum class Claim { HELD, TAKEN_AWAY, FAILED };
+
+/// Locks a file that was just created. A sweep may have come between creation and lock: it then
+/// holds the lock or has removed the name.
+Claim fnClaim(const char* path, const Descriptor& file) {
+    if (!fnTryLock(file, LOCK_EX))
+        return errno == EWOULDBLOCK ? Claim::TAKEN_AWAY : Claim::FAILED;
+    return fnIsNameOf(AT_FDCWD, path, file) ? Claim::HELD : Claim::TAKEN_AWAY;
+}
+
+/// Reserves blocks where the file system has no call for it: by writing them, out to the disk.
+bool fnWriteZeros(const Descriptor& file, std::uint32_t size) {
+    const std::vector<char> zeros(std::min<std::size_t>(size, kZeroChunk));
+    for (std::size_t at = 0; at < size; at += zeros.size())
+        if (!fnWriteAt(file, zeros.data(), std::min(zeros.size(), size - at), at))
+            return false;
+    return fnRetry([&] { return ::fdatasync(file.fnGet()); }) == 0;
+}
+
+bool fnReserveBlocks(const Descriptor& file, std::uint32_t size) {
+    const int done = [&] {
+        const FileSizeSignal guard;
+        return fnRetry([&] { return ::fallocate(file.fnGet(), 0, 0, off_t{size}); });
+    }();
+    if (done == 0)
+        return true;
+    return (errno == EOPNOTSUPP || errno == ENOSYS) && fnWriteZeros(file, size);
+}
+
+bool fnHasBytes(const Descriptor& file, std::uint32_t size) {
+    struct stat facts {};
+    return ::fstat(file.fnGet(), &facts) == 0 && facts.st_size >= off_t{size};
+}
+
+/// A native path on the stack, for steps that must also work when memory has run out.
+struct NativeName {
+    char m_Path[PATH_MAX];
+
+    /// False for a name that is too long.
+    bool fnSet(const CodePage& codePage, const char* name) {
+        const std::size_t length = std::strlen(name);
+        if (length >= sizeof(m_Path)) {
+            errno = ENAMETOOLONG;
+            return false;
+        }
+        std::memcpy(m_Path, name, length + 1);
+        fnTurnSlashes(codePage, m_Path, length);
+        return true;
+    }
+};
+
+/// Brings the pages of a fresh view in, writable. False when the disk refuses a page: an untouched
+/// page would raise a signal then.
+bool fnTouch(char* view, std::size_t bytes) {
+    const long pages = ::sysconf(_SC_PHYS_PAGES);
+    const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    // More would only push out others' pages, and these zeros with them.
+    const std::size_t most = pages <= 0 ? 0 : static_cast<std::size_t>(pages) / 16 * page;
+    for (std::size_t at = 0; at < std::min(bytes, most); at += kTouchChunk) {
+        const std::size_t part = std::min({bytes - at, most - at, kTouchChunk});
+        if (fnRetry([&] { return ::madvise(view + at, part, MADV_POPULATE_WRITE); }) != 0)
+            return errno == EINVAL; // a kernel that does not know the advice
+    }
+    return true;
+}
+
+} // namespace
+
+CqPosixScratch::CqPosixScratch(std::shared_ptr<const CodePage> codePage)
+    : m_pCodePage(std::move(codePage)) {}
+
+std::uint32_t CqPosixScratch::fnNextHandle() {
+    do
+        ++m_nLastHandle;
+    while (m_nLastHandle == kNoMapping || m_nLastHandle == kNoFile ||
+           m_Files.count(m_nLastHandle) != 0 || m_Mappings.count(m_nLastHandle) != 0);
+    return m_nLastHandle;
+}
+
+CqFileHandle CqPosixScratch::fnAddFile(std::shared_ptr<Descriptor> file) {
+    return m_Files.emplace(fnNextHandle(), std::move(file)).first->first;
+}
+
+bool CqPosixScratch::fnCreateName(const char* directory, const char* prefix, std::string& name) {
+    for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
+        std::string candidate = std::string(directory) + prefix + fnRandomDigits() + ".tmp";
+        std::string path = fnNativePath(*m_pCodePage, candidate);
+        // The place is made first: from the file's creation on, nothing here may fail for memory.
+        const auto [place, isNew] = m_Created.try_emplace(path);
+        if (!isNew)
+            continue;
+        Descriptor& file = place->second;
+        file = Descriptor(fnRetry([&] {
+            return ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                          kScratchMode);
+        }));
+        const bool exists = !file && errno == EEXIST;
+        const Claim claim = file ? fnClaim(path.c_str(), file) : Claim::FAILED;
+        if (claim == Claim::HELD) {
+            name = std::move(candidate);
+            return true;
+        }
+        if (file && claim == Claim::FAILED) {
+            const int cause = errno;
+            ::unlink(path.c_str());
+            errno = cause;
+        }
+        m_Created.erase(place);
+        if (claim == Claim::FAILED && !exists)
+            return false;
+    }
+    return false;
+}
+
+CqFileHandle CqPosixScratch::fnOpen(const char* name) {
+    const std::string path = fnNativePath(*m_pCodePage, name);
+    const auto file = std::make_shared<Descriptor>();
+    const auto created = m_Created.find(path);
+    if (created != m_Created.end()) {
+        *file = std::move(created->second);
+        m_Created.erase(created);
+    } else {
+        *file = fnOpenRegular(path.c_str(), O_RDWR | O_NOFOLLOW);
+        struct stat facts {};
+        if (!*file || ::fstat(file->fnGet(), &facts) != 0)
+            return kNoFile;
+        if (facts.st_uid != ::geteuid() || facts.st_nlink != 1) {
+            errno = EACCES;
+            return kNoFile;
+        }
+        if (!fnTryLock(*file, LOCK_EX))
+            return kNoFile;
+    }
+    return fnIsNameOf(AT_FDCWD, path.c_str(), *file) ? fnAddFile(file) : kNoFile;
+}
+
+bool CqPosixScratch::fnSetSize(CqFileHandle file, std::uint32_t size) {
+    const auto found = m_Files.find(file);
+    if (found == m_Files.end())
+        return false;
+    const Descriptor& open = *found->second;
+    const auto setLength = [&](std::uint32_t length) {
+        return fnRetry([&] { return ::ftruncate(open.fnGet(), off_t{length}); }) == 0;
+    };
+    struct stat facts {};
+    bool done = ::fstat(open.fnGet(), &facts) == 0;
+    if (done && facts.st_size > off_t{size})
+        done = setLength(size);
+    if (done && size != 0)
+        done = fnReserveBlocks(open, size);
+    if (done)
+        return true;
+    // File systems keep the part of a failed reservation that they had room for.
+    const int cause = errno;
+    setLength(0);
+    errno = cause;
+    return false;
+}
+
+CqFileHandle CqPosixScratch::fnReopen(CqFileHandle file, const char* name) noexcept {
+    auto open = m_Files.extract(file);
+    NativeName path;
+    if (open.empty() || !path.fnSet(*m_pCodePage, name) ||
+        !fnIsNameOf(AT_FDCWD, path.m_Path, *open.mapped()))
+        return kNoFile;
+    open.key() = fnNextHandle();
+    return m_Files.insert(std::move(open)).position->first;
+}
+
+void CqPosixScratch::fnClose(CqFileHandle file) noexcept {
+    m_Files.erase(file);
+}
+
+CqMappingHandle CqPosixScratch::fnCreateMapping(CqFileHandle file, std::uint32_t size) {
+    const auto found = m_Files.find(file);
+    if (found == m_Files.end() || size == 0 || !fnHasBytes(*found->second, size))
+        return kNoMapping;
+    return m_Mappings.emplace(fnNextHandle(), Mapping{found->second, size}).first->first;
+}
+
+void CqPosixScratch::fnCloseMapping(CqMappingHandle mapping) noexcept {
+    m_Mappings.erase(mapping);
+}
+
+void* CqPosixScratch::fnMapView(CqMappingHandle mapping, std::uint32_t size) {
+    const auto found = m_Mappings.find(mapping);
+    if (found == m_Mappings.end() || size == 0 || size > found->second.m_nSize ||
+        !fnHasBytes(*found->second.m_pFile, size))
+        return nullptr;
+    void* const view = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED,
+                              found->second.m_pFile->fnGet(), 0);
+    if (view == MAP_FAILED)
+        return nullptr;
+    ::madvise(view, size, MADV_HUGEPAGE); // a wish: refused, small pages do as well
+    if (fnTouch(static_cast<char*>(view), size))
+        return view;
+    const int cause = errno;
+    ::munmap(view, size);
+    errno = cause;
+    return nullptr;
+}
+
+void CqPosixScratch::fnUnmapView(void* address, std::uint32_t size) noexcept {
+    ::munmap(address, size);
+}
+
+bool CqPosixScratch::fnDelete(const char* name) noexcept {
+    NativeName path;
+    if (!path.fnSet(*m_pCodePage, name))
+        return false;
+    const auto created = m_Created.find(std::string_view(path.m_Path));
+    if (created != m_Created.end())
+        m_Created.erase(created);
+    return fnRemoveUnheld(AT_FDCWD, path.m_Path);
+}

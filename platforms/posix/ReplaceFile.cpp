@@ -1,0 +1,73 @@
+#include "platforms/posix/ReplaceFile.h"
+
+#include "platforms/posix/FileAccess.h"
+#include "platforms/posix/Path.h"
+
+#include <climits>
+#include <fcntl.h>
+#include <sys/file.h>
+
+namespace q32::posix {
+
+namespace {
+
+constexpr int kMaxLinks = 40; // as many as the system follows
+
+/// Whether the file at `to`, if any, may be replaced; its facts go to the new file.
+bool fnTakeOver(const Descriptor& file, const std::string& to) {
+    struct stat old {};
+    if (::stat(to.c_str(), &old) != 0)
+        return errno == ENOENT;
+    if (::faccessat(AT_FDCWD, to.c_str(), W_OK, AT_EACCESS) != 0)
+        return false;
+    const Descriptor held = fnOpenRegular(to.c_str(), O_WRONLY);
+    return held && (fnTryLock(held, LOCK_EX) || errno != EWOULDBLOCK) && fnKeepFacts(file, old);
+}
+
+} // namespace
+
+/// Where a path leads when links at its end are followed, also to a file that is not there yet.
+bool fnFollow(std::string& path) {
+    for (int link = 0; link < kMaxLinks; ++link) {
+        char target[PATH_MAX];
+        const ssize_t length = ::readlink(path.c_str(), target, sizeof target);
+        if (length < 0)
+            return errno == EINVAL || errno == ENOENT; // no link, or nothing yet
+        const std::string leadsTo(target, static_cast<std::size_t>(length));
+        if (leadsTo.starts_with('/'))
+            path = leadsTo;
+        else
+            path = fnSplitPath(path).m_Directory.append("/").append(leadsTo);
+    }
+    errno = ELOOP;
+    return false;
+}
+
+bool fnKeepFacts(const Descriptor& file, const struct stat& old) {
+    if (::fchown(file.fnGet(), old.st_uid, old.st_gid) != 0 && errno != EPERM)
+        return false;
+    return ::fchmod(file.fnGet(), old.st_mode & 07777) == 0;
+}
+
+bool fnRename(const std::string& from, const std::string& to) {
+    if (::rename(from.c_str(), to.c_str()) != 0)
+        return false;
+    // The new file is in force for every reader from here on; a directory that can't be written
+    // through now would not make that undone.
+    const Descriptor directory(fnRetry([&] {
+        return ::open(fnSplitPath(to).m_Directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    }));
+    if (directory)
+        fnRetry([&] { return ::fsync(directory.fnGet()); });
+    return true;
+}
+
+CQ_FILE_CAUSE fnReplaceFile(const std::string& from, const std::string& to) {
+    std::string target = to;
+    const Descriptor file = fnOpenRegular(from.c_str(), O_RDWR | O_NOFOLLOW);
+    const bool done = file && fnFollow(target) && fnTakeOver(file, target) &&
+                      fnRetry([&] { return ::fsync(file.fnGet()); }) == 0 && fnRename(from, target);
+    return done ? FILE_CAUSE_NONE : fnFileCause(errno);
+}
+
+} // namespace q32::posix

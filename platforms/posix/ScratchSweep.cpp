@@ -1,0 +1,52 @@
+#include "platforms/posix/Directory.h"
+#include "platforms/posix/FileAccess.h"
+#include "platforms/posix/Path.h"
+#include "platforms/posix/posix.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+using namespace q32::posix;
+
+namespace {
+
+constexpr std::string_view kScratchMask = "~qd*.tmp";
+
+/// Whether the entry was a left-over scratch file and is gone.
+bool fnSweepOne(int directory, const std::string& name) {
+    const Descriptor file(fnRetry([&] {
+        return ::openat(directory, name.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    }));
+    struct stat facts {};
+    if (!file || ::fstat(file.fnGet(), &facts) != 0 || !S_ISREG(facts.st_mode) ||
+        facts.st_uid != ::geteuid())
+        return false;
+    // Under the lock the name is looked at once more: it may have become another file's.
+    return fnTryLock(file, LOCK_EX) && fnIsNameOf(directory, name.c_str(), file) &&
+           ::unlinkat(directory, name.c_str(), 0) == 0;
+}
+
+} // namespace
+
+std::size_t q32PosixSweepScratchFiles(const char* directory) {
+    const CodePage codePage{std::string()};
+    const std::string path = fnNativePath(codePage, directory);
+    const Descriptor open(
+        fnRetry([&] { return ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+    if (!open)
+        return 0;
+    std::size_t deleted = 0;
+    for (const std::string& name : fnListDirectory(path))
+        if (fnMatches(codePage, kScratchMask, name) && fnSweepOne(open.fnGet(), name))
+            ++deleted;
+    return deleted;
+}
+
+std::size_t q32PosixSweepScratchFiles(std::span<const std::string> directories) {
+    std::size_t deleted = 0;
+    for (const std::string& directory : directories)
+        if (!directory.empty())
+            deleted += q32PosixSweepScratchFiles(directory.c_str());
+    return deleted;
+}

@@ -1,0 +1,133 @@
+#include "platforms/posix/TextFile.h"
+
+#include "platforms/posix/FileAccess.h"
+#include "platforms/posix/ReplaceFile.h"
+
+#include <algorithm>
+#include <chrono>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <thread>
+
+namespace q32::posix {
+
+namespace {
+
+constexpr mode_t kNewTextMode = 0600;
+constexpr std::chrono::milliseconds kLockPause{2};
+
+Descriptor fnHoldLock(const std::string& path, std::chrono::milliseconds patience) {
+    Descriptor lock =
+        fnOpenRegular((path + ".lock").c_str(), O_RDWR | O_CREAT | O_NOFOLLOW, kNewTextMode);
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (lock && !fnTryLock(lock, LOCK_EX)) {
+        if (errno != EWOULDBLOCK || std::chrono::steady_clock::now() >= end)
+            return {};
+        std::this_thread::sleep_for(kLockPause);
+    }
+    return lock;
+}
+
+/// A file that takes another one's place, or goes again.
+class Replacement {
+public:
+    /// Holding the lock, nobody else is at work on the name: what stands there was left by a killed
+    /// process.
+    explicit Replacement(const std::string& path) : m_Path(path), m_New(path + ".new") {
+        ::unlink(m_New.c_str());
+        m_File =
+            fnOpenRegular(m_New.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, kNewTextMode);
+        m_bStands = static_cast<bool>(m_File);
+    }
+    ~Replacement() {
+        const int cause = errno;
+        if (m_bStands)
+            ::unlink(m_New.c_str());
+        errno = cause;
+    }
+    Replacement(const Replacement&) = delete;
+    Replacement& operator=(const Replacement&) = delete;
+
+    bool fnFill(const std::string& text) {
+        return fnWriteAt(m_File, text.data(), text.size(), 0) &&
+               fnRetry([&] { return ::fsync(m_File.fnGet()); }) == 0 && m_File.fnClose();
+    }
+
+    bool fnTakePlace() {
+        m_bStands = !fnRename(m_New, m_Path);
+        return !m_bStands;
+    }
+
+    const Descriptor& fnGetFile() const { return m_File; }
+    explicit operator bool() const { return m_bStands; }
+
+private:
+    std::string m_Path;
+    std::string m_New;
+    Descriptor m_File;
+    bool m_bStands = false;
+};
+
+} // namespace
+
+bool fnReadTextFile(const std::string& path, std::string& text) {
+    const Descriptor file = fnOpenRegular(path.c_str(), O_RDONLY);
+    struct stat facts {};
+    if (!file || ::fstat(file.fnGet(), &facts) != 0)
+        return false;
+    if (facts.st_size > off_t{kMaxTextBytes}) {
+        errno = EFBIG;
+        return false;
+    }
+    // The length read counts, not the one told: some systems' files tell none.
+    std::string read;
+    constexpr std::size_t kPart = std::size_t{64} << 10;
+    for (std::size_t at = 0; at <= kMaxTextBytes;) {
+        read.resize(at + std::max(kPart, static_cast<std::size_t>(facts.st_size) + 1));
+        const auto got = fnReadAt(file, read.data() + at, read.size() - at, at);
+        if (!got)
+            return false;
+        at += *got;
+        if (at < read.size()) {
+            read.resize(at);
+            break;
+        }
+    }
+    if (read.size() > kMaxTextBytes) {
+        errno = EFBIG;
+        return false;
+    }
+    text = std::move(read);
+    return true;
+}
+
+bool fnUpdateTextFile(const std::string& path, std::chrono::milliseconds patience,
+                      const std::function<bool(std::string& text)>& edit) {
+    std::string target = path;
+    if (!fnFollow(target))
+        return false;
+    const Descriptor lock = fnHoldLock(target, patience);
+    if (!lock)
+        return false;
+
+    std::string text;
+    struct stat old {};
+    const bool exists = ::stat(target.c_str(), &old) == 0;
+    if (exists ? ::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0 ||
+                     !fnReadTextFile(target, text)
+               : errno != ENOENT)
+        return false;
+    if (!edit(text))
+        return true;
+    if (text.size() > kMaxTextBytes) {
+        errno = EFBIG;
+        return false;
+    }
+
+    Replacement replacement(target);
+    return replacement && (!exists || fnKeepFacts(replacement.fnGetFile(), old)) &&
+           replacement.fnFill(text) && replacement.fnTakePlace();
+}
+
+} // namespace q32::posix

@@ -1,0 +1,281 @@
+#include "plugins/BmpHeader.h"
+#include "plugins/CqPictureInput.h"
+#include "plugins/CqPictureOutput.h"
+#include "plugins/CqPictureSource.h"
+#include "plugins/CqPictureTarget.h"
+#include "plugins/PictureCodec.h"
+#include "plugins/PixelRows.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+namespace q32 {
+
+namespace {
+
+/// Written for pictures with alpha.
+constexpr std::uint32_t kV4HeaderBytes = 108;
+constexpr std::uint32_t kSrgbSpace = 0x73524742;
+/// A run-length coded picture is handed over in one piece; larger ones are none that anybody made.
+constexpr std::uint64_t kMaxRleBytes = 64u << 20;
+/// Above what a pair of bytes can make.
+constexpr std::uint64_t kMaxRleRatio = 1024;
+
+std::uint32_t fnGet16(const unsigned char* bytes) {
+    return static_cast<std::uint32_t>(bytes[0] | bytes[1] << 8);
+}
+
+std::uint32_t fnGet32(const unsigned char* bytes) {
+    return fnGet16(bytes) | fnGet16(bytes + 2) << 16;
+}
+
+/// One channel of 16- or 32-bit pixels.
+struct Channel {
+    std::uint32_t m_nMask = 0;
+    int m_nShift = 0;
+    std::uint32_t m_nMax = 0; ///< its highest value; 0 for a channel that isn't there
+
+    Channel() = default;
+    explicit Channel(std::uint32_t mask)
+        : m_nMask(mask), m_nShift(mask ? std::countr_zero(mask) : 0), m_nMax(mask >> m_nShift) {}
+
+    unsigned char fnRead(std::uint32_t pixel) const {
+        if (m_nMax == 0)
+            return 0;
+        const std::uint64_t value = (pixel & m_nMask) >> m_nShift;
+        return static_cast<unsigned char>((value * 255 + m_nMax / 2) / m_nMax);
+    }
+};
+
+bool fnKnowsBmp(const unsigned char* head, std::size_t count) {
+    return count >= 2 && head[0] == 'B' && head[1] == 'M';
+}
+
+/// Turns stored rows into what an image takes.
+class RowConverter {
+public:
+    explicit RowConverter(const BmpHeader& header)
+        : m_Header(header), m_b555(header.fnIs555()), m_b565(header.fnIs565()) {
+        std::transform(header.m_Masks, header.m_Masks + 4, m_Channels,
+                       [](std::uint32_t mask) { return Channel(mask); });
+    }
+
+    void fnConvert(const unsigned char* in, unsigned char* out) const {
+        const unsigned int bits = m_Header.m_Info.biBitCount;
+        if (bits <= 8)
+            fnUnpackBits(in, bits, m_Header.m_nWidth, out);
+        else if (bits == 24)
+            fnSwap24(in, out);
+        else if (m_b555 || m_b565)
+            fnTake16(in, out);
+        else
+            fnTakeMasked(in, out);
+    }
+
+private:
+    void fnSwap24(const unsigned char* in, unsigned char* out) const {
+        for (std::uint32_t x = 0; x < m_Header.m_nWidth; ++x, in += 3, out += 3) {
+            out[0] = in[2];
+            out[1] = in[1];
+            out[2] = in[0];
+        }
+    }
+
+    /// 5-5-5 is widened with the low green bit 0, as the DIB interchange does.
+    void fnTake16(const unsigned char* in, unsigned char* out) const {
+        for (std::uint32_t x = 0; x < m_Header.m_nWidth; ++x, in += 2, out += 2) {
+            unsigned int value = fnGet16(in);
+            if (m_b555)
+                value = (value & 0x7FE0) << 1 | (value & 0x1F);
+            out[0] = static_cast<unsigned char>(value >> 8);
+            out[1] = static_cast<unsigned char>(value);
+        }
+    }
+
+    void fnTakeMasked(const unsigned char* in, unsigned char* out) const {
+        const bool wide = m_Header.m_Info.biBitCount == 32;
+        for (std::uint32_t x = 0; x < m_Header.m_nWidth; ++x, in += wide ? 4 : 2) {
+            const std::uint32_t pixel = wide ? fnGet32(in) : fnGet16(in);
+            if (m_Channels[3].m_nMax != 0)
+                *out++ = m_Channels[3].fnRead(pixel);
+            for (int channel = 0; channel < 3; ++channel)
+                *out++ = m_Channels[channel].fnRead(pixel);
+        }
+    }
+
+    const BmpHeader& m_Header;
+    bool m_b555;
+    bool m_b565;
+    Channel m_Channels[4];
+};
+
+std::uint64_t fnStride(std::uint64_t width, unsigned int bits) {
+    return (width * bits + 31) / 32 * 4;
+}
+
+void fnReadPlain(CqPictureInput& input, const BmpHeader& header, CqPictureTarget& target) {
+    const std::uint64_t stride = fnStride(header.m_nWidth, header.m_Info.biBitCount);
+    const std::uint64_t length = input.fnGetLength();
+    if (header.m_nPixelsAt > length || (length - header.m_nPixelsAt) / stride < header.m_nHeight)
+        throw CqPictureFailure{PICTURE_CORRUPTED};
+    const unsigned int depth = header.fnImageDepth();
+    target.fnAlloc(header.m_nWidth, header.m_nHeight, depth, depth <= 8 ? header.m_Colors : nullptr,
+                   header.m_nColors);
+
+    const RowConverter converter(header);
+    const auto stored = std::make_unique_for_overwrite<unsigned char[]>(stride);
+    const auto row = std::make_unique_for_overwrite<unsigned char[]>(std::size_t{header.m_nWidth} *
+                                                                     fnCodecBytes(depth));
+    input.fnSeek(header.m_nPixelsAt);
+    for (std::uint32_t i = 0; i < header.m_nHeight; ++i) {
+        fnReadExactly(input, stored.get(), stride);
+        converter.fnConvert(stored.get(), row.get());
+        target.fnStoreRow(header.m_bTopDown ? i : header.m_nHeight - 1 - i, row.get());
+        target.fnTell(std::uint64_t{i} + 1, header.m_nHeight);
+    }
+}
+
+/// Bytes of a run-length stream up to and with its end mark. Throws, as corrupted, when it has
+/// none: the file ended early.
+std::size_t fnRleLength(const unsigned char* stream, std::size_t count) {
+    std::size_t at = 0;
+    while (at + 2 <= count) {
+        const unsigned char run = stream[at];
+        const unsigned char code = stream[at + 1];
+        at += 2;
+        if (run != 0 || code == 0)
+            continue;
+        if (code == 1)
+            return at;
+        at += code == 2 ? 2 : (code + 1u) / 2 * 2;
+    }
+    throw CqPictureFailure{PICTURE_CORRUPTED};
+}
+
+/// Hands a run-length coded picture to the DIB interchange, whose rules then hold: rows that the
+/// stream leaves out are not set.
+void fnReadRle(CqPictureInput& input, const BmpHeader& header, CqPictureTarget& target) {
+    const std::uint64_t length = input.fnGetLength();
+    if (header.m_nPixelsAt > length)
+        throw CqPictureFailure{PICTURE_CORRUPTED};
+    const std::uint64_t coded = length - header.m_nPixelsAt;
+    if (coded > kMaxRleBytes)
+        throw CqPictureFailure{PICTURE_UNSUPPORTED};
+    CqPictureTarget::fnCheckRoom(coded, header.m_nWidth, header.m_nHeight, kMaxRleRatio);
+    const std::size_t colorBytes = header.m_nColors * sizeof(RGBQUAD);
+    std::vector<unsigned char> block(kBmpInfoHeaderBytes + colorBytes +
+                                     static_cast<std::size_t>(coded));
+    unsigned char* stream = block.data() + kBmpInfoHeaderBytes + colorBytes;
+    input.fnSeek(header.m_nPixelsAt);
+    fnReadExactly(input, stream, static_cast<std::size_t>(coded));
+
+    BITMAPINFOHEADER info = header.m_Info;
+    info.biSize = kBmpInfoHeaderBytes;
+    info.biClrUsed = header.m_nColors;
+    info.biSizeImage = static_cast<DWORD>(fnRleLength(stream, static_cast<std::size_t>(coded)));
+    std::memcpy(block.data(), &info, sizeof(info));
+    std::memcpy(block.data() + kBmpInfoHeaderBytes, header.m_Colors, colorBytes);
+    CqImage& image = target.fnGetImage();
+    const std::int32_t dpiX = image.DpiX;
+    const std::int32_t dpiY = image.DpiY;
+    image = reinterpret_cast<BITMAPINFOHEADER*>(block.data());
+    image.DpiX = dpiX;
+    image.DpiY = dpiY;
+    target.fnTell(1, 1);
+}
+
+void fnReadBmp(CqPictureInput& input, CqPictureTarget& target) {
+    const BmpHeader header = fnReadBmpHeader(input);
+    if (header.m_Info.biCompression == BI_RLE8)
+        fnReadRle(input, header, target);
+    else
+        fnReadPlain(input, header, target);
+    target.fnSetDotsPerMeter(header.m_Info.biXPelsPerMeter, header.m_Info.biYPelsPerMeter);
+}
+
+/// Header bytes ahead of the pixels: file header, information header with masks, colour table.
+std::vector<unsigned char> fnMakeHeaders(const CqPictureSource& source, std::uint64_t pixelBytes) {
+    const unsigned int bits = source.fnGetBitCount();
+    const std::uint32_t infoBytes = bits == 32 ? kV4HeaderBytes : kBmpInfoHeaderBytes;
+    const std::uint32_t maskBytes = bits == 16 ? 12 : 0;
+    const std::uint32_t pixelsAt = kBmpFileHeaderBytes + infoBytes + maskBytes +
+                                   source.fnGetColorCount() * std::uint32_t{sizeof(RGBQUAD)};
+    if (pixelBytes > UINT32_MAX - pixelsAt)
+        throw CqPictureFailure{PICTURE_CANNOT_SAVE};
+
+    std::vector<unsigned char> bytes(pixelsAt);
+    const auto put = [&bytes](std::size_t at, const auto& value) {
+        std::memcpy(bytes.data() + at, &value, sizeof(value));
+    };
+    bytes[0] = 'B';
+    bytes[1] = 'M';
+    put(2, static_cast<std::uint32_t>(pixelsAt + pixelBytes));
+    put(10, pixelsAt);
+
+    BITMAPINFOHEADER info = {};
+    info.biSize = infoBytes;
+    info.biWidth = static_cast<LONG>(source.fnGetWidth());
+    info.biHeight = static_cast<LONG>(source.fnGetHeight());
+    info.biPlanes = 1;
+    info.biBitCount = static_cast<WORD>(bits);
+    info.biCompression = bits == 16 || bits == 32 ? BI_BITFIELDS : BI_RGB;
+    info.biSizeImage = static_cast<DWORD>(pixelBytes);
+    info.biXPelsPerMeter = static_cast<LONG>(source.fnGetDotsPerMeterX());
+    info.biYPelsPerMeter = static_cast<LONG>(source.fnGetDotsPerMeterY());
+    if (bits <= 8 && source.fnGetColorCount() < 1u << bits)
+        info.biClrUsed = source.fnGetColorCount();
+    put(kBmpFileHeaderBytes, info);
+
+    const std::uint32_t masks16[3] = {0xF800, 0x07E0, 0x001F};
+    const std::uint32_t masks32[5] = {0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000, kSrgbSpace};
+    if (bits == 16)
+        put(kBmpFileHeaderBytes + kBmpMasksAt, masks16);
+    if (bits == 32)
+        put(kBmpFileHeaderBytes + kBmpMasksAt, masks32);
+    if (bits <= 8)
+        std::memcpy(bytes.data() + kBmpFileHeaderBytes + kBmpInfoHeaderBytes, source.fnGetColors(),
+                    source.fnGetColorCount() * sizeof(RGBQUAD));
+    return bytes;
+}
+
+/// From the image's byte order to that of a file: the bytes of each pixel turned round.
+void fnStoreBytes(const unsigned char* row, std::size_t width, unsigned int bits,
+                  unsigned char* out) {
+    if (bits == 4) {
+        fnPackNibbles(row, width, out);
+        return;
+    }
+    const std::size_t bytes = bits / 8;
+    for (std::size_t x = 0; x < width; ++x, row += bytes, out += bytes)
+        std::reverse_copy(row, row + bytes, out);
+}
+
+void fnWriteBmp(CqPictureOutput& output, CqPictureSource& source, const CqPictureOptions&) {
+    const unsigned int bits = source.fnGetBitCount();
+    const std::uint32_t height = source.fnGetHeight();
+    const std::uint64_t stride = fnStride(source.fnGetWidth(), bits);
+    const std::vector<unsigned char> headers = fnMakeHeaders(source, stride * height);
+    bool done = output.fnWrite(headers.data(), headers.size());
+
+    const auto row = std::make_unique_for_overwrite<unsigned char[]>(
+        std::size_t{source.fnGetWidth()} * fnCodecBytes(bits));
+    const auto stored = std::make_unique<unsigned char[]>(stride);
+    for (std::uint32_t i = 0; i < height && done; ++i) {
+        source.fnFetchRow(height - 1 - i, row.get());
+        fnStoreBytes(row.get(), source.fnGetWidth(), bits, stored.get());
+        done = output.fnWrite(stored.get(), stride);
+        source.fnTell(std::uint64_t{i} + 1, height);
+    }
+    if (!done)
+        throw CqPictureFailure{PICTURE_CANNOT_SAVE};
+}
+
+} // namespace
+
+const CqPictureCodec kBmpCodec = {
+    {PICTURE_BMP, "BMP", "bmp dib", true}, fnKnowsBmp, fnReadBmp, fnWriteBmp};
+
+} // namespace q32

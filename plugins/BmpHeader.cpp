@@ -1,0 +1,141 @@
+#include "plugins/BmpHeader.h"
+
+#include "plugins/CqPictureInput.h"
+#include "plugins/PictureCodec.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace q32 {
+
+namespace {
+
+constexpr std::uint32_t kCoreHeaderBytes = 12;
+constexpr std::uint32_t kMaxHeaderBytes = 124;
+/// Headers below this have no alpha mask.
+constexpr std::uint32_t kAlphaHeaderBytes = 56;
+constexpr DWORD kBitFieldsWithAlpha = 6;
+
+template <typename Value>
+Value fnGet(const unsigned char* bytes, std::size_t at) {
+    Value value;
+    std::memcpy(&value, bytes + at, sizeof(value));
+    return value;
+}
+
+/// Reads the record that tells the size, in either of its two layouts.
+void fnReadInfo(CqPictureInput& input, BmpHeader& header) {
+    unsigned char file[kBmpFileHeaderBytes];
+    fnReadExactly(input, file, sizeof(file));
+    header.m_nPixelsAt = fnGet<std::uint32_t>(file, 10);
+
+    unsigned char bytes[kMaxHeaderBytes] = {};
+    fnReadExactly(input, bytes, 4);
+    const auto size = fnGet<std::uint32_t>(bytes, 0);
+    BITMAPINFOHEADER& info = header.m_Info;
+    if (size == kCoreHeaderBytes) {
+        fnReadExactly(input, bytes + 4, size - 4);
+        info.biWidth = fnGet<std::uint16_t>(bytes, 4);
+        info.biHeight = fnGet<std::uint16_t>(bytes, 6);
+        info.biBitCount = fnGet<std::uint16_t>(bytes, 10);
+    } else if (size >= kBmpInfoHeaderBytes && size <= kMaxHeaderBytes) {
+        fnReadExactly(input, bytes + 4, size - 4);
+        info = fnGet<BITMAPINFOHEADER>(bytes, 0);
+    } else {
+        throw CqPictureFailure{PICTURE_CORRUPTED};
+    }
+    info.biSize = size;
+    if (size == kBmpInfoHeaderBytes && info.biCompression == BI_BITFIELDS)
+        fnReadExactly(input, bytes + kBmpMasksAt, 12);
+    if (size == kBmpInfoHeaderBytes && info.biCompression == kBitFieldsWithAlpha)
+        fnReadExactly(input, bytes + kBmpMasksAt, 16);
+    for (unsigned int i = 0; i < 4; ++i)
+        header.m_Masks[i] = fnGet<std::uint32_t>(bytes, kBmpMasksAt + 4 * i);
+    // Alpha counts where the header is long enough to tell it.
+    if (size < kAlphaHeaderBytes && info.biCompression != kBitFieldsWithAlpha)
+        header.m_Masks[3] = 0;
+}
+
+/// Refuses what no picture can be, and fills in the masks of uncompressed pixels.
+void fnCheckInfo(BmpHeader& header) {
+    BITMAPINFOHEADER& info = header.m_Info;
+    const std::int64_t height = info.biHeight;
+    if (info.biWidth <= 0 || height == 0)
+        throw CqPictureFailure{PICTURE_CORRUPTED};
+    header.m_nWidth = static_cast<std::uint32_t>(info.biWidth);
+    header.m_nHeight = static_cast<std::uint32_t>(height < 0 ? -height : height);
+    header.m_bTopDown = height < 0;
+
+    const bool masked =
+        info.biCompression == BI_BITFIELDS || info.biCompression == kBitFieldsWithAlpha;
+    const bool deep = info.biBitCount == 16 || info.biBitCount == 32;
+    switch (info.biBitCount) {
+    case 1:
+    case 2:
+    case 4:
+    case 8:
+    case 16:
+    case 24:
+    case 32:
+        break;
+    default:
+        throw CqPictureFailure{PICTURE_CORRUPTED};
+    }
+    if (info.biCompression == BI_RLE8 ? info.biBitCount != 8 || header.m_bTopDown : masked && !deep)
+        throw CqPictureFailure{PICTURE_CORRUPTED};
+    if (info.biCompression > BI_RLE8 && !masked)
+        throw CqPictureFailure{PICTURE_UNSUPPORTED};
+    if (!masked && deep) {
+        const std::uint32_t plain16[4] = {0x7C00, 0x03E0, 0x001F, 0};
+        const std::uint32_t plain32[4] = {0xFF0000, 0x00FF00, 0x0000FF, 0};
+        std::copy_n(info.biBitCount == 16 ? plain16 : plain32, 4, header.m_Masks);
+    }
+    if (deep && (header.m_Masks[0] | header.m_Masks[1] | header.m_Masks[2]) == 0)
+        throw CqPictureFailure{PICTURE_CORRUPTED};
+}
+
+/// The colour table; the three-byte entries of the old layout too.
+void fnReadColors(CqPictureInput& input, BmpHeader& header) {
+    if (header.m_Info.biBitCount > 8)
+        return;
+    const unsigned int all = 1u << header.m_Info.biBitCount;
+    header.m_nColors = header.m_Info.biClrUsed == 0 ? all : std::min(header.m_Info.biClrUsed, all);
+    const std::size_t entry = header.m_Info.biSize == kCoreHeaderBytes ? 3 : sizeof(RGBQUAD);
+    for (unsigned int i = 0; i < header.m_nColors; ++i) {
+        fnReadExactly(input, &header.m_Colors[i], entry);
+        header.m_Colors[i].rgbReserved = 0;
+    }
+}
+
+} // namespace
+
+BmpHeader fnReadBmpHeader(CqPictureInput& input) {
+    BmpHeader header;
+    fnReadInfo(input, header);
+    fnCheckInfo(header);
+    fnReadColors(input, header);
+    if (header.m_nPixelsAt == 0)
+        header.m_nPixelsAt = static_cast<std::uint32_t>(input.fnGetPosition());
+    return header;
+}
+
+void fnReadExactly(CqPictureInput& input, void* out, std::size_t count) {
+    if (input.fnRead(out, count) != count)
+        throw CqPictureFailure{input.fnHasFailed() ? PICTURE_CANNOT_READ : PICTURE_CORRUPTED};
+}
+
+unsigned int BmpHeader::fnImageDepth() const {
+    const unsigned int bits = m_Info.biBitCount;
+    if (bits <= 8)
+        return bits <= 4 ? 4 : 8;
+    if (fnIs555() || fnIs565())
+        return 16;
+    return m_Masks[3] != 0 ? 32 : 24;
+}
+
+bool BmpHeader::fnHasMasks16(std::uint32_t red, std::uint32_t green) const {
+    return m_Info.biBitCount == 16 && m_Masks[0] == red && m_Masks[1] == green &&
+           m_Masks[2] == 0x001F && m_Masks[3] == 0;
+}
+
+} // namespace q32

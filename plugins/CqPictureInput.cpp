@@ -1,0 +1,75 @@
+#include "plugins/CqPictureInput.h"
+
+#include "plugins/PictureCodec.h"
+#include "q32Base/platform/CqPlatform.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace q32 {
+
+CqPictureInput::CqPictureInput(const char* path)
+    : m_pBlock(std::make_unique_for_overwrite<unsigned char[]>(kBlock)) {
+    CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
+    m_pStream = fnPlatform().m_pFiles->fnOpen(path, CqFileMode{}, cause);
+    if (!m_pStream)
+        throw CqPictureFailure{cause == FILE_CAUSE_SHARING_VIOLATION ||
+                                       cause == FILE_CAUSE_LOCK_VIOLATION
+                                   ? PICTURE_IN_USE
+                                   : PICTURE_CANNOT_OPEN};
+    if (m_pStream->fnGetLength(m_nLength) != FILE_CAUSE_NONE)
+        throw CqPictureFailure{PICTURE_CANNOT_READ};
+}
+
+bool CqPictureInput::fnFill() noexcept {
+    if (m_bFailed)
+        return false;
+    const std::uint64_t place = fnGetPosition();
+    std::size_t done = 0;
+    try {
+        m_bFailed = (m_bMoved && m_pStream->fnSeek(place) != FILE_CAUSE_NONE) ||
+                    m_pStream->fnRead(m_pBlock.get(), kBlock, done) != FILE_CAUSE_NONE;
+    } catch (const std::bad_alloc&) {
+        m_bFailed = true;
+    }
+    m_bMoved = false;
+    m_nBase = place;
+    m_nNext = 0;
+    m_nFilled = m_bFailed ? 0 : done;
+    return m_nFilled > 0;
+}
+
+std::size_t CqPictureInput::fnRead(void* out, std::size_t count) noexcept {
+    auto* bytes = static_cast<unsigned char*>(out);
+    std::size_t done = 0;
+    while (done < count && (m_nNext < m_nFilled || fnFill())) {
+        const std::size_t piece = std::min(count - done, m_nFilled - m_nNext);
+        std::memcpy(bytes + done, m_pBlock.get() + m_nNext, piece);
+        m_nNext += piece;
+        done += piece;
+    }
+    return done;
+}
+
+const unsigned char* CqPictureInput::fnReadBlock(std::size_t& count) noexcept {
+    count = 0;
+    if (m_nNext >= m_nFilled && !fnFill())
+        return nullptr;
+    const unsigned char* bytes = m_pBlock.get() + m_nNext;
+    count = m_nFilled - m_nNext;
+    m_nNext = m_nFilled;
+    return bytes;
+}
+
+void CqPictureInput::fnSeek(std::uint64_t position) noexcept {
+    if (position >= m_nBase && position <= m_nBase + m_nFilled) {
+        m_nNext = static_cast<std::size_t>(position - m_nBase);
+        return;
+    }
+    m_nBase = position;
+    m_nNext = 0;
+    m_nFilled = 0;
+    m_bMoved = true;
+}
+
+} // namespace q32

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "plugins/CqPictureTarget.h"
+#include "q32Base/image/CqImage.h"
+#include "q32Base/image/CqImageTile.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace q32 {
+
+/// The image that a codec writes from, row by row.
+class CqPictureSource {
+public:
+    /// Looks the image's palette over; the pixels too where it is shorter than its depth allows.
+    CqPictureSource(CqImage& image, CqPictureProgress* progress);
+    CqPictureSource(const CqPictureSource&) = delete;
+    CqPictureSource& operator=(const CqPictureSource&) = delete;
+
+    std::uint32_t fnGetWidth() const { return m_Image.Width; }
+    std::uint32_t fnGetHeight() const { return m_Image.Height; }
+    unsigned int fnGetBitCount() const { return m_Image.BitCount; }
+    /// Whether it is an 8-bit image whose indices are the greys themselves.
+    bool fnIsGrey() const { return m_bGrey; }
+    /// The colours of an image of up to 8 bits: 1 to `1 << bits`, as many as its pixels name. 256
+    /// entries can be read; those beyond the count are black.
+    const RGBQUAD* fnGetColors() const { return m_Colors; }
+    unsigned int fnGetColorCount() const { return m_nColors; }
+    const char* fnGetTitle() const { return m_Image.Title; }
+    /// Dots per metre; 0 when the image has no resolution in one direction.
+    std::uint32_t fnGetDotsPerMeterX() const { return m_nDotsX; }
+    std::uint32_t fnGetDotsPerMeterY() const { return m_nDotsY; }
+    std::int32_t fnGetDpiX() const { return m_Image.DpiX; }
+    std::int32_t fnGetDpiY() const { return m_Image.DpiY; }
+
+    /// A row as PixelRows.h tells it.
+    void fnFetchRow(std::uint32_t y, unsigned char* out);
+    /// A row as red, green, blue, whatever the depth; alpha is dropped.
+    void fnFetchRgb(std::uint32_t y, unsigned char* out);
+    void fnTell(std::uint64_t done, std::uint64_t total) { m_Steps.fnTell(done, total); }
+
+private:
+    void fnFindColors();
+
+    CqImage& m_Image;
+    CqImageTile m_Tile;
+    CqPictureSteps m_Steps;
+    std::unique_ptr<unsigned char[]> m_pRow;
+    RGBQUAD m_Colors[256] = {};
+    unsigned int m_nColors = 0;
+    bool m_bGrey = false;
+    std::uint32_t m_nDotsX = 0;
+    std::uint32_t m_nDotsY = 0;
+};
+
+} // namespace q32

@@ -1,0 +1,60 @@
+#include "plugins/CqPictureTarget.h"
+
+#include "plugins/PictureCodec.h"
+#include "plugins/PixelRows.h"
+
+#include <algorithm>
+
+namespace q32 {
+
+void CqPictureSteps::fnTell(std::uint64_t done, std::uint64_t total) {
+    if (!m_pProgress)
+        return;
+    const auto percent = static_cast<unsigned int>(done >= total ? 100 : done * 100 / total);
+    m_nPercent = std::max(m_nPercent, percent);
+    bool aborted = false;
+    m_pProgress->fnOnProgress(m_nPercent, aborted);
+    if (aborted)
+        throw CqPictureFailure{PICTURE_NO_MESSAGE};
+}
+
+void CqPictureTarget::fnAlloc(std::uint64_t width, std::uint64_t height, unsigned int bitCount,
+                              const RGBQUAD* palette, unsigned int count) {
+    constexpr std::uint64_t kMaxSide = INT32_MAX;
+    constexpr std::uint64_t kMaxBytes = UINT32_MAX;
+    if (width == 0 || height == 0)
+        throw CqPictureFailure{PICTURE_CORRUPTED};
+    if (width > kMaxSide || height > kMaxSide || (width * bitCount + 7) / 8 > kMaxBytes / height)
+        throw CqPictureFailure{PICTURE_NO_MEMORY};
+    m_Image.fnAlloc(static_cast<unsigned int>(width), static_cast<unsigned int>(height), bitCount,
+                    palette, count);
+}
+
+void CqPictureTarget::fnCheckRoom(std::uint64_t fileBytes, std::uint64_t rowBytes,
+                                  std::uint64_t rows, std::uint64_t ratio) {
+    constexpr std::uint64_t kBeyondAnyDisk = std::uint64_t{1} << 48;
+    const std::uint64_t most = (std::min(fileBytes, kBeyondAnyDisk) + 1) * ratio;
+    if (rows > 0 && rowBytes > most / rows)
+        throw CqPictureFailure{PICTURE_CORRUPTED};
+}
+
+void CqPictureTarget::fnStore(std::uint32_t x, std::uint32_t y, std::uint32_t count,
+                              const unsigned char* in) {
+    fnStorePixels(m_Image, m_Tile, x, y, count, in);
+}
+
+void CqPictureTarget::fnFetch(std::uint32_t x, std::uint32_t y, std::uint32_t count,
+                              unsigned char* out) {
+    fnFetchPixels(m_Image, m_Tile, x, y, count, out);
+}
+
+void CqPictureTarget::fnSetDotsPerMeter(double x, double y) {
+    const std::int32_t dpiX = fnDotsPerInch(x);
+    const std::int32_t dpiY = fnDotsPerInch(y);
+    if (dpiX > 0 && dpiY > 0) {
+        m_Image.DpiX = dpiX;
+        m_Image.DpiY = dpiY;
+    }
+}
+
+} // namespace q32

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "plugins/PictureFile.h"
+#include "q32Base/image/CqImage.h"
+#include "q32Base/image/CqImageTile.h"
+
+#include <cstdint>
+
+namespace q32 {
+
+/// Tells the host's progress object how far the work is; throws CqPictureFailure on an abort.
+class CqPictureSteps {
+public:
+    explicit CqPictureSteps(CqPictureProgress* progress) : m_pProgress(progress) {}
+
+    /// `done` of `total` parts; `total` above 0.
+    void fnTell(std::uint64_t done, std::uint64_t total);
+
+private:
+    CqPictureProgress* m_pProgress;
+    unsigned int m_nPercent = 0;
+};
+
+/// The image that a codec reads into. What a file says goes through here, so that no size is
+/// believed before it is checked.
+class CqPictureTarget {
+public:
+    CqPictureTarget(CqImage& image, CqPictureProgress* progress)
+        : m_Image(image), m_Steps(progress) {}
+    CqPictureTarget(const CqPictureTarget&) = delete;
+    CqPictureTarget& operator=(const CqPictureTarget&) = delete;
+
+    /// Makes the image's storage. `palette` and `count` are those of `CqImage::fnAlloc`. Throws: a
+    /// width or height of 0 is corrupted, a picture of 4 GiB and more is out of memory.
+    void fnAlloc(std::uint64_t width, std::uint64_t height, unsigned int bitCount,
+                 const RGBQUAD* palette, unsigned int count);
+    /// Throws, as corrupted, when a file of `fileBytes` can't hold rows of pixels (in bytes of the
+    /// file's own depth), since its coding makes at most `ratio` bytes out of one. Called ahead of
+    /// `fnAlloc`, so that a broken size takes no memory.
+    static void fnCheckRoom(std::uint64_t fileBytes, std::uint64_t rowBytes, std::uint64_t rows,
+                            std::uint64_t ratio);
+
+    /// Copy pixels in and out, as PixelRows.h tells them. The run must lie inside the image.
+    void fnStore(std::uint32_t x, std::uint32_t y, std::uint32_t count, const unsigned char* in);
+    void fnFetch(std::uint32_t x, std::uint32_t y, std::uint32_t count, unsigned char* out);
+    void fnStoreRow(std::uint32_t y, const unsigned char* in) { fnStore(0, y, m_Image.Width, in); }
+    void fnFetchRow(std::uint32_t y, unsigned char* out) { fnFetch(0, y, m_Image.Width, out); }
+
+    /// Notes the resolution, unless one of the values can't be told.
+    void fnSetDotsPerMeter(double x, double y);
+    void fnSetTitle(const char* title) { m_Image.Title = title; }
+    void fnTell(std::uint64_t done, std::uint64_t total) { m_Steps.fnTell(done, total); }
+
+    CqImage& fnGetImage() { return m_Image; }
+
+private:
+    CqImage& m_Image;
+    CqImageTile m_Tile;
+    CqPictureSteps m_Steps;
+};
+
+} // namespace q32

@@ -1,0 +1,107 @@
+#include "plugins/CqTiffHandle.h"
+
+#include "plugins/CqPictureInput.h"
+#include "plugins/CqPictureOutput.h"
+#include "plugins/PictureCodec.h"
+
+#include <tiffio.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+namespace q32 {
+
+namespace {
+
+/// libtiff takes no single block above this; tags of a broken file may ask for any size.
+constexpr tmsize_t kMaxBlockBytes = tmsize_t{1} << 30;
+
+CqTiffHandle& fnHandle(thandle_t handle) {
+    return *static_cast<CqTiffHandle*>(handle);
+}
+
+tmsize_t fnTiffRead(thandle_t handle, void* out, tmsize_t count) {
+    CqTiffHandle& file = fnHandle(handle);
+    const auto size = static_cast<std::size_t>(count);
+    return static_cast<tmsize_t>(file.m_pInput ? file.m_pInput->fnRead(out, size)
+                                               : file.m_pOutput->fnRead(out, size));
+}
+
+tmsize_t fnTiffWrite(thandle_t handle, void* bytes, tmsize_t count) {
+    CqTiffHandle& file = fnHandle(handle);
+    const bool done =
+        file.m_pOutput && file.m_pOutput->fnWrite(bytes, static_cast<std::size_t>(count));
+    return done ? count : -1;
+}
+
+toff_t fnTiffSize(thandle_t handle) {
+    const CqTiffHandle& file = fnHandle(handle);
+    return file.m_pInput ? file.m_pInput->fnGetLength() : file.m_pOutput->fnGetLength();
+}
+
+toff_t fnTiffSeek(thandle_t handle, toff_t offset, int whence) {
+    CqTiffHandle& file = fnHandle(handle);
+    if (whence == SEEK_CUR)
+        offset += file.m_pInput ? file.m_pInput->fnGetPosition() : file.m_pOutput->fnGetPosition();
+    else if (whence == SEEK_END)
+        offset += fnTiffSize(handle);
+    if (file.m_pInput)
+        file.m_pInput->fnSeek(offset);
+    else if (!file.m_pOutput->fnSeek(offset))
+        return static_cast<toff_t>(-1);
+    return offset;
+}
+
+int fnTiffClose(thandle_t) {
+    return 0;
+}
+
+int fnTiffError(TIFF*, void*, const char*, const char*, std::va_list) {
+    return 1;
+}
+
+int fnTiffWarning(TIFF*, void* user, const char* module, const char*, std::va_list) {
+    CqTiffHandle& file = fnHandle(user);
+    // The old bit order of LZW is read as well as the new one.
+    const bool harmless = module && std::strcmp(module, "LZWPreDecode") == 0;
+    file.m_bWarned = file.m_bWarned || (file.m_bWatching && !harmless);
+    return 1;
+}
+
+} // namespace
+
+CqTiffHandle::CqTiffHandle(CqPictureInput& input) : m_pInput(&input) {
+    fnOpen("rm");
+}
+
+CqTiffHandle::CqTiffHandle(CqPictureOutput& output) : m_pOutput(&output) {
+    fnOpen("w");
+}
+
+CqTiffHandle::~CqTiffHandle() {
+    TIFFClose(m_pTiff);
+}
+
+void CqTiffHandle::fnOpen(const char* mode) {
+    TIFFOpenOptions* options = TIFFOpenOptionsAlloc();
+    if (!options)
+        throw CqPictureFailure{PICTURE_NO_MEMORY};
+    TIFFOpenOptionsSetMaxSingleMemAlloc(options, kMaxBlockBytes);
+    TIFFOpenOptionsSetErrorHandlerExtR(options, fnTiffError, this);
+    TIFFOpenOptionsSetWarningHandlerExtR(options, fnTiffWarning, this);
+    m_pTiff = TIFFClientOpenExt("picture", mode, this, fnTiffRead, fnTiffWrite, fnTiffSeek,
+                                fnTiffClose, fnTiffSize, nullptr, nullptr, options);
+    TIFFOpenOptionsFree(options);
+    if (!m_pTiff)
+        fnFail();
+}
+
+void CqTiffHandle::fnFail() const {
+    if (m_pOutput)
+        throw CqPictureFailure{PICTURE_CANNOT_SAVE};
+    throw CqPictureFailure{m_pInput->fnHasFailed() ? PICTURE_CANNOT_READ : PICTURE_CORRUPTED};
+}
+
+} // namespace q32

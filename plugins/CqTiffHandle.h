@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+
+struct tiff;
+
+namespace q32 {
+
+class CqPictureInput;
+class CqPictureOutput;
+
+/// libtiff's object over a picture file, with messages kept to itself.
+class CqTiffHandle {
+public:
+    /// Opens for reading or writing. Throws CqPictureFailure.
+    explicit CqTiffHandle(CqPictureInput& input);
+    explicit CqTiffHandle(CqPictureOutput& output);
+    ~CqTiffHandle();
+    CqTiffHandle(const CqTiffHandle&) = delete;
+    CqTiffHandle& operator=(const CqTiffHandle&) = delete;
+
+    operator tiff*() const { return m_pTiff; }
+
+    /// Throws what a failed call into libtiff means.
+    [[noreturn]] void fnFail() const;
+    /// From now on a warning means that pixels were made up.
+    void fnWatchWarnings() { m_bWatching = true; }
+    bool fnHasWarned() const { return m_bWarned; }
+
+    CqPictureInput* m_pInput = nullptr;
+    CqPictureOutput* m_pOutput = nullptr;
+    bool m_bWarned = false;
+    bool m_bWatching = false;
+
+private:
+    void fnOpen(const char* mode);
+
+    tiff* m_pTiff = nullptr;
+};
+
+} // namespace q32

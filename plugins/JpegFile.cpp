@@ -1,0 +1,350 @@
+#include "plugins/CqPictureInput.h"
+#include "plugins/CqPictureOutput.h"
+#include "plugins/CqPictureSource.h"
+#include "plugins/CqPictureTarget.h"
+#include "plugins/PictureCodec.h"
+#include "plugins/PixelRows.h"
+
+// The library's header needs size_t and FILE declared ahead of it.
+#include <jpeglib.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdio>
+#include <jerror.h>
+#include <memory>
+
+namespace q32 {
+
+namespace {
+
+/// A block of 8 x 8 pixels takes a bit at least, unless it is coded arithmetically.
+constexpr std::uint64_t kMaxPixelsPerByte = 512;
+/// More scans than any writer makes; a hostile file could keep the decoder busy for hours.
+constexpr int kMaxScans = 200;
+/// Coefficients of a progressive picture are held by libjpeg as a whole, up to this.
+constexpr long kMaxCoefficientBytes = 1L << 30;
+constexpr std::size_t kOutputBlock = 16384;
+constexpr double kInchesPerMeter = 1 / 0.0254;
+constexpr int kDotsPerInchUnit = 1;
+constexpr int kDotsPerCentimeterUnit = 2;
+
+/// What libjpeg's callbacks need. Found from the library's objects by `client_data`.
+struct JpegState {
+    std::jmp_buf m_Jump;
+    jpeg_error_mgr m_Errors;
+    PICTURE_MESSAGE m_eFailure = PICTURE_CORRUPTED;
+    CqPictureInput* m_pInput = nullptr;
+    CqPictureOutput* m_pOutput = nullptr;
+    JOCTET m_Block[kOutputBlock];
+};
+
+JpegState& fnState(j_common_ptr jpeg) {
+    return *static_cast<JpegState*>(jpeg->client_data);
+}
+
+[[noreturn]] void fnJpegError(j_common_ptr jpeg) {
+    JpegState& state = fnState(jpeg);
+    switch (jpeg->err->msg_code) {
+    case JERR_OUT_OF_MEMORY:
+    case JERR_NO_BACKING_STORE:
+        state.m_eFailure = PICTURE_NO_MEMORY;
+        break;
+    case JERR_ARITH_NOTIMPL:
+    case JERR_BAD_PRECISION:
+    case JERR_CONVERSION_NOTIMPL:
+    case JERR_SOF_UNSUPPORTED:
+        state.m_eFailure = PICTURE_UNSUPPORTED;
+        break;
+    default:
+        break;
+    }
+    std::longjmp(state.m_Jump, 1);
+}
+
+/// A warning means that pixels were made up, but for those about bytes between the segments and
+/// about versions.
+void fnJpegMessage(j_common_ptr jpeg, int level) {
+    const int code = jpeg->err->msg_code;
+    const bool harmless = level >= 0 || code == JWRN_EXTRANEOUS_DATA || code == JWRN_JFIF_MAJOR ||
+                          code == JWRN_ADOBE_XFORM || code == JWRN_TOO_MUCH_DATA;
+    if (!harmless)
+        fnJpegError(jpeg);
+}
+
+void fnNothing(j_decompress_ptr) {}
+
+boolean fnFillInput(j_decompress_ptr jpeg) {
+    CqPictureInput& input = *fnState(reinterpret_cast<j_common_ptr>(jpeg)).m_pInput;
+    jpeg->src->next_input_byte = input.fnReadBlock(jpeg->src->bytes_in_buffer);
+    if (jpeg->src->bytes_in_buffer == 0) {
+        jpeg->err->msg_code = JERR_INPUT_EOF;
+        fnJpegError(reinterpret_cast<j_common_ptr>(jpeg));
+    }
+    return TRUE;
+}
+
+void fnSkipInput(j_decompress_ptr jpeg, long count) {
+    jpeg_source_mgr& source = *jpeg->src;
+    while (count > 0) {
+        if (source.bytes_in_buffer == 0)
+            fnFillInput(jpeg);
+        const auto piece = std::min(static_cast<std::size_t>(count), source.bytes_in_buffer);
+        source.next_input_byte += piece;
+        source.bytes_in_buffer -= piece;
+        count -= static_cast<long>(piece);
+    }
+}
+
+void fnStartOutput(j_compress_ptr jpeg) {
+    jpeg->dest->next_output_byte = fnState(reinterpret_cast<j_common_ptr>(jpeg)).m_Block;
+    jpeg->dest->free_in_buffer = kOutputBlock;
+}
+
+void fnWriteBlock(j_compress_ptr jpeg, std::size_t count) {
+    JpegState& state = fnState(reinterpret_cast<j_common_ptr>(jpeg));
+    if (!state.m_pOutput->fnWrite(state.m_Block, count)) {
+        jpeg->err->msg_code = JERR_FILE_WRITE;
+        fnJpegError(reinterpret_cast<j_common_ptr>(jpeg));
+    }
+}
+
+boolean fnEmptyOutput(j_compress_ptr jpeg) {
+    fnWriteBlock(jpeg, kOutputBlock);
+    fnStartOutput(jpeg);
+    return TRUE;
+}
+
+void fnEndOutput(j_compress_ptr jpeg) {
+    fnWriteBlock(jpeg, kOutputBlock - jpeg->dest->free_in_buffer);
+}
+
+jpeg_error_mgr* fnPrepareErrors(JpegState& state) {
+    jpeg_std_error(&state.m_Errors);
+    state.m_Errors.error_exit = fnJpegError;
+    state.m_Errors.emit_message = fnJpegMessage;
+    state.m_Errors.output_message = [](j_common_ptr) {};
+    return &state.m_Errors;
+}
+
+bool fnKnowsJpeg(const unsigned char* head, std::size_t count) {
+    return count >= 3 && head[0] == 0xFF && head[1] == 0xD8 && head[2] == 0xFF;
+}
+
+/// libjpeg's object for reading one file. Every call into libjpeg goes through `fnCall`.
+class JpegReader {
+public:
+    explicit JpegReader(CqPictureInput& input) { m_State.m_pInput = &input; }
+    ~JpegReader() { jpeg_destroy_decompress(&m_Jpeg); }
+    JpegReader(const JpegReader&) = delete;
+    JpegReader& operator=(const JpegReader&) = delete;
+
+    void fnOpen();
+    void fnReadHeader();
+    void fnAllocImage(CqPictureTarget& target);
+    void fnReadScans(CqPictureTarget& target);
+    void fnReadRows(CqPictureTarget& target);
+
+private:
+    template <typename Call>
+    void fnCall(const Call& call) {
+        if (!fnGuardJump(m_State.m_Jump, call))
+            throw CqPictureFailure{m_State.m_pInput->fnHasFailed() ? PICTURE_CANNOT_READ
+                                                                   : m_State.m_eFailure};
+    }
+    unsigned char* fnConvertRow(unsigned char* row) const;
+
+    JpegState m_State;
+    jpeg_decompress_struct m_Jpeg = {};
+    jpeg_source_mgr m_Source = {};
+};
+
+void JpegReader::fnOpen() {
+    m_Jpeg.err = fnPrepareErrors(m_State);
+    m_Jpeg.client_data = &m_State;
+    fnCall([this] { jpeg_create_decompress(&m_Jpeg); });
+    m_Source.init_source = fnNothing;
+    m_Source.fill_input_buffer = fnFillInput;
+    m_Source.skip_input_data = fnSkipInput;
+    m_Source.resync_to_restart = jpeg_resync_to_restart;
+    m_Source.term_source = fnNothing;
+    m_Jpeg.src = &m_Source;
+    m_Jpeg.mem->max_memory_to_use = kMaxCoefficientBytes;
+}
+
+void JpegReader::fnReadHeader() {
+    fnCall([this] { jpeg_read_header(&m_Jpeg, TRUE); });
+    if (!m_Jpeg.arith_code)
+        CqPictureTarget::fnCheckRoom(m_State.m_pInput->fnGetLength(), m_Jpeg.image_width,
+                                     m_Jpeg.image_height, kMaxPixelsPerByte);
+    switch (m_Jpeg.jpeg_color_space) {
+    case JCS_GRAYSCALE:
+        m_Jpeg.out_color_space = JCS_GRAYSCALE;
+        break;
+    case JCS_RGB:
+    case JCS_YCbCr:
+        m_Jpeg.out_color_space = JCS_RGB;
+        break;
+    case JCS_CMYK:
+    case JCS_YCCK:
+        m_Jpeg.out_color_space = JCS_CMYK;
+        break;
+    default:
+        throw CqPictureFailure{PICTURE_UNSUPPORTED};
+    }
+}
+
+void JpegReader::fnAllocImage(CqPictureTarget& target) {
+    const bool grey = m_Jpeg.out_color_space == JCS_GRAYSCALE;
+    target.fnAlloc(m_Jpeg.image_width, m_Jpeg.image_height, grey ? 8 : 24,
+                   grey ? q32GreyRamp : nullptr, grey ? 256 : 0);
+    const double unit = m_Jpeg.density_unit == kDotsPerInchUnit         ? kInchesPerMeter
+                        : m_Jpeg.density_unit == kDotsPerCentimeterUnit ? 100
+                                                                        : 0;
+    if (m_Jpeg.saw_JFIF_marker)
+        target.fnSetDotsPerMeter(m_Jpeg.X_density * unit, m_Jpeg.Y_density * unit);
+}
+
+/// Takes in all scans of a progressive picture, so that the rows come out complete. This is half of
+/// the work.
+void JpegReader::fnReadScans(CqPictureTarget& target) {
+    const std::uint64_t length = m_State.m_pInput->fnGetLength();
+    m_Jpeg.buffered_image = jpeg_has_multiple_scans(&m_Jpeg);
+    fnCall([this] { jpeg_start_decompress(&m_Jpeg); });
+    if (!m_Jpeg.buffered_image)
+        return;
+    int state = JPEG_SUSPENDED;
+    while (state != JPEG_REACHED_EOI) {
+        fnCall([&] { state = jpeg_consume_input(&m_Jpeg); });
+        if (m_Jpeg.input_scan_number > kMaxScans)
+            throw CqPictureFailure{PICTURE_CORRUPTED};
+        if (state == JPEG_ROW_COMPLETED)
+            target.fnTell(m_State.m_pInput->fnGetPosition(), 2 * length);
+    }
+    fnCall([this] { jpeg_start_output(&m_Jpeg, m_Jpeg.input_scan_number); });
+}
+
+/// What is left to do to a decoded row, in place.
+unsigned char* JpegReader::fnConvertRow(unsigned char* row) const {
+    if (m_Jpeg.out_color_space != JCS_CMYK)
+        return row;
+    // With an Adobe marker 255 means no ink.
+    if (m_Jpeg.saw_Adobe_marker)
+        std::transform(row, row + std::size_t{m_Jpeg.output_width} * 4, row,
+                       [](unsigned char ink) { return static_cast<unsigned char>(255 - ink); });
+    fnCmykToRgb(row, m_Jpeg.output_width, row);
+    return row;
+}
+
+void JpegReader::fnReadRows(CqPictureTarget& target) {
+    const std::uint32_t height = m_Jpeg.output_height;
+    const std::uint32_t before = m_Jpeg.buffered_image ? height : 0;
+    const auto row = std::make_unique_for_overwrite<unsigned char[]>(
+        std::size_t{m_Jpeg.output_width} * static_cast<unsigned int>(m_Jpeg.output_components));
+    JSAMPROW rows = row.get();
+    for (std::uint32_t y = 0; y < height; ++y) {
+        fnCall([&] { jpeg_read_scanlines(&m_Jpeg, &rows, 1); });
+        target.fnStoreRow(y, fnConvertRow(row.get()));
+        target.fnTell(std::uint64_t{before} + y + 1, std::uint64_t{before} + height);
+    }
+    fnCall([this] {
+        if (m_Jpeg.buffered_image)
+            jpeg_finish_output(&m_Jpeg);
+        jpeg_finish_decompress(&m_Jpeg);
+    });
+}
+
+void fnReadJpeg(CqPictureInput& input, CqPictureTarget& target) {
+    const auto reader = std::make_unique<JpegReader>(input);
+    reader->fnOpen();
+    reader->fnReadHeader();
+    reader->fnAllocImage(target);
+    reader->fnReadScans(target);
+    reader->fnReadRows(target);
+}
+
+/// libjpeg's object for writing one file.
+class JpegWriter {
+public:
+    explicit JpegWriter(CqPictureOutput& output) { m_State.m_pOutput = &output; }
+    ~JpegWriter() { jpeg_destroy_compress(&m_Jpeg); }
+    JpegWriter(const JpegWriter&) = delete;
+    JpegWriter& operator=(const JpegWriter&) = delete;
+
+    void fnOpen();
+    void fnWrite(CqPictureSource& source, const CqPictureOptions& options);
+
+private:
+    template <typename Call>
+    void fnCall(const Call& call) {
+        if (!fnGuardJump(m_State.m_Jump, call))
+            throw CqPictureFailure{m_State.m_eFailure == PICTURE_NO_MEMORY ? PICTURE_NO_MEMORY
+                                                                           : PICTURE_CANNOT_SAVE};
+    }
+    void fnDescribe(const CqPictureSource& source, const CqPictureOptions& options);
+
+    JpegState m_State;
+    jpeg_compress_struct m_Jpeg = {};
+    jpeg_destination_mgr m_Destination = {};
+};
+
+void JpegWriter::fnOpen() {
+    m_Jpeg.err = fnPrepareErrors(m_State);
+    m_Jpeg.client_data = &m_State;
+    fnCall([this] { jpeg_create_compress(&m_Jpeg); });
+    m_Destination.init_destination = fnStartOutput;
+    m_Destination.empty_output_buffer = fnEmptyOutput;
+    m_Destination.term_destination = fnEndOutput;
+    m_Jpeg.dest = &m_Destination;
+}
+
+/// Runs inside `fnCall`.
+void JpegWriter::fnDescribe(const CqPictureSource& source, const CqPictureOptions& options) {
+    m_Jpeg.image_width = source.fnGetWidth();
+    m_Jpeg.image_height = source.fnGetHeight();
+    m_Jpeg.input_components = source.fnIsGrey() ? 1 : 3;
+    m_Jpeg.in_color_space = source.fnIsGrey() ? JCS_GRAYSCALE : JCS_RGB;
+    jpeg_set_defaults(&m_Jpeg);
+    jpeg_set_quality(&m_Jpeg, static_cast<int>(std::clamp(options.m_nQuality, 1u, 100u)), TRUE);
+    // The density field has 16 bits.
+    if (source.fnGetDotsPerMeterX() > 0 &&
+        std::max(source.fnGetDpiX(), source.fnGetDpiY()) <= UINT16_MAX) {
+        m_Jpeg.density_unit = kDotsPerInchUnit;
+        m_Jpeg.X_density = static_cast<UINT16>(source.fnGetDpiX());
+        m_Jpeg.Y_density = static_cast<UINT16>(source.fnGetDpiY());
+    }
+}
+
+void JpegWriter::fnWrite(CqPictureSource& source, const CqPictureOptions& options) {
+    fnCall([&] {
+        fnDescribe(source, options);
+        jpeg_start_compress(&m_Jpeg, TRUE);
+    });
+    const std::uint32_t height = source.fnGetHeight();
+    const auto row = std::make_unique_for_overwrite<unsigned char[]>(
+        std::size_t{source.fnGetWidth()} * static_cast<unsigned int>(m_Jpeg.input_components));
+    JSAMPROW rows = row.get();
+    for (std::uint32_t y = 0; y < height; ++y) {
+        if (source.fnIsGrey())
+            source.fnFetchRow(y, row.get());
+        else
+            source.fnFetchRgb(y, row.get());
+        fnCall([&] { jpeg_write_scanlines(&m_Jpeg, &rows, 1); });
+        source.fnTell(std::uint64_t{y} + 1, height);
+    }
+    fnCall([this] { jpeg_finish_compress(&m_Jpeg); });
+}
+
+void fnWriteJpeg(CqPictureOutput& output, CqPictureSource& source,
+                 const CqPictureOptions& options) {
+    const auto writer = std::make_unique<JpegWriter>(output);
+    writer->fnOpen();
+    writer->fnWrite(source, options);
+}
+
+} // namespace
+
+const CqPictureCodec kJpegCodec = {
+    {PICTURE_JPEG, "JPEG", "jpg jpeg jpe jfif", true}, fnKnowsJpeg, fnReadJpeg, fnWriteJpeg};
+
+} // namespace q32

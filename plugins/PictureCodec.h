@@ -1,0 +1,62 @@
+/// @file
+/// What a format offers to the readers and writers of pictures, and how it fails.
+#pragma once
+
+#include "plugins/PictureFile.h"
+
+#include <csetjmp>
+#include <cstddef>
+
+namespace q32 {
+
+class CqPictureInput;
+class CqPictureOutput;
+class CqPictureSource;
+class CqPictureTarget;
+
+/// The library's messages that a picture file can end with.
+enum PICTURE_MESSAGE : int {
+    PICTURE_NO_MESSAGE = 0,
+    PICTURE_NO_MEMORY = -1,
+    PICTURE_CANNOT_OPEN = -3,
+    PICTURE_CANNOT_READ = -4,
+    PICTURE_CANNOT_SAVE = -5,
+    PICTURE_CORRUPTED = -6,
+    PICTURE_IN_USE = -7,
+    PICTURE_EMPTY = -11,
+    PICTURE_UNSUPPORTED = -102
+};
+
+/// Thrown by value inside this folder; no message means that the host aborted.
+struct CqPictureFailure {
+    PICTURE_MESSAGE m_eMessage;
+};
+
+/// One format. The functions throw CqPictureFailure, the framework's exceptions and std::bad_alloc.
+struct CqPictureCodec {
+    CqPictureFormat m_Format;
+    /// Whether the first bytes of a file are of this format.
+    bool (*m_pKnows)(const unsigned char* head, std::size_t count);
+    /// Reads from the file's start.
+    void (*m_pRead)(CqPictureInput& input, CqPictureTarget& target);
+    /// Writes the whole file.
+    void (*m_pWrite)(CqPictureOutput& output, CqPictureSource& source,
+                     const CqPictureOptions& options);
+};
+
+extern const CqPictureCodec kPngCodec;
+extern const CqPictureCodec kJpegCodec;
+extern const CqPictureCodec kTiffCodec;
+extern const CqPictureCodec kBmpCodec;
+
+/// Runs calls into a C library that ends by longjmp to `jump` when it fails; false then. `call` and
+/// what it calls must hold nothing that a destructor has to clean up.
+template <typename Call>
+[[gnu::noinline]] bool fnGuardJump(std::jmp_buf& jump, const Call& call) {
+    if (setjmp(jump) != 0)
+        return false;
+    call();
+    return true;
+}
+
+} // namespace q32

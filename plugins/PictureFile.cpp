@@ -1,0 +1,127 @@
+#include "plugins/PictureFile.h"
+
+#include "plugins/CqPictureInput.h"
+#include "plugins/CqPictureOutput.h"
+#include "plugins/CqPictureSource.h"
+#include "plugins/CqPictureTarget.h"
+#include "plugins/PictureCodec.h"
+#include "q32Base/framework/Exceptions.h"
+#include "q32Base/image/CqImage.h"
+
+#include <algorithm>
+#include <array>
+#include <new>
+#include <string_view>
+
+namespace {
+
+using namespace q32;
+
+const std::array<const CqPictureCodec*, 4> kCodecs = {&kPngCodec, &kJpegCodec, &kTiffCodec,
+                                                      &kBmpCodec};
+
+constexpr std::size_t kHeadBytes = 16;
+
+char fnLower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+/// Runs `work` and turns whatever it throws into a result.
+template <typename Work>
+CqPictureResult fnRun(const char* path, const Work& work) noexcept {
+    CqPictureResult result;
+    try {
+        result.m_strPath = path;
+        work();
+    } catch (const CqPictureFailure& failure) {
+        result.m_nMsgId = failure.m_eMessage;
+        result.m_bAborted = failure.m_eMessage == PICTURE_NO_MESSAGE;
+    } catch (CException* exception) {
+        exception->Delete();
+        result.m_nMsgId = PICTURE_NO_MEMORY;
+    } catch (const std::bad_alloc&) {
+        result.m_nMsgId = PICTURE_NO_MEMORY;
+    }
+    return result;
+}
+
+const CqPictureCodec& fnRecognise(CqPictureInput& input) {
+    unsigned char head[kHeadBytes];
+    const std::size_t count = input.fnRead(head, kHeadBytes);
+    if (input.fnHasFailed())
+        throw CqPictureFailure{PICTURE_CANNOT_READ};
+    if (count == 0)
+        throw CqPictureFailure{PICTURE_EMPTY};
+    const auto* found = std::find_if(kCodecs.begin(), kCodecs.end(), [&](const auto* codec) {
+        return codec->m_pKnows(head, count);
+    });
+    if (found == kCodecs.end())
+        throw CqPictureFailure{PICTURE_UNSUPPORTED};
+    input.fnSeek(0);
+    return **found;
+}
+
+} // namespace
+
+std::span<const CqPictureFormat> q32GetPictureFormats() {
+    static const std::array<CqPictureFormat, kCodecs.size()> formats = [] {
+        std::array<CqPictureFormat, kCodecs.size()> all{};
+        std::transform(kCodecs.begin(), kCodecs.end(), all.begin(),
+                       [](const auto* codec) { return codec->m_Format; });
+        return all;
+    }();
+    return formats;
+}
+
+const CqPictureFormat* q32FindPictureFormat(const char* path) {
+    const std::string_view name(path);
+    const std::size_t dot = name.find_last_of(".\\/");
+    if (dot == std::string_view::npos || name[dot] != '.')
+        return nullptr;
+    const std::string_view wanted = name.substr(dot + 1);
+    for (const CqPictureFormat& format : q32GetPictureFormats()) {
+        std::string_view rest(format.m_pszExtensions);
+        while (!rest.empty()) {
+            const std::string_view one = rest.substr(0, rest.find(' '));
+            if (std::equal(one.begin(), one.end(), wanted.begin(), wanted.end(),
+                           [](char a, char b) { return a == fnLower(b); }))
+                return &format;
+            rest.remove_prefix(std::min(rest.size(), one.size() + 1));
+        }
+    }
+    return nullptr;
+}
+
+CqPictureResult q32ReadPicture(const char* path, CqImage& image, CqPictureProgress* progress) {
+    return fnRun(path, [&] {
+        CqPictureInput input(path);
+        const CqPictureCodec& codec = fnRecognise(input);
+        CqImage fresh;
+        {
+            CqPictureTarget target(fresh, progress);
+            codec.m_pRead(input, target);
+        }
+        // From here on nothing fails.
+        image.fnSwapBuf(fresh);
+        image.Title = fresh.Title;
+        image.DpiX = fresh.DpiX;
+        image.DpiY = fresh.DpiY;
+        image.fnSetPluginData(nullptr);
+        image.fnSetFioPlugin(codec.m_Format.m_eFormat);
+    });
+}
+
+CqPictureResult q32WritePicture(const char* path, CqImage& image, PICTURE_FORMAT format,
+                                const CqPictureOptions& options, CqPictureProgress* progress) {
+    return fnRun(path, [&] {
+        const auto* found = std::find_if(kCodecs.begin(), kCodecs.end(), [&](const auto* codec) {
+            return codec->m_Format.m_eFormat == format;
+        });
+        if (found == kCodecs.end())
+            throw CqPictureFailure{PICTURE_UNSUPPORTED};
+        CqPictureSource source(image, progress);
+        CqPictureOutput output(path);
+        (*found)->m_pWrite(output, source, options);
+        output.fnCommit();
+    });
+}

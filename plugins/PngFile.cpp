@@ -1,0 +1,347 @@
+#include "plugins/CqPictureInput.h"
+#include "plugins/CqPictureOutput.h"
+#include "plugins/CqPictureSource.h"
+#include "plugins/CqPictureTarget.h"
+#include "plugins/PictureCodec.h"
+#include "plugins/PixelRows.h"
+
+#include <png.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <new>
+
+namespace q32 {
+
+namespace {
+
+constexpr png_alloc_size_t kMaxChunkBytes = 8u << 20;
+constexpr png_uint_32 kMaxSide = 0x7FFFFFFF;
+/// Deflate makes at most 1032 bytes out of one.
+constexpr std::uint64_t kMaxRatio = 1032;
+constexpr int kPngSignatureBytes = 8;
+constexpr char kTitleKey[] = "Title";
+
+/// What libpng's callbacks need, in one reachable place.
+struct PngState {
+    std::jmp_buf m_Jump;
+    CqPictureInput* m_pInput = nullptr;
+    CqPictureOutput* m_pOutput = nullptr;
+    bool m_bNoMemory = false;
+};
+
+[[noreturn]] void fnPngError(png_structp png, png_const_charp) {
+    std::longjmp(static_cast<PngState*>(png_get_error_ptr(png))->m_Jump, 1);
+}
+
+/// Warnings are about what isn't used or can be read all the same.
+void fnPngWarning(png_structp, png_const_charp) {}
+
+png_voidp fnPngAlloc(png_structp png, png_alloc_size_t size) {
+    void* block = ::operator new(size, std::nothrow);
+    if (!block)
+        static_cast<PngState*>(png_get_mem_ptr(png))->m_bNoMemory = true;
+    return block;
+}
+
+void fnPngFree(png_structp, png_voidp block) {
+    ::operator delete(block);
+}
+
+void fnPngRead(png_structp png, png_bytep out, std::size_t count) {
+    auto* state = static_cast<PngState*>(png_get_io_ptr(png));
+    if (state->m_pInput->fnRead(out, count) != count)
+        png_error(png, "ended early");
+}
+
+void fnPngWrite(png_structp png, png_bytep bytes, std::size_t count) {
+    auto* state = static_cast<PngState*>(png_get_io_ptr(png));
+    if (!state->m_pOutput->fnWrite(bytes, count))
+        png_error(png, "not written");
+}
+
+void fnPngFlush(png_structp) {}
+
+bool fnKnowsPng(const unsigned char* head, std::size_t count) {
+    return count >= kPngSignatureBytes && png_sig_cmp(head, 0, kPngSignatureBytes) == 0;
+}
+
+/// libpng's objects for reading one file. Every call into libpng goes through `fnCall`.
+class PngReader {
+public:
+    explicit PngReader(CqPictureInput& input) { m_State.m_pInput = &input; }
+    ~PngReader() { png_destroy_read_struct(&m_pPng, &m_pInfo, &m_pEnd); }
+    PngReader(const PngReader&) = delete;
+    PngReader& operator=(const PngReader&) = delete;
+
+    template <typename Call>
+    void fnCall(const Call& call) {
+        const bool done = fnGuardJump(m_State.m_Jump, call);
+        // Out of memory for what it thinks it can do without, libpng just warns.
+        if (m_State.m_bNoMemory)
+            throw CqPictureFailure{PICTURE_NO_MEMORY};
+        if (!done)
+            throw CqPictureFailure{m_State.m_pInput->fnHasFailed() ? PICTURE_CANNOT_READ
+                                                                   : PICTURE_CORRUPTED};
+    }
+
+    void fnOpen();
+    void fnReadHeader();
+    void fnSetConversion();
+    void fnAllocImage(CqPictureTarget& target);
+    void fnReadRows(CqPictureTarget& target);
+    void fnTakeNotes(CqPictureTarget& target);
+
+private:
+    void fnTakeTitle(png_infop info, CqPictureTarget& target);
+
+    PngState m_State;
+    png_structp m_pPng = nullptr;
+    png_infop m_pInfo = nullptr;
+    png_infop m_pEnd = nullptr;
+    png_uint_32 m_nWidth = 0;
+    png_uint_32 m_nHeight = 0;
+    int m_nDepth = 0;
+    int m_nColorType = 0;
+    int m_nPasses = 1;
+    unsigned int m_nBitCount = 0; ///< of the image
+};
+
+void PngReader::fnOpen() {
+    fnCall([this] {
+        m_pPng = png_create_read_struct_2(PNG_LIBPNG_VER_STRING, &m_State, fnPngError, fnPngWarning,
+                                          &m_State, fnPngAlloc, fnPngFree);
+        m_pInfo = m_pPng ? png_create_info_struct(m_pPng) : nullptr;
+        m_pEnd = m_pInfo ? png_create_info_struct(m_pPng) : nullptr;
+    });
+    if (!m_pEnd)
+        throw CqPictureFailure{PICTURE_NO_MEMORY};
+}
+
+void PngReader::fnReadHeader() {
+    fnCall([this] {
+        png_set_read_fn(m_pPng, &m_State, fnPngRead);
+        png_set_user_limits(m_pPng, kMaxSide, kMaxSide);
+        png_set_chunk_malloc_max(m_pPng, kMaxChunkBytes);
+        png_read_info(m_pPng, m_pInfo);
+        png_get_IHDR(m_pPng, m_pInfo, &m_nWidth, &m_nHeight, &m_nDepth, &m_nColorType, nullptr,
+                     nullptr, nullptr);
+    });
+    CqPictureTarget::fnCheckRoom(m_State.m_pInput->fnGetLength(), png_get_rowbytes(m_pPng, m_pInfo),
+                                 m_nHeight, kMaxRatio);
+}
+
+void PngReader::fnSetConversion() {
+    const bool transparent = png_get_valid(m_pPng, m_pInfo, PNG_INFO_tRNS) != 0;
+    const bool alpha = transparent || (m_nColorType & PNG_COLOR_MASK_ALPHA) != 0;
+    const bool palette = m_nColorType == PNG_COLOR_TYPE_PALETTE;
+    const bool grey = (m_nColorType & PNG_COLOR_MASK_COLOR) == 0;
+    if (alpha)
+        m_nBitCount = 32;
+    else if (palette)
+        m_nBitCount = m_nDepth <= 4 ? 4 : 8;
+    else
+        m_nBitCount = grey ? 8 : 24;
+    fnCall([&] {
+        if (m_nDepth == 16)
+            png_set_scale_16(m_pPng);
+        if (transparent)
+            png_set_expand(m_pPng);
+        else if (palette)
+            png_set_packing(m_pPng);
+        else if (grey && m_nDepth < 8)
+            png_set_expand_gray_1_2_4_to_8(m_pPng);
+        if (alpha && grey)
+            png_set_gray_to_rgb(m_pPng);
+        if (alpha)
+            png_set_swap_alpha(m_pPng);
+        // Indices beyond the palette are no error here: they show as black.
+        png_set_check_for_invalid_index(m_pPng, -1);
+        m_nPasses = png_set_interlace_handling(m_pPng);
+        png_read_update_info(m_pPng, m_pInfo);
+    });
+    if (png_get_rowbytes(m_pPng, m_pInfo) != std::size_t{m_nWidth} * fnCodecBytes(m_nBitCount))
+        throw CqPictureFailure{PICTURE_CORRUPTED};
+}
+
+void PngReader::fnAllocImage(CqPictureTarget& target) {
+    if (m_nBitCount > 8) {
+        target.fnAlloc(m_nWidth, m_nHeight, m_nBitCount, nullptr, 0);
+        return;
+    }
+    png_colorp colors = nullptr;
+    int count = 0;
+    if (m_nColorType != PNG_COLOR_TYPE_PALETTE) {
+        target.fnAlloc(m_nWidth, m_nHeight, m_nBitCount, q32GreyRamp, 256);
+        return;
+    }
+    fnCall([&] { png_get_PLTE(m_pPng, m_pInfo, &colors, &count); });
+    RGBQUAD palette[256] = {};
+    count = std::clamp(count, 0, 1 << m_nBitCount);
+    std::transform(colors, colors + count, palette, [](const png_color& color) {
+        return RGBQUAD{color.blue, color.green, color.red, 0};
+    });
+    target.fnAlloc(m_nWidth, m_nHeight, m_nBitCount, palette, static_cast<unsigned int>(count));
+}
+
+void PngReader::fnReadRows(CqPictureTarget& target) {
+    // The passes of an interlaced picture meet in the image itself: a row is fetched, completed by
+    // the pass, and stored.
+    const auto row = std::make_unique<unsigned char[]>(png_get_rowbytes(m_pPng, m_pInfo));
+    const std::uint64_t total = std::uint64_t{m_nHeight} * static_cast<unsigned int>(m_nPasses);
+    std::uint64_t done = 0;
+    for (int pass = 0; pass < m_nPasses; ++pass) {
+        for (png_uint_32 y = 0; y < m_nHeight; ++y) {
+            const bool touched = m_nPasses == 1 || PNG_ROW_IN_INTERLACE_PASS(y, pass);
+            if (touched && pass > 0)
+                target.fnFetchRow(y, row.get());
+            fnCall([&] { png_read_row(m_pPng, touched ? row.get() : nullptr, nullptr); });
+            if (touched)
+                target.fnStoreRow(y, row.get());
+            target.fnTell(++done, total);
+        }
+    }
+    fnCall([this] { png_read_end(m_pPng, m_pEnd); });
+}
+
+void PngReader::fnTakeTitle(png_infop info, CqPictureTarget& target) {
+    png_textp texts = nullptr;
+    int count = 0;
+    fnCall([&] { png_get_text(m_pPng, info, &texts, &count); });
+    for (int i = 0; i < count; ++i) {
+        if (texts[i].text && std::strcmp(texts[i].key, kTitleKey) == 0)
+            target.fnSetTitle(texts[i].text);
+    }
+}
+
+void PngReader::fnTakeNotes(CqPictureTarget& target) {
+    fnTakeTitle(m_pInfo, target);
+    fnTakeTitle(m_pEnd, target);
+    png_uint_32 x = 0;
+    png_uint_32 y = 0;
+    int unit = PNG_RESOLUTION_UNKNOWN;
+    fnCall([&] { png_get_pHYs(m_pPng, m_pInfo, &x, &y, &unit); });
+    if (unit == PNG_RESOLUTION_METER)
+        target.fnSetDotsPerMeter(x, y);
+}
+
+void fnReadPng(CqPictureInput& input, CqPictureTarget& target) {
+    PngReader reader(input);
+    reader.fnOpen();
+    reader.fnReadHeader();
+    reader.fnSetConversion();
+    reader.fnAllocImage(target);
+    reader.fnReadRows(target);
+    reader.fnTakeNotes(target);
+}
+
+/// libpng's objects for writing one file.
+class PngWriter {
+public:
+    explicit PngWriter(CqPictureOutput& output) { m_State.m_pOutput = &output; }
+    ~PngWriter() { png_destroy_write_struct(&m_pPng, &m_pInfo); }
+    PngWriter(const PngWriter&) = delete;
+    PngWriter& operator=(const PngWriter&) = delete;
+
+    void fnOpen();
+    void fnWrite(CqPictureSource& source, const CqPictureOptions& options);
+
+private:
+    template <typename Call>
+    void fnCall(const Call& call) {
+        const bool done = fnGuardJump(m_State.m_Jump, call);
+        if (m_State.m_bNoMemory)
+            throw CqPictureFailure{PICTURE_NO_MEMORY};
+        if (!done)
+            throw CqPictureFailure{PICTURE_CANNOT_SAVE};
+    }
+    void fnDescribe(const CqPictureSource& source);
+
+    PngState m_State;
+    png_structp m_pPng = nullptr;
+    png_infop m_pInfo = nullptr;
+};
+
+void PngWriter::fnOpen() {
+    fnCall([this] {
+        m_pPng = png_create_write_struct_2(PNG_LIBPNG_VER_STRING, &m_State, fnPngError,
+                                           fnPngWarning, &m_State, fnPngAlloc, fnPngFree);
+        m_pInfo = m_pPng ? png_create_info_struct(m_pPng) : nullptr;
+    });
+    if (!m_pInfo)
+        throw CqPictureFailure{PICTURE_NO_MEMORY};
+}
+
+int fnPngColorType(const CqPictureSource& source) {
+    if (source.fnGetBitCount() > 8)
+        return source.fnGetBitCount() == 32 ? PNG_COLOR_TYPE_RGB_ALPHA : PNG_COLOR_TYPE_RGB;
+    return source.fnIsGrey() ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_PALETTE;
+}
+
+/// Runs inside `fnCall`.
+void PngWriter::fnDescribe(const CqPictureSource& source) {
+    const int type = fnPngColorType(source);
+    const int depth = source.fnGetBitCount() == 4 ? 4 : 8;
+    png_set_IHDR(m_pPng, m_pInfo, source.fnGetWidth(), source.fnGetHeight(), depth, type,
+                 PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    if (type == PNG_COLOR_TYPE_PALETTE) {
+        png_color colors[256];
+        const RGBQUAD* palette = source.fnGetColors();
+        const auto count = static_cast<int>(source.fnGetColorCount());
+        std::transform(palette, palette + count, colors, [](const RGBQUAD& color) {
+            return png_color{color.rgbRed, color.rgbGreen, color.rgbBlue};
+        });
+        png_set_PLTE(m_pPng, m_pInfo, colors, count);
+    }
+    if (source.fnGetDotsPerMeterX() > 0)
+        png_set_pHYs(m_pPng, m_pInfo, source.fnGetDotsPerMeterX(), source.fnGetDotsPerMeterY(),
+                     PNG_RESOLUTION_METER);
+    if (*source.fnGetTitle()) {
+        png_text text = {};
+        text.compression = PNG_TEXT_COMPRESSION_NONE;
+        text.key = const_cast<char*>(kTitleKey);
+        text.text = const_cast<char*>(source.fnGetTitle());
+        png_set_text(m_pPng, m_pInfo, &text, 1);
+    }
+}
+
+void PngWriter::fnWrite(CqPictureSource& source, const CqPictureOptions& options) {
+    const unsigned int bits = source.fnGetBitCount();
+    fnCall([&] {
+        png_set_write_fn(m_pPng, &m_State, fnPngWrite, fnPngFlush);
+        png_set_user_limits(m_pPng, kMaxSide, kMaxSide);
+        png_set_compression_level(m_pPng, static_cast<int>(std::min(options.m_nPngEffort, 9u)));
+        fnDescribe(source);
+        png_write_info(m_pPng, m_pInfo);
+        if (bits == 4)
+            png_set_packing(m_pPng);
+        if (bits == 32)
+            png_set_swap_alpha(m_pPng);
+    });
+    const std::uint32_t height = source.fnGetHeight();
+    const auto row = std::make_unique_for_overwrite<unsigned char[]>(
+        std::size_t{source.fnGetWidth()} * std::max(fnCodecBytes(bits), bits == 16 ? 3u : 1u));
+    for (std::uint32_t y = 0; y < height; ++y) {
+        if (bits == 16)
+            source.fnFetchRgb(y, row.get());
+        else
+            source.fnFetchRow(y, row.get());
+        fnCall([&] { png_write_row(m_pPng, row.get()); });
+        source.fnTell(y + 1, height);
+    }
+    fnCall([this] { png_write_end(m_pPng, nullptr); });
+}
+
+void fnWritePng(CqPictureOutput& output, CqPictureSource& source, const CqPictureOptions& options) {
+    PngWriter writer(output);
+    writer.fnOpen();
+    writer.fnWrite(source, options);
+}
+
+} // namespace
+
+const CqPictureCodec kPngCodec = {
+    {PICTURE_PNG, "PNG", "png", true}, fnKnowsPng, fnReadPng, fnWritePng};
+
+} // namespace q32

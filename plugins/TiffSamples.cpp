@@ -1,0 +1,180 @@
+#include "plugins/TiffSamples.h"
+
+#include "plugins/PictureCodec.h"
+#include "plugins/PixelRows.h"
+
+#include <tiffio.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace q32 {
+
+namespace {
+
+struct KindFacts {
+    unsigned int m_nBitCount;    ///< of the image; 0: by the samples' bits
+    unsigned int m_nUsedSamples; ///< of a pixel
+};
+
+/// By TIFF_KIND.
+constexpr KindFacts kKinds[] = {{0, 1}, {8, 1}, {32, 2}, {24, 3}, {32, 4}, {24, 4}, {24, 0}};
+
+TIFF_KIND fnKindOf(TIFF* file, TiffLayout& layout) {
+    std::uint16_t extras = 0;
+    std::uint16_t* extra = nullptr;
+    TIFFGetFieldDefaulted(file, TIFFTAG_EXTRASAMPLES, &extras, &extra);
+    const unsigned int colors = extras < layout.m_nSamples ? layout.m_nSamples - extras : 0u;
+    const bool alpha =
+        extras > 0 && (extra[0] == EXTRASAMPLE_ASSOCALPHA || extra[0] == EXTRASAMPLE_UNASSALPHA);
+    layout.m_bPremultiplied = alpha && extra[0] == EXTRASAMPLE_ASSOCALPHA;
+    std::uint16_t inks = INKSET_CMYK;
+    TIFFGetFieldDefaulted(file, TIFFTAG_INKSET, &inks);
+
+    switch (layout.m_nPhotometric) {
+    case PHOTOMETRIC_PALETTE:
+        return colors == 1 && layout.m_nBits <= 8 ? TIFF_PALETTE : TIFF_OTHER;
+    case PHOTOMETRIC_MINISWHITE:
+    case PHOTOMETRIC_MINISBLACK:
+        return colors != 1 ? TIFF_OTHER : alpha ? TIFF_GREY_ALPHA : TIFF_GREY;
+    case PHOTOMETRIC_RGB:
+        return colors != 3 ? TIFF_OTHER : alpha ? TIFF_RGB_ALPHA : TIFF_RGB;
+    case PHOTOMETRIC_SEPARATED:
+        return colors == 4 && inks == INKSET_CMYK ? TIFF_CMYK : TIFF_OTHER;
+    default:
+        return TIFF_OTHER;
+    }
+}
+
+bool fnIsPlainSample(TIFF* file, std::uint16_t bits) {
+    std::uint16_t format = SAMPLEFORMAT_UINT;
+    TIFFGetFieldDefaulted(file, TIFFTAG_SAMPLEFORMAT, &format);
+    const bool whole = format == SAMPLEFORMAT_UINT || format == SAMPLEFORMAT_VOID;
+    return whole && (bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16);
+}
+
+/// JPEG data is turned into plain colours by its own decoder.
+void fnAskForRgb(TIFF* file, TiffLayout& layout) {
+    std::uint16_t compression = COMPRESSION_NONE;
+    TIFFGetFieldDefaulted(file, TIFFTAG_COMPRESSION, &compression);
+    if (compression == COMPRESSION_JPEG && layout.m_nPhotometric == PHOTOMETRIC_YCBCR &&
+        !layout.m_bSeparate && TIFFSetField(file, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB))
+        layout.m_nPhotometric = PHOTOMETRIC_RGB;
+}
+
+} // namespace
+
+unsigned int TiffLayout::fnBitCount() const {
+    const unsigned int bits = kKinds[m_eKind].m_nBitCount;
+    return bits != 0 ? bits : m_nBits <= 4 ? 4 : 8;
+}
+
+unsigned int TiffLayout::fnUsedSamples() const {
+    return kKinds[m_eKind].m_nUsedSamples;
+}
+
+TiffLayout fnReadLayout(TIFF* file) {
+    TiffLayout layout;
+    std::uint16_t planes = PLANARCONFIG_CONTIG;
+    if (!TIFFGetField(file, TIFFTAG_IMAGEWIDTH, &layout.m_nWidth) ||
+        !TIFFGetField(file, TIFFTAG_IMAGELENGTH, &layout.m_nHeight))
+        throw CqPictureFailure{PICTURE_CORRUPTED};
+    TIFFGetFieldDefaulted(file, TIFFTAG_BITSPERSAMPLE, &layout.m_nBits);
+    TIFFGetFieldDefaulted(file, TIFFTAG_SAMPLESPERPIXEL, &layout.m_nSamples);
+    TIFFGetFieldDefaulted(file, TIFFTAG_PLANARCONFIG, &planes);
+    layout.m_bSeparate = planes == PLANARCONFIG_SEPARATE && layout.m_nSamples > 1;
+    layout.m_bTiled = TIFFIsTiled(file) != 0;
+    if (layout.m_bTiled) {
+        TIFFGetField(file, TIFFTAG_TILEWIDTH, &layout.m_nTileWidth);
+        TIFFGetField(file, TIFFTAG_TILELENGTH, &layout.m_nTileHeight);
+    } else {
+        TIFFGetFieldDefaulted(file, TIFFTAG_ROWSPERSTRIP, &layout.m_nTileHeight);
+        layout.m_nTileWidth = layout.m_nWidth;
+        layout.m_nTileHeight = std::min(layout.m_nTileHeight, layout.m_nHeight);
+    }
+    if (layout.m_nTileWidth == 0 || layout.m_nTileHeight == 0 || layout.m_nSamples == 0)
+        throw CqPictureFailure{PICTURE_CORRUPTED};
+
+    if (TIFFGetField(file, TIFFTAG_PHOTOMETRIC, &layout.m_nPhotometric) &&
+        fnIsPlainSample(file, layout.m_nBits)) {
+        fnAskForRgb(file, layout);
+        layout.m_eKind = fnKindOf(file, layout);
+    }
+    char reason[1024] = {};
+    if (layout.m_eKind == TIFF_OTHER && !TIFFRGBAImageOK(file, reason))
+        throw CqPictureFailure{PICTURE_UNSUPPORTED};
+    return layout;
+}
+
+void CqTiffSamples::fnWiden(const unsigned char* in, std::size_t count) {
+    m_Bytes.resize(count);
+    const unsigned int bits = m_Layout.m_nBits;
+    if (bits == 16) {
+        for (std::size_t i = 0; i < count; ++i) {
+            std::uint16_t value = 0;
+            std::memcpy(&value, in + 2 * i, sizeof(value));
+            m_Bytes[i] = fnScale16(value);
+        }
+    } else {
+        fnUnpackBits(in, bits, count, m_Bytes.data());
+    }
+    if (bits < 8 && m_Layout.m_eKind != TIFF_PALETTE) {
+        const unsigned int factor = 255u / ((1u << bits) - 1);
+        for (unsigned char& value : m_Bytes)
+            value = static_cast<unsigned char>(value * factor);
+    }
+    if (m_Layout.m_nPhotometric == PHOTOMETRIC_MINISWHITE)
+        for (std::size_t i = 0; i < count; ++i)
+            m_Bytes[i] = static_cast<unsigned char>(255 - m_Bytes[i]);
+}
+
+/// Puts one sample of each pixel in its place; `step` is the way to the next pixel's.
+void CqTiffSamples::fnPlace(const unsigned char* samples, std::size_t step, unsigned int plane,
+                            std::size_t count, unsigned char* pixels) const {
+    const std::size_t width = fnCodecBytes(m_Layout.fnBitCount());
+    const bool withAlpha = width == 4;
+    const bool isAlpha = withAlpha && plane + 1 == m_Layout.fnUsedSamples();
+    const std::size_t place = isAlpha ? 0 : withAlpha + std::size_t{plane};
+    for (std::size_t i = 0; i < count; ++i, samples += step, pixels += width) {
+        if (m_Layout.m_eKind == TIFF_CMYK && plane == 3) {
+            for (int channel = 0; channel < 3; ++channel)
+                pixels[channel] =
+                    static_cast<unsigned char>((pixels[channel] * (255u - *samples) + 127) / 255);
+        } else if (m_Layout.m_eKind == TIFF_CMYK) {
+            pixels[place] = static_cast<unsigned char>(255 - *samples);
+        } else if (m_Layout.m_eKind == TIFF_GREY_ALPHA && !isAlpha) {
+            std::fill_n(pixels + 1, 3, *samples);
+        } else {
+            pixels[place] = *samples;
+        }
+    }
+}
+
+/// Takes the weight of alpha out of the colours again.
+void CqTiffSamples::fnFinish(std::size_t count, unsigned char* pixels) const {
+    if (!m_Layout.m_bPremultiplied)
+        return;
+    for (std::size_t i = 0; i < count; ++i, pixels += 4) {
+        const unsigned int alpha = pixels[0];
+        for (int channel = 1; channel < 4 && alpha != 0; ++channel)
+            pixels[channel] = static_cast<unsigned char>(
+                std::min((pixels[channel] * 255u + alpha / 2) / alpha, 255u));
+    }
+}
+
+void CqTiffSamples::fnConvert(const unsigned char* in, std::size_t count, unsigned char* out) {
+    fnWiden(in, count * m_Layout.m_nSamples);
+    for (unsigned int plane = 0; plane < m_Layout.fnUsedSamples(); ++plane)
+        fnPlace(m_Bytes.data() + plane, m_Layout.m_nSamples, plane, count, out);
+    fnFinish(count, out);
+}
+
+void CqTiffSamples::fnConvertPlane(const unsigned char* in, unsigned int plane, std::size_t count,
+                                   unsigned char* pixels) {
+    fnWiden(in, count);
+    fnPlace(m_Bytes.data(), 1, plane, count, pixels);
+    if (plane + 1 == m_Layout.fnUsedSamples())
+        fnFinish(count, pixels);
+}
+
+} // namespace q32

@@ -1,0 +1,58 @@
+#include "platforms/headless/headless.h"
+#include "platforms/posix/posix.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+namespace {
+
+std::string fnText(CqMessageService& messages, DWORD code) {
+    std::string text = "(none)";
+    return messages.fnFormatError(code, text) ? text : "(none)";
+}
+
+} // namespace
+
+TEST(PosixMessages, TheLastErrorIsTheSystems) {
+    CqPosixOptions options;
+    options.m_szLocale = "C";
+    const CqPlatform platform = q32PosixPlatform(options);
+    CqFileInfo info;
+    EXPECT_FALSE(platform.m_pFiles->fnGetInfo("/var/tmp/q32\\missing", false, info));
+    EXPECT_EQ(platform.m_pMessages->fnGetLastError(), static_cast<DWORD>(ENOENT));
+    EXPECT_EQ(fnText(*platform.m_pMessages, ENOENT), "No such file or directory");
+    EXPECT_EQ(fnText(*platform.m_pMessages, 0), "(none)");
+    EXPECT_EQ(fnText(*platform.m_pMessages, 100000), "(none)");
+    EXPECT_EQ(fnText(*platform.m_pMessages, 0xFFFFFFFFu), "(none)");
+}
+
+TEST(PosixMessages, BoxesAreTheOtherWorlds) {
+    CqPosixOptions options;
+    options.m_pHeadless = q32HeadlessWorld();
+    const CqPlatform platform = q32PosixPlatform(options);
+    platform.m_pMessages->fnShowBox("Disk full", 0, "Gallery");
+    ASSERT_EQ(options.m_pHeadless->m_pMessages->fnGetBoxes().size(), 1u);
+    EXPECT_EQ(options.m_pHeadless->m_pMessages->fnGetBoxes()[0].m_szText, "Disk full");
+}
+
+TEST(PosixMessages, AHostMayKeepTheOtherWorldsErrors) {
+    CqPosixOptions options;
+    options.m_pHeadless = q32HeadlessWorld();
+    options.m_bSystemErrors = false;
+    EXPECT_EQ(q32PosixPlatform(options).m_pMessages, options.m_pHeadless->m_pMessages);
+}
+
+TEST(PosixPlatform, ItIsComplete) {
+    EXPECT_TRUE(q32PosixPlatform().fnIsComplete());
+}
+
+TEST(PosixPlatform, TheOtherServicesAreThoseOfTheWorldThatTheHostScripts) {
+    CqPosixOptions options;
+    options.m_pHeadless = q32HeadlessWorld();
+    const CqPlatform platform = q32PosixPlatform(options);
+    EXPECT_EQ(platform.m_pScreen, options.m_pHeadless->m_pScreen);
+    EXPECT_EQ(platform.m_pWaveOut, options.m_pHeadless->m_pWaveOut);
+    EXPECT_NE(platform.m_pFiles, options.m_pHeadless->m_pFiles);
+    EXPECT_NE(platform.m_pLocale, options.m_pHeadless->m_pLocale);
+}

@@ -1,0 +1,202 @@
+#include "tests/plugins/PictureTest.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+/// A BMP put together byte by byte.
+class TestBmp {
+public:
+    TestBmp(std::int32_t width, std::int32_t height, std::uint16_t bits,
+            std::uint32_t compression = 0, std::uint32_t headerBytes = 40) {
+        fn32(0); // room for the file header
+        fn32(0);
+        fn32(0);
+        fn16(0);
+        fn32(headerBytes);
+        if (headerBytes == 12) {
+            fn16(static_cast<std::uint16_t>(width));
+            fn16(static_cast<std::uint16_t>(height));
+            fn16(1);
+            fn16(bits);
+            return;
+        }
+        fn32(static_cast<std::uint32_t>(width));
+        fn32(static_cast<std::uint32_t>(height));
+        fn16(1);
+        fn16(bits);
+        fn32(compression);
+        fn32(0);
+        fn32(11811);
+        fn32(2835);
+        fn32(0);
+        fn32(0);
+    }
+
+    TestBmp& fn8(std::initializer_list<int> bytes) {
+        for (const int byte : bytes)
+            m_Bytes.push_back(static_cast<std::uint8_t>(byte));
+        return *this;
+    }
+    TestBmp& fn16(std::uint16_t value) { return fn8({value & 0xFF, value >> 8}); }
+    TestBmp& fn32(std::uint32_t value) {
+        return fn16(static_cast<std::uint16_t>(value))
+            .fn16(static_cast<std::uint16_t>(value >> 16));
+    }
+    /// The pixels begin here.
+    TestBmp& fnPixels() {
+        m_nPixelsAt = m_Bytes.size();
+        return *this;
+    }
+
+    Bytes fnMake() {
+        m_Bytes[0] = 'B';
+        m_Bytes[1] = 'M';
+        const auto at = static_cast<std::uint32_t>(m_nPixelsAt);
+        std::memcpy(m_Bytes.data() + 10, &at, 4);
+        return m_Bytes;
+    }
+
+    Bytes m_Bytes;
+
+private:
+    std::size_t m_nPixelsAt = 0;
+};
+
+class BmpFile : public PictureTest {
+protected:
+    void fnExpect(TestBmp& bmp, unsigned int bits, const Bytes& pixels) {
+        fnPut(bmp.fnMake());
+        ASSERT_EQ(fnRead().m_nMsgId, 0);
+        EXPECT_EQ(m_Image.BitCount, bits);
+        EXPECT_EQ(fnPixelsOf(m_Image), pixels);
+        EXPECT_EQ(m_Image.fnGetFioPlugin(), PICTURE_BMP);
+    }
+};
+
+TEST_F(BmpFile, RowsComeFromTheBottomUpUnlessTheHeightIsNegative) {
+    TestBmp up(1, 2, 24);
+    up.fnPixels().fn8({1, 2, 3, 0, 4, 5, 6, 0});
+    fnExpect(up, 24, {6, 5, 4, 3, 2, 1});
+    EXPECT_EQ(m_Image.DpiX, 300);
+    EXPECT_EQ(m_Image.DpiY, 72);
+    TestBmp down(1, -2, 24);
+    down.fnPixels().fn8({1, 2, 3, 0, 4, 5, 6, 0});
+    fnExpect(down, 24, {3, 2, 1, 6, 5, 4});
+}
+
+TEST_F(BmpFile, OneAndTwoBitsBecome4WithTheirPalette) {
+    TestBmp one(9, 1, 1);
+    one.fn32(0x00112233).fn32(0x00445566).fnPixels().fn8({0b10100101, 0b10000000, 0, 0});
+    fnExpect(one, 4, {1, 0, 1, 0, 0, 1, 0, 1, 1});
+    EXPECT_EQ(fnPaletteOf(m_Image),
+              (std::vector<RGBQUAD>{{0x33, 0x22, 0x11, 0}, {0x66, 0x55, 0x44, 0}}));
+    TestBmp two(5, 1, 2);
+    for (std::uint32_t i = 0; i < 4; ++i)
+        two.fn32(i);
+    two.fnPixels().fn8({0b00011011, 0b11000000, 0, 0});
+    fnExpect(two, 4, {0, 1, 2, 3, 3});
+}
+
+TEST_F(BmpFile, TheOldHeaderHasThreeByteColours) {
+    TestBmp bmp(2, 1, 1, 0, 12);
+    bmp.fn8({1, 2, 3, 4, 5, 6}).fnPixels().fn8({0b01000000, 0, 0, 0});
+    fnExpect(bmp, 4, {0, 1});
+    EXPECT_EQ(fnPaletteOf(m_Image), (std::vector<RGBQUAD>{{1, 2, 3, 0}, {4, 5, 6, 0}}));
+}
+
+TEST_F(BmpFile, SixteenBitsAreWidenedOrTakenAsTheyAre) {
+    // 5-5-5: green 0x1F becomes 0x3E in six bits.
+    TestBmp plain(2, 1, 16);
+    plain.fnPixels().fn16(0x7FFF).fn16(0x0401);
+    fnExpect(plain, 16, {0xFF, 0xDF, 0x08, 0x01});
+    TestBmp masked(2, 1, 16, 3);
+    masked.fn32(0xF800).fn32(0x07E0).fn32(0x001F).fnPixels().fn16(0xFFFF).fn16(0x1234);
+    fnExpect(masked, 16, {0xFF, 0xFF, 0x12, 0x34});
+    TestBmp odd(2, 1, 16, 3); // 4-4-4
+    odd.fn32(0x0F00).fn32(0x00F0).fn32(0x000F).fnPixels().fn16(0x0F80).fn16(0x0123);
+    fnExpect(odd, 24, {255, 136, 0, 17, 34, 51});
+}
+
+TEST_F(BmpFile, ThirtyTwoBitsHaveAlphaOnlyWhereAMaskTellsIt) {
+    TestBmp plain(1, 1, 32);
+    plain.fnPixels().fn32(0x80112233);
+    fnExpect(plain, 24, {0x11, 0x22, 0x33});
+    TestBmp masked(1, 1, 32, 3, 108);
+    masked.fn32(0x000000FF).fn32(0x0000FF00).fn32(0x00FF0000).fn32(0xFF000000);
+    masked.m_Bytes.resize(14 + 108);
+    masked.fnPixels().fn32(0x80112233);
+    fnExpect(masked, 32, {0x80, 0x33, 0x22, 0x11});
+    TestBmp wide(1, 1, 32, 3); // ten bits a channel
+    wide.fn32(0x3FF00000).fn32(0x000FFC00).fn32(0x000003FF).fnPixels().fn32(0x3FF00000 | 512 << 10);
+    fnExpect(wide, 24, {255, 128, 0});
+}
+
+TEST_F(BmpFile, RunLengthsGoThroughTheInterchangeOfBitmaps) {
+    TestBmp bmp(4, 2, 8, 1);
+    for (std::uint32_t i = 0; i < 256; ++i)
+        bmp.fn32(i);
+    bmp.fnPixels().fn8({3, 7, 1, 8, 0, 0, 0, 4, 1, 2, 3, 4, 0, 1});
+    fnExpect(bmp, 8, {1, 2, 3, 4, 7, 7, 7, 8});
+    EXPECT_EQ(m_Image.DpiX, 300);
+    EXPECT_EQ(m_Image.DpiY, 72);
+}
+
+TEST_F(BmpFile, RunLengthsWithoutTheirEndAreCorrupted) {
+    TestBmp bmp(4, 2, 8, 1);
+    for (std::uint32_t i = 0; i < 256; ++i)
+        bmp.fn32(i);
+    bmp.fnPixels().fn8({3, 7, 1, 8, 0, 0, 0, 4, 1, 2, 3, 4});
+    fnPut(bmp.fnMake());
+    fnExpectRefused(-6);
+}
+
+TEST_F(BmpFile, WhatTheLibraryCannotUnpackIsNotSupported) {
+    for (const std::uint32_t compression : {2u, 4u, 5u}) {
+        TestBmp bmp(4, 2, compression == 2 ? 4 : 24, compression);
+        bmp.fnPixels().fn8({0, 1});
+        fnPut(bmp.fnMake());
+        fnExpectRefused(-102);
+    }
+}
+
+TEST_F(BmpFile, AbsurdSizesAreCorruptedAndTakeNoMemory) {
+    const std::int32_t sizes[][2] = {
+        {0, 1}, {-1, 1}, {1, 0}, {0x7FFFFFFF, 0x7FFFFFFF}, {30000, 30000}, {1, INT32_MIN}};
+    for (const auto& [width, height] : sizes) {
+        TestBmp bmp(width, height, 24);
+        bmp.fnPixels().fn8({1, 2, 3, 0});
+        fnPut(bmp.fnMake());
+        m_World->m_pMemory->m_Reserve.fnFail(1, CqHeadlessCalls::kForever);
+        m_World->m_pScratch->m_CreateName.fnFail(1, CqHeadlessCalls::kForever);
+        EXPECT_EQ(fnRead().m_nMsgId, -6) << width << ' ' << height;
+    }
+}
+
+TEST_F(BmpFile, BrokenHeadersAreCorrupted) {
+    TestBmp header(1, 1, 24, 0, 39);
+    fnPut(header.fnPixels().fn32(0).fnMake());
+    fnExpectRefused(-6);
+    TestBmp depth(1, 1, 7);
+    fnPut(depth.fnPixels().fn32(0).fnMake());
+    fnExpectRefused(-6);
+    TestBmp masks(1, 1, 32, 3);
+    fnPut(masks.fn32(0).fn32(0).fn32(0).fnPixels().fn32(0).fnMake());
+    fnExpectRefused(-6);
+    TestBmp runs(1, 1, 24, 1);
+    fnPut(runs.fnPixels().fn32(0).fnMake());
+    fnExpectRefused(-6);
+    TestBmp outside(1, 1, 24);
+    outside.fnPixels();
+    fnPut(outside.fnMake());
+    fnExpectRefused(-6);
+}
+
+TEST_F(BmpFile, WithoutAPlaceThePixelsFollowTheHeaders) {
+    TestBmp bmp(1, 1, 24);
+    bmp.fn8({1, 2, 3, 0});
+    fnExpect(bmp, 24, {3, 2, 1});
+}
+
+} // namespace

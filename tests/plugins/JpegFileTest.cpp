@@ -1,0 +1,195 @@
+#include "tests/plugins/CodecFiles.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+class JpegFile : public PictureTest {
+protected:
+    /// Smooth ramps, which the format keeps closely.
+    static TestJpeg fnRamps(std::uint32_t width, std::uint32_t height, int components) {
+        TestJpeg jpeg;
+        jpeg.m_nWidth = width;
+        jpeg.m_nHeight = height;
+        jpeg.m_nComponents = components;
+        for (std::uint32_t y = 0; y < height; ++y)
+            for (std::uint32_t x = 0; x < width; ++x)
+                for (int c = 0; c < components; ++c)
+                    jpeg.m_Samples.push_back(
+                        static_cast<std::uint8_t>(c == 0   ? x * 255 / width
+                                                  : c == 1 ? y * 255 / height
+                                                  : c == 2 ? 128
+                                                           : (x + y) * 127 / (width + height)));
+        return jpeg;
+    }
+
+    static int fnFarthest(const Bytes& a, const Bytes& b) {
+        int farthest = a.size() == b.size() ? 0 : 1000;
+        for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i)
+            farthest = std::max(farthest, std::abs(a[i] - b[i]));
+        return farthest;
+    }
+};
+
+TEST_F(JpegFile, GreyAndColourAreReadPlainAndProgressive) {
+    for (const int components : {1, 3}) {
+        for (const bool progressive : {false, true}) {
+            TestJpeg jpeg = fnRamps(131, 257, components);
+            jpeg.m_bProgressive = progressive;
+            fnPut(jpeg.fnMake());
+            ASSERT_EQ(fnRead().m_nMsgId, 0);
+            EXPECT_EQ(m_Image.BitCount, components == 1 ? 8u : 24u);
+            EXPECT_EQ(m_Image.Width, 131u);
+            EXPECT_EQ(m_Image.Height, 257u);
+            EXPECT_LE(fnFarthest(fnPixelsOf(m_Image), jpeg.m_Samples), 6);
+            EXPECT_EQ(m_Image.fnGetFioPlugin(), PICTURE_JPEG);
+        }
+    }
+}
+
+TEST_F(JpegFile, InksBecomeColoursAsTheirMarkerTellsThem) {
+    // Cyan, magenta, yellow, black as amounts of ink; with the marker a file holds 255 less that.
+    for (const bool adobe : {false, true}) {
+        for (const bool ycck : {false, true}) {
+            TestJpeg jpeg = fnRamps(40, 24, 4);
+            jpeg.m_bAdobe = adobe || ycck;
+            jpeg.m_bYcck = ycck;
+            Bytes expected;
+            for (std::size_t i = 0; i < jpeg.m_Samples.size(); i += 4) {
+                const std::uint8_t* ink = jpeg.m_Samples.data() + i;
+                for (int c = 0; c < 3; ++c)
+                    expected.push_back(static_cast<std::uint8_t>(
+                        std::lround((255 - ink[c]) * (255 - ink[3]) / 255.0)));
+            }
+            if (jpeg.m_bAdobe)
+                for (std::uint8_t& value : jpeg.m_Samples)
+                    value = static_cast<std::uint8_t>(255 - value);
+            fnPut(jpeg.fnMake());
+            ASSERT_EQ(fnRead().m_nMsgId, 0);
+            ASSERT_EQ(m_Image.BitCount, 24u);
+            EXPECT_LE(fnFarthest(fnPixelsOf(m_Image), expected), 8) << adobe << ycck;
+        }
+    }
+}
+
+TEST_F(JpegFile, DensityIsTakenInItsUnit) {
+    TestJpeg jpeg = fnRamps(8, 8, 3);
+    const int units[][3] = {{0, 300, 96}, {1, 300, 300}, {2, 100, 254}};
+    for (const auto& [unit, density, expected] : units) {
+        jpeg.m_nUnit = unit;
+        jpeg.m_nDensity = density;
+        fnPut(jpeg.fnMake());
+        ASSERT_EQ(fnRead().m_nMsgId, 0);
+        EXPECT_EQ(m_Image.DpiX, expected);
+        EXPECT_EQ(m_Image.DpiY, expected);
+    }
+}
+
+TEST_F(JpegFile, AFileThatEndsEarlyIsCorruptedThoughADecoderWouldFillTheRest) {
+    for (const bool progressive : {false, true}) {
+        TestJpeg jpeg = fnRamps(64, 64, 3);
+        jpeg.m_bProgressive = progressive;
+        Bytes file = jpeg.fnMake();
+        file.resize(file.size() * 3 / 4);
+        fnPut(file);
+        fnExpectRefused(-6);
+    }
+}
+
+TEST_F(JpegFile, BytesBetweenSegmentsAreNoHarm) {
+    Bytes file = fnRamps(16, 16, 3).fnMake();
+    const Bytes extra = {1, 2, 3};
+    file.insert(file.end() - 2, extra.begin(), extra.end());
+    fnPut(file);
+    EXPECT_EQ(fnRead().m_nMsgId, 0);
+}
+
+TEST_F(JpegFile, ASizeThatTheFileCannotHoldIsCorrupted) {
+    Bytes file = fnRamps(16, 16, 1).fnMake();
+    const Bytes frame = {0xFF, 0xC0, 0x00, 0x0B, 0x08};
+    const auto at = std::search(file.begin(), file.end(), frame.begin(), frame.end());
+    ASSERT_NE(at, file.end());
+    std::fill_n(at + 5, 4, std::uint8_t{0xF0}); // 61,680 x 61,680
+    fnPut(file);
+    fnExpectRefused(-6);
+}
+
+TEST_F(JpegFile, TwelveBitSamplesAreNotSupported) {
+    Bytes file = fnRamps(16, 16, 1).fnMake();
+    const Bytes frame = {0xFF, 0xC0, 0x00, 0x0B, 0x08};
+    const auto at = std::search(file.begin(), file.end(), frame.begin(), frame.end());
+    ASSERT_NE(at, file.end());
+    *(at + 4) = 12;
+    fnPut(file);
+    fnExpectRefused(-102);
+}
+
+TEST_F(JpegFile, WhatIsWrittenComesBackWithinTheBoundOfItsQuality) {
+    // Smooth ramps at quality 90 with halved chroma: no channel is off by more than 8.
+    const TestJpeg ramps = fnRamps(131, 130, 3);
+    for (const unsigned int bits : {4u, 8u, 16u, 24u, 32u}) {
+        CqImage image(131, 130, bits, nullptr, 0);
+        for (std::uint32_t y = 0; y < 130; ++y) {
+            CqImageLine line;
+            image.fnAccessLine(y, &line, false);
+            const std::uint8_t* in = ramps.m_Samples.data() + y * 131 * 3;
+            for (std::uint32_t x = 0; x < 131; ++x, in += 3) {
+                if (bits <= 8)
+                    line.LineBuffer[x * bits / 8] =
+                        static_cast<std::uint8_t>(bits == 4 ? 0x77 : 40);
+                else if (bits == 16) {
+                    line.LineBuffer[2 * x] = static_cast<std::uint8_t>((in[0] & 0xF8) | in[1] >> 5);
+                    line.LineBuffer[2 * x + 1] =
+                        static_cast<std::uint8_t>((in[1] << 3 & 0xE0) | in[2] >> 3);
+                } else
+                    std::copy_n(in, 3, line.LineBuffer + x * (bits / 8) + (bits == 32));
+            }
+        }
+        ASSERT_EQ(fnWrite(image, PICTURE_JPEG).m_nMsgId, 0);
+        ASSERT_EQ(fnRead().m_nMsgId, 0);
+        EXPECT_EQ(m_Image.BitCount, 24u);
+        EXPECT_LE(fnFarthest(fnPixelsOf(m_Image), fnColorsOf(image)), 8) << bits;
+    }
+}
+
+TEST_F(JpegFile, AGreyImageIsWrittenGrey) {
+    CqImage image(33, 17, 8, q32GreyRamp, 0);
+    for (std::uint32_t y = 0; y < 17; ++y) {
+        CqImageLine line;
+        image.fnAccessLine(y, &line, false);
+        std::fill_n(line.LineBuffer, 33, static_cast<std::uint8_t>(y * 15));
+    }
+    image.DpiX = 300;
+    image.DpiY = 150;
+    ASSERT_EQ(fnWrite(image, PICTURE_JPEG).m_nMsgId, 0);
+    ASSERT_EQ(fnRead().m_nMsgId, 0);
+    EXPECT_EQ(m_Image.BitCount, 8u);
+    EXPECT_TRUE(m_Image.fnIsGrayScale());
+    EXPECT_LE(fnFarthest(fnPixelsOf(m_Image), fnPixelsOf(image)), 4);
+    EXPECT_EQ(m_Image.DpiX, 300);
+    EXPECT_EQ(m_Image.DpiY, 150);
+}
+
+TEST_F(JpegFile, QualityDecidesTheSizeAndIsCutToItsRange) {
+    const auto image = fnMakeNoise(64, 64, 24, 1);
+    std::vector<std::size_t> sizes;
+    for (const unsigned int quality : {0u, 1u, 50u, 100u, 101u}) {
+        CqPictureOptions options;
+        options.m_nQuality = quality;
+        ASSERT_EQ(fnWrite(*image, PICTURE_JPEG, options).m_nMsgId, 0);
+        sizes.push_back(fnGet().size());
+    }
+    EXPECT_EQ(sizes[0], sizes[1]);
+    EXPECT_LT(sizes[1], sizes[2]);
+    EXPECT_LT(sizes[2], sizes[3]);
+    EXPECT_EQ(sizes[3], sizes[4]);
+}
+
+TEST_F(JpegFile, APictureWiderThanTheFormatAllowsIsNotSaved) {
+    CqImage image(70000, 1, 8, q32GreyRamp, 0);
+    EXPECT_EQ(fnWrite(image, PICTURE_JPEG).m_nMsgId, -5);
+    EXPECT_TRUE(m_World->m_pDisks->fnGetFiles().empty());
+}
+
+} // namespace

@@ -1,0 +1,138 @@
+#include "q32Base/memory/CqVMPolicy.h"
+#include "tests/plugins/PictureTest.h"
+
+#include <set>
+#include <string>
+
+namespace {
+
+class PictureFile : public PictureTest {};
+
+TEST_F(PictureFile, TheFormatsAreListedWithTheirNumbersAndExtensions) {
+    std::set<unsigned int> numbers;
+    for (const CqPictureFormat& format : q32GetPictureFormats()) {
+        numbers.insert(format.m_eFormat);
+        EXPECT_TRUE(format.m_bCanWrite);
+        EXPECT_STRNE(format.m_pszName, "");
+        EXPECT_EQ(
+            q32FindPictureFormat((std::string("x.") + format.m_pszExtensions).substr(0, 5).c_str()),
+            &format)
+            << format.m_pszName;
+    }
+    EXPECT_EQ(numbers, (std::set<unsigned int>{1, 2, 3, 4}));
+}
+
+TEST_F(PictureFile, TheExtensionTellsTheFormatInAnyCase) {
+    const auto formatOf = [](const char* path) {
+        const CqPictureFormat* format = q32FindPictureFormat(path);
+        return format ? static_cast<unsigned int>(format->m_eFormat) : 0u;
+    };
+    EXPECT_EQ(formatOf("C:\\a.b\\sea.PNG"), PICTURE_PNG);
+    EXPECT_EQ(formatOf("sea.jpg"), PICTURE_JPEG);
+    EXPECT_EQ(formatOf("sea.JPEG"), PICTURE_JPEG);
+    EXPECT_EQ(formatOf("/srv\\sea.tif"), PICTURE_TIFF);
+    EXPECT_EQ(formatOf("sea.tiff"), PICTURE_TIFF);
+    EXPECT_EQ(formatOf("sea.bmp"), PICTURE_BMP);
+    EXPECT_EQ(formatOf("sea.dib"), PICTURE_BMP);
+    for (const char* none :
+         {"", "sea", "sea.", "sea.pn", "sea.pngx", "a.png\\sea", "a.png/sea", "png"})
+        EXPECT_EQ(formatOf(none), 0u) << none;
+}
+
+TEST_F(PictureFile, AMissingFileCannotBeOpened) {
+    fnExpectRefused(-3);
+}
+
+TEST_F(PictureFile, AFileThatAnotherProgramHasOpenIsToldAsSuch) {
+    fnPut("BM");
+    CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
+    const auto held = m_World->m_pFiles->fnOpen(kPath, {true, true, false, true}, cause);
+    ASSERT_NE(held, nullptr);
+    fnExpectRefused(-7);
+}
+
+TEST_F(PictureFile, AnEmptyFileIsToldAsSuch) {
+    fnPut("");
+    fnExpectRefused(-11);
+}
+
+TEST_F(PictureFile, AnUnknownFormatIsNotSupported) {
+    fnPut("GIF89a and more bytes than any head");
+    fnExpectRefused(-102);
+    fnPut("x");
+    fnExpectRefused(-102);
+}
+
+TEST_F(PictureFile, TheFormatIsToldByTheBytesNotByTheName) {
+    const auto image = fnMakeNoise(5, 5, 24, 1);
+    ASSERT_EQ(q32WritePicture("C:\\Temp\\a.png", *image, PICTURE_BMP).m_nMsgId, 0);
+    ASSERT_EQ(q32ReadPicture("C:\\Temp\\a.png", m_Image).m_nMsgId, 0);
+    EXPECT_EQ(m_Image.fnGetFioPlugin(), PICTURE_BMP);
+}
+
+TEST_F(PictureFile, AnUnknownFormatIsNotWritten) {
+    const auto image = fnMakeNoise(5, 5, 24, 1);
+    const CqPictureResult result = fnWrite(*image, static_cast<PICTURE_FORMAT>(9));
+    EXPECT_EQ(result.m_nMsgId, -102);
+    EXPECT_TRUE(m_World->m_pDisks->fnGetFiles().empty());
+}
+
+TEST_F(PictureFile, AnImageThatIsReadIntoLosesItsPluginsObjectAndNothingElse) {
+    class Told : public CObject {
+    public:
+        explicit Told(bool& gone) : m_bGone(gone) {}
+        ~Told() override { m_bGone = true; }
+        bool& m_bGone;
+    };
+    const auto image = fnMakeNoise(5, 5, 24, 1);
+    ASSERT_EQ(fnWrite(*image, PICTURE_PNG).m_nMsgId, 0);
+    bool gone = false;
+    m_Image.fnSetPluginData(new Told(gone));
+    m_Image.TitleFlag = 7;
+    ASSERT_EQ(fnRead().m_nMsgId, 0);
+    EXPECT_TRUE(gone);
+    EXPECT_EQ(m_Image.PluginData, nullptr);
+    EXPECT_EQ(m_Image.TitleFlag, 7u);
+}
+
+TEST_F(PictureFile, ALargePictureIsReadIntoAScratchFileAndWrittenFromIt) {
+    q32GetVMPolicy()->fnSetRamLimit(1000);
+    const auto image = fnMakeNoise(300, 260, 24, 5);
+    ASSERT_EQ(q32GetVMPolicy()->fnGetDiskUsage(0).m_nFiles, 1u);
+    for (const PICTURE_FORMAT format : {PICTURE_PNG, PICTURE_TIFF, PICTURE_BMP}) {
+        ASSERT_EQ(fnWrite(*image, format).m_nMsgId, 0);
+        ASSERT_EQ(fnRead().m_nMsgId, 0);
+        EXPECT_EQ(q32GetVMPolicy()->fnGetDiskUsage(0).m_nFiles, 2u);
+        EXPECT_EQ(fnPixelsOf(m_Image), fnPixelsOf(*image));
+    }
+}
+
+TEST_F(PictureFile, NoRoomForThePixelsIsOutOfMemory) {
+    const auto image = fnMakeNoise(300, 260, 24, 5);
+    ASSERT_EQ(fnWrite(*image, PICTURE_PNG).m_nMsgId, 0);
+    q32GetVMPolicy()->fnSetRamLimit(q32GetVMPolicy()->fnGetRamUsed() + 1000);
+    q32GetVMPolicy()->fnEnableDisk(0, false);
+    fnExpectRefused(-1);
+}
+
+TEST_F(PictureFile, TheExchangeOfStorageLeavesAllElse) {
+    const auto a = fnMakeNoise(3, 2, 24, 1);
+    CqImage b;
+    a->Title = "a";
+    CqTileMap* map = a->TileMap;
+    a->fnSwapBuf(b);
+    EXPECT_EQ(b.TileMap, map);
+    EXPECT_EQ(a->TileMap, nullptr);
+    EXPECT_EQ(b.Width, 3u);
+    EXPECT_EQ(b.Height, 2u);
+    EXPECT_EQ(b.BitCount, 24u);
+    EXPECT_EQ(b.BytesPerPixel, 3u);
+    EXPECT_EQ(b.RowBytes, 9u);
+    EXPECT_EQ(b.TileCount, 1u);
+    EXPECT_EQ(a->Width, 0u);
+    EXPECT_EQ(a->RowBytes, 0u);
+    EXPECT_STREQ(a->Title, "a");
+    EXPECT_STREQ(b.Title, "");
+}
+
+} // namespace
