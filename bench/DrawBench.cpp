@@ -35,6 +35,9 @@ public:
     std::unique_ptr<CqPaletteObject> fnCreatePalette(const LOGPALETTE& palette) override {
         return m_pInner->fnCreatePalette(palette);
     }
+    void fnPaletteGone(const CPalette& palette) noexcept override {
+        m_pInner->fnPaletteGone(palette);
+    }
     std::unique_ptr<CqRegionObject> fnCreateRectRegion(const RECT& rect) override {
         return m_pInner->fnCreateRectRegion(rect);
     }

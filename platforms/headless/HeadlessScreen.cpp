@@ -42,6 +42,11 @@ public:
                    : 0;
     }
 
+    void fnForgetPalette(const CPalette& palette) {
+        if (m_pPalette == &palette)
+            m_pPalette = nullptr;
+    }
+
     CWnd* fnGetWindow() const { return m_pWindow; }
     CqPaletteObject* fnGetPalette() const { return m_pPalette ? m_pPalette->GetObject() : nullptr; }
 
@@ -224,6 +229,11 @@ std::unique_ptr<CqPaletteObject> CqHeadlessScreen::fnCreatePalette(const LOGPALE
         reinterpret_cast<const std::uint8_t*>(&palette) + offsetof(LOGPALETTE, palPalEntry);
     std::memcpy(entries.data(), first, entries.size() * sizeof(PALETTEENTRY));
     return std::make_unique<CqHeadlessPalette>(std::move(entries));
+}
+
+void CqHeadlessScreen::fnPaletteGone(const CPalette& palette) noexcept {
+    for (const auto& dc : m_DCs)
+        dc->fnForgetPalette(palette);
 }
 
 std::unique_ptr<CqRegionObject> CqHeadlessScreen::fnCreateRectRegion(const RECT& rect) {

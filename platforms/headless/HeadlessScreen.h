@@ -97,6 +97,7 @@ public:
                             const BITMAPINFOHEADER* header, UINT use) override;
     /// Fails for a version other than 0x300, and without entries.
     std::unique_ptr<CqPaletteObject> fnCreatePalette(const LOGPALETTE& palette) override;
+    void fnPaletteGone(const CPalette& palette) noexcept override;
     std::unique_ptr<CqRegionObject> fnCreateRectRegion(const RECT& rect) override;
 
 private:

@@ -17,9 +17,12 @@ bool CPalette::CreatePalette(const LOGPALETTE* palette) {
 }
 
 bool CPalette::DeleteObject() {
-    const bool had = HasHandle();
+    if (!HasHandle())
+        return false;
+    if (q32::fnHasPlatform())
+        q32::fnPlatform().m_pScreen->fnPaletteGone(*this);
     m_pObject.reset();
-    return had;
+    return true;
 }
 
 WORD CPalette::GetEntryCount() const {

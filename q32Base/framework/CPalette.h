@@ -9,13 +9,14 @@
 class Q32_API CPalette : public CObject {
 public:
     CPalette() = default;
-    ~CPalette() override = default;
+    ~CPalette() override { DeleteObject(); }
 
     /// Makes a palette by the platform in force; this object must stand for none. False on failure,
     /// memory included.
     bool CreatePalette(const LOGPALETTE* palette);
     bool HasHandle() const { return m_pObject != nullptr; }
-    /// Deletes the palette. False when there was none.
+    /// Deletes the palette; device contexts that have it selected let go of it. False when there
+    /// was none.
     bool DeleteObject();
     /// Entries of the palette, as a 16-bit count; 0 without a palette.
     WORD GetEntryCount() const;

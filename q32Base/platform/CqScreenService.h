@@ -7,6 +7,7 @@
 #include <vector>
 
 class CDC;
+class CPalette;
 class CWnd;
 
 /// A palette as the screen holds it: up to 65,535 entries. Kept by a CPalette.
@@ -62,6 +63,9 @@ public:
 
     /// Null on failure.
     virtual std::unique_ptr<CqPaletteObject> fnCreatePalette(const LOGPALETTE& palette) = 0;
+    /// Told when a palette ends or is deleted. A device context that still has it selected has none
+    /// from then on.
+    virtual void fnPaletteGone(const CPalette& palette) noexcept = 0;
     /// Null on failure. An empty or turned rectangle gives an empty region.
     virtual std::unique_ptr<CqRegionObject> fnCreateRectRegion(const RECT& rect) = 0;
 };

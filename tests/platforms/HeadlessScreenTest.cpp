@@ -337,6 +337,22 @@ TEST_F(HeadlessScreen, RealizedEntriesTakeEqualColorsElseFreeSlots) {
     EXPECT_EQ(dc->SelectPalette(nullptr, true), &palette);
 }
 
+TEST_F(HeadlessScreen, APaletteThatEndsIsNoLongerSelected) {
+    fnSetBits(8);
+    CDC* dc = m_pScreen->fnGetDC(nullptr);
+    {
+        CPalette palette;
+        fnMakePalette(palette, 4, 10);
+        dc->SelectPalette(&palette, false);
+        palette.DeleteObject();
+        EXPECT_EQ(dc->SelectPalette(nullptr, false), nullptr);
+        fnMakePalette(palette, 4, 10);
+        dc->SelectPalette(&palette, false);
+    }
+    EXPECT_EQ(dc->SelectPalette(nullptr, false), nullptr);
+    m_pScreen->fnReleaseDC(nullptr, dc);
+}
+
 TEST_F(HeadlessScreen, ChangedEntriesShowAfterTheNextRealization) {
     fnSetBits(8);
     CDC* dc = m_pScreen->fnGetDC(nullptr);

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+/// The picture that peers and library work on.
+inline constexpr int kWidth = 4000;
+inline constexpr int kHeight = 3000;
+
+/// Random bytes of a picture, touched, so that no case pays for fresh pages.
+inline std::vector<std::uint8_t> fnPicture(int bytesPerPixel) {
+    std::vector<std::uint8_t> bytes(std::size_t{kWidth} * kHeight *
+                                    static_cast<std::size_t>(bytesPerPixel));
+    std::uint32_t state = 1;
+    for (std::uint8_t& b : bytes) {
+        state = state * 1664525 + 1013904223;
+        b = static_cast<std::uint8_t>(state >> 24);
+    }
+    return bytes;
+}
+
+/// Pixels a second.
+inline void fnReport(benchmark::State& state) {
+    state.SetItemsProcessed(state.iterations() * std::int64_t{kWidth} * kHeight);
+}
