@@ -38,11 +38,16 @@ bool CqHeadlessScratch::fnCreateName(const char* directory, const char* prefix, 
 
 CqFileHandle CqHeadlessScratch::fnOpenHandle(const char* name) {
     CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
-    CqHeadlessFilePtr file = m_pDisks->fnOpen(name, false, true, cause);
+    const CqHeadlessFilePtr file = m_pDisks->fnOpen(name, false, true, cause);
     if (!file)
         return kNoFile;
     const CqFileHandle handle = m_nNextHandle++;
-    m_Files.emplace(handle, std::move(file));
+    try {
+        m_Files.emplace(handle, file);
+    } catch (...) {
+        m_pDisks->fnClose(file);
+        throw;
+    }
     return handle;
 }
 
@@ -70,17 +75,20 @@ bool CqHeadlessScratch::fnSetSize(CqFileHandle file, std::uint32_t size) {
     return m_SetSize.fnPass() && m_pDisks->fnResize(*found->second, size) == FILE_CAUSE_NONE;
 }
 
-CqFileHandle CqHeadlessScratch::fnReopen(CqFileHandle file, const char* name) {
+CqFileHandle CqHeadlessScratch::fnReopen(CqFileHandle file, const char* name) noexcept {
     const auto found = m_Files.find(file);
-    const std::string old = found == m_Files.end() ? "" : found->second->m_szName;
+    const CqHeadlessFilePtr old = found == m_Files.end() ? nullptr : found->second;
     if (!fnCloseHandle(file, "reopening of a file that isn't open") || !m_Reopen.fnPass())
         return kNoFile;
-    const CqFileHandle handle = fnOpenHandle(name);
-    if (handle != kNoFile && m_Files[handle]->m_szName != old) {
+    try {
+        const CqFileHandle handle = fnOpenHandle(name);
+        if (handle == kNoFile || m_Files[handle] == old)
+            return handle;
         fnCloseHandle(handle, "");
+    } catch (const std::bad_alloc&) {
         return kNoFile;
     }
-    return handle;
+    return kNoFile;
 }
 
 void CqHeadlessScratch::fnClose(CqFileHandle file) noexcept {

@@ -32,7 +32,7 @@ public:
     bool fnCreateName(const char* directory, const char* prefix, std::string& name) override;
     CqFileHandle fnOpen(const char* name) override;
     bool fnSetSize(CqFileHandle file, std::uint32_t size) override;
-    CqFileHandle fnReopen(CqFileHandle file, const char* name) override;
+    CqFileHandle fnReopen(CqFileHandle file, const char* name) noexcept override;
     void fnClose(CqFileHandle file) noexcept override;
     CqMappingHandle fnCreateMapping(CqFileHandle file, std::uint32_t size) override;
     void fnCloseMapping(CqMappingHandle mapping) noexcept override;

@@ -62,6 +62,23 @@ bool fnHasBytes(const Descriptor& file, std::uint32_t size) {
     return ::fstat(file.fnGet(), &facts) == 0 && facts.st_size >= off_t{size};
 }
 
+/// A native path on the stack, for steps that must also work when memory has run out.
+struct NativeName {
+    char m_Path[PATH_MAX];
+
+    /// False for a name that is too long.
+    bool fnSet(const CodePage& codePage, const char* name) {
+        const std::size_t length = std::strlen(name);
+        if (length >= sizeof(m_Path)) {
+            errno = ENAMETOOLONG;
+            return false;
+        }
+        std::memcpy(m_Path, name, length + 1);
+        fnTurnSlashes(codePage, m_Path, length);
+        return true;
+    }
+};
+
 /// Brings the pages of a fresh view in, writable. False when the disk refuses a page: an untouched
 /// page would raise a signal then.
 bool fnTouch(char* view, std::size_t bytes) {
@@ -170,14 +187,14 @@ bool CqPosixScratch::fnSetSize(CqFileHandle file, std::uint32_t size) {
     return false;
 }
 
-CqFileHandle CqPosixScratch::fnReopen(CqFileHandle file, const char* name) {
-    const std::string path = fnNativePath(*m_pCodePage, name);
-    const auto found = m_Files.find(file);
-    if (found == m_Files.end())
+CqFileHandle CqPosixScratch::fnReopen(CqFileHandle file, const char* name) noexcept {
+    auto open = m_Files.extract(file);
+    NativeName path;
+    if (open.empty() || !path.fnSet(*m_pCodePage, name) ||
+        !fnIsNameOf(AT_FDCWD, path.m_Path, *open.mapped()))
         return kNoFile;
-    const auto open = std::move(found->second);
-    m_Files.erase(found);
-    return fnIsNameOf(AT_FDCWD, path.c_str(), *open) ? fnAddFile(open) : kNoFile;
+    open.key() = fnNextHandle();
+    return m_Files.insert(std::move(open)).position->first;
 }
 
 void CqPosixScratch::fnClose(CqFileHandle file) noexcept {
@@ -218,17 +235,11 @@ void CqPosixScratch::fnUnmapView(void* address, std::uint32_t size) noexcept {
 }
 
 bool CqPosixScratch::fnDelete(const char* name) noexcept {
-    // On the stack: a file must also go when memory has run out.
-    char path[PATH_MAX];
-    const std::size_t length = std::strlen(name);
-    if (length >= sizeof(path)) {
-        errno = ENAMETOOLONG;
+    NativeName path;
+    if (!path.fnSet(*m_pCodePage, name))
         return false;
-    }
-    std::memcpy(path, name, length + 1);
-    fnTurnSlashes(*m_pCodePage, path, length);
-    const auto created = m_Created.find(std::string_view(path, length));
+    const auto created = m_Created.find(std::string_view(path.m_Path));
     if (created != m_Created.end())
         m_Created.erase(created);
-    return fnRemoveUnheld(AT_FDCWD, path);
+    return fnRemoveUnheld(AT_FDCWD, path.m_Path);
 }

@@ -26,7 +26,7 @@ public:
     bool fnSetSize(CqFileHandle file, std::uint32_t size) override;
     /// Keeps descriptor and lock, so that nobody comes in between; the name must still be the
     /// file's own. The number of the handle is a new one.
-    CqFileHandle fnReopen(CqFileHandle file, const char* name) override;
+    CqFileHandle fnReopen(CqFileHandle file, const char* name) noexcept override;
     void fnClose(CqFileHandle file) noexcept override;
     CqMappingHandle fnCreateMapping(CqFileHandle file, std::uint32_t size) override;
     void fnCloseMapping(CqMappingHandle mapping) noexcept override;

@@ -95,9 +95,10 @@ public:
 
     /// Whether disks are to be asked by `fnGetSpace`; otherwise by `fnGetClusters`.
     virtual bool fnHasWideSpaceQuery() = 0;
-    /// Space of the volume that holds `path`. Where the root of a path is its directory (the root of
-    /// "/srv/scratch\" is all of it), one that does not stand yet has the space of the volume that it
-    /// would be made on; elsewhere it fails. An empty path fails.
+    /// Space of the volume that holds `path`. Where the root of a path is its directory (the root
+    /// of
+    /// "/srv/scratch\" is all of it), one that does not stand yet has the space of the volume that
+    /// it would be made on; elsewhere it fails. An empty path fails.
     virtual bool fnGetSpace(const char* path, CqDiskSpace& space) = 0;
     virtual bool fnGetClusters(const char* path, CqDiskClusters& clusters) = 0;
 

@@ -37,7 +37,7 @@ public:
 
     /// Closes the file and opens the same file anew, as it stands on the disk. `kNoFile` when it is
     /// gone or is another one; the old handle is closed in any case.
-    virtual CqFileHandle fnReopen(CqFileHandle file, const char* name) = 0;
+    virtual CqFileHandle fnReopen(CqFileHandle file, const char* name) noexcept = 0;
 
     virtual void fnClose(CqFileHandle file) noexcept = 0;
 

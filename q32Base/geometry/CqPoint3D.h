@@ -1,0 +1,47 @@
+#pragma once
+
+#include "q32Base/platform/Export.h"
+
+#include <type_traits>
+
+/// A point in space. It stands apart from the 2-D geometry, also in this: comparisons are exact,
+/// deliberately.
+struct Q32_API CqPoint3D {
+    constexpr CqPoint3D() = default;
+    constexpr CqPoint3D(int x, int y, int z) : m_X(x), m_Y(y), m_Z(z) {}
+    constexpr CqPoint3D(double x, double y, double z) : m_X(x), m_Y(y), m_Z(z) {}
+    CqPoint3D(const CqPoint3D&) = default;
+
+    CqPoint3D& operator=(const CqPoint3D&) = default;
+
+    void operator+=(const CqPoint3D& other) { fnAdd(other); }
+    void operator-=(const CqPoint3D& other) { fnSubtract(other); }
+    void operator*=(double factor) { fnScale(factor); }
+    /// Multiplies by the reciprocal.
+    void operator/=(double divisor) { fnScale(1.0 / divisor); }
+    CqPoint3D operator+(const CqPoint3D& other) const {
+        return {m_X + other.m_X, m_Y + other.m_Y, m_Z + other.m_Z};
+    }
+    CqPoint3D operator-(const CqPoint3D& other) const {
+        return {m_X - other.m_X, m_Y - other.m_Y, m_Z - other.m_Z};
+    }
+    CqPoint3D operator*(double factor) const { return {m_X * factor, m_Y * factor, m_Z * factor}; }
+    CqPoint3D operator/(double divisor) const { return *this * (1.0 / divisor); }
+    bool operator==(const CqPoint3D& other) const {
+        return m_X == other.m_X && m_Y == other.m_Y && m_Z == other.m_Z;
+    }
+    bool operator!=(const CqPoint3D& other) const { return !(*this == other); }
+
+    void fnAdd(const CqPoint3D& other) { *this = *this + other; }
+    void fnSubtract(const CqPoint3D& other) { *this = *this - other; }
+    void fnScale(double factor) { *this = *this * factor; }
+
+    double fnFindDistance(const CqPoint3D& other) const;
+
+    double m_X = 0.0;
+    double m_Y = 0.0;
+    double m_Z = 0.0;
+};
+
+static_assert(std::is_trivially_copyable_v<CqPoint3D> && std::is_standard_layout_v<CqPoint3D>);
+static_assert(sizeof(CqPoint3D) == 3 * sizeof(double));

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <cstdint>
+#include <type_traits>
+
+/// A place on a polyline: a segment, and the parameter on it.
+struct CqPolyPoint2D {
+    constexpr CqPolyPoint2D() = default;
+    constexpr CqPolyPoint2D(int line, double param) : m_Line(line), m_Param(param) {}
+
+    std::int32_t m_Line = -1; ///< -1: none
+    double m_Param = 0.0;
+};
+
+static_assert(std::is_trivially_copyable_v<CqPolyPoint2D>);

@@ -1,0 +1,122 @@
+#include "q32Base/geometry/CurveRoots.h"
+
+#include "tests/geometry/GeometryTestTools.h"
+
+#include <vector>
+
+namespace {
+
+/// The closed form, written out apart.
+std::vector<double> fnExpectedRoots(double a, double b, double c) {
+    const double pi = 4.0 * std::atan(1.0);
+    const double third = 0.3333333333333333;
+    const auto cubeRoot = [&](double v) {
+        return v >= 0 ? std::pow(v, third) : -std::pow(-v, third);
+    };
+    const double q = ((a * a * a) * 0.07407407407407407 - (a * b) * third + c) * 0.5;
+    const double p = (b - (a * a) * third) * third;
+    const double p3 = p * p * p;
+    const double d = p3 + q * q;
+    std::vector<double> roots;
+    if (std::fabs(d) < 1e-10 && std::fabs(q) < 1e-10)
+        return {std::fabs(a / 3) < 1e-10 ? 0.0 : a * -0.3333333333333333};
+    if (std::fabs(d) < 1e-10) {
+        const double w = q <= 0 ? std::pow(-q, third) : -std::pow(q, third);
+        roots = {2 * w, -w};
+    } else if (d < 0) {
+        const double phi = std::acos(-(q / std::sqrt(-p3))) * third;
+        const double s = std::sqrt(-p);
+        roots = {2 * std::cos(phi) * s, -2.0 * std::cos(phi + pi * third) * s,
+                 -2.0 * std::cos(phi - pi * third) * s};
+    } else {
+        const double r = std::sqrt(d);
+        roots = {cubeRoot(r - q) + cubeRoot(-q - r)};
+    }
+    for (double& root : roots) {
+        root = (root * 3.0 - a) * third;
+        if (std::fabs(root) < 1e-10)
+            root = 0.0;
+    }
+    return roots;
+}
+
+void fnExpectRoots(double a, double b, double c) {
+    double roots[3] = {77, 78, 79};
+    const auto expected = fnExpectedRoots(a, b, c);
+    const int count = q32::fnSolveCubic(a, b, c, roots);
+    ASSERT_EQ(static_cast<std::size_t>(count), expected.size()) << a << " " << b << " " << c;
+    for (int i = 0; i < 3; ++i)
+        EXPECT_BITS(roots[i], i < count ? expected[static_cast<std::size_t>(i)] : 77.0 + i);
+}
+
+TEST(CurveRoots, FindsThreeRootsInTheOrderOfTheCosineForm) {
+    double roots[3];
+    // (x - 1)(x - 2)(x - 4): largest, smallest, middle.
+    ASSERT_EQ(q32::fnSolveCubic(-7, 14, -8, roots), 3);
+    EXPECT_NEAR(roots[0], 4.0, 1e-12);
+    EXPECT_NEAR(roots[1], 1.0, 1e-12);
+    EXPECT_NEAR(roots[2], 2.0, 1e-12);
+}
+
+TEST(CurveRoots, FindsOneRoot) {
+    double roots[3] = {0, 78, 79};
+    ASSERT_EQ(q32::fnSolveCubic(0, 0, -8, roots), 1);
+    EXPECT_NEAR(roots[0], 2.0, 1e-15);
+    EXPECT_BITS(roots[1], 78.0);
+    ASSERT_EQ(q32::fnSolveCubic(0, 0, 8, roots), 1);
+    EXPECT_NEAR(roots[0], -2.0, 1e-15);
+}
+
+TEST(CurveRoots, FindsADoubleRootAsTheSecondOfTwo) {
+    double roots[3] = {0, 0, 79};
+    ASSERT_EQ(q32::fnSolveCubic(-4, 5, -2, roots), 2); // (x - 1)^2 (x - 2)
+    EXPECT_NEAR(roots[0], 2.0, 1e-7);
+    EXPECT_NEAR(roots[1], 1.0, 1e-7);
+    EXPECT_BITS(roots[2], 79.0);
+    ASSERT_EQ(q32::fnSolveCubic(4, 5, 2, roots), 2); // the mirror, with q above 0
+    EXPECT_NEAR(roots[0], -2.0, 1e-7);
+    EXPECT_NEAR(roots[1], -1.0, 1e-7);
+}
+
+TEST(CurveRoots, CountsATripleRootOnce) {
+    double roots[3] = {0, 78, 79};
+    ASSERT_EQ(q32::fnSolveCubic(-6, 12, -8, roots), 1); // (x - 2)^3
+    EXPECT_BITS(roots[0], -6 * -0.3333333333333333);
+    EXPECT_BITS(roots[1], 78.0);
+    ASSERT_EQ(q32::fnSolveCubic(0, 0, 0, roots), 1);
+    EXPECT_BITS(roots[0], 0.0); // not minus zero
+}
+
+TEST(CurveRoots, SetsRootsNearZeroToZero) {
+    double roots[3];
+    ASSERT_EQ(q32::fnSolveCubic(-3, 2, 0, roots), 3); // x (x - 1) (x - 2)
+    EXPECT_BITS(roots[1], 0.0);
+}
+
+TEST(CurveRoots, FollowsTheClosedFormBitForBit) {
+    CqRandom random(15);
+    for (int i = 0; i < 20000; ++i)
+        fnExpectRoots(random.fnBetween(-9, 9), random.fnBetween(-9, 9), random.fnBetween(-9, 9));
+    for (int i = 0; i < 5000; ++i) {
+        // Whole roots, with doubles and triples among them.
+        const double x = random.fnInt(-3, 3);
+        const double y = random.fnInt(-3, 3);
+        const double z = random.fnInt(-3, 3);
+        fnExpectRoots(-(x + y + z), x * y + y * z + z * x, -(x * y * z));
+    }
+    for (int i = 0; i < 5000; ++i)
+        fnExpectRoots(random.fnAnySize(), random.fnAnySize(), random.fnAnySize());
+}
+
+TEST(CurveRoots, EndsForAnyNumbers) {
+    CqRandom random(16);
+    for (int i = 0; i < 20000; ++i) {
+        double roots[3];
+        const int count =
+            q32::fnSolveCubic(random.fnAnything(), random.fnAnything(), random.fnAnything(), roots);
+        EXPECT_GE(count, 1);
+        EXPECT_LE(count, 3);
+    }
+}
+
+} // namespace

@@ -1,0 +1,297 @@
+#include "q32Base/framework/Exceptions.h"
+#include "q32Base/geometry/BezierFlattening.h"
+#include "q32Base/geometry/CqCubicBezier2D.h"
+#include "q32Base/geometry/CqPolyline2D.h"
+#include "tests/geometry/CurveTestTools.h"
+#include "tests/support/FailingAllocator.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace {
+
+CqCubicBezier2D fnCurve(const Points& p) {
+    return {p[0], p[1], p[2], p[3], 1.0};
+}
+
+struct Segment {
+    CqPoint2D m_Start;
+    CqPoint2D m_End;
+    double m_dLow;
+    double m_dHigh;
+};
+
+std::vector<Segment> fnPlainSegments(const Points& p, double tolerance) {
+    std::vector<Segment> segments;
+    fnPlainFlatten(p, tolerance, [&](const Points& part, double low, double high) {
+        segments.push_back({part[0], part.back(), low, high});
+    });
+    return segments;
+}
+
+void fnExpectSegments(const CqPolyline2D& polyline, const std::vector<Segment>& expected) {
+    ASSERT_EQ(static_cast<std::size_t>(polyline.fnGetNumberLine()), expected.size());
+    for (int i = 0; i < polyline.fnGetNumberLine(); ++i) {
+        const Segment& segment = expected[static_cast<std::size_t>(i)];
+        EXPECT_BITS(polyline.fnGetVertex(i), segment.m_Start);
+        EXPECT_BITS(polyline.fnGetVertex(i + 1), segment.m_End);
+        double t0;
+        double t1;
+        EXPECT_EQ(polyline.fnGetParam(i, t0, t1), 0);
+        EXPECT_BITS(t0, segment.m_dLow);
+        EXPECT_BITS(t1, segment.m_dHigh);
+    }
+}
+
+TEST(Tessellation, CutsACurveAsThePlainRecursionDoes) {
+    CqRandom random(50);
+    CqPolyline2D polyline;
+    for (int i = 0; i < 2000; ++i) {
+        const Points p = fnRandomPoints(random, 4);
+        const double tolerance = std::pow(10.0, random.fnBetween(-4, 2));
+        fnCurve(p).fnTessellate(polyline, tolerance);
+        fnExpectSegments(polyline, fnPlainSegments(p, tolerance));
+    }
+}
+
+TEST(Tessellation, CutsALargeCurveIntoManySegments) {
+    const Points p = {{0, 0}, {1e6, 3e6}, {2e6, -3e6}, {3e6, 0}};
+    CqPolyline2D polyline;
+    fnCurve(p).fnTessellate(polyline, 0.01);
+    EXPECT_GT(polyline.fnGetNumberLine(), 8000);
+    fnExpectSegments(polyline, fnPlainSegments(p, 0.01));
+    // What is added later grows by the lists' own rule.
+    EXPECT_EQ(polyline.fnAddLine({0, 1}, {0, 2}), polyline.fnGetNumberLine() - 1);
+}
+
+TEST(Tessellation, GivesOneSegmentAtALargeTolerance) {
+    CqPolyline2D polyline;
+    polyline.fnAddLine({9, 9}, {8, 8}); // what was there goes
+    polyline.fnAddParam(5, 3, 4);
+    const Points p = {{0, 0}, {1, 5}, {2, -5}, {3, 0}};
+    fnCurve(p).fnTessellate(polyline, 1e6);
+    fnExpectSegments(polyline, {{{0, 0}, {3, 0}, 0.0, 1.0}});
+}
+
+TEST(Tessellation, GivesOneSegmentOfNoLengthForAClosedCurve) {
+    CqPolyline2D polyline;
+    fnCurve({{4, 4}, {900, 5}, {-300, 700}, {4, 4}}).fnTessellate(polyline, 0.1);
+    fnExpectSegments(polyline, {{{4, 4}, {4, 4}, 0.0, 1.0}});
+}
+
+TEST(Tessellation, StaysWithinItsToleranceOfTheCurve) {
+    CqRandom random(51);
+    CqPolyline2D polyline;
+    for (int i = 0; i < 300; ++i) {
+        Points p(4);
+        for (CqPoint2D& point : p)
+            point = random.fnPoint(-100, 100);
+        const double tolerance = std::pow(10.0, random.fnBetween(-3, 0));
+        fnCurve(p).fnTessellate(polyline, tolerance);
+        for (int s = 0; s <= 100; ++s) {
+            const CqPoint2D on = fnPlainValue(p, s / 100.0);
+            double nearest = kMostDouble;
+            for (int l = 0; l < polyline.fnGetNumberLine(); ++l) {
+                const CqLine2D line = polyline.fnGetLine(l);
+                double t;
+                line.fnFindNearestPoint(on, t, nullptr);
+                nearest = std::min(
+                    nearest, on.fnFindDistance(line.fnComputePointOnLine(std::clamp(t, 0.0, 1.0))));
+            }
+            EXPECT_LE(nearest, tolerance * 1.000001) << i << " at " << s;
+        }
+        // Joints lie on the curve, where their records say.
+        for (int l = 0; l < polyline.fnGetNumberLine(); ++l) {
+            double t0;
+            double t1;
+            polyline.fnGetParam(l, t0, t1);
+            EXPECT_NEAR(polyline.fnGetVertex(l).fnFindDistance(fnPlainValue(p, t0)), 0, 1e-10);
+        }
+    }
+}
+
+/// Notes what it is told, in order.
+class CqNotingPolyline : public CqPolyline2D {
+public:
+    std::vector<int> m_LinesAtRecords;
+    void fnAddParam(int tag, double t0, double t1) override {
+        m_LinesAtRecords.push_back(fnGetNumberLine());
+        CqPolyline2D::fnAddParam(tag, t0, t1);
+    }
+};
+
+TEST(Tessellation, TellsADerivedPolylineOfEachRecordAfterItsSegment) {
+    CqNotingPolyline polyline;
+    fnCurve({{0, 0}, {0, 80}, {80, 80}, {80, 0}}).fnTessellate(polyline, 0.1);
+    ASSERT_GT(polyline.fnGetNumberLine(), 8);
+    for (std::size_t i = 0; i < polyline.m_LinesAtRecords.size(); ++i)
+        EXPECT_EQ(polyline.m_LinesAtRecords[i], static_cast<int>(i) + 1);
+}
+
+TEST(Tessellation, LeavesWhatItHasWhenMemoryRunsOut) {
+    const Points p = {{0, 0}, {0, 800}, {800, 800}, {800, 0}};
+    const auto expected = fnPlainSegments(p, 0.001);
+    ASSERT_GT(expected.size(), 200u);
+    const std::size_t before = CqAllocationFailure::fnOutstanding();
+    const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
+        CqPolyline2D polyline;
+        bool raised = false;
+        try {
+            fnCurve(p).fnTessellate(polyline, 0.001);
+        } catch (CMemoryException* exception) {
+            exception->Delete();
+            raised = true;
+        }
+        failure.fnEnd();
+        EXPECT_EQ(raised, failure.fnHappened());
+        EXPECT_LE(static_cast<std::size_t>(polyline.fnGetNumberLine()), expected.size());
+        for (int i = 0; i < polyline.fnGetNumberLine(); ++i)
+            EXPECT_BITS(polyline.fnGetVertex(i), expected[static_cast<std::size_t>(i)].m_Start);
+    });
+    EXPECT_GE(failures, 6u);
+    EXPECT_EQ(CqAllocationFailure::fnOutstanding(), before);
+}
+
+TEST(Flatness, ComparesSquaresAsItWouldRoots) {
+    CqRandom random(52);
+    for (int i = 0; i < 20000; ++i) {
+        const double value = i % 2 == 0 ? std::fabs(random.fnAnySize()) : random.fnBetween(0, 2);
+        const double square = q32::fnSquareOfRoot(value);
+        EXPECT_GE(std::sqrt(square), value);
+        if (square > 0.0)
+            EXPECT_LT(std::sqrt(std::nextafter(square, 0.0)), value);
+    }
+    EXPECT_BITS(q32::fnSquareOfRoot(0.5), 0.25);
+    EXPECT_BITS(q32::fnSquareOfRoot(0.0), 0.0);
+    EXPECT_BITS(q32::fnSquareOfRoot(-3.0), 0.0);
+    EXPECT_BITS(q32::fnSquareOfRoot(kInf), kInf);
+    EXPECT_TRUE(std::isnan(q32::fnSquareOfRoot(kNaN)));
+}
+
+TEST(Flatness, IsReachedStrictlyBelowTheThreshold) {
+    const CqPoint2D p[4] = {{0, 0}, {1, 3}, {2, -4}, {5, 0}};
+    EXPECT_FALSE(q32::FlatnessTest(p, 4.0)(p));
+    EXPECT_TRUE(q32::FlatnessTest(p, std::nextafter(4.0, 5.0))(p));
+    // Feet beyond the ends of the chord count like any other.
+    const CqPoint2D beyond[4] = {{0, 0}, {900, 0.25}, {-900, 0}, {1, 0}};
+    EXPECT_TRUE(q32::FlatnessTest(beyond, 0.5)(beyond));
+    const CqPoint2D quad[3] = {{0, 0}, {1, 3}, {5, 0}};
+    EXPECT_FALSE(q32::FlatnessTest(quad, 3.0)(quad));
+    EXPECT_TRUE(q32::FlatnessTest(quad, 3.1)(quad));
+}
+
+/// What the recursion did with one curve.
+struct Effort {
+    long m_nTests = 0;
+    long m_nParts = 0;
+    double m_dNarrowest = 1.0;
+};
+
+template <int kCount>
+Effort fnEffort(const CqPoint2D (&points)[kCount], double tolerance) {
+    Effort effort;
+    const q32::FlatnessTest isFlat(points, tolerance);
+    q32::fnFlatten(
+        points,
+        [&](const CqPoint2D(&part)[kCount]) {
+            ++effort.m_nTests;
+            return isFlat(part);
+        },
+        [&](const CqPoint2D(&)[kCount], double low, double high) {
+            ++effort.m_nParts;
+            effort.m_dNarrowest = std::min(effort.m_dNarrowest, high - low);
+        });
+    return effort;
+}
+
+constexpr double kDeepest = 1.0 / (1 << q32::kCurveDepth);
+
+TEST(FlatteningEffort, IsBoundForCurvesOfEverySize) {
+    CqRandom random(53);
+    for (int i = 0; i < 600; ++i) {
+        const double size = std::pow(10.0, i - 300);
+        CqPoint2D p[4];
+        CqPoint2D q[3];
+        const Points shape = fnRandomPoints(random, 4);
+        for (int k = 0; k < 4; ++k)
+            p[k] = shape[static_cast<std::size_t>(k)] * (size / 100.0);
+        std::copy_n(p, 3, q);
+        // A tolerance in proportion, so that the number of parts is that of a small curve.
+        EXPECT_LT(fnEffort(p, size * 1e-6).m_nParts, 1 << 14) << i;
+        EXPECT_LT(fnEffort(q, size * 1e-6).m_nParts, 1 << 14) << i;
+    }
+}
+
+TEST(FlatteningEffort, EndsAtTheRoundingOfHugeCoordinates) {
+    const double kOne[] = {1e17, 1e100};
+    for (const double size : kOne) {
+        const CqPoint2D p[4] = {
+            {0.0, 0.1 * size}, {0.3 * size, 0.9 * size}, {0.7 * size, -0.8 * size}, {size, 0.0}};
+        const Effort effort = fnEffort(p, 0.5);
+        EXPECT_LT(effort.m_nParts, 1 << 25);
+        EXPECT_EQ(effort.m_nTests, 2 * effort.m_nParts - 1);
+        EXPECT_GE(effort.m_dNarrowest, kDeepest);
+    }
+    // Where squares overflow, distances are no numbers, and all is flat.
+    const CqPoint2D p[4] = {{0, 0}, {3e299, 9e299}, {7e299, -8e299}, {1e300, 1e299}};
+    EXPECT_LT(fnEffort(p, 0.5).m_nParts, 100);
+}
+
+TEST(FlatteningEffort, EndsAtAToleranceOfNothing) {
+    // Each tolerance below the rounding of the coordinates counts as that rounding.
+    const CqPoint2D p[4] = {{0, 0}, {1, 1}, {2, 1}, {3, 0.5}};
+    for (const double tolerance : {0.0, -1.0, 1e-300}) {
+        const Effort effort = fnEffort(p, tolerance);
+        EXPECT_LT(effort.m_nParts, 1 << 25) << tolerance;
+        EXPECT_GE(effort.m_dNarrowest, kDeepest);
+    }
+    EXPECT_EQ(fnEffort(p, kNaN).m_nParts, 1);
+    EXPECT_EQ(fnEffort(p, kInf).m_nParts, 1);
+}
+
+TEST(FlatteningEffort, IsBoundForInfinitiesAndNotANumber) {
+    CqRandom random(54);
+    for (int i = 0; i < 50000; ++i) {
+        CqPoint2D p[4];
+        CqPoint2D q[3];
+        for (CqPoint2D& point : p)
+            point = {random.fnAnything(), random.fnAnything()};
+        bool finite = true;
+        for (const CqPoint2D& point : p)
+            finite = finite && std::isfinite(point.m_X) && std::isfinite(point.m_Y);
+        if (finite)
+            p[1].m_X = kInf;
+        std::copy_n(p, 3, q);
+        EXPECT_LT(fnEffort(p, 0.5).m_nParts, 1 << 13);
+        EXPECT_LT(fnEffort(q, 0.5).m_nParts, 1 << 13);
+    }
+}
+
+TEST(FlatteningEffort, StopsAtTheLastDepthWhateverTheTest) {
+    // One side only, so that the depth is reached in a few steps.
+    const CqPoint2D p[4] = {{0, 0}, {1, 1}, {2, 1}, {3, 0}};
+    int parts = 0;
+    double narrowest = 1.0;
+    q32::fnFlatten(
+        p, [](const CqPoint2D(&part)[4]) { return part[0].m_X > 0.0; },
+        [&](const CqPoint2D(&)[4], double low, double high) {
+            ++parts;
+            narrowest = std::min(narrowest, high - low);
+        });
+    EXPECT_EQ(parts, q32::kCurveDepth + 1);
+    EXPECT_BITS(narrowest, kDeepest);
+}
+
+TEST(FlatteningEffort, LeavesCurvesOfOrdinaryCoordinatesToTheToleranceAlone) {
+    // Up to 10^14 the rounding lies below half a pixel.
+    const double size = 1e8;
+    const Points p = {{0, 0}, {0.3 * size, size}, {0.7 * size, -size}, {size, 0}};
+    const CqPoint2D c[4] = {p[0], p[1], p[2], p[3]};
+    EXPECT_EQ(static_cast<std::size_t>(fnEffort(c, 0.5).m_nParts), fnPlainSegments(p, 0.5).size());
+    CqPoint2D huge[4];
+    for (int i = 0; i < 4; ++i)
+        huge[i] = c[i] * 1e6;
+    EXPECT_BITS(std::fabs(huge[1].m_Y) * q32::kCurveRounding < 0.5 ? 1.0 : 0.0, 1.0);
+}
+
+} // namespace

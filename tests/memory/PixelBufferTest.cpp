@@ -1,0 +1,190 @@
+#include "q32Base/memory/PixelBuffer.h"
+
+#include "tests/support/AttachedTest.h"
+#include "tests/support/FailingAllocator.h"
+
+#include <cstring>
+#include <vector>
+
+namespace {
+
+class PixelBufferTest : public AttachedTest {
+protected:
+    struct Buffer {
+        unsigned char* m_pBytes = nullptr;
+        std::uint32_t m_nSize = 0;
+        CqFileHandle m_File = 0;
+        CqMappingHandle m_Mapping = 77;
+        CString m_strName;
+    };
+
+    static Buffer fnAlloc(std::uint32_t size) {
+        Buffer buffer;
+        buffer.m_nSize = size;
+        buffer.m_strName = "old";
+        buffer.m_pBytes = AllocPixelBuffer(size, buffer.m_File, buffer.m_Mapping, buffer.m_strName);
+        return buffer;
+    }
+
+    static void fnFree(Buffer& buffer) {
+        FreePixelBuffer(buffer.m_pBytes, buffer.m_nSize, &buffer.m_File, &buffer.m_Mapping,
+                        &buffer.m_strName);
+        EXPECT_EQ(buffer.m_File, kNoFile);
+        EXPECT_EQ(buffer.m_Mapping, kNoMapping);
+        EXPECT_TRUE(buffer.m_strName.IsEmpty());
+    }
+
+    static bool fnCantAlloc(std::uint32_t size) {
+        return fnRaisesMemoryException([size] { fnAlloc(size); });
+    }
+
+    std::vector<std::string> fnFiles() { return m_World->m_pDisks->fnGetFiles(); }
+    std::uint64_t fnFree() { return m_World->m_pDisks->fnGetFree("C:\\"); }
+    CqVMPolicy& fnPolicy() { return *q32GetVMPolicy(); }
+};
+
+TEST_F(PixelBufferTest, LiesInRamWithinTheLimit) {
+    fnPolicy().fnSetRamLimit(5000);
+    Buffer buffer = fnAlloc(5000);
+    EXPECT_EQ(buffer.m_File, kNoFile);
+    EXPECT_EQ(buffer.m_Mapping, kNoMapping);
+    EXPECT_TRUE(buffer.m_strName.IsEmpty());
+    EXPECT_EQ(fnPolicy().fnGetRamUsed(), 5000u);
+    std::memset(buffer.m_pBytes, 1, 5000);
+    fnFree(buffer);
+    EXPECT_EQ(fnPolicy().fnGetRamUsed(), 0u);
+    EXPECT_EQ(m_World->m_pMemory->fnGetReservedRanges(), 0u);
+}
+
+TEST_F(PixelBufferTest, LiesInAScratchFileBeyondTheLimit) {
+    fnPolicy().fnSetRamLimit(5000);
+    const std::uint64_t before = fnFree();
+    Buffer buffer = fnAlloc(5001);
+    ASSERT_EQ(fnFiles().size(), 1u);
+    EXPECT_EQ(fnFiles()[0], std::string(buffer.m_strName));
+    EXPECT_EQ(std::string(buffer.m_strName).rfind("C:\\Temp\\~qd", 0), 0u);
+    EXPECT_EQ(std::string(buffer.m_strName.Right(4)), ".tmp");
+    EXPECT_NE(buffer.m_File, kNoFile);
+    EXPECT_NE(buffer.m_Mapping, kNoMapping);
+    EXPECT_EQ(fnPolicy().fnGetRamUsed(), 0u);
+    EXPECT_EQ(before - fnFree(), 5001u);
+    std::memset(buffer.m_pBytes, 1, 5001);
+    fnFree(buffer);
+    EXPECT_TRUE(fnFiles().empty());
+    EXPECT_EQ(fnFree(), before);
+}
+
+TEST_F(PixelBufferTest, TheCountersTellWhatLiesOnWhichDisk) {
+    fnPolicy().fnSetRamLimit(0);
+    fnPolicy().fnSetDisk(1, "C:\\other");
+    Buffer first = fnAlloc(1000);
+    Buffer second = fnAlloc(500);
+    EXPECT_EQ(fnPolicy().fnGetDiskUsage(0).m_nBytes, 1500u);
+    EXPECT_EQ(fnPolicy().fnGetDiskUsage(0).m_nFiles, 2u);
+    EXPECT_EQ(fnPolicy().fnGetDiskUsage(1).m_nFiles, 0u);
+    EXPECT_EQ(fnPolicy().fnGetDiskUsage(3).m_nFiles, 0u);
+    fnFree(first);
+    EXPECT_EQ(fnPolicy().fnGetDiskUsage(0).m_nBytes, 500u);
+    EXPECT_EQ(fnPolicy().fnGetDiskUsage(0).m_nFiles, 1u);
+    fnFree(second);
+    EXPECT_EQ(fnPolicy().fnGetDiskUsage(0).m_nFiles, 0u);
+}
+
+TEST_F(PixelBufferTest, AHundredSmallBuffersLeaveTheRamInUseAsItWas) {
+    Buffer kept = fnAlloc(123);
+    const std::uint32_t before = fnPolicy().fnGetRamUsed();
+    std::vector<Buffer> buffers;
+    for (std::uint32_t i = 1; i <= 100; ++i)
+        buffers.push_back(fnAlloc(i));
+    EXPECT_EQ(fnPolicy().fnGetRamUsed(), before + 5050);
+    for (Buffer& buffer : buffers)
+        fnFree(buffer);
+    EXPECT_EQ(fnPolicy().fnGetRamUsed(), before);
+    fnFree(kept);
+}
+
+TEST_F(PixelBufferTest, AFailedReservationTurnsIntoAScratchFile) {
+    m_World->m_pMemory->m_Reserve.fnFail(1);
+    Buffer buffer = fnAlloc(100);
+    EXPECT_NE(buffer.m_File, kNoFile);
+    EXPECT_EQ(fnPolicy().fnGetRamUsed(), 0u);
+    fnFree(buffer);
+}
+
+TEST_F(PixelBufferTest, AFailedCommitTurnsIntoAScratchFileAndKeepsItsAddressSpace) {
+    m_World->m_pMemory->m_Commit.fnFail(1);
+    Buffer buffer = fnAlloc(100);
+    EXPECT_NE(buffer.m_File, kNoFile);
+    EXPECT_EQ(m_World->m_pMemory->fnGetReservedRanges(), 1u);
+    EXPECT_EQ(m_World->m_pMemory->fnGetCommittedRanges(), 0u);
+    fnFree(buffer);
+    EXPECT_EQ(m_World->m_pMemory->fnGetReservedRanges(), 1u);
+}
+
+TEST_F(PixelBufferTest, WithoutAnyDiskAFailedReservationIsTheMemoryException) {
+    fnPolicy().fnEnableDisk(0, false);
+    m_World->m_pMemory->m_Reserve.fnFail(1);
+    EXPECT_TRUE(fnCantAlloc(100));
+}
+
+TEST_F(PixelBufferTest, NeitherRamNorDiskIsTheMemoryException) {
+    fnPolicy().fnSetRamLimit(0);
+    m_World->m_pDisks->fnSetFree("C:\\", 100);
+    EXPECT_TRUE(fnCantAlloc(100));
+    EXPECT_TRUE(fnFiles().empty());
+    EXPECT_EQ(fnFree(), 100u);
+}
+
+TEST_F(PixelBufferTest, ADiskThatFillsUpAfterTheSearchLeavesNothingBehind) {
+    fnPolicy().fnSetRamLimit(0);
+    const std::uint64_t before = fnFree();
+    m_World->m_pScratch->m_SetSize.fnFail(1);
+    EXPECT_TRUE(fnCantAlloc(1000));
+    EXPECT_TRUE(fnFiles().empty());
+    EXPECT_EQ(fnFree(), before);
+}
+
+TEST_F(PixelBufferTest, EachFileStepThatFailsIsTheMemoryExceptionAndLeavesNothingOpen) {
+    fnPolicy().fnSetRamLimit(0);
+    CqHeadlessScratch& scratch = *m_World->m_pScratch;
+    for (CqHeadlessCalls* step :
+         {&scratch.m_CreateName, &scratch.m_Open, &scratch.m_SetSize, &scratch.m_Reopen,
+          &scratch.m_CreateMapping, &scratch.m_MapView}) {
+        step->fnFail(1);
+        EXPECT_TRUE(fnCantAlloc(1000));
+        EXPECT_EQ(scratch.fnGetHandles(), 0u);
+        EXPECT_EQ(scratch.fnGetMappings(), 0u);
+        // A file that was made but can't be opened stays behind, empty; else none does.
+        const std::size_t left = step == &scratch.m_Open ? 1 : 0;
+        ASSERT_EQ(fnFiles().size(), left);
+        if (left) {
+            EXPECT_EQ(m_World->m_pDisks->fnGetFile(fnFiles()[0])->size(), 0u);
+            EXPECT_TRUE(scratch.fnDelete(fnFiles()[0].c_str()));
+        }
+        EXPECT_EQ(fnPolicy().fnGetDiskUsage(0).m_nFiles, 0u);
+    }
+}
+
+TEST_F(PixelBufferTest, EachAllocationThatFailsIsTheMemoryExceptionAndLeavesNothingOpen) {
+    fnPolicy().fnSetRamLimit(0);
+    const std::size_t failures = fnFailEachAllocation([this](CqAllocationFailure& failure) {
+        Buffer buffer; // its name is empty, so it takes no memory
+        const bool raised = fnRaisesMemoryException([&] {
+            buffer.m_pBytes =
+                AllocPixelBuffer(1000, buffer.m_File, buffer.m_Mapping, buffer.m_strName);
+        });
+        failure.fnEnd();
+        if (raised) {
+            EXPECT_EQ(m_World->m_pScratch->fnGetHandles(), 0u);
+            EXPECT_EQ(fnPolicy().fnGetDiskUsage(0).m_nFiles, 0u);
+            for (const std::string& name : fnFiles()) // at most the empty one that was not opened
+                EXPECT_EQ(m_World->m_pDisks->fnGetFile(name)->size(), 0u);
+        } else {
+            buffer.m_nSize = 1000;
+            fnFree(buffer);
+        }
+    });
+    EXPECT_GE(failures, 2u);
+}
+
+} // namespace
