@@ -13,10 +13,10 @@ constexpr double kMetersPerInch = 0.0254;
 /// Two pixels a byte, even x in the high nibble.
 void fnStoreNibbles(unsigned char* row, std::size_t x, std::size_t count, const unsigned char* in) {
     for (std::size_t i = 0; i < count; ++i) {
-        unsigned char& pair = row[(x + i) / 2];
+        unsigned char* pair = row + (x + i) / 2;
         const unsigned int index = in[i] & 0x0Fu;
-        pair = static_cast<unsigned char>((x + i) % 2 == 0 ? (pair & 0x0Fu) | index << 4
-                                                           : (pair & 0xF0u) | index);
+        *pair = static_cast<unsigned char>((x + i) % 2 == 0 ? (*pair & 0x0Fu) | index << 4
+                                                            : (*pair & 0xF0u) | index);
     }
 }
 

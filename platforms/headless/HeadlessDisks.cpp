@@ -339,6 +339,42 @@ bool CqHeadlessDisks::fnDelete(std::string_view path) {
     return true;
 }
 
+CQ_FILE_CAUSE CqHeadlessDisks::fnReplace(std::string_view from, std::string_view to) {
+    const auto source = fnResolve(from);
+    const auto target = fnResolve(to);
+    std::uint64_t size = 0;
+    std::int64_t time = 0;
+    if (!source || !target || source->m_nVolume != target->m_nVolume || !fnHasParent(*target))
+        return FILE_CAUSE_BAD_PATH;
+    if (fnFindOpen(from) || fnFindOpen(to))
+        return FILE_CAUSE_SHARING_VIOLATION;
+    if (!fnStat(from, size, time))
+        return FILE_CAUSE_NOT_FOUND;
+    if (fnIsDirectory(*target))
+        return FILE_CAUSE_ACCESS_DENIED;
+    Volume& volume = m_Volumes[source->m_nVolume];
+    const std::uint64_t freed = fnStat(to, size, time) ? size : 0;
+    const std::string key = fnKey(source->m_Names);
+    const std::string wanted = fnKey(target->m_Names);
+    if (key == wanted)
+        return FILE_CAUSE_NONE;
+    if (!volume.m_szFolder.empty()) {
+        if (!q32::fnRenameFolderFile({volume.m_szFolder, source->m_Names},
+                                     {volume.m_szFolder, target->m_Names}))
+            return FILE_CAUSE_ACCESS_DENIED;
+    } else {
+        std::string name = volume.m_szRoot + fnJoin(target->m_Names);
+        CqHeadlessFilePtr& place = volume.m_Files[wanted];
+        // From here on nothing fails.
+        const auto found = volume.m_Files.find(key);
+        place = found->second;
+        place->m_szName.swap(name);
+        volume.m_Files.erase(found);
+    }
+    volume.m_nUsed -= std::min(volume.m_nUsed, freed);
+    return FILE_CAUSE_NONE;
+}
+
 // The script's look at files.
 
 bool CqHeadlessDisks::fnPutFile(std::string_view path, std::string_view bytes) {

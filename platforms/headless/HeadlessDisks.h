@@ -99,6 +99,9 @@ public:
     void fnTouch(CqHeadlessFile& file);
     /// Deletes a file that nobody has open.
     bool fnDelete(std::string_view path);
+    /// Gives a file the name of another one, which goes, or a free name on the same volume. Nobody
+    /// may have either open. On failure, also for lack of memory, both are as they were.
+    CQ_FILE_CAUSE fnReplace(std::string_view from, std::string_view to);
 
 private:
     struct Volume : CqHeadlessVolume {

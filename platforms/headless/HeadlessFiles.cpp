@@ -10,14 +10,15 @@ namespace {
 
 class Stream final : public CqFileStream {
 public:
-    Stream(std::shared_ptr<CqHeadlessDisks> disks, CqHeadlessFilePtr file, const CqFileMode& mode,
+    Stream(std::shared_ptr<CqHeadlessDisks> disks, const CqFileMode& mode,
            std::shared_ptr<CqHeadlessFiles::StreamCalls> calls)
-        : m_pDisks(std::move(disks)), m_pFile(std::move(file)), m_Mode(mode),
-          m_pCalls(std::move(calls)) {}
+        : m_pDisks(std::move(disks)), m_Mode(mode), m_pCalls(std::move(calls)) {}
     ~Stream() override {
         if (m_pFile)
             m_pDisks->fnClose(m_pFile);
     }
+
+    void fnTake(CqHeadlessFilePtr file) { m_pFile = std::move(file); }
 
     CQ_FILE_CAUSE fnRead(void* buffer, std::size_t count, std::size_t& done) override {
         done = 0;
@@ -84,7 +85,7 @@ public:
 
 private:
     std::shared_ptr<CqHeadlessDisks> m_pDisks;
-    CqHeadlessFilePtr m_pFile; ///< null once closed
+    CqHeadlessFilePtr m_pFile; ///< null until taken and once closed
     CqFileMode m_Mode;
     std::shared_ptr<CqHeadlessFiles::StreamCalls> m_pCalls;
     std::uint64_t m_nPosition = 0;
@@ -158,35 +159,23 @@ std::unique_ptr<CqFileStream> CqHeadlessFiles::fnOpen(const char* name, const Cq
         cause = FILE_CAUSE_ACCESS_DENIED;
         return nullptr;
     }
-    const CqHeadlessFilePtr file = m_pDisks->fnOpen(name, mode.m_bCreate, mode.m_bExclusive, cause);
+    // Made first: once a file is open, or new, nothing may run out.
+    auto stream = std::make_unique<Stream>(m_pDisks, mode, m_pStream);
+    CqHeadlessFilePtr file = m_pDisks->fnOpen(name, mode.m_bCreate, mode.m_bExclusive, cause);
+    if (file && mode.m_bCreate)
+        cause = m_pDisks->fnResize(*file, 0);
+    if (file && cause != FILE_CAUSE_NONE) {
+        m_pDisks->fnClose(file);
+        file = nullptr;
+    }
     if (!file)
         return nullptr;
-    try {
-        if (mode.m_bCreate)
-            cause = m_pDisks->fnResize(*file, 0);
-        if (cause == FILE_CAUSE_NONE)
-            return std::make_unique<Stream>(m_pDisks, file, mode, m_pStream);
-    } catch (...) {
-        m_pDisks->fnClose(file);
-        throw;
-    }
-    m_pDisks->fnClose(file);
-    return nullptr;
+    stream->fnTake(std::move(file));
+    return stream;
 }
 
 CQ_FILE_CAUSE CqHeadlessFiles::fnReplace(const char* from, const char* to) {
-    if (!m_Replace.fnPass())
-        return FILE_CAUSE_HARD_IO;
-    if (m_pDisks->fnFindOpen(from) || m_pDisks->fnFindOpen(to))
-        return FILE_CAUSE_SHARING_VIOLATION;
-    if (m_pDisks->fnIsDirectory(to))
-        return FILE_CAUSE_ACCESS_DENIED;
-    const auto bytes = m_pDisks->fnGetFile(from);
-    if (!bytes)
-        return FILE_CAUSE_NOT_FOUND;
-    // Nobody looks on in between, so the whole may have parts.
-    const bool done = m_pDisks->fnPutFile(to, *bytes) && m_pDisks->fnDelete(from);
-    return done ? FILE_CAUSE_NONE : FILE_CAUSE_GENERIC;
+    return m_Replace.fnPass() ? m_pDisks->fnReplace(from, to) : FILE_CAUSE_HARD_IO;
 }
 
 bool CqHeadlessFiles::fnReadText(const char* name, std::string& text) {

@@ -101,6 +101,15 @@ bool fnDeleteFolderFile(const FolderPlace& place) {
     return fnIsFolderFile(place) && fs::remove(*fnRealPath(place), error);
 }
 
+bool fnRenameFolderFile(const FolderPlace& from, const FolderPlace& to) {
+    const auto target = fnRealPath(to);
+    std::error_code error;
+    if (!fnIsFolderFile(from) || !target)
+        return false;
+    fs::rename(*fnRealPath(from), *target, error);
+    return !error;
+}
+
 bool fnMakeFolderDirectory(const FolderPlace& place) {
     const auto path = fnRealPath(place);
     std::error_code error;

@@ -24,6 +24,7 @@ bool fnReadFolderFile(const FolderPlace& place, CqHeadlessBlock& bytes);
 bool fnWriteFolderFile(const FolderPlace& place, const CqHeadlessBlock& bytes);
 bool fnSetFolderTime(const FolderPlace& place, std::int64_t seconds);
 bool fnDeleteFolderFile(const FolderPlace& place);
+bool fnRenameFolderFile(const FolderPlace& from, const FolderPlace& to);
 bool fnMakeFolderDirectory(const FolderPlace& place);
 /// Names of the files in a directory, sorted.
 std::vector<std::string> fnListFolder(const FolderPlace& place);

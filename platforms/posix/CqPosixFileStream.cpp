@@ -46,13 +46,18 @@ std::unique_ptr<CqFileStream> CqPosixFileStream::fnOpen(const char* path, const 
     cause = FILE_CAUSE_INVALID;
     if (!mode.m_bRead && !mode.m_bWrite)
         return nullptr;
+    // Made first: once a new file stands, nothing may run out.
+    auto stream = std::make_unique<CqPosixFileStream>(Descriptor(), mode);
     Descriptor file = fnOpenRegular(path, fnFlags(mode), kNewFileMode);
     // Emptied under the lock only: somebody may be at work on what stands there.
     const bool open =
         file && fnLock(file, mode.m_bExclusive) &&
         (!mode.m_bCreate || fnRetry([&] { return ::ftruncate(file.fnGet(), 0); }) == 0);
     cause = open ? FILE_CAUSE_NONE : fnOpenCause(path);
-    return open ? std::make_unique<CqPosixFileStream>(std::move(file), mode) : nullptr;
+    if (!open)
+        return nullptr;
+    stream->m_File = std::move(file);
+    return stream;
 }
 
 CqPosixFileStream::CqPosixFileStream(Descriptor file, const CqFileMode& mode)

@@ -102,7 +102,7 @@ public:
     virtual bool fnGetSpace(const char* path, CqDiskSpace& space) = 0;
     virtual bool fnGetClusters(const char* path, CqDiskClusters& clusters) = 0;
 
-    /// Opens a file. Null with the cause on failure.
+    /// Opens a file. Null with the cause on failure. When memory runs out, no new file stays.
     virtual std::unique_ptr<CqFileStream> fnOpen(const char* name, const CqFileMode& mode,
                                                  CQ_FILE_CAUSE& cause) = 0;
 

@@ -20,7 +20,7 @@ protected:
         }();
         EXPECT_EQ(result.m_nMsgId, message) << format;
         EXPECT_STREQ(result.m_strPath, kPath);
-        EXPECT_EQ(fnGet(), "what stood there before");
+        EXPECT_TRUE(fnGet() == "what stood there before");
         EXPECT_EQ(m_World->m_pDisks->fnGetFiles().size(), 1u);
     }
 };
@@ -135,7 +135,7 @@ TEST_F(PictureFailure, EachAllocationOfAWriteFailsOnceInTurn) {
             failure.fnEnd();
             if (failed) {
                 EXPECT_FALSE(result.fnIsDone());
-                EXPECT_EQ(fnGet(), "before");
+                EXPECT_TRUE(fnGet() == "before");
             }
             EXPECT_EQ(m_World->m_pDisks->fnGetFiles().size(), 1u);
         });
@@ -170,7 +170,7 @@ TEST_F(PictureFailure, AnAbortAtAnyCallLeavesNoImageAndNoFile) {
             EXPECT_EQ(written.m_nMsgId, 0);
             EXPECT_FALSE(written.fnIsDone());
             EXPECT_EQ(progress.m_Told.size(), at) << "no call after the abort";
-            EXPECT_EQ(fnGet(), "before");
+            EXPECT_TRUE(fnGet() == "before");
             EXPECT_EQ(m_World->m_pDisks->fnGetFiles().size(), 1u);
         }
         ASSERT_TRUE(fnWrite(*image, format).fnIsDone());
