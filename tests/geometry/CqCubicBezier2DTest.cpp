@@ -208,7 +208,7 @@ TEST(CqCubicBezier2D, AveragesTheLengthsOfItsQuarters) {
         double walked = 0.0;
         for (int s = 0; s < 1000; ++s)
             walked += fnPlainValue(p, s / 1000.0).fnFindDistance(fnPlainValue(p, (s + 1) / 1000.0));
-        EXPECT_NEAR(length * 4.0, walked, walked * 0.05);
+        EXPECT_NEAR(length * 4.0, walked, walked * 0.05 + 1e-10);
     }
 }
 
@@ -250,11 +250,11 @@ TEST(CqCubicBezier2D, HasOnlyTheCrossingAtItsEndWhenItEndsOnTheLine) {
 }
 
 TEST(CqCubicBezier2D, TellsThreeCrossingsInTheOrderOfTheSolver) {
-    // y = 24 t^3 - 36 t^2 + 14 t - 1 + 1 is 1 at t = 1/2 and two places around it.
+    // y = 22 t^3 - 33 t^2 + 12 t is 1/2 at t = 1/2, and at a place on either side.
     const Crossings hits = fnAtY({{0, 0}, {1, 4}, {2, -3}, {3, 1}}, 0.5);
     ASSERT_EQ(hits.m_nCount, 3);
-    EXPECT_GT(hits.m_T[0], hits.m_T[2]);
-    EXPECT_GT(hits.m_T[2], hits.m_T[1]);
+    EXPECT_GT(hits.m_T[0], hits.m_T[1]); // falling
+    EXPECT_GT(hits.m_T[1], hits.m_T[2]);
     for (int i = 0; i < 3; ++i)
         EXPECT_NEAR(fnPlainValue({{0, 0}, {1, 4}, {2, -3}, {3, 1}}, hits.m_T[i]).m_Y, 0.5, 1e-12);
 }
@@ -271,7 +271,7 @@ TEST(CqCubicBezier2D, HasNoCrossingWhereACurveOfDegreeTwoOnlyTouches) {
 
 TEST(CqCubicBezier2D, CountsADoubleRootOfDegreeThree) {
     // y = (t - 1/4)^2 (t - 3/4) x 64: touches 0 at 1/4, crosses it at 3/4.
-    const Points touch = {{0, -3}, {1, 25.0 / 3.0}, {2, -9.0}, {3, 9}};
+    const Points touch = {{0, -3}, {1.0, 25.0 / 3.0}, {2, -9}, {3, 9}};
     const Crossings hits = fnAtY(touch, 0);
     // Rounding may part the double root; what counts is that it isn't lost.
     ASSERT_GE(hits.m_nCount, 1);
@@ -379,7 +379,7 @@ TEST(CqCubicBezier2D, CrossesAsTheFormulaTakenApart) {
         Points p = fnRandomPoints(random, 4);
         if (i % 4 == 0) // whole numbers, where lower degrees and double roots turn up
             for (CqPoint2D& point : p)
-                point = {random.fnInt(-4, 4), random.fnInt(-4, 4)};
+                point = CqPoint2D(random.fnInt(-4, 4), random.fnInt(-4, 4));
         const double x = i % 4 == 0 ? random.fnInt(-4, 4) * 0.5 : random.fnBetween(-100, 100);
         const Crossings expected = fnPlainAtX(p, x);
         const Crossings hits = fnAtX(p, x);

@@ -44,7 +44,7 @@ TEST(CqLine2D, KnowsOnlyItsEndsAsPointsOnIt) {
     EXPECT_BITS(t, 1.0);
     EXPECT_TRUE(line.fnIntersectPoint({0.9e-10, -0.9e-10}, t));
     EXPECT_BITS(t, 0.0);
-    EXPECT_TRUE(line.fnIntersectPoint({10 + 0.5e-10, 4}, t));
+    EXPECT_TRUE(line.fnIntersectPoint({10 + 0.5e-10, 4.0}, t));
     EXPECT_BITS(t, 1.0);
 }
 
@@ -81,8 +81,8 @@ TEST(CqLine2D, FindsTheFootOfThePerpendicular) {
     EXPECT_BITS(nearest, CqPoint2D(12, 0));
     EXPECT_FALSE(line.fnFindNearestPoint({-5, 3}, t, nullptr));
     EXPECT_BITS(t, -0.5);
-    EXPECT_TRUE(line.fnFindNearestPoint({10 + 0.5e-9, 3}, t, nullptr));
-    EXPECT_FALSE(line.fnFindNearestPoint({10 + 2e-9, 3}, t, nullptr));
+    EXPECT_TRUE(line.fnFindNearestPoint({10 + 0.5e-9, 3.0}, t, nullptr));
+    EXPECT_FALSE(line.fnFindNearestPoint({10 + 2e-9, 3.0}, t, nullptr));
 }
 
 TEST(CqLine2D, TakesAFootOnASegmentOfNoLengthAsAHitWithoutANumber) {

@@ -68,7 +68,8 @@ TEST(CqPolyline2D, HasOneSegmentLessThanVertices) {
     CqPolyline2D chain;
     for (const int lines : {0, 0, 1, 2, 3}) {
         EXPECT_EQ(chain.fnGetNumberLine(), lines);
-        EXPECT_EQ(chain.fnAddVertex({1, 2}), chain.fnGetNumberVertex() - 1);
+        const int index = chain.fnAddVertex({1, 2});
+        EXPECT_EQ(index, chain.fnGetNumberVertex() - 1);
     }
     chain = fnChain({{0, 0}, {3, 4}, {5, 6}});
     EXPECT_BITS(chain.fnGetLine(1).m_Start, CqPoint2D(3, 4));
@@ -228,7 +229,7 @@ TEST(CqPolyline2D, ComputesPointsBeyondASegment) {
     const CqPolyline2D chain = fnChain({{0, 0}, {4, 2}, {4, 8}});
     EXPECT_BITS(chain.fnComputePoint(0, 1.5), CqPoint2D(6, 3));
     EXPECT_BITS(chain.fnComputePoint(1, -1.0), CqPoint2D(4, -4));
-    EXPECT_BITS(chain.fnComputePoint(1, 0.25), CqPoint2D(4, 3.5));
+    EXPECT_BITS(chain.fnComputePoint(1, 0.25), CqPoint2D(4.0, 3.5));
 }
 
 TEST(CqPolyline2D, TellsWhetherALineCrosses) {
@@ -340,14 +341,14 @@ TEST(CqPolyline2D, FindsNearestFeetAsASearchOfAllSegmentsDoes) {
 
 TEST(CqPolyline2D, TellsOfMemoryThatRanOutWhileItLooksForFeet) {
     CqPolyline2D chain;
-    for (int i = 0; i < 30; ++i)
-        chain.fnAddVertex({i, i % 2});
+    for (int i = 0; i < 30; ++i) // each segment has its foot, so that the list grows often
+        chain.fnAddVertex({i % 2 * 100, i});
     CqFakeWorld world;
     const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
         int index = 7;
         double t = kUntouched;
         CqPoint2D nearest(3, 3);
-        const bool found = chain.fnIntersectPoint({5, 0.5}, index, t, &nearest);
+        const bool found = chain.fnIntersectPoint({50, 15}, index, t, &nearest);
         failure.fnEnd();
         EXPECT_EQ(found, !failure.fnHappened());
         if (found)
@@ -399,7 +400,7 @@ TEST(CqPolyline2D, ListsCrossingsWithVerticalLines) {
 TEST(CqPolyline2D, ListsCrossingsOfAnAlmostVerticalSegmentByItsFirstEnd) {
     CqPolyline2D::Values values;
     CqPolyline2D::Places where;
-    const CqPolyline2D chain = fnChain({{0, 3}, {1e-10, 9}});
+    const CqPolyline2D chain = fnChain({{0, 3}, {1e-10, 9.0}});
     chain.fnIntersectX(0.5e-10, values, &where);
     ASSERT_EQ(values.GetSize(), 1);
     EXPECT_BITS(values[0], 3.0);

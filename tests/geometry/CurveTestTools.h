@@ -19,14 +19,14 @@ inline CqPoint2D fnPlainValue(Points p, double t) {
     const double u = 1.0 - t;
     for (std::size_t steps = p.size() - 1; steps > 0; --steps)
         for (std::size_t i = 0; i < steps; ++i)
-            p[i] = {p[i].m_X * u + p[i + 1].m_X * t, p[i].m_Y * u + p[i + 1].m_Y * t};
+            p[i] = CqPoint2D(p[i].m_X * u + p[i + 1].m_X * t, p[i].m_Y * u + p[i + 1].m_Y * t);
     return p[0];
 }
 
 inline void fnPlainHalve(const Points& p, Points& left, Points& right) {
     const auto each = [&](double (*rule)(const double*)) {
-        double x[4];
-        double y[4];
+        double x[4] = {};
+        double y[4] = {};
         for (std::size_t i = 0; i < p.size(); ++i) {
             x[i] = p[i].m_X;
             y[i] = p[i].m_Y;

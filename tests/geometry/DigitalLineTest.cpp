@@ -128,7 +128,7 @@ TEST_F(DigitalLine, IsCutPixelByPixelAtTheEdges) {
     EXPECT_EQ(fnDrawn(3, 3, fnLine(1, 9, 1, -9)), ".*.\n.*.\n.*.\n");
     EXPECT_EQ(fnDrawn(3, 3, fnLine(-9, -2, 9, -2)), "...\n...\n...\n");
     EXPECT_EQ(fnDrawn(3, 3, fnLine(-4, 0, -1, 3)), "...\n...\n...\n");
-    EXPECT_EQ(fnDrawn(3, 3, fnLine(-2, -1, 1, 2)), "*..\n.*.\n...\n");
+    EXPECT_EQ(fnDrawn(3, 3, fnLine(-2, -2, 1, 1)), "*..\n.*.\n...\n");
 }
 
 TEST_F(DigitalLine, RoundsByAddingAHalfAndTruncating) {
@@ -263,7 +263,7 @@ TEST_F(DigitalCurve, EndsForHugeAndInfiniteCoordinates) {
     for (int i = 0; i < 5000; ++i) {
         CqPoint2D p[4];
         for (CqPoint2D& point : p)
-            point = {random.fnAnything(), random.fnAnything()};
+            point = CqPoint2D(random.fnAnything(), random.fnAnything());
         CqCubicBezier2D(p[0], p[1], p[2], p[3], 1.0).fnRasterize(image, kWhite);
     }
 }

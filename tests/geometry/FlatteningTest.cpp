@@ -55,13 +55,14 @@ TEST(Tessellation, CutsACurveAsThePlainRecursionDoes) {
 }
 
 TEST(Tessellation, CutsALargeCurveIntoManySegments) {
-    const Points p = {{0, 0}, {1e6, 3e6}, {2e6, -3e6}, {3e6, 0}};
+    const Points p = {{0, 0}, {1e6, 3e6}, {2e6, -3e6}, {3e6, 0.0}};
     CqPolyline2D polyline;
     fnCurve(p).fnTessellate(polyline, 0.01);
     EXPECT_GT(polyline.fnGetNumberLine(), 8000);
     fnExpectSegments(polyline, fnPlainSegments(p, 0.01));
     // What is added later grows by the lists' own rule.
-    EXPECT_EQ(polyline.fnAddLine({0, 1}, {0, 2}), polyline.fnGetNumberLine() - 1);
+    const int count = polyline.fnGetNumberLine();
+    EXPECT_EQ(polyline.fnAddLine({0, 1}, {0, 2}), count + 1);
 }
 
 TEST(Tessellation, GivesOneSegmentAtALargeTolerance) {
@@ -158,8 +159,9 @@ TEST(Flatness, ComparesSquaresAsItWouldRoots) {
         const double value = i % 2 == 0 ? std::fabs(random.fnAnySize()) : random.fnBetween(0, 2);
         const double square = q32::fnSquareOfRoot(value);
         EXPECT_GE(std::sqrt(square), value);
-        if (square > 0.0)
+        if (square > 0.0) {
             EXPECT_LT(std::sqrt(std::nextafter(square, 0.0)), value);
+        }
     }
     EXPECT_BITS(q32::fnSquareOfRoot(0.5), 0.25);
     EXPECT_BITS(q32::fnSquareOfRoot(0.0), 0.0);
@@ -173,7 +175,7 @@ TEST(Flatness, IsReachedStrictlyBelowTheThreshold) {
     EXPECT_FALSE(q32::FlatnessTest(p, 4.0)(p));
     EXPECT_TRUE(q32::FlatnessTest(p, std::nextafter(4.0, 5.0))(p));
     // Feet beyond the ends of the chord count like any other.
-    const CqPoint2D beyond[4] = {{0, 0}, {900, 0.25}, {-900, 0}, {1, 0}};
+    const CqPoint2D beyond[4] = {{0, 0}, {900.0, 0.25}, {-900, 0}, {1, 0}};
     EXPECT_TRUE(q32::FlatnessTest(beyond, 0.5)(beyond));
     const CqPoint2D quad[3] = {{0, 0}, {1, 3}, {5, 0}};
     EXPECT_FALSE(q32::FlatnessTest(quad, 3.0)(quad));
@@ -239,7 +241,7 @@ TEST(FlatteningEffort, EndsAtTheRoundingOfHugeCoordinates) {
 
 TEST(FlatteningEffort, EndsAtAToleranceOfNothing) {
     // Each tolerance below the rounding of the coordinates counts as that rounding.
-    const CqPoint2D p[4] = {{0, 0}, {1, 1}, {2, 1}, {3, 0.5}};
+    const CqPoint2D p[4] = {{0, 0}, {1, 1}, {2, 1}, {3.0, 0.5}};
     for (const double tolerance : {0.0, -1.0, 1e-300}) {
         const Effort effort = fnEffort(p, tolerance);
         EXPECT_LT(effort.m_nParts, 1 << 25) << tolerance;
@@ -255,10 +257,10 @@ TEST(FlatteningEffort, IsBoundForInfinitiesAndNotANumber) {
         CqPoint2D p[4];
         CqPoint2D q[3];
         for (CqPoint2D& point : p)
-            point = {random.fnAnything(), random.fnAnything()};
+            point = CqPoint2D(random.fnAnything(), random.fnAnything());
         bool finite = true;
-        for (const CqPoint2D& point : p)
-            finite = finite && std::isfinite(point.m_X) && std::isfinite(point.m_Y);
+        for (int k = 0; k < 3; ++k)
+            finite = finite && std::isfinite(p[k].m_X) && std::isfinite(p[k].m_Y);
         if (finite)
             p[1].m_X = kInf;
         std::copy_n(p, 3, q);
@@ -285,7 +287,7 @@ TEST(FlatteningEffort, StopsAtTheLastDepthWhateverTheTest) {
 TEST(FlatteningEffort, LeavesCurvesOfOrdinaryCoordinatesToTheToleranceAlone) {
     // Up to 10^14 the rounding lies below half a pixel.
     const double size = 1e8;
-    const Points p = {{0, 0}, {0.3 * size, size}, {0.7 * size, -size}, {size, 0}};
+    const Points p = {{0, 0}, {0.3 * size, size}, {0.7 * size, -size}, {size, 0.0}};
     const CqPoint2D c[4] = {p[0], p[1], p[2], p[3]};
     EXPECT_EQ(static_cast<std::size_t>(fnEffort(c, 0.5).m_nParts), fnPlainSegments(p, 0.5).size());
     CqPoint2D huge[4];
