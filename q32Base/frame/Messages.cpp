@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <memory>
 #include <new>
 #include <string>
 #include <string_view>
@@ -145,7 +146,7 @@ void fnFormat(std::string_view format, const Arguments& arguments, Shown& shown)
 }
 
 int fnShowBox(const char* text, UINT style) {
-    CqMessageService* messages = q32::fnMessageService();
+    const std::shared_ptr<CqMessageService> messages = q32::fnMessageService();
     int answer = 0;
     if (!messages)
         return answer;
@@ -179,7 +180,7 @@ int q32ShowMsgStr(const char* pszText, unsigned int nType) {
 }
 
 void q32ShowSysMsg(unsigned long nError) {
-    CqMessageService* messages = q32::fnMessageService();
+    const std::shared_ptr<CqMessageService> messages = q32::fnMessageService();
     if (!messages)
         return;
     auto code = static_cast<DWORD>(nError);

@@ -6,6 +6,16 @@
 #include <algorithm>
 #include <cstring>
 
+namespace {
+
+/// What a call of the stream gives, or the cause for a file that isn't open.
+template <typename Call>
+CQ_FILE_CAUSE fnAsk(const std::unique_ptr<CqFileStream>& stream, Call&& call) {
+    return stream ? q32::fnGuardMemory([&] { return call(*stream); }) : FILE_CAUSE_INVALID;
+}
+
+} // namespace
+
 CFile::CFile(const char* fileName, unsigned int flags) {
     CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
     if (!Open(fileName, flags, &cause))
@@ -37,21 +47,21 @@ bool CFile::Open(const char* fileName, unsigned int flags, CQ_FILE_CAUSE* cause)
 
 std::size_t CFile::Read(void* buffer, std::size_t count) {
     std::size_t done = 0;
-    fnCheck(m_pStream ? m_pStream->fnRead(buffer, count, done) : FILE_CAUSE_INVALID);
+    fnCheck(fnAsk(m_pStream, [&](CqFileStream& s) { return s.fnRead(buffer, count, done); }));
     return done;
 }
 
 void CFile::Write(const void* buffer, std::size_t count) {
-    fnCheck(m_pStream ? m_pStream->fnWrite(buffer, count) : FILE_CAUSE_INVALID);
+    fnCheck(fnAsk(m_pStream, [&](CqFileStream& s) { return s.fnWrite(buffer, count); }));
 }
 
 void CFile::Seek(std::uint64_t position) {
-    fnCheck(m_pStream ? m_pStream->fnSeek(position) : FILE_CAUSE_INVALID);
+    fnCheck(fnAsk(m_pStream, [&](CqFileStream& s) { return s.fnSeek(position); }));
 }
 
 std::uint64_t CFile::GetLength() {
     std::uint64_t length = 0;
-    fnCheck(m_pStream ? m_pStream->fnGetLength(length) : FILE_CAUSE_INVALID);
+    fnCheck(fnAsk(m_pStream, [&](CqFileStream& s) { return s.fnGetLength(length); }));
     return length;
 }
 
@@ -59,7 +69,7 @@ void CFile::Close() {
     if (!m_pStream)
         return;
     const auto stream = std::move(m_pStream);
-    fnCheck(stream->fnClose());
+    fnCheck(fnAsk(stream, [](CqFileStream& s) { return s.fnClose(); }));
 }
 
 void CFile::fnCheck(CQ_FILE_CAUSE cause) const {

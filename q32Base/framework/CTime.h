@@ -13,7 +13,7 @@ public:
 
     std::int64_t GetTime() const { return m_nTime; }
     /// Local time by the platform in force. False when it can't be told, for moments before 1970
-    /// among others.
+    /// among others. Raises the memory exception.
     bool GetAsSystemTime(SYSTEMTIME& time) const;
 
     bool operator==(const CTime& other) const { return m_nTime == other.m_nTime; }

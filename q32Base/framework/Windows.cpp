@@ -8,5 +8,5 @@ CDC* CWnd::GetDC() {
 }
 
 void CWnd::ReleaseDC(CDC* dc) {
-    q32::fnPlatform().m_pScreen->fnReleaseDC(this, dc);
+    q32::fnGuardMemory([&] { q32::fnPlatform().m_pScreen->fnReleaseDC(this, dc); });
 }

@@ -7,6 +7,7 @@
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>
+#include <cassert>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -133,6 +134,7 @@ void CqImage::fnAlloc(unsigned int width, unsigned int height, unsigned int bitC
 
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): wanted, as the declaration tells
 CqImage& CqImage::operator=(CqImage& other) {
+    assert(other.TileMap);
     const CqTileMap& source = *other.TileMap;
     const std::uint32_t count = source.BitCount < 9 ? source.PaletteCount : 0;
     fnSetBuf(
@@ -160,8 +162,7 @@ void CqImage::fnGetPalette(CPalette& palette) {
 }
 
 unsigned int CqImage::fnGetPaletteEntry(unsigned int first, unsigned int count, RGBQUAD* out) {
-    const std::uint32_t room = first < TileMap->PaletteCount ? TileMap->PaletteCount - first : 0;
-    count = std::min(count, room);
+    count = TileMap->fnCutPaletteCount(first, count);
     std::copy_n(TileMap->Palette + (count ? first : 0), count, out);
     return count;
 }
@@ -181,12 +182,11 @@ unsigned char* CqImage::fnGetPixelAddr(int x, int y) {
     const int tileHeight = static_cast<int>(map.TileHeight);
     const int column = map.TilesAcross == 1 ? 0 : x / tileWidth;
     const int row = map.TilesDown == 1 ? 0 : y / tileHeight;
-    const auto rowBytes =
-        static_cast<int>(map.fnRowBytes(map.fnColumnWidth(static_cast<std::uint32_t>(column))));
+    const std::ptrdiff_t rowBytes =
+        map.fnRowBytes(map.fnColumnWidth(static_cast<std::uint32_t>(column)));
     const std::ptrdiff_t index = static_cast<std::ptrdiff_t>(map.TilesAcross) * row + column;
-    const int inTile = ((x - tileWidth * column) * static_cast<int>(map.BitCount) + 7) >> 3;
-    return map.TileTable[index].Pixels +
-           static_cast<std::ptrdiff_t>(rowBytes) * (y - tileHeight * row) + inTile;
+    const std::ptrdiff_t bits = std::ptrdiff_t{x - tileWidth * column} * map.BitCount;
+    return map.TileTable[index].Pixels + rowBytes * (y - tileHeight * row) + ((bits + 7) >> 3);
 }
 
 CqColor CqImage::fnGetPixelColor(int x, int y) {

@@ -66,8 +66,7 @@ public:
     /// Makes new storage, unless size and depth are those of the present one: pixels and palette
     /// then stay as they are.
     /// @param palette  null: the default palette of the depth; `q32GreyRamp`: 256 greys; else a
-    /// table of `count` entries.
-    ///                 Not looked at above 8 bits.
+    ///                 table of `count` entries. Not looked at above 8 bits.
     void fnAlloc(unsigned int width, unsigned int height, unsigned int bitCount,
                  const RGBQUAD* palette, unsigned int count);
     void fnAlloc(unsigned int width, unsigned int height, unsigned int bitCount, CPalette& palette);

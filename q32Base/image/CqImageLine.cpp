@@ -65,7 +65,7 @@ void CqImageLine::fnUnAssociate() {
 }
 
 void CqImageLine::fnFillColor(const CqColor& color, unsigned int start, unsigned int count) {
-    unsigned char* at = LineBuffer + ((BitCount * start + 7) >> 3);
+    unsigned char* at = LineBuffer + ((std::size_t{start} * BitCount + 7) >> 3);
     if (BitCount == 8) {
         std::memset(at, q32::fnPaletteIndex(*TileMap, color), count);
     } else if (BitCount == 4) {
@@ -125,14 +125,17 @@ void CqImageLine::fnReversePixel(bool swapOnly, bool toMap) {
     convert(LineBuffer, LineBuffer, std::min(Width >> 1, RowBytes >> 1));
 }
 
+/// Where the byte of a pixel stands in the buffer.
+std::size_t CqImageLine::fnOffset(int x) const {
+    return (static_cast<std::size_t>(static_cast<unsigned int>(x)) * BitCount) >> 3;
+}
+
 CqColor CqImageLine::fnGetPixelColor(int x) const {
-    const unsigned int at = (static_cast<unsigned int>(x) * BitCount) >> 3;
-    return q32::fnReadPixel(*TileMap, LineBuffer + at, (x & 1) != 0);
+    return q32::fnReadPixel(*TileMap, LineBuffer + fnOffset(x), (x & 1) != 0);
 }
 
 void CqImageLine::fnSetPixelColor(int x, const CqColor& color) {
-    const unsigned int at = (static_cast<unsigned int>(x) * BitCount) >> 3;
-    q32::fnWritePixel(*TileMap, LineBuffer + at, (x & 1) != 0, color);
+    q32::fnWritePixel(*TileMap, LineBuffer + fnOffset(x), (x & 1) != 0, color);
 }
 
 void CqImageLine::fnStartSegment(int x) {
@@ -143,7 +146,7 @@ void CqImageLine::fnStartSegment(int x) {
     SegTile = row * TileMap->TilesAcross + column;
     SegX = x;
     fnEnterTile(column);
-    SegPixel += (static_cast<unsigned int>(x - SegLeft) * BitCount + 7) >> 3;
+    SegPixel += (static_cast<std::size_t>(x - SegLeft) * BitCount + 7) >> 3;
 }
 
 /// Stands on the first pixel of the row in the tile `SegTile`, whose left edge `SegLeft` tells.

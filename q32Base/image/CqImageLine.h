@@ -3,6 +3,7 @@
 #include "q32Base/image/CqColor.h"
 #include "q32Base/platform/Export.h"
 
+#include <cstddef>
 #include <cstdint>
 
 class CDC;
@@ -21,8 +22,10 @@ class CqTileMap;
 ///         // change line.LineBuffer
 ///     } // the last row is written back here
 ///
-/// With a claim, the row is marked as in use; see CqImageTile. An accessor must not change to an
-/// image with a longer row.
+/// With a claim, the row is marked as in use; see CqImageTile.
+///
+/// An accessor must let go, by `fnUnAssociate`, before it changes to another image: a row that it
+/// has changed would be written there, and the buffer is as long as the first image's row.
 class Q32_API CqImageLine {
 public:
     explicit CqImageLine(bool memoryless = false, bool claim = false)
@@ -105,6 +108,7 @@ protected:
 
 private:
     void fnMakeBuffer();
+    std::size_t fnOffset(int x) const;
     void fnEnterTile(std::uint32_t column);
     unsigned int fnPackColor(const CqColor& color, unsigned char (&bytes)[4]) const;
 };

@@ -40,9 +40,12 @@ std::size_t fnToldSize(const BITMAPINFOHEADER& header) {
     const std::uint64_t rows = fnAbsoluteHeight(header);
     const std::uint64_t pixels =
         rows * fnDibStride(static_cast<std::uint32_t>(header.biWidth), header.biBitCount);
-    return static_cast<std::size_t>(
+    const std::uint64_t told =
         std::max<std::uint64_t>(offset, kDibHeaderBytes + 4ull * fnDibPaletteCount(header)) +
-        pixels);
+        pixels;
+    const std::size_t masks = header.biCompression == BI_BITFIELDS ? kMaskBytes : 0;
+    // The masks are there even where they are longer than the pixels that they count as.
+    return static_cast<std::size_t>(std::max<std::uint64_t>(told, kDibHeaderBytes + masks));
 }
 
 /// A map of that geometry with the header's colour table, as far as `size` bytes hold it; the rest

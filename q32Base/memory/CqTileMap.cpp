@@ -211,13 +211,15 @@ std::int32_t CqTileMap::fnScale(std::int32_t value) const {
 
 std::uint32_t CqTileMap::fnSetPaletteEntry(std::uint32_t first, std::uint32_t count,
                                            const RGBQUAD* entries) {
-    const std::int64_t room = static_cast<std::int64_t>(PaletteCount) - first;
-    if (count > room)
-        count = static_cast<std::uint32_t>(std::max<std::int64_t>(room, 0));
-    std::copy_n(entries, count, Palette + first);
+    count = fnCutPaletteCount(first, count);
+    std::copy_n(entries, count, Palette + (count ? first : 0));
     delete DrawPalette;
     DrawPalette = nullptr;
     return count;
+}
+
+std::uint32_t CqTileMap::fnCutPaletteCount(std::uint32_t first, std::uint32_t count) const {
+    return first < PaletteCount ? std::min(count, PaletteCount - first) : 0;
 }
 
 int CqTileMap::fnFindColor(std::uint8_t red, std::uint8_t green, std::uint8_t blue) const {

@@ -36,8 +36,7 @@ public:
     static constexpr std::uint32_t kMaxTileSize = 128;
 
     /// @param palette  null: the depth's default palette; `q32GreyRamp`: the grey ramp; else a
-    /// table of `count` entries.
-    ///                 Both are ignored for 16 bits and above.
+    ///                 table of `count` entries. Both are ignored for 16 bits and above.
     /// Complete or not at all: raises the memory exception, also for a width or height of 0, a
     /// depth that isn't 4, 8, 16, 24 or 32, and a size of 4 GiB and more.
     CqTileMap(std::uint32_t width, std::uint32_t height, std::uint32_t bitCount,
@@ -64,6 +63,8 @@ public:
     /// it was.
     std::uint32_t fnSetPaletteEntry(std::uint32_t first, std::uint32_t count,
                                     const RGBQUAD* entries);
+    /// Entries of the palette from `first` on, at most `count`.
+    std::uint32_t fnCutPaletteCount(std::uint32_t first, std::uint32_t count) const;
     /// Fills the palette; the argument is the constructor's.
     void fnInitPalette(const RGBQUAD* palette);
     /// Makes the palette a screen palette; `out` must stand for none. False when the screen
@@ -73,8 +74,10 @@ public:
     int fnFindColor(std::uint8_t red, std::uint8_t green, std::uint8_t blue) const;
 
     /// Bytes of a row of `width` pixels.
-    std::uint32_t fnRowBytes(std::uint32_t width) const { return (BitCount * width + 7) >> 3; }
-    /// Width of the tiles of a tile column, and height of those of a tile row.
+    std::uint32_t fnRowBytes(std::uint32_t width) const {
+        return static_cast<std::uint32_t>((std::uint64_t{BitCount} * width + 7) >> 3);
+    }
+    /// Width of the tiles of a tile column.
     std::uint32_t fnColumnWidth(std::uint32_t column) const {
         return column + 1 == TilesAcross ? LastTileWidth : TileWidth;
     }

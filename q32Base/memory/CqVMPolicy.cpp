@@ -81,7 +81,7 @@ void CqVMPolicy::fnEnableDisk(unsigned int index, bool enable) {
 }
 
 bool CqVMPolicy::fnSerialize(bool read) {
-    return q32::fnGuardMemory([&] { return read ? fnReadSettings() : fnWriteSettings(); });
+    return read ? fnReadSettings() : fnWriteSettings();
 }
 
 bool CqVMPolicy::fnReadSettings() {
@@ -104,7 +104,18 @@ bool CqVMPolicy::fnReadSettings() {
     return true;
 }
 
+/// A disk keeps what it has when memory runs out on the way.
 void CqVMPolicy::fnReadDisk(unsigned int index) {
+    const bool enabled = DiskFlags[index];
+    try {
+        q32::fnGuardMemory([&] { fnTakeDisk(index); });
+    } catch (CMemoryException* failure) {
+        failure->Delete();
+        DiskFlags[index] = enabled;
+    }
+}
+
+void CqVMPolicy::fnTakeDisk(unsigned int index) {
     const auto flag = q32::fnReadSettingNumber(
         q32::STRING_SECTION_VM_POLICY, q32::STRING_KEY_SCRATCH_FLAG + index, q32::kSettingBytes);
     if (flag)
@@ -146,12 +157,10 @@ CqDiskUsage CqVMPolicy::fnGetDiskUsage(unsigned int index) const {
     return usage;
 }
 
-bool CqVMPolicy::fnHasRoom(unsigned int index, std::uint32_t size) const {
+bool CqVMPolicy::fnHasRoom(unsigned int index, std::uint32_t size, bool wide) const {
     const CString root = q32::fnSplitRootName(DiskPaths[index]);
     ULARGE_INTEGER space{};
-    const bool told = q32::fnPlatform().m_pFiles->fnHasWideSpaceQuery()
-                          ? fnGetWideSpace(root, space)
-                          : fnGetClusterSpace(root, space);
+    const bool told = wide ? fnGetWideSpace(root, space) : fnGetClusterSpace(root, space);
     return told && (space.HighPart != 0 || space.LowPart > size);
 }
 
@@ -162,10 +171,11 @@ bool CqVMPolicy::fnSearchAvail(unsigned long size, bool allowRam, CString& path)
         return true;
     try {
         return q32::fnGuardMemory([&] {
+            CqFileService& files = *q32::fnPlatform().m_pFiles;
+            const bool wide = files.fnHasWideSpaceQuery();
             for (unsigned int i = 0; i < kDisks; ++i) {
-                if (!DiskFlags[i] || !DiskPaths[i][0] || !fnHasRoom(i, size32))
+                if (!DiskFlags[i] || !DiskPaths[i][0] || !fnHasRoom(i, size32, wide))
                     continue;
-                CqFileService& files = *q32::fnPlatform().m_pFiles;
                 if (!files.fnExists(DiskPaths[i]) && !files.fnCreateDirectory(DiskPaths[i]))
                     return false; // deliberate: no later disk is tried
                 path = DiskPaths[i];

@@ -57,8 +57,9 @@ public:
     CqDiskUsage fnGetDiskUsage(unsigned int index) const;
 
     /// Reads (true) or writes (false) the section "VMPolicy" of the settings file. Reading works
-    /// the RAM limit out anew, in 32 bits that wrap before the division by 100, deliberately. False
-    /// when a write fails.
+    /// the RAM limit out anew, in 32 bits that wrap before the division by 100, deliberately, and
+    /// never fails: a key that can't be read counts as missing, and a disk whose path there is no
+    /// memory for keeps what it has. False when a write fails.
     bool fnSerialize(bool read);
 
     /// Chooses where a block of `size` bytes shall lie. True with an empty `path` means RAM;
@@ -84,8 +85,9 @@ private:
 
     bool fnReadSettings();
     void fnReadDisk(unsigned int index);
+    void fnTakeDisk(unsigned int index);
     bool fnWriteSettings() const;
-    bool fnHasRoom(unsigned int index, std::uint32_t size) const;
+    bool fnHasRoom(unsigned int index, std::uint32_t size, bool wide) const;
 
     bool DiskFlags[kDisks];
     char DiskPaths[kDisks][kMaxPathBytes];

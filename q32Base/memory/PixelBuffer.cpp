@@ -23,6 +23,9 @@ unsigned char* fnAllocRam(std::uint32_t size) {
     return nullptr;
 }
 
+/// Bytes that a temporary file's bare name may have.
+constexpr int kMostNameBytes = 32;
+
 /// A scratch file on its way to becoming a buffer. What was reached is undone unless it is handed
 /// over.
 class ScratchFile {
@@ -45,7 +48,10 @@ public:
     /// False at the first step that fails. A file that can't even be opened stays behind, empty.
     bool fnMake(const CString& directory, std::uint32_t size) {
         m_nSize = size;
+        // The room comes first: no file stays behind for want of memory for its name.
+        m_strName.GetBuffer(directory.GetLength() + kMostNameBytes);
         std::string name;
+        name.reserve(static_cast<std::size_t>(directory.GetLength()) + kMostNameBytes);
         if (!m_Service.fnCreateName(directory, q32::fnFindString(q32::STRING_TEMP_PREFIX), name))
             return false;
         m_strName = name.c_str();

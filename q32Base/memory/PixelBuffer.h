@@ -14,8 +14,7 @@
 /// @param mapping  `kNoMapping` for a block in RAM
 /// @param name     the file's full name; empty for a block in RAM
 /// @return the block, never null. Raises the memory exception when neither RAM nor any scratch disk
-/// has room; no file
-///         is left then, but for an empty one that could not be opened.
+///         has room; no file is left then, but for an empty one that could not be opened.
 unsigned char* AllocPixelBuffer(std::uint32_t size, CqFileHandle& file, CqMappingHandle& mapping,
                                 CString& name);
 

@@ -38,7 +38,7 @@ struct CqFileMode {
 };
 
 /// An open file: bytes at a position. Closing is the destructor's work, unless `fnClose` was called
-/// to learn whether all was written.
+/// to learn whether all was written. May throw std::bad_alloc, but for the destructor.
 class Q32_API CqFileStream {
 public:
     virtual ~CqFileStream() = default;

@@ -41,8 +41,8 @@ void fnClearPlatform() {
     thePlatform.reset();
 }
 
-CqMessageService* fnMessageService() {
-    return theMessages.get();
+std::shared_ptr<CqMessageService> fnMessageService() {
+    return theMessages;
 }
 
 HINSTANCE fnModuleInstance() {

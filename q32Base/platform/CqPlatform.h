@@ -49,7 +49,8 @@ bool fnHasPlatform();
 /// Puts a platform in force, or takes it out. The module's start and stop alone call this.
 void fnSetPlatform(CqPlatform platform);
 void fnClearPlatform();
-/// The message service in force; null when there is none.
-CqMessageService* fnMessageService();
+/// The message service in force; null when there is none. Who shows a box holds it, since another
+/// may be put in force while the box stands.
+std::shared_ptr<CqMessageService> fnMessageService();
 
 } // namespace q32

@@ -16,7 +16,8 @@ struct CqResourceId {
     const char* m_szName = nullptr;
 };
 
-/// A resource's bytes. They belong to the service and stay until the resource is taken away.
+/// A resource's bytes, which begin at an address of four. They belong to the service and stay until
+/// the resource is taken away.
 struct CqResourceData {
     const void* m_pBytes = nullptr;
     std::size_t m_nSize = 0;

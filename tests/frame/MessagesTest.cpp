@@ -274,6 +274,27 @@ TEST(MessagesWithoutAPlatform, AreShownByTheServiceThatWasSet) {
     EXPECT_EQ(messages->m_Boxes[1].m_Text, "");
 }
 
+/// Takes itself out of force while its box stands.
+class LeavingMessages : public CqFakeMessages {
+public:
+    explicit LeavingMessages(bool& ended) : m_bEnded(ended) {}
+    ~LeavingMessages() override { m_bEnded = true; }
+    int fnShowBox(const char*, UINT, const char*) override {
+        q32SetMessageService(nullptr);
+        return m_bEnded ? IDNO : IDYES;
+    }
+
+private:
+    bool& m_bEnded;
+};
+
+TEST(MessagesWithoutAPlatform, AServiceLivesAsLongAsItsBox) {
+    bool ended = false;
+    q32SetMessageService(std::make_shared<LeavingMessages>(ended));
+    EXPECT_EQ(q32ShowMsg(-105, nullptr, "x", nullptr, 0), IDYES);
+    EXPECT_TRUE(ended);
+}
+
 TEST(MessagesWithoutAService, AnswerZero) {
     EXPECT_EQ(q32ShowMsg(-105, nullptr, "x", nullptr, 0), 0);
     EXPECT_EQ(q32ShowMsgStr("text", 0), 0);

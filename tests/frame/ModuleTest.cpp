@@ -104,7 +104,7 @@ TEST_F(Module, ASecondAttachIsRefusedAndChangesNothing) {
     const auto other = q32HeadlessWorld();
     EXPECT_FALSE(q32Attach(other->fnPlatform()));
     EXPECT_EQ(q32GetVMPolicy(), policy);
-    EXPECT_EQ(q32::fnMessageService(), m_World->m_pMessages.get());
+    EXPECT_EQ(q32::fnMessageService(), m_World->m_pMessages);
     q32Detach();
     EXPECT_TRUE(q32Attach(other->fnPlatform())) << "after a detach it is welcome";
 }
@@ -147,6 +147,7 @@ TEST_F(Module, WithoutMemoryForTheDisplayTheAttachFailsWithOneMessage) {
 }
 
 TEST_F(Module, EachAllocationOfAnAttachMayFail) {
+    m_World->fnSetSettings("[VMPolicy]\r\nScratchPath1=C:\\one\r\nScratchPath2=C:\\two\r\n");
     ASSERT_TRUE(fnAttach()); // makes what lives as long as the library
     q32Detach();
     std::size_t refused = 0;

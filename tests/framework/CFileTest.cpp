@@ -189,6 +189,32 @@ TEST(CFile, OpeningIsSafeAgainstEachFailedAllocation) {
     EXPECT_GE(failed, 2u);
 }
 
+TEST(CFile, AStreamWithoutMemoryIsTheMemoryException) {
+    CqFakeWorld world;
+    CFile file("a.txt", CFile::modeCreate | CFile::modeWrite);
+    const std::string block(1000, 'x'); // more than the fake's text holds without a block
+    {
+        const CqAllocationFailure failure(1);
+        EXPECT_THROW(file.Write(block.data(), block.size()), CMemoryException*);
+    }
+    file.Write(block.data(), block.size());
+    EXPECT_EQ(world.m_pFiles->m_Texts["a.txt"], block);
+}
+
+TEST(CArchive, ADestructorWithoutMemoryToWriteSwallowsTheFailure) {
+    CqFakeWorld world;
+    CFile file("a.txt", CFile::modeCreate | CFile::modeWrite);
+    {
+        CArchive archive(&file, CArchive::store);
+        for (int i = 0; i < 100; ++i)
+            archive << 1.0;
+        const CqAllocationFailure failure(1, true);
+        archive.~CArchive();
+        new (&archive) CArchive(&file, CArchive::store); // ended by the scope
+    }
+    EXPECT_EQ(file.GetLength(), 0u);
+}
+
 TEST(CArchive, ValuesStandLowestByteFirst) {
     CMemFile file;
     CArchive archive(&file, CArchive::store);

@@ -97,6 +97,9 @@ TEST(CTime, IsLocalTimeByThePlatformFrom1970On) {
     EXPECT_TRUE(CTime().GetAsSystemTime(time));
     EXPECT_EQ(CTime(7).GetTime(), 7);
     EXPECT_TRUE(CTime(7) == CTime(7));
+    world.m_pLocale->m_bMemoryFails = true;
+    EXPECT_THROW(CTime(59).GetAsSystemTime(time), CMemoryException*);
+    EXPECT_FALSE(CTime(-1).GetAsSystemTime(time)) << "nobody is asked";
 }
 
 TEST(CSingleLock, HoldsTheLockForItsScope) {

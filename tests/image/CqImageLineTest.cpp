@@ -60,6 +60,17 @@ TEST_F(CqImageLineTest, WritesReachTheImageAtTheNextRow) {
     EXPECT_EQ(line.LineBuffer, nullptr);
 }
 
+TEST_F(CqImageLineTest, TheBufferIsKeptAcrossRows) {
+    CqImage image(300, 4, 8, nullptr, 0);
+    CqImageLine line;
+    image.fnAccessLine(1, &line, true);
+    const unsigned char* buffer = line.LineBuffer;
+    const CqAllocationFailure failure(1);
+    image.fnAccessLine(2, &line, false);
+    image.fnAccessLine(3, &line, true);
+    EXPECT_EQ(line.LineBuffer, buffer);
+}
+
 TEST_F(CqImageLineTest, AReadOnlyRowIsNotWrittenBackButAFlushWritesIt) {
     CqImage image(10, 2, 8, nullptr, 0);
     fnClear(image);
@@ -252,6 +263,29 @@ TEST_F(CqImageLineTest, FourBitPixelsShareAByteInPairs) {
     EXPECT_EQ(fnRow(image, 0), (std::vector<unsigned char>{0x9A, 0xBF, 0x10}));
 }
 
+TEST_F(CqImageLineTest, PixelsOfWholeBytesAreThoseOfTheImage) {
+    Random random(8);
+    for (const unsigned int bits : {8u, 16u, 24u, 32u}) {
+        CqImage image(300, 1, bits, nullptr, 0);
+        fnSetRow(image, 0, fnRandomBytes(image.RowBytes, random));
+        for (const int x : {0, 1, 127, 128, 255, 256, 299}) {
+            {
+                CqImageLine line;
+                image.fnAccessLine(0, &line, false);
+                EXPECT_TRUE(line.fnGetPixelColor(x) == image.fnGetPixelColor(x, 0)) << bits;
+                const CqColor color(255, 213, 51, 9); // in the default palette
+                line.fnSetPixelColor(x, color);
+                EXPECT_TRUE(bits == 16 || line.fnGetPixelColor(x).fnIsEqual(color, bits == 32));
+            }
+            CqImage other(1, 1, bits, nullptr, 0);
+            other.fnSetPixelColor(0, 0, CqColor(255, 213, 51, 9));
+            EXPECT_EQ(std::memcmp(image.fnGetPixelAddr(x, 0), other.fnGetPixelAddr(0, 0), bits / 8),
+                      0)
+                << bits << " " << x;
+        }
+    }
+}
+
 TEST_F(CqImageLineTest, SixteenBitPixelsAreSetLowByteFirstAndReadWithAMixedGreen) {
     CqImage image(2, 1, 16, nullptr, 0);
     CqImageLine line;
@@ -326,6 +360,25 @@ TEST_F(CqImageLineTest, AWalkCanStartAnywhereAndKnowsItsTile) {
         EXPECT_EQ(line.SegTop, 128);
         EXPECT_EQ(line.SegTile, 3u + static_cast<unsigned int>(x) / 128);
     }
+}
+
+TEST_F(CqImageLineTest, A4BitWalkFromAnOddPixelRunsOneByteLate) {
+    CqImage image(6, 2, 4, nullptr, 0);
+    fnClear(image);
+    CqImageLine line(true);
+    image.fnAccessLine(0, &line, false);
+    line.fnStartSegment(1);
+    EXPECT_EQ(line.fnGetPixel() - image.TileMap->PixelBuffer, 1);
+    for (int i = 0; i < 5; ++i)
+        line.fnSetPixel(255, 255, 255, 255); // index 15
+    // The pair of 0 and 1 is passed over, and the last pixel lands in the next row.
+    EXPECT_EQ(fnRow(image, 0), (std::vector<unsigned char>{0, 0x0F, 0xFF}));
+    EXPECT_EQ(fnRow(image, 1), (std::vector<unsigned char>{0xFF, 0, 0}));
+    image.fnAccessLine(1, &line, false);
+    line.fnStartSegment(1);
+    for (int i = 0; i < 5; ++i)
+        line.fnSetPixel(255, 255, 255, 255); // the last one into the block's slack
+    EXPECT_EQ(fnRow(image, 1), (std::vector<unsigned char>{0xFF, 0x0F, 0xFF}));
 }
 
 TEST_F(CqImageLineTest, PastTheLastPixelTheWalkStaysWhereItIs) {

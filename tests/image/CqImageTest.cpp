@@ -137,6 +137,55 @@ TEST_F(CqImageTest, AnEmptyScreenPaletteGivesTheDefaultOne) {
     EXPECT_EQ(CqImage(2, 2, 4, none).PaletteCount, 16u);
 }
 
+TEST_F(CqImageTest, EachFailureOfAllocatingWithAScreenPaletteLeavesTheImageAsItWas) {
+    const LOGPALETTE description = {0x300, 1, {{1, 2, 3, 4}}};
+    CPalette palette;
+    ASSERT_TRUE(palette.CreatePalette(&description));
+    CqImage image(20, 20, 24, nullptr, 0);
+    const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
+        const bool raised = fnRaisesMemoryException([&] { image.fnAlloc(2, 2, 8, palette); });
+        failure.fnEnd();
+        EXPECT_EQ(image.Width, raised ? 20u : 2u);
+        image.fnAlloc(20, 20, 24, nullptr, 0);
+    });
+    EXPECT_GE(failures, 4u); // both tables, the map and its parts
+}
+
+TEST_F(CqImageTest, LoadingGoesThroughTheDerivedClass) {
+    class Painted : public CqImage {
+    public:
+        void fnLoad(int id, unsigned int depth) override {
+            fnAlloc(static_cast<unsigned int>(id), 1, depth, nullptr, 0);
+        }
+    };
+    Painted painted;
+    CqImage& image = painted;
+    image.fnLoad(7, 24);
+    EXPECT_EQ(image.Width, 7u);
+}
+
+TEST_F(CqImageTest, TwoImagesExchangeTheirStorageAlone) {
+    CqImage a(20, 10, 8, nullptr, 0);
+    CqImage b;
+    a.Title = "a";
+    const CqTileMap* map = a.TileMap;
+    a.fnSwapBuf(b);
+    EXPECT_EQ(a.TileMap, nullptr);
+    EXPECT_EQ(a.Width, 0u);
+    EXPECT_STREQ(a.Title, "a");
+    EXPECT_EQ(b.TileMap, map);
+    EXPECT_EQ(b.Width, 20u);
+    EXPECT_EQ(b.Height, 10u);
+    EXPECT_EQ(b.BitCount, 8u);
+    EXPECT_EQ(b.BytesPerPixel, 1u);
+    EXPECT_EQ(b.RowBytes, 20u);
+    EXPECT_EQ(b.PaletteCount, 256u);
+    EXPECT_EQ(b.TileCount, 1u);
+    EXPECT_EQ(b.TilesAcross, 1u);
+    EXPECT_EQ(b.TilesDown, 1u);
+    EXPECT_TRUE(b.Title.IsEmpty());
+}
+
 TEST_F(CqImageTest, MakesAScreenPalette) {
     CqImage image(2, 2, 4, nullptr, 0);
     CPalette palette;

@@ -29,10 +29,10 @@ struct Dib {
     }
 
     Bytes fnBlock() const {
-        Bytes block(40);
+        Bytes block(40 + m_Table.size() + m_Pixels.size());
         std::memcpy(block.data(), &m_Header, 40);
-        block.insert(block.end(), m_Table.begin(), m_Table.end());
-        block.insert(block.end(), m_Pixels.begin(), m_Pixels.end());
+        const auto pixels = std::copy(m_Table.begin(), m_Table.end(), block.begin() + 40);
+        std::copy(m_Pixels.begin(), m_Pixels.end(), pixels);
         return block;
     }
 };
@@ -139,20 +139,28 @@ TEST_F(DibTest, A16BitSourceWithoutMasksIsReadAs555) {
 TEST_F(DibTest, TheMasksOfABitmapCountAsItsFirstPixels) {
     Dib dib(2, 4, 16, BI_BITFIELDS);
     const std::uint32_t masks[3] = {0xF800, 0x07E0, 0x001F};
-    dib.m_Pixels.resize(12);
+    dib.m_Pixels = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 3, 4};
     std::memcpy(dib.m_Pixels.data(), masks, 12);
-    dib.m_Pixels.insert(dib.m_Pixels.end(), {1, 2, 3, 4});
     // Stored rows: F800 0000, 07E0 0000, 001F 0000, 0201 0403; the first pixel of each is swapped.
     EXPECT_EQ(fnLoadRows(dib),
               (Bytes{2, 1, 3, 4, 0x00, 0x1F, 0, 0, 0x07, 0xE0, 0, 0, 0xF8, 0x00, 0, 0}));
 }
 
+TEST_F(DibTest, MasksLongerThanTheirPixelsStillTellTheFormWhenAssigned) {
+    CqImage image(2, 1, 16, nullptr, 0);
+    BITMAPINFOHEADER* dib = image;
+    // The first four of the twelve bytes of masks count as the only row: F800, of which the first
+    // pixel is swapped.
+    const CqImage back(dib);
+    EXPECT_EQ(fnRows(back), (Bytes{0xF8, 0x00, 0, 0}));
+    ::operator delete(dib);
+}
+
 TEST_F(DibTest, OtherMasksThan565AreTakenFor555) {
     Dib dib(2, 4, 16, BI_BITFIELDS);
     const std::uint32_t masks[3] = {0x7C00, 0x03E0, 0x001F};
-    dib.m_Pixels.resize(12);
+    dib.m_Pixels = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0x7F, 3, 4};
     std::memcpy(dib.m_Pixels.data(), masks, 12);
-    dib.m_Pixels.insert(dib.m_Pixels.end(), {0xFF, 0x7F, 3, 4});
     const Bytes rows = fnLoadRows(dib);
     EXPECT_EQ(Bytes(rows.begin(), rows.begin() + 4), (Bytes{0xFF, 0xDF, 3, 4}));
 }
@@ -273,6 +281,33 @@ TEST_F(DibTest, EachFailureOfGoingOutLeavesNothingBehind) {
         const CqAllocationFailure failure(n);
         EXPECT_TRUE(fnRaisesMemoryException(
             [&] { ::operator delete(static_cast<BITMAPINFOHEADER*>(image)); }));
+    }
+}
+
+TEST_F(DibTest, EachFailureOfComingInIsTheMemoryException) {
+    Dib dib(2, 2, 8);
+    dib.m_Pixels = {1, 2, 0, 0, 3, 4, 0, 0};
+    Bytes block = dib.fnBlock();
+    auto* header = reinterpret_cast<BITMAPINFOHEADER*>(block.data());
+    fnPut(block);
+    for (const bool load : {true, false}) {
+        std::size_t raises = 0;
+        const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
+            const bool raised = fnRaisesMemoryException([&] {
+                CqImage image;
+                if (load)
+                    image.fnLoad(kId, 0);
+                else
+                    image = header;
+                failure.fnEnd();
+                EXPECT_EQ(fnRows(image), (Bytes{3, 4, 1, 2}));
+            });
+            failure.fnEnd();
+            EXPECT_EQ(q32GetVMPolicy()->fnGetRamUsed(), 0u);
+            raises += raised;
+        });
+        EXPECT_GE(raises, 4u) << "map, tile table, palette and row";
+        EXPECT_GE(failures, raises);
     }
 }
 

@@ -228,6 +228,32 @@ TEST_F(CqTileMapTest, SettingPaletteEntriesCutsTheCountAndKeepsTheGreyFlag) {
     EXPECT_TRUE(map.GrayScale);
 }
 
+TEST_F(CqTileMapTest, AChangedPaletteDropsTheScreenPaletteMadeOfIt) {
+    CqTileMap map(1, 1, 8, nullptr, 256);
+    const RGBQUAD entry = {1, 2, 3, 4};
+    map.DrawPalette = new CPalette;
+    map.fnSetPaletteEntry(5, 1, &entry);
+    EXPECT_EQ(map.DrawPalette, nullptr);
+    map.DrawPalette = new CPalette;
+    map.fnInitPalette(q32GreyRamp);
+    EXPECT_EQ(map.DrawPalette, nullptr);
+    map.DrawPalette = new CPalette; // goes with the map
+}
+
+TEST_F(CqTileMapTest, AnImageWithoutAPaletteTakesNoEntries) {
+    CqTileMap map(1, 1, 24, nullptr, 0);
+    const RGBQUAD entry = {1, 2, 3, 4};
+    EXPECT_EQ(map.fnSetPaletteEntry(0, 1, &entry), 0u);
+    EXPECT_EQ(map.fnSetPaletteEntry(7, 1, &entry), 0u);
+    EXPECT_EQ(map.Palette, nullptr);
+}
+
+TEST_F(CqTileMapTest, TheWidestRowsHaveTheirTrueLength) {
+    const CqTileMap map(1, 1, 4, nullptr, 16);
+    EXPECT_EQ(map.fnRowBytes(0x40000001u), 0x20000001u); // its bits pass 32 bits
+    EXPECT_EQ(map.fnRowBytes(0x7FFFFFFFu), 0x40000000u);
+}
+
 TEST_F(CqTileMapTest, RefusesWhatNoImageCanBe) {
     const auto refused = [](std::uint32_t width, std::uint32_t height, std::uint32_t bits) {
         return fnRaisesMemoryException([=] { CqTileMap map(width, height, bits, nullptr, 16); });

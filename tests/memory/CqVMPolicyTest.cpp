@@ -1,4 +1,5 @@
 #include "tests/support/AttachedTest.h"
+#include "tests/support/FailingAllocator.h"
 
 #include <string>
 
@@ -129,6 +130,35 @@ TEST_F(CqVMPolicyTest, ReadingFindsOutAnewWhetherAnyDiskIsEnabled) {
     EXPECT_FALSE(fnPolicy().fnIsAnyDiskEnabled());
     fnReadSettings("ScratchFlag1=0\r\nScratchFlag4=1\r\nScratchPath4=D:\\a\r\n");
     EXPECT_TRUE(fnPolicy().fnIsAnyDiskEnabled());
+}
+
+TEST_F(CqVMPolicyTest, EachAllocationOfAReadMayFail) {
+    m_World->fnSetSettings("[VMPolicy]\r\nScratchFlag1=1\r\nScratchPath1=C:\\new\r\n"
+                           "ScratchFlag2=1\r\nScratchPath2=D:\\new\r\nMemPercent=50\r\n");
+    std::size_t kept = 0;
+    for (std::size_t nth = 1;; ++nth) {
+        CqVMPolicy policy;
+        policy.fnSetDisk(1, "D:\\old");
+        policy.fnSetRamLimit(1);
+        CqAllocationFailure failure(nth);
+        const bool read = policy.fnSerialize(true);
+        const bool happened = failure.fnHappened();
+        failure.fnEnd();
+        EXPECT_TRUE(read);
+        EXPECT_NE(policy.fnGetRamLimit(), 1u);
+        const std::string first(policy.fnGetDisk(0));
+        const std::string second(policy.fnGetDisk(1));
+        EXPECT_TRUE(first == "C:\\new\\" || first == "C:\\Temp\\") << first;
+        // A key that was not read counts as missing, which empties the path.
+        EXPECT_TRUE(second == "D:\\new\\" ||
+                    ((second.empty() || second == "D:\\old\\") && happened))
+            << second;
+        EXPECT_TRUE(policy.fnIsAnyDiskEnabled());
+        kept += second == "D:\\old\\";
+        if (!happened)
+            break;
+    }
+    EXPECT_GE(kept, 1u) << "without memory to store what was read";
 }
 
 TEST_F(CqVMPolicyTest, WhatIsWrittenIsReadBack) {

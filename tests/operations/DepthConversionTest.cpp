@@ -1,5 +1,6 @@
 #include "q32Base/memory/CqTileMap.h"
 #include "tests/support/AttachedTest.h"
+#include "tests/support/FailingAllocator.h"
 #include "tests/support/Random.h"
 
 #include <vector>
@@ -97,6 +98,36 @@ TEST_F(DepthConversionTest, AGivenPaletteYieldsASingleEntry) {
     image.fnConvert(8, false, table);
     EXPECT_EQ(image.PaletteCount, 1u);
     EXPECT_EQ(image.TileMap->Palette[0].rgbGreen, 2);
+}
+
+TEST_F(DepthConversionTest, TheGreyRampYieldsASingleEntryThatCountsAsGrey) {
+    CqImage image(2, 2, 24, nullptr, 0);
+    image.fnConvert(8, false, const_cast<RGBQUAD*>(q32GreyRamp));
+    EXPECT_EQ(image.PaletteCount, 1u);
+    EXPECT_TRUE(image.fnIsGrayScale());
+}
+
+TEST_F(DepthConversionTest, EachFailureLeavesTheImageAsItWas) {
+    for (const unsigned int bits : {4u, 8u}) {
+        CqImage original(200, 3, bits, nullptr, 0);
+        CqImage image(original);
+        const Bytes before = fnRow(image, 2);
+        std::size_t raises = 0;
+        fnFailEachAllocation([&](CqAllocationFailure& failure) {
+            const CqTileMap* map = image.TileMap;
+            const bool raised =
+                fnRaisesMemoryException([&] { image.fnConvert(24, true, nullptr); });
+            failure.fnEnd();
+            EXPECT_EQ(image.BitCount, raised ? bits : 24u);
+            raises += raised;
+            if (raised) {
+                EXPECT_EQ(image.TileMap, map);
+                EXPECT_EQ(fnRow(image, 2), before);
+            }
+            image = original;
+        });
+        EXPECT_GE(raises, bits == 4 ? 5u : 2u) << "map, tile table, and rows at 4 bits";
+    }
 }
 
 TEST_F(DepthConversionTest, An8BitIndexBeyondTheTableWidensToBlack) {

@@ -195,6 +195,8 @@ public:
     bool fnFormatDate(const SYSTEMTIME&, std::string&) override { return false; }
     bool fnFormatTime(const SYSTEMTIME&, UINT, std::string&) override { return false; }
     bool fnGetLocalTime(std::int64_t seconds, SYSTEMTIME& time) override {
+        if (m_bMemoryFails)
+            throw std::bad_alloc();
         time = SYSTEMTIME{};
         time.wSecond = static_cast<WORD>(seconds % 60);
         return true;
