@@ -147,7 +147,8 @@ TEST_F(Module, WithoutMemoryForTheDisplayTheAttachFailsWithOneMessage) {
 }
 
 TEST_F(Module, EachAllocationOfAnAttachMayFail) {
-    m_World->fnSetSettings("[VMPolicy]\r\nScratchPath1=C:\\one\r\nScratchPath2=C:\\two\r\n");
+    m_World->fnSetSettings("[VMPolicy]\r\nScratchPath1=C:\\one\r\nScratchPath2=C:\\two\r\n"
+                           "[DispProp]\r\nDitherHC=0\r\nGammaFlag=1\r\nGammaVal=220\r\n");
     ASSERT_TRUE(fnAttach()); // makes what lives as long as the library
     q32Detach();
     std::size_t refused = 0;
