@@ -106,5 +106,4 @@ protected:
 private:
     void fnMakeBuffer();
     void fnEnterTile(std::uint32_t column);
-    unsigned int fnPackColor(const CqColor& color, unsigned char (&bytes)[4]) const;
 };

@@ -1,0 +1,28 @@
+#include "q32Base/operations/kernels/Fill.h"
+
+#include <cstring>
+
+namespace q32 {
+namespace {
+
+void fnFill8(std::uint8_t* target, std::size_t count, const std::uint8_t* pixel) {
+    if (count != 0)
+        std::memset(target, *pixel, count);
+}
+
+template <std::size_t Bytes>
+void fnFill(std::uint8_t* target, std::size_t count, const std::uint8_t* pixel) {
+    for (; count != 0; --count, target += Bytes)
+        std::memcpy(target, pixel, Bytes);
+}
+
+} // namespace
+
+void fnUseScalarFill(CqKernels& table) {
+    table.fnFill[0] = fnFill8;
+    table.fnFill[1] = fnFill<2>;
+    table.fnFill[2] = fnFill<3>;
+    table.fnFill[3] = fnFill<4>;
+}
+
+} // namespace q32
