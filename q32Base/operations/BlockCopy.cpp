@@ -3,6 +3,7 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelBytes.h"
+#include "q32Base/operations/kernels/Kernels.h"
 #include "q32Base/operations/TilePieces.h"
 
 #include <cstring>
@@ -10,11 +11,18 @@
 
 namespace {
 
-void fnCopyRuns(const CqTileMap& from, const CRect& rect, CqTileMap& to, LONG x, LONG y) {
-    const std::size_t bytes = to.BytesPerPixel;
-    q32::fnForEachRun(from, rect, to, x, y,
-                      [bytes](const unsigned char* source, unsigned char* target,
-                              std::size_t pixels) { std::memcpy(target, source, pixels * bytes); });
+void fnCopyPieces(const CqTileMap& from, const CRect& rect, CqTileMap& to, LONG x, LONG y) {
+    q32::fnForEachPiecePair(
+        from, rect, to, x, y, [&](const q32::TilePiece& source, const q32::TilePiece& target) {
+            const std::size_t bytes =
+                static_cast<std::size_t>(source.m_rect.Width()) * to.BytesPerPixel;
+            const auto rows = static_cast<std::size_t>(source.m_rect.Height());
+            if (source.m_nStride == bytes && target.m_nStride == bytes)
+                std::memcpy(target.m_pPixels, source.m_pPixels, bytes * rows);
+            else
+                q32::fnKernels().fnCopyRows(source.m_pPixels, source.m_nStride, target.m_pPixels,
+                                            target.m_nStride, bytes, rows);
+        });
 }
 
 /// Sideways over itself: a row is read as a whole before it is written.
@@ -36,7 +44,7 @@ void fnMoveRows(CqTileMap& map, const CRect& rect, LONG x, LONG y) {
     for (LONG i = 0; i < rect.Height(); ++i) {
         const LONG row = upwards ? rect.Height() - 1 - i : i;
         const CRect line(rect.left, rect.top + row, rect.right, rect.top + row + 1);
-        fnCopyRuns(map, line, map, x, y + row);
+        fnCopyPieces(map, line, map, x, y + row);
     }
 }
 
@@ -78,7 +86,7 @@ void q32::fnCopyPixels(const CqTileMap& from, const CRect& rect, CqTileMap& to, 
     const CPoint place(columns.m_nPlace, rows.m_nPlace);
     CRect shared;
     if (&from != &to || !shared.IntersectRect(source, CRect(place, source.Size())))
-        fnCopyRuns(from, source, to, place.x, place.y);
+        fnCopyPieces(from, source, to, place.x, place.y);
     else if (place.y == source.top)
         fnShiftRows(to, source, place.x);
     else

@@ -6,6 +6,9 @@
 
 namespace {
 
+/// Tiles of 8 bits and more are that large wherever there are several.
+constexpr std::int64_t kTileSize = CqTileMap::kMaxTileSize;
+
 /// One coordinate of a line. In 64 bits, since the ends may lie anywhere.
 struct Axis {
     std::int64_t m_nStart;
@@ -22,10 +25,10 @@ struct Axis {
     /// The steps that lead to the image's edges, the nearer one first.
     std::int64_t fnEnter() const { return m_nStep > 0 ? -m_nStart : m_nStart - m_nSize + 1; }
     std::int64_t fnLeave() const { return m_nStep > 0 ? m_nSize - 1 - m_nStart : m_nStart; }
-    /// Steps from `at` to the last place of its tile.
-    std::int64_t fnRoom(std::int64_t at, std::int64_t tileSize) const {
-        const std::int64_t inTile = at % tileSize;
-        return m_nStep > 0 ? tileSize - 1 - inTile : inTile;
+    /// Steps from `at` to the last place of its tile; a narrower tile is the last one anyway.
+    std::int64_t fnRoom(std::int64_t at) const {
+        const std::int64_t inTile = at & (kTileSize - 1);
+        return m_nStep > 0 ? kTileSize - 1 - inTile : inTile;
     }
 };
 
@@ -91,22 +94,30 @@ private:
     }
 };
 
-/// Plots `points` points from `at` on, with one pixel of a fixed size. Returns the steps made along
-/// the shorter axis, the one to the point behind the last included.
+/// Plots `points` points of one tile from `at` on, with one pixel of a fixed size, and moves the
+/// state behind them. All that the loop uses is local: a byte that is stored may be any other.
 template <std::size_t Bytes>
-std::int64_t fnPlotRun(unsigned char* at, const unsigned char* pixel, std::int64_t points,
-                       std::int64_t& error, const Line& line, std::ptrdiff_t majorStride,
-                       std::ptrdiff_t minorStride) {
-    std::int64_t minor = 0;
+void fnPlotRun(unsigned char* at, const unsigned char* pixel, std::int64_t points,
+               Line::State& state, const Line& line, std::ptrdiff_t majorStride,
+               std::ptrdiff_t minorStride) {
+    const std::int64_t loss = line.m_nLoss;
+    const std::int64_t turn = line.m_nGain - loss;
+    const std::ptrdiff_t bothStrides = majorStride + minorStride;
+    unsigned char bytes[Bytes];
+    std::memcpy(bytes, pixel, Bytes);
+    std::int64_t error = state.m_nError;
+    std::int64_t turns = points;
     std::ptrdiff_t offset = 0;
     for (; points > 0; --points) {
-        std::memcpy(at + offset, pixel, Bytes);
-        const std::int64_t aside = error >= 0 ? -1 : 0; // a mask: the turns can't be foreseen
-        offset += majorStride + (minorStride & aside);
-        error += line.m_nGain - (line.m_nLoss & aside);
-        minor -= aside;
+        std::memcpy(at + offset, bytes, Bytes);
+        // A mask, all ones where the line goes straight on: a branch couldn't be foreseen.
+        const std::int64_t straight = error >> 63;
+        offset += bothStrides - (minorStride & straight);
+        error = (error + turn) + (loss & straight);
+        turns += straight;
     }
-    return minor;
+    state.m_nMinor += turns;
+    state.m_nError = error;
 }
 
 /// From tile to tile.
@@ -115,28 +126,23 @@ void fnPlotTiles(const CqTileMap& map, const CqColor& color, const Line& line, b
                  std::int64_t first, std::int64_t last) {
     unsigned char pixel[4] = {};
     q32::fnWritePixel(map, pixel, false, color);
-    const std::int64_t width = map.TileWidth;
-    const std::int64_t height = map.TileHeight;
     Line::State state = line.fnAfter(first);
     for (std::int64_t step = first; step <= last;) {
         const std::int64_t major = line.m_Major.fnAt(step);
         const std::int64_t minor = line.m_Minor.fnAt(state.m_nMinor);
         const std::int64_t x = steep ? minor : major;
         const std::int64_t y = steep ? major : minor;
-        const std::int64_t column = x / width;
-        const std::int64_t row = y / height;
-        const std::ptrdiff_t stride =
-            map.fnRowBytes(map.fnColumnWidth(static_cast<std::uint32_t>(column)));
-        unsigned char* at = map.TileTable[row * map.TilesAcross + column].Pixels +
-                            stride * (y - row * height) +
-                            (x - column * width) * std::int64_t{Bytes};
+        const auto column = static_cast<std::uint32_t>(x) / CqTileMap::kMaxTileSize;
+        const auto row = static_cast<std::uint32_t>(y) / CqTileMap::kMaxTileSize;
+        const std::ptrdiff_t stride = map.fnRowBytes(map.fnColumnWidth(column));
         const std::ptrdiff_t sideways = std::ptrdiff_t{Bytes};
-        const std::int64_t points =
-            std::min({last - step + 1, line.m_Major.fnRoom(major, steep ? height : width) + 1,
-                      line.fnPoints(state, line.m_Minor.fnRoom(minor, steep ? width : height))});
-        state.m_nMinor += fnPlotRun<Bytes>(at, pixel, points, state.m_nError, line,
-                                           line.m_Major.m_nStep * (steep ? stride : sideways),
-                                           line.m_Minor.m_nStep * (steep ? sideways : stride));
+        unsigned char* at = map.TileTable[std::size_t{row} * map.TilesAcross + column].Pixels +
+                            stride * (y & (kTileSize - 1)) + sideways * (x & (kTileSize - 1));
+        const std::int64_t points = std::min({last - step + 1, line.m_Major.fnRoom(major) + 1,
+                                              line.fnPoints(state, line.m_Minor.fnRoom(minor))});
+        fnPlotRun<Bytes>(at, pixel, points, state, line,
+                         line.m_Major.m_nStep * (steep ? stride : sideways),
+                         line.m_Minor.m_nStep * (steep ? sideways : stride));
         step += points;
     }
 }

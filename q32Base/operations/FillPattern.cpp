@@ -1,6 +1,7 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/operations/BlockCopy.h"
+#include "q32Base/operations/kernels/Kernels.h"
 #include "q32Base/operations/TilePieces.h"
 
 #include <cstring>
@@ -116,13 +117,9 @@ void fnFillByTiles(CqTileMap& map, const CqTileMap& pattern, const CRect& src, c
             map, CRect(dst.left, y, dst.right, end), [&](const q32::TilePiece& piece) {
                 const std::size_t bytes =
                     static_cast<std::size_t>(piece.m_rect.Width()) * map.BytesPerPixel;
-                const unsigned char* from = rows.fnAt(piece.m_rect.left - dst.left);
-                unsigned char* to = piece.m_pPixels;
-                for (LONG i = 0; i < piece.m_rect.Height(); ++i) {
-                    std::memcpy(to, from, bytes);
-                    from += rows.fnStride();
-                    to += piece.m_nStride;
-                }
+                q32::fnKernels().fnCopyRows(rows.fnAt(piece.m_rect.left - dst.left),
+                                            rows.fnStride(), piece.m_pPixels, piece.m_nStride,
+                                            bytes, static_cast<std::size_t>(piece.m_rect.Height()));
             });
         y = end;
     }

@@ -35,6 +35,26 @@ TEST_P(KernelsFill, RunsOfAMegabyteAndMoreAreFilledToTheLastByte) {
         }
 }
 
+TEST_P(KernelsFill, RowsThatLieApartAreCopiedAndNothingBetweenThem) {
+    fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
+        const std::size_t rows = m_Random() % 4;
+        const std::size_t sourceStride = count + m_Random() % 40;
+        const std::size_t targetStride = count + m_Random() % 40;
+        // The last row ends the block, without its gap.
+        const std::size_t last = rows == 0 ? 0 : rows - 1;
+        const Bytes from = fnRandomBytes(m_Random, last * sourceStride + count);
+        Bytes wanted = fnRandomBytes(m_Random, last * targetStride + count);
+        const CqSourceBytes source(from, misalignment);
+        CqTargetBytes target(wanted, misalignment);
+        for (std::size_t row = 0; row < rows; ++row)
+            for (std::size_t i = 0; i < count; ++i)
+                wanted[row * targetStride + i] = from[row * sourceStride + i];
+        m_Kernels.fnCopyRows(source.fnData(), sourceStride, target.fnData(), targetStride, count,
+                             rows);
+        ASSERT_TRUE(target.fnHolds(wanted)) << count << " bytes, " << rows << " rows";
+    });
+}
+
 // The rules of merges, one pixel at a time, with plain numbers.
 
 struct Channels {

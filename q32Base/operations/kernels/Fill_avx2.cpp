@@ -72,6 +72,23 @@ void fnFill(std::uint8_t* target, std::size_t count, const std::uint8_t* pixel) 
     fnStore(target + total - 32, pattern.fnFrom(total - 32));
 }
 
+void fnCopyRow(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
+    if (count < 32) {
+        for (std::size_t i = 0; i < count; ++i)
+            target[i] = source[i];
+        return;
+    }
+    for (std::size_t i = 0; i < count - 31; i += 32)
+        fnStore(target + i, fnLoad(source + i));
+    fnStore(target + count - 32, fnLoad(source + count - 32));
+}
+
+void fnCopyRows(const std::uint8_t* source, std::size_t sourceStride, std::uint8_t* target,
+                std::size_t targetStride, std::size_t count, std::size_t rows) {
+    for (; rows != 0; --rows, source += sourceStride, target += targetStride)
+        fnCopyRow(source, target, count);
+}
+
 } // namespace
 } // namespace avx2
 
@@ -79,6 +96,7 @@ void fnUseAvx2Fill(CqKernels& table) {
     table.fnFill[1] = avx2::fnFill<2>;
     table.fnFill[2] = avx2::fnFill<3>;
     table.fnFill[3] = avx2::fnFill<4>;
+    table.fnCopyRows = avx2::fnCopyRows;
 }
 
 } // namespace q32

@@ -16,6 +16,14 @@ void fnFill(std::uint8_t* target, std::size_t count, const std::uint8_t* pixel) 
         std::memcpy(target, pixel, Bytes);
 }
 
+void fnCopyRows(const std::uint8_t* source, std::size_t sourceStride, std::uint8_t* target,
+                std::size_t targetStride, std::size_t count, std::size_t rows) {
+    if (count == 0)
+        return;
+    for (; rows != 0; --rows, source += sourceStride, target += targetStride)
+        std::memcpy(target, source, count);
+}
+
 } // namespace
 
 void fnUseScalarFill(CqKernels& table) {
@@ -23,6 +31,7 @@ void fnUseScalarFill(CqKernels& table) {
     table.fnFill[1] = fnFill<2>;
     table.fnFill[2] = fnFill<3>;
     table.fnFill[3] = fnFill<4>;
+    table.fnCopyRows = fnCopyRows;
 }
 
 } // namespace q32

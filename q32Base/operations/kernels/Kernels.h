@@ -61,6 +61,11 @@ using CqShrinkRun = void (*)(const std::uint8_t* source, std::uint8_t* target, s
 /// Sets every pixel of a run to the bytes at `pixel`, of which there are as many as a pixel has.
 using CqFillRun = void (*)(std::uint8_t* target, std::size_t count, const std::uint8_t* pixel);
 
+/// Copies `rows` rows of `count` bytes each that lie apart by strides in bytes.
+using CqRowsRun = void (*)(const std::uint8_t* source, std::size_t sourceStride,
+                           std::uint8_t* target, std::size_t targetStride, std::size_t count,
+                           std::size_t rows);
+
 /// Lays a run over another one of the same format. `key` is red, green and blue.
 using CqKeyRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                           const std::uint8_t* key);
@@ -124,6 +129,7 @@ struct CqKernels {
     // Fill, by bytes a pixel: element 0 for one byte to element 3 for four. Long runs go past the
     // caches.
     CqFillRun fnFill[4];
+    CqRowsRun fnCopyRows; ///< for rows of a part of a tile, too short for a copy of their own each
 
     // Merge. A weight of 0 leaves the target, 255 takes the source, and any other gives the lesser
     // of 255 and target x (255 - weight) + source x weight for each channel: no division follows,
