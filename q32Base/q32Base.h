@@ -14,4 +14,5 @@
 #include "q32Base/image/CqMask.h"
 #include "q32Base/image/CqMergeParam.h"
 #include "q32Base/memory/CqVMPolicy.h"
+#include "q32Base/operations/CqConvMask.h"
 #include "q32Base/platform/CqPlatform.h"

@@ -79,6 +79,18 @@ public:
         *this = any ? shared : CRect();
         return any;
     }
+    /// Becomes the least rectangle around `a` and `b`; an empty one doesn't count. All zero, and
+    /// the result false, if both are empty.
+    bool UnionRect(const RECT& a, const RECT& b) {
+        const CRect first(CRect(a).IsRectEmpty() ? b : a);
+        const CRect second(CRect(b).IsRectEmpty() ? a : b);
+        const bool any = !first.IsRectEmpty();
+        *this =
+            any ? CRect(std::min(first.left, second.left), std::min(first.top, second.top),
+                        std::max(first.right, second.right), std::max(first.bottom, second.bottom))
+                : CRect();
+        return any;
+    }
     bool operator==(const RECT& o) const {
         return left == o.left && top == o.top && right == o.right && bottom == o.bottom;
     }

@@ -41,6 +41,8 @@ bool fnExceeds(double value, double limit) {
 
 unsigned char fnScale(unsigned char channel, double factor) {
     const double scaled = channel * factor;
+    if (!(scaled > 0.0)) // not-a-number, which 0 times infinity is, counts as 0 too
+        return 0;
     return scaled >= 255.0 ? 255 : static_cast<unsigned char>(scaled);
 }
 
@@ -60,8 +62,6 @@ CqColor CqColor::operator*(double factor) {
 }
 
 void CqColor::operator*=(double factor) {
-    if (!(factor > 0.0)) // not-a-number counts as 0 too
-        factor = 0.0;
     m_Red = fnScale(m_Red, factor);
     m_Green = fnScale(m_Green, factor);
     m_Blue = fnScale(m_Blue, factor);

@@ -14,7 +14,7 @@ inline constexpr int HSB_UNDEFINED_HUE = 32767;
 /// alpha, while `fnIsEqual(other, false)` and the comparison with an RGBQUAD don't.
 class Q32_API CqColor {
 public:
-    enum VIDEO_TYPE { VIDEO_PAL = 0, VIDEO_NTSC = 1 };
+    enum VIDEO_TYPE : int { VIDEO_PAL = 0, VIDEO_NTSC = 1 };
 
     /// Opaque black.
     CqColor() = default;

@@ -66,32 +66,14 @@ void CqImageLine::fnUnAssociate() {
 
 void CqImageLine::fnFillColor(const CqColor& color, unsigned int start, unsigned int count) {
     unsigned char* at = LineBuffer + ((std::size_t{start} * BitCount + 7) >> 3);
-    if (BitCount == 8) {
-        std::memset(at, q32::fnPaletteIndex(*TileMap, color), count);
-    } else if (BitCount == 4) {
-        const unsigned int index = q32::fnPaletteIndex(*TileMap, color) & 0x0Fu;
-        std::memset(at, static_cast<int>(index << 4 | index), count / 2);
-        if (count & 1) {
-            unsigned char& last = at[count / 2];
-            last = static_cast<unsigned char>((last & 0x0Fu) | index << 4);
-        }
-    } else {
-        unsigned char bytes[4];
-        const unsigned int size = fnPackColor(color, bytes);
-        q32::fnFillPixels(at, bytes, size, count);
+    unsigned char bytes[4];
+    const unsigned int size = q32::fnPackFill(*TileMap, color, bytes);
+    const bool halves = BitCount == 4;
+    q32::fnFillPixels(at, bytes, size, halves ? count / 2 : count);
+    if (halves && (count & 1)) {
+        unsigned char& last = at[count / 2];
+        last = static_cast<unsigned char>((last & 0x0F) | (bytes[0] & 0xF0));
     }
-}
-
-/// The bytes of a pixel of 16 bits and more in the map's order. Returns how many.
-unsigned int CqImageLine::fnPackColor(const CqColor& color, unsigned char (&bytes)[4]) const {
-    if (BitCount == 16) {
-        const std::uint16_t value = q32::fnPack565(color);
-        bytes[0] = static_cast<unsigned char>(value >> 8);
-        bytes[1] = static_cast<unsigned char>(value);
-        return 2;
-    }
-    q32::fnWritePixel(*TileMap, bytes, false, color);
-    return BytesPerPixel;
 }
 
 void CqImageLine::fnReverseLine() {

@@ -110,5 +110,4 @@ private:
     void fnMakeBuffer();
     std::size_t fnOffset(int x) const;
     void fnEnterTile(std::uint32_t column);
-    unsigned int fnPackColor(const CqColor& color, unsigned char (&bytes)[4]) const;
 };

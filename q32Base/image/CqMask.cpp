@@ -1,5 +1,8 @@
 #include "q32Base/image/CqMask.h"
 
+#include "q32Base/framework/Memory.h"
+#include "q32Base/memory/CqTileMap.h"
+
 const CRuntimeClass CqMask::classCqMask = {"CqMask", sizeof(CqMask), 0xFFFF, nullptr,
                                            &CqImage::classCqImage};
 
@@ -7,11 +10,59 @@ CqMask::CqMask(unsigned int width, unsigned int height) {
     fnAlloc(width, height);
 }
 
+CqMask::CqMask(CqMask& other) : CqImage() {
+    *this = other;
+}
+
 const CRuntimeClass* CqMask::GetRuntimeClass() const {
     return &classCqMask;
+}
+
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): wanted, as the declaration tells
+CqMask& CqMask::operator=(CqMask& other) {
+    if (other.TileMap) {
+        fnSetBuf(q32::fnNew<CqTileMap>(other.Width, other.Height, 8, q32GreyRamp, 256));
+        if (other.BitCount < 8) // its one tile is shorter than this one's
+            fnFill(CqColor(), nullptr, false);
+        CqImageTile from(true);
+        CqImageTile to(true);
+        for (std::uint32_t i = 0; i < TileCount && other.BitCount >= 8; ++i) {
+            other.fnAccessTile(i, &from);
+            fnAccessTile(i, &to);
+            to.fnCopy(from);
+        }
+    } else {
+        fnFreeBuf();
+    }
+    m_rectBound = other.m_rectBound;
+    if (!other.Title.IsEmpty())
+        Title = other.Title;
+    TitleFlag = other.TitleFlag;
+    DpiX = other.DpiX;
+    DpiY = other.DpiY;
+    return *this;
 }
 
 void CqMask::fnAlloc(unsigned int width, unsigned int height) {
     CqImage::fnAlloc(width, height, 8, q32GreyRamp, 256);
     m_rectBound.SetRect(0, 0, static_cast<LONG>(width), static_cast<LONG>(height));
+}
+
+void CqMask::fnLoad(int id, unsigned int) {
+    m_rectBound.SetRect(0, 0, 1, 1);
+    CqImage::fnLoad(id, 0);
+    m_rectBound.right = static_cast<LONG>(Width);
+    m_rectBound.bottom = static_cast<LONG>(Height);
+}
+
+void CqMask::fnSetPos(const CPoint& pos) {
+    m_rectBound = CRect(pos, CSize(static_cast<LONG>(Width), static_cast<LONG>(Height)));
+}
+
+void CqMask::fnOffsetPos(int dx, int dy) {
+    m_rectBound.OffsetRect(dx, dy);
+}
+
+void CqMask::fnOffsetPos(const CPoint& delta) {
+    fnOffsetPos(delta.x, delta.y);
 }

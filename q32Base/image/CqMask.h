@@ -3,6 +3,10 @@
 #include "q32Base/image/CqImage.h"
 
 /// A grey image of 8 bits that knows where it lies. A byte is a weight: 0 nothing, 255 all.
+///
+/// Masks combine by addition and subtraction: the bitmap grows or shrinks to the area that is left,
+/// and the bound rectangle follows. Sums that overflow as signed bytes become 255, all others keep
+/// their low eight bits: 100 and 100 give 255, but 200 and 100 give 44. This is wanted.
 class Q32_API CqMask : public CqImage {
 public:
     static const CRuntimeClass classCqMask;
@@ -11,11 +15,35 @@ public:
     CqMask() = default;
     /// Calls `fnAlloc`.
     CqMask(unsigned int width, unsigned int height);
+    /// Calls the assignment.
+    CqMask(CqMask& other);
 
     const CRuntimeClass* GetRuntimeClass() const override;
 
+    /// Copies bitmap and rectangle, `Title` if the source's isn't empty, `TitleFlag` and both
+    /// resolutions. A source without a bitmap gives a mask without one. Assigning a mask to itself
+    /// loses its pixels, as it does for images. Raises the memory exception.
+    CqMask& operator=(CqMask& other);
+
     /// Makes the bitmap, its pixels not set, and places it at (0, 0). Raises the memory exception.
     void fnAlloc(unsigned int width, unsigned int height);
+    /// Loads a bitmap resource as it is, and places it at (0, 0); `depth` isn't looked at. A
+    /// failure leaves a rectangle of one pixel.
+    void fnLoad(int id, unsigned int depth) override;
+
+    /// Adds another mask to this one, or takes it off. Subtraction cuts full strips off the bitmap;
+    /// a mask that is covered wholly gets an empty rectangle and keeps its bitmap. Raises the
+    /// memory exception, with this mask unchanged.
+    void fnMerge(CqMask& other, bool add);
+    CqMask operator+(CqMask& other);
+    CqMask operator-(CqMask& other);
+    CqMask& operator+=(CqMask& other);
+    CqMask& operator-=(CqMask& other);
+
+    /// Move the mask; the pixels stay.
+    void fnSetPos(const CPoint& pos);
+    void fnOffsetPos(int dx, int dy);
+    void fnOffsetPos(const CPoint& delta);
 
     CRect m_rectBound; ///< where the bitmap lies, in the coordinates of some other image
 };

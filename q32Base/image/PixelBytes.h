@@ -5,23 +5,17 @@
 
 #include "q32Base/image/CqColor.h"
 #include "q32Base/memory/CqTileMap.h"
+#include "q32Base/operations/kernels/Kernels.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 namespace q32 {
 
 /// Sets `count` pixels of `size` bytes each, side by side from `target` on.
 inline void fnFillPixels(unsigned char* target, const unsigned char* pixel, std::size_t size,
                          std::size_t count) {
-    const std::size_t total = size * count;
-    if (total == 0)
-        return;
-    std::memcpy(target, pixel, size);
-    for (std::size_t done = size; done < total; done *= 2)
-        std::memcpy(target + done, target, std::min(done, total - done));
+    fnKernels().fnFill[size - 1](target, count, pixel);
 }
 
 /// 5-6-5 of a colour as a number.
@@ -34,6 +28,12 @@ inline std::uint16_t fnPack565(const CqColor& color) {
 inline std::uint8_t fnPaletteIndex(const CqTileMap& map, const CqColor& color) {
     const int index = map.fnFindColor(color.m_Red, color.m_Green, color.m_Blue);
     return static_cast<std::uint8_t>(index < 0 ? 0 : index);
+}
+
+/// Sets one of the two indices of a byte, the low nibble's for `odd`.
+inline void fnPutNibble(unsigned char* byte, bool odd, unsigned int index) {
+    *byte =
+        static_cast<unsigned char>(odd ? (*byte & 0xF0u) | index : (*byte & 0x0Fu) | index << 4);
 }
 
 /// Reads the pixel at `pixel`. At 4 bits `odd` chooses the low nibble. The 16-bit green mixes in
@@ -61,12 +61,8 @@ inline CqColor fnReadPixel(const CqTileMap& map, const unsigned char* pixel, boo
 inline void fnWritePixel(const CqTileMap& map, unsigned char* pixel, bool odd,
                          const CqColor& color) {
     switch (map.BitCount) {
-    case 4: {
-        const unsigned int index = fnPaletteIndex(map, color) & 0x0Fu;
-        *pixel = static_cast<unsigned char>(odd ? (*pixel & 0xF0u) | index
-                                                : (*pixel & 0x0Fu) | index << 4);
-        return;
-    }
+    case 4:
+        return fnPutNibble(pixel, odd, fnPaletteIndex(map, color) & 0x0Fu);
     case 8:
         *pixel = fnPaletteIndex(map, color);
         return;
@@ -83,6 +79,28 @@ inline void fnWritePixel(const CqTileMap& map, unsigned char* pixel, bool odd,
         pixel[0] = color.m_Red;
         pixel[1] = color.m_Green;
         pixel[2] = color.m_Blue;
+    }
+}
+
+/// The bytes that a fill repeats, 16 bits high byte first; at 4 bits one byte for two pixels, with
+/// the index in both nibbles. Returns how many.
+inline unsigned int fnPackFill(const CqTileMap& map, const CqColor& color,
+                               unsigned char (&bytes)[4]) {
+    switch (map.BitCount) {
+    case 4: {
+        const unsigned int index = fnPaletteIndex(map, color) & 0x0Fu;
+        bytes[0] = static_cast<unsigned char>(index << 4 | index);
+        return 1;
+    }
+    case 16: {
+        const std::uint16_t value = fnPack565(color);
+        bytes[0] = static_cast<unsigned char>(value >> 8);
+        bytes[1] = static_cast<unsigned char>(value);
+        return 2;
+    }
+    default:
+        fnWritePixel(map, bytes, false, color);
+        return map.BytesPerPixel;
     }
 }
 

@@ -48,6 +48,17 @@ static inline __m256i fnLoadTwice(const std::uint8_t* from) {
     return fnTwice(fnLoad128(from));
 }
 
+/// All ones in the last `count` bytes, at most 32: what is left for a run's last 32 bytes when
+/// those before have been done.
+static inline __m256i fnLastBytes(std::size_t count) {
+    alignas(32) static const std::uint8_t kEdge[64] = {
+        0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,
+        0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,
+        255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255,
+        255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255};
+    return fnLoad(kEdge + count);
+}
+
 /// All ones in the bytes where a >= b, unsigned.
 static inline __m256i fnAtLeast(__m256i a, __m256i b) {
     return _mm256_cmpeq_epi8(_mm256_max_epu8(a, b), a);

@@ -1,6 +1,9 @@
 #include "q32Base/operations/kernels/Kernels.h"
 
 #include "q32Base/operations/kernels/Dither.h"
+#include "q32Base/operations/kernels/Fill.h"
+#include "q32Base/operations/kernels/MaskSum.h"
+#include "q32Base/operations/kernels/Merge.h"
 #include "q32Base/operations/kernels/Palette.h"
 #include "q32Base/operations/kernels/PixelFormat.h"
 #include "q32Base/operations/kernels/Stream.h"
@@ -35,6 +38,9 @@ void fnReplaceForLevel(CqKernels& table, CqKernelLevel level) {
         fnUseAvx2ToneCurve(table);
         fnUseAvx2Dither(table);
         fnUseAvx2Zoom(table);
+        fnUseAvx2Fill(table);
+        fnUseAvx2Merge(table);
+        fnUseAvx2MaskSum(table);
         fnUseAvx2Stream(table);
     }
     if (level >= CqKernelLevel::AVX512)
@@ -55,6 +61,9 @@ CqKernels fnBuildTable(CqKernelLevel level) {
     fnUseScalarToneCurve(table);
     fnUseScalarDither(table);
     fnUseScalarZoom(table);
+    fnUseScalarFill(table);
+    fnUseScalarMerge(table);
+    fnUseScalarMaskSum(table);
     fnUseScalarStream(table);
     fnReplaceForLevel(table, level);
     return table;

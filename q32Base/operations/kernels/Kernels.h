@@ -58,6 +58,22 @@ using CqInflateRun = void (*)(const std::uint8_t* source, std::uint8_t* target, 
 using CqShrinkRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                              std::size_t factor);
 
+/// Sets every pixel of a run to the bytes at `pixel`, of which there are as many as a pixel has.
+using CqFillRun = void (*)(std::uint8_t* target, std::size_t count, const std::uint8_t* pixel);
+
+/// Copies `rows` rows of `count` bytes each that lie apart by strides in bytes.
+using CqRowsRun = void (*)(const std::uint8_t* source, std::size_t sourceStride,
+                           std::uint8_t* target, std::size_t targetStride, std::size_t count,
+                           std::size_t rows);
+
+/// Lays a run over another one of the same format. `key` is red, green and blue.
+using CqKeyRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
+                          const std::uint8_t* key);
+
+/// Lays a run over another one of the same format, with one weight a pixel.
+using CqWeightRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
+                             const std::uint8_t* weights);
+
 /// The inner loops of the library for one instruction set.
 ///
 /// Example: `fnKernels().fnRgb24ToBgrx32(row, screenRow, width);`
@@ -109,6 +125,30 @@ struct CqKernels {
     // Zoom, by bytes a pixel: element 0 for one byte to element 3 for four.
     CqInflateRun fnInflate[4];
     CqShrinkRun fnShrink[4];
+
+    // Fill, by bytes a pixel: element 0 for one byte to element 3 for four. Long runs go past the
+    // caches.
+    CqFillRun fnFill[4];
+    CqRowsRun fnCopyRows; ///< for rows of a part of a tile, too short for a copy of their own each
+
+    // Merge. A weight of 0 leaves the target, 255 takes the source, and any other gives the lesser
+    // of 255 and target x (255 - weight) + source x weight for each channel: no division follows,
+    // deliberately.
+    //
+    // At 16 bits, red is the first byte without its low three bits, blue the second byte's low five
+    // bits as the high ones, and green is 0. What is written is stored low byte first, so red comes
+    // to lie in the second byte and blue in the first. Both are wanted.
+    CqKeyRun fnMergeKey16; ///< all pixels but those of the key colour; one with green never matches
+    CqKeyRun fnMergeKey24; ///< all pixels but those of the key colour
+    CqWeightRun fnMergeMask16;
+    CqWeightRun fnMergeMask24;
+    CqPixelRun fnMergeAll16; ///< as if every weight were 255
+
+    // Masks, a byte a pixel: the source is added to or taken off the target. Where the sum
+    // overflows as one of signed bytes, it is 255: so 100 and 100 give 255, but 200 and 100
+    // give 44. This is wanted. A difference below 0 is 0.
+    CqPixelRun fnMaskAdd;
+    CqPixelRun fnMaskSubtract;
 
     // Streaming.
     /// Copies `count` bytes past the caches: for a large target that isn't read soon. Every series

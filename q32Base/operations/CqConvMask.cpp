@@ -1,0 +1,52 @@
+#include "q32Base/operations/CqConvMask.h"
+
+#include "q32Base/framework/Memory.h"
+#include "q32Base/image/CqImage.h"
+#include "q32Base/memory/CqTileMap.h"
+
+#include <algorithm>
+
+CqConvMask::CqConvMask(const CqImage& image, unsigned int lines, int row)
+    : m_pImage(&image), m_nLines(std::max(lines, 1u)), m_nRow(row),
+      m_pRing(q32::fnGuardMemory([this] { return std::make_unique<CqImageLine[]>(m_nLines); })) {}
+
+void CqConvMask::fnFetch(std::uint32_t slot, std::int64_t row) {
+    const std::int64_t last = std::int64_t{m_pImage->Height} - 1;
+    const auto inside = static_cast<std::uint32_t>(std::clamp<std::int64_t>(row, 0, last));
+    m_pImage->TileMap->fnAccessLine(inside, &m_pRing[slot], true);
+}
+
+void CqConvMask::fnGotoNextLine() {
+    m_nHead = fnSlot(1);
+    m_nRow = q32::fnWrapAdd(m_nRow, 1);
+    const std::int64_t top = std::int64_t{m_nRow} - (m_nLines >> 1);
+    const std::uint32_t kept = m_bFirst ? 0 : m_nLines - 1;
+    m_bFirst = false;
+    for (std::uint32_t i = kept; i < m_nLines; ++i)
+        fnFetch(fnSlot(i), top + i);
+}
+
+unsigned char* CqConvMask::fnGetLine(int i) {
+    return m_pRing[fnSlot(static_cast<std::uint32_t>(i))].LineBuffer;
+}
+
+void CqConvMask::fnGetLine(unsigned char*& a, unsigned char*& b, unsigned char*& c) {
+    fnGetLines({&a, &b, &c, nullptr, nullptr}, 3);
+}
+
+void CqConvMask::fnGetLine(unsigned char*& a, unsigned char*& b, unsigned char*& c,
+                           unsigned char*& d, unsigned char*& e) {
+    fnGetLines({&a, &b, &c, &d, &e}, 5);
+}
+
+/// Further rows all go to the last place.
+void CqConvMask::fnGetLines(unsigned char** const (&out)[5], std::uint32_t count) {
+    for (std::uint32_t i = 0; i < m_nLines; ++i)
+        *out[std::min(i, count - 1)] = m_pRing[fnSlot(i)].LineBuffer;
+}
+
+int CqConvMask::fnGetLineCoord(int i) const {
+    const auto row =
+        static_cast<std::uint32_t>(i) + static_cast<std::uint32_t>(m_nRow) - (m_nLines >> 1);
+    return static_cast<int>(std::min(row, m_pImage->Height - 1));
+}

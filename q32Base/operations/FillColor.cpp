@@ -1,0 +1,83 @@
+#include "q32Base/framework/Exceptions.h"
+#include "q32Base/framework/Windows.h"
+#include "q32Base/image/CqImage.h"
+#include "q32Base/image/PixelBytes.h"
+#include "q32Base/operations/TilePieces.h"
+
+namespace {
+
+/// The whole block is one run, since tiles follow each other without gaps.
+void fnFillAll(CqTileMap& map, const CqColor& color) {
+    unsigned char pixel[4];
+    const unsigned int bytes = q32::fnPackFill(map, color, pixel);
+    q32::fnFillPixels(map.PixelBuffer, pixel, bytes, map.BufferSize / bytes);
+}
+
+/// The rectangle lies inside the image.
+void fnFillRect(CqTileMap& map, const CqColor& color, const CRect& rect) {
+    if (map.BitCount == 4) { // only a line knows where such a fill begins
+        CqImageLine line(false, true);
+        for (LONG y = rect.top; y < rect.bottom; ++y) {
+            map.fnAccessLine(static_cast<std::uint32_t>(y), &line, false);
+            line.fnFillColor(color, static_cast<unsigned int>(rect.left),
+                             static_cast<unsigned int>(rect.Width()));
+        }
+        return;
+    }
+    unsigned char pixel[4];
+    const unsigned int bytes = q32::fnPackFill(map, color, pixel);
+    q32::fnForEachPiece(map, rect, [&](const q32::TilePiece& piece) {
+        const auto width = static_cast<std::size_t>(piece.m_rect.Width());
+        const auto height = static_cast<std::size_t>(piece.m_rect.Height());
+        if (piece.m_nStride == width * bytes)
+            return q32::fnFillPixels(piece.m_pPixels, pixel, bytes, width * height);
+        for (std::size_t row = 0; row < height; ++row)
+            q32::fnFillPixels(piece.m_pPixels + row * piece.m_nStride, pixel, bytes, width);
+    });
+}
+
+/// Shows the rectangle on the window of the last scale setting.
+void fnShow(CqImage& image, const CRect& rect) {
+    const CqTileMap& map = *image.TileMap;
+    const CRect scaled(map.fnScale(rect.left), map.fnScale(rect.top), map.fnScale(rect.right),
+                       map.fnScale(rect.bottom));
+    CRect shown;
+    if (!map.DrawWnd || !shown.IntersectRect(scaled, map.ImageRect))
+        return;
+    CRect place = map.ViewRect;
+    place.OffsetRect(q32::fnWrapSub(shown.left, map.ImageRect.left),
+                     q32::fnWrapSub(shown.top, map.ImageRect.top));
+    place = CRect(place.TopLeft(), shown.Size());
+    try {
+        if (CDC* dc = map.DrawWnd->GetDC()) {
+            image.fnDraw(dc, place, shown.left, shown.top, false, false);
+            map.DrawWnd->ReleaseDC(dc);
+        }
+    } catch (CMemoryException* failure) { // the fill stands all the same
+        failure->Delete();
+    }
+}
+
+} // namespace
+
+void CqImage::fnFill(const CqColor& color, const CRect* rect, bool draw) {
+    if (rect) {
+        CRect inside;
+        if (!inside.IntersectRect(*rect, q32::fnWholeRect(*TileMap)))
+            return;
+        fnFillRect(*TileMap, color, inside);
+        if (draw)
+            fnShow(*this, inside);
+        return;
+    }
+    if (!draw)
+        return fnFillAll(*TileMap, color);
+    unsigned char pixel[4];
+    const unsigned int bytes = q32::fnPackFill(*TileMap, color, pixel);
+    CqImageTile tile(true);
+    for (std::uint32_t i = 0; i < TileCount; ++i) {
+        fnAccessTile(i, &tile);
+        q32::fnFillPixels(tile.Pixels, pixel, bytes, tile.Size / bytes);
+        tile.fnDraw(nullptr);
+    }
+}

@@ -1,0 +1,144 @@
+#include "q32Base/framework/Memory.h"
+#include "q32Base/image/CqImage.h"
+#include "q32Base/operations/BlockCopy.h"
+#include "q32Base/operations/kernels/Kernels.h"
+#include "q32Base/operations/TilePieces.h"
+
+#include <cstring>
+#include <memory>
+
+namespace {
+
+CRect fnClipped(const CRect* rect, const CqTileMap& map) {
+    const CRect whole = q32::fnWholeRect(map);
+    return rect ? CRect(std::max<LONG>(rect->left, 0), std::max<LONG>(rect->top, 0),
+                        std::min(rect->right, whole.right), std::min(rect->bottom, whole.bottom))
+                : whole;
+}
+
+/// How often a length goes into another, at least once.
+struct Repeats {
+    LONG m_nCount; ///< a partial last one counts
+    LONG m_nRest;  ///< length of a partial last one, else 0
+
+    Repeats(LONG length, LONG whole) : m_nCount(std::max<LONG>(whole / length, 1)), m_nRest(0) {
+        if (length < whole)
+            m_nRest = whole - length * m_nCount;
+        if (m_nRest > 0)
+            ++m_nCount;
+    }
+};
+
+/// One copy for each repetition.
+void fnFillByCopies(CqImage& image, CqImage& pattern, const CRect& src, const CRect& dst) {
+    const Repeats down(src.Height(), dst.Height());
+    const Repeats across(src.Width(), dst.Width());
+    CRect row = src;
+    LONG y = dst.top;
+    for (LONG r = 0; r < down.m_nCount; ++r) {
+        // The rest alone, without the top: a pattern that begins further down has a last row that
+        // is lower by that much. This is wanted.
+        if (down.m_nRest != 0 && r == down.m_nCount - 1)
+            row.bottom = down.m_nRest;
+        LONG x = dst.left;
+        for (LONG c = 0; c < across.m_nCount; ++c) {
+            CRect cell = row;
+            if (across.m_nRest != 0 && c == across.m_nCount - 1)
+                cell.right = cell.left + across.m_nRest;
+            image.fnCopyBlock(pattern, &cell, x, y);
+            x = q32::fnWrapAdd(x, row.Width());
+        }
+        y = q32::fnWrapAdd(y, row.Height());
+    }
+}
+
+/// Rows of a narrow pattern, repeated sideways far enough for a tile's row from any phase.
+class WideRows {
+public:
+    static constexpr std::size_t kMostRows = CqTileMap::kMaxTileSize;
+
+    WideRows(const CqTileMap& pattern, const CRect& src)
+        : m_Pattern(pattern), m_rectSource(src),
+          m_nBytes((static_cast<std::size_t>(src.Width()) + CqTileMap::kMaxTileSize) *
+                   pattern.BytesPerPixel),
+          m_pRows(q32::fnNewArray<unsigned char>(m_nBytes * kMostRows)) {}
+
+    /// Takes `count` rows of the repeated pattern, from the row `first` of the fill on.
+    void fnTake(LONG first, LONG count) {
+        const CRect& src = m_rectSource;
+        const std::size_t once = static_cast<std::size_t>(src.Width()) * m_Pattern.BytesPerPixel;
+        LONG y = src.top + first % src.Height();
+        unsigned char* row = m_pRows.get();
+        for (LONG i = 0; i < count; ++i, row += m_nBytes) {
+            unsigned char* at = row;
+            q32::fnForEachPiece(
+                m_Pattern, CRect(src.left, y, src.right, y + 1), [&](const q32::TilePiece& piece) {
+                    const std::size_t bytes =
+                        static_cast<std::size_t>(piece.m_rect.Width()) * m_Pattern.BytesPerPixel;
+                    std::memcpy(at, piece.m_pPixels, bytes);
+                    at += bytes;
+                });
+            for (std::size_t done = once; done < m_nBytes; done *= 2)
+                std::memcpy(row + done, row, std::min(done, m_nBytes - done));
+            if (++y == src.bottom)
+                y = src.top;
+        }
+    }
+
+    /// The first row taken, from the column `column` of the fill on.
+    const unsigned char* fnAt(LONG column) const {
+        return m_pRows.get() +
+               static_cast<std::size_t>(column % m_rectSource.Width()) * m_Pattern.BytesPerPixel;
+    }
+    /// Bytes from a row to the next.
+    std::size_t fnStride() const { return m_nBytes; }
+
+private:
+    const CqTileMap& m_Pattern;
+    CRect m_rectSource;
+    std::size_t m_nBytes;
+    std::unique_ptr<unsigned char[]> m_pRows;
+};
+
+/// What the copies give, for a pattern narrower than a tile: tile by tile, instead of in cells of a
+/// few bytes each.
+void fnFillByTiles(CqTileMap& map, const CqTileMap& pattern, const CRect& src, const CRect& dst) {
+    const Repeats down(src.Height(), dst.Height());
+    LONG bottom = dst.bottom;
+    if (down.m_nRest != 0)
+        bottom = dst.top + (down.m_nCount - 1) * src.Height() +
+                 std::max<LONG>(down.m_nRest - src.top, 0);
+    WideRows rows(pattern, src);
+    const auto tileHeight = static_cast<LONG>(map.TileHeight);
+    for (LONG y = dst.top; y < bottom;) {
+        const LONG end = y + std::min(bottom - y, tileHeight - y % tileHeight);
+        rows.fnTake(y - dst.top, end - y);
+        q32::fnForEachPiece(
+            map, CRect(dst.left, y, dst.right, end), [&](const q32::TilePiece& piece) {
+                const std::size_t bytes =
+                    static_cast<std::size_t>(piece.m_rect.Width()) * map.BytesPerPixel;
+                q32::fnKernels().fnCopyRows(rows.fnAt(piece.m_rect.left - dst.left),
+                                            rows.fnStride(), piece.m_pPixels, piece.m_nStride,
+                                            bytes, static_cast<std::size_t>(piece.m_rect.Height()));
+            });
+        y = end;
+    }
+}
+
+} // namespace
+
+void CqImage::fnFill(CqImage& pattern, const CRect* srcRect, const CRect* dstRect) {
+    const CRect dst = fnClipped(dstRect, *TileMap);
+    if (dst.IsRectEmpty())
+        return;
+    CRect src = fnClipped(srcRect, *pattern.TileMap);
+    if (src.IsRectEmpty() || pattern.BitCount != BitCount)
+        return;
+    src.right = std::min(src.right, src.left + dst.Width());
+    src.bottom = std::min(src.bottom, src.top + dst.Height());
+    const bool narrow = src.Width() < static_cast<LONG>(CqTileMap::kMaxTileSize);
+    if (narrow && src.Width() < dst.Width() && BitCount != 4 && &pattern != this)
+        fnFillByTiles(*TileMap, *pattern.TileMap, src, dst);
+    else
+        fnFillByCopies(*this, pattern, src, dst);
+}

@@ -1,0 +1,125 @@
+#include "q32Base/framework/Memory.h"
+#include "q32Base/image/CqMask.h"
+#include "q32Base/operations/kernels/Kernels.h"
+#include "q32Base/operations/TilePieces.h"
+
+#include <cstring>
+#include <memory>
+
+namespace {
+
+/// What is left of `a` without `b`, as a rectangle: full strips that `shared`, the part that both
+/// have, cuts off `a` go; anything else stays. `shared` isn't all of `a`.
+CRect fnCutStrips(const CRect& a, const CRect& shared) {
+    CRect rest = a;
+    if (shared.Width() == a.Width()) {
+        if (shared.top == a.top)
+            rest.top = shared.bottom;
+        if (shared.bottom == a.bottom)
+            rest.bottom = shared.top;
+    }
+    if (shared.Height() == a.Height()) {
+        if (shared.left == a.left)
+            rest.left = shared.right;
+        if (shared.right == a.right)
+            rest.right = shared.left;
+    }
+    return rest;
+}
+
+/// A mask's bitmap and where it lies, as far as there is one.
+struct PlacedMask {
+    const CqTileMap* m_pMap;
+    CRect m_rect;
+
+    explicit PlacedMask(const CqMask& mask) : m_pMap(mask.TileMap), m_rect(mask.m_rectBound) {
+        const std::int64_t width = m_pMap ? m_pMap->Width : 0;
+        const std::int64_t height = m_pMap ? m_pMap->Height : 0;
+        m_rect.right = static_cast<LONG>(std::min(m_rect.left + width, std::int64_t{m_rect.right}));
+        m_rect.bottom =
+            static_cast<LONG>(std::min(m_rect.top + height, std::int64_t{m_rect.bottom}));
+    }
+
+    /// Calls `visit(source, target, pixels)` where the mask overlaps `area`, a part of the bitmap
+    /// `target`, which lies at `corner`.
+    template <class Visit>
+    void fnForEachOverlap(const CRect& area, CqTileMap& target, const CPoint& corner,
+                          Visit visit) const {
+        CRect shared;
+        if (!shared.IntersectRect(m_rect, area))
+            return;
+        const CPoint start(shared.left - m_rect.left, shared.top - m_rect.top);
+        q32::fnForEachRun(*m_pMap, CRect(start, shared.Size()), target, shared.left - corner.x,
+                          shared.top - corner.y, visit);
+    }
+};
+
+/// Makes `result`, which lies at `corner`, of `own` on black, and adds or subtracts `other`. Tile
+/// by tile, so that both passes find the tile in the nearest cache.
+void fnCombine(const PlacedMask& own, const PlacedMask& other, bool add, CqTileMap& result,
+               const CPoint& corner) {
+    const q32::CqPixelRun run = add ? q32::fnKernels().fnMaskAdd : q32::fnKernels().fnMaskSubtract;
+    const auto copy = [](const unsigned char* from, unsigned char* to, std::size_t count) {
+        std::memcpy(to, from, count);
+    };
+    q32::fnForEachPiece(result, q32::fnWholeRect(result), [&](const q32::TilePiece& tile) {
+        CRect area = tile.m_rect;
+        area.OffsetRect(corner.x, corner.y);
+        CRect covered;
+        covered.IntersectRect(own.m_rect, area);
+        if (!(covered == area))
+            std::memset(tile.m_pPixels, 0,
+                        tile.m_nStride * static_cast<std::size_t>(tile.m_rect.Height()));
+        own.fnForEachOverlap(area, result, corner, copy);
+        other.fnForEachOverlap(area, result, corner, run);
+    });
+}
+
+} // namespace
+
+void CqMask::fnMerge(CqMask& other, bool add) {
+    const CRect& own = m_rectBound;
+    const CRect& others = other.m_rectBound;
+    const bool grey = (!TileMap || BitCount == 8) && other.TileMap && other.BitCount == 8;
+    if (others.IsRectEmpty() || !grey)
+        return;
+    CRect result;
+    if (add) {
+        result.UnionRect(own, others);
+    } else {
+        CRect shared;
+        if (!shared.IntersectRect(own, others))
+            return;
+        if (shared == own)
+            return m_rectBound.SetRectEmpty();
+        result = fnCutStrips(own, shared);
+    }
+    std::unique_ptr<CqTileMap> map(
+        q32::fnNew<CqTileMap>(static_cast<std::uint32_t>(result.Width()),
+                              static_cast<std::uint32_t>(result.Height()), 8u, q32GreyRamp, 256u));
+    fnCombine(PlacedMask(*this), PlacedMask(other), add, *map, result.TopLeft());
+    fnSetBuf(map.release());
+    m_rectBound = result;
+}
+
+CqMask CqMask::operator+(CqMask& other) {
+    CqMask sum(*this);
+    sum.fnMerge(other, true);
+    return sum;
+}
+
+CqMask CqMask::operator-(CqMask& other) {
+    CqMask difference(*this);
+    difference.fnMerge(other, false);
+    return difference;
+}
+
+CqMask& CqMask::operator+=(CqMask& other) {
+    fnMerge(other, true);
+    return *this;
+}
+
+CqMask& CqMask::operator-=(CqMask& other) {
+    fnMerge(other, false);
+    return *this;
+}

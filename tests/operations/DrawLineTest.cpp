@@ -1,0 +1,197 @@
+#include "tests/operations/PlainImage.h"
+#include "tests/support/AttachedTest.h"
+
+#include <cstdlib>
+
+namespace q32::test {
+namespace {
+
+class DrawLineTest : public AttachedTest {
+protected:
+    Random m_Random{51001};
+    const CqColor m_Color{0x12, 0x34, 0x56, 0x78};
+
+    /// The rule, point by point.
+    static void fnDrawByPoints(CqImage& image, int x0, int y0, int x1, int y1,
+                               const CqColor& color) {
+        const auto plot = [&](int x, int y) {
+            if (x >= 0 && y >= 0 && x < static_cast<int>(image.Width) &&
+                y < static_cast<int>(image.Height))
+                image.fnSetPixelColor(x, y, color);
+        };
+        if (x0 == x1 && y0 == y1)
+            return plot(x0, y0);
+        const int sx = x1 - x0 < 1 ? -1 : 1;
+        const int sy = y1 - y0 < 1 ? -1 : 1;
+        const int ax = 2 * std::abs(x1 - x0);
+        const int ay = 2 * std::abs(y1 - y0);
+        int x = x0;
+        int y = y0;
+        if (ax <= ay) {
+            for (int err = ax - (ay >> 1);;) {
+                plot(x, y);
+                if (y == y1)
+                    return;
+                if (err >= 0) {
+                    x += sx;
+                    err -= ay;
+                }
+                y += sy;
+                err += ax;
+            }
+        }
+        for (int err = ay - (ax >> 1);;) {
+            plot(x, y);
+            if (x == x1)
+                return;
+            if (err >= 0) {
+                y += sy;
+                err -= ax;
+            }
+            x += sx;
+            err += ay;
+        }
+    }
+
+    /// Places of the pixels that aren't 0 in an image of 8 bits.
+    static std::vector<CPoint> fnPoints(const CqImage& image) {
+        std::vector<CPoint> points;
+        const Rows rows = fnRows(image);
+        for (std::size_t y = 0; y < rows.size(); ++y)
+            for (std::size_t x = 0; x < rows[y].size(); ++x)
+                if (rows[y][x] != 0)
+                    points.emplace_back(static_cast<LONG>(x), static_cast<LONG>(y));
+        return points;
+    }
+
+    std::unique_ptr<CqImage> fnBlack(unsigned int width, unsigned int height) {
+        auto image = std::make_unique<CqImage>(width, height, 8u, q32GreyRamp, 256u);
+        fnSetAll(*image, 0);
+        return image;
+    }
+    static inline const CqColor kWhite{255, 255, 255, 255};
+};
+
+TEST_F(DrawLineTest, EveryLineGoesThroughTheRulesPoints) {
+    for (int round = 0; round < 1500; ++round) {
+        CqImage image(fnRandomSide(m_Random), fnRandomSide(m_Random), fnRandomBits(m_Random),
+                      nullptr, 0);
+        fnSetRandom(image, m_Random);
+        CqImage wanted(image);
+        const CqColor color = fnRandomColor(m_Random, image);
+        const int reach = m_Random() % 3 ? 0 : 400;
+        const auto place = [&](unsigned int size) {
+            return fnBelow(m_Random, size + 2 * static_cast<unsigned int>(reach)) - reach;
+        };
+        int ends[4];
+        for (int i = 0; i < 4; ++i)
+            ends[i] = place(i % 2 ? image.Height : image.Width);
+        if (m_Random() % 4 == 0)
+            ends[2] = ends[0] + fnBelow(m_Random, 5) - 2;
+        if (m_Random() % 4 == 0)
+            ends[3] = ends[1] + fnBelow(m_Random, 5) - 2;
+        image.fnDrawLine(ends[0], ends[1], ends[2], ends[3], color, false);
+        fnDrawByPoints(wanted, ends[0], ends[1], ends[2], ends[3], color);
+        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(wanted)))
+            << image.BitCount << " bits, " << ends[0] << ", " << ends[1] << " to " << ends[2]
+            << ", " << ends[3];
+    }
+}
+
+TEST_F(DrawLineTest, AHorizontalLineIsTheSameBothWays) {
+    for (const bool back : {false, true}) {
+        const auto image = fnBlack(8, 2);
+        image->fnDrawLine(back ? 5 : 0, 0, back ? 0 : 5, 0, kWhite, true);
+        EXPECT_EQ(fnRows(*image)[0], (Bytes{255, 255, 255, 255, 255, 255, 0, 0}));
+        EXPECT_EQ(fnRows(*image)[1], Bytes(8, 0));
+    }
+}
+
+TEST_F(DrawLineTest, ALineOf5By2TurnsWhereBresenhamTurns) {
+    const auto image = fnBlack(6, 3);
+    image->fnDrawLine(0, 0, 5, 2, kWhite, false);
+    EXPECT_EQ(fnPoints(*image),
+              (std::vector<CPoint>{{0, 0}, {1, 0}, {2, 1}, {3, 1}, {4, 2}, {5, 2}}));
+}
+
+TEST_F(DrawLineTest, AlongATieTheLineTurnsEarlyInItsOwnDirection) {
+    const auto there = fnBlack(3, 2);
+    there->fnDrawLine(0, 0, 2, 1, kWhite, false);
+    EXPECT_EQ(fnPoints(*there), (std::vector<CPoint>{{0, 0}, {1, 1}, {2, 1}}));
+    const auto back = fnBlack(3, 2);
+    back->fnDrawLine(2, 1, 0, 0, kWhite, false);
+    EXPECT_EQ(fnPoints(*back), (std::vector<CPoint>{{0, 0}, {1, 0}, {2, 1}}));
+}
+
+TEST_F(DrawLineTest, ALineOfOnePointIsThatPoint) {
+    const auto image = fnBlack(3, 3);
+    image->fnDrawLine(1, 2, 1, 2, kWhite, false);
+    EXPECT_EQ(fnPoints(*image), (std::vector<CPoint>{{1, 2}}));
+}
+
+TEST_F(DrawLineTest, ALineOfOnePointOutsideIsLeftOut) {
+    for (const unsigned int bits : {4, 8, 16, 24, 32}) {
+        CqImage image(3, 3, bits, nullptr, 0);
+        fnSetAll(image, 0);
+        for (const int at : {-2147483647 - 1, -1, 3, 2147483647}) {
+            image.fnDrawLine(at, 1, at, 1, kWhite, false);
+            image.fnDrawLine(1, at, 1, at, kWhite, false);
+        }
+        EXPECT_EQ(fnRows(image), Rows(3, Bytes(image.RowBytes, 0)));
+    }
+}
+
+TEST_F(DrawLineTest, LinesWhollyOutsidePlotNothing) {
+    const auto image = fnBlack(200, 200);
+    image->fnDrawLine(-5, -1, 300, -1, kWhite, false);
+    image->fnDrawLine(-300, 10, 10, -300, kWhite, false);
+    image->fnDrawLine(200, 0, 200, 199, kWhite, false);
+    image->fnDrawLine(0, 210, 210, 190 + 12, kWhite, false);
+    EXPECT_TRUE(fnPoints(*image).empty());
+}
+
+TEST_F(DrawLineTest, LinesFromTheEndsOfTheWorldPassThroughTheImage) {
+    constexpr int kMost = 2147483647;
+    const auto image = fnBlack(130, 130);
+    image->fnDrawLine(-kMost - 1, -kMost - 1, kMost, kMost, kWhite, false);
+    std::vector<CPoint> diagonal;
+    for (LONG i = 0; i < 130; ++i)
+        diagonal.emplace_back(i, i);
+    EXPECT_EQ(fnPoints(*image), diagonal);
+    const auto level = fnBlack(130, 130);
+    level->fnDrawLine(kMost, 64, -kMost - 1, 64, kWhite, false);
+    EXPECT_EQ(fnRows(*level)[64], Bytes(130, 255));
+    EXPECT_EQ(fnPoints(*level).size(), 130u);
+}
+
+TEST_F(DrawLineTest, A16BitPointIsStoredLowByteFirst) {
+    CqImage image(2, 1, 16, nullptr, 0);
+    fnSetAll(image, 0);
+    image.fnDrawLine(0, 0, 1, 0, CqColor(0xFF, 0x04, 0x08, 255), false);
+    EXPECT_EQ(fnRows(image)[0], (Bytes{0x21, 0xF8, 0x21, 0xF8}));
+}
+
+TEST_F(DrawLineTest, A4BitPointOfAnOddColumnLiesOneByteFurther) {
+    CqImage image(4, 2, 4, nullptr, 0);
+    fnSetAll(image, 0);
+    image.fnDrawLine(0, 0, 3, 0, kWhite, false);
+    EXPECT_EQ(fnRows(image), (Rows{{0xF0, 0xFF}, {0x0F, 0x00}}));
+}
+
+TEST_F(DrawLineTest, AtTheLastPointOf4BitsNothingOutsideIsWritten) {
+    CqImage image(4, 2, 4, nullptr, 0);
+    fnSetAll(image, 0);
+    image.fnDrawLine(3, 1, 3, 1, kWhite, false);
+    image.fnDrawLine(3, 1, 2, 1, kWhite, false);
+    EXPECT_EQ(fnRows(image), (Rows{{0, 0}, {0, 0xF0}}));
+}
+
+TEST_F(DrawLineTest, AColourThatIsNotInThePaletteDrawsIndex0) {
+    CqImage image(3, 1, 8, q32GreyRamp, 256);
+    fnSetAll(image, 9);
+    image.fnDrawLine(0, 0, 1, 0, CqColor(1, 2, 3, 255), false);
+    EXPECT_EQ(fnRows(image)[0], (Bytes{0, 0, 9}));
+}
+
+} // namespace
+} // namespace q32::test
