@@ -15,3 +15,4 @@
 #include "q32Base/image/CqMergeParam.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/platform/CqPlatform.h"
+#include "q32Base/services/CqProgressDisplay.h"
