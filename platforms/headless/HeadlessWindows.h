@@ -5,6 +5,7 @@
 #include "q32Base/platform/Export.h"
 
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <vector>
@@ -48,16 +49,25 @@ public:
 
     CRect GetClientRect() const override { return {0, 0, m_Client.Width(), m_Client.Height()}; }
     LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM lParam) override {
-        m_Messages.push_back({message, wParam, lParam});
+        fnKeep(m_Messages, {message, wParam, lParam});
         return m_nAnswer;
     }
     void InvalidateRect(const RECT* rect, bool erase) override {
-        m_Invalidations.push_back({rect ? std::optional<RECT>(*rect) : std::nullopt, erase});
+        fnKeep(m_Invalidations, {rect ? std::optional<RECT>(*rect) : std::nullopt, erase});
     }
     bool IsWindow() const override { return m_bExists; }
     CWnd* GetMessageBar() override { return m_pMessageBar; }
 
 private:
+    /// No window raises a failure of memory; a record that there is no room for is lost.
+    template <typename Record>
+    static void fnKeep(std::vector<Record>& records, const Record& record) {
+        try {
+            records.push_back(record);
+        } catch (const std::bad_alloc&) {
+        }
+    }
+
     CRect m_Client;
     bool m_bExists = true;
     LRESULT m_nAnswer = 0;

@@ -10,7 +10,8 @@
 #include <string>
 
 /// Compares a picture, byte by byte, with one of that name that was looked at. With
-/// Q32_GOLDEN_WRITE in the environment the picture is written instead. Q32_GOLDEN_FOLDER says where.
+/// Q32_GOLDEN_WRITE in the environment the picture is written instead. Q32_GOLDEN_FOLDER says
+/// where.
 inline void fnCompareGolden(const CqHeadlessPicture& picture, const std::string& name) {
     const std::string path = std::string(Q32_GOLDEN_FOLDER) + "/" + name + ".ppm";
     if (std::getenv("Q32_GOLDEN_WRITE")) {
