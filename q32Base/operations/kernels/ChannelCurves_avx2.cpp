@@ -24,49 +24,41 @@ private:
     SplitCurve m_Red, m_Green, m_Blue;
 };
 
-// Places for a shuffle: byte i of the result is byte `places[i]` of three registers of 16 bytes
-// that follow each other, so each register has its own shuffle, which yields 0 for the others'.
-struct ThreeShuffles {
-    __m256i m_Parts[3];
-
-    // Result byte i is byte step * i + first, modulo 48 with one more after each round.
-    ThreeShuffles(int first, int step) {
-        alignas(16) std::uint8_t places[3][16];
-        for (int i = 0; i < 16; ++i) {
-            const int at = first + step * i;
-            const int place = at % 48 + at / 48;
-            for (int part = 0; part < 3; ++part)
-                places[part][i] =
-                    place / 16 == part ? static_cast<std::uint8_t>(place % 16) : std::uint8_t{0x80};
-        }
-        for (int part = 0; part < 3; ++part)
-            m_Parts[part] = fnLoadTwice(places[part]);
+// Byte i of the first, second or third register, as i % 3 is 0, 1 or 2.
+class EveryThird {
+public:
+    EveryThird() {
+        alignas(32) std::uint8_t masks[2][32];
+        for (int i = 0; i < 32; ++i)
+            for (int k = 0; k < 2; ++k)
+                masks[k][i] = i % 3 == k + 1 ? 0xFF : 0;
+        m_Second = fnLoad(masks[0]);
+        m_Third = fnLoad(masks[1]);
     }
 
-    __m256i fnGather(__m256i a, __m256i b, __m256i c) const {
-        return _mm256_or_si256(
-            _mm256_or_si256(_mm256_shuffle_epi8(a, m_Parts[0]), _mm256_shuffle_epi8(b, m_Parts[1])),
-            _mm256_shuffle_epi8(c, m_Parts[2]));
+    __m256i fnPick(__m256i first, __m256i second, __m256i third) const {
+        return _mm256_blendv_epi8(_mm256_blendv_epi8(first, second, m_Second), third, m_Third);
     }
+
+private:
+    __m256i m_Second, m_Third;
 };
 
+// Of three registers side by side, byte i holds another channel in each. So picking sorts the
+// channels, and picking again sorts them back; in between, their order doesn't matter.
 void fnChannelCurves24(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curves) {
     if (count >= kShortRun) {
         const ThreeCurves three(curves);
-        // Every third byte of 48 makes a channel of 16 pixels; back, every sixteenth byte.
-        const ThreeShuffles toRed(0, 3), toGreen(1, 3), toBlue(2, 3);
-        const ThreeShuffles toFirst(0, 16), toSecond(16 * 16, 16), toThird(32 * 16, 16);
+        const EveryThird third;
         for (; count >= 32; count -= 32, pixels += 96) {
-            const __m256i a = fnLoadPair(pixels, pixels + 48);
-            const __m256i b = fnLoadPair(pixels + 16, pixels + 64);
-            const __m256i c = fnLoadPair(pixels + 32, pixels + 80);
-            __m256i red = toRed.fnGather(a, b, c);
-            __m256i green = toGreen.fnGather(a, b, c);
-            __m256i blue = toBlue.fnGather(a, b, c);
+            const __m256i a = fnLoad(pixels), b = fnLoad(pixels + 32), c = fnLoad(pixels + 64);
+            __m256i red = third.fnPick(a, b, c);
+            __m256i green = third.fnPick(c, a, b);
+            __m256i blue = third.fnPick(b, c, a);
             three.fnLookUp(red, green, blue);
-            fnStorePair(pixels, pixels + 48, toFirst.fnGather(red, green, blue));
-            fnStorePair(pixels + 16, pixels + 64, toSecond.fnGather(red, green, blue));
-            fnStorePair(pixels + 32, pixels + 80, toThird.fnGather(red, green, blue));
+            fnStore(pixels, third.fnPick(red, green, blue));
+            fnStore(pixels + 32, third.fnPick(blue, red, green));
+            fnStore(pixels + 64, third.fnPick(green, blue, red));
         }
     }
     scalar::fnChannelCurves24(pixels, count, curves);
