@@ -16,3 +16,4 @@
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/operations/CqConvMask.h"
 #include "q32Base/platform/CqPlatform.h"
+#include "q32Base/services/CqProgressDisplay.h"

@@ -69,7 +69,7 @@ std::uint32_t RowConverter::fnToScreen(std::uint32_t color) {
     if (m_nScreenBits > 16)
         return color;
     if (m_nScreenBits == 16)
-        return (color >> 8 & 0xF800u) | (color >> 5 & 0x07E0u) | (color >> 3 & 0x001Fu);
+        return fnTo565(color);
     if (m_Slots.empty())
         return kStaticBlack;
     if (!m_bHasLast || color != m_nLastColor) {

@@ -51,6 +51,11 @@ private:
     bool m_bHasLast = false;
 };
 
+/// 5-6-5 of 0x00RRGGBB.
+inline std::uint32_t fnTo565(std::uint32_t color) {
+    return (color >> 8 & 0xF800u) | (color >> 5 & 0x07E0u) | (color >> 3 & 0x001Fu);
+}
+
 /// 0x00RRGGBB of a screen's pixel. Parts of 5 and 6 bits are widened by their own high bits, so
 /// that full stays full.
 std::uint32_t fnFromScreen(std::uint32_t pixel, unsigned screenBits,

@@ -1,70 +1,12 @@
 #include "platforms/headless/HeadlessScreen.h"
 
+#include "platforms/headless/HeadlessDC.h"
 #include "platforms/headless/HeadlessRegion.h"
 #include "platforms/headless/HeadlessRows.h"
-#include "platforms/headless/HeadlessWindows.h"
 
 #include <algorithm>
 #include <cassert>
 #include <cstring>
-
-class CqHeadlessScreen::DeviceContext final : public CDC {
-public:
-    DeviceContext(CqHeadlessScreen& screen, CWnd* window) : m_Screen(screen), m_pWindow(window) {}
-
-    int GetDeviceCaps(int index) const override {
-        const CqHeadlessMode& mode = m_Screen.m_Mode;
-        switch (index) {
-        case HORZRES:
-            return mode.m_nWidth;
-        case VERTRES:
-            return mode.m_nHeight;
-        case BITSPIXEL:
-            return mode.m_nBits;
-        case LOGPIXELSX:
-            return mode.m_nDpiX;
-        case LOGPIXELSY:
-            return mode.m_nDpiY;
-        default:
-            return 0;
-        }
-    }
-
-    CPalette* SelectPalette(CPalette* palette, bool background) override {
-        m_bBackground = background;
-        return std::exchange(m_pPalette, palette);
-    }
-
-    UINT RealizePalette() override {
-        auto* palette = dynamic_cast<CqHeadlessPalette*>(fnGetPalette());
-        return palette && m_Screen.m_Mode.m_nBits == 8
-                   ? m_Screen.m_Hardware.fnRealize(*palette, m_bBackground)
-                   : 0;
-    }
-
-    void fnForgetPalette(const CPalette& palette) {
-        if (m_pPalette == &palette)
-            m_pPalette = nullptr;
-    }
-
-    CWnd* fnGetWindow() const { return m_pWindow; }
-    CqPaletteObject* fnGetPalette() const { return m_pPalette ? m_pPalette->GetObject() : nullptr; }
-
-    /// Where the drawing area lies on the screen. Windows of other kinds stand at the top left.
-    CRect fnGetArea() const {
-        const CRect screen(0, 0, m_Screen.m_Mode.m_nWidth, m_Screen.m_Mode.m_nHeight);
-        if (!m_pWindow)
-            return screen;
-        const auto* placed = dynamic_cast<const CqHeadlessWnd*>(m_pWindow);
-        return placed ? placed->fnGetPlace() : m_pWindow->GetClientRect();
-    }
-
-private:
-    CqHeadlessScreen& m_Screen;
-    CWnd* m_pWindow;
-    CPalette* m_pPalette = nullptr;
-    bool m_bBackground = false;
-};
 
 CqHeadlessScreen::CqHeadlessScreen(const CqHeadlessMode& mode,
                                    std::shared_ptr<CqHeadlessMisuses> misuses)
@@ -120,18 +62,18 @@ CqHeadlessPicture CqHeadlessScreen::fnGetPicture() const {
 CDC* CqHeadlessScreen::fnGetDC(CWnd* window) {
     if (!m_GetDC.fnPass() || (window && !window->IsWindow()))
         return nullptr;
-    m_DCs.push_back(std::make_unique<DeviceContext>(*this, window));
+    m_DCs.push_back(std::make_unique<CqHeadlessDC>(*this, window, false));
     return m_DCs.back().get();
 }
 
-CqHeadlessScreen::DeviceContext* CqHeadlessScreen::fnFindDC(const CDC* dc) const {
+CqHeadlessDC* CqHeadlessScreen::fnFindDC(const CDC* dc) const {
     const auto found = std::find_if(m_DCs.begin(), m_DCs.end(),
                                     [&](const auto& open) { return open.get() == dc; });
     return found == m_DCs.end() ? nullptr : found->get();
 }
 
 void CqHeadlessScreen::fnReleaseDC(CWnd* window, CDC* dc) {
-    const DeviceContext* found = fnFindDC(dc);
+    const CqHeadlessDC* found = fnFindDC(dc);
     if (!found || found->fnGetWindow() != window) {
         m_pMisuses->fnAdd("release of a device context that isn't open for that window");
         return;
@@ -144,7 +86,7 @@ int CqHeadlessScreen::fnSetDIBitsToDevice(CDC* dc, int x, int y, UINT width, UIN
                                           const void* bits, const BITMAPINFOHEADER* header,
                                           UINT use) {
     const bool pass = m_SetDIBits.fnPass();
-    const DeviceContext* target = fnFindDC(dc);
+    const CqHeadlessDC* target = fnFindDC(dc);
     CqHeadlessDraw draw{dc,        target ? target->fnGetWindow() : nullptr,
                         x,         y,
                         width,     height,
@@ -188,7 +130,7 @@ int CqHeadlessScreen::fnSetDIBitsToDevice(CDC* dc, int x, int y, UINT width, UIN
     return result;
 }
 
-void CqHeadlessScreen::fnDraw(const DeviceContext& dc, const CqHeadlessDraw& draw,
+void CqHeadlessScreen::fnDraw(const CqHeadlessDC& dc, const CqHeadlessDraw& draw,
                               const q32::DibRows& rows, std::size_t taken,
                               const std::uint8_t* bits) {
     CRect area = dc.fnGetArea();
@@ -238,4 +180,27 @@ void CqHeadlessScreen::fnPaletteGone(const CPalette& palette) noexcept {
 
 std::unique_ptr<CqRegionObject> CqHeadlessScreen::fnCreateRectRegion(const RECT& rect) {
     return m_CreateRegion.fnPass() ? std::make_unique<CqHeadlessRegion>(rect, m_pCombine) : nullptr;
+}
+
+bool CqHeadlessScreen::fnGetIconTitleFont(LOGFONTA& font) {
+    if (!m_Paint.m_IconTitleFont.fnPass())
+        return false;
+    font = LOGFONTA{};
+    font.lfHeight = m_nIconTitleHeight;
+    font.lfWeight = 400;
+    return true;
+}
+
+std::unique_ptr<CqFontObject> CqHeadlessScreen::fnCreateFont(const LOGFONTA& font) {
+    return m_Paint.m_CreateFont.fnPass() ? std::make_unique<CqHeadlessFont>(font.lfHeight)
+                                         : nullptr;
+}
+
+std::unique_ptr<CqBitmapObject> CqHeadlessScreen::fnCreateCompatibleBitmap(CDC* dc, int width,
+                                                                           int height) {
+    constexpr int kMost = 32767;
+    if (!m_Paint.m_CreateBitmap.fnPass() || !dynamic_cast<CqHeadlessDC*>(dc) || width < 1 ||
+        height < 1 || width > kMost || height > kMost)
+        return nullptr;
+    return std::make_unique<CqHeadlessBitmap>(width, height);
 }

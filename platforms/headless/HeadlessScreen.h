@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platforms/headless/HeadlessCalls.h"
+#include "platforms/headless/HeadlessFont.h"
 #include "platforms/headless/HeadlessPalette.h"
 #include "platforms/headless/HeadlessPicture.h"
 #include "q32Base/platform/CqScreenService.h"
@@ -12,6 +13,8 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+class CqHeadlessDC;
 
 namespace q32 {
 struct DibRows;
@@ -48,6 +51,20 @@ struct CqHeadlessDraw {
     int m_nResult = 0;
 };
 
+/// Calls that painting makes of the screen and its device contexts.
+struct CqHeadlessPaintCalls {
+    CqHeadlessCalls m_IconTitleFont;
+    CqHeadlessCalls m_CreateFont;
+    CqHeadlessCalls m_CreateBitmap;
+    CqHeadlessCalls m_CreateDC; ///< of those that draw on bitmaps
+    CqHeadlessCalls m_TextMetrics;
+    CqHeadlessCalls m_TextExtent;
+    CqHeadlessCalls m_DrawText; ///< measuring by DT_CALCRECT included
+    CqHeadlessCalls m_FillRect;
+    CqHeadlessCalls m_InvertRect;
+    CqHeadlessCalls m_BitBlt;
+};
+
 /// A screen whose pixels can be read back. A screen of 8 bits has a hardware palette, one of 16
 /// cuts colours to 5-6-5. Windows don't cover each other.
 class Q32_API CqHeadlessScreen final : public CqScreenService {
@@ -61,6 +78,11 @@ public:
     CqHeadlessCalls m_CreateRegion;
     /// Combinations of all regions; shared with them, because they may outlive the service.
     const std::shared_ptr<CqHeadlessCalls> m_pCombine = std::make_shared<CqHeadlessCalls>();
+
+    /// Painting. Text is black on white, the button face C0C0C0h, any other system colour black.
+    CqHeadlessPaintCalls m_Paint;
+    /// Height of the font for titles of icons, as in LOGFONTA; at first that of the standard font.
+    void fnSetIconTitleHeight(LONG height) { m_nIconTitleHeight = height; }
 
     /// Changes the screen while it runs: all pixels become black, and palettes have to be realized
     /// again. False, and nothing happens, for another depth, or a size below 1 or above 32767.
@@ -99,24 +121,30 @@ public:
     std::unique_ptr<CqPaletteObject> fnCreatePalette(const LOGPALETTE& palette) override;
     void fnPaletteGone(const CPalette& palette) noexcept override;
     std::unique_ptr<CqRegionObject> fnCreateRectRegion(const RECT& rect) override;
+    bool fnGetIconTitleFont(LOGFONTA& font) override;
+    std::unique_ptr<CqFontObject> fnCreateFont(const LOGFONTA& font) override;
+    /// Null also for a width or height above 32767.
+    std::unique_ptr<CqBitmapObject> fnCreateCompatibleBitmap(CDC* dc, int width,
+                                                             int height) override;
 
 private:
-    class DeviceContext;
+    friend class CqHeadlessDC;
 
     std::uint32_t& fnAt(int x, int y) {
         return m_Pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(m_Mode.m_nWidth) +
                         static_cast<std::size_t>(x)];
     }
-    DeviceContext* fnFindDC(const CDC* dc) const;
-    void fnDraw(const DeviceContext& dc, const CqHeadlessDraw& draw, const q32::DibRows& rows,
+    CqHeadlessDC* fnFindDC(const CDC* dc) const;
+    void fnDraw(const CqHeadlessDC& dc, const CqHeadlessDraw& draw, const q32::DibRows& rows,
                 std::size_t taken, const std::uint8_t* bits);
 
     CqHeadlessMode m_Mode;
     std::vector<std::uint32_t> m_Pixels;
     CqHeadlessHardware m_Hardware;
-    std::vector<std::unique_ptr<DeviceContext>> m_DCs;
     std::vector<CqHeadlessDraw> m_Draws;
     bool m_bKeep = true;
     int m_nFailedResult = -1;
+    LONG m_nIconTitleHeight = CqHeadlessFont::kHeight;
     std::shared_ptr<CqHeadlessMisuses> m_pMisuses;
+    std::vector<std::unique_ptr<CqHeadlessDC>> m_DCs; ///< go first: they tell of misuses
 };

@@ -1,12 +1,9 @@
 #include "platforms/headless/HeadlessWindows.h"
 
-LRESULT CqHeadlessWnd::SendMessage(UINT message, WPARAM wParam, LPARAM lParam) {
-    m_Messages.push_back({message, wParam, lParam});
-    return m_nAnswer;
-}
-
-void CqHeadlessWnd::InvalidateRect(const RECT* rect, bool erase) {
-    m_Invalidations.push_back({rect ? std::optional<RECT>(*rect) : std::nullopt, erase});
+LRESULT CqHeadlessStatusBar::SendMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_ERASEBKGND)
+        reinterpret_cast<CDC*>(wParam)->FillRect(GetClientRect(), COLOR_BTNFACE);
+    return CqHeadlessWnd::SendMessage(message, wParam, lParam);
 }
 
 bool CqHeadlessApp::GetTemplateTitle(CString& title) const {

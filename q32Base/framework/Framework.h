@@ -4,7 +4,9 @@
 
 #include "q32Base/framework/CArchive.h"
 #include "q32Base/framework/CArray.h"
+#include "q32Base/framework/CBitmap.h"
 #include "q32Base/framework/CFile.h"
+#include "q32Base/framework/CFont.h"
 #include "q32Base/framework/CList.h"
 #include "q32Base/framework/CObject.h"
 #include "q32Base/framework/CPalette.h"

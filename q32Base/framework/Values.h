@@ -16,6 +16,10 @@ inline LONG fnWrapAdd(LONG a, LONG b) {
 inline LONG fnWrapSub(LONG a, LONG b) {
     return static_cast<LONG>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
 }
+/// Product of numbers that may be anything. It wraps.
+inline LONG fnWrapMultiply(LONG a, LONG b) {
+    return static_cast<LONG>(static_cast<std::uint32_t>(a) * static_cast<std::uint32_t>(b));
+}
 
 } // namespace q32
 

@@ -7,7 +7,12 @@
 #include "q32Base/framework/CString.h"
 #include "q32Base/framework/Values.h"
 
-/// A device context: something to draw on.
+#include <memory>
+
+class CBitmap;
+class CFont;
+
+/// A device context: something to draw on. Nothing here raises anything.
 class Q32_API CDC : public CObject {
 public:
     /// HORZRES, VERTRES, BITSPIXEL, LOGPIXELSX, LOGPIXELSY; 0 for anything else.
@@ -17,6 +22,41 @@ public:
     virtual CPalette* SelectPalette(CPalette* palette, bool background) = 0;
     /// Maps the selected palette to the screen. Returns the entries that changed on the screen.
     virtual UINT RealizePalette() = 0;
+
+    // Painting. A device context that doesn't paint keeps these: they do nothing and fail. What
+    // lies outside the drawing area isn't painted; a rectangle that is empty or turned paints
+    // nothing. Text is that of the locale's code page; a count of -1 means up to the end mark.
+
+    /// A device context that draws on the bitmap that it has selected, and on nothing without one.
+    /// It suits this one's device. Null on failure, memory included. Its selections must be
+    /// restored before it goes.
+    virtual std::unique_ptr<CDC> CreateCompatibleDC();
+    /// Select a font, or a bitmap into a device context of CreateCompatibleDC; null selects what
+    /// was there at the start. Return what was selected before, null for that. Neither is owned,
+    /// and each must outlive its selection.
+    virtual CFont* SelectObject(CFont* font);
+    virtual CBitmap* SelectObject(CBitmap* bitmap);
+
+    /// Sizes of the selected font. False, and `metrics` stays, on failure.
+    virtual bool GetTextMetrics(TEXTMETRICA* metrics) const;
+    /// Size of a text in one line. False, and `size` stays, on failure.
+    virtual bool GetTextExtentPoint32(const char* text, int count, SIZE* size) const;
+    /// Writes one line of text into a rectangle, which cuts it off.
+    /// @param format  DT_SINGLELINE with DT_CENTER and DT_VCENTER, or with DT_CALCRECT, which
+    /// writes nothing and moves the rectangle's right and bottom to what the text takes
+    /// @return the text's height; 0 on failure, with `rect` as it was
+    virtual int DrawText(const char* text, int count, RECT* rect, UINT format);
+    /// TRANSPARENT or OPAQUE: whether text fills its cells. Returns what was in force; 0 on
+    /// failure.
+    virtual int SetBkMode(int mode);
+
+    /// Fills a rectangle with a system colour, by its COLOR_ number.
+    virtual bool FillRect(const RECT& rect, int systemColor);
+    /// Turns every bit of the pixels.
+    virtual bool InvertRect(const RECT& rect);
+    /// Copies pixels of another device context of the same device. `rop` is SRCCOPY.
+    virtual bool BitBlt(int x, int y, int width, int height, CDC* source, int sourceX, int sourceY,
+                        DWORD rop);
 };
 
 /// A window.
@@ -28,11 +68,36 @@ public:
     void ReleaseDC(CDC* dc);
 
     virtual CRect GetClientRect() const = 0;
+    /// WM_ERASEBKGND has the CDC* to erase on as its wParam.
     virtual LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM lParam) = 0;
     /// Asks for a repaint of a part of the client area, or of all of it for null.
     virtual void InvalidateRect(const RECT* rect, bool erase) = 0;
     /// Whether the window still exists.
     virtual bool IsWindow() const = 0;
+    /// The bar that a frame window shows its messages on; null when it has none, and for any other
+    /// window.
+    virtual CWnd* GetMessageBar() { return nullptr; }
+};
+
+/// A control that shows how far something has come. It understands PBM_SETRANGE and PBM_SETPOS.
+class Q32_API CProgressCtrl : public CWnd {};
+
+/// A device context of a window's client area for this object's life, by the platform in force. It
+/// has none where it can't be had, for lack of memory too.
+class Q32_API CClientDC {
+public:
+    explicit CClientDC(CWnd* window);
+    ~CClientDC();
+    CClientDC(const CClientDC&) = delete;
+    CClientDC& operator=(const CClientDC&) = delete;
+
+    CDC* GetDC() const { return m_pDC; } ///< may be null
+    explicit operator bool() const { return m_pDC != nullptr; }
+    CDC* operator->() const { return m_pDC; }
+
+private:
+    CWnd* m_pWnd;
+    CDC* m_pDC = nullptr;
 };
 
 /// The host's application object.

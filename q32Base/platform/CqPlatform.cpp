@@ -52,6 +52,16 @@ HINSTANCE fnModuleInstance() {
 
 } // namespace q32
 
+bool CqScreenService::fnGetIconTitleFont(LOGFONTA&) {
+    return false;
+}
+std::unique_ptr<CqFontObject> CqScreenService::fnCreateFont(const LOGFONTA&) {
+    return nullptr;
+}
+std::unique_ptr<CqBitmapObject> CqScreenService::fnCreateCompatibleBitmap(CDC*, int, int) {
+    return nullptr;
+}
+
 UINT CqPaletteObject::fnSetEntries(UINT first, UINT count, const PALETTEENTRY* entries) {
     if (first >= m_Entries.size())
         return 0;

@@ -38,7 +38,19 @@ public:
     virtual std::vector<RECT> fnGetRects() const = 0;
 };
 
-/// The screen: device contexts, finished rows, palettes and regions.
+/// A font as the screen holds it. Kept by a CFont.
+class Q32_API CqFontObject {
+public:
+    virtual ~CqFontObject() = default;
+};
+
+/// Pixels of the screen's kind that aren't shown. Kept by a CBitmap.
+class Q32_API CqBitmapObject {
+public:
+    virtual ~CqBitmapObject() = default;
+};
+
+/// The screen: device contexts, finished rows, palettes and regions, fonts and bitmaps.
 /// Called on the host's thread. May throw std::bad_alloc; all else is told by the result.
 class Q32_API CqScreenService {
 public:
@@ -68,4 +80,15 @@ public:
     virtual void fnPaletteGone(const CPalette& palette) noexcept = 0;
     /// Null on failure. An empty or turned rectangle gives an empty region.
     virtual std::unique_ptr<CqRegionObject> fnCreateRectRegion(const RECT& rect) = 0;
+
+    // What painting needs. A screen whose device contexts don't paint keeps these: they fail.
+
+    /// The font that the user has chosen for titles of icons. False, and `font` stays, on failure.
+    virtual bool fnGetIconTitleFont(LOGFONTA& font);
+    /// The font that comes nearest. Null on failure.
+    virtual std::unique_ptr<CqFontObject> fnCreateFont(const LOGFONTA& font);
+    /// A bitmap for the device of `dc`, its pixels all zero. Null on failure, and for a width or
+    /// height below 1.
+    virtual std::unique_ptr<CqBitmapObject> fnCreateCompatibleBitmap(CDC* dc, int width,
+                                                                     int height);
 };

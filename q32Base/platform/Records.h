@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #if defined(_WIN32)
+#include <commctrl.h>
 #include <shlwapi.h>
 #include <windows.h>
 #else
@@ -148,6 +149,50 @@ struct tagRECT {
 };
 using RECT = tagRECT;
 
+/// A font as it is asked for.
+struct tagLOGFONTA {
+    LONG lfHeight; ///< below 0: without the internal leading
+    LONG lfWidth;
+    LONG lfEscapement;
+    LONG lfOrientation;
+    LONG lfWeight;
+    BYTE lfItalic;
+    BYTE lfUnderline;
+    BYTE lfStrikeOut;
+    BYTE lfCharSet;
+    BYTE lfOutPrecision;
+    BYTE lfClipPrecision;
+    BYTE lfQuality;
+    BYTE lfPitchAndFamily;
+    char lfFaceName[32];
+};
+using LOGFONTA = tagLOGFONTA;
+
+/// A font as it is, in pixels.
+struct tagTEXTMETRICA {
+    LONG tmHeight; ///< ascent and descent together
+    LONG tmAscent;
+    LONG tmDescent;
+    LONG tmInternalLeading;
+    LONG tmExternalLeading;
+    LONG tmAveCharWidth;
+    LONG tmMaxCharWidth;
+    LONG tmWeight;
+    LONG tmOverhang;
+    LONG tmDigitizedAspectX;
+    LONG tmDigitizedAspectY;
+    BYTE tmFirstChar;
+    BYTE tmLastChar;
+    BYTE tmDefaultChar;
+    BYTE tmBreakChar;
+    BYTE tmItalic;
+    BYTE tmUnderlined;
+    BYTE tmStruckOut;
+    BYTE tmPitchAndFamily;
+    BYTE tmCharSet;
+};
+using TEXTMETRICA = tagTEXTMETRICA;
+
 inline constexpr DWORD BI_RGB = 0;
 inline constexpr DWORD BI_RLE8 = 1;
 inline constexpr DWORD BI_RLE4 = 2;
@@ -167,6 +212,18 @@ inline constexpr int RGN_OR = 2;
 inline constexpr int RGN_XOR = 3;
 inline constexpr int RGN_DIFF = 4;
 inline constexpr int RGN_COPY = 5;
+
+inline constexpr int COLOR_BTNFACE = 15;
+
+inline constexpr int TRANSPARENT = 1;
+inline constexpr int OPAQUE = 2;
+
+inline constexpr UINT DT_CENTER = 0x1;
+inline constexpr UINT DT_VCENTER = 0x4;
+inline constexpr UINT DT_SINGLELINE = 0x20;
+inline constexpr UINT DT_CALCRECT = 0x400;
+
+inline constexpr DWORD SRCCOPY = 0x00CC0020;
 
 inline constexpr UINT MB_OK = 0;
 inline constexpr UINT MB_OKCANCEL = 1;
@@ -194,6 +251,8 @@ inline constexpr UINT WM_KEYUP = 0x101;
 inline constexpr UINT WM_CHAR = 0x102;
 inline constexpr UINT WM_KEYFIRST = 0x100;
 inline constexpr UINT WM_KEYLAST = 0x108;
+inline constexpr UINT PBM_SETRANGE = 0x401; ///< lParam: low word the lower end, high word the upper
+inline constexpr UINT PBM_SETPOS = 0x402;   ///< wParam: the position
 
 #endif
 
@@ -208,3 +267,4 @@ static_assert(sizeof(WAVEHDR) == 16 + 4 * sizeof(void*) &&
               offsetof(WAVEHDR, dwFlags) == 8 + 2 * sizeof(void*));
 static_assert(sizeof(ULARGE_INTEGER) == 8 && sizeof(SYSTEMTIME) == 16);
 static_assert(sizeof(DLLVERSIONINFO) == 20 && sizeof(RECT) == 16);
+static_assert(sizeof(LOGFONTA) == 60 && sizeof(TEXTMETRICA) == 56);

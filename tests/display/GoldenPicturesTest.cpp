@@ -1,12 +1,9 @@
 // What the screen shows of a small colourful image, compared with pictures that were looked at.
-// With Q32_GOLDEN_WRITE=1 in the environment the pictures are written instead of compared.
 
 #include "tests/display/DisplayWorld.h"
+#include "tests/support/GoldenPicture.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <tuple>
 
@@ -79,19 +76,8 @@ std::unique_ptr<CqImage> fnMakeImage(unsigned bits) {
     return image;
 }
 
-std::string fnReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 void fnCompare(CqDisplayWorld& world, const std::string& name) {
-    const std::string path = std::string(Q32_GOLDEN_FOLDER) + "/" + name + ".ppm";
-    const CqHeadlessPicture picture = world.fnScreen().fnGetPicture();
-    if (std::getenv("Q32_GOLDEN_WRITE")) {
-        ASSERT_TRUE(picture.fnSavePpm(path)) << path;
-        return;
-    }
-    EXPECT_TRUE(picture.fnToPpm() == fnReadFile(path)) << path << " shows something else";
+    fnCompareGolden(world.fnScreen().fnGetPicture(), name);
 }
 
 class GoldenPictures : public testing::TestWithParam<std::tuple<int, unsigned>> {};

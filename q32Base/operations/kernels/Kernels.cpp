@@ -1,12 +1,15 @@
 #include "q32Base/operations/kernels/Kernels.h"
 
+#include "q32Base/operations/kernels/ChannelCurves.h"
 #include "q32Base/operations/kernels/Dither.h"
 #include "q32Base/operations/kernels/Fill.h"
+#include "q32Base/operations/kernels/HueShift.h"
 #include "q32Base/operations/kernels/MaskSum.h"
 #include "q32Base/operations/kernels/Merge.h"
 #include "q32Base/operations/kernels/Palette.h"
 #include "q32Base/operations/kernels/PixelFormat.h"
 #include "q32Base/operations/kernels/Stream.h"
+#include "q32Base/operations/kernels/Threshold.h"
 #include "q32Base/operations/kernels/ToneCurve.h"
 #include "q32Base/operations/kernels/Zoom.h"
 
@@ -36,6 +39,9 @@ void fnReplaceForLevel(CqKernels& table, CqKernelLevel level) {
         fnUseAvx2PixelFormat(table);
         fnUseAvx2Palette(table);
         fnUseAvx2ToneCurve(table);
+        fnUseAvx2ChannelCurves(table);
+        fnUseAvx2Threshold(table);
+        fnUseAvx2HueShift(table);
         fnUseAvx2Dither(table);
         fnUseAvx2Zoom(table);
         fnUseAvx2Fill(table);
@@ -43,8 +49,10 @@ void fnReplaceForLevel(CqKernels& table, CqKernelLevel level) {
         fnUseAvx2MaskSum(table);
         fnUseAvx2Stream(table);
     }
-    if (level >= CqKernelLevel::AVX512)
+    if (level >= CqKernelLevel::AVX512) {
         fnUseAvx512ToneCurve(table);
+        fnUseAvx512ChannelCurves(table);
+    }
 }
 #else
 bool fnProcessorHas(CqKernelLevel level) {
@@ -59,6 +67,9 @@ CqKernels fnBuildTable(CqKernelLevel level) {
     fnUseScalarPixelFormat(table);
     fnUseScalarPalette(table);
     fnUseScalarToneCurve(table);
+    fnUseScalarChannelCurves(table);
+    fnUseScalarThreshold(table);
+    fnUseScalarHueShift(table);
     fnUseScalarDither(table);
     fnUseScalarZoom(table);
     fnUseScalarFill(table);

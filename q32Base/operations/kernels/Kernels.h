@@ -38,6 +38,18 @@ using CqPaletteRun = void (*)(const std::uint8_t* source, std::uint8_t* target, 
 /// Through a table of 256 bytes, in place.
 using CqCurveRun = void (*)(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curve);
 
+/// Through three tables of 256 bytes that follow each other, one for each channel in the order red,
+/// green, blue. In place.
+using CqChannelCurvesRun = void (*)(std::uint8_t* pixels, std::size_t count,
+                                    const std::uint8_t* curves);
+
+/// Compares bytes with a level, in place.
+using CqThresholdRun = void (*)(std::uint8_t* pixels, std::size_t count, std::uint8_t level);
+
+/// Turns hues and shifts saturations, in place. See HueShift.h.
+struct CqHueShift;
+using CqHueRun = void (*)(std::uint8_t* pixels, std::size_t count, const CqHueShift& shift);
+
 /// To indices of the 6 x 6 x 6 colour palette, by ordered dither. `thresholds` has 8 rows of 8
 /// values from 0 to 50; the run begins at pixel (x, y) of the pattern, which repeats everywhere.
 using CqDitherRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
@@ -108,8 +120,19 @@ struct CqKernels {
     CqPaletteRun fnIndex8ToArgb32; ///< alpha 255
 
     // Tone.
-    CqCurveRun fnCurve24; ///< all three bytes of a pixel
-    CqCurveRun fnCurve32; ///< the first three bytes of a pixel, the fourth stays
+    CqCurveRun fnCurve8;                   ///< every byte
+    CqCurveRun fnCurve24;                  ///< all three bytes of a pixel
+    CqCurveRun fnCurve32;                  ///< the first three bytes of a pixel, the fourth stays
+    CqChannelCurvesRun fnChannelCurves565; ///< the result is cut to 5, 6 and 5 bits
+    CqChannelCurvesRun fnChannelCurves24;  ///< Rgb24
+    CqChannelCurvesRun fnChannelCurves32;  ///< Argb32; alpha stays
+    CqThresholdRun fnThreshold;            ///< 0 below the level, else 255; `count` is of bytes
+    /// Two bytes a pixel: red is the high five bits of the first byte and blue the low five of the
+    /// second, but green is bits 5 to 10 of both taken low byte first. The result is 5-6-5 stored
+    /// low byte first. Both are wanted: a pixel comes back with its bytes exchanged.
+    CqHueRun fnHueShift16;
+    CqHueRun fnHueShift24; ///< Rgb24
+    CqHueRun fnHueShift32; ///< Argb32; alpha stays
 
     // Dither. A colour component of 255 where the threshold is 0 reaches level 6, beyond the
     // palette's six levels, and adds nothing to the index. This is wanted: it is how the screen has

@@ -12,6 +12,7 @@ void fnUseAvx512ToneCurve(CqKernels& table);
 // The plain versions, which the vector versions also use for the ends of runs.
 namespace scalar {
 
+void fnCurve8(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curve);
 void fnCurve24(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curve);
 void fnCurve32(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curve);
 

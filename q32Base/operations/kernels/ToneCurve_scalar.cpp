@@ -3,9 +3,13 @@
 namespace q32 {
 namespace scalar {
 
-void fnCurve24(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curve) {
-    for (std::size_t i = 0; i < 3 * count; ++i)
+void fnCurve8(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curve) {
+    for (std::size_t i = 0; i < count; ++i)
         pixels[i] = curve[pixels[i]];
+}
+
+void fnCurve24(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curve) {
+    fnCurve8(pixels, 3 * count, curve);
 }
 
 void fnCurve32(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curve) {
@@ -19,6 +23,7 @@ void fnCurve32(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curv
 } // namespace scalar
 
 void fnUseScalarToneCurve(CqKernels& table) {
+    table.fnCurve8 = scalar::fnCurve8;
     table.fnCurve24 = scalar::fnCurve24;
     table.fnCurve32 = scalar::fnCurve32;
 }

@@ -1,0 +1,114 @@
+#include "q32Base/operations/ToneCurves.h"
+
+#include "q32Base/framework/Values.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace q32 {
+namespace {
+
+constexpr double kUnit = 0.00392156862745098; ///< 1 / 255
+
+// Percent to the scale of 128, which ends one step short of it. So the slope never becomes level or
+// upright, and no divisor below becomes 0.
+int fnScalePercent(std::int32_t percent) {
+    return std::clamp(fnWrapMultiply(percent, 128) / 100, -127, 127);
+}
+
+// A number cut to an integer and that to a byte; what no 32-bit integer can hold becomes 0.
+std::uint8_t fnCutToByte(double value) {
+    const bool fits = value > -2147483649.0 && value < 2147483648.0;
+    return static_cast<std::uint8_t>(fits ? static_cast<std::int32_t>(value) : 0);
+}
+
+void fnMakeGammaCurve(double gamma, std::uint8_t* curve) {
+    const bool straight = std::fabs(gamma - 1.0) <= 1e-10;
+    for (int i = 0; i < 256; ++i)
+        curve[i] = straight ? static_cast<std::uint8_t>(i)
+                            : fnCutToByte(std::pow(i * kUnit, gamma) * 255.0);
+}
+
+// Squeezes 256 entries between two end points, by steps that are spread evenly in whole numbers:
+// nothing below `low`, everything above `high`.
+void fnSqueeze(const std::uint8_t* source, int low, int high, std::uint8_t* curve) {
+    const int span = high - low;
+    const int step = span == 0 ? 0 : 255 / span;
+    const int rest = span == 0 ? 0 : 255 % span;
+    std::fill_n(curve, low, std::uint8_t{0});
+    int index = 0;
+    int error = span / 2;
+    for (int i = low; i <= high; ++i) {
+        curve[i] = source[index];
+        index += step;
+        error += rest;
+        if (error > span) {
+            error -= span;
+            ++index;
+        }
+    }
+    std::fill_n(curve + high + 1, 255 - high, std::uint8_t{255});
+}
+
+} // namespace
+
+void fnMakeContrastCurve(std::int32_t brightness, std::int32_t contrast, std::uint8_t* curve) {
+    const int b = fnScalePercent(brightness);
+    const int c = fnScalePercent(contrast);
+    const int d = 255 - 2 * c; // 1 to 509
+    int lowIn = 0;
+    int lowOut = 0;
+    int highIn = 255;
+    int highOut = 255;
+    if (c >= 0) {
+        lowIn = c - b;
+        highIn = 255 - b - c;
+        if (lowIn < 0) {
+            lowOut = ((d >> 1) - lowIn * 255) / d;
+            lowIn = 0;
+        }
+        if (highIn > 255) {
+            highOut = 255 - ((highIn - 255) * 255 + (d >> 1)) / d;
+            highIn = 255;
+        }
+    } else {
+        lowOut = b - c;
+        highOut = 255 + b + c;
+        if (lowOut < 0) {
+            lowIn = ((d >> 1) - lowOut * 255) / d;
+            lowOut = 0;
+        }
+        if (highOut > 255) {
+            highIn = 255 - ((highOut - 255) * 255 + (d >> 1)) / d;
+            highOut = 255;
+        }
+    }
+    const int rise = highOut - lowOut;
+    for (int i = 0; i < 256; ++i) {
+        const int value = i < lowIn    ? lowOut
+                          : i > highIn ? highOut
+                                       : lowOut + (rise * i - rise * lowIn) / (highIn - lowIn);
+        curve[i] = static_cast<std::uint8_t>(value);
+    }
+}
+
+void fnMakeBalanceCurve(std::int32_t weight, std::uint8_t* curve) {
+    constexpr int kNeutral = 100;
+    const int level = fnWrapMultiply(fnWrapAdd(fnWrapMultiply(weight, 5), 640), 40) / 255;
+    if (level == kNeutral) {
+        for (int i = 0; i < 256; ++i)
+            curve[i] = static_cast<std::uint8_t>(i);
+        return;
+    }
+    const int code = static_cast<std::uint8_t>(99 - level);
+    const int low = level <= kNeutral ? code : 0;
+    const int high = level <= kNeutral ? 255 : code;
+    const int middle = (kNeutral - level) * 60 / 100 + 127;
+    // Far outside of -100 to 100 this is no number, or an infinite one, which makes a flat curve.
+    const double gamma = std::log(0.5) / std::log(middle * kUnit);
+    std::uint8_t bend[256];
+    fnMakeGammaCurve(gamma, bend);
+    fnSqueeze(bend, low, high, curve);
+}
+
+} // namespace q32

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "platforms/headless/HeadlessPicture.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+/// Compares a picture, byte by byte, with one of that name that was looked at. With
+/// Q32_GOLDEN_WRITE in the environment the picture is written instead. Q32_GOLDEN_FOLDER says
+/// where.
+inline void fnCompareGolden(const CqHeadlessPicture& picture, const std::string& name) {
+    const std::string path = std::string(Q32_GOLDEN_FOLDER) + "/" + name + ".ppm";
+    if (std::getenv("Q32_GOLDEN_WRITE")) {
+        ASSERT_TRUE(picture.fnSavePpm(path)) << path;
+        return;
+    }
+    std::ifstream in(path, std::ios::binary);
+    const std::string wanted{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    EXPECT_TRUE(picture.fnToPpm() == wanted) << path << " shows something else";
+}
