@@ -168,8 +168,9 @@ Curve fnBalanceByRule(std::int64_t argument) {
     int low = level <= 100 ? code : 0;
     const int high = level <= 100 ? 255 : code;
     low = std::min(low, high);
-    const auto middle = static_cast<double>((100 - level) * 60 / 100 + 127);
-    const double gamma = std::log(0.5) / std::log(middle * 0.00392156862745098);
+    const std::int64_t middle = (100 - level) * 60 / 100 + 127;
+    const double gamma =
+        std::log(0.5) / std::log(static_cast<double>(middle) * 0.00392156862745098);
     Curve scratch = fnIdentity();
     if (!(std::fabs(gamma - 1.0) <= 1e-10))
         for (unsigned i = 0; i < 256; ++i) {
@@ -504,7 +505,7 @@ TEST_F(Tone, TheProgressDisplayOfAHostStopsTheWorkWithEsc) {
 
 TEST_F(Tone, DrawingShowsTheWindowTileByTile) {
     CqHeadlessWnd window(CRect(20, 30, 320, 170));
-    for (const auto& [name, work] : kOperations) {
+    for (const auto& operation : kOperations) {
         m_World->m_pScreen->fnClear(0x000001);
         CqImage image(300, 140, 24, nullptr, 0u);
         fnWrite(image, Bytes(fnRead(image).size(), 120));
@@ -516,15 +517,16 @@ TEST_F(Tone, DrawingShowsTheWindowTileByTile) {
             for (int i = 0; i < 6; ++i) {
                 const bool shown =
                     m_World->m_pScreen->fnGetPixel(20 + probes[i].x, 30 + probes[i].y) != 0x000001;
-                EXPECT_EQ(shown, i <= call) << name << ", tile " << i << " at call " << call;
+                EXPECT_EQ(shown, i <= call)
+                    << operation.first << ", tile " << i << " at call " << call;
             }
             EXPECT_EQ(m_World->m_pScreen->fnGetDraws().size(), static_cast<std::size_t>(call + 1));
         };
         m_World->m_pScreen->fnClearDraws();
-        work(image, true, &watcher);
+        operation.second(image, true, &watcher);
         EXPECT_EQ(watcher.m_Percents.size(), 6u);
         m_World->m_pScreen->fnClearDraws();
-        work(image, false, nullptr);
+        operation.second(image, false, nullptr);
         EXPECT_TRUE(m_World->m_pScreen->fnGetDraws().empty());
     }
     EXPECT_EQ(m_World->m_pScreen->fnGetOpenDCs(), 0u);

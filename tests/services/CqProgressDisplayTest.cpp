@@ -17,10 +17,10 @@ public:
     bool m_bAnswer = false;
 
     void fnClearStatus() const override {
-        const_cast<HostDisplay*>(this)->m_Calls.push_back("clear");
+        const_cast<HostDisplay*>(this)->m_Calls.emplace_back("clear");
     }
     bool fnIsAborted() const override {
-        const_cast<HostDisplay*>(this)->m_Calls.push_back("poll");
+        const_cast<HostDisplay*>(this)->m_Calls.emplace_back("poll");
         return m_bAnswer;
     }
 };

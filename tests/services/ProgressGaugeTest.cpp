@@ -20,10 +20,10 @@ struct Canvas {
 
     Canvas(int width, int height, std::uint32_t color)
         : m_nWidth(width), m_nHeight(height),
-          m_Pixels(static_cast<std::size_t>(width * height), color) {}
+          m_Pixels(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), color) {}
     std::uint32_t* fnAt(int x, int y) {
         const bool inside = x >= 0 && y >= 0 && x < m_nWidth && y < m_nHeight;
-        return inside ? &m_Pixels[static_cast<std::size_t>(y * m_nWidth + x)] : nullptr;
+        return inside ? m_Pixels.data() + y * m_nWidth + x : nullptr;
     }
     /// Writes text at (x, y), cut off at column `end`.
     void fnWrite(const std::string& text, int x, int y, int begin, int end) {
