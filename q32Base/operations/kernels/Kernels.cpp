@@ -5,6 +5,7 @@
 #include "q32Base/operations/kernels/PixelFormat.h"
 #include "q32Base/operations/kernels/Stream.h"
 #include "q32Base/operations/kernels/ToneCurve.h"
+#include "q32Base/operations/kernels/Weigh.h"
 #include "q32Base/operations/kernels/Zoom.h"
 
 namespace q32 {
@@ -36,6 +37,7 @@ void fnReplaceForLevel(CqKernels& table, CqKernelLevel level) {
         fnUseAvx2Dither(table);
         fnUseAvx2Zoom(table);
         fnUseAvx2Stream(table);
+        fnUseAvx2Weigh(table);
     }
     if (level >= CqKernelLevel::AVX512)
         fnUseAvx512ToneCurve(table);
@@ -56,6 +58,7 @@ CqKernels fnBuildTable(CqKernelLevel level) {
     fnUseScalarDither(table);
     fnUseScalarZoom(table);
     fnUseScalarStream(table);
+    fnUseScalarWeigh(table);
     fnReplaceForLevel(table, level);
     return table;
 }

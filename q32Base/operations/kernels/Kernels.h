@@ -58,6 +58,22 @@ using CqInflateRun = void (*)(const std::uint8_t* source, std::uint8_t* target, 
 using CqShrinkRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                              std::size_t factor);
 
+struct ContribList;
+
+/// How many rows stand side by side in the lanes of the filter's kernels.
+inline constexpr std::size_t kFilterLanes = 32;
+
+/// The filter's weighted sum of rows: target byte i is the sum of byte i of `rows[k]` times the
+/// weight of the list's entry k, in double and in the order of the entries, from 0 on. It is
+/// lifted by kFilterDust, truncated and brought into a byte. Pixel indices aren't looked at.
+using CqWeighRows = void (*)(const std::uint8_t* const* rows, const ContribList& list,
+                             std::uint8_t* target, std::size_t count);
+
+/// The same over blocks of kFilterLanes bytes, of which the one for pixel p begins at
+/// base + (p - first) * stride; one block of target.
+using CqWeighLanes = void (*)(const std::uint8_t* base, std::int32_t first, std::size_t stride,
+                              const ContribList& list, std::uint8_t* target);
+
 /// The inner loops of the library for one instruction set.
 ///
 /// Example: `fnKernels().fnRgb24ToBgrx32(row, screenRow, width);`
@@ -109,6 +125,15 @@ struct CqKernels {
     // Zoom, by bytes a pixel: element 0 for one byte to element 3 for four.
     CqInflateRun fnInflate[4];
     CqShrinkRun fnShrink[4];
+
+    // The cubic filter. Rows and lanes: byte i of row r lies at i * kFilterLanes + r.
+    CqWeighRows fnWeighRows;
+    CqWeighLanes fnWeighLanes;
+    /// `count` bytes of each of kFilterLanes rows to lanes, and back. Rows may be given twice.
+    void (*fnBytesToLanes)(const std::uint8_t* const* rows, std::uint8_t* target,
+                           std::size_t count);
+    void (*fnLanesToBytes)(const std::uint8_t* source, std::uint8_t* const* rows,
+                           std::size_t count);
 
     // Streaming.
     /// Copies `count` bytes past the caches: for a large target that isn't read soon. Every series
