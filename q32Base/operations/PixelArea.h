@@ -33,10 +33,19 @@ public:
         const std::uint32_t row = y >> m_nShiftY;
         const TileEntry& tile =
             m_pTiles ? m_pTiles[static_cast<std::size_t>(row) * m_nAcross + column] : m_One;
-        const std::uint32_t width = column + 1 == m_nAcross ? m_nLastWidth : m_nTileWidth;
         const std::size_t inTile =
-            static_cast<std::size_t>(y - (row << m_nShiftY)) * width + (x - (column << m_nShiftX));
+            static_cast<std::size_t>(y - (row << m_nShiftY)) * fnTileWidth(column) +
+            (x - (column << m_nShiftX));
         return tile.Pixels + inTile * m_nBytes;
+    }
+    /// Bytes from a row to the next one, where x lies.
+    std::ptrdiff_t fnStride(std::uint32_t x) const {
+        return static_cast<std::ptrdiff_t>(fnTileWidth(x >> m_nShiftX)) * m_nBytes;
+    }
+    /// The first row behind y that doesn't lie one stride behind the row above it.
+    std::uint32_t fnRowsEnd(std::uint32_t y) const {
+        return m_nShiftY == 31 ? m_nHeight
+                               : std::min(m_nHeight, ((y >> m_nShiftY) + 1) << m_nShiftY);
     }
     /// The first pixel behind x that doesn't lie side by side with x.
     std::uint32_t fnRunEnd(std::uint32_t x) const {
@@ -44,6 +53,10 @@ public:
     }
 
 private:
+    std::uint32_t fnTileWidth(std::uint32_t column) const {
+        return column + 1 == m_nAcross ? m_nLastWidth : m_nTileWidth;
+    }
+
     TileEntry m_One = {nullptr, false};
     const TileEntry* m_pTiles = nullptr; ///< null for a plain buffer
     std::uint32_t m_nAcross = 1;

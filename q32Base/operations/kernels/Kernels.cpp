@@ -5,6 +5,8 @@
 #include "q32Base/operations/kernels/PixelFormat.h"
 #include "q32Base/operations/kernels/Stream.h"
 #include "q32Base/operations/kernels/ToneCurve.h"
+#include "q32Base/operations/kernels/Transpose.h"
+#include "q32Base/operations/kernels/Turn.h"
 #include "q32Base/operations/kernels/Weigh.h"
 #include "q32Base/operations/kernels/Zoom.h"
 
@@ -37,6 +39,8 @@ void fnReplaceForLevel(CqKernels& table, CqKernelLevel level) {
         fnUseAvx2Dither(table);
         fnUseAvx2Zoom(table);
         fnUseAvx2Stream(table);
+        fnUseAvx2Transpose(table);
+        fnUseAvx2Turn(table);
         fnUseAvx2Weigh(table);
     }
     if (level >= CqKernelLevel::AVX512)
@@ -58,6 +62,8 @@ CqKernels fnBuildTable(CqKernelLevel level) {
     fnUseScalarDither(table);
     fnUseScalarZoom(table);
     fnUseScalarStream(table);
+    fnUseScalarTranspose(table);
+    fnUseScalarTurn(table);
     fnUseScalarWeigh(table);
     fnReplaceForLevel(table, level);
     return table;
