@@ -36,16 +36,17 @@ std::uint32_t fnPack(int low, int high) {
     return (static_cast<std::uint32_t>(low) & 0xFFFFu) | static_cast<std::uint32_t>(high) << 16;
 }
 
-/// Gives a list its whole-number weights, if they can hold it.
-///
-/// The bound. With n entries: a fine weight is rounded to a multiple of 2^-29, so each weight is
-/// off by 2^-30 at most and the sum of n bytes by 255 n 2^-30 < n 2^-22. Cutting the fine sum to
-/// 2^-22 takes off less than one unit. The sum of doubles, of terms that add up to less than
-/// 2 x 255 in size, is off the true sum by less than n 2^-53 x 512 < 2^-34, and kFilterDust shifts
-/// it by less than 2^-33: together less than one unit. So n + 4 units hold all of it.
-///
-/// Nothing overflows: the coarse sum is below 255 x 2 x 2^14 + 255 n / 2 in size and has to stay
-/// below 2^31 / 2^8, and the fine sum is at most 255 n 2^14 < 2^31.
+} // namespace
+
+// How far the whole numbers can be off. With n entries: a fine weight is rounded to a multiple of
+// 2^-29, so each weight is off by 2^-30 at most and the sum of n bytes by 255 n 2^-30 < n 2^-22.
+// Cutting the fine sum to 2^-22 takes off less than one unit. The sum of doubles, of terms that add
+// up to less than 2 x 255 in size, is off the true sum by less than n 2^-53 x 512 < 2^-34, and
+// kFilterDust shifts it by less than 2^-33: together less than one unit. So n + 4 units hold all of
+// it.
+//
+// Nothing overflows: the coarse sum is below 255 x 2 x 2^14 + 255 n / 2 in size and has to stay
+// below 2^31 / 2^8, and the fine sum is at most 255 n 2^14 < 2^31.
 void fnSetWholeWeights(ContribList& list) {
     constexpr int kMostEntries = 500;
     constexpr double kMostWeight = 1.9;
@@ -88,8 +89,6 @@ void fnSetWholeWeights(ContribList& list) {
         }
     }
 }
-
-} // namespace
 
 ContribTable::ContribTable(double scale, std::uint32_t dstCount, std::uint32_t srcCount)
     : m_nWidth(scale >= 1.0 ? 2.0 : 2.0 / scale) {
