@@ -11,6 +11,9 @@
 #include "q32Base/operations/kernels/Stream.h"
 #include "q32Base/operations/kernels/Threshold.h"
 #include "q32Base/operations/kernels/ToneCurve.h"
+#include "q32Base/operations/kernels/Transpose.h"
+#include "q32Base/operations/kernels/Turn.h"
+#include "q32Base/operations/kernels/Weigh.h"
 #include "q32Base/operations/kernels/Zoom.h"
 
 namespace q32 {
@@ -48,6 +51,9 @@ void fnReplaceForLevel(CqKernels& table, CqKernelLevel level) {
         fnUseAvx2Merge(table);
         fnUseAvx2MaskSum(table);
         fnUseAvx2Stream(table);
+        fnUseAvx2Transpose(table);
+        fnUseAvx2Turn(table);
+        fnUseAvx2Weigh(table);
     }
     if (level >= CqKernelLevel::AVX512) {
         fnUseAvx512ToneCurve(table);
@@ -76,6 +82,9 @@ CqKernels fnBuildTable(CqKernelLevel level) {
     fnUseScalarMerge(table);
     fnUseScalarMaskSum(table);
     fnUseScalarStream(table);
+    fnUseScalarTranspose(table);
+    fnUseScalarTurn(table);
+    fnUseScalarWeigh(table);
     fnReplaceForLevel(table, level);
     return table;
 }

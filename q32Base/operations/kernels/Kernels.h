@@ -86,6 +86,55 @@ using CqKeyRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std:
 using CqWeightRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                              const std::uint8_t* weights);
 
+struct ContribList;
+
+/// How many rows stand side by side in the lanes of the filter's kernels.
+inline constexpr std::size_t kFilterLanes = 32;
+
+/// The filter's weighted sum of rows: target byte i is the sum of byte i of `rows[k]` times the
+/// weight of the list's entry k, in double and in the order of the entries, from 0 on. It is
+/// lifted by kFilterDust, truncated and brought into a byte. Pixel indices aren't looked at.
+using CqWeighRows = void (*)(const std::uint8_t* const* rows, const ContribList& list,
+                             std::uint8_t* target, std::size_t count);
+
+/// The same over blocks of kFilterLanes bytes, of which the one for pixel p begins at
+/// base + (p - first) * stride; one block of target.
+using CqWeighLanes = void (*)(const std::uint8_t* base, std::int32_t first, std::size_t stride,
+                              const ContribList& list, std::uint8_t* target);
+
+/// Rows become columns: target pixel j of row i is source pixel i of row j, for `width` source
+/// columns and `height` source rows. Strides are in bytes and may be negative.
+using CqTransposeRun = void (*)(const std::uint8_t* source, std::ptrdiff_t sourceStride,
+                                std::uint8_t* target, std::ptrdiff_t targetStride,
+                                std::size_t width, std::size_t height);
+
+/// How many rows a turn works on side by side.
+inline constexpr std::size_t kTurnRows = 4;
+
+/// A part of a source image for a turn, with the background around it in place. It holds every
+/// pixel that the turn looks at, and 8 readable bytes more behind the last pixel.
+struct CqTurnSource {
+    const std::uint8_t* pixels;
+    std::int32_t stride; ///< pixels from a row to the next one; at most 2^15
+    double left;         ///< whole numbers: the image's coordinates of the first pixel
+    double top;
+};
+
+/// Target rows of a turn, and where they run through the source: from (x, y), a step of (c, -s) for
+/// each pixel, added up one by one.
+struct CqTurnRows {
+    std::uint8_t* target[kTurnRows];
+    double x[kTurnRows];
+    double y[kTurnRows];
+    double c;
+    double s;
+};
+
+/// `count` pixels in each row. Nearest: coordinates are rounded, halves away from 0. Bilinear:
+/// coordinates are cut toward 0, also below 0, and the four weights come of what is cut off; sums
+/// in double are truncated.
+using CqTurnRun = void (*)(const CqTurnSource& source, const CqTurnRows& rows, std::size_t count);
+
 /// The inner loops of the library for one instruction set.
 ///
 /// Example: `fnKernels().fnRgb24ToBgrx32(row, screenRow, width);`
@@ -172,6 +221,24 @@ struct CqKernels {
     // give 44. This is wanted. A difference below 0 is 0.
     CqPixelRun fnMaskAdd;
     CqPixelRun fnMaskSubtract;
+
+    // The cubic filter. Rows and lanes: byte i of row r lies at i * kFilterLanes + r.
+    CqWeighRows fnWeighRows;
+    CqWeighLanes fnWeighLanes;
+    /// `count` bytes of each of kFilterLanes rows to lanes, and back. Rows may be given twice.
+    void (*fnBytesToLanes)(const std::uint8_t* const* rows, std::uint8_t* target,
+                           std::size_t count);
+    void (*fnLanesToBytes)(const std::uint8_t* source, std::uint8_t* const* rows,
+                           std::size_t count);
+
+    // Rotation.
+    CqTransposeRun fnTranspose[4]; ///< by bytes a pixel: element 0 for one to element 3 for four
+    CqTurnRun fnTurnNearest8;
+    CqTurnRun fnTurnNearest32;
+    /// The sum is p00 w00 + p01 w01 + p10 w10 + p11 w11, from the left.
+    CqTurnRun fnTurnBilinear8;
+    /// Every byte for itself. The sum is p11 w11 + p01 w01 + p10 w10 + p00 w00, from the left.
+    CqTurnRun fnTurnBilinear32;
 
     // Streaming.
     /// Copies `count` bytes past the caches: for a large target that isn't read soon. Every series

@@ -1,0 +1,38 @@
+/// @file
+/// What benchmarks of image operations share.
+#pragma once
+
+#include "platforms/posix/posix.h"
+#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/q32Base.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <random>
+
+namespace q32::bench {
+
+/// Attaches the library for the life of the program, all pixels in RAM.
+inline void fnAttach() {
+    if (!q32Attach(q32PosixPlatform()))
+        std::abort();
+    q32GetVMPolicy()->fnSetRamLimit(0xFFFFFFFFu);
+}
+
+/// A slow ramp with the noise of a sensor; one tenth of it is plain white.
+inline void fnPaint(CqImage& image) {
+    std::mt19937 random(1);
+    const std::uint32_t size = image.TileMap->BufferSize;
+    for (std::uint32_t i = 0; i < size; ++i)
+        image.TileMap->PixelBuffer[i] = static_cast<unsigned char>(
+            i % 20000 < 2000 ? 255 : 20 + (i / 5000) % 200 + random() % 16);
+}
+
+inline void fnCountPixels(benchmark::State& state, std::uint32_t width, std::uint32_t height) {
+    state.counters["MPix/s"] = benchmark::Counter(width * static_cast<double>(height) * 1e-6,
+                                                  benchmark::Counter::kIsIterationInvariantRate);
+}
+
+} // namespace q32::bench

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "q32Base/operations/ContribList.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace q32 {
+
+/// Gives a list, whose entries have their weights, the whole-number weights with `band` and `flat`.
+void fnSetWholeWeights(ContribList& list);
+
+/// The samples and weights of one axis, for the filter of Mitchell and Netravali with B = C = 1/3
+/// (Reconstruction Filters in Computer Graphics, 1988), which widens when reducing. One heap block:
+/// the lists, then an array of `fnCapacity` entries for each.
+///
+/// Output position i stands at source position i / scale: there is no half-pixel offset. Samples
+/// beyond an edge are reflected, the edge sample being taken once at the low side and twice at the
+/// high side; a source shorter than the filter's reach is reflected again and again.
+class ContribTable {
+public:
+    /// @param scale  target over source; above 0
+    /// Raises the memory exception, also for a table that no memory can hold.
+    ContribTable(double scale, std::uint32_t dstCount, std::uint32_t srcCount);
+
+    const ContribList& operator[](std::uint32_t i) const { return m_pLists[i]; }
+    /// The most entries that a list can have.
+    std::uint32_t fnCapacity() const { return m_nCapacity; }
+
+private:
+    void fnFillList(ContribList& list, std::uint32_t i, double scale, std::uint32_t srcCount) const;
+
+    double m_nWidth; ///< how far the filter reaches to each side, in source samples
+    std::uint32_t m_nCapacity = 0;
+    std::unique_ptr<unsigned char[]> m_pBlock;
+    ContribList* m_pLists = nullptr;
+};
+
+} // namespace q32

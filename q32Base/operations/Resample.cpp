@@ -1,0 +1,59 @@
+#include "q32Base/operations/Resample.h"
+
+#include "q32Base/framework/Memory.h"
+#include "q32Base/image/CqImage.h"
+#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/services/CqProgressDisplay.h"
+
+#include <cmath>
+#include <memory>
+
+namespace {
+
+std::unique_ptr<CqTileMap> fnNewSize(const CqTileMap& map, std::uint32_t width,
+                                     std::uint32_t height) {
+    return std::unique_ptr<CqTileMap>(
+        q32::fnNew<CqTileMap>(width, height, map.BitCount, map.Palette, map.PaletteCount));
+}
+
+bool fnWasAborted(const CqProgressDisplay* progress) {
+    return progress && progress->fnWasAborted();
+}
+
+/// Rounded up, but for floating-point dust. Raises the memory exception for what is no 32-bit
+/// number.
+std::uint32_t fnScaledSize(std::uint32_t size, double scale) {
+    const double exact = size * scale;
+    if (!(exact > -1.0 && exact < 4294967295.0))
+        AfxThrowMemoryException();
+    const double whole = std::trunc(exact);
+    return static_cast<std::uint32_t>(whole) + (exact - whole > 1e-10 ? 1 : 0);
+}
+
+} // namespace
+
+void CqImage::fnResample(unsigned int width, unsigned int height, bool interpolate,
+                         CqProgressDisplay* progress) {
+    if (width == Width && height == Height)
+        return;
+    auto target = fnNewSize(*TileMap, width, height);
+    const bool paletteImage = BitCount <= 8 && !TileMap->GrayScale;
+    const bool done =
+        interpolate && !paletteImage
+            ? q32::fnFilterResample(*TileMap, *target, static_cast<double>(width) / Width,
+                                    static_cast<double>(height) / Height, progress)
+            : q32::fnNearestResample(*TileMap, *target, progress);
+    if (done && !fnWasAborted(progress))
+        fnSetBuf(target.release());
+}
+
+void CqImage::fnResample(double scaleX, double scaleY, CqProgressDisplay* progress) {
+    const std::uint32_t width = fnScaledSize(Width, scaleX);
+    const std::uint32_t height = fnScaledSize(Height, scaleY);
+    if (width == Width && height == Height)
+        return;
+    auto target = fnNewSize(*TileMap, width, height);
+    if (q32::fnFilterResample(*TileMap, *target, scaleX, scaleY, progress) &&
+        !fnWasAborted(progress))
+        fnSetBuf(target.release());
+}

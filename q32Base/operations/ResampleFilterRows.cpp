@@ -1,0 +1,158 @@
+#include "q32Base/framework/Memory.h"
+#include "q32Base/operations/ContribTable.h"
+#include "q32Base/operations/FilterChannels.h"
+#include "q32Base/operations/kernels/Kernels.h"
+#include "q32Base/operations/PixelArea.h"
+#include "q32Base/operations/ProgressRun.h"
+#include "q32Base/operations/Resample.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace q32 {
+namespace {
+
+/// Sums up some target columns of kFilterLanes rows at a time. The source pixels that they need
+/// are turned, so that the rows stand side by side and one sum of blocks serves all of them.
+class RowFilter {
+public:
+    RowFilter(const PixelArea& source, const PixelArea& target, double scale)
+        : m_Source(source), m_Target(target),
+          m_nChannels(fnFilterChannels(source.fnBytesPerPixel())),
+          m_Table(scale, target.fnWidth(), source.fnWidth()) {
+        const std::size_t pixels = fnWidestStep();
+        const std::size_t pixelBytes = std::size_t{m_nChannels} * kFilterLanes;
+        m_pLanes.reset(fnNewArray<unsigned char>(pixels * pixelBytes));
+        m_pSums.reset(fnNewArray<unsigned char>(kMostColumns * pixelBytes));
+        m_pSpare.reset(fnNewArray<unsigned char>(kMostColumns * std::size_t{m_nChannels}));
+        if (source.fnBytesPerPixel() == 2)
+            m_pUnpacked.reset(fnNewArray<unsigned char>(
+                std::max<std::size_t>(pixels, kMostColumns) * pixelBytes));
+    }
+
+    void fnFilter(std::uint32_t y, std::uint32_t rows) const {
+        Step step;
+        for (std::uint32_t x = 0; x < m_Target.fnWidth(); x = step.end) {
+            step = fnNextStep(x);
+            fnFetch(step, y, rows);
+            const std::size_t stride = m_nChannels * kFilterLanes;
+            unsigned char* sums = m_pSums.get();
+            for (std::uint32_t at = x; at < step.end; ++at)
+                for (std::size_t c = 0; c < m_nChannels; ++c, sums += kFilterLanes)
+                    fnKernels().fnWeighLanes(m_pLanes.get() + c * kFilterLanes,
+                                             static_cast<std::int32_t>(step.first), stride,
+                                             m_Table[at], sums);
+            fnStore(x, step.end, y, rows);
+        }
+    }
+
+private:
+    static constexpr std::uint32_t kMostColumns = 256; ///< of a step
+    static constexpr std::uint32_t kMostPixels = 640;  ///< unless one column needs more
+
+    /// Target columns up to `end`, and the source pixels that they need.
+    struct Step {
+        std::uint32_t end;
+        std::uint32_t first;
+        std::uint32_t last;
+    };
+
+    void fnWiden(Step& step, const ContribList& list) const {
+        const auto ends = std::minmax_element(
+            list.entries, list.entries + list.count,
+            [](const ContribEntry& a, const ContribEntry& b) { return a.pixel < b.pixel; });
+        step.first = std::min(step.first, static_cast<std::uint32_t>(ends.first->pixel));
+        step.last = std::max(step.last, static_cast<std::uint32_t>(ends.second->pixel));
+    }
+
+    Step fnNextStep(std::uint32_t x) const {
+        Step step = {x, 0xFFFFFFFFu, 0};
+        do {
+            Step wider = step;
+            fnWiden(wider, m_Table[step.end]);
+            if (step.end != x && wider.last - wider.first >= kMostPixels)
+                break;
+            wider.end = step.end + 1;
+            step = wider;
+        } while (step.end < m_Target.fnWidth() && step.end - x < kMostColumns);
+        return step;
+    }
+
+    std::size_t fnWidestStep() const {
+        std::size_t widest = 0;
+        Step step;
+        for (std::uint32_t x = 0; x < m_Target.fnWidth(); x = step.end) {
+            step = fnNextStep(x);
+            widest = std::max(widest, std::size_t{step.last} - step.first + 1);
+        }
+        return widest;
+    }
+
+    void fnFetch(const Step& step, std::uint32_t y, std::uint32_t rows) const {
+        const std::uint8_t* from[kFilterLanes];
+        std::uint32_t end;
+        for (std::uint32_t x = step.first; x <= step.last; x = end) {
+            end = std::min(m_Source.fnRunEnd(x), step.last + 1);
+            const std::size_t bytes = std::size_t{end - x} * m_nChannels;
+            for (std::uint32_t r = 0; r < kFilterLanes; ++r) {
+                // Lanes without a row repeat the last one.
+                const std::uint8_t* row = m_Source.fnAt(x, y + std::min(r, rows - 1));
+                if (m_pUnpacked) {
+                    unsigned char* unpacked = m_pUnpacked.get() + r * bytes;
+                    fnUnpack16(row, unpacked, end - x);
+                    row = unpacked;
+                }
+                from[r] = row;
+            }
+            fnKernels().fnBytesToLanes(
+                from, m_pLanes.get() + std::size_t{x - step.first} * m_nChannels * kFilterLanes,
+                bytes);
+        }
+    }
+
+    void fnStore(std::uint32_t x, std::uint32_t end, std::uint32_t y, std::uint32_t rows) const {
+        const unsigned char* sums = m_pSums.get();
+        std::uint8_t* to[kFilterLanes];
+        while (x < end) {
+            const std::uint32_t count = std::min(m_Target.fnRunEnd(x), end) - x;
+            const std::size_t bytes = std::size_t{count} * m_nChannels;
+            for (std::uint32_t r = 0; r < kFilterLanes; ++r)
+                to[r] = r >= rows     ? m_pSpare.get()
+                        : m_pUnpacked ? m_pUnpacked.get() + r * bytes
+                                      : m_Target.fnAt(x, y + r);
+            fnKernels().fnLanesToBytes(sums, to, bytes);
+            if (m_pUnpacked)
+                for (std::uint32_t r = 0; r < rows; ++r)
+                    fnPack16(to[r], m_Target.fnAt(x, y + r), count);
+            sums += bytes * kFilterLanes;
+            x += count;
+        }
+    }
+
+    const PixelArea& m_Source;
+    const PixelArea& m_Target;
+    std::uint32_t m_nChannels;
+    ContribTable m_Table;
+    std::unique_ptr<unsigned char[]> m_pLanes; ///< source pixels of a step
+    std::unique_ptr<unsigned char[]> m_pSums;  ///< target pixels of a step
+    std::unique_ptr<unsigned char[]> m_pSpare; ///< where lanes without a row are stored
+    std::unique_ptr<unsigned char[]> m_pUnpacked;
+};
+
+} // namespace
+
+bool fnFilterRows(const PixelArea& source, const PixelArea& target, double scale,
+                  const ProgressRun& progress) {
+    const RowFilter filter(source, target, scale);
+    std::uint32_t rows;
+    for (std::uint32_t y = 0; y < target.fnHeight(); y += rows) {
+        rows = std::min<std::uint32_t>(kFilterLanes, target.fnHeight() - y);
+        if (target.fnBytesPerPixel() != 0)
+            filter.fnFilter(y, rows);
+        if (progress.fnAborts(y, y + rows))
+            return false;
+    }
+    return true;
+}
+
+} // namespace q32

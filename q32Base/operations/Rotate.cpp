@@ -1,0 +1,122 @@
+#include "q32Base/operations/Rotate.h"
+
+#include "q32Base/framework/Memory.h"
+#include "q32Base/geometry/CqRect2D.h"
+#include "q32Base/image/CqImage.h"
+#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/services/CqProgressDisplay.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <memory>
+
+namespace {
+
+const double kPi = std::atan2(1.0, 1.0) * 4.0;
+
+/// The inner angle of a turn: between -360 and 360, and the negative of the angle given.
+/// Subtracting 360 again and again leaves just what the remainder of the division leaves, since
+/// each difference is exact up to 2^56.
+double fnInnerAngle(double angle) {
+    double a = std::fmod(std::fabs(angle), 360.0);
+    if (a > 359.9999999999)
+        a -= 360.0;
+    return angle >= 0.0 ? -a : a;
+}
+
+bool fnIsNear(double a, double value) {
+    return std::fabs(a - value) < 1e-10;
+}
+
+struct TurnedSize {
+    std::int64_t width;
+    std::int64_t height;
+};
+
+/// What holds the picture turned about its pivot, with a margin. The box begins at the smallest
+/// positive number, deliberately: one that lies wholly on the negative side is measured from 0.
+TurnedSize fnBoundingBox(const CqTileMap& map, const CPoint& center, double s, double c,
+                         bool antiAlias) {
+    CqRect2D area(0.0, 0.0, map.Width - 1.0, map.Height - 1.0);
+    area.fnOffsetRect(-static_cast<double>(center.x), -static_cast<double>(center.y));
+    const CqPoint2D corners[] = {{area.m_Left, area.m_Top},
+                                 {area.m_Right, area.m_Top},
+                                 {area.m_Right, area.m_Bottom},
+                                 {area.m_Left, area.m_Bottom}};
+    constexpr double kMost = std::numeric_limits<double>::max();
+    constexpr double kLeast = std::numeric_limits<double>::min();
+    CqRect2D box(kMost, kMost, kLeast, kLeast);
+    for (const CqPoint2D& corner : corners) {
+        const double x = corner.m_X * c - corner.m_Y * s;
+        const double y = corner.m_Y * c + corner.m_X * s;
+        box.m_Left = std::min(box.m_Left, x);
+        box.m_Top = std::min(box.m_Top, y);
+        box.m_Right = std::max(box.m_Right, x);
+        box.m_Bottom = std::max(box.m_Bottom, y);
+    }
+    const auto span = [](double least, double most) {
+        auto end = static_cast<std::int64_t>(most);
+        if (most - static_cast<double>(end) > 1e-10)
+            ++end;
+        return end - static_cast<std::int64_t>(least);
+    };
+    const int margin = antiAlias ? 5 : 3; // room for the fringe
+    return {span(box.m_Left, box.m_Right) + margin, span(box.m_Top, box.m_Bottom) + margin};
+}
+
+/// Raises the memory exception for a size that no image can have.
+std::unique_ptr<CqTileMap> fnNewMap(const CqTileMap& map, const TurnedSize& size) {
+    constexpr std::int64_t kMost = 0xFFFFFFFF;
+    if (size.width > kMost || size.height > kMost)
+        AfxThrowMemoryException();
+    return std::unique_ptr<CqTileMap>(q32::fnNew<CqTileMap>(
+        static_cast<std::uint32_t>(size.width), static_cast<std::uint32_t>(size.height),
+        map.BitCount, map.Palette, map.PaletteCount));
+}
+
+} // namespace
+
+void CqImage::fnRotate(double angle, const CqColor& background, CPoint* center, bool antiAlias,
+                       CqProgressDisplay* progress) {
+    const double a = fnInnerAngle(angle);
+    // Neither infinity nor not-a-number is an angle, and 4-bit pixels can't be moved one by one.
+    if (!(std::fabs(a) >= 1e-10) || BitCount == 4)
+        return;
+    CPoint middle(static_cast<LONG>(Width >> 1), static_cast<LONG>(Height >> 1));
+    CPoint& pivot = center ? *center : middle;
+    const double radians = kPi * a * 0.005555555555555556;
+    const double s = std::sin(radians);
+    const double c = std::cos(radians);
+
+    // The size asks for exactly a right angle, the way to turn only for nearly one: such an angle
+    // gets the larger map and moved pixels, deliberately.
+    std::unique_ptr<CqTileMap> target;
+    CPoint newCenter;
+    const double right = std::fabs(a);
+    if (right == 90.0 || right == 270.0) {
+        target = fnNewMap(*TileMap, {Height, Width});
+    } else if (right != 180.0) {
+        const TurnedSize size = fnBoundingBox(*TileMap, pivot, s, c, antiAlias);
+        target = fnNewMap(*TileMap, size);
+        newCenter = {static_cast<LONG>(size.width / 2), static_cast<LONG>(size.height / 2)};
+    }
+
+    bool done;
+    if (fnIsNear(a, 90.0) || fnIsNear(a, -270.0)) {
+        done = q32::fnRotateQuarterLeft(*TileMap, *target, pivot, progress);
+    } else if (fnIsNear(right, 180.0)) {
+        done = q32::fnRotateHalf(*TileMap, pivot, progress);
+    } else if (fnIsNear(a, 270.0) || fnIsNear(a, -90.0)) {
+        done = q32::fnRotateQuarterRight(*TileMap, *target, pivot, progress);
+    } else {
+        // Palette images are never blended, but keep the larger margin.
+        const bool blended = antiAlias && (BitCount != 8 || TileMap->GrayScale);
+        done = q32::fnRotateAny(*TileMap, *target, {s, c, pivot, newCenter, background, blended},
+                                progress);
+        pivot = newCenter; // also after an abort
+    }
+    if (done && target && !(progress && progress->fnWasAborted()))
+        fnSetBuf(target.release());
+}

@@ -1,0 +1,169 @@
+#include "q32Base/framework/Memory.h"
+#include "q32Base/image/CqImageTile.h"
+#include "q32Base/image/PixelBytes.h"
+#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/operations/kernels/Kernels.h"
+#include "q32Base/operations/PixelArea.h"
+#include "q32Base/operations/ProgressRun.h"
+#include "q32Base/operations/Rotate.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <memory>
+
+namespace q32 {
+namespace {
+
+/// Turns tile by tile. What a tile looks at in the source is first brought together in one place,
+/// with the background around the image painted in, so that no sample needs a test. 24-bit pixels
+/// are widened there to the four bytes of 32-bit ones.
+class AnyRotation {
+public:
+    AnyRotation(const CqTileMap& source, const AnyTurn& turn)
+        : m_Source(source), m_Turn(turn), m_nBytes(source.BitCount == 8 ? 1 : 4),
+          m_bWiden(source.BitCount == 24),
+          m_pPlace(fnNewArray<unsigned char>(std::size_t{kSide} * kSide * m_nBytes + kSlack)),
+          m_pRows(fnNewArray<unsigned char>(kTurnRows * kTileRow)) {
+        const CqKernels& kernels = fnKernels();
+        m_fnTurn = m_nBytes == 1 ? turn.antiAlias ? kernels.fnTurnBilinear8 : kernels.fnTurnNearest8
+                   : turn.antiAlias ? kernels.fnTurnBilinear32
+                                    : kernels.fnTurnNearest32;
+        const CqColor& color = turn.background;
+        m_Background = {color.m_Alpha, color.m_Red, color.m_Green, color.m_Blue};
+        if (m_nBytes == 1)
+            m_Background[0] = fnPaletteIndex(source, color);
+        std::memset(m_pPlace.get(), 0, std::size_t{kSide} * kSide * m_nBytes + kSlack);
+    }
+
+    void fnTurnTile(const CqImageTile& tile) const {
+        const double c = m_Turn.cosine;
+        const double s = m_Turn.sine;
+        const double dx = static_cast<double>(tile.Left) - m_Turn.newCenter.x;
+        const double dy = static_cast<double>(tile.Top) - m_Turn.newCenter.y;
+        double rowX = dx * c + dy * s + m_Turn.center.x;
+        double rowY = dy * c - dx * s + m_Turn.center.y;
+        const double right = c * (tile.Width - 1);
+        const double down = s * (tile.Height - 1);
+        const Range x = fnRangeOf(rowX, right, down);
+        const Range y = fnRangeOf(rowY, -s * (tile.Width - 1), c * (tile.Height - 1));
+        fnFetch(x, y);
+        const CqTurnSource place = {m_pPlace.get(), kSide, x.first, y.first};
+        CqTurnRows rows;
+        rows.c = c;
+        rows.s = s;
+        for (std::int32_t top = 0; top < tile.Height; top += static_cast<int>(kTurnRows)) {
+            // Rows beyond the tile repeat the last one, in a place of their own.
+            for (std::size_t r = 0; r < kTurnRows; ++r) {
+                rows.x[r] = rowX;
+                rows.y[r] = rowY;
+                const std::int32_t row = top + static_cast<std::int32_t>(r);
+                rows.target[r] = m_bWiden || row >= tile.Height
+                                     ? m_pRows.get() + r * kTileRow
+                                     : tile.Pixels + tile.RowBytes * static_cast<std::size_t>(row);
+                if (row + 1 < tile.Height) {
+                    rowX += s;
+                    rowY += c;
+                }
+            }
+            m_fnTurn(place, rows, static_cast<std::size_t>(tile.Width));
+            if (m_bWiden)
+                fnNarrow(tile, top);
+        }
+    }
+
+private:
+    /// The farthest that a tile's samples lie apart is 127 * sqrt(2) in either direction; the rest
+    /// is the margin of Range.
+    static constexpr int kSide = 192;
+    static constexpr std::size_t kSlack = 8;
+    static constexpr std::size_t kTileRow = std::size_t{4} * CqTileMap::kMaxTileSize;
+
+    /// Whole coordinates of the source, both included. Held as doubles: a far centre puts them
+    /// beyond 32 bits.
+    struct Range {
+        double first;
+        double last;
+    };
+
+    /// What the samples between the four corners look at. Coordinates are below 2^34, so that the
+    /// running sums, of 256 steps at most, are less than 256 x 2^-19 off the corners: one pixel is
+    /// more than enough, and bilinear samples look at one pixel more.
+    static Range fnRangeOf(double start, double across, double down) {
+        return {std::floor(start + std::min(across, 0.0) + std::min(down, 0.0)) - 1.0,
+                std::ceil(start + std::max(across, 0.0) + std::max(down, 0.0)) + 2.0};
+    }
+
+    void fnFetch(const Range& x, const Range& y) const {
+        const auto columns = static_cast<std::size_t>(x.last - x.first) + 1;
+        const double width = m_Source.fnWidth();
+        const double inner = std::clamp(x.first, 0.0, width);
+        const auto begin = static_cast<std::uint32_t>(inner);
+        const auto end = static_cast<std::uint32_t>(std::clamp(x.last + 1.0, inner, width));
+        const auto before = static_cast<std::size_t>(
+            std::clamp(inner - x.first, 0.0, static_cast<double>(columns)));
+        for (double row = y.first; row <= y.last; row += 1.0) {
+            unsigned char* to =
+                m_pPlace.get() + static_cast<std::size_t>(row - y.first) * kSide * m_nBytes;
+            if (row < 0.0 || row >= m_Source.fnHeight()) {
+                fnFillPixels(to, m_Background.data(), m_nBytes, columns);
+                continue;
+            }
+            fnFillPixels(to, m_Background.data(), m_nBytes, before);
+            fnCopyRun(begin, end, static_cast<std::uint32_t>(row), to + before * m_nBytes);
+            const std::size_t done = before + (end - begin);
+            fnFillPixels(to + done * m_nBytes, m_Background.data(), m_nBytes, columns - done);
+        }
+    }
+
+    void fnCopyRun(std::uint32_t x, std::uint32_t end, std::uint32_t y, unsigned char* to) const {
+        std::uint32_t next;
+        for (; x < end; x = next) {
+            next = std::min(end, m_Source.fnRunEnd(x));
+            const std::size_t count = next - x;
+            if (m_bWiden)
+                fnKernels().fnRgb24ToArgb32(m_Source.fnAt(x, y), to, count);
+            else
+                std::memcpy(to, m_Source.fnAt(x, y), count * m_nBytes);
+            to += count * m_nBytes;
+        }
+    }
+
+    void fnNarrow(const CqImageTile& tile, std::int32_t top) const {
+        for (std::int32_t r = 0; r < static_cast<int>(kTurnRows) && top + r < tile.Height; ++r)
+            fnKernels().fnArgb32ToRgb24(m_pRows.get() + static_cast<std::size_t>(r) * kTileRow,
+                                        tile.Pixels +
+                                            tile.RowBytes * static_cast<std::size_t>(top + r),
+                                        static_cast<std::size_t>(tile.Width));
+    }
+
+    PixelArea m_Source;
+    const AnyTurn& m_Turn;
+    std::size_t m_nBytes; ///< of a pixel while it is turned
+    bool m_bWiden;
+    std::unique_ptr<unsigned char[]> m_pPlace;
+    std::unique_ptr<unsigned char[]> m_pRows;
+    CqTurnRun m_fnTurn;
+    std::array<unsigned char, 4> m_Background;
+};
+
+} // namespace
+
+bool fnRotateAny(const CqTileMap& source, CqTileMap& target, const AnyTurn& turn,
+                 CqProgressDisplay* progress) {
+    if (source.BitCount == 16)
+        return true;
+    const AnyRotation rotation(source, turn);
+    const ProgressRun run(progress, target.TileCount);
+    CqImageTile tile(false);
+    for (std::uint32_t i = 0; i < target.TileCount; ++i) {
+        target.fnAccessTile(i, &tile);
+        rotation.fnTurnTile(tile);
+        if (run.fnAborts(i))
+            return false;
+    }
+    return true;
+}
+
+} // namespace q32

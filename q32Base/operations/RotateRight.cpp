@@ -1,0 +1,128 @@
+#include "q32Base/image/CqImageLine.h"
+#include "q32Base/image/CqImageTile.h"
+#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/operations/kernels/Kernels.h"
+#include "q32Base/operations/PixelArea.h"
+#include "q32Base/operations/ProgressRun.h"
+#include "q32Base/operations/Rotate.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace q32 {
+namespace {
+
+LONG fnMinus(std::uint32_t a, LONG b) {
+    return static_cast<LONG>(a - static_cast<std::uint32_t>(b));
+}
+
+/// A turn by a quarter: rows become columns, and either the rows or the columns are reversed.
+class Quarter {
+public:
+    Quarter(const CqTileMap& source, const CqTileMap& target, bool left)
+        : m_Source(source), m_Target(target), m_bLeft(left),
+          m_fnTranspose(fnKernels().fnTranspose[source.BytesPerPixel - 1]) {}
+
+    /// Moves the pixels of a source tile, cut where the target's tiles end. Counted wide, since a
+    /// place may lie outside of the target, though not below 0.
+    void fnMove(const CqImageTile& tile) const {
+        const auto width = static_cast<std::int64_t>(m_Source.fnWidth());
+        const auto height = static_cast<std::int64_t>(m_Source.fnHeight());
+        const std::uint32_t left =
+            fnCut(m_bLeft ? tile.Top : height - tile.Bottom, m_Target.fnWidth());
+        const std::uint32_t right =
+            fnCut(m_bLeft ? tile.Bottom : height - tile.Top, m_Target.fnWidth());
+        const std::uint32_t top =
+            fnCut(m_bLeft ? width - tile.Right : tile.Left, m_Target.fnHeight());
+        const std::uint32_t bottom =
+            fnCut(m_bLeft ? width - tile.Left : tile.Right, m_Target.fnHeight());
+        std::uint32_t endY;
+        std::uint32_t endX;
+        for (std::uint32_t y = top; y < bottom; y = endY) {
+            endY = std::min(bottom, m_Target.fnRowsEnd(y));
+            for (std::uint32_t x = left; x < right; x = endX) {
+                endX = std::min(right, m_Target.fnRunEnd(x));
+                fnMoveBlock(x, y, endX, endY);
+            }
+        }
+    }
+
+private:
+    static std::uint32_t fnCut(std::int64_t place, std::uint32_t end) {
+        return static_cast<std::uint32_t>(std::min<std::int64_t>(place, end));
+    }
+
+    /// A block of the target that lies in one tile of either map.
+    void fnMoveBlock(std::uint32_t x, std::uint32_t y, std::uint32_t endX,
+                     std::uint32_t endY) const {
+        const std::ptrdiff_t to = m_Target.fnStride(x);
+        if (m_bLeft) {
+            const std::uint32_t sourceX = m_Source.fnWidth() - endY;
+            m_fnTranspose(m_Source.fnAt(sourceX, x), m_Source.fnStride(sourceX),
+                          m_Target.fnAt(x, endY - 1), -to, endY - y, endX - x);
+        } else {
+            m_fnTranspose(m_Source.fnAt(y, m_Source.fnHeight() - 1 - x), -m_Source.fnStride(y),
+                          m_Target.fnAt(x, y), to, endY - y, endX - x);
+        }
+    }
+
+    PixelArea m_Source;
+    PixelArea m_Target;
+    bool m_bLeft;
+    CqTransposeRun m_fnTranspose;
+};
+
+bool fnRotateQuarter(CqTileMap& source, CqTileMap& target, bool left, CqProgressDisplay* progress) {
+    const Quarter quarter(source, target, left);
+    const ProgressRun run(progress, source.TileCount);
+    CqImageTile tile(true);
+    for (std::uint32_t i = 0; i < source.TileCount; ++i) {
+        source.fnAccessTile(i, &tile);
+        quarter.fnMove(tile);
+        if (run.fnAborts(i))
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+bool fnRotateQuarterLeft(CqTileMap& source, CqTileMap& target, CPoint& center,
+                         CqProgressDisplay* progress) {
+    if (!fnRotateQuarter(source, target, true, progress))
+        return false;
+    center = {center.y, fnMinus(source.Width, center.x)};
+    return true;
+}
+
+bool fnRotateQuarterRight(CqTileMap& source, CqTileMap& target, CPoint& center,
+                          CqProgressDisplay* progress) {
+    if (!fnRotateQuarter(source, target, false, progress))
+        return false;
+    center = {fnMinus(source.Height, center.y), center.x};
+    return true;
+}
+
+bool fnRotateHalf(CqTileMap& map, CPoint& center, CqProgressDisplay* progress) {
+    const ProgressRun run(progress, map.Height, 0, 200);
+    CqImageLine top(false, true);
+    CqImageLine bottom(false, true);
+    std::uint32_t i = 0;
+    for (; i < map.Height >> 1; ++i) {
+        map.fnAccessLine(i, &top, false);
+        map.fnAccessLine(map.Height - 1 - i, &bottom, false);
+        top.fnReverseLine();
+        bottom.fnReverseLine();
+        std::swap(top.LineBuffer, bottom.LineBuffer);
+        if (run.fnAborts(i))
+            return false;
+    }
+    if (map.Height % 2 != 0) {
+        map.fnAccessLine(i, &top, false);
+        top.fnReverseLine();
+    }
+    center = {fnMinus(map.Width, center.x), fnMinus(map.Height, center.y)};
+    return true;
+}
+
+} // namespace q32

@@ -1,0 +1,236 @@
+#include "q32Base/operations/ContribTable.h"
+#include "tests/operations/KernelsTestTools.h"
+
+#include <cmath>
+#include <limits>
+#include <utility>
+
+namespace q32::test {
+namespace {
+
+class KernelsFilter : public KernelsAtEachLevel {
+protected:
+    double fnUnit() { return static_cast<double>(m_Random()) / 4294967296.0; }
+
+    static std::uint8_t fnPlainByte(const std::vector<ContribEntry>& entries,
+                                    const Bytes& samples) {
+        double sum = 0.0;
+        for (std::size_t k = 0; k < entries.size(); ++k)
+            sum += samples[k] * entries[k].weight;
+        const double whole = std::trunc(sum + 1e-10);
+        return static_cast<std::uint8_t>(std::min(std::max(whole, 0.0), 255.0));
+    }
+
+    /// Rows of samples, and what the rule makes of them, through both kernels.
+    void fnCheck(std::vector<ContribEntry> entries, const std::vector<Bytes>& rows,
+                 std::size_t misalignment) {
+        ContribList list = {static_cast<std::int32_t>(entries.size()), 0, false, entries.data()};
+        fnSetWholeWeights(list);
+        const std::size_t count = rows[0].size();
+        Bytes wanted(count);
+        std::vector<CqSourceBytes> sources;
+        std::vector<const std::uint8_t*> addresses;
+        for (const Bytes& row : rows) {
+            sources.emplace_back(row, misalignment);
+            addresses.push_back(sources.back().fnData());
+        }
+        for (std::size_t i = 0; i < count; ++i) {
+            Bytes samples;
+            for (const Bytes& row : rows)
+                samples.push_back(row[i]);
+            wanted[i] = fnPlainByte(entries, samples);
+        }
+        CqTargetBytes target(count, misalignment);
+        m_Kernels.fnWeighRows(addresses.data(), list, target.fnData(), count);
+        ASSERT_TRUE(target.fnHolds(wanted)) << entries.size() << " entries, band " << list.band;
+
+        if (count < kFilterLanes)
+            return;
+        // The same as lanes, the entries' rows in reverse order and 40 bytes apart.
+        Bytes lanes(rows.size() * 40);
+        for (std::size_t k = 0; k < rows.size(); ++k) {
+            entries[k].pixel = static_cast<std::int32_t>(5 + rows.size() - 1 - k);
+            std::copy_n(rows[k].begin(), kFilterLanes,
+                        lanes.begin() + static_cast<std::ptrdiff_t>((rows.size() - 1 - k) * 40));
+        }
+        CqTargetBytes block(kFilterLanes, misalignment);
+        m_Kernels.fnWeighLanes(lanes.data(), 5, 40, list, block.fnData());
+        wanted.resize(kFilterLanes);
+        ASSERT_TRUE(block.fnHolds(wanted)) << entries.size() << " entries, band " << list.band;
+    }
+};
+
+Q32_AT_EACH_LEVEL(KernelsFilter);
+
+TEST_P(KernelsFilter, SumsAreThoseOfDoublesForEveryCount) {
+    for (std::size_t count = 0; count <= 140; ++count) {
+        const std::size_t taps = 1 + m_Random() % 30;
+        std::vector<ContribEntry> entries;
+        for (std::size_t k = 0; k < taps; ++k)
+            entries.push_back({0, 0, (fnUnit() * 4.0 - 1.0) / static_cast<double>(taps)});
+        std::vector<Bytes> rows;
+        for (std::size_t k = 0; k < taps; ++k)
+            rows.push_back(fnRandomBytes(m_Random, count));
+        if (count != 0)
+            fnCheck(entries, rows, m_Random() % 32);
+    }
+}
+
+TEST_P(KernelsFilter, SumsByAHairBelowAWholeNumberAreDecidedInDouble) {
+    // The last weight brings the sum of byte 0 to a whole number and a little more or less: from
+    // far inside to far outside of what the whole-number weights can tell.
+    for (double off = 1e-13; off < 1e-3; off *= 1.3)
+        for (const double sign : {-1.0, 1.0})
+            for (const std::size_t taps : {1u, 2u, 4u, 5u, 13u, 161u, 499u, 501u}) {
+                std::vector<ContribEntry> entries;
+                std::vector<Bytes> rows;
+                double sum = 0.0;
+                for (std::size_t k = 0; k < taps; ++k) {
+                    rows.push_back(fnRandomBytes(m_Random, 64));
+                    rows.back()[0] = static_cast<std::uint8_t>(200 + m_Random() % 50);
+                    entries.push_back({0, 0, (0.5 + fnUnit()) / static_cast<double>(taps) * 0.9});
+                    if (k + 1 < taps)
+                        sum += rows[k][0] * entries[k].weight;
+                }
+                const double target = std::floor(sum) + 1.0 + sign * off;
+                entries.back().weight = (target - sum) / rows.back()[0];
+                fnCheck(entries, rows, 0);
+                if (HasFatalFailure())
+                    return;
+            }
+}
+
+TEST_P(KernelsFilter, EqualBytesComeOutAsTheRuleHasThemAlsoWhenTheWeightsMissOne) {
+    for (const double off :
+         {0.0, 1e-16, -1e-16, 1e-13, -1e-13, 3e-13, -3e-13, 4e-13, 1e-12, -1e-12, 1e-11, -9e-11})
+        for (const std::size_t taps : {1u, 3u, 4u, 13u, 81u}) {
+            std::vector<ContribEntry> entries;
+            double left = 1.0 + off;
+            for (std::size_t k = 0; k < taps; ++k) {
+                const double weight = k + 1 == taps ? left : left * fnUnit();
+                left -= weight;
+                entries.push_back({0, 0, weight});
+            }
+            Bytes row(256);
+            for (std::size_t i = 0; i < 256; ++i)
+                row[i] = static_cast<std::uint8_t>(i);
+            fnCheck(entries, std::vector<Bytes>(taps, row), 3);
+            if (HasFatalFailure())
+                return;
+        }
+}
+
+TEST_P(KernelsFilter, WeightsThatWholeNumbersCannotHoldAreSummedUpInDouble) {
+    for (const double weight : {1.95, -1.95, 3.0, 1e9, -1e9, 1e300, std::nan(""),
+                                std::numeric_limits<double>::infinity()}) {
+        std::vector<ContribEntry> entries = {{0, 0, weight}, {0, 0, 0.25}};
+        std::vector<Bytes> rows = {fnRandomBytes(m_Random, 70), fnRandomBytes(m_Random, 70)};
+        ContribList list = {2, 0, false, entries.data()};
+        fnSetWholeWeights(list);
+        EXPECT_EQ(list.band, 0);
+        Bytes scalar(70);
+        Bytes here(70);
+        const std::uint8_t* addresses[] = {rows[0].data(), rows[1].data()};
+        fnKernelsOfLevel(CqKernelLevel::SCALAR)->fnWeighRows(addresses, list, scalar.data(), 70);
+        m_Kernels.fnWeighRows(addresses, list, here.data(), 70);
+        EXPECT_EQ(here, scalar) << weight;
+        if (std::isfinite(weight))
+            fnCheck(entries, rows, 1);
+    }
+}
+
+TEST_P(KernelsFilter, RowsBecomeLanesAndBack) {
+    fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
+        std::vector<CqSourceBytes> sources;
+        std::vector<CqTargetBytes> targets;
+        std::vector<Bytes> contents;
+        const std::uint8_t* from[kFilterLanes];
+        std::uint8_t* to[kFilterLanes];
+        Bytes wanted(count * kFilterLanes);
+        for (std::size_t r = 0; r < kFilterLanes; ++r) {
+            contents.push_back(fnRandomBytes(m_Random, count));
+            sources.emplace_back(contents[r], misalignment);
+            targets.emplace_back(count, misalignment);
+            for (std::size_t i = 0; i < count; ++i)
+                wanted[i * kFilterLanes + r] = contents[r][i];
+        }
+        for (std::size_t r = 0; r < kFilterLanes; ++r) {
+            from[r] = sources[r].fnData();
+            to[r] = targets[r].fnData();
+        }
+        CqTargetBytes lanes(wanted.size(), misalignment);
+        m_Kernels.fnBytesToLanes(from, lanes.fnData(), count);
+        ASSERT_TRUE(lanes.fnHolds(wanted)) << count;
+        m_Kernels.fnLanesToBytes(lanes.fnData(), to, count);
+        for (std::size_t r = 0; r < kFilterLanes; ++r)
+            ASSERT_TRUE(targets[r].fnHolds(contents[r])) << count;
+    });
+}
+
+TEST_P(KernelsFilter, BlocksAreTransposedWithStridesOfEitherSign) {
+    for (int round = 0; round < 600; ++round) {
+        const std::size_t bytes = 1 + m_Random() % 4;
+        const std::size_t width = 1 + m_Random() % (round % 2 ? 40 : 130);
+        const std::size_t height = 1 + m_Random() % (round % 2 ? 70 : 130);
+        const std::size_t wide = width * bytes + m_Random() % 3;
+        const std::size_t high = height * bytes + m_Random() % 3;
+        const bool up = m_Random() % 2;
+        const bool back = m_Random() % 2;
+        // Both blocks end with the last pixel, so that nothing may be touched behind it.
+        const Bytes content = fnRandomBytes(m_Random, wide * (height - 1) + width * bytes);
+        const CqSourceBytes source(content, m_Random() % 32);
+        CqTargetBytes target(high * (width - 1) + height * bytes, m_Random() % 32);
+        Bytes wanted = target.fnContent();
+        for (std::size_t i = 0; i < width; ++i)
+            for (std::size_t j = 0; j < height; ++j)
+                std::copy_n(&content[(up ? height - 1 - j : j) * wide + i * bytes], bytes,
+                            &wanted[(back ? width - 1 - i : i) * high + j * bytes]);
+        const auto sourceStride = static_cast<std::ptrdiff_t>(wide);
+        const auto targetStride = static_cast<std::ptrdiff_t>(high);
+        m_Kernels.fnTranspose[bytes - 1](source.fnData() + (up ? (height - 1) * wide : 0),
+                                         up ? -sourceStride : sourceStride,
+                                         target.fnData() + (back ? (width - 1) * high : 0),
+                                         back ? -targetStride : targetStride, width, height);
+        ASSERT_TRUE(target.fnHolds(wanted)) << bytes << " bytes, " << width << " x " << height;
+    }
+}
+
+TEST_P(KernelsFilter, TurnsSampleWhatTheScalarOnesDo) {
+    const CqKernels& scalar = *fnKernelsOfLevel(CqKernelLevel::SCALAR);
+    for (int round = 0; round < 200; ++round) {
+        constexpr int kSide = 192;
+        const Bytes content =
+            round % 4 == 0 ? Bytes(kSide * kSide * 4 + 8, static_cast<std::uint8_t>(m_Random()))
+                           : fnRandomBytes(m_Random, kSide * kSide * 4 + 8);
+        const double angle = round % 7 == 0 ? 0.0 : fnUnit() * 6.3;
+        CqTurnRows rows;
+        rows.c = std::cos(angle);
+        rows.s = std::sin(angle);
+        const CqTurnSource source = {content.data(), kSide, -96.0, 1000.0};
+        for (std::size_t r = 0; r < kTurnRows; ++r) {
+            rows.x[r] = fnUnit() * 60.0 - 30.0;
+            rows.y[r] = 1096.0 + (r == 2 ? 0.5 : fnUnit() * 60.0 - 30.0);
+            if (r == 3)
+                rows.x[r] = -0.5 * static_cast<double>(m_Random() % 8);
+        }
+        const std::size_t count = 1 + m_Random() % 60;
+        for (const auto& [run, bytes] : {std::pair{&CqKernels::fnTurnNearest8, 1u},
+                                         {&CqKernels::fnTurnNearest32, 4u},
+                                         {&CqKernels::fnTurnBilinear8, 1u},
+                                         {&CqKernels::fnTurnBilinear32, 4u}}) {
+            std::vector<Bytes> wanted(kTurnRows, Bytes(count * bytes));
+            std::vector<CqTargetBytes> targets(kTurnRows, CqTargetBytes(count * bytes, 3));
+            for (std::size_t r = 0; r < kTurnRows; ++r)
+                rows.target[r] = wanted[r].data();
+            (scalar.*run)(source, rows, count);
+            for (std::size_t r = 0; r < kTurnRows; ++r)
+                rows.target[r] = targets[r].fnData();
+            (m_Kernels.*run)(source, rows, count);
+            for (std::size_t r = 0; r < kTurnRows; ++r)
+                ASSERT_TRUE(targets[r].fnHolds(wanted[r])) << bytes << " bytes, row " << r;
+        }
+    }
+}
+
+} // namespace
+} // namespace q32::test
