@@ -111,9 +111,8 @@ void fnCopy(benchmark::State& state) {
         benchmark::DoNotOptimize(target.data());
         benchmark::ClobberMemory();
     }
-    state.counters["pixels"] =
-        benchmark::Counter(static_cast<double>(state.iterations()) * kWidth * kHeight,
-                           benchmark::Counter::kIsRate);
+    state.counters["pixels"] = benchmark::Counter(
+        static_cast<double>(state.iterations()) * kWidth * kHeight, benchmark::Counter::kIsRate);
 }
 
 } // namespace
