@@ -5,6 +5,9 @@
 #include <cstring>
 #include <utility>
 
+// calloc, not a container or aligned_alloc: the system hands large blocks out zeroed without
+// touching them. NOLINTBEGIN(cppcoreguidelines-no-malloc)
+
 CqHeadlessBlock::~CqHeadlessBlock() {
     std::free(m_pRaw);
 }
@@ -26,8 +29,6 @@ bool CqHeadlessBlock::fnResize(std::size_t size, bool spare) {
         const std::size_t wanted = spare ? std::max(size, m_nCapacity + m_nCapacity / 2) : size;
         if (wanted > kMost)
             return false;
-        // calloc, not aligned_alloc: the system hands large blocks out zeroed without touching
-        // them.
         void* raw = std::calloc(1, wanted + kPage - 1);
         if (!raw)
             return false;
@@ -45,3 +46,5 @@ bool CqHeadlessBlock::fnResize(std::size_t size, bool spare) {
     m_nSize = size;
     return true;
 }
+
+// NOLINTEND(cppcoreguidelines-no-malloc)

@@ -29,7 +29,7 @@ std::string fnRootKey(std::string_view root) {
 
 } // namespace
 
-CqHeadlessDisks::CqHeadlessDisks(std::vector<CqHeadlessVolume> volumes) {
+CqHeadlessDisks::CqHeadlessDisks(const std::vector<CqHeadlessVolume>& volumes) {
     for (const CqHeadlessVolume& volume : volumes)
         fnAddVolume(volume);
     if (!m_Volumes.empty())

@@ -42,7 +42,7 @@ using CqHeadlessFilePtr = std::shared_ptr<CqHeadlessFile>;
 /// that were put on it since, each counted exactly.
 class Q32_API CqHeadlessDisks {
 public:
-    explicit CqHeadlessDisks(std::vector<CqHeadlessVolume> volumes);
+    explicit CqHeadlessDisks(const std::vector<CqHeadlessVolume>& volumes);
 
     // The script.
 
