@@ -15,6 +15,7 @@ struct ResName {
     WORD m_nNumber = 0;
     std::string m_szText; ///< empty: the number counts
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): the check takes the comparison's own 0 for a null.
     auto operator<=>(const ResName&) const = default;
 };
 
