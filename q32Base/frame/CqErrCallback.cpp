@@ -36,6 +36,8 @@ CqErrCallback::CqErrCallback(const CqErrCallback& other) : CqErrCallback() {
 }
 
 CqErrCallback& CqErrCallback::operator=(const CqErrCallback& other) {
+    if (this == &other)
+        return *this;
     m_nMsgId = other.m_nMsgId;
     m_hInstance = other.m_hInstance;
     fnCopyUnlessEmpty(m_szArg1, other.m_szArg1);

@@ -40,6 +40,7 @@ CString fnFindTitle(const CWinApp& app) {
 /// A copy from `malloc`, as an application's name may be; null when there is no memory.
 char* fnDuplicate(const CString& text) {
     const std::size_t bytes = std::strlen(text) + 1;
+    // NOLINTNEXTLINE(cppcoreguidelines-no-malloc): the host may free a name that it finds.
     auto* copy = static_cast<char*>(std::malloc(bytes));
     if (copy)
         std::memcpy(copy, text, bytes);
@@ -69,7 +70,7 @@ CqTitleSwap::~CqTitleSwap() {
     if (!m_pszCopy)
         return;
     m_pApp->m_pszAppName = m_pszKept;
-    std::free(m_pszCopy);
+    std::free(m_pszCopy); // NOLINT(cppcoreguidelines-no-malloc): it came from malloc
 }
 
 const char* CqTitleSwap::fnGetCaption() const {
