@@ -6,7 +6,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
@@ -137,8 +136,11 @@ TEST(PosixScratch, ANameIsItsPrefixWithRandomDigitsAndTheEndingTmp) {
     ASSERT_TRUE(scratch->fnCreateName(folder.fnName().c_str(), "~qd", second));
     EXPECT_NE(first, second);
     ASSERT_EQ(first.substr(0, folder.fnName().size()), folder.fnName());
-    EXPECT_TRUE(std::regex_match(first.substr(folder.fnName().size()),
-                                 std::regex("~qd[0-9a-f]{16}\\.tmp")));
+    const std::string name = first.substr(folder.fnName().size());
+    ASSERT_EQ(name.size(), 3U + 16U + 4U);
+    EXPECT_EQ(name.substr(0, 3), "~qd");
+    EXPECT_EQ(name.substr(3, 16).find_first_not_of("0123456789abcdef"), std::string::npos);
+    EXPECT_EQ(name.substr(19), ".tmp");
 }
 
 TEST(PosixScratch, OnlyItsOwnerMayReadAScratchFile) {
