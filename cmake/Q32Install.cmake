@@ -20,6 +20,11 @@ function(q32_component target name)
         EXPORT_NAME ${name}
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
         DEFINE_SYMBOL Q32_BUILDING)
+    # Where the symbol changes nothing, static libraries have it as well: a build of both compiles
+    # each source the same way twice, and ccache does it once.
+    if(NOT WIN32)
+        target_compile_definitions(${target} PRIVATE Q32_BUILDING)
+    endif()
     if(NOT name STREQUAL "q32Base")
         set_target_properties(${target} PROPERTIES OUTPUT_NAME "q32Base-${name}")
     endif()
