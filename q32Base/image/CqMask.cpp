@@ -10,6 +10,8 @@ CqMask::CqMask(unsigned int width, unsigned int height) {
     fnAlloc(width, height);
 }
 
+// The base begins empty, since the assignment copies; the compiler wants to be told so.
+// NOLINTNEXTLINE(bugprone-copy-constructor-init,readability-redundant-member-init)
 CqMask::CqMask(CqMask& other) : CqImage() {
     *this = other;
 }

@@ -27,8 +27,8 @@ void fnSampleNibbles(const unsigned char* source, unsigned char* target, std::ui
         const std::uint32_t from = at >> 8;
         const unsigned byte = source[from >> 1];
         const unsigned index = from & 1 ? byte & 0x0Fu : byte >> 4;
-        unsigned char& to = target[x >> 1];
-        to = static_cast<unsigned char>(x & 1 ? (to & 0xF0u) | index : (to & 0x0Fu) | index << 4);
+        const unsigned kept = target[x >> 1] & (x & 1 ? 0xF0u : 0x0Fu);
+        target[x >> 1] = static_cast<unsigned char>(kept | (x & 1 ? index : index << 4));
     }
 }
 
