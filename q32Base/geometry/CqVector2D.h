@@ -2,7 +2,8 @@
 
 #include "q32Base/geometry/CqPoint2D.h"
 
-/// A direction with a length: a point's two numbers taken as components. Adds no field.
+/// A direction with a length: a point's two numbers taken as components. Adds no field. Comparisons
+/// are the point's, inherited, so that vectors compare with points as well.
 struct Q32_API CqVector2D : CqPoint2D {
     /// The zero vector.
     constexpr CqVector2D() = default;
@@ -17,8 +18,6 @@ struct Q32_API CqVector2D : CqPoint2D {
     CqVector2D operator*(double factor) const { return CqPoint2D::operator*(factor); }
     /// Multiplies by the reciprocal.
     CqVector2D operator/(double divisor) const { return CqPoint2D::operator/(divisor); }
-    bool operator==(const CqVector2D& other) const { return CqPoint2D::operator==(other); }
-    bool operator!=(const CqVector2D& other) const { return CqPoint2D::operator!=(other); }
 
     double fnSquaredLength() const { return m_X * m_X + m_Y * m_Y; }
     double fnFindLength() const { return std::sqrt(fnSquaredLength()); }

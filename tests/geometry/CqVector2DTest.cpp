@@ -44,6 +44,21 @@ TEST(CqVector2D, ComparesAsPointsDo) {
     EXPECT_TRUE(fnVector(0.0, 0.0) != fnVector(0.0, 2e-10));
 }
 
+TEST(CqVector2D, ComparesWithPointsEitherWayRound) {
+    const CqVector2D vector = fnVector(1.0, 2.0);
+    const CqPoint2D same(1.0 + 0.5e-10, 2.0);
+    EXPECT_TRUE(vector == same);
+    EXPECT_TRUE(same == vector);
+    EXPECT_FALSE(vector != same);
+    EXPECT_FALSE(same != vector);
+    // A whole tolerance apart: neither equal nor unequal.
+    const CqPoint2D apart(1e-10, 0.0);
+    EXPECT_FALSE(CqVector2D() == apart);
+    EXPECT_FALSE(apart == CqVector2D());
+    EXPECT_FALSE(CqVector2D() != apart);
+    EXPECT_FALSE(apart != CqVector2D());
+}
+
 TEST(CqVector2D, HasALength) {
     EXPECT_BITS(fnVector(3.0, 4.0).fnSquaredLength(), 25.0);
     EXPECT_BITS(fnVector(3.0, 4.0).fnFindLength(), 5.0);
