@@ -6,6 +6,7 @@
 #include "q32Base/memory/PixelBuffer.h"
 
 #include <algorithm>
+#include <bit>
 #include <cassert>
 #include <cstring>
 
@@ -223,11 +224,23 @@ std::uint32_t CqTileMap::fnCutPaletteCount(std::uint32_t first, std::uint32_t co
 }
 
 int CqTileMap::fnFindColor(std::uint8_t red, std::uint8_t green, std::uint8_t blue) const {
-    for (std::uint32_t i = 0; i < PaletteCount; ++i) {
-        const RGBQUAD& entry = Palette[i];
-        if (entry.rgbRed == red && entry.rgbGreen == green && entry.rgbBlue == blue)
-            return static_cast<int>(i);
+    const auto shown = std::bit_cast<std::uint32_t>(RGBQUAD{255, 255, 255, 0});
+    const auto wanted = std::bit_cast<std::uint32_t>(RGBQUAD{blue, green, red, 0});
+    const auto matches = [&](std::uint32_t i) {
+        return (std::bit_cast<std::uint32_t>(Palette[i]) & shown) == wanted;
+    };
+    // Without a branch per entry, so that several are compared at once; then one by one.
+    constexpr std::uint32_t kTogether = 16;
+    std::uint32_t i = 0;
+    for (bool any = false; i + kTogether <= PaletteCount; i += kTogether) {
+        for (std::uint32_t j = 0; j < kTogether; ++j)
+            any |= matches(i + j);
+        if (any)
+            break;
     }
+    for (; i < PaletteCount; ++i)
+        if (matches(i))
+            return static_cast<int>(i);
     return -1;
 }
 
