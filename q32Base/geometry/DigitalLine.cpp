@@ -44,22 +44,54 @@ struct Stride {
     std::int64_t m_nFall; ///< 2L
 };
 
+/// Where a walk stands: bytes from the start of the run, and the error term.
+struct Place {
+    std::ptrdiff_t m_nAt;
+    std::int64_t m_nError;
+
+    void fnStep(const Stride& stride) {
+        // All ones for a negative error: which way a line turns can't be predicted, so no branch.
+        const std::int64_t straight = m_nError >> 63;
+        m_nAt += stride.m_nMajor + (stride.m_nMinor & ~straight);
+        m_nError += stride.m_nRise - (stride.m_nFall & ~straight);
+    }
+};
+
+/// Writes `count` pixels from `a` on, and as many or one more from `b` on. Each walk waits for its
+/// own last step; two of them fill each other's pauses.
 template <std::size_t kBytes>
-void fnPlot(unsigned char* target, const unsigned char* pixel, const Stride& stride,
-            std::int64_t error, std::int64_t count) {
+void fnPlot(unsigned char* target, const unsigned char* pixel, const Stride& stride, Place a,
+            Place b, std::int64_t count, bool oneMore) {
     unsigned char bytes[kBytes];
     std::memcpy(bytes, pixel, kBytes);
-    const std::ptrdiff_t both = stride.m_nMajor + stride.m_nMinor;
-    const std::int64_t change = stride.m_nRise - stride.m_nFall;
-    std::ptrdiff_t at = 0;
     for (; count > 0; --count) {
-        std::memcpy(target + at, bytes, kBytes);
-        // All ones for a negative error: which way a line turns can't be predicted, so no branch.
-        const std::int64_t straight = error >> 63;
-        at += both - (stride.m_nMinor & straight);
-        error += change + (stride.m_nFall & straight);
+        std::memcpy(target + a.m_nAt, bytes, kBytes);
+        std::memcpy(target + b.m_nAt, bytes, kBytes);
+        a.fnStep(stride);
+        b.fnStep(stride);
     }
+    if (oneMore)
+        std::memcpy(target + b.m_nAt, bytes, kBytes);
 }
+
+/// Division by a number that stays, as a multiplication.
+class Divisor {
+public:
+    explicit Divisor(std::int64_t divisor)
+        : m_nDivisor(divisor), m_dInverse(1.0 / static_cast<double>(divisor)) {}
+
+    /// Rounded down. `number` lies in 0 to 2^63 - 1; the quotient must stay below 2^40, so that it
+    /// comes out of the multiplication wrong by 1 at most.
+    std::int64_t fnQuotient(std::int64_t number) const {
+        const auto rough = static_cast<std::int64_t>(static_cast<double>(number) * m_dInverse);
+        const std::int64_t rest = number - rough * m_nDivisor;
+        return rough + (rest >= m_nDivisor ? 1 : 0) - (rest < 0 ? 1 : 0);
+    }
+
+private:
+    std::int64_t m_nDivisor;
+    double m_dInverse;
+};
 
 } // namespace
 
@@ -72,9 +104,12 @@ struct DigitalLine::Walk {
     std::int64_t m_nMinorStep;
     std::int64_t m_nLength; ///< L
     std::int64_t m_nHeight; ///< h
+    // Of a line without length or height no quotient but 0 is taken.
+    Divisor m_ByLength = Divisor(std::max<std::int64_t>(2 * m_nLength, 1)); ///< by 2L
+    Divisor m_ByHeight = Divisor(std::max<std::int64_t>(2 * m_nHeight, 1)); ///< by 2h
 
     std::int64_t fnMinorSteps(std::int64_t k) const {
-        return m_nLength == 0 ? 0 : (2 * m_nHeight * k + m_nLength) / (2 * m_nLength);
+        return m_ByLength.fnQuotient(2 * m_nHeight * k + m_nLength);
     }
     std::int64_t fnError(std::int64_t k, std::int64_t minorSteps) const {
         return 2 * m_nHeight - m_nLength + 2 * m_nHeight * k - 2 * m_nLength * minorSteps;
@@ -85,8 +120,7 @@ struct DigitalLine::Walk {
             return 0;
         if (steps > m_nHeight)
             return m_nLength + 1;
-        const std::int64_t twice = 2 * m_nHeight;
-        return (m_nLength * (2 * steps - 1) + twice - 1) / twice;
+        return m_ByHeight.fnQuotient(m_nLength * (2 * steps - 1) + 2 * m_nHeight - 1);
     }
     /// Position before step k.
     void fnPlace(std::int64_t k, std::int64_t minorSteps, int& x, int& y) const {
@@ -98,7 +132,8 @@ struct DigitalLine::Walk {
 };
 
 DigitalLine::DigitalLine(CqImage& image, const CqColor& color) : m_Image(image) {
-    fnWritePixel(*image.TileMap, m_Pixel, true, color);
+    if (image.TileMap)
+        fnWritePixel(*image.TileMap, m_Pixel, true, color);
 }
 
 void DigitalLine::fnDraw(const CqPoint2D& start, const CqPoint2D& end) const {
@@ -140,37 +175,45 @@ std::int64_t DigitalLine::fnDrawInTile(const Walk& walk, std::int64_t k, std::in
     int x;
     int y;
     walk.fnPlace(k, taken, x, y);
-    const int inX = x % static_cast<int>(map.TileWidth);
-    const int inY = y % static_cast<int>(map.TileHeight);
+    const auto column = static_cast<std::uint32_t>(x) / map.TileWidth;
+    const auto row = static_cast<std::uint32_t>(y) / map.TileHeight;
+    const std::int64_t inX = static_cast<std::uint32_t>(x) - column * map.TileWidth;
+    const std::int64_t inY = static_cast<std::uint32_t>(y) - row * map.TileHeight;
     const std::int64_t stepX = walk.m_bSteep ? walk.m_nMinorStep : walk.m_nMajorStep;
     const std::int64_t stepY = walk.m_bSteep ? walk.m_nMajorStep : walk.m_nMinorStep;
-    const std::int64_t roomX = stepX > 0 ? map.TileWidth - 1 - static_cast<unsigned int>(inX) : inX;
-    const std::int64_t roomY =
-        stepY > 0 ? map.TileHeight - 1 - static_cast<unsigned int>(inY) : inY;
+    const std::int64_t roomX = stepX > 0 ? map.TileWidth - 1 - inX : inX;
+    const std::int64_t roomY = stepY > 0 ? map.TileHeight - 1 - inY : inY;
     std::int64_t end = std::min(last, k + (walk.m_bSteep ? roomY : roomX)) + 1;
     const std::int64_t minorRoom = walk.m_bSteep ? roomX : roomY;
     if (minorRoom < end - 1 - k)
         end = std::min(end, walk.fnFirstWith(taken + minorRoom + 1));
 
-    const auto column = static_cast<unsigned int>(x) / map.TileWidth;
+    const std::ptrdiff_t rowBytes = map.fnRowBytes(map.fnColumnWidth(column));
     const std::ptrdiff_t across = stepX * map.BytesPerPixel;
-    const std::ptrdiff_t along = stepY * map.fnRowBytes(map.fnColumnWidth(column));
+    const std::ptrdiff_t along = stepY * rowBytes;
     const Stride stride = {walk.m_bSteep ? along : across, walk.m_bSteep ? across : along,
                            2 * walk.m_nHeight, 2 * walk.m_nLength};
-    unsigned char* target = m_Image.fnGetPixelAddr(x, y);
-    const std::int64_t error = walk.fnError(k, taken);
+    unsigned char* target = map.TileTable[row * map.TilesAcross + column].Pixels + inY * rowBytes +
+                            inX * map.BytesPerPixel;
+    const std::int64_t count = end - k;
+    const std::int64_t half = count / 2;
+    const std::int64_t takenByHalf = walk.fnMinorSteps(k + half);
+    const Place start = {0, walk.fnError(k, taken)};
+    const Place middle = {half * stride.m_nMajor + (takenByHalf - taken) * stride.m_nMinor,
+                          walk.fnError(k + half, takenByHalf)};
+    const bool odd = count % 2 != 0;
     switch (map.BytesPerPixel) {
     case 1:
-        fnPlot<1>(target, m_Pixel, stride, error, end - k);
+        fnPlot<1>(target, m_Pixel, stride, start, middle, half, odd);
         break;
     case 2:
-        fnPlot<2>(target, m_Pixel, stride, error, end - k);
+        fnPlot<2>(target, m_Pixel, stride, start, middle, half, odd);
         break;
     case 3:
-        fnPlot<3>(target, m_Pixel, stride, error, end - k);
+        fnPlot<3>(target, m_Pixel, stride, start, middle, half, odd);
         break;
     default:
-        fnPlot<4>(target, m_Pixel, stride, error, end - k);
+        fnPlot<4>(target, m_Pixel, stride, start, middle, half, odd);
     }
     return end;
 }
@@ -183,9 +226,7 @@ void DigitalLine::fnDrawNibbles(const Walk& walk, std::int64_t k, std::int64_t l
         int x;
         int y;
         walk.fnPlace(k, taken, x, y);
-        unsigned char* target = m_Image.fnGetPixelAddr(x, y);
-        *target = static_cast<unsigned char>((x & 1) != 0 ? (*target & 0xF0) | m_Pixel[0]
-                                                          : (*target & 0x0F) | m_Pixel[0] << 4);
+        fnPutNibble(m_Image.fnGetPixelAddr(x, y), (x & 1) != 0, m_Pixel[0]);
         if (error >= 0) {
             ++taken;
             error -= 2 * walk.m_nLength;

@@ -208,6 +208,15 @@ TEST_F(DigitalLine, CutsCoordinatesThatNoImageReaches) {
     EXPECT_EQ(fnDrawn(3, 3, fnLine(1e300, 0, 1e300, 2)), "...\n...\n...\n");
 }
 
+TEST_F(DigitalLine, LeavesAnImageWithoutPixelsAlone) {
+    CqImage image;
+    fnLine(0, 0, 9, 9).fnRasterize(image, kWhite);
+    fnLine(5, -3, -9, 2).fnRasterize(image, kWhite);
+    CqCubicBezier2D(CqPoint2D(0, 0), CqPoint2D(0, 80), CqPoint2D(80, 80), CqPoint2D(80, 0), 1.0)
+        .fnRasterize(image, kWhite);
+    EXPECT_EQ(image.TileMap, nullptr);
+}
+
 TEST_F(DigitalLine, LooksForItsPaletteEntryAsASinglePixelDoes) {
     const RGBQUAD palette[4] = {{1, 1, 1, 0}, {0, 0, 255, 0}, {9, 9, 9, 0}, {0, 0, 255, 0}};
     CqImage image(4, 1, 8, palette, 4);
