@@ -1,5 +1,8 @@
 #include "q32Base/geometry/CurveRoots.h"
 
+#include <bit>
+#include <cstdint>
+
 namespace q32 {
 
 namespace {
@@ -28,38 +31,93 @@ int fnSolveQuadratic(double a2, double a1, double a0, double (&roots)[3]) {
     return 1;
 }
 
-} // namespace
+/// How far rough numbers may be off, in parts of the exact ones; they are better by far.
+constexpr double kRoughness = 1e-3;
 
-int fnSolveCubic(double a, double b, double c, double (&roots)[3]) {
+/// Cube root to some five digits, at a small part of the cost: a third of the exponent, and one of
+/// Halley's steps. Infinity gives no number.
+double fnRoughCubeRoot(double value) {
+    const double size = std::fabs(value);
+    // The constant is two thirds of the exponent's bias, chosen for the least error.
+    const std::uint64_t bits =
+        std::bit_cast<std::uint64_t>(size) / 3 + (std::uint64_t{715094163} << 32);
+    const double guess = std::bit_cast<double>(bits);
+    const double cube = guess * guess * guess;
+    return std::copysign(guess * (cube + size + size) / (cube + cube + size), value);
+}
+
+/// Roots before the shift by a third of `a`, told off one by one. With `kInside` those that lie
+/// clear of 0 to 1 are left out: rough numbers tell them, and spare most powers and cosines.
+template <bool kInside>
+class RootList {
+public:
+    RootList(double a, double (&roots)[3]) : m_dA(a), m_dRoots(roots) {}
+
+    /// Whether a root may be wanted that is `rough`, give or take a part of `size`. What isn't a
+    /// number may be.
+    bool fnMayCount(double rough, double size) const {
+        if constexpr (!kInside)
+            return true;
+        const double margin = size * kRoughness + std::fabs(m_dA) * 1e-9 + 1e-9;
+        const double root = rough - m_dA * kThird;
+        return !(root < -margin || root > 1.0 + margin);
+    }
+    void fnAddUnshifted(double root) { fnAdd((root * 3.0 - m_dA) * kThird); }
+    void fnAdd(double root) { m_dRoots[m_nCount++] = fnIsZero(root) ? 0.0 : root; }
+    int fnGetCount() const { return m_nCount; }
+
+private:
+    double m_dA;
+    double (&m_dRoots)[3];
+    int m_nCount = 0;
+};
+
+/// Three roots by cosines, of an angle from 0 to a third of pi.
+template <bool kInside>
+void fnAddThree(double p, double p3, double q, RootList<kInside>& list) {
+    const double phi = std::acos(-(q / std::sqrt(-p3))) * kThird;
+    const double s = std::sqrt(-p);
+    const double x = phi * phi;
+    const double cosine = 1.0 + x * (-1.0 / 2 + x * (1.0 / 24 - x * (1.0 / 720)));
+    const double sine = phi * (1.0 + x * (-1.0 / 6 + x * (1.0 / 120 - x * (1.0 / 5040))));
+    const double apart = sine * 1.7320508; // root of 3
+    if (list.fnMayCount(2.0 * cosine * s, s))
+        list.fnAddUnshifted(2.0 * std::cos(phi) * s);
+    if (list.fnMayCount((apart - cosine) * s, s))
+        list.fnAddUnshifted(-2.0 * std::cos(phi + GEOM_PI * kThird) * s);
+    if (list.fnMayCount((-apart - cosine) * s, s))
+        list.fnAddUnshifted(-2.0 * std::cos(phi - GEOM_PI * kThird) * s);
+}
+
+template <bool kInside>
+int fnSolve(double a, double b, double c, double (&roots)[3]) {
     const double q = (a * a * a * 0.07407407407407407 - a * b * kThird + c) * 0.5;
     const double p = (b - a * a * kThird) * kThird;
     const double p3 = p * p * p;
     const double d = p3 + q * q;
-    int count = 0;
+    RootList<kInside> list(a, roots);
     if (fnIsZero(d) && !(std::fabs(q) >= GEOM_EPSILON)) {
-        roots[count++] = a * -0.3333333333333333; // the triple root needs no shift
+        list.fnAdd(a * -0.3333333333333333); // the triple root needs no shift
+    } else if (fnIsZero(d)) {
+        const double w = fnCubeRoot(-q);
+        list.fnAddUnshifted(2.0 * w);
+        list.fnAddUnshifted(-w);
+    } else if (d < 0.0) {
+        fnAddThree(p, p3, q, list);
     } else {
-        if (fnIsZero(d)) {
-            const double w = fnCubeRoot(-q);
-            roots[count++] = 2.0 * w;
-            roots[count++] = -w;
-        } else if (d < 0.0) {
-            const double phi = std::acos(-(q / std::sqrt(-p3))) * kThird;
-            const double s = std::sqrt(-p);
-            roots[count++] = 2.0 * std::cos(phi) * s;
-            roots[count++] = -2.0 * std::cos(phi + GEOM_PI * kThird) * s;
-            roots[count++] = -2.0 * std::cos(phi - GEOM_PI * kThird) * s;
-        } else {
-            const double r = std::sqrt(d);
-            roots[count++] = fnCubeRoot(r - q) + fnCubeRoot(-q - r);
-        }
-        for (int i = 0; i < count; ++i)
-            roots[i] = (roots[i] * 3.0 - a) * kThird;
+        const double r = std::sqrt(d);
+        const double u = fnRoughCubeRoot(r - q);
+        const double v = fnRoughCubeRoot(-q - r);
+        if (list.fnMayCount(u + v, std::fabs(u) + std::fabs(v)))
+            list.fnAddUnshifted(fnCubeRoot(r - q) + fnCubeRoot(-q - r));
     }
-    for (int i = 0; i < count; ++i)
-        if (fnIsZero(roots[i]))
-            roots[i] = 0.0;
-    return count;
+    return list.fnGetCount();
+}
+
+} // namespace
+
+int fnSolveCubic(double a, double b, double c, double (&roots)[3]) {
+    return fnSolve<false>(a, b, c, roots);
 }
 
 int fnFindRoots(const double (&p)[4], double a0, double (&roots)[3]) {
@@ -67,7 +125,7 @@ int fnFindRoots(const double (&p)[4], double a0, double (&roots)[3]) {
     const double a2 = 3.0 * p[0] - 6.0 * p[1] + 3.0 * p[2];
     const double a1 = 3.0 * p[1] - 3.0 * p[0];
     if (std::fabs(a3) >= GEOM_EPSILON)
-        return fnSolveCubic(a2 / a3, a1 / a3, a0 / a3, roots);
+        return fnSolve<true>(a2 / a3, a1 / a3, a0 / a3, roots);
     return fnSolveQuadratic(a2, a1, a0, roots);
 }
 

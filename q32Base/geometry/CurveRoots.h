@@ -12,7 +12,8 @@ namespace q32 {
 int fnSolveCubic(double a, double b, double c, double (&roots)[3]);
 
 /// Roots in t of the curve's polynomial less `value`, by its true degree; 0 to 3 of them. `a0` is
-/// the first point less the value.
+/// the first point less the value. Roots of a cubic that lie clear of 0 to 1 may be left out; the
+/// others keep their order.
 int fnFindRoots(const double (&points)[4], double a0, double (&roots)[3]);
 int fnFindRoots(const double (&points)[3], double a0, double (&roots)[3]);
 

@@ -108,6 +108,43 @@ TEST(CurveRoots, FollowsTheClosedFormBitForBit) {
         fnExpectRoots(random.fnAnySize(), random.fnAnySize(), random.fnAnySize());
 }
 
+TEST(CurveRoots, LeavesOutOnlyRootsClearOfTheCurve) {
+    CqRandom random(17);
+    int left = 0;
+    for (int i = 0; i < 40000; ++i) {
+        double p[4];
+        for (double& number : p)
+            number = i % 8 == 0   ? random.fnAnySize()
+                     : i % 8 == 1 ? random.fnInt(-6, 6)
+                                  : random.fnBetween(-1000, 1000);
+        if (i % 8 == 2) // almost of degree two: roots far away
+            p[3] = p[0] - 3.0 * p[1] + 3.0 * p[2] + random.fnBetween(-1e-7, 1e-7);
+        const double a0 = p[0] - (i % 8 == 1 ? random.fnInt(-6, 6) : random.fnBetween(-1000, 1000));
+        const double a3 = p[3] + (3.0 * p[1] - p[0] - 3.0 * p[2]);
+        if (!(std::fabs(a3) >= 1e-10))
+            continue;
+        const double a2 = 3.0 * p[0] - 6.0 * p[1] + 3.0 * p[2];
+        const double a1 = 3.0 * p[1] - 3.0 * p[0];
+        double all[3];
+        const int count = q32::fnSolveCubic(a2 / a3, a1 / a3, a0 / a3, all);
+        double found[3] = {77, 78, 79};
+        const int kept = q32::fnFindRoots(p, a0, found);
+        int next = 0;
+        for (int k = 0; k < count; ++k) {
+            if (next < kept && fnSameBits(all[k], found[next])) {
+                ++next;
+                continue;
+            }
+            EXPECT_TRUE(all[k] < -1e-9 || all[k] > 1.0 + 1e-9) << i << ": " << all[k];
+            ++left;
+        }
+        ASSERT_EQ(next, kept) << i;
+        for (int k = kept; k < 3; ++k)
+            EXPECT_BITS(found[k], 77.0 + k);
+    }
+    EXPECT_GT(left, 10000);
+}
+
 TEST(CurveRoots, EndsForAnyNumbers) {
     CqRandom random(16);
     for (int i = 0; i < 20000; ++i) {
