@@ -3,7 +3,7 @@
 namespace {
 
 /// Brings an angle into -360 to 360, both included. Taking off full turns one by one gives the same
-/// bits, since each difference is exact, but does not end for huge angles.
+/// bits, since each difference is exact below 2^56; from there on it would not end.
 double fnReduceAngle(double angle) {
     if (!(std::fabs(angle) > 360.0))
         return angle;

@@ -270,11 +270,12 @@ TEST(CqCubicBezier2D, HasNoCrossingWhereACurveOfDegreeTwoOnlyTouches) {
 }
 
 TEST(CqCubicBezier2D, CountsADoubleRootOfDegreeThree) {
-    // y = (t - 1/4)^2 (t - 3/4) x 64: touches 0 at 1/4, crosses it at 3/4.
-    const Points touch = {{0, -3}, {1.0, 25.0 / 3.0}, {2, -9}, {3, 9}};
-    const Crossings hits = fnAtY(touch, 0);
-    // Rounding may part the double root; what counts is that it isn't lost.
-    ASSERT_GE(hits.m_nCount, 1);
+    // y = 192 (t - 1/4)^2 (t - 3/4): touches 0 at 1/4, crosses it at 3/4.
+    const Crossings hits = fnAtY({{0, -9}, {1, 19}, {2, -33}, {3, 27}}, 0);
+    ASSERT_EQ(hits.m_nCount, 2);
+    EXPECT_NEAR(hits.m_T[0], 0.75, 1e-9); // the single one comes first
+    EXPECT_NEAR(hits.m_T[1], 0.25, 1e-9);
+    EXPECT_BITS(hits.m_T[2], kUntouched);
     const Points exact = {{0, -2}, {1, 2}, {2, -2}, {3, 2}}; // 16 t^3 - 24 t^2 + 12 t - 2: triple
     const Crossings triple = fnAtY(exact, 0);
     ASSERT_EQ(triple.m_nCount, 1);

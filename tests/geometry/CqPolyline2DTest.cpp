@@ -422,15 +422,15 @@ TEST(CqPolyline2D, ListsCrossingsAsEachSegmentTaken) {
         }
         const double x = random.fnInt(0, 10) * 0.5;
         std::vector<double> expected;
+        std::vector<CqPolyPoint2D> places;
         for (int l = 0; l < chain.fnGetNumberLine(); ++l) {
             const CqPoint2D a = chain.fnGetVertex(l);
             const CqPoint2D b = chain.fnGetVertex(l + 1);
             if (x < std::min(a.m_X, b.m_X) || x > std::max(a.m_X, b.m_X))
                 continue;
-            if (a.m_X == b.m_X)
-                expected.push_back(a.m_Y);
-            else
-                expected.push_back((b.m_Y - a.m_Y) * ((x - a.m_X) / (b.m_X - a.m_X)) + a.m_Y);
+            const double s = a.m_X == b.m_X ? 0.0 : (x - a.m_X) / (b.m_X - a.m_X);
+            expected.push_back((b.m_Y - a.m_Y) * s + a.m_Y);
+            places.emplace_back(l, s);
         }
         CqPolyline2D::Values values;
         CqPolyline2D::Places where;
@@ -441,8 +441,12 @@ TEST(CqPolyline2D, ListsCrossingsAsEachSegmentTaken) {
                 mirrored.fnIntersectY(x, values, &where);
             ASSERT_EQ(values.GetSize(), static_cast<int>(expected.size()));
             ASSERT_EQ(where.GetSize(), values.GetSize());
-            for (int v = 0; v < values.GetSize(); ++v)
+            for (int v = 0; v < values.GetSize(); ++v) {
+                const CqPolyPoint2D& place = places[static_cast<std::size_t>(v)];
                 EXPECT_BITS(values[v], expected[static_cast<std::size_t>(v)]);
+                EXPECT_EQ(where[v].m_Line, place.m_Line);
+                EXPECT_BITS(where[v].m_Param, place.m_Param);
+            }
         }
     }
 }
@@ -462,6 +466,58 @@ TEST(CqPolyline2D, ScansTheLinesOfADerivedClass) {
     stair.fnIntersectY(9.25, values, nullptr);
     ASSERT_EQ(values.GetSize(), 1);
     EXPECT_BITS(stair.fnComputePoint(3, 0.5), CqPoint2D(3.5, 3.5));
+}
+
+/// Counts how often it is asked for its number of lines, and has one line less each time.
+class CqMeltingStair : public CqStair {
+public:
+    explicit CqMeltingStair(int count) : CqStair(count) {}
+    int fnGetNumberLine() const override { return CqStair::fnGetNumberLine() - m_nAsked++; }
+    mutable int m_nAsked = 0;
+};
+
+TEST(CqPolyline2D, AsksForItsNumberOfLinesBeforeEachButForAPlainCrossing) {
+    // Of ten lines, the scans that ask each time meet five.
+    CqPolyline2D::Values values;
+    CqMeltingStair stair(10);
+    stair.fnIntersectX(9.5, values, nullptr);
+    EXPECT_EQ(values.GetSize(), 0);
+    EXPECT_EQ(stair.m_nAsked, 6);
+    stair.m_nAsked = 0;
+    stair.fnIntersectY(4.5, values, nullptr);
+    EXPECT_EQ(values.GetSize(), 1);
+    EXPECT_EQ(stair.m_nAsked, 6);
+    stair.m_nAsked = 0;
+    int index = 7;
+    double t = kUntouched;
+    EXPECT_FALSE(stair.fnIntersectPoint({9.5, 9.5}, index, t, nullptr));
+    EXPECT_EQ(stair.m_nAsked, 6);
+    stair.m_nAsked = 0;
+    EXPECT_TRUE(stair.fnIntersectLine({{9, 10}, {10, 9}}));
+    EXPECT_EQ(stair.m_nAsked, 1);
+}
+
+TEST(CqPolyline2D, NumbersItsLastLineByTheCountOfADerivedClass) {
+    CqStair stair(10);
+    EXPECT_EQ(stair.fnAddLine({0, 0}, {1, 0}), 9);
+    EXPECT_EQ(stair.fnInsertLine({0, 0}, {1, 0}), 9);
+    CqStair one(1);
+    one.fnAddVertex({0, 0});
+    one.fnAddVertex({1, 0});
+    one.fnAddVertex({2, 0});
+    one.fnRemoveLine(); // the only one, so all goes
+    EXPECT_EQ(one.fnGetNumberVertex(), 0);
+}
+
+TEST(CqPolyline2D, TakesNoFootThatIsInfinitelyFarAwayButStillTellsOfOne) {
+    const CqPolyline2D chain = fnChain({{0, 0}, {10, 0}});
+    int index = 7;
+    double t = kUntouched;
+    CqPoint2D nearest(3, 3);
+    EXPECT_TRUE(chain.fnIntersectPoint({5.0, 1e200}, index, t, &nearest));
+    EXPECT_EQ(index, -1);
+    EXPECT_BITS(t, kUntouched);
+    EXPECT_BITS(nearest, CqPoint2D(3, 3));
 }
 
 TEST(CqPolyline2D, PassesMemoryThatRanOutOn) {

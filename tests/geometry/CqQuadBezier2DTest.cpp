@@ -252,6 +252,40 @@ TEST(CqQuadBezier2D, CrossesALineAsItsFlatPartsDo) {
     EXPECT_GT(total, 300);
 }
 
+TEST(CqQuadBezier2D, CrossesALineWhereItIs) {
+    CqRandom random(25);
+    int total = 0;
+    for (int i = 0; i < 200; ++i) {
+        const Points p = {random.fnPoint(-100, 100), random.fnPoint(-100, 100),
+                          random.fnPoint(-100, 100)};
+        const CqLine2D line(random.fnPoint(-300, 0), random.fnPoint(0, 300));
+        double t[2] = {kUntouched, kUntouched};
+        const int count = fnCurve(p).fnIntersectLine(line, t[0], t[1]);
+        for (int h = 0; h < std::min(count, 2); ++h) {
+            // Parameters run along chords, so the curve's own lies somewhere in the same part.
+            double from = 0.0;
+            double to = 1.0;
+            fnPlainFlatten(p, 0.5, [&](const Points&, double low, double high) {
+                if (low <= t[h] && t[h] <= high) {
+                    from = low;
+                    to = high;
+                }
+            });
+            double nearest = kMostDouble;
+            for (int s = 0; s <= 5000; ++s) {
+                const CqPoint2D on = fnPlainValue(p, from + (to - from) * s / 5000);
+                double foot;
+                CqPoint2D there;
+                line.fnFindNearestPoint(on, foot, &there);
+                nearest = std::min(nearest, on.fnFindDistance(there));
+            }
+            EXPECT_LT(nearest, 0.55) << i;
+            ++total;
+        }
+    }
+    EXPECT_GT(total, 50);
+}
+
 TEST(CqQuadBezier2D, TellsACrossingOnAJointTwice) {
     // The joint of the halves is the top, (50, 50).
     const CqQuadBezier2D arch = fnCurve({{0, 0}, {50, 100}, {100, 0}});

@@ -104,6 +104,47 @@ TEST(CurveArchive, GoesThroughARealFile) {
     q32::fnClearPlatform();
 }
 
+TEST(CurveArchive, LeavesCurveAndColourWhenARealFileEndsEarly) {
+    q32::fnSetPlatform(q32PosixPlatform());
+    const std::string name = ::testing::TempDir() + "q32BaseShortCurve.bin";
+    CMemFile whole;
+    {
+        CArchive archive(&whole, CArchive::store);
+        CqColor color(1, 2, 3, 4);
+        CqCubicBezier2D curve = fnSample();
+        color.fnSerialize(archive);
+        curve.fnSerialize(archive);
+        archive.Close();
+    }
+    ASSERT_EQ(whole.GetLength(), 68u);
+    for (unsigned int length = 0; length <= 68; ++length) {
+        {
+            CFile file(name.c_str(), CFile::modeCreate | CFile::modeWrite);
+            file.Write(whole.GetData(), length);
+            file.Close();
+        }
+        CFile file(name.c_str(), CFile::modeRead);
+        CArchive archive(&file, CArchive::load);
+        CqColor color;
+        CqCubicBezier2D curve;
+        bool ended = false;
+        try {
+            color.fnSerialize(archive);
+            curve.fnSerialize(archive);
+        } catch (CArchiveException* failure) {
+            ended = failure->m_cause == CArchiveException::endOfFile;
+            failure->Delete();
+        }
+        EXPECT_EQ(ended, length < 68) << length;
+        EXPECT_EQ(color == CqColor(1, 2, 3, 4), length >= 4) << length;
+        const CqCubicBezier2D expected = length < 68 ? CqCubicBezier2D() : fnSample();
+        for (int i = 0; i < 4; ++i)
+            EXPECT_BITS(curve.m_Points[i], expected.m_Points[i]) << length;
+    }
+    std::remove(name.c_str());
+    q32::fnClearPlatform();
+}
+
 TEST(CurveArchive, HoldsAColourInFourBytesAlphaFirst) {
     CMemFile file;
     CqColor color(1, 2, 3, 4);

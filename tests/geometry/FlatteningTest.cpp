@@ -2,6 +2,7 @@
 #include "q32Base/geometry/BezierFlattening.h"
 #include "q32Base/geometry/CqCubicBezier2D.h"
 #include "q32Base/geometry/CqPolyline2D.h"
+#include "q32Base/geometry/CqQuadBezier2D.h"
 #include "tests/geometry/CurveTestTools.h"
 #include "tests/support/FailingAllocator.h"
 
@@ -107,6 +108,14 @@ TEST(Tessellation, StaysWithinItsToleranceOfTheCurve) {
             double t1;
             polyline.fnGetParam(l, t0, t1);
             EXPECT_NEAR(polyline.fnGetVertex(l).fnFindDistance(fnPlainValue(p, t0)), 0, 1e-10);
+            // And what lies between them is near the curve, too.
+            const CqPoint2D middle = polyline.fnComputePoint(l, 0.5);
+            double nearest = kMostDouble;
+            for (int s = 0; s <= 50; ++s)
+                nearest = std::min(nearest,
+                                   middle.fnFindDistance(fnPlainValue(p, t0 + (t1 - t0) * s / 50)));
+            const double gap = polyline.fnGetLine(l).fnFindLength() / 10;
+            EXPECT_LE(nearest, tolerance + gap) << i;
         }
     }
 }
@@ -266,6 +275,28 @@ TEST(FlatteningEffort, IsBoundForInfinitiesAndNotANumber) {
         std::copy_n(p, 3, q);
         EXPECT_LT(fnEffort(p, 0.5).m_nParts, 1 << 13);
         EXPECT_LT(fnEffort(q, 0.5).m_nParts, 1 << 13);
+    }
+}
+
+TEST(FlatteningEffort, IsBoundForWhatCallersAskOfSuchCurves) {
+    CqRandom random(55);
+    CqPolyline2D polyline;
+    for (int i = 0; i < 2000; ++i) {
+        CqPoint2D p[4];
+        for (CqPoint2D& point : p)
+            point = i % 2 == 0 ? CqPoint2D(random.fnAnything(), random.fnAnything())
+                               : random.fnPoint(-1e300, 1e300);
+        if (i % 2 == 0)
+            p[random.fnInt(0, 2)].m_Y = i % 4 == 0 ? kInf : kNaN;
+        const CqCubicBezier2D cubic(p[0], p[1], p[2], p[3], 1.0);
+        cubic.fnTessellate(polyline, 0.1);
+        EXPECT_GE(polyline.fnGetNumberLine(), 1);
+        EXPECT_LT(polyline.fnGetNumberLine(), 1 << 13);
+        const CqLine2D line(p[3], p[1]);
+        double t[3];
+        EXPECT_LT(cubic.fnIntersectLine(line, t[0], t[1], t[2]), 1 << 13);
+        const CqQuadBezier2D quad(p[0], p[1], p[2], 1.0);
+        EXPECT_LT(quad.fnIntersectLine(line, t[0], t[1]), 1 << 13);
     }
 }
 
