@@ -234,12 +234,12 @@ TEST(FlatteningEffort, IsBoundForCurvesOfEverySize) {
 }
 
 TEST(FlatteningEffort, EndsAtTheRoundingOfHugeCoordinates) {
-    const double kOne[] = {1e17, 1e100};
-    for (const double size : kOne) {
+    for (const double size : {1e17, 1e100}) {
+        const double rise = size == 1e17 ? 1e11 : size; // one shallow, one with millions of parts
         const CqPoint2D p[4] = {
-            {0.0, 0.1 * size}, {0.3 * size, 0.9 * size}, {0.7 * size, -0.8 * size}, {size, 0.0}};
+            {0.0, 0.1 * rise}, {0.3 * size, 0.9 * rise}, {0.7 * size, -0.8 * rise}, {size, 0.0}};
         const Effort effort = fnEffort(p, 0.5);
-        EXPECT_LT(effort.m_nParts, 1 << 25);
+        EXPECT_LT(effort.m_nParts, size == 1e17 ? 1 << 17 : 1 << 25);
         EXPECT_EQ(effort.m_nTests, 2 * effort.m_nParts - 1);
         EXPECT_GE(effort.m_dNarrowest, kDeepest);
     }
@@ -250,10 +250,12 @@ TEST(FlatteningEffort, EndsAtTheRoundingOfHugeCoordinates) {
 
 TEST(FlatteningEffort, EndsAtAToleranceOfNothing) {
     // Each tolerance below the rounding of the coordinates counts as that rounding.
-    const CqPoint2D p[4] = {{0, 0}, {1, 1}, {2, 1}, {3.0, 0.5}};
+    // The curve is shallow, so that the parts are thousands and not millions.
+    const CqPoint2D p[4] = {{0, 0}, {1.0, 1e-6}, {2.0, 1e-6}, {3.0, 0.5e-6}};
     for (const double tolerance : {0.0, -1.0, 1e-300}) {
         const Effort effort = fnEffort(p, tolerance);
-        EXPECT_LT(effort.m_nParts, 1 << 25) << tolerance;
+        EXPECT_GT(effort.m_nParts, 1 << 10) << tolerance;
+        EXPECT_LT(effort.m_nParts, 1 << 17) << tolerance;
         EXPECT_GE(effort.m_dNarrowest, kDeepest);
     }
     EXPECT_EQ(fnEffort(p, kNaN).m_nParts, 1);
