@@ -16,15 +16,30 @@ std::size_t fnCharBytes(const char* text, std::size_t count) {
     return std::clamp<std::size_t>(bytes, 1, count);
 }
 
-bool fnEndsInSlash(const char* path) {
-    bool slash = false;
-    for (std::size_t left = std::strlen(path); left > 0;) {
-        const std::size_t bytes = fnCharBytes(path, left);
-        slash = bytes == 1 && *path == '\\';
-        path += bytes;
-        left -= bytes;
+std::size_t fnFindChar(const char* text, std::size_t count, char c) {
+    for (std::size_t at = 0; at < count;) {
+        const std::size_t bytes = fnCharBytes(text + at, count - at);
+        if (bytes == 1 && text[at] == c)
+            return at;
+        at += bytes;
     }
-    return slash;
+    return count;
+}
+
+std::size_t fnFindLastChar(const char* text, std::size_t count, char c) {
+    std::size_t found = count;
+    for (std::size_t at = 0; at < count;) {
+        const std::size_t bytes = fnCharBytes(text + at, count - at);
+        if (bytes == 1 && text[at] == c)
+            found = at;
+        at += bytes;
+    }
+    return found;
+}
+
+bool fnEndsInSlash(const char* path) {
+    const std::size_t length = std::strlen(path);
+    return length > 0 && fnFindLastChar(path, length, '\\') == length - 1;
 }
 
 void fnAppendSlash(CString& path) {
@@ -50,14 +65,9 @@ CString fnSplitRootName(const char* path) {
     if (!path)
         return CString();
     const std::size_t length = fnCutLength(path, kMaxPath);
-    std::size_t at = std::strncmp(path, "\\\\", 2) == 0 ? 2 : 0;
-    while (at < length) {
-        const std::size_t bytes = fnCharBytes(path + at, length - at);
-        if (bytes == 1 && path[at] == '\\')
-            return CString(path, static_cast<int>(at) + 1);
-        at += bytes;
-    }
-    return CString();
+    const std::size_t start = std::strncmp(path, "\\\\", 2) == 0 ? 2 : 0;
+    const std::size_t slash = start + fnFindChar(path + start, length - start, '\\');
+    return slash < length ? CString(path, static_cast<int>(slash) + 1) : CString();
 }
 
 } // namespace q32

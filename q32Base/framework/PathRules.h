@@ -13,6 +13,11 @@ namespace q32 {
 /// platform is attached.
 std::size_t fnCharBytes(const char* text, std::size_t count);
 
+/// Place of the first, or last, character `c` in the first `count` bytes of `text`; `count` when
+/// there is none. A byte of that value inside a multibyte character doesn't count.
+std::size_t fnFindChar(const char* text, std::size_t count, char c);
+std::size_t fnFindLastChar(const char* text, std::size_t count, char c);
+
 /// Whether the last character is a backslash.
 bool fnEndsInSlash(const char* path);
 

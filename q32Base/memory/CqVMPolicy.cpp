@@ -1,6 +1,7 @@
 #include "q32Base/memory/CqVMPolicy.h"
 
 #include "q32Base/frame/Settings.h"
+#include "q32Base/framework/DiskSpace.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/PathRules.h"
 #include "q32Base/platform/CqPlatform.h"
@@ -13,25 +14,6 @@ namespace {
 
 std::uint32_t fnPhysicalBytes() {
     return static_cast<std::uint32_t>(q32::fnPlatform().m_pMemory->fnGetPhysicalBytes());
-}
-
-/// Free bytes by the old query, in 32 bits. False when it fails.
-bool fnGetClusterSpace(const char* path, ULARGE_INTEGER& space) {
-    CqDiskClusters clusters;
-    if (!q32::fnPlatform().m_pFiles->fnGetClusters(path, clusters))
-        return false;
-    space.HighPart = 0;
-    space.LowPart =
-        clusters.m_nSectorsPerCluster * clusters.m_nBytesPerSector * clusters.m_nFreeClusters;
-    return true;
-}
-
-bool fnGetWideSpace(const char* path, ULARGE_INTEGER& space) {
-    CqDiskSpace wide;
-    if (!q32::fnPlatform().m_pFiles->fnGetSpace(path, wide))
-        return false;
-    space.QuadPart = wide.m_nAvailable;
-    return true;
 }
 
 /// Copies a path that fits; one that doesn't leaves `target` as it is.
@@ -57,11 +39,9 @@ CqVMPolicy::CqVMPolicy()
 
 void CqVMPolicy::fnGetDiskFreeSpace(unsigned int index, ULARGE_INTEGER& space) const {
     space.QuadPart = 0;
-    q32::fnGuardMemory([&] {
-        const bool wide = q32::fnPlatform().m_pFiles->fnHasWideSpaceQuery();
-        if (!wide || !fnGetWideSpace(DiskPaths[index], space))
-            fnGetClusterSpace(DiskPaths[index], space);
-    });
+    CqDiskSpace found;
+    q32::fnGetDiskSpace(DiskPaths[index], true, found);
+    space.QuadPart = found.m_nAvailable;
 }
 
 void CqVMPolicy::fnSetDisk(unsigned int index, const char* path) {
@@ -157,11 +137,10 @@ CqDiskUsage CqVMPolicy::fnGetDiskUsage(unsigned int index) const {
     return usage;
 }
 
-bool CqVMPolicy::fnHasRoom(unsigned int index, std::uint32_t size, bool wide) const {
+bool CqVMPolicy::fnHasRoom(unsigned int index, std::uint32_t size) const {
     const CString root = q32::fnSplitRootName(DiskPaths[index]);
-    ULARGE_INTEGER space{};
-    const bool told = wide ? fnGetWideSpace(root, space) : fnGetClusterSpace(root, space);
-    return told && (space.HighPart != 0 || space.LowPart > size);
+    CqDiskSpace space;
+    return q32::fnGetDiskSpace(root, false, space) && space.m_nAvailable > size;
 }
 
 bool CqVMPolicy::fnSearchAvail(unsigned long size, bool allowRam, CString& path) {
@@ -172,9 +151,8 @@ bool CqVMPolicy::fnSearchAvail(unsigned long size, bool allowRam, CString& path)
     try {
         return q32::fnGuardMemory([&] {
             CqFileService& files = *q32::fnPlatform().m_pFiles;
-            const bool wide = files.fnHasWideSpaceQuery();
             for (unsigned int i = 0; i < kDisks; ++i) {
-                if (!DiskFlags[i] || !DiskPaths[i][0] || !fnHasRoom(i, size32, wide))
+                if (!DiskFlags[i] || !DiskPaths[i][0] || !fnHasRoom(i, size32))
                     continue;
                 if (!files.fnExists(DiskPaths[i]) && !files.fnCreateDirectory(DiskPaths[i]))
                     return false; // deliberate: no later disk is tried

@@ -87,7 +87,7 @@ private:
     void fnReadDisk(unsigned int index);
     void fnTakeDisk(unsigned int index);
     bool fnWriteSettings() const;
-    bool fnHasRoom(unsigned int index, std::uint32_t size, bool wide) const;
+    bool fnHasRoom(unsigned int index, std::uint32_t size) const;
 
     bool DiskFlags[kDisks];
     char DiskPaths[kDisks][kMaxPathBytes];

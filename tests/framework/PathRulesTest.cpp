@@ -28,6 +28,20 @@ TEST(PathRules, ATrailByteIsNoBackslash) {
     EXPECT_STREQ(q32::fnSplitRootName("\x83\x5c\\a"), "\x83\x5c\\");
 }
 
+TEST(PathRules, ACharacterIsLookedForBetweenCharacters) {
+    CqFakeWorld world;
+    world.m_pLocale->m_bDoubleByte = true;
+    const char text[] = "\x83\x5c"
+                        "a\\b\\\x83\x5c";
+    const std::size_t count = sizeof(text) - 1;
+    EXPECT_EQ(q32::fnFindChar(text, count, '\\'), 3u);
+    EXPECT_EQ(q32::fnFindLastChar(text, count, '\\'), 5u);
+    EXPECT_EQ(q32::fnFindChar(text, count, '.'), count) << "none";
+    EXPECT_EQ(q32::fnFindLastChar(text, count, '.'), count);
+    EXPECT_EQ(q32::fnFindChar(text, 0, '\\'), 0u);
+    EXPECT_EQ(q32::fnFindLastChar(text, 5, '\\'), 3u) << "no further than the count";
+}
+
 TEST(PathRules, TheRootEndsWithTheFirstBackslashBehindALeadingPair) {
     const std::pair<const char*, const char*> cases[] = {
         {"C:\\dir\\a.txt", "C:\\"},
