@@ -17,3 +17,4 @@
 #include "q32Base/operations/CqConvMask.h"
 #include "q32Base/platform/CqPlatform.h"
 #include "q32Base/services/CqProgressDisplay.h"
+#include "q32Base/services/CqUndoMngr.h"

@@ -26,6 +26,7 @@ public:
         UINT m_nMessage;
         WPARAM m_wParam;
         LPARAM m_lParam;
+        bool operator==(const Message&) const = default;
     };
     struct Invalidation {
         std::optional<RECT> m_Rect; ///< none: the whole client area
@@ -45,6 +46,7 @@ public:
     /// The bar of a frame window, not owned; at first none.
     void fnSetMessageBar(CWnd* bar) { m_pMessageBar = bar; }
     const std::vector<Message>& fnGetMessages() const { return m_Messages; }
+    void fnClearMessages() { m_Messages.clear(); }
     const std::vector<Invalidation>& fnGetInvalidations() const { return m_Invalidations; }
 
     CRect GetClientRect() const override { return {0, 0, m_Client.Width(), m_Client.Height()}; }

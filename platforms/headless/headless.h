@@ -3,6 +3,7 @@
 /// it and read it through its services, which have more to them than the library asks for.
 #pragma once
 
+#include "platforms/headless/HeadlessCommands.h"
 #include "platforms/headless/HeadlessDisks.h"
 #include "platforms/headless/HeadlessFiles.h"
 #include "platforms/headless/HeadlessKeyboard.h"

@@ -5,6 +5,8 @@
 #include "q32Base/framework/CArchive.h"
 #include "q32Base/framework/CArray.h"
 #include "q32Base/framework/CBitmap.h"
+#include "q32Base/framework/CCmdUI.h"
+#include "q32Base/framework/CDocument.h"
 #include "q32Base/framework/CFile.h"
 #include "q32Base/framework/CFont.h"
 #include "q32Base/framework/CList.h"

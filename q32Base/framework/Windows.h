@@ -82,6 +82,9 @@ public:
 /// A control that shows how far something has come. It understands PBM_SETRANGE and PBM_SETPOS.
 class Q32_API CProgressCtrl : public CWnd {};
 
+/// A toolbar. It understands TB_ENABLEBUTTON, which names a button by its command.
+class Q32_API CToolBarCtrl : public CWnd {};
+
 /// A device context of a window's client area for this object's life, by the platform in force. It
 /// has none where it can't be had, for lack of memory too.
 class Q32_API CClientDC {

@@ -244,6 +244,9 @@ inline constexpr WORD RT_BITMAP_ID = 2;
 inline constexpr WORD RT_STRING_ID = 6;
 inline constexpr WORD RT_VERSION_ID = 16;
 
+/// wParam: the button's command, lParam: 1 or 0.
+inline constexpr UINT TB_ENABLEBUTTON = 0x401;
+
 inline constexpr int VK_ESCAPE = 27;
 inline constexpr UINT WM_ERASEBKGND = 0x14;
 inline constexpr UINT WM_KEYDOWN = 0x100;

@@ -274,3 +274,32 @@ TEST(HeadlessLocale, CallsFailOnDemand) {
     EXPECT_FALSE(locale.fnGetLocalTime(0, time));
     EXPECT_TRUE(locale.fnFormatDate(time, text));
 }
+
+TEST(HeadlessToolBar, ButtonsAreEnabledUntilTheyAreToldOtherwise) {
+    CqHeadlessToolBar bar;
+    EXPECT_TRUE(bar.fnIsEnabled(7));
+    EXPECT_EQ(bar.SendMessage(TB_ENABLEBUTTON, 7, 0), 1);
+    EXPECT_FALSE(bar.fnIsEnabled(7));
+    EXPECT_TRUE(bar.fnIsEnabled(8));
+    EXPECT_EQ(bar.SendMessage(TB_ENABLEBUTTON, 7, 0x10001), 1) << "the low word tells";
+    EXPECT_TRUE(bar.fnIsEnabled(7));
+    EXPECT_EQ(bar.SendMessage(WM_CHAR, 7, 0), 0);
+    EXPECT_TRUE(bar.fnIsEnabled(7));
+}
+
+TEST(HeadlessToolBar, AWindowThatIsGoneTakesNothingButIsSeenToBeTold) {
+    CqHeadlessToolBar bar;
+    bar.fnDestroy();
+    EXPECT_EQ(bar.SendMessage(TB_ENABLEBUTTON, 7, 0), 0);
+    EXPECT_TRUE(bar.fnIsEnabled(7));
+    EXPECT_EQ(bar.fnGetMessages(), (std::vector<CqHeadlessToolBar::Message>{{0x401, 7, 0}}));
+}
+
+TEST(HeadlessDocument, KeepsTheFlagsThatItWasTold) {
+    CqHeadlessDocument document;
+    document.SetModifiedFlag(true);
+    EXPECT_EQ(document.IsModified(), 1);
+    document.SetModifiedFlag(false);
+    EXPECT_EQ(document.IsModified(), 0);
+    EXPECT_EQ(document.m_ModifiedSet, (std::vector<bool>{true, false}));
+}

@@ -1,0 +1,40 @@
+/// @file
+/// A snapshot that counts its lives, and a manager whose inside can be seen.
+#pragma once
+
+#include "q32Base/services/CqUndoMngr.h"
+
+#include <set>
+
+/// A snapshot of the state `m_nState`. Each stands in the set of those that live; one that goes
+/// twice is the sanitizer's to see.
+class Snapshot : public CObject {
+public:
+    Snapshot(int state, std::multiset<int>& lives) : m_nState(state), m_Lives(lives) {
+        m_Lives.insert(state);
+    }
+    ~Snapshot() override { m_Lives.erase(m_Lives.find(m_nState)); }
+
+    const int m_nState;
+
+private:
+    std::multiset<int>& m_Lives;
+};
+
+/// State of a snapshot; -1 for null.
+inline int fnStateOf(const CObject* object) {
+    return object ? static_cast<const Snapshot*>(object)->m_nState : -1;
+}
+
+class OpenUndoMngr : public CqUndoMngr {
+public:
+    using CqUndoMngr::fnCreateArray;
+    using CqUndoMngr::m_bDocModified;
+    using CqUndoMngr::m_nLevels;
+    using CqUndoMngr::m_nRedoCount;
+    using CqUndoMngr::m_nUndoCount;
+    using CqUndoMngr::m_RedoBufs;
+    using CqUndoMngr::m_RedoData;
+    using CqUndoMngr::m_UndoBufs;
+    using CqUndoMngr::m_UndoData;
+};
