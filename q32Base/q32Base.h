@@ -16,5 +16,6 @@
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/operations/CqConvMask.h"
 #include "q32Base/platform/CqPlatform.h"
+#include "q32Base/services/CqPowerStr.h"
 #include "q32Base/services/CqProgressDisplay.h"
 #include "q32Base/services/CqUndoMngr.h"
