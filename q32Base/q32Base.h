@@ -16,6 +16,7 @@
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/operations/CqConvMask.h"
 #include "q32Base/platform/CqPlatform.h"
+#include "q32Base/services/CqDumpBin.h"
 #include "q32Base/services/CqPowerStr.h"
 #include "q32Base/services/CqProgressDisplay.h"
 #include "q32Base/services/CqUndoMngr.h"

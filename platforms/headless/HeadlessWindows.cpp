@@ -11,3 +11,10 @@ bool CqHeadlessApp::GetTemplateTitle(CString& title) const {
         title = m_TemplateTitle->c_str();
     return m_TemplateTitle.has_value();
 }
+
+std::unique_ptr<CqDumpView> CqHeadlessWindows::fnCreateDumpView(const CqDumpViewSetup& setup,
+                                                                CqDumpViewEvents& events) {
+    if (!m_pDump->m_Create.fnPass())
+        return nullptr;
+    return std::make_unique<CqHeadlessDumpView>(setup, events, m_pDump);
+}

@@ -5,6 +5,7 @@
 
 #include "platforms/headless/HeadlessCommands.h"
 #include "platforms/headless/HeadlessDisks.h"
+#include "platforms/headless/HeadlessDumpView.h"
 #include "platforms/headless/HeadlessFiles.h"
 #include "platforms/headless/HeadlessKeyboard.h"
 #include "platforms/headless/HeadlessLocale.h"

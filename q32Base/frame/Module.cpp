@@ -3,6 +3,7 @@
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/frame/Messages.h"
 #include "q32Base/framework/Memory.h"
+#include "q32Base/services/CqDumpBin.h"
 
 #include <cstring>
 #include <utility>
@@ -77,6 +78,7 @@ bool q32Attach(CqPlatform platform) {
 void q32Detach() {
     if (!theAttached)
         return;
+    q32DestroyDumpWnd();
     theAttached = false;
     delete thePolicy;
     delete theDisplay;

@@ -69,3 +69,8 @@ UINT CqPaletteObject::fnSetEntries(UINT first, UINT count, const PALETTEENTRY* e
     std::copy_n(entries, taken, m_Entries.begin() + first);
     return taken;
 }
+
+std::unique_ptr<CqDumpView> CqWindowService::fnCreateDumpView(const CqDumpViewSetup&,
+                                                              CqDumpViewEvents&) {
+    return nullptr;
+}

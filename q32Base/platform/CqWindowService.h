@@ -1,6 +1,9 @@
 #pragma once
 
+#include "q32Base/platform/CqDumpView.h"
 #include "q32Base/platform/Export.h"
+
+#include <memory>
 
 class CWinApp;
 class CWnd;
@@ -15,4 +18,11 @@ public:
     virtual CWinApp* fnGetApp() = 0;
     /// The main window of the current thread; null when there is none.
     virtual CWnd* fnGetMainWnd() = 0;
+
+    /// Makes the frame of the dump window, not yet shown and without its parts. The numbers of its
+    /// place may be any; a size below 0 counts as 0.
+    /// @param events  outlives the view
+    /// @return null on failure, and where there is no such window. May throw std::bad_alloc.
+    virtual std::unique_ptr<CqDumpView> fnCreateDumpView(const CqDumpViewSetup& setup,
+                                                         CqDumpViewEvents& events);
 };

@@ -1,0 +1,309 @@
+#include "tests/services/DumpTestTools.h"
+#include "tests/support/FailingAllocator.h"
+#include "tests/support/Random.h"
+
+#include <cstdio>
+#include <limits>
+
+namespace {
+
+using DumpBin = DumpTest;
+
+/// Cause of the file exception that `work` ends with; none without one.
+template <typename Work>
+CQ_FILE_CAUSE fnCauseOf(Work&& work) {
+    try {
+        work();
+    } catch (CFileException* failure) {
+        const CQ_FILE_CAUSE cause = failure->m_cause;
+        failure->Delete();
+        return cause;
+    }
+    return FILE_CAUSE_NONE;
+}
+
+} // namespace
+
+TEST_F(DumpBin, AFreshStreamHasNoBuffer) {
+    OpenDumpBin dump;
+    EXPECT_EQ(dump.m_pBuffer, nullptr);
+    EXPECT_EQ(dump.m_nCapacity, 0u);
+    dump << static_cast<const char*>(nullptr) << "";
+    dump.fnOutputString(nullptr);
+    dump.fnOutputString("");
+    dump.fnClear();
+    EXPECT_EQ(dump.m_pBuffer, nullptr) << "nothing was put out";
+}
+
+TEST_F(DumpBin, EachLineFeedGetsACarriageReturnInFront) {
+    OpenDumpBin dump;
+    dump << "a\nb\n\nc";
+    EXPECT_EQ(dump.fnGetText(), "a\r\nb\r\n\r\nc");
+}
+
+TEST_F(DumpBin, ACarriageReturnAheadOfALineFeedIsDoubled) {
+    OpenDumpBin dump;
+    dump << "a\r\nb\rc";
+    EXPECT_EQ(dump.fnGetText(), "a\r\r\nb\rc");
+}
+
+TEST_F(DumpBin, PlainOutputIsNotChanged) {
+    OpenDumpBin dump;
+    dump.fnOutputString("a\nb");
+    EXPECT_EQ(dump.fnGetText(), "a\nb");
+}
+
+TEST_F(DumpBin, NumbersAreDecimal) {
+    OpenDumpBin dump;
+    dump << static_cast<unsigned char>(200) << " " << static_cast<unsigned short>(65535) << " "
+         << -7 << " " << -8L << " " << 255ul;
+    EXPECT_EQ(dump.fnGetText(), "200 65535 -7 -8 255");
+}
+
+TEST_F(DumpBin, TheExtremesFit) {
+    OpenDumpBin dump;
+    dump << std::numeric_limits<int>::min() << " " << std::numeric_limits<long>::min() << " "
+         << std::numeric_limits<unsigned long>::max() << " " << 0xFFFFFFFFu;
+    EXPECT_EQ(dump.fnGetText(), std::to_string(std::numeric_limits<int>::min()) + " " +
+                                    std::to_string(std::numeric_limits<long>::min()) + " " +
+                                    std::to_string(std::numeric_limits<unsigned long>::max()) +
+                                    " 0xFFFFFFFF");
+}
+
+TEST_F(DumpBin, AnUnsignedIntIsHexadecimalUnlikeTheOthers) {
+    OpenDumpBin dump;
+    dump << 255u << " " << 0u << " " << 255ul;
+    EXPECT_EQ(dump.fnGetText(), "0xFF 0x0 255");
+}
+
+TEST_F(DumpBin, AFloatHasTwoPlacesUntilTheFormatOfAllStreamsChanges) {
+    OpenDumpBin dump;
+    OpenDumpBin other;
+    dump << 1.5f << " " << 2.25;
+    EXPECT_EQ(dump.fnGetText(), "1.50 2.25");
+    other.fnSetFloatFormat("<%.3e>");
+    dump << 1.5f << 2.25;
+    EXPECT_EQ(dump.fnGetText(), "1.50 2.25<1.500e+00><2.250e+00>");
+}
+
+TEST_F(DumpBin, AFormatBeyondFifteenBytesIsRefused) {
+    OpenDumpBin dump;
+    dump.fnSetFloatFormat("123456789012%.1f"); // 16 bytes
+    EXPECT_STREQ(OpenDumpBin::m_szFloatFmt, "%.02f");
+    dump.fnSetFloatFormat(nullptr);
+    dump.fnSetFloatFormat("");
+    EXPECT_STREQ(OpenDumpBin::m_szFloatFmt, "%.02f");
+    dump.fnSetFloatFormat("12345678901%.1f"); // 15
+    dump << 1.5;
+    EXPECT_EQ(dump.fnGetText(), "123456789011.5");
+    dump.fnSetFloatFormat("%f");
+    dump.fnSetFloatFormat(OpenDumpBin::m_szFloatFmt);
+    EXPECT_STREQ(OpenDumpBin::m_szFloatFmt, "%f");
+}
+
+TEST_F(DumpBin, ALongNumberOfAFloatIsWhole) {
+    OpenDumpBin dump;
+    dump << std::numeric_limits<double>::max();
+    EXPECT_EQ(dump.m_nLength, 309u + 3u);
+}
+
+TEST_F(DumpBin, TheFirstBufferHas1024BytesOrFitsTheText) {
+    OpenDumpBin small;
+    small << std::string(1023, 'x').c_str();
+    EXPECT_EQ(small.m_nCapacity, 1024u);
+    OpenDumpBin exact;
+    exact << std::string(1024, 'x').c_str();
+    EXPECT_EQ(exact.m_nCapacity, 1025u);
+    EXPECT_TRUE(exact.fnHasCleanTail());
+    OpenDumpBin large;
+    large << std::string(5000, 'x').c_str();
+    EXPECT_EQ(large.m_nCapacity, 5001u);
+    EXPECT_EQ(large.fnGetText(), std::string(5000, 'x'));
+    EXPECT_TRUE(large.fnHasCleanTail());
+}
+
+TEST_F(DumpBin, ASmallBufferGrowsByATenthAndTheText) {
+    OpenDumpBin dump;
+    dump << std::string(1000, 'x').c_str();
+    dump << std::string(30, 'y').c_str();
+    EXPECT_EQ(dump.m_nCapacity, 1024u + 102u + 30u);
+    EXPECT_EQ(dump.fnGetText(), std::string(1000, 'x') + std::string(30, 'y'));
+    EXPECT_TRUE(dump.fnHasCleanTail());
+}
+
+TEST_F(DumpBin, TheBufferGrowsWhenTheEndMarkWouldNotFit) {
+    OpenDumpBin dump;
+    dump << std::string(1000, 'x').c_str();
+    dump << std::string(23, 'y').c_str();
+    EXPECT_EQ(dump.m_nCapacity, 1024u) << "1023 bytes and the end mark";
+    dump << "z";
+    EXPECT_EQ(dump.m_nCapacity, 1024u + 102u + 1u);
+}
+
+TEST_F(DumpBin, ABufferAboveOneMegabyteGrowsByAHundredth) {
+    OpenDumpBin at;
+    at << std::string(0xFFFFF, 'x').c_str();
+    ASSERT_EQ(at.m_nCapacity, 0x100000u);
+    at << "ab";
+    EXPECT_EQ(at.m_nCapacity, 0x100000u + 104857u + 2u) << "still a tenth";
+    OpenDumpBin above;
+    above << std::string(0x1FFFFF, 'x').c_str();
+    ASSERT_EQ(above.m_nCapacity, 0x200000u);
+    above << "abc";
+    EXPECT_EQ(above.m_nCapacity, 0x200000u + 20971u + 3u);
+    EXPECT_TRUE(above.fnHasCleanTail());
+}
+
+TEST_F(DumpBin, RandomOutputsFollowTheGrowthRule) {
+    Random random(8401);
+    for (int round = 0; round < 20; ++round) {
+        OpenDumpBin dump;
+        std::string text;
+        std::uint64_t capacity = 0;
+        for (int i = 0; i < 300; ++i) {
+            const std::string piece(1 + random() % (random() % 8 == 0 ? 3000u : 60u),
+                                    static_cast<char>('a' + i % 26));
+            if (text.size() + piece.size() >= capacity)
+                capacity = capacity == 0 ? std::max<std::uint64_t>(1024, piece.size() + 1)
+                                         : capacity + capacity / 10 + piece.size();
+            text += piece;
+            dump.fnOutputString(piece.c_str());
+            ASSERT_EQ(dump.m_nCapacity, capacity);
+        }
+        EXPECT_EQ(dump.fnGetText(), text);
+        EXPECT_TRUE(dump.fnHasCleanTail());
+    }
+}
+
+TEST_F(DumpBin, AHexDumpHasTheAddressAheadOfEachLine) {
+    unsigned char bytes[] = {0x00, 0x0A, 0xFF, 0x7F, 0x80};
+    OpenDumpBin dump;
+    dump.fnHexDump("%p:", bytes, 5, 4);
+    char wanted[100];
+    std::snprintf(wanted, sizeof(wanted), "%p: 00 0A FF 7F\r\n%p: 80\r\n",
+                  static_cast<void*>(bytes), static_cast<void*>(bytes + 4));
+    EXPECT_EQ(dump.fnGetText(), wanted);
+}
+
+TEST_F(DumpBin, AFullLastLineEndsOnce) {
+    unsigned char bytes[] = {1, 2, 3, 4};
+    OpenDumpBin dump;
+    dump.fnHexDump("", bytes, 4, 2);
+    EXPECT_EQ(dump.fnGetText(), " 01 02\r\n 03 04\r\n");
+}
+
+TEST_F(DumpBin, OneByteALine) {
+    unsigned char bytes[] = {1, 2};
+    OpenDumpBin dump;
+    dump.fnHexDump("#\n", bytes, 2, 1);
+    EXPECT_EQ(dump.fnGetText(), "#\r\n 01\r\n#\r\n 02\r\n");
+}
+
+TEST_F(DumpBin, AHexDumpOfNothingIsNothing) {
+    unsigned char bytes[] = {1};
+    OpenDumpBin dump;
+    dump.fnHexDump("x", bytes, 0, 4);
+    dump.fnHexDump("x", nullptr, 0, 4);
+    dump.fnHexDump("x", bytes, -3, 4);
+    EXPECT_EQ(dump.m_pBuffer, nullptr);
+}
+
+TEST_F(DumpBin, WithoutALineLengthAllBytesStandInOneLine) {
+    unsigned char bytes[] = {1, 2, 3};
+    OpenDumpBin dump;
+    dump.fnHexDump("a", bytes, 3, 0);
+    dump.fnHexDump(nullptr, bytes, 3, -1);
+    EXPECT_EQ(dump.fnGetText(), "a 01 02 03\r\n 01 02 03\r\n");
+}
+
+TEST_F(DumpBin, FlushingWritesTheTextAndKeepsIt) {
+    m_World->m_pDisks->fnPutFile("C:\\log.txt", "a longer text that was there before");
+    OpenDumpBin dump;
+    dump << "one\ntwo";
+    dump.fnFlush("C:\\log.txt");
+    EXPECT_EQ(m_World->m_pDisks->fnGetFile("C:\\log.txt"), "one\r\ntwo");
+    EXPECT_EQ(dump.fnGetText(), "one\r\ntwo");
+}
+
+TEST_F(DumpBin, FlushingBeforeAnyOutputMakesNoFile) {
+    CqDumpBin dump;
+    dump.fnFlush("C:\\log.txt");
+    EXPECT_EQ(m_World->m_pDisks->fnGetFile("C:\\log.txt"), std::nullopt);
+    EXPECT_EQ(m_World->m_pFiles->m_Open.fnGetCount(), 0u);
+}
+
+TEST_F(DumpBin, FlushingAClearedStreamMakesAnEmptyFile) {
+    OpenDumpBin dump;
+    dump << "text";
+    dump.fnClear();
+    EXPECT_EQ(dump.m_nCapacity, 1024u);
+    EXPECT_EQ(dump.m_nLength, 0u);
+    EXPECT_TRUE(dump.fnHasCleanTail());
+    dump.fnFlush("C:\\log.txt");
+    EXPECT_EQ(m_World->m_pDisks->fnGetFile("C:\\log.txt"), "");
+    dump << "new";
+    EXPECT_EQ(dump.fnGetText(), "new");
+}
+
+TEST_F(DumpBin, AFlushThatFailsTellsItsCause) {
+    OpenDumpBin dump;
+    dump << "text";
+    const auto flush = [&] { dump.fnFlush("C:\\log.txt"); };
+    for (const CQ_FILE_CAUSE cause : {FILE_CAUSE_ACCESS_DENIED, FILE_CAUSE_SHARING_VIOLATION}) {
+        m_World->m_pDisks->fnFailCreate("C:\\log.txt", cause);
+        EXPECT_EQ(fnCauseOf(flush), cause);
+    }
+    m_World->m_pDisks->fnFailCreate("C:\\log.txt", FILE_CAUSE_NONE);
+    m_World->m_pFiles->m_pStream->m_Write.fnFail();
+    EXPECT_EQ(fnCauseOf(flush), FILE_CAUSE_HARD_IO);
+    m_World->m_pFiles->m_pStream->m_Close.fnFail();
+    EXPECT_EQ(fnCauseOf(flush), FILE_CAUSE_HARD_IO) << "what closing tells is not lost";
+    m_World->m_pDisks->fnSetFree("C:\\", 3);
+    EXPECT_EQ(fnCauseOf([&] { dump.fnFlush("C:\\new.txt"); }), FILE_CAUSE_DISK_FULL);
+    EXPECT_EQ(dump.fnGetText(), "text");
+}
+
+TEST_F(DumpBin, AFileThatIsOpenElsewhereCantBeFlushedTo) {
+    OpenDumpBin dump;
+    dump << "text";
+    m_World->m_pDisks->fnPutFile("C:\\log.txt", "theirs");
+    const CFile theirs("C:\\log.txt", CFile::modeRead | CFile::shareDenyNone);
+    EXPECT_EQ(fnCauseOf([&] { dump.fnFlush("C:\\log.txt"); }), FILE_CAUSE_SHARING_VIOLATION);
+}
+
+TEST_F(DumpBin, WithoutMemoryTheTextStays) {
+    OpenDumpBin dump;
+    dump << "kept";
+    const char* buffer = dump.m_pBuffer;
+    const std::string more(2000, 'x');
+    for (std::size_t nth = 1; nth <= 2; ++nth) { // the lines, and the buffer
+        CqAllocationFailure failure(nth);
+        EXPECT_TRUE(fnRaisesMemoryException([&] { dump << more.c_str(); })) << nth;
+        failure.fnEnd();
+        EXPECT_EQ(dump.fnGetText(), "kept");
+        EXPECT_EQ(dump.m_pBuffer, buffer);
+    }
+    dump << more.c_str();
+    EXPECT_EQ(dump.fnGetText(), "kept" + more);
+}
+
+TEST_F(DumpBin, ATextThatWouldPassFourGigabytesIsRefused) {
+    OpenDumpBin dump;
+    dump << "kept";
+    dump.m_nCapacity = dump.m_nLength = 0xFFFFFFF0u; // as if it were so long
+    EXPECT_TRUE(fnRaisesMemoryException([&] { dump << "a few more bytes than there are left"; }));
+    dump.m_nCapacity = 1024;
+    dump.m_nLength = 4;
+    EXPECT_EQ(dump.fnGetText(), "kept");
+}
+
+TEST_F(DumpBin, AFirstOutputWithoutMemoryLeavesNoBuffer) {
+    OpenDumpBin dump;
+    CqAllocationFailure failure(1, true);
+    EXPECT_TRUE(fnRaisesMemoryException([&] { dump << 5; }));
+    EXPECT_TRUE(fnRaisesMemoryException([&] { dump << 1.5; }));
+    EXPECT_TRUE(fnRaisesMemoryException([&] { dump << "text"; }));
+    failure.fnEnd();
+    EXPECT_EQ(dump.m_pBuffer, nullptr);
+    EXPECT_EQ(dump.m_nCapacity, 0u);
+}

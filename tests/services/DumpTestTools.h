@@ -1,0 +1,37 @@
+/// @file
+/// A stream whose inside can be seen, and a test with a world around the dump window.
+#pragma once
+
+#include "tests/support/AttachedTest.h"
+
+#include <string>
+
+class OpenDumpBin : public CqDumpBin {
+public:
+    using CqDumpBin::fnOutputString;
+    using CqDumpBin::m_nCapacity;
+    using CqDumpBin::m_nLength;
+    using CqDumpBin::m_pBuffer;
+    using CqDumpBin::m_szFloatFmt;
+
+    std::string fnGetText() const { return std::string(m_pBuffer ? m_pBuffer : "", m_nLength); }
+    /// Whether the whole tail behind the text is zero.
+    bool fnHasCleanTail() const {
+        for (std::uint32_t i = m_nLength; i < m_nCapacity; ++i)
+            if (m_pBuffer[i] != 0)
+                return false;
+        return m_nCapacity == 0 || m_nLength < m_nCapacity;
+    }
+};
+
+/// The float format is the same for all streams: each test begins and ends with the first one.
+class DumpTest : public AttachedTest {
+protected:
+    void TearDown() override {
+        CqDumpBin().fnSetFloatFormat("%.02f");
+        AttachedTest::TearDown();
+    }
+    CqHeadlessDumpView* fnView() const { return m_World->m_pWindows->fnGetDumpView(); }
+    CqHeadlessDumpDesk& fnDesk() const { return *m_World->m_pWindows->m_pDump; }
+    const std::vector<CqHeadlessBox>& fnBoxes() const { return m_World->m_pMessages->fnGetBoxes(); }
+};
