@@ -125,8 +125,9 @@ private:
 
     /// Moves the elements to new storage for `capacity` of them.
     void fnMove(int capacity) {
-        auto* fresh = static_cast<TYPE*>(
-            ::operator new(static_cast<std::size_t>(capacity) * sizeof(TYPE), std::nothrow));
+        // NOLINTNEXTLINE(bugprone-sizeof-expression): elements may be pointers
+        const std::size_t bytes = static_cast<std::size_t>(capacity) * sizeof(TYPE);
+        auto* fresh = static_cast<TYPE*>(::operator new(bytes, std::nothrow));
         if (!fresh)
             AfxThrowMemoryException();
         std::uninitialized_move_n(m_pData, m_nSize, fresh);
