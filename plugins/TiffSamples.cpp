@@ -6,6 +6,7 @@
 #include <tiffio.h>
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 namespace q32 {
@@ -20,14 +21,10 @@ struct KindFacts {
 /// By TIFF_KIND.
 constexpr KindFacts kKinds[] = {{0, 1}, {8, 1}, {32, 2}, {24, 3}, {32, 4}, {24, 4}, {24, 0}};
 
-TIFF_KIND fnKindOf(TIFF* file, TiffLayout& layout) {
-    std::uint16_t extras = 0;
-    std::uint16_t* extra = nullptr;
-    TIFFGetFieldDefaulted(file, TIFFTAG_EXTRASAMPLES, &extras, &extra);
+/// `extra` is the meaning of the first of `extras` samples behind the colours.
+TIFF_KIND fnKindOf(TIFF* file, const TiffLayout& layout, unsigned int extras, std::uint16_t extra) {
     const unsigned int colors = extras < layout.m_nSamples ? layout.m_nSamples - extras : 0u;
-    const bool alpha =
-        extras > 0 && (extra[0] == EXTRASAMPLE_ASSOCALPHA || extra[0] == EXTRASAMPLE_UNASSALPHA);
-    layout.m_bPremultiplied = alpha && extra[0] == EXTRASAMPLE_ASSOCALPHA;
+    const bool alpha = extra == EXTRASAMPLE_ASSOCALPHA || extra == EXTRASAMPLE_UNASSALPHA;
     std::uint16_t inks = INKSET_CMYK;
     TIFFGetFieldDefaulted(file, TIFFTAG_INKSET, &inks);
 
@@ -44,6 +41,18 @@ TIFF_KIND fnKindOf(TIFF* file, TiffLayout& layout) {
     default:
         return TIFF_OTHER;
     }
+}
+
+/// Alpha that isn't kept is passed over, weighed into the other samples or not.
+void fnSetKind(TIFF* file, TiffLayout& layout) {
+    std::uint16_t extras = 0;
+    std::uint16_t* list = nullptr;
+    TIFFGetFieldDefaulted(file, TIFFTAG_EXTRASAMPLES, &extras, &list);
+    const std::uint16_t extra = extras > 0 ? list[0] : std::uint16_t{EXTRASAMPLE_UNSPECIFIED};
+    layout.m_eKind = fnKindOf(file, layout, extras, extra);
+    layout.m_bPremultiplied =
+        extra == EXTRASAMPLE_ASSOCALPHA &&
+        (layout.m_eKind == TIFF_GREY_ALPHA || layout.m_eKind == TIFF_RGB_ALPHA);
 }
 
 bool fnIsPlainSample(TIFF* file, std::uint16_t bits) {
@@ -98,7 +107,7 @@ TiffLayout fnReadLayout(TIFF* file) {
     if (TIFFGetField(file, TIFFTAG_PHOTOMETRIC, &layout.m_nPhotometric) &&
         fnIsPlainSample(file, layout.m_nBits)) {
         fnAskForRgb(file, layout);
-        layout.m_eKind = fnKindOf(file, layout);
+        fnSetKind(file, layout);
     }
     char reason[1024] = {};
     if (layout.m_eKind == TIFF_OTHER && !TIFFRGBAImageOK(file, reason))
@@ -154,6 +163,7 @@ void CqTiffSamples::fnPlace(const unsigned char* samples, std::size_t step, unsi
 void CqTiffSamples::fnFinish(std::size_t count, unsigned char* pixels) const {
     if (!m_Layout.m_bPremultiplied)
         return;
+    assert(fnCodecBytes(m_Layout.fnBitCount()) == 4);
     for (std::size_t i = 0; i < count; ++i, pixels += 4) {
         const unsigned int alpha = pixels[0];
         for (int channel = 1; channel < 4 && alpha != 0; ++channel)

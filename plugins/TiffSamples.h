@@ -31,7 +31,7 @@ struct TiffLayout {
     std::uint16_t m_nSamples = 1; ///< a pixel, those that aren't used too
     std::uint16_t m_nPhotometric = 0;
     bool m_bSeparate = false;      ///< one plane a sample
-    bool m_bPremultiplied = false; ///< colours are weighed with alpha
+    bool m_bPremultiplied = false; ///< colours are weighed with an alpha that is kept
     bool m_bTiled = false;
     std::uint32_t m_nTileWidth = 0;
     std::uint32_t m_nTileHeight = 0; ///< of a tile, or rows of a strip

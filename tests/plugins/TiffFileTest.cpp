@@ -62,6 +62,17 @@ protected:
         return all;
     }
 
+    /// The colours of inks, whatever samples follow the four.
+    static Bytes fnExpectedOfInks(const TestTiff& tiff) {
+        Bytes all;
+        for (std::size_t i = 0; i < tiff.m_Samples.size();
+             i += static_cast<std::size_t>(tiff.m_nSamples))
+            for (std::size_t c = 0; c < 3; ++c)
+                all.push_back(static_cast<std::uint8_t>(std::lround(
+                    (255 - tiff.m_Samples[i + c]) * (255 - tiff.m_Samples[i + 3]) / 255.0)));
+        return all;
+    }
+
     /// The same picture with its samples plane by plane.
     static TestTiff fnApart(const TestTiff& tiff) {
         TestTiff apart = tiff;
@@ -183,13 +194,31 @@ TEST_F(TiffFile, APaletteStaysAPalette) {
 
 TEST_F(TiffFile, InksBecomeColours) {
     TestTiff tiff = fnNoise(40, 30, PHOTOMETRIC_SEPARATED, 4, 8);
-    Bytes expected;
-    for (std::size_t i = 0; i < tiff.m_Samples.size(); i += 4)
-        for (std::size_t c = 0; c < 3; ++c)
-            expected.push_back(static_cast<std::uint8_t>(std::lround(
-                (255 - tiff.m_Samples[i + c]) * (255 - tiff.m_Samples[i + 3]) / 255.0)));
+    const Bytes expected = fnExpectedOfInks(tiff);
     ASSERT_NO_FATAL_FAILURE(fnExpectPixels(tiff, 24, expected));
     ASSERT_NO_FATAL_FAILURE(fnExpectPixels(fnApart(tiff), 24, expected));
+}
+
+TEST_F(TiffFile, AlphaWeighedIntoInksOrIndicesIsPassedOver) {
+    for (const bool inks : {false, true}) {
+        for (const bool tiled : {false, true}) {
+            SCOPED_TRACE(inks * 10 + tiled);
+            TestTiff tiff = fnNoise(331, 9, inks ? PHOTOMETRIC_SEPARATED : PHOTOMETRIC_PALETTE,
+                                    inks ? 5 : 2, 8);
+            tiff.m_Extra = {EXTRASAMPLE_ASSOCALPHA};
+            tiff.m_nTileWidth = tiled ? 48 : 0;
+            tiff.m_nTileHeight = 16;
+            std::vector<std::uint16_t> channel(256);
+            tiff.m_MoreTags = [&](void* file) {
+                if (!inks)
+                    TIFFSetField(static_cast<TIFF*>(file), TIFFTAG_COLORMAP, channel.data(),
+                                 channel.data(), channel.data());
+            };
+            const Bytes expected = inks ? fnExpectedOfInks(tiff) : fnExpected(tiff, {0});
+            ASSERT_NO_FATAL_FAILURE(fnExpectPixels(tiff, inks ? 24 : 8, expected));
+            ASSERT_NO_FATAL_FAILURE(fnExpectPixels(fnApart(tiff), inks ? 24 : 8, expected));
+        }
+    }
 }
 
 TEST_F(TiffFile, LuminanceAndChromaBecomeColours) {
