@@ -132,9 +132,13 @@ void CqTiffSamples::fnWiden(const unsigned char* in, std::size_t count) {
         for (unsigned char& value : m_Bytes)
             value = static_cast<unsigned char>(value * factor);
     }
-    if (m_Layout.m_nPhotometric == PHOTOMETRIC_MINISWHITE)
-        for (std::size_t i = 0; i < count; ++i)
-            m_Bytes[i] = static_cast<unsigned char>(255 - m_Bytes[i]);
+}
+
+/// What turns colour samples whose 0 is the lightest into light: all bits, else none.
+unsigned int CqTiffSamples::fnFlip() const {
+    return m_Layout.m_nPhotometric == PHOTOMETRIC_MINISWHITE || m_Layout.m_eKind == TIFF_CMYK
+               ? 0xFFu
+               : 0u;
 }
 
 /// Puts one sample of each pixel in its place; `step` is the way to the next pixel's.
@@ -144,31 +148,35 @@ void CqTiffSamples::fnPlace(const unsigned char* samples, std::size_t step, unsi
     const bool withAlpha = width == 4;
     const bool isAlpha = withAlpha && plane + 1 == m_Layout.fnUsedSamples();
     const std::size_t place = isAlpha ? 0 : withAlpha + std::size_t{plane};
+    const unsigned int flip = isAlpha ? 0 : fnFlip();
     for (std::size_t i = 0; i < count; ++i, samples += step, pixels += width) {
+        const auto value = static_cast<unsigned char>(*samples ^ flip);
         if (m_Layout.m_eKind == TIFF_CMYK && plane == 3) {
             for (int channel = 0; channel < 3; ++channel)
                 pixels[channel] =
-                    static_cast<unsigned char>((pixels[channel] * (255u - *samples) + 127) / 255);
-        } else if (m_Layout.m_eKind == TIFF_CMYK) {
-            pixels[place] = static_cast<unsigned char>(255 - *samples);
+                    static_cast<unsigned char>((pixels[channel] * value + 127u) / 255);
         } else if (m_Layout.m_eKind == TIFF_GREY_ALPHA && !isAlpha) {
-            std::fill_n(pixels + 1, 3, *samples);
+            std::fill_n(pixels + 1, 3, value);
         } else {
-            pixels[place] = *samples;
+            pixels[place] = value;
         }
     }
 }
 
-/// Takes the weight of alpha out of the colours again.
+/// Takes the weight of alpha out of the colours again. It lies on the samples as they are stored,
+/// so also where their 0 is white.
 void CqTiffSamples::fnFinish(std::size_t count, unsigned char* pixels) const {
     if (!m_Layout.m_bPremultiplied)
         return;
     assert(fnCodecBytes(m_Layout.fnBitCount()) == 4);
+    const unsigned int flip = fnFlip();
     for (std::size_t i = 0; i < count; ++i, pixels += 4) {
         const unsigned int alpha = pixels[0];
-        for (int channel = 1; channel < 4 && alpha != 0; ++channel)
+        for (int channel = 1; channel < 4 && alpha != 0; ++channel) {
+            const unsigned int weighed = pixels[channel] ^ flip;
             pixels[channel] = static_cast<unsigned char>(
-                std::min((pixels[channel] * 255u + alpha / 2) / alpha, 255u));
+                std::min((weighed * 255u + alpha / 2) / alpha, 255u) ^ flip);
+        }
     }
 }
 

@@ -58,6 +58,7 @@ public:
                         unsigned char* pixels);
 
 private:
+    unsigned int fnFlip() const;
     void fnWiden(const unsigned char* in, std::size_t count);
     void fnPlace(const unsigned char* samples, std::size_t step, unsigned int plane,
                  std::size_t count, unsigned char* pixels) const;

@@ -45,7 +45,8 @@ protected:
         return static_cast<std::uint8_t>((value * 255u + highest / 2) / highest);
     }
 
-    /// What grey, colour and alpha must become; `order` names the samples of a pixel's bytes.
+    /// What grey, colour and alpha must become; `order` names the samples of a pixel's bytes. Where
+    /// 0 is white, that holds for the one colour sample; alpha behind it is as ever.
     static Bytes fnExpected(const TestTiff& tiff, std::initializer_list<int> order) {
         Bytes all;
         const auto samples = static_cast<std::size_t>(tiff.m_nSamples);
@@ -55,7 +56,7 @@ protected:
                     const std::uint8_t value =
                         fnTo8(fnSample(tiff, y, x * samples + static_cast<std::size_t>(sample)),
                               tiff.m_nBits);
-                    all.push_back(tiff.m_nPhotometric == PHOTOMETRIC_MINISWHITE
+                    all.push_back(tiff.m_nPhotometric == PHOTOMETRIC_MINISWHITE && sample == 0
                                       ? static_cast<std::uint8_t>(255 - value)
                                       : value);
                 }
@@ -116,9 +117,21 @@ TEST_F(TiffFile, ColourWithAndWithoutAlphaIsRead) {
         ASSERT_NO_FATAL_FAILURE(fnExpectPixels(rgba, 32, fnExpected(rgba, {3, 0, 1, 2})));
         rgba.m_Extra = {EXTRASAMPLE_UNSPECIFIED};
         ASSERT_NO_FATAL_FAILURE(fnExpectPixels(rgba, 24, fnExpected(rgba, {0, 1, 2})));
-        TestTiff grey = fnNoise(133, 20, PHOTOMETRIC_MINISBLACK, 2, bits);
-        grey.m_Extra = {EXTRASAMPLE_UNASSALPHA};
-        ASSERT_NO_FATAL_FAILURE(fnExpectPixels(grey, 32, fnExpected(grey, {1, 0, 0, 0})));
+    }
+}
+
+TEST_F(TiffFile, AlphaOfGreyIsTheSameBothWaysRound) {
+    for (const int bits : {1, 2, 4, 8, 16}) {
+        for (const int photometric : {PHOTOMETRIC_MINISBLACK, PHOTOMETRIC_MINISWHITE}) {
+            SCOPED_TRACE(bits * 10 + photometric);
+            TestTiff grey = fnNoise(133, 20, photometric, 2, bits);
+            grey.m_Extra = {EXTRASAMPLE_UNASSALPHA};
+            const Bytes expected = fnExpected(grey, {1, 0, 0, 0});
+            ASSERT_NO_FATAL_FAILURE(fnExpectPixels(grey, 32, expected));
+            if (bits >= 8) {
+                ASSERT_NO_FATAL_FAILURE(fnExpectPixels(fnApart(grey), 32, expected));
+            }
+        }
     }
 }
 
@@ -155,6 +168,19 @@ TEST_F(TiffFile, AlphaWeighedIntoTheColoursIsTakenOutAgain) {
     tiff.m_Extra = {EXTRASAMPLE_ASSOCALPHA};
     tiff.m_Samples = {50, 100, 128, 128, 7, 8, 9, 0, 10, 20, 30, 255};
     const Bytes expected = {128, 100, 199, 255, 0, 7, 8, 9, 255, 10, 20, 30};
+    ASSERT_NO_FATAL_FAILURE(fnExpectPixels(tiff, 32, expected));
+    ASSERT_NO_FATAL_FAILURE(fnExpectPixels(fnApart(tiff), 32, expected));
+}
+
+TEST_F(TiffFile, AlphaWeighedIntoSamplesWhose0IsWhiteIsTakenOutOfThem) {
+    TestTiff tiff;
+    tiff.m_nWidth = 4;
+    tiff.m_nSamples = 2;
+    tiff.m_nPhotometric = PHOTOMETRIC_MINISWHITE;
+    tiff.m_Extra = {EXTRASAMPLE_ASSOCALPHA};
+    tiff.m_Samples = {50, 128, 200, 128, 7, 0, 10, 255};
+    // 50 * 255 / 128 is nearly 100; more than alpha allows counts as all of it.
+    const Bytes expected = {128, 155, 155, 155, 128, 0, 0, 0, 0, 248, 248, 248, 255, 245, 245, 245};
     ASSERT_NO_FATAL_FAILURE(fnExpectPixels(tiff, 32, expected));
     ASSERT_NO_FATAL_FAILURE(fnExpectPixels(fnApart(tiff), 32, expected));
 }
