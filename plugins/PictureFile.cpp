@@ -119,6 +119,8 @@ CqPictureResult q32WritePicture(const char* path, CqImage& image, PICTURE_FORMAT
         });
         if (found == kCodecs.end())
             throw CqPictureFailure{PICTURE_UNSUPPORTED};
+        if (!image.TileMap)
+            throw CqPictureFailure{PICTURE_CANNOT_SAVE};
         CqPictureSource source(image, progress);
         CqPictureOutput output(path);
         (*found)->m_pWrite(output, source, options);

@@ -92,7 +92,8 @@ Q32_API CqPictureResult q32ReadPicture(const char* path, CqImage& image,
                                        CqPictureProgress* progress = nullptr);
 
 /// Writes a picture. All is written to a new file beside `path` first, which then takes its place:
-/// a file that stood there before is whole until then, and stays when anything fails.
+/// a file that stood there before is whole until then, and stays when anything fails. An image
+/// without storage can't be saved: -5.
 ///
 /// 4 and 8 bits are written with their palette (a full grey ramp as grey; JPEG: other palettes as
 /// colour), 16 bits as colour (BMP: as 5-6-5), 32 bits with alpha (JPEG: without). Indices beyond

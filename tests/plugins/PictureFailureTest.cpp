@@ -89,6 +89,16 @@ TEST_F(PictureFailure, ANameBesideThatIsTakenIsPassedOver) {
     EXPECT_EQ(m_World->m_pDisks->fnGetFiles().size(), 2u);
 }
 
+TEST_F(PictureFailure, AnImageWithoutStorageCannotBeSaved) {
+    CqImage image;
+    for (const PICTURE_FORMAT format : kAll) {
+        fnExpectKept(image, format, -5, [] {});
+        ASSERT_TRUE(m_World->m_pDisks->fnDelete(kPath));
+        EXPECT_EQ(fnWrite(image, format).m_nMsgId, -5);
+        EXPECT_TRUE(m_World->m_pDisks->fnGetFiles().empty());
+    }
+}
+
 TEST_F(PictureFailure, AMissingDirectoryCannotBeSavedTo) {
     const auto image = fnMakeNoise(5, 5, 24, 1);
     EXPECT_EQ(q32WritePicture("C:\\none\\a.png", *image, PICTURE_PNG).m_nMsgId, -5);
