@@ -25,6 +25,9 @@ bool CqPictureInput::fnFill() noexcept {
     if (m_bFailed)
         return false;
     const std::uint64_t place = fnGetPosition();
+    // A broken file may lead to a place that no stream can be moved to.
+    if (place >= m_nLength)
+        return false;
     std::size_t done = 0;
     try {
         m_bFailed = (m_bMoved && m_pStream->fnSeek(place) != FILE_CAUSE_NONE) ||
