@@ -21,8 +21,6 @@ constexpr std::uint32_t kV4HeaderBytes = 108;
 constexpr std::uint32_t kSrgbSpace = 0x73524742;
 /// A run-length coded picture is handed over in one piece; larger ones are none that anybody made.
 constexpr std::uint64_t kMaxRleBytes = 64u << 20;
-/// Above what a pair of bytes can make.
-constexpr std::uint64_t kMaxRleRatio = 1024;
 
 std::uint32_t fnGet16(const unsigned char* bytes) {
     return static_cast<std::uint32_t>(bytes[0] | bytes[1] << 8);
@@ -156,7 +154,7 @@ std::size_t fnRleLength(const unsigned char* stream, std::size_t count) {
 }
 
 /// Hands a run-length coded picture to the DIB interchange, whose rules then hold: rows that the
-/// stream leaves out are not set.
+/// stream leaves out are not set. Its end mark shows that a short stream is whole.
 void fnReadRle(CqPictureInput& input, const BmpHeader& header, CqPictureTarget& target) {
     const std::uint64_t length = input.fnGetLength();
     if (header.m_nPixelsAt > length)
@@ -164,7 +162,7 @@ void fnReadRle(CqPictureInput& input, const BmpHeader& header, CqPictureTarget& 
     const std::uint64_t coded = length - header.m_nPixelsAt;
     if (coded > kMaxRleBytes)
         throw CqPictureFailure{PICTURE_UNSUPPORTED};
-    CqPictureTarget::fnCheckRoom(coded, header.m_nWidth, header.m_nHeight, kMaxRleRatio);
+    CqPictureTarget::fnCheckSparseRoom(coded, header.m_nWidth, header.m_nHeight);
     const std::size_t colorBytes = header.m_nColors * sizeof(RGBQUAD);
     std::vector<unsigned char> block(kBmpInfoHeaderBytes + colorBytes +
                                      static_cast<std::size_t>(coded));

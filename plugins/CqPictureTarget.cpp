@@ -38,6 +38,13 @@ void CqPictureTarget::fnCheckRoom(std::uint64_t fileBytes, std::uint64_t rowByte
         throw CqPictureFailure{PICTURE_CORRUPTED};
 }
 
+void CqPictureTarget::fnCheckSparseRoom(std::uint64_t fileBytes, std::uint64_t rowBytes,
+                                        std::uint64_t rows) {
+    constexpr std::uint64_t kRatio = 65536;
+    constexpr std::uint64_t kLeastBytes = 1024;
+    fnCheckRoom(std::max(fileBytes, kLeastBytes), rowBytes, rows, kRatio);
+}
+
 void CqPictureTarget::fnStore(std::uint32_t x, std::uint32_t y, std::uint32_t count,
                               const unsigned char* in) {
     fnStorePixels(m_Image, m_Tile, x, y, count, in);

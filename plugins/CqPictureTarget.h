@@ -40,6 +40,12 @@ public:
     static void fnCheckRoom(std::uint64_t fileBytes, std::uint64_t rowBytes, std::uint64_t rows,
                             std::uint64_t ratio);
 
+    /// The same for codings that can leave out rows, or make any number of bytes out of one: 65,536
+    /// for each, and 64 MiB from the smallest file, are believed. No real picture of that size is
+    /// coded in so little.
+    static void fnCheckSparseRoom(std::uint64_t fileBytes, std::uint64_t rowBytes,
+                                  std::uint64_t rows);
+
     /// Copy pixels in and out, as PixelRows.h tells them. The run must lie inside the image.
     void fnStore(std::uint32_t x, std::uint32_t y, std::uint32_t count, const unsigned char* in);
     void fnFetch(std::uint32_t x, std::uint32_t y, std::uint32_t count, unsigned char* out);

@@ -152,6 +152,38 @@ TEST_F(BmpFile, RunLengthsWithoutTheirEndAreCorrupted) {
     fnExpectRefused(-6);
 }
 
+TEST_F(BmpFile, RunLengthsMayLeaveOutNearlyAllRows) {
+    const std::int32_t sizes[][2] = {{4000, 3000}, {65535, 900}};
+    for (const auto& [width, height] : sizes) {
+        TestBmp bmp(width, height, 8, 1);
+        for (std::uint32_t i = 0; i < 256; ++i)
+            bmp.fn32(i);
+        // The bottom row begins with four pixels, the one above it with one.
+        bmp.fnPixels().fn8({4, 7, 0, 0, 1, 9, 0, 1});
+        fnPut(bmp.fnMake());
+        ASSERT_EQ(fnRead().m_nMsgId, 0);
+        EXPECT_EQ(m_Image.Width, static_cast<std::uint32_t>(width));
+        EXPECT_EQ(m_Image.Height, static_cast<std::uint32_t>(height));
+        const Bytes bottom = fnRowOf(m_Image, m_Image.Height - 1);
+        EXPECT_EQ(Bytes(bottom.begin(), bottom.begin() + 4), Bytes(4, 7));
+        EXPECT_EQ(fnRowOf(m_Image, m_Image.Height - 2)[0], 9);
+    }
+}
+
+TEST_F(BmpFile, AbsurdSizesOfRunLengthsAreCorruptedAndTakeNoMemory) {
+    const std::int32_t sizes[][2] = {{30000, 30000}, {0x7FFFFFFF, 1}, {8192, 8201}};
+    m_World->m_pMemory->m_Reserve.fnFail(1, CqHeadlessCalls::kForever);
+    m_World->m_pScratch->m_CreateName.fnFail(1, CqHeadlessCalls::kForever);
+    const std::uint64_t reserved = m_World->m_pMemory->m_Reserve.fnGetCount();
+    for (const auto& [width, height] : sizes) {
+        TestBmp bmp(width, height, 8, 1);
+        bmp.fnPixels().fn8({0, 1});
+        fnPut(bmp.fnMake());
+        EXPECT_EQ(fnRead().m_nMsgId, -6) << width << ' ' << height;
+    }
+    EXPECT_EQ(m_World->m_pMemory->m_Reserve.fnGetCount(), reserved);
+}
+
 TEST_F(BmpFile, WhatTheLibraryCannotUnpackIsNotSupported) {
     for (const std::uint32_t compression : {2u, 4u, 5u}) {
         TestBmp bmp(4, 2, compression == 2 ? 4 : 24, compression);
