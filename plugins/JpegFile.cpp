@@ -18,7 +18,8 @@ namespace q32 {
 
 namespace {
 
-/// A block of 8 x 8 pixels takes a bit at least, unless it is coded arithmetically.
+/// A block of 8 x 8 pixels takes a bit at least, unless it is coded arithmetically: there any
+/// number of equal blocks takes nearly nothing.
 constexpr std::uint64_t kMaxPixelsPerByte = 512;
 /// More scans than any writer makes; a hostile file could keep the decoder busy for hours.
 constexpr int kMaxScans = 200;
@@ -141,6 +142,7 @@ public:
 
     void fnOpen();
     void fnReadHeader();
+    void fnStart();
     void fnAllocImage(CqPictureTarget& target);
     void fnReadScans(CqPictureTarget& target);
     void fnReadRows(CqPictureTarget& target);
@@ -174,9 +176,12 @@ void JpegReader::fnOpen() {
 
 void JpegReader::fnReadHeader() {
     fnCall([this] { jpeg_read_header(&m_Jpeg, TRUE); });
-    if (!m_Jpeg.arith_code)
-        CqPictureTarget::fnCheckRoom(m_State.m_pInput->fnGetLength(), m_Jpeg.image_width,
-                                     m_Jpeg.image_height, kMaxPixelsPerByte);
+    const std::uint64_t length = m_State.m_pInput->fnGetLength();
+    if (m_Jpeg.arith_code)
+        CqPictureTarget::fnCheckSparseRoom(length, m_Jpeg.image_width, m_Jpeg.image_height);
+    else
+        CqPictureTarget::fnCheckRoom(length, m_Jpeg.image_width, m_Jpeg.image_height,
+                                     kMaxPixelsPerByte);
     switch (m_Jpeg.jpeg_color_space) {
     case JCS_GRAYSCALE:
         m_Jpeg.out_color_space = JCS_GRAYSCALE;
@@ -194,6 +199,12 @@ void JpegReader::fnReadHeader() {
     }
 }
 
+/// Takes libjpeg's own memory, ahead of the image's.
+void JpegReader::fnStart() {
+    m_Jpeg.buffered_image = jpeg_has_multiple_scans(&m_Jpeg);
+    fnCall([this] { jpeg_start_decompress(&m_Jpeg); });
+}
+
 void JpegReader::fnAllocImage(CqPictureTarget& target) {
     const bool grey = m_Jpeg.out_color_space == JCS_GRAYSCALE;
     target.fnAlloc(m_Jpeg.image_width, m_Jpeg.image_height, grey ? 8 : 24,
@@ -209,8 +220,6 @@ void JpegReader::fnAllocImage(CqPictureTarget& target) {
 /// the work.
 void JpegReader::fnReadScans(CqPictureTarget& target) {
     const std::uint64_t length = m_State.m_pInput->fnGetLength();
-    m_Jpeg.buffered_image = jpeg_has_multiple_scans(&m_Jpeg);
-    fnCall([this] { jpeg_start_decompress(&m_Jpeg); });
     if (!m_Jpeg.buffered_image)
         return;
     int state = JPEG_SUSPENDED;
@@ -258,6 +267,7 @@ void fnReadJpeg(CqPictureInput& input, CqPictureTarget& target) {
     const auto reader = std::make_unique<JpegReader>(input);
     reader->fnOpen();
     reader->fnReadHeader();
+    reader->fnStart();
     reader->fnAllocImage(target);
     reader->fnReadScans(target);
     reader->fnReadRows(target);

@@ -203,9 +203,11 @@ void fnCheckRoom(TIFF* file, const TiffLayout& layout, std::uint64_t fileBytes) 
                          compression == COMPRESSION_PACKBITS ||
                          compression == COMPRESSION_DEFLATE ||
                          compression == COMPRESSION_ADOBE_DEFLATE;
+    const std::uint64_t rowBytes = fnSampleBytes(layout.m_nWidth, layout);
     if (bounded)
-        CqPictureTarget::fnCheckRoom(fileBytes, fnSampleBytes(layout.m_nWidth, layout),
-                                     layout.m_nHeight, kMaxRatio);
+        CqPictureTarget::fnCheckRoom(fileBytes, rowBytes, layout.m_nHeight, kMaxRatio);
+    else
+        CqPictureTarget::fnCheckSparseRoom(fileBytes, rowBytes, layout.m_nHeight);
 }
 
 void fnTakeNotes(TIFF* file, CqPictureTarget& target) {

@@ -188,6 +188,16 @@ Bytes TestJpeg::fnMake() const {
     jpeg.X_density = jpeg.Y_density = static_cast<UINT16>(m_nDensity);
     if (m_bProgressive)
         jpeg_simple_progression(&jpeg);
+    // The average, the upper bits of the 63 others one by one, then their lower three bits.
+    std::vector<jpeg_scan_info> scans = {{1, {0}, 0, 0, 0, 0}};
+    for (int low = 3; low >= 0; --low)
+        for (int k = 1; k <= 63; ++k)
+            scans.push_back({1, {0}, k, k, low == 3 ? 0 : low + 1, low});
+    if (m_nScans > 0) {
+        jpeg.scan_info = scans.data();
+        jpeg.num_scans = m_nScans;
+    }
+    jpeg.arith_code = m_bArithmetic;
     jpeg_start_compress(&jpeg, TRUE);
     const std::size_t rowBytes = std::size_t{m_nWidth} * static_cast<unsigned int>(m_nComponents);
     while (jpeg.next_scanline < m_nHeight) {

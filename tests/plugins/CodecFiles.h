@@ -56,6 +56,8 @@ struct TestJpeg {
     std::uint32_t m_nHeight = 8;
     int m_nComponents = 3; ///< 1 grey, 3 colour, 4 inks
     bool m_bProgressive = false;
+    int m_nScans = 0; ///< grey: above 0, so many scans of a coefficient or a bit of it each, to 253
+    bool m_bArithmetic = false;
     bool m_bAdobe = true; ///< inks: with the marker, so 255 is no ink
     bool m_bYcck = false;
     int m_nQuality = 95;

@@ -24,6 +24,30 @@ protected:
         return jpeg;
     }
 
+    /// Overwrites width and height where the frame begins with `marker`.
+    static void fnClaimSize(Bytes& file, std::uint8_t marker, unsigned int side) {
+        const Bytes frame = {0xFF, marker, 0x00, 0x0B, 0x08};
+        auto at = std::search(file.begin(), file.end(), frame.begin(), frame.end());
+        ASSERT_NE(at, file.end());
+        at += 5;
+        for (int i = 0; i < 2; ++i) {
+            *at++ = static_cast<std::uint8_t>(side >> 8);
+            *at++ = static_cast<std::uint8_t>(side);
+        }
+    }
+
+    /// Expects the file to be refused ahead of any storage for pixels.
+    void fnExpectNoStorage(const Bytes& file, int message) {
+        fnPut(file);
+        CqHeadlessCalls& memory = m_World->m_pMemory->m_Reserve;
+        CqHeadlessCalls& scratch = m_World->m_pScratch->m_CreateName;
+        memory.fnFail(1, CqHeadlessCalls::kForever);
+        scratch.fnFail(1, CqHeadlessCalls::kForever);
+        const std::uint64_t before = memory.fnGetCount() + scratch.fnGetCount();
+        EXPECT_EQ(fnRead().m_nMsgId, message);
+        EXPECT_EQ(memory.fnGetCount() + scratch.fnGetCount(), before);
+    }
+
     static int fnFarthest(const Bytes& a, const Bytes& b) {
         int farthest = a.size() == b.size() ? 0 : 1000;
         for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i)
@@ -123,6 +147,42 @@ TEST_F(JpegFile, TwelveBitSamplesAreNotSupported) {
     *(at + 4) = 12;
     fnPut(file);
     fnExpectRefused(-102);
+}
+
+TEST_F(JpegFile, MoreThan200ScansAreCorrupted) {
+    TestJpeg jpeg = fnRamps(24, 16, 1);
+    jpeg.m_bProgressive = true;
+    jpeg.m_nScans = 200;
+    fnPut(jpeg.fnMake());
+    ASSERT_EQ(fnRead().m_nMsgId, 0);
+    jpeg.m_nScans = 201;
+    fnPut(jpeg.fnMake());
+    fnExpectRefused(-6);
+}
+
+TEST_F(JpegFile, CoefficientsBeyondAGibibyteAreOutOfMemory) {
+    TestJpeg jpeg = fnRamps(16, 16, 1);
+    jpeg.m_bProgressive = true;
+    Bytes file = jpeg.fnMake();
+    // Two bytes a coefficient. The file could hold them all.
+    constexpr unsigned int kSide = 24000;
+    ASSERT_NO_FATAL_FAILURE(fnClaimSize(file, 0xC2, kSide));
+    file.resize(kSide * kSide / 512 + 1);
+    fnExpectNoStorage(file, -1);
+}
+
+TEST_F(JpegFile, AnAbsurdSizeIsCorruptedAndTakesNoMemory) {
+    for (const bool arithmetic : {false, true}) {
+        TestJpeg jpeg = fnRamps(16, 16, 1);
+        jpeg.m_bArithmetic = arithmetic;
+        Bytes file = jpeg.fnMake();
+        fnPut(file);
+        ASSERT_EQ(fnRead().m_nMsgId, 0);
+        ASSERT_NO_FATAL_FAILURE(fnClaimSize(file, arithmetic ? 0xC9 : 0xC0, 65500));
+        fnExpectNoStorage(file, -6);
+        m_World->m_pMemory->m_Reserve.fnFailNever();
+        m_World->m_pScratch->m_CreateName.fnFailNever();
+    }
 }
 
 TEST_F(JpegFile, WhatIsWrittenComesBackWithinTheBoundOfItsQuality) {

@@ -302,6 +302,28 @@ TEST_F(TiffFile, PhotographsInsideAreReadAndRefusedWhenBroken) {
     fnExpectRefused(-6);
 }
 
+TEST_F(TiffFile, AnAbsurdSizeIsCorruptedAndTakesNoMemory) {
+    for (const int compression : {COMPRESSION_NONE, COMPRESSION_LZW, COMPRESSION_CCITTFAX4}) {
+        TestTiff tiff = fnNoise(16, 3, PHOTOMETRIC_MINISWHITE, 1, 1);
+        tiff.m_nCompression = compression;
+        Bytes file = tiff.fnMake();
+        // The entries of width and height: tag, type of 16 or 32 bits, count and value.
+        for (const std::uint8_t tag : Bytes{0, 1}) {
+            for (const std::uint8_t type : Bytes{3, 4}) {
+                const Bytes entry = {tag, 1, type, 0, 1, 0, 0, 0};
+                auto at = std::search(file.begin(), file.end(), entry.begin(), entry.end());
+                if (at == file.end())
+                    continue;
+                *(at + 8) = *(at + 9) = 0xFA;
+            }
+        }
+        fnPut(file);
+        m_World->m_pMemory->m_Reserve.fnFail(1, CqHeadlessCalls::kForever);
+        m_World->m_pScratch->m_CreateName.fnFail(1, CqHeadlessCalls::kForever);
+        EXPECT_EQ(fnRead().m_nMsgId, -6) << compression;
+    }
+}
+
 TEST_F(TiffFile, ResolutionAndTitleAreTaken) {
     TestTiff tiff = fnNoise(5, 5, PHOTOMETRIC_RGB, 3, 8);
     const struct {
