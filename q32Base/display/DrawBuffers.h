@@ -14,6 +14,10 @@ namespace q32 {
 /// defined. False, with whatever was there kept, when memory or a palette can't be had, there is no
 /// display property, or the display has another depth than 8, 24 or 32 bits.
 ///
+/// A change of depth makes `DrawDib` anew even where the old block is large enough. That is
+/// deliberate: header, colour table and rows are laid out for one depth, and a block of zeros shows
+/// nothing of what was staged for another.
+///
 /// `DrawDib` is a header, on an 8-bit display a table of four bytes for each of 256 entries that
 /// begins with the 16-bit indices 0 to 255, and the pixels.
 bool fnEnsureDrawBuffers(CqTileMap& map);
