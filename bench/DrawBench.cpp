@@ -24,7 +24,7 @@ public:
     explicit CountingScreen(std::shared_ptr<CqScreenService> inner) : m_pInner(std::move(inner)) {}
 
     CDC* fnGetDC(CWnd* window) override { return m_pInner->fnGetDC(window); }
-    void fnReleaseDC(CWnd* window, CDC* dc) override { m_pInner->fnReleaseDC(window, dc); }
+    void fnReleaseDC(CWnd* window, CDC* dc) noexcept override { m_pInner->fnReleaseDC(window, dc); }
     int fnSetDIBitsToDevice(CDC*, int, int, UINT width, UINT height, int, int, UINT, UINT scans,
                             const void* bits, const BITMAPINFOHEADER*, UINT) override {
         benchmark::DoNotOptimize(bits);

@@ -1,5 +1,7 @@
 #include "platforms/headless/HeadlessCalls.h"
 
+#include <new>
+
 void CqHeadlessCalls::fnFail(std::uint64_t nth, std::uint64_t times) {
     const std::lock_guard lock(m_Lock);
     m_nSkip = nth == 0 ? 0 : nth - 1;
@@ -31,9 +33,12 @@ bool CqHeadlessCalls::fnPass() {
     return false;
 }
 
-void CqHeadlessMisuses::fnAdd(const std::string& what) {
+void CqHeadlessMisuses::fnAdd(std::string_view what) noexcept {
     const std::lock_guard lock(m_Lock);
-    m_All.push_back(what);
+    try {
+        m_All.emplace_back(what);
+    } catch (const std::bad_alloc&) { // nobody who gives something back could do anything about it
+    }
 }
 
 std::vector<std::string> CqHeadlessMisuses::fnGetAll() const {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// Counts the calls of one kind and makes chosen ones fail. Any thread may use it.
@@ -36,7 +37,8 @@ private:
 /// that was never reserved. One sentence each, in order. Any thread may use it.
 class Q32_API CqHeadlessMisuses {
 public:
-    void fnAdd(const std::string& what);
+    /// One that there is no memory for isn't noted.
+    void fnAdd(std::string_view what) noexcept;
     std::vector<std::string> fnGetAll() const;
     void fnClear();
 

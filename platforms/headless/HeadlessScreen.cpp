@@ -72,7 +72,7 @@ CqHeadlessDC* CqHeadlessScreen::fnFindDC(const CDC* dc) const {
     return found == m_DCs.end() ? nullptr : found->get();
 }
 
-void CqHeadlessScreen::fnReleaseDC(CWnd* window, CDC* dc) {
+void CqHeadlessScreen::fnReleaseDC(CWnd* window, CDC* dc) noexcept {
     const CqHeadlessDC* found = fnFindDC(dc);
     if (!found || found->fnGetWindow() != window) {
         m_pMisuses->fnAdd("release of a device context that isn't open for that window");

@@ -109,7 +109,7 @@ public:
     std::size_t fnGetOpenDCs() const { return m_DCs.size(); }
 
     CDC* fnGetDC(CWnd* window) override;
-    void fnReleaseDC(CWnd* window, CDC* dc) override;
+    void fnReleaseDC(CWnd* window, CDC* dc) noexcept override;
     /// A top-down bitmap counts its scans, and so `sourceY`, from its top row. Scans beyond the
     /// height that the header tells aren't taken. What lies outside the client area or the screen
     /// isn't drawn; it counts as taken. Bitmaps of 1, 4, 8, 16, 24 and 32 bits without compression;

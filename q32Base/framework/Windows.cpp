@@ -7,8 +7,8 @@ CDC* CWnd::GetDC() {
     return q32::fnGuardMemory([&] { return q32::fnPlatform().m_pScreen->fnGetDC(this); });
 }
 
-void CWnd::ReleaseDC(CDC* dc) {
-    q32::fnGuardMemory([&] { q32::fnPlatform().m_pScreen->fnReleaseDC(this, dc); });
+void CWnd::ReleaseDC(CDC* dc) noexcept {
+    q32::fnPlatform().m_pScreen->fnReleaseDC(this, dc);
 }
 
 std::unique_ptr<CDC> CDC::CreateCompatibleDC() {

@@ -63,9 +63,9 @@ public:
 class Q32_API CWnd : public CObject {
 public:
     /// A device context of the client area, by the platform in force; null on failure. Goes back
-    /// with `ReleaseDC`.
+    /// with `ReleaseDC`, which never throws.
     CDC* GetDC();
-    void ReleaseDC(CDC* dc);
+    void ReleaseDC(CDC* dc) noexcept;
 
     virtual CRect GetClientRect() const = 0;
     /// WM_ERASEBKGND has the CDC* to erase on as its wParam.

@@ -51,7 +51,8 @@ public:
 };
 
 /// The screen: device contexts, finished rows, palettes and regions, fonts and bitmaps.
-/// Called on the host's thread. May throw std::bad_alloc; all else is told by the result.
+/// Called on the host's thread. May throw std::bad_alloc; all else is told by the result. What
+/// gives something back never throws.
 class Q32_API CqScreenService {
 public:
     virtual ~CqScreenService() = default;
@@ -59,7 +60,7 @@ public:
     /// A device context of a window's client area, or of the whole screen for null. Null on
     /// failure. It belongs to the service and goes back with `fnReleaseDC`.
     virtual CDC* fnGetDC(CWnd* window) = 0;
-    virtual void fnReleaseDC(CWnd* window, CDC* dc) = 0;
+    virtual void fnReleaseDC(CWnd* window, CDC* dc) noexcept = 0;
 
     /// Puts rows of a bitmap on a device.
     /// @param header  a BITMAPINFOHEADER with its colour table behind it; a positive height means

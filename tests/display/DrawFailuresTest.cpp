@@ -18,7 +18,7 @@ public:
     explicit QuietScreen(std::shared_ptr<CqScreenService> inner) : m_pInner(std::move(inner)) {}
 
     CDC* fnGetDC(CWnd* window) override { return m_pInner->fnGetDC(window); }
-    void fnReleaseDC(CWnd* window, CDC* dc) override { m_pInner->fnReleaseDC(window, dc); }
+    void fnReleaseDC(CWnd* window, CDC* dc) noexcept override { m_pInner->fnReleaseDC(window, dc); }
     int fnSetDIBitsToDevice(CDC*, int, int, UINT, UINT, int, int, UINT, UINT scans, const void*,
                             const BITMAPINFOHEADER*, UINT) override {
         return static_cast<int>(scans);
@@ -38,6 +38,29 @@ private:
 };
 
 } // namespace
+
+TEST(DrawFailures, ADeviceContextGoesBackWithoutMemoryToo) {
+    CqDisplayWorld world(24);
+    CqHeadlessWnd window({0, 0, 5, 5});
+    const std::size_t open = world.fnScreen().fnGetOpenDCs();
+    CDC* dc = window.GetDC();
+    static_assert(noexcept(window.ReleaseDC(dc)));
+    CqScreenService& screen = world.fnScreen();
+    static_assert(noexcept(screen.fnReleaseDC(&window, dc)));
+    CqHeadlessMisuses& misuses = *world.fnWorld().m_pMisuses;
+    {
+        const CqAllocationFailure failure(1, true);
+        screen.fnReleaseDC(nullptr, dc); // not that window's: there is something to note
+        EXPECT_TRUE(failure.fnHappened());
+        EXPECT_EQ(world.fnScreen().fnGetOpenDCs(), open + 1);
+        window.ReleaseDC(dc);
+    }
+    EXPECT_EQ(world.fnScreen().fnGetOpenDCs(), open);
+    EXPECT_TRUE(misuses.fnGetAll().empty());
+    screen.fnReleaseDC(nullptr, dc);
+    EXPECT_EQ(misuses.fnGetAll().size(), 1u);
+    misuses.fnClear();
+}
 
 TEST(DrawFailures, EachAllocationThatFailsMakesTheDrawFalseAndTheNextOneWorks) {
     for (const int screen : kScreens) {
