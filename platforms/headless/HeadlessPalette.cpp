@@ -1,6 +1,7 @@
 #include "platforms/headless/HeadlessPalette.h"
 
 #include <algorithm>
+#include <atomic>
 
 namespace {
 
@@ -13,6 +14,12 @@ constexpr std::uint32_t kStaticColors[] = {0x000000, 0x800000, 0x008000, 0x80800
 std::uint32_t fnToColor(const PALETTEENTRY& entry) {
     return static_cast<std::uint32_t>(entry.peRed) << 16 |
            static_cast<std::uint32_t>(entry.peGreen) << 8 | entry.peBlue;
+}
+
+/// A palette may outlive one headless world and be selected in another, so no two count alike.
+std::uint64_t fnNextEpoch() {
+    static std::atomic<std::uint64_t> last{0};
+    return ++last;
 }
 
 int fnDistance(std::uint32_t a, std::uint32_t b) {
@@ -37,7 +44,7 @@ void CqHeadlessHardware::fnReset() {
         m_Held[slot] = fnIsStatic(slot);
     std::copy_n(kStaticColors, kStatic, m_Colors.begin());
     std::copy_n(kStaticColors + kStatic, kStatic, m_Colors.end() - kStatic);
-    ++m_nEpoch;
+    m_nEpoch = fnNextEpoch();
 }
 
 std::vector<BYTE> CqHeadlessHardware::fnGetHeldSlots() const {

@@ -16,7 +16,7 @@ public:
 private:
     friend class CqHeadlessHardware;
     std::vector<BYTE> m_Slots;  ///< empty: never realized
-    std::uint64_t m_nEpoch = 0; ///< of the hardware then
+    std::uint64_t m_nEpoch = 0; ///< of the hardware then; 0: of none
 };
 
 /// The 256 colours of an 8-bit screen. The first and the last ten are static; the others are given
@@ -51,5 +51,5 @@ private:
 
     std::array<std::uint32_t, kSlots> m_Colors{};
     std::array<bool, kSlots> m_Held{};
-    std::uint64_t m_nEpoch = 1;
+    std::uint64_t m_nEpoch = 0; ///< no other hardware's, and new at each reset
 };

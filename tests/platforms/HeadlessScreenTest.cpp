@@ -371,6 +371,27 @@ TEST_F(HeadlessScreen, ChangedEntriesShowAfterTheNextRealization) {
     EXPECT_EQ(m_pScreen->fnGetPixel(1, 0), 0x010203u) << "the slot has changed under the pixel";
 }
 
+TEST_F(HeadlessScreen, WhatWasRealizedOnOneScreenIsNotRealizedOnAnother) {
+    const CqHeadlessMode mode{40, 30, 8, 96, 96};
+    const auto first = std::make_shared<CqHeadlessScreen>(mode, m_pMisuses);
+    m_pScreen = std::make_shared<CqHeadlessScreen>(mode, m_pMisuses);
+    CPalette palette;
+    fnMakePalette(palette, 2, 100, 20); // greys 20 and 120
+    CDC* dc = first->fnGetDC(nullptr);
+    dc->SelectPalette(&palette, false);
+    EXPECT_EQ(dc->RealizePalette(), 2u);
+    first->fnReleaseDC(nullptr, dc);
+
+    dc = m_pScreen->fnGetDC(nullptr);
+    dc->SelectPalette(&palette, false);
+    Dib dib(2, 1, 8, fnIndices(2), 2);
+    dib.m_Rows = {0, 1, 0, 0};
+    fnPut(dc, 0, 0, dib, DIB_PAL_COLORS);
+    EXPECT_EQ(m_pScreen->fnGetPixel(0, 0), 0x000000u);
+    EXPECT_EQ(m_pScreen->fnGetPixel(1, 0), 0x808080u) << "the nearest static colour";
+    m_pScreen->fnReleaseDC(nullptr, dc);
+}
+
 TEST_F(HeadlessScreen, ABackgroundPaletteTakesOnlyFreeSlotsElseTheNearestColors) {
     fnSetBits(8);
     CDC* dc = m_pScreen->fnGetDC(nullptr);
