@@ -3,6 +3,7 @@
 #include "tests/support/FailingAllocator.h"
 #include "tests/support/Random.h"
 
+#include <cstring>
 #include <vector>
 
 namespace {
@@ -87,7 +88,15 @@ TEST_F(DepthConversionTest, NarrowingGivesABlankImage) {
         image.TileMap->PixelBuffer[0] = 200;
         image.fnConvert(to, false, nullptr);
         EXPECT_EQ(image.BitCount, to);
+        // The palette is the one of an image made without any.
+        const CqImage fresh(1, 1, to, nullptr, 0);
+        ASSERT_EQ(image.PaletteCount, fresh.PaletteCount);
         EXPECT_EQ(image.PaletteCount, to == 16 ? 0 : 1u << to);
+        if (to != 16) {
+            EXPECT_EQ(std::memcmp(image.TileMap->Palette, fresh.TileMap->Palette,
+                                  image.PaletteCount * sizeof(RGBQUAD)),
+                      0);
+        }
         EXPECT_EQ(fnRow(image, 0), Bytes(image.RowBytes, 0));
     }
 }
