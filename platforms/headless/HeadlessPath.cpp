@@ -34,6 +34,17 @@ std::vector<std::string> fnSplitPath(std::string_view path) {
     return names;
 }
 
+std::string fnJoinNames(const std::vector<std::string>& names) {
+    std::string joined;
+    for (const std::string& name : names)
+        joined += joined.empty() ? name : "\\" + name;
+    return joined;
+}
+
+std::string fnNamesKey(const std::vector<std::string>& names) {
+    return fnFold(fnJoinNames(names));
+}
+
 bool fnMatchMask(std::string_view mask, std::string_view name) {
     const std::string pattern = fnFold(mask);
     const std::string text = fnFold(name);

@@ -15,6 +15,10 @@ std::string fnFold(std::string_view text);
 /// The names of a path without ".", each ".." having taken away the name before it. A ".." at the
 /// start has nothing to take away and is dropped.
 std::vector<std::string> fnSplitPath(std::string_view path);
+/// The names with backslashes between them.
+std::string fnJoinNames(const std::vector<std::string>& names);
+/// The same, folded.
+std::string fnNamesKey(const std::vector<std::string>& names);
 /// Whether a bare name matches a mask of `*` and `?`, without case.
 bool fnMatchMask(std::string_view mask, std::string_view name);
 
