@@ -83,12 +83,13 @@ inline void fnWritePixel(const CqTileMap& map, unsigned char* pixel, bool odd,
 }
 
 /// The bytes that a fill repeats, 16 bits high byte first; at 4 bits one byte for two pixels, with
-/// the index in both nibbles. Returns how many.
+/// the index in both nibbles, where an index above 15 is mixed with itself, deliberately. Returns
+/// how many.
 inline unsigned int fnPackFill(const CqTileMap& map, const CqColor& color,
                                unsigned char (&bytes)[4]) {
     switch (map.BitCount) {
     case 4: {
-        const unsigned int index = fnPaletteIndex(map, color) & 0x0Fu;
+        const unsigned int index = fnPaletteIndex(map, color);
         bytes[0] = static_cast<unsigned char>(index << 4 | index);
         return 1;
     }

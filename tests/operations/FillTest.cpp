@@ -18,6 +18,16 @@ protected:
         }
     }
 
+    /// Random pixels; at 4 bits now and then with a palette of 256 colours.
+    std::unique_ptr<CqImage> fnRandomImage() {
+        const unsigned int bits = fnRandomBits(m_Random);
+        const RGBQUAD* palette = bits == 4 && m_Random() % 3 == 0 ? q32GreyRamp : nullptr;
+        auto image = std::make_unique<CqImage>(fnRandomSide(m_Random), fnRandomSide(m_Random), bits,
+                                               palette, palette ? 256u : 0u);
+        fnSetRandom(*image, m_Random);
+        return image;
+    }
+
     /// The bytes of one pixel of a fill; at 4 bits of two.
     static Bytes fnFilled(const CqImage& image, const CqColor& c) {
         unsigned int index = 0;
@@ -27,7 +37,7 @@ protected:
         const auto byte = [](unsigned int v) { return static_cast<unsigned char>(v); };
         switch (image.BitCount) {
         case 4:
-            return {byte(index * 17)};
+            return {byte(index | index << 4)};
         case 8:
             return {byte(index)};
         case 16: {
@@ -44,9 +54,8 @@ protected:
 
 TEST_F(FillTest, AWholeImageIsFilledAtEveryDepth) {
     for (int round = 0; round < 120; ++round) {
-        CqImage image(fnRandomSide(m_Random), fnRandomSide(m_Random), fnRandomBits(m_Random),
-                      nullptr, 0);
-        fnSetRandom(image, m_Random);
+        const std::unique_ptr<CqImage> random = fnRandomImage();
+        CqImage& image = *random;
         const CqColor color = fnRandomColor(m_Random, image);
         image.fnFill(color, nullptr, false);
         const Bytes pixel = fnFilled(image, color);
@@ -60,9 +69,8 @@ TEST_F(FillTest, AWholeImageIsFilledAtEveryDepth) {
 
 TEST_F(FillTest, ARectangleIsFilledAsALineAccessorFillsItsRows) {
     for (int round = 0; round < 400; ++round) {
-        CqImage image(fnRandomSide(m_Random), fnRandomSide(m_Random), fnRandomBits(m_Random),
-                      nullptr, 0);
-        fnSetRandom(image, m_Random);
+        const std::unique_ptr<CqImage> random = fnRandomImage();
+        CqImage& image = *random;
         CqImage wanted(image);
         const CqColor color = fnRandomColor(m_Random, image);
         const CRect rect = fnRandomRect(m_Random, image);
@@ -126,6 +134,21 @@ TEST_F(FillTest, A4BitFillOfOddWidthKeepsTheLowNibbleOfItsLastByte) {
     const CRect rect(0, 0, 3, 1);
     image.fnFill(CqColor(255, 255, 255, 255), &rect, false);
     EXPECT_EQ(fnRows(image)[0], (Bytes{0xFF, 0xF4, 0x44, 0x44}));
+}
+
+/// The byte is 0x42 | 0x42 << 4, cut to eight bits.
+TEST_F(FillTest, A4BitFillWithAnIndexAbove15MixesBothNibbles) {
+    CqImage image(8, 2, 4, q32GreyRamp, 256);
+    const CqColor color(0x42, 0x42, 0x42, 255);
+    image.fnFill(color, nullptr, false);
+    EXPECT_EQ(fnRows(image), Rows(2, Bytes(4, 0x62)));
+    fnSetAll(image, 0x11);
+    image.fnFill(color, nullptr, true);
+    EXPECT_EQ(fnRows(image), Rows(2, Bytes(4, 0x62)));
+    fnSetAll(image, 0x11);
+    const CRect rect(2, 1, 5, 2); // one byte, and the high nibble of the next one
+    image.fnFill(color, &rect, false);
+    EXPECT_EQ(fnRows(image), (Rows{{0x11, 0x11, 0x11, 0x11}, {0x11, 0x62, 0x61, 0x11}}));
 }
 
 TEST_F(FillTest, A4BitFillThatWouldSpillStaysInItsRow) {
