@@ -177,8 +177,8 @@ public:
     void fnRotate(double angle, const CqColor& background, CPoint* center, bool antiAlias,
                   CqProgressDisplay* progress);
 
-    /// Plots a line one pixel wide; points outside the image are skipped, but a line of one point
-    /// isn't checked. The last argument isn't read. Bresenham's method.
+    /// Plots a line one pixel wide by Bresenham's method. Points outside the image are skipped, the
+    /// only point of a line too. The last argument isn't read.
     void fnDrawLine(int x0, int y0, int x1, int y1, const CqColor& color, bool reserved);
     /// Makes `region` the image without the pixels of a key colour (red in bits 0 to 7); 8-bit
     /// images alone.
