@@ -17,13 +17,14 @@ void CqConvMask::fnFetch(std::uint32_t slot, std::int64_t row) {
 }
 
 void CqConvMask::fnGotoNextLine() {
-    m_nHead = fnSlot(1);
-    m_nRow = q32::fnWrapAdd(m_nRow, 1);
-    const std::int64_t top = std::int64_t{m_nRow} - (m_nLines >> 1);
-    const std::uint32_t kept = m_bFirst ? 0 : m_nLines - 1;
+    const std::uint32_t head = fnSlot(1);
+    const std::int32_t centre = q32::fnWrapAdd(m_nRow, 1);
+    const std::int64_t top = std::int64_t{centre} - (m_nLines >> 1);
+    for (std::uint32_t i = m_bFirst ? 0 : m_nLines - 1; i < m_nLines; ++i)
+        fnFetch((head + i) % m_nLines, top + i);
+    m_nHead = head; // only now, so that a move that failed can be tried again
+    m_nRow = centre;
     m_bFirst = false;
-    for (std::uint32_t i = kept; i < m_nLines; ++i)
-        fnFetch(fnSlot(i), top + i);
 }
 
 unsigned char* CqConvMask::fnGetLine(int i) {

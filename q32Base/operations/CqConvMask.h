@@ -34,7 +34,7 @@ public:
     CqConvMask& operator=(const CqConvMask&) = delete;
 
     /// Moves the window one row down; needed once before the first read. Raises the memory
-    /// exception.
+    /// exception; the window hasn't moved then, and the move can be tried again.
     void fnGotoNextLine();
 
     /// The window's row `i`, counted from the top, in the image's byte order. The address holds

@@ -175,6 +175,29 @@ TEST_F(CqConvMaskTest, WithoutMemoryTheConstructorAndTheFirstMoveRaise) {
     EXPECT_EQ(failures, 4u); // the ring, and a buffer for each of its rows
 }
 
+TEST_F(CqConvMaskTest, AFirstMoveThatFailedCanBeTriedAgain) {
+    CqImage image(1, 9, 8, q32GreyRamp, 256);
+    fnSetNumbers(image);
+    const std::size_t failures = [&] {
+        for (std::size_t nth = 1;; ++nth) {
+            CqConvMask window(image, 3, 1);
+            CqAllocationFailure failure(nth);
+            const bool raised = fnRaisesMemoryException([&] { window.fnGotoNextLine(); });
+            failure.fnEnd();
+            EXPECT_EQ(raised, failure.fnHappened());
+            if (raised)
+                window.fnGotoNextLine();
+            EXPECT_EQ(fnShown(window, 3), (std::vector<int>{1, 2, 3}));
+            EXPECT_EQ(window.fnGetLineCoord(1), 2);
+            window.fnGotoNextLine();
+            EXPECT_EQ(fnShown(window, 3), (std::vector<int>{2, 3, 4}));
+            if (!raised)
+                return nth - 1;
+        }
+    }();
+    EXPECT_EQ(failures, 3u); // a buffer for each row of the ring
+}
+
 /// A mean over the neighbourhood of `size` x `size` pixels with repeated edges, by the window.
 Rows fnMean(CqImage& image, int size) {
     Rows result(image.Height, Bytes(image.Width));
