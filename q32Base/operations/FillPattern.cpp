@@ -134,8 +134,10 @@ void CqImage::fnFill(CqImage& pattern, const CRect* srcRect, const CRect* dstRec
     CRect src = fnClipped(srcRect, *pattern.TileMap);
     if (src.IsRectEmpty() || pattern.BitCount != BitCount)
         return;
-    src.right = std::min(src.right, src.left + dst.Width());
-    src.bottom = std::min(src.bottom, src.top + dst.Height());
+    if (src.Width() > dst.Width())
+        src.right = src.left + dst.Width();
+    if (src.Height() > dst.Height())
+        src.bottom = src.top + dst.Height();
     const bool narrow = src.Width() < static_cast<LONG>(CqTileMap::kMaxTileSize);
     if (narrow && src.Width() < dst.Width() && BitCount != 4 && &pattern != this)
         fnFillByTiles(*TileMap, *pattern.TileMap, src, dst);
