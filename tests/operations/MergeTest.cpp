@@ -356,6 +356,45 @@ TEST_F(MergeTest, AMaskOfAnotherDepthCountsByItsBytes) {
     EXPECT_EQ(fnRows(image)[0], (Bytes{7, 7, 7, 0, 0, 0, 7, 7, 7, 0, 0, 0}));
 }
 
+TEST_F(MergeTest, AColourOrAMaskAloneIsARule) {
+    CqImage src(2, 1, 24, nullptr, 0);
+    CqImage image(2, 1, 24, nullptr, 0);
+    CqMask mask(2, 1);
+    fnSetRows(src, {{1, 2, 3, 4, 5, 6}});
+    fnSetRows(mask, {{255, 0}});
+    fnSetAll(image, 0);
+    image.fnMerge(src, nullptr, 0x030201ul, 0, 0);
+    EXPECT_EQ(fnRows(image)[0], (Bytes{0, 0, 0, 4, 5, 6}));
+    fnSetAll(image, 0);
+    image.fnMerge(src, nullptr, mask, 0, 0);
+    EXPECT_EQ(fnRows(image)[0], (Bytes{1, 2, 3, 0, 0, 0}));
+}
+
+/// The mask is read row by row, after the rows above have been merged.
+TEST_F(MergeTest, AMaskMayBeTheTargetItself) {
+    for (int round = 0; round < 200; ++round) {
+        const unsigned int bits = m_Random() % 2 ? 16 : 24;
+        CqImage src(1 + m_Random() % 30, 1 + m_Random() % 60, bits, nullptr, 0);
+        fnSetRandom(src, m_Random);
+        CqMask image(200, 140);
+        CqMask wanted(200, 140);
+        if (const unsigned int depth = fnRandomBits(m_Random); depth != 8)
+            for (CqMask* mask : {&image, &wanted})
+                mask->fnConvert(depth, false, nullptr);
+        fnSetWeights(image);
+        fnSetRows(wanted, fnRows(image));
+        const CRect rect = fnRandomRect(m_Random, src);
+        const CPoint place(rect.left - fnBelow(m_Random, 20), rect.top - fnBelow(m_Random, 20));
+        image.fnSetPos(place);
+        wanted.fnSetPos(place);
+        const int x = fnBelow(m_Random, image.RowBytes / src.BytesPerPixel - src.Width + 1);
+        const int y = fnBelow(m_Random, 60);
+        static_cast<CqImage&>(image).fnMerge(src, &rect, CqMergeParam(image), x, y);
+        fnMergeByLines(wanted, src, &rect, CqMergeParam(wanted), x, y);
+        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(wanted))) << bits << " on " << image.BitCount;
+    }
+}
+
 TEST_F(MergeTest, EachConstructorOfTheParameterSetsWhatItIsGiven) {
     CqMask mask;
     const CqMergeParam key(0x112233ul);
