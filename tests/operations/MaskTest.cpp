@@ -129,6 +129,60 @@ TEST_F(MaskTest, ACopyOfAMaskWithoutBitmapHasNone) {
     EXPECT_EQ(full.m_rectBound, CRect(0, 0, 0, 0));
 }
 
+/// The size of the bitmap that is gone still counts, and places a rectangle without pixels.
+TEST_F(MaskTest, AMaskThatHasLostItsBitmapIsPlacedAsIfItWereBlack) {
+    CqMask own(4, 3);
+    CqMask empty;
+    own = empty;
+    own.fnSetPos(CPoint(2, 1));
+    EXPECT_EQ(own.m_rectBound, CRect(2, 1, 6, 4));
+    CqMask copy(own);
+    EXPECT_EQ(copy.TileMap, nullptr);
+    EXPECT_EQ(copy.m_rectBound, own.m_rectBound);
+    CqMask other;
+    fnPlace(other, 5, 3, 2, 2, 9);
+    other -= own; // nothing to take off
+    EXPECT_EQ(fnRows(other), Rows(2, Bytes(2, 9)));
+    own += other;
+    EXPECT_EQ(own.m_rectBound, CRect(2, 1, 7, 5));
+    EXPECT_EQ(fnRows(own),
+              (Rows{{0, 0, 0, 0, 0}, {0, 0, 0, 0, 0}, {0, 0, 0, 9, 9}, {0, 0, 0, 9, 9}}));
+}
+
+TEST_F(MaskTest, TakingOffAPlacedMaskWithoutBitmapFollowsTheRectangles) {
+    CqMask own;
+    CqMask other;
+    own.m_rectBound = CRect(0, 0, 4, 3);
+    fnPlace(other, 0, 0, 4, 1, 9);
+    own -= other; // its top row is cut off
+    EXPECT_EQ(own.m_rectBound, CRect(0, 1, 4, 3));
+    EXPECT_EQ(fnRows(own), Rows(2, Bytes(4, 0)));
+    CqMask bare;
+    bare.m_rectBound = CRect(1, 0, 3, 1);
+    bare -= other; // covered wholly
+    EXPECT_EQ(bare.m_rectBound, CRect(0, 0, 0, 0));
+    EXPECT_EQ(bare.TileMap, nullptr);
+}
+
+TEST_F(MaskTest, AMaskAssignedToItselfKeepsAllButItsPixels) {
+    CqMask mask;
+    fnPlace(mask, 4, 5, 200, 130, 77);
+    mask.Title = "edge";
+    mask.DpiX = 300;
+    CqMask& same = mask;
+    mask = same;
+    EXPECT_NE(fnRows(mask)[129], Bytes(200, 77)); // a fresh block
+    EXPECT_EQ(mask.Width, 200u);
+    EXPECT_EQ(mask.Height, 130u);
+    EXPECT_EQ(mask.m_rectBound, CRect(4, 5, 204, 135));
+    EXPECT_TRUE(mask.Title == "edge");
+    EXPECT_EQ(mask.DpiX, 300);
+    CqMask none;
+    CqMask& nothing = none;
+    none = nothing;
+    EXPECT_EQ(none.TileMap, nullptr);
+}
+
 TEST_F(MaskTest, ACopyIsGreyWhateverTheDepthOfTheSource) {
     for (const unsigned int bits : {4, 16, 24, 32}) {
         CqMask odd(200, 140);
