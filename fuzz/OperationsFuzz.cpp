@@ -1,7 +1,8 @@
 /// @file
 /// Random sequences of the operations on pixels, with random rectangles and places, over small
 /// images of every depth. What counts is that no byte outside an image is touched, which the
-/// sanitizers see, and that an image keeps its size.
+/// sanitizers see, that an image keeps its size, that a window shows the rows that it tells, and
+/// that an abort ends the work.
 
 #include "platforms/headless/headless.h"
 #include "q32Base/framework/CRgn.h"
@@ -9,13 +10,16 @@
 #include "q32Base/memory/CqTileMap.h"
 #include "q32Base/operations/CqConvMask.h"
 #include "q32Base/q32Base.h"
+#include "q32Base/services/CqProgressDisplay.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <memory>
+#include <vector>
 
 namespace {
 
@@ -41,6 +45,11 @@ public:
         const int value = fnByte();
         return value < 248 ? value - 60 : kFar[static_cast<std::size_t>(value) % std::size(kFar)];
     }
+    /// Where a mask may lie: mostly so that it meets others.
+    int fnMaskPlace() {
+        const int place = fnPlace();
+        return fnBelow(16) ? place % 200 : place;
+    }
     CRect fnRect() {
         const int left = fnPlace();
         const int top = fnPlace();
@@ -58,23 +67,93 @@ private:
     const std::uint8_t* m_pEnd;
 };
 
+/// Pixels of all kinds from one byte; some bytes give runs, for keys and regions.
+void fnPaint(const CqImage& image, std::uint8_t seed) {
+    std::uint32_t state = seed;
+    for (std::uint32_t i = 0; i < image.TileMap->BufferSize; ++i) {
+        if (i % (1u + seed % 5) == 0)
+            state = state * 1664525u + 1013904223u;
+        image.TileMap->PixelBuffer[i] = static_cast<unsigned char>(state >> 24);
+    }
+}
+
 std::unique_ptr<CqImage> fnMakeImage(Input& input) {
     static constexpr unsigned int kBits[] = {4, 8, 16, 24, 32};
     const unsigned int bits = kBits[input.fnBelow(std::size(kBits))];
-    auto image = std::make_unique<CqImage>(1 + input.fnBelow(140), 1 + input.fnBelow(140), bits,
-                                           nullptr, 0u);
-    std::memset(image->TileMap->PixelBuffer, input.fnByte(), image->TileMap->BufferSize);
+    const unsigned int width = 1 + input.fnBelow(140);
+    const unsigned int height = 1 + input.fnBelow(140);
+    const std::uint8_t seed = input.fnByte();
+    const bool ramp = seed % 3 == 0; // at 4 bits too, where most of its indices have no nibble
+    auto image = std::make_unique<CqImage>(width, height, bits, ramp ? q32GreyRamp : nullptr,
+                                           ramp ? 256u : 0u);
+    fnPaint(*image, seed);
     return image;
+}
+
+/// Sees Esc pressed at a chosen call.
+class CountedDisplay : public CqProgressDisplay {
+public:
+    explicit CountedDisplay(unsigned int abortAt) : CqProgressDisplay(false), m_nAbortAt(abortAt) {}
+
+    void fnDrawStatus(unsigned int percent, bool* aborted) override {
+        fnCheck(percent < 100, "a percentage stays below 100");
+        fnCheck(m_nCalls < m_nAbortAt, "an abort ends the work");
+        ++m_nCalls;
+        CqProgressDisplay::fnDrawStatus(percent, aborted);
+    }
+    bool fnIsAborted() const override { return m_nCalls == m_nAbortAt; }
+
+    unsigned int m_nCalls = 0;
+
+private:
+    unsigned int m_nAbortAt;
+};
+
+void fnAdjustTone(Input& input, CqImage& image) {
+    const std::uint8_t how = input.fnByte();
+    const bool draw = (how & 4) != 0;
+    CountedDisplay display(how & 8 ? 1 + input.fnBelow(4) : ~0u);
+    CqProgressDisplay* const progress = how & 16 ? &display : nullptr;
+    const int a = input.fnPlace();
+    const int b = input.fnPlace();
+    switch (how & 3) {
+    case 0:
+        image.fnBrightContrast(a, b, draw, progress);
+        break;
+    case 1:
+        image.fnColorBalance(a, b, input.fnPlace(), draw, progress);
+        break;
+    case 2:
+        image.fnHueSaturation(a, b, draw, progress);
+        break;
+    default:
+        image.fnThresholding(static_cast<unsigned char>(a), draw, progress);
+    }
+    fnCheck(display.m_nCalls <= image.TileCount, "a tile is told once");
+}
+
+/// Fixes a scale: by a factor, reduced, or fitted.
+void fnSetScale(Input& input, CqImage& image, CWnd* window) {
+    const unsigned int how = input.fnBelow(4);
+    const unsigned int factor = 1 + input.fnBelow(3);
+    const CRect view(0, 0, 1 + LONG{input.fnByte()}, 1 + LONG{input.fnByte()});
+    const CPoint origin(LONG{input.fnByte()} / 4, LONG{input.fnByte()} / 4);
+    if (how == 0)
+        image.fnDrawInit(1.0, view, window);
+    else
+        image.fnDrawInit(factor, how == 1, view, origin, window);
 }
 
 void fnUseMask(Input& input, CqMask& own, CqMask& other) {
     switch (input.fnBelow(6)) {
-    case 0:
-        own.fnSetPos(CPoint(input.fnPlace() / 256, input.fnPlace() / 256));
-        break;
-    case 1:
-        own.fnOffsetPos(input.fnPlace() / 256, input.fnPlace() / 256);
-        break;
+    case 0: {
+        const int x = input.fnMaskPlace();
+        return own.fnSetPos(CPoint(x, input.fnMaskPlace()));
+    }
+    case 1: {
+        const int dx = input.fnMaskPlace() / 8;
+        return own.fnOffsetPos(dx, input.fnMaskPlace() / 8);
+    }
     case 2:
         own += other;
         break;
@@ -100,21 +179,34 @@ void fnMerge(Input& input, CqImage& image, CqImage& source, CqMask& mask) {
 
 void fnSlideWindow(Input& input, CqImage& image) {
     const unsigned int lines = input.fnBelow(9);
-    CqConvMask window(image, lines, input.fnPlace());
-    for (unsigned int i = input.fnBelow(20); i-- > 0;)
+    const int start = input.fnPlace();
+    const int moves = static_cast<int>(input.fnBelow(20));
+    CqConvMask window(image, lines, start);
+    for (int i = 0; i < moves; ++i)
         window.fnGotoNextLine();
-    for (unsigned int i = 0; i < lines; ++i) {
-        const unsigned char* row = window.fnGetLine(static_cast<int>(i));
-        fnCheck(!row || row[image.RowBytes - 1] + 1 > 0, "a row is a whole row");
-        const int at = window.fnGetLineCoord(static_cast<int>(i));
+    const int shown = static_cast<int>(std::max(lines, 1u));
+    std::vector<unsigned char> wanted(image.RowBytes);
+    for (int i = 0; i < shown; ++i) {
+        const int at = window.fnGetLineCoord(i);
         fnCheck(at >= 0 && at < static_cast<int>(image.Height), "a row is told inside the image");
+        const unsigned char* row = window.fnGetLine(i);
+        fnCheck((row != nullptr) == (moves > 0), "the first move brings the rows");
+        const std::int64_t centre = std::int64_t{start} + moves;
+        if (!row || centre > 2147483647) // beyond the last row of all, the window starts anew
+            continue;
+        const std::int64_t y = centre - shown / 2 + i;
+        image.TileMap->fnFetchRow(static_cast<std::uint32_t>(std::clamp<std::int64_t>(
+                                      y, 0, std::int64_t{image.Height} - 1)),
+                                  wanted.data());
+        fnCheck(std::memcmp(row, wanted.data(), wanted.size()) == 0, "a row is the image's row");
     }
 }
 
-void fnOperate(Input& input, CqImage& image, CqImage& other, CqMask& mask, CqMask& mask2) {
+void fnOperate(Input& input, CqImage& image, CqImage& other, CqMask& mask, CqMask& mask2,
+               CWnd* window) {
     const CRect rect = input.fnRect();
     const CRect* given = input.fnBelow(8) ? &rect : nullptr;
-    switch (input.fnBelow(8)) {
+    switch (input.fnBelow(10)) {
     case 0:
         return image.fnFill(input.fnColor(), given, (input.fnByte() & 1) != 0);
     case 1: {
@@ -137,6 +229,10 @@ void fnOperate(Input& input, CqImage& image, CqImage& other, CqMask& mask, CqMas
     }
     case 6:
         return fnSlideWindow(input, image);
+    case 7:
+        return fnAdjustTone(input, image);
+    case 8:
+        return fnSetScale(input, image, window);
     default:
         return fnUseMask(input, mask, mask2);
     }
@@ -153,7 +249,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     CqMask masks[2];
     for (CqMask& mask : masks) {
         mask.fnAlloc(1 + input.fnBelow(140), 1 + input.fnBelow(140));
-        std::memset(mask.TileMap->PixelBuffer, input.fnByte(), mask.TileMap->BufferSize);
+        fnPaint(mask, input.fnByte());
     }
     CqHeadlessWnd window(RECT{0, 0, 100, 100});
     images[0]->fnDrawInit(1 + input.fnBelow(3), input.fnBelow(2) != 0, CRect(0, 0, 100, 100),
@@ -164,7 +260,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const std::uint32_t bytes = image.TileMap->BufferSize;
         const std::size_t mask = input.fnBelow(2);
         try {
-            fnOperate(input, image, other, masks[mask], masks[(mask + input.fnByte()) % 2]);
+            fnOperate(input, image, other, masks[mask], masks[(mask + input.fnByte()) % 2],
+                      &window);
         } catch (CMemoryException* failure) { // masks may get far apart
             failure->Delete();
         }
