@@ -1,5 +1,6 @@
 #include "tests/operations/PlainImage.h"
 #include "tests/support/AttachedTest.h"
+#include "tests/support/FailingAllocator.h"
 
 #include <algorithm>
 
@@ -183,6 +184,26 @@ TEST_F(FillPatternTest, RectanglesBeyondTheImagesAreCut) {
     EXPECT_EQ(
         fnRows(image),
         (Rows{{0xEE, 0xEE, 0xEE, 0, 1}, {0xEE, 0xEE, 0xEE, 0, 1}, {0xEE, 0xEE, 0xEE, 0xEE, 0xEE}}));
+}
+
+TEST_F(FillPatternTest, WithoutMemoryForItsRowsANarrowPatternChangesNothing) {
+    for (const unsigned int bits : {8, 16, 24, 32}) {
+        CqImage image(300, 20, bits, nullptr, 0);
+        CqImage pattern(7, 5, bits, nullptr, 0);
+        fnSetRandom(image, m_Random);
+        fnSetRandom(pattern, m_Random);
+        const Rows before = fnRows(image);
+        CqImage wanted(image);
+        fnFillByBlocks(wanted, pattern, nullptr, nullptr);
+        const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
+            const bool raised =
+                fnRaisesMemoryException([&] { image.fnFill(pattern, nullptr, nullptr); });
+            failure.fnEnd();
+            EXPECT_EQ(raised, failure.fnHappened());
+            EXPECT_TRUE(fnSameRows(fnRows(image), raised ? before : fnRows(wanted)));
+        });
+        EXPECT_EQ(failures, 1u) << bits << " bits";
+    }
 }
 
 } // namespace

@@ -1,5 +1,9 @@
 #include "tests/operations/PlainImage.h"
 #include "tests/support/AttachedTest.h"
+#include "tests/support/FailingAllocator.h"
+
+#include <algorithm>
+#include <memory>
 
 namespace q32::test {
 namespace {
@@ -200,6 +204,33 @@ TEST_F(FillTest, ClaimsOfOthersStandAfterAFill) {
     CqImageTile second(true);
     image.fnAccessTile(4, &second);
     EXPECT_FALSE(second.Claim);
+}
+
+TEST_F(FillTest, WithoutMemoryForARowA4BitFillLeavesItsRowsDoneAndNoClaim) {
+    CqImage image(20, 6, 4, nullptr, 0);
+    const CRect rect(2, 1, 14, 5);
+    const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
+        fnSetAll(image, 0x11);
+        const bool raised = fnRaisesMemoryException(
+            [&] { image.fnFill(CqColor(255, 255, 255, 255), &rect, false); });
+        failure.fnEnd();
+        EXPECT_EQ(raised, failure.fnHappened());
+        EXPECT_EQ(image.TileMap->LockedLines.GetCount(), 0);
+        const Rows rows = fnRows(image);
+        std::size_t done = 1;
+        Bytes filled(10, 0x11);
+        std::fill_n(filled.begin() + 1, 6, static_cast<unsigned char>(0xFF));
+        while (done < 5 && rows[done] == filled)
+            ++done;
+        if (!raised) {
+            EXPECT_EQ(done, 5u);
+        }
+        for (std::size_t y = 0; y < 6; ++y)
+            if (y == 0 || y >= done) {
+                EXPECT_EQ(rows[y], Bytes(10, 0x11)) << y;
+            }
+    });
+    EXPECT_GE(failures, 2u); // the buffer of a row, and a place in the list of claims
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "tests/support/FailingAllocator.h"
 
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <utility>
 
@@ -399,6 +400,37 @@ TEST_F(MaskTest, AFailureLeavesTheMaskAsItWas) {
     });
     EXPECT_GT(failures, 2u);
     EXPECT_EQ(own.m_rectBound, CRect(0, 0, 250, 250));
+}
+
+TEST_F(MaskTest, ASumOrCopyWithoutMemoryLeavesBothSidesAsTheyWere) {
+    CqMask own;
+    CqMask other;
+    fnPlace(own, 0, 0, 150, 20, 1);
+    fnPlace(other, 100, 10, 150, 20, 2);
+    for (unsigned int disk = 0; disk < 4; ++disk)
+        q32GetVMPolicy()->fnEnableDisk(disk, false);
+    const std::function<void()> works[] = {
+        [&] { const CqMask sum = own + other; },
+        [&] { const CqMask difference = own - other; },
+        [&] { const CqMask copy(own); },
+        [&] { own = other; },
+    };
+    for (const auto& work : works) {
+        const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
+            const bool raised = fnRaisesMemoryException(work);
+            failure.fnEnd();
+            EXPECT_EQ(raised, failure.fnHappened());
+            if (!raised)
+                return;
+            EXPECT_EQ(own.m_rectBound, CRect(0, 0, 150, 20));
+            EXPECT_EQ(fnRows(own), Rows(20, Bytes(150, 1)));
+            EXPECT_EQ(other.m_rectBound, CRect(100, 10, 250, 30));
+            EXPECT_EQ(fnRows(other), Rows(20, Bytes(150, 2)));
+        });
+        EXPECT_GT(failures, 1u);
+    }
+    EXPECT_EQ(own.m_rectBound, other.m_rectBound); // the last work assigned
+    EXPECT_EQ(fnRows(own), Rows(20, Bytes(150, 2)));
 }
 
 TEST_F(MaskTest, ALoadedMaskLiesAtTheOriginInItsOwnDepth) {

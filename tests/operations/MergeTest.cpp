@@ -1,6 +1,7 @@
 #include "q32Base/image/CqMask.h"
 #include "tests/operations/PlainImage.h"
 #include "tests/support/AttachedTest.h"
+#include "tests/support/FailingAllocator.h"
 
 #include <algorithm>
 #include <array>
@@ -408,6 +409,41 @@ TEST_F(MergeTest, EachConstructorOfTheParameterSetsWhatItIsGiven) {
     EXPECT_EQ(all.m_eType, MERGE_ALPHA);
     EXPECT_EQ(all.m_nKey, 5ul);
     EXPECT_EQ(all.m_pMask, &mask);
+}
+
+/// Three row buffers are all that a merge takes, and they are taken for its first row.
+TEST_F(MergeTest, WithoutMemoryForARowNothingIsMerged) {
+    for (const unsigned int bits : {16, 24, 32}) { // of the target
+        CqImage image(60, 40, bits, nullptr, 0);
+        CqImage other(60, 40, 24, nullptr, 0);
+        fnSetRandom(image, m_Random);
+        fnSetRandom(other, m_Random);
+        CqImage& src = bits == 32 ? other : image; // of another depth, or the target itself
+        const CRect rect(0, 0, 20, 10);
+        const std::unique_ptr<CqMask> mask = fnCover(rect);
+        const Rows before = fnRows(image);
+        CqImage wanted(image);
+        CqImage& wantedSrc = bits == 32 ? other : wanted;
+        fnMergeByLines(wanted, wantedSrc, &rect, CqMergeParam(*mask), 5, 3);
+        const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
+            const bool raised = fnRaisesMemoryException(
+                [&] { image.fnMerge(src, &rect, CqMergeParam(*mask), 5, 3); });
+            failure.fnEnd();
+            EXPECT_EQ(raised, failure.fnHappened());
+            EXPECT_TRUE(fnSameRows(fnRows(image), raised ? before : fnRows(wanted)));
+        });
+        EXPECT_EQ(failures, 3u) << bits << " bits";
+    }
+}
+
+TEST_F(MergeTest, AMergeFromTileToTileTakesNoMemory) {
+    CqImage src(200, 140, 24, nullptr, 0);
+    CqImage image(200, 140, 24, nullptr, 0);
+    CqMask mask(200, 140);
+    const std::size_t before = CqAllocationFailure::fnCount();
+    image.fnMerge(src, nullptr, CqMergeParam(mask), 3, 4);
+    image.fnMerge(src, nullptr, CqMergeParam(0x123456ul), 3, 4);
+    EXPECT_EQ(CqAllocationFailure::fnCount(), before);
 }
 
 } // namespace

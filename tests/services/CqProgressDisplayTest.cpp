@@ -1,3 +1,4 @@
+#include "q32Base/framework/Exceptions.h"
 #include "tests/services/ProgressWorld.h"
 #include "tests/support/FailingAllocator.h"
 
@@ -363,4 +364,36 @@ TEST_F(ProgressDisplay, NoLackOfMemoryReachesTheOperationFromTheScreen) {
         failure.fnEnd();
     });
     EXPECT_GE(failures, 4u); // two device contexts, a font and a bitmap at the least
+}
+
+/// What the keyboard lacks is told as a lack of memory, since a poll has no other answer. No other
+/// key is taken for Esc, and Esc isn't lost.
+TEST_F(ProgressDisplay, APollWithoutMemoryRaisesAndFindsEscTheNextTime) {
+    const std::size_t failures = fnFailEachAllocation(
+        [&] {
+            fnKeyboard() = CqHeadlessKeyboard();
+            fnKeyboard().fnPost(WM_KEYDOWN, 'A');
+            fnKeyboard().fnPost(WM_KEYDOWN, VK_ESCAPE);
+        },
+        [&](CqAllocationFailure& failure) {
+            CqProgressDisplay display(false);
+            bool aborted = false;
+            bool raised = false;
+            try {
+                display.fnDrawStatus(10, &aborted);
+            } catch (CMemoryException* memory) {
+                memory->Delete();
+                raised = true;
+            }
+            failure.fnEnd();
+            EXPECT_EQ(raised, failure.fnHappened());
+            EXPECT_EQ(aborted, !raised);
+            EXPECT_EQ(display.fnWasAborted(), !raised);
+            if (!raised)
+                return;
+            display.fnDrawStatus(20, &aborted);
+            EXPECT_TRUE(aborted);
+            EXPECT_TRUE(fnKeyboard().fnGetQueue().empty());
+        });
+    EXPECT_EQ(failures, 2u); // a record of each key that is taken
 }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <utility>
 
 /// For its life, the `nth` allocation by operator new on this thread fails (1 is the next one), and
 /// with `all` every later one too. Orders don't nest.
@@ -25,16 +26,23 @@ public:
     static std::size_t fnCount();
 };
 
+/// The same as below, with `prepare` before each run, which allocates freely.
+template <typename Prepare, typename Work>
+std::size_t fnFailEachAllocation(Prepare&& prepare, Work&& work) {
+    for (std::size_t nth = 1;; ++nth) {
+        prepare();
+        CqAllocationFailure failure(nth);
+        work(failure);
+        if (!failure.fnHappened())
+            return nth - 1;
+    }
+}
+
 /// Runs `work` again and again, with its first allocation failing, then its second, and so on,
 /// until it gets by without a failure. `work` takes the order (to end it before it looks at what it
 /// got) and must not let anything out that isn't caught here by the caller.
 /// @return how many runs had a failure
 template <typename Work>
 std::size_t fnFailEachAllocation(Work&& work) {
-    for (std::size_t nth = 1;; ++nth) {
-        CqAllocationFailure failure(nth);
-        work(failure);
-        if (!failure.fnHappened())
-            return nth - 1;
-    }
+    return fnFailEachAllocation([] {}, std::forward<Work>(work));
 }
