@@ -1,11 +1,18 @@
 #include "platforms/headless/HeadlessRegion.h"
 
 #include <algorithm>
+#include <atomic>
 
 namespace {
 
 using Span = CqHeadlessRegion::Span;
 using Spans = CqHeadlessRegion::Spans;
+
+std::atomic<std::uint64_t> theSpanWork{0};
+
+void fnCountWork(std::size_t spans) {
+    theSpanWork.fetch_add(spans, std::memory_order_relaxed);
+}
 
 bool fnIsIn(bool a, bool b, int mode) {
     switch (mode) {
@@ -47,6 +54,7 @@ Spans fnCombineSpans(const Spans& a, const Spans& b, int mode) {
             result.back().second = x;
         inside = now;
     }
+    fnCountWork(a.size() + b.size() + result.size());
     return result;
 }
 
@@ -62,6 +70,7 @@ void fnSubtractSpan(Spans& spans, Span span) {
     if (at->first < span.first && at->second > span.second) {
         const Span right(span.second, at->second);
         at->second = span.first;
+        fnCountWork(static_cast<std::size_t>(spans.end() - at));
         spans.insert(at + 1, right);
         return;
     }
@@ -74,10 +83,15 @@ void fnSubtractSpan(Spans& spans, Span span) {
         ++end;
     if (end != spans.end() && end->first < span.second)
         end->first = span.second;
+    fnCountWork(static_cast<std::size_t>(spans.end() - at));
     spans.erase(at, end);
 }
 
 } // namespace
+
+std::uint64_t CqHeadlessRegion::fnGetSpanWork() {
+    return theSpanWork;
+}
 
 CqHeadlessRegion::CqHeadlessRegion(const RECT& rect, std::shared_ptr<CqHeadlessCalls> combine)
     : m_Bands(fnFromRects({rect})), m_pCombine(std::move(combine)) {}
@@ -128,6 +142,7 @@ void CqHeadlessRegion::fnSplitAt(LONG y) {
     --at;
     if (at->second.m_nBottom <= y)
         return;
+    fnCountWork(at->second.m_Spans.size());
     m_Bands.emplace(y, Band{at->second.m_nBottom, at->second.m_Spans});
     at->second.m_nBottom = y;
 }
@@ -140,8 +155,10 @@ void CqHeadlessRegion::fnSubtractRect(LONG top, LONG bottom, Span span) {
     const auto end = m_Bands.lower_bound(bottom);
     for (auto at = first; at != end; ++at) {
         Spans& spans = at->second.m_Spans;
-        if (spans.size() == spans.capacity())
+        if (spans.size() == spans.capacity()) {
+            fnCountWork(spans.size());
             spans.reserve(2 * spans.size() + 4);
+        }
     }
     for (auto at = first; at != end; ++at)
         fnSubtractSpan(at->second.m_Spans, span);

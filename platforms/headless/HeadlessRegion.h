@@ -4,6 +4,7 @@
 #include "q32Base/platform/CqScreenService.h"
 #include "q32Base/platform/Export.h"
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <utility>
@@ -24,6 +25,10 @@ public:
     bool fnCombine(const CqRegionObject& a, const CqRegionObject& b, int mode) override;
     std::vector<RECT> fnGetRects() const override;
     bool fnContains(LONG x, LONG y) const;
+
+    /// Spans that combinations of all regions have written or moved so far: the work, free of any
+    /// clock. Any thread may ask.
+    static std::uint64_t fnGetSpanWork();
 
 private:
     struct Band {

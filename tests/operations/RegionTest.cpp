@@ -1,6 +1,10 @@
+#include "platforms/headless/HeadlessRegion.h"
 #include "q32Base/framework/CRgn.h"
 #include "tests/operations/PlainImage.h"
 #include "tests/support/AttachedTest.h"
+#include "tests/support/FailingAllocator.h"
+
+#include <algorithm>
 
 namespace q32::test {
 namespace {
@@ -121,19 +125,61 @@ TEST_F(RegionTest, AFailedCombinationRaisesToo) {
     EXPECT_EQ(fnPicture(region, image), (Rows{{0, 1, 1, 1, 1}, {1, 1, 1, 1, 1}}));
 }
 
-/// One call for each run and one for the whole: no more than that, so the work grows with the runs.
-TEST_F(RegionTest, NoiseTakesOneRectangleARun) {
-    CqImage image(1000, 300, 8, q32GreyRamp, 256);
+/// The runs go one after another, so a failure leaves the first of them taken off and no other.
+TEST_F(RegionTest, WithoutMemoryTheRegionIsAsFarAsItHasCome) {
+    CqImage image(40, 6, 8, q32GreyRamp, 256);
+    for (std::uint32_t i = 0; i < image.TileMap->BufferSize; ++i)
+        image.TileMap->PixelBuffer[i] = m_Random() % 2 ? 3 : 4;
+    const Rows rows = fnRows(image);
+    std::vector<Rows> steps{Rows(6, Bytes(40, 1))};
+    for (std::size_t y = 0; y < 6; ++y)
+        for (std::size_t x = 0; x < 40; ++x) {
+            if (rows[y][x] != 3)
+                continue;
+            if (x == 0 || rows[y][x - 1] != 3)
+                steps.push_back(steps.back());
+            steps.back()[y][x] = 0;
+        }
+    bool begun = false;
+    const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
+        CRgn region;
+        const bool raised = fnRaisesMemoryException([&] { image.fnCreateRgn(kGrey3, region); });
+        failure.fnEnd();
+        EXPECT_EQ(raised, failure.fnHappened());
+        EXPECT_EQ(image.TileMap->LockedLines.GetCount(), 0);
+        if (!raised) {
+            EXPECT_EQ(fnPicture(region, image), steps.back());
+        } else if (begun || region.HasHandle()) {
+            begun = true;
+            EXPECT_NE(std::find(steps.begin(), steps.end(), fnPicture(region, image)), steps.end());
+        }
+    });
+    EXPECT_GT(failures, steps.size()); // each run takes a region of its own
+}
+
+/// One call for each run and one for the whole, and each moves a few spans: neither may grow with
+/// the runs that went before, nor may a second pass over the picture hide in the time.
+TEST_F(RegionTest, NoiseTakesOneRectangleARunAndLittleWorkForEach) {
+#ifdef __SANITIZE_ADDRESS__
+    constexpr unsigned int kSide = 1000;
+#else
+    constexpr unsigned int kSide = 4000;
+#endif
+    constexpr std::uint64_t kWorkPerRun = 8;
+    CqImage image(kSide, kSide, 8, q32GreyRamp, 256);
     for (std::uint32_t i = 0; i < image.TileMap->BufferSize; ++i)
         image.TileMap->PixelBuffer[i] = m_Random() % 2 ? 3 : 4;
     std::uint64_t runs = 0;
     for (const Bytes& row : fnRows(image))
         for (std::size_t x = 0; x < row.size(); ++x)
             runs += row[x] == 3 && (x == 0 || row[x - 1] != 3) ? 1 : 0;
-    const std::uint64_t before = m_World->m_pScreen->m_CreateRegion.fnGetCount();
+    EXPECT_GT(runs, kSide * kSide / 5); // of each pair of neighbours, a quarter starts one
+    const std::uint64_t calls = m_World->m_pScreen->m_CreateRegion.fnGetCount();
+    const std::uint64_t work = CqHeadlessRegion::fnGetSpanWork();
     CRgn region;
     image.fnCreateRgn(kGrey3, region);
-    EXPECT_EQ(m_World->m_pScreen->m_CreateRegion.fnGetCount() - before, runs + 1);
+    EXPECT_EQ(m_World->m_pScreen->m_CreateRegion.fnGetCount() - calls, runs + 1);
+    EXPECT_LT(CqHeadlessRegion::fnGetSpanWork() - work, kWorkPerRun * runs);
     EXPECT_TRUE(fnSameRows(fnPicture(region, image), fnOthers(image, 3)));
 }
 
