@@ -1,10 +1,11 @@
 #include "tests/operations/PlainImage.h"
 #include "tests/support/AttachedTest.h"
+#include "tests/support/FailingAllocator.h"
 
 namespace q32::test {
 namespace {
 
-/// A 300 x 200 image of 24 bits, six tiles, and a window at (10, 20) of a screen of 32 bits.
+/// A 300 x 200 image, six tiles from 8 bits on, and a window at (10, 20) of a screen of 32 bits.
 class FillDrawTest : public AttachedTest {
 protected:
     static constexpr std::uint32_t kRed = 0xFF0000;
@@ -15,8 +16,7 @@ protected:
     void SetUp() override {
         AttachedTest::SetUp();
         q32GetDisplayProperty()->fnEnableGamma(false);
-        m_pImage = std::make_unique<CqImage>(300u, 200u, 24u, nullptr, 0u);
-        m_pImage->fnFill(kBlueColor, nullptr, false);
+        fnMakeImage(24);
     }
     void TearDown() override {
         EXPECT_EQ(m_World->m_pScreen->fnGetOpenDCs(), 0u);
@@ -24,6 +24,28 @@ protected:
         AttachedTest::TearDown();
     }
 
+    /// A blue image; red and blue are its only colours below 16 bits.
+    void fnMakeImage(unsigned int bits) {
+        static constexpr RGBQUAD kPalette[] = {{255, 0, 0, 0}, {0, 0, 255, 0}};
+        m_pImage = bits < 9 ? std::make_unique<CqImage>(300u, 200u, bits, kPalette, 2u)
+                            : std::make_unique<CqImage>(300u, 200u, bits, nullptr, 0u);
+        m_pImage->fnFill(kBlueColor, nullptr, false);
+    }
+    /// Gives the screen another depth; 0xEE is a raw pixel that no draw makes.
+    void fnSetScreen(int bits) {
+        ASSERT_TRUE(m_World->m_pScreen->fnSetMode({1024, 768, bits, 96, 96}));
+        q32GetDisplayProperty()->fnUpdate();
+        m_World->m_pScreen->fnClear(0xEE);
+        m_World->m_pScreen->fnClearDraws();
+    }
+    /// Pixels of the client area that a draw has reached since then.
+    int fnCountDrawn() const {
+        int count = 0;
+        for (int y = 0; y < 400; ++y)
+            for (int x = 0; x < 600; ++x)
+                count += m_World->m_pScreen->fnGetRawPixel(10 + x, 20 + y) != 0xEE ? 1 : 0;
+        return count;
+    }
     /// Pixel of the client area.
     std::uint32_t fnAt(int x, int y) const {
         return m_World->m_pScreen->fnGetPixel(10 + x, 20 + y);
@@ -160,6 +182,88 @@ TEST_F(FillDrawTest, AWindowWithoutADeviceContextLeavesTheFillStanding) {
     m_pImage->fnFill(kRedColor, &rect, true);
     EXPECT_EQ(m_pImage->fnGetPixelColor(9, 9), kRedColor);
     EXPECT_TRUE(fnDraws().empty());
+}
+
+TEST_F(FillDrawTest, APictureOfEveryDepthShowsItsFill) {
+    for (const unsigned int bits : {4, 8, 16, 24, 32}) {
+        m_World->m_pScreen->fnClear();
+        fnMakeImage(bits);
+        m_pImage->fnDrawInit(1, false, CRect(0, 0, 300, 200), CPoint(0, 0), &m_Window);
+        m_World->m_pScreen->fnClearDraws();
+        m_pImage->fnFill(kRedColor, nullptr, true);
+        const std::uint32_t red = bits == 16 ? 0xF80000 : kRed;              // low bits are lost
+        EXPECT_EQ(fnDraws().size(), bits == 4 ? 1u : 6u) << bits << " bits"; // one tile, or six
+        EXPECT_EQ(fnCount(red), 300 * 200) << bits << " bits";
+
+        m_pImage->fnFill(kBlueColor, nullptr, false);
+        m_World->m_pScreen->fnClear();
+        const CRect rect(120, 100, 150, 140);
+        m_pImage->fnFill(kRedColor, &rect, true);
+        EXPECT_EQ(fnCount(red), 30 * 40) << bits << " bits";
+        EXPECT_EQ(fnCount(0), 600 * 400 - 30 * 40) << bits << " bits";
+        EXPECT_EQ(fnAt(120, 100), red);
+        EXPECT_EQ(fnAt(149, 139), red);
+    }
+}
+
+TEST_F(FillDrawTest, AScreenOf256ColoursShowsFillsOfEveryDepth) {
+    fnSetScreen(8);
+    for (const unsigned int bits : {4, 8, 16, 24, 32}) {
+        fnMakeImage(bits);
+        m_pImage->fnDrawInit(1, false, CRect(0, 0, 300, 200), CPoint(0, 0), &m_Window);
+        m_World->m_pScreen->fnClear(0xEE);
+        m_World->m_pScreen->fnClearDraws();
+        m_pImage->fnFill(kRedColor, nullptr, true);
+        EXPECT_EQ(fnDraws().size(), bits == 4 ? 1u : 6u) << bits << " bits";
+        EXPECT_EQ(fnCountDrawn(), 300 * 200) << bits << " bits";
+        if (bits < 9) {
+            EXPECT_EQ(fnCount(kRed), 300 * 200) << bits << " bits"; // by the image's own palette
+        }
+
+        m_World->m_pScreen->fnClear(0xEE);
+        const CRect rect(120, 100, 150, 140);
+        m_pImage->fnFill(kRedColor, &rect, true);
+        EXPECT_EQ(fnCountDrawn(), 30 * 40) << bits << " bits";
+        EXPECT_NE(m_World->m_pScreen->fnGetRawPixel(10 + 120, 20 + 100), 0xEEu);
+        EXPECT_NE(m_World->m_pScreen->fnGetRawPixel(10 + 149, 20 + 139), 0xEEu);
+    }
+}
+
+TEST_F(FillDrawTest, AScaleThatIsNoWholeNumberMultipliesAndTruncates) {
+    m_pImage->fnDrawInit(1.0, CRect(0, 0, 450, 300), &m_Window); // a fit of 1.5
+    const CRect rect(11, 11, 21, 21);                            // from 16.5 to 31.5
+    m_pImage->fnFill(kRedColor, &rect, true);
+    ASSERT_EQ(fnDraws().size(), 1u);
+    EXPECT_EQ(fnDraws()[0].m_nX, 16);
+    EXPECT_EQ(fnDraws()[0].m_nY, 16);
+    EXPECT_EQ(fnDraws()[0].m_nWidth, 15u);
+    EXPECT_EQ(fnDraws()[0].m_nHeight, 15u);
+}
+
+/// Whatever memory drawing lacks, the fill stands and nothing is raised.
+TEST_F(FillDrawTest, ALackOfMemoryInDrawingNeverReachesTheFill) {
+    const CRect all(0, 0, 300, 200);
+    Bytes red;
+    for (int i = 0; i < 300; ++i)
+        red.insert(red.end(), {255, 0, 0});
+    for (const int screen : {32, 8})
+        for (const CRect* rect : {&all, static_cast<const CRect*>(nullptr)}) {
+            fnSetScreen(screen);
+            const std::size_t failures = fnFailEachAllocation(
+                [&] {
+                    fnMakeImage(24); // without the buffers of an earlier draw
+                    m_pImage->fnDrawInit(1, false, all, CPoint(0, 0), &m_Window);
+                },
+                [&](CqAllocationFailure& failure) {
+                    const bool raised =
+                        fnRaisesMemoryException([&] { m_pImage->fnFill(kRedColor, rect, true); });
+                    failure.fnEnd();
+                    EXPECT_FALSE(raised);
+                    EXPECT_EQ(fnRows(*m_pImage), Rows(200, red));
+                    EXPECT_EQ(m_World->m_pScreen->fnGetOpenDCs(), 0u);
+                });
+            EXPECT_GE(failures, 3u) << screen; // two buffers and a device context at the least
+        }
 }
 
 } // namespace
