@@ -288,6 +288,13 @@ TEST(CqColorVideo, EveryColourFollowsTheLimits) {
                 }
 }
 
+TEST(CqColorVideo, AColourThatOnePassHasChangedMayStillBeOutOfRange) {
+    CqColor color(0, 255, 15, 255);
+    EXPECT_FALSE(color.fnEnsureVideoSafe(CqColor::VIDEO_PAL));
+    EXPECT_EQ(color, CqColor(0, 180, 10, 255)); // 255 and 15 times 0.7059, cut
+    EXPECT_FALSE(color.fnEnsureVideoSafe(CqColor::VIDEO_PAL));
+}
+
 TEST(CqColorVideo, EveryStandardButNtscIsPal) {
     EXPECT_EQ(CqColor::VIDEO_NTSC, 1);
     CqColor pal(255, 0, 0, 255);
