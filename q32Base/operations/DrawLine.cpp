@@ -1,8 +1,8 @@
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelBytes.h"
 
+#include <algorithm>
 #include <cstring>
-#include <limits>
 
 namespace {
 
@@ -57,14 +57,6 @@ public:
                 2 * rest + m_nGain - m_Major.m_nLength - (more ? m_nLoss : 0)};
     }
 
-    /// How many points lie in a row of tiles that still has room for `room` steps along the shorter
-    /// axis.
-    std::int64_t fnPoints(const State& state, std::int64_t room) const {
-        if (m_nGain == 0)
-            return std::numeric_limits<std::int64_t>::max();
-        return (m_nLoss * room - state.m_nError + m_nGain - 1) / m_nGain + 1;
-    }
-
     /// Cuts the steps to those that lie inside the image. False when there are none.
     bool fnClip(std::int64_t& first, std::int64_t& last) const {
         first = std::max<std::int64_t>(0, m_Major.fnEnter());
@@ -94,42 +86,82 @@ private:
     }
 };
 
-/// Plots `points` points of one tile from `at` on, with one pixel of a fixed size, and moves the
-/// state behind them. All that the loop uses is local: a byte that is stored may be any other.
+/// Steps along the shorter axis as a product, so that no point waits for the one before it. The
+/// error tells them exactly: j steps on from an error e they are the whole part of
+/// (e + loss - gain + j * gain) / loss. Both terms are kept as fractions of 2 to the 56, rounded
+/// up, which makes each too large by 1 at most; what isn't a whole number lies below the next one
+/// by 1 / loss at least. The loss is 2 to the 34 at most, so the whole part is right for more than
+/// 2 to the 21 steps.
+class Slope {
+public:
+    static constexpr unsigned kBits = 56;
+    static constexpr std::int64_t kMostSteps = 1 << 21;
+
+    Slope(const Line& line, const Line::State& state)
+        : m_nRise(fnRatio(line.m_nGain, line.m_nLoss)),
+          m_nPlace(fnRatio(state.m_nError + line.m_nLoss - line.m_nGain, line.m_nLoss)),
+          m_fInverse(1.0 / static_cast<double>(m_nRise)) {}
+
+    /// How many points come before more than `room` steps along the shorter axis, if they are fewer
+    /// than a tile's side. Else a larger number.
+    std::int64_t fnPoints(std::int64_t room) const {
+        const std::uint64_t way = (static_cast<std::uint64_t>(room + 1) << kBits) - m_nPlace;
+        const double guess = static_cast<double>(way) * m_fInverse;
+        if (guess > 2.0 * kTileSize)
+            return 2 * kTileSize;
+        auto points = static_cast<std::uint64_t>(guess); // one too few only ends a run early
+        if (points * m_nRise < way)
+            ++points;
+        return static_cast<std::int64_t>(points);
+    }
+
+    /// Moves on by some points of one tile. Returns the steps along the shorter axis.
+    std::int64_t fnMove(std::int64_t points) {
+        const std::uint64_t place = m_nPlace + static_cast<std::uint64_t>(points) * m_nRise;
+        m_nPlace = place & ((std::uint64_t{1} << kBits) - 1);
+        return static_cast<std::int64_t>(place >> kBits);
+    }
+
+    std::uint64_t m_nRise;  ///< of one step, in units of 2 to the -56; at most one whole
+    std::uint64_t m_nPlace; ///< below one whole
+
+private:
+    static std::uint64_t fnRatio(std::int64_t part, std::int64_t whole) {
+        constexpr unsigned kHalf = kBits / 2;
+        const auto divisor = static_cast<std::uint64_t>(whole);
+        const std::uint64_t high = static_cast<std::uint64_t>(part) << kHalf;
+        const std::uint64_t low = high % divisor << kHalf;
+        return (high / divisor << kHalf) + low / divisor + 1;
+    }
+
+    double m_fInverse;
+};
+
+/// Plots `points` points of one tile from `at` on, with one pixel of a fixed size. All that the
+/// loop uses is local: a byte that is stored may be any other.
 template <std::size_t Bytes>
 void fnPlotRun(unsigned char* at, const unsigned char* pixel, std::int64_t points,
-               Line::State& state, const Line& line, std::ptrdiff_t majorStride,
-               std::ptrdiff_t minorStride) {
-    const std::int64_t loss = line.m_nLoss;
-    const std::int64_t turn = line.m_nGain - loss;
-    const std::ptrdiff_t bothStrides = majorStride + minorStride;
+               const Slope& slope, std::ptrdiff_t majorStride, std::ptrdiff_t minorStride) {
     unsigned char bytes[Bytes];
     std::memcpy(bytes, pixel, Bytes);
-    std::int64_t error = state.m_nError;
-    std::int64_t turns = points;
+    const std::uint64_t rise = slope.m_nRise;
+    std::uint64_t place = slope.m_nPlace;
     std::ptrdiff_t offset = 0;
-    for (; points > 0; --points) {
-        std::memcpy(at + offset, bytes, Bytes);
-        // A mask, all ones where the line goes straight on: a branch couldn't be foreseen.
-        const std::int64_t straight = error >> 63;
-        offset += bothStrides - (minorStride & straight);
-        error = (error + turn) + (loss & straight);
-        turns += straight;
-    }
-    state.m_nMinor += turns;
-    state.m_nError = error;
+    for (; points > 0; --points, offset += majorStride, place += rise)
+        std::memcpy(at + offset + static_cast<std::ptrdiff_t>(place >> Slope::kBits) * minorStride,
+                    bytes, Bytes);
 }
 
-/// From tile to tile.
+/// From tile to tile, over as many steps as a slope is exact for.
 template <std::size_t Bytes>
-void fnPlotTiles(const CqTileMap& map, const CqColor& color, const Line& line, bool steep,
+void fnPlotTiles(const CqTileMap& map, const unsigned char* pixel, const Line& line, bool steep,
                  std::int64_t first, std::int64_t last) {
-    unsigned char pixel[4] = {};
-    q32::fnWritePixel(map, pixel, false, color);
-    Line::State state = line.fnAfter(first);
+    const Line::State start = line.fnAfter(first);
+    Slope slope(line, start);
+    std::int64_t minorSteps = start.m_nMinor;
     for (std::int64_t step = first; step <= last;) {
         const std::int64_t major = line.m_Major.fnAt(step);
-        const std::int64_t minor = line.m_Minor.fnAt(state.m_nMinor);
+        const std::int64_t minor = line.m_Minor.fnAt(minorSteps);
         const std::int64_t x = steep ? minor : major;
         const std::int64_t y = steep ? major : minor;
         const auto column = static_cast<std::uint32_t>(x) / CqTileMap::kMaxTileSize;
@@ -139,12 +171,23 @@ void fnPlotTiles(const CqTileMap& map, const CqColor& color, const Line& line, b
         unsigned char* at = map.TileTable[std::size_t{row} * map.TilesAcross + column].Pixels +
                             stride * (y & (kTileSize - 1)) + sideways * (x & (kTileSize - 1));
         const std::int64_t points = std::min({last - step + 1, line.m_Major.fnRoom(major) + 1,
-                                              line.fnPoints(state, line.m_Minor.fnRoom(minor))});
-        fnPlotRun<Bytes>(at, pixel, points, state, line,
+                                              slope.fnPoints(line.m_Minor.fnRoom(minor))});
+        fnPlotRun<Bytes>(at, pixel, points, slope,
                          line.m_Major.m_nStep * (steep ? stride : sideways),
                          line.m_Minor.m_nStep * (steep ? sideways : stride));
+        minorSteps += slope.fnMove(points);
         step += points;
     }
+}
+
+template <std::size_t Bytes>
+void fnPlotBytes(const CqTileMap& map, const CqColor& color, const Line& line, bool steep,
+                 std::int64_t first, std::int64_t last) {
+    unsigned char pixel[4] = {};
+    q32::fnWritePixel(map, pixel, false, color);
+    for (; first <= last; first += Slope::kMostSteps)
+        fnPlotTiles<Bytes>(map, pixel, line, steep, first,
+                           std::min(last, first + Slope::kMostSteps - 1));
 }
 
 /// The one tile of a 4-bit image. An odd column lies one byte further than its pair, as it does for
@@ -170,8 +213,8 @@ void fnPlotNibbles(const CqTileMap& map, const CqColor& color, const Line& line,
 using Plot = void (*)(const CqTileMap&, const CqColor&, const Line&, bool, std::int64_t,
                       std::int64_t);
 
-constexpr Plot kPlots[] = {fnPlotNibbles, fnPlotTiles<1>, fnPlotTiles<2>, fnPlotTiles<3>,
-                           fnPlotTiles<4>}; // by bytes a pixel
+constexpr Plot kPlots[] = {fnPlotNibbles, fnPlotBytes<1>, fnPlotBytes<2>, fnPlotBytes<3>,
+                           fnPlotBytes<4>}; // by bytes a pixel
 
 } // namespace
 

@@ -164,6 +164,64 @@ TEST_F(DrawLineTest, LinesFromTheEndsOfTheWorldPassThroughTheImage) {
     EXPECT_EQ(fnPoints(*level).size(), 130u);
 }
 
+/// Steps along the shorter axis after `steps` along the longer one: the turn is where the exact
+/// line has come half way or further.
+std::int64_t fnMinor(std::uint64_t steps, std::uint64_t major, std::uint64_t minor) {
+    return static_cast<std::int64_t>((2 * steps * minor + major) / (2 * major));
+}
+
+TEST_F(DrawLineTest, LinesWithEndsFarAwayGoThroughTheExactPoints) {
+    for (int round = 0; round < 400; ++round) {
+        const int bits = round % 2 ? 30 : 18; // of the longest way to an end
+        const auto far = [&] { return std::int64_t{m_Random() >> (32 - bits)} + 1; };
+        const std::int64_t before = far();
+        const std::int64_t major = before + 200 + far();
+        const std::int64_t minor = far() % major;
+        const std::int64_t down = m_Random() % 2 ? 1 : -1;
+        const auto at = [&](std::int64_t steps) {
+            return down * fnMinor(static_cast<std::uint64_t>(steps),
+                                  static_cast<std::uint64_t>(major),
+                                  static_cast<std::uint64_t>(minor));
+        };
+        const std::int64_t start = fnBelow(m_Random, 300) - 50 - at(before); // crosses x = 0 here
+        const bool steep = m_Random() % 2 != 0;
+        const bool left = m_Random() % 2 != 0; // runs towards 0 on the longer axis
+        const auto image = fnBlack(200, 200);
+        Rows wanted(200, Bytes(200, 0));
+        for (std::int64_t i = 0; i < 200; ++i) {
+            const std::int64_t other = start + at(before + i);
+            if (other < 0 || other >= 200)
+                continue;
+            const auto x = static_cast<std::size_t>(left ? 199 - i : i);
+            const auto y = static_cast<std::size_t>(other);
+            (steep ? wanted[x][y] : wanted[y][x]) = 255;
+        }
+        const std::int64_t ends[2][2] = {
+            {left ? 199 + before : -before, start},
+            {left ? 199 + before - major : major - before, start + at(major)}};
+        const auto end = [&](int which, bool vertical) {
+            return static_cast<int>(ends[which][vertical != steep ? 1 : 0]);
+        };
+        image->fnDrawLine(end(0, false), end(0, true), end(1, false), end(1, true), kWhite, false);
+        ASSERT_TRUE(fnSameRows(fnRows(*image), wanted))
+            << major << " by " << minor << (steep ? ", steep" : "") << (left ? ", back" : "");
+    }
+}
+
+TEST_F(DrawLineTest, ALineOfMillionsOfPointsIsExactToItsEnd) {
+    constexpr unsigned int kLength = 5000011;
+    for (const unsigned int height : {2, 3}) {
+        CqImage image(kLength, height, 8, q32GreyRamp, 256);
+        fnSetAll(image, 0);
+        image.fnDrawLine(0, 0, static_cast<int>(kLength) - 1, static_cast<int>(height) - 1, kWhite,
+                         false);
+        Rows wanted(height, Bytes(kLength, 0));
+        for (unsigned int x = 0; x < kLength; ++x)
+            wanted[static_cast<std::size_t>(fnMinor(x, kLength - 1, height - 1))][x] = 255;
+        EXPECT_TRUE(fnSameRows(fnRows(image), wanted));
+    }
+}
+
 TEST_F(DrawLineTest, A16BitPointIsStoredLowByteFirst) {
     CqImage image(2, 1, 16, nullptr, 0);
     fnSetAll(image, 0);
