@@ -127,10 +127,11 @@ void fnMerge(benchmark::State& state) {
     fnCountPicture(state, 3 * fnBytes(state) + (state.range(1) == MERGE_MASK ? 1 : 0));
 }
 
-/// Argument 0: add; argument 1: how far the other is moved. A new bitmap is made each time.
+/// Argument 0: add; argument 1: how far the other is moved. A new bitmap is made each time. The
+/// other is one column and one row smaller: a mask that is covered wholly would only be told empty.
 void fnMask(benchmark::State& state) {
     CqMask own(kWidth, kHeight);
-    CqMask other(kWidth, kHeight);
+    CqMask other(kWidth - 1, kHeight - 1);
     for (CqMask* mask : {&own, &other})
         for (std::uint32_t i = 0; i < mask->TileMap->BufferSize; ++i)
             mask->TileMap->PixelBuffer[i] = static_cast<unsigned char>(fnRandom());

@@ -23,6 +23,43 @@ void fnCvtColor(benchmark::State& state, int code, int sourceType, bool fresh) {
     fnReport(state);
 }
 
+/// One table for all channels, in place.
+void fnOneTable(benchmark::State& state) {
+    cv::setNumThreads(1);
+    auto bytes = fnPicture(3);
+    cv::Mat image(kHeight, kWidth, CV_8UC3, bytes.data());
+    cv::Mat table(1, 256, CV_8UC1);
+    for (int i = 0; i < 256; ++i)
+        table.at<std::uint8_t>(i) = static_cast<std::uint8_t>(i ^ 1);
+    for (auto _ : state) {
+        cv::LUT(image, table, image);
+        benchmark::ClobberMemory();
+    }
+    fnReport(state);
+}
+
+/// To hue, saturation and value, a table for each, and back.
+void fnHueInThreePasses(benchmark::State& state) {
+    cv::setNumThreads(1);
+    auto bytes = fnPicture(3);
+    cv::Mat image(kHeight, kWidth, CV_8UC3, bytes.data());
+    cv::Mat hsv;
+    cv::Mat table(1, 256, CV_8UC3);
+    for (int i = 0; i < 256; ++i)
+        table.at<cv::Vec3b>(i) =
+            cv::Vec3b(static_cast<std::uint8_t>(i + 7), cv::saturate_cast<std::uint8_t>(i + 20),
+                      static_cast<std::uint8_t>(i));
+    for (auto _ : state) {
+        cv::cvtColor(image, hsv, cv::COLOR_RGB2HSV_FULL);
+        cv::LUT(hsv, table, hsv);
+        cv::cvtColor(hsv, image, cv::COLOR_HSV2RGB_FULL);
+        benchmark::ClobberMemory();
+    }
+    fnReport(state);
+}
+
+BENCHMARK(fnOneTable)->Name("one table, for fnBrightContrast at 24 bits");
+BENCHMARK(fnHueInThreePasses)->Name("three passes, for fnHueSaturation at 24 bits");
 BENCHMARK_CAPTURE(fnCvtColor, RgbToRgba_fnConvert_24_32, cv::COLOR_RGB2RGBA, CV_8UC3, false);
 BENCHMARK_CAPTURE(fnCvtColor, RgbToRgba_fresh_fnConvert_24_32, cv::COLOR_RGB2RGBA, CV_8UC3, true);
 BENCHMARK_CAPTURE(fnCvtColor, RgbToBgra_fnDraw_24_to_32_bits, cv::COLOR_RGB2BGRA, CV_8UC3, false);
