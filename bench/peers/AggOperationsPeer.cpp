@@ -4,7 +4,6 @@
 
 #include <agg_alpha_mask_u8.h>
 #include <agg_pixfmt_amask_adaptor.h>
-#include <agg_pixfmt_gray.h>
 #include <agg_pixfmt_rgb.h>
 #include <agg_rendering_buffer.h>
 #include <array>
