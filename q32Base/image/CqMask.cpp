@@ -12,7 +12,7 @@ CqMask::CqMask(unsigned int width, unsigned int height) {
 
 // The base begins empty, since the assignment copies; the compiler wants to be told so.
 // NOLINTNEXTLINE(bugprone-copy-constructor-init,readability-redundant-member-init)
-CqMask::CqMask(CqMask& other) : CqImage() {
+CqMask::CqMask(CqMask& other) : CqMask() {
     *this = other;
 }
 

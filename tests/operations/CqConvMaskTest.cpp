@@ -24,6 +24,7 @@ protected:
     /// The rows that the window shows, by their numbers.
     static std::vector<int> fnShown(CqConvMask& window, int lines) {
         std::vector<int> shown;
+        shown.reserve(static_cast<std::size_t>(lines));
         for (int i = 0; i < lines; ++i)
             shown.push_back(window.fnGetLine(i)[0]);
         return shown;

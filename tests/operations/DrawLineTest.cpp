@@ -155,6 +155,7 @@ TEST_F(DrawLineTest, LinesFromTheEndsOfTheWorldPassThroughTheImage) {
     const auto image = fnBlack(130, 130);
     image->fnDrawLine(-kMost - 1, -kMost - 1, kMost, kMost, kWhite, false);
     std::vector<CPoint> diagonal;
+    diagonal.reserve(130);
     for (LONG i = 0; i < 130; ++i)
         diagonal.emplace_back(i, i);
     EXPECT_EQ(fnPoints(*image), diagonal);
