@@ -1,7 +1,7 @@
 #include "examples/gallery/Screens.h"
 
+#include "examples/gallery/Saving.h"
 #include "q32Base/display/CqDisplayProperty.h"
-#include "q32Base/frame/Messages.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/CqImageLine.h"
 
@@ -54,27 +54,7 @@ std::vector<View> fnMakeViews(CqImage& image, bool corners) {
     return views;
 }
 
-bool Screens::fnDraw(CqImage& image, const View& view) {
-    const int width = fnScaled(image.Width, view);
-    const int height = fnScaled(image.Height, view);
-    const CSize shown(std::min(width, kScreenWidth), std::min(height, kScreenHeight));
-    const CPoint corner((kScreenWidth - shown.cx) / 2, (kScreenHeight - shown.cy) / 2);
-    const CRect place(corner, shown);
-    const CPoint origin(fnStart(width, shown.cx, view.m_nAcross),
-                        fnStart(height, shown.cy, view.m_nDown));
-
-    CqHeadlessWnd window(CRect(0, 0, kScreenWidth, kScreenHeight));
-    image.fnDrawInit(view.m_nFactor, view.m_bShrink, place, origin, &window);
-    CDC* dc = window.GetDC();
-    const bool done = dc && image.fnDraw(dc, place, origin.x, origin.y, false, false);
-    if (dc)
-        window.ReleaseDC(dc);
-    return done;
-}
-
-/// A screen of 256 colours keeps its palette; all others become 24 bits.
-void Screens::fnCopyScreen(CqImage& copy) const {
-    const CqHeadlessScreen& screen = *m_World.m_pScreen;
+void fnCopyScreen(const CqHeadlessScreen& screen, const CRect& part, CqImage& copy) {
     const bool indexed = screen.fnGetMode().m_nBits == 8;
     RGBQUAD palette[256] = {};
     for (unsigned int i = 0; indexed && i < 256; ++i) {
@@ -82,12 +62,13 @@ void Screens::fnCopyScreen(CqImage& copy) const {
         palette[i] = {static_cast<BYTE>(color), static_cast<BYTE>(color >> 8),
                       static_cast<BYTE>(color >> 16), 0};
     }
-    copy.fnAlloc(kScreenWidth, kScreenHeight, indexed ? 8 : 24, palette, 256);
+    copy.fnAlloc(static_cast<unsigned int>(part.Width()), static_cast<unsigned int>(part.Height()),
+                 indexed ? 8 : 24, palette, 256);
     CqImageLine line;
-    for (int y = 0; y < kScreenHeight; ++y) {
-        copy.fnAccessLine(static_cast<unsigned int>(y), &line, false);
+    for (int y = part.top; y < part.bottom; ++y) {
+        copy.fnAccessLine(static_cast<unsigned int>(y - part.top), &line, false);
         unsigned char* out = line.LineBuffer;
-        for (int x = 0; x < kScreenWidth; ++x) {
+        for (int x = part.left; x < part.right; ++x) {
             if (indexed) {
                 *out++ = static_cast<unsigned char>(screen.fnGetRawPixel(x, y));
                 continue;
@@ -100,41 +81,50 @@ void Screens::fnCopyScreen(CqImage& copy) const {
     }
 }
 
-bool Screens::fnSave(const std::string& file) {
-    CqImage copy;
-    fnCopyScreen(copy);
-    const CqPictureResult result =
-        q32WritePicture((m_Folder + '/' + file).c_str(), copy, PICTURE_PNG);
-    if (!result.fnIsDone())
-        q32ShowMsg(result.m_nMsgId, nullptr, result.m_strPath, nullptr, 0);
-    return result.fnIsDone();
+void Screens::fnDraw(CqImage& image, const View& view, const std::string& file) {
+    const int width = fnScaled(image.Width, view);
+    const int height = fnScaled(image.Height, view);
+    const CSize shown(std::min(width, kScreenWidth), std::min(height, kScreenHeight));
+    const CPoint corner((kScreenWidth - shown.cx) / 2, (kScreenHeight - shown.cy) / 2);
+    const CRect place(corner, shown);
+    const CPoint origin(fnStart(width, shown.cx, view.m_nAcross),
+                        fnStart(height, shown.cy, view.m_nDown));
+
+    CqHeadlessWnd window(CRect(0, 0, kScreenWidth, kScreenHeight));
+    image.fnDrawInit(view.m_nFactor, view.m_bShrink, place, origin, &window);
+    const CClientDC dc(&window);
+    if (!dc || !image.fnDraw(dc.GetDC(), place, origin.x, origin.y, false, false)) {
+        std::fprintf(stderr, "%s can't be drawn.\n", file.c_str());
+        throw Unshown();
+    }
 }
 
-std::vector<Shot> Screens::fnShow(CqImage& image, const std::vector<View>& views,
-                                  const std::string& name, ProgressLine& progress) {
-    std::vector<Shot> shots;
+void Screens::fnShow(CqImage& image, const std::vector<View>& views, const std::string& name,
+                     ProgressLine& progress, Section& section) {
+    for (const View& view : views)
+        section.m_Rows.push_back({"Zoom " + view.m_Label, {}, {}});
     const std::size_t total = views.size() * std::size(kScreenDepths) * std::size(kGammas);
+    std::size_t done = 0;
     CqDisplayProperty& display = *q32GetDisplayProperty();
     for (const int depth : kScreenDepths) {
         m_World.m_pScreen->fnSetMode({kScreenWidth, kScreenHeight, depth, 96, 96});
         display.fnUpdate();
         for (const unsigned int gamma : kGammas) {
             display.fnSetGammaValue(gamma);
-            for (const View& view : views) {
-                progress.fnTell(static_cast<unsigned int>(shots.size() * 100 / total));
+            for (std::size_t i = 0; i < views.size(); ++i) {
+                progress.fnTell(static_cast<unsigned int>(100 * done++ / total));
                 m_World.m_pScreen->fnClear(fnDarkGrey(depth));
-                const std::string file = name + '-' + view.m_Name + '-' + std::to_string(depth) +
-                                         "bit-gamma" + std::to_string(gamma) + ".png";
-                if (!fnDraw(image, view)) {
-                    progress.fnClear();
-                    std::fprintf(stderr, "%s can't be drawn.\n", file.c_str());
-                    return shots;
-                }
-                if (!fnSave(file))
-                    return shots;
-                shots.push_back({file, view, depth, gamma});
+                const std::string file = name + '-' + views[i].m_Name + '-' +
+                                         std::to_string(depth) + "bit-gamma" +
+                                         std::to_string(gamma) + ".png";
+                fnDraw(image, views[i], file);
+                CqImage copy;
+                fnCopyScreen(*m_World.m_pScreen, CRect(0, 0, kScreenWidth, kScreenHeight), copy);
+                fnSavePicture(m_Folder + '/' + file, copy);
+                section.m_Rows[i].m_Plates.push_back(
+                    {file, std::to_string(depth) + " bits, gamma " + std::to_string(gamma),
+                     copy.Width, copy.Height});
             }
         }
     }
-    return shots;
 }

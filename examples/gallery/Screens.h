@@ -2,6 +2,7 @@
 /// Drawing pictures on headless screens, and saving what those show.
 #pragma once
 
+#include "examples/gallery/Page.h"
 #include "examples/gallery/Terminal.h"
 #include "platforms/headless/headless.h"
 #include "q32Base/image/CqImage.h"
@@ -27,13 +28,9 @@ struct View {
 /// The views of a picture; `corners` adds its far ends at full size.
 std::vector<View> fnMakeViews(CqImage& image, bool corners);
 
-/// One saved screen.
-struct Shot {
-    std::string m_File; ///< without its folder
-    View m_View;
-    int m_nDepth;
-    unsigned int m_nGamma;
-};
+/// Copies a part of what a screen shows. A screen of 256 colours keeps its palette; all others
+/// become 24 bits. Raises the memory exception.
+void fnCopyScreen(const CqHeadlessScreen& screen, const CRect& part, CqImage& copy);
 
 /// A row of headless screens, one after another, in one world.
 class Screens {
@@ -41,16 +38,15 @@ public:
     Screens(CqHeadlessWorld& world, std::string folder)
         : m_World(world), m_Folder(std::move(folder)) {}
 
-    /// Draws every view of a picture on every screen and saves what they show as PNG files whose
-    /// names begin with `name`. Raises the memory exception; throws Aborted. A screen that can't be
-    /// drawn or saved is told to the user and ends the row: the result is then shorter.
-    std::vector<Shot> fnShow(CqImage& image, const std::vector<View>& views,
-                             const std::string& name, ProgressLine& progress);
+    /// Draws every view of a picture on every screen, saves what they show as PNG files whose names
+    /// begin with `name`, and adds a row of them for each view to `section`. Raises the memory
+    /// exception; throws Aborted, and Unshown when a screen can't be drawn or saved: the section
+    /// then holds those before it.
+    void fnShow(CqImage& image, const std::vector<View>& views, const std::string& name,
+                ProgressLine& progress, Section& section);
 
 private:
-    bool fnDraw(CqImage& image, const View& view);
-    bool fnSave(const std::string& file);
-    void fnCopyScreen(CqImage& copy) const;
+    void fnDraw(CqImage& image, const View& view, const std::string& file);
 
     CqHeadlessWorld& m_World;
     std::string m_Folder;

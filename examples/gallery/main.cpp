@@ -1,12 +1,14 @@
-// Shows pictures on screens of every depth and zoom, and saves what the screens show.
-#include "examples/gallery/IndexPage.h"
+// Shows pictures on screens of every depth and zoom, and what the library can do to them.
+#include "examples/gallery/Hanging.h"
 #include "examples/gallery/LargePicture.h"
+#include "examples/gallery/Page.h"
+#include "examples/gallery/Saving.h"
+#include "examples/gallery/Scenes.h"
 #include "examples/gallery/Screens.h"
 #include "examples/gallery/Terminal.h"
 #include "platforms/headless/headless.h"
 #include "platforms/posix/posix.h"
 #include "plugins/PictureFile.h"
-#include "q32Base/memory/CqTileMap.h"
 #include "q32Base/q32Base.h"
 
 #include <cstdio>
@@ -25,14 +27,22 @@ constexpr int kExitAborted = 130;
 constexpr char kUsage[] =
     "usage: gallery [--out folder] [--large] picture...\n"
     "\n"
-    "Draws PNG, JPEG, TIFF and BMP pictures on screens of 8, 16, 24 and 32 bits, and writes what\n"
-    "they show, with a page index.html, into a folder.\n"
+    "Draws PNG, JPEG, TIFF and BMP pictures on screens of 8, 16, 24 and 32 bits, and does to the\n"
+    "first two of them what the library can do: fills, merges, tones, filters, sizes, turns,\n"
+    "curves. Writes PNG pictures of it all, with pages to look at, into a folder; begin with its\n"
+    "index.html.\n"
     "\n"
     "  --out folder   the folder, by default gallery-out; it is made if it is missing\n"
     "  --large        also makes a picture of 12,000 x 9,000 pixels from the first one\n"
     "\n"
     "Esc stops. Exit codes: 0 all shown, 1 something could not be shown, 2 wrong use, 130 "
     "stopped.\n";
+
+constexpr char kScreensText[] =
+    "Each picture lies in tiles of 128 x 128 pixels and was drawn tile by tile on headless screens "
+    "of 8, 16, 24 and 32 bits, with gamma 180 (neutral) and 220 (brighter). The whole picture is "
+    "shown at the whole factor that fits it in, since zoom factors are whole numbers. Click for "
+    "what the screen shows, pixel for pixel.";
 
 struct Options {
     std::string m_Folder = "gallery-out";
@@ -62,21 +72,25 @@ bool fnParse(int count, char** arguments, Options& options) {
     return options.m_bHelp || !options.m_Pictures.empty();
 }
 
-/// Where the pixels of an image lie, and how.
+/// Size and place of an image that was just read or made. What lies where is told of all images.
 std::vector<std::string> fnDescribe(const CqImage& image) {
-    const CqTileMap& map = *image.TileMap;
-    const std::string tiles = std::to_string(image.TileCount);
     std::vector<std::string> facts;
     facts.push_back(std::to_string(image.Width) + " x " + std::to_string(image.Height) +
                     " pixels of " + std::to_string(image.BitCount) + " bits, " +
                     std::to_string(image.DpiX) + " x " + std::to_string(image.DpiY) +
                     " dots per inch");
-    facts.push_back(tiles + (image.TileCount == 1 ? " tile (" : " tiles (") +
-                    std::to_string(image.TilesAcross) + " x " + std::to_string(image.TilesDown) +
-                    "), " + std::to_string(map.BufferSize) + " bytes");
-    facts.push_back(map.FileHandle == kNoFile
-                        ? std::string("pixels in RAM")
-                        : "pixels in the scratch file " + std::string(map.TempFileName));
+    facts.push_back(
+        std::to_string(image.TileCount) + (image.TileCount == 1 ? " tile (" : " tiles (") +
+        std::to_string(image.TilesAcross) + " x " + std::to_string(image.TilesDown) + "), " +
+        std::to_string(std::uint64_t{image.RowBytes} * image.Height) + " bytes");
+    const CqVMPolicy& policy = *q32GetVMPolicy();
+    std::string store =
+        "all pictures now: " + std::to_string(policy.fnGetRamUsed()) + " bytes in RAM";
+    for (unsigned int disk = 0; disk < CqVMPolicy::kDisks; ++disk)
+        if (const CqDiskUsage usage = policy.fnGetDiskUsage(disk); usage.m_nFiles != 0)
+            store += ", " + std::to_string(usage.m_nBytes) + " in scratch files in " +
+                     std::string(policy.fnGetDisk(disk));
+    facts.push_back(std::move(store));
     return facts;
 }
 
@@ -84,30 +98,28 @@ std::vector<std::string> fnDescribe(const CqImage& image) {
 class Gallery {
 public:
     Gallery(const Options& options, CqHeadlessWorld& world, CqKeyboardService& keyboard)
-        : m_Options(options), m_Screens(world, options.m_Folder), m_Progress(keyboard) {}
+        : m_Options(options), m_World(world), m_Screens(world, options.m_Folder),
+          m_Progress(keyboard) {
+        m_Pages.push_back({"screens", "Screens of every depth", kScreensText, {}, false, {}});
+    }
 
     /// Whether all was shown.
     bool fnRun() {
-        bool done = true;
         for (const std::string& path : m_Options.m_Pictures) {
             CqImage image;
-            if (!fnRead(path, image)) {
-                done = false;
-                continue;
-            }
-            done = fnShow(image, std::filesystem::path(path).filename(), false) && done;
-            if (m_Options.m_bLarge && !m_bLargeDone) {
-                m_bLargeDone = true;
-                done = fnShowLarge(image) && done;
-            }
+            if (fnRead(path, image))
+                fnShow(image, std::filesystem::path(path).filename());
         }
-        const std::string page = m_Options.m_Folder + "/index.html";
-        if (!fnWriteIndexPage(page, m_Exhibits)) {
-            q32ShowMsg(-5, nullptr, page.c_str(), nullptr, 0);
+        if (m_Scenes.fnComplete())
+            for (const Wing& wing : fnGetWings())
+                fnHang(wing);
+        const PagesResult result = fnWritePages(m_Options.m_Folder, m_Pages);
+        if (!result.m_bDone) {
+            q32ShowMsg(-5, nullptr, result.m_Path.c_str(), nullptr, 0);
             return false;
         }
-        std::printf("Look at %s\n", page.c_str());
-        return done;
+        std::printf("Look at %s\n", result.m_Path.c_str());
+        return m_bDone;
     }
 
 private:
@@ -117,40 +129,79 @@ private:
         m_Progress.fnClear();
         if (result.m_bAborted)
             throw Aborted();
-        if (!result.fnIsDone())
+        if (!result.fnIsDone()) {
             q32ShowMsg(result.m_nMsgId, nullptr, result.m_strPath, nullptr, 0);
+            m_bDone = false;
+        }
         return result.fnIsDone();
     }
 
-    bool fnShowLarge(CqImage& photograph) {
-        CqImage large;
-        m_Progress.fnBegin("Making a large picture");
-        fnMakeLargePicture(photograph, large, m_Progress);
-        return fnShow(large, "A large picture", true);
+    void fnShow(CqImage& image, const std::string& title) {
+        fnShowOnScreens(image, title, false);
+        const bool first = m_Pages.front().m_Sections.size() == 1;
+        m_Progress.fnBegin("Reducing " + title);
+        m_Scenes.fnTake(image, m_Progress);
+        if (m_Options.m_bLarge && first) {
+            CqImage large;
+            m_Progress.fnBegin("Making a large picture");
+            fnMakeLargePicture(image, large, m_Progress);
+            fnShowOnScreens(large, "A large picture", true);
+        }
     }
 
-    bool fnShow(CqImage& image, const std::string& title, bool corners) {
+    void fnShowOnScreens(CqImage& image, const std::string& title, bool corners) {
         m_Progress.fnClear();
-        Exhibit exhibit{title, fnDescribe(image), {}};
+        std::vector<Section>& sections = m_Pages.front().m_Sections;
+        Section& section = sections.emplace_back(Section{title, fnDescribe(image), {}});
         std::printf("%s\n", title.c_str());
-        for (const std::string& fact : exhibit.m_Facts)
+        for (const std::string& fact : section.m_Facts)
             std::printf("    %s\n", fact.c_str());
-        const std::vector<View> views = fnMakeViews(image, corners);
         m_Progress.fnBegin("Drawing " + title);
-        exhibit.m_Shots =
-            m_Screens.fnShow(image, views, std::to_string(m_Exhibits.size() + 1), m_Progress);
+        const std::string name = std::to_string(sections.size());
+        fnTry([&] {
+            m_Screens.fnShow(image, fnMakeViews(image, corners), name, m_Progress, section);
+        });
+        fnTellSaved(section);
+        m_Pages.front().m_Cover = "1-fit-8bit-gamma180.png";
+    }
+
+    void fnHang(const Wing& wing) {
+        std::printf("%s\n", wing.m_Title);
+        m_Progress.fnBegin(wing.m_Title);
+        Page& page = m_Pages.emplace_back(
+            Page{wing.m_Name, wing.m_Title, wing.m_Text, wing.m_Cover, true, {}});
+        fnTry([&] {
+            Hanging{m_Options.m_Folder, m_Scenes, m_World, m_Progress}.fnHang(wing, page);
+        });
         m_Progress.fnClear();
-        const std::size_t wanted = views.size() * std::size(kScreenDepths) * std::size(kGammas);
-        std::printf("    %zu screens saved\n", exhibit.m_Shots.size());
-        m_Exhibits.push_back(std::move(exhibit));
-        return m_Exhibits.back().m_Shots.size() == wanted;
+        for (const Section& section : page.m_Sections)
+            fnTellSaved(section);
+    }
+
+    template <typename Work>
+    void fnTry(Work work) {
+        try {
+            work();
+        } catch (const Unshown&) {
+            m_bDone = false;
+        }
+        m_Progress.fnClear();
+    }
+
+    static void fnTellSaved(const Section& section) {
+        std::size_t count = 0;
+        for (const Row& row : section.m_Rows)
+            count += row.m_Plates.size();
+        std::printf("    %zu pictures saved\n", count);
     }
 
     const Options& m_Options;
+    CqHeadlessWorld& m_World;
     Screens m_Screens;
     ProgressLine m_Progress;
-    std::vector<Exhibit> m_Exhibits;
-    bool m_bLargeDone = false;
+    Scenes m_Scenes;
+    std::vector<Page> m_Pages;
+    bool m_bDone = true;
 };
 
 int fnRunGallery(const Options& options) {

@@ -1,0 +1,45 @@
+/// @file
+/// The pages of the gallery: plain values, and how they become HTML.
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// A picture file and what is to be seen in it.
+struct Plate {
+    std::string m_File; ///< without its folder
+    std::string m_Caption;
+    unsigned int m_nWidth;
+    unsigned int m_nHeight;
+};
+
+/// Pictures to be compared with each other.
+struct Row {
+    std::string m_Title;
+    std::string m_Text; ///< may be empty
+    std::vector<Plate> m_Plates;
+};
+
+struct Section {
+    std::string m_Title;
+    std::vector<std::string> m_Facts; ///< one paragraph each
+    std::vector<Row> m_Rows;
+};
+
+struct Page {
+    std::string m_Name; ///< for the file's name
+    std::string m_Title;
+    std::string m_Text;
+    std::string m_Cover; ///< the picture that stands for the page
+    bool m_bFullSize;    ///< whether pictures are shown pixel for pixel, or small, to be clicked on
+    std::vector<Section> m_Sections;
+};
+
+/// Writes each page to a file of its own, and index.html, which leads to them. They need nothing
+/// but the pictures beside them.
+/// @return the path of index.html, or of the first file that can't be written, and whether all were
+struct PagesResult {
+    std::string m_Path;
+    bool m_bDone;
+};
+PagesResult fnWritePages(const std::string& folder, const std::vector<Page>& pages);
