@@ -113,7 +113,7 @@ void fnCrossPolyline(Easel& easel) {
 void fnShowFeet(Easel& easel) {
     fnDim(easel.m_Picture);
     CqPolyline2D polyline;
-    fnWave().fnTessellate(polyline, 12);
+    fnWave().fnTessellate(polyline, 0.25);
     int missed = 0;
     for (int y = 25; y < 300; y += 50)
         for (int x = 25; x < 400; x += 50) {
@@ -128,8 +128,8 @@ void fnShowFeet(Easel& easel) {
             CqLine2D(point, foot).fnRasterize(easel.m_Picture, kSecondColor);
             fnDrawSquare(easel.m_Picture, point, kPolygonColor);
         }
-    fnDrawPolyline(easel.m_Picture, polyline, kCurveColor);
-    easel.m_Note = std::to_string(missed) + " points lie above no segment";
+    fnWave().fnRasterize(easel.m_Picture, kCurveColor);
+    easel.m_Note = std::to_string(missed) + " points have none";
 }
 
 constexpr Step kCurves[] = {
@@ -141,7 +141,8 @@ constexpr Step kCurves[] = {
 
 constexpr Step kPolylines[] = {
     {"Vertical lines", fnCrossPolyline},
-    {"The nearest foot of a perpendicular on any segment", fnShowFeet},
+    {"From a grid of points, the nearest foot of a perpendicular on any of the segments",
+     fnShowFeet},
 };
 
 constexpr Exhibit kExhibits[] = {

@@ -8,8 +8,7 @@ const CqColor kMarkColor(255, 110, 90, 255);
 const CqColor kSecondColor(120, 240, 150, 255);
 
 void fnDim(CqImage& image) {
-    image.fnBrightContrast(-30, -35, false, nullptr);
-    image.fnHueSaturation(0, -40, false, nullptr);
+    image.fnBrightContrast(-30, -25, false, nullptr);
 }
 
 void fnDrawChain(CqImage& image, std::span<const CqPoint2D> points, const CqColor& color) {

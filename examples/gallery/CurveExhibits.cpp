@@ -8,9 +8,9 @@
 
 namespace {
 
-constexpr CqPoint2D kWave[] = {{40.0, 250.0}, {150.0, -90.0}, {250.0, 390.0}, {360.0, 50.0}};
-constexpr CqPoint2D kLoop[] = {{60.0, 60.0}, {460.0, 290.0}, {-60.0, 290.0}, {340.0, 60.0}};
-constexpr CqPoint2D kCusp[] = {{60.0, 250.0}, {360.0, 30.0}, {40.0, 30.0}, {340.0, 250.0}};
+constexpr CqPoint2D kWave[] = {{30.0, 270.0}, {160.0, 5.0}, {240.0, 295.0}, {370.0, 30.0}};
+constexpr CqPoint2D kLoop[] = {{90.0, 30.0}, {390.0, 285.0}, {10.0, 285.0}, {310.0, 30.0}};
+constexpr CqPoint2D kCusp[] = {{50.0, 270.0}, {350.0, 20.0}, {50.0, 20.0}, {350.0, 270.0}};
 
 CqCubicBezier2D fnCurve(const CqPoint2D (&points)[4]) {
     return CqCubicBezier2D(points[0], points[1], points[2], points[3], 1);
@@ -22,11 +22,11 @@ void fnShow(Easel& easel) {
     fnDrawWithPolygon(easel.m_Picture, fnCurve(POINTS));
 }
 
-/// A piece of what `fnShow` draws, eight times as large.
+/// A piece of what `fnShow` draws, ten times as large.
 void fnShowClose(Easel& easel) {
     fnShow<kWave>(easel);
-    fnCut(easel.m_Picture, CRect(CPoint(255, 170), CSize(50, 37)));
-    fnMagnify(easel.m_Picture, 8);
+    fnCut(easel.m_Picture, CRect(CPoint(140, 125), CSize(40, 30)));
+    fnMagnify(easel.m_Picture, 10);
 }
 
 template <int QUARTERS>
@@ -55,15 +55,17 @@ void fnSplit(CqImage& image, CqCubicBezier2D curve, int depth, bool second) {
     fnSplit(image, right, depth - 1, true);
 }
 
-void fnShowTangents(Easel& easel) {
+/// A comb of first derivatives, turned by 90 degrees so that they stand clear of the curve.
+void fnShowDerivatives(Easel& easel) {
     fnDim(easel.m_Picture);
     CqCubicBezier2D curve = fnCurve(kLoop);
-    constexpr int kCount = 24;
-    for (int i = 0; i <= kCount; ++i) {
-        const double t = static_cast<double>(i) / kCount;
+    constexpr int kTeeth = 60;
+    for (int i = 0; i <= kTeeth; ++i) {
+        const double t = static_cast<double>(i) / kTeeth;
         const CqPoint2D place = curve.fnComputeValue(t);
-        const CqPoint2D way = curve.fnDerivative1(t) * 0.06;
-        CqLine2D(place - way, place + way).fnRasterize(easel.m_Picture, kPolygonColor);
+        const CqPoint2D way = curve.fnDerivative1(t);
+        const CqPoint2D tip = place + CqPoint2D(way.m_Y, -way.m_X) * 0.06;
+        CqLine2D(place, tip).fnRasterize(easel.m_Picture, kPolygonColor);
     }
     curve.fnRasterize(easel.m_Picture, kCurveColor);
 }
@@ -98,7 +100,7 @@ constexpr Step kPolygons[] = {
     {"A wave", fnShow<kWave>},
     {"A loop", fnShow<kLoop>},
     {"A cusp", fnShow<kCusp>},
-    {"A piece of the wave, eight times as large: one pixel a step, without gaps", fnShowClose},
+    {"A piece of the wave, ten times as large: one pixel a step, without gaps", fnShowClose},
 };
 
 constexpr Step kFlattenings[] = {
@@ -115,7 +117,8 @@ constexpr Step kParts[] = {
          fnSplit(easel.m_Picture, fnCurve(kWave), 3, false);
      }},
     {"Cut at t = 0.3, with the polygons of both parts", fnShowCutAt},
-    {"First derivatives, as tangents", fnShowTangents},
+    {"First derivatives, turned by 90 degrees: the longer, the faster the curve runs",
+     fnShowDerivatives},
     {"One curve, turned by a matrix in steps of 10 degrees", fnShowRosette},
 };
 

@@ -3,6 +3,8 @@
 #include "examples/gallery/Outline.h"
 #include "examples/gallery/Pictures.h"
 
+#include <string>
+
 namespace {
 
 /// Lines from one point to all sides; those that leave the picture are cut.
@@ -25,12 +27,20 @@ void fnDrawHull(CqImage& image, const CqColor& color) {
     }
 }
 
-/// The region of the dark parts: a grey copy in black and white, with white as the key.
+/// Makes a photograph black and white, and even enough for a region of large parts: what is
+/// reduced and enlarged again has lost its grain.
+void fnMakeKey(CqImage& image) {
+    fnToGrey(image);
+    image.fnResample(kSceneWidth / 4, kSceneHeight / 4, true, nullptr);
+    image.fnResample(kSceneWidth, kSceneHeight, true, nullptr);
+    image.fnThresholding(128, false, nullptr);
+}
+
+/// The region of the dark parts: white is the key.
 void fnFindDark(Easel& easel, CRgn& region) {
     CqImage key;
     key = easel.m_Scenes.m_First;
-    fnToGrey(key);
-    key.fnThresholding(112, false, nullptr);
+    fnMakeKey(key);
     key.fnCreateRgn(CqColor(255, 255, 255, 255), region);
     easel.m_Note = std::to_string(region.GetRects().size()) + " rectangles";
 }
@@ -46,11 +56,7 @@ constexpr Step kLines[] = {
 };
 
 constexpr Step kRegions[] = {
-    {"The key: white is cut out",
-     [](Easel& easel) {
-         fnToGrey(easel.m_Picture);
-         easel.m_Picture.fnThresholding(112, false, nullptr);
-     }},
+    {"The key: white is cut out", [](Easel& easel) { fnMakeKey(easel.m_Picture); }},
     {"The region filled",
      [](Easel& easel) {
          CRgn region;

@@ -55,12 +55,6 @@ inline CqImage& fnPhotograph(Scenes& scenes) {
 inline CqImage& fnFirst(Scenes& scenes) {
     return scenes.m_First;
 }
-inline CqImage& fnSecond(Scenes& scenes) {
-    return scenes.m_Second;
-}
-inline CqImage& fnDetail(Scenes& scenes) {
-    return scenes.m_Detail;
-}
 
 /// The starting picture as it is.
 inline void fnLeave(Easel&) {}

@@ -2,12 +2,9 @@
 #include "examples/gallery/Exhibits.h"
 #include "examples/gallery/Pictures.h"
 
-#include <cstddef>
-#include <iterator>
-
 namespace {
 
-const CRect kInner(40, 30, 360, 270);
+const CRect kInner(40, 30, 350, 250);
 
 /// A frame of one colour, and bars of the eight corners of the colour cube.
 void fnPaint(CqImage& image) {
@@ -66,7 +63,7 @@ constexpr Step kColors[] = {
 constexpr Step kPatterns[] = {
     {"A pattern of 80 x 60 over the whole picture",
      [](Easel& easel) { fnTile(easel, nullptr, nullptr); }},
-    {"The same into a rectangle: the last row is as high as what is left",
+    {"The same into a rectangle: the last row and column take what is left",
      [](Easel& easel) { fnTile(easel, nullptr, &kInner); }},
     {"The pattern's rows from 20 on, into a lower rectangle: the last row lacks 20 lines, which is "
      "the rule for patterns that don't begin at the top",

@@ -77,8 +77,8 @@ constexpr Step kSteps[] = {
 };
 
 constexpr Exhibit kExhibits[] = {
-    {"filter", "The middle of the photograph, pixel for pixel",
-     "Edge rows and columns are repeated outward, so that no frame is lost.", fnDetail, kSteps},
+    {"filter", "Four filters",
+     "Edge rows and columns are repeated outward, so that no frame is lost.", fnFirst, kSteps},
 };
 
 } // namespace

@@ -65,8 +65,8 @@ void fnSubtract(Easel& easel) {
 constexpr Step kDiscs[] = {
     {"A", fnShowOne<fnMakeDiscs>},
     {"B", fnShowOther<fnMakeDiscs>},
-    {"A + B: the bitmap grows to both. White and white are above the signed range as one, and "
-     "give 254: -1 and -1 are -2",
+    {"A + B: the bitmap grows to both. White is -1 as a signed byte: added to a fading edge it "
+     "gives one less than the edge, hence the dark ring",
      fnAdd<fnMakeDiscs>},
     {"A - B: the bitmap stays", fnSubtract<fnMakeDiscs>},
 };

@@ -47,8 +47,9 @@ constexpr Step kKeys[] = {
     {"What is laid over; magenta is the key",
      [](Easel& easel) { fnMakeCutOut(easel, easel.m_Picture, kMagenta); }},
     {"Merged: the key's pixels are left out", [](Easel& easel) { fnMergeKey(easel, kMagenta); }},
-    {"At 16 bits the merge reads no green, and writes words low byte first, which the library's "
-     "drawing takes for other colours. A key with green, as here, is never met",
+    {"16 bits, key green: the merge reads no green, so that the key is never met and its pixels "
+     "are laid over as black; words are stored low byte first, which are other colours to the rest "
+     "of the library",
      [](Easel& easel) {
          fnToHiColor(easel.m_Picture);
          fnMergeKey(easel, kGreen);

@@ -85,7 +85,7 @@ constexpr Step kDepths[] = {
               fnCutMiddle(easel.m_Picture, 100, 75);
               easel.m_Picture.fnResample(4.0, 4.0, nullptr);
           }>},
-    {"16 bits: green is misread, so that the filter shifts its shades",
+    {"16 bits: the filter takes green from the bytes the other way round, and colours change",
      fnAt<fnToHiColor, fnEnlarge<true>>},
 };
 

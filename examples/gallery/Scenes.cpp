@@ -5,16 +5,6 @@
 
 #include <algorithm>
 
-namespace {
-
-void fnReduce(CqImage& image, ProgressLine& progress) {
-    LineDisplay display(progress);
-    image.fnResample(kSceneWidth, kSceneHeight, true, &display);
-    display.fnEnd();
-}
-
-} // namespace
-
 void Scenes::fnTake(CqImage& photograph, ProgressLine& progress) {
     if (fnIsComplete())
         return;
@@ -23,13 +13,11 @@ void Scenes::fnTake(CqImage& photograph, ProgressLine& progress) {
     cut = photograph;
     const unsigned int width = std::max(1u, std::min(cut.Width, cut.Height * 4 / 3));
     fnCutMiddle(cut, width, std::max(1u, width * 3 / 4));
-    if (m_nTaken == 0) {
+    if (m_nTaken == 0)
         m_Photograph = cut;
-        m_Detail = cut;
-        fnCutMiddle(m_Detail, kSceneWidth, kSceneHeight);
-        fnReduce(m_Detail, progress); // of a picture that was smaller
-    }
-    fnReduce(cut, progress);
+    LineDisplay display(progress);
+    cut.fnResample(kSceneWidth, kSceneHeight, true, &display);
+    display.fnEnd();
     (m_nTaken == 0 ? m_First : m_Second).fnSwapBuf(cut);
     ++m_nTaken;
 }

@@ -11,7 +11,6 @@ inline constexpr unsigned int kSceneHeight = 300;
 struct Scenes {
     CqImage m_Photograph; ///< the first photograph, cut to four to three
     CqImage m_First;      ///< the same, reduced
-    CqImage m_Detail;     ///< its middle, pixel for pixel
     CqImage m_Second;     ///< the second photograph, or the first one turned round
 
     /// Takes what is missing from a photograph, which becomes one of 24 bits. Raises the memory

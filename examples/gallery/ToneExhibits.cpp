@@ -55,10 +55,10 @@ constexpr Step kHues[] = {
     kBefore,
     {"Hue turned by 120 degrees", fnTurnHue<120, 0>},
     {"Hue turned by -120 degrees", fnTurnHue<-120, 0>},
-    {"Saturation 60", fnTurnHue<0, 60>},
+    {"Saturation 25: percent of the full scale are added", fnTurnHue<0, 25>},
     {"Saturation -100: brightness stays the greatest channel", fnTurnHue<0, -100>},
-    {"16 bits, saturation 60: green is misread, and pixels come back with their bytes exchanged",
-     fnAt<fnToHiColor, fnTurnHue<0, 60>>},
+    {"16 bits, saturation 25: green is misread, and pixels come back with their bytes exchanged",
+     fnAt<fnToHiColor, fnTurnHue<0, 25>>},
 };
 
 constexpr Step kThresholds[] = {
