@@ -9,6 +9,8 @@ namespace {
 
 constexpr int kWidth = 1200;
 constexpr int kHeight = 900;
+constexpr int kMiddleX = kWidth / 2;
+constexpr int kMiddleY = kHeight / 2;
 const CqColor kPaper(250, 248, 240, 255);
 const CqColor kInk(20, 20, 30, 255);
 
@@ -32,8 +34,8 @@ void fnMakeLineChart(CqImage& image) {
         const double c = std::cos(angle);
         const double s = std::sin(angle);
         const auto at = [c, s](double radius) {
-            return CPoint(static_cast<LONG>(std::lround(kWidth / 2 + radius * c)),
-                          static_cast<LONG>(std::lround(kHeight / 2 + radius * s)));
+            return CPoint(static_cast<LONG>(std::lround(kMiddleX + radius * c)),
+                          static_cast<LONG>(std::lround(kMiddleY + radius * s)));
         };
         const CPoint from = at(40);
         const CPoint to = at(430);
@@ -48,8 +50,8 @@ void fnMakeRingChart(CqImage& image) {
     for (int y = 0; y < kHeight; ++y) {
         image.fnAccessLine(static_cast<unsigned int>(y), &line, false);
         for (int x = 0; x < kWidth; ++x) {
-            const double dx = x - kWidth / 2;
-            const double dy = y - kHeight / 2;
+            const double dx = x - kMiddleX;
+            const double dy = y - kMiddleY;
             const double wave = std::cos(std::numbers::pi / kWidth * (dx * dx + dy * dy));
             const auto grey = static_cast<unsigned char>(127.5 + 120 * wave);
             for (int channel = 0; channel < 3; ++channel)

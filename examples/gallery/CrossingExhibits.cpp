@@ -1,4 +1,4 @@
-// Where curves and polylines cross lines, and which of their points is nearest.
+// Where curves and polylines cross lines.
 #include "examples/gallery/CurveDrawing.h"
 #include "examples/gallery/Exhibits.h"
 #include "q32Base/geometry/CqQuadBezier2D.h"
@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <string>
-#include <vector>
 
 namespace {
 
@@ -17,14 +16,14 @@ CqCubicBezier2D fnWave() {
                            CqPoint2D(210.0, 510.0), CqPoint2D(380.0, 130.0), 1);
 }
 
-/// Marks places and notes the parameters that they were found at.
-void fnMark(Easel& easel, const std::vector<CqPoint2D>& places, const std::vector<double>& values) {
-    for (const CqPoint2D& place : places)
-        fnDrawRing(easel.m_Picture, place, kMarkColor);
+/// Marks each of `count` crossings, whose places `place` tells, and notes their parameters.
+template <typename Place>
+void fnMark(Easel& easel, int count, const double* values, Place place) {
     easel.m_Note = "t =";
-    for (const double value : values) {
+    for (int i = 0; i < count; ++i) {
+        fnDrawRing(easel.m_Picture, place(i), kMarkColor);
         char text[32];
-        std::snprintf(text, sizeof text, " %.3f", value);
+        std::snprintf(text, sizeof text, " %.3f", values[i]);
         easel.m_Note += text;
     }
 }
@@ -37,10 +36,7 @@ void fnCrossY(Easel& easel) {
     curve.fnRasterize(easel.m_Picture, kCurveColor);
     double x[3], t[3];
     const int count = curve.fnIntersectY(kY, x[0], t[0], x[1], t[1], x[2], t[2]);
-    std::vector<CqPoint2D> places;
-    for (int i = 0; i < count; ++i)
-        places.emplace_back(x[i], kY);
-    fnMark(easel, places, {t, t + count});
+    fnMark(easel, count, t, [&](int i) { return CqPoint2D(x[i], kY); });
 }
 
 void fnCrossX(Easel& easel) {
@@ -52,10 +48,7 @@ void fnCrossX(Easel& easel) {
     curve.fnRasterize(easel.m_Picture, kCurveColor);
     double y[3], t[3];
     const int count = curve.fnIntersectX(kX, y[0], t[0], y[1], t[1], y[2], t[2]);
-    std::vector<CqPoint2D> places;
-    for (int i = 0; i < count; ++i)
-        places.emplace_back(kX, y[i]);
-    fnMark(easel, places, {t, t + count});
+    fnMark(easel, count, t, [&](int i) { return CqPoint2D(kX, y[i]); });
 }
 
 void fnCrossLine(Easel& easel) {
@@ -66,10 +59,7 @@ void fnCrossLine(Easel& easel) {
     curve.fnRasterize(easel.m_Picture, kCurveColor);
     double t[3];
     const int count = std::min(3, curve.fnIntersectLine(line, t[0], t[1], t[2]));
-    std::vector<CqPoint2D> places;
-    for (int i = 0; i < count; ++i)
-        places.push_back(curve.fnComputeValue(t[i]));
-    fnMark(easel, places, {t, t + count});
+    fnMark(easel, count, t, [&](int i) { return curve.fnComputeValue(t[i]); });
 }
 
 void fnCrossQuadratic(Easel& easel) {
@@ -77,16 +67,13 @@ void fnCrossQuadratic(Easel& easel) {
     const CqQuadBezier2D curve(CqPoint2D(40, 270), CqPoint2D(200, -200), CqPoint2D(360, 250), 1);
     constexpr double kY = 110;
     CqLine2D(CqPoint2D(0.0, kY), CqPoint2D(399.0, kY)).fnRasterize(easel.m_Picture, kSecondColor);
-    std::vector<CqPoint2D> chain;
+    CqPoint2D chain[kChords + 1];
     for (int i = 0; i <= kChords; ++i)
-        chain.push_back(curve.fnComputeValue(static_cast<double>(i) / kChords));
+        chain[i] = curve.fnComputeValue(static_cast<double>(i) / kChords);
     fnDrawChain(easel.m_Picture, chain, kCurveColor);
     double x[2], t[2];
     const int count = curve.fnIntersectY(kY, x[0], t[0], x[1], t[1]);
-    std::vector<CqPoint2D> places;
-    for (int i = 0; i < count; ++i)
-        places.emplace_back(x[i], kY);
-    fnMark(easel, places, {t, t + count});
+    fnMark(easel, count, t, [&](int i) { return CqPoint2D(x[i], kY); });
 }
 
 /// A flattened wave, crossed by vertical lines.
@@ -109,47 +96,19 @@ void fnCrossPolyline(Easel& easel) {
     easel.m_Note = std::to_string(count) + " crossings";
 }
 
-/// From a grid of points, the ways to the nearest feet on a polyline.
-void fnShowFeet(Easel& easel) {
-    fnDim(easel.m_Picture);
-    CqPolyline2D polyline;
-    fnWave().fnTessellate(polyline, 0.25);
-    int missed = 0;
-    for (int y = 25; y < 300; y += 50)
-        for (int x = 25; x < 400; x += 50) {
-            const CqPoint2D point(x, y);
-            CqPoint2D foot;
-            int index;
-            double t;
-            if (!polyline.fnIntersectPoint(point, index, t, &foot)) {
-                ++missed;
-                continue;
-            }
-            CqLine2D(point, foot).fnRasterize(easel.m_Picture, kSecondColor);
-            fnDrawSquare(easel.m_Picture, point, kPolygonColor);
-        }
-    fnWave().fnRasterize(easel.m_Picture, kCurveColor);
-    easel.m_Note = std::to_string(missed) + " points have none";
-}
-
 constexpr Step kCurves[] = {
     {"A horizontal line, solved as a cubic equation", fnCrossY},
     {"A vertical line", fnCrossX},
     {"Any segment, by halving the curve", fnCrossLine},
     {"A quadratic curve", fnCrossQuadratic},
-};
-
-constexpr Step kPolylines[] = {
-    {"Vertical lines", fnCrossPolyline},
-    {"From a grid of points, the nearest foot of a perpendicular on any of the segments",
-     fnShowFeet},
+    {"A flattened curve and vertical lines; one through a vertex meets both of its segments",
+     fnCrossPolyline},
 };
 
 constexpr Exhibit kExhibits[] = {
-    {"cross-curve", "Curves and lines",
+    {"cross-curve", "Where lines are met",
      "Crossings come in the order of the formula, not of the way along the curve.", fnFirst,
      kCurves},
-    {"cross-chain", "Polylines", "", fnFirst, kPolylines},
 };
 
 } // namespace

@@ -26,7 +26,7 @@ figcaption { font-size: .85em; line-height: 1.4; color: #b5b5b0; padding: .3em 0
 .full img { image-rendering: pixelated; max-width: 100%; height: auto; }
 .small { display: grid; grid-template-columns: repeat(auto-fill, minmax(14em, 1fr)); gap: .8em; }
 .small img { width: 100%; height: auto; }
-.cards { display: grid; grid-template-columns: repeat(auto-fill, minmax(400px, 1fr)); gap: 1.5em; }
+.cards { display: grid; grid-template-columns: repeat(auto-fill, minmax(280px, 1fr)); gap: 1.2em; }
 .cards a { text-decoration: none; } .cards h2 { border: 0; margin: .4em 0 0; }
 .cards img { width: 100%; aspect-ratio: 4/3; object-fit: cover; }
 </style>
@@ -47,7 +47,7 @@ std::string fnEscape(const std::string& text) {
     return escaped;
 }
 
-/// All up to the page's own content, with the way to the other pages.
+/// All up to the page's own content, with the way to the other pages; null for index.html.
 void fnBegin(std::ostream& out, const std::vector<Page>& pages, const Page* here) {
     const std::string title = here ? here->m_Title : "q32Base gallery";
     out << kHead << "<title>" << fnEscape(title) << "</title>\n</head>\n<body>\n<nav>"
@@ -99,10 +99,13 @@ void fnWriteIndex(std::ostream& out, const std::vector<Page>& pages) {
     fnBegin(out, pages, nullptr);
     out << "<p>All that is seen here was drawn, computed and saved by the library.</p>\n"
            "<div class=\"cards\">\n";
-    for (const Page& page : pages)
-        out << "<a href=\"" << page.m_Name << ".html\"><img src=\"" << page.m_Cover
-            << "\" alt=\"\"><h2>" << fnEscape(page.m_Title) << "</h2><p>" << fnEscape(page.m_Text)
+    for (const Page& page : pages) {
+        out << "<a href=\"" << page.m_Name << ".html\">";
+        if (!page.m_Cover.empty())
+            out << "<img src=\"" << page.m_Cover << "\" alt=\"\">";
+        out << "<h2>" << fnEscape(page.m_Title) << "</h2><p>" << fnEscape(page.m_Text)
             << "</p></a>\n";
+    }
     out << "</div>\n</body>\n</html>\n";
 }
 

@@ -30,7 +30,7 @@ struct Page {
     std::string m_Name; ///< for the file's name
     std::string m_Title;
     std::string m_Text;
-    std::string m_Cover; ///< the picture that stands for the page
+    std::string m_Cover; ///< the picture that stands for the page; may be empty
     bool m_bFullSize;    ///< whether pictures are shown pixel for pixel, or small, to be clicked on
     std::vector<Section> m_Sections;
 };
