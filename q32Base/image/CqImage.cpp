@@ -176,6 +176,10 @@ bool CqImage::fnIsGrayScale() const {
     return TileMap->GrayScale;
 }
 
+CString CqImage::fnGetScratchPath() const {
+    return TileMap ? TileMap->TempFileName : CString();
+}
+
 unsigned char* CqImage::fnGetPixelAddr(int x, int y) {
     const CqTileMap& map = *TileMap;
     const int tileWidth = static_cast<int>(map.TileWidth);

@@ -85,6 +85,9 @@ public:
     unsigned int fnSetPaletteEntry(unsigned int first, unsigned int count, const RGBQUAD* entries);
     /// Whether the palette was the plain grey ramp when it was made.
     bool fnIsGrayScale() const;
+    /// Path of the scratch file that the pixels lie in; empty for pixels in RAM, and without any.
+    /// The file belongs to the image.
+    CString fnGetScratchPath() const;
 
     /// Address of a pixel. At 4 bits an odd x lands one byte further than the byte that holds its
     /// pair, deliberately.

@@ -280,6 +280,19 @@ TEST_F(CqImageTest, AFailedAllocationLeavesTheImageAsItWas) {
     q32GetVMPolicy()->fnSetRamLimit(1'000'000);
 }
 
+TEST_F(CqImageTest, TellsTheScratchFileOfItsPixels) {
+    CqImage image;
+    EXPECT_TRUE(image.fnGetScratchPath().IsEmpty());
+    image.fnAlloc(20, 20, 24, nullptr, 0);
+    EXPECT_TRUE(image.fnGetScratchPath().IsEmpty());
+    q32GetVMPolicy()->fnSetRamLimit(0);
+    image.fnAlloc(21, 20, 24, nullptr, 0);
+    const std::string path(image.fnGetScratchPath());
+    EXPECT_EQ(path.substr(0, 3), "C:\\");
+    EXPECT_TRUE(m_World->m_pDisks->fnIsFile(path)) << path;
+    q32GetVMPolicy()->fnSetRamLimit(1'000'000);
+}
+
 TEST_F(CqImageTest, SettingTheSamePluginDataAgainDeletesIt) {
     int ends = 0;
     {
