@@ -16,12 +16,20 @@ std::uint32_t fnDarkGrey(int depth) {
     return depth == 8 ? 0 : depth == 16 ? 0x3186 : 0x303030;
 }
 
-/// The smallest whole factor that brings a picture into the screen.
-unsigned int fnFitFactor(const CqImage& image) {
+bool fnFits(const CqImage& image, unsigned int factor) {
+    return image.Width / factor <= kScreenWidth && image.Height / factor <= kScreenHeight;
+}
+
+/// The smallest whole factor that brings a picture into the screen; of a thin one as much as keeps
+/// a pixel of its shorter side.
+View fnFittingView(const CqImage& image) {
+    const unsigned int most = std::min(image.Width, image.Height);
     unsigned int factor = 1;
-    while (image.Width / factor > kScreenWidth || image.Height / factor > kScreenHeight)
+    while (!fnFits(image, factor) && factor < most)
         ++factor;
-    return factor;
+    const std::string what = fnFits(image, factor) ? "whole" : "middle";
+    return {"fit", factor == 1 ? what : what + ", 1/" + std::to_string(factor), factor, true, 0.5,
+            0.5};
 }
 
 int fnScaled(unsigned int length, const View& view) {
@@ -36,9 +44,8 @@ int fnStart(int scaled, int shown, double place) {
 } // namespace
 
 std::vector<View> fnMakeViews(CqImage& image, bool corners) {
-    const unsigned int fit = fnFitFactor(image);
     std::vector<View> views = {
-        {"fit", fit == 1 ? "whole" : "whole, 1/" + std::to_string(fit), fit, true, 0, 0},
+        fnFittingView(image),
         {"half", "1/2", 2, true, 0.5, 0.5},
         {"one", "1", 1, false, 0.5, 0.5},
         {"two", "2", 2, false, 0.5, 0.5},
@@ -51,6 +58,9 @@ std::vector<View> fnMakeViews(CqImage& image, bool corners) {
         views.push_back({"se", "1, bottom right", 1, false, 1, 1});
         views.push_back({"se3", "3, bottom right", 3, false, 1, 1});
     }
+    std::erase_if(views, [&](const View& view) {
+        return fnScaled(image.Width, view) == 0 || fnScaled(image.Height, view) == 0;
+    });
     return views;
 }
 
@@ -106,6 +116,10 @@ void Screens::fnShow(CqImage& image, const std::vector<View>& views, const std::
     const std::size_t total = views.size() * std::size(kScreenDepths) * std::size(kGammas);
     std::size_t done = 0;
     CqDisplayProperty& display = *q32GetDisplayProperty();
+    // What the user has set for screens of their own doesn't count here.
+    display.fnEnableHiColorDither(true);
+    if (!display.fnEnableGamma(true))
+        throw Unshown();
     for (const int depth : kScreenDepths) {
         m_World.m_pScreen->fnSetMode({kScreenWidth, kScreenHeight, depth, 96, 96});
         display.fnUpdate();

@@ -72,7 +72,7 @@ bool fnParse(int count, char** arguments, Options& options) {
     return options.m_bHelp || !options.m_Pictures.empty();
 }
 
-/// Size and place of an image that was just read or made. What lies where is told of all images.
+/// Size of an image, and where its pixels lie.
 std::vector<std::string> fnDescribe(const CqImage& image) {
     std::vector<std::string> facts;
     facts.push_back(std::to_string(image.Width) + " x " + std::to_string(image.Height) +
@@ -83,14 +83,9 @@ std::vector<std::string> fnDescribe(const CqImage& image) {
         std::to_string(image.TileCount) + (image.TileCount == 1 ? " tile (" : " tiles (") +
         std::to_string(image.TilesAcross) + " x " + std::to_string(image.TilesDown) + "), " +
         std::to_string(std::uint64_t{image.RowBytes} * image.Height) + " bytes");
-    const CqVMPolicy& policy = *q32GetVMPolicy();
-    std::string store =
-        "all pictures now: " + std::to_string(policy.fnGetRamUsed()) + " bytes in RAM";
-    for (unsigned int disk = 0; disk < CqVMPolicy::kDisks; ++disk)
-        if (const CqDiskUsage usage = policy.fnGetDiskUsage(disk); usage.m_nFiles != 0)
-            store += ", " + std::to_string(usage.m_nBytes) + " in scratch files in " +
-                     std::string(policy.fnGetDisk(disk));
-    facts.push_back(std::move(store));
+    const CString scratch = image.fnGetScratchPath();
+    facts.push_back(scratch.IsEmpty() ? std::string("pixels in RAM")
+                                      : "pixels in the scratch file " + std::string(scratch));
     return facts;
 }
 
@@ -223,7 +218,10 @@ int fnRunGallery(const Options& options) {
     if (!q32Attach(platform))
         return kExitFailed;
     // Scratch files of a run that was killed.
-    q32PosixSweepScratchFiles(q32GetVMPolicy()->fnGetDisk(0));
+    std::vector<std::string> disks;
+    for (unsigned int disk = 0; disk < CqVMPolicy::kDisks; ++disk)
+        disks.emplace_back(q32GetVMPolicy()->fnGetDisk(disk));
+    q32PosixSweepScratchFiles(disks);
 
     int code = 0;
     try {
