@@ -3,6 +3,35 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/platform/CqPlatform.h"
 
+#include <utility>
+
+CWnd::~CWnd() {
+    fnDestroyChildren();
+    fnSetParent(nullptr);
+}
+
+void CWnd::fnSetParent(CWnd* parent) {
+    if (m_pParent) {
+        CWnd** place = &m_pParent->m_pFirstChild;
+        while (*place != this)
+            place = &(*place)->m_pNextChild;
+        *place = m_pNextChild;
+    }
+    m_pParent = parent;
+    m_pNextChild = nullptr;
+    if (parent)
+        m_pNextChild = std::exchange(parent->m_pFirstChild, this);
+}
+
+void CWnd::fnDestroyChildren() {
+    while (CWnd* child = m_pFirstChild) {
+        child->DestroyWindow();
+        // One that is still there would be met again.
+        if (child == m_pFirstChild)
+            child->fnSetParent(nullptr);
+    }
+}
+
 CDC* CWnd::GetDC() {
     return q32::fnGuardMemory([&] { return q32::fnPlatform().m_pScreen->fnGetDC(this); });
 }

@@ -59,9 +59,14 @@ public:
                         DWORD rop);
 };
 
-/// A window.
+/// A window. It may be the child of another one; its object and that window end independently of
+/// each other. The objects of children aren't owned.
 class Q32_API CWnd : public CObject {
 public:
+    CWnd() = default;
+    /// Destroys the windows of the children first.
+    ~CWnd() override;
+
     /// A device context of the client area, by the platform in force; null on failure. Goes back
     /// with `ReleaseDC`, which never throws.
     CDC* GetDC();
@@ -77,6 +82,24 @@ public:
     /// The bar that a frame window shows its messages on; null when it has none, and for any other
     /// window.
     virtual CWnd* GetMessageBar() { return nullptr; }
+    /// The window that this one is a child of; null for none.
+    CWnd* GetParent() const { return m_pParent; }
+    /// A child's number in its parent.
+    virtual int GetDlgCtrlID() const { return 0; }
+    /// Ends the window; the object stays. False for a window that code doesn't end.
+    virtual bool DestroyWindow() { return false; }
+
+protected:
+    /// Makes this window a child of another one, or of none for null.
+    void fnSetParent(CWnd* parent);
+    /// For a window that ends before its object does: destroys the windows of its children. They
+    /// are no children of this one from then on.
+    void fnDestroyChildren();
+
+private:
+    CWnd* m_pParent = nullptr;
+    CWnd* m_pFirstChild = nullptr;
+    CWnd* m_pNextChild = nullptr; ///< of the same parent
 };
 
 /// A control that shows how far something has come. It understands PBM_SETRANGE and PBM_SETPOS.

@@ -26,6 +26,17 @@ using LRESULT = std::intptr_t;
 /// A loaded module, by which resources are found. Opaque: only a resource service knows what it is.
 using HINSTANCE = struct HINSTANCE__*;
 
+/// A window as a message names it: here the address of its CWnd.
+using HWND = struct HWND__*;
+
+/// What a child window tells its parent with WM_NOTIFY.
+struct tagNMHDR {
+    HWND hwndFrom;
+    std::uintptr_t idFrom; ///< the child's id
+    UINT code;
+};
+using NMHDR = tagNMHDR;
+
 /// One colour of a bitmap's table: blue first.
 struct tagRGBQUAD {
     BYTE rgbBlue;
@@ -248,12 +259,16 @@ inline constexpr WORD RT_VERSION_ID = 16;
 inline constexpr UINT TB_ENABLEBUTTON = 0x401;
 
 inline constexpr int VK_ESCAPE = 27;
+inline constexpr UINT WM_DESTROY = 0x2;
 inline constexpr UINT WM_ERASEBKGND = 0x14;
+inline constexpr UINT WM_NOTIFY = 0x4E; ///< wParam: the child's id, lParam: its NMHDR
 inline constexpr UINT WM_KEYDOWN = 0x100;
 inline constexpr UINT WM_KEYUP = 0x101;
 inline constexpr UINT WM_CHAR = 0x102;
 inline constexpr UINT WM_KEYFIRST = 0x100;
 inline constexpr UINT WM_KEYLAST = 0x108;
+/// wParam: the mixer, lParam: the control's id.
+inline constexpr UINT MM_MIXM_CONTROL_CHANGE = 0x3D1;
 inline constexpr UINT PBM_SETRANGE = 0x401; ///< lParam: low word the lower end, high word the upper
 inline constexpr UINT PBM_SETPOS = 0x402;   ///< wParam: the position
 
