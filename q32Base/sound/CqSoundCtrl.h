@@ -1,0 +1,111 @@
+#pragma once
+
+#include "q32Base/framework/Windows.h"
+#include "q32Base/platform/CqMixerService.h"
+
+#include <cstdint>
+#include <memory>
+
+/// What a notification of CqSoundCtrl tells: the value that has changed.
+enum SOUND_CTRL_NOTIFICATION : std::uint32_t {
+    SCN_VOLUME = 1,
+    SCN_MUTE = 2,
+    SCN_BALANCE = 3,
+    SCN_BASS = 4,
+    SCN_TREBLE = 5
+};
+
+/// The machine's volume, balance, bass, treble and mute as five values, for the speaker line of the
+/// first mixer that has one. A hidden child window, which tells its parent when anybody else moves
+/// them: WM_NOTIFY, with the control's id as wParam and an NMHDR as lParam, once for each value.
+///
+/// Values run from 0 to 255, with 128 in the middle; balance from left to right. They are cached:
+/// the getters ask nobody, and a change that the control has made itself is found in the cache and
+/// isn't told. Failures are results, never messages or exceptions: false from a setter leaves its
+/// value as it was. Everything runs on the parent's thread. The control must not be deleted from
+/// within its notification; its window may be destroyed.
+class Q32_API CqSoundCtrl : public CWnd {
+public:
+    CqSoundCtrl() = default;
+    ~CqSoundCtrl() override;
+
+    /// Makes the child window, opens the mixer and reads its values; those that can't be read stay.
+    /// @param nID    the control's id in the parent's notifications
+    /// @param nStep  step of the relative setters
+    /// @return false without a parent window or a mixer with controls on a speaker line, and when
+    ///         the window stands already, which then stays as it is
+    bool fnCreate(CWnd* pParent, unsigned int nID, unsigned int nStep);
+
+    bool fnCanHandleMute() const { return m_nMuteControl != 0; }
+    bool fnCanHandleVolume() const { return m_nVolumeControl != 0; } ///< balance too
+    bool fnCanHandleBass() const { return m_nBassControl != 0; }
+    bool fnCanHandleTreble() const { return m_nTrebleControl != 0; }
+
+    bool fnGetMute() const { return m_bMute; }
+    unsigned int fnGetVolume() const { return m_nVolume; }
+    unsigned int fnGetBalance() const { return m_nBalance; }
+    unsigned int fnGetBass() const { return m_nBass; }
+    unsigned int fnGetTreble() const { return m_nTreble; }
+
+    // Setters. False without a mixer, or when it refuses. A value that is there already is not sent
+    // again. The `int` forms cut their argument to 0 to 255; the `bool` forms move by one step, up
+    // (balance: to the right) for true.
+
+    bool fnSetMute(bool bMute);
+    bool fnSwitchMute();
+    bool fnSetVolume(int nVolume);
+    bool fnSetBalance(int nBalance);
+    bool fnSetBass(int nBass);
+    bool fnSetTreble(int nTreble);
+    bool fnSetVolume(bool bUp);
+    bool fnSetBalance(bool bUp);
+    bool fnSetBass(bool bUp);
+    bool fnSetTreble(bool bUp);
+
+    // The window.
+
+    CRect GetClientRect() const override { return m_Client; }
+    /// Understands WM_DESTROY and MM_MIXM_CONTROL_CHANGE; 0 for all else.
+    LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+    void InvalidateRect(const RECT*, bool) override {} // it never shows
+    bool IsWindow() const override { return GetParent() != nullptr; }
+    int GetDlgCtrlID() const override { return static_cast<int>(m_nId); }
+    /// Closes the mixer too. The getters keep their answers; every setter gives false from then on.
+    bool DestroyWindow() override;
+
+protected:
+    void OnDestroy();
+    /// @param wParam  the mixer's handle, `fnGetMixerHandle`; another one's changes are ignored
+    /// @param lParam  id of the control that has changed
+    long OnMixerChange(WPARAM wParam, LPARAM lParam);
+    /// The open mixer as a handle, 0 for none.
+    WPARAM fnGetMixerHandle() const { return reinterpret_cast<WPARAM>(m_hMixer.get()); }
+
+private:
+    bool fnOpenMixer();
+    bool fnGetMixerMute(bool& bMute) const;
+    bool fnGetMixerVolume(unsigned int& nVolume, unsigned int& nBalance) const;
+    bool fnGetMixerBass(unsigned int& nBass) const;
+    bool fnGetMixerTreble(unsigned int& nTreble) const;
+    bool fnSetLevels(unsigned int nVolume, unsigned int nBalance);
+    bool fnSetTone(std::uint32_t nControl, int nValue, std::uint32_t& nCache);
+    bool fnGetTone(std::uint32_t nControl, unsigned int& nValue) const;
+    std::uint32_t fnStep(std::uint32_t nValue, bool bUp) const;
+    template <typename Value>
+    void fnTake(Value value, Value& cache, SOUND_CTRL_NOTIFICATION code);
+
+    std::uint32_t m_nStep = 0;
+    bool m_bMute = false;
+    std::uint32_t m_nVolume = 128;
+    std::uint32_t m_nBalance = 128;
+    std::uint32_t m_nBass = 128;
+    std::uint32_t m_nTreble = 128;
+    std::unique_ptr<CqMixer> m_hMixer; ///< null: no mixer is in use
+    std::uint32_t m_nLineChannels = 0;
+    std::uint32_t m_nMuteControl = 0; ///< id; 0: there is none
+    std::uint32_t m_nVolumeControl = 0;
+    std::uint32_t m_nBassControl = 0;
+    std::uint32_t m_nTrebleControl = 0;
+    std::uint32_t m_nId = 0;
+    CRect m_Client;
+};
