@@ -40,8 +40,11 @@ public:
     /// Moves the client area; what stands on the screen stays there.
     void fnMove(const RECT& client) { m_Client = client; }
     const CRect& fnGetPlace() const override { return m_Client; }
-    /// The window ceases to exist for the library.
-    void fnDestroy() { m_bExists = false; }
+    /// The window ceases to exist for the library, and its children's windows with it.
+    void fnDestroy() {
+        m_bExists = false;
+        Base::fnDestroyChildren();
+    }
     /// The answer to later messages; at first 0.
     void fnSetAnswer(LRESULT answer) { m_nAnswer = answer; }
     /// The bar of a frame window, not owned; at first none.
