@@ -45,7 +45,8 @@ public:
                              const std::vector<std::uint32_t>& values) = 0;
 };
 
-/// The sound mixers of the machine. Called on the owner's thread.
+/// The sound mixers of the machine. Called on the owner's thread. They and their mixers may throw
+/// std::bad_alloc, but for the destructors.
 class CqMixerService {
 public:
     virtual ~CqMixerService() = default;

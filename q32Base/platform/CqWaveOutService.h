@@ -9,7 +9,8 @@
 /// A sound device that was opened for one format. It plays one block at a time. Its functions are
 /// called on the owner's thread, and `fnUnprepare` and the destructor also from within a report. A
 /// report may destroy the device while a call of it is still under way on the owner's thread: such
-/// a call returns as usual.
+/// a call returns as usual. What takes something may throw std::bad_alloc, and has done nothing
+/// then.
 class CqWaveOut {
 public:
     /// Closes the device. A block under way is given back first, without a report. A report that
@@ -46,6 +47,6 @@ public:
 
     /// Whether the device takes the format.
     virtual bool fnCanPlay(const WAVEFORMATEX& format) = 0;
-    /// Opens the device. Null on failure.
+    /// Opens the device. Null on failure. May throw std::bad_alloc, as `fnCanPlay` may.
     virtual std::unique_ptr<CqWaveOut> fnOpen(const WAVEFORMATEX& format, Done done) = 0;
 };
