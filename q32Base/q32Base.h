@@ -20,3 +20,5 @@
 #include "q32Base/services/CqPowerStr.h"
 #include "q32Base/services/CqProgressDisplay.h"
 #include "q32Base/services/CqUndoMngr.h"
+#include "q32Base/sound/CqSoundCtrl.h"
+#include "q32Base/sound/CqWave.h"

@@ -44,4 +44,15 @@ decltype(auto) fnGuardMemory(Work&& work) {
     }
 }
 
+/// Runs `work`, which may use standard containers or platform services and says whether it has
+/// succeeded. A std::bad_alloc that comes out of it counts as a no.
+template <typename Work>
+bool fnTryMemory(Work&& work) {
+    try {
+        return std::forward<Work>(work)();
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
 } // namespace q32

@@ -87,12 +87,14 @@ private:
     bool fnGetMixerVolume(unsigned int& nVolume, unsigned int& nBalance) const;
     bool fnGetMixerBass(unsigned int& nBass) const;
     bool fnGetMixerTreble(unsigned int& nTreble) const;
-    bool fnSetLevels(unsigned int nVolume, unsigned int nBalance);
-    bool fnSetTone(std::uint32_t nControl, int nValue, std::uint32_t& nCache);
     bool fnGetTone(std::uint32_t nControl, unsigned int& nValue) const;
-    std::uint32_t fnStep(std::uint32_t nValue, bool bUp) const;
+    template <typename Value, typename Send>
+    bool fnStore(Value& cache, Value value, Send send);
+    bool fnSendLevels(std::uint32_t nVolume, std::uint32_t nBalance);
+    bool fnSetTone(std::uint32_t nControl, int nValue, std::uint32_t& cache);
+    int fnStep(std::uint32_t nValue, bool bUp) const;
     template <typename Value>
-    void fnTake(Value value, Value& cache, SOUND_CTRL_NOTIFICATION code);
+    void fnTake(Value& cache, Value value, SOUND_CTRL_NOTIFICATION code);
 
     std::uint32_t m_nStep = 0;
     bool m_bMute = false;

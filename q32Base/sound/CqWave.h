@@ -6,6 +6,7 @@
 #include "q32Base/platform/CqWaveOutService.h"
 #include "q32Base/platform/Records.h"
 
+#include <condition_variable>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -94,6 +95,8 @@ public:
     unsigned char* fnGetBuffer() const { return m_pBuffer; }
     /// Bytes of the block.
     std::uint32_t fnGetBufferSize() const { return m_nBufferSize; }
+    /// Whole frames in the block.
+    std::uint32_t fnGetFrameCount() const { return m_nFrames; }
 
     // Play-back. Nothing is raised and no message shown.
 
@@ -129,13 +132,14 @@ protected:
                   CqFileHandle hFile, CqMappingHandle hMapping, CString& strPath);
 
 private:
-    struct Done;
-
     void fnMute(unsigned char* pData, unsigned long nBytes);
     void fnReplaceBuf(const WAVEFORMATEX& format, std::uint32_t nSize);
-    bool fnResume();
+    /// The device, if the sound is in that state; null otherwise.
+    std::shared_ptr<CqWaveOut> fnGetDevice(WAVE_STATE state) const;
+    void fnChangeState(WAVE_STATE from, WAVE_STATE to);
     bool fnStart(bool bWait, bool bLoop);
-    std::shared_ptr<CqWaveOut> fnGetDevice(WAVE_STATE& state) const;
+    bool fnWrite(std::shared_ptr<CqWaveOut> device);
+    void fnAwaitEnd();
     static void fnPlayCallback(CqWave& wave, WAVEHDR& header);
 
     std::uint32_t m_nChannels;
@@ -150,9 +154,10 @@ private:
     CqMappingHandle m_hMapping;
     CString m_strFilePath;
 
-    mutable std::mutex m_PlayLock;         ///< never held while the device is asked to do something
-    WAVE_STATE m_nState;                   ///< guarded
-    std::shared_ptr<CqWaveOut> m_hWaveOut; ///< guarded; the owner's thread calls it by a copy
-    Done* m_hDoneEvent;                    ///< guarded; of a waiter, which owns it
-    WAVEHDR m_Header;                      ///< the device's from its preparation to the end
+    /// Guards the three below it. The owner's thread doesn't hold it while it calls the device.
+    mutable std::mutex m_PlayLock;
+    WAVE_STATE m_nState;
+    std::shared_ptr<CqWaveOut> m_hWaveOut; ///< the owner's thread calls it by a copy
+    std::condition_variable m_hDoneEvent;  ///< set when the sound has stopped
+    WAVEHDR m_Header;                      ///< the device's, from its preparation to the end
 };

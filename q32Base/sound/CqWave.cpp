@@ -1,0 +1,196 @@
+#include "q32Base/sound/CqWave.h"
+
+#include "q32Base/framework/Memory.h"
+#include "q32Base/memory/PixelBuffer.h"
+#include "q32Base/platform/CqPlatform.h"
+
+#include <cstring>
+#include <utility>
+
+namespace {
+
+// Where a wave resource has what.
+constexpr std::size_t kKindAt = 8;
+constexpr std::size_t kFormatAt = 20;
+constexpr std::size_t kFormatBytes = offsetof(WAVEFORMATEX, cbSize);
+constexpr std::size_t kSizeAt = 40;
+constexpr std::size_t kSamplesAt = 44;
+
+constexpr WORD kPcm = 1;
+
+/// A product of 32 bits that wraps.
+std::uint32_t fnBytes(WORD blockAlign, unsigned long frames) {
+    return blockAlign * static_cast<std::uint32_t>(frames);
+}
+
+/// Moves bytes; ranges may be the same, and empty ones need no address.
+void fnCopy(unsigned char* target, const unsigned char* source, std::size_t count) {
+    if (count != 0)
+        std::memmove(target, source, count);
+}
+
+} // namespace
+
+const CRuntimeClass CqWave::classCqWave = {"CqWave", sizeof(CqWave), 0xFFFF, nullptr,
+                                           &CObject::classCObject};
+
+const CRuntimeClass* CqWave::GetRuntimeClass() const {
+    return &classCqWave;
+}
+
+CqWave::CqWave() {
+    fnInit();
+}
+
+// The destructor runs for a constructor that fails behind this one, and frees what it has set.
+
+CqWave::CqWave(unsigned int nResourceId) : CqWave() {
+    fnLoad(nResourceId);
+}
+
+CqWave::CqWave(unsigned int nChannels, unsigned int nBits, unsigned int nSampleRate,
+               unsigned long nFrames, bool bMute)
+    : CqWave() {
+    fnAlloc(nChannels, nBits, nSampleRate, nFrames, bMute);
+}
+
+CqWave::CqWave(const CqWave& other) : CqWave() {
+    *this = other;
+}
+
+CqWave::~CqWave() {
+    std::unique_lock lock(m_PlayLock);
+    std::shared_ptr<CqWaveOut> device = std::exchange(m_hWaveOut, nullptr);
+    lock.unlock();
+    // Closing waits for a report that is under way, and leaves nobody who reads the block.
+    device.reset();
+    fnFreeBuf();
+}
+
+CqWave& CqWave::operator=(const CqWave& other) { // NOLINT(bugprone-unhandled-self-assignment)
+    fnReplaceBuf(other.m_Format, other.m_nBufferSize);
+    fnCopy(m_pBuffer, other.m_pBuffer, m_nBufferSize);
+    return *this;
+}
+
+void CqWave::fnInit() {
+    m_nChannels = 0;
+    m_nBitsPerSample = 0;
+    m_nBlockAlign = 0;
+    m_nSampleRate = 0;
+    m_nFrames = 0;
+    m_Format = {};
+    m_pBuffer = nullptr;
+    m_nBufferSize = 0;
+    m_hFile = kNoFile;
+    m_hMapping = kNoMapping;
+    m_nState = WAVE_STOPPED;
+    m_hWaveOut = nullptr;
+    m_Header = {};
+}
+
+unsigned char* CqWave::fnAllocBuf(unsigned long nSize, CqFileHandle& hFile,
+                                  CqMappingHandle& hMapping, CString& strPath) {
+    return AllocPixelBuffer(static_cast<std::uint32_t>(nSize), hFile, hMapping, strPath);
+}
+
+void CqWave::fnFreeBuf() {
+    if (!m_pBuffer)
+        return;
+    FreePixelBuffer(m_pBuffer, m_nBufferSize, &m_hFile, &m_hMapping, &m_strFilePath);
+    m_pBuffer = nullptr;
+}
+
+void CqWave::fnSetBuf(unsigned char* const pBuffer, const WAVEFORMATEX& format, unsigned long nSize,
+                      CqFileHandle hFile, CqMappingHandle hMapping, CString& strPath) {
+    fnFreeBuf();
+    m_Format = format;
+    m_pBuffer = pBuffer;
+    m_nBufferSize = static_cast<std::uint32_t>(nSize);
+    m_hFile = hFile;
+    m_hMapping = hMapping;
+    m_strFilePath = strPath;
+    m_nChannels = m_Format.nChannels;
+    m_nBitsPerSample = m_Format.wBitsPerSample;
+    m_nSampleRate = m_Format.nSamplesPerSec;
+    m_nBlockAlign = m_Format.nBlockAlign;
+    m_nFrames = m_nBlockAlign == 0 ? 0 : m_nBufferSize / m_nBlockAlign;
+}
+
+/// A new block in the place of the old one, which goes only then.
+void CqWave::fnReplaceBuf(const WAVEFORMATEX& format, std::uint32_t nSize) {
+    CqFileHandle file = kNoFile;
+    CqMappingHandle mapping = kNoMapping;
+    CString path;
+    unsigned char* block = fnAllocBuf(nSize, file, mapping, path);
+    fnSetBuf(block, format, nSize, file, mapping, path);
+}
+
+void CqWave::fnLoad(unsigned int nResourceId) {
+    CqResourceData data;
+    const bool found = q32::fnGuardMemory([&] {
+        return q32::fnPlatform().m_pResources->fnFind(
+            nullptr, "WAVE", static_cast<WORD>(nResourceId & 0xFFFF), data);
+    });
+    if (!found || data.m_nSize < kSamplesAt)
+        AfxThrowResourceException();
+    const auto* bytes = static_cast<const unsigned char*>(data.m_pBytes);
+    WAVEFORMATEX format = {};
+    std::memcpy(&format, bytes + kFormatAt, kFormatBytes);
+    std::uint32_t size = 0;
+    std::memcpy(&size, bytes + kSizeAt, sizeof size);
+    if (std::memcmp(bytes + kKindAt, "WAVE", 4) != 0 || format.nBlockAlign == 0 ||
+        size > data.m_nSize - kSamplesAt)
+        AfxThrowResourceException();
+    fnReplaceBuf(format, size);
+    fnCopy(m_pBuffer, bytes + kSamplesAt, size);
+}
+
+void CqWave::fnAlloc(unsigned int nChannels, unsigned int nBits, unsigned int nSampleRate,
+                     unsigned long nFrames, bool bMute) {
+    WAVEFORMATEX format = {};
+    format.wFormatTag = kPcm;
+    format.nChannels = static_cast<WORD>(nChannels);
+    format.nSamplesPerSec = nSampleRate;
+    format.wBitsPerSample = static_cast<WORD>(nBits);
+    format.nBlockAlign = static_cast<WORD>((nChannels * nBits) >> 3);
+    format.nAvgBytesPerSec = format.nBlockAlign * nSampleRate;
+    fnReplaceBuf(format, fnBytes(format.nBlockAlign, nFrames));
+    if (bMute)
+        fnMute();
+}
+
+void CqWave::fnFillBuffer(unsigned char* const pData, unsigned long nFrames) {
+    const std::uint32_t size = fnBytes(m_Format.nBlockAlign, nFrames);
+    if (size > m_nBufferSize)
+        fnReplaceBuf(m_Format, size);
+    else if (size < m_nBufferSize)
+        fnMute(m_pBuffer + size, m_nBufferSize - size);
+    fnCopy(m_pBuffer, pData, size);
+}
+
+void CqWave::fnMute() {
+    if (m_pBuffer)
+        fnMute(m_pBuffer, m_nBufferSize);
+}
+
+void CqWave::fnMute(unsigned char* pData, unsigned long nBytes) {
+    if (m_Format.wBitsPerSample == 8)
+        std::memset(pData, 0x80, nBytes);
+    else if (m_Format.wBitsPerSample == 16)
+        std::memset(pData, 0, nBytes);
+}
+
+void CqWave::fnSwapBuf(CqWave& other) noexcept {
+    std::swap(m_nChannels, other.m_nChannels);
+    std::swap(m_nBitsPerSample, other.m_nBitsPerSample);
+    std::swap(m_nBlockAlign, other.m_nBlockAlign);
+    std::swap(m_nSampleRate, other.m_nSampleRate);
+    std::swap(m_nFrames, other.m_nFrames);
+    std::swap(m_Format, other.m_Format);
+    std::swap(m_pBuffer, other.m_pBuffer);
+    std::swap(m_nBufferSize, other.m_nBufferSize);
+    std::swap(m_hFile, other.m_hFile);
+    std::swap(m_hMapping, other.m_hMapping);
+    std::swap(m_strFilePath, other.m_strFilePath);
+}
