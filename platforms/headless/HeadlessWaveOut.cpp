@@ -283,6 +283,9 @@ std::unique_ptr<CqWaveOut> CqHeadlessWaveOut::fnOpen(const WAVEFORMATEX& format,
     device->m_Format = format;
     device->m_Done = std::move(done);
     const std::lock_guard lock(m_pState->m_Lock);
-    m_pState->m_Devices.push_back(device);
-    return std::make_unique<Out>(m_pState, std::move(device), m_pCalls);
+    // Room first: nothing may fail between the device's entry and its owner.
+    m_pState->m_Devices.reserve(m_pState->m_Devices.size() + 1);
+    auto out = std::make_unique<Out>(m_pState, device, m_pCalls);
+    m_pState->m_Devices.push_back(std::move(device));
+    return out;
 }
