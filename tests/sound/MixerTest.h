@@ -1,0 +1,48 @@
+#pragma once
+
+#include "tests/support/AttachedTest.h"
+
+#include <functional>
+#include <utility>
+#include <vector>
+
+namespace q32::test {
+
+using Values = std::vector<std::uint32_t>;
+
+/// A parent window that remembers what its children tell.
+class NotifiedWnd : public CqHeadlessWnd {
+public:
+    NotifiedWnd() : CqHeadlessWnd({10, 10, 60, 40}) {}
+
+    LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM lParam) override {
+        EXPECT_EQ(message, WM_NOTIFY);
+        m_nLastWParam = wParam;
+        const NMHDR told = *reinterpret_cast<const NMHDR*>(lParam);
+        m_Told.push_back(told);
+        if (m_OnNotify)
+            m_OnNotify(told);
+        return 0;
+    }
+
+    /// The codes told so far, in order; they are forgotten then.
+    std::vector<UINT> fnTakeCodes() {
+        std::vector<UINT> codes;
+        for (const NMHDR& told : std::exchange(m_Told, {}))
+            codes.push_back(told.code);
+        return codes;
+    }
+
+    std::vector<NMHDR> m_Told;
+    WPARAM m_nLastWParam = 0;
+    std::function<void(const NMHDR&)> m_OnNotify;
+};
+
+class MixerTest : public AttachedTest {
+protected:
+    CqHeadlessMixers& fnMixers() { return *m_World->m_pMixers; }
+
+    NotifiedWnd m_Parent;
+};
+
+} // namespace q32::test
