@@ -119,11 +119,6 @@ BmpHeader fnReadBmpHeader(CqPictureInput& input) {
     return header;
 }
 
-void fnReadExactly(CqPictureInput& input, void* out, std::size_t count) {
-    if (input.fnRead(out, count) != count)
-        throw CqPictureFailure{input.fnHasFailed() ? PICTURE_CANNOT_READ : PICTURE_CORRUPTED};
-}
-
 unsigned int BmpHeader::fnImageDepth() const {
     const unsigned int bits = m_Info.biBitCount;
     if (bits <= 8)

@@ -38,8 +38,6 @@ private:
     bool fnHasMasks16(std::uint32_t red, std::uint32_t green) const;
 };
 
-/// Reads `count` bytes. Throws CqPictureFailure when there are fewer.
-void fnReadExactly(CqPictureInput& input, void* out, std::size_t count);
 /// Reads and checks the head from the file's start on. Throws CqPictureFailure.
 BmpHeader fnReadBmpHeader(CqPictureInput& input);
 

@@ -3,9 +3,11 @@
 #pragma once
 
 #include "plugins/PictureFile.h"
+#include "q32Base/framework/Exceptions.h"
 
 #include <csetjmp>
 #include <cstddef>
+#include <new>
 
 namespace q32 {
 
@@ -43,6 +45,28 @@ struct CqPictureCodec {
     void (*m_pWrite)(CqPictureOutput& output, CqPictureSource& source,
                      const CqPictureOptions& options);
 };
+
+/// Reads `count` bytes. Throws CqPictureFailure when there are fewer.
+void fnReadExactly(CqPictureInput& input, void* out, std::size_t count);
+
+/// Runs `work` on a file and turns whatever it throws into a result.
+template <typename Work>
+CqPictureResult fnRunOnFile(const char* path, const Work& work) noexcept {
+    CqPictureResult result;
+    try {
+        result.m_strPath = path;
+        work();
+    } catch (const CqPictureFailure& failure) {
+        result.m_nMsgId = failure.m_eMessage;
+        result.m_bAborted = failure.m_eMessage == PICTURE_NO_MESSAGE;
+    } catch (CException* exception) {
+        exception->Delete();
+        result.m_nMsgId = PICTURE_NO_MEMORY;
+    } catch (const std::bad_alloc&) {
+        result.m_nMsgId = PICTURE_NO_MEMORY;
+    }
+    return result;
+}
 
 extern const CqPictureCodec kPngCodec;
 extern const CqPictureCodec kJpegCodec;

@@ -5,12 +5,10 @@
 #include "plugins/CqPictureSource.h"
 #include "plugins/CqPictureTarget.h"
 #include "plugins/PictureCodec.h"
-#include "q32Base/framework/Exceptions.h"
 #include "q32Base/image/CqImage.h"
 
 #include <algorithm>
 #include <array>
-#include <new>
 #include <string_view>
 
 namespace {
@@ -24,25 +22,6 @@ constexpr std::size_t kHeadBytes = 16;
 
 char fnLower(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-/// Runs `work` and turns whatever it throws into a result.
-template <typename Work>
-CqPictureResult fnRun(const char* path, const Work& work) noexcept {
-    CqPictureResult result;
-    try {
-        result.m_strPath = path;
-        work();
-    } catch (const CqPictureFailure& failure) {
-        result.m_nMsgId = failure.m_eMessage;
-        result.m_bAborted = failure.m_eMessage == PICTURE_NO_MESSAGE;
-    } catch (CException* exception) {
-        exception->Delete();
-        result.m_nMsgId = PICTURE_NO_MEMORY;
-    } catch (const std::bad_alloc&) {
-        result.m_nMsgId = PICTURE_NO_MEMORY;
-    }
-    return result;
 }
 
 const CqPictureCodec& fnRecognise(CqPictureInput& input) {
@@ -93,7 +72,7 @@ const CqPictureFormat* q32FindPictureFormat(const char* path) {
 }
 
 CqPictureResult q32ReadPicture(const char* path, CqImage& image, CqPictureProgress* progress) {
-    return fnRun(path, [&] {
+    return fnRunOnFile(path, [&] {
         CqPictureInput input(path);
         const CqPictureCodec& codec = fnRecognise(input);
         CqImage fresh;
@@ -113,7 +92,7 @@ CqPictureResult q32ReadPicture(const char* path, CqImage& image, CqPictureProgre
 
 CqPictureResult q32WritePicture(const char* path, CqImage& image, PICTURE_FORMAT format,
                                 const CqPictureOptions& options, CqPictureProgress* progress) {
-    return fnRun(path, [&] {
+    return fnRunOnFile(path, [&] {
         const auto* found = std::find_if(kCodecs.begin(), kCodecs.end(), [&](const auto* codec) {
             return codec->m_Format.m_eFormat == format;
         });

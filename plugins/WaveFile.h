@@ -21,6 +21,7 @@ using CqWaveFileResult = CqPictureResult;
 /// at the same time. It must not be under way.
 Q32_API CqWaveFileResult q32ReadWave(const char* path, CqWave& wave);
 
-/// Writes the format and all of the block, which has to be 8 or 16 bits PCM (else -102) and not
-/// empty (else -11). All is written to a new file beside `path` first, which then takes its place.
+/// Writes the format and the whole frames, which have to be 8 or 16 bits PCM (else -102) and must
+/// not be missing (else -11). All is written to a new file beside `path` first, which then takes
+/// its place.
 Q32_API CqWaveFileResult q32WriteWave(const char* path, const CqWave& wave);

@@ -1,0 +1,166 @@
+#include "plugins/WaveFile.h"
+
+#include "plugins/CqPictureInput.h"
+#include "plugins/CqPictureOutput.h"
+#include "plugins/PictureCodec.h"
+#include "q32Base/sound/CqWave.h"
+
+#include <bit>
+#include <cstring>
+
+namespace {
+
+using namespace q32;
+
+static_assert(std::endian::native == std::endian::little, "the records are used as they lie");
+
+constexpr WORD kPcm = 1;
+constexpr WORD kExtensible = 0xFFFE;
+/// The kind of an extensible format: the plain tag, and what follows it in each.
+constexpr unsigned char kPcmKind[16] = {1,    0, 0, 0,    0, 0,    0x10, 0,
+                                        0x80, 0, 0, 0xAA, 0, 0x38, 0x9B, 0x71};
+constexpr std::uint32_t kFormatBytes = 16;
+constexpr std::uint32_t kExtensibleBytes = 40;
+constexpr std::uint32_t kKindAt = 24;
+
+/// The head of the file and of each chunk.
+struct ChunkHead {
+    char m_Id[4];
+    std::uint32_t m_nSize; ///< of what follows, without the byte that makes it even
+
+    bool fnIs(const char* id) const { return std::memcmp(m_Id, id, 4) == 0; }
+};
+
+struct FileHead {
+    ChunkHead m_Riff = {};
+    char m_Kind[4] = {};
+};
+
+/// A file without chunks of other kinds, up to its samples.
+struct PlainHead {
+    FileHead m_File;
+    ChunkHead m_FormatHead = {};
+    unsigned char m_Format[kFormatBytes] = {}; ///< the format's fields up to the bits
+    ChunkHead m_DataHead = {};
+};
+static_assert(sizeof(PlainHead) == 44);
+
+/// Where the parts of a sound lie in its file.
+struct Found {
+    WAVEFORMATEX m_Format = {};
+    bool m_bHasFormat = false;
+    std::uint64_t m_nSamplesAt = 0; ///< 0: none
+    std::uint32_t m_nSize = 0;
+};
+
+[[noreturn]] void fnFail(PICTURE_MESSAGE message) {
+    throw CqPictureFailure{message};
+}
+
+/// Whether the frames of a format are as many samples of 8 or 16 bits as it has channels.
+bool fnAgrees(const WAVEFORMATEX& format) {
+    return format.nChannels != 0 && format.nSamplesPerSec != 0 &&
+           format.nBlockAlign == format.nChannels * format.wBitsPerSample / 8;
+}
+
+bool fnHasKnownDepth(const WAVEFORMATEX& format) {
+    return format.wBitsPerSample == 8 || format.wBitsPerSample == 16;
+}
+
+void fnReadHead(CqPictureInput& input) {
+    if (input.fnGetLength() == 0)
+        fnFail(PICTURE_EMPTY);
+    FileHead head;
+    const std::size_t count = input.fnRead(&head, sizeof head);
+    if (input.fnHasFailed())
+        fnFail(PICTURE_CANNOT_READ);
+    if (count < sizeof head.m_Riff || !head.m_Riff.fnIs("RIFF"))
+        fnFail(PICTURE_UNSUPPORTED);
+    if (count < sizeof head)
+        fnFail(PICTURE_CORRUPTED);
+    if (std::memcmp(head.m_Kind, "WAVE", 4) != 0)
+        fnFail(PICTURE_UNSUPPORTED);
+}
+
+WAVEFORMATEX fnReadFormat(CqPictureInput& input, std::uint32_t size) {
+    if (size < kFormatBytes)
+        fnFail(PICTURE_CORRUPTED);
+    unsigned char bytes[kExtensibleBytes] = {};
+    fnReadExactly(input, bytes, std::min(size, kExtensibleBytes));
+    WAVEFORMATEX format = {};
+    std::memcpy(&format, bytes, kFormatBytes);
+    if (format.wFormatTag == kExtensible &&
+        std::memcmp(bytes + kKindAt, kPcmKind, sizeof kPcmKind) == 0)
+        format.wFormatTag = kPcm;
+    if (format.wFormatTag != kPcm || !fnHasKnownDepth(format))
+        fnFail(PICTURE_UNSUPPORTED);
+    if (!fnAgrees(format))
+        fnFail(PICTURE_CORRUPTED);
+    return format;
+}
+
+/// Walks the chunks until format and samples are found. The size that the file's head tells is not
+/// looked at: many writers don't know it.
+Found fnWalk(CqPictureInput& input) {
+    Found found;
+    while (!found.m_bHasFormat || found.m_nSamplesAt == 0) {
+        ChunkHead chunk;
+        fnReadExactly(input, &chunk, sizeof chunk);
+        const std::uint64_t at = input.fnGetPosition();
+        if (chunk.fnIs("fmt ") && !found.m_bHasFormat) {
+            found.m_Format = fnReadFormat(input, chunk.m_nSize);
+            found.m_bHasFormat = true;
+        } else if (chunk.fnIs("data") && found.m_nSamplesAt == 0) {
+            if (chunk.m_nSize > input.fnGetLength() - at)
+                fnFail(PICTURE_CORRUPTED);
+            found.m_nSamplesAt = at;
+            found.m_nSize = chunk.m_nSize;
+        }
+        input.fnSeek(at + chunk.m_nSize + (chunk.m_nSize & 1));
+    }
+    return found;
+}
+
+} // namespace
+
+CqWaveFileResult q32ReadWave(const char* path, CqWave& wave) {
+    return fnRunOnFile(path, [&] {
+        CqPictureInput input(path);
+        fnReadHead(input);
+        const Found found = fnWalk(input);
+        const std::uint32_t frames = found.m_nSize / found.m_Format.nBlockAlign;
+        if (frames == 0)
+            fnFail(PICTURE_EMPTY);
+        CqWave fresh(found.m_Format.nChannels, found.m_Format.wBitsPerSample,
+                     found.m_Format.nSamplesPerSec, frames, false);
+        input.fnSeek(found.m_nSamplesAt);
+        fnReadExactly(input, fresh.fnGetBuffer(), fresh.fnGetBufferSize());
+        wave.fnSwapBuf(fresh);
+    });
+}
+
+CqWaveFileResult q32WriteWave(const char* path, const CqWave& wave) {
+    return fnRunOnFile(path, [&] {
+        WAVEFORMATEX format = wave.fnGetFormat();
+        const std::uint32_t size = wave.fnGetFrameCount() * format.nBlockAlign;
+        if (size == 0)
+            fnFail(PICTURE_EMPTY);
+        const std::uint64_t fileSize = sizeof(PlainHead) + std::uint64_t{size} + (size & 1);
+        if (format.wFormatTag != kPcm || !fnHasKnownDepth(format) || !fnAgrees(format) ||
+            fileSize - sizeof(ChunkHead) > 0xFFFFFFFFu)
+            fnFail(PICTURE_UNSUPPORTED);
+        format.nAvgBytesPerSec = format.nBlockAlign * format.nSamplesPerSec;
+        PlainHead head;
+        head.m_File = {
+            {{'R', 'I', 'F', 'F'}, static_cast<std::uint32_t>(fileSize - sizeof(ChunkHead))},
+            {'W', 'A', 'V', 'E'}};
+        head.m_FormatHead = {{'f', 'm', 't', ' '}, kFormatBytes};
+        std::memcpy(head.m_Format, &format, kFormatBytes);
+        head.m_DataHead = {{'d', 'a', 't', 'a'}, size};
+        CqPictureOutput output(path);
+        output.fnWrite(&head, sizeof head);
+        output.fnWrite(wave.fnGetBuffer(), size);
+        output.fnWrite("", size & 1);
+        output.fnCommit();
+    });
+}
