@@ -1,0 +1,286 @@
+#include "plugins/WaveFile.h"
+
+#include "q32Base/sound/CqWave.h"
+#include "tests/support/AttachedTest.h"
+#include "tests/support/FailingAllocator.h"
+#include "tests/support/Random.h"
+
+#include <cstring>
+#include <string>
+
+namespace {
+
+constexpr char kPath[] = "C:\\Temp\\sound.wav";
+
+std::string fnLow(std::uint32_t value, int bytes) {
+    std::string text;
+    for (int i = 0; i < bytes; ++i)
+        text += static_cast<char>(value >> 8 * i);
+    return text;
+}
+
+/// A chunk, made even.
+std::string fnChunk(const std::string& id, const std::string& bytes) {
+    return id + fnLow(static_cast<std::uint32_t>(bytes.size()), 4) + bytes +
+           std::string(bytes.size() % 2, '\0');
+}
+
+std::string fnFormat(std::uint32_t channels, std::uint32_t bits, std::uint32_t tag = 1) {
+    const std::uint32_t align = channels * bits / 8;
+    return fnLow(tag, 2) + fnLow(channels, 2) + fnLow(8000, 4) + fnLow(8000 * align, 4) +
+           fnLow(align, 2) + fnLow(bits, 2);
+}
+
+std::string fnExtensible(std::uint32_t channels, std::uint32_t bits, char kind = 1) {
+    static constexpr unsigned char kRest[] = {0,    0, 0,    0,    0x10, 0,    0x80,
+                                              0x00, 0, 0xAA, 0x00, 0x38, 0x9B, 0x71};
+    return fnFormat(channels, bits, 0xFFFE) + fnLow(22, 2) + fnLow(bits, 2) + fnLow(3, 4) +
+           std::string{kind, 0} + std::string(std::begin(kRest), std::end(kRest));
+}
+
+std::string fnFile(const std::string& chunks) {
+    return "RIFF" + fnLow(static_cast<std::uint32_t>(chunks.size() + 4), 4) + "WAVE" + chunks;
+}
+
+class WaveFileTest : public AttachedTest {
+protected:
+    void fnPut(const std::string& bytes) { m_World->m_pDisks->fnPutFile(kPath, bytes); }
+    std::string fnGet() { return m_World->m_pDisks->fnGetFile(kPath).value_or("missing"); }
+
+    static std::string fnSamples(const CqWave& wave) {
+        return {reinterpret_cast<const char*>(wave.fnGetBuffer()), wave.fnGetBufferSize()};
+    }
+    static void fnFill(CqWave& wave, std::string bytes) {
+        wave.fnFillBuffer(reinterpret_cast<unsigned char*>(bytes.data()),
+                          bytes.size() / wave.fnGetFormat().nBlockAlign);
+    }
+
+    void fnExpectRead(const std::string& file, const std::string& samples) {
+        fnPut(file);
+        CqWave wave;
+        EXPECT_EQ(q32ReadWave(kPath, wave).m_nMsgId, 0);
+        EXPECT_EQ(fnSamples(wave), samples);
+    }
+
+    /// The file ends with a message, and the sound stays.
+    void fnExpectRefused(int message, const std::string& file) {
+        fnPut(file);
+        fnExpectUnread(message);
+    }
+    void fnExpectUnread(int message) {
+        CqWave wave(1, 16, 11025, 2, true);
+        fnFill(wave, "old!");
+        const unsigned char* block = wave.fnGetBuffer();
+        const CqWaveFileResult result = q32ReadWave(kPath, wave);
+        EXPECT_EQ(result.m_nMsgId, message);
+        EXPECT_FALSE(result.fnIsDone());
+        EXPECT_STREQ(result.m_strPath, kPath);
+        EXPECT_EQ(wave.fnGetBuffer(), block);
+        EXPECT_EQ(fnSamples(wave), "old!");
+        EXPECT_EQ(m_World->m_pDisks->fnGetOpenFiles(), 0u);
+    }
+};
+
+TEST_F(WaveFileTest, APlainFileIsRead) {
+    fnPut(fnFile(fnChunk("fmt ", fnFormat(2, 16)) + fnChunk("data", "12345678")));
+    CqWave wave;
+    const CqWaveFileResult result = q32ReadWave(kPath, wave);
+    EXPECT_TRUE(result.fnIsDone());
+    EXPECT_EQ(fnSamples(wave), "12345678");
+    const WAVEFORMATEX format = wave.fnGetFormat();
+    EXPECT_EQ(format.wFormatTag, 1);
+    EXPECT_EQ(format.nChannels, 2);
+    EXPECT_EQ(format.nSamplesPerSec, 8000u);
+    EXPECT_EQ(format.nAvgBytesPerSec, 32000u);
+    EXPECT_EQ(format.nBlockAlign, 4);
+    EXPECT_EQ(format.wBitsPerSample, 16);
+    EXPECT_EQ(format.cbSize, 0);
+}
+
+TEST_F(WaveFileTest, ChunksAreWalkedInWhateverOrderTheyStand) {
+    const std::string format = fnChunk("fmt ", fnFormat(1, 8));
+    const std::string data = fnChunk("data", "abc");
+    const std::string other = fnChunk("LIST", "odd"); // with the byte that makes it even
+    for (const std::string& chunks :
+         {other + format + data, format + other + data, format + data + other,
+          data + other + format, other + other + data + format + other,
+          fnChunk("fact", "") + format + fnChunk("data", "abc").substr(0, 11)})
+        fnExpectRead(fnFile(chunks), "abc");
+}
+
+TEST_F(WaveFileTest, OfSeveralFormatsAndSamplesTheFirstCounts) {
+    fnExpectRead(fnFile(fnChunk("fmt ", fnFormat(1, 8)) + fnChunk("fmt ", fnFormat(1, 16)) +
+                        fnChunk("data", "abc") + fnChunk("data", "de")),
+                 "abc");
+}
+
+TEST_F(WaveFileTest, TheSizeInTheHeadIsNotLookedAt) {
+    std::string file = fnFile(fnChunk("fmt ", fnFormat(1, 8)) + fnChunk("data", "abc"));
+    for (const std::uint32_t size : {0u, 5u, 0xFFFFFFFFu}) {
+        file.replace(4, 4, fnLow(size, 4));
+        fnExpectRead(file, "abc");
+    }
+}
+
+TEST_F(WaveFileTest, LongerAndExtensibleFormatsAreRead) {
+    const std::string data = fnChunk("data", "abcdef");
+    fnExpectRead(fnFile(fnChunk("fmt ", fnFormat(1, 8) + fnLow(0, 2)) + data), "abcdef");
+    fnExpectRead(fnFile(fnChunk("fmt ", fnExtensible(3, 16)) + data), "abcdef");
+    fnPut(fnFile(fnChunk("fmt ", fnExtensible(6, 8) + "more") + data));
+    CqWave wave;
+    EXPECT_TRUE(q32ReadWave(kPath, wave).fnIsDone());
+    EXPECT_EQ(wave.fnGetFormat().wFormatTag, 1) << "as a device takes it";
+    EXPECT_EQ(wave.fnGetFormat().nChannels, 6);
+}
+
+TEST_F(WaveFileTest, BytesBehindTheLastWholeFrameAreLeftOut) {
+    fnExpectRead(fnFile(fnChunk("fmt ", fnFormat(2, 16)) + fnChunk("data", "1234567")), "1234");
+}
+
+TEST_F(WaveFileTest, OtherKindsOfSoundAreNotSupported) {
+    const std::string data = fnChunk("data", "abcdefghijklmnopqrstuvwx");
+    fnExpectRefused(-102, fnFile(fnChunk("fmt ", fnFormat(1, 16, 2)) + data));
+    fnExpectRefused(-102, fnFile(fnChunk("fmt ", fnFormat(1, 24)) + data));
+    fnExpectRefused(-102, fnFile(fnChunk("fmt ", fnFormat(1, 32, 3)) + data));
+    fnExpectRefused(-102, fnFile(fnChunk("fmt ", fnExtensible(1, 16, 3)) + data));
+    fnExpectRefused(-102, fnFile(fnChunk("fmt ", fnFormat(1, 16, 0xFFFE)) + data));
+}
+
+TEST_F(WaveFileTest, OtherFilesAreNotSupported) {
+    const std::string file = fnFile(fnChunk("fmt ", fnFormat(1, 8)) + fnChunk("data", "abc"));
+    for (const char* head : {"RIFX", "RF64", "riff"})
+        fnExpectRefused(-102, head + file.substr(4));
+    fnExpectRefused(-102, file.substr(0, 8) + "AVI " + file.substr(12));
+    fnExpectRefused(-102, "R");
+}
+
+TEST_F(WaveFileTest, FormatsThatDisagreeWithThemselvesAreCorrupted) {
+    const std::string data = fnChunk("data", "abcdefgh");
+    for (const auto& [at, byte] : {std::pair{12, 0}, {12, 3}, {2, 0}, {2, 3}}) {
+        std::string format = fnFormat(2, 16);
+        format[static_cast<std::size_t>(at)] = static_cast<char>(byte);
+        fnExpectRefused(-6, fnFile(fnChunk("fmt ", format) + data));
+    }
+    std::string still = fnFormat(2, 16);
+    still.replace(4, 4, fnLow(0, 4));
+    fnExpectRefused(-6, fnFile(fnChunk("fmt ", still) + data));
+    fnExpectRefused(-6, fnFile(fnChunk("fmt ", fnFormat(2, 16).substr(0, 14)) + data));
+}
+
+TEST_F(WaveFileTest, AFileThatEndsEarlyIsCorruptedWhereverItEnds) {
+    const std::string file = fnFile(fnChunk("LIST", "odd") + fnChunk("fmt ", fnFormat(1, 16)) +
+                                    fnChunk("data", "abcdef"));
+    for (std::size_t length = 8; length < file.size(); ++length)
+        fnExpectRefused(-6, file.substr(0, length));
+    for (std::size_t length = 1; length < 8; ++length)
+        fnExpectRefused(-102, file.substr(0, length));
+}
+
+TEST_F(WaveFileTest, SamplesThatReachBeyondTheFileAreCorrupted) {
+    for (const std::uint32_t size : {4u, 0x7FFFFFFFu, 0xFFFFFFFFu})
+        fnExpectRefused(-6,
+                        fnFile(fnChunk("fmt ", fnFormat(1, 8)) + "data" + fnLow(size, 4) + "abc"));
+    fnExpectRefused(-6, fnFile("LIST" + fnLow(0xFFFFFFFFu, 4)));
+}
+
+TEST_F(WaveFileTest, AFileOfNothingIsEmpty) {
+    fnExpectRefused(-11, "");
+    fnExpectRefused(-11, fnFile(fnChunk("fmt ", fnFormat(1, 8)) + fnChunk("data", "")));
+    fnExpectRefused(-11, fnFile(fnChunk("fmt ", fnFormat(2, 16)) + fnChunk("data", "abc")));
+}
+
+TEST_F(WaveFileTest, AFileThatCantBeOpenedOrReadIsTold) {
+    fnExpectUnread(-3);
+    fnPut(fnFile(fnChunk("fmt ", fnFormat(1, 8)) + fnChunk("data", std::string(100000, 'a'))));
+    auto& stream = *m_World->m_pFiles->m_pStream;
+    for (std::uint64_t nth = 1; nth <= 2; ++nth) {
+        stream.m_Read.fnFail(nth);
+        fnExpectUnread(-4);
+    }
+    stream.m_GetLength.fnFail();
+    fnExpectUnread(-4);
+}
+
+TEST_F(WaveFileTest, WantOfMemoryIsTold) {
+    fnPut(fnFile(fnChunk("fmt ", fnFormat(1, 8)) + fnChunk("data", "abc")));
+    std::size_t told = 0;
+    fnFailEachAllocation([&](CqAllocationFailure& failure) {
+        CqWave fresh;
+        const CqWaveFileResult result = q32ReadWave(kPath, fresh);
+        failure.fnEnd();
+        EXPECT_EQ(result.fnIsDone(), fresh.fnGetBuffer() != nullptr);
+        // Some failures are got over: the block goes to a scratch disk.
+        EXPECT_TRUE(result.fnIsDone() || failure.fnHappened());
+        told += result.fnIsDone() ? 0 : 1;
+    });
+    EXPECT_GT(told, 2u);
+    CqWave wave;
+    ASSERT_TRUE(q32ReadWave(kPath, wave).fnIsDone());
+    q32GetVMPolicy()->fnSetRamLimit(0);
+    q32GetVMPolicy()->fnEnableDisk(0, false);
+    EXPECT_EQ(q32ReadWave(kPath, wave).m_nMsgId, -1);
+    EXPECT_EQ(fnSamples(wave), "abc");
+}
+
+TEST_F(WaveFileTest, ASoundIsWrittenPlainly) {
+    CqWave wave(1, 8, 8000, 3, true);
+    fnFill(wave, "abc");
+    EXPECT_TRUE(q32WriteWave(kPath, wave).fnIsDone());
+    EXPECT_EQ(fnGet(), fnFile(fnChunk("fmt ", fnFormat(1, 8)) + fnChunk("data", "abc")));
+}
+
+TEST_F(WaveFileTest, WhatIsWrittenIsAResourceToo) {
+    CqWave wave(2, 16, 8000, 2, true);
+    fnFill(wave, "12345678");
+    ASSERT_TRUE(q32WriteWave(kPath, wave).fnIsDone());
+    CqHeadlessResources& resources = *m_World->m_pResources;
+    ASSERT_TRUE(resources.fnAdd(resources.fnGetHostModule(), "WAVE", WORD{1}, fnGet()));
+    EXPECT_EQ(fnSamples(CqWave(1u)), "12345678");
+}
+
+TEST_F(WaveFileTest, WhatIsWrittenReadsBack) {
+    Random random(3);
+    for (int run = 0; run < 200; ++run) {
+        CqWave wave(1 + random() % 8, 8 * (1 + random() % 2), 1 + random(),
+                    1 + random() % (run % 20 ? 300 : 60000), false);
+        for (std::uint32_t i = 0; i < wave.fnGetBufferSize(); ++i)
+            wave.fnGetBuffer()[i] = static_cast<unsigned char>(random());
+        ASSERT_TRUE(q32WriteWave(kPath, wave).fnIsDone());
+        CqWave back;
+        ASSERT_TRUE(q32ReadWave(kPath, back).fnIsDone());
+        EXPECT_EQ(fnSamples(back), fnSamples(wave));
+        const WAVEFORMATEX a = wave.fnGetFormat();
+        const WAVEFORMATEX b = back.fnGetFormat();
+        EXPECT_EQ(std::memcmp(&a, &b, sizeof a), 0);
+    }
+}
+
+TEST_F(WaveFileTest, WhatNoFileCanHoldIsNotWritten) {
+    fnPut("what stood there before");
+    EXPECT_EQ(q32WriteWave(kPath, CqWave()).m_nMsgId, -11);
+    EXPECT_EQ(q32WriteWave(kPath, CqWave(1, 24, 8000, 3, true)).m_nMsgId, -102);
+    EXPECT_EQ(q32WriteWave(kPath, CqWave(3, 12, 8000, 3, true)).m_nMsgId, -102);
+    EXPECT_EQ(q32WriteWave(kPath, CqWave(1, 8, 0, 3, true)).m_nMsgId, -102);
+    EXPECT_EQ(fnGet(), "what stood there before");
+}
+
+TEST_F(WaveFileTest, AFailedWriteKeepsWhatStoodThere) {
+    const CqWave wave(1, 8, 8000, 200000, true);
+    auto& files = *m_World->m_pFiles;
+    for (CqHeadlessCalls* calls :
+         {&files.m_Open, &files.m_pStream->m_Write, &files.m_pStream->m_Close, &files.m_Replace}) {
+        const std::uint64_t before = calls->fnGetCount();
+        ASSERT_TRUE(q32WriteWave(kPath, wave).fnIsDone());
+        const std::uint64_t count = calls->fnGetCount() - before;
+        for (std::uint64_t nth = 1; nth <= count; ++nth) {
+            fnPut("what stood there before");
+            calls->fnFail(nth);
+            EXPECT_EQ(q32WriteWave(kPath, wave).m_nMsgId, -5);
+            EXPECT_EQ(fnGet(), "what stood there before");
+            EXPECT_EQ(m_World->m_pDisks->fnGetFiles().size(), 1u);
+        }
+        calls->fnFailNever();
+    }
+}
+
+} // namespace
