@@ -2,7 +2,7 @@
 #include "tests/support/FailingAllocator.h"
 
 #include <future>
-#include <optional>
+#include <memory>
 #include <thread>
 
 using namespace q32::test;
@@ -15,7 +15,7 @@ class WavePlaybackTest : public WaveTest {
 protected:
     void SetUp() override {
         WaveTest::SetUp();
-        m_Wave.emplace(1, 8, 8000, kFrames, true);
+        m_Wave = std::make_unique<CqWave>(1, 8, 8000, kFrames, true);
     }
     void TearDown() override {
         m_Wave.reset();
@@ -47,7 +47,7 @@ protected:
         time.join();
     }
 
-    std::optional<CqWave> m_Wave;
+    std::unique_ptr<CqWave> m_Wave;
 };
 
 /// Keeps the device's thread inside a report, so that later ends wait to be told.

@@ -2,7 +2,7 @@
 #include "tests/support/Random.h"
 
 #include <atomic>
-#include <optional>
+#include <memory>
 #include <thread>
 
 namespace {
@@ -109,12 +109,12 @@ private:
     /// The object goes in whatever state it is.
     void fnRenew() {
         m_nCut += m_Wave && m_Wave->fnGetState() != WAVE_STOPPED ? 1 : 0;
-        m_Wave.emplace(1, 8, 8000, kFrames, true);
+        m_Wave = std::make_unique<CqWave>(1, 8, 8000, kFrames, true);
         m_bUnderWay = false;
     }
 
     CqHeadlessWaveOut& m_Device;
-    std::optional<CqWave> m_Wave;
+    std::unique_ptr<CqWave> m_Wave;
     bool m_bUnderWay = false; ///< when last looked at
 };
 
