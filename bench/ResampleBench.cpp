@@ -23,10 +23,11 @@ constexpr Case kCases[] = {
 };
 
 void fnResample(benchmark::State& state, const Case& work) {
+    CqImage source(work.width, work.height, work.bits, q32GreyRamp, 256);
+    q32::bench::fnPaint(source);
     for (auto _ : state) {
         state.PauseTiming();
-        CqImage image(work.width, work.height, work.bits, q32GreyRamp, 256);
-        q32::bench::fnPaint(image);
+        CqImage image(source);
         state.ResumeTiming();
         image.fnResample(work.newWidth, work.newHeight, work.filter, nullptr);
         state.PauseTiming();

@@ -23,10 +23,11 @@ constexpr Case kCases[] = {
 void fnRotate(benchmark::State& state, const Case& work) {
     unsigned int width = 0;
     unsigned int height = 0;
+    CqImage source(4000, 3000, work.bits, q32GreyRamp, 256);
+    q32::bench::fnPaint(source);
     for (auto _ : state) {
         state.PauseTiming();
-        CqImage image(4000, 3000, work.bits, q32GreyRamp, 256);
-        q32::bench::fnPaint(image);
+        CqImage image(source);
         state.ResumeTiming();
         image.fnRotate(work.angle, CqColor(), nullptr, work.antiAlias, nullptr);
         state.PauseTiming();

@@ -67,6 +67,77 @@ BENCHMARK_CAPTURE(fnCvtColor, Bgr565ToRgb_fnConvert_16_24, cv::COLOR_BGR5652RGB,
 BENCHMARK_CAPTURE(fnCvtColor, Bgr565ToRgb_fresh_fnConvert_16_24, cv::COLOR_BGR5652RGB, CV_8UC2,
                   true);
 
+/// @param reuse  into one block, which is touched; else into a new one each time
+void fnResize(benchmark::State& state, int type, cv::Size from, cv::Size to, int method,
+              bool reuse) {
+    cv::setNumThreads(1);
+    auto bytes = fnPicture(static_cast<int>(CV_ELEM_SIZE(type)), from.width, from.height);
+    const cv::Mat source(from, type, bytes.data());
+    cv::Mat target;
+    for ([[maybe_unused]] auto _ : state) {
+        if (!reuse)
+            target.release();
+        cv::resize(source, target, to, 0, 0, method);
+        benchmark::ClobberMemory();
+    }
+    const cv::Size larger = to.width > from.width ? to : from;
+    fnReport(state, larger.width, larger.height);
+}
+
+// Its cubic filter does not widen when reducing: four samples an axis, against the twelve here.
+const cv::Size kWhole(kWidth, kHeight);
+BENCHMARK_CAPTURE(fnResize, fnResample_24_times_4_cubic, CV_8UC3, cv::Size(1000, 750), kWhole,
+                  cv::INTER_CUBIC, true);
+BENCHMARK_CAPTURE(fnResize, fnResample_24_third_area, CV_8UC3, kWhole, cv::Size(1333, 1000),
+                  cv::INTER_AREA, true);
+BENCHMARK_CAPTURE(fnResize, fnResample_8_third_area, CV_8UC1, kWhole, cv::Size(1333, 1000),
+                  cv::INTER_AREA, true);
+BENCHMARK_CAPTURE(fnResize, fnResample_24_nearest_times_2, CV_8UC3, kWhole, cv::Size(8000, 6000),
+                  cv::INTER_NEAREST, true);
+BENCHMARK_CAPTURE(fnResize, fnResample_24_nearest_times_2_fresh, CV_8UC3, kWhole,
+                  cv::Size(8000, 6000), cv::INTER_NEAREST, false);
+
+void fnTurnRight(benchmark::State& state, int type, bool reuse) {
+    cv::setNumThreads(1);
+    auto bytes = fnPicture(static_cast<int>(CV_ELEM_SIZE(type)));
+    const cv::Mat source(kHeight, kWidth, type, bytes.data());
+    cv::Mat target;
+    for ([[maybe_unused]] auto _ : state) {
+        if (!reuse)
+            target.release();
+        cv::rotate(source, target, cv::ROTATE_90_CLOCKWISE);
+        benchmark::ClobberMemory();
+    }
+    fnReport(state);
+}
+
+BENCHMARK_CAPTURE(fnTurnRight, fnRotate_90_8, CV_8UC1, true);
+BENCHMARK_CAPTURE(fnTurnRight, fnRotate_90_24, CV_8UC3, true);
+BENCHMARK_CAPTURE(fnTurnRight, fnRotate_90_24_fresh, CV_8UC3, false);
+BENCHMARK_CAPTURE(fnTurnRight, fnRotate_90_32, CV_8UC4, true);
+
+void fnTurnAny(benchmark::State& state, int type, int method) {
+    cv::setNumThreads(1);
+    auto bytes = fnPicture(static_cast<int>(CV_ELEM_SIZE(type)));
+    const cv::Mat source(kHeight, kWidth, type, bytes.data());
+    const cv::Size size(4965, 4599);
+    cv::Mat turn = cv::getRotationMatrix2D(cv::Point2f(kWidth / 2.0f, kHeight / 2.0f), 30.0, 1.0);
+    turn.at<double>(0, 2) += (size.width - kWidth) / 2.0;
+    turn.at<double>(1, 2) += (size.height - kHeight) / 2.0;
+    cv::Mat target;
+    for ([[maybe_unused]] auto _ : state) {
+        cv::warpAffine(source, target, turn, size, method);
+        benchmark::ClobberMemory();
+    }
+    fnReport(state, size.width, size.height);
+}
+
+BENCHMARK_CAPTURE(fnTurnAny, fnRotate_30_bilinear_8, CV_8UC1, cv::INTER_LINEAR);
+BENCHMARK_CAPTURE(fnTurnAny, fnRotate_30_bilinear_24, CV_8UC3, cv::INTER_LINEAR);
+BENCHMARK_CAPTURE(fnTurnAny, fnRotate_30_bilinear_32, CV_8UC4, cv::INTER_LINEAR);
+BENCHMARK_CAPTURE(fnTurnAny, fnRotate_30_nearest_24, CV_8UC3, cv::INTER_NEAREST);
+BENCHMARK_CAPTURE(fnTurnAny, fnRotate_30_nearest_32, CV_8UC4, cv::INTER_NEAREST);
+
 } // namespace
 
 BENCHMARK_MAIN();

@@ -11,8 +11,10 @@ inline constexpr int kWidth = 4000;
 inline constexpr int kHeight = 3000;
 
 /// Random bytes of a picture, touched, so that no case pays for fresh pages.
-inline std::vector<std::uint8_t> fnPicture(int bytesPerPixel) {
-    std::vector<std::uint8_t> bytes(std::size_t{kWidth} * kHeight *
+inline std::vector<std::uint8_t> fnPicture(int bytesPerPixel, int width = kWidth,
+                                           int height = kHeight) {
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(width) *
+                                    static_cast<std::size_t>(height) *
                                     static_cast<std::size_t>(bytesPerPixel));
     std::uint32_t state = 1;
     for (std::uint8_t& b : bytes) {
@@ -23,6 +25,6 @@ inline std::vector<std::uint8_t> fnPicture(int bytesPerPixel) {
 }
 
 /// Pixels a second.
-inline void fnReport(benchmark::State& state) {
-    state.SetItemsProcessed(state.iterations() * std::int64_t{kWidth} * kHeight);
+inline void fnReport(benchmark::State& state, int width = kWidth, int height = kHeight) {
+    state.SetItemsProcessed(state.iterations() * std::int64_t{width} * height);
 }

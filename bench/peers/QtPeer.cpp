@@ -4,6 +4,7 @@
 
 #include <QImage>
 #include <QPainter>
+#include <QTransform>
 
 namespace {
 
@@ -36,6 +37,48 @@ BENCHMARK_CAPTURE(fnConvertFormat, Rgb888ToRgb32_fnDraw_24_to_32_bits, QImage::F
                   QImage::Format_RGB32, 3);
 BENCHMARK_CAPTURE(fnConvertFormat, Rgb888ToIndexed8_fnDraw_24_to_8_bits, QImage::Format_RGB888,
                   QImage::Format_Indexed8, 3);
+
+void fnResize(benchmark::State& state, QImage::Format format, int bytes, int width, int height,
+              Qt::TransformationMode mode) {
+    const auto pixels = fnPicture(bytes);
+    const QImage source(pixels.data(), kWidth, kHeight, qsizetype{kWidth} * bytes, format);
+    for ([[maybe_unused]] auto _ : state) {
+        const QImage target = source.scaled(width, height, Qt::IgnoreAspectRatio, mode);
+        benchmark::DoNotOptimize(target.constBits());
+    }
+    fnReport(state, width > kWidth ? width : kWidth, height > kHeight ? height : kHeight);
+}
+
+// Its smooth reduction is a mean of areas.
+BENCHMARK_CAPTURE(fnResize, fnResample_32_third, QImage::Format_RGB32, 4, 1333, 1000,
+                  Qt::SmoothTransformation);
+BENCHMARK_CAPTURE(fnResize, fnResample_24_nearest_times_2, QImage::Format_RGB888, 3, 8000, 6000,
+                  Qt::FastTransformation);
+
+void fnTurn(benchmark::State& state, QImage::Format format, int bytes, double angle,
+            Qt::TransformationMode mode) {
+    const auto pixels = fnPicture(bytes);
+    const QImage source(pixels.data(), kWidth, kHeight, qsizetype{kWidth} * bytes, format);
+    const QTransform turn = QTransform().rotate(angle);
+    int width = 0;
+    int height = 0;
+    for ([[maybe_unused]] auto _ : state) {
+        const QImage target = source.transformed(turn, mode);
+        width = target.width();
+        height = target.height();
+        benchmark::DoNotOptimize(target.constBits());
+    }
+    fnReport(state, width, height);
+}
+
+BENCHMARK_CAPTURE(fnTurn, fnRotate_90_8, QImage::Format_Grayscale8, 1, 90.0,
+                  Qt::FastTransformation);
+BENCHMARK_CAPTURE(fnTurn, fnRotate_90_24, QImage::Format_RGB888, 3, 90.0, Qt::FastTransformation);
+BENCHMARK_CAPTURE(fnTurn, fnRotate_90_32, QImage::Format_RGB32, 4, 90.0, Qt::FastTransformation);
+BENCHMARK_CAPTURE(fnTurn, fnRotate_30_bilinear_32, QImage::Format_RGB32, 4, 30.0,
+                  Qt::SmoothTransformation);
+BENCHMARK_CAPTURE(fnTurn, fnRotate_30_nearest_32, QImage::Format_RGB32, 4, 30.0,
+                  Qt::FastTransformation);
 
 } // namespace
 
