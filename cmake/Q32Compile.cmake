@@ -33,7 +33,7 @@ function(q32_sources target)
         target_sources(${target} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/${file}")
         if(file MATCHES "_avx2\\.cpp$")
             set_source_files_properties("${CMAKE_CURRENT_SOURCE_DIR}/${file}"
-                TARGET_DIRECTORY ${target} PROPERTIES COMPILE_OPTIONS "-mavx2")
+                TARGET_DIRECTORY ${target} PROPERTIES COMPILE_OPTIONS "-mavx2;-mfma")
         elseif(file MATCHES "_avx512\\.cpp$")
             set_source_files_properties("${CMAKE_CURRENT_SOURCE_DIR}/${file}"
                 TARGET_DIRECTORY ${target} PROPERTIES

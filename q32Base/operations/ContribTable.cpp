@@ -32,62 +32,62 @@ std::int32_t fnReflect(std::int64_t j, std::uint32_t srcCount) {
     return static_cast<std::int32_t>(at < n ? at : period - at);
 }
 
-std::uint32_t fnPack(int low, int high) {
-    return (static_cast<std::uint32_t>(low) & 0xFFFFu) | static_cast<std::uint32_t>(high) << 16;
+/// The denominator that all weights share, among those of the usual factors, or 0. Then a sum of
+/// bytes is as good as a whole multiple of its reciprocal: the weights are off by so little that
+/// kFilterDust makes up for it.
+double fnDenominator(const ContribList& list) {
+    // Enlarging b times gives 18 b^3; reducing to a half 288, and to a third 486.
+    for (const double denominator : {18.0, 144.0, 288.0, 486.0, 1152.0, 2250.0}) {
+        double off = 0.0;
+        // Nearly all are given up at their first weight.
+        for (std::int32_t i = 0; i < list.count && 255.0 * off < kFilterDust / 4.0; ++i) {
+            const double parts = list.entries[i].weight * denominator;
+            const int whole = static_cast<int>(parts + std::copysign(0.5, parts));
+            off += std::fabs(parts - whole) / denominator;
+        }
+        if (255.0 * off < kFilterDust / 4.0)
+            return denominator;
+    }
+    return 0.0;
 }
 
 } // namespace
 
-// How far the whole numbers can be off. With n entries: a fine weight is rounded to a multiple of
-// 2^-29, so each weight is off by 2^-30 at most and the sum of n bytes by 255 n 2^-30 < n 2^-22.
-// Cutting the fine sum to 2^-22 takes off less than one unit. The sum of doubles, of terms that add
-// up to less than 2 x 255 in size, is off the true sum by less than n 2^-53 x 512 < 2^-34, and
-// kFilterDust shifts it by less than 2^-33: together less than one unit. So n + 4 units hold all of
-// it.
-//
-// Nothing overflows: the coarse sum is below 255 x 2 x 2^14 + 255 n / 2 in size and has to stay
-// below 2^31 / 2^8, and the fine sum is at most 255 n 2^14 < 2^31.
-void fnSetWholeWeights(ContribList& list) {
+// How far the fast sum can be off. With u = 2^-24, weights of size W in all and n entries: a
+// rounded weight is off by u of its size, so all of them by 255 W u. Each of the n steps, and the
+// final subtraction of `doubt`, rounds a number below 255 W + 1 in size: (n + 1) (255 W + 1) u. The
+// sum of doubles itself is off the true one by less than n 2^-44, and kFilterDust shifts it; that
+// is less than one step more. So (n + 4) (255 W + 1) u holds all of it.
+void fnSetRoughWeights(ContribList& list) {
     constexpr int kMostEntries = 500;
     constexpr double kMostWeight = 1.9;
-    list.band = 0;
-    list.flat = false;
-    if (list.count > kMostEntries)
-        return;
     double size = 0.0;
     double sum = 0.0;
     for (std::int32_t i = 0; i < list.count; ++i) {
-        size += std::fabs(list.entries[i].weight);
-        sum += list.entries[i].weight;
+        ContribEntry& entry = list.entries[i];
+        size += std::fabs(entry.weight);
+        sum += entry.weight;
     }
-    if (!(size < kMostWeight))
+    list.bias = 0.0F;
+    list.doubt = -1.0F;
+    list.flat = false;
+    if (list.count > kMostEntries || !(size < kMostWeight))
         return;
-    list.band = static_cast<std::int16_t>(list.count + 4);
+    for (std::int32_t i = 0; i < list.count; ++i)
+        list.entries[i].rough = static_cast<float>(list.entries[i].weight);
+    const double band = std::ldexp((list.count + 4) * (255.0 * size + 1.0), -24);
+    const double denominator = fnDenominator(list);
+    if (denominator != 0.0 && band * denominator < 0.49) {
+        // Sums lie that far apart: raised by half a step, none comes near to a whole number.
+        list.bias = static_cast<float>(0.5 / denominator);
+        list.doubt = 0.0F;
+        return;
+    }
+    list.bias = static_cast<float>(band);
+    list.doubt = 2.0F * list.bias;
     // Equal bytes p: the sum of doubles is off p by less than 255 (1e-13 + n 2^-52) + n 2^-53 x 512
     // < 1e-10, and kFilterDust lifts it to p or more, and not to p + 1.
     list.flat = std::fabs(sum - 1.0) <= 1e-13;
-
-    const auto split = [&list](std::int32_t i, int& coarse, int& fine) {
-        coarse = fine = 0;
-        if (i >= list.count)
-            return;
-        const double scaled = std::ldexp(list.entries[i].weight, ContribList::kCoarseBits);
-        const double whole = std::nearbyint(scaled);
-        coarse = static_cast<int>(whole);
-        fine = static_cast<int>(std::nearbyint(std::ldexp(scaled - whole, ContribList::kFineBits)));
-    };
-    for (std::int32_t i = 0; i < list.count; i += 2) {
-        int coarse[2];
-        int fine[2];
-        split(i, coarse[0], fine[0]);
-        split(i + 1, coarse[1], fine[1]);
-        if (i + 1 < list.count) {
-            list.entries[i].pair = fnPack(coarse[0], coarse[1]);
-            list.entries[i + 1].pair = fnPack(fine[0], fine[1]);
-        } else {
-            list.entries[i].pair = fnPack(coarse[0], fine[0]);
-        }
-    }
 }
 
 ContribTable::ContribTable(double scale, std::uint32_t dstCount, std::uint32_t srcCount)
@@ -130,7 +130,7 @@ void ContribTable::fnFillList(ContribList& list, std::uint32_t i, double scale,
         double k = fnKernel(d);
         if (scale < 1.0)
             k = k * scale;
-        list.entries[list.count++] = {fnReflect(j, srcCount), 0, k};
+        list.entries[list.count++] = {fnReflect(j, srcCount), 0.0F, k};
         sum += k;
     }
     if (std::fabs(sum - 1.0) > 1e-10) {
@@ -138,7 +138,7 @@ void ContribTable::fnFillList(ContribList& list, std::uint32_t i, double scale,
         for (std::int32_t k = 0; k < list.count; ++k)
             list.entries[k].weight *= factor;
     }
-    fnSetWholeWeights(list);
+    fnSetRoughWeights(list);
 }
 
 } // namespace q32

@@ -7,8 +7,8 @@
 
 namespace q32 {
 
-/// Gives a list, whose entries have their weights, the whole-number weights with `band` and `flat`.
-void fnSetWholeWeights(ContribList& list);
+/// Gives a list, whose entries have their weights, what the fast sum needs.
+void fnSetRoughWeights(ContribList& list);
 
 /// The samples and weights of one axis, for the filter of Mitchell and Netravali with B = C = 1/3
 /// (Reconstruction Filters in Computer Graphics, 1988), which widens when reducing. One heap block:

@@ -7,64 +7,118 @@
 #include "q32Base/operations/Resample.h"
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 
 namespace q32 {
 namespace {
 
-/// Sums up blocks of a few columns, which lie side by side in source and target.
+/// Sums up blocks of columns. A block's source rows are turned to floats once, in a ring that holds
+/// what one target row needs.
 class ColumnFilter {
 public:
     ColumnFilter(const PixelArea& source, const PixelArea& target, double scale)
-        : m_Source(source), m_Target(target), m_Table(scale, target.fnHeight(), source.fnHeight()),
-          m_pRows(fnNewArray<const std::uint8_t*>(m_Table.fnCapacity())) {
-        if (source.fnBytesPerPixel() != 2)
-            return;
-        // 16-bit pixels are unpacked for each target row, into a place of moderate size.
-        constexpr std::uint32_t kMostBytes = 128 * 1024;
-        m_nBlock = std::clamp(kMostBytes / 3 / m_Table.fnCapacity(), 1u, 128u);
-        m_pUnpacked.reset(
-            fnNewArray<unsigned char>(std::size_t{3} * m_nBlock * m_Table.fnCapacity()));
-        m_pSums.reset(fnNewArray<unsigned char>(std::size_t{3} * m_nBlock));
+        : m_Source(source), m_Target(target),
+          m_nChannels(fnFilterChannels(source.fnBytesPerPixel())),
+          m_Table(scale, target.fnHeight(), source.fnHeight()),
+          m_nRing(fnRingRows(m_Table.fnCapacity())), m_nBlock(fnBlockColumns()) {
+        const std::size_t samples = std::size_t{m_nBlock} * m_nChannels;
+        m_pRing.reset(fnNewArray<float>(m_nRing * samples));
+        m_pPresent.reset(fnNewArray<std::int32_t>(m_nRing));
+        m_pRows.reset(fnNewArray<const float*>(m_Table.fnCapacity()));
+        m_pSums.reset(fnNewArray<unsigned char>(samples));
+        if (source.fnBytesPerPixel() == 2)
+            m_pUnpacked.reset(fnNewArray<unsigned char>(samples));
     }
 
     /// The first column behind the block that begins at x.
     std::uint32_t fnBlockEnd(std::uint32_t x) const {
-        return std::min({m_Source.fnRunEnd(x), m_Target.fnRunEnd(x), x + m_nBlock});
+        return m_Target.fnWidth() - x > m_nBlock ? x + m_nBlock : m_Target.fnWidth();
     }
 
-    void fnFilter(std::uint32_t x, std::uint32_t count) const {
+    void fnFilter(std::uint32_t x, std::uint32_t end) const {
+        std::fill_n(m_pPresent.get(), m_nRing, -1);
+        const std::size_t samples = std::size_t{end - x} * m_nChannels;
         for (std::uint32_t y = 0; y < m_Target.fnHeight(); ++y) {
             const ContribList& list = m_Table[y];
             for (std::int32_t k = 0; k < list.count; ++k)
-                m_pRows[static_cast<std::size_t>(k)] =
-                    m_Source.fnAt(x, static_cast<std::uint32_t>(list.entries[k].pixel));
-            if (m_pUnpacked)
-                fnFilter16(list, m_Target.fnAt(x, y), count);
-            else
-                fnKernels().fnWeighRows(m_pRows.get(), list, m_Target.fnAt(x, y),
-                                        std::size_t{count} * m_Target.fnBytesPerPixel());
+                m_pRows[static_cast<std::size_t>(k)] = fnRow(list.entries[k].pixel, x, end);
+            const bool direct = !m_pUnpacked && m_Target.fnRunEnd(x) >= end;
+            unsigned char* sums = direct ? m_Target.fnAt(x, y) : m_pSums.get();
+            fnKernels().fnWeighRows(m_pRows.get(), list, sums, samples);
+            if (!direct)
+                fnStore(x, end, y);
         }
     }
 
 private:
-    void fnFilter16(const ContribList& list, unsigned char* target, std::uint32_t count) const {
-        const std::size_t bytes = std::size_t{3} * count;
-        for (std::size_t k = 0; k < static_cast<std::size_t>(list.count); ++k) {
-            fnUnpack16(m_pRows[k], m_pUnpacked.get() + k * bytes, count);
-            m_pRows[k] = m_pUnpacked.get() + k * bytes;
+    static constexpr std::size_t kBlockSamples = 512;       ///< a ring of them stays near
+    static constexpr std::size_t kRingSamples = 256 * 1024; ///< for huge reductions
+
+    static std::uint32_t fnRingRows(std::uint32_t capacity) {
+        std::uint32_t rows = 1;
+        while (rows < capacity)
+            rows *= 2;
+        return rows;
+    }
+    /// Whole tiles side by side, if possible: each is then gone through once.
+    std::uint32_t fnBlockColumns() const {
+        const std::size_t samples = std::min(kBlockSamples, kRingSamples / m_nRing);
+        const auto columns =
+            static_cast<std::uint32_t>(samples / std::max<std::uint32_t>(m_nChannels, 1));
+        constexpr std::uint32_t kTile = CqTileMap::kMaxTileSize;
+        return columns >= kTile ? columns / kTile * kTile : std::max(columns, 1u);
+    }
+
+    /// The samples of a source row. Rows that one target row needs lie less than the capacity
+    /// apart, so that none takes another one's place.
+    const float* fnRow(std::int32_t y, std::uint32_t x, std::uint32_t end) const {
+        const std::uint32_t place = static_cast<std::uint32_t>(y) & (m_nRing - 1);
+        float* row = m_pRing.get() + std::size_t{place} * m_nBlock * m_nChannels;
+        if (m_pPresent[place] == y)
+            return row;
+        m_pPresent[place] = y;
+        float* to = row;
+        std::uint32_t next;
+        for (; x < end; x = next) {
+            next = std::min(end, m_Source.fnRunEnd(x));
+            const std::size_t samples = std::size_t{next - x} * m_nChannels;
+            const unsigned char* from = m_Source.fnAt(x, static_cast<std::uint32_t>(y));
+            if (m_pUnpacked) {
+                fnUnpack16(from, m_pUnpacked.get(), next - x);
+                from = m_pUnpacked.get();
+            }
+            fnKernels().fnBytesToFloats(from, to, samples);
+            to += samples;
         }
-        fnKernels().fnWeighRows(m_pRows.get(), list, m_pSums.get(), bytes);
-        fnPack16(m_pSums.get(), target, count);
+        return row;
+    }
+
+    void fnStore(std::uint32_t x, std::uint32_t end, std::uint32_t y) const {
+        const unsigned char* from = m_pSums.get();
+        std::uint32_t next;
+        for (; x < end; x = next) {
+            next = std::min(end, m_Target.fnRunEnd(x));
+            const std::size_t samples = std::size_t{next - x} * m_nChannels;
+            if (m_pUnpacked)
+                fnPack16(from, m_Target.fnAt(x, y), next - x);
+            else
+                std::memcpy(m_Target.fnAt(x, y), from, samples);
+            from += samples;
+        }
     }
 
     const PixelArea& m_Source;
     const PixelArea& m_Target;
+    std::uint32_t m_nChannels;
     ContribTable m_Table;
-    std::unique_ptr<const std::uint8_t*[]> m_pRows;
-    std::uint32_t m_nBlock = 512; ///< columns of a block, at most
-    std::unique_ptr<unsigned char[]> m_pUnpacked;
+    std::uint32_t m_nRing;  ///< rows of the ring: a power of 2
+    std::uint32_t m_nBlock; ///< columns of a block, at most
+    std::unique_ptr<float[]> m_pRing;
+    std::unique_ptr<std::int32_t[]> m_pPresent; ///< which source row is where, or -1
+    std::unique_ptr<const float*[]> m_pRows;
     std::unique_ptr<unsigned char[]> m_pSums;
+    std::unique_ptr<unsigned char[]> m_pUnpacked;
 };
 
 } // namespace
@@ -76,7 +130,7 @@ bool fnFilterColumns(const PixelArea& source, const PixelArea& target, double sc
     for (std::uint32_t x = 0; x < target.fnWidth(); x = end) {
         end = filter.fnBlockEnd(x);
         if (target.fnBytesPerPixel() != 0)
-            filter.fnFilter(x, end - x);
+            filter.fnFilter(x, end);
         if (progress.fnAborts(x, end))
             return false;
     }

@@ -20,9 +20,9 @@ public:
         : m_Source(source), m_Target(target),
           m_nChannels(fnFilterChannels(source.fnBytesPerPixel())),
           m_Table(scale, target.fnWidth(), source.fnWidth()) {
-        const std::size_t pixels = fnWidestStep();
+        const std::size_t pixels = fnPlanSteps();
         const std::size_t pixelBytes = std::size_t{m_nChannels} * kFilterLanes;
-        m_pLanes.reset(fnNewArray<unsigned char>(pixels * pixelBytes));
+        m_pLanes.reset(fnNewArray<float>(pixels * pixelBytes));
         m_pSums.reset(fnNewArray<unsigned char>(kMostColumns * pixelBytes));
         m_pSpare.reset(fnNewArray<unsigned char>(kMostColumns * std::size_t{m_nChannels}));
         if (source.fnBytesPerPixel() == 2)
@@ -31,24 +31,21 @@ public:
     }
 
     void fnFilter(std::uint32_t y, std::uint32_t rows) const {
-        Step step;
-        for (std::uint32_t x = 0; x < m_Target.fnWidth(); x = step.end) {
-            step = fnNextStep(x);
+        std::uint32_t x = 0;
+        for (const Step* next = m_pSteps.get(); x < m_Target.fnWidth(); x = next++->end) {
+            const Step& step = *next;
             fnFetch(step, y, rows);
-            const std::size_t stride = m_nChannels * kFilterLanes;
             unsigned char* sums = m_pSums.get();
-            for (std::uint32_t at = x; at < step.end; ++at)
-                for (std::size_t c = 0; c < m_nChannels; ++c, sums += kFilterLanes)
-                    fnKernels().fnWeighLanes(m_pLanes.get() + c * kFilterLanes,
-                                             static_cast<std::int32_t>(step.first), stride,
-                                             m_Table[at], sums);
+            for (std::uint32_t at = x; at < step.end; ++at, sums += m_nChannels * kFilterLanes)
+                fnKernels().fnWeighLanes(m_pLanes.get(), static_cast<std::int32_t>(step.first),
+                                         m_Table[at], sums, m_nChannels);
             fnStore(x, step.end, y, rows);
         }
     }
 
 private:
     static constexpr std::uint32_t kMostColumns = 256; ///< of a step
-    static constexpr std::uint32_t kMostPixels = 640;  ///< unless one column needs more
+    static constexpr std::uint32_t kMostPixels = 256;  ///< unless one column needs more
 
     /// Target columns up to `end`, and the source pixels that they need.
     struct Step {
@@ -78,12 +75,17 @@ private:
         return step;
     }
 
-    std::size_t fnWidestStep() const {
+    /// Plans the steps, and returns the most pixels that one needs.
+    std::size_t fnPlanSteps() {
+        std::size_t count = 0;
+        for (std::uint32_t x = 0; x < m_Target.fnWidth(); x = fnNextStep(x).end)
+            ++count;
+        m_pSteps.reset(fnNewArray<Step>(count));
         std::size_t widest = 0;
-        Step step;
-        for (std::uint32_t x = 0; x < m_Target.fnWidth(); x = step.end) {
-            step = fnNextStep(x);
-            widest = std::max(widest, std::size_t{step.last} - step.first + 1);
+        std::uint32_t x = 0;
+        for (Step* next = m_pSteps.get(); x < m_Target.fnWidth(); x = next++->end) {
+            *next = fnNextStep(x);
+            widest = std::max(widest, std::size_t{next->last} - next->first + 1);
         }
         return widest;
     }
@@ -133,7 +135,8 @@ private:
     const PixelArea& m_Target;
     std::uint32_t m_nChannels;
     ContribTable m_Table;
-    std::unique_ptr<unsigned char[]> m_pLanes; ///< source pixels of a step
+    std::unique_ptr<Step[]> m_pSteps;
+    std::unique_ptr<float[]> m_pLanes;         ///< source pixels of a step
     std::unique_ptr<unsigned char[]> m_pSums;  ///< target pixels of a step
     std::unique_ptr<unsigned char[]> m_pSpare; ///< where lanes without a row are stored
     std::unique_ptr<unsigned char[]> m_pUnpacked;

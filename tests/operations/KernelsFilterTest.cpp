@@ -24,15 +24,16 @@ protected:
     /// Rows of samples, and what the rule makes of them, through both kernels.
     void fnCheck(std::vector<ContribEntry> entries, const std::vector<Bytes>& rows,
                  std::size_t misalignment) {
-        ContribList list = {static_cast<std::int32_t>(entries.size()), 0, false, entries.data()};
-        fnSetWholeWeights(list);
+        ContribList list = {static_cast<std::int32_t>(entries.size()), 0, 0, false, entries.data()};
+        fnSetRoughWeights(list);
         const std::size_t count = rows[0].size();
         Bytes wanted(count);
-        std::vector<CqSourceBytes> sources;
-        std::vector<const std::uint8_t*> addresses;
+        // Each row is a block of its own, so that reads beyond it are noticed.
+        std::vector<std::vector<float>> sources;
+        std::vector<const float*> addresses;
         for (const Bytes& row : rows) {
-            sources.emplace_back(row, misalignment);
-            addresses.push_back(sources.back().fnData());
+            sources.emplace_back(row.begin(), row.end());
+            addresses.push_back(sources.back().data());
         }
         for (std::size_t i = 0; i < count; ++i) {
             Bytes samples;
@@ -42,21 +43,25 @@ protected:
         }
         CqTargetBytes target(count, misalignment);
         m_Kernels.fnWeighRows(addresses.data(), list, target.fnData(), count);
-        ASSERT_TRUE(target.fnHolds(wanted)) << entries.size() << " entries, band " << list.band;
+        ASSERT_TRUE(target.fnHolds(wanted)) << entries.size() << " entries, doubt " << list.doubt;
 
         if (count < kFilterLanes)
             return;
-        // The same as lanes, the entries' rows in reverse order and 40 bytes apart.
-        Bytes lanes(rows.size() * 40);
+        // The same as lanes, two blocks a pixel, the entries' rows in reverse order.
+        constexpr std::size_t kStride = 2 * kFilterLanes;
+        std::vector<float> lanes(rows.size() * kStride);
         for (std::size_t k = 0; k < rows.size(); ++k) {
-            entries[k].pixel = static_cast<std::int32_t>(5 + rows.size() - 1 - k);
-            std::copy_n(rows[k].begin(), kFilterLanes,
-                        lanes.begin() + static_cast<std::ptrdiff_t>((rows.size() - 1 - k) * 40));
+            const std::size_t at = rows.size() - 1 - k;
+            entries[k].pixel = static_cast<std::int32_t>(5 + at);
+            for (std::size_t i = 0; i < kStride; ++i)
+                lanes[at * kStride + i] = rows[k][i % kFilterLanes];
         }
-        CqTargetBytes block(kFilterLanes, misalignment);
-        m_Kernels.fnWeighLanes(lanes.data(), 5, 40, list, block.fnData());
+        CqTargetBytes blocks(kStride, misalignment);
+        m_Kernels.fnWeighLanes(lanes.data(), 5, list, blocks.fnData(), 2);
         wanted.resize(kFilterLanes);
-        ASSERT_TRUE(block.fnHolds(wanted)) << entries.size() << " entries, band " << list.band;
+        for (std::size_t i = 0; i < kFilterLanes; ++i)
+            wanted.push_back(wanted[i]);
+        ASSERT_TRUE(blocks.fnHolds(wanted)) << entries.size() << " entries, doubt " << list.doubt;
     }
 };
 
@@ -125,18 +130,50 @@ TEST_P(KernelsFilter, WeightsThatWholeNumbersCannotHoldAreSummedUpInDouble) {
                                 std::numeric_limits<double>::infinity()}) {
         std::vector<ContribEntry> entries = {{0, 0, weight}, {0, 0, 0.25}};
         std::vector<Bytes> rows = {fnRandomBytes(m_Random, 70), fnRandomBytes(m_Random, 70)};
-        ContribList list = {2, 0, false, entries.data()};
-        fnSetWholeWeights(list);
-        EXPECT_EQ(list.band, 0);
+        ContribList list = {2, 0, 0, false, entries.data()};
+        fnSetRoughWeights(list);
+        EXPECT_LT(list.doubt, 0.0F);
         Bytes scalar(70);
         Bytes here(70);
-        const std::uint8_t* addresses[] = {rows[0].data(), rows[1].data()};
+        const std::vector<float> floats[] = {{rows[0].begin(), rows[0].end()},
+                                             {rows[1].begin(), rows[1].end()}};
+        const float* addresses[] = {floats[0].data(), floats[1].data()};
         fnKernelsOfLevel(CqKernelLevel::SCALAR)->fnWeighRows(addresses, list, scalar.data(), 70);
         m_Kernels.fnWeighRows(addresses, list, here.data(), 70);
         EXPECT_EQ(here, scalar) << weight;
         if (std::isfinite(weight))
             fnCheck(entries, rows, 1);
     }
+}
+
+TEST_P(KernelsFilter, SumsOfWholeRatiosAreNeverDoubtfulAndYetExact) {
+    for (const int denominator : {18, 144, 288, 486, 1152, 2250})
+        for (int round = 0; round < 40; ++round) {
+            // Weights in whole parts, of which the last one makes up for the sum.
+            std::vector<ContribEntry> entries;
+            int left = denominator;
+            const std::size_t taps = 2 + m_Random() % 7;
+            for (std::size_t k = 0; k < taps; ++k) {
+                const int part = k + 1 == taps ? left
+                                               : static_cast<int>(m_Random() % 400) * denominator /
+                                                         (static_cast<int>(taps) * 400) -
+                                                     denominator / 200;
+                left -= part;
+                entries.push_back({0, 0, static_cast<double>(part) / denominator});
+            }
+            ContribList list = {static_cast<std::int32_t>(taps), 0, 0, false, entries.data()};
+            fnSetRoughWeights(list);
+            EXPECT_EQ(list.doubt, 0.0F) << denominator << ", " << taps << " entries";
+            std::vector<Bytes> rows;
+            for (std::size_t k = 0; k < taps; ++k)
+                rows.push_back(fnRandomBytes(m_Random, 200));
+            // Sums that are whole, and one part below.
+            for (std::size_t k = 0; k < taps; ++k)
+                std::fill_n(rows[k].begin(), 100, static_cast<std::uint8_t>(40 + k));
+            fnCheck(entries, rows, m_Random() % 32);
+            if (HasFatalFailure())
+                return;
+        }
 }
 
 TEST_P(KernelsFilter, RowsBecomeLanesAndBack) {
@@ -158,10 +195,14 @@ TEST_P(KernelsFilter, RowsBecomeLanesAndBack) {
             from[r] = sources[r].fnData();
             to[r] = targets[r].fnData();
         }
-        CqTargetBytes lanes(wanted.size(), misalignment);
-        m_Kernels.fnBytesToLanes(from, lanes.fnData(), count);
-        ASSERT_TRUE(lanes.fnHolds(wanted)) << count;
+        std::vector<float> floats(wanted.size());
+        m_Kernels.fnBytesToLanes(from, floats.data(), count);
+        ASSERT_EQ(floats, std::vector<float>(wanted.begin(), wanted.end())) << count;
+        const CqSourceBytes lanes(wanted, misalignment);
         m_Kernels.fnLanesToBytes(lanes.fnData(), to, count);
+        std::vector<float> samples(count);
+        m_Kernels.fnBytesToFloats(sources[0].fnData(), samples.data(), count);
+        ASSERT_EQ(samples, std::vector<float>(contents[0].begin(), contents[0].end())) << count;
         for (std::size_t r = 0; r < kFilterLanes; ++r)
             ASSERT_TRUE(targets[r].fnHolds(contents[r])) << count;
     });

@@ -22,7 +22,7 @@ namespace {
 #ifdef Q32_X86_KERNELS
 bool fnProcessorHas(CqKernelLevel level) {
     __builtin_cpu_init();
-    const bool avx2 = __builtin_cpu_supports("avx2");
+    const bool avx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
     switch (level) {
     case CqKernelLevel::SCALAR:
         return true;

@@ -8,7 +8,7 @@ namespace q32 {
 /// The instruction sets that kernels are written for, each including the ones before it.
 enum class CqKernelLevel {
     SCALAR, ///< plain C++, on every machine; the judge of the others
-    AVX2,
+    AVX2,   ///< with FMA
     AVX512, ///< F, BW, VL, DQ and VBMI together
 };
 
@@ -91,16 +91,18 @@ struct ContribList;
 /// How many rows stand side by side in the lanes of the filter's kernels.
 inline constexpr std::size_t kFilterLanes = 32;
 
-/// The filter's weighted sum of rows: target byte i is the sum of byte i of `rows[k]` times the
+// The filter's samples are bytes, held as floats: each is turned once and summed up many times.
+
+/// The filter's weighted sum of rows: target byte i is the sum of sample i of `rows[k]` times the
 /// weight of the list's entry k, in double and in the order of the entries, from 0 on. It is
 /// lifted by kFilterDust, truncated and brought into a byte. Pixel indices aren't looked at.
-using CqWeighRows = void (*)(const std::uint8_t* const* rows, const ContribList& list,
+using CqWeighRows = void (*)(const float* const* rows, const ContribList& list,
                              std::uint8_t* target, std::size_t count);
 
-/// The same over blocks of kFilterLanes bytes, of which the one for pixel p begins at
-/// base + (p - first) * stride; one block of target.
-using CqWeighLanes = void (*)(const std::uint8_t* base, std::int32_t first, std::size_t stride,
-                              const ContribList& list, std::uint8_t* target);
+/// The same over blocks of kFilterLanes samples: `count` of them side by side for each pixel, those
+/// of pixel p from base + (p - first) * count * kFilterLanes on.
+using CqWeighLanes = void (*)(const float* base, std::int32_t first, const ContribList& list,
+                              std::uint8_t* target, std::size_t count);
 
 /// Rows become columns: target pixel j of row i is source pixel i of row j, for `width` source
 /// columns and `height` source rows. Strides are in bytes and may be negative.
@@ -225,9 +227,10 @@ struct CqKernels {
     // The cubic filter. Rows and lanes: byte i of row r lies at i * kFilterLanes + r.
     CqWeighRows fnWeighRows;
     CqWeighLanes fnWeighLanes;
-    /// `count` bytes of each of kFilterLanes rows to lanes, and back. Rows may be given twice.
-    void (*fnBytesToLanes)(const std::uint8_t* const* rows, std::uint8_t* target,
-                           std::size_t count);
+    void (*fnBytesToFloats)(const std::uint8_t* source, float* target, std::size_t count);
+    /// `count` bytes of each of kFilterLanes rows to lanes of floats. Rows may be given twice.
+    void (*fnBytesToLanes)(const std::uint8_t* const* rows, float* target, std::size_t count);
+    /// Lanes of bytes to rows.
     void (*fnLanesToBytes)(const std::uint8_t* source, std::uint8_t* const* rows,
                            std::size_t count);
 

@@ -12,11 +12,8 @@ void fnUseAvx2Weigh(CqKernels& table);
 namespace scalar {
 
 // The plain versions, which the vector versions also use for the ends of runs.
-void fnWeighRows(const std::uint8_t* const* rows, const ContribList& list, std::uint8_t* target,
-                 std::size_t count);
-void fnWeighLanes(const std::uint8_t* base, std::int32_t first, std::size_t stride,
-                  const ContribList& list, std::uint8_t* target);
-void fnBytesToLanes(const std::uint8_t* const* rows, std::uint8_t* target, std::size_t count);
+void fnBytesToFloats(const std::uint8_t* source, float* target, std::size_t count);
+void fnBytesToLanes(const std::uint8_t* const* rows, float* target, std::size_t count);
 void fnLanesToBytes(const std::uint8_t* source, std::uint8_t* const* rows, std::size_t count);
 
 } // namespace scalar

@@ -1,52 +1,88 @@
 #include "q32Base/operations/kernels/Avx2.h"
 #include "q32Base/operations/kernels/Weigh.h"
 
-// The weighted sums are formed in whole numbers first; ContribTable.cpp proves how far they can be
-// off. Where a sum comes that near to a whole number, the sum in double decides.
+// The weighted sums are formed in single precision first; ContribTable.cpp proves how far they can
+// be off. Where a sum comes that near to a whole number, the sum in double decides.
 
 namespace q32 {
 namespace avx2 {
 namespace {
 
-/// Where the bytes of entry k stand: in a row of its own.
+/// Where the samples of entry k stand: in a row of its own.
 struct RowsByAddress {
-    const std::uint8_t* const* rows;
-    const std::uint8_t* operator()(std::int32_t k) const { return rows[k]; }
+    const float* const* rows;
+    const float* operator()(std::int32_t k) const { return rows[k]; }
 };
 
-/// In blocks of lanes, by pixel.
+/// In lanes, by pixel.
 struct RowsByPixel {
-    const std::uint8_t* base;
+    const float* base;
     const ContribEntry* entries;
     std::int32_t first;
     std::size_t stride;
-    const std::uint8_t* operator()(std::int32_t k) const {
+    const float* operator()(std::int32_t k) const {
         return base + static_cast<std::size_t>(entries[k].pixel - first) * stride;
     }
 };
 
-/// The sums in double of four bytes side by side.
+/// The bytes of four sums in double side by side.
 template <class Rows>
-inline __m128i fnExactSums(const Rows& rows, const ContribList& list, std::size_t at) {
+inline void fnExactFour(const Rows& rows, const ContribList& list, std::size_t at,
+                        std::uint8_t* target) {
     __m256d sum = _mm256_setzero_pd();
     for (std::int32_t k = 0; k < list.count; ++k) {
-        int bytes;
-        __builtin_memcpy(&bytes, rows(k) + at, sizeof bytes);
-        const __m256d samples = _mm256_cvtepi32_pd(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(bytes)));
+        const __m256d samples = _mm256_cvtps_pd(_mm_loadu_ps(rows(k) + at));
         sum = _mm256_add_pd(sum, _mm256_mul_pd(samples, _mm256_set1_pd(list.entries[k].weight)));
     }
     sum = _mm256_add_pd(sum, _mm256_set1_pd(kFilterDust));
     // Not-a-number becomes the second operand.
     sum = _mm256_min_pd(_mm256_max_pd(sum, _mm256_setzero_pd()), _mm256_set1_pd(255.0));
     const __m128i whole = _mm256_cvttpd_epi32(sum);
-    return _mm_packus_epi16(_mm_packs_epi32(whole, whole), whole);
+    const int bytes = _mm_cvtsi128_si32(_mm_packus_epi16(_mm_packs_epi32(whole, whole), whole));
+    __builtin_memcpy(target, &bytes, sizeof bytes);
 }
 
+/// 32 samples in four registers.
+struct Block {
+    __m256 part[4];
+    explicit Block(const float* from)
+        : part{_mm256_loadu_ps(from), _mm256_loadu_ps(from + 8), _mm256_loadu_ps(from + 16),
+               _mm256_loadu_ps(from + 24)} {}
+    explicit Block(__m256 all) : part{all, all, all, all} {}
+};
+
+/// Cut to bytes, in groups of four: 0 to 3, 8 to 11, 16 to 19, 24 to 27, 4 to 7, and so on.
+inline __m256i fnCut(const Block& sums) {
+    const __m256i low =
+        _mm256_packs_epi32(_mm256_cvttps_epi32(sums.part[0]), _mm256_cvttps_epi32(sums.part[1]));
+    const __m256i high =
+        _mm256_packs_epi32(_mm256_cvttps_epi32(sums.part[2]), _mm256_cvttps_epi32(sums.part[3]));
+    return _mm256_packus_epi16(low, high);
+}
+
+inline __m256i fnInOrder(__m256i groups) {
+    return _mm256_permutevar8x32_epi32(groups, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+}
+
+/// All ones in the bytes whose samples are equal in all rows; the equal values go to `value`.
 template <class Rows>
-inline void fnExactFour(const Rows& rows, const ContribList& list, std::size_t at,
-                        std::uint8_t* target) {
-    const int bytes = _mm_cvtsi128_si32(fnExactSums(rows, list, at));
-    __builtin_memcpy(target, &bytes, sizeof bytes);
+inline __m256i fnEqualSamples(const Rows& rows, const ContribList& list, std::size_t at,
+                              __m256i& value) {
+    const Block first(rows(0) + at);
+    Block equal(_mm256_castsi256_ps(_mm256_set1_epi32(-1)));
+    for (std::int32_t k = 1; k < list.count; ++k) {
+        const Block samples(rows(k) + at);
+#pragma GCC unroll 4
+        for (int i = 0; i < 4; ++i)
+            equal.part[i] = _mm256_and_ps(
+                equal.part[i], _mm256_cmp_ps(first.part[i], samples.part[i], _CMP_EQ_OQ));
+    }
+    value = fnInOrder(fnCut(first));
+    const __m256i low =
+        _mm256_packs_epi32(_mm256_castps_si256(equal.part[0]), _mm256_castps_si256(equal.part[1]));
+    const __m256i high =
+        _mm256_packs_epi32(_mm256_castps_si256(equal.part[2]), _mm256_castps_si256(equal.part[3]));
+    return fnInOrder(_mm256_packs_epi16(low, high));
 }
 
 /// Decides the doubtful ones of 32 bytes, which already stand in the target.
@@ -54,16 +90,10 @@ template <class Rows>
 __attribute__((noinline)) void fnSettle(const Rows& rows, const ContribList& list, std::size_t at,
                                         std::uint8_t* target, __m256i doubt) {
     if (list.flat) {
-        __m256i least = fnLoad(rows(0) + at);
-        __m256i most = least;
-        for (std::int32_t k = 1; k < list.count; ++k) {
-            const __m256i bytes = fnLoad(rows(k) + at);
-            least = _mm256_min_epu8(least, bytes);
-            most = _mm256_max_epu8(most, bytes);
-        }
-        const __m256i flat = _mm256_cmpeq_epi8(least, most);
-        fnStore(target, _mm256_blendv_epi8(fnLoad(target), least, flat));
-        doubt = _mm256_andnot_si256(flat, doubt);
+        __m256i value;
+        const __m256i equal = fnEqualSamples(rows, list, at, value);
+        fnStore(target, _mm256_blendv_epi8(fnLoad(target), value, equal));
+        doubt = _mm256_andnot_si256(equal, doubt);
     }
     auto left = static_cast<unsigned>(_mm256_movemask_epi8(doubt));
     while (left != 0) {
@@ -73,110 +103,112 @@ __attribute__((noinline)) void fnSettle(const Rows& rows, const ContribList& lis
     }
 }
 
-/// Sums of 32 bytes side by side, as 32-bit numbers: [0] bytes 0 to 3 and 16 to 19, [1] 4 to 7 and
-/// 20 to 23, and so on.
-struct Sums {
-    __m256i part[4];
-    inline void fnAdd(const __m256i (&pairs)[4], __m256i weights) {
+/// Stores 32 sums as bytes.
+template <class Rows>
+inline void fnFinish(const Rows& rows, const ContribList& list, std::size_t at,
+                     std::uint8_t* target, Block& sums) {
+    const __m256i groups = fnCut(sums);
+    fnStore(target, fnInOrder(groups));
+    const __m256 doubt = _mm256_set1_ps(list.doubt);
 #pragma GCC unroll 4
-        for (int i = 0; i < 4; ++i)
-            part[i] = _mm256_add_epi32(part[i], _mm256_madd_epi16(pairs[i], weights));
-    }
-};
-
-/// Bytes of two rows side by side as 16-bit numbers, in the order of Sums.
-inline void fnPairUp(__m256i a, __m256i b, __m256i (&pairs)[4]) {
-    const __m256i zero = _mm256_setzero_si256();
-    const __m256i low = _mm256_unpacklo_epi8(a, b);
-    const __m256i high = _mm256_unpackhi_epi8(a, b);
-    pairs[0] = _mm256_unpacklo_epi8(low, zero);
-    pairs[1] = _mm256_unpackhi_epi8(low, zero);
-    pairs[2] = _mm256_unpacklo_epi8(high, zero);
-    pairs[3] = _mm256_unpackhi_epi8(high, zero);
-}
-
-inline __m256i fnBytesOf(__m256i a, __m256i b, __m256i c, __m256i d) {
-    return _mm256_packus_epi16(_mm256_packs_epi32(a, b), _mm256_packs_epi32(c, d));
+    for (int i = 0; i < 4; ++i)
+        sums.part[i] = _mm256_sub_ps(sums.part[i], doubt);
+    const __m256i certain = _mm256_cmpeq_epi8(groups, fnCut(sums));
+    const __m256i ones = _mm256_set1_epi8(-1);
+    if (__builtin_expect(!_mm256_testc_si256(certain, ones), 0))
+        fnSettle(rows, list, at, target, fnInOrder(_mm256_xor_si256(certain, ones)));
 }
 
 template <class Rows>
 inline void fnWeigh32(const Rows& rows, const ContribList& list, std::size_t at,
                       std::uint8_t* target) {
-    const __m256i zero = _mm256_setzero_si256();
-    Sums coarse = {{zero, zero, zero, zero}};
-    Sums fine = {{zero, zero, zero, zero}};
-    const ContribEntry* entry = list.entries;
-    std::int32_t k = 0;
-    for (; k + 1 < list.count; k += 2, entry += 2) {
-        __m256i pairs[4];
-        fnPairUp(fnLoad(rows(k) + at), fnLoad(rows(k + 1) + at), pairs);
-        coarse.fnAdd(pairs, _mm256_set1_epi32(static_cast<int>(entry[0].pair)));
-        fine.fnAdd(pairs, _mm256_set1_epi32(static_cast<int>(entry[1].pair)));
-    }
-    if (k < list.count) {
-        __m256i pairs[4];
-        fnPairUp(fnLoad(rows(k) + at), zero, pairs);
-        coarse.fnAdd(pairs, _mm256_set1_epi32(static_cast<int>(entry->pair & 0xFFFFu)));
-        fine.fnAdd(pairs, _mm256_set1_epi32(static_cast<int>(entry->pair >> 16)));
-    }
-
-    constexpr int kCoarseShift = ContribList::kSumBits - ContribList::kCoarseBits;
-    constexpr int kFineShift =
-        ContribList::kCoarseBits + ContribList::kFineBits - ContribList::kSumBits;
-    const __m256i band = _mm256_set1_epi32(list.band);
-    const __m256i twice = _mm256_set1_epi32(2 * list.band + 1);
-    const __m256i fraction = _mm256_set1_epi32((1 << ContribList::kSumBits) - 1);
-    __m256i sums[4];
-    __m256i doubts[4];
+    Block sums(_mm256_set1_ps(list.bias));
+    for (std::int32_t k = 0; k < list.count; ++k) {
+        const float* from = rows(k) + at;
+        const __m256 weight = _mm256_broadcast_ss(&list.entries[k].rough);
 #pragma GCC unroll 4
-    for (int i = 0; i < 4; ++i) {
-        sums[i] = _mm256_add_epi32(_mm256_slli_epi32(coarse.part[i], kCoarseShift),
-                                   _mm256_srai_epi32(fine.part[i], kFineShift));
-        doubts[i] =
-            _mm256_cmpgt_epi32(twice, _mm256_and_si256(_mm256_add_epi32(sums[i], band), fraction));
-        sums[i] = _mm256_srai_epi32(sums[i], ContribList::kSumBits);
+        for (int i = 0; i < 4; ++i)
+            sums.part[i] = _mm256_fmadd_ps(_mm256_loadu_ps(from + 8 * i), weight, sums.part[i]);
     }
-    fnStore(target, fnBytesOf(sums[0], sums[1], sums[2], sums[3]));
-    const __m256i any = _mm256_or_si256(_mm256_or_si256(doubts[0], doubts[1]),
-                                        _mm256_or_si256(doubts[2], doubts[3]));
-    if (__builtin_expect(!_mm256_testz_si256(any, any), 0)) {
-        const __m256i doubt = _mm256_packs_epi16(_mm256_packs_epi32(doubts[0], doubts[1]),
-                                                 _mm256_packs_epi32(doubts[2], doubts[3]));
-        fnSettle(rows, list, at, target, doubt);
+    fnFinish(rows, list, at, target, sums);
+}
+
+/// Two blocks at once: one alone waits for each of its additions.
+template <class Rows>
+inline void fnWeigh64(const Rows& rows, const ContribList& list, std::size_t at,
+                      std::uint8_t* target) {
+    Block low(_mm256_set1_ps(list.bias));
+    Block high = low;
+    for (std::int32_t k = 0; k < list.count; ++k) {
+        const float* from = rows(k) + at;
+        const __m256 weight = _mm256_broadcast_ss(&list.entries[k].rough);
+#pragma GCC unroll 4
+        for (int i = 0; i < 4; ++i) {
+            low.part[i] = _mm256_fmadd_ps(_mm256_loadu_ps(from + 8 * i), weight, low.part[i]);
+            high.part[i] =
+                _mm256_fmadd_ps(_mm256_loadu_ps(from + 32 + 8 * i), weight, high.part[i]);
+        }
+    }
+    fnFinish(rows, list, at, target, low);
+    fnFinish(rows, list, at + 32, target + 32, high);
+}
+
+/// `count` is 32 or more.
+template <class Rows>
+inline void fnWeighAll(const Rows& rows, const ContribList& list, std::uint8_t* target,
+                       std::size_t count) {
+    std::size_t i = 0;
+    for (; i + 64 <= count; i += 64)
+        fnWeigh64(rows, list, i, target + i);
+    for (; i < count; i += 32) {
+        if (i + 32 > count)
+            i = count - 32;
+        fnWeigh32(rows, list, i, target + i);
     }
 }
 
-void fnWeighRows(const std::uint8_t* const* rows, const ContribList& list, std::uint8_t* target,
+void fnWeighRows(const float* const* rows, const ContribList& list, std::uint8_t* target,
                  std::size_t count) {
     const RowsByAddress at{rows};
-    std::size_t i = 0;
-    if (list.band != 0 && count >= 32) {
-        for (; i + 32 <= count; i += 32)
-            fnWeigh32(at, list, i, target + i);
-        if (i < count)
-            fnWeigh32(at, list, count - 32, target + count - 32);
+    if (list.doubt >= 0.0F && count >= 32) {
+        fnWeighAll(at, list, target, count);
         return;
     }
+    std::size_t i = 0;
     for (; i + 4 <= count; i += 4)
         fnExactFour(at, list, i, target + i);
     for (; i < count; ++i) {
         double sum = 0.0;
         for (std::int32_t k = 0; k < list.count; ++k)
-            sum += rows[k][i] * list.entries[k].weight;
+            sum += static_cast<double>(rows[k][i]) * list.entries[k].weight;
         sum += kFilterDust;
         target[i] = sum > 0.0 ? sum < 255.0 ? static_cast<std::uint8_t>(sum) : 255 : 0;
     }
 }
 
-void fnWeighLanes(const std::uint8_t* base, std::int32_t first, std::size_t stride,
-                  const ContribList& list, std::uint8_t* target) {
-    const RowsByPixel at{base, list.entries, first, stride};
-    if (list.band != 0) {
-        fnWeigh32(at, list, 0, target);
+void fnWeighLanes(const float* base, std::int32_t first, const ContribList& list,
+                  std::uint8_t* target, std::size_t count) {
+    const std::size_t lanes = count * kFilterLanes;
+    const RowsByPixel at{base, list.entries, first, lanes};
+    if (list.doubt >= 0.0F) {
+        fnWeighAll(at, list, target, lanes);
         return;
     }
-    for (std::size_t i = 0; i < kFilterLanes; i += 4)
+    for (std::size_t i = 0; i < lanes; i += 4)
         fnExactFour(at, list, i, target + i);
+}
+
+inline void fnStoreFloats(float* to, const std::uint8_t* bytes) {
+    const __m256i whole =
+        _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(bytes)));
+    _mm256_storeu_ps(to, _mm256_cvtepi32_ps(whole));
+}
+
+void fnBytesToFloats(const std::uint8_t* source, float* target, std::size_t count) {
+    std::size_t i = 0;
+    for (; i + 8 <= count; i += 8)
+        fnStoreFloats(target + i, source + i);
+    scalar::fnBytesToFloats(source + i, target + i, count - i);
 }
 
 /// Transposes the 16 x 16 bytes in each half. Riffling the first eight rows with the last eight
@@ -196,7 +228,7 @@ inline void fnTranspose(__m256i (&rows)[16]) {
     }
 }
 
-void fnBytesToLanes(const std::uint8_t* const* rows, std::uint8_t* target, std::size_t count) {
+void fnBytesToLanes(const std::uint8_t* const* rows, float* target, std::size_t count) {
     if (count < 16) {
         scalar::fnBytesToLanes(rows, target, count);
         return;
@@ -210,8 +242,12 @@ void fnBytesToLanes(const std::uint8_t* const* rows, std::uint8_t* target, std::
             block[r] = fnLoadPair(rows[r] + i, rows[r + 16] + i);
         fnTranspose(block);
 #pragma GCC unroll 16
-        for (std::size_t b = 0; b < 16; ++b)
-            fnStore(target + (i + b) * kFilterLanes, block[b]);
+        for (std::size_t b = 0; b < 16; ++b) {
+            alignas(32) std::uint8_t bytes[kFilterLanes];
+            fnStore(bytes, block[b]);
+            for (std::size_t r = 0; r < kFilterLanes; r += 8)
+                fnStoreFloats(target + (i + b) * kFilterLanes + r, bytes + r);
+        }
     }
 }
 
@@ -240,6 +276,7 @@ void fnLanesToBytes(const std::uint8_t* source, std::uint8_t* const* rows, std::
 void fnUseAvx2Weigh(CqKernels& table) {
     table.fnWeighRows = avx2::fnWeighRows;
     table.fnWeighLanes = avx2::fnWeighLanes;
+    table.fnBytesToFloats = avx2::fnBytesToFloats;
     table.fnBytesToLanes = avx2::fnBytesToLanes;
     table.fnLanesToBytes = avx2::fnLanesToBytes;
 }

@@ -10,9 +10,7 @@ std::uint8_t fnStoredByte(double sum) {
     return sum > 0.0 ? sum < 255.0 ? static_cast<std::uint8_t>(sum) : 255 : 0;
 }
 
-} // namespace
-
-void fnWeighRows(const std::uint8_t* const* rows, const ContribList& list, std::uint8_t* target,
+void fnWeighRows(const float* const* rows, const ContribList& list, std::uint8_t* target,
                  std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
         double sum = 0.0;
@@ -22,20 +20,26 @@ void fnWeighRows(const std::uint8_t* const* rows, const ContribList& list, std::
     }
 }
 
-void fnWeighLanes(const std::uint8_t* base, std::int32_t first, std::size_t stride,
-                  const ContribList& list, std::uint8_t* target) {
-    double sums[kFilterLanes] = {};
-    for (std::int32_t k = 0; k < list.count; ++k) {
-        const std::uint8_t* from =
-            base + static_cast<std::size_t>(list.entries[k].pixel - first) * stride;
-        for (std::size_t i = 0; i < kFilterLanes; ++i)
-            sums[i] += from[i] * list.entries[k].weight;
+void fnWeighLanes(const float* base, std::int32_t first, const ContribList& list,
+                  std::uint8_t* target, std::size_t count) {
+    for (std::size_t i = 0; i < count * kFilterLanes; ++i) {
+        double sum = 0.0;
+        for (std::int32_t k = 0; k < list.count; ++k) {
+            const auto pixel = static_cast<std::size_t>(list.entries[k].pixel - first);
+            sum += base[pixel * count * kFilterLanes + i] * list.entries[k].weight;
+        }
+        target[i] = fnStoredByte(sum);
     }
-    for (std::size_t i = 0; i < kFilterLanes; ++i)
-        target[i] = fnStoredByte(sums[i]);
 }
 
-void fnBytesToLanes(const std::uint8_t* const* rows, std::uint8_t* target, std::size_t count) {
+} // namespace
+
+void fnBytesToFloats(const std::uint8_t* source, float* target, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i)
+        target[i] = source[i];
+}
+
+void fnBytesToLanes(const std::uint8_t* const* rows, float* target, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i)
         for (std::size_t row = 0; row < kFilterLanes; ++row)
             target[i * kFilterLanes + row] = rows[row][i];
@@ -52,6 +56,7 @@ void fnLanesToBytes(const std::uint8_t* source, std::uint8_t* const* rows, std::
 void fnUseScalarWeigh(CqKernels& table) {
     table.fnWeighRows = scalar::fnWeighRows;
     table.fnWeighLanes = scalar::fnWeighLanes;
+    table.fnBytesToFloats = scalar::fnBytesToFloats;
     table.fnBytesToLanes = scalar::fnBytesToLanes;
     table.fnLanesToBytes = scalar::fnLanesToBytes;
 }
