@@ -4,26 +4,15 @@
 #include "q32Base/operations/ProgressRun.h"
 #include "q32Base/operations/Resample.h"
 
-#include <cstring>
 #include <memory>
 
 namespace q32 {
 namespace {
 
-/// Copies every pixel of a target row from source pixel (x * step) >> 8.
-template <std::size_t kBytes>
-void fnSampleRow(const unsigned char* source, unsigned char* target, std::uint32_t count,
-                 std::uint32_t step) {
-    std::uint32_t at = 0;
-    for (std::uint32_t x = 0; x < count; ++x, at += step, target += kBytes)
-        std::memcpy(target, source + static_cast<std::size_t>(at >> 8) * kBytes, kBytes);
-}
-
 /// Two pixels a byte; the low nibble behind an odd last pixel stays.
-void fnSampleNibbles(const unsigned char* source, unsigned char* target, std::uint32_t count,
-                     std::uint32_t step) {
-    std::uint32_t at = 0;
-    for (std::uint32_t x = 0; x < count; ++x, at += step) {
+void fnSampleNibbles(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
+                     std::uint32_t at, std::uint32_t step) {
+    for (std::size_t x = 0; x < count; ++x, at += step) {
         const std::uint32_t from = at >> 8;
         const unsigned byte = source[from >> 1];
         const unsigned index = from & 1 ? byte & 0x0Fu : byte >> 4;
@@ -32,21 +21,14 @@ void fnSampleNibbles(const unsigned char* source, unsigned char* target, std::ui
     }
 }
 
-using SampleRow = void (*)(const unsigned char*, unsigned char*, std::uint32_t, std::uint32_t);
-
-SampleRow fnSamplerOf(std::uint32_t bytesPerPixel) {
-    static constexpr SampleRow kSamplers[] = {fnSampleNibbles, fnSampleRow<1>, fnSampleRow<2>,
-                                              fnSampleRow<3>, fnSampleRow<4>};
-    return kSamplers[bytesPerPixel];
-}
-
 } // namespace
 
 bool fnNearestResample(const CqTileMap& source, CqTileMap& target, CqProgressDisplay* progress) {
     const ProgressRun run(progress, target.Height);
     const std::unique_ptr<unsigned char[]> from(fnNewArray<unsigned char>(source.RowBytes));
     const std::unique_ptr<unsigned char[]> to(fnNewArray<unsigned char>(target.RowBytes));
-    const SampleRow sample = fnSamplerOf(source.BytesPerPixel);
+    const CqSampleRun sample =
+        source.BitCount == 4 ? fnSampleNibbles : fnKernels().fnSample[source.BytesPerPixel - 1];
     const std::uint32_t stepX = (source.Width << 8) / target.Width;
     const std::uint32_t stepY = (source.Height << 8) / target.Height;
     const bool keepsNibble = target.BitCount == 4 && target.Width % 2 != 0;
@@ -58,7 +40,7 @@ bool fnNearestResample(const CqTileMap& source, CqTileMap& target, CqProgressDis
             source.fnFetchRow(row, from.get());
             if (keepsNibble)
                 target.fnFetchRow(y, to.get());
-            sample(from.get(), to.get(), target.Width, stepX);
+            sample(from.get(), to.get(), target.Width, 0, stepX);
             present = row;
         }
         target.fnStoreRow(y, to.get());

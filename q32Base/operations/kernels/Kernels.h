@@ -70,6 +70,11 @@ using CqInflateRun = void (*)(const std::uint8_t* source, std::uint8_t* target, 
 using CqShrinkRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                              std::size_t factor);
 
+/// Nearest sample in 24.8 fixed point: target pixel i takes source pixel (at + i * step) >> 8. No
+/// place passes 32 bits. The run of the source ends with the pixel that the last one takes.
+using CqSampleRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
+                             std::uint32_t at, std::uint32_t step);
+
 /// Sets every pixel of a run to the bytes at `pixel`, of which there are as many as a pixel has.
 using CqFillRun = void (*)(std::uint8_t* target, std::size_t count, const std::uint8_t* pixel);
 
@@ -199,6 +204,7 @@ struct CqKernels {
     // Zoom, by bytes a pixel: element 0 for one byte to element 3 for four.
     CqInflateRun fnInflate[4];
     CqShrinkRun fnShrink[4];
+    CqSampleRun fnSample[4];
 
     // Fill, by bytes a pixel: element 0 for one byte to element 3 for four. Long runs go past the
     // caches.

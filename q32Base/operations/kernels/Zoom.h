@@ -17,6 +17,9 @@ void fnInflate(const std::uint8_t* source, std::uint8_t* target, std::size_t cou
 template <std::size_t kBytes>
 void fnShrink(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
               std::size_t factor);
+template <std::size_t kBytes>
+void fnSample(const std::uint8_t* source, std::uint8_t* target, std::size_t count, std::uint32_t at,
+              std::uint32_t step);
 
 } // namespace scalar
 } // namespace q32

@@ -110,6 +110,42 @@ void fnInflate(const std::uint8_t* source, std::uint8_t* target, std::size_t cou
         fnInflateByLarge<kBytes>(source, target, count, factor, phase);
 }
 
+// Enlarging: what a store takes lies within one load. The shuffle is worked out for each store, in
+// lanes of 16 bits, one for each of its bytes.
+template <std::size_t kBytes>
+void fnSample(const std::uint8_t* source, std::uint8_t* target, std::size_t count, std::uint32_t at,
+              std::uint32_t step) {
+    constexpr std::size_t kPixels = kStorePixels<kBytes>;
+    if (step <= 256 && count * kBytes >= 16) {
+        alignas(32) std::uint16_t places[16];
+        alignas(32) std::uint16_t bytes[16];
+        for (std::size_t i = 0; i < 16; ++i) {
+            places[i] = static_cast<std::uint16_t>(i / kBytes * step);
+            bytes[i] = static_cast<std::uint16_t>(i % kBytes);
+        }
+        const __m256i place = _mm256_load_si256(reinterpret_cast<const __m256i*>(places));
+        const __m256i byte = _mm256_load_si256(reinterpret_cast<const __m256i*>(bytes));
+        const __m256i pixelBytes = _mm256_set1_epi16(kBytes);
+        const auto last = at + static_cast<std::uint32_t>(count - 1) * step;
+        const std::size_t readable = (static_cast<std::size_t>(last >> 8) + 1) * kBytes;
+        while (count * kBytes >= 16) {
+            const std::size_t from = static_cast<std::size_t>(at >> 8) * kBytes;
+            if (from + 16 > readable)
+                break;
+            const __m256i phase = _mm256_set1_epi16(static_cast<short>(at & 0xFF));
+            const __m256i pixels = _mm256_srli_epi16(_mm256_add_epi16(place, phase), 8);
+            const __m256i shuffle = _mm256_add_epi16(_mm256_mullo_epi16(pixels, pixelBytes), byte);
+            const __m128i shuffles = _mm_packus_epi16(_mm256_castsi256_si128(shuffle),
+                                                      _mm256_extracti128_si256(shuffle, 1));
+            fnStore128(target, _mm_shuffle_epi8(fnLoad128(source + from), shuffles));
+            target += kPixels * kBytes;
+            count -= kPixels;
+            at += static_cast<std::uint32_t>(kPixels) * step;
+        }
+    }
+    scalar::fnSample<kBytes>(source, target, count, at, step);
+}
+
 } // namespace
 } // namespace avx2
 
@@ -118,6 +154,10 @@ void fnUseAvx2Zoom(CqKernels& table) {
     table.fnInflate[1] = avx2::fnInflate<2>;
     table.fnInflate[2] = avx2::fnInflate<3>;
     table.fnInflate[3] = avx2::fnInflate<4>;
+    table.fnSample[0] = avx2::fnSample<1>;
+    table.fnSample[1] = avx2::fnSample<2>;
+    table.fnSample[2] = avx2::fnSample<3>;
+    table.fnSample[3] = avx2::fnSample<4>;
 }
 
 } // namespace q32

@@ -30,9 +30,17 @@ void fnShrink(const std::uint8_t* source, std::uint8_t* target, std::size_t coun
 }
 
 template <std::size_t kBytes>
+void fnSample(const std::uint8_t* source, std::uint8_t* target, std::size_t count, std::uint32_t at,
+              std::uint32_t step) {
+    for (std::size_t i = 0; i < count; ++i, at += step, target += kBytes)
+        std::memcpy(target, source + static_cast<std::size_t>(at >> 8) * kBytes, kBytes);
+}
+
+template <std::size_t kBytes>
 static void fnUseZoom(CqKernels& table) {
     table.fnInflate[kBytes - 1] = fnInflate<kBytes>;
     table.fnShrink[kBytes - 1] = fnShrink<kBytes>;
+    table.fnSample[kBytes - 1] = fnSample<kBytes>;
 }
 
 template void fnInflate<1>(const std::uint8_t*, std::uint8_t*, std::size_t, std::size_t,
@@ -47,6 +55,14 @@ template void fnShrink<1>(const std::uint8_t*, std::uint8_t*, std::size_t, std::
 template void fnShrink<2>(const std::uint8_t*, std::uint8_t*, std::size_t, std::size_t);
 template void fnShrink<3>(const std::uint8_t*, std::uint8_t*, std::size_t, std::size_t);
 template void fnShrink<4>(const std::uint8_t*, std::uint8_t*, std::size_t, std::size_t);
+template void fnSample<1>(const std::uint8_t*, std::uint8_t*, std::size_t, std::uint32_t,
+                          std::uint32_t);
+template void fnSample<2>(const std::uint8_t*, std::uint8_t*, std::size_t, std::uint32_t,
+                          std::uint32_t);
+template void fnSample<3>(const std::uint8_t*, std::uint8_t*, std::size_t, std::uint32_t,
+                          std::uint32_t);
+template void fnSample<4>(const std::uint8_t*, std::uint8_t*, std::size_t, std::uint32_t,
+                          std::uint32_t);
 
 } // namespace scalar
 

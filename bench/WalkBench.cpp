@@ -1,0 +1,104 @@
+// Pictures larger than memory: 30,000 x 30,000 pixels of 24 bits in a scratch file on the disk of
+// TMPDIR, else of /var/tmp, are turned by 90 degrees and reduced to a third. Each job runs once. To
+// see what it is about, run it where memory is short:
+//
+//     mkdir /sys/fs/cgroup/memory/walk && echo 512M >
+//     /sys/fs/cgroup/memory/walk/memory.limit_in_bytes sh -c 'echo $$ >
+//     /sys/fs/cgroup/memory/walk/cgroup.procs; exec build/release/bench/WalkBench'
+//
+// WalkBench [side]
+
+#include "platforms/posix/posix.h"
+#include "q32Base/image/CqImageTile.h"
+#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/q32Base.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace {
+
+/// Kilobytes of memory that belong to no file.
+long fnOwnMemory() {
+    std::FILE* status = std::fopen("/proc/self/status", "r");
+    long kilobytes = 0;
+    char line[128];
+    while (status && std::fgets(line, sizeof line, status))
+        if (std::sscanf(line, "RssAnon: %ld", &kilobytes) == 1)
+            break;
+    if (status)
+        std::fclose(status);
+    return kilobytes;
+}
+
+/// Looks at the memory while a job runs.
+class Watch : public CqProgressDisplay {
+public:
+    Watch() : CqProgressDisplay(false) {}
+    void fnDrawStatus(unsigned int, bool* aborted) override {
+        if (m_nCalls++ % 64 == 0)
+            m_nMost = std::max(m_nMost, fnOwnMemory());
+        *aborted = false;
+    }
+    long m_nMost = 0;
+
+private:
+    unsigned m_nCalls = 0;
+};
+
+/// Makes each tile another grey.
+void fnPaint(CqImage& image) {
+    CqImageTile tile(false);
+    for (std::uint32_t i = 0; i < image.TileCount; ++i) {
+        image.fnAccessTile(i, &tile);
+        for (std::int32_t row = 0; row < tile.Height; ++row)
+            std::memset(tile.Pixels + tile.RowBytes * static_cast<std::size_t>(row),
+                        static_cast<int>(i * 7 + static_cast<std::uint32_t>(row)), tile.RowBytes);
+    }
+}
+
+template <typename Job>
+void fnMeasure(const char* what, Job job) {
+    Watch watch;
+    const long before = fnOwnMemory();
+    const auto begin = std::chrono::steady_clock::now();
+    job(watch);
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
+    std::printf("%-28s %7.1f s   own memory +%.1f MB\n", what, time.count(),
+                static_cast<double>(std::max(0L, watch.m_nMost - before)) / 1024.0);
+    std::fflush(stdout);
+}
+
+int fnRun(unsigned int side) {
+    // Pixels lie on the disk, all of them.
+    CqVMPolicy& policy = *q32GetVMPolicy();
+    policy.fnSetRamLimit(0);
+    CqImage image(side, side, 24, nullptr, 0);
+    fnMeasure("paint", [&](Watch&) { fnPaint(image); });
+    fnMeasure("copy", [&](Watch&) { const CqImage copy(image); });
+    fnMeasure("turn by 90 degrees",
+              [&](Watch& watch) { image.fnRotate(90.0, CqColor(), nullptr, false, &watch); });
+    fnMeasure("reduce to a third",
+              [&](Watch& watch) { image.fnResample(side / 3, side / 3, true, &watch); });
+    return image.Width == side / 3 ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (!q32Attach(q32PosixPlatform()))
+        return EXIT_FAILURE;
+    int result = EXIT_FAILURE;
+    try {
+        result = fnRun(argc > 1 ? static_cast<unsigned int>(std::atoi(argv[1])) : 30000);
+    } catch (CMemoryException* error) {
+        std::fputs("no room for the pictures\n", stderr);
+        error->Delete();
+    }
+    q32Detach();
+    return result;
+}
