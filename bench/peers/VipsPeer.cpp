@@ -1,4 +1,5 @@
-// libvips, one thread, its cache of results off.
+// libvips, one worker thread, its cache of results off: look at the real time, since the worker does
+// the work.
 
 #include "Picture.h"
 
