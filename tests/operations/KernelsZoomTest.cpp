@@ -36,13 +36,15 @@ protected:
             << count << " pixels of " << bytes << " bytes, factor " << factor;
     }
 
-    void fnCheckSample(std::size_t bytes, std::size_t count, std::uint32_t at, std::uint32_t step,
+    void fnCheckSample(std::size_t bytes, std::size_t count, std::size_t at, std::size_t step,
                        std::size_t misalignment) {
         const std::size_t last = count == 0 ? 0 : (at + (count - 1) * step) >> 8;
         const Bytes content = fnRandomBytes(m_Random, count == 0 ? 0 : (last + 1) * bytes);
         const CqSourceBytes source(content, misalignment);
         CqTargetBytes target(count * bytes, m_Random() % 32);
-        m_Kernels.fnSample[bytes - 1](source.fnData(), target.fnData(), count, at, step);
+        m_Kernels.fnSample[bytes - 1](source.fnData(), target.fnData(), count,
+                                      static_cast<std::uint32_t>(at),
+                                      static_cast<std::uint32_t>(step));
         Bytes wanted;
         for (std::size_t i = 0; i < count; ++i)
             for (std::size_t k = 0; k < bytes; ++k)
@@ -84,7 +86,7 @@ TEST_P(KernelsZoom, TakesEveryNthPixelOfLongRuns) {
 
 TEST_P(KernelsZoom, SamplesInStepsOf256thsFromAnyPlace) {
     for (std::size_t bytes = 1; bytes <= 4; ++bytes) {
-        for (std::uint32_t step = 0; step <= 260; ++step)
+        for (std::size_t step = 0; step <= 260; ++step)
             for (std::size_t count = 0; count <= 40; ++count)
                 fnCheckSample(bytes, count, m_Random() % 600, step, count % 4);
         for (int i = 0; i < 60; ++i)
