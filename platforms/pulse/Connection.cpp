@@ -1,0 +1,219 @@
+#include "platforms/pulse/Connection.h"
+
+#include <memory>
+
+namespace q32::pulse {
+
+namespace {
+
+pa_usec_t fnAfter(std::chrono::milliseconds time) {
+    return pa_rtclock_now() + static_cast<pa_usec_t>(time.count()) * PA_USEC_PER_MSEC;
+}
+
+void fnDescribe(pa_proplist& properties, const char* key, const std::string& value) {
+    if (!value.empty())
+        pa_proplist_sets(&properties, key, value.c_str());
+}
+
+/// What the sink's callback gets by.
+struct SinkQuestion {
+    const std::function<void(const pa_sink_info&)>& m_Told;
+    bool m_bFound = false;
+};
+
+} // namespace
+
+Connection::Alarm::Alarm(Connection& connection)
+    : m_Connection(connection),
+      m_pEvent(pa_context_rttime_new(connection.m_pContext,
+                                     fnAfter(connection.m_Options.m_Patience), fnRing, this)) {}
+
+Connection::Alarm::~Alarm() {
+    pa_threaded_mainloop_get_api(m_Connection.m_pLoop)->time_free(m_pEvent);
+}
+
+void Connection::Alarm::fnRing(pa_mainloop_api*, pa_time_event*, const timeval*, void* alarm) {
+    auto* self = static_cast<Alarm*>(alarm);
+    self->m_bRung = true;
+    self->m_Connection.fnSignal();
+}
+
+Connection::Connection(const CqPulseOptions& options)
+    : m_Options(options), m_pLoop(pa_threaded_mainloop_new()) {
+    if (!m_pLoop)
+        return;
+    pa_threaded_mainloop_set_name(m_pLoop, "q32-pulse");
+    if (pa_threaded_mainloop_start(m_pLoop) < 0) {
+        pa_threaded_mainloop_free(m_pLoop);
+        m_pLoop = nullptr;
+    }
+}
+
+Connection::~Connection() {
+    if (!m_pLoop)
+        return;
+    {
+        const Lock lock(*this);
+        fnWatch({});
+        fnDrop();
+    }
+    pa_threaded_mainloop_stop(m_pLoop);
+    pa_threaded_mainloop_free(m_pLoop);
+}
+
+bool Connection::fnConnect() {
+    if (!m_pLoop) {
+        fnFail("The sound thread can't be started");
+        return false;
+    }
+    if (m_pContext && !PA_CONTEXT_IS_GOOD(pa_context_get_state(m_pContext)))
+        fnDrop();
+    if (!m_pContext && !fnBegin())
+        return false;
+    // Another thread may find the same attempt failed before this one wakes, and begin anew.
+    const pa_context* const mine = m_pContext;
+    const bool answered = fnWait([&] {
+        if (m_pContext != mine)
+            return true;
+        const pa_context_state_t state = pa_context_get_state(m_pContext);
+        return state == PA_CONTEXT_READY || !PA_CONTEXT_IS_GOOD(state);
+    });
+    if (!answered && m_pContext == mine) {
+        fnFail("The sound server doesn't answer");
+        fnDrop();
+    }
+    return fnGetContext() != nullptr;
+}
+
+pa_context* Connection::fnGetContext() const {
+    return m_pContext && pa_context_get_state(m_pContext) == PA_CONTEXT_READY ? m_pContext
+                                                                              : nullptr;
+}
+
+bool Connection::fnBegin() {
+    const std::unique_ptr<pa_proplist, decltype(&pa_proplist_free)> properties(pa_proplist_new(),
+                                                                               pa_proplist_free);
+    fnDescribe(*properties, PA_PROP_APPLICATION_NAME, m_Options.m_szApplication);
+    fnDescribe(*properties, PA_PROP_APPLICATION_ICON_NAME, m_Options.m_szIcon);
+    m_pContext = pa_context_new_with_proplist(pa_threaded_mainloop_get_api(m_pLoop), nullptr,
+                                              properties.get());
+    if (!m_pContext)
+        return false;
+    pa_context_set_state_callback(m_pContext, fnOnState, this);
+    const char* server = m_Options.m_szServer.empty() ? nullptr : m_Options.m_szServer.c_str();
+    if (pa_context_connect(m_pContext, server, PA_CONTEXT_NOAUTOSPAWN, nullptr) >= 0)
+        return true;
+    fnFail();
+    fnDrop();
+    return false;
+}
+
+void Connection::fnDrop() {
+    if (!m_pContext)
+        return;
+    pa_context_set_state_callback(m_pContext, nullptr, nullptr);
+    pa_context_set_subscribe_callback(m_pContext, nullptr, nullptr);
+    pa_context_disconnect(m_pContext);
+    pa_context_unref(m_pContext);
+    m_pContext = nullptr;
+    fnSignal();
+}
+
+void Connection::fnOnState(pa_context* context, void* self) {
+    auto* connection = static_cast<Connection*>(self);
+    const pa_context_state_t state = pa_context_get_state(context);
+    if (state == PA_CONTEXT_READY && connection->m_Changed)
+        connection->fnSubscribe();
+    if (!PA_CONTEXT_IS_GOOD(state)) {
+        connection->fnFail();
+        if (connection->m_Changed)
+            connection->fnSeekLater();
+    }
+    connection->fnSignal();
+}
+
+void Connection::fnWatch(std::function<void()> changed) {
+    m_Changed = std::move(changed);
+    if (m_Changed && fnGetContext())
+        fnSubscribe();
+    if (!m_Changed && m_pRetry) {
+        pa_threaded_mainloop_get_api(m_pLoop)->time_free(m_pRetry);
+        m_pRetry = nullptr;
+    }
+}
+
+void Connection::fnSubscribe() {
+    pa_context_set_subscribe_callback(
+        m_pContext,
+        [](pa_context*, pa_subscription_event_type_t, std::uint32_t, void* self) {
+            const auto* connection = static_cast<Connection*>(self);
+            if (connection->m_Changed)
+                connection->m_Changed();
+        },
+        this);
+    constexpr auto kWhat = static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SINK |
+                                                               PA_SUBSCRIPTION_MASK_SERVER);
+    if (pa_operation* operation = pa_context_subscribe(m_pContext, kWhat, nullptr, nullptr))
+        pa_operation_unref(operation);
+    m_Changed();
+}
+
+void Connection::fnSeekLater() {
+    const pa_usec_t when = fnAfter(m_Options.m_Retry);
+    if (m_pRetry)
+        pa_context_rttime_restart(m_pContext, m_pRetry, when);
+    else
+        m_pRetry = pa_context_rttime_new(m_pContext, when, fnOnRetry, this);
+}
+
+void Connection::fnOnRetry(pa_mainloop_api*, pa_time_event*, const timeval*, void* self) {
+    auto* connection = static_cast<Connection*>(self);
+    if (connection->m_pContext && PA_CONTEXT_IS_GOOD(pa_context_get_state(connection->m_pContext)))
+        return;
+    connection->fnDrop();
+    connection->fnBegin();
+}
+
+bool Connection::fnFinish(pa_operation* operation) {
+    if (!operation) {
+        fnFail();
+        return false;
+    }
+    pa_operation_set_state_callback(
+        operation, [](pa_operation*, void* self) { static_cast<Connection*>(self)->fnSignal(); },
+        this);
+    fnWait([&] { return pa_operation_get_state(operation) != PA_OPERATION_RUNNING; });
+    const bool done = pa_operation_get_state(operation) == PA_OPERATION_DONE;
+    pa_operation_set_state_callback(operation, nullptr, nullptr);
+    pa_operation_cancel(operation);
+    pa_operation_unref(operation);
+    if (!done)
+        fnFail("The sound server doesn't answer");
+    return done;
+}
+
+bool Connection::fnAskSink(const std::function<void(const pa_sink_info&)>& told) {
+    if (!fnConnect())
+        return false;
+    SinkQuestion question{told};
+    const bool answered = fnFinish(pa_context_get_sink_info_by_name(
+        m_pContext, "@DEFAULT_SINK@",
+        [](pa_context*, const pa_sink_info* sink, int, void* data) {
+            if (!sink)
+                return;
+            auto* asked = static_cast<SinkQuestion*>(data);
+            asked->m_bFound = true;
+            if (asked->m_Told)
+                asked->m_Told(*sink);
+        },
+        &question));
+    if (answered && !question.m_bFound)
+        fnFail("The sound server has no output");
+    return question.m_bFound;
+}
+
+void Connection::fnFail() {
+    fnFail(m_pContext ? pa_strerror(pa_context_errno(m_pContext)) : "Out of memory");
+}
+
+} // namespace q32::pulse

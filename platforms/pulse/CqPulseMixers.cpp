@@ -1,0 +1,261 @@
+#include "platforms/pulse/CqPulseMixers.h"
+
+#include "platforms/posix/Descriptor.h"
+#include "platforms/pulse/Connection.h"
+#include "platforms/pulse/SinkVolume.h"
+
+#include <algorithm>
+#include <optional>
+#include <sys/eventfd.h>
+#include <utility>
+#include <vector>
+
+using namespace q32::pulse;
+using q32::posix::Descriptor;
+
+namespace {
+
+constexpr std::uint32_t kLine = 1;
+constexpr std::uint32_t kChannels = 2;
+
+constexpr std::uint32_t kVolume = 1;
+constexpr std::uint32_t kMute = 2;
+constexpr std::uint32_t kControls[] = {kVolume, kMute}; ///< in the order of telling
+
+} // namespace
+
+/// All that mixers share with the connection's thread. The connection's lock guards it.
+struct CqPulseMixers::State {
+    /// What a mixer has to be told. It outlives the mixer by a report.
+    struct Open {
+        const Changed m_Changed;
+        bool m_bPending[std::size(kControls)] = {};
+        bool m_bClosed = false;
+    };
+
+    explicit State(std::shared_ptr<Connection> connection)
+        : m_pConnection(std::move(connection)), m_Event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+    ~State() {
+        const Connection::Lock lock(*m_pConnection);
+        m_pConnection->fnWatch({});
+        fnForgetRead();
+    }
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+
+    const std::shared_ptr<Connection> m_pConnection;
+    const Descriptor m_Event;
+    std::vector<std::shared_ptr<Open>> m_Open;
+    std::optional<Levels> m_Known; ///< as last compared
+    pa_operation* m_pRead = nullptr;
+    bool m_bReadAgain = false; ///< something happened after the read had begun
+
+    void fnRead();
+    void fnForgetRead() {
+        if (pa_operation* read = std::exchange(m_pRead, nullptr)) {
+            pa_operation_cancel(read);
+            pa_operation_unref(read);
+        }
+    }
+    void fnCompare(const Levels& levels);
+    bool fnAsk(const std::function<void(const pa_sink_info&)>& told) {
+        const Connection::Lock lock(*m_pConnection);
+        return m_pConnection->fnAskSink(told);
+    }
+};
+
+/// Begins to read the sink's levels. On the connection's thread, or with its lock held.
+void CqPulseMixers::State::fnRead() {
+    // One that was under way when a connection ended never comes to its end.
+    if (m_pRead && pa_operation_get_state(m_pRead) == PA_OPERATION_RUNNING) {
+        m_bReadAgain = true;
+        return;
+    }
+    fnForgetRead();
+    m_bReadAgain = false;
+    m_pRead = pa_context_get_sink_info_by_name(
+        m_pConnection->fnGetContext(), "@DEFAULT_SINK@",
+        [](pa_context*, const pa_sink_info* sink, int end, void* data) {
+            auto* state = static_cast<State*>(data);
+            if (sink)
+                state->fnCompare(fnReadLevels(sink->volume, sink->channel_map, sink->mute != 0));
+            if (end == 0)
+                return;
+            state->fnForgetRead();
+            if (state->m_bReadAgain)
+                state->fnRead();
+        },
+        this);
+}
+
+void CqPulseMixers::State::fnCompare(const Levels& levels) {
+    const Levels known = std::exchange(m_Known, levels).value_or(levels);
+    const bool changed[] = {known.m_nLeft != levels.m_nLeft || known.m_nRight != levels.m_nRight,
+                            known.m_bMute != levels.m_bMute};
+    static_assert(std::size(changed) == std::size(kControls));
+    if (!changed[0] && !changed[1])
+        return;
+    for (const std::shared_ptr<Open>& open : m_Open)
+        for (std::size_t i = 0; i < std::size(changed); ++i)
+            open->m_bPending[i] = open->m_bPending[i] || changed[i];
+    ::eventfd_write(m_Event.fnGet(), 1);
+}
+
+class CqPulseMixers::Mixer final : public CqMixer {
+public:
+    Mixer(std::shared_ptr<State> state, std::shared_ptr<State::Open> open)
+        : m_pState(std::move(state)), m_pOpen(std::move(open)) {}
+    ~Mixer() override {
+        const Connection::Lock lock(*m_pState->m_pConnection);
+        m_pOpen->m_bClosed = true;
+        std::erase(m_pState->m_Open, m_pOpen);
+    }
+
+    bool fnFindSpeakerLine(CqMixerLine& line) override {
+        return fnGuard(false, [&] {
+            if (!m_pState->fnAsk({}))
+                return false;
+            line = {kLine, kChannels, std::size(kControls)};
+            return true;
+        });
+    }
+
+    bool fnFindControl(std::uint32_t lineId, CQ_MIXER_CONTROL type, std::uint32_t& id) override {
+        const bool volume = type == CQ_MIXER_CONTROL::VOLUME;
+        if (lineId != kLine || (!volume && type != CQ_MIXER_CONTROL::MUTE))
+            return false;
+        id = volume ? kVolume : kMute;
+        return true;
+    }
+
+    bool fnGetValues(std::uint32_t control, std::uint32_t channels,
+                     std::vector<std::uint32_t>& values) override {
+        return fnGuard(false, [&] {
+            Levels levels;
+            if (!fnIsKnown(control, channels) || values.empty() ||
+                !m_pState->fnAsk([&](const pa_sink_info& sink) {
+                    levels = fnReadLevels(sink.volume, sink.channel_map, sink.mute != 0);
+                }))
+                return false;
+            const bool pair = channels == kChannels && control == kVolume && !levels.m_bMono;
+            values.resize(pair ? std::min<std::size_t>(values.size(), 2) : 1);
+            values[0] = control == kMute ? std::uint32_t{levels.m_bMute} : levels.m_nLeft;
+            if (values.size() == 2)
+                values[1] = levels.m_nRight;
+            return true;
+        });
+    }
+
+    bool fnSetValues(std::uint32_t control, std::uint32_t channels,
+                     const std::vector<std::uint32_t>& values) override {
+        const std::uint32_t most = control == kMute ? 1 : 0xFFFF;
+        if (!fnIsKnown(control, channels) || values.empty() ||
+            std::any_of(values.begin(), values.end(), [&](auto value) { return value > most; }))
+            return false;
+        const std::uint32_t left = values[0];
+        const std::uint32_t right = channels == kChannels && values.size() > 1 ? values[1] : left;
+        return fnGuard(false, [&] {
+            return control == kMute ? fnSetMute(left != 0) : fnSetVolume(left, right);
+        });
+    }
+
+private:
+    static bool fnIsKnown(std::uint32_t control, std::uint32_t channels) {
+        return (control == kVolume || control == kMute) && (channels == 1 || channels == kChannels);
+    }
+
+    // Both wait for the server, so that what is read next is what was set.
+    bool fnSetMute(bool mute) {
+        Connection& connection = *m_pState->m_pConnection;
+        const Connection::Lock lock(connection);
+        return connection.fnConnect() && fnSet([&](pa_context* context, auto done, bool& success) {
+                   return pa_context_set_sink_mute_by_name(context, "@DEFAULT_SINK@", mute, done,
+                                                           &success);
+               });
+    }
+    bool fnSetVolume(std::uint32_t left, std::uint32_t right) {
+        Connection& connection = *m_pState->m_pConnection;
+        const Connection::Lock lock(connection);
+        std::uint32_t index = PA_INVALID_INDEX;
+        pa_cvolume wanted;
+        return connection.fnAskSink([&](const pa_sink_info& sink) {
+            index = sink.index;
+            wanted = fnSetLevels(sink.volume, sink.channel_map, left, right);
+        }) && fnSet([&](pa_context* context, auto done, bool& success) {
+                   return pa_context_set_sink_volume_by_index(context, index, &wanted, done,
+                                                              &success);
+               });
+    }
+    template <typename Begin>
+    bool fnSet(Begin begin) {
+        Connection& connection = *m_pState->m_pConnection;
+        bool success = false;
+        pa_context_success_cb_t done = [](pa_context*, int result, void* told) {
+            *static_cast<bool*>(told) = result != 0;
+        };
+        if (!connection.fnFinish(begin(connection.fnGetContext(), done, success)))
+            return false;
+        if (!success)
+            connection.fnFail();
+        return success;
+    }
+
+    const std::shared_ptr<State> m_pState;
+    const std::shared_ptr<State::Open> m_pOpen;
+};
+
+CqPulseMixers::CqPulseMixers(std::shared_ptr<Connection> connection)
+    : m_pState(std::make_shared<State>(std::move(connection))) {}
+
+CqPulseMixers::~CqPulseMixers() = default;
+
+int CqPulseMixers::fnGetDescriptor() const {
+    return m_pState->m_Event.fnGet();
+}
+
+std::size_t CqPulseMixers::fnPump() {
+    return fnGuard(std::size_t{0}, [&] {
+        const std::shared_ptr<State> state = m_pState; // a report may end the service
+        std::vector<std::shared_ptr<State::Open>> mixers;
+        {
+            const Connection::Lock lock(*state->m_pConnection);
+            mixers = state->m_Open;
+            eventfd_t ignored = 0;
+            ::eventfd_read(state->m_Event.fnGet(), &ignored);
+        }
+        std::size_t told = 0;
+        for (const std::shared_ptr<State::Open>& open : mixers) {
+            for (std::size_t i = 0; i < std::size(kControls); ++i) {
+                {
+                    const Connection::Lock lock(*state->m_pConnection);
+                    if (open->m_bClosed || !std::exchange(open->m_bPending[i], false))
+                        continue;
+                }
+                ++told;
+                if (open->m_Changed)
+                    open->m_Changed(kControls[i]);
+            }
+        }
+        return told;
+    });
+}
+
+std::uint32_t CqPulseMixers::fnGetCount() {
+    return fnGuard(0u, [&] { return m_pState->fnAsk({}) ? 1u : 0u; });
+}
+
+std::unique_ptr<CqMixer> CqPulseMixers::fnOpen(std::uint32_t index, Changed changed) {
+    return fnGuard(std::unique_ptr<CqMixer>(), [&]() -> std::unique_ptr<CqMixer> {
+        const Connection::Lock lock(*m_pState->m_pConnection);
+        if (index != 0 || !m_pState->m_Event || !m_pState->m_pConnection->fnConnect())
+            return nullptr;
+        m_pState->m_pConnection->fnWatch([state = m_pState.get()] { state->fnRead(); });
+        if (!m_pState->m_pConnection->fnAskSink([&](const pa_sink_info& sink) {
+                m_pState->fnCompare(fnReadLevels(sink.volume, sink.channel_map, sink.mute != 0));
+            }))
+            return nullptr;
+        auto open = std::make_shared<State::Open>(State::Open{std::move(changed)});
+        m_pState->m_Open.push_back(open);
+        return std::make_unique<Mixer>(m_pState, std::move(open));
+    });
+}

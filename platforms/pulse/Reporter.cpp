@@ -1,0 +1,76 @@
+#include "platforms/pulse/Reporter.h"
+
+#include "platforms/pulse/Voice.h"
+
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+namespace q32::pulse {
+
+struct Reporter::State {
+    std::mutex m_Lock;
+    std::condition_variable m_Changed;
+    Jobs m_Jobs;
+    const Voice* m_pTold = nullptr; ///< whose report runs
+    bool m_bStop = false;
+    std::thread m_Thread;
+
+    void fnRun() {
+        std::unique_lock lock(m_Lock);
+        for (;;) {
+            m_Changed.wait(lock, [&] { return m_bStop || !m_Jobs.empty(); });
+            if (m_bStop)
+                return;
+            Jobs job;
+            job.splice(job.begin(), m_Jobs, m_Jobs.begin());
+            m_pTold = job.front().m_pVoice.get();
+            lock.unlock();
+            m_pTold->m_Done(*job.front().m_pHeader);
+            lock.lock();
+            m_pTold = nullptr;
+            m_Changed.notify_all();
+            // The voice goes with its last report, and may take this thread's owner with it.
+            lock.unlock();
+            job.clear();
+            lock.lock();
+        }
+    }
+};
+
+Reporter::Reporter() : m_pState(std::make_shared<State>()) {
+    m_pState->m_Thread = std::thread([state = m_pState] { state->fnRun(); });
+}
+
+Reporter::~Reporter() {
+    {
+        const std::lock_guard lock(m_pState->m_Lock);
+        m_pState->m_bStop = true;
+        m_pState->m_Changed.notify_all();
+    }
+    if (m_pState->m_Thread.get_id() == std::this_thread::get_id())
+        m_pState->m_Thread.detach();
+    else
+        m_pState->m_Thread.join();
+}
+
+void Reporter::fnPost(Jobs& jobs) {
+    const std::lock_guard lock(m_pState->m_Lock);
+    m_pState->m_Jobs.splice(m_pState->m_Jobs.end(), jobs);
+    m_pState->m_Changed.notify_all();
+}
+
+void Reporter::fnForget(const Voice& voice) {
+    Jobs dropped; // goes after the lock
+    std::unique_lock lock(m_pState->m_Lock);
+    for (auto job = m_pState->m_Jobs.begin(); job != m_pState->m_Jobs.end();) {
+        const auto next = std::next(job);
+        if (job->m_pVoice.get() == &voice)
+            dropped.splice(dropped.end(), m_pState->m_Jobs, job);
+        job = next;
+    }
+    if (m_pState->m_Thread.get_id() != std::this_thread::get_id())
+        m_pState->m_Changed.wait(lock, [&] { return m_pState->m_pTold != &voice; });
+}
+
+} // namespace q32::pulse

@@ -1,0 +1,242 @@
+#include "platforms/pulse/Voice.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace q32::pulse {
+
+namespace {
+
+// The published flags of a block.
+constexpr DWORD kDone = 1;
+constexpr DWORD kPrepared = 2;
+constexpr DWORD kLoop = 4 | 8;
+constexpr DWORD kInQueue = 0x10;
+constexpr DWORD kForEver = 0xFFFFFFFFu;
+
+/// Bytes that never run out.
+constexpr std::uint64_t kEndless = UINT64_MAX;
+
+} // namespace
+
+Voice::Voice(std::shared_ptr<Connection> connection, std::shared_ptr<Reporter> reporter,
+             const pa_sample_spec& spec, CqWaveOutService::Done done)
+    : m_pConnection(std::move(connection)), m_pReporter(std::move(reporter)), m_Spec(spec),
+      m_Done(std::move(done)) {}
+
+bool Voice::fnPrepare(WAVEHDR& header) {
+    const Connection::Lock lock(*m_pConnection);
+    if (!header.lpData)
+        return false;
+    m_Prepared.insert(&header);
+    header.dwFlags |= kPrepared;
+    return true;
+}
+
+bool Voice::fnUnprepare(WAVEHDR& header) {
+    const Connection::Lock lock(*m_pConnection);
+    if (m_pPlaying == &header || m_Prepared.erase(&header) == 0)
+        return false;
+    header.dwFlags &= ~kPrepared;
+    return true;
+}
+
+bool Voice::fnWrite(const std::shared_ptr<Voice>& self, WAVEHDR& header) {
+    const Connection::Lock lock(*m_pConnection);
+    if (m_pPlaying || !m_Prepared.contains(&header))
+        return false;
+    m_Job = {{self, &header}};
+    const bool loops = (header.dwFlags & kLoop) == kLoop;
+    m_nLength = header.dwBufferLength - header.dwBufferLength % pa_frame_size(&m_Spec);
+    m_nTotal = m_nLength * (loops ? header.dwLoops : 1);
+    if (m_nLength != 0 && loops && header.dwLoops == kForEver)
+        m_nTotal = kEndless;
+    m_nPlaced = 0;
+    header.dwFlags = (header.dwFlags & ~kDone) | kInQueue;
+    m_pPlaying = &header;
+    if (m_nTotal == 0)
+        fnEnd();
+    else if (!fnStart())
+        return false;
+    return true;
+}
+
+/// Hands the block to the server. On failure it is no longer the playing one.
+bool Voice::fnStart() {
+    m_bStarted = false;
+    if (m_pConnection->fnConnect() && !m_bClosed && fnOpenStream()) {
+        // It may have played out by the time that this thread wakes.
+        const bool answered =
+            m_pConnection->fnWait([&] { return m_bStarted || !m_pStream || m_bClosed; });
+        if (!answered)
+            m_pConnection->fnFail("The sound server doesn't start to play");
+    }
+    if (m_bStarted)
+        return true;
+    fnDropStream();
+    m_Job.clear();
+    if (WAVEHDR* header = std::exchange(m_pPlaying, nullptr))
+        header->dwFlags &= ~kInQueue;
+    return false;
+}
+
+bool Voice::fnOpenStream() {
+    const CqPulseOptions& options = m_pConnection->fnGetOptions();
+    pa_proplist* properties = pa_proplist_new();
+    pa_proplist_sets(properties, PA_PROP_MEDIA_ROLE, options.m_szRole.c_str());
+    m_pStream = pa_stream_new_with_proplist(
+        m_pConnection->fnGetContext(), options.m_szStream.c_str(), &m_Spec, nullptr, properties);
+    pa_proplist_free(properties);
+    if (!m_pStream) {
+        m_pConnection->fnFail();
+        return false;
+    }
+    pa_stream_set_state_callback(
+        m_pStream,
+        [](pa_stream* stream, void* self) {
+            auto* voice = static_cast<Voice*>(self);
+            const pa_stream_state_t state = pa_stream_get_state(stream);
+            if (state == PA_STREAM_READY)
+                voice->m_bStarted = true;
+            else if (!PA_STREAM_IS_GOOD(state)) {
+                voice->m_pConnection->fnFail();
+                voice->m_bStarted ? voice->fnEnd() : voice->fnDropStream();
+            }
+            voice->m_pConnection->fnSignal();
+        },
+        this);
+    pa_stream_set_write_callback(
+        m_pStream,
+        [](pa_stream*, std::size_t room, void* self) { static_cast<Voice*>(self)->fnFeed(room); },
+        this);
+    pa_buffer_attr sizes;
+    std::memset(&sizes, 0xFF, sizeof sizes); // the server's choice
+    const auto latency = static_cast<pa_usec_t>(options.m_Latency.count()) * PA_USEC_PER_MSEC;
+    sizes.tlength = static_cast<std::uint32_t>(pa_usec_to_bytes(latency, &m_Spec));
+    const int flags = PA_STREAM_ADJUST_LATENCY | PA_STREAM_AUTO_TIMING_UPDATE |
+                      PA_STREAM_INTERPOLATE_TIMING |
+                      (m_bPaused ? PA_STREAM_START_CORKED : PA_STREAM_NOFLAGS);
+    const int result = pa_stream_connect_playback(
+        m_pStream, nullptr, &sizes, static_cast<pa_stream_flags_t>(flags), nullptr, nullptr);
+    if (result < 0)
+        m_pConnection->fnFail();
+    return result >= 0;
+}
+
+/// Gives the server as much as it has room for. On the loop's thread.
+void Voice::fnFeed(std::size_t room) {
+    const std::size_t frame = pa_frame_size(&m_Spec);
+    while (m_nPlaced < m_nTotal && room >= frame) {
+        void* place = nullptr;
+        std::size_t bytes = room;
+        if (pa_stream_begin_write(m_pStream, &place, &bytes) < 0) {
+            fnEnd();
+            return;
+        }
+        bytes =
+            static_cast<std::size_t>(std::min<std::uint64_t>({bytes, room, m_nTotal - m_nPlaced}));
+        bytes -= bytes % frame;
+        fnFill(place, bytes);
+        if (pa_stream_write(m_pStream, place, bytes, nullptr, 0, PA_SEEK_RELATIVE) < 0) {
+            fnEnd();
+            return;
+        }
+        m_nPlaced += bytes;
+        room -= bytes;
+    }
+    if (m_nPlaced == m_nTotal && !m_pDrain)
+        fnDrain();
+}
+
+/// The next bytes of the block, which begins anew where it ends.
+void Voice::fnFill(void* room, std::size_t bytes) const {
+    auto* place = static_cast<char*>(room);
+    std::uint64_t from = m_nPlaced % m_nLength;
+    while (bytes != 0) {
+        const auto piece =
+            static_cast<std::size_t>(std::min<std::uint64_t>(bytes, m_nLength - from));
+        std::memcpy(place, m_pPlaying->lpData + from, piece);
+        place += piece;
+        bytes -= piece;
+        from = 0;
+    }
+}
+
+/// Asks to be told when the last byte has been heard.
+void Voice::fnDrain() {
+    m_pDrain = pa_stream_drain(
+        m_pStream, [](pa_stream*, int, void* self) { static_cast<Voice*>(self)->fnEnd(); }, this);
+    if (!m_pDrain)
+        fnEnd();
+}
+
+/// Gives the block back and has that reported. The lock is held.
+void Voice::fnEnd() {
+    fnDropStream();
+    WAVEHDR* header = std::exchange(m_pPlaying, nullptr);
+    header->dwFlags = (header->dwFlags & ~kInQueue) | kDone;
+    m_pReporter->fnPost(m_Job);
+}
+
+/// Takes the stream away from the server, which falls silent, and from its callbacks.
+void Voice::fnDropStream() {
+    if (pa_operation* drain = std::exchange(m_pDrain, nullptr)) {
+        pa_operation_cancel(drain);
+        pa_operation_unref(drain);
+    }
+    if (pa_stream* stream = std::exchange(m_pStream, nullptr)) {
+        pa_stream_set_state_callback(stream, nullptr, nullptr);
+        pa_stream_set_write_callback(stream, nullptr, nullptr);
+        pa_stream_disconnect(stream);
+        pa_stream_unref(stream);
+    }
+}
+
+bool Voice::fnSetPaused(bool paused) {
+    const Connection::Lock lock(*m_pConnection);
+    m_bPaused = paused;
+    return !m_pStream || fnCork();
+}
+
+bool Voice::fnCork() {
+    pa_operation* operation = pa_stream_cork(m_pStream, m_bPaused, nullptr, nullptr);
+    if (!operation) {
+        m_pConnection->fnFail();
+        return false;
+    }
+    pa_operation_unref(operation);
+    return true;
+}
+
+void Voice::fnReset() {
+    const Connection::Lock lock(*m_pConnection);
+    m_bPaused = false;
+    if (m_pPlaying)
+        fnEnd();
+}
+
+void Voice::fnClose() {
+    {
+        const Connection::Lock lock(*m_pConnection);
+        m_bClosed = true;
+        fnDropStream();
+        m_pPlaying = nullptr;
+        m_Job.clear();
+        m_pConnection->fnSignal();
+    }
+    m_pReporter->fnForget(*this);
+}
+
+bool Voice::fnTellPosition(std::uint64_t& bytes) const {
+    if (!m_pPlaying)
+        return false;
+    pa_usec_t time = 0;
+    // Before the first answer about timing nothing has been heard.
+    if (!m_pStream || pa_stream_get_time(m_pStream, &time) < 0)
+        time = 0;
+    bytes = std::min<std::uint64_t>(pa_usec_to_bytes(time, &m_Spec), m_nTotal - 1) % m_nLength;
+    return true;
+}
+
+} // namespace q32::pulse

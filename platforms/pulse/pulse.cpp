@@ -1,0 +1,9 @@
+#include "platforms/pulse/pulse.h"
+
+#include "platforms/pulse/Connection.h"
+
+CqPulse q32Pulse(const CqPulseOptions& options) {
+    const auto connection = std::make_shared<q32::pulse::Connection>(options);
+    return {std::make_shared<CqPulseWaveOut>(connection),
+            std::make_shared<CqPulseMixers>(connection)};
+}

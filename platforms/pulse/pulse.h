@@ -1,0 +1,25 @@
+/// @file
+/// The sound back end over libpulse, for PulseAudio and for PipeWire's server of the same protocol:
+///
+///     CqPulse sound = q32Pulse({.m_szApplication = "Player"});
+///     CqPlatform platform = q32PosixPlatform();
+///     platform.m_pWaveOut = sound.m_pWaveOut;
+///     platform.m_pMixers = sound.m_pMixers;
+#pragma once
+
+#include "platforms/pulse/CqPulseMixers.h"
+#include "platforms/pulse/CqPulseWaveOut.h"
+#include "platforms/pulse/PulseOptions.h"
+#include "q32Base/platform/Export.h"
+
+#include <memory>
+
+/// Both sound services, over one connection.
+struct CqPulse {
+    std::shared_ptr<CqPulseWaveOut> m_pWaveOut;
+    std::shared_ptr<CqPulseMixers> m_pMixers;
+};
+
+/// Makes the services. The server is looked for when it is first needed, and again at each call for
+/// as long as it isn't there. Throws std::bad_alloc.
+Q32_API CqPulse q32Pulse(const CqPulseOptions& options = {});
