@@ -55,16 +55,21 @@ bool Voice::fnWrite(const std::shared_ptr<Voice>& self, WAVEHDR& header) {
     m_nPlaced = 0;
     header.dwFlags = (header.dwFlags & ~kDone) | kInQueue;
     m_pPlaying = &header;
+    m_bStarted = false;
     if (m_nTotal == 0)
         fnEnd();
-    else if (!fnStart())
+    else if (!m_bPaused && !fnStart()) {
+        // Nobody has been told of it, and nobody shall be.
+        m_Job.clear();
+        if (std::exchange(m_pPlaying, nullptr))
+            header.dwFlags &= ~kInQueue;
         return false;
+    }
     return true;
 }
 
-/// Hands the block to the server. On failure it is no longer the playing one.
+/// Hands the block to the server.
 bool Voice::fnStart() {
-    m_bStarted = false;
     if (m_pConnection->fnConnect() && !m_bClosed && fnOpenStream()) {
         // It may have played out by the time that this thread wakes.
         const bool answered =
@@ -72,13 +77,9 @@ bool Voice::fnStart() {
         if (!answered)
             m_pConnection->fnFail("The sound server doesn't start to play");
     }
-    if (m_bStarted)
-        return true;
-    fnDropStream();
-    m_Job.clear();
-    if (WAVEHDR* header = std::exchange(m_pPlaying, nullptr))
-        header->dwFlags &= ~kInQueue;
-    return false;
+    if (!m_bStarted)
+        fnDropStream();
+    return m_bStarted;
 }
 
 bool Voice::fnOpenStream() {
@@ -114,11 +115,10 @@ bool Voice::fnOpenStream() {
     std::memset(&sizes, 0xFF, sizeof sizes); // the server's choice
     const auto latency = static_cast<pa_usec_t>(options.m_Latency.count()) * PA_USEC_PER_MSEC;
     sizes.tlength = static_cast<std::uint32_t>(pa_usec_to_bytes(latency, &m_Spec));
-    const int flags = PA_STREAM_ADJUST_LATENCY | PA_STREAM_AUTO_TIMING_UPDATE |
-                      PA_STREAM_INTERPOLATE_TIMING |
-                      (m_bPaused ? PA_STREAM_START_CORKED : PA_STREAM_NOFLAGS);
-    const int result = pa_stream_connect_playback(
-        m_pStream, nullptr, &sizes, static_cast<pa_stream_flags_t>(flags), nullptr, nullptr);
+    constexpr auto kFlags = static_cast<pa_stream_flags_t>(
+        PA_STREAM_ADJUST_LATENCY | PA_STREAM_AUTO_TIMING_UPDATE | PA_STREAM_INTERPOLATE_TIMING);
+    const int result =
+        pa_stream_connect_playback(m_pStream, nullptr, &sizes, kFlags, nullptr, nullptr);
     if (result < 0)
         m_pConnection->fnFail();
     return result >= 0;
@@ -195,17 +195,24 @@ void Voice::fnDropStream() {
 
 bool Voice::fnSetPaused(bool paused) {
     const Connection::Lock lock(*m_pConnection);
+    if (m_pStream)
+        return fnCork(paused);
     m_bPaused = paused;
-    return !m_pStream || fnCork();
+    // A block that was written in the pause. It isn't handed over corked at once, since such a
+    // stream tells a time that runs.
+    if (!paused && m_pPlaying && !fnStart())
+        m_bPaused = true;
+    return m_bPaused == paused;
 }
 
-bool Voice::fnCork() {
-    pa_operation* operation = pa_stream_cork(m_pStream, m_bPaused, nullptr, nullptr);
+bool Voice::fnCork(bool cork) {
+    pa_operation* operation = pa_stream_cork(m_pStream, cork, nullptr, nullptr);
     if (!operation) {
         m_pConnection->fnFail();
         return false;
     }
     pa_operation_unref(operation);
+    m_bPaused = cork;
     return true;
 }
 
@@ -235,7 +242,9 @@ bool Voice::fnTellPosition(std::uint64_t& bytes) const {
     // Before the first answer about timing nothing has been heard.
     if (!m_pStream || pa_stream_get_time(m_pStream, &time) < 0)
         time = 0;
-    bytes = std::min<std::uint64_t>(pa_usec_to_bytes(time, &m_Spec), m_nTotal - 1) % m_nLength;
+    // The time is interpolated, and may run ahead a little.
+    const std::uint64_t heard = std::min<std::uint64_t>(pa_usec_to_bytes(time, &m_Spec), m_nPlaced);
+    bytes = std::min(heard, m_nTotal - 1) % m_nLength;
     return true;
 }
 

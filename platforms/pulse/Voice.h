@@ -43,7 +43,7 @@ private:
     void fnDrain();
     void fnEnd();
     void fnDropStream();
-    bool fnCork();
+    bool fnCork(bool cork);
 
     std::set<const WAVEHDR*> m_Prepared;
     Reporter::Jobs m_Job; ///< the report of the block that plays

@@ -1,0 +1,268 @@
+#include "tests/platforms/PulseWorld.h"
+
+#include <algorithm>
+#include <chrono>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+class PulsePlay : public PulseTest {
+protected:
+    /// Waits for silence behind what was heard, and gives it.
+    std::string fnHear() {
+        m_Recorder.fnWaitForMore(150 * kBytesPerMs);
+        return fnTrim(m_Recorder.fnGetBytes());
+    }
+    /// Waits until so much has been recorded that isn't silence.
+    bool fnAwaitSound(std::size_t bytes) {
+        return fnAwait([&] { return fnTrim(m_Recorder.fnGetBytes()).size() >= bytes; });
+    }
+
+    SoundRecorder m_Recorder{*s_pServer};
+    CqPulse m_Pulse = q32Pulse(fnOptions());
+    CqPulseWaveOut& m_Sound = *m_Pulse.m_pWaveOut;
+};
+
+/// Whether `heard` is `samples` again and again.
+bool fnIsLoop(const std::string& heard, const std::string& samples) {
+    for (std::size_t i = 0; i < heard.size(); ++i)
+        if (heard[i] != samples[i % samples.size()])
+            return false;
+    return true;
+}
+
+} // namespace
+
+TEST_F(PulsePlay, ABlockIsHeardSampleForSampleAndItsEndReportedOnce) {
+    TestSound sound(200 * kBytesPerMs);
+    const auto start = Clock::now();
+    ASSERT_TRUE(m_Sound.fnCanPlay(kSinkFormat)) << m_Sound.fnGetError();
+    ASSERT_TRUE(sound.fnStart(m_Sound)) << m_Sound.fnGetError();
+    EXPECT_EQ(sound.m_nReports, 0);
+    ASSERT_TRUE(sound.fnAwaitEnd());
+    EXPECT_GE(Clock::now() - start, milliseconds(190)) << "not before it was heard";
+    EXPECT_TRUE(fnHear() == sound.m_Samples);
+    EXPECT_EQ(sound.m_nReports, 1);
+    EXPECT_TRUE(sound.m_pDevice->fnUnprepare(sound.m_Header));
+    EXPECT_EQ(m_Sound.fnGetPosition(), 0u);
+}
+
+TEST_F(PulsePlay, BlocksShorterThanTheLatencyAreHeardWhole) {
+    for (const std::size_t bytes : {4u, 400u, 4000u}) {
+        TestSound sound(bytes, static_cast<unsigned>(bytes));
+        ASSERT_TRUE(sound.fnStart(m_Sound));
+        ASSERT_TRUE(sound.fnAwaitEnd());
+        ASSERT_TRUE(fnAwait([&] { return fnCount(m_Recorder.fnGetBytes(), sound.m_Samples) == 1; }))
+            << bytes;
+    }
+}
+
+TEST_F(PulsePlay, ADevicePlaysOneBlockAfterTheOther) {
+    TestSound sound(40 * kBytesPerMs);
+    ASSERT_TRUE(sound.fnOpen(m_Sound));
+    for (int i = 1; i <= 3; ++i) {
+        ASSERT_TRUE(sound.m_pDevice->fnWrite(sound.m_Header));
+        EXPECT_FALSE(sound.m_pDevice->fnWrite(sound.m_Header)) << "it plays";
+        ASSERT_TRUE(sound.fnAwaitEnd(i));
+    }
+    EXPECT_EQ(fnCount(fnHear(), sound.m_Samples), 3);
+    EXPECT_EQ(sound.m_nReports, 3);
+}
+
+TEST_F(PulsePlay, ALoopHasNoGapOrRepeatAtItsSeam) {
+    TestSound sound(30 * kBytesPerMs);
+    sound.fnLoop(0xFFFFFFFFu);
+    ASSERT_TRUE(sound.fnStart(m_Sound));
+    ASSERT_TRUE(fnAwaitSound(500 * kBytesPerMs));
+    EXPECT_EQ(sound.m_nReports, 0);
+    ASSERT_TRUE(sound.m_pDevice->fnReset());
+    ASSERT_TRUE(sound.fnAwaitEnd());
+    EXPECT_TRUE(fnIsLoop(fnHear(), sound.m_Samples));
+    EXPECT_EQ(sound.m_nReports, 1);
+}
+
+TEST_F(PulsePlay, ALoopOfOneFrameIsHeardWithoutAGap) {
+    TestSound sound(4);
+    sound.fnLoop(0xFFFFFFFFu);
+    ASSERT_TRUE(sound.fnStart(m_Sound));
+    ASSERT_TRUE(fnAwaitSound(200 * kBytesPerMs));
+    sound.m_pDevice.reset();
+    EXPECT_TRUE(fnIsLoop(fnHear(), sound.m_Samples));
+}
+
+TEST_F(PulsePlay, ALoopIsHeardAsOftenAsItSays) {
+    TestSound sound(30 * kBytesPerMs);
+    sound.fnLoop(3);
+    ASSERT_TRUE(sound.fnStart(m_Sound));
+    ASSERT_TRUE(sound.fnAwaitEnd());
+    EXPECT_TRUE(fnHear() == sound.m_Samples + sound.m_Samples + sound.m_Samples);
+}
+
+TEST_F(PulsePlay, StopFallsSilentWithinATenthOfASecond) {
+    TestSound sound(100 * kBytesPerMs);
+    sound.fnLoop(0xFFFFFFFFu);
+    ASSERT_TRUE(sound.fnStart(m_Sound));
+    ASSERT_TRUE(fnAwaitSound(200 * kBytesPerMs));
+    const std::size_t heard = m_Recorder.fnGetSize();
+    const auto start = Clock::now();
+    ASSERT_TRUE(sound.m_pDevice->fnReset());
+    EXPECT_LT(Clock::now() - start, milliseconds(50));
+    m_Recorder.fnWaitForMore(150 * kBytesPerMs);
+    const std::size_t last = m_Recorder.fnGetBytes().find_last_not_of('\0');
+    const std::size_t after = last < heard ? 0 : last - heard;
+    RecordProperty("ms", static_cast<int>(after / kBytesPerMs));
+    EXPECT_LE(after, 100 * kBytesPerMs);
+}
+
+TEST_F(PulsePlay, APauseHoldsThePosition) {
+    TestSound sound(300 * kBytesPerMs);
+    ASSERT_TRUE(sound.fnStart(m_Sound));
+    ASSERT_TRUE(fnAwait([&] { return m_Sound.fnGetPosition() > 100 * kBytesPerMs; }));
+    ASSERT_TRUE(sound.m_pDevice->fnPause());
+    // What the sink holds already is still heard.
+    ASSERT_TRUE(fnAwait([&] {
+        const std::uint64_t position = m_Sound.fnGetPosition();
+        m_Recorder.fnWaitForMore(60 * kBytesPerMs);
+        return m_Sound.fnGetPosition() == position;
+    }));
+    const std::size_t before = fnTrim(m_Recorder.fnGetBytes()).size();
+    m_Recorder.fnWaitForMore(100 * kBytesPerMs);
+    EXPECT_EQ(fnTrim(m_Recorder.fnGetBytes()).size(), before) << "silent";
+    EXPECT_EQ(sound.m_nReports, 0);
+    ASSERT_TRUE(sound.m_pDevice->fnRestart());
+    ASSERT_TRUE(sound.fnAwaitEnd());
+    std::string heard = fnHear();
+    EXPECT_GE(heard.size(), sound.m_Samples.size() + 100 * kBytesPerMs) << "with the pause in it";
+    std::erase(heard, '\0');
+    EXPECT_TRUE(heard == sound.m_Samples) << "nothing lost, nothing twice";
+}
+
+TEST_F(PulsePlay, APauseRightAfterTheStartHoldsAShortBlockToo) {
+    TestSound sound(20 * kBytesPerMs);
+    ASSERT_TRUE(sound.fnStart(m_Sound));
+    ASSERT_TRUE(sound.m_pDevice->fnPause());
+    m_Recorder.fnWaitForMore(150 * kBytesPerMs);
+    EXPECT_EQ(sound.m_nReports, 0);
+    ASSERT_TRUE(sound.m_pDevice->fnRestart());
+    ASSERT_TRUE(sound.fnAwaitEnd());
+    std::string heard = fnHear();
+    std::erase(heard, '\0');
+    EXPECT_TRUE(heard == sound.m_Samples);
+}
+
+TEST_F(PulsePlay, APausedDeviceTakesABlockAndKeepsIt) {
+    TestSound sound(200 * kBytesPerMs);
+    ASSERT_TRUE(sound.fnOpen(m_Sound));
+    ASSERT_TRUE(sound.m_pDevice->fnPause());
+    ASSERT_TRUE(sound.m_pDevice->fnWrite(sound.m_Header));
+    EXPECT_EQ(fnHear(), "");
+    EXPECT_EQ(m_Sound.fnGetPosition(), 0u);
+    const auto start = Clock::now();
+    ASSERT_TRUE(sound.m_pDevice->fnRestart());
+    ASSERT_TRUE(fnAwait([&] { return m_Sound.fnGetPosition() > 100 * kBytesPerMs; }));
+    EXPECT_GE(Clock::now() - start, milliseconds(80)) << "not before it was heard";
+    ASSERT_TRUE(sound.fnAwaitEnd());
+    EXPECT_TRUE(fnHear() == sound.m_Samples);
+}
+
+TEST_F(PulsePlay, AResetEndsAPause) {
+    TestSound sound(40 * kBytesPerMs);
+    ASSERT_TRUE(sound.fnStart(m_Sound));
+    ASSERT_TRUE(sound.m_pDevice->fnPause());
+    ASSERT_TRUE(sound.m_pDevice->fnReset());
+    ASSERT_TRUE(sound.fnAwaitEnd());
+    const std::string before = fnHear();
+    ASSERT_TRUE(sound.m_pDevice->fnWrite(sound.m_Header));
+    ASSERT_TRUE(sound.fnAwaitEnd(2));
+    EXPECT_TRUE(fnHear().ends_with(sound.m_Samples));
+    EXPECT_LE(before.size(), sound.m_Samples.size());
+}
+
+TEST_F(PulsePlay, ThePositionGrowsFromPassToPassOfALoop) {
+    TestSound sound(60 * kBytesPerMs);
+    sound.fnLoop(0xFFFFFFFFu);
+    ASSERT_TRUE(sound.fnStart(m_Sound));
+    std::uint64_t highest = 0;
+    bool again = false;
+    ASSERT_TRUE(fnAwait([&] {
+        const std::uint64_t position = m_Sound.fnGetPosition();
+        EXPECT_LT(position, sound.m_Samples.size());
+        again = again || position < highest;
+        highest = std::max(highest, position);
+        return again && highest > 40 * kBytesPerMs;
+    }));
+}
+
+TEST_F(PulsePlay, ABlockBeyondTheServersQueueStartsAtOnce) {
+    TestSound sound(20'000'000);
+    const auto start = Clock::now();
+    ASSERT_TRUE(sound.fnStart(m_Sound));
+    ASSERT_TRUE(fnAwaitSound(50 * kBytesPerMs));
+    EXPECT_LT(Clock::now() - start, std::chrono::seconds(5));
+    ASSERT_TRUE(sound.m_pDevice->fnReset());
+    ASSERT_TRUE(sound.fnAwaitEnd());
+    EXPECT_TRUE(sound.m_Samples.starts_with(fnHear()));
+}
+
+TEST_F(PulsePlay, BytesBehindTheLastWholeFrameAreNotHeard) {
+    TestSound sound(4003);
+    ASSERT_TRUE(sound.fnStart(m_Sound));
+    ASSERT_TRUE(sound.fnAwaitEnd());
+    EXPECT_TRUE(fnHear() == sound.m_Samples.substr(0, 4000));
+    TestSound tiny(3);
+    ASSERT_TRUE(tiny.fnStart(m_Sound));
+    ASSERT_TRUE(tiny.fnAwaitEnd());
+}
+
+TEST_F(PulsePlay, TwoDevicesPlayAtOnce) {
+    TestSound first(100 * kBytesPerMs);
+    TestSound second(100 * kBytesPerMs, 2);
+    ASSERT_TRUE(first.fnStart(m_Sound));
+    ASSERT_TRUE(second.fnStart(m_Sound));
+    ASSERT_TRUE(first.fnAwaitEnd());
+    ASSERT_TRUE(second.fnAwaitEnd());
+    EXPECT_EQ(first.m_nReports + second.m_nReports, 2);
+    EXPECT_LT(fnHear().size(), 190 * kBytesPerMs) << "not one after the other";
+}
+
+TEST_F(PulsePlay, TheDesktopSeesWhatPlaysAndWhatFor) {
+    CqPulseOptions options = fnOptions();
+    options.m_szApplication = "A player of the test";
+    options.m_szIcon = "multimedia-player";
+    options.m_szStream = "A sound of the test";
+    options.m_szRole = "game";
+    const CqPulse pulse = q32Pulse(options);
+    TestSound sound(100 * kBytesPerMs);
+    sound.fnLoop(0xFFFFFFFFu);
+    ASSERT_TRUE(sound.fnStart(*pulse.m_pWaveOut));
+    const std::string list = s_pServer->fnControl({"list", "sink-inputs"});
+    for (const char* text :
+         {"application.name = \"A player of the test\"", "media.name = \"A sound of the test\"",
+          "media.role = \"game\"", "application.icon_name = \"multimedia-player\""})
+        EXPECT_NE(list.find(text), std::string::npos) << text << " in " << list;
+}
+
+TEST_F(PulsePlay, FormatsThatNoServerKnowsAreRefused) {
+    for (auto spoil : {+[](WAVEFORMATEX& format) { format.wFormatTag = 2; },
+                       +[](WAVEFORMATEX& format) { format.wBitsPerSample = 12; },
+                       +[](WAVEFORMATEX& format) { format.nChannels = 0; },
+                       +[](WAVEFORMATEX& format) { format.nChannels = 33; },
+                       +[](WAVEFORMATEX& format) { format.nChannels = 258; },
+                       +[](WAVEFORMATEX& format) { format.nSamplesPerSec = 0; },
+                       +[](WAVEFORMATEX& format) { format.nSamplesPerSec = 0xFFFFFFFFu; },
+                       +[](WAVEFORMATEX& format) { format.nBlockAlign = 3; }}) {
+        WAVEFORMATEX format = kSinkFormat;
+        spoil(format);
+        EXPECT_FALSE(m_Sound.fnCanPlay(format));
+        EXPECT_EQ(m_Sound.fnOpen(format, [](WAVEHDR&) {}), nullptr);
+        EXPECT_EQ(m_Sound.fnGetError(), "The sound server doesn't know this format");
+    }
+    constexpr WAVEFORMATEX kKnown[] = {{1, 1, 8000, 8000, 1, 8, 0},
+                                       {1, 6, 48000, 864000, 18, 24, 0},
+                                       {1, 2, 96000, 768000, 8, 32, 0},
+                                       {3, 2, 44100, 352800, 8, 32, 0}};
+    for (const WAVEFORMATEX& format : kKnown)
+        EXPECT_TRUE(m_Sound.fnCanPlay(format)) << format.wBitsPerSample;
+}

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "tests/support/ChildProcess.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+/// A sound server of the test's own: PulseAudio, or PipeWire when the environment says
+/// Q32_TEST_SOUND=pipewire. It needs no sound card and no session, and has one sink, "lab", of 16
+/// bits, 44,100 Hz, in stereo, that plays into nothing at full volume.
+class SoundServer {
+public:
+    /// Starts it and waits until it is ready. Throws std::runtime_error.
+    SoundServer();
+    /// Ends it and removes its folder.
+    ~SoundServer();
+    SoundServer(const SoundServer&) = delete;
+    SoundServer& operator=(const SoundServer&) = delete;
+
+    const std::string& fnGetAddress() const { return m_szAddress; }
+    /// Runs the server's own tool and gives its output. Throws std::runtime_error when that fails.
+    std::string fnControl(const std::vector<std::string>& arguments);
+    /// Back to the sink "lab" at full volume, and to no other.
+    void fnRestore();
+
+    void fnKill();
+    /// Starts it again after fnKill, at the same address.
+    void fnStart();
+    /// It stands still until fnThaw.
+    void fnFreeze();
+    void fnThaw();
+
+    const std::vector<std::string>& fnGetEnvironment() const { return m_Environment; }
+
+private:
+    void fnStartPulseAudio();
+    void fnStartPipeWire();
+    bool fnIsReady();
+
+    std::string m_szFolder;
+    std::string m_szAddress;
+    std::vector<std::string> m_Environment;
+    std::vector<ChildProcess> m_Processes;
+};
+
+/// What the sink "lab" plays, from its construction on.
+class SoundRecorder {
+public:
+    /// @param format  as the tool names it, with the sink's rate and channels
+    explicit SoundRecorder(SoundServer& server, const std::string& sink = "lab",
+                           const std::vector<std::string>& format = {
+                               "--format=s16le", "--rate=44100", "--channels=2"});
+    ~SoundRecorder();
+    SoundRecorder(const SoundRecorder&) = delete;
+    SoundRecorder& operator=(const SoundRecorder&) = delete;
+
+    /// Bytes that have arrived so far.
+    std::size_t fnGetSize() const;
+    /// Waits for so many bytes beyond those that have arrived.
+    void fnWaitForMore(std::size_t bytes) const;
+    std::string fnGetBytes() const;
+
+private:
+    struct State;
+    const std::unique_ptr<State> m_pState;
+};
