@@ -18,6 +18,10 @@ struct ContractWorld {
     CqPlatform m_Platform;         ///< with the services that the suite asks for
     std::string m_szDirectory;     ///< empty, writable, with a backslash at its end
     std::shared_ptr<void> m_pKeep; ///< cleans up when the test ends
+    /// Lets a little time pass: what plays goes on, and mixers are told of changes.
+    std::function<void()> m_Tick = [] {};
+    /// Turns the volume from outside to one of two values that are not the first one.
+    std::function<void(bool up)> m_Turn = [](bool) {};
 };
 
 struct ContractBackEnd {

@@ -3,7 +3,9 @@
 #include "tests/contract/KeyboardContract.h"
 #include "tests/contract/LocaleContract.h"
 #include "tests/contract/MemoryContract.h"
+#include "tests/contract/MixerContract.h"
 #include "tests/contract/ScratchContract.h"
+#include "tests/contract/WaveOutContract.h"
 
 #include <filesystem>
 #include <random>
@@ -43,6 +45,26 @@ ContractBackEnd fnInFolder() {
             }};
 }
 
+/// Sound whose time the suite moves on.
+ContractBackEnd fnSounding() {
+    return {"Sounding", [] {
+                const auto world = q32HeadlessWorld();
+                world->m_pMixers->fnAddDevice(CqHeadlessMixers::fnMakeUsualDevice());
+                ContractWorld made{world->fnPlatform(), "", nullptr};
+                made.m_Tick = [world] {
+                    world->m_pWaveOut->fnAdvance(1000);
+                    world->m_pWaveOut->fnWaitForReports();
+                    world->m_pMixers->fnPump();
+                };
+                made.m_Turn = [world](bool up) {
+                    const std::uint32_t value = up ? 50000 : 20000;
+                    world->m_pMixers->fnMove(0, CQ_MIXER_CONTROL::VOLUME, {value, value});
+                };
+                return made;
+            }};
+}
+
+const auto kSound = testing::Values(fnSounding());
 const auto kMemory = testing::Values(fnInMemory(1252, 0));
 const auto kDisks = testing::Values(fnInMemory(1252, 0), fnInFolder());
 const auto kLocales =
@@ -55,3 +77,5 @@ INSTANTIATE_TEST_SUITE_P(Headless, KeyboardContract, kMemory, fnBackEndName);
 INSTANTIATE_TEST_SUITE_P(Headless, ScratchContract, kDisks, fnBackEndName);
 INSTANTIATE_TEST_SUITE_P(Headless, FileContract, kDisks, fnBackEndName);
 INSTANTIATE_TEST_SUITE_P(Headless, LocaleContract, kLocales, fnBackEndName);
+INSTANTIATE_TEST_SUITE_P(Headless, WaveOutContract, kSound, fnBackEndName);
+INSTANTIATE_TEST_SUITE_P(Headless, MixerContract, kSound, fnBackEndName);

@@ -1,0 +1,51 @@
+#include "platforms/pulse/SinkVolume.h"
+
+#include <gtest/gtest.h>
+
+#include <pulse/pulseaudio.h>
+
+using namespace q32::pulse;
+
+TEST(SinkVolume, EachValueSurvivesTheWayToTheServerAndBack) {
+    for (std::uint32_t value = 0; value <= 65535; ++value)
+        ASSERT_EQ(fnFromServer(fnToServer(value)), value);
+    EXPECT_EQ(fnToServer(0), PA_VOLUME_MUTED);
+    EXPECT_EQ(fnToServer(65535), PA_VOLUME_NORM);
+    EXPECT_EQ(fnFromServer(PA_VOLUME_NORM * 3 / 2), 65535u);
+    EXPECT_EQ(fnFromServer(PA_VOLUME_MAX), 65535u);
+}
+
+TEST(SinkVolume, ChannelsThatAreSilentCantKeepARatioAndFollowTheSide) {
+    pa_channel_map map;
+    ASSERT_NE(pa_channel_map_parse(&map, "front-left,front-right,rear-left,lfe"), nullptr);
+    const pa_cvolume silent = {4, {0, 0, 0, 0}};
+    const pa_cvolume set = fnSetLevels(silent, map, 65535, 32768);
+    EXPECT_EQ(set.values[0], 65536u);
+    EXPECT_EQ(set.values[1], 32768u);
+    EXPECT_EQ(set.values[2], 65536u);
+    EXPECT_EQ(set.values[3], 65536u);
+    EXPECT_FALSE(fnReadLevels(set, map, false).m_bMono);
+}
+
+TEST(SinkVolume, ChannelsThatStandNowhereHaveNoSides) {
+    pa_channel_map map;
+    ASSERT_NE(pa_channel_map_parse(&map, "aux0,aux1"), nullptr);
+    const pa_cvolume volume = {2, {65536, 32768}};
+    const Levels levels = fnReadLevels(volume, map, true);
+    EXPECT_TRUE(levels.m_bMono);
+    EXPECT_TRUE(levels.m_bMute);
+    EXPECT_EQ(levels.m_nLeft, 65535u);
+    EXPECT_EQ(levels.m_nRight, 65535u);
+    const pa_cvolume set = fnSetLevels(volume, map, 32768, 5);
+    EXPECT_EQ(set.values[0], 32768u);
+    EXPECT_EQ(set.values[1], 16384u);
+}
+
+TEST(SinkVolume, AVolumeAboveFullKeepsItsRatioWhenItIsLowered) {
+    pa_channel_map map;
+    ASSERT_NE(pa_channel_map_parse(&map, "front-left,front-right,rear-left"), nullptr);
+    const pa_cvolume loud = {3, {131072, 65536, 65536}};
+    const pa_cvolume set = fnSetLevels(loud, map, 32768, 32768);
+    EXPECT_EQ(set.values[0], 32768u);
+    EXPECT_EQ(set.values[2], 16384u);
+}
