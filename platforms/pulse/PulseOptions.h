@@ -7,11 +7,11 @@
 struct CqPulseOptions {
     /// The server's address, as in "unix:/run/user/1000/pulse/native". Empty: the user's own, as
     /// the environment and the client's settings tell it. A server is never started.
-    std::string m_szServer;
+    std::string m_szServer{};
     /// What the desktop's volume control calls this program. Empty: the program's file name.
-    std::string m_szApplication;
+    std::string m_szApplication{};
     /// Name of the program's icon in the desktop's theme. Empty: none.
-    std::string m_szIcon;
+    std::string m_szIcon{};
     /// What the desktop's volume control calls a sound that plays.
     std::string m_szStream = "Sound";
     /// What sounds are for, by which the desktop groups and mutes them: "music", "event", "game",

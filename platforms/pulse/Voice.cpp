@@ -165,6 +165,7 @@ void Voice::fnFill(void* room, std::size_t bytes) const {
 
 /// Asks to be told when the last byte has been heard.
 void Voice::fnDrain() {
+    fnForgetDrain();
     m_pDrain = pa_stream_drain(
         m_pStream, [](pa_stream*, int, void* self) { static_cast<Voice*>(self)->fnEnd(); }, this);
     if (!m_pDrain)
@@ -179,12 +180,16 @@ void Voice::fnEnd() {
     m_pReporter->fnPost(m_Job);
 }
 
-/// Takes the stream away from the server, which falls silent, and from its callbacks.
-void Voice::fnDropStream() {
+void Voice::fnForgetDrain() {
     if (pa_operation* drain = std::exchange(m_pDrain, nullptr)) {
         pa_operation_cancel(drain);
         pa_operation_unref(drain);
     }
+}
+
+/// Takes the stream away from the server, which falls silent, and from its callbacks.
+void Voice::fnDropStream() {
+    fnForgetDrain();
     if (pa_stream* stream = std::exchange(m_pStream, nullptr)) {
         pa_stream_set_state_callback(stream, nullptr, nullptr);
         pa_stream_set_write_callback(stream, nullptr, nullptr);
@@ -195,8 +200,14 @@ void Voice::fnDropStream() {
 
 bool Voice::fnSetPaused(bool paused) {
     const Connection::Lock lock(*m_pConnection);
-    if (m_pStream)
-        return fnCork(paused);
+    if (m_pStream) {
+        if (!fnCork(paused))
+            return false;
+        // A server may forget over the pause that it has been asked.
+        if (!paused && m_nPlaced == m_nTotal)
+            fnDrain();
+        return true;
+    }
     m_bPaused = paused;
     // A block that was written in the pause. It isn't handed over corked at once, since such a
     // stream tells a time that runs.

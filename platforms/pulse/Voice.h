@@ -41,6 +41,7 @@ private:
     void fnFeed(std::size_t room);
     void fnFill(void* room, std::size_t bytes) const;
     void fnDrain();
+    void fnForgetDrain();
     void fnEnd();
     void fnDropStream();
     bool fnCork(bool cork);

@@ -107,6 +107,12 @@ TEST_P(WaveOutContract, ABlockWithoutBytesEndsAtOnceEvenWhenItLoops) {
     EXPECT_EQ(m_nReports, 2);
 }
 
+TEST_P(WaveOutContract, ALoopWithoutPassesEnds) {
+    fnLoop(0);
+    ASSERT_TRUE(fnStart());
+    ASSERT_TRUE(fnAwaitReports(1));
+}
+
 TEST_P(WaveOutContract, ALoopEndsAfterItsPasses) {
     fnLoop(3);
     ASSERT_TRUE(fnStart());

@@ -79,10 +79,10 @@ TEST_F(PulseMixer, AVolumeAboveFullReadsAsFull) {
 }
 
 TEST_F(PulseMixer, WhatWasSetIsWhatTheServersToolShows) {
-    ASSERT_TRUE(m_pMixer->fnSetValues(kVolume, 2, {32768, 65535}));
+    ASSERT_TRUE(m_pMixer->fnSetValues(kVolume, 2, {16384, 65535}));
     ASSERT_TRUE(m_pMixer->fnSetValues(kMute, 1, {1}));
     const std::string volume = s_pServer->fnControl({"get-sink-volume", "lab"});
-    EXPECT_NE(volume.find("front-left: 32768 /  50%"), std::string::npos) << volume;
+    EXPECT_NE(volume.find("front-left: 16384 /  25%"), std::string::npos) << volume;
     EXPECT_NE(volume.find("front-right: 65536 / 100%"), std::string::npos) << volume;
     EXPECT_EQ(s_pServer->fnControl({"get-sink-mute", "lab"}), "Mute: yes\n");
 }
@@ -216,10 +216,10 @@ TEST_F(PulseAudioMixer, AllChannelsOfASurroundOutputFollowTheirSide) {
               "channel_map=front-left,front-right,rear-left,rear-right,front-center,lfe");
     s_pServer->fnControl(
         {"set-sink-volume", "other", "65536", "65536", "32768", "16384", "65536", "32768"});
-    ASSERT_TRUE(m_pMixer->fnSetValues(kVolume, 2, {32768, 16384}));
-    EXPECT_EQ(fnGet(), (Values{32768, 16384}));
+    ASSERT_TRUE(m_pMixer->fnSetValues(kVolume, 2, {16384, 8192}));
+    EXPECT_EQ(fnGet(), (Values{16384, 8192}));
     const std::string shown = s_pServer->fnControl({"get-sink-volume", "other"});
-    for (const char* text : {"front-left: 32768 ", "front-right: 16384 ", "rear-left: 16384 ",
-                             "rear-right: 4096 ", "front-center: 32768 ", "lfe: 16384 "})
+    for (const char* text : {"front-left: 16384 ", "front-right: 8192 ", "rear-left: 8192 ",
+                             "rear-right: 2048 ", "front-center: 16384 ", "lfe: 8192 "})
         EXPECT_NE(shown.find(text), std::string::npos) << text << " in " << shown;
 }

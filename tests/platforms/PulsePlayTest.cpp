@@ -152,6 +152,21 @@ TEST_F(PulsePlay, APauseRightAfterTheStartHoldsAShortBlockToo) {
     EXPECT_TRUE(heard == sound.m_Samples);
 }
 
+TEST_F(PulsePlay, APauseAtAnyMomentOfTheEndLosesNoEnd) {
+    TestSound sound(10 * kBytesPerMs);
+    ASSERT_TRUE(sound.fnOpen(m_Sound));
+    for (std::size_t i = 0; i < 16; ++i) {
+        const int before = sound.m_nReports;
+        ASSERT_TRUE(sound.m_pDevice->fnWrite(sound.m_Header));
+        m_Recorder.fnWaitForMore(i * 5 * kBytesPerMs / 2 + 1);
+        EXPECT_TRUE(sound.m_pDevice->fnPause());
+        m_Recorder.fnWaitForMore(5 * kBytesPerMs);
+        EXPECT_TRUE(sound.m_pDevice->fnRestart());
+        ASSERT_TRUE(sound.fnAwaitEnd(before + 1)) << i;
+    }
+    EXPECT_EQ(sound.m_nReports, 16);
+}
+
 TEST_F(PulsePlay, APausedDeviceTakesABlockAndKeepsIt) {
     TestSound sound(200 * kBytesPerMs);
     ASSERT_TRUE(sound.fnOpen(m_Sound));

@@ -19,9 +19,9 @@ TEST(SinkVolume, ChannelsThatAreSilentCantKeepARatioAndFollowTheSide) {
     pa_channel_map map;
     ASSERT_NE(pa_channel_map_parse(&map, "front-left,front-right,rear-left,lfe"), nullptr);
     const pa_cvolume silent = {4, {0, 0, 0, 0}};
-    const pa_cvolume set = fnSetLevels(silent, map, 65535, 32768);
+    const pa_cvolume set = fnSetLevels(silent, map, 65535, 16384);
     EXPECT_EQ(set.values[0], 65536u);
-    EXPECT_EQ(set.values[1], 32768u);
+    EXPECT_EQ(set.values[1], 16384u);
     EXPECT_EQ(set.values[2], 65536u);
     EXPECT_EQ(set.values[3], 65536u);
     EXPECT_FALSE(fnReadLevels(set, map, false).m_bMono);
@@ -36,16 +36,16 @@ TEST(SinkVolume, ChannelsThatStandNowhereHaveNoSides) {
     EXPECT_TRUE(levels.m_bMute);
     EXPECT_EQ(levels.m_nLeft, 65535u);
     EXPECT_EQ(levels.m_nRight, 65535u);
-    const pa_cvolume set = fnSetLevels(volume, map, 32768, 5);
-    EXPECT_EQ(set.values[0], 32768u);
-    EXPECT_EQ(set.values[1], 16384u);
+    const pa_cvolume set = fnSetLevels(volume, map, 16384, 5);
+    EXPECT_EQ(set.values[0], 16384u);
+    EXPECT_EQ(set.values[1], 8192u);
 }
 
 TEST(SinkVolume, AVolumeAboveFullKeepsItsRatioWhenItIsLowered) {
     pa_channel_map map;
     ASSERT_NE(pa_channel_map_parse(&map, "front-left,front-right,rear-left"), nullptr);
     const pa_cvolume loud = {3, {131072, 65536, 65536}};
-    const pa_cvolume set = fnSetLevels(loud, map, 32768, 32768);
-    EXPECT_EQ(set.values[0], 32768u);
-    EXPECT_EQ(set.values[2], 16384u);
+    const pa_cvolume set = fnSetLevels(loud, map, 16384, 16384);
+    EXPECT_EQ(set.values[0], 16384u);
+    EXPECT_EQ(set.values[2], 8192u);
 }
