@@ -1,0 +1,219 @@
+// Plays a WAV file on the sound server, with keys for all that can be done to it, and draws its
+// oscillogram into a picture file.
+#include "examples/player/Keys.h"
+#include "platforms/headless/headless.h"
+#include "platforms/posix/posix.h"
+#include "platforms/pulse/pulse.h"
+#include "plugins/PictureFile.h"
+#include "plugins/WaveFile.h"
+#include "q32Base/q32Base.h"
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <unistd.h>
+
+namespace {
+
+constexpr int kExitFailed = 1;
+constexpr int kExitUsage = 2;
+constexpr unsigned kStep = 8;
+constexpr unsigned kPictureWidth = 1000;
+constexpr unsigned kPictureHeight = 200;
+
+constexpr char kUsage[] =
+    "usage: player [--loop] [--picture file.png] [--no-play] sound.wav\n"
+    "\n"
+    "  --loop           plays again and again\n"
+    "  --picture file   draws the oscillogram into a PNG, JPEG, TIFF or BMP file\n"
+    "  --no-play        does that alone\n"
+    "\n"
+    "Keys: space pauses and goes on, p plays from the start, l loops, s stops, up and down or\n"
+    "+ and - turn the volume, left and right the balance, m mutes, q or Esc ends.\n"
+    "Exit codes: 0 played, 1 something failed, 2 wrong use.\n";
+
+struct Options {
+    std::string m_Sound;
+    std::string m_Picture;
+    bool m_bLoop = false;
+    bool m_bPlay = true;
+};
+
+/// False for what can't be understood.
+bool fnParse(int count, char** arguments, Options& options) {
+    for (int i = 1; i < count; ++i) {
+        const std::string_view argument = arguments[i];
+        if (argument == "--loop")
+            options.m_bLoop = true;
+        else if (argument == "--no-play")
+            options.m_bPlay = false;
+        else if (argument == "--picture" && i + 1 < count)
+            options.m_Picture = arguments[++i];
+        else if (!argument.starts_with('-') && options.m_Sound.empty())
+            options.m_Sound = argument;
+        else
+            return false;
+    }
+    return !options.m_Sound.empty();
+}
+
+/// Says what the library would show in a box.
+bool fnTell(const CqPictureResult& result) {
+    if (!result.fnIsDone())
+        std::fprintf(stderr, "%s: can't be read or written (message %d)\n",
+                     static_cast<const char*>(result.m_strPath), result.m_nMsgId);
+    return result.fnIsDone();
+}
+
+bool fnDraw(const CqWave& wave, const std::string& path) {
+    const CqPictureFormat* format = q32FindPictureFormat(path.c_str());
+    if (!format || !format->m_bCanWrite) {
+        std::fprintf(stderr, "%s: not the name of a picture\n", path.c_str());
+        return false;
+    }
+    CqImage image(kPictureWidth, kPictureHeight, 24, nullptr, 0);
+    wave.fnRasterize(image, 0, wave.fnGetFrameCount(), false, true);
+    return fnTell(q32WritePicture(path.c_str(), image, format->m_eFormat));
+}
+
+/// The window that the volume control tells of others' changes: the line on the terminal is drawn
+/// anew anyway, so it only has to exist.
+using Console = CqHeadlessWnd;
+
+class Player {
+public:
+    Player(CqWave& wave, const CqPulse& pulse)
+        : m_Wave(wave), m_Pulse(pulse), m_bTerminal(isatty(STDOUT_FILENO) != 0),
+          m_bVolume(m_Volume.fnCreate(&m_Console, 1, kStep)) {}
+
+    /// Plays until the end of the sound or the user's wish. False when there is no device.
+    bool fnRun(bool loop) {
+        if (!m_Wave.fnPlay(false, loop)) {
+            std::fprintf(stderr, "There is no sound device that plays this: %s.\n",
+                         m_Pulse.m_pWaveOut->fnGetError().c_str());
+            return false;
+        }
+        m_bLoop = loop;
+        while (m_Wave.fnGetState() != WAVE_STOPPED || m_bHeld) {
+            fnShow();
+            const int key = m_Keys.fnWait(m_Pulse.m_pMixers->fnGetDescriptor(), 50);
+            m_Pulse.m_pMixers->fnPump();
+            if (key == Keys::kQuit)
+                break;
+            fnObey(key);
+        }
+        m_Wave.fnStop();
+        fnShow();
+        std::puts("");
+        return true;
+    }
+
+private:
+    void fnObey(int key) {
+        switch (key) {
+        case ' ':
+            m_Wave.fnGetState() == WAVE_PLAYING ? m_Wave.fnPause() : fnPlay(m_bLoop);
+            break;
+        case 'p':
+        case 'l':
+            m_Wave.fnStop();
+            fnPlay(key == 'l');
+            break;
+        case 's':
+            m_Wave.fnStop();
+            m_bHeld = true; // waits for another key
+            break;
+        case 'm':
+            m_Volume.fnSwitchMute();
+            break;
+        case 'A':
+        case '+':
+        case 'B':
+        case '-':
+            m_Volume.fnSetVolume(key == 'A' || key == '+');
+            break;
+        case 'C':
+        case 'D':
+            m_Volume.fnSetBalance(key == 'C');
+            break;
+        default:
+            break;
+        }
+    }
+
+    void fnPlay(bool loop) {
+        m_bLoop = m_Wave.fnGetState() == WAVE_PAUSED ? m_bLoop : loop;
+        m_bHeld = !m_Wave.fnPlay(false, loop);
+        if (m_bHeld)
+            std::fprintf(stderr, "\n%s.\n", m_Pulse.m_pWaveOut->fnGetError().c_str());
+    }
+
+    void fnShow() const {
+        if (!m_bTerminal)
+            return;
+        static constexpr const char* kStates[] = {"stopped", "playing", "paused "};
+        const WAVEFORMATEX format = m_Wave.fnGetFormat();
+        const double rate = static_cast<double>(format.nSamplesPerSec) * format.nBlockAlign;
+        std::printf("\r%s%s %7.2f of %.2f s", kStates[m_Wave.fnGetState()],
+                    m_bLoop ? " in a loop" : "",
+                    static_cast<double>(m_Pulse.m_pWaveOut->fnGetPosition()) / rate,
+                    static_cast<double>(m_Wave.fnGetBufferSize()) / rate);
+        if (m_bVolume)
+            std::printf("  volume %3u  balance %3u%s", m_Volume.fnGetVolume(),
+                        m_Volume.fnGetBalance(), m_Volume.fnGetMute() ? "  mute" : "");
+        std::printf("\033[K");
+        std::fflush(stdout);
+    }
+
+    CqWave& m_Wave;
+    const CqPulse& m_Pulse;
+    Keys m_Keys;
+    Console m_Console{{0, 0, 1, 1}};
+    CqSoundCtrl m_Volume;
+    const bool m_bTerminal;
+    const bool m_bVolume;
+    bool m_bLoop = false;
+    bool m_bHeld = false;
+};
+
+bool fnRun(const Options& options, const CqPulse& pulse) {
+    CqWave wave;
+    if (!fnTell(q32ReadWave(options.m_Sound.c_str(), wave)))
+        return false;
+    const WAVEFORMATEX format = wave.fnGetFormat();
+    std::printf("%s: %u channels of %u bits, %u Hz, %u frames\n", options.m_Sound.c_str(),
+                unsigned{format.nChannels}, unsigned{format.wBitsPerSample},
+                unsigned{format.nSamplesPerSec}, unsigned{wave.fnGetFrameCount()});
+    std::fflush(stdout);
+    if (!options.m_Picture.empty() && !fnDraw(wave, options.m_Picture))
+        return false;
+    return !options.m_bPlay || Player(wave, pulse).fnRun(options.m_bLoop);
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    Options options;
+    if (!fnParse(count, arguments, options)) {
+        std::fputs(kUsage, stderr);
+        return kExitUsage;
+    }
+    const CqPulse pulse = q32Pulse({.m_szApplication = "q32Base player",
+                                    .m_szIcon = "multimedia-player",
+                                    .m_szStream = options.m_Sound});
+    CqPlatform platform = q32PosixPlatform();
+    platform.m_pWaveOut = pulse.m_pWaveOut;
+    platform.m_pMixers = pulse.m_pMixers;
+    if (!q32Attach(platform))
+        return kExitFailed;
+    int code = kExitFailed;
+    try {
+        code = fnRun(options, pulse) ? 0 : kExitFailed;
+    } catch (CMemoryException* exception) {
+        exception->Delete();
+        std::fputs("Out of memory.\n", stderr);
+    }
+    q32Detach();
+    return code;
+}
