@@ -6,8 +6,8 @@ namespace q32::pulse {
 
 namespace {
 
-pa_usec_t fnAfter(std::chrono::milliseconds time) {
-    return pa_rtclock_now() + static_cast<pa_usec_t>(time.count()) * PA_USEC_PER_MSEC;
+pa_usec_t fnAfter(std::chrono::microseconds time) {
+    return pa_rtclock_now() + static_cast<pa_usec_t>(time.count());
 }
 
 void fnDescribe(pa_proplist& properties, const char* key, const std::string& value) {
@@ -25,11 +25,10 @@ struct SinkQuestion {
 
 Connection::Alarm::Alarm(Connection& connection)
     : m_Connection(connection),
-      m_pEvent(pa_context_rttime_new(connection.m_pContext,
-                                     fnAfter(connection.m_Options.m_Patience), fnRing, this)) {}
+      m_pEvent(connection.fnRingAfter(connection.m_Options.m_Patience, fnRing, this)) {}
 
 Connection::Alarm::~Alarm() {
-    pa_threaded_mainloop_get_api(m_Connection.m_pLoop)->time_free(m_pEvent);
+    m_Connection.fnForget(m_pEvent);
 }
 
 void Connection::Alarm::fnRing(pa_mainloop_api*, pa_time_event*, const timeval*, void* alarm) {
@@ -137,7 +136,7 @@ void Connection::fnWatch(std::function<void()> changed) {
     if (m_Changed && fnGetContext())
         fnSubscribe();
     if (!m_Changed && m_pRetry) {
-        pa_threaded_mainloop_get_api(m_pLoop)->time_free(m_pRetry);
+        fnForget(m_pRetry);
         m_pRetry = nullptr;
     }
 }
@@ -159,11 +158,10 @@ void Connection::fnSubscribe() {
 }
 
 void Connection::fnSeekLater() {
-    const pa_usec_t when = fnAfter(m_Options.m_Retry);
     if (m_pRetry)
-        pa_context_rttime_restart(m_pContext, m_pRetry, when);
+        pa_context_rttime_restart(m_pContext, m_pRetry, fnAfter(m_Options.m_Retry));
     else
-        m_pRetry = pa_context_rttime_new(m_pContext, when, fnOnRetry, this);
+        m_pRetry = fnRingAfter(m_Options.m_Retry, fnOnRetry, this);
 }
 
 void Connection::fnOnRetry(pa_mainloop_api*, pa_time_event*, const timeval*, void* self) {
@@ -172,6 +170,11 @@ void Connection::fnOnRetry(pa_mainloop_api*, pa_time_event*, const timeval*, voi
         return;
     connection->fnDrop();
     connection->fnBegin();
+}
+
+pa_time_event* Connection::fnRingAfter(std::chrono::microseconds time, pa_time_event_cb_t ring,
+                                       void* data) {
+    return pa_context_rttime_new(m_pContext, fnAfter(time), ring, data);
 }
 
 bool Connection::fnFinish(pa_operation* operation) {

@@ -61,6 +61,11 @@ public:
     /// again. Null ends it.
     void fnWatch(std::function<void()> changed);
 
+    /// Has `ring` called once on the loop's thread, after `time`. For a connected context, and also
+    /// for callbacks. The caller gives the event to fnForget.
+    pa_time_event* fnRingAfter(std::chrono::microseconds time, pa_time_event_cb_t ring, void* data);
+    void fnForget(pa_time_event* event) { pa_threaded_mainloop_get_api(m_pLoop)->time_free(event); }
+
     /// Notes why a call fails: a text that stays. Also for callbacks.
     void fnFail(const char* why) { m_pszError = why; }
     /// Notes the server's reason. Also for callbacks.

@@ -15,6 +15,9 @@ constexpr DWORD kLoop = 4 | 8;
 constexpr DWORD kInQueue = 0x10;
 constexpr DWORD kForEver = 0xFFFFFFFFu;
 
+/// How much later than expected an end comes that the server doesn't tell.
+constexpr std::chrono::milliseconds kLate(300);
+
 /// Bytes that never run out.
 constexpr std::uint64_t kEndless = UINT64_MAX;
 
@@ -165,7 +168,6 @@ void Voice::fnFill(void* room, std::size_t bytes) const {
 
 /// Asks to be told when the last byte has been heard.
 void Voice::fnDrain() {
-    fnForgetDrain();
     m_pDrain = pa_stream_drain(
         m_pStream, [](pa_stream*, int, void* self) { static_cast<Voice*>(self)->fnEnd(); }, this);
     if (!m_pDrain)
@@ -180,16 +182,31 @@ void Voice::fnEnd() {
     m_pReporter->fnPost(m_Job);
 }
 
-void Voice::fnForgetDrain() {
-    if (pa_operation* drain = std::exchange(m_pDrain, nullptr)) {
-        pa_operation_cancel(drain);
-        pa_operation_unref(drain);
-    }
+/// Ends the block itself a while after its last byte: PipeWire's server forgets over a pause that
+/// it has been asked to tell the end.
+void Voice::fnEndLate() {
+    const std::uint64_t left = m_nTotal - fnGetHeard();
+    const std::chrono::microseconds time(pa_bytes_to_usec(left, &m_Spec));
+    m_pLate = m_pConnection->fnRingAfter(
+        time + kLate,
+        [](pa_mainloop_api*, pa_time_event*, const timeval*, void* self) {
+            static_cast<Voice*>(self)->fnEnd();
+        },
+        this);
+}
+
+void Voice::fnForgetLate() {
+    if (pa_time_event* late = std::exchange(m_pLate, nullptr))
+        m_pConnection->fnForget(late);
 }
 
 /// Takes the stream away from the server, which falls silent, and from its callbacks.
 void Voice::fnDropStream() {
-    fnForgetDrain();
+    fnForgetLate();
+    if (pa_operation* drain = std::exchange(m_pDrain, nullptr)) {
+        pa_operation_cancel(drain);
+        pa_operation_unref(drain);
+    }
     if (pa_stream* stream = std::exchange(m_pStream, nullptr)) {
         pa_stream_set_state_callback(stream, nullptr, nullptr);
         pa_stream_set_write_callback(stream, nullptr, nullptr);
@@ -203,9 +220,9 @@ bool Voice::fnSetPaused(bool paused) {
     if (m_pStream) {
         if (!fnCork(paused))
             return false;
-        // A server may forget over the pause that it has been asked.
+        fnForgetLate();
         if (!paused && m_nPlaced == m_nTotal)
-            fnDrain();
+            fnEndLate();
         return true;
     }
     m_bPaused = paused;
@@ -246,17 +263,20 @@ void Voice::fnClose() {
     m_pReporter->fnForget(*this);
 }
 
-bool Voice::fnTellPosition(std::uint64_t& bytes) const {
-    if (!m_pPlaying)
-        return false;
+/// Bytes of all passes that have been heard.
+std::uint64_t Voice::fnGetHeard() const {
     pa_usec_t time = 0;
     // Before the first answer about timing nothing has been heard.
     if (!m_pStream || pa_stream_get_time(m_pStream, &time) < 0)
-        time = 0;
+        return 0;
     // The time is interpolated, and may run ahead a little.
-    const std::uint64_t heard = std::min<std::uint64_t>(pa_usec_to_bytes(time, &m_Spec), m_nPlaced);
-    bytes = std::min(heard, m_nTotal - 1) % m_nLength;
-    return true;
+    return std::min<std::uint64_t>(pa_usec_to_bytes(time, &m_Spec), m_nPlaced);
+}
+
+bool Voice::fnTellPosition(std::uint64_t& bytes) const {
+    if (m_pPlaying)
+        bytes = std::min(fnGetHeard(), m_nTotal - 1) % m_nLength;
+    return m_pPlaying != nullptr;
 }
 
 } // namespace q32::pulse

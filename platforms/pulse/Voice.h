@@ -41,7 +41,9 @@ private:
     void fnFeed(std::size_t room);
     void fnFill(void* room, std::size_t bytes) const;
     void fnDrain();
-    void fnForgetDrain();
+    void fnEndLate();
+    void fnForgetLate();
+    std::uint64_t fnGetHeard() const;
     void fnEnd();
     void fnDropStream();
     bool fnCork(bool cork);
@@ -51,6 +53,7 @@ private:
     WAVEHDR* m_pPlaying = nullptr;
     pa_stream* m_pStream = nullptr;
     pa_operation* m_pDrain = nullptr;
+    pa_time_event* m_pLate = nullptr;
     std::uint64_t m_nLength = 0; ///< bytes of one pass
     std::uint64_t m_nTotal = 0;  ///< bytes of all passes
     std::uint64_t m_nPlaced = 0; ///< bytes that the server has
