@@ -165,7 +165,10 @@ TEST_F(PulsePlay, APauseHoldsThePosition) {
     EXPECT_TRUE(heard == sound.m_Samples) << "nothing lost, nothing twice";
 }
 
-TEST_F(PulsePlay, APauseRightAfterTheStartHoldsAShortBlockToo) {
+/// PipeWire 0.3 loses samples that are paused so near their end.
+class PulseAudioPlay : public PulsePlay {};
+
+TEST_F(PulseAudioPlay, APauseRightAfterTheStartHoldsAShortBlockToo) {
     TestSound sound(20 * kBytesPerMs);
     ASSERT_TRUE(sound.fnStart(m_Sound));
     ASSERT_TRUE(sound.m_pDevice->fnPause());
@@ -173,9 +176,7 @@ TEST_F(PulsePlay, APauseRightAfterTheStartHoldsAShortBlockToo) {
     EXPECT_EQ(sound.m_nReports, 0);
     ASSERT_TRUE(sound.m_pDevice->fnRestart());
     ASSERT_TRUE(sound.fnAwaitEnd());
-    std::string heard = fnHear();
-    std::erase(heard, '\0');
-    EXPECT_TRUE(heard == sound.m_Samples);
+    EXPECT_TRUE(fnHearSamples() == sound.m_Samples);
 }
 
 TEST_F(PulsePlay, APauseAtAnyMomentOfTheEndLosesNoEnd) {
@@ -260,12 +261,14 @@ TEST_F(PulsePlay, BytesBehindTheLastWholeFrameAreNotHeard) {
 TEST_F(PulsePlay, TwoDevicesPlayAtOnce) {
     TestSound first(100 * kBytesPerMs);
     TestSound second(100 * kBytesPerMs, 2);
+    first.fnLoop(0xFFFFFFFFu);
     ASSERT_TRUE(first.fnStart(m_Sound));
     ASSERT_TRUE(second.fnStart(m_Sound));
-    ASSERT_TRUE(first.fnAwaitEnd());
     ASSERT_TRUE(second.fnAwaitEnd());
-    EXPECT_EQ(first.m_nReports + second.m_nReports, 2);
-    EXPECT_LT(fnHear().size(), 190 * kBytesPerMs) << "not one after the other";
+    EXPECT_EQ(first.m_nReports, 0);
+    EXPECT_TRUE(first.m_pDevice->fnReset());
+    ASSERT_TRUE(first.fnAwaitEnd());
+    EXPECT_EQ(second.m_nReports, 1);
 }
 
 TEST_F(PulsePlay, TheDesktopSeesWhatPlaysAndWhatFor) {
