@@ -36,7 +36,8 @@ protected:
     }
     bool fnIsQuiet() {
         pollfd event = {m_Mixers.fnGetDescriptor(), POLLIN, 0};
-        return ::poll(&event, 1, 100) == 0 && m_Mixers.fnPump() == 0;
+        const bool awake = ::poll(&event, 1, 100) != 0;
+        return m_Mixers.fnPump() == 0 && !awake;
     }
 
     static CqPulseOptions fnRetrying() {
