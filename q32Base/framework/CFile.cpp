@@ -32,8 +32,10 @@ bool CFile::Open(const char* fileName, unsigned int flags, CQ_FILE_CAUSE* cause)
     mode.m_bExclusive = (flags & 0x70) == shareExclusive;
     CString name(fileName);
     CQ_FILE_CAUSE result = FILE_CAUSE_NONE;
-    auto stream = q32::fnGuardMemory(
-        [&] { return q32::fnPlatform().m_pFiles->fnOpen(fileName, mode, result); });
+    std::unique_ptr<CqFileStream> stream;
+    if (q32::fnHasPlatform())
+        stream = q32::fnGuardMemory(
+            [&] { return q32::fnPlatform().m_pFiles->fnOpen(name, mode, result); });
     if (!stream && result == FILE_CAUSE_NONE)
         result = FILE_CAUSE_GENERIC;
     if (cause)

@@ -28,7 +28,8 @@ public:
     /// Closes the file; what could not be written then is not told. `Close` tells it.
     ~CFile() override;
 
-    /// Opens a file. False, with the cause, on failure.
+    /// Opens a file. False, with the cause, on failure: FILE_CAUSE_GENERIC while the library is not
+    /// attached.
     bool Open(const char* fileName, unsigned int flags, CQ_FILE_CAUSE* cause = nullptr);
 
     /// Reads up to `count` bytes, fewer only at the end; returns the bytes read.

@@ -42,7 +42,8 @@ public:
     void fnSetFloatFormat(const char* pszFormat);
 
     /// Writes the text into a file, which is made anew; it stays in the buffer. Nothing happens
-    /// before the first output; after `fnClear`, the file is empty. Raises CFileException.
+    /// before the first output; after `fnClear`, the file is empty. Raises CFileException, also
+    /// while the library is not attached.
     void fnFlush(const char* pszFile) const;
 
     /// Empties the text, in the window too. The buffer stays.

@@ -297,6 +297,57 @@ TEST_F(DumpBin, ATextThatWouldPassFourGigabytesIsRefused) {
     EXPECT_EQ(dump.fnGetText(), "kept");
 }
 
+TEST_F(DumpBin, AHexDumpWithoutMemoryKeepsWhatItHasWritten) {
+    unsigned char bytes[40] = {};
+    OpenDumpBin whole;
+    whole.fnHexDump("an address beyond any small buffer: %p", bytes, sizeof(bytes), 16);
+    const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
+        OpenDumpBin dump;
+        const bool raised = fnRaisesMemoryException([&] {
+            dump.fnHexDump("an address beyond any small buffer: %p", bytes, sizeof(bytes), 16);
+        });
+        const bool failed = failure.fnHappened();
+        failure.fnEnd();
+        EXPECT_EQ(raised, failed);
+        EXPECT_EQ(whole.fnGetText().compare(0, dump.m_nLength, dump.fnGetText()), 0);
+        EXPECT_EQ(dump.m_nLength < whole.m_nLength, failed);
+    });
+    EXPECT_GE(failures, 3u) << "an address for each line";
+}
+
+TEST_F(DumpBin, AFlushWithoutMemoryLeavesTheText) {
+    OpenDumpBin dump;
+    dump << "text";
+    fnFailEachAllocation([&](CqAllocationFailure& failure) {
+        const bool raised =
+            fnRaisesMemoryException([&] { dump.fnFlush("C:\\Temp\\a log with a long name.txt"); });
+        const bool failed = failure.fnHappened();
+        failure.fnEnd();
+        EXPECT_EQ(raised, failed);
+        EXPECT_EQ(dump.fnGetText(), "text");
+    });
+    EXPECT_EQ(m_World->m_pDisks->fnGetFile("C:\\Temp\\a log with a long name.txt"), "text");
+}
+
+TEST_F(DumpBin, AFileWithoutANameCantBeFlushedTo) {
+    OpenDumpBin dump;
+    dump << "text";
+    const CQ_FILE_CAUSE cause = fnCauseOf([&] { dump.fnFlush(""); });
+    EXPECT_NE(cause, FILE_CAUSE_NONE);
+    EXPECT_EQ(fnCauseOf([&] { dump.fnFlush(nullptr); }), cause);
+}
+
+TEST(DumpBinAlone, AStreamThatOutlivesTheLibraryCantBeFlushed) {
+    const auto world = q32HeadlessWorld();
+    OpenDumpBin dump;
+    ASSERT_TRUE(q32Attach(world->fnPlatform()));
+    dump << "text";
+    q32Detach();
+    EXPECT_EQ(fnCauseOf([&] { dump.fnFlush("C:\\log.txt"); }), FILE_CAUSE_GENERIC);
+    EXPECT_EQ(dump.fnGetText(), "text");
+    EXPECT_EQ(world->m_pDisks->fnGetFile("C:\\log.txt"), std::nullopt);
+}
+
 TEST_F(DumpBin, AFirstOutputWithoutMemoryLeavesNoBuffer) {
     OpenDumpBin dump;
     CqAllocationFailure failure(1, true);
