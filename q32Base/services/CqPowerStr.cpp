@@ -93,10 +93,9 @@ void CqPowerStr::fnRemoveSlash() {
 }
 
 void CqPowerStr::fnAppendSlash() {
-    // A length that still counts a removed backslash would hide the new one behind the end mark.
-    const std::size_t length = std::strlen(m_pchData);
-    if (static_cast<std::size_t>(GetLength()) == length + 1)
-        ReleaseBuffer(static_cast<int>(length));
+    // A length that still counts removed backslashes would hide the new one behind the end mark.
+    if (static_cast<std::size_t>(GetLength()) > std::strlen(m_pchData))
+        ReleaseBuffer();
     q32::fnAppendSlash(*this);
 }
 

@@ -29,6 +29,7 @@ public:
     /// block, and with `GetLength` as before. `fnAppendSlash` can put it back.
     void fnRemoveSlash();
     /// Adds a backslash unless there is one at the end. The empty string becomes a lone backslash.
+    /// What lies behind the text's end mark is lost.
     void fnAppendSlash();
 
     /// All up to and including the last backslash; empty if there is none. Limit: 519 bytes.

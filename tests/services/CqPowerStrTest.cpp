@@ -212,6 +212,23 @@ TEST_F(PowerStr, ARemovedBackslashCanBePutBack) {
     EXPECT_STREQ(copy, "C:\\dir") << "the copies keep what they have";
 }
 
+TEST_F(PowerStr, ABackslashIsPutBackAlsoWhereSeveralWereRemoved) {
+    CqPowerStr text("C:\\dir\\\\\\");
+    for (int i = 0; i < 3; ++i)
+        text.fnRemoveSlash();
+    EXPECT_STREQ(text, "C:\\dir");
+    EXPECT_EQ(text.GetLength(), 9);
+    text.fnAppendSlash();
+    EXPECT_STREQ(text, "C:\\dir\\");
+    EXPECT_EQ(text.GetLength(), 7);
+    text = "\\\\";
+    text.fnRemoveSlash();
+    text.fnRemoveSlash();
+    EXPECT_STREQ(text, "");
+    text.fnAppendSlash();
+    EXPECT_STREQ(text, "\\");
+}
+
 TEST_F(PowerStr, SegmentsMakeTheFilterOfAFileDialog) {
     CqPowerStr filter;
     filter.fnSegmentConcat("Plain Text File (txt)");
@@ -323,4 +340,6 @@ TEST(PowerStrAlone, PathsNeedNoLibraryToBeAttached) {
     text.fnDateTimeString(CTime(0), true, true);
     text.fnDateTimeString(SYSTEMTIME{2000, 1, 6, 1, 0, 0, 0, 0}, true, true);
     EXPECT_STREQ(text, "0 KB") << "dates leave the string as it was";
+    EXPECT_STREQ(CqPowerStr(reinterpret_cast<const char*>(std::uintptr_t{105})), "~qd");
+    EXPECT_STREQ(CqPowerStr(reinterpret_cast<const char*>(std::uintptr_t{4000})), "");
 }
