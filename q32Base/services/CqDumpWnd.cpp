@@ -144,9 +144,10 @@ bool CqDumpWnd::fnOnSysCommand(UINT id) {
 }
 
 void CqDumpWnd::fnToggleOnTop() {
-    m_bOnTop = !m_bOnTop;
-    m_pView->fnSetOnTop(m_bOnTop != 0);
-    m_pView->fnCheckMenuItem(kOnTopCommand, m_bOnTop != 0);
+    const bool onTop = !m_bOnTop;
+    m_pView->fnSetOnTop(onTop); // may fail; all is as it was then
+    m_bOnTop = onTop;
+    m_pView->fnCheckMenuItem(kOnTopCommand, onTop);
 }
 
 void CqDumpWnd::fnSave() {
@@ -205,9 +206,10 @@ bool CqDumpWnd::fnLayout(CRect& rect, bool saving) {
         if (fnReadSetting(STRING_SECTION_DUMP_WND, STRING_KEY_LAYOUT, nullptr, value,
                           sizeof(value)) > 0)
             fnParseLayout(value, rect);
-        if (fnReadSetting(STRING_SECTION_DUMP_WND, STRING_KEY_PREF_DIR, nullptr, value,
-                          sizeof(value)) > 0)
-            m_strPrefDir = value;
+        char folder[2 * kSettingBytes]; // a file's folder can be as long as that
+        if (fnReadSetting(STRING_SECTION_DUMP_WND, STRING_KEY_PREF_DIR, nullptr, folder,
+                          sizeof(folder)) > 0)
+            m_strPrefDir = folder;
         const auto onTop =
             fnReadSettingNumber(STRING_SECTION_DUMP_WND, STRING_KEY_ON_TOP, kShortSettingBytes);
         m_bOnTop = onTop.value_or(1) == 1;

@@ -13,28 +13,7 @@ constexpr UINT kOnTop = 32;
 constexpr const char* kMemoryText =
     "Insufficient memory. Please close other programs\nto free up system resources.";
 
-class DumpWnd : public DumpTest {
-protected:
-    std::string fnSetting(const char* key) const {
-        const std::string text = m_World->fnGetSettings().value_or("");
-        const std::string head = std::string(key) + "=";
-        const std::size_t at = text.find(head);
-        if (at == std::string::npos)
-            return "(none)";
-        return text.substr(at + head.size(), text.find('\r', at) - at - head.size());
-    }
-    /// Makes the window with these lines in its section of the settings.
-    CqHeadlessDumpView& fnOpen(const std::string& lines = "") {
-        q32DestroyDumpWnd();
-        m_World->fnSetSettings("[DumpWnd]\r\n" + lines);
-        EXPECT_TRUE(q32CreateDumpWnd());
-        return *fnView();
-    }
-    CRect fnPlaceOf(const std::string& layout) {
-        return fnOpen("Layout=" + layout + "\r\n").fnGetPlace();
-    }
-    const CRect m_DefaultPlace{22, 22, 22 + 480, 22 + 330};
-};
+using DumpWnd = DumpTest;
 
 } // namespace
 
@@ -46,7 +25,7 @@ TEST_F(DumpWnd, TheWindowIsMadeWithItsCaptionMenuAndPrompts) {
     EXPECT_TRUE(view.fnIsOnTop());
     EXPECT_EQ(view.fnGetStatusText(), "Ready");
     EXPECT_EQ(view.fnGetText(), "");
-    EXPECT_EQ(CRect(view.fnGetPlace()), m_DefaultPlace);
+    EXPECT_EQ(CRect(view.fnGetPlace()), kDefaultDumpPlace);
     EXPECT_EQ(view.fnGetMenu(),
               (std::vector<MenuItem>{
                   {kSave, "Sa&ve...", "Save the content of this window", false},
@@ -118,6 +97,18 @@ TEST_F(DumpWnd, ThePictureShowsCaptionTextAndStatus) {
     EXPECT_EQ(view.fnGetCells(), (std::vector<std::string>{"Dump Window   "}));
     view.fnMove({0, 0, 84, 0});
     EXPECT_TRUE(view.fnGetCells().empty());
+}
+
+TEST_F(DumpWnd, ClearingAStreamThatHasWrittenNothingEmptiesTheWindow) {
+    CqHeadlessDumpView& view = fnOpen();
+    OpenDumpBin writer;
+    OpenDumpBin silent;
+    writer << "text";
+    silent.fnClear();
+    EXPECT_EQ(view.fnGetText(), "");
+    EXPECT_EQ(silent.m_pBuffer, nullptr);
+    writer << "!";
+    EXPECT_EQ(view.fnGetText(), "text!");
 }
 
 TEST_F(DumpWnd, TheLastStreamToWriteIsTheOneThatIsShown) {
@@ -215,107 +206,6 @@ TEST_F(DumpWnd, AlwaysOnTopIsSwitchedInTheMenu) {
     EXPECT_FALSE(view.fnChoose(0));
 }
 
-TEST_F(DumpWnd, TheOnTopStateComesFromTheSettings) {
-    EXPECT_TRUE(fnOpen("OnTop=1\r\n").fnIsOnTop());
-    EXPECT_TRUE(fnOpen("OnTop=\r\n").fnIsOnTop()) << "no value is the default";
-    for (const char* value : {"0", "2", "-1", "x"}) {
-        const CqHeadlessDumpView& view = fnOpen(std::string("OnTop=") + value + "\r\n");
-        EXPECT_FALSE(view.fnIsOnTop()) << value;
-        EXPECT_FALSE(view.fnGetMenu()[1].m_bChecked) << value;
-        q32DestroyDumpWnd();
-        EXPECT_EQ(fnSetting("OnTop"), "0");
-    }
-}
-
-TEST_F(DumpWnd, TheLayoutSurvivesInTheSettings) {
-    fnOpen().fnMove({-10, 20, 310, 220});
-    fnView()->fnChoose(kOnTop);
-    q32DestroyDumpWnd();
-    EXPECT_EQ(fnSetting("Layout"), "-10,20,310,220");
-    EXPECT_EQ(fnSetting("PrefDir"), "");
-    EXPECT_EQ(fnSetting("OnTop"), "0");
-    ASSERT_TRUE(q32CreateDumpWnd());
-    EXPECT_EQ(CRect(fnView()->fnGetPlace()), CRect(-10, 20, 310, 220));
-    EXPECT_FALSE(fnView()->fnIsOnTop());
-}
-
-TEST_F(DumpWnd, AWindowThatTheUserClosesSavesItsLayoutAndCanBeMadeAgain) {
-    fnOpen().fnMove({1, 2, 103, 204});
-    fnView()->fnClose();
-    EXPECT_EQ(fnView(), nullptr);
-    EXPECT_EQ(fnSetting("Layout"), "1,2,103,204");
-    EXPECT_TRUE(q32CreateDumpWnd());
-    EXPECT_NE(fnView(), nullptr);
-}
-
-TEST(DumpWndAtTheEnd, TheWindowSavesItsLayoutWhenTheLibraryIsDetached) {
-    const auto world = q32HeadlessWorld();
-    for (const LONG left : {11, 12}) {
-        ASSERT_TRUE(q32Attach(world->fnPlatform()));
-        ASSERT_TRUE(q32CreateDumpWnd());
-        world->m_pWindows->fnGetDumpView()->fnMove({left, 0, left + 100, 100});
-        q32Detach();
-        EXPECT_EQ(world->m_pWindows->fnGetDumpView(), nullptr);
-        EXPECT_NE(world->fnGetSettings()->find("Layout=" + std::to_string(left) + ",0,"),
-                  std::string::npos);
-    }
-}
-
-TEST_F(DumpWnd, ALayoutOfFewerNumbersFillsTheFirstFieldsAlone) {
-    EXPECT_EQ(fnPlaceOf("10,20"), m_DefaultPlace) << "an empty rectangle";
-    EXPECT_EQ(fnPlaceOf("-50,-60"), CRect(-50, -60, 0, 0));
-    EXPECT_EQ(fnPlaceOf("-50,-60,40"), CRect(-50, -60, 40, 0));
-}
-
-TEST_F(DumpWnd, ALayoutOfMoreNumbersStopsAtFour) {
-    EXPECT_EQ(fnPlaceOf("1,2,103,204,5,6,7,8,9"), CRect(1, 2, 103, 204));
-    EXPECT_EQ(fnPlaceOf("1,2,103,204,"), CRect(1, 2, 103, 204));
-    std::string commas(250, ',');
-    EXPECT_EQ(fnPlaceOf(commas), m_DefaultPlace);
-    EXPECT_EQ(fnPlaceOf("1,2,103,204" + commas), CRect(1, 2, 103, 204));
-}
-
-TEST_F(DumpWnd, AHostileLayoutDoesNoHarm) {
-    for (const char* layout :
-         {"", " ", "x", "x,y,z,w", "5,5,5,5", "10,10,5,5", "0x10,0,0x20,9", ",,,", "1;2;3;4"})
-        EXPECT_EQ(fnPlaceOf(layout), m_DefaultPlace) << layout;
-    // Numbers wrap, sizes wrap, and the window stays where windows can be.
-    for (const char* layout :
-         {"-2147483648,-2147483648,2147483647,2147483647", "0,0,2147483647,2147483647",
-          "-2147483648,0,-2147483647,1", "99999999999999999999,0,99999999999999999999999,1"}) {
-        const CRect place = fnPlaceOf(layout);
-        EXPECT_GE(place.Width(), 0) << layout;
-        EXPECT_LE(place.Width(), 32767) << layout;
-        EXPECT_LE(place.right, 2 * 32767) << layout;
-        EXPECT_GE(place.left, -32767) << layout;
-    }
-    EXPECT_EQ(fnPlaceOf(" 1 , 2 ,103 x,204y"), CRect(1, 2, 103, 204));
-}
-
-TEST_F(DumpWnd, CommasAreLookedForByCharacters) {
-    m_World->m_pLocale->fnSetCodePage(932);
-    EXPECT_EQ(fnPlaceOf("1\x83\x5c,2,103,204"), CRect(1, 2, 103, 204));
-}
-
-TEST_F(DumpWnd, AFolderThatCantBeWrittenToDoesNoHarm) {
-    m_World->fnSetSettings("[DumpWnd]\r\nLayout=1,2,103,204\r\n");
-    ASSERT_TRUE(q32CreateDumpWnd());
-    fnView()->fnMove({5, 6, 107, 208});
-    m_World->m_pFiles->m_UpdateText.fnFail(1, CqHeadlessCalls::kForever);
-    q32DestroyDumpWnd();
-    EXPECT_EQ(fnView(), nullptr);
-    EXPECT_TRUE(fnBoxes().empty());
-    EXPECT_EQ(fnSetting("Layout"), "1,2,103,204");
-}
-
-TEST_F(DumpWnd, AnUnreadableSettingsFileIsOneWithoutKeys) {
-    m_World->fnSetSettings("[DumpWnd]\r\nLayout=1,2,103,204\r\nOnTop=0\r\n");
-    m_World->m_pFiles->m_ReadText.fnFail(1, CqHeadlessCalls::kForever);
-    ASSERT_TRUE(q32CreateDumpWnd());
-    EXPECT_EQ(CRect(fnView()->fnGetPlace()), m_DefaultPlace);
-    EXPECT_TRUE(fnView()->fnIsOnTop());
-}
-
 TEST_F(DumpWnd, AWindowThatCantBeMadeIsToldByTheResultAlone) {
     fnDesk().m_Create.fnFail();
     EXPECT_FALSE(q32CreateDumpWnd());
@@ -393,14 +283,20 @@ namespace {
 /// A view that can do no more than it must, and has no memory to tell its place.
 class BareView : public CqDumpView {
 public:
-    explicit BareView(std::string& text) : m_Text(text) {}
+    BareView(std::string& text, CqDumpViewEvents& events) : m_Text(text), m_Events(events) {}
+    bool fnChoose(UINT id) { return m_Events.fnOnSysCommand(id); }
+    unsigned m_nRaised = 0; ///< how often the window was put above the others
 
     bool fnCreateText() override { return true; }
     bool fnCreateStatusBar() override { return true; }
     void fnSetFont(const CFont&) override {}
     void fnInsertMenuItem(const CqDumpMenuItem&) override {}
     void fnCheckMenuItem(UINT, bool) override {}
-    void fnSetOnTop(bool) override {}
+    void fnSetOnTop(bool onTop) override {
+        if (!onTop)
+            throw std::bad_alloc();
+        ++m_nRaised;
+    }
     void fnShow() override {}
     RECT fnGetPlace() const override { throw std::bad_alloc(); }
     void fnSetText(const char* text, std::size_t length) override { m_Text.assign(text, length); }
@@ -409,6 +305,7 @@ public:
 
 private:
     std::string& m_Text;
+    CqDumpViewEvents& m_Events;
 };
 
 class BareWindows : public CqWindowService {
@@ -421,8 +318,13 @@ public:
                                                  CqDumpViewEvents& events) override {
         // Without a view of its own, a window service has none.
         EXPECT_EQ(CqWindowService::fnCreateDumpView(setup, events), nullptr);
-        return m_bHasView ? std::make_unique<BareView>(m_Text) : nullptr;
+        if (!m_bHasView)
+            return nullptr;
+        auto view = std::make_unique<BareView>(m_Text, events);
+        m_pView = view.get();
+        return view;
     }
+    BareView* m_pView = nullptr; ///< the last one
     bool m_bHasView = true;
 };
 
@@ -444,6 +346,12 @@ TEST(DumpWndOfABareView, ShowsTheTextAndLosesNoMoreThanItsLayout) {
         dump << "one " << 2;
     }
     EXPECT_EQ(windows->m_Text, "one 2");
+    EXPECT_EQ(windows->m_pView->m_nRaised, 1u);
+    for (std::size_t failures = 1; failures <= 2; ++failures) {
+        EXPECT_TRUE(windows->m_pView->fnChoose(kOnTop));
+        EXPECT_EQ(world->m_pMessages->fnGetBoxes().size(), failures);
+    }
+    EXPECT_EQ(windows->m_pView->m_nRaised, 1u) << "it stayed above the others";
     q32DestroyDumpWnd();
     EXPECT_EQ(world->fnGetSettings(), std::nullopt);
     q32Detach();

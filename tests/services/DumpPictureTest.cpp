@@ -14,9 +14,7 @@ constexpr std::uint32_t kMarked = 0x000080;
 class DumpPicture : public DumpTest {
 protected:
     CqHeadlessDumpView& fnOpen(const char* layout) {
-        m_World->fnSetSettings(std::string("[DumpWnd]\r\nLayout=") + layout + "\r\n");
-        EXPECT_TRUE(q32CreateDumpWnd());
-        return *fnView();
+        return DumpTest::fnOpen(std::string("Layout=") + layout + "\r\n");
     }
     /// Whether a line of text stands at a place, sign by sign, in ink on paper.
     static bool fnShows(const CqHeadlessPicture& picture, const std::string& text, std::size_t left,

@@ -24,12 +24,22 @@ public:
     }
 };
 
+/// Where the window stands without a layout.
+inline const CRect kDefaultDumpPlace(22, 22, 22 + 480, 22 + 330);
+
 /// The float format is the same for all streams: each test begins and ends with the first one.
 class DumpTest : public AttachedTest {
 protected:
     void TearDown() override {
         CqDumpBin().fnSetFloatFormat("%.02f");
         AttachedTest::TearDown();
+    }
+    /// Makes the window with these lines in its section of the settings.
+    CqHeadlessDumpView& fnOpen(const std::string& lines = "") {
+        q32DestroyDumpWnd();
+        m_World->fnSetSettings("[DumpWnd]\r\n" + lines);
+        EXPECT_TRUE(q32CreateDumpWnd());
+        return *fnView();
     }
     CqHeadlessDumpView* fnView() const { return m_World->m_pWindows->fnGetDumpView(); }
     CqHeadlessDumpDesk& fnDesk() const { return *m_World->m_pWindows->m_pDump; }
