@@ -203,6 +203,10 @@ TEST_F(PowerStrDisplay, ADiskThatIsNotThereHasNoSpace) {
             EXPECT_EQ(fnSpace(drive, flag), "0 KB") << drive;
             EXPECT_EQ(fnRatio(drive, flag), "0%") << drive;
         }
+        for (const char* none : {static_cast<const char*>(nullptr), ""}) {
+            EXPECT_EQ(fnSpace(none, flag), "0 KB") << "a lone backslash is no disk";
+            EXPECT_EQ(fnRatio(none, flag), "0%");
+        }
     }
 }
 

@@ -193,6 +193,28 @@ TEST_F(PowerStrPosix, ADateIsInTheCodePageOfTheLanguage) {
                             "05\x95\xAA");
 }
 
+TEST_F(PowerStrPosix, ARealFileThatSomebodyHasOpenHasNoSize) {
+    fnStart();
+    m_Folder.fnWrite("a.bin", std::string(1536, 'x'));
+    CqPowerStr text;
+    for (const unsigned mode :
+         {CFile::modeRead | CFile::shareDenyWrite, CFile::modeWrite | CFile::shareExclusive}) {
+        const CFile theirs(m_Folder.fnName("a.bin").c_str(), mode);
+        text.fnFileSize(m_Folder.fnName("a.bin").c_str());
+        EXPECT_EQ(fnText(text), "0 KB") << mode;
+    }
+    text.fnFileSize(m_Folder.fnName("a.bin").c_str());
+    EXPECT_EQ(fnText(text), "1.5 KB") << "they have closed it";
+}
+
+TEST_F(PowerStrPosix, ADirectoryHasNoDate) {
+    fnStart();
+    CqPowerStr text("as it was");
+    text.fnFileDateTime(m_Folder.fnPath().c_str(), true, true);
+    text.fnFileDateTime(m_Folder.fnName("missing").c_str(), true, true);
+    EXPECT_EQ(fnText(text), "as it was");
+}
+
 TEST_F(PowerStrPosix, AFileThatSomebodyWritesHasNoDateAndOneThatIsReadHas) {
     fnStart();
     m_Folder.fnWrite("a.txt", "x");
