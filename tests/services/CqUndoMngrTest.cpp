@@ -284,6 +284,33 @@ TEST_F(UndoMngr, TheButtonsFollowEachStep) {
               (std::vector<Message>{fnButton(kUndo, true), fnButton(kRedo, false)}));
 }
 
+TEST_F(UndoMngr, FewerLevelsLeaveTheButtonsAsTheyAre) {
+    m_Manager.fnCreate(nullptr, 2, &m_ToolBar);
+    fnAdd(0);
+    m_ToolBar.fnClearMessages();
+    m_Manager.fnChangeLevel(0);
+    EXPECT_FALSE(m_Manager.fnCanUndo());
+    EXPECT_TRUE(m_ToolBar.fnGetMessages().empty());
+    EXPECT_TRUE(m_ToolBar.fnIsEnabled(kUndo));
+}
+
+TEST_F(UndoMngr, CreatingAnewDisablesTheButtonsAlsoWhereThereIsSomethingToUndo) {
+    m_Manager.fnCreate(nullptr, 2, &m_ToolBar);
+    fnAdd(0);
+    m_Manager.fnCreate(nullptr, 2, &m_ToolBar);
+    EXPECT_TRUE(m_Manager.fnCanUndo());
+    EXPECT_FALSE(m_ToolBar.fnIsEnabled(kUndo));
+}
+
+TEST_F(UndoMngr, ASnapshotOfTheTimeOfOneLevelGivesTheFlagOfAnEarlierTime) {
+    m_Document.m_nModified = 1;
+    m_Manager.fnCreate(&m_Document, 1, nullptr);
+    fnAdd(0);
+    m_Manager.fnChangeLevel(2);
+    fnUndo(1);
+    EXPECT_EQ(m_Document.m_ModifiedSet, (std::vector<bool>{false})) << "none was ever kept";
+}
+
 TEST_F(UndoMngr, RemovingAllDeletesEverythingAndLeavesTheDocument) {
     m_Manager.fnCreate(&m_Document, 3, &m_ToolBar);
     fnAdd(0);
