@@ -99,6 +99,9 @@ void CqWave::fnFreeBuf() {
         return;
     FreePixelBuffer(m_pBuffer, m_nBufferSize, &m_hFile, &m_hMapping, &m_strFilePath);
     m_pBuffer = nullptr;
+    // Nobody may look for samples that have gone.
+    m_nBufferSize = 0;
+    m_nFrames = 0;
 }
 
 void CqWave::fnSetBuf(unsigned char* const pBuffer, const WAVEFORMATEX& format, unsigned long nSize,

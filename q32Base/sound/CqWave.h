@@ -124,7 +124,7 @@ protected:
     /// A block from the allocator of large blocks, with what identifies it.
     unsigned char* fnAllocBuf(unsigned long nSize, CqFileHandle& hFile, CqMappingHandle& hMapping,
                               CString& strPath);
-    /// Gives the block back, if there is one.
+    /// Gives the block back, if there is one. The format stays, for a later `fnFillBuffer`.
     void fnFreeBuf();
     /// Gives the block back and adopts another one, with its format. The one place where the copies
     /// of the format's fields are set; a format whose frames have no bytes counts none.

@@ -15,6 +15,7 @@ using CqWaveTest = WaveTest;
 struct OpenWave : CqWave {
     using CqWave::CqWave;
     using CqWave::fnAllocBuf;
+    using CqWave::fnFreeBuf;
     using CqWave::fnSetBuf;
 };
 
@@ -97,6 +98,26 @@ TEST_F(CqWaveTest, AFormatWithoutBytesAFrameCountsNoFrames) {
     EXPECT_EQ(wave.fnGetFrameCount(), 0u);
     EXPECT_EQ(wave.fnGetBufferSize(), 8u);
     EXPECT_EQ(wave.fnGetFormat().cbSize, 7) << "all of the format is copied";
+}
+
+TEST_F(CqWaveTest, ASoundWhoseBlockWasGivenBackIsEmptyAndKeepsItsFormat) {
+    OpenWave wave(1, 16, 8000, 4, true);
+    wave.fnFreeBuf();
+    wave.fnFreeBuf();
+    EXPECT_EQ(wave.fnGetBuffer(), nullptr);
+    EXPECT_EQ(wave.fnGetBufferSize(), 0u);
+    EXPECT_EQ(wave.fnGetFrameCount(), 0u);
+    EXPECT_EQ(q32GetVMPolicy()->fnGetRamUsed(), 0u);
+    CqImage image(4, 4, 24, nullptr, 0);
+    wave.fnRasterize(image, 0, 4, false, false);
+    for (int x = 0; x < 4; ++x)
+        for (int y = 0; y < 4; ++y)
+            EXPECT_EQ(image.fnGetPixelColor(x, y), CqColor(0, 0, 0, 255));
+    wave.fnMute();
+    EXPECT_TRUE(fnRaisesMemoryException([&] { const CqWave copy(wave); }));
+    fnFill(wave, fnRamp(2));
+    EXPECT_EQ(fnBytes(wave), fnRamp(2));
+    EXPECT_EQ(wave.fnGetFrameCount(), 1u);
 }
 
 TEST_F(CqWaveTest, FramesAreCountedWhole) {
