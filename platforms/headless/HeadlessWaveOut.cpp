@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <condition_variable>
-#include <deque>
+#include <list>
 #include <mutex>
 #include <set>
 #include <thread>
@@ -20,10 +20,17 @@ constexpr DWORD kForEver = 0xFFFFFFFFu;
 } // namespace
 
 struct CqHeadlessWaveOut::Device {
+    /// A report that waits to be told.
+    struct Job {
+        std::shared_ptr<Device> m_pDevice;
+        WAVEHDR* m_pHeader;
+    };
+
     WAVEFORMATEX m_Format;
     Done m_Done;
     std::set<const WAVEHDR*> m_Prepared;
     WAVEHDR* m_pPlaying = nullptr;
+    std::list<Job> m_Job;          ///< of the block that plays, made beforehand
     std::uint64_t m_nPosition = 0; ///< bytes into the present pass
     DWORD m_nPassesLeft = 0;       ///< kForEver stays
     bool m_bPaused = false;
@@ -33,14 +40,12 @@ struct CqHeadlessWaveOut::Device {
 
 /// All that devices share with the thread that reports. The lock is never held during a report.
 struct CqHeadlessWaveOut::State {
-    struct Job {
-        std::shared_ptr<Device> m_pDevice;
-        WAVEHDR* m_pHeader;
-    };
+    using Job = Device::Job;
+
     std::mutex m_Lock;
     std::condition_variable m_Changed;
     std::vector<std::shared_ptr<Device>> m_Devices;
-    std::deque<Job> m_Jobs;
+    std::list<Job> m_Jobs;
     std::uint64_t m_nPosted = 0;
     std::uint64_t m_nFinished = 0; ///< jobs ended, told or dropped
     std::uint64_t m_nReports = 0;
@@ -52,15 +57,20 @@ struct CqHeadlessWaveOut::State {
 
     static void fnRun(const std::shared_ptr<State>& state);
 
-    /// Ends the block of a device and has that reported. The lock is held.
-    void fnEnd(const std::shared_ptr<State>& self, const std::shared_ptr<Device>& device) {
+    /// Starts the thread that reports, if that isn't so yet. The lock is held.
+    void fnStartThread(const std::shared_ptr<State>& self) {
+        if (!m_Thread.joinable() && !m_bStop)
+            m_Thread = std::thread(fnRun, self);
+    }
+
+    /// Ends the block of a device and has that reported. The lock is held. Nothing can fail here:
+    /// an end that is lost would hang its waiter.
+    void fnEnd(const std::shared_ptr<Device>& device) {
         WAVEHDR* header = std::exchange(device->m_pPlaying, nullptr);
         header->dwFlags = (header->dwFlags & ~kInQueue) | kDone;
         device->m_nPosition = 0;
-        m_Jobs.push_back({device, header});
+        m_Jobs.splice(m_Jobs.end(), device->m_Job);
         ++m_nPosted;
-        if (!m_Thread.joinable() && !m_bStop)
-            m_Thread = std::thread(fnRun, self);
         m_Changed.notify_all();
     }
 
@@ -114,6 +124,7 @@ public:
         std::unique_lock lock(state->m_Lock);
         m_pDevice->m_bClosed = true;
         m_pDevice->m_pPlaying = nullptr;
+        m_pDevice->m_Job.clear();
         std::erase(state->m_Devices, m_pDevice);
         if (!state->fnIsReporter())
             state->m_Changed.wait(lock, [&] { return !m_pDevice->m_bReporting; });
@@ -135,6 +146,8 @@ public:
         std::unique_lock lock(state->m_Lock);
         if (!pass || device->m_pPlaying || !device->m_Prepared.contains(&header))
             return false;
+        device->m_Job = {{device, &header}};
+        state->fnStartThread(state);
         state->m_Plays.push_back({device->m_Format, header.lpData, header.dwBufferLength,
                                   header.dwFlags & ~kPrepared, header.dwLoops});
         header.dwFlags = (header.dwFlags & ~kDone) | kInQueue;
@@ -143,7 +156,7 @@ public:
         device->m_nPassesLeft = (header.dwFlags & kLoop) == kLoop ? header.dwLoops : 1;
         const bool endless = device->m_nPassesLeft == kForEver && header.dwBufferLength != 0;
         if ((state->m_bEndInWrite && !endless) || header.dwBufferLength == 0)
-            state->fnEnd(state, device);
+            state->fnEnd(device);
         if (state->m_bEndInWrite && !endless)
             state->fnAwait(lock);
         return true;
@@ -170,7 +183,7 @@ public:
         std::unique_lock lock(state->m_Lock);
         device->m_bPaused = false;
         if (device->m_pPlaying)
-            state->fnEnd(state, device);
+            state->fnEnd(device);
         if (state->m_bReportInReset)
             state->fnAwait(lock);
         return true;
@@ -224,7 +237,7 @@ void CqHeadlessWaveOut::fnAdvance(std::uint64_t bytes) {
         const std::uint64_t passes =
             bytes / length + (device->m_nPosition + bytes % length) / length;
         if (device->m_nPassesLeft != kForEver && passes >= device->m_nPassesLeft) {
-            m_pState->fnEnd(m_pState, device);
+            m_pState->fnEnd(device);
             continue;
         }
         if (device->m_nPassesLeft != kForEver)

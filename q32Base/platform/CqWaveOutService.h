@@ -10,7 +10,7 @@
 /// called on the owner's thread, and `fnUnprepare` and the destructor also from within a report. A
 /// report may destroy the device while a call of it is still under way on the owner's thread: such
 /// a call returns as usual. What takes something may throw std::bad_alloc, and has done nothing
-/// then.
+/// then; `fnReset`, `fnUnprepare` and the end of a block take nothing, so that no end is lost.
 class CqWaveOut {
 public:
     /// Closes the device. A block under way is given back first, without a report. A report that

@@ -109,7 +109,7 @@ void CqWave::fnStop() {
         return;
     std::shared_ptr<CqWaveOut> device = m_hWaveOut;
     lock.unlock();
-    q32::fnTryMemory([&] { return device->fnReset(); });
+    device->fnReset();
     device.reset();
     fnAwaitEnd();
 }

@@ -339,6 +339,22 @@ TEST_F(WavePlaybackTest, ASoundOnAScratchDiskIsPlayedFromThere) {
     fnWave().fnStop();
 }
 
+TEST_F(WavePlaybackTest, NoEndNeedsMemory) {
+    for (const bool paused : {false, true}) {
+        ASSERT_TRUE(fnWave().fnPlay(false, true));
+        if (paused)
+            fnWave().fnPause();
+        const std::size_t before = CqAllocationFailure::fnCount();
+        fnWave().fnStop();
+        EXPECT_EQ(CqAllocationFailure::fnCount(), before);
+        ASSERT_TRUE(fnWave().fnPlay(false, false));
+        const std::size_t ending = CqAllocationFailure::fnCount();
+        fnAdvance(kFrames);
+        EXPECT_EQ(CqAllocationFailure::fnCount(), ending);
+        EXPECT_EQ(fnWave().fnGetState(), WAVE_STOPPED);
+    }
+}
+
 TEST_F(WavePlaybackTest, WantOfMemoryIsARefusal) {
     const std::size_t runs = fnFailEachAllocation([&](CqAllocationFailure& failure) {
         const bool started = fnWave().fnPlay(false, true);
