@@ -397,6 +397,21 @@ TEST_F(CqSoundCtrlTest, ADestroyedWindowKeepsItsValuesAndSetsNoMore) {
     EXPECT_EQ(m_Control.fnGetVolume(), 77u);
 }
 
+TEST_F(CqSoundCtrlTest, TheMessageOfItsEndClosesTheMixer) {
+    fnStart();
+    m_Control.fnSetVolume(77);
+    EXPECT_EQ(m_Control.SendMessage(WM_DESTROY, 0, 0), 0);
+    EXPECT_EQ(fnMixers().fnGetOpen(), 0u);
+    EXPECT_EQ(m_Control.fnGetMixerHandle(), 0u);
+    EXPECT_FALSE(m_Control.fnSetVolume(77));
+    EXPECT_FALSE(m_Control.fnSetMute(true));
+    EXPECT_EQ(m_Control.fnGetVolume(), 77u);
+    EXPECT_FALSE(m_Control.fnGetMute());
+    EXPECT_TRUE(m_Control.fnCanHandleVolume()) << "the ids stay";
+    m_Control.OnDestroy(); // twice
+    EXPECT_TRUE(m_Control.DestroyWindow());
+}
+
 TEST_F(CqSoundCtrlTest, TheWindowGoesWithItsParent) {
     fnStart();
     m_Parent.fnDestroy();
