@@ -264,6 +264,44 @@ TEST_F(WaveFileTest, WhatNoFileCanHoldIsNotWritten) {
     EXPECT_EQ(fnGet(), "what stood there before");
 }
 
+/// A sound that claims bytes that nobody has.
+struct ClaimedWave : CqWave {
+    void fnClaim(std::uint32_t size) {
+        CString path;
+        fnSetBuf(nullptr, CqWave(1, 8, 8000, 1, true).fnGetFormat(), size, kNoFile, kNoMapping,
+                 path);
+    }
+};
+
+TEST_F(WaveFileTest, ASoundTooLongForTheSizeInTheHeadIsNotWritten) {
+    fnPut("what stood there before");
+    // The head counts 36 bytes of its own, and the one that makes an odd size even.
+    for (const std::uint32_t size : {0xFFFFFFDBu, 0xFFFFFFDCu, 0xFFFFFFFFu}) {
+        ClaimedWave wave;
+        wave.fnClaim(size);
+        EXPECT_EQ(q32WriteWave(kPath, wave).m_nMsgId, -102) << size;
+    }
+    EXPECT_EQ(fnGet(), "what stood there before");
+}
+
+TEST_F(WaveFileTest, AFileThatAnotherProgramHasOpenIsToldAsSuch) {
+    const std::string file = fnFile(fnChunk("fmt ", fnFormat(1, 8)) + fnChunk("data", "abc"));
+    fnPut(file);
+    CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
+    {
+        const auto held = m_World->m_pFiles->fnOpen(kPath, {true, true, false, true}, cause);
+        ASSERT_NE(held, nullptr);
+        CqWave wave;
+        EXPECT_EQ(q32ReadWave(kPath, wave).m_nMsgId, -7);
+        EXPECT_EQ(wave.fnGetBuffer(), nullptr);
+    }
+    const auto held = m_World->m_pFiles->fnOpen(kPath, {}, cause);
+    ASSERT_NE(held, nullptr);
+    EXPECT_EQ(q32WriteWave(kPath, CqWave(1, 8, 8000, 3, true)).m_nMsgId, -7);
+    EXPECT_EQ(fnGet(), file);
+    EXPECT_EQ(m_World->m_pDisks->fnGetFiles().size(), 1u);
+}
+
 TEST_F(WaveFileTest, AFailedWriteKeepsWhatStoodThere) {
     const CqWave wave(1, 8, 8000, 200000, true);
     auto& files = *m_World->m_pFiles;
