@@ -165,18 +165,35 @@ public:
     /// Every byte below `level` becomes 0, every other 255, whatever the depth.
     void fnThresholding(unsigned char level, bool draw, CqProgressDisplay* progress);
 
-    // Geometry of the picture. The new storage replaces the old only when all went well; an abort
-    // keeps the old.
+    // Geometry of the picture. The new storage replaces the old only when all went well: an abort and
+    // a failure keep the picture, but for half a turn, which works in place. What no memory can
+    // hold, or a size that no image can have, raises the memory exception. `progress` may be null.
 
-    /// Another size: by the cubic filter of Mitchell and Netravali if `interpolate` is set and the
-    /// image is no palette image, else by the nearest pixel.
+    /// Another size: by the cubic filter of Mitchell and Netravali (Reconstruction Filters in
+    /// Computer Graphics, 1988; B = C = 1/3) if `interpolate` is set and the image is no palette
+    /// image, else by the nearest pixel. The same size does nothing. Green of 16 bits doesn't come
+    /// through the filter unchanged, deliberately.
     void fnResample(unsigned int width, unsigned int height, bool interpolate,
                     CqProgressDisplay* progress);
-    /// By factors, always by the filter; sizes are rounded up.
+    /// By factors, always by the filter, which also sums up the indices of a palette image and
+    /// leaves a 4-bit one blank in the new size, both deliberately. Sizes are rounded up, but for
+    /// what lies less than 1e-10 above a whole number. The factors are the filter's scales as they
+    /// stand; if they change no size, nothing happens.
     void fnResample(double scaleX, double scaleY, CqProgressDisplay* progress);
-    /// Turns by `angle` degrees about `center`, or about the middle for null; `center` comes back
-    /// in the new picture's pixels. What lies outside takes the background. 90 turns clockwise,
-    /// other angles counter-clockwise, deliberately.
+    /// Turns by `angle` degrees. Right angles move pixels: 90 turns clockwise and -90 back. All
+    /// other angles sample the picture, and turn counter-clockwise when positive. These opposite
+    /// senses are deliberate. A 4-bit image is left alone; a 16-bit one comes out blank at other
+    /// than right angles.
+    ///
+    /// An abort of half a turn leaves the rows swapped so far swapped: the picture is then half
+    /// turned, and only a snapshot brings it back.
+    /// @param background  of what lies outside; index 0 if the palette lacks it
+    /// @param center      in: the pivot, in pixels; null is the middle. Out: where it lies in the
+    /// new picture. Not written for no turn (less than 1e-10 degrees off a whole one), for 4 bits,
+    /// after a failure, and after an abort of a right angle; written after an abort of any other
+    /// angle.
+    /// @param antiAlias   blends four pixels; with a margin larger by 2, which a palette image
+    /// gets too, though it is never blended
     void fnRotate(double angle, const CqColor& background, CPoint* center, bool antiAlias,
                   CqProgressDisplay* progress);
 
