@@ -60,6 +60,7 @@ double fnDenominator(const ContribList& list) {
 // is less than one step more. So (n + 4) (255 W + 1) u holds all of it.
 void fnSetRoughWeights(ContribList& list) {
     constexpr int kMostEntries = 500;
+    static_assert(kMostEntries < kWideSum);
     constexpr double kMostWeight = 1.9;
     double size = 0.0;
     double sum = 0.0;

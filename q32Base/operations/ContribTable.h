@@ -7,6 +7,10 @@
 
 namespace q32 {
 
+/// Sums of more samples are formed in double straight from the source: what speeds up shorter ones
+/// takes memory for each sample, and the fast sum doesn't hold such lists anyway.
+inline constexpr std::uint32_t kWideSum = 4096;
+
 /// Gives a list, whose entries have their weights, what the fast sum needs.
 void fnSetRoughWeights(ContribList& list);
 

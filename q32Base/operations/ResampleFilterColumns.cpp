@@ -1,7 +1,7 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/operations/ContribTable.h"
 #include "q32Base/operations/FilterChannels.h"
-#include "q32Base/operations/kernels/Kernels.h"
+#include "q32Base/operations/kernels/Weigh.h"
 #include "q32Base/operations/PixelArea.h"
 #include "q32Base/operations/ProgressRun.h"
 #include "q32Base/operations/Resample.h"
@@ -14,18 +14,22 @@ namespace q32 {
 namespace {
 
 /// Sums up blocks of columns. A block's source rows are turned to floats once, in a ring that holds
-/// what one target row needs.
+/// what one target row needs, unless its sums are wide ones.
 class ColumnFilter {
 public:
     ColumnFilter(const PixelArea& source, const PixelArea& target, double scale)
         : m_Source(source), m_Target(target),
           m_nChannels(fnFilterChannels(source.fnBytesPerPixel())),
           m_Table(scale, target.fnHeight(), source.fnHeight()),
-          m_nRing(fnRingRows(m_Table.fnCapacity())), m_nBlock(fnBlockColumns()) {
+          m_nRing(fnRingRows(std::min(m_Table.fnCapacity(), source.fnHeight()))),
+          m_nBlock(fnBlockColumns()) {
         const std::size_t samples = std::size_t{m_nBlock} * m_nChannels;
         m_pRing.reset(fnNewArray<float>(m_nRing * samples));
         m_pPresent.reset(fnNewArray<std::int32_t>(m_nRing));
-        m_pRows.reset(fnNewArray<const float*>(m_Table.fnCapacity()));
+        if (m_Table.fnCapacity() > kWideSum)
+            m_pWideSums.reset(fnNewArray<double>(samples));
+        else
+            m_pRows.reset(fnNewArray<const float*>(m_Table.fnCapacity()));
         m_pSums.reset(fnNewArray<unsigned char>(samples));
         if (source.fnBytesPerPixel() == 2)
             m_pUnpacked.reset(fnNewArray<unsigned char>(samples));
@@ -38,14 +42,14 @@ public:
 
     void fnFilter(std::uint32_t x, std::uint32_t end) const {
         std::fill_n(m_pPresent.get(), m_nRing, -1);
-        const std::size_t samples = std::size_t{end - x} * m_nChannels;
         for (std::uint32_t y = 0; y < m_Target.fnHeight(); ++y) {
             const ContribList& list = m_Table[y];
-            for (std::int32_t k = 0; k < list.count; ++k)
-                m_pRows[static_cast<std::size_t>(k)] = fnRow(list.entries[k].pixel, x, end);
             const bool direct = !m_pUnpacked && m_Target.fnRunEnd(x) >= end;
             unsigned char* sums = direct ? m_Target.fnAt(x, y) : m_pSums.get();
-            fnKernels().fnWeighRows(m_pRows.get(), list, sums, samples);
+            if (m_pWideSums)
+                fnSumWide(list, x, end, sums);
+            else
+                fnSum(list, x, end, sums);
             if (!direct)
                 fnStore(x, end, y);
         }
@@ -55,9 +59,9 @@ private:
     static constexpr std::size_t kBlockSamples = 512;       ///< a ring of them stays near
     static constexpr std::size_t kRingSamples = 256 * 1024; ///< for huge reductions
 
-    static std::uint32_t fnRingRows(std::uint32_t capacity) {
+    static std::uint32_t fnRingRows(std::uint32_t needed) {
         std::uint32_t rows = 1;
-        while (rows < capacity)
+        while (rows < needed && rows < kWideSum)
             rows *= 2;
         return rows;
     }
@@ -70,8 +74,29 @@ private:
         return columns >= kTile ? columns / kTile * kTile : std::max(columns, 1u);
     }
 
-    /// The samples of a source row. Rows that one target row needs lie less than the capacity
-    /// apart, so that none takes another one's place.
+    void fnSum(const ContribList& list, std::uint32_t x, std::uint32_t end,
+               unsigned char* sums) const {
+        for (std::int32_t k = 0; k < list.count; ++k)
+            m_pRows[static_cast<std::size_t>(k)] = fnRow(list.entries[k].pixel, x, end);
+        fnKernels().fnWeighRows(m_pRows.get(), list, sums, std::size_t{end - x} * m_nChannels);
+    }
+
+    /// Takes up one source row after the other.
+    void fnSumWide(const ContribList& list, std::uint32_t x, std::uint32_t end,
+                   unsigned char* sums) const {
+        const std::size_t samples = std::size_t{end - x} * m_nChannels;
+        std::fill_n(m_pWideSums.get(), samples, 0.0);
+        for (std::int32_t k = 0; k < list.count; ++k) {
+            const ContribEntry& entry = list.entries[k];
+            const float* row = fnRow(entry.pixel, x, end);
+            for (std::size_t i = 0; i < samples; ++i)
+                m_pWideSums[i] += row[i] * entry.weight;
+        }
+        std::transform(m_pWideSums.get(), m_pWideSums.get() + samples, sums, scalar::fnStoredByte);
+    }
+
+    /// The samples of a source row, until another one needs its place. Rows that one target row
+    /// needs lie less than the capacity apart, so that none of them does, but for wide sums.
     const float* fnRow(std::int32_t y, std::uint32_t x, std::uint32_t end) const {
         const std::uint32_t place = static_cast<std::uint32_t>(y) & (m_nRing - 1);
         float* row = m_pRing.get() + std::size_t{place} * m_nBlock * m_nChannels;
@@ -116,7 +141,8 @@ private:
     std::uint32_t m_nBlock; ///< columns of a block, at most
     std::unique_ptr<float[]> m_pRing;
     std::unique_ptr<std::int32_t[]> m_pPresent; ///< which source row is where, or -1
-    std::unique_ptr<const float*[]> m_pRows;
+    std::unique_ptr<const float*[]> m_pRows;    ///< null for wide sums
+    std::unique_ptr<double[]> m_pWideSums;      ///< null for others
     std::unique_ptr<unsigned char[]> m_pSums;
     std::unique_ptr<unsigned char[]> m_pUnpacked;
 };

@@ -1,7 +1,7 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/operations/ContribTable.h"
 #include "q32Base/operations/FilterChannels.h"
-#include "q32Base/operations/kernels/Kernels.h"
+#include "q32Base/operations/kernels/Weigh.h"
 #include "q32Base/operations/PixelArea.h"
 #include "q32Base/operations/ProgressRun.h"
 #include "q32Base/operations/Resample.h"
@@ -13,7 +13,8 @@ namespace q32 {
 namespace {
 
 /// Sums up some target columns of kFilterLanes rows at a time. The source pixels that they need
-/// are turned, so that the rows stand side by side and one sum of blocks serves all of them.
+/// are turned, so that the rows stand side by side and one sum of blocks serves all of them. Wide
+/// sums go without that.
 class RowFilter {
 public:
     RowFilter(const PixelArea& source, const PixelArea& target, double scale)
@@ -34,11 +35,10 @@ public:
         std::uint32_t x = 0;
         for (const Step* next = m_pSteps.get(); x < m_Target.fnWidth(); x = next++->end) {
             const Step& step = *next;
-            fnFetch(step, y, rows);
-            unsigned char* sums = m_pSums.get();
-            for (std::uint32_t at = x; at < step.end; ++at, sums += m_nChannels * kFilterLanes)
-                fnKernels().fnWeighLanes(m_pLanes.get(), static_cast<std::int32_t>(step.first),
-                                         m_Table[at], sums, m_nChannels);
+            if (step.fnPixels() > kWideSum)
+                fnSumWide(m_Table[x], y, rows);
+            else
+                fnSum(step, x, y, rows);
             fnStore(x, step.end, y, rows);
         }
     }
@@ -52,6 +52,7 @@ private:
         std::uint32_t end;
         std::uint32_t first;
         std::uint32_t last;
+        std::uint32_t fnPixels() const { return last - first + 1; }
     };
 
     void fnWiden(Step& step, const ContribList& list) const {
@@ -75,7 +76,7 @@ private:
         return step;
     }
 
-    /// Plans the steps, and returns the most pixels that one needs.
+    /// Plans the steps, and returns the most pixels that one needs in lanes.
     std::size_t fnPlanSteps() {
         std::size_t count = 0;
         for (std::uint32_t x = 0; x < m_Target.fnWidth(); x = fnNextStep(x).end)
@@ -85,9 +86,39 @@ private:
         std::uint32_t x = 0;
         for (Step* next = m_pSteps.get(); x < m_Target.fnWidth(); x = next++->end) {
             *next = fnNextStep(x);
-            widest = std::max(widest, std::size_t{next->last} - next->first + 1);
+            if (next->fnPixels() <= kWideSum)
+                widest = std::max<std::size_t>(widest, next->fnPixels());
         }
         return widest;
+    }
+
+    void fnSum(const Step& step, std::uint32_t x, std::uint32_t y, std::uint32_t rows) const {
+        fnFetch(step, y, rows);
+        unsigned char* sums = m_pSums.get();
+        for (; x < step.end; ++x, sums += m_nChannels * kFilterLanes)
+            fnKernels().fnWeighLanes(m_pLanes.get(), static_cast<std::int32_t>(step.first),
+                                     m_Table[x], sums, m_nChannels);
+    }
+
+    /// The only column of a step, row by row.
+    void fnSumWide(const ContribList& list, std::uint32_t y, std::uint32_t rows) const {
+        for (std::uint32_t r = 0; r < rows; ++r) {
+            double sums[4] = {};
+            for (std::int32_t k = 0; k < list.count; ++k) {
+                const ContribEntry& entry = list.entries[k];
+                const std::uint8_t* from =
+                    m_Source.fnAt(static_cast<std::uint32_t>(entry.pixel), y + r);
+                unsigned char unpacked[3];
+                if (m_pUnpacked) {
+                    fnUnpack16(from, unpacked, 1);
+                    from = unpacked;
+                }
+                for (std::uint32_t c = 0; c < m_nChannels; ++c)
+                    sums[c] += from[c] * entry.weight;
+            }
+            for (std::uint32_t c = 0; c < m_nChannels; ++c)
+                m_pSums[c * kFilterLanes + r] = scalar::fnStoredByte(sums[c]);
+        }
     }
 
     void fnFetch(const Step& step, std::uint32_t y, std::uint32_t rows) const {
@@ -136,7 +167,7 @@ private:
     std::uint32_t m_nChannels;
     ContribTable m_Table;
     std::unique_ptr<Step[]> m_pSteps;
-    std::unique_ptr<float[]> m_pLanes;         ///< source pixels of a step
+    std::unique_ptr<float[]> m_pLanes;         ///< source pixels of a step, if not wide
     std::unique_ptr<unsigned char[]> m_pSums;  ///< target pixels of a step
     std::unique_ptr<unsigned char[]> m_pSpare; ///< where lanes without a row are stored
     std::unique_ptr<unsigned char[]> m_pUnpacked;

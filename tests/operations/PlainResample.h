@@ -32,6 +32,8 @@ inline Weights fnPlainWeights(double scale, unsigned int i, std::int64_t srcCoun
         if (scale < 1.0)
             k *= scale;
         auto pixel = static_cast<std::int64_t>(j);
+        if (pixel < -1000 * srcCount || pixel > 1000 * srcCount)
+            pixel %= 2 * srcCount - 1; // two reflections move by that much
         while (pixel < 0 || pixel >= srcCount)
             pixel = pixel < 0 ? -pixel : 2 * srcCount - pixel - 1;
         weights.emplace_back(pixel, k);

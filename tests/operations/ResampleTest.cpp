@@ -1,3 +1,4 @@
+#include "q32Base/operations/ContribList.h"
 #include "tests/operations/PlainResample.h"
 #include "tests/operations/StepDisplay.h"
 #include "tests/support/AttachedTest.h"
@@ -138,6 +139,59 @@ TEST_F(ResampleTest, AHugeReductionSumsUpEverySample) {
     fnSetRandom(image, m_Random);
     fnCheckFactors(image, 1.0 / 2500.0, 0.34);
     ASSERT_EQ(image.Width, 2u);
+}
+
+TEST_F(ResampleTest, AReductionBeyondLanesAndRingsFollowsTheRuleAtEveryDepth) {
+    for (const unsigned int bits : {8u, 16u, 24u, 32u})
+        for (const unsigned int side : {1u, 33u, 130u}) {
+            CqImage wide(9000, side, bits, nullptr, 0);
+            fnSetRandom(wide, m_Random);
+            fnCheckFactors(wide, 1.0 / 2000.0, 1.0); // the middle columns reach over 8000 pixels
+            CqImage tall(side, 9000, bits, nullptr, 0);
+            fnSetRandom(tall, m_Random);
+            fnCheckFactors(tall, 1.0, 1.0 / 2000.0); // more rows than the ring has
+            CqImage low(side, 40, bits, nullptr, 0);
+            fnSetRandom(low, m_Random);
+            fnCheckFactors(low, 1.0, 1.0 / 2000.0); // fewer rows than one sum has samples
+            if (HasFatalFailure())
+                return;
+        }
+}
+
+/// Bytes of a contributor table.
+std::size_t fnTableBytes(double scale, std::size_t dstCount) {
+    const double width = scale >= 1.0 ? 2.0 : 2.0 / scale;
+    return dstCount * (sizeof(q32::ContribList) +
+                       static_cast<std::size_t>(2.0 * width + 1.5) * sizeof(q32::ContribEntry));
+}
+
+TEST_F(ResampleTest, HugeReductionsTakeLittleMemoryBesideTheirTables) {
+    CqImage line(1000000, 1, 24, nullptr, 0);
+    fnSetRandom(line, m_Random);
+    const Rows wantedLine = fnPlainFilter(fnRows(line), 24, 1, 1, 1e-6, 1.0);
+    CqImage strip(3, 100, 24, nullptr, 0);
+    fnSetRandom(strip, m_Random);
+    const Rows wantedStrip = fnPlainFilter(fnRows(strip), 24, 1, 1, 1e-6, 1e-6);
+    const CqBlockWatch watch({fnTableBytes(1e-6, 1)});
+    line.fnResample(1, 1, true, nullptr);
+    EXPECT_EQ(watch.fnTaken(), 1u);
+    strip.fnResample(1e-6, 1e-6, nullptr);
+    EXPECT_EQ(watch.fnTaken(), 3u);
+    EXPECT_EQ(watch.fnMostHeld(), 1u);
+    EXPECT_LE(watch.fnLargestOther(), 4u << 20);
+    EXPECT_EQ(fnRows(line), wantedLine);
+    EXPECT_EQ(fnRows(strip), wantedStrip);
+}
+
+TEST_F(ResampleTest, TheFirstPassGivesItsTableBackBeforeTheSecondIsMade) {
+    for (const auto& [width, height] : {std::pair{70u, 90u}, {90u, 70u}, {31u, 17u}}) {
+        CqImage image(51, 43, 8, q32GreyRamp, 0);
+        const CqBlockWatch watch(
+            {fnTableBytes(width / 51.0, width), fnTableBytes(height / 43.0, height)});
+        image.fnResample(width, height, true, nullptr);
+        EXPECT_GE(watch.fnTaken(), 2u);
+        EXPECT_EQ(watch.fnMostHeld(), 1u);
+    }
 }
 
 TEST_F(ResampleTest, ThreePixelsDoubledHaveTheWeightsOfTheirDistances) {

@@ -13,6 +13,44 @@ thread_local std::size_t theCountdown = 0; ///< 0: no order, or it has been carr
 thread_local bool theRestFails = false;
 thread_local bool theHappened = false;
 
+/// What a CqBlockWatch has seen. Plain arrays: it works inside operator new.
+struct Watched {
+    static constexpr std::size_t kMost = 64;
+    bool running;
+    std::size_t sizes[kMost];
+    std::size_t sizeCount;
+    void* held[kMost];
+    std::size_t heldCount;
+    std::size_t taken;
+    std::size_t mostHeld;
+    std::size_t largestOther;
+};
+thread_local Watched theWatched = {};
+
+void fnWatchTaken(void* block, std::size_t size) {
+    Watched& seen = theWatched;
+    const std::size_t* const end = seen.sizes + seen.sizeCount;
+    if (!seen.running)
+        return;
+    if (std::find<const std::size_t*>(seen.sizes, end, size) == end) {
+        seen.largestOther = std::max(seen.largestOther, size);
+        return;
+    }
+    ++seen.taken;
+    if (seen.heldCount == Watched::kMost)
+        std::abort();
+    seen.held[seen.heldCount++] = block;
+    seen.mostHeld = std::max(seen.mostHeld, seen.heldCount);
+}
+
+void fnWatchGiven(void* block) {
+    Watched& seen = theWatched;
+    void** const end = seen.held + seen.heldCount;
+    void** const place = std::find(seen.held, end, block);
+    if (place != end)
+        *place = seen.held[--seen.heldCount];
+}
+
 bool fnMustFail() {
     ++theCount;
     const bool now = theCountdown > 0 && --theCountdown == 0;
@@ -28,8 +66,10 @@ void* fnTake(std::size_t size, std::size_t alignment) noexcept {
     void* block = alignment <= alignof(std::max_align_t)
                       ? std::malloc(size)
                       : std::aligned_alloc(alignment, (size + alignment - 1) & ~(alignment - 1));
-    if (block)
+    if (block) {
         ++theOutstanding;
+        fnWatchTaken(block, size);
+    }
     return block;
 }
 
@@ -44,6 +84,7 @@ void fnGive(void* block) noexcept {
     if (!block)
         return;
     --theOutstanding;
+    fnWatchGiven(block);
     std::free(block);
 }
 
@@ -74,6 +115,31 @@ std::size_t CqAllocationFailure::fnOutstanding() {
 
 std::size_t CqAllocationFailure::fnCount() {
     return theCount;
+}
+
+CqBlockWatch::CqBlockWatch(std::initializer_list<std::size_t> sizes) {
+    theWatched = {};
+    if (sizes.size() > Watched::kMost)
+        std::abort();
+    std::copy(sizes.begin(), sizes.end(), theWatched.sizes);
+    theWatched.sizeCount = sizes.size();
+    theWatched.running = true;
+}
+
+CqBlockWatch::~CqBlockWatch() {
+    theWatched = {};
+}
+
+std::size_t CqBlockWatch::fnTaken() {
+    return theWatched.taken;
+}
+
+std::size_t CqBlockWatch::fnMostHeld() {
+    return theWatched.mostHeld;
+}
+
+std::size_t CqBlockWatch::fnLargestOther() {
+    return theWatched.largestOther;
 }
 
 // NOLINTBEGIN(misc-new-delete-overloads): all forms of the standard stand here

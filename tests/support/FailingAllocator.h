@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
 #include <utility>
 
 /// For its life, the `nth` allocation by operator new on this thread fails (1 is the next one), and
@@ -24,6 +25,22 @@ public:
     static std::size_t fnOutstanding();
     /// Calls of operator new on this thread so far, failed ones included.
     static std::size_t fnCount();
+};
+
+/// For its life, looks at the blocks that this thread takes from operator new. Watches don't nest.
+class CqBlockWatch {
+public:
+    /// @param sizes  of the blocks to be counted apart; of other blocks the largest one is told
+    explicit CqBlockWatch(std::initializer_list<std::size_t> sizes);
+    ~CqBlockWatch();
+    CqBlockWatch(const CqBlockWatch&) = delete;
+    CqBlockWatch& operator=(const CqBlockWatch&) = delete;
+
+    /// How many blocks of the sizes were taken,
+    static std::size_t fnTaken();
+    /// and how many of them were held at once.
+    static std::size_t fnMostHeld();
+    static std::size_t fnLargestOther();
 };
 
 /// The same as below, with `prepare` before each run, which allocates freely.

@@ -11,6 +11,10 @@ void fnUseAvx2Weigh(CqKernels& table);
 
 namespace scalar {
 
+/// The byte that a sum of doubles is stored as: lifted by kFilterDust, truncated and brought into
+/// a byte. Not-a-number gives 0.
+std::uint8_t fnStoredByte(double sum);
+
 // The plain versions, which the vector versions also use for the ends of runs.
 void fnBytesToFloats(const std::uint8_t* source, float* target, std::size_t count);
 void fnBytesToLanes(const std::uint8_t* const* rows, float* target, std::size_t count);

@@ -181,8 +181,7 @@ void fnWeighRows(const float* const* rows, const ContribList& list, std::uint8_t
         double sum = 0.0;
         for (std::int32_t k = 0; k < list.count; ++k)
             sum += static_cast<double>(rows[k][i]) * list.entries[k].weight;
-        sum += kFilterDust;
-        target[i] = sum > 0.0 ? sum < 255.0 ? static_cast<std::uint8_t>(sum) : 255 : 0;
+        target[i] = scalar::fnStoredByte(sum);
     }
 }
 

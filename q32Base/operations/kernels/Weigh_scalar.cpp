@@ -2,13 +2,13 @@
 
 namespace q32 {
 namespace scalar {
-namespace {
 
-/// A sum truncated and brought into a byte. Not-a-number gives 0.
 std::uint8_t fnStoredByte(double sum) {
     sum += kFilterDust;
     return sum > 0.0 ? sum < 255.0 ? static_cast<std::uint8_t>(sum) : 255 : 0;
 }
+
+namespace {
 
 void fnWeighRows(const float* const* rows, const ContribList& list, std::uint8_t* target,
                  std::size_t count) {
