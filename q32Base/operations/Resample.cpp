@@ -16,6 +16,7 @@ std::unique_ptr<CqTileMap> fnNewSize(const CqTileMap& map, std::uint32_t width,
         q32::fnNew<CqTileMap>(width, height, map.BitCount, map.Palette, map.PaletteCount));
 }
 
+/// Asked beside the answer of the last call: a host's own display may give either alone.
 bool fnWasAborted(const CqProgressDisplay* progress) {
     return progress && progress->fnWasAborted();
 }

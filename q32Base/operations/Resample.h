@@ -26,11 +26,11 @@ bool fnFilterResample(const CqTileMap& source, CqTileMap& target, double scaleX,
 // One pass of the filter each, with a table of its own. The other side is the same in source and
 // target.
 
-/// Columns: target row y is a sum of source rows. One report a column.
-bool fnFilterColumns(const PixelArea& source, const PixelArea& target, double scale,
-                     const ProgressRun& progress);
-/// Rows: target column x is a sum of source columns. One report a row.
-bool fnFilterRows(const PixelArea& source, const PixelArea& target, double scale,
-                  const ProgressRun& progress);
+/// Another height: target row y is a sum of source rows. One report a column.
+bool fnFilterHeight(const PixelArea& source, const PixelArea& target, double scale,
+                    const ProgressRun& progress);
+/// Another width: target column x is a sum of source columns. One report a row.
+bool fnFilterWidth(const PixelArea& source, const PixelArea& target, double scale,
+                   const ProgressRun& progress);
 
 } // namespace q32

@@ -38,15 +38,15 @@ private:
 bool fnFilterRowsFirst(const PixelArea& source, const PixelArea& target, unsigned char* buffer,
                        double scaleX, double scaleY, CqProgressDisplay* progress) {
     const PixelArea between(buffer, target.fnWidth(), source.fnHeight(), target.fnBytesPerPixel());
-    return fnFilterRows(source, between, scaleX, {progress, source.fnHeight(), 0, 50}) &&
-           fnFilterColumns(between, target, scaleY, {progress, target.fnWidth(), 50, 50});
+    return fnFilterWidth(source, between, scaleX, {progress, source.fnHeight(), 0, 50}) &&
+           fnFilterHeight(between, target, scaleY, {progress, target.fnWidth(), 50, 50});
 }
 
 bool fnFilterColsFirst(const PixelArea& source, const PixelArea& target, unsigned char* buffer,
                        double scaleX, double scaleY, CqProgressDisplay* progress) {
     const PixelArea between(buffer, source.fnWidth(), target.fnHeight(), target.fnBytesPerPixel());
-    return fnFilterColumns(source, between, scaleY, {progress, source.fnWidth(), 0, 50}) &&
-           fnFilterRows(between, target, scaleX, {progress, target.fnHeight(), 50, 50});
+    return fnFilterHeight(source, between, scaleY, {progress, source.fnWidth(), 0, 50}) &&
+           fnFilterWidth(between, target, scaleX, {progress, target.fnHeight(), 50, 50});
 }
 
 } // namespace
@@ -56,9 +56,9 @@ bool fnFilterResample(const CqTileMap& source, CqTileMap& target, double scaleX,
     const PixelArea from(source);
     const PixelArea to(target);
     if (source.Width == target.Width)
-        return fnFilterColumns(from, to, scaleY, {progress, source.Width});
+        return fnFilterHeight(from, to, scaleY, {progress, source.Width});
     if (source.Height == target.Height)
-        return fnFilterRows(from, to, scaleX, {progress, source.Height});
+        return fnFilterWidth(from, to, scaleX, {progress, source.Height});
     // The target's shape alone decides, not the cost: the order shows in the pixels.
     const bool rowsFirst = target.Width < target.Height;
     const IntermediateBuffer buffer(rowsFirst ? target.Width : source.Width,

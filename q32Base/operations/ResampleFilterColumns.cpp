@@ -149,8 +149,8 @@ private:
 
 } // namespace
 
-bool fnFilterColumns(const PixelArea& source, const PixelArea& target, double scale,
-                     const ProgressRun& progress) {
+bool fnFilterHeight(const PixelArea& source, const PixelArea& target, double scale,
+                    const ProgressRun& progress) {
     const ColumnFilter filter(source, target, scale);
     std::uint32_t end;
     for (std::uint32_t x = 0; x < target.fnWidth(); x = end) {

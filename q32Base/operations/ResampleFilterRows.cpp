@@ -175,8 +175,8 @@ private:
 
 } // namespace
 
-bool fnFilterRows(const PixelArea& source, const PixelArea& target, double scale,
-                  const ProgressRun& progress) {
+bool fnFilterWidth(const PixelArea& source, const PixelArea& target, double scale,
+                   const ProgressRun& progress) {
     const RowFilter filter(source, target, scale);
     std::uint32_t rows;
     for (std::uint32_t y = 0; y < target.fnHeight(); y += rows) {

@@ -2,6 +2,7 @@
 
 #include "q32Base/framework/Memory.h"
 #include "q32Base/geometry/CqRect2D.h"
+#include "q32Base/geometry/GeometryTolerance.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/memory/CqTileMap.h"
 #include "q32Base/services/CqProgressDisplay.h"
@@ -13,8 +14,6 @@
 #include <memory>
 
 namespace {
-
-const double kPi = std::atan2(1.0, 1.0) * 4.0;
 
 /// The inner angle of a turn: between -360 and 360, and the negative of the angle given.
 /// Subtracting 360 again and again leaves just what the remainder of the division leaves, since
@@ -86,7 +85,7 @@ void CqImage::fnRotate(double angle, const CqColor& background, CPoint* center, 
         return;
     CPoint middle(static_cast<LONG>(Width >> 1), static_cast<LONG>(Height >> 1));
     CPoint& pivot = center ? *center : middle;
-    const double radians = kPi * a * 0.005555555555555556;
+    const double radians = q32::fnRadians(a);
     const double s = std::sin(radians);
     const double c = std::cos(radians);
 
@@ -117,6 +116,9 @@ void CqImage::fnRotate(double angle, const CqColor& background, CPoint* center, 
                                 progress);
         pivot = newCenter; // also after an abort
     }
+    // Both answers count, that of the last call and the one that the display keeps: a host's own
+    // display may give either alone. One left aborted by an earlier run, which nothing here reports
+    // to, keeps the picture too, deliberately.
     if (done && target && !(progress && progress->fnWasAborted()))
         fnSetBuf(target.release());
 }

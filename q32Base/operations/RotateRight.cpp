@@ -12,10 +12,6 @@
 namespace q32 {
 namespace {
 
-LONG fnMinus(std::uint32_t a, LONG b) {
-    return static_cast<LONG>(a - static_cast<std::uint32_t>(b));
-}
-
 /// A turn by a quarter: rows become columns, and either the rows or the columns are reversed.
 class Quarter {
 public:
@@ -91,7 +87,7 @@ bool fnRotateQuarterLeft(CqTileMap& source, CqTileMap& target, CPoint& center,
                          CqProgressDisplay* progress) {
     if (!fnRotateQuarter(source, target, true, progress))
         return false;
-    center = {center.y, fnMinus(source.Width, center.x)};
+    center = {center.y, fnWrapSub(static_cast<LONG>(source.Width), center.x)};
     return true;
 }
 
@@ -99,7 +95,7 @@ bool fnRotateQuarterRight(CqTileMap& source, CqTileMap& target, CPoint& center,
                           CqProgressDisplay* progress) {
     if (!fnRotateQuarter(source, target, false, progress))
         return false;
-    center = {fnMinus(source.Height, center.y), center.x};
+    center = {fnWrapSub(static_cast<LONG>(source.Height), center.y), center.x};
     return true;
 }
 
@@ -121,7 +117,8 @@ bool fnRotateHalf(CqTileMap& map, CPoint& center, CqProgressDisplay* progress) {
         map.fnAccessLine(i, &top, false);
         top.fnReverseLine();
     }
-    center = {fnMinus(map.Width, center.x), fnMinus(map.Height, center.y)};
+    center = {fnWrapSub(static_cast<LONG>(map.Width), center.x),
+              fnWrapSub(static_cast<LONG>(map.Height), center.y)};
     return true;
 }
 
