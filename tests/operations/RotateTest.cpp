@@ -109,8 +109,8 @@ TEST_F(RotateTest, AnyAngleFollowsItsRuleOnLongImages) {
 }
 
 TEST_F(RotateTest, TinyAnglesAndAnglesNearRightOnesFollowTheRuleOfAnyAngle) {
-    for (const double angle :
-         {1e-9, -1e-9, 1e-6, 90.000001, 89.9999999, 180.0000001, -270.000001, 359.999999}) {
+    for (const double angle : {1e-9, -1e-9, 1e-6, 90.000001, 89.9999999, 180.0000001, -270.000001,
+                               359.999999, 359.9999999998, -359.9999999998}) {
         CqImage image(140, 131, 24, nullptr, 0);
         fnSetRandom(image, m_Random);
         fnCheckAny(image, angle, CPoint(70, 65), true, CqColor(1, 2, 3, 4));
@@ -316,7 +316,7 @@ TEST_F(RotateTest, AnglesVeryNearAQuarterMovePixelsIntoALargerMap) {
             for (const auto& [w, h] : {std::pair{140u, 30u}, {1u, 1u}, {300u, 129u}, {7u, 260u}})
                 for (const CPoint pivot : {CPoint(0, 0), CPoint(200, 100), CPoint(-50, 400),
                                            CPoint(3, 2), CPoint(140, -100)}) {
-                    CqImage image(w, h, 24, nullptr, 0);
+                    CqImage image(w, h, fnDepth(), nullptr, 0);
                     fnSetRandom(image, m_Random);
                     const double a = fnPlainAngle(angle);
                     const double rad = kTestPi * a * 0.005555555555555556;
@@ -325,7 +325,7 @@ TEST_F(RotateTest, AnglesVeryNearAQuarterMovePixelsIntoALargerMap) {
                     std::int64_t height;
                     Picture from(image);
                     fnPlainBox(from.width, from.height, turn, antiAlias, width, height);
-                    Picture to(static_cast<int>(width), static_cast<int>(height), 3);
+                    Picture to(static_cast<int>(width), static_cast<int>(height), from.bytes);
                     const bool left = std::fabs(a - 90.0) < 1e-3 || std::fabs(a + 270.0) < 1e-3;
                     fnPlainQuarter(from, to, left);
                     CPoint center = pivot;
@@ -414,6 +414,77 @@ TEST_F(RotateTest, AnAbortOfHalfATurnLeavesTheRowsSwappedSoFar) {
         }
 }
 
+TEST_F(RotateTest, AnAbortAtAnyTileKeepsNothingOnTheDisk) {
+    CqHeadlessScratch& scratch = *m_World->m_pScratch;
+    q32GetVMPolicy()->fnSetRamLimit(0); // everything on a disk
+    CqImage image(300, 151, 24, nullptr, 0);
+    const CqTileMap* map = image.TileMap;
+    for (const double angle : {90.0, -90.0, 180.0, 30.0}) {
+        std::size_t calls = 0;
+        {
+            CqImage copy(image);
+            StepDisplay whole;
+            copy.fnRotate(angle, CqColor(), nullptr, true, &whole);
+            calls = whole.m_Percents.size();
+        }
+        ASSERT_GE(calls, 6u);
+        const std::size_t files = m_World->m_pDisks->fnGetFiles().size();
+        const std::uint32_t used = q32GetVMPolicy()->fnGetRamUsed();
+        for (std::size_t call = 0; call < calls; ++call) {
+            StepDisplay display(call);
+            display.m_Percents.reserve(calls);
+            const std::size_t blocks = CqAllocationFailure::fnOutstanding();
+            image.fnRotate(angle, CqColor(), nullptr, true, &display);
+            ASSERT_EQ(CqAllocationFailure::fnOutstanding(), blocks) << angle << ", call " << call;
+            ASSERT_EQ(display.m_Percents.size(), call + 1);
+            ASSERT_EQ(image.TileMap, map);
+            ASSERT_EQ(scratch.fnGetHandles(), 1u); // the source's
+            ASSERT_EQ(scratch.fnGetViews(), 1u);
+            ASSERT_EQ(m_World->m_pDisks->fnGetFiles().size(), files);
+            ASSERT_EQ(q32GetVMPolicy()->fnGetRamUsed(), used);
+        }
+    }
+}
+
+TEST_F(RotateTest, ADisplayLeftAbortedKeepsA16BitImageAtOtherAnglesButNotThePivot) {
+    // Nothing is reported that could end the abort of an earlier run.
+    CqImage image(60, 40, 16, nullptr, 0);
+    fnSetRandom(image, m_Random);
+    const Rows before = fnRows(image);
+    const CqTileMap* map = image.TileMap;
+    CqImage copy(image);
+    CPoint newCenter(30, 20);
+    copy.fnRotate(30.0, CqColor(), &newCenter, false, nullptr);
+    StepDisplay display(0);
+    bool aborted = false;
+    display.fnDrawStatus(0, &aborted);
+    ASSERT_TRUE(aborted);
+    CPoint center(30, 20);
+    image.fnRotate(30.0, CqColor(), &center, false, &display);
+    EXPECT_EQ(display.m_Percents.size(), 1u);
+    EXPECT_EQ(image.TileMap, map);
+    EXPECT_TRUE(fnSameRows(fnRows(image), before));
+    EXPECT_NE(center, CPoint(30, 20));
+    EXPECT_EQ(center, newCenter);
+}
+
+/// A display of a host that answers by itself, without the base class.
+class OwnDisplay : public CqProgressDisplay {
+public:
+    OwnDisplay() : CqProgressDisplay(false) {}
+    void fnDrawStatus(unsigned int, bool* aborted) override { *aborted = true; }
+};
+
+TEST_F(RotateTest, AnAbortThatOnlyTheCallTellsKeepsTheImageToo) {
+    for (const double angle : {90.0, 30.0}) {
+        CqImage image(60, 40, 24, nullptr, 0);
+        const CqTileMap* map = image.TileMap;
+        OwnDisplay display;
+        image.fnRotate(angle, CqColor(), nullptr, false, &display);
+        EXPECT_EQ(image.TileMap, map) << angle;
+    }
+}
+
 TEST_F(RotateTest, EveryAllocationThatFailsKeepsTheImageAndLeaksNothing) {
     for (const unsigned int bits : {8u, 16u, 24u, 32u})
         for (const double angle : {90.0, -90.0, 180.0, 30.0}) {
@@ -422,7 +493,7 @@ TEST_F(RotateTest, EveryAllocationThatFailsKeepsTheImageAndLeaksNothing) {
             const Rows before = fnRows(image);
             const CqTileMap* map = image.TileMap;
             const std::size_t blocks = CqAllocationFailure::fnOutstanding();
-            fnFailEachAllocation([&](CqAllocationFailure& failure) {
+            const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
                 CPoint center(1, 2);
                 const bool raised = fnRaisesMemoryException(
                     [&] { image.fnRotate(angle, CqColor(), &center, true, nullptr); });
@@ -441,6 +512,7 @@ TEST_F(RotateTest, EveryAllocationThatFailsKeepsTheImageAndLeaksNothing) {
                     map = image.TileMap;
                 }
             });
+            EXPECT_GE(failures, angle == 180.0 ? 2u : 3u) << bits << " bits by " << angle;
         }
 }
 
