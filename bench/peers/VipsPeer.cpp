@@ -1,5 +1,5 @@
-// libvips, one worker thread, its cache of results off: look at the real time, since the worker does
-// the work.
+// libvips, one worker thread, its cache of results off: look at the real time, since the worker
+// does the work.
 
 #include "Picture.h"
 

@@ -165,8 +165,8 @@ public:
     /// Every byte below `level` becomes 0, every other 255, whatever the depth.
     void fnThresholding(unsigned char level, bool draw, CqProgressDisplay* progress);
 
-    // Geometry of the picture. The new storage replaces the old only when all went well: an abort and
-    // a failure keep the picture, but for half a turn, which works in place. What no memory can
+    // Geometry of the picture. The new storage replaces the old only when all went well: an abort
+    // and a failure keep the picture, but for half a turn, which works in place. What no memory can
     // hold, or a size that no image can have, raises the memory exception. `progress` may be null.
 
     /// Another size: by the cubic filter of Mitchell and Netravali (Reconstruction Filters in

@@ -180,19 +180,20 @@ TEST_F(CqConvMaskTest, AFirstMoveThatFailedCanBeTriedAgain) {
     CqImage image(1, 9, 8, q32GreyRamp, 256);
     fnSetNumbers(image);
     std::unique_ptr<CqConvMask> window;
-    const std::size_t failures = fnFailEachAllocation(
-        [&] { window = std::make_unique<CqConvMask>(image, 3u, 1); },
-        [&](CqAllocationFailure& failure) {
-            const bool raised = fnRaisesMemoryException([&] { window->fnGotoNextLine(); });
-            failure.fnEnd();
-            EXPECT_EQ(raised, failure.fnHappened());
-            if (raised)
-                window->fnGotoNextLine();
-            EXPECT_EQ(fnShown(*window, 3), (std::vector<int>{1, 2, 3}));
-            EXPECT_EQ(window->fnGetLineCoord(1), 2);
-            window->fnGotoNextLine();
-            EXPECT_EQ(fnShown(*window, 3), (std::vector<int>{2, 3, 4}));
-        });
+    const std::size_t failures =
+        fnFailEachAllocation([&] { window = std::make_unique<CqConvMask>(image, 3u, 1); },
+                             [&](CqAllocationFailure& failure) {
+                                 const bool raised =
+                                     fnRaisesMemoryException([&] { window->fnGotoNextLine(); });
+                                 failure.fnEnd();
+                                 EXPECT_EQ(raised, failure.fnHappened());
+                                 if (raised)
+                                     window->fnGotoNextLine();
+                                 EXPECT_EQ(fnShown(*window, 3), (std::vector<int>{1, 2, 3}));
+                                 EXPECT_EQ(window->fnGetLineCoord(1), 2);
+                                 window->fnGotoNextLine();
+                                 EXPECT_EQ(fnShown(*window, 3), (std::vector<int>{2, 3, 4}));
+                             });
     EXPECT_EQ(failures, 3u); // a buffer for each row of the ring
 }
 
