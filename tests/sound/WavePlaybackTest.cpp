@@ -262,10 +262,14 @@ TEST_F(WavePlaybackTest, ADeviceThatIsLeftOpenStaysWhenTheNextOneCantBeOpened) {
 TEST_F(WavePlaybackTest, AStopThatTheDeviceRefusesWaitsForTheEnd) {
     fnWave().fnPlay(false, false);
     fnCalls().m_Reset.fnFail();
-    fnWhileTimePasses([&] {
-        fnWave().fnStop();
-        EXPECT_EQ(fnWave().fnGetState(), WAVE_STOPPED);
+    std::thread time([&] {
+        while (fnCalls().m_Reset.fnGetCount() == 0)
+            std::this_thread::yield();
+        fnDevice().fnAdvance(kFrames);
     });
+    fnWave().fnStop();
+    EXPECT_EQ(fnWave().fnGetState(), WAVE_STOPPED);
+    time.join();
     EXPECT_EQ(fnCalls().m_Reset.fnGetFailed(), 1u);
 }
 
