@@ -12,6 +12,12 @@ class KernelsFilter : public KernelsAtEachLevel {
 protected:
     double fnUnit() { return static_cast<double>(m_Random()) / 4294967296.0; }
 
+    /// Just between two floats: no number loses more when it is rounded to one.
+    static double fnBetweenFloats(double value) {
+        const auto low = static_cast<float>(value);
+        return (static_cast<double>(low) + std::nextafter(low, 4.0F)) / 2.0;
+    }
+
     static std::uint8_t fnPlainByte(const std::vector<ContribEntry>& entries,
                                     const Bytes& samples) {
         double sum = 0.0;
@@ -83,7 +89,7 @@ TEST_P(KernelsFilter, SumsAreThoseOfDoublesForEveryCount) {
 
 TEST_P(KernelsFilter, SumsByAHairBelowAWholeNumberAreDecidedInDouble) {
     // The last weight brings the sum of byte 0 to a whole number and a little more or less: from
-    // far inside to far outside of what the whole-number weights can tell.
+    // far inside to far outside of what single precision can tell.
     for (double off = 1e-13; off < 1e-3; off *= 1.3)
         for (const double sign : {-1.0, 1.0})
             for (const std::size_t taps : {1u, 2u, 4u, 5u, 13u, 161u, 499u, 501u}) {
@@ -103,6 +109,68 @@ TEST_P(KernelsFilter, SumsByAHairBelowAWholeNumberAreDecidedInDouble) {
                 if (HasFatalFailure())
                     return;
             }
+}
+
+TEST_P(KernelsFilter, FastSumsStayWithinTheirBound) {
+    for (int round = 0; round < 5000; ++round) {
+        // Few entries: the rounded weights then make up most of what the bound has to hold.
+        const std::size_t taps = 1 + m_Random() % 6;
+        const double size = 0.9 + 0.99 * fnUnit();
+        std::vector<double> shares;
+        double all = 0.0;
+        for (std::size_t k = 0; k < taps; ++k) {
+            shares.push_back(0.1 + fnUnit());
+            all += shares.back();
+        }
+        std::vector<ContribEntry> entries;
+        for (std::size_t k = 0; k < taps; ++k)
+            entries.push_back(
+                {0, 0, (k % 2 ? -1.0 : 1.0) * fnBetweenFloats(size * shares[k] / all)});
+        ContribList list = {static_cast<std::int32_t>(taps), 0, 0, false, entries.data()};
+        fnSetRoughWeights(list);
+        ASSERT_GT(list.doubt, 0.0F);
+        double exact = 0.0;
+        float fast = list.bias;
+        for (const ContribEntry& entry : entries) {
+            const auto sample =
+                static_cast<unsigned>((entry.weight > 0.0 ? 253 : 0) + m_Random() % 3);
+            exact += sample * entry.weight;
+            fast = std::fma(static_cast<float>(sample), entry.rough, fast);
+        }
+        ASSERT_GE(fast, exact + kFilterDust) << taps << " entries of " << size;
+        ASSERT_LE(fast - list.doubt, exact + kFilterDust) << taps << " entries of " << size;
+        ASSERT_LE(std::fabs(fast - list.bias - exact), list.bias);
+    }
+}
+
+TEST_P(KernelsFilter, SumsBesideTheEndsOfBytesAreThoseOfDoubles) {
+    for (const double whole : {0.0, 1.0, 254.0, 255.0, 256.0})
+        for (double off = 1e-9; off < 1e-3; off *= 1.5)
+            for (const double sign : {-1.0, 1.0})
+                for (std::size_t taps = 2; taps <= 6; ++taps) {
+                    // High samples weigh about whole / 254 in all, low ones down to -0.85.
+                    std::vector<ContribEntry> entries;
+                    std::vector<Bytes> rows;
+                    double sum = 0.0;
+                    for (std::size_t k = 0; k + 1 < taps; ++k) {
+                        const bool low = k % 2 == 0;
+                        const double most = low ? 0.85 / 3.0 : whole / 254.0 / 3.0;
+                        entries.push_back(
+                            {0, 0, fnBetweenFloats(most * fnUnit()) * (low ? -1.0 : 1.0)});
+                        rows.emplace_back(
+                            70, static_cast<std::uint8_t>((low ? 0 : 253) + m_Random() % 3));
+                        sum += rows.back()[0] * entries.back().weight;
+                    }
+                    rows.emplace_back(70, static_cast<std::uint8_t>(253 + m_Random() % 3));
+                    entries.push_back({0, 0, (whole + sign * off - sum) / rows.back()[0]});
+                    ContribList list = {static_cast<std::int32_t>(taps), 0, 0, false,
+                                        entries.data()};
+                    fnSetRoughWeights(list);
+                    ASSERT_GE(list.doubt, 0.0F); // the fast sum is taken
+                    fnCheck(entries, rows, 1);
+                    if (HasFatalFailure())
+                        return;
+                }
 }
 
 TEST_P(KernelsFilter, EqualBytesComeOutAsTheRuleHasThemAlsoWhenTheWeightsMissOne) {
@@ -125,7 +193,7 @@ TEST_P(KernelsFilter, EqualBytesComeOutAsTheRuleHasThemAlsoWhenTheWeightsMissOne
         }
 }
 
-TEST_P(KernelsFilter, WeightsThatWholeNumbersCannotHoldAreSummedUpInDouble) {
+TEST_P(KernelsFilter, WeightsThatSinglePrecisionCannotHoldAreSummedUpInDouble) {
     for (const double weight : {1.95, -1.95, 3.0, 1e9, -1e9, 1e300, std::nan(""),
                                 std::numeric_limits<double>::infinity()}) {
         std::vector<ContribEntry> entries = {{0, 0, weight}, {0, 0, 0.25}};
@@ -244,21 +312,28 @@ TEST_P(KernelsFilter, TurnsSampleWhatTheScalarOnesDo) {
             round % 4 == 0 ? Bytes(kSide * kSide * 4 + 8, static_cast<std::uint8_t>(m_Random()))
                            : fnRandomBytes(m_Random, kSide * kSide * 4 + 8);
         const double angle = round % 7 == 0 ? 0.0 : fnUnit() * 6.3;
+        const std::size_t count = 1 + m_Random() % 60;
         CqTurnRows rows;
         rows.c = std::cos(angle);
         rows.s = std::sin(angle);
-        const CqTurnSource source = {content.data(), kSide, -96.0, 1000.0};
         for (std::size_t r = 0; r < kTurnRows; ++r) {
             rows.x[r] = fnUnit() * 60.0 - 30.0;
             rows.y[r] = 1096.0 + (r == 2 ? 0.5 : fnUnit() * 60.0 - 30.0);
             if (r == 3)
                 rows.x[r] = -0.5 * static_cast<double>(m_Random() % 8);
         }
-        const std::size_t count = 1 + m_Random() % 60;
+        if (round % 3 == 0) { // up to the last pixel, and from the last column and row on
+            const auto steps = static_cast<double>(count - 1);
+            rows.x[0] = -96.0 + 190.9 - std::max(0.0, rows.c * steps);
+            rows.y[0] = 1000.0 + 190.9 - std::max(0.0, -rows.s * steps);
+        }
         for (const auto& [run, bytes] : {std::pair{&CqKernels::fnTurnNearest8, 1u},
                                          {&CqKernels::fnTurnNearest32, 4u},
                                          {&CqKernels::fnTurnBilinear8, 1u},
                                          {&CqKernels::fnTurnBilinear32, 4u}}) {
+            // No byte more than the kernels may read.
+            const Bytes block(content.begin(), content.begin() + kSide * kSide * bytes + 8);
+            const CqTurnSource source = {block.data(), kSide, -96.0, 1000.0};
             std::vector<Bytes> wanted(kTurnRows, Bytes(count * bytes));
             std::vector<CqTargetBytes> targets(kTurnRows, CqTargetBytes(count * bytes, 3));
             for (std::size_t r = 0; r < kTurnRows; ++r)
