@@ -1,12 +1,14 @@
 // Pictures larger than memory: 30,000 x 30,000 pixels of 24 bits in a scratch file on the disk of
-// TMPDIR, else of /var/tmp, are turned by 90 degrees and reduced to a third. Each job runs once. To
-// see what it is about, run it where memory is short:
+// TMPDIR, else of /var/tmp, are painted, copied, turned by 90 degrees and reduced to a third. Each
+// job runs once. To see what it is about, run it where memory is short:
 //
-//     mkdir /sys/fs/cgroup/memory/walk && echo 512M >
-//     /sys/fs/cgroup/memory/walk/memory.limit_in_bytes sh -c 'echo $$ >
-//     /sys/fs/cgroup/memory/walk/cgroup.procs; exec build/release/bench/WalkBench'
+//     G=/sys/fs/cgroup/memory/walk
+//     mkdir $G
+//     echo 512M > $G/memory.limit_in_bytes
+//     sh -c "echo \$\$ > $G/cgroup.procs; exec build/release/bench/WalkBench"
 //
-// WalkBench [side]
+// WalkBench [side [job]]; the job is paint, copy, turn, reduce or, if left out, all of them.
+// Painting comes before each.
 
 #include "platforms/posix/posix.h"
 #include "q32Base/image/CqImageTile.h"
@@ -18,6 +20,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <string>
 
 namespace {
@@ -73,15 +76,25 @@ void fnMeasure(const char* what, Job job) {
     std::fflush(stdout);
 }
 
-int fnRun(unsigned int side) {
+int fnRun(unsigned int side, const std::string& job) {
+    static constexpr const char* kJobs[] = {"paint", "copy", "turn", "reduce", "all"};
+    if (side == 0 || std::find(std::begin(kJobs), std::end(kJobs), job) == std::end(kJobs)) {
+        std::fputs("WalkBench [side [paint|copy|turn|reduce|all]]\n", stderr);
+        return EXIT_FAILURE;
+    }
+    const auto wanted = [&](const char* name) { return job == name || job == "all"; };
     // Pixels lie on the disk, all of them.
     CqVMPolicy& policy = *q32GetVMPolicy();
     policy.fnSetRamLimit(0);
     CqImage image(side, side, 24, nullptr, 0);
     fnMeasure("paint", [&](Watch&) { fnPaint(image); });
-    fnMeasure("copy", [&](Watch&) { const CqImage copy(image); });
-    fnMeasure("turn by 90 degrees",
-              [&](Watch& watch) { image.fnRotate(90.0, CqColor(), nullptr, false, &watch); });
+    if (wanted("copy"))
+        fnMeasure("copy", [&](Watch&) { const CqImage copy(image); });
+    if (wanted("turn"))
+        fnMeasure("turn by 90 degrees",
+                  [&](Watch& watch) { image.fnRotate(90.0, CqColor(), nullptr, false, &watch); });
+    if (!wanted("reduce"))
+        return EXIT_SUCCESS;
     fnMeasure("reduce to a third",
               [&](Watch& watch) { image.fnResample(side / 3, side / 3, true, &watch); });
     return image.Width == side / 3 ? EXIT_SUCCESS : EXIT_FAILURE;
@@ -94,7 +107,8 @@ int main(int argc, char** argv) {
         return EXIT_FAILURE;
     int result = EXIT_FAILURE;
     try {
-        result = fnRun(argc > 1 ? static_cast<unsigned int>(std::atoi(argv[1])) : 30000);
+        result = fnRun(argc > 1 ? static_cast<unsigned int>(std::atoi(argv[1])) : 30000,
+                       argc > 2 ? argv[2] : "all");
     } catch (CMemoryException* error) {
         std::fputs("no room for the pictures\n", stderr);
         error->Delete();
