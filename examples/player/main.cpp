@@ -95,7 +95,7 @@ public:
             return false;
         }
         m_bLoop = loop;
-        while (m_Wave.fnGetState() != WAVE_STOPPED || m_bHeld) {
+        while (fnGoesOn()) {
             fnShow();
             const int key = m_Keys.fnWait(m_Pulse.m_pMixers->fnGetDescriptor(), 50);
             m_Pulse.m_pMixers->fnPump();
@@ -110,6 +110,15 @@ public:
     }
 
 private:
+    /// A sound that plays does so to its end; one that stands still waits for a key, as long as
+    /// there can be one.
+    bool fnGoesOn() const {
+        const WAVE_STATE state = m_Wave.fnGetState();
+        if (state == WAVE_PLAYING)
+            return true;
+        return (state == WAVE_PAUSED || m_bHeld) && !m_Keys.fnHasEnded();
+    }
+
     void fnObey(int key) {
         switch (key) {
         case ' ':

@@ -40,6 +40,16 @@ protected:
         return {arguments, environment};
     }
 
+    /// Runs it with keys that come through a pipe, which then ends.
+    int fnObey(const std::string& keys) {
+        const std::string sound = (m_Folder / "sound.wav").string();
+        std::vector<std::string> environment = s_pServer->fnGetEnvironment();
+        environment.push_back("PULSE_SERVER=" + s_pServer->fnGetAddress());
+        const std::string command =
+            "printf '" + keys + "' | '" Q32_TEST_PLAYER "' --loop '" + sound + "'";
+        return ChildProcess({"/bin/sh", "-c", command}, environment).fnWait();
+    }
+
     fs::path m_Folder;
     TestSound m_Sound{150 * kBytesPerMs};
 };
@@ -59,6 +69,13 @@ TEST_F(Player, ASignalEndsALoopInOrder) {
     EXPECT_TRUE(player.fnIsRunning());
     player.fnSignal(SIGTERM);
     EXPECT_EQ(player.fnWait(), 0);
+}
+
+TEST_F(Player, EndsWhenItStandsStillAndNoKeyCanCome) {
+    EXPECT_EQ(fnObey("s"), 0);
+    EXPECT_EQ(fnObey(" "), 0);
+    EXPECT_EQ(fnObey("ss s"), 0);
+    EXPECT_EQ(fnObey("q"), 0);
 }
 
 TEST_F(Player, WithoutADeviceItFailsButDrawsThePicture) {
