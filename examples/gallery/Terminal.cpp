@@ -1,9 +1,7 @@
 #include "examples/gallery/Terminal.h"
 
-#include <csignal>
 #include <cstdio>
 #include <poll.h>
-#include <termios.h>
 #include <unistd.h>
 
 namespace {
@@ -11,52 +9,12 @@ namespace {
 constexpr unsigned char kEscape = 27;
 constexpr unsigned int kNothingShown = 101;
 
-// What a signal handler may touch.
-termios g_Former;
-volatile std::sig_atomic_t g_bChanged = 0;
-volatile std::sig_atomic_t g_bSignalled = 0;
-
-void fnRestore() {
-    if (g_bChanged) {
-        g_bChanged = 0;
-        tcsetattr(STDIN_FILENO, TCSANOW, &g_Former);
-    }
-}
-
-/// The first signal ends the work in order; a second one ends the program at once. The terminal is
-/// whole in either case.
-void fnOnSignal(int) {
-    fnRestore();
-    g_bSignalled = 1;
-}
-
 } // namespace
-
-TerminalKeyboard::TerminalKeyboard() {
-    struct sigaction action {};
-    action.sa_handler = fnOnSignal;
-    action.sa_flags = SA_RESETHAND;
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-        sigaction(signal, &action, nullptr);
-    // A program in the background must not touch the terminal: it would be stopped.
-    if (!isatty(STDIN_FILENO) || tcgetpgrp(STDIN_FILENO) != getpgrp() ||
-        tcgetattr(STDIN_FILENO, &g_Former) != 0)
-        return;
-    termios keys = g_Former;
-    keys.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
-    keys.c_cc[VMIN] = 0;
-    keys.c_cc[VTIME] = 0;
-    g_bChanged = tcsetattr(STDIN_FILENO, TCSANOW, &keys) == 0;
-}
-
-TerminalKeyboard::~TerminalKeyboard() {
-    fnRestore();
-}
 
 void TerminalKeyboard::fnDrain() {
     unsigned char bytes[64];
     pollfd input = {STDIN_FILENO, POLLIN, 0};
-    if (!g_bChanged || poll(&input, 1, 0) <= 0)
+    if (!m_Mode.fnIsChanged() || poll(&input, 1, 0) <= 0)
         return;
     const ssize_t count = read(STDIN_FILENO, bytes, sizeof bytes);
     // A sequence arrives in one piece; what follows an Esc in it belongs to it.
@@ -122,6 +80,6 @@ bool ProgressLine::fnIsUnwanted() {
     CqKeyMessage message;
     while (m_Keyboard.fnTakeKeyMessage(message))
         m_bAborted = m_bAborted || message.m_wParam == WPARAM{VK_ESCAPE};
-    m_bAborted = m_bAborted || g_bSignalled != 0;
+    m_bAborted = m_bAborted || TerminalMode::fnIsSignalled();
     return m_bAborted;
 }

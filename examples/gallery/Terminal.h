@@ -2,6 +2,7 @@
 /// The terminal as the user's end of the gallery: a line of progress, the Esc key, messages.
 #pragma once
 
+#include "examples/terminal/TerminalMode.h"
 #include "plugins/PictureFile.h"
 #include "q32Base/platform/CqKeyboardService.h"
 #include "q32Base/platform/CqMessageService.h"
@@ -10,16 +11,9 @@
 #include <memory>
 #include <string>
 
-/// The keys of the terminal that the program runs in. For its life the terminal hands keys over one
-/// by one, without showing them; it goes back to its former state at the end, and when a signal
-/// ends the program. Without a terminal there are no keys.
+/// The keys of the terminal that the program runs in. Without a terminal there are no keys.
 class TerminalKeyboard : public CqKeyboardService {
 public:
-    TerminalKeyboard();
-    ~TerminalKeyboard() override;
-    TerminalKeyboard(const TerminalKeyboard&) = delete;
-    TerminalKeyboard& operator=(const TerminalKeyboard&) = delete;
-
     /// A terminal tells presses alone, so no key is ever known to be down.
     bool fnIsKeyDown(int) override { return false; }
     bool fnIsKeyDownNow(int) override { return false; }
@@ -30,6 +24,7 @@ public:
 private:
     void fnDrain();
 
+    TerminalMode m_Mode;
     std::deque<unsigned char> m_Keys;
 };
 

@@ -1,14 +1,10 @@
 #pragma once
 
-/// The keys of the terminal, one by one and without showing them, for the life of the object. The
-/// terminal goes back to its former state at the end, and when a signal ends the program.
+#include "examples/terminal/TerminalMode.h"
+
+/// The keys of the terminal, or of what stands in its place.
 class Keys {
 public:
-    Keys();
-    ~Keys();
-    Keys(const Keys&) = delete;
-    Keys& operator=(const Keys&) = delete;
-
     /// Waits for a key or until `descriptor` can be read from, `ms` milliseconds at most. Gives the
     /// key; 0 for none; kQuit when a signal wants the end. Of the arrows it gives
     /// 'A' (up), 'B' (down), 'C' (right) and 'D' (left).
@@ -20,5 +16,6 @@ public:
     static constexpr int kQuit = 'q';
 
 private:
+    TerminalMode m_Mode;
     bool m_bEnded = false;
 };

@@ -1,0 +1,58 @@
+#include "examples/terminal/TerminalMode.h"
+
+#include <csignal>
+#include <initializer_list>
+#include <termios.h>
+#include <unistd.h>
+
+namespace {
+
+// What a signal handler may touch.
+termios g_Former;
+volatile std::sig_atomic_t g_bChanged = 0;
+volatile std::sig_atomic_t g_bSignalled = 0;
+
+void fnRestore() {
+    if (g_bChanged) {
+        g_bChanged = 0;
+        tcsetattr(STDIN_FILENO, TCSANOW, &g_Former);
+    }
+}
+
+/// The first signal ends the work in order; a second one ends the program at once. The terminal is
+/// whole in either case.
+void fnOnSignal(int) {
+    fnRestore();
+    g_bSignalled = 1;
+}
+
+} // namespace
+
+TerminalMode::TerminalMode() {
+    struct sigaction action {};
+    action.sa_handler = fnOnSignal;
+    action.sa_flags = SA_RESETHAND;
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+        sigaction(signal, &action, nullptr);
+    // A program in the background must not touch the terminal: it would be stopped.
+    if (!isatty(STDIN_FILENO) || tcgetpgrp(STDIN_FILENO) != getpgrp() ||
+        tcgetattr(STDIN_FILENO, &g_Former) != 0)
+        return;
+    termios keys = g_Former;
+    keys.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    keys.c_cc[VMIN] = 0;
+    keys.c_cc[VTIME] = 0;
+    g_bChanged = tcsetattr(STDIN_FILENO, TCSANOW, &keys) == 0;
+}
+
+TerminalMode::~TerminalMode() {
+    fnRestore();
+}
+
+bool TerminalMode::fnIsChanged() const {
+    return g_bChanged != 0;
+}
+
+bool TerminalMode::fnIsSignalled() {
+    return g_bSignalled != 0;
+}
