@@ -8,7 +8,7 @@
 
 namespace q32 {
 
-/// Where the pixels of an image lie, or those of a plain buffer without padding: for loops that go
+/// Where the pixels of an image lie, or those of a buffer that is cut like one: for loops that go
 /// to tile memory without an accessor. Whole bytes a pixel only. Owns nothing.
 class PixelArea {
 public:
@@ -16,23 +16,31 @@ public:
         : m_pTiles(map.TileTable), m_nAcross(map.TilesAcross),
           m_nShiftX(map.TilesAcross == 1 ? 31 : 7), m_nShiftY(map.TilesDown == 1 ? 31 : 7),
           m_nTileWidth(map.TileWidth), m_nLastWidth(map.LastTileWidth), m_nWidth(map.Width),
-          m_nHeight(map.Height), m_nBytes(map.BytesPerPixel) {
+          m_nHeight(map.Height), m_nBytes(map.BytesPerPixel),
+          m_bScratch(map.FileHandle != kNoFile) {
         static_assert(CqTileMap::kMaxTileSize == 1 << 7);
     }
-    PixelArea(unsigned char* pixels, std::uint32_t width, std::uint32_t height,
-              std::uint32_t bytesPerPixel)
-        : m_One{pixels, false}, m_nTileWidth(width), m_nLastWidth(width), m_nWidth(width),
-          m_nHeight(height), m_nBytes(bytesPerPixel) {}
+    /// @param tiles     in row-major order; of `1 << shiftX` by `1 << shiftY` pixels, the last
+    ///                  column and row cut; rows follow in a tile without padding
+    /// @param isScratch whether they lie in a scratch file
+    PixelArea(const TileEntry* tiles, std::uint32_t shiftX, std::uint32_t shiftY,
+              std::uint32_t width, std::uint32_t height, std::uint32_t bytesPerPixel,
+              bool isScratch)
+        : m_pTiles(tiles), m_nAcross(((width - 1) >> shiftX) + 1), m_nShiftX(shiftX),
+          m_nShiftY(shiftY), m_nTileWidth(1u << shiftX),
+          m_nLastWidth(width - ((m_nAcross - 1) << shiftX)), m_nWidth(width), m_nHeight(height),
+          m_nBytes(bytesPerPixel), m_bScratch(isScratch) {}
 
     std::uint32_t fnWidth() const { return m_nWidth; }
     std::uint32_t fnHeight() const { return m_nHeight; }
     std::uint32_t fnBytesPerPixel() const { return m_nBytes; }
+    /// Whether the pixels lie in a scratch file.
+    bool fnIsScratch() const { return m_bScratch; }
 
     unsigned char* fnAt(std::uint32_t x, std::uint32_t y) const {
         const std::uint32_t column = x >> m_nShiftX;
         const std::uint32_t row = y >> m_nShiftY;
-        const TileEntry& tile =
-            m_pTiles ? m_pTiles[static_cast<std::size_t>(row) * m_nAcross + column] : m_One;
+        const TileEntry& tile = m_pTiles[static_cast<std::size_t>(row) * m_nAcross + column];
         const std::size_t inTile =
             static_cast<std::size_t>(y - (row << m_nShiftY)) * fnTileWidth(column) +
             (x - (column << m_nShiftX));
@@ -57,16 +65,16 @@ private:
         return column + 1 == m_nAcross ? m_nLastWidth : m_nTileWidth;
     }
 
-    TileEntry m_One = {nullptr, false};
-    const TileEntry* m_pTiles = nullptr; ///< null for a plain buffer
-    std::uint32_t m_nAcross = 1;
-    std::uint32_t m_nShiftX = 31; ///< maps of several tiles have tiles of 128 in that direction
-    std::uint32_t m_nShiftY = 31;
+    const TileEntry* m_pTiles;
+    std::uint32_t m_nAcross;
+    std::uint32_t m_nShiftX; ///< maps of several tiles have tiles of 128 in that direction
+    std::uint32_t m_nShiftY;
     std::uint32_t m_nTileWidth;
     std::uint32_t m_nLastWidth;
     std::uint32_t m_nWidth;
     std::uint32_t m_nHeight;
     std::uint32_t m_nBytes;
+    bool m_bScratch;
 };
 
 } // namespace q32

@@ -1,22 +1,38 @@
 #include "q32Base/framework/Exceptions.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/memory/PixelBuffer.h"
 #include "q32Base/operations/PixelArea.h"
 #include "q32Base/operations/ProgressRun.h"
 #include "q32Base/operations/Resample.h"
 
+#include <algorithm>
+#include <memory>
+
 namespace q32 {
 namespace {
 
-/// What stands between the two passes. It may lie in a scratch file, as an image may.
+/// What stands between the two passes. It may lie in a scratch file, as an image may. Its pixels
+/// are cut so that the first pass goes through its bytes from the first one to the last, and the
+/// second finds some whole pages of them together.
 class IntermediateBuffer {
 public:
-    IntermediateBuffer(std::uint32_t width, std::uint32_t height, std::uint32_t bytesPerPixel) {
+    /// @param strips  one tile from top to bottom after the other, for a first pass by columns;
+    ///                else tiles like those of an image, for one by rows
+    IntermediateBuffer(std::uint32_t width, std::uint32_t height, std::uint32_t bytesPerPixel,
+                       bool strips)
+        : m_nWidth(width), m_nHeight(height), m_nBytes(bytesPerPixel),
+          m_nShiftX(strips && bytesPerPixel == 1 ? kWideShift : kTileShift),
+          m_nShiftY(strips ? kWholeShift : kTileShift) {
         const std::uint64_t row = std::uint64_t{width} * bytesPerPixel;
         if (row > 0xFFFFFFFFu / height)
             AfxThrowMemoryException();
         m_nSize = static_cast<std::uint32_t>(row * height);
+        const std::size_t across = ((width - 1) >> m_nShiftX) + 1;
+        const std::size_t down = ((height - 1) >> m_nShiftY) + 1;
+        m_pTiles.reset(fnNewArray<TileEntry>(across * down));
         if (m_nSize != 0) // 4-bit pixels have no bytes
             m_pPixels = AllocPixelBuffer(m_nSize, m_File, m_Mapping, m_szName);
+        fnPlaceTiles(across, down);
     }
     ~IntermediateBuffer() {
         if (m_pPixels)
@@ -25,9 +41,37 @@ public:
     IntermediateBuffer(const IntermediateBuffer&) = delete;
     IntermediateBuffer& operator=(const IntermediateBuffer&) = delete;
 
-    unsigned char* fnPixels() const { return m_pPixels; }
+    PixelArea fnArea() const {
+        return {m_pTiles.get(), m_nShiftX, m_nShiftY,        m_nWidth,
+                m_nHeight,      m_nBytes,  m_File != kNoFile};
+    }
 
 private:
+    static constexpr std::uint32_t kTileShift = 7;   ///< tiles as those of images
+    static constexpr std::uint32_t kWideShift = 9;   ///< what a pass by columns takes at 8 bits
+    static constexpr std::uint32_t kWholeShift = 31; ///< more rows than there are
+
+    void fnPlaceTiles(std::size_t across, std::size_t down) {
+        unsigned char* at = m_pPixels;
+        TileEntry* entry = m_pTiles.get();
+        for (std::size_t row = 0; row < down; ++row)
+            for (std::size_t column = 0; column < across; ++column) {
+                *entry++ = {at, false};
+                at += std::size_t{fnCut(m_nWidth, m_nShiftX, column)} *
+                      fnCut(m_nHeight, m_nShiftY, row) * m_nBytes;
+            }
+    }
+    /// The length of the nth of the parts that a side is cut into.
+    static std::uint32_t fnCut(std::uint32_t side, std::uint32_t shift, std::size_t n) {
+        return std::min(1u << shift, side - (static_cast<std::uint32_t>(n) << shift));
+    }
+
+    std::uint32_t m_nWidth;
+    std::uint32_t m_nHeight;
+    std::uint32_t m_nBytes;
+    std::uint32_t m_nShiftX;
+    std::uint32_t m_nShiftY;
+    std::unique_ptr<TileEntry[]> m_pTiles;
     unsigned char* m_pPixels = nullptr;
     std::uint32_t m_nSize;
     CqFileHandle m_File = kNoFile;
@@ -35,16 +79,14 @@ private:
     CString m_szName;
 };
 
-bool fnFilterRowsFirst(const PixelArea& source, const PixelArea& target, unsigned char* buffer,
+bool fnFilterRowsFirst(const PixelArea& source, const PixelArea& target, const PixelArea& between,
                        double scaleX, double scaleY, CqProgressDisplay* progress) {
-    const PixelArea between(buffer, target.fnWidth(), source.fnHeight(), target.fnBytesPerPixel());
     return fnFilterWidth(source, between, scaleX, {progress, source.fnHeight(), 0, 50}) &&
            fnFilterHeight(between, target, scaleY, {progress, target.fnWidth(), 50, 50});
 }
 
-bool fnFilterColsFirst(const PixelArea& source, const PixelArea& target, unsigned char* buffer,
+bool fnFilterColsFirst(const PixelArea& source, const PixelArea& target, const PixelArea& between,
                        double scaleX, double scaleY, CqProgressDisplay* progress) {
-    const PixelArea between(buffer, source.fnWidth(), target.fnHeight(), target.fnBytesPerPixel());
     return fnFilterHeight(source, between, scaleY, {progress, source.fnWidth(), 0, 50}) &&
            fnFilterWidth(between, target, scaleX, {progress, target.fnHeight(), 50, 50});
 }
@@ -62,9 +104,9 @@ bool fnFilterResample(const CqTileMap& source, CqTileMap& target, double scaleX,
     // The target's shape alone decides, not the cost: the order shows in the pixels.
     const bool rowsFirst = target.Width < target.Height;
     const IntermediateBuffer buffer(rowsFirst ? target.Width : source.Width,
-                                    rowsFirst ? source.Height : target.Height,
-                                    target.BytesPerPixel);
-    return (rowsFirst ? fnFilterRowsFirst : fnFilterColsFirst)(from, to, buffer.fnPixels(), scaleX,
+                                    rowsFirst ? source.Height : target.Height, target.BytesPerPixel,
+                                    !rowsFirst);
+    return (rowsFirst ? fnFilterRowsFirst : fnFilterColsFirst)(from, to, buffer.fnArea(), scaleX,
                                                                scaleY, progress);
 }
 

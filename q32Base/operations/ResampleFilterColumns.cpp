@@ -2,6 +2,7 @@
 #include "q32Base/operations/ContribTable.h"
 #include "q32Base/operations/FilterChannels.h"
 #include "q32Base/operations/kernels/Weigh.h"
+#include "q32Base/operations/PageWalk.h"
 #include "q32Base/operations/PixelArea.h"
 #include "q32Base/operations/ProgressRun.h"
 #include "q32Base/operations/Resample.h"
@@ -22,7 +23,9 @@ public:
           m_nChannels(fnFilterChannels(source.fnBytesPerPixel())),
           m_Table(scale, target.fnHeight(), source.fnHeight()),
           m_nRing(fnRingRows(std::min(m_Table.fnCapacity(), source.fnHeight()))),
-          m_nBlock(fnBlockColumns()) {
+          m_nBlock(fnBlockColumns()),
+          m_SourceWalk(source, VIEW_READ_NEXT, {true, false, false, m_nBlock}),
+          m_TargetWalk(target, VIEW_WRITE_NEXT, {true, false, false, m_nBlock}) {
         const std::size_t samples = std::size_t{m_nBlock} * m_nChannels;
         m_pRing.reset(fnNewArray<float>(m_nRing * samples));
         m_pPresent.reset(fnNewArray<std::int32_t>(m_nRing));
@@ -40,10 +43,14 @@ public:
         return m_Target.fnWidth() - x > m_nBlock ? x + m_nBlock : m_Target.fnWidth();
     }
 
-    void fnFilter(std::uint32_t x, std::uint32_t end) const {
+    void fnFilter(std::uint32_t x, std::uint32_t end) {
         std::fill_n(m_pPresent.get(), m_nRing, -1);
         for (std::uint32_t y = 0; y < m_Target.fnHeight(); ++y) {
             const ContribList& list = m_Table[y];
+            fnReach(m_SourceWalk, x, list.entries[0].pixel, end,
+                    list.entries[list.count - 1].pixel);
+            fnReach(m_TargetWalk, x, static_cast<std::int32_t>(y), end,
+                    static_cast<std::int32_t>(y));
             const bool direct = !m_pUnpacked && m_Target.fnRunEnd(x) >= end;
             unsigned char* sums = direct ? m_Target.fnAt(x, y) : m_pSums.get();
             if (m_pWideSums)
@@ -72,6 +79,14 @@ private:
             static_cast<std::uint32_t>(samples / std::max<std::uint32_t>(m_nChannels, 1));
         constexpr std::uint32_t kTile = CqTileMap::kMaxTileSize;
         return columns >= kTile ? columns / kTile * kTile : std::max(columns, 1u);
+    }
+
+    /// Cells are left row by row only by the last block that goes through them.
+    void fnReach(PageWalk& walk, std::uint32_t x, std::int32_t first, std::uint32_t end,
+                 std::int32_t last) const {
+        const bool leaves = end % walk.fnCellWidth() == 0 || end == m_Target.fnWidth();
+        walk.fnReach(x, leaves ? static_cast<std::uint32_t>(first) : 0, end - 1,
+                     static_cast<std::uint32_t>(last));
     }
 
     void fnSum(const ContribList& list, std::uint32_t x, std::uint32_t end,
@@ -145,13 +160,15 @@ private:
     std::unique_ptr<double[]> m_pWideSums;      ///< null for others
     std::unique_ptr<unsigned char[]> m_pSums;
     std::unique_ptr<unsigned char[]> m_pUnpacked;
+    PageWalk m_SourceWalk;
+    PageWalk m_TargetWalk;
 };
 
 } // namespace
 
 bool fnFilterHeight(const PixelArea& source, const PixelArea& target, double scale,
                     const ProgressRun& progress) {
-    const ColumnFilter filter(source, target, scale);
+    ColumnFilter filter(source, target, scale);
     std::uint32_t end;
     for (std::uint32_t x = 0; x < target.fnWidth(); x = end) {
         end = filter.fnBlockEnd(x);

@@ -2,6 +2,7 @@
 #include "q32Base/operations/ContribTable.h"
 #include "q32Base/operations/FilterChannels.h"
 #include "q32Base/operations/kernels/Weigh.h"
+#include "q32Base/operations/PageWalk.h"
 #include "q32Base/operations/PixelArea.h"
 #include "q32Base/operations/ProgressRun.h"
 #include "q32Base/operations/Resample.h"
@@ -20,7 +21,9 @@ public:
     RowFilter(const PixelArea& source, const PixelArea& target, double scale)
         : m_Source(source), m_Target(target),
           m_nChannels(fnFilterChannels(source.fnBytesPerPixel())),
-          m_Table(scale, target.fnWidth(), source.fnWidth()) {
+          m_Table(scale, target.fnWidth(), source.fnWidth()),
+          m_SourceWalk(source, VIEW_READ_NEXT, {false}),
+          m_TargetWalk(target, VIEW_WRITE_NEXT, {false}) {
         const std::size_t pixels = fnPlanSteps();
         const std::size_t pixelBytes = std::size_t{m_nChannels} * kFilterLanes;
         m_pLanes.reset(fnNewArray<float>(pixels * pixelBytes));
@@ -31,15 +34,15 @@ public:
                 std::max<std::size_t>(pixels, kMostColumns) * pixelBytes));
     }
 
-    void fnFilter(std::uint32_t y, std::uint32_t rows) const {
+    /// Rows of the same tiles: each step goes through all of them before the next one.
+    void fnFilter(std::uint32_t y, std::uint32_t rows) {
         std::uint32_t x = 0;
         for (const Step* next = m_pSteps.get(); x < m_Target.fnWidth(); x = next++->end) {
-            const Step& step = *next;
-            if (step.fnPixels() > kWideSum)
-                fnSumWide(m_Table[x], y, rows);
-            else
-                fnSum(step, x, y, rows);
-            fnStore(x, step.end, y, rows);
+            m_SourceWalk.fnReach(next->first, y, next->last, y + rows - 1);
+            m_TargetWalk.fnReach(x, y, next->end - 1, y + rows - 1);
+            for (std::uint32_t done = 0; done < rows; done += kFilterLanes)
+                fnFilterStep(*next, x, y + done,
+                             std::min<std::uint32_t>(kFilterLanes, rows - done));
         }
     }
 
@@ -90,6 +93,15 @@ private:
                 widest = std::max<std::size_t>(widest, next->fnPixels());
         }
         return widest;
+    }
+
+    void fnFilterStep(const Step& step, std::uint32_t x, std::uint32_t y,
+                      std::uint32_t rows) const {
+        if (step.fnPixels() > kWideSum)
+            fnSumWide(m_Table[x], y, rows);
+        else
+            fnSum(step, x, y, rows);
+        fnStore(x, step.end, y, rows);
     }
 
     void fnSum(const Step& step, std::uint32_t x, std::uint32_t y, std::uint32_t rows) const {
@@ -171,16 +183,18 @@ private:
     std::unique_ptr<unsigned char[]> m_pSums;  ///< target pixels of a step
     std::unique_ptr<unsigned char[]> m_pSpare; ///< where lanes without a row are stored
     std::unique_ptr<unsigned char[]> m_pUnpacked;
+    PageWalk m_SourceWalk;
+    PageWalk m_TargetWalk;
 };
 
 } // namespace
 
 bool fnFilterWidth(const PixelArea& source, const PixelArea& target, double scale,
                    const ProgressRun& progress) {
-    const RowFilter filter(source, target, scale);
+    RowFilter filter(source, target, scale);
     std::uint32_t rows;
     for (std::uint32_t y = 0; y < target.fnHeight(); y += rows) {
-        rows = std::min<std::uint32_t>(kFilterLanes, target.fnHeight() - y);
+        rows = std::min(CqTileMap::kMaxTileSize, target.fnHeight() - y);
         if (target.fnBytesPerPixel() != 0)
             filter.fnFilter(y, rows);
         if (progress.fnAborts(y, y + rows))

@@ -2,6 +2,7 @@
 #include "q32Base/image/CqImageTile.h"
 #include "q32Base/memory/CqTileMap.h"
 #include "q32Base/operations/kernels/Kernels.h"
+#include "q32Base/operations/PageWalk.h"
 #include "q32Base/operations/PixelArea.h"
 #include "q32Base/operations/ProgressRun.h"
 #include "q32Base/operations/Rotate.h"
@@ -17,11 +18,16 @@ class Quarter {
 public:
     Quarter(const CqTileMap& source, const CqTileMap& target, bool left)
         : m_Source(source), m_Target(target), m_bLeft(left),
-          m_fnTranspose(fnKernels().fnTranspose[source.BytesPerPixel - 1]) {}
+          m_fnTranspose(fnKernels().fnTranspose[source.BytesPerPixel - 1]),
+          m_SourceWalk(m_Source, VIEW_READ_NEXT, {true, left, !left}),
+          m_TargetWalk(m_Target, VIEW_WRITE_NEXT, {false}) {}
 
     /// Moves the pixels of a source tile, cut where the target's tiles end. Counted wide, since a
     /// place may lie outside of the target, though not below 0.
-    void fnMove(const CqImageTile& tile) const {
+    void fnMove(const CqImageTile& tile) {
+        const auto tileX = static_cast<std::uint32_t>(tile.Left);
+        const auto tileY = static_cast<std::uint32_t>(tile.Top);
+        m_SourceWalk.fnReach(tileX, tileY, tileX, tileY);
         const auto width = static_cast<std::int64_t>(m_Source.fnWidth());
         const auto height = static_cast<std::int64_t>(m_Source.fnHeight());
         const std::uint32_t left =
@@ -32,6 +38,8 @@ public:
             fnCut(m_bLeft ? width - tile.Right : tile.Left, m_Target.fnHeight());
         const std::uint32_t bottom =
             fnCut(m_bLeft ? width - tile.Left : tile.Right, m_Target.fnHeight());
+        if (left < right && top < bottom)
+            m_TargetWalk.fnReach(left, top, right - 1, bottom - 1);
         std::uint32_t endY;
         std::uint32_t endX;
         for (std::uint32_t y = top; y < bottom; y = endY) {
@@ -66,14 +74,21 @@ private:
     PixelArea m_Target;
     bool m_bLeft;
     CqTransposeRun m_fnTranspose;
+    PageWalk m_SourceWalk;
+    PageWalk m_TargetWalk;
 };
 
 bool fnRotateQuarter(CqTileMap& source, CqTileMap& target, bool left, CqProgressDisplay* progress) {
-    const Quarter quarter(source, target, left);
+    Quarter quarter(source, target, left);
     const ProgressRun run(progress, source.TileCount);
     CqImageTile tile(true);
     for (std::uint32_t i = 0; i < source.TileCount; ++i) {
-        source.fnAccessTile(i, &tile);
+        // Down the source's columns, in the order in which the target's tiles lie.
+        const std::uint32_t column = i / source.TilesDown;
+        const std::uint32_t row = i % source.TilesDown;
+        source.fnAccessTile(left ? row * source.TilesAcross + (source.TilesAcross - 1 - column)
+                                 : (source.TilesDown - 1 - row) * source.TilesAcross + column,
+                            &tile);
         quarter.fnMove(tile);
         if (run.fnAborts(i))
             return false;

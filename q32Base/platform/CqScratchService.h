@@ -13,6 +13,13 @@ inline constexpr CqFileHandle kNoFile = 0xFFFFFFFFu;
 /// The handle of no mapping.
 inline constexpr CqMappingHandle kNoMapping = 0;
 
+/// What a walk knows about bytes of a view. Advice changes speed and never bytes.
+enum CQ_VIEW_ADVICE {
+    VIEW_READ_NEXT,  ///< they will be read soon, and perhaps written too
+    VIEW_WRITE_NEXT, ///< all of them will be written soon; what they hold now is of no meaning
+    VIEW_DONE,       ///< neither is to come in this walk
+};
+
 /// Temporary files that are mapped into memory: the home of buffers that do not fit into RAM.
 /// One file goes through `fnCreateName`, `fnOpen`, `fnSetSize`, `fnReopen`, `fnCreateMapping`,
 /// `fnMapView`, and back through `fnUnmapView`, `fnCloseMapping`, `fnClose`, `fnDelete`.
@@ -51,6 +58,11 @@ public:
     virtual void* fnMapView(CqMappingHandle mapping, std::uint32_t size) = 0;
 
     virtual void fnUnmapView(void* address, std::uint32_t size) noexcept = 0;
+
+    /// Advice on `size` bytes from `address` on, which lie in one view; any number, at any place. A
+    /// service may ignore it, and nobody is told whether it could be followed.
+    virtual void fnAdvise(CQ_VIEW_ADVICE /*advice*/, void* /*address*/,
+                          std::uint32_t /*size*/) noexcept {}
 
     /// Deletes a file by its name; a bare name is looked for in the current directory.
     virtual bool fnDelete(const char* name) noexcept = 0;

@@ -1,0 +1,104 @@
+#include "q32Base/operations/PageWalk.h"
+
+#include "q32Base/platform/CqPlatform.h"
+
+#include <algorithm>
+
+namespace q32 {
+namespace {
+
+constexpr std::uint32_t kCellHeight = CqTileMap::kMaxTileSize;
+constexpr std::uint32_t kAheadBytes = 4u << 20; ///< enough for a disk to work on
+
+/// Bytes that lie side by side, told of as one.
+class ToldRange {
+public:
+    explicit ToldRange(CQ_VIEW_ADVICE advice) : m_Advice(advice) {}
+    ~ToldRange() { fnTell(); }
+    ToldRange(const ToldRange&) = delete;
+    ToldRange& operator=(const ToldRange&) = delete;
+
+    void fnAdd(unsigned char* begin, unsigned char* end) {
+        if (begin != m_pEnd) {
+            fnTell();
+            m_pBegin = begin;
+        }
+        m_pEnd = end;
+    }
+
+private:
+    void fnTell() const {
+        if (m_pBegin)
+            fnPlatform().m_pScratch->fnAdvise(m_Advice, m_pBegin,
+                                              static_cast<std::uint32_t>(m_pEnd - m_pBegin));
+    }
+
+    CQ_VIEW_ADVICE m_Advice;
+    unsigned char* m_pBegin = nullptr;
+    unsigned char* m_pEnd = nullptr;
+};
+
+} // namespace
+
+PageWalk::PageWalk(const PixelArea& area, CQ_VIEW_ADVICE coming, const WalkOrder& order)
+    : m_Area(area), m_Coming(coming), m_Order(order),
+      m_nCellWidth(std::max({order.cellWidth, CqTileMap::kMaxTileSize, area.fnRunEnd(0)})),
+      m_nAcross((area.fnWidth() - 1) / m_nCellWidth + 1),
+      m_nDown((area.fnHeight() - 1) / kCellHeight + 1) {
+    if (!area.fnIsScratch() || area.fnBytesPerPixel() == 0)
+        return;
+    m_nCells = m_nAcross * m_nDown;
+    m_nAhead = std::max(kAheadBytes / (m_nCellWidth * kCellHeight * area.fnBytesPerPixel()), 2u);
+}
+
+PageWalk::~PageWalk() {
+    fnTell(VIEW_DONE, m_nDone, m_nComing);
+}
+
+/// The number of the cell in the order of the walk.
+std::uint32_t PageWalk::fnCell(std::uint32_t x, std::uint32_t y) const {
+    std::uint32_t column = x / m_nCellWidth;
+    std::uint32_t row = y / kCellHeight;
+    if (m_Order.rightToLeft)
+        column = m_nAcross - 1 - column;
+    if (m_Order.bottomUp)
+        row = m_nDown - 1 - row;
+    return m_Order.columns ? column * m_nDown + row : row * m_nAcross + column;
+}
+
+void PageWalk::fnGoOn(std::uint32_t first, std::uint32_t last) {
+    // In lots, so that neighbours are told of as one.
+    if (last + m_nAhead / 2 >= m_nComing && m_nComing != m_nCells) {
+        const std::uint32_t end = m_nCells - last > m_nAhead ? last + m_nAhead : m_nCells;
+        fnTell(m_Coming, m_nComing, end);
+        m_nComing = end;
+    }
+    const std::uint32_t done = std::max(first, 1u) - 1; // at edges, filters look back
+    if (done >= m_nDone + m_nAhead / 2) {
+        fnTell(VIEW_DONE, m_nDone, done);
+        m_nDone = done;
+    }
+}
+
+void PageWalk::fnTell(CQ_VIEW_ADVICE advice, std::uint32_t first, std::uint32_t end) const {
+    ToldRange told(advice);
+    for (; first < end; ++first) {
+        std::uint32_t column = m_Order.columns ? first / m_nDown : first % m_nAcross;
+        std::uint32_t row = m_Order.columns ? first % m_nDown : first / m_nAcross;
+        if (m_Order.rightToLeft)
+            column = m_nAcross - 1 - column;
+        if (m_Order.bottomUp)
+            row = m_nDown - 1 - row;
+        const std::uint32_t y = row * kCellHeight;
+        const std::uint32_t bottom = std::min(m_Area.fnHeight() - y, kCellHeight) + y;
+        std::uint32_t x = column * m_nCellWidth;
+        const std::uint32_t right = std::min(m_Area.fnWidth() - x, m_nCellWidth) + x;
+        for (std::uint32_t runEnd; x < right; x = runEnd) {
+            runEnd = std::min(m_Area.fnRunEnd(x), right);
+            told.fnAdd(m_Area.fnAt(x, y),
+                       m_Area.fnAt(runEnd - 1, bottom - 1) + m_Area.fnBytesPerPixel());
+        }
+    }
+}
+
+} // namespace q32
