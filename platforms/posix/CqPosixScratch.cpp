@@ -2,12 +2,14 @@
 
 #include "platforms/posix/FileAccess.h"
 #include "platforms/posix/FileSizeSignal.h"
+#include "platforms/posix/MemoryLimit.h"
 #include "platforms/posix/Path.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstring>
 #include <fcntl.h>
+#include <new>
 #include <string_view>
 #include <sys/file.h>
 #include <sys/mman.h>
@@ -81,17 +83,23 @@ struct NativeName {
 
 /// Brings the pages of a fresh view in, writable. False when the disk refuses a page: an untouched
 /// page would raise a signal then.
-bool fnTouch(char* view, std::size_t bytes) {
-    const long pages = ::sysconf(_SC_PHYS_PAGES);
+/// @param memory  what the process may use
+bool fnTouch(char* view, std::size_t bytes, std::uint64_t memory) {
     const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
     // More would only push out others' pages, and these zeros with them.
-    const std::size_t most = pages <= 0 ? 0 : static_cast<std::size_t>(pages) / 16 * page;
+    const auto most = static_cast<std::size_t>(memory / 16) / page * page;
     for (std::size_t at = 0; at < std::min(bytes, most); at += kTouchChunk) {
         const std::size_t part = std::min({bytes - at, most - at, kTouchChunk});
         if (fnRetry([&] { return ::madvise(view + at, part, MADV_POPULATE_WRITE); }) != 0)
             return errno == EINVAL; // a kernel that does not know the advice
     }
     return true;
+}
+
+/// How many bytes of a view may be on their way to the disk.
+std::size_t fnBehind(std::uint64_t memory) {
+    constexpr std::uint64_t kMost = std::uint64_t{64} << 20;
+    return static_cast<std::size_t>(std::min(memory / 16, kMost));
 }
 
 } // namespace
@@ -217,21 +225,64 @@ void* CqPosixScratch::fnMapView(CqMappingHandle mapping, std::uint32_t size) {
     if (found == m_Mappings.end() || size == 0 || size > found->second.m_nSize ||
         !fnHasBytes(*found->second.m_pFile, size))
         return nullptr;
-    void* const view = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED,
-                              found->second.m_pFile->fnGet(), 0);
+    // What may throw comes before there is anything to give back.
+    const std::uint64_t memory = fnUsableMemory();
+    std::map<char*, View> place;
+    View& made = place[nullptr];
+    auto* const view = static_cast<char*>(::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED,
+                                                 found->second.m_pFile->fnGet(), 0));
     if (view == MAP_FAILED)
         return nullptr;
     ::madvise(view, size, MADV_HUGEPAGE); // a wish: refused, small pages do as well
-    if (fnTouch(static_cast<char*>(view), size))
-        return view;
-    const int cause = errno;
-    ::munmap(view, size);
-    errno = cause;
-    return nullptr;
+    if (!fnTouch(view, size, memory)) {
+        const int cause = errno;
+        ::munmap(view, size);
+        errno = cause;
+        return nullptr;
+    }
+    made = {found->second.m_pFile, size, nullptr};
+    auto node = place.extract(place.begin());
+    node.key() = view;
+    m_Views.insert(std::move(node));
+    m_nMapped += size;
+    m_nMemory = memory;
+    return view;
 }
 
 void CqPosixScratch::fnUnmapView(void* address, std::uint32_t size) noexcept {
+    const auto found = m_Views.find(static_cast<char*>(address));
+    if (found != m_Views.end()) {
+        m_nMapped -= found->second.m_nSize;
+        m_Views.erase(found);
+    }
     ::munmap(address, size);
+}
+
+void CqPosixScratch::fnAdvise(CQ_VIEW_ADVICE advice, void* address, std::uint32_t size) noexcept {
+    if (m_nMapped <= m_nMemory / 2)
+        return;
+    auto found = m_Views.upper_bound(static_cast<char*>(address));
+    if (found == m_Views.begin())
+        return;
+    --found;
+    View& view = found->second;
+    const auto begin = static_cast<std::size_t>(static_cast<char*>(address) - found->first);
+    if (!view.m_pPages)
+        view.m_pPages.reset(new (std::nothrow) ViewPages(view.m_pFile->fnGet(), found->first,
+                                                         view.m_nSize, fnBehind(m_nMemory)));
+    if (!view.m_pPages)
+        return;
+    switch (advice) {
+    case VIEW_READ_NEXT:
+        view.m_pPages->fnReadNext(begin, begin + size);
+        break;
+    case VIEW_WRITE_NEXT:
+        view.m_pPages->fnWriteNext(begin, begin + size);
+        break;
+    case VIEW_DONE:
+        view.m_pPages->fnDone(begin, begin + size);
+        break;
+    }
 }
 
 bool CqPosixScratch::fnDelete(const char* name) noexcept {

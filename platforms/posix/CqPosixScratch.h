@@ -2,6 +2,7 @@
 
 #include "platforms/posix/CodePage.h"
 #include "platforms/posix/Descriptor.h"
+#include "platforms/posix/ViewPages.h"
 #include "q32Base/platform/CqScratchService.h"
 
 #include <functional>
@@ -31,10 +32,13 @@ public:
     CqMappingHandle fnCreateMapping(CqFileHandle file, std::uint32_t size) override;
     void fnCloseMapping(CqMappingHandle mapping) noexcept override;
     /// Maps with large pages where the file system has them, and touches the pages, up to a
-    /// sixteenth of the machine's memory. A disk that fails at that is a failure here, not a signal
-    /// at a later write.
+    /// sixteenth of the memory that the process may use. A disk that fails at that is a failure
+    /// here, not a signal at a later write.
     void* fnMapView(CqMappingHandle mapping, std::uint32_t size) override;
     void fnUnmapView(void* address, std::uint32_t size) noexcept override;
+    /// Followed when all views together are larger than half of the memory that the process may
+    /// use. Else pages are better left where they are.
+    void fnAdvise(CQ_VIEW_ADVICE advice, void* address, std::uint32_t size) noexcept override;
     /// A file that somebody uses is refused.
     bool fnDelete(const char* name) noexcept override;
 
@@ -42,6 +46,12 @@ private:
     struct Mapping {
         std::shared_ptr<q32::posix::Descriptor> m_pFile;
         std::uint32_t m_nSize = 0;
+    };
+
+    struct View {
+        std::shared_ptr<q32::posix::Descriptor> m_pFile;
+        std::uint32_t m_nSize = 0;
+        std::unique_ptr<q32::posix::ViewPages> m_pPages;
     };
 
     std::uint32_t fnNextHandle();
@@ -52,5 +62,8 @@ private:
         m_Created; ///< named but not yet opened, by native path
     std::map<CqFileHandle, std::shared_ptr<q32::posix::Descriptor>> m_Files;
     std::map<CqMappingHandle, Mapping> m_Mappings;
+    std::map<char*, View> m_Views; ///< by address
+    std::uint64_t m_nMapped = 0;   ///< bytes of all views
+    std::uint64_t m_nMemory = 0;   ///< what the process might use when the last view was made
     std::uint32_t m_nLastHandle = 0;
 };

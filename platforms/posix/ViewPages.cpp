@@ -1,0 +1,100 @@
+#include "platforms/posix/ViewPages.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace q32::posix {
+namespace {
+
+constexpr std::size_t kLargePage = std::size_t{2} << 20;
+constexpr std::size_t kRunBytes = 2 * kLargePage; ///< of one order to the disk
+
+class KeepErrno {
+public:
+    KeepErrno() = default;
+    ~KeepErrno() { errno = m_nCause; }
+    KeepErrno(const KeepErrno&) = delete;
+    KeepErrno& operator=(const KeepErrno&) = delete;
+
+private:
+    int m_nCause = errno;
+};
+
+} // namespace
+
+ViewPages::ViewPages(int file, char* view, std::size_t size, std::size_t behind)
+    : m_nFile(file), m_pView(view), m_nSize(size), m_nBehind(behind) {}
+
+/// The pages that the bytes touch, within the view.
+ViewPages::Range ViewPages::fnPages(std::size_t begin, std::size_t end) const {
+    const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    end = std::min(end, m_nSize);
+    begin = std::min(begin, end);
+    return {begin / page * page, begin == end ? begin / page * page : end};
+}
+
+void ViewPages::fnReadNext(std::size_t begin, std::size_t end) noexcept {
+    const KeepErrno keep;
+    const Range range = fnPages(begin, end);
+    if (range.fnSize() != 0)
+        ::madvise(m_pView + range.begin, range.fnSize(), MADV_WILLNEED);
+}
+
+void ViewPages::fnWriteNext(std::size_t begin, std::size_t end) noexcept {
+    const bool follows = begin == m_nNextWrite;
+    m_nNextWrite = end;
+    if (!follows)
+        fnReadNext(begin, end);
+}
+
+void ViewPages::fnDone(std::size_t begin, std::size_t end) noexcept {
+    const KeepErrno keep;
+    const Range range = fnPages(begin, end);
+    if (range.fnSize() == 0)
+        return;
+    const bool joins = range.begin <= m_Run.end && m_Run.begin <= range.begin && m_Run.end != 0;
+    if (!joins) {
+        fnSendOut(m_Run);
+        m_Run = range;
+    } else {
+        m_Run.end = std::max(m_Run.end, range.end);
+    }
+    if (m_Run.fnSize() >= kRunBytes) {
+        // A large page goes out when all of it is done.
+        const std::size_t whole =
+            m_Run.end == m_nSize ? m_nSize : m_Run.end / kLargePage * kLargePage;
+        fnSendOut({m_Run.begin, whole});
+        m_Run.begin = whole;
+    }
+}
+
+void ViewPages::fnSendOut(const Range& range) {
+    if (range.fnSize() == 0)
+        return;
+    ::sync_file_range(m_nFile, static_cast<off_t>(range.begin), static_cast<off_t>(range.fnSize()),
+                      SYNC_FILE_RANGE_WRITE);
+    while (m_nOut != 0 && (m_nOut == kMostRanges || m_nBytesOut + range.fnSize() > m_nBehind))
+        fnDropOldest();
+    m_Out[(m_nFirstOut + m_nOut) % kMostRanges] = range;
+    ++m_nOut;
+    m_nBytesOut += range.fnSize();
+}
+
+void ViewPages::fnDropOldest() {
+    const Range range = m_Out[m_nFirstOut];
+    m_nFirstOut = (m_nFirstOut + 1) % kMostRanges;
+    --m_nOut;
+    m_nBytesOut -= range.fnSize();
+    ::sync_file_range(m_nFile, static_cast<off_t>(range.begin), static_cast<off_t>(range.fnSize()),
+                      SYNC_FILE_RANGE_WAIT_BEFORE);
+    // Out of the mapping first: the page cache keeps pages that are mapped.
+    ::madvise(m_pView + range.begin, range.fnSize(), MADV_DONTNEED);
+    ::posix_fadvise(m_nFile, static_cast<off_t>(range.begin), static_cast<off_t>(range.fnSize()),
+                    POSIX_FADV_DONTNEED);
+}
+
+} // namespace q32::posix

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+
+namespace q32::posix {
+
+/// Moves the pages of a mapped file in and out as a walk wants it, for files that memory can't
+/// hold.
+///
+/// What comes next is read ahead. What is done goes out to the disk at once, in long pieces, and
+/// leaves memory a little later, when it has got there: so memory never fills up with pages that
+/// wait for the disk, and what the walk still needs stays. Bytes are never lost: a page that is
+/// written to again in between stays.
+class ViewPages {
+public:
+    /// @param file     a descriptor that lives longer than this object
+    /// @param behind   how many bytes may be on their way out
+    ViewPages(int file, char* view, std::size_t size, std::size_t behind);
+
+    // Parts of the view; what lies outside is cut off. errno is left as it was.
+
+    void fnReadNext(std::size_t begin, std::size_t end) noexcept;
+    /// Parts that follow each other are left alone: each write brings in a large page then. Others
+    /// are brought in as small pages, since a large one would hold far more than is written to.
+    void fnWriteNext(std::size_t begin, std::size_t end) noexcept;
+    void fnDone(std::size_t begin, std::size_t end) noexcept;
+
+private:
+    struct Range {
+        std::size_t begin;
+        std::size_t end;
+        std::size_t fnSize() const { return end - begin; }
+    };
+    static constexpr std::size_t kMostRanges = 1024;
+
+    Range fnPages(std::size_t begin, std::size_t end) const;
+    void fnSendOut(const Range& range);
+    void fnDropOldest();
+
+    int m_nFile;
+    char* m_pView;
+    std::size_t m_nSize;
+    std::size_t m_nBehind;
+    std::size_t m_nNextWrite = 0;         ///< where the last part to be written ends
+    Range m_Run = {0, 0};                 ///< done and side by side, not yet sent out
+    std::array<Range, kMostRanges> m_Out; ///< on their way out, as a ring
+    std::size_t m_nFirstOut = 0;
+    std::size_t m_nOut = 0;
+    std::size_t m_nBytesOut = 0;
+};
+
+} // namespace q32::posix
