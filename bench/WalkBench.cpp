@@ -21,7 +21,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <random>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -53,14 +55,18 @@ private:
     unsigned m_nCalls = 0;
 };
 
-/// Makes each tile another grey.
+/// Noise in each tile, from another place of the same noise each time.
 void fnPaint(CqImage& image) {
+    constexpr std::size_t kNoise = std::size_t{1} << 20;
+    constexpr std::size_t kMostBytes = std::size_t{128} * 128 * 3;
+    std::minstd_rand random(1);
+    std::vector<unsigned char> noise(kNoise + kMostBytes);
+    for (unsigned char& byte : noise)
+        byte = static_cast<unsigned char>(random() >> 16);
     CqImageTile tile(false);
     for (std::uint32_t i = 0; i < image.TileCount; ++i) {
         image.fnAccessTile(i, &tile);
-        for (std::int32_t row = 0; row < tile.Height; ++row)
-            std::memset(tile.Pixels + tile.RowBytes * static_cast<std::size_t>(row),
-                        static_cast<int>(i * 7 + static_cast<std::uint32_t>(row)), tile.RowBytes);
+        std::memcpy(tile.Pixels, noise.data() + random() % kNoise, tile.Size);
     }
 }
 
