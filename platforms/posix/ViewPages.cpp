@@ -38,17 +38,20 @@ ViewPages::Range ViewPages::fnPages(std::size_t begin, std::size_t end) const {
 }
 
 void ViewPages::fnReadNext(std::size_t begin, std::size_t end) noexcept {
-    const KeepErrno keep;
-    const Range range = fnPages(begin, end);
-    if (range.fnSize() != 0)
-        ::madvise(m_pView + range.begin, range.fnSize(), MADV_WILLNEED);
+    fnBringIn(m_nNextRead, begin, end);
 }
 
 void ViewPages::fnWriteNext(std::size_t begin, std::size_t end) noexcept {
-    const bool follows = begin == m_nNextWrite;
-    m_nNextWrite = end;
-    if (!follows)
-        fnReadNext(begin, end);
+    fnBringIn(m_nNextWrite, begin, end);
+}
+
+void ViewPages::fnBringIn(std::size_t& next, std::size_t begin, std::size_t end) {
+    const KeepErrno keep;
+    const bool follows = begin == next;
+    next = end;
+    const Range range = fnPages(begin, end);
+    if (!follows && range.fnSize() != 0)
+        ::madvise(m_pView + range.begin, range.fnSize(), MADV_WILLNEED);
 }
 
 void ViewPages::fnDone(std::size_t begin, std::size_t end) noexcept {

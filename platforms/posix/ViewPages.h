@@ -20,10 +20,12 @@ public:
 
     // Parts of the view; what lies outside is cut off. errno is left as it was.
 
+    // Parts that follow each other are left alone: there the system reads ahead by itself, and
+    // large pages serve well. Others are brought in as small pages, since a large one would hold
+    // far more than is looked at.
     void fnReadNext(std::size_t begin, std::size_t end) noexcept;
-    /// Parts that follow each other are left alone: each write brings in a large page then. Others
-    /// are brought in as small pages, since a large one would hold far more than is written to.
     void fnWriteNext(std::size_t begin, std::size_t end) noexcept;
+
     void fnDone(std::size_t begin, std::size_t end) noexcept;
 
 private:
@@ -35,6 +37,7 @@ private:
     static constexpr std::size_t kMostRanges = 1024;
 
     Range fnPages(std::size_t begin, std::size_t end) const;
+    void fnBringIn(std::size_t& next, std::size_t begin, std::size_t end);
     void fnSendOut(const Range& range);
     void fnDropOldest();
 
@@ -42,6 +45,7 @@ private:
     char* m_pView;
     std::size_t m_nSize;
     std::size_t m_nBehind;
+    std::size_t m_nNextRead = 0;          ///< where the last part to be read ends
     std::size_t m_nNextWrite = 0;         ///< where the last part to be written ends
     Range m_Run = {0, 0};                 ///< done and side by side, not yet sent out
     std::array<Range, kMostRanges> m_Out; ///< on their way out, as a ring

@@ -12,23 +12,18 @@ namespace q32 {
 namespace {
 
 /// What stands between the two passes. It may lie in a scratch file, as an image may. Its pixels
-/// are cut so that the first pass goes through its bytes from the first one to the last, and the
-/// second finds some whole pages of them together.
+/// are cut into tiles as those of an image are, so that both passes go through its bytes in order.
 class IntermediateBuffer {
 public:
-    /// @param strips  one tile from top to bottom after the other, for a first pass by columns;
-    ///                else tiles like those of an image, for one by rows
-    IntermediateBuffer(std::uint32_t width, std::uint32_t height, std::uint32_t bytesPerPixel,
-                       bool strips)
+    IntermediateBuffer(std::uint32_t width, std::uint32_t height, std::uint32_t bytesPerPixel)
         : m_nWidth(width), m_nHeight(height), m_nBytes(bytesPerPixel),
-          m_nShiftX(strips && bytesPerPixel == 1 ? kWideShift : kTileShift),
-          m_nShiftY(strips ? kWholeShift : kTileShift) {
+          m_nShiftX(bytesPerPixel == 1 ? kWideShift : kTileShift) {
         const std::uint64_t row = std::uint64_t{width} * bytesPerPixel;
         if (row > 0xFFFFFFFFu / height)
             AfxThrowMemoryException();
         m_nSize = static_cast<std::uint32_t>(row * height);
         const std::size_t across = ((width - 1) >> m_nShiftX) + 1;
-        const std::size_t down = ((height - 1) >> m_nShiftY) + 1;
+        const std::size_t down = ((height - 1) >> kTileShift) + 1;
         m_pTiles.reset(fnNewArray<TileEntry>(across * down));
         if (m_nSize != 0) // 4-bit pixels have no bytes
             m_pPixels = AllocPixelBuffer(m_nSize, m_File, m_Mapping, m_szName);
@@ -42,14 +37,13 @@ public:
     IntermediateBuffer& operator=(const IntermediateBuffer&) = delete;
 
     PixelArea fnArea() const {
-        return {m_pTiles.get(), m_nShiftX, m_nShiftY,        m_nWidth,
+        return {m_pTiles.get(), m_nShiftX, kTileShift,       m_nWidth,
                 m_nHeight,      m_nBytes,  m_File != kNoFile};
     }
 
 private:
-    static constexpr std::uint32_t kTileShift = 7;   ///< tiles as those of images
-    static constexpr std::uint32_t kWideShift = 9;   ///< what a pass by columns takes at 8 bits
-    static constexpr std::uint32_t kWholeShift = 31; ///< more rows than there are
+    static constexpr std::uint32_t kTileShift = 7; ///< tiles of 128
+    static constexpr std::uint32_t kWideShift = 9; ///< what sums of columns take at once at 8 bits
 
     void fnPlaceTiles(std::size_t across, std::size_t down) {
         unsigned char* at = m_pPixels;
@@ -58,7 +52,7 @@ private:
             for (std::size_t column = 0; column < across; ++column) {
                 *entry++ = {at, false};
                 at += std::size_t{fnCut(m_nWidth, m_nShiftX, column)} *
-                      fnCut(m_nHeight, m_nShiftY, row) * m_nBytes;
+                      fnCut(m_nHeight, kTileShift, row) * m_nBytes;
             }
     }
     /// The length of the nth of the parts that a side is cut into.
@@ -70,7 +64,6 @@ private:
     std::uint32_t m_nHeight;
     std::uint32_t m_nBytes;
     std::uint32_t m_nShiftX;
-    std::uint32_t m_nShiftY;
     std::unique_ptr<TileEntry[]> m_pTiles;
     unsigned char* m_pPixels = nullptr;
     std::uint32_t m_nSize;
@@ -104,8 +97,8 @@ bool fnFilterResample(const CqTileMap& source, CqTileMap& target, double scaleX,
     // The target's shape alone decides, not the cost: the order shows in the pixels.
     const bool rowsFirst = target.Width < target.Height;
     const IntermediateBuffer buffer(rowsFirst ? target.Width : source.Width,
-                                    rowsFirst ? source.Height : target.Height, target.BytesPerPixel,
-                                    !rowsFirst);
+                                    rowsFirst ? source.Height : target.Height,
+                                    target.BytesPerPixel);
     return (rowsFirst ? fnFilterRowsFirst : fnFilterColsFirst)(from, to, buffer.fnArea(), scaleX,
                                                                scaleY, progress);
 }

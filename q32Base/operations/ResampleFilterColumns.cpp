@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 namespace q32 {
 namespace {
@@ -24,8 +25,8 @@ public:
           m_Table(scale, target.fnHeight(), source.fnHeight()),
           m_nRing(fnRingRows(std::min(m_Table.fnCapacity(), source.fnHeight()))),
           m_nBlock(fnBlockColumns()),
-          m_SourceWalk(source, VIEW_READ_NEXT, {true, false, false, m_nBlock}),
-          m_TargetWalk(target, VIEW_WRITE_NEXT, {true, false, false, m_nBlock}) {
+          m_SourceWalk(source, VIEW_READ_NEXT, {false, false, false, m_nBlock}),
+          m_TargetWalk(target, VIEW_WRITE_NEXT, {false, false, false, m_nBlock}) {
         const std::size_t samples = std::size_t{m_nBlock} * m_nChannels;
         m_pRing.reset(fnNewArray<float>(m_nRing * samples));
         m_pPresent.reset(fnNewArray<std::int32_t>(m_nRing));
@@ -38,19 +39,36 @@ public:
             m_pUnpacked.reset(fnNewArray<unsigned char>(samples));
     }
 
-    /// The first column behind the block that begins at x.
-    std::uint32_t fnBlockEnd(std::uint32_t x) const {
-        return m_Target.fnWidth() - x > m_nBlock ? x + m_nBlock : m_Target.fnWidth();
+    /// How many target rows are summed up before the next ones: of the same tiles, and in scratch
+    /// files no more than what leaves memory room for the source rows that they need.
+    std::uint32_t fnBandRows() const {
+        if (!m_Source.fnIsScratch())
+            return CqTileMap::kMaxTileSize;
+        const double rowBytes =
+            static_cast<double>(m_Source.fnWidth()) * m_Source.fnBytesPerPixel();
+        const double rows = std::max<double>(kBandBytes / rowBytes, m_Table.fnCapacity()) *
+                            m_Target.fnHeight() / m_Source.fnHeight();
+        return static_cast<std::uint32_t>(std::clamp<double>(rows, 1, CqTileMap::kMaxTileSize));
     }
 
-    void fnFilter(std::uint32_t x, std::uint32_t end) {
+    /// Target rows from y to before `bottom`.
+    void fnFilter(std::uint32_t y, std::uint32_t bottom) {
+        const auto [top, last] = fnSourceRows(y, bottom);
+        std::uint32_t end;
+        for (std::uint32_t x = 0; x < m_Target.fnWidth(); x = end) {
+            end = fnBlockEnd(x);
+            m_SourceWalk.fnReach(x, top, end - 1, last);
+            m_TargetWalk.fnReach(x, y, end - 1, bottom - 1);
+            fnFilterBlock(x, end, y, bottom);
+        }
+    }
+
+private:
+    void fnFilterBlock(std::uint32_t x, std::uint32_t end, std::uint32_t y,
+                       std::uint32_t bottom) const {
         std::fill_n(m_pPresent.get(), m_nRing, -1);
-        for (std::uint32_t y = 0; y < m_Target.fnHeight(); ++y) {
+        for (; y < bottom; ++y) {
             const ContribList& list = m_Table[y];
-            fnReach(m_SourceWalk, x, list.entries[0].pixel, end,
-                    list.entries[list.count - 1].pixel);
-            fnReach(m_TargetWalk, x, static_cast<std::int32_t>(y), end,
-                    static_cast<std::int32_t>(y));
             const bool direct = !m_pUnpacked && m_Target.fnRunEnd(x) >= end;
             unsigned char* sums = direct ? m_Target.fnAt(x, y) : m_pSums.get();
             if (m_pWideSums)
@@ -62,9 +80,27 @@ public:
         }
     }
 
-private:
+    /// The first column behind the block that begins at x.
+    std::uint32_t fnBlockEnd(std::uint32_t x) const {
+        return m_Target.fnWidth() - x > m_nBlock ? x + m_nBlock : m_Target.fnWidth();
+    }
+
+    /// The first and the last source row that those target rows need.
+    std::pair<std::uint32_t, std::uint32_t> fnSourceRows(std::uint32_t y,
+                                                         std::uint32_t bottom) const {
+        std::int32_t first = m_Table[y].entries[0].pixel;
+        std::int32_t last = first;
+        for (; y < bottom; ++y)
+            for (std::int32_t k = 0; k < m_Table[y].count; ++k) {
+                first = std::min(first, m_Table[y].entries[k].pixel);
+                last = std::max(last, m_Table[y].entries[k].pixel);
+            }
+        return {static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(last)};
+    }
+
     static constexpr std::size_t kBlockSamples = 512;       ///< a ring of them stays near
     static constexpr std::size_t kRingSamples = 256 * 1024; ///< for huge reductions
+    static constexpr double kBandBytes = 64 << 20;
 
     static std::uint32_t fnRingRows(std::uint32_t needed) {
         std::uint32_t rows = 1;
@@ -79,14 +115,6 @@ private:
             static_cast<std::uint32_t>(samples / std::max<std::uint32_t>(m_nChannels, 1));
         constexpr std::uint32_t kTile = CqTileMap::kMaxTileSize;
         return columns >= kTile ? columns / kTile * kTile : std::max(columns, 1u);
-    }
-
-    /// Cells are left row by row only by the last block that goes through them.
-    void fnReach(PageWalk& walk, std::uint32_t x, std::int32_t first, std::uint32_t end,
-                 std::int32_t last) const {
-        const bool leaves = end % walk.fnCellWidth() == 0 || end == m_Target.fnWidth();
-        walk.fnReach(x, leaves ? static_cast<std::uint32_t>(first) : 0, end - 1,
-                     static_cast<std::uint32_t>(last));
     }
 
     void fnSum(const ContribList& list, std::uint32_t x, std::uint32_t end,
@@ -169,13 +197,17 @@ private:
 bool fnFilterHeight(const PixelArea& source, const PixelArea& target, double scale,
                     const ProgressRun& progress) {
     ColumnFilter filter(source, target, scale);
-    std::uint32_t end;
-    for (std::uint32_t x = 0; x < target.fnWidth(); x = end) {
-        end = filter.fnBlockEnd(x);
+    std::uint32_t reported = 0;
+    std::uint32_t bottom;
+    for (std::uint32_t y = 0; y < target.fnHeight(); y = bottom) {
+        bottom = std::min(filter.fnBandRows(), target.fnHeight() - y) + y;
         if (target.fnBytesPerPixel() != 0)
-            filter.fnFilter(x, end);
-        if (progress.fnAborts(x, end))
+            filter.fnFilter(y, bottom);
+        const auto columns = static_cast<std::uint32_t>(std::uint64_t{target.fnWidth()} * bottom /
+                                                        target.fnHeight());
+        if (progress.fnAborts(reported, columns))
             return false;
+        reported = columns;
     }
     return true;
 }
