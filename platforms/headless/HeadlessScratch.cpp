@@ -1,6 +1,8 @@
 #include "platforms/headless/HeadlessScratch.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <functional>
 #include <new>
 #include <utility>
 
@@ -151,6 +153,20 @@ void CqHeadlessScratch::fnUnmapView(void* address, std::uint32_t size) noexcept 
     }
     fnDropView(found->second.m_pFile);
     m_Views.erase(found);
+}
+
+void CqHeadlessScratch::fnAdvise(CQ_VIEW_ADVICE advice, void* address,
+                                 std::uint32_t size) noexcept {
+    auto* const begin = static_cast<std::uint8_t*>(address);
+    const auto holds = [&](const auto& entry) {
+        const auto* view = static_cast<const std::uint8_t*>(entry.first);
+        return std::less_equal<>()(view, begin) &&
+               std::less_equal<>()(begin + size, view + entry.second.m_nSize);
+    };
+    if (std::none_of(m_Views.begin(), m_Views.end(), holds))
+        m_pMisuses->fnAdd("advice on bytes that aren't mapped");
+    else if (m_Advise.fnPass() && m_OnAdvice)
+        m_OnAdvice(advice, begin, size);
 }
 
 bool CqHeadlessScratch::fnDelete(const char* name) noexcept {

@@ -5,6 +5,7 @@
 #include "q32Base/platform/CqScratchService.h"
 #include "q32Base/platform/Export.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 
@@ -23,6 +24,11 @@ public:
     CqHeadlessCalls m_CreateMapping;
     CqHeadlessCalls m_MapView;
     CqHeadlessCalls m_Delete;
+    CqHeadlessCalls m_Advise; ///< a failed one is lost
+
+    /// Called with each advice on bytes of a view. It may look at the bytes and change them, but
+    /// must not throw.
+    std::function<void(CQ_VIEW_ADVICE, std::uint8_t* address, std::uint32_t size)> m_OnAdvice;
 
     /// Handles, mappings and views that are open now.
     std::size_t fnGetHandles() const { return m_Files.size(); }
@@ -38,6 +44,7 @@ public:
     void fnCloseMapping(CqMappingHandle mapping) noexcept override;
     void* fnMapView(CqMappingHandle mapping, std::uint32_t size) override;
     void fnUnmapView(void* address, std::uint32_t size) noexcept override;
+    void fnAdvise(CQ_VIEW_ADVICE advice, void* address, std::uint32_t size) noexcept override;
     bool fnDelete(const char* name) noexcept override;
 
 private:

@@ -100,7 +100,7 @@ private:
 
     static constexpr std::size_t kBlockSamples = 512;       ///< a ring of them stays near
     static constexpr std::size_t kRingSamples = 256 * 1024; ///< for huge reductions
-    static constexpr double kBandBytes = 64 << 20;
+    static constexpr double kBandBytes = 32 << 20;          ///< of the source
 
     static std::uint32_t fnRingRows(std::uint32_t needed) {
         std::uint32_t rows = 1;

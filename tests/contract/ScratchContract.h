@@ -57,6 +57,27 @@ protected:
     }
 };
 
+TEST_P(ScratchContract, AdviceChangesNoByte) {
+    constexpr std::uint32_t kSize = 5'000'001;
+    Buffer buffer;
+    ASSERT_NO_FATAL_FAILURE(fnBegin(kSize, buffer));
+    const auto wanted = [](std::uint32_t i) { return static_cast<std::uint8_t>(i * 31 + i / 997); };
+    for (std::uint32_t i = 0; i < kSize; ++i)
+        buffer.m_pBytes[i] = wanted(i);
+    constexpr CQ_VIEW_ADVICE kAll[] = {VIEW_READ_NEXT, VIEW_WRITE_NEXT, VIEW_DONE,
+                                       VIEW_DONE,      VIEW_WRITE_NEXT, VIEW_READ_NEXT};
+    constexpr std::uint32_t kParts[][2] = {{0, kSize},     {0, 0},    {kSize, 0},
+                                           {kSize - 1, 1}, {1, 4096}, {100'000, 2'500'000}};
+    for (const CQ_VIEW_ADVICE advice : kAll)
+        for (const auto& [at, size] : kParts)
+            m_Scratch.fnAdvise(advice, buffer.m_pBytes + at, size);
+    std::uint32_t same = 0;
+    while (same < kSize && buffer.m_pBytes[same] == wanted(same))
+        ++same;
+    EXPECT_EQ(same, kSize);
+    fnEnd(buffer);
+}
+
 TEST_P(ScratchContract, ANewNameIsAnEmptyFileInTheDirectoryByItsPattern) {
     const std::string name = fnMakeName();
     EXPECT_TRUE(name.starts_with(m_World.m_szDirectory + "~qd")) << name;

@@ -1,0 +1,123 @@
+#include "platforms/posix/Descriptor.h"
+#include "platforms/posix/ViewPages.h"
+#include "tests/platforms/PosixTestTools.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <fcntl.h>
+#include <linux/magic.h>
+#include <sys/mman.h>
+#include <sys/vfs.h>
+#include <vector>
+
+using namespace q32::posix;
+using q32::test::Folder;
+
+namespace {
+
+constexpr std::size_t kSize = (std::size_t{24} << 20) + 4097;
+constexpr std::size_t kBehind = std::size_t{4} << 20;
+
+class PosixViewPages : public ::testing::Test {
+protected:
+    PosixViewPages()
+        : m_File(::open(m_Folder.fnPath("view").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {}
+    ~PosixViewPages() override { ::munmap(m_pView, kSize); }
+
+    void SetUp() override {
+        ASSERT_EQ(::ftruncate(m_File.fnGet(), off_t{kSize}), 0);
+        void* view = ::mmap(nullptr, kSize, PROT_READ | PROT_WRITE, MAP_SHARED, m_File.fnGet(), 0);
+        ASSERT_NE(view, MAP_FAILED);
+        m_pView = static_cast<char*>(view);
+        for (std::size_t i = 0; i < kSize; ++i)
+            m_pView[i] = fnByte(i, 0);
+    }
+
+    static char fnByte(std::size_t i, unsigned round) {
+        return static_cast<char>(i * 7 + i / 4096 + round);
+    }
+    bool fnHolds(unsigned round) const {
+        for (std::size_t i = 0; i < kSize; ++i)
+            if (m_pView[i] != fnByte(i, round))
+                return false;
+        return true;
+    }
+    std::size_t fnResident() const {
+        const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+        std::vector<unsigned char> pages((kSize + page - 1) / page);
+        EXPECT_EQ(::mincore(m_pView, kSize, pages.data()), 0);
+        std::size_t bytes = 0;
+        for (const unsigned char state : pages)
+            bytes += (state & 1) != 0 ? page : 0;
+        return bytes;
+    }
+    /// A file system that lies in memory keeps its pages there.
+    bool fnIsOnDisk() const {
+        struct statfs facts {};
+        return ::fstatfs(m_File.fnGet(), &facts) == 0 && facts.f_type != TMPFS_MAGIC;
+    }
+
+    Folder m_Folder;
+    Descriptor m_File;
+    char* m_pView = nullptr;
+};
+
+TEST_F(PosixViewPages, WhatIsDoneLeavesMemoryAndIsThereAgainWhenLookedAt) {
+    ViewPages pages(m_File.fnGet(), m_pView, kSize, kBehind);
+    EXPECT_EQ(fnResident() / 4096, (kSize + 4095) / 4096);
+    constexpr std::size_t kTile = 49152;
+    for (std::size_t at = 0; at < kSize; at += kTile)
+        pages.fnDone(at, at + kTile); // the last one is cut off
+    if (fnIsOnDisk()) {
+        // What is on its way, and the piece that is gathered for it.
+        EXPECT_LE(fnResident(), kBehind + (std::size_t{8} << 20));
+    }
+    EXPECT_TRUE(fnHolds(0));
+}
+
+TEST_F(PosixViewPages, ScatteredPiecesLeaveMemoryToo) {
+    ViewPages pages(m_File.fnGet(), m_pView, kSize, kBehind);
+    constexpr std::size_t kTile = 49152;
+    constexpr std::size_t kAcross = 16;
+    for (std::size_t column = 0; column < kAcross; ++column)
+        for (std::size_t at = column * kTile; at < kSize; at += kTile * kAcross)
+            pages.fnDone(at, at + kTile);
+    if (fnIsOnDisk()) {
+        EXPECT_LE(fnResident(), kSize / 2);
+    }
+    EXPECT_TRUE(fnHolds(0));
+}
+
+TEST_F(PosixViewPages, BytesWrittenAfterTheyWereDoneAreKept) {
+    ViewPages pages(m_File.fnGet(), m_pView, kSize, kBehind);
+    constexpr std::size_t kPiece = 1000003; // no border of pages
+    for (unsigned round = 1; round < 4; ++round) {
+        for (std::size_t at = 0; at < kSize; at += kPiece) {
+            const std::size_t end = std::min(at + kPiece, kSize);
+            pages.fnWriteNext(at, end);
+            pages.fnDone(at, end);
+            for (std::size_t i = at; i < end; ++i)
+                m_pView[i] = fnByte(i, round);
+            pages.fnReadNext(at, end);
+        }
+        ASSERT_TRUE(fnHolds(round));
+    }
+}
+
+TEST_F(PosixViewPages, AdviceThatTheSystemRefusesIsNoFailure) {
+    ViewPages pages(-1, m_pView, kSize, kBehind); // no file: nothing can be sent out
+    errno = ENODATA;
+    for (std::size_t at = 0; at < kSize; at += 49152) {
+        pages.fnReadNext(at, at + 49152);
+        pages.fnDone(at, at + 49152);
+    }
+    pages.fnDone(kSize, kSize + 5);
+    pages.fnDone(kSize + 5, kSize + 9);
+    EXPECT_EQ(errno, ENODATA);
+    EXPECT_TRUE(fnHolds(0));
+}
+
+} // namespace
