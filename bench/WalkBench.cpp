@@ -1,14 +1,13 @@
 // Pictures larger than memory: 30,000 x 30,000 pixels of 24 bits in a scratch file on the disk of
 // TMPDIR, else of /var/tmp, are painted, copied, turned by 90 degrees and reduced to a third. Each
-// job runs once. To see what it is about, run it where memory is short:
+// job runs once. To see what it is about, run it where memory is short, as root:
 //
-//     G=/sys/fs/cgroup/memory/walk
-//     mkdir $G
-//     echo 512M > $G/memory.limit_in_bytes
-//     sh -c "echo \$\$ > $G/cgroup.procs; exec build/release/bench/WalkBench"
+//     scripts/with-memory 512M build/release/bench/WalkBench
 //
-// WalkBench [side [job]]; the job is paint, copy, turn, reduce or, if left out, all of them.
-// Painting comes before each.
+// WalkBench [side [job]]; the job is paint, file (the scratch file is copied in plain pieces),
+// copy, turn, reduce or, if left out, all of them. Painting comes before each. Told are the time,
+// the most memory beside the pixels that was seen in the job, and the pages that the job waited
+// for.
 
 #include "platforms/posix/posix.h"
 #include "q32Base/image/CqImageTile.h"
@@ -20,9 +19,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <iterator>
 #include <random>
 #include <string>
+#include <sys/resource.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -38,6 +40,30 @@ long fnOwnMemory() {
     if (status)
         std::fclose(status);
     return kilobytes;
+}
+
+long fnMajorFaults() {
+    struct rusage usage {};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_majflt;
+}
+
+/// The scratch file's bytes into another file beside it, as any copying program does it.
+bool fnCopyFile(const CqImage& image) {
+    std::string from(image.fnGetScratchPath());
+    std::replace(from.begin(), from.end(), '\\', '/');
+    const std::string to = from + ".copy";
+    const int in = ::open(from.c_str(), O_RDONLY | O_CLOEXEC);
+    const int out = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    std::vector<char> piece(std::size_t{1} << 20);
+    ssize_t count = -1;
+    while ((count = ::read(in, piece.data(), piece.size())) > 0)
+        if (::write(out, piece.data(), static_cast<std::size_t>(count)) != count)
+            break;
+    ::close(in);
+    ::close(out);
+    ::unlink(to.c_str());
+    return count == 0;
 }
 
 /// Looks at the memory while a job runs.
@@ -74,18 +100,20 @@ template <typename Job>
 void fnMeasure(const char* what, Job job) {
     Watch watch;
     const long before = fnOwnMemory();
+    const long faults = fnMajorFaults();
     const auto begin = std::chrono::steady_clock::now();
     job(watch);
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
-    std::printf("%-28s %7.1f s   own memory +%.1f MB\n", what, time.count(),
-                static_cast<double>(std::max(0L, watch.m_nMost - before)) / 1024.0);
+    std::printf("%-28s %7.1f s   own memory +%.1f MB   %ld major faults\n", what, time.count(),
+                static_cast<double>(std::max(0L, watch.m_nMost - before)) / 1024.0,
+                fnMajorFaults() - faults);
     std::fflush(stdout);
 }
 
 int fnRun(unsigned int side, const std::string& job) {
-    static constexpr const char* kJobs[] = {"paint", "copy", "turn", "reduce", "all"};
+    static constexpr const char* kJobs[] = {"paint", "file", "copy", "turn", "reduce", "all"};
     if (side == 0 || std::find(std::begin(kJobs), std::end(kJobs), job) == std::end(kJobs)) {
-        std::fputs("WalkBench [side [paint|copy|turn|reduce|all]]\n", stderr);
+        std::fputs("WalkBench [side [paint|file|copy|turn|reduce|all]]\n", stderr);
         return EXIT_FAILURE;
     }
     const auto wanted = [&](const char* name) { return job == name || job == "all"; };
@@ -94,6 +122,13 @@ int fnRun(unsigned int side, const std::string& job) {
     policy.fnSetRamLimit(0);
     CqImage image(side, side, 24, nullptr, 0);
     fnMeasure("paint", [&](Watch&) { fnPaint(image); });
+    bool isCopied = true;
+    if (wanted("file"))
+        fnMeasure("plain copy of the file", [&](Watch&) { isCopied = fnCopyFile(image); });
+    if (!isCopied) {
+        std::fputs("the file can't be copied\n", stderr);
+        return EXIT_FAILURE;
+    }
     if (wanted("copy"))
         fnMeasure("copy", [&](Watch&) { const CqImage copy(image); });
     if (wanted("turn"))
