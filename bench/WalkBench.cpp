@@ -1,13 +1,14 @@
 // Pictures larger than memory: 30,000 x 30,000 pixels of 24 bits in a scratch file on the disk of
-// TMPDIR, else of /var/tmp, are painted, copied, turned by 90 degrees and reduced to a third. Each
-// job runs once. To see what it is about, run it where memory is short, as root:
+// TMPDIR, else of /var/tmp, are painted, copied, turned by 90 degrees and reduced to a third, or by
+// another divisor. Each job runs once. To see what it is about, run it where memory is short, as
+// root:
 //
 //     scripts/with-memory 512M build/release/bench/WalkBench
 //
-// WalkBench [side [job]]; the job is paint, file (the scratch file is copied in plain pieces),
-// copy, turn, reduce or, if left out, all of them. Painting comes before each. Told are the time,
-// the most memory beside the pixels that was seen in the job, and the pages that the job waited
-// for.
+// WalkBench [side [job [divisor]]]; the job is paint, file (the scratch file is copied in plain
+// pieces), copy, turn, reduce or, if left out, all of them. Painting comes before each. Told are
+// the time, the most memory beside the pixels that was seen in the job, and the pages that the job
+// waited for.
 
 #include "platforms/posix/posix.h"
 #include "q32Base/image/CqImageTile.h"
@@ -110,10 +111,12 @@ void fnMeasure(const char* what, Job job) {
     std::fflush(stdout);
 }
 
-int fnRun(unsigned int side, const std::string& job) {
+/// @param divisor  of the reduction
+int fnRun(unsigned int side, const std::string& job, unsigned int divisor) {
     static constexpr const char* kJobs[] = {"paint", "file", "copy", "turn", "reduce", "all"};
-    if (side == 0 || std::find(std::begin(kJobs), std::end(kJobs), job) == std::end(kJobs)) {
-        std::fputs("WalkBench [side [paint|file|copy|turn|reduce|all]]\n", stderr);
+    if (divisor == 0 || side / divisor == 0 ||
+        std::find(std::begin(kJobs), std::end(kJobs), job) == std::end(kJobs)) {
+        std::fputs("WalkBench [side [paint|file|copy|turn|reduce|all [divisor]]]\n", stderr);
         return EXIT_FAILURE;
     }
     const auto wanted = [&](const char* name) { return job == name || job == "all"; };
@@ -136,9 +139,11 @@ int fnRun(unsigned int side, const std::string& job) {
                   [&](Watch& watch) { image.fnRotate(90.0, CqColor(), nullptr, false, &watch); });
     if (!wanted("reduce"))
         return EXIT_SUCCESS;
-    fnMeasure("reduce to a third",
-              [&](Watch& watch) { image.fnResample(side / 3, side / 3, true, &watch); });
-    return image.Width == side / 3 ? EXIT_SUCCESS : EXIT_FAILURE;
+    const unsigned int reduced = side / divisor;
+    const std::string what = "reduce by " + std::to_string(divisor);
+    fnMeasure(what.c_str(),
+              [&](Watch& watch) { image.fnResample(reduced, reduced, true, &watch); });
+    return image.Width == reduced ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 } // namespace
@@ -149,7 +154,8 @@ int main(int argc, char** argv) {
     int result = EXIT_FAILURE;
     try {
         result = fnRun(argc > 1 ? static_cast<unsigned int>(std::atoi(argv[1])) : 30000,
-                       argc > 2 ? argv[2] : "all");
+                       argc > 2 ? argv[2] : "all",
+                       argc > 3 ? static_cast<unsigned int>(std::atoi(argv[3])) : 3);
     } catch (CMemoryException* error) {
         std::fputs("no room for the pictures\n", stderr);
         error->Delete();

@@ -29,16 +29,14 @@ public:
     PageWalk(const PageWalk&) = delete;
     PageWalk& operator=(const PageWalk&) = delete;
 
-    /// The walk now goes to the pixels from `first` to `last` in its order, and to no cell before
-    /// that of `first` any more, but for the very last one. It may go back a little, as filters do
-    /// at an edge; nothing is told again then.
+    /// The walk now goes to cells from that of `first` to that of `last`, and then to none before
+    /// `first` any more, but for the one just before it, since filters look back at edges. A call
+    /// that goes back all the same tells nothing anew.
     void fnReach(std::uint32_t firstX, std::uint32_t firstY, std::uint32_t lastX,
                  std::uint32_t lastY) {
         if (m_nCells != 0)
             fnGoOn(fnCell(firstX, firstY), fnCell(lastX, lastY));
     }
-
-    std::uint32_t fnCellWidth() const { return m_nCellWidth; }
 
 private:
     std::uint32_t fnCell(std::uint32_t x, std::uint32_t y) const;

@@ -15,8 +15,9 @@
 namespace q32 {
 namespace {
 
-/// Sums up blocks of columns. A block's source rows are turned to floats once, in a ring that holds
-/// what one target row needs, unless its sums are wide ones.
+/// Sums up blocks of columns, in bands of target rows, so that source and target are gone through
+/// tile by tile as they lie in memory. A block's source rows are turned to floats once in a band,
+/// in a ring that holds what one target row needs, unless its sums are wide ones.
 class ColumnFilter {
 public:
     ColumnFilter(const PixelArea& source, const PixelArea& target, double scale)
@@ -203,6 +204,7 @@ bool fnFilterHeight(const PixelArea& source, const PixelArea& target, double sca
         bottom = std::min(filter.fnBandRows(), target.fnHeight() - y) + y;
         if (target.fnBytesPerPixel() != 0)
             filter.fnFilter(y, bottom);
+        // As many as the share of the work that is done.
         const auto columns = static_cast<std::uint32_t>(std::uint64_t{target.fnWidth()} * bottom /
                                                         target.fnHeight());
         if (progress.fnAborts(reported, columns))

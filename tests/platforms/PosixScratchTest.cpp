@@ -6,6 +6,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
@@ -112,6 +113,21 @@ TEST(PosixScratch, ABufferGoesThroughItsStepsAndLeavesNothing) {
         EXPECT_EQ(folder.fnCount(), 1u);
     }
     EXPECT_EQ(folder.fnCount(), 0u);
+}
+
+TEST(PosixScratch, PagesThatMemoryCanHoldStayWhenAWalkIsDoneWithThem) {
+    const Folder folder;
+    const auto scratch = fnNewService();
+    constexpr std::uint32_t kPages = 300;
+    Buffer buffer(*scratch, folder.fnName(), kPages * 4096);
+    ASSERT_NE(buffer.m_pView, nullptr);
+    std::memset(buffer.m_pView, 'x', buffer.m_nSize);
+    for (int i = 0; i < 100; ++i)
+        scratch->fnAdvise(VIEW_DONE, buffer.m_pView, buffer.m_nSize);
+    scratch->fnAdvise(VIEW_DONE, buffer.m_pView - 1, 1); // nobody's
+    std::vector<unsigned char> pages(kPages);
+    ASSERT_EQ(::mincore(buffer.m_pView, buffer.m_nSize, pages.data()), 0);
+    EXPECT_TRUE(std::all_of(pages.begin(), pages.end(), [](unsigned char p) { return p & 1; }));
 }
 
 TEST(PosixScratch, WhatIsWrittenIntoTheViewStandsInTheFile) {
