@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdlib>
 #include <limits>
 #include <new>
+#include <numeric>
 
 namespace q32 {
 namespace {
@@ -32,18 +34,32 @@ std::int32_t fnReflect(std::int64_t j, std::uint32_t srcCount) {
     return static_cast<std::int32_t>(at < n ? at : period - at);
 }
 
+/// Lists of more weight aren't summed up fast: so their sums of bytes are below 512 in size.
+constexpr double kMostWeight = 1.9;
+
+double fnWeightSize(const ContribList& list) {
+    return std::accumulate(
+        list.entries, list.entries + list.count, 0.0,
+        [](double size, const ContribEntry& entry) { return size + std::fabs(entry.weight); });
+}
+
+/// How many parts of a denominator a weight is; there may be a rest.
+int fnWholeParts(double weight, double denominator) {
+    const double parts = weight * denominator;
+    return static_cast<int>(parts + std::copysign(0.5, parts));
+}
+
 /// The denominator that all weights share, among those of the usual factors, or 0. Then a sum of
 /// bytes is as good as a whole multiple of its reciprocal: the weights are off by so little that
 /// kFilterDust makes up for it.
 double fnDenominator(const ContribList& list) {
-    // Enlarging b times gives 18 b^3; reducing to a half 288, and to a third 486.
-    for (const double denominator : {18.0, 144.0, 288.0, 486.0, 1152.0, 2250.0}) {
+    // Enlarging b times gives 18 b^3. Reducing to a half gives 288, and to a third 1458.
+    for (const double denominator : {18.0, 144.0, 288.0, 486.0, 1152.0, 1458.0, 2250.0}) {
         double off = 0.0;
         // Nearly all are given up at their first weight.
         for (std::int32_t i = 0; i < list.count && 255.0 * off < kFilterDust / 4.0; ++i) {
-            const double parts = list.entries[i].weight * denominator;
-            const int whole = static_cast<int>(parts + std::copysign(0.5, parts));
-            off += std::fabs(parts - whole) / denominator;
+            const double weight = list.entries[i].weight;
+            off += std::fabs(weight - fnWholeParts(weight, denominator) / denominator);
         }
         if (255.0 * off < kFilterDust / 4.0)
             return denominator;
@@ -51,7 +67,76 @@ double fnDenominator(const ContribList& list) {
     return 0.0;
 }
 
+/// Cuts a weight into a high and a low part, the low one being as small as can be.
+struct CutWeight {
+    int high;
+    int low;
+    CutWeight(int parts, int radix)
+        : high(static_cast<int>(std::floor((parts + radix / 2) / static_cast<double>(radix)))),
+          low(parts - high * radix) {}
+};
+
+/// The radix at which neither part of any sum of bytes passes 16 bits, or 0.
+int fnRadix(const ContribList& list, double denominator) {
+    constexpr int kMost = 127; // times 255 is below 2^15
+    for (int radix = 4; radix <= 64; radix *= 2) {
+        int high = 0;
+        int low = 0;
+        for (std::int32_t i = 0; i < list.count && high <= kMost && low <= kMost; ++i) {
+            const CutWeight cut(fnWholeParts(list.entries[i].weight, denominator), radix);
+            high += std::abs(cut.high);
+            low += std::abs(cut.low);
+        }
+        if (high <= kMost && low <= kMost)
+            return radix;
+    }
+    return 0;
+}
+
 } // namespace
+
+// Why the whole sum M / D is as good as that of doubles, where D is the denominator and M the sum
+// of bytes times whole parts. Both parts of each weight fit into a byte, and each part's sum, and
+// that of any two products, into 16 bits: M itself is exact, and below 2^24 in size.
+//
+// The sum of doubles is off M / D by less than kFilterDust / 4 for the weights and by n 2^-43 for
+// the roundings of its n entries: less than kFilterDust / 2 in all. With kFilterDust added it lies
+// above M / D, and by less than 1 / D above it: cut down, both are the same whole number, M / D
+// being a multiple of 1 / D. Below 0 either is stored as 0.
+//
+// (M + 1/2) / D, too, is cut to that number, and lies 1 / (2 D) or more from any whole one. It is
+// formed in single precision, rounded thrice: that is off by less than 257 x 3 x 2^-24 < 1 / (2 D)
+// where it counts, beyond 256 being 255 all the same.
+bool fnSetWholeParts(ContribList& list) {
+    constexpr int kMostEntries = 128;
+    if (list.count > kMostEntries || !(fnWeightSize(list) < kMostWeight))
+        return false;
+    const double denominator = fnDenominator(list);
+    const int radix = denominator == 0.0 ? 0 : fnRadix(list, denominator);
+    if (radix == 0)
+        return false;
+    const auto partsOf = [&](std::int32_t k) {
+        return k < list.count ? fnWholeParts(list.entries[k].weight, denominator) : 0;
+    };
+    std::int32_t begin = 0;
+    while (begin + 1 < list.count && partsOf(begin) == 0)
+        ++begin;
+    std::int32_t end = list.count;
+    while (end > begin + 1 && partsOf(end - 1) == 0)
+        --end;
+    list.whole.part = static_cast<float>(1.0 / denominator);
+    list.whole.radix = static_cast<std::uint8_t>(radix);
+    list.whole.begin = static_cast<std::uint8_t>(begin);
+    list.whole.pairs = static_cast<std::uint8_t>((end - begin + 1) / 2);
+    for (std::int32_t k = begin; k < end; k += 2) {
+        const CutWeight one(partsOf(k), radix);
+        const CutWeight other(partsOf(k + 1), radix);
+        const int parts[] = {one.low, other.low, one.high, other.high};
+        std::transform(parts, parts + 4, list.entries[k].parts,
+                       [](int part) { return static_cast<std::int8_t>(part); });
+    }
+    return true;
+}
 
 // How far the fast sum can be off. With u = 2^-24, weights of size W in all and n entries: a
 // rounded weight is off by u of its size, so all of them by 255 W u. Each of the n steps, and the
@@ -61,21 +146,18 @@ double fnDenominator(const ContribList& list) {
 void fnSetRoughWeights(ContribList& list) {
     constexpr int kMostEntries = 500;
     static_assert(kMostEntries < kWideSum);
-    constexpr double kMostWeight = 1.9;
-    double size = 0.0;
-    double sum = 0.0;
-    for (std::int32_t i = 0; i < list.count; ++i) {
-        ContribEntry& entry = list.entries[i];
-        size += std::fabs(entry.weight);
-        sum += entry.weight;
-    }
+    const double size = fnWeightSize(list);
     list.bias = 0.0F;
     list.doubt = -1.0F;
     list.flat = false;
     if (list.count > kMostEntries || !(size < kMostWeight))
         return;
-    for (std::int32_t i = 0; i < list.count; ++i)
-        list.entries[i].rough = static_cast<float>(list.entries[i].weight);
+    double sum = 0.0;
+    for (std::int32_t i = 0; i < list.count; ++i) {
+        ContribEntry& entry = list.entries[i];
+        entry.rough = static_cast<float>(entry.weight);
+        sum += entry.weight;
+    }
     const double band = std::ldexp((list.count + 4) * (255.0 * size + 1.0), -24);
     const double denominator = fnDenominator(list);
     if (denominator != 0.0 && band * denominator < 0.49) {
@@ -114,6 +196,9 @@ ContribTable::ContribTable(double scale, std::uint32_t dstCount, std::uint32_t s
         m_pLists[i].entries = entries;
         fnFillList(m_pLists[i], i, scale, srcCount);
     }
+    m_bWhole = std::all_of(m_pLists, m_pLists + dstCount, fnSetWholeParts);
+    if (!m_bWhole)
+        std::for_each(m_pLists, m_pLists + dstCount, fnSetRoughWeights);
 }
 
 void ContribTable::fnFillList(ContribList& list, std::uint32_t i, double scale,
@@ -139,7 +224,6 @@ void ContribTable::fnFillList(ContribList& list, std::uint32_t i, double scale,
         for (std::int32_t k = 0; k < list.count; ++k)
             list.entries[k].weight *= factor;
     }
-    fnSetRoughWeights(list);
 }
 
 } // namespace q32

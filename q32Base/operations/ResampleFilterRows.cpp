@@ -17,13 +17,14 @@ namespace {
 /// sums go without that.
 class RowFilter {
 public:
-    RowFilter(const PixelArea& source, const PixelArea& target, double scale)
+    RowFilter(const PixelArea& source, const PixelArea& target, const ContribTable& table)
         : m_Source(source), m_Target(target),
-          m_nChannels(fnFilterChannels(source.fnBytesPerPixel())),
-          m_Table(scale, target.fnWidth(), source.fnWidth()) {
+          m_nChannels(fnFilterChannels(source.fnBytesPerPixel())), m_Table(table) {
         const std::size_t pixels = fnPlanSteps();
         const std::size_t pixelBytes = std::size_t{m_nChannels} * kFilterLanes;
-        m_pLanes.reset(fnNewArray<float>(pixels * pixelBytes));
+        m_pLanes.reset(fnNewArray<unsigned char>(pixels * pixelBytes));
+        if (!table.fnIsWhole())
+            m_pSamples.reset(fnNewArray<float>(pixels * pixelBytes));
         m_pSums.reset(fnNewArray<unsigned char>(kMostColumns * pixelBytes));
         m_pSpare.reset(fnNewArray<unsigned char>(kMostColumns * std::size_t{m_nChannels}));
         if (source.fnBytesPerPixel() == 2)
@@ -94,10 +95,17 @@ private:
 
     void fnSum(const Step& step, std::uint32_t x, std::uint32_t y, std::uint32_t rows) const {
         fnFetch(step, y, rows);
+        const CqKernels& kernels = fnKernels();
+        if (m_pSamples)
+            kernels.fnBytesToFloats(m_pLanes.get(), m_pSamples.get(),
+                                    std::size_t{step.fnPixels()} * m_nChannels * kFilterLanes);
+        const auto first = static_cast<std::int32_t>(step.first);
         unsigned char* sums = m_pSums.get();
         for (; x < step.end; ++x, sums += m_nChannels * kFilterLanes)
-            fnKernels().fnWeighLanes(m_pLanes.get(), static_cast<std::int32_t>(step.first),
-                                     m_Table[x], sums, m_nChannels);
+            if (m_pSamples)
+                kernels.fnWeighLanes(m_pSamples.get(), first, m_Table[x], sums, m_nChannels);
+            else
+                kernels.fnWeighWholeLanes(m_pLanes.get(), first, m_Table[x], sums, m_nChannels);
     }
 
     /// The only column of a step, row by row.
@@ -137,7 +145,7 @@ private:
                 }
                 from[r] = row;
             }
-            fnKernels().fnBytesToLanes(
+            fnKernels().fnRowsToLanes(
                 from, m_pLanes.get() + std::size_t{x - step.first} * m_nChannels * kFilterLanes,
                 bytes);
         }
@@ -153,7 +161,7 @@ private:
                 to[r] = r >= rows     ? m_pSpare.get()
                         : m_pUnpacked ? m_pUnpacked.get() + r * bytes
                                       : m_Target.fnAt(x, y + r);
-            fnKernels().fnLanesToBytes(sums, to, bytes);
+            fnKernels().fnLanesToRows(sums, to, bytes);
             if (m_pUnpacked)
                 for (std::uint32_t r = 0; r < rows; ++r)
                     fnPack16(to[r], m_Target.fnAt(x, y + r), count);
@@ -165,9 +173,10 @@ private:
     const PixelArea& m_Source;
     const PixelArea& m_Target;
     std::uint32_t m_nChannels;
-    ContribTable m_Table;
+    const ContribTable& m_Table;
     std::unique_ptr<Step[]> m_pSteps;
-    std::unique_ptr<float[]> m_pLanes;         ///< source pixels of a step, if not wide
+    std::unique_ptr<unsigned char[]> m_pLanes; ///< source pixels of a step, if not wide
+    std::unique_ptr<float[]> m_pSamples;       ///< the same as floats; null if the table is whole
     std::unique_ptr<unsigned char[]> m_pSums;  ///< target pixels of a step
     std::unique_ptr<unsigned char[]> m_pSpare; ///< where lanes without a row are stored
     std::unique_ptr<unsigned char[]> m_pUnpacked;
@@ -177,7 +186,8 @@ private:
 
 bool fnFilterWidth(const PixelArea& source, const PixelArea& target, double scale,
                    const ProgressRun& progress) {
-    const RowFilter filter(source, target, scale);
+    const ContribTable table(scale, target.fnWidth(), source.fnWidth());
+    const RowFilter filter(source, target, table);
     std::uint32_t rows;
     for (std::uint32_t y = 0; y < target.fnHeight(); y += rows) {
         rows = std::min<std::uint32_t>(kFilterLanes, target.fnHeight() - y);

@@ -263,11 +263,11 @@ TEST_P(KernelsFilter, RowsBecomeLanesAndBack) {
             from[r] = sources[r].fnData();
             to[r] = targets[r].fnData();
         }
-        std::vector<float> floats(wanted.size());
-        m_Kernels.fnBytesToLanes(from, floats.data(), count);
-        ASSERT_EQ(floats, std::vector<float>(wanted.begin(), wanted.end())) << count;
+        CqTargetBytes turned(wanted.size(), misalignment);
+        m_Kernels.fnRowsToLanes(from, turned.fnData(), count);
+        ASSERT_TRUE(turned.fnHolds(wanted)) << count;
         const CqSourceBytes lanes(wanted, misalignment);
-        m_Kernels.fnLanesToBytes(lanes.fnData(), to, count);
+        m_Kernels.fnLanesToRows(lanes.fnData(), to, count);
         std::vector<float> samples(count);
         m_Kernels.fnBytesToFloats(sources[0].fnData(), samples.data(), count);
         ASSERT_EQ(samples, std::vector<float>(contents[0].begin(), contents[0].end())) << count;

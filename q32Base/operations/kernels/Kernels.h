@@ -96,7 +96,8 @@ struct ContribList;
 /// How many rows stand side by side in the lanes of the filter's kernels.
 inline constexpr std::size_t kFilterLanes = 32;
 
-// The filter's samples are bytes, held as floats: each is turned once and summed up many times.
+// The filter's samples are bytes. Unless its table is whole they are held as floats: each is turned
+// once and summed up many times.
 
 /// The filter's weighted sum of rows: target byte i is the sum of sample i of `rows[k]` times the
 /// weight of the list's entry k, in double and in the order of the entries, from 0 on. It is
@@ -108,6 +109,13 @@ using CqWeighRows = void (*)(const float* const* rows, const ContribList& list,
 /// of pixel p from base + (p - first) * count * kFilterLanes on.
 using CqWeighLanes = void (*)(const float* base, std::int32_t first, const ContribList& list,
                               std::uint8_t* target, std::size_t count);
+
+/// Both again, from the bytes themselves, for the lists of a whole table.
+using CqWeighWholeRows = void (*)(const std::uint8_t* const* rows, const ContribList& list,
+                                  std::uint8_t* target, std::size_t count);
+using CqWeighWholeLanes = void (*)(const std::uint8_t* base, std::int32_t first,
+                                   const ContribList& list, std::uint8_t* target,
+                                   std::size_t count);
 
 /// Rows become columns: target pixel j of row i is source pixel i of row j, for `width` source
 /// columns and `height` source rows. Strides are in bytes and may be negative.
@@ -233,11 +241,14 @@ struct CqKernels {
     // The cubic filter. Rows and lanes: byte i of row r lies at i * kFilterLanes + r.
     CqWeighRows fnWeighRows;
     CqWeighLanes fnWeighLanes;
+    CqWeighWholeRows fnWeighWholeRows;
+    CqWeighWholeLanes fnWeighWholeLanes;
     void (*fnBytesToFloats)(const std::uint8_t* source, float* target, std::size_t count);
-    /// `count` bytes of each of kFilterLanes rows to lanes of floats. Rows may be given twice.
-    void (*fnBytesToLanes)(const std::uint8_t* const* rows, float* target, std::size_t count);
-    /// Lanes of bytes to rows.
-    void (*fnLanesToBytes)(const std::uint8_t* source, std::uint8_t* const* rows,
+    /// `count` bytes of each of kFilterLanes rows to lanes. Rows may be given twice.
+    void (*fnRowsToLanes)(const std::uint8_t* const* rows, std::uint8_t* target,
+                          std::size_t count);
+    /// Lanes to rows.
+    void (*fnLanesToRows)(const std::uint8_t* source, std::uint8_t* const* rows,
                            std::size_t count);
 
     // Rotation.

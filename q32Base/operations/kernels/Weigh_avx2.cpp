@@ -227,9 +227,9 @@ inline void fnTranspose(__m256i (&rows)[16]) {
     }
 }
 
-void fnBytesToLanes(const std::uint8_t* const* rows, float* target, std::size_t count) {
+void fnRowsToLanes(const std::uint8_t* const* rows, std::uint8_t* target, std::size_t count) {
     if (count < 16) {
-        scalar::fnBytesToLanes(rows, target, count);
+        scalar::fnRowsToLanes(rows, target, count);
         return;
     }
     for (std::size_t i = 0; i < count; i += 16) {
@@ -241,18 +241,14 @@ void fnBytesToLanes(const std::uint8_t* const* rows, float* target, std::size_t 
             block[r] = fnLoadPair(rows[r] + i, rows[r + 16] + i);
         fnTranspose(block);
 #pragma GCC unroll 16
-        for (std::size_t b = 0; b < 16; ++b) {
-            alignas(32) std::uint8_t bytes[kFilterLanes];
-            fnStore(bytes, block[b]);
-            for (std::size_t r = 0; r < kFilterLanes; r += 8)
-                fnStoreFloats(target + (i + b) * kFilterLanes + r, bytes + r);
-        }
+        for (std::size_t b = 0; b < 16; ++b)
+            fnStore(target + (i + b) * kFilterLanes, block[b]);
     }
 }
 
-void fnLanesToBytes(const std::uint8_t* source, std::uint8_t* const* rows, std::size_t count) {
+void fnLanesToRows(const std::uint8_t* source, std::uint8_t* const* rows, std::size_t count) {
     if (count < 16) {
-        scalar::fnLanesToBytes(source, rows, count);
+        scalar::fnLanesToRows(source, rows, count);
         return;
     }
     for (std::size_t i = 0; i < count; i += 16) {
@@ -276,8 +272,8 @@ void fnUseAvx2Weigh(CqKernels& table) {
     table.fnWeighRows = avx2::fnWeighRows;
     table.fnWeighLanes = avx2::fnWeighLanes;
     table.fnBytesToFloats = avx2::fnBytesToFloats;
-    table.fnBytesToLanes = avx2::fnBytesToLanes;
-    table.fnLanesToBytes = avx2::fnLanesToBytes;
+    table.fnRowsToLanes = avx2::fnRowsToLanes;
+    table.fnLanesToRows = avx2::fnLanesToRows;
 }
 
 } // namespace q32

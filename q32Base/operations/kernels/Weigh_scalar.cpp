@@ -39,13 +39,13 @@ void fnBytesToFloats(const std::uint8_t* source, float* target, std::size_t coun
         target[i] = source[i];
 }
 
-void fnBytesToLanes(const std::uint8_t* const* rows, float* target, std::size_t count) {
+void fnRowsToLanes(const std::uint8_t* const* rows, std::uint8_t* target, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i)
         for (std::size_t row = 0; row < kFilterLanes; ++row)
             target[i * kFilterLanes + row] = rows[row][i];
 }
 
-void fnLanesToBytes(const std::uint8_t* source, std::uint8_t* const* rows, std::size_t count) {
+void fnLanesToRows(const std::uint8_t* source, std::uint8_t* const* rows, std::size_t count) {
     for (std::size_t row = 0; row < kFilterLanes; ++row)
         for (std::size_t i = 0; i < count; ++i)
             rows[row][i] = source[i * kFilterLanes + row];
@@ -57,8 +57,8 @@ void fnUseScalarWeigh(CqKernels& table) {
     table.fnWeighRows = scalar::fnWeighRows;
     table.fnWeighLanes = scalar::fnWeighLanes;
     table.fnBytesToFloats = scalar::fnBytesToFloats;
-    table.fnBytesToLanes = scalar::fnBytesToLanes;
-    table.fnLanesToBytes = scalar::fnLanesToBytes;
+    table.fnRowsToLanes = scalar::fnRowsToLanes;
+    table.fnLanesToRows = scalar::fnLanesToRows;
 }
 
 } // namespace q32
