@@ -108,8 +108,7 @@ int fnRadix(const ContribList& list, double denominator) {
 // formed in single precision, rounded thrice: that is off by less than 257 x 3 x 2^-24 < 1 / (2 D)
 // where it counts, beyond 256 being 255 all the same.
 bool fnSetWholeParts(ContribList& list) {
-    constexpr int kMostEntries = 128;
-    if (list.count > kMostEntries || !(fnWeightSize(list) < kMostWeight))
+    if (list.count > kMostWholeEntries || !(fnWeightSize(list) < kMostWeight))
         return false;
     const double denominator = fnDenominator(list);
     const int radix = denominator == 0.0 ? 0 : fnRadix(list, denominator);

@@ -96,9 +96,35 @@ private:
 
     void fnSum(const ContribList& list, std::uint32_t x, std::uint32_t end,
                unsigned char* sums) const {
-        for (std::int32_t k = 0; k < list.count; ++k)
-            m_pRows[static_cast<std::size_t>(k)] = fnRow(list.entries[k].pixel, x, end);
+        if (!fnFindRows(list, x, end))
+            for (std::int32_t k = 0; k < list.count; ++k)
+                m_pRows[static_cast<std::size_t>(k)] = fnRow(list.entries[k].pixel, x, end);
         fnWeighRows(m_pRows.get(), list, sums, std::size_t{end - x} * m_nChannels);
+    }
+
+    /// Points at the source rows where they are. False: they have to be fetched.
+    bool fnFindRows(const ContribList& list, std::uint32_t x, std::uint32_t end) const {
+        if constexpr (std::is_same_v<Sample, std::uint8_t>) {
+            if (m_pUnpacked || m_Source.fnRunEnd(x) < end)
+                return false;
+            const std::ptrdiff_t stride = m_Source.fnStride(x);
+            const std::uint8_t* at = nullptr;
+            std::uint32_t next = 0;
+            std::uint32_t tileEnd = 0;
+            for (std::int32_t k = 0; k < list.count; ++k) {
+                const auto y = static_cast<std::uint32_t>(list.entries[k].pixel);
+                if (y == next && y < tileEnd) {
+                    at += stride;
+                } else {
+                    at = m_Source.fnAt(x, y);
+                    tileEnd = m_Source.fnRowsEnd(y);
+                }
+                next = y + 1;
+                m_pRows[static_cast<std::size_t>(k)] = at;
+            }
+            return true;
+        }
+        return false;
     }
 
     /// Takes up one source row after the other.
@@ -118,9 +144,6 @@ private:
     /// The samples of a source row, until another one needs its place. Rows that one target row
     /// needs lie less than the capacity apart, so that none of them does, but for wide sums.
     const Sample* fnRow(std::int32_t y, std::uint32_t x, std::uint32_t end) const {
-        if constexpr (std::is_same_v<Sample, std::uint8_t>)
-            if (!m_pUnpacked && m_Source.fnRunEnd(x) >= end)
-                return m_Source.fnAt(x, static_cast<std::uint32_t>(y));
         const std::uint32_t place = static_cast<std::uint32_t>(y) & (m_nRing - 1);
         Sample* row = m_pRing.get() + std::size_t{place} * m_nBlock * m_nChannels;
         if (m_pPresent[place] == y)

@@ -46,7 +46,7 @@ public:
 
 private:
     static constexpr std::uint32_t kMostColumns = 256; ///< of a step
-    static constexpr std::uint32_t kMostPixels = 256;  ///< unless one column needs more
+    static constexpr std::uint32_t kMostPixels = 96;  ///< unless one column needs more
 
     /// Target columns up to `end`, and the source pixels that they need.
     struct Step {

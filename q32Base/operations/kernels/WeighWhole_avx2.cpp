@@ -9,20 +9,32 @@ namespace q32 {
 namespace avx2 {
 namespace {
 
-/// Where the samples of entry k stand: in a row of its own.
-struct RowsByAddress {
-    const std::uint8_t* const* rows;
-    const std::uint8_t* operator()(std::int32_t k) const { return rows[k]; }
+/// Two entries of a list: where their samples stand, and their parts side by side.
+struct Pair {
+    __m256i low;
+    __m256i high;
+    const std::uint8_t* one;
+    const std::uint8_t* other;
 };
 
-/// In lanes, by pixel.
-struct RowsByPixel {
-    const std::uint8_t* base;
-    const ContribEntry* entries;
-    std::int32_t first;
-    std::size_t stride;
-    const std::uint8_t* operator()(std::int32_t k) const {
-        return base + static_cast<std::size_t>(entries[k].pixel - first) * stride;
+/// A list's entries in pairs, ready for all samples. `addressOf` tells where entry k's samples
+/// begin.
+struct Pairs {
+    std::size_t count;
+    Pair at[kMostWholeEntries / 2];
+
+    template <class Address>
+    Pairs(const ContribList& list, Address addressOf) : count(list.whole.pairs) {
+        std::int32_t k = list.whole.begin;
+        for (std::size_t i = 0; i < count; ++i, k += 2) {
+            std::int16_t low;
+            std::int16_t high;
+            __builtin_memcpy(&low, list.entries[k].parts, sizeof low);
+            __builtin_memcpy(&high, list.entries[k].parts + 2, sizeof high);
+            // A last one without a partner has a weight of 0 beside it.
+            at[i] = {_mm256_set1_epi16(low), _mm256_set1_epi16(high), addressOf(k),
+                     addressOf(k + 1 < list.count ? k + 1 : k)};
+        }
     }
 };
 
@@ -30,15 +42,18 @@ struct RowsByPixel {
 struct Sums {
     __m256i high[2] = {_mm256_setzero_si256(), _mm256_setzero_si256()};
     __m256i low[2] = {_mm256_setzero_si256(), _mm256_setzero_si256()};
-    inline void fnAdd(const std::uint8_t* one, const std::uint8_t* other, __m256i highParts,
-                      __m256i lowParts) {
-        const __m256i a = fnLoad(one);
-        const __m256i b = fnLoad(other);
-        const __m256i pairs[2] = {_mm256_unpacklo_epi8(a, b), _mm256_unpackhi_epi8(a, b)};
+
+    Sums(const Pairs& pairs, std::size_t at) {
+        for (std::size_t k = 0; k < pairs.count; ++k) {
+            const Pair& pair = pairs.at[k];
+            const __m256i a = fnLoad(pair.one + at);
+            const __m256i b = fnLoad(pair.other + at);
+            const __m256i samples[2] = {_mm256_unpacklo_epi8(a, b), _mm256_unpackhi_epi8(a, b)};
 #pragma GCC unroll 2
-        for (int i = 0; i < 2; ++i) {
-            high[i] = _mm256_add_epi16(high[i], _mm256_maddubs_epi16(pairs[i], highParts));
-            low[i] = _mm256_add_epi16(low[i], _mm256_maddubs_epi16(pairs[i], lowParts));
+            for (int i = 0; i < 2; ++i) {
+                high[i] = _mm256_add_epi16(high[i], _mm256_maddubs_epi16(samples[i], pair.high));
+                low[i] = _mm256_add_epi16(low[i], _mm256_maddubs_epi16(samples[i], pair.low));
+            }
         }
     }
 };
@@ -66,57 +81,32 @@ struct Divider {
     }
 };
 
-/// kBlocks times 32 samples.
-template <int kBlocks, class Rows>
-inline void fnWeigh(const Rows& rows, const ContribList& list, const Divider& divide,
-                    std::size_t at, std::uint8_t* target) {
-    Sums sums[kBlocks];
-    const std::int32_t end = list.whole.begin + 2 * list.whole.pairs;
-    for (std::int32_t k = list.whole.begin; k < end; k += 2) {
-        std::int16_t parts[2];
-        __builtin_memcpy(parts, list.entries[k].parts, sizeof parts);
-        const __m256i low = _mm256_set1_epi16(parts[0]);
-        const __m256i high = _mm256_set1_epi16(parts[1]);
-        const std::uint8_t* one = rows(k) + at;
-        // A last one without a partner has a weight of 0 beside it.
-        const std::uint8_t* other = rows(k + 1 < list.count ? k + 1 : k) + at;
-#pragma GCC unroll 2
-        for (int i = 0; i < kBlocks; ++i)
-            sums[i].fnAdd(one + 32 * i, other + 32 * i, high, low);
-    }
-#pragma GCC unroll 2
-    for (int i = 0; i < kBlocks; ++i)
-        fnStore(target + at + 32 * i, divide(sums[i]));
-}
-
 /// `count` is 32 or more.
-template <class Rows>
-inline void fnWeighAll(const Rows& rows, const ContribList& list, std::uint8_t* target,
-                       std::size_t count) {
+void fnWeigh(const Pairs& pairs, const ContribList& list, std::uint8_t* target, std::size_t count) {
     const Divider divide(list);
-    std::size_t i = 0;
-    for (; i + 64 <= count; i += 64)
-        fnWeigh<2>(rows, list, divide, i, target);
-    for (; i < count; i += 32) {
+    for (std::size_t i = 0; i < count; i += 32) {
         if (i + 32 > count)
             i = count - 32;
-        fnWeigh<1>(rows, list, divide, i, target);
+        fnStore(target + i, divide(Sums(pairs, i)));
     }
 }
 
 void fnWeighWholeRows(const std::uint8_t* const* rows, const ContribList& list,
                       std::uint8_t* target, std::size_t count) {
-    if (count < 32)
+    if (count < 32) {
         scalar::fnWeighWholeRows(rows, list, target, count);
-    else
-        fnWeighAll(RowsByAddress{rows}, list, target, count);
+        return;
+    }
+    fnWeigh(Pairs(list, [rows](std::int32_t k) { return rows[k]; }), list, target, count);
 }
 
 void fnWeighWholeLanes(const std::uint8_t* base, std::int32_t first, const ContribList& list,
                        std::uint8_t* target, std::size_t count) {
     const std::size_t lanes = count * kFilterLanes;
-    if (count != 0)
-        fnWeighAll(RowsByPixel{base, list.entries, first, lanes}, list, target, lanes);
+    const auto addressOf = [&](std::int32_t k) {
+        return base + static_cast<std::size_t>(list.entries[k].pixel - first) * lanes;
+    };
+    fnWeigh(Pairs(list, addressOf), list, target, lanes);
 }
 
 } // namespace
