@@ -23,8 +23,10 @@ public:
         const std::size_t pixels = fnPlanSteps();
         const std::size_t pixelBytes = std::size_t{m_nChannels} * kFilterLanes;
         m_pLanes.reset(fnNewArray<unsigned char>(pixels * pixelBytes));
-        if (!table.fnIsWhole())
+        if (!table.fnIsWhole()) {
             m_pSamples.reset(fnNewArray<float>(pixels * pixelBytes));
+            m_pRuns.reset(fnNewArray<unsigned char>(pixels * pixelBytes));
+        }
         m_pSums.reset(fnNewArray<unsigned char>(kMostColumns * pixelBytes));
         m_pSpare.reset(fnNewArray<unsigned char>(kMostColumns * std::size_t{m_nChannels}));
         if (source.fnBytesPerPixel() == 2)
@@ -46,7 +48,7 @@ public:
 
 private:
     static constexpr std::uint32_t kMostColumns = 256; ///< of a step
-    static constexpr std::uint32_t kMostPixels = 96;  ///< unless one column needs more
+    static constexpr std::uint32_t kMostPixels = 96;   ///< unless one column needs more
 
     /// Target columns up to `end`, and the source pixels that they need.
     struct Step {
@@ -97,13 +99,14 @@ private:
         fnFetch(step, y, rows);
         const CqKernels& kernels = fnKernels();
         if (m_pSamples)
-            kernels.fnBytesToFloats(m_pLanes.get(), m_pSamples.get(),
-                                    std::size_t{step.fnPixels()} * m_nChannels * kFilterLanes);
+            kernels.fnReadLanes(m_pLanes.get(), m_pSamples.get(), m_pRuns.get(), step.fnPixels(),
+                                m_nChannels);
         const auto first = static_cast<std::int32_t>(step.first);
+        const CqFloatLanes lanes = {m_pSamples.get(), m_pLanes.get(), m_pRuns.get(), first};
         unsigned char* sums = m_pSums.get();
         for (; x < step.end; ++x, sums += m_nChannels * kFilterLanes)
             if (m_pSamples)
-                kernels.fnWeighLanes(m_pSamples.get(), first, m_Table[x], sums, m_nChannels);
+                kernels.fnWeighLanes(lanes, m_Table[x], sums, m_nChannels);
             else
                 kernels.fnWeighWholeLanes(m_pLanes.get(), first, m_Table[x], sums, m_nChannels);
     }
@@ -177,6 +180,7 @@ private:
     std::unique_ptr<Step[]> m_pSteps;
     std::unique_ptr<unsigned char[]> m_pLanes; ///< source pixels of a step, if not wide
     std::unique_ptr<float[]> m_pSamples;       ///< the same as floats; null if the table is whole
+    std::unique_ptr<unsigned char[]> m_pRuns;  ///< of the same; null if the table is whole
     std::unique_ptr<unsigned char[]> m_pSums;  ///< target pixels of a step
     std::unique_ptr<unsigned char[]> m_pSpare; ///< where lanes without a row are stored
     std::unique_ptr<unsigned char[]> m_pUnpacked;

@@ -63,7 +63,11 @@ protected:
                 lanes[at * kStride + i] = rows[k][i % kFilterLanes];
         }
         CqTargetBytes blocks(kStride, misalignment);
-        m_Kernels.fnWeighLanes(lanes.data(), 5, list, blocks.fnData(), 2);
+        Bytes runs(lanes.size());
+        const Bytes bytes(lanes.begin(), lanes.end());
+        m_Kernels.fnReadLanes(bytes.data(), lanes.data(), runs.data(), rows.size(), 2);
+        m_Kernels.fnWeighLanes({lanes.data(), bytes.data(), runs.data(), 5}, list, blocks.fnData(),
+                               2);
         wanted.resize(kFilterLanes);
         for (std::size_t i = 0; i < kFilterLanes; ++i)
             wanted.push_back(wanted[i]);

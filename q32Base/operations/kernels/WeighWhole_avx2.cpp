@@ -100,13 +100,13 @@ void fnWeighWholeRows(const std::uint8_t* const* rows, const ContribList& list,
     fnWeigh(Pairs(list, [rows](std::int32_t k) { return rows[k]; }), list, target, count);
 }
 
-void fnWeighWholeLanes(const std::uint8_t* base, std::int32_t first, const ContribList& list,
-                       std::uint8_t* target, std::size_t count) {
-    const std::size_t lanes = count * kFilterLanes;
+void fnWeighWholeLanes(const std::uint8_t* lanes, std::int32_t first, const ContribList& list,
+                       std::uint8_t* target, std::size_t channels) {
+    const std::size_t stride = channels * kFilterLanes;
     const auto addressOf = [&](std::int32_t k) {
-        return base + static_cast<std::size_t>(list.entries[k].pixel - first) * lanes;
+        return lanes + static_cast<std::size_t>(list.entries[k].pixel - first) * stride;
     };
-    fnWeigh(Pairs(list, addressOf), list, target, lanes);
+    fnWeigh(Pairs(list, addressOf), list, target, stride);
 }
 
 } // namespace

@@ -16,14 +16,14 @@ void fnWeighWholeRows(const std::uint8_t* const* rows, const ContribList& list,
 
 namespace {
 
-void fnWeighWholeLanes(const std::uint8_t* base, std::int32_t first, const ContribList& list,
-                       std::uint8_t* target, std::size_t count) {
-    const std::size_t lanes = count * kFilterLanes;
-    for (std::size_t i = 0; i < lanes; ++i) {
+void fnWeighWholeLanes(const std::uint8_t* lanes, std::int32_t first, const ContribList& list,
+                       std::uint8_t* target, std::size_t channels) {
+    const std::size_t stride = channels * kFilterLanes;
+    for (std::size_t i = 0; i < stride; ++i) {
         double sum = 0.0;
         for (std::int32_t k = 0; k < list.count; ++k) {
             const auto pixel = static_cast<std::size_t>(list.entries[k].pixel - first);
-            sum += base[pixel * lanes + i] * list.entries[k].weight;
+            sum += lanes[pixel * stride + i] * list.entries[k].weight;
         }
         target[i] = fnStoredByte(sum);
     }

@@ -8,40 +8,6 @@ namespace q32 {
 namespace avx2 {
 namespace {
 
-/// Where the samples of entry k stand: in a row of its own.
-struct RowsByAddress {
-    const float* const* rows;
-    const float* operator()(std::int32_t k) const { return rows[k]; }
-};
-
-/// In lanes, by pixel.
-struct RowsByPixel {
-    const float* base;
-    const ContribEntry* entries;
-    std::int32_t first;
-    std::size_t stride;
-    const float* operator()(std::int32_t k) const {
-        return base + static_cast<std::size_t>(entries[k].pixel - first) * stride;
-    }
-};
-
-/// The bytes of four sums in double side by side.
-template <class Rows>
-inline void fnExactFour(const Rows& rows, const ContribList& list, std::size_t at,
-                        std::uint8_t* target) {
-    __m256d sum = _mm256_setzero_pd();
-    for (std::int32_t k = 0; k < list.count; ++k) {
-        const __m256d samples = _mm256_cvtps_pd(_mm_loadu_ps(rows(k) + at));
-        sum = _mm256_add_pd(sum, _mm256_mul_pd(samples, _mm256_set1_pd(list.entries[k].weight)));
-    }
-    sum = _mm256_add_pd(sum, _mm256_set1_pd(kFilterDust));
-    // Not-a-number becomes the second operand.
-    sum = _mm256_min_pd(_mm256_max_pd(sum, _mm256_setzero_pd()), _mm256_set1_pd(255.0));
-    const __m128i whole = _mm256_cvttpd_epi32(sum);
-    const int bytes = _mm_cvtsi128_si32(_mm_packus_epi16(_mm_packs_epi32(whole, whole), whole));
-    __builtin_memcpy(target, &bytes, sizeof bytes);
-}
-
 /// 32 samples in four registers.
 struct Block {
     __m256 part[4];
@@ -64,25 +30,68 @@ inline __m256i fnInOrder(__m256i groups) {
     return _mm256_permutevar8x32_epi32(groups, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
 }
 
-/// All ones in the bytes whose samples are equal in all rows; the equal values go to `value`.
-template <class Rows>
-inline __m256i fnEqualSamples(const Rows& rows, const ContribList& list, std::size_t at,
-                              __m256i& value) {
-    const Block first(rows(0) + at);
-    Block equal(_mm256_castsi256_ps(_mm256_set1_epi32(-1)));
-    for (std::int32_t k = 1; k < list.count; ++k) {
-        const Block samples(rows(k) + at);
+/// Where the samples of entry k stand: in a row of its own.
+struct RowsByAddress {
+    const float* const* rows;
+    const float* operator()(std::int32_t k) const { return rows[k]; }
+
+    /// All ones in those of 32 bytes whose samples are equal in all rows; the equal values go to
+    /// `value`.
+    __m256i fnEqual(const ContribList& list, std::size_t at, __m256i& value) const {
+        const Block first(rows[0] + at);
+        Block equal(_mm256_castsi256_ps(_mm256_set1_epi32(-1)));
+        for (std::int32_t k = 1; k < list.count; ++k) {
+            const Block samples(rows[k] + at);
 #pragma GCC unroll 4
-        for (int i = 0; i < 4; ++i)
-            equal.part[i] = _mm256_and_ps(
-                equal.part[i], _mm256_cmp_ps(first.part[i], samples.part[i], _CMP_EQ_OQ));
+            for (int i = 0; i < 4; ++i)
+                equal.part[i] = _mm256_and_ps(
+                    equal.part[i], _mm256_cmp_ps(first.part[i], samples.part[i], _CMP_EQ_OQ));
+        }
+        value = fnInOrder(fnCut(first));
+        const __m256i low = _mm256_packs_epi32(_mm256_castps_si256(equal.part[0]),
+                                               _mm256_castps_si256(equal.part[1]));
+        const __m256i high = _mm256_packs_epi32(_mm256_castps_si256(equal.part[2]),
+                                                _mm256_castps_si256(equal.part[3]));
+        return fnInOrder(_mm256_packs_epi16(low, high));
     }
-    value = fnInOrder(fnCut(first));
-    const __m256i low =
-        _mm256_packs_epi32(_mm256_castps_si256(equal.part[0]), _mm256_castps_si256(equal.part[1]));
-    const __m256i high =
-        _mm256_packs_epi32(_mm256_castps_si256(equal.part[2]), _mm256_castps_si256(equal.part[3]));
-    return fnInOrder(_mm256_packs_epi16(low, high));
+};
+
+/// In lanes, by pixel.
+struct RowsByPixel {
+    const CqFloatLanes& lanes;
+    const ContribEntry* entries;
+    std::size_t stride;
+    std::size_t fnPlace(std::int32_t k) const {
+        return static_cast<std::size_t>(entries[k].pixel - lanes.first) * stride;
+    }
+    const float* operator()(std::int32_t k) const { return lanes.samples + fnPlace(k); }
+
+    /// The runs tell of entries that go up pixel by pixel, as all do but those at the edges.
+    __m256i fnEqual(const ContribList& list, std::size_t at, __m256i& value) const {
+        const std::int32_t steps = list.count - 1;
+        if (steps > 255 || entries[steps].pixel - entries[0].pixel != steps)
+            return _mm256_setzero_si256();
+        const std::size_t last = fnPlace(steps) + at;
+        value = fnLoad(lanes.bytes + last);
+        return fnAtLeast(fnLoad(lanes.runs + last), _mm256_set1_epi8(static_cast<char>(steps)));
+    }
+};
+
+/// The bytes of four sums in double side by side.
+template <class Rows>
+inline void fnExactFour(const Rows& rows, const ContribList& list, std::size_t at,
+                        std::uint8_t* target) {
+    __m256d sum = _mm256_setzero_pd();
+    for (std::int32_t k = 0; k < list.count; ++k) {
+        const __m256d samples = _mm256_cvtps_pd(_mm_loadu_ps(rows(k) + at));
+        sum = _mm256_add_pd(sum, _mm256_mul_pd(samples, _mm256_set1_pd(list.entries[k].weight)));
+    }
+    sum = _mm256_add_pd(sum, _mm256_set1_pd(kFilterDust));
+    // Not-a-number becomes the second operand.
+    sum = _mm256_min_pd(_mm256_max_pd(sum, _mm256_setzero_pd()), _mm256_set1_pd(255.0));
+    const __m128i whole = _mm256_cvttpd_epi32(sum);
+    const int bytes = _mm_cvtsi128_si32(_mm_packus_epi16(_mm_packs_epi32(whole, whole), whole));
+    __builtin_memcpy(target, &bytes, sizeof bytes);
 }
 
 /// Decides the doubtful ones of 32 bytes, which already stand in the target.
@@ -90,8 +99,8 @@ template <class Rows>
 __attribute__((noinline)) void fnSettle(const Rows& rows, const ContribList& list, std::size_t at,
                                         std::uint8_t* target, __m256i doubt) {
     if (list.flat) {
-        __m256i value;
-        const __m256i equal = fnEqualSamples(rows, list, at, value);
+        __m256i value = _mm256_setzero_si256();
+        const __m256i equal = rows.fnEqual(list, at, value);
         fnStore(target, _mm256_blendv_epi8(fnLoad(target), value, equal));
         doubt = _mm256_andnot_si256(equal, doubt);
     }
@@ -185,15 +194,15 @@ void fnWeighRows(const float* const* rows, const ContribList& list, std::uint8_t
     }
 }
 
-void fnWeighLanes(const float* base, std::int32_t first, const ContribList& list,
-                  std::uint8_t* target, std::size_t count) {
-    const std::size_t lanes = count * kFilterLanes;
-    const RowsByPixel at{base, list.entries, first, lanes};
+void fnWeighLanes(const CqFloatLanes& lanes, const ContribList& list, std::uint8_t* target,
+                  std::size_t channels) {
+    const std::size_t stride = channels * kFilterLanes;
+    const RowsByPixel at{lanes, list.entries, stride};
     if (list.doubt >= 0.0F) {
-        fnWeighAll(at, list, target, lanes);
+        fnWeighAll(at, list, target, stride);
         return;
     }
-    for (std::size_t i = 0; i < lanes; i += 4)
+    for (std::size_t i = 0; i < stride; i += 4)
         fnExactFour(at, list, i, target + i);
 }
 
@@ -208,6 +217,25 @@ void fnBytesToFloats(const std::uint8_t* source, float* target, std::size_t coun
     for (; i + 8 <= count; i += 8)
         fnStoreFloats(target + i, source + i);
     scalar::fnBytesToFloats(source + i, target + i, count - i);
+}
+
+void fnReadLanes(const std::uint8_t* lanes, float* samples, std::uint8_t* runs, std::size_t pixels,
+                 std::size_t channels) {
+    const std::size_t stride = channels * kFilterLanes;
+    for (std::size_t c = 0; c < stride; c += kFilterLanes) {
+        __m256i before = _mm256_setzero_si256();
+        __m256i run = _mm256_setzero_si256();
+        for (std::size_t p = 0, i = c; p < pixels; ++p, i += stride) {
+            const __m256i bytes = fnLoad(lanes + i);
+            const __m256i longer = _mm256_adds_epu8(run, _mm256_set1_epi8(1));
+            run = p == 0 ? _mm256_setzero_si256()
+                         : _mm256_and_si256(longer, _mm256_cmpeq_epi8(bytes, before));
+            before = bytes;
+            fnStore(runs + i, run);
+            for (std::size_t r = 0; r < kFilterLanes; r += 8)
+                fnStoreFloats(samples + i + r, lanes + i + r);
+        }
+    }
 }
 
 /// Transposes the 16 x 16 bytes in each half. Riffling the first eight rows with the last eight
@@ -273,6 +301,7 @@ void fnUseAvx2Weigh(CqKernels& table) {
     table.fnWeighLanes = avx2::fnWeighLanes;
     table.fnBytesToFloats = avx2::fnBytesToFloats;
     table.fnRowsToLanes = avx2::fnRowsToLanes;
+    table.fnReadLanes = avx2::fnReadLanes;
     table.fnLanesToRows = avx2::fnLanesToRows;
 }
 
