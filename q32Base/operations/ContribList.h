@@ -36,10 +36,11 @@ struct ContribList {
     /// byte, then so is the sum of doubles; otherwise only the latter counts.
     float bias;
     float doubt; ///< below 0: the fast sum doesn't hold the list
-    /// The weights sum up so close to 1 that samples of equal value yield just that value.
-    bool flat;
+    /// Samples of equal value yield just that value, or one less if it is above this. Below 0:
+    /// there is no telling.
+    std::int16_t flatMost;
     ContribEntry* entries; ///< in the same block
-    WholeSum whole = {};   ///< instead of bias, doubt, flat and the rough weights
+    WholeSum whole = {};   ///< instead of bias, doubt, flatMost and the rough weights
 };
 
 /// Added before a sum is truncated: rescues whole numbers from floating-point dust.

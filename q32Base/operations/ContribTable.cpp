@@ -67,30 +67,61 @@ double fnDenominator(const ContribList& list) {
     return 0.0;
 }
 
-/// Cuts a weight into a high and a low part, the low one being as small as can be.
+/// Parts of a weight, cut into a multiple of the radix 2^bits and the least rest.
 struct CutWeight {
     int high;
     int low;
-    CutWeight(int parts, int radix)
-        : high(static_cast<int>(std::floor((parts + radix / 2) / static_cast<double>(radix)))),
-          low(parts - high * radix) {}
+    CutWeight(int parts, int bits)
+        : high((parts + (1 << (bits - 1))) >> bits), low(parts - high * (1 << bits)) {}
 };
 
-/// The radix at which neither part of any sum of bytes passes 16 bits, or 0.
-int fnRadix(const ContribList& list, double denominator) {
+/// The bits of a radix at which neither part of any sum of bytes passes 16 bits, or 0.
+int fnRadixBits(const ContribList& list, double denominator) {
     constexpr int kMost = 127; // times 255 is below 2^15
-    for (int radix = 4; radix <= 64; radix *= 2) {
+    for (int bits = 4; bits <= 6; ++bits) {
         int high = 0;
         int low = 0;
         for (std::int32_t i = 0; i < list.count && high <= kMost && low <= kMost; ++i) {
-            const CutWeight cut(fnWholeParts(list.entries[i].weight, denominator), radix);
+            const CutWeight cut(fnWholeParts(list.entries[i].weight, denominator), bits);
             high += std::abs(cut.high);
             low += std::abs(cut.low);
         }
         if (high <= kMost && low <= kMost)
-            return radix;
+            return bits;
     }
     return 0;
+}
+
+/// See ContribList::flatMost. `sum` is that of the weights, in their order.
+///
+/// Equal bytes p add up to p - p d, where d is what the weights lack of 1, off by their roundings:
+/// less than n (255 x 2^-53 + 2^-44), for p d another 255 n 2^-53. With n entries at most that is
+/// below 0.08 kFilterDust. So p d decides, and only where it is that near to kFilterDust, the sum
+/// itself.
+std::int16_t fnFlatMost(const ContribList& list, double sum) {
+    constexpr std::int32_t kMostEntries = 100;
+    const double lacking = 1.0 - sum;
+    if (list.count > kMostEntries || !(std::fabs(lacking) < 1e-3))
+        return -1;
+    const auto staysAt = [&](int p) {
+        const double off = p * lacking;
+        if (std::fabs(off - kFilterDust) > 0.08 * kFilterDust)
+            return off < kFilterDust;
+        double exact = 0.0;
+        for (std::int32_t k = 0; k < list.count; ++k)
+            exact += p * list.entries[k].weight;
+        return exact + kFilterDust >= p;
+    };
+    int most = 255;
+    if (lacking > 0.0 && 255.0 * lacking > 0.9 * kFilterDust)
+        most = static_cast<int>(0.9 * kFilterDust / lacking);
+    while (most < 255 && staysAt(most + 1))
+        ++most;
+    // Beyond the doubtful ones none stays; among them one might that comes after one that doesn't.
+    for (int p = most + 1; p <= 255 && p * lacking < 1.1 * kFilterDust; ++p)
+        if (staysAt(p))
+            return -1;
+    return static_cast<std::int16_t>(most);
 }
 
 } // namespace
@@ -111,8 +142,8 @@ bool fnSetWholeParts(ContribList& list) {
     if (list.count > kMostWholeEntries || !(fnWeightSize(list) < kMostWeight))
         return false;
     const double denominator = fnDenominator(list);
-    const int radix = denominator == 0.0 ? 0 : fnRadix(list, denominator);
-    if (radix == 0)
+    const int bits = denominator == 0.0 ? 0 : fnRadixBits(list, denominator);
+    if (bits == 0)
         return false;
     const auto partsOf = [&](std::int32_t k) {
         return k < list.count ? fnWholeParts(list.entries[k].weight, denominator) : 0;
@@ -124,12 +155,12 @@ bool fnSetWholeParts(ContribList& list) {
     while (end > begin + 1 && partsOf(end - 1) == 0)
         --end;
     list.whole.part = static_cast<float>(1.0 / denominator);
-    list.whole.radix = static_cast<std::uint8_t>(radix);
+    list.whole.radix = static_cast<std::uint8_t>(1 << bits);
     list.whole.begin = static_cast<std::uint8_t>(begin);
     list.whole.pairs = static_cast<std::uint8_t>((end - begin + 1) / 2);
     for (std::int32_t k = begin; k < end; k += 2) {
-        const CutWeight one(partsOf(k), radix);
-        const CutWeight other(partsOf(k + 1), radix);
+        const CutWeight one(partsOf(k), bits);
+        const CutWeight other(partsOf(k + 1), bits);
         const int parts[] = {one.low, other.low, one.high, other.high};
         std::transform(parts, parts + 4, list.entries[k].parts,
                        [](int part) { return static_cast<std::int8_t>(part); });
@@ -148,7 +179,7 @@ void fnSetRoughWeights(ContribList& list) {
     const double size = fnWeightSize(list);
     list.bias = 0.0F;
     list.doubt = -1.0F;
-    list.flat = false;
+    list.flatMost = -1;
     if (list.count > kMostEntries || !(size < kMostWeight))
         return;
     double sum = 0.0;
@@ -167,9 +198,7 @@ void fnSetRoughWeights(ContribList& list) {
     }
     list.bias = static_cast<float>(band);
     list.doubt = 2.0F * list.bias;
-    // Equal bytes p: the sum of doubles is off p by less than 255 (1e-13 + n 2^-52) + n 2^-53 x 512
-    // < 1e-10, and kFilterDust lifts it to p or more, and not to p + 1.
-    list.flat = std::fabs(sum - 1.0) <= 1e-13;
+    list.flatMost = fnFlatMost(list, sum);
 }
 
 ContribTable::ContribTable(double scale, std::uint32_t dstCount, std::uint32_t srcCount)

@@ -48,7 +48,7 @@ public:
 
 private:
     static constexpr std::uint32_t kMostColumns = 256; ///< of a step
-    static constexpr std::uint32_t kMostPixels = 96;   ///< unless one column needs more
+    static constexpr std::uint32_t kMostSamples = 192; ///< of a row, unless one column needs more
 
     /// Target columns up to `end`, and the source pixels that they need.
     struct Step {
@@ -71,7 +71,7 @@ private:
         do {
             Step wider = step;
             fnWiden(wider, m_Table[step.end]);
-            if (step.end != x && wider.last - wider.first >= kMostPixels)
+            if (step.end != x && (wider.last - wider.first) * m_nChannels >= kMostSamples)
                 break;
             wider.end = step.end + 1;
             step = wider;

@@ -11,6 +11,7 @@ namespace {
 /// 32 samples in four registers.
 struct Block {
     __m256 part[4];
+    Block() = default;
     explicit Block(const float* from)
         : part{_mm256_loadu_ps(from), _mm256_loadu_ps(from + 8), _mm256_loadu_ps(from + 16),
                _mm256_loadu_ps(from + 24)} {}
@@ -32,6 +33,7 @@ inline __m256i fnInOrder(__m256i groups) {
 
 /// Where the samples of entry k stand: in a row of its own.
 struct RowsByAddress {
+    static constexpr bool kHasRuns = false;
     const float* const* rows;
     const float* operator()(std::int32_t k) const { return rows[k]; }
 
@@ -58,6 +60,7 @@ struct RowsByAddress {
 
 /// In lanes, by pixel.
 struct RowsByPixel {
+    static constexpr bool kHasRuns = true;
     const CqFloatLanes& lanes;
     const ContribEntry* entries;
     std::size_t stride;
@@ -94,14 +97,21 @@ inline void fnExactFour(const Rows& rows, const ContribList& list, std::size_t a
     __builtin_memcpy(target, &bytes, sizeof bytes);
 }
 
+/// What equal samples of such values yield.
+inline __m256i fnFlatSum(const ContribList& list, __m256i value) {
+    const __m256i most = _mm256_set1_epi8(static_cast<char>(list.flatMost));
+    const __m256i stays = fnAtLeast(most, value);
+    return _mm256_add_epi8(value, _mm256_xor_si256(stays, _mm256_set1_epi8(-1)));
+}
+
 /// Decides the doubtful ones of 32 bytes, which already stand in the target.
 template <class Rows>
 __attribute__((noinline)) void fnSettle(const Rows& rows, const ContribList& list, std::size_t at,
                                         std::uint8_t* target, __m256i doubt) {
-    if (list.flat) {
+    if (!Rows::kHasRuns && list.flatMost >= 0) {
         __m256i value = _mm256_setzero_si256();
         const __m256i equal = rows.fnEqual(list, at, value);
-        fnStore(target, _mm256_blendv_epi8(fnLoad(target), value, equal));
+        fnStore(target, _mm256_blendv_epi8(fnLoad(target), fnFlatSum(list, value), equal));
         doubt = _mm256_andnot_si256(equal, doubt);
     }
     auto left = static_cast<unsigned>(_mm256_movemask_epi8(doubt));
@@ -117,49 +127,49 @@ template <class Rows>
 inline void fnFinish(const Rows& rows, const ContribList& list, std::size_t at,
                      std::uint8_t* target, Block& sums) {
     const __m256i groups = fnCut(sums);
-    fnStore(target, fnInOrder(groups));
+    __m256i bytes = fnInOrder(groups);
+    if (list.doubt == 0.0F) {
+        fnStore(target, bytes);
+        return;
+    }
     const __m256 doubt = _mm256_set1_ps(list.doubt);
 #pragma GCC unroll 4
     for (int i = 0; i < 4; ++i)
         sums.part[i] = _mm256_sub_ps(sums.part[i], doubt);
-    const __m256i certain = _mm256_cmpeq_epi8(groups, fnCut(sums));
+    __m256i certain = fnInOrder(_mm256_cmpeq_epi8(groups, fnCut(sums)));
+    if (Rows::kHasRuns && list.flatMost >= 0) {
+        __m256i value = _mm256_setzero_si256();
+        const __m256i equal = rows.fnEqual(list, at, value);
+        bytes = _mm256_blendv_epi8(bytes, fnFlatSum(list, value), equal);
+        certain = _mm256_or_si256(certain, equal);
+    }
+    fnStore(target, bytes);
     const __m256i ones = _mm256_set1_epi8(-1);
     if (__builtin_expect(!_mm256_testc_si256(certain, ones), 0))
-        fnSettle(rows, list, at, target, fnInOrder(_mm256_xor_si256(certain, ones)));
+        fnSettle(rows, list, at, target, _mm256_xor_si256(certain, ones));
 }
 
-template <class Rows>
-inline void fnWeigh32(const Rows& rows, const ContribList& list, std::size_t at,
-                      std::uint8_t* target) {
-    Block sums(_mm256_set1_ps(list.bias));
+/// kBlocks times 32 samples. Several at once: one alone waits for each of its additions.
+template <int kBlocks, class Rows>
+inline void fnWeighBlocks(const Rows& rows, const ContribList& list, std::size_t at,
+                          std::uint8_t* target) {
+    Block sums[kBlocks];
+#pragma GCC unroll 4
+    for (int b = 0; b < kBlocks; ++b)
+        sums[b] = Block(_mm256_set1_ps(list.bias));
     for (std::int32_t k = 0; k < list.count; ++k) {
         const float* from = rows(k) + at;
         const __m256 weight = _mm256_broadcast_ss(&list.entries[k].rough);
 #pragma GCC unroll 4
-        for (int i = 0; i < 4; ++i)
-            sums.part[i] = _mm256_fmadd_ps(_mm256_loadu_ps(from + 8 * i), weight, sums.part[i]);
-    }
-    fnFinish(rows, list, at, target, sums);
-}
-
-/// Two blocks at once: one alone waits for each of its additions.
-template <class Rows>
-inline void fnWeigh64(const Rows& rows, const ContribList& list, std::size_t at,
-                      std::uint8_t* target) {
-    Block low(_mm256_set1_ps(list.bias));
-    Block high = low;
-    for (std::int32_t k = 0; k < list.count; ++k) {
-        const float* from = rows(k) + at;
-        const __m256 weight = _mm256_broadcast_ss(&list.entries[k].rough);
+        for (int b = 0; b < kBlocks; ++b)
 #pragma GCC unroll 4
-        for (int i = 0; i < 4; ++i) {
-            low.part[i] = _mm256_fmadd_ps(_mm256_loadu_ps(from + 8 * i), weight, low.part[i]);
-            high.part[i] =
-                _mm256_fmadd_ps(_mm256_loadu_ps(from + 32 + 8 * i), weight, high.part[i]);
-        }
+            for (int i = 0; i < 4; ++i)
+                sums[b].part[i] = _mm256_fmadd_ps(_mm256_loadu_ps(from + 32 * b + 8 * i), weight,
+                                                  sums[b].part[i]);
     }
-    fnFinish(rows, list, at, target, low);
-    fnFinish(rows, list, at + 32, target + 32, high);
+#pragma GCC unroll 4
+    for (int b = 0; b < kBlocks; ++b)
+        fnFinish(rows, list, at + 32 * b, target + at + 32 * b, sums[b]);
 }
 
 /// `count` is 32 or more.
@@ -167,12 +177,14 @@ template <class Rows>
 inline void fnWeighAll(const Rows& rows, const ContribList& list, std::uint8_t* target,
                        std::size_t count) {
     std::size_t i = 0;
+    for (; i + 96 <= count && i + 128 != count; i += 96)
+        fnWeighBlocks<3>(rows, list, i, target);
     for (; i + 64 <= count; i += 64)
-        fnWeigh64(rows, list, i, target + i);
+        fnWeighBlocks<2>(rows, list, i, target);
     for (; i < count; i += 32) {
         if (i + 32 > count)
             i = count - 32;
-        fnWeigh32(rows, list, i, target + i);
+        fnWeighBlocks<1>(rows, list, i, target);
     }
 }
 
