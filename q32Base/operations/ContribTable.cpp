@@ -94,10 +94,10 @@ int fnRadixBits(const ContribList& list, double denominator) {
 
 /// See ContribList::flatMost. `sum` is that of the weights, in their order.
 ///
-/// Equal bytes p add up to p - p d, where d is what the weights lack of 1, off by their roundings:
-/// less than n (255 x 2^-53 + 2^-44), for p d another 255 n 2^-53. With n entries at most that is
-/// below 0.08 kFilterDust. So p d decides, and only where it is that near to kFilterDust, the sum
-/// itself.
+/// Equal bytes p add up to p - p d, where d is what the weights lack of 1. With n entries the sum
+/// is off that by less than n 2^-45 for its additions and 2^-44 for its products, and p d by less
+/// than 255 n 2^-53: together below 0.08 kFilterDust. So p d decides, and only where it is that
+/// near to kFilterDust, the sum itself.
 std::int16_t fnFlatMost(const ContribList& list, double sum) {
     constexpr std::int32_t kMostEntries = 100;
     const double lacking = 1.0 - sum;
