@@ -2,6 +2,8 @@
 
 #include "bench/OperationBench.h"
 
+#include <vector>
+
 namespace {
 
 struct Case {
@@ -39,12 +41,46 @@ void fnRotate(benchmark::State& state, const Case& work) {
     q32::bench::fnCountPixels(state, width, height);
 }
 
+struct Pixel24 {
+    std::uint8_t bytes[3];
+};
+
+/// What anybody would write, from a plain picture to one that has been touched before: row by row
+/// over the source, or over the target.
+template <typename Pixel, bool kOverTarget>
+void fnPlainLoops(benchmark::State& state) {
+    constexpr std::size_t kWidth = 4000;
+    constexpr std::size_t kHeight = 3000;
+    const std::vector<Pixel> source(kWidth * kHeight, Pixel{});
+    std::vector<Pixel> target(kWidth * kHeight, Pixel{});
+    for (auto _ : state) {
+        const auto move = [&](std::size_t x, std::size_t y) {
+            target[x * kHeight + (kHeight - 1 - y)] = source[y * kWidth + x];
+        };
+        for (std::size_t i = 0; i < (kOverTarget ? kWidth : kHeight); ++i)
+            for (std::size_t j = 0; j < (kOverTarget ? kHeight : kWidth); ++j)
+                kOverTarget ? move(i, j) : move(j, i);
+        benchmark::DoNotOptimize(target.data());
+        benchmark::ClobberMemory();
+    }
+    q32::bench::fnCountPixels(state, kWidth, kHeight);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     q32::bench::fnAttach();
     for (const Case& work : kCases)
         benchmark::RegisterBenchmark(work.name, fnRotate, work)->Unit(benchmark::kMillisecond);
+    const auto plain = [](const char* name, auto* run) {
+        benchmark::RegisterBenchmark(name, run)->Unit(benchmark::kMillisecond);
+    };
+    plain("Right90/8/plain_loops", fnPlainLoops<std::uint8_t, false>);
+    plain("Right90/24/plain_loops", fnPlainLoops<Pixel24, false>);
+    plain("Right90/32/plain_loops", fnPlainLoops<std::uint32_t, false>);
+    plain("Right90/8/plain_target_loops", fnPlainLoops<std::uint8_t, true>);
+    plain("Right90/24/plain_target_loops", fnPlainLoops<Pixel24, true>);
+    plain("Right90/32/plain_target_loops", fnPlainLoops<std::uint32_t, true>);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     q32Detach();

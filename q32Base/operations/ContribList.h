@@ -7,8 +7,25 @@ namespace q32 {
 /// One source sample of one output position.
 struct ContribEntry {
     std::int32_t pixel; ///< index along the axis, after reflection at the edges
-    float rough;        ///< the weight, rounded: for the fast sum
+    union {
+        float rough; ///< the weight, rounded: for the fast sum
+        /// For the whole sum: low and high parts of this entry and the next one, in the order low,
+        /// low, high, high. Only every other entry has them.
+        std::int8_t parts[4];
+    };
     double weight;
+};
+
+/// Longer lists have no whole sum.
+inline constexpr int kMostWholeEntries = 128;
+
+/// How a list is summed up in whole numbers, if its table is whole: every weight is a multiple of
+/// one part, off by next to nothing.
+struct WholeSum {
+    float part = 0.0F;      ///< the reciprocal of the weights' denominator
+    std::uint8_t radix = 0; ///< a weight is its high parts times radix and its low parts together
+    std::uint8_t begin = 0; ///< the first entry; those before have no part
+    std::uint8_t pairs = 0; ///< from there on, two entries each; at an odd end the last is alone
 };
 
 /// All samples of one output position.
@@ -19,9 +36,11 @@ struct ContribList {
     /// byte, then so is the sum of doubles; otherwise only the latter counts.
     float bias;
     float doubt; ///< below 0: the fast sum doesn't hold the list
-    /// The weights sum up so close to 1 that samples of equal value yield just that value.
-    bool flat;
+    /// Samples of equal value yield just that value, or one less if it is above this. Below 0:
+    /// there is no telling.
+    std::int16_t flatMost;
     ContribEntry* entries; ///< in the same block
+    WholeSum whole = {};   ///< instead of bias, doubt, flatMost and the rough weights
 };
 
 /// Added before a sum is truncated: rescues whole numbers from floating-point dust.

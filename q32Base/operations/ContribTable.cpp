@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdlib>
 #include <limits>
 #include <new>
+#include <numeric>
 
 namespace q32 {
 namespace {
@@ -32,18 +34,32 @@ std::int32_t fnReflect(std::int64_t j, std::uint32_t srcCount) {
     return static_cast<std::int32_t>(at < n ? at : period - at);
 }
 
+/// Lists of more weight aren't summed up fast: so their sums of bytes are below 512 in size.
+constexpr double kMostWeight = 1.9;
+
+double fnWeightSize(const ContribList& list) {
+    return std::accumulate(
+        list.entries, list.entries + list.count, 0.0,
+        [](double size, const ContribEntry& entry) { return size + std::fabs(entry.weight); });
+}
+
+/// How many parts of a denominator a weight is; there may be a rest.
+int fnWholeParts(double weight, double denominator) {
+    const double parts = weight * denominator;
+    return static_cast<int>(parts + std::copysign(0.5, parts));
+}
+
 /// The denominator that all weights share, among those of the usual factors, or 0. Then a sum of
 /// bytes is as good as a whole multiple of its reciprocal: the weights are off by so little that
 /// kFilterDust makes up for it.
 double fnDenominator(const ContribList& list) {
-    // Enlarging b times gives 18 b^3; reducing to a half 288, and to a third 486.
-    for (const double denominator : {18.0, 144.0, 288.0, 486.0, 1152.0, 2250.0}) {
+    // Enlarging b times gives 18 b^3. Reducing to a half gives 288, and to a third 1458.
+    for (const double denominator : {18.0, 144.0, 288.0, 486.0, 1152.0, 1458.0, 2250.0}) {
         double off = 0.0;
         // Nearly all are given up at their first weight.
         for (std::int32_t i = 0; i < list.count && 255.0 * off < kFilterDust / 4.0; ++i) {
-            const double parts = list.entries[i].weight * denominator;
-            const int whole = static_cast<int>(parts + std::copysign(0.5, parts));
-            off += std::fabs(parts - whole) / denominator;
+            const double weight = list.entries[i].weight;
+            off += std::fabs(weight - fnWholeParts(weight, denominator) / denominator);
         }
         if (255.0 * off < kFilterDust / 4.0)
             return denominator;
@@ -51,7 +67,106 @@ double fnDenominator(const ContribList& list) {
     return 0.0;
 }
 
+/// Parts of a weight, cut into a multiple of the radix 2^bits and the least rest.
+struct CutWeight {
+    int high;
+    int low;
+    CutWeight(int parts, int bits)
+        : high((parts + (1 << (bits - 1))) >> bits), low(parts - high * (1 << bits)) {}
+};
+
+/// The bits of a radix at which neither part of any sum of bytes passes 16 bits, or 0.
+int fnRadixBits(const ContribList& list, double denominator) {
+    constexpr int kMost = 127; // times 255 is below 2^15
+    for (int bits = 4; bits <= 6; ++bits) {
+        int high = 0;
+        int low = 0;
+        for (std::int32_t i = 0; i < list.count && high <= kMost && low <= kMost; ++i) {
+            const CutWeight cut(fnWholeParts(list.entries[i].weight, denominator), bits);
+            high += std::abs(cut.high);
+            low += std::abs(cut.low);
+        }
+        if (high <= kMost && low <= kMost)
+            return bits;
+    }
+    return 0;
+}
+
+/// See ContribList::flatMost. `sum` is that of the weights, in their order.
+///
+/// Equal bytes p add up to p - p d, where d is what the weights lack of 1. With n entries the sum
+/// is off that by less than n 2^-45 for its additions and 2^-44 for its products, and p d by less
+/// than 255 n 2^-53: together below 0.08 kFilterDust. So p d decides, and only where it is that
+/// near to kFilterDust, the sum itself.
+std::int16_t fnFlatMost(const ContribList& list, double sum) {
+    constexpr std::int32_t kMostEntries = 100;
+    const double lacking = 1.0 - sum;
+    if (list.count > kMostEntries || !(std::fabs(lacking) < 1e-3))
+        return -1;
+    const auto staysAt = [&](int p) {
+        const double off = p * lacking;
+        if (std::fabs(off - kFilterDust) > 0.08 * kFilterDust)
+            return off < kFilterDust;
+        double exact = 0.0;
+        for (std::int32_t k = 0; k < list.count; ++k)
+            exact += p * list.entries[k].weight;
+        return exact + kFilterDust >= p;
+    };
+    int most = 255;
+    if (lacking > 0.0 && 255.0 * lacking > 0.9 * kFilterDust)
+        most = static_cast<int>(0.9 * kFilterDust / lacking);
+    while (most < 255 && staysAt(most + 1))
+        ++most;
+    // Beyond the doubtful ones none stays; among them one might that comes after one that doesn't.
+    for (int p = most + 1; p <= 255 && p * lacking < 1.1 * kFilterDust; ++p)
+        if (staysAt(p))
+            return -1;
+    return static_cast<std::int16_t>(most);
+}
+
 } // namespace
+
+// Why the whole sum M / D is as good as that of doubles, where D is the denominator and M the sum
+// of bytes times whole parts. Both parts of each weight fit into a byte, and each part's sum, and
+// that of any two products, into 16 bits: M itself is exact, and below 2^24 in size.
+//
+// The sum of doubles is off M / D by less than kFilterDust / 4 for the weights and by n 2^-43 for
+// the roundings of its n entries: less than kFilterDust / 2 in all. With kFilterDust added it lies
+// above M / D, and by less than 1 / D above it: cut down, both are the same whole number, M / D
+// being a multiple of 1 / D. Below 0 either is stored as 0.
+//
+// (M + 1/2) / D, too, is cut to that number, and lies 1 / (2 D) or more from any whole one. It is
+// formed in single precision, rounded thrice: that is off by less than 257 x 3 x 2^-24 < 1 / (2 D)
+// where it counts, beyond 256 being 255 all the same.
+bool fnSetWholeParts(ContribList& list) {
+    if (list.count > kMostWholeEntries || !(fnWeightSize(list) < kMostWeight))
+        return false;
+    const double denominator = fnDenominator(list);
+    const int bits = denominator == 0.0 ? 0 : fnRadixBits(list, denominator);
+    if (bits == 0)
+        return false;
+    const auto partsOf = [&](std::int32_t k) {
+        return k < list.count ? fnWholeParts(list.entries[k].weight, denominator) : 0;
+    };
+    std::int32_t begin = 0;
+    while (begin + 1 < list.count && partsOf(begin) == 0)
+        ++begin;
+    std::int32_t end = list.count;
+    while (end > begin + 1 && partsOf(end - 1) == 0)
+        --end;
+    list.whole.part = static_cast<float>(1.0 / denominator);
+    list.whole.radix = static_cast<std::uint8_t>(1 << bits);
+    list.whole.begin = static_cast<std::uint8_t>(begin);
+    list.whole.pairs = static_cast<std::uint8_t>((end - begin + 1) / 2);
+    for (std::int32_t k = begin; k < end; k += 2) {
+        const CutWeight one(partsOf(k), bits);
+        const CutWeight other(partsOf(k + 1), bits);
+        const int parts[] = {one.low, other.low, one.high, other.high};
+        std::transform(parts, parts + 4, list.entries[k].parts,
+                       [](int part) { return static_cast<std::int8_t>(part); });
+    }
+    return true;
+}
 
 // How far the fast sum can be off. With u = 2^-24, weights of size W in all and n entries: a
 // rounded weight is off by u of its size, so all of them by 255 W u. Each of the n steps, and the
@@ -61,21 +176,18 @@ double fnDenominator(const ContribList& list) {
 void fnSetRoughWeights(ContribList& list) {
     constexpr int kMostEntries = 500;
     static_assert(kMostEntries < kWideSum);
-    constexpr double kMostWeight = 1.9;
-    double size = 0.0;
+    const double size = fnWeightSize(list);
+    list.bias = 0.0F;
+    list.doubt = -1.0F;
+    list.flatMost = -1;
+    if (list.count > kMostEntries || !(size < kMostWeight))
+        return;
     double sum = 0.0;
     for (std::int32_t i = 0; i < list.count; ++i) {
         ContribEntry& entry = list.entries[i];
-        size += std::fabs(entry.weight);
+        entry.rough = static_cast<float>(entry.weight);
         sum += entry.weight;
     }
-    list.bias = 0.0F;
-    list.doubt = -1.0F;
-    list.flat = false;
-    if (list.count > kMostEntries || !(size < kMostWeight))
-        return;
-    for (std::int32_t i = 0; i < list.count; ++i)
-        list.entries[i].rough = static_cast<float>(list.entries[i].weight);
     const double band = std::ldexp((list.count + 4) * (255.0 * size + 1.0), -24);
     const double denominator = fnDenominator(list);
     if (denominator != 0.0 && band * denominator < 0.49) {
@@ -86,9 +198,7 @@ void fnSetRoughWeights(ContribList& list) {
     }
     list.bias = static_cast<float>(band);
     list.doubt = 2.0F * list.bias;
-    // Equal bytes p: the sum of doubles is off p by less than 255 (1e-13 + n 2^-52) + n 2^-53 x 512
-    // < 1e-10, and kFilterDust lifts it to p or more, and not to p + 1.
-    list.flat = std::fabs(sum - 1.0) <= 1e-13;
+    list.flatMost = fnFlatMost(list, sum);
 }
 
 ContribTable::ContribTable(double scale, std::uint32_t dstCount, std::uint32_t srcCount)
@@ -114,6 +224,9 @@ ContribTable::ContribTable(double scale, std::uint32_t dstCount, std::uint32_t s
         m_pLists[i].entries = entries;
         fnFillList(m_pLists[i], i, scale, srcCount);
     }
+    m_bWhole = std::all_of(m_pLists, m_pLists + dstCount, fnSetWholeParts);
+    if (!m_bWhole)
+        std::for_each(m_pLists, m_pLists + dstCount, fnSetRoughWeights);
 }
 
 void ContribTable::fnFillList(ContribList& list, std::uint32_t i, double scale,
@@ -139,7 +252,6 @@ void ContribTable::fnFillList(ContribList& list, std::uint32_t i, double scale,
         for (std::int32_t k = 0; k < list.count; ++k)
             list.entries[k].weight *= factor;
     }
-    fnSetRoughWeights(list);
 }
 
 } // namespace q32

@@ -10,31 +10,51 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 namespace q32 {
 namespace {
 
+void fnWeighRows(const float* const* rows, const ContribList& list, unsigned char* target,
+                 std::size_t count) {
+    fnKernels().fnWeighRows(rows, list, target, count);
+}
+
+void fnWeighRows(const std::uint8_t* const* rows, const ContribList& list, unsigned char* target,
+                 std::size_t count) {
+    fnKernels().fnWeighWholeRows(rows, list, target, count);
+}
+
+void fnTakeSamples(const std::uint8_t* source, float* target, std::size_t count) {
+    fnKernels().fnBytesToFloats(source, target, count);
+}
+
+void fnTakeSamples(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
+    std::memcpy(target, source, count);
+}
+
 /// Sums up blocks of columns, in bands of target rows, so that source and target are gone through
-/// tile by tile as they lie in memory. A block's source rows are turned to floats once in a band,
-/// in a ring that holds what one target row needs, unless its sums are wide ones.
+/// tile by tile as they lie in memory. Samples are floats, or bytes if the table is whole. A
+/// block's source rows are turned to floats once in a band, in a ring that holds what one target
+/// row needs, unless its sums are wide ones. Bytes are taken from where they are, if possible.
+template <typename Sample>
 class ColumnFilter {
 public:
-    ColumnFilter(const PixelArea& source, const PixelArea& target, double scale)
+    ColumnFilter(const PixelArea& source, const PixelArea& target, const ContribTable& table)
         : m_Source(source), m_Target(target),
-          m_nChannels(fnFilterChannels(source.fnBytesPerPixel())),
-          m_Table(scale, target.fnHeight(), source.fnHeight()),
+          m_nChannels(fnFilterChannels(source.fnBytesPerPixel())), m_Table(table),
           m_nRing(fnRingRows(std::min(m_Table.fnCapacity(), source.fnHeight()))),
           m_nBlock(fnBlockColumns()),
           m_SourceWalk(source, VIEW_READ_NEXT, {false, false, false, m_nBlock}),
           m_TargetWalk(target, VIEW_WRITE_NEXT, {false, false, false, m_nBlock}) {
         const std::size_t samples = std::size_t{m_nBlock} * m_nChannels;
-        m_pRing.reset(fnNewArray<float>(m_nRing * samples));
+        m_pRing.reset(fnNewArray<Sample>(m_nRing * samples));
         m_pPresent.reset(fnNewArray<std::int32_t>(m_nRing));
         if (m_Table.fnCapacity() > kWideSum)
             m_pWideSums.reset(fnNewArray<double>(samples));
         else
-            m_pRows.reset(fnNewArray<const float*>(m_Table.fnCapacity()));
+            m_pRows.reset(fnNewArray<const Sample*>(m_Table.fnCapacity()));
         m_pSums.reset(fnNewArray<unsigned char>(samples));
         if (source.fnBytesPerPixel() == 2)
             m_pUnpacked.reset(fnNewArray<unsigned char>(samples));
@@ -120,9 +140,35 @@ private:
 
     void fnSum(const ContribList& list, std::uint32_t x, std::uint32_t end,
                unsigned char* sums) const {
-        for (std::int32_t k = 0; k < list.count; ++k)
-            m_pRows[static_cast<std::size_t>(k)] = fnRow(list.entries[k].pixel, x, end);
-        fnKernels().fnWeighRows(m_pRows.get(), list, sums, std::size_t{end - x} * m_nChannels);
+        if (!fnFindRows(list, x, end))
+            for (std::int32_t k = 0; k < list.count; ++k)
+                m_pRows[static_cast<std::size_t>(k)] = fnRow(list.entries[k].pixel, x, end);
+        fnWeighRows(m_pRows.get(), list, sums, std::size_t{end - x} * m_nChannels);
+    }
+
+    /// Points at the source rows where they are. False: they have to be fetched.
+    bool fnFindRows(const ContribList& list, std::uint32_t x, std::uint32_t end) const {
+        if constexpr (std::is_same_v<Sample, std::uint8_t>) {
+            if (m_pUnpacked || m_Source.fnRunEnd(x) < end)
+                return false;
+            const std::ptrdiff_t stride = m_Source.fnStride(x);
+            const std::uint8_t* at = nullptr;
+            std::uint32_t next = 0;
+            std::uint32_t tileEnd = 0;
+            for (std::int32_t k = 0; k < list.count; ++k) {
+                const auto y = static_cast<std::uint32_t>(list.entries[k].pixel);
+                if (y == next && y < tileEnd) {
+                    at += stride;
+                } else {
+                    at = m_Source.fnAt(x, y);
+                    tileEnd = m_Source.fnRowsEnd(y);
+                }
+                next = y + 1;
+                m_pRows[static_cast<std::size_t>(k)] = at;
+            }
+            return true;
+        }
+        return false;
     }
 
     /// Takes up one source row after the other.
@@ -132,7 +178,7 @@ private:
         std::fill_n(m_pWideSums.get(), samples, 0.0);
         for (std::int32_t k = 0; k < list.count; ++k) {
             const ContribEntry& entry = list.entries[k];
-            const float* row = fnRow(entry.pixel, x, end);
+            const Sample* row = fnRow(entry.pixel, x, end);
             for (std::size_t i = 0; i < samples; ++i)
                 m_pWideSums[i] += row[i] * entry.weight;
         }
@@ -141,13 +187,13 @@ private:
 
     /// The samples of a source row, until another one needs its place. Rows that one target row
     /// needs lie less than the capacity apart, so that none of them does, but for wide sums.
-    const float* fnRow(std::int32_t y, std::uint32_t x, std::uint32_t end) const {
+    const Sample* fnRow(std::int32_t y, std::uint32_t x, std::uint32_t end) const {
         const std::uint32_t place = static_cast<std::uint32_t>(y) & (m_nRing - 1);
-        float* row = m_pRing.get() + std::size_t{place} * m_nBlock * m_nChannels;
+        Sample* row = m_pRing.get() + std::size_t{place} * m_nBlock * m_nChannels;
         if (m_pPresent[place] == y)
             return row;
         m_pPresent[place] = y;
-        float* to = row;
+        Sample* to = row;
         std::uint32_t next;
         for (; x < end; x = next) {
             next = std::min(end, m_Source.fnRunEnd(x));
@@ -157,7 +203,7 @@ private:
                 fnUnpack16(from, m_pUnpacked.get(), next - x);
                 from = m_pUnpacked.get();
             }
-            fnKernels().fnBytesToFloats(from, to, samples);
+            fnTakeSamples(from, to, samples);
             to += samples;
         }
         return row;
@@ -180,12 +226,12 @@ private:
     const PixelArea& m_Source;
     const PixelArea& m_Target;
     std::uint32_t m_nChannels;
-    ContribTable m_Table;
+    const ContribTable& m_Table;
     std::uint32_t m_nRing;  ///< rows of the ring: a power of 2
     std::uint32_t m_nBlock; ///< columns of a block, at most
-    std::unique_ptr<float[]> m_pRing;
+    std::unique_ptr<Sample[]> m_pRing;
     std::unique_ptr<std::int32_t[]> m_pPresent; ///< which source row is where, or -1
-    std::unique_ptr<const float*[]> m_pRows;    ///< null for wide sums
+    std::unique_ptr<const Sample*[]> m_pRows;   ///< null for wide sums
     std::unique_ptr<double[]> m_pWideSums;      ///< null for others
     std::unique_ptr<unsigned char[]> m_pSums;
     std::unique_ptr<unsigned char[]> m_pUnpacked;
@@ -193,11 +239,10 @@ private:
     PageWalk m_TargetWalk;
 };
 
-} // namespace
-
-bool fnFilterHeight(const PixelArea& source, const PixelArea& target, double scale,
-                    const ProgressRun& progress) {
-    ColumnFilter filter(source, target, scale);
+template <typename Sample>
+bool fnFilterColumns(const PixelArea& source, const PixelArea& target, const ContribTable& table,
+                     const ProgressRun& progress) {
+    ColumnFilter<Sample> filter(source, target, table);
     std::uint32_t reported = 0;
     std::uint32_t bottom;
     for (std::uint32_t y = 0; y < target.fnHeight(); y = bottom) {
@@ -212,6 +257,15 @@ bool fnFilterHeight(const PixelArea& source, const PixelArea& target, double sca
         reported = columns;
     }
     return true;
+}
+
+} // namespace
+
+bool fnFilterHeight(const PixelArea& source, const PixelArea& target, double scale,
+                    const ProgressRun& progress) {
+    const ContribTable table(scale, target.fnHeight(), source.fnHeight());
+    return (table.fnIsWhole() ? fnFilterColumns<std::uint8_t>
+                              : fnFilterColumns<float>)(source, target, table, progress);
 }
 
 } // namespace q32

@@ -18,15 +18,18 @@ namespace {
 /// sums go without that.
 class RowFilter {
 public:
-    RowFilter(const PixelArea& source, const PixelArea& target, double scale)
+    RowFilter(const PixelArea& source, const PixelArea& target, const ContribTable& table)
         : m_Source(source), m_Target(target),
-          m_nChannels(fnFilterChannels(source.fnBytesPerPixel())),
-          m_Table(scale, target.fnWidth(), source.fnWidth()),
+          m_nChannels(fnFilterChannels(source.fnBytesPerPixel())), m_Table(table),
           m_SourceWalk(source, VIEW_READ_NEXT, {false}),
           m_TargetWalk(target, VIEW_WRITE_NEXT, {false}) {
         const std::size_t pixels = fnPlanSteps();
         const std::size_t pixelBytes = std::size_t{m_nChannels} * kFilterLanes;
-        m_pLanes.reset(fnNewArray<float>(pixels * pixelBytes));
+        m_pLanes.reset(fnNewArray<unsigned char>(pixels * pixelBytes));
+        if (!table.fnIsWhole()) {
+            m_pSamples.reset(fnNewArray<float>(pixels * pixelBytes));
+            m_pRuns.reset(fnNewArray<unsigned char>(pixels * pixelBytes));
+        }
         m_pSums.reset(fnNewArray<unsigned char>(kMostColumns * pixelBytes));
         m_pSpare.reset(fnNewArray<unsigned char>(kMostColumns * std::size_t{m_nChannels}));
         if (source.fnBytesPerPixel() == 2)
@@ -48,7 +51,7 @@ public:
 
 private:
     static constexpr std::uint32_t kMostColumns = 256; ///< of a step
-    static constexpr std::uint32_t kMostPixels = 256;  ///< unless one column needs more
+    static constexpr std::uint32_t kMostSamples = 192; ///< of a row, unless one column needs more
 
     /// Target columns up to `end`, and the source pixels that they need.
     struct Step {
@@ -71,7 +74,7 @@ private:
         do {
             Step wider = step;
             fnWiden(wider, m_Table[step.end]);
-            if (step.end != x && wider.last - wider.first >= kMostPixels)
+            if (step.end != x && (wider.last - wider.first) * m_nChannels >= kMostSamples)
                 break;
             wider.end = step.end + 1;
             step = wider;
@@ -106,10 +109,18 @@ private:
 
     void fnSum(const Step& step, std::uint32_t x, std::uint32_t y, std::uint32_t rows) const {
         fnFetch(step, y, rows);
+        const CqKernels& kernels = fnKernels();
+        if (m_pSamples)
+            kernels.fnReadLanes(m_pLanes.get(), m_pSamples.get(), m_pRuns.get(), step.fnPixels(),
+                                m_nChannels);
+        const auto first = static_cast<std::int32_t>(step.first);
+        const CqFloatLanes lanes = {m_pSamples.get(), m_pLanes.get(), m_pRuns.get(), first};
         unsigned char* sums = m_pSums.get();
         for (; x < step.end; ++x, sums += m_nChannels * kFilterLanes)
-            fnKernels().fnWeighLanes(m_pLanes.get(), static_cast<std::int32_t>(step.first),
-                                     m_Table[x], sums, m_nChannels);
+            if (m_pSamples)
+                kernels.fnWeighLanes(lanes, m_Table[x], sums, m_nChannels);
+            else
+                kernels.fnWeighWholeLanes(m_pLanes.get(), first, m_Table[x], sums, m_nChannels);
     }
 
     /// The only column of a step, row by row.
@@ -149,7 +160,7 @@ private:
                 }
                 from[r] = row;
             }
-            fnKernels().fnBytesToLanes(
+            fnKernels().fnRowsToLanes(
                 from, m_pLanes.get() + std::size_t{x - step.first} * m_nChannels * kFilterLanes,
                 bytes);
         }
@@ -165,7 +176,7 @@ private:
                 to[r] = r >= rows     ? m_pSpare.get()
                         : m_pUnpacked ? m_pUnpacked.get() + r * bytes
                                       : m_Target.fnAt(x, y + r);
-            fnKernels().fnLanesToBytes(sums, to, bytes);
+            fnKernels().fnLanesToRows(sums, to, bytes);
             if (m_pUnpacked)
                 for (std::uint32_t r = 0; r < rows; ++r)
                     fnPack16(to[r], m_Target.fnAt(x, y + r), count);
@@ -177,9 +188,11 @@ private:
     const PixelArea& m_Source;
     const PixelArea& m_Target;
     std::uint32_t m_nChannels;
-    ContribTable m_Table;
+    const ContribTable& m_Table;
     std::unique_ptr<Step[]> m_pSteps;
-    std::unique_ptr<float[]> m_pLanes;         ///< source pixels of a step, if not wide
+    std::unique_ptr<unsigned char[]> m_pLanes; ///< source pixels of a step, if not wide
+    std::unique_ptr<float[]> m_pSamples;       ///< the same as floats; null if the table is whole
+    std::unique_ptr<unsigned char[]> m_pRuns;  ///< of the same; null if the table is whole
     std::unique_ptr<unsigned char[]> m_pSums;  ///< target pixels of a step
     std::unique_ptr<unsigned char[]> m_pSpare; ///< where lanes without a row are stored
     std::unique_ptr<unsigned char[]> m_pUnpacked;
@@ -191,7 +204,8 @@ private:
 
 bool fnFilterWidth(const PixelArea& source, const PixelArea& target, double scale,
                    const ProgressRun& progress) {
-    RowFilter filter(source, target, scale);
+    const ContribTable table(scale, target.fnWidth(), source.fnWidth());
+    RowFilter filter(source, target, table);
     std::uint32_t rows;
     for (std::uint32_t y = 0; y < target.fnHeight(); y += rows) {
         rows = std::min(CqTileMap::kMaxTileSize, target.fnHeight() - y);

@@ -22,8 +22,8 @@ protected:
     double fnUnit() { return m_Random() / 4294967296.0; }
     /// From 1/40 to 40, as often below 1 as above.
     double fnRandomScale() {
-        static constexpr double kScales[] = {0.25, 1.0 / 3.0, 0.5, 2.0, 3.0, 4.0};
-        return m_Random() % 3 == 0 ? kScales[m_Random() % 6]
+        static constexpr double kScales[] = {0.25, 1.0 / 3.0, 0.5, 1.5, 2.0, 3.0, 4.0, 5.0};
+        return m_Random() % 3 == 0 ? kScales[m_Random() % 8]
                                    : std::exp(std::log(40.0) * (2.0 * fnUnit() - 1.0));
     }
     unsigned int fnDepth() {

@@ -14,6 +14,7 @@
 #include "q32Base/operations/kernels/Transpose.h"
 #include "q32Base/operations/kernels/Turn.h"
 #include "q32Base/operations/kernels/Weigh.h"
+#include "q32Base/operations/kernels/WeighWhole.h"
 #include "q32Base/operations/kernels/Zoom.h"
 
 namespace q32 {
@@ -54,6 +55,7 @@ void fnReplaceForLevel(CqKernels& table, CqKernelLevel level) {
         fnUseAvx2Transpose(table);
         fnUseAvx2Turn(table);
         fnUseAvx2Weigh(table);
+        fnUseAvx2WeighWhole(table);
     }
     if (level >= CqKernelLevel::AVX512) {
         fnUseAvx512ToneCurve(table);
@@ -85,6 +87,7 @@ CqKernels fnBuildTable(CqKernelLevel level) {
     fnUseScalarTranspose(table);
     fnUseScalarTurn(table);
     fnUseScalarWeigh(table);
+    fnUseScalarWeighWhole(table);
     fnReplaceForLevel(table, level);
     return table;
 }

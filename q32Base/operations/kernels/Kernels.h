@@ -96,7 +96,8 @@ struct ContribList;
 /// How many rows stand side by side in the lanes of the filter's kernels.
 inline constexpr std::size_t kFilterLanes = 32;
 
-// The filter's samples are bytes, held as floats: each is turned once and summed up many times.
+// The filter's samples are bytes. Unless its table is whole they are held as floats: each is turned
+// once and summed up many times.
 
 /// The filter's weighted sum of rows: target byte i is the sum of sample i of `rows[k]` times the
 /// weight of the list's entry k, in double and in the order of the entries, from 0 on. It is
@@ -104,10 +105,26 @@ inline constexpr std::size_t kFilterLanes = 32;
 using CqWeighRows = void (*)(const float* const* rows, const ContribList& list,
                              std::uint8_t* target, std::size_t count);
 
-/// The same over blocks of kFilterLanes samples: `count` of them side by side for each pixel, those
-/// of pixel p from base + (p - first) * count * kFilterLanes on.
-using CqWeighLanes = void (*)(const float* base, std::int32_t first, const ContribList& list,
-                              std::uint8_t* target, std::size_t count);
+/// Pixels side by side in kFilterLanes rows: a block of as many samples for each channel, the
+/// channels of a pixel one after the other, then the next pixel.
+struct CqFloatLanes {
+    const float* samples;
+    const std::uint8_t* bytes; ///< the same
+    /// How many pixels before have the same byte in that channel and row, 255 being 255 or more.
+    const std::uint8_t* runs;
+    std::int32_t first; ///< the first pixel
+};
+
+/// The same sum over lanes, for each channel a block. The entries' pixels tell where.
+using CqWeighLanes = void (*)(const CqFloatLanes& lanes, const ContribList& list,
+                              std::uint8_t* target, std::size_t channels);
+
+/// Both again, from the bytes themselves, for the lists of a whole table.
+using CqWeighWholeRows = void (*)(const std::uint8_t* const* rows, const ContribList& list,
+                                  std::uint8_t* target, std::size_t count);
+using CqWeighWholeLanes = void (*)(const std::uint8_t* lanes, std::int32_t first,
+                                   const ContribList& list, std::uint8_t* target,
+                                   std::size_t channels);
 
 /// Rows become columns: target pixel j of row i is source pixel i of row j, for `width` source
 /// columns and `height` source rows. Strides are in bytes and may be negative.
@@ -233,12 +250,16 @@ struct CqKernels {
     // The cubic filter. Rows and lanes: byte i of row r lies at i * kFilterLanes + r.
     CqWeighRows fnWeighRows;
     CqWeighLanes fnWeighLanes;
+    CqWeighWholeRows fnWeighWholeRows;
+    CqWeighWholeLanes fnWeighWholeLanes;
     void (*fnBytesToFloats)(const std::uint8_t* source, float* target, std::size_t count);
-    /// `count` bytes of each of kFilterLanes rows to lanes of floats. Rows may be given twice.
-    void (*fnBytesToLanes)(const std::uint8_t* const* rows, float* target, std::size_t count);
-    /// Lanes of bytes to rows.
-    void (*fnLanesToBytes)(const std::uint8_t* source, std::uint8_t* const* rows,
-                           std::size_t count);
+    /// `count` bytes of each of kFilterLanes rows to lanes. Rows may be given twice.
+    void (*fnRowsToLanes)(const std::uint8_t* const* rows, std::uint8_t* target, std::size_t count);
+    /// What the sums need of `pixels` pixels in lanes, the runs beginning with the first one.
+    void (*fnReadLanes)(const std::uint8_t* lanes, float* samples, std::uint8_t* runs,
+                        std::size_t pixels, std::size_t channels);
+    /// Lanes to rows.
+    void (*fnLanesToRows)(const std::uint8_t* source, std::uint8_t* const* rows, std::size_t count);
 
     // Rotation.
     CqTransposeRun fnTranspose[4]; ///< by bytes a pixel: element 0 for one to element 3 for four

@@ -17,8 +17,10 @@ std::uint8_t fnStoredByte(double sum);
 
 // The plain versions, which the vector versions also use for the ends of runs.
 void fnBytesToFloats(const std::uint8_t* source, float* target, std::size_t count);
-void fnBytesToLanes(const std::uint8_t* const* rows, float* target, std::size_t count);
-void fnLanesToBytes(const std::uint8_t* source, std::uint8_t* const* rows, std::size_t count);
+void fnRowsToLanes(const std::uint8_t* const* rows, std::uint8_t* target, std::size_t count);
+void fnReadLanes(const std::uint8_t* lanes, float* samples, std::uint8_t* runs, std::size_t pixels,
+                 std::size_t channels);
+void fnLanesToRows(const std::uint8_t* source, std::uint8_t* const* rows, std::size_t count);
 
 } // namespace scalar
 } // namespace q32

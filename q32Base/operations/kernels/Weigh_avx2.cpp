@@ -8,20 +8,75 @@ namespace q32 {
 namespace avx2 {
 namespace {
 
+/// 32 samples in four registers.
+struct Block {
+    __m256 part[4];
+    Block() = default;
+    explicit Block(const float* from)
+        : part{_mm256_loadu_ps(from), _mm256_loadu_ps(from + 8), _mm256_loadu_ps(from + 16),
+               _mm256_loadu_ps(from + 24)} {}
+    explicit Block(__m256 all) : part{all, all, all, all} {}
+};
+
+/// Cut to bytes, in groups of four: 0 to 3, 8 to 11, 16 to 19, 24 to 27, 4 to 7, and so on.
+inline __m256i fnCut(const Block& sums) {
+    const __m256i low =
+        _mm256_packs_epi32(_mm256_cvttps_epi32(sums.part[0]), _mm256_cvttps_epi32(sums.part[1]));
+    const __m256i high =
+        _mm256_packs_epi32(_mm256_cvttps_epi32(sums.part[2]), _mm256_cvttps_epi32(sums.part[3]));
+    return _mm256_packus_epi16(low, high);
+}
+
+inline __m256i fnInOrder(__m256i groups) {
+    return _mm256_permutevar8x32_epi32(groups, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+}
+
 /// Where the samples of entry k stand: in a row of its own.
 struct RowsByAddress {
+    static constexpr bool kHasRuns = false;
     const float* const* rows;
     const float* operator()(std::int32_t k) const { return rows[k]; }
+
+    /// All ones in those of 32 bytes whose samples are equal in all rows; the equal values go to
+    /// `value`.
+    __m256i fnEqual(const ContribList& list, std::size_t at, __m256i& value) const {
+        const Block first(rows[0] + at);
+        Block equal(_mm256_castsi256_ps(_mm256_set1_epi32(-1)));
+        for (std::int32_t k = 1; k < list.count; ++k) {
+            const Block samples(rows[k] + at);
+#pragma GCC unroll 4
+            for (int i = 0; i < 4; ++i)
+                equal.part[i] = _mm256_and_ps(
+                    equal.part[i], _mm256_cmp_ps(first.part[i], samples.part[i], _CMP_EQ_OQ));
+        }
+        value = fnInOrder(fnCut(first));
+        const __m256i low = _mm256_packs_epi32(_mm256_castps_si256(equal.part[0]),
+                                               _mm256_castps_si256(equal.part[1]));
+        const __m256i high = _mm256_packs_epi32(_mm256_castps_si256(equal.part[2]),
+                                                _mm256_castps_si256(equal.part[3]));
+        return fnInOrder(_mm256_packs_epi16(low, high));
+    }
 };
 
 /// In lanes, by pixel.
 struct RowsByPixel {
-    const float* base;
+    static constexpr bool kHasRuns = true;
+    const CqFloatLanes& lanes;
     const ContribEntry* entries;
-    std::int32_t first;
     std::size_t stride;
-    const float* operator()(std::int32_t k) const {
-        return base + static_cast<std::size_t>(entries[k].pixel - first) * stride;
+    std::size_t fnPlace(std::int32_t k) const {
+        return static_cast<std::size_t>(entries[k].pixel - lanes.first) * stride;
+    }
+    const float* operator()(std::int32_t k) const { return lanes.samples + fnPlace(k); }
+
+    /// The runs tell of entries that go up pixel by pixel, as all do but those at the edges.
+    __m256i fnEqual(const ContribList& list, std::size_t at, __m256i& value) const {
+        const std::int32_t steps = list.count - 1;
+        if (steps > 255 || entries[steps].pixel - entries[0].pixel != steps)
+            return _mm256_setzero_si256();
+        const std::size_t last = fnPlace(steps) + at;
+        value = fnLoad(lanes.bytes + last);
+        return fnAtLeast(fnLoad(lanes.runs + last), _mm256_set1_epi8(static_cast<char>(steps)));
     }
 };
 
@@ -42,57 +97,21 @@ inline void fnExactFour(const Rows& rows, const ContribList& list, std::size_t a
     __builtin_memcpy(target, &bytes, sizeof bytes);
 }
 
-/// 32 samples in four registers.
-struct Block {
-    __m256 part[4];
-    explicit Block(const float* from)
-        : part{_mm256_loadu_ps(from), _mm256_loadu_ps(from + 8), _mm256_loadu_ps(from + 16),
-               _mm256_loadu_ps(from + 24)} {}
-    explicit Block(__m256 all) : part{all, all, all, all} {}
-};
-
-/// Cut to bytes, in groups of four: 0 to 3, 8 to 11, 16 to 19, 24 to 27, 4 to 7, and so on.
-inline __m256i fnCut(const Block& sums) {
-    const __m256i low =
-        _mm256_packs_epi32(_mm256_cvttps_epi32(sums.part[0]), _mm256_cvttps_epi32(sums.part[1]));
-    const __m256i high =
-        _mm256_packs_epi32(_mm256_cvttps_epi32(sums.part[2]), _mm256_cvttps_epi32(sums.part[3]));
-    return _mm256_packus_epi16(low, high);
-}
-
-inline __m256i fnInOrder(__m256i groups) {
-    return _mm256_permutevar8x32_epi32(groups, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
-}
-
-/// All ones in the bytes whose samples are equal in all rows; the equal values go to `value`.
-template <class Rows>
-inline __m256i fnEqualSamples(const Rows& rows, const ContribList& list, std::size_t at,
-                              __m256i& value) {
-    const Block first(rows(0) + at);
-    Block equal(_mm256_castsi256_ps(_mm256_set1_epi32(-1)));
-    for (std::int32_t k = 1; k < list.count; ++k) {
-        const Block samples(rows(k) + at);
-#pragma GCC unroll 4
-        for (int i = 0; i < 4; ++i)
-            equal.part[i] = _mm256_and_ps(
-                equal.part[i], _mm256_cmp_ps(first.part[i], samples.part[i], _CMP_EQ_OQ));
-    }
-    value = fnInOrder(fnCut(first));
-    const __m256i low =
-        _mm256_packs_epi32(_mm256_castps_si256(equal.part[0]), _mm256_castps_si256(equal.part[1]));
-    const __m256i high =
-        _mm256_packs_epi32(_mm256_castps_si256(equal.part[2]), _mm256_castps_si256(equal.part[3]));
-    return fnInOrder(_mm256_packs_epi16(low, high));
+/// What equal samples of such values yield.
+inline __m256i fnFlatSum(const ContribList& list, __m256i value) {
+    const __m256i most = _mm256_set1_epi8(static_cast<char>(list.flatMost));
+    const __m256i stays = fnAtLeast(most, value);
+    return _mm256_add_epi8(value, _mm256_xor_si256(stays, _mm256_set1_epi8(-1)));
 }
 
 /// Decides the doubtful ones of 32 bytes, which already stand in the target.
 template <class Rows>
 __attribute__((noinline)) void fnSettle(const Rows& rows, const ContribList& list, std::size_t at,
                                         std::uint8_t* target, __m256i doubt) {
-    if (list.flat) {
-        __m256i value;
-        const __m256i equal = fnEqualSamples(rows, list, at, value);
-        fnStore(target, _mm256_blendv_epi8(fnLoad(target), value, equal));
+    if (!Rows::kHasRuns && list.flatMost >= 0) {
+        __m256i value = _mm256_setzero_si256();
+        const __m256i equal = rows.fnEqual(list, at, value);
+        fnStore(target, _mm256_blendv_epi8(fnLoad(target), fnFlatSum(list, value), equal));
         doubt = _mm256_andnot_si256(equal, doubt);
     }
     auto left = static_cast<unsigned>(_mm256_movemask_epi8(doubt));
@@ -108,49 +127,49 @@ template <class Rows>
 inline void fnFinish(const Rows& rows, const ContribList& list, std::size_t at,
                      std::uint8_t* target, Block& sums) {
     const __m256i groups = fnCut(sums);
-    fnStore(target, fnInOrder(groups));
+    __m256i bytes = fnInOrder(groups);
+    if (list.doubt == 0.0F) {
+        fnStore(target, bytes);
+        return;
+    }
     const __m256 doubt = _mm256_set1_ps(list.doubt);
 #pragma GCC unroll 4
     for (int i = 0; i < 4; ++i)
         sums.part[i] = _mm256_sub_ps(sums.part[i], doubt);
-    const __m256i certain = _mm256_cmpeq_epi8(groups, fnCut(sums));
+    __m256i certain = fnInOrder(_mm256_cmpeq_epi8(groups, fnCut(sums)));
+    if (Rows::kHasRuns && list.flatMost >= 0) {
+        __m256i value = _mm256_setzero_si256();
+        const __m256i equal = rows.fnEqual(list, at, value);
+        bytes = _mm256_blendv_epi8(bytes, fnFlatSum(list, value), equal);
+        certain = _mm256_or_si256(certain, equal);
+    }
+    fnStore(target, bytes);
     const __m256i ones = _mm256_set1_epi8(-1);
     if (__builtin_expect(!_mm256_testc_si256(certain, ones), 0))
-        fnSettle(rows, list, at, target, fnInOrder(_mm256_xor_si256(certain, ones)));
+        fnSettle(rows, list, at, target, _mm256_xor_si256(certain, ones));
 }
 
-template <class Rows>
-inline void fnWeigh32(const Rows& rows, const ContribList& list, std::size_t at,
-                      std::uint8_t* target) {
-    Block sums(_mm256_set1_ps(list.bias));
+/// kBlocks times 32 samples. Several at once: one alone waits for each of its additions.
+template <int kBlocks, class Rows>
+inline void fnWeighBlocks(const Rows& rows, const ContribList& list, std::size_t at,
+                          std::uint8_t* target) {
+    Block sums[kBlocks];
+#pragma GCC unroll 4
+    for (int b = 0; b < kBlocks; ++b)
+        sums[b] = Block(_mm256_set1_ps(list.bias));
     for (std::int32_t k = 0; k < list.count; ++k) {
         const float* from = rows(k) + at;
         const __m256 weight = _mm256_broadcast_ss(&list.entries[k].rough);
 #pragma GCC unroll 4
-        for (int i = 0; i < 4; ++i)
-            sums.part[i] = _mm256_fmadd_ps(_mm256_loadu_ps(from + 8 * i), weight, sums.part[i]);
-    }
-    fnFinish(rows, list, at, target, sums);
-}
-
-/// Two blocks at once: one alone waits for each of its additions.
-template <class Rows>
-inline void fnWeigh64(const Rows& rows, const ContribList& list, std::size_t at,
-                      std::uint8_t* target) {
-    Block low(_mm256_set1_ps(list.bias));
-    Block high = low;
-    for (std::int32_t k = 0; k < list.count; ++k) {
-        const float* from = rows(k) + at;
-        const __m256 weight = _mm256_broadcast_ss(&list.entries[k].rough);
+        for (int b = 0; b < kBlocks; ++b)
 #pragma GCC unroll 4
-        for (int i = 0; i < 4; ++i) {
-            low.part[i] = _mm256_fmadd_ps(_mm256_loadu_ps(from + 8 * i), weight, low.part[i]);
-            high.part[i] =
-                _mm256_fmadd_ps(_mm256_loadu_ps(from + 32 + 8 * i), weight, high.part[i]);
-        }
+            for (int i = 0; i < 4; ++i)
+                sums[b].part[i] = _mm256_fmadd_ps(_mm256_loadu_ps(from + 32 * b + 8 * i), weight,
+                                                  sums[b].part[i]);
     }
-    fnFinish(rows, list, at, target, low);
-    fnFinish(rows, list, at + 32, target + 32, high);
+#pragma GCC unroll 4
+    for (int b = 0; b < kBlocks; ++b)
+        fnFinish(rows, list, at + 32 * b, target + at + 32 * b, sums[b]);
 }
 
 /// `count` is 32 or more.
@@ -158,12 +177,14 @@ template <class Rows>
 inline void fnWeighAll(const Rows& rows, const ContribList& list, std::uint8_t* target,
                        std::size_t count) {
     std::size_t i = 0;
+    for (; i + 96 <= count && i + 128 != count; i += 96)
+        fnWeighBlocks<3>(rows, list, i, target);
     for (; i + 64 <= count; i += 64)
-        fnWeigh64(rows, list, i, target + i);
+        fnWeighBlocks<2>(rows, list, i, target);
     for (; i < count; i += 32) {
         if (i + 32 > count)
             i = count - 32;
-        fnWeigh32(rows, list, i, target + i);
+        fnWeighBlocks<1>(rows, list, i, target);
     }
 }
 
@@ -185,15 +206,15 @@ void fnWeighRows(const float* const* rows, const ContribList& list, std::uint8_t
     }
 }
 
-void fnWeighLanes(const float* base, std::int32_t first, const ContribList& list,
-                  std::uint8_t* target, std::size_t count) {
-    const std::size_t lanes = count * kFilterLanes;
-    const RowsByPixel at{base, list.entries, first, lanes};
+void fnWeighLanes(const CqFloatLanes& lanes, const ContribList& list, std::uint8_t* target,
+                  std::size_t channels) {
+    const std::size_t stride = channels * kFilterLanes;
+    const RowsByPixel at{lanes, list.entries, stride};
     if (list.doubt >= 0.0F) {
-        fnWeighAll(at, list, target, lanes);
+        fnWeighAll(at, list, target, stride);
         return;
     }
-    for (std::size_t i = 0; i < lanes; i += 4)
+    for (std::size_t i = 0; i < stride; i += 4)
         fnExactFour(at, list, i, target + i);
 }
 
@@ -208,6 +229,25 @@ void fnBytesToFloats(const std::uint8_t* source, float* target, std::size_t coun
     for (; i + 8 <= count; i += 8)
         fnStoreFloats(target + i, source + i);
     scalar::fnBytesToFloats(source + i, target + i, count - i);
+}
+
+void fnReadLanes(const std::uint8_t* lanes, float* samples, std::uint8_t* runs, std::size_t pixels,
+                 std::size_t channels) {
+    const std::size_t stride = channels * kFilterLanes;
+    for (std::size_t c = 0; c < stride; c += kFilterLanes) {
+        __m256i before = _mm256_setzero_si256();
+        __m256i run = _mm256_setzero_si256();
+        for (std::size_t p = 0, i = c; p < pixels; ++p, i += stride) {
+            const __m256i bytes = fnLoad(lanes + i);
+            const __m256i longer = _mm256_adds_epu8(run, _mm256_set1_epi8(1));
+            run = p == 0 ? _mm256_setzero_si256()
+                         : _mm256_and_si256(longer, _mm256_cmpeq_epi8(bytes, before));
+            before = bytes;
+            fnStore(runs + i, run);
+            for (std::size_t r = 0; r < kFilterLanes; r += 8)
+                fnStoreFloats(samples + i + r, lanes + i + r);
+        }
+    }
 }
 
 /// Transposes the 16 x 16 bytes in each half. Riffling the first eight rows with the last eight
@@ -227,9 +267,9 @@ inline void fnTranspose(__m256i (&rows)[16]) {
     }
 }
 
-void fnBytesToLanes(const std::uint8_t* const* rows, float* target, std::size_t count) {
+void fnRowsToLanes(const std::uint8_t* const* rows, std::uint8_t* target, std::size_t count) {
     if (count < 16) {
-        scalar::fnBytesToLanes(rows, target, count);
+        scalar::fnRowsToLanes(rows, target, count);
         return;
     }
     for (std::size_t i = 0; i < count; i += 16) {
@@ -241,18 +281,14 @@ void fnBytesToLanes(const std::uint8_t* const* rows, float* target, std::size_t 
             block[r] = fnLoadPair(rows[r] + i, rows[r + 16] + i);
         fnTranspose(block);
 #pragma GCC unroll 16
-        for (std::size_t b = 0; b < 16; ++b) {
-            alignas(32) std::uint8_t bytes[kFilterLanes];
-            fnStore(bytes, block[b]);
-            for (std::size_t r = 0; r < kFilterLanes; r += 8)
-                fnStoreFloats(target + (i + b) * kFilterLanes + r, bytes + r);
-        }
+        for (std::size_t b = 0; b < 16; ++b)
+            fnStore(target + (i + b) * kFilterLanes, block[b]);
     }
 }
 
-void fnLanesToBytes(const std::uint8_t* source, std::uint8_t* const* rows, std::size_t count) {
+void fnLanesToRows(const std::uint8_t* source, std::uint8_t* const* rows, std::size_t count) {
     if (count < 16) {
-        scalar::fnLanesToBytes(source, rows, count);
+        scalar::fnLanesToRows(source, rows, count);
         return;
     }
     for (std::size_t i = 0; i < count; i += 16) {
@@ -276,8 +312,9 @@ void fnUseAvx2Weigh(CqKernels& table) {
     table.fnWeighRows = avx2::fnWeighRows;
     table.fnWeighLanes = avx2::fnWeighLanes;
     table.fnBytesToFloats = avx2::fnBytesToFloats;
-    table.fnBytesToLanes = avx2::fnBytesToLanes;
-    table.fnLanesToBytes = avx2::fnLanesToBytes;
+    table.fnRowsToLanes = avx2::fnRowsToLanes;
+    table.fnReadLanes = avx2::fnReadLanes;
+    table.fnLanesToRows = avx2::fnLanesToRows;
 }
 
 } // namespace q32

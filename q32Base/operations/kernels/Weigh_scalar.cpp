@@ -20,13 +20,14 @@ void fnWeighRows(const float* const* rows, const ContribList& list, std::uint8_t
     }
 }
 
-void fnWeighLanes(const float* base, std::int32_t first, const ContribList& list,
-                  std::uint8_t* target, std::size_t count) {
-    for (std::size_t i = 0; i < count * kFilterLanes; ++i) {
+void fnWeighLanes(const CqFloatLanes& lanes, const ContribList& list, std::uint8_t* target,
+                  std::size_t channels) {
+    const std::size_t stride = channels * kFilterLanes;
+    for (std::size_t i = 0; i < stride; ++i) {
         double sum = 0.0;
         for (std::int32_t k = 0; k < list.count; ++k) {
-            const auto pixel = static_cast<std::size_t>(list.entries[k].pixel - first);
-            sum += base[pixel * count * kFilterLanes + i] * list.entries[k].weight;
+            const auto pixel = static_cast<std::size_t>(list.entries[k].pixel - lanes.first);
+            sum += lanes.samples[pixel * stride + i] * list.entries[k].weight;
         }
         target[i] = fnStoredByte(sum);
     }
@@ -39,13 +40,24 @@ void fnBytesToFloats(const std::uint8_t* source, float* target, std::size_t coun
         target[i] = source[i];
 }
 
-void fnBytesToLanes(const std::uint8_t* const* rows, float* target, std::size_t count) {
+void fnRowsToLanes(const std::uint8_t* const* rows, std::uint8_t* target, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i)
         for (std::size_t row = 0; row < kFilterLanes; ++row)
             target[i * kFilterLanes + row] = rows[row][i];
 }
 
-void fnLanesToBytes(const std::uint8_t* source, std::uint8_t* const* rows, std::size_t count) {
+void fnReadLanes(const std::uint8_t* lanes, float* samples, std::uint8_t* runs, std::size_t pixels,
+                 std::size_t channels) {
+    const std::size_t stride = channels * kFilterLanes;
+    fnBytesToFloats(lanes, samples, pixels * stride);
+    for (std::size_t i = 0; i < pixels * stride; ++i) {
+        const bool goesOn = i >= stride && lanes[i] == lanes[i - stride];
+        const unsigned before = goesOn ? runs[i - stride] + 1U : 0U;
+        runs[i] = static_cast<std::uint8_t>(before < 255 ? before : 255);
+    }
+}
+
+void fnLanesToRows(const std::uint8_t* source, std::uint8_t* const* rows, std::size_t count) {
     for (std::size_t row = 0; row < kFilterLanes; ++row)
         for (std::size_t i = 0; i < count; ++i)
             rows[row][i] = source[i * kFilterLanes + row];
@@ -57,8 +69,9 @@ void fnUseScalarWeigh(CqKernels& table) {
     table.fnWeighRows = scalar::fnWeighRows;
     table.fnWeighLanes = scalar::fnWeighLanes;
     table.fnBytesToFloats = scalar::fnBytesToFloats;
-    table.fnBytesToLanes = scalar::fnBytesToLanes;
-    table.fnLanesToBytes = scalar::fnLanesToBytes;
+    table.fnRowsToLanes = scalar::fnRowsToLanes;
+    table.fnReadLanes = scalar::fnReadLanes;
+    table.fnLanesToRows = scalar::fnLanesToRows;
 }
 
 } // namespace q32
