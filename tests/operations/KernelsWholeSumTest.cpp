@@ -64,9 +64,9 @@ protected:
     }
 
     std::vector<Bytes> fnRandomRows(const ContribList& list, std::size_t count) {
-        std::vector<Bytes> rows;
-        for (std::int32_t k = 0; k < list.count; ++k)
-            rows.push_back(fnRandomBytes(m_Random, count));
+        std::vector<Bytes> rows(static_cast<std::size_t>(list.count));
+        for (Bytes& row : rows)
+            row = fnRandomBytes(m_Random, count);
         return rows;
     }
 
@@ -140,9 +140,11 @@ TEST_P(KernelsWholeSum, EqualSamplesYieldTheirValue) {
 TEST_P(KernelsWholeSum, WholeNumbersAndOnePartBelowAreToldApart) {
     fnForEachList([this](const ContribList& list, int denominator) {
         std::vector<Bytes> rows = fnRandomRows(list, 128);
-        std::vector<int> parts;
-        for (std::int32_t k = 0; k < list.count; ++k)
-            parts.push_back(static_cast<int>(std::lround(list.entries[k].weight * denominator)));
+        std::vector<int> parts(rows.size());
+        std::transform(list.entries, list.entries + list.count, parts.begin(),
+                       [&](const ContribEntry& entry) {
+                           return static_cast<int>(std::lround(entry.weight * denominator));
+                       });
         // Two samples in the middle are chosen so that each sum leaves the wanted rest.
         const auto middle = static_cast<std::size_t>(list.count / 2);
         std::size_t found = 0;
