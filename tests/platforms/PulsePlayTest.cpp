@@ -1,3 +1,4 @@
+#include "tests/platforms/PulseFaults.h"
 #include "tests/platforms/PulseWorld.h"
 
 #include <algorithm>
@@ -10,6 +11,8 @@ using std::chrono::milliseconds;
 
 class PulsePlay : public PulseTest {
 protected:
+    explicit PulsePlay(const CqPulseOptions& options = fnOptions()) : m_Pulse(q32Pulse(options)) {}
+
     /// Waits for silence behind what was heard, and gives it.
     std::string fnHear() {
         m_Recorder.fnWaitForMore(150 * kBytesPerMs);
@@ -26,22 +29,37 @@ protected:
         return fnAwait(
             [&] { return fnTrim(m_Recorder.fnGetBytes().substr(m_nTakeFrom)).size() >= bytes; });
     }
-    /// A machine under load now and then lets the server itself run dry, which is heard as a gap.
-    /// What the back end does wrong is heard in every take.
+    SoundRecorder m_Recorder{*s_pServer};
+    std::size_t m_nTakeFrom = 0;
+    CqPulse m_Pulse;
+    CqPulseWaveOut& m_Sound = *m_Pulse.m_pWaveOut;
+};
+
+/// What is to be heard without a gap. It has more ready at the server than a machine under load
+/// makes wait for the next piece.
+class PulseGapless : public PulsePlay {
+protected:
+    PulseGapless() : PulsePlay(fnRelaxed()) {}
+
+    static CqPulseOptions fnRelaxed() {
+        CqPulseOptions options = fnOptions();
+        options.m_Latency = milliseconds(300);
+        return options;
+    }
+    /// A gap fails at the first take, unless the server tells that it has run dry: that is the
+    /// machine's doing, and calls for another take. PipeWire doesn't tell all of them.
     template <typename Take>
     bool fnIsCleanInATake(Take take) {
         for (int i = 0; i < 6; ++i) {
             m_nTakeFrom = m_Recorder.fnGetSize() / 4 * 4;
+            const std::size_t underflows = fnCountUnderflows();
             if (take())
                 return true;
+            if (fnCountUnderflows() == underflows && !SoundServer::fnIsPipeWire())
+                return false;
         }
         return false;
     }
-
-    SoundRecorder m_Recorder{*s_pServer};
-    std::size_t m_nTakeFrom = 0;
-    CqPulse m_Pulse = q32Pulse(fnOptions());
-    CqPulseWaveOut& m_Sound = *m_Pulse.m_pWaveOut;
 };
 
 /// Whether `heard` is `samples` again and again.
@@ -66,14 +84,17 @@ TEST_F(PulsePlay, ABlockIsHeardSampleForSampleAndItsEndReportedOnce) {
     EXPECT_EQ(sound.m_nReports, 1);
     EXPECT_TRUE(sound.m_pDevice->fnUnprepare(sound.m_Header));
     EXPECT_EQ(m_Sound.fnGetPosition(), 0u);
+}
+
+TEST_F(PulseGapless, ABlockIsHeardAsItIs) {
     EXPECT_TRUE(fnIsCleanInATake([&] {
-        TestSound again(100 * kBytesPerMs);
-        EXPECT_TRUE(again.fnStart(m_Sound) && again.fnAwaitEnd());
-        return fnHear() == again.m_Samples;
+        TestSound sound(500 * kBytesPerMs);
+        EXPECT_TRUE(sound.fnStart(m_Sound) && sound.fnAwaitEnd());
+        return fnHear() == sound.m_Samples;
     }));
 }
 
-TEST_F(PulsePlay, BlocksShorterThanTheLatencyAreHeardWhole) {
+TEST_F(PulseGapless, BlocksShorterThanTheLatencyAreHeardWhole) {
     for (const std::size_t bytes : {4u, 400u, 4000u}) {
         EXPECT_TRUE(fnIsCleanInATake([&] {
             TestSound sound(bytes, static_cast<unsigned>(bytes));
@@ -95,11 +116,11 @@ TEST_F(PulsePlay, ADevicePlaysOneBlockAfterTheOther) {
     EXPECT_EQ(sound.m_nReports, 3);
 }
 
-TEST_F(PulsePlay, ALoopHasNoGapOrRepeatAtItsSeam) {
+TEST_F(PulseGapless, ALoopHasNoGapOrRepeatAtItsSeam) {
     EXPECT_TRUE(fnIsCleanInATake([&] {
         TestSound sound(30 * kBytesPerMs);
         sound.fnLoop(0xFFFFFFFFu);
-        EXPECT_TRUE(sound.fnStart(m_Sound) && fnAwaitSound(400 * kBytesPerMs));
+        EXPECT_TRUE(sound.fnStart(m_Sound) && fnAwaitSound(600 * kBytesPerMs));
         EXPECT_EQ(sound.m_nReports, 0);
         EXPECT_TRUE(sound.m_pDevice->fnReset() && sound.fnAwaitEnd());
         EXPECT_EQ(sound.m_nReports, 1);
@@ -107,17 +128,17 @@ TEST_F(PulsePlay, ALoopHasNoGapOrRepeatAtItsSeam) {
     }));
 }
 
-TEST_F(PulsePlay, ALoopOfOneFrameIsHeardWithoutAGap) {
+TEST_F(PulseGapless, ALoopOfOneFrameIsHeardWithoutAGap) {
     EXPECT_TRUE(fnIsCleanInATake([&] {
         TestSound sound(4);
         sound.fnLoop(0xFFFFFFFFu);
-        EXPECT_TRUE(sound.fnStart(m_Sound) && fnAwaitSound(200 * kBytesPerMs));
+        EXPECT_TRUE(sound.fnStart(m_Sound) && fnAwaitSound(600 * kBytesPerMs));
         sound.m_pDevice.reset();
         return fnIsLoop(fnHear(), sound.m_Samples);
     }));
 }
 
-TEST_F(PulsePlay, ALoopIsHeardAsOftenAsItSays) {
+TEST_F(PulseGapless, ALoopIsHeardAsOftenAsItSays) {
     EXPECT_TRUE(fnIsCleanInATake([&] {
         TestSound sound(30 * kBytesPerMs);
         sound.fnLoop(3);

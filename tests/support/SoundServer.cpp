@@ -16,11 +16,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-bool fnWantsPipeWire() {
-    const char* wanted = std::getenv("Q32_TEST_SOUND");
-    return wanted && std::string_view(wanted) == "pipewire";
-}
-
 void fnWriteFile(const fs::path& path, std::string_view text) {
     fs::create_directories(path.parent_path());
     std::ofstream(path) << text;
@@ -46,12 +41,17 @@ constexpr std::string_view kWirePlumberBluetooth = "bluez_monitor.enabled = fals
 
 } // namespace
 
+bool SoundServer::fnIsPipeWire() {
+    const char* wanted = std::getenv("Q32_TEST_SOUND");
+    return wanted && std::string_view(wanted) == "pipewire";
+}
+
 SoundServer::SoundServer() {
     char folder[] = "/tmp/q32soundXXXXXX";
     if (!::mkdtemp(folder))
         throw std::runtime_error("no folder for the sound server");
     m_szFolder = folder;
-    const bool pipewire = fnWantsPipeWire();
+    const bool pipewire = fnIsPipeWire();
     m_szAddress = "unix:" + m_szFolder + (pipewire ? "/pulse/native" : "/native");
     const char* path = std::getenv("PATH");
     m_Environment = {"PATH=" + std::string(path ? path : "/usr/bin:/bin"),
@@ -76,7 +76,7 @@ SoundServer::~SoundServer() {
 }
 
 void SoundServer::fnStart() {
-    if (fnWantsPipeWire())
+    if (fnIsPipeWire())
         fnStartPipeWire();
     else
         fnStartPulseAudio();
