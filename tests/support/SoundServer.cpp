@@ -209,7 +209,7 @@ std::string SoundRecorder::fnGetBytes() const {
 // libpulse hands blocks from one connection's thread to another's by atomic lists, which the
 // sanitizer doesn't see, since it isn't built for it. No code of ours runs below these functions.
 extern "C" const char* __tsan_default_suppressions(); // NOLINT: the sanitizer's name
-extern "C" const char* __tsan_default_suppressions() {
-    return "race:pa_iochannel_read\nrace:pa_iochannel_write\n";
+extern "C" __attribute__((visibility("default"))) const char* __tsan_default_suppressions() {
+    return "race:pa_iochannel_\nrace:pa_packet_\nrace:pa_tagstruct_\n";
 }
 #endif
