@@ -136,15 +136,15 @@ private:
         case 'm':
             m_Volume.fnSwitchMute();
             break;
-        case 'A':
+        case Keys::kUp:
         case '+':
-        case 'B':
+        case Keys::kDown:
         case '-':
-            m_Volume.fnSetVolume(key == 'A' || key == '+');
+            m_Volume.fnSetVolume(key == Keys::kUp || key == '+');
             break;
-        case 'C':
-        case 'D':
-            m_Volume.fnSetBalance(key == 'C');
+        case Keys::kRight:
+        case Keys::kLeft:
+            m_Volume.fnSetBalance(key == Keys::kRight);
             break;
         default:
             break;

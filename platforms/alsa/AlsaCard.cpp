@@ -56,18 +56,27 @@ bool Control::fnHasSides() const {
 
 bool Control::fnReadRaw(Raw& raw) const {
     raw = {};
-    if (fnIsMute()) {
-        int on = 0;
-        const bool done = m_pElement && snd_mixer_selem_get_playback_switch(
-                                            m_pElement, SND_MIXER_SCHN_MONO, &on) >= 0;
-        raw[0] = on;
-        return done;
-    }
+    if (fnIsMute())
+        return fnReadSwitch(raw[0]);
     return m_pElement &&
            snd_mixer_selem_get_playback_volume(m_pElement, SND_MIXER_SCHN_FRONT_LEFT, raw.data()) >=
                0 &&
            (!fnHasSides() || snd_mixer_selem_get_playback_volume(
                                  m_pElement, SND_MIXER_SCHN_FRONT_RIGHT, &raw[1]) >= 0);
+}
+
+/// A card with a switch for each channel is on as long as one of them can be heard.
+bool Control::fnReadSwitch(long& on) const {
+    bool done = m_pElement != nullptr;
+    for (int i = 0; done && on == 0 && i <= SND_MIXER_SCHN_LAST; ++i) {
+        const auto channel = static_cast<snd_mixer_selem_channel_id_t>(i);
+        int open = 0;
+        if (!snd_mixer_selem_has_playback_channel(m_pElement, channel))
+            continue;
+        done = snd_mixer_selem_get_playback_switch(m_pElement, channel, &open) >= 0;
+        on = open;
+    }
+    return done;
 }
 
 Values Control::fnGet() const {

@@ -43,9 +43,10 @@ public:
     bool m_bPending = false; ///< it has changed, and nobody has been told
 
 private:
-    using Raw = std::array<long, 2>; ///< in the card's steps; of a switch, 1 for on
+    using Raw = std::array<long, 2>; ///< in the card's steps; of a switch, 1 for a channel that is on
     bool fnHasSides() const;
     bool fnReadRaw(Raw& raw) const;
+    bool fnReadSwitch(long& on) const;
     bool fnWriteChannel(snd_mixer_selem_channel_id_t channel, std::uint32_t value) const;
 
     CQ_MIXER_CONTROL m_eType;

@@ -14,7 +14,8 @@
 ///
 /// 0 to 65535 is the card's own range of steps, evenly. A control reads back exactly as it was set
 /// here until somebody else moves it. A control without sides answers a pair with one value; of
-/// more than two channels, each follows its side, and the middle ones the louder side.
+/// more than two channels, each follows its side, and the middle ones the louder side. It is mute
+/// when all its channels are.
 ///
 /// Changes are told when the owner pumps, on the thread that pumps:
 ///

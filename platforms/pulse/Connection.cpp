@@ -1,13 +1,18 @@
 #include "platforms/pulse/Connection.h"
 
 #include <memory>
+#include <utility>
 
 namespace q32::pulse {
 
 namespace {
 
-pa_usec_t fnAfter(std::chrono::microseconds time) {
-    return pa_rtclock_now() + static_cast<pa_usec_t>(time.count());
+/// By the wall's clock, which the loop translates at once: its own takes a context.
+timeval fnAfter(std::chrono::microseconds time) {
+    timeval when;
+    pa_gettimeofday(&when);
+    pa_timeval_add(&when, static_cast<pa_usec_t>(time.count()));
+    return when;
 }
 
 void fnDescribe(pa_proplist& properties, const char* key, const std::string& value) {
@@ -79,7 +84,7 @@ bool Connection::fnConnect() {
     });
     if (!answered && m_pContext == mine) {
         fnFail("The sound server doesn't answer");
-        fnDrop();
+        fnGiveUp();
     }
     return fnGetContext() != nullptr;
 }
@@ -96,15 +101,25 @@ bool Connection::fnBegin() {
     fnDescribe(*properties, PA_PROP_APPLICATION_ICON_NAME, m_Options.m_szIcon);
     m_pContext = pa_context_new_with_proplist(pa_threaded_mainloop_get_api(m_pLoop), nullptr,
                                               properties.get());
-    if (!m_pContext)
+    if (!m_pContext) {
+        fnFail();
+        fnGiveUp();
         return false;
+    }
     pa_context_set_state_callback(m_pContext, fnOnState, this);
     const char* server = m_Options.m_szServer.empty() ? nullptr : m_Options.m_szServer.c_str();
     if (pa_context_connect(m_pContext, server, PA_CONTEXT_NOAUTOSPAWN, nullptr) >= 0)
         return true;
     fnFail();
-    fnDrop();
+    fnGiveUp();
     return false;
+}
+
+/// Drops what came to nothing; who watches has it tried again.
+void Connection::fnGiveUp() {
+    fnDrop();
+    if (m_Changed)
+        fnSeekLater();
 }
 
 void Connection::fnDrop() {
@@ -115,6 +130,7 @@ void Connection::fnDrop() {
     pa_context_disconnect(m_pContext);
     pa_context_unref(m_pContext);
     m_pContext = nullptr;
+    m_bSubscribed = false;
     fnSignal();
 }
 
@@ -133,11 +149,18 @@ void Connection::fnOnState(pa_context* context, void* self) {
 
 void Connection::fnWatch(std::function<void()> changed) {
     m_Changed = std::move(changed);
-    if (m_Changed && fnGetContext())
-        fnSubscribe();
-    if (!m_Changed && m_pRetry) {
-        fnForget(m_pRetry);
-        m_pRetry = nullptr;
+    if (m_Changed) {
+        if (fnGetContext())
+            fnSubscribe();
+        else
+            fnSeekLater();
+        return;
+    }
+    if (pa_time_event* retry = std::exchange(m_pRetry, nullptr))
+        fnForget(retry);
+    if (pa_context* context = fnGetContext()) {
+        pa_context_set_subscribe_callback(context, nullptr, nullptr);
+        fnAskForChanges(PA_SUBSCRIPTION_MASK_NULL);
     }
 }
 
@@ -150,31 +173,43 @@ void Connection::fnSubscribe() {
                 connection->m_Changed();
         },
         this);
-    constexpr auto kWhat = static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SINK |
-                                                               PA_SUBSCRIPTION_MASK_SERVER);
-    if (pa_operation* operation = pa_context_subscribe(m_pContext, kWhat, nullptr, nullptr))
-        pa_operation_unref(operation);
+    if (!fnAskForChanges(PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SERVER))
+        fnSeekLater();
     m_Changed();
+}
+
+bool Connection::fnAskForChanges(int mask) {
+    pa_operation* operation = pa_context_subscribe(
+        m_pContext, static_cast<pa_subscription_mask_t>(mask), nullptr, nullptr);
+    m_bSubscribed = operation && mask != PA_SUBSCRIPTION_MASK_NULL;
+    if (operation)
+        pa_operation_unref(operation);
+    return operation != nullptr;
 }
 
 void Connection::fnSeekLater() {
     if (m_pRetry)
-        pa_context_rttime_restart(m_pContext, m_pRetry, fnAfter(m_Options.m_Retry));
-    else
-        m_pRetry = fnRingAfter(m_Options.m_Retry, fnOnRetry, this);
+        fnForget(m_pRetry);
+    m_pRetry = fnRingAfter(m_Options.m_Retry, fnOnRetry, this);
 }
 
 void Connection::fnOnRetry(pa_mainloop_api*, pa_time_event*, const timeval*, void* self) {
     auto* connection = static_cast<Connection*>(self);
-    if (connection->m_pContext && PA_CONTEXT_IS_GOOD(pa_context_get_state(connection->m_pContext)))
+    if (connection->m_pContext &&
+        PA_CONTEXT_IS_GOOD(pa_context_get_state(connection->m_pContext))) {
+        if (connection->fnGetContext() && !connection->m_bSubscribed)
+            connection->fnSubscribe();
         return;
+    }
     connection->fnDrop();
     connection->fnBegin();
 }
 
 pa_time_event* Connection::fnRingAfter(std::chrono::microseconds time, pa_time_event_cb_t ring,
                                        void* data) {
-    return pa_context_rttime_new(m_pContext, fnAfter(time), ring, data);
+    const timeval when = fnAfter(time);
+    pa_mainloop_api* api = pa_threaded_mainloop_get_api(m_pLoop);
+    return api->time_new(api, &when, ring, data);
 }
 
 bool Connection::fnFinish(pa_operation* operation) {

@@ -58,11 +58,11 @@ public:
 
     /// Has `changed` called on the loop's thread, with the lock held, when the server or a sink may
     /// have changed, and after each connection. From now on a connection that is lost is sought
-    /// again. Null ends it.
+    /// again, once each retry time. Null ends it.
     void fnWatch(std::function<void()> changed);
 
-    /// Has `ring` called once on the loop's thread, after `time`. For a connected context, and also
-    /// for callbacks. The caller gives the event to fnForget.
+    /// Has `ring` called once on the loop's thread, after `time`. Also for callbacks. The caller
+    /// gives the event to fnForget.
     pa_time_event* fnRingAfter(std::chrono::microseconds time, pa_time_event_cb_t ring, void* data);
     void fnForget(pa_time_event* event) { pa_threaded_mainloop_get_api(m_pLoop)->time_free(event); }
 
@@ -92,7 +92,9 @@ private:
 
     bool fnBegin();
     void fnDrop();
+    void fnGiveUp();
     void fnSubscribe();
+    bool fnAskForChanges(int mask);
     void fnSeekLater();
     static void fnOnState(pa_context* context, void* self);
     static void fnOnRetry(pa_mainloop_api* api, pa_time_event* event, const timeval* when,
@@ -103,6 +105,7 @@ private:
     pa_threaded_mainloop* m_pLoop;
     pa_context* m_pContext = nullptr;
     pa_time_event* m_pRetry = nullptr;
+    bool m_bSubscribed = false; ///< the server tells this context of changes
     std::function<void()> m_Changed;
     const char* m_pszError = "";
 };

@@ -58,6 +58,16 @@ struct CqPulseMixers::State {
         }
     }
     void fnCompare(const Levels& levels);
+    /// With the last mixer goes the watch on the server. The lock is held.
+    void fnClose(const std::shared_ptr<Open>& open) {
+        open->m_bClosed = true;
+        std::erase(m_Open, open);
+        if (!m_Open.empty())
+            return;
+        m_pConnection->fnWatch({});
+        fnForgetRead();
+        m_Known.reset();
+    }
     bool fnAsk(const std::function<void(const pa_sink_info&)>& told) {
         const Connection::Lock lock(*m_pConnection);
         return m_pConnection->fnAskSink(told);
@@ -107,8 +117,7 @@ public:
         : m_pState(std::move(state)), m_pOpen(std::move(open)) {}
     ~Mixer() override {
         const Connection::Lock lock(*m_pState->m_pConnection);
-        m_pOpen->m_bClosed = true;
-        std::erase(m_pState->m_Open, m_pOpen);
+        m_pState->fnClose(m_pOpen);
     }
 
     bool fnFindSpeakerLine(CqMixerLine& line) override {
@@ -246,16 +255,18 @@ std::uint32_t CqPulseMixers::fnGetCount() {
 
 std::unique_ptr<CqMixer> CqPulseMixers::fnOpen(std::uint32_t index, Changed changed) {
     return fnGuard(std::unique_ptr<CqMixer>(), [&]() -> std::unique_ptr<CqMixer> {
-        const Connection::Lock lock(*m_pState->m_pConnection);
-        if (index != 0 || !m_pState->m_Event || !m_pState->m_pConnection->fnConnect())
+        if (index != 0 || !m_pState->m_Event)
             return nullptr;
-        m_pState->m_pConnection->fnWatch([state = m_pState.get()] { state->fnRead(); });
+        // Closes what comes to nothing, behind the lock.
+        auto open = std::make_shared<State::Open>(State::Open{std::move(changed)});
+        auto mixer = std::make_unique<Mixer>(m_pState, open);
+        const Connection::Lock lock(*m_pState->m_pConnection);
         if (!m_pState->m_pConnection->fnAskSink([&](const pa_sink_info& sink) {
                 m_pState->fnCompare(fnReadLevels(sink.volume, sink.channel_map, sink.mute != 0));
             }))
             return nullptr;
-        auto open = std::make_shared<State::Open>(State::Open{std::move(changed)});
-        m_pState->m_Open.push_back(open);
-        return std::make_unique<Mixer>(m_pState, std::move(open));
+        m_pState->m_Open.push_back(std::move(open));
+        m_pState->m_pConnection->fnWatch([state = m_pState.get()] { state->fnRead(); });
+        return mixer;
     });
 }

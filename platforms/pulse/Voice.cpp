@@ -170,8 +170,8 @@ void Voice::fnFill(void* room, std::size_t bytes) const {
 void Voice::fnDrain() {
     m_pDrain = pa_stream_drain(
         m_pStream, [](pa_stream*, int, void* self) { static_cast<Voice*>(self)->fnEnd(); }, this);
-    if (!m_pDrain)
-        fnEnd();
+    if (!m_pDrain && !m_pLate)
+        fnEndLate();
 }
 
 /// Gives the block back and has that reported. The lock is held.
@@ -183,14 +183,21 @@ void Voice::fnEnd() {
 }
 
 /// Ends the block itself a while after its last byte: PipeWire's server forgets over a pause that
-/// it has been asked to tell the end.
+/// it has been asked to tell the end. As long as more and more of it is heard it isn't late.
 void Voice::fnEndLate() {
-    const std::uint64_t left = m_nTotal - fnGetHeard();
-    const std::chrono::microseconds time(pa_bytes_to_usec(left, &m_Spec));
+    m_nLateHeard = fnGetHeard();
+    const std::chrono::microseconds time(pa_bytes_to_usec(m_nTotal - m_nLateHeard, &m_Spec));
     m_pLate = m_pConnection->fnRingAfter(
         time + kLate,
         [](pa_mainloop_api*, pa_time_event*, const timeval*, void* self) {
-            static_cast<Voice*>(self)->fnEnd();
+            auto* voice = static_cast<Voice*>(self);
+            const std::uint64_t heard = voice->fnGetHeard();
+            if (heard <= voice->m_nLateHeard || heard == voice->m_nTotal) {
+                voice->fnEnd();
+                return;
+            }
+            voice->fnForgetLate();
+            voice->fnEndLate();
         },
         this);
 }

@@ -54,10 +54,11 @@ private:
     pa_stream* m_pStream = nullptr;
     pa_operation* m_pDrain = nullptr;
     pa_time_event* m_pLate = nullptr;
-    std::uint64_t m_nLength = 0; ///< bytes of one pass
-    std::uint64_t m_nTotal = 0;  ///< bytes of all passes
-    std::uint64_t m_nPlaced = 0; ///< bytes that the server has
-    bool m_bStarted = false;     ///< the server has taken the block
+    std::uint64_t m_nLength = 0;    ///< bytes of one pass
+    std::uint64_t m_nTotal = 0;     ///< bytes of all passes
+    std::uint64_t m_nPlaced = 0;    ///< bytes that the server has
+    std::uint64_t m_nLateHeard = 0; ///< bytes heard when the wait for a late end began
+    bool m_bStarted = false;        ///< the server has taken the block
     bool m_bPaused = false;
     bool m_bClosed = false;
 };

@@ -78,7 +78,8 @@ TEST_F(Alsa, WhatIsSetReachesTheCard) {
     const LabCard card = m_Card.fnGet();
     EXPECT_EQ(card.m_nMaster[0], 31);
     EXPECT_EQ(card.m_nMaster[1], 0);
-    EXPECT_EQ(card.m_nMasterOn, 0);
+    EXPECT_EQ(card.m_nMasterOn[0], 0);
+    EXPECT_EQ(card.m_nMasterOn[1], 0);
     EXPECT_EQ(card.m_nBass, -10);
     EXPECT_EQ(card.m_nTreble, 2);
 }
@@ -98,7 +99,7 @@ TEST_F(Alsa, EachKnobFromOutsideIsToldOnce) {
     card.m_nMaster[0] = 5;
     m_Card.fnTurn(card);
     EXPECT_EQ(fnTakeTold(), Values{kVolume});
-    card.m_nMasterOn = 0;
+    card.m_nMasterOn[0] = card.m_nMasterOn[1] = 0;
     m_Card.fnTurn(card);
     EXPECT_EQ(fnTakeTold(), Values{kMute});
     card.m_nBass = 0;
@@ -106,6 +107,28 @@ TEST_F(Alsa, EachKnobFromOutsideIsToldOnce) {
     m_Card.fnTurn(card);
     EXPECT_EQ(fnTakeTold(), (Values{kBass, kTreble}));
     EXPECT_FALSE(fnIsAwake(50));
+}
+
+TEST_F(Alsa, ACardIsMuteWhenAllItsChannelsAreOff) {
+    LabCard card;
+    card.m_nMasterOn[0] = 0;
+    m_Card.fnTurn(card);
+    EXPECT_EQ(fnGet(kMute), Values{0}) << "the right one is heard";
+    card.m_nMasterOn[1] = 0;
+    m_Card.fnTurn(card);
+    EXPECT_EQ(fnTakeTold(), Values{kMute});
+    EXPECT_EQ(fnGet(kMute), Values{1});
+    card.m_nMasterOn[0] = 1;
+    m_Card.fnTurn(card);
+    EXPECT_EQ(fnTakeTold(), Values{kMute});
+    EXPECT_EQ(fnGet(kMute), Values{0}) << "the left one is heard";
+    card.m_nMasterOn[1] = 1;
+    m_Card.fnTurn(card);
+    EXPECT_FALSE(fnIsAwake(50) && m_pMixers->fnPump() != 0) << "nothing that can be told";
+    EXPECT_TRUE(m_pMixer->fnSetValues(kMute, 1, {1}));
+    EXPECT_EQ(m_Card.fnGet().m_nMasterOn[0] + m_Card.fnGet().m_nMasterOn[1], 0);
+    EXPECT_TRUE(m_pMixer->fnSetValues(kMute, 1, {0}));
+    EXPECT_EQ(m_Card.fnGet().m_nMasterOn[0] + m_Card.fnGet().m_nMasterOn[1], 2);
 }
 
 TEST_F(Alsa, AChangeThatAReadHasMetFirstIsToldAllTheSame) {
@@ -133,6 +156,9 @@ TEST_F(Alsa, AMonoCardAnswersAPairWithOneValue) {
     ASSERT_TRUE(fnOpen("mono"));
     EXPECT_TRUE(m_pMixer->fnSetValues(kVolume, 2, {100, 200}));
     EXPECT_EQ(fnGet(kVolume), Values{100});
+    EXPECT_TRUE(m_pMixer->fnSetValues(kMute, 1, {1}));
+    EXPECT_EQ(fnGet(kMute), Values{1});
+    EXPECT_EQ(m_Card.fnGet().m_nMasterOn[0], 0);
 }
 
 TEST_F(Alsa, WithoutThatCardThereIsNoMixer) {
@@ -162,7 +188,7 @@ TEST_F(Alsa, AReportMayEndTheService) {
         m_pMixers.reset();
     });
     LabCard card;
-    card.m_nMasterOn = 0;
+    card.m_nMasterOn[0] = card.m_nMasterOn[1] = 0;
     card.m_nBass = 0;
     m_Card.fnTurn(card);
     ASSERT_TRUE(fnAwait([&] { return !m_Told.empty(); }, [&] { m_pMixers->fnPump(); }));

@@ -28,7 +28,7 @@ constexpr Knob kKnobs[] = {{"Master Playback Volume", false, offsetof(LabCard, m
                            {"Master Playback Switch", true, offsetof(LabCard, m_nMasterOn), 0, 1},
                            {"Tone Control - Bass", false, offsetof(LabCard, m_nBass), -10, 14},
                            {"Tone Control - Treble", false, offsetof(LabCard, m_nTreble), -10, 14}};
-constexpr int kWithoutTone = 2;
+constexpr int kTone = 2; ///< those before it are the master's
 
 struct Card {
     snd_ctl_ext_t m_Ext;
@@ -38,7 +38,7 @@ struct Card {
     bool m_bEvents;
     LabCard m_Seen;
 
-    unsigned int fnCount(snd_ctl_ext_key_t key) const { return key == 0 ? m_nChannels : 1; }
+    unsigned int fnCount(snd_ctl_ext_key_t key) const { return key < kTone ? m_nChannels : 1; }
     int fnRead(LabCard& state) const {
         const bool whole = ::pread(m_nFile, &state, sizeof state, 0) == sizeof state;
         return whole && state.m_nGone == 0 ? 0 : -ENODEV;
@@ -179,7 +179,7 @@ SND_CTL_PLUGIN_DEFINE_FUNC(lab) {
         tone = snd_config_get_bool(entry);
     auto* card = new Card();
     card->m_nFile = ::open(file, O_RDWR | O_CLOEXEC);
-    card->m_nKnobs = tone ? static_cast<int>(std::size(kKnobs)) : kWithoutTone;
+    card->m_nKnobs = tone ? static_cast<int>(std::size(kKnobs)) : kTone;
     card->m_nChannels = static_cast<unsigned int>(channels);
     snd_ctl_ext_t& ext = card->m_Ext;
     ext.version = SND_CTL_EXT_VERSION;

@@ -1,70 +1,211 @@
 // The example as people run it, on a server of the test's own.
+#include "platforms/posix/posix.h"
+#include "plugins/PictureFile.h"
+#include "q32Base/q32Base.h"
 #include "tests/platforms/PulseWorld.h"
 
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <poll.h>
+#include <string_view>
+#include <termios.h>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace {
 
 namespace fs = std::filesystem;
+
+/// A stream with two ends, the test's and the player's.
+class Stream {
+public:
+    Stream(int mine, int players) : m_nMine(mine), m_nPlayers(players) {}
+    static Stream fnToPlayer() {
+        int ends[2] = {-1, -1};
+        EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+        return {ends[1], ends[0]};
+    }
+    static Stream fnFromPlayer() {
+        int ends[2] = {-1, -1};
+        EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+        return {ends[0], ends[1]};
+    }
+    /// A terminal, whose player's end says what is set there.
+    static Stream fnTerminal() {
+        const int mine = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        EXPECT_EQ(::grantpt(mine) + ::unlockpt(mine), 0);
+        char name[64] = "";
+        EXPECT_EQ(::ptsname_r(mine, name, sizeof name), 0);
+        return {mine, ::open(name, O_RDWR | O_NOCTTY | O_CLOEXEC)};
+    }
+    Stream(const Stream&) = delete;
+    Stream& operator=(const Stream&) = delete;
+    ~Stream() {
+        fnClose(m_nMine);
+        fnClose(m_nPlayers);
+    }
+
+    int fnGetPlayers() const { return m_nPlayers; }
+    /// The player alone holds its end from now on.
+    void fnGive() { fnClose(m_nPlayers); }
+    /// Nothing more will come.
+    void fnEnd() { fnClose(m_nMine); }
+    void fnWrite(std::string_view text) const {
+        EXPECT_EQ(::write(m_nMine, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    }
+    /// Reads until there is no more to come.
+    std::string fnReadAll() {
+        while (fnReadMore())
+            ;
+        return m_szRead;
+    }
+    /// Reads until the text has come, and forgets all up to its end.
+    bool fnAwait(std::string_view text) {
+        for (;;) {
+            const std::size_t at = m_szRead.find(text);
+            if (at != std::string::npos) {
+                m_szRead.erase(0, at + text.size());
+                return true;
+            }
+            if (!fnReadMore())
+                return false;
+        }
+    }
+
+private:
+    static void fnClose(int& end) {
+        if (end >= 0)
+            ::close(std::exchange(end, -1));
+    }
+    bool fnReadMore() {
+        pollfd event = {m_nMine, POLLIN, 0};
+        if (::poll(&event, 1, 20'000) <= 0)
+            return false;
+        char piece[4096];
+        const ssize_t count = ::read(m_nMine, piece, sizeof piece);
+        if (count > 0)
+            m_szRead.append(piece, static_cast<std::size_t>(count));
+        return count > 0;
+    }
+
+    int m_nMine;
+    int m_nPlayers;
+    std::string m_szRead;
+};
 
 class Player : public PulseTest {
 protected:
     Player() {
         char folder[] = "/tmp/q32playerXXXXXX";
         m_Folder = ::mkdtemp(folder);
-        std::ofstream file(m_Folder / "sound.wav", std::ios::binary);
-        const auto put = [&](std::uint32_t value, std::streamsize bytes) {
-            file.write(reinterpret_cast<const char*>(&value), bytes);
-        };
-        file << "RIFF";
-        put(static_cast<std::uint32_t>(36 + m_Sound.m_Samples.size()), 4);
-        file << "WAVEfmt ";
-        put(16, 4);
-        file.write(reinterpret_cast<const char*>(&kSinkFormat), 16);
-        file << "data";
-        put(static_cast<std::uint32_t>(m_Sound.m_Samples.size()), 4);
-        file << m_Sound.m_Samples;
+        s_pServer->fnRestore();
+        fnWriteSound(m_Sound.m_Samples);
     }
     ~Player() override {
         std::error_code ignored;
         fs::remove_all(m_Folder, ignored);
     }
 
-    ChildProcess fnRun(std::vector<std::string> arguments, const std::string& server) {
+    void fnWriteSound(const std::string& samples) const {
+        std::ofstream file(m_Folder / "sound.wav", std::ios::binary);
+        const auto put = [&](std::uint32_t value, std::streamsize bytes) {
+            file.write(reinterpret_cast<const char*>(&value), bytes);
+        };
+        file << "RIFF";
+        put(static_cast<std::uint32_t>(36 + samples.size()), 4);
+        file << "WAVEfmt ";
+        put(16, 4);
+        file.write(reinterpret_cast<const char*>(&kSinkFormat), 16);
+        file << "data";
+        put(static_cast<std::uint32_t>(samples.size()), 4);
+        file << samples;
+    }
+    std::string fnSoundPath() const { return (m_Folder / "sound.wav").string(); }
+
+    ChildProcess fnRun(std::vector<std::string> arguments, const std::string& server,
+                       const ChildProcess::Streams& streams = {}) {
         arguments.insert(arguments.begin(), Q32_TEST_PLAYER);
-        arguments.push_back((m_Folder / "sound.wav").string());
         std::vector<std::string> environment = s_pServer->fnGetEnvironment();
         environment.push_back("PULSE_SERVER=" + server);
-        return {arguments, environment};
+        return {arguments, environment, streams};
     }
-
+    ChildProcess fnPlay(std::vector<std::string> arguments = {},
+                        const ChildProcess::Streams& streams = {}) {
+        arguments.push_back(fnSoundPath());
+        return fnRun(arguments, s_pServer->fnGetAddress(), streams);
+    }
     /// Runs it with keys that come through a pipe, which then ends.
     int fnObey(const std::string& keys) {
-        const std::string sound = (m_Folder / "sound.wav").string();
-        std::vector<std::string> environment = s_pServer->fnGetEnvironment();
-        environment.push_back("PULSE_SERVER=" + s_pServer->fnGetAddress());
-        const std::string command =
-            "printf '" + keys + "' | '" Q32_TEST_PLAYER "' --loop '" + sound + "'";
-        return ChildProcess({"/bin/sh", "-c", command}, environment).fnWait();
+        Stream input = Stream::fnToPlayer();
+        input.fnWrite(keys);
+        ChildProcess player = fnPlay({"--loop"}, {.m_nInput = input.fnGetPlayers()});
+        input.fnEnd();
+        return player.fnWait();
+    }
+    /// What it says of itself on its way to `code`.
+    std::string fnSays(const std::vector<std::string>& arguments, int code) {
+        Stream said = Stream::fnFromPlayer();
+        ChildProcess player =
+            fnRun(arguments, "unix:/nowhere/native", {.m_nError = said.fnGetPlayers()});
+        said.fnGive();
+        const std::string text = said.fnReadAll();
+        EXPECT_EQ(player.fnWait(), code) << text;
+        return text;
     }
 
     fs::path m_Folder;
     TestSound m_Sound{150 * kBytesPerMs};
 };
 
+/// A player that loops and gets its keys one after the other.
+class PlayerKeys : public Player {
+protected:
+    void SetUp() override {
+        m_Player = fnPlay({"--loop"}, {.m_nInput = m_Input.fnGetPlayers()});
+        m_Input.fnGive();
+        ASSERT_TRUE(fnAwaitStreams("Corked: no"));
+    }
+    void fnPress(std::string_view keys) const { m_Input.fnWrite(keys); }
+
+    static bool fnAwaitControl(const std::vector<std::string>& arguments, const std::string& text) {
+        return fnAwait(
+            [&] { return s_pServer->fnControl(arguments).find(text) != std::string::npos; });
+    }
+    static bool fnAwaitStreams(const std::string& text) {
+        return fnAwaitControl({"list", "sink-inputs"}, text);
+    }
+    static bool fnAwaitMute(const std::string& is) {
+        return fnAwaitControl({"get-sink-mute", "lab"}, "Mute: " + is);
+    }
+    /// Waits for the volume of the two sides, of 65535; the server's own scale ends at 65536.
+    static bool fnAwaitVolume(std::uint64_t left, std::uint64_t right) {
+        const auto scale = [](std::uint64_t value) {
+            return std::to_string((value * 65536 + 32767) / 65535) + ' ';
+        };
+        return fnAwait([&] {
+            const std::string shown = s_pServer->fnControl({"get-sink-volume", "lab"});
+            return shown.find("front-left: " + scale(left)) != std::string::npos &&
+                   shown.find("front-right: " + scale(right)) != std::string::npos;
+        });
+    }
+
+    Stream m_Input = Stream::fnToPlayer();
+    ChildProcess m_Player;
+};
+
 } // namespace
 
 TEST_F(Player, PlaysAFileToItsEnd) {
     SoundRecorder recorder(*s_pServer);
-    EXPECT_EQ(fnRun({}, s_pServer->fnGetAddress()).fnWait(), 0);
+    EXPECT_EQ(fnPlay().fnWait(), 0);
     EXPECT_TRUE(fnAwait([&] { return fnCount(recorder.fnGetBytes(), m_Sound.m_Samples) == 1; }));
 }
 
 TEST_F(Player, ASignalEndsALoopInOrder) {
     SoundRecorder recorder(*s_pServer);
-    ChildProcess player = fnRun({"--loop"}, s_pServer->fnGetAddress());
+    ChildProcess player = fnPlay({"--loop"});
     EXPECT_TRUE(fnAwait([&] { return fnCount(recorder.fnGetBytes(), m_Sound.m_Samples) >= 2; }));
     EXPECT_TRUE(player.fnIsRunning());
     player.fnSignal(SIGTERM);
@@ -72,16 +213,169 @@ TEST_F(Player, ASignalEndsALoopInOrder) {
 }
 
 TEST_F(Player, EndsWhenItStandsStillAndNoKeyCanCome) {
-    EXPECT_EQ(fnObey("s"), 0);
-    EXPECT_EQ(fnObey(" "), 0);
-    EXPECT_EQ(fnObey("ss s"), 0);
-    EXPECT_EQ(fnObey("q"), 0);
+    for (const char* keys : {"s", " ", "ss s", "q", "\x1b", "sp", "ls"})
+        EXPECT_EQ(fnObey(keys), 0) << keys;
 }
 
-TEST_F(Player, WithoutADeviceItFailsButDrawsThePicture) {
+TEST_F(Player, SaysWhatItCantDo) {
+    const std::string sound = fnSoundPath();
+    EXPECT_EQ(fnSays({sound}, 1),
+              "There is no sound device that plays this: Connection refused.\n");
+    const std::string missing = (m_Folder / "missing.wav").string();
+    EXPECT_EQ(fnSays({missing}, 1), missing + ": can't be read or written (message -3)\n");
+    EXPECT_EQ(fnSays({"--picture", "sound.xyz", sound}, 1),
+              "sound.xyz: not the name of a picture\n");
+    EXPECT_EQ(fnSays({"--picture", "/nowhere/sound.png", sound}, 1),
+              "/nowhere/sound.png: can't be read or written (message -5)\n");
+    for (const std::vector<std::string>& wrong :
+         {std::vector<std::string>{}, {"--unknown", sound}, {sound, sound}, {sound, "--picture"}})
+        EXPECT_TRUE(fnSays(wrong, 2).starts_with("usage: player "));
+}
+
+TEST_F(Player, SaysWhatItPlays) {
+    Stream said = Stream::fnFromPlayer();
+    ChildProcess player = fnPlay({}, {.m_nOutput = said.fnGetPlayers()});
+    said.fnGive();
+    EXPECT_EQ(said.fnReadAll(),
+              fnSoundPath() + ": 2 channels of 16 bits, 44100 Hz, 6600 frames\n\n")
+        << "and no line of state where there is no terminal";
+    EXPECT_EQ(player.fnWait(), 0);
+}
+
+namespace {
+
+/// The rows of a column that aren't black, all of which must be green.
+std::vector<int> fnGreenRows(CqImage& image, int x) {
+    std::vector<int> rows;
+    for (int y = 0; y < static_cast<int>(image.Height); ++y) {
+        const CqColor color = image.fnGetPixelColor(x, y);
+        EXPECT_EQ(color.m_Red + color.m_Blue, 0);
+        if (color.m_Green != 0)
+            rows.push_back(y);
+    }
+    return rows;
+}
+
+} // namespace
+
+TEST_F(Player, WithoutADeviceItFailsButThePictureShowsTheSound) {
+    // 8 frames a column; the first half is silent.
+    constexpr std::int16_t kLoud = 30000;
+    std::string samples(8000 * 4, '\0');
+    for (std::size_t at = samples.size() / 2; at < samples.size(); at += sizeof kLoud)
+        std::memcpy(samples.data() + at, &kLoud, sizeof kLoud);
+    fnWriteSound(samples);
     const std::string picture = (m_Folder / "sound.png").string();
-    EXPECT_EQ(fnRun({"--picture", picture}, "unix:/nowhere/native").fnWait(), 1);
-    EXPECT_GT(fs::file_size(picture), 100u);
-    EXPECT_EQ(fnRun({"--no-play", "--picture", picture}, "unix:/nowhere/native").fnWait(), 0);
-    EXPECT_EQ(fnRun({"--unknown"}, "unix:/nowhere/native").fnWait(), 2);
+    fnSays({"--picture", picture, fnSoundPath()}, 1);
+    ASSERT_TRUE(q32Attach(q32PosixPlatform()));
+    {
+        CqImage image;
+        ASSERT_TRUE(q32ReadPicture(picture.c_str(), image).fnIsDone());
+        EXPECT_EQ(image.Width, 1000u);
+        EXPECT_EQ(image.Height, 200u);
+        // Each channel has a band of 100 rows, with silence in its middle: 32767 * 100 / 65535. The
+        // bar of a sample ends (65535 - 62768) * 100 / 65535 rows from its band's ends.
+        const std::vector<int> flat = {49, 149};
+        std::vector<int> tall;
+        for (const int band : {0, 100})
+            for (int y = 4; y <= 96; ++y)
+                tall.push_back(band + y);
+        for (int x = 0; x < 1000; ++x)
+            ASSERT_EQ(fnGreenRows(image, x), x < 500 ? flat : tall) << x;
+    }
+    q32Detach();
+    const std::string again = (m_Folder / "again.png").string();
+    EXPECT_EQ(fnSays({"--no-play", "--picture", again, fnSoundPath()}, 0), "");
+    EXPECT_EQ(fs::file_size(again), fs::file_size(picture));
+}
+
+TEST_F(PlayerKeys, PlusAndMinusTurnTheVolumeAndSoDoUpAndDown) {
+    fnPress("-");
+    EXPECT_TRUE(fnAwaitVolume(247 * 256, 247 * 256));
+    fnPress("\x1b[B");
+    EXPECT_TRUE(fnAwaitVolume(239 * 256, 239 * 256));
+    fnPress("\x1bOA");
+    EXPECT_TRUE(fnAwaitVolume(247 * 256, 247 * 256));
+    fnPress("+");
+    EXPECT_TRUE(fnAwaitVolume(255 * 256, 255 * 256));
+}
+
+TEST_F(PlayerKeys, LeftAndRightMoveTheBalance) {
+    fnPress("\x1b[C");
+    EXPECT_TRUE(fnAwaitVolume((255 - 136) * 255 * 2, 255 * 256));
+    fnPress("\x1b[D");
+    EXPECT_TRUE(fnAwaitVolume(255 * 256, 255 * 256));
+    fnPress("\x1b[D");
+    EXPECT_TRUE(fnAwaitVolume(255 * 256, 120 * 255 * 2));
+}
+
+TEST_F(PlayerKeys, MMutesAndMAgainEndsThat) {
+    fnPress("m");
+    EXPECT_TRUE(fnAwaitMute("yes"));
+    fnPress("m");
+    EXPECT_TRUE(fnAwaitMute("no"));
+}
+
+TEST_F(PlayerKeys, SpacePausesStopFallsSilentAndPlayEndsWithTheSound) {
+    fnPress(" ");
+    EXPECT_TRUE(fnAwaitStreams("Corked: yes"));
+    fnPress(" ");
+    EXPECT_TRUE(fnAwaitStreams("Corked: no"));
+    fnPress("s");
+    EXPECT_TRUE(fnAwait([] { return s_pServer->fnControl({"list", "sink-inputs"}).empty(); }));
+    EXPECT_TRUE(m_Player.fnIsRunning());
+    fnPress("l");
+    EXPECT_TRUE(fnAwaitStreams("Corked: no"));
+    fnPress("p");
+    EXPECT_EQ(m_Player.fnWait(), 0) << "by itself, since it loops no more";
+}
+
+TEST_F(PlayerKeys, NoKeyOfABurstIsLost) {
+    fnPress("--\x1b[B\x1b[B\x1b[5~\x1b[1;5P?m\x1b[D-");
+    EXPECT_TRUE(fnAwaitVolume(215 * 256, 120 * 215 * 2));
+    EXPECT_TRUE(fnAwaitMute("yes"));
+    fnPress("\x1b[C" + std::string(300, '-'));
+    EXPECT_TRUE(fnAwaitVolume(0, 0));
+    fnPress("+mq-");
+    EXPECT_EQ(m_Player.fnWait(), 0);
+    EXPECT_TRUE(fnAwaitMute("no"));
+    EXPECT_TRUE(fnAwaitVolume(8 * 256, 8 * 256)) << "no key counts behind the end";
+}
+
+TEST_F(PlayerKeys, AnArrowThatComesInPiecesIsNoEscape) {
+    for (const char* piece : {"\x1b", "[", "B"})
+        fnPress(piece);
+    EXPECT_TRUE(fnAwaitVolume(247 * 256, 247 * 256));
+    EXPECT_TRUE(m_Player.fnIsRunning());
+    fnPress("\x1b");
+    EXPECT_EQ(m_Player.fnWait(), 0) << "Esc alone ends";
+}
+
+TEST_F(Player, OnATerminalALineTellsWhatHappens) {
+    Stream terminal = Stream::fnTerminal();
+    const int end = terminal.fnGetPlayers();
+    std::vector<std::string> environment = s_pServer->fnGetEnvironment();
+    environment.push_back("PULSE_SERVER=" + s_pServer->fnGetAddress());
+    ChildProcess player({"setsid", "--ctty", Q32_TEST_PLAYER, "--loop", fnSoundPath()}, environment,
+                        {.m_nInput = end, .m_nOutput = end, .m_nError = end});
+    EXPECT_TRUE(terminal.fnAwait("6600 frames\r\n"));
+    EXPECT_TRUE(terminal.fnAwait("\rplaying in a loop    0."));
+    EXPECT_TRUE(terminal.fnAwait(" of 0.15 s  volume 255  balance 128\x1b[K"));
+    const auto fnIsEchoing = [&] {
+        termios mode{};
+        EXPECT_EQ(::tcgetattr(end, &mode), 0);
+        return (mode.c_lflag & (ICANON | ECHO)) == (ICANON | ECHO);
+    };
+    EXPECT_FALSE(fnIsEchoing());
+    terminal.fnWrite("\x1b[B\x1b[Cm");
+    EXPECT_TRUE(terminal.fnAwait("volume 247  balance 136  mute\x1b[K"));
+    terminal.fnWrite(" ");
+    EXPECT_TRUE(terminal.fnAwait("\rpaused  in a loop    0."));
+    terminal.fnWrite("s");
+    EXPECT_TRUE(terminal.fnAwait("\rstopped in a loop    0.00 of 0.15 s"));
+    s_pServer->fnControl({"set-sink-volume", "lab", "50%"});
+    EXPECT_TRUE(terminal.fnAwait("volume 128  balance 128  mute\x1b[K")) << "another's hand";
+    terminal.fnWrite("q");
+    EXPECT_EQ(player.fnWait(), 0);
+    EXPECT_TRUE(fnIsEchoing());
 }

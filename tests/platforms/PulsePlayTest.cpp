@@ -1,3 +1,4 @@
+#include "tests/platforms/PulseFaults.h"
 #include "tests/platforms/PulseWorld.h"
 
 #include <algorithm>
@@ -10,6 +11,8 @@ using std::chrono::milliseconds;
 
 class PulsePlay : public PulseTest {
 protected:
+    explicit PulsePlay(const CqPulseOptions& options = fnOptions()) : m_Pulse(q32Pulse(options)) {}
+
     /// Waits for silence behind what was heard, and gives it.
     std::string fnHear() {
         m_Recorder.fnWaitForMore(150 * kBytesPerMs);
@@ -26,22 +29,37 @@ protected:
         return fnAwait(
             [&] { return fnTrim(m_Recorder.fnGetBytes().substr(m_nTakeFrom)).size() >= bytes; });
     }
-    /// A machine under load now and then lets the server itself run dry, which is heard as a gap.
-    /// What the back end does wrong is heard in every take.
+    /// A gap fails at the first take, unless the server tells that it has run dry: that is the
+    /// machine's doing, and calls for another take. PipeWire doesn't tell all of them.
     template <typename Take>
     bool fnIsCleanInATake(Take take) {
         for (int i = 0; i < 6; ++i) {
             m_nTakeFrom = m_Recorder.fnGetSize() / 4 * 4;
+            const std::size_t underflows = fnCountUnderflows();
             if (take())
                 return true;
+            if (fnCountUnderflows() == underflows && !SoundServer::fnIsPipeWire())
+                return false;
         }
         return false;
     }
-
     SoundRecorder m_Recorder{*s_pServer};
     std::size_t m_nTakeFrom = 0;
-    CqPulse m_Pulse = q32Pulse(fnOptions());
+    CqPulse m_Pulse;
     CqPulseWaveOut& m_Sound = *m_Pulse.m_pWaveOut;
+};
+
+/// What is to be heard without a gap. It has more ready at the server than a machine under load
+/// makes wait for the next piece.
+class PulseGapless : public PulsePlay {
+protected:
+    PulseGapless() : PulsePlay(fnRelaxed()) {}
+
+    static CqPulseOptions fnRelaxed() {
+        CqPulseOptions options = fnOptions();
+        options.m_Latency = milliseconds(300);
+        return options;
+    }
 };
 
 /// Whether `heard` is `samples` again and again.
@@ -61,19 +79,22 @@ TEST_F(PulsePlay, ABlockIsHeardSampleForSampleAndItsEndReportedOnce) {
     ASSERT_TRUE(sound.fnStart(m_Sound)) << m_Sound.fnGetError();
     EXPECT_EQ(sound.m_nReports, 0);
     ASSERT_TRUE(sound.fnAwaitEnd());
-    EXPECT_GE(Clock::now() - start, milliseconds(190)) << "not before it was heard";
+    EXPECT_GE(Clock::now() - start, milliseconds(150)) << "less than what the output takes ahead";
     EXPECT_TRUE(fnHearSamples() == sound.m_Samples);
     EXPECT_EQ(sound.m_nReports, 1);
     EXPECT_TRUE(sound.m_pDevice->fnUnprepare(sound.m_Header));
     EXPECT_EQ(m_Sound.fnGetPosition(), 0u);
+}
+
+TEST_F(PulseGapless, ABlockIsHeardAsItIs) {
     EXPECT_TRUE(fnIsCleanInATake([&] {
-        TestSound again(100 * kBytesPerMs);
-        EXPECT_TRUE(again.fnStart(m_Sound) && again.fnAwaitEnd());
-        return fnHear() == again.m_Samples;
+        TestSound sound(500 * kBytesPerMs);
+        EXPECT_TRUE(sound.fnStart(m_Sound) && sound.fnAwaitEnd());
+        return fnHear() == sound.m_Samples;
     }));
 }
 
-TEST_F(PulsePlay, BlocksShorterThanTheLatencyAreHeardWhole) {
+TEST_F(PulseGapless, BlocksShorterThanTheLatencyAreHeardWhole) {
     for (const std::size_t bytes : {4u, 400u, 4000u}) {
         EXPECT_TRUE(fnIsCleanInATake([&] {
             TestSound sound(bytes, static_cast<unsigned>(bytes));
@@ -84,22 +105,24 @@ TEST_F(PulsePlay, BlocksShorterThanTheLatencyAreHeardWhole) {
 }
 
 TEST_F(PulsePlay, ADevicePlaysOneBlockAfterTheOther) {
-    TestSound sound(40 * kBytesPerMs);
-    ASSERT_TRUE(sound.fnOpen(m_Sound));
-    for (int i = 1; i <= 3; ++i) {
-        ASSERT_TRUE(sound.m_pDevice->fnWrite(sound.m_Header));
-        EXPECT_FALSE(sound.m_pDevice->fnWrite(sound.m_Header)) << "it plays";
-        ASSERT_TRUE(sound.fnAwaitEnd(i));
-    }
-    EXPECT_TRUE(fnHearSamples() == sound.m_Samples + sound.m_Samples + sound.m_Samples);
-    EXPECT_EQ(sound.m_nReports, 3);
+    EXPECT_TRUE(fnIsCleanInATake([&] {
+        TestSound sound(40 * kBytesPerMs);
+        EXPECT_TRUE(sound.fnOpen(m_Sound));
+        for (int i = 1; i <= 3; ++i) {
+            EXPECT_TRUE(sound.m_pDevice->fnWrite(sound.m_Header));
+            EXPECT_FALSE(sound.m_pDevice->fnWrite(sound.m_Header)) << "it plays";
+            EXPECT_TRUE(sound.fnAwaitEnd(i));
+        }
+        EXPECT_EQ(sound.m_nReports, 3);
+        return fnHearSamples() == sound.m_Samples + sound.m_Samples + sound.m_Samples;
+    }));
 }
 
-TEST_F(PulsePlay, ALoopHasNoGapOrRepeatAtItsSeam) {
+TEST_F(PulseGapless, ALoopHasNoGapOrRepeatAtItsSeam) {
     EXPECT_TRUE(fnIsCleanInATake([&] {
         TestSound sound(30 * kBytesPerMs);
         sound.fnLoop(0xFFFFFFFFu);
-        EXPECT_TRUE(sound.fnStart(m_Sound) && fnAwaitSound(400 * kBytesPerMs));
+        EXPECT_TRUE(sound.fnStart(m_Sound) && fnAwaitSound(600 * kBytesPerMs));
         EXPECT_EQ(sound.m_nReports, 0);
         EXPECT_TRUE(sound.m_pDevice->fnReset() && sound.fnAwaitEnd());
         EXPECT_EQ(sound.m_nReports, 1);
@@ -107,17 +130,17 @@ TEST_F(PulsePlay, ALoopHasNoGapOrRepeatAtItsSeam) {
     }));
 }
 
-TEST_F(PulsePlay, ALoopOfOneFrameIsHeardWithoutAGap) {
+TEST_F(PulseGapless, ALoopOfOneFrameIsHeardWithoutAGap) {
     EXPECT_TRUE(fnIsCleanInATake([&] {
         TestSound sound(4);
         sound.fnLoop(0xFFFFFFFFu);
-        EXPECT_TRUE(sound.fnStart(m_Sound) && fnAwaitSound(200 * kBytesPerMs));
+        EXPECT_TRUE(sound.fnStart(m_Sound) && fnAwaitSound(600 * kBytesPerMs));
         sound.m_pDevice.reset();
         return fnIsLoop(fnHear(), sound.m_Samples);
     }));
 }
 
-TEST_F(PulsePlay, ALoopIsHeardAsOftenAsItSays) {
+TEST_F(PulseGapless, ALoopIsHeardAsOftenAsItSays) {
     EXPECT_TRUE(fnIsCleanInATake([&] {
         TestSound sound(30 * kBytesPerMs);
         sound.fnLoop(3);
@@ -204,7 +227,7 @@ TEST_F(PulsePlay, APausedDeviceTakesABlockAndKeepsIt) {
     const auto start = Clock::now();
     ASSERT_TRUE(sound.m_pDevice->fnRestart());
     ASSERT_TRUE(fnAwait([&] { return m_Sound.fnGetPosition() > 100 * kBytesPerMs; }));
-    EXPECT_GE(Clock::now() - start, milliseconds(80)) << "not before it was heard";
+    EXPECT_GE(Clock::now() - start, milliseconds(50)) << "less than what the output takes ahead";
     ASSERT_TRUE(sound.fnAwaitEnd());
     EXPECT_TRUE(fnHearSamples() == sound.m_Samples);
 }

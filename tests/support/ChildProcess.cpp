@@ -23,11 +23,19 @@ std::vector<char*> fnMakeArray(const std::vector<std::string>& texts) {
 
 ChildProcess::ChildProcess(const std::vector<std::string>& arguments,
                            const std::vector<std::string>& environment, Output output) {
-    std::vector<char*> argv = fnMakeArray(arguments);
-    std::vector<char*> envp = fnMakeArray(environment);
     int ends[2] = {-1, -1};
     if (output == Output::PIPE && ::pipe2(ends, O_CLOEXEC) != 0)
         throw std::runtime_error("no pipe");
+    m_nOutput = ends[0];
+    fnStart(arguments, environment, {.m_nOutput = ends[1]});
+    if (output == Output::PIPE)
+        ::close(ends[1]);
+}
+
+void ChildProcess::fnStart(const std::vector<std::string>& arguments,
+                           const std::vector<std::string>& environment, const Streams& streams) {
+    std::vector<char*> argv = fnMakeArray(arguments);
+    std::vector<char*> envp = fnMakeArray(environment);
     const int nothing = ::open("/dev/null", O_RDWR | O_CLOEXEC);
     const pid_t parent = ::getpid();
     m_nPid = ::fork();
@@ -36,16 +44,14 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments,
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
         if (::getppid() != parent)
             ::_exit(127);
-        ::dup2(nothing, STDIN_FILENO);
-        ::dup2(output == Output::PIPE ? ends[1] : nothing, STDOUT_FILENO);
-        ::dup2(nothing, STDERR_FILENO);
+        const auto give = [&](int own, int as) { ::dup2(own >= 0 ? own : nothing, as); };
+        give(streams.m_nInput, STDIN_FILENO);
+        give(streams.m_nOutput, STDOUT_FILENO);
+        give(streams.m_nError, STDERR_FILENO);
         ::execvpe(argv[0], argv.data(), envp.data());
         ::_exit(127);
     }
     ::close(nothing);
-    if (output == Output::PIPE)
-        ::close(ends[1]);
-    m_nOutput = ends[0];
     if (m_nPid < 0)
         throw std::runtime_error(std::strerror(errno));
 }

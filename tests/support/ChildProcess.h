@@ -10,12 +10,22 @@
 class ChildProcess {
 public:
     enum class Output { NONE, PIPE };
+    /// The caller's descriptors that the program gets; -1: nothing.
+    struct Streams {
+        int m_nInput = -1;
+        int m_nOutput = -1;
+        int m_nError = -1;
+    };
 
     ChildProcess() = default;
     /// @param environment  all of it, as NAME=value
     /// Throws std::runtime_error.
     ChildProcess(const std::vector<std::string>& arguments,
                  const std::vector<std::string>& environment, Output output = Output::NONE);
+    ChildProcess(const std::vector<std::string>& arguments,
+                 const std::vector<std::string>& environment, const Streams& streams) {
+        fnStart(arguments, environment, streams);
+    }
     ChildProcess(ChildProcess&& other) noexcept { fnSwap(other); }
     ChildProcess& operator=(ChildProcess&& other) noexcept {
         fnSwap(other);
@@ -32,6 +42,8 @@ public:
     int fnGetOutput() const { return m_nOutput; }
 
 private:
+    void fnStart(const std::vector<std::string>& arguments,
+                 const std::vector<std::string>& environment, const Streams& streams);
     void fnSwap(ChildProcess& other) noexcept;
 
     pid_t m_nPid = -1;

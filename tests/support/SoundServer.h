@@ -19,6 +19,7 @@ public:
     SoundServer(const SoundServer&) = delete;
     SoundServer& operator=(const SoundServer&) = delete;
 
+    static bool fnIsPipeWire();
     const std::string& fnGetAddress() const { return m_szAddress; }
     /// Runs the server's own tool and gives its output. Throws std::runtime_error when that fails.
     std::string fnControl(const std::vector<std::string>& arguments);

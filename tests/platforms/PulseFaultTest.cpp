@@ -1,0 +1,374 @@
+// What happens when a call of libpulse fails that never does so by itself.
+#include "tests/platforms/PulseFaults.h"
+#include "tests/platforms/PulseWorld.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+using Values = std::vector<std::uint32_t>;
+
+constexpr std::uint32_t kVolume = 1;
+constexpr std::uint32_t kMute = 2;
+
+constexpr const char* kHost = "A host of the test";
+
+CqPulseOptions fnRetrying(CqPulseOptions options) {
+    options.m_Retry = milliseconds(20);
+    options.m_Patience = milliseconds(1000);
+    options.m_szApplication = kHost;
+    return options;
+}
+
+/// All that a host does with the services, and what came of it.
+struct HostsDay {
+    explicit HostsDay(const CqPulseOptions& options) : m_Pulse(q32Pulse(options)) {}
+
+    void fnNote(const char* what, bool done) {
+        if (!done)
+            m_Failed += what;
+    }
+    void fnLive() {
+        m_pMixer = m_Pulse.m_pMixers->fnOpen(0, [this](std::uint32_t) { ++m_nTold; });
+        fnNote("open mixer;", m_pMixer != nullptr);
+        if (m_pMixer) {
+            Values values(2);
+            fnNote("set volume;", m_pMixer->fnSetValues(kVolume, 2, {32768, 16384}));
+            fnNote("get volume;", m_pMixer->fnGetValues(kVolume, 2, values));
+            fnNote("set mute;", m_pMixer->fnSetValues(kMute, 1, {1}));
+        }
+        TestSound sound(4000);
+        fnNote("open;", sound.fnOpen(*m_Pulse.m_pWaveOut));
+        const bool playing = sound.m_pDevice && sound.m_pDevice->fnWrite(sound.m_Header);
+        if (sound.m_pDevice)
+            fnNote("write;", playing);
+        const DWORD queued = sound.m_Header.dwFlags & 0x10;
+        if (playing) {
+            fnNote("pause;", sound.m_pDevice->fnPause());
+            m_Pulse.m_pWaveOut->fnGetPosition();
+            if (!sound.m_pDevice->fnRestart()) {
+                fnNote("restart;", false);
+                EXPECT_TRUE(sound.m_pDevice->fnRestart()) << "at the second time";
+            }
+            EXPECT_TRUE(sound.fnAwaitEnd());
+        } else {
+            EXPECT_EQ(queued, 0u) << "it isn't the device's";
+        }
+        sound.m_pDevice.reset();
+        EXPECT_EQ(sound.m_nReports, playing ? 1 : 0);
+    }
+
+    CqPulse m_Pulse;
+    std::unique_ptr<CqMixer> m_pMixer;
+    std::atomic<int> m_nTold{0};
+    std::string m_Failed;
+};
+
+class PulseFault : public PulseTest {
+protected:
+    PulseFault() { s_pServer->fnRestore(); }
+    ~PulseFault() override { s_pServer->fnThaw(); }
+
+    static bool fnIsConnected(const char* application) {
+        return s_pServer->fnControl({"list", "clients"}).find(application) != std::string::npos;
+    }
+
+    const CqPulseOptions m_Options = fnRetrying(fnOptions());
+};
+
+/// PipeWire plays the last samples when it is asked to tell their end, and not before.
+class PulseAudioFault : public PulseFault {};
+
+} // namespace
+
+TEST_F(PulseFault, NoCallThatFailsOnceHangsALaterOneOrLosesAnEnd) {
+    for (const char* call :
+         {"pa_context_new_with_proplist", "pa_context_connect", "pa_context_subscribe",
+          "pa_context_get_sink_info_by_name", "pa_context_set_sink_volume_by_index",
+          "pa_context_set_sink_mute_by_name", "pa_stream_new_with_proplist",
+          "pa_stream_connect_playback", "pa_stream_begin_write", "pa_stream_write",
+          "pa_stream_drain", "pa_stream_cork", "pa_stream_get_time"}) {
+        for (std::size_t nth = 1;; ++nth) {
+            HostsDay day(m_Options);
+            const PulseFailure failure(nth, call);
+            day.fnLive();
+            if (PulseFailure::fnGetFailed().empty()) {
+                EXPECT_EQ(day.m_Failed, "");
+                EXPECT_GT(nth, 1u) << call << " isn't called at all";
+                break;
+            }
+            SCOPED_TRACE(call + (" " + std::to_string(nth)) + ": " + day.m_Failed);
+            EXPECT_LE(std::count(day.m_Failed.begin(), day.m_Failed.end(), ';'), 1);
+            day.m_Failed.clear();
+            day.fnLive();
+            EXPECT_EQ(day.m_Failed, "") << "all is well again";
+        }
+    }
+    EXPECT_TRUE(fnAwait([&] { return !fnIsConnected(kHost); })) << "nothing stays at the server";
+}
+
+TEST_F(PulseFault, WithoutAThreadThereIsNoSoundAndTheReasonIsTold) {
+    for (const char* call : {"pa_threaded_mainloop_new", "pa_threaded_mainloop_start"}) {
+        const PulseFailure failure(1, call);
+        HostsDay day(m_Options);
+        EXPECT_EQ(PulseFailure::fnGetFailed(), call);
+        day.fnLive();
+        EXPECT_EQ(day.m_Failed, "open mixer;open;") << call;
+        EXPECT_EQ(day.m_Pulse.m_pWaveOut->fnGetError(), "The sound thread can't be started");
+        EXPECT_EQ(day.m_Pulse.m_pWaveOut->fnGetPosition(), 0u);
+        EXPECT_EQ(day.m_Pulse.m_pMixers->fnPump(), 0u);
+    }
+}
+
+TEST_F(PulseFault, WithoutAContextThereIsNoDeviceUntilTheNextCall) {
+    const CqPulse pulse = q32Pulse(m_Options);
+    const PulseFailure failure(1, "pa_context_new_with_proplist");
+    EXPECT_FALSE(pulse.m_pWaveOut->fnCanPlay(kSinkFormat));
+    EXPECT_EQ(pulse.m_pWaveOut->fnGetError(), "Out of memory");
+    EXPECT_TRUE(pulse.m_pWaveOut->fnCanPlay(kSinkFormat));
+}
+
+TEST_F(PulseFault, ABlockThatCantBeStartedStaysWithItsOwner) {
+    for (const char* call : {"pa_stream_new_with_proplist", "pa_stream_connect_playback"}) {
+        const CqPulse pulse = q32Pulse(m_Options);
+        TestSound sound(4000);
+        ASSERT_TRUE(sound.fnOpen(*pulse.m_pWaveOut));
+        const PulseFailure failure(1, call);
+        EXPECT_FALSE(sound.m_pDevice->fnWrite(sound.m_Header)) << call;
+        EXPECT_EQ(sound.m_Header.dwFlags, 2u) << "prepared, and not in the queue";
+        EXPECT_EQ(sound.m_nReports, 0);
+        EXPECT_TRUE(sound.m_pDevice->fnWrite(sound.m_Header));
+        EXPECT_TRUE(sound.fnAwaitEnd());
+    }
+}
+
+TEST_F(PulseFault, ABlockThatCantBeHandedOverEndsAtOnce) {
+    for (const char* call : {"pa_stream_begin_write", "pa_stream_write"}) {
+        const CqPulse pulse = q32Pulse(m_Options);
+        TestSound sound(60'000 * kBytesPerMs);
+        ASSERT_TRUE(sound.fnOpen(*pulse.m_pWaveOut));
+        const PulseFailure failure(2, call);
+        EXPECT_TRUE(sound.m_pDevice->fnWrite(sound.m_Header)) << call;
+        EXPECT_TRUE(sound.fnAwaitEnd()) << "long before a minute is over";
+        EXPECT_EQ(pulse.m_pWaveOut->fnGetPosition(), 0u);
+        sound.m_pDevice.reset();
+        EXPECT_EQ(sound.m_nReports, 1);
+    }
+}
+
+TEST_F(PulseAudioFault, AnEndThatTheServerCantBeAskedForIsHeardAndReportedAllTheSame) {
+    const CqPulse pulse = q32Pulse(m_Options);
+    SoundRecorder recorder(*s_pServer);
+    TestSound sound(200 * kBytesPerMs);
+    ASSERT_TRUE(sound.fnOpen(*pulse.m_pWaveOut));
+    const PulseFailure failure(1, "pa_stream_drain", true);
+    ASSERT_TRUE(sound.m_pDevice->fnWrite(sound.m_Header));
+    ASSERT_TRUE(sound.fnAwaitEnd());
+    std::string heard = recorder.fnGetBytes();
+    std::erase(heard, '\0');
+    EXPECT_TRUE(heard == sound.m_Samples) << "to its last sample";
+}
+
+TEST_F(PulseFault, AnEndThatTheServerForgetsWaitsForAsLongAsMoreIsHeard) {
+    const CqPulse pulse = q32Pulse(m_Options);
+    TestSound sound(40 * kBytesPerMs);
+    ASSERT_TRUE(sound.fnOpen(*pulse.m_pWaveOut));
+    const PulseFailure failure(1, "pa_stream_drain", true);
+    const PulseSlowClock clock(20);
+    const auto start = Clock::now();
+    ASSERT_TRUE(sound.m_pDevice->fnWrite(sound.m_Header));
+    ASSERT_TRUE(sound.fnAwaitEnd());
+    EXPECT_GE(Clock::now() - start, milliseconds(790)) << "20 times 40 ms";
+}
+
+TEST_F(PulseFault, AnEndThatTheServerForgetsComesWhenNoMoreIsHeard) {
+    const CqPulse pulse = q32Pulse(m_Options);
+    TestSound sound(40 * kBytesPerMs);
+    ASSERT_TRUE(sound.fnOpen(*pulse.m_pWaveOut));
+    const PulseFailure failure(1, "pa_stream_drain", true);
+    const PulseSlowClock clock(0);
+    ASSERT_TRUE(sound.m_pDevice->fnWrite(sound.m_Header));
+    EXPECT_TRUE(sound.fnAwaitEnd());
+    EXPECT_EQ(sound.m_nReports, 1);
+}
+
+TEST_F(PulseFault, APauseThatFailsLetsTheSoundPlayOn) {
+    const CqPulse pulse = q32Pulse(m_Options);
+    TestSound sound(40 * kBytesPerMs);
+    ASSERT_TRUE(sound.fnStart(*pulse.m_pWaveOut));
+    {
+        const PulseFailure failure(1, "pa_stream_cork");
+        EXPECT_FALSE(sound.m_pDevice->fnPause());
+    }
+    EXPECT_TRUE(sound.fnAwaitEnd());
+}
+
+TEST_F(PulseFault, ARestartThatFailsLeavesTheSoundPaused) {
+    const CqPulse pulse = q32Pulse(m_Options);
+    TestSound sound(300 * kBytesPerMs);
+    ASSERT_TRUE(sound.fnStart(*pulse.m_pWaveOut));
+    ASSERT_TRUE(sound.m_pDevice->fnPause());
+    {
+        const PulseFailure failure(1, "pa_stream_cork");
+        EXPECT_FALSE(sound.m_pDevice->fnRestart());
+    }
+    const std::string list = s_pServer->fnControl({"list", "sink-inputs"});
+    EXPECT_NE(list.find("Corked: yes"), std::string::npos) << list;
+    EXPECT_EQ(sound.m_nReports, 0);
+    EXPECT_TRUE(sound.m_pDevice->fnRestart());
+    EXPECT_TRUE(sound.fnAwaitEnd());
+}
+
+TEST_F(PulseFault, AMixerWhoseCallFailsSetsNothingAndSaysSo) {
+    const CqPulse pulse = q32Pulse(m_Options);
+    const auto mixer = pulse.m_pMixers->fnOpen(0, {});
+    ASSERT_NE(mixer, nullptr);
+    Values values = {1, 2};
+    for (const char* call :
+         {"pa_context_get_sink_info_by_name", "pa_context_set_sink_volume_by_index"}) {
+        const PulseFailure failure(1, call, true);
+        EXPECT_FALSE(mixer->fnSetValues(kVolume, 2, {100, 200})) << call;
+    }
+    {
+        const PulseFailure failure(1, "pa_context_set_sink_mute_by_name");
+        EXPECT_FALSE(mixer->fnSetValues(kMute, 1, {1}));
+    }
+    {
+        const PulseFailure failure(1, "pa_context_get_sink_info_by_name", true);
+        EXPECT_FALSE(mixer->fnGetValues(kVolume, 2, values));
+        EXPECT_EQ(values, (Values{1, 2}));
+    }
+    ASSERT_TRUE(mixer->fnGetValues(kVolume, 2, values));
+    EXPECT_EQ(values, (Values{65535, 65535}));
+    values = {7};
+    ASSERT_TRUE(mixer->fnGetValues(kMute, 1, values));
+    EXPECT_EQ(values, Values{0});
+}
+
+namespace {
+
+class PulseWatch : public PulseFault {
+protected:
+    std::unique_ptr<CqMixer> fnOpenMixer() {
+        return m_Mixers.fnOpen(0, [this](std::uint32_t) { ++m_nTold; });
+    }
+    bool fnAwaitTold(int count) {
+        return fnAwait([&] { return m_nTold >= count; }, [&] { m_Mixers.fnPump(); });
+    }
+    /// Whether the server is found again after it was gone. Somebody else has found it by then, who
+    /// looks for it five times less often than the services under test would.
+    bool fnIsSought() {
+        CqPulseOptions options = m_Options;
+        options.m_szApplication = "Somebody else";
+        options.m_Retry *= 5;
+        const CqPulse other = q32Pulse(options);
+        const auto mixer = other.m_pMixers->fnOpen(0, {});
+        EXPECT_NE(mixer, nullptr);
+        for (int i = 0; i < 2; ++i) {
+            s_pServer->fnKill();
+            s_pServer->fnStart();
+            EXPECT_TRUE(fnAwait([&] { return fnIsConnected("Somebody else"); }));
+            if (fnIsConnected(kHost))
+                return true;
+        }
+        return false;
+    }
+
+    CqPulse m_Pulse = q32Pulse(m_Options);
+    CqPulseMixers& m_Mixers = *m_Pulse.m_pMixers;
+    int m_nTold = 0;
+};
+
+} // namespace
+
+TEST_F(PulseWatch, AServerIsSoughtAgainAfterEachAttemptThatFails) {
+    const auto mixer = fnOpenMixer();
+    ASSERT_NE(mixer, nullptr);
+    for (const char* call : {"pa_context_new_with_proplist", "pa_context_connect"}) {
+        const PulseFailure failure(1, call, true);
+        s_pServer->fnKill();
+        ASSERT_TRUE(fnAwait([] { return !PulseFailure::fnGetFailed().empty(); }));
+        s_pServer->fnStart();
+        Values values(2);
+        EXPECT_FALSE(mixer->fnGetValues(kVolume, 2, values)) << call;
+    }
+    // Nobody calls any more.
+    EXPECT_TRUE(fnAwait([&] { return fnIsConnected(kHost); }));
+    m_nTold = 0;
+    s_pServer->fnControl({"set-sink-volume", "lab", "30000"});
+    EXPECT_TRUE(fnAwaitTold(1));
+}
+
+TEST_F(PulseWatch, AServerThatDidntAnswerInTimeIsSoughtAgain) {
+    CqPulseOptions options = m_Options;
+    options.m_Patience = milliseconds(100);
+    m_Pulse = q32Pulse(options);
+    int told = 0;
+    const auto mixer = m_Pulse.m_pMixers->fnOpen(0, [&](std::uint32_t) { ++told; });
+    ASSERT_NE(mixer, nullptr);
+    {
+        const PulseFailure failure(1, "pa_context_connect", true);
+        s_pServer->fnKill();
+        s_pServer->fnStart();
+        s_pServer->fnFreeze();
+    }
+    Values values(2);
+    EXPECT_FALSE(mixer->fnGetValues(kVolume, 2, values));
+    EXPECT_EQ(m_Pulse.m_pWaveOut->fnGetError(), "The sound server doesn't answer");
+    s_pServer->fnThaw();
+    EXPECT_TRUE(fnAwait([&] { return fnIsConnected(kHost); })) << "without another call";
+    s_pServer->fnControl({"set-sink-volume", "lab", "30000"});
+    EXPECT_TRUE(fnAwait([&] { return told > 0; }, [&] { m_Pulse.m_pMixers->fnPump(); }));
+}
+
+TEST_F(PulseWatch, ChangesAreToldAlthoughTheServerCouldntBeAskedToTellThemAtFirst) {
+    const PulseFailure failure(1, "pa_context_subscribe");
+    const auto mixer = fnOpenMixer();
+    ASSERT_NE(mixer, nullptr);
+    ASSERT_EQ(PulseFailure::fnGetFailed(), "pa_context_subscribe");
+    s_pServer->fnControl({"set-sink-volume", "lab", "30000"});
+    EXPECT_TRUE(fnAwaitTold(1));
+}
+
+TEST_F(PulseWatch, ForAMixerThatIsGoneNoServerIsSought) {
+    ASSERT_NE(fnOpenMixer(), nullptr);
+    EXPECT_FALSE(fnIsSought());
+    EXPECT_TRUE(m_Pulse.m_pWaveOut->fnCanPlay(kSinkFormat)) << "but found when it is needed";
+    EXPECT_TRUE(fnIsConnected(kHost));
+}
+
+TEST_F(PulseWatch, ForAMixerThatDidntOpenNoServerIsSought) {
+    {
+        const PulseFailure failure(1, "pa_context_get_sink_info_by_name");
+        ASSERT_EQ(fnOpenMixer(), nullptr);
+    }
+    EXPECT_FALSE(fnIsSought());
+}
+
+TEST_F(PulseWatch, AServerIsSoughtForTheMixerThatIsLeft) {
+    auto first = fnOpenMixer();
+    const auto second = fnOpenMixer();
+    ASSERT_TRUE(first && second);
+    first.reset();
+    {
+        const PulseFailure failure(1, "pa_context_get_sink_info_by_name");
+        ASSERT_EQ(fnOpenMixer(), nullptr);
+    }
+    EXPECT_TRUE(fnAwait([&] { return fnIsSought(); }));
+}
+
+TEST_F(PulseWatch, AMixerIsNotToldOfWhatHappenedWhileNoneWasOpen) {
+    ASSERT_NE(fnOpenMixer(), nullptr);
+    s_pServer->fnControl({"set-sink-volume", "lab", "30000"});
+    const auto mixer = fnOpenMixer();
+    ASSERT_NE(mixer, nullptr);
+    Values values(2);
+    ASSERT_TRUE(mixer->fnGetValues(kVolume, 2, values));
+    EXPECT_EQ(m_Mixers.fnPump(), 0u);
+    EXPECT_EQ(m_nTold, 0);
+    s_pServer->fnControl({"set-sink-volume", "lab", "20000"});
+    EXPECT_TRUE(fnAwaitTold(1));
+}
