@@ -5,13 +5,15 @@ include(CMakePackageConfigHelpers)
 
 set(Q32_PACKAGE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/q32Base")
 
-# q32_component(<target> <name> [HEADERS <file>...] [NEEDS <component>...] [PACKAGES <package>...]):
+# q32_component(<target> <name> [HEADERS <file>...] [NEEDS <component>...] [PACKAGES <package>...]
+#   [PUBLIC_PACKAGES <package>...]):
 # makes a library known as q32Base::<name>, in the tree and after installation.
 #   HEADERS   its public headers, as for q32_headers
 #   NEEDS     components besides the core that it links
 #   PACKAGES  what find_package must find for a static library of it
+#   PUBLIC_PACKAGES  what it must find for any, because public headers use it
 function(q32_component target name)
-    cmake_parse_arguments(arg "" "" "HEADERS;NEEDS;PACKAGES" ${ARGN})
+    cmake_parse_arguments(arg "" "" "HEADERS;NEEDS;PACKAGES;PUBLIC_PACKAGES" ${ARGN})
     if(NOT TARGET q32Base::${name})
         add_library(q32Base::${name} ALIAS ${target})
     endif()
@@ -42,6 +44,7 @@ function(q32_component target name)
     endif()
     set_property(GLOBAL APPEND PROPERTY Q32_COMPONENTS ${name})
     set_property(GLOBAL APPEND PROPERTY Q32_TARGETS ${target})
+    list(APPEND arg_PACKAGES ${arg_PUBLIC_PACKAGES})
     set_property(GLOBAL APPEND_STRING PROPERTY Q32_COMPONENT_TABLE
         "set(q32Base_${name}_needs ${arg_NEEDS})\nset(q32Base_${name}_packages ${arg_PACKAGES})\n")
 
