@@ -1,0 +1,284 @@
+#include "platforms/qt/CqImageView.h"
+
+#include "platforms/qt/CqQtCanvas.h"
+#include "platforms/qt/TileSampler.h"
+#include "q32Base/image/CqImage.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <QEvent>
+#include <QPainter>
+#include <QPaintEvent>
+#include <QResizeEvent>
+#include <QScrollBar>
+#include <utility>
+
+namespace {
+
+/// Zooms that steps go along, beside the doublings at both ends.
+constexpr std::array<double, 7> kSteps = {1.0 / 2, 2.0 / 3, 1.0, 3.0 / 2, 2.0, 3.0, 4.0};
+/// Two zooms that are nearer than this count as one.
+constexpr double kSame = 1e-9;
+
+double fnNextZoom(double zoom, bool in) {
+    if (in ? zoom >= kSteps.back() * (1 - kSame) : zoom > kSteps.back() * (1 + kSame)) {
+        const double doubled = std::exp2(std::floor(std::log2(zoom) + kSame));
+        return in ? doubled * 2 : (doubled < zoom * (1 - kSame) ? doubled : zoom / 2);
+    }
+    if (in ? zoom < kSteps.front() * (1 - kSame) : zoom <= kSteps.front() * (1 + kSame)) {
+        const double halved = std::exp2(std::ceil(std::log2(zoom) - kSame));
+        return in ? (halved > zoom * (1 + kSame) ? halved : zoom * 2) : halved / 2;
+    }
+    if (in)
+        return *std::find_if(kSteps.begin(), kSteps.end(),
+                             [=](double step) { return step > zoom * (1 + kSame); });
+    return *std::find_if(kSteps.rbegin(), kSteps.rend(),
+                         [=](double step) { return step < zoom * (1 - kSame); });
+}
+
+int fnToInt(double value) {
+    constexpr double kMost = std::numeric_limits<int>::max() / 2;
+    return static_cast<int>(std::clamp(value, -kMost, kMost));
+}
+
+} // namespace
+
+CqImageView::CqImageView(QWidget* parent)
+    : QAbstractScrollArea(parent), m_pCanvas(new CqQtCanvas(this)) {
+    setViewport(m_pCanvas);
+    m_pCanvas->setMouseTracking(true);
+    setFocusPolicy(Qt::StrongFocus);
+}
+
+CqImageView::~CqImageView() = default;
+
+bool CqImageView::fnHasPicture() const {
+    return m_pImage && m_pImage->TileMap;
+}
+
+void CqImageView::fnSetImage(CqImage* image) {
+    m_pImage = image;
+    fnImageChanged();
+}
+
+void CqImageView::fnImageChanged() {
+    fnForgetAll();
+    if (m_bFit)
+        fnApplyZoom(fnGetFitZoom(), QPointF());
+    fnUpdateBars();
+    Q_EMIT visibleChanged();
+}
+
+void CqImageView::fnImageChanged(const CRect& part) {
+    if (part.IsRectEmpty() || !fnHasPicture())
+        return;
+    fnMatchCanvas();
+    const QPoint origin = fnGetOrigin();
+    const double left = std::floor(part.left * m_Zoom) - origin.x() - 1;
+    const double top = std::floor(part.top * m_Zoom) - origin.y() - 1;
+    const double right = std::ceil(part.right * m_Zoom) - origin.x() + 1;
+    const double bottom = std::ceil(part.bottom * m_Zoom) - origin.y() + 1;
+    const QRect changed =
+        QRect(QPoint(fnToInt(left), fnToInt(top)), QPoint(fnToInt(right), fnToInt(bottom))) &
+        QRect(QPoint(), m_CanvasSize);
+    if (changed.isEmpty())
+        return;
+    m_Stale += changed;
+    const double scale = m_pCanvas->devicePixelRatioF();
+    m_pCanvas->update(QRectF(changed.x() / scale, changed.y() / scale, changed.width() / scale,
+                             changed.height() / scale)
+                          .toAlignedRect());
+}
+
+QSize CqImageView::fnGetScaledSize() const {
+    if (!fnHasPicture())
+        return {};
+    return {std::max(1, fnToInt(std::floor(m_pImage->Width * m_Zoom + kSame))),
+            std::max(1, fnToInt(std::floor(m_pImage->Height * m_Zoom + kSame)))};
+}
+
+QPoint CqImageView::fnGetOrigin() const {
+    // A picture smaller than the view lies in its middle.
+    const QSize spare = m_pCanvas->fnGetPixelSize() - fnGetScaledSize();
+    return {spare.width() > 0 ? -(spare.width() / 2) : horizontalScrollBar()->value(),
+            spare.height() > 0 ? -(spare.height() / 2) : verticalScrollBar()->value()};
+}
+
+double CqImageView::fnGetFitZoom() const {
+    if (!fnHasPicture())
+        return m_Zoom;
+    // Without scroll bars: a picture that fits needs none.
+    const QSizeF room = QSizeF(maximumViewportSize()) * m_pCanvas->devicePixelRatioF();
+    return std::clamp(std::min(room.width() / m_pImage->Width, room.height() / m_pImage->Height),
+                      kLeastZoom, 1.0);
+}
+
+void CqImageView::fnSetZoom(double zoom) {
+    fnSetZoom(zoom, QPointF(m_pCanvas->width() / 2.0, m_pCanvas->height() / 2.0));
+}
+
+void CqImageView::fnSetZoom(double zoom, const QPointF& anchor) {
+    m_bFit = false;
+    fnApplyZoom(std::isnan(zoom) ? 1.0 : std::clamp(zoom, kLeastZoom, kMostZoom), anchor);
+}
+
+void CqImageView::fnStepZoom(int steps) {
+    fnStepZoom(steps, QPointF(m_pCanvas->width() / 2.0, m_pCanvas->height() / 2.0));
+}
+
+void CqImageView::fnStepZoom(int steps, const QPointF& anchor) {
+    double zoom = m_Zoom;
+    for (; steps > 0 && zoom < kMostZoom; --steps)
+        zoom = fnNextZoom(zoom, true);
+    for (; steps < 0 && zoom > kLeastZoom; ++steps)
+        zoom = fnNextZoom(zoom, false);
+    fnSetZoom(zoom, anchor);
+}
+
+void CqImageView::fnSetFit(bool fit) {
+    m_bFit = fit;
+    if (fit)
+        fnApplyZoom(fnGetFitZoom(), QPointF());
+}
+
+void CqImageView::fnApplyZoom(double zoom, const QPointF& anchor) {
+    if (zoom == m_Zoom)
+        return;
+    const QPointF kept = fnToImage(anchor);
+    m_Zoom = zoom;
+    fnForgetAll();
+    fnUpdateBars();
+    fnMoveTo(kept * m_Zoom - anchor * m_pCanvas->devicePixelRatioF());
+    Q_EMIT zoomChanged(m_Zoom);
+    Q_EMIT visibleChanged();
+}
+
+void CqImageView::fnMoveTo(const QPointF& origin) {
+    horizontalScrollBar()->setValue(fnToInt(std::round(origin.x())));
+    verticalScrollBar()->setValue(fnToInt(std::round(origin.y())));
+}
+
+QPointF CqImageView::fnToImage(const QPointF& position) const {
+    return (position * m_pCanvas->devicePixelRatioF() + fnGetOrigin()) / m_Zoom;
+}
+
+QPointF CqImageView::fnToView(const QPointF& position) const {
+    return (position * m_Zoom - fnGetOrigin()) / m_pCanvas->devicePixelRatioF();
+}
+
+CRect CqImageView::fnGetVisible() const {
+    if (!fnHasPicture())
+        return {};
+    const QPoint origin = fnGetOrigin();
+    const QSize size = m_pCanvas->fnGetPixelSize();
+    const auto cut = [this](int at, std::uint32_t length) {
+        // Rounding must not add a pixel that isn't there.
+        const double place = at / m_Zoom;
+        const double whole = std::round(place);
+        const double exact = std::abs(place - whole) < kSame * length ? whole : place;
+        return std::clamp(exact, 0.0, static_cast<double>(length));
+    };
+    const auto from = [&](int at, std::uint32_t length) {
+        return static_cast<LONG>(std::floor(cut(at, length)));
+    };
+    const auto to = [&](int at, std::uint32_t length) {
+        return static_cast<LONG>(std::ceil(cut(at, length)));
+    };
+    return {from(origin.x(), m_pImage->Width), from(origin.y(), m_pImage->Height),
+            to(origin.x() + size.width(), m_pImage->Width),
+            to(origin.y() + size.height(), m_pImage->Height)};
+}
+
+void CqImageView::fnCenterOn(const QPointF& position) {
+    const QSize size = m_pCanvas->fnGetPixelSize();
+    fnMoveTo(position * m_Zoom - QPointF(size.width() / 2.0, size.height() / 2.0));
+}
+
+void CqImageView::fnUpdateBars() {
+    const QSize scaled = fnGetScaledSize();
+    const QSize seen = m_pCanvas->fnGetPixelSize();
+    const auto set = [](QScrollBar& bar, int whole, int page) {
+        bar.setRange(0, std::max(0, whole - page));
+        bar.setPageStep(std::max(1, page));
+        bar.setSingleStep(std::max(1, page / 20));
+    };
+    set(*horizontalScrollBar(), scaled.width(), seen.width());
+    set(*verticalScrollBar(), scaled.height(), seen.height());
+}
+
+void CqImageView::fnForgetAll() {
+    m_CanvasSize = QSize();
+    m_pCanvas->update();
+}
+
+void CqImageView::fnMatchCanvas() {
+    QImage& pixels = m_pCanvas->fnGetPixels();
+    const QPoint origin = fnGetOrigin();
+    if (m_CanvasSize != pixels.size()) {
+        m_CanvasSize = pixels.size();
+        m_Stale = pixels.rect();
+    } else if (const QPoint moved = m_Drawn - origin; !moved.isNull()) {
+        m_Stale.translate(moved);
+        const QRect kept = pixels.rect() & pixels.rect().translated(moved);
+        m_Stale += QRegion(pixels.rect()) - kept;
+        m_Stale &= pixels.rect();
+        q32::qt::fnScrollPixels(pixels, moved);
+    }
+    m_Drawn = origin;
+}
+
+long long CqImageView::fnDrawNow() {
+    fnMatchCanvas();
+    QImage& pixels = m_pCanvas->fnGetPixels();
+    const QRegion stale = std::exchange(m_Stale, QRegion());
+    QRegion around = stale;
+    if (fnHasPicture()) {
+        const q32::qt::SamplePlace place{m_Drawn, m_Zoom};
+        for (const QRect& rect : stale)
+            around -= q32::qt::fnSampleTiles(*m_pImage, place, rect, pixels);
+    }
+    if (!around.isEmpty()) {
+        const QColor color = palette().color(QPalette::Mid);
+        for (const QRect& rect : around)
+            q32::qt::fnFillPixels(pixels, rect, color.rgb());
+    }
+    long long count = 0;
+    for (const QRect& rect : stale)
+        count += static_cast<long long>(rect.width()) * rect.height();
+    return count;
+}
+
+void CqImageView::fnPaintOver(QPainter&, const QRegion&) {}
+
+void CqImageView::paintEvent(QPaintEvent* event) {
+    fnDrawNow();
+    QPainter painter(m_pCanvas);
+    m_pCanvas->fnPaint(painter, event->region());
+    fnPaintOver(painter, event->region());
+}
+
+void CqImageView::resizeEvent(QResizeEvent* event) {
+    QAbstractScrollArea::resizeEvent(event);
+    if (m_bFit)
+        fnApplyZoom(fnGetFitZoom(), QPointF());
+    fnUpdateBars();
+    Q_EMIT visibleChanged();
+}
+
+void CqImageView::changeEvent(QEvent* event) {
+    QAbstractScrollArea::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::StyleChange)
+        fnForgetAll();
+}
+
+void CqImageView::scrollContentsBy(int, int) {
+    m_pCanvas->update();
+    Q_EMIT visibleChanged();
+}
+
+QSize CqImageView::sizeHint() const {
+    return {640, 480};
+}

@@ -1,0 +1,86 @@
+// What the user does in a CqImageView.
+#include "platforms/qt/CqImageView.h"
+#include "platforms/qt/CqQtCanvas.h"
+
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QScrollBar>
+#include <QWheelEvent>
+
+namespace {
+
+/// Turning a common wheel by one notch, in Qt's eighths of a degree.
+constexpr int kNotch = 120;
+
+} // namespace
+
+void CqImageView::wheelEvent(QWheelEvent* event) {
+    if (event->modifiers() & (Qt::ShiftModifier | Qt::AltModifier)) {
+        QAbstractScrollArea::wheelEvent(event);
+        return;
+    }
+    m_nWheel += event->angleDelta().y();
+    const int steps = m_nWheel / kNotch;
+    m_nWheel -= steps * kNotch;
+    if (steps != 0)
+        fnStepZoom(steps, event->position());
+    event->accept();
+}
+
+void CqImageView::mousePressEvent(QMouseEvent* event) {
+    const bool drags =
+        event->button() == Qt::MiddleButton || (m_bPanning && event->button() == Qt::LeftButton);
+    if (!drags) {
+        event->ignore();
+        return;
+    }
+    m_bDragging = true;
+    m_DragFrom = event->position().toPoint();
+    m_pCanvas->setCursor(Qt::ClosedHandCursor);
+    event->accept();
+}
+
+void CqImageView::mouseMoveEvent(QMouseEvent* event) {
+    if (m_bDragging) {
+        const QPoint at = event->position().toPoint();
+        const QPointF moved = QPointF(m_DragFrom - at) * m_pCanvas->devicePixelRatioF();
+        m_DragFrom = at;
+        fnMoveTo(QPointF(horizontalScrollBar()->value(), verticalScrollBar()->value()) + moved);
+    }
+    Q_EMIT pointed(fnToImage(event->position()));
+    event->setAccepted(m_bDragging);
+}
+
+void CqImageView::mouseReleaseEvent(QMouseEvent* event) {
+    if (!m_bDragging) {
+        event->ignore();
+        return;
+    }
+    if (!(event->buttons() & (Qt::LeftButton | Qt::MiddleButton))) {
+        m_bDragging = false;
+        m_pCanvas->unsetCursor();
+    }
+    event->accept();
+}
+
+void CqImageView::keyPressEvent(QKeyEvent* event) {
+    switch (event->key()) {
+    case Qt::Key_Plus:
+    case Qt::Key_Equal: // plus without the Shift key on many keyboards
+        fnStepZoom(1);
+        break;
+    case Qt::Key_Minus:
+        fnStepZoom(-1);
+        break;
+    case Qt::Key_0:
+        fnSetFit(true);
+        break;
+    case Qt::Key_1:
+        fnSetZoom(1.0);
+        break;
+    default:
+        QAbstractScrollArea::keyPressEvent(event);
+        return;
+    }
+    event->accept();
+}

@@ -1,0 +1,43 @@
+/// @file
+/// What the tests of the desktop back end share.
+#pragma once
+
+#include <cstdlib>
+#include <functional>
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QImage>
+#include <QString>
+#include <QWidget>
+#include <QWindow>
+
+/// Lets events happen until a condition holds; false if it doesn't within ten seconds.
+inline bool fnWaitFor(const std::function<bool()>& condition) {
+    constexpr int kPatience = 10000;
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition()) {
+        if (timer.elapsed() > kPatience)
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
+    return true;
+}
+
+/// Shows a window and waits until it stands.
+inline bool fnShow(QWidget& window) {
+    window.show();
+    return fnWaitFor([&] { return window.isVisible() && window.windowHandle()->isExposed(); });
+}
+
+/// Keeps a picture of a window among the build's products, for people to look at.
+inline void fnKeepPicture(QWidget& window, const QString& name) {
+    const char* folder = std::getenv("Q32_TEST_PICTURES");
+    if (!folder)
+        return;
+    QDir().mkpath(folder);
+    window.grab().toImage().save(QString(folder) + '/' + name + '-' +
+                                 qEnvironmentVariable("QT_QPA_PLATFORM") + ".png");
+}
