@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platforms/headless/HeadlessPalette.h"
+#include "q32Base/platform/Export.h"
 #include "q32Base/platform/Records.h"
 
 #include <cstddef>
@@ -23,7 +24,7 @@ struct DibRows {
 
 /// Reads a header of 40 bytes for 1, 4, 8, 16, 24 or 32 bits without compression. False for any
 /// other.
-bool fnReadDibRows(const BITMAPINFOHEADER& header, UINT use, DibRows& rows);
+Q32_API bool fnReadDibRows(const BITMAPINFOHEADER& header, UINT use, DibRows& rows);
 
 /// Turns pixels of a bitmap into those of a screen: slots at 8 bits, 5-6-5 at 16, else 0x00RRGGBB.
 /// A table entry that is missing, or names a palette entry that is, is black.

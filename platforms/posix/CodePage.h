@@ -1,5 +1,7 @@
 #pragma once
 
+#include "q32Base/platform/Export.h"
+
 #include <clocale>
 #include <cstddef>
 #include <memory>
@@ -10,7 +12,7 @@ namespace q32::posix {
 
 /// A locale of the system, held beside the process's own: nothing here reads or changes the global
 /// locale, so any thread may ask.
-class CodePage {
+class Q32_API CodePage {
 public:
     /// @param name  a locale's name; empty for the one that the user's environment names. One that
     ///              the system does not have gives the "C" locale.
