@@ -1,0 +1,227 @@
+#include "platforms/qt/CqQtDumpView.h"
+
+#include "platforms/qt/QtDC.h"
+#include "platforms/qt/QtText.h"
+#include "q32Base/framework/CFont.h"
+#include "q32Base/framework/Values.h"
+
+#include <algorithm>
+#include <QAction>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QFileDialog>
+#include <QLabel>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPlainTextEdit>
+#include <QScreen>
+#include <QScrollBar>
+#include <QStatusBar>
+#include <QTextCursor>
+#include <QWindow>
+#include <utility>
+
+namespace q32::qt {
+
+namespace {
+
+constexpr UINT kOverwritePrompt = 0x2; ///< OFN_OVERWRITEPROMPT
+constexpr QSize kDefaultSize(480, 320);
+
+/// A path of the library: directories as they stand, and one backslash ahead of the file's name.
+QString fnToLibrary(QString path) {
+    const qsizetype slash = path.lastIndexOf('/');
+    return slash < 0 ? path : path.replace(slash, 1, '\\');
+}
+
+QStringList fnReadFilters(const posix::CodePage& codePage, const char* filter) {
+    QStringList filters;
+    while (filter && *filter) {
+        const std::string label = filter;
+        filter += label.size() + 1;
+        const std::string mask = filter;
+        filter += mask.size() + 1;
+        filters += fnToText(codePage, label) + " (" + fnToText(codePage, mask) + ')';
+    }
+    return filters;
+}
+
+} // namespace
+
+DumpFrame::DumpFrame() {
+    setWindowFlags(Qt::Tool | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
+                   Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint);
+    setAttribute(Qt::WA_QuitOnClose, false);
+}
+
+void DumpFrame::closeEvent(QCloseEvent* event) {
+    event->accept();
+    if (m_OnClose)
+        m_OnClose();
+}
+
+CqQtDumpView::CqQtDumpView(const CqDumpViewSetup& setup, CqDumpViewEvents& events,
+                           std::shared_ptr<const posix::CodePage> codePage)
+    : m_Events(events), m_pCodePage(std::move(codePage)), m_pFrame(new DumpFrame) {
+    m_pFrame->setWindowTitle(fnToText(*m_pCodePage, setup.m_szCaption));
+    m_IdlePrompt = fnToText(*m_pCodePage, setup.m_szIdlePrompt);
+    m_pMenu = m_pFrame->menuBar()->addMenu(QObject::tr("&Window"));
+    m_pFrame->m_OnClose = [this] { m_Events.fnOnClose(); };
+    QObject::connect(qApp, &QCoreApplication::aboutToQuit, m_pFrame,
+                     [frame = m_pFrame.data()] { frame->close(); });
+
+    m_pFrame->resize(kDefaultSize);
+    if (setup.m_Place) {
+        constexpr LONG kFar = 32767;
+        const CRect place(*setup.m_Place);
+        m_pFrame->resize(std::clamp(place.Width(), LONG{0}, kFar),
+                         std::clamp(place.Height(), LONG{0}, kFar));
+        const QPoint corner(std::clamp(place.left, -kFar, kFar),
+                            std::clamp(place.top, -kFar, kFar));
+        // A screen that is no longer there can't show the window: it begins where windows begin.
+        if (QGuiApplication::screenAt(corner))
+            m_pFrame->move(corner);
+    }
+}
+
+CqQtDumpView::~CqQtDumpView() {
+    if (!m_pFrame || !QCoreApplication::instance())
+        return; // the application took its windows with it
+    m_pFrame->m_OnClose = nullptr;
+    m_pFrame->hide();
+    m_pFrame->deleteLater(); // this may be an event of its own
+}
+
+bool CqQtDumpView::fnCreateText() {
+    m_pText = new QPlainTextEdit(m_pFrame);
+    m_pText->setReadOnly(true);
+    m_pText->setUndoRedoEnabled(false);
+    m_pText->setLineWrapMode(QPlainTextEdit::NoWrap);
+    m_pText->setContextMenuPolicy(Qt::CustomContextMenu);
+    QObject::connect(m_pText, &QWidget::customContextMenuRequested, m_pMenu,
+                     [this](const QPoint& at) { m_pMenu->popup(m_pText->mapToGlobal(at)); });
+    m_pFrame->setCentralWidget(m_pText);
+    return true;
+}
+
+bool CqQtDumpView::fnCreateStatusBar() {
+    // A prompt hides this for as long as it is shown.
+    m_pFrame->statusBar()->addWidget(new QLabel(m_IdlePrompt), 1);
+    return true;
+}
+
+void CqQtDumpView::fnSetFont(const CFont& font) {
+    const auto* own = dynamic_cast<const QtFont*>(font.GetObject());
+    if (!own || !m_pText)
+        return;
+    QFont scaled = own->m_Font;
+    const double scale = m_pFrame->devicePixelRatioF();
+    scaled.setPixelSize(std::max(1, static_cast<int>(scaled.pixelSize() / scale)));
+    m_pText->setFont(scaled);
+}
+
+void CqQtDumpView::fnInsertMenuItem(const CqDumpMenuItem& item) {
+    auto* action = new QAction(m_pFrame);
+    if (item.m_nId == 0) {
+        action->setSeparator(true);
+    } else {
+        action->setText(fnToText(*m_pCodePage, item.m_szText ? item.m_szText : ""));
+        action->setStatusTip(fnToText(*m_pCodePage, item.m_szPrompt ? item.m_szPrompt : ""));
+        QObject::connect(action, &QAction::triggered, m_pFrame, [this, item] {
+            // The library tells how an item is checked. The view may be gone after this.
+            if (m_Items[item.m_nId]->isCheckable())
+                m_Items[item.m_nId]->toggle();
+            m_Events.fnOnSysCommand(item.m_nId);
+        });
+        m_Items[item.m_nId] = action;
+    }
+    m_pMenu->insertAction(m_pMenu->actions().value(0), action);
+}
+
+void CqQtDumpView::fnCheckMenuItem(UINT id, bool checked) {
+    const auto found = m_Items.find(id);
+    if (found == m_Items.end())
+        return;
+    found->second->setCheckable(true);
+    found->second->setChecked(checked);
+}
+
+void CqQtDumpView::fnSetOnTop(bool onTop) {
+    Qt::WindowFlags flags = m_pFrame->windowFlags();
+    flags.setFlag(Qt::WindowStaysOnTopHint, onTop);
+    // setWindowFlags would hide the window and lose its place; the window itself is told instead.
+    m_pFrame->overrideWindowFlags(flags);
+    if (QWindow* window = m_pFrame->windowHandle())
+        window->setFlags(flags);
+}
+
+void CqQtDumpView::fnShow() {
+    m_pFrame->show();
+}
+
+RECT CqQtDumpView::fnGetPlace() const {
+    if (!m_pFrame)
+        return {};
+    const QPoint corner = m_pFrame->pos();
+    const QSize size = m_pFrame->size();
+    return CRect(CPoint(corner.x(), corner.y()), CSize(size.width(), size.height()));
+}
+
+QString CqQtDumpView::fnToLines(const char* text, std::size_t length) const {
+    return fnToText(*m_pCodePage, {text, length}).remove('\r');
+}
+
+bool CqQtDumpView::fnIsAtEnd() const {
+    const QScrollBar& bar = *m_pText->verticalScrollBar();
+    return bar.value() == bar.maximum();
+}
+
+void CqQtDumpView::fnGoToEnd() {
+    QScrollBar& bar = *m_pText->verticalScrollBar();
+    bar.setValue(bar.maximum());
+}
+
+void CqQtDumpView::fnSetText(const char* text, std::size_t length) {
+    if (!m_pText)
+        return;
+    m_szText.assign(text, length);
+    const bool follow = fnIsAtEnd();
+    const int row = m_pText->verticalScrollBar()->value();
+    m_pText->setPlainText(fnToLines(text, length));
+    if (follow)
+        fnGoToEnd();
+    else
+        m_pText->verticalScrollBar()->setValue(row);
+}
+
+bool CqQtDumpView::fnAppendText(const char* text, std::size_t length) {
+    if (!m_pText)
+        return false;
+    m_szText.append(text, length);
+    const bool follow = fnIsAtEnd();
+    QTextCursor cursor(m_pText->document());
+    cursor.movePosition(QTextCursor::End);
+    cursor.insertText(fnToLines(text, length));
+    if (follow)
+        fnGoToEnd();
+    return true;
+}
+
+bool CqQtDumpView::fnAskSaveName(const CqSaveRequest& request, std::string& path) {
+    QFileDialog dialog(m_pFrame, m_pFrame->windowTitle());
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setDefaultSuffix(fnToText(*m_pCodePage, request.m_szDefaultExtension));
+    dialog.setNameFilters(fnReadFilters(*m_pCodePage, request.m_pszFilter));
+    dialog.setOption(QFileDialog::HideNameFilterDetails);
+    dialog.setOption(QFileDialog::DontConfirmOverwrite, !(request.m_nFlags & kOverwritePrompt));
+    if (request.m_szFolder)
+        dialog.setDirectory(fnToText(*m_pCodePage, request.m_szFolder).replace('\\', '/'));
+    const bool confirmed = dialog.exec() == QDialog::Accepted;
+    const QStringList files = dialog.selectedFiles();
+    if (!confirmed || files.isEmpty())
+        return false;
+    path = fnToBytes(*m_pCodePage, fnToLibrary(files.first()));
+    return true;
+}
+
+} // namespace q32::qt

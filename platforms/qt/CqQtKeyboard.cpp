@@ -1,0 +1,50 @@
+#include "platforms/qt/CqQtKeyboard.h"
+
+#include "platforms/qt/EventHold.h"
+
+#include <QGuiApplication>
+#include <QThread>
+
+using namespace q32::qt;
+
+namespace {
+
+/// A look takes some twenty microseconds; ten milliseconds keep that below a quarter of a percent.
+constexpr std::chrono::milliseconds kBetweenLooks{10};
+
+} // namespace
+
+CqQtKeyboard::~CqQtKeyboard() {
+    delete m_pHold.data();
+}
+
+EventHold* CqQtKeyboard::fnLook() {
+    auto* app = qobject_cast<QGuiApplication*>(QCoreApplication::instance());
+    if (!app || QCoreApplication::closingDown() || QThread::currentThread() != app->thread())
+        return nullptr;
+    if (!m_pHold) {
+        m_pHold = new EventHold;
+        m_pHold->setParent(app);
+        m_LastLook = {};
+    }
+    const auto now = std::chrono::steady_clock::now();
+    if (now - m_LastLook >= kBetweenLooks) {
+        m_pHold->fnLook();
+        m_LastLook = std::chrono::steady_clock::now();
+    }
+    return m_pHold; // null if the look ended it
+}
+
+bool CqQtKeyboard::fnIsKeyDown(int key) {
+    const EventHold* hold = fnLook();
+    return hold && hold->fnIsDown(key);
+}
+
+bool CqQtKeyboard::fnIsKeyDownNow(int key) {
+    return fnIsKeyDown(key);
+}
+
+bool CqQtKeyboard::fnTakeKeyMessage(CqKeyMessage& message) {
+    EventHold* hold = fnLook();
+    return hold && hold->fnTake(message);
+}

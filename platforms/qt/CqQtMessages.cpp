@@ -1,0 +1,106 @@
+#include "platforms/qt/CqQtMessages.h"
+
+#include "platforms/qt/QtText.h"
+
+#include <array>
+#include <cstdio>
+#include <QApplication>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QThread>
+#include <utility>
+
+namespace {
+
+constexpr UINT kButtonMask = 0xF;
+constexpr UINT kDefaultMask = 0xF00; ///< which button, from the left, is the default one
+constexpr UINT kDefaultShift = 8;
+
+struct Button {
+    QMessageBox::StandardButton m_Button;
+    int m_nAnswer;
+};
+
+constexpr Button kOk = {QMessageBox::Ok, IDOK};
+constexpr Button kCancel = {QMessageBox::Cancel, IDCANCEL};
+constexpr Button kYes = {QMessageBox::Yes, IDYES};
+constexpr Button kNo = {QMessageBox::No, IDNO};
+constexpr Button kNone = {QMessageBox::NoButton, 0};
+
+using Buttons = std::array<Button, 3>;
+
+/// Buttons from the left. A set that the library doesn't have is OK alone.
+Buttons fnGetButtons(UINT style) {
+    switch (style & kButtonMask) {
+    case MB_OKCANCEL:
+        return {kOk, kCancel, kNone};
+    case MB_YESNO:
+        return {kYes, kNo, kNone};
+    case MB_YESNOCANCEL:
+        return {kYes, kNo, kCancel};
+    default:
+        return {kOk, kNone, kNone};
+    }
+}
+
+QMessageBox::Icon fnGetIcon(UINT style) {
+    switch (style & MB_ICONMASK) {
+    case MB_ICONHAND:
+        return QMessageBox::Critical;
+    case MB_ICONQUESTION:
+        return QMessageBox::Question;
+    case MB_ICONEXCLAMATION:
+        return QMessageBox::Warning;
+    case MB_ICONASTERISK:
+        return QMessageBox::Information;
+    default:
+        return QMessageBox::NoIcon;
+    }
+}
+
+bool fnCanShow() {
+    const auto* app = qobject_cast<QApplication*>(QCoreApplication::instance());
+    return app && !QCoreApplication::closingDown() && QThread::currentThread() == app->thread();
+}
+
+QWidget* fnGetOwner() {
+    QWidget* modal = QApplication::activeModalWidget();
+    return modal ? modal : QApplication::activeWindow();
+}
+
+} // namespace
+
+CqQtMessages::CqQtMessages(std::shared_ptr<CqMessageService> errors,
+                           std::shared_ptr<const q32::posix::CodePage> codePage)
+    : m_pErrors(std::move(errors)), m_pCodePage(std::move(codePage)) {}
+
+int CqQtMessages::fnShowBox(const char* text, UINT style, const char* caption) {
+    text = text ? text : "";
+    if (!fnCanShow()) {
+        std::fprintf(stderr, "%s%s%s\n", caption ? caption : "", caption ? ": " : "", text);
+        return 0;
+    }
+    QMessageBox box(fnGetOwner());
+    box.setWindowModality(Qt::ApplicationModal);
+    box.setIcon(fnGetIcon(style));
+    box.setTextFormat(Qt::PlainText); // names of files may look like marked-up text
+    box.setText(q32::qt::fnToText(*m_pCodePage, text));
+    box.setWindowTitle(caption ? q32::qt::fnToText(*m_pCodePage, caption)
+                               : QGuiApplication::applicationDisplayName());
+    const Buttons buttons = fnGetButtons(style);
+    for (const Button& button : buttons)
+        if (button.m_nAnswer != 0)
+            box.addButton(button.m_Button);
+    const UINT first = (style & kDefaultMask) >> kDefaultShift;
+    const Button& standard = buttons[first < buttons.size() ? first : 0];
+    box.setDefaultButton(standard.m_nAnswer != 0 ? standard.m_Button : buttons[0].m_Button);
+    const UINT kind = style & kButtonMask;
+    box.setEscapeButton(kind == MB_YESNO                                ? QMessageBox::No
+                        : kind == MB_YESNOCANCEL || kind == MB_OKCANCEL ? QMessageBox::Cancel
+                                                                        : QMessageBox::Ok);
+    const int chosen = box.exec();
+    for (const Button& button : buttons)
+        if (button.m_nAnswer != 0 && button.m_Button == chosen)
+            return button.m_nAnswer;
+    return 0; // the application ended while the box stood
+}

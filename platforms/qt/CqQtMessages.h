@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platforms/posix/CodePage.h"
+#include "q32Base/platform/CqMessageService.h"
+
+#include <memory>
+
+/// Message boxes on the desktop, beside another service's errors. Before the application object
+/// stands, after it has gone, and on other threads than its own there can be no box: the text goes
+/// to the standard error stream, and the answer is 0.
+class CqQtMessages final : public CqMessageService {
+public:
+    /// @param errors  knows the last system error and its text
+    CqQtMessages(std::shared_ptr<CqMessageService> errors,
+                 std::shared_ptr<const q32::posix::CodePage> codePage);
+
+    /// The box stands before the application's active window and holds back all of its windows. A
+    /// question that has no Cancel is answered with No by the Esc key.
+    int fnShowBox(const char* text, UINT style, const char* caption) override;
+    DWORD fnGetLastError() override { return m_pErrors->fnGetLastError(); }
+    bool fnFormatError(DWORD code, std::string& text) override {
+        return m_pErrors->fnFormatError(code, text);
+    }
+
+private:
+    std::shared_ptr<CqMessageService> m_pErrors;
+    std::shared_ptr<const q32::posix::CodePage> m_pCodePage;
+};

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "platforms/posix/CodePage.h"
+#include "q32Base/platform/CqScreenService.h"
+
+#include <memory>
+#include <vector>
+
+namespace q32::qt {
+class QtDC;
+}
+
+/// The desktop's screen. Coordinates are pixels of the screen, also on a scaled display, whose
+/// density is told accordingly. A device context of a CqQtCanvas draws into its pixels; one of any
+/// other widget draws on a canvas that lies over it, until that window is invalidated. What was
+/// drawn is shown when the device context is released. One of the whole screen tells metrics, but
+/// can't be drawn on. Palettes are kept in software: they give colours to indices as these are
+/// drawn, and none changes on the screen later.
+class CqQtScreen final : public CqScreenService {
+public:
+    /// @param base  makes regions and palettes
+    /// @param bits  that the screen is to be drawn with; 0: its own
+    CqQtScreen(std::shared_ptr<CqScreenService> base,
+               std::shared_ptr<const q32::posix::CodePage> codePage, int bits);
+    ~CqQtScreen() override;
+
+    /// Null without an application object, and for windows that aren't of this back end.
+    CDC* fnGetDC(CWnd* window) override;
+    void fnReleaseDC(CWnd* window, CDC* dc) override;
+    int fnSetDIBitsToDevice(CDC* dc, int x, int y, UINT width, UINT height, int sourceX,
+                            int sourceY, UINT startScan, UINT scans, const void* bits,
+                            const BITMAPINFOHEADER* header, UINT use) override;
+    std::unique_ptr<CqPaletteObject> fnCreatePalette(const LOGPALETTE& palette) override;
+    void fnPaletteGone(const CPalette& palette) noexcept override;
+    std::unique_ptr<CqRegionObject> fnCreateRectRegion(const RECT& rect) override;
+    bool fnGetIconTitleFont(LOGFONTA& font) override;
+    std::unique_ptr<CqFontObject> fnCreateFont(const LOGFONTA& font) override;
+    std::unique_ptr<CqBitmapObject> fnCreateCompatibleBitmap(CDC* dc, int width,
+                                                             int height) override;
+
+private:
+    q32::qt::QtDC* fnFindDC(const CDC* dc) const;
+
+    std::shared_ptr<CqScreenService> m_pBase;
+    std::shared_ptr<const q32::posix::CodePage> m_pCodePage;
+    int m_nBits;
+    std::vector<std::unique_ptr<q32::qt::QtDC>> m_DCs;
+};

@@ -1,0 +1,154 @@
+/// @file
+/// A host's windows and controls, as the library's window classes name them. Each object here
+/// stands for a widget or action of Qt, which it doesn't own, and which may go before it: the
+/// window doesn't exist any more then, and nothing happens.
+#pragma once
+
+#include "platforms/qt/CqQtCanvas.h"
+#include "q32Base/framework/CCmdUI.h"
+#include "q32Base/framework/CDocument.h"
+#include "q32Base/framework/Windows.h"
+#include "q32Base/platform/CqWindowService.h"
+#include "q32Base/platform/Export.h"
+
+#include <map>
+#include <memory>
+#include <QAction>
+#include <QPointer>
+#include <QProgressBar>
+#include <QStatusBar>
+#include <QToolBar>
+#include <QWidget>
+#include <string>
+#include <utility>
+
+namespace q32::posix {
+class CodePage;
+}
+
+/// The widget behind a window.
+class Q32_API CqQtPlace {
+public:
+    explicit CqQtPlace(QWidget* widget) : m_pWidget(widget) {}
+    virtual ~CqQtPlace() = default;
+
+    /// Null when it has gone.
+    QWidget* fnGetWidget() const { return m_pWidget; }
+    /// What the library draws on: the widget itself or its viewport, if that is a canvas, else a
+    /// canvas that lies over the widget, hidden until something is drawn. The widget must stand.
+    CqQtCanvas* fnGetCanvas() const;
+
+protected:
+    /// In pixels of the screen.
+    CRect fnGetClient() const;
+    LRESULT fnSend(UINT message, WPARAM wParam) const;
+    void fnInvalidate(const RECT* rect) const;
+
+private:
+    CqQtCanvas* fnFindCanvas() const;
+
+    QPointer<QWidget> m_pWidget;
+    mutable QPointer<CqQtCanvas> m_pOver;
+};
+
+/// A window of a kind `Base`. It erases itself with the button face; a repaint that was asked for
+/// also takes away what the library has drawn over a widget.
+template <typename Base>
+class CqQtWndOf : public Base, public CqQtPlace {
+public:
+    explicit CqQtWndOf(QWidget* widget) : CqQtPlace(widget) {}
+
+    /// The bar that a frame shows its messages on, not owned; at first none.
+    void fnSetMessageBar(CWnd* bar) { m_pMessageBar = bar; }
+
+    CRect GetClientRect() const override { return fnGetClient(); }
+    LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM) override {
+        return fnSend(message, wParam);
+    }
+    void InvalidateRect(const RECT* rect, bool) override { fnInvalidate(rect); }
+    bool IsWindow() const override { return fnGetWidget() != nullptr; }
+    CWnd* GetMessageBar() override { return m_pMessageBar; }
+
+private:
+    CWnd* m_pMessageBar = nullptr;
+};
+
+/// Any widget: a main window, a status bar that carries the gauge, a canvas, an image view.
+using CqQtWnd = CqQtWndOf<CWnd>;
+
+/// A progress bar. A change is painted at once, also while no events are handled.
+class Q32_API CqQtProgressCtrl final : public CqQtWndOf<CProgressCtrl> {
+public:
+    explicit CqQtProgressCtrl(QProgressBar* bar) : CqQtWndOf(bar) {}
+    LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+};
+
+/// A toolbar whose buttons are actions. What an action's menu items show changes with it.
+class Q32_API CqQtToolBar final : public CqQtWndOf<CToolBarCtrl> {
+public:
+    explicit CqQtToolBar(QToolBar* bar) : CqQtWndOf(bar) {}
+
+    /// Names an action by a command.
+    void fnAdd(UINT command, QAction* action) { m_Actions[command] = action; }
+    /// TB_ENABLEBUTTON gives 1 for a command that is known.
+    LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+
+private:
+    std::map<UINT, QPointer<QAction>> m_Actions;
+};
+
+/// An action that asks how it has to look, of a menu that is about to be shown for instance.
+class Q32_API CqQtCmdUI final : public CCmdUI {
+public:
+    CqQtCmdUI(UINT command, QAction* action) : m_pAction(action) { m_nID = command; }
+    void Enable(bool on) override;
+
+private:
+    QPointer<QAction> m_pAction;
+};
+
+/// A document whose modified flag is the mark in a window's title, where that has "[*]".
+class Q32_API CqQtDocument final : public CDocument {
+public:
+    explicit CqQtDocument(QWidget* window) : m_pWindow(window) {}
+    int IsModified() override { return m_pWindow && m_pWindow->isWindowModified() ? 1 : 0; }
+    void SetModifiedFlag(bool modified) override;
+
+private:
+    QPointer<QWidget> m_pWindow;
+};
+
+/// The application, with the name that message boxes have as their caption.
+class Q32_API CqQtApp : public CWinApp {
+public:
+    /// @param name  in the code page
+    explicit CqQtApp(std::string name) : m_szName(std::move(name)) {
+        m_pszAppName = m_szName.c_str();
+    }
+
+private:
+    const std::string m_szName;
+};
+
+/// What the host tells of its application and main window, neither owned, and the dump window.
+class Q32_API CqQtWindows final : public CqWindowService {
+public:
+    CqQtWindows();
+    ~CqQtWindows() override;
+
+    void fnSetApp(CWinApp* app) { m_pApp = app; }
+    void fnSetMainWnd(CWnd* window) { m_pMainWnd = window; }
+    /// How texts are to be read; set by the platform.
+    void fnSetCodePage(std::shared_ptr<const q32::posix::CodePage> codePage);
+
+    CWinApp* fnGetApp() override { return m_pApp; }
+    CWnd* fnGetMainWnd() override { return m_pMainWnd; }
+    /// Null also without an application object.
+    std::unique_ptr<CqDumpView> fnCreateDumpView(const CqDumpViewSetup& setup,
+                                                 CqDumpViewEvents& events) override;
+
+private:
+    CWinApp* m_pApp = nullptr;
+    CWnd* m_pMainWnd = nullptr;
+    std::shared_ptr<const q32::posix::CodePage> m_pCodePage;
+};

@@ -1,0 +1,207 @@
+#include "platforms/qt/EventHold.h"
+
+#include <array>
+#include <QCoreApplication>
+#include <QEvent>
+#include <QEventLoop>
+#include <QKeyEvent>
+#include <utility>
+
+namespace q32::qt {
+
+namespace {
+
+struct KeyPair {
+    int m_nQt;
+    int m_nKey;
+};
+
+/// Keys whose numbers aren't those of their signs.
+constexpr std::array<KeyPair, 18> kKeys = {{{Qt::Key_Escape, VK_ESCAPE},
+                                            {Qt::Key_Backspace, 8},
+                                            {Qt::Key_Tab, 9},
+                                            {Qt::Key_Backtab, 9},
+                                            {Qt::Key_Return, 13},
+                                            {Qt::Key_Enter, 13},
+                                            {Qt::Key_Shift, 16},
+                                            {Qt::Key_Control, 17},
+                                            {Qt::Key_Alt, 18},
+                                            {Qt::Key_PageUp, 33},
+                                            {Qt::Key_PageDown, 34},
+                                            {Qt::Key_End, 35},
+                                            {Qt::Key_Home, 36},
+                                            {Qt::Key_Left, 37},
+                                            {Qt::Key_Up, 38},
+                                            {Qt::Key_Right, 39},
+                                            {Qt::Key_Down, 40},
+                                            {Qt::Key_Delete, 46}}};
+
+/// The library's number of a key; 0 for one that has none.
+int fnToKey(int key) {
+    for (const KeyPair& pair : kKeys)
+        if (pair.m_nQt == key)
+            return pair.m_nKey;
+    const bool sign =
+        key == Qt::Key_Space || (key >= '0' && key <= '9') || (key >= 'A' && key <= 'Z');
+    return sign ? key : 0;
+}
+
+bool fnIsDrag(QEvent::Type type) {
+    return type == QEvent::DragEnter || type == QEvent::DragMove || type == QEvent::DragLeave ||
+           type == QEvent::Drop;
+}
+
+/// What the window system tells a window, and what waits until the operation is over.
+bool fnIsForLater(QEvent::Type type) {
+    switch (type) {
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::MouseMove:
+    case QEvent::Wheel:
+    case QEvent::TouchBegin:
+    case QEvent::TouchUpdate:
+    case QEvent::TouchEnd:
+    case QEvent::TouchCancel:
+    case QEvent::TabletMove:
+    case QEvent::TabletPress:
+    case QEvent::TabletRelease:
+    case QEvent::ContextMenu:
+    case QEvent::Enter:
+    case QEvent::Leave:
+    case QEvent::FocusIn:
+    case QEvent::FocusOut:
+    case QEvent::Paint:
+    case QEvent::Expose:
+    case QEvent::Resize:
+    case QEvent::Move:
+    case QEvent::WindowStateChange:
+    case QEvent::Close:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+EventHold::EventHold() {
+    m_Timer.setSingleShot(true);
+    QObject::connect(&m_Timer, &QTimer::timeout, this, &EventHold::fnDeliver);
+    QCoreApplication::instance()->installEventFilter(this);
+}
+
+EventHold::~EventHold() = default;
+
+void EventHold::fnLook() {
+    if (m_bLooking)
+        return;
+    m_bLooking = true;
+    // Timers stay out, so that this one waits for the event loop too.
+    if (!m_Timer.isActive())
+        m_Timer.start(0);
+    QCoreApplication::processEvents(QEventLoop::ExcludeSocketNotifiers |
+                                    QEventLoop::X11ExcludeTimers);
+    m_bLooking = false;
+}
+
+bool EventHold::fnTake(CqKeyMessage& message) {
+    if (m_Keys.empty())
+        return false;
+    message = m_Keys.front();
+    m_Keys.pop_front();
+    return true;
+}
+
+bool EventHold::eventFilter(QObject* object, QEvent* event) {
+    if (m_bLooking)
+        return fnFilterLook(object, event);
+    if (m_Held.empty() || event == m_pDelivered || !object->isWindowType())
+        return false;
+    const QEvent::Type type = event->type();
+    if (type != QEvent::KeyPress && type != QEvent::KeyRelease && !fnIsForLater(type))
+        return false;
+    // What is newer than what was kept has to wait for it, and may find its window gone.
+    const QPointer<QObject> target(object);
+    fnDeliver();
+    return target.isNull();
+}
+
+bool EventHold::fnFilterLook(QObject* object, QEvent* event) {
+    const QEvent::Type type = event->type();
+    switch (type) {
+    case QEvent::KeyPress:
+    case QEvent::ShortcutOverride: // a key that is a shortcut comes as nothing else
+        fnKeepKey(static_cast<const QKeyEvent&>(*event), WM_KEYDOWN);
+        event->accept(); // a shortcut that is overridden doesn't act
+        return true;
+    case QEvent::KeyRelease:
+        fnKeepKey(static_cast<const QKeyEvent&>(*event), WM_KEYUP);
+        return true;
+    case QEvent::Shortcut:
+    case QEvent::InputMethod:
+        return true;
+    case QEvent::UpdateRequest:
+        fnHold(object, event);
+        return true;
+    default:
+        break;
+    }
+    if (!object->isWindowType())
+        return false;
+    if (fnIsDrag(type)) {
+        event->ignore(); // its data would be gone by the time it is delivered
+        return true;
+    }
+    if (!fnIsForLater(type))
+        return false;
+    fnHold(object, event);
+    return true;
+}
+
+void EventHold::fnKeepKey(const QKeyEvent& event, UINT message) {
+    const int key = fnToKey(event.key());
+    if (message == WM_KEYUP) {
+        if (event.isAutoRepeat()) // the key is still held
+            return;
+        m_Down.erase(key);
+    } else if (key != 0) {
+        m_Down.insert(key);
+    }
+    // A press that comes a second time, as a shortcut's look ahead, counts once.
+    if (message == WM_KEYDOWN && !m_Keys.empty() && m_Keys.back().m_nMessage == WM_KEYDOWN &&
+        m_Keys.back().m_wParam == static_cast<WPARAM>(key))
+        return;
+    m_Keys.push_back({message, static_cast<WPARAM>(key)});
+}
+
+void EventHold::fnHold(QObject* object, QEvent* event) {
+    m_Held.push_back({object, std::unique_ptr<QEvent>(event->clone())});
+    // A window whose paint was refused is told by an expose event as well, and an accepted close
+    // would close it.
+    event->ignore();
+}
+
+void EventHold::fnDeliver() {
+    // The next operation learns the keys from its own looks: one that goes up elsewhere, unseen,
+    // would stay down for ever.
+    m_Down.clear();
+    m_Keys.clear();
+    // What is delivered may start another operation, or a loop that delivers the rest.
+    QPointer<QObject> painted; // its expose event is in the paint
+    while (!m_Held.empty()) {
+        const Held held = std::move(m_Held.front());
+        m_Held.pop_front();
+        QObject* object = held.m_pObject;
+        const QEvent::Type type = held.m_pEvent->type();
+        if (!object || (type == QEvent::Expose && painted == object))
+            continue;
+        held.m_pEvent->accept();
+        m_pDelivered = held.m_pEvent.get();
+        QCoreApplication::sendEvent(object, held.m_pEvent.get());
+        m_pDelivered = nullptr;
+        painted = type == QEvent::Paint && held.m_pEvent->isAccepted() ? object : nullptr;
+    }
+}
+
+} // namespace q32::qt

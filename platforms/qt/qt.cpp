@@ -1,0 +1,33 @@
+#include "platforms/qt/qt.h"
+
+#include "platforms/posix/CodePage.h"
+#include "platforms/qt/CqQtKeyboard.h"
+#include "platforms/qt/CqQtMessages.h"
+#include "platforms/qt/CqQtScreen.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+
+CqPlatform q32QtPlatform(const std::shared_ptr<CqQtWindows>& windows, const CqQtOptions& options) {
+    const auto codePage = std::make_shared<const q32::posix::CodePage>(options.m_Posix.m_szLocale);
+    CqPlatform platform = q32PosixPlatform(options.m_Posix);
+    platform.m_pScreen =
+        std::make_shared<CqQtScreen>(platform.m_pScreen, codePage, options.m_nBits);
+    platform.m_pMessages = std::make_shared<CqQtMessages>(platform.m_pMessages, codePage);
+    platform.m_pKeyboard = std::make_shared<CqQtKeyboard>();
+    windows->fnSetCodePage(codePage);
+    platform.m_pWindows = windows;
+    return platform;
+}
+
+std::shared_ptr<CqQtWindows> q32QtWindows() {
+    return std::make_shared<CqQtWindows>();
+}
+
+bool q32QtCanPaint() {
+    constexpr int kLeastDepth = 15;
+    const QScreen* screen = qobject_cast<QGuiApplication*>(QCoreApplication::instance())
+                                ? QGuiApplication::primaryScreen()
+                                : nullptr;
+    return screen && screen->depth() >= kLeastDepth;
+}

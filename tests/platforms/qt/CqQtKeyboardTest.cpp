@@ -1,0 +1,159 @@
+#include "q32Base/services/CqProgressDisplay.h"
+#include "tests/platforms/qt/QtTestTools.h"
+#include "tests/platforms/qt/QtWorld.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QMouseEvent>
+#include <QTimer>
+#include <string>
+#include <vector>
+
+namespace {
+
+/// Writes down what reaches it.
+class Recorder : public QWidget {
+public:
+    std::vector<std::string> m_Seen;
+
+protected:
+    void keyPressEvent(QKeyEvent*) override { m_Seen.push_back("key"); }
+    void mousePressEvent(QMouseEvent* event) override {
+        m_Seen.push_back("press " + std::to_string(event->position().toPoint().x()));
+    }
+    void mouseReleaseEvent(QMouseEvent* event) override {
+        m_Seen.push_back("release " + std::to_string(event->position().toPoint().x()));
+    }
+    void closeEvent(QCloseEvent* event) override {
+        m_Seen.push_back("close");
+        event->ignore();
+    }
+};
+
+class QtKeyboard : public QtWorld {
+protected:
+    void SetUp() override {
+        QtWorld::SetUp();
+        m_Window.resize(200, 150);
+        ASSERT_TRUE(fnShow(m_Window));
+        fnWaitFor([&] { return m_Window.isActiveWindow(); });
+    }
+
+    /// Puts an event into the queue, as the window system does: at the window.
+    void fnPost(QEvent* event) { QCoreApplication::postEvent(m_Window.windowHandle(), event); }
+    void fnPostKey(QEvent::Type type, int key) { fnPost(new QKeyEvent(type, key, Qt::NoModifier)); }
+    void fnPostClick(int x) {
+        for (const auto type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease})
+            fnPost(new QMouseEvent(
+                type, QPointF(x, 5), m_Window.mapToGlobal(QPointF(x, 5)), Qt::LeftButton,
+                type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier));
+    }
+    /// Asks again and again, as an operation does, until Esc is seen.
+    bool fnSeesEsc(int polls = 2000000) {
+        const CqProgressDisplay progress(false);
+        for (; polls > 0; --polls)
+            if (progress.fnIsAborted())
+                return true;
+        return false;
+    }
+
+    CqKeyboardService& fnKeyboard() { return *m_Platform.m_pKeyboard; }
+    Recorder m_Window;
+};
+
+TEST_F(QtKeyboard, EscIsSeenInsideAnOperation) {
+    EXPECT_FALSE(fnSeesEsc(1));
+    fnPostKey(QEvent::KeyPress, Qt::Key_Escape);
+    EXPECT_TRUE(fnSeesEsc());
+}
+
+TEST_F(QtKeyboard, ATapOfEscIsSeenThoughTheKeyIsUpAgain) {
+    fnPostKey(QEvent::KeyPress, Qt::Key_Escape);
+    fnPostKey(QEvent::KeyRelease, Qt::Key_Escape);
+    EXPECT_TRUE(fnSeesEsc());
+    EXPECT_FALSE(fnKeyboard().fnIsKeyDown(VK_ESCAPE));
+}
+
+TEST_F(QtKeyboard, EscIsSeenThoughAnActionOwnsIt) {
+    QAction action;
+    action.setShortcut(Qt::Key_Escape);
+    m_Window.addAction(&action);
+    int triggered = 0;
+    QObject::connect(&action, &QAction::triggered, [&] { ++triggered; });
+    fnPostKey(QEvent::KeyPress, Qt::Key_Escape);
+    EXPECT_TRUE(fnSeesEsc());
+    QCoreApplication::processEvents();
+    EXPECT_EQ(triggered, 0);
+}
+
+TEST_F(QtKeyboard, KeysAreThrownAwayAndTheMouseArrivesAfterwardsInOrder) {
+    fnPostClick(10);
+    fnPostKey(QEvent::KeyPress, Qt::Key_A);
+    fnPostClick(20);
+    fnPostKey(QEvent::KeyPress, Qt::Key_Escape);
+    fnPostClick(30);
+    EXPECT_TRUE(fnSeesEsc());
+    EXPECT_TRUE(m_Window.m_Seen.empty());
+    fnPostClick(40); // newer than what waits
+    EXPECT_TRUE(fnWaitFor([&] { return m_Window.m_Seen.size() >= 8; }));
+    EXPECT_EQ(m_Window.m_Seen,
+              (std::vector<std::string>{"press 10", "release 10", "press 20", "release 20",
+                                        "press 30", "release 30", "press 40", "release 40"}));
+}
+
+TEST_F(QtKeyboard, ACloseWaitsForTheEndOfTheOperation) {
+    fnPost(new QEvent(QEvent::Close));
+    CqKeyMessage message;
+    EXPECT_FALSE(fnKeyboard().fnTakeKeyMessage(message));
+    EXPECT_TRUE(m_Window.m_Seen.empty());
+    EXPECT_TRUE(m_Window.isVisible());
+}
+
+TEST_F(QtKeyboard, NeitherTimersNorRepaintsHappenInsideAnOperation) {
+    int ticks = 0;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, [&] { ++ticks; });
+    timer.start(0);
+    m_Window.update();
+    EXPECT_FALSE(fnSeesEsc(1));
+    EXPECT_EQ(ticks, 0);
+    EXPECT_TRUE(fnWaitFor([&] { return ticks > 0; }));
+}
+
+TEST_F(QtKeyboard, KeyMessagesComeOldestFirstWithTheirNumbers) {
+    fnPostKey(QEvent::KeyPress, Qt::Key_B);
+    fnPostKey(QEvent::KeyRelease, Qt::Key_B);
+    fnPostKey(QEvent::KeyPress, Qt::Key_Left);
+    CqKeyMessage message;
+    ASSERT_TRUE(fnKeyboard().fnTakeKeyMessage(message));
+    EXPECT_EQ(message.m_nMessage, WM_KEYDOWN);
+    EXPECT_EQ(message.m_wParam, static_cast<WPARAM>('B'));
+    ASSERT_TRUE(fnKeyboard().fnTakeKeyMessage(message));
+    EXPECT_EQ(message.m_nMessage, WM_KEYUP);
+    ASSERT_TRUE(fnKeyboard().fnTakeKeyMessage(message));
+    EXPECT_EQ(message.m_wParam, WPARAM{37});
+    EXPECT_FALSE(fnKeyboard().fnTakeKeyMessage(message));
+    EXPECT_TRUE(fnKeyboard().fnIsKeyDownNow(37));
+}
+
+TEST_F(QtKeyboard, WhatIsKnownOfAKeyEndsWithTheOperation) {
+    fnPostKey(QEvent::KeyPress, Qt::Key_Escape);
+    EXPECT_TRUE(fnSeesEsc());
+    bool back = false;
+    QTimer::singleShot(1, [&] { back = true; });
+    ASSERT_TRUE(fnWaitFor([&] { return back; }));
+    EXPECT_FALSE(fnSeesEsc(1));
+}
+
+TEST_F(QtKeyboard, AfterAnOperationKeysGoToTheirWindowsAgain) {
+    EXPECT_FALSE(fnSeesEsc(1));
+    fnWaitFor([&] {
+        fnPostKey(QEvent::KeyPress, Qt::Key_A);
+        return !m_Window.m_Seen.empty();
+    });
+    EXPECT_EQ(m_Window.m_Seen.front(), "key");
+}
+
+} // namespace
