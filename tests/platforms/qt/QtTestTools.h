@@ -39,5 +39,6 @@ inline void fnKeepPicture(QWidget& window, const QString& name) {
         return;
     QDir().mkpath(folder);
     window.grab().toImage().save(QString(folder) + '/' + name + '-' +
-                                 qEnvironmentVariable("QT_QPA_PLATFORM") + ".png");
+                                 qEnvironmentVariable("QT_QPA_PLATFORM") + '-' +
+                                 qEnvironmentVariable("QT_SCALE_FACTOR") + "x.png");
 }
