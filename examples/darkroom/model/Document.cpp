@@ -1,0 +1,302 @@
+#include "examples/darkroom/model/Document.h"
+
+#include "examples/darkroom/model/Progress.h"
+#include "q32Base/frame/Messages.h"
+#include "q32Base/framework/Exceptions.h"
+#include "q32Base/services/CqProgressDisplay.h"
+
+#include <new>
+#include <vector>
+
+namespace darkroom {
+
+namespace {
+
+constexpr int kNoMemory = -1;
+constexpr int kNotSupported = -102;
+
+Outcome fnFail(int message, const std::string& path) {
+    Outcome outcome;
+    outcome.m_nMsgId = message;
+    outcome.m_strPath = path.c_str();
+    return outcome;
+}
+
+/// Does `work`, and turns its memory failures into an outcome.
+template <typename Work>
+Outcome fnGuard(Work&& work) {
+    try {
+        return work();
+    } catch (CMemoryException* failure) {
+        failure->Delete();
+    } catch (const std::bad_alloc&) {
+        // The host's own containers.
+    }
+    Outcome outcome;
+    outcome.m_nMsgId = kNoMemory;
+    return outcome;
+}
+
+/// What a selection, and a view, has to fit.
+struct Form {
+    explicit Form(const CqImage& image)
+        : m_nWidth(image.Width), m_nHeight(image.Height), m_nBits(image.BitCount) {}
+    bool operator==(const Form&) const = default;
+
+    std::uint32_t m_nWidth;
+    std::uint32_t m_nHeight;
+    std::uint32_t m_nBits;
+};
+
+/// Puts the picture back as it was, unless it is told that all went well.
+class Rollback {
+public:
+    Rollback(CqImage& image, Snapshot& snapshot) : m_Image(image), m_pSnapshot(&snapshot) {}
+    ~Rollback() {
+        if (m_pSnapshot)
+            m_Image.fnSwapBuf(m_pSnapshot->m_Image);
+    }
+    Rollback(const Rollback&) = delete;
+    Rollback& operator=(const Rollback&) = delete;
+    void fnKeep() { m_pSnapshot = nullptr; }
+
+private:
+    CqImage& m_Image;
+    Snapshot* m_pSnapshot;
+};
+
+} // namespace
+
+bool fnCopyPicture(CqImage& from, CqImage& to, CqProgressDisplay* progress) {
+    std::vector<RGBQUAD> palette(from.PaletteCount);
+    from.fnGetPaletteEntry(0, from.PaletteCount, palette.data());
+    to.fnAlloc(from.Width, from.Height, from.BitCount, palette.empty() ? nullptr : palette.data(),
+               from.PaletteCount);
+    to.DpiX = from.DpiX;
+    to.DpiY = from.DpiY;
+    CqImageTile source;
+    CqImageTile target;
+    for (unsigned int i = 0; i < from.TileCount; ++i) {
+        from.fnAccessTile(i, &source);
+        to.fnAccessTile(i, &target);
+        target.fnCopy(source);
+        bool aborted = false;
+        if (progress)
+            progress->fnDrawStatus(
+                static_cast<unsigned int>(std::uint64_t{i} * 100 / from.TileCount), &aborted);
+        if (aborted)
+            return false;
+    }
+    return true;
+}
+
+Document::Document(unsigned int levels, CToolBarCtrl* toolBar) {
+    m_Undo.fnCreate(this, levels, toolBar);
+}
+
+void Document::SetModifiedFlag(bool modified) {
+    m_bModified = modified;
+}
+
+void Document::fnReset(const std::string& path) {
+    m_Undo.fnRemoveAll();
+    m_strPath = path;
+    m_nSavedState = m_nState = ++m_nLastState;
+    m_bModified = false;
+    fnSelectNone();
+}
+
+Outcome Document::fnOpen(const std::string& path, CqProgressDisplay* progress) {
+    PictureProgress told(progress);
+    Outcome outcome = q32ReadPicture(path.c_str(), m_Image, &told);
+    if (outcome.fnIsDone())
+        fnReset(path);
+    return outcome;
+}
+
+Outcome Document::fnSave(const std::string& path, CqProgressDisplay* progress) {
+    const CqPictureFormat* format = q32FindPictureFormat(path.c_str());
+    if (!format || !format->m_bCanWrite)
+        return fnFail(kNotSupported, path);
+    PictureProgress told(progress);
+    const Outcome outcome = q32WritePicture(path.c_str(), m_Image, format->m_eFormat, {}, &told);
+    if (outcome.fnIsDone()) {
+        m_strPath = path;
+        m_nSavedState = m_nState;
+        m_bModified = false;
+        fnTell();
+    }
+    return outcome;
+}
+
+Outcome Document::fnNew(unsigned int width, unsigned int height, const CqColor& color) {
+    return fnGuard([&] {
+        CqImage fresh;
+        fresh.fnAlloc(width, height, 24, nullptr, 0);
+        fresh.fnFill(color, nullptr, false);
+        m_Image.fnSwapBuf(fresh);
+        m_Image.Title = "";
+        fnReset("");
+        return Outcome();
+    });
+}
+
+void Document::fnClose() {
+    CqImage gone;
+    m_Image.fnSwapBuf(gone);
+    fnReset("");
+}
+
+Outcome Document::fnChange(const std::string& name, const Edit& edit, CqProgressDisplay* progress) {
+    const Outcome outcome = fnGuard([&] {
+        Outcome told;
+        auto snapshot = std::make_unique<Snapshot>();
+        snapshot->m_strChange = name;
+        SpanProgress copying(progress, 0, kCopyPercent);
+        if (!fnCopyPicture(m_Image, snapshot->m_Image, progress ? &copying : nullptr)) {
+            told.m_bAborted = true;
+            return told;
+        }
+        SpanProgress editing(progress, kCopyPercent, 100);
+        Rollback rollback(m_Image, *snapshot);
+        edit(m_Image, progress ? &editing : nullptr);
+        told.m_bAborted = progress && progress->fnWasAborted();
+        if (told.m_bAborted)
+            return told;
+        rollback.fnKeep();
+        const bool resized = Form(m_Image) != Form(snapshot->m_Image);
+        m_Undo.fnAddUndoBuf(snapshot.release(), m_nState);
+        m_nState = ++m_nLastState;
+        m_bModified = true;
+        if (resized)
+            fnSelectNone();
+        return told;
+    });
+    fnTell();
+    return outcome;
+}
+
+void Document::fnKeepToSelection(const Edit& edit, CqProgressDisplay* progress) {
+    // A copy of what the selection lies in is edited, and merged back by the mask, which stands in
+    // the copy's coordinates for that while.
+    const CRect bound = m_Selection.m_rectBound;
+    CqImage part;
+    part.fnAlloc(static_cast<unsigned int>(bound.Width()),
+                 static_cast<unsigned int>(bound.Height()), m_Image.BitCount, nullptr, 0);
+    part.fnCopyBlock(m_Image, &bound, 0, 0);
+    edit(part, progress);
+    m_Selection.fnSetPos(CPoint(0, 0));
+    m_Image.fnMerge(part, nullptr, CqMergeParam(m_Selection), bound.left, bound.top);
+    m_Selection.fnSetPos(bound.TopLeft());
+}
+
+Outcome Document::fnApply(const Operation& operation, const Values& values,
+                          CqProgressDisplay* progress) {
+    const Edit edit = [&](CqImage& image, CqProgressDisplay* told) {
+        operation.m_pRun(image, values, told);
+    };
+    const bool within = operation.fnIsLocal() && fnHasSelection() && fnCanSelect();
+    return fnChange(
+        operation.m_pszName,
+        [&](CqImage& image, CqProgressDisplay* told) {
+            within ? fnKeepToSelection(edit, told) : edit(image, told);
+        },
+        progress);
+}
+
+Outcome Document::fnFill(const CqColor& color, CqProgressDisplay* progress) {
+    const Edit edit = [&](CqImage& image, CqProgressDisplay*) {
+        image.fnFill(color, nullptr, false);
+    };
+    const bool within = fnHasSelection() && fnCanSelect();
+    return fnChange(
+        "Fill",
+        [&](CqImage& image, CqProgressDisplay* told) {
+            within ? fnKeepToSelection(edit, told) : edit(image, told);
+        },
+        progress);
+}
+
+void Document::fnTravel(bool back) {
+    if (back ? !fnCanUndo() : !fnCanRedo())
+        return;
+    const Outcome outcome = fnGuard([&] {
+        auto current = std::make_unique<Snapshot>();
+        current->m_strChange = fnPeek(back).m_strChange;
+        const Form left(m_Image);
+        current->m_Image.fnSwapBuf(m_Image);
+        unsigned long state = 0;
+        CObject* const taken = back ? m_Undo.fnUndo(current.release(), m_nState, &state)
+                                    : m_Undo.fnRedo(current.release(), m_nState, &state);
+        const std::unique_ptr<Snapshot> reached(static_cast<Snapshot*>(taken));
+        m_Image.fnSwapBuf(reached->m_Image);
+        m_nState = static_cast<std::uint32_t>(state);
+        m_bModified = m_nState != m_nSavedState;
+        if (Form(m_Image) != left)
+            fnSelectNone();
+        return Outcome();
+    });
+    if (!outcome.fnIsDone())
+        q32ShowMsg(kNoMemory, nullptr, nullptr, nullptr, 0);
+    fnTell();
+}
+
+bool Document::fnSetLevels(unsigned int levels) {
+    const bool changed = m_Undo.fnChangeLevel(levels);
+    fnTell();
+    return changed;
+}
+
+Outcome Document::fnSelect(CqMask& mask, Combine how) {
+    const Outcome outcome = fnGuard([&] {
+        if (how == Combine::SUBTRACT) {
+            if (fnHasSelection())
+                m_Selection -= mask;
+        } else if (how == Combine::ADD && fnHasSelection()) {
+            // Sums must not pass 255: what is in both is taken off first.
+            CqMask rest(mask);
+            rest -= m_Selection;
+            m_Selection += rest;
+        } else {
+            m_Selection = mask;
+        }
+        return Outcome();
+    });
+    ++m_nSelectionSerial;
+    fnTell();
+    return outcome;
+}
+
+Outcome Document::fnSelectShape(ShapeKind shape, std::span<const CqPoint2D> points, Combine how) {
+    return fnGuard([&] {
+        CqMask mask;
+        if (!fnMakeShapeMask(fnMakeOutline(shape, points), m_Image.Width, m_Image.Height, mask)) {
+            if (how == Combine::REPLACE)
+                fnSelectNone();
+            return Outcome();
+        }
+        return fnSelect(mask, how);
+    });
+}
+
+Outcome Document::fnSelectColor(const CqColor& color, int tolerance, Combine how,
+                                CqProgressDisplay* progress) {
+    return fnGuard([&] {
+        CqMask mask;
+        if (fnMakeColorMask(m_Image, color, tolerance, mask, progress))
+            return fnSelect(mask, how);
+        Outcome outcome;
+        outcome.m_bAborted = true;
+        return outcome;
+    });
+}
+
+void Document::fnSelectNone() {
+    CqMask none;
+    m_Selection.fnSwapBuf(none);
+    m_Selection.m_rectBound = CRect(0, 0, 0, 0);
+    ++m_nSelectionSerial;
+    fnTell();
+}
+
+} // namespace darkroom

@@ -1,0 +1,143 @@
+#pragma once
+
+#include "examples/darkroom/model/Operation.h"
+#include "examples/darkroom/model/Shapes.h"
+#include "plugins/PictureFile.h"
+#include "q32Base/framework/CDocument.h"
+#include "q32Base/image/CqImage.h"
+#include "q32Base/image/CqMask.h"
+#include "q32Base/services/CqUndoMngr.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+
+class CqProgressDisplay;
+
+namespace darkroom {
+
+/// How an edit ended: by the numbers of the picture files, so that one function tells them all to
+/// the user.
+using Outcome = CqPictureResult;
+
+/// A state of the picture that was left, and the change that it was left by.
+class Snapshot : public CObject {
+public:
+    CqImage m_Image;
+    std::string m_strChange;
+};
+
+/// A picture with its path, its history and its selection. Knows nothing of windows. Every edit
+/// either happens whole and can be undone, or leaves the picture as it was: aborted, or out of
+/// memory. Nothing here throws.
+///
+/// Snapshots are whole pictures. They take their pixels where the memory policy wants them, so that
+/// a history may be larger than memory; moving through it copies nothing.
+class Document : public CDocument {
+public:
+    /// @param levels   steps that can be undone
+    /// @param toolBar  kept in step by the undo manager; may be null, else outlives this
+    explicit Document(unsigned int levels, CToolBarCtrl* toolBar = nullptr);
+
+    bool fnHasImage() const { return m_Image.TileMap != nullptr; }
+    CqImage& fnGetImage() { return m_Image; }
+    const CqImage& fnGetImage() const { return m_Image; }
+    /// Empty for a picture that was never saved.
+    const std::string& fnGetPath() const { return m_strPath; }
+
+    /// Called after the picture, the selection, the history or the modified mark has changed.
+    void fnSetListener(std::function<void()> changed) { m_Changed = std::move(changed); }
+
+    // Files. `progress` may be null.
+
+    Outcome fnOpen(const std::string& path, CqProgressDisplay* progress);
+    /// The format is told by the extension; -102 when it tells none that can be written.
+    Outcome fnSave(const std::string& path, CqProgressDisplay* progress);
+    /// A picture of one colour with 24 bits.
+    Outcome fnNew(unsigned int width, unsigned int height, const CqColor& color);
+    void fnClose();
+
+    // Edits.
+
+    using Edit = std::function<void(CqImage& image, CqProgressDisplay* progress)>;
+
+    /// Does an operation, on the selection alone if there is one and the operation is local.
+    Outcome fnApply(const Operation& operation, const Values& values, CqProgressDisplay* progress);
+    /// Does any change to the picture, under a name for the history.
+    Outcome fnChange(const std::string& name, const Edit& edit, CqProgressDisplay* progress);
+    /// Fills the selection, or all of the picture without one.
+    Outcome fnFill(const CqColor& color, CqProgressDisplay* progress);
+
+    // History.
+
+    bool fnCanUndo() const { return m_Undo.fnCanUndo(); }
+    bool fnCanRedo() const { return m_Undo.fnCanRedo(); }
+    /// Name of the change that would be undone or done again; there must be one.
+    const std::string& fnGetUndoName() const { return fnPeek(true).m_strChange; }
+    const std::string& fnGetRedoName() const { return fnPeek(false).m_strChange; }
+    void fnUndo() { fnTravel(true); }
+    void fnRedo() { fnTravel(false); }
+    /// Has the undo manager tell a menu item how it has to look.
+    void fnUpdateMenu(CCmdUI& item) { m_Undo.fnUpdateMenu(&item); }
+    unsigned int fnGetLevels() const { return m_Undo.fnGetLevelNumber(); }
+    /// False, after the library's message, when memory ran out.
+    bool fnSetLevels(unsigned int levels);
+
+    // Selection: a mask of 0 and 255 in the picture's coordinates. It goes with any change of the
+    // picture's size.
+
+    bool fnHasSelection() const {
+        return m_Selection.TileMap && !m_Selection.m_rectBound.IsRectEmpty();
+    }
+    CqMask& fnGetSelection() { return m_Selection; }
+    /// A number that changes with the selection.
+    std::uint32_t fnGetSelectionSerial() const { return m_nSelectionSerial; }
+    /// Edits can be kept to a selection at this depth.
+    bool fnCanSelect() const { return fnHasImage() && m_Image.BitCount == 24; }
+    enum class Combine { REPLACE, ADD, SUBTRACT };
+    /// Takes a mask of 0 and 255 into the selection.
+    Outcome fnSelect(CqMask& mask, Combine how);
+    /// By a shape's points, or by a colour and how far each channel may differ. A shape that covers
+    /// no pixel selects nothing.
+    Outcome fnSelectShape(ShapeKind shape, std::span<const CqPoint2D> points, Combine how);
+    Outcome fnSelectColor(const CqColor& color, int tolerance, Combine how,
+                          CqProgressDisplay* progress);
+    void fnSelectNone();
+
+    // CDocument.
+    int IsModified() override { return m_bModified ? 1 : 0; }
+    void SetModifiedFlag(bool modified) override;
+
+private:
+    const Snapshot& fnPeek(bool undo) const {
+        return *static_cast<const Snapshot*>(m_Undo.fnPeekLastBuf(undo));
+    }
+    void fnTravel(bool back);
+    void fnReset(const std::string& path);
+    void fnTell() const {
+        if (m_Changed)
+            m_Changed();
+    }
+    void fnKeepToSelection(const Edit& edit, CqProgressDisplay* progress);
+
+    CqImage m_Image;
+    CqMask m_Selection;
+    std::uint32_t m_nSelectionSerial = 0;
+    std::string m_strPath;
+    bool m_bModified = false;
+    // States are numbered. The number goes with the snapshots as their tag, so that the modified
+    // mark is right wherever in the history the picture was saved.
+    std::uint32_t m_nState = 0;
+    std::uint32_t m_nLastState = 0;
+    std::uint32_t m_nSavedState = 0;
+    std::function<void()> m_Changed;
+    CqUndoMngr m_Undo; ///< last, so that it goes first: it may look at this document
+};
+
+/// Copies a picture, tile by tile. False when the user ended it; `to` then has undefined pixels.
+/// Raises the memory exception.
+bool fnCopyPicture(CqImage& from, CqImage& to, CqProgressDisplay* progress);
+
+} // namespace darkroom

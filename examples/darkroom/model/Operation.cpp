@@ -1,0 +1,193 @@
+#include "examples/darkroom/model/Operation.h"
+
+#include "examples/darkroom/model/Filters.h"
+#include "q32Base/image/CqImage.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+namespace darkroom {
+
+namespace {
+
+constexpr std::uint32_t kTrueColor = fnDepthBit(24) | fnDepthBit(32);
+constexpr std::uint32_t kColor = kTrueColor | fnDepthBit(16);
+constexpr std::uint32_t kBytes = kColor | fnDepthBit(8);
+constexpr std::uint32_t kAny = kBytes | fnDepthBit(4);
+
+/// The largest side that a dialog offers.
+constexpr int kMostPixels = 60000;
+
+constexpr Parameter fnNumber(const char* name, int low, int high, int start, const char* unit) {
+    return {name, ParameterKind::NUMBER, low, high, start, unit};
+}
+constexpr Parameter fnSwitch(const char* name, bool on) {
+    return {name, ParameterKind::SWITCH, 0, 1, on ? 1 : 0, ""};
+}
+
+constexpr Parameter kBrightness[] = {fnNumber("Brightness", -100, 100, 0, " %"),
+                                     fnNumber("Contrast", -100, 100, 0, " %")};
+constexpr Parameter kBalance[] = {fnNumber("Red", -100, 100, 0, ""),
+                                  fnNumber("Green", -100, 100, 0, ""),
+                                  fnNumber("Blue", -100, 100, 0, "")};
+constexpr Parameter kHue[] = {fnNumber("Hue", -180, 180, 0, "°"),
+                              fnNumber("Saturation", -100, 100, 0, " %")};
+constexpr Parameter kThreshold[] = {fnNumber("Level", 0, 255, 128, "")};
+constexpr Parameter kAmount[] = {fnNumber("Amount", 0, 100, 50, " %")};
+constexpr Parameter kSize[] = {fnNumber("Width", 1, kMostPixels, 1, " px"),
+                               fnNumber("Height", 1, kMostPixels, 1, " px"),
+                               fnSwitch("Interpolate", true)};
+constexpr Parameter kScale[] = {fnNumber("Scale", 1, 800, 50, " %")};
+constexpr Parameter kAngle[] = {fnNumber("Angle, clockwise", -180, 180, 0, "°"),
+                                fnSwitch("Smooth edges", true),
+                                {"Background", ParameterKind::COLOR, 0, 0xFFFFFF, 0xFFFFFF, ""}};
+
+/// A positive angle turns clockwise here, whichever angle it is; the library turns right angles
+/// clockwise and all others counter-clockwise.
+void fnTurn(CqImage& image, int degrees, unsigned int background, bool smooth,
+            CqProgressDisplay* progress) {
+    const int angle = ((degrees % 360) + 360) % 360;
+    if (angle == 0)
+        return;
+    const int turned = angle % 90 == 0 ? angle : 360 - angle;
+    image.fnRotate(turned, CqColor(static_cast<unsigned long>(background)), nullptr, smooth,
+                   progress);
+}
+
+template <int Degrees>
+void fnTurnBy(CqImage& image, std::span<const int>, CqProgressDisplay* progress) {
+    fnTurn(image, Degrees, 0, false, progress);
+}
+
+template <int Bits>
+void fnConvertTo(CqImage& image, std::span<const int>, CqProgressDisplay*) {
+    image.fnConvert(Bits, false, nullptr);
+}
+
+const Operation kOperations[] = {
+    {"brightness", "Brightness and Contrast", MenuPlace::ADJUST, "Ctrl+B", kBrightness,
+     PreviewKind::PIXELS, kBytes,
+     [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
+         image.fnBrightContrast(values[0], values[1], false, progress);
+     },
+     nullptr},
+    {"balance", "Color Balance", MenuPlace::ADJUST, "Ctrl+L", kBalance, PreviewKind::PIXELS, kColor,
+     [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
+         image.fnColorBalance(values[0], values[1], values[2], false, progress);
+     },
+     nullptr},
+    {"hue", "Hue and Saturation", MenuPlace::ADJUST, "Ctrl+U", kHue, PreviewKind::PIXELS,
+     kTrueColor,
+     [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
+         image.fnHueSaturation(values[0], values[1], false, progress);
+     },
+     nullptr},
+    {"threshold", "Threshold", MenuPlace::ADJUST, "", kThreshold, PreviewKind::PIXELS, kTrueColor,
+     [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
+         image.fnThresholding(static_cast<unsigned char>(values[0]), false, progress);
+     },
+     nullptr},
+    {"soften", "Soften", MenuPlace::FILTER, "", kAmount, PreviewKind::PIXELS, kTrueColor,
+     [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
+         fnSoften(image, values[0], progress);
+     },
+     nullptr},
+    {"sharpen", "Sharpen", MenuPlace::FILTER, "", kAmount, PreviewKind::PIXELS, kTrueColor,
+     [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
+         fnSoften(image, -values[0], progress);
+     },
+     nullptr},
+    {"resize", "Resize", MenuPlace::IMAGE, "Ctrl+Alt+I", kSize, PreviewKind::NONE, kAny,
+     [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
+         image.fnResample(static_cast<unsigned int>(values[0]),
+                          static_cast<unsigned int>(values[1]), values[2] != 0, progress);
+     },
+     [](const CqImage& image, std::span<int> values) {
+         values[0] = std::clamp(static_cast<int>(image.Width), 1, kMostPixels);
+         values[1] = std::clamp(static_cast<int>(image.Height), 1, kMostPixels);
+     }},
+    {"scale", "Scale", MenuPlace::IMAGE, "", kScale, PreviewKind::NONE, kTrueColor,
+     [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
+         image.fnResample(values[0] / 100.0, values[0] / 100.0, progress);
+     },
+     nullptr},
+    {"rotate", "Rotate", MenuPlace::IMAGE, "Ctrl+R", kAngle, PreviewKind::WHOLE, kTrueColor,
+     [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
+         fnTurn(image, values[0], static_cast<unsigned int>(values[2]), values[1] != 0, progress);
+     },
+     nullptr},
+    {"right",
+     "Turn Right",
+     MenuPlace::IMAGE,
+     "Ctrl+Right",
+     {},
+     PreviewKind::NONE,
+     kBytes,
+     fnTurnBy<90>,
+     nullptr},
+    {"left",
+     "Turn Left",
+     MenuPlace::IMAGE,
+     "Ctrl+Left",
+     {},
+     PreviewKind::NONE,
+     kBytes,
+     fnTurnBy<270>,
+     nullptr},
+    {"half",
+     "Turn Upside Down",
+     MenuPlace::IMAGE,
+     "",
+     {},
+     PreviewKind::NONE,
+     kBytes,
+     fnTurnBy<180>,
+     nullptr},
+    {"to24",
+     "Convert to 24 Bits",
+     MenuPlace::IMAGE,
+     "",
+     {},
+     PreviewKind::NONE,
+     kAny & ~fnDepthBit(24),
+     fnConvertTo<24>,
+     nullptr},
+    {"to32",
+     "Convert to 32 Bits",
+     MenuPlace::IMAGE,
+     "",
+     {},
+     PreviewKind::NONE,
+     kAny & ~fnDepthBit(32),
+     fnConvertTo<32>,
+     nullptr},
+};
+
+} // namespace
+
+bool Operation::fnSuits(const CqImage& image) const {
+    return image.TileMap && (m_nDepths & fnDepthBit(image.BitCount)) != 0;
+}
+
+Values Operation::fnGetStart(const CqImage& image) const {
+    Values values;
+    for (const Parameter& parameter : m_Parameters)
+        values.push_back(parameter.m_nStart);
+    if (m_pStart)
+        m_pStart(image, values);
+    return values;
+}
+
+std::span<const Operation> fnGetOperations() {
+    return kOperations;
+}
+
+const Operation* fnFindOperation(const char* id) {
+    const auto found = std::find_if(
+        std::begin(kOperations), std::end(kOperations),
+        [id](const Operation& operation) { return std::strcmp(operation.m_pszId, id) == 0; });
+    return found == std::end(kOperations) ? nullptr : &*found;
+}
+
+} // namespace darkroom

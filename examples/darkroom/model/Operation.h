@@ -1,0 +1,76 @@
+/// @file
+/// The operations of the darkroom as a table: what a menu shows of each, what a dialog asks for,
+/// and the function that does it. Whoever adds an operation adds one entry here, and nothing
+/// elsewhere.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+class CqImage;
+class CqProgressDisplay;
+
+namespace darkroom {
+
+enum class ParameterKind {
+    NUMBER, ///< a whole number between two limits
+    SWITCH, ///< 0 or 1
+    COLOR   ///< red in bits 0 to 7, green in 8 to 15, blue in 16 to 23
+};
+
+/// One value that an operation asks for.
+struct Parameter {
+    const char* m_pszName;
+    ParameterKind m_eKind;
+    int m_nLow;
+    int m_nHigh;
+    int m_nStart;
+    const char* m_pszUnit; ///< shown behind the number; may be empty
+};
+
+using Values = std::vector<int>;
+
+/// What the effect of an operation can be shown on before it is done.
+enum class PreviewKind {
+    NONE,
+    PIXELS, ///< works on pixels where they stand: on any part of the picture
+    WHOLE   ///< moves pixels: on a small copy of the whole picture
+};
+
+enum class MenuPlace { ADJUST, FILTER, IMAGE };
+
+/// A change of a picture. All of the text lives as long as the program.
+struct Operation {
+    const char* m_pszId;   ///< of the action and for scripts
+    const char* m_pszName; ///< as the menu and "Undo …" tell it
+    MenuPlace m_eMenu;
+    const char* m_pszShortcut; ///< may be empty
+    std::span<const Parameter> m_Parameters;
+    PreviewKind m_ePreview;
+    std::uint32_t m_nDepths; ///< depths that it works on, as a mask of fnDepthBit
+    /// Does it. Told to end by the progress object, which may be null, it returns early, with the
+    /// image in any state. Raises the memory exception.
+    void (*m_pRun)(CqImage& image, std::span<const int> values, CqProgressDisplay* progress);
+    /// Start values that depend on the picture; null: the table's own.
+    void (*m_pStart)(const CqImage& image, std::span<int> values);
+
+    bool fnSuits(const CqImage& image) const;
+    /// The values that a dialog begins with.
+    Values fnGetStart(const CqImage& image) const;
+    /// Whether it may be kept to a selection: size and depth stay.
+    bool fnIsLocal() const { return m_ePreview == PreviewKind::PIXELS; }
+};
+
+/// Depths are 4, 8, 16, 24 and 32 bits.
+constexpr std::uint32_t fnDepthBit(unsigned int bits) {
+    return 1u << (bits / 4);
+}
+
+/// All operations, in the order of the menus.
+std::span<const Operation> fnGetOperations();
+/// By its id; null when there is none.
+const Operation* fnFindOperation(const char* id);
+
+} // namespace darkroom

@@ -1,0 +1,49 @@
+/// @file
+/// Ways from one progress object to another.
+#pragma once
+
+#include "plugins/PictureFile.h"
+#include "q32Base/services/CqProgressDisplay.h"
+
+namespace darkroom {
+
+/// What of a change's progress is its snapshot.
+inline constexpr unsigned int kCopyPercent = 20;
+
+/// Tells another object of one part of a longer work. Without output of its own.
+class SpanProgress : public CqProgressDisplay {
+public:
+    /// @param whole  not owned; null: nothing is told, and nothing aborts
+    SpanProgress(CqProgressDisplay* whole, unsigned int low, unsigned int high)
+        : CqProgressDisplay(false), m_pWhole(whole), m_nLow(low), m_nHigh(high) {}
+
+    void fnDrawStatus(unsigned int percent, bool* aborted) override {
+        if (m_pWhole)
+            m_pWhole->fnDrawStatus(
+                m_nLow + (percent > 100 ? 100 : percent) * (m_nHigh - m_nLow) / 100, aborted);
+        m_bAborted = m_pWhole && m_pWhole->fnWasAborted();
+    }
+    void fnClearStatus() const override {}
+    bool fnIsAborted() const override { return m_pWhole && m_pWhole->fnIsAborted(); }
+
+private:
+    CqProgressDisplay* m_pWhole;
+    unsigned int m_nLow;
+    unsigned int m_nHigh;
+};
+
+/// Tells the progress of picture files to a progress display, which may be null.
+class PictureProgress : public CqPictureProgress {
+public:
+    explicit PictureProgress(CqProgressDisplay* display) : m_pDisplay(display) {}
+
+    void fnOnProgress(unsigned int percent, bool& aborted) override {
+        if (m_pDisplay)
+            m_pDisplay->fnDrawStatus(percent, &aborted);
+    }
+
+private:
+    CqProgressDisplay* m_pDisplay;
+};
+
+} // namespace darkroom

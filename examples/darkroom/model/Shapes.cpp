@@ -1,0 +1,182 @@
+#include "examples/darkroom/model/Shapes.h"
+
+#include "q32Base/geometry/CqCubicBezier2D.h"
+#include "q32Base/geometry/CqLine2D.h"
+#include "q32Base/geometry/CqPolyline2D.h"
+#include "q32Base/image/CqImage.h"
+#include "q32Base/services/CqProgressDisplay.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+namespace darkroom {
+
+namespace {
+
+/// Control points of a quarter of a circle lie so far out, for a radius of 1.
+constexpr double kQuarter = 0.5522847498307936;
+constexpr double kFlatness = 0.1;
+
+std::vector<CqPoint2D> fnMakeEllipse(const CqPoint2D& a, const CqPoint2D& b) {
+    const CqPoint2D middle((a.m_X + b.m_X) / 2, (a.m_Y + b.m_Y) / 2);
+    const double rx = std::abs(a.m_X - b.m_X) / 2;
+    const double ry = std::abs(a.m_Y - b.m_Y) / 2;
+    const auto place = [&](double x, double y) {
+        return CqPoint2D(middle.m_X + x * rx, middle.m_Y + y * ry);
+    };
+    std::vector<CqPoint2D> outline;
+    double x = 1;
+    double y = 0;
+    for (int quarter = 0; quarter < 4; ++quarter) {
+        const double nextX = -y;
+        const double nextY = x;
+        const CqCubicBezier2D curve(place(x, y), place(x + kQuarter * nextX, y + kQuarter * nextY),
+                                    place(nextX + kQuarter * x, nextY + kQuarter * y),
+                                    place(nextX, nextY), 0);
+        CqPolyline2D parts;
+        curve.fnTessellate(parts, kFlatness);
+        for (int i = 0; i < parts.fnGetNumberLine(); ++i)
+            outline.push_back(parts.fnGetVertex(i));
+        x = nextX;
+        y = nextY;
+    }
+    return outline;
+}
+
+/// The pixels that an outline may cover.
+CRect fnFindBound(std::span<const CqPoint2D> outline, unsigned int width, unsigned int height) {
+    double left = width;
+    double top = height;
+    double right = 0;
+    double bottom = 0;
+    for (const CqPoint2D& point : outline) {
+        left = std::min(left, point.m_X);
+        top = std::min(top, point.m_Y);
+        right = std::max(right, point.m_X);
+        bottom = std::max(bottom, point.m_Y);
+    }
+    const auto cut = [](double value, unsigned int most) {
+        return static_cast<int>(std::clamp(value, 0.0, static_cast<double>(most)));
+    };
+    return {cut(std::floor(left), width), cut(std::floor(top), height),
+            cut(std::ceil(right), width), cut(std::ceil(bottom), height)};
+}
+
+/// Column of the first pixel whose centre is not left of a crossing.
+LONG fnFirstColumn(double crossing, const CRect& bound) {
+    return static_cast<LONG>(std::clamp(std::ceil(crossing - 0.5), static_cast<double>(bound.left),
+                                        static_cast<double>(bound.right)));
+}
+
+} // namespace
+
+std::vector<CqPoint2D> fnMakeOutline(ShapeKind shape, std::span<const CqPoint2D> points) {
+    if (points.size() < 2)
+        return {};
+    const CqPoint2D& a = points.front();
+    const CqPoint2D& b = points.back();
+    switch (shape) {
+    case ShapeKind::RECTANGLE:
+        return {a, CqPoint2D(b.m_X, a.m_Y), b, CqPoint2D(a.m_X, b.m_Y)};
+    case ShapeKind::ELLIPSE:
+        return fnMakeEllipse(a, b);
+    case ShapeKind::FREEHAND:
+        break;
+    }
+    return {points.begin(), points.end()};
+}
+
+bool fnMakeShapeMask(std::span<const CqPoint2D> outline, unsigned int width, unsigned int height,
+                     CqMask& mask) {
+    const CRect bound = fnFindBound(outline, width, height);
+    if (bound.IsRectEmpty())
+        return false;
+    CqMask made(static_cast<unsigned int>(bound.Width()),
+                static_cast<unsigned int>(bound.Height()));
+    CqImageLine line;
+    std::vector<double> crossings;
+    for (LONG y = bound.top; y < bound.bottom; ++y) {
+        // Half-open edges, so that a vertex on the line counts once.
+        const double at = y + 0.5;
+        crossings.clear();
+        for (std::size_t i = 0; i < outline.size(); ++i) {
+            const CqLine2D edge(outline[i], outline[(i + 1) % outline.size()]);
+            if ((edge.m_Start.m_Y <= at) == (edge.m_End.m_Y <= at))
+                continue;
+            const double t = (at - edge.m_Start.m_Y) / (edge.m_End.m_Y - edge.m_Start.m_Y);
+            crossings.push_back(edge.fnComputePointOnLine(t).m_X);
+        }
+        std::sort(crossings.begin(), crossings.end());
+        made.fnAccessLine(static_cast<unsigned int>(y - bound.top), &line, false);
+        std::memset(line.LineBuffer, 0, line.RowBytes);
+        for (std::size_t i = 0; i + 1 < crossings.size(); i += 2) {
+            const LONG first = fnFirstColumn(crossings[i], bound);
+            const LONG end = fnFirstColumn(crossings[i + 1], bound);
+            std::fill(line.LineBuffer + (first - bound.left), line.LineBuffer + (end - bound.left),
+                      static_cast<unsigned char>(255));
+        }
+    }
+    line.fnUnAssociate();
+    made.fnSetPos(bound.TopLeft());
+    mask = made;
+    return true;
+}
+
+bool fnMakeColorMask(CqImage& image, const CqColor& color, int tolerance, CqMask& mask,
+                     CqProgressDisplay* progress) {
+    CqMask made(image.Width, image.Height);
+    const int wanted[] = {color.m_Red, color.m_Green, color.m_Blue};
+    CqImageLine from;
+    CqImageLine to;
+    for (unsigned int y = 0; y < image.Height; ++y) {
+        image.fnAccessLine(y, &from, true);
+        made.fnAccessLine(y, &to, false);
+        const unsigned char* pixel = from.LineBuffer;
+        for (unsigned int x = 0; x < image.Width; ++x, pixel += 3) {
+            const bool near = std::abs(pixel[0] - wanted[0]) <= tolerance &&
+                              std::abs(pixel[1] - wanted[1]) <= tolerance &&
+                              std::abs(pixel[2] - wanted[2]) <= tolerance;
+            to.LineBuffer[x] = near ? 255 : 0;
+        }
+        bool aborted = false;
+        if (progress)
+            progress->fnDrawStatus(static_cast<unsigned int>(std::uint64_t{y} * 100 / image.Height),
+                                   &aborted);
+        if (aborted)
+            return false;
+    }
+    to.fnUnAssociate();
+    mask.fnSwapBuf(made);
+    mask.fnSetPos(CPoint(0, 0));
+    return true;
+}
+
+void fnMakeAlphaMask(CqImage& image, int level, CqMask& mask) {
+    CqMask made(image.Width, image.Height);
+    CqImageLine from;
+    CqImageLine to;
+    for (unsigned int y = 0; y < image.Height; ++y) {
+        image.fnAccessLine(y, &from, true);
+        made.fnAccessLine(y, &to, false);
+        for (unsigned int x = 0; x < image.Width; ++x)
+            to.LineBuffer[x] = from.LineBuffer[4 * std::size_t{x}] >= level ? 255 : 0;
+    }
+    to.fnUnAssociate();
+    mask.fnSwapBuf(made);
+    mask.fnSetPos(CPoint(0, 0));
+}
+
+void fnDrawPath(CqImage& image, std::span<const CqPoint2D> points, const CqColor& color) {
+    // The library's lines take whole numbers as the middle of a pixel, not its corner.
+    std::vector<CqPoint2D> places(points.begin(), points.end());
+    for (CqPoint2D& place : places)
+        place -= CqPoint2D(0.5, 0.5);
+    if (places.size() == 2)
+        CqLine2D(places[0], places[1]).fnRasterize(image, color);
+    else if (places.size() == 4)
+        CqCubicBezier2D(places[0], places[1], places[2], places[3], 0).fnRasterize(image, color);
+}
+
+} // namespace darkroom

@@ -1,0 +1,43 @@
+/// @file
+/// Selections made of shapes and colours, and shapes drawn into the picture. Places are in the
+/// picture's pixels; what lies outside of it is left out.
+#pragma once
+
+#include "q32Base/geometry/CqPoint2D.h"
+#include "q32Base/image/CqColor.h"
+#include "q32Base/image/CqMask.h"
+
+#include <span>
+#include <vector>
+
+class CqImage;
+class CqProgressDisplay;
+
+namespace darkroom {
+
+enum class ShapeKind { RECTANGLE, ELLIPSE, FREEHAND };
+
+/// The points of a shape's outline. A rectangle and an ellipse take the first and last point as
+/// opposite corners, an ellipse as four curves; freehand is the points themselves. Raises the
+/// memory exception.
+std::vector<CqPoint2D> fnMakeOutline(ShapeKind shape, std::span<const CqPoint2D> points);
+
+/// 255 in all pixels whose centre lies inside a closed outline, by the even-odd rule; 0 elsewhere.
+/// False, with the mask as it was, when that is no pixel of a picture of this size. Raises the
+/// memory exception.
+bool fnMakeShapeMask(std::span<const CqPoint2D> outline, unsigned int width, unsigned int height,
+                     CqMask& mask);
+
+/// 255 in all pixels of a 24-bit picture whose red, green and blue each differ from a colour's by
+/// `tolerance` at most. False when the user ended it. Raises the memory exception.
+bool fnMakeColorMask(CqImage& image, const CqColor& color, int tolerance, CqMask& mask,
+                     CqProgressDisplay* progress);
+
+/// 255 in all pixels of a 32-bit picture whose alpha is `level` or more. Raises the memory
+/// exception.
+void fnMakeAlphaMask(CqImage& image, int level, CqMask& mask);
+
+/// Draws a line through two points, or a cubic curve from the first to the fourth.
+void fnDrawPath(CqImage& image, std::span<const CqPoint2D> points, const CqColor& color);
+
+} // namespace darkroom

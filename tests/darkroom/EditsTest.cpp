@@ -1,0 +1,261 @@
+// Edits happen whole or not at all, whatever the operation.
+#include "examples/darkroom/model/Filters.h"
+#include "examples/darkroom/model/Merge.h"
+#include "tests/darkroom/PictureTools.h"
+#include "tests/support/AttachedTest.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <utility>
+
+using darkroom::Document;
+using darkroom::fnFindOperation;
+using darkroom::fnGetOperations;
+using darkroom::Operation;
+using darkroom::Values;
+
+namespace {
+
+constexpr char kPath[] = "C:\\edit.png";
+constexpr unsigned int kDepths[] = {8, 24, 32};
+
+class DarkroomEdits : public AttachedTest {
+protected:
+    static void fnOpenNoise(Document& document, unsigned int bits) {
+        CqImage image;
+        fnFillNoise(image, 300, 170, bits, bits);
+        ASSERT_TRUE(q32WritePicture(kPath, image, PICTURE_PNG).fnIsDone());
+        ASSERT_TRUE(document.fnOpen(kPath, nullptr).fnIsDone());
+    }
+
+    /// Values that change something.
+    static Values fnGetValues(const Operation& operation, const CqImage& image) {
+        Values values = operation.fnGetStart(image);
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            const darkroom::Parameter& parameter = operation.m_Parameters[i];
+            if (parameter.m_eKind == darkroom::ParameterKind::NUMBER)
+                values[i] = std::clamp(values[i] + 21, parameter.m_nLow, parameter.m_nHigh);
+        }
+        return values;
+    }
+};
+
+/// The mean of nine pixels, blended in floating point.
+Bytes fnSoftenPlainly(CqImage& image, int amount) {
+    const auto width = static_cast<int>(image.Width);
+    const auto height = static_cast<int>(image.Height);
+    const Bytes in = fnBytesOf(image);
+    Bytes out = in;
+    const auto at = [&](int x, int y, int channel) {
+        x = std::clamp(x, 0, width - 1);
+        y = std::clamp(y, 0, height - 1);
+        return static_cast<int>(in[static_cast<std::size_t>((y * width + x) * 3 + channel)]);
+    };
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            for (int channel = 0; channel < 3; ++channel) {
+                int sum = 0;
+                for (int dy = -1; dy <= 1; ++dy)
+                    for (int dx = -1; dx <= 1; ++dx)
+                        sum += at(x + dx, y + dy, channel);
+                const int here = at(x, y, channel);
+                const double value = (here * 900 + (sum - here * 9) * amount) / 900.0;
+                out[static_cast<std::size_t>((y * width + x) * 3 + channel)] =
+                    static_cast<unsigned char>(std::clamp(value + 0.5, 0.0, 255.0));
+            }
+    return out;
+}
+
+} // namespace
+
+TEST_F(DarkroomEdits, EachOperationIsUndoneAndDoneAgainExactly) {
+    for (const unsigned int bits : kDepths) {
+        for (const Operation& operation : fnGetOperations()) {
+            Document document(5);
+            fnOpenNoise(document, bits);
+            if (!operation.fnSuits(document.fnGetImage()))
+                continue;
+            const Values values = fnGetValues(operation, document.fnGetImage());
+            const Bytes before = fnBytesOf(document.fnGetImage());
+            ASSERT_TRUE(document.fnApply(operation, values, nullptr).fnIsDone());
+            const Bytes after = fnBytesOf(document.fnGetImage());
+            EXPECT_NE(after, before) << operation.m_pszId << " at " << bits;
+            document.fnUndo();
+            EXPECT_EQ(fnBytesOf(document.fnGetImage()), before) << operation.m_pszId;
+            document.fnRedo();
+            EXPECT_EQ(fnBytesOf(document.fnGetImage()), after) << operation.m_pszId;
+        }
+    }
+}
+
+TEST_F(DarkroomEdits, EachOperationLeavesThePictureAsItWasWhenItIsStopped) {
+    for (const Operation& operation : fnGetOperations()) {
+        Document document(5);
+        fnOpenNoise(document, 24);
+        if (!operation.fnSuits(document.fnGetImage()))
+            continue;
+        const Values values = fnGetValues(operation, document.fnGetImage());
+        const Bytes before = fnBytesOf(document.fnGetImage());
+        // The library's conversion has no progress: it can be stopped while the snapshot is taken,
+        // which is six tiles long.
+        const bool converts = std::string(operation.m_pszId).starts_with("to");
+        for (const unsigned int call : {1u, 4u, converts ? 6u : 8u, converts ? 6u : 9u}) {
+            AbortingProgress progress(call);
+            const darkroom::Outcome outcome = document.fnApply(operation, values, &progress);
+            ASSERT_TRUE(outcome.m_bAborted) << operation.m_pszId << " at call " << call;
+            EXPECT_EQ(fnBytesOf(document.fnGetImage()), before) << operation.m_pszId;
+            EXPECT_FALSE(document.fnCanUndo());
+            EXPECT_EQ(document.IsModified(), 0);
+        }
+    }
+}
+
+TEST_F(DarkroomEdits, EachOperationLeavesThePictureAsItWasWithoutMemory) {
+    for (const Operation& operation : fnGetOperations()) {
+        Document document(5);
+        fnOpenNoise(document, 24);
+        if (!operation.fnSuits(document.fnGetImage()))
+            continue;
+        const Values values = fnGetValues(operation, document.fnGetImage());
+        const Bytes before = fnBytesOf(document.fnGetImage());
+        q32GetVMPolicy()->fnSetRamLimit(0);
+        q32GetVMPolicy()->fnEnableDisk(0, false);
+        EXPECT_EQ(document.fnApply(operation, values, nullptr).m_nMsgId, -1) << operation.m_pszId;
+        q32GetVMPolicy()->fnSetRamLimit(100'000'000);
+        EXPECT_EQ(fnBytesOf(document.fnGetImage()), before) << operation.m_pszId;
+        EXPECT_FALSE(document.fnCanUndo());
+    }
+}
+
+TEST_F(DarkroomEdits, APositiveAngleTurnsClockwiseWhateverItIs) {
+    for (const int angle : {45, 90, 135, 180, -45, -90}) {
+        CqImage image;
+        image.fnAlloc(101, 101, 24, nullptr, 0);
+        image.fnFill(CqColor(0, 0, 0, 255), nullptr, false);
+        const CRect top(46, 0, 56, 10);
+        image.fnFill(CqColor(255, 255, 255, 255), &top, false);
+        fnFindOperation("rotate")->m_pRun(image, Values{angle, 0, 0}, nullptr);
+        double x = 0;
+        double y = 0;
+        int count = 0;
+        for (unsigned int row = 0; row < image.Height; ++row)
+            for (unsigned int column = 0; column < image.Width; ++column)
+                if (image.fnGetPixelColor(static_cast<int>(column), static_cast<int>(row)).m_Red >
+                    127) {
+                    x += column;
+                    y += row;
+                    ++count;
+                }
+        ASSERT_GT(count, 0) << angle;
+        const double radians = angle * 3.14159265358979 / 180;
+        EXPECT_NEAR(x / count, image.Width / 2.0 + 45 * std::sin(radians), 2) << angle;
+        EXPECT_NEAR(y / count, image.Height / 2.0 - 45 * std::cos(radians), 2) << angle;
+    }
+}
+
+TEST_F(DarkroomEdits, SofteningAndSharpeningWeighTheNineNeighbours) {
+    for (const int amount : {100, 50, 1, 0, -50, -100}) {
+        CqImage image;
+        fnFillNoise(image, 133, 40, 24, 3);
+        const Bytes wanted = fnSoftenPlainly(image, amount);
+        darkroom::fnSoften(image, amount, nullptr);
+        const Bytes got = fnBytesOf(image);
+        ASSERT_EQ(got.size(), wanted.size());
+        int different = 0;
+        for (std::size_t i = 0; i < got.size(); ++i)
+            different += std::abs(got[i] - wanted[i]) > 0 ? 1 : 0;
+        EXPECT_EQ(different, 0) << amount;
+    }
+}
+
+TEST_F(DarkroomEdits, ALocalOperationStaysInsideTheSelection) {
+    Document document(5);
+    fnOpenNoise(document, 24);
+    const std::vector<CqPoint2D> corners = {{20, 30}, {250, 140}};
+    ASSERT_TRUE(
+        document.fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners, Document::Combine::REPLACE)
+            .fnIsDone());
+    CqImage whole;
+    fnFillNoise(whole, 300, 170, 24, 24);
+    const Bytes before = fnBytesOf(whole);
+    whole.fnThresholding(128, false, nullptr);
+    const Bytes all = fnBytesOf(whole);
+    ASSERT_TRUE(document.fnApply(*fnFindOperation("threshold"), {128}, nullptr).fnIsDone());
+    const Bytes got = fnBytesOf(document.fnGetImage());
+    for (std::size_t i = 0; i < got.size(); ++i) {
+        const std::size_t x = i / 3 % 300;
+        const std::size_t y = i / 3 / 300;
+        const bool inside = x >= 20 && x < 250 && y >= 30 && y < 140;
+        ASSERT_EQ(got[i], inside ? all[i] : before[i]) << x << ", " << y;
+    }
+    EXPECT_TRUE(document.fnHasSelection());
+    ASSERT_TRUE(document.fnApply(*fnFindOperation("right"), {}, nullptr).fnIsDone());
+    EXPECT_FALSE(document.fnHasSelection()) << "it doesn't fit any more";
+}
+
+TEST_F(DarkroomEdits, AMergedPictureIsCutWhereItSticksOut) {
+    for (const auto& [x, y] : {std::pair(-10, -20), std::pair(250, 140), std::pair(40, 30),
+                               std::pair(-500, 0), std::pair(300, 170)}) {
+        CqImage image;
+        CqImage over;
+        fnFillNoise(image, 300, 170, 24, 1);
+        fnFillNoise(over, 90, 60, 24, 2);
+        Bytes wanted = fnBytesOf(image);
+        const Bytes laid = fnBytesOf(over);
+        const CqColor key = over.fnGetPixelColor(30, 30);
+        for (int row = 0; row < 60; ++row)
+            for (int column = 0; column < 90; ++column) {
+                const int tx = x + column;
+                const int ty = y + row;
+                const bool isKey = column == 30 && row == 30;
+                if (tx < 0 || ty < 0 || tx >= 300 || ty >= 170 || isKey)
+                    continue;
+                for (int channel = 0; channel < 3; ++channel)
+                    wanted[static_cast<std::size_t>((ty * 300 + tx) * 3 + channel)] =
+                        laid[static_cast<std::size_t>((row * 90 + column) * 3 + channel)];
+            }
+        const darkroom::MergePlan plan{darkroom::MergeRule::KEY, key, x, y};
+        darkroom::fnMergePicture(image, over, plan, nullptr);
+        EXPECT_EQ(fnBytesOf(image), wanted) << x << ", " << y;
+    }
+}
+
+TEST_F(DarkroomEdits, APictureWithAlphaShowsWhereItIsOpaque) {
+    CqImage image;
+    CqImage over;
+    fnFillNoise(image, 100, 100, 24, 1);
+    fnFillNoise(over, 100, 100, 32, 2);
+    Bytes wanted = fnBytesOf(image);
+    const Bytes laid = fnBytesOf(over);
+    for (std::size_t i = 0; i < 10000; ++i)
+        if (laid[4 * i] >= darkroom::kOpaqueFrom)
+            std::copy_n(&laid[4 * i + 1], 3, &wanted[3 * i]);
+    darkroom::fnMergePicture(image, over, {darkroom::MergeRule::ALPHA, CqColor(), 0, 0}, nullptr);
+    EXPECT_EQ(fnBytesOf(image), wanted);
+}
+
+TEST_F(DarkroomEdits, AMergeBySelectionStaysInsideIt) {
+    Document document(5);
+    fnOpenNoise(document, 24);
+    const Bytes before = fnBytesOf(document.fnGetImage());
+    const std::vector<CqPoint2D> corners = {{50, 40}, {90, 70}};
+    ASSERT_TRUE(
+        document.fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners, Document::Combine::REPLACE)
+            .fnIsDone());
+    CqImage over;
+    fnFillNoise(over, 100, 100, 24, 2);
+    const Bytes laid = fnBytesOf(over);
+    darkroom::fnMergePicture(document.fnGetImage(), over,
+                             {darkroom::MergeRule::SELECTION, CqColor(), 60, -10},
+                             &document.fnGetSelection());
+    const Bytes got = fnBytesOf(document.fnGetImage());
+    for (std::size_t i = 0; i < got.size(); ++i) {
+        const std::size_t x = i / 3 % 300;
+        const std::size_t y = i / 3 / 300;
+        const bool inside = x >= 60 && x < 90 && y >= 40 && y < 70;
+        ASSERT_EQ(got[i], inside ? laid[((y + 10) * 100 + x - 60) * 3 + i % 3] : before[i])
+            << x << ", " << y;
+    }
+    EXPECT_EQ(document.fnGetSelection().m_rectBound, CRect(50, 40, 90, 70));
+}

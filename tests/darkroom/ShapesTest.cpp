@@ -1,0 +1,143 @@
+#include "examples/darkroom/model/Shapes.h"
+
+#include "tests/darkroom/PictureTools.h"
+#include "tests/support/AttachedTest.h"
+
+#include <cmath>
+
+using darkroom::Document;
+using darkroom::ShapeKind;
+
+namespace {
+
+class DarkroomShapes : public AttachedTest {
+protected:
+    /// Whether a mask has a pixel of the picture.
+    static bool fnHas(CqMask& mask, int x, int y) {
+        const CRect& bound = mask.m_rectBound;
+        return mask.TileMap && bound.PtInRect(CPoint(x, y)) &&
+               *mask.fnGetPixelAddr(x - bound.left, y - bound.top) == 255;
+    }
+    static void fnMake(ShapeKind shape, std::vector<CqPoint2D> points, CqMask& mask) {
+        ASSERT_TRUE(
+            darkroom::fnMakeShapeMask(darkroom::fnMakeOutline(shape, points), 200, 150, mask));
+    }
+};
+
+} // namespace
+
+TEST_F(DarkroomShapes, ARectangleTakesThePixelsWhoseCentresLieInside) {
+    CqMask mask;
+    fnMake(ShapeKind::RECTANGLE, {{10.4, 20.6}, {50.3, 40.4}}, mask);
+    for (int y = 0; y < 150; ++y)
+        for (int x = 0; x < 200; ++x)
+            ASSERT_EQ(fnHas(mask, x, y), x >= 10 && x < 50 && y >= 21 && y < 40) << x << ", " << y;
+}
+
+TEST_F(DarkroomShapes, ARectangleMayBeDrawnFromAnyCornerAndBeyondThePicture) {
+    CqMask mask;
+    fnMake(ShapeKind::RECTANGLE, {{500, 30}, {100, -80}}, mask);
+    EXPECT_EQ(mask.m_rectBound, CRect(100, 0, 200, 30));
+    EXPECT_TRUE(fnHas(mask, 199, 0));
+    EXPECT_TRUE(fnHas(mask, 100, 29));
+}
+
+TEST_F(DarkroomShapes, AnEllipseIsRound) {
+    CqMask mask;
+    fnMake(ShapeKind::ELLIPSE, {{20, 10}, {180, 110}}, mask);
+    for (int y = 0; y < 150; ++y)
+        for (int x = 0; x < 200; ++x) {
+            const double distance = std::hypot((x + 0.5 - 100) / 80, (y + 0.5 - 60) / 50);
+            if (std::abs(distance - 1) < 0.01)
+                continue; // the curve itself may lie a little off
+            ASSERT_EQ(fnHas(mask, x, y), distance < 1) << x << ", " << y;
+        }
+}
+
+TEST_F(DarkroomShapes, AFreehandOutlineThatCrossesItselfHasAHole) {
+    CqMask mask;
+    // Two turns around the same square.
+    fnMake(ShapeKind::FREEHAND,
+           {{10, 10},
+            {90, 10},
+            {90, 90},
+            {10, 90},
+            {10, 10},
+            {30, 30},
+            {30, 70},
+            {70, 70},
+            {70, 30},
+            {30, 30}},
+           mask);
+    EXPECT_TRUE(fnHas(mask, 15, 15));
+    EXPECT_TRUE(fnHas(mask, 85, 85));
+    EXPECT_FALSE(fnHas(mask, 50, 50));
+}
+
+TEST_F(DarkroomShapes, AShapeBesideThePictureIsNone) {
+    CqMask mask;
+    const std::vector<CqPoint2D> beside = {{-20, -20}, {-5, -5}};
+    EXPECT_FALSE(darkroom::fnMakeShapeMask(darkroom::fnMakeOutline(ShapeKind::RECTANGLE, beside),
+                                           200, 150, mask));
+    EXPECT_FALSE(darkroom::fnMakeShapeMask({}, 200, 150, mask));
+}
+
+TEST_F(DarkroomShapes, SelectionsAddUpAndAreTakenOff) {
+    Document document(1);
+    ASSERT_TRUE(document.fnNew(200, 150, CqColor()).fnIsDone());
+    const auto select = [&](CqPoint2D a, CqPoint2D b, Document::Combine how) {
+        const std::vector<CqPoint2D> points = {a, b};
+        ASSERT_TRUE(document.fnSelectShape(ShapeKind::RECTANGLE, points, how).fnIsDone());
+    };
+    select({10, 10}, {60, 60}, Document::Combine::REPLACE);
+    select({40, 40}, {100, 100}, Document::Combine::ADD);
+    select({50, 50}, {55, 55}, Document::Combine::SUBTRACT);
+    for (int y = 0; y < 150; ++y)
+        for (int x = 0; x < 200; ++x) {
+            const bool first = x >= 10 && x < 60 && y >= 10 && y < 60;
+            const bool second = x >= 40 && x < 100 && y >= 40 && y < 100;
+            const bool off = x >= 50 && x < 55 && y >= 50 && y < 55;
+            ASSERT_EQ(fnHas(document.fnGetSelection(), x, y), (first || second) && !off)
+                << x << ", " << y;
+        }
+    select({0, 0}, {200, 150}, Document::Combine::SUBTRACT);
+    EXPECT_FALSE(document.fnHasSelection());
+}
+
+TEST_F(DarkroomShapes, AColorIsSelectedWithinItsTolerance) {
+    CqImage image;
+    fnFillNoise(image, 200, 150, 24, 5);
+    CqMask mask;
+    ASSERT_TRUE(darkroom::fnMakeColorMask(image, CqColor(120, 130, 140, 255), 60, mask, nullptr));
+    int selected = 0;
+    for (int y = 0; y < 150; ++y)
+        for (int x = 0; x < 200; ++x) {
+            const CqColor color = image.fnGetPixelColor(x, y);
+            const bool near = color.m_Red >= 60 && color.m_Red <= 180 && color.m_Green >= 70 &&
+                              color.m_Green <= 190 && color.m_Blue >= 80 && color.m_Blue <= 200;
+            ASSERT_EQ(fnHas(mask, x, y), near) << x << ", " << y;
+            selected += near ? 1 : 0;
+        }
+    EXPECT_GT(selected, 0);
+    AbortingProgress progress(3);
+    EXPECT_FALSE(darkroom::fnMakeColorMask(image, CqColor(), 0, mask, &progress));
+}
+
+TEST_F(DarkroomShapes, LinesAndCurvesReachTheirEnds) {
+    CqImage image;
+    image.fnAlloc(100, 100, 24, nullptr, 0);
+    image.fnFill(CqColor(0, 0, 0, 255), nullptr, false);
+    const CqColor red(255, 0, 0, 255);
+    const std::vector<CqPoint2D> line = {{5.9, 5.1}, {90, 20}};
+    const std::vector<CqPoint2D> curve = {{10, 90}, {10, 40}, {90, 40}, {90, 90}};
+    darkroom::fnDrawPath(image, line, red);
+    darkroom::fnDrawPath(image, curve, red);
+    EXPECT_EQ(image.fnGetPixelColor(5, 5), red);
+    EXPECT_EQ(image.fnGetPixelColor(90, 20), red);
+    EXPECT_EQ(image.fnGetPixelColor(10, 90), red);
+    EXPECT_EQ(image.fnGetPixelColor(90, 90), red);
+    bool above = false;
+    for (int y = 45; y < 60; ++y)
+        above = above || image.fnGetPixelColor(50, y) == red;
+    EXPECT_TRUE(above) << "the curve's middle lies at 52.5";
+}
