@@ -1,0 +1,110 @@
+#pragma once
+
+#include "examples/darkroom/model/Document.h"
+#include "examples/darkroom/ui/HostSetup.h"
+#include "examples/darkroom/ui/PictureView.h"
+#include "q32Base/services/CqDumpBin.h"
+
+#include <functional>
+#include <QMainWindow>
+#include <QSettings>
+
+class QLabel;
+class QProgressBar;
+class QSpinBox;
+
+namespace darkroom {
+
+struct ActionEntry;
+class ColorButton;
+class RecentFiles;
+class SoundPanel;
+
+/// The darkroom's window: one picture, its operations and tools, and what goes on. The library must
+/// be attached for as long as it lives.
+///
+/// Every action is a QAction that is named by its id in the tables, so that scripts and tests find
+/// it. While one of them runs, all are off.
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+
+public:
+    explicit MainWindow(const HostSetup& setup, QWidget* parent = nullptr);
+    ~MainWindow() override;
+
+    Document& fnGetDocument() { return m_Document; }
+    PictureView& fnGetView() { return *m_pView; }
+    bool fnIsBusy() const { return m_bBusy; }
+
+    /// Opens a picture in place of the present one, without asking. Failures are shown.
+    bool fnOpen(const QString& path);
+    bool fnSaveAs(const QString& path);
+    /// Loads a second picture and asks how it is laid over this one.
+    void fnMerge(const QString& path);
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+private:
+    using Work = std::function<Outcome(CqProgressDisplay*)>;
+
+    // MainWindow.cpp
+    bool fnRun(const QString& what, const Work& work);
+    void fnUpdate();
+    void fnUpdateActions();
+    void fnUpdateStatus();
+    void fnShowPointed(const QPointF& place);
+    bool fnMayLeave();
+
+    // MainWindowSetup.cpp
+    void fnMakeActions();
+    void fnMakeToolBars();
+    void fnMakeStatusBar();
+    void fnMakeSoundPanel(const HostSetup& setup);
+    QAction* fnAddAction(const ActionEntry& entry);
+    void fnAddOperations();
+    void fnAddTools();
+    QMenu* fnFindMenu(const char* title);
+
+    // MainWindowCommands.cpp; the table of actions names them
+    friend struct ActionTable;
+    void fnNew();
+    void fnAskOpen();
+    void fnSave();
+    void fnAskSaveAs();
+    void fnUndo();
+    void fnRedo();
+    void fnFill();
+    void fnSelectNone();
+    void fnAskMerge();
+    void fnZoomIn();
+    void fnZoomOut();
+    void fnZoomFit();
+    void fnZoomOne();
+    void fnAskPreferences();
+    void fnShowDump();
+    void fnShowAbout();
+    void fnStartOperation(const Operation& operation);
+    void fnOnDrawn(Tool tool, const std::vector<CqPoint2D>& points,
+                   Qt::KeyboardModifiers modifiers);
+    void fnSelectColor(const CqPoint2D& place, Document::Combine how);
+
+    QSettings m_Settings;
+    Document m_Document;
+    CqDumpBin m_Dump;
+    PictureView* m_pView;
+    RecentFiles* m_pRecent = nullptr;
+    SoundPanel* m_pSound = nullptr;
+    QProgressBar* m_pGauge = nullptr;
+    ColorButton* m_pColor = nullptr;
+    QSpinBox* m_pTolerance = nullptr;
+    QLabel* m_pPlace = nullptr;
+    QLabel* m_pFacts = nullptr;
+    QLabel* m_pMemory = nullptr;
+    QLabel* m_pZoom = nullptr;
+    bool m_bBusy = false;
+};
+
+} // namespace darkroom

@@ -1,0 +1,279 @@
+// What the actions of the main window do.
+#include "examples/darkroom/model/Shapes.h"
+#include "examples/darkroom/ui/ColorButton.h"
+#include "examples/darkroom/ui/MainWindow.h"
+#include "examples/darkroom/ui/MergeDialog.h"
+#include "examples/darkroom/ui/ParameterDialog.h"
+#include "examples/darkroom/ui/PreferencesDialog.h"
+#include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/frame/Messages.h"
+#include "q32Base/frame/Module.h"
+#include "q32Base/framework/Exceptions.h"
+
+#include <algorithm>
+#include <cmath>
+#include <QFile>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QInputDialog>
+#include <QMessageBox>
+#include <QSpinBox>
+#include <QStringList>
+#include <utility>
+
+namespace darkroom {
+
+namespace {
+
+constexpr int kNotSaved = -5;
+constexpr int kMostNewPixels = 60000;
+constexpr int kDumpBytes = 256;
+constexpr int kDumpPerLine = 16;
+
+QString fnMakeFilter(bool writing) {
+    QStringList all;
+    QStringList single;
+    for (const CqPictureFormat& format : q32GetPictureFormats()) {
+        if (writing && !format.m_bCanWrite)
+            continue;
+        QStringList patterns;
+        for (const QString& extension : QString::fromLatin1(format.m_pszExtensions).split(' '))
+            patterns << "*." + extension;
+        all << patterns;
+        single << QString("%1 (%2)").arg(QString::fromLatin1(format.m_pszName), patterns.join(' '));
+    }
+    single.prepend(QObject::tr("Pictures (%1)").arg(all.join(' ')));
+    return single.join(";;");
+}
+
+Document::Combine fnGetCombine(Qt::KeyboardModifiers modifiers) {
+    if (modifiers & Qt::ShiftModifier)
+        return Document::Combine::ADD;
+    return modifiers & Qt::ControlModifier ? Document::Combine::SUBTRACT
+                                           : Document::Combine::REPLACE;
+}
+
+} // namespace
+
+void MainWindow::fnNew() {
+    if (!fnMayLeave())
+        return;
+    bool chosen = false;
+    const int width = QInputDialog::getInt(this, tr("New Picture"), tr("Width in pixels:"), 1024, 1,
+                                           kMostNewPixels, 1, &chosen);
+    if (!chosen)
+        return;
+    const int height = QInputDialog::getInt(this, tr("New Picture"), tr("Height in pixels:"), 768,
+                                            1, kMostNewPixels, 1, &chosen);
+    if (!chosen)
+        return;
+    fnRun(tr("New picture"), [&](CqProgressDisplay*) {
+        return m_Document.fnNew(static_cast<unsigned int>(width), static_cast<unsigned int>(height),
+                                CqColor(255, 255, 255, 255));
+    });
+    m_pView->fnSetFit(true);
+}
+
+void MainWindow::fnAskOpen() {
+    if (!fnMayLeave())
+        return;
+    const QString path = QFileDialog::getOpenFileName(this, tr("Open"), {}, fnMakeFilter(false));
+    if (!path.isEmpty())
+        fnOpen(path);
+}
+
+void MainWindow::fnSave() {
+    const QString path = QFile::decodeName(m_Document.fnGetPath().c_str());
+    const CqPictureFormat* const format = q32FindPictureFormat(m_Document.fnGetPath().c_str());
+    path.isEmpty() || !format || !format->m_bCanWrite ? fnAskSaveAs() : void(fnSaveAs(path));
+}
+
+void MainWindow::fnAskSaveAs() {
+    const QString path = QFileDialog::getSaveFileName(
+        this, tr("Save As"), QFile::decodeName(m_Document.fnGetPath().c_str()), fnMakeFilter(true));
+    if (!path.isEmpty())
+        fnSaveAs(path);
+}
+
+void MainWindow::fnUndo() {
+    if (!m_bBusy)
+        m_Document.fnUndo();
+}
+
+void MainWindow::fnRedo() {
+    if (!m_bBusy)
+        m_Document.fnRedo();
+}
+
+void MainWindow::fnFill() {
+    fnRun(tr("Fill"), [&](CqProgressDisplay* progress) {
+        return m_Document.fnFill(m_pColor->fnGetColor(), progress);
+    });
+}
+
+void MainWindow::fnSelectNone() {
+    m_Document.fnSelectNone();
+}
+
+void MainWindow::fnZoomIn() {
+    m_pView->fnStepZoom(1);
+}
+
+void MainWindow::fnZoomOut() {
+    m_pView->fnStepZoom(-1);
+}
+
+void MainWindow::fnZoomFit() {
+    m_pView->fnSetFit(true);
+}
+
+void MainWindow::fnZoomOne() {
+    m_pView->fnSetZoom(1);
+}
+
+void MainWindow::fnStartOperation(const Operation& operation) {
+    if (m_bBusy || !operation.fnSuits(m_Document.fnGetImage()))
+        return;
+    Values values;
+    if (!operation.m_Parameters.empty()) {
+        ParameterDialog dialog(operation, m_Document, *m_pView, this);
+        if (dialog.exec() != QDialog::Accepted)
+            return;
+        values = dialog.fnGetValues();
+    }
+    fnRun(tr(operation.m_pszName), [&](CqProgressDisplay* progress) {
+        return m_Document.fnApply(operation, values, progress);
+    });
+}
+
+void MainWindow::fnAskMerge() {
+    const QString path =
+        QFileDialog::getOpenFileName(this, tr("Merge a Picture"), {}, fnMakeFilter(false));
+    if (!path.isEmpty())
+        fnMerge(path);
+}
+
+void MainWindow::fnMerge(const QString& path) {
+    Document second(0);
+    const bool read =
+        fnRun(tr("Reading %1").arg(QFileInfo(path).fileName()), [&](CqProgressDisplay* progress) {
+            return second.fnOpen(QFile::encodeName(path).toStdString(), progress);
+        });
+    if (!read)
+        return;
+    MergePlan plan;
+    {
+        MergeDialog dialog(second.fnGetImage(), m_Document.fnHasSelection(), *m_pView, this);
+        if (dialog.exec() != QDialog::Accepted)
+            return;
+        plan = dialog.fnGetPlan();
+    }
+    fnRun(tr("Merge"), [&](CqProgressDisplay* progress) {
+        return m_Document.fnChange(
+            "Merge",
+            [&](CqImage& image, CqProgressDisplay*) {
+                CqMask* const selection =
+                    m_Document.fnHasSelection() ? &m_Document.fnGetSelection() : nullptr;
+                fnMergePicture(image, second.fnGetImage(), plan, selection);
+            },
+            progress);
+    });
+}
+
+void MainWindow::fnOnDrawn(Tool tool, const std::vector<CqPoint2D>& points,
+                           Qt::KeyboardModifiers modifiers) {
+    if (m_bBusy)
+        return;
+    if (tool == Tool::PICK)
+        return fnSelectColor(points.front(), fnGetCombine(modifiers));
+    if (tool == Tool::LINE || tool == Tool::CURVE) {
+        fnRun(tr("Drawing"), [&](CqProgressDisplay* progress) {
+            return m_Document.fnChange(
+                tool == Tool::LINE ? "Line" : "Curve",
+                [&](CqImage& image, CqProgressDisplay*) {
+                    fnDrawPath(image, points, m_pColor->fnGetColor());
+                },
+                progress);
+        });
+        return;
+    }
+    const ShapeKind shape = tool == Tool::RECTANGLE ? ShapeKind::RECTANGLE
+                            : tool == Tool::ELLIPSE ? ShapeKind::ELLIPSE
+                                                    : ShapeKind::FREEHAND;
+    fnRun(tr("Selecting"), [&](CqProgressDisplay*) {
+        return m_Document.fnSelectShape(shape, points, fnGetCombine(modifiers));
+    });
+}
+
+void MainWindow::fnSelectColor(const CqPoint2D& place, Document::Combine how) {
+    CqImage& image = m_Document.fnGetImage();
+    if (place.m_X < 0 || place.m_Y < 0 || place.m_X >= image.Width || place.m_Y >= image.Height)
+        return;
+    const CqColor color =
+        image.fnGetPixelColor(static_cast<int>(place.m_X), static_cast<int>(place.m_Y));
+    fnRun(tr("Selecting"), [&](CqProgressDisplay* progress) {
+        return m_Document.fnSelectColor(color, m_pTolerance->value(), how, progress);
+    });
+}
+
+void MainWindow::fnAskPreferences() {
+    PreferencesDialog dialog(m_Document.fnGetLevels(), this);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    if (!dialog.fnApply())
+        q32ShowMsg(kNotSaved, nullptr, "Qkz.cfg", nullptr, 0);
+    if (dialog.fnGetLevels() != m_Document.fnGetLevels() &&
+        m_Document.fnSetLevels(dialog.fnGetLevels()))
+        m_Settings.setValue("levels", dialog.fnGetLevels());
+    fnUpdate(); // the gamma may be another one
+}
+
+void MainWindow::fnShowDump() {
+    if (!q32CreateDumpWnd())
+        return;
+    try {
+        m_Dump.fnClear();
+        const CqVMPolicy& policy = *q32GetVMPolicy();
+        m_Dump << "RAM for pictures: " << static_cast<unsigned long>(policy.fnGetRamUsed())
+               << " of " << static_cast<unsigned long>(policy.fnGetRamLimit()) << " bytes\n";
+        for (unsigned int i = 0; i < CqVMPolicy::kDisks; ++i)
+            if (policy.fnIsDiskEnabled(i))
+                m_Dump << "Scratch disk " << static_cast<int>(i + 1) << ": " << policy.fnGetDisk(i)
+                       << ", " << static_cast<unsigned long>(policy.fnGetDiskUsage(i).m_nBytes)
+                       << " bytes in " << static_cast<int>(policy.fnGetDiskUsage(i).m_nFiles)
+                       << " files\n";
+        const CqDisplayProperty& display = *q32GetDisplayProperty();
+        m_Dump << "Screen: " << static_cast<int>(display.fnGetColorDepth()) << " bits, "
+               << static_cast<int>(display.fnGetDPI().cx) << " dots per inch, gamma "
+               << display.fnGetGammaValue() / 180.0 << "\n";
+        if (m_Document.fnHasImage()) {
+            CqImage& image = m_Document.fnGetImage();
+            m_Dump << "Picture: " << static_cast<unsigned long>(image.Width) << " x "
+                   << static_cast<unsigned long>(image.Height) << " pixels of "
+                   << static_cast<unsigned long>(image.BitCount) << " bits in "
+                   << static_cast<unsigned long>(image.TileCount) << " tiles\nFirst tile:\n";
+            CqImageTile tile;
+            image.fnAccessTile(0u, &tile);
+            m_Dump.fnHexDump("%016lX ", tile.Pixels,
+                             std::min(static_cast<int>(tile.Size), kDumpBytes), kDumpPerLine);
+        }
+    } catch (CMemoryException* failure) {
+        failure->Delete();
+        q32ShowMsg(-1, nullptr, nullptr, nullptr, 0);
+    }
+}
+
+void MainWindow::fnShowAbout() {
+    DLLVERSIONINFO version{};
+    version.cbSize = sizeof(version);
+    const bool known = DllGetVersion(&version) == 0;
+    QMessageBox::about(
+        this, tr("About Darkroom"),
+        tr("<h3>Darkroom</h3><p>An editor for pictures larger than memory.</p><p>%1</p>")
+            .arg(known ? tr("q32Base %1.%2")
+                             .arg(version.dwMajorVersion >> 16)
+                             .arg(version.dwMajorVersion & 0xFFFF)
+                       : tr("q32Base")));
+}
+
+} // namespace darkroom

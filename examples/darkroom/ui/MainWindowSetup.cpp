@@ -1,0 +1,161 @@
+// The parts of the main window.
+#include "examples/darkroom/ui/Actions.h"
+#include "examples/darkroom/ui/ColorButton.h"
+#include "examples/darkroom/ui/MainWindow.h"
+#include "examples/darkroom/ui/RecentFiles.h"
+#include "examples/darkroom/ui/SoundPanel.h"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QDockWidget>
+#include <QLabel>
+#include <QMenu>
+#include <QMenuBar>
+#include <QProgressBar>
+#include <QSpinBox>
+#include <QStatusBar>
+#include <QStyle>
+#include <QToolBar>
+
+namespace darkroom {
+
+namespace {
+
+constexpr int kGaugeWidth = 220;
+constexpr int kMostTolerance = 255;
+constexpr int kStartTolerance = 32;
+
+const char* fnGetMenu(MenuPlace place) {
+    switch (place) {
+    case MenuPlace::ADJUST:
+        return kMenuAdjust;
+    case MenuPlace::FILTER:
+        return kMenuFilter;
+    case MenuPlace::IMAGE:
+        break;
+    }
+    return kMenuImage;
+}
+
+} // namespace
+
+QMenu* MainWindow::fnFindMenu(const char* title) {
+    return menuBar()->findChild<QMenu*>(title, Qt::FindDirectChildrenOnly);
+}
+
+QAction* MainWindow::fnAddAction(const ActionEntry& entry) {
+    QMenu* const menu = fnFindMenu(entry.m_pszMenu);
+    if (!entry.m_pszText)
+        return menu->addSeparator();
+    QAction* const action = menu->addAction(QString::fromUtf8(entry.m_pszText));
+    action->setObjectName(entry.m_pszId);
+    action->setShortcut(QKeySequence(QString::fromLatin1(entry.m_pszKeys)));
+    const auto run = entry.m_pRun;
+    connect(action, &QAction::triggered, this, [this, run] { (this->*run)(); });
+    return action;
+}
+
+void MainWindow::fnMakeActions() {
+    for (const char* title : kMenus)
+        menuBar()->addMenu(tr(title))->setObjectName(title);
+    QMenu* const file = fnFindMenu(kMenuFile);
+    for (const ActionEntry& entry : ActionTable::fnGetActions())
+        fnAddAction(entry);
+    QMenu* const recent = file->addMenu(tr("Open &Recent"));
+    m_pRecent = new RecentFiles(m_Settings, *recent, this);
+    connect(m_pRecent, &RecentFiles::chosen, this, [this](const QString& path) {
+        if (fnMayLeave())
+            fnOpen(path);
+    });
+    file->addSeparator();
+    QAction* const quit = file->addAction(tr("&Quit"), this, &QWidget::close);
+    quit->setShortcut(QKeySequence(QStringLiteral("Ctrl+Q")));
+    quit->setObjectName("quit");
+    fnAddOperations();
+    fnAddTools();
+}
+
+void MainWindow::fnAddOperations() {
+    for (const Operation& operation : fnGetOperations()) {
+        const QString name = tr(operation.m_pszName);
+        QAction* const action =
+            fnFindMenu(fnGetMenu(operation.m_eMenu))
+                ->addAction(operation.m_Parameters.empty() ? name : name + QChar(0x2026));
+        action->setObjectName(operation.m_pszId);
+        action->setShortcut(QKeySequence(QString::fromLatin1(operation.m_pszShortcut)));
+        connect(action, &QAction::triggered, this,
+                [this, &operation] { fnStartOperation(operation); });
+    }
+}
+
+void MainWindow::fnAddTools() {
+    auto* const group = new QActionGroup(this);
+    for (const ToolEntry& entry : fnGetTools()) {
+        QAction* const action = fnFindMenu(kMenuTools)->addAction(tr(entry.m_pszText));
+        action->setObjectName(entry.m_pszId);
+        action->setShortcut(QKeySequence(QString::fromLatin1(entry.m_pszKeys)));
+        action->setCheckable(true);
+        action->setChecked(entry.m_eTool == Tool::PAN);
+        group->addAction(action);
+        const Tool tool = entry.m_eTool;
+        connect(action, &QAction::triggered, this, [this, tool] { m_pView->fnSetTool(tool); });
+    }
+}
+
+void MainWindow::fnMakeToolBars() {
+    QToolBar* const bar = addToolBar(tr("Edit"));
+    bar->setObjectName("editBar");
+    const auto add = [&](const char* id, QStyle::StandardPixmap icon) {
+        auto* const action = findChild<QAction*>(id);
+        action->setIcon(style()->standardIcon(icon));
+        bar->addAction(action);
+    };
+    add("open", QStyle::SP_DialogOpenButton);
+    add("save", QStyle::SP_DialogSaveButton);
+    add("undo", QStyle::SP_ArrowBack);
+    add("redo", QStyle::SP_ArrowForward);
+    bar->addSeparator();
+    for (const char* id : {"zoomOut", "zoomIn", "zoomFit", "zoomOne"})
+        bar->addAction(findChild<QAction*>(id));
+
+    QToolBar* const tools = addToolBar(tr("Tools"));
+    tools->setObjectName("toolBar");
+    m_pColor = new ColorButton(CqColor(255, 0, 0, 255));
+    m_pColor->setToolTip(tr("Color of lines, curves and fills"));
+    tools->addWidget(m_pColor);
+    m_pTolerance = new QSpinBox;
+    m_pTolerance->setObjectName("tolerance");
+    m_pTolerance->setRange(0, kMostTolerance);
+    m_pTolerance->setValue(kStartTolerance);
+    m_pTolerance->setPrefix(tr("± "));
+    m_pTolerance->setToolTip(tr("How far a color may differ that is selected by color"));
+    tools->addWidget(m_pTolerance);
+}
+
+void MainWindow::fnMakeStatusBar() {
+    m_pGauge = new QProgressBar;
+    m_pGauge->hide();
+    m_pGauge->setFixedWidth(kGaugeWidth);
+    statusBar()->addPermanentWidget(m_pGauge);
+    for (QLabel** label : {&m_pPlace, &m_pFacts, &m_pMemory, &m_pZoom}) {
+        *label = new QLabel;
+        statusBar()->addPermanentWidget(*label);
+    }
+}
+
+void MainWindow::fnMakeSoundPanel(const HostSetup& setup) {
+    auto* const dock = new QDockWidget(tr("Sound"), this);
+    dock->setObjectName("soundDock");
+    m_pSound = new SoundPanel(setup);
+    m_pSound->setObjectName("soundPanel");
+    dock->setWidget(m_pSound);
+    addDockWidget(Qt::RightDockWidgetArea, dock);
+    dock->hide();
+    QMenu* const view = fnFindMenu(kMenuView);
+    view->addSeparator();
+    dock->toggleViewAction()->setObjectName("sound");
+    dock->toggleViewAction()->setShortcut(QKeySequence(QStringLiteral("F9")));
+    view->addAction(dock->toggleViewAction());
+}
+
+} // namespace darkroom

@@ -1,0 +1,130 @@
+#include "examples/darkroom/ui/ParameterDialog.h"
+
+#include "examples/darkroom/model/Document.h"
+#include "examples/darkroom/ui/ColorButton.h"
+
+#include <QCheckBox>
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QHBoxLayout>
+#include <QPushButton>
+#include <QSlider>
+#include <QSpinBox>
+#include <QVBoxLayout>
+
+namespace darkroom {
+
+namespace {
+
+constexpr int kSliderWidth = 240;
+/// Ranges beyond this can't be set with a slider.
+constexpr int kSliderRange = 1000;
+
+} // namespace
+
+ParameterDialog::ParameterDialog(const Operation& operation, Document& document, PictureView& view,
+                                 QWidget* parent)
+    : QDialog(parent), m_Preview(document, view, operation) {
+    setWindowTitle(tr(operation.m_pszName));
+    auto* const layout = new QVBoxLayout(this);
+    auto* const form = new QFormLayout;
+    layout->addLayout(form);
+    const Values start = operation.fnGetStart(document.fnGetImage());
+    for (std::size_t i = 0; i < start.size(); ++i)
+        fnAdd(operation.m_Parameters[i], start[i], *form);
+    if (operation.m_ePreview != PreviewKind::NONE) {
+        m_pShow = new QCheckBox(tr("&Preview"));
+        m_pShow->setObjectName("preview");
+        m_pShow->setChecked(true);
+        connect(m_pShow, &QCheckBox::toggled, this, &ParameterDialog::fnShowPreview);
+        layout->addWidget(m_pShow);
+    }
+    auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel |
+                                               QDialogButtonBox::Reset);
+    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    connect(buttons->button(QDialogButtonBox::Reset), &QPushButton::clicked, this, [this] {
+        for (const auto& reset : m_Resetters)
+            reset();
+    });
+    layout->addWidget(buttons);
+    m_Soon.setSingleShot(true);
+    connect(&m_Soon, &QTimer::timeout, this, &ParameterDialog::fnShowPreview);
+    fnChanged();
+}
+
+Values ParameterDialog::fnGetValues() const {
+    Values values;
+    for (const auto& read : m_Readers)
+        values.push_back(read());
+    return values;
+}
+
+void ParameterDialog::fnAdd(const Parameter& parameter, int value, QFormLayout& form) {
+    switch (parameter.m_eKind) {
+    case ParameterKind::NUMBER:
+        return fnAddNumber(parameter, value, form);
+    case ParameterKind::SWITCH:
+        return fnAddSwitch(parameter, value, form);
+    case ParameterKind::COLOR:
+        return fnAddColor(parameter, value, form);
+    }
+}
+
+void ParameterDialog::fnAddNumber(const Parameter& parameter, int value, QFormLayout& form) {
+    auto* const row = new QHBoxLayout;
+    auto* const box = new QSpinBox;
+    box->setRange(parameter.m_nLow, parameter.m_nHigh);
+    box->setSuffix(QString::fromUtf8(parameter.m_pszUnit));
+    box->setValue(value);
+    box->setObjectName(parameter.m_pszName);
+    if (parameter.m_nHigh - parameter.m_nLow <= kSliderRange) {
+        auto* const slider = new QSlider(Qt::Horizontal);
+        slider->setRange(parameter.m_nLow, parameter.m_nHigh);
+        slider->setValue(value);
+        slider->setMinimumWidth(kSliderWidth);
+        connect(slider, &QSlider::valueChanged, box, &QSpinBox::setValue);
+        connect(box, &QSpinBox::valueChanged, slider, &QSlider::setValue);
+        row->addWidget(slider, 1);
+    }
+    row->addWidget(box);
+    form.addRow(tr(parameter.m_pszName), row);
+    connect(box, &QSpinBox::valueChanged, this, &ParameterDialog::fnChanged);
+    m_Readers.emplace_back([box] { return box->value(); });
+    m_Resetters.emplace_back([box, value] { box->setValue(value); });
+}
+
+void ParameterDialog::fnAddSwitch(const Parameter& parameter, int value, QFormLayout& form) {
+    auto* const box = new QCheckBox(tr(parameter.m_pszName));
+    box->setObjectName(parameter.m_pszName);
+    box->setChecked(value != 0);
+    form.addRow(QString(), box);
+    connect(box, &QCheckBox::toggled, this, &ParameterDialog::fnChanged);
+    m_Readers.emplace_back([box] { return box->isChecked() ? 1 : 0; });
+    m_Resetters.emplace_back([box, value] { box->setChecked(value != 0); });
+}
+
+void ParameterDialog::fnAddColor(const Parameter& parameter, int value, QFormLayout& form) {
+    auto* const button = new ColorButton(CqColor(static_cast<unsigned long>(value)));
+    button->setObjectName(parameter.m_pszName);
+    form.addRow(tr(parameter.m_pszName), button);
+    connect(button, &ColorButton::colorChanged, this, &ParameterDialog::fnChanged);
+    const auto read = [button] {
+        return static_cast<int>(static_cast<unsigned long>(button->fnGetColor()));
+    };
+    m_Readers.emplace_back(read);
+    m_Resetters.emplace_back(
+        [button, value] { button->fnSetColor(CqColor(static_cast<unsigned long>(value))); });
+}
+
+void ParameterDialog::fnChanged() {
+    m_Soon.start(0);
+}
+
+void ParameterDialog::fnShowPreview() {
+    if (!m_pShow)
+        return;
+    m_pShow->isChecked() ? m_Preview.fnShow(fnGetValues()) : m_Preview.fnHide();
+}
+
+} // namespace darkroom

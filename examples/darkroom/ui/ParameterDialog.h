@@ -1,0 +1,42 @@
+#pragma once
+
+#include "examples/darkroom/model/Operation.h"
+#include "examples/darkroom/ui/Preview.h"
+
+#include <functional>
+#include <QDialog>
+#include <QTimer>
+#include <vector>
+
+class QCheckBox;
+class QFormLayout;
+
+namespace darkroom {
+
+/// Asks for the values of any operation, as its table tells them, and shows their effect on the
+/// picture while they change.
+class ParameterDialog : public QDialog {
+    Q_OBJECT
+
+public:
+    ParameterDialog(const Operation& operation, Document& document, PictureView& view,
+                    QWidget* parent = nullptr);
+
+    Values fnGetValues() const;
+
+private:
+    void fnAdd(const Parameter& parameter, int value, QFormLayout& form);
+    void fnAddNumber(const Parameter& parameter, int value, QFormLayout& form);
+    void fnAddSwitch(const Parameter& parameter, int value, QFormLayout& form);
+    void fnAddColor(const Parameter& parameter, int value, QFormLayout& form);
+    void fnChanged();
+    void fnShowPreview();
+
+    std::vector<std::function<int()>> m_Readers; ///< one for each value
+    std::vector<std::function<void()>> m_Resetters;
+    Preview m_Preview;
+    QCheckBox* m_pShow = nullptr;
+    QTimer m_Soon; ///< so that a slider that moves fast doesn't wait for pictures
+};
+
+} // namespace darkroom

@@ -1,0 +1,181 @@
+#include "examples/darkroom/ui/PreferencesDialog.h"
+
+#include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/memory/CqVMPolicy.h"
+#include "q32Base/services/CqPowerStr.h"
+
+#include <QCheckBox>
+#include <QDialogButtonBox>
+#include <QFile>
+#include <QFileDialog>
+#include <QFormLayout>
+#include <QGridLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSpinBox>
+#include <QTabWidget>
+#include <QVBoxLayout>
+
+namespace darkroom {
+
+namespace {
+
+constexpr int kMostLevels = 100;
+constexpr int kMostGamma = 799;
+constexpr int kPathWidth = 280;
+
+/// A scratch path as people write it, without the library's backslash at the end.
+QString fnShowPath(const CString& path) {
+    CqPowerStr bare;
+    bare = path;
+    bare.fnRemoveSlash();
+    return QFile::decodeName(static_cast<const char*>(bare));
+}
+
+} // namespace
+
+PreferencesDialog::PreferencesDialog(unsigned int levels, QWidget* parent) : QDialog(parent) {
+    setWindowTitle(tr("Preferences"));
+    auto* const layout = new QVBoxLayout(this);
+    auto* const tabs = new QTabWidget;
+    tabs->addTab(fnMakeMemoryPage(levels), tr("&Memory"));
+    tabs->addTab(fnMakeScreenPage(), tr("&Screen"));
+    layout->addWidget(tabs);
+    auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    layout->addWidget(buttons);
+}
+
+QWidget* PreferencesDialog::fnMakeMemoryPage(unsigned int levels) {
+    const CqVMPolicy& policy = *q32GetVMPolicy();
+    auto* const page = new QWidget;
+    auto* const layout = new QVBoxLayout(page);
+    auto* const title =
+        new QLabel(tr("Scratch disks hold what doesn't fit into memory, the first one first:"));
+    layout->addWidget(title);
+    auto* const grid = new QGridLayout;
+    grid->setColumnStretch(1, 1);
+    layout->addLayout(grid);
+    for (unsigned int i = 0; i < CqVMPolicy::kDisks; ++i)
+        fnAddDisk(i, *grid);
+
+    auto* const form = new QFormLayout;
+    layout->addLayout(form);
+    m_pShareOn = new QCheckBox(tr("Pictures may take this share of the memory:"));
+    m_pShareOn->setObjectName("shareOn");
+    m_pShareOn->setChecked(policy.fnIsMemEnabled());
+    m_pShare = new QSpinBox;
+    m_pShare->setObjectName("share");
+    m_pShare->setRange(1, 100);
+    m_pShare->setSuffix(" %");
+    m_pShare->setValue(static_cast<int>(policy.fnGetMemUsage()));
+    m_pShare->setEnabled(policy.fnIsMemEnabled());
+    connect(m_pShareOn, &QCheckBox::toggled, m_pShare, &QWidget::setEnabled);
+    form->addRow(m_pShareOn, m_pShare);
+    CqPowerStr limit;
+    limit.fnSizeString(static_cast<unsigned long>(policy.fnGetRamLimit()));
+    form->addRow(tr("At present that is:"),
+                 new QLabel(QString::fromLatin1(static_cast<const char*>(limit))));
+    m_pLevels = new QSpinBox;
+    m_pLevels->setObjectName("levels");
+    m_pLevels->setRange(0, kMostLevels);
+    m_pLevels->setValue(static_cast<int>(levels));
+    form->addRow(tr("Steps that can be undone:"), m_pLevels);
+    return page;
+}
+
+QWidget* PreferencesDialog::fnMakeScreenPage() {
+    const CqDisplayProperty& display = *q32GetDisplayProperty();
+    auto* const page = new QWidget;
+    auto* const form = new QFormLayout(page);
+    m_pGammaOn = new QCheckBox(tr("Correct the screen's gamma"));
+    m_pGammaOn->setObjectName("gammaOn");
+    m_pGammaOn->setChecked(display.fnIsGammaEnabled());
+    form->addRow(m_pGammaOn);
+    m_pGamma = new QSpinBox;
+    m_pGamma->setObjectName("gamma");
+    m_pGamma->setRange(1, kMostGamma);
+    m_pGamma->setValue(static_cast<int>(display.fnGetGammaValue()));
+    m_pGamma->setEnabled(display.fnIsGammaEnabled());
+    m_pGamma->setToolTip(tr("180 leaves the colors as they are; more is brighter."));
+    connect(m_pGammaOn, &QCheckBox::toggled, m_pGamma, &QWidget::setEnabled);
+    form->addRow(tr("Gamma:"), m_pGamma);
+    m_pDither = new QCheckBox(tr("Dither on screens of 16 bits"));
+    m_pDither->setObjectName("dither");
+    m_pDither->setChecked(display.fnIsHiColorDitherEnabled());
+    form->addRow(m_pDither);
+    return page;
+}
+
+void PreferencesDialog::fnAddDisk(unsigned int index, QGridLayout& grid) {
+    const CqVMPolicy& policy = *q32GetVMPolicy();
+    const QString number = QString::number(index + 1);
+    const Disk disk{new QCheckBox(tr("Disk %1").arg(number)), new QLineEdit, new QLabel};
+    disk.m_pOn->setObjectName("diskOn" + number);
+    disk.m_pPath->setObjectName("disk" + number);
+    disk.m_pPath->setMinimumWidth(kPathWidth);
+    disk.m_pPath->setMaxLength(kMaxPathBytes - 2);
+    disk.m_pOn->setChecked(policy.fnIsDiskEnabled(index));
+    disk.m_pPath->setText(fnShowPath(policy.fnGetDisk(index)));
+    auto* const browse = new QPushButton(tr("Browse…"));
+    connect(browse, &QPushButton::clicked, this, [this, disk] { fnBrowse(disk); });
+    connect(disk.m_pPath, &QLineEdit::textChanged, this, [disk] { fnTellFree(disk); });
+    const int row = static_cast<int>(index);
+    grid.addWidget(disk.m_pOn, row, 0);
+    grid.addWidget(disk.m_pPath, row, 1);
+    grid.addWidget(browse, row, 2);
+    grid.addWidget(disk.m_pFree, row, 3);
+    fnTellFree(disk);
+    m_Disks.push_back(disk);
+}
+
+void PreferencesDialog::fnBrowse(const Disk& disk) {
+    const QString chosen =
+        QFileDialog::getExistingDirectory(this, tr("Scratch Disk"), disk.m_pPath->text());
+    if (!chosen.isEmpty()) {
+        disk.m_pPath->setText(chosen);
+        disk.m_pOn->setChecked(true);
+    }
+}
+
+void PreferencesDialog::fnTellFree(const Disk& disk) {
+    const QString path = disk.m_pPath->text();
+    disk.m_pOn->setEnabled(!path.isEmpty());
+    if (path.isEmpty())
+        return disk.m_pFree->clear();
+    CqPowerStr space;
+    space.fnDiskSpace(QFile::encodeName(path + '\\').constData(), false);
+    disk.m_pFree->setText(
+        space.IsEmpty() ? tr("not there")
+                        : tr("%1 free").arg(QString::fromLatin1(static_cast<const char*>(space))));
+}
+
+unsigned int PreferencesDialog::fnGetLevels() const {
+    return static_cast<unsigned int>(m_pLevels->value());
+}
+
+bool PreferencesDialog::fnApply() const {
+    CqVMPolicy& policy = *q32GetVMPolicy();
+    for (unsigned int i = 0; i < m_Disks.size(); ++i) {
+        const QString path = m_Disks[i].m_pPath->text();
+        // An empty path disables a disk, so the switch comes after it.
+        policy.fnSetDisk(i, QFile::encodeName(path).constData());
+        policy.fnEnableDisk(i, !path.isEmpty() && m_Disks[i].m_pOn->isChecked());
+    }
+    policy.fnEnableMemUsage(m_pShareOn->isChecked());
+    policy.fnSetMemUsage(static_cast<unsigned int>(m_pShare->value()));
+    CqDisplayProperty& display = *q32GetDisplayProperty();
+    display.fnEnableHiColorDither(m_pDither->isChecked());
+    // Gamma that is switched on begins without a value, and one that is off takes none.
+    if (m_pGammaOn->isChecked() != display.fnIsGammaEnabled())
+        display.fnEnableGamma(m_pGammaOn->isChecked());
+    if (display.fnIsGammaEnabled())
+        display.fnSetGammaValue(static_cast<unsigned int>(m_pGamma->value()));
+    const bool saved = policy.fnSerialize(false) && display.fnSerialize(false);
+    policy.fnSerialize(true); // the memory share takes effect with a read
+    return saved;
+}
+
+} // namespace darkroom

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QDialog>
+#include <vector>
+
+class QCheckBox;
+class QGridLayout;
+class QLabel;
+class QLineEdit;
+class QSpinBox;
+class QWidget;
+
+namespace darkroom {
+
+/// Scratch disks, memory and screen, as the library keeps them in its settings file, and the number
+/// of undo levels, which is the host's. Nothing changes before OK.
+class PreferencesDialog : public QDialog {
+    Q_OBJECT
+
+public:
+    explicit PreferencesDialog(unsigned int levels, QWidget* parent = nullptr);
+
+    unsigned int fnGetLevels() const;
+    /// Puts the library's part in force and saves it. False, with all in force, when it could not
+    /// be saved.
+    bool fnApply() const;
+
+private:
+    struct Disk {
+        QCheckBox* m_pOn;
+        QLineEdit* m_pPath;
+        QLabel* m_pFree;
+    };
+
+    QWidget* fnMakeMemoryPage(unsigned int levels);
+    QWidget* fnMakeScreenPage();
+    void fnAddDisk(unsigned int index, QGridLayout& grid);
+    void fnBrowse(const Disk& disk);
+    static void fnTellFree(const Disk& disk);
+
+    std::vector<Disk> m_Disks;
+    QCheckBox* m_pShareOn = nullptr;
+    QSpinBox* m_pShare = nullptr;
+    QSpinBox* m_pLevels = nullptr;
+    QCheckBox* m_pGammaOn = nullptr;
+    QSpinBox* m_pGamma = nullptr;
+    QCheckBox* m_pDither = nullptr;
+};
+
+} // namespace darkroom

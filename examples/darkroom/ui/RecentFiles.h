@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+class QMenu;
+class QSettings;
+
+namespace darkroom {
+
+/// The files that were opened or saved last, as a menu that is kept in the host's settings.
+class RecentFiles : public QObject {
+    Q_OBJECT
+
+public:
+    static constexpr int kMost = 8;
+
+    /// @param settings  outlives this
+    RecentFiles(QSettings& settings, QMenu& menu, QObject* parent);
+
+    /// Puts a file first.
+    void fnAdd(const QString& path);
+    /// Takes one out that can't be opened any more.
+    void fnRemove(const QString& path);
+
+Q_SIGNALS:
+    void chosen(const QString& path);
+
+private:
+    QStringList fnRead() const;
+    void fnWrite(const QStringList& files);
+    void fnFill();
+
+    QSettings& m_Settings;
+    QMenu& m_Menu;
+};
+
+} // namespace darkroom

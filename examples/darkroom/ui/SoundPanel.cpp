@@ -1,0 +1,196 @@
+#include "examples/darkroom/ui/SoundPanel.h"
+
+#include "platforms/qt/CqImageView.h"
+#include "plugins/WaveFile.h"
+#include "q32Base/frame/Messages.h"
+#include "q32Base/framework/Exceptions.h"
+
+#include <QCheckBox>
+#include <QFile>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QFormLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QSignalBlocker>
+#include <QSlider>
+#include <QSocketNotifier>
+#include <QStyle>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace darkroom {
+
+namespace {
+
+constexpr unsigned int kMixerId = 1;
+constexpr unsigned int kMixerStep = 8;
+constexpr unsigned int kPictureWidth = 320;
+constexpr unsigned int kPictureHeight = 120;
+constexpr int kWatchMs = 100;
+
+} // namespace
+
+LRESULT SoundPanel::Owner::SendMessage(UINT message, WPARAM, LPARAM) {
+    if (message == WM_NOTIFY)
+        m_Panel.fnFollowMixer();
+    return 0;
+}
+
+SoundPanel::SoundPanel(const HostSetup& setup, QWidget* parent)
+    : QWidget(parent), m_Owner(*this), m_pView(new CqImageView), m_pName(new QLabel) {
+    auto* const layout = new QVBoxLayout(this);
+    m_pName->setText(tr("No sound"));
+    layout->addWidget(m_pName);
+    m_pView->setFixedSize(static_cast<int>(kPictureWidth) + 2 * m_pView->frameWidth(),
+                          static_cast<int>(kPictureHeight) + 2 * m_pView->frameWidth());
+    m_pView->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_pView->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    layout->addWidget(m_pView);
+    auto* const row = new QHBoxLayout;
+    fnAddButtons(*row);
+    layout->addLayout(row);
+    layout->addWidget(fnMakeMixer(setup));
+    layout->addStretch();
+    connect(&m_Watch, &QTimer::timeout, this, &SoundPanel::fnFollow);
+    fnFollow();
+}
+
+SoundPanel::~SoundPanel() {
+    m_pView->fnSetImage(nullptr);
+    m_Wave.fnStop();
+}
+
+void SoundPanel::fnAddButtons(QHBoxLayout& row) {
+    const auto add = [&](const char* name, const QString& tip, QStyle::StandardPixmap icon) {
+        auto* const button = new QToolButton;
+        button->setObjectName(name);
+        button->setIcon(style()->standardIcon(icon));
+        button->setToolTip(tip);
+        button->setAccessibleName(tip);
+        row.addWidget(button);
+        return button;
+    };
+    QToolButton* const open = add("soundOpen", tr("Load a sound"), QStyle::SP_DialogOpenButton);
+    m_pPlay = add("soundPlay", tr("Play"), QStyle::SP_MediaPlay);
+    m_pPause = add("soundPause", tr("Pause"), QStyle::SP_MediaPause);
+    m_pStop = add("soundStop", tr("Stop"), QStyle::SP_MediaStop);
+    m_pLoop = add("soundLoop", tr("Again and again"), QStyle::SP_BrowserReload);
+    m_pLoop->setCheckable(true);
+    row.addStretch();
+    connect(open, &QToolButton::clicked, this, &SoundPanel::fnAsk);
+    connect(m_pPlay, &QToolButton::clicked, this, &SoundPanel::fnPlay);
+    connect(m_pPause, &QToolButton::clicked, this, [this] {
+        m_Wave.fnPause();
+        fnFollow();
+    });
+    connect(m_pStop, &QToolButton::clicked, this, [this] {
+        m_Wave.fnStop();
+        fnFollow();
+    });
+}
+
+QWidget* SoundPanel::fnMakeMixer(const HostSetup& setup) {
+    auto* const mixer = new QWidget;
+    auto* const form = new QFormLayout(mixer);
+    form->setContentsMargins(0, 0, 0, 0);
+    m_Mixer.fnCreate(&m_Owner, kMixerId, kMixerStep);
+    const auto add = [&](const QString& name, bool there, auto get, auto set) {
+        auto* const slider = new QSlider(Qt::Horizontal);
+        slider->setRange(0, 255);
+        slider->setEnabled(there);
+        form->addRow(name, slider);
+        const Level level{slider, get, set};
+        connect(slider, &QSlider::valueChanged, this,
+                [this, level](int value) { (m_Mixer.*level.m_pSet)(value); });
+        m_Levels.push_back(level);
+    };
+    using Set = bool (CqSoundCtrl::*)(int);
+    add(tr("Volume"), m_Mixer.fnCanHandleVolume(), &CqSoundCtrl::fnGetVolume,
+        static_cast<Set>(&CqSoundCtrl::fnSetVolume));
+    add(tr("Balance"), m_Mixer.fnCanHandleVolume(), &CqSoundCtrl::fnGetBalance,
+        static_cast<Set>(&CqSoundCtrl::fnSetBalance));
+    add(tr("Bass"), m_Mixer.fnCanHandleBass(), &CqSoundCtrl::fnGetBass,
+        static_cast<Set>(&CqSoundCtrl::fnSetBass));
+    add(tr("Treble"), m_Mixer.fnCanHandleTreble(), &CqSoundCtrl::fnGetTreble,
+        static_cast<Set>(&CqSoundCtrl::fnSetTreble));
+    m_pMute = new QCheckBox(tr("Mute"));
+    m_pMute->setEnabled(m_Mixer.fnCanHandleMute());
+    connect(m_pMute, &QCheckBox::toggled, this, [this](bool on) { m_Mixer.fnSetMute(on); });
+    form->addRow(QString(), m_pMute);
+    if (setup.m_nMixerDescriptor >= 0) {
+        auto* const notifier =
+            new QSocketNotifier(setup.m_nMixerDescriptor, QSocketNotifier::Read, this);
+        connect(notifier, &QSocketNotifier::activated, this, setup.m_PumpMixers);
+    }
+    fnFollowMixer();
+    return mixer;
+}
+
+void SoundPanel::fnFollowMixer() {
+    // What comes from outside must not be sent back: a slider is coarser than the mixer.
+    for (const Level& level : m_Levels) {
+        const QSignalBlocker blocker(level.m_pSlider);
+        level.m_pSlider->setValue(static_cast<int>((m_Mixer.*level.m_pGet)()));
+    }
+    if (m_pMute) {
+        const QSignalBlocker blocker(m_pMute);
+        m_pMute->setChecked(m_Mixer.fnGetMute());
+    }
+}
+
+void SoundPanel::fnAsk() {
+    const QString path =
+        QFileDialog::getOpenFileName(this, tr("Load a Sound"), {}, tr("Sounds (*.wav)"));
+    if (!path.isEmpty())
+        fnLoad(path);
+}
+
+bool SoundPanel::fnLoad(const QString& path) {
+    m_Wave.fnStop();
+    const CqWaveFileResult result = q32ReadWave(QFile::encodeName(path).constData(), m_Wave);
+    if (!result.fnIsDone()) {
+        q32ShowMsg(result.m_nMsgId, nullptr, result.m_strPath, nullptr, 0);
+        return false;
+    }
+    const WAVEFORMATEX format = m_Wave.fnGetFormat();
+    m_pName->setText(
+        tr("%1: %2 s, %3 Hz, %4 bits, %n channel(s)", nullptr, format.nChannels)
+            .arg(QFileInfo(path).fileName())
+            .arg(static_cast<double>(m_Wave.fnGetFrameCount()) / format.nSamplesPerSec, 0, 'f', 1)
+            .arg(format.nSamplesPerSec)
+            .arg(format.wBitsPerSample));
+    fnDraw();
+    fnFollow();
+    return true;
+}
+
+void SoundPanel::fnDraw() {
+    m_pView->fnSetImage(nullptr);
+    try {
+        m_Picture.fnAlloc(kPictureWidth, kPictureHeight, 24, nullptr, 0);
+        m_Wave.fnRasterize(m_Picture, 0, m_Wave.fnGetFrameCount(), false, false);
+        m_pView->fnSetImage(&m_Picture);
+    } catch (CMemoryException* failure) {
+        failure->Delete();
+        q32ShowMsg(-1, nullptr, nullptr, nullptr, 0);
+    }
+}
+
+void SoundPanel::fnPlay() {
+    if (!m_Wave.fnPlay(false, m_pLoop->isChecked()))
+        m_pName->setText(tr("The sound device refuses."));
+    fnFollow();
+}
+
+void SoundPanel::fnFollow() {
+    const bool loaded = m_Wave.fnGetBuffer() != nullptr;
+    const WAVE_STATE state = m_Wave.fnGetState();
+    m_pPlay->setEnabled(loaded && state != WAVE_PLAYING);
+    m_pPause->setEnabled(state == WAVE_PLAYING);
+    m_pStop->setEnabled(state != WAVE_STOPPED);
+    m_pLoop->setEnabled(loaded && state == WAVE_STOPPED);
+    state == WAVE_PLAYING ? m_Watch.start(kWatchMs) : m_Watch.stop();
+}
+
+} // namespace darkroom

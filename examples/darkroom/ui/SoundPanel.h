@@ -1,0 +1,77 @@
+#pragma once
+
+#include "examples/darkroom/ui/HostSetup.h"
+#include "q32Base/image/CqImage.h"
+#include "q32Base/sound/CqSoundCtrl.h"
+#include "q32Base/sound/CqWave.h"
+
+#include <QTimer>
+#include <QWidget>
+#include <vector>
+
+class CqImageView;
+class QCheckBox;
+class QHBoxLayout;
+class QLabel;
+class QSlider;
+class QToolButton;
+
+namespace darkroom {
+
+/// Loads a sound, shows its oscillogram, plays it, and steers the machine's mixer. The sliders
+/// follow changes from outside.
+class SoundPanel : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit SoundPanel(const HostSetup& setup, QWidget* parent = nullptr);
+    ~SoundPanel() override;
+
+    /// Shows the library's message when it can't be read; the former sound stays then.
+    bool fnLoad(const QString& path);
+    const CqWave& fnGetWave() const { return m_Wave; }
+
+private:
+    /// Receives what the mixer's control tells.
+    class Owner : public CWnd {
+    public:
+        explicit Owner(SoundPanel& panel) : m_Panel(panel) {}
+        CRect GetClientRect() const override { return {0, 0, 0, 0}; }
+        LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+        void InvalidateRect(const RECT*, bool) override {}
+        bool IsWindow() const override { return true; }
+
+    private:
+        SoundPanel& m_Panel;
+    };
+    /// A value of the mixer with its slider.
+    struct Level {
+        QSlider* m_pSlider;
+        unsigned int (CqSoundCtrl::*m_pGet)() const;
+        bool (CqSoundCtrl::*m_pSet)(int);
+    };
+
+    void fnAddButtons(QHBoxLayout& row);
+    QWidget* fnMakeMixer(const HostSetup& setup);
+    void fnAsk();
+    void fnPlay();
+    void fnDraw();
+    void fnFollow();
+    void fnFollowMixer();
+
+    CqWave m_Wave;
+    CqImage m_Picture; ///< the oscillogram
+    Owner m_Owner;
+    CqSoundCtrl m_Mixer;
+    std::vector<Level> m_Levels;
+    CqImageView* m_pView;
+    QLabel* m_pName;
+    QToolButton* m_pPlay = nullptr;
+    QToolButton* m_pPause = nullptr;
+    QToolButton* m_pStop = nullptr;
+    QToolButton* m_pLoop = nullptr;
+    QCheckBox* m_pMute = nullptr;
+    QTimer m_Watch; ///< the end of a sound is told on the device's thread; buttons look for it
+};
+
+} // namespace darkroom

@@ -1,0 +1,117 @@
+#include "tests/darkroom/DarkroomWorld.h"
+
+#include "platforms/posix/posix.h"
+#include "platforms/qt/qt.h"
+#include "q32Base/frame/Module.h"
+#include "tests/darkroom/PictureTools.h"
+
+#include <QAbstractItemView>
+#include <QApplication>
+#include <QCompleter>
+#include <QDialogButtonBox>
+#include <QFile>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+
+void DarkroomWindow::SetUp() {
+    ASSERT_TRUE(m_Folder.isValid());
+    QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    fnStart();
+}
+
+void DarkroomWindow::TearDown() {
+    fnStop();
+}
+
+void DarkroomWindow::fnStart() {
+    CqPosixOptions options;
+    options.m_szConfigDirectory = m_Folder.filePath("config").toStdString();
+    options.m_szTempDirectory = m_Folder.path().toStdString();
+    CqPlatform platform = q32QtPlatform(m_pWindows = q32QtWindows(), {.m_Posix = options});
+    // Boxes would wait for somebody.
+    platform.m_pMessages = q32PosixPlatform(options).m_pMessages;
+    platform.m_pKeyboard = std::make_shared<ScriptedKeyboard>(m_IsEscape);
+    ASSERT_TRUE(q32Attach(platform));
+    darkroom::HostSetup setup;
+    setup.m_strSettings = m_Folder.filePath("darkroom.ini");
+    m_pWindow = std::make_unique<darkroom::MainWindow>(setup);
+    m_pWindow->resize(900, 640);
+    m_pFrame = std::make_unique<CqQtWnd>(m_pWindow.get());
+    m_pWindows->fnSetMainWnd(m_pFrame.get());
+    ASSERT_TRUE(fnShow(*m_pWindow));
+}
+
+void DarkroomWindow::fnStop() {
+    if (!m_pWindow)
+        return;
+    m_pWindow->fnGetDocument().SetModifiedFlag(false); // the question isn't what these test
+    m_pWindow->close();
+    m_pWindows->fnSetMainWnd(nullptr);
+    m_pFrame.reset();
+    m_pWindow.reset();
+    EXPECT_EQ(q32GetVMPolicy()->fnGetRamUsed(), 0u);
+    q32Detach();
+}
+
+void DarkroomWindow::fnRestart() {
+    fnStop();
+    fnStart();
+}
+
+QString DarkroomWindow::fnMakePicture(const QString& name, unsigned int width,
+                                      unsigned int height) const {
+    CqImage image;
+    fnFillNoise(image, width, height, 24, width);
+    const QString path = fnPath(name);
+    EXPECT_TRUE(
+        q32WritePicture(QFile::encodeName(path).constData(), image, PICTURE_PNG).fnIsDone());
+    return path;
+}
+
+QAction& DarkroomWindow::fnAction(const char* id) const {
+    auto* const action = m_pWindow->findChild<QAction*>(id);
+    if (!action)
+        qFatal("no action %s", id);
+    return *action;
+}
+
+void DarkroomWindow::fnDo(const char* id, const std::function<void(QDialog&)>& use) {
+    if (use)
+        fnInDialog(use);
+    EXPECT_TRUE(fnAction(id).isEnabled()) << id;
+    fnAction(id).trigger();
+    QCoreApplication::processEvents();
+}
+
+void DarkroomWindow::fnInDialog(const std::function<void(QDialog&)>& use) {
+    constexpr int kLookAgainMs = 10;
+    auto* const timer = new QTimer(qApp);
+    timer->callOnTimeout([timer, use] {
+        auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (!dialog || !dialog->isVisible())
+            return;
+        timer->deleteLater();
+        timer->stop();
+        use(*dialog);
+    });
+    timer->start(kLookAgainMs);
+}
+
+void DarkroomWindow::fnAccept(QDialog& dialog) {
+    auto* const buttons = dialog.findChild<QDialogButtonBox*>();
+    QTest::mouseClick(buttons->button(QDialogButtonBox::Ok), Qt::LeftButton);
+}
+
+void DarkroomWindow::fnType(QDialog& dialog, const QString& path) {
+    auto* const name = dialog.findChild<QLineEdit*>("fileNameEdit");
+    ASSERT_TRUE(name);
+    QTest::keyClicks(name, path);
+    name->completer()->popup()->hide(); // it lies over the button, and keeps the keyboard
+    auto* const buttons = dialog.findChild<QDialogButtonBox*>("buttonBox");
+    ASSERT_TRUE(buttons);
+    QPushButton* const open = buttons->button(QDialogButtonBox::Open);
+    QTest::mouseClick(open ? open : buttons->button(QDialogButtonBox::Save), Qt::LeftButton);
+}

@@ -1,0 +1,309 @@
+// Drives the darkroom's window as a person would.
+#include "examples/darkroom/ui/MainWindow.h"
+
+#include "examples/darkroom/ui/SoundPanel.h"
+#include "plugins/WaveFile.h"
+#include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/memory/CqVMPolicy.h"
+#include "tests/darkroom/DarkroomWorld.h"
+#include "tests/darkroom/PictureTools.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QDialog>
+#include <QDropEvent>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMimeData>
+#include <QPalette>
+#include <QPlainTextEdit>
+#include <QSpinBox>
+#include <QTest>
+#include <QToolButton>
+#include <QUrl>
+
+using darkroom::fnFindOperation;
+
+namespace {
+
+/// What a tool draws, by the left button.
+void fnDrag(QWidget& view, const QPoint& from, const QPoint& to) {
+    QTest::mousePress(&view, Qt::LeftButton, {}, from);
+    QTest::mouseMove(&view, (from + to) / 2);
+    QTest::mouseMove(&view, to);
+    QTest::mouseRelease(&view, Qt::LeftButton, {}, to);
+}
+
+} // namespace
+
+TEST_F(DarkroomWindow, OpensEditsUndoesStopsSavesAndReopens) {
+    const QString source = fnMakePicture("source.png", 900, 700);
+    const QString target = fnPath("result.png");
+
+    fnInDialog([&](QDialog& dialog) { fnType(dialog, source); });
+    fnDo("open");
+    ASSERT_TRUE(m_pWindow->fnGetDocument().fnHasImage());
+    EXPECT_TRUE(m_pWindow->windowTitle().startsWith("source.png"));
+    EXPECT_FALSE(m_pWindow->isWindowModified());
+
+    fnInDialog([&](QDialog& dialog) {
+        dialog.findChild<QSpinBox*>("Brightness")->setValue(30);
+        dialog.findChild<QSpinBox*>("Contrast")->setValue(-10);
+        fnAccept(dialog);
+    });
+    fnDo("brightness");
+    EXPECT_TRUE(m_pWindow->isWindowModified());
+    fnDo("right");
+    fnDo("sharpen", [&](QDialog& dialog) { fnAccept(dialog); });
+    EXPECT_TRUE(fnAction("undo").text().contains("Sharpen"));
+    QTest::keyClick(m_pWindow.get(), Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_TRUE(fnAction("undo").text().contains("Turn Right"));
+    EXPECT_TRUE(fnAction("redo").text().contains("Sharpen"));
+
+    // A rotation that Esc ends leaves all as it was.
+    const Bytes before = fnBytesOf(m_pWindow->fnGetDocument().fnGetImage());
+    int looks = 0;
+    m_IsEscape = [&] { return ++looks > 100; }; // well within the rotation
+    fnDo("rotate", [&](QDialog& dialog) {
+        dialog.findChild<QSpinBox*>("Angle, clockwise")->setValue(33);
+        fnAccept(dialog);
+    });
+    m_IsEscape = {};
+    EXPECT_GT(looks, 100);
+    EXPECT_EQ(fnBytesOf(m_pWindow->fnGetDocument().fnGetImage()), before);
+    EXPECT_TRUE(fnAction("redo").text().contains("Sharpen")) << "the history is the same";
+    EXPECT_TRUE(fnAction("rotate").isEnabled());
+
+    QTest::keyClick(m_pWindow.get(), Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+    fnDo("saveAs", [&](QDialog& dialog) { fnType(dialog, target); });
+    EXPECT_FALSE(m_pWindow->isWindowModified());
+    ASSERT_TRUE(m_pWindow->fnOpen(target));
+
+    CqImage wanted;
+    ASSERT_TRUE(q32ReadPicture(QFile::encodeName(source).constData(), wanted).fnIsDone());
+    wanted.fnBrightContrast(30, -10, false, nullptr);
+    wanted.fnRotate(90, CqColor(), nullptr, false, nullptr);
+    fnFindOperation("sharpen")->m_pRun(wanted, darkroom::Values{50}, nullptr);
+    EXPECT_EQ(m_pWindow->fnGetDocument().fnGetImage().Width, 700u);
+    EXPECT_EQ(fnBytesOf(m_pWindow->fnGetDocument().fnGetImage()), fnBytesOf(wanted));
+    fnKeepPicture(*m_pWindow, "darkroom");
+}
+
+TEST_F(DarkroomWindow, NothingCanBeStartedWhileAnOperationRuns) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("busy.png", 400, 300)));
+    bool looked = false;
+    m_IsEscape = [&] {
+        looked = true;
+        EXPECT_TRUE(m_pWindow->fnIsBusy());
+        for (const darkroom::Operation& operation : darkroom::fnGetOperations())
+            EXPECT_FALSE(fnAction(operation.m_pszId).isEnabled()) << operation.m_pszId;
+        for (const char* id : {"open", "new", "save", "undo", "redo", "preferences", "merge"})
+            EXPECT_FALSE(fnAction(id).isEnabled()) << id;
+        EXPECT_FALSE(m_pWindow->fnOpen(fnPath("busy.png"))) << "not from outside either";
+        EXPECT_FALSE(m_pWindow->close());
+        return false;
+    };
+    fnDo("half");
+    m_IsEscape = {};
+    EXPECT_TRUE(looked);
+    EXPECT_TRUE(fnAction("half").isEnabled());
+    EXPECT_TRUE(fnAction("undo").isEnabled());
+}
+
+TEST_F(DarkroomWindow, ADialogShowsItsEffectOnWhatIsInSightAndTakesItBack) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("preview.png", 640, 480)));
+    darkroom::PictureView& view = m_pWindow->fnGetView();
+    for (const double zoom : {1.0, 0.5, 3.0}) {
+        view.fnSetZoom(zoom);
+        QCoreApplication::processEvents(); // scroll bars come and go
+        const auto look = [&] { return view.viewport()->grab().toImage(); };
+        const QImage before = look();
+        QImage shown;
+        fnDo("threshold", [&](QDialog& dialog) {
+            ASSERT_TRUE(fnWaitFor([&] { return look() != before; }));
+            const QImage first = look();
+            dialog.findChild<QSpinBox*>("Level")->setValue(90);
+            ASSERT_TRUE(fnWaitFor([&] { return look() != first; }));
+            shown = look();
+            dialog.findChild<QCheckBox*>("preview")->setChecked(false);
+            EXPECT_TRUE(look() == before) << zoom;
+            fnAccept(dialog);
+        });
+        EXPECT_TRUE(look() == shown) << "as it was promised, at " << zoom;
+        fnDo("undo");
+        EXPECT_TRUE(look() == before) << zoom;
+    }
+}
+
+TEST_F(DarkroomWindow, ADialogThatIsCancelledChangesNothing) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("cancel.png", 300, 200)));
+    fnDo("hue", [&](QDialog& dialog) {
+        dialog.findChild<QSpinBox*>("Hue")->setValue(90);
+        dialog.reject();
+    });
+    EXPECT_FALSE(fnAction("undo").isEnabled());
+    EXPECT_FALSE(m_pWindow->isWindowModified());
+}
+
+TEST_F(DarkroomWindow, AFileThatIsDroppedIsOpened) {
+    const QString path = fnMakePicture("dropped.png", 300, 200);
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(path)});
+    QDragEnterEvent enter(QPoint(50, 50), Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(m_pWindow.get(), &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    QDropEvent drop(QPointF(50, 50), Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(m_pWindow.get(), &drop);
+    EXPECT_TRUE(m_pWindow->windowTitle().startsWith("dropped.png"));
+}
+
+TEST_F(DarkroomWindow, RecentFilesAreKeptAndOpenedAgain) {
+    const QString first = fnMakePicture("first.png", 300, 200);
+    ASSERT_TRUE(m_pWindow->fnOpen(first));
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("second.png", 200, 300)));
+    fnRestart();
+    QAction* recent = nullptr;
+    for (QAction* action : m_pWindow->findChildren<QAction*>())
+        if (action->text() == "first.png")
+            recent = action;
+    ASSERT_TRUE(recent);
+    recent->trigger();
+    EXPECT_EQ(m_pWindow->fnGetDocument().fnGetImage().Width, 300u);
+}
+
+TEST_F(DarkroomWindow, ToolsSelectAndDrawInThePicture) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("tools.png", 300, 200)));
+    darkroom::PictureView& view = m_pWindow->fnGetView();
+    view.fnSetZoom(1);
+    const auto at = [&](int x, int y) { return view.fnToView(QPointF(x, y)).toPoint(); };
+    fnDo("toolRectangle");
+    fnDrag(*view.viewport(), at(20, 30), at(120, 130));
+    ASSERT_TRUE(m_pWindow->fnGetDocument().fnHasSelection());
+    const CRect bound = m_pWindow->fnGetDocument().fnGetSelection().m_rectBound;
+    EXPECT_NEAR(bound.left, 20, 1);
+    EXPECT_NEAR(bound.bottom, 130, 1);
+    fnDo("selectNone");
+    EXPECT_FALSE(m_pWindow->fnGetDocument().fnHasSelection());
+    fnDo("toolLine");
+    fnDrag(*view.viewport(), at(10, 10), at(200, 150));
+    EXPECT_EQ(m_pWindow->fnGetDocument().fnGetImage().fnGetPixelColor(10, 10),
+              CqColor(255, 0, 0, 255));
+    EXPECT_EQ(m_pWindow->fnGetDocument().fnGetUndoName(), "Line");
+    fnDo("toolCurve");
+    for (const QPoint& place : {at(30, 180), at(30, 20), at(250, 20), at(250, 180)})
+        QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, place);
+    EXPECT_EQ(m_pWindow->fnGetDocument().fnGetUndoName(), "Curve");
+    EXPECT_EQ(m_pWindow->fnGetDocument().fnGetImage().fnGetPixelColor(250, 180),
+              CqColor(255, 0, 0, 255));
+}
+
+TEST_F(DarkroomWindow, ASecondPictureIsMergedWhereTheDialogSays) {
+    const QString over = fnMakePicture("over.png", 60, 50);
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("under.png", 300, 200)));
+    CqImage wanted;
+    CqImage laid;
+    q32ReadPicture(QFile::encodeName(fnPath("under.png")).constData(), wanted);
+    q32ReadPicture(QFile::encodeName(over).constData(), laid);
+    wanted.fnCopyBlock(laid, nullptr, 40, 70);
+    fnInDialog([&](QDialog& dialog) {
+        dialog.findChild<QSpinBox*>("x")->setValue(40);
+        dialog.findChild<QSpinBox*>("y")->setValue(70);
+        fnAccept(dialog);
+    });
+    m_pWindow->fnMerge(over);
+    EXPECT_EQ(fnBytesOf(m_pWindow->fnGetDocument().fnGetImage()), fnBytesOf(wanted));
+}
+
+TEST_F(DarkroomWindow, PreferencesAreInForceAndOutliveTheProgram) {
+    fnDo("preferences", [&](QDialog& dialog) {
+        dialog.findChild<QLineEdit*>("disk2")->setText(m_Folder.path());
+        dialog.findChild<QCheckBox*>("diskOn2")->setChecked(true);
+        dialog.findChild<QCheckBox*>("shareOn")->setChecked(true);
+        dialog.findChild<QSpinBox*>("share")->setValue(37);
+        dialog.findChild<QSpinBox*>("levels")->setValue(3);
+        dialog.findChild<QSpinBox*>("gamma")->setValue(220);
+        dialog.findChild<QCheckBox*>("dither")->setChecked(false);
+        fnAccept(dialog);
+    });
+    for (const bool again : {false, true}) {
+        if (again)
+            fnRestart();
+        EXPECT_TRUE(q32GetVMPolicy()->fnIsDiskEnabled(1)) << again;
+        EXPECT_EQ(q32GetVMPolicy()->fnGetDisk(1),
+                  CString(QFile::encodeName(m_Folder.path() + '\\')));
+        EXPECT_EQ(q32GetVMPolicy()->fnGetMemUsage(), 37u) << again;
+        EXPECT_EQ(q32GetDisplayProperty()->fnGetGammaValue(), 220u) << again;
+        EXPECT_FALSE(q32GetDisplayProperty()->fnIsHiColorDitherEnabled()) << again;
+        EXPECT_EQ(m_pWindow->fnGetDocument().fnGetLevels(), 3u) << again;
+    }
+}
+
+TEST_F(DarkroomWindow, ASoundIsLoadedAndDrawn) {
+    const QString path = fnPath("tone.wav");
+    {
+        CqWave wave(1, 16, 8000, 8000, true);
+        for (int i = 0; i < 8000; ++i) {
+            const int sample = i / 20 % 2 == 0 ? 16000 : -16000;
+            wave.fnGetBuffer()[2 * i] = static_cast<unsigned char>(sample);
+            wave.fnGetBuffer()[2 * i + 1] = static_cast<unsigned char>(sample >> 8);
+        }
+        ASSERT_TRUE(q32WriteWave(QFile::encodeName(path).constData(), wave).fnIsDone());
+    }
+    auto* const panel = m_pWindow->findChild<darkroom::SoundPanel*>("soundPanel");
+    ASSERT_TRUE(panel);
+    fnDo("sound");
+    EXPECT_TRUE(panel->isVisible());
+    auto* const play = panel->findChild<QToolButton*>("soundPlay");
+    auto* const stop = panel->findChild<QToolButton*>("soundStop");
+    EXPECT_FALSE(play->isEnabled());
+    EXPECT_FALSE(panel->fnLoad(fnPath("missing.wav")));
+    EXPECT_FALSE(play->isEnabled());
+    ASSERT_TRUE(panel->fnLoad(path));
+    EXPECT_EQ(panel->fnGetWave().fnGetFrameCount(), 8000u);
+    ASSERT_TRUE(play->isEnabled());
+    play->click();
+    EXPECT_EQ(panel->fnGetWave().fnGetState(), WAVE_PLAYING);
+    EXPECT_FALSE(play->isEnabled());
+    panel->findChild<QToolButton*>("soundPause")->click();
+    EXPECT_EQ(panel->fnGetWave().fnGetState(), WAVE_PAUSED);
+    EXPECT_TRUE(play->isEnabled());
+    stop->click();
+    EXPECT_EQ(panel->fnGetWave().fnGetState(), WAVE_STOPPED);
+    EXPECT_FALSE(stop->isEnabled());
+    fnKeepPicture(*m_pWindow, "sound");
+}
+
+TEST_F(DarkroomWindow, FollowsADarkPalette) {
+    const QPalette light = QApplication::palette();
+    QApplication::setPalette(QPalette(QColor(45, 45, 48), QColor(30, 30, 32)));
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("dark.png", 640, 480)));
+    fnDo("sound");
+    QCoreApplication::processEvents();
+    for (const QLabel* label : m_pWindow->findChildren<QLabel*>()) {
+        const QPalette& palette = label->palette();
+        EXPECT_GT(palette.color(QPalette::WindowText).lightness(),
+                  palette.color(QPalette::Window).lightness() + 100)
+            << label->text().toStdString();
+    }
+    // The ground beside the picture, and the window's own.
+    m_pWindow->fnGetView().fnSetZoom(0.25);
+    const QImage shown = m_pWindow->grab().toImage();
+    EXPECT_LT(shown.pixelColor(4, shown.height() - 4).lightness(), 80);
+    fnKeepPicture(*m_pWindow, "dark");
+    QApplication::setPalette(light);
+}
+
+TEST_F(DarkroomWindow, TheDumpWindowTellsOfThePicture) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("dumped.png", 300, 200)));
+    fnDo("dump");
+    const QWidget* dump = nullptr;
+    for (const QWidget* window : QApplication::topLevelWidgets())
+        for (const QPlainTextEdit* text : window->findChildren<QPlainTextEdit*>())
+            if (text->toPlainText().contains("Picture: 300 x 200 pixels of 24 bits"))
+                dump = window;
+    ASSERT_TRUE(dump);
+    EXPECT_TRUE(dump->isVisible());
+    q32DestroyDumpWnd();
+}
