@@ -1,0 +1,83 @@
+// An editor for pictures larger than memory.
+#include "examples/darkroom/ui/MainWindow.h"
+#include "platforms/posix/posix.h"
+#include "platforms/qt/qt.h"
+#include "q32Base/frame/Module.h"
+#ifdef DARKROOM_PULSE
+#include "platforms/pulse/pulse.h"
+#endif
+
+#include <cstdio>
+#include <QApplication>
+#include <QDir>
+#include <QStandardPaths>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int kExitFailed = 1;
+constexpr int kExitUsage = 2;
+
+constexpr char kUsage[] = "usage: darkroom [picture]\n"
+                          "\n"
+                          "Opens a PNG, JPEG, TIFF or BMP picture of any size for editing.\n";
+
+/// Deletes the scratch files that a run which was killed has left.
+void fnSweepScratch() {
+    std::vector<std::string> folders;
+    for (unsigned int i = 0; i < CqVMPolicy::kDisks; ++i)
+        folders.emplace_back(static_cast<const char*>(q32GetVMPolicy()->fnGetDisk(i)));
+    q32PosixSweepScratchFiles(folders);
+}
+
+int fnRun(QApplication& application, CqQtWindows& windows, const darkroom::HostSetup& setup,
+          const QString& picture) {
+    darkroom::MainWindow window(setup);
+    CqQtWnd frame(&window);
+    windows.fnSetMainWnd(&frame);
+    window.show();
+    if (!picture.isEmpty())
+        window.fnOpen(picture);
+    const int code = application.exec();
+    windows.fnSetMainWnd(nullptr);
+    return code;
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    QApplication application(count, arguments);
+    QApplication::setApplicationName("darkroom");
+    const QStringList words = QApplication::arguments();
+    const bool help = words.contains("--help");
+    if (help || words.size() > 2) {
+        std::fputs(kUsage, help ? stdout : stderr);
+        return help ? 0 : kExitUsage;
+    }
+    if (!q32QtCanPaint()) {
+        std::fputs("darkroom: the screen has too few colors; it needs 15 bits a pixel\n", stderr);
+        return kExitFailed;
+    }
+    darkroom::HostSetup setup;
+    setup.m_strSettings =
+        QDir(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation))
+            .filePath("q32Base/darkroom.ini");
+    const auto windows = q32QtWindows();
+    CqQtApp app("Darkroom");
+    windows->fnSetApp(&app);
+    CqPlatform platform = q32QtPlatform(windows);
+#ifdef DARKROOM_PULSE
+    const CqPulse sound = q32Pulse({.m_szApplication = "Darkroom"});
+    platform.m_pWaveOut = sound.m_pWaveOut;
+    platform.m_pMixers = sound.m_pMixers;
+    setup.m_nMixerDescriptor = sound.m_pMixers->fnGetDescriptor();
+    setup.m_PumpMixers = [&sound] { sound.m_pMixers->fnPump(); };
+#endif
+    if (!q32Attach(platform))
+        return kExitFailed;
+    fnSweepScratch();
+    const int code = fnRun(application, *windows, setup, words.value(1));
+    q32Detach();
+    return code;
+}
