@@ -52,7 +52,7 @@ QtDC* CqQtScreen::fnFindDC(const CDC* dc) const {
     return found == m_DCs.end() ? nullptr : found->get();
 }
 
-void CqQtScreen::fnReleaseDC(CWnd* window, CDC* dc) {
+void CqQtScreen::fnReleaseDC(CWnd* window, CDC* dc) noexcept {
     const auto found = std::find_if(m_DCs.begin(), m_DCs.end(), [&](const auto& open) {
         return open.get() == dc && open->fnGetWindow() == window;
     });
@@ -61,7 +61,12 @@ void CqQtScreen::fnReleaseDC(CWnd* window, CDC* dc) {
     // Showing may call the host, which may ask for other device contexts.
     const std::unique_ptr<QtDC> released = std::move(*found);
     m_DCs.erase(found);
-    released->fnShow();
+    try {
+        released->fnShow();
+    } catch (const std::bad_alloc&) {
+        // What was drawn stays in the canvas, and a later paint event shows it.
+        return;
+    }
 }
 
 int CqQtScreen::fnSetDIBitsToDevice(CDC* dc, int x, int y, UINT width, UINT height, int sourceX,

@@ -26,7 +26,7 @@ public:
 
     /// Null without an application object, and for windows that aren't of this back end.
     CDC* fnGetDC(CWnd* window) override;
-    void fnReleaseDC(CWnd* window, CDC* dc) override;
+    void fnReleaseDC(CWnd* window, CDC* dc) noexcept override;
     int fnSetDIBitsToDevice(CDC* dc, int x, int y, UINT width, UINT height, int sourceX,
                             int sourceY, UINT startScan, UINT scans, const void* bits,
                             const BITMAPINFOHEADER* header, UINT use) override;
