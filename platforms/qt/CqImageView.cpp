@@ -169,6 +169,16 @@ QPointF CqImageView::fnToView(const QPointF& position) const {
     return (position * m_Zoom - fnGetOrigin()) / m_pCanvas->devicePixelRatioF();
 }
 
+QSize CqImageView::fnGetPixelSize() const {
+    return m_pCanvas->fnGetPixelSize();
+}
+
+QPoint CqImageView::fnGetSample(const QPoint& pixel) const {
+    const QPoint origin = fnGetOrigin();
+    return {fnToInt(static_cast<double>(q32::qt::fnSampleIndex(pixel.x(), origin.x(), m_Zoom))),
+            fnToInt(static_cast<double>(q32::qt::fnSampleIndex(pixel.y(), origin.y(), m_Zoom)))};
+}
+
 CRect CqImageView::fnGetVisible() const {
     if (!fnHasPicture())
         return {};

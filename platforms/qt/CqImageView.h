@@ -7,6 +7,7 @@
 #include <QPoint>
 #include <QPointF>
 #include <QRegion>
+#include <QSize>
 
 class CqImage;
 class CqQtCanvas;
@@ -61,6 +62,11 @@ public:
     /// Change a position in the view to one in the image, and back. Neither is cut to the image.
     QPointF fnToImage(const QPointF& position) const;
     QPointF fnToView(const QPointF& position) const;
+    /// Size of the view in pixels of the screen.
+    QSize fnGetPixelSize() const;
+    /// The pixel of the image that a pixel of the screen, counted from the view's top left corner,
+    /// shows. Not cut to the image either.
+    QPoint fnGetSample(const QPoint& pixel) const;
     /// The part of the image in sight, in whole pixels; empty without an image.
     CRect fnGetVisible() const;
     /// Scrolls so that a position in the image lies in the middle, as far as it goes.

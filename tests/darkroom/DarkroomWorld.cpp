@@ -5,12 +5,9 @@
 #include "q32Base/frame/Module.h"
 #include "tests/darkroom/PictureTools.h"
 
-#include <QAbstractItemView>
 #include <QApplication>
-#include <QCompleter>
 #include <QDialogButtonBox>
 #include <QFile>
-#include <QFileDialog>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
@@ -108,10 +105,19 @@ void DarkroomWindow::fnAccept(QDialog& dialog) {
 void DarkroomWindow::fnType(QDialog& dialog, const QString& path) {
     auto* const name = dialog.findChild<QLineEdit*>("fileNameEdit");
     ASSERT_TRUE(name);
+    name->setCompleter(nullptr); // its list comes when the folder is read, and would take Return
+    QApplication::setActiveWindow(&dialog);
+    name->setFocus(); // a name that has no focus follows the list of files
+    ASSERT_TRUE(fnWaitFor([&] { return name->hasFocus(); }));
+    name->selectAll(); // a name that is proposed
     QTest::keyClicks(name, path);
-    name->completer()->popup()->hide(); // it lies over the button, and keeps the keyboard
-    auto* const buttons = dialog.findChild<QDialogButtonBox*>("buttonBox");
-    ASSERT_TRUE(buttons);
-    QPushButton* const open = buttons->button(QDialogButtonBox::Open);
-    QTest::mouseClick(open ? open : buttons->button(QDialogButtonBox::Save), Qt::LeftButton);
+    QTest::keyClick(name, Qt::Key_Return);
+
+}
+
+void DarkroomWindow::fnPress(Qt::Key key, Qt::KeyboardModifiers modifiers) {
+    // Without a window manager nobody gives the window its keyboard back after a dialog.
+    QApplication::setActiveWindow(m_pWindow.get());
+    QTest::keyClick(m_pWindow.get(), key, modifiers);
+    QCoreApplication::processEvents();
 }

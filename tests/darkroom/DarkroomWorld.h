@@ -47,6 +47,8 @@ protected:
     static void fnAccept(QDialog& dialog);
     /// Types a file's name into a file dialog.
     static void fnType(QDialog& dialog, const QString& path);
+    /// Presses a key in the window.
+    void fnPress(Qt::Key key, Qt::KeyboardModifiers modifiers = {});
 
     QTemporaryDir m_Folder;
     std::function<bool()> m_IsEscape; ///< asked from within operations; empty: never pressed

@@ -58,7 +58,7 @@ TEST_F(DarkroomWindow, OpensEditsUndoesStopsSavesAndReopens) {
     fnDo("right");
     fnDo("sharpen", [&](QDialog& dialog) { fnAccept(dialog); });
     EXPECT_TRUE(fnAction("undo").text().contains("Sharpen"));
-    QTest::keyClick(m_pWindow.get(), Qt::Key_Z, Qt::ControlModifier);
+    fnPress(Qt::Key_Z, Qt::ControlModifier);
     EXPECT_TRUE(fnAction("undo").text().contains("Turn Right"));
     EXPECT_TRUE(fnAction("redo").text().contains("Sharpen"));
 
@@ -76,7 +76,7 @@ TEST_F(DarkroomWindow, OpensEditsUndoesStopsSavesAndReopens) {
     EXPECT_TRUE(fnAction("redo").text().contains("Sharpen")) << "the history is the same";
     EXPECT_TRUE(fnAction("rotate").isEnabled());
 
-    QTest::keyClick(m_pWindow.get(), Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+    fnPress(Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
     fnDo("saveAs", [&](QDialog& dialog) { fnType(dialog, target); });
     EXPECT_FALSE(m_pWindow->isWindowModified());
     ASSERT_TRUE(m_pWindow->fnOpen(target));
@@ -178,6 +178,12 @@ TEST_F(DarkroomWindow, ToolsSelectAndDrawInThePicture) {
     darkroom::PictureView& view = m_pWindow->fnGetView();
     view.fnSetZoom(1);
     const auto at = [&](int x, int y) { return view.fnToView(QPointF(x, y)).toPoint(); };
+    // On a scaled display the cursor can't reach each pixel.
+    const auto colorAt = [&](const QPoint& place) {
+        const QPointF pixel = view.fnToImage(place);
+        return m_pWindow->fnGetDocument().fnGetImage().fnGetPixelColor(
+            static_cast<int>(pixel.x()), static_cast<int>(pixel.y()));
+    };
     fnDo("toolRectangle");
     fnDrag(*view.viewport(), at(20, 30), at(120, 130));
     ASSERT_TRUE(m_pWindow->fnGetDocument().fnHasSelection());
@@ -188,15 +194,13 @@ TEST_F(DarkroomWindow, ToolsSelectAndDrawInThePicture) {
     EXPECT_FALSE(m_pWindow->fnGetDocument().fnHasSelection());
     fnDo("toolLine");
     fnDrag(*view.viewport(), at(10, 10), at(200, 150));
-    EXPECT_EQ(m_pWindow->fnGetDocument().fnGetImage().fnGetPixelColor(10, 10),
-              CqColor(255, 0, 0, 255));
+    EXPECT_EQ(colorAt(at(10, 10)), CqColor(255, 0, 0, 255));
     EXPECT_EQ(m_pWindow->fnGetDocument().fnGetUndoName(), "Line");
     fnDo("toolCurve");
     for (const QPoint& place : {at(30, 180), at(30, 20), at(250, 20), at(250, 180)})
         QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, place);
     EXPECT_EQ(m_pWindow->fnGetDocument().fnGetUndoName(), "Curve");
-    EXPECT_EQ(m_pWindow->fnGetDocument().fnGetImage().fnGetPixelColor(250, 180),
-              CqColor(255, 0, 0, 255));
+    EXPECT_EQ(colorAt(at(250, 180)), CqColor(255, 0, 0, 255));
 }
 
 TEST_F(DarkroomWindow, ASecondPictureIsMergedWhereTheDialogSays) {

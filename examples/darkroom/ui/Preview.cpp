@@ -9,14 +9,12 @@
 #include <cmath>
 #include <cstring>
 #include <new>
+#include <numeric>
 #include <utility>
 
 namespace darkroom {
 
 namespace {
-
-/// What places that are whole numbers may be off by.
-constexpr double kRounding = 1e-6;
 
 template <typename Work>
 bool fnTry(Work&& work) {
@@ -31,14 +29,19 @@ bool fnTry(Work&& work) {
     return false;
 }
 
-/// Places from `first` in steps, cut to the picture.
-std::vector<int> fnMakeSamples(double first, double step, int count, int limit) {
-    std::vector<int> samples;
-    for (int i = 0; i < count; ++i) {
-        const double place = std::floor(first + i * step + kRounding);
-        if (place >= 0 && place < limit)
-            samples.push_back(static_cast<int>(place));
-    }
+/// Whole numbers from `first` to before `end`.
+std::vector<int> fnCount(int first, int end) {
+    std::vector<int> all(static_cast<std::size_t>(end - first));
+    std::iota(all.begin(), all.end(), first);
+    return all;
+}
+
+/// One place of the picture for each pixel of a smaller one, in the middle of what it stands for.
+std::vector<int> fnReduce(unsigned int length, double zoom) {
+    std::vector<int> samples(std::max<std::size_t>(1, static_cast<std::size_t>(length * zoom)));
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        samples[i] = static_cast<int>(
+            std::min(length - 1.0, std::floor((static_cast<double>(i) + 0.5) / zoom)));
     return samples;
 }
 
@@ -92,35 +95,31 @@ void Preview::fnHide() {
 }
 
 void Preview::fnSampleVisible() {
-    const CqImage& image = m_Document.fnGetImage();
-    const CRect seen = m_View.fnGetVisible();
-    const double scale = m_View.devicePixelRatioF();
-    const QPointF topLeft = m_View.fnToView(QPointF(seen.left, seen.top)) * scale;
-    const QPointF bottomRight = m_View.fnToView(QPointF(seen.right, seen.bottom)) * scale;
-    const QSizeF room = QSizeF(m_View.viewport()->size()) * scale;
-    const QPoint first(qRound(std::max(0.0, topLeft.x())), qRound(std::max(0.0, topLeft.y())));
-    const auto count = [](int from, double edge, double most) {
-        return static_cast<int>(std::ceil(std::min(edge, most) - kRounding)) - from;
-    };
     // The samples that the view itself takes: one for each of the screen's pixels.
-    const QPointF start = m_View.fnToImage(QPointF(first) / scale);
-    const double step = 1 / m_View.fnGetZoom();
-    std::vector<int> columns =
-        fnMakeSamples(start.x(), step, count(first.x(), bottomRight.x(), room.width()),
-                      static_cast<int>(image.Width));
-    std::vector<int> rows =
-        fnMakeSamples(start.y(), step, count(first.y(), bottomRight.y(), room.height()),
-                      static_cast<int>(image.Height));
+    const CqImage& image = m_Document.fnGetImage();
+    const QSize room = m_View.fnGetPixelSize();
+    QPoint first(room.width(), room.height());
+    std::vector<int> columns;
+    std::vector<int> rows;
+    const auto take = [](int at, int sample, unsigned int length, std::vector<int>& samples,
+                         int& start) {
+        if (sample < 0 || static_cast<unsigned int>(sample) >= length)
+            return;
+        start = std::min(start, at);
+        samples.push_back(sample);
+    };
+    for (int x = 0; x < room.width(); ++x)
+        take(x, m_View.fnGetSample({x, 0}).x(), image.Width, columns, first.rx());
+    for (int y = 0; y < room.height(); ++y)
+        take(y, m_View.fnGetSample({0, y}).y(), image.Height, rows, first.ry());
+    const double scale = m_View.devicePixelRatioF();
     m_Target = QRectF(
         QPointF(first) / scale,
         QSizeF(static_cast<double>(columns.size()), static_cast<double>(rows.size())) / scale);
     if (m_View.fnGetZoom() <= 1 || columns.empty() || rows.empty())
         return fnTake(columns, rows);
     // Each pixel of the picture once, to be spread over the screen's afterwards.
-    fnTake(fnMakeSamples(columns.front(), 1, columns.back() - columns.front() + 1,
-                         static_cast<int>(image.Width)),
-           fnMakeSamples(rows.front(), 1, rows.back() - rows.front() + 1,
-                         static_cast<int>(image.Height)));
+    fnTake(fnCount(columns.front(), columns.back() + 1), fnCount(rows.front(), rows.back() + 1));
     m_SpreadColumns = std::move(columns);
     m_SpreadRows = std::move(rows);
 }
@@ -147,11 +146,7 @@ void Preview::fnSampleWhole() {
     // Room for a picture that stands on its corner.
     const double diagonal = std::hypot(image.Width, image.Height);
     const double zoom = std::min(1.0, std::min(room.width(), room.height()) / diagonal);
-    const auto count = [zoom](unsigned int length) {
-        return std::max(1, static_cast<int>(length * zoom));
-    };
-    fnTake(fnMakeSamples(0.5, 1 / zoom, count(image.Width), static_cast<int>(image.Width)),
-           fnMakeSamples(0.5, 1 / zoom, count(image.Height), static_cast<int>(image.Height)));
+    fnTake(fnReduce(image.Width, zoom), fnReduce(image.Height, zoom));
 }
 
 void Preview::fnTake(const std::vector<int>& columns, const std::vector<int>& rows) {
