@@ -112,7 +112,6 @@ void DarkroomWindow::fnType(QDialog& dialog, const QString& path) {
     name->selectAll(); // a name that is proposed
     QTest::keyClicks(name, path);
     QTest::keyClick(name, Qt::Key_Return);
-
 }
 
 void DarkroomWindow::fnPress(Qt::Key key, Qt::KeyboardModifiers modifiers) {

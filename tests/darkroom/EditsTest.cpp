@@ -1,11 +1,14 @@
 // Edits happen whole or not at all, whatever the operation.
 #include "examples/darkroom/model/Filters.h"
 #include "examples/darkroom/model/Merge.h"
+#include "examples/darkroom/model/Pictures.h"
 #include "tests/darkroom/PictureTools.h"
 #include "tests/support/AttachedTest.h"
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <iterator>
 #include <string>
 #include <utility>
 
@@ -97,10 +100,9 @@ TEST_F(DarkroomEdits, EachOperationLeavesThePictureAsItWasWhenItIsStopped) {
             continue;
         const Values values = fnGetValues(operation, document.fnGetImage());
         const Bytes before = fnBytesOf(document.fnGetImage());
-        // The library's conversion has no progress: it can be stopped while the snapshot is taken,
-        // which is six tiles long.
+        // The snapshot is six tiles long, and a conversion of so few rows one band.
         const bool converts = std::string(operation.m_pszId).starts_with("to");
-        for (const unsigned int call : {1u, 4u, converts ? 6u : 8u, converts ? 6u : 9u}) {
+        for (const unsigned int call : {1u, 4u, 7u, converts ? 7u : 9u}) {
             AbortingProgress progress(call);
             const darkroom::Outcome outcome = document.fnApply(operation, values, &progress);
             ASSERT_TRUE(outcome.m_bAborted) << operation.m_pszId << " at call " << call;
@@ -125,6 +127,79 @@ TEST_F(DarkroomEdits, EachOperationLeavesThePictureAsItWasWithoutMemory) {
         q32GetVMPolicy()->fnSetRamLimit(100'000'000);
         EXPECT_EQ(fnBytesOf(document.fnGetImage()), before) << operation.m_pszId;
         EXPECT_FALSE(document.fnCanUndo());
+    }
+}
+
+TEST_F(DarkroomEdits, AConversionByBandsHasTheBytesOfTheLibrarysOwn) {
+    for (const unsigned int from : {4u, 8u, 16u, 24u, 32u})
+        for (const unsigned int to : {24u, 32u})
+            for (const unsigned int height : {1u, 256u, 257u, 700u}) {
+                CqImage image;
+                fnFillNoise(image, 67, height, from, height);
+                CqImage wanted;
+                ASSERT_TRUE(darkroom::fnCopyPicture(image, wanted, nullptr));
+                wanted.fnConvert(to, false, nullptr);
+                ASSERT_TRUE(darkroom::fnConvertPicture(image, to, nullptr));
+                EXPECT_EQ(image.BitCount, to);
+                EXPECT_EQ(fnBytesOf(image), fnBytesOf(wanted)) << from << " to " << to;
+            }
+}
+
+TEST_F(DarkroomEdits, WorkThatTheLibraryDoesAtOneGoIsToldAndStoppedBandByBand) {
+    using Work = std::function<bool(CqImage&, CqProgressDisplay*)>;
+    const std::vector<CqPoint2D> outline = {{0, 0}, {60, 0}, {60, 699}};
+    const Work works[] = {
+        [](CqImage& image, CqProgressDisplay* told) {
+            return darkroom::fnFillPicture(image, CqColor(1, 2, 3, 255), told);
+        },
+        [](CqImage& image, CqProgressDisplay* told) {
+            return darkroom::fnConvertPicture(image, 32, told);
+        },
+        [](CqImage& image, CqProgressDisplay* told) {
+            CqImage over;
+            fnFillNoise(over, 60, 690, 32, 5);
+            return darkroom::fnMergePicture(
+                image, over, {darkroom::MergeRule::ALPHA, CqColor(), 0, 0}, nullptr, told);
+        },
+        [&](CqImage&, CqProgressDisplay* told) {
+            CqMask mask;
+            return darkroom::fnMakeShapeMask(outline, 67, 700, mask, told);
+        },
+    };
+    for (std::size_t i = 0; i < std::size(works); ++i) {
+        CqImage image;
+        fnFillNoise(image, 67, 700, 24, 1);
+        AbortingProgress whole(100000);
+        EXPECT_TRUE(works[i](image, &whole)) << i;
+        EXPECT_GE(whole.m_nCalls, 3u) << i << ": 700 rows are three bands";
+        for (unsigned int call = 1; call <= std::min(whole.m_nCalls, 40u); ++call) {
+            CqImage again;
+            fnFillNoise(again, 67, 700, 24, 1);
+            AbortingProgress progress(call);
+            EXPECT_FALSE(works[i](again, &progress)) << i << " at call " << call;
+            EXPECT_EQ(progress.m_nCalls, call) << i << ": nothing is done after it";
+        }
+    }
+}
+
+TEST_F(DarkroomEdits, AnEditInsideTheSelectionThatIsStoppedLeavesPictureAndSelection) {
+    Document document(5);
+    fnOpenNoise(document, 24);
+    const std::vector<CqPoint2D> corners = {{20, 30}, {250, 140}};
+    ASSERT_TRUE(document
+                    .fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners,
+                                   Document::Combine::REPLACE, nullptr)
+                    .fnIsDone());
+    const Bytes before = fnBytesOf(document.fnGetImage());
+    AbortingProgress whole(100000);
+    ASSERT_TRUE(document.fnApply(*fnFindOperation("threshold"), {128}, &whole).fnIsDone());
+    document.fnUndo();
+    for (unsigned int call = 1; call <= whole.m_nCalls; ++call) {
+        AbortingProgress progress(call);
+        EXPECT_TRUE(document.fnApply(*fnFindOperation("threshold"), {128}, &progress).m_bAborted)
+            << call;
+        EXPECT_EQ(fnBytesOf(document.fnGetImage()), before) << call;
+        EXPECT_EQ(document.fnGetSelection().m_rectBound, CRect(20, 30, 250, 140)) << call;
     }
 }
 
@@ -173,9 +248,10 @@ TEST_F(DarkroomEdits, ALocalOperationStaysInsideTheSelection) {
     Document document(5);
     fnOpenNoise(document, 24);
     const std::vector<CqPoint2D> corners = {{20, 30}, {250, 140}};
-    ASSERT_TRUE(
-        document.fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners, Document::Combine::REPLACE)
-            .fnIsDone());
+    ASSERT_TRUE(document
+                    .fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners,
+                                   Document::Combine::REPLACE, nullptr)
+                    .fnIsDone());
     CqImage whole;
     fnFillNoise(whole, 300, 170, 24, 24);
     const Bytes before = fnBytesOf(whole);
@@ -216,7 +292,7 @@ TEST_F(DarkroomEdits, AMergedPictureIsCutWhereItSticksOut) {
                         laid[static_cast<std::size_t>((row * 90 + column) * 3 + channel)];
             }
         const darkroom::MergePlan plan{darkroom::MergeRule::KEY, key, x, y};
-        darkroom::fnMergePicture(image, over, plan, nullptr);
+        darkroom::fnMergePicture(image, over, plan, nullptr, nullptr);
         EXPECT_EQ(fnBytesOf(image), wanted) << x << ", " << y;
     }
 }
@@ -231,7 +307,8 @@ TEST_F(DarkroomEdits, APictureWithAlphaShowsWhereItIsOpaque) {
     for (std::size_t i = 0; i < 10000; ++i)
         if (laid[4 * i] >= darkroom::kOpaqueFrom)
             std::copy_n(&laid[4 * i + 1], 3, &wanted[3 * i]);
-    darkroom::fnMergePicture(image, over, {darkroom::MergeRule::ALPHA, CqColor(), 0, 0}, nullptr);
+    darkroom::fnMergePicture(image, over, {darkroom::MergeRule::ALPHA, CqColor(), 0, 0}, nullptr,
+                             nullptr);
     EXPECT_EQ(fnBytesOf(image), wanted);
 }
 
@@ -240,15 +317,16 @@ TEST_F(DarkroomEdits, AMergeBySelectionStaysInsideIt) {
     fnOpenNoise(document, 24);
     const Bytes before = fnBytesOf(document.fnGetImage());
     const std::vector<CqPoint2D> corners = {{50, 40}, {90, 70}};
-    ASSERT_TRUE(
-        document.fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners, Document::Combine::REPLACE)
-            .fnIsDone());
+    ASSERT_TRUE(document
+                    .fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners,
+                                   Document::Combine::REPLACE, nullptr)
+                    .fnIsDone());
     CqImage over;
     fnFillNoise(over, 100, 100, 24, 2);
     const Bytes laid = fnBytesOf(over);
     darkroom::fnMergePicture(document.fnGetImage(), over,
                              {darkroom::MergeRule::SELECTION, CqColor(), 60, -10},
-                             &document.fnGetSelection());
+                             &document.fnGetSelection(), nullptr);
     const Bytes got = fnBytesOf(document.fnGetImage());
     for (std::size_t i = 0; i < got.size(); ++i) {
         const std::size_t x = i / 3 % 300;

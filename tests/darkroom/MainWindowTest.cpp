@@ -181,8 +181,8 @@ TEST_F(DarkroomWindow, ToolsSelectAndDrawInThePicture) {
     // On a scaled display the cursor can't reach each pixel.
     const auto colorAt = [&](const QPoint& place) {
         const QPointF pixel = view.fnToImage(place);
-        return m_pWindow->fnGetDocument().fnGetImage().fnGetPixelColor(
-            static_cast<int>(pixel.x()), static_cast<int>(pixel.y()));
+        return m_pWindow->fnGetDocument().fnGetImage().fnGetPixelColor(static_cast<int>(pixel.x()),
+                                                                       static_cast<int>(pixel.y()));
     };
     fnDo("toolRectangle");
     fnDrag(*view.viewport(), at(20, 30), at(120, 130));

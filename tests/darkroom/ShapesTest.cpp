@@ -19,8 +19,8 @@ protected:
                *mask.fnGetPixelAddr(x - bound.left, y - bound.top) == 255;
     }
     static void fnMake(ShapeKind shape, std::vector<CqPoint2D> points, CqMask& mask) {
-        ASSERT_TRUE(
-            darkroom::fnMakeShapeMask(darkroom::fnMakeOutline(shape, points), 200, 150, mask));
+        ASSERT_TRUE(darkroom::fnMakeShapeMask(darkroom::fnMakeOutline(shape, points), 200, 150,
+                                              mask, nullptr));
     }
 };
 
@@ -77,17 +77,19 @@ TEST_F(DarkroomShapes, AFreehandOutlineThatCrossesItselfHasAHole) {
 TEST_F(DarkroomShapes, AShapeBesideThePictureIsNone) {
     CqMask mask;
     const std::vector<CqPoint2D> beside = {{-20, -20}, {-5, -5}};
-    EXPECT_FALSE(darkroom::fnMakeShapeMask(darkroom::fnMakeOutline(ShapeKind::RECTANGLE, beside),
-                                           200, 150, mask));
-    EXPECT_FALSE(darkroom::fnMakeShapeMask({}, 200, 150, mask));
+    EXPECT_TRUE(darkroom::fnMakeShapeMask(darkroom::fnMakeOutline(ShapeKind::RECTANGLE, beside),
+                                          200, 150, mask, nullptr));
+    EXPECT_TRUE(mask.m_rectBound.IsRectEmpty());
+    EXPECT_TRUE(darkroom::fnMakeShapeMask({}, 200, 150, mask, nullptr));
+    EXPECT_TRUE(mask.m_rectBound.IsRectEmpty());
 }
 
 TEST_F(DarkroomShapes, SelectionsAddUpAndAreTakenOff) {
     Document document(1);
-    ASSERT_TRUE(document.fnNew(200, 150, CqColor()).fnIsDone());
+    ASSERT_TRUE(document.fnNew(200, 150, CqColor(), nullptr).fnIsDone());
     const auto select = [&](CqPoint2D a, CqPoint2D b, Document::Combine how) {
         const std::vector<CqPoint2D> points = {a, b};
-        ASSERT_TRUE(document.fnSelectShape(ShapeKind::RECTANGLE, points, how).fnIsDone());
+        ASSERT_TRUE(document.fnSelectShape(ShapeKind::RECTANGLE, points, how, nullptr).fnIsDone());
     };
     select({10, 10}, {60, 60}, Document::Combine::REPLACE);
     select({40, 40}, {100, 100}, Document::Combine::ADD);

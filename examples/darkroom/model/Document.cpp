@@ -1,12 +1,12 @@
 #include "examples/darkroom/model/Document.h"
 
-#include "examples/darkroom/model/Progress.h"
+#include "examples/darkroom/model/Merge.h"
+#include "examples/darkroom/model/Pictures.h"
 #include "q32Base/frame/Messages.h"
 #include "q32Base/framework/Exceptions.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <new>
-#include <vector>
 
 namespace darkroom {
 
@@ -15,10 +15,20 @@ namespace {
 constexpr int kNoMemory = -1;
 constexpr int kNotSupported = -102;
 
+/// Percent of an edit that is kept to the selection.
+constexpr unsigned int kPartCopied = 10;
+constexpr unsigned int kPartEdited = 90;
+
 Outcome fnFail(int message, const std::string& path) {
     Outcome outcome;
     outcome.m_nMsgId = message;
     outcome.m_strPath = path.c_str();
+    return outcome;
+}
+
+Outcome fnStop() {
+    Outcome outcome;
+    outcome.m_bAborted = true;
     return outcome;
 }
 
@@ -67,29 +77,6 @@ private:
 
 } // namespace
 
-bool fnCopyPicture(CqImage& from, CqImage& to, CqProgressDisplay* progress) {
-    std::vector<RGBQUAD> palette(from.PaletteCount);
-    from.fnGetPaletteEntry(0, from.PaletteCount, palette.data());
-    to.fnAlloc(from.Width, from.Height, from.BitCount, palette.empty() ? nullptr : palette.data(),
-               from.PaletteCount);
-    to.DpiX = from.DpiX;
-    to.DpiY = from.DpiY;
-    CqImageTile source;
-    CqImageTile target;
-    for (unsigned int i = 0; i < from.TileCount; ++i) {
-        from.fnAccessTile(i, &source);
-        to.fnAccessTile(i, &target);
-        target.fnCopy(source);
-        bool aborted = false;
-        if (progress)
-            progress->fnDrawStatus(
-                static_cast<unsigned int>(std::uint64_t{i} * 100 / from.TileCount), &aborted);
-        if (aborted)
-            return false;
-    }
-    return true;
-}
-
 Document::Document(unsigned int levels, CToolBarCtrl* toolBar) {
     m_Undo.fnCreate(this, levels, toolBar);
 }
@@ -129,11 +116,13 @@ Outcome Document::fnSave(const std::string& path, CqProgressDisplay* progress) {
     return outcome;
 }
 
-Outcome Document::fnNew(unsigned int width, unsigned int height, const CqColor& color) {
+Outcome Document::fnNew(unsigned int width, unsigned int height, const CqColor& color,
+                        CqProgressDisplay* progress) {
     return fnGuard([&] {
         CqImage fresh;
         fresh.fnAlloc(width, height, 24, nullptr, 0);
-        fresh.fnFill(color, nullptr, false);
+        if (!fnFillPicture(fresh, color, progress))
+            return fnStop();
         m_Image.fnSwapBuf(fresh);
         m_Image.Title = "";
         fnReset("");
@@ -149,20 +138,16 @@ void Document::fnClose() {
 
 Outcome Document::fnChange(const std::string& name, const Edit& edit, CqProgressDisplay* progress) {
     const Outcome outcome = fnGuard([&] {
-        Outcome told;
         auto snapshot = std::make_unique<Snapshot>();
         snapshot->m_strChange = name;
         SpanProgress copying(progress, 0, kCopyPercent);
-        if (!fnCopyPicture(m_Image, snapshot->m_Image, progress ? &copying : nullptr)) {
-            told.m_bAborted = true;
-            return told;
-        }
+        if (!fnCopyPicture(m_Image, snapshot->m_Image, progress ? &copying : nullptr))
+            return fnStop();
         SpanProgress editing(progress, kCopyPercent, 100);
         Rollback rollback(m_Image, *snapshot);
         edit(m_Image, progress ? &editing : nullptr);
-        told.m_bAborted = progress && progress->fnWasAborted();
-        if (told.m_bAborted)
-            return told;
+        if (progress && progress->fnWasAborted())
+            return fnStop();
         rollback.fnKeep();
         const bool resized = Form(m_Image) != Form(snapshot->m_Image);
         m_Undo.fnAddUndoBuf(snapshot.release(), m_nState);
@@ -170,7 +155,7 @@ Outcome Document::fnChange(const std::string& name, const Edit& edit, CqProgress
         m_bModified = true;
         if (resized)
             fnSelectNone();
-        return told;
+        return Outcome();
     });
     fnTell();
     return outcome;
@@ -183,11 +168,21 @@ void Document::fnKeepToSelection(const Edit& edit, CqProgressDisplay* progress) 
     CqImage part;
     part.fnAlloc(static_cast<unsigned int>(bound.Width()),
                  static_cast<unsigned int>(bound.Height()), m_Image.BitCount, nullptr, 0);
-    part.fnCopyBlock(m_Image, &bound, 0, 0);
-    edit(part, progress);
-    m_Selection.fnSetPos(CPoint(0, 0));
-    m_Image.fnMerge(part, nullptr, CqMergeParam(m_Selection), bound.left, bound.top);
-    m_Selection.fnSetPos(bound.TopLeft());
+    SpanProgress copying(progress, 0, kPartCopied);
+    if (!fnForBands(bound, &copying, [&](const CRect& band) {
+            part.fnCopyBlock(m_Image, &band, 0, band.top - bound.top);
+        }))
+        return;
+    SpanProgress editing(progress, kPartCopied, kPartEdited);
+    edit(part, &editing);
+    if (editing.fnWasAborted())
+        return;
+    SpanProgress merging(progress, kPartEdited, 100);
+    const MovedMask moved(m_Selection, CPoint(0, 0));
+    const CqMergeParam param(m_Selection);
+    fnForBands(CRect(CPoint(0, 0), bound.Size()), &merging, [&](const CRect& band) {
+        m_Image.fnMerge(part, &band, param, bound.left, bound.top + band.top);
+    });
 }
 
 Outcome Document::fnApply(const Operation& operation, const Values& values,
@@ -205,8 +200,8 @@ Outcome Document::fnApply(const Operation& operation, const Values& values,
 }
 
 Outcome Document::fnFill(const CqColor& color, CqProgressDisplay* progress) {
-    const Edit edit = [&](CqImage& image, CqProgressDisplay*) {
-        image.fnFill(color, nullptr, false);
+    const Edit edit = [&](CqImage& image, CqProgressDisplay* told) {
+        fnFillPicture(image, color, told);
     };
     const bool within = fnHasSelection() && fnCanSelect();
     return fnChange(
@@ -248,6 +243,11 @@ bool Document::fnSetLevels(unsigned int levels) {
 }
 
 Outcome Document::fnSelect(CqMask& mask, Combine how) {
+    if (mask.m_rectBound.IsRectEmpty()) { // adds and takes off nothing
+        if (how == Combine::REPLACE)
+            fnSelectNone();
+        return {};
+    }
     const Outcome outcome = fnGuard([&] {
         if (how == Combine::SUBTRACT) {
             if (fnHasSelection())
@@ -267,15 +267,14 @@ Outcome Document::fnSelect(CqMask& mask, Combine how) {
     return outcome;
 }
 
-Outcome Document::fnSelectShape(ShapeKind shape, std::span<const CqPoint2D> points, Combine how) {
+Outcome Document::fnSelectShape(ShapeKind shape, std::span<const CqPoint2D> points, Combine how,
+                                CqProgressDisplay* progress) {
     return fnGuard([&] {
         CqMask mask;
-        if (!fnMakeShapeMask(fnMakeOutline(shape, points), m_Image.Width, m_Image.Height, mask)) {
-            if (how == Combine::REPLACE)
-                fnSelectNone();
-            return Outcome();
-        }
-        return fnSelect(mask, how);
+        return fnMakeShapeMask(fnMakeOutline(shape, points), m_Image.Width, m_Image.Height, mask,
+                               progress)
+                   ? fnSelect(mask, how)
+                   : fnStop();
     });
 }
 
@@ -283,11 +282,8 @@ Outcome Document::fnSelectColor(const CqColor& color, int tolerance, Combine how
                                 CqProgressDisplay* progress) {
     return fnGuard([&] {
         CqMask mask;
-        if (fnMakeColorMask(m_Image, color, tolerance, mask, progress))
-            return fnSelect(mask, how);
-        Outcome outcome;
-        outcome.m_bAborted = true;
-        return outcome;
+        return fnMakeColorMask(m_Image, color, tolerance, mask, progress) ? fnSelect(mask, how)
+                                                                          : fnStop();
     });
 }
 

@@ -56,7 +56,8 @@ public:
     /// The format is told by the extension; -102 when it tells none that can be written.
     Outcome fnSave(const std::string& path, CqProgressDisplay* progress);
     /// A picture of one colour with 24 bits.
-    Outcome fnNew(unsigned int width, unsigned int height, const CqColor& color);
+    Outcome fnNew(unsigned int width, unsigned int height, const CqColor& color,
+                  CqProgressDisplay* progress);
     void fnClose();
 
     // Edits.
@@ -97,11 +98,12 @@ public:
     /// Edits can be kept to a selection at this depth.
     bool fnCanSelect() const { return fnHasImage() && m_Image.BitCount == 24; }
     enum class Combine { REPLACE, ADD, SUBTRACT };
-    /// Takes a mask of 0 and 255 into the selection.
+    /// Takes a mask of 0 and 255 into the selection; one with an empty rectangle is nothing.
     Outcome fnSelect(CqMask& mask, Combine how);
     /// By a shape's points, or by a colour and how far each channel may differ. A shape that covers
     /// no pixel selects nothing.
-    Outcome fnSelectShape(ShapeKind shape, std::span<const CqPoint2D> points, Combine how);
+    Outcome fnSelectShape(ShapeKind shape, std::span<const CqPoint2D> points, Combine how,
+                          CqProgressDisplay* progress);
     Outcome fnSelectColor(const CqColor& color, int tolerance, Combine how,
                           CqProgressDisplay* progress);
     void fnSelectNone();
@@ -135,9 +137,5 @@ private:
     std::function<void()> m_Changed;
     CqUndoMngr m_Undo; ///< last, so that it goes first: it may look at this document
 };
-
-/// Copies a picture, tile by tile. False when the user ended it; `to` then has undefined pixels.
-/// Raises the memory exception.
-bool fnCopyPicture(CqImage& from, CqImage& to, CqProgressDisplay* progress);
 
 } // namespace darkroom

@@ -1,8 +1,8 @@
 #include "examples/darkroom/model/Filters.h"
 
+#include "examples/darkroom/model/Progress.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/operations/CqConvMask.h"
-#include "q32Base/services/CqProgressDisplay.h"
 
 #include <algorithm>
 #include <array>
@@ -54,11 +54,7 @@ void fnSoften(CqImage& image, int amount, CqProgressDisplay* progress) {
         window.fnGetLine(rows[0], rows[1], rows[2]);
         fnFilterRow(rows, image.Width, pixel, pixel == 4 ? 1 : 0, amount, row);
         fnPutRow(image, y, row);
-        bool aborted = false;
-        if (progress)
-            progress->fnDrawStatus(static_cast<unsigned int>(std::uint64_t{y} * 100 / image.Height),
-                                   &aborted);
-        if (aborted)
+        if (!fnGoOn(progress, y, image.Height))
             return;
     }
 }

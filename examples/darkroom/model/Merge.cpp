@@ -1,9 +1,11 @@
 #include "examples/darkroom/model/Merge.h"
 
+#include "examples/darkroom/model/Pictures.h"
 #include "examples/darkroom/model/Shapes.h"
 #include "q32Base/image/CqImage.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace darkroom {
 
@@ -24,36 +26,46 @@ CRect fnFindPart(const CqImage& image, const CqImage& over, const MergePlan& pla
 
 } // namespace
 
-void fnMergePicture(CqImage& image, CqImage& over, const MergePlan& plan, CqMask* selection) {
-    CqMask mask;
-    if (plan.m_eRule == MergeRule::ALPHA && over.BitCount == 32)
-        fnMakeAlphaMask(over, kOpaqueFrom, mask);
-    if (over.BitCount != 24)
-        over.fnConvert(24, false, nullptr);
-    const CRect whole = fnFindPart(image, over, plan);
-    if (whole.IsRectEmpty())
-        return;
-    // What is merged is cut out first, so that no rule meets a part that would fall outside.
-    CqImage part;
-    part.fnAlloc(static_cast<unsigned int>(whole.Width()),
-                 static_cast<unsigned int>(whole.Height()), 24, nullptr, 0);
-    part.fnCopyBlock(over, &whole, 0, 0);
-    const int x = plan.m_nX + whole.left;
-    const int y = plan.m_nY + whole.top;
-    if (plan.m_eRule == MergeRule::KEY) {
-        image.fnMerge(part, nullptr, CqMergeParam(static_cast<unsigned long>(plan.m_Key)), x, y);
-    } else if (plan.m_eRule == MergeRule::SELECTION && selection) {
-        // A mask stands in the source's coordinates.
-        const CPoint place = selection->m_rectBound.TopLeft();
-        selection->fnOffsetPos(-x, -y);
-        image.fnMerge(part, nullptr, CqMergeParam(*selection), x, y);
-        selection->fnSetPos(place);
-    } else if (mask.TileMap) {
-        mask.fnSetPos(CPoint(-whole.left, -whole.top));
-        image.fnMerge(part, nullptr, CqMergeParam(mask), x, y);
-    } else {
-        image.fnCopyBlock(part, nullptr, x, y);
+bool fnMergePicture(CqImage& image, CqImage& over, const MergePlan& plan, CqMask* selection,
+                    CqProgressDisplay* progress) {
+    constexpr unsigned int kMasked = 20; // percent of the whole
+    constexpr unsigned int kConverted = 50;
+    CqMask alpha;
+    CqMask* mask = plan.m_eRule == MergeRule::SELECTION ? selection : nullptr;
+    CRect maskPlace; // a mask stands in the source's coordinates
+    if (mask && mask->m_rectBound.IsRectEmpty())
+        return true;
+    if (mask) {
+        maskPlace = mask->m_rectBound;
+        maskPlace.OffsetRect(-plan.m_nX, -plan.m_nY);
     }
+    if (plan.m_eRule == MergeRule::ALPHA && over.BitCount == 32) {
+        SpanProgress told(progress, 0, kMasked);
+        if (!fnMakeAlphaMask(over, kOpaqueFrom, alpha, &told))
+            return false;
+        mask = &alpha;
+    }
+    SpanProgress converting(progress, kMasked, kConverted);
+    if (over.BitCount != 24 && !fnConvertPicture(over, 24, &converting))
+        return false;
+    const CqMergeParam param =
+        mask ? CqMergeParam(*mask) : CqMergeParam(static_cast<unsigned long>(plan.m_Key));
+    SpanProgress merging(progress, kConverted, 100);
+    return fnForBands(fnFindPart(image, over, plan), &merging, [&](const CRect& band) {
+        const int x = plan.m_nX + band.left;
+        const int y = plan.m_nY + band.top;
+        if (!mask && plan.m_eRule != MergeRule::KEY)
+            return image.fnCopyBlock(over, &band, x, y);
+        // What is merged is cut out first, so that no rule meets a part that would fall outside.
+        CqImage part;
+        part.fnAlloc(static_cast<unsigned int>(band.Width()),
+                     static_cast<unsigned int>(band.Height()), 24, nullptr, 0);
+        part.fnCopyBlock(over, &band, 0, 0);
+        std::optional<MovedMask> moved;
+        if (mask)
+            moved.emplace(*mask, CPoint(maskPlace.left - band.left, maskPlace.top - band.top));
+        image.fnMerge(part, nullptr, param, x, y);
+    });
 }
 
 } // namespace darkroom

@@ -5,6 +5,7 @@
 #include "q32Base/image/CqMask.h"
 
 class CqImage;
+class CqProgressDisplay;
 
 namespace darkroom {
 
@@ -28,7 +29,25 @@ inline constexpr int kOpaqueFrom = 128;
 
 /// Lays `over`, which is converted to 24 bits, over a picture of 24 bits.
 /// @param selection  for that rule, in the picture's coordinates
+/// @return false when the user ended it, with some of it laid over the picture
 /// Raises the memory exception.
-void fnMergePicture(CqImage& image, CqImage& over, const MergePlan& plan, CqMask* selection);
+bool fnMergePicture(CqImage& image, CqImage& over, const MergePlan& plan, CqMask* selection,
+                    CqProgressDisplay* progress);
+
+/// Moves a mask for as long as it lives.
+class MovedMask {
+public:
+    MovedMask(CqMask& mask, const CPoint& place)
+        : m_Mask(mask), m_Place(mask.m_rectBound.TopLeft()) {
+        m_Mask.fnSetPos(place);
+    }
+    ~MovedMask() { m_Mask.fnSetPos(m_Place); }
+    MovedMask(const MovedMask&) = delete;
+    MovedMask& operator=(const MovedMask&) = delete;
+
+private:
+    CqMask& m_Mask;
+    const CPoint m_Place;
+};
 
 } // namespace darkroom

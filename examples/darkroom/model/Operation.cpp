@@ -1,6 +1,7 @@
 #include "examples/darkroom/model/Operation.h"
 
 #include "examples/darkroom/model/Filters.h"
+#include "examples/darkroom/model/Pictures.h"
 #include "q32Base/image/CqImage.h"
 
 #include <algorithm>
@@ -61,8 +62,8 @@ void fnTurnBy(CqImage& image, std::span<const int>, CqProgressDisplay* progress)
 }
 
 template <int Bits>
-void fnConvertTo(CqImage& image, std::span<const int>, CqProgressDisplay*) {
-    image.fnConvert(Bits, false, nullptr);
+void fnConvertTo(CqImage& image, std::span<const int>, CqProgressDisplay* progress) {
+    fnConvertPicture(image, Bits, progress);
 }
 
 const Operation kOperations[] = {

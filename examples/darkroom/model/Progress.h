@@ -5,10 +5,21 @@
 #include "plugins/PictureFile.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
+#include <cstdint>
+
 namespace darkroom {
 
 /// What of a change's progress is its snapshot.
 inline constexpr unsigned int kCopyPercent = 20;
+
+/// Tells a progress object, which may be null, how much of a work is done. False when the user ends
+/// it.
+inline bool fnGoOn(CqProgressDisplay* progress, std::int64_t done, std::int64_t all) {
+    bool aborted = false;
+    if (progress)
+        progress->fnDrawStatus(static_cast<unsigned int>(done * 100 / all), &aborted);
+    return !aborted;
+}
 
 /// Tells another object of one part of a longer work. Without output of its own.
 class SpanProgress : public CqProgressDisplay {

@@ -1,10 +1,10 @@
 #include "examples/darkroom/model/Shapes.h"
 
+#include "examples/darkroom/model/Progress.h"
 #include "q32Base/geometry/CqCubicBezier2D.h"
 #include "q32Base/geometry/CqLine2D.h"
 #include "q32Base/geometry/CqPolyline2D.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/services/CqProgressDisplay.h"
 
 #include <algorithm>
 #include <cmath>
@@ -89,10 +89,14 @@ std::vector<CqPoint2D> fnMakeOutline(ShapeKind shape, std::span<const CqPoint2D>
 }
 
 bool fnMakeShapeMask(std::span<const CqPoint2D> outline, unsigned int width, unsigned int height,
-                     CqMask& mask) {
+                     CqMask& mask, CqProgressDisplay* progress) {
     const CRect bound = fnFindBound(outline, width, height);
-    if (bound.IsRectEmpty())
-        return false;
+    if (bound.IsRectEmpty()) {
+        CqMask none;
+        mask.fnSwapBuf(none);
+        mask.m_rectBound = bound;
+        return true;
+    }
     CqMask made(static_cast<unsigned int>(bound.Width()),
                 static_cast<unsigned int>(bound.Height()));
     CqImageLine line;
@@ -117,10 +121,12 @@ bool fnMakeShapeMask(std::span<const CqPoint2D> outline, unsigned int width, uns
             std::fill(line.LineBuffer + (first - bound.left), line.LineBuffer + (end - bound.left),
                       static_cast<unsigned char>(255));
         }
+        if (!fnGoOn(progress, y - bound.top, bound.Height()))
+            return false;
     }
     line.fnUnAssociate();
-    made.fnSetPos(bound.TopLeft());
-    mask = made;
+    mask.fnSwapBuf(made);
+    mask.fnSetPos(bound.TopLeft());
     return true;
 }
 
@@ -140,11 +146,7 @@ bool fnMakeColorMask(CqImage& image, const CqColor& color, int tolerance, CqMask
                               std::abs(pixel[2] - wanted[2]) <= tolerance;
             to.LineBuffer[x] = near ? 255 : 0;
         }
-        bool aborted = false;
-        if (progress)
-            progress->fnDrawStatus(static_cast<unsigned int>(std::uint64_t{y} * 100 / image.Height),
-                                   &aborted);
-        if (aborted)
+        if (!fnGoOn(progress, y, image.Height))
             return false;
     }
     to.fnUnAssociate();
@@ -153,7 +155,7 @@ bool fnMakeColorMask(CqImage& image, const CqColor& color, int tolerance, CqMask
     return true;
 }
 
-void fnMakeAlphaMask(CqImage& image, int level, CqMask& mask) {
+bool fnMakeAlphaMask(CqImage& image, int level, CqMask& mask, CqProgressDisplay* progress) {
     CqMask made(image.Width, image.Height);
     CqImageLine from;
     CqImageLine to;
@@ -162,10 +164,13 @@ void fnMakeAlphaMask(CqImage& image, int level, CqMask& mask) {
         made.fnAccessLine(y, &to, false);
         for (unsigned int x = 0; x < image.Width; ++x)
             to.LineBuffer[x] = from.LineBuffer[4 * std::size_t{x}] >= level ? 255 : 0;
+        if (!fnGoOn(progress, y, image.Height))
+            return false;
     }
     to.fnUnAssociate();
     mask.fnSwapBuf(made);
     mask.fnSetPos(CPoint(0, 0));
+    return true;
 }
 
 void fnDrawPath(CqImage& image, std::span<const CqPoint2D> points, const CqColor& color) {

@@ -22,20 +22,21 @@ enum class ShapeKind { RECTANGLE, ELLIPSE, FREEHAND };
 /// memory exception.
 std::vector<CqPoint2D> fnMakeOutline(ShapeKind shape, std::span<const CqPoint2D> points);
 
+// The masks: false, with the mask as it was, when the user ended it. They raise the memory
+// exception.
+
 /// 255 in all pixels whose centre lies inside a closed outline, by the even-odd rule; 0 elsewhere.
-/// False, with the mask as it was, when that is no pixel of a picture of this size. Raises the
-/// memory exception.
+/// The mask has an empty rectangle when that is no pixel of a picture of this size.
 bool fnMakeShapeMask(std::span<const CqPoint2D> outline, unsigned int width, unsigned int height,
-                     CqMask& mask);
+                     CqMask& mask, CqProgressDisplay* progress);
 
 /// 255 in all pixels of a 24-bit picture whose red, green and blue each differ from a colour's by
-/// `tolerance` at most. False when the user ended it. Raises the memory exception.
+/// `tolerance` at most.
 bool fnMakeColorMask(CqImage& image, const CqColor& color, int tolerance, CqMask& mask,
                      CqProgressDisplay* progress);
 
-/// 255 in all pixels of a 32-bit picture whose alpha is `level` or more. Raises the memory
-/// exception.
-void fnMakeAlphaMask(CqImage& image, int level, CqMask& mask);
+/// 255 in all pixels of a 32-bit picture whose alpha is `level` or more.
+bool fnMakeAlphaMask(CqImage& image, int level, CqMask& mask, CqProgressDisplay* progress);
 
 /// Draws a line through two points, or a cubic curve from the first to the fourth.
 void fnDrawPath(CqImage& image, std::span<const CqPoint2D> points, const CqColor& color);

@@ -67,9 +67,9 @@ void MainWindow::fnNew() {
                                             1, kMostNewPixels, 1, &chosen);
     if (!chosen)
         return;
-    fnRun(tr("New picture"), [&](CqProgressDisplay*) {
+    fnRun(tr("New picture"), [&](CqProgressDisplay* progress) {
         return m_Document.fnNew(static_cast<unsigned int>(width), static_cast<unsigned int>(height),
-                                CqColor(255, 255, 255, 255));
+                                CqColor(255, 255, 255, 255), progress);
     });
     m_pView->fnSetFit(true);
 }
@@ -171,10 +171,10 @@ void MainWindow::fnMerge(const QString& path) {
     fnRun(tr("Merge"), [&](CqProgressDisplay* progress) {
         return m_Document.fnChange(
             "Merge",
-            [&](CqImage& image, CqProgressDisplay*) {
+            [&](CqImage& image, CqProgressDisplay* told) {
                 CqMask* const selection =
                     m_Document.fnHasSelection() ? &m_Document.fnGetSelection() : nullptr;
-                fnMergePicture(image, second.fnGetImage(), plan, selection);
+                fnMergePicture(image, second.fnGetImage(), plan, selection, told);
             },
             progress);
     });
@@ -200,8 +200,8 @@ void MainWindow::fnOnDrawn(Tool tool, const std::vector<CqPoint2D>& points,
     const ShapeKind shape = tool == Tool::RECTANGLE ? ShapeKind::RECTANGLE
                             : tool == Tool::ELLIPSE ? ShapeKind::ELLIPSE
                                                     : ShapeKind::FREEHAND;
-    fnRun(tr("Selecting"), [&](CqProgressDisplay*) {
-        return m_Document.fnSelectShape(shape, points, fnGetCombine(modifiers));
+    fnRun(tr("Selecting"), [&](CqProgressDisplay* progress) {
+        return m_Document.fnSelectShape(shape, points, fnGetCombine(modifiers), progress);
     });
 }
 

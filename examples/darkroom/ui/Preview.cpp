@@ -1,6 +1,7 @@
 #include "examples/darkroom/ui/Preview.h"
 
 #include "examples/darkroom/model/Document.h"
+#include "examples/darkroom/model/Pictures.h"
 #include "examples/darkroom/ui/PictureView.h"
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/framework/Exceptions.h"
