@@ -8,10 +8,12 @@
 #include <QApplication>
 #include <QDialogButtonBox>
 #include <QFile>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
+#include <QWindow>
 
 void DarkroomWindow::SetUp() {
     ASSERT_TRUE(m_Folder.isValid());
@@ -27,10 +29,13 @@ void DarkroomWindow::fnStart() {
     CqPosixOptions options;
     options.m_szConfigDirectory = m_Folder.filePath("config").toStdString();
     options.m_szTempDirectory = m_Folder.path().toStdString();
+    m_pMachine = q32HeadlessWorld();
+    m_pMachine->m_pMixers->fnAddDevice(CqHeadlessMixers::fnMakeUsualDevice());
+    options.m_pHeadless = m_pMachine;
     CqPlatform platform = q32QtPlatform(m_pWindows = q32QtWindows(), {.m_Posix = options});
     // Boxes would wait for somebody.
     platform.m_pMessages = q32PosixPlatform(options).m_pMessages;
-    platform.m_pKeyboard = std::make_shared<ScriptedKeyboard>(m_IsEscape);
+    platform.m_pKeyboard = std::make_shared<WatchedKeyboard>(platform.m_pKeyboard, m_OnLook);
     ASSERT_TRUE(q32Attach(platform));
     darkroom::HostSetup setup;
     setup.m_strSettings = m_Folder.filePath("darkroom.ini");
@@ -63,8 +68,9 @@ QString DarkroomWindow::fnMakePicture(const QString& name, unsigned int width,
     CqImage image;
     fnFillNoise(image, width, height, 24, width);
     const QString path = fnPath(name);
-    EXPECT_TRUE(
-        q32WritePicture(QFile::encodeName(path).constData(), image, PICTURE_PNG).fnIsDone());
+    const QByteArray file = QFile::encodeName(path);
+    const CqPictureFormat* const format = q32FindPictureFormat(file.constData());
+    EXPECT_TRUE(q32WritePicture(file.constData(), image, format->m_eFormat).fnIsDone());
     return path;
 }
 
@@ -112,6 +118,12 @@ void DarkroomWindow::fnType(QDialog& dialog, const QString& path) {
     name->selectAll(); // a name that is proposed
     QTest::keyClicks(name, path);
     QTest::keyClick(name, Qt::Key_Return);
+}
+
+void DarkroomWindow::fnPostKey(Qt::Key key) {
+    for (const auto type : {QEvent::KeyPress, QEvent::KeyRelease})
+        QCoreApplication::postEvent(m_pWindow->windowHandle(),
+                                    new QKeyEvent(type, key, Qt::NoModifier));
 }
 
 void DarkroomWindow::fnPress(Qt::Key key, Qt::KeyboardModifiers modifiers) {

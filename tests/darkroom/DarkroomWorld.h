@@ -3,6 +3,7 @@
 #pragma once
 
 #include "examples/darkroom/ui/MainWindow.h"
+#include "platforms/headless/headless.h"
 #include "platforms/qt/CqQtWindows.h"
 #include "q32Base/platform/CqKeyboardService.h"
 #include "tests/platforms/qt/QtTestTools.h"
@@ -16,16 +17,25 @@
 #include <QString>
 #include <QTemporaryDir>
 
-/// The keyboard of a person who presses Esc during an operation: asked at each look for that key.
-class ScriptedKeyboard : public CqKeyboardService {
+/// The desktop's keyboard, and a person who does something whenever an operation looks at it.
+class WatchedKeyboard : public CqKeyboardService {
 public:
-    explicit ScriptedKeyboard(const std::function<bool()>& isEscape) : m_IsEscape(isEscape) {}
-    bool fnIsKeyDown(int) override { return m_IsEscape && m_IsEscape(); }
-    bool fnIsKeyDownNow(int) override { return false; }
-    bool fnTakeKeyMessage(CqKeyMessage&) override { return false; }
+    WatchedKeyboard(std::shared_ptr<CqKeyboardService> keyboard,
+                    const std::function<void()>& onLook)
+        : m_pKeyboard(std::move(keyboard)), m_OnLook(onLook) {}
+    bool fnIsKeyDown(int key) override {
+        if (m_OnLook)
+            m_OnLook();
+        return m_pKeyboard->fnIsKeyDown(key);
+    }
+    bool fnIsKeyDownNow(int key) override { return m_pKeyboard->fnIsKeyDownNow(key); }
+    bool fnTakeKeyMessage(CqKeyMessage& message) override {
+        return m_pKeyboard->fnTakeKeyMessage(message);
+    }
 
 private:
-    const std::function<bool()>& m_IsEscape;
+    const std::shared_ptr<CqKeyboardService> m_pKeyboard;
+    const std::function<void()>& m_OnLook;
 };
 
 class DarkroomWindow : public testing::Test {
@@ -36,7 +46,7 @@ protected:
     void fnRestart();
 
     QString fnPath(const QString& name) const { return m_Folder.filePath(name); }
-    /// A file of seeded noise with 24 bits.
+    /// A file of seeded noise with 24 bits; by its name a PNG, BMP or TIFF file.
     QString fnMakePicture(const QString& name, unsigned int width, unsigned int height) const;
 
     QAction& fnAction(const char* id) const;
@@ -49,9 +59,12 @@ protected:
     static void fnType(QDialog& dialog, const QString& path);
     /// Presses a key in the window.
     void fnPress(Qt::Key key, Qt::KeyboardModifiers modifiers = {});
+    /// Puts a key into the queue, as the window system does.
+    void fnPostKey(Qt::Key key);
 
     QTemporaryDir m_Folder;
-    std::function<bool()> m_IsEscape; ///< asked from within operations; empty: never pressed
+    std::function<void()> m_OnLook;              ///< done from within operations
+    std::shared_ptr<CqHeadlessWorld> m_pMachine; ///< its sound device and mixer
     std::shared_ptr<CqQtWindows> m_pWindows;
     std::unique_ptr<darkroom::MainWindow> m_pWindow;
     std::unique_ptr<CqQtWnd> m_pFrame;

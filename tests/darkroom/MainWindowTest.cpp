@@ -1,8 +1,6 @@
 // Drives the darkroom's window as a person would.
 #include "examples/darkroom/ui/MainWindow.h"
 
-#include "examples/darkroom/ui/SoundPanel.h"
-#include "plugins/WaveFile.h"
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "tests/darkroom/DarkroomWorld.h"
@@ -14,16 +12,20 @@
 #include <QDialog>
 #include <QDropEvent>
 #include <QFile>
-#include <QLabel>
 #include <QLineEdit>
 #include <QMimeData>
-#include <QPalette>
+#include <QMouseEvent>
 #include <QPlainTextEdit>
 #include <QSpinBox>
+#include <QStatusBar>
 #include <QTest>
-#include <QToolButton>
+#include <QToolBar>
 #include <QUrl>
+#include <QWheelEvent>
+#include <QWindow>
+#include <utility>
 
+using darkroom::Document;
 using darkroom::fnFindOperation;
 
 namespace {
@@ -39,13 +41,14 @@ void fnDrag(QWidget& view, const QPoint& from, const QPoint& to) {
 } // namespace
 
 TEST_F(DarkroomWindow, OpensEditsUndoesStopsSavesAndReopens) {
-    const QString source = fnMakePicture("source.png", 900, 700);
-    const QString target = fnPath("result.png");
+    // Large enough that the rotation is under way when the key is seen.
+    const QString source = fnMakePicture("source.bmp", 3000, 2200);
+    const QString target = fnPath("result.tif");
 
     fnInDialog([&](QDialog& dialog) { fnType(dialog, source); });
     fnDo("open");
     ASSERT_TRUE(m_pWindow->fnGetDocument().fnHasImage());
-    EXPECT_TRUE(m_pWindow->windowTitle().startsWith("source.png"));
+    EXPECT_TRUE(m_pWindow->windowTitle().startsWith("source.bmp"));
     EXPECT_FALSE(m_pWindow->isWindowModified());
 
     fnInDialog([&](QDialog& dialog) {
@@ -65,13 +68,17 @@ TEST_F(DarkroomWindow, OpensEditsUndoesStopsSavesAndReopens) {
     // A rotation that Esc ends leaves all as it was.
     const Bytes before = fnBytesOf(m_pWindow->fnGetDocument().fnGetImage());
     int looks = 0;
-    m_IsEscape = [&] { return ++looks > 100; }; // well within the rotation
+    m_OnLook = [&] {
+        if (++looks == 5)
+            fnPostKey(Qt::Key_Escape);
+    };
     fnDo("rotate", [&](QDialog& dialog) {
         dialog.findChild<QSpinBox*>("Angle, clockwise")->setValue(33);
         fnAccept(dialog);
     });
-    m_IsEscape = {};
-    EXPECT_GT(looks, 100);
+    m_OnLook = {};
+    EXPECT_GT(looks, 5);
+    EXPECT_TRUE(m_pWindow->statusBar()->currentMessage().contains("stopped"));
     EXPECT_EQ(fnBytesOf(m_pWindow->fnGetDocument().fnGetImage()), before);
     EXPECT_TRUE(fnAction("redo").text().contains("Sharpen")) << "the history is the same";
     EXPECT_TRUE(fnAction("rotate").isEnabled());
@@ -86,7 +93,7 @@ TEST_F(DarkroomWindow, OpensEditsUndoesStopsSavesAndReopens) {
     wanted.fnBrightContrast(30, -10, false, nullptr);
     wanted.fnRotate(90, CqColor(), nullptr, false, nullptr);
     fnFindOperation("sharpen")->m_pRun(wanted, darkroom::Values{50}, nullptr);
-    EXPECT_EQ(m_pWindow->fnGetDocument().fnGetImage().Width, 700u);
+    EXPECT_EQ(m_pWindow->fnGetDocument().fnGetImage().Width, 2200u);
     EXPECT_EQ(fnBytesOf(m_pWindow->fnGetDocument().fnGetImage()), fnBytesOf(wanted));
     fnKeepPicture(*m_pWindow, "darkroom");
 }
@@ -94,8 +101,10 @@ TEST_F(DarkroomWindow, OpensEditsUndoesStopsSavesAndReopens) {
 TEST_F(DarkroomWindow, NothingCanBeStartedWhileAnOperationRuns) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("busy.png", 400, 300)));
     bool looked = false;
-    m_IsEscape = [&] {
-        looked = true;
+    m_OnLook = [&] {
+        if (std::exchange(looked, true))
+            return;
+        fnKeepPicture(*m_pWindow, "busy");
         EXPECT_TRUE(m_pWindow->fnIsBusy());
         for (const darkroom::Operation& operation : darkroom::fnGetOperations())
             EXPECT_FALSE(fnAction(operation.m_pszId).isEnabled()) << operation.m_pszId;
@@ -103,10 +112,9 @@ TEST_F(DarkroomWindow, NothingCanBeStartedWhileAnOperationRuns) {
             EXPECT_FALSE(fnAction(id).isEnabled()) << id;
         EXPECT_FALSE(m_pWindow->fnOpen(fnPath("busy.png"))) << "not from outside either";
         EXPECT_FALSE(m_pWindow->close());
-        return false;
     };
     fnDo("half");
-    m_IsEscape = {};
+    m_OnLook = {};
     EXPECT_TRUE(looked);
     EXPECT_TRUE(fnAction("half").isEnabled());
     EXPECT_TRUE(fnAction("undo").isEnabled());
@@ -135,6 +143,97 @@ TEST_F(DarkroomWindow, ADialogShowsItsEffectOnWhatIsInSightAndTakesItBack) {
         fnDo("undo");
         EXPECT_TRUE(look() == before) << zoom;
     }
+}
+
+TEST_F(DarkroomWindow, ClicksDuringAnOperationComeAfterIt) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("clicked.bmp", 2000, 1500)));
+    QWidget* const button =
+        m_pWindow->findChild<QToolBar*>("editBar")->widgetForAction(&fnAction("zoomOne"));
+    const QPointF place = button->mapTo(m_pWindow.get(), button->rect().center());
+    ASSERT_NE(m_pWindow->fnGetView().fnGetZoom(), 1.0);
+    bool clicked = false;
+    m_OnLook = [&] {
+        if (std::exchange(clicked, true)) {
+            EXPECT_NE(m_pWindow->fnGetView().fnGetZoom(), 1.0) << "not yet";
+            return;
+        }
+        for (const auto type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease})
+            QCoreApplication::postEvent(
+                m_pWindow->windowHandle(),
+                new QMouseEvent(type, place, m_pWindow->mapToGlobal(place), Qt::LeftButton,
+                                type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton,
+                                Qt::NoModifier));
+    };
+    fnDo("sharpen", [&](QDialog& dialog) { fnAccept(dialog); });
+    m_OnLook = {};
+    EXPECT_TRUE(clicked);
+    EXPECT_TRUE(fnWaitFor([&] { return m_pWindow->fnGetView().fnGetZoom() == 1.0; }));
+}
+
+TEST_F(DarkroomWindow, APictureLargerThanItsShareOfMemoryIsEditedOnTheScratchDisk) {
+    const QString path = fnMakePicture("large.bmp", 1500, 1000);
+    q32GetVMPolicy()->fnSetRamLimit(1'000'000);
+    ASSERT_TRUE(m_pWindow->fnOpen(path));
+    Document& document = m_pWindow->fnGetDocument();
+    EXPECT_FALSE(document.fnGetImage().fnGetScratchPath().IsEmpty());
+    const Bytes before = fnBytesOf(document.fnGetImage());
+    fnDo("left");
+    fnDo("brightness", [&](QDialog& dialog) {
+        dialog.findChild<QSpinBox*>("Contrast")->setValue(20);
+        fnAccept(dialog);
+    });
+    EXPECT_GE(q32GetVMPolicy()->fnGetDiskUsage(0).m_nFiles, 3u) << "the picture and two snapshots";
+    fnDo("undo");
+    fnDo("undo");
+    EXPECT_EQ(fnBytesOf(document.fnGetImage()), before);
+}
+
+TEST_F(DarkroomWindow, WheelAndKeysZoomAndTheMouseMovesThePicture) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("zoom.bmp", 2000, 1500)));
+    darkroom::PictureView& view = m_pWindow->fnGetView();
+    EXPECT_TRUE(view.fnIsFit());
+    const double fit = view.fnGetZoom();
+    EXPECT_LT(fit, 1.0);
+    fnPress(Qt::Key_1, Qt::ControlModifier);
+    EXPECT_EQ(view.fnGetZoom(), 1.0);
+    fnPress(Qt::Key_Minus, Qt::ControlModifier);
+    EXPECT_LT(view.fnGetZoom(), 1.0);
+    fnPress(Qt::Key_0, Qt::ControlModifier);
+    EXPECT_EQ(view.fnGetZoom(), fit);
+    const QPoint place = view.viewport()->rect().center() + QPoint(60, 40);
+    const QPointF kept = view.fnToImage(place);
+    const auto wheel = [&](int angle) {
+        QWheelEvent turn(place, view.viewport()->mapToGlobal(place), {}, {0, angle}, Qt::NoButton,
+                         Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(view.viewport(), &turn);
+    };
+    for (int i = 0; i < 4; ++i)
+        wheel(120);
+    EXPECT_GT(view.fnGetZoom(), fit);
+    EXPECT_NEAR(view.fnToImage(place).x(), kept.x(), 2.0) << "what is under the cursor stays";
+    EXPECT_NEAR(view.fnToImage(place).y(), kept.y(), 2.0);
+    fnDo("zoomOne");
+    view.fnCenterOn(QPointF(1000, 750));
+    const QPointF before = view.fnToImage(place);
+    fnDrag(*view.viewport(), place, place - QPoint(30, 20));
+    const double scale = view.devicePixelRatioF();
+    EXPECT_EQ(view.fnToImage(place) - before, QPointF(30, 20) * scale);
+}
+
+TEST_F(DarkroomWindow, ANewPictureHasTheSizeAndColorThatTheDialogAsks) {
+    fnDo("new", [&](QDialog& dialog) {
+        dialog.findChild<QSpinBox*>("width")->setValue(321);
+        dialog.findChild<QSpinBox*>("height")->setValue(654);
+        fnKeepPicture(dialog, "new");
+        fnAccept(dialog);
+    });
+    CqImage& image = m_pWindow->fnGetDocument().fnGetImage();
+    EXPECT_EQ(image.Width, 321u);
+    EXPECT_EQ(image.Height, 654u);
+    EXPECT_EQ(fnBytesOf(image), Bytes(321 * 654 * 3, 255));
+    EXPECT_TRUE(m_pWindow->windowTitle().startsWith("Untitled"));
+    fnDo("new", [](QDialog& dialog) { dialog.reject(); });
+    EXPECT_EQ(m_pWindow->fnGetDocument().fnGetImage().Width, 321u);
 }
 
 TEST_F(DarkroomWindow, ADialogThatIsCancelledChangesNothing) {
@@ -242,61 +341,6 @@ TEST_F(DarkroomWindow, PreferencesAreInForceAndOutliveTheProgram) {
         EXPECT_FALSE(q32GetDisplayProperty()->fnIsHiColorDitherEnabled()) << again;
         EXPECT_EQ(m_pWindow->fnGetDocument().fnGetLevels(), 3u) << again;
     }
-}
-
-TEST_F(DarkroomWindow, ASoundIsLoadedAndDrawn) {
-    const QString path = fnPath("tone.wav");
-    {
-        CqWave wave(1, 16, 8000, 8000, true);
-        for (int i = 0; i < 8000; ++i) {
-            const int sample = i / 20 % 2 == 0 ? 16000 : -16000;
-            wave.fnGetBuffer()[2 * i] = static_cast<unsigned char>(sample);
-            wave.fnGetBuffer()[2 * i + 1] = static_cast<unsigned char>(sample >> 8);
-        }
-        ASSERT_TRUE(q32WriteWave(QFile::encodeName(path).constData(), wave).fnIsDone());
-    }
-    auto* const panel = m_pWindow->findChild<darkroom::SoundPanel*>("soundPanel");
-    ASSERT_TRUE(panel);
-    fnDo("sound");
-    EXPECT_TRUE(panel->isVisible());
-    auto* const play = panel->findChild<QToolButton*>("soundPlay");
-    auto* const stop = panel->findChild<QToolButton*>("soundStop");
-    EXPECT_FALSE(play->isEnabled());
-    EXPECT_FALSE(panel->fnLoad(fnPath("missing.wav")));
-    EXPECT_FALSE(play->isEnabled());
-    ASSERT_TRUE(panel->fnLoad(path));
-    EXPECT_EQ(panel->fnGetWave().fnGetFrameCount(), 8000u);
-    ASSERT_TRUE(play->isEnabled());
-    play->click();
-    EXPECT_EQ(panel->fnGetWave().fnGetState(), WAVE_PLAYING);
-    EXPECT_FALSE(play->isEnabled());
-    panel->findChild<QToolButton*>("soundPause")->click();
-    EXPECT_EQ(panel->fnGetWave().fnGetState(), WAVE_PAUSED);
-    EXPECT_TRUE(play->isEnabled());
-    stop->click();
-    EXPECT_EQ(panel->fnGetWave().fnGetState(), WAVE_STOPPED);
-    EXPECT_FALSE(stop->isEnabled());
-    fnKeepPicture(*m_pWindow, "sound");
-}
-
-TEST_F(DarkroomWindow, FollowsADarkPalette) {
-    const QPalette light = QApplication::palette();
-    QApplication::setPalette(QPalette(QColor(45, 45, 48), QColor(30, 30, 32)));
-    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("dark.png", 640, 480)));
-    fnDo("sound");
-    QCoreApplication::processEvents();
-    for (const QLabel* label : m_pWindow->findChildren<QLabel*>()) {
-        const QPalette& palette = label->palette();
-        EXPECT_GT(palette.color(QPalette::WindowText).lightness(),
-                  palette.color(QPalette::Window).lightness() + 100)
-            << label->text().toStdString();
-    }
-    // The ground beside the picture, and the window's own.
-    m_pWindow->fnGetView().fnSetZoom(0.25);
-    const QImage shown = m_pWindow->grab().toImage();
-    EXPECT_LT(shown.pixelColor(4, shown.height() - 4).lightness(), 80);
-    fnKeepPicture(*m_pWindow, "dark");
-    QApplication::setPalette(light);
 }
 
 TEST_F(DarkroomWindow, TheDumpWindowTellsOfThePicture) {

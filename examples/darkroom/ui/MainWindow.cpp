@@ -231,6 +231,12 @@ bool MainWindow::fnSaveAs(const QString& path) {
     return done;
 }
 
+void MainWindow::changeEvent(QEvent* event) {
+    QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && m_pGauge) // not before all parts are made
+        fnMakeIcons();
+}
+
 void MainWindow::closeEvent(QCloseEvent* event) {
     if (!fnMayLeave())
         return event->ignore();

@@ -43,6 +43,7 @@ public:
     void fnMerge(const QString& path);
 
 protected:
+    void changeEvent(QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
@@ -61,6 +62,7 @@ private:
     // MainWindowSetup.cpp
     void fnMakeActions();
     void fnMakeToolBars();
+    void fnMakeIcons();
     void fnMakeStatusBar();
     void fnMakeSoundPanel(const HostSetup& setup);
     QAction* fnAddAction(const ActionEntry& entry);

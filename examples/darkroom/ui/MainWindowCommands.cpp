@@ -3,6 +3,7 @@
 #include "examples/darkroom/ui/ColorButton.h"
 #include "examples/darkroom/ui/MainWindow.h"
 #include "examples/darkroom/ui/MergeDialog.h"
+#include "examples/darkroom/ui/NewDialog.h"
 #include "examples/darkroom/ui/ParameterDialog.h"
 #include "examples/darkroom/ui/PreferencesDialog.h"
 #include "q32Base/display/CqDisplayProperty.h"
@@ -15,7 +16,6 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QInputDialog>
 #include <QMessageBox>
 #include <QSpinBox>
 #include <QStringList>
@@ -26,7 +26,6 @@ namespace darkroom {
 namespace {
 
 constexpr int kNotSaved = -5;
-constexpr int kMostNewPixels = 60000;
 constexpr int kDumpBytes = 256;
 constexpr int kDumpPerLine = 16;
 
@@ -58,18 +57,12 @@ Document::Combine fnGetCombine(Qt::KeyboardModifiers modifiers) {
 void MainWindow::fnNew() {
     if (!fnMayLeave())
         return;
-    bool chosen = false;
-    const int width = QInputDialog::getInt(this, tr("New Picture"), tr("Width in pixels:"), 1024, 1,
-                                           kMostNewPixels, 1, &chosen);
-    if (!chosen)
-        return;
-    const int height = QInputDialog::getInt(this, tr("New Picture"), tr("Height in pixels:"), 768,
-                                            1, kMostNewPixels, 1, &chosen);
-    if (!chosen)
+    NewDialog dialog(this);
+    if (dialog.exec() != QDialog::Accepted)
         return;
     fnRun(tr("New picture"), [&](CqProgressDisplay* progress) {
-        return m_Document.fnNew(static_cast<unsigned int>(width), static_cast<unsigned int>(height),
-                                CqColor(255, 255, 255, 255), progress);
+        return m_Document.fnNew(dialog.fnGetWidth(), dialog.fnGetHeight(), dialog.fnGetColor(),
+                                progress);
     });
     m_pView->fnSetFit(true);
 }

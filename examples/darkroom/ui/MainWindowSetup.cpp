@@ -1,6 +1,7 @@
 // The parts of the main window.
 #include "examples/darkroom/ui/Actions.h"
 #include "examples/darkroom/ui/ColorButton.h"
+#include "examples/darkroom/ui/Icons.h"
 #include "examples/darkroom/ui/MainWindow.h"
 #include "examples/darkroom/ui/RecentFiles.h"
 #include "examples/darkroom/ui/SoundPanel.h"
@@ -105,21 +106,20 @@ void MainWindow::fnAddTools() {
 void MainWindow::fnMakeToolBars() {
     QToolBar* const bar = addToolBar(tr("Edit"));
     bar->setObjectName("editBar");
-    const auto add = [&](const char* id, QStyle::StandardPixmap icon) {
-        auto* const action = findChild<QAction*>(id);
-        action->setIcon(style()->standardIcon(icon));
-        bar->addAction(action);
-    };
-    add("open", QStyle::SP_DialogOpenButton);
-    add("save", QStyle::SP_DialogSaveButton);
-    add("undo", QStyle::SP_ArrowBack);
-    add("redo", QStyle::SP_ArrowForward);
+    bar->addAction(findChild<QAction*>("open"));
+    bar->addAction(findChild<QAction*>("save"));
+    bar->addSeparator();
+    for (const char* id : {"undo", "redo"})
+        bar->addAction(findChild<QAction*>(id));
     bar->addSeparator();
     for (const char* id : {"zoomOut", "zoomIn", "zoomFit", "zoomOne"})
         bar->addAction(findChild<QAction*>(id));
 
     QToolBar* const tools = addToolBar(tr("Tools"));
     tools->setObjectName("toolBar");
+    for (const ToolEntry& entry : fnGetTools())
+        tools->addAction(findChild<QAction*>(entry.m_pszId));
+    tools->addSeparator();
     m_pColor = new ColorButton(CqColor(255, 0, 0, 255));
     m_pColor->setToolTip(tr("Color of lines, curves and fills"));
     tools->addWidget(m_pColor);
@@ -130,6 +130,16 @@ void MainWindow::fnMakeToolBars() {
     m_pTolerance->setPrefix(tr("± "));
     m_pTolerance->setToolTip(tr("How far a color may differ that is selected by color"));
     tools->addWidget(m_pTolerance);
+    fnMakeIcons();
+}
+
+void MainWindow::fnMakeIcons() {
+    findChild<QAction*>("open")->setIcon(style()->standardIcon(QStyle::SP_DialogOpenButton));
+    findChild<QAction*>("save")->setIcon(style()->standardIcon(QStyle::SP_DialogSaveButton));
+    for (QAction* action : findChildren<QAction*>())
+        if (const QIcon icon = fnMakeIcon(action->objectName().toLatin1(), palette());
+            !icon.isNull())
+            action->setIcon(icon);
 }
 
 void MainWindow::fnMakeStatusBar() {

@@ -64,36 +64,37 @@ void PictureView::fnSelectionChanged() {
 }
 
 QImage PictureView::fnMakeShade() const {
-    QImage shade(viewport()->size(), QImage::Format_ARGB32_Premultiplied);
+    QImage shade(fnGetPixelSize(), QImage::Format_ARGB32_Premultiplied);
     shade.fill(Qt::transparent);
     CqMask& mask = m_Document.fnGetSelection();
     const CRect bound = mask.m_rectBound;
     const CRect seen = fnGetVisible();
+    std::vector<int> columns(static_cast<std::size_t>(shade.width()));
+    for (int x = 0; x < shade.width(); ++x)
+        columns[static_cast<std::size_t>(x)] = fnGetSample({x, 0}).x();
     for (int y = 0; y < shade.height(); ++y) {
         auto* const out = reinterpret_cast<QRgb*>(shade.scanLine(y));
-        const int row = static_cast<int>(std::floor(fnToImage(QPointF(0, y + 0.5)).y()));
+        const int row = fnGetSample({0, y}).y();
         if (row < seen.top || row >= seen.bottom)
             continue;
-        const double left = fnToImage(QPointF(0.5, 0)).x();
-        const double step = fnToImage(QPointF(1.5, 0)).x() - left;
-        for (int x = 0; x < shade.width(); ++x) {
-            const int column = static_cast<int>(std::floor(left + x * step));
+        for (std::size_t x = 0; x < columns.size(); ++x) {
+            const int column = columns[x];
             if (column < seen.left || column >= seen.right)
                 continue;
-            const bool inside = column >= bound.left && column < bound.right && row >= bound.top &&
-                                row < bound.bottom &&
+            const bool inside = bound.PtInRect(CPoint(column, row)) &&
                                 *mask.fnGetPixelAddr(column - bound.left, row - bound.top) != 0;
             if (!inside)
                 out[x] = kShade;
         }
     }
+    shade.setDevicePixelRatio(devicePixelRatioF());
     return shade;
 }
 
 void PictureView::fnPaintSelection(QPainter& painter) {
     if (!m_Document.fnHasSelection())
         return;
-    if (m_Shade.size() != viewport()->size())
+    if (m_Shade.size() != fnGetPixelSize())
         m_Shade = fnMakeShade();
     painter.drawImage(0, 0, m_Shade);
 }

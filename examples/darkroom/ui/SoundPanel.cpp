@@ -95,8 +95,9 @@ QWidget* SoundPanel::fnMakeMixer(const HostSetup& setup) {
     auto* const form = new QFormLayout(mixer);
     form->setContentsMargins(0, 0, 0, 0);
     m_Mixer.fnCreate(&m_Owner, kMixerId, kMixerStep);
-    const auto add = [&](const QString& name, bool there, auto get, auto set) {
+    const auto add = [&](const char* id, const QString& name, bool there, auto get, auto set) {
         auto* const slider = new QSlider(Qt::Horizontal);
+        slider->setObjectName(id);
         slider->setRange(0, 255);
         slider->setEnabled(there);
         form->addRow(name, slider);
@@ -106,15 +107,16 @@ QWidget* SoundPanel::fnMakeMixer(const HostSetup& setup) {
         m_Levels.push_back(level);
     };
     using Set = bool (CqSoundCtrl::*)(int);
-    add(tr("Volume"), m_Mixer.fnCanHandleVolume(), &CqSoundCtrl::fnGetVolume,
+    add("soundVolume", tr("Volume"), m_Mixer.fnCanHandleVolume(), &CqSoundCtrl::fnGetVolume,
         static_cast<Set>(&CqSoundCtrl::fnSetVolume));
-    add(tr("Balance"), m_Mixer.fnCanHandleVolume(), &CqSoundCtrl::fnGetBalance,
+    add("soundBalance", tr("Balance"), m_Mixer.fnCanHandleVolume(), &CqSoundCtrl::fnGetBalance,
         static_cast<Set>(&CqSoundCtrl::fnSetBalance));
-    add(tr("Bass"), m_Mixer.fnCanHandleBass(), &CqSoundCtrl::fnGetBass,
+    add("soundBass", tr("Bass"), m_Mixer.fnCanHandleBass(), &CqSoundCtrl::fnGetBass,
         static_cast<Set>(&CqSoundCtrl::fnSetBass));
-    add(tr("Treble"), m_Mixer.fnCanHandleTreble(), &CqSoundCtrl::fnGetTreble,
+    add("soundTreble", tr("Treble"), m_Mixer.fnCanHandleTreble(), &CqSoundCtrl::fnGetTreble,
         static_cast<Set>(&CqSoundCtrl::fnSetTreble));
     m_pMute = new QCheckBox(tr("Mute"));
+    m_pMute->setObjectName("soundMute");
     m_pMute->setEnabled(m_Mixer.fnCanHandleMute());
     connect(m_pMute, &QCheckBox::toggled, this, [this](bool on) { m_Mixer.fnSetMute(on); });
     form->addRow(QString(), m_pMute);
@@ -155,11 +157,12 @@ bool SoundPanel::fnLoad(const QString& path) {
     }
     const WAVEFORMATEX format = m_Wave.fnGetFormat();
     m_pName->setText(
-        tr("%1: %2 s, %3 Hz, %4 bits, %n channel(s)", nullptr, format.nChannels)
+        tr("%1: %2 s, %3 Hz, %4 bits, %5")
             .arg(QFileInfo(path).fileName())
             .arg(static_cast<double>(m_Wave.fnGetFrameCount()) / format.nSamplesPerSec, 0, 'f', 1)
             .arg(format.nSamplesPerSec)
-            .arg(format.wBitsPerSample));
+            .arg(format.wBitsPerSample)
+            .arg(format.nChannels == 1 ? tr("mono") : tr("stereo")));
     fnDraw();
     fnFollow();
     return true;

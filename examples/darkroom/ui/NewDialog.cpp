@@ -1,0 +1,51 @@
+#include "examples/darkroom/ui/NewDialog.h"
+
+#include "examples/darkroom/ui/ColorButton.h"
+
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QSpinBox>
+
+namespace darkroom {
+
+namespace {
+constexpr int kMostPixels = 60000;
+constexpr int kStartWidth = 1024;
+constexpr int kStartHeight = 768;
+} // namespace
+
+NewDialog::NewDialog(QWidget* parent)
+    : QDialog(parent), m_pWidth(new QSpinBox), m_pHeight(new QSpinBox),
+      m_pColor(new ColorButton(CqColor(255, 255, 255, 255))) {
+    setWindowTitle(tr("New Picture"));
+    auto* const form = new QFormLayout(this);
+    for (QSpinBox* box : {m_pWidth, m_pHeight}) {
+        box->setRange(1, kMostPixels);
+        box->setSuffix(tr(" px"));
+    }
+    m_pWidth->setObjectName("width");
+    m_pHeight->setObjectName("height");
+    m_pWidth->setValue(kStartWidth);
+    m_pHeight->setValue(kStartHeight);
+    form->addRow(tr("&Width:"), m_pWidth);
+    form->addRow(tr("&Height:"), m_pHeight);
+    form->addRow(tr("&Color:"), m_pColor);
+    auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    form->addRow(buttons);
+}
+
+unsigned int NewDialog::fnGetWidth() const {
+    return static_cast<unsigned int>(m_pWidth->value());
+}
+
+unsigned int NewDialog::fnGetHeight() const {
+    return static_cast<unsigned int>(m_pHeight->value());
+}
+
+CqColor NewDialog::fnGetColor() const {
+    return m_pColor->fnGetColor();
+}
+
+} // namespace darkroom
