@@ -1,4 +1,5 @@
 // An editor for pictures larger than memory.
+#include "examples/darkroom/model/MemoryShare.h"
 #include "examples/darkroom/ui/MainWindow.h"
 #include "platforms/posix/posix.h"
 #include "platforms/qt/qt.h"
@@ -76,6 +77,7 @@ int main(int count, char** arguments) {
 #endif
     if (!q32Attach(platform))
         return kExitFailed;
+    darkroom::fnApplyMemoryShare();
     fnSweepScratch();
     const int code = fnRun(application, *windows, setup, words.value(1));
     q32Detach();

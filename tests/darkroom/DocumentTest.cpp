@@ -1,8 +1,10 @@
 #include "examples/darkroom/model/Document.h"
 
+#include "examples/darkroom/model/MemoryShare.h"
 #include "tests/darkroom/PictureTools.h"
 #include "tests/support/AttachedTest.h"
 
+#include <algorithm>
 #include <string>
 
 using darkroom::Document;
@@ -136,6 +138,22 @@ TEST_F(DarkroomDocument, PutsSnapshotsWhereTheMemoryPolicyWantsThem) {
     EXPECT_EQ(q32GetVMPolicy()->fnGetDiskUsage(0).m_nFiles, 1u);
     document.fnUndo();
     EXPECT_EQ(q32GetVMPolicy()->fnGetDiskUsage(0).m_nFiles, 1u) << "nothing is copied";
+}
+
+TEST_F(DarkroomDocument, AShareOfALargeMemoryIsCountedWhole) {
+    EXPECT_EQ(darkroom::fnComputeLimit(1'000'000'000, 37), 370'000'000u);
+    EXPECT_EQ(darkroom::fnComputeLimit(std::uint64_t{6} << 30, 50), 3'221'225'450u)
+        << "the library's own rule wraps here";
+    EXPECT_EQ(darkroom::fnComputeLimit(std::uint64_t{64} << 30, 100), UINT32_MAX);
+    q32GetVMPolicy()->fnEnableMemUsage(true);
+    q32GetVMPolicy()->fnSetMemUsage(1);
+    darkroom::fnApplyMemoryShare();
+    const std::uint32_t one = q32GetVMPolicy()->fnGetRamLimit();
+    q32GetVMPolicy()->fnSetMemUsage(2);
+    darkroom::fnApplyMemoryShare();
+    EXPECT_EQ(q32GetVMPolicy()->fnGetRamLimit(),
+              std::min<std::uint64_t>(2 * std::uint64_t{one}, UINT32_MAX));
+    EXPECT_GT(one, 0u);
 }
 
 TEST_F(DarkroomDocument, TellsItsListenerOfEachChange) {

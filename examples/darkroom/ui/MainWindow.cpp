@@ -2,10 +2,10 @@
 
 #include "examples/darkroom/ui/Actions.h"
 #include "examples/darkroom/ui/RecentFiles.h"
+#include "examples/darkroom/ui/Texts.h"
 #include "platforms/qt/CqQtWindows.h"
 #include "q32Base/frame/Messages.h"
 #include "q32Base/memory/CqVMPolicy.h"
-#include "q32Base/services/CqPowerStr.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <cmath>
@@ -30,14 +30,6 @@ namespace {
 constexpr unsigned int kStartLevels = 10;
 constexpr QSize kStartSize(1100, 760);
 constexpr int kMessageMs = 4000;
-
-QString fnTellSize(std::uint64_t bytes) {
-    ULARGE_INTEGER size{};
-    size.QuadPart = bytes;
-    CqPowerStr text;
-    text.fnSizeString(size);
-    return QString::fromLatin1(static_cast<const char*>(text));
-}
 
 /// The file of a drag; empty for anything else.
 QString fnFindFile(const QMimeData& data) {

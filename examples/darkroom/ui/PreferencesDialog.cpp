@@ -1,5 +1,7 @@
 #include "examples/darkroom/ui/PreferencesDialog.h"
 
+#include "examples/darkroom/model/MemoryShare.h"
+#include "examples/darkroom/ui/Texts.h"
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/services/CqPowerStr.h"
@@ -8,12 +10,14 @@
 #include <QDialogButtonBox>
 #include <QFile>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QFormLayout>
 #include <QGridLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QStorageInfo>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
@@ -74,10 +78,7 @@ QWidget* PreferencesDialog::fnMakeMemoryPage(unsigned int levels) {
     m_pShare->setEnabled(policy.fnIsMemEnabled());
     connect(m_pShareOn, &QCheckBox::toggled, m_pShare, &QWidget::setEnabled);
     form->addRow(m_pShareOn, m_pShare);
-    CqPowerStr limit;
-    limit.fnSizeString(static_cast<unsigned long>(policy.fnGetRamLimit()));
-    form->addRow(tr("At present that is:"),
-                 new QLabel(QString::fromLatin1(static_cast<const char*>(limit))));
+    form->addRow(tr("At present that is:"), new QLabel(fnTellSize(policy.fnGetRamLimit())));
     m_pLevels = new QSpinBox;
     m_pLevels->setObjectName("levels");
     m_pLevels->setRange(0, kMostLevels);
@@ -145,11 +146,11 @@ void PreferencesDialog::fnTellFree(const Disk& disk) {
     disk.m_pOn->setEnabled(!path.isEmpty());
     if (path.isEmpty())
         return disk.m_pFree->clear();
-    CqPowerStr space;
-    space.fnDiskSpace(QFile::encodeName(path + '\\').constData(), false);
+    const QStorageInfo volume(path);
     disk.m_pFree->setText(
-        space.IsEmpty() ? tr("not there")
-                        : tr("%1 free").arg(QString::fromLatin1(static_cast<const char*>(space))));
+        QFileInfo(path).isDir() && volume.isValid()
+            ? tr("%1 free").arg(fnTellSize(static_cast<std::uint64_t>(volume.bytesAvailable())))
+            : tr("not there"));
 }
 
 unsigned int PreferencesDialog::fnGetLevels() const {
@@ -174,7 +175,7 @@ bool PreferencesDialog::fnApply() const {
     if (display.fnIsGammaEnabled())
         display.fnSetGammaValue(static_cast<unsigned int>(m_pGamma->value()));
     const bool saved = policy.fnSerialize(false) && display.fnSerialize(false);
-    policy.fnSerialize(true); // the memory share takes effect with a read
+    fnApplyMemoryShare();
     return saved;
 }
 

@@ -1,0 +1,21 @@
+#include "examples/darkroom/model/MemoryShare.h"
+
+#include "q32Base/frame/Module.h"
+#include "q32Base/memory/CqVMPolicy.h"
+
+#include <unistd.h>
+
+namespace darkroom {
+
+void fnApplyMemoryShare() {
+    const long pages = ::sysconf(_SC_PHYS_PAGES);
+    const long size = ::sysconf(_SC_PAGESIZE);
+    if (pages <= 0 || size <= 0)
+        return; // the library's limit serves
+    CqVMPolicy& policy = *q32GetVMPolicy();
+    policy.fnSetRamLimit(
+        fnComputeLimit(static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(size),
+                       policy.fnIsMemEnabled() ? policy.fnGetMemUsage() : kUsualShare));
+}
+
+} // namespace darkroom

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <cstdint>
+#include <QLocale>
+#include <QString>
+
+namespace darkroom {
+
+/// A number of bytes as people read it. Not the library's own text, which is off above 4 GB.
+inline QString fnTellSize(std::uint64_t bytes) {
+    return QLocale().formattedDataSize(static_cast<qint64>(bytes), 1,
+                                       QLocale::DataSizeTraditionalFormat);
+}
+
+} // namespace darkroom
