@@ -17,6 +17,7 @@ namespace darkroom {
 namespace {
 
 constexpr int kSliderWidth = 240;
+constexpr int kBoxWidth = 80;
 /// Ranges beyond this can't be set with a slider.
 constexpr int kSliderRange = 1000;
 
@@ -78,6 +79,7 @@ void ParameterDialog::fnAddNumber(const Parameter& parameter, int value, QFormLa
     box->setSuffix(QString::fromUtf8(parameter.m_pszUnit));
     box->setValue(value);
     box->setObjectName(parameter.m_pszName);
+    box->setMinimumWidth(kBoxWidth); // so that sliders are of one length
     if (parameter.m_nHigh - parameter.m_nLow <= kSliderRange) {
         auto* const slider = new QSlider(Qt::Horizontal);
         slider->setRange(parameter.m_nLow, parameter.m_nHigh);
