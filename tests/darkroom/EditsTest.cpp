@@ -270,6 +270,43 @@ TEST_F(DarkroomEdits, ALocalOperationStaysInsideTheSelection) {
     EXPECT_FALSE(document.fnHasSelection()) << "it doesn't fit any more";
 }
 
+TEST_F(DarkroomEdits, APatternIsTiledFromTheCornerOfTheSelection) {
+    for (const bool selected : {false, true})
+        for (const unsigned int bits : {8u, 24u, 32u}) {
+            Document document(1);
+            ASSERT_TRUE(document.fnNew(70, 700, CqColor(9, 9, 9, 255), nullptr).fnIsDone());
+            const CRect part = selected ? CRect(7, 20, 60, 690) : CRect(0, 0, 70, 700);
+            const std::vector<CqPoint2D> corners = {
+                {static_cast<double>(part.left), static_cast<double>(part.top)},
+                {static_cast<double>(part.right), static_cast<double>(part.bottom)}};
+            if (selected) {
+                ASSERT_TRUE(document
+                                .fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners,
+                                               Document::Combine::REPLACE, nullptr)
+                                .fnIsDone());
+            }
+            CqImage pattern;
+            fnFillNoise(pattern, 13, 19, bits, 4);
+            CqImage colors;
+            ASSERT_TRUE(darkroom::fnCopyPicture(pattern, colors, nullptr));
+            if (bits != 24)
+                colors.fnConvert(24, false, nullptr);
+            ASSERT_TRUE(document.fnFill(pattern, nullptr).fnIsDone());
+            CqImage& image = document.fnGetImage();
+            for (int y = 0; y < 700; ++y)
+                for (int x = 0; x < 70; ++x) {
+                    const bool inside = part.PtInRect(CPoint(x, y));
+                    const CqColor wanted =
+                        inside ? colors.fnGetPixelColor((x - part.left) % 13, (y - part.top) % 19)
+                               : CqColor(9, 9, 9, 255);
+                    ASSERT_EQ(image.fnGetPixelColor(x, y), wanted)
+                        << x << ", " << y << " from " << bits << " bits";
+                }
+            document.fnUndo();
+            EXPECT_EQ(image.fnGetPixelColor(30, 30), CqColor(9, 9, 9, 255));
+        }
+}
+
 TEST_F(DarkroomEdits, AMergedPictureIsCutWhereItSticksOut) {
     for (const auto& [x, y] : {std::pair(-10, -20), std::pair(250, 140), std::pair(40, 30),
                                std::pair(-500, 0), std::pair(300, 170)}) {

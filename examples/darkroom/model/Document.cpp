@@ -18,6 +18,8 @@ constexpr int kNotSupported = -102;
 /// Percent of an edit that is kept to the selection.
 constexpr unsigned int kPartCopied = 10;
 constexpr unsigned int kPartEdited = 90;
+/// Percent of a fill with a pattern.
+constexpr unsigned int kPatternConverted = 20;
 
 Outcome fnFail(int message, const std::string& path) {
     Outcome outcome;
@@ -185,29 +187,38 @@ void Document::fnKeepToSelection(const Edit& edit, CqProgressDisplay* progress) 
     });
 }
 
+Outcome Document::fnChangeSelected(const std::string& name, const Edit& edit,
+                                   CqProgressDisplay* progress) {
+    if (!fnHasSelection() || !fnCanSelect())
+        return fnChange(name, edit, progress);
+    return fnChange(
+        name, [&](CqImage&, CqProgressDisplay* told) { fnKeepToSelection(edit, told); }, progress);
+}
+
 Outcome Document::fnApply(const Operation& operation, const Values& values,
                           CqProgressDisplay* progress) {
     const Edit edit = [&](CqImage& image, CqProgressDisplay* told) {
         operation.m_pRun(image, values, told);
     };
-    const bool within = operation.fnIsLocal() && fnHasSelection() && fnCanSelect();
-    return fnChange(
-        operation.m_pszName,
-        [&](CqImage& image, CqProgressDisplay* told) {
-            within ? fnKeepToSelection(edit, told) : edit(image, told);
-        },
-        progress);
+    return operation.fnIsLocal() ? fnChangeSelected(operation.m_pszName, edit, progress)
+                                 : fnChange(operation.m_pszName, edit, progress);
 }
 
 Outcome Document::fnFill(const CqColor& color, CqProgressDisplay* progress) {
-    const Edit edit = [&](CqImage& image, CqProgressDisplay* told) {
-        fnFillPicture(image, color, told);
-    };
-    const bool within = fnHasSelection() && fnCanSelect();
-    return fnChange(
-        "Fill",
+    return fnChangeSelected(
+        "Fill", [&](CqImage& image, CqProgressDisplay* told) { fnFillPicture(image, color, told); },
+        progress);
+}
+
+Outcome Document::fnFill(CqImage& pattern, CqProgressDisplay* progress) {
+    return fnChangeSelected(
+        "Fill with Pattern",
         [&](CqImage& image, CqProgressDisplay* told) {
-            within ? fnKeepToSelection(edit, told) : edit(image, told);
+            SpanProgress converting(told, 0, kPatternConverted);
+            SpanProgress filling(told, kPatternConverted, 100);
+            if (pattern.BitCount == image.BitCount ||
+                fnConvertPicture(pattern, image.BitCount, &converting))
+                fnFillPattern(image, pattern, &filling);
         },
         progress);
 }

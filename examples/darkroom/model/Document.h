@@ -70,6 +70,8 @@ public:
     Outcome fnChange(const std::string& name, const Edit& edit, CqProgressDisplay* progress);
     /// Fills the selection, or all of the picture without one.
     Outcome fnFill(const CqColor& color, CqProgressDisplay* progress);
+    /// Tiles a picture over that part, of 24 or 32 bits; it takes on the same depth.
+    Outcome fnFill(CqImage& pattern, CqProgressDisplay* progress);
 
     // History.
 
@@ -122,6 +124,9 @@ private:
         if (m_Changed)
             m_Changed();
     }
+    /// A change of the selection, or of all the picture without one.
+    Outcome fnChangeSelected(const std::string& name, const Edit& edit,
+                             CqProgressDisplay* progress);
     void fnKeepToSelection(const Edit& edit, CqProgressDisplay* progress);
 
     CqImage m_Image;

@@ -60,6 +60,15 @@ bool fnFillPicture(CqImage& image, const CqColor& color, CqProgressDisplay* prog
                       [&](const CRect& band) { image.fnFill(color, &band, false); });
 }
 
+bool fnFillPattern(CqImage& image, CqImage& pattern, CqProgressDisplay* progress) {
+    // Each band begins with the pattern's first row.
+    const auto height = static_cast<LONG>(pattern.Height);
+    const LONG rows = (kBandRows + height - 1) / height * height;
+    return fnForBands(
+        fnGetWhole(image), progress,
+        [&](const CRect& band) { image.fnFill(pattern, nullptr, &band); }, rows);
+}
+
 bool fnConvertPicture(CqImage& image, unsigned int bits, CqProgressDisplay* progress) {
     CqImage made;
     made.fnAlloc(image.Width, image.Height, bits, nullptr, 0);

@@ -41,6 +41,8 @@ public:
     bool fnSaveAs(const QString& path);
     /// Loads a second picture and asks how it is laid over this one.
     void fnMerge(const QString& path);
+    /// Tiles a second picture over the selection, or over all of this one.
+    void fnFillPattern(const QString& path);
 
 protected:
     void changeEvent(QEvent* event) override;
@@ -80,6 +82,7 @@ private:
     void fnRedo();
     void fnFill();
     void fnSelectNone();
+    void fnAskPattern();
     void fnAskMerge();
     void fnZoomIn();
     void fnZoomOut();
@@ -88,6 +91,8 @@ private:
     void fnAskPreferences();
     void fnShowDump();
     void fnShowAbout();
+    QString fnAskPicture(const QString& title);
+    bool fnReadSecond(Document& second, const QString& path);
     void fnStartOperation(const Operation& operation);
     void fnOnDrawn(Tool tool, const std::vector<CqPoint2D>& points,
                    Qt::KeyboardModifiers modifiers);

@@ -70,7 +70,7 @@ void MainWindow::fnNew() {
 void MainWindow::fnAskOpen() {
     if (!fnMayLeave())
         return;
-    const QString path = QFileDialog::getOpenFileName(this, tr("Open"), {}, fnMakeFilter(false));
+    const QString path = fnAskPicture(tr("Open"));
     if (!path.isEmpty())
         fnOpen(path);
 }
@@ -139,20 +139,40 @@ void MainWindow::fnStartOperation(const Operation& operation) {
     });
 }
 
+QString MainWindow::fnAskPicture(const QString& title) {
+    return QFileDialog::getOpenFileName(this, title, {}, fnMakeFilter(false));
+}
+
+bool MainWindow::fnReadSecond(Document& second, const QString& path) {
+    return fnRun(tr("Reading %1").arg(QFileInfo(path).fileName()),
+                 [&](CqProgressDisplay* progress) {
+                     return second.fnOpen(QFile::encodeName(path).toStdString(), progress);
+                 });
+}
+
+void MainWindow::fnAskPattern() {
+    const QString path = fnAskPicture(tr("Fill with a Pattern"));
+    if (!path.isEmpty())
+        fnFillPattern(path);
+}
+
+void MainWindow::fnFillPattern(const QString& path) {
+    Document pattern(0);
+    if (fnReadSecond(pattern, path))
+        fnRun(tr("Fill"), [&](CqProgressDisplay* progress) {
+            return m_Document.fnFill(pattern.fnGetImage(), progress);
+        });
+}
+
 void MainWindow::fnAskMerge() {
-    const QString path =
-        QFileDialog::getOpenFileName(this, tr("Merge a Picture"), {}, fnMakeFilter(false));
+    const QString path = fnAskPicture(tr("Merge a Picture"));
     if (!path.isEmpty())
         fnMerge(path);
 }
 
 void MainWindow::fnMerge(const QString& path) {
     Document second(0);
-    const bool read =
-        fnRun(tr("Reading %1").arg(QFileInfo(path).fileName()), [&](CqProgressDisplay* progress) {
-            return second.fnOpen(QFile::encodeName(path).toStdString(), progress);
-        });
-    if (!read)
+    if (!fnReadSecond(second, path))
         return;
     MergePlan plan;
     {
