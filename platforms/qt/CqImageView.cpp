@@ -1,6 +1,7 @@
 #include "platforms/qt/CqImageView.h"
 
 #include "platforms/qt/CqQtCanvas.h"
+#include "platforms/qt/Overview.h"
 #include "platforms/qt/TileSampler.h"
 #include "q32Base/image/CqImage.h"
 
@@ -9,11 +10,14 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <new>
+#include <QElapsedTimer>
 #include <QEvent>
 #include <QPainter>
 #include <QPaintEvent>
 #include <QResizeEvent>
 #include <QScrollBar>
+#include <QTimerEvent>
 #include <utility>
 
 namespace {
@@ -47,7 +51,8 @@ int fnToInt(double value) {
 } // namespace
 
 CqImageView::CqImageView(QWidget* parent)
-    : QAbstractScrollArea(parent), m_pCanvas(new CqQtCanvas(this)) {
+    : QAbstractScrollArea(parent), m_pCanvas(new CqQtCanvas(this)),
+      m_pOverview(std::make_unique<q32::qt::Overview>()) {
     setViewport(m_pCanvas);
     m_pCanvas->setMouseTracking(true);
     setFocusPolicy(Qt::StrongFocus);
@@ -65,6 +70,7 @@ void CqImageView::fnSetImage(CqImage* image) {
 }
 
 void CqImageView::fnImageChanged() {
+    fnResetOverview();
     fnForgetAll();
     if (m_bFit)
         fnApplyZoom(fnGetFitZoom(), QPointF());
@@ -75,8 +81,14 @@ void CqImageView::fnImageChanged() {
 void CqImageView::fnImageChanged(const CRect& part) {
     if (part.IsRectEmpty() || !fnHasPicture())
         return;
+    m_pOverview->fnForget(part);
     fnMatchCanvas();
+    fnAddStale(part);
+}
+
+void CqImageView::fnAddStale(const CRect& part) {
     const QPoint origin = fnGetOrigin();
+    // A pixel more on each side: a reduced copy's pixel stands for several of the image's.
     const double left = std::floor(part.left * m_Zoom) - origin.x() - 1;
     const double top = std::floor(part.top * m_Zoom) - origin.y() - 1;
     const double right = std::ceil(part.right * m_Zoom) - origin.x() + 1;
@@ -243,22 +255,75 @@ void CqImageView::fnMatchCanvas() {
 long long CqImageView::fnDrawNow() {
     fnMatchCanvas();
     QImage& pixels = m_pCanvas->fnGetPixels();
-    const QRegion stale = std::exchange(m_Stale, QRegion());
-    QRegion around = stale;
+    QRegion around = m_Stale;
     if (fnHasPicture()) {
+        if (!m_pOverview->fnIsFor(*m_pImage))
+            fnResetOverview();
         const q32::qt::SamplePlace place{m_Drawn, m_Zoom};
-        for (const QRect& rect : stale)
-            around -= q32::qt::fnSampleTiles(*m_pImage, place, rect, pixels);
+        for (const QRect& rect : m_Stale)
+            around -= q32::qt::fnSampleTiles(*m_pImage, m_pOverview.get(), place, rect, pixels);
+        if (!m_Stale.isEmpty() && m_pOverview->fnGetShift(m_Zoom) != 0)
+            m_Idle.start(0, this);
     }
-    if (!around.isEmpty()) {
-        const QColor color = palette().color(QPalette::Mid);
-        for (const QRect& rect : around)
-            q32::qt::fnFillPixels(pixels, rect, color.rgb());
-    }
+    const QRgb ground = palette().color(QPalette::Mid).rgb();
+    for (const QRect& rect : around)
+        q32::qt::fnFillPixels(pixels, rect, ground);
     long long count = 0;
-    for (const QRect& rect : stale)
+    for (const QRect& rect : std::exchange(m_Stale, QRegion()))
         count += static_cast<long long>(rect.width()) * rect.height();
     return count;
+}
+
+void CqImageView::fnResetOverview() {
+    try {
+        m_pOverview->fnReset(fnHasPicture() ? m_pImage : nullptr);
+    } catch (const std::bad_alloc&) {
+        m_pOverview->fnReset(nullptr); // the image itself is shown then
+    }
+}
+
+bool CqImageView::fnMakeCells() {
+    constexpr qint64 kMostTime = 6; // milliseconds: a frame stays within its time
+    const unsigned shift = fnHasPicture() ? m_pOverview->fnGetShift(m_Zoom) : 0;
+    if (shift == 0 || !m_pOverview->fnIsFor(*m_pImage) || !isVisible())
+        return false;
+    fnMatchCanvas();
+    QElapsedTimer timer;
+    timer.start();
+    constexpr auto kSize = static_cast<LONG>(q32::qt::Overview::kCellSize);
+    const CRect seen = fnGetVisible();
+    for (LONG row = seen.top / kSize; row * kSize < seen.bottom; ++row) {
+        CRect made; // what is new in this row of cells
+        for (LONG column = seen.left / kSize; column * kSize < seen.right; ++column) {
+            const auto x = static_cast<std::uint32_t>(column);
+            const auto y = static_cast<std::uint32_t>(row);
+            if (m_pOverview->fnFind(x, y, shift))
+                continue;
+            if (timer.elapsed() >= kMostTime) {
+                if (!made.IsRectEmpty())
+                    fnAddStale(made);
+                return true;
+            }
+            m_pOverview->fnMake(*m_pImage, x, y);
+            made.UnionRect(made, CRect(CPoint(column * kSize, row * kSize), CSize(kSize, kSize)));
+        }
+        if (!made.IsRectEmpty())
+            fnAddStale(made);
+    }
+    return false;
+}
+
+void CqImageView::timerEvent(QTimerEvent* event) {
+    if (event->timerId() != m_Idle.timerId()) {
+        QAbstractScrollArea::timerEvent(event);
+        return;
+    }
+    try {
+        if (!fnMakeCells())
+            m_Idle.stop();
+    } catch (const std::bad_alloc&) {
+        m_Idle.stop(); // what there is of the overview stays in use
+    }
 }
 
 void CqImageView::fnPaintOver(QPainter&, const QRegion&) {}

@@ -3,7 +3,9 @@
 #include "q32Base/framework/Values.h"
 #include "q32Base/platform/Export.h"
 
+#include <memory>
 #include <QAbstractScrollArea>
+#include <QBasicTimer>
 #include <QPoint>
 #include <QPointF>
 #include <QRegion>
@@ -13,9 +15,17 @@ class CqImage;
 class CqQtCanvas;
 class QPainter;
 
+namespace q32::qt {
+class Overview;
+}
+
 /// A widget that shows a CqImage of any size: it scrolls, zooms about the cursor, and draws only
 /// what comes into sight, tile by tile. Parts that were drawn before are kept, so that scrolling
 /// draws a strip. Colours go through the library's gamma; alpha is not shown.
+///
+/// Each pixel of the screen shows the nearest one of the image, but below a zoom of 1/4 the mean of
+/// those around it: as soon as the event loop has nothing else to do, reduced copies are made of
+/// the tiles in sight, up to 128 MiB of them, and what was drawn is drawn again from these.
 ///
 /// Zoom is in pixels of the screen for a pixel of the image, so that 1 is sharp on any display. The
 /// wheel zooms; with the Shift or Alt key it scrolls. The middle button drags the picture, and so
@@ -76,6 +86,8 @@ public:
     /// measurement that wants it done now may call it.
     /// @return pixels of the screen that were drawn
     long long fnDrawNow();
+    /// Whether reduced copies of what is in sight are still being made.
+    bool fnIsRefining() const { return m_Idle.isActive(); }
 
     QSize sizeHint() const override;
 
@@ -94,6 +106,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void timerEvent(QTimerEvent* event) override;
     void scrollContentsBy(int dx, int dy) override;
     void wheelEvent(QWheelEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
@@ -111,12 +124,17 @@ private:
     void fnMoveTo(const QPointF& origin);
     void fnForgetAll();
     void fnMatchCanvas();
+    void fnAddStale(const CRect& part);
+    void fnResetOverview();
+    bool fnMakeCells();
 
     CqQtCanvas* m_pCanvas; ///< the viewport
     CqImage* m_pImage = nullptr;
     double m_Zoom = 1.0;
     bool m_bFit = true;
     bool m_bPanning = true;
+    std::unique_ptr<q32::qt::Overview> m_pOverview;
+    QBasicTimer m_Idle; ///< runs while cells of the overview are to be made
     QRegion m_Stale;    ///< pixels of the canvas that are not drawn yet
     QSize m_CanvasSize; ///< that the stale region was made for
     QPoint m_Drawn;     ///< origin that the canvas' pixels were drawn for

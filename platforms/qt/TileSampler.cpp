@@ -1,10 +1,11 @@
 #include "platforms/qt/TileSampler.h"
 
+#include "platforms/qt/Overview.h"
+#include "platforms/qt/PixelRows.h"
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/image/CqImage.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -14,90 +15,95 @@ namespace q32::qt {
 
 namespace {
 
-constexpr std::uint32_t kOpaque = 0xFF000000u;
-
-using Palette = std::array<std::uint32_t, 256>;
-
-/// The run of canvas columns or rows that one tile column or row covers.
+/// The run of canvas columns or rows that one cell column or row covers. Cells have the places of
+/// tiles, but for an image that is one tile of any size.
 struct Span {
-    int m_nFirst;
-    int m_nEnd;
+    std::size_t m_nFirst;
+    std::size_t m_nEnd;
 };
 
-/// For each column or row of a part: the image's under it, and where the tiles begin.
+/// For each column or row of a part: the image's under it, and where the cells begin.
 struct Axis {
     std::vector<std::uint32_t> m_Index;
-    std::vector<Span> m_Spans; ///< offsets into m_Index, one span a tile
-    int m_nFirst = 0;          ///< canvas coordinate of m_Index[0]
+    std::vector<std::uint32_t> m_Pairs; ///< the same, but every second one is the one before it
+    std::vector<Span> m_Spans;          ///< offsets into m_Index, one span a cell
+    int m_nFirst = 0;                   ///< canvas coordinate of m_Index[0]
+
+    std::uint32_t fnGetCell(const Span& span) const {
+        return m_Index[span.m_nFirst] / Overview::kCellSize;
+    }
 };
 
-Axis fnMakeAxis(int first, int end, int origin, double zoom, std::uint32_t length,
-                std::uint32_t tile) {
+Axis fnMakeAxis(int first, int end, int origin, double zoom, std::uint32_t length) {
     Axis axis;
     while (first < end && fnSampleIndex(first, origin, zoom) < 0)
         ++first;
     axis.m_nFirst = first;
     axis.m_Index.reserve(static_cast<std::size_t>(std::max(0, end - first)));
+    axis.m_Pairs.reserve(axis.m_Index.capacity());
     for (int at = first; at < end; ++at) {
         const long long index = fnSampleIndex(at, origin, zoom);
         if (index >= static_cast<long long>(length))
             break;
         const auto found = static_cast<std::uint32_t>(index);
-        const int offset = at - first;
-        if (axis.m_Spans.empty() || found / tile != axis.m_Index.back() / tile)
+        const std::size_t offset = axis.m_Index.size();
+        if (axis.m_Spans.empty() ||
+            found / Overview::kCellSize != axis.m_Index.back() / Overview::kCellSize)
             axis.m_Spans.push_back({offset, offset});
         axis.m_Spans.back().m_nEnd = offset + 1;
         axis.m_Index.push_back(found);
+        const bool second = (offset - axis.m_Spans.back().m_nFirst) % 2 != 0;
+        axis.m_Pairs.push_back(second ? axis.m_Pairs.back() : found);
     }
     return axis;
 }
 
-Palette fnReadPalette(CqImage& image) {
-    Palette palette;
-    palette.fill(kOpaque);
-    std::array<RGBQUAD, 256> entries{};
-    const unsigned count =
-        image.BitCount <= 8 ? image.fnGetPaletteEntry(0, 256, entries.data()) : 0;
-    for (unsigned i = 0; i < count; ++i)
-        palette[i] = kOpaque | static_cast<std::uint32_t>(entries[i].rgbRed) << 16 |
-                     static_cast<std::uint32_t>(entries[i].rgbGreen) << 8 | entries[i].rgbBlue;
-    return palette;
-}
+/// The rows of a cell, from the image itself or from its reduced copy.
+class CellRows {
+public:
+    CellRows(CqImage& image, const Overview* overview, unsigned shift)
+        : m_Image(image), m_pOverview(overview), m_nShift(shift), m_Table(fnReadTable(image)) {}
 
-/// One row of a tile, picked at the columns of `from` to `to`.
-void fnPickRow(const CqImageTile& tile, const unsigned char* row, const Palette& palette,
-               const std::uint32_t* columns, std::size_t count, std::uint32_t* out) {
-    const auto left = static_cast<std::uint32_t>(tile.Left);
-    switch (tile.BitCount) {
-    case 4:
-        for (std::size_t i = 0; i < count; ++i) {
-            const std::uint32_t x = columns[i] - left;
-            out[i] = palette[row[x / 2] >> (x % 2 == 0 ? 4 : 0) & 15];
+    void fnGoTo(std::uint32_t column, std::uint32_t row) {
+        m_nColumn = column;
+        m_nRow = row;
+        m_pReduced = m_nShift == 0 ? nullptr : m_pOverview->fnFind(column, row, m_nShift);
+        if (m_pReduced)
+            return;
+        CPoint corner(static_cast<LONG>(column * Overview::kCellSize),
+                      static_cast<LONG>(row * Overview::kCellSize));
+        m_Image.fnAccessTile(corner, &m_Tile);
+    }
+
+    /// Whether the cell is to be read from the image although its reduced copy is wanted.
+    bool fnIsMissing() const { return m_nShift != 0 && !m_pReduced; }
+
+    /// Pixels of a row of the image, at the columns of the image that are listed.
+    void fnPick(std::uint32_t row, const std::uint32_t* columns, std::size_t count,
+                std::uint32_t* out) const {
+        if (!m_pReduced) {
+            const std::size_t down = row - static_cast<std::uint32_t>(m_Tile.Top);
+            fnPickPixels(m_Tile, m_Tile.Pixels + down * m_Tile.RowBytes, m_Table, columns, count,
+                         out);
+            return;
         }
-        break;
-    case 8:
+        const std::size_t stride = Overview::kCellSize >> m_nShift;
+        const std::uint32_t down = row - m_nRow * Overview::kCellSize;
+        const std::uint32_t* from = m_pReduced + (down >> m_nShift) * stride;
         for (std::size_t i = 0; i < count; ++i)
-            out[i] = palette[row[columns[i] - left]];
-        break;
-    case 16:
-        // Parts of 5 and 6 bits keep their low bits clear, as in the library's own drawing.
-        for (std::size_t i = 0; i < count; ++i) {
-            const unsigned char* p = row + 2 * std::size_t{columns[i] - left};
-            const std::uint32_t v = static_cast<std::uint32_t>(p[0]) << 8 | p[1];
-            out[i] = kOpaque | (v >> 8 & 0xF8u) << 16 | (v >> 3 & 0xFCu) << 8 | (v & 0x1Fu) << 3;
-        }
-        break;
-    default: {
-        const std::size_t bytes = tile.BytesPerPixel;
-        const unsigned char* red = row + (bytes - 3);
-        for (std::size_t i = 0; i < count; ++i) {
-            const unsigned char* p = red + bytes * std::size_t{columns[i] - left};
-            out[i] = kOpaque | static_cast<std::uint32_t>(p[0]) << 16 |
-                     static_cast<std::uint32_t>(p[1]) << 8 | p[2];
-        }
+            out[i] = from[(columns[i] - m_nColumn * Overview::kCellSize) >> m_nShift];
     }
-    }
-}
+
+private:
+    CqImage& m_Image;
+    const Overview* m_pOverview;
+    unsigned m_nShift;
+    PixelTable m_Table;
+    CqImageTile m_Tile;
+    const std::uint32_t* m_pReduced = nullptr;
+    std::uint32_t m_nColumn = 0;
+    std::uint32_t m_nRow = 0;
+};
 
 } // namespace
 
@@ -106,40 +112,38 @@ long long fnSampleIndex(int pixel, int origin, double zoom) {
     return static_cast<long long>(std::floor((static_cast<double>(pixel) + origin + 0.5) / zoom));
 }
 
-QRect fnSampleTiles(CqImage& image, const SamplePlace& place, const QRect& part, QImage& canvas) {
+QRect fnSampleTiles(CqImage& image, const Overview* overview, const SamplePlace& place,
+                    const QRect& part, QImage& canvas) {
     const QRect cut = part & canvas.rect();
     if (cut.isEmpty())
         return {};
-    const CSize tileSize = image.fnGetMaxTileSize();
-    const Axis across = fnMakeAxis(cut.left(), cut.right() + 1, place.m_Origin.x(), place.m_Zoom,
-                                   image.Width, static_cast<std::uint32_t>(tileSize.cx));
-    const Axis down = fnMakeAxis(cut.top(), cut.bottom() + 1, place.m_Origin.y(), place.m_Zoom,
-                                 image.Height, static_cast<std::uint32_t>(tileSize.cy));
-    const Palette palette = fnReadPalette(image);
+    const Axis across =
+        fnMakeAxis(cut.left(), cut.right() + 1, place.m_Origin.x(), place.m_Zoom, image.Width);
+    const Axis down =
+        fnMakeAxis(cut.top(), cut.bottom() + 1, place.m_Origin.y(), place.m_Zoom, image.Height);
     const CqDisplayProperty* display = q32GetDisplayProperty();
     const bool gamma = display && display->fnIsGammaInEffect();
-    auto* pixels = reinterpret_cast<std::uint32_t*>(canvas.bits());
-    const std::size_t stride = static_cast<std::size_t>(canvas.bytesPerLine()) / 4;
+    const auto stride = static_cast<std::size_t>(canvas.bytesPerLine()) / 4;
+    auto* corner = reinterpret_cast<std::uint32_t*>(canvas.bits()) +
+                   static_cast<std::size_t>(down.m_nFirst) * stride + across.m_nFirst;
 
-    CqImageTile tile;
+    CellRows cell(image, overview, overview ? overview->fnGetShift(place.m_Zoom) : 0);
     for (const Span& rows : down.m_Spans) {
         for (const Span& columns : across.m_Spans) {
-            CPoint at(static_cast<LONG>(across.m_Index[static_cast<std::size_t>(columns.m_nFirst)]),
-                      static_cast<LONG>(down.m_Index[static_cast<std::size_t>(rows.m_nFirst)]));
-            image.fnAccessTile(at, &tile);
-            const auto count = static_cast<std::size_t>(columns.m_nEnd - columns.m_nFirst);
-            for (int y = rows.m_nFirst; y < rows.m_nEnd; ++y) {
-                std::uint32_t* out = pixels + static_cast<std::size_t>(down.m_nFirst + y) * stride +
-                                     static_cast<std::size_t>(across.m_nFirst + columns.m_nFirst);
-                const std::uint32_t row = down.m_Index[static_cast<std::size_t>(y)];
-                if (y > rows.m_nFirst && row == down.m_Index[static_cast<std::size_t>(y) - 1]) {
+            cell.fnGoTo(across.fnGetCell(columns), down.fnGetCell(rows));
+            // What takes its place soon need not be fine: reading each pixel would take a line of
+            // memory each, and longer than a frame lasts.
+            const bool coarse = cell.fnIsMissing();
+            const auto& xs = coarse ? across.m_Pairs : across.m_Index;
+            const auto& ys = coarse ? down.m_Pairs : down.m_Index;
+            const std::size_t count = columns.m_nEnd - columns.m_nFirst;
+            for (std::size_t y = rows.m_nFirst; y < rows.m_nEnd; ++y) {
+                std::uint32_t* out = corner + y * stride + columns.m_nFirst;
+                if (y > rows.m_nFirst && ys[y] == ys[y - 1]) {
                     std::memcpy(out, out - stride, count * 4);
                     continue;
                 }
-                const auto inTile =
-                    static_cast<std::size_t>(row) - static_cast<std::size_t>(tile.Top);
-                fnPickRow(tile, tile.Pixels + inTile * tile.RowBytes, palette,
-                          across.m_Index.data() + columns.m_nFirst, count, out);
+                cell.fnPick(ys[y], xs.data() + columns.m_nFirst, count, out);
                 if (gamma)
                     display->fnGammaCorrect(reinterpret_cast<unsigned char*>(out),
                                             static_cast<unsigned>(count), 32);

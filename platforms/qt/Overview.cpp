@@ -1,0 +1,145 @@
+#include "platforms/qt/Overview.h"
+
+#include "platforms/qt/PixelRows.h"
+#include "q32Base/image/CqImage.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numeric>
+
+namespace q32::qt {
+
+namespace {
+
+/// Sums of up to 256 pixels, two parts of 8 bits in each.
+struct Sum {
+    std::uint32_t m_nRedBlue = 0;
+    std::uint32_t m_nGreen = 0;
+
+    void fnAdd(std::uint32_t pixel) {
+        m_nRedBlue += pixel & 0x00FF00FFu;
+        m_nGreen += pixel >> 8 & 0xFFu;
+    }
+    std::uint32_t fnGetMean(std::uint32_t count) const {
+        const std::uint32_t half = count / 2;
+        return kOpaque | ((m_nRedBlue >> 16) + half) / count << 16 |
+               (m_nGreen + half) / count << 8 | ((m_nRedBlue & 0xFFFFu) + half) / count;
+    }
+};
+
+std::uint32_t fnDivideUp(std::uint32_t value, unsigned shift) {
+    return (value + (1u << shift) - 1) >> shift;
+}
+
+/// Reduces rows of pixels, `width` in each, by the same power of two in both directions.
+/// @param fetch  gives the row of a number below `height`
+template <typename Fetch>
+void fnReduce(std::uint32_t width, std::uint32_t height, unsigned shift, std::size_t stride,
+              std::uint32_t* out, Fetch fetch) {
+    std::array<Sum, Overview::kCellSize> sums;
+    const std::uint32_t block = 1u << shift;
+    for (std::uint32_t top = 0; top < height; top += block, out += stride) {
+        const std::uint32_t rows = std::min(block, height - top);
+        sums.fill(Sum());
+        for (std::uint32_t y = top; y < top + rows; ++y) {
+            const std::uint32_t* row = fetch(y);
+            for (std::uint32_t x = 0; x < width; ++x)
+                sums[x >> shift].fnAdd(row[x]);
+        }
+        for (std::uint32_t i = 0; i < fnDivideUp(width, shift); ++i)
+            out[i] = sums[i].fnGetMean(rows * std::min(block, width - (i << shift)));
+    }
+}
+
+} // namespace
+
+std::size_t Overview::fnOffset(unsigned shift) const {
+    std::size_t offset = 0;
+    for (unsigned i = m_nFirstShift; i < shift; ++i)
+        offset += std::size_t{kCellSize >> i} * (kCellSize >> i);
+    return offset;
+}
+
+void Overview::fnReset(const CqImage* image) {
+    constexpr unsigned kLeastShift = 2;
+    constexpr unsigned kMostShift = 4; // what the sums take
+    m_Cells.clear();
+    m_nFirstShift = 0;
+    m_nWidth = image ? image->Width : 0;
+    m_nHeight = image ? image->Height : 0;
+    m_nBits = image ? image->BitCount : 0;
+    m_nAcross = (m_nWidth + kCellSize - 1) / kCellSize;
+    const std::size_t count = std::size_t{m_nAcross} * ((m_nHeight + kCellSize - 1) / kCellSize);
+    for (m_nFirstShift = kLeastShift; m_nFirstShift <= kMostShift; ++m_nFirstShift)
+        if (count * (fnOffset(kLastShift + 1) * 4) <= kMostBytes) {
+            m_Cells.resize(count);
+            return;
+        }
+    m_nFirstShift = 0;
+}
+
+bool Overview::fnIsFor(const CqImage& image) const {
+    return image.Width == m_nWidth && image.Height == m_nHeight && image.BitCount == m_nBits;
+}
+
+void Overview::fnForget(const CRect& part) {
+    CRect cut;
+    const CRect whole(0, 0, static_cast<LONG>(m_nWidth), static_cast<LONG>(m_nHeight));
+    if (m_Cells.empty() || !cut.IntersectRect(part, whole))
+        return;
+    constexpr auto kSize = static_cast<LONG>(kCellSize);
+    for (LONG row = cut.top / kSize; row <= (cut.bottom - 1) / kSize; ++row)
+        for (LONG column = cut.left / kSize; column <= (cut.right - 1) / kSize; ++column)
+            m_Cells[static_cast<std::size_t>(row) * m_nAcross + static_cast<std::size_t>(column)]
+                .reset();
+}
+
+unsigned Overview::fnGetShift(double zoom) const {
+    if (m_Cells.empty())
+        return 0;
+    const double wanted = std::floor(std::log2(1 / zoom) + 1e-9);
+    return wanted < m_nFirstShift ? 0 : static_cast<unsigned>(std::min<double>(wanted, kLastShift));
+}
+
+const std::uint32_t* Overview::fnFind(std::uint32_t column, std::uint32_t row,
+                                      unsigned shift) const {
+    const std::uint32_t* cell = m_Cells[std::size_t{row} * m_nAcross + column].get();
+    return cell ? cell + fnOffset(shift) : nullptr;
+}
+
+void Overview::fnMake(CqImage& image, std::uint32_t column, std::uint32_t row) {
+    std::unique_ptr<std::uint32_t[]> cell(new std::uint32_t[fnOffset(kLastShift + 1)]);
+    CPoint corner(static_cast<LONG>(column * kCellSize), static_cast<LONG>(row * kCellSize));
+    CqImageTile tile;
+    image.fnAccessTile(corner, &tile);
+    std::array<std::uint32_t, kCellSize> columns;
+    std::iota(columns.begin(), columns.end(), column * kCellSize);
+    std::array<std::uint32_t, kCellSize> pixels;
+    const PixelTable table = fnReadTable(image);
+    std::uint32_t width = std::min(kCellSize, m_nWidth - column * kCellSize);
+    std::uint32_t height = std::min(kCellSize, m_nHeight - row * kCellSize);
+
+    fnReduce(width, height, m_nFirstShift, kCellSize >> m_nFirstShift, cell.get(),
+             [&](std::uint32_t y) {
+                 const auto down = static_cast<std::size_t>(corner.y - tile.Top) + y;
+                 fnPickPixels(tile, tile.Pixels + down * tile.RowBytes, table, columns.data(),
+                              width, pixels.data());
+                 return pixels.data();
+             });
+    std::uint32_t* from = cell.get();
+    width = fnDivideUp(width, m_nFirstShift);
+    height = fnDivideUp(height, m_nFirstShift);
+    for (unsigned shift = m_nFirstShift; shift < kLastShift; ++shift) {
+        const std::size_t stride = kCellSize >> shift;
+        std::uint32_t* to = from + stride * stride;
+        fnReduce(width, height, 1, stride / 2, to,
+                 [&](std::uint32_t y) { return from + y * stride; });
+        from = to;
+        width = fnDivideUp(width, 1);
+        height = fnDivideUp(height, 1);
+    }
+    m_Cells[std::size_t{row} * m_nAcross + column] = std::move(cell);
+}
+
+} // namespace q32::qt
