@@ -3,6 +3,7 @@
 #include "platforms/qt/CqQtCanvas.h"
 #include "platforms/qt/Overview.h"
 #include "platforms/qt/TileSampler.h"
+#include "q32Base/framework/Exceptions.h"
 #include "q32Base/image/CqImage.h"
 
 #include <algorithm>
@@ -43,9 +44,11 @@ double fnNextZoom(double zoom, bool in) {
                          [=](double step) { return step < zoom * (1 - kSame); });
 }
 
+/// Positions beyond this are of no use: what lies there is out of sight, and sums of two still fit.
+constexpr double kMostScaled = std::numeric_limits<int>::max() / 2;
+
 int fnToInt(double value) {
-    constexpr double kMost = std::numeric_limits<int>::max() / 2;
-    return static_cast<int>(std::clamp(value, -kMost, kMost));
+    return static_cast<int>(std::clamp(value, -kMostScaled, kMostScaled));
 }
 
 } // namespace
@@ -74,6 +77,8 @@ void CqImageView::fnImageChanged() {
     fnForgetAll();
     if (m_bFit)
         fnApplyZoom(fnGetFitZoom(), QPointF());
+    else
+        fnApplyZoom(std::min(m_Zoom, fnGetMostZoom()), QPointF());
     fnUpdateBars();
     Q_EMIT visibleChanged();
 }
@@ -119,6 +124,13 @@ QPoint CqImageView::fnGetOrigin() const {
             spare.height() > 0 ? -(spare.height() / 2) : verticalScrollBar()->value()};
 }
 
+double CqImageView::fnGetMostZoom() const {
+    if (!fnHasPicture())
+        return kMostZoom;
+    // All of the scaled picture has to be within the reach of the scroll bars.
+    return std::min(kMostZoom, kMostScaled / std::max(m_pImage->Width, m_pImage->Height));
+}
+
 double CqImageView::fnGetFitZoom() const {
     if (!fnHasPicture())
         return m_Zoom;
@@ -134,7 +146,7 @@ void CqImageView::fnSetZoom(double zoom) {
 
 void CqImageView::fnSetZoom(double zoom, const QPointF& anchor) {
     m_bFit = false;
-    fnApplyZoom(std::isnan(zoom) ? 1.0 : std::clamp(zoom, kLeastZoom, kMostZoom), anchor);
+    fnApplyZoom(std::isnan(zoom) ? 1.0 : std::clamp(zoom, kLeastZoom, fnGetMostZoom()), anchor);
 }
 
 void CqImageView::fnStepZoom(int steps) {
@@ -143,7 +155,7 @@ void CqImageView::fnStepZoom(int steps) {
 
 void CqImageView::fnStepZoom(int steps, const QPointF& anchor) {
     double zoom = m_Zoom;
-    for (; steps > 0 && zoom < kMostZoom; --steps)
+    for (; steps > 0 && zoom < fnGetMostZoom(); --steps)
         zoom = fnNextZoom(zoom, true);
     for (; steps < 0 && zoom > kLeastZoom; ++steps)
         zoom = fnNextZoom(zoom, false);
@@ -239,16 +251,20 @@ void CqImageView::fnForgetAll() {
 void CqImageView::fnMatchCanvas() {
     QImage& pixels = m_pCanvas->fnGetPixels();
     const QPoint origin = fnGetOrigin();
+    const QPoint moved = m_Drawn - origin;
+    QRegion stale; // memory may run out before it is whole, and all is as it was then
     if (m_CanvasSize != pixels.size()) {
-        m_CanvasSize = pixels.size();
-        m_Stale = pixels.rect();
-    } else if (const QPoint moved = m_Drawn - origin; !moved.isNull()) {
-        m_Stale.translate(moved);
-        const QRect kept = pixels.rect() & pixels.rect().translated(moved);
-        m_Stale += QRegion(pixels.rect()) - kept;
-        m_Stale &= pixels.rect();
+        stale = pixels.rect();
+    } else if (!moved.isNull()) {
+        stale = m_Stale.translated(moved);
+        stale += QRegion(pixels.rect()) - (pixels.rect() & pixels.rect().translated(moved));
+        stale &= pixels.rect();
         q32::qt::fnScrollPixels(pixels, moved);
+    } else {
+        return;
     }
+    m_Stale.swap(stale);
+    m_CanvasSize = pixels.size();
     m_Drawn = origin;
 }
 
@@ -329,10 +345,17 @@ void CqImageView::timerEvent(QTimerEvent* event) {
 void CqImageView::fnPaintOver(QPainter&, const QRegion&) {}
 
 void CqImageView::paintEvent(QPaintEvent* event) {
-    fnDrawNow();
-    QPainter painter(m_pCanvas);
-    m_pCanvas->fnPaint(painter, event->region());
-    fnPaintOver(painter, event->region());
+    // Nothing may pass through the event loop. What could not be drawn is drawn by a later event.
+    try {
+        fnDrawNow();
+        QPainter painter(m_pCanvas);
+        m_pCanvas->fnPaint(painter, event->region());
+        fnPaintOver(painter, event->region());
+    } catch (const std::bad_alloc&) {
+        return;
+    } catch (CMemoryException* failure) {
+        failure->Delete();
+    }
 }
 
 void CqImageView::resizeEvent(QResizeEvent* event) {

@@ -55,7 +55,8 @@ public:
     void fnImageChanged(const CRect& part);
 
     double fnGetZoom() const { return m_Zoom; }
-    /// Sets the zoom, cut to what is allowed; the picture stays where it is in the middle of the
+    /// Sets the zoom, cut to what is allowed, which is less for a picture of millions of pixels
+    /// across; the picture stays where it is in the middle of the
     /// view, or at `anchor`. Ends the fit.
     void fnSetZoom(double zoom);
     void fnSetZoom(double zoom, const QPointF& anchor);
@@ -119,6 +120,7 @@ private:
     QSize fnGetScaledSize() const;
     QPoint fnGetOrigin() const;
     double fnGetFitZoom() const;
+    double fnGetMostZoom() const;
     void fnApplyZoom(double zoom, const QPointF& anchor);
     void fnUpdateBars();
     void fnMoveTo(const QPointF& origin);
@@ -139,6 +141,6 @@ private:
     QSize m_CanvasSize; ///< that the stale region was made for
     QPoint m_Drawn;     ///< origin that the canvas' pixels were drawn for
     int m_nWheel = 0;   ///< of a step that isn't complete yet
-    QPoint m_DragFrom;  ///< last place of the cursor while it drags
+    QPointF m_Grabbed;  ///< place in the image that the cursor drags
     bool m_bDragging = false;
 };

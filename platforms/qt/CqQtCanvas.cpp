@@ -10,8 +10,8 @@ CqQtCanvas::CqQtCanvas(QWidget* parent) : QWidget(parent) {
     setAttribute(Qt::WA_OpaquePaintEvent);
 }
 
-QSize CqQtCanvas::fnGetPixelSize() const {
-    const QSizeF pixels = QSizeF(size()) * devicePixelRatioF();
+QSize CqQtCanvas::fnGetPixelSize(const QWidget& widget) {
+    const QSizeF pixels = QSizeF(widget.size()) * widget.devicePixelRatioF();
     return {static_cast<int>(std::ceil(pixels.width())),
             static_cast<int>(std::ceil(pixels.height()))};
 }
@@ -71,6 +71,10 @@ void CqQtCanvas::fnPaint(QPainter& painter, const QRegion& exposed) {
 }
 
 void CqQtCanvas::paintEvent(QPaintEvent* event) {
-    QPainter painter(this);
-    fnPaint(painter, event->region());
+    try {
+        QPainter painter(this);
+        fnPaint(painter, event->region());
+    } catch (const std::bad_alloc&) {
+        return; // nothing may pass through the event loop; what the screen shows stays
+    }
 }

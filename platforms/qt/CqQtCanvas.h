@@ -25,13 +25,15 @@ public:
     /// The pixels, in the widget's present size and scale; at least one. What is new since the last
     /// call has the colour of the widget's window background.
     QImage& fnGetPixels();
-    /// Size in pixels of the screen.
-    QSize fnGetPixelSize() const;
+    /// Size in pixels of the screen; one that is covered in part counts.
+    QSize fnGetPixelSize() const { return fnGetPixelSize(*this); }
+    static QSize fnGetPixelSize(const QWidget& widget);
 
     /// Brings a changed part, in pixels, to the screen: at once, or from within a paint event of
     /// this widget as soon as that is over.
     void fnShowPixels(const QRegion& part);
-    /// Copies the exposed part, in the widget's coordinates, from the pixels.
+    /// Copies the exposed part, in the widget's coordinates, from the pixels. A paint event that
+    /// runs out of memory leaves what the screen shows.
     void fnPaint(QPainter& painter, const QRegion& exposed);
 
     /// The part of the canvas, in pixels, that covers a part in the widget's coordinates.

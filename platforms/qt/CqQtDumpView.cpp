@@ -56,8 +56,9 @@ DumpFrame::DumpFrame() {
 
 void DumpFrame::closeEvent(QCloseEvent* event) {
     event->accept();
-    if (m_OnClose)
-        m_OnClose();
+    const std::function<void()> onClose = m_OnClose; // it may be taken away by what it calls
+    if (onClose)
+        onClose();
 }
 
 CqQtDumpView::CqQtDumpView(const CqDumpViewSetup& setup, CqDumpViewEvents& events,
@@ -127,11 +128,11 @@ void CqQtDumpView::fnInsertMenuItem(const CqDumpMenuItem& item) {
     } else {
         action->setText(fnToText(*m_pCodePage, item.m_szText ? item.m_szText : ""));
         action->setStatusTip(fnToText(*m_pCodePage, item.m_szPrompt ? item.m_szPrompt : ""));
-        QObject::connect(action, &QAction::triggered, m_pFrame, [this, item] {
+        QObject::connect(action, &QAction::triggered, m_pFrame, [this, action, id = item.m_nId] {
             // The library tells how an item is checked. The view may be gone after this.
-            if (m_Items[item.m_nId]->isCheckable())
-                m_Items[item.m_nId]->toggle();
-            m_Events.fnOnSysCommand(item.m_nId);
+            if (action->isCheckable())
+                action->toggle();
+            m_Events.fnOnSysCommand(id);
         });
         m_Items[item.m_nId] = action;
     }

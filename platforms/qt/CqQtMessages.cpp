@@ -1,11 +1,13 @@
 #include "platforms/qt/CqQtMessages.h"
 
+#include "platforms/qt/CqQtWindows.h"
 #include "platforms/qt/QtText.h"
 
 #include <array>
 #include <cstdio>
 #include <QApplication>
 #include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 #include <QThread>
 #include <utility>
@@ -63,16 +65,49 @@ bool fnCanShow() {
     return app && !QCoreApplication::closingDown() && QThread::currentThread() == app->thread();
 }
 
-QWidget* fnGetOwner() {
-    QWidget* modal = QApplication::activeModalWidget();
-    return modal ? modal : QApplication::activeWindow();
+/// A box whose owner may go, and take it along, while it stands.
+class OwnedBox {
+public:
+    explicit OwnedBox(QWidget* owner) : m_pBox(new QMessageBox(owner)) {}
+    ~OwnedBox() { delete m_pBox; }
+    OwnedBox(const OwnedBox&) = delete;
+    OwnedBox& operator=(const OwnedBox&) = delete;
+    QMessageBox* operator->() const { return m_pBox; }
+
+private:
+    const QPointer<QMessageBox> m_pBox;
+};
+
+QWidget* fnGetOwner(CqWindowService& windows) {
+    if (QWidget* modal = QApplication::activeModalWidget())
+        return modal;
+    if (QWidget* active = QApplication::activeWindow())
+        return active;
+    const auto* place = dynamic_cast<const CqQtPlace*>(windows.fnGetMainWnd());
+    QWidget* main = place ? place->fnGetWidget() : nullptr;
+    return main ? main->window() : nullptr;
+}
+
+void fnSetButtons(const OwnedBox& box, const Buttons& buttons, UINT style) {
+    for (const Button& button : buttons)
+        if (button.m_nAnswer != 0)
+            box->addButton(button.m_Button);
+    const UINT first = (style & kDefaultMask) >> kDefaultShift;
+    const Button& standard = buttons[first < buttons.size() ? first : 0];
+    box->setDefaultButton(standard.m_nAnswer != 0 ? standard.m_Button : buttons[0].m_Button);
+    // The last one does the least.
+    for (const Button& button : buttons)
+        if (button.m_nAnswer != 0)
+            box->setEscapeButton(button.m_Button);
 }
 
 } // namespace
 
 CqQtMessages::CqQtMessages(std::shared_ptr<CqMessageService> errors,
-                           std::shared_ptr<const q32::posix::CodePage> codePage)
-    : m_pErrors(std::move(errors)), m_pCodePage(std::move(codePage)) {}
+                           std::shared_ptr<const q32::posix::CodePage> codePage,
+                           std::shared_ptr<CqWindowService> windows)
+    : m_pErrors(std::move(errors)), m_pCodePage(std::move(codePage)),
+      m_pWindows(std::move(windows)) {}
 
 int CqQtMessages::fnShowBox(const char* text, UINT style, const char* caption) {
     text = text ? text : "";
@@ -80,27 +115,18 @@ int CqQtMessages::fnShowBox(const char* text, UINT style, const char* caption) {
         std::fprintf(stderr, "%s%s%s\n", caption ? caption : "", caption ? ": " : "", text);
         return 0;
     }
-    QMessageBox box(fnGetOwner());
-    box.setWindowModality(Qt::ApplicationModal);
-    box.setIcon(fnGetIcon(style));
-    box.setTextFormat(Qt::PlainText); // names of files may look like marked-up text
-    box.setText(q32::qt::fnToText(*m_pCodePage, text));
-    box.setWindowTitle(caption ? q32::qt::fnToText(*m_pCodePage, caption)
-                               : QGuiApplication::applicationDisplayName());
+    const OwnedBox box(fnGetOwner(*m_pWindows));
+    box->setWindowModality(Qt::ApplicationModal);
+    box->setIcon(fnGetIcon(style));
+    box->setTextFormat(Qt::PlainText); // names of files may look like marked-up text
+    box->setText(q32::qt::fnToText(*m_pCodePage, text));
+    box->setWindowTitle(caption ? q32::qt::fnToText(*m_pCodePage, caption)
+                                : QGuiApplication::applicationDisplayName());
     const Buttons buttons = fnGetButtons(style);
-    for (const Button& button : buttons)
-        if (button.m_nAnswer != 0)
-            box.addButton(button.m_Button);
-    const UINT first = (style & kDefaultMask) >> kDefaultShift;
-    const Button& standard = buttons[first < buttons.size() ? first : 0];
-    box.setDefaultButton(standard.m_nAnswer != 0 ? standard.m_Button : buttons[0].m_Button);
-    const UINT kind = style & kButtonMask;
-    box.setEscapeButton(kind == MB_YESNO                                ? QMessageBox::No
-                        : kind == MB_YESNOCANCEL || kind == MB_OKCANCEL ? QMessageBox::Cancel
-                                                                        : QMessageBox::Ok);
-    const int chosen = box.exec();
+    fnSetButtons(box, buttons, style);
+    const int chosen = box->exec();
     for (const Button& button : buttons)
         if (button.m_nAnswer != 0 && button.m_Button == chosen)
             return button.m_nAnswer;
-    return 0; // the application ended while the box stood
+    return 0;
 }

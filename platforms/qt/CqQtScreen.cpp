@@ -26,6 +26,7 @@ CDC* CqQtScreen::fnGetDC(CWnd* window) {
     if (!qobject_cast<QApplication*>(QCoreApplication::instance()))
         return nullptr;
     CqQtCanvas* canvas = nullptr;
+    bool over = false;
     const QWidget* widget = nullptr;
     if (window) {
         const auto* place = dynamic_cast<const CqQtPlace*>(window);
@@ -33,6 +34,7 @@ CDC* CqQtScreen::fnGetDC(CWnd* window) {
         if (!widget)
             return nullptr;
         canvas = place->fnGetCanvas();
+        over = place->fnIsOver(canvas);
     }
     QtDevice device;
     device.m_pScreen = widget ? widget->screen() : QGuiApplication::primaryScreen();
@@ -42,7 +44,7 @@ CDC* CqQtScreen::fnGetDC(CWnd* window) {
     // What Qt paints on is one of two kinds, whatever the screen's exact depth.
     device.m_nBits = m_nBits != 0 ? m_nBits : device.m_pScreen->depth() > 16 ? 32 : 16;
     device.m_pCodePage = m_pCodePage;
-    m_DCs.push_back(std::make_unique<QtDC>(device, window, canvas));
+    m_DCs.push_back(std::make_unique<QtDC>(device, window, canvas, over));
     return m_DCs.back().get();
 }
 

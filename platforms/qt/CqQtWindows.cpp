@@ -34,8 +34,8 @@ CRect CqQtPlace::fnGetClient() const {
         return {};
     if (const CqQtCanvas* canvas = fnFindCanvas())
         client = canvas;
-    const QSizeF size = QSizeF(client->size()) * client->devicePixelRatioF();
-    return {0, 0, static_cast<LONG>(size.width()), static_cast<LONG>(size.height())};
+    const QSize size = CqQtCanvas::fnGetPixelSize(*client);
+    return {0, 0, size.width(), size.height()};
 }
 
 LRESULT CqQtPlace::fnSend(UINT message, WPARAM wParam) const {

@@ -37,6 +37,8 @@ public:
     /// What the library draws on: the widget itself or its viewport, if that is a canvas, else a
     /// canvas that lies over the widget, hidden until something is drawn. The widget must stand.
     CqQtCanvas* fnGetCanvas() const;
+    /// Whether a canvas is the one that lies over the widget.
+    bool fnIsOver(const CqQtCanvas* canvas) const { return canvas && m_pOver == canvas; }
 
 protected:
     /// In pixels of the screen.

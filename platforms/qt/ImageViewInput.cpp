@@ -4,7 +4,6 @@
 
 #include <QKeyEvent>
 #include <QMouseEvent>
-#include <QScrollBar>
 #include <QWheelEvent>
 
 namespace {
@@ -35,17 +34,14 @@ void CqImageView::mousePressEvent(QMouseEvent* event) {
         return;
     }
     m_bDragging = true;
-    m_DragFrom = event->position().toPoint();
+    m_Grabbed = fnToImage(event->position());
     m_pCanvas->setCursor(Qt::ClosedHandCursor);
     event->accept();
 }
 
 void CqImageView::mouseMoveEvent(QMouseEvent* event) {
     if (m_bDragging) {
-        const QPoint at = event->position().toPoint();
-        const QPointF moved = QPointF(m_DragFrom - at) * m_pCanvas->devicePixelRatioF();
-        m_DragFrom = at;
-        fnMoveTo(QPointF(horizontalScrollBar()->value(), verticalScrollBar()->value()) + moved);
+        fnMoveTo(m_Grabbed * m_Zoom - event->position() * m_pCanvas->devicePixelRatioF());
     }
     Q_EMIT pointed(fnToImage(event->position()));
     event->setAccepted(m_bDragging);

@@ -14,7 +14,6 @@
 #include <QFontMetrics>
 #include <QPainter>
 #include <QPalette>
-#include <QScreen>
 #include <utility>
 
 namespace q32::qt {
@@ -65,12 +64,15 @@ void QtDC::fnShow() {
     const QRegion changed = std::exchange(m_Changed, QRegion());
     if (!m_pCanvas || changed.isEmpty())
         return;
-    m_pCanvas->show(); // one that lies over a widget waits hidden
+    if (m_bOver)
+        m_pCanvas->show();
     m_pCanvas->fnShowPixels(changed);
 }
 
 int QtDC::GetDeviceCaps(int index) const {
     const QScreen* screen = m_Device.m_pScreen;
+    if (!screen)
+        return 0;
     const auto scaled = [this](double value) {
         return static_cast<int>(std::lround(value * m_Device.m_Scale));
     };
@@ -95,7 +97,7 @@ CPalette* QtDC::SelectPalette(CPalette* palette, bool) {
 }
 
 std::unique_ptr<CDC> QtDC::CreateCompatibleDC() {
-    std::unique_ptr<QtDC> dc(new (std::nothrow) QtDC(m_Device, nullptr, nullptr));
+    std::unique_ptr<QtDC> dc(new (std::nothrow) QtDC(m_Device, nullptr, nullptr, false));
     if (dc)
         dc->m_bMemory = true;
     return dc;

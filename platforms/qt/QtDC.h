@@ -12,8 +12,7 @@
 #include <QImage>
 #include <QPointer>
 #include <QRegion>
-
-class QScreen;
+#include <QScreen>
 
 namespace q32::qt {
 
@@ -33,8 +32,8 @@ public:
 /// What all device contexts of one display have in common.
 struct QtDevice {
     int m_nBits = 32;
-    double m_Scale = 1.0; ///< pixels of the screen for one of Qt's
-    QScreen* m_pScreen = nullptr;
+    double m_Scale = 1.0;        ///< pixels of the screen for one of Qt's
+    QPointer<QScreen> m_pScreen; ///< may be unplugged
     std::shared_ptr<const posix::CodePage> m_pCodePage;
 };
 
@@ -42,8 +41,9 @@ struct QtDevice {
 class QtDC final : public CDC {
 public:
     /// @param canvas  null for the whole screen
-    QtDC(const QtDevice& device, CWnd* window, CqQtCanvas* canvas)
-        : m_Device(device), m_pWindow(window), m_pCanvas(canvas) {}
+    /// @param over    the canvas lies over a widget, and is hidden until something is drawn
+    QtDC(const QtDevice& device, CWnd* window, CqQtCanvas* canvas, bool over)
+        : m_Device(device), m_pWindow(window), m_pCanvas(canvas), m_bOver(over) {}
 
     CWnd* fnGetWindow() const { return m_pWindow; }
     CqPaletteObject* fnGetPalette() const { return m_pPalette ? m_pPalette->GetObject() : nullptr; }
@@ -81,6 +81,7 @@ private:
     QtDevice m_Device;
     CWnd* m_pWindow;
     QPointer<CqQtCanvas> m_pCanvas;
+    bool m_bOver;
     bool m_bMemory = false;
     CPalette* m_pPalette = nullptr;
     CFont* m_pFont = nullptr;

@@ -13,7 +13,7 @@ CqPlatform q32QtPlatform(const std::shared_ptr<CqQtWindows>& windows, const CqQt
     CqPlatform platform = q32PosixPlatform(options.m_Posix);
     platform.m_pScreen =
         std::make_shared<CqQtScreen>(platform.m_pScreen, codePage, options.m_nBits);
-    platform.m_pMessages = std::make_shared<CqQtMessages>(platform.m_pMessages, codePage);
+    platform.m_pMessages = std::make_shared<CqQtMessages>(platform.m_pMessages, codePage, windows);
     platform.m_pKeyboard = std::make_shared<CqQtKeyboard>();
     windows->fnSetCodePage(codePage);
     platform.m_pWindows = windows;
