@@ -75,11 +75,13 @@ CqQtDumpView::CqQtDumpView(const CqDumpViewSetup& setup, CqDumpViewEvents& event
     if (setup.m_Place) {
         constexpr LONG kFar = 32767;
         const CRect place(*setup.m_Place);
-        m_pFrame->resize(std::clamp(place.Width(), LONG{0}, kFar),
-                         std::clamp(place.Height(), LONG{0}, kFar));
+        // A screen that is no longer there can't show the window: it begins where windows begin,
+        // and no bigger than the screens that there are.
+        const QSize most = m_pFrame->screen()->availableVirtualSize();
+        m_pFrame->resize(std::clamp(place.Width(), LONG{0}, LONG{most.width()}),
+                         std::clamp(place.Height(), LONG{0}, LONG{most.height()}));
         const QPoint corner(std::clamp(place.left, -kFar, kFar),
                             std::clamp(place.top, -kFar, kFar));
-        // A screen that is no longer there can't show the window: it begins where windows begin.
         if (QGuiApplication::screenAt(corner))
             m_pFrame->move(corner);
     }

@@ -1,10 +1,13 @@
 #include "platforms/qt/EventHold.h"
 
+#include <algorithm>
 #include <array>
 #include <QCoreApplication>
 #include <QEvent>
 #include <QEventLoop>
+#include <QGuiApplication>
 #include <QKeyEvent>
+#include <QWindow>
 #include <utility>
 
 namespace q32::qt {
@@ -83,6 +86,36 @@ bool fnIsForLater(QEvent::Type type) {
     }
 }
 
+/// Whether a modal window has come up that holds a window back.
+bool fnIsBlocked(QObject* object) {
+    const QWindow* modal = QGuiApplication::modalWindow();
+    if (!modal)
+        return false;
+    for (auto* at = qobject_cast<QWindow*>(object); at; at = at->transientParent())
+        if (at == modal)
+            return false;
+    return true;
+}
+
+/// What the user does to a window, and what a modal window holds back.
+bool fnIsInput(QEvent::Type type) {
+    switch (type) {
+    case QEvent::Enter:
+    case QEvent::Leave:
+    case QEvent::FocusIn:
+    case QEvent::FocusOut:
+    case QEvent::Paint:
+    case QEvent::Expose:
+    case QEvent::Resize:
+    case QEvent::Move:
+    case QEvent::WindowStateChange:
+    case QEvent::UpdateRequest:
+        return false;
+    default:
+        return true;
+    }
+}
+
 } // namespace
 
 EventHold::EventHold() {
@@ -120,6 +153,11 @@ bool EventHold::eventFilter(QObject* object, QEvent* event) {
         return false;
     const QEvent::Type type = event->type();
     if (type != QEvent::KeyPress && type != QEvent::KeyRelease && !fnIsForLater(type))
+        return false;
+    // A window that is just being shown has its events at once, before the event loop runs.
+    const bool waits = std::any_of(m_Held.begin(), m_Held.end(),
+                                   [=](const Held& held) { return held.m_pObject == object; });
+    if (!waits && !fnIsInput(type))
         return false;
     // What is newer than what was kept has to wait for it, and may find its window gone.
     const QPointer<QObject> target(object);
@@ -195,6 +233,8 @@ void EventHold::fnDeliver() {
         QObject* object = held.m_pObject;
         const QEvent::Type type = held.m_pEvent->type();
         if (!object || (type == QEvent::Expose && painted == object))
+            continue;
+        if (fnIsInput(type) && fnIsBlocked(object))
             continue;
         held.m_pEvent->accept();
         m_pDelivered = held.m_pEvent.get();

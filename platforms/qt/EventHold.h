@@ -16,7 +16,8 @@ namespace q32::qt {
 
 /// Looks into the application's queue during a long operation: takes the keys out, and keeps all
 /// else for later, in its order. What was kept is delivered as soon as the event loop runs again,
-/// before anything newer.
+/// before anything newer; but what the user did to a window that a modal one holds back by then is
+/// dropped.
 class EventHold : public QObject {
     Q_OBJECT
 

@@ -231,8 +231,18 @@ TEST_F(ImageView, LooksGood) {
     m_pView->fnImageChanged();
     fnCheckAll();
     fnKeepPicture(*m_pView, "image-view-fit");
-    m_pView->fnSetZoom(4.0);
-    fnKeepPicture(*m_pView, "image-view-400");
+    for (const double zoom : {0.1, 0.25, 1.0, 1.5, 4.0}) {
+        m_pView->fnSetZoom(zoom);
+        fnSettle();
+        fnKeepPicture(*m_pView, "image-view-" + QString::number(zoom * 100));
+    }
+    fnInBothPalettes([&](const QString& name) {
+        m_pView->setFrameShape(QFrame::StyledPanel);
+        m_pView->fnSetZoom(0.5);
+        fnSettle();
+        fnKeepPicture(*m_pView, "image-view-framed" + name);
+        EXPECT_EQ(fnPixels().pixel(0, 0), m_pView->palette().color(QPalette::Mid).rgb());
+    });
 }
 
 } // namespace

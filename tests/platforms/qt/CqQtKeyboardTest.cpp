@@ -103,6 +103,57 @@ TEST_F(QtKeyboard, KeysAreThrownAwayAndTheMouseArrivesAfterwardsInOrder) {
                                         "press 30", "release 30", "press 40", "release 40"}));
 }
 
+TEST_F(QtKeyboard, WhatWaitedDoesNotReachAWindowBehindABox) {
+    fnPostClick(10);
+    EXPECT_FALSE(fnSeesEsc(1));
+    QTimer timer;
+    int looks = 0;
+    QObject::connect(&timer, &QTimer::timeout, [&] {
+        QWidget* box = QApplication::activeModalWidget();
+        if (box && ++looks > 3)
+            box->close();
+    });
+    timer.start(5);
+    m_Platform.m_pMessages->fnShowBox("stopped", MB_OK, "t");
+    EXPECT_GT(looks, 3);
+    EXPECT_TRUE(m_Window.m_Seen.empty());
+}
+
+TEST_F(QtKeyboard, AResizeAndARepaintArriveAfterTheOperation) {
+    int paints = 0;
+    class Painted : public QWidget {
+    public:
+        explicit Painted(int& paints) : m_nPaints(paints) {}
+
+    protected:
+        void paintEvent(QPaintEvent*) override { ++m_nPaints; }
+
+    private:
+        int& m_nPaints;
+    } window(paints);
+    window.resize(100, 100);
+    ASSERT_TRUE(fnShow(window));
+    ASSERT_TRUE(fnWaitFor([&] { return paints > 0; }));
+    EXPECT_FALSE(fnSeesEsc(1));
+    paints = 0;
+    window.windowHandle()->resize(150, 140);
+    window.update();
+    for (int i = 0; i < 20000; ++i)
+        fnSeesEsc(1);
+    EXPECT_EQ(paints, 0);
+    EXPECT_TRUE(fnWaitFor([&] { return window.size() == QSize(150, 140) && paints > 0; }));
+}
+
+TEST_F(QtKeyboard, AHeldKeyThatRepeatsCountsOnceUntilItIsReleased) {
+    for (int i = 0; i < 5; ++i)
+        fnPost(new QKeyEvent(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier, QString(), i > 0));
+    EXPECT_TRUE(fnKeyboard().fnIsKeyDown(VK_ESCAPE));
+    CqKeyMessage message;
+    ASSERT_TRUE(fnKeyboard().fnTakeKeyMessage(message));
+    EXPECT_EQ(message.m_wParam, static_cast<WPARAM>(VK_ESCAPE));
+    EXPECT_FALSE(fnKeyboard().fnTakeKeyMessage(message));
+}
+
 TEST_F(QtKeyboard, ACloseWaitsForTheEndOfTheOperation) {
     fnPost(new QEvent(QEvent::Close));
     CqKeyMessage message;

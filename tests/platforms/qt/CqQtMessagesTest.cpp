@@ -6,7 +6,9 @@
 #include <functional>
 #include <QApplication>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 #include <QTimer>
 #include <thread>
@@ -69,10 +71,29 @@ TEST_F(QtMessages, TheBoxHasTextCaptionIconAndModality) {
         EXPECT_EQ(box.icon(), QMessageBox::Warning);
         EXPECT_EQ(box.windowModality(), Qt::ApplicationModal);
         EXPECT_EQ(box.buttons().size(), 3);
-        fnKeepPicture(box, "message-box");
     };
     fnShowBox("<b>sea & sky</b>.bmp", MB_YESNOCANCEL | MB_ICONEXCLAMATION, "Darkroom",
               QMessageBox::No, look);
+}
+
+TEST_F(QtMessages, BoxesAreWideEnoughForTheirTexts) {
+    fnInBothPalettes([&](const QString& name) {
+        const auto look = [&](QMessageBox& box) {
+            const auto* text = box.findChild<QLabel*>("qt_msgbox_label");
+            ASSERT_NE(text, nullptr);
+            EXPECT_GE(text->height(), text->heightForWidth(text->width()));
+            for (const QAbstractButton* button : box.buttons())
+                EXPECT_TRUE(box.rect().contains(
+                    button->geometry().translated(button->parentWidget()->mapTo(&box, QPoint()))));
+            fnKeepPicture(box, "message-" + QString::number(box.icon()) + name);
+        };
+        fnShowBox("Save changes to [sunset over the bay.bmp] before closing?",
+                  MB_YESNOCANCEL | MB_ICONEXCLAMATION, "Darkroom", QMessageBox::No, look);
+        fnShowBox("Insufficient memory. Please close other programs\nto free up system resources.",
+                  MB_ICONHAND, "Darkroom", QMessageBox::Ok, look);
+        fnShowBox("Done?", MB_YESNO | MB_ICONQUESTION, "Darkroom", QMessageBox::No, look);
+        fnShowBox("Done.", MB_ICONASTERISK, "Darkroom", QMessageBox::Ok, look);
+    });
 }
 
 TEST_F(QtMessages, EachIconIsShown) {
@@ -107,6 +128,43 @@ TEST_F(QtMessages, ABoxStandsBeforeTheActiveWindow) {
     ASSERT_TRUE(fnWaitFor([&] { return window.isActiveWindow(); }));
     fnShowBox("a", 0, "t", QMessageBox::Ok,
               [&](QMessageBox& box) { EXPECT_EQ(box.parentWidget(), &window); });
+}
+
+TEST_F(QtMessages, WithoutAnActiveWindowABoxStandsBeforeTheMainWindow) {
+    QWidget window;
+    CqQtWnd frame(&window);
+    m_pWindows->fnSetMainWnd(&frame);
+    ASSERT_TRUE(fnWaitFor([] { return !QApplication::activeWindow(); }));
+    fnShowBox("a", 0, "t", QMessageBox::Ok,
+              [&](QMessageBox& box) { EXPECT_EQ(box.parentWidget(), &window); });
+    m_pWindows->fnSetMainWnd(nullptr);
+}
+
+TEST_F(QtMessages, ABoxGoesWithItsWindow) {
+    const QPointer<QWidget> window(new QWidget);
+    CqQtWnd frame(window);
+    m_pWindows->fnSetMainWnd(&frame);
+    ASSERT_TRUE(fnWaitFor([] { return !QApplication::activeWindow(); }));
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, [&] {
+        if (QApplication::activeModalWidget())
+            delete window;
+    });
+    timer.start(5);
+    EXPECT_EQ(m_Platform.m_pMessages->fnShowBox("a", MB_YESNO, "t"), 0);
+    EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+    m_pWindows->fnSetMainWnd(nullptr);
+}
+
+TEST_F(QtMessages, ABoxInABoxStandsBeforeIt) {
+    int inner = 0;
+    fnShowBox("outer", MB_YESNO, "t", QMessageBox::Yes, [&](QMessageBox& outer) {
+        inner = fnShowBox("inner", MB_YESNO, "t", QMessageBox::No, [&](QMessageBox& box) {
+            EXPECT_EQ(box.text(), QString("inner"));
+            EXPECT_EQ(box.parentWidget(), &outer);
+        });
+    });
+    EXPECT_EQ(inner, IDNO);
 }
 
 TEST_F(QtMessages, TheLibrarysMessagesComeThisWay) {

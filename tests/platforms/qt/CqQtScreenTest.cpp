@@ -116,6 +116,49 @@ TEST_F(QtScreen, WhatWasDrawnIsSeenOnceTheDeviceContextIsReleased) {
     EXPECT_EQ(seen.pixel(7, 10), face ^ 0x00FFFFFFu);
 }
 
+TEST_F(QtScreen, DrawingOnACanvasThatIsHiddenDoesNotShowIt) {
+    m_Canvas.hide();
+    CDC* dc = m_Wnd.GetDC();
+    ASSERT_NE(dc, nullptr);
+    EXPECT_TRUE(dc->FillRect(CRect(0, 0, 10, 10), COLOR_BTNFACE));
+    m_Wnd.ReleaseDC(dc);
+    EXPECT_FALSE(m_Canvas.isVisible());
+    m_Canvas.show();
+    const QRgb face = m_Canvas.palette().color(QPalette::Button).rgb();
+    EXPECT_EQ(m_Canvas.grab().toImage().pixel(3, 3), face);
+}
+
+TEST_F(QtScreen, ATextIsDrawnWithinItsRectangle) {
+    CDC* dc = m_Wnd.GetDC();
+    ASSERT_NE(dc, nullptr);
+    m_Canvas.fnGetPixels().fill(0xFF010203u);
+    TEXTMETRICA metrics;
+    ASSERT_TRUE(dc->GetTextMetrics(&metrics));
+    EXPECT_EQ(metrics.tmHeight, metrics.tmAscent + metrics.tmDescent);
+    CRect needed(7, 9, 0, 0);
+    EXPECT_EQ(dc->DrawText("100%", -1, &needed, DT_CALCRECT | DT_SINGLELINE), metrics.tmHeight);
+    EXPECT_EQ(needed.TopLeft(), CPoint(7, 9));
+    EXPECT_EQ(needed.Height(), metrics.tmHeight);
+    SIZE extent;
+    ASSERT_TRUE(dc->GetTextExtentPoint32("100%", 4, &extent));
+    EXPECT_EQ(needed.Width(), extent.cx);
+    CRect place(10, 10, 22, 16); // too small on purpose
+    dc->SetBkMode(TRANSPARENT);
+    EXPECT_GT(dc->DrawText("100%", -1, &place, DT_CENTER | DT_VCENTER | DT_SINGLELINE), 0);
+    m_Wnd.ReleaseDC(dc);
+    const QImage& pixels = m_Canvas.fnGetPixels();
+    int inside = 0;
+    for (int y = 0; y < pixels.height(); ++y)
+        for (int x = 0; x < pixels.width(); ++x) {
+            const bool changed = pixels.pixel(x, y) != 0xFF010203u;
+            if (QRect(10, 10, 12, 6).contains(x, y))
+                inside += changed ? 1 : 0;
+            else
+                ASSERT_FALSE(changed) << x << ',' << y;
+        }
+    EXPECT_GT(inside, 0);
+}
+
 TEST_F(QtScreen, IndicesTakeTheirColoursFromTheSelectedPaletteAsTheyAreDrawn) {
     Dib dib;
     dib.m_Header.biSize = 40;

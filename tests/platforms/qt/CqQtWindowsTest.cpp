@@ -4,6 +4,8 @@
 #include "tests/platforms/qt/QtTestTools.h"
 #include "tests/platforms/qt/QtWorld.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <QAction>
 #include <QApplication>
 #include <QFile>
@@ -14,8 +16,10 @@
 #include <QMenuBar>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QStatusBar>
 #include <QTimer>
+#include <vector>
 
 namespace {
 
@@ -38,7 +42,6 @@ TEST_F(QtWindows, TheGaugeIsPaintedOnTheStatusBarWithoutTheEventLoop) {
         progress.fnDrawStatus(60, &aborted);
         EXPECT_FALSE(aborted);
         EXPECT_TRUE(over->isVisible());
-        fnKeepPicture(window, "gauge");
         const QRgb face = window.palette().color(QPalette::Button).rgb();
         const QImage pixels = over->fnGetPixels();
         int inverted = 0;
@@ -49,6 +52,44 @@ TEST_F(QtWindows, TheGaugeIsPaintedOnTheStatusBarWithoutTheEventLoop) {
     }
     EXPECT_TRUE(over->isHidden()); // the bar shows its own text again
     m_pWindows->fnSetMainWnd(nullptr);
+}
+
+TEST_F(QtWindows, TheGaugeCanBeReadInEveryPalette) {
+    fnInBothPalettes([&](const QString& name) {
+        QMainWindow window;
+        window.resize(500, 160);
+        QToolBar& tools = *window.addToolBar("Edit");
+        tools.addAction("Undo");
+        tools.addAction("Redo")->setEnabled(false);
+        QProgressBar progressBar;
+        CqQtProgressCtrl control(&progressBar);
+        window.setCentralWidget(&progressBar);
+        CqQtWnd bar(window.statusBar());
+        ASSERT_TRUE(fnShow(window));
+        CqQtWnd frame(&window);
+        frame.fnSetMessageBar(&bar);
+        m_pWindows->fnSetMainWnd(&frame);
+        CqProgressDisplay gauge;
+        bool aborted = false;
+        gauge.fnDrawStatus(40, &aborted);
+        CqProgressDisplay inControl(&control);
+        inControl.fnDrawStatus(40, nullptr);
+        // The letters differ from the ground on both sides of the bar's end.
+        const QImage& pixels = bar.fnGetCanvas()->fnGetPixels();
+        const int ground = qGray(window.palette().color(QPalette::Button).rgb());
+        int least = 255;
+        int most = 0;
+        for (int y = 0; y < pixels.height(); ++y)
+            for (int x = 0; x < pixels.width(); ++x) {
+                least = std::min(least, qGray(pixels.pixel(x, y)));
+                most = std::max(most, qGray(pixels.pixel(x, y)));
+            }
+        EXPECT_GT(std::max(ground - least, most - ground), 100);
+        EXPECT_EQ(pixels.width(), CqQtCanvas::fnGetPixelSize(window).width());
+        fnKeepPicture(window, "gauge" + name);
+        m_pWindows->fnSetMainWnd(nullptr);
+        window.takeCentralWidget();
+    });
 }
 
 TEST_F(QtWindows, AProgressBarFollowsTheOperation) {
@@ -158,11 +199,64 @@ TEST_F(QtDump, ShowsTextThatGrowsAndItsMenu) {
     EXPECT_EQ(menu[0]->statusTip(), "Save the content of this window");
     EXPECT_TRUE(window->windowFlags() & Qt::WindowStaysOnTopHint);
     ASSERT_TRUE(fnShow(*window));
-    fnKeepPicture(*window, "dump");
     dump.fnClear();
     EXPECT_TRUE(text->toPlainText().isEmpty());
     q32DestroyDumpWnd();
     EXPECT_EQ(fnFindWindow(), nullptr);
+}
+
+TEST_F(QtDump, CanBeReadInEveryPalette) {
+    fnInBothPalettes([&](const QString& name) {
+        ASSERT_TRUE(q32CreateDumpWnd());
+        QMainWindow* window = fnFindWindow();
+        ASSERT_NE(window, nullptr);
+        ASSERT_TRUE(fnShow(*window));
+        CqDumpBin dump;
+        std::vector<unsigned char> bytes(300, 0x5A);
+        dump << "tile 17: 128 x 128, " << 1.5 << " MB, " << 255u << "\n";
+        dump.fnHexDump("", bytes.data(), static_cast<int>(bytes.size()), 16);
+        QMenu* menu = window->menuBar()->actions().at(0)->menu();
+        menu->popup(window->mapToGlobal(QPoint(20, 30)));
+        fnKeepPicture(*menu, "dump-menu" + name);
+        menu->close();
+        fnKeepPicture(*window, "dump" + name);
+        const auto* text = window->findChild<QPlainTextEdit*>();
+        EXPECT_GT(std::abs(qGray(text->palette().color(QPalette::Text).rgb()) -
+                           qGray(text->palette().color(QPalette::Base).rgb())),
+                  100);
+        q32DestroyDumpWnd();
+    });
+}
+
+TEST_F(QtDump, APromptStandsInTheStatusBarWhileItsItemIsHighlighted) {
+    ASSERT_TRUE(q32CreateDumpWnd());
+    QMainWindow* window = fnFindWindow();
+    ASSERT_NE(window, nullptr);
+    ASSERT_TRUE(fnShow(*window));
+    QMenu* menu = window->menuBar()->actions().at(0)->menu();
+    menu->popup(window->mapToGlobal(QPoint(20, 30)));
+    menu->setActiveAction(fnMenu(*window)[1]);
+    EXPECT_EQ(window->statusBar()->currentMessage(), "Places the window above all other windows");
+    menu->close();
+    q32DestroyDumpWnd();
+}
+
+TEST_F(QtDump, ItIsNoBiggerThanAnyScreenAndReachable) {
+    // A place far off any screen, of a size that no screen has.
+    QFile file(m_Folder.path() + "/Qkz.cfg");
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("[DumpWnd]\r\nLayout=900000,900000,2000000,2000000\r\nOnTop=0\r\n");
+    file.close();
+    ASSERT_TRUE(q32CreateDumpWnd());
+    QMainWindow* window = fnFindWindow();
+    ASSERT_NE(window, nullptr);
+    EXPECT_TRUE(QGuiApplication::screenAt(window->pos()));
+    const QRect room = window->screen()->availableVirtualGeometry();
+    EXPECT_LE(window->width(), room.width());
+    EXPECT_LE(window->height(), room.height());
+    EXPECT_FALSE(window->windowFlags() & Qt::WindowStaysOnTopHint);
+    EXPECT_FALSE(fnMenu(*window)[1]->isChecked());
+    q32DestroyDumpWnd();
 }
 
 TEST_F(QtDump, TheOnTopSwitchNeitherMovesNorHidesTheWindow) {

@@ -80,7 +80,7 @@ TEST_F(ImageOverview, SmallZoomsShowTheMeanAtEveryDepth) {
 }
 
 TEST_F(ImageOverview, BeforeItIsMadeEverySecondPixelIsShown) {
-    ASSERT_NO_FATAL_FAILURE(fnMake(4000, 3000, 24));
+    ASSERT_NO_FATAL_FAILURE(fnMake(4000, 3000, 24, QSize(200, 150)));
     m_pView->fnSetZoom(0.125);
     m_pView->fnImageChanged();
     const QImage& pixels = fnPixels();

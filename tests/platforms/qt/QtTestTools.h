@@ -4,11 +4,13 @@
 
 #include <cstdlib>
 #include <functional>
-#include <QCoreApplication>
+#include <QApplication>
+#include <QColor>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QImage>
+#include <QPalette>
 #include <QString>
 #include <QWidget>
 #include <QWindow>
@@ -30,6 +32,18 @@ inline bool fnWaitFor(const std::function<bool()>& condition) {
 inline bool fnShow(QWidget& window) {
     window.show();
     return fnWaitFor([&] { return window.isVisible() && window.windowHandle()->isExposed(); });
+}
+
+/// Does something with light colours and with dark ones; the name is to tell pictures apart.
+inline void fnInBothPalettes(const std::function<void(const QString&)>& work) {
+    const QPalette before = QApplication::palette();
+    for (const bool dark : {false, true}) {
+        const QColor ground = dark ? QColor(45, 45, 48) : QColor(239, 239, 239);
+        QApplication::setPalette(QPalette(ground, ground));
+        QCoreApplication::processEvents(); // windows that stand learn it by an event
+        work(dark ? "-dark" : "-light");
+    }
+    QApplication::setPalette(before);
 }
 
 /// Keeps a picture of a window among the build's products, for people to look at.
