@@ -86,6 +86,20 @@ bool fnIsForLater(QEvent::Type type) {
     }
 }
 
+/// Where the cursor and the focus are: 0 for events that don't tell.
+int fnGetNotice(QEvent::Type type) {
+    switch (type) {
+    case QEvent::Enter:
+    case QEvent::Leave:
+        return 1;
+    case QEvent::FocusIn:
+    case QEvent::FocusOut:
+        return 2;
+    default:
+        return 0;
+    }
+}
+
 /// Whether a modal window has come up that holds a window back.
 bool fnIsBlocked(QObject* object) {
     const QWindow* modal = QGuiApplication::modalWindow();
@@ -154,6 +168,14 @@ bool EventHold::eventFilter(QObject* object, QEvent* event) {
     const QEvent::Type type = event->type();
     if (type != QEvent::KeyPress && type != QEvent::KeyRelease && !fnIsForLater(type))
         return false;
+    // Qt sends these itself from within calls, of a window that comes up for instance. A newer one
+    // tells all that the kept ones did.
+    if (const int notice = fnGetNotice(type)) {
+        std::erase_if(m_Held, [=](const Held& held) {
+            return held.m_pObject == object && fnGetNotice(held.m_pEvent->type()) == notice;
+        });
+        return false;
+    }
     // A window that is just being shown has its events at once, before the event loop runs.
     const bool waits = std::any_of(m_Held.begin(), m_Held.end(),
                                    [=](const Held& held) { return held.m_pObject == object; });
