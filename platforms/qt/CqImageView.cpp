@@ -45,7 +45,7 @@ double fnNextZoom(double zoom, bool in) {
 }
 
 /// Positions beyond this are of no use: what lies there is out of sight, and sums of two still fit.
-constexpr double kMostScaled = std::numeric_limits<int>::max() / 2;
+constexpr double kMostScaled = std::numeric_limits<int>::max() / 2.0;
 
 int fnToInt(double value) {
     return static_cast<int>(std::clamp(value, -kMostScaled, kMostScaled));
