@@ -25,7 +25,7 @@ std::span<const ActionEntry> ActionTable::fnGetActions() {
         {nullptr, nullptr, "", kMenuEdit, Needs::NOTHING, nullptr},
         {"preferences", "&Preferences…", "Ctrl+,", kMenuEdit, Needs::NOTHING,
          &MainWindow::fnAskPreferences},
-        {"zoomIn", "Zoom &In", "Ctrl++", kMenuView, Needs::PICTURE, &MainWindow::fnZoomIn},
+        {"zoomIn", "Zoom &In", "Ctrl++; Ctrl+=", kMenuView, Needs::PICTURE, &MainWindow::fnZoomIn},
         {"zoomOut", "Zoom &Out", "Ctrl+-", kMenuView, Needs::PICTURE, &MainWindow::fnZoomOut},
         {"zoomFit", "&Fit", "Ctrl+0", kMenuView, Needs::PICTURE, &MainWindow::fnZoomFit},
         {"zoomOne", "&Pixel by Pixel", "Ctrl+1", kMenuView, Needs::PICTURE, &MainWindow::fnZoomOne},

@@ -16,7 +16,7 @@ enum class Needs { NOTHING, PICTURE, COLOR_PICTURE, SELECTABLE, SELECTION };
 struct ActionEntry {
     const char* m_pszId;
     const char* m_pszText; ///< null: a line between actions
-    const char* m_pszKeys; ///< portable text; may be empty
+    const char* m_pszKeys; ///< portable text, "; " between several; may be empty
     const char* m_pszMenu;
     Needs m_eNeeds;
     void (MainWindow::*m_pRun)();

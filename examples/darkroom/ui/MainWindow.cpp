@@ -5,11 +5,14 @@
 #include "examples/darkroom/ui/Texts.h"
 #include "platforms/qt/CqQtWindows.h"
 #include "q32Base/frame/Messages.h"
+#include "q32Base/framework/Exceptions.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <cmath>
+#include <exception>
 #include <QAction>
+#include <QApplication>
 #include <QCloseEvent>
 #include <QDragEnterEvent>
 #include <QDropEvent>
@@ -22,6 +25,7 @@
 #include <QProgressBar>
 #include <QStatusBar>
 #include <QUrl>
+#include <utility>
 
 namespace darkroom {
 
@@ -30,14 +34,38 @@ namespace {
 constexpr unsigned int kStartLevels = 10;
 constexpr QSize kStartSize(1100, 760);
 constexpr int kMessageMs = 4000;
+constexpr int kNoMemory = -1;
 
-/// The file of a drag; empty for anything else.
+/// The first file of a drag, since the window has one picture; empty for anything else.
 QString fnFindFile(const QMimeData& data) {
-    const QList<QUrl> urls = data.urls();
-    return urls.size() == 1 ? urls.front().toLocalFile() : QString();
+    for (const QUrl& url : data.urls())
+        if (url.isLocalFile())
+            return url.toLocalFile();
+    return {};
 }
 
 } // namespace
+
+/// How the window is while some work is under way.
+class MainWindow::Busy {
+public:
+    explicit Busy(MainWindow& window) : m_Window(window) {
+        m_Window.m_bBusy = true;
+        QApplication::setOverrideCursor(Qt::BusyCursor);
+        m_Window.m_pGauge->show();
+        m_Window.fnUpdateActions();
+    }
+    ~Busy() {
+        m_Window.m_pGauge->hide();
+        QApplication::restoreOverrideCursor();
+        m_Window.m_bBusy = false;
+    }
+    Busy(const Busy&) = delete;
+    Busy& operator=(const Busy&) = delete;
+
+private:
+    MainWindow& m_Window;
+};
 
 MainWindow::MainWindow(const HostSetup& setup, QWidget* parent)
     : QMainWindow(parent), m_Settings(setup.m_strSettings, QSettings::IniFormat),
@@ -69,27 +97,38 @@ MainWindow::~MainWindow() {
 bool MainWindow::fnRun(const QString& what, const Work& work) {
     if (m_bBusy)
         return false;
-    m_bBusy = true;
-    fnUpdateActions();
-    statusBar()->showMessage(tr("%1 … Esc stops").arg(what));
-    m_pGauge->show();
-    setCursor(Qt::BusyCursor);
-    statusBar()->repaint();
-    Outcome outcome;
-    {
-        CqQtProgressCtrl gauge(m_pGauge);
-        CqProgressDisplay progress(&gauge);
-        outcome = work(&progress);
-    }
-    unsetCursor();
-    m_pGauge->hide();
-    m_bBusy = false;
+    const Outcome outcome = fnWork(what, work);
     fnUpdate();
     statusBar()->showMessage(outcome.m_bAborted ? tr("%1: stopped").arg(what) : QString(),
                              kMessageMs);
     if (outcome.m_nMsgId != 0)
         q32ShowMsg(outcome.m_nMsgId, nullptr, outcome.m_strPath, nullptr, 0);
+    if (!m_strAsked.isEmpty()) // it found the window busy
+        fnOpenSoon(m_strAsked);
     return outcome.fnIsDone();
+}
+
+Outcome MainWindow::fnWork(const QString& what, const Work& work) {
+    const Busy busy(*this);
+    statusBar()->showMessage(tr("%1 … Esc stops").arg(what));
+    // The dialog that has just closed goes from the screen now: paints wait while work is under
+    // way. What the user does meanwhile, and timers, wait with them.
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents |
+                                    QEventLoop::ExcludeSocketNotifiers |
+                                    QEventLoop::X11ExcludeTimers);
+    repaint();
+    try {
+        CqQtProgressCtrl gauge(m_pGauge);
+        CqProgressDisplay progress(&gauge);
+        return work(&progress);
+    } catch (CException* failure) {
+        failure->Delete();
+    } catch (const std::exception&) {
+        // The host's own containers.
+    }
+    Outcome outcome;
+    outcome.m_nMsgId = kNoMemory;
+    return outcome;
 }
 
 void MainWindow::fnUpdate() {
@@ -102,7 +141,8 @@ void MainWindow::fnUpdate() {
     else
         m_pView->fnImageChanged();
     m_pView->fnSelectionChanged();
-    const QString path = QString::fromStdString(m_Document.fnGetPath());
+    m_pPlace->clear(); // its color was another picture's
+    const QString path = QFile::decodeName(m_Document.fnGetPath().c_str());
     const QString name = path.isEmpty() ? tr("Untitled") : QFileInfo(path).fileName();
     setWindowTitle(shown ? tr("%1[*] - Darkroom").arg(name) : tr("Darkroom"));
     setWindowFilePath(QString());
@@ -141,6 +181,14 @@ void MainWindow::fnUpdateActions() {
             ->setEnabled(picture && operation.fnSuits(m_Document.fnGetImage()));
     if (m_bBusy)
         return;
+    // A tool that is off by now would work on a picture that it isn't made for.
+    for (const ToolEntry& entry : fnGetTools())
+        if (entry.m_eTool == m_pView->fnGetTool() && !allows(entry.m_eNeeds))
+            findChild<QAction*>("toolPan")->trigger();
+    fnUpdateHistory();
+}
+
+void MainWindow::fnUpdateHistory() {
     auto* const undo = findChild<QAction*>("undo");
     auto* const redo = findChild<QAction*>("redo");
     CqQtCmdUI undoItem(ID_EDIT_UNDO, undo);
@@ -168,8 +216,6 @@ void MainWindow::fnUpdateStatus() {
     m_pMemory->setText(
         tr("Memory %1, disk %2").arg(fnTellSize(policy.fnGetRamUsed()), fnTellSize(onDisk)));
     m_pZoom->setText(picture ? tr("%1 %").arg(m_pView->fnGetZoom() * 100, 0, 'g', 4) : QString());
-    if (!picture)
-        m_pPlace->clear();
 }
 
 void MainWindow::fnShowPointed(const QPointF& place) {
@@ -248,7 +294,22 @@ void MainWindow::dropEvent(QDropEvent* event) {
     if (path.isEmpty() || m_bBusy)
         return;
     event->acceptProposedAction();
-    if (fnMayLeave())
+    fnOpenSoon(path); // the program that it was dragged from waits until this returns
+}
+
+void MainWindow::fnOpenSoon(const QString& path) {
+    if (m_bBusy)
+        return;
+    m_strAsked = path;
+    QMetaObject::invokeMethod(this, &MainWindow::fnOpenAsked, Qt::QueuedConnection);
+}
+
+void MainWindow::fnOpenAsked() {
+    if (m_bBusy)
+        return; // the end of the work calls again
+    const QString path = std::exchange(m_strAsked, {});
+    // A dialog that has come up meanwhile works on the present picture.
+    if (!path.isEmpty() && !QApplication::activeModalWidget() && fnMayLeave())
         fnOpen(path);
 }
 

@@ -36,6 +36,14 @@ public:
     PictureView& fnGetView() { return *m_pView; }
     bool fnIsBusy() const { return m_bBusy; }
 
+    using Work = std::function<Outcome(CqProgressDisplay*)>;
+
+    /// Does some work with the gauge, the busy cursor and Esc, while nothing else can be started,
+    /// and shows the message that it ends with. An exception counts as memory that ran out.
+    /// @param what  the work's name for the user
+    /// @return false when the work failed or was stopped, and when other work is under way
+    bool fnRun(const QString& what, const Work& work);
+
     /// Opens a picture in place of the present one, without asking. Failures are shown.
     bool fnOpen(const QString& path);
     bool fnSaveAs(const QString& path);
@@ -51,15 +59,18 @@ protected:
     void dropEvent(QDropEvent* event) override;
 
 private:
-    using Work = std::function<Outcome(CqProgressDisplay*)>;
+    class Busy;
 
     // MainWindow.cpp
-    bool fnRun(const QString& what, const Work& work);
+    Outcome fnWork(const QString& what, const Work& work);
     void fnUpdate();
     void fnUpdateActions();
+    void fnUpdateHistory();
     void fnUpdateStatus();
     void fnShowPointed(const QPointF& place);
     bool fnMayLeave();
+    void fnOpenSoon(const QString& path);
+    void fnOpenAsked();
 
     // MainWindowSetup.cpp
     void fnMakeActions();
@@ -91,7 +102,6 @@ private:
     void fnAskPreferences();
     void fnShowDump();
     void fnShowAbout();
-    QString fnAskPicture(const QString& title);
     bool fnReadSecond(Document& second, const QString& path);
     void fnStartOperation(const Operation& operation);
     void fnOnDrawn(Tool tool, const std::vector<CqPoint2D>& points,
@@ -111,6 +121,7 @@ private:
     QLabel* m_pFacts = nullptr;
     QLabel* m_pMemory = nullptr;
     QLabel* m_pZoom = nullptr;
+    QString m_strAsked; ///< file that is opened once the event loop runs; empty for none
     bool m_bBusy = false;
 };
 

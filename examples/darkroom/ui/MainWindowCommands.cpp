@@ -1,6 +1,7 @@
 // What the actions of the main window do.
 #include "examples/darkroom/model/Shapes.h"
 #include "examples/darkroom/ui/ColorButton.h"
+#include "examples/darkroom/ui/FileDialogs.h"
 #include "examples/darkroom/ui/MainWindow.h"
 #include "examples/darkroom/ui/MergeDialog.h"
 #include "examples/darkroom/ui/NewDialog.h"
@@ -14,11 +15,9 @@
 #include <algorithm>
 #include <cmath>
 #include <QFile>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QMessageBox>
 #include <QSpinBox>
-#include <QStringList>
 #include <utility>
 
 namespace darkroom {
@@ -28,22 +27,6 @@ namespace {
 constexpr int kNotSaved = -5;
 constexpr int kDumpBytes = 256;
 constexpr int kDumpPerLine = 16;
-
-QString fnMakeFilter(bool writing) {
-    QStringList all;
-    QStringList single;
-    for (const CqPictureFormat& format : q32GetPictureFormats()) {
-        if (writing && !format.m_bCanWrite)
-            continue;
-        QStringList patterns;
-        for (const QString& extension : QString::fromLatin1(format.m_pszExtensions).split(' '))
-            patterns << "*." + extension;
-        all << patterns;
-        single << QString("%1 (%2)").arg(QString::fromLatin1(format.m_pszName), patterns.join(' '));
-    }
-    single.prepend(QObject::tr("Pictures (%1)").arg(all.join(' ')));
-    return single.join(";;");
-}
 
 Document::Combine fnGetCombine(Qt::KeyboardModifiers modifiers) {
     if (modifiers & Qt::ShiftModifier)
@@ -70,7 +53,7 @@ void MainWindow::fnNew() {
 void MainWindow::fnAskOpen() {
     if (!fnMayLeave())
         return;
-    const QString path = fnAskPicture(tr("Open"));
+    const QString path = fnAskPictureToOpen(this, tr("Open"));
     if (!path.isEmpty())
         fnOpen(path);
 }
@@ -82,8 +65,8 @@ void MainWindow::fnSave() {
 }
 
 void MainWindow::fnAskSaveAs() {
-    const QString path = QFileDialog::getSaveFileName(
-        this, tr("Save As"), QFile::decodeName(m_Document.fnGetPath().c_str()), fnMakeFilter(true));
+    const QString path =
+        fnAskPictureToSave(this, QFile::decodeName(m_Document.fnGetPath().c_str()));
     if (!path.isEmpty())
         fnSaveAs(path);
 }
@@ -139,10 +122,6 @@ void MainWindow::fnStartOperation(const Operation& operation) {
     });
 }
 
-QString MainWindow::fnAskPicture(const QString& title) {
-    return QFileDialog::getOpenFileName(this, title, {}, fnMakeFilter(false));
-}
-
 bool MainWindow::fnReadSecond(Document& second, const QString& path) {
     return fnRun(tr("Reading %1").arg(QFileInfo(path).fileName()),
                  [&](CqProgressDisplay* progress) {
@@ -151,7 +130,7 @@ bool MainWindow::fnReadSecond(Document& second, const QString& path) {
 }
 
 void MainWindow::fnAskPattern() {
-    const QString path = fnAskPicture(tr("Fill with a Pattern"));
+    const QString path = fnAskPictureToOpen(this, tr("Fill with a Pattern"));
     if (!path.isEmpty())
         fnFillPattern(path);
 }
@@ -165,7 +144,7 @@ void MainWindow::fnFillPattern(const QString& path) {
 }
 
 void MainWindow::fnAskMerge() {
-    const QString path = fnAskPicture(tr("Merge a Picture"));
+    const QString path = fnAskPictureToOpen(this, tr("Merge a Picture"));
     if (!path.isEmpty())
         fnMerge(path);
 }

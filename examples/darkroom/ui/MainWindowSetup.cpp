@@ -50,7 +50,7 @@ QAction* MainWindow::fnAddAction(const ActionEntry& entry) {
         return menu->addSeparator();
     QAction* const action = menu->addAction(QString::fromUtf8(entry.m_pszText));
     action->setObjectName(entry.m_pszId);
-    action->setShortcut(QKeySequence(QString::fromLatin1(entry.m_pszKeys)));
+    action->setShortcuts(QKeySequence::listFromString(QString::fromLatin1(entry.m_pszKeys)));
     const auto run = entry.m_pRun;
     connect(action, &QAction::triggered, this, [this, run] { (this->*run)(); });
     return action;
@@ -64,10 +64,7 @@ void MainWindow::fnMakeActions() {
         fnAddAction(entry);
     QMenu* const recent = file->addMenu(tr("Open &Recent"));
     m_pRecent = new RecentFiles(m_Settings, *recent, this);
-    connect(m_pRecent, &RecentFiles::chosen, this, [this](const QString& path) {
-        if (fnMayLeave())
-            fnOpen(path);
-    });
+    connect(m_pRecent, &RecentFiles::chosen, this, &MainWindow::fnOpenSoon);
     file->addSeparator();
     QAction* const quit = file->addAction(tr("&Quit"), this, &QWidget::close);
     quit->setShortcut(QKeySequence(QStringLiteral("Ctrl+Q")));

@@ -4,13 +4,16 @@
 
 #include <QDialog>
 
+class QLabel;
+class QPushButton;
 class QSpinBox;
 
 namespace darkroom {
 
 class ColorButton;
 
-/// Asks for the size and the colour of a new picture.
+/// Asks for the size and the colour of a new picture; tells what it takes, and refuses what no
+/// picture can have.
 class NewDialog : public QDialog {
     Q_OBJECT
 
@@ -22,9 +25,13 @@ public:
     CqColor fnGetColor() const;
 
 private:
+    void fnTellBytes();
+
     QSpinBox* m_pWidth;
     QSpinBox* m_pHeight;
     ColorButton* m_pColor;
+    QLabel* m_pBytes;
+    QPushButton* m_pOk;
 };
 
 } // namespace darkroom

@@ -28,6 +28,7 @@ namespace {
 constexpr int kMostLevels = 100;
 constexpr int kMostGamma = 799;
 constexpr int kPathWidth = 280;
+constexpr int kMostPathBytes = kMaxPathBytes - 2; // the library adds a separator
 
 /// A scratch path as people write it, without the library's backslash at the end.
 QString fnShowPath(const CString& path) {
@@ -50,6 +51,8 @@ PreferencesDialog::PreferencesDialog(unsigned int levels, QWidget* parent) : QDi
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     layout->addWidget(buttons);
+    m_pOk = buttons->button(QDialogButtonBox::Ok);
+    fnTell();
 }
 
 QWidget* PreferencesDialog::fnMakeMemoryPage(unsigned int levels) {
@@ -117,18 +120,17 @@ void PreferencesDialog::fnAddDisk(unsigned int index, QGridLayout& grid) {
     disk.m_pOn->setObjectName("diskOn" + number);
     disk.m_pPath->setObjectName("disk" + number);
     disk.m_pPath->setMinimumWidth(kPathWidth);
-    disk.m_pPath->setMaxLength(kMaxPathBytes - 2);
     disk.m_pOn->setChecked(policy.fnIsDiskEnabled(index));
     disk.m_pPath->setText(fnShowPath(policy.fnGetDisk(index)));
     auto* const browse = new QPushButton(tr("Browse…"));
     connect(browse, &QPushButton::clicked, this, [this, disk] { fnBrowse(disk); });
-    connect(disk.m_pPath, &QLineEdit::textChanged, this, [disk] { fnTellFree(disk); });
+    connect(disk.m_pPath, &QLineEdit::textChanged, this, &PreferencesDialog::fnTell);
+    connect(disk.m_pOn, &QCheckBox::toggled, this, &PreferencesDialog::fnTell);
     const int row = static_cast<int>(index);
     grid.addWidget(disk.m_pOn, row, 0);
     grid.addWidget(disk.m_pPath, row, 1);
     grid.addWidget(browse, row, 2);
     grid.addWidget(disk.m_pFree, row, 3);
-    fnTellFree(disk);
     m_Disks.push_back(disk);
 }
 
@@ -141,16 +143,34 @@ void PreferencesDialog::fnBrowse(const Disk& disk) {
     }
 }
 
-void PreferencesDialog::fnTellFree(const Disk& disk) {
+QString PreferencesDialog::fnFindFault(const Disk& disk) {
     const QString path = disk.m_pPath->text();
-    disk.m_pOn->setEnabled(!path.isEmpty());
+    if (QFile::encodeName(path).size() > kMostPathBytes)
+        return tr("path too long");
     if (path.isEmpty())
-        return disk.m_pFree->clear();
-    const QStorageInfo volume(path);
-    disk.m_pFree->setText(
-        QFileInfo(path).isDir() && volume.isValid()
-            ? tr("%1 free").arg(fnTellSize(static_cast<std::uint64_t>(volume.bytesAvailable())))
-            : tr("not there"));
+        return {};
+    const QFileInfo folder(path);
+    if (!folder.isDir())
+        return tr("not there");
+    return folder.isWritable() ? QString() : tr("can't be written");
+}
+
+void PreferencesDialog::fnTell() {
+    bool usable = true;
+    for (const Disk& disk : m_Disks) {
+        const QString path = disk.m_pPath->text();
+        const QString fault = fnFindFault(disk);
+        disk.m_pOn->setEnabled(!path.isEmpty());
+        if (!fault.isEmpty() || path.isEmpty())
+            disk.m_pFree->setText(fault);
+        else
+            disk.m_pFree->setText(tr("%1 free").arg(
+                fnTellSize(static_cast<std::uint64_t>(QStorageInfo(path).bytesAvailable()))));
+        // A disk that is off may be away for a while, but its path is kept.
+        usable = usable && (fault.isEmpty() || (!disk.m_pOn->isChecked() &&
+                                                QFile::encodeName(path).size() <= kMostPathBytes));
+    }
+    m_pOk->setEnabled(usable);
 }
 
 unsigned int PreferencesDialog::fnGetLevels() const {

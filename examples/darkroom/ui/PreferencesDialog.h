@@ -7,6 +7,7 @@ class QCheckBox;
 class QGridLayout;
 class QLabel;
 class QLineEdit;
+class QPushButton;
 class QSpinBox;
 class QWidget;
 
@@ -36,7 +37,10 @@ private:
     QWidget* fnMakeScreenPage();
     void fnAddDisk(unsigned int index, QGridLayout& grid);
     void fnBrowse(const Disk& disk);
-    static void fnTellFree(const Disk& disk);
+    /// Why a folder can't take scratch files; empty when it can, and for no folder.
+    static QString fnFindFault(const Disk& disk);
+    /// Tells what each disk has room for, and lets nobody leave with one that can't be used.
+    void fnTell();
 
     std::vector<Disk> m_Disks;
     QCheckBox* m_pShareOn = nullptr;
@@ -45,6 +49,7 @@ private:
     QCheckBox* m_pGammaOn = nullptr;
     QSpinBox* m_pGamma = nullptr;
     QCheckBox* m_pDither = nullptr;
+    QPushButton* m_pOk = nullptr;
 };
 
 } // namespace darkroom

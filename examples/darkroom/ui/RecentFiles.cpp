@@ -1,7 +1,9 @@
 #include "examples/darkroom/ui/RecentFiles.h"
 
 #include <QAction>
+#include <QDir>
 #include <QFileInfo>
+#include <QMap>
 #include <QMenu>
 #include <QSettings>
 
@@ -42,8 +44,15 @@ void RecentFiles::fnRemove(const QString& path) {
 void RecentFiles::fnFill() {
     m_Menu.clear();
     const QStringList files = fnRead();
+    QMap<QString, int> names;
+    for (const QString& file : files)
+        ++names[QFileInfo(file).fileName()];
     for (const QString& file : files) {
-        QAction* const action = m_Menu.addAction(QFileInfo(file).fileName());
+        const QFileInfo info(file);
+        QString text = info.fileName();
+        if (names[text] > 1)
+            text = tr("%1 in %2").arg(text, QDir::toNativeSeparators(info.absolutePath()));
+        QAction* const action = m_Menu.addAction(text.replace('&', "&&"));
         action->setToolTip(file);
         connect(action, &QAction::triggered, this, [this, file] { Q_EMIT chosen(file); });
     }
