@@ -7,6 +7,7 @@
 
 #include <QApplication>
 #include <QDialogButtonBox>
+#include <QDragEnterEvent>
 #include <QFile>
 #include <QKeyEvent>
 #include <QLineEdit>
@@ -34,7 +35,7 @@ void DarkroomWindow::fnStart() {
     options.m_pHeadless = m_pMachine;
     CqPlatform platform = q32QtPlatform(m_pWindows = q32QtWindows(), {.m_Posix = options});
     // Boxes would wait for somebody.
-    platform.m_pMessages = q32PosixPlatform(options).m_pMessages;
+    platform.m_pMessages = m_pMachine->m_pMessages;
     platform.m_pKeyboard = std::make_shared<WatchedKeyboard>(platform.m_pKeyboard, m_OnLook);
     ASSERT_TRUE(q32Attach(platform));
     darkroom::HostSetup setup;
@@ -49,7 +50,7 @@ void DarkroomWindow::fnStart() {
 void DarkroomWindow::fnStop() {
     if (!m_pWindow)
         return;
-    m_pWindow->fnGetDocument().SetModifiedFlag(false); // the question isn't what these test
+    m_pWindow->fnGetDocument().SetModifiedFlag(false); // nobody answers the question
     m_pWindow->close();
     m_pWindows->fnSetMainWnd(nullptr);
     m_pFrame.reset();
@@ -108,6 +109,44 @@ void DarkroomWindow::fnAccept(QDialog& dialog) {
     QTest::mouseClick(buttons->button(QDialogButtonBox::Ok), Qt::LeftButton);
 }
 
+void DarkroomWindow::fnAnswer(QMessageBox::StandardButton button,
+                              const std::function<void()>& before) {
+    fnInDialog([=](QDialog& dialog) {
+        auto* const box = qobject_cast<QMessageBox*>(&dialog);
+        ASSERT_TRUE(box) << "no question";
+        if (before)
+            before();
+        QTest::mouseClick(box->button(button), Qt::LeftButton);
+    });
+}
+
+void DarkroomWindow::fnDrag(const QPoint& from, const QPoint& to, Qt::KeyboardModifiers modifiers) {
+    QWidget* const view = m_pWindow->fnGetView().viewport();
+    QTest::mousePress(view, Qt::LeftButton, modifiers, from);
+    QTest::mouseMove(view, (from + to) / 2);
+    QTest::mouseMove(view, to);
+    QTest::mouseRelease(view, Qt::LeftButton, modifiers, to);
+}
+
+std::unique_ptr<QDropEvent> DarkroomWindow::fnDrop(const QMimeData& data) {
+    QDragEnterEvent enter(QPoint(50, 50), Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(m_pWindow.get(), &enter);
+    auto drop = std::make_unique<QDropEvent>(QPointF(50, 50), Qt::CopyAction, &data, Qt::LeftButton,
+                                             Qt::KeyboardModifiers());
+    drop->ignore();
+    if (enter.isAccepted())
+        QApplication::sendEvent(m_pWindow.get(), drop.get());
+    return drop;
+}
+
+std::vector<std::string> DarkroomWindow::fnTakeBoxes() {
+    std::vector<std::string> texts;
+    for (const CqHeadlessBox& box : m_pMachine->m_pMessages->fnGetBoxes())
+        texts.push_back(box.m_szText);
+    m_pMachine->m_pMessages->fnClearBoxes();
+    return texts;
+}
+
 void DarkroomWindow::fnType(QDialog& dialog, const QString& path) {
     auto* const name = dialog.findChild<QLineEdit*>("fileNameEdit");
     ASSERT_TRUE(name);
@@ -120,10 +159,9 @@ void DarkroomWindow::fnType(QDialog& dialog, const QString& path) {
     QTest::keyClick(name, Qt::Key_Return);
 }
 
-void DarkroomWindow::fnPostKey(Qt::Key key) {
+void DarkroomWindow::fnPostKey(Qt::Key key, Qt::KeyboardModifiers modifiers) {
     for (const auto type : {QEvent::KeyPress, QEvent::KeyRelease})
-        QCoreApplication::postEvent(m_pWindow->windowHandle(),
-                                    new QKeyEvent(type, key, Qt::NoModifier));
+        QCoreApplication::postEvent(m_pWindow->windowHandle(), new QKeyEvent(type, key, modifiers));
 }
 
 void DarkroomWindow::fnPress(Qt::Key key, Qt::KeyboardModifiers modifiers) {

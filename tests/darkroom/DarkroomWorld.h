@@ -14,8 +14,13 @@
 #include <memory>
 #include <QAction>
 #include <QDialog>
+#include <QDropEvent>
+#include <QMessageBox>
+#include <QMimeData>
 #include <QString>
 #include <QTemporaryDir>
+#include <string>
+#include <vector>
 
 /// The desktop's keyboard, and a person who does something whenever an operation looks at it.
 class WatchedKeyboard : public CqKeyboardService {
@@ -60,7 +65,17 @@ protected:
     /// Presses a key in the window.
     void fnPress(Qt::Key key, Qt::KeyboardModifiers modifiers = {});
     /// Puts a key into the queue, as the window system does.
-    void fnPostKey(Qt::Key key);
+    void fnPostKey(Qt::Key key, Qt::KeyboardModifiers modifiers = {});
+    /// Answers the question that comes next.
+    /// @param before  done while the question stands
+    static void fnAnswer(QMessageBox::StandardButton button,
+                         const std::function<void()>& before = {});
+    /// Draws with the left button from one place of the view to another.
+    void fnDrag(const QPoint& from, const QPoint& to, Qt::KeyboardModifiers modifiers = {});
+    /// Drops something on the window, if it takes it; the event tells by `isAccepted`.
+    std::unique_ptr<QDropEvent> fnDrop(const QMimeData& data);
+    /// Texts of the library's message boxes since the last call.
+    std::vector<std::string> fnTakeBoxes();
 
     QTemporaryDir m_Folder;
     std::function<void()> m_OnLook;              ///< done from within operations

@@ -1,0 +1,270 @@
+// What the darkroom's window does, and refuses, while work is under way.
+#include "q32Base/framework/Exceptions.h"
+#include "q32Base/memory/CqVMPolicy.h"
+#include "tests/darkroom/DarkroomWorld.h"
+#include "tests/darkroom/PictureTools.h"
+
+#include <new>
+#include <QApplication>
+#include <QFile>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QProgressBar>
+#include <QSpinBox>
+#include <QStatusBar>
+#include <QTest>
+#include <QTimer>
+#include <QToolBar>
+#include <QUrl>
+#include <QWindow>
+#include <utility>
+
+namespace {
+
+/// Counts how often a widget is painted.
+class PaintCounter : public QObject {
+public:
+    bool eventFilter(QObject* object, QEvent* event) override {
+        m_nPaints += event->type() == QEvent::Paint;
+        return QObject::eventFilter(object, event);
+    }
+    int m_nPaints = 0;
+};
+
+class DarkroomBusy : public DarkroomWindow {
+protected:
+    Bytes fnBytes() { return fnBytesOf(m_pWindow->fnGetDocument().fnGetImage()); }
+
+    /// Presses Esc at a look of the work that comes; it must get that far.
+    void fnStopAt(int look, const std::function<void()>& work) {
+        int looks = 0;
+        m_OnLook = [&] {
+            if (++looks == look)
+                fnPostKey(Qt::Key_Escape);
+        };
+        work();
+        m_OnLook = {};
+        EXPECT_GE(looks, look);
+        EXPECT_TRUE(m_pWindow->statusBar()->currentMessage().contains("stopped"));
+        EXPECT_TRUE(fnTakeBoxes().empty()) << "who stops it knows";
+        fnExpectReady();
+    }
+
+    void fnExpectReady() {
+        EXPECT_FALSE(m_pWindow->fnIsBusy());
+        EXPECT_TRUE(fnAction("open").isEnabled());
+        EXPECT_FALSE(m_pWindow->findChild<QProgressBar*>()->isVisible());
+        EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+    }
+
+    static void fnUseNoMemory() {
+        q32GetVMPolicy()->fnSetRamLimit(0);
+        for (unsigned int i = 0; i < CqVMPolicy::kDisks; ++i)
+            q32GetVMPolicy()->fnEnableDisk(i, false);
+    }
+};
+
+} // namespace
+
+TEST_F(DarkroomBusy, NothingCanBeStartedWhileAnOperationRuns) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("busy.png", 400, 300)));
+    bool looked = false;
+    m_OnLook = [&] {
+        if (std::exchange(looked, true))
+            return;
+        fnKeepPicture(*m_pWindow, "busy");
+        EXPECT_TRUE(m_pWindow->fnIsBusy());
+        for (const darkroom::Operation& operation : darkroom::fnGetOperations())
+            EXPECT_FALSE(fnAction(operation.m_pszId).isEnabled()) << operation.m_pszId;
+        for (const char* id : {"open", "new", "save", "undo", "redo", "preferences", "merge"})
+            EXPECT_FALSE(fnAction(id).isEnabled()) << id;
+        EXPECT_FALSE(m_pWindow->fnOpen(fnPath("busy.png"))) << "not from outside either";
+        EXPECT_FALSE(m_pWindow->close());
+    };
+    fnDo("half");
+    m_OnLook = {};
+    EXPECT_TRUE(looked);
+    EXPECT_TRUE(fnAction("half").isEnabled());
+    EXPECT_TRUE(fnAction("undo").isEnabled());
+}
+
+TEST_F(DarkroomBusy, ClicksDuringAnOperationComeAfterIt) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("clicked.bmp", 2000, 1500)));
+    QWidget* const button =
+        m_pWindow->findChild<QToolBar*>("editBar")->widgetForAction(&fnAction("zoomOne"));
+    const QPointF place = button->mapTo(m_pWindow.get(), button->rect().center());
+    ASSERT_NE(m_pWindow->fnGetView().fnGetZoom(), 1.0);
+    bool clicked = false;
+    m_OnLook = [&] {
+        if (std::exchange(clicked, true)) {
+            EXPECT_NE(m_pWindow->fnGetView().fnGetZoom(), 1.0) << "not yet";
+            return;
+        }
+        for (const auto type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease})
+            QCoreApplication::postEvent(
+                m_pWindow->windowHandle(),
+                new QMouseEvent(type, place, m_pWindow->mapToGlobal(place), Qt::LeftButton,
+                                type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton,
+                                Qt::NoModifier));
+    };
+    fnDo("sharpen", [&](QDialog& dialog) { fnAccept(dialog); });
+    m_OnLook = {};
+    EXPECT_TRUE(clicked);
+    EXPECT_TRUE(fnWaitFor([&] { return m_pWindow->fnGetView().fnGetZoom() == 1.0; }));
+}
+
+TEST_F(DarkroomBusy, TheWindowIsPaintedAfterADialogAndBeforeTheWork) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("painted.bmp", 400, 300)));
+    PaintCounter counter;
+    m_pWindow->fnGetView().viewport()->installEventFilter(&counter);
+    int paints = -1;
+    m_OnLook = [&] {
+        if (paints < 0)
+            paints = counter.m_nPaints;
+    };
+    fnDo("soften", [&](QDialog& dialog) {
+        fnAccept(dialog);
+        counter.m_nPaints = 0;
+    });
+    m_OnLook = {};
+    EXPECT_GT(paints, 0);
+}
+
+TEST_F(DarkroomBusy, WorkThatThrowsEndsWithTheMemoryMessageAndAWindowThatLives) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("thrown.bmp", 40, 30)));
+    const std::function<void()> failures[] = {
+        [] { AfxThrowMemoryException(); },
+        [] { throw std::bad_alloc(); },
+        [] { throw new CArchiveException(CArchiveException::endOfFile); },
+    };
+    for (const auto& fail : failures) {
+        EXPECT_FALSE(m_pWindow->fnRun("Failing", [&](CqProgressDisplay*) {
+            EXPECT_TRUE(m_pWindow->fnIsBusy());
+            EXPECT_NE(QApplication::overrideCursor(), nullptr);
+            fail();
+            return darkroom::Outcome();
+        }));
+        fnExpectReady();
+        const std::vector<std::string> boxes = fnTakeBoxes();
+        ASSERT_EQ(boxes.size(), 1u);
+        EXPECT_NE(boxes[0].find("emory"), std::string::npos) << boxes[0];
+    }
+    fnDo("left");
+    EXPECT_EQ(m_pWindow->fnGetDocument().fnGetImage().Width, 30u);
+}
+
+TEST_F(DarkroomBusy, EscWhileAPictureIsOpenedKeepsTheFormerOne) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("former.bmp", 40, 30)));
+    const QString large = fnMakePicture("large.png", 1500, 1200);
+    fnStopAt(3, [&] { EXPECT_FALSE(m_pWindow->fnOpen(large)); });
+    EXPECT_TRUE(m_pWindow->windowTitle().startsWith("former.bmp"));
+    EXPECT_EQ(m_pWindow->fnGetDocument().fnGetImage().Width, 40u);
+}
+
+TEST_F(DarkroomBusy, EscWhileAPictureIsSavedLeavesTheFileThatStands) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("saved.png", 1500, 1200)));
+    const QString standing = fnMakePicture("standing.png", 20, 10);
+    const QString fresh = fnPath("fresh.png");
+    fnDo("left");
+    for (const QString& path : {standing, fresh})
+        fnStopAt(3, [&] { EXPECT_FALSE(m_pWindow->fnSaveAs(path)); });
+    EXPECT_TRUE(m_pWindow->isWindowModified());
+    EXPECT_FALSE(QFile::exists(fresh));
+    CqImage image;
+    ASSERT_TRUE(q32ReadPicture(QFile::encodeName(standing).constData(), image).fnIsDone());
+    EXPECT_EQ(image.Width, 20u);
+}
+
+TEST_F(DarkroomBusy, EscWhileAPictureIsMergedLeavesAllAsItWas) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("under.bmp", 2000, 1500)));
+    const QString over = fnMakePicture("over.bmp", 1000, 900);
+    const Bytes before = fnBytes();
+    // Once while the second picture is read, once while it is laid over the first.
+    fnStopAt(3, [&] { m_pWindow->fnMerge(over); });
+    fnInDialog([&](QDialog& dialog) {
+        int looks = 0;
+        m_OnLook = [this, looks]() mutable {
+            if (++looks == 3)
+                fnPostKey(Qt::Key_Escape);
+        };
+        fnAccept(dialog);
+    });
+    m_pWindow->fnMerge(over);
+    m_OnLook = {};
+    EXPECT_TRUE(m_pWindow->statusBar()->currentMessage().contains("Merge: stopped"));
+    fnExpectReady();
+    EXPECT_EQ(fnBytes(), before);
+    EXPECT_FALSE(m_pWindow->isWindowModified());
+}
+
+TEST_F(DarkroomBusy, WithoutMemoryAllStaysAsItIsAndTheUserIsTold) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("held.bmp", 60, 40)));
+    const QString other = fnMakePicture("other.bmp", 30, 20);
+    const Bytes before = fnBytes();
+    fnUseNoMemory();
+    const std::function<void()> starts[] = {
+        [&] { EXPECT_FALSE(m_pWindow->fnOpen(other)); },
+        [&] { fnDo("left"); },
+        [&] { fnDo("soften", [&](QDialog& dialog) { fnAccept(dialog); }); },
+        [&] { fnDo("fill"); },
+        [&] { m_pWindow->fnMerge(other); },
+        [&] { m_pWindow->fnFillPattern(other); },
+        [&] { fnDo("new", [&](QDialog& dialog) { fnAccept(dialog); }); },
+    };
+    for (const auto& start : starts) {
+        start();
+        const std::vector<std::string> boxes = fnTakeBoxes();
+        ASSERT_EQ(boxes.size(), 1u);
+        EXPECT_NE(boxes[0].find("emory"), std::string::npos) << boxes[0];
+        fnExpectReady();
+        EXPECT_EQ(fnBytes(), before);
+        EXPECT_FALSE(m_pWindow->isWindowModified());
+        EXPECT_FALSE(fnAction("undo").isEnabled());
+    }
+    EXPECT_TRUE(m_pWindow->windowTitle().startsWith("held.bmp"));
+}
+
+TEST_F(DarkroomBusy, ShortcutsRecentFilesAndDropsStartNothingDuringWork) {
+    const QString other = fnMakePicture("other.bmp", 70, 50);
+    ASSERT_TRUE(m_pWindow->fnOpen(other));
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("working.bmp", 2000, 1500)));
+    QAction* recent = nullptr;
+    for (QAction* action : m_pWindow->findChildren<QAction*>())
+        if (action->text() == "other.bmp")
+            recent = action;
+    ASSERT_TRUE(recent);
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(other)});
+    int looks = 0;
+    m_OnLook = [&] {
+        if (++looks != 2)
+            return;
+        fnPostKey(Qt::Key_R, Qt::ControlModifier); // rotates, by a dialog
+        fnPostKey(Qt::Key_Z, Qt::ControlModifier);
+        recent->trigger();
+        EXPECT_FALSE(fnDrop(data)->isAccepted());
+        fnAction("left").trigger();
+    };
+    fnDo("sharpen", [&](QDialog& dialog) { fnAccept(dialog); });
+    m_OnLook = {};
+    ASSERT_GT(looks, 2);
+    // Whatever has been queued comes before this.
+    bool all = false;
+    QTimer::singleShot(0, m_pWindow.get(), [&] { all = true; });
+    ASSERT_TRUE(fnWaitFor([&] { return all; }));
+    EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+    EXPECT_TRUE(m_pWindow->windowTitle().startsWith("working.bmp"));
+    EXPECT_EQ(m_pWindow->fnGetDocument().fnGetUndoName(), "Sharpen");
+    fnExpectReady();
+}
+
+TEST_F(DarkroomBusy, AFileThatIsDroppedJustBeforeWorkIsOpenedAfterIt) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("working.bmp", 400, 300)));
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(fnMakePicture("dropped.bmp", 70, 50))});
+    EXPECT_TRUE(fnDrop(data)->isAccepted());
+    fnAction("left").trigger();
+    EXPECT_EQ(m_pWindow->fnGetDocument().fnGetUndoName(), "Turn Left") << "not in the middle of it";
+    fnAnswer(QMessageBox::Discard);
+    EXPECT_TRUE(fnWaitFor([&] { return m_pWindow->windowTitle().startsWith("dropped.bmp"); }));
+}
