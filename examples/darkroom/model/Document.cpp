@@ -149,12 +149,6 @@ Outcome Document::fnNew(unsigned int width, unsigned int height, const CqColor& 
     });
 }
 
-void Document::fnClose() {
-    CqImage gone;
-    m_Image.fnSwapBuf(gone);
-    fnReset("");
-}
-
 Outcome Document::fnDo(const char* name, bool moves, const Edit& edit,
                        CqProgressDisplay* progress) {
     const Outcome outcome = fnGuard([&] {
@@ -189,7 +183,7 @@ Outcome Document::fnChange(const char* name, const Edit& edit, CqProgressDisplay
 void Document::fnKeepToSelection(int reach, const Edit& edit, CqProgressDisplay* progress) {
     // A copy of what the selection lies in, and of as much about it as the edit looks at, is edited
     // and merged back by the mask, which stands in the copy's coordinates for that while.
-    CRect bound = m_Selection.m_rectBound;
+    CRect bound = m_Selection->m_rectBound;
     CRect around = bound;
     around.InflateRect(reach, reach);
     around.IntersectRect(
@@ -208,8 +202,8 @@ void Document::fnKeepToSelection(int reach, const Edit& edit, CqProgressDisplay*
         return;
     SpanProgress merging(progress, kPartEdited, 100);
     bound.OffsetRect(-around.left, -around.top);
-    const MovedMask moved(m_Selection, bound.TopLeft());
-    const CqMergeParam param(m_Selection);
+    const MovedMask moved(*m_Selection, bound.TopLeft());
+    const CqMergeParam param(*m_Selection);
     fnForBands(bound, &merging, [&](const CRect& band) {
         m_Image.fnMerge(part, &band, param, around.left + band.left, around.top + band.top);
     });
@@ -230,32 +224,32 @@ Outcome Document::fnApply(const Operation& operation, const Values& values,
         return fnStop();
     if (!operation.fnChanges(m_Image, values))
         return {};
-    const Edit edit = [&](CqImage& image, CqProgressDisplay* told) {
-        operation.m_pRun(image, values, told);
-    };
-    return operation.fnIsLocal()
-               ? fnChangeSelected(operation.m_pszName, operation.m_nReach, edit, progress)
-               : fnDo(operation.m_pszName, true, edit, progress);
+    return fnGuard([&] {
+        const Edit edit = [&](CqImage& image, CqProgressDisplay* told) {
+            operation.m_pRun(image, values, told);
+        };
+        return operation.fnIsLocal()
+                   ? fnChangeSelected(operation.m_pszName, operation.m_nReach, edit, progress)
+                   : fnDo(operation.m_pszName, true, edit, progress);
+    });
 }
 
 Outcome Document::fnFill(const CqColor& color, CqProgressDisplay* progress) {
-    return fnChangeSelected(
-        "Fill", 0,
-        [&](CqImage& image, CqProgressDisplay* told) { fnFillPicture(image, color, told); },
-        progress);
+    const auto fill = [&](CqImage& image, CqProgressDisplay* told) {
+        fnFillPicture(image, color, told);
+    };
+    return fnGuard([&] { return fnChangeSelected("Fill", 0, fill, progress); });
 }
 
 Outcome Document::fnFill(CqImage& pattern, CqProgressDisplay* progress) {
-    return fnChangeSelected(
-        "Fill with Pattern", 0,
-        [&](CqImage& image, CqProgressDisplay* told) {
-            SpanProgress converting(told, 0, kPatternConverted);
-            SpanProgress filling(told, kPatternConverted, 100);
-            if (pattern.BitCount == image.BitCount ||
-                fnConvertPicture(pattern, image.BitCount, &converting))
-                fnFillPattern(image, pattern, &filling);
-        },
-        progress);
+    const auto fill = [&](CqImage& image, CqProgressDisplay* told) {
+        SpanProgress converting(told, 0, kPatternConverted);
+        SpanProgress filling(told, kPatternConverted, 100);
+        if (pattern.BitCount == image.BitCount ||
+            fnConvertPicture(pattern, image.BitCount, &converting))
+            fnFillPattern(image, pattern, &filling);
+    };
+    return fnGuard([&] { return fnChangeSelected("Fill with Pattern", 0, fill, progress); });
 }
 
 void Document::fnTravel(bool back) {
@@ -291,15 +285,18 @@ bool Document::fnSetLevels(unsigned int levels) {
 Outcome Document::fnSelect(CqMask& mask, Combine how, CqProgressDisplay* progress) {
     if (!fnCanSelect())
         return fnStop();
-    const Outcome outcome = fnGuard(
-        [&] { return fnCombineMasks(m_Selection, mask, how, progress) ? Outcome() : fnStop(); });
+    const Outcome outcome = fnGuard([&] {
+        if (!m_Selection)
+            m_Selection.emplace();
+        return fnCombineMasks(*m_Selection, mask, how, progress) ? Outcome() : fnStop();
+    });
     ++m_nSelectionSerial;
     fnTell();
     return outcome;
 }
 
-Outcome Document::fnSelectMade(const std::function<bool(CqMask&, CqProgressDisplay*)>& make,
-                               Combine how, CqProgressDisplay* progress) {
+template <typename Make>
+Outcome Document::fnSelectMade(Make&& make, Combine how, CqProgressDisplay* progress) {
     if (!fnCanSelect())
         return fnStop();
     return fnGuard([&] {
@@ -335,9 +332,7 @@ void Document::fnSelectNone() {
 }
 
 void Document::fnDropSelection() {
-    CqMask none;
-    m_Selection.fnSwapBuf(none);
-    m_Selection.m_rectBound = CRect(0, 0, 0, 0);
+    m_Selection.reset();
     ++m_nSelectionSerial;
 }
 

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -38,8 +39,8 @@ public:
 
 /// A picture with its path, its history and its selection. Knows nothing of windows. Every edit
 /// either happens whole and can be undone, or leaves the picture as it was: aborted, or out of
-/// memory. Nothing here throws, unless an edit of the caller's own does so for another want than of
-/// memory.
+/// memory. Nothing here throws but the constructor, unless an edit of the caller's own does so for
+/// another want than of memory.
 ///
 /// Snapshots are whole pictures. They take their pixels where the memory policy wants them, so that
 /// a history may be larger than memory; moving through it copies nothing.
@@ -67,7 +68,6 @@ public:
     /// A picture of one colour with 24 bits.
     Outcome fnNew(unsigned int width, unsigned int height, const CqColor& color,
                   CqProgressDisplay* progress);
-    void fnClose();
 
     // Edits.
 
@@ -104,10 +104,9 @@ public:
     // moves pixels or gives the picture another size or depth. At depths that edits can't be kept
     // to a selection at, there is none: making one is refused, like one that was stopped.
 
-    bool fnHasSelection() const {
-        return m_Selection.TileMap && !m_Selection.m_rectBound.IsRectEmpty();
-    }
-    CqMask& fnGetSelection() { return m_Selection; }
+    bool fnHasSelection() const { return m_Selection && !m_Selection->m_rectBound.IsRectEmpty(); }
+    /// There must be one.
+    CqMask& fnGetSelection() { return *m_Selection; }
     /// A number that changes with the selection.
     std::uint32_t fnGetSelectionSerial() const { return m_nSelectionSerial; }
     /// Edits can be kept to a selection at this depth.
@@ -141,13 +140,14 @@ private:
     /// @param reach  pixels about each pixel that the edit looks at
     Outcome fnChangeSelected(const char* name, int reach, const Edit& edit,
                              CqProgressDisplay* progress);
-    Outcome fnSelectMade(const std::function<bool(CqMask&, CqProgressDisplay*)>& make, Combine how,
-                         CqProgressDisplay* progress);
+    /// @param make  makes the mask: bool(CqMask&, CqProgressDisplay*)
+    template <typename Make>
+    Outcome fnSelectMade(Make&& make, Combine how, CqProgressDisplay* progress);
     void fnDropSelection();
     void fnKeepToSelection(int reach, const Edit& edit, CqProgressDisplay* progress);
 
     CqImage m_Image;
-    CqMask m_Selection;
+    std::optional<CqMask> m_Selection; ///< even to make an empty mask may fail
     std::uint32_t m_nSelectionSerial = 0;
     std::string m_strPath;
     bool m_bModified = false;
