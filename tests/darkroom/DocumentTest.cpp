@@ -1,11 +1,17 @@
 #include "examples/darkroom/model/Document.h"
 
 #include "examples/darkroom/model/MemoryShare.h"
+#include "examples/darkroom/model/Pictures.h"
 #include "tests/darkroom/PictureTools.h"
 #include "tests/support/AttachedTest.h"
+#include "tests/support/FailingAllocator.h"
 
 #include <algorithm>
+#include <functional>
+#include <iterator>
+#include <memory>
 #include <string>
+#include <utility>
 
 using darkroom::Document;
 using darkroom::fnFindOperation;
@@ -130,6 +136,153 @@ TEST_F(DarkroomDocument, KeepsAsManyStepsAsItIsTold) {
     EXPECT_FALSE(document.fnCanUndo());
 }
 
+TEST_F(DarkroomDocument, FewerLevelsKeepTheNewestStepsOnBothSides) {
+    const auto check = [](unsigned int undone, unsigned int levels, bool back) {
+        Document document(10);
+        ASSERT_TRUE(document.fnOpen(kPath, nullptr).fnIsDone());
+        std::vector<Bytes> states = {fnBytesOf(document.fnGetImage())};
+        for (int i = 0; i < 8; ++i) {
+            ASSERT_TRUE(fnBrighten(document, i % 2 ? -9 : 7).fnIsDone());
+            states.push_back(fnBytesOf(document.fnGetImage()));
+        }
+        const unsigned int here = 8 - undone;
+        for (unsigned int i = 0; i < undone; ++i)
+            document.fnUndo();
+        ASSERT_TRUE(document.fnSetLevels(levels));
+        EXPECT_EQ(document.fnGetLevels(), levels);
+        // To the end of the history on one side.
+        unsigned int at = here;
+        while (back ? document.fnCanUndo() : document.fnCanRedo()) {
+            EXPECT_EQ(fnBytesOf(document.fnGetImage()), states[at]);
+            back ? document.fnUndo() : document.fnRedo();
+            at = back ? at - 1 : at + 1;
+        }
+        EXPECT_EQ(fnBytesOf(document.fnGetImage()), states[at]);
+        EXPECT_EQ(at, back ? here - std::min(here, levels) : here + std::min(undone, levels));
+        EXPECT_EQ(document.IsModified(), at == 0 ? 0 : 1) << "their numbers came along";
+    };
+    for (const unsigned int undone : {0u, 3u, 5u, 8u})
+        for (const unsigned int levels : {0u, 1u, 2u, 4u, 10u})
+            for (const bool back : {true, false}) {
+                SCOPED_TRACE(std::to_string(undone) + " undone, then levels " +
+                             std::to_string(levels));
+                check(undone, levels, back);
+            }
+}
+
+TEST_F(DarkroomDocument, MoreLevelsAfterFewerTakeNewSteps) {
+    Document document(4);
+    ASSERT_TRUE(document.fnOpen(kPath, nullptr).fnIsDone());
+    for (int i = 0; i < 4; ++i)
+        ASSERT_TRUE(fnBrighten(document, 5).fnIsDone());
+    ASSERT_TRUE(document.fnSetLevels(1));
+    ASSERT_TRUE(document.fnSetLevels(3));
+    ASSERT_TRUE(fnBrighten(document, 5).fnIsDone());
+    ASSERT_TRUE(fnBrighten(document, 5).fnIsDone());
+    int steps = 0;
+    for (; document.fnCanUndo(); document.fnUndo())
+        ++steps;
+    EXPECT_EQ(steps, 3);
+}
+
+TEST_F(DarkroomDocument, ValuesThatDoNothingAreNoChange) {
+    const std::pair<const char*, darkroom::Values> neutral[] = {
+        {"brightness", {0, 0}},
+        {"balance", {0, 0, 0}},
+        {"hue", {0, 0}},
+        {"soften", {0}},
+        {"sharpen", {0}},
+        {"resize", {200, 150, 1}},
+        {"resize", {200, 150, 0}},
+        {"scale", {100}},
+        {"rotate", {0, 1, 0xFFFFFF}},
+        {"rotate", {0, 0, 0x1234}},
+    };
+    Document document(5);
+    ASSERT_TRUE(document.fnOpen(kPath, nullptr).fnIsDone());
+    for (const auto& [id, values] : neutral) {
+        AbortingProgress progress(100000);
+        EXPECT_TRUE(document.fnApply(*fnFindOperation(id), values, &progress).fnIsDone()) << id;
+        EXPECT_EQ(progress.m_nCalls, 0u) << id << ": not even a snapshot";
+        EXPECT_FALSE(document.fnCanUndo()) << id;
+        EXPECT_EQ(document.IsModified(), 0) << id;
+        const Bytes before = fnBytesOf(document.fnGetImage());
+        CqImage image;
+        ASSERT_TRUE(darkroom::fnCopyPicture(document.fnGetImage(), image, nullptr));
+        fnFindOperation(id)->m_pRun(image, values, nullptr);
+        EXPECT_EQ(fnBytesOf(image), before) << id << ": and it would indeed change nothing";
+    }
+    const std::pair<const char*, darkroom::Values> effective[] = {
+        {"brightness", {0, 1}},    {"balance", {0, 0, -1}},
+        {"hue", {1, 0}},           {"threshold", {0}},
+        {"resize", {200, 149, 0}}, {"scale", {99}},
+        {"rotate", {180, 0, 0}},   {"right", {}},
+    };
+    for (const auto& [id, values] : effective)
+        EXPECT_TRUE(fnFindOperation(id)->fnChanges(document.fnGetImage(), values)) << id;
+}
+
+TEST_F(DarkroomDocument, NothingIsThrownWhicheverAllocationFails) {
+    using Work = std::function<Outcome(Document&)>;
+    const std::string path = kPath;
+    const std::string saved = "C:\\a name that is too long to lie in the string itself.png";
+    const std::string missing = saved + ".tif";
+    const darkroom::Values values = {20, 10};
+    const Work works[] = {
+        [&](Document& document) { return document.fnOpen(path, nullptr); },
+        [&](Document& document) { return document.fnOpen(missing, nullptr); },
+        [&](Document& document) { return document.fnSave(saved, nullptr); },
+        [&](Document& document) { return document.fnNew(50, 50, CqColor(), nullptr); },
+        [&](Document& document) {
+            return document.fnApply(*fnFindOperation("brightness"), values, nullptr);
+        },
+        [&](Document& document) {
+            return document.fnApply(*fnFindOperation("half"), values, nullptr);
+        },
+        [&](Document& document) { return document.fnFill(CqColor(1, 2, 3, 255), nullptr); },
+        [&](Document& document) {
+            return document.fnSelectColor(CqColor(), 90, Document::Combine::ADD, nullptr);
+        },
+        [&](Document& document) {
+            document.fnUndo();
+            return Outcome();
+        },
+        [&](Document& document) {
+            document.fnSetLevels(9);
+            return Outcome();
+        },
+    };
+    for (std::size_t i = 0; i < std::size(works); ++i) {
+        std::unique_ptr<Document> document;
+        Bytes before;
+        std::string listened;
+        const auto prepare = [&] {
+            document = std::make_unique<Document>(5);
+            ASSERT_TRUE(document->fnOpen(path, nullptr).fnIsDone());
+            ASSERT_TRUE(fnBrighten(*document, 10).fnIsDone());
+            const std::vector<CqPoint2D> corners = {{20, 30}, {150, 140}};
+            ASSERT_TRUE(document
+                            ->fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners,
+                                            Document::Combine::REPLACE, nullptr)
+                            .fnIsDone());
+            document->fnSetListener([&] { listened = std::string(100, 'x'); });
+            before = fnBytesOf(document->fnGetImage());
+            listened = std::string();
+        };
+        const std::size_t failed = fnFailEachAllocation(prepare, [&](CqAllocationFailure& failure) {
+            Outcome outcome;
+            EXPECT_NO_THROW(outcome = works[i](*document)) << i;
+            failure.fnEnd();
+            if (!outcome.fnIsDone()) {
+                EXPECT_EQ(fnBytesOf(document->fnGetImage()), before) << i;
+                EXPECT_TRUE(document->fnCanUndo()) << i;
+                EXPECT_EQ(document->fnGetPath(), path) << i;
+            }
+        });
+        EXPECT_GT(failed, 0u) << i;
+    }
+}
+
 TEST_F(DarkroomDocument, PutsSnapshotsWhereTheMemoryPolicyWantsThem) {
     q32GetVMPolicy()->fnSetRamLimit(100000); // one picture has 90,000 bytes
     Document document(5);
@@ -170,6 +323,7 @@ TEST_F(DarkroomDocument, TellsItsListenerOfEachChange) {
     EXPECT_TRUE(changes([&] { document.fnUndo(); }));
     EXPECT_TRUE(changes([&] { document.fnRedo(); }));
     EXPECT_TRUE(changes([&] { document.fnSave("C:\\b.png", nullptr); }));
-    EXPECT_TRUE(changes([&] { document.fnClose(); }));
-    EXPECT_FALSE(document.fnHasImage());
+    EXPECT_TRUE(changes([&] { document.fnSetLevels(2); }));
+    EXPECT_TRUE(changes([&] { document.fnSelectNone(); }));
+    EXPECT_TRUE(changes([&] { document.fnNew(5, 5, CqColor(), nullptr); }));
 }

@@ -20,18 +20,10 @@ using darkroom::Values;
 
 namespace {
 
-constexpr char kPath[] = "C:\\edit.png";
-constexpr unsigned int kDepths[] = {8, 24, 32};
+constexpr unsigned int kDepths[] = {4, 8, 16, 24, 32};
 
 class DarkroomEdits : public AttachedTest {
 protected:
-    static void fnOpenNoise(Document& document, unsigned int bits) {
-        CqImage image;
-        fnFillNoise(image, 300, 170, bits, bits);
-        ASSERT_TRUE(q32WritePicture(kPath, image, PICTURE_PNG).fnIsDone());
-        ASSERT_TRUE(document.fnOpen(kPath, nullptr).fnIsDone());
-    }
-
     /// Values that change something.
     static Values fnGetValues(const Operation& operation, const CqImage& image) {
         Values values = operation.fnGetStart(image);
@@ -41,6 +33,19 @@ protected:
                 values[i] = std::clamp(values[i] + 21, parameter.m_nLow, parameter.m_nHigh);
         }
         return values;
+    }
+
+    /// Calls `test` for all operations at all depths that they suit.
+    template <typename Test>
+    static void fnForEachOperation(Test&& test) {
+        for (const unsigned int bits : kDepths)
+            for (const Operation& operation : fnGetOperations()) {
+                SCOPED_TRACE(std::string(operation.m_pszId) + " at " + std::to_string(bits));
+                Document document(5);
+                fnOpenNoise(document, bits, 150, 90);
+                if (operation.fnSuits(document.fnGetImage()))
+                    test(document, operation, fnGetValues(operation, document.fnGetImage()));
+            }
     }
 };
 
@@ -73,60 +78,98 @@ Bytes fnSoftenPlainly(CqImage& image, int amount) {
 } // namespace
 
 TEST_F(DarkroomEdits, EachOperationIsUndoneAndDoneAgainExactly) {
-    for (const unsigned int bits : kDepths) {
-        for (const Operation& operation : fnGetOperations()) {
-            Document document(5);
-            fnOpenNoise(document, bits);
-            if (!operation.fnSuits(document.fnGetImage()))
-                continue;
-            const Values values = fnGetValues(operation, document.fnGetImage());
-            const Bytes before = fnBytesOf(document.fnGetImage());
-            ASSERT_TRUE(document.fnApply(operation, values, nullptr).fnIsDone());
-            const Bytes after = fnBytesOf(document.fnGetImage());
-            EXPECT_NE(after, before) << operation.m_pszId << " at " << bits;
-            document.fnUndo();
-            EXPECT_EQ(fnBytesOf(document.fnGetImage()), before) << operation.m_pszId;
-            document.fnRedo();
-            EXPECT_EQ(fnBytesOf(document.fnGetImage()), after) << operation.m_pszId;
-        }
-    }
+    fnForEachOperation([](Document& document, const Operation& operation, const Values& values) {
+        const Bytes before = fnBytesOf(document.fnGetImage());
+        ASSERT_TRUE(document.fnApply(operation, values, nullptr).fnIsDone());
+        const Bytes after = fnBytesOf(document.fnGetImage());
+        EXPECT_NE(after, before);
+        document.fnUndo();
+        EXPECT_EQ(fnBytesOf(document.fnGetImage()), before);
+        document.fnRedo();
+        EXPECT_EQ(fnBytesOf(document.fnGetImage()), after);
+    });
 }
 
 TEST_F(DarkroomEdits, EachOperationLeavesThePictureAsItWasWhenItIsStopped) {
-    for (const Operation& operation : fnGetOperations()) {
-        Document document(5);
-        fnOpenNoise(document, 24);
-        if (!operation.fnSuits(document.fnGetImage()))
-            continue;
-        const Values values = fnGetValues(operation, document.fnGetImage());
+    fnForEachOperation([](Document& document, const Operation& operation, const Values& values) {
         const Bytes before = fnBytesOf(document.fnGetImage());
-        // The snapshot is six tiles long, and a conversion of so few rows one band.
-        const bool converts = std::string(operation.m_pszId).starts_with("to");
-        for (const unsigned int call : {1u, 4u, 7u, converts ? 7u : 9u}) {
+        AbortingProgress whole(100000);
+        ASSERT_TRUE(document.fnApply(operation, values, &whole).fnIsDone());
+        document.fnUndo();
+        ASSERT_GE(whole.m_nCalls, 2u) << "the snapshot and the operation";
+        // The first calls, some in between, and the last one.
+        for (unsigned int call = 1; call <= whole.m_nCalls;
+             call += std::clamp(whole.m_nCalls - call, 1u, call < 10 ? 1u : 50u)) {
             AbortingProgress progress(call);
             const darkroom::Outcome outcome = document.fnApply(operation, values, &progress);
-            ASSERT_TRUE(outcome.m_bAborted) << operation.m_pszId << " at call " << call;
-            EXPECT_EQ(fnBytesOf(document.fnGetImage()), before) << operation.m_pszId;
+            ASSERT_TRUE(outcome.m_bAborted) << "at call " << call;
+            EXPECT_EQ(fnBytesOf(document.fnGetImage()), before) << "at call " << call;
             EXPECT_FALSE(document.fnCanUndo());
             EXPECT_EQ(document.IsModified(), 0);
         }
-    }
+    });
 }
 
 TEST_F(DarkroomEdits, EachOperationLeavesThePictureAsItWasWithoutMemory) {
-    for (const Operation& operation : fnGetOperations()) {
-        Document document(5);
-        fnOpenNoise(document, 24);
-        if (!operation.fnSuits(document.fnGetImage()))
-            continue;
-        const Values values = fnGetValues(operation, document.fnGetImage());
+    fnForEachOperation([](Document& document, const Operation& operation, const Values& values) {
         const Bytes before = fnBytesOf(document.fnGetImage());
         q32GetVMPolicy()->fnSetRamLimit(0);
         q32GetVMPolicy()->fnEnableDisk(0, false);
-        EXPECT_EQ(document.fnApply(operation, values, nullptr).m_nMsgId, -1) << operation.m_pszId;
+        EXPECT_EQ(document.fnApply(operation, values, nullptr).m_nMsgId, -1);
         q32GetVMPolicy()->fnSetRamLimit(100'000'000);
-        EXPECT_EQ(fnBytesOf(document.fnGetImage()), before) << operation.m_pszId;
+        EXPECT_EQ(fnBytesOf(document.fnGetImage()), before);
         EXPECT_FALSE(document.fnCanUndo());
+    });
+}
+
+TEST_F(DarkroomEdits, EachDepthHasTheOperationsThatMakeSenseOfIt) {
+    const auto list = [](CqImage& image) {
+        std::string names;
+        for (const Operation& operation : fnGetOperations())
+            if (operation.fnSuits(image))
+                names += std::string(operation.m_pszId) + " ";
+        return names;
+    };
+    const std::string turns = "right left half ";
+    CqImage none;
+    EXPECT_EQ(list(none), "");
+    CqImage palette;
+    fnFillNoise(palette, 9, 9, 8, 1);
+    EXPECT_EQ(list(palette), "resize " + turns + "to24 to32 ") << "its bytes are indices";
+    CqImage grey;
+    fnFillNoise(grey, 9, 9, 8, 1, q32GreyRamp);
+    EXPECT_EQ(list(grey), "brightness threshold resize " + turns + "to24 to32 ");
+    const std::pair<unsigned int, std::string> others[] = {
+        {4, "resize to24 to32 "},
+        {16, "brightness balance resize " + turns + "to24 to32 "},
+        {24,
+         "brightness balance hue threshold soften sharpen resize scale rotate " + turns + "to32 "},
+        {32, "brightness balance hue soften sharpen resize scale rotate " + turns + "to24 "},
+    };
+    for (const auto& [bits, names] : others) {
+        CqImage image;
+        fnFillNoise(image, 9, 9, bits, 1);
+        EXPECT_EQ(list(image), names) << bits;
+    }
+}
+
+TEST_F(DarkroomEdits, AnOperationThatDoesNotSuitIsRefused) {
+    Document document(5);
+    const Values values = {20, 0};
+    EXPECT_TRUE(document.fnApply(*fnFindOperation("brightness"), values, nullptr).m_bAborted);
+    fnOpenNoise(document, 32);
+    const Bytes before = fnBytesOf(document.fnGetImage());
+    EXPECT_TRUE(document.fnApply(*fnFindOperation("threshold"), values, nullptr).m_bAborted);
+    EXPECT_EQ(fnBytesOf(document.fnGetImage()), before);
+    EXPECT_FALSE(document.fnCanUndo());
+}
+
+TEST_F(DarkroomEdits, ThePictureOfSixteenBitsIsResizedByItsNearestPixelsAtFirst) {
+    for (const unsigned int bits : kDepths) {
+        Document document(5);
+        fnOpenNoise(document, bits);
+        const Values wanted = {300, 170, bits == 16 ? 0 : 1};
+        EXPECT_EQ(fnFindOperation("resize")->fnGetStart(document.fnGetImage()), wanted) << bits;
     }
 }
 
@@ -161,6 +204,11 @@ TEST_F(DarkroomEdits, WorkThatTheLibraryDoesAtOneGoIsToldAndStoppedBandByBand) {
             return darkroom::fnMergePicture(
                 image, over, {darkroom::MergeRule::ALPHA, CqColor(), 0, 0}, nullptr, told);
         },
+        [](CqImage& image, CqProgressDisplay* told) {
+            CqImage pattern;
+            fnFillNoise(pattern, 20, 650, 24, 6);
+            return darkroom::fnFillPattern(image, pattern, told);
+        },
         [&](CqImage&, CqProgressDisplay* told) {
             CqMask mask;
             return darkroom::fnMakeShapeMask(outline, 67, 700, mask, told);
@@ -179,27 +227,6 @@ TEST_F(DarkroomEdits, WorkThatTheLibraryDoesAtOneGoIsToldAndStoppedBandByBand) {
             EXPECT_FALSE(works[i](again, &progress)) << i << " at call " << call;
             EXPECT_EQ(progress.m_nCalls, call) << i << ": nothing is done after it";
         }
-    }
-}
-
-TEST_F(DarkroomEdits, AnEditInsideTheSelectionThatIsStoppedLeavesPictureAndSelection) {
-    Document document(5);
-    fnOpenNoise(document, 24);
-    const std::vector<CqPoint2D> corners = {{20, 30}, {250, 140}};
-    ASSERT_TRUE(document
-                    .fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners,
-                                   Document::Combine::REPLACE, nullptr)
-                    .fnIsDone());
-    const Bytes before = fnBytesOf(document.fnGetImage());
-    AbortingProgress whole(100000);
-    ASSERT_TRUE(document.fnApply(*fnFindOperation("threshold"), {128}, &whole).fnIsDone());
-    document.fnUndo();
-    for (unsigned int call = 1; call <= whole.m_nCalls; ++call) {
-        AbortingProgress progress(call);
-        EXPECT_TRUE(document.fnApply(*fnFindOperation("threshold"), {128}, &progress).m_bAborted)
-            << call;
-        EXPECT_EQ(fnBytesOf(document.fnGetImage()), before) << call;
-        EXPECT_EQ(document.fnGetSelection().m_rectBound, CRect(20, 30, 250, 140)) << call;
     }
 }
 
@@ -244,32 +271,6 @@ TEST_F(DarkroomEdits, SofteningAndSharpeningWeighTheNineNeighbours) {
     }
 }
 
-TEST_F(DarkroomEdits, ALocalOperationStaysInsideTheSelection) {
-    Document document(5);
-    fnOpenNoise(document, 24);
-    const std::vector<CqPoint2D> corners = {{20, 30}, {250, 140}};
-    ASSERT_TRUE(document
-                    .fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners,
-                                   Document::Combine::REPLACE, nullptr)
-                    .fnIsDone());
-    CqImage whole;
-    fnFillNoise(whole, 300, 170, 24, 24);
-    const Bytes before = fnBytesOf(whole);
-    whole.fnThresholding(128, false, nullptr);
-    const Bytes all = fnBytesOf(whole);
-    ASSERT_TRUE(document.fnApply(*fnFindOperation("threshold"), {128}, nullptr).fnIsDone());
-    const Bytes got = fnBytesOf(document.fnGetImage());
-    for (std::size_t i = 0; i < got.size(); ++i) {
-        const std::size_t x = i / 3 % 300;
-        const std::size_t y = i / 3 / 300;
-        const bool inside = x >= 20 && x < 250 && y >= 30 && y < 140;
-        ASSERT_EQ(got[i], inside ? all[i] : before[i]) << x << ", " << y;
-    }
-    EXPECT_TRUE(document.fnHasSelection());
-    ASSERT_TRUE(document.fnApply(*fnFindOperation("right"), {}, nullptr).fnIsDone());
-    EXPECT_FALSE(document.fnHasSelection()) << "it doesn't fit any more";
-}
-
 TEST_F(DarkroomEdits, APatternIsTiledFromTheCornerOfTheSelection) {
     for (const bool selected : {false, true})
         for (const unsigned int bits : {8u, 24u, 32u}) {
@@ -286,7 +287,8 @@ TEST_F(DarkroomEdits, APatternIsTiledFromTheCornerOfTheSelection) {
                                 .fnIsDone());
             }
             CqImage pattern;
-            fnFillNoise(pattern, 13, 19, bits, 4);
+            const int height = selected ? 19 : 301; // taller than a band too
+            fnFillNoise(pattern, 13, static_cast<unsigned int>(height), bits, 4);
             CqImage colors;
             ASSERT_TRUE(darkroom::fnCopyPicture(pattern, colors, nullptr));
             if (bits != 24)
@@ -296,9 +298,9 @@ TEST_F(DarkroomEdits, APatternIsTiledFromTheCornerOfTheSelection) {
             for (int y = 0; y < 700; ++y)
                 for (int x = 0; x < 70; ++x) {
                     const bool inside = part.PtInRect(CPoint(x, y));
-                    const CqColor wanted =
-                        inside ? colors.fnGetPixelColor((x - part.left) % 13, (y - part.top) % 19)
-                               : CqColor(9, 9, 9, 255);
+                    const CqColor wanted = inside ? colors.fnGetPixelColor((x - part.left) % 13,
+                                                                           (y - part.top) % height)
+                                                  : CqColor(9, 9, 9, 255);
                     ASSERT_EQ(image.fnGetPixelColor(x, y), wanted)
                         << x << ", " << y << " from " << bits << " bits";
                 }
@@ -347,30 +349,4 @@ TEST_F(DarkroomEdits, APictureWithAlphaShowsWhereItIsOpaque) {
     darkroom::fnMergePicture(image, over, {darkroom::MergeRule::ALPHA, CqColor(), 0, 0}, nullptr,
                              nullptr);
     EXPECT_EQ(fnBytesOf(image), wanted);
-}
-
-TEST_F(DarkroomEdits, AMergeBySelectionStaysInsideIt) {
-    Document document(5);
-    fnOpenNoise(document, 24);
-    const Bytes before = fnBytesOf(document.fnGetImage());
-    const std::vector<CqPoint2D> corners = {{50, 40}, {90, 70}};
-    ASSERT_TRUE(document
-                    .fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners,
-                                   Document::Combine::REPLACE, nullptr)
-                    .fnIsDone());
-    CqImage over;
-    fnFillNoise(over, 100, 100, 24, 2);
-    const Bytes laid = fnBytesOf(over);
-    darkroom::fnMergePicture(document.fnGetImage(), over,
-                             {darkroom::MergeRule::SELECTION, CqColor(), 60, -10},
-                             &document.fnGetSelection(), nullptr);
-    const Bytes got = fnBytesOf(document.fnGetImage());
-    for (std::size_t i = 0; i < got.size(); ++i) {
-        const std::size_t x = i / 3 % 300;
-        const std::size_t y = i / 3 / 300;
-        const bool inside = x >= 60 && x < 90 && y >= 40 && y < 70;
-        ASSERT_EQ(got[i], inside ? laid[((y + 10) * 100 + x - 60) * 3 + i % 3] : before[i])
-            << x << ", " << y;
-    }
-    EXPECT_EQ(document.fnGetSelection().m_rectBound, CRect(50, 40, 90, 70));
 }

@@ -5,6 +5,8 @@
 #include "examples/darkroom/model/Document.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <random>
 #include <vector>
@@ -22,10 +24,11 @@ inline Bytes fnBytesOf(CqImage& image) {
     return bytes;
 }
 
-/// Seeded noise; palettes are the default ones.
+/// Seeded noise.
+/// @param palette  of 4 and 8 bits, as for CqImage::fnAlloc
 inline void fnFillNoise(CqImage& image, unsigned int width, unsigned int height, unsigned int bits,
-                        unsigned int seed) {
-    image.fnAlloc(width, height, bits, nullptr, 0);
+                        unsigned int seed, const RGBQUAD* palette = nullptr) {
+    image.fnAlloc(width, height, bits, palette, palette ? 256 : 0);
     std::mt19937 random(seed);
     CqImageLine line;
     for (unsigned int y = 0; y < height; ++y) {
@@ -33,6 +36,26 @@ inline void fnFillNoise(CqImage& image, unsigned int width, unsigned int height,
         for (unsigned int i = 0; i < line.RowBytes; ++i)
             line.LineBuffer[i] = static_cast<unsigned char>(random() >> 8);
     }
+}
+
+/// Opens a picture of noise, whose seed is its depth. That of 8 bits is grey.
+inline void fnOpenNoise(darkroom::Document& document, unsigned int bits, unsigned int width = 300,
+                        unsigned int height = 170) {
+    CqImage image;
+    fnFillNoise(image, width, height, bits, bits, bits == 8 ? q32GreyRamp : nullptr);
+    const char* const path = "C:\\noise";
+    // 16 bits stay 16 bits in this format alone.
+    const PICTURE_FORMAT format = bits == 16 ? PICTURE_BMP : PICTURE_PNG;
+    ASSERT_TRUE(q32WritePicture(path, image, format).fnIsDone());
+    ASSERT_TRUE(document.fnOpen(path, nullptr).fnIsDone());
+    ASSERT_EQ(document.fnGetImage().BitCount, bits);
+}
+
+/// Whether a mask has a pixel of the picture.
+inline bool fnHas(CqMask& mask, int x, int y) {
+    const CRect& bound = mask.m_rectBound;
+    return mask.TileMap && bound.PtInRect(CPoint(x, y)) &&
+           *mask.fnGetPixelAddr(x - bound.left, y - bound.top) == 255;
 }
 
 /// Aborts at one of its calls, counted from 1.

@@ -12,12 +12,6 @@ namespace {
 
 class DarkroomShapes : public AttachedTest {
 protected:
-    /// Whether a mask has a pixel of the picture.
-    static bool fnHas(CqMask& mask, int x, int y) {
-        const CRect& bound = mask.m_rectBound;
-        return mask.TileMap && bound.PtInRect(CPoint(x, y)) &&
-               *mask.fnGetPixelAddr(x - bound.left, y - bound.top) == 255;
-    }
     static void fnMake(ShapeKind shape, std::vector<CqPoint2D> points, CqMask& mask) {
         ASSERT_TRUE(darkroom::fnMakeShapeMask(darkroom::fnMakeOutline(shape, points), 200, 150,
                                               mask, nullptr));
@@ -82,28 +76,6 @@ TEST_F(DarkroomShapes, AShapeBesideThePictureIsNone) {
     EXPECT_TRUE(mask.m_rectBound.IsRectEmpty());
     EXPECT_TRUE(darkroom::fnMakeShapeMask({}, 200, 150, mask, nullptr));
     EXPECT_TRUE(mask.m_rectBound.IsRectEmpty());
-}
-
-TEST_F(DarkroomShapes, SelectionsAddUpAndAreTakenOff) {
-    Document document(1);
-    ASSERT_TRUE(document.fnNew(200, 150, CqColor(), nullptr).fnIsDone());
-    const auto select = [&](CqPoint2D a, CqPoint2D b, Document::Combine how) {
-        const std::vector<CqPoint2D> points = {a, b};
-        ASSERT_TRUE(document.fnSelectShape(ShapeKind::RECTANGLE, points, how, nullptr).fnIsDone());
-    };
-    select({10, 10}, {60, 60}, Document::Combine::REPLACE);
-    select({40, 40}, {100, 100}, Document::Combine::ADD);
-    select({50, 50}, {55, 55}, Document::Combine::SUBTRACT);
-    for (int y = 0; y < 150; ++y)
-        for (int x = 0; x < 200; ++x) {
-            const bool first = x >= 10 && x < 60 && y >= 10 && y < 60;
-            const bool second = x >= 40 && x < 100 && y >= 40 && y < 100;
-            const bool off = x >= 50 && x < 55 && y >= 50 && y < 55;
-            ASSERT_EQ(fnHas(document.fnGetSelection(), x, y), (first || second) && !off)
-                << x << ", " << y;
-        }
-    select({0, 0}, {200, 150}, Document::Combine::SUBTRACT);
-    EXPECT_FALSE(document.fnHasSelection());
 }
 
 TEST_F(DarkroomShapes, AColorIsSelectedWithinItsTolerance) {

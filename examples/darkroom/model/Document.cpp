@@ -7,6 +7,7 @@
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <new>
+#include <utility>
 
 namespace darkroom {
 
@@ -18,6 +19,8 @@ constexpr int kNotSupported = -102;
 /// Percent of an edit that is kept to the selection.
 constexpr unsigned int kPartCopied = 10;
 constexpr unsigned int kPartEdited = 90;
+/// Percent of a selection that makes its mask.
+constexpr unsigned int kMaskMade = 50;
 /// Percent of a fill with a pattern.
 constexpr unsigned int kPatternConverted = 20;
 
@@ -44,7 +47,7 @@ Outcome fnGuard(Work&& work) {
     } catch (const std::bad_alloc&) {
         // The host's own containers.
     }
-    Outcome outcome;
+    Outcome outcome; // without a path: that might take memory again
     outcome.m_nMsgId = kNoMemory;
     return outcome;
 }
@@ -87,35 +90,49 @@ void Document::SetModifiedFlag(bool modified) {
     m_bModified = modified;
 }
 
-void Document::fnReset(const std::string& path) {
+void Document::fnTell() const {
+    if (m_Changed)
+        fnGuard([&] {
+            m_Changed();
+            return Outcome();
+        });
+}
+
+void Document::fnReset(std::string path) {
     m_Undo.fnRemoveAll();
-    m_strPath = path;
+    m_strPath = std::move(path);
     m_nSavedState = m_nState = ++m_nLastState;
     m_bModified = false;
     fnSelectNone();
 }
 
 Outcome Document::fnOpen(const std::string& path, CqProgressDisplay* progress) {
-    PictureProgress told(progress);
-    Outcome outcome = q32ReadPicture(path.c_str(), m_Image, &told);
-    if (outcome.fnIsDone())
-        fnReset(path);
-    return outcome;
+    return fnGuard([&] {
+        std::string newPath = path;
+        PictureProgress told(progress);
+        Outcome outcome = q32ReadPicture(path.c_str(), m_Image, &told);
+        if (outcome.fnIsDone())
+            fnReset(std::move(newPath));
+        return outcome;
+    });
 }
 
 Outcome Document::fnSave(const std::string& path, CqProgressDisplay* progress) {
-    const CqPictureFormat* format = q32FindPictureFormat(path.c_str());
-    if (!format || !format->m_bCanWrite)
-        return fnFail(kNotSupported, path);
-    PictureProgress told(progress);
-    const Outcome outcome = q32WritePicture(path.c_str(), m_Image, format->m_eFormat, {}, &told);
-    if (outcome.fnIsDone()) {
-        m_strPath = path;
-        m_nSavedState = m_nState;
-        m_bModified = false;
-        fnTell();
-    }
-    return outcome;
+    return fnGuard([&] {
+        const CqPictureFormat* format = q32FindPictureFormat(path.c_str());
+        if (!format || !format->m_bCanWrite)
+            return fnFail(kNotSupported, path);
+        std::string newPath = path;
+        PictureProgress told(progress);
+        Outcome outcome = q32WritePicture(path.c_str(), m_Image, format->m_eFormat, {}, &told);
+        if (outcome.fnIsDone()) {
+            m_strPath = std::move(newPath);
+            m_nSavedState = m_nState;
+            m_bModified = false;
+            fnTell();
+        }
+        return outcome;
+    });
 }
 
 Outcome Document::fnNew(unsigned int width, unsigned int height, const CqColor& color,
@@ -125,23 +142,18 @@ Outcome Document::fnNew(unsigned int width, unsigned int height, const CqColor& 
         fresh.fnAlloc(width, height, 24, nullptr, 0);
         if (!fnFillPicture(fresh, color, progress))
             return fnStop();
+        m_Image.Title = ""; // the last that may fail
         m_Image.fnSwapBuf(fresh);
-        m_Image.Title = "";
         fnReset("");
         return Outcome();
     });
 }
 
-void Document::fnClose() {
-    CqImage gone;
-    m_Image.fnSwapBuf(gone);
-    fnReset("");
-}
-
-Outcome Document::fnChange(const std::string& name, const Edit& edit, CqProgressDisplay* progress) {
+Outcome Document::fnDo(const char* name, bool moves, const Edit& edit,
+                       CqProgressDisplay* progress) {
     const Outcome outcome = fnGuard([&] {
         auto snapshot = std::make_unique<Snapshot>();
-        snapshot->m_strChange = name;
+        snapshot->m_Change = {name, moves};
         SpanProgress copying(progress, 0, kCopyPercent);
         if (!fnCopyPicture(m_Image, snapshot->m_Image, progress ? &copying : nullptr))
             return fnStop();
@@ -151,28 +163,37 @@ Outcome Document::fnChange(const std::string& name, const Edit& edit, CqProgress
         if (progress && progress->fnWasAborted())
             return fnStop();
         rollback.fnKeep();
-        const bool resized = Form(m_Image) != Form(snapshot->m_Image);
+        moves = moves || Form(m_Image) != Form(snapshot->m_Image);
+        snapshot->m_Change.m_bMoves = moves;
         m_Undo.fnAddUndoBuf(snapshot.release(), m_nState);
         m_nState = ++m_nLastState;
         m_bModified = true;
-        if (resized)
-            fnSelectNone();
+        if (moves)
+            fnDropSelection();
         return Outcome();
     });
     fnTell();
     return outcome;
 }
 
-void Document::fnKeepToSelection(const Edit& edit, CqProgressDisplay* progress) {
-    // A copy of what the selection lies in is edited, and merged back by the mask, which stands in
-    // the copy's coordinates for that while.
-    const CRect bound = m_Selection.m_rectBound;
+Outcome Document::fnChange(const char* name, const Edit& edit, CqProgressDisplay* progress) {
+    return fnHasImage() ? fnDo(name, false, edit, progress) : fnStop();
+}
+
+void Document::fnKeepToSelection(int reach, const Edit& edit, CqProgressDisplay* progress) {
+    // A copy of what the selection lies in, and of as much about it as the edit looks at, is edited
+    // and merged back by the mask, which stands in the copy's coordinates for that while.
+    CRect bound = m_Selection->m_rectBound;
+    CRect around = bound;
+    around.InflateRect(reach, reach);
+    around.IntersectRect(
+        around, CRect(0, 0, static_cast<LONG>(m_Image.Width), static_cast<LONG>(m_Image.Height)));
     CqImage part;
-    part.fnAlloc(static_cast<unsigned int>(bound.Width()),
-                 static_cast<unsigned int>(bound.Height()), m_Image.BitCount, nullptr, 0);
+    part.fnAlloc(static_cast<unsigned int>(around.Width()),
+                 static_cast<unsigned int>(around.Height()), m_Image.BitCount, nullptr, 0);
     SpanProgress copying(progress, 0, kPartCopied);
-    if (!fnForBands(bound, &copying, [&](const CRect& band) {
-            part.fnCopyBlock(m_Image, &band, 0, band.top - bound.top);
+    if (!fnForBands(around, &copying, [&](const CRect& band) {
+            part.fnCopyBlock(m_Image, &band, 0, band.top - around.top);
         }))
         return;
     SpanProgress editing(progress, kPartCopied, kPartEdited);
@@ -180,47 +201,55 @@ void Document::fnKeepToSelection(const Edit& edit, CqProgressDisplay* progress) 
     if (editing.fnWasAborted())
         return;
     SpanProgress merging(progress, kPartEdited, 100);
-    const MovedMask moved(m_Selection, CPoint(0, 0));
-    const CqMergeParam param(m_Selection);
-    fnForBands(CRect(CPoint(0, 0), bound.Size()), &merging, [&](const CRect& band) {
-        m_Image.fnMerge(part, &band, param, bound.left, bound.top + band.top);
+    bound.OffsetRect(-around.left, -around.top);
+    const MovedMask moved(*m_Selection, bound.TopLeft());
+    const CqMergeParam param(*m_Selection);
+    fnForBands(bound, &merging, [&](const CRect& band) {
+        m_Image.fnMerge(part, &band, param, around.left + band.left, around.top + band.top);
     });
 }
 
-Outcome Document::fnChangeSelected(const std::string& name, const Edit& edit,
+Outcome Document::fnChangeSelected(const char* name, int reach, const Edit& edit,
                                    CqProgressDisplay* progress) {
     if (!fnHasSelection() || !fnCanSelect())
         return fnChange(name, edit, progress);
     return fnChange(
-        name, [&](CqImage&, CqProgressDisplay* told) { fnKeepToSelection(edit, told); }, progress);
+        name, [&](CqImage&, CqProgressDisplay* told) { fnKeepToSelection(reach, edit, told); },
+        progress);
 }
 
 Outcome Document::fnApply(const Operation& operation, const Values& values,
                           CqProgressDisplay* progress) {
-    const Edit edit = [&](CqImage& image, CqProgressDisplay* told) {
-        operation.m_pRun(image, values, told);
-    };
-    return operation.fnIsLocal() ? fnChangeSelected(operation.m_pszName, edit, progress)
-                                 : fnChange(operation.m_pszName, edit, progress);
+    if (!operation.fnSuits(m_Image))
+        return fnStop();
+    if (!operation.fnChanges(m_Image, values))
+        return {};
+    return fnGuard([&] {
+        const Edit edit = [&](CqImage& image, CqProgressDisplay* told) {
+            operation.m_pRun(image, values, told);
+        };
+        return operation.fnIsLocal()
+                   ? fnChangeSelected(operation.m_pszName, operation.m_nReach, edit, progress)
+                   : fnDo(operation.m_pszName, true, edit, progress);
+    });
 }
 
 Outcome Document::fnFill(const CqColor& color, CqProgressDisplay* progress) {
-    return fnChangeSelected(
-        "Fill", [&](CqImage& image, CqProgressDisplay* told) { fnFillPicture(image, color, told); },
-        progress);
+    const auto fill = [&](CqImage& image, CqProgressDisplay* told) {
+        fnFillPicture(image, color, told);
+    };
+    return fnGuard([&] { return fnChangeSelected("Fill", 0, fill, progress); });
 }
 
 Outcome Document::fnFill(CqImage& pattern, CqProgressDisplay* progress) {
-    return fnChangeSelected(
-        "Fill with Pattern",
-        [&](CqImage& image, CqProgressDisplay* told) {
-            SpanProgress converting(told, 0, kPatternConverted);
-            SpanProgress filling(told, kPatternConverted, 100);
-            if (pattern.BitCount == image.BitCount ||
-                fnConvertPicture(pattern, image.BitCount, &converting))
-                fnFillPattern(image, pattern, &filling);
-        },
-        progress);
+    const auto fill = [&](CqImage& image, CqProgressDisplay* told) {
+        SpanProgress converting(told, 0, kPatternConverted);
+        SpanProgress filling(told, kPatternConverted, 100);
+        if (pattern.BitCount == image.BitCount ||
+            fnConvertPicture(pattern, image.BitCount, &converting))
+            fnFillPattern(image, pattern, &filling);
+    };
+    return fnGuard([&] { return fnChangeSelected("Fill with Pattern", 0, fill, progress); });
 }
 
 void Document::fnTravel(bool back) {
@@ -228,8 +257,8 @@ void Document::fnTravel(bool back) {
         return;
     const Outcome outcome = fnGuard([&] {
         auto current = std::make_unique<Snapshot>();
-        current->m_strChange = fnPeek(back).m_strChange;
-        const Form left(m_Image);
+        current->m_Change = fnPeek(back).m_Change;
+        const bool moves = current->m_Change.m_bMoves;
         current->m_Image.fnSwapBuf(m_Image);
         unsigned long state = 0;
         CObject* const taken = back ? m_Undo.fnUndo(current.release(), m_nState, &state)
@@ -238,8 +267,8 @@ void Document::fnTravel(bool back) {
         m_Image.fnSwapBuf(reached->m_Image);
         m_nState = static_cast<std::uint32_t>(state);
         m_bModified = m_nState != m_nSavedState;
-        if (Form(m_Image) != left)
-            fnSelectNone();
+        if (moves)
+            fnDropSelection();
         return Outcome();
     });
     if (!outcome.fnIsDone())
@@ -248,62 +277,63 @@ void Document::fnTravel(bool back) {
 }
 
 bool Document::fnSetLevels(unsigned int levels) {
-    const bool changed = m_Undo.fnChangeLevel(levels);
+    const bool changed = m_Undo.fnSetLevels(levels);
     fnTell();
     return changed;
 }
 
-Outcome Document::fnSelect(CqMask& mask, Combine how) {
-    if (mask.m_rectBound.IsRectEmpty()) { // adds and takes off nothing
-        if (how == Combine::REPLACE)
-            fnSelectNone();
-        return {};
-    }
+Outcome Document::fnSelect(CqMask& mask, Combine how, CqProgressDisplay* progress) {
+    if (!fnCanSelect())
+        return fnStop();
     const Outcome outcome = fnGuard([&] {
-        if (how == Combine::SUBTRACT) {
-            if (fnHasSelection())
-                m_Selection -= mask;
-        } else if (how == Combine::ADD && fnHasSelection()) {
-            // Sums must not pass 255: what is in both is taken off first.
-            CqMask rest(mask);
-            rest -= m_Selection;
-            m_Selection += rest;
-        } else {
-            m_Selection = mask;
-        }
-        return Outcome();
+        if (!m_Selection)
+            m_Selection.emplace();
+        return fnCombineMasks(*m_Selection, mask, how, progress) ? Outcome() : fnStop();
     });
     ++m_nSelectionSerial;
     fnTell();
     return outcome;
 }
 
-Outcome Document::fnSelectShape(ShapeKind shape, std::span<const CqPoint2D> points, Combine how,
-                                CqProgressDisplay* progress) {
+template <typename Make>
+Outcome Document::fnSelectMade(Make&& make, Combine how, CqProgressDisplay* progress) {
+    if (!fnCanSelect())
+        return fnStop();
     return fnGuard([&] {
         CqMask mask;
-        return fnMakeShapeMask(fnMakeOutline(shape, points), m_Image.Width, m_Image.Height, mask,
-                               progress)
-                   ? fnSelect(mask, how)
-                   : fnStop();
+        SpanProgress making(progress, 0, kMaskMade);
+        SpanProgress combining(progress, kMaskMade, 100);
+        return make(mask, &making) ? fnSelect(mask, how, &combining) : fnStop();
     });
+}
+
+Outcome Document::fnSelectShape(ShapeKind shape, std::span<const CqPoint2D> points, Combine how,
+                                CqProgressDisplay* progress) {
+    return fnSelectMade(
+        [&](CqMask& mask, CqProgressDisplay* told) {
+            return fnMakeShapeMask(fnMakeOutline(shape, points), m_Image.Width, m_Image.Height,
+                                   mask, told);
+        },
+        how, progress);
 }
 
 Outcome Document::fnSelectColor(const CqColor& color, int tolerance, Combine how,
                                 CqProgressDisplay* progress) {
-    return fnGuard([&] {
-        CqMask mask;
-        return fnMakeColorMask(m_Image, color, tolerance, mask, progress) ? fnSelect(mask, how)
-                                                                          : fnStop();
-    });
+    return fnSelectMade(
+        [&](CqMask& mask, CqProgressDisplay* told) {
+            return fnMakeColorMask(m_Image, color, tolerance, mask, told);
+        },
+        how, progress);
 }
 
 void Document::fnSelectNone() {
-    CqMask none;
-    m_Selection.fnSwapBuf(none);
-    m_Selection.m_rectBound = CRect(0, 0, 0, 0);
-    ++m_nSelectionSerial;
+    fnDropSelection();
     fnTell();
+}
+
+void Document::fnDropSelection() {
+    m_Selection.reset();
+    ++m_nSelectionSerial;
 }
 
 } // namespace darkroom

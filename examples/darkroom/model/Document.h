@@ -1,16 +1,18 @@
 #pragma once
 
+#include "examples/darkroom/model/History.h"
+#include "examples/darkroom/model/Masks.h"
 #include "examples/darkroom/model/Operation.h"
 #include "examples/darkroom/model/Shapes.h"
 #include "plugins/PictureFile.h"
 #include "q32Base/framework/CDocument.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/CqMask.h"
-#include "q32Base/services/CqUndoMngr.h"
 
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -22,16 +24,23 @@ namespace darkroom {
 /// the user.
 using Outcome = CqPictureResult;
 
+/// What the history knows of a change.
+struct ChangeNote {
+    std::string m_strName;
+    bool m_bMoves = false; ///< pixels do not stay where they are: a selection would lie on others
+};
+
 /// A state of the picture that was left, and the change that it was left by.
 class Snapshot : public CObject {
 public:
     CqImage m_Image;
-    std::string m_strChange;
+    ChangeNote m_Change;
 };
 
 /// A picture with its path, its history and its selection. Knows nothing of windows. Every edit
 /// either happens whole and can be undone, or leaves the picture as it was: aborted, or out of
-/// memory. Nothing here throws.
+/// memory. Nothing here throws but the constructor, unless an edit of the caller's own does so for
+/// another want than of memory.
 ///
 /// Snapshots are whole pictures. They take their pixels where the memory policy wants them, so that
 /// a history may be larger than memory; moving through it copies nothing.
@@ -47,7 +56,8 @@ public:
     /// Empty for a picture that was never saved.
     const std::string& fnGetPath() const { return m_strPath; }
 
-    /// Called after the picture, the selection, the history or the modified mark has changed.
+    /// Called after the picture, the selection, the history or the modified mark has changed. When
+    /// it fails for want of memory, it has missed that change.
     void fnSetListener(std::function<void()> changed) { m_Changed = std::move(changed); }
 
     // Files. `progress` may be null.
@@ -58,16 +68,18 @@ public:
     /// A picture of one colour with 24 bits.
     Outcome fnNew(unsigned int width, unsigned int height, const CqColor& color,
                   CqProgressDisplay* progress);
-    void fnClose();
 
     // Edits.
 
     using Edit = std::function<void(CqImage& image, CqProgressDisplay* progress)>;
 
-    /// Does an operation, on the selection alone if there is one and the operation is local.
+    /// Does an operation, on the selection alone if there is one and the operation is local. With
+    /// values that change nothing it is done at once, and no change. One that doesn't suit the
+    /// picture is refused, like one that was stopped.
     Outcome fnApply(const Operation& operation, const Values& values, CqProgressDisplay* progress);
-    /// Does any change to the picture, under a name for the history.
-    Outcome fnChange(const std::string& name, const Edit& edit, CqProgressDisplay* progress);
+    /// Does any change to the picture that leaves pixels in place or changes its size or depth,
+    /// under a name for the history.
+    Outcome fnChange(const char* name, const Edit& edit, CqProgressDisplay* progress);
     /// Fills the selection, or all of the picture without one.
     Outcome fnFill(const CqColor& color, CqProgressDisplay* progress);
     /// Tiles a picture over that part, of 24 or 32 bits; it takes on the same depth.
@@ -78,30 +90,30 @@ public:
     bool fnCanUndo() const { return m_Undo.fnCanUndo(); }
     bool fnCanRedo() const { return m_Undo.fnCanRedo(); }
     /// Name of the change that would be undone or done again; there must be one.
-    const std::string& fnGetUndoName() const { return fnPeek(true).m_strChange; }
-    const std::string& fnGetRedoName() const { return fnPeek(false).m_strChange; }
+    const std::string& fnGetUndoName() const { return fnPeek(true).m_Change.m_strName; }
+    const std::string& fnGetRedoName() const { return fnPeek(false).m_Change.m_strName; }
     void fnUndo() { fnTravel(true); }
     void fnRedo() { fnTravel(false); }
     /// Has the undo manager tell a menu item how it has to look.
     void fnUpdateMenu(CCmdUI& item) { m_Undo.fnUpdateMenu(&item); }
     unsigned int fnGetLevels() const { return m_Undo.fnGetLevelNumber(); }
-    /// False, after the library's message, when memory ran out.
+    /// Fewer levels keep the newest steps. False, after the library's message, when memory ran out.
     bool fnSetLevels(unsigned int levels);
 
-    // Selection: a mask of 0 and 255 in the picture's coordinates. It goes with any change of the
-    // picture's size.
+    // Selection: a mask of 0 and 255 in the picture's coordinates. It goes with any change that
+    // moves pixels or gives the picture another size or depth. At depths that edits can't be kept
+    // to a selection at, there is none: making one is refused, like one that was stopped.
 
-    bool fnHasSelection() const {
-        return m_Selection.TileMap && !m_Selection.m_rectBound.IsRectEmpty();
-    }
-    CqMask& fnGetSelection() { return m_Selection; }
+    bool fnHasSelection() const { return m_Selection && !m_Selection->m_rectBound.IsRectEmpty(); }
+    /// There must be one.
+    CqMask& fnGetSelection() { return *m_Selection; }
     /// A number that changes with the selection.
     std::uint32_t fnGetSelectionSerial() const { return m_nSelectionSerial; }
     /// Edits can be kept to a selection at this depth.
     bool fnCanSelect() const { return fnHasImage() && m_Image.BitCount == 24; }
-    enum class Combine { REPLACE, ADD, SUBTRACT };
+    using Combine = darkroom::Combine;
     /// Takes a mask of 0 and 255 into the selection; one with an empty rectangle is nothing.
-    Outcome fnSelect(CqMask& mask, Combine how);
+    Outcome fnSelect(CqMask& mask, Combine how, CqProgressDisplay* progress);
     /// By a shape's points, or by a colour and how far each channel may differ. A shape that covers
     /// no pixel selects nothing.
     Outcome fnSelectShape(ShapeKind shape, std::span<const CqPoint2D> points, Combine how,
@@ -119,18 +131,23 @@ private:
         return *static_cast<const Snapshot*>(m_Undo.fnPeekLastBuf(undo));
     }
     void fnTravel(bool back);
-    void fnReset(const std::string& path);
-    void fnTell() const {
-        if (m_Changed)
-            m_Changed();
-    }
+    void fnReset(std::string path);
+    void fnTell() const;
+    /// Any change.
+    /// @param moves  pixels don't stay where they are
+    Outcome fnDo(const char* name, bool moves, const Edit& edit, CqProgressDisplay* progress);
     /// A change of the selection, or of all the picture without one.
-    Outcome fnChangeSelected(const std::string& name, const Edit& edit,
+    /// @param reach  pixels about each pixel that the edit looks at
+    Outcome fnChangeSelected(const char* name, int reach, const Edit& edit,
                              CqProgressDisplay* progress);
-    void fnKeepToSelection(const Edit& edit, CqProgressDisplay* progress);
+    /// @param make  makes the mask: bool(CqMask&, CqProgressDisplay*)
+    template <typename Make>
+    Outcome fnSelectMade(Make&& make, Combine how, CqProgressDisplay* progress);
+    void fnDropSelection();
+    void fnKeepToSelection(int reach, const Edit& edit, CqProgressDisplay* progress);
 
     CqImage m_Image;
-    CqMask m_Selection;
+    std::optional<CqMask> m_Selection; ///< even to make an empty mask may fail
     std::uint32_t m_nSelectionSerial = 0;
     std::string m_strPath;
     bool m_bModified = false;
@@ -140,7 +157,7 @@ private:
     std::uint32_t m_nLastState = 0;
     std::uint32_t m_nSavedState = 0;
     std::function<void()> m_Changed;
-    CqUndoMngr m_Undo; ///< last, so that it goes first: it may look at this document
+    History m_Undo; ///< last, so that it goes first: it may look at this document
 };
 
 } // namespace darkroom

@@ -14,6 +14,9 @@ namespace {
 
 constexpr std::uint32_t kTrueColor = fnDepthBit(24) | fnDepthBit(32);
 constexpr std::uint32_t kColor = kTrueColor | fnDepthBit(16);
+constexpr std::uint32_t kTones = kColor | kGreyBit;
+/// Pictures whose bytes are all brightnesses: at 32 bits one is alpha.
+constexpr std::uint32_t kByteTones = fnDepthBit(24) | kGreyBit;
 constexpr std::uint32_t kBytes = kColor | fnDepthBit(8);
 constexpr std::uint32_t kAny = kBytes | fnDepthBit(4);
 
@@ -56,6 +59,13 @@ void fnTurn(CqImage& image, int degrees, unsigned int background, bool smooth,
                    progress);
 }
 
+/// Whether the first values are all the one that does nothing.
+template <std::size_t Count, int Neutral>
+bool fnAllAre(const CqImage&, std::span<const int> values) {
+    return std::all_of(values.begin(), values.begin() + Count,
+                       [](int value) { return value == Neutral; });
+}
+
 template <int Degrees>
 void fnTurnBy(CqImage& image, std::span<const int>, CqProgressDisplay* progress) {
     fnTurn(image, Degrees, 0, false, progress);
@@ -68,23 +78,23 @@ void fnConvertTo(CqImage& image, std::span<const int>, CqProgressDisplay* progre
 
 const Operation kOperations[] = {
     {"brightness", "Brightness and Contrast", MenuPlace::ADJUST, "Ctrl+B", kBrightness,
-     PreviewKind::PIXELS, kBytes,
+     PreviewKind::PIXELS, kTones,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          image.fnBrightContrast(values[0], values[1], false, progress);
      },
-     nullptr},
+     nullptr, fnAllAre<2, 0>},
     {"balance", "Color Balance", MenuPlace::ADJUST, "Ctrl+L", kBalance, PreviewKind::PIXELS, kColor,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          image.fnColorBalance(values[0], values[1], values[2], false, progress);
      },
-     nullptr},
+     nullptr, fnAllAre<3, 0>},
     {"hue", "Hue and Saturation", MenuPlace::ADJUST, "Ctrl+U", kHue, PreviewKind::PIXELS,
      kTrueColor,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          image.fnHueSaturation(values[0], values[1], false, progress);
      },
-     nullptr},
-    {"threshold", "Threshold", MenuPlace::ADJUST, "", kThreshold, PreviewKind::PIXELS, kTrueColor,
+     nullptr, fnAllAre<2, 0>},
+    {"threshold", "Threshold", MenuPlace::ADJUST, "", kThreshold, PreviewKind::PIXELS, kByteTones,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          image.fnThresholding(static_cast<unsigned char>(values[0]), false, progress);
      },
@@ -93,12 +103,12 @@ const Operation kOperations[] = {
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          fnSoften(image, values[0], progress);
      },
-     nullptr},
+     nullptr, fnAllAre<1, 0>, 1},
     {"sharpen", "Sharpen", MenuPlace::FILTER, "", kAmount, PreviewKind::PIXELS, kTrueColor,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          fnSoften(image, -values[0], progress);
      },
-     nullptr},
+     nullptr, fnAllAre<1, 0>, 1},
     {"resize", "Resize", MenuPlace::IMAGE, "Ctrl+Alt+I", kSize, PreviewKind::NONE, kAny,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          image.fnResample(static_cast<unsigned int>(values[0]),
@@ -107,17 +117,23 @@ const Operation kOperations[] = {
      [](const CqImage& image, std::span<int> values) {
          values[0] = std::clamp(static_cast<int>(image.Width), 1, kMostPixels);
          values[1] = std::clamp(static_cast<int>(image.Height), 1, kMostPixels);
+         if (image.BitCount == 16)
+             values[2] = 0; // the filter spoils the green of 16 bits
+     },
+     [](const CqImage& image, std::span<const int> values) {
+         return static_cast<unsigned int>(values[0]) == image.Width &&
+                static_cast<unsigned int>(values[1]) == image.Height;
      }},
     {"scale", "Scale", MenuPlace::IMAGE, "", kScale, PreviewKind::NONE, kTrueColor,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          image.fnResample(values[0] / 100.0, values[0] / 100.0, progress);
      },
-     nullptr},
+     nullptr, fnAllAre<1, 100>},
     {"rotate", "Rotate", MenuPlace::IMAGE, "Ctrl+R", kAngle, PreviewKind::WHOLE, kTrueColor,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          fnTurn(image, values[0], static_cast<unsigned int>(values[2]), values[1] != 0, progress);
      },
-     nullptr},
+     nullptr, fnAllAre<1, 0>},
     {"right",
      "Turn Right",
      MenuPlace::IMAGE,
@@ -168,7 +184,10 @@ const Operation kOperations[] = {
 } // namespace
 
 bool Operation::fnSuits(const CqImage& image) const {
-    return image.TileMap && (m_nDepths & fnDepthBit(image.BitCount)) != 0;
+    if (!image.TileMap)
+        return false;
+    const std::uint32_t grey = image.BitCount == 8 && image.fnIsGrayScale() ? kGreyBit : 0;
+    return (m_nDepths & (fnDepthBit(image.BitCount) | grey)) != 0;
 }
 
 Values Operation::fnGetStart(const CqImage& image) const {

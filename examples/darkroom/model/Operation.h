@@ -49,14 +49,21 @@ struct Operation {
     const char* m_pszShortcut; ///< may be empty
     std::span<const Parameter> m_Parameters;
     PreviewKind m_ePreview;
-    std::uint32_t m_nDepths; ///< depths that it works on, as a mask of fnDepthBit
+    std::uint32_t m_nDepths; ///< depths that it works on, as a mask of fnDepthBit and kGreyBit
     /// Does it. Told to end by the progress object, which may be null, it returns early, with the
     /// image in any state. Raises the memory exception.
     void (*m_pRun)(CqImage& image, std::span<const int> values, CqProgressDisplay* progress);
     /// Start values that depend on the picture; null: the table's own.
-    void (*m_pStart)(const CqImage& image, std::span<int> values);
+    void (*m_pStart)(const CqImage& image, std::span<int> values) = nullptr;
+    /// Whether the picture stays as it is with these values; null: it never does.
+    bool (*m_pIsNeutral)(const CqImage& image, std::span<const int> values) = nullptr;
+    int m_nReach = 0; ///< pixels about each pixel that it looks at
 
     bool fnSuits(const CqImage& image) const;
+    /// Whether it changes a picture that it suits.
+    bool fnChanges(const CqImage& image, std::span<const int> values) const {
+        return !m_pIsNeutral || !m_pIsNeutral(image, values);
+    }
     /// The values that a dialog begins with.
     Values fnGetStart(const CqImage& image) const;
     /// Whether it may be kept to a selection: size and depth stay.
@@ -67,6 +74,10 @@ struct Operation {
 constexpr std::uint32_t fnDepthBit(unsigned int bits) {
     return 1u << (bits / 4);
 }
+
+/// Of a picture of 8 bits with the grey ramp: its bytes are brightnesses, not indices. It counts as
+/// 8 bits too.
+inline constexpr std::uint32_t kGreyBit = 1u;
 
 /// All operations, in the order of the menus.
 std::span<const Operation> fnGetOperations();

@@ -61,12 +61,24 @@ bool fnFillPicture(CqImage& image, const CqColor& color, CqProgressDisplay* prog
 }
 
 bool fnFillPattern(CqImage& image, CqImage& pattern, CqProgressDisplay* progress) {
-    // Each band begins with the pattern's first row.
+    const auto width = static_cast<LONG>(pattern.Width);
     const auto height = static_cast<LONG>(pattern.Height);
-    const LONG rows = (kBandRows + height - 1) / height * height;
-    return fnForBands(
-        fnGetWhole(image), progress,
-        [&](const CRect& band) { image.fnFill(pattern, nullptr, &band); }, rows);
+    if (height <= kBandRows) // each band begins with the pattern's first row
+        return fnForBands(
+            fnGetWhole(image), progress,
+            [&](const CRect& band) { image.fnFill(pattern, nullptr, &band); },
+            kBandRows / height * height);
+    // A band of rows from the middle of the pattern, and perhaps of some from its beginning.
+    return fnForBands(fnGetWhole(image), progress, [&](const CRect& band) {
+        for (LONG y = band.top; y < band.bottom;) {
+            const LONG row = y % height;
+            const LONG count = std::min(band.bottom - y, height - row);
+            const CRect from(0, row, width, row + count);
+            const CRect to(band.left, y, band.right, y + count);
+            image.fnFill(pattern, &from, &to);
+            y += count;
+        }
+    });
 }
 
 bool fnConvertPicture(CqImage& image, unsigned int bits, CqProgressDisplay* progress) {

@@ -70,6 +70,37 @@ LONG fnFirstColumn(double crossing, const CRect& bound) {
                                         static_cast<double>(bound.right)));
 }
 
+void fnMakeNone(CqMask& mask) {
+    CqMask none;
+    mask.fnSwapBuf(none);
+    mask.m_rectBound = CRect(0, 0, 0, 0);
+}
+
+/// 255 in all pixels of an image of `Bits` that a test takes, which is given each pixel's bytes.
+template <unsigned int Bits, typename Test>
+bool fnMakePixelMask(CqImage& image, Test&& takes, CqMask& mask, CqProgressDisplay* progress) {
+    if (!image.TileMap || image.BitCount != Bits) {
+        fnMakeNone(mask);
+        return true;
+    }
+    CqMask made(image.Width, image.Height);
+    CqImageLine from;
+    CqImageLine to;
+    for (unsigned int y = 0; y < image.Height; ++y) {
+        image.fnAccessLine(y, &from, true);
+        made.fnAccessLine(y, &to, false);
+        const unsigned char* pixel = from.LineBuffer;
+        for (unsigned int x = 0; x < image.Width; ++x, pixel += Bits / 8)
+            to.LineBuffer[x] = takes(pixel) ? 255 : 0;
+        if (!fnGoOn(progress, y, image.Height))
+            return false;
+    }
+    to.fnUnAssociate();
+    mask.fnSwapBuf(made);
+    mask.fnSetPos(CPoint(0, 0));
+    return true;
+}
+
 } // namespace
 
 std::vector<CqPoint2D> fnMakeOutline(ShapeKind shape, std::span<const CqPoint2D> points) {
@@ -92,9 +123,7 @@ bool fnMakeShapeMask(std::span<const CqPoint2D> outline, unsigned int width, uns
                      CqMask& mask, CqProgressDisplay* progress) {
     const CRect bound = fnFindBound(outline, width, height);
     if (bound.IsRectEmpty()) {
-        CqMask none;
-        mask.fnSwapBuf(none);
-        mask.m_rectBound = bound;
+        fnMakeNone(mask);
         return true;
     }
     CqMask made(static_cast<unsigned int>(bound.Width()),
@@ -132,45 +161,20 @@ bool fnMakeShapeMask(std::span<const CqPoint2D> outline, unsigned int width, uns
 
 bool fnMakeColorMask(CqImage& image, const CqColor& color, int tolerance, CqMask& mask,
                      CqProgressDisplay* progress) {
-    CqMask made(image.Width, image.Height);
     const int wanted[] = {color.m_Red, color.m_Green, color.m_Blue};
-    CqImageLine from;
-    CqImageLine to;
-    for (unsigned int y = 0; y < image.Height; ++y) {
-        image.fnAccessLine(y, &from, true);
-        made.fnAccessLine(y, &to, false);
-        const unsigned char* pixel = from.LineBuffer;
-        for (unsigned int x = 0; x < image.Width; ++x, pixel += 3) {
-            const bool near = std::abs(pixel[0] - wanted[0]) <= tolerance &&
-                              std::abs(pixel[1] - wanted[1]) <= tolerance &&
-                              std::abs(pixel[2] - wanted[2]) <= tolerance;
-            to.LineBuffer[x] = near ? 255 : 0;
-        }
-        if (!fnGoOn(progress, y, image.Height))
-            return false;
-    }
-    to.fnUnAssociate();
-    mask.fnSwapBuf(made);
-    mask.fnSetPos(CPoint(0, 0));
-    return true;
+    return fnMakePixelMask<24>(
+        image,
+        [&](const unsigned char* pixel) {
+            return std::abs(pixel[0] - wanted[0]) <= tolerance &&
+                   std::abs(pixel[1] - wanted[1]) <= tolerance &&
+                   std::abs(pixel[2] - wanted[2]) <= tolerance;
+        },
+        mask, progress);
 }
 
 bool fnMakeAlphaMask(CqImage& image, int level, CqMask& mask, CqProgressDisplay* progress) {
-    CqMask made(image.Width, image.Height);
-    CqImageLine from;
-    CqImageLine to;
-    for (unsigned int y = 0; y < image.Height; ++y) {
-        image.fnAccessLine(y, &from, true);
-        made.fnAccessLine(y, &to, false);
-        for (unsigned int x = 0; x < image.Width; ++x)
-            to.LineBuffer[x] = from.LineBuffer[4 * std::size_t{x}] >= level ? 255 : 0;
-        if (!fnGoOn(progress, y, image.Height))
-            return false;
-    }
-    to.fnUnAssociate();
-    mask.fnSwapBuf(made);
-    mask.fnSetPos(CPoint(0, 0));
-    return true;
+    return fnMakePixelMask<32>(
+        image, [&](const unsigned char* pixel) { return pixel[0] >= level; }, mask, progress);
 }
 
 void fnDrawPath(CqImage& image, std::span<const CqPoint2D> points, const CqColor& color) {

@@ -22,8 +22,9 @@ enum class ShapeKind { RECTANGLE, ELLIPSE, FREEHAND };
 /// memory exception.
 std::vector<CqPoint2D> fnMakeOutline(ShapeKind shape, std::span<const CqPoint2D> points);
 
-// The masks: false, with the mask as it was, when the user ended it. They raise the memory
-// exception.
+// The masks: false, with the mask as it was, when the user ended it. A mask without any pixel may
+// have an empty rectangle; so has one that is asked of a picture of another depth. They raise the
+// memory exception.
 
 /// 255 in all pixels whose centre lies inside a closed outline, by the even-odd rule; 0 elsewhere.
 /// The mask has an empty rectangle when that is no pixel of a picture of this size.

@@ -1,0 +1,31 @@
+#include "examples/darkroom/model/History.h"
+
+namespace darkroom {
+
+namespace {
+
+/// Deletes the oldest snapshots of a stack, which come first, and moves the others up.
+void fnKeepNewest(std::uint32_t levels, CObArray& bufs, CDWordArray& data, std::uint32_t& count) {
+    if (count <= levels)
+        return;
+    const std::uint32_t surplus = count - levels;
+    for (std::uint32_t i = 0; i < surplus; ++i)
+        delete bufs[static_cast<int>(i)];
+    for (std::uint32_t i = surplus; i < count; ++i) {
+        bufs[static_cast<int>(i - surplus)] = bufs[static_cast<int>(i)];
+        data[static_cast<int>(i - surplus)] = data[static_cast<int>(i)];
+    }
+    for (std::uint32_t i = levels; i < count; ++i)
+        bufs[static_cast<int>(i)] = nullptr;
+    count = levels;
+}
+
+} // namespace
+
+bool History::fnSetLevels(unsigned int levels) {
+    fnKeepNewest(levels, m_UndoBufs, m_UndoData, m_nUndoCount);
+    fnKeepNewest(levels, m_RedoBufs, m_RedoData, m_nRedoCount);
+    return fnChangeLevel(levels);
+}
+
+} // namespace darkroom
