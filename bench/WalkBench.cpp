@@ -3,7 +3,7 @@
 // another divisor. Each job runs once. To see what it is about, run it where memory is short, as
 // root:
 //
-//     scripts/with-memory 512M build/release/bench/WalkBench
+//     scripts/with-memory 512M build/bench/bench/WalkBench
 //
 // WalkBench [side [job [divisor]]]; the job is paint, file (the scratch file is copied in plain
 // pieces), copy, turn, reduce or, if left out, all of them. Painting comes before each. Told are

@@ -4,7 +4,7 @@
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 jobs=$(nproc)
 # Objects don't depend on the folder that they are built in, so that builds share them.
-export CCACHE_NOHASHDIR=1
+export CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros
 
 # step <what>: tells what comes next.
 step() { printf '\n== %s\n' "$*"; }

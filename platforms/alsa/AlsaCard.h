@@ -43,7 +43,8 @@ public:
     bool m_bPending = false; ///< it has changed, and nobody has been told
 
 private:
-    using Raw = std::array<long, 2>; ///< in the card's steps; of a switch, 1 for a channel that is on
+    using Raw =
+        std::array<long, 2>; ///< in the card's steps; of a switch, 1 for a channel that is on
     bool fnHasSides() const;
     bool fnReadRaw(Raw& raw) const;
     bool fnReadSwitch(long& on) const;

@@ -1,0 +1,1 @@
+// Stands for what is compiled once for all tests.
