@@ -89,17 +89,17 @@ const Operation kOperations[] = {
          image.fnThresholding(static_cast<unsigned char>(values[0]), false, progress);
      },
      nullptr},
-    {"soften", "Soften", MenuPlace::FILTER, "", kAmount, PreviewKind::PIXELS, kTrueColor,
+    {"soften", "Soften", MenuPlace::FILTER, "", kAmount, PreviewKind::NEIGHBOURS, kTrueColor,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          fnSoften(image, values[0], progress);
      },
      nullptr},
-    {"sharpen", "Sharpen", MenuPlace::FILTER, "", kAmount, PreviewKind::PIXELS, kTrueColor,
+    {"sharpen", "Sharpen", MenuPlace::FILTER, "", kAmount, PreviewKind::NEIGHBOURS, kTrueColor,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          fnSoften(image, -values[0], progress);
      },
      nullptr},
-    {"resize", "Resize", MenuPlace::IMAGE, "Ctrl+Alt+I", kSize, PreviewKind::NONE, kAny,
+    {"resize", "Resize", MenuPlace::IMAGE, "Ctrl+Alt+I", kSize, PreviewKind::SIZE, kAny,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          image.fnResample(static_cast<unsigned int>(values[0]),
                           static_cast<unsigned int>(values[1]), values[2] != 0, progress);
@@ -108,12 +108,12 @@ const Operation kOperations[] = {
          values[0] = std::clamp(static_cast<int>(image.Width), 1, kMostPixels);
          values[1] = std::clamp(static_cast<int>(image.Height), 1, kMostPixels);
      }},
-    {"scale", "Scale", MenuPlace::IMAGE, "", kScale, PreviewKind::NONE, kTrueColor,
+    {"scale", "Scale", MenuPlace::IMAGE, "", kScale, PreviewKind::SCALE, kTrueColor,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          image.fnResample(values[0] / 100.0, values[0] / 100.0, progress);
      },
      nullptr},
-    {"rotate", "Rotate", MenuPlace::IMAGE, "Ctrl+R", kAngle, PreviewKind::WHOLE, kTrueColor,
+    {"rotate", "Rotate", MenuPlace::IMAGE, "Ctrl+R", kAngle, PreviewKind::TURN, kTrueColor,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          fnTurn(image, values[0], static_cast<unsigned int>(values[2]), values[1] != 0, progress);
      },
