@@ -204,17 +204,11 @@ TEST_F(DarkroomPreview, AHugePictureIsTurnedByACopyInTheSizeThatItIsSeenIn) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakeSlopes("huge.png", 4000, 2200)));
     fnZoomTo(0.1);
     ASSERT_TRUE(fnWaitFor([&] { return !fnView().fnIsRefining(); }));
-    const QImage before = fnLook();
-    QImage shown;
-    fnDo("rotate", [&](QDialog& dialog) {
-        fnSet(dialog, "Angle, clockwise", 30);
-        ASSERT_TRUE(fnWaitFor([&] { return fnLook() != before; }));
-        shown = fnLook();
-        fnAccept(dialog);
-    });
+    const Promise promise =
+        fnPromise("rotate", [](QDialog& dialog) { fnSet(dialog, "Angle, clockwise", 30); });
     ASSERT_TRUE(fnWaitFor([&] { return !fnView().fnIsRefining(); }));
-    EXPECT_LT(fnDistance(shown, fnLook()), 0.5);
-    EXPECT_GT(fnDistance(before, fnLook()), 5);
+    EXPECT_LT(fnDistance(promise.m_Shown, fnLook()), 0.5);
+    EXPECT_GT(fnDistance(promise.m_Before, fnLook()), 5);
 }
 
 TEST_F(DarkroomPreview, AMovedPictureLiesOnTheViewsGroundWithoutTheSelectionsShade) {
@@ -245,13 +239,13 @@ TEST_F(DarkroomPreview, AViewThatChangesItsSizeIsPreviewedAnew) {
     for (const char* id : {"threshold", "rotate"}) {
         m_pWindow->resize(900, 640);
         QCoreApplication::processEvents();
+        const QImage first = fnLook();
         fnDo(id, [&](QDialog& dialog) {
-            const QImage first = fnLook();
             if (std::string(id) == "rotate")
                 fnSet(dialog, "Angle, clockwise", 30);
-            ASSERT_TRUE(fnWaitFor([&] { return fnLook() != first; }));
+            EXPECT_TRUE(fnWaitFor([&] { return fnLook() != first; })) << id;
             m_pWindow->resize(700, 500);
-            ASSERT_TRUE(fnWaitFor([&] { return fnLook().size() != first.size(); }));
+            EXPECT_TRUE(fnWaitFor([&] { return fnLook().size() != first.size(); }));
             // As if the dialog had been opened now.
             QImage fresh;
             EXPECT_TRUE(fnWaitFor([&] {
