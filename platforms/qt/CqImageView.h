@@ -4,8 +4,10 @@
 #include "q32Base/platform/Export.h"
 
 #include <memory>
+#include <optional>
 #include <QAbstractScrollArea>
 #include <QBasicTimer>
+#include <QCursor>
 #include <QPoint>
 #include <QPointF>
 #include <QRegion>
@@ -143,4 +145,5 @@ private:
     int m_nWheel = 0;   ///< of a step that isn't complete yet
     QPointF m_Grabbed;  ///< place in the image that the cursor drags
     bool m_bDragging = false;
+    std::optional<QCursor> m_CursorBefore; ///< the host's own, that a drag covers
 };

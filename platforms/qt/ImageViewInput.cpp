@@ -33,6 +33,10 @@ void CqImageView::mousePressEvent(QMouseEvent* event) {
         event->ignore();
         return;
     }
+    if (!m_bDragging)
+        m_CursorBefore = m_pCanvas->testAttribute(Qt::WA_SetCursor)
+                             ? std::optional(m_pCanvas->cursor())
+                             : std::nullopt;
     m_bDragging = true;
     m_Grabbed = fnToImage(event->position());
     m_pCanvas->setCursor(Qt::ClosedHandCursor);
@@ -54,7 +58,10 @@ void CqImageView::mouseReleaseEvent(QMouseEvent* event) {
     }
     if (!(event->buttons() & (Qt::LeftButton | Qt::MiddleButton))) {
         m_bDragging = false;
-        m_pCanvas->unsetCursor();
+        if (m_CursorBefore)
+            m_pCanvas->setCursor(*m_CursorBefore);
+        else
+            m_pCanvas->unsetCursor();
     }
     event->accept();
 }

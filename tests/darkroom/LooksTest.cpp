@@ -10,7 +10,6 @@
 #include <QPalette>
 #include <QSpinBox>
 #include <QTabWidget>
-#include <QTest>
 
 namespace {
 
@@ -91,16 +90,32 @@ TEST_P(DarkroomLooks, TheWindowTakesThePalettesColors) {
 }
 
 TEST_P(DarkroomLooks, ADialogShowsItsEffectInThePicture) {
+    darkroom::PictureView& view = m_pWindow->fnGetView();
+    const auto look = [&] { return view.viewport()->grab().toImage(); };
+    const auto colorAt = [&](double x, double y) {
+        const QPointF pixel = view.fnToView({x, y}) * view.devicePixelRatioF();
+        return look().pixelColor(pixel.toPoint());
+    };
+    const QColor ground = look().pixelColor(1, 1);
+    EXPECT_EQ(ground.lightness() < 128, GetParam());
+    EXPECT_GT(colorAt(560, 200).red(), 240) << "the yellow disk";
     fnDo("hue", [&](QDialog& dialog) {
         dialog.findChild<QSpinBox*>("Hue")->setValue(120);
-        QTest::qWait(50);
+        EXPECT_TRUE(fnWaitFor([&] {
+            const QColor disk = colorAt(560, 200);
+            return disk.green() > disk.red() && disk.red() < 200;
+        })) << "it has turned green";
         fnKeep(dialog, "hue");
         fnKeep(*m_pWindow, "hue-preview");
         dialog.reject();
     });
+    EXPECT_GT(colorAt(560, 200).red(), 240) << "taken back";
     fnDo("rotate", [&](QDialog& dialog) {
         dialog.findChild<QSpinBox*>("Angle, clockwise")->setValue(30);
-        QTest::qWait(50);
+        // From (160, -100) beside the middle the disk goes to (189, -7).
+        EXPECT_TRUE(fnWaitFor([&] { return colorAt(589, 293).red() > 240; }));
+        EXPECT_EQ(colorAt(20, 20), QColor(Qt::white)) << "the corner shows the background";
+        EXPECT_EQ(look().pixelColor(1, 1), ground) << "around lies the view's own";
         fnKeep(dialog, "rotate");
         fnKeep(*m_pWindow, "rotate-preview");
         dialog.reject();
@@ -113,6 +128,11 @@ TEST_P(DarkroomLooks, APictureIsMergedByItsAlphaInsideAFrame) {
         rule->setCurrentIndex(rule->count() - 1);
         EXPECT_EQ(rule->currentText(), "By its alpha");
         dialog.findChild<QSpinBox*>("x")->setValue(-300);
+        EXPECT_TRUE(fnWaitFor([&] { // the disk, moved by 300 pixels
+            darkroom::PictureView& view = m_pWindow->fnGetView();
+            const QPointF pixel = view.fnToView({260, 200}) * view.devicePixelRatioF();
+            return view.viewport()->grab().toImage().pixelColor(pixel.toPoint()).red() > 240;
+        }));
         fnKeep(dialog, "merge");
         fnKeep(*m_pWindow, "merge-frame");
         fnAccept(dialog);

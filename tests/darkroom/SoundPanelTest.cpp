@@ -1,6 +1,7 @@
 // The panel with a sound and the machine's mixer.
 #include "examples/darkroom/ui/SoundPanel.h"
 
+#include "platforms/qt/CqImageView.h"
 #include "plugins/WaveFile.h"
 #include "tests/darkroom/DarkroomWorld.h"
 
@@ -72,6 +73,49 @@ TEST_F(DarkroomSound, ASoundIsLoadedDrawnPlayedPausedAndStopped) {
     EXPECT_EQ(m_pPanel->fnGetWave().fnGetState(), WAVE_STOPPED);
     EXPECT_FALSE(stop.isEnabled());
     fnKeepPicture(*m_pWindow, "sound");
+}
+
+TEST_F(DarkroomSound, TheOscillogramFillsItsPanelInPixelsOfTheScreen) {
+    ASSERT_TRUE(m_pPanel->fnLoad(fnMakeTone()));
+    auto* const view = m_pPanel->findChild<CqImageView*>();
+    ASSERT_TRUE(view);
+    QCoreApplication::processEvents();
+    const QImage shown = view->viewport()->grab().toImage();
+    ASSERT_EQ(view->fnGetPixelSize(), shown.size());
+    CqImage expected;
+    expected.fnAlloc(static_cast<unsigned int>(shown.width()),
+                     static_cast<unsigned int>(shown.height()), 24, nullptr, 0);
+    m_pPanel->fnGetWave().fnRasterize(expected, 0, 8000, false, false);
+    int wrong = 0;
+    for (int y = 0; y < shown.height(); ++y)
+        for (int x = 0; x < shown.width(); ++x) {
+            const CqColor color = expected.fnGetPixelColor(x, y);
+            wrong += shown.pixel(x, y) != qRgb(color.m_Red, color.m_Green, color.m_Blue);
+        }
+    EXPECT_EQ(wrong, 0);
+    // The tone swells: what stands out from the ground is tall in the middle and flat at the ends.
+    const auto height = [&](int x) {
+        int count = 0;
+        for (int y = 0; y < shown.height(); ++y)
+            count += shown.pixel(x, y) != shown.pixel(0, 0);
+        return count;
+    };
+    EXPECT_GT(height(shown.width() / 2), shown.height() / 2);
+    EXPECT_LT(height(shown.width() / 50), shown.height() / 4);
+    EXPECT_LT(height(shown.width() - shown.width() / 50), shown.height() / 4);
+}
+
+TEST_F(DarkroomSound, LoopCanBeSetForTheNextStartWhileASoundPlays) {
+    auto& loop = fnFind<QToolButton>("soundLoop");
+    EXPECT_FALSE(loop.isEnabled());
+    ASSERT_TRUE(m_pPanel->fnLoad(fnMakeTone()));
+    fnFind<QToolButton>("soundPlay").click();
+    ASSERT_EQ(m_pPanel->fnGetWave().fnGetState(), WAVE_PLAYING);
+    EXPECT_TRUE(loop.isEnabled());
+    loop.click();
+    EXPECT_TRUE(loop.isChecked());
+    fnFind<QToolButton>("soundStop").click();
+    EXPECT_TRUE(loop.isChecked());
 }
 
 TEST_F(DarkroomSound, SlidersMoveTheMixer) {

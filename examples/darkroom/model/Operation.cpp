@@ -99,17 +99,17 @@ const Operation kOperations[] = {
          image.fnThresholding(static_cast<unsigned char>(values[0]), false, progress);
      },
      nullptr},
-    {"soften", "Soften", MenuPlace::FILTER, "", kAmount, PreviewKind::PIXELS, kTrueColor,
+    {"soften", "Soften", MenuPlace::FILTER, "", kAmount, PreviewKind::NEIGHBOURS, kTrueColor,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          fnSoften(image, values[0], progress);
      },
      nullptr, fnAllAre<1, 0>, 1},
-    {"sharpen", "Sharpen", MenuPlace::FILTER, "", kAmount, PreviewKind::PIXELS, kTrueColor,
+    {"sharpen", "Sharpen", MenuPlace::FILTER, "", kAmount, PreviewKind::NEIGHBOURS, kTrueColor,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          fnSoften(image, -values[0], progress);
      },
      nullptr, fnAllAre<1, 0>, 1},
-    {"resize", "Resize", MenuPlace::IMAGE, "Ctrl+Alt+I", kSize, PreviewKind::NONE, kAny,
+    {"resize", "Resize", MenuPlace::IMAGE, "Ctrl+Alt+I", kSize, PreviewKind::SIZE, kAny,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          image.fnResample(static_cast<unsigned int>(values[0]),
                           static_cast<unsigned int>(values[1]), values[2] != 0, progress);
@@ -124,12 +124,12 @@ const Operation kOperations[] = {
          return static_cast<unsigned int>(values[0]) == image.Width &&
                 static_cast<unsigned int>(values[1]) == image.Height;
      }},
-    {"scale", "Scale", MenuPlace::IMAGE, "", kScale, PreviewKind::NONE, kTrueColor,
+    {"scale", "Scale", MenuPlace::IMAGE, "", kScale, PreviewKind::SCALE, kTrueColor,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          image.fnResample(values[0] / 100.0, values[0] / 100.0, progress);
      },
      nullptr, fnAllAre<1, 100>},
-    {"rotate", "Rotate", MenuPlace::IMAGE, "Ctrl+R", kAngle, PreviewKind::WHOLE, kTrueColor,
+    {"rotate", "Rotate", MenuPlace::IMAGE, "Ctrl+R", kAngle, PreviewKind::TURN, kTrueColor,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          fnTurn(image, values[0], static_cast<unsigned int>(values[2]), values[1] != 0, progress);
      },

@@ -32,11 +32,14 @@ struct Parameter {
 
 using Values = std::vector<int>;
 
-/// What the effect of an operation can be shown on before it is done.
+/// How the effect of an operation can be shown before it is done.
 enum class PreviewKind {
     NONE,
-    PIXELS, ///< works on pixels where they stand: on any part of the picture
-    WHOLE   ///< moves pixels: on a small copy of the whole picture
+    PIXELS,     ///< works on pixels where they stand
+    NEIGHBOURS, ///< the same, but looks at the eight around each
+    SIZE,       ///< gives another size: width, height, whether pixels are blended
+    SCALE,      ///< the same by percent, always blended
+    TURN        ///< turns: degrees clockwise, whether pixels are blended, colour of the ground
 };
 
 enum class MenuPlace { ADJUST, FILTER, IMAGE };
@@ -67,7 +70,9 @@ struct Operation {
     /// The values that a dialog begins with.
     Values fnGetStart(const CqImage& image) const;
     /// Whether it may be kept to a selection: size and depth stay.
-    bool fnIsLocal() const { return m_ePreview == PreviewKind::PIXELS; }
+    bool fnIsLocal() const {
+        return m_ePreview == PreviewKind::PIXELS || m_ePreview == PreviewKind::NEIGHBOURS;
+    }
 };
 
 /// Depths are 4, 8, 16, 24 and 32 bits.

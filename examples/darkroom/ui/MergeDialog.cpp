@@ -1,6 +1,7 @@
 #include "examples/darkroom/ui/MergeDialog.h"
 
 #include "examples/darkroom/ui/ColorButton.h"
+#include "examples/darkroom/ui/MergePreview.h"
 #include "examples/darkroom/ui/PictureView.h"
 
 #include <QComboBox>
@@ -14,10 +15,9 @@ namespace {
 constexpr int kFarthest = 100000;
 }
 
-MergeDialog::MergeDialog(const CqImage& over, bool hasSelection, PictureView& view, QWidget* parent)
-    : QDialog(parent), m_Size(static_cast<int>(over.Width), static_cast<int>(over.Height)),
-      m_View(view), m_pRule(new QComboBox), m_pKey(new ColorButton(CqColor())), m_pX(new QSpinBox),
-      m_pY(new QSpinBox) {
+MergeDialog::MergeDialog(CqImage& over, bool hasSelection, PictureView& view, QWidget* parent)
+    : QDialog(parent), m_Over(over), m_View(view), m_pRule(new QComboBox),
+      m_pKey(new ColorButton(CqColor())), m_pX(new QSpinBox), m_pY(new QSpinBox) {
     setWindowTitle(tr("Merge a Picture"));
     auto* const form = new QFormLayout(this);
     const auto offer = [this](const QString& name, MergeRule rule) {
@@ -41,16 +41,20 @@ MergeDialog::MergeDialog(const CqImage& over, bool hasSelection, PictureView& vi
     }
     form->addRow(tr("Left:"), m_pX);
     form->addRow(tr("Top:"), m_pY);
+    connect(m_pKey, &ColorButton::colorChanged, this, &MergeDialog::fnChanged);
+    connect(&view, &CqImageView::visibleChanged, this, &MergeDialog::fnChanged);
     connect(m_pRule, &QComboBox::currentIndexChanged, this, &MergeDialog::fnChanged);
     auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     form->addRow(buttons);
+    m_Soon.setSingleShot(true);
+    connect(&m_Soon, &QTimer::timeout, this, &MergeDialog::fnShowPreview);
     fnChanged();
 }
 
 MergeDialog::~MergeDialog() {
-    m_View.fnShowFrame(CRect(0, 0, 0, 0));
+    fnHideMerge(m_View);
 }
 
 MergePlan MergeDialog::fnGetPlan() const {
@@ -59,9 +63,12 @@ MergePlan MergeDialog::fnGetPlan() const {
 }
 
 void MergeDialog::fnChanged() {
-    const MergePlan plan = fnGetPlan();
-    m_pKey->setEnabled(plan.m_eRule == MergeRule::KEY);
-    m_View.fnShowFrame(CRect(plan.m_nX, plan.m_nY, plan.m_nX + m_Size.cx, plan.m_nY + m_Size.cy));
+    m_pKey->setEnabled(fnGetPlan().m_eRule == MergeRule::KEY);
+    m_Soon.start(0);
+}
+
+void MergeDialog::fnShowPreview() {
+    fnShowMerge(m_View, m_Over, fnGetPlan());
 }
 
 } // namespace darkroom

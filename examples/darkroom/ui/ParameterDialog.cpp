@@ -2,7 +2,9 @@
 
 #include "examples/darkroom/model/Document.h"
 #include "examples/darkroom/ui/ColorButton.h"
+#include "examples/darkroom/ui/PictureView.h"
 
+#include <cmath>
 #include <QCheckBox>
 #include <QDialogButtonBox>
 #include <QFormLayout>
@@ -11,6 +13,7 @@
 #include <QSlider>
 #include <QSpinBox>
 #include <QVBoxLayout>
+#include <utility>
 
 namespace darkroom {
 
@@ -33,6 +36,8 @@ ParameterDialog::ParameterDialog(const Operation& operation, Document& document,
     const Values start = operation.fnGetStart(document.fnGetImage());
     for (std::size_t i = 0; i < start.size(); ++i)
         fnAdd(operation.m_Parameters[i], start[i], *form);
+    if (operation.m_ePreview == PreviewKind::SIZE)
+        fnAddLock(*layout);
     if (operation.m_ePreview != PreviewKind::NONE) {
         m_pShow = new QCheckBox(tr("&Preview"));
         m_pShow->setObjectName("preview");
@@ -51,6 +56,10 @@ ParameterDialog::ParameterDialog(const Operation& operation, Document& document,
     layout->addWidget(buttons);
     m_Soon.setSingleShot(true);
     connect(&m_Soon, &QTimer::timeout, this, &ParameterDialog::fnShowPreview);
+    connect(&view, &CqImageView::visibleChanged, this, [this] {
+        m_Preview.fnForget();
+        fnChanged();
+    });
     fnChanged();
 }
 
@@ -92,6 +101,7 @@ void ParameterDialog::fnAddNumber(const Parameter& parameter, int value, QFormLa
     row->addWidget(box);
     form.addRow(tr(parameter.m_pszName), row);
     connect(box, &QSpinBox::valueChanged, this, &ParameterDialog::fnChanged);
+    m_Numbers.push_back(box);
     m_Readers.emplace_back([box] { return box->value(); });
     m_Resetters.emplace_back([box, value] { box->setValue(value); });
 }
@@ -117,6 +127,33 @@ void ParameterDialog::fnAddColor(const Parameter& parameter, int value, QFormLay
     m_Readers.emplace_back(read);
     m_Resetters.emplace_back(
         [button, value] { button->fnSetColor(CqColor(static_cast<unsigned long>(value))); });
+}
+
+void ParameterDialog::fnAddLock(QVBoxLayout& layout) {
+    auto* const lock = new QCheckBox(tr("&Keep proportions"));
+    lock->setObjectName("proportions");
+    lock->setChecked(true);
+    layout.addWidget(lock);
+    const double width = m_Numbers[0]->value();
+    const double height = m_Numbers[1]->value();
+    const auto follow = [this, lock](QSpinBox* box, double ratio) {
+        return [this, lock, box, ratio](int value) {
+            // What follows must not lead in turn: it is rounded.
+            if (!lock->isChecked() || std::exchange(m_bFollows, true))
+                return;
+            box->setValue(static_cast<int>(std::lround(value * ratio)));
+            m_bFollows = false;
+        };
+    };
+    connect(m_Numbers[0], &QSpinBox::valueChanged, this, follow(m_Numbers[1], height / width));
+    connect(m_Numbers[1], &QSpinBox::valueChanged, this, follow(m_Numbers[0], width / height));
+    connect(lock, &QCheckBox::toggled, this, [this, ratio = height / width](bool on) {
+        if (on) {
+            m_bFollows = true;
+            m_Numbers[1]->setValue(static_cast<int>(std::lround(m_Numbers[0]->value() * ratio)));
+            m_bFollows = false;
+        }
+    });
 }
 
 void ParameterDialog::fnChanged() {

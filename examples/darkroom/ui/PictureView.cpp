@@ -1,11 +1,14 @@
 #include "examples/darkroom/ui/PictureView.h"
 
 #include "examples/darkroom/model/Shapes.h"
+#include "examples/darkroom/ui/Guard.h"
 
+#include <algorithm>
+#include <new>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QPolygonF>
+#include <utility>
 
 namespace darkroom {
 
@@ -20,18 +23,19 @@ bool fnIsDragged(Tool tool) {
 }
 
 /// Seen on any ground: light on dark.
-void fnDrawContrast(QPainter& painter, const QPolygonF& line) {
-    painter.setPen(QPen(QColor(0, 0, 0, 180), 3));
-    painter.drawPolyline(line);
-    painter.setPen(QPen(Qt::white, 1));
-    painter.drawPolyline(line);
+void fnDrawContrast(QPainter& painter, const QPainterPath& line) {
+    painter.strokePath(line, QPen(QColor(0, 0, 0, 180), 3));
+    painter.strokePath(line, QPen(Qt::white, 1));
 }
 
 } // namespace
 
 PictureView::PictureView(Document& document, QWidget* parent)
     : CqImageView(parent), m_Document(document) {
-    connect(this, &CqImageView::visibleChanged, this, [this] { m_Shade = QImage(); });
+    connect(this, &CqImageView::visibleChanged, this, [this] {
+        m_Shade = QImage();
+        m_Preview = QImage();
+    });
 }
 
 void PictureView::fnSetTool(Tool tool) {
@@ -41,10 +45,11 @@ void PictureView::fnSetTool(Tool tool) {
     viewport()->setCursor(tool == Tool::PAN ? Qt::OpenHandCursor : Qt::CrossCursor);
 }
 
-void PictureView::fnShowPreview(const QImage& preview, const QRectF& target, bool plainGround) {
+void PictureView::fnShowPreview(const QImage& preview, const QPoint& corner, bool instead) {
     m_Preview = preview;
-    m_PreviewTarget = target;
-    m_bPlainGround = plainGround;
+    m_Preview.setDevicePixelRatio(devicePixelRatioF());
+    m_PreviewCorner = corner;
+    m_bPreviewInstead = instead;
     viewport()->update();
 }
 
@@ -60,32 +65,42 @@ void PictureView::fnShowFrame(const CRect& frame) {
 
 void PictureView::fnSelectionChanged() {
     m_Shade = QImage();
-    viewport()->update();
+    fnDrop();
 }
 
 QImage PictureView::fnMakeShade() const {
     QImage shade(fnGetPixelSize(), QImage::Format_ARGB32_Premultiplied);
+    if (shade.isNull())
+        throw std::bad_alloc();
     shade.fill(Qt::transparent);
     CqMask& mask = m_Document.fnGetSelection();
     const CRect bound = mask.m_rectBound;
     const CRect seen = fnGetVisible();
-    std::vector<int> columns(static_cast<std::size_t>(shade.width()));
-    for (int x = 0; x < shade.width(); ++x)
-        columns[static_cast<std::size_t>(x)] = fnGetSample({x, 0}).x();
+    std::vector<int> columns;
+    int first = 0;
+    for (int x = 0; x < shade.width(); ++x) {
+        const int column = fnGetSample({x, 0}).x();
+        if (column < seen.left)
+            ++first;
+        else if (column < seen.right)
+            columns.push_back(column);
+    }
+    CqImageLine line;
+    int read = -1; // row of the mask that the line stands on
     for (int y = 0; y < shade.height(); ++y) {
-        auto* const out = reinterpret_cast<QRgb*>(shade.scanLine(y));
         const int row = fnGetSample({0, y}).y();
         if (row < seen.top || row >= seen.bottom)
             continue;
-        for (std::size_t x = 0; x < columns.size(); ++x) {
-            const int column = columns[x];
-            if (column < seen.left || column >= seen.right)
-                continue;
-            const bool inside = bound.PtInRect(CPoint(column, row)) &&
-                                *mask.fnGetPixelAddr(column - bound.left, row - bound.top) != 0;
-            if (!inside)
-                out[x] = kShade;
-        }
+        auto* const out = reinterpret_cast<QRgb*>(shade.scanLine(y)) + first;
+        std::fill_n(out, columns.size(), kShade);
+        if (row < bound.top || row >= bound.bottom)
+            continue;
+        if (std::exchange(read, row - bound.top) != row - bound.top)
+            mask.fnAccessLine(static_cast<unsigned int>(read), &line, true);
+        for (std::size_t x = 0; x < columns.size(); ++x)
+            if (columns[x] >= bound.left && columns[x] < bound.right &&
+                line.LineBuffer[columns[x] - bound.left] != 0)
+                out[x] = 0;
     }
     shade.setDevicePixelRatio(devicePixelRatioF());
     return shade;
@@ -99,63 +114,87 @@ void PictureView::fnPaintSelection(QPainter& painter) {
     painter.drawImage(0, 0, m_Shade);
 }
 
-void PictureView::fnPaintShape(QPainter& painter) {
-    if (m_Points.size() < 2)
-        return;
+QPainterPath PictureView::fnMakePath() const {
     std::vector<CqPoint2D> outline = m_Points;
+    if (m_eTool == Tool::CURVE)
+        outline.push_back(m_Cursor);
     if (m_eTool == Tool::RECTANGLE || m_eTool == Tool::ELLIPSE) {
         outline = fnMakeOutline(
             m_eTool == Tool::RECTANGLE ? ShapeKind::RECTANGLE : ShapeKind::ELLIPSE, m_Points);
         outline.push_back(outline.front());
     }
-    QPolygonF line;
-    for (const CqPoint2D& point : outline)
-        line << fnToView(QPointF(point.m_X, point.m_Y));
-    fnDrawContrast(painter, line);
+    const auto place = [&](std::size_t i) {
+        return fnToView(QPointF(outline[i].m_X, outline[i].m_Y));
+    };
+    QPainterPath path(place(0));
+    if (m_eTool == Tool::CURVE && outline.size() > 2) {
+        // What isn't clicked yet lies under the cursor.
+        path.cubicTo(place(1), place(2), place(outline.size() - 1));
+        return path;
+    }
+    for (std::size_t i = 1; i < outline.size(); ++i)
+        path.lineTo(place(i));
+    return path;
 }
 
 void PictureView::fnPaintOver(QPainter& painter, const QRegion&) {
-    if (!m_Preview.isNull()) {
-        if (m_bPlainGround)
-            painter.fillRect(viewport()->rect(), palette().color(QPalette::Window));
-        painter.drawImage(m_PreviewTarget, m_Preview);
+    const bool previewed = !m_Preview.isNull();
+    if (previewed) {
+        if (m_bPreviewInstead)
+            painter.fillRect(viewport()->rect(), palette().color(QPalette::Mid));
+        painter.drawImage(QPointF(m_PreviewCorner) / devicePixelRatioF(), m_Preview);
     }
-    fnPaintSelection(painter);
-    fnPaintShape(painter);
+    if (!previewed || !m_bPreviewInstead)
+        fnPaintSelection(painter);
+    if (m_Points.size() > 1 || (m_eTool == Tool::CURVE && !m_Points.empty()))
+        fnDrawContrast(painter, fnMakePath());
     if (!m_Frame.IsRectEmpty()) {
-        const QRectF frame(fnToView(QPointF(m_Frame.left, m_Frame.top)),
-                           fnToView(QPointF(m_Frame.right, m_Frame.bottom)));
-        fnDrawContrast(painter, QPolygonF(frame));
+        QPainterPath frame;
+        frame.addRect(QRectF(fnToView(QPointF(m_Frame.left, m_Frame.top)),
+                             fnToView(QPointF(m_Frame.right, m_Frame.bottom))));
+        fnDrawContrast(painter, frame);
     }
 }
 
 void PictureView::mousePressEvent(QMouseEvent* event) {
     if (m_eTool == Tool::PAN || event->button() != Qt::LeftButton || !m_Document.fnHasImage())
         return CqImageView::mousePressEvent(event);
-    const QPointF place = fnToImage(event->position());
-    m_Points.emplace_back(place.x(), place.y());
+    fnTry([&] { fnTakePress(*event); });
+    viewport()->update();
+}
+
+void PictureView::fnTakePress(const QMouseEvent& event) {
+    const QPointF place = fnToImage(event.position());
+    m_Cursor = CqPoint2D(place.x(), place.y());
+    m_Points.push_back(m_Cursor);
     if (fnIsDragged(m_eTool))
         m_bDragging = true;
     else if (m_eTool == Tool::PICK || m_Points.size() == kCurvePoints)
-        fnFinish(event->modifiers());
-    viewport()->update();
+        fnFinish(event.modifiers());
 }
 
 void PictureView::mouseMoveEvent(QMouseEvent* event) {
     CqImageView::mouseMoveEvent(event);
-    if (!m_bDragging)
+    fnTry([&] { fnTakeMove(*event); });
+}
+
+void PictureView::fnTakeMove(const QMouseEvent& event) {
+    if (m_Points.empty())
         return;
-    const QPointF place = fnToImage(event->position());
-    if (m_eTool != Tool::FREEHAND)
-        m_Points.resize(1);
-    m_Points.emplace_back(place.x(), place.y());
+    const QPointF place = fnToImage(event.position());
+    m_Cursor = CqPoint2D(place.x(), place.y());
+    if (m_bDragging) {
+        if (m_eTool != Tool::FREEHAND)
+            m_Points.resize(1);
+        m_Points.push_back(m_Cursor);
+    }
     viewport()->update();
 }
 
 void PictureView::mouseReleaseEvent(QMouseEvent* event) {
     CqImageView::mouseReleaseEvent(event);
     if (m_bDragging && event->button() == Qt::LeftButton)
-        fnFinish(event->modifiers());
+        fnTry([&] { fnFinish(event->modifiers()); });
 }
 
 void PictureView::keyPressEvent(QKeyEvent* event) {

@@ -5,8 +5,8 @@
 #include "q32Base/geometry/CqPoint2D.h"
 
 #include <QImage>
-#include <QPointF>
-#include <QRectF>
+#include <QPainterPath>
+#include <QPoint>
 #include <vector>
 
 namespace darkroom {
@@ -26,14 +26,17 @@ public:
     /// A shape that is being drawn is dropped.
     void fnSetTool(Tool tool);
 
-    /// Lays an image over a part of the view, in the viewport's coordinates, on a plain ground if
-    /// the rest of the picture isn't to be seen beside it.
-    void fnShowPreview(const QImage& preview, const QRectF& target, bool plainGround);
+    Document& fnGetDocument() const { return m_Document; }
+
+    /// Lays an image, of pixels of the screen, over the view until another part of the picture is
+    /// in sight. `corner` is counted from the view's top left corner, in such pixels too.
+    /// @param instead  of the picture, without its selection; else beside the rest of it
+    void fnShowPreview(const QImage& preview, const QPoint& corner, bool instead);
     void fnHidePreview();
     /// Outlines a rectangle of the picture; empty for none.
     void fnShowFrame(const CRect& frame);
 
-    /// The selection has changed.
+    /// The selection or the picture has changed: a shape that is being drawn is dropped.
     void fnSelectionChanged();
 
 Q_SIGNALS:
@@ -50,7 +53,9 @@ protected:
 
 private:
     void fnPaintSelection(QPainter& painter);
-    void fnPaintShape(QPainter& painter);
+    QPainterPath fnMakePath() const;
+    void fnTakePress(const QMouseEvent& event);
+    void fnTakeMove(const QMouseEvent& event);
     void fnFinish(Qt::KeyboardModifiers modifiers);
     void fnDrop();
     QImage fnMakeShade() const;
@@ -58,10 +63,11 @@ private:
     Document& m_Document;
     Tool m_eTool = Tool::PAN;
     std::vector<CqPoint2D> m_Points; ///< of the shape that is being drawn
+    CqPoint2D m_Cursor;              ///< last place in the picture that it was seen at
     bool m_bDragging = false;
     QImage m_Preview;
-    QRectF m_PreviewTarget;
-    bool m_bPlainGround = false;
+    QPoint m_PreviewCorner;
+    bool m_bPreviewInstead = false; ///< of the picture
     CRect m_Frame;
     QImage m_Shade; ///< of what isn't selected; null: to be made
 };

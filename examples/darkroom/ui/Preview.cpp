@@ -2,43 +2,65 @@
 
 #include "examples/darkroom/model/Document.h"
 #include "examples/darkroom/model/Pictures.h"
+#include "examples/darkroom/ui/Guard.h"
 #include "examples/darkroom/ui/PictureView.h"
-#include "q32Base/display/CqDisplayProperty.h"
-#include "q32Base/framework/Exceptions.h"
+#include "examples/darkroom/ui/PixelReader.h"
+#include "examples/darkroom/ui/Placement.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <new>
-#include <numeric>
-#include <utility>
+#include <iterator>
+#include <QPointF>
 
 namespace darkroom {
 
 namespace {
 
-template <typename Work>
-bool fnTry(Work&& work) {
-    try {
-        work();
-        return true;
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-    } catch (const std::bad_alloc&) {
-        // As above: there is just no preview.
+/// A picture of more pixels is moved by way of a copy in the size that it is seen in: reading it
+/// from all over for each value would take too long when it isn't in memory.
+constexpr double kMostRead = 8e6;
+
+/// The pixels of the screen along an axis that show a picture, and which of its pixels each shows.
+struct Axis {
+    int m_nFirst = 0;
+    std::vector<int> m_Samples;
+};
+
+/// @param sample  tells the pixel of the picture for one of the screen
+template <typename Sample>
+Axis fnMakeAxis(int room, int length, Sample&& sample) {
+    Axis axis;
+    for (int at = 0; at < room; ++at) {
+        const int found = sample(at);
+        if (found < 0 || found >= length)
+            continue;
+        if (axis.m_Samples.empty())
+            axis.m_nFirst = at;
+        axis.m_Samples.push_back(found);
     }
-    return false;
+    return axis;
 }
 
-/// Whole numbers from `first` to before `end`.
-std::vector<int> fnCount(int first, int end) {
-    std::vector<int> all(static_cast<std::size_t>(end - first));
-    std::iota(all.begin(), all.end(), first);
-    return all;
+/// The places that are needed for samples and `radius` places around each, without repetition;
+/// `seen` becomes where each sample stands among these.
+std::vector<int> fnGather(const std::vector<int>& samples, int radius, int length,
+                          std::vector<int>& seen) {
+    std::vector<int> places;
+    for (const int sample : samples)
+        for (int place = std::max(0, sample - radius);
+             place <= std::min(length - 1, sample + radius); ++place)
+            if (places.empty() || place > places.back())
+                places.push_back(place);
+    seen.clear();
+    for (const int sample : samples)
+        seen.push_back(static_cast<int>(std::lower_bound(places.begin(), places.end(), sample) -
+                                        places.begin()));
+    return places;
 }
 
 /// One place of the picture for each pixel of a smaller one, in the middle of what it stands for.
-std::vector<int> fnReduce(unsigned int length, double zoom) {
+std::vector<int> fnReduce(int length, double zoom) {
     std::vector<int> samples(std::max<std::size_t>(1, static_cast<std::size_t>(length * zoom)));
     for (std::size_t i = 0; i < samples.size(); ++i)
         samples[i] = static_cast<int>(
@@ -46,46 +68,66 @@ std::vector<int> fnReduce(unsigned int length, double zoom) {
     return samples;
 }
 
+/// Where the view, with `room` pixels, would begin to show a result of `length` pixels of the
+/// screen, if it could choose `wanted`.
+int fnFindOrigin(int room, int length, double wanted) {
+    const int spare = room - length;
+    return spare > 0 ? -(spare / 2)
+                     : static_cast<int>(std::clamp(std::round(wanted), 0.0, -1.0 * spare));
+}
+
+int fnBlendChannel(const QRgb (&four)[4], int shift, double x, double y) {
+    const auto channel = [&](int i) { return static_cast<double>(four[i] >> shift & 0xFF); };
+    const double top = channel(0) + (channel(1) - channel(0)) * x;
+    const double bottom = channel(2) + (channel(3) - channel(2)) * x;
+    return static_cast<int>(top + (bottom - top) * y + 0.5);
+}
+
+/// Reads a picture at any place; outside of it lies a ground.
+class PlaceReader {
+public:
+    /// @param scale  of the picture that is read against the one that places are told in
+    PlaceReader(CqImage& image, double scale, const Placement& placement)
+        : m_Pixels(image), m_Scale(scale), m_Placement(placement),
+          m_Last(static_cast<int>(image.Width) - 1, static_cast<int>(image.Height) - 1),
+          m_bKeepsEdge(placement.m_ToSource.type() <= QTransform::TxScale) {}
+
+    QRgb fnRead(const QPointF& place) {
+        const QPointF at = m_Placement.m_ToSource.map(place) * m_Scale;
+        if (!m_Placement.m_bSmooth || m_Scale != 1)
+            return fnPick(std::floor(at.x()), std::floor(at.y()));
+        const double left = std::floor(at.x() - 0.5);
+        const double top = std::floor(at.y() - 0.5);
+        const QRgb four[] = {fnPick(left, top), fnPick(left + 1, top), fnPick(left, top + 1),
+                             fnPick(left + 1, top + 1)};
+        const double x = at.x() - 0.5 - left;
+        const double y = at.y() - 0.5 - top;
+        return qRgb(fnBlendChannel(four, 16, x, y), fnBlendChannel(four, 8, x, y),
+                    fnBlendChannel(four, 0, x, y));
+    }
+
+private:
+    QRgb fnPick(double x, double y) {
+        if (m_bKeepsEdge) {
+            x = std::clamp(x, 0.0, static_cast<double>(m_Last.x()));
+            y = std::clamp(y, 0.0, static_cast<double>(m_Last.y()));
+        }
+        if (x < 0 || y < 0 || x > m_Last.x() || y > m_Last.y())
+            return m_Placement.m_Ground;
+        return m_Pixels.fnRead(static_cast<int>(x), static_cast<int>(y));
+    }
+
+    PixelReader m_Pixels;
+    double m_Scale;
+    const Placement& m_Placement;
+    QPoint m_Last;
+    bool m_bKeepsEdge; ///< beyond the edge lies the edge, not the ground
+};
+
 } // namespace
 
-QImage fnMakeScreenImage(CqImage& image) {
-    QImage screen(static_cast<int>(image.Width), static_cast<int>(image.Height),
-                  QImage::Format_RGB32);
-    if (screen.isNull())
-        return screen;
-    std::vector<RGBQUAD> palette(256);
-    image.fnGetPaletteEntry(0, 256, palette.data());
-    CqImageLine line;
-    for (std::uint32_t y = 0; y < image.Height; ++y) {
-        image.fnAccessLine(y, &line, true);
-        auto* const out = reinterpret_cast<QRgb*>(screen.scanLine(static_cast<int>(y)));
-        const unsigned char* in = line.LineBuffer;
-        for (std::uint32_t x = 0; x < image.Width; ++x, in += image.BytesPerPixel) {
-            if (image.BitCount == 8)
-                out[x] = qRgb(palette[*in].rgbRed, palette[*in].rgbGreen, palette[*in].rgbBlue);
-            else if (image.BitCount == 16) // 5-6-5, high byte first
-                out[x] = qRgb(in[0] & 0xF8, (in[0] << 5 | in[1] >> 3) & 0xFC, in[1] << 3 & 0xF8);
-            else
-                out[x] =
-                    image.BitCount == 24 ? qRgb(in[0], in[1], in[2]) : qRgb(in[1], in[2], in[3]);
-        }
-        q32GetDisplayProperty()->fnGammaCorrect(reinterpret_cast<unsigned char*>(out), image.Width,
-                                                32);
-    }
-    return screen;
-}
-
 Preview::Preview(Document& document, PictureView& view, const Operation& operation)
-    : m_Document(document), m_View(view), m_Operation(operation) {
-    const bool sampled = fnTry([&] {
-        if (operation.m_ePreview == PreviewKind::PIXELS)
-            fnSampleVisible();
-        else if (operation.m_ePreview == PreviewKind::WHOLE)
-            fnSampleWhole();
-    });
-    if (!sampled)
-        m_Columns.clear();
-}
+    : m_Document(document), m_View(view), m_Operation(operation) {}
 
 Preview::~Preview() {
     fnHide();
@@ -95,121 +137,142 @@ void Preview::fnHide() {
     m_View.fnHidePreview();
 }
 
+void Preview::fnForget() {
+    m_bSampled = false;
+}
+
 void Preview::fnSampleVisible() {
     // The samples that the view itself takes: one for each of the screen's pixels.
     const CqImage& image = m_Document.fnGetImage();
     const QSize room = m_View.fnGetPixelSize();
-    QPoint first(room.width(), room.height());
-    std::vector<int> columns;
-    std::vector<int> rows;
-    const auto take = [](int at, int sample, unsigned int length, std::vector<int>& samples,
-                         int& start) {
-        if (sample < 0 || static_cast<unsigned int>(sample) >= length)
-            return;
-        start = std::min(start, at);
-        samples.push_back(sample);
-    };
-    for (int x = 0; x < room.width(); ++x)
-        take(x, m_View.fnGetSample({x, 0}).x(), image.Width, columns, first.rx());
-    for (int y = 0; y < room.height(); ++y)
-        take(y, m_View.fnGetSample({0, y}).y(), image.Height, rows, first.ry());
-    const double scale = m_View.devicePixelRatioF();
-    m_Target = QRectF(
-        QPointF(first) / scale,
-        QSizeF(static_cast<double>(columns.size()), static_cast<double>(rows.size())) / scale);
-    if (m_View.fnGetZoom() <= 1 || columns.empty() || rows.empty())
-        return fnTake(columns, rows);
-    // Each pixel of the picture once, to be spread over the screen's afterwards.
-    fnTake(fnCount(columns.front(), columns.back() + 1), fnCount(rows.front(), rows.back() + 1));
-    m_SpreadColumns = std::move(columns);
-    m_SpreadRows = std::move(rows);
-}
-
-QImage Preview::fnSpread(const QImage& picture) const {
-    if (m_SpreadColumns.empty())
-        return picture;
-    QImage screen(static_cast<int>(m_SpreadColumns.size()), static_cast<int>(m_SpreadRows.size()),
-                  QImage::Format_RGB32);
-    for (int y = 0; y < screen.height(); ++y) {
-        const auto row = static_cast<std::size_t>(y);
-        const auto* const in = reinterpret_cast<const QRgb*>(
-            picture.constScanLine(m_SpreadRows[row] - m_SpreadRows.front()));
-        auto* const out = reinterpret_cast<QRgb*>(screen.scanLine(y));
-        for (std::size_t x = 0; x < m_SpreadColumns.size(); ++x)
-            out[x] = in[m_SpreadColumns[x] - m_SpreadColumns.front()];
-    }
-    return screen;
+    const auto width = static_cast<int>(image.Width);
+    const auto height = static_cast<int>(image.Height);
+    const Axis across = fnMakeAxis(room.width(), width, [&](int x) {
+        return m_View.fnGetSample({x, 0}).x();
+    });
+    const Axis down = fnMakeAxis(room.height(), height, [&](int y) {
+        return m_View.fnGetSample({0, y}).y();
+    });
+    const int radius = m_Operation.m_ePreview == PreviewKind::NEIGHBOURS ? 1 : 0;
+    m_Corner = {across.m_nFirst, down.m_nFirst};
+    m_Columns = fnGather(across.m_Samples, radius, width, m_SeenColumns);
+    m_Rows = fnGather(down.m_Samples, radius, height, m_SeenRows);
+    fnTake();
 }
 
 void Preview::fnSampleWhole() {
     const CqImage& image = m_Document.fnGetImage();
-    const QSize room = m_View.viewport()->size();
-    // Room for a picture that stands on its corner.
-    const double diagonal = std::hypot(image.Width, image.Height);
-    const double zoom = std::min(1.0, std::min(room.width(), room.height()) / diagonal);
-    fnTake(fnReduce(image.Width, zoom), fnReduce(image.Height, zoom));
+    const double zoom = m_View.fnGetZoom();
+    m_Columns.clear();
+    if (zoom >= 1 || static_cast<double>(image.Width) * image.Height <= kMostRead)
+        return;
+    m_Columns = fnReduce(static_cast<int>(image.Width), zoom);
+    m_Rows = fnReduce(static_cast<int>(image.Height), zoom);
+    fnTake();
 }
 
-void Preview::fnTake(const std::vector<int>& columns, const std::vector<int>& rows) {
+void Preview::fnTake() {
     CqImage& image = m_Document.fnGetImage();
-    if (columns.empty() || rows.empty() || image.BytesPerPixel == 0)
-        return;
+    if (m_Columns.empty() || m_Rows.empty() || image.BytesPerPixel == 0)
+        return m_Columns.clear();
     std::vector<RGBQUAD> palette(256);
     image.fnGetPaletteEntry(0, 256, palette.data());
-    m_Base.fnAlloc(static_cast<unsigned int>(columns.size()),
-                   static_cast<unsigned int>(rows.size()), image.BitCount,
+    m_Base.fnAlloc(static_cast<unsigned int>(m_Columns.size()),
+                   static_cast<unsigned int>(m_Rows.size()), image.BitCount,
                    image.BitCount == 8 ? palette.data() : nullptr, image.PaletteCount);
     const std::size_t pixel = image.BytesPerPixel;
     CqImageLine line;
-    for (std::size_t y = 0; y < rows.size(); ++y) {
+    for (std::size_t y = 0; y < m_Rows.size(); ++y) {
         m_Base.fnAccessLine(static_cast<unsigned int>(y), &line, false);
         unsigned char* out = line.LineBuffer;
-        for (const int column : columns) {
-            std::memcpy(out, image.fnGetPixelAddr(column, rows[y]), pixel);
+        for (const int column : m_Columns) {
+            std::memcpy(out, image.fnGetPixelAddr(column, m_Rows[y]), pixel);
             out += pixel;
         }
     }
-    line.fnUnAssociate();
-    m_Columns = columns;
-    m_Rows = rows;
 }
 
 void Preview::fnKeepUnselected(CqImage& image) {
     CqMask& mask = m_Document.fnGetSelection();
     const CRect bound = mask.m_rectBound;
+    const std::size_t pixel = image.BytesPerPixel;
+    CqImageLine weights;
+    CqImageLine before;
+    CqImageLine after;
     for (std::size_t y = 0; y < m_Rows.size(); ++y) {
+        const int row = m_Rows[y];
+        const bool crossed = row >= bound.top && row < bound.bottom;
+        if (crossed)
+            mask.fnAccessLine(static_cast<unsigned int>(row - bound.top), &weights, true);
+        m_Base.fnAccessLine(static_cast<unsigned int>(y), &before, true);
+        image.fnAccessLine(static_cast<unsigned int>(y), &after, false);
         for (std::size_t x = 0; x < m_Columns.size(); ++x) {
-            const CPoint place(m_Columns[x], m_Rows[y]);
-            if (bound.PtInRect(place) &&
-                *mask.fnGetPixelAddr(place.x - bound.left, place.y - bound.top) != 0)
-                continue;
-            std::memcpy(image.fnGetPixelAddr(static_cast<int>(x), static_cast<int>(y)),
-                        m_Base.fnGetPixelAddr(static_cast<int>(x), static_cast<int>(y)),
-                        image.BytesPerPixel);
+            const int column = m_Columns[x];
+            if (!crossed || column < bound.left || column >= bound.right ||
+                weights.LineBuffer[column - bound.left] == 0)
+                std::memcpy(after.LineBuffer + x * pixel, before.LineBuffer + x * pixel, pixel);
         }
     }
 }
 
-QRectF Preview::fnGetTarget(const CqImage& image) const {
-    if (m_Operation.m_ePreview == PreviewKind::PIXELS)
-        return m_Target;
-    QRectF target(0, 0, image.Width, image.Height);
-    target.moveCenter(QRectF(m_View.viewport()->rect()).center());
-    return target;
+void Preview::fnShowLocal(const Values& values) {
+    if (m_Columns.empty())
+        return;
+    CqImage image;
+    fnCopyPicture(m_Base, image, nullptr);
+    m_Operation.m_pRun(image, values, nullptr);
+    if (m_Document.fnHasSelection() && m_Document.fnCanSelect())
+        fnKeepUnselected(image);
+    PixelReader reader(image);
+    const QSize size(static_cast<int>(m_SeenColumns.size()), static_cast<int>(m_SeenRows.size()));
+    const QImage screen = fnMakeScreenImage(size, [&](int x, int y) {
+        return reader.fnRead(m_SeenColumns[static_cast<std::size_t>(x)],
+                             m_SeenRows[static_cast<std::size_t>(y)]);
+    });
+    m_View.fnShowPreview(screen, m_Corner, false);
+}
+
+void Preview::fnShowMoved(const Values& values) {
+    CqImage& image = m_Document.fnGetImage();
+    const Placement placement = fnFindPlacement(m_Operation, image, values);
+    const double zoom = m_View.fnGetZoom();
+    const QSize room = m_View.fnGetPixelSize();
+    const QPointF middle(room.width() / 2.0, room.height() / 2.0);
+    const QPointF kept =
+        placement.m_ToSource.inverted().map(m_View.fnToImage(middle / m_View.devicePixelRatioF()));
+    const QPointF wanted = kept * zoom - middle;
+    const auto scaled = [&](int length) { return std::max(1, static_cast<int>(length * zoom)); };
+    const auto axis = [&](int view, int length, double from) {
+        const int origin = fnFindOrigin(view, scaled(length), from);
+        return fnMakeAxis(view, length, [=](int at) {
+            return static_cast<int>(std::floor((at + 0.5 + origin) / zoom));
+        });
+    };
+    const Axis across = axis(room.width(), placement.m_Size.width(), wanted.x());
+    const Axis down = axis(room.height(), placement.m_Size.height(), wanted.y());
+    const bool reduced = !m_Columns.empty();
+    PlaceReader reader(reduced ? m_Base : image, reduced ? zoom : 1, placement);
+    const QSize size(static_cast<int>(across.m_Samples.size()),
+                     static_cast<int>(down.m_Samples.size()));
+    const QImage screen = fnMakeScreenImage(size, [&](int x, int y) {
+        return reader.fnRead({across.m_Samples[static_cast<std::size_t>(x)] + 0.5,
+                              down.m_Samples[static_cast<std::size_t>(y)] + 0.5});
+    });
+    m_View.fnShowPreview(screen, {across.m_nFirst, down.m_nFirst}, true);
 }
 
 void Preview::fnShow(const Values& values) {
-    if (m_Columns.empty())
+    if (m_Operation.m_ePreview == PreviewKind::NONE || !m_Document.fnHasImage())
         return;
-    fnTry([&] {
-        CqImage image;
-        fnCopyPicture(m_Base, image, nullptr);
-        m_Operation.m_pRun(image, values, nullptr);
-        if (m_Operation.fnIsLocal() && m_Document.fnHasSelection() && m_Document.fnCanSelect())
-            fnKeepUnselected(image);
-        m_View.fnShowPreview(fnSpread(fnMakeScreenImage(image)), fnGetTarget(image),
-                             m_Operation.m_ePreview == PreviewKind::WHOLE);
+    const bool shown = fnTry([&] {
+        const bool local = m_Operation.fnIsLocal();
+        if (!m_bSampled)
+            local ? fnSampleVisible() : fnSampleWhole();
+        m_bSampled = true;
+        local ? fnShowLocal(values) : fnShowMoved(values);
     });
+    if (!shown)
+        fnHide();
 }
 
 } // namespace darkroom

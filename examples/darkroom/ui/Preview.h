@@ -3,8 +3,8 @@
 #include "examples/darkroom/model/Operation.h"
 #include "q32Base/image/CqImage.h"
 
-#include <QImage>
-#include <QRectF>
+#include <QPoint>
+#include <QSize>
 #include <vector>
 
 namespace darkroom {
@@ -12,43 +12,49 @@ namespace darkroom {
 class Document;
 class PictureView;
 
-/// Shows what an operation would do to the part of the picture that is in sight, for as long as it
-/// lives. What is seen is copied once: pixel by pixel of the picture when it is shown enlarged,
-/// pixel by pixel of the screen when it is shown smaller; each change of the values then works on a
-/// fresh copy of that, whatever the size of the picture.
+/// Shows what an operation would do to the picture, at the place and zoom that it is seen in, for
+/// as long as it lives.
+///
+/// Of operations that work on pixels where they stand, what is in sight is copied once, with the
+/// neighbours that the operation looks at: each change of the values then works on a fresh copy of
+/// that, whatever the size of the picture. What is shown is the nearest pixel of the result, also
+/// where the view itself shows means, below a zoom of 1/4.
+///
+/// Of operations that move pixels, the result is shown pixel by pixel of the screen: the place in
+/// the middle of the view stays there, as far as the view can scroll the result. Where the
+/// operation blends pixels, four are blended, whichever filter it has.
 class Preview {
 public:
-    /// Nothing is shown yet. Does nothing for operations that have no preview, and when memory for
-    /// it runs out.
+    /// Nothing is shown yet.
     Preview(Document& document, PictureView& view, const Operation& operation);
     ~Preview();
     Preview(const Preview&) = delete;
     Preview& operator=(const Preview&) = delete;
 
+    /// Shows nothing for operations that have no preview, and when memory for it runs out.
     void fnShow(const Values& values);
     void fnHide();
+    /// Another part of the picture is in sight; what is shown is to be shown anew.
+    void fnForget();
 
 private:
+    void fnShowLocal(const Values& values);
+    void fnShowMoved(const Values& values);
     void fnSampleVisible();
     void fnSampleWhole();
-    void fnTake(const std::vector<int>& columns, const std::vector<int>& rows);
+    void fnTake();
     void fnKeepUnselected(CqImage& image);
-    QImage fnSpread(const QImage& picture) const;
-    QRectF fnGetTarget(const CqImage& image) const;
 
     Document& m_Document;
     PictureView& m_View;
     const Operation& m_Operation;
-    CqImage m_Base;             ///< what is in sight, as it is
+    bool m_bSampled = false;    ///< what follows is for what is in sight
+    CqImage m_Base;             ///< places of the picture, as they are; may be none
     std::vector<int> m_Columns; ///< of the picture, that the base's come from
     std::vector<int> m_Rows;
-    std::vector<int> m_SpreadColumns; ///< enlarged: of the picture, for each column of the screen
-    std::vector<int> m_SpreadRows;
-    QRectF m_Target;
+    std::vector<int> m_SeenColumns; ///< of the base, for each column of the screen
+    std::vector<int> m_SeenRows;
+    QPoint m_Corner; ///< where the first of them is seen, in pixels of the screen
 };
-
-/// A picture of 8, 16, 24 or 32 bits as the screen shows it, through the library's gamma; alpha
-/// isn't shown.
-QImage fnMakeScreenImage(CqImage& image);
 
 } // namespace darkroom

@@ -25,8 +25,8 @@ namespace {
 
 constexpr unsigned int kMixerId = 1;
 constexpr unsigned int kMixerStep = 8;
-constexpr unsigned int kPictureWidth = 320;
-constexpr unsigned int kPictureHeight = 120;
+constexpr int kPictureWidth = 320;
+constexpr int kPictureHeight = 120;
 constexpr int kWatchMs = 100;
 
 } // namespace
@@ -42,8 +42,10 @@ SoundPanel::SoundPanel(const HostSetup& setup, QWidget* parent)
     auto* const layout = new QVBoxLayout(this);
     m_pName->setText(tr("No sound"));
     layout->addWidget(m_pName);
-    m_pView->setFixedSize(static_cast<int>(kPictureWidth) + 2 * m_pView->frameWidth(),
-                          static_cast<int>(kPictureHeight) + 2 * m_pView->frameWidth());
+    m_pView->setFixedSize(kPictureWidth + 2 * m_pView->frameWidth(),
+                          kPictureHeight + 2 * m_pView->frameWidth());
+    // It is drawn in pixels of the screen, of which a view that moves to another screen has more.
+    connect(m_pView, &CqImageView::visibleChanged, this, &SoundPanel::fnFit);
     m_pView->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_pView->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     layout->addWidget(m_pView);
@@ -75,7 +77,8 @@ void SoundPanel::fnAddButtons(QHBoxLayout& row) {
     m_pPlay = add("soundPlay", tr("Play"), QStyle::SP_MediaPlay);
     m_pPause = add("soundPause", tr("Pause"), QStyle::SP_MediaPause);
     m_pStop = add("soundStop", tr("Stop"), QStyle::SP_MediaStop);
-    m_pLoop = add("soundLoop", tr("Again and again"), QStyle::SP_BrowserReload);
+    m_pLoop =
+        add("soundLoop", tr("Again and again, from the next start"), QStyle::SP_BrowserReload);
     m_pLoop->setCheckable(true);
     row.addStretch();
     connect(open, &QToolButton::clicked, this, &SoundPanel::fnAsk);
@@ -171,13 +174,22 @@ bool SoundPanel::fnLoad(const QString& path) {
 void SoundPanel::fnDraw() {
     m_pView->fnSetImage(nullptr);
     try {
-        m_Picture.fnAlloc(kPictureWidth, kPictureHeight, 24, nullptr, 0);
+        const QSize size = m_pView->fnGetPixelSize();
+        m_Picture.fnAlloc(static_cast<unsigned int>(size.width()),
+                          static_cast<unsigned int>(size.height()), 24, nullptr, 0);
         m_Wave.fnRasterize(m_Picture, 0, m_Wave.fnGetFrameCount(), false, false);
         m_pView->fnSetImage(&m_Picture);
     } catch (CMemoryException* failure) {
         failure->Delete();
         q32ShowMsg(-1, nullptr, nullptr, nullptr, 0);
     }
+}
+
+void SoundPanel::fnFit() {
+    const QSize size = m_pView->fnGetPixelSize();
+    if (m_pView->fnGetImage() && !size.isEmpty() &&
+        size != QSize(static_cast<int>(m_Picture.Width), static_cast<int>(m_Picture.Height)))
+        fnDraw();
 }
 
 void SoundPanel::fnPlay() {
@@ -192,7 +204,7 @@ void SoundPanel::fnFollow() {
     m_pPlay->setEnabled(loaded && state != WAVE_PLAYING);
     m_pPause->setEnabled(state == WAVE_PLAYING);
     m_pStop->setEnabled(state != WAVE_STOPPED);
-    m_pLoop->setEnabled(loaded && state == WAVE_STOPPED);
+    m_pLoop->setEnabled(loaded);
     state == WAVE_PLAYING ? m_Watch.start(kWatchMs) : m_Watch.stop();
 }
 

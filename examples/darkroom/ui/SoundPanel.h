@@ -56,11 +56,12 @@ private:
     void fnAsk();
     void fnPlay();
     void fnDraw();
+    void fnFit();
     void fnFollow();
     void fnFollowMixer();
 
     CqWave m_Wave;
-    CqImage m_Picture; ///< the oscillogram
+    CqImage m_Picture; ///< the oscillogram, in pixels of the screen
     Owner m_Owner;
     CqSoundCtrl m_Mixer;
     std::vector<Level> m_Levels;

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "q32Base/framework/Exceptions.h"
+
+#include <new>
+#include <utility>
+
+namespace darkroom {
+
+/// Does `work`, which must not let its failure into Qt's event loop; false when memory ran out.
+template <typename Work>
+bool fnTry(Work&& work) {
+    try {
+        std::forward<Work>(work)();
+        return true;
+    } catch (CMemoryException* failure) {
+        failure->Delete();
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+    return false;
+}
+
+} // namespace darkroom

@@ -1,0 +1,88 @@
+#include "examples/darkroom/ui/Placement.h"
+
+#include "q32Base/image/CqColor.h"
+#include "q32Base/image/CqImage.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace darkroom {
+
+namespace {
+
+constexpr double kDust = 1e-10;
+
+QSize fnSizeOf(const CqImage& image) {
+    return {static_cast<int>(image.Width), static_cast<int>(image.Height)};
+}
+
+/// The nearest pixel is found by steps of 1/256 of a pixel, from the first one's corner.
+Placement fnNearest(const QSize& from, const QSize& to) {
+    const auto step = [](int of, int in) { return std::floor(of * 256.0 / in) / 256; };
+    const double x = step(from.width(), to.width());
+    const double y = step(from.height(), to.height());
+    return {to, QTransform(x, 0, 0, y, -x / 2, -y / 2), 0, false};
+}
+
+Placement fnSized(const QSize& from, const QSize& to, double scaleX, double scaleY) {
+    if (from == to) // no change, whatever the values say
+        return {to, QTransform(), 0, false};
+    return {to, QTransform::fromScale(1 / scaleX, 1 / scaleY), 0, true};
+}
+
+/// The size that the library gives a turned picture: what holds it, and room for its fringe.
+QSize fnTurnedSize(const QSize& from, double degrees, bool smooth) {
+    const QRectF pixels(-(from.width() / 2), -(from.height() / 2), from.width() - 1,
+                        from.height() - 1);
+    const QRectF box = QTransform().rotate(degrees).mapRect(pixels);
+    const auto span = [&](double least, double most) {
+        return static_cast<int>(std::ceil(most - kDust)) - static_cast<int>(least) +
+               (smooth ? 5 : 3);
+    };
+    return {span(box.left(), box.right()), span(box.top(), box.bottom())};
+}
+
+Placement fnTurned(const QSize& from, int degrees, bool smooth) {
+    if (degrees % 360 == 0)
+        return {from, QTransform(), 0, false};
+    QTransform toSource;
+    if (degrees % 90 == 0) {
+        const QSize to = degrees % 180 == 0 ? from : from.transposed();
+        toSource.translate(from.width() / 2.0, from.height() / 2.0);
+        toSource.rotate(-degrees);
+        toSource.translate(-to.width() / 2.0, -to.height() / 2.0);
+        return {to, toSource, 0, false};
+    }
+    // The pixels in the middle lie on each other.
+    const QSize to = fnTurnedSize(from, degrees, smooth);
+    toSource.translate(from.width() / 2 + 0.5, from.height() / 2 + 0.5);
+    toSource.rotate(-degrees);
+    toSource.translate(-(to.width() / 2 + 0.5), -(to.height() / 2 + 0.5));
+    return {to, toSource, 0, smooth};
+}
+
+} // namespace
+
+Placement fnFindPlacement(const Operation& operation, const CqImage& image,
+                          std::span<const int> values) {
+    const QSize from = fnSizeOf(image);
+    if (operation.m_ePreview == PreviewKind::SIZE) {
+        const QSize to(values[0], values[1]);
+        const bool paletteImage = image.BitCount <= 8 && !image.fnIsGrayScale();
+        if (values[2] == 0 || paletteImage)
+            return fnNearest(from, to);
+        return fnSized(from, to, static_cast<double>(to.width()) / from.width(),
+                       static_cast<double>(to.height()) / from.height());
+    }
+    if (operation.m_ePreview == PreviewKind::SCALE) {
+        const double scale = values[0] / 100.0;
+        const auto length = [&](int of) { return static_cast<int>(std::ceil(of * scale - kDust)); };
+        return fnSized(from, {length(from.width()), length(from.height())}, scale, scale);
+    }
+    Placement placement = fnTurned(from, values[0], values[1] != 0);
+    const CqColor ground(static_cast<unsigned long>(values[2]));
+    placement.m_Ground = qRgb(ground.m_Red, ground.m_Green, ground.m_Blue);
+    return placement;
+}
+
+} // namespace darkroom

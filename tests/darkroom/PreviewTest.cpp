@@ -1,0 +1,331 @@
+// What dialogs show of their operations before these are done.
+#include "plugins/PictureFile.h"
+#include "tests/darkroom/DarkroomWorld.h"
+#include "tests/darkroom/PictureTools.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFile>
+#include <QSpinBox>
+
+namespace {
+
+class DarkroomPreview : public DarkroomWindow {
+protected:
+    darkroom::PictureView& fnView() const { return m_pWindow->fnGetView(); }
+    QImage fnLook() const { return fnView().viewport()->grab().toImage(); }
+
+    void fnOpenAt(unsigned int width, unsigned int height, double zoom) const {
+        ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("preview.png", width, height)));
+        fnZoomTo(zoom);
+    }
+    void fnZoomTo(double zoom) const {
+        fnView().fnSetZoom(zoom);
+        QCoreApplication::processEvents(); // scroll bars come and go
+    }
+
+    static void fnSet(QDialog& dialog, const char* name, int value) {
+        auto* const box = dialog.findChild<QSpinBox*>(name);
+        ASSERT_TRUE(box) << name;
+        box->setValue(value);
+    }
+    static void fnSwitch(QDialog& dialog, const char* name, bool on) {
+        auto* const box = dialog.findChild<QCheckBox*>(name);
+        ASSERT_TRUE(box) << name;
+        box->setChecked(on);
+    }
+
+    /// Does an operation with a change of the dialog's values; what was seen before OK and after.
+    struct Promise {
+        QImage m_Before;
+        QImage m_Shown;
+        QImage m_Done;
+    };
+    Promise fnPromise(const char* id, const std::function<void(QDialog&)>& set) {
+        Promise promise;
+        promise.m_Before = fnLook();
+        fnDo(id, [&](QDialog& dialog) {
+            fnSwitch(dialog, "preview", false); // so that nothing is shown of other values
+            set(dialog);
+            fnSwitch(dialog, "preview", true);
+            EXPECT_TRUE(fnWaitFor([&] { return fnLook() != promise.m_Before; })) << id;
+            promise.m_Shown = fnLook();
+            fnAccept(dialog);
+        });
+        promise.m_Done = fnLook();
+        return promise;
+    }
+
+    /// Mean difference of the channels.
+    static double fnDistance(const QImage& a, const QImage& b) {
+        EXPECT_EQ(a.size(), b.size());
+        double sum = 0;
+        for (int y = 0; y < a.height(); ++y)
+            for (int x = 0; x < a.width(); ++x) {
+                const QRgb left = a.pixel(x, y);
+                const QRgb right = b.pixel(x, y);
+                sum += std::abs(qRed(left) - qRed(right)) + std::abs(qGreen(left) - qGreen(right)) +
+                       std::abs(qBlue(left) - qBlue(right));
+            }
+        return sum / 3 / a.width() / a.height();
+    }
+
+    /// A picture without fine detail: slopes with a bright quarter.
+    QString fnMakeSlopes(const QString& name, unsigned int width, unsigned int height,
+                         unsigned int bits = 24) const {
+        CqImage image;
+        image.fnAlloc(width, height, bits, nullptr, 0);
+        const std::size_t pixel = bits / 8;
+        CqImageLine line;
+        for (unsigned int y = 0; y < height; ++y) {
+            image.fnAccessLine(y, &line, false);
+            for (unsigned int x = 0; x < width; ++x) {
+                const bool bright = x < width / 2 && y < height / 2;
+                unsigned char* const out = line.LineBuffer + pixel * x;
+                if (pixel == 4)
+                    out[0] = static_cast<unsigned char>(y * 255 / height);
+                out[pixel - 3] = static_cast<unsigned char>(x * 200 / width);
+                out[pixel - 2] = static_cast<unsigned char>(y * 200 / height);
+                out[pixel - 1] = bright ? 250 : 40;
+            }
+        }
+        line.fnUnAssociate();
+        const QString path = fnPath(name);
+        EXPECT_TRUE(
+            q32WritePicture(QFile::encodeName(path).constData(), image, PICTURE_PNG).fnIsDone());
+        return path;
+    }
+};
+
+} // namespace
+
+TEST_F(DarkroomPreview, FiltersShowWhatTheyWillDoAtAnyZoom) {
+    fnOpenAt(640, 480, 1);
+    for (const char* id : {"soften", "sharpen"})
+        for (const double zoom : {1.0, 0.5, 2.0 / 3, 0.3, 3.0}) {
+            fnZoomTo(zoom);
+            fnView().fnCenterOn({311, 203});
+            QCoreApplication::processEvents();
+            const Promise promise =
+                fnPromise(id, [](QDialog& dialog) { fnSet(dialog, "Amount", 83); });
+            EXPECT_TRUE(promise.m_Shown == promise.m_Done) << id << " at " << zoom;
+            fnDo("undo");
+            EXPECT_TRUE(fnLook() == promise.m_Before) << id << " at " << zoom;
+        }
+}
+
+TEST_F(DarkroomPreview, WhatIsNotSelectedStays) {
+    fnOpenAt(640, 480, 1);
+    const std::vector<CqPoint2D> corners = {{100, 80}, {431, 300}};
+    for (const double zoom : {1.0, 0.5, 3.0}) {
+        ASSERT_TRUE(m_pWindow->fnGetDocument()
+                        .fnSelectShape(darkroom::ShapeKind::ELLIPSE, corners,
+                                       darkroom::Document::Combine::REPLACE, nullptr)
+                        .fnIsDone());
+        fnZoomTo(zoom);
+        const Promise promise =
+            fnPromise("brightness", [](QDialog& dialog) { fnSet(dialog, "Brightness", 60); });
+        EXPECT_TRUE(promise.m_Shown == promise.m_Done) << zoom;
+        fnDo("undo");
+    }
+}
+
+TEST_F(DarkroomPreview, RightAnglesAndNearestPixelsShowTheResultInItsPlace) {
+    fnOpenAt(150, 101, 1);
+    for (const double zoom : {1.0, 0.5, 3.0}) {
+        fnZoomTo(zoom);
+        for (const int angle : {90, 180, -90}) {
+            const Promise promise = fnPromise(
+                "rotate", [&](QDialog& dialog) { fnSet(dialog, "Angle, clockwise", angle); });
+            EXPECT_TRUE(promise.m_Shown == promise.m_Done) << angle << " at " << zoom;
+            fnDo("undo");
+        }
+        for (const QSize size : {QSize(75, 50), QSize(200, 33), QSize(77, 150)}) {
+            const Promise promise = fnPromise("resize", [&](QDialog& dialog) {
+                fnSwitch(dialog, "Interpolate", false);
+                fnSwitch(dialog, "proportions", false);
+                fnSet(dialog, "Width", size.width());
+                fnSet(dialog, "Height", size.height());
+                // The switch alone shows the picture as it is.
+            });
+            EXPECT_TRUE(promise.m_Shown == promise.m_Done)
+                << size.width() << " x " << size.height() << " at " << zoom;
+            fnDo("undo");
+        }
+    }
+}
+
+TEST_F(DarkroomPreview, OtherAnglesAndScalesShowTheResultInItsPlaceButForTheFilter) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakeSlopes("slopes.png", 160, 120)));
+    for (const double zoom : {1.0, 0.5, 2.0}) {
+        fnZoomTo(zoom);
+        for (const int angle : {1, 30, -137}) {
+            const Promise promise = fnPromise(
+                "rotate", [&](QDialog& dialog) { fnSet(dialog, "Angle, clockwise", angle); });
+            EXPECT_LT(fnDistance(promise.m_Shown, promise.m_Done), 0.1) << angle << " at " << zoom;
+            EXPECT_GT(fnDistance(promise.m_Before, promise.m_Done), 0.2) << angle << " at " << zoom;
+            fnDo("undo");
+        }
+        for (const int percent : {40, 150}) {
+            const Promise promise =
+                fnPromise("scale", [&](QDialog& dialog) { fnSet(dialog, "Scale", percent); });
+            EXPECT_LT(fnDistance(promise.m_Shown, promise.m_Done), 0.1)
+                << percent << " % at " << zoom;
+            EXPECT_GT(fnDistance(promise.m_Before, promise.m_Done), 0.2)
+                << percent << " % at " << zoom;
+            fnDo("undo");
+        }
+    }
+}
+
+TEST_F(DarkroomPreview, APictureBeyondTheViewTurnsInPlaceAndComesBackToItsOwn) {
+    fnOpenAt(1500, 1100, 3);
+    for (const double zoom : {3.0, 1.0, 0.5}) {
+        fnZoomTo(zoom);
+        fnView().fnCenterOn({700, 400});
+        QCoreApplication::processEvents();
+        const QImage before = fnLook();
+        const QPoint middle(before.width() / 2, before.height() / 2);
+        fnDo("rotate", [&](QDialog& dialog) {
+            fnSwitch(dialog, "Smooth edges", false);
+            fnSet(dialog, "Angle, clockwise", 10);
+            ASSERT_TRUE(fnWaitFor([&] { return fnLook() != before; }));
+            fnSet(dialog, "Angle, clockwise", 0);
+            EXPECT_TRUE(fnWaitFor([&] { return fnLook() == before; })) << zoom;
+            dialog.reject();
+        });
+        EXPECT_TRUE(fnLook() == before) << zoom;
+    }
+}
+
+TEST_F(DarkroomPreview, AHugePictureIsTurnedByACopyInTheSizeThatItIsSeenIn) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakeSlopes("huge.png", 4000, 2200)));
+    fnZoomTo(0.1);
+    ASSERT_TRUE(fnWaitFor([&] { return !fnView().fnIsRefining(); }));
+    const Promise promise =
+        fnPromise("rotate", [](QDialog& dialog) { fnSet(dialog, "Angle, clockwise", 30); });
+    ASSERT_TRUE(fnWaitFor([&] { return !fnView().fnIsRefining(); }));
+    EXPECT_LT(fnDistance(promise.m_Shown, fnLook()), 0.5);
+    EXPECT_GT(fnDistance(promise.m_Before, fnLook()), 5);
+}
+
+TEST_F(DarkroomPreview, AMovedPictureLiesOnTheViewsGroundWithoutTheSelectionsShade) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakeSlopes("slopes.png", 300, 200)));
+    fnZoomTo(1);
+    const QImage plain = fnLook();
+    const QRgb ground = plain.pixel(2, 2);
+    const std::vector<CqPoint2D> corners = {{10, 10}, {60, 50}};
+    ASSERT_TRUE(m_pWindow->fnGetDocument()
+                    .fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners,
+                                   darkroom::Document::Combine::REPLACE, nullptr)
+                    .fnIsDone());
+    QCoreApplication::processEvents();
+    ASSERT_FALSE(fnLook() == plain);
+    fnDo("rotate", [&](QDialog& dialog) {
+        EXPECT_TRUE(fnWaitFor([&] { return fnLook() == plain; })) << "not turned yet: no shade";
+        fnSet(dialog, "Angle, clockwise", 45);
+        ASSERT_TRUE(fnWaitFor([&] { return fnLook() != plain; }));
+        const QImage turned = fnLook();
+        EXPECT_EQ(turned.pixel(2, 2), ground);
+        fnKeepPicture(*m_pWindow, "rotate-selected");
+        dialog.reject();
+    });
+}
+
+TEST_F(DarkroomPreview, AViewThatChangesItsSizeIsPreviewedAnew) {
+    fnOpenAt(1500, 1100, 1);
+    for (const char* id : {"threshold", "rotate"}) {
+        m_pWindow->resize(900, 640);
+        QCoreApplication::processEvents();
+        const QImage first = fnLook();
+        fnDo(id, [&](QDialog& dialog) {
+            if (std::string(id) == "rotate")
+                fnSet(dialog, "Angle, clockwise", 30);
+            EXPECT_TRUE(fnWaitFor([&] { return fnLook() != first; })) << id;
+            m_pWindow->resize(700, 500);
+            EXPECT_TRUE(fnWaitFor([&] { return fnLook().size() != first.size(); }));
+            // As if the dialog had been opened now.
+            QImage fresh;
+            EXPECT_TRUE(fnWaitFor([&] {
+                const QImage resized = fnLook();
+                fnSwitch(dialog, "preview", false);
+                const QImage bare = fnLook();
+                fnSwitch(dialog, "preview", true);
+                fresh = fnLook();
+                return resized == fresh && fresh != bare;
+            })) << id;
+            EXPECT_EQ(fresh.size(), fnLook().size());
+            dialog.reject();
+        });
+    }
+}
+
+TEST_F(DarkroomPreview, ASizeIsKeptInProportionUntilItIsSetFree) {
+    fnOpenAt(640, 480, 1);
+    fnDo("resize", [&](QDialog& dialog) {
+        auto& width = *dialog.findChild<QSpinBox*>("Width");
+        auto& height = *dialog.findChild<QSpinBox*>("Height");
+        width.setValue(321);
+        EXPECT_EQ(height.value(), 241) << "240.75";
+        height.setValue(100);
+        EXPECT_EQ(width.value(), 133) << "133.3";
+        EXPECT_EQ(height.value(), 100) << "what is typed stays";
+        fnSwitch(dialog, "proportions", false);
+        width.setValue(640);
+        EXPECT_EQ(height.value(), 100);
+        fnSwitch(dialog, "proportions", true);
+        EXPECT_EQ(height.value(), 480);
+        dialog.reject();
+    });
+}
+
+TEST_F(DarkroomPreview, AMergeIsShownByItsRule) {
+    const QString path = fnMakeSlopes("over.png", 120, 90, 32);
+    for (const double zoom : {1.0, 0.5, 3.0}) {
+        fnOpenAt(640, 480, zoom);
+        fnView().fnCenterOn({130, 90});
+        const std::vector<CqPoint2D> corners = {{120, 80}, {170, 300}};
+        ASSERT_TRUE(m_pWindow->fnGetDocument()
+                        .fnSelectShape(darkroom::ShapeKind::ELLIPSE, corners,
+                                       darkroom::Document::Combine::REPLACE, nullptr)
+                        .fnIsDone());
+        QCoreApplication::processEvents();
+        for (int rule = 0; rule < 4; ++rule) {
+            const QImage before = fnLook();
+            QImage shown;
+            QRectF frame;
+            fnInDialog([&](QDialog& dialog) {
+                auto* const rules = dialog.findChild<QComboBox*>("rule");
+                ASSERT_EQ(rules->count(), 4);
+                rules->setCurrentIndex(rule);
+                fnSet(dialog, "x", 90);
+                fnSet(dialog, "y", 50);
+                EXPECT_TRUE(fnWaitFor([&] { // not the frame alone
+                    const QPoint inside =
+                        (fnView().fnToView({145, 120}) * fnView().devicePixelRatioF()).toPoint();
+                    return fnLook().pixel(inside) != before.pixel(inside);
+                })) << rule;
+                shown = fnLook();
+                fnAccept(dialog);
+            });
+            m_pWindow->fnMerge(path);
+            QCoreApplication::processEvents();
+            QImage done = fnLook();
+            const double scale = fnView().devicePixelRatioF();
+            frame = {fnView().fnToView({90, 50}) * scale, fnView().fnToView({210, 140}) * scale};
+            const int line = static_cast<int>(2 * scale) + 1;
+            int differ = 0;
+            for (int y = 0; y < done.height(); ++y)
+                for (int x = 0; x < done.width(); ++x) {
+                    const bool onFrame = frame.adjusted(-line, -line, line, line).contains(x, y) &&
+                                         !frame.adjusted(line, line, -line, -line).contains(x, y);
+                    differ += !onFrame && done.pixel(x, y) != shown.pixel(x, y);
+                }
+            EXPECT_EQ(differ, 0) << "rule " << rule << " at " << zoom;
+            fnDo("undo");
+        }
+        m_pWindow->fnGetDocument().SetModifiedFlag(false);
+    }
+}
