@@ -7,8 +7,8 @@
 //
 // WalkBench [side [job [divisor]]]; the job is paint, file (the scratch file is copied in plain
 // pieces), copy, turn, reduce or, if left out, all of them. Painting comes before each. Told are
-// the time, the most memory beside the pixels that was seen in the job, and the pages that the job
-// waited for.
+// the time, the most memory beside the pixels that was seen in jobs that report progress, and the
+// pages that the job waited for.
 
 #include "platforms/posix/posix.h"
 #include "q32Base/image/CqImageTile.h"
@@ -76,7 +76,7 @@ public:
             m_nMost = std::max(m_nMost, fnOwnMemory());
         *aborted = false;
     }
-    long m_nMost = 0;
+    long m_nMost = -1; ///< nobody looked
 
 private:
     unsigned m_nCalls = 0;
@@ -105,9 +105,11 @@ void fnMeasure(const char* what, Job job) {
     const auto begin = std::chrono::steady_clock::now();
     job(watch);
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
-    std::printf("%-28s %7.1f s   own memory +%.1f MB   %ld major faults\n", what, time.count(),
-                static_cast<double>(std::max(0L, watch.m_nMost - before)) / 1024.0,
-                fnMajorFaults() - faults);
+    std::printf("%-28s %7.1f s   ", what, time.count());
+    if (watch.m_nMost >= 0)
+        std::printf("own memory +%.1f MB   ",
+                    static_cast<double>(std::max(0L, watch.m_nMost - before)) / 1024.0);
+    std::printf("%ld major faults\n", fnMajorFaults() - faults);
     std::fflush(stdout);
 }
 

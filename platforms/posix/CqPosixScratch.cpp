@@ -2,7 +2,6 @@
 
 #include "platforms/posix/FileAccess.h"
 #include "platforms/posix/FileSizeSignal.h"
-#include "platforms/posix/MemoryLimit.h"
 #include "platforms/posix/Path.h"
 
 #include <algorithm>
@@ -83,13 +82,14 @@ struct NativeName {
 
 /// Brings the pages of a fresh view in, writable. False when the disk refuses a page: an untouched
 /// page would raise a signal then.
-/// @param memory  what the process may use
+/// @param memory  what the process may use; 0 is not known, and then no limit
 bool fnTouch(char* view, std::size_t bytes, std::uint64_t memory) {
     const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
     // More would only push out others' pages, and these zeros with them.
-    const auto most = static_cast<std::size_t>(memory / 16) / page * page;
-    for (std::size_t at = 0; at < std::min(bytes, most); at += kTouchChunk) {
-        const std::size_t part = std::min({bytes - at, most - at, kTouchChunk});
+    if (memory != 0)
+        bytes = static_cast<std::size_t>(std::min<std::uint64_t>(bytes, memory / 16 / page * page));
+    for (std::size_t at = 0; at < bytes; at += kTouchChunk) {
+        const std::size_t part = std::min(bytes - at, kTouchChunk);
         if (fnRetry([&] { return ::madvise(view + at, part, MADV_POPULATE_WRITE); }) != 0)
             return errno == EINVAL; // a kernel that does not know the advice
     }
@@ -104,8 +104,9 @@ std::size_t fnBehind(std::uint64_t memory) {
 
 } // namespace
 
-CqPosixScratch::CqPosixScratch(std::shared_ptr<const CodePage> codePage)
-    : m_pCodePage(std::move(codePage)) {}
+CqPosixScratch::CqPosixScratch(std::shared_ptr<const CodePage> codePage,
+                               std::uint64_t (*usableMemory)())
+    : m_pCodePage(std::move(codePage)), m_fnUsableMemory(usableMemory) {}
 
 std::uint32_t CqPosixScratch::fnNextHandle() {
     do
@@ -226,7 +227,7 @@ void* CqPosixScratch::fnMapView(CqMappingHandle mapping, std::uint32_t size) {
         !fnHasBytes(*found->second.m_pFile, size))
         return nullptr;
     // What may throw comes before there is anything to give back.
-    const std::uint64_t memory = fnUsableMemory();
+    const std::uint64_t memory = m_fnUsableMemory();
     std::map<char*, View> place;
     View& made = place[nullptr];
     auto* const view = static_cast<char*>(::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED,
@@ -259,7 +260,7 @@ void CqPosixScratch::fnUnmapView(void* address, std::uint32_t size) noexcept {
 }
 
 void CqPosixScratch::fnAdvise(CQ_VIEW_ADVICE advice, void* address, std::uint32_t size) noexcept {
-    if (m_nMapped <= m_nMemory / 2)
+    if (m_nMemory == 0 || m_nMapped <= m_nMemory / 2)
         return;
     auto found = m_Views.upper_bound(static_cast<char*>(address));
     if (found == m_Views.begin())

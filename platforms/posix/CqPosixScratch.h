@@ -2,6 +2,7 @@
 
 #include "platforms/posix/CodePage.h"
 #include "platforms/posix/Descriptor.h"
+#include "platforms/posix/MemoryLimit.h"
 #include "platforms/posix/ViewPages.h"
 #include "q32Base/platform/CqScratchService.h"
 
@@ -18,7 +19,9 @@
 /// another program shares the lock too, and with it the use of the file.
 class CqPosixScratch : public CqScratchService {
 public:
-    explicit CqPosixScratch(std::shared_ptr<const q32::posix::CodePage> codePage);
+    /// @param usableMemory  tells how many bytes the process may use; 0 when nobody knows
+    explicit CqPosixScratch(std::shared_ptr<const q32::posix::CodePage> codePage,
+                            std::uint64_t (*usableMemory)() = q32::posix::fnUsableMemory);
 
     bool fnCreateName(const char* directory, const char* prefix, std::string& name) override;
     /// Takes over the file that `fnCreateName` made and still holds. Any other name is opened
@@ -32,8 +35,8 @@ public:
     CqMappingHandle fnCreateMapping(CqFileHandle file, std::uint32_t size) override;
     void fnCloseMapping(CqMappingHandle mapping) noexcept override;
     /// Maps with large pages where the file system has them, and touches the pages, up to a
-    /// sixteenth of the memory that the process may use. A disk that fails at that is a failure
-    /// here, not a signal at a later write.
+    /// sixteenth of the memory that the process may use, if that is known. A disk that fails at
+    /// that is a failure here, not a signal at a later write.
     void* fnMapView(CqMappingHandle mapping, std::uint32_t size) override;
     void fnUnmapView(void* address, std::uint32_t size) noexcept override;
     /// Followed when all views together are larger than half of the memory that the process may
@@ -58,12 +61,13 @@ private:
     CqFileHandle fnAddFile(std::shared_ptr<q32::posix::Descriptor> file);
 
     std::shared_ptr<const q32::posix::CodePage> m_pCodePage;
+    std::uint64_t (*m_fnUsableMemory)();
     std::map<std::string, q32::posix::Descriptor, std::less<>>
         m_Created; ///< named but not yet opened, by native path
     std::map<CqFileHandle, std::shared_ptr<q32::posix::Descriptor>> m_Files;
     std::map<CqMappingHandle, Mapping> m_Mappings;
     std::map<char*, View> m_Views; ///< by address
     std::uint64_t m_nMapped = 0;   ///< bytes of all views
-    std::uint64_t m_nMemory = 0;   ///< what the process might use when the last view was made
+    std::uint64_t m_nMemory = 0;   ///< usable when the last view was made; 0: not known
     std::uint32_t m_nLastHandle = 0;
 };

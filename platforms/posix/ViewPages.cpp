@@ -57,7 +57,7 @@ void ViewPages::fnBringIn(std::size_t& next, std::size_t begin, std::size_t end)
 void ViewPages::fnDone(std::size_t begin, std::size_t end) noexcept {
     const KeepErrno keep;
     const Range range = fnPages(begin, end);
-    if (range.fnSize() == 0)
+    if (range.fnSize() == 0 || m_bFailed)
         return;
     const bool joins = range.begin <= m_Run.end && m_Run.begin <= range.begin && m_Run.end != 0;
     if (!joins) {
@@ -78,13 +78,23 @@ void ViewPages::fnDone(std::size_t begin, std::size_t end) noexcept {
 void ViewPages::fnSendOut(const Range& range) {
     if (range.fnSize() == 0)
         return;
-    ::sync_file_range(m_nFile, static_cast<off_t>(range.begin), static_cast<off_t>(range.fnSize()),
-                      SYNC_FILE_RANGE_WRITE);
-    while (m_nOut != 0 && (m_nOut == kMostRanges || m_nBytesOut + range.fnSize() > m_nBehind))
+    fnSync(range, SYNC_FILE_RANGE_WRITE);
+    while (!m_bFailed && m_nOut != 0 &&
+           (m_nOut == kMostRanges || m_nBytesOut + range.fnSize() > m_nBehind))
         fnDropOldest();
+    if (m_bFailed)
+        return;
     m_Out[(m_nFirstOut + m_nOut) % kMostRanges] = range;
     ++m_nOut;
     m_nBytesOut += range.fnSize();
+}
+
+/// A page that the disk refused may count as written, though memory has its only good copy. The
+/// kernel tells that once, for the whole file: from then on no range is safe to drop.
+void ViewPages::fnSync(const Range& range, unsigned flags) {
+    if (::sync_file_range(m_nFile, static_cast<off_t>(range.begin),
+                          static_cast<off_t>(range.fnSize()), flags) != 0)
+        m_bFailed = true;
 }
 
 void ViewPages::fnDropOldest() {
@@ -92,8 +102,9 @@ void ViewPages::fnDropOldest() {
     m_nFirstOut = (m_nFirstOut + 1) % kMostRanges;
     --m_nOut;
     m_nBytesOut -= range.fnSize();
-    ::sync_file_range(m_nFile, static_cast<off_t>(range.begin), static_cast<off_t>(range.fnSize()),
-                      SYNC_FILE_RANGE_WAIT_BEFORE);
+    fnSync(range, SYNC_FILE_RANGE_WAIT_BEFORE);
+    if (m_bFailed)
+        return;
     // Out of the mapping first: the page cache keeps pages that are mapped.
     ::madvise(m_pView + range.begin, range.fnSize(), MADV_DONTNEED);
     ::posix_fadvise(m_nFile, static_cast<off_t>(range.begin), static_cast<off_t>(range.fnSize()),

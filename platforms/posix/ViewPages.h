@@ -10,8 +10,8 @@ namespace q32::posix {
 ///
 /// What comes next is read ahead. What is done goes out to the disk at once, in long pieces, and
 /// leaves memory a little later, when it has got there: so memory never fills up with pages that
-/// wait for the disk, and what the walk still needs stays. Bytes are never lost: a page that is
-/// written to again in between stays.
+/// wait for the disk, and what the walk still needs stays. Nothing is dropped that may be lost by
+/// it: a page that is written to again in between stays, and once a write-out has failed, all do.
 class ViewPages {
 public:
     /// @param file     a descriptor that lives longer than this object
@@ -39,6 +39,7 @@ private:
     Range fnPages(std::size_t begin, std::size_t end) const;
     void fnBringIn(std::size_t& next, std::size_t begin, std::size_t end);
     void fnSendOut(const Range& range);
+    void fnSync(const Range& range, unsigned flags);
     void fnDropOldest();
 
     int m_nFile;
@@ -52,6 +53,7 @@ private:
     std::size_t m_nFirstOut = 0;
     std::size_t m_nOut = 0;
     std::size_t m_nBytesOut = 0;
+    bool m_bFailed = false; ///< the disk refused something: nothing more is dropped
 };
 
 } // namespace q32::posix

@@ -3,6 +3,7 @@
 #include "q32Base/operations/PixelArea.h"
 #include "q32Base/platform/CqScratchService.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace q32 {
@@ -18,8 +19,9 @@ struct WalkOrder {
 /// Goes along with a walk through an area in a scratch file, and tells the scratch service which
 /// pages come next and which are done. An area in RAM is left alone.
 ///
-/// A cell is a piece of the area, one tile high. Each is announced once, some megabytes before the
-/// walk comes to it, and done once, behind it or at the end of this object.
+/// A cell is a piece of the area, one tile high. Each is announced once: with those that the walk
+/// comes to next, and with those of some megabytes beyond them. Each is done once, when the walk
+/// doesn't come to it any more, or at the end of this object.
 class PageWalk {
 public:
     /// @param coming  what is told of cells to come
@@ -36,6 +38,17 @@ public:
                  std::uint32_t lastY) {
         if (m_nCells != 0)
             fnGoOn(fnCell(firstX, firstY), fnCell(lastX, lastY));
+    }
+    /// The same in a walk of rows, in bands that may share cells.
+    /// @param nextY  the walk will begin again at the left, in this row or below it; one that isn't
+    ///               there: it won't
+    void fnReach(std::uint32_t firstX, std::uint32_t firstY, std::uint32_t lastX,
+                 std::uint32_t lastY, std::uint32_t nextY) {
+        if (m_nCells == 0)
+            return;
+        const std::uint32_t first = fnCell(firstX, firstY);
+        fnGoOn(nextY < m_Area.fnHeight() ? std::min(first, fnCell(0, nextY)) : first,
+               fnCell(lastX, lastY));
     }
 
 private:

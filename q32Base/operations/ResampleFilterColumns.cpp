@@ -8,6 +8,7 @@
 #include "q32Base/operations/Resample.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <memory>
 #include <type_traits>
@@ -60,28 +61,40 @@ public:
             m_pUnpacked.reset(fnNewArray<unsigned char>(samples));
     }
 
-    /// How many target rows are summed up before the next ones: of the same tiles, and in scratch
+    /// The end of the band that begins at row y: target rows of the same tiles, and in scratch
     /// files no more than what leaves memory room for the source rows that they need.
-    std::uint32_t fnBandRows() const {
-        if (!m_Source.fnIsScratch())
-            return CqTileMap::kMaxTileSize;
-        const double rowBytes =
-            static_cast<double>(m_Source.fnWidth()) * m_Source.fnBytesPerPixel();
-        const double rows = std::max<double>(kBandBytes / rowBytes, m_Table.fnCapacity()) *
-                            m_Target.fnHeight() / m_Source.fnHeight();
-        return static_cast<std::uint32_t>(std::clamp<double>(rows, 1, CqTileMap::kMaxTileSize));
+    std::uint32_t fnBandEnd(std::uint32_t y) const {
+        constexpr std::uint32_t kTile = CqTileMap::kMaxTileSize;
+        std::uint32_t rows = kTile;
+        if (m_Source.fnIsScratch()) {
+            const double rowBytes =
+                static_cast<double>(m_Source.fnWidth()) * m_Source.fnBytesPerPixel();
+            const double most = (kBandBytes / rowBytes - m_Table.fnCapacity()) *
+                                m_Target.fnHeight() / m_Source.fnHeight();
+            // Equal parts of a tile.
+            const auto parts = static_cast<std::uint32_t>(
+                std::ceil(kTile / std::clamp(std::floor(most), 1.0, double{kTile})));
+            rows = (kTile + parts - 1) / parts;
+        }
+        return std::min({m_Target.fnHeight() - y, kTile - y % kTile, rows}) + y;
     }
 
-    /// Target rows from y to before `bottom`.
-    void fnFilter(std::uint32_t y, std::uint32_t bottom) {
+    /// Target rows from y to before `bottom`, block by block. After each of them `isAborted` is
+    /// asked, with the first column behind it. False: it said so.
+    template <typename IsAborted>
+    bool fnFilter(std::uint32_t y, std::uint32_t bottom, IsAborted isAborted) {
         const auto [top, last] = fnSourceRows(y, bottom);
+        const std::uint32_t nextTop = fnNextTop(bottom);
         std::uint32_t end;
         for (std::uint32_t x = 0; x < m_Target.fnWidth(); x = end) {
             end = fnBlockEnd(x);
-            m_SourceWalk.fnReach(x, top, end - 1, last);
-            m_TargetWalk.fnReach(x, y, end - 1, bottom - 1);
+            m_SourceWalk.fnReach(x, top, end - 1, last, nextTop);
+            m_TargetWalk.fnReach(x, y, end - 1, bottom - 1, bottom);
             fnFilterBlock(x, end, y, bottom);
+            if (isAborted(end))
+                return false;
         }
+        return true;
     }
 
 private:
@@ -117,6 +130,16 @@ private:
                 last = std::max(last, m_Table[y].entries[k].pixel);
             }
         return {static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(last)};
+    }
+
+    /// No target row from y on needs a source row above this one.
+    std::uint32_t fnNextTop(std::uint32_t y) const {
+        const std::uint32_t height = m_Target.fnHeight();
+        if (y == height)
+            return m_Source.fnHeight();
+        // Each target row needs what lies lower than the one before it, but for what the lower edge
+        // reflects: of that, the last one reaches highest.
+        return std::min(fnSourceRows(y, y + 1).first, fnSourceRows(height - 1, height).first);
     }
 
     static constexpr std::size_t kBlockSamples = 512;       ///< a ring of them stays near
@@ -243,18 +266,25 @@ template <typename Sample>
 bool fnFilterColumns(const PixelArea& source, const PixelArea& target, const ContribTable& table,
                      const ProgressRun& progress) {
     ColumnFilter<Sample> filter(source, target, table);
+    // As many are reported as the share of the work that is done.
+    const std::uint64_t width = target.fnWidth();
     std::uint32_t reported = 0;
+    const auto isAborted = [&](std::uint64_t pixels) {
+        const std::uint32_t first = reported;
+        reported = static_cast<std::uint32_t>(pixels / target.fnHeight());
+        return progress.fnAborts(first, reported);
+    };
     std::uint32_t bottom;
     for (std::uint32_t y = 0; y < target.fnHeight(); y = bottom) {
-        bottom = std::min(filter.fnBandRows(), target.fnHeight() - y) + y;
-        if (target.fnBytesPerPixel() != 0)
-            filter.fnFilter(y, bottom);
-        // As many as the share of the work that is done.
-        const auto columns = static_cast<std::uint32_t>(std::uint64_t{target.fnWidth()} * bottom /
-                                                        target.fnHeight());
-        if (progress.fnAborts(reported, columns))
+        bottom = filter.fnBandEnd(y);
+        const std::uint64_t above = width * y;
+        const bool goesOn = target.fnBytesPerPixel() == 0
+                                ? !isAborted(width * bottom)
+                                : filter.fnFilter(y, bottom, [&](std::uint32_t end) {
+                                      return isAborted(above + std::uint64_t{bottom - y} * end);
+                                  });
+        if (!goesOn)
             return false;
-        reported = columns;
     }
     return true;
 }

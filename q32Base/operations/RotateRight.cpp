@@ -39,7 +39,7 @@ public:
         const std::uint32_t bottom =
             fnCut(m_bLeft ? width - tile.Left : tile.Right, m_Target.fnHeight());
         if (left < right && top < bottom)
-            m_TargetWalk.fnReach(left, top, right - 1, bottom - 1);
+            m_TargetWalk.fnReach(left, top, right - 1, bottom - 1, bottom);
         std::uint32_t endY;
         std::uint32_t endX;
         for (std::uint32_t y = top; y < bottom; y = endY) {

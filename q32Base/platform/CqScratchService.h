@@ -17,7 +17,7 @@ inline constexpr CqMappingHandle kNoMapping = 0;
 enum CQ_VIEW_ADVICE {
     VIEW_READ_NEXT,  ///< they will be read soon, and perhaps written too
     VIEW_WRITE_NEXT, ///< all of them will be written soon; what they hold now is of no meaning
-    VIEW_DONE,       ///< neither is to come in this walk
+    VIEW_DONE,       ///< neither is to come in this walk, but for a rare look back at an edge
 };
 
 /// Temporary files that are mapped into memory: the home of buffers that do not fit into RAM.

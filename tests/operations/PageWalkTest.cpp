@@ -29,7 +29,8 @@ std::size_t fnCovered(std::vector<Span> spans) {
     return bytes;
 }
 
-/// A source whose pixels stand there only from their announcement on, until they are done.
+/// A source whose pixels stand there only from their announcement on, until they are done. Of what
+/// is written, too, nothing stands there from its end on, until it is announced to be read.
 struct Mirage {
     explicit Mirage(CqImage& image)
         : m_pBegin(image.TileMap->PixelBuffer), m_Pixels(m_pBegin, m_pBegin + fnSize(image)) {
@@ -43,6 +44,12 @@ struct Mirage {
             if (advice == VIEW_WRITE_NEXT)
                 m_bFresh &= std::all_of(at, at + size, [](std::uint8_t b) { return b == 0; });
             m_Others[advice].push_back(span);
+            if (advice == VIEW_READ_NEXT)
+                fnRestore(at, size);
+            if (advice == VIEW_DONE) {
+                m_Finished.emplace_back(at, Bytes(at, at + size));
+                std::memset(at, 0xAA, size);
+            }
             return;
         }
         m_Own[advice].push_back(span);
@@ -52,8 +59,19 @@ struct Mirage {
             std::memset(at, 0xAA, size);
     }
 
+    /// Gives those bytes what they were when they were done.
+    void fnRestore(std::uint8_t* begin, std::size_t size) const {
+        for (const auto& [at, bytes] : m_Finished) {
+            std::uint8_t* from = std::max(at, begin);
+            std::uint8_t* to = std::min(at + bytes.size(), begin + size);
+            if (from < to)
+                std::copy(bytes.begin() + (from - at), bytes.begin() + (to - at), from);
+        }
+    }
+
     std::uint8_t* m_pBegin;
     Bytes m_Pixels;
+    std::vector<std::pair<std::uint8_t*, Bytes>> m_Finished;
     std::vector<Span> m_Own[3];
     std::vector<Span> m_Others[3];
     bool m_bFresh = true; ///< nothing was written before it was announced
@@ -89,6 +107,7 @@ protected:
         job(image, nullptr);
         scratch.m_OnAdvice = nullptr;
         m_nHeard = scratch.m_Advise.fnGetCount();
+        mirage.fnRestore(image.TileMap->PixelBuffer, Mirage::fnSize(image));
 
         EXPECT_TRUE(fnSameRows(fnRows(image), fnRows(wanted)));
         EXPECT_TRUE(mirage.m_bFresh);
@@ -147,6 +166,30 @@ TEST_F(PageWalkTest, OnePassOfTheFilterReadsEachTileOnceBetweenItsAnnouncementAn
 
 TEST_F(PageWalkTest, ASourceOfManyBytesATargetRowIsGoneThroughInLowerBands) {
     fnCheck(6100, 6000, 8, std::size_t{6100} * 50, fnFilter(61, 50)); // more than 32 MiB
+}
+
+TEST_F(PageWalkTest, BandsThatShareTilesAreDoneWithThemAfterTheLastOne) {
+    fnCheck(6000, 129, 24, 0, fnFilter(6000, 300));   // three bands of one row of source tiles
+    fnCheck(41000, 1000, 8, 0, fnFilter(41000, 130)); // several of one row of target tiles
+    fnCheck(92, 17000, 24, 0, fnTurn(90));            // a narrow last column, and long rows
+    fnCheck(220, 17000, 24, 0, fnTurn(-90));
+    fnCheck(220, 17000, 24, 0, fnTurn(90));
+}
+
+TEST_F(PageWalkTest, EscIsHeardBeforeABandIsGoneThrough) {
+    q32GetVMPolicy()->fnSetRamLimit(0);
+    CqImage image(20000, 100, 24, nullptr, 0);
+    std::size_t announced = 0;
+    m_World->m_pScratch->m_OnAdvice = [&](CQ_VIEW_ADVICE advice, std::uint8_t*,
+                                          std::uint32_t size) {
+        announced += advice == VIEW_DONE ? 0 : size;
+    };
+    StepDisplay display(0);
+    fnFilter(20000, 90)(image, &display);
+    m_World->m_pScratch->m_OnAdvice = nullptr;
+    EXPECT_EQ(image.Height, 100u);
+    EXPECT_GT(announced, 0u);
+    EXPECT_LT(announced, std::size_t{20000} * (100 + 90) * 3 * 3 / 4);
 }
 
 TEST_F(PageWalkTest, PixelsInRamGiveNoAdvice) {

@@ -407,8 +407,10 @@ TEST_F(ResampleTest, AnAbortAtAnyCallKeepsTheImage) {
         bool interpolate;
         std::size_t calls;
     };
-    for (const Way& way : {Way{20, 29, false, 29}, Way{20, 33, true, 33}, Way{26, 29, true, 26},
-                           Way{20, 30, true, 33 + 20}, Way{40, 30, true, 26 + 30}}) {
+    for (const Way& way :
+         {Way{20, 29, false, 29}, Way{20, 33, true, 33}, Way{26, 29, true, 26},
+          Way{20, 30, true, 33 + 20}, Way{40, 30, true, 26 + 30}, Way{13, 11, true, 26 + 11},
+          Way{26, 300, true, 26}, Way{200, 300, true, 33 + 200}}) { // bands and blocks
         CqImage image(26, 33, 24, nullptr, 0);
         fnSetRandom(image, m_Random);
         const Rows before = fnRows(image);
@@ -452,7 +454,7 @@ TEST_F(ResampleTest, AnAbortAtAnyCallKeepsNothingOnTheDisk) {
         unsigned int width, height;
         std::size_t calls;
     };
-    for (const Way& way : {Way{20, 30, 33 + 20}, Way{40, 30, 26 + 30}}) {
+    for (const Way& way : {Way{20, 30, 33 + 20}, Way{40, 30, 26 + 30}, Way{200, 300, 33 + 200}}) {
         const std::size_t files = m_World->m_pDisks->fnGetFiles().size();
         const std::uint32_t used = q32GetVMPolicy()->fnGetRamUsed();
         for (std::size_t call = 0; call < way.calls; ++call) {
@@ -498,10 +500,11 @@ void fnForEachWay(unsigned int bits, Work work) {
     work(bits, [](CqImage& image) { image.fnResample(20, 30, true, nullptr); });
     work(bits, [](CqImage& image) { image.fnResample(40, 30, true, nullptr); });
     work(bits, [](CqImage& image) { image.fnResample(0.3, 1.4, nullptr); });
+    work(bits, [](CqImage& image) { image.fnResample(13, 11, true, nullptr); }); // whole sums
 }
 
 TEST_F(ResampleTest, EveryAllocationThatFailsKeepsTheImageAndLeaksNothing) {
-    for (const unsigned int bits : {4u, 8u, 16u, 24u})
+    for (const unsigned int bits : {4u, 8u, 16u, 24u, 32u})
         fnForEachWay(bits, [this](unsigned int depth, auto resample) {
             CqImage image(26, 33, depth, q32GreyRamp, 0);
             fnSetAll(image, 99);

@@ -1,3 +1,4 @@
+#include "platforms/posix/CqPosixScratch.h"
 #include "tests/platforms/PosixTestTools.h"
 
 #include <gtest/gtest.h>
@@ -21,6 +22,12 @@ constexpr std::uint32_t kSize = 300001; // neither whole pages nor whole blocks
 
 std::shared_ptr<CqScratchService> fnNewService() {
     return q32PosixPlatform().m_pScratch;
+}
+
+template <std::uint64_t kMemory>
+std::shared_ptr<CqScratchService> fnNewServiceOfMemory() {
+    return std::make_shared<CqPosixScratch>(std::make_shared<q32::posix::CodePage>(""),
+                                            [] { return kMemory; });
 }
 
 std::string fnNative(std::string name) {
@@ -128,6 +135,34 @@ TEST(PosixScratch, PagesThatMemoryCanHoldStayWhenAWalkIsDoneWithThem) {
     std::vector<unsigned char> pages(kPages);
     ASSERT_EQ(::mincore(buffer.m_pView, buffer.m_nSize, pages.data()), 0);
     EXPECT_TRUE(std::all_of(pages.begin(), pages.end(), [](unsigned char p) { return p & 1; }));
+}
+
+TEST(PosixScratch, MemoryThatNobodyKnowsIsNoLimit) {
+    const Folder folder;
+    constexpr std::uint32_t kBytes = 40u << 20;
+    const auto residentPages = [](const Buffer& buffer) {
+        std::vector<unsigned char> pages(kBytes / 4096);
+        EXPECT_EQ(::mincore(buffer.m_pView, kBytes, pages.data()), 0);
+        return std::count_if(pages.begin(), pages.end(), [](unsigned char p) { return p & 1; });
+    };
+    const auto ample = fnNewServiceOfMemory<std::uint64_t{1} << 40>();
+    const auto unknown = fnNewServiceOfMemory<0>();
+    const auto scarce = fnNewServiceOfMemory<4u << 20>();
+    std::vector<std::ptrdiff_t> touched;
+    std::vector<std::ptrdiff_t> left;
+    for (const auto& scratch : {ample, unknown, scarce}) {
+        const Buffer buffer(*scratch, folder.fnName(), kBytes);
+        ASSERT_NE(buffer.m_pView, nullptr);
+        touched.push_back(residentPages(buffer));
+        std::memset(buffer.m_pView, 'x', kBytes);
+        for (std::uint32_t at = 0; at < kBytes; at += 1u << 20)
+            scratch->fnAdvise(VIEW_DONE, buffer.m_pView + at, 1u << 20);
+        left.push_back(residentPages(buffer));
+    }
+    EXPECT_EQ(touched[1], touched[0]);
+    EXPECT_LE(touched[2], touched[0]);
+    EXPECT_EQ(left[0], kBytes / 4096);
+    EXPECT_EQ(left[1], kBytes / 4096);
 }
 
 TEST(PosixScratch, WhatIsWrittenIntoTheViewStandsInTheFile) {

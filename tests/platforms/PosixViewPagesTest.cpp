@@ -10,7 +10,9 @@
 #include <fcntl.h>
 #include <linux/magic.h>
 #include <sys/mman.h>
+#include <sys/syscall.h>
 #include <sys/vfs.h>
+#include <unistd.h>
 #include <vector>
 
 using namespace q32::posix;
@@ -21,11 +23,36 @@ namespace {
 constexpr std::size_t kSize = (std::size_t{24} << 20) + 4097;
 constexpr std::size_t kBehind = std::size_t{4} << 20;
 
+/// Calls of one kind, of which one fails as on a broken disk. The kernel tells that once.
+struct SyncFault {
+    unsigned flags; ///< 0: none fails
+    unsigned countdown;
+};
+SyncFault g_Fault = {0, 0};
+
+} // namespace
+
+/// Stands before the C library's.
+extern "C" __attribute__((visibility("default"))) int
+sync_file_range(int file, off64_t offset, off64_t count, unsigned int flags) {
+    if (flags == g_Fault.flags && g_Fault.countdown-- == 0) {
+        g_Fault.flags = 0;
+        errno = EIO;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_sync_file_range, file, offset, count, flags));
+}
+
+namespace {
+
 class PosixViewPages : public ::testing::Test {
 protected:
     PosixViewPages()
         : m_File(::open(m_Folder.fnPath("view").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {}
-    ~PosixViewPages() override { ::munmap(m_pView, kSize); }
+    ~PosixViewPages() override {
+        g_Fault.flags = 0;
+        ::munmap(m_pView, kSize);
+    }
 
     void SetUp() override {
         ASSERT_EQ(::ftruncate(m_File.fnGet(), off_t{kSize}), 0);
@@ -118,6 +145,62 @@ TEST_F(PosixViewPages, AdviceThatTheSystemRefusesIsNoFailure) {
     pages.fnDone(kSize + 5, kSize + 9);
     EXPECT_EQ(errno, ENODATA);
     EXPECT_TRUE(fnHolds(0));
+}
+
+/// Memory that the file has no copy of: what is dropped is lost.
+class OnlyCopy {
+public:
+    static constexpr std::size_t kPieces = 200;
+    static constexpr std::size_t kPiece = std::size_t{64} << 10;
+
+    OnlyCopy()
+        : m_pView(static_cast<char*>(::mmap(nullptr, kPieces * kPiece, PROT_READ | PROT_WRITE,
+                                            MAP_PRIVATE | MAP_ANONYMOUS, -1, 0))) {
+        std::fill_n(m_pView, kPieces * kPiece, 'x');
+    }
+    ~OnlyCopy() { ::munmap(m_pView, kPieces * kPiece); }
+    OnlyCopy(const OnlyCopy&) = delete;
+    OnlyCopy& operator=(const OnlyCopy&) = delete;
+
+    /// Is done with every second piece, so that each goes out for itself: then with the others.
+    void fnWalk(int file) {
+        ViewPages pages(file, m_pView, kPieces * kPiece, 8 * kPiece);
+        for (const std::size_t first : {0u, 1u})
+            for (std::size_t i = first; i < kPieces; i += 2)
+                pages.fnDone(i * kPiece, (i + 1) * kPiece);
+    }
+    std::size_t fnLost() const {
+        std::size_t lost = 0;
+        for (std::size_t i = 0; i < kPieces; ++i)
+            lost += m_pView[i * kPiece] == 'x' ? 0 : 1;
+        return lost;
+    }
+
+private:
+    char* m_pView;
+};
+
+TEST_F(PosixViewPages, NothingIsDroppedFromTheFirstFailedWriteOutOn) {
+    OnlyCopy dropped;
+    dropped.fnWalk(m_File.fnGet());
+    EXPECT_GT(dropped.fnLost(), OnlyCopy::kPieces / 2); // as it goes where nothing fails
+    for (const unsigned flags : {SYNC_FILE_RANGE_WRITE, SYNC_FILE_RANGE_WAIT_BEFORE})
+        for (const unsigned nth : {0u, 1u, 20u}) {
+            g_Fault = {flags, nth};
+            OnlyCopy copy;
+            copy.fnWalk(m_File.fnGet());
+            EXPECT_EQ(g_Fault.flags, 0u);
+            // Pieces before it were written well. Of those 8 wait, and another one goes out.
+            const std::size_t before =
+                flags == SYNC_FILE_RANGE_WRITE ? std::max(nth, 8u) - 8u : nth;
+            EXPECT_EQ(copy.fnLost(), before) << flags << " " << nth;
+        }
+}
+
+TEST_F(PosixViewPages, NothingIsDroppedWhereTheFileTakesNothing) {
+    OnlyCopy copy;
+    copy.fnWalk(-1);
+    EXPECT_EQ(copy.fnLost(), 0u);
 }
 
 } // namespace
