@@ -169,8 +169,21 @@ void Voice::fnFill(void* room, std::size_t bytes) const {
 /// Asks to be told when the last byte has been heard.
 void Voice::fnDrain() {
     m_pDrain = pa_stream_drain(
-        m_pStream, [](pa_stream*, int, void* self) { static_cast<Voice*>(self)->fnEnd(); }, this);
-    if (!m_pDrain && !m_pLate)
+        m_pStream,
+        [](pa_stream*, int success, void* self) {
+            auto* voice = static_cast<Voice*>(self);
+            success ? voice->fnEnd() : voice->fnDrainGivenUp();
+        },
+        this);
+    if (!m_pDrain)
+        fnDrainGivenUp();
+}
+
+/// Nobody will tell the end: libpulse waits for it no longer than half a minute, pause or not.
+void Voice::fnDrainGivenUp() {
+    if (pa_operation* drain = std::exchange(m_pDrain, nullptr))
+        pa_operation_unref(drain);
+    if (!m_bPaused && !m_pLate)
         fnEndLate();
 }
 
@@ -207,6 +220,20 @@ void Voice::fnForgetLate() {
         m_pConnection->fnForget(late);
 }
 
+/// Takes a stream away from the server. One that the server hasn't answered yet can't be taken away
+/// before it has.
+void Voice::fnLetGo(pa_stream* stream) {
+    pa_stream_set_write_callback(stream, nullptr, nullptr);
+    if (pa_stream_get_state(stream) == PA_STREAM_CREATING) {
+        pa_stream_set_state_callback(
+            stream, [](pa_stream* answered, void*) { fnLetGo(answered); }, nullptr);
+        return;
+    }
+    pa_stream_set_state_callback(stream, nullptr, nullptr);
+    pa_stream_disconnect(stream);
+    pa_stream_unref(stream);
+}
+
 /// Takes the stream away from the server, which falls silent, and from its callbacks.
 void Voice::fnDropStream() {
     fnForgetLate();
@@ -214,12 +241,8 @@ void Voice::fnDropStream() {
         pa_operation_cancel(drain);
         pa_operation_unref(drain);
     }
-    if (pa_stream* stream = std::exchange(m_pStream, nullptr)) {
-        pa_stream_set_state_callback(stream, nullptr, nullptr);
-        pa_stream_set_write_callback(stream, nullptr, nullptr);
-        pa_stream_disconnect(stream);
-        pa_stream_unref(stream);
-    }
+    if (pa_stream* stream = std::exchange(m_pStream, nullptr))
+        fnLetGo(stream);
 }
 
 bool Voice::fnSetPaused(bool paused) {
@@ -228,8 +251,12 @@ bool Voice::fnSetPaused(bool paused) {
         if (!fnCork(paused))
             return false;
         fnForgetLate();
-        if (!paused && m_nPlaced == m_nTotal)
-            fnEndLate();
+        if (!paused && m_nPlaced == m_nTotal) {
+            if (!m_pDrain)
+                fnDrain();
+            if (!m_pLate)
+                fnEndLate();
+        }
         return true;
     }
     m_bPaused = paused;
