@@ -198,13 +198,13 @@ void Voice::fnEnd() {
 /// Ends the block itself a while after its last byte: PipeWire's server forgets over a pause that
 /// it has been asked to tell the end. As long as more and more of it is heard it isn't late.
 void Voice::fnEndLate() {
-    m_nLateHeard = fnGetHeard();
+    m_nLateHeard = fnGetSurelyHeard();
     const std::chrono::microseconds time(pa_bytes_to_usec(m_nTotal - m_nLateHeard, &m_Spec));
     m_pLate = m_pConnection->fnRingAfter(
         time + kLate,
         [](pa_mainloop_api*, pa_time_event*, const timeval*, void* self) {
             auto* voice = static_cast<Voice*>(self);
-            const std::uint64_t heard = voice->fnGetHeard();
+            const std::uint64_t heard = voice->fnGetSurelyHeard();
             if (heard <= voice->m_nLateHeard || heard == voice->m_nTotal) {
                 voice->fnEnd();
                 return;
@@ -305,6 +305,15 @@ std::uint64_t Voice::fnGetHeard() const {
         return 0;
     // The time is interpolated, and may run ahead a little.
     return std::min<std::uint64_t>(pa_usec_to_bytes(time, &m_Spec), m_nPlaced);
+}
+
+/// No more than the server had taken from its queue when it was last asked: the time of a stream
+/// that is paused before its first sample is heard runs on.
+std::uint64_t Voice::fnGetSurelyHeard() const {
+    const pa_timing_info* timing = m_pStream ? pa_stream_get_timing_info(m_pStream) : nullptr;
+    if (!timing || timing->read_index_corrupt || timing->read_index < 0)
+        return 0;
+    return std::min(fnGetHeard(), static_cast<std::uint64_t>(timing->read_index));
 }
 
 bool Voice::fnTellPosition(std::uint64_t& bytes) const {

@@ -45,6 +45,7 @@ private:
     void fnEndLate();
     void fnForgetLate();
     std::uint64_t fnGetHeard() const;
+    std::uint64_t fnGetSurelyHeard() const;
     void fnEnd();
     static void fnLetGo(pa_stream* stream);
     void fnDropStream();

@@ -93,6 +93,7 @@ TEST_F(Alsa, SettingBassOrTrebleSwitchesTheCardsToneOn) {
         m_Card.fnTurn(card);
         EXPECT_TRUE(m_pMixer->fnSetValues(control, 2, {65535}));
         EXPECT_EQ(m_Card.fnGet().m_nToneOn, 1) << control;
+        m_pMixers->fnPump(); // the card tells no event of what is back before it is asked
     }
 }
 
