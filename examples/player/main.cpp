@@ -87,7 +87,8 @@ public:
         : m_Wave(wave), m_Pulse(pulse), m_bTerminal(isatty(STDOUT_FILENO) != 0),
           m_bVolume(m_Volume.fnCreate(&m_Console, 1, kStep)) {}
 
-    /// Plays until the end of the sound or the user's wish. False when there is no device.
+    /// Plays until the end of the sound or the user's wish. False when there is no device, or no
+    /// more.
     bool fnRun(bool loop) {
         if (!m_Wave.fnPlay(false, loop)) {
             std::fprintf(stderr, "There is no sound device that plays this: %s.\n",
@@ -95,18 +96,23 @@ public:
             return false;
         }
         m_bLoop = loop;
-        while (fnGoesOn()) {
+        bool quit = false;
+        while (!quit && fnGoesOn()) {
             fnShow();
             const int key = m_Keys.fnWait(m_Pulse.m_pMixers->fnGetDescriptor(), 50);
             m_Pulse.m_pMixers->fnPump();
-            if (key == Keys::kQuit)
-                break;
-            fnObey(key);
+            quit = key == Keys::kQuit;
+            if (!quit)
+                fnObey(key);
         }
+        const bool lost = !quit && !m_bHeld && fnIsLost();
         m_Wave.fnStop();
         fnShow();
         std::puts("");
-        return true;
+        if (lost)
+            std::fprintf(stderr, "The sound device has gone: %s.\n",
+                         m_Pulse.m_pWaveOut->fnGetError().c_str());
+        return !lost;
     }
 
 private:
@@ -117,6 +123,12 @@ private:
         if (state == WAVE_PLAYING)
             return true;
         return (state == WAVE_PAUSED || m_bHeld) && !m_Keys.fnHasEnded();
+    }
+
+    /// Whether a sound that has ended by itself didn't do so for its own end, which a loop has not.
+    bool fnIsLost() const {
+        return m_Wave.fnGetState() == WAVE_STOPPED &&
+               (m_bLoop || !m_Pulse.m_pWaveOut->fnCanPlay(m_Wave.fnGetFormat()));
     }
 
     void fnObey(int key) {

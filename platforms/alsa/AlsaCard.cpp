@@ -50,6 +50,11 @@ void Control::fnTake(snd_mixer_elem_t* element) {
     fnReadRaw(m_Known);
 }
 
+void Control::fnTakeSwitch(snd_mixer_elem_t* element) {
+    if (snd_mixer_selem_has_playback_switch(element))
+        m_pSwitch = element;
+}
+
 bool Control::fnHasSides() const {
     return !fnIsMute() && !snd_mixer_selem_is_playback_mono(m_pElement);
 }
@@ -122,6 +127,8 @@ bool Control::fnSet(std::uint32_t left, std::uint32_t right) {
             if (snd_mixer_selem_has_playback_channel(m_pElement, channel))
                 done = fnWriteChannel(channel, value) && done;
         }
+    if (m_pSwitch)
+        done = snd_mixer_selem_set_playback_switch_all(m_pSwitch, 1) >= 0 && done;
     Raw raw;
     if (done && fnReadRaw(raw))
         m_Set.emplace(fnHasSides() ? Values{left, right} : Values{left}, raw);
@@ -169,6 +176,10 @@ std::unique_ptr<Card> Card::fnOpen(const std::string& device) {
     }
     take(CQ_MIXER_CONTROL::BASS, "Bass");
     take(CQ_MIXER_CONTROL::TREBLE, "Treble");
+    snd_mixer_selem_id_set_name(id, "Tone");
+    if (snd_mixer_elem_t* element = snd_mixer_find_selem(mixer, id))
+        for (const CQ_MIXER_CONTROL type : {CQ_MIXER_CONTROL::BASS, CQ_MIXER_CONTROL::TREBLE})
+            card->m_Controls[fnGetId(type) - 1].fnTakeSwitch(element);
     card->fnListen();
     return card;
 }
@@ -192,6 +203,8 @@ void Card::fnListen() {
 void Control::fnNoteEnd(const snd_mixer_elem_t* element) {
     if (element == m_pElement)
         m_pElement = nullptr;
+    if (element == m_pSwitch)
+        m_pSwitch = nullptr;
 }
 
 void Control::fnCompare() {

@@ -29,6 +29,9 @@ public:
 
     /// Takes the element, if it has what the control needs.
     void fnTake(snd_mixer_elem_t* element);
+    /// Takes the switch without which the control isn't heard, if the element has one. What is set
+    /// turns it on.
+    void fnTakeSwitch(snd_mixer_elem_t* element);
     /// An element has gone.
     void fnNoteEnd(const snd_mixer_elem_t* element);
     /// Notes whether the values are others than last time.
@@ -52,6 +55,7 @@ private:
 
     CQ_MIXER_CONTROL m_eType;
     snd_mixer_elem_t* m_pElement = nullptr;
+    snd_mixer_elem_t* m_pSwitch = nullptr;
     long m_nLowest = 0;
     long m_nHighest = 0;
     Raw m_Known{}; ///< as last compared

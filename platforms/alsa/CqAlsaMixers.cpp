@@ -158,26 +158,33 @@ int CqAlsaMixers::fnGetDescriptor() const {
 }
 
 std::size_t CqAlsaMixers::fnPump() {
-    return fnGuard(std::size_t{0}, [&] {
-        const std::shared_ptr<State> state = m_pState; // a report may end the service
-        const std::vector<std::shared_ptr<State::Open>> mixers = state->m_Open;
+    const std::shared_ptr<State> state = m_pState; // a report may end the service
+    using Mixers = std::vector<std::shared_ptr<State::Open>>;
+    const Mixers mixers = fnGuard(Mixers(), [&] {
+        Mixers open = state->m_Open;
         eventfd_t ignored = 0;
         ::eventfd_read(state->m_Pending.fnGet(), &ignored);
-        std::size_t told = 0;
-        for (const std::shared_ptr<State::Open>& open : mixers) {
-            if (!open->m_bClosed)
-                state->fnUpdate(*open);
-            for (std::uint32_t id = 1; id <= kLastControl && !open->m_bClosed; ++id) {
-                Control* control = open->m_pCard->fnFind(id);
-                if (!control || !std::exchange(control->m_bPending, false))
-                    continue;
-                ++told;
+        return open;
+    });
+    std::size_t told = 0;
+    for (const std::shared_ptr<State::Open>& open : mixers) {
+        if (!open->m_bClosed)
+            fnGuard(false, [&] { return state->fnUpdate(*open); });
+        for (std::uint32_t id = 1; id <= kLastControl && !open->m_bClosed; ++id) {
+            Control* control = open->m_pCard->fnFind(id);
+            if (!control || !std::exchange(control->m_bPending, false))
+                continue;
+            ++told;
+            try {
                 if (open->m_Changed)
                     open->m_Changed(id);
+            } catch (...) { // whatever a host throws: what is left is told by the next pump
+                ::eventfd_write(state->m_Pending.fnGet(), 1);
+                throw;
             }
         }
-        return told;
-    });
+    }
+    return told;
 }
 
 std::uint32_t CqAlsaMixers::fnGetCount() {

@@ -21,7 +21,8 @@
 ///
 ///     poll {mixers->fnGetDescriptor(), POLLIN}, or a QSocketNotifier on it; then mixers->fnPump();
 ///
-/// All is called on one thread. No call throws. The card may be taken away: calls fail from then
+/// All is called on one thread. No call throws but a pump, which lets pass
+/// what the host throws when it is told. The card may be taken away: calls fail from then
 /// on.
 class Q32_API CqAlsaMixers final : public CqMixerService {
 public:

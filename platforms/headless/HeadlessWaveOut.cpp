@@ -5,6 +5,7 @@
 #include <list>
 #include <mutex>
 #include <set>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -57,10 +58,16 @@ struct CqHeadlessWaveOut::State {
 
     static void fnRun(const std::shared_ptr<State>& state);
 
-    /// Starts the thread that reports, if that isn't so yet. The lock is held.
-    void fnStartThread(const std::shared_ptr<State>& self) {
-        if (!m_Thread.joinable() && !m_bStop)
-            m_Thread = std::thread(fnRun, self);
+    /// Starts the thread that reports, if that isn't so yet; false when the system gives none. The
+    /// lock is held.
+    bool fnStartThread(const std::shared_ptr<State>& self) {
+        try {
+            if (!m_Thread.joinable() && !m_bStop)
+                m_Thread = std::thread(fnRun, self);
+            return true;
+        } catch (const std::system_error&) {
+            return false;
+        }
     }
 
     /// Ends the block of a device and has that reported. The lock is held. Nothing can fail here:
@@ -147,7 +154,10 @@ public:
         if (!pass || device->m_pPlaying || !device->m_Prepared.contains(&header))
             return false;
         device->m_Job = {{device, &header}};
-        state->fnStartThread(state);
+        if (!state->fnStartThread(state)) {
+            device->m_Job.clear();
+            return false;
+        }
         state->m_Plays.push_back({device->m_Format, header.lpData, header.dwBufferLength,
                                   header.dwFlags & ~kPrepared, header.dwLoops});
         header.dwFlags = (header.dwFlags & ~kDone) | kInQueue;

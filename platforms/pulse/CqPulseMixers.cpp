@@ -32,6 +32,11 @@ struct CqPulseMixers::State {
         bool m_bPending[std::size(kControls)] = {};
         bool m_bClosed = false;
     };
+    /// A change that is to be told.
+    struct Report {
+        std::shared_ptr<Open> m_pOpen;
+        std::size_t m_nControl; ///< its place among `kControls`
+    };
 
     explicit State(std::shared_ptr<Connection> connection)
         : m_pConnection(std::move(connection)), m_Event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
@@ -48,16 +53,22 @@ struct CqPulseMixers::State {
     std::vector<std::shared_ptr<Open>> m_Open;
     std::optional<Levels> m_Known; ///< as last compared
     pa_operation* m_pRead = nullptr;
+    pa_time_event* m_pReadLater = nullptr;
     bool m_bReadAgain = false; ///< something happened after the read had begun
 
     void fnRead();
+    void fnReadLater();
     void fnForgetRead() {
+        if (pa_time_event* later = std::exchange(m_pReadLater, nullptr))
+            m_pConnection->fnForget(later);
         if (pa_operation* read = std::exchange(m_pRead, nullptr)) {
             pa_operation_cancel(read);
             pa_operation_unref(read);
         }
     }
     void fnCompare(const Levels& levels);
+    std::vector<Report> fnTakeReports();
+    void fnPutBack(const std::vector<Report>& reports, std::size_t from);
     /// With the last mixer goes the watch on the server. The lock is held.
     void fnClose(const std::shared_ptr<Open>& open) {
         open->m_bClosed = true;
@@ -83,8 +94,11 @@ void CqPulseMixers::State::fnRead() {
     }
     fnForgetRead();
     m_bReadAgain = false;
+    pa_context* context = m_pConnection->fnGetContext();
+    if (!context)
+        return; // the next connection brings another read
     m_pRead = pa_context_get_sink_info_by_name(
-        m_pConnection->fnGetContext(), "@DEFAULT_SINK@",
+        context, "@DEFAULT_SINK@",
         [](pa_context*, const pa_sink_info* sink, int end, void* data) {
             auto* state = static_cast<State*>(data);
             if (sink)
@@ -94,6 +108,20 @@ void CqPulseMixers::State::fnRead() {
             state->fnForgetRead();
             if (state->m_bReadAgain)
                 state->fnRead();
+            else if (end < 0)
+                state->fnReadLater();
+        },
+        this);
+    if (!m_pRead)
+        fnReadLater();
+}
+
+/// What happened is still to be told, and the server may tell of it no more.
+void CqPulseMixers::State::fnReadLater() {
+    m_pReadLater = m_pConnection->fnRingAfter(
+        m_pConnection->fnGetOptions().m_Retry,
+        [](pa_mainloop_api*, pa_time_event*, const timeval*, void* data) {
+            static_cast<State*>(data)->fnRead();
         },
         this);
 }
@@ -108,6 +136,30 @@ void CqPulseMixers::State::fnCompare(const Levels& levels) {
     for (const std::shared_ptr<Open>& open : m_Open)
         for (std::size_t i = 0; i < std::size(changed); ++i)
             open->m_bPending[i] = open->m_bPending[i] || changed[i];
+    ::eventfd_write(m_Event.fnGet(), 1);
+}
+
+/// All that is to be told now. When memory runs out, nothing has been taken.
+std::vector<CqPulseMixers::State::Report> CqPulseMixers::State::fnTakeReports() {
+    std::vector<Report> reports;
+    const Connection::Lock lock(*m_pConnection);
+    reports.reserve(m_Open.size() * std::size(kControls));
+    for (const std::shared_ptr<Open>& open : m_Open)
+        for (std::size_t i = 0; i < std::size(kControls); ++i)
+            if (std::exchange(open->m_bPending[i], false))
+                reports.push_back({open, i});
+    eventfd_t ignored = 0;
+    ::eventfd_read(m_Event.fnGet(), &ignored);
+    return reports;
+}
+
+/// The next pump tells them.
+void CqPulseMixers::State::fnPutBack(const std::vector<Report>& reports, std::size_t from) {
+    if (from == reports.size())
+        return;
+    const Connection::Lock lock(*m_pConnection);
+    for (std::size_t i = from; i < reports.size(); ++i)
+        reports[i].m_pOpen->m_bPending[reports[i].m_nControl] = true;
     ::eventfd_write(m_Event.fnGet(), 1);
 }
 
@@ -202,7 +254,9 @@ private:
         pa_context_success_cb_t done = [](pa_context*, int result, void* told) {
             *static_cast<bool*>(told) = result != 0;
         };
-        if (!connection.fnFinish(begin(connection.fnGetContext(), done, success)))
+        // The server may have gone since it was last asked.
+        pa_context* context = connection.fnGetContext();
+        if (!context || !connection.fnFinish(begin(context, done, success)))
             return false;
         if (!success)
             connection.fnFail();
@@ -223,30 +277,27 @@ int CqPulseMixers::fnGetDescriptor() const {
 }
 
 std::size_t CqPulseMixers::fnPump() {
-    return fnGuard(std::size_t{0}, [&] {
-        const std::shared_ptr<State> state = m_pState; // a report may end the service
-        std::vector<std::shared_ptr<State::Open>> mixers;
+    const std::shared_ptr<State> state = m_pState; // a report may end the service
+    const auto reports =
+        fnGuard(std::vector<State::Report>(), [&] { return state->fnTakeReports(); });
+    std::size_t told = 0;
+    for (std::size_t i = 0; i < reports.size(); ++i) {
+        const auto& [open, control] = reports[i];
         {
             const Connection::Lock lock(*state->m_pConnection);
-            mixers = state->m_Open;
-            eventfd_t ignored = 0;
-            ::eventfd_read(state->m_Event.fnGet(), &ignored);
+            if (open->m_bClosed)
+                continue;
         }
-        std::size_t told = 0;
-        for (const std::shared_ptr<State::Open>& open : mixers) {
-            for (std::size_t i = 0; i < std::size(kControls); ++i) {
-                {
-                    const Connection::Lock lock(*state->m_pConnection);
-                    if (open->m_bClosed || !std::exchange(open->m_bPending[i], false))
-                        continue;
-                }
-                ++told;
-                if (open->m_Changed)
-                    open->m_Changed(kControls[i]);
-            }
+        ++told;
+        try {
+            if (open->m_Changed)
+                open->m_Changed(kControls[control]);
+        } catch (...) { // whatever a host throws
+            state->fnPutBack(reports, i + 1);
+            throw;
         }
-        return told;
-    });
+    }
+    return told;
 }
 
 std::uint32_t CqPulseMixers::fnGetCount() {

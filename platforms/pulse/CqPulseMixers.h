@@ -24,8 +24,10 @@ class Connection;
 ///
 ///     poll {mixers->fnGetDescriptor(), POLLIN}, or a QSocketNotifier on it; then mixers->fnPump();
 ///
-/// No call throws, and none waits longer than the options' patience. When the server goes, calls
-/// fail; a new one is found by itself, and what it has otherwise is told.
+/// No call throws but a pump, which lets pass what the host throws when it is told; what is left to
+/// tell then comes with the next pump. For each answer a call waits no longer than the options'
+/// patience. When the server goes, calls fail; a new one is found by itself, and what it has
+/// otherwise is told.
 class Q32_API CqPulseMixers final : public CqMixerService {
 public:
     explicit CqPulseMixers(std::shared_ptr<q32::pulse::Connection> connection);

@@ -16,7 +16,7 @@ class Connection;
 /// A block is read from the caller's memory as the server asks for it, by a thread of the
 /// connection; it is never copied as a whole. When the server goes, or takes the stream away, what
 /// plays has ended, and that is reported as usual. Bytes beyond a block's last whole frame aren't
-/// heard. No call throws, and none waits longer than the options' patience.
+/// heard. No call throws, and for each answer a call waits no longer than the options' patience.
 class Q32_API CqPulseWaveOut final : public CqWaveOutService {
 public:
     explicit CqPulseWaveOut(std::shared_ptr<q32::pulse::Connection> connection);

@@ -47,7 +47,10 @@ pa_volume_t fnLoudest(const pa_cvolume& volume, const pa_channel_map& map, Side 
 pa_volume_t fnFollow(pa_volume_t volume, const Group& group) {
     if (group.m_nLoudest == PA_VOLUME_MUTED)
         return group.m_nWanted;
-    return static_cast<pa_volume_t>(std::uint64_t{volume} * group.m_nWanted / group.m_nLoudest);
+    // One in the middle may be louder than the sides, and would leave any bound with them.
+    return static_cast<pa_volume_t>(
+        std::min<std::uint64_t>(std::uint64_t{volume} * group.m_nWanted / group.m_nLoudest,
+                                std::max<std::uint64_t>(PA_VOLUME_NORM, volume)));
 }
 
 } // namespace

@@ -25,7 +25,8 @@ std::uint32_t fnFromServer(pa_volume_t volume);
 Levels fnReadLevels(const pa_cvolume& volume, const pa_channel_map& map, bool mute);
 
 /// Sets the loudest channel of each side; the others of the side keep their ratio to it, and those
-/// in the middle theirs to the louder side. Without sides, all follow the left value.
+/// in the middle theirs to the louder side, but those stop at full volume, or where they are above
+/// it. Without sides, all follow the left value.
 pa_cvolume fnSetLevels(const pa_cvolume& volume, const pa_channel_map& map, std::uint32_t left,
                        std::uint32_t right);
 

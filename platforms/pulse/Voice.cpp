@@ -169,8 +169,21 @@ void Voice::fnFill(void* room, std::size_t bytes) const {
 /// Asks to be told when the last byte has been heard.
 void Voice::fnDrain() {
     m_pDrain = pa_stream_drain(
-        m_pStream, [](pa_stream*, int, void* self) { static_cast<Voice*>(self)->fnEnd(); }, this);
-    if (!m_pDrain && !m_pLate)
+        m_pStream,
+        [](pa_stream*, int success, void* self) {
+            auto* voice = static_cast<Voice*>(self);
+            success ? voice->fnEnd() : voice->fnDrainGivenUp();
+        },
+        this);
+    if (!m_pDrain)
+        fnDrainGivenUp();
+}
+
+/// Nobody will tell the end: libpulse waits for it no longer than half a minute, pause or not.
+void Voice::fnDrainGivenUp() {
+    if (pa_operation* drain = std::exchange(m_pDrain, nullptr))
+        pa_operation_unref(drain);
+    if (!m_bPaused && !m_pLate)
         fnEndLate();
 }
 
@@ -185,13 +198,13 @@ void Voice::fnEnd() {
 /// Ends the block itself a while after its last byte: PipeWire's server forgets over a pause that
 /// it has been asked to tell the end. As long as more and more of it is heard it isn't late.
 void Voice::fnEndLate() {
-    m_nLateHeard = fnGetHeard();
+    m_nLateHeard = fnGetSurelyHeard();
     const std::chrono::microseconds time(pa_bytes_to_usec(m_nTotal - m_nLateHeard, &m_Spec));
     m_pLate = m_pConnection->fnRingAfter(
         time + kLate,
         [](pa_mainloop_api*, pa_time_event*, const timeval*, void* self) {
             auto* voice = static_cast<Voice*>(self);
-            const std::uint64_t heard = voice->fnGetHeard();
+            const std::uint64_t heard = voice->fnGetSurelyHeard();
             if (heard <= voice->m_nLateHeard || heard == voice->m_nTotal) {
                 voice->fnEnd();
                 return;
@@ -207,6 +220,20 @@ void Voice::fnForgetLate() {
         m_pConnection->fnForget(late);
 }
 
+/// Takes a stream away from the server. One that the server hasn't answered yet can't be taken away
+/// before it has.
+void Voice::fnLetGo(pa_stream* stream) {
+    pa_stream_set_write_callback(stream, nullptr, nullptr);
+    if (pa_stream_get_state(stream) == PA_STREAM_CREATING) {
+        pa_stream_set_state_callback(
+            stream, [](pa_stream* answered, void*) { fnLetGo(answered); }, nullptr);
+        return;
+    }
+    pa_stream_set_state_callback(stream, nullptr, nullptr);
+    pa_stream_disconnect(stream);
+    pa_stream_unref(stream);
+}
+
 /// Takes the stream away from the server, which falls silent, and from its callbacks.
 void Voice::fnDropStream() {
     fnForgetLate();
@@ -214,12 +241,8 @@ void Voice::fnDropStream() {
         pa_operation_cancel(drain);
         pa_operation_unref(drain);
     }
-    if (pa_stream* stream = std::exchange(m_pStream, nullptr)) {
-        pa_stream_set_state_callback(stream, nullptr, nullptr);
-        pa_stream_set_write_callback(stream, nullptr, nullptr);
-        pa_stream_disconnect(stream);
-        pa_stream_unref(stream);
-    }
+    if (pa_stream* stream = std::exchange(m_pStream, nullptr))
+        fnLetGo(stream);
 }
 
 bool Voice::fnSetPaused(bool paused) {
@@ -228,8 +251,12 @@ bool Voice::fnSetPaused(bool paused) {
         if (!fnCork(paused))
             return false;
         fnForgetLate();
-        if (!paused && m_nPlaced == m_nTotal)
-            fnEndLate();
+        if (!paused && m_nPlaced == m_nTotal) {
+            if (!m_pDrain)
+                fnDrain();
+            if (!m_pLate)
+                fnEndLate();
+        }
         return true;
     }
     m_bPaused = paused;
@@ -278,6 +305,15 @@ std::uint64_t Voice::fnGetHeard() const {
         return 0;
     // The time is interpolated, and may run ahead a little.
     return std::min<std::uint64_t>(pa_usec_to_bytes(time, &m_Spec), m_nPlaced);
+}
+
+/// No more than the server had taken from its queue when it was last asked: the time of a stream
+/// that is paused before its first sample is heard runs on.
+std::uint64_t Voice::fnGetSurelyHeard() const {
+    const pa_timing_info* timing = m_pStream ? pa_stream_get_timing_info(m_pStream) : nullptr;
+    if (!timing || timing->read_index_corrupt || timing->read_index < 0)
+        return 0;
+    return std::min(fnGetHeard(), static_cast<std::uint64_t>(timing->read_index));
 }
 
 bool Voice::fnTellPosition(std::uint64_t& bytes) const {

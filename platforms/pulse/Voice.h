@@ -41,10 +41,13 @@ private:
     void fnFeed(std::size_t room);
     void fnFill(void* room, std::size_t bytes) const;
     void fnDrain();
+    void fnDrainGivenUp();
     void fnEndLate();
     void fnForgetLate();
     std::uint64_t fnGetHeard() const;
+    std::uint64_t fnGetSurelyHeard() const;
     void fnEnd();
+    static void fnLetGo(pa_stream* stream);
     void fnDropStream();
     bool fnCork(bool cork);
 

@@ -84,6 +84,36 @@ TEST_F(Alsa, WhatIsSetReachesTheCard) {
     EXPECT_EQ(card.m_nTreble, 2);
 }
 
+TEST_F(Alsa, SettingBassOrTrebleSwitchesTheCardsToneOn) {
+    EXPECT_TRUE(m_pMixer->fnSetValues(kVolume, 2, {1, 2}));
+    EXPECT_EQ(m_Card.fnGet().m_nToneOn, 0) << "not for the volume";
+    for (const std::uint32_t control : {kBass, kTreble}) {
+        LabCard card = m_Card.fnGet();
+        card.m_nToneOn = 0;
+        m_Card.fnTurn(card);
+        EXPECT_TRUE(m_pMixer->fnSetValues(control, 2, {65535}));
+        EXPECT_EQ(m_Card.fnGet().m_nToneOn, 1) << control;
+        m_pMixers->fnPump(); // the card tells no event of what is back before it is asked
+    }
+}
+
+TEST_F(Alsa, WhatAHostThrowsWhenItIsToldPassesAndTheRestIsToldByTheNextPump) {
+    static int s_Thrown = 0;
+    m_pMixer = m_pMixers->fnOpen(0, [this](std::uint32_t id) {
+        m_Told.push_back(id);
+        if (id == kBass)
+            throw &s_Thrown;
+    });
+    LabCard card;
+    card.m_nBass = 0;
+    card.m_nTreble = 0;
+    m_Card.fnTurn(card);
+    ASSERT_TRUE(fnIsAwake(1000));
+    EXPECT_THROW(m_pMixers->fnPump(), int*);
+    EXPECT_EQ(fnTakeTold(), Values{kTreble});
+    EXPECT_FALSE(fnIsAwake(50));
+}
+
 TEST_F(Alsa, AValueBetweenTwoStepsIsKeptUntilSomebodyElseMovesTheKnob) {
     EXPECT_TRUE(m_pMixer->fnSetValues(kBass, 2, {12345}));
     EXPECT_EQ(fnGet(kBass), Values{12345});

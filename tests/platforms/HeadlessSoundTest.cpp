@@ -5,6 +5,7 @@
 
 #include <array>
 #include <atomic>
+#include <pthread.h>
 #include <thread>
 
 namespace {
@@ -38,6 +39,28 @@ struct HeadlessWave : testing::Test {
         m_Sound.fnWaitForReports();
         return m_nReports;
     }
+};
+
+/// For its life the system has no room for the stack of another thread.
+class NoThreads {
+public:
+    NoThreads() {
+        EXPECT_EQ(pthread_getattr_default_np(&m_Former), 0);
+        pthread_attr_t huge;
+        EXPECT_EQ(pthread_getattr_default_np(&huge), 0);
+        EXPECT_EQ(pthread_attr_setstacksize(&huge, std::size_t{1} << 47), 0);
+        EXPECT_EQ(pthread_setattr_default_np(&huge), 0);
+        pthread_attr_destroy(&huge);
+    }
+    ~NoThreads() {
+        pthread_setattr_default_np(&m_Former);
+        pthread_attr_destroy(&m_Former);
+    }
+    NoThreads(const NoThreads&) = delete;
+    NoThreads& operator=(const NoThreads&) = delete;
+
+private:
+    pthread_attr_t m_Former;
 };
 
 struct HeadlessMixer : testing::Test {
@@ -260,6 +283,18 @@ TEST_F(HeadlessMixer, OneValueMovesAllChannels) {
     EXPECT_EQ(m_Mixers.fnGetValues(0, CQ_MIXER_CONTROL::VOLUME), (Values{6, 6}));
     EXPECT_TRUE(m_pMixer->fnSetValues(3, 2, {8}));
     EXPECT_EQ(fnGet(3, 2, 1), (Values{8}));
+}
+
+TEST_F(HeadlessWave, WithoutAThreadABlockStaysWithItsOwner) {
+    ASSERT_TRUE(m_pDevice->fnPrepare(m_Header));
+    {
+        const NoThreads none;
+        EXPECT_FALSE(m_pDevice->fnWrite(m_Header));
+    }
+    EXPECT_EQ(m_Header.dwFlags, 2u) << "prepared, and not in the queue";
+    EXPECT_EQ(m_Sound.fnGetPlaying(), 0u);
+    EXPECT_TRUE(m_pDevice->fnWrite(m_Header));
+    EXPECT_EQ(fnAdvance(100), 1);
 }
 
 TEST_F(HeadlessMixer, WrongControlsChannelsAndValuesAreRefused) {

@@ -27,7 +27,8 @@ struct Knob {
 constexpr Knob kKnobs[] = {{"Master Playback Volume", false, offsetof(LabCard, m_nMaster), 0, 31},
                            {"Master Playback Switch", true, offsetof(LabCard, m_nMasterOn), 0, 1},
                            {"Tone Control - Bass", false, offsetof(LabCard, m_nBass), -10, 14},
-                           {"Tone Control - Treble", false, offsetof(LabCard, m_nTreble), -10, 14}};
+                           {"Tone Control - Treble", false, offsetof(LabCard, m_nTreble), -10, 14},
+                           {"Tone Control - Switch", true, offsetof(LabCard, m_nToneOn), 0, 1}};
 constexpr int kTone = 2; ///< those before it are the master's
 
 struct Card {

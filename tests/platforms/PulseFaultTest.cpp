@@ -40,25 +40,38 @@ struct HostsDay {
             fnNote("get volume;", m_pMixer->fnGetValues(kVolume, 2, values));
             fnNote("set mute;", m_pMixer->fnSetValues(kMute, 1, {1}));
         }
+        fnPlay(true);
+        fnPlay(false);
+    }
+    /// Plays a sound to its end, or a loop that is paused and stopped.
+    void fnPlay(bool loops) {
         TestSound sound(4000);
+        if (loops)
+            sound.fnLoop(0xFFFFFFFFu);
         fnNote("open;", sound.fnOpen(*m_Pulse.m_pWaveOut));
         const bool playing = sound.m_pDevice && sound.m_pDevice->fnWrite(sound.m_Header);
         if (sound.m_pDevice)
             fnNote("write;", playing);
         const DWORD queued = sound.m_Header.dwFlags & 0x10;
         if (playing) {
-            fnNote("pause;", sound.m_pDevice->fnPause());
-            m_Pulse.m_pWaveOut->fnGetPosition();
-            if (!sound.m_pDevice->fnRestart()) {
-                fnNote("restart;", false);
-                EXPECT_TRUE(sound.m_pDevice->fnRestart()) << "at the second time";
-            }
+            if (loops)
+                fnPauseAndStop(*sound.m_pDevice);
             EXPECT_TRUE(sound.fnAwaitEnd());
         } else {
             EXPECT_EQ(queued, 0u) << "it isn't the device's";
         }
         sound.m_pDevice.reset();
         EXPECT_EQ(sound.m_nReports, playing ? 1 : 0);
+    }
+
+    void fnPauseAndStop(CqWaveOut& device) {
+        fnNote("pause;", device.fnPause());
+        m_Pulse.m_pWaveOut->fnGetPosition();
+        if (!device.fnRestart()) {
+            fnNote("restart;", false);
+            EXPECT_TRUE(device.fnRestart()) << "at the second time";
+        }
+        EXPECT_TRUE(device.fnReset());
     }
 
     CqPulse m_Pulse;
@@ -74,6 +87,13 @@ protected:
 
     static bool fnIsConnected(const char* application) {
         return s_pServer->fnControl({"list", "clients"}).find(application) != std::string::npos;
+    }
+
+    /// What has been heard so far, without silence.
+    static std::string fnGetSamples(const SoundRecorder& recorder) {
+        std::string heard = recorder.fnGetBytes();
+        std::erase(heard, '\0');
+        return heard;
     }
 
     const CqPulseOptions m_Options = fnRetrying(fnOptions());
@@ -116,7 +136,7 @@ TEST_F(PulseFault, WithoutAThreadThereIsNoSoundAndTheReasonIsTold) {
         HostsDay day(m_Options);
         EXPECT_EQ(PulseFailure::fnGetFailed(), call);
         day.fnLive();
-        EXPECT_EQ(day.m_Failed, "open mixer;open;") << call;
+        EXPECT_EQ(day.m_Failed, "open mixer;open;open;") << call;
         EXPECT_EQ(day.m_Pulse.m_pWaveOut->fnGetError(), "The sound thread can't be started");
         EXPECT_EQ(day.m_Pulse.m_pWaveOut->fnGetPosition(), 0u);
         EXPECT_EQ(day.m_Pulse.m_pMixers->fnPump(), 0u);
@@ -167,9 +187,28 @@ TEST_F(PulseAudioFault, AnEndThatTheServerCantBeAskedForIsHeardAndReportedAllThe
     const PulseFailure failure(1, "pa_stream_drain", true);
     ASSERT_TRUE(sound.m_pDevice->fnWrite(sound.m_Header));
     ASSERT_TRUE(sound.fnAwaitEnd());
-    std::string heard = recorder.fnGetBytes();
-    std::erase(heard, '\0');
-    EXPECT_TRUE(heard == sound.m_Samples) << "to its last sample";
+    EXPECT_TRUE(fnAwait([&] { return fnGetSamples(recorder) == sound.m_Samples; }))
+        << "to its last sample";
+}
+
+TEST_F(PulseAudioFault, ABlockThatIsPausedForLongerThanItsEndIsAwaitedIsHeardWhole) {
+    CqPulseOptions options = m_Options;
+    options.m_Latency = milliseconds(1000); // all of it is at the server at once
+    const CqPulse pulse = q32Pulse(options);
+    SoundRecorder recorder(*s_pServer);
+    TestSound sound(500 * kBytesPerMs);
+    ASSERT_TRUE(sound.fnOpen(*pulse.m_pWaveOut));
+    const PulseDrainGivenUp givenUp;
+    ASSERT_TRUE(sound.m_pDevice->fnWrite(sound.m_Header));
+    ASSERT_TRUE(fnAwait([] { return PulseDrainGivenUp::fnIsAsked(); }));
+    ASSERT_TRUE(sound.m_pDevice->fnPause());
+    ASSERT_TRUE(fnAwait([] { return PulseDrainGivenUp::fnIsGivenUp(); }));
+    recorder.fnWaitForMore(1000 * kBytesPerMs); // longer than a late end is waited for
+    EXPECT_EQ(sound.m_nReports, 0);
+    EXPECT_TRUE(sound.m_pDevice->fnRestart());
+    EXPECT_TRUE(sound.fnAwaitEnd());
+    EXPECT_TRUE(fnAwait([&] { return fnGetSamples(recorder) == sound.m_Samples; }));
+    EXPECT_EQ(sound.m_nReports, 1);
 }
 
 TEST_F(PulseFault, AnEndThatTheServerForgetsWaitsForAsLongAsMoreIsHeard) {
@@ -197,7 +236,7 @@ TEST_F(PulseFault, AnEndThatTheServerForgetsComesWhenNoMoreIsHeard) {
 
 TEST_F(PulseFault, APauseThatFailsLetsTheSoundPlayOn) {
     const CqPulse pulse = q32Pulse(m_Options);
-    TestSound sound(40 * kBytesPerMs);
+    TestSound sound(1000 * kBytesPerMs);
     ASSERT_TRUE(sound.fnStart(*pulse.m_pWaveOut));
     {
         const PulseFailure failure(1, "pa_stream_cork");
@@ -208,7 +247,7 @@ TEST_F(PulseFault, APauseThatFailsLetsTheSoundPlayOn) {
 
 TEST_F(PulseFault, ARestartThatFailsLeavesTheSoundPaused) {
     const CqPulse pulse = q32Pulse(m_Options);
-    TestSound sound(300 * kBytesPerMs);
+    TestSound sound(1000 * kBytesPerMs);
     ASSERT_TRUE(sound.fnStart(*pulse.m_pWaveOut));
     ASSERT_TRUE(sound.m_pDevice->fnPause());
     {
@@ -246,6 +285,23 @@ TEST_F(PulseFault, AMixerWhoseCallFailsSetsNothingAndSaysSo) {
     values = {7};
     ASSERT_TRUE(mixer->fnGetValues(kMute, 1, values));
     EXPECT_EQ(values, Values{0});
+}
+
+TEST_F(PulseFault, AServerThatGoesInTheMidstOfASettingFailsIt) {
+    const CqPulse pulse = q32Pulse(m_Options);
+    const auto mixer = pulse.m_pMixers->fnOpen(0, {});
+    ASSERT_NE(mixer, nullptr);
+    std::size_t failed = 0;
+    for (const std::uint32_t control : {kVolume, kMute}) {
+        for (std::size_t nth = 1;; ++nth) {
+            const PulseFailure failure(nth, "pa_context_get_state");
+            failed += mixer->fnSetValues(control, 1, {1}) ? 0 : 1;
+            if (PulseFailure::fnGetFailed().empty())
+                break;
+        }
+    }
+    EXPECT_GE(failed, 2u);
+    EXPECT_TRUE(mixer->fnSetValues(kVolume, 2, {100, 200}));
 }
 
 namespace {
@@ -307,8 +363,11 @@ TEST_F(PulseWatch, AServerThatDidntAnswerInTimeIsSoughtAgain) {
     options.m_Patience = milliseconds(100);
     m_Pulse = q32Pulse(options);
     int told = 0;
-    const auto mixer = m_Pulse.m_pMixers->fnOpen(0, [&](std::uint32_t) { ++told; });
-    ASSERT_NE(mixer, nullptr);
+    std::unique_ptr<CqMixer> mixer;
+    ASSERT_TRUE(fnAwait([&] { // so little patience may fail a server that is only slow
+        mixer = m_Pulse.m_pMixers->fnOpen(0, [&](std::uint32_t) { ++told; });
+        return mixer != nullptr;
+    }));
     {
         const PulseFailure failure(1, "pa_context_connect", true);
         s_pServer->fnKill();
@@ -331,6 +390,15 @@ TEST_F(PulseWatch, ChangesAreToldAlthoughTheServerCouldntBeAskedToTellThemAtFirs
     ASSERT_EQ(PulseFailure::fnGetFailed(), "pa_context_subscribe");
     s_pServer->fnControl({"set-sink-volume", "lab", "30000"});
     EXPECT_TRUE(fnAwaitTold(1));
+}
+
+TEST_F(PulseWatch, AChangeIsToldAlthoughItCouldntBeReadAtFirst) {
+    const auto mixer = fnOpenMixer();
+    ASSERT_NE(mixer, nullptr);
+    const PulseFailure failure(1, "pa_context_get_sink_info_by_name");
+    s_pServer->fnControl({"set-sink-volume", "lab", "30000"});
+    EXPECT_TRUE(fnAwaitTold(1));
+    EXPECT_EQ(PulseFailure::fnGetFailed(), "pa_context_get_sink_info_by_name");
 }
 
 TEST_F(PulseWatch, ForAMixerThatIsGoneNoServerIsSought) {

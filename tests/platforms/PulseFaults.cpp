@@ -22,6 +22,11 @@ std::string g_Failed;
 Clock::time_point g_Start;
 int g_nSlowness = -1; ///< below 0: the server's own time
 
+enum class Drain { USUAL, AWAITED, ASKED, GIVEN_UP };
+Drain g_eDrain = Drain::USUAL;
+pa_stream_success_cb_t g_Drained;
+void* g_pDrainedData;
+
 std::atomic<std::size_t> g_nUnderflows{0};
 
 bool fnFailsNow(const char* function) {
@@ -54,6 +59,19 @@ bool fnTellTime(pa_usec_t* time) {
     return true;
 }
 
+bool fnChangeDrain(Drain from, Drain to) {
+    const std::lock_guard lock(g_Lock);
+    if (g_eDrain != from)
+        return false;
+    g_eDrain = to;
+    return true;
+}
+
+bool fnIsDrain(Drain state) {
+    const std::lock_guard lock(g_Lock);
+    return g_eDrain == state;
+}
+
 } // namespace
 
 PulseFailure::PulseFailure(std::size_t nth, const char* function, bool all) {
@@ -81,6 +99,23 @@ PulseSlowClock::PulseSlowClock(int slowness) {
 PulseSlowClock::~PulseSlowClock() {
     const std::lock_guard lock(g_Lock);
     g_nSlowness = -1;
+}
+
+PulseDrainGivenUp::PulseDrainGivenUp() {
+    fnChangeDrain(Drain::USUAL, Drain::AWAITED);
+}
+
+PulseDrainGivenUp::~PulseDrainGivenUp() {
+    const std::lock_guard lock(g_Lock);
+    g_eDrain = Drain::USUAL;
+}
+
+bool PulseDrainGivenUp::fnIsAsked() {
+    return fnIsDrain(Drain::ASKED);
+}
+
+bool PulseDrainGivenUp::fnIsGivenUp() {
+    return fnIsDrain(Drain::GIVEN_UP);
 }
 
 std::size_t fnCountUnderflows() {
@@ -126,10 +161,39 @@ Q32_MAY_FAIL(int, -1, pa_stream_write,
              (pa_stream * s, const void* data, std::size_t bytes, pa_free_cb_t cb,
               std::int64_t offset, pa_seek_mode_t seek),
              (s, data, bytes, cb, offset, seek))
-Q32_MAY_FAIL(pa_operation*, nullptr, pa_stream_drain,
-             (pa_stream * s, pa_stream_success_cb_t cb, void* data), (s, cb, data))
-Q32_MAY_FAIL(pa_operation*, nullptr, pa_stream_cork,
-             (pa_stream * s, int b, pa_stream_success_cb_t cb, void* data), (s, b, cb, data))
+Q32_MAY_FAIL(pa_context_state_t, PA_CONTEXT_FAILED, pa_context_get_state, (const pa_context* c),
+             (c))
+
+extern "C" pa_operation* pa_stream_drain(pa_stream* s, pa_stream_success_cb_t cb, void* data) {
+    static const auto real = fnFind<decltype(&pa_stream_drain)>("pa_stream_drain");
+    if (fnFailsNow("pa_stream_drain"))
+        return nullptr;
+    if (!fnChangeDrain(Drain::AWAITED, Drain::ASKED))
+        return real(s, cb, data);
+    g_Drained = cb;
+    g_pDrainedData = data;
+    return real(
+        s, [](pa_stream*, int, void*) {}, nullptr);
+}
+
+extern "C" pa_operation* pa_stream_cork(pa_stream* s, int b, pa_stream_success_cb_t cb,
+                                        void* data) {
+    static const auto real = fnFind<decltype(&pa_stream_cork)>("pa_stream_cork");
+    if (fnFailsNow("pa_stream_cork"))
+        return nullptr;
+    pa_operation* const result = real(s, b, cb, data);
+    if (b && PulseDrainGivenUp::fnIsAsked())
+        pa_operation_unref(pa_stream_update_timing_info(
+            s,
+            [](pa_stream* stream, int, void*) {
+                if (!fnIsDrain(Drain::ASKED))
+                    return;
+                g_Drained(stream, 0, g_pDrainedData);
+                fnChangeDrain(Drain::ASKED, Drain::GIVEN_UP);
+            },
+            nullptr));
+    return result;
+}
 
 extern "C" int pa_stream_get_time(pa_stream* s, pa_usec_t* time) {
     static const auto real = fnFind<int (*)(pa_stream*, pa_usec_t*)>("pa_stream_get_time");

@@ -30,5 +30,18 @@ public:
     PulseSlowClock& operator=(const PulseSlowClock&) = delete;
 };
 
+/// For its life, what servers answer to the first question for an end is kept back, and the
+/// question is given up in the pause that comes next, as libpulse does after half a minute.
+class PulseDrainGivenUp {
+public:
+    PulseDrainGivenUp();
+    ~PulseDrainGivenUp();
+    PulseDrainGivenUp(const PulseDrainGivenUp&) = delete;
+    PulseDrainGivenUp& operator=(const PulseDrainGivenUp&) = delete;
+
+    static bool fnIsAsked();
+    static bool fnIsGivenUp();
+};
+
 /// How often servers have told so far that they had nothing left to play.
 std::size_t fnCountUnderflows();

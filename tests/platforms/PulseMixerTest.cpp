@@ -109,6 +109,22 @@ TEST_F(PulseMixer, AServerThatComesBackIsFoundAndItsValuesTold) {
     EXPECT_EQ(fnGet(), (Values{65535, 65535}));
 }
 
+TEST_F(PulseMixer, WhatAHostThrowsWhenItIsToldPassesAndTheRestIsToldByTheNextPump) {
+    static int s_Thrown = 0;
+    m_pMixer = m_Mixers.fnOpen(0, [this](std::uint32_t id) {
+        m_Told.push_back(id);
+        if (id == kVolume)
+            throw &s_Thrown;
+    });
+    ASSERT_TRUE(m_pMixer->fnSetValues(kVolume, 2, {100, 200}));
+    ASSERT_TRUE(m_pMixer->fnSetValues(kMute, 1, {1}));
+    ASSERT_NE(m_Mixers.fnOpen(0, {}), nullptr) << "which meets both, if nothing has before";
+    EXPECT_THROW(m_Mixers.fnPump(), int*);
+    ASSERT_TRUE(fnAwaitTold(2));
+    EXPECT_EQ(m_Told, (Values{kVolume, kMute}));
+    EXPECT_TRUE(fnIsQuiet());
+}
+
 TEST_F(PulseMixer, AReportMayEndTheService) {
     m_pMixer = m_Mixers.fnOpen(0, [this](std::uint32_t) {
         m_pMixer.reset();
@@ -181,7 +197,7 @@ TEST_F(PulseMixer, TheSoundControlTellsItsParentOfOthersChangesAlone) {
 /// What only PulseAudio can be told to do while it runs.
 class PulseAudioMixer : public PulseMixer {
 protected:
-    ~PulseAudioMixer() override {
+    void TearDown() override {
         s_pServer->fnControl({"unload-module", m_szModule});
         s_pServer->fnRestore();
     }

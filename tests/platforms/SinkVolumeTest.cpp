@@ -41,6 +41,21 @@ TEST(SinkVolume, ChannelsThatStandNowhereHaveNoSides) {
     EXPECT_EQ(set.values[1], 8192u);
 }
 
+TEST(SinkVolume, AMiddleThatIsLouderThanTheSidesStopsAtFullVolume) {
+    pa_channel_map map;
+    ASSERT_NE(pa_channel_map_parse(&map, "front-left,front-right,front-center"), nullptr);
+    for (const pa_volume_t sides : {1u, 6554u}) {
+        const pa_cvolume set = fnSetLevels({3, {sides, sides, 65536}}, map, 65535, 65535);
+        EXPECT_EQ(set.values[0], 65536u);
+        EXPECT_EQ(set.values[1], 65536u);
+        EXPECT_EQ(set.values[2], 65536u) << sides;
+    }
+    const pa_cvolume loud = {3, {100, 100, 131072}};
+    EXPECT_EQ(fnSetLevels(loud, map, 200, 200).values[2], 131072u) << "it was above";
+    EXPECT_EQ(fnSetLevels(loud, map, 50, 50).values[2], 65536u) << "half of it";
+    EXPECT_EQ(fnSetLevels({3, {1, 1, PA_VOLUME_MAX}}, map, 65535, 0).values[2], PA_VOLUME_MAX);
+}
+
 TEST(SinkVolume, AVolumeAboveFullKeepsItsRatioWhenItIsLowered) {
     pa_channel_map map;
     ASSERT_NE(pa_channel_map_parse(&map, "front-left,front-right,rear-left"), nullptr);

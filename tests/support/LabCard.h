@@ -9,5 +9,6 @@ struct LabCard {
     std::int32_t m_nMasterOn[2] = {1, 1};
     std::int32_t m_nBass = 7;   ///< steps, -10 to 14
     std::int32_t m_nTreble = 7; ///< the same
+    std::int32_t m_nToneOn = 0; ///< whether these two are heard
     std::int32_t m_nGone = 0;   ///< the card has been pulled out
 };

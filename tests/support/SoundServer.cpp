@@ -159,6 +159,12 @@ void SoundServer::fnThaw() {
 }
 
 struct SoundRecorder::State {
+    ~State() {
+        m_Tool.fnSignal(SIGKILL);
+        if (m_Thread.joinable())
+            m_Thread.join();
+    }
+
     ChildProcess m_Tool;
     mutable std::mutex m_Lock;
     std::string m_Bytes;
@@ -184,10 +190,7 @@ SoundRecorder::SoundRecorder(SoundServer& server, const std::string& sink,
     fnWaitForMore(1); // from now on nothing is missed
 }
 
-SoundRecorder::~SoundRecorder() {
-    m_pState->m_Tool.fnSignal(SIGKILL);
-    m_pState->m_Thread.join();
-}
+SoundRecorder::~SoundRecorder() = default;
 
 std::size_t SoundRecorder::fnGetSize() const {
     const std::lock_guard lock(m_pState->m_Lock);
