@@ -62,10 +62,11 @@ want() {
     (need "$@") 2>/dev/null || true
 }
 
-# build <preset> [<target>...]: configures and builds.
+# build <preset> [<target>...]: configures and builds; waits where the same preset is being built.
 build() {
     local preset=$1
     shift
-    quietly cmake --preset "$preset" || return
-    quietly cmake --build --preset "$preset" --parallel "$jobs" ${1:+--target "$@"}
+    mkdir -p build
+    quietly flock "build/$preset.lock" cmake --preset "$preset" || return
+    quietly flock "build/$preset.lock" cmake --build --preset "$preset" --parallel "$jobs" ${1:+--target "$@"}
 }
