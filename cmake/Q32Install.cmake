@@ -31,6 +31,11 @@ function(q32_component target name)
         set_target_properties(${target} PROPERTIES OUTPUT_NAME "q32Base-${name}")
     endif()
 
+    # Components find each other where they lie: a host names the one that it links, not those below.
+    if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+        set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN")
+    endif()
+
     # What a shared library lacks is told when it is linked, not when a host starts.
     if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
         target_link_options(${target} PRIVATE
