@@ -52,13 +52,12 @@ struct HostsDay {
         const bool playing = sound.m_pDevice && sound.m_pDevice->fnWrite(sound.m_Header);
         if (sound.m_pDevice)
             fnNote("write;", playing);
-        const DWORD queued = sound.m_Header.dwFlags & 0x10;
         if (playing) {
             if (loops)
                 fnPauseAndStop(*sound.m_pDevice);
             EXPECT_TRUE(sound.fnAwaitEnd());
         } else {
-            EXPECT_EQ(queued, 0u) << "it isn't the device's";
+            EXPECT_EQ(sound.m_Header.dwFlags & 0x10, 0u) << "it isn't the device's";
         }
         sound.m_pDevice.reset();
         EXPECT_EQ(sound.m_nReports, playing ? 1 : 0);
