@@ -9,7 +9,8 @@ namespace darkroom {
 class History : public CqUndoMngr {
 public:
     /// Changes the capacity of both stacks.
-    /// @return false, after message -1, when memory ran out; all is then as it was
+    /// @return false, after message -1, when memory ran out; the capacity is then as it was, but
+    /// what is older than the new levels is gone
     bool fnSetLevels(unsigned int levels);
 };
 

@@ -15,11 +15,13 @@ namespace {
 /// Whether a pixel of the second picture covers the first one's by a rule.
 class Cover {
 public:
-    Cover(const MergePlan& plan, CqMask& selection, bool hasAlpha)
-        : m_eRule(plan.m_eRule), m_bAlpha(hasAlpha), m_Bound(selection.m_rectBound),
+    Cover(const MergePlan& plan, Document& document, bool hasAlpha)
+        : m_eRule(plan.m_eRule), m_bAlpha(hasAlpha),
           m_nKey(qRgb(plan.m_Key.m_Red, plan.m_Key.m_Green, plan.m_Key.m_Blue)) {
-        if (m_eRule == MergeRule::SELECTION && !m_Bound.IsRectEmpty())
-            m_Mask.emplace(selection);
+        if (m_eRule != MergeRule::SELECTION || !document.fnHasSelection())
+            return;
+        m_Bound = document.fnGetSelection().m_rectBound;
+        m_Mask.emplace(document.fnGetSelection());
     }
 
     bool fnCovers(QRgb over, const QPoint& place) {
@@ -75,7 +77,7 @@ void fnShowMerge(PictureView& view, CqImage& over, const MergePlan& plan) {
         const QRect seen = fnFindSeen(view, part);
         PixelReader above(over);
         PixelReader below(*view.fnGetImage());
-        Cover cover(plan, view.fnGetDocument().fnGetSelection(), over.BitCount == 32);
+        Cover cover(plan, view.fnGetDocument(), over.BitCount == 32);
         std::vector<int> columns;
         for (int x = seen.left(); x <= seen.right(); ++x)
             columns.push_back(view.fnGetSample({x, 0}).x());
