@@ -28,6 +28,13 @@ struct SinkQuestion {
 
 } // namespace
 
+pa_operation* fnBeginAskSink(pa_context* context, SINK_ASKED which, pa_sink_info_cb_t answer,
+                             void* data) {
+    return which == SINK_ASKED::ALL
+               ? pa_context_get_sink_info_list(context, answer, data)
+               : pa_context_get_sink_info_by_name(context, "@DEFAULT_SINK@", answer, data);
+}
+
 Connection::Alarm::Alarm(Connection& connection)
     : m_Connection(connection),
       m_pEvent(connection.fnRingAfter(connection.m_Options.m_Patience, fnRing, this)) {}
@@ -234,18 +241,21 @@ bool Connection::fnAskSink(const std::function<void(const pa_sink_info&)>& told)
     if (!fnConnect())
         return false;
     SinkQuestion question{told};
-    const bool answered = fnFinish(pa_context_get_sink_info_by_name(
-        m_pContext, "@DEFAULT_SINK@",
-        [](pa_context*, const pa_sink_info* sink, int, void* data) {
-            if (!sink)
-                return;
-            auto* asked = static_cast<SinkQuestion*>(data);
-            asked->m_bFound = true;
-            if (asked->m_Told)
-                asked->m_Told(*sink);
-        },
-        &question));
-    if (answered && !question.m_bFound)
+    const auto ask = [&](SINK_ASKED which) {
+        pa_context* context = fnGetContext(); // it may go while the first answer is awaited
+        return context && fnFinish(fnBeginAskSink(
+                              context, which,
+                              [](pa_context*, const pa_sink_info* sink, int, void* data) {
+                                  auto* asked = static_cast<SinkQuestion*>(data);
+                                  if (!sink || std::exchange(asked->m_bFound, true))
+                                      return;
+                                  if (asked->m_Told)
+                                      asked->m_Told(*sink);
+                              },
+                              &question));
+    };
+    if (ask(SINK_ASKED::DEFAULT) && !question.m_bFound && ask(SINK_ASKED::ALL) &&
+        !question.m_bFound)
         fnFail("The sound server has no output");
     return question.m_bFound;
 }

@@ -8,6 +8,15 @@
 
 namespace q32::pulse {
 
+/// Which output is asked for. A server may have outputs and name none of them the default:
+/// PipeWire 0.3 never tells it to a client that came before the session manager had chosen one.
+/// Then the first of all is the one.
+enum class SINK_ASKED { DEFAULT, ALL };
+
+/// Begins to ask; null if that fails. `answer` gets the output, or all of them, and then the end.
+pa_operation* fnBeginAskSink(pa_context* context, SINK_ASKED which, pa_sink_info_cb_t answer,
+                             void* data);
+
 /// The connection to the server: a loop with a thread of its own, and a context that is made when
 /// it is needed and made anew when the server has gone.
 ///
@@ -53,7 +62,7 @@ public:
     /// Waits for an operation and lets go of it. False for null, and when it didn't come to its
     /// end: its callback is not called after that.
     bool fnFinish(pa_operation* operation);
-    /// Asks whether there is a sink. `told`, if given, is called with it on the loop's thread.
+    /// Asks whether there is an output. `told`, if given, is called with it on the loop's thread.
     bool fnAskSink(const std::function<void(const pa_sink_info&)>& told = {});
 
     /// Has `changed` called on the loop's thread, with the lock held, when the server or a sink may

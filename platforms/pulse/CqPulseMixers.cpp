@@ -54,9 +54,13 @@ struct CqPulseMixers::State {
     std::optional<Levels> m_Known; ///< as last compared
     pa_operation* m_pRead = nullptr;
     pa_time_event* m_pReadLater = nullptr;
-    bool m_bReadAgain = false; ///< something happened after the read had begun
+    SINK_ASKED m_eAsked = SINK_ASKED::DEFAULT; ///< by the read
+    bool m_bRead = false;                      ///< the read has met the output
+    bool m_bReadAgain = false;                 ///< something happened after the read had begun
 
     void fnRead();
+    void fnBeginRead(SINK_ASKED which);
+    void fnEndRead();
     void fnReadLater();
     void fnForgetRead() {
         if (pa_time_event* later = std::exchange(m_pReadLater, nullptr))
@@ -85,34 +89,45 @@ struct CqPulseMixers::State {
     }
 };
 
-/// Begins to read the sink's levels. On the connection's thread, or with its lock held.
+/// Begins to read the output's levels. On the connection's thread, or with its lock held.
 void CqPulseMixers::State::fnRead() {
     // One that was under way when a connection ended never comes to its end.
     if (m_pRead && pa_operation_get_state(m_pRead) == PA_OPERATION_RUNNING) {
         m_bReadAgain = true;
         return;
     }
+    fnBeginRead(SINK_ASKED::DEFAULT);
+}
+
+void CqPulseMixers::State::fnBeginRead(SINK_ASKED which) {
     fnForgetRead();
     m_bReadAgain = false;
+    m_bRead = false;
+    m_eAsked = which;
     pa_context* context = m_pConnection->fnGetContext();
     if (!context)
         return; // the next connection brings another read
-    m_pRead = pa_context_get_sink_info_by_name(
-        context, "@DEFAULT_SINK@",
+    m_pRead = fnBeginAskSink(
+        context, which,
         [](pa_context*, const pa_sink_info* sink, int end, void* data) {
             auto* state = static_cast<State*>(data);
-            if (sink)
+            if (sink && !std::exchange(state->m_bRead, true))
                 state->fnCompare(fnReadLevels(sink->volume, sink->channel_map, sink->mute != 0));
-            if (end == 0)
-                return;
-            state->fnForgetRead();
-            if (state->m_bReadAgain)
-                state->fnRead();
-            else if (end < 0)
-                state->fnReadLater();
+            if (end != 0)
+                state->fnEndRead();
         },
         this);
     if (!m_pRead)
+        fnReadLater();
+}
+
+void CqPulseMixers::State::fnEndRead() {
+    fnForgetRead();
+    if (m_bReadAgain)
+        fnRead();
+    else if (!m_bRead && m_eAsked == SINK_ASKED::DEFAULT)
+        fnBeginRead(SINK_ASKED::ALL);
+    else if (!m_bRead)
         fnReadLater();
 }
 
@@ -225,38 +240,41 @@ private:
         return (control == kVolume || control == kMute) && (channels == 1 || channels == kChannels);
     }
 
-    // Both wait for the server, so that what is read next is what was set.
     bool fnSetMute(bool mute) {
-        Connection& connection = *m_pState->m_pConnection;
-        const Connection::Lock lock(connection);
-        return connection.fnConnect() && fnSet([&](pa_context* context, auto done, bool& success) {
-                   return pa_context_set_sink_mute_by_name(context, "@DEFAULT_SINK@", mute, done,
-                                                           &success);
-               });
+        return fnSet({}, [&](pa_context* context, std::uint32_t index, auto done, bool& success) {
+            return pa_context_set_sink_mute_by_index(context, index, mute, done, &success);
+        });
     }
     bool fnSetVolume(std::uint32_t left, std::uint32_t right) {
+        pa_cvolume wanted;
+        return fnSet(
+            [&](const pa_sink_info& sink) {
+                wanted = fnSetLevels(sink.volume, sink.channel_map, left, right);
+            },
+            [&](pa_context* context, std::uint32_t index, auto done, bool& success) {
+                return pa_context_set_sink_volume_by_index(context, index, &wanted, done, &success);
+            });
+    }
+    /// Has `met` called with the output, and then sets it. Waits for the server, so that what is
+    /// read next is what was set.
+    template <typename Begin>
+    bool fnSet(const std::function<void(const pa_sink_info&)>& met, Begin begin) {
         Connection& connection = *m_pState->m_pConnection;
         const Connection::Lock lock(connection);
         std::uint32_t index = PA_INVALID_INDEX;
-        pa_cvolume wanted;
-        return connection.fnAskSink([&](const pa_sink_info& sink) {
-            index = sink.index;
-            wanted = fnSetLevels(sink.volume, sink.channel_map, left, right);
-        }) && fnSet([&](pa_context* context, auto done, bool& success) {
-                   return pa_context_set_sink_volume_by_index(context, index, &wanted, done,
-                                                              &success);
-               });
-    }
-    template <typename Begin>
-    bool fnSet(Begin begin) {
-        Connection& connection = *m_pState->m_pConnection;
+        if (!connection.fnAskSink([&](const pa_sink_info& sink) {
+                index = sink.index;
+                if (met)
+                    met(sink);
+            }))
+            return false;
         bool success = false;
         pa_context_success_cb_t done = [](pa_context*, int result, void* told) {
             *static_cast<bool*>(told) = result != 0;
         };
         // The server may have gone since it was last asked.
         pa_context* context = connection.fnGetContext();
-        if (!context || !connection.fnFinish(begin(context, done, success)))
+        if (!context || !connection.fnFinish(begin(context, index, done, success)))
             return false;
         if (!success)
             connection.fnFail();

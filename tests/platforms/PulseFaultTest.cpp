@@ -107,7 +107,7 @@ TEST_F(PulseFault, NoCallThatFailsOnceHangsALaterOneOrLosesAnEnd) {
     for (const char* call :
          {"pa_context_new_with_proplist", "pa_context_connect", "pa_context_subscribe",
           "pa_context_get_sink_info_by_name", "pa_context_set_sink_volume_by_index",
-          "pa_context_set_sink_mute_by_name", "pa_stream_new_with_proplist",
+          "pa_context_set_sink_mute_by_index", "pa_stream_new_with_proplist",
           "pa_stream_connect_playback", "pa_stream_begin_write", "pa_stream_write",
           "pa_stream_drain", "pa_stream_cork", "pa_stream_get_time"}) {
         for (std::size_t nth = 1;; ++nth) {
@@ -271,7 +271,7 @@ TEST_F(PulseFault, AMixerWhoseCallFailsSetsNothingAndSaysSo) {
         EXPECT_FALSE(mixer->fnSetValues(kVolume, 2, {100, 200})) << call;
     }
     {
-        const PulseFailure failure(1, "pa_context_set_sink_mute_by_name");
+        const PulseFailure failure(1, "pa_context_set_sink_mute_by_index");
         EXPECT_FALSE(mixer->fnSetValues(kMute, 1, {1}));
     }
     {
@@ -398,6 +398,31 @@ TEST_F(PulseWatch, AChangeIsToldAlthoughItCouldntBeReadAtFirst) {
     s_pServer->fnControl({"set-sink-volume", "lab", "30000"});
     EXPECT_TRUE(fnAwaitTold(1));
     EXPECT_EQ(PulseFailure::fnGetFailed(), "pa_context_get_sink_info_by_name");
+}
+
+TEST_F(PulseWatch, AnOutputIsUsedAndFollowedAlthoughTheServerNamesNoDefault) {
+    const PulseNoDefault hidden;
+    const auto mixer = fnOpenMixer();
+    ASSERT_NE(mixer, nullptr);
+    EXPECT_TRUE(m_Pulse.m_pWaveOut->fnCanPlay(kSinkFormat));
+    ASSERT_TRUE(mixer->fnSetValues(kVolume, 2, {100, 200}));
+    ASSERT_TRUE(mixer->fnSetValues(kMute, 1, {1}));
+    Values values(2);
+    ASSERT_TRUE(mixer->fnGetValues(kVolume, 2, values));
+    EXPECT_EQ(values, (Values{100, 200}));
+    EXPECT_EQ(s_pServer->fnControl({"get-sink-mute", "lab"}), "Mute: yes\n");
+    ASSERT_TRUE(fnAwaitTold(2));
+    const PulseFailure failure(1, "pa_context_get_sink_info_list");
+    s_pServer->fnControl({"set-sink-volume", "lab", "30000"});
+    EXPECT_TRUE(fnAwaitTold(3));
+    EXPECT_EQ(PulseFailure::fnGetFailed(), "pa_context_get_sink_info_list");
+}
+
+TEST_F(PulseWatch, AnOutputThatCantBeAskedForAmongAllIsNone) {
+    const PulseNoDefault hidden;
+    const PulseFailure failure(1, "pa_context_get_sink_info_list");
+    EXPECT_FALSE(m_Pulse.m_pWaveOut->fnCanPlay(kSinkFormat));
+    EXPECT_TRUE(m_Pulse.m_pWaveOut->fnCanPlay(kSinkFormat));
 }
 
 TEST_F(PulseWatch, ForAMixerThatIsGoneNoServerIsSought) {

@@ -28,6 +28,7 @@ pa_stream_success_cb_t g_Drained;
 void* g_pDrainedData;
 
 std::atomic<std::size_t> g_nUnderflows{0};
+std::atomic<int> g_nDefaultsHidden{0};
 
 bool fnFailsNow(const char* function) {
     const std::lock_guard lock(g_Lock);
@@ -118,6 +119,14 @@ bool PulseDrainGivenUp::fnIsGivenUp() {
     return fnIsDrain(Drain::GIVEN_UP);
 }
 
+PulseNoDefault::PulseNoDefault() {
+    ++g_nDefaultsHidden;
+}
+
+PulseNoDefault::~PulseNoDefault() {
+    --g_nDefaultsHidden;
+}
+
 std::size_t fnCountUnderflows() {
     return g_nUnderflows;
 }
@@ -141,16 +150,16 @@ Q32_MAY_FAIL(int, -1, pa_context_connect,
 Q32_MAY_FAIL(pa_operation*, nullptr, pa_context_subscribe,
              (pa_context * c, pa_subscription_mask_t m, pa_context_success_cb_t cb, void* data),
              (c, m, cb, data))
-Q32_MAY_FAIL(pa_operation*, nullptr, pa_context_get_sink_info_by_name,
-             (pa_context * c, const char* name, pa_sink_info_cb_t cb, void* data),
-             (c, name, cb, data))
+Q32_MAY_FAIL(pa_operation*, nullptr, pa_context_get_sink_info_list,
+             (pa_context * c, pa_sink_info_cb_t cb, void* data), (c, cb, data))
 Q32_MAY_FAIL(pa_operation*, nullptr, pa_context_set_sink_volume_by_index,
              (pa_context * c, std::uint32_t index, const pa_cvolume* volume,
               pa_context_success_cb_t cb, void* data),
              (c, index, volume, cb, data))
-Q32_MAY_FAIL(pa_operation*, nullptr, pa_context_set_sink_mute_by_name,
-             (pa_context * c, const char* name, int mute, pa_context_success_cb_t cb, void* data),
-             (c, name, mute, cb, data))
+Q32_MAY_FAIL(pa_operation*, nullptr, pa_context_set_sink_mute_by_index,
+             (pa_context * c, std::uint32_t index, int mute, pa_context_success_cb_t cb,
+              void* data),
+             (c, index, mute, cb, data))
 Q32_MAY_FAIL(pa_stream*, nullptr, pa_stream_new_with_proplist,
              (pa_context * c, const char* name, const pa_sample_spec* spec,
               const pa_channel_map* map, pa_proplist* p),
@@ -163,6 +172,15 @@ Q32_MAY_FAIL(int, -1, pa_stream_write,
              (s, data, bytes, cb, offset, seek))
 Q32_MAY_FAIL(pa_context_state_t, PA_CONTEXT_FAILED, pa_context_get_state, (const pa_context* c),
              (c))
+
+extern "C" pa_operation* pa_context_get_sink_info_by_name(pa_context* c, const char* name,
+                                                          pa_sink_info_cb_t cb, void* data) {
+    static const auto real =
+        fnFind<decltype(&pa_context_get_sink_info_by_name)>("pa_context_get_sink_info_by_name");
+    if (fnFailsNow("pa_context_get_sink_info_by_name"))
+        return nullptr;
+    return real(c, g_nDefaultsHidden != 0 ? "none of this name" : name, cb, data);
+}
 
 extern "C" pa_operation* pa_stream_drain(pa_stream* s, pa_stream_success_cb_t cb, void* data) {
     static const auto real = fnFind<decltype(&pa_stream_drain)>("pa_stream_drain");

@@ -43,5 +43,14 @@ public:
     static bool fnIsGivenUp();
 };
 
+/// For its life, servers know no default output, as PipeWire does for a client that came too early.
+class PulseNoDefault {
+public:
+    PulseNoDefault();
+    ~PulseNoDefault();
+    PulseNoDefault(const PulseNoDefault&) = delete;
+    PulseNoDefault& operator=(const PulseNoDefault&) = delete;
+};
+
 /// How often servers have told so far that they had nothing left to play.
 std::size_t fnCountUnderflows();
