@@ -8,6 +8,7 @@
 #include "platforms/pulse/pulse.h"
 #endif
 
+#include <clocale>
 #include <cstdio>
 #include <QApplication>
 #include <QDir>
@@ -50,6 +51,7 @@ int fnRun(QApplication& application, CqQtWindows& windows, const darkroom::HostS
 int main(int count, char** arguments) {
     QApplication application(count, arguments);
     QApplication::setApplicationName("darkroom");
+    std::setlocale(LC_NUMERIC, "C"); // the application took the user's; dumps have decimal points
     const QStringList words = QApplication::arguments();
     const bool help = words.contains("--help");
     if (help || words.size() > 2) {

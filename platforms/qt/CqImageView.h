@@ -65,7 +65,8 @@ public:
     /// Steps in (above 0) or out along 1/2, 2/3, 1, 3/2, 2 … about the middle, or about `anchor`.
     void fnStepZoom(int steps);
     void fnStepZoom(int steps, const QPointF& anchor);
-    /// Keeps the zoom so that the whole image is seen, but not enlarged beyond 1.
+    /// Keeps the zoom so that the whole image is seen, as far as `kLeastZoom` goes, but not
+    /// enlarged beyond 1.
     void fnSetFit(bool fit);
     bool fnIsFit() const { return m_bFit; }
 
@@ -115,6 +116,8 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    /// The second press of two quick ones is a press like others.
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
@@ -126,6 +129,7 @@ private:
     void fnApplyZoom(double zoom, const QPointF& anchor);
     void fnUpdateBars();
     void fnMoveTo(const QPointF& origin);
+    void fnEndDrag();
     void fnForgetAll();
     void fnMatchCanvas();
     void fnAddStale(const CRect& part);

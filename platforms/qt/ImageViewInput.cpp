@@ -5,11 +5,16 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QWheelEvent>
+#include <utility>
 
 namespace {
 
 /// Turning a common wheel by one notch, in Qt's eighths of a degree.
 constexpr int kNotch = 120;
+
+bool fnHolds(const QMouseEvent& event) {
+    return event.buttons() & (Qt::LeftButton | Qt::MiddleButton);
+}
 
 } // namespace
 
@@ -44,9 +49,10 @@ void CqImageView::mousePressEvent(QMouseEvent* event) {
 }
 
 void CqImageView::mouseMoveEvent(QMouseEvent* event) {
-    if (m_bDragging) {
+    if (!fnHolds(*event))
+        fnEndDrag(); // the release went to a dialog that came up meanwhile
+    if (m_bDragging)
         fnMoveTo(m_Grabbed * m_Zoom - event->position() * m_pCanvas->devicePixelRatioF());
-    }
     Q_EMIT pointed(fnToImage(event->position()));
     event->setAccepted(m_bDragging);
 }
@@ -56,14 +62,22 @@ void CqImageView::mouseReleaseEvent(QMouseEvent* event) {
         event->ignore();
         return;
     }
-    if (!(event->buttons() & (Qt::LeftButton | Qt::MiddleButton))) {
-        m_bDragging = false;
-        if (m_CursorBefore)
-            m_pCanvas->setCursor(*m_CursorBefore);
-        else
-            m_pCanvas->unsetCursor();
-    }
+    if (!fnHolds(*event))
+        fnEndDrag();
     event->accept();
+}
+
+void CqImageView::mouseDoubleClickEvent(QMouseEvent* event) {
+    mousePressEvent(event);
+}
+
+void CqImageView::fnEndDrag() {
+    if (!std::exchange(m_bDragging, false))
+        return;
+    if (m_CursorBefore)
+        m_pCanvas->setCursor(*m_CursorBefore);
+    else
+        m_pCanvas->unsetCursor();
 }
 
 void CqImageView::keyPressEvent(QKeyEvent* event) {

@@ -20,7 +20,9 @@ struct CqQtOptions {
 /// A complete platform: that of `q32PosixPlatform`, with screen, message boxes, keyboard and
 /// windows of the desktop. Its services may be made and asked at any time, but the screen has
 /// device contexts only while the QApplication stands: the library is to be attached after that was
-/// made, and detached before it goes. Throws std::bad_alloc.
+/// made, and detached before it goes. QApplication puts the user's locale in force; numbers that
+/// the library formats, in dumps for instance, follow its decimal sign unless the host sets
+/// LC_NUMERIC back to "C". Throws std::bad_alloc.
 /// @param windows  takes the application, the main window and the rest that the host tells
 Q32_API CqPlatform q32QtPlatform(const std::shared_ptr<CqQtWindows>& windows,
                                  const CqQtOptions& options = {});

@@ -127,6 +127,31 @@ TEST_F(ImageView, AButtonDragsThePictureWithTheCursor) {
     EXPECT_EQ(drag(Qt::LeftButton), QPointF(60, -20) * fnCanvas().devicePixelRatioF());
 }
 
+TEST_F(ImageView, ADragWhoseReleaseWentElsewhereEndsWithTheNextMove) {
+    ASSERT_NO_FATAL_FAILURE(fnMake(2000, 2000, 24));
+    m_pView->fnSetZoom(1.0);
+    m_pView->fnCenterOn(QPointF(1000, 1000));
+    m_pView->viewport()->setCursor(Qt::CrossCursor);
+    fnSendMouse(*m_pView, QEvent::MouseButtonPress, {100, 100}, Qt::LeftButton, Qt::LeftButton);
+    fnSendMouse(*m_pView, QEvent::MouseMove, {130, 90}, Qt::NoButton, Qt::LeftButton);
+    EXPECT_EQ(m_pView->viewport()->cursor().shape(), Qt::ClosedHandCursor);
+    const QPointF there = m_pView->fnToImage({});
+    for (const QPointF at : {QPointF(10, 10), QPointF(200, 50)})
+        fnSendMouse(*m_pView, QEvent::MouseMove, at, Qt::NoButton, Qt::NoButton);
+    EXPECT_EQ(m_pView->fnToImage({}), there);
+    EXPECT_EQ(m_pView->viewport()->cursor().shape(), Qt::CrossCursor);
+}
+
+TEST_F(ImageView, TheSecondOfTwoQuickPressesDragsAsWell) {
+    ASSERT_NO_FATAL_FAILURE(fnMake(2000, 2000, 24));
+    m_pView->fnSetZoom(1.0);
+    m_pView->fnCenterOn(QPointF(1000, 1000));
+    const QPointF grabbed = m_pView->fnToImage(QPointF(100, 100));
+    fnSendMouse(*m_pView, QEvent::MouseButtonDblClick, {100, 100}, Qt::LeftButton, Qt::LeftButton);
+    fnSendMouse(*m_pView, QEvent::MouseMove, {160, 80}, Qt::NoButton, Qt::LeftButton);
+    EXPECT_EQ(m_pView->fnToImage(QPointF(160, 80)), grabbed);
+}
+
 TEST_F(ImageView, KeysZoom) {
     ASSERT_NO_FATAL_FAILURE(fnMake(2000, 2000, 24));
     const auto press = [&](int key) {
