@@ -6,25 +6,47 @@
 #include <charconv>
 #include <fcntl.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace q32::posix {
 namespace {
 
-/// Files of the system have no length that could be asked for: they are read up to their end.
-std::string fnReadSystemFile(const std::string& path) {
-    constexpr std::size_t kMostBytes = std::size_t{1} << 20;
-    std::string text;
+/// Hands over the lines of a file, without their ends. Files of the system have no length that
+/// could be asked for: they are read up to their end. A line that is longer than any of the
+/// system's is left out, and takes no memory.
+template <typename Visit>
+void fnReadLines(const std::string& path, Visit&& visit) {
+    constexpr std::size_t kMostLine = std::size_t{1} << 20;
+    std::string line;
+    bool fits = true;
+    const auto end = [&] {
+        if (fits)
+            visit(std::string_view(line));
+        line.clear();
+        fits = true;
+    };
     const Descriptor file(
         fnRetry([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
     char part[4096];
-    while (file && text.size() < kMostBytes) {
+    while (file) {
         const auto count = fnRetry([&] { return ::read(file.fnGet(), part, sizeof part); });
         if (count <= 0)
             break;
-        text.append(part, static_cast<std::size_t>(count));
+        std::string_view rest(part, static_cast<std::size_t>(count));
+        while (!rest.empty()) {
+            const std::size_t length = std::min(rest.find('\n'), rest.size());
+            fits = fits && line.size() + length <= kMostLine;
+            if (fits)
+                line.append(rest.substr(0, length));
+            if (length == rest.size())
+                break;
+            end();
+            rest.remove_prefix(length + 1);
+        }
     }
-    return text;
+    if (!line.empty())
+        end();
 }
 
 /// Takes the part before the next `end` off the text; the rest when there is none.
@@ -69,10 +91,9 @@ struct GroupMount {
 
 /// The trees that have limits on memory, or may have. A line is: number, parent, device, root,
 /// point, options, any number of tags, "-", type, source, options of the tree.
-std::vector<GroupMount> fnFindMounts(std::string_view mountInfo) {
+std::vector<GroupMount> fnFindMounts(const std::string& path) {
     std::vector<GroupMount> mounts;
-    while (!mountInfo.empty()) {
-        std::string_view line = fnTake(mountInfo, '\n');
+    fnReadLines(path, [&](std::string_view line) {
         for (int i = 0; i < 3; ++i)
             fnTake(line, ' ');
         const std::string_view root = fnTake(line, ' ');
@@ -83,21 +104,29 @@ std::vector<GroupMount> fnFindMounts(std::string_view mountInfo) {
         fnTake(line, ' ');
         if (type == "cgroup2" || (type == "cgroup" && fnLists(line, "memory")))
             mounts.push_back({type == "cgroup2", fnUnescape(root), fnUnescape(point)});
-    }
+    });
     return mounts;
 }
 
-/// The process's group in the tree of memory limits. A line is: number of the tree (0 for the
-/// unified one), its controllers, group.
-std::optional<std::string> fnFindGroup(std::string_view groups, bool unified) {
-    while (!groups.empty()) {
-        std::string_view line = fnTake(groups, '\n');
+/// The process's groups in the trees of memory limits.
+struct Groups {
+    std::optional<std::string> m_Unified;
+    std::optional<std::string> m_Memory; ///< in the older tree with the memory controller
+};
+
+/// A line is: number of the tree (0 for the unified one), its controllers, group. The first that
+/// tells of a tree holds.
+Groups fnFindGroups(const std::string& path) {
+    Groups groups;
+    fnReadLines(path, [&](std::string_view line) {
         const std::string_view number = fnTake(line, ':');
         const std::string_view controllers = fnTake(line, ':');
-        if (unified ? number == "0" && controllers.empty() : fnLists(controllers, "memory"))
-            return std::string(line);
-    }
-    return std::nullopt;
+        if (number == "0" && controllers.empty() && !groups.m_Unified)
+            groups.m_Unified = line;
+        if (fnLists(controllers, "memory") && !groups.m_Memory)
+            groups.m_Memory = line;
+    });
+    return groups;
 }
 
 /// The group as seen from the mount point. One that lies outside of what is mounted, as happens in
@@ -108,9 +137,14 @@ std::string fnBelow(const std::string& group, const std::string& root) {
     return group.starts_with(root + '/') ? group.substr(root.size()) : "";
 }
 
-void fnLower(std::optional<std::uint64_t>& least, std::optional<std::uint64_t> limit) {
-    if (limit)
-        least = std::min(*limit, least.value_or(*limit));
+/// Lowers a limit to the one that a file has in its first line, if it has one.
+void fnLower(std::optional<std::uint64_t>& least, const std::string& path) {
+    bool first = true;
+    fnReadLines(path, [&](std::string_view line) {
+        const auto limit = std::exchange(first, false) ? fnParseLimit(line) : std::nullopt;
+        if (limit)
+            least = std::min(*limit, least.value_or(*limit));
+    });
 }
 
 } // namespace
@@ -126,21 +160,20 @@ std::optional<std::uint64_t> fnParseLimit(std::string_view text) {
 }
 
 std::optional<std::uint64_t> fnGroupMemoryLimit(const std::string& process) {
-    const std::string groups = fnReadSystemFile(process + "/cgroup");
+    const Groups groups = fnFindGroups(process + "/cgroup");
     std::optional<std::uint64_t> least;
-    for (const GroupMount& mount : fnFindMounts(fnReadSystemFile(process + "/mountinfo"))) {
-        const auto group = fnFindGroup(groups, mount.m_bUnified);
+    for (const GroupMount& mount : fnFindMounts(process + "/mountinfo")) {
+        const auto& group = mount.m_bUnified ? groups.m_Unified : groups.m_Memory;
         if (!group)
             continue;
         std::string below = fnBelow(*group, mount.m_szRoot);
         for (;;) {
             const std::string directory = mount.m_szPoint + below;
             if (mount.m_bUnified) {
-                fnLower(least, fnParseLimit(fnReadSystemFile(directory + "/memory.max")));
-                fnLower(least, fnParseLimit(fnReadSystemFile(directory + "/memory.high")));
+                fnLower(least, directory + "/memory.max");
+                fnLower(least, directory + "/memory.high");
             } else {
-                fnLower(least,
-                        fnParseLimit(fnReadSystemFile(directory + "/memory.limit_in_bytes")));
+                fnLower(least, directory + "/memory.limit_in_bytes");
             }
             if (below.empty())
                 break;

@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <filesystem>
+#include <string>
 
 using namespace q32::posix;
 using q32::test::Folder;
@@ -104,6 +106,47 @@ TEST(PosixMemoryLimit, AMountPointMayHaveABlank) {
                                     "/two\\040words rw - cgroup2 none rw\n");
     tree.fnSetFile("two words/job/memory.max", "123\n");
     EXPECT_EQ(tree.fnLimit(), 123u);
+}
+
+TEST(PosixMemoryLimit, ATreeThatIsMountedAfterAMegabyteOfOthersCounts) {
+    const GroupTree tree;
+    std::string mounts;
+    while (mounts.size() < std::size_t{3} << 20)
+        mounts += "22 1 254:0 / /pod/" + std::to_string(mounts.size()) + " rw - ext4 /dev/vda rw\n";
+    tree.fnSetFile("cgroup", "0::/job\n");
+    tree.fnSetFile("mountinfo", mounts + tree.fnMount("v2"));
+    tree.fnSetFile("v2/job/memory.max", "321\n");
+    EXPECT_EQ(tree.fnLimit(), 321u);
+}
+
+TEST(PosixMemoryLimit, ALineOfMoreThanAMegabyteIsLeftOut) {
+    const GroupTree tree;
+    const std::string one = tree.fnMount("v1");
+    const std::string two = tree.fnMount("v2");
+    std::string longer = one;
+    longer.insert(longer.find(" shared:9"), (std::size_t{1} << 20) - one.size() + 1, ' ');
+    EXPECT_EQ(longer.size(), (std::size_t{1} << 20) + 1); // its end counts here
+    tree.fnSetFile("cgroup", "4:memory:/job\n0::/job\n");
+    tree.fnSetFile("v1/job/memory.limit_in_bytes", "100\n");
+    tree.fnSetFile("v2/job/memory.max", "200\n");
+    tree.fnSetFile("mountinfo", longer + two);
+    EXPECT_EQ(tree.fnLimit(), 100u);
+    longer.insert(longer.find(" shared:9"), " ");
+    tree.fnSetFile("mountinfo", longer + two);
+    EXPECT_EQ(tree.fnLimit(), 200u);
+    longer.pop_back();
+    tree.fnSetFile("mountinfo", two + longer);
+    EXPECT_EQ(tree.fnLimit(), 200u);
+}
+
+TEST(PosixMemoryLimit, TheLastLineNeedsNoEnd) {
+    const GroupTree tree;
+    tree.fnSetFile("cgroup", "0::/job");
+    std::string mount = tree.fnMount("v2");
+    mount.pop_back();
+    tree.fnSetFile("mountinfo", mount);
+    tree.fnSetFile("v2/job/memory.max", "77");
+    EXPECT_EQ(tree.fnLimit(), 77u);
 }
 
 TEST(PosixMemoryLimit, LinesThatMakeNoSenseAreNoLimit) {
