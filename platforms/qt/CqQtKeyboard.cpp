@@ -14,11 +14,15 @@ constexpr std::chrono::milliseconds kBetweenLooks{10};
 
 } // namespace
 
+CqQtKeyboard::CqQtKeyboard() {
+    fnGetHold();
+}
+
 CqQtKeyboard::~CqQtKeyboard() {
     delete m_pHold.data();
 }
 
-EventHold* CqQtKeyboard::fnLook() {
+EventHold* CqQtKeyboard::fnGetHold() {
     auto* app = qobject_cast<QGuiApplication*>(QCoreApplication::instance());
     if (!app || QCoreApplication::closingDown() || QThread::currentThread() != app->thread())
         return nullptr;
@@ -27,9 +31,16 @@ EventHold* CqQtKeyboard::fnLook() {
         m_pHold->setParent(app);
         m_LastLook = {};
     }
+    return m_pHold;
+}
+
+EventHold* CqQtKeyboard::fnLook() {
+    EventHold* const hold = fnGetHold();
+    if (!hold)
+        return nullptr;
     const auto now = std::chrono::steady_clock::now();
     if (now - m_LastLook >= kBetweenLooks) {
-        m_pHold->fnLook();
+        hold->fnLook();
         m_LastLook = std::chrono::steady_clock::now();
     }
     return m_pHold; // null if the look ended it

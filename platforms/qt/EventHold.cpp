@@ -49,6 +49,11 @@ int fnToKey(int key) {
     return sign ? key : 0;
 }
 
+bool fnIsKey(QEvent::Type type) {
+    return type == QEvent::KeyPress || type == QEvent::KeyRelease ||
+           type == QEvent::ShortcutOverride; // a key that is a shortcut comes as nothing else
+}
+
 bool fnIsDrag(QEvent::Type type) {
     return type == QEvent::DragEnter || type == QEvent::DragMove || type == QEvent::DragLeave ||
            type == QEvent::Drop;
@@ -132,10 +137,11 @@ bool fnIsInput(QEvent::Type type) {
 
 } // namespace
 
-EventHold::EventHold() {
+EventHold::EventHold() : m_pFocus(QGuiApplication::focusWindow()) {
     m_Timer.setSingleShot(true);
-    QObject::connect(&m_Timer, &QTimer::timeout, this, &EventHold::fnDeliver);
-    QCoreApplication::instance()->installEventFilter(this);
+    QObject::connect(&m_Timer, &QTimer::timeout, this, [this] { fnDeliver(Which::ALL); });
+    QObject::connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, &EventHold::fnNoteFocus);
+    qGuiApp->installEventFilter(this);
 }
 
 EventHold::~EventHold() = default;
@@ -161,11 +167,13 @@ bool EventHold::fnTake(CqKeyMessage& message) {
 }
 
 bool EventHold::eventFilter(QObject* object, QEvent* event) {
+    const QEvent::Type type = event->type();
+    if (object->isWindowType() && fnIsKey(type))
+        fnNoteKey(static_cast<const QKeyEvent&>(*event));
     if (m_bLooking)
         return fnFilterLook(object, event);
     if (m_Held.empty() || event == m_pDelivered || !object->isWindowType())
         return false;
-    const QEvent::Type type = event->type();
     if (type != QEvent::KeyPress && type != QEvent::KeyRelease && !fnIsForLater(type))
         return false;
     // Qt sends these itself from within calls, of a window that comes up for instance. A newer one
@@ -176,14 +184,17 @@ bool EventHold::eventFilter(QObject* object, QEvent* event) {
         });
         return false;
     }
-    // A window that is just being shown has its events at once, before the event loop runs.
+    // A window that is just being shown has its events at once, before the event loop runs, and one
+    // that the program closes goes at once.
     const bool waits = std::any_of(m_Held.begin(), m_Held.end(),
                                    [=](const Held& held) { return held.m_pObject == object; });
-    if (!waits && !fnIsInput(type))
+    const bool input = fnIsInput(type);
+    if (!waits && (!input || type == QEvent::Close))
         return false;
-    // What is newer than what was kept has to wait for it, and may find its window gone.
+    // What is newer than what was kept has to wait for it, and may find its window gone. But how a
+    // window looks and lies is told by loops too that let no input through.
     const QPointer<QObject> target(object);
-    fnDeliver();
+    fnDeliver(input ? Which::ALL : Which::NO_INPUT);
     return target.isNull();
 }
 
@@ -191,7 +202,7 @@ bool EventHold::fnFilterLook(QObject* object, QEvent* event) {
     const QEvent::Type type = event->type();
     switch (type) {
     case QEvent::KeyPress:
-    case QEvent::ShortcutOverride: // a key that is a shortcut comes as nothing else
+    case QEvent::ShortcutOverride:
         fnKeepKey(static_cast<const QKeyEvent&>(*event), WM_KEYDOWN);
         event->accept(); // a shortcut that is overridden doesn't act
         return true;
@@ -219,15 +230,28 @@ bool EventHold::fnFilterLook(QObject* object, QEvent* event) {
     return true;
 }
 
-void EventHold::fnKeepKey(const QKeyEvent& event, UINT message) {
+void EventHold::fnNoteKey(const QKeyEvent& event) {
     const int key = fnToKey(event.key());
-    if (message == WM_KEYUP) {
-        if (event.isAutoRepeat()) // the key is still held
-            return;
+    if (event.type() != QEvent::KeyRelease) {
+        if (key != 0)
+            m_Down.insert(key);
+    } else if (!event.isAutoRepeat()) { // else the key is still held
         m_Down.erase(key);
-    } else if (key != 0) {
-        m_Down.insert(key);
     }
+}
+
+void EventHold::fnNoteFocus(QWindow* window) {
+    // A key that goes up in another program, or while no window has the keyboard, is not seen: it
+    // would stay down for ever, and stop each operation. A window that has gone leaves no trace.
+    if (!window || !m_pFocus)
+        m_Down.clear();
+    m_pFocus = window;
+}
+
+void EventHold::fnKeepKey(const QKeyEvent& event, UINT message) {
+    if (message == WM_KEYUP && event.isAutoRepeat())
+        return;
+    const int key = fnToKey(event.key());
     // A press that comes a second time, as a shortcut's look ahead, counts once.
     if (message == WM_KEYDOWN && !m_Keys.empty() && m_Keys.back().m_nMessage == WM_KEYDOWN &&
         m_Keys.back().m_wParam == static_cast<WPARAM>(key))
@@ -242,16 +266,20 @@ void EventHold::fnHold(QObject* object, QEvent* event) {
     event->ignore();
 }
 
-void EventHold::fnDeliver() {
-    // The next operation learns the keys from its own looks: one that goes up elsewhere, unseen,
-    // would stay down for ever.
-    m_Down.clear();
-    m_Keys.clear();
+void EventHold::fnDeliver(Which which) {
+    const auto chosen = [=](const Held& held) {
+        return which == Which::ALL || !fnIsInput(held.m_pEvent->type());
+    };
+    if (which == Which::ALL)
+        m_Keys.clear(); // the next operation has its own
     // What is delivered may start another operation, or a loop that delivers the rest.
     QPointer<QObject> painted; // its expose event is in the paint
-    while (!m_Held.empty()) {
-        const Held held = std::move(m_Held.front());
-        m_Held.pop_front();
+    for (;;) {
+        const auto next = std::find_if(m_Held.begin(), m_Held.end(), chosen);
+        if (next == m_Held.end())
+            return;
+        const Held held = std::move(*next);
+        m_Held.erase(next);
         QObject* object = held.m_pObject;
         const QEvent::Type type = held.m_pEvent->type();
         if (!object || (type == QEvent::Expose && painted == object))

@@ -2,6 +2,7 @@
 #include "tests/platforms/qt/QtTestTools.h"
 #include "tests/platforms/qt/QtWorld.h"
 
+#include <functional>
 #include <QAction>
 #include <QApplication>
 #include <QKeyEvent>
@@ -17,11 +18,14 @@ namespace {
 class Recorder : public QWidget {
 public:
     std::vector<std::string> m_Seen;
+    std::function<void()> m_OnPress;
 
 protected:
     void keyPressEvent(QKeyEvent*) override { m_Seen.push_back("key"); }
     void mousePressEvent(QMouseEvent* event) override {
         m_Seen.push_back("press " + std::to_string(event->position().toPoint().x()));
+        if (m_OnPress)
+            m_OnPress();
     }
     void mouseReleaseEvent(QMouseEvent* event) override {
         m_Seen.push_back("release " + std::to_string(event->position().toPoint().x()));
@@ -38,7 +42,10 @@ protected:
         QtWorld::SetUp();
         m_Window.resize(200, 150);
         ASSERT_TRUE(fnShow(m_Window));
-        fnWaitFor([&] { return m_Window.isActiveWindow(); });
+        fnWaitFor([&] { // the window manager may still be on its way
+            m_Window.activateWindow();
+            return m_Window.isActiveWindow();
+        });
     }
 
     /// Puts an event into the queue, as the window system does: at the window.
@@ -50,13 +57,49 @@ protected:
                 type, QPointF(x, 5), m_Window.mapToGlobal(QPointF(x, 5)), Qt::LeftButton,
                 type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier));
     }
-    /// Asks again and again, as an operation does, until Esc is seen.
-    bool fnSeesEsc(int polls = 2000000) {
-        const CqProgressDisplay progress(false);
+    /// Asks again and again, as an operation does, until the answer is yes.
+    template <typename Question>
+    static bool fnAskFor(Question&& question, int polls = 2000000) {
         for (; polls > 0; --polls)
-            if (progress.fnIsAborted())
+            if (question())
                 return true;
         return false;
+    }
+    bool fnSeesEsc(int polls = 2000000) {
+        const CqProgressDisplay progress(false);
+        return fnAskFor([&] { return progress.fnIsAborted(); }, polls);
+    }
+
+    /// Waits until what is queued by now has been delivered, as the event loop does it.
+    static void fnLetEventsHappen() {
+        bool back = false;
+        QTimer::singleShot(1, [&] { back = true; });
+        ASSERT_TRUE(fnWaitFor([&] { return back; }));
+    }
+    /// What Qt tells when a window gets the keyboard; null for one of another program.
+    static void fnTellFocus(QWidget* window) {
+        if (window)
+            window->winId(); // makes it, though it isn't seen
+        Q_EMIT qApp->focusWindowChanged(window ? window->windowHandle() : nullptr);
+    }
+    static void fnPressIn(QWidget& window) {
+        fnTellFocus(&window);
+        QCoreApplication::postEvent(
+            window.windowHandle(), new QKeyEvent(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier));
+        fnLetEventsHappen();
+    }
+    /// What a host does so that its windows are painted before it begins an operation.
+    static void fnLetAllButInputHappen() {
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents |
+                                        QEventLoop::ExcludeSocketNotifiers |
+                                        QEventLoop::X11ExcludeTimers);
+    }
+    /// Asks as an operation does until the queue, which isn't looked into at each question, is
+    /// empty.
+    void fnLook() {
+        fnPostKey(QEvent::KeyPress, Qt::Key_A);
+        CqKeyMessage message;
+        EXPECT_TRUE(fnAskFor([&] { return fnKeyboard().fnTakeKeyMessage(message); }));
     }
 
     CqKeyboardService& fnKeyboard() { return *m_Platform.m_pKeyboard; }
@@ -101,6 +144,60 @@ TEST_F(QtKeyboard, KeysAreThrownAwayAndTheMouseArrivesAfterwardsInOrder) {
     EXPECT_EQ(m_Window.m_Seen,
               (std::vector<std::string>{"press 10", "release 10", "press 20", "release 20",
                                         "press 30", "release 30", "press 40", "release 40"}));
+}
+
+TEST_F(QtKeyboard, AClickThatWaitsStaysWhereTheHostLetsNoInputThrough) {
+    fnPostClick(10);
+    EXPECT_FALSE(fnSeesEsc(1));
+    // As before the host's next operation.
+    m_Window.windowHandle()->resize(260, 210);
+    fnPost(new QExposeEvent(QRegion(0, 0, 260, 210)));
+    const bool resized = fnAskFor(
+        [&] {
+            fnLetAllButInputHappen();
+            return m_Window.size() == QSize(260, 210);
+        },
+        200000);
+    EXPECT_TRUE(resized) << "how the window lies is told all the same";
+    EXPECT_TRUE(m_Window.m_Seen.empty());
+    fnPostClick(20);
+    fnLook();
+    EXPECT_TRUE(m_Window.m_Seen.empty());
+    EXPECT_TRUE(fnWaitFor([&] { return m_Window.m_Seen.size() >= 4; }));
+    EXPECT_EQ(m_Window.m_Seen,
+              (std::vector<std::string>{"press 10", "release 10", "press 20", "release 20"}));
+}
+
+TEST_F(QtKeyboard, AClickThatStartsAnOperationIsFollowedByTheOthersAfterIt) {
+    m_Window.m_OnPress = [this] {
+        if (m_Window.m_Seen.size() > 1)
+            return;
+        fnPost(new QExposeEvent(QRegion(0, 0, 10, 10)));
+        fnLetAllButInputHappen();
+        fnPostClick(30);
+        fnLook();
+        m_Window.m_Seen.push_back("worked");
+    };
+    fnPostClick(10);
+    fnPostClick(20);
+    EXPECT_FALSE(fnSeesEsc(1));
+    EXPECT_TRUE(fnWaitFor([&] { return m_Window.m_Seen.size() >= 7; }));
+    EXPECT_EQ(m_Window.m_Seen,
+              (std::vector<std::string>{"press 10", "worked", "release 10", "press 20",
+                                        "release 20", "press 30", "release 30"}));
+}
+
+TEST_F(QtKeyboard, AClickThatWaitsStaysWhereTheProgramClosesAnotherWindow) {
+    Recorder other;
+    ASSERT_TRUE(fnShow(other));
+    fnPostClick(10);
+    EXPECT_FALSE(fnSeesEsc(1));
+    other.close();
+    EXPECT_EQ(other.m_Seen, std::vector<std::string>{"close"});
+    EXPECT_TRUE(m_Window.m_Seen.empty());
+    // But its own window gets the click first.
+    m_Window.close();
+    EXPECT_EQ(m_Window.m_Seen, (std::vector<std::string>{"press 10", "release 10", "close"}));
 }
 
 TEST_F(QtKeyboard, WhatWaitedDoesNotReachAWindowBehindABox) {
@@ -189,13 +286,61 @@ TEST_F(QtKeyboard, KeyMessagesComeOldestFirstWithTheirNumbers) {
     EXPECT_TRUE(fnKeyboard().fnIsKeyDownNow(37));
 }
 
-TEST_F(QtKeyboard, WhatIsKnownOfAKeyEndsWithTheOperation) {
+TEST_F(QtKeyboard, EscThatWasDownBeforeTheOperationStopsItUntilItGoesUp) {
+    // A key that is a shortcut comes as nothing but a question whether a window wants it.
+    for (const auto press : {QEvent::KeyPress, QEvent::ShortcutOverride}) {
+        fnPostKey(press, Qt::Key_Escape);
+        fnLetEventsHappen();
+        EXPECT_TRUE(fnSeesEsc(1));
+        fnLetEventsHappen();
+        EXPECT_TRUE(fnSeesEsc(1));
+        fnPost(new QKeyEvent(QEvent::KeyRelease, Qt::Key_Escape, Qt::NoModifier, QString(), true));
+        fnLetEventsHappen();
+        EXPECT_TRUE(fnSeesEsc(1)) << "it repeats";
+        fnPostKey(QEvent::KeyRelease, Qt::Key_Escape);
+        fnLetEventsHappen();
+        EXPECT_FALSE(fnSeesEsc(1));
+    }
+}
+
+TEST_F(QtKeyboard, EscThatIsStillDownAfterAnOperationStopsTheNextOne) {
     fnPostKey(QEvent::KeyPress, Qt::Key_Escape);
     EXPECT_TRUE(fnSeesEsc());
-    bool back = false;
-    QTimer::singleShot(1, [&] { back = true; });
-    ASSERT_TRUE(fnWaitFor([&] { return back; }));
+    fnLetEventsHappen();
+    EXPECT_TRUE(fnSeesEsc(1));
+    fnPostKey(QEvent::KeyRelease, Qt::Key_Escape);
+    fnLetEventsHappen();
     EXPECT_FALSE(fnSeesEsc(1));
+}
+
+TEST_F(QtKeyboard, AKeyIsNotDownAnyMoreOnceAnotherProgramHasTheKeyboard) {
+    fnPressIn(m_Window);
+    EXPECT_TRUE(fnKeyboard().fnIsKeyDown(VK_ESCAPE));
+    fnTellFocus(nullptr);
+    EXPECT_FALSE(fnKeyboard().fnIsKeyDown(VK_ESCAPE));
+    fnTellFocus(&m_Window);
+    EXPECT_FALSE(fnKeyboard().fnIsKeyDown(VK_ESCAPE));
+}
+
+TEST_F(QtKeyboard, AKeyIsNotDownAnyMoreOnceTheWindowThatHadItHasGone) {
+    {
+        QWidget dialog;
+        fnPressIn(dialog);
+        EXPECT_TRUE(fnKeyboard().fnIsKeyDown(VK_ESCAPE));
+    }
+    fnTellFocus(&m_Window);
+    EXPECT_FALSE(fnKeyboard().fnIsKeyDown(VK_ESCAPE));
+}
+
+TEST_F(QtKeyboard, AKeyThatGoesUpInAnotherWindowOfTheProgramIsDownUntilThen) {
+    QWidget other;
+    fnPressIn(m_Window);
+    fnTellFocus(&other);
+    EXPECT_TRUE(fnKeyboard().fnIsKeyDown(VK_ESCAPE));
+    QCoreApplication::postEvent(other.windowHandle(),
+                                new QKeyEvent(QEvent::KeyRelease, Qt::Key_Escape, Qt::NoModifier));
+    fnLetEventsHappen();
+    EXPECT_FALSE(fnKeyboard().fnIsKeyDown(VK_ESCAPE));
 }
 
 TEST_F(QtKeyboard, AfterAnOperationKeysGoToTheirWindowsAgain) {
