@@ -7,6 +7,8 @@
 #include <QEventLoop>
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QScopedValueRollback>
+#include <QThread>
 #include <QWindow>
 #include <utility>
 
@@ -147,15 +149,16 @@ EventHold::EventHold() : m_pFocus(QGuiApplication::focusWindow()) {
 EventHold::~EventHold() = default;
 
 void EventHold::fnLook() {
-    if (m_bLooking)
+    const int level = QThread::currentThread()->loopLevel();
+    if (m_bLooking && level == m_nLookLevel)
         return;
-    m_bLooking = true;
+    const QScopedValueRollback<bool> looking(m_bLooking, true);
+    const QScopedValueRollback<int> here(m_nLookLevel, level);
     // Timers stay out, so that this one waits for the event loop too.
     if (!m_Timer.isActive())
         m_Timer.start(0);
     QCoreApplication::processEvents(QEventLoop::ExcludeSocketNotifiers |
                                     QEventLoop::X11ExcludeTimers);
-    m_bLooking = false;
 }
 
 bool EventHold::fnTake(CqKeyMessage& message) {
@@ -170,7 +173,8 @@ bool EventHold::eventFilter(QObject* object, QEvent* event) {
     const QEvent::Type type = event->type();
     if (object->isWindowType() && fnIsKey(type))
         fnNoteKey(static_cast<const QKeyEvent&>(*event));
-    if (m_bLooking)
+    // A call that the host has queued may show a dialog, whose loop is not the look's.
+    if (m_bLooking && QThread::currentThread()->loopLevel() == m_nLookLevel)
         return fnFilterLook(object, event);
     if (m_Held.empty() || event == m_pDelivered || !object->isWindowType())
         return false;

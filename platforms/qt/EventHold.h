@@ -30,7 +30,8 @@ public:
     ~EventHold() override;
 
     /// Reads what the window system has sent. Paints nothing and delivers nothing to a window; only
-    /// calls that the host has queued itself are made.
+    /// calls that the host has queued itself are made. A dialog that one of them shows can be used
+    /// until it ends.
     void fnLook();
     /// The oldest key message that a look has found. False when there is none.
     bool fnTake(CqKeyMessage& message);
@@ -62,6 +63,7 @@ private:
     QPointer<QWindow> m_pFocus;           ///< that is told of keys
     const QEvent* m_pDelivered = nullptr; ///< that is on its way
     bool m_bLooking = false;
+    int m_nLookLevel = 0; ///< loops that stood about the look
 };
 
 } // namespace q32::qt

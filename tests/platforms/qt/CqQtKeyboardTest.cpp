@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QMouseEvent>
 #include <QTimer>
 #include <string>
@@ -268,6 +269,32 @@ TEST_F(QtKeyboard, NeitherTimersNorRepaintsHappenInsideAnOperation) {
     EXPECT_FALSE(fnSeesEsc(1));
     EXPECT_EQ(ticks, 0);
     EXPECT_TRUE(fnWaitFor([&] { return ticks > 0; }));
+}
+
+TEST_F(QtKeyboard, ADialogThatAQueuedCallShowsInsideAnOperationCanBeAnswered) {
+    QMessageBox box(QMessageBox::NoIcon, "t", "stopped", QMessageBox::Ok);
+    bool stopped = false; // an operation that the dialog begins
+    const auto post = [](QWidget& window, int key) {
+        for (const auto type : {QEvent::KeyPress, QEvent::KeyRelease})
+            QCoreApplication::postEvent(window.windowHandle(),
+                                        new QKeyEvent(type, key, Qt::NoModifier));
+    };
+    QObject::connect(&box, &QDialog::accepted, [&] {
+        post(box, Qt::Key_Escape);
+        stopped = fnSeesEsc();
+    });
+    QTimer patience;
+    QObject::connect(&patience, &QTimer::timeout, [&] { box.done(-1); });
+    const auto show = [&] {
+        QTimer::singleShot(0, &box, [&] { post(box, Qt::Key_Return); });
+        patience.start(5000);
+        box.exec();
+    };
+    QMetaObject::invokeMethod(&m_Window, show, Qt::QueuedConnection);
+    fnPostClick(10);
+    EXPECT_FALSE(fnSeesEsc(1));
+    EXPECT_EQ(box.result(), QMessageBox::Ok);
+    EXPECT_TRUE(stopped);
 }
 
 TEST_F(QtKeyboard, KeyMessagesComeOldestFirstWithTheirNumbers) {
