@@ -2,9 +2,11 @@
 
 #include "plugins/CqPictureInput.h"
 #include "plugins/CqPictureOutput.h"
+#include "plugins/CqPictureTarget.h"
 #include "plugins/PictureCodec.h"
 #include "q32Base/sound/CqWave.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -22,6 +24,8 @@ constexpr unsigned char kPcmKind[16] = {1,    0, 0, 0,    0, 0,    0x10, 0,
 constexpr std::uint32_t kFormatBytes = 16;
 constexpr std::uint32_t kExtensibleBytes = 40;
 constexpr std::uint32_t kKindAt = 24;
+/// Bytes of samples that are read between two looks at the host's progress object.
+constexpr std::uint32_t kPiece = 256 * 1024;
 
 /// The head of the file and of each chunk.
 struct ChunkHead {
@@ -121,9 +125,21 @@ Found fnWalk(CqPictureInput& input) {
     return found;
 }
 
+void fnReadSamples(CqPictureInput& input, unsigned char* out, std::uint32_t size,
+                   CqPictureProgress* progress) {
+    CqPictureSteps steps(progress);
+    steps.fnTell(0, size);
+    for (std::uint32_t done = 0; done < size;) {
+        const std::uint32_t count = std::min(kPiece, size - done);
+        fnReadExactly(input, out + done, count);
+        done += count;
+        steps.fnTell(done, size);
+    }
+}
+
 } // namespace
 
-CqWaveFileResult q32ReadWave(const char* path, CqWave& wave) {
+CqWaveFileResult q32ReadWave(const char* path, CqWave& wave, CqPictureProgress* progress) {
     return fnRunOnFile(path, [&] {
         CqPictureInput input(path);
         fnReadHead(input);
@@ -134,7 +150,7 @@ CqWaveFileResult q32ReadWave(const char* path, CqWave& wave) {
         CqWave fresh(found.m_Format.nChannels, found.m_Format.wBitsPerSample,
                      found.m_Format.nSamplesPerSec, frames, false);
         input.fnSeek(found.m_nSamplesAt);
-        fnReadExactly(input, fresh.fnGetBuffer(), fresh.fnGetBufferSize());
+        fnReadSamples(input, fresh.fnGetBuffer(), fresh.fnGetBufferSize(), progress);
         wave.fnSwapBuf(fresh);
     });
 }

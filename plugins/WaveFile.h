@@ -11,7 +11,7 @@
 
 class CqWave;
 
-/// How a read or write ended. It is never aborted.
+/// How a read or write ended. A write is never aborted.
 using CqWaveFileResult = CqPictureResult;
 
 /// Reads PCM of 8 or 16 bits, in any number of channels and at any rate, told by the plain or the
@@ -19,7 +19,9 @@ using CqWaveFileResult = CqPictureResult;
 /// Bytes behind the last whole frame are left out. A file that ends before its samples do gives -6,
 /// one without samples -11. On success the sound is replaced, otherwise it stays; old and new exist
 /// at the same time. It must not be under way.
-Q32_API CqWaveFileResult q32ReadWave(const char* path, CqWave& wave);
+/// @param progress  told before the samples are read, and after each 256 KiB of them; may be null
+Q32_API CqWaveFileResult q32ReadWave(const char* path, CqWave& wave,
+                                     CqPictureProgress* progress = nullptr);
 
 /// Writes the format and the whole frames, which have to be 8 or 16 bits PCM (else -102) and must
 /// not be missing (else -11). All is written to a new file beside `path` first, which then takes

@@ -7,6 +7,7 @@
 
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -67,12 +68,13 @@ protected:
         fnPut(file);
         fnExpectUnread(message);
     }
-    void fnExpectUnread(int message) {
+    void fnExpectUnread(int message, CqPictureProgress* progress = nullptr) {
         CqWave wave(1, 16, 11025, 2, true);
         fnFill(wave, "old!");
         const unsigned char* block = wave.fnGetBuffer();
-        const CqWaveFileResult result = q32ReadWave(kPath, wave);
+        const CqWaveFileResult result = q32ReadWave(kPath, wave, progress);
         EXPECT_EQ(result.m_nMsgId, message);
+        EXPECT_EQ(result.m_bAborted, message == 0);
         EXPECT_FALSE(result.fnIsDone());
         EXPECT_STREQ(result.m_strPath, kPath);
         EXPECT_EQ(wave.fnGetBuffer(), block);
@@ -80,6 +82,30 @@ protected:
         EXPECT_EQ(m_World->m_pDisks->fnGetOpenFiles(), 0u);
     }
 };
+
+/// Notes what it is told, and ends the work at one of its calls, counted from 1; 0: never.
+class Listener : public CqPictureProgress {
+public:
+    explicit Listener(std::size_t abortAt = 0) : m_nAbortAt(abortAt) {}
+    void fnOnProgress(unsigned int percent, bool& aborted) override {
+        EXPECT_FALSE(aborted);
+        m_Told.push_back(percent);
+        aborted = m_Told.size() == m_nAbortAt;
+    }
+    std::vector<unsigned int> m_Told;
+
+private:
+    std::size_t m_nAbortAt;
+};
+
+/// A file of one channel of 8 bits with seeded samples.
+std::string fnLongFile(std::string& samples) {
+    Random random(8);
+    samples.resize(1'000'000);
+    for (char& sample : samples)
+        sample = static_cast<char>(random());
+    return fnFile(fnChunk("fmt ", fnFormat(1, 8)) + fnChunk("data", samples));
+}
 
 TEST_F(WaveFileTest, APlainFileIsRead) {
     fnPut(fnFile(fnChunk("fmt ", fnFormat(2, 16)) + fnChunk("data", "12345678")));
@@ -199,6 +225,61 @@ TEST_F(WaveFileTest, AFileThatCantBeOpenedOrReadIsTold) {
     }
     stream.m_GetLength.fnFail();
     fnExpectUnread(-4);
+}
+
+TEST_F(WaveFileTest, ALongReadTellsHowFarItIs) {
+    std::string samples;
+    fnPut(fnLongFile(samples));
+    CqWave wave;
+    Listener listener;
+    ASSERT_TRUE(q32ReadWave(kPath, wave, &listener).fnIsDone());
+    // Pieces of 262,144 bytes.
+    EXPECT_EQ(listener.m_Told, (std::vector<unsigned int>{0, 26, 52, 78, 100}));
+    EXPECT_EQ(fnSamples(wave), samples);
+    ASSERT_TRUE(q32ReadWave(kPath, wave).fnIsDone());
+    EXPECT_EQ(fnSamples(wave), samples) << "the same without a listener";
+    fnPut(fnFile(fnChunk("fmt ", fnFormat(1, 8)) + fnChunk("data", "a")));
+    Listener brief;
+    ASSERT_TRUE(q32ReadWave(kPath, wave, &brief).fnIsDone());
+    EXPECT_EQ(brief.m_Told, (std::vector<unsigned int>{0, 100}));
+}
+
+TEST_F(WaveFileTest, AReadThatIsStoppedLeavesTheSoundWhereverItIsStopped) {
+    std::string samples;
+    fnPut(fnLongFile(samples));
+    for (std::size_t call = 1; call <= 5; ++call) {
+        Listener listener(call);
+        fnExpectUnread(0, &listener);
+        EXPECT_EQ(listener.m_Told.size(), call) << "nothing is told after it";
+    }
+}
+
+TEST_F(WaveFileTest, EachReadThatFailsLeavesTheSound) {
+    std::string samples;
+    fnPut(fnLongFile(samples));
+    CqWave wave;
+    auto& stream = *m_World->m_pFiles->m_pStream;
+    const std::uint64_t before = stream.m_Read.fnGetCount();
+    ASSERT_TRUE(q32ReadWave(kPath, wave).fnIsDone());
+    const std::uint64_t reads = stream.m_Read.fnGetCount() - before;
+    ASSERT_GT(reads, 4u);
+    for (std::uint64_t nth = 1; nth <= reads; ++nth) {
+        stream.m_Read.fnFail(nth);
+        Listener listener;
+        fnExpectUnread(-4, &listener);
+        EXPECT_TRUE(listener.m_Told.empty() || listener.m_Told.back() < 100) << nth;
+    }
+}
+
+TEST_F(WaveFileTest, AFileThatBreaksOffInItsSamplesLeavesTheSound) {
+    std::string samples;
+    const std::string file = fnLongFile(samples);
+    for (const std::size_t missing : {1u, 300'000u, 999'999u}) {
+        fnPut(file.substr(0, file.size() - missing));
+        Listener listener;
+        fnExpectUnread(-6, &listener);
+        EXPECT_TRUE(listener.m_Told.empty()) << "its length tells it";
+    }
 }
 
 TEST_F(WaveFileTest, WantOfMemoryIsTold) {
