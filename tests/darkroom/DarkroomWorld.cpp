@@ -13,8 +13,9 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
-#include <QTimer>
 #include <QWindow>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 void DarkroomWindow::SetUp() {
     ASSERT_TRUE(m_Folder.isValid());
@@ -23,6 +24,7 @@ void DarkroomWindow::SetUp() {
 }
 
 void DarkroomWindow::TearDown() {
+    m_Dialogs.fnEnd();
     fnStop();
 }
 
@@ -36,10 +38,19 @@ void DarkroomWindow::fnStart() {
     CqPlatform platform = q32QtPlatform(m_pWindows = q32QtWindows(), {.m_Posix = options});
     // Boxes would wait for somebody.
     platform.m_pMessages = m_pMachine->m_pMessages;
+    m_pKeyboard = platform.m_pKeyboard;
     platform.m_pKeyboard = std::make_shared<WatchedKeyboard>(platform.m_pKeyboard, m_OnLook);
     ASSERT_TRUE(q32Attach(platform));
     darkroom::HostSetup setup;
     setup.m_strSettings = m_Folder.filePath("darkroom.ini");
+    setup.m_nMixerDescriptor = m_nMixerDescriptor = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    ASSERT_GE(m_nMixerDescriptor, 0);
+    setup.m_PumpMixers = [this] {
+        ++m_nPumps;
+        eventfd_t count = 0;
+        EXPECT_EQ(::eventfd_read(m_nMixerDescriptor, &count), 0) << "nothing to tell";
+        m_pMachine->m_pMixers->fnPump();
+    };
     m_pWindow = std::make_unique<darkroom::MainWindow>(setup);
     m_pWindow->resize(900, 640);
     m_pFrame = std::make_unique<CqQtWnd>(m_pWindow.get());
@@ -55,6 +66,8 @@ void DarkroomWindow::fnStop() {
     m_pWindows->fnSetMainWnd(nullptr);
     m_pFrame.reset();
     m_pWindow.reset();
+    ::close(m_nMixerDescriptor);
+    m_pKeyboard.reset();
     EXPECT_EQ(q32GetVMPolicy()->fnGetRamUsed(), 0u);
     q32Detach();
 }
@@ -91,17 +104,7 @@ void DarkroomWindow::fnDo(const char* id, const std::function<void(QDialog&)>& u
 }
 
 void DarkroomWindow::fnInDialog(const std::function<void(QDialog&)>& use) {
-    constexpr int kLookAgainMs = 10;
-    auto* const timer = new QTimer(qApp);
-    timer->callOnTimeout([timer, use] {
-        auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-        if (!dialog || !dialog->isVisible())
-            return;
-        timer->deleteLater();
-        timer->stop();
-        use(*dialog);
-    });
-    timer->start(kLookAgainMs);
+    m_Dialogs.fnUse(use);
 }
 
 void DarkroomWindow::fnAccept(QDialog& dialog) {
@@ -111,7 +114,7 @@ void DarkroomWindow::fnAccept(QDialog& dialog) {
 
 void DarkroomWindow::fnAnswer(QMessageBox::StandardButton button,
                               const std::function<void()>& before) {
-    fnInDialog([=](QDialog& dialog) {
+    fnInDialog([button, before](QDialog& dialog) {
         auto* const box = qobject_cast<QMessageBox*>(&dialog);
         ASSERT_TRUE(box) << "no question";
         if (before)
@@ -147,6 +150,10 @@ std::vector<std::string> DarkroomWindow::fnTakeBoxes() {
     return texts;
 }
 
+void DarkroomWindow::fnTellMixers() const {
+    ASSERT_EQ(::eventfd_write(m_nMixerDescriptor, 1), 0);
+}
+
 void DarkroomWindow::fnType(QDialog& dialog, const QString& path) {
     auto* const name = dialog.findChild<QLineEdit*>("fileNameEdit");
     ASSERT_TRUE(name);
@@ -161,7 +168,28 @@ void DarkroomWindow::fnType(QDialog& dialog, const QString& path) {
 
 void DarkroomWindow::fnPostKey(Qt::Key key, Qt::KeyboardModifiers modifiers) {
     for (const auto type : {QEvent::KeyPress, QEvent::KeyRelease})
-        QCoreApplication::postEvent(m_pWindow->windowHandle(), new QKeyEvent(type, key, modifiers));
+        fnPost(type, key, modifiers);
+}
+
+void DarkroomWindow::fnPost(QEvent::Type type, Qt::Key key, Qt::KeyboardModifiers modifiers) {
+    QCoreApplication::postEvent(m_pWindow->windowHandle(), new QKeyEvent(type, key, modifiers));
+}
+
+void DarkroomWindow::fnHoldKey(Qt::Key key, int code) {
+    constexpr int kPatience = 10000;
+    fnPost(QEvent::KeyPress, key, {});
+    QElapsedTimer timer;
+    timer.start();
+    while (!m_pKeyboard->fnIsKeyDownNow(code))
+        if (timer.hasExpired(kPatience)) {
+            ADD_FAILURE() << "a key that is held isn't seen";
+            return;
+        }
+}
+
+void DarkroomWindow::fnReleaseKey(Qt::Key key) {
+    fnPost(QEvent::KeyRelease, key, {});
+    QCoreApplication::processEvents();
 }
 
 void DarkroomWindow::fnPress(Qt::Key key, Qt::KeyboardModifiers modifiers) {

@@ -6,6 +6,7 @@
 #include "platforms/headless/headless.h"
 #include "platforms/qt/CqQtWindows.h"
 #include "q32Base/platform/CqKeyboardService.h"
+#include "tests/darkroom/DialogDriver.h"
 #include "tests/platforms/qt/QtTestTools.h"
 
 #include <gtest/gtest.h>
@@ -58,7 +59,7 @@ protected:
     /// Triggers an action; the dialog that it opens is used meanwhile.
     void fnDo(const char* id, const std::function<void(QDialog&)>& use = {});
     /// Uses the dialog that opens next.
-    static void fnInDialog(const std::function<void(QDialog&)>& use);
+    void fnInDialog(const std::function<void(QDialog&)>& use);
     static void fnAccept(QDialog& dialog);
     /// Types a file's name into a file dialog.
     static void fnType(QDialog& dialog, const QString& path);
@@ -66,16 +67,22 @@ protected:
     void fnPress(Qt::Key key, Qt::KeyboardModifiers modifiers = {});
     /// Puts a key into the queue, as the window system does.
     void fnPostKey(Qt::Key key, Qt::KeyboardModifiers modifiers = {});
+    /// Presses a key while work is under way, and returns when the work's next look will tell that
+    /// it is down: the keyboard doesn't ask the window system each time.
+    /// @param code  the library's for the same key
+    void fnHoldKey(Qt::Key key, int code);
+    void fnReleaseKey(Qt::Key key);
     /// Answers the question that comes next.
     /// @param before  done while the question stands
-    static void fnAnswer(QMessageBox::StandardButton button,
-                         const std::function<void()>& before = {});
+    void fnAnswer(QMessageBox::StandardButton button, const std::function<void()>& before = {});
     /// Draws with the left button from one place of the view to another.
     void fnDrag(const QPoint& from, const QPoint& to, Qt::KeyboardModifiers modifiers = {});
     /// Drops something on the window, if it takes it; the event tells by `isAccepted`.
     std::unique_ptr<QDropEvent> fnDrop(const QMimeData& data);
     /// Texts of the library's message boxes since the last call.
     std::vector<std::string> fnTakeBoxes();
+    /// Makes the descriptor of the mixers readable, as they do when they have been moved.
+    void fnTellMixers() const;
 
     QTemporaryDir m_Folder;
     std::function<void()> m_OnLook;              ///< done from within operations
@@ -83,8 +90,15 @@ protected:
     std::shared_ptr<CqQtWindows> m_pWindows;
     std::unique_ptr<darkroom::MainWindow> m_pWindow;
     std::unique_ptr<CqQtWnd> m_pFrame;
+    int m_nPumps = 0; ///< how often the window has asked what the mixers tell
 
 private:
     void fnStart();
     void fnStop();
+
+    void fnPost(QEvent::Type type, Qt::Key key, Qt::KeyboardModifiers modifiers);
+
+    DialogDriver m_Dialogs;
+    std::shared_ptr<CqKeyboardService> m_pKeyboard; ///< the desktop's, unwatched
+    int m_nMixerDescriptor = -1;
 };

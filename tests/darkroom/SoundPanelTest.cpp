@@ -132,6 +132,28 @@ TEST_F(DarkroomSound, SlidersMoveTheMixer) {
     EXPECT_EQ(mixers.fnGetValues(0, CQ_MIXER_CONTROL::MUTE).front(), 1u);
 }
 
+TEST_F(DarkroomSound, AChangeFromOutsideReachesTheSlidersByTheMixersDescriptor) {
+    CqHeadlessMixers& mixers = *m_pMachine->m_pMixers;
+    const auto& volume = fnFind<QSlider>("soundVolume");
+    for (const std::uint32_t level : {20001u, 60000u}) {
+        const int before = volume.value();
+        const int pumps = m_nPumps;
+        ASSERT_TRUE(mixers.fnMove(0, CQ_MIXER_CONTROL::VOLUME, {level, level}));
+        QCoreApplication::processEvents();
+        EXPECT_EQ(volume.value(), before) << "nobody has told the window yet";
+        fnTellMixers();
+        EXPECT_TRUE(fnWaitFor([&] { return volume.value() == static_cast<int>(level >> 8); }));
+        QCoreApplication::processEvents();
+        EXPECT_EQ(m_nPumps, pumps + 1) << "asked once, since there is nothing more to tell";
+    }
+    // With the panel out of sight too.
+    fnDo("sound");
+    ASSERT_FALSE(m_pPanel->isVisible());
+    ASSERT_TRUE(mixers.fnMove(0, CQ_MIXER_CONTROL::MUTE, {1}));
+    fnTellMixers();
+    EXPECT_TRUE(fnWaitFor([&] { return fnFind<QCheckBox>("soundMute").isChecked(); }));
+}
+
 TEST_F(DarkroomSound, SlidersFollowChangesFromOutsideWithoutSendingThemBack) {
     CqHeadlessMixers& mixers = *m_pMachine->m_pMixers;
     const std::vector<std::uint32_t> moved = {20001, 20001}; // finer than a slider
