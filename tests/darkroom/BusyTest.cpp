@@ -1,4 +1,6 @@
 // What the darkroom's window does, and refuses, while work is under way.
+#include "examples/darkroom/ui/SoundPanel.h"
+#include "plugins/WaveFile.h"
 #include "q32Base/framework/Exceptions.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "tests/darkroom/DarkroomWorld.h"
@@ -15,6 +17,7 @@
 #include <QTest>
 #include <QTimer>
 #include <QToolBar>
+#include <QToolButton>
 #include <QUrl>
 #include <QWindow>
 #include <utility>
@@ -40,10 +43,11 @@ protected:
         int looks = 0;
         m_OnLook = [&] {
             if (++looks == look)
-                fnPostKey(Qt::Key_Escape);
+                fnHoldKey(Qt::Key_Escape, VK_ESCAPE);
         };
         work();
         m_OnLook = {};
+        fnReleaseKey(Qt::Key_Escape);
         EXPECT_GE(looks, look);
         EXPECT_TRUE(m_pWindow->statusBar()->currentMessage().contains("stopped"));
         EXPECT_TRUE(fnTakeBoxes().empty()) << "who stops it knows";
@@ -55,6 +59,15 @@ protected:
         EXPECT_TRUE(fnAction("open").isEnabled());
         EXPECT_FALSE(m_pWindow->findChild<QProgressBar*>()->isVisible());
         EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+    }
+
+    /// A file with some seconds of silence.
+    /// @param frames  of 4 bytes
+    QString fnMakeSound(const QString& name, unsigned long frames) const {
+        const QString path = fnPath(name);
+        const CqWave wave(2, 16, 48000, frames, true);
+        EXPECT_TRUE(q32WriteWave(QFile::encodeName(path).constData(), wave).fnIsDone());
+        return path;
     }
 
     static void fnUseNoMemory() {
@@ -197,6 +210,68 @@ TEST_F(DarkroomBusy, EscWhileAPictureIsMergedLeavesAllAsItWas) {
     EXPECT_FALSE(m_pWindow->isWindowModified());
 }
 
+TEST_F(DarkroomBusy, EscWhileAPictureIsCroppedLeavesAllAsItWas) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("cropped.bmp", 2000, 1500)));
+    const std::vector<CqPoint2D> corners = {{10, 20}, {1900, 1450}};
+    ASSERT_TRUE(m_pWindow->fnGetDocument()
+                    .fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners,
+                                   darkroom::Document::Combine::REPLACE, nullptr)
+                    .fnIsDone());
+    const Bytes before = fnBytes();
+    fnStopAt(3, [&] { fnDo("crop"); });
+    EXPECT_EQ(fnBytes(), before);
+    EXPECT_TRUE(m_pWindow->fnGetDocument().fnHasSelection());
+    EXPECT_FALSE(m_pWindow->isWindowModified());
+}
+
+TEST_F(DarkroomBusy, EscWhileASoundIsLoadedKeepsTheFormerOneWhichPlaysOn) {
+    auto* const panel = m_pWindow->findChild<darkroom::SoundPanel*>("soundPanel");
+    ASSERT_TRUE(panel->fnLoad(fnMakeSound("former.wav", 5000)));
+    panel->findChild<QToolButton*>("soundPlay")->click();
+    const QString large = fnMakeSound("large.wav", 500'000);
+    fnStopAt(4, [&] { EXPECT_FALSE(panel->fnLoad(large)); });
+    EXPECT_EQ(panel->fnGetWave().fnGetFrameCount(), 5000u);
+    EXPECT_EQ(panel->fnGetWave().fnGetState(), WAVE_PLAYING);
+    EXPECT_FALSE(panel->fnLoad(fnPath("missing.wav")));
+    EXPECT_EQ(fnTakeBoxes().size(), 1u);
+    EXPECT_EQ(panel->fnGetWave().fnGetFrameCount(), 5000u);
+    EXPECT_EQ(panel->fnGetWave().fnGetState(), WAVE_PLAYING);
+    ASSERT_TRUE(panel->fnLoad(large));
+    EXPECT_EQ(panel->fnGetWave().fnGetFrameCount(), 500'000u);
+    EXPECT_EQ(panel->fnGetWave().fnGetState(), WAVE_STOPPED) << "the new one waits for its start";
+}
+
+TEST_F(DarkroomBusy, ASoundIsLoadedWithProgressAndNothingElseIsStartedMeanwhile) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("busy.png", 60, 40)));
+    auto* const panel = m_pWindow->findChild<darkroom::SoundPanel*>("soundPanel");
+    const QString sound = fnMakeSound("sound.wav", 500'000);
+    fnDo("sound");
+    std::vector<int> shown;
+    m_OnLook = [&] {
+        auto* const gauge = m_pWindow->findChild<QProgressBar*>();
+        EXPECT_TRUE(gauge->isVisible());
+        shown.push_back(gauge->value());
+        EXPECT_TRUE(m_pWindow->fnIsBusy());
+        EXPECT_FALSE(panel->findChild<QToolButton*>("soundOpen")->isEnabled());
+        EXPECT_FALSE(panel->fnLoad(sound)) << "not from outside either";
+        EXPECT_FALSE(fnAction("left").isEnabled());
+        EXPECT_FALSE(m_pWindow->fnOpen(fnPath("busy.png")));
+        EXPECT_FALSE(m_pWindow->close());
+    };
+    EXPECT_TRUE(panel->fnLoad(sound));
+    m_OnLook = {};
+    // What was shown before each look: eight pieces of 256 KiB, of 2,000,000 bytes.
+    EXPECT_EQ(shown, (std::vector<int>{0, 0, 13, 26, 39, 52, 65, 78, 91}));
+    EXPECT_TRUE(panel->findChild<QToolButton*>("soundOpen")->isEnabled());
+    fnExpectReady();
+    // While a picture is worked on, no sound is loaded.
+    bool refused = false;
+    m_OnLook = [&] { refused = !panel->fnLoad(sound); };
+    fnDo("left");
+    m_OnLook = {};
+    EXPECT_TRUE(refused);
+}
+
 TEST_F(DarkroomBusy, WithoutMemoryAllStaysAsItIsAndTheUserIsTold) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("held.bmp", 60, 40)));
     const QString other = fnMakePicture("other.bmp", 30, 20);
@@ -206,7 +281,7 @@ TEST_F(DarkroomBusy, WithoutMemoryAllStaysAsItIsAndTheUserIsTold) {
         [&] { EXPECT_FALSE(m_pWindow->fnOpen(other)); },
         [&] { fnDo("left"); },
         [&] { fnDo("soften", [&](QDialog& dialog) { fnAccept(dialog); }); },
-        [&] { fnDo("fill"); },
+        [&] { fnDo("fill", [&](QDialog& dialog) { fnAccept(dialog); }); },
         [&] { m_pWindow->fnMerge(other); },
         [&] { m_pWindow->fnFillPattern(other); },
         [&] { fnDo("new", [&](QDialog& dialog) { fnAccept(dialog); }); },

@@ -1,5 +1,6 @@
 // The darkroom's dialogs that are no operations.
 #include "examples/darkroom/model/MemoryShare.h"
+#include "examples/darkroom/ui/ColorButton.h"
 #include "examples/darkroom/ui/NewDialog.h"
 #include "examples/darkroom/ui/PreferencesDialog.h"
 #include "q32Base/display/CqDisplayProperty.h"
@@ -7,8 +8,10 @@
 #include "tests/darkroom/DarkroomWorld.h"
 #include "tests/darkroom/PictureTools.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QDialogButtonBox>
 #include <QDir>
 #include <QFile>
@@ -59,6 +62,51 @@ TEST_F(DarkroomWindow, APictureOfFourGigabytesCannotBeAskedFor) {
     EXPECT_FALSE(fnCanAccept(dialog));
     height->setValue(23860);
     EXPECT_TRUE(fnCanAccept(dialog));
+}
+
+TEST_F(DarkroomWindow, APictureCannotBeMadeLargerThanFourGigabytesEither) {
+    darkroom::Document& document = m_pWindow->fnGetDocument();
+    ASSERT_TRUE(document.fnNew(5000, 4500, CqColor(), nullptr).fnIsDone());
+    fnDo("resize", [&](QDialog& dialog) {
+        const auto* const bytes = dialog.findChild<QLabel*>("bytes");
+        EXPECT_TRUE(bytes->text().startsWith("64"))
+            << "67,500,000 bytes are 64.4 MB, not " << bytes->text().toStdString();
+        dialog.findChild<QCheckBox*>("proportions")->setChecked(false);
+        dialog.findChild<QSpinBox*>("Width")->setValue(60000);
+        dialog.findChild<QSpinBox*>("Height")->setValue(23861);
+        EXPECT_FALSE(fnCanAccept(dialog));
+        dialog.findChild<QSpinBox*>("Height")->setValue(23860);
+        EXPECT_TRUE(fnCanAccept(dialog)) << "as for a new picture";
+        dialog.findChild<QSpinBox*>("Height")->setValue(60000);
+        EXPECT_FALSE(fnCanAccept(dialog));
+        dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Reset)->click();
+        EXPECT_TRUE(fnCanAccept(dialog));
+        dialog.reject();
+    });
+    fnDo("scale", [&](QDialog& dialog) {
+        auto* const scale = dialog.findChild<QSpinBox*>("Scale");
+        scale->setValue(800);
+        EXPECT_FALSE(fnCanAccept(dialog)) << "40,000 x 36,000 pixels";
+        scale->setValue(797);
+        EXPECT_TRUE(fnCanAccept(dialog)) << "39,850 x 35,865 pixels are 4,287,660,750 bytes";
+        dialog.reject();
+    });
+}
+
+TEST_F(DarkroomWindow, TheLimitOfAPicturesSizeCountsItsDepth) {
+    for (const auto& [bits, possible] : {std::pair(8u, true), std::pair(32u, false)}) {
+        CqImage image;
+        fnFillNoise(image, 60, 60, bits, 1, bits == 8 ? q32GreyRamp : nullptr);
+        const QByteArray path = QFile::encodeName(fnPath("depth.png"));
+        ASSERT_TRUE(q32WritePicture(path.constData(), image, PICTURE_PNG).fnIsDone());
+        ASSERT_TRUE(m_pWindow->fnOpen(fnPath("depth.png")));
+        fnDo("resize", [&, possible = possible](QDialog& dialog) {
+            dialog.findChild<QSpinBox*>("Width")->setValue(60000);
+            EXPECT_EQ(dialog.findChild<QSpinBox*>("Height")->value(), 60000);
+            EXPECT_EQ(fnCanAccept(dialog), possible) << "3,600,000,000 pixels";
+            dialog.reject();
+        });
+    }
 }
 
 TEST_F(DarkroomWindow, PreferencesAreInForceAndOutliveTheProgram) {
@@ -136,15 +184,102 @@ TEST_F(DarkroomWindow, ASecondPictureIsMergedWhereTheDialogSays) {
     EXPECT_EQ(fnBytesOf(m_pWindow->fnGetDocument().fnGetImage()), fnBytesOf(wanted));
 }
 
+TEST_F(DarkroomWindow, ASecondPictureIsMergedByAKeyColorAndBySelection) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("under.png", 300, 200)));
+    darkroom::Document& document = m_pWindow->fnGetDocument();
+    const std::vector<CqPoint2D> corners = {{50, 60}, {110, 130}};
+    ASSERT_TRUE(document
+                    .fnSelectShape(darkroom::ShapeKind::ELLIPSE, corners,
+                                   darkroom::Document::Combine::REPLACE, nullptr)
+                    .fnIsDone());
+    // A picture of two colours: every third pixel has the key's.
+    const CqColor key(12, 200, 7, 255);
+    CqImage over;
+    over.fnAlloc(60, 50, 24, nullptr, 0);
+    const CRect all(0, 0, 60, 50);
+    over.fnFill(CqColor(90, 80, 70, 255), &all, false);
+    for (int i = 0; i < 60 * 50; i += 3)
+        over.fnSetPixelColor(i % 60, i / 60, key);
+    const QString path = fnPath("over.png");
+    ASSERT_TRUE(q32WritePicture(QFile::encodeName(path).constData(), over, PICTURE_PNG).fnIsDone());
+    const Bytes before = fnBytesOf(document.fnGetImage());
+    const Bytes laid = fnBytesOf(over);
+    for (const char* rule : {"All but a key color", "Inside the selection"}) {
+        const bool byKey = rule[0] == 'A';
+        Bytes wanted = before;
+        for (int y = 0; y < 50; ++y)
+            for (int x = 0; x < 60; ++x) {
+                const bool shown = byKey ? (y * 60 + x) % 3 != 0
+                                         : fnHas(document.fnGetSelection(), x + 40, y + 70);
+                if (shown)
+                    std::copy_n(&laid[static_cast<std::size_t>(y * 60 + x) * 3], 3,
+                                &wanted[static_cast<std::size_t>((y + 70) * 300 + x + 40) * 3]);
+            }
+        fnInDialog([&](QDialog& dialog) {
+            auto* const rules = dialog.findChild<QComboBox*>("rule");
+            rules->setCurrentText(rule);
+            ASSERT_EQ(rules->currentText(), rule);
+            auto* const button = dialog.findChild<darkroom::ColorButton*>("key");
+            EXPECT_EQ(button->isEnabled(), byKey);
+            button->fnSetColor(key);
+            dialog.findChild<QSpinBox*>("x")->setValue(40);
+            dialog.findChild<QSpinBox*>("y")->setValue(70);
+            fnAccept(dialog);
+        });
+        m_pWindow->fnMerge(path);
+        EXPECT_EQ(fnBytesOf(document.fnGetImage()), wanted) << rule;
+        EXPECT_EQ(document.fnGetUndoName(), "Merge");
+        fnDo("undo");
+        EXPECT_EQ(fnBytesOf(document.fnGetImage()), before) << rule;
+        ASSERT_TRUE(document.fnHasSelection()) << "nothing has moved";
+    }
+}
+
+TEST_F(DarkroomWindow, ThePictureIsCroppedToTheSelectionThroughTheMenu) {
+    EXPECT_FALSE(fnAction("crop").isEnabled());
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("cropped.png", 300, 200)));
+    EXPECT_FALSE(fnAction("crop").isEnabled()) << "without a selection";
+    darkroom::Document& document = m_pWindow->fnGetDocument();
+    const Bytes before = fnBytesOf(document.fnGetImage());
+    m_pWindow->fnGetView().fnSetZoom(1);
+    fnDo("toolEllipse");
+    const auto at = [&](int x, int y) {
+        return m_pWindow->fnGetView().fnToView(QPointF(x, y)).toPoint();
+    };
+    fnDrag(at(50, 40), at(210, 150));
+    ASSERT_TRUE(document.fnHasSelection());
+    const CRect bound = document.fnGetSelection().m_rectBound;
+    fnDo("crop");
+    CqImage& image = document.fnGetImage();
+    ASSERT_EQ(CSize(static_cast<int>(image.Width), static_cast<int>(image.Height)), bound.Size());
+    Bytes wanted;
+    for (LONG y = bound.top; y < bound.bottom; ++y)
+        wanted.insert(wanted.end(), before.begin() + (y * 300 + bound.left) * 3,
+                      before.begin() + (y * 300 + bound.right) * 3);
+    EXPECT_EQ(fnBytesOf(image), wanted);
+    EXPECT_FALSE(document.fnHasSelection());
+    EXPECT_FALSE(fnAction("crop").isEnabled());
+    EXPECT_TRUE(fnAction("undo").text().contains("Crop to Selection"));
+    fnDo("undo");
+    EXPECT_EQ(fnBytesOf(image), before);
+}
+
 TEST_F(DarkroomWindow, APatternIsTiledOverThePictureThroughTheMenu) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("tiled.png", 30, 20)));
     const QString pattern = fnMakePicture("pattern.png", 7, 5);
-    fnDo("fillPattern", [&](QDialog& dialog) { fnType(dialog, pattern); });
+    fnDo("fillPattern", [&](QDialog& dialog) {
+        fnInDialog([&](QDialog& next) {
+            next.findChild<QSpinBox*>("x")->setValue(3);
+            next.findChild<QSpinBox*>("y")->setValue(4);
+            fnAccept(next);
+        });
+        fnType(dialog, pattern);
+    });
     CqImage tile;
     ASSERT_TRUE(q32ReadPicture(QFile::encodeName(pattern).constData(), tile).fnIsDone());
     CqImage& image = m_pWindow->fnGetDocument().fnGetImage();
     for (int y = 0; y < 20; ++y)
         for (int x = 0; x < 30; ++x)
-            ASSERT_EQ(image.fnGetPixelColor(x, y), tile.fnGetPixelColor(x % 7, y % 5));
+            ASSERT_EQ(image.fnGetPixelColor(x, y), tile.fnGetPixelColor((x + 4) % 7, (y + 1) % 5));
     EXPECT_EQ(m_pWindow->fnGetDocument().fnGetUndoName(), "Fill with Pattern");
 }

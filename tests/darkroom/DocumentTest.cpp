@@ -228,6 +228,9 @@ TEST_F(DarkroomDocument, NothingIsThrownWhicheverAllocationFails) {
     const std::string saved = "C:\\a name that is too long to lie in the string itself.png";
     const std::string missing = saved + ".tif";
     const darkroom::Values values = {20, 10};
+    const darkroom::Values color = {0x030201};
+    CqImage pattern;
+    fnFillNoise(pattern, 7, 5, 24, 1);
     const Work works[] = {
         [&](Document& document) { return document.fnOpen(path, nullptr); },
         [&](Document& document) { return document.fnOpen(missing, nullptr); },
@@ -239,7 +242,11 @@ TEST_F(DarkroomDocument, NothingIsThrownWhicheverAllocationFails) {
         [&](Document& document) {
             return document.fnApply(*fnFindOperation("half"), values, nullptr);
         },
-        [&](Document& document) { return document.fnFill(CqColor(1, 2, 3, 255), nullptr); },
+        [&](Document& document) {
+            return document.fnApply(darkroom::fnGetFillOperation(), color, nullptr);
+        },
+        [&](Document& document) { return document.fnFillPattern(pattern, CPoint(3, 2), nullptr); },
+        [&](Document& document) { return document.fnCrop(nullptr); },
         [&](Document& document) {
             return document.fnSelectColor(CqColor(), 90, Document::Combine::ADD, nullptr);
         },

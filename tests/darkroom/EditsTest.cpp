@@ -38,14 +38,21 @@ protected:
     /// Calls `test` for all operations at all depths that they suit.
     template <typename Test>
     static void fnForEachOperation(Test&& test) {
-        for (const unsigned int bits : kDepths)
-            for (const Operation& operation : fnGetOperations()) {
-                SCOPED_TRACE(std::string(operation.m_pszId) + " at " + std::to_string(bits));
-                Document document(5);
-                fnOpenNoise(document, bits, 150, 90);
-                if (operation.fnSuits(document.fnGetImage()))
-                    test(document, operation, fnGetValues(operation, document.fnGetImage()));
-            }
+        for (const Operation& operation : fnGetOperations())
+            fnForEachDepth(operation, test);
+        fnForEachDepth(darkroom::fnGetFillOperation(), test);
+    }
+
+private:
+    template <typename Test>
+    static void fnForEachDepth(const Operation& operation, Test&& test) {
+        for (const unsigned int bits : kDepths) {
+            SCOPED_TRACE(std::string(operation.m_pszId) + " at " + std::to_string(bits));
+            Document document(5);
+            fnOpenNoise(document, bits, 150, 90);
+            if (operation.fnSuits(document.fnGetImage()))
+                test(document, operation, fnGetValues(operation, document.fnGetImage()));
+        }
     }
 };
 
@@ -207,7 +214,7 @@ TEST_F(DarkroomEdits, WorkThatTheLibraryDoesAtOneGoIsToldAndStoppedBandByBand) {
         [](CqImage& image, CqProgressDisplay* told) {
             CqImage pattern;
             fnFillNoise(pattern, 20, 650, 24, 6);
-            return darkroom::fnFillPattern(image, pattern, told);
+            return darkroom::fnFillPattern(image, pattern, CPoint(7, 9), told);
         },
         [&](CqImage&, CqProgressDisplay* told) {
             CqMask mask;
@@ -271,42 +278,45 @@ TEST_F(DarkroomEdits, SofteningAndSharpeningWeighTheNineNeighbours) {
     }
 }
 
-TEST_F(DarkroomEdits, APatternIsTiledFromTheCornerOfTheSelection) {
-    for (const bool selected : {false, true})
-        for (const unsigned int bits : {8u, 24u, 32u}) {
-            Document document(1);
-            ASSERT_TRUE(document.fnNew(70, 700, CqColor(9, 9, 9, 255), nullptr).fnIsDone());
-            const CRect part = selected ? CRect(7, 20, 60, 690) : CRect(0, 0, 70, 700);
-            const std::vector<CqPoint2D> corners = {
-                {static_cast<double>(part.left), static_cast<double>(part.top)},
-                {static_cast<double>(part.right), static_cast<double>(part.bottom)}};
-            if (selected) {
-                ASSERT_TRUE(document
-                                .fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners,
-                                               Document::Combine::REPLACE, nullptr)
-                                .fnIsDone());
-            }
-            CqImage pattern;
-            const int height = selected ? 19 : 301; // taller than a band too
-            fnFillNoise(pattern, 13, static_cast<unsigned int>(height), bits, 4);
-            CqImage colors;
-            ASSERT_TRUE(darkroom::fnCopyPicture(pattern, colors, nullptr));
-            if (bits != 24)
-                colors.fnConvert(24, false, nullptr);
-            ASSERT_TRUE(document.fnFill(pattern, nullptr).fnIsDone());
-            CqImage& image = document.fnGetImage();
-            for (int y = 0; y < 700; ++y)
-                for (int x = 0; x < 70; ++x) {
-                    const bool inside = part.PtInRect(CPoint(x, y));
-                    const CqColor wanted = inside ? colors.fnGetPixelColor((x - part.left) % 13,
-                                                                           (y - part.top) % height)
-                                                  : CqColor(9, 9, 9, 255);
-                    ASSERT_EQ(image.fnGetPixelColor(x, y), wanted)
-                        << x << ", " << y << " from " << bits << " bits";
+TEST_F(DarkroomEdits, APatternIsTiledFromTheCornerOfWhatIsFilled) {
+    for (const CPoint& corner : {CPoint(0, 0), CPoint(5, 250), CPoint(-30, 7), CPoint(400, -1)})
+        for (const bool selected : {false, true})
+            for (const unsigned int bits : {8u, 24u, 32u}) {
+                Document document(1);
+                ASSERT_TRUE(document.fnNew(70, 700, CqColor(9, 9, 9, 255), nullptr).fnIsDone());
+                const CRect part = selected ? CRect(7, 20, 60, 690) : CRect(0, 0, 70, 700);
+                const std::vector<CqPoint2D> corners = {
+                    {static_cast<double>(part.left), static_cast<double>(part.top)},
+                    {static_cast<double>(part.right), static_cast<double>(part.bottom)}};
+                if (selected) {
+                    ASSERT_TRUE(document
+                                    .fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners,
+                                                   Document::Combine::REPLACE, nullptr)
+                                    .fnIsDone());
                 }
-            document.fnUndo();
-            EXPECT_EQ(image.fnGetPixelColor(30, 30), CqColor(9, 9, 9, 255));
-        }
+                CqImage pattern;
+                const int height = selected ? 19 : 301; // taller than a band too
+                fnFillNoise(pattern, 13, static_cast<unsigned int>(height), bits, 4);
+                CqImage colors;
+                ASSERT_TRUE(darkroom::fnCopyPicture(pattern, colors, nullptr));
+                if (bits != 24)
+                    colors.fnConvert(24, false, nullptr);
+                ASSERT_TRUE(document.fnFillPattern(pattern, corner, nullptr).fnIsDone());
+                CqImage& image = document.fnGetImage();
+                for (int y = 0; y < 700; ++y)
+                    for (int x = 0; x < 70; ++x) {
+                        const bool inside = part.PtInRect(CPoint(x, y));
+                        // Far enough to the left and top that nothing is below 0.
+                        const int tileX = (x - part.left - corner.x + 1300) % 13;
+                        const int tileY = (y - part.top - corner.y + 1000 * height) % height;
+                        const CqColor wanted =
+                            inside ? colors.fnGetPixelColor(tileX, tileY) : CqColor(9, 9, 9, 255);
+                        ASSERT_EQ(image.fnGetPixelColor(x, y), wanted)
+                            << x << ", " << y << " from " << bits << " bits";
+                    }
+                document.fnUndo();
+                EXPECT_EQ(image.fnGetPixelColor(30, 30), CqColor(9, 9, 9, 255));
+            }
 }
 
 TEST_F(DarkroomEdits, AMergedPictureIsCutWhereItSticksOut) {
@@ -349,4 +359,38 @@ TEST_F(DarkroomEdits, APictureWithAlphaShowsWhereItIsOpaque) {
     darkroom::fnMergePicture(image, over, {darkroom::MergeRule::ALPHA, CqColor(), 0, 0}, nullptr,
                              nullptr);
     EXPECT_EQ(fnBytesOf(image), wanted);
+}
+
+TEST_F(DarkroomEdits, AFillIsOpaqueAndFillsTheSelectionAlone) {
+    constexpr int kColor = 30 << 16 | 20 << 8 | 10;
+    Document clear(1);
+    fnOpenNoise(clear, 32);
+    ASSERT_TRUE(clear.fnApply(darkroom::fnGetFillOperation(), {kColor}, nullptr).fnIsDone());
+    EXPECT_EQ(clear.fnGetImage().fnGetPixelColor(299, 169), CqColor(10, 20, 30, 255));
+    Document document(1);
+    fnOpenNoise(document, 24);
+    Bytes wanted = fnBytesOf(document.fnGetImage());
+    const std::vector<CqPoint2D> corners = {{20, 30}, {150, 140}};
+    ASSERT_TRUE(document
+                    .fnSelectShape(darkroom::ShapeKind::ELLIPSE, corners,
+                                   Document::Combine::REPLACE, nullptr)
+                    .fnIsDone());
+    for (int y = 0; y < 170; ++y)
+        for (int x = 0; x < 300; ++x)
+            for (int channel = 0; channel < 3 && fnHas(document.fnGetSelection(), x, y); ++channel)
+                wanted[static_cast<std::size_t>((y * 300 + x) * 3 + channel)] =
+                    static_cast<unsigned char>(10 * (channel + 1));
+    ASSERT_TRUE(document.fnApply(darkroom::fnGetFillOperation(), {kColor}, nullptr).fnIsDone());
+    EXPECT_EQ(fnBytesOf(document.fnGetImage()), wanted);
+    EXPECT_EQ(document.fnGetUndoName(), "Fill with Color");
+}
+
+TEST_F(DarkroomEdits, TheBytesOfAPictureAreCountedWithWholeRows) {
+    EXPECT_EQ(darkroom::fnCountBytes(3, 2, 4), 4u) << "a row of 12 bits";
+    EXPECT_EQ(darkroom::fnCountBytes(3, 2, 24), 18u);
+    EXPECT_EQ(darkroom::fnCountBytes(60000, 60000, 32), 14'400'000'000u);
+    // As the library counts them, at the edge of what it takes.
+    CqImage image;
+    image.fnAlloc(5, 3, 4, nullptr, 0);
+    EXPECT_EQ(image.RowBytes * image.Height, darkroom::fnCountBytes(5, 3, 4));
 }

@@ -1,4 +1,5 @@
 // How the darkroom looks: pictures of its windows, in light and dark colours.
+#include "examples/darkroom/ui/ColorButton.h"
 #include "plugins/PictureFile.h"
 #include "tests/darkroom/DarkroomWorld.h"
 
@@ -144,6 +145,49 @@ TEST_P(DarkroomLooks, APictureIsMergedByItsAlphaInsideAFrame) {
               CqColor(250, 220, 120, 255));
     EXPECT_EQ(m_pWindow->fnGetDocument().fnGetImage().fnGetPixelColor(10, 10),
               CqColor(61, 91, 218, 255));
+}
+
+TEST_P(DarkroomLooks, FillsAndALimitAreShownByTheirDialogs) {
+    darkroom::PictureView& view = m_pWindow->fnGetView();
+    const auto colorAt = [&](double x, double y) {
+        const QPointF pixel = view.fnToView({x, y}) * view.devicePixelRatioF();
+        return view.viewport()->grab().toImage().pixelColor(pixel.toPoint());
+    };
+    const std::vector<CqPoint2D> corners = {{200, 100}, {680, 510}};
+    ASSERT_TRUE(m_pWindow->fnGetDocument()
+                    .fnSelectShape(darkroom::ShapeKind::ELLIPSE, corners,
+                                   darkroom::Document::Combine::REPLACE, nullptr)
+                    .fnIsDone());
+    fnDo("fill", [&](QDialog& dialog) {
+        dialog.findChild<darkroom::ColorButton*>("Color")->fnSetColor(CqColor(90, 200, 60, 255));
+        EXPECT_TRUE(fnWaitFor([&] { return colorAt(440, 300) == QColor(90, 200, 60); }));
+        EXPECT_NE(colorAt(100, 50), QColor(90, 200, 60)) << "not selected";
+        fnKeep(dialog, "fill");
+        fnKeep(*m_pWindow, "fill-preview");
+        dialog.reject();
+    });
+    CqImage tile;
+    tile.fnAlloc(40, 40, 24, nullptr, 0);
+    tile.fnFill(CqColor(230, 230, 220, 255), nullptr, false);
+    const CRect corner(0, 0, 20, 20);
+    tile.fnFill(CqColor(180, 60, 40, 255), &corner, false);
+    const QString path = fnPath("tile.png");
+    ASSERT_TRUE(q32WritePicture(QFile::encodeName(path).constData(), tile, PICTURE_PNG).fnIsDone());
+    fnInDialog([&](QDialog& dialog) {
+        dialog.findChild<QSpinBox*>("x")->setValue(10);
+        // Tiles begin at 210 + 40 n and 100 + 40 n; (415, 305) lies 5 pixels inside of one.
+        EXPECT_TRUE(fnWaitFor([&] { return colorAt(415, 305) == QColor(180, 60, 40); }));
+        fnKeep(dialog, "pattern");
+        fnKeep(*m_pWindow, "pattern-preview");
+        dialog.reject();
+    });
+    m_pWindow->fnFillPattern(path);
+    fnDo("resize", [&](QDialog& dialog) {
+        dialog.findChild<QSpinBox*>("Width")->setValue(60000);
+        QCoreApplication::processEvents();
+        fnKeep(dialog, "resize-limit");
+        dialog.reject();
+    });
 }
 
 TEST_P(DarkroomLooks, PreferencesAndSelectionsCanBeRead) {

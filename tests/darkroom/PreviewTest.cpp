@@ -1,65 +1,19 @@
 // What dialogs show of their operations before these are done.
 #include "plugins/PictureFile.h"
-#include "tests/darkroom/DarkroomWorld.h"
+#include "tests/darkroom/DarkroomPromise.h"
 #include "tests/darkroom/PictureTools.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <numeric>
-#include <QCheckBox>
 #include <QComboBox>
 #include <QFile>
-#include <QSpinBox>
 
 namespace {
 
-class DarkroomPreview : public DarkroomWindow {
+class DarkroomPreview : public DarkroomPromise {
 protected:
-    darkroom::PictureView& fnView() const { return m_pWindow->fnGetView(); }
-    QImage fnLook() const { return fnView().viewport()->grab().toImage(); }
-
-    void fnOpenAt(unsigned int width, unsigned int height, double zoom) const {
-        ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("preview.png", width, height)));
-        fnZoomTo(zoom);
-    }
-    void fnZoomTo(double zoom) const {
-        fnView().fnSetZoom(zoom);
-        QCoreApplication::processEvents(); // scroll bars come and go
-    }
-
-    static void fnSet(QDialog& dialog, const char* name, int value) {
-        auto* const box = dialog.findChild<QSpinBox*>(name);
-        ASSERT_TRUE(box) << name;
-        box->setValue(value);
-    }
-    static void fnSwitch(QDialog& dialog, const char* name, bool on) {
-        auto* const box = dialog.findChild<QCheckBox*>(name);
-        ASSERT_TRUE(box) << name;
-        box->setChecked(on);
-    }
-
-    /// Does an operation with a change of the dialog's values; what was seen before OK and after.
-    struct Promise {
-        QImage m_Before;
-        QImage m_Shown;
-        QImage m_Done;
-    };
-    Promise fnPromise(const char* id, const std::function<void(QDialog&)>& set) {
-        Promise promise;
-        promise.m_Before = fnLook();
-        fnDo(id, [&](QDialog& dialog) {
-            fnSwitch(dialog, "preview", false); // so that nothing is shown of other values
-            set(dialog);
-            fnSwitch(dialog, "preview", true);
-            EXPECT_TRUE(fnWaitFor([&] { return fnLook() != promise.m_Before; })) << id;
-            promise.m_Shown = fnLook();
-            fnAccept(dialog);
-        });
-        promise.m_Done = fnLook();
-        return promise;
-    }
-
     /// Mean difference of the channels in the tenths of the picture that differ least: its fringe
     /// is the filter's.
     /// @param ground  the view's own, which isn't counted

@@ -327,3 +327,76 @@ TEST_F(DarkroomSelection, AMergeBySelectionStaysInsideIt) {
     }
     EXPECT_EQ(document.fnGetSelection().m_rectBound, CRect(50, 40, 90, 70));
 }
+
+TEST_F(DarkroomSelection, ACropKeepsTheRectangleOfTheSelection) {
+    for (const CRect& rect : {CRect(7, 20, 60, 690), CRect(0, 0, 1, 1), CRect(69, 0, 70, 700),
+                              CRect(0, 699, 70, 700), CRect(0, 1, 70, 700)}) {
+        Document document(2);
+        fnOpenNoise(document, 24, 70, 700);
+        document.fnGetImage().DpiX = 300;
+        const Bytes before = fnBytesOf(document.fnGetImage());
+        ASSERT_TRUE(fnSelect(document, rect).fnIsDone());
+        ASSERT_TRUE(document.fnCrop(nullptr).fnIsDone());
+        CqImage& image = document.fnGetImage();
+        ASSERT_EQ(CSize(static_cast<int>(image.Width), static_cast<int>(image.Height)),
+                  rect.Size());
+        Bytes wanted;
+        for (LONG y = rect.top; y < rect.bottom; ++y)
+            wanted.insert(wanted.end(), before.begin() + (y * 70 + rect.left) * 3,
+                          before.begin() + (y * 70 + rect.right) * 3);
+        EXPECT_EQ(fnBytesOf(image), wanted);
+        EXPECT_EQ(image.DpiX, 300);
+        EXPECT_FALSE(document.fnHasSelection()) << "it would lie on other pixels";
+        EXPECT_EQ(document.fnGetUndoName(), "Crop to Selection");
+        document.fnUndo();
+        EXPECT_EQ(fnBytesOf(image), before);
+        EXPECT_EQ(image.Width, 70u);
+        document.fnRedo();
+        EXPECT_EQ(fnBytesOf(image), wanted);
+    }
+}
+
+TEST_F(DarkroomSelection, ACropWithoutASelectionIsRefusedAndOneToAllOfThePictureIsNoChange) {
+    Document document(2);
+    EXPECT_TRUE(document.fnCrop(nullptr).m_bAborted) << "no picture";
+    fnOpenNoise(document, 24);
+    EXPECT_TRUE(document.fnCrop(nullptr).m_bAborted);
+    ASSERT_TRUE(fnSelect(document, CRect(0, 0, 300, 170)).fnIsDone());
+    EXPECT_TRUE(document.fnCrop(nullptr).fnIsDone());
+    EXPECT_FALSE(document.fnCanUndo());
+    EXPECT_TRUE(document.fnHasSelection());
+    EXPECT_EQ(document.fnGetImage().Width, 300u);
+}
+
+TEST_F(DarkroomSelection, ACropThatIsStoppedOrFailsLeavesThePictureAndItsSelection) {
+    Document document(2);
+    fnOpenNoise(document, 24, 70, 700);
+    const Bytes before = fnBytesOf(document.fnGetImage());
+    const CRect rect(7, 20, 60, 690);
+    ASSERT_TRUE(fnSelect(document, rect).fnIsDone());
+    const auto expectKept = [&] {
+        EXPECT_EQ(fnBytesOf(document.fnGetImage()), before);
+        ASSERT_TRUE(document.fnHasSelection());
+        EXPECT_EQ(document.fnGetSelection().m_rectBound, rect);
+        EXPECT_FALSE(document.fnCanUndo());
+        EXPECT_EQ(document.IsModified(), 0);
+    };
+    AbortingProgress whole(100000);
+    {
+        Document other(1);
+        fnOpenNoise(other, 24, 70, 700);
+        ASSERT_TRUE(fnSelect(other, rect).fnIsDone());
+        ASSERT_TRUE(other.fnCrop(&whole).fnIsDone());
+    }
+    ASSERT_GE(whole.m_nCalls, 4u) << "the snapshot, and 670 rows in three bands";
+    for (unsigned int call = 1; call <= whole.m_nCalls; ++call) {
+        AbortingProgress progress(call);
+        EXPECT_TRUE(document.fnCrop(&progress).m_bAborted) << call;
+        expectKept();
+    }
+    q32GetVMPolicy()->fnSetRamLimit(0);
+    q32GetVMPolicy()->fnEnableDisk(0, false);
+    EXPECT_EQ(document.fnCrop(nullptr).m_nMsgId, -1);
+    q32GetVMPolicy()->fnSetRamLimit(100'000'000);
+    expectKept();
+}

@@ -186,15 +186,10 @@ void Document::fnKeepToSelection(int reach, const Edit& edit, CqProgressDisplay*
     CRect bound = m_Selection->m_rectBound;
     CRect around = bound;
     around.InflateRect(reach, reach);
-    around.IntersectRect(
-        around, CRect(0, 0, static_cast<LONG>(m_Image.Width), static_cast<LONG>(m_Image.Height)));
+    around.IntersectRect(around, fnGetWhole(m_Image));
     CqImage part;
-    part.fnAlloc(static_cast<unsigned int>(around.Width()),
-                 static_cast<unsigned int>(around.Height()), m_Image.BitCount, nullptr, 0);
     SpanProgress copying(progress, 0, kPartCopied);
-    if (!fnForBands(around, &copying, [&](const CRect& band) {
-            part.fnCopyBlock(m_Image, &band, 0, band.top - around.top);
-        }))
+    if (!fnCutOut(m_Image, around, part, &copying))
         return;
     SpanProgress editing(progress, kPartCopied, kPartEdited);
     edit(part, &editing);
@@ -211,7 +206,7 @@ void Document::fnKeepToSelection(int reach, const Edit& edit, CqProgressDisplay*
 
 Outcome Document::fnChangeSelected(const char* name, int reach, const Edit& edit,
                                    CqProgressDisplay* progress) {
-    if (!fnHasSelection() || !fnCanSelect())
+    if (!fnIsLimited())
         return fnChange(name, edit, progress);
     return fnChange(
         name, [&](CqImage&, CqProgressDisplay* told) { fnKeepToSelection(reach, edit, told); },
@@ -234,22 +229,34 @@ Outcome Document::fnApply(const Operation& operation, const Values& values,
     });
 }
 
-Outcome Document::fnFill(const CqColor& color, CqProgressDisplay* progress) {
-    const auto fill = [&](CqImage& image, CqProgressDisplay* told) {
-        fnFillPicture(image, color, told);
-    };
-    return fnGuard([&] { return fnChangeSelected("Fill", 0, fill, progress); });
+CRect Document::fnGetEdited() const {
+    return fnIsLimited() ? m_Selection->m_rectBound : fnGetWhole(m_Image);
 }
 
-Outcome Document::fnFill(CqImage& pattern, CqProgressDisplay* progress) {
+Outcome Document::fnFillPattern(CqImage& pattern, const CPoint& corner,
+                                CqProgressDisplay* progress) {
     const auto fill = [&](CqImage& image, CqProgressDisplay* told) {
         SpanProgress converting(told, 0, kPatternConverted);
         SpanProgress filling(told, kPatternConverted, 100);
         if (pattern.BitCount == image.BitCount ||
             fnConvertPicture(pattern, image.BitCount, &converting))
-            fnFillPattern(image, pattern, &filling);
+            darkroom::fnFillPattern(image, pattern, corner, &filling);
     };
     return fnGuard([&] { return fnChangeSelected("Fill with Pattern", 0, fill, progress); });
+}
+
+Outcome Document::fnCrop(CqProgressDisplay* progress) {
+    if (!fnIsLimited())
+        return fnStop();
+    const CRect place = fnGetEdited();
+    if (place == fnGetWhole(m_Image))
+        return {};
+    const auto crop = [&](CqImage& image, CqProgressDisplay* told) {
+        CqImage part;
+        if (fnCutOut(image, place, part, told))
+            image.fnSwapBuf(part);
+    };
+    return fnGuard([&] { return fnDo("Crop to Selection", true, crop, progress); });
 }
 
 void Document::fnTravel(bool back) {

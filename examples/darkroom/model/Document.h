@@ -80,10 +80,16 @@ public:
     /// Does any change to the picture that leaves pixels in place or changes its size or depth,
     /// under a name for the history.
     Outcome fnChange(const char* name, const Edit& edit, CqProgressDisplay* progress);
-    /// Fills the selection, or all of the picture without one.
-    Outcome fnFill(const CqColor& color, CqProgressDisplay* progress);
-    /// Tiles a picture over that part, of 24 or 32 bits; it takes on the same depth.
-    Outcome fnFill(CqImage& pattern, CqProgressDisplay* progress);
+    /// The rectangle that holds what edits change: about the selection, or all of the picture
+    /// without one.
+    CRect fnGetEdited() const;
+    /// Tiles a picture over the selection, or over all of the picture without one, which has 24 or
+    /// 32 bits; the pattern takes on the same depth.
+    /// @param corner  of a tile, counted from the corner of `fnGetEdited`
+    Outcome fnFillPattern(CqImage& pattern, const CPoint& corner, CqProgressDisplay* progress);
+    /// Cuts off all that lies outside of the selection's rectangle. Without a selection it is
+    /// refused, like one that was stopped; with one that reaches to all edges it is no change.
+    Outcome fnCrop(CqProgressDisplay* progress);
 
     // History.
 
@@ -144,6 +150,7 @@ private:
     template <typename Make>
     Outcome fnSelectMade(Make&& make, Combine how, CqProgressDisplay* progress);
     void fnDropSelection();
+    bool fnIsLimited() const { return fnHasSelection() && fnCanSelect(); }
     void fnKeepToSelection(int reach, const Edit& edit, CqProgressDisplay* progress);
 
     CqImage m_Image;

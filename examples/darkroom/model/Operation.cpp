@@ -20,9 +20,6 @@ constexpr std::uint32_t kByteTones = fnDepthBit(24) | kGreyBit;
 constexpr std::uint32_t kBytes = kColor | fnDepthBit(8);
 constexpr std::uint32_t kAny = kBytes | fnDepthBit(4);
 
-/// The largest side that a dialog offers.
-constexpr int kMostPixels = 60000;
-
 constexpr Parameter fnNumber(const char* name, int low, int high, int start, const char* unit) {
     return {name, ParameterKind::NUMBER, low, high, start, unit};
 }
@@ -46,6 +43,7 @@ constexpr Parameter kScale[] = {fnNumber("Scale", 1, 800, 50, " %")};
 constexpr Parameter kAngle[] = {fnNumber("Angle, clockwise", -180, 180, 0, "°"),
                                 fnSwitch("Smooth edges", true),
                                 {"Background", ParameterKind::COLOR, 0, 0xFFFFFF, 0xFFFFFF, ""}};
+constexpr Parameter kFillColor[] = {{"Color", ParameterKind::COLOR, 0, 0xFFFFFF, 0, ""}};
 
 /// A positive angle turns clockwise here, whichever angle it is; the library turns right angles
 /// clockwise and all others counter-clockwise.
@@ -181,6 +179,19 @@ const Operation kOperations[] = {
      nullptr},
 };
 
+/// Its place in the menus is the host's affair.
+const Operation kFill = {
+    "fill",
+    "Fill with Color",
+    MenuPlace::IMAGE,
+    "",
+    kFillColor,
+    PreviewKind::PIXELS,
+    kTrueColor,
+    [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
+        fnFillPicture(image, CqColor(static_cast<unsigned long>(values[0])), progress);
+    }};
+
 } // namespace
 
 bool Operation::fnSuits(const CqImage& image) const {
@@ -201,6 +212,10 @@ Values Operation::fnGetStart(const CqImage& image) const {
 
 std::span<const Operation> fnGetOperations() {
     return kOperations;
+}
+
+const Operation& fnGetFillOperation() {
+    return kFill;
 }
 
 const Operation* fnFindOperation(const char* id) {

@@ -86,7 +86,9 @@ inline constexpr std::uint32_t kGreyBit = 1u;
 
 /// All operations, in the order of the menus.
 std::span<const Operation> fnGetOperations();
-/// By its id; null when there is none.
+/// Fills with a colour. Not among them: it begins with the colour of the host's tools.
+const Operation& fnGetFillOperation();
+/// By its id, among them; null when there is none.
 const Operation* fnFindOperation(const char* id);
 
 } // namespace darkroom

@@ -33,11 +33,11 @@ void fnCopyRows(CqImage& from, LONG fromRow, CqImage& to, LONG toRow, LONG count
     }
 }
 
+} // namespace
+
 CRect fnGetWhole(const CqImage& image) {
     return {0, 0, static_cast<LONG>(image.Width), static_cast<LONG>(image.Height)};
 }
-
-} // namespace
 
 bool fnCopyPicture(CqImage& from, CqImage& to, CqProgressDisplay* progress) {
     fnAllocAs(to, from, from.Width, from.Height);
@@ -55,28 +55,39 @@ bool fnCopyPicture(CqImage& from, CqImage& to, CqProgressDisplay* progress) {
     return true;
 }
 
+bool fnCutOut(CqImage& image, const CRect& place, CqImage& part, CqProgressDisplay* progress) {
+    part.fnAlloc(static_cast<unsigned int>(place.Width()),
+                 static_cast<unsigned int>(place.Height()), image.BitCount, nullptr, 0);
+    return fnForBands(place, progress, [&](const CRect& band) {
+        part.fnCopyBlock(image, &band, 0, band.top - place.top);
+    });
+}
+
 bool fnFillPicture(CqImage& image, const CqColor& color, CqProgressDisplay* progress) {
     return fnForBands(fnGetWhole(image), progress,
                       [&](const CRect& band) { image.fnFill(color, &band, false); });
 }
 
-bool fnFillPattern(CqImage& image, CqImage& pattern, CqProgressDisplay* progress) {
+bool fnFillPattern(CqImage& image, CqImage& pattern, const CPoint& corner,
+                   CqProgressDisplay* progress) {
     const auto width = static_cast<LONG>(pattern.Width);
     const auto height = static_cast<LONG>(pattern.Height);
-    if (height <= kBandRows) // each band begins with the pattern's first row
-        return fnForBands(
-            fnGetWhole(image), progress,
-            [&](const CRect& band) { image.fnFill(pattern, nullptr, &band); },
-            kBandRows / height * height);
-    // A band of rows from the middle of the pattern, and perhaps of some from its beginning.
+    // Where the first whole tile begins; what comes before it is the end of another one.
+    const LONG left = fnModulo(corner.x, width);
+    const LONG top = fnModulo(corner.y, height);
     return fnForBands(fnGetWhole(image), progress, [&](const CRect& band) {
         for (LONG y = band.top; y < band.bottom;) {
-            const LONG row = y % height;
-            const LONG count = std::min(band.bottom - y, height - row);
-            const CRect from(0, row, width, row + count);
-            const CRect to(band.left, y, band.right, y + count);
-            image.fnFill(pattern, &from, &to);
-            y += count;
+            const LONG row = fnModulo(y - top, height);
+            const LONG end = row == 0 ? band.bottom : std::min(band.bottom, y + height - row);
+            const LONG split = std::min(left, band.right);
+            const auto fill = [&](LONG column, const CRect& to) {
+                const CRect from(column, row, width, height);
+                if (!to.IsRectEmpty())
+                    image.fnFill(pattern, &from, &to);
+            };
+            fill(width - left, CRect(band.left, y, split, end));
+            fill(0, CRect(split, y, band.right, end));
+            y = end;
         }
     });
 }

@@ -7,6 +7,19 @@
 
 namespace darkroom {
 
+namespace {
+
+QColor fnToQt(const CqColor& color) {
+    return {color.m_Red, color.m_Green, color.m_Blue};
+}
+
+CqColor fnFromQt(const QColor& color) {
+    return {static_cast<unsigned char>(color.red()), static_cast<unsigned char>(color.green()),
+            static_cast<unsigned char>(color.blue()), 255};
+}
+
+} // namespace
+
 ColorButton::ColorButton(const CqColor& color, QWidget* parent) : QPushButton(parent) {
     fnSetColor(color);
     connect(this, &QPushButton::clicked, this, &ColorButton::fnAsk);
@@ -14,7 +27,7 @@ ColorButton::ColorButton(const CqColor& color, QWidget* parent) : QPushButton(pa
 
 void ColorButton::fnSetColor(const CqColor& color) {
     m_Color = color;
-    const QColor shown(color.m_Red, color.m_Green, color.m_Blue);
+    const QColor shown = fnToQt(color);
     QPixmap swatch(iconSize() * devicePixelRatioF());
     swatch.setDevicePixelRatio(devicePixelRatioF());
     swatch.fill(shown);
@@ -24,12 +37,13 @@ void ColorButton::fnSetColor(const CqColor& color) {
 }
 
 void ColorButton::fnAsk() {
-    const QColor chosen =
-        QColorDialog::getColor(QColor(m_Color.m_Red, m_Color.m_Green, m_Color.m_Blue), this);
-    if (chosen.isValid())
-        fnSetColor(CqColor(static_cast<unsigned char>(chosen.red()),
-                           static_cast<unsigned char>(chosen.green()),
-                           static_cast<unsigned char>(chosen.blue()), 255));
+    const CqColor before = m_Color;
+    QColorDialog dialog(fnToQt(before), this);
+    // Whoever listens sees each colour that the user looks at.
+    connect(&dialog, &QColorDialog::currentColorChanged, this,
+            [this](const QColor& color) { fnSetColor(fnFromQt(color)); });
+    const bool chosen = dialog.exec() == QDialog::Accepted;
+    fnSetColor(chosen ? fnFromQt(dialog.selectedColor()) : before);
 }
 
 } // namespace darkroom

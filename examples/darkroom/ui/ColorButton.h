@@ -6,7 +6,8 @@
 
 namespace darkroom {
 
-/// Shows a colour, and lets the user choose another one.
+/// Shows a colour, and lets the user choose another one. While its dialog stands, the colour
+/// follows what is looked at there; cancelled, it comes back.
 class ColorButton : public QPushButton {
     Q_OBJECT
 

@@ -2,6 +2,7 @@
 
 #include "examples/darkroom/ui/Actions.h"
 #include "examples/darkroom/ui/RecentFiles.h"
+#include "examples/darkroom/ui/SoundPanel.h"
 #include "examples/darkroom/ui/Texts.h"
 #include "platforms/qt/CqQtWindows.h"
 #include "q32Base/frame/Messages.h"
@@ -171,6 +172,7 @@ void MainWindow::fnUpdateActions() {
     };
     // The items that are in no table too: recent files, the end.
     menuBar()->setEnabled(!m_bBusy);
+    m_pSound->fnEnableLoading(!m_bBusy);
     for (const ActionEntry& entry : ActionTable::fnGetActions())
         if (entry.m_pszId)
             findChild<QAction*>(entry.m_pszId)->setEnabled(allows(entry.m_eNeeds));

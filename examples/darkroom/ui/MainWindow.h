@@ -6,6 +6,7 @@
 #include "q32Base/services/CqDumpBin.h"
 
 #include <functional>
+#include <optional>
 #include <QMainWindow>
 #include <QSettings>
 
@@ -49,7 +50,7 @@ public:
     bool fnSaveAs(const QString& path);
     /// Loads a second picture and asks how it is laid over this one.
     void fnMerge(const QString& path);
-    /// Tiles a second picture over the selection, or over all of this one.
+    /// Loads a second picture and asks how it is tiled over the selection, or over all of this one.
     void fnFillPattern(const QString& path);
 
 protected:
@@ -93,6 +94,7 @@ private:
     void fnRedo();
     void fnFill();
     void fnSelectNone();
+    void fnCrop();
     void fnAskPattern();
     void fnAskMerge();
     void fnZoomIn();
@@ -104,6 +106,8 @@ private:
     void fnShowAbout();
     bool fnReadSecond(Document& second, const QString& path);
     void fnStartOperation(const Operation& operation);
+    std::optional<Values> fnAskValues(const Operation& operation, const Values& start);
+    void fnApply(const Operation& operation, const Values& values);
     void fnOnDrawn(Tool tool, const std::vector<CqPoint2D>& points,
                    Qt::KeyboardModifiers modifiers);
     void fnSelectColor(const CqPoint2D& place, Document::Combine how);

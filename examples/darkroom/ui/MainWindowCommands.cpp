@@ -6,6 +6,7 @@
 #include "examples/darkroom/ui/MergeDialog.h"
 #include "examples/darkroom/ui/NewDialog.h"
 #include "examples/darkroom/ui/ParameterDialog.h"
+#include "examples/darkroom/ui/PatternDialog.h"
 #include "examples/darkroom/ui/PreferencesDialog.h"
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/frame/Messages.h"
@@ -82,13 +83,21 @@ void MainWindow::fnRedo() {
 }
 
 void MainWindow::fnFill() {
-    fnRun(tr("Fill"), [&](CqProgressDisplay* progress) {
-        return m_Document.fnFill(m_pColor->fnGetColor(), progress);
-    });
+    const auto color = static_cast<unsigned long>(m_pColor->fnGetColor());
+    const Operation& fill = fnGetFillOperation();
+    const std::optional<Values> values = fnAskValues(fill, {static_cast<int>(color)});
+    if (!values)
+        return;
+    m_pColor->fnSetColor(CqColor(static_cast<unsigned long>(values->front())));
+    fnApply(fill, *values);
 }
 
 void MainWindow::fnSelectNone() {
     m_Document.fnSelectNone();
+}
+
+void MainWindow::fnCrop() {
+    fnRun(tr("Crop"), [&](CqProgressDisplay* progress) { return m_Document.fnCrop(progress); });
 }
 
 void MainWindow::fnZoomIn() {
@@ -110,13 +119,20 @@ void MainWindow::fnZoomOne() {
 void MainWindow::fnStartOperation(const Operation& operation) {
     if (m_bBusy || !operation.fnSuits(m_Document.fnGetImage()))
         return;
-    Values values;
-    if (!operation.m_Parameters.empty()) {
-        ParameterDialog dialog(operation, m_Document, *m_pView, this);
-        if (dialog.exec() != QDialog::Accepted)
-            return;
-        values = dialog.fnGetValues();
-    }
+    if (operation.m_Parameters.empty())
+        fnApply(operation, {});
+    else if (const auto values =
+                 fnAskValues(operation, operation.fnGetStart(m_Document.fnGetImage())))
+        fnApply(operation, *values);
+}
+
+std::optional<Values> MainWindow::fnAskValues(const Operation& operation, const Values& start) {
+    // Its preview is gone before the work begins.
+    ParameterDialog dialog(operation, start, *m_pView, this);
+    return dialog.exec() == QDialog::Accepted ? std::optional(dialog.fnGetValues()) : std::nullopt;
+}
+
+void MainWindow::fnApply(const Operation& operation, const Values& values) {
     fnRun(tr(operation.m_pszName), [&](CqProgressDisplay* progress) {
         return m_Document.fnApply(operation, values, progress);
     });
@@ -130,17 +146,25 @@ bool MainWindow::fnReadSecond(Document& second, const QString& path) {
 }
 
 void MainWindow::fnAskPattern() {
-    const QString path = fnAskPictureToOpen(this, tr("Fill with a Pattern"));
+    const QString path = fnAskPictureToOpen(this, tr("Fill with Pattern"));
     if (!path.isEmpty())
         fnFillPattern(path);
 }
 
 void MainWindow::fnFillPattern(const QString& path) {
     Document pattern(0);
-    if (fnReadSecond(pattern, path))
-        fnRun(tr("Fill"), [&](CqProgressDisplay* progress) {
-            return m_Document.fnFill(pattern.fnGetImage(), progress);
-        });
+    if (!fnReadSecond(pattern, path))
+        return;
+    CPoint corner;
+    {
+        PatternDialog dialog(pattern.fnGetImage(), *m_pView, this);
+        if (dialog.exec() != QDialog::Accepted)
+            return;
+        corner = dialog.fnGetCorner();
+    }
+    fnRun(tr("Fill with Pattern"), [&](CqProgressDisplay* progress) {
+        return m_Document.fnFillPattern(pattern.fnGetImage(), corner, progress);
+    });
 }
 
 void MainWindow::fnAskMerge() {

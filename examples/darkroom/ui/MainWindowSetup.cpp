@@ -153,7 +153,8 @@ void MainWindow::fnMakeStatusBar() {
 void MainWindow::fnMakeSoundPanel(const HostSetup& setup) {
     auto* const dock = new QDockWidget(tr("Sound"), this);
     dock->setObjectName("soundDock");
-    m_pSound = new SoundPanel(setup);
+    m_pSound = new SoundPanel(
+        setup, [this](const QString& what, const Work& work) { return fnRun(what, work); });
     m_pSound->setObjectName("soundPanel");
     dock->setWidget(m_pSound);
     addDockWidget(Qt::RightDockWidgetArea, dock);

@@ -5,7 +5,6 @@
 #include "examples/darkroom/ui/PictureView.h"
 
 #include <QComboBox>
-#include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QSpinBox>
 
@@ -16,10 +15,8 @@ constexpr int kFarthest = 100000;
 }
 
 MergeDialog::MergeDialog(CqImage& over, bool hasSelection, PictureView& view, QWidget* parent)
-    : QDialog(parent), m_Over(over), m_View(view), m_pRule(new QComboBox),
-      m_pKey(new ColorButton(CqColor())), m_pX(new QSpinBox), m_pY(new QSpinBox) {
-    setWindowTitle(tr("Merge a Picture"));
-    auto* const form = new QFormLayout(this);
+    : PreviewDialog(tr("Merge a Picture"), view, parent), m_Over(over), m_pRule(new QComboBox),
+      m_pKey(new ColorButton(CqColor())) {
     const auto offer = [this](const QString& name, MergeRule rule) {
         m_pRule->addItem(name, static_cast<int>(rule));
     };
@@ -30,31 +27,19 @@ MergeDialog::MergeDialog(CqImage& over, bool hasSelection, PictureView& view, QW
     if (over.BitCount == 32)
         offer(tr("By its alpha"), MergeRule::ALPHA);
     m_pRule->setObjectName("rule");
-    m_pX->setObjectName("x");
-    m_pY->setObjectName("y");
-    form->addRow(tr("What:"), m_pRule);
-    form->addRow(tr("Key color:"), m_pKey);
-    for (QSpinBox* box : {m_pX, m_pY}) {
-        box->setRange(-kFarthest, kFarthest);
-        box->setSuffix(" px");
-        connect(box, &QSpinBox::valueChanged, this, &MergeDialog::fnChanged);
-    }
-    form->addRow(tr("Left:"), m_pX);
-    form->addRow(tr("Top:"), m_pY);
+    m_pKey->setObjectName("key");
+    fnGetForm().addRow(tr("What:"), m_pRule);
+    fnGetForm().addRow(tr("Key color:"), m_pKey);
+    m_pX = fnAddPixels(tr("Left:"), "x", -kFarthest, kFarthest);
+    m_pY = fnAddPixels(tr("Top:"), "y", -kFarthest, kFarthest);
     connect(m_pKey, &ColorButton::colorChanged, this, &MergeDialog::fnChanged);
-    connect(&view, &CqImageView::visibleChanged, this, &MergeDialog::fnChanged);
-    connect(m_pRule, &QComboBox::currentIndexChanged, this, &MergeDialog::fnChanged);
-    auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
-    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
-    form->addRow(buttons);
-    m_Soon.setSingleShot(true);
-    connect(&m_Soon, &QTimer::timeout, this, &MergeDialog::fnShowPreview);
-    fnChanged();
+    connect(m_pRule, &QComboBox::currentIndexChanged, this, &MergeDialog::fnOnRule);
+    fnAddFoot();
+    fnOnRule();
 }
 
 MergeDialog::~MergeDialog() {
-    fnHideMerge(m_View);
+    fnHideMerge(fnGetView());
 }
 
 MergePlan MergeDialog::fnGetPlan() const {
@@ -62,13 +47,17 @@ MergePlan MergeDialog::fnGetPlan() const {
             m_pX->value(), m_pY->value()};
 }
 
-void MergeDialog::fnChanged() {
+void MergeDialog::fnOnRule() {
     m_pKey->setEnabled(fnGetPlan().m_eRule == MergeRule::KEY);
-    m_Soon.start(0);
+    fnChanged();
 }
 
 void MergeDialog::fnShowPreview() {
-    fnShowMerge(m_View, m_Over, fnGetPlan());
+    fnShowMerge(fnGetView(), m_Over, fnGetPlan());
+}
+
+void MergeDialog::fnHidePreview() {
+    fnHideMerge(fnGetView());
 }
 
 } // namespace darkroom

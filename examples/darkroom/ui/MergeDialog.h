@@ -1,9 +1,7 @@
 #pragma once
 
 #include "examples/darkroom/model/Merge.h"
-
-#include <QDialog>
-#include <QTimer>
+#include "examples/darkroom/ui/PreviewDialog.h"
 
 class QComboBox;
 class QSpinBox;
@@ -11,11 +9,10 @@ class QSpinBox;
 namespace darkroom {
 
 class ColorButton;
-class PictureView;
 
 /// Asks where and by which rule a second picture is laid over the first one, and shows in the view
 /// what becomes of it.
-class MergeDialog : public QDialog {
+class MergeDialog : public PreviewDialog {
     Q_OBJECT
 
 public:
@@ -26,16 +23,15 @@ public:
     MergePlan fnGetPlan() const;
 
 private:
-    void fnChanged();
-    void fnShowPreview();
+    void fnOnRule();
+    void fnShowPreview() override;
+    void fnHidePreview() override;
 
     CqImage& m_Over;
-    PictureView& m_View;
     QComboBox* m_pRule;
     ColorButton* m_pKey;
-    QSpinBox* m_pX;
-    QSpinBox* m_pY;
-    QTimer m_Soon; ///< so that a number that moves fast doesn't wait for pictures
+    QSpinBox* m_pX = nullptr;
+    QSpinBox* m_pY = nullptr;
 };
 
 } // namespace darkroom

@@ -1,32 +1,28 @@
 #include "examples/darkroom/ui/NewDialog.h"
 
+#include "examples/darkroom/model/Pictures.h"
 #include "examples/darkroom/ui/ColorButton.h"
-#include "examples/darkroom/ui/Texts.h"
+#include "examples/darkroom/ui/SizeLabel.h"
 
-#include <cstdint>
 #include <QDialogButtonBox>
 #include <QFormLayout>
-#include <QLabel>
-#include <QPushButton>
 #include <QSpinBox>
 
 namespace darkroom {
 
 namespace {
-constexpr int kMostPixels = 60000;
-constexpr std::uint64_t kBytesPerPixel = 3;
-constexpr std::uint64_t kMostBytes = 0xFFFFFFFEu; // the library counts them in 32 bits
+constexpr unsigned int kBits = 24;
 constexpr int kStartWidth = 1024;
 constexpr int kStartHeight = 768;
 } // namespace
 
 NewDialog::NewDialog(QWidget* parent)
     : QDialog(parent), m_pWidth(new QSpinBox), m_pHeight(new QSpinBox),
-      m_pColor(new ColorButton(CqColor(255, 255, 255, 255))), m_pBytes(new QLabel) {
+      m_pColor(new ColorButton(CqColor(255, 255, 255, 255))) {
     setWindowTitle(tr("New Picture"));
     auto* const form = new QFormLayout(this);
     auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
-    m_pOk = buttons->button(QDialogButtonBox::Ok);
+    m_pBytes = new SizeLabel(*buttons->button(QDialogButtonBox::Ok));
     for (QSpinBox* box : {m_pWidth, m_pHeight}) {
         box->setRange(1, kMostPixels);
         box->setSuffix(tr(" px"));
@@ -34,7 +30,6 @@ NewDialog::NewDialog(QWidget* parent)
     }
     m_pWidth->setObjectName("width");
     m_pHeight->setObjectName("height");
-    m_pBytes->setObjectName("bytes");
     m_pWidth->setValue(kStartWidth);
     m_pHeight->setValue(kStartHeight);
     form->addRow(tr("&Width:"), m_pWidth);
@@ -47,11 +42,7 @@ NewDialog::NewDialog(QWidget* parent)
 }
 
 void NewDialog::fnTellBytes() {
-    const std::uint64_t bytes = kBytesPerPixel * fnGetWidth() * fnGetHeight();
-    const bool possible = bytes <= kMostBytes;
-    const QString size = fnTellSize(bytes);
-    m_pBytes->setText(possible ? size : tr("%1; %2 is the most").arg(size, fnTellSize(kMostBytes)));
-    m_pOk->setEnabled(possible);
+    m_pBytes->fnTell({m_pWidth->value(), m_pHeight->value()}, kBits);
 }
 
 unsigned int NewDialog::fnGetWidth() const {

@@ -4,13 +4,12 @@
 
 #include <QDialog>
 
-class QLabel;
-class QPushButton;
 class QSpinBox;
 
 namespace darkroom {
 
 class ColorButton;
+class SizeLabel;
 
 /// Asks for the size and the colour of a new picture; tells what it takes, and refuses what no
 /// picture can have.
@@ -30,8 +29,7 @@ private:
     QSpinBox* m_pWidth;
     QSpinBox* m_pHeight;
     ColorButton* m_pColor;
-    QLabel* m_pBytes;
-    QPushButton* m_pOk;
+    SizeLabel* m_pBytes = nullptr;
 };
 
 } // namespace darkroom

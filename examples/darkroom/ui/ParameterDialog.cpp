@@ -3,16 +3,16 @@
 #include "examples/darkroom/model/Document.h"
 #include "examples/darkroom/ui/ColorButton.h"
 #include "examples/darkroom/ui/PictureView.h"
+#include "examples/darkroom/ui/Placement.h"
+#include "examples/darkroom/ui/SizeLabel.h"
 
 #include <cmath>
 #include <QCheckBox>
-#include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QPushButton>
 #include <QSlider>
 #include <QSpinBox>
-#include <QVBoxLayout>
 #include <utility>
 
 namespace darkroom {
@@ -26,41 +26,25 @@ constexpr int kSliderRange = 1000;
 
 } // namespace
 
-ParameterDialog::ParameterDialog(const Operation& operation, Document& document, PictureView& view,
+ParameterDialog::ParameterDialog(const Operation& operation, const Values& start, PictureView& view,
                                  QWidget* parent)
-    : QDialog(parent), m_Preview(document, view, operation) {
-    setWindowTitle(tr(operation.m_pszName));
-    auto* const layout = new QVBoxLayout(this);
-    auto* const form = new QFormLayout;
-    layout->addLayout(form);
-    const Values start = operation.fnGetStart(document.fnGetImage());
+    : PreviewDialog(tr(operation.m_pszName), view, parent), m_Operation(operation),
+      m_Preview(view.fnGetDocument(), view, operation) {
     for (std::size_t i = 0; i < start.size(); ++i)
-        fnAdd(operation.m_Parameters[i], start[i], *form);
+        fnAdd(operation.m_Parameters[i], start[i]);
     if (operation.m_ePreview == PreviewKind::SIZE)
-        fnAddLock(*layout);
-    if (operation.m_ePreview != PreviewKind::NONE) {
-        m_pShow = new QCheckBox(tr("&Preview"));
-        m_pShow->setObjectName("preview");
-        m_pShow->setChecked(true);
-        connect(m_pShow, &QCheckBox::toggled, this, &ParameterDialog::fnShowPreview);
-        layout->addWidget(m_pShow);
+        fnAddLock();
+    QDialogButtonBox& buttons = fnAddFoot(QDialogButtonBox::Reset);
+    if (!operation.fnIsLocal()) {
+        m_pBytes = new SizeLabel(*buttons.button(QDialogButtonBox::Ok));
+        fnGetForm().addRow(tr("Memory"), m_pBytes);
     }
-    auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel |
-                                               QDialogButtonBox::Reset);
-    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
-    connect(buttons->button(QDialogButtonBox::Reset), &QPushButton::clicked, this, [this] {
+    connect(buttons.button(QDialogButtonBox::Reset), &QPushButton::clicked, this, [this] {
         for (const auto& reset : m_Resetters)
             reset();
     });
-    layout->addWidget(buttons);
-    m_Soon.setSingleShot(true);
-    connect(&m_Soon, &QTimer::timeout, this, &ParameterDialog::fnShowPreview);
-    connect(&view, &CqImageView::visibleChanged, this, [this] {
-        m_Preview.fnForget();
-        fnChanged();
-    });
-    fnChanged();
+    connect(&view, &CqImageView::visibleChanged, this, [this] { m_Preview.fnForget(); });
+    fnOnValue();
 }
 
 Values ParameterDialog::fnGetValues() const {
@@ -70,18 +54,18 @@ Values ParameterDialog::fnGetValues() const {
     return values;
 }
 
-void ParameterDialog::fnAdd(const Parameter& parameter, int value, QFormLayout& form) {
+void ParameterDialog::fnAdd(const Parameter& parameter, int value) {
     switch (parameter.m_eKind) {
     case ParameterKind::NUMBER:
-        return fnAddNumber(parameter, value, form);
+        return fnAddNumber(parameter, value);
     case ParameterKind::SWITCH:
-        return fnAddSwitch(parameter, value, form);
+        return fnAddSwitch(parameter, value);
     case ParameterKind::COLOR:
-        return fnAddColor(parameter, value, form);
+        return fnAddColor(parameter, value);
     }
 }
 
-void ParameterDialog::fnAddNumber(const Parameter& parameter, int value, QFormLayout& form) {
+void ParameterDialog::fnAddNumber(const Parameter& parameter, int value) {
     auto* const row = new QHBoxLayout;
     auto* const box = new QSpinBox;
     box->setRange(parameter.m_nLow, parameter.m_nHigh);
@@ -99,28 +83,28 @@ void ParameterDialog::fnAddNumber(const Parameter& parameter, int value, QFormLa
         row->addWidget(slider, 1);
     }
     row->addWidget(box);
-    form.addRow(tr(parameter.m_pszName), row);
-    connect(box, &QSpinBox::valueChanged, this, &ParameterDialog::fnChanged);
+    fnGetForm().addRow(tr(parameter.m_pszName), row);
+    connect(box, &QSpinBox::valueChanged, this, &ParameterDialog::fnOnValue);
     m_Numbers.push_back(box);
     m_Readers.emplace_back([box] { return box->value(); });
     m_Resetters.emplace_back([box, value] { box->setValue(value); });
 }
 
-void ParameterDialog::fnAddSwitch(const Parameter& parameter, int value, QFormLayout& form) {
+void ParameterDialog::fnAddSwitch(const Parameter& parameter, int value) {
     auto* const box = new QCheckBox(tr(parameter.m_pszName));
     box->setObjectName(parameter.m_pszName);
     box->setChecked(value != 0);
-    form.addRow(QString(), box);
-    connect(box, &QCheckBox::toggled, this, &ParameterDialog::fnChanged);
+    fnGetForm().addRow(QString(), box);
+    connect(box, &QCheckBox::toggled, this, &ParameterDialog::fnOnValue);
     m_Readers.emplace_back([box] { return box->isChecked() ? 1 : 0; });
     m_Resetters.emplace_back([box, value] { box->setChecked(value != 0); });
 }
 
-void ParameterDialog::fnAddColor(const Parameter& parameter, int value, QFormLayout& form) {
+void ParameterDialog::fnAddColor(const Parameter& parameter, int value) {
     auto* const button = new ColorButton(CqColor(static_cast<unsigned long>(value)));
     button->setObjectName(parameter.m_pszName);
-    form.addRow(tr(parameter.m_pszName), button);
-    connect(button, &ColorButton::colorChanged, this, &ParameterDialog::fnChanged);
+    fnGetForm().addRow(tr(parameter.m_pszName), button);
+    connect(button, &ColorButton::colorChanged, this, &ParameterDialog::fnOnValue);
     const auto read = [button] {
         return static_cast<int>(static_cast<unsigned long>(button->fnGetColor()));
     };
@@ -129,11 +113,11 @@ void ParameterDialog::fnAddColor(const Parameter& parameter, int value, QFormLay
         [button, value] { button->fnSetColor(CqColor(static_cast<unsigned long>(value))); });
 }
 
-void ParameterDialog::fnAddLock(QVBoxLayout& layout) {
+void ParameterDialog::fnAddLock() {
     auto* const lock = new QCheckBox(tr("&Keep proportions"));
     lock->setObjectName("proportions");
     lock->setChecked(true);
-    layout.addWidget(lock);
+    fnGetForm().addRow(QString(), lock);
     const double width = m_Numbers[0]->value();
     const double height = m_Numbers[1]->value();
     const auto follow = [this, lock](QSpinBox* box, double ratio) {
@@ -156,14 +140,20 @@ void ParameterDialog::fnAddLock(QVBoxLayout& layout) {
     });
 }
 
-void ParameterDialog::fnChanged() {
-    m_Soon.start(0);
+void ParameterDialog::fnOnValue() {
+    if (m_pBytes) {
+        const CqImage& image = fnGetView().fnGetDocument().fnGetImage();
+        m_pBytes->fnTell(fnFindPlacement(m_Operation, image, fnGetValues()).m_Size, image.BitCount);
+    }
+    fnChanged();
 }
 
 void ParameterDialog::fnShowPreview() {
-    if (!m_pShow)
-        return;
-    m_pShow->isChecked() ? m_Preview.fnShow(fnGetValues()) : m_Preview.fnHide();
+    m_Preview.fnShow(fnGetValues());
+}
+
+void ParameterDialog::fnHidePreview() {
+    m_Preview.fnHide();
 }
 
 } // namespace darkroom

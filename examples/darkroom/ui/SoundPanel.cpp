@@ -1,5 +1,6 @@
 #include "examples/darkroom/ui/SoundPanel.h"
 
+#include "examples/darkroom/model/Progress.h"
 #include "platforms/qt/CqImageView.h"
 #include "plugins/WaveFile.h"
 #include "q32Base/frame/Messages.h"
@@ -18,6 +19,7 @@
 #include <QStyle>
 #include <QToolButton>
 #include <QVBoxLayout>
+#include <utility>
 
 namespace darkroom {
 
@@ -37,8 +39,9 @@ LRESULT SoundPanel::Owner::SendMessage(UINT message, WPARAM, LPARAM) {
     return 0;
 }
 
-SoundPanel::SoundPanel(const HostSetup& setup, QWidget* parent)
-    : QWidget(parent), m_Owner(*this), m_pView(new CqImageView), m_pName(new QLabel) {
+SoundPanel::SoundPanel(const HostSetup& setup, Run run, QWidget* parent)
+    : QWidget(parent), m_Run(std::move(run)), m_Owner(*this), m_pView(new CqImageView),
+      m_pName(new QLabel) {
     auto* const layout = new QVBoxLayout(this);
     m_pName->setText(tr("No sound"));
     layout->addWidget(m_pName);
@@ -73,7 +76,7 @@ void SoundPanel::fnAddButtons(QHBoxLayout& row) {
         row.addWidget(button);
         return button;
     };
-    QToolButton* const open = add("soundOpen", tr("Load a sound"), QStyle::SP_DialogOpenButton);
+    m_pOpen = add("soundOpen", tr("Load a sound"), QStyle::SP_DialogOpenButton);
     m_pPlay = add("soundPlay", tr("Play"), QStyle::SP_MediaPlay);
     m_pPause = add("soundPause", tr("Pause"), QStyle::SP_MediaPause);
     m_pStop = add("soundStop", tr("Stop"), QStyle::SP_MediaStop);
@@ -81,7 +84,7 @@ void SoundPanel::fnAddButtons(QHBoxLayout& row) {
         add("soundLoop", tr("Again and again, from the next start"), QStyle::SP_BrowserReload);
     m_pLoop->setCheckable(true);
     row.addStretch();
-    connect(open, &QToolButton::clicked, this, &SoundPanel::fnAsk);
+    connect(m_pOpen, &QToolButton::clicked, this, &SoundPanel::fnAsk);
     connect(m_pPlay, &QToolButton::clicked, this, &SoundPanel::fnPlay);
     connect(m_pPause, &QToolButton::clicked, this, [this] {
         m_Wave.fnPause();
@@ -152,16 +155,20 @@ void SoundPanel::fnAsk() {
 }
 
 bool SoundPanel::fnLoad(const QString& path) {
-    m_Wave.fnStop();
-    const CqWaveFileResult result = q32ReadWave(QFile::encodeName(path).constData(), m_Wave);
-    if (!result.fnIsDone()) {
-        q32ShowMsg(result.m_nMsgId, nullptr, result.m_strPath, nullptr, 0);
+    const QString name = QFileInfo(path).fileName();
+    CqWave fresh;
+    const bool done = m_Run(tr("Loading %1").arg(name), [&](CqProgressDisplay* progress) {
+        PictureProgress told(progress);
+        return q32ReadWave(QFile::encodeName(path).constData(), fresh, &told);
+    });
+    if (!done)
         return false;
-    }
+    m_Wave.fnStop();
+    m_Wave.fnSwapBuf(fresh);
     const WAVEFORMATEX format = m_Wave.fnGetFormat();
     m_pName->setText(
         tr("%1: %2 s, %3 Hz, %4 bits, %5")
-            .arg(QFileInfo(path).fileName())
+            .arg(name)
             .arg(static_cast<double>(m_Wave.fnGetFrameCount()) / format.nSamplesPerSec, 0, 'f', 1)
             .arg(format.nSamplesPerSec)
             .arg(format.wBitsPerSample)
@@ -169,6 +176,10 @@ bool SoundPanel::fnLoad(const QString& path) {
     fnDraw();
     fnFollow();
     return true;
+}
+
+void SoundPanel::fnEnableLoading(bool on) {
+    m_pOpen->setEnabled(on);
 }
 
 void SoundPanel::fnDraw() {

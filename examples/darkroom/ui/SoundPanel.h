@@ -1,10 +1,12 @@
 #pragma once
 
+#include "examples/darkroom/model/Document.h"
 #include "examples/darkroom/ui/HostSetup.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/sound/CqSoundCtrl.h"
 #include "q32Base/sound/CqWave.h"
 
+#include <functional>
 #include <QTimer>
 #include <QWidget>
 #include <vector>
@@ -24,11 +26,18 @@ class SoundPanel : public QWidget {
     Q_OBJECT
 
 public:
-    explicit SoundPanel(const HostSetup& setup, QWidget* parent = nullptr);
+    /// Does some work while nothing else can be started, and shows how far it is and the message
+    /// that it ends with; false when it wasn't done.
+    using Run =
+        std::function<bool(const QString& what, const std::function<Outcome(CqProgressDisplay*)>&)>;
+
+    SoundPanel(const HostSetup& setup, Run run, QWidget* parent = nullptr);
     ~SoundPanel() override;
 
-    /// Shows the library's message when it can't be read; the former sound stays then.
+    /// When it can't be read, or the user stops it, the former sound stays, and plays on.
     bool fnLoad(const QString& path);
+    /// Whether a sound may be loaded now.
+    void fnEnableLoading(bool on);
     const CqWave& fnGetWave() const { return m_Wave; }
 
 private:
@@ -60,6 +69,7 @@ private:
     void fnFollow();
     void fnFollowMixer();
 
+    const Run m_Run;
     CqWave m_Wave;
     CqImage m_Picture; ///< the oscillogram, in pixels of the screen
     Owner m_Owner;
@@ -67,6 +77,7 @@ private:
     std::vector<Level> m_Levels;
     CqImageView* m_pView;
     QLabel* m_pName;
+    QToolButton* m_pOpen = nullptr;
     QToolButton* m_pPlay = nullptr;
     QToolButton* m_pPause = nullptr;
     QToolButton* m_pStop = nullptr;

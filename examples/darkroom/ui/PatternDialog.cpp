@@ -1,0 +1,54 @@
+#include "examples/darkroom/ui/PatternDialog.h"
+
+#include "examples/darkroom/model/Pictures.h"
+#include "examples/darkroom/ui/Guard.h"
+#include "examples/darkroom/ui/SeenPart.h"
+
+#include <QSpinBox>
+
+namespace darkroom {
+
+PatternDialog::PatternDialog(CqImage& pattern, PictureView& view, QWidget* parent)
+    : PreviewDialog(tr("Fill with Pattern"), view, parent), m_Pattern(pattern),
+      m_pX(fnAddPixels(tr("Left:"), "x", 0, static_cast<int>(pattern.Width) - 1)),
+      m_pY(fnAddPixels(tr("Top:"), "y", 0, static_cast<int>(pattern.Height) - 1)) {
+    for (QSpinBox* box : {m_pX, m_pY})
+        box->setWrapping(true); // tiles that are moved by one of them lie as they did
+    fnAddFoot();
+    fnChanged();
+}
+
+PatternDialog::~PatternDialog() {
+    fnGetView().fnHidePreview();
+}
+
+CPoint PatternDialog::fnGetCorner() const {
+    return {m_pX->value(), m_pY->value()};
+}
+
+void PatternDialog::fnShowPreview() {
+    PictureView& view = fnGetView();
+    view.fnHidePreview();
+    fnTry([&] {
+        Document& document = view.fnGetDocument();
+        const bool selected = document.fnHasSelection();
+        const CRect edited = document.fnGetEdited();
+        SelectionReader selection(document);
+        PixelReader tile(m_Pattern);
+        PixelReader below(document.fnGetImage());
+        const auto width = static_cast<LONG>(m_Pattern.Width);
+        const auto height = static_cast<LONG>(m_Pattern.Height);
+        const CPoint corner(edited.left + fnGetCorner().x, edited.top + fnGetCorner().y);
+        fnShowPart(view, edited, [&](int x, int y) {
+            return selected && !selection.fnHas(x, y)
+                       ? below.fnRead(x, y)
+                       : tile.fnRead(fnModulo(x - corner.x, width), fnModulo(y - corner.y, height));
+        });
+    });
+}
+
+void PatternDialog::fnHidePreview() {
+    fnGetView().fnHidePreview();
+}
+
+} // namespace darkroom

@@ -1,0 +1,23 @@
+#include "examples/darkroom/ui/SizeLabel.h"
+
+#include "examples/darkroom/model/Pictures.h"
+#include "examples/darkroom/ui/Texts.h"
+
+#include <QPushButton>
+
+namespace darkroom {
+
+SizeLabel::SizeLabel(QPushButton& ok, QWidget* parent) : QLabel(parent), m_Ok(ok) {
+    setObjectName("bytes");
+}
+
+void SizeLabel::fnTell(const QSize& size, unsigned int bits) {
+    const std::uint64_t bytes = fnCountBytes(static_cast<std::uint64_t>(size.width()),
+                                             static_cast<std::uint64_t>(size.height()), bits);
+    const bool possible = bytes <= kMostBytes;
+    const QString text = fnTellSize(bytes);
+    setText(possible ? text : tr("%1; %2 is the most").arg(text, fnTellSize(kMostBytes)));
+    m_Ok.setEnabled(possible);
+}
+
+} // namespace darkroom
