@@ -64,7 +64,7 @@ protected:
     /// A file with some seconds of silence.
     /// @param frames  of 4 bytes
     QString fnMakeSound(const QString& name, unsigned long frames) const {
-        const QString path = fnPath(name);
+        QString path = fnPath(name);
         const CqWave wave(2, 16, 48000, frames, true);
         EXPECT_TRUE(q32WriteWave(QFile::encodeName(path).constData(), wave).fnIsDone());
         return path;

@@ -36,7 +36,7 @@ protected:
                           static_cast<BYTE>(i * 31), 0};
         CqImage image;
         fnFillNoise(image, width, height, bits, bits, bits == 8 ? palette.data() : nullptr);
-        const QString path = fnPath(name);
+        QString path = fnPath(name);
         // 16 bits stay 16 bits in this format alone.
         EXPECT_TRUE(q32WritePicture(QFile::encodeName(path).constData(), image,
                                     bits == 16 ? PICTURE_BMP : PICTURE_PNG)
