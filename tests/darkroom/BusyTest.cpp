@@ -198,12 +198,13 @@ TEST_F(DarkroomBusy, EscWhileAPictureIsMergedLeavesAllAsItWas) {
         int looks = 0;
         m_OnLook = [this, looks]() mutable {
             if (++looks == 3)
-                fnPostKey(Qt::Key_Escape);
+                fnHoldKey(Qt::Key_Escape, VK_ESCAPE);
         };
         fnAccept(dialog);
     });
     m_pWindow->fnMerge(over);
     m_OnLook = {};
+    fnReleaseKey(Qt::Key_Escape);
     EXPECT_TRUE(m_pWindow->statusBar()->currentMessage().contains("Merge: stopped"));
     fnExpectReady();
     EXPECT_EQ(fnBytes(), before);
