@@ -4,11 +4,14 @@
 #include "examples/darkroom/ui/ColorButton.h"
 #include "examples/darkroom/ui/PictureView.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 #include <QCheckBox>
 #include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QPushButton>
 #include <QSlider>
 #include <QSpinBox>
@@ -21,6 +24,12 @@ namespace {
 
 constexpr int kSliderWidth = 240;
 constexpr int kBoxWidth = 80;
+/// The whole number nearest to a length that may lie beyond what a box holds.
+int fnToLength(double length) {
+    constexpr double kMost = std::numeric_limits<int>::max();
+    return static_cast<int>(std::clamp(std::round(length), 1.0, kMost));
+}
+
 /// Ranges beyond this can't be set with a slider.
 constexpr int kSliderRange = 1000;
 
@@ -37,7 +46,7 @@ ParameterDialog::ParameterDialog(const Operation& operation, Document& document,
     for (std::size_t i = 0; i < start.size(); ++i)
         fnAdd(operation.m_Parameters[i], start[i], *form);
     if (operation.m_ePreview == PreviewKind::SIZE)
-        fnAddLock(*layout);
+        fnAddLock(*layout, static_cast<double>(start[1]) / start[0]);
     if (operation.m_ePreview != PreviewKind::NONE) {
         m_pShow = new QCheckBox(tr("&Preview"));
         m_pShow->setObjectName("preview");
@@ -83,7 +92,10 @@ void ParameterDialog::fnAdd(const Parameter& parameter, int value, QFormLayout& 
 
 void ParameterDialog::fnAddNumber(const Parameter& parameter, int value, QFormLayout& form) {
     auto* const row = new QHBoxLayout;
+    auto* const label = new QLabel(tr(parameter.m_pszName));
     auto* const box = new QSpinBox;
+    box->setAccessibleName(label->text());
+    label->setBuddy(box);
     box->setRange(parameter.m_nLow, parameter.m_nHigh);
     box->setSuffix(QString::fromUtf8(parameter.m_pszUnit));
     box->setValue(value);
@@ -94,12 +106,13 @@ void ParameterDialog::fnAddNumber(const Parameter& parameter, int value, QFormLa
         slider->setRange(parameter.m_nLow, parameter.m_nHigh);
         slider->setValue(value);
         slider->setMinimumWidth(kSliderWidth);
+        slider->setAccessibleName(label->text());
         connect(slider, &QSlider::valueChanged, box, &QSpinBox::setValue);
         connect(box, &QSpinBox::valueChanged, slider, &QSlider::setValue);
         row->addWidget(slider, 1);
     }
     row->addWidget(box);
-    form.addRow(tr(parameter.m_pszName), row);
+    form.addRow(label, row);
     connect(box, &QSpinBox::valueChanged, this, &ParameterDialog::fnChanged);
     m_Numbers.push_back(box);
     m_Readers.emplace_back([box] { return box->value(); });
@@ -119,6 +132,7 @@ void ParameterDialog::fnAddSwitch(const Parameter& parameter, int value, QFormLa
 void ParameterDialog::fnAddColor(const Parameter& parameter, int value, QFormLayout& form) {
     auto* const button = new ColorButton(CqColor(static_cast<unsigned long>(value)));
     button->setObjectName(parameter.m_pszName);
+    button->setAccessibleName(tr(parameter.m_pszName));
     form.addRow(tr(parameter.m_pszName), button);
     connect(button, &ColorButton::colorChanged, this, &ParameterDialog::fnChanged);
     const auto read = [button] {
@@ -129,31 +143,39 @@ void ParameterDialog::fnAddColor(const Parameter& parameter, int value, QFormLay
         [button, value] { button->fnSetColor(CqColor(static_cast<unsigned long>(value))); });
 }
 
-void ParameterDialog::fnAddLock(QVBoxLayout& layout) {
+void ParameterDialog::fnAddLock(QVBoxLayout& layout, double ratio) {
     auto* const lock = new QCheckBox(tr("&Keep proportions"));
     lock->setObjectName("proportions");
     lock->setChecked(true);
     layout.addWidget(lock);
-    const double width = m_Numbers[0]->value();
-    const double height = m_Numbers[1]->value();
-    const auto follow = [this, lock](QSpinBox* box, double ratio) {
-        return [this, lock, box, ratio](int value) {
+    QSpinBox* const width = m_Numbers[0];
+    QSpinBox* const height = m_Numbers[1];
+    const auto follow = [this, lock](QSpinBox* box, double factor) {
+        return [this, lock, box, factor](int value) {
             // What follows must not lead in turn: it is rounded.
             if (!lock->isChecked() || std::exchange(m_bFollows, true))
                 return;
-            box->setValue(static_cast<int>(std::lround(value * ratio)));
+            box->setValue(fnToLength(value * factor));
             m_bFollows = false;
         };
     };
-    connect(m_Numbers[0], &QSpinBox::valueChanged, this, follow(m_Numbers[1], height / width));
-    connect(m_Numbers[1], &QSpinBox::valueChanged, this, follow(m_Numbers[0], width / height));
-    connect(lock, &QCheckBox::toggled, this, [this, ratio = height / width](bool on) {
+    connect(width, &QSpinBox::valueChanged, this, follow(height, ratio));
+    connect(height, &QSpinBox::valueChanged, this, follow(width, 1 / ratio));
+    // While they go together, none gets where the other one can't follow.
+    const auto limit = [width, height, ratio, mostWidth = width->maximum(),
+                        mostHeight = height->maximum()](bool on) {
+        width->setMaximum(on ? std::min(mostWidth, fnToLength(mostHeight / ratio)) : mostWidth);
+        height->setMaximum(on ? std::min(mostHeight, fnToLength(mostWidth * ratio)) : mostHeight);
+    };
+    connect(lock, &QCheckBox::toggled, this, [=, this](bool on) {
+        limit(on);
         if (on) {
             m_bFollows = true;
-            m_Numbers[1]->setValue(static_cast<int>(std::lround(m_Numbers[0]->value() * ratio)));
+            height->setValue(fnToLength(width->value() * ratio));
             m_bFollows = false;
         }
     });
+    limit(true);
 }
 
 void ParameterDialog::fnChanged() {

@@ -31,7 +31,8 @@ private:
     void fnAddNumber(const Parameter& parameter, int value, QFormLayout& form);
     void fnAddSwitch(const Parameter& parameter, int value, QFormLayout& form);
     void fnAddColor(const Parameter& parameter, int value, QFormLayout& form);
-    void fnAddLock(QVBoxLayout& layout);
+    /// @param ratio  the picture's height to its width
+    void fnAddLock(QVBoxLayout& layout, double ratio);
     void fnChanged();
     void fnShowPreview();
 
