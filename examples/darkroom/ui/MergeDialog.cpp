@@ -30,6 +30,7 @@ MergeDialog::MergeDialog(CqImage& over, bool hasSelection, PictureView& view, QW
     if (over.BitCount == 32)
         offer(tr("By its alpha"), MergeRule::ALPHA);
     m_pRule->setObjectName("rule");
+    m_pKey->setAccessibleName(tr("Key color"));
     m_pX->setObjectName("x");
     m_pY->setObjectName("y");
     form->addRow(tr("What:"), m_pRule);

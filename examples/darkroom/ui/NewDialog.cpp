@@ -35,6 +35,7 @@ NewDialog::NewDialog(QWidget* parent)
     m_pWidth->setObjectName("width");
     m_pHeight->setObjectName("height");
     m_pBytes->setObjectName("bytes");
+    m_pColor->setAccessibleName(tr("Color"));
     m_pWidth->setValue(kStartWidth);
     m_pHeight->setValue(kStartHeight);
     form->addRow(tr("&Width:"), m_pWidth);
