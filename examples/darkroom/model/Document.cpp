@@ -163,7 +163,7 @@ Outcome Document::fnNew(unsigned int width, unsigned int height, const CqColor& 
 
 Outcome Document::fnDo(const char* name, bool moves, const Edit& edit,
                        CqProgressDisplay* progress) {
-    const Outcome outcome = fnGuard([&] {
+    Outcome outcome = fnGuard([&] {
         auto snapshot = std::make_unique<Snapshot>();
         snapshot->m_Change = {name, moves, m_nState, m_nLastState + 1};
         SpanProgress copying(progress, 0, kCopyPercent);
@@ -310,7 +310,7 @@ bool Document::fnSetLevels(unsigned int levels) {
 Outcome Document::fnSelect(CqMask& mask, Combine how, CqProgressDisplay* progress) {
     if (!fnCanSelect())
         return fnStop();
-    const Outcome outcome = fnGuard([&] {
+    Outcome outcome = fnGuard([&] {
         if (!m_Selection)
             m_Selection.emplace();
         return fnCombineMasks(*m_Selection, mask, how, progress) ? Outcome() : fnStop();
