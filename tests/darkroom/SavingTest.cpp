@@ -20,7 +20,7 @@ protected:
 
     /// A TIFF of two pages. The second directory, a copy of the first one, has the same pixels.
     QString fnMakePages(const QString& name) const {
-        const QString path = fnMakePicture(name, 60, 40);
+        QString path = fnMakePicture(name, 60, 40);
         QByteArray bytes = fnRead(path);
         std::uint32_t first = 0;
         std::memcpy(&first, bytes.constData() + 4, 4);
@@ -41,7 +41,7 @@ protected:
     QString fnMakeAlpha(const QString& name) const {
         CqImage image;
         fnFillNoise(image, 60, 40, 32, 5);
-        const QString path = fnPath(name);
+        QString path = fnPath(name);
         EXPECT_TRUE(
             q32WritePicture(QFile::encodeName(path).constData(), image, PICTURE_PNG).fnIsDone());
         return path;
