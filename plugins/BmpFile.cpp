@@ -191,6 +191,8 @@ void fnReadBmp(CqPictureInput& input, CqPictureTarget& target) {
         fnReadRle(input, header, target);
     else
         fnReadPlain(input, header, target);
+    if (header.fnHoldsMore())
+        target.fnNoteReduced();
     target.fnSetDotsPerMeter(header.m_Info.biXPelsPerMeter, header.m_Info.biYPelsPerMeter);
 }
 
@@ -274,6 +276,6 @@ void fnWriteBmp(CqPictureOutput& output, CqPictureSource& source, const CqPictur
 } // namespace
 
 const CqPictureCodec kBmpCodec = {
-    {PICTURE_BMP, "BMP", "bmp dib", true}, fnKnowsBmp, fnReadBmp, fnWriteBmp};
+    {PICTURE_BMP, "BMP", "bmp dib", true, true}, fnKnowsBmp, fnReadBmp, fnWriteBmp};
 
 } // namespace q32

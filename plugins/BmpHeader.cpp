@@ -4,7 +4,9 @@
 #include "plugins/PictureCodec.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
+#include <iterator>
 
 namespace q32 {
 
@@ -15,6 +17,10 @@ constexpr std::uint32_t kMaxHeaderBytes = 124;
 /// Headers below this have no alpha mask.
 constexpr std::uint32_t kAlphaHeaderBytes = 56;
 constexpr DWORD kBitFieldsWithAlpha = 6;
+/// The longest header tells which colours are meant, by four letters as a number.
+constexpr std::uint32_t kColorSpaceAt = 56;
+constexpr std::uint32_t kEmbeddedProfile = 0x4D424544;
+constexpr std::uint32_t kLinkedProfile = 0x4C494E4B;
 
 template <typename Value>
 Value fnGet(const unsigned char* bytes, std::size_t at) {
@@ -45,6 +51,9 @@ void fnReadInfo(CqPictureInput& input, BmpHeader& header) {
         throw CqPictureFailure{PICTURE_CORRUPTED};
     }
     info.biSize = size;
+    const auto space = fnGet<std::uint32_t>(bytes, kColorSpaceAt);
+    header.m_bProfile =
+        size == kMaxHeaderBytes && (space == kEmbeddedProfile || space == kLinkedProfile);
     if (size == kBmpInfoHeaderBytes && info.biCompression == BI_BITFIELDS)
         fnReadExactly(input, bytes + kBmpMasksAt, 12);
     if (size == kBmpInfoHeaderBytes && info.biCompression == kBitFieldsWithAlpha)
@@ -126,6 +135,14 @@ unsigned int BmpHeader::fnImageDepth() const {
     if (fnIs555() || fnIs565())
         return 16;
     return m_Masks[3] != 0 ? 32 : 24;
+}
+
+bool BmpHeader::fnHoldsMore() const {
+    const bool wide =
+        m_Info.biBitCount > 8 && std::any_of(std::begin(m_Masks), std::end(m_Masks), [](auto mask) {
+            return mask >> (mask ? std::countr_zero(mask) : 0) > 0xFF;
+        });
+    return wide || m_bProfile;
 }
 
 bool BmpHeader::fnHasMasks16(std::uint32_t red, std::uint32_t green) const {

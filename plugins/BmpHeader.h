@@ -28,11 +28,14 @@ struct BmpHeader {
     std::uint32_t m_nPixelsAt = 0; ///< in the file
     RGBQUAD m_Colors[256] = {};
     unsigned int m_nColors = 0;
+    bool m_bProfile = false;       ///< a colour profile goes with it
     std::uint32_t m_Masks[4] = {}; ///< red, green, blue, alpha; 0 for one that isn't there
 
     bool fnIs555() const { return fnHasMasks16(0x7C00, 0x03E0); }
     bool fnIs565() const { return fnHasMasks16(0xF800, 0x07E0); }
     unsigned int fnImageDepth() const;
+    /// Whether there is more in a pixel, or about it, than an image takes.
+    bool fnHoldsMore() const;
 
 private:
     bool fnHasMasks16(std::uint32_t red, std::uint32_t green) const;

@@ -55,6 +55,9 @@ public:
     /// Notes the resolution, unless one of the values can't be told.
     void fnSetDotsPerMeter(double x, double y);
     void fnSetTitle(const char* title) { m_Image.Title = title; }
+    /// Notes that the file holds what the image doesn't take, as CqPictureResult tells it.
+    void fnNoteReduced() { m_bReduced = true; }
+    bool fnIsReduced() const { return m_bReduced; }
     void fnTell(std::uint64_t done, std::uint64_t total) { m_Steps.fnTell(done, total); }
 
     CqImage& fnGetImage() { return m_Image; }
@@ -63,6 +66,7 @@ private:
     CqImage& m_Image;
     CqImageTile m_Tile;
     CqPictureSteps m_Steps;
+    bool m_bReduced = false;
 };
 
 } // namespace q32

@@ -27,6 +27,9 @@ constexpr int kMaxScans = 200;
 constexpr long kMaxCoefficientBytes = 1L << 30;
 constexpr std::size_t kOutputBlock = 16384;
 constexpr double kInchesPerMeter = 1 / 0.0254;
+/// Of a camera's and an editor's notes, colour profiles, further pictures, and a printer's notes.
+/// That they are there is all that is looked at.
+constexpr int kNoteMarkers[] = {JPEG_APP0 + 1, JPEG_APP0 + 2, JPEG_APP0 + 13};
 constexpr int kDotsPerInchUnit = 1;
 constexpr int kDotsPerCentimeterUnit = 2;
 
@@ -146,6 +149,10 @@ public:
     void fnAllocImage(CqPictureTarget& target);
     void fnReadScans(CqPictureTarget& target);
     void fnReadRows(CqPictureTarget& target);
+    /// Whether the file holds more than the image takes: inks, or notes.
+    bool fnHoldsMore() const {
+        return m_Jpeg.out_color_space == JCS_CMYK || m_Jpeg.marker_list != nullptr;
+    }
 
 private:
     template <typename Call>
@@ -164,7 +171,11 @@ private:
 void JpegReader::fnOpen() {
     m_Jpeg.err = fnPrepareErrors(m_State);
     m_Jpeg.client_data = &m_State;
-    fnCall([this] { jpeg_create_decompress(&m_Jpeg); });
+    fnCall([this] {
+        jpeg_create_decompress(&m_Jpeg);
+        for (const int marker : kNoteMarkers)
+            jpeg_save_markers(&m_Jpeg, marker, 1);
+    });
     m_Source.init_source = fnNothing;
     m_Source.fill_input_buffer = fnFillInput;
     m_Source.skip_input_data = fnSkipInput;
@@ -270,6 +281,8 @@ void fnReadJpeg(CqPictureInput& input, CqPictureTarget& target) {
     reader->fnStart();
     reader->fnAllocImage(target);
     reader->fnReadScans(target);
+    if (reader->fnHoldsMore()) // the end of the rows forgets the markers
+        target.fnNoteReduced();
     reader->fnReadRows(target);
 }
 
@@ -355,6 +368,6 @@ void fnWriteJpeg(CqPictureOutput& output, CqPictureSource& source,
 } // namespace
 
 const CqPictureCodec kJpegCodec = {
-    {PICTURE_JPEG, "JPEG", "jpg jpeg jpe jfif", true}, fnKnowsJpeg, fnReadJpeg, fnWriteJpeg};
+    {PICTURE_JPEG, "JPEG", "jpg jpeg jpe jfif", true, false}, fnKnowsJpeg, fnReadJpeg, fnWriteJpeg};
 
 } // namespace q32

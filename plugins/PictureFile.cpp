@@ -72,13 +72,15 @@ const CqPictureFormat* q32FindPictureFormat(const char* path) {
 }
 
 CqPictureResult q32ReadPicture(const char* path, CqImage& image, CqPictureProgress* progress) {
-    return fnRunOnFile(path, [&] {
+    bool reduced = false;
+    CqPictureResult result = fnRunOnFile(path, [&] {
         CqPictureInput input(path);
         const CqPictureCodec& codec = fnRecognise(input);
         CqImage fresh;
         {
             CqPictureTarget target(fresh, progress);
             codec.m_pRead(input, target);
+            reduced = target.fnIsReduced();
         }
         // From here on nothing fails.
         image.fnSwapBuf(fresh);
@@ -88,6 +90,8 @@ CqPictureResult q32ReadPicture(const char* path, CqImage& image, CqPictureProgre
         image.fnSetPluginData(nullptr);
         image.fnSetFioPlugin(codec.m_Format.m_eFormat);
     });
+    result.m_bReduced = reduced && result.fnIsDone();
+    return result;
 }
 
 CqPictureResult q32WritePicture(const char* path, CqImage& image, PICTURE_FORMAT format,

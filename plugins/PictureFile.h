@@ -16,8 +16,8 @@
 /// - BMP of 16 bits in 5-5-5 or 5-6-5 becomes a 16-bit image; of 32 bits, 24 bits unless the file
 ///   tells an alpha mask. RLE8 goes through the DIB interchange of CqImage, whose oddities hold;
 /// - CMYK becomes 24 bits by plain multiplication. Gamma, colour profiles and the orientation that
-/// a
-///   camera notes are not applied;
+///   a camera notes are not applied;
+/// - the first picture of a file that holds several;
 /// - resolution, rounded to whole dots per inch; the image's start value where the file tells none;
 /// - the title (PNG: text "Title"; TIFF: document name, else description), its bytes as they stand.
 /// A picture of 4 GiB or more is refused as too large for memory.
@@ -43,6 +43,7 @@ struct CqPictureFormat {
     const char* m_pszName;
     const char* m_pszExtensions; ///< lower case, without dots, the usual one first, spaces between
     bool m_bCanWrite;
+    bool m_bHasAlpha; ///< of 32 bits, a file keeps all four
 };
 
 /// All formats that can be read.
@@ -68,6 +69,11 @@ struct Q32_API CqPictureResult {
     int m_nMsgId = 0;
     bool m_bAborted = false; ///< the progress object ended the work; no message then
     CString m_strPath;       ///< the file, as the caller named it: the message's first argument
+    /// A picture was read whose file holds more than the image took: further pictures or frames,
+    /// more than 8 bits a channel, other colours than red, green and blue, channels beside these
+    /// and alpha, a colour profile, an orientation, a camera's or an editor's notes. Writing the
+    /// image over that file would lose it.
+    bool m_bReduced = false;
 
     /// Whether the picture was read or written.
     bool fnIsDone() const { return m_nMsgId == 0 && !m_bAborted; }

@@ -22,6 +22,7 @@ constexpr png_uint_32 kMaxSide = 0x7FFFFFFF;
 constexpr std::uint64_t kMaxRatio = 1032;
 constexpr int kPngSignatureBytes = 8;
 constexpr char kTitleKey[] = "Title";
+constexpr png_byte kAnimation[] = {'a', 'c', 'T', 'L', 0};
 
 /// What libpng's callbacks need, in one reachable place.
 struct PngState {
@@ -92,6 +93,7 @@ public:
     void fnAllocImage(CqPictureTarget& target);
     void fnReadRows(CqPictureTarget& target);
     void fnTakeNotes(CqPictureTarget& target);
+    bool fnHoldsMore();
 
 private:
     void fnTakeTitle(png_infop info, CqPictureTarget& target);
@@ -124,6 +126,8 @@ void PngReader::fnReadHeader() {
         png_set_read_fn(m_pPng, &m_State, fnPngRead);
         png_set_user_limits(m_pPng, kMaxSide, kMaxSide);
         png_set_chunk_malloc_max(m_pPng, kMaxChunkBytes);
+        // An animation's head tells of further frames.
+        png_set_keep_unknown_chunks(m_pPng, PNG_HANDLE_CHUNK_ALWAYS, kAnimation, 1);
         png_read_info(m_pPng, m_pInfo);
         png_get_IHDR(m_pPng, m_pInfo, &m_nWidth, &m_nHeight, &m_nDepth, &m_nColorType, nullptr,
                      nullptr, nullptr);
@@ -226,6 +230,15 @@ void PngReader::fnTakeNotes(CqPictureTarget& target) {
         target.fnSetDotsPerMeter(x, y);
 }
 
+/// Whether the file holds more than the image takes.
+bool PngReader::fnHoldsMore() {
+    png_unknown_chunkp unknown = nullptr;
+    fnCall([&] { png_get_unknown_chunks(m_pPng, m_pInfo, &unknown); });
+    constexpr png_uint_32 kNotes = PNG_INFO_iCCP | PNG_INFO_eXIf;
+    return m_nDepth == 16 || unknown ||
+           (png_get_valid(m_pPng, m_pInfo, kNotes) | png_get_valid(m_pPng, m_pEnd, kNotes)) != 0;
+}
+
 void fnReadPng(CqPictureInput& input, CqPictureTarget& target) {
     PngReader reader(input);
     reader.fnOpen();
@@ -234,6 +247,8 @@ void fnReadPng(CqPictureInput& input, CqPictureTarget& target) {
     reader.fnAllocImage(target);
     reader.fnReadRows(target);
     reader.fnTakeNotes(target);
+    if (reader.fnHoldsMore())
+        target.fnNoteReduced();
 }
 
 /// libpng's objects for writing one file.
@@ -342,6 +357,6 @@ void fnWritePng(CqPictureOutput& output, CqPictureSource& source, const CqPictur
 } // namespace
 
 const CqPictureCodec kPngCodec = {
-    {PICTURE_PNG, "PNG", "png", true}, fnKnowsPng, fnReadPng, fnWritePng};
+    {PICTURE_PNG, "PNG", "png", true, true}, fnKnowsPng, fnReadPng, fnWritePng};
 
 } // namespace q32

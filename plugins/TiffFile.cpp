@@ -226,12 +226,33 @@ void fnTakeNotes(TIFF* file, CqPictureTarget& target) {
     }
 }
 
+/// Whether the file holds more than the image takes of its first directory.
+bool fnHoldsMore(TIFF* file, const TiffLayout& layout) {
+    std::uint16_t orientation = ORIENTATION_TOPLEFT;
+    TIFFGetFieldDefaulted(file, TIFFTAG_ORIENTATION, &orientation);
+    const auto has = [file]<typename Count>(ttag_t tag, Count count) {
+        void* value = nullptr;
+        return TIFFGetField(file, tag, &count, &value) != 0;
+    };
+    const auto leads = [file](ttag_t tag) {
+        std::uint64_t offset = 0;
+        return TIFFGetField(file, tag, &offset) != 0;
+    };
+    return !TIFFLastDirectory(file) || layout.m_nBits > 8 || layout.m_eKind == TIFF_OTHER ||
+           layout.m_eKind == TIFF_CMYK || layout.m_nSamples > layout.fnUsedSamples() ||
+           orientation != ORIENTATION_TOPLEFT || has(TIFFTAG_ICCPROFILE, 0u) ||
+           has(TIFFTAG_XMLPACKET, 0u) || has(TIFFTAG_SUBIFD, std::uint16_t{0}) ||
+           leads(TIFFTAG_EXIFIFD) || leads(TIFFTAG_GPSIFD);
+}
+
 void fnReadTiff(CqPictureInput& input, CqPictureTarget& target) {
     CqTiffHandle file(input);
     const TiffLayout layout = fnReadLayout(file);
     fnCheckRoom(file, layout, input.fnGetLength());
     fnAllocImage(file, layout, target);
     fnTakeNotes(file, target);
+    if (fnHoldsMore(file, layout))
+        target.fnNoteReduced();
     file.fnWatchWarnings();
     TiffReader(file, layout, target).fnRead();
     if (file.fnHasWarned() || input.fnHasFailed())
@@ -333,6 +354,6 @@ void fnWriteTiff(CqPictureOutput& output, CqPictureSource& source,
 } // namespace
 
 const CqPictureCodec kTiffCodec = {
-    {PICTURE_TIFF, "TIFF", "tif tiff", true}, fnKnowsTiff, fnReadTiff, fnWriteTiff};
+    {PICTURE_TIFF, "TIFF", "tif tiff", true, true}, fnKnowsTiff, fnReadTiff, fnWriteTiff};
 
 } // namespace q32

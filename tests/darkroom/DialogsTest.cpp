@@ -3,10 +3,12 @@
 #include "examples/darkroom/ui/ColorButton.h"
 #include "examples/darkroom/ui/NewDialog.h"
 #include "examples/darkroom/ui/PreferencesDialog.h"
+#include "examples/darkroom/ui/Texts.h"
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "tests/darkroom/DarkroomWorld.h"
 #include "tests/darkroom/PictureTools.h"
+#include "tests/support/FailingAllocator.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -135,6 +137,59 @@ TEST_F(DarkroomWindow, PreferencesAreInForceAndOutliveTheProgram) {
         EXPECT_FALSE(q32GetDisplayProperty()->fnIsHiColorDitherEnabled()) << again;
         EXPECT_EQ(m_pWindow->fnGetDocument().fnGetLevels(), 3u) << again;
     }
+}
+
+TEST_F(DarkroomWindow, ScratchDisksComeInForceAllOrNoneWhicheverAllocationFails) {
+    CqVMPolicy& policy = *q32GetVMPolicy();
+    darkroom::PreferencesDialog dialog(3);
+    for (const char* disk : {"2", "3"}) {
+        dialog.findChild<QLineEdit*>(QString("disk") + disk)->setText(m_Folder.path());
+        dialog.findChild<QCheckBox*>(QString("diskOn") + disk)->setChecked(true);
+    }
+    const auto prepare = [&] {
+        for (unsigned int i = 1; i < CqVMPolicy::kDisks; ++i)
+            policy.fnSetDisk(i, "");
+        ASSERT_TRUE(policy.fnSerialize(false));
+    };
+    int refused = 0;
+    fnFailEachAllocation(prepare, [&](CqAllocationFailure& failure) {
+        int outcome = 0;
+        EXPECT_NO_THROW(outcome = dialog.fnApply());
+        const bool happened = failure.fnHappened();
+        failure.fnEnd();
+        EXPECT_EQ(policy.fnIsDiskEnabled(1), outcome != -1);
+        EXPECT_EQ(policy.fnIsDiskEnabled(2), outcome != -1);
+        EXPECT_TRUE(happened || outcome == 0);
+        refused += outcome == -1;
+    });
+    EXPECT_GT(refused, 1);
+}
+
+TEST_F(DarkroomWindow, TheShareThatIsInForceIsShownAndWhatItComesTo) {
+    CqVMPolicy& policy = *q32GetVMPolicy();
+    policy.fnEnableMemUsage(false);
+    policy.fnSetMemUsage(100);
+    darkroom::fnApplyMemoryShare();
+    darkroom::PreferencesDialog dialog(3);
+    auto* const on = dialog.findChild<QCheckBox*>("shareOn");
+    auto* const share = dialog.findChild<QSpinBox*>("share");
+    const auto* const bytes = dialog.findChild<QLabel*>("shareBytes");
+    const auto expect = [&](unsigned int percent) {
+        EXPECT_EQ(share->value(), static_cast<int>(percent));
+        EXPECT_EQ(bytes->text(), darkroom::fnTellSize(darkroom::fnComputeLimit(
+                                     darkroom::fnGetMachineMemory(), percent)));
+    };
+    expect(darkroom::kUsualShare);
+    EXPECT_EQ(bytes->text(), darkroom::fnTellSize(policy.fnGetRamLimit()));
+    on->setChecked(true);
+    for (const unsigned int percent : {1u, 3u, 20u}) {
+        share->setValue(static_cast<int>(percent));
+        expect(percent);
+    }
+    on->setChecked(false);
+    expect(darkroom::kUsualShare);
+    EXPECT_EQ(dialog.fnApply(), 0);
+    EXPECT_EQ(bytes->text(), darkroom::fnTellSize(policy.fnGetRamLimit()));
 }
 
 TEST_F(DarkroomWindow, AScratchFolderThatCannotBeUsedIsRefused) {

@@ -57,6 +57,30 @@ TEST_F(DarkroomDocument, KeepsThePictureWhenAnotherOneCannotBeOpened) {
     EXPECT_EQ(fnBytesOf(document.fnGetImage()), before);
 }
 
+TEST_F(DarkroomDocument, ANewPictureHasNothingOfTheOneBefore) {
+    struct Mark : CObject {
+        explicit Mark(bool& gone) : m_bGone(gone) {}
+        ~Mark() override { m_bGone = true; }
+        bool& m_bGone;
+    };
+    Document document(5);
+    ASSERT_TRUE(document.fnOpen(kPath, nullptr).fnIsDone());
+    CqImage& image = document.fnGetImage();
+    bool gone = false;
+    image.DpiX = 300;
+    image.DpiY = 150;
+    image.Title = "before";
+    image.fnSetPluginData(new Mark(gone));
+    ASSERT_EQ(image.fnGetFioPlugin(), PICTURE_PNG);
+    ASSERT_TRUE(document.fnNew(50, 40, CqColor(), nullptr).fnIsDone());
+    const CqImage fresh;
+    EXPECT_EQ(image.DpiX, fresh.DpiX);
+    EXPECT_EQ(image.DpiY, fresh.DpiY);
+    EXPECT_EQ(image.Title, "");
+    EXPECT_EQ(image.fnGetFioPlugin(), fresh.fnGetFioPlugin());
+    EXPECT_TRUE(gone);
+}
+
 TEST_F(DarkroomDocument, GoesBackAndForthThroughItsHistory) {
     Document document(5);
     ASSERT_TRUE(document.fnOpen(kPath, nullptr).fnIsDone());

@@ -180,6 +180,17 @@ TEST_F(DarkroomFiles, ADropAsksWhatBecomesOfChanges) {
     EXPECT_TRUE(fnWaitFor([&] { return fnStartsWith("other.bmp"); }));
 }
 
+TEST_F(DarkroomFiles, AFileThatIsDroppedJustBeforeADialogIsToldOf) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("shown.png", 60, 40)));
+    EXPECT_TRUE(fnDropFiles({fnMakePicture("dropped.png", 30, 20)})->isAccepted());
+    const auto told = [&] { return m_pWindow->statusBar()->currentMessage(); };
+    fnDo("hue", [&](QDialog& dialog) {
+        EXPECT_TRUE(fnWaitFor([&] { return told().contains("dropped.png"); }));
+        dialog.reject();
+    });
+    EXPECT_TRUE(fnStartsWith("shown.png")) << "the dialog was about this one";
+}
+
 TEST_F(DarkroomFiles, AFileThatCannotBeReadLeavesThePictureAlone) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("good.png", 60, 40)));
     QFile bad(fnPath("bad.png"));

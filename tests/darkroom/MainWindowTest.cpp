@@ -6,6 +6,7 @@
 #include "tests/darkroom/DarkroomWorld.h"
 #include "tests/darkroom/PictureTools.h"
 
+#include <functional>
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
@@ -16,6 +17,7 @@
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QPlainTextEdit>
+#include <QSettings>
 #include <QSpinBox>
 #include <QStatusBar>
 #include <QTest>
@@ -24,6 +26,7 @@
 #include <QWheelEvent>
 #include <QWindow>
 #include <utility>
+#include <vector>
 
 using darkroom::Document;
 using darkroom::fnFindOperation;
@@ -164,6 +167,77 @@ TEST_F(DarkroomWindow, WheelAndKeysZoomAndTheMouseMovesThePicture) {
     fnDrag(place, place - QPoint(30, 20));
     const double scale = view.devicePixelRatioF();
     EXPECT_EQ(view.fnToImage(place) - before, QPointF(30, 20) * scale);
+}
+
+TEST_F(DarkroomWindow, TheViewIsDrawnAnewForAnotherPictureAlone) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("reduced.bmp", 2400, 1600)));
+    darkroom::PictureView& view = m_pWindow->fnGetView();
+    view.fnSetZoom(0.1);
+    const auto settle = [&] {
+        QCoreApplication::processEvents();
+        ASSERT_TRUE(fnWaitFor([&] { return !view.fnIsRefining() && view.fnDrawNow() == 0; }));
+    };
+    const std::vector<CqPoint2D> corners = {{100, 80}, {900, 700}};
+    const std::pair<const char*, std::function<void()>> keeps[] = {
+        {"select",
+         [&] {
+             EXPECT_TRUE(m_pWindow->fnGetDocument()
+                             .fnSelectShape(darkroom::ShapeKind::ELLIPSE, corners,
+                                            Document::Combine::REPLACE, nullptr)
+                             .fnIsDone());
+         }},
+        {"none", [&] { fnAction("selectNone").trigger(); }},
+        {"save", [&] { EXPECT_TRUE(m_pWindow->fnSaveAs(fnPath("saved.bmp"))); }},
+        {"preferences",
+         [&] {
+             fnInDialog([&](QDialog& dialog) {
+                 dialog.findChild<QSpinBox*>("levels")->setValue(7);
+                 fnAccept(dialog);
+             });
+             fnAction("preferences").trigger();
+         }},
+    };
+    for (const auto& [name, work] : keeps) {
+        settle();
+        work();
+        EXPECT_EQ(view.fnDrawNow(), 0) << name;
+        EXPECT_FALSE(view.fnIsRefining()) << name;
+    }
+    const std::pair<const char*, std::function<void()>> changes[] = {
+        {"turn", [&] { fnAction("half").trigger(); }},
+        {"undo", [&] { fnAction("undo").trigger(); }},
+        {"redo", [&] { fnAction("redo").trigger(); }},
+        {"open", [&] { EXPECT_TRUE(m_pWindow->fnOpen(fnPath("saved.bmp"))); }},
+        {"gamma",
+         [&] {
+             fnInDialog([&](QDialog& dialog) {
+                 dialog.findChild<QCheckBox*>("gammaOn")->setChecked(true);
+                 dialog.findChild<QSpinBox*>("gamma")->setValue(300);
+                 fnAccept(dialog);
+             });
+             fnAction("preferences").trigger();
+         }},
+    };
+    for (const auto& [name, work] : changes) {
+        view.fnSetZoom(0.1);
+        settle();
+        work();
+        EXPECT_GE(view.fnDrawNow(), 240 * 160) << name;
+    }
+}
+
+TEST_F(DarkroomWindow, LevelsThatNobodyCanHaveChosenAreNotBelieved) {
+    for (const auto& [text, levels] :
+         {std::pair("abc", 10u), std::pair("-5", 10u), std::pair("99999999999", 100u),
+          std::pair("4294967303", 100u), std::pair("101", 100u), std::pair("0", 0u),
+          std::pair("7", 7u)}) {
+        {
+            QSettings settings(fnPath("darkroom.ini"), QSettings::IniFormat);
+            settings.setValue("levels", text);
+        }
+        fnRestart();
+        EXPECT_EQ(m_pWindow->fnGetDocument().fnGetLevels(), levels) << text;
+    }
 }
 
 TEST_F(DarkroomWindow, ADialogThatIsCancelledChangesNothing) {

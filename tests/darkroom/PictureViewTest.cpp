@@ -87,6 +87,24 @@ TEST_F(DarkroomView, EscDropsAHalfToldCurve) {
     EXPECT_TRUE(fnLook() == before);
 }
 
+TEST_F(DarkroomView, AShapeWhoseButtonWasLetGoElsewhereIsDropped) {
+    for (const auto tool :
+         {darkroom::Tool::RECTANGLE, darkroom::Tool::FREEHAND, darkroom::Tool::LINE}) {
+        fnView().fnSetTool(tool);
+        const QImage before = fnLook();
+        fnSend(QEvent::MouseButtonPress, fnAt(100, 100), Qt::LeftButton, Qt::LeftButton);
+        fnSend(QEvent::MouseMove, fnAt(200, 200), Qt::NoButton, Qt::LeftButton);
+        EXPECT_FALSE(fnLook() == before);
+        fnMove(fnAt(300, 250)); // a dialog took the release
+        EXPECT_TRUE(fnLook() == before) << "nothing follows the cursor";
+        fnMove(fnAt(310, 260));
+        EXPECT_TRUE(fnLook() == before);
+        fnSend(QEvent::MouseButtonRelease, fnAt(310, 260), Qt::LeftButton, Qt::NoButton);
+        EXPECT_FALSE(m_pWindow->fnGetDocument().fnHasSelection());
+        EXPECT_FALSE(fnAction("undo").isEnabled());
+    }
+}
+
 TEST_F(DarkroomView, AToolHasItsCursorAgainAfterADrag) {
     for (const auto tool : {darkroom::Tool::RECTANGLE, darkroom::Tool::PAN}) {
         fnView().fnSetTool(tool);

@@ -1,5 +1,6 @@
 // What dialogs show of their operations before these are done.
 #include "plugins/PictureFile.h"
+#include "q32Base/memory/CqVMPolicy.h"
 #include "tests/darkroom/DarkroomPromise.h"
 #include "tests/darkroom/PictureTools.h"
 
@@ -187,17 +188,24 @@ TEST_F(DarkroomPreview, AMovedPictureLiesOnTheViewsGroundWithoutTheSelectionsSha
     fnZoomTo(1);
     const QImage plain = fnLook();
     const QRgb ground = plain.pixel(2, 2);
+    fnDo("half");
+    const QImage upsideDown = fnLook();
+    fnDo("undo");
     const std::vector<CqPoint2D> corners = {{10, 10}, {60, 50}};
     ASSERT_TRUE(m_pWindow->fnGetDocument()
                     .fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners,
                                    darkroom::Document::Combine::REPLACE, nullptr)
                     .fnIsDone());
     QCoreApplication::processEvents();
-    ASSERT_FALSE(fnLook() == plain);
+    const QImage shaded = fnLook();
+    ASSERT_FALSE(shaded == plain);
     fnDo("rotate", [&](QDialog& dialog) {
-        EXPECT_TRUE(fnWaitFor([&] { return fnLook() == plain; })) << "not turned yet: no shade";
+        EXPECT_TRUE(fnLook() == shaded) << "not turned yet";
+        fnSet(dialog, "Angle, clockwise", 180);
+        ASSERT_TRUE(fnWaitFor([&] { return fnLook() != shaded; }));
+        EXPECT_TRUE(fnLook() == upsideDown) << "no shade";
         fnSet(dialog, "Angle, clockwise", 45);
-        ASSERT_TRUE(fnWaitFor([&] { return fnLook() != plain; }));
+        ASSERT_TRUE(fnWaitFor([&] { return fnLook() != upsideDown; }));
         const QImage turned = fnLook();
         EXPECT_EQ(turned.pixel(2, 2), ground);
         fnKeepPicture(*m_pWindow, "rotate-selected");
@@ -250,6 +258,63 @@ TEST_F(DarkroomPreview, ASizeIsKeptInProportionUntilItIsSetFree) {
         EXPECT_EQ(height.value(), 480);
         dialog.reject();
     });
+}
+
+TEST_F(DarkroomPreview, ProportionsAreThePicturesOwnHoweverLongItIs) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("long.bmp", 70000, 40)));
+    fnDo("resize", [&](QDialog& dialog) {
+        auto& width = *dialog.findChild<QSpinBox*>("Width");
+        auto& height = *dialog.findChild<QSpinBox*>("Height");
+        EXPECT_EQ(width.value(), 70000);
+        EXPECT_EQ(height.value(), 40);
+        height.setValue(20);
+        EXPECT_EQ(width.value(), 35000);
+        width.setValue(140000);
+        EXPECT_EQ(height.value(), 80);
+        // Where one can't follow, the other doesn't go.
+        height.setValue(2'000'000'000);
+        EXPECT_GT(width.value(), 2'147'000'000);
+        EXPECT_NEAR(width.value(), height.value() * 1750.0, 1750.0);
+        fnSwitch(dialog, "proportions", false);
+        height.setValue(2'000'000'000);
+        EXPECT_EQ(height.value(), 2'000'000'000);
+        fnSwitch(dialog, "proportions", true);
+        EXPECT_NEAR(width.value(), height.value() * 1750.0, 1750.0);
+        dialog.reject();
+    });
+}
+
+TEST_F(DarkroomPreview, ACopyInTheSizeThatIsSeenIsMadeOfNoMoreThanEightMillionPixels) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("large.bmp", 3600, 2500)));
+    const auto copied = [&](double zoom) {
+        fnZoomTo(zoom);
+        const QImage before = fnLook();
+        std::uint32_t bytes = 0;
+        fnDo("rotate", [&](QDialog& dialog) {
+            const std::uint32_t used = q32GetVMPolicy()->fnGetRamUsed();
+            fnSet(dialog, "Angle, clockwise", 30);
+            EXPECT_TRUE(fnWaitFor([&] { return fnLook() != before; }));
+            bytes = q32GetVMPolicy()->fnGetRamUsed() - used;
+            dialog.reject();
+        });
+        return bytes;
+    };
+    EXPECT_EQ(copied(0.95), 0u) << "8,122,500 of 9,000,000 pixels";
+    EXPECT_GE(copied(0.5), 1800u * 1250 * 3);
+    EXPECT_EQ(copied(1.0), 0u);
+}
+
+TEST_F(DarkroomPreview, ADialogThatChangesNothingYetLeavesTheViewAsItIs) {
+    fnOpenAt(2400, 1600, 0.1);
+    ASSERT_TRUE(fnWaitFor([&] { return !fnView().fnIsRefining(); }));
+    const QImage before = fnLook();
+    for (const char* id : {"brightness", "hue", "rotate", "resize"})
+        fnDo(id, [&](QDialog& dialog) {
+            for (int i = 0; i < 3; ++i)
+                QCoreApplication::processEvents();
+            EXPECT_TRUE(fnLook() == before) << id << ": means, not nearest pixels";
+            dialog.reject();
+        });
 }
 
 TEST_F(DarkroomPreview, AMergeIsShownByItsRule) {

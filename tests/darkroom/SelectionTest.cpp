@@ -1,5 +1,6 @@
 // Selections: how they combine, what edits they keep, and which changes end them.
 #include "examples/darkroom/model/Merge.h"
+#include "examples/darkroom/model/Pictures.h"
 #include "tests/darkroom/PictureTools.h"
 #include "tests/support/AttachedTest.h"
 #include "tests/support/FailingAllocator.h"
@@ -399,4 +400,89 @@ TEST_F(DarkroomSelection, ACropThatIsStoppedOrFailsLeavesThePictureAndItsSelecti
     EXPECT_EQ(document.fnCrop(nullptr).m_nMsgId, -1);
     q32GetVMPolicy()->fnSetRamLimit(100'000'000);
     expectKept();
+}
+
+TEST_F(DarkroomSelection, LinesAndCurvesAreDrawnInsideTheSelectionAlone) {
+    const CqColor red(255, 0, 0, 255);
+    const std::vector<CqPoint2D> paths[] = {
+        {{-40.3, -20.6}, {290.4, 160.2}},
+        {{250.7, 3.3}, {7.9, 140.5}},
+        {{10, 160}, {60, -190}, {200, 300}, {290, 12}},
+        {{-30.5, 60.5}, {100, 20}, {150, 160}, {330, 90}},
+    };
+    for (const auto& path : paths)
+        for (const bool selected : {true, false}) {
+            Document document(2);
+            ASSERT_NO_FATAL_FAILURE(fnOpenNoise(document, 24));
+            CqImage drawn;
+            ASSERT_TRUE(darkroom::fnCopyPicture(document.fnGetImage(), drawn, nullptr));
+            darkroom::fnDrawPath(drawn, path, red);
+            const std::vector<CqPoint2D> corners = {{70, 40}, {231, 133}};
+            if (selected) {
+                ASSERT_TRUE(
+                    document.fnSelectShape(ShapeKind::ELLIPSE, corners, Combine::REPLACE, nullptr)
+                        .fnIsDone());
+            }
+            Bytes wanted = fnBytesOf(document.fnGetImage());
+            const Bytes all = fnBytesOf(drawn);
+            int kept = 0;
+            for (int y = 0; y < 170; ++y)
+                for (int x = 0; x < 300; ++x) {
+                    const auto at = static_cast<std::size_t>((y * 300 + x) * 3);
+                    if (selected && !fnHas(document.fnGetSelection(), x, y))
+                        continue;
+                    kept += !std::equal(&wanted[at], &wanted[at] + 3, &all[at]);
+                    std::copy_n(&all[at], 3, &wanted[at]);
+                }
+            EXPECT_GT(kept, 30) << "some of it is inside";
+            EXPECT_EQ(wanted != all, selected) << "and some is not";
+            ASSERT_TRUE(document.fnDraw(path, red, nullptr).fnIsDone());
+            EXPECT_TRUE(fnBytesOf(document.fnGetImage()) == wanted) << path.size() << selected;
+            EXPECT_EQ(document.fnGetUndoName(), path.size() == 2 ? "Line" : "Curve");
+            EXPECT_EQ(document.fnHasSelection(), selected);
+        }
+}
+
+TEST_F(DarkroomSelection, ARedoOnAnotherPictureEndsTheSelection) {
+    const auto brighten = [](Document& document) {
+        return document.fnApply(*fnFindOperation("brightness"), {20, 0}, nullptr);
+    };
+    Document document(5);
+    ASSERT_TRUE(document.fnNew(100, 100, CqColor(90, 90, 90, 255), nullptr).fnIsDone());
+    ASSERT_TRUE(brighten(document).fnIsDone());
+    document.fnUndo();
+    ASSERT_TRUE(document.fnApply(*fnFindOperation("scale"), {200}, nullptr).fnIsDone());
+    ASSERT_TRUE(fnSelect(document, CRect(150, 150, 190, 190)).fnIsDone());
+    document.fnRedo();
+    EXPECT_EQ(document.fnGetImage().Width, 100u);
+    EXPECT_FALSE(document.fnHasSelection()) << "it lay beside this picture";
+    EXPECT_TRUE(brighten(document).fnIsDone());
+    document.fnUndo();
+    // Back over the leap as well, and forth again.
+    for (const bool back : {true, false, true}) {
+        ASSERT_TRUE(fnSelect(document, CRect(10, 10, 30, 30)).fnIsDone());
+        back ? document.fnUndo() : document.fnRedo();
+        EXPECT_EQ(document.fnGetImage().Width, back ? 200u : 100u);
+        EXPECT_FALSE(document.fnHasSelection()) << back;
+    }
+}
+
+TEST_F(DarkroomSelection, UndoAndRedoOfChangesInPlaceKeepTheSelection) {
+    Document document(5);
+    const auto fill = [&](int color) {
+        return document.fnApply(darkroom::fnGetFillOperation(), {color}, nullptr);
+    };
+    ASSERT_NO_FATAL_FAILURE(fnOpenNoise(document, 24));
+    ASSERT_TRUE(fnSelect(document, CRect(10, 10, 30, 30)).fnIsDone());
+    for (int i = 0; i < 3; ++i)
+        ASSERT_TRUE(fill(0x030201).fnIsDone());
+    for (int i = 0; i < 3; ++i)
+        document.fnUndo();
+    document.fnRedo();
+    ASSERT_TRUE(fill(0x060504).fnIsDone());
+    document.fnUndo();
+    document.fnUndo();
+    document.fnRedo();
+    EXPECT_TRUE(document.fnHasSelection());
+    EXPECT_FALSE(document.fnGetRedoName().empty());
 }

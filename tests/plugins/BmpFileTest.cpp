@@ -231,4 +231,27 @@ TEST_F(BmpFile, WithoutAPlaceThePixelsFollowTheHeaders) {
     fnExpect(bmp, 24, {3, 2, 1});
 }
 
+TEST_F(BmpFile, WhatTheImageDoesNotTakeIsTold) {
+    const auto isReduced = [&](TestBmp bmp) {
+        fnPut(bmp.fnPixels().fn32(0x12345678).fnMake());
+        const CqPictureResult result = fnRead();
+        EXPECT_TRUE(result.fnIsDone());
+        return result.m_bReduced;
+    };
+    EXPECT_FALSE(isReduced(TestBmp(1, 1, 24)));
+    EXPECT_FALSE(isReduced(TestBmp(1, 1, 16))) << "5 bits a channel stay";
+    EXPECT_FALSE(isReduced(TestBmp(1, 1, 32)));
+    EXPECT_TRUE(isReduced(TestBmp(1, 1, 32, 3).fn32(0x3FF00000).fn32(0x000FFC00).fn32(0x000003FF)))
+        << "10 bits a channel";
+    for (const std::uint32_t space : {0x73524742u, 0x4D424544u, 0x4C494E4Bu}) {
+        TestBmp bmp(1, 1, 24, 0, 124);
+        for (int i = 0; i < 4; ++i)
+            bmp.fn32(0); // masks
+        bmp.fn32(space);
+        for (int i = 0; i < 16; ++i)
+            bmp.fn32(0);
+        EXPECT_EQ(isReduced(bmp), space != 0x73524742u) << "a profile inside, or beside";
+    }
+}
+
 } // namespace

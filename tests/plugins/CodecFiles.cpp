@@ -98,6 +98,8 @@ Bytes TestPng::fnMake() const {
     text.text = const_cast<char*>(m_Title.c_str());
     if (!m_Title.empty() && !m_bTitleBehind)
         png_set_text(png, info, &text, 1);
+    if (m_MoreChunks)
+        m_MoreChunks(png, info);
     png_write_info(png, info);
     const std::size_t rowBytes = fnPngRowBytes(*this);
     std::vector<png_bytep> rows;
@@ -117,6 +119,15 @@ Bytes TestTiff::fnMake() const {
         "test", m_bBigEndian ? "wb" : "wl", &memory, fnReadMemory, fnWriteMemory, fnSeekMemory,
         [](thandle_t) { return 0; },
         [](thandle_t handle) -> toff_t { return fnFile(handle).m_Bytes.size(); }, nullptr, nullptr);
+    for (int page = 0; page < m_nPages; ++page) {
+        fnWritePage(tiff);
+        TIFFWriteDirectory(tiff);
+    }
+    TIFFClose(tiff);
+    return memory.m_Bytes;
+}
+
+void TestTiff::fnWritePage(TIFF* tiff) const {
     TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, m_nWidth);
     TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, m_nHeight);
     TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, m_nBits);
@@ -161,8 +172,6 @@ Bytes TestTiff::fnMake() const {
             }
         }
     }
-    TIFFClose(tiff);
-    return memory.m_Bytes;
 }
 
 Bytes TestJpeg::fnMake() const {

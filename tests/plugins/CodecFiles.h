@@ -9,6 +9,8 @@
 #include <functional>
 #include <vector>
 
+struct tiff;
+
 /// A PNG as libpng writes it. Samples lie as PNG stores them, rows packed.
 struct TestPng {
     std::uint32_t m_nWidth = 1;
@@ -24,7 +26,8 @@ struct TestPng {
     std::uint32_t m_nDotsY = 0;
     int m_nUnit = 1;
     std::string m_Title;
-    bool m_bTitleBehind = false; ///< behind the pixels
+    bool m_bTitleBehind = false;                    ///< behind the pixels
+    std::function<void(void*, void*)> m_MoreChunks; ///< gets the png_struct* and the png_info*
 
     Bytes fnMake() const;
 };
@@ -45,9 +48,13 @@ struct TestTiff {
     std::vector<std::uint16_t> m_Extra;
     bool m_bBigEndian = false;
     std::function<void(void*)> m_MoreTags; ///< gets the TIFF*
+    int m_nPages = 1;                      ///< all alike
     Bytes m_Samples; ///< rows of the picture (plane after plane), each padded to whole bytes
 
     Bytes fnMake() const;
+
+private:
+    void fnWritePage(tiff* file) const;
 };
 
 /// A JPEG as libjpeg writes it.

@@ -252,4 +252,27 @@ TEST_F(JpegFile, APictureWiderThanTheFormatAllowsIsNotSaved) {
     EXPECT_TRUE(m_World->m_pDisks->fnGetFiles().empty());
 }
 
+TEST_F(JpegFile, WhatTheImageDoesNotTakeIsTold) {
+    const auto isReduced = [&](const Bytes& file) {
+        fnPut(file);
+        const CqPictureResult result = fnRead();
+        EXPECT_TRUE(result.fnIsDone());
+        return result.m_bReduced;
+    };
+    TestJpeg jpeg;
+    for (const int components : {1, 3, 4}) {
+        jpeg.m_nComponents = components;
+        jpeg.m_Samples.assign(8 * 8 * static_cast<std::size_t>(components), 77);
+        EXPECT_EQ(isReduced(jpeg.fnMake()), components == 4) << components;
+    }
+    jpeg.m_nComponents = 3;
+    // A segment of notes right behind the start; its first two bytes are its length.
+    for (const int marker : {0xE1, 0xE2, 0xED, 0xEC, 0xFE}) {
+        Bytes file = jpeg.fnMake();
+        const Bytes segment = {0xFF, static_cast<std::uint8_t>(marker), 0, 6, 'n', 'o', 't', 'e'};
+        file.insert(file.begin() + 2, segment.begin(), segment.end());
+        EXPECT_EQ(isReduced(file), marker <= 0xE2 || marker == 0xED) << marker;
+    }
+}
+
 } // namespace

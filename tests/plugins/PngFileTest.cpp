@@ -1,7 +1,13 @@
 #include "plugins/PixelRows.h"
 #include "tests/plugins/CodecFiles.h"
 
+#include <png.h>
+
+#include <algorithm>
+#include <functional>
+#include <iterator>
 #include <random>
+#include <string_view>
 
 namespace {
 
@@ -209,6 +215,58 @@ TEST_F(PngFile, AHugeSizeInASmallFileIsCorruptedAndTakesNoMemory) {
     const std::uint64_t reserved = m_World->m_pMemory->m_Reserve.fnGetCount();
     EXPECT_EQ(fnRead().m_nMsgId, -6);
     EXPECT_EQ(m_World->m_pMemory->m_Reserve.fnGetCount(), reserved);
+}
+
+TEST_F(PngFile, WhatTheImageDoesNotTakeIsTold) {
+    const auto isReduced = [&](const TestPng& png) {
+        fnPut(png.fnMake());
+        const CqPictureResult result = fnRead();
+        EXPECT_TRUE(result.fnIsDone());
+        return result.m_bReduced;
+    };
+    const TestPng plain = fnNoise(5, 4, PNG_COLOR_TYPE_RGB, 8);
+    EXPECT_FALSE(isReduced(plain));
+    EXPECT_FALSE(isReduced(fnNoise(5, 4, PNG_COLOR_TYPE_RGB_ALPHA, 8)));
+    TestPng titled = plain;
+    titled.m_Title = "A title is kept";
+    EXPECT_FALSE(isReduced(titled));
+    EXPECT_TRUE(isReduced(fnNoise(5, 4, PNG_COLOR_TYPE_GRAY, 16)));
+    // A head, and one entry of noise: libpng refuses what packs to next to nothing.
+    Bytes profile(0x160);
+    std::mt19937 random(1);
+    std::generate(profile.begin() + 0x90, profile.end(),
+                  [&] { return static_cast<std::uint8_t>(random()); });
+    const auto put = [&](std::size_t at, std::string_view text) {
+        std::copy(text.begin(), text.end(), profile.begin() + static_cast<std::ptrdiff_t>(at));
+    };
+    profile[2] = 1;
+    profile[3] = 0x60;
+    put(12, "mntrRGB XYZ ");
+    put(36, "acsp");
+    put(68, std::string_view("\0\0\xF6\xD6\0\1\0\0\0\0\xD3\x2D", 12));
+    put(128, std::string_view("\0\0\0\1desc\0\0\0\x90\0\0\0\xD0", 16));
+    Bytes notes = {'I', 'I', '*', 0, 8, 0, 0, 0, 0, 0};
+    const std::function<void(png_structp, png_infop)> chunks[] = {
+        [&](png_structp png, png_infop info) {
+            png_set_iCCP(png, info, "profile", PNG_COMPRESSION_TYPE_BASE, profile.data(), 0x160);
+        },
+        [&](png_structp png, png_infop info) {
+            png_set_eXIf_1(png, info, static_cast<png_uint_32>(notes.size()), notes.data());
+        },
+        [&](png_structp png, png_infop info) { // an animation of two frames
+            png_byte frames[] = {0, 0, 0, 2, 0, 0, 0, 0};
+            png_unknown_chunk chunk = {{'a', 'c', 'T', 'L', 0}, frames, 8, PNG_HAVE_IHDR};
+            png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_ALWAYS, chunk.name, 1);
+            png_set_unknown_chunks(png, info, &chunk, 1);
+        },
+    };
+    for (std::size_t i = 0; i < std::size(chunks); ++i) {
+        TestPng more = plain;
+        more.m_MoreChunks = [&](void* png, void* info) {
+            chunks[i](static_cast<png_structp>(png), static_cast<png_infop>(info));
+        };
+        EXPECT_TRUE(isReduced(more)) << i;
+    }
 }
 
 } // namespace

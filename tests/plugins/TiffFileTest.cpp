@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <iterator>
 #include <random>
 
 namespace {
@@ -364,6 +366,42 @@ TEST_F(TiffFile, FractionsAndSamplesOfOddSizesAreNotSupported) {
     };
     fnPut(tiff.fnMake());
     fnExpectRefused(-102);
+}
+
+TEST_F(TiffFile, WhatTheImageDoesNotTakeIsTold) {
+    const auto isReduced = [&](const TestTiff& tiff) {
+        fnPut(tiff.fnMake());
+        const CqPictureResult result = fnRead();
+        EXPECT_TRUE(result.fnIsDone());
+        return result.m_bReduced;
+    };
+    const TestTiff plain = fnNoise(9, 7, PHOTOMETRIC_RGB, 3, 8);
+    EXPECT_FALSE(isReduced(plain));
+    EXPECT_FALSE(isReduced(fnNoise(9, 7, PHOTOMETRIC_MINISWHITE, 1, 1)));
+    TestTiff alpha = fnNoise(9, 7, PHOTOMETRIC_RGB, 4, 8);
+    alpha.m_Extra = {EXTRASAMPLE_UNASSALPHA};
+    EXPECT_FALSE(isReduced(alpha));
+    alpha.m_Extra = {EXTRASAMPLE_UNSPECIFIED};
+    EXPECT_TRUE(isReduced(alpha)) << "the fourth channel is passed over";
+    EXPECT_TRUE(isReduced(fnNoise(9, 7, PHOTOMETRIC_RGB, 3, 16)));
+    EXPECT_TRUE(isReduced(fnNoise(9, 7, PHOTOMETRIC_MINISBLACK, 1, 16)));
+    EXPECT_TRUE(isReduced(fnNoise(9, 7, PHOTOMETRIC_SEPARATED, 4, 8)));
+    TestTiff pages = plain;
+    pages.m_nPages = 2;
+    EXPECT_TRUE(isReduced(pages));
+    EXPECT_EQ(m_Image.Width, 9u);
+    const std::function<void(TIFF*)> tags[] = {
+        [](TIFF* file) { TIFFSetField(file, TIFFTAG_ORIENTATION, ORIENTATION_RIGHTTOP); },
+        [](TIFF* file) { TIFFSetField(file, TIFFTAG_ICCPROFILE, 4, "prof"); },
+        [](TIFF* file) { TIFFSetField(file, TIFFTAG_XMLPACKET, 4, "<x/>"); },
+        [](TIFF* file) { TIFFSetField(file, TIFFTAG_EXIFIFD, std::uint64_t{8}); },
+        [](TIFF* file) { TIFFSetField(file, TIFFTAG_GPSIFD, std::uint64_t{8}); },
+    };
+    for (std::size_t i = 0; i < std::size(tags); ++i) {
+        TestTiff tagged = plain;
+        tagged.m_MoreTags = [&](void* file) { tags[i](static_cast<TIFF*>(file)); };
+        EXPECT_TRUE(isReduced(tagged)) << i;
+    }
 }
 
 } // namespace

@@ -98,9 +98,10 @@ void Document::fnTell() const {
         });
 }
 
-void Document::fnReset(std::string path) {
+void Document::fnReset(std::string path, bool reduced) {
     m_Undo.fnRemoveAll();
     m_strPath = std::move(path);
+    m_bReduced = reduced;
     m_nSavedState = m_nState = ++m_nLastState;
     m_bModified = false;
     fnSelectNone();
@@ -112,7 +113,7 @@ Outcome Document::fnOpen(const std::string& path, CqProgressDisplay* progress) {
         PictureProgress told(progress);
         Outcome outcome = q32ReadPicture(path.c_str(), m_Image, &told);
         if (outcome.fnIsDone())
-            fnReset(std::move(newPath));
+            fnReset(std::move(newPath), outcome.m_bReduced);
         return outcome;
     });
 }
@@ -125,14 +126,20 @@ Outcome Document::fnSave(const std::string& path, CqProgressDisplay* progress) {
         std::string newPath = path;
         PictureProgress told(progress);
         Outcome outcome = q32WritePicture(path.c_str(), m_Image, format->m_eFormat, {}, &told);
-        if (outcome.fnIsDone()) {
+        if (outcome.fnIsDone() && fnKeepsAll(path.c_str())) {
             m_strPath = std::move(newPath);
+            m_bReduced = false;
             m_nSavedState = m_nState;
             m_bModified = false;
             fnTell();
         }
         return outcome;
     });
+}
+
+bool Document::fnKeepsAll(const char* path) const {
+    const CqPictureFormat* const format = q32FindPictureFormat(path);
+    return format && (format->m_bHasAlpha || m_Image.BitCount != 32);
 }
 
 Outcome Document::fnNew(unsigned int width, unsigned int height, const CqColor& color,
@@ -144,7 +151,12 @@ Outcome Document::fnNew(unsigned int width, unsigned int height, const CqColor& 
             return fnStop();
         m_Image.Title = ""; // the last that may fail
         m_Image.fnSwapBuf(fresh);
-        fnReset("");
+        // Nothing of the picture before stays.
+        m_Image.DpiX = fresh.DpiX;
+        m_Image.DpiY = fresh.DpiY;
+        m_Image.fnSetFioPlugin(fresh.fnGetFioPlugin());
+        m_Image.fnSetPluginData(nullptr);
+        fnReset("", false);
         return Outcome();
     });
 }
@@ -153,7 +165,7 @@ Outcome Document::fnDo(const char* name, bool moves, const Edit& edit,
                        CqProgressDisplay* progress) {
     Outcome outcome = fnGuard([&] {
         auto snapshot = std::make_unique<Snapshot>();
-        snapshot->m_Change = {name, moves};
+        snapshot->m_Change = {name, moves, m_nState, m_nLastState + 1};
         SpanProgress copying(progress, 0, kCopyPercent);
         if (!fnCopyPicture(m_Image, snapshot->m_Image, progress ? &copying : nullptr))
             return fnStop();
@@ -185,22 +197,24 @@ void Document::fnKeepToSelection(int reach, const Edit& edit, CqProgressDisplay*
     // and merged back by the mask, which stands in the copy's coordinates for that while.
     CRect bound = m_Selection->m_rectBound;
     CRect around = bound;
-    around.InflateRect(reach, reach);
+    if (reach > 0)
+        around.InflateRect(reach, reach);
     around.IntersectRect(around, fnGetWhole(m_Image));
+    const CPoint corner = reach == kInPlace ? CPoint(0, 0) : around.TopLeft();
     CqImage part;
     SpanProgress copying(progress, 0, kPartCopied);
-    if (!fnCutOut(m_Image, around, part, &copying))
+    if (!fnCutOut(m_Image, around, corner, part, &copying))
         return;
     SpanProgress editing(progress, kPartCopied, kPartEdited);
     edit(part, &editing);
     if (editing.fnWasAborted())
         return;
     SpanProgress merging(progress, kPartEdited, 100);
-    bound.OffsetRect(-around.left, -around.top);
+    bound.OffsetRect(-corner.x, -corner.y);
     const MovedMask moved(*m_Selection, bound.TopLeft());
     const CqMergeParam param(*m_Selection);
     fnForBands(bound, &merging, [&](const CRect& band) {
-        m_Image.fnMerge(part, &band, param, around.left + band.left, around.top + band.top);
+        m_Image.fnMerge(part, &band, param, corner.x + band.left, corner.y + band.top);
     });
 }
 
@@ -253,10 +267,18 @@ Outcome Document::fnCrop(CqProgressDisplay* progress) {
         return {};
     const auto crop = [&](CqImage& image, CqProgressDisplay* told) {
         CqImage part;
-        if (fnCutOut(image, place, part, told))
+        if (fnCutOut(image, place, place.TopLeft(), part, told))
             image.fnSwapBuf(part);
     };
     return fnGuard([&] { return fnDo("Crop to Selection", true, crop, progress); });
+}
+
+Outcome Document::fnDraw(std::span<const CqPoint2D> points, const CqColor& color,
+                         CqProgressDisplay* progress) {
+    const auto draw = [&](CqImage& image, CqProgressDisplay*) { fnDrawPath(image, points, color); };
+    return fnGuard([&] {
+        return fnChangeSelected(points.size() == 2 ? "Line" : "Curve", kInPlace, draw, progress);
+    });
 }
 
 void Document::fnTravel(bool back) {
@@ -264,8 +286,11 @@ void Document::fnTravel(bool back) {
         return;
     const Outcome outcome = fnGuard([&] {
         auto current = std::make_unique<Snapshot>();
-        current->m_Change = fnPeek(back).m_Change;
-        const bool moves = current->m_Change.m_bMoves;
+        ChangeNote& change = current->m_Change = fnPeek(back).m_Change;
+        std::uint32_t& left = back ? change.m_nAfter : change.m_nBefore;
+        if (std::exchange(left, m_nState) != m_nState)
+            change.m_bMoves = true; // from one picture to another
+        const bool moves = change.m_bMoves;
         current->m_Image.fnSwapBuf(m_Image);
         unsigned long state = 0;
         CObject* const taken = back ? m_Undo.fnUndo(current.release(), m_nState, &state)

@@ -28,6 +28,10 @@ using Outcome = CqPictureResult;
 struct ChangeNote {
     std::string m_strName;
     bool m_bMoves = false; ///< pixels do not stay where they are: a selection would lie on others
+    // The states between which it leads. What can be redone outlives new changes, so that it may
+    // be done again on another picture than the one that it was made for.
+    std::uint32_t m_nBefore = 0;
+    std::uint32_t m_nAfter = 0;
 };
 
 /// A state of the picture that was left, and the change that it was left by.
@@ -56,6 +60,13 @@ public:
     /// Empty for a picture that was never saved.
     const std::string& fnGetPath() const { return m_strPath; }
 
+    /// The file of that path holds more than the picture that was read from it, so that saving
+    /// under this path would lose something.
+    bool fnIsReduced() const { return m_bReduced; }
+    /// A number that changes with the picture's pixels, size or depth; back at an earlier state it
+    /// is that state's.
+    std::uint32_t fnGetState() const { return m_nState; }
+
     /// Called after the picture, the selection, the history or the modified mark has changed. When
     /// it fails for want of memory, it has missed that change.
     void fnSetListener(std::function<void()> changed) { m_Changed = std::move(changed); }
@@ -63,8 +74,11 @@ public:
     // Files. `progress` may be null.
 
     Outcome fnOpen(const std::string& path, CqProgressDisplay* progress);
-    /// The format is told by the extension; -102 when it tells none that can be written.
+    /// The format is told by the extension; -102 when it tells none that can be written. One that
+    /// doesn't keep all of the picture takes a copy: path and modified mark stay then.
     Outcome fnSave(const std::string& path, CqProgressDisplay* progress);
+    /// Whether the format of a path keeps all of the picture, its alpha too.
+    bool fnKeepsAll(const char* path) const;
     /// A picture of one colour with 24 bits.
     Outcome fnNew(unsigned int width, unsigned int height, const CqColor& color,
                   CqProgressDisplay* progress);
@@ -90,6 +104,10 @@ public:
     /// Cuts off all that lies outside of the selection's rectangle. Without a selection it is
     /// refused, like one that was stopped; with one that reaches to all edges it is no change.
     Outcome fnCrop(CqProgressDisplay* progress);
+    /// Draws a line through two points or a curve by four, as fnDrawPath does, inside the selection
+    /// alone if there is one.
+    Outcome fnDraw(std::span<const CqPoint2D> points, const CqColor& color,
+                   CqProgressDisplay* progress);
 
     // History.
 
@@ -137,13 +155,16 @@ private:
         return *static_cast<const Snapshot*>(m_Undo.fnPeekLastBuf(undo));
     }
     void fnTravel(bool back);
-    void fnReset(std::string path);
+    void fnReset(std::string path, bool reduced);
     void fnTell() const;
+    static constexpr int kInPlace = -1;
     /// Any change.
     /// @param moves  pixels don't stay where they are
     Outcome fnDo(const char* name, bool moves, const Edit& edit, CqProgressDisplay* progress);
     /// A change of the selection, or of all the picture without one.
-    /// @param reach  pixels about each pixel that the edit looks at
+    /// @param reach  pixels about each pixel that the edit looks at; kInPlace: it looks at none,
+    /// but
+    ///               works by the picture's coordinates
     Outcome fnChangeSelected(const char* name, int reach, const Edit& edit,
                              CqProgressDisplay* progress);
     /// @param make  makes the mask: bool(CqMask&, CqProgressDisplay*)
@@ -157,6 +178,7 @@ private:
     std::optional<CqMask> m_Selection; ///< even to make an empty mask may fail
     std::uint32_t m_nSelectionSerial = 0;
     std::string m_strPath;
+    bool m_bReduced = false;
     bool m_bModified = false;
     // States are numbered. The number goes with the snapshots as their tag, so that the modified
     // mark is right wherever in the history the picture was saved.

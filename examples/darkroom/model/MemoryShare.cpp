@@ -7,15 +7,21 @@
 
 namespace darkroom {
 
-void fnApplyMemoryShare() {
+std::uint64_t fnGetMachineMemory() {
     const long pages = ::sysconf(_SC_PHYS_PAGES);
     const long size = ::sysconf(_SC_PAGESIZE);
-    if (pages <= 0 || size <= 0)
+    return pages > 0 && size > 0
+               ? static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(size)
+               : 0;
+}
+
+void fnApplyMemoryShare() {
+    const std::uint64_t memory = fnGetMachineMemory();
+    if (memory == 0)
         return; // the library's limit serves
     CqVMPolicy& policy = *q32GetVMPolicy();
     policy.fnSetRamLimit(
-        fnComputeLimit(static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(size),
-                       policy.fnIsMemEnabled() ? policy.fnGetMemUsage() : kUsualShare));
+        fnComputeLimit(memory, policy.fnIsMemEnabled() ? policy.fnGetMemUsage() : kUsualShare));
 }
 
 } // namespace darkroom

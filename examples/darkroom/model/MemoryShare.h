@@ -14,6 +14,9 @@ constexpr std::uint32_t fnComputeLimit(std::uint64_t memory, unsigned int percen
     return bytes < UINT32_MAX ? static_cast<std::uint32_t>(bytes) : UINT32_MAX;
 }
 
+/// Bytes of memory that the machine has; 0 when that can't be told.
+std::uint64_t fnGetMachineMemory();
+
 /// Sets the memory policy's limit by the share that it has: when the program starts, and whenever
 /// the settings have been read anew.
 void fnApplyMemoryShare();

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <limits>
 
 namespace darkroom {
 
@@ -19,6 +20,9 @@ constexpr std::uint32_t kTones = kColor | kGreyBit;
 constexpr std::uint32_t kByteTones = fnDepthBit(24) | kGreyBit;
 constexpr std::uint32_t kBytes = kColor | fnDepthBit(8);
 constexpr std::uint32_t kAny = kBytes | fnDepthBit(4);
+
+/// The longest side that a picture can have.
+constexpr int kMostPixels = std::numeric_limits<int>::max();
 
 constexpr Parameter fnNumber(const char* name, int low, int high, int start, const char* unit) {
     return {name, ParameterKind::NUMBER, low, high, start, unit};
@@ -113,8 +117,8 @@ const Operation kOperations[] = {
                           static_cast<unsigned int>(values[1]), values[2] != 0, progress);
      },
      [](const CqImage& image, std::span<int> values) {
-         values[0] = std::clamp(static_cast<int>(image.Width), 1, kMostPixels);
-         values[1] = std::clamp(static_cast<int>(image.Height), 1, kMostPixels);
+         values[0] = static_cast<int>(image.Width);
+         values[1] = static_cast<int>(image.Height);
          if (image.BitCount == 16)
              values[2] = 0; // the filter spoils the green of 16 bits
      },

@@ -14,9 +14,6 @@ class CqImage;
 
 namespace darkroom {
 
-/// The longest side that dialogs offer, in pixels.
-inline constexpr int kMostPixels = 60000;
-
 /// What a picture may take; the library counts its bytes in 32 bits.
 inline constexpr std::uint64_t kMostBytes = 0xFFFFFFFEu;
 
@@ -54,7 +51,10 @@ bool fnCopyPicture(CqImage& from, CqImage& to, CqProgressDisplay* progress);
 
 /// Copies a rectangle of a picture of 8 bits and more, which must lie in it, to a new one without a
 /// palette. `part` has undefined pixels when it was ended.
-bool fnCutOut(CqImage& image, const CRect& place, CqImage& part, CqProgressDisplay* progress);
+/// @param corner  the place in the picture that becomes the corner of `part`: that of the
+///                rectangle, or one above it and to its left; pixels between are undefined
+bool fnCutOut(CqImage& image, const CRect& place, const CPoint& corner, CqImage& part,
+              CqProgressDisplay* progress);
 
 /// Fills all of a picture, or some bands of it when it was ended.
 bool fnFillPicture(CqImage& image, const CqColor& color, CqProgressDisplay* progress);

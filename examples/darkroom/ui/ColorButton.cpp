@@ -33,6 +33,7 @@ void ColorButton::fnSetColor(const CqColor& color) {
     swatch.fill(shown);
     setIcon(QIcon(swatch));
     setText(shown.name());
+    setAccessibleDescription(shown.name()); // a name may stand before the text
     Q_EMIT colorChanged();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "q32Base/frame/Messages.h"
 #include "q32Base/framework/Exceptions.h"
 
 #include <new>
@@ -19,6 +20,13 @@ bool fnTry(Work&& work) {
         return false;
     }
     return false;
+}
+
+/// The same, and the user is told.
+template <typename Work>
+void fnTryAloud(Work&& work) {
+    if (!fnTry(std::forward<Work>(work)))
+        q32ShowMsg(-1, nullptr, nullptr, nullptr, 0);
 }
 
 } // namespace darkroom

@@ -1,15 +1,18 @@
 #include "examples/darkroom/ui/MainWindow.h"
 
 #include "examples/darkroom/ui/Actions.h"
+#include "examples/darkroom/ui/Guard.h"
 #include "examples/darkroom/ui/RecentFiles.h"
 #include "examples/darkroom/ui/SoundPanel.h"
 #include "examples/darkroom/ui/Texts.h"
 #include "platforms/qt/CqQtWindows.h"
+#include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/frame/Messages.h"
 #include "q32Base/framework/Exceptions.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
+#include <algorithm>
 #include <cmath>
 #include <exception>
 #include <QAction>
@@ -32,10 +35,18 @@ namespace darkroom {
 
 namespace {
 
-constexpr unsigned int kStartLevels = 10;
 constexpr QSize kStartSize(1100, 760);
 constexpr int kMessageMs = 4000;
 constexpr int kNoMemory = -1;
+
+/// The settings are a file that anybody may have written into.
+unsigned int fnReadLevels(const QSettings& settings) {
+    bool known = false;
+    const qlonglong levels = settings.value("levels", kUsualLevels).toLongLong(&known);
+    return known && levels >= 0
+               ? static_cast<unsigned int>(std::min<qlonglong>(levels, kMostLevels))
+               : kUsualLevels;
+}
 
 /// The first file of a drag, since the window has one picture; empty for anything else.
 QString fnFindFile(const QMimeData& data) {
@@ -50,12 +61,7 @@ QString fnFindFile(const QMimeData& data) {
 /// How the window is while some work is under way.
 class MainWindow::Busy {
 public:
-    explicit Busy(MainWindow& window) : m_Window(window) {
-        m_Window.m_bBusy = true;
-        QApplication::setOverrideCursor(Qt::BusyCursor);
-        m_Window.m_pGauge->show();
-        m_Window.fnUpdateActions();
-    }
+    explicit Busy(MainWindow& window) : m_Window(window) { m_Window.m_bBusy = true; }
     ~Busy() {
         m_Window.m_pGauge->hide();
         QApplication::restoreOverrideCursor();
@@ -64,14 +70,27 @@ public:
     Busy(const Busy&) = delete;
     Busy& operator=(const Busy&) = delete;
 
+    /// Apart from the start, since memory may run out.
+    void fnShow(const QString& what) {
+        QApplication::setOverrideCursor(Qt::BusyCursor);
+        m_Window.m_pGauge->show();
+        m_Window.fnUpdateActions();
+        m_Window.statusBar()->showMessage(tr("%1 … Esc stops").arg(what));
+        // The dialog that has just closed goes from the screen now: paints wait while work is under
+        // way. What the user does meanwhile, and timers, wait with them.
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents |
+                                        QEventLoop::ExcludeSocketNotifiers |
+                                        QEventLoop::X11ExcludeTimers);
+        m_Window.repaint();
+    }
+
 private:
     MainWindow& m_Window;
 };
 
 MainWindow::MainWindow(const HostSetup& setup, QWidget* parent)
     : QMainWindow(parent), m_Settings(setup.m_strSettings, QSettings::IniFormat),
-      m_Document(m_Settings.value("levels", kStartLevels).toUInt()),
-      m_pView(new PictureView(m_Document)) {
+      m_Document(fnReadLevels(m_Settings)), m_pView(new PictureView(m_Document)) {
     setCentralWidget(m_pView);
     setAcceptDrops(true);
     m_pView->viewport()->setAcceptDrops(false); // the window takes them
@@ -84,8 +103,13 @@ MainWindow::MainWindow(const HostSetup& setup, QWidget* parent)
     restoreState(m_Settings.value("windows").toByteArray());
     m_Document.fnSetListener([this] { fnUpdate(); });
     connect(m_pView, &CqImageView::zoomChanged, this, &MainWindow::fnUpdateStatus);
-    connect(m_pView, &CqImageView::pointed, this, &MainWindow::fnShowPointed);
-    connect(m_pView, &PictureView::drawn, this, &MainWindow::fnOnDrawn);
+    connect(m_pView, &CqImageView::pointed, this,
+            [this](const QPointF& place) { fnTry([&] { fnShowPointed(place); }); });
+    connect(
+        m_pView, &PictureView::drawn, this,
+        [this](Tool tool, const std::vector<CqPoint2D>& points, Qt::KeyboardModifiers modifiers) {
+            fnTryAloud([&] { fnOnDrawn(tool, points, modifiers); });
+        });
     fnUpdate();
     m_pView->setFocus();
 }
@@ -99,6 +123,8 @@ bool MainWindow::fnRun(const QString& what, const Work& work) {
     if (m_bBusy)
         return false;
     const Outcome outcome = fnWork(what, work);
+    if (!outcome.fnIsDone())
+        m_Shown.reset(); // the view may have drawn something of it
     fnUpdate();
     statusBar()->showMessage(outcome.m_bAborted ? tr("%1: stopped").arg(what) : QString(),
                              kMessageMs);
@@ -110,15 +136,9 @@ bool MainWindow::fnRun(const QString& what, const Work& work) {
 }
 
 Outcome MainWindow::fnWork(const QString& what, const Work& work) {
-    const Busy busy(*this);
-    statusBar()->showMessage(tr("%1 … Esc stops").arg(what));
-    // The dialog that has just closed goes from the screen now: paints wait while work is under
-    // way. What the user does meanwhile, and timers, wait with them.
-    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents |
-                                    QEventLoop::ExcludeSocketNotifiers |
-                                    QEventLoop::X11ExcludeTimers);
-    repaint();
+    Busy busy(*this);
     try {
+        busy.fnShow(what);
         CqQtProgressCtrl gauge(m_pGauge);
         CqProgressDisplay progress(&gauge);
         return work(&progress);
@@ -132,15 +152,22 @@ Outcome MainWindow::fnWork(const QString& what, const Work& work) {
     return outcome;
 }
 
+MainWindow::Look MainWindow::fnGetLook() const {
+    const CqDisplayProperty& display = *q32GetDisplayProperty();
+    return {m_Document.fnGetState(), display.fnIsGammaEnabled() ? display.fnGetGammaValue() : 0};
+}
+
 void MainWindow::fnUpdate() {
     if (m_bBusy)
         return; // once, at the end
     CqImage& image = m_Document.fnGetImage();
     CqImage* const shown = m_Document.fnHasImage() ? &image : nullptr;
+    const Look look = fnGetLook();
     if (m_pView->fnGetImage() != shown)
         m_pView->fnSetImage(shown);
-    else
+    else if (m_Shown != look)
         m_pView->fnImageChanged();
+    m_Shown = look;
     m_pView->fnSelectionChanged();
     m_pPlace->clear(); // its color was another picture's
     const QString path = QFile::decodeName(m_Document.fnGetPath().c_str());
@@ -268,6 +295,8 @@ bool MainWindow::fnSaveAs(const QString& path) {
         });
     if (done)
         m_pRecent->fnAdd(path);
+    if (done && !m_Document.fnKeepsAll(QFile::encodeName(path).constData()))
+        statusBar()->showMessage(tr("A copy without transparency was saved"), kMessageMs);
     return done;
 }
 
@@ -278,7 +307,9 @@ void MainWindow::changeEvent(QEvent* event) {
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
-    if (!fnMayLeave())
+    bool leaves = false;
+    fnTryAloud([&] { leaves = fnMayLeave(); });
+    if (!leaves)
         return event->ignore();
     m_Settings.setValue("geometry", saveGeometry());
     m_Settings.setValue("windows", saveState());
@@ -310,9 +341,17 @@ void MainWindow::fnOpenAsked() {
     if (m_bBusy)
         return; // the end of the work calls again
     const QString path = std::exchange(m_strAsked, {});
-    // A dialog that has come up meanwhile works on the present picture.
-    if (!path.isEmpty() && !QApplication::activeModalWidget() && fnMayLeave())
-        fnOpen(path);
+    if (path.isEmpty())
+        return;
+    fnTryAloud([&] {
+        // A dialog that has come up meanwhile works on the present picture.
+        if (QApplication::activeModalWidget())
+            statusBar()->showMessage(
+                tr("%1 isn't opened: close the dialog first").arg(QFileInfo(path).fileName()),
+                kMessageMs);
+        else if (fnMayLeave())
+            fnOpen(path);
+    });
 }
 
 } // namespace darkroom

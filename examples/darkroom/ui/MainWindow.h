@@ -5,6 +5,7 @@
 #include "examples/darkroom/ui/PictureView.h"
 #include "q32Base/services/CqDumpBin.h"
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <QMainWindow>
@@ -63,6 +64,13 @@ private:
     class Busy;
 
     // MainWindow.cpp
+    /// What the view's pixels depend on.
+    struct Look {
+        std::uint32_t m_nState;
+        std::uint32_t m_nGamma; ///< 0 for none
+        bool operator==(const Look&) const = default;
+    };
+    Look fnGetLook() const;
     Outcome fnWork(const QString& what, const Work& work);
     void fnUpdate();
     void fnUpdateActions();
@@ -90,6 +98,8 @@ private:
     void fnAskOpen();
     void fnSave();
     void fnAskSaveAs();
+    void fnAskReplace(const QString& path);
+    bool fnMayLoseAlpha(const QString& path);
     void fnUndo();
     void fnRedo();
     void fnFill();
@@ -125,7 +135,8 @@ private:
     QLabel* m_pFacts = nullptr;
     QLabel* m_pMemory = nullptr;
     QLabel* m_pZoom = nullptr;
-    QString m_strAsked; ///< file that is opened once the event loop runs; empty for none
+    std::optional<Look> m_Shown; ///< none: to be drawn anew
+    QString m_strAsked;          ///< file that is opened once the event loop runs; empty for none
     bool m_bBusy = false;
 };
 

@@ -11,13 +11,13 @@
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/frame/Messages.h"
 #include "q32Base/frame/Module.h"
-#include "q32Base/framework/Exceptions.h"
 
 #include <algorithm>
 #include <cmath>
 #include <QFile>
 #include <QFileInfo>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QSpinBox>
 #include <utility>
 
@@ -25,7 +25,6 @@ namespace darkroom {
 
 namespace {
 
-constexpr int kNotSaved = -5;
 constexpr int kDumpBytes = 256;
 constexpr int kDumpPerLine = 16;
 
@@ -62,13 +61,44 @@ void MainWindow::fnAskOpen() {
 void MainWindow::fnSave() {
     const QString path = QFile::decodeName(m_Document.fnGetPath().c_str());
     const CqPictureFormat* const format = q32FindPictureFormat(m_Document.fnGetPath().c_str());
-    path.isEmpty() || !format || !format->m_bCanWrite ? fnAskSaveAs() : void(fnSaveAs(path));
+    if (path.isEmpty() || !format || !format->m_bCanWrite ||
+        !m_Document.fnKeepsAll(m_Document.fnGetPath().c_str()))
+        return fnAskSaveAs();
+    m_Document.fnIsReduced() ? fnAskReplace(path) : void(fnSaveAs(path));
+}
+
+void MainWindow::fnAskReplace(const QString& path) {
+    QMessageBox box(QMessageBox::Warning, tr("Darkroom"),
+                    tr("%1 holds more than this picture, and saving over it would lose that: "
+                       "further pages or frames, finer or other channels, a color profile, or "
+                       "notes.")
+                        .arg(QFileInfo(path).fileName()),
+                    QMessageBox::Cancel, this);
+    QPushButton* const other = box.addButton(tr("Save &As…"), QMessageBox::AcceptRole);
+    const QPushButton* const replace = box.addButton(tr("&Replace"), QMessageBox::DestructiveRole);
+    box.setDefaultButton(other);
+    box.exec();
+    if (box.clickedButton() == other)
+        fnAskSaveAs();
+    else if (box.clickedButton() == replace)
+        fnSaveAs(path);
+}
+
+bool MainWindow::fnMayLoseAlpha(const QString& path) {
+    const QByteArray file = QFile::encodeName(path);
+    const CqPictureFormat* const format = q32FindPictureFormat(file.constData());
+    if (!format || m_Document.fnKeepsAll(file.constData()))
+        return true; // what can't be written at all is told when it is tried
+    return QMessageBox::question(this, tr("Darkroom"),
+                                 tr("A %1 file keeps no transparency. Save a copy without it?")
+                                     .arg(QString::fromLatin1(format->m_pszName)),
+                                 QMessageBox::Save | QMessageBox::Cancel) == QMessageBox::Save;
 }
 
 void MainWindow::fnAskSaveAs() {
     const QString path =
         fnAskPictureToSave(this, QFile::decodeName(m_Document.fnGetPath().c_str()));
-    if (!path.isEmpty())
+    if (!path.isEmpty() && fnMayLoseAlpha(path))
         fnSaveAs(path);
 }
 
@@ -204,12 +234,7 @@ void MainWindow::fnOnDrawn(Tool tool, const std::vector<CqPoint2D>& points,
         return fnSelectColor(points.front(), fnGetCombine(modifiers));
     if (tool == Tool::LINE || tool == Tool::CURVE) {
         fnRun(tr("Drawing"), [&](CqProgressDisplay* progress) {
-            return m_Document.fnChange(
-                tool == Tool::LINE ? "Line" : "Curve",
-                [&](CqImage& image, CqProgressDisplay*) {
-                    fnDrawPath(image, points, m_pColor->fnGetColor());
-                },
-                progress);
+            return m_Document.fnDraw(points, m_pColor->fnGetColor(), progress);
         });
         return;
     }
@@ -236,8 +261,8 @@ void MainWindow::fnAskPreferences() {
     PreferencesDialog dialog(m_Document.fnGetLevels(), this);
     if (dialog.exec() != QDialog::Accepted)
         return;
-    if (!dialog.fnApply())
-        q32ShowMsg(kNotSaved, nullptr, "Qkz.cfg", nullptr, 0);
+    if (const int failure = dialog.fnApply(); failure != 0)
+        q32ShowMsg(failure, nullptr, "Qkz.cfg", nullptr, 0);
     if (dialog.fnGetLevels() != m_Document.fnGetLevels() &&
         m_Document.fnSetLevels(dialog.fnGetLevels()))
         m_Settings.setValue("levels", dialog.fnGetLevels());
@@ -247,35 +272,30 @@ void MainWindow::fnAskPreferences() {
 void MainWindow::fnShowDump() {
     if (!q32CreateDumpWnd())
         return;
-    try {
-        m_Dump.fnClear();
-        const CqVMPolicy& policy = *q32GetVMPolicy();
-        m_Dump << "RAM for pictures: " << static_cast<unsigned long>(policy.fnGetRamUsed())
-               << " of " << static_cast<unsigned long>(policy.fnGetRamLimit()) << " bytes\n";
-        for (unsigned int i = 0; i < CqVMPolicy::kDisks; ++i)
-            if (policy.fnIsDiskEnabled(i))
-                m_Dump << "Scratch disk " << static_cast<int>(i + 1) << ": " << policy.fnGetDisk(i)
-                       << ", " << static_cast<unsigned long>(policy.fnGetDiskUsage(i).m_nBytes)
-                       << " bytes in " << static_cast<int>(policy.fnGetDiskUsage(i).m_nFiles)
-                       << " files\n";
-        const CqDisplayProperty& display = *q32GetDisplayProperty();
-        m_Dump << "Screen: " << static_cast<int>(display.fnGetColorDepth()) << " bits, "
-               << static_cast<int>(display.fnGetDPI().cx) << " dots per inch, gamma "
-               << display.fnGetGammaValue() / 180.0 << "\n";
-        if (m_Document.fnHasImage()) {
-            CqImage& image = m_Document.fnGetImage();
-            m_Dump << "Picture: " << static_cast<unsigned long>(image.Width) << " x "
-                   << static_cast<unsigned long>(image.Height) << " pixels of "
-                   << static_cast<unsigned long>(image.BitCount) << " bits in "
-                   << static_cast<unsigned long>(image.TileCount) << " tiles\nFirst tile:\n";
-            CqImageTile tile;
-            image.fnAccessTile(0u, &tile);
-            m_Dump.fnHexDump("%016lX ", tile.Pixels,
-                             std::min(static_cast<int>(tile.Size), kDumpBytes), kDumpPerLine);
-        }
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-        q32ShowMsg(-1, nullptr, nullptr, nullptr, 0);
+    m_Dump.fnClear();
+    const CqVMPolicy& policy = *q32GetVMPolicy();
+    m_Dump << "RAM for pictures: " << static_cast<unsigned long>(policy.fnGetRamUsed()) << " of "
+           << static_cast<unsigned long>(policy.fnGetRamLimit()) << " bytes\n";
+    for (unsigned int i = 0; i < CqVMPolicy::kDisks; ++i)
+        if (policy.fnIsDiskEnabled(i))
+            m_Dump << "Scratch disk " << static_cast<int>(i + 1) << ": " << policy.fnGetDisk(i)
+                   << ", " << static_cast<unsigned long>(policy.fnGetDiskUsage(i).m_nBytes)
+                   << " bytes in " << static_cast<int>(policy.fnGetDiskUsage(i).m_nFiles)
+                   << " files\n";
+    const CqDisplayProperty& display = *q32GetDisplayProperty();
+    m_Dump << "Screen: " << static_cast<int>(display.fnGetColorDepth()) << " bits, "
+           << static_cast<int>(display.fnGetDPI().cx) << " dots per inch, gamma "
+           << display.fnGetGammaValue() / 180.0 << "\n";
+    if (m_Document.fnHasImage()) {
+        CqImage& image = m_Document.fnGetImage();
+        m_Dump << "Picture: " << static_cast<unsigned long>(image.Width) << " x "
+               << static_cast<unsigned long>(image.Height) << " pixels of "
+               << static_cast<unsigned long>(image.BitCount) << " bits in "
+               << static_cast<unsigned long>(image.TileCount) << " tiles\nFirst tile:\n";
+        CqImageTile tile;
+        image.fnAccessTile(0u, &tile);
+        m_Dump.fnHexDump("%016lX ", tile.Pixels, std::min(static_cast<int>(tile.Size), kDumpBytes),
+                         kDumpPerLine);
     }
 }
 

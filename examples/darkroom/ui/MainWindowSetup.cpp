@@ -1,6 +1,7 @@
 // The parts of the main window.
 #include "examples/darkroom/ui/Actions.h"
 #include "examples/darkroom/ui/ColorButton.h"
+#include "examples/darkroom/ui/Guard.h"
 #include "examples/darkroom/ui/Icons.h"
 #include "examples/darkroom/ui/MainWindow.h"
 #include "examples/darkroom/ui/RecentFiles.h"
@@ -52,7 +53,8 @@ QAction* MainWindow::fnAddAction(const ActionEntry& entry) {
     action->setObjectName(entry.m_pszId);
     action->setShortcuts(QKeySequence::listFromString(QString::fromLatin1(entry.m_pszKeys)));
     const auto run = entry.m_pRun;
-    connect(action, &QAction::triggered, this, [this, run] { (this->*run)(); });
+    connect(action, &QAction::triggered, this,
+            [this, run] { fnTryAloud([&] { (this->*run)(); }); });
     return action;
 }
 
@@ -82,7 +84,7 @@ void MainWindow::fnAddOperations() {
         action->setObjectName(operation.m_pszId);
         action->setShortcut(QKeySequence(QString::fromLatin1(operation.m_pszShortcut)));
         connect(action, &QAction::triggered, this,
-                [this, &operation] { fnStartOperation(operation); });
+                [this, &operation] { fnTryAloud([&] { fnStartOperation(operation); }); });
     }
 }
 
@@ -118,6 +120,7 @@ void MainWindow::fnMakeToolBars() {
         tools->addAction(findChild<QAction*>(entry.m_pszId));
     tools->addSeparator();
     m_pColor = new ColorButton(CqColor(255, 0, 0, 255));
+    m_pColor->setAccessibleName(tr("Color"));
     m_pColor->setToolTip(tr("Color of lines, curves and fills"));
     tools->addWidget(m_pColor);
     m_pTolerance = new QSpinBox;
@@ -125,6 +128,7 @@ void MainWindow::fnMakeToolBars() {
     m_pTolerance->setRange(0, kMostTolerance);
     m_pTolerance->setValue(kStartTolerance);
     m_pTolerance->setPrefix(tr("± "));
+    m_pTolerance->setAccessibleName(tr("Tolerance"));
     m_pTolerance->setToolTip(tr("How far a color may differ that is selected by color"));
     tools->addWidget(m_pTolerance);
     fnMakeIcons();
@@ -141,6 +145,7 @@ void MainWindow::fnMakeIcons() {
 
 void MainWindow::fnMakeStatusBar() {
     m_pGauge = new QProgressBar;
+    m_pGauge->setAccessibleName(tr("Progress"));
     m_pGauge->hide();
     m_pGauge->setFixedWidth(kGaugeWidth);
     statusBar()->addPermanentWidget(m_pGauge);

@@ -28,6 +28,7 @@ MergeDialog::MergeDialog(CqImage& over, bool hasSelection, PictureView& view, QW
         offer(tr("By its alpha"), MergeRule::ALPHA);
     m_pRule->setObjectName("rule");
     m_pKey->setObjectName("key");
+    m_pKey->setAccessibleName(tr("Key color"));
     fnGetForm().addRow(tr("What:"), m_pRule);
     fnGetForm().addRow(tr("Key color:"), m_pKey);
     m_pX = fnAddPixels(tr("Left:"), "x", -kFarthest, kFarthest);

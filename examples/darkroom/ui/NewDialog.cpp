@@ -12,6 +12,7 @@ namespace darkroom {
 
 namespace {
 constexpr unsigned int kBits = 24;
+constexpr int kMostPixels = 60000;
 constexpr int kStartWidth = 1024;
 constexpr int kStartHeight = 768;
 } // namespace
@@ -30,6 +31,7 @@ NewDialog::NewDialog(QWidget* parent)
     }
     m_pWidth->setObjectName("width");
     m_pHeight->setObjectName("height");
+    m_pColor->setAccessibleName(tr("Color"));
     m_pWidth->setValue(kStartWidth);
     m_pHeight->setValue(kStartHeight);
     form->addRow(tr("&Width:"), m_pWidth);

@@ -6,10 +6,13 @@
 #include "examples/darkroom/ui/Placement.h"
 #include "examples/darkroom/ui/SizeLabel.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 #include <QCheckBox>
 #include <QFormLayout>
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QPushButton>
 #include <QSlider>
 #include <QSpinBox>
@@ -21,6 +24,12 @@ namespace {
 
 constexpr int kSliderWidth = 240;
 constexpr int kBoxWidth = 80;
+/// The whole number nearest to a length that may lie beyond what a box holds.
+int fnToLength(double length) {
+    constexpr double kMost = std::numeric_limits<int>::max();
+    return static_cast<int>(std::clamp(std::round(length), 1.0, kMost));
+}
+
 /// Ranges beyond this can't be set with a slider.
 constexpr int kSliderRange = 1000;
 
@@ -33,7 +42,7 @@ ParameterDialog::ParameterDialog(const Operation& operation, const Values& start
     for (std::size_t i = 0; i < start.size(); ++i)
         fnAdd(operation.m_Parameters[i], start[i]);
     if (operation.m_ePreview == PreviewKind::SIZE)
-        fnAddLock();
+        fnAddLock(static_cast<double>(start[1]) / start[0]);
     QDialogButtonBox& buttons = fnAddFoot(QDialogButtonBox::Reset);
     if (!operation.fnIsLocal()) {
         m_pBytes = new SizeLabel(*buttons.button(QDialogButtonBox::Ok));
@@ -67,7 +76,10 @@ void ParameterDialog::fnAdd(const Parameter& parameter, int value) {
 
 void ParameterDialog::fnAddNumber(const Parameter& parameter, int value) {
     auto* const row = new QHBoxLayout;
+    auto* const label = new QLabel(tr(parameter.m_pszName));
     auto* const box = new QSpinBox;
+    box->setAccessibleName(label->text());
+    label->setBuddy(box);
     box->setRange(parameter.m_nLow, parameter.m_nHigh);
     box->setSuffix(QString::fromUtf8(parameter.m_pszUnit));
     box->setValue(value);
@@ -78,12 +90,13 @@ void ParameterDialog::fnAddNumber(const Parameter& parameter, int value) {
         slider->setRange(parameter.m_nLow, parameter.m_nHigh);
         slider->setValue(value);
         slider->setMinimumWidth(kSliderWidth);
+        slider->setAccessibleName(label->text());
         connect(slider, &QSlider::valueChanged, box, &QSpinBox::setValue);
         connect(box, &QSpinBox::valueChanged, slider, &QSlider::setValue);
         row->addWidget(slider, 1);
     }
     row->addWidget(box);
-    fnGetForm().addRow(tr(parameter.m_pszName), row);
+    fnGetForm().addRow(label, row);
     connect(box, &QSpinBox::valueChanged, this, &ParameterDialog::fnOnValue);
     m_Numbers.push_back(box);
     m_Readers.emplace_back([box] { return box->value(); });
@@ -103,6 +116,7 @@ void ParameterDialog::fnAddSwitch(const Parameter& parameter, int value) {
 void ParameterDialog::fnAddColor(const Parameter& parameter, int value) {
     auto* const button = new ColorButton(CqColor(static_cast<unsigned long>(value)));
     button->setObjectName(parameter.m_pszName);
+    button->setAccessibleName(tr(parameter.m_pszName));
     fnGetForm().addRow(tr(parameter.m_pszName), button);
     connect(button, &ColorButton::colorChanged, this, &ParameterDialog::fnOnValue);
     const auto read = [button] {
@@ -113,31 +127,39 @@ void ParameterDialog::fnAddColor(const Parameter& parameter, int value) {
         [button, value] { button->fnSetColor(CqColor(static_cast<unsigned long>(value))); });
 }
 
-void ParameterDialog::fnAddLock() {
+void ParameterDialog::fnAddLock(double ratio) {
     auto* const lock = new QCheckBox(tr("&Keep proportions"));
     lock->setObjectName("proportions");
     lock->setChecked(true);
     fnGetForm().addRow(QString(), lock);
-    const double width = m_Numbers[0]->value();
-    const double height = m_Numbers[1]->value();
-    const auto follow = [this, lock](QSpinBox* box, double ratio) {
-        return [this, lock, box, ratio](int value) {
+    QSpinBox* const width = m_Numbers[0];
+    QSpinBox* const height = m_Numbers[1];
+    const auto follow = [this, lock](QSpinBox* box, double factor) {
+        return [this, lock, box, factor](int value) {
             // What follows must not lead in turn: it is rounded.
             if (!lock->isChecked() || std::exchange(m_bFollows, true))
                 return;
-            box->setValue(static_cast<int>(std::lround(value * ratio)));
+            box->setValue(fnToLength(value * factor));
             m_bFollows = false;
         };
     };
-    connect(m_Numbers[0], &QSpinBox::valueChanged, this, follow(m_Numbers[1], height / width));
-    connect(m_Numbers[1], &QSpinBox::valueChanged, this, follow(m_Numbers[0], width / height));
-    connect(lock, &QCheckBox::toggled, this, [this, ratio = height / width](bool on) {
+    connect(width, &QSpinBox::valueChanged, this, follow(height, ratio));
+    connect(height, &QSpinBox::valueChanged, this, follow(width, 1 / ratio));
+    // While they go together, none gets where the other one can't follow.
+    const auto limit = [width, height, ratio, mostWidth = width->maximum(),
+                        mostHeight = height->maximum()](bool on) {
+        width->setMaximum(on ? std::min(mostWidth, fnToLength(mostHeight / ratio)) : mostWidth);
+        height->setMaximum(on ? std::min(mostHeight, fnToLength(mostWidth * ratio)) : mostHeight);
+    };
+    connect(lock, &QCheckBox::toggled, this, [=, this](bool on) {
+        limit(on);
         if (on) {
             m_bFollows = true;
-            m_Numbers[1]->setValue(static_cast<int>(std::lround(m_Numbers[0]->value() * ratio)));
+            height->setValue(fnToLength(width->value() * ratio));
             m_bFollows = false;
         }
     });
+    limit(true);
 }
 
 void ParameterDialog::fnOnValue() {

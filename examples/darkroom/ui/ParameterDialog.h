@@ -29,7 +29,8 @@ private:
     void fnAddNumber(const Parameter& parameter, int value);
     void fnAddSwitch(const Parameter& parameter, int value);
     void fnAddColor(const Parameter& parameter, int value);
-    void fnAddLock();
+    /// @param ratio  the picture's height to its width
+    void fnAddLock(double ratio);
     void fnOnValue();
     void fnShowPreview() override;
     void fnHidePreview() override;

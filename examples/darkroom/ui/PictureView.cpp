@@ -32,6 +32,7 @@ void fnDrawContrast(QPainter& painter, const QPainterPath& line) {
 
 PictureView::PictureView(Document& document, QWidget* parent)
     : CqImageView(parent), m_Document(document) {
+    setAccessibleName(tr("Picture"));
     connect(this, &CqImageView::visibleChanged, this, [this] {
         m_Shade = QImage();
         m_Preview = QImage();
@@ -181,6 +182,8 @@ void PictureView::mouseMoveEvent(QMouseEvent* event) {
 void PictureView::fnTakeMove(const QMouseEvent& event) {
     if (m_Points.empty())
         return;
+    if (m_bDragging && !(event.buttons() & Qt::LeftButton))
+        return fnDrop(); // it was let go over another window, a dialog's maybe
     const QPointF place = fnToImage(event.position());
     m_Cursor = CqPoint2D(place.x(), place.y());
     if (m_bDragging) {

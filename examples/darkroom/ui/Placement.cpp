@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace darkroom {
 
@@ -76,7 +77,10 @@ Placement fnFindPlacement(const Operation& operation, const CqImage& image,
     }
     if (operation.m_ePreview == PreviewKind::SCALE) {
         const double scale = values[0] / 100.0;
-        const auto length = [&](int of) { return static_cast<int>(std::ceil(of * scale - kDust)); };
+        const auto length = [&](int of) {
+            constexpr double kMost = std::numeric_limits<int>::max();
+            return static_cast<int>(std::min(std::ceil(of * scale - kDust), kMost));
+        };
         return fnSized(from, {length(from.width()), length(from.height())}, scale, scale);
     }
     Placement placement = fnTurned(from, values[0], values[1] != 0);

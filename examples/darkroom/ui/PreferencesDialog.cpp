@@ -1,6 +1,8 @@
 #include "examples/darkroom/ui/PreferencesDialog.h"
 
+#include "examples/darkroom/model/History.h"
 #include "examples/darkroom/model/MemoryShare.h"
+#include "examples/darkroom/ui/Guard.h"
 #include "examples/darkroom/ui/Texts.h"
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/memory/CqVMPolicy.h"
@@ -18,6 +20,7 @@
 #include <QPushButton>
 #include <QSpinBox>
 #include <QStorageInfo>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
@@ -25,8 +28,9 @@ namespace darkroom {
 
 namespace {
 
-constexpr int kMostLevels = 100;
 constexpr int kMostGamma = 799;
+constexpr int kNoMemory = -1;
+constexpr int kNotSaved = -5;
 constexpr int kPathWidth = 280;
 constexpr int kMostPathBytes = kMaxPathBytes - 2; // the library adds a separator
 
@@ -46,6 +50,8 @@ PreferencesDialog::PreferencesDialog(unsigned int levels, QWidget* parent) : QDi
     auto* const tabs = new QTabWidget;
     tabs->addTab(fnMakeMemoryPage(levels), tr("&Memory"));
     tabs->addTab(fnMakeScreenPage(), tr("&Screen"));
+    tabs->setAccessibleName(tr("Pages"));
+    tabs->tabBar()->setAccessibleName(tabs->accessibleName());
     layout->addWidget(tabs);
     auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
@@ -77,14 +83,25 @@ QWidget* PreferencesDialog::fnMakeMemoryPage(unsigned int levels) {
     m_pShare->setObjectName("share");
     m_pShare->setRange(1, 100);
     m_pShare->setSuffix(" %");
-    m_pShare->setValue(static_cast<int>(policy.fnGetMemUsage()));
+    m_pShare->setAccessibleName(tr("Share of the memory"));
+    m_pShareBytes = new QLabel;
+    m_pShareBytes->setObjectName("shareBytes");
+    // Without a share of the user's own the usual one is in force.
+    m_pShare->setValue(
+        static_cast<int>(policy.fnIsMemEnabled() ? policy.fnGetMemUsage() : kUsualShare));
     m_pShare->setEnabled(policy.fnIsMemEnabled());
-    connect(m_pShareOn, &QCheckBox::toggled, m_pShare, &QWidget::setEnabled);
+    connect(m_pShareOn, &QCheckBox::toggled, this, [this](bool on) {
+        m_pShare->setEnabled(on);
+        if (!on)
+            m_pShare->setValue(static_cast<int>(kUsualShare));
+    });
+    connect(m_pShare, &QSpinBox::valueChanged, this, &PreferencesDialog::fnTellShare);
     form->addRow(m_pShareOn, m_pShare);
-    form->addRow(tr("At present that is:"), new QLabel(fnTellSize(policy.fnGetRamLimit())));
+    form->addRow(tr("That is:"), m_pShareBytes);
+    fnTellShare();
     m_pLevels = new QSpinBox;
     m_pLevels->setObjectName("levels");
-    m_pLevels->setRange(0, kMostLevels);
+    m_pLevels->setRange(0, static_cast<int>(kMostLevels));
     m_pLevels->setValue(static_cast<int>(levels));
     form->addRow(tr("Steps that can be undone:"), m_pLevels);
     return page;
@@ -122,7 +139,9 @@ void PreferencesDialog::fnAddDisk(unsigned int index, QGridLayout& grid) {
     disk.m_pPath->setMinimumWidth(kPathWidth);
     disk.m_pOn->setChecked(policy.fnIsDiskEnabled(index));
     disk.m_pPath->setText(fnShowPath(policy.fnGetDisk(index)));
+    disk.m_pPath->setAccessibleName(tr("Folder of disk %1").arg(number));
     auto* const browse = new QPushButton(tr("Browse…"));
+    browse->setAccessibleName(tr("Browse for disk %1").arg(number));
     connect(browse, &QPushButton::clicked, this, [this, disk] { fnBrowse(disk); });
     connect(disk.m_pPath, &QLineEdit::textChanged, this, &PreferencesDialog::fnTell);
     connect(disk.m_pOn, &QCheckBox::toggled, this, &PreferencesDialog::fnTell);
@@ -173,17 +192,31 @@ void PreferencesDialog::fnTell() {
     m_pOk->setEnabled(usable);
 }
 
+void PreferencesDialog::fnTellShare() {
+    const std::uint64_t memory = fnGetMachineMemory();
+    m_pShareBytes->setText(fnTellSize(
+        memory == 0 ? q32GetVMPolicy()->fnGetRamLimit()
+                    : fnComputeLimit(memory, static_cast<unsigned int>(m_pShare->value()))));
+}
+
 unsigned int PreferencesDialog::fnGetLevels() const {
     return static_cast<unsigned int>(m_pLevels->value());
 }
 
-bool PreferencesDialog::fnApply() const {
+int PreferencesDialog::fnApply() const {
     CqVMPolicy& policy = *q32GetVMPolicy();
-    for (unsigned int i = 0; i < m_Disks.size(); ++i) {
-        const QString path = m_Disks[i].m_pPath->text();
-        // An empty path disables a disk, so the switch comes after it.
-        policy.fnSetDisk(i, QFile::encodeName(path).constData());
-        policy.fnEnableDisk(i, !path.isEmpty() && m_Disks[i].m_pOn->isChecked());
+    const bool set = fnTry([&] {
+        for (unsigned int i = 0; i < m_Disks.size(); ++i) {
+            const QString path = m_Disks[i].m_pPath->text();
+            // An empty path disables a disk, so the switch comes after it.
+            policy.fnSetDisk(i, QFile::encodeName(path).constData());
+            policy.fnEnableDisk(i, !path.isEmpty() && m_Disks[i].m_pOn->isChecked());
+        }
+    });
+    if (!set) {
+        policy.fnSerialize(true); // not some of the disks and not the others
+        fnApplyMemoryShare();
+        return kNoMemory;
     }
     policy.fnEnableMemUsage(m_pShareOn->isChecked());
     policy.fnSetMemUsage(static_cast<unsigned int>(m_pShare->value()));
@@ -194,9 +227,10 @@ bool PreferencesDialog::fnApply() const {
         display.fnEnableGamma(m_pGammaOn->isChecked());
     if (display.fnIsGammaEnabled())
         display.fnSetGammaValue(static_cast<unsigned int>(m_pGamma->value()));
-    const bool saved = policy.fnSerialize(false) && display.fnSerialize(false);
+    bool saved = false;
+    fnTry([&] { saved = policy.fnSerialize(false) && display.fnSerialize(false); });
     fnApplyMemoryShare();
-    return saved;
+    return saved ? 0 : kNotSaved;
 }
 
 } // namespace darkroom

@@ -22,9 +22,10 @@ public:
     explicit PreferencesDialog(unsigned int levels, QWidget* parent = nullptr);
 
     unsigned int fnGetLevels() const;
-    /// Puts the library's part in force and saves it. False, with all in force, when it could not
-    /// be saved.
-    bool fnApply() const;
+    /// Puts the library's part in force and saves it.
+    /// @return 0; -5, with all in force, when it could not be saved; -1 when memory ran out: what
+    /// was saved last is in force then
+    int fnApply() const;
 
 private:
     struct Disk {
@@ -41,10 +42,13 @@ private:
     static QString fnFindFault(const Disk& disk);
     /// Tells what each disk has room for, and lets nobody leave with one that can't be used.
     void fnTell();
+    /// Tells what the share of the memory comes to.
+    void fnTellShare();
 
     std::vector<Disk> m_Disks;
     QCheckBox* m_pShareOn = nullptr;
     QSpinBox* m_pShare = nullptr;
+    QLabel* m_pShareBytes = nullptr;
     QSpinBox* m_pLevels = nullptr;
     QCheckBox* m_pGammaOn = nullptr;
     QSpinBox* m_pGamma = nullptr;

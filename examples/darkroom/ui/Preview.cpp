@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cstring>
 #include <iterator>
+#include <limits>
 #include <QPointF>
 
 namespace darkroom {
@@ -18,7 +19,8 @@ namespace darkroom {
 namespace {
 
 /// A picture of more pixels is moved by way of a copy in the size that it is seen in: reading it
-/// from all over for each value would take too long when it isn't in memory.
+/// from all over for each value would take too long when it isn't in memory. A copy that would have
+/// more pixels itself isn't made: what of it is in sight lies near to each other then.
 constexpr double kMostRead = 8e6;
 
 /// The pixels of the screen along an axis that show a picture, and which of its pixels each shows.
@@ -164,7 +166,8 @@ void Preview::fnSampleWhole() {
     const CqImage& image = m_Document.fnGetImage();
     const double zoom = m_View.fnGetZoom();
     m_Columns.clear();
-    if (zoom >= 1 || static_cast<double>(image.Width) * image.Height <= kMostRead)
+    const double pixels = static_cast<double>(image.Width) * image.Height;
+    if (zoom >= 1 || pixels <= kMostRead || pixels * zoom * zoom > kMostRead)
         return;
     m_Columns = fnReduce(static_cast<int>(image.Width), zoom);
     m_Rows = fnReduce(static_cast<int>(image.Height), zoom);
@@ -241,7 +244,10 @@ void Preview::fnShowMoved(const Values& values) {
     const QPointF kept =
         placement.m_ToSource.inverted().map(m_View.fnToImage(middle / m_View.devicePixelRatioF()));
     const QPointF wanted = kept * zoom - middle;
-    const auto scaled = [&](int length) { return std::max(1, static_cast<int>(length * zoom)); };
+    constexpr double kMostScaled = std::numeric_limits<int>::max();
+    const auto scaled = [&](int length) {
+        return static_cast<int>(std::clamp(length * zoom, 1.0, kMostScaled));
+    };
     const auto axis = [&](int view, int length, double from) {
         const int origin = fnFindOrigin(view, scaled(length), from);
         return fnMakeAxis(view, length, [=](int at) {
@@ -264,6 +270,9 @@ void Preview::fnShowMoved(const Values& values) {
 void Preview::fnShow(const Values& values) {
     if (m_Operation.m_ePreview == PreviewKind::NONE || !m_Document.fnHasImage())
         return;
+    // The view draws its picture better than a preview does.
+    if (!m_Operation.fnChanges(m_Document.fnGetImage(), values))
+        return fnHide();
     const bool shown = fnTry([&] {
         const bool local = m_Operation.fnIsLocal();
         if (!m_bSampled)

@@ -31,7 +31,8 @@ public:
     Preview(const Preview&) = delete;
     Preview& operator=(const Preview&) = delete;
 
-    /// Shows nothing for operations that have no preview, and when memory for it runs out.
+    /// Shows nothing for operations that have no preview, for values that change nothing, and when
+    /// memory for it runs out.
     void fnShow(const Values& values);
     void fnHide();
     /// Another part of the picture is in sight; what is shown is to be shown anew.

@@ -45,6 +45,7 @@ SoundPanel::SoundPanel(const HostSetup& setup, Run run, QWidget* parent)
     auto* const layout = new QVBoxLayout(this);
     m_pName->setText(tr("No sound"));
     layout->addWidget(m_pName);
+    m_pView->setAccessibleName(tr("Oscillogram"));
     m_pView->setFixedSize(kPictureWidth + 2 * m_pView->frameWidth(),
                           kPictureHeight + 2 * m_pView->frameWidth());
     // It is drawn in pixels of the screen, of which a view that moves to another screen has more.
