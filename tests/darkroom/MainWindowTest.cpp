@@ -150,6 +150,7 @@ TEST_F(DarkroomWindow, WheelAndKeysZoomAndTheMouseMovesThePicture) {
     fnPress(Qt::Key_0, Qt::ControlModifier);
     EXPECT_EQ(view.fnGetZoom(), fit);
     const QPoint place = view.viewport()->rect().center() + QPoint(60, 40);
+    fnDo("zoomOne"); // a picture that fits is centred
     const QPointF kept = view.fnToImage(place);
     const auto wheel = [&](int angle) {
         QWheelEvent turn(place, view.viewport()->mapToGlobal(place), {}, {0, angle}, Qt::NoButton,
@@ -158,15 +159,18 @@ TEST_F(DarkroomWindow, WheelAndKeysZoomAndTheMouseMovesThePicture) {
     };
     for (int i = 0; i < 4; ++i)
         wheel(120);
-    EXPECT_GT(view.fnGetZoom(), fit);
+    EXPECT_GT(view.fnGetZoom(), 1.0);
     EXPECT_NEAR(view.fnToImage(place).x(), kept.x(), 2.0) << "what is under the cursor stays";
     EXPECT_NEAR(view.fnToImage(place).y(), kept.y(), 2.0);
     fnDo("zoomOne");
     view.fnCenterOn(QPointF(1000, 750));
     const QPointF before = view.fnToImage(place);
     fnDrag(place, place - QPoint(30, 20));
-    const double scale = view.devicePixelRatioF();
-    EXPECT_EQ(view.fnToImage(place) - before, QPointF(30, 20) * scale);
+    // The picture lies at whole pixels of the screen.
+    const QPointF moved = view.fnToImage(place) - before;
+    const QPointF wanted = QPointF(30, 20) * view.devicePixelRatioF();
+    EXPECT_NEAR(moved.x(), wanted.x(), 0.5);
+    EXPECT_NEAR(moved.y(), wanted.y(), 0.5);
 }
 
 TEST_F(DarkroomWindow, TheViewIsDrawnAnewForAnotherPictureAlone) {
