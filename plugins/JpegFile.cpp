@@ -28,7 +28,6 @@ constexpr long kMaxCoefficientBytes = 1L << 30;
 constexpr std::size_t kOutputBlock = 16384;
 constexpr double kInchesPerMeter = 1 / 0.0254;
 /// Of a camera's and an editor's notes, colour profiles, further pictures, and a printer's notes.
-/// That they are there is all that is looked at.
 constexpr int kNoteMarkers[] = {JPEG_APP0 + 1, JPEG_APP0 + 2, JPEG_APP0 + 13};
 constexpr int kDotsPerInchUnit = 1;
 constexpr int kDotsPerCentimeterUnit = 2;
@@ -40,6 +39,7 @@ struct JpegState {
     PICTURE_MESSAGE m_eFailure = PICTURE_CORRUPTED;
     CqPictureInput* m_pInput = nullptr;
     CqPictureOutput* m_pOutput = nullptr;
+    bool m_bHasNotes = false; ///< of the file that is read
     JOCTET m_Block[kOutputBlock];
 };
 
@@ -100,6 +100,21 @@ void fnSkipInput(j_decompress_ptr jpeg, long count) {
     }
 }
 
+/// That notes are there is all that is looked at. libjpeg would keep an object for each of them,
+/// and a file may have millions.
+boolean fnPassNotes(j_decompress_ptr jpeg) {
+    fnState(reinterpret_cast<j_common_ptr>(jpeg)).m_bHasNotes = true;
+    long length = 0; // it counts itself
+    for (int i = 0; i < 2; ++i) {
+        if (jpeg->src->bytes_in_buffer == 0)
+            fnFillInput(jpeg);
+        length = length << 8 | *jpeg->src->next_input_byte;
+        fnSkipInput(jpeg, 1);
+    }
+    fnSkipInput(jpeg, length - 2);
+    return TRUE;
+}
+
 void fnStartOutput(j_compress_ptr jpeg) {
     jpeg->dest->next_output_byte = fnState(reinterpret_cast<j_common_ptr>(jpeg)).m_Block;
     jpeg->dest->free_in_buffer = kOutputBlock;
@@ -150,9 +165,7 @@ public:
     void fnReadScans(CqPictureTarget& target);
     void fnReadRows(CqPictureTarget& target);
     /// Whether the file holds more than the image takes: inks, or notes.
-    bool fnHoldsMore() const {
-        return m_Jpeg.out_color_space == JCS_CMYK || m_Jpeg.marker_list != nullptr;
-    }
+    bool fnHoldsMore() const { return m_Jpeg.out_color_space == JCS_CMYK || m_State.m_bHasNotes; }
 
 private:
     template <typename Call>
@@ -174,7 +187,7 @@ void JpegReader::fnOpen() {
     fnCall([this] {
         jpeg_create_decompress(&m_Jpeg);
         for (const int marker : kNoteMarkers)
-            jpeg_save_markers(&m_Jpeg, marker, 1);
+            jpeg_set_marker_processor(&m_Jpeg, marker, fnPassNotes);
     });
     m_Source.init_source = fnNothing;
     m_Source.fill_input_buffer = fnFillInput;
@@ -281,9 +294,9 @@ void fnReadJpeg(CqPictureInput& input, CqPictureTarget& target) {
     reader->fnStart();
     reader->fnAllocImage(target);
     reader->fnReadScans(target);
-    if (reader->fnHoldsMore()) // the end of the rows forgets the markers
-        target.fnNoteReduced();
     reader->fnReadRows(target);
+    if (reader->fnHoldsMore())
+        target.fnNoteReduced();
 }
 
 /// libjpeg's object for writing one file.

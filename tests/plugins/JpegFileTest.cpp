@@ -275,4 +275,34 @@ TEST_F(JpegFile, WhatTheImageDoesNotTakeIsTold) {
     }
 }
 
+TEST_F(JpegFile, NotesOfAnyLengthArePassedOver) {
+    TestJpeg jpeg;
+    jpeg.m_nComponents = 3;
+    jpeg.m_Samples.resize(8 * 8 * 3);
+    for (std::size_t i = 0; i < jpeg.m_Samples.size(); ++i)
+        jpeg.m_Samples[i] = static_cast<std::uint8_t>(i);
+    const Bytes plain = jpeg.fnMake();
+    fnPut(plain);
+    ASSERT_TRUE(fnRead().fnIsDone());
+    const Bytes pixels = fnPixelsOf(m_Image);
+    for (const std::size_t length : {2u, 3u, 16384u, 65535u}) { // the two bytes that tell it count
+        Bytes file = plain;
+        for (int i = 0; i < 3; ++i) {
+            Bytes segment(2 + length, 0xD9); // what would end the file elsewhere
+            segment[0] = 0xFF;
+            segment[1] = 0xE1;
+            segment[2] = static_cast<std::uint8_t>(length >> 8);
+            segment[3] = static_cast<std::uint8_t>(length);
+            file.insert(file.begin() + 2, segment.begin(), segment.end());
+        }
+        fnPut(file);
+        ASSERT_TRUE(fnRead().fnIsDone()) << length;
+        EXPECT_EQ(fnPixelsOf(m_Image), pixels) << length;
+        for (const std::size_t end : {std::size_t{5}, length + 1, 3 * length + 7}) {
+            fnPut(Bytes(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(end)));
+            EXPECT_FALSE(fnRead().fnIsDone()) << length << ", cut at " << end;
+        }
+    }
+}
+
 } // namespace
