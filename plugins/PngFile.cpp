@@ -22,6 +22,7 @@ constexpr png_uint_32 kMaxSide = 0x7FFFFFFF;
 constexpr std::uint64_t kMaxRatio = 1032;
 constexpr int kPngSignatureBytes = 8;
 constexpr char kTitleKey[] = "Title";
+constexpr char kProgramKey[] = "Software"; ///< that wrote the file
 constexpr png_byte kAnimation[] = {'a', 'c', 'T', 'L', 0};
 
 /// What libpng's callbacks need, in one reachable place.
@@ -97,6 +98,7 @@ public:
 
 private:
     void fnTakeTitle(png_infop info, CqPictureTarget& target);
+    bool fnHasNotes(png_infop info);
 
     PngState m_State;
     png_structp m_pPng = nullptr;
@@ -230,13 +232,22 @@ void PngReader::fnTakeNotes(CqPictureTarget& target) {
         target.fnSetDotsPerMeter(x, y);
 }
 
+bool PngReader::fnHasNotes(png_infop info) {
+    png_textp texts = nullptr;
+    int count = 0;
+    fnCall([&] { png_get_text(m_pPng, info, &texts, &count); });
+    return png_get_valid(m_pPng, info, PNG_INFO_iCCP | PNG_INFO_eXIf) != 0 ||
+           std::any_of(texts, texts + count, [](const png_text& text) {
+               return std::strcmp(text.key, kTitleKey) != 0 &&
+                      std::strcmp(text.key, kProgramKey) != 0;
+           });
+}
+
 /// Whether the file holds more than the image takes.
 bool PngReader::fnHoldsMore() {
     png_unknown_chunkp unknown = nullptr;
     fnCall([&] { png_get_unknown_chunks(m_pPng, m_pInfo, &unknown); });
-    constexpr png_uint_32 kNotes = PNG_INFO_iCCP | PNG_INFO_eXIf;
-    return m_nDepth == 16 || unknown ||
-           (png_get_valid(m_pPng, m_pInfo, kNotes) | png_get_valid(m_pPng, m_pEnd, kNotes)) != 0;
+    return m_nDepth == 16 || unknown || fnHasNotes(m_pInfo) || fnHasNotes(m_pEnd);
 }
 
 void fnReadPng(CqPictureInput& input, CqPictureTarget& target) {

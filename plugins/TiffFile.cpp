@@ -234,6 +234,10 @@ bool fnHoldsMore(TIFF* file, const TiffLayout& layout) {
         void* value = nullptr;
         return TIFFGetField(file, tag, &count, &value) != 0;
     };
+    const auto tells = [file](ttag_t tag) {
+        const char* text = nullptr;
+        return TIFFGetField(file, tag, &text) != 0;
+    };
     const auto leads = [file](ttag_t tag) {
         std::uint64_t offset = 0;
         return TIFFGetField(file, tag, &offset) != 0;
@@ -242,6 +246,9 @@ bool fnHoldsMore(TIFF* file, const TiffLayout& layout) {
            layout.m_eKind == TIFF_CMYK || layout.m_nSamples > layout.fnUsedSamples() ||
            orientation != ORIENTATION_TOPLEFT || has(TIFFTAG_ICCPROFILE, 0u) ||
            has(TIFFTAG_XMLPACKET, 0u) || has(TIFFTAG_SUBIFD, std::uint16_t{0}) ||
+           has(TIFFTAG_RICHTIFFIPTC, 0u) || has(TIFFTAG_PHOTOSHOP, 0u) || tells(TIFFTAG_ARTIST) ||
+           tells(TIFFTAG_COPYRIGHT) ||
+           (tells(TIFFTAG_DOCUMENTNAME) && tells(TIFFTAG_IMAGEDESCRIPTION)) ||
            leads(TIFFTAG_EXIFIFD) || leads(TIFFTAG_GPSIFD);
 }
 

@@ -7,9 +7,10 @@
 #include <QEventLoop>
 #include <QGuiApplication>
 #include <QKeyEvent>
-#include <QScopedValueRollback>
+#include <QScopeGuard>
 #include <QThread>
 #include <QWindow>
+#include <tuple>
 #include <utility>
 
 namespace q32::qt {
@@ -152,8 +153,14 @@ void EventHold::fnLook() {
     const int level = QThread::currentThread()->loopLevel();
     if (m_bLooking && level == m_nLookLevel)
         return;
-    const QScopedValueRollback<bool> looking(m_bLooking, true);
-    const QScopedValueRollback<int> here(m_nLookLevel, level);
+    const auto outer = std::pair(m_bLooking, m_nLookLevel);
+    m_bLooking = true;
+    m_nLookLevel = level;
+    const QPointer<EventHold> self(this); // a call that is made may end it
+    const auto restore = qScopeGuard([&] {
+        if (self)
+            std::tie(m_bLooking, m_nLookLevel) = outer;
+    });
     // Timers stay out, so that this one waits for the event loop too.
     if (!m_Timer.isActive())
         m_Timer.start(0);
@@ -188,12 +195,14 @@ bool EventHold::eventFilter(QObject* object, QEvent* event) {
         });
         return false;
     }
-    // A window that is just being shown has its events at once, before the event loop runs, and one
-    // that the program closes goes at once.
-    const bool waits = std::any_of(m_Held.begin(), m_Held.end(),
-                                   [=](const Held& held) { return held.m_pObject == object; });
+    // A window that is just being shown has its events at once, before the event loop runs. One
+    // that the program closes goes at once, but for what the user has done to it before.
+    const bool closes = type == QEvent::Close;
+    const bool waits = std::any_of(m_Held.begin(), m_Held.end(), [=](const Held& held) {
+        return held.m_pObject == object && (!closes || fnIsInput(held.m_pEvent->type()));
+    });
     const bool input = fnIsInput(type);
-    if (!waits && (!input || type == QEvent::Close))
+    if (!waits && (!input || closes))
         return false;
     // What is newer than what was kept has to wait for it, and may find its window gone. But how a
     // window looks and lies is told by loops too that let no input through.

@@ -8,8 +8,11 @@
 
 #include <QAbstractSpinBox>
 #include <QAccessible>
+#include <QLabel>
 #include <QLineEdit>
 #include <QProgressBar>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -68,7 +71,11 @@ TEST_F(DarkroomAccessibility, TheWindowNamesItsParts) {
 TEST_F(DarkroomAccessibility, ALabelLeadsToItsNumber) {
     const darkroom::ParameterDialog dialog =
         fnParameterDialog(*darkroom::fnFindOperation("brightness"));
-    for (const char* name : {"Brightness", "Contrast"})
-        for (QWidget* widget : dialog.findChildren<QWidget*>(name))
-            EXPECT_EQ(fnNameOf(*widget), name);
+    std::vector<std::string> led;
+    for (const QLabel* label : dialog.findChildren<QLabel*>())
+        if (const QWidget* const number = label->buddy()) {
+            EXPECT_EQ(label->text(), number->objectName());
+            led.push_back(number->objectName().toStdString());
+        }
+    EXPECT_EQ(led, (std::vector<std::string>{"Brightness", "Contrast"}));
 }

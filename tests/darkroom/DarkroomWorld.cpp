@@ -177,14 +177,16 @@ void DarkroomWindow::fnPost(QEvent::Type type, Qt::Key key, Qt::KeyboardModifier
 
 void DarkroomWindow::fnHoldKey(Qt::Key key, int code) {
     constexpr int kPatience = 10000;
-    fnPost(QEvent::KeyPress, key, {});
     QElapsedTimer timer;
     timer.start();
-    while (!m_pKeyboard->fnIsKeyDownNow(code))
+    do {
         if (timer.hasExpired(kPatience)) {
             ADD_FAILURE() << "a key that is held isn't seen";
             return;
         }
+        // It repeats: a window manager that tells of the focus late has keys forgotten.
+        fnPost(QEvent::KeyPress, key, {});
+    } while (!m_pKeyboard->fnIsKeyDownNow(code));
 }
 
 void DarkroomWindow::fnReleaseKey(Qt::Key key) {

@@ -51,6 +51,15 @@ inline void fnOpenNoise(darkroom::Document& document, unsigned int bits, unsigne
     ASSERT_EQ(document.fnGetImage().BitCount, bits);
 }
 
+/// Selects a rectangle.
+inline darkroom::Outcome fnSelect(darkroom::Document& document, const CRect& rect,
+                                  darkroom::Combine how = darkroom::Combine::REPLACE) {
+    const std::vector<CqPoint2D> corners = {
+        {static_cast<double>(rect.left), static_cast<double>(rect.top)},
+        {static_cast<double>(rect.right), static_cast<double>(rect.bottom)}};
+    return document.fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners, how, nullptr);
+}
+
 /// Whether a mask has a pixel of the picture.
 inline bool fnHas(CqMask& mask, int x, int y) {
     const CRect& bound = mask.m_rectBound;

@@ -105,6 +105,18 @@ TEST_F(DarkroomView, AShapeWhoseButtonWasLetGoElsewhereIsDropped) {
     }
 }
 
+TEST_F(DarkroomView, APressAfterAReleaseThatWentElsewhereBeginsAShapeOfItsOwn) {
+    fnView().fnSetTool(darkroom::Tool::RECTANGLE);
+    fnSend(QEvent::MouseButtonPress, fnAt(100, 100), Qt::LeftButton, Qt::LeftButton);
+    fnSend(QEvent::MouseMove, fnAt(200, 200), Qt::NoButton, Qt::LeftButton);
+    // A dialog took the release, and was closed by a key.
+    fnSend(QEvent::MouseButtonPress, fnAt(300, 250), Qt::LeftButton, Qt::LeftButton);
+    fnSend(QEvent::MouseMove, fnAt(340, 280), Qt::NoButton, Qt::LeftButton);
+    fnSend(QEvent::MouseButtonRelease, fnAt(340, 280), Qt::LeftButton, Qt::NoButton);
+    ASSERT_TRUE(m_pWindow->fnGetDocument().fnHasSelection());
+    EXPECT_GE(m_pWindow->fnGetDocument().fnGetSelection().m_rectBound.left, 250);
+}
+
 TEST_F(DarkroomView, AToolHasItsCursorAgainAfterADrag) {
     for (const auto tool : {darkroom::Tool::RECTANGLE, darkroom::Tool::PAN}) {
         fnView().fnSetTool(tool);

@@ -246,6 +246,19 @@ TEST_F(PngFile, WhatTheImageDoesNotTakeIsTold) {
     put(68, std::string_view("\0\0\xF6\xD6\0\1\0\0\0\0\xD3\x2D", 12));
     put(128, std::string_view("\0\0\0\1desc\0\0\0\x90\0\0\0\xD0", 16));
     Bytes notes = {'I', 'I', '*', 0, 8, 0, 0, 0, 0, 0};
+    const auto putText = [](png_structp png, png_infop info, const char* key) {
+        png_text text{};
+        text.compression = PNG_TEXT_COMPRESSION_NONE;
+        text.key = const_cast<char*>(key);
+        text.text = const_cast<char*>("a note");
+        text.text_length = 6;
+        png_set_text(png, info, &text, 1);
+    };
+    TestPng program = plain;
+    program.m_MoreChunks = [&](void* png, void* info) {
+        putText(static_cast<png_structp>(png), static_cast<png_infop>(info), "Software");
+    };
+    EXPECT_FALSE(isReduced(program)) << "another one writes it now";
     const std::function<void(png_structp, png_infop)> chunks[] = {
         [&](png_structp png, png_infop info) {
             png_set_iCCP(png, info, "profile", PNG_COMPRESSION_TYPE_BASE, profile.data(), 0x160);
@@ -259,6 +272,8 @@ TEST_F(PngFile, WhatTheImageDoesNotTakeIsTold) {
             png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_ALWAYS, chunk.name, 1);
             png_set_unknown_chunks(png, info, &chunk, 1);
         },
+        [&](png_structp png, png_infop info) { putText(png, info, "Author"); },
+        [&](png_structp png, png_infop info) { putText(png, info, "Copyright"); },
     };
     for (std::size_t i = 0; i < std::size(chunks); ++i) {
         TestPng more = plain;

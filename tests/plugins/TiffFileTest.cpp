@@ -390,10 +390,23 @@ TEST_F(TiffFile, WhatTheImageDoesNotTakeIsTold) {
     pages.m_nPages = 2;
     EXPECT_TRUE(isReduced(pages));
     EXPECT_EQ(m_Image.Width, 9u);
+    TestTiff described = plain;
+    described.m_MoreTags = [](void* file) {
+        TIFFSetField(static_cast<TIFF*>(file), TIFFTAG_IMAGEDESCRIPTION, "the title");
+    };
+    EXPECT_FALSE(isReduced(described));
     const std::function<void(TIFF*)> tags[] = {
         [](TIFF* file) { TIFFSetField(file, TIFFTAG_ORIENTATION, ORIENTATION_RIGHTTOP); },
         [](TIFF* file) { TIFFSetField(file, TIFFTAG_ICCPROFILE, 4, "prof"); },
         [](TIFF* file) { TIFFSetField(file, TIFFTAG_XMLPACKET, 4, "<x/>"); },
+        [](TIFF* file) { TIFFSetField(file, TIFFTAG_RICHTIFFIPTC, 1, "iptc"); },
+        [](TIFF* file) { TIFFSetField(file, TIFFTAG_PHOTOSHOP, 4, "8BIM"); },
+        [](TIFF* file) { TIFFSetField(file, TIFFTAG_ARTIST, "a person"); },
+        [](TIFF* file) { TIFFSetField(file, TIFFTAG_COPYRIGHT, "a person's"); },
+        [](TIFF* file) {
+            TIFFSetField(file, TIFFTAG_DOCUMENTNAME, "the title");
+            TIFFSetField(file, TIFFTAG_IMAGEDESCRIPTION, "more");
+        },
         [](TIFF* file) { TIFFSetField(file, TIFFTAG_EXIFIFD, std::uint64_t{8}); },
         [](TIFF* file) { TIFFSetField(file, TIFFTAG_GPSIFD, std::uint64_t{8}); },
     };

@@ -162,9 +162,9 @@ private:
     /// @param moves  pixels don't stay where they are
     Outcome fnDo(const char* name, bool moves, const Edit& edit, CqProgressDisplay* progress);
     /// A change of the selection, or of all the picture without one.
-    /// @param reach  pixels about each pixel that the edit looks at; kInPlace: it looks at none,
-    /// but
-    ///               works by the picture's coordinates
+    /// @param reach  pixels about each pixel that the edit looks at; kInPlace: none, but it works
+    /// by
+    ///               the picture's coordinates
     Outcome fnChangeSelected(const char* name, int reach, const Edit& edit,
                              CqProgressDisplay* progress);
     /// @param make  makes the mask: bool(CqMask&, CqProgressDisplay*)

@@ -16,7 +16,7 @@ std::span<const ActionEntry> ActionTable::fnGetActions() {
         {nullptr, nullptr, "", kMenuEdit, Needs::NOTHING, nullptr},
         {"fill", "&Fill with Color…", "Ctrl+F", kMenuEdit, Needs::COLOR_PICTURE,
          &MainWindow::fnFill},
-        {"fillPattern", "Fill with &Pattern…", "", kMenuEdit, Needs::COLOR_PICTURE,
+        {"fillPattern", "Fill with Pa&ttern…", "", kMenuEdit, Needs::COLOR_PICTURE,
          &MainWindow::fnAskPattern},
         {"merge", "&Merge a Picture…", "Ctrl+M", kMenuEdit, Needs::SELECTABLE,
          &MainWindow::fnAskMerge},

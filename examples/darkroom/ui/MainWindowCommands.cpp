@@ -43,11 +43,11 @@ void MainWindow::fnNew() {
     NewDialog dialog(this);
     if (dialog.exec() != QDialog::Accepted)
         return;
-    fnRun(tr("New picture"), [&](CqProgressDisplay* progress) {
-        return m_Document.fnNew(dialog.fnGetWidth(), dialog.fnGetHeight(), dialog.fnGetColor(),
-                                progress);
-    });
-    m_pView->fnSetFit(true);
+    if (fnRun(tr("New picture"), [&](CqProgressDisplay* progress) {
+            return m_Document.fnNew(dialog.fnGetWidth(), dialog.fnGetHeight(), dialog.fnGetColor(),
+                                    progress);
+        }))
+        m_pView->fnSetFit(true);
 }
 
 void MainWindow::fnAskOpen() {

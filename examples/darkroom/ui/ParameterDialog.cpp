@@ -2,6 +2,7 @@
 
 #include "examples/darkroom/model/Document.h"
 #include "examples/darkroom/ui/ColorButton.h"
+#include "examples/darkroom/ui/Guard.h"
 #include "examples/darkroom/ui/PictureView.h"
 #include "examples/darkroom/ui/Placement.h"
 #include "examples/darkroom/ui/SizeLabel.h"
@@ -163,10 +164,12 @@ void ParameterDialog::fnAddLock(double ratio) {
 }
 
 void ParameterDialog::fnOnValue() {
-    if (m_pBytes) {
-        const CqImage& image = fnGetView().fnGetDocument().fnGetImage();
-        m_pBytes->fnTell(fnFindPlacement(m_Operation, image, fnGetValues()).m_Size, image.BitCount);
-    }
+    if (m_pBytes)
+        fnTry([&] {
+            const CqImage& image = fnGetView().fnGetDocument().fnGetImage();
+            m_pBytes->fnTell(fnFindPlacement(m_Operation, image, fnGetValues()).m_Size,
+                             image.BitCount);
+        });
     fnChanged();
 }
 

@@ -167,8 +167,11 @@ void PictureView::mousePressEvent(QMouseEvent* event) {
 void PictureView::fnTakePress(const QMouseEvent& event) {
     const QPointF place = fnToImage(event.position());
     m_Cursor = CqPoint2D(place.x(), place.y());
+    const bool drags = fnIsDragged(m_eTool);
+    if (drags)
+        m_Points.clear(); // of a drag whose release went elsewhere
     m_Points.push_back(m_Cursor);
-    if (fnIsDragged(m_eTool))
+    if (drags)
         m_bDragging = true;
     else if (m_eTool == Tool::PICK || m_Points.size() == kCurvePoints)
         fnFinish(event.modifiers());

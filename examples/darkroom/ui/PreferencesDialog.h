@@ -24,7 +24,7 @@ public:
     unsigned int fnGetLevels() const;
     /// Puts the library's part in force and saves it.
     /// @return 0; -5, with all in force, when it could not be saved; -1 when memory ran out: what
-    /// was saved last is in force then
+    /// the settings have of it is in force then
     int fnApply() const;
 
 private:

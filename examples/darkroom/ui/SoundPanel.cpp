@@ -1,6 +1,7 @@
 #include "examples/darkroom/ui/SoundPanel.h"
 
 #include "examples/darkroom/model/Progress.h"
+#include "examples/darkroom/ui/Guard.h"
 #include "platforms/qt/CqImageView.h"
 #include "plugins/WaveFile.h"
 #include "q32Base/frame/Messages.h"
@@ -85,8 +86,8 @@ void SoundPanel::fnAddButtons(QHBoxLayout& row) {
         add("soundLoop", tr("Again and again, from the next start"), QStyle::SP_BrowserReload);
     m_pLoop->setCheckable(true);
     row.addStretch();
-    connect(m_pOpen, &QToolButton::clicked, this, &SoundPanel::fnAsk);
-    connect(m_pPlay, &QToolButton::clicked, this, &SoundPanel::fnPlay);
+    connect(m_pOpen, &QToolButton::clicked, this, [this] { fnTryAloud([&] { fnAsk(); }); });
+    connect(m_pPlay, &QToolButton::clicked, this, [this] { fnTryAloud([&] { fnPlay(); }); });
     connect(m_pPause, &QToolButton::clicked, this, [this] {
         m_Wave.fnPause();
         fnFollow();
@@ -167,13 +168,13 @@ bool SoundPanel::fnLoad(const QString& path) {
     m_Wave.fnStop();
     m_Wave.fnSwapBuf(fresh);
     const WAVEFORMATEX format = m_Wave.fnGetFormat();
-    m_pName->setText(
-        tr("%1: %2 s, %3 Hz, %4 bits, %5")
-            .arg(name)
-            .arg(static_cast<double>(m_Wave.fnGetFrameCount()) / format.nSamplesPerSec, 0, 'f', 1)
-            .arg(format.nSamplesPerSec)
-            .arg(format.wBitsPerSample)
-            .arg(format.nChannels == 1 ? tr("mono") : tr("stereo")));
+    const double seconds = static_cast<double>(m_Wave.fnGetFrameCount()) / format.nSamplesPerSec;
+    // All at once: a name may have such signs too.
+    m_pName->setText(tr("%1: %2 s, %3 Hz, %4 bits, %5")
+                         .arg(name, QString::number(seconds, 'f', 1),
+                              QString::number(format.nSamplesPerSec),
+                              QString::number(format.wBitsPerSample),
+                              format.nChannels == 1 ? tr("mono") : tr("stereo")));
     fnDraw();
     fnFollow();
     return true;
@@ -185,16 +186,13 @@ void SoundPanel::fnEnableLoading(bool on) {
 
 void SoundPanel::fnDraw() {
     m_pView->fnSetImage(nullptr);
-    try {
+    fnTryAloud([&] {
         const QSize size = m_pView->fnGetPixelSize();
         m_Picture.fnAlloc(static_cast<unsigned int>(size.width()),
                           static_cast<unsigned int>(size.height()), 24, nullptr, 0);
         m_Wave.fnRasterize(m_Picture, 0, m_Wave.fnGetFrameCount(), false, false);
         m_pView->fnSetImage(&m_Picture);
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-        q32ShowMsg(-1, nullptr, nullptr, nullptr, 0);
-    }
+    });
 }
 
 void SoundPanel::fnFit() {
