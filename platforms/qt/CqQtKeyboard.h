@@ -14,8 +14,8 @@ class EventHold;
 /// out of the queue; paint and mouse messages stay and arrive, in order, once the event loop runs
 /// again. Which keys are down is known of those that went down in a window of the application since
 /// this was made, or since the first question where there was no application object before; it is
-/// forgotten when another program gets the keyboard. Without an application object, and on other
-/// threads than its own, no key is ever down.
+/// forgotten when another program gets the keyboard, or a dialog comes up. Without an application
+/// object, and on other threads than its own, no key is ever down.
 class CqQtKeyboard final : public CqKeyboardService {
 public:
     CqQtKeyboard();

@@ -180,6 +180,8 @@ bool EventHold::eventFilter(QObject* object, QEvent* event) {
     const QEvent::Type type = event->type();
     if (object->isWindowType() && fnIsKey(type))
         fnNoteKey(static_cast<const QKeyEvent&>(*event));
+    if (type == QEvent::WindowBlocked)
+        m_Down.clear(); // a key that goes up in a window that is held back isn't seen
     // A call that the host has queued may show a dialog, whose loop is not the look's.
     if (m_bLooking && QThread::currentThread()->loopLevel() == m_nLookLevel)
         return fnFilterLook(object, event);

@@ -2,6 +2,7 @@
 
 #include "examples/darkroom/model/Shapes.h"
 #include "examples/darkroom/ui/Guard.h"
+#include "examples/darkroom/ui/SeenPart.h"
 
 #include <algorithm>
 #include <new>
@@ -76,23 +77,15 @@ QImage PictureView::fnMakeShade() const {
     shade.fill(Qt::transparent);
     CqMask& mask = m_Document.fnGetSelection();
     const CRect bound = mask.m_rectBound;
-    const CRect seen = fnGetVisible();
-    std::vector<int> columns;
-    int first = 0;
-    for (int x = 0; x < shade.width(); ++x) {
-        const int column = fnGetSample({x, 0}).x();
-        if (column < seen.left)
-            ++first;
-        else if (column < seen.right)
-            columns.push_back(column);
-    }
+    const SeenPart seen(*this, fnGetVisible());
+    const std::vector<int>& columns = seen.m_Columns.m_Samples;
     CqImageLine line;
     int read = -1; // row of the mask that the line stands on
-    for (int y = 0; y < shade.height(); ++y) {
-        const int row = fnGetSample({0, y}).y();
-        if (row < seen.top || row >= seen.bottom)
-            continue;
-        auto* const out = reinterpret_cast<QRgb*>(shade.scanLine(y)) + first;
+    for (std::size_t y = 0; y < seen.m_Rows.m_Samples.size(); ++y) {
+        const int row = seen.m_Rows.m_Samples[y];
+        auto* const out =
+            reinterpret_cast<QRgb*>(shade.scanLine(seen.m_Rows.m_nFirst + static_cast<int>(y))) +
+            seen.m_Columns.m_nFirst;
         std::fill_n(out, columns.size(), kShade);
         if (row < bound.top || row >= bound.bottom)
             continue;

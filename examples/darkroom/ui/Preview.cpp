@@ -6,6 +6,7 @@
 #include "examples/darkroom/ui/PictureView.h"
 #include "examples/darkroom/ui/PixelReader.h"
 #include "examples/darkroom/ui/Placement.h"
+#include "examples/darkroom/ui/SeenPart.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,27 +23,6 @@ namespace {
 /// from all over for each value would take too long when it isn't in memory. A copy that would have
 /// more pixels itself isn't made: what of it is in sight lies near to each other then.
 constexpr double kMostRead = 8e6;
-
-/// The pixels of the screen along an axis that show a picture, and which of its pixels each shows.
-struct Axis {
-    int m_nFirst = 0;
-    std::vector<int> m_Samples;
-};
-
-/// @param sample  tells the pixel of the picture for one of the screen
-template <typename Sample>
-Axis fnMakeAxis(int room, int length, Sample&& sample) {
-    Axis axis;
-    for (int at = 0; at < room; ++at) {
-        const int found = sample(at);
-        if (found < 0 || found >= length)
-            continue;
-        if (axis.m_Samples.empty())
-            axis.m_nFirst = at;
-        axis.m_Samples.push_back(found);
-    }
-    return axis;
-}
 
 /// The places that are needed for samples and `radius` places around each, without repetition;
 /// `seen` becomes where each sample stands among these.
@@ -146,19 +126,13 @@ void Preview::fnForget() {
 void Preview::fnSampleVisible() {
     // The samples that the view itself takes: one for each of the screen's pixels.
     const CqImage& image = m_Document.fnGetImage();
-    const QSize room = m_View.fnGetPixelSize();
     const auto width = static_cast<int>(image.Width);
     const auto height = static_cast<int>(image.Height);
-    const Axis across = fnMakeAxis(room.width(), width, [&](int x) {
-        return m_View.fnGetSample({x, 0}).x();
-    });
-    const Axis down = fnMakeAxis(room.height(), height, [&](int y) {
-        return m_View.fnGetSample({0, y}).y();
-    });
+    const SeenPart seen(m_View, CRect(0, 0, width, height));
     const int radius = m_Operation.m_ePreview == PreviewKind::NEIGHBOURS ? 1 : 0;
-    m_Corner = {across.m_nFirst, down.m_nFirst};
-    m_Columns = fnGather(across.m_Samples, radius, width, m_SeenColumns);
-    m_Rows = fnGather(down.m_Samples, radius, height, m_SeenRows);
+    m_Corner = {seen.m_Columns.m_nFirst, seen.m_Rows.m_nFirst};
+    m_Columns = fnGather(seen.m_Columns.m_Samples, radius, width, m_SeenColumns);
+    m_Rows = fnGather(seen.m_Rows.m_Samples, radius, height, m_SeenRows);
     fnTake();
 }
 
@@ -250,7 +224,7 @@ void Preview::fnShowMoved(const Values& values) {
     };
     const auto axis = [&](int view, int length, double from) {
         const int origin = fnFindOrigin(view, scaled(length), from);
-        return fnMakeAxis(view, length, [=](int at) {
+        return fnMakeAxis(view, 0, length, [=](int at) {
             return static_cast<int>(std::floor((at + 0.5 + origin) / zoom));
         });
     };

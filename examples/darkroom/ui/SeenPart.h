@@ -2,12 +2,12 @@
 /// Images for a view that are made of what is seen of a picture: pixel by pixel of the screen.
 #pragma once
 
+#include "examples/darkroom/ui/Axis.h"
 #include "examples/darkroom/ui/PictureView.h"
 #include "examples/darkroom/ui/PixelReader.h"
 
 #include <cstddef>
 #include <optional>
-#include <QPoint>
 #include <QSize>
 #include <vector>
 
@@ -26,18 +26,13 @@ private:
     std::optional<PixelReader> m_Mask;
 };
 
-/// The pixels of the screen that show a part of the picture, and which of its pixels each shows.
+/// Where the screen shows a part of the picture, column by column and row by row.
 struct SeenPart {
     /// @param part  in sight
     SeenPart(const PictureView& view, const CRect& part);
 
-    QSize fnGetSize() const {
-        return {static_cast<int>(m_Columns.size()), static_cast<int>(m_Rows.size())};
-    }
-
-    QPoint m_Corner; ///< counted from the view's
-    std::vector<int> m_Columns;
-    std::vector<int> m_Rows;
+    Axis m_Columns;
+    Axis m_Rows;
 };
 
 /// Lays over what is seen of a part of the picture what `read` tells, of type QRgb and without
@@ -49,11 +44,13 @@ void fnShowPart(PictureView& view, const CRect& part, Read&& read) {
     if (!visible.IntersectRect(part, view.fnGetVisible()))
         return;
     const SeenPart seen(view, visible);
-    const QImage screen = fnMakeScreenImage(seen.fnGetSize(), [&](int x, int y) {
-        return read(seen.m_Columns[static_cast<std::size_t>(x)],
-                    seen.m_Rows[static_cast<std::size_t>(y)]);
+    const std::vector<int>& columns = seen.m_Columns.m_Samples;
+    const std::vector<int>& rows = seen.m_Rows.m_Samples;
+    const QSize size(static_cast<int>(columns.size()), static_cast<int>(rows.size()));
+    const QImage screen = fnMakeScreenImage(size, [&](int x, int y) {
+        return read(columns[static_cast<std::size_t>(x)], rows[static_cast<std::size_t>(y)]);
     });
-    view.fnShowPreview(screen, seen.m_Corner, false);
+    view.fnShowPreview(screen, {seen.m_Columns.m_nFirst, seen.m_Rows.m_nFirst}, false);
 }
 
 } // namespace darkroom

@@ -5,6 +5,7 @@
 #include <functional>
 #include <QAction>
 #include <QApplication>
+#include <QDialog>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -328,6 +329,18 @@ TEST_F(QtKeyboard, EscThatWasDownBeforeTheOperationStopsItUntilItGoesUp) {
         fnLetEventsHappen();
         EXPECT_FALSE(fnSeesEsc(1));
     }
+}
+
+TEST_F(QtKeyboard, AKeyIsNotDownAnyMoreOnceADialogComesUp) {
+    fnPostKey(QEvent::KeyPress, Qt::Key_Escape);
+    fnLetEventsHappen();
+    EXPECT_TRUE(fnSeesEsc(1));
+    QDialog dialog(&m_Window);
+    dialog.open();
+    fnLetEventsHappen(); // the release would go nowhere
+    dialog.done(0);
+    fnLetEventsHappen();
+    EXPECT_FALSE(fnSeesEsc(1));
 }
 
 TEST_F(QtKeyboard, EscThatIsStillDownAfterAnOperationStopsTheNextOne) {
