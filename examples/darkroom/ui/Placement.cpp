@@ -31,10 +31,14 @@ Placement fnSized(const QSize& from, const QSize& to, double scaleX, double scal
     return {to, QTransform::fromScale(1 / scaleX, 1 / scaleY), 0, true};
 }
 
+/// The pixel in the middle, to the right and below where there is none.
+QPoint fnMiddle(const QSize& size) {
+    return {size.width() / 2, size.height() / 2};
+}
+
 /// The size that the library gives a turned picture: what holds it, and room for its fringe.
 QSize fnTurnedSize(const QSize& from, double degrees, bool smooth) {
-    const QRectF pixels(-(from.width() / 2), -(from.height() / 2), from.width() - 1,
-                        from.height() - 1);
+    const QRectF pixels(-fnMiddle(from), QSizeF(from.width() - 1, from.height() - 1));
     const QRectF box = QTransform().rotate(degrees).mapRect(pixels);
     const auto span = [&](double least, double most) {
         return static_cast<int>(std::ceil(most - kDust)) - static_cast<int>(least) +
@@ -56,9 +60,11 @@ Placement fnTurned(const QSize& from, int degrees, bool smooth) {
     }
     // The pixels in the middle lie on each other.
     const QSize to = fnTurnedSize(from, degrees, smooth);
-    toSource.translate(from.width() / 2 + 0.5, from.height() / 2 + 0.5);
+    const QPoint there = fnMiddle(from);
+    const QPoint here = fnMiddle(to);
+    toSource.translate(there.x() + 0.5, there.y() + 0.5);
     toSource.rotate(-degrees);
-    toSource.translate(-(to.width() / 2 + 0.5), -(to.height() / 2 + 0.5));
+    toSource.translate(-(here.x() + 0.5), -(here.y() + 0.5));
     return {to, toSource, 0, smooth};
 }
 

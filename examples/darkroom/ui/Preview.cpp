@@ -62,7 +62,7 @@ int fnBlendChannel(const QRgb (&four)[4], int shift, double x, double y) {
     const auto channel = [&](int i) { return static_cast<double>(four[i] >> shift & 0xFF); };
     const double top = channel(0) + (channel(1) - channel(0)) * x;
     const double bottom = channel(2) + (channel(3) - channel(2)) * x;
-    return static_cast<int>(top + (bottom - top) * y + 0.5);
+    return static_cast<int>(std::floor(top + (bottom - top) * y + 0.5));
 }
 
 /// Reads a picture at any place; outside of it lies a ground.
