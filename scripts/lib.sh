@@ -5,6 +5,8 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 jobs=$(nproc)
 # Objects don't depend on the folder that they are built in, so that builds share them.
 export CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros
+# What a source includes is told by the compiler as it compiles, not by a run of the preprocessor before.
+export CCACHE_DEPEND=1
 
 # step <what>: tells what comes next.
 step() { printf '\n== %s\n' "$*"; }
