@@ -303,7 +303,10 @@ void EventHold::fnDeliver(Which which) {
             continue;
         held.m_pEvent->accept();
         m_pDelivered = held.m_pEvent.get();
+        const QPointer<EventHold> self(this); // whoever gets it may end the back end
         QCoreApplication::sendEvent(object, held.m_pEvent.get());
+        if (!self)
+            return;
         m_pDelivered = nullptr;
         painted = type == QEvent::Paint && held.m_pEvent->isAccepted() ? object : nullptr;
     }

@@ -41,11 +41,7 @@ TEST_F(DarkroomSelectedEdits, AFilterInsideItSeesThePicturesPixelsAboutIt) {
 TEST_F(DarkroomSelectedEdits, AnEditInsideTheSelectionThatIsStoppedLeavesPictureAndSelection) {
     Document document(5);
     fnOpenNoise(document, 24);
-    const std::vector<CqPoint2D> corners = {{20, 30}, {250, 140}};
-    ASSERT_TRUE(document
-                    .fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners,
-                                   Document::Combine::REPLACE, nullptr)
-                    .fnIsDone());
+    ASSERT_TRUE(fnSelect(document, CRect(20, 30, 250, 140)).fnIsDone());
     const Bytes before = fnBytesOf(document.fnGetImage());
     AbortingProgress whole(100000);
     ASSERT_TRUE(document.fnApply(*fnFindOperation("threshold"), {128}, &whole).fnIsDone());
@@ -62,11 +58,7 @@ TEST_F(DarkroomSelectedEdits, AnEditInsideTheSelectionThatIsStoppedLeavesPicture
 TEST_F(DarkroomSelectedEdits, ALocalOperationStaysInsideTheSelection) {
     Document document(5);
     fnOpenNoise(document, 24);
-    const std::vector<CqPoint2D> corners = {{20, 30}, {250, 140}};
-    ASSERT_TRUE(document
-                    .fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners,
-                                   Document::Combine::REPLACE, nullptr)
-                    .fnIsDone());
+    ASSERT_TRUE(fnSelect(document, CRect(20, 30, 250, 140)).fnIsDone());
     CqImage whole;
     fnFillNoise(whole, 300, 170, 24, 24);
     const Bytes before = fnBytesOf(whole);
@@ -89,11 +81,7 @@ TEST_F(DarkroomSelectedEdits, AMergeBySelectionStaysInsideIt) {
     Document document(5);
     fnOpenNoise(document, 24);
     const Bytes before = fnBytesOf(document.fnGetImage());
-    const std::vector<CqPoint2D> corners = {{50, 40}, {90, 70}};
-    ASSERT_TRUE(document
-                    .fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners,
-                                   Document::Combine::REPLACE, nullptr)
-                    .fnIsDone());
+    ASSERT_TRUE(fnSelect(document, CRect(50, 40, 90, 70)).fnIsDone());
     CqImage over;
     fnFillNoise(over, 100, 100, 24, 2);
     const Bytes laid = fnBytesOf(over);

@@ -202,6 +202,19 @@ TEST_F(QtKeyboard, AClickThatWaitsStaysWhereTheProgramClosesAnotherWindow) {
     EXPECT_EQ(m_Window.m_Seen, (std::vector<std::string>{"press 10", "release 10", "close"}));
 }
 
+TEST_F(QtKeyboard, AClickThatWaitedMayEndTheBackEnd) {
+    m_Window.m_OnPress = [this] {
+        q32Detach();
+        m_Platform = {};
+    };
+    fnPostClick(10);
+    EXPECT_FALSE(fnSeesEsc(1));
+    EXPECT_TRUE(fnWaitFor([&] { return !m_Window.m_Seen.empty(); }));
+    EXPECT_EQ(m_Window.m_Seen.front(), "press 10");
+    fnAttach(fnOptions());
+    EXPECT_FALSE(fnSeesEsc(1));
+}
+
 TEST_F(QtKeyboard, WhatWaitedDoesNotReachAWindowBehindABox) {
     fnPostClick(10);
     EXPECT_FALSE(fnSeesEsc(1));
