@@ -2,9 +2,9 @@
 
 #include "platforms/headless/headless.h"
 #include "q32Base/display/CqDisplayProperty.h"
-#include "q32Base/frame/Module.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/memory/CqTileMap.h"
+#include "q32Base/module/Module.h"
 
 #include <benchmark/benchmark.h>
 

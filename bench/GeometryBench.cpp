@@ -1,10 +1,10 @@
 // Curves flattened, crossed and drawn; lines drawn. Coordinates are random with a fixed seed.
 
 #include "platforms/headless/headless.h"
-#include "q32Base/frame/Module.h"
 #include "q32Base/geometry/CqCubicBezier2D.h"
 #include "q32Base/geometry/CqPolyline2D.h"
 #include "q32Base/image/CqImage.h"
+#include "q32Base/module/Module.h"
 
 #include <benchmark/benchmark.h>
 

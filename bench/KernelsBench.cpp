@@ -4,8 +4,8 @@
 // the pace; "tile" is one block of 128 x 128 pixels that is written again and again, as drawing
 // does; "streamed" is a picture written past the caches.
 
-#include "q32Base/operations/kernels/Kernels.h"
-#include "q32Base/operations/kernels/StreamPixels.h"
+#include "q32Base/kernels/Kernels.h"
+#include "q32Base/kernels/StreamPixels.h"
 
 #include <benchmark/benchmark.h>
 

@@ -6,9 +6,9 @@
 
 #include "platforms/headless/headless.h"
 #include "platforms/posix/posix.h"
-#include "q32Base/frame/Module.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/memory/CqVMPolicy.h"
+#include "q32Base/module/Module.h"
 #include "q32Base/sound/CqWave.h"
 
 #include <benchmark/benchmark.h>

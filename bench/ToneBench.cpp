@@ -1,10 +1,10 @@
 // Tone adjustments of a picture of 4000 x 3000 in RAM, beside a copy of its bytes.
 
 #include "platforms/headless/headless.h"
-#include "q32Base/frame/Module.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/memory/CqTileMap.h"
 #include "q32Base/memory/CqVMPolicy.h"
+#include "q32Base/module/Module.h"
 
 #include <benchmark/benchmark.h>
 

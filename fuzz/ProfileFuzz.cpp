@@ -2,7 +2,7 @@
 /// The settings file's reader and writer on any text. The first four bytes choose section, key,
 /// value and buffer size; the rest is the text.
 
-#include "q32Base/frame/ProfileFile.h"
+#include "q32Base/settings/ProfileFile.h"
 
 #include <cstdint>
 #include <cstdio>

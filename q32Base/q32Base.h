@@ -3,9 +3,6 @@
 #pragma once
 
 #include "q32Base/display/CqDisplayProperty.h"
-#include "q32Base/frame/CqErrCallback.h"
-#include "q32Base/frame/Messages.h"
-#include "q32Base/frame/Module.h"
 #include "q32Base/framework/Framework.h"
 #include "q32Base/image/CqColor.h"
 #include "q32Base/image/CqImage.h"
@@ -14,6 +11,9 @@
 #include "q32Base/image/CqMask.h"
 #include "q32Base/image/CqMergeParam.h"
 #include "q32Base/memory/CqVMPolicy.h"
+#include "q32Base/messages/CqErrCallback.h"
+#include "q32Base/messages/Messages.h"
+#include "q32Base/module/Module.h"
 #include "q32Base/operations/CqConvMask.h"
 #include "q32Base/platform/CqPlatform.h"
 #include "q32Base/services/CqDumpBin.h"

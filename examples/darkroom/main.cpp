@@ -3,7 +3,7 @@
 #include "examples/darkroom/ui/MainWindow.h"
 #include "platforms/posix/posix.h"
 #include "platforms/qt/qt.h"
-#include "q32Base/frame/Module.h"
+#include "q32Base/module/Module.h"
 #ifdef DARKROOM_PULSE
 #include "platforms/pulse/pulse.h"
 #endif

@@ -1,7 +1,7 @@
 #include "examples/gallery/Saving.h"
 
 #include "plugins/PictureFile.h"
-#include "q32Base/frame/Messages.h"
+#include "q32Base/messages/Messages.h"
 
 void fnSavePicture(const std::string& path, CqImage& image) {
     const CqPictureResult result = q32WritePicture(path.c_str(), image, PICTURE_PNG);

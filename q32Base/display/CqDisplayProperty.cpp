@@ -1,12 +1,12 @@
 #include "q32Base/display/CqDisplayProperty.h"
 
-#include "q32Base/frame/Messages.h"
-#include "q32Base/frame/Settings.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/DibLayout.h"
-#include "q32Base/operations/kernels/Kernels.h"
+#include "q32Base/kernels/Kernels.h"
+#include "q32Base/messages/Messages.h"
 #include "q32Base/platform/CqPlatform.h"
+#include "q32Base/settings/Settings.h"
 
 #include <algorithm>
 #include <cmath>

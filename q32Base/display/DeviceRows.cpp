@@ -2,7 +2,7 @@
 
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/image/DibLayout.h"
-#include "q32Base/operations/kernels/Kernels.h"
+#include "q32Base/kernels/Kernels.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <cassert>

@@ -6,8 +6,8 @@
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/CqImageTile.h"
 #include "q32Base/image/DibLayout.h"
+#include "q32Base/kernels/Kernels.h"
 #include "q32Base/memory/CqTileMap.h"
-#include "q32Base/operations/kernels/Kernels.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "q32Base/framework/CFileException.h"
 #include "q32Base/framework/CObject.h"
 #include "q32Base/framework/CString.h"
 #include "q32Base/platform/CqFileService.h"

@@ -16,8 +16,6 @@ const CRuntimeClass CMemoryException::classCMemoryException = {
 const CRuntimeClass CResourceException::classCResourceException = {
     "CResourceException", sizeof(CResourceException), 0xFFFF, nullptr,
     &CException::classCException};
-const CRuntimeClass CFileException::classCFileException = {
-    "CFileException", sizeof(CFileException), 0xFFFF, nullptr, &CException::classCException};
 const CRuntimeClass CArchiveException::classCArchiveException = {
     "CArchiveException", sizeof(CArchiveException), 0xFFFF, nullptr, &CException::classCException};
 
@@ -38,13 +36,6 @@ const CRuntimeClass* CResourceException::GetRuntimeClass() const {
     return &classCResourceException;
 }
 
-CFileException::CFileException(CQ_FILE_CAUSE cause, const char* fileName)
-    : CException(true), m_cause(cause), m_strFileName(fileName) {}
-
-const CRuntimeClass* CFileException::GetRuntimeClass() const {
-    return &classCFileException;
-}
-
 const CRuntimeClass* CArchiveException::GetRuntimeClass() const {
     return &classCArchiveException;
 }
@@ -55,13 +46,6 @@ void AfxThrowMemoryException() {
 
 void AfxThrowResourceException() {
     throw &theResourceException;
-}
-
-void AfxThrowFileException(CQ_FILE_CAUSE cause, const char* fileName) {
-    auto* exception = new (std::nothrow) CFileException(cause, fileName);
-    if (!exception)
-        AfxThrowMemoryException();
-    throw exception;
 }
 
 void AfxThrowArchiveException(CArchiveException::CAUSE cause) {

@@ -1,8 +1,6 @@
 #pragma once
 
 #include "q32Base/framework/CObject.h"
-#include "q32Base/framework/CString.h"
-#include "q32Base/platform/CqFileService.h"
 
 /// Base of the failures. They are thrown as pointers; whoever catches one and does not rethrow it
 /// ends it with `Delete()`.
@@ -37,17 +35,6 @@ public:
     CResourceException() : CException(false) {}
 };
 
-/// A file could not be used.
-class Q32_API CFileException final : public CException {
-public:
-    static const CRuntimeClass classCFileException;
-    const CRuntimeClass* GetRuntimeClass() const override;
-    CFileException(CQ_FILE_CAUSE cause, const char* fileName);
-
-    CQ_FILE_CAUSE m_cause;
-    CString m_strFileName;
-};
-
 /// An archive ended early or was used against its direction.
 class Q32_API CArchiveException final : public CException {
 public:
@@ -62,6 +49,4 @@ public:
 
 [[noreturn]] Q32_API void AfxThrowMemoryException();
 [[noreturn]] Q32_API void AfxThrowResourceException();
-[[noreturn]] Q32_API void AfxThrowFileException(CQ_FILE_CAUSE cause,
-                                                const char* fileName = nullptr);
 [[noreturn]] Q32_API void AfxThrowArchiveException(CArchiveException::CAUSE cause);

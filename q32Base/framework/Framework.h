@@ -8,6 +8,7 @@
 #include "q32Base/framework/CCmdUI.h"
 #include "q32Base/framework/CDocument.h"
 #include "q32Base/framework/CFile.h"
+#include "q32Base/framework/CFileException.h"
 #include "q32Base/framework/CFont.h"
 #include "q32Base/framework/CList.h"
 #include "q32Base/framework/CObject.h"

@@ -5,7 +5,6 @@
 #include "q32Base/geometry/CqPolyline2D.h"
 #include "q32Base/geometry/CurveRoots.h"
 #include "q32Base/geometry/DigitalLine.h"
-#include "q32Base/geometry/GeometryBox.h"
 #include "q32Base/image/CqImage.h"
 
 namespace {

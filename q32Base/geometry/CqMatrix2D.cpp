@@ -106,3 +106,15 @@ bool CqMatrix2D::fnHasTranslateOnly() const {
            q32::fnIsZero(m_ShearX) &&
            (std::fabs(m_TransX) > GEOM_EPSILON || std::fabs(m_TransY) > GEOM_EPSILON);
 }
+
+void CqPoint2D::fnTransform(const CqMatrix2D& matrix) {
+    // A shear of exactly 0 leaves its term out, so that an infinite coordinate meets no 0 x inf.
+    double x = matrix.m_ScaleX * m_X + matrix.m_TransX;
+    if (matrix.m_ShearX != 0.0)
+        x += m_Y * matrix.m_ShearX;
+    double y = matrix.m_ScaleY * m_Y + matrix.m_TransY;
+    if (matrix.m_ShearY != 0.0)
+        y += matrix.m_ShearY * m_X;
+    m_X = x;
+    m_Y = y;
+}

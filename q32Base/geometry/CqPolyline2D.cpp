@@ -1,7 +1,6 @@
 #include "q32Base/geometry/CqPolyline2D.h"
 
-#include "q32Base/frame/Messages.h"
-#include "q32Base/geometry/GeometryBox.h"
+#include "q32Base/messages/Messages.h"
 
 #include <algorithm>
 #include <span>

@@ -2,7 +2,6 @@
 
 #include "q32Base/geometry/BezierFlattening.h"
 #include "q32Base/geometry/CurveRoots.h"
-#include "q32Base/geometry/GeometryBox.h"
 
 CqQuadBezier2D::CqQuadBezier2D(const CqPoint2D& p0, const CqPoint2D& p1, const CqPoint2D& p2,
                                double thickness)

@@ -1,7 +1,6 @@
 #include "q32Base/geometry/CqRect2D.h"
 
 #include "q32Base/geometry/CqMatrix2D.h"
-#include "q32Base/geometry/GeometryBox.h"
 
 #include <algorithm>
 

@@ -2,6 +2,10 @@
 
 #include "q32Base/geometry/CqPoint2D.h"
 
+#include <algorithm>
+#include <limits>
+#include <span>
+
 /// An axis-aligned rectangle in double coordinates. Left isn't kept below right, nor top below
 /// bottom, and nothing brings them in order but the bounding box of `fnTransform`.
 ///
@@ -74,3 +78,24 @@ struct Q32_API CqRect2D {
 
 static_assert(std::is_trivially_copyable_v<CqRect2D> && std::is_standard_layout_v<CqRect2D>);
 static_assert(sizeof(CqRect2D) == 4 * sizeof(double));
+
+namespace q32 {
+
+/// Smallest and largest x and y. Of no points at all: turned inside out, from the largest finite
+/// double to its negative. Coordinates that are not a number don't count.
+inline CqRect2D fnBox(std::span<const CqPoint2D> points) {
+    constexpr double kMost = std::numeric_limits<double>::max();
+    double left = kMost;
+    double top = kMost;
+    double right = -kMost;
+    double bottom = -kMost;
+    for (const CqPoint2D& point : points) {
+        left = std::min(left, point.m_X);
+        top = std::min(top, point.m_Y);
+        right = std::max(right, point.m_X);
+        bottom = std::max(bottom, point.m_Y);
+    }
+    return {left, top, right, bottom};
+}
+
+} // namespace q32

@@ -1,9 +1,12 @@
 #include "q32Base/image/CqColor.h"
 
 #include "q32Base/framework/CArchive.h"
+#include "q32Base/kernels/Hsb.h"
 
 #include <algorithm>
 #include <cmath>
+
+static_assert(HSB_UNDEFINED_HUE == q32::kUndefinedHue);
 
 namespace {
 
@@ -46,13 +49,6 @@ unsigned char fnScale(unsigned char channel, double factor) {
     return scaled >= 255.0 ? 255 : static_cast<unsigned char>(scaled);
 }
 
-enum CHANNEL { RED, GREEN, BLUE };
-
-struct RankedChannel {
-    int m_nValue;
-    CHANNEL m_eChannel;
-};
-
 } // namespace
 
 CqColor CqColor::operator*(double factor) {
@@ -68,66 +64,15 @@ void CqColor::operator*=(double factor) {
 }
 
 void CqColor::fnConvertToHSB(int& hue, int& saturation, int& brightness) const {
-    RankedChannel low{m_Red, RED};
-    RankedChannel high{m_Blue, BLUE};
-    if (m_Red > m_Blue)
-        std::swap(low, high);
-    RankedChannel middle{m_Green, GREEN};
-    if (middle.m_nValue < low.m_nValue)
-        std::swap(middle, low);
-    else if (middle.m_nValue > high.m_nValue)
-        std::swap(middle, high);
-
-    const int delta = high.m_nValue - low.m_nValue;
-    brightness = high.m_nValue;
-    saturation = 0;
-    hue = HSB_UNDEFINED_HUE;
-    if (delta == 0)
-        return;
-    saturation = ((high.m_nValue >> 1) + delta * 255) / high.m_nValue;
-    const int half = delta >> 1;
-    const int rising = (half + (middle.m_nValue - low.m_nValue) * 60) / delta;
-    const int falling = (half + (high.m_nValue - middle.m_nValue) * 60) / delta;
-    if (high.m_eChannel == RED)
-        hue = middle.m_eChannel == GREEN ? rising : falling + 300;
-    else if (high.m_eChannel == GREEN)
-        hue = middle.m_eChannel == RED ? falling + 60 : rising + 120;
-    else
-        hue = middle.m_eChannel == GREEN ? falling + 180 : rising + 240;
+    const q32::Hsb hsb = q32::fnRgbToHsb({m_Red, m_Green, m_Blue});
+    hue = hsb.hue;
+    saturation = hsb.saturation;
+    brightness = hsb.brightness;
 }
 
 void CqColor::fnAssignFromHSB(int hue, int saturation, int brightness) {
-    const auto set = [this](int red, int green, int blue) {
-        fnSet(static_cast<BYTE>(red), static_cast<BYTE>(green), static_cast<BYTE>(blue), m_Alpha);
-    };
-    if (hue == HSB_UNDEFINED_HUE)
-        return set(brightness, brightness, brightness);
-    if (hue > 360)
-        hue -= 360;
-    else if (hue < 0)
-        hue += 360;
-    // In 32 bits that wrap: values far out of range are cut to bytes in the end.
-    const auto wrapped = [](std::int64_t v) { return static_cast<std::int32_t>(v); };
-    const int chroma =
-        wrapped(wrapped(static_cast<std::int64_t>(saturation) * brightness) + 127LL) / 255;
-    const int low = wrapped(static_cast<std::int64_t>(brightness) - chroma);
-    const int step = wrapped(wrapped(static_cast<std::int64_t>(hue % 60) * chroma) + 30LL) / 60;
-    const int rise = wrapped(static_cast<std::int64_t>(low) + step);
-    const int fall = wrapped(static_cast<std::int64_t>(brightness) - step);
-    switch (hue / 60) {
-    case 1:
-        return set(fall, brightness, low);
-    case 2:
-        return set(low, brightness, rise);
-    case 3:
-        return set(low, fall, brightness);
-    case 4:
-        return set(rise, low, brightness);
-    case 5:
-        return set(brightness, low, fall);
-    default: // 0, the full circle, and all that could not be brought into it
-        return set(brightness, rise, low);
-    }
+    const q32::Rgb rgb = q32::fnHsbToRgb(hue, saturation, brightness);
+    fnSet(rgb.red, rgb.green, rgb.blue, m_Alpha);
 }
 
 bool CqColor::fnEnsureVideoSafe(VIDEO_TYPE type) {

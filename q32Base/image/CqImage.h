@@ -8,6 +8,7 @@
 #include "q32Base/image/CqImageLine.h"
 #include "q32Base/image/CqImageTile.h"
 #include "q32Base/image/CqMergeParam.h"
+#include "q32Base/memory/GreyRamp.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -16,9 +17,6 @@ class CqProgressDisplay;
 class CqTileMap;
 class CRgn;
 class CWnd;
-
-/// As a palette argument: the grey ramp, entry i being the grey i.
-inline const RGBQUAD* const q32GreyRamp = reinterpret_cast<const RGBQUAD*>(std::uintptr_t{1});
 
 /// A raster image of 4, 8, 16, 24 or 32 bits a pixel, which may be larger than memory: a handle on
 /// a tile store, with the store's geometry mirrored in public fields.

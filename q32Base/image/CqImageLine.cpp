@@ -2,8 +2,8 @@
 
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/PixelBytes.h"
+#include "q32Base/kernels/Kernels.h"
 #include "q32Base/memory/CqTileMap.h"
-#include "q32Base/operations/kernels/Kernels.h"
 
 #include <algorithm>
 #include <cassert>
@@ -158,5 +158,36 @@ void CqImageLine::fnNextPixel() {
         SegPixel += (SegX & 1) == 0 ? 1 : 0;
     } else {
         SegPixel += BytesPerPixel;
+    }
+}
+
+void CqTileMap::fnAccessLine(std::uint32_t row, CqImageLine* line, bool readOnly) {
+    if (line->Row == static_cast<std::int32_t>(row))
+        return;
+    if (line->Claim) {
+        CSingleLock lock(LineLock);
+        if (LockedLines.Find(row))
+            line->Claim = false;
+        if (line->Row > -1) {
+            lock.Unlock();
+            fnReleaseLine(static_cast<std::uint32_t>(line->Row));
+        }
+    }
+    line->Width = Width;
+    line->BitCount = BitCount;
+    line->BytesPerPixel = BytesPerPixel;
+    line->RowBytes = RowBytes;
+    line->TileMap = this;
+    if (line->Memoryless) {
+        line->Row = static_cast<std::int32_t>(row);
+    } else {
+        line->fnMakeBuffer();
+        line->fnSetup(row, readOnly);
+    }
+    if (line->Claim) {
+        const CSingleLock lock(LineLock);
+        line->Claim = false; // a failure in the list leaves no claim that isn't held
+        LockedLines.AddTail(row);
+        line->Claim = true;
     }
 }

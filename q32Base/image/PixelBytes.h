@@ -4,8 +4,8 @@
 #pragma once
 
 #include "q32Base/image/CqColor.h"
+#include "q32Base/kernels/Kernels.h"
 #include "q32Base/memory/CqTileMap.h"
-#include "q32Base/operations/kernels/Kernels.h"
 
 #include <cstddef>
 #include <cstdint>

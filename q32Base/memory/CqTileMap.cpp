@@ -1,8 +1,6 @@
 #include "q32Base/memory/CqTileMap.h"
 
 #include "q32Base/framework/Memory.h"
-#include "q32Base/image/CqImageLine.h"
-#include "q32Base/image/CqImageTile.h"
 #include "q32Base/memory/PixelBuffer.h"
 
 #include <algorithm>
@@ -102,77 +100,6 @@ void CqTileMap::fnFreeAll() {
     delete DrawPalette;
     if (PixelBuffer)
         FreePixelBuffer(PixelBuffer, fnBlockSize(), &FileHandle, &MappingHandle, &TempFileName);
-}
-
-void CqTileMap::fnAccessTile(std::uint32_t index, CqImageTile* tile) {
-    if (tile->Index == static_cast<std::int32_t>(index))
-        return;
-    if (tile->Claim) {
-        CSingleLock lock(TileLock);
-        if (TileTable[index].Locked)
-            tile->Claim = false;
-        if (tile->Index > -1) {
-            lock.Unlock();
-            fnReleaseTile(static_cast<std::uint32_t>(tile->Index));
-        }
-    }
-    CRect rect;
-    fnGetTileRect(&rect, index, false);
-    tile->TileMap = this;
-    tile->Index = static_cast<std::int32_t>(index);
-    tile->Left = rect.left;
-    tile->Top = rect.top;
-    tile->Right = rect.right;
-    tile->Bottom = rect.bottom;
-    tile->Width = rect.Width();
-    tile->Height = rect.Height();
-    tile->BitCount = BitCount;
-    tile->BytesPerPixel = BytesPerPixel;
-    tile->RowBytes = fnRowBytes(static_cast<std::uint32_t>(tile->Width));
-    tile->Size = tile->RowBytes * static_cast<std::uint32_t>(tile->Height);
-    tile->Pixels = TileTable[index].Pixels;
-    if (tile->Claim) {
-        const CSingleLock lock(TileLock);
-        TileTable[index].Locked = true;
-    }
-}
-
-void CqTileMap::fnAccessTile(CPoint& position, CqImageTile* tile) {
-    // Every map of several tiles has tiles of 128 in the direction that is divided.
-    const auto column = TilesAcross == 1 ? 0u : static_cast<std::uint32_t>(position.x >> 7);
-    const auto row = TilesDown == 1 ? 0u : static_cast<std::uint32_t>(position.y >> 7);
-    fnAccessTile(TilesAcross * row + column, tile);
-}
-
-void CqTileMap::fnAccessLine(std::uint32_t row, CqImageLine* line, bool readOnly) {
-    if (line->Row == static_cast<std::int32_t>(row))
-        return;
-    if (line->Claim) {
-        CSingleLock lock(LineLock);
-        if (LockedLines.Find(row))
-            line->Claim = false;
-        if (line->Row > -1) {
-            lock.Unlock();
-            fnReleaseLine(static_cast<std::uint32_t>(line->Row));
-        }
-    }
-    line->Width = Width;
-    line->BitCount = BitCount;
-    line->BytesPerPixel = BytesPerPixel;
-    line->RowBytes = RowBytes;
-    line->TileMap = this;
-    if (line->Memoryless) {
-        line->Row = static_cast<std::int32_t>(row);
-    } else {
-        line->fnMakeBuffer();
-        line->fnSetup(row, readOnly);
-    }
-    if (line->Claim) {
-        const CSingleLock lock(LineLock);
-        line->Claim = false; // a failure in the list leaves no claim that isn't held
-        LockedLines.AddTail(row);
-        line->Claim = true;
-    }
 }
 
 void CqTileMap::fnReleaseTile(std::uint32_t index) {

@@ -45,6 +45,8 @@ public:
     CqTileMap(const CqTileMap&) = delete;
     CqTileMap& operator=(const CqTileMap&) = delete;
 
+    // Defined beside the accessors, in the room above.
+
     /// Place a tile accessor. The index or position must lie inside the image.
     void fnAccessTile(std::uint32_t index, CqImageTile* tile);
     void fnAccessTile(CPoint& position, CqImageTile* tile);

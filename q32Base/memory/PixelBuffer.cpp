@@ -1,8 +1,8 @@
 #include "q32Base/memory/PixelBuffer.h"
 
-#include "q32Base/frame/StringTable.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/memory/CqVMPolicy.h"
+#include "q32Base/messages/StringTable.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <string>

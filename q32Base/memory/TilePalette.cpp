@@ -1,6 +1,6 @@
 #include "q32Base/framework/Memory.h"
-#include "q32Base/image/CqImage.h"
 #include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/GreyRamp.h"
 
 #include <algorithm>
 #include <memory>

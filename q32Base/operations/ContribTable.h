@@ -1,6 +1,6 @@
 #pragma once
 
-#include "q32Base/operations/ContribList.h"
+#include "q32Base/kernels/ContribList.h"
 
 #include <cstdint>
 #include <memory>

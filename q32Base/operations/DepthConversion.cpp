@@ -1,7 +1,7 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
+#include "q32Base/kernels/Kernels.h"
 #include "q32Base/memory/CqTileMap.h"
-#include "q32Base/operations/kernels/Kernels.h"
 
 #include <memory>
 

@@ -1,6 +1,6 @@
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/CqMask.h"
-#include "q32Base/operations/kernels/Kernels.h"
+#include "q32Base/kernels/Kernels.h"
 #include "q32Base/operations/TilePieces.h"
 
 #include <cstring>

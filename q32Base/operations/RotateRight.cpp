@@ -1,7 +1,7 @@
 #include "q32Base/image/CqImageLine.h"
 #include "q32Base/image/CqImageTile.h"
+#include "q32Base/kernels/Kernels.h"
 #include "q32Base/memory/CqTileMap.h"
-#include "q32Base/operations/kernels/Kernels.h"
 #include "q32Base/operations/PageWalk.h"
 #include "q32Base/operations/PixelArea.h"
 #include "q32Base/operations/ProgressRun.h"

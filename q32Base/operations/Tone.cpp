@@ -1,6 +1,6 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/operations/kernels/HueShift.h"
+#include "q32Base/kernels/HueShift.h"
 #include "q32Base/operations/ToneCurves.h"
 #include "q32Base/services/CqProgressDisplay.h"
 

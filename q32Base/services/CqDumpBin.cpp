@@ -155,3 +155,11 @@ void CqDumpBin::fnClear() {
     m_nLength = 0;
     CqDumpWnd::fnShowText(this, "", 0, 0);
 }
+
+bool q32CreateDumpWnd() {
+    return CqDumpWnd::fnCreateOnly();
+}
+
+void q32DestroyDumpWnd() {
+    CqDumpWnd::fnDestroyOnly();
+}

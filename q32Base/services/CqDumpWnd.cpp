@@ -1,14 +1,13 @@
 #include "q32Base/services/CqDumpWnd.h"
 
-#include "q32Base/frame/Messages.h"
-#include "q32Base/frame/Settings.h"
 #include "q32Base/framework/CFile.h"
 #include "q32Base/framework/Exceptions.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/PathRules.h"
+#include "q32Base/messages/Messages.h"
 #include "q32Base/platform/CqPlatform.h"
-#include "q32Base/services/CqDumpBin.h"
 #include "q32Base/services/CqPowerStr.h"
+#include "q32Base/settings/Settings.h"
 
 #include <cstdio>
 #include <cstring>
@@ -239,12 +238,4 @@ void CqDumpWnd::fnShowText(const void* stream, const char* text, std::size_t len
 void CqDumpWnd::fnForget(const void* stream) noexcept {
     if (theWnd && theWnd->m_pShown == stream)
         theWnd->m_pShown = nullptr;
-}
-
-bool q32CreateDumpWnd() {
-    return CqDumpWnd::fnCreateOnly();
-}
-
-void q32DestroyDumpWnd() {
-    CqDumpWnd::fnDestroyOnly();
 }

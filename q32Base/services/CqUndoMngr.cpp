@@ -1,6 +1,6 @@
 #include "q32Base/services/CqUndoMngr.h"
 
-#include "q32Base/frame/Messages.h"
+#include "q32Base/messages/Messages.h"
 
 #include <cassert>
 #include <climits>

@@ -2,7 +2,7 @@
 
 #include "platforms/posix/posix.h"
 #include "platforms/qt/qt.h"
-#include "q32Base/frame/Module.h"
+#include "q32Base/module/Module.h"
 #include "tests/darkroom/PictureTools.h"
 
 #include <QApplication>

@@ -1,6 +1,6 @@
 #include "tests/display/DisplayWorld.h"
 
-#include "q32Base/frame/Module.h"
+#include "q32Base/module/Module.h"
 
 #include <random>
 #include <vector>

@@ -1,8 +1,8 @@
 // Every allocation and every call to the screen fails once, in turn.
 
-#include "q32Base/frame/Module.h"
 #include "q32Base/image/CqMask.h"
 #include "q32Base/memory/CqTileMap.h"
+#include "q32Base/module/Module.h"
 #include "tests/display/DisplayWorld.h"
 #include "tests/display/DrawReference.h"
 #include "tests/support/FailingAllocator.h"

@@ -1,5 +1,4 @@
-#include "q32Base/framework/Exceptions.h"
-
+#include "q32Base/framework/CFileException.h"
 #include "q32Base/framework/Memory.h"
 #include "tests/support/FailingAllocator.h"
 

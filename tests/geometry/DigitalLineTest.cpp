@@ -1,10 +1,10 @@
 #include "q32Base/geometry/DigitalLine.h"
 
 #include "platforms/headless/headless.h"
-#include "q32Base/frame/Module.h"
 #include "q32Base/geometry/CqCubicBezier2D.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/memory/CqTileMap.h"
+#include "q32Base/module/Module.h"
 #include "tests/geometry/CurveTestTools.h"
 
 #include <cstdlib>

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "platforms/headless/headless.h"
-#include "q32Base/frame/Module.h"
 #include "q32Base/image/CqImage.h"
+#include "q32Base/module/Module.h"
 #include "tests/support/Random.h"
 
 #include <gtest/gtest.h>

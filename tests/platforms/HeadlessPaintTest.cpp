@@ -1,7 +1,7 @@
 #include "platforms/headless/headless.h"
-#include "q32Base/frame/Module.h"
 #include "q32Base/framework/CBitmap.h"
 #include "q32Base/framework/CFont.h"
+#include "q32Base/module/Module.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "tests/plugins/PictureTest.h"
 
-#include "q32Base/frame/Module.h"
 #include "q32Base/image/CqImageLine.h"
+#include "q32Base/module/Module.h"
 
 #include <random>
 

@@ -1,7 +1,7 @@
 #include "platforms/headless/headless.h"
 #include "plugins/PictureFile.h"
-#include "q32Base/frame/Module.h"
 #include "q32Base/image/CqImage.h"
+#include "q32Base/module/Module.h"
 #include "tests/platforms/PosixTestTools.h"
 
 #include <gtest/gtest.h>

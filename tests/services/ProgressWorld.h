@@ -3,7 +3,7 @@
 #pragma once
 
 #include "platforms/headless/headless.h"
-#include "q32Base/frame/Module.h"
+#include "q32Base/module/Module.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <gtest/gtest.h>

@@ -2,8 +2,8 @@
 
 #include "examples/darkroom/model/Merge.h"
 #include "examples/darkroom/model/Pictures.h"
-#include "q32Base/frame/Messages.h"
 #include "q32Base/framework/Exceptions.h"
+#include "q32Base/messages/Messages.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <new>

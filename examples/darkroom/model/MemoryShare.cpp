@@ -1,7 +1,7 @@
 #include "examples/darkroom/model/MemoryShare.h"
 
-#include "q32Base/frame/Module.h"
 #include "q32Base/memory/CqVMPolicy.h"
+#include "q32Base/module/Module.h"
 
 #include <unistd.h>
 

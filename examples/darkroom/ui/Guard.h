@@ -1,7 +1,7 @@
 #pragma once
 
-#include "q32Base/frame/Messages.h"
 #include "q32Base/framework/Exceptions.h"
+#include "q32Base/messages/Messages.h"
 
 #include <new>
 #include <utility>

@@ -7,9 +7,9 @@
 #include "examples/darkroom/ui/Texts.h"
 #include "platforms/qt/CqQtWindows.h"
 #include "q32Base/display/CqDisplayProperty.h"
-#include "q32Base/frame/Messages.h"
 #include "q32Base/framework/Exceptions.h"
 #include "q32Base/memory/CqVMPolicy.h"
+#include "q32Base/messages/Messages.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <algorithm>

@@ -9,8 +9,8 @@
 #include "examples/darkroom/ui/PatternDialog.h"
 #include "examples/darkroom/ui/PreferencesDialog.h"
 #include "q32Base/display/CqDisplayProperty.h"
-#include "q32Base/frame/Messages.h"
-#include "q32Base/frame/Module.h"
+#include "q32Base/messages/Messages.h"
+#include "q32Base/module/Module.h"
 
 #include <algorithm>
 #include <cmath>

@@ -4,8 +4,8 @@
 #include "examples/darkroom/ui/Guard.h"
 #include "platforms/qt/CqImageView.h"
 #include "plugins/WaveFile.h"
-#include "q32Base/frame/Messages.h"
 #include "q32Base/framework/Exceptions.h"
+#include "q32Base/messages/Messages.h"
 
 #include <QCheckBox>
 #include <QFile>

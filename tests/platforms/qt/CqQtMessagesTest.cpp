@@ -1,4 +1,4 @@
-#include "q32Base/frame/Messages.h"
+#include "q32Base/messages/Messages.h"
 #include "tests/platforms/qt/QtTestTools.h"
 #include "tests/platforms/qt/QtWorld.h"
 

@@ -5,8 +5,8 @@
 #include "platforms/headless/headless.h"
 #include "platforms/qt/CqImageView.h"
 #include "platforms/qt/CqQtCanvas.h"
-#include "q32Base/frame/Module.h"
 #include "q32Base/image/CqImage.h"
+#include "q32Base/module/Module.h"
 #include "tests/platforms/qt/QtTestTools.h"
 #include "tests/support/Random.h"
 

@@ -1,7 +1,7 @@
 // The services before the application object stands and after it has gone.
 #include "platforms/qt/qt.h"
-#include "q32Base/frame/Messages.h"
-#include "q32Base/frame/Module.h"
+#include "q32Base/messages/Messages.h"
+#include "q32Base/module/Module.h"
 
 #include <gtest/gtest.h>
 

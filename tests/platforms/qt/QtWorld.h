@@ -3,7 +3,7 @@
 #pragma once
 
 #include "platforms/qt/qt.h"
-#include "q32Base/frame/Module.h"
+#include "q32Base/module/Module.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "q32Base/framework/CString.h"
+#include "q32Base/framework/Exceptions.h"
+#include "q32Base/platform/CqFileService.h"
+
+/// A file could not be used.
+class Q32_API CFileException final : public CException {
+public:
+    static const CRuntimeClass classCFileException;
+    const CRuntimeClass* GetRuntimeClass() const override;
+    CFileException(CQ_FILE_CAUSE cause, const char* fileName);
+
+    CQ_FILE_CAUSE m_cause;
+    CString m_strFileName;
+};
+
+[[noreturn]] Q32_API void AfxThrowFileException(CQ_FILE_CAUSE cause,
+                                                const char* fileName = nullptr);

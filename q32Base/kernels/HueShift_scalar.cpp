@@ -1,0 +1,96 @@
+#include "q32Base/kernels/Hsb.h"
+#include "q32Base/kernels/HueShift.h"
+
+#include <algorithm>
+
+namespace q32 {
+namespace {
+
+std::int32_t fnTurn(std::int32_t hue, std::int32_t by) {
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(hue) +
+                                     static_cast<std::uint32_t>(by));
+}
+
+// Bytes 0, 1 and 2 are brightness, middle and low, as CqHueShift::turned has them.
+constexpr std::int32_t fnTakeFrom(int red, int green, int blue, bool falling) {
+    return red | green << 8 | blue << 16 | (falling ? 0x40 : 0);
+}
+
+constexpr std::int32_t kGrey = 0;
+constexpr std::int32_t kSectors[6] = {fnTakeFrom(0, 1, 2, false), fnTakeFrom(1, 0, 2, true),
+                                      fnTakeFrom(2, 0, 1, false), fnTakeFrom(2, 1, 0, true),
+                                      fnTakeFrom(1, 2, 0, false), fnTakeFrom(0, 2, 1, true)};
+
+std::int32_t fnDescribe(std::int32_t hue) {
+    if (hue == kUndefinedHue)
+        return kGrey;
+    if (hue > 360)
+        hue -= 360;
+    else if (hue < 0)
+        hue += 360;
+    const int sector = hue / 60;
+    const auto rest = static_cast<std::uint32_t>(hue % 60);
+    return kSectors[sector >= 1 && sector <= 5 ? sector : 0] |
+           static_cast<std::int32_t>(rest << 24);
+}
+
+Rgb fnShift(Rgb color, const CqHueShift& shift) {
+    Hsb hsb = fnRgbToHsb(color);
+    if (hsb.hue != kUndefinedHue) {
+        hsb.hue = fnTurn(hsb.hue, shift.hue);
+        hsb.saturation = std::clamp(hsb.saturation + shift.saturation, 0, 255);
+    }
+    return fnHsbToRgb(hsb.hue, hsb.saturation, hsb.brightness);
+}
+
+} // namespace
+
+// Shifts beyond 255 are as good as 255.
+CqHueShift::CqHueShift(std::int32_t byHue, std::int32_t bySaturation)
+    : hue(byHue), saturation(std::clamp(bySaturation, -255, 255)) {
+    for (int from = 0; from < kHues; ++from)
+        turned[from] = fnDescribe(fnTurn(from, hue));
+}
+
+namespace scalar {
+
+void fnHueShift16(std::uint8_t* pixels, std::size_t count, const CqHueShift& shift) {
+    for (; count != 0; --count, pixels += 2) {
+        const unsigned word = pixels[0] | static_cast<unsigned>(pixels[1]) << 8;
+        const Rgb color = fnShift({static_cast<std::uint8_t>(word & 0xF8),
+                                   static_cast<std::uint8_t>(word >> 3 & 0xFC),
+                                   static_cast<std::uint8_t>(word >> 5 & 0xF8)},
+                                  shift);
+        const int result = (color.red & 0xF8) << 8 | (color.green & 0xFC) << 3 | color.blue >> 3;
+        pixels[0] = static_cast<std::uint8_t>(result);
+        pixels[1] = static_cast<std::uint8_t>(result >> 8);
+    }
+}
+
+void fnHueShift24(std::uint8_t* pixels, std::size_t count, const CqHueShift& shift) {
+    for (; count != 0; --count, pixels += 3) {
+        const Rgb color = fnShift({pixels[0], pixels[1], pixels[2]}, shift);
+        pixels[0] = color.red;
+        pixels[1] = color.green;
+        pixels[2] = color.blue;
+    }
+}
+
+void fnHueShift32(std::uint8_t* pixels, std::size_t count, const CqHueShift& shift) {
+    for (; count != 0; --count, pixels += 4) {
+        const Rgb color = fnShift({pixels[1], pixels[2], pixels[3]}, shift);
+        pixels[1] = color.red;
+        pixels[2] = color.green;
+        pixels[3] = color.blue;
+    }
+}
+
+} // namespace scalar
+
+void fnUseScalarHueShift(CqKernels& table) {
+    table.fnHueShift16 = scalar::fnHueShift16;
+    table.fnHueShift24 = scalar::fnHueShift24;
+    table.fnHueShift32 = scalar::fnHueShift32;
+}
+
+} // namespace q32

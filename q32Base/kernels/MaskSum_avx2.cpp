@@ -1,0 +1,53 @@
+#include "q32Base/kernels/Avx2.h"
+#include "q32Base/kernels/MaskSum.h"
+
+namespace q32 {
+namespace avx2 {
+namespace {
+
+__m256i fnAdd(__m256i a, __m256i b) {
+    const __m256i sum = _mm256_add_epi8(a, b);
+    // A sum overflows where the saturating one differs from the plain one.
+    const __m256i fits = _mm256_cmpeq_epi8(sum, _mm256_adds_epi8(a, b));
+    return _mm256_or_si256(sum, _mm256_xor_si256(fits, _mm256_set1_epi8(-1)));
+}
+
+__m256i fnSubtract(__m256i a, __m256i b) {
+    return _mm256_subs_epu8(a, b);
+}
+
+// The last bytes come with those before them, which have been done: 0 changes nothing there.
+template <__m256i (*Combine)(__m256i, __m256i)>
+void fnCombine(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
+    std::size_t done = 0;
+    for (; count - done >= 32; done += 32)
+        fnStore(target + done, Combine(fnLoad(target + done), fnLoad(source + done)));
+    if (done == count)
+        return;
+    const __m256i rest = _mm256_and_si256(fnLoad(source + count - 32), fnLastBytes(count - done));
+    fnStore(target + count - 32, Combine(fnLoad(target + count - 32), rest));
+}
+
+void fnMaskAdd(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
+    if (count < 32)
+        scalar::fnMaskAdd(source, target, count);
+    else
+        fnCombine<fnAdd>(source, target, count);
+}
+
+void fnMaskSubtract(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
+    if (count < 32)
+        scalar::fnMaskSubtract(source, target, count);
+    else
+        fnCombine<fnSubtract>(source, target, count);
+}
+
+} // namespace
+} // namespace avx2
+
+void fnUseAvx2MaskSum(CqKernels& table) {
+    table.fnMaskAdd = avx2::fnMaskAdd;
+    table.fnMaskSubtract = avx2::fnMaskSubtract;
+}
+
+} // namespace q32

@@ -1,0 +1,27 @@
+#include "q32Base/kernels/MaskSum.h"
+
+namespace q32 {
+namespace scalar {
+
+void fnMaskAdd(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const int sum = static_cast<std::int8_t>(target[i]) + static_cast<std::int8_t>(source[i]);
+        const bool overflows = sum < -128 || sum > 127;
+        target[i] = overflows ? 255 : static_cast<std::uint8_t>(sum);
+    }
+}
+
+void fnMaskSubtract(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i)
+        target[i] = target[i] > source[i] ? static_cast<std::uint8_t>(target[i] - source[i])
+                                          : std::uint8_t{0};
+}
+
+} // namespace scalar
+
+void fnUseScalarMaskSum(CqKernels& table) {
+    table.fnMaskAdd = scalar::fnMaskAdd;
+    table.fnMaskSubtract = scalar::fnMaskSubtract;
+}
+
+} // namespace q32

@@ -1,0 +1,22 @@
+#include "q32Base/kernels/Stream.h"
+
+#include <cstring>
+
+namespace q32 {
+namespace {
+
+void fnStreamCopy(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
+    if (count != 0)
+        std::memcpy(target, source, count);
+}
+
+void fnStreamEnd() {}
+
+} // namespace
+
+void fnUseScalarStream(CqKernels& table) {
+    table.fnStreamCopy = fnStreamCopy;
+    table.fnStreamEnd = fnStreamEnd;
+}
+
+} // namespace q32

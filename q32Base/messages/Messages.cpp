@@ -1,0 +1,196 @@
+#include "q32Base/messages/Messages.h"
+
+#include "q32Base/framework/Exceptions.h"
+#include "q32Base/framework/PathRules.h"
+#include "q32Base/messages/CqTitleSwap.h"
+#include "q32Base/messages/StringTable.h"
+#include "q32Base/platform/CqPlatform.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <memory>
+#include <new>
+#include <string>
+#include <string_view>
+
+namespace {
+
+constexpr std::size_t kMaxTextBytes = 260;
+constexpr std::size_t kMaxArgumentBytes = 260;
+constexpr std::size_t kMaxShownBytes = 520;
+
+/// How a message is shown.
+struct Rule {
+    int m_nId;
+    unsigned int m_nArguments;
+    UINT m_nStyle;
+};
+
+constexpr Rule kRules[] = {
+    {-1, 0, MB_ICONHAND},
+    {-2, 0, MB_ICONHAND},
+    {-3, 1, MB_ICONHAND},
+    {-4, 1, MB_ICONHAND},
+    {-5, 1, MB_ICONHAND},
+    {-6, 1, MB_ICONHAND},
+    {-7, 1, MB_ICONHAND},
+    {-8, 2, MB_ICONHAND},
+    {-9, 1, MB_ICONHAND},
+    {-10, 0, MB_ICONHAND},
+    {-11, 2, MB_ICONHAND}, // its text uses the first alone
+    {-100, 0, MB_YESNOCANCEL | MB_ICONHAND},
+    {-101, 0, MB_ICONEXCLAMATION},
+    {-102, 0, MB_ICONEXCLAMATION},
+    {-103, 2, MB_ICONEXCLAMATION},
+    {-104, 1, MB_ICONEXCLAMATION},
+    {-105, 1, MB_YESNO | MB_ICONEXCLAMATION},
+    {-106, 1, MB_ICONEXCLAMATION},
+    {-200, 1, MB_YESNOCANCEL | MB_ICONEXCLAMATION},
+};
+
+/// The lowest id of a failure; those below are remarks and questions.
+constexpr int kLastFailureId = -100;
+
+UINT fnHostStyle(UINT type) {
+    const UINT icon = type & MB_ICONMASK;
+    return (icon ? icon : MB_ICONEXCLAMATION) | type;
+}
+
+Rule fnRule(int id, UINT type) {
+    if (id >= 0)
+        return {id, 2, fnHostStyle(type)};
+    const auto* rule = std::find_if(std::begin(kRules), std::end(kRules),
+                                    [id](const Rule& r) { return r.m_nId == id; });
+    if (rule != std::end(kRules))
+        return *rule;
+    return {id, 2, id >= kLastFailureId ? MB_ICONHAND : MB_ICONEXCLAMATION};
+}
+
+/// Runs `work`, and does without the rest of it when memory runs out.
+template <typename Work>
+void fnWithoutMemoryFailure(Work&& work) {
+    try {
+        work();
+    } catch (CMemoryException* failure) {
+        failure->Delete();
+    } catch (const std::bad_alloc&) {
+    }
+}
+
+/// A text with room for `Bytes` bytes and an end mark; what passes the end is dropped.
+template <std::size_t Bytes>
+struct Text {
+    char m_szText[Bytes + 1] = "";
+    std::size_t m_nLength = 0;
+
+    void fnAppend(std::string_view part) {
+        part = part.substr(0, Bytes - m_nLength);
+        m_nLength += part.copy(m_szText + m_nLength, part.size());
+        m_szText[m_nLength] = 0;
+    }
+};
+
+using Loaded = Text<kMaxTextBytes>;
+using Shown = Text<kMaxShownBytes>;
+
+std::string_view fnCut(const char* text, std::size_t limit) {
+    return {text, q32::fnCutLength(text, limit)};
+}
+
+void fnLoadText(int id, HINSTANCE module, Loaded& loaded) {
+    if (id < 0) {
+        const char* own = q32::fnFindString(q32::STRING_MESSAGE_BASE + static_cast<UINT>(id));
+        loaded.fnAppend(own ? own : "");
+        return;
+    }
+    std::string text;
+    if (q32::fnHasPlatform() &&
+        q32::fnPlatform().m_pResources->fnLoadString(module, static_cast<UINT>(id), text))
+        loaded.fnAppend(fnCut(text.c_str(), kMaxTextBytes));
+}
+
+/// The arguments, cut so that they fit into one box with the format.
+struct Arguments {
+    std::string_view m_Parts[2];
+    std::size_t m_nCount = 0;
+
+    void fnCollect(std::size_t formatLength, const char* first, const char* second) {
+        std::size_t room = kMaxShownBytes - formatLength;
+        for (const char* text : {first, second}) {
+            if (!text)
+                return;
+            const auto part = fnCut(text, std::min(room, kMaxArgumentBytes));
+            m_Parts[m_nCount++] = part;
+            room -= part.size();
+        }
+    }
+};
+
+/// Puts the arguments in the places of "%s", in order, and "%" in the place of "%%". Anything else
+/// stays as it stands: the format may come from outside.
+void fnFormat(std::string_view format, const Arguments& arguments, Shown& shown) {
+    std::size_t used = 0;
+    while (!format.empty()) {
+        std::size_t taken = 2;
+        if (format.starts_with("%s") && used < arguments.m_nCount) {
+            shown.fnAppend(arguments.m_Parts[used++]);
+        } else if (format.starts_with("%%")) {
+            shown.fnAppend("%");
+        } else {
+            taken = 1;
+            shown.fnAppend(format.substr(0, 1));
+        }
+        format.remove_prefix(taken);
+    }
+}
+
+int fnShowBox(const char* text, UINT style) {
+    const std::shared_ptr<CqMessageService> messages = q32::fnMessageService();
+    int answer = 0;
+    if (!messages)
+        return answer;
+    const CqTitleSwap swap;
+    fnWithoutMemoryFailure([&] { answer = messages->fnShowBox(text, style, swap.fnGetCaption()); });
+    return answer;
+}
+
+} // namespace
+
+int q32ShowMsg(int nMsgId, HINSTANCE hInstance, const char* pszArg1, const char* pszArg2,
+               unsigned int nType) {
+    const Rule rule = fnRule(nMsgId, nType);
+    Loaded loaded;
+    fnWithoutMemoryFailure([&] { fnLoadText(nMsgId, hInstance, loaded); });
+    if (!pszArg1)
+        return fnShowBox(loaded.m_szText, rule.m_nStyle);
+
+    Arguments arguments;
+    fnWithoutMemoryFailure([&] {
+        arguments.fnCollect(loaded.m_nLength, rule.m_nArguments >= 1 ? pszArg1 : nullptr,
+                            rule.m_nArguments >= 2 ? pszArg2 : nullptr);
+    });
+    Shown shown;
+    fnFormat({loaded.m_szText, loaded.m_nLength}, arguments, shown);
+    return fnShowBox(shown.m_szText, rule.m_nStyle);
+}
+
+int q32ShowMsgStr(const char* pszText, unsigned int nType) {
+    return fnShowBox(pszText ? pszText : "", fnHostStyle(nType));
+}
+
+void q32ShowSysMsg(unsigned long nError) {
+    const std::shared_ptr<CqMessageService> messages = q32::fnMessageService();
+    if (!messages)
+        return;
+    auto code = static_cast<DWORD>(nError);
+    if (code == 0)
+        code = messages->fnGetLastError();
+    if (code == 0)
+        return;
+    std::string text;
+    bool known = false;
+    fnWithoutMemoryFailure([&] { known = messages->fnFormatError(code, text); });
+    if (known)
+        fnShowBox(text.c_str(), MB_OK);
+}
