@@ -85,9 +85,9 @@ private:
 /// Noise in each tile, from another place of the same noise each time.
 void fnPaint(CqImage& image) {
     constexpr std::size_t kNoise = std::size_t{1} << 20;
-    constexpr std::size_t kMostBytes = std::size_t{128} * 128 * 3;
+    constexpr std::size_t kMaxBytes = std::size_t{128} * 128 * 3;
     std::minstd_rand random(1);
-    std::vector<unsigned char> noise(kNoise + kMostBytes);
+    std::vector<unsigned char> noise(kNoise + kMaxBytes);
     for (unsigned char& byte : noise)
         byte = static_cast<unsigned char>(random() >> 16);
     CqImageTile tile(false);

@@ -27,7 +27,7 @@ CqHeadlessBlock& CqHeadlessBlock::operator=(CqHeadlessBlock&& other) noexcept {
 bool CqHeadlessBlock::fnResize(std::size_t size, bool spare) {
     if (size > m_nCapacity) {
         const std::size_t wanted = spare ? std::max(size, m_nCapacity + m_nCapacity / 2) : size;
-        if (wanted > kMost)
+        if (wanted > kMax)
             return false;
         void* raw = std::calloc(1, wanted + kPage - 1);
         if (!raw)

@@ -10,7 +10,7 @@ class Q32_API CqHeadlessBlock {
 public:
     static constexpr std::size_t kPage = 4096;
     /// No block is longer: half a tebibyte, or half the addresses where they are 32 bits wide.
-    static constexpr std::size_t kMost = SIZE_MAX >> (sizeof(std::size_t) > 4 ? 25 : 1);
+    static constexpr std::size_t kMax = SIZE_MAX >> (sizeof(std::size_t) > 4 ? 25 : 1);
 
     CqHeadlessBlock() = default;
     ~CqHeadlessBlock();

@@ -78,8 +78,8 @@ constexpr unsigned kLast = 0x7F;
 CqHeadlessFont::CqHeadlessFont(LONG height) {
     // Below 0, a height leaves out the rows that belong to no sign.
     const int smallest = height < 0 ? kRows : kHeight;
-    constexpr LONG kMost = 64 * kHeight;
-    const LONG wanted = std::abs(std::clamp(height, -kMost, kMost));
+    constexpr LONG kMax = 64 * kHeight;
+    const LONG wanted = std::abs(std::clamp(height, -kMax, kMax));
     m_nScale = std::max(1, static_cast<int>(wanted) / smallest);
 }
 
@@ -100,9 +100,9 @@ TEXTMETRICA CqHeadlessFont::fnGetMetrics() const {
 }
 
 SIZE CqHeadlessFont::fnMeasure(std::size_t count) const {
-    constexpr std::size_t kMost = 0x00FFFFFF; // so that no sum overflows
+    constexpr std::size_t kMax = 0x00FFFFFF; // so that no sum overflows
     return {
-        static_cast<LONG>(std::min(count * kColumns * static_cast<std::size_t>(m_nScale), kMost)),
+        static_cast<LONG>(std::min(count * kColumns * static_cast<std::size_t>(m_nScale), kMax)),
         kHeight * m_nScale};
 }
 

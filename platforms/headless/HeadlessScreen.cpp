@@ -18,10 +18,10 @@ CqHeadlessScreen::CqHeadlessScreen(const CqHeadlessMode& mode,
 CqHeadlessScreen::~CqHeadlessScreen() = default;
 
 bool CqHeadlessScreen::fnSetMode(const CqHeadlessMode& mode) {
-    constexpr int kMost = 32767;
+    constexpr int kMax = 32767;
     const int bits = mode.m_nBits;
     if ((bits != 8 && bits != 16 && bits != 24 && bits != 32) || mode.m_nWidth < 1 ||
-        mode.m_nHeight < 1 || mode.m_nWidth > kMost || mode.m_nHeight > kMost)
+        mode.m_nHeight < 1 || mode.m_nWidth > kMax || mode.m_nHeight > kMax)
         return false;
     std::vector<std::uint32_t> pixels(static_cast<std::size_t>(mode.m_nWidth) *
                                       static_cast<std::size_t>(mode.m_nHeight));
@@ -198,9 +198,9 @@ std::unique_ptr<CqFontObject> CqHeadlessScreen::fnCreateFont(const LOGFONTA& fon
 
 std::unique_ptr<CqBitmapObject> CqHeadlessScreen::fnCreateCompatibleBitmap(CDC* dc, int width,
                                                                            int height) {
-    constexpr int kMost = 32767;
+    constexpr int kMax = 32767;
     if (!m_Paint.m_CreateBitmap.fnPass() || !dynamic_cast<CqHeadlessDC*>(dc) || width < 1 ||
-        height < 1 || width > kMost || height > kMost)
+        height < 1 || width > kMax || height > kMax)
         return nullptr;
     return std::make_unique<CqHeadlessBitmap>(width, height);
 }

@@ -98,8 +98,8 @@ bool fnTouch(char* view, std::size_t bytes, std::uint64_t memory) {
 
 /// How many bytes of a view may be on their way to the disk.
 std::size_t fnBehind(std::uint64_t memory) {
-    constexpr std::uint64_t kMost = std::uint64_t{64} << 20;
-    return static_cast<std::size_t>(std::min(memory / 16, kMost));
+    constexpr std::uint64_t kMax = std::uint64_t{64} << 20;
+    return static_cast<std::size_t>(std::min(memory / 16, kMax));
 }
 
 } // namespace

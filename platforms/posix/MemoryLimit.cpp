@@ -17,7 +17,7 @@ namespace {
 /// system's is left out, and takes no memory.
 template <typename Visit>
 void fnReadLines(const std::string& path, Visit&& visit) {
-    constexpr std::size_t kMostLine = std::size_t{1} << 20;
+    constexpr std::size_t kMaxLine = std::size_t{1} << 20;
     std::string line;
     bool fits = true;
     const auto end = [&] {
@@ -36,7 +36,7 @@ void fnReadLines(const std::string& path, Visit&& visit) {
         std::string_view rest(part, static_cast<std::size_t>(count));
         while (!rest.empty()) {
             const std::size_t length = std::min(rest.find('\n'), rest.size());
-            fits = fits && line.size() + length <= kMostLine;
+            fits = fits && line.size() + length <= kMaxLine;
             if (fits)
                 line.append(rest.substr(0, length));
             if (length == rest.size())

@@ -80,11 +80,11 @@ void ViewPages::fnSendOut(const Range& range) {
         return;
     fnSync(range, SYNC_FILE_RANGE_WRITE);
     while (!m_bFailed && m_nOut != 0 &&
-           (m_nOut == kMostRanges || m_nBytesOut + range.fnSize() > m_nBehind))
+           (m_nOut == kMaxRanges || m_nBytesOut + range.fnSize() > m_nBehind))
         fnDropOldest();
     if (m_bFailed)
         return;
-    m_Out[(m_nFirstOut + m_nOut) % kMostRanges] = range;
+    m_Out[(m_nFirstOut + m_nOut) % kMaxRanges] = range;
     ++m_nOut;
     m_nBytesOut += range.fnSize();
 }
@@ -99,7 +99,7 @@ void ViewPages::fnSync(const Range& range, unsigned flags) {
 
 void ViewPages::fnDropOldest() {
     const Range range = m_Out[m_nFirstOut];
-    m_nFirstOut = (m_nFirstOut + 1) % kMostRanges;
+    m_nFirstOut = (m_nFirstOut + 1) % kMaxRanges;
     --m_nOut;
     m_nBytesOut -= range.fnSize();
     fnSync(range, SYNC_FILE_RANGE_WAIT_BEFORE);

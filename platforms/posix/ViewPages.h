@@ -34,7 +34,7 @@ private:
         std::size_t end;
         std::size_t fnSize() const { return end - begin; }
     };
-    static constexpr std::size_t kMostRanges = 1024;
+    static constexpr std::size_t kMaxRanges = 1024;
 
     Range fnPages(std::size_t begin, std::size_t end) const;
     void fnBringIn(std::size_t& next, std::size_t begin, std::size_t end);
@@ -46,10 +46,10 @@ private:
     char* m_pView;
     std::size_t m_nSize;
     std::size_t m_nBehind;
-    std::size_t m_nNextRead = 0;          ///< where the last part to be read ends
-    std::size_t m_nNextWrite = 0;         ///< where the last part to be written ends
-    Range m_Run = {0, 0};                 ///< done and side by side, not yet sent out
-    std::array<Range, kMostRanges> m_Out; ///< on their way out, as a ring
+    std::size_t m_nNextRead = 0;         ///< where the last part to be read ends
+    std::size_t m_nNextWrite = 0;        ///< where the last part to be written ends
+    Range m_Run = {0, 0};                ///< done and side by side, not yet sent out
+    std::array<Range, kMaxRanges> m_Out; ///< on their way out, as a ring
     std::size_t m_nFirstOut = 0;
     std::size_t m_nOut = 0;
     std::size_t m_nBytesOut = 0;

@@ -45,10 +45,10 @@ double fnNextZoom(double zoom, bool in) {
 }
 
 /// Positions beyond this are of no use: what lies there is out of sight, and sums of two still fit.
-constexpr double kMostScaled = std::numeric_limits<int>::max() / 2.0;
+constexpr double kMaxScaled = std::numeric_limits<int>::max() / 2.0;
 
 int fnToInt(double value) {
-    return static_cast<int>(std::clamp(value, -kMostScaled, kMostScaled));
+    return static_cast<int>(std::clamp(value, -kMaxScaled, kMaxScaled));
 }
 
 } // namespace
@@ -126,9 +126,9 @@ QPoint CqImageView::fnGetOrigin() const {
 
 double CqImageView::fnGetMostZoom() const {
     if (!fnHasPicture())
-        return kMostZoom;
+        return kMaxZoom;
     // All of the scaled picture has to be within the reach of the scroll bars.
-    return std::min(kMostZoom, kMostScaled / std::max(m_pImage->Width, m_pImage->Height));
+    return std::min(kMaxZoom, kMaxScaled / std::max(m_pImage->Width, m_pImage->Height));
 }
 
 double CqImageView::fnGetFitZoom() const {
@@ -299,7 +299,7 @@ void CqImageView::fnResetOverview() {
 }
 
 bool CqImageView::fnMakeCells() {
-    constexpr qint64 kMostTime = 6; // milliseconds: a frame stays within its time
+    constexpr qint64 kMaxTime = 6; // milliseconds: a frame stays within its time
     const unsigned shift = fnHasPicture() ? m_pOverview->fnGetShift(m_Zoom) : 0;
     if (shift == 0 || !m_pOverview->fnIsFor(*m_pImage) || !isVisible())
         return false;
@@ -315,7 +315,7 @@ bool CqImageView::fnMakeCells() {
             const auto y = static_cast<std::uint32_t>(row);
             if (m_pOverview->fnFind(x, y, shift))
                 continue;
-            if (timer.elapsed() >= kMostTime) {
+            if (timer.elapsed() >= kMaxTime) {
                 if (!made.IsRectEmpty())
                     fnAddStale(made);
                 return true;

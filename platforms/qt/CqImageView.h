@@ -41,7 +41,7 @@ class Q32_API CqImageView : public QAbstractScrollArea {
 
 public:
     static constexpr double kLeastZoom = 1.0 / 256;
-    static constexpr double kMostZoom = 64.0;
+    static constexpr double kMaxZoom = 64.0;
 
     explicit CqImageView(QWidget* parent = nullptr);
     ~CqImageView() override;

@@ -118,7 +118,7 @@ bool CqQtScreen::fnGetIconTitleFont(LOGFONTA& font) {
 }
 
 std::unique_ptr<CqFontObject> CqQtScreen::fnCreateFont(const LOGFONTA& font) {
-    constexpr int kMost = 4096;
+    constexpr int kMax = 4096;
     if (!qobject_cast<QApplication*>(QCoreApplication::instance()))
         return nullptr;
     const QScreen* screen = QGuiApplication::primaryScreen();
@@ -132,10 +132,10 @@ std::unique_ptr<CqFontObject> CqQtScreen::fnCreateFont(const LOGFONTA& font) {
     made.setUnderline(font.lfUnderline != 0);
     made.setStrikeOut(font.lfStrikeOut != 0);
     if (font.lfHeight < 0) {
-        made.setPixelSize(font.lfHeight < -kMost ? kMost : -font.lfHeight);
+        made.setPixelSize(font.lfHeight < -kMax ? kMax : -font.lfHeight);
     } else if (font.lfHeight > 0) {
         // The height of a whole line is asked for; the ratio of the two is the font's.
-        const int height = std::min<LONG>(font.lfHeight, kMost);
+        const int height = std::min<LONG>(font.lfHeight, kMax);
         made.setPixelSize(height);
         const QFontMetrics sizes(made);
         const int line = std::max(1, sizes.ascent() + sizes.descent());
@@ -146,8 +146,8 @@ std::unique_ptr<CqFontObject> CqQtScreen::fnCreateFont(const LOGFONTA& font) {
 
 std::unique_ptr<CqBitmapObject> CqQtScreen::fnCreateCompatibleBitmap(CDC* dc, int width,
                                                                      int height) {
-    constexpr int kMost = 32767;
-    if (!dynamic_cast<QtDC*>(dc) || width < 1 || height < 1 || width > kMost || height > kMost)
+    constexpr int kMax = 32767;
+    if (!dynamic_cast<QtDC*>(dc) || width < 1 || height < 1 || width > kMax || height > kMax)
         return nullptr;
     QImage pixels(width, height, QImage::Format_RGB32);
     if (pixels.isNull())

@@ -63,7 +63,7 @@ std::size_t Overview::fnOffset(unsigned shift) const {
 
 void Overview::fnReset(const CqImage* image) {
     constexpr unsigned kLeastShift = 2;
-    constexpr unsigned kMostShift = 4; // what the sums take
+    constexpr unsigned kMaxShift = 4; // what the sums take
     m_Cells.clear();
     m_nFirstShift = 0;
     m_nWidth = image ? image->Width : 0;
@@ -71,8 +71,8 @@ void Overview::fnReset(const CqImage* image) {
     m_nBits = image ? image->BitCount : 0;
     m_nAcross = (m_nWidth + kCellSize - 1) / kCellSize;
     const std::size_t count = std::size_t{m_nAcross} * ((m_nHeight + kCellSize - 1) / kCellSize);
-    for (m_nFirstShift = kLeastShift; m_nFirstShift <= kMostShift; ++m_nFirstShift)
-        if (count * (fnOffset(kLastShift + 1) * 4) <= kMostBytes) {
+    for (m_nFirstShift = kLeastShift; m_nFirstShift <= kMaxShift; ++m_nFirstShift)
+        if (count * (fnOffset(kLastShift + 1) * 4) <= kMaxBytes) {
             m_Cells.resize(count);
             return;
         }

@@ -17,12 +17,12 @@ namespace q32::qt {
 /// each pixel is the mean of those that it stands for, before gamma. Cells are made one by one, by
 /// whoever has the time, and a cell that isn't made has to be read from the image.
 ///
-/// Where all cells together would pass `kMostBytes`, they begin at 8 or 16; where that doesn't help
+/// Where all cells together would pass `kMaxBytes`, they begin at 8 or 16; where that doesn't help
 /// there are none.
 class Overview {
 public:
     static constexpr std::uint32_t kCellSize = 128;
-    static constexpr std::size_t kMostBytes = std::size_t{128} << 20;
+    static constexpr std::size_t kMaxBytes = std::size_t{128} << 20;
 
     /// Forgets all, and gets ready for another image, or for none. May throw std::bad_alloc, and is
     /// ready for none then.

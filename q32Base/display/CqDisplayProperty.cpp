@@ -18,7 +18,7 @@ constexpr unsigned int kColors666 = 216;
 constexpr unsigned int kLevelStep = 51; ///< between the six levels of a component
 constexpr std::size_t kCurveBytes = 256;
 constexpr int kLeastStoredGamma = 1;
-constexpr int kMostStoredGamma = 799;
+constexpr int kMaxStoredGamma = 799;
 
 /// A palette of 216 entries; what they hold doesn't matter here.
 bool fnMakePalette666(CPalette& palette) {
@@ -121,7 +121,7 @@ bool CqDisplayProperty::fnReadSettings() {
     }
     if (const std::optional<int> value = read(q32::STRING_KEY_GAMMA_VAL))
         fnSetGammaValue(
-            static_cast<unsigned int>(std::clamp(*value, kLeastStoredGamma, kMostStoredGamma)));
+            static_cast<unsigned int>(std::clamp(*value, kLeastStoredGamma, kMaxStoredGamma)));
     return true;
 }
 

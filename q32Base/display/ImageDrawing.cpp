@@ -11,8 +11,8 @@ namespace {
 
 /// The lesser of a place and a size of the scaled image.
 LONG fnCut(std::int64_t value, std::uint64_t limit) {
-    constexpr std::uint64_t kMost = 2147483647;
-    return static_cast<LONG>(std::min(value, static_cast<std::int64_t>(std::min(limit, kMost))));
+    constexpr std::uint64_t kMax = 2147483647;
+    return static_cast<LONG>(std::min(value, static_cast<std::int64_t>(std::min(limit, kMax))));
 }
 
 /// The tile whose scaled rectangle holds a point; `TileCount` when there is none.

@@ -24,8 +24,8 @@ std::size_t fnStagedBytes(const CqTileMap& map) {
 
 /// The whole factor of the zoom; 1 for anything smaller.
 std::uint32_t fnFactor(const CqTileMap& map) {
-    constexpr double kMost = 2147483647.0;
-    return map.Zoom > 1.0 ? static_cast<std::uint32_t>(std::min(map.Zoom, kMost)) : 1u;
+    constexpr double kMax = 2147483647.0;
+    return map.Zoom > 1.0 ? static_cast<std::uint32_t>(std::min(map.Zoom, kMax)) : 1u;
 }
 
 /// How far a 4-bit piece that begins at x must begin further left, so that no pair of pixels that

@@ -84,11 +84,11 @@ namespace q32 {
 /// Smallest and largest x and y. Of no points at all: turned inside out, from the largest finite
 /// double to its negative. Coordinates that are not a number don't count.
 inline CqRect2D fnBox(std::span<const CqPoint2D> points) {
-    constexpr double kMost = std::numeric_limits<double>::max();
-    double left = kMost;
-    double top = kMost;
-    double right = -kMost;
-    double bottom = -kMost;
+    constexpr double kMax = std::numeric_limits<double>::max();
+    double left = kMax;
+    double top = kMax;
+    double right = -kMax;
+    double bottom = -kMax;
     for (const CqPoint2D& point : points) {
         left = std::min(left, point.m_X);
         top = std::min(top, point.m_Y);

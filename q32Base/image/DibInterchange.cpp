@@ -51,12 +51,12 @@ std::size_t fnToldSize(const BITMAPINFOHEADER& header) {
 /// A map of that geometry with the header's colour table, as far as `size` bytes hold it; the rest
 /// is black.
 CqTileMap* fnMakeMap(const BITMAPINFOHEADER* header, std::size_t size, std::uint32_t height) {
-    constexpr std::uint32_t kMostColors = 256;
+    constexpr std::uint32_t kMaxColors = 256;
     if (header->biWidth <= 0 || height == 0 || header->biBitCount == 0 || header->biBitCount > 32 ||
         (header->biBitCount != 4 && header->biBitCount % 8 != 0))
         AfxThrowResourceException();
-    RGBQUAD table[kMostColors] = {};
-    const std::uint32_t count = std::min(fnDibPaletteCount(*header), kMostColors);
+    RGBQUAD table[kMaxColors] = {};
+    const std::uint32_t count = std::min(fnDibPaletteCount(*header), kMaxColors);
     const std::size_t there =
         std::min<std::size_t>(size - kDibHeaderBytes, count * sizeof(RGBQUAD));
     std::memcpy(table, fnBytes(header) + kDibHeaderBytes, there);

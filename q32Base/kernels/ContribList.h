@@ -17,7 +17,7 @@ struct ContribEntry {
 };
 
 /// Longer lists have no whole sum.
-inline constexpr int kMostWholeEntries = 128;
+inline constexpr int kMaxWholeEntries = 128;
 
 /// How a list is summed up in whole numbers, if its table is whole: every weight is a multiple of
 /// one part, off by next to nothing.

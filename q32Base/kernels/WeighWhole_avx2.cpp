@@ -21,7 +21,7 @@ struct Pair {
 /// begin.
 struct Pairs {
     std::size_t count;
-    Pair at[kMostWholeEntries / 2];
+    Pair at[kMaxWholeEntries / 2];
 
     template <class Address>
     Pairs(const ContribList& list, Address addressOf) : count(list.whole.pairs) {

@@ -46,10 +46,10 @@ CqTileMap::~CqTileMap() {
 
 void CqTileMap::fnSetGeometry() {
     const std::uint64_t rowBytes = (static_cast<std::uint64_t>(Width) * BitCount + 7) >> 3;
-    constexpr std::uint32_t kMostPixels = 0x7FFFFFFFu; // positions are signed
-    constexpr std::uint32_t kMostBytes = 0xFFFFFFFEu;  // leaves room for a byte of slack
-    if (Width == 0 || Height == 0 || Width > kMostPixels || Height > kMostPixels ||
-        !fnIsDepth(BitCount) || rowBytes > kMostBytes / Height)
+    constexpr std::uint32_t kMaxPixels = 0x7FFFFFFFu; // positions are signed
+    constexpr std::uint32_t kMaxBytes = 0xFFFFFFFEu;  // leaves room for a byte of slack
+    if (Width == 0 || Height == 0 || Width > kMaxPixels || Height > kMaxPixels ||
+        !fnIsDepth(BitCount) || rowBytes > kMaxBytes / Height)
         AfxThrowMemoryException();
     BytesPerPixel = BitCount >> 3;
     RowBytes = static_cast<std::uint32_t>(rowBytes);
@@ -129,12 +129,12 @@ void CqTileMap::fnGetTileRect(CRect* out, std::uint32_t index, bool scaled) cons
 }
 
 std::int32_t CqTileMap::fnScale(std::int32_t value) const {
-    constexpr double kMost = 2147483647.0;
+    constexpr double kMax = 2147483647.0;
     if (ZoomMode == 2)
-        return value / std::max(1, static_cast<std::int32_t>(std::min(Zoom, kMost)));
+        return value / std::max(1, static_cast<std::int32_t>(std::min(Zoom, kMax)));
     if (!(Zoom > 1.0))
         return value;
-    return static_cast<std::int32_t>(std::min(value * Zoom, kMost));
+    return static_cast<std::int32_t>(std::min(value * Zoom, kMax));
 }
 
 std::uint32_t CqTileMap::fnSetPaletteEntry(std::uint32_t first, std::uint32_t count,

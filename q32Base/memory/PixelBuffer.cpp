@@ -24,7 +24,7 @@ unsigned char* fnAllocRam(std::uint32_t size) {
 }
 
 /// Bytes that a temporary file's bare name may have.
-constexpr int kMostNameBytes = 32;
+constexpr int kMaxNameBytes = 32;
 
 /// A scratch file on its way to becoming a buffer. What was reached is undone unless it is handed
 /// over.
@@ -49,9 +49,9 @@ public:
     bool fnMake(const CString& directory, std::uint32_t size) {
         m_nSize = size;
         // The room comes first: no file stays behind for want of memory for its name.
-        m_strName.GetBuffer(directory.GetLength() + kMostNameBytes);
+        m_strName.GetBuffer(directory.GetLength() + kMaxNameBytes);
         std::string name;
-        name.reserve(static_cast<std::size_t>(directory.GetLength()) + kMostNameBytes);
+        name.reserve(static_cast<std::size_t>(directory.GetLength()) + kMaxNameBytes);
         if (!m_Service.fnCreateName(directory, q32::fnFindString(q32::STRING_TEMP_PREFIX), name))
             return false;
         m_strName = name.c_str();

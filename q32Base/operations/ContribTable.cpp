@@ -35,7 +35,7 @@ std::int32_t fnReflect(std::int64_t j, std::uint32_t srcCount) {
 }
 
 /// Lists of more weight aren't summed up fast: so their sums of bytes are below 512 in size.
-constexpr double kMostWeight = 1.9;
+constexpr double kMaxWeight = 1.9;
 
 double fnWeightSize(const ContribList& list) {
     return std::accumulate(
@@ -77,16 +77,16 @@ struct CutWeight {
 
 /// The bits of a radix at which neither part of any sum of bytes passes 16 bits, or 0.
 int fnRadixBits(const ContribList& list, double denominator) {
-    constexpr int kMost = 127; // times 255 is below 2^15
+    constexpr int kMax = 127; // times 255 is below 2^15
     for (int bits = 4; bits <= 6; ++bits) {
         int high = 0;
         int low = 0;
-        for (std::int32_t i = 0; i < list.count && high <= kMost && low <= kMost; ++i) {
+        for (std::int32_t i = 0; i < list.count && high <= kMax && low <= kMax; ++i) {
             const CutWeight cut(fnWholeParts(list.entries[i].weight, denominator), bits);
             high += std::abs(cut.high);
             low += std::abs(cut.low);
         }
-        if (high <= kMost && low <= kMost)
+        if (high <= kMax && low <= kMax)
             return bits;
     }
     return 0;
@@ -99,9 +99,9 @@ int fnRadixBits(const ContribList& list, double denominator) {
 /// than 255 n 2^-53: together below 0.08 kFilterDust. So p d decides, and only where it is that
 /// near to kFilterDust, the sum itself.
 std::int16_t fnFlatMost(const ContribList& list, double sum) {
-    constexpr std::int32_t kMostEntries = 100;
+    constexpr std::int32_t kMaxEntries = 100;
     const double lacking = 1.0 - sum;
-    if (list.count > kMostEntries || !(std::fabs(lacking) < 1e-3))
+    if (list.count > kMaxEntries || !(std::fabs(lacking) < 1e-3))
         return -1;
     const auto staysAt = [&](int p) {
         const double off = p * lacking;
@@ -139,7 +139,7 @@ std::int16_t fnFlatMost(const ContribList& list, double sum) {
 // formed in single precision, rounded thrice: that is off by less than 257 x 3 x 2^-24 < 1 / (2 D)
 // where it counts, beyond 256 being 255 all the same.
 bool fnSetWholeParts(ContribList& list) {
-    if (list.count > kMostWholeEntries || !(fnWeightSize(list) < kMostWeight))
+    if (list.count > kMaxWholeEntries || !(fnWeightSize(list) < kMaxWeight))
         return false;
     const double denominator = fnDenominator(list);
     const int bits = denominator == 0.0 ? 0 : fnRadixBits(list, denominator);
@@ -174,13 +174,13 @@ bool fnSetWholeParts(ContribList& list) {
 // sum of doubles itself is off the true one by less than n 2^-44, and kFilterDust shifts it; that
 // is less than one step more. So (n + 4) (255 W + 1) u holds all of it.
 void fnSetRoughWeights(ContribList& list) {
-    constexpr int kMostEntries = 500;
-    static_assert(kMostEntries < kWideSum);
+    constexpr int kMaxEntries = 500;
+    static_assert(kMaxEntries < kWideSum);
     const double size = fnWeightSize(list);
     list.bias = 0.0F;
     list.doubt = -1.0F;
     list.flatMost = -1;
-    if (list.count > kMostEntries || !(size < kMostWeight))
+    if (list.count > kMaxEntries || !(size < kMaxWeight))
         return;
     double sum = 0.0;
     for (std::int32_t i = 0; i < list.count; ++i) {
@@ -204,8 +204,8 @@ void fnSetRoughWeights(ContribList& list) {
 ContribTable::ContribTable(double scale, std::uint32_t dstCount, std::uint32_t srcCount)
     : m_nWidth(scale >= 1.0 ? 2.0 : 2.0 / scale) {
     const double capacity = std::trunc(2.0 * m_nWidth + 1.5);
-    constexpr double kMostCapacity = 0x7FFFFFFF;
-    if (!(scale > 0.0) || !(capacity < kMostCapacity))
+    constexpr double kMaxCapacity = 0x7FFFFFFF;
+    if (!(scale > 0.0) || !(capacity < kMaxCapacity))
         AfxThrowMemoryException();
     m_nCapacity = static_cast<std::uint32_t>(capacity);
     const double bytes =

@@ -95,7 +95,7 @@ private:
 class Slope {
 public:
     static constexpr unsigned kBits = 56;
-    static constexpr std::int64_t kMostSteps = 1 << 21;
+    static constexpr std::int64_t kMaxSteps = 1 << 21;
 
     Slope(const Line& line, const Line::State& state)
         : m_nRise(fnRatio(line.m_nGain, line.m_nLoss)),
@@ -185,9 +185,9 @@ void fnPlotBytes(const CqTileMap& map, const CqColor& color, const Line& line, b
                  std::int64_t first, std::int64_t last) {
     unsigned char pixel[4] = {};
     q32::fnWritePixel(map, pixel, false, color);
-    for (; first <= last; first += Slope::kMostSteps)
+    for (; first <= last; first += Slope::kMaxSteps)
         fnPlotTiles<Bytes>(map, pixel, line, steep, first,
-                           std::min(last, first + Slope::kMostSteps - 1));
+                           std::min(last, first + Slope::kMaxSteps - 1));
 }
 
 /// The one tile of a 4-bit image. An odd column lies one byte further than its pair, as it does for

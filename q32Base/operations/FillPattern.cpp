@@ -55,13 +55,13 @@ void fnFillByCopies(CqImage& image, CqImage& pattern, const CRect& src, const CR
 /// Rows of a narrow pattern, repeated sideways far enough for a tile's row from any phase.
 class WideRows {
 public:
-    static constexpr std::size_t kMostRows = CqTileMap::kMaxTileSize;
+    static constexpr std::size_t kMaxRows = CqTileMap::kMaxTileSize;
 
     WideRows(const CqTileMap& pattern, const CRect& src)
         : m_Pattern(pattern), m_rectSource(src),
           m_nBytes((static_cast<std::size_t>(src.Width()) + CqTileMap::kMaxTileSize) *
                    pattern.BytesPerPixel),
-          m_pRows(q32::fnNewArray<unsigned char>(m_nBytes * kMostRows)) {}
+          m_pRows(q32::fnNewArray<unsigned char>(m_nBytes * kMaxRows)) {}
 
     /// Takes `count` rows of the repeated pattern, from the row `first` of the fill on.
     void fnTake(LONG first, LONG count) {

@@ -30,11 +30,11 @@ public:
             m_pSamples.reset(fnNewArray<float>(pixels * pixelBytes));
             m_pRuns.reset(fnNewArray<unsigned char>(pixels * pixelBytes));
         }
-        m_pSums.reset(fnNewArray<unsigned char>(kMostColumns * pixelBytes));
-        m_pSpare.reset(fnNewArray<unsigned char>(kMostColumns * std::size_t{m_nChannels}));
+        m_pSums.reset(fnNewArray<unsigned char>(kMaxColumns * pixelBytes));
+        m_pSpare.reset(fnNewArray<unsigned char>(kMaxColumns * std::size_t{m_nChannels}));
         if (source.fnBytesPerPixel() == 2)
-            m_pUnpacked.reset(fnNewArray<unsigned char>(
-                std::max<std::size_t>(pixels, kMostColumns) * pixelBytes));
+            m_pUnpacked.reset(
+                fnNewArray<unsigned char>(std::max<std::size_t>(pixels, kMaxColumns) * pixelBytes));
     }
 
     /// Rows of the same tiles: each step goes through all of them before the next one.
@@ -50,8 +50,8 @@ public:
     }
 
 private:
-    static constexpr std::uint32_t kMostColumns = 256; ///< of a step
-    static constexpr std::uint32_t kMostSamples = 192; ///< of a row, unless one column needs more
+    static constexpr std::uint32_t kMaxColumns = 256; ///< of a step
+    static constexpr std::uint32_t kMaxSamples = 192; ///< of a row, unless one column needs more
 
     /// Target columns up to `end`, and the source pixels that they need.
     struct Step {
@@ -74,11 +74,11 @@ private:
         do {
             Step wider = step;
             fnWiden(wider, m_Table[step.end]);
-            if (step.end != x && (wider.last - wider.first) * m_nChannels >= kMostSamples)
+            if (step.end != x && (wider.last - wider.first) * m_nChannels >= kMaxSamples)
                 break;
             wider.end = step.end + 1;
             step = wider;
-        } while (step.end < m_Target.fnWidth() && step.end - x < kMostColumns);
+        } while (step.end < m_Target.fnWidth() && step.end - x < kMaxColumns);
         return step;
     }
 

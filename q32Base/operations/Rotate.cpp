@@ -44,9 +44,9 @@ TurnedSize fnBoundingBox(const CqTileMap& map, const CPoint& center, double s, d
                                  {area.m_Right, area.m_Top},
                                  {area.m_Right, area.m_Bottom},
                                  {area.m_Left, area.m_Bottom}};
-    constexpr double kMost = std::numeric_limits<double>::max();
+    constexpr double kMax = std::numeric_limits<double>::max();
     constexpr double kLeast = std::numeric_limits<double>::min();
-    CqRect2D box(kMost, kMost, kLeast, kLeast);
+    CqRect2D box(kMax, kMax, kLeast, kLeast);
     for (const CqPoint2D& corner : corners) {
         const double x = corner.m_X * c - corner.m_Y * s;
         const double y = corner.m_Y * c + corner.m_X * s;
@@ -67,8 +67,8 @@ TurnedSize fnBoundingBox(const CqTileMap& map, const CPoint& center, double s, d
 
 /// Raises the memory exception for a size that no image can have.
 std::unique_ptr<CqTileMap> fnNewMap(const CqTileMap& map, const TurnedSize& size) {
-    constexpr std::int64_t kMost = 0xFFFFFFFF;
-    if (size.width > kMost || size.height > kMost)
+    constexpr std::int64_t kMax = 0xFFFFFFFF;
+    if (size.width > kMax || size.height > kMax)
         AfxThrowMemoryException();
     return std::unique_ptr<CqTileMap>(q32::fnNew<CqTileMap>(
         static_cast<std::uint32_t>(size.width), static_cast<std::uint32_t>(size.height),

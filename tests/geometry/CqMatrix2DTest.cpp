@@ -135,7 +135,7 @@ TEST(CqMatrix2D, ReducesTwoTurnsToOneAndNotToNone) {
 }
 
 TEST(CqMatrix2D, EndsForEveryAngle) {
-    for (const double angle : {1e15, -1e18, 1e300, -kMostDouble}) {
+    for (const double angle : {1e15, -1e18, 1e300, -kMaxDouble}) {
         const CqMatrix2D m({0, 0}, 1, 1, angle, 0, 0);
         EXPECT_NEAR(m.m_ScaleX * m.m_ScaleX + m.m_ShearY * m.m_ShearY, 1.0, 1e-15) << angle;
     }

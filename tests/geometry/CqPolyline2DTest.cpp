@@ -204,8 +204,8 @@ TEST(CqPolyline2D, KeepsItsBoxUntilItIsAskedForAnew) {
     EXPECT_EQ(chain.fnGetNumberVertex(), 0);
     EXPECT_BITS(chain.fnGetBoundRect().m_Right, 13.0);
     chain.fnFindBoundRect();
-    EXPECT_BITS(chain.fnGetBoundRect().m_Left, kMostDouble);
-    EXPECT_BITS(chain.fnGetBoundRect().m_Bottom, -kMostDouble);
+    EXPECT_BITS(chain.fnGetBoundRect().m_Left, kMaxDouble);
+    EXPECT_BITS(chain.fnGetBoundRect().m_Bottom, -kMaxDouble);
 }
 
 TEST(CqPolyline2D, CopiesAllItHolds) {
@@ -314,7 +314,7 @@ TEST(CqPolyline2D, FindsNearestFeetAsASearchOfAllSegmentsDoes) {
         const CqPoint2D point = random.fnPoint(-9, 9);
         int best = -1;
         double bestT = kUntouched;
-        double bestDistance = kMostDouble;
+        double bestDistance = kMaxDouble;
         for (int l = 0; l < chain.fnGetNumberLine(); ++l) {
             const CqLine2D line = chain.fnGetLine(l);
             const double vx = line.m_End.m_X - line.m_Start.m_X;

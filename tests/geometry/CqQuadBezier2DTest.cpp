@@ -271,7 +271,7 @@ TEST(CqQuadBezier2D, CrossesALineWhereItIs) {
                     to = high;
                 }
             });
-            double nearest = kMostDouble;
+            double nearest = kMaxDouble;
             for (int s = 0; s <= 5000; ++s) {
                 const CqPoint2D on = fnPlainValue(p, from + (to - from) * s / 5000);
                 double foot;

@@ -42,7 +42,7 @@ TEST(CqCubicBezier2DAndLines, CrossWhereTheCurveIs) {
         const int count = fnCurve(p).fnIntersectLine(line, t[0], t[1], t[2]);
         for (int h = 0; h < std::min(count, 3); ++h) {
             // Parameters run along chords, so the curve's own may be a little aside.
-            double nearest = kMostDouble;
+            double nearest = kMaxDouble;
             for (int s = -500; s <= 500; ++s) {
                 const CqPoint2D on = fnPlainValue(p, t[h] + s * 0.0001);
                 double foot;

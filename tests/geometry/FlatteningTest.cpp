@@ -92,7 +92,7 @@ TEST(Tessellation, StaysWithinItsToleranceOfTheCurve) {
         fnCurve(p).fnTessellate(polyline, tolerance);
         for (int s = 0; s <= 100; ++s) {
             const CqPoint2D on = fnPlainValue(p, s / 100.0);
-            double nearest = kMostDouble;
+            double nearest = kMaxDouble;
             for (int l = 0; l < polyline.fnGetNumberLine(); ++l) {
                 const CqLine2D line = polyline.fnGetLine(l);
                 double t;
@@ -110,7 +110,7 @@ TEST(Tessellation, StaysWithinItsToleranceOfTheCurve) {
             EXPECT_NEAR(polyline.fnGetVertex(l).fnFindDistance(fnPlainValue(p, t0)), 0, 1e-10);
             // And what lies between them is near the curve, too.
             const CqPoint2D middle = polyline.fnComputePoint(l, 0.5);
-            double nearest = kMostDouble;
+            double nearest = kMaxDouble;
             for (int s = 0; s <= 50; ++s)
                 nearest = std::min(nearest,
                                    middle.fnFindDistance(fnPlainValue(p, t0 + (t1 - t0) * s / 50)));

@@ -14,7 +14,7 @@
 
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kMostDouble = std::numeric_limits<double>::max();
+constexpr double kMaxDouble = std::numeric_limits<double>::max();
 
 /// Equal bits; any two not-a-numbers count as equal.
 inline ::testing::AssertionResult fnSameBits(double a, double b) {

@@ -204,12 +204,12 @@ TEST_F(BlockCopyTest, WhatLiesOutsideEitherImageIsLeftOut) {
 }
 
 TEST_F(BlockCopyTest, FarAndTurnedRectanglesAreHarmless) {
-    constexpr LONG kMost = 2147483647;
-    const CRect rects[] = {{-kMost - 1, -kMost - 1, kMost, kMost},
-                           {kMost, kMost, -kMost - 1, -kMost - 1},
-                           {kMost - 1, 0, kMost, 1},
+    constexpr LONG kMax = 2147483647;
+    const CRect rects[] = {{-kMax - 1, -kMax - 1, kMax, kMax},
+                           {kMax, kMax, -kMax - 1, -kMax - 1},
+                           {kMax - 1, 0, kMax, 1},
                            {5, 5, 5, 5},
-                           {0, 0, kMost, kMost}};
+                           {0, 0, kMax, kMax}};
     for (const unsigned int bits : {4, 8, 16, 24, 32}) {
         CqImage src(9, 9, bits, nullptr, 0);
         CqImage image(9, 9, bits, nullptr, 0);

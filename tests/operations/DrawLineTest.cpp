@@ -151,16 +151,16 @@ TEST_F(DrawLineTest, LinesWhollyOutsidePlotNothing) {
 }
 
 TEST_F(DrawLineTest, LinesFromTheEndsOfTheWorldPassThroughTheImage) {
-    constexpr int kMost = 2147483647;
+    constexpr int kMax = 2147483647;
     const auto image = fnBlack(130, 130);
-    image->fnDrawLine(-kMost - 1, -kMost - 1, kMost, kMost, kWhite, false);
+    image->fnDrawLine(-kMax - 1, -kMax - 1, kMax, kMax, kWhite, false);
     std::vector<CPoint> diagonal;
     diagonal.reserve(130);
     for (LONG i = 0; i < 130; ++i)
         diagonal.emplace_back(i, i);
     EXPECT_EQ(fnPoints(*image), diagonal);
     const auto level = fnBlack(130, 130);
-    level->fnDrawLine(kMost, 64, -kMost - 1, 64, kWhite, false);
+    level->fnDrawLine(kMax, 64, -kMax - 1, 64, kWhite, false);
     EXPECT_EQ(fnRows(*level)[64], Bytes(130, 255));
     EXPECT_EQ(fnPoints(*level).size(), 130u);
 }

@@ -323,10 +323,9 @@ TEST_F(MergeTest, WhatIsPlacedOutsideTheTargetIsLeftOut) {
 }
 
 TEST_F(MergeTest, FarPlacesTurnedRectanglesAndMissingMasksAreHarmless) {
-    constexpr LONG kMost = 2147483647;
-    const CRect rects[] = {{-kMost - 1, -kMost - 1, kMost, kMost},
-                           {kMost, kMost, -kMost - 1, -kMost - 1},
-                           {3, 3, 3, 9}};
+    constexpr LONG kMax = 2147483647;
+    const CRect rects[] = {
+        {-kMax - 1, -kMax - 1, kMax, kMax}, {kMax, kMax, -kMax - 1, -kMax - 1}, {3, 3, 3, 9}};
     CqMask none;
     CqMask far(9, 9);
     fnSetAll(far, 255);
@@ -335,7 +334,7 @@ TEST_F(MergeTest, FarPlacesTurnedRectanglesAndMissingMasksAreHarmless) {
     fnSetAll(src, 1);
     fnSetAll(image, 2);
     for (const CRect& rect : rects)
-        for (const LONG place : {-kMost - 1, -9, 9, kMost}) {
+        for (const LONG place : {-kMax - 1, -9, 9, kMax}) {
             far.fnSetPos(CPoint(place, place));
             image.fnMerge(src, &rect, CqMergeParam(far), 0, 0);
             image.fnMerge(src, &rect, CqMergeParam(0ul), place, place);

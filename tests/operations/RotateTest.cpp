@@ -137,12 +137,12 @@ TEST_F(RotateTest, APivotFarOutsideGivesALargeMap) {
 }
 
 TEST_F(RotateTest, APivotWithoutAMapThatHoldsItRaisesTheMemoryException) {
-    constexpr LONG kMost = 0x7FFFFFFF;
+    constexpr LONG kMax = 0x7FFFFFFF;
     CqImage image(40, 30, 24, nullptr, 0);
     fnSetRandom(image, m_Random);
     const Rows before = fnRows(image);
-    for (const CPoint pivot : {CPoint(kMost, 0), CPoint(kMost, kMost), CPoint(0, kMost),
-                               CPoint(kMost, -kMost - 1), CPoint(2000000, 2000000)}) {
+    for (const CPoint pivot : {CPoint(kMax, 0), CPoint(kMax, kMax), CPoint(0, kMax),
+                               CPoint(kMax, -kMax - 1), CPoint(2000000, 2000000)}) {
         CPoint center = pivot;
         EXPECT_TRUE(fnRaisesMemoryException(
             [&] { image.fnRotate(30.0, CqColor(), &center, true, nullptr); }));
@@ -152,11 +152,11 @@ TEST_F(RotateTest, APivotWithoutAMapThatHoldsItRaisesTheMemoryException) {
 }
 
 TEST_F(RotateTest, APivotAtTheEndOfTheNumbersIsMovedWithoutOverflow) {
-    constexpr LONG kMost = 0x7FFFFFFF;
+    constexpr LONG kMax = 0x7FFFFFFF;
     CqImage image(4, 2, 24, nullptr, 0);
-    CPoint center(-kMost - 1, -kMost - 1);
+    CPoint center(-kMax - 1, -kMax - 1);
     image.fnRotate(90.0, CqColor(), &center, false, nullptr);
-    EXPECT_EQ(center, CPoint(-kMost + 1, -kMost - 1)); // 2 - y wraps
+    EXPECT_EQ(center, CPoint(-kMax + 1, -kMax - 1)); // 2 - y wraps
 }
 
 TEST_F(RotateTest, QuartersMoveEveryPixelAtEveryDepth) {

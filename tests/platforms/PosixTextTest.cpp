@@ -90,14 +90,14 @@ TEST(PosixText, AnyBytesPassUnchanged) {
 
 TEST(PosixText, SixteenMegabytesAreReadAndOneByteMoreIsNot) {
     const Folder folder;
-    constexpr std::size_t kMost = std::size_t{16} << 20;
-    folder.fnWrite("Qkz.cfg", std::string(kMost, 'x'));
-    EXPECT_EQ(fnTake(folder, "Qkz.cfg").size(), kMost);
-    folder.fnWrite("Qkz.cfg", std::string(kMost + 1, 'x'));
+    constexpr std::size_t kMax = std::size_t{16} << 20;
+    folder.fnWrite("Qkz.cfg", std::string(kMax, 'x'));
+    EXPECT_EQ(fnTake(folder, "Qkz.cfg").size(), kMax);
+    folder.fnWrite("Qkz.cfg", std::string(kMax + 1, 'x'));
     EXPECT_EQ(fnTake(folder, "Qkz.cfg"), "(unread) as before");
     EXPECT_FALSE(fnPut(folder, "Qkz.cfg", "small")) << "what can't be read is not overwritten";
-    EXPECT_EQ(folder.fnRead("Qkz.cfg").size(), kMost + 1);
-    EXPECT_FALSE(fnPut(folder, "new.cfg", std::string(kMost + 1, 'x')));
+    EXPECT_EQ(folder.fnRead("Qkz.cfg").size(), kMax + 1);
+    EXPECT_FALSE(fnPut(folder, "new.cfg", std::string(kMax + 1, 'x')));
     EXPECT_FALSE(std::filesystem::exists(folder.fnPath("new.cfg")));
 }
 

@@ -15,11 +15,11 @@ thread_local bool theHappened = false;
 
 /// What a CqBlockWatch has seen. Plain arrays: it works inside operator new.
 struct Watched {
-    static constexpr std::size_t kMost = 64;
+    static constexpr std::size_t kMax = 64;
     bool running;
-    std::size_t sizes[kMost];
+    std::size_t sizes[kMax];
     std::size_t sizeCount;
-    void* held[kMost];
+    void* held[kMax];
     std::size_t heldCount;
     std::size_t taken;
     std::size_t mostHeld;
@@ -37,7 +37,7 @@ void fnWatchTaken(void* block, std::size_t size) {
         return;
     }
     ++seen.taken;
-    if (seen.heldCount == Watched::kMost)
+    if (seen.heldCount == Watched::kMax)
         std::abort();
     seen.held[seen.heldCount++] = block;
     seen.mostHeld = std::max(seen.mostHeld, seen.heldCount);
@@ -119,7 +119,7 @@ std::size_t CqAllocationFailure::fnCount() {
 
 CqBlockWatch::CqBlockWatch(std::initializer_list<std::size_t> sizes) {
     theWatched = {};
-    if (sizes.size() > Watched::kMost)
+    if (sizes.size() > Watched::kMax)
         std::abort();
     std::copy(sizes.begin(), sizes.end(), theWatched.sizes);
     theWatched.sizeCount = sizes.size();

@@ -6,7 +6,7 @@ namespace darkroom {
 
 /// Steps that can be undone when the user sets no number, and the most that he can set.
 inline constexpr unsigned int kUsualLevels = 10;
-inline constexpr unsigned int kMostLevels = 100;
+inline constexpr unsigned int kMaxLevels = 100;
 
 /// The library's undo manager, but fewer levels keep the newest snapshots: what a user has just
 /// done has to be what undo takes back.

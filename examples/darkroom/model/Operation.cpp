@@ -22,7 +22,7 @@ constexpr std::uint32_t kBytes = kColor | fnDepthBit(8);
 constexpr std::uint32_t kAny = kBytes | fnDepthBit(4);
 
 /// The longest side that a picture can have.
-constexpr int kMostPixels = std::numeric_limits<int>::max();
+constexpr int kMaxPixels = std::numeric_limits<int>::max();
 
 constexpr Parameter fnNumber(const char* name, int low, int high, int start, const char* unit) {
     return {name, ParameterKind::NUMBER, low, high, start, unit};
@@ -40,8 +40,8 @@ constexpr Parameter kHue[] = {fnNumber("Hue", -180, 180, 0, "°"),
                               fnNumber("Saturation", -100, 100, 0, " %")};
 constexpr Parameter kThreshold[] = {fnNumber("Level", 0, 255, 128, "")};
 constexpr Parameter kAmount[] = {fnNumber("Amount", 0, 100, 50, " %")};
-constexpr Parameter kSize[] = {fnNumber("Width", 1, kMostPixels, 1, " px"),
-                               fnNumber("Height", 1, kMostPixels, 1, " px"),
+constexpr Parameter kSize[] = {fnNumber("Width", 1, kMaxPixels, 1, " px"),
+                               fnNumber("Height", 1, kMaxPixels, 1, " px"),
                                fnSwitch("Interpolate", true)};
 constexpr Parameter kScale[] = {fnNumber("Scale", 1, 800, 50, " %")};
 constexpr Parameter kAngle[] = {fnNumber("Angle, clockwise", -180, 180, 0, "°"),

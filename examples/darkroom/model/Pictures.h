@@ -15,7 +15,7 @@ class CqImage;
 namespace darkroom {
 
 /// What a picture may take; the library counts its bytes in 32 bits.
-inline constexpr std::uint64_t kMostBytes = 0xFFFFFFFEu;
+inline constexpr std::uint64_t kMaxBytes = 0xFFFFFFFEu;
 
 /// Bytes that the pixels of a picture take.
 constexpr std::uint64_t fnCountBytes(std::uint64_t width, std::uint64_t height, unsigned int bits) {

@@ -43,9 +43,8 @@ constexpr int kNoMemory = -1;
 unsigned int fnReadLevels(const QSettings& settings) {
     bool known = false;
     const qlonglong levels = settings.value("levels", kUsualLevels).toLongLong(&known);
-    return known && levels >= 0
-               ? static_cast<unsigned int>(std::min<qlonglong>(levels, kMostLevels))
-               : kUsualLevels;
+    return known && levels >= 0 ? static_cast<unsigned int>(std::min<qlonglong>(levels, kMaxLevels))
+                                : kUsualLevels;
 }
 
 /// The first file of a drag, since the window has one picture; empty for anything else.

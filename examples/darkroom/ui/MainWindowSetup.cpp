@@ -24,7 +24,7 @@ namespace darkroom {
 namespace {
 
 constexpr int kGaugeWidth = 220;
-constexpr int kMostTolerance = 255;
+constexpr int kMaxTolerance = 255;
 constexpr int kStartTolerance = 32;
 
 const char* fnGetMenu(MenuPlace place) {
@@ -125,7 +125,7 @@ void MainWindow::fnMakeToolBars() {
     tools->addWidget(m_pColor);
     m_pTolerance = new QSpinBox;
     m_pTolerance->setObjectName("tolerance");
-    m_pTolerance->setRange(0, kMostTolerance);
+    m_pTolerance->setRange(0, kMaxTolerance);
     m_pTolerance->setValue(kStartTolerance);
     m_pTolerance->setPrefix(tr("± "));
     m_pTolerance->setAccessibleName(tr("Tolerance"));

@@ -12,7 +12,7 @@ namespace darkroom {
 
 namespace {
 constexpr unsigned int kBits = 24;
-constexpr int kMostPixels = 60000;
+constexpr int kMaxPixels = 60000;
 constexpr int kStartWidth = 1024;
 constexpr int kStartHeight = 768;
 } // namespace
@@ -25,7 +25,7 @@ NewDialog::NewDialog(QWidget* parent)
     auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
     m_pBytes = new SizeLabel(*buttons->button(QDialogButtonBox::Ok));
     for (QSpinBox* box : {m_pWidth, m_pHeight}) {
-        box->setRange(1, kMostPixels);
+        box->setRange(1, kMaxPixels);
         box->setSuffix(tr(" px"));
         connect(box, &QSpinBox::valueChanged, this, &NewDialog::fnTellBytes);
     }

@@ -27,8 +27,8 @@ constexpr int kSliderWidth = 240;
 constexpr int kBoxWidth = 80;
 /// The whole number nearest to a length that may lie beyond what a box holds.
 int fnToLength(double length) {
-    constexpr double kMost = std::numeric_limits<int>::max();
-    return static_cast<int>(std::clamp(std::round(length), 1.0, kMost));
+    constexpr double kMax = std::numeric_limits<int>::max();
+    return static_cast<int>(std::clamp(std::round(length), 1.0, kMax));
 }
 
 /// Ranges beyond this can't be set with a slider.

@@ -84,8 +84,8 @@ Placement fnFindPlacement(const Operation& operation, const CqImage& image,
     if (operation.m_ePreview == PreviewKind::SCALE) {
         const double scale = values[0] / 100.0;
         const auto length = [&](int of) {
-            constexpr double kMost = std::numeric_limits<int>::max();
-            return static_cast<int>(std::min(std::ceil(of * scale - kDust), kMost));
+            constexpr double kMax = std::numeric_limits<int>::max();
+            return static_cast<int>(std::min(std::ceil(of * scale - kDust), kMax));
         };
         return fnSized(from, {length(from.width()), length(from.height())}, scale, scale);
     }

@@ -28,11 +28,11 @@ namespace darkroom {
 
 namespace {
 
-constexpr int kMostGamma = 799;
+constexpr int kMaxGamma = 799;
 constexpr int kNoMemory = -1;
 constexpr int kNotSaved = -5;
 constexpr int kPathWidth = 280;
-constexpr int kMostPathBytes = kMaxPathBytes - 2; // the library adds a separator
+constexpr int kMaxTypedBytes = kMaxPathBytes - 2; // the library adds a separator
 
 /// A scratch path as people write it, without the library's backslash at the end.
 QString fnShowPath(const CString& path) {
@@ -101,7 +101,7 @@ QWidget* PreferencesDialog::fnMakeMemoryPage(unsigned int levels) {
     fnTellShare();
     m_pLevels = new QSpinBox;
     m_pLevels->setObjectName("levels");
-    m_pLevels->setRange(0, static_cast<int>(kMostLevels));
+    m_pLevels->setRange(0, static_cast<int>(kMaxLevels));
     m_pLevels->setValue(static_cast<int>(levels));
     form->addRow(tr("Steps that can be undone:"), m_pLevels);
     return page;
@@ -117,7 +117,7 @@ QWidget* PreferencesDialog::fnMakeScreenPage() {
     form->addRow(m_pGammaOn);
     m_pGamma = new QSpinBox;
     m_pGamma->setObjectName("gamma");
-    m_pGamma->setRange(1, kMostGamma);
+    m_pGamma->setRange(1, kMaxGamma);
     m_pGamma->setValue(static_cast<int>(display.fnGetGammaValue()));
     m_pGamma->setEnabled(display.fnIsGammaEnabled());
     m_pGamma->setToolTip(tr("180 leaves the colors as they are; more is brighter."));
@@ -164,7 +164,7 @@ void PreferencesDialog::fnBrowse(const Disk& disk) {
 
 QString PreferencesDialog::fnFindFault(const Disk& disk) {
     const QString path = disk.m_pPath->text();
-    if (QFile::encodeName(path).size() > kMostPathBytes)
+    if (QFile::encodeName(path).size() > kMaxTypedBytes)
         return tr("path too long");
     if (path.isEmpty())
         return {};
@@ -187,7 +187,7 @@ void PreferencesDialog::fnTell() {
                 fnTellSize(static_cast<std::uint64_t>(QStorageInfo(path).bytesAvailable()))));
         // A disk that is off may be away for a while, but its path is kept.
         usable = usable && (fault.isEmpty() || (!disk.m_pOn->isChecked() &&
-                                                QFile::encodeName(path).size() <= kMostPathBytes));
+                                                QFile::encodeName(path).size() <= kMaxTypedBytes));
     }
     m_pOk->setEnabled(usable);
 }

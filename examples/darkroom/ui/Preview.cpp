@@ -22,7 +22,7 @@ namespace {
 /// A picture of more pixels is moved by way of a copy in the size that it is seen in: reading it
 /// from all over for each value would take too long when it isn't in memory. A copy that would have
 /// more pixels itself isn't made: what of it is in sight lies near to each other then.
-constexpr double kMostRead = 8e6;
+constexpr double kMaxRead = 8e6;
 
 /// The places that are needed for samples and `radius` places around each, without repetition;
 /// `seen` becomes where each sample stands among these.
@@ -141,7 +141,7 @@ void Preview::fnSampleWhole() {
     const double zoom = m_View.fnGetZoom();
     m_Columns.clear();
     const double pixels = static_cast<double>(image.Width) * image.Height;
-    if (zoom >= 1 || pixels <= kMostRead || pixels * zoom * zoom > kMostRead)
+    if (zoom >= 1 || pixels <= kMaxRead || pixels * zoom * zoom > kMaxRead)
         return;
     m_Columns = fnReduce(static_cast<int>(image.Width), zoom);
     m_Rows = fnReduce(static_cast<int>(image.Height), zoom);
@@ -218,9 +218,9 @@ void Preview::fnShowMoved(const Values& values) {
     const QPointF kept =
         placement.m_ToSource.inverted().map(m_View.fnToImage(middle / m_View.devicePixelRatioF()));
     const QPointF wanted = kept * zoom - middle;
-    constexpr double kMostScaled = std::numeric_limits<int>::max();
+    constexpr double kMaxScaled = std::numeric_limits<int>::max();
     const auto scaled = [&](int length) {
-        return static_cast<int>(std::clamp(length * zoom, 1.0, kMostScaled));
+        return static_cast<int>(std::clamp(length * zoom, 1.0, kMaxScaled));
     };
     const auto axis = [&](int view, int length, double from) {
         const int origin = fnFindOrigin(view, scaled(length), from);

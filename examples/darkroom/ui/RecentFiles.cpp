@@ -23,7 +23,7 @@ QStringList RecentFiles::fnRead() const {
 }
 
 void RecentFiles::fnWrite(const QStringList& files) {
-    m_Settings.setValue(kKey, files.mid(0, kMost));
+    m_Settings.setValue(kKey, files.mid(0, kMax));
     fnFill();
 }
 

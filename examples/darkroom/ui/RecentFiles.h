@@ -14,7 +14,7 @@ class RecentFiles : public QObject {
     Q_OBJECT
 
 public:
-    static constexpr int kMost = 8;
+    static constexpr int kMax = 8;
 
     /// @param settings  outlives this
     RecentFiles(QSettings& settings, QMenu& menu, QObject* parent);

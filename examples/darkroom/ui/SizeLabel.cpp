@@ -14,9 +14,9 @@ SizeLabel::SizeLabel(QPushButton& ok, QWidget* parent) : QLabel(parent), m_Ok(ok
 void SizeLabel::fnTell(const QSize& size, unsigned int bits) {
     const std::uint64_t bytes = fnCountBytes(static_cast<std::uint64_t>(size.width()),
                                              static_cast<std::uint64_t>(size.height()), bits);
-    const bool possible = bytes <= kMostBytes;
+    const bool possible = bytes <= kMaxBytes;
     const QString text = fnTellSize(bytes);
-    setText(possible ? text : tr("%1; %2 is the most").arg(text, fnTellSize(kMostBytes)));
+    setText(possible ? text : tr("%1; %2 is the most").arg(text, fnTellSize(kMaxBytes)));
     m_Ok.setEnabled(possible);
 }
 

@@ -58,7 +58,7 @@ TEST_F(ImageView, StepsGoAlongRoundZooms) {
     m_pView->fnStepZoom(1);
     EXPECT_EQ(m_pView->fnGetZoom(), 0.5);
     m_pView->fnStepZoom(1000);
-    EXPECT_EQ(m_pView->fnGetZoom(), CqImageView::kMostZoom);
+    EXPECT_EQ(m_pView->fnGetZoom(), CqImageView::kMaxZoom);
     m_pView->fnStepZoom(-1000);
     EXPECT_EQ(m_pView->fnGetZoom(), CqImageView::kLeastZoom);
     m_pView->fnSetZoom(std::nan(""));

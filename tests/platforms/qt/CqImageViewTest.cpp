@@ -140,7 +140,7 @@ TEST_F(ImageView, TinyImagesFillTheViewAtTheHighestZoom) {
     for (const unsigned bits : {4u, 8u, 24u}) {
         ASSERT_NO_FATAL_FAILURE(fnMake(1, 1, bits, QSize(50, 40)));
         fnCheckAll();
-        m_pView->fnSetZoom(CqImageView::kMostZoom);
+        m_pView->fnSetZoom(CqImageView::kMaxZoom);
         fnCheckAll();
         m_pView->fnSetZoom(CqImageView::kLeastZoom);
         fnCheckAll();
@@ -149,7 +149,7 @@ TEST_F(ImageView, TinyImagesFillTheViewAtTheHighestZoom) {
 
 TEST_F(ImageView, TheFarEndOfAWideImageIsReachedAtTheHighestZoom) {
     ASSERT_NO_FATAL_FAILURE(fnMake(60000, 3, 24, QSize(200, 200)));
-    m_pView->fnSetZoom(CqImageView::kMostZoom);
+    m_pView->fnSetZoom(CqImageView::kMaxZoom);
     QScrollBar& bar = *m_pView->horizontalScrollBar();
     bar.setValue(bar.maximum());
     EXPECT_EQ(m_pView->fnGetVisible().right, 60000);
@@ -159,7 +159,7 @@ TEST_F(ImageView, TheFarEndOfAWideImageIsReachedAtTheHighestZoom) {
 
 TEST_F(ImageView, TheHighestZoomIsLessWhereScrollBarsWouldNotReach) {
     ASSERT_NO_FATAL_FAILURE(fnMake(40000000, 1, 4, QSize(200, 100)));
-    m_pView->fnSetZoom(CqImageView::kMostZoom);
+    m_pView->fnSetZoom(CqImageView::kMaxZoom);
     EXPECT_LT(m_pView->fnGetZoom(), 27.0);
     EXPECT_GT(m_pView->fnGetZoom(), 26.0);
     m_pView->horizontalScrollBar()->setValue(m_pView->horizontalScrollBar()->maximum());
