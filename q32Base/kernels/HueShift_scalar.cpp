@@ -1,5 +1,6 @@
 #include "q32Base/kernels/Hsb.h"
 #include "q32Base/kernels/HueShift.h"
+#include "q32Base/kernels/Rgb565.h"
 
 #include <algorithm>
 
@@ -56,14 +57,9 @@ namespace scalar {
 
 void fnHueShift16(std::uint8_t* pixels, std::size_t count, const CqHueShift& shift) {
     for (; count != 0; --count, pixels += 2) {
-        const unsigned word = pixels[0] | static_cast<unsigned>(pixels[1]) << 8;
-        const Rgb color = fnShift({static_cast<std::uint8_t>(word & 0xF8),
-                                   static_cast<std::uint8_t>(word >> 3 & 0xFC),
-                                   static_cast<std::uint8_t>(word >> 5 & 0xF8)},
-                                  shift);
-        const int result = (color.red & 0xF8) << 8 | (color.green & 0xFC) << 3 | color.blue >> 3;
-        pixels[0] = static_cast<std::uint8_t>(result);
-        pixels[1] = static_cast<std::uint8_t>(result >> 8);
+        const Rgb8 read = fnReadRgb565MixedGreen(pixels);
+        const Rgb color = fnShift({read.m_nRed, read.m_nGreen, read.m_nBlue}, shift);
+        fnWriteRgb565LowFirst(pixels, {color.red, color.green, color.blue});
     }
 }
 
