@@ -1,9 +1,9 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/kernels/Weigh.h"
+#include "q32Base/memory/TileWalk.h"
 #include "q32Base/operations/ContribTable.h"
 #include "q32Base/operations/FilterChannels.h"
 #include "q32Base/operations/PageWalk.h"
-#include "q32Base/operations/PixelArea.h"
 #include "q32Base/operations/ProgressRun.h"
 #include "q32Base/operations/Resample.h"
 
