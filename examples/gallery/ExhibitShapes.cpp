@@ -1,4 +1,4 @@
-#include "examples/gallery/Shapes.h"
+#include "examples/gallery/ExhibitShapes.h"
 
 #include <algorithm>
 #include <cmath>

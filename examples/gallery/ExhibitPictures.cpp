@@ -1,4 +1,4 @@
-#include "examples/gallery/Pictures.h"
+#include "examples/gallery/ExhibitPictures.h"
 
 #include "q32Base/image/CqImageLine.h"
 

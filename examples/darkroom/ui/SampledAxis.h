@@ -6,7 +6,7 @@ namespace darkroom {
 
 /// The pixels of the screen along an axis that show a part of a picture, and which of its pixels
 /// each shows. They stand in a row.
-struct Axis {
+struct SampledAxis {
     int m_nFirst = 0;
     std::vector<int> m_Samples;
 };
@@ -16,8 +16,8 @@ struct Axis {
 /// @param sample  tells the pixel of the picture for one of the screen; never falling, or never
 ///                rising
 template <typename Sample>
-Axis fnMakeAxis(int room, int low, int high, Sample&& sample) {
-    Axis axis;
+SampledAxis fnMakeAxis(int room, int low, int high, Sample&& sample) {
+    SampledAxis axis;
     for (int at = 0; at < room; ++at) {
         const int found = sample(at);
         if (found < low || found >= high)
