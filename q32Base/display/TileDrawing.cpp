@@ -57,7 +57,7 @@ void fnInflateNibbles(const unsigned char* source, unsigned char* target, std::s
                       std::size_t factor, std::size_t phase) {
     constexpr std::size_t kPixels = 256; // even: no chunk parts a pair
     unsigned char indices[kPixels];
-    const q32::CqKernels& kernels = q32::fnKernels();
+    const q32::Kernels& kernels = q32::fnKernels();
     while (count != 0) {
         const std::size_t most = kPixels * factor - phase;
         const std::size_t chunk = std::min(count, most);

@@ -1,33 +1,35 @@
-#include "q32Base/kernels/Weigh.h"
+#include "q32Base/kernels/KernelParts.h"
 
 namespace q32 {
-namespace scalar {
 
 std::uint8_t fnStoredByte(double sum) {
     sum += kFilterDust;
     return sum > 0.0 ? sum < 255.0 ? static_cast<std::uint8_t>(sum) : 255 : 0;
 }
 
+namespace scalar {
+
 namespace {
 
-void fnWeighRows(const float* const* rows, const ContribList& list, std::uint8_t* target,
-                 std::size_t count) {
+void fnConvolveRows(const float* const* rows, const ContribList& list, std::uint8_t* target,
+                    std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
         double sum = 0.0;
-        for (std::int32_t k = 0; k < list.count; ++k)
-            sum += rows[k][i] * list.entries[k].weight;
+        for (std::int32_t k = 0; k < list.m_nCount; ++k)
+            sum += rows[k][i] * list.m_pEntries[k].m_dWeight;
         target[i] = fnStoredByte(sum);
     }
 }
 
-void fnWeighLanes(const CqFloatLanes& lanes, const ContribList& list, std::uint8_t* target,
-                  std::size_t channels) {
+void fnConvolveLanes(const FloatLanes& lanes, const ContribList& list, std::uint8_t* target,
+                     std::size_t channels) {
     const std::size_t stride = channels * kFilterLanes;
     for (std::size_t i = 0; i < stride; ++i) {
         double sum = 0.0;
-        for (std::int32_t k = 0; k < list.count; ++k) {
-            const auto pixel = static_cast<std::size_t>(list.entries[k].pixel - lanes.first);
-            sum += lanes.samples[pixel * stride + i] * list.entries[k].weight;
+        for (std::int32_t k = 0; k < list.m_nCount; ++k) {
+            const auto pixel =
+                static_cast<std::size_t>(list.m_pEntries[k].m_nPixel - lanes.m_nFirst);
+            sum += lanes.m_pSamples[pixel * stride + i] * list.m_pEntries[k].m_dWeight;
         }
         target[i] = fnStoredByte(sum);
     }
@@ -65,9 +67,9 @@ void fnLanesToRows(const std::uint8_t* source, std::uint8_t* const* rows, std::s
 
 } // namespace scalar
 
-void fnUseScalarWeigh(CqKernels& table) {
-    table.fnWeighRows = scalar::fnWeighRows;
-    table.fnWeighLanes = scalar::fnWeighLanes;
+void fnUseScalarConvolve(Kernels& table) {
+    table.fnConvolveRows = scalar::fnConvolveRows;
+    table.fnConvolveLanes = scalar::fnConvolveLanes;
     table.fnBytesToFloats = scalar::fnBytesToFloats;
     table.fnRowsToLanes = scalar::fnRowsToLanes;
     table.fnReadLanes = scalar::fnReadLanes;

@@ -1,11 +1,11 @@
 #include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/Turn.h"
+#include "q32Base/kernels/KernelParts.h"
 
 namespace q32 {
 namespace avx2 {
 namespace {
 
-static_assert(kTurnRows == 4); // a register of doubles holds one coordinate of all rows
+static_assert(kRotateRows == 4); // a register of doubles holds one coordinate of all rows
 
 /// Where the rows stand in the source.
 struct Places {
@@ -13,9 +13,9 @@ struct Places {
     __m256d y;
     __m256d c;
     __m256d s;
-    explicit Places(const CqTurnRows& rows)
-        : x(_mm256_loadu_pd(rows.x)), y(_mm256_loadu_pd(rows.y)), c(_mm256_set1_pd(rows.c)),
-          s(_mm256_set1_pd(rows.s)) {}
+    explicit Places(const RotateRows& rows)
+        : x(_mm256_loadu_pd(rows.m_dX)), y(_mm256_loadu_pd(rows.m_dY)),
+          c(_mm256_set1_pd(rows.m_dCosine)), s(_mm256_set1_pd(rows.m_dSine)) {}
     inline void fnStep() {
         x = _mm256_add_pd(x, c);
         y = _mm256_sub_pd(y, s);
@@ -27,9 +27,9 @@ struct Finder {
     __m256d left;
     __m256d top;
     __m128i stride;
-    explicit Finder(const CqTurnSource& source)
-        : left(_mm256_set1_pd(source.left)), top(_mm256_set1_pd(source.top)),
-          stride(_mm_set1_epi32(source.stride)) {}
+    explicit Finder(const RotateSource& source)
+        : left(_mm256_set1_pd(source.m_dLeft)), top(_mm256_set1_pd(source.m_dTop)),
+          stride(_mm_set1_epi32(source.m_nStride)) {}
     /// Numbers of the pixels at whole coordinates.
     inline __m128i operator()(__m256d x, __m256d y) const {
         const __m128i column = _mm256_cvttpd_epi32(_mm256_sub_pd(x, left));
@@ -56,16 +56,16 @@ inline __m256d fnFraction(__m256d v, __m256d whole) {
 }
 
 template <int kBytes>
-void fnNearest(const CqTurnSource& source, const CqTurnRows& rows, std::size_t count) {
+void fnNearest(const RotateSource& source, const RotateRows& rows, std::size_t count) {
     const Finder find(source);
     Places at(rows);
     for (std::size_t i = 0; i < count; ++i, at.fnStep()) {
         alignas(16) std::uint32_t numbers[4];
         _mm_store_si128(reinterpret_cast<__m128i*>(numbers), find(fnRound(at.x), fnRound(at.y)));
 #pragma GCC unroll 4
-        for (std::size_t r = 0; r < kTurnRows; ++r)
-            __builtin_memcpy(rows.target[r] + i * kBytes,
-                             source.pixels + std::size_t{numbers[r]} * kBytes, kBytes);
+        for (std::size_t r = 0; r < kRotateRows; ++r)
+            __builtin_memcpy(rows.m_pTarget[r] + i * kBytes,
+                             source.m_pPixels + std::size_t{numbers[r]} * kBytes, kBytes);
     }
 }
 
@@ -81,10 +81,10 @@ struct Weights {
     }
 };
 
-void fnBilinear8(const CqTurnSource& source, const CqTurnRows& rows, std::size_t count) {
+void fnBilinear8(const RotateSource& source, const RotateRows& rows, std::size_t count) {
     const Finder find(source);
-    const auto* upper = reinterpret_cast<const int*>(source.pixels);
-    const auto* lower = reinterpret_cast<const int*>(source.pixels + source.stride);
+    const auto* upper = reinterpret_cast<const int*>(source.m_pPixels);
+    const auto* lower = reinterpret_cast<const int*>(source.m_pPixels + source.m_nStride);
     const __m128i byte = _mm_set1_epi32(0xFF);
     Places at(rows);
     for (std::size_t i = 0; i < count; ++i, at.fnStep()) {
@@ -103,10 +103,10 @@ void fnBilinear8(const CqTurnSource& source, const CqTurnRows& rows, std::size_t
         sum = _mm256_add_pd(sum, _mm256_mul_pd(p10, w.w10));
         sum = _mm256_add_pd(sum, _mm256_mul_pd(p11, w.w11));
         const __m128i whole = _mm256_cvttpd_epi32(sum);
-        rows.target[0][i] = static_cast<std::uint8_t>(_mm_extract_epi8(whole, 0));
-        rows.target[1][i] = static_cast<std::uint8_t>(_mm_extract_epi8(whole, 4));
-        rows.target[2][i] = static_cast<std::uint8_t>(_mm_extract_epi8(whole, 8));
-        rows.target[3][i] = static_cast<std::uint8_t>(_mm_extract_epi8(whole, 12));
+        rows.m_pTarget[0][i] = static_cast<std::uint8_t>(_mm_extract_epi8(whole, 0));
+        rows.m_pTarget[1][i] = static_cast<std::uint8_t>(_mm_extract_epi8(whole, 4));
+        rows.m_pTarget[2][i] = static_cast<std::uint8_t>(_mm_extract_epi8(whole, 8));
+        rows.m_pTarget[3][i] = static_cast<std::uint8_t>(_mm_extract_epi8(whole, 12));
     }
 }
 
@@ -122,9 +122,9 @@ inline __m256d fnSecond(__m256i pixels) {
     return _mm256_cvtepi32_pd(_mm256_extracti128_si256(pixels, 1));
 }
 
-void fnBilinear32(const CqTurnSource& source, const CqTurnRows& rows, std::size_t count) {
+void fnBilinear32(const RotateSource& source, const RotateRows& rows, std::size_t count) {
     const Finder find(source);
-    const std::size_t below = static_cast<std::size_t>(source.stride) * 4;
+    const std::size_t below = static_cast<std::size_t>(source.m_nStride) * 4;
     Places at(rows);
     for (std::size_t i = 0; i < count; ++i, at.fnStep()) {
         const __m256d x0 = fnTruncate(at.x);
@@ -142,8 +142,8 @@ void fnBilinear32(const CqTurnSource& source, const CqTurnRows& rows, std::size_
         _mm256_store_pd(w00, w.w00);
         __m128i whole[4];
 #pragma GCC unroll 4
-        for (std::size_t r = 0; r < kTurnRows; ++r) {
-            const std::uint8_t* from = source.pixels + std::size_t{numbers[r]} * 4;
+        for (std::size_t r = 0; r < kRotateRows; ++r) {
+            const std::uint8_t* from = source.m_pPixels + std::size_t{numbers[r]} * 4;
             const __m256i p0 = fnTwoPixels(from);
             const __m256i p1 = fnTwoPixels(from + below);
             __m256d sum = _mm256_mul_pd(fnSecond(p1), _mm256_broadcast_sd(&w11[r]));
@@ -158,19 +158,19 @@ void fnBilinear32(const CqTurnSource& source, const CqTurnRows& rows, std::size_
                         _mm_packus_epi16(_mm_packs_epi32(whole[0], whole[1]),
                                          _mm_packs_epi32(whole[2], whole[3])));
 #pragma GCC unroll 4
-        for (std::size_t r = 0; r < kTurnRows; ++r)
-            __builtin_memcpy(rows.target[r] + i * 4, &pixels[r], 4);
+        for (std::size_t r = 0; r < kRotateRows; ++r)
+            __builtin_memcpy(rows.m_pTarget[r] + i * 4, &pixels[r], 4);
     }
 }
 
 } // namespace
 } // namespace avx2
 
-void fnUseAvx2Turn(CqKernels& table) {
-    table.fnTurnNearest8 = avx2::fnNearest<1>;
-    table.fnTurnNearest32 = avx2::fnNearest<4>;
-    table.fnTurnBilinear8 = avx2::fnBilinear8;
-    table.fnTurnBilinear32 = avx2::fnBilinear32;
+void fnUseAvx2Rotate(Kernels& table) {
+    table.fnRotateNearest8 = avx2::fnNearest<1>;
+    table.fnRotateNearest32 = avx2::fnNearest<4>;
+    table.fnRotateBilinear8 = avx2::fnBilinear8;
+    table.fnRotateBilinear32 = avx2::fnBilinear32;
 }
 
 } // namespace q32

@@ -1,5 +1,5 @@
 #include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/WeighWhole.h"
+#include "q32Base/kernels/KernelParts.h"
 
 // The weights are whole parts of one denominator, each cut in two bytes. Products of two entries
 // at a time are added up in 16 bits; ContribTable.cpp sees to it that none overflows, and proves
@@ -21,19 +21,19 @@ struct Pair {
 /// begin.
 struct Pairs {
     std::size_t count;
-    Pair at[kMaxWholeEntries / 2];
+    Pair at[kMaxFixedPointEntries / 2];
 
     template <class Address>
-    Pairs(const ContribList& list, Address addressOf) : count(list.whole.pairs) {
-        std::int32_t k = list.whole.begin;
+    Pairs(const ContribList& list, Address addressOf) : count(list.m_FixedPoint.m_nPairs) {
+        std::int32_t k = list.m_FixedPoint.m_nBegin;
         for (std::size_t i = 0; i < count; ++i, k += 2) {
             std::int16_t low;
             std::int16_t high;
-            __builtin_memcpy(&low, list.entries[k].parts, sizeof low);
-            __builtin_memcpy(&high, list.entries[k].parts + 2, sizeof high);
+            __builtin_memcpy(&low, list.m_pEntries[k].m_Parts, sizeof low);
+            __builtin_memcpy(&high, list.m_pEntries[k].m_Parts + 2, sizeof high);
             // A last one without a partner has a weight of 0 beside it.
             at[i] = {_mm256_set1_epi16(low), _mm256_set1_epi16(high), addressOf(k),
-                     addressOf(k + 1 < list.count ? k + 1 : k)};
+                     addressOf(k + 1 < list.m_nCount ? k + 1 : k)};
         }
     }
 };
@@ -64,8 +64,9 @@ struct Divider {
     __m256 part;
     __m256 half;
     explicit Divider(const ContribList& list)
-        : radix(_mm256_set1_epi32(list.whole.radix | 0x10000)),
-          part(_mm256_set1_ps(list.whole.part)), half(_mm256_set1_ps(list.whole.part * 0.5F)) {}
+        : radix(_mm256_set1_epi32(list.m_FixedPoint.m_nRadix | 0x10000)),
+          part(_mm256_set1_ps(list.m_FixedPoint.m_fUnit)),
+          half(_mm256_set1_ps(list.m_FixedPoint.m_fUnit * 0.5F)) {}
 
     inline __m256i fnFour(__m256i highAndLow) const {
         const __m256 sum = _mm256_cvtepi32_ps(_mm256_madd_epi16(highAndLow, radix));
@@ -91,20 +92,20 @@ void fnWeigh(const Pairs& pairs, const ContribList& list, std::uint8_t* target, 
     }
 }
 
-void fnWeighWholeRows(const std::uint8_t* const* rows, const ContribList& list,
-                      std::uint8_t* target, std::size_t count) {
+void fnConvolveRowsFixed(const std::uint8_t* const* rows, const ContribList& list,
+                         std::uint8_t* target, std::size_t count) {
     if (count < 32) {
-        scalar::fnWeighWholeRows(rows, list, target, count);
+        scalar::fnConvolveRowsFixed(rows, list, target, count);
         return;
     }
     fnWeigh(Pairs(list, [rows](std::int32_t k) { return rows[k]; }), list, target, count);
 }
 
-void fnWeighWholeLanes(const std::uint8_t* lanes, std::int32_t first, const ContribList& list,
-                       std::uint8_t* target, std::size_t channels) {
+void fnConvolveLanesFixed(const std::uint8_t* lanes, std::int32_t first, const ContribList& list,
+                          std::uint8_t* target, std::size_t channels) {
     const std::size_t stride = channels * kFilterLanes;
     const auto addressOf = [&](std::int32_t k) {
-        return lanes + static_cast<std::size_t>(list.entries[k].pixel - first) * stride;
+        return lanes + static_cast<std::size_t>(list.m_pEntries[k].m_nPixel - first) * stride;
     };
     fnWeigh(Pairs(list, addressOf), list, target, stride);
 }
@@ -112,9 +113,9 @@ void fnWeighWholeLanes(const std::uint8_t* lanes, std::int32_t first, const Cont
 } // namespace
 } // namespace avx2
 
-void fnUseAvx2WeighWhole(CqKernels& table) {
-    table.fnWeighWholeRows = avx2::fnWeighWholeRows;
-    table.fnWeighWholeLanes = avx2::fnWeighWholeLanes;
+void fnUseAvx2ConvolveFixed(Kernels& table) {
+    table.fnConvolveRowsFixed = avx2::fnConvolveRowsFixed;
+    table.fnConvolveLanesFixed = avx2::fnConvolveLanesFixed;
 }
 
 } // namespace q32

@@ -1,5 +1,5 @@
 #include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/Weigh.h"
+#include "q32Base/kernels/KernelParts.h"
 
 // The weighted sums are formed in single precision first; ContribTable.cpp proves how far they can
 // be off. Where a sum comes that near to a whole number, the sum in double decides.
@@ -42,7 +42,7 @@ struct RowsByAddress {
     __m256i fnEqual(const ContribList& list, std::size_t at, __m256i& value) const {
         const Block first(rows[0] + at);
         Block equal(_mm256_castsi256_ps(_mm256_set1_epi32(-1)));
-        for (std::int32_t k = 1; k < list.count; ++k) {
+        for (std::int32_t k = 1; k < list.m_nCount; ++k) {
             const Block samples(rows[k] + at);
 #pragma GCC unroll 4
             for (int i = 0; i < 4; ++i)
@@ -61,22 +61,22 @@ struct RowsByAddress {
 /// In lanes, by pixel.
 struct RowsByPixel {
     static constexpr bool kHasRuns = true;
-    const CqFloatLanes& lanes;
+    const FloatLanes& lanes;
     const ContribEntry* entries;
     std::size_t stride;
     std::size_t fnPlace(std::int32_t k) const {
-        return static_cast<std::size_t>(entries[k].pixel - lanes.first) * stride;
+        return static_cast<std::size_t>(entries[k].m_nPixel - lanes.m_nFirst) * stride;
     }
-    const float* operator()(std::int32_t k) const { return lanes.samples + fnPlace(k); }
+    const float* operator()(std::int32_t k) const { return lanes.m_pSamples + fnPlace(k); }
 
     /// The runs tell of entries that go up pixel by pixel, as all do but those at the edges.
     __m256i fnEqual(const ContribList& list, std::size_t at, __m256i& value) const {
-        const std::int32_t steps = list.count - 1;
-        if (steps > 255 || entries[steps].pixel - entries[0].pixel != steps)
+        const std::int32_t steps = list.m_nCount - 1;
+        if (steps > 255 || entries[steps].m_nPixel - entries[0].m_nPixel != steps)
             return _mm256_setzero_si256();
         const std::size_t last = fnPlace(steps) + at;
-        value = fnLoad(lanes.bytes + last);
-        return fnAtLeast(fnLoad(lanes.runs + last), _mm256_set1_epi8(static_cast<char>(steps)));
+        value = fnLoad(lanes.m_pBytes + last);
+        return fnAtLeast(fnLoad(lanes.m_pRuns + last), _mm256_set1_epi8(static_cast<char>(steps)));
     }
 };
 
@@ -85,9 +85,10 @@ template <class Rows>
 inline void fnExactFour(const Rows& rows, const ContribList& list, std::size_t at,
                         std::uint8_t* target) {
     __m256d sum = _mm256_setzero_pd();
-    for (std::int32_t k = 0; k < list.count; ++k) {
+    for (std::int32_t k = 0; k < list.m_nCount; ++k) {
         const __m256d samples = _mm256_cvtps_pd(_mm_loadu_ps(rows(k) + at));
-        sum = _mm256_add_pd(sum, _mm256_mul_pd(samples, _mm256_set1_pd(list.entries[k].weight)));
+        sum = _mm256_add_pd(sum,
+                            _mm256_mul_pd(samples, _mm256_set1_pd(list.m_pEntries[k].m_dWeight)));
     }
     sum = _mm256_add_pd(sum, _mm256_set1_pd(kFilterDust));
     // Not-a-number becomes the second operand.
@@ -99,7 +100,7 @@ inline void fnExactFour(const Rows& rows, const ContribList& list, std::size_t a
 
 /// What equal samples of such values yield.
 inline __m256i fnFlatSum(const ContribList& list, __m256i value) {
-    const __m256i most = _mm256_set1_epi8(static_cast<char>(list.flatMost));
+    const __m256i most = _mm256_set1_epi8(static_cast<char>(list.m_nFlatMax));
     const __m256i stays = fnAtLeast(most, value);
     return _mm256_add_epi8(value, _mm256_xor_si256(stays, _mm256_set1_epi8(-1)));
 }
@@ -108,7 +109,7 @@ inline __m256i fnFlatSum(const ContribList& list, __m256i value) {
 template <class Rows>
 __attribute__((noinline)) void fnSettle(const Rows& rows, const ContribList& list, std::size_t at,
                                         std::uint8_t* target, __m256i doubt) {
-    if (!Rows::kHasRuns && list.flatMost >= 0) {
+    if (!Rows::kHasRuns && list.m_nFlatMax >= 0) {
         __m256i value = _mm256_setzero_si256();
         const __m256i equal = rows.fnEqual(list, at, value);
         fnStore(target, _mm256_blendv_epi8(fnLoad(target), fnFlatSum(list, value), equal));
@@ -128,16 +129,16 @@ inline void fnFinish(const Rows& rows, const ContribList& list, std::size_t at,
                      std::uint8_t* target, Block& sums) {
     const __m256i groups = fnCut(sums);
     __m256i bytes = fnInOrder(groups);
-    if (list.doubt == 0.0F) {
+    if (list.m_fErrorBound == 0.0F) {
         fnStore(target, bytes);
         return;
     }
-    const __m256 doubt = _mm256_set1_ps(list.doubt);
+    const __m256 doubt = _mm256_set1_ps(list.m_fErrorBound);
 #pragma GCC unroll 4
     for (int i = 0; i < 4; ++i)
         sums.part[i] = _mm256_sub_ps(sums.part[i], doubt);
     __m256i certain = fnInOrder(_mm256_cmpeq_epi8(groups, fnCut(sums)));
-    if (Rows::kHasRuns && list.flatMost >= 0) {
+    if (Rows::kHasRuns && list.m_nFlatMax >= 0) {
         __m256i value = _mm256_setzero_si256();
         const __m256i equal = rows.fnEqual(list, at, value);
         bytes = _mm256_blendv_epi8(bytes, fnFlatSum(list, value), equal);
@@ -151,15 +152,15 @@ inline void fnFinish(const Rows& rows, const ContribList& list, std::size_t at,
 
 /// kBlocks times 32 samples. Several at once: one alone waits for each of its additions.
 template <int kBlocks, class Rows>
-inline void fnWeighBlocks(const Rows& rows, const ContribList& list, std::size_t at,
-                          std::uint8_t* target) {
+inline void fnConvolveBlocks(const Rows& rows, const ContribList& list, std::size_t at,
+                             std::uint8_t* target) {
     Block sums[kBlocks];
 #pragma GCC unroll 4
     for (int b = 0; b < kBlocks; ++b)
-        sums[b] = Block(_mm256_set1_ps(list.bias));
-    for (std::int32_t k = 0; k < list.count; ++k) {
+        sums[b] = Block(_mm256_set1_ps(list.m_fBias));
+    for (std::int32_t k = 0; k < list.m_nCount; ++k) {
         const float* from = rows(k) + at;
-        const __m256 weight = _mm256_broadcast_ss(&list.entries[k].rough);
+        const __m256 weight = _mm256_broadcast_ss(&list.m_pEntries[k].m_fWeight);
 #pragma GCC unroll 4
         for (int b = 0; b < kBlocks; ++b)
 #pragma GCC unroll 4
@@ -174,25 +175,25 @@ inline void fnWeighBlocks(const Rows& rows, const ContribList& list, std::size_t
 
 /// `count` is 32 or more.
 template <class Rows>
-inline void fnWeighAll(const Rows& rows, const ContribList& list, std::uint8_t* target,
-                       std::size_t count) {
+inline void fnConvolveAll(const Rows& rows, const ContribList& list, std::uint8_t* target,
+                          std::size_t count) {
     std::size_t i = 0;
     for (; i + 96 <= count && i + 128 != count; i += 96)
-        fnWeighBlocks<3>(rows, list, i, target);
+        fnConvolveBlocks<3>(rows, list, i, target);
     for (; i + 64 <= count; i += 64)
-        fnWeighBlocks<2>(rows, list, i, target);
+        fnConvolveBlocks<2>(rows, list, i, target);
     for (; i < count; i += 32) {
         if (i + 32 > count)
             i = count - 32;
-        fnWeighBlocks<1>(rows, list, i, target);
+        fnConvolveBlocks<1>(rows, list, i, target);
     }
 }
 
-void fnWeighRows(const float* const* rows, const ContribList& list, std::uint8_t* target,
-                 std::size_t count) {
+void fnConvolveRows(const float* const* rows, const ContribList& list, std::uint8_t* target,
+                    std::size_t count) {
     const RowsByAddress at{rows};
-    if (list.doubt >= 0.0F && count >= 32) {
-        fnWeighAll(at, list, target, count);
+    if (list.m_fErrorBound >= 0.0F && count >= 32) {
+        fnConvolveAll(at, list, target, count);
         return;
     }
     std::size_t i = 0;
@@ -200,18 +201,18 @@ void fnWeighRows(const float* const* rows, const ContribList& list, std::uint8_t
         fnExactFour(at, list, i, target + i);
     for (; i < count; ++i) {
         double sum = 0.0;
-        for (std::int32_t k = 0; k < list.count; ++k)
-            sum += static_cast<double>(rows[k][i]) * list.entries[k].weight;
-        target[i] = scalar::fnStoredByte(sum);
+        for (std::int32_t k = 0; k < list.m_nCount; ++k)
+            sum += static_cast<double>(rows[k][i]) * list.m_pEntries[k].m_dWeight;
+        target[i] = fnStoredByte(sum);
     }
 }
 
-void fnWeighLanes(const CqFloatLanes& lanes, const ContribList& list, std::uint8_t* target,
-                  std::size_t channels) {
+void fnConvolveLanes(const FloatLanes& lanes, const ContribList& list, std::uint8_t* target,
+                     std::size_t channels) {
     const std::size_t stride = channels * kFilterLanes;
-    const RowsByPixel at{lanes, list.entries, stride};
-    if (list.doubt >= 0.0F) {
-        fnWeighAll(at, list, target, stride);
+    const RowsByPixel at{lanes, list.m_pEntries, stride};
+    if (list.m_fErrorBound >= 0.0F) {
+        fnConvolveAll(at, list, target, stride);
         return;
     }
     for (std::size_t i = 0; i < stride; i += 4)
@@ -308,9 +309,9 @@ void fnLanesToRows(const std::uint8_t* source, std::uint8_t* const* rows, std::s
 } // namespace
 } // namespace avx2
 
-void fnUseAvx2Weigh(CqKernels& table) {
-    table.fnWeighRows = avx2::fnWeighRows;
-    table.fnWeighLanes = avx2::fnWeighLanes;
+void fnUseAvx2Convolve(Kernels& table) {
+    table.fnConvolveRows = avx2::fnConvolveRows;
+    table.fnConvolveLanes = avx2::fnConvolveLanes;
     table.fnBytesToFloats = avx2::fnBytesToFloats;
     table.fnRowsToLanes = avx2::fnRowsToLanes;
     table.fnReadLanes = avx2::fnReadLanes;
