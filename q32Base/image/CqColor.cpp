@@ -71,8 +71,8 @@ void CqColor::fnConvertToHSB(int& hue, int& saturation, int& brightness) const {
 }
 
 void CqColor::fnAssignFromHSB(int hue, int saturation, int brightness) {
-    const q32::Rgb rgb = q32::fnHsbToRgb(hue, saturation, brightness);
-    fnSet(rgb.m_byRed, rgb.m_byGreen, rgb.m_byBlue, m_Alpha);
+    const q32::Rgb8 rgb = q32::fnHsbToRgb(hue, saturation, brightness);
+    fnSet(rgb.m_nRed, rgb.m_nGreen, rgb.m_nBlue, m_Alpha);
 }
 
 bool CqColor::fnEnsureVideoSafe(VIDEO_TYPE type) {

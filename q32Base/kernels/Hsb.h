@@ -2,6 +2,8 @@
 /// Conversion between RGB and HSB (hue, saturation, brightness) in integers.
 #pragma once
 
+#include "q32Base/kernels/Rgb8.h"
+
 #include <algorithm>
 #include <cstdint>
 
@@ -16,23 +18,17 @@ struct Hsb {
     int m_nBrightness; ///< 0 to 255: the largest channel
 };
 
-struct Rgb {
-    std::uint8_t m_byRed;
-    std::uint8_t m_byGreen;
-    std::uint8_t m_byBlue;
-};
-
-constexpr Hsb fnRgbToHsb(Rgb color) {
+constexpr Hsb fnRgbToHsb(Rgb8 color) {
     enum Channel { RED, GREEN, BLUE };
     struct Ranked {
         int value;
         Channel channel;
     };
-    Ranked low{color.m_byRed, RED};
-    Ranked high{color.m_byBlue, BLUE};
-    if (color.m_byRed > color.m_byBlue)
+    Ranked low{color.m_nRed, RED};
+    Ranked high{color.m_nBlue, BLUE};
+    if (color.m_nRed > color.m_nBlue)
         std::swap(low, high);
-    Ranked middle{color.m_byGreen, GREEN};
+    Ranked middle{color.m_nGreen, GREEN};
     if (middle.value < low.value)
         std::swap(middle, low);
     else if (middle.value > high.value)
@@ -58,10 +54,10 @@ constexpr Hsb fnRgbToHsb(Rgb color) {
 /// The way back. Nothing is refused: 360 degrees are added or subtracted once to bring the
 /// hue into the circle, sums wrap at 32 bits, and results are truncated to their low eight bits.
 /// The undefined hue gives the grey of that brightness.
-constexpr Rgb fnHsbToRgb(int hue, int saturation, int brightness) {
+constexpr Rgb8 fnHsbToRgb(int hue, int saturation, int brightness) {
     const auto make = [](int red, int green, int blue) {
-        return Rgb{static_cast<std::uint8_t>(red), static_cast<std::uint8_t>(green),
-                   static_cast<std::uint8_t>(blue)};
+        return Rgb8{static_cast<std::uint8_t>(red), static_cast<std::uint8_t>(green),
+                    static_cast<std::uint8_t>(blue)};
     };
     if (hue == kUndefinedHue)
         return make(brightness, brightness, brightness);

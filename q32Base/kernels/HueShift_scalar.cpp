@@ -1,5 +1,6 @@
 #include "q32Base/kernels/Hsb.h"
 #include "q32Base/kernels/KernelParts.h"
+#include "q32Base/kernels/Rgb565.h"
 
 #include <algorithm>
 
@@ -34,7 +35,7 @@ std::int32_t fnDescribe(std::int32_t hue) {
            static_cast<std::int32_t>(rest << 24);
 }
 
-Rgb fnShift(Rgb color, const HueShift& shift) {
+Rgb8 fnShift(Rgb8 color, const HueShift& shift) {
     Hsb hsb = fnRgbToHsb(color);
     if (hsb.m_nHue != kUndefinedHue) {
         hsb.m_nHue = fnAddHue(hsb.m_nHue, shift.m_nHue);
@@ -56,33 +57,26 @@ namespace scalar {
 
 void fnHueShift16(std::uint8_t* pixels, std::size_t count, const HueShift& shift) {
     for (; count != 0; --count, pixels += 2) {
-        const unsigned word = pixels[0] | static_cast<unsigned>(pixels[1]) << 8;
-        const Rgb color = fnShift({static_cast<std::uint8_t>(word & 0xF8),
-                                   static_cast<std::uint8_t>(word >> 3 & 0xFC),
-                                   static_cast<std::uint8_t>(word >> 5 & 0xF8)},
-                                  shift);
-        const int result =
-            (color.m_byRed & 0xF8) << 8 | (color.m_byGreen & 0xFC) << 3 | color.m_byBlue >> 3;
-        pixels[0] = static_cast<std::uint8_t>(result);
-        pixels[1] = static_cast<std::uint8_t>(result >> 8);
+        const Rgb8 color = fnShift(fnReadRgb565MixedGreen(pixels), shift);
+        fnWriteRgb565LowFirst(pixels, color);
     }
 }
 
 void fnHueShift24(std::uint8_t* pixels, std::size_t count, const HueShift& shift) {
     for (; count != 0; --count, pixels += 3) {
-        const Rgb color = fnShift({pixels[0], pixels[1], pixels[2]}, shift);
-        pixels[0] = color.m_byRed;
-        pixels[1] = color.m_byGreen;
-        pixels[2] = color.m_byBlue;
+        const Rgb8 color = fnShift({pixels[0], pixels[1], pixels[2]}, shift);
+        pixels[0] = color.m_nRed;
+        pixels[1] = color.m_nGreen;
+        pixels[2] = color.m_nBlue;
     }
 }
 
 void fnHueShift32(std::uint8_t* pixels, std::size_t count, const HueShift& shift) {
     for (; count != 0; --count, pixels += 4) {
-        const Rgb color = fnShift({pixels[1], pixels[2], pixels[3]}, shift);
-        pixels[1] = color.m_byRed;
-        pixels[2] = color.m_byGreen;
-        pixels[3] = color.m_byBlue;
+        const Rgb8 color = fnShift({pixels[1], pixels[2], pixels[3]}, shift);
+        pixels[1] = color.m_nRed;
+        pixels[2] = color.m_nGreen;
+        pixels[3] = color.m_nBlue;
     }
 }
 
