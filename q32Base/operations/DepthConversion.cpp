@@ -11,7 +11,7 @@ namespace {
 class WideningRun {
 public:
     WideningRun(const CqTileMap& source, std::uint32_t bits)
-        : m_pPalette(reinterpret_cast<const std::uint8_t*>(source.Palette)),
+        : m_pPalette(reinterpret_cast<const std::uint8_t*>(source.Palette.get())),
           m_nPaletteCount(source.PaletteCount) {
         const q32::Kernels& kernels = q32::fnKernels();
         const bool deep = bits == 32;
