@@ -1,6 +1,5 @@
 #include "platforms/pulse/pulse.h"
-#include "tests/contract/MixerContract.h"
-#include "tests/contract/WaveOutContract.h"
+#include "tests/contract/ContractBackEnd.h"
 #include "tests/support/SoundServer.h"
 
 namespace {
@@ -18,7 +17,7 @@ public:
 
 ContractBackEnd fnOnServer() {
     return {
-        "Server", [] {
+        "Server", {CONTRACT::WAVE_OUT, CONTRACT::MIXERS}, [] {
             ServerForAll::s_pServer->fnRestore();
             CqPulseOptions options;
             options.m_szServer = ServerForAll::s_pServer->fnGetAddress();
@@ -35,9 +34,8 @@ ContractBackEnd fnOnServer() {
         }};
 }
 
-const auto kServers = testing::Values(fnOnServer());
-
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(Pulse, WaveOutContract, kServers, fnBackEndName);
-INSTANTIATE_TEST_SUITE_P(Pulse, MixerContract, kServers, fnBackEndName);
+std::vector<ContractBackEnd> fnGetBackEnds() {
+    return {fnOnServer()};
+}

@@ -1,5 +1,3 @@
-#pragma once
-
 #include "tests/contract/ContractBackEnd.h"
 
 #include <algorithm>
@@ -7,6 +5,8 @@
 #include <cstring>
 #include <set>
 #include <string>
+
+namespace {
 
 class ScratchContract : public ContractTest {
 protected:
@@ -211,3 +211,7 @@ TEST_P(ScratchContract, ASmallerSizeCutsTheFile) {
     m_Scratch.fnClose(file);
     EXPECT_TRUE(m_Scratch.fnDelete(name.c_str()));
 }
+
+} // namespace
+
+Q32_CONTRACT(ScratchContract, SCRATCH);

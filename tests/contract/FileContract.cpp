@@ -1,5 +1,3 @@
-#pragma once
-
 #include "tests/contract/ContractBackEnd.h"
 
 #include <algorithm>
@@ -8,6 +6,8 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+namespace {
 
 class FileContract : public ContractTest {
 protected:
@@ -278,3 +278,7 @@ TEST_P(FileContract, ATextInAMissingDirectoryIsNotWritten) {
         return true;
     }));
 }
+
+} // namespace
+
+Q32_CONTRACT(FileContract, FILES);

@@ -1,11 +1,11 @@
-#pragma once
-
 #include "tests/contract/ContractBackEnd.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <vector>
+
+namespace {
 
 class MemoryContract : public ContractTest {
 protected:
@@ -85,3 +85,7 @@ TEST_P(MemoryContract, RangesDontOverlap) {
 TEST_P(MemoryContract, TheMachineHasMemory) {
     EXPECT_GE(m_Memory.fnGetPhysicalBytes(), 1u << 20);
 }
+
+} // namespace
+
+Q32_CONTRACT(MemoryContract, MEMORY);

@@ -1,9 +1,9 @@
-#pragma once
-
 #include "tests/contract/ContractBackEnd.h"
 
 #include <cstdint>
 #include <string>
+
+namespace {
 
 class LocaleContract : public ContractTest {
 protected:
@@ -85,3 +85,7 @@ TEST_P(LocaleContract, LocalTimeLiesWithinADayOfUtc) {
     EXPECT_EQ(time.wSecond, 9);
     EXPECT_EQ(time.wMilliseconds, 0);
 }
+
+} // namespace
+
+Q32_CONTRACT(LocaleContract, LOCALE);

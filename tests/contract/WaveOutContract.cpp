@@ -1,11 +1,11 @@
-#pragma once
-
 #include "tests/contract/ContractBackEnd.h"
 #include "tests/support/Await.h"
 
 #include <array>
 #include <atomic>
 #include <thread>
+
+namespace {
 
 class WaveOutContract : public ContractTest {
 protected:
@@ -155,3 +155,7 @@ TEST_P(WaveOutContract, AReportMayUnprepareTheBlockAndCloseTheDevice) {
         ASSERT_TRUE(fnAwait([&] { return ended.load(); }, m_World.m_Tick));
     }
 }
+
+} // namespace
+
+Q32_CONTRACT(WaveOutContract, WAVE_OUT);

@@ -1,10 +1,10 @@
-#pragma once
-
 #include "tests/contract/ContractBackEnd.h"
 #include "tests/support/Await.h"
 
 #include <algorithm>
 #include <vector>
+
+namespace {
 
 class MixerContract : public ContractTest {
 protected:
@@ -147,3 +147,7 @@ TEST_P(MixerContract, AReportMayCloseItsMixer) {
     EXPECT_TRUE(fnAwait([&] { return told == 1; }, m_World.m_Tick));
     EXPECT_EQ(mixer, nullptr);
 }
+
+} // namespace
+
+Q32_CONTRACT(MixerContract, MIXERS);

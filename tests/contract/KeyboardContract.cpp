@@ -1,6 +1,6 @@
-#pragma once
-
 #include "tests/contract/ContractBackEnd.h"
+
+namespace {
 
 class KeyboardContract : public ContractTest {
 protected:
@@ -15,3 +15,7 @@ TEST_P(KeyboardContract, NobodyPressesAKeyByItself) {
     CqKeyMessage message;
     EXPECT_FALSE(m_Keyboard.fnTakeKeyMessage(message));
 }
+
+} // namespace
+
+Q32_CONTRACT(KeyboardContract, KEYBOARD);

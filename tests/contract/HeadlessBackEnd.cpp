@@ -1,11 +1,5 @@
 #include "platforms/headless/headless.h"
-#include "tests/contract/FileContract.h"
-#include "tests/contract/KeyboardContract.h"
-#include "tests/contract/LocaleContract.h"
-#include "tests/contract/MemoryContract.h"
-#include "tests/contract/MixerContract.h"
-#include "tests/contract/ScratchContract.h"
-#include "tests/contract/WaveOutContract.h"
+#include "tests/contract/ContractBackEnd.h"
 
 #include <filesystem>
 #include <random>
@@ -14,14 +8,18 @@ namespace {
 
 namespace fs = std::filesystem;
 
-ContractWorld fnMakeWorld(CqHeadlessOptions options, std::shared_ptr<void> keep = nullptr) {
+ContractWorld fnMakeWorld(const CqHeadlessOptions& options, std::shared_ptr<void> keep = nullptr) {
     const auto world = q32HeadlessWorld(options);
     world->m_pDisks->fnPutDirectory("C:\\Work");
-    return {world->fnPlatform(), "C:\\Work\\", std::move(keep)};
+    ContractWorld made;
+    made.m_Platform = world->fnPlatform();
+    made.m_szDirectory = "C:\\Work\\";
+    made.m_pKeep = std::move(keep);
+    return made;
 }
 
-ContractBackEnd fnInMemory(UINT codePage, int minutesEast) {
-    return {"CodePage" + std::to_string(codePage), [=] {
+ContractBackEnd fnInMemory(UINT codePage, int minutesEast, std::set<CONTRACT> contracts) {
+    return {"CodePage" + std::to_string(codePage), std::move(contracts), [=] {
                 CqHeadlessOptions options;
                 options.m_nCodePage = codePage;
                 options.m_nMinutesEast = minutesEast;
@@ -31,7 +29,7 @@ ContractBackEnd fnInMemory(UINT codePage, int minutesEast) {
 
 /// The same with files in a real folder of the machine, which goes with the test.
 ContractBackEnd fnInFolder() {
-    return {"Folder", [] {
+    return {"Folder", {CONTRACT::SCRATCH, CONTRACT::FILES}, [] {
                 static std::random_device random;
                 const fs::path folder =
                     fs::temp_directory_path() / ("q32contract" + std::to_string(random()));
@@ -47,10 +45,11 @@ ContractBackEnd fnInFolder() {
 
 /// Sound whose time the suite moves on.
 ContractBackEnd fnSounding() {
-    return {"Sounding", [] {
+    return {"Sounding", {CONTRACT::WAVE_OUT, CONTRACT::MIXERS}, [] {
                 const auto world = q32HeadlessWorld();
                 world->m_pMixers->fnAddDevice(CqHeadlessMixers::fnMakeUsualDevice());
-                ContractWorld made{world->fnPlatform(), "", nullptr};
+                ContractWorld made;
+                made.m_Platform = world->fnPlatform();
                 made.m_Tick = [world] {
                     world->m_pWaveOut->fnAdvance(1000);
                     world->m_pWaveOut->fnWaitForReports();
@@ -64,18 +63,12 @@ ContractBackEnd fnSounding() {
             }};
 }
 
-const auto kSound = testing::Values(fnSounding());
-const auto kMemory = testing::Values(fnInMemory(1252, 0));
-const auto kDisks = testing::Values(fnInMemory(1252, 0), fnInFolder());
-const auto kLocales =
-    testing::Values(fnInMemory(1252, -300), fnInMemory(932, 540), fnInMemory(65001, 0));
-
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(Headless, MemoryContract, kMemory, fnBackEndName);
-INSTANTIATE_TEST_SUITE_P(Headless, KeyboardContract, kMemory, fnBackEndName);
-INSTANTIATE_TEST_SUITE_P(Headless, ScratchContract, kDisks, fnBackEndName);
-INSTANTIATE_TEST_SUITE_P(Headless, FileContract, kDisks, fnBackEndName);
-INSTANTIATE_TEST_SUITE_P(Headless, LocaleContract, kLocales, fnBackEndName);
-INSTANTIATE_TEST_SUITE_P(Headless, WaveOutContract, kSound, fnBackEndName);
-INSTANTIATE_TEST_SUITE_P(Headless, MixerContract, kSound, fnBackEndName);
+std::vector<ContractBackEnd> fnGetBackEnds() {
+    return {fnInMemory(1252, -300,
+                       {CONTRACT::MEMORY, CONTRACT::SCRATCH, CONTRACT::FILES, CONTRACT::LOCALE,
+                        CONTRACT::KEYBOARD}),
+            fnInMemory(932, 540, {CONTRACT::LOCALE}), fnInMemory(65001, 0, {CONTRACT::LOCALE}),
+            fnInFolder(), fnSounding()};
+}
