@@ -113,8 +113,9 @@ std::uint32_t fnFromScreen(std::uint32_t pixel, unsigned screenBits,
     if (screenBits == 8)
         return hardware.fnGetColor(static_cast<BYTE>(pixel));
     if (screenBits == 16) {
-        const std::uint32_t green = pixel >> 5 & 63;
-        return fnRgb(fnWiden5(pixel >> 11 & 31), green << 2 | green >> 4, fnWiden5(pixel & 31));
+        const Rgb8 wide = fnWiden565(pixel);
+        return fnRgb(wide.m_nRed | wide.m_nRed >> 5, wide.m_nGreen | wide.m_nGreen >> 6,
+                     wide.m_nBlue | wide.m_nBlue >> 5);
     }
     return pixel;
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platforms/headless/HeadlessPalette.h"
+#include "q32Base/kernels/Rgb565.h"
 #include "q32Base/platform/Export.h"
 #include "q32Base/platform/Records.h"
 
@@ -54,7 +55,7 @@ private:
 
 /// 5-6-5 of 0x00RRGGBB.
 inline std::uint32_t fnTo565(std::uint32_t color) {
-    return (color >> 8 & 0xF800u) | (color >> 5 & 0x07E0u) | (color >> 3 & 0x001Fu);
+    return fnPack565(color >> 16, color >> 8 & 0xFF, color & 0xFF);
 }
 
 /// 0x00RRGGBB of a screen's pixel. Parts of 5 and 6 bits are widened by their own high bits, so

@@ -212,7 +212,7 @@ void CqDisplayProperty::fnGammaCorrect(unsigned char* pPixels, unsigned int nCou
                                        unsigned int nBits) const {
     if (!fnIsGammaInEffect())
         return;
-    const q32::CqKernels& kernels = q32::fnKernels();
+    const q32::Kernels& kernels = q32::fnKernels();
     (nBits == 24 ? kernels.fnCurve24 : kernels.fnCurve32)(pPixels, nCount, m_pGammaCurve.get());
 }
 
@@ -227,10 +227,10 @@ void CqDisplayProperty::fnGammaCorrect(BITMAPINFOHEADER* pDib, unsigned long nPi
 
 void CqDisplayProperty::fnDitherRGB666(unsigned char* pSrc, unsigned char* pDst, unsigned int nBits,
                                        int nX, int nY, int nCount) const {
-    const q32::CqKernels& kernels = q32::fnKernels();
-    const q32::CqDitherRun dither = nBits == 16   ? kernels.fnDither16
-                                    : nBits == 32 ? kernels.fnDither32
-                                                  : kernels.fnDither24;
+    const q32::Kernels& kernels = q32::fnKernels();
+    const q32::DitherRun dither = nBits == 16   ? kernels.fnDither16
+                                  : nBits == 32 ? kernels.fnDither32
+                                                : kernels.fnDither24;
     dither(pSrc, pDst, fnLength(nCount), m_byDitherPattern, nX, nY);
 }
 

@@ -14,12 +14,12 @@ namespace {
 
 using ConvertRun = void (*)(const CqDeviceRun&);
 
-template <CqPixelRun CqKernels::*kRun>
+template <PixelRun Kernels::*kRun>
 void fnPixels(const CqDeviceRun& run) {
     (fnKernels().*kRun)(run.m_pSource, run.m_pTarget, run.m_nCount);
 }
 
-template <CqPaletteRun CqKernels::*kRun>
+template <PaletteRun Kernels::*kRun>
 void fnLookUp(const CqDeviceRun& run) {
     (fnKernels().*kRun)(run.m_pSource, run.m_pTarget, run.m_nCount,
                         reinterpret_cast<const std::uint8_t*>(run.m_pPalette), 256);
@@ -37,10 +37,10 @@ void fnCopyIndices(const CqDeviceRun& run) {
 
 /// Rows: indices, 16, 24 and 32 image bits. Columns: 8, 24 and 32 device bits.
 constexpr ConvertRun kConversions[4][3] = {
-    {fnCopyIndices, fnLookUp<&CqKernels::fnIndex8ToBgr24>, fnLookUp<&CqKernels::fnIndex8ToBgrx32>},
-    {fnDither<16>, fnPixels<&CqKernels::fnRgb565ToBgr24>, fnPixels<&CqKernels::fnRgb565ToBgrx32>},
-    {fnDither<24>, fnPixels<&CqKernels::fnRgb24ToBgr24>, fnPixels<&CqKernels::fnRgb24ToBgrx32>},
-    {fnDither<32>, fnPixels<&CqKernels::fnArgb32ToBgr24>, fnPixels<&CqKernels::fnArgb32ToBgra32>}};
+    {fnCopyIndices, fnLookUp<&Kernels::fnIndex8ToBgr24>, fnLookUp<&Kernels::fnIndex8ToBgrx32>},
+    {fnDither<16>, fnPixels<&Kernels::fnRgb565ToBgr24>, fnPixels<&Kernels::fnRgb565ToBgrx32>},
+    {fnDither<24>, fnPixels<&Kernels::fnRgb24ToBgr24>, fnPixels<&Kernels::fnRgb24ToBgrx32>},
+    {fnDither<32>, fnPixels<&Kernels::fnArgb32ToBgr24>, fnPixels<&Kernels::fnArgb32ToBgra32>}};
 
 } // namespace
 

@@ -16,7 +16,7 @@ void fnConvert(const CqImageLine& line, std::uint32_t deviceBits, unsigned char*
     const std::uint32_t first = line.BitCount * static_cast<std::uint32_t>(sourceX) >> 3;
     q32::fnConvertRun(line.BitCount, deviceBits,
                       {line.LineBuffer + first, target, static_cast<std::size_t>(count),
-                       line.TileMap->Palette, sourceX, line.Row});
+                       line.TileMap->Palette.get(), sourceX, line.Row});
 }
 
 } // namespace

@@ -19,7 +19,7 @@ bool fnSelectDrawPalette(CqTileMap& map, CDC* dc, bool background) {
     if (!fnNeedsPalette(dc))
         return true;
     CPalette* palette =
-        map.BitCount < 16 ? map.DrawPalette : q32GetDisplayProperty()->fnGetPalette666();
+        map.BitCount < 16 ? map.DrawPalette.get() : q32GetDisplayProperty()->fnGetPalette666();
     try {
         map.SavedPalette = dc->SelectPalette(palette, background);
     } catch (const std::bad_alloc&) {

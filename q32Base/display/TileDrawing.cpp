@@ -57,7 +57,7 @@ void fnInflateNibbles(const unsigned char* source, unsigned char* target, std::s
                       std::size_t factor, std::size_t phase) {
     constexpr std::size_t kPixels = 256; // even: no chunk parts a pair
     unsigned char indices[kPixels];
-    const q32::CqKernels& kernels = q32::fnKernels();
+    const q32::Kernels& kernels = q32::fnKernels();
     while (count != 0) {
         const std::size_t most = kPixels * factor - phase;
         const std::size_t chunk = std::min(count, most);
@@ -80,7 +80,7 @@ void CqImageTile::fnDrawInflate(unsigned int factor, int x, int y, int width, in
     const std::size_t left = column - static_cast<std::uint32_t>(Left);
     const auto count = static_cast<std::size_t>(width);
     const std::size_t bytes = fnStagedBytes(*TileMap);
-    unsigned char* target = TileMap->DrawScratch;
+    unsigned char* target = TileMap->DrawScratch.get();
     std::uint32_t last = 0;
     for (int row = 0; row < height; ++row, target += count * bytes) {
         const std::uint32_t line = static_cast<std::uint32_t>(y + row) / factor;
@@ -107,7 +107,7 @@ void CqImageTile::fnDrawShrink(unsigned int factor, int x, int y, int width, int
         return static_cast<std::size_t>(std::max<std::int64_t>(at, first) - first);
     };
     const std::size_t bytes = fnStagedBytes(*TileMap);
-    unsigned char* target = TileMap->DrawScratch;
+    unsigned char* target = TileMap->DrawScratch.get();
     for (int row = 0; row < height; ++row) {
         const unsigned char* line = Pixels + std::size_t{RowBytes} * source(y + row, Top);
         int done = 0;
@@ -134,7 +134,7 @@ void fnConvertRows(CqTileMap& map, std::uint32_t deviceBits, unsigned char* targ
                    std::size_t stride, int width, int height, int x, int y) {
     const auto count = static_cast<std::size_t>(width);
     const std::size_t rowBytes = count * fnStagedBytes(map);
-    q32::CqDeviceRun run{map.DrawScratch, nullptr, count, map.Palette, x, y};
+    q32::CqDeviceRun run{map.DrawScratch.get(), nullptr, count, map.Palette.get(), x, y};
     run.m_pTarget = target;
     for (int row = 0; row < height; ++row) {
         q32::fnConvertRun(map.BitCount, deviceBits, run);

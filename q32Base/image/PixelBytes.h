@@ -5,6 +5,7 @@
 
 #include "q32Base/image/CqColor.h"
 #include "q32Base/kernels/Kernels.h"
+#include "q32Base/kernels/Rgb565.h"
 #include "q32Base/memory/CqTileMap.h"
 
 #include <cstddef>
@@ -20,8 +21,7 @@ inline void fnFillPixels(unsigned char* target, const unsigned char* pixel, std:
 
 /// 5-6-5 of a colour as a number.
 inline std::uint16_t fnPack565(const CqColor& color) {
-    return static_cast<std::uint16_t>((color.m_Red & 0xF8) << 8 | (color.m_Green & 0xFC) << 3 |
-                                      color.m_Blue >> 3);
+    return fnPack565(color.m_Red, color.m_Green, color.m_Blue);
 }
 
 /// Palette index of a colour: the first entry with the same red, green and blue, else 0.
@@ -45,9 +45,8 @@ inline CqColor fnReadPixel(const CqTileMap& map, const unsigned char* pixel, boo
     case 8:
         return CqColor(map.Palette[*pixel]);
     case 16: {
-        const unsigned int value = pixel[0] | pixel[1] << 8;
-        return CqColor(pixel[0] & 0xF8, static_cast<unsigned char>((value >> 3) & 0xFC),
-                       static_cast<unsigned char>(pixel[1] << 3), 255);
+        const Rgb8 read = fnReadRgb565MixedGreen(pixel);
+        return CqColor(read.m_nRed, read.m_nGreen, read.m_nBlue, 255);
     }
     case 24:
         return CqColor(pixel[0], pixel[1], pixel[2], 255);
@@ -66,12 +65,8 @@ inline void fnWritePixel(const CqTileMap& map, unsigned char* pixel, bool odd,
     case 8:
         *pixel = fnPaletteIndex(map, color);
         return;
-    case 16: {
-        const std::uint16_t value = fnPack565(color);
-        pixel[0] = static_cast<unsigned char>(value);
-        pixel[1] = static_cast<unsigned char>(value >> 8);
-        return;
-    }
+    case 16:
+        return fnStoreLowFirst(pixel, fnPack565(color));
     case 32:
         *pixel++ = color.m_Alpha;
         [[fallthrough]];
@@ -93,12 +88,9 @@ inline unsigned int fnPackFill(const CqTileMap& map, const CqColor& color,
         bytes[0] = static_cast<unsigned char>(index << 4 | index);
         return 1;
     }
-    case 16: {
-        const std::uint16_t value = fnPack565(color);
-        bytes[0] = static_cast<unsigned char>(value >> 8);
-        bytes[1] = static_cast<unsigned char>(value);
+    case 16:
+        fnStoreHighFirst(bytes, fnPack565(color));
         return 2;
-    }
     default:
         fnWritePixel(map, bytes, false, color);
         return map.BytesPerPixel;

@@ -1,4 +1,5 @@
-#include "q32Base/kernels/ChannelCurves.h"
+#include "q32Base/kernels/KernelParts.h"
+#include "q32Base/kernels/Rgb565.h"
 
 namespace q32 {
 namespace scalar {
@@ -6,13 +7,9 @@ namespace {
 
 void fnChannelCurves565(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curves) {
     for (; count != 0; --count, pixels += 2) {
-        const unsigned value = static_cast<unsigned>(pixels[0]) << 8 | pixels[1];
-        const unsigned red = curves[value >> 8 & 0xF8];
-        const unsigned green = curves[256 + (value >> 3 & 0xFC)];
-        const unsigned blue = curves[512 + (value << 3 & 0xF8)];
-        const unsigned result = red >> 3 << 11 | green >> 2 << 5 | blue >> 3;
-        pixels[0] = static_cast<std::uint8_t>(result >> 8);
-        pixels[1] = static_cast<std::uint8_t>(result);
+        const Rgb8 color = fnReadRgb565(pixels);
+        fnWriteRgb565(pixels, {curves[color.m_nRed], curves[256 + color.m_nGreen],
+                               curves[512 + color.m_nBlue]});
     }
 }
 
@@ -36,7 +33,7 @@ void fnChannelCurves32(std::uint8_t* pixels, std::size_t count, const std::uint8
 
 } // namespace scalar
 
-void fnUseScalarChannelCurves(CqKernels& table) {
+void fnUseScalarChannelCurves(Kernels& table) {
     table.fnChannelCurves565 = scalar::fnChannelCurves565;
     table.fnChannelCurves24 = scalar::fnChannelCurves24;
     table.fnChannelCurves32 = scalar::fnChannelCurves32;

@@ -1,4 +1,5 @@
-#include "q32Base/kernels/Dither.h"
+#include "q32Base/kernels/KernelParts.h"
+#include "q32Base/kernels/Rgb565.h"
 
 namespace q32 {
 namespace scalar {
@@ -26,8 +27,8 @@ unsigned fnThreshold(const std::uint8_t* thresholds, int x, int y, std::size_t i
 void fnDither16(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                 const std::uint8_t* thresholds, int x, int y) {
     for (std::size_t i = 0; i < count; ++i, source += 2) {
-        const unsigned value = static_cast<unsigned>(source[0] << 8 | source[1]);
-        target[i] = fnPaletteIndex(value >> 8 & 0xF8, value >> 3 & 0xFC, value << 3 & 0xF8,
+        const Rgb8 color = fnReadRgb565(source);
+        target[i] = fnPaletteIndex(color.m_nRed, color.m_nGreen, color.m_nBlue,
                                    fnThreshold(thresholds, x, y, i));
     }
 }
@@ -61,7 +62,7 @@ void fnHiColorDither(std::uint8_t* pixels, std::size_t count, const std::uint8_t
 
 } // namespace scalar
 
-void fnUseScalarDither(CqKernels& table) {
+void fnUseScalarDither(Kernels& table) {
     table.fnDither16 = scalar::fnDither16;
     table.fnDither24 = scalar::fnDither24;
     table.fnDither32 = scalar::fnDither32;

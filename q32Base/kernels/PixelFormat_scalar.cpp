@@ -1,26 +1,11 @@
-#include "q32Base/kernels/PixelFormat.h"
+#include "q32Base/kernels/KernelParts.h"
+#include "q32Base/kernels/Rgb565.h"
 
 namespace q32 {
 namespace scalar {
 namespace {
 
-struct Rgb {
-    std::uint8_t red, green, blue;
-};
-
-// Bits of the value: RRRRRGGG GGGBBBBB
-unsigned fnValueHighFirst(const std::uint8_t* pixel) {
-    return static_cast<unsigned>(pixel[0] << 8 | pixel[1]);
-}
-
-Rgb fnWiden565(const std::uint8_t* pixel) {
-    const unsigned value = fnValueHighFirst(pixel);
-    return {static_cast<std::uint8_t>(value >> 8 & 0xF8),
-            static_cast<std::uint8_t>(value >> 3 & 0xFC),
-            static_cast<std::uint8_t>(value << 3 & 0xF8)};
-}
-
-Rgb fnRgbOf(const std::uint8_t* pixel) {
+Rgb8 fnRgbOf(const std::uint8_t* pixel) {
     return {pixel[0], pixel[1], pixel[2]};
 }
 
@@ -34,76 +19,76 @@ void fnPut(std::uint8_t* target, std::uint8_t first, std::uint8_t second, std::u
 
 void fnRgb565ToBgr24(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
     for (; count != 0; --count, source += 2, target += 3) {
-        const Rgb c = fnWiden565(source);
-        fnPut(target, c.blue, c.green, c.red);
+        const Rgb8 c = fnReadRgb565(source);
+        fnPut(target, c.m_nBlue, c.m_nGreen, c.m_nRed);
     }
 }
 
 void fnRgb565ToBgrx32(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
     for (; count != 0; --count, source += 2, target += 4) {
-        const Rgb c = fnWiden565(source);
-        fnPut(target, c.blue, c.green, c.red);
+        const Rgb8 c = fnReadRgb565(source);
+        fnPut(target, c.m_nBlue, c.m_nGreen, c.m_nRed);
         target[3] = 0;
     }
 }
 
 void fnRgb565ToRgb24(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
     for (; count != 0; --count, source += 2, target += 3) {
-        const Rgb c = fnWiden565(source);
-        fnPut(target, c.red, c.green, c.blue);
+        const Rgb8 c = fnReadRgb565(source);
+        fnPut(target, c.m_nRed, c.m_nGreen, c.m_nBlue);
     }
 }
 
 void fnRgb565ToArgb32(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
     for (; count != 0; --count, source += 2, target += 4) {
-        const Rgb c = fnWiden565(source);
+        const Rgb8 c = fnReadRgb565(source);
         target[0] = 255;
-        fnPut(target + 1, c.red, c.green, c.blue);
+        fnPut(target + 1, c.m_nRed, c.m_nGreen, c.m_nBlue);
     }
 }
 
 void fnRgb24ToBgr24(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
     for (; count != 0; --count, source += 3, target += 3) {
-        const Rgb c = fnRgbOf(source);
-        fnPut(target, c.blue, c.green, c.red);
+        const Rgb8 c = fnRgbOf(source);
+        fnPut(target, c.m_nBlue, c.m_nGreen, c.m_nRed);
     }
 }
 
 void fnRgb24ToBgrx32(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
     for (; count != 0; --count, source += 3, target += 4) {
-        const Rgb c = fnRgbOf(source);
-        fnPut(target, c.blue, c.green, c.red);
+        const Rgb8 c = fnRgbOf(source);
+        fnPut(target, c.m_nBlue, c.m_nGreen, c.m_nRed);
         target[3] = 0;
     }
 }
 
 void fnRgb24ToArgb32(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
     for (; count != 0; --count, source += 3, target += 4) {
-        const Rgb c = fnRgbOf(source);
+        const Rgb8 c = fnRgbOf(source);
         target[0] = 255;
-        fnPut(target + 1, c.red, c.green, c.blue);
+        fnPut(target + 1, c.m_nRed, c.m_nGreen, c.m_nBlue);
     }
 }
 
 void fnArgb32ToBgr24(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
     for (; count != 0; --count, source += 4, target += 3) {
-        const Rgb c = fnRgbOf(source + 1);
-        fnPut(target, c.blue, c.green, c.red);
+        const Rgb8 c = fnRgbOf(source + 1);
+        fnPut(target, c.m_nBlue, c.m_nGreen, c.m_nRed);
     }
 }
 
 void fnArgb32ToRgb24(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
     for (; count != 0; --count, source += 4, target += 3) {
-        const Rgb c = fnRgbOf(source + 1);
-        fnPut(target, c.red, c.green, c.blue);
+        const Rgb8 c = fnRgbOf(source + 1);
+        fnPut(target, c.m_nRed, c.m_nGreen, c.m_nBlue);
     }
 }
 
 void fnArgb32ToBgra32(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
     for (; count != 0; --count, source += 4, target += 4) {
         const std::uint8_t alpha = source[0];
-        const Rgb c = fnRgbOf(source + 1);
-        fnPut(target, c.blue, c.green, c.red);
+        const Rgb8 c = fnRgbOf(source + 1);
+        fnPut(target, c.m_nBlue, c.m_nGreen, c.m_nRed);
         target[3] = alpha;
     }
 }
@@ -116,29 +101,19 @@ void fnSwap16(const std::uint8_t* source, std::uint8_t* target, std::size_t coun
     }
 }
 
-// 0RRRRRGG GGGBBBBB  ->  RRRRRGGG GG0BBBBB
 void fnRgb555LeToRgb565(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
-    for (; count != 0; --count, source += 2, target += 2) {
-        const unsigned value = static_cast<unsigned>(source[1] << 8 | source[0]);
-        const unsigned widened = (value & 0x7FE0) << 1 | (value & 0x001F);
-        target[0] = static_cast<std::uint8_t>(widened >> 8);
-        target[1] = static_cast<std::uint8_t>(widened);
-    }
+    for (; count != 0; --count, source += 2, target += 2)
+        fnStoreHighFirst(target, fnWiden555To565(fnLoadLowFirst(source)));
 }
 
-// RRRRRGGG GGGBBBBB  ->  0RRRRRGG GGGBBBBB
 void fnRgb565ToRgb555Le(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
-    for (; count != 0; --count, source += 2, target += 2) {
-        const unsigned value = fnValueHighFirst(source);
-        const unsigned narrowed = (value >> 1 & 0x7FE0) | (value & 0x001F);
-        target[0] = static_cast<std::uint8_t>(narrowed);
-        target[1] = static_cast<std::uint8_t>(narrowed >> 8);
-    }
+    for (; count != 0; --count, source += 2, target += 2)
+        fnStoreLowFirst(target, fnNarrow565To555(fnLoadHighFirst(source)));
 }
 
 } // namespace scalar
 
-void fnUseScalarPixelFormat(CqKernels& table) {
+void fnUseScalarPixelFormat(Kernels& table) {
     table.fnRgb565ToBgr24 = scalar::fnRgb565ToBgr24;
     table.fnRgb565ToBgrx32 = scalar::fnRgb565ToBgrx32;
     table.fnRgb565ToRgb24 = scalar::fnRgb565ToRgb24;

@@ -11,9 +11,9 @@ namespace {
 class WideningRun {
 public:
     WideningRun(const CqTileMap& source, std::uint32_t bits)
-        : m_pPalette(reinterpret_cast<const std::uint8_t*>(source.Palette)),
+        : m_pPalette(reinterpret_cast<const std::uint8_t*>(source.Palette.get())),
           m_nPaletteCount(source.PaletteCount) {
-        const q32::CqKernels& kernels = q32::fnKernels();
+        const q32::Kernels& kernels = q32::fnKernels();
         const bool deep = bits == 32;
         m_fnIndex = deep ? kernels.fnIndex8ToArgb32 : kernels.fnIndex8ToRgb24;
         m_fnPixels = source.BitCount == 16
@@ -33,8 +33,8 @@ public:
 private:
     const std::uint8_t* m_pPalette;
     std::size_t m_nPaletteCount;
-    q32::CqPaletteRun m_fnIndex;
-    q32::CqPixelRun m_fnPixels;
+    q32::PaletteRun m_fnIndex;
+    q32::PixelRun m_fnPixels;
     bool m_bIndexed;
 };
 

@@ -1,6 +1,7 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/kernels/HueShift.h"
+#include "q32Base/kernels/Kernels.h"
 #include "q32Base/operations/ToneCurves.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
@@ -31,8 +32,8 @@ std::size_t fnPixelCount(const CqImageTile& tile) {
     return static_cast<std::size_t>(tile.Width) * static_cast<std::size_t>(tile.Height);
 }
 
-q32::CqChannelCurvesRun fnChannelCurvesFor(std::uint32_t bits) {
-    const q32::CqKernels& kernels = q32::fnKernels();
+q32::ChannelCurvesRun fnChannelCurvesFor(std::uint32_t bits) {
+    const q32::Kernels& kernels = q32::fnKernels();
     return bits == 16   ? kernels.fnChannelCurves565
            : bits == 24 ? kernels.fnChannelCurves24
                         : kernels.fnChannelCurves32;
@@ -40,7 +41,7 @@ q32::CqChannelCurvesRun fnChannelCurvesFor(std::uint32_t bits) {
 
 void fnChangeChannels(CqImage& image, const std::uint8_t* curves, bool draw,
                       CqProgressDisplay* progress) {
-    const q32::CqChannelCurvesRun run = fnChannelCurvesFor(image.BitCount);
+    const q32::ChannelCurvesRun run = fnChannelCurvesFor(image.BitCount);
     fnChangeTiles(image, draw, progress,
                   [&](CqImageTile& tile) { run(tile.Pixels, fnPixelCount(tile), curves); });
 }
@@ -79,11 +80,11 @@ void CqImage::fnColorBalance(int red, int green, int blue, bool draw, CqProgress
 void CqImage::fnHueSaturation(int hue, int saturation, bool draw, CqProgressDisplay* progress) {
     if ((hue == 0 && saturation == 0) || BitCount < 16)
         return;
-    const q32::CqKernels& kernels = q32::fnKernels();
-    const q32::CqHueRun run = BitCount == 16   ? kernels.fnHueShift16
-                              : BitCount == 24 ? kernels.fnHueShift24
-                                               : kernels.fnHueShift32;
-    const q32::CqHueShift shift(hue, q32::fnWrapMultiply(saturation, 255) / 100);
+    const q32::Kernels& kernels = q32::fnKernels();
+    const q32::HueRun run = BitCount == 16   ? kernels.fnHueShift16
+                            : BitCount == 24 ? kernels.fnHueShift24
+                                             : kernels.fnHueShift32;
+    const q32::HueShift shift(hue, q32::fnWrapMultiply(saturation, 255) / 100);
     fnChangeTiles(*this, draw, progress,
                   [&](CqImageTile& tile) { run(tile.Pixels, fnPixelCount(tile), shift); });
 }
