@@ -1,5 +1,9 @@
 #include "q32Base/kernels/KernelParts.h"
 
+#include <algorithm>
+#include <cstdlib>
+#include <string_view>
+
 namespace q32 {
 namespace {
 
@@ -50,19 +54,31 @@ Kernels fnBuildTable(KernelLevel level) {
     return table;
 }
 
-const Kernels& fnBestTable() {
-    if (const Kernels* table = fnKernelsOfLevel(KernelLevel::AVX512))
-        return *table;
-    if (const Kernels* table = fnKernelsOfLevel(KernelLevel::AVX2))
-        return *table;
-    return *fnKernelsOfLevel(KernelLevel::SCALAR);
+KernelLevel fnHighestLevel() {
+    return fnProcessorHas(KernelLevel::AVX512) ? KernelLevel::AVX512
+           : fnProcessorHas(KernelLevel::AVX2) ? KernelLevel::AVX2
+                                               : KernelLevel::SCALAR;
 }
 
 } // namespace
 
+KernelLevel fnChooseLevel(const char* cap, KernelLevel highest) {
+    static constexpr struct {
+        std::string_view m_Name;
+        KernelLevel m_eLevel;
+    } kCaps[] = {{"scalar", KernelLevel::SCALAR},
+                 {"avx2", KernelLevel::AVX2},
+                 {"avx512", KernelLevel::AVX512}};
+    for (const auto& level : kCaps)
+        if (cap && cap == level.m_Name)
+            return std::min(level.m_eLevel, highest);
+    return highest;
+}
+
 const Kernels& fnKernels() {
-    static const Kernels& best = fnBestTable();
-    return best;
+    static const Kernels& chosen =
+        *fnKernelsOfLevel(fnChooseLevel(std::getenv("Q32_KERNELS"), fnHighestLevel()));
+    return chosen;
 }
 
 const Kernels* fnKernelsOfLevel(KernelLevel level) {

@@ -288,11 +288,17 @@ struct Kernels {
     void (*fnStreamEnd)();
 };
 
-/// The table in force: that of the highest level that the processor has. Chosen once.
+/// The table in force: that of the highest level that the processor has, unless the environment
+/// variable Q32_KERNELS caps it. Chosen at the first call, and kept.
 const Kernels& fnKernels();
 
-/// The table of one level, or null where the processor or the build lacks it. For tests and
-/// benches.
+/// The level in force where the processor's highest one is `highest` and Q32_KERNELS has the text
+/// `cap`: "scalar", "avx2" or "avx512", in lower case. A cap above `highest` has no effect, nor has
+/// any other text, nor null for a variable that isn't set.
+KernelLevel fnChooseLevel(const char* cap, KernelLevel highest);
+
+/// The table of one level, whatever the cap, or null where the processor or the build lacks it. For
+/// tests and benches.
 const Kernels* fnKernelsOfLevel(KernelLevel level);
 
 } // namespace q32

@@ -113,7 +113,7 @@ void CqTileMap::fnGetTileRect(CRect* out, std::uint32_t index, bool scaled) cons
 
 std::int32_t CqTileMap::fnScale(std::int32_t value) const {
     constexpr double kMax = 2147483647.0;
-    if (ZoomMode == 2)
+    if (ZoomMode == ZOOM_SHRINK)
         return value / std::max(1, static_cast<std::int32_t>(std::min(Zoom, kMax)));
     if (!(Zoom > 1.0))
         return value;

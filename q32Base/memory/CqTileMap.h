@@ -23,6 +23,13 @@ struct TileEntry {
     bool Locked;
 };
 
+/// How `CqTileMap::Zoom` scales an image.
+enum CqZoomMode : std::uint32_t {
+    ZOOM_INFLATE = 1, ///< up, by pixel repetition
+    ZOOM_SHRINK = 2,  ///< down, by nearest sample
+    ZOOM_FIT = 3      ///< to the size of a view
+};
+
 /// The storage of one image: geometry, palette, one block of pixels cut into tiles, the claims on
 /// them, and what drawing keeps. An image owns exactly one; it is never shared. Geometry and depth
 /// never change.
@@ -107,7 +114,7 @@ public:
     std::uint32_t PaletteCount;
     CWnd* DrawWnd = nullptr;
     double Zoom = 1.0;
-    std::uint32_t ZoomMode = 1; ///< 1 inflate, 2 shrink, 3 fit
+    std::uint32_t ZoomMode = ZOOM_INFLATE; ///< a CqZoomMode
     CRect ViewRect;
     CRect ImageRect;
     unsigned char* PixelBuffer = nullptr; ///< the bytes of the block

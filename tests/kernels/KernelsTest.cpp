@@ -1,7 +1,10 @@
 #include "q32Base/kernels/StreamPixels.h"
 #include "tests/kernels/KernelsTestTools.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <numeric>
+#include <string>
 
 namespace q32::test {
 namespace {
@@ -109,11 +112,34 @@ TEST(Kernels, TheScalarLevelIsOnEveryMachine) {
     EXPECT_EQ(fnKernelsOfLevel(KernelLevel::SCALAR)->m_eLevel, KernelLevel::SCALAR);
 }
 
-TEST(Kernels, TheTableInForceIsThatOfTheHighestLevelHere) {
-    const KernelLevel highest = fnLevelsHere().back();
-    EXPECT_EQ(&fnKernels(), fnKernelsOfLevel(highest));
-    EXPECT_EQ(fnKernels().m_eLevel, highest);
+// CTest runs it at each cap, so that the environment is proved to be read.
+TEST(Kernels, TheTableInForceIsThatOfTheHighestLevelHereThatTheEnvironmentAllows) {
+    const char* variable = std::getenv("Q32_KERNELS");
+    const std::string cap = variable ? variable : "";
+    const KernelLevel allowed = cap == "scalar" ? KernelLevel::SCALAR
+                                : cap == "avx2" ? KernelLevel::AVX2
+                                                : KernelLevel::AVX512;
+    const KernelLevel expected = std::min(allowed, fnLevelsHere().back());
+    EXPECT_EQ(fnKernels().m_eLevel, expected);
+    EXPECT_EQ(&fnKernels(), fnKernelsOfLevel(expected));
     EXPECT_EQ(&fnKernels(), &fnKernels());
+}
+
+TEST(Kernels, ACapLowersTheProcessorsLevelAndNeverRaisesIt) {
+    using enum KernelLevel;
+    for (const KernelLevel highest : {SCALAR, AVX2, AVX512}) {
+        EXPECT_EQ(fnChooseLevel("scalar", highest), SCALAR);
+        EXPECT_EQ(fnChooseLevel("avx2", highest), highest == SCALAR ? SCALAR : AVX2);
+        EXPECT_EQ(fnChooseLevel("avx512", highest), highest);
+    }
+}
+
+TEST(Kernels, NoCapAndOneThatNamesNoLevelLeaveTheProcessorsLevel) {
+    using enum KernelLevel;
+    for (const KernelLevel highest : {SCALAR, AVX2, AVX512})
+        for (const char* cap : {static_cast<const char*>(nullptr), "", "Scalar", "avx", "avx2 ",
+                                "avx51", "avx5120", "0", "sse2"})
+            EXPECT_EQ(fnChooseLevel(cap, highest), highest) << (cap ? cap : "no variable");
 }
 
 class KernelsFormat : public KernelsAtEachLevel {};
