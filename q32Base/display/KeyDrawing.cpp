@@ -1,7 +1,7 @@
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/display/DrawBuffers.h"
 #include "q32Base/display/PaletteSelection.h"
-#include "q32Base/framework/Exceptions.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/CqMask.h"
@@ -127,17 +127,12 @@ bool CqImage::fnKeyDraw(CDC* dc, const CRect& destination, int x, int y, const C
     const bool gamma = display.fnIsGammaEnabled();
     if (noGamma)
         display.fnEnableGamma(false);
-    bool drawn = false;
-    try {
+    const bool drawn = q32::fnTryMemory([&] {
         CqKeyScan scan;
-        drawn = fnMakeKey(*TileMap, param, scan);
         // A 4-bit image isn't scanned, deliberately: nothing of it is drawn.
-        if (drawn && BitCount != 4)
-            drawn = fnDrawRows(*this, dc, param, scan, part);
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-        drawn = false;
-    }
+        return fnMakeKey(*TileMap, param, scan) &&
+               (BitCount == 4 || fnDrawRows(*this, dc, param, scan, part));
+    });
     if (noGamma)
         display.fnEnableGamma(gamma);
     q32::fnRestorePalette(*TileMap, dc);
