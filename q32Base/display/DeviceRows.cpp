@@ -1,13 +1,13 @@
 #include "q32Base/display/DeviceRows.h"
 
 #include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/image/DibLayout.h"
 #include "q32Base/kernels/Kernels.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <cassert>
 #include <cstring>
-#include <new>
 
 namespace q32 {
 namespace {
@@ -66,13 +66,11 @@ void fnClearPadding(BITMAPINFOHEADER& dib) {
 int fnPutRows(CDC* dc, int x, int y, const BITMAPINFOHEADER& dib) {
     const auto width = static_cast<UINT>(dib.biWidth);
     const auto rows = static_cast<UINT>(dib.biHeight);
-    try {
+    return fnTryMemoryOr(-1, [&] {
         return fnPlatform().m_pScreen->fnSetDIBitsToDevice(
             dc, x, y, width, rows, 0, 0, 0, rows, fnDibPixels(&dib), &dib,
             dib.biBitCount == 8 ? DIB_PAL_COLORS : DIB_RGB_COLORS);
-    } catch (const std::bad_alloc&) {
-        return -1;
-    }
+    });
 }
 
 } // namespace

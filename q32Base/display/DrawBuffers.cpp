@@ -82,12 +82,7 @@ bool fnEnsureDrawBuffers(CqTileMap& map) {
 }
 
 bool fnEnsureDrawBuffers(CqTileMap& map, std::uint32_t width, std::uint32_t height) {
-    try {
-        return fnEnsure(map, width, height);
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-        return false;
-    }
+    return fnTryMemory([&] { return fnEnsure(map, width, height); });
 }
 
 } // namespace q32

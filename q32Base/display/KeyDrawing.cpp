@@ -1,7 +1,7 @@
 #include "q32Base/display/DrawBuffers.h"
 #include "q32Base/display/GammaPause.h"
 #include "q32Base/display/PaletteSelection.h"
-#include "q32Base/framework/Exceptions.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/CqMask.h"
@@ -123,18 +123,13 @@ bool CqImage::fnKeyDraw(CDC* dc, const CRect& destination, int x, int y, const C
         destination.TopLeft(), x, y,
         std::min(destination.Width(), q32::fnWrapSub(static_cast<LONG>(Width), x)),
         std::min(destination.Height(), q32::fnWrapSub(static_cast<LONG>(Height), y))};
-    bool drawn = false;
-    try {
+    const bool drawn = q32::fnTryMemory([&] {
         const q32::GammaPause pause(*q32GetDisplayProperty(), noGamma);
         KeyScan scan;
-        drawn = fnMakeKey(*TileMap, param, scan);
         // A 4-bit image isn't scanned, deliberately: nothing of it is drawn.
-        if (drawn && BitCount != 4)
-            drawn = fnDrawRows(*this, dc, param, scan, part);
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-        drawn = false;
-    }
+        return fnMakeKey(*TileMap, param, scan) &&
+               (BitCount == 4 || fnDrawRows(*this, dc, param, scan, part));
+    });
     q32::fnRestorePalette(*TileMap, dc);
     return drawn;
 }

@@ -2,7 +2,7 @@
 #include "q32Base/display/DeviceRows.h"
 #include "q32Base/display/DrawBuffers.h"
 #include "q32Base/display/PaletteSelection.h"
-#include "q32Base/framework/Exceptions.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/CqImageTile.h"
 #include "q32Base/image/DibLayout.h"
@@ -203,12 +203,8 @@ bool CqImageTile::fnDraw(CDC* dc) {
     destination.OffsetRect(q32::fnWrapSub(piece.left, TileMap->ImageRect.left),
                            q32::fnWrapSub(piece.top, TileMap->ImageRect.top));
     CWnd* window = dc ? nullptr : TileMap->DrawWnd;
-    try {
-        if (window)
-            dc = window->GetDC();
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-    }
+    if (window)
+        q32::fnTryMemory([&] { dc = window->GetDC(); });
     if (!dc)
         return false;
     bool drawn = q32::fnSelectDrawPalette(*TileMap, dc, false);
