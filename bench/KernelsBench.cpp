@@ -21,8 +21,8 @@
 
 namespace {
 
-using q32::CqKernelLevel;
-using q32::CqKernels;
+using q32::KernelLevel;
+using q32::Kernels;
 
 constexpr std::size_t kWidth = 4000;
 constexpr std::size_t kPixels = kWidth * 3000;
@@ -32,9 +32,9 @@ static_assert(kPixels % kRowPixels == 0);
 
 // A picture's bytes, touched once, so that no case pays for fresh pages, and in large pages where
 // the system has them, as the blocks of images are.
-class CqBlock {
+class Block {
 public:
-    CqBlock() : m_Bytes(static_cast<std::uint8_t*>(std::aligned_alloc(kLargePage, kSize))) {
+    Block() : m_Bytes(static_cast<std::uint8_t*>(std::aligned_alloc(kLargePage, kSize))) {
         if (m_Bytes == nullptr)
             std::abort();
 #ifdef __linux__
@@ -46,11 +46,11 @@ public:
             m_Bytes[i] = static_cast<std::uint8_t>(state >> 24);
         }
     }
-    ~CqBlock() {
+    ~Block() {
         std::free(m_Bytes);
     }
-    CqBlock(const CqBlock&) = delete;
-    CqBlock& operator=(const CqBlock&) = delete;
+    Block(const Block&) = delete;
+    Block& operator=(const Block&) = delete;
 
     std::uint8_t* fnData() {
         return m_Bytes;
@@ -63,12 +63,12 @@ private:
 };
 
 std::uint8_t* fnSource() {
-    static CqBlock block;
+    static Block block;
     return block.fnData();
 }
 
 std::uint8_t* fnTarget() {
-    static CqBlock block;
+    static Block block;
     return block.fnData();
 }
 
@@ -127,11 +127,11 @@ void fnRegister(const std::string& name, std::size_t sourceBytes, std::size_t ta
 
 // The three ways of writing of one kernel, and memcpy of as many bytes as it reads and writes.
 template <class Run>
-void fnRegisterAll(const CqKernels& kernels, const std::string& name, std::size_t sourceBytes,
+void fnRegisterAll(const Kernels& kernels, const std::string& name, std::size_t sourceBytes,
                    std::size_t targetBytes, Run run) {
     fnRegister(name + "/picture", sourceBytes, targetBytes, false, run);
     fnRegister(name + "/tile", sourceBytes, targetBytes, true, run);
-    if (kernels.level != CqKernelLevel::SCALAR)
+    if (kernels.m_eLevel != KernelLevel::SCALAR)
         fnRegister(
             name + "/streamed", sourceBytes, targetBytes, false,
             [=, &kernels](const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
@@ -158,10 +158,10 @@ void fnRegisterMemcpy() {
     }
 }
 
-void fnRegisterFormats(const CqKernels& k, const std::string& level) {
+void fnRegisterFormats(const Kernels& k, const std::string& level) {
     const struct {
         const char* name;
-        q32::CqPixelRun run;
+        q32::PixelRun run;
         std::size_t sourceBytes, targetBytes;
     } formats[] = {
         {"Rgb565ToBgr24", k.fnRgb565ToBgr24, 2, 3},
@@ -182,10 +182,10 @@ void fnRegisterFormats(const CqKernels& k, const std::string& level) {
         fnRegisterAll(k, level + f.name, f.sourceBytes, f.targetBytes, f.run);
 }
 
-void fnRegisterPalettes(const CqKernels& k, const std::string& level) {
+void fnRegisterPalettes(const Kernels& k, const std::string& level) {
     const struct {
         const char* name;
-        q32::CqPaletteRun run;
+        q32::PaletteRun run;
         std::size_t targetBytes;
     } lookUps[] = {{"Index8ToBgr24", k.fnIndex8ToBgr24, 3},
                    {"Index8ToBgrx32", k.fnIndex8ToBgrx32, 4},
@@ -201,10 +201,10 @@ void fnRegisterPalettes(const CqKernels& k, const std::string& level) {
     fnRegister(level + "Index4ToIndex8/picture", 1, 1, false, k.fnIndex4ToIndex8);
 }
 
-void fnRegisterDithers(const CqKernels& k, const std::string& level) {
+void fnRegisterDithers(const Kernels& k, const std::string& level) {
     const struct {
         const char* name;
-        q32::CqDitherRun run;
+        q32::DitherRun run;
         std::size_t sourceBytes;
     } dithers[] = {{"Dither16", k.fnDither16, 2},
                    {"Dither24", k.fnDither24, 3},
@@ -217,7 +217,7 @@ void fnRegisterDithers(const CqKernels& k, const std::string& level) {
 }
 
 // In place: "picture" passes over the whole picture, "tile" over the same tile each time.
-void fnRegisterInPlace(const CqKernels& k, const std::string& level) {
+void fnRegisterInPlace(const Kernels& k, const std::string& level) {
     for (const bool tile : {false, true}) {
         const std::string place = tile ? "/tile" : "/picture";
         fnRegister(level + "Curve24" + place, 0, 3, tile,
@@ -238,7 +238,7 @@ void fnRegisterInPlace(const CqKernels& k, const std::string& level) {
 }
 
 // Pixels are those of the target; a row of 128 at a time.
-void fnRegisterZooms(const CqKernels& k, const std::string& level) {
+void fnRegisterZooms(const Kernels& k, const std::string& level) {
     for (const std::size_t bytes : {1, 2, 3, 4}) {
         for (const std::size_t factor : {2, 3, 5, 16})
             fnRegister(level + "Inflate" + std::to_string(8 * bytes) + "By" +
@@ -265,9 +265,8 @@ int main(int argc, char** argv) {
     fnTarget();
     fnRegisterMemcpy();
     const char* const names[] = {"scalar/", "avx2/", "avx512/"};
-    for (const CqKernelLevel level :
-         {CqKernelLevel::SCALAR, CqKernelLevel::AVX2, CqKernelLevel::AVX512})
-        if (const CqKernels* kernels = q32::fnKernelsOfLevel(level)) {
+    for (const KernelLevel level : {KernelLevel::SCALAR, KernelLevel::AVX2, KernelLevel::AVX512})
+        if (const Kernels* kernels = q32::fnKernelsOfLevel(level)) {
             const std::string name = names[static_cast<int>(level)];
             fnRegisterFormats(*kernels, name);
             fnRegisterPalettes(*kernels, name);

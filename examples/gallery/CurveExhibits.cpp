@@ -1,7 +1,7 @@
 // Curves with their control polygons, their flattenings, parts and tangents.
 #include "examples/gallery/CurveDrawing.h"
+#include "examples/gallery/ExhibitPictures.h"
 #include "examples/gallery/Exhibits.h"
-#include "examples/gallery/Pictures.h"
 #include "q32Base/geometry/CqMatrix2D.h"
 
 #include <string>

@@ -1,7 +1,7 @@
 // Lines, and regions cut out by a key colour.
+#include "examples/gallery/ExhibitPictures.h"
 #include "examples/gallery/Exhibits.h"
 #include "examples/gallery/Outline.h"
-#include "examples/gallery/Pictures.h"
 
 #include <string>
 

@@ -1,6 +1,6 @@
 // Fills with colours and patterns, and block copies.
+#include "examples/gallery/ExhibitPictures.h"
 #include "examples/gallery/Exhibits.h"
-#include "examples/gallery/Pictures.h"
 
 namespace {
 

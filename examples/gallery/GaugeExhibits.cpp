@@ -1,6 +1,6 @@
 // The progress gauge on a status bar.
+#include "examples/gallery/ExhibitPictures.h"
 #include "examples/gallery/Exhibits.h"
-#include "examples/gallery/Pictures.h"
 #include "examples/gallery/Screens.h"
 #include "examples/gallery/Terminal.h"
 #include "q32Base/services/CqProgressDisplay.h"

@@ -1,6 +1,6 @@
 // Adding and subtracting masks.
 #include "examples/gallery/Exhibits.h"
-#include "examples/gallery/Shapes.h"
+#include "examples/gallery/ExhibitShapes.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // Laying one picture over another.
+#include "examples/gallery/ExhibitPictures.h"
 #include "examples/gallery/Exhibits.h"
-#include "examples/gallery/Pictures.h"
-#include "examples/gallery/Shapes.h"
+#include "examples/gallery/ExhibitShapes.h"
 
 namespace {
 

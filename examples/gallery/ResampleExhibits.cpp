@@ -1,7 +1,7 @@
 // Enlarging and reducing: the nearest pixel beside the filter.
 #include "examples/gallery/Charts.h"
+#include "examples/gallery/ExhibitPictures.h"
 #include "examples/gallery/Exhibits.h"
-#include "examples/gallery/Pictures.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // Turning by right angles and by any other.
 #include "examples/gallery/Charts.h"
+#include "examples/gallery/ExhibitPictures.h"
 #include "examples/gallery/Exhibits.h"
-#include "examples/gallery/Pictures.h"
 
 namespace {
 

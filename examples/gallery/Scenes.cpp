@@ -1,7 +1,7 @@
 #include "examples/gallery/Scenes.h"
 
 #include "examples/gallery/Displays.h"
-#include "examples/gallery/Pictures.h"
+#include "examples/gallery/ExhibitPictures.h"
 
 #include <algorithm>
 

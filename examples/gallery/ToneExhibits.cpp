@@ -1,6 +1,6 @@
 // Brightness, contrast, colour balance, hue, saturation and thresholds.
+#include "examples/gallery/ExhibitPictures.h"
 #include "examples/gallery/Exhibits.h"
-#include "examples/gallery/Pictures.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/DibLayout.h"
 #include "q32Base/kernels/Kernels.h"
-#include "q32Base/messages/Messages.h"
+#include "q32Base/messages/ReportMemory.h"
 #include "q32Base/platform/CqPlatform.h"
 #include "q32Base/settings/Settings.h"
 
@@ -97,14 +97,9 @@ void CqDisplayProperty::fnUpdate() {
 }
 
 bool CqDisplayProperty::fnSerialize(bool bLoad) {
-    try {
-        CString path;
-        if (!q32::GetSettingsPath(path))
-            return false;
-    } catch (CMemoryException* failure) {
-        failure->Delete();
+    CString path;
+    if (!q32::fnTryMemory([&] { return q32::GetSettingsPath(path); }))
         return false;
-    }
     return bLoad ? fnReadSettings() : fnWriteSettings();
 }
 
@@ -195,13 +190,9 @@ bool CqDisplayProperty::fnEnableGamma(bool bEnable) {
         m_bGammaEnabled = false;
         return true;
     }
-    try {
-        m_pGammaCurve.reset(q32::fnNewArray<unsigned char>(kCurveBytes));
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-        q32ShowMsg(-1, nullptr, nullptr, nullptr, 0);
+    if (!q32::fnReportMemory(
+            [this] { m_pGammaCurve.reset(q32::fnNewArray<unsigned char>(kCurveBytes)); }))
         return false;
-    }
     fnCalcGammaCurve();
     fnBuild666Palette(); // still sees gamma as off, deliberately
     m_bGammaEnabled = true;
@@ -212,7 +203,7 @@ void CqDisplayProperty::fnGammaCorrect(unsigned char* pPixels, unsigned int nCou
                                        unsigned int nBits) const {
     if (!fnIsGammaInEffect())
         return;
-    const q32::CqKernels& kernels = q32::fnKernels();
+    const q32::Kernels& kernels = q32::fnKernels();
     (nBits == 24 ? kernels.fnCurve24 : kernels.fnCurve32)(pPixels, nCount, m_pGammaCurve.get());
 }
 
@@ -227,10 +218,10 @@ void CqDisplayProperty::fnGammaCorrect(BITMAPINFOHEADER* pDib, unsigned long nPi
 
 void CqDisplayProperty::fnDitherRGB666(unsigned char* pSrc, unsigned char* pDst, unsigned int nBits,
                                        int nX, int nY, int nCount) const {
-    const q32::CqKernels& kernels = q32::fnKernels();
-    const q32::CqDitherRun dither = nBits == 16   ? kernels.fnDither16
-                                    : nBits == 32 ? kernels.fnDither32
-                                                  : kernels.fnDither24;
+    const q32::Kernels& kernels = q32::fnKernels();
+    const q32::DitherRun dither = nBits == 16   ? kernels.fnDither16
+                                  : nBits == 32 ? kernels.fnDither32
+                                                : kernels.fnDither24;
     dither(pSrc, pDst, fnLength(nCount), m_byDitherPattern, nX, nY);
 }
 

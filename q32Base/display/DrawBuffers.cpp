@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 namespace q32 {
 namespace {
@@ -35,16 +36,14 @@ void fnMakeDib(CqTileMap& map, std::uint32_t depth, std::uint32_t capacity) {
         for (unsigned int i = 0; i < 256; ++i)
             index[i] = static_cast<WORD>(i);
     }
-    ::operator delete(map.DrawDib);
-    map.DrawDib = header;
+    map.DrawDib.reset(header);
     map.DrawDibCapacity = capacity;
 }
 
 void fnMakeScratch(CqTileMap& map, std::uint32_t capacity) {
     auto* block = fnNewArray<unsigned char>(capacity);
     std::memset(block, 0, capacity);
-    delete[] map.DrawScratch;
-    map.DrawScratch = block;
+    map.DrawScratch.reset(block);
     map.DrawScratchCapacity = capacity;
 }
 
@@ -52,7 +51,7 @@ bool fnMakePalette(CqTileMap& map) {
     auto palette = std::unique_ptr<CPalette>(fnNew<CPalette>());
     if (!map.fnCreatePalette(*palette))
         return false;
-    map.DrawPalette = palette.release();
+    map.DrawPalette = std::move(palette);
     return true;
 }
 
@@ -83,12 +82,7 @@ bool fnEnsureDrawBuffers(CqTileMap& map) {
 }
 
 bool fnEnsureDrawBuffers(CqTileMap& map, std::uint32_t width, std::uint32_t height) {
-    try {
-        return fnEnsure(map, width, height);
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-        return false;
-    }
+    return fnTryMemory([&] { return fnEnsure(map, width, height); });
 }
 
 } // namespace q32

@@ -1,5 +1,5 @@
-#include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/display/DrawBuffers.h"
+#include "q32Base/display/GammaPause.h"
 #include "q32Base/display/PaletteSelection.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/CqImage.h"
@@ -62,7 +62,7 @@ bool fnDrawTiles(CqTileMap& map, CqImageTile& tile, CDC* dc, const CPoint& place
 
 void CqImage::fnDrawInit(double, const CRect& view, CWnd* window) {
     CqTileMap& map = *TileMap;
-    map.ZoomMode = 3;
+    map.ZoomMode = ZOOM_FIT;
     map.ViewRect = view;
     map.Zoom = std::min(static_cast<double>(view.Width()) / Width,
                         static_cast<double>(view.Height()) / Height);
@@ -75,7 +75,7 @@ void CqImage::fnDrawInit(unsigned int factor, bool shrink, const CRect& view, co
                          CWnd* window) {
     CqTileMap& map = *TileMap;
     map.Zoom = factor;
-    map.ZoomMode = shrink ? 2 : 1;
+    map.ZoomMode = shrink ? ZOOM_SHRINK : ZOOM_INFLATE;
     map.ViewRect = view;
     const auto scale = [&](std::uint32_t length) {
         return shrink ? std::uint64_t{length} / std::max(factor, 1u)
@@ -98,19 +98,19 @@ bool CqImage::fnDraw(CDC* dc, const CRect& destination, int x, int y, bool noGam
                      std::min(destination.Height(), scaled.cy));
     const CPoint start(std::clamp(x, 0, std::max<LONG>(scaled.cx - size.cx, 0)),
                        std::clamp(y, 0, std::max<LONG>(scaled.cy - size.cy, 0)));
-    CqDisplayProperty& display = *q32GetDisplayProperty();
-    const bool gamma = display.fnIsGammaEnabled();
-    if (noGamma)
-        display.fnEnableGamma(false);
-    CqImageTile tile(false);
-    if (TileCount < 2) { // gamma stays off and the palette selected, deliberately
-        fnAccessTile(0, &tile);
-        return tile.fnDraw(dc, CRect(destination.TopLeft(), size), start.x, start.y, background);
+    bool drawn = false;
+    {
+        q32::GammaPause pause(*q32GetDisplayProperty(), noGamma);
+        CqImageTile tile(false);
+        if (TileCount < 2) {
+            pause.fnLeaveOff();
+            fnAccessTile(0, &tile);
+            // The palette stays selected, deliberately.
+            return tile.fnDraw(dc, CRect(destination.TopLeft(), size), start.x, start.y,
+                               background);
+        }
+        drawn = fnDrawTiles(*TileMap, tile, dc, destination.TopLeft(), size, start, background);
     }
-    const bool drawn =
-        fnDrawTiles(*TileMap, tile, dc, destination.TopLeft(), size, start, background);
-    if (noGamma)
-        display.fnEnableGamma(gamma);
     q32::fnRestorePalette(*TileMap, dc);
     return drawn;
 }

@@ -1,7 +1,7 @@
-#include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/display/DrawBuffers.h"
+#include "q32Base/display/GammaPause.h"
 #include "q32Base/display/PaletteSelection.h"
-#include "q32Base/framework/Exceptions.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/CqMask.h"
@@ -14,7 +14,7 @@
 namespace {
 
 /// Which pixels of a run are key and aren't drawn: those whose bytes equal the key's.
-struct CqKeyScan {
+struct KeyScan {
     unsigned char m_Key[3] = {};
     std::size_t m_nKeyBytes = 0; ///< 0: no pixel is key
     std::size_t m_nStep = 0;     ///< bytes from one pixel to the next
@@ -27,7 +27,7 @@ struct CqKeyScan {
 
 /// A colour key in the image's terms: a palette index, the two bytes of 5-6-5, or the three
 /// channels. False when the palette hasn't got the colour.
-bool fnMakeColorKey(const CqTileMap& map, unsigned long key, CqKeyScan& scan) {
+bool fnMakeColorKey(const CqTileMap& map, unsigned long key, KeyScan& scan) {
     const auto value = static_cast<std::uint32_t>(key);
     const CqColor color(static_cast<unsigned char>(value), static_cast<unsigned char>(value >> 8),
                         static_cast<unsigned char>(value >> 16), 255);
@@ -46,7 +46,7 @@ bool fnMakeColorKey(const CqTileMap& map, unsigned long key, CqKeyScan& scan) {
 }
 
 /// The key of a draw. False when there is none to be had.
-bool fnMakeKey(const CqTileMap& map, const CqMergeParam& param, CqKeyScan& scan) {
+bool fnMakeKey(const CqTileMap& map, const CqMergeParam& param, KeyScan& scan) {
     if (param.m_eType == MERGE_KEY)
         return fnMakeColorKey(map, param.m_nKey, scan);
     if (param.m_eType == MERGE_MASK) {
@@ -58,7 +58,7 @@ bool fnMakeKey(const CqTileMap& map, const CqMergeParam& param, CqKeyScan& scan)
 }
 
 /// What is drawn: the part of the image from (x, y) on, and where.
-struct CqKeyPart {
+struct KeyPart {
     CPoint m_Place; ///< where (x, y) lands
     int m_nX;
     int m_nY;
@@ -68,7 +68,7 @@ struct CqKeyPart {
 
 /// Draws what isn't key of one row. `keys` has the bytes to be scanned, for `count` pixels.
 bool fnDrawRow(CDC* dc, CqImageLine& line, const unsigned char* keys, int count,
-               const CqKeyScan& scan, const CqKeyPart& part) {
+               const KeyScan& scan, const KeyPart& part) {
     const int y = q32::fnWrapAdd(part.m_Place.y, line.Row - part.m_nY);
     for (int pixel = 0; pixel < count;) {
         while (pixel < count && scan.fnIsKey(keys, pixel))
@@ -84,8 +84,8 @@ bool fnDrawRow(CDC* dc, CqImageLine& line, const unsigned char* keys, int count,
 }
 
 /// Draws row by row. What lies outside the mask counts as key.
-bool fnDrawRows(CqImage& image, CDC* dc, const CqMergeParam& param, const CqKeyScan& scan,
-                const CqKeyPart& part) {
+bool fnDrawRows(CqImage& image, CDC* dc, const CqMergeParam& param, const KeyScan& scan,
+                const KeyPart& part) {
     CqImage* mask = param.m_eType == MERGE_MASK ? param.m_pMask : nullptr;
     CqImageLine line;
     CqImageLine maskLine;
@@ -118,27 +118,17 @@ bool CqImage::fnKeyDraw(CDC* dc, const CRect& destination, int x, int y, const C
         return false;
     x = std::max(x, 0);
     y = std::max(y, 0);
-    const CqKeyPart part{
+    const KeyPart part{
         destination.TopLeft(), x, y,
         std::min(destination.Width(), q32::fnWrapSub(static_cast<LONG>(Width), x)),
         std::min(destination.Height(), q32::fnWrapSub(static_cast<LONG>(Height), y))};
-    CqDisplayProperty& display = *q32GetDisplayProperty();
-    const bool gamma = display.fnIsGammaEnabled();
-    if (noGamma)
-        display.fnEnableGamma(false);
-    bool drawn = false;
-    try {
-        CqKeyScan scan;
-        drawn = fnMakeKey(*TileMap, param, scan);
+    const bool drawn = q32::fnTryMemory([&] {
+        const q32::GammaPause pause(*q32GetDisplayProperty(), noGamma);
+        KeyScan scan;
         // A 4-bit image isn't scanned, deliberately: nothing of it is drawn.
-        if (drawn && BitCount != 4)
-            drawn = fnDrawRows(*this, dc, param, scan, part);
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-        drawn = false;
-    }
-    if (noGamma)
-        display.fnEnableGamma(gamma);
+        return fnMakeKey(*TileMap, param, scan) &&
+               (BitCount == 4 || fnDrawRows(*this, dc, param, scan, part));
+    });
     q32::fnRestorePalette(*TileMap, dc);
     return drawn;
 }

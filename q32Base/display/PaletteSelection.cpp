@@ -1,10 +1,9 @@
 #include "q32Base/display/PaletteSelection.h"
 
 #include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/memory/CqTileMap.h"
-
-#include <new>
 
 namespace q32 {
 namespace {
@@ -19,28 +18,20 @@ bool fnSelectDrawPalette(CqTileMap& map, CDC* dc, bool background) {
     if (!fnNeedsPalette(dc))
         return true;
     CPalette* palette =
-        map.BitCount < 16 ? map.DrawPalette : q32GetDisplayProperty()->fnGetPalette666();
-    try {
-        map.SavedPalette = dc->SelectPalette(palette, background);
-    } catch (const std::bad_alloc&) {
+        map.BitCount < 16 ? map.DrawPalette.get() : q32GetDisplayProperty()->fnGetPalette666();
+    if (!fnTryMemory([&] { map.SavedPalette = dc->SelectPalette(palette, background); }))
         return false;
-    }
-    try {
-        dc->RealizePalette();
-        return true;
-    } catch (const std::bad_alloc&) {
+    const bool realized = fnTryMemory([&] { dc->RealizePalette(); });
+    if (!realized)
         fnRestorePalette(map, dc);
-        return false;
-    }
+    return realized;
 }
 
 void fnRestorePalette(CqTileMap& map, CDC* dc) {
     if (!fnNeedsPalette(dc))
         return;
-    try {
-        dc->SelectPalette(map.SavedPalette, true);
-    } catch (const std::bad_alloc&) { // the device context keeps what is selected
-    }
+    // Where that fails, the device context keeps what is selected.
+    fnTryMemory([&] { dc->SelectPalette(map.SavedPalette, true); });
     map.SavedPalette = nullptr;
 }
 

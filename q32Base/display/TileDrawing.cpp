@@ -2,7 +2,7 @@
 #include "q32Base/display/DeviceRows.h"
 #include "q32Base/display/DrawBuffers.h"
 #include "q32Base/display/PaletteSelection.h"
-#include "q32Base/framework/Exceptions.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/CqImageTile.h"
 #include "q32Base/image/DibLayout.h"
@@ -13,9 +13,6 @@
 #include <cstring>
 
 namespace {
-
-constexpr std::uint32_t kShrink = 2;
-constexpr std::uint32_t kFit = 3;
 
 /// Bytes of a staged pixel.
 std::size_t fnStagedBytes(const CqTileMap& map) {
@@ -29,21 +26,21 @@ std::uint32_t fnFactor(const CqTileMap& map) {
 }
 
 /// How far a 4-bit piece that begins at x must begin further left, so that no pair of pixels that
-/// share a byte is parted: one source pixel, or what there is of it on the screen.
+/// share a byte is split: one source pixel, or what there is of it on the screen.
 std::int32_t fnPairDistance(const CqTileMap& map, std::int32_t x) {
     const std::uint32_t factor = fnFactor(map);
     const double zoom = map.Zoom > 0.0 ? map.Zoom : 1.0;
-    const std::int64_t source =
-        map.ZoomMode == kShrink ? std::int64_t{x} * factor : static_cast<std::int64_t>(x / zoom);
+    const std::int64_t source = map.ZoomMode == ZOOM_SHRINK ? std::int64_t{x} * factor
+                                                            : static_cast<std::int64_t>(x / zoom);
     if ((source & 1) == 0)
         return 0;
-    return map.ZoomMode == kShrink ? 1 : static_cast<std::int32_t>(factor);
+    return map.ZoomMode == ZOOM_SHRINK ? 1 : static_cast<std::int32_t>(factor);
 }
 
 /// Rows that are staged at a time. An enlarged tile is drawn in bands, so that it needs no more
 /// room than a plain one.
 std::int32_t fnBandRows(const CqTileMap& map, std::int32_t width, std::int32_t height) {
-    if (map.ZoomMode == kShrink || map.ZoomMode == kFit || fnFactor(map) < 2)
+    if (map.ZoomMode == ZOOM_SHRINK || map.ZoomMode == ZOOM_FIT || fnFactor(map) < 2)
         return height;
     const std::uint32_t bits = q32GetDisplayProperty()->fnGetColorDepth();
     const std::uint64_t drawn = q32::fnDibStride(static_cast<std::uint32_t>(width), bits);
@@ -55,9 +52,9 @@ std::int32_t fnBandRows(const CqTileMap& map, std::int32_t width, std::int32_t h
 /// One row of an enlarged 4-bit image. `source` holds the pair that begins with the first pixel.
 void fnInflateNibbles(const unsigned char* source, unsigned char* target, std::size_t count,
                       std::size_t factor, std::size_t phase) {
-    constexpr std::size_t kPixels = 256; // even: no chunk parts a pair
+    constexpr std::size_t kPixels = 256; // even: no chunk splits a pair
     unsigned char indices[kPixels];
-    const q32::CqKernels& kernels = q32::fnKernels();
+    const q32::Kernels& kernels = q32::fnKernels();
     while (count != 0) {
         const std::size_t most = kPixels * factor - phase;
         const std::size_t chunk = std::min(count, most);
@@ -80,7 +77,7 @@ void CqImageTile::fnDrawInflate(unsigned int factor, int x, int y, int width, in
     const std::size_t left = column - static_cast<std::uint32_t>(Left);
     const auto count = static_cast<std::size_t>(width);
     const std::size_t bytes = fnStagedBytes(*TileMap);
-    unsigned char* target = TileMap->DrawScratch;
+    unsigned char* target = TileMap->DrawScratch.get();
     std::uint32_t last = 0;
     for (int row = 0; row < height; ++row, target += count * bytes) {
         const std::uint32_t line = static_cast<std::uint32_t>(y + row) / factor;
@@ -107,7 +104,7 @@ void CqImageTile::fnDrawShrink(unsigned int factor, int x, int y, int width, int
         return static_cast<std::size_t>(std::max<std::int64_t>(at, first) - first);
     };
     const std::size_t bytes = fnStagedBytes(*TileMap);
-    unsigned char* target = TileMap->DrawScratch;
+    unsigned char* target = TileMap->DrawScratch.get();
     for (int row = 0; row < height; ++row) {
         const unsigned char* line = Pixels + std::size_t{RowBytes} * source(y + row, Top);
         int done = 0;
@@ -129,67 +126,39 @@ void CqImageTile::fnDrawShrink(unsigned int factor, int x, int y, int width, int
 
 namespace {
 
-/// Converts the staged rows of a map.
-void fnConvertRows(CqTileMap& map, std::uint32_t deviceBits, unsigned char* target,
-                   std::size_t stride, int width, int height, int x, int y) {
-    const auto count = static_cast<std::size_t>(width);
-    const std::size_t rowBytes = count * fnStagedBytes(map);
-    q32::CqDeviceRun run{map.DrawScratch, nullptr, count, map.Palette, x, y};
-    run.m_pTarget = target;
-    for (int row = 0; row < height; ++row) {
-        q32::fnConvertRun(map.BitCount, deviceBits, run);
-        run.m_pSource += rowBytes;
-        run.m_pTarget -= stride;
-        ++run.m_nY;
-    }
+/// The staged rows of a map, which begin at (x, y) of the scaled image.
+q32::SourceRows fnStagedRows(const CqTileMap& map, int width, int height, int x, int y) {
+    const std::size_t rowBytes = static_cast<std::size_t>(width) * fnStagedBytes(map);
+    return {map.DrawScratch.get(), rowBytes, map.BitCount, map.Palette.get(), width, height, x, y};
 }
 
 } // namespace
 
 void CqImageTile::fnBlt8(unsigned char* target, unsigned int stride, int width, int height, int x,
                          int y) {
-    fnConvertRows(*TileMap, 8, target, stride, width, height, x, y);
+    q32::fnConvertRows(fnStagedRows(*TileMap, width, height, x, y), 8, target, stride);
 }
 
 void CqImageTile::fnBlt24(unsigned char* target, unsigned int stride, int width, int height) {
-    fnConvertRows(*TileMap, 24, target, stride, width, height, 0, 0);
+    q32::fnConvertRows(fnStagedRows(*TileMap, width, height, 0, 0), 24, target, stride);
 }
 
 void CqImageTile::fnBlt32(unsigned char* target, unsigned int stride, int width, int height) {
-    fnConvertRows(*TileMap, 32, target, stride, width, height, 0, 0);
+    q32::fnConvertRows(fnStagedRows(*TileMap, width, height, 0, 0), 32, target, stride);
 }
 
-/// Draws the staged and converted part that begins at (x, y) of the scaled image. `width` and
-/// `height` are above 0 and the buffers hold them.
+/// Draws the part that begins at (x, y) of the scaled image. `width` and `height` are above 0 and
+/// the buffers hold them.
 bool CqImageTile::fnDrawBand(CDC* dc, const CPoint& place, int x, int y, int width, int height) {
     const unsigned int factor = fnFactor(*TileMap);
-    if (TileMap->ZoomMode == kFit)
+    if (TileMap->ZoomMode == ZOOM_FIT)
         fnDrawFit(factor, x, y, width, height);
-    else if (TileMap->ZoomMode == kShrink)
+    else if (TileMap->ZoomMode == ZOOM_SHRINK)
         fnDrawShrink(factor, x, y, width, height);
     else
         fnDrawInflate(factor, x, y, width, height);
-
-    BITMAPINFOHEADER& dib = *TileMap->DrawDib;
-    dib.biWidth = width;
-    dib.biHeight = height;
-    const auto stride = static_cast<unsigned int>(
-        q32::fnDibStride(static_cast<std::uint32_t>(width), dib.biBitCount));
-    unsigned char* top =
-        q32::fnDibPixels(&dib) + std::size_t{stride} * static_cast<std::size_t>(height - 1);
-    const CqDisplayProperty& display = *q32GetDisplayProperty();
-    if (dib.biBitCount == 8)
-        fnBlt8(top, stride, width, height, x, y);
-    else if (dib.biBitCount == 24)
-        fnBlt24(top, stride, width, height);
-    else
-        fnBlt32(top, stride, width, height);
-    q32::fnClearPadding(dib);
-    if (dib.biBitCount > 8)
-        display.fnGammaCorrect(&dib, stride);
-    if (display.fnIsHiColorDisplay())
-        display.fnHiColorDither(&dib, stride, x, y);
-    return q32::fnPutRows(dc, place.x, place.y, dib) == height;
+    return q32::fnDrawRows(dc, place.x, place.y, *TileMap->DrawDib,
+                           fnStagedRows(*TileMap, width, height, x, y)) == height;
 }
 
 bool CqImageTile::fnDraw(CDC* dc, const CRect& rect, int x, int y, bool) {
@@ -208,7 +177,7 @@ bool CqImageTile::fnDraw(CDC* dc, const CRect& rect, int x, int y, bool) {
         width += distance;
         place.Offset(-distance, 0);
     }
-    // The depth that bands are reckoned with is checked first.
+    // The depth that bands are computed from is checked first.
     if (!q32::fnEnsureDrawBuffers(*TileMap))
         return false;
     const int band = fnBandRows(*TileMap, width, height);
@@ -234,12 +203,8 @@ bool CqImageTile::fnDraw(CDC* dc) {
     destination.OffsetRect(q32::fnWrapSub(piece.left, TileMap->ImageRect.left),
                            q32::fnWrapSub(piece.top, TileMap->ImageRect.top));
     CWnd* window = dc ? nullptr : TileMap->DrawWnd;
-    try {
-        if (window)
-            dc = window->GetDC();
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-    }
+    if (window)
+        q32::fnTryMemory([&] { dc = window->GetDC(); });
     if (!dc)
         return false;
     bool drawn = q32::fnSelectDrawPalette(*TileMap, dc, false);

@@ -2,26 +2,13 @@
 
 #include "q32Base/platform/CqPlatform.h"
 
-#include <cassert>
-#include <new>
-
 bool CFont::CreateFontIndirect(const LOGFONTA* font) {
-    assert(!m_pObject);
-    try {
-        m_pObject = q32::fnPlatform().m_pScreen->fnCreateFont(*font);
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
-    return m_pObject != nullptr;
+    return fnCreate([font] { return q32::fnPlatform().m_pScreen->fnCreateFont(*font); });
 }
 
 bool CFont::CreateIconTitleFont() {
     LOGFONTA font{};
-    try {
-        if (!q32::fnPlatform().m_pScreen->fnGetIconTitleFont(font))
-            return false;
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
-    return CreateFontIndirect(&font);
+    return q32::fnTryMemory(
+               [&] { return q32::fnPlatform().m_pScreen->fnGetIconTitleFont(font); }) &&
+           CreateFontIndirect(&font);
 }

@@ -1,12 +1,10 @@
 #pragma once
 
-#include "q32Base/framework/CObject.h"
+#include "q32Base/framework/ScreenObject.h"
 #include "q32Base/platform/CqScreenService.h"
 
-#include <memory>
-
 /// A palette of the screen, or none. Owns the object that it stands for.
-class Q32_API CPalette : public CObject {
+class Q32_API CPalette : public q32::ScreenObject<CqPaletteObject> {
 public:
     CPalette() = default;
     ~CPalette() override { DeleteObject(); }
@@ -14,7 +12,6 @@ public:
     /// Makes a palette by the platform in force; this object must stand for none. False on failure,
     /// memory included.
     bool CreatePalette(const LOGPALETTE* palette);
-    bool HasHandle() const { return m_pObject != nullptr; }
     /// Deletes the palette; device contexts that have it selected let go of it. False when there
     /// was none.
     bool DeleteObject();
@@ -24,10 +21,4 @@ public:
     UINT GetPaletteEntries(UINT first, UINT count, PALETTEENTRY* entries) const;
     /// Replaces entries, as far as there are; returns how many.
     UINT SetPaletteEntries(UINT first, UINT count, const PALETTEENTRY* entries);
-
-    /// The screen's object; null when there is none.
-    CqPaletteObject* GetObject() const { return m_pObject.get(); }
-
-private:
-    std::unique_ptr<CqPaletteObject> m_pObject;
 };

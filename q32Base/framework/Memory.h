@@ -1,6 +1,8 @@
 /// @file
-/// Allocation inside the library: every failure is the framework's memory exception, never
-/// std::bad_alloc.
+/// Running out of memory. What leaves the library is the memory exception, never std::bad_alloc:
+/// allocate by `fnNew` and `fnNewArray`, and run what may raise a std::bad_alloc under
+/// `fnGuardMemory`. Where a failure ends, `fnTryMemory` and `fnTryMemoryOr` take both forms;
+/// `fnReportMemory` (messages/ReportMemory.h) also tells the user.
 #pragma once
 
 #include "q32Base/framework/Exceptions.h"
@@ -44,15 +46,31 @@ decltype(auto) fnGuardMemory(Work&& work) {
     }
 }
 
-/// Runs `work`, which may use standard containers or platform services and says whether it has
-/// succeeded. A std::bad_alloc that comes out of it counts as a no.
-template <typename Work>
-bool fnTryMemory(Work&& work) {
+/// What `work` returns; `fallback` when it runs out of memory, by std::bad_alloc or by the memory
+/// exception. Other failures pass.
+template <typename Result, typename Work>
+Result fnTryMemoryOr(Result fallback, Work&& work) {
     try {
         return std::forward<Work>(work)();
+    } catch (CMemoryException* failure) {
+        failure->Delete();
     } catch (const std::bad_alloc&) {
-        return false;
     }
+    return fallback;
+}
+
+/// Runs `work`, which returns nothing or whether it has succeeded. False when it says so and when
+/// it runs out of memory.
+template <typename Work>
+bool fnTryMemory(Work&& work) {
+    return fnTryMemoryOr(false, [&] {
+        if constexpr (std::is_void_v<std::invoke_result_t<Work>>) {
+            std::forward<Work>(work)();
+            return true;
+        } else {
+            return std::forward<Work>(work)();
+        }
+    });
 }
 
 } // namespace q32

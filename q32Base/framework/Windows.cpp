@@ -72,11 +72,7 @@ bool CDC::BitBlt(int, int, int, int, CDC*, int, int, DWORD) {
 }
 
 CClientDC::CClientDC(CWnd* window) : m_pWnd(window) {
-    try {
-        m_pDC = window->GetDC();
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-    }
+    q32::fnTryMemory([&] { m_pDC = window->GetDC(); });
 }
 
 CClientDC::~CClientDC() {

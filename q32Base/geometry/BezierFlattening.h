@@ -7,6 +7,7 @@
 #pragma once
 
 #include "q32Base/framework/CArray.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/geometry/CqLine2D.h"
 
 #include <algorithm>
@@ -169,7 +170,7 @@ int fnIntersectCurve(const CqPoint2D (&curve)[kCount], const CqLine2D& line,
         return CqLine2D(curve[0], curve[kCount - 1]).fnIntersectLine(line, *slots[0], nullptr) ? 1
                                                                                                : 0;
     CArray<double, double> hits;
-    try {
+    const bool collected = fnTryMemory([&] {
         fnHalveUntilFlat(
             curve, 0.0, 1.0, isFlat,
             [&](const CqPoint2D(&part)[kCount], double tLow, double tHigh) {
@@ -177,10 +178,9 @@ int fnIntersectCurve(const CqPoint2D (&curve)[kCount], const CqLine2D& line,
                 if (CqLine2D(part[0], part[kCount - 1]).fnIntersectLine(line, s, nullptr))
                     hits.Add(tLow + (tHigh - tLow) * s);
             });
-    } catch (CMemoryException* failure) {
-        failure->Delete();
+    });
+    if (!collected)
         return 0;
-    }
     for (int i = 0; i < hits.GetSize(); ++i)
         *slots[std::min(i, kSlots - 1)] = hits[i];
     return hits.GetSize();

@@ -1,6 +1,6 @@
 #include "q32Base/geometry/CqPolyline2D.h"
 
-#include "q32Base/messages/Messages.h"
+#include "q32Base/messages/ReportMemory.h"
 
 #include <algorithm>
 #include <span>
@@ -130,17 +130,15 @@ bool CqPolyline2D::fnIntersectPoint(const CqPoint2D& point, int& index, double& 
     const CqPoint2D target = point; // the results may overwrite it
     index = -1;
     CArray<Candidate, const Candidate&> candidates;
-    try {
+    const bool collected = q32::fnReportMemory([&] {
         for (int i = 0; i < fnGetNumberLine(); ++i) {
             Candidate candidate{i, 0.0, {}};
             if (fnGetLine(i).fnFindNearestPoint(target, candidate.m_dParam, &candidate.m_Foot))
                 candidates.Add(candidate);
         }
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-        q32ShowMsg(-1, nullptr, nullptr, nullptr, 0);
+    });
+    if (!collected)
         return false;
-    }
     double best = std::numeric_limits<double>::max();
     for (int i = 0; i < candidates.GetSize(); ++i) {
         const Candidate& candidate = candidates[i];

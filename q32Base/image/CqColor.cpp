@@ -65,14 +65,14 @@ void CqColor::operator*=(double factor) {
 
 void CqColor::fnConvertToHSB(int& hue, int& saturation, int& brightness) const {
     const q32::Hsb hsb = q32::fnRgbToHsb({m_Red, m_Green, m_Blue});
-    hue = hsb.hue;
-    saturation = hsb.saturation;
-    brightness = hsb.brightness;
+    hue = hsb.m_nHue;
+    saturation = hsb.m_nSaturation;
+    brightness = hsb.m_nBrightness;
 }
 
 void CqColor::fnAssignFromHSB(int hue, int saturation, int brightness) {
-    const q32::Rgb rgb = q32::fnHsbToRgb(hue, saturation, brightness);
-    fnSet(rgb.red, rgb.green, rgb.blue, m_Alpha);
+    const q32::Rgb8 rgb = q32::fnHsbToRgb(hue, saturation, brightness);
+    fnSet(rgb.m_nRed, rgb.m_nGreen, rgb.m_nBlue, m_Alpha);
 }
 
 bool CqColor::fnEnsureVideoSafe(VIDEO_TYPE type) {

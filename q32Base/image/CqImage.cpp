@@ -137,8 +137,8 @@ CqImage& CqImage::operator=(CqImage& other) {
     assert(other.TileMap);
     const CqTileMap& source = *other.TileMap;
     const std::uint32_t count = source.BitCount < 9 ? source.PaletteCount : 0;
-    fnSetBuf(
-        q32::fnNew<CqTileMap>(source.Width, source.Height, source.BitCount, source.Palette, count));
+    fnSetBuf(q32::fnNew<CqTileMap>(source.Width, source.Height, source.BitCount,
+                                   source.Palette.get(), count));
     CqImageTile from(true);
     CqImageTile to(true);
     for (std::uint32_t i = 0; i < TileCount; ++i) {
@@ -163,7 +163,7 @@ void CqImage::fnGetPalette(CPalette& palette) {
 
 unsigned int CqImage::fnGetPaletteEntry(unsigned int first, unsigned int count, RGBQUAD* out) {
     count = TileMap->fnCutPaletteCount(first, count);
-    std::copy_n(TileMap->Palette + (count ? first : 0), count, out);
+    std::copy_n(TileMap->Palette.get() + (count ? first : 0), count, out);
     return count;
 }
 
@@ -177,7 +177,7 @@ bool CqImage::fnIsGrayScale() const {
 }
 
 CString CqImage::fnGetScratchPath() const {
-    return TileMap ? TileMap->TempFileName : CString();
+    return TileMap ? TileMap->fnGetBlock().fnGetFileName() : CString();
 }
 
 unsigned char* CqImage::fnGetPixelAddr(int x, int y) {

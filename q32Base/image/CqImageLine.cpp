@@ -94,13 +94,13 @@ void CqImageLine::fnReversePixel(int start, unsigned int count) {
     if (first >= pixels)
         return;
     unsigned char* at = LineBuffer + static_cast<std::size_t>(first) * bytes;
-    const q32::CqKernels& kernels = q32::fnKernels();
+    const q32::Kernels& kernels = q32::fnKernels();
     (bytes == 3 ? kernels.fnRgb24ToBgr24
                 : kernels.fnArgb32ToBgra32)(at, at, std::min(count, pixels - first));
 }
 
 void CqImageLine::fnReversePixel(bool swapOnly, bool toMap) {
-    const q32::CqKernels& kernels = q32::fnKernels();
+    const q32::Kernels& kernels = q32::fnKernels();
     const auto convert = swapOnly ? kernels.fnSwap16
                          : toMap  ? kernels.fnRgb555LeToRgb565
                                   : kernels.fnRgb565ToRgb555Le;

@@ -99,7 +99,7 @@ void fnGatherPixels(const CqTileMap& map, std::uint32_t y, const std::uint32_t* 
 
 CqPixelReader::CqPixelReader(const CqImage& image, PIXEL_ORDER order) noexcept
     : m_Image(image), m_pMap(image.TileMap),
-      m_Run(fnBitsOf(m_pMap), m_pMap ? m_pMap->Palette : nullptr, order),
+      m_Run(fnBitsOf(m_pMap), m_pMap ? m_pMap->Palette.get() : nullptr, order),
       m_nPixelBytes(q32::fnGetOrderBytes(fnBitsOf(m_pMap), order)) {}
 
 bool CqPixelReader::fnRead(const CRect& rect, void* out, std::size_t stride) const {
@@ -149,8 +149,8 @@ bool CqPixelReader::fnPick(std::uint32_t y, const std::uint32_t* columns, std::s
 
 CqPixelWriter::CqPixelWriter(CqImage& image, PIXEL_ORDER order) noexcept
     : m_Image(image), m_pMap(image.TileMap),
-      m_Run(fnBitsOf(m_pMap), m_pMap ? m_pMap->Palette : nullptr, m_pMap ? m_pMap->PaletteCount : 0,
-            order),
+      m_Run(fnBitsOf(m_pMap), m_pMap ? m_pMap->Palette.get() : nullptr,
+            m_pMap ? m_pMap->PaletteCount : 0, order),
       m_nPixelBytes(q32::fnGetOrderBytes(fnBitsOf(m_pMap), order)) {}
 
 bool CqPixelWriter::fnWrite(const CRect& rect, const void* in, std::size_t stride) const {

@@ -1,5 +1,5 @@
 #include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/ChannelCurves.h"
+#include "q32Base/kernels/KernelParts.h"
 #include "q32Base/kernels/SplitCurve.h"
 
 namespace q32 {
@@ -100,7 +100,7 @@ void fnChannelCurves32(std::uint8_t* pixels, std::size_t count, const std::uint8
 } // namespace
 } // namespace avx2
 
-void fnUseAvx2ChannelCurves(CqKernels& table) {
+void fnUseAvx2ChannelCurves(Kernels& table) {
     table.fnChannelCurves24 = avx2::fnChannelCurves24;
     table.fnChannelCurves32 = avx2::fnChannelCurves32;
 }

@@ -1,4 +1,4 @@
-#include "q32Base/kernels/ChannelCurves.h"
+#include "q32Base/kernels/KernelParts.h"
 #include "q32Base/kernels/WholeCurve.h"
 
 namespace q32 {
@@ -59,7 +59,7 @@ void fnChannelCurves32(std::uint8_t* pixels, std::size_t count, const std::uint8
 } // namespace
 } // namespace avx512
 
-void fnUseAvx512ChannelCurves(CqKernels& table) {
+void fnUseAvx512ChannelCurves(Kernels& table) {
     table.fnChannelCurves24 = avx512::fnChannelCurves24;
     table.fnChannelCurves32 = avx512::fnChannelCurves32;
 }

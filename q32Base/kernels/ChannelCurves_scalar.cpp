@@ -1,4 +1,4 @@
-#include "q32Base/kernels/ChannelCurves.h"
+#include "q32Base/kernels/KernelParts.h"
 #include "q32Base/kernels/Rgb565.h"
 
 namespace q32 {
@@ -33,7 +33,7 @@ void fnChannelCurves32(std::uint8_t* pixels, std::size_t count, const std::uint8
 
 } // namespace scalar
 
-void fnUseScalarChannelCurves(CqKernels& table) {
+void fnUseScalarChannelCurves(Kernels& table) {
     table.fnChannelCurves565 = scalar::fnChannelCurves565;
     table.fnChannelCurves24 = scalar::fnChannelCurves24;
     table.fnChannelCurves32 = scalar::fnChannelCurves32;

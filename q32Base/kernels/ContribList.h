@@ -1,3 +1,5 @@
+/// @file
+/// The weights of the cubic filter: which samples of an axis make up one output position.
 #pragma once
 
 #include <cstdint>
@@ -6,44 +8,49 @@ namespace q32 {
 
 /// One source sample of one output position.
 struct ContribEntry {
-    std::int32_t pixel; ///< index along the axis, after reflection at the edges
+    std::int32_t m_nPixel; ///< index along the axis, after reflection at the edges
     union {
-        float rough; ///< the weight, rounded: for the fast sum
-        /// For the whole sum: low and high parts of this entry and the next one, in the order low,
-        /// low, high, high. Only every other entry has them.
-        std::int8_t parts[4];
+        float m_fWeight; ///< the approximate weight, in single precision: for the fast sum
+        /// For the fixed-point sum: low and high parts of this entry and the next one, in the order
+        /// low, low, high, high. Only every other entry has them.
+        std::int8_t m_Parts[4];
     };
-    double weight;
+    double m_dWeight;
 };
 
-/// Longer lists have no whole sum.
-inline constexpr int kMaxWholeEntries = 128;
+/// Longer lists have no fixed-point sum.
+inline constexpr int kMaxFixedPointEntries = 128;
 
-/// How a list is summed up in whole numbers, if its table is whole: every weight is a multiple of
-/// one part, off by next to nothing.
-struct WholeSum {
-    float part = 0.0F;      ///< the reciprocal of the weights' denominator
-    std::uint8_t radix = 0; ///< a weight is its high parts times radix and its low parts together
-    std::uint8_t begin = 0; ///< the first entry; those before have no part
-    std::uint8_t pairs = 0; ///< from there on, two entries each; at an odd end the last is alone
+/// How a list is summed up in integers, if its table is fixed-point: every weight is an integral
+/// number of units, but for a deviation that doesn't matter.
+struct FixedPointSum {
+    float m_fUnit = 0.0F;      ///< the reciprocal of the weights' denominator
+    std::uint8_t m_nRadix = 0; ///< a weight is its high part times the radix plus its low part
+    std::uint8_t m_nBegin = 0; ///< the first entry; those before have a weight of 0
+    std::uint8_t m_nPairs = 0; ///< from there on, two entries each; at an odd end the last is alone
 };
 
 /// All samples of one output position.
 struct ContribList {
-    std::int32_t count;
-    /// What the fast sum begins with. It then adds up samples times `rough` in single precision, in
-    /// any order, each step rounded once. If that sum and the sum less `doubt` are cut to the same
-    /// byte, then so is the sum of doubles; otherwise only the latter counts.
-    float bias;
-    float doubt; ///< below 0: the fast sum doesn't hold the list
+    std::int32_t m_nCount;
+    /// What the fast sum begins with. It then adds up samples times approximate weights in single
+    /// precision, in any order, each step rounded once. If that sum and the sum less the error
+    /// bound are truncated to the same byte, so is the sum of doubles; otherwise only the latter
+    /// counts.
+    float m_fBias;
+    float m_fErrorBound; ///< below 0: the fast sum can't be used for this list
     /// Samples of equal value yield just that value, or one less if it is above this. Below 0:
-    /// there is no telling.
-    std::int16_t flatMost;
-    ContribEntry* entries; ///< in the same block
-    WholeSum whole = {};   ///< instead of bias, doubt, flatMost and the rough weights
+    /// nothing is known of equal samples.
+    std::int16_t m_nFlatMax;
+    ContribEntry* m_pEntries;        ///< in the same block
+    FixedPointSum m_FixedPoint = {}; ///< in place of bias, error bound, flat limit and m_fWeight
 };
 
-/// Added before a sum is truncated: rescues whole numbers from floating-point dust.
+/// Added before a sum is truncated: rescues integers from floating-point noise.
 inline constexpr double kFilterDust = 1e-10;
+
+/// The byte that a sum of doubles is stored as: kFilterDust is added, then the sum is truncated and
+/// clamped to a byte. Not-a-number gives 0. Not inline: see Avx2.h.
+std::uint8_t fnStoredByte(double sum);
 
 } // namespace q32

@@ -1,5 +1,5 @@
 #include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/Dither.h"
+#include "q32Base/kernels/KernelParts.h"
 
 #include <cstring>
 
@@ -193,7 +193,7 @@ void fnHiColorDither(std::uint8_t* pixels, std::size_t count, const std::uint8_t
 } // namespace
 } // namespace avx2
 
-void fnUseAvx2Dither(CqKernels& table) {
+void fnUseAvx2Dither(Kernels& table) {
     table.fnDither16 = avx2::fnDither<avx2::Rgb565>;
     table.fnDither24 = avx2::fnDither<avx2::Rgb24>;
     table.fnDither32 = avx2::fnDither<avx2::Argb32>;

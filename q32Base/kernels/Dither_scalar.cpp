@@ -1,4 +1,4 @@
-#include "q32Base/kernels/Dither.h"
+#include "q32Base/kernels/KernelParts.h"
 #include "q32Base/kernels/Rgb565.h"
 
 namespace q32 {
@@ -62,7 +62,7 @@ void fnHiColorDither(std::uint8_t* pixels, std::size_t count, const std::uint8_t
 
 } // namespace scalar
 
-void fnUseScalarDither(CqKernels& table) {
+void fnUseScalarDither(Kernels& table) {
     table.fnDither16 = scalar::fnDither16;
     table.fnDither24 = scalar::fnDither24;
     table.fnDither32 = scalar::fnDither32;

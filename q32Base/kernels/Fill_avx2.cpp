@@ -1,5 +1,5 @@
 #include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/Fill.h"
+#include "q32Base/kernels/KernelParts.h"
 
 namespace q32 {
 namespace avx2 {
@@ -92,7 +92,7 @@ void fnCopyRows(const std::uint8_t* source, std::size_t sourceStride, std::uint8
 } // namespace
 } // namespace avx2
 
-void fnUseAvx2Fill(CqKernels& table) {
+void fnUseAvx2Fill(Kernels& table) {
     table.fnFill[1] = avx2::fnFill<2>;
     table.fnFill[2] = avx2::fnFill<3>;
     table.fnFill[3] = avx2::fnFill<4>;

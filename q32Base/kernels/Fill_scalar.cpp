@@ -1,4 +1,4 @@
-#include "q32Base/kernels/Fill.h"
+#include "q32Base/kernels/KernelParts.h"
 
 #include <cstring>
 
@@ -26,7 +26,7 @@ void fnCopyRows(const std::uint8_t* source, std::size_t sourceStride, std::uint8
 
 } // namespace
 
-void fnUseScalarFill(CqKernels& table) {
+void fnUseScalarFill(Kernels& table) {
     table.fnFill[0] = fnFill8;
     table.fnFill[1] = fnFill<2>;
     table.fnFill[2] = fnFill<3>;

@@ -2,6 +2,8 @@
 /// Conversion between RGB and HSB (hue, saturation, brightness) in integers.
 #pragma once
 
+#include "q32Base/kernels/Rgb8.h"
+
 #include <algorithm>
 #include <cstdint>
 
@@ -11,28 +13,22 @@ namespace q32 {
 inline constexpr int kUndefinedHue = 32767;
 
 struct Hsb {
-    int hue;        ///< degrees, 0 to 360 inclusive, or kUndefinedHue
-    int saturation; ///< 0 to 255
-    int brightness; ///< 0 to 255: the largest channel
+    int m_nHue;        ///< degrees, 0 to 360 inclusive, or kUndefinedHue
+    int m_nSaturation; ///< 0 to 255
+    int m_nBrightness; ///< 0 to 255: the largest channel
 };
 
-struct Rgb {
-    std::uint8_t red;
-    std::uint8_t green;
-    std::uint8_t blue;
-};
-
-constexpr Hsb fnRgbToHsb(Rgb color) {
+constexpr Hsb fnRgbToHsb(Rgb8 color) {
     enum Channel { RED, GREEN, BLUE };
     struct Ranked {
         int value;
         Channel channel;
     };
-    Ranked low{color.red, RED};
-    Ranked high{color.blue, BLUE};
-    if (color.red > color.blue)
+    Ranked low{color.m_nRed, RED};
+    Ranked high{color.m_nBlue, BLUE};
+    if (color.m_nRed > color.m_nBlue)
         std::swap(low, high);
-    Ranked middle{color.green, GREEN};
+    Ranked middle{color.m_nGreen, GREEN};
     if (middle.value < low.value)
         std::swap(middle, low);
     else if (middle.value > high.value)
@@ -55,13 +51,13 @@ constexpr Hsb fnRgbToHsb(Rgb color) {
     return {hue, saturation, high.value};
 }
 
-/// The way back. Nothing is refused: one turn is added or taken off to bring the hue into the
-/// circle, sums wrap at 32 bits, and results are cut to their low eight bits. The undefined hue
-/// gives the grey of that brightness.
-constexpr Rgb fnHsbToRgb(int hue, int saturation, int brightness) {
+/// The way back. Nothing is refused: 360 degrees are added or subtracted once to bring the
+/// hue into the circle, sums wrap at 32 bits, and results are truncated to their low eight bits.
+/// The undefined hue gives the grey of that brightness.
+constexpr Rgb8 fnHsbToRgb(int hue, int saturation, int brightness) {
     const auto make = [](int red, int green, int blue) {
-        return Rgb{static_cast<std::uint8_t>(red), static_cast<std::uint8_t>(green),
-                   static_cast<std::uint8_t>(blue)};
+        return Rgb8{static_cast<std::uint8_t>(red), static_cast<std::uint8_t>(green),
+                    static_cast<std::uint8_t>(blue)};
     };
     if (hue == kUndefinedHue)
         return make(brightness, brightness, brightness);

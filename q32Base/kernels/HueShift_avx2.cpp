@@ -1,5 +1,5 @@
 #include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/HueShift.h"
+#include "q32Base/kernels/KernelParts.h"
 
 namespace q32 {
 namespace avx2 {
@@ -30,8 +30,8 @@ __m256i fnChoose(__m256i mask, __m256i a, __m256i b) {
 // Eight pixels at a time, a channel in each 32 bits.
 class HueShifter {
 public:
-    explicit HueShifter(const CqHueShift& shift)
-        : m_Turned(shift.turned), m_Saturation(_mm256_set1_epi32(shift.saturation)) {}
+    explicit HueShifter(const HueShift& shift)
+        : m_pSectors(shift.m_nSectors), m_Saturation(_mm256_set1_epi32(shift.m_nSaturation)) {}
 
     // The shifted colours: red, green and blue in bytes 0, 1 and 2, and a zero byte.
     __m256i fnShift(__m256i red, __m256i green, __m256i blue) const {
@@ -45,7 +45,8 @@ public:
         const __m256i hue = fnHue(red, green, blue, redOrBlue, high, low, divisor);
         const __m256i greys = _mm256_cmpeq_epi32(delta, _mm256_setzero_si256());
         // Of a grey, everything is brightness.
-        const __m256i turned = _mm256_andnot_si256(greys, _mm256_i32gather_epi32(m_Turned, hue, 4));
+        const __m256i sector =
+            _mm256_andnot_si256(greys, _mm256_i32gather_epi32(m_pSectors, hue, 4));
 
         const __m256i full = _mm256_set1_epi32(255);
         __m256i saturation =
@@ -57,16 +58,16 @@ public:
         const __m256i chroma = fnDivideBy255(
             _mm256_add_epi32(_mm256_mullo_epi32(saturation, high), _mm256_set1_epi32(127)));
         const __m256i floor = _mm256_sub_epi32(high, chroma);
-        const __m256i rest = _mm256_srai_epi32(turned, 24);
+        const __m256i rest = _mm256_srai_epi32(sector, 24);
         const __m256i step =
             fnDivideBy60(_mm256_add_epi32(_mm256_mullo_epi32(rest, chroma), _mm256_set1_epi32(30)));
-        const __m256i falls = _mm256_cmpeq_epi32(_mm256_and_si256(turned, _mm256_set1_epi32(0x40)),
+        const __m256i falls = _mm256_cmpeq_epi32(_mm256_and_si256(sector, _mm256_set1_epi32(0x40)),
                                                  _mm256_set1_epi32(0x40));
         const __m256i middle = _mm256_and_si256(
             fnChoose(falls, _mm256_sub_epi32(high, step), _mm256_add_epi32(floor, step)), full);
         const __m256i parts = _mm256_or_si256(
             high, _mm256_or_si256(_mm256_slli_epi32(middle, 8), _mm256_slli_epi32(floor, 16)));
-        return _mm256_shuffle_epi8(parts, fnPlaces(turned));
+        return _mm256_shuffle_epi8(parts, fnPlaces(sector));
     }
 
 private:
@@ -102,14 +103,14 @@ private:
 
     // Where a shuffle finds red, green and blue, given that it looks at the low four bits of each
     // byte, and yields 0 for a byte with its top bit set.
-    static __m256i fnPlaces(__m256i turned) {
+    static __m256i fnPlaces(__m256i sector) {
         const __m256i pixel = fnTwice(_mm_setr_epi32(0, 0x00040404, 0x00080808, 0x000C0C0C));
-        const __m256i kept = _mm256_and_si256(turned, _mm256_set1_epi32(0x00030303));
+        const __m256i kept = _mm256_and_si256(sector, _mm256_set1_epi32(0x00030303));
         return _mm256_or_si256(_mm256_or_si256(kept, pixel),
                                _mm256_set1_epi32(static_cast<int>(0x80000000)));
     }
 
-    const std::int32_t* m_Turned;
+    const std::int32_t* m_pSectors;
     __m256i m_Saturation;
 };
 
@@ -117,7 +118,7 @@ __m256i fnByte(__m256i pixels, int shift) {
     return _mm256_and_si256(_mm256_srli_epi32(pixels, shift), _mm256_set1_epi32(0xFF));
 }
 
-void fnHueShift24(std::uint8_t* pixels, std::size_t count, const CqHueShift& shift) {
+void fnHueShift24(std::uint8_t* pixels, std::size_t count, const HueShift& shift) {
     const HueShifter shifter(shift);
     // Of the second 16 bytes, which begin at byte 8, the last 12 are new.
     const __m256i spread = _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1, 4,
@@ -137,7 +138,7 @@ void fnHueShift24(std::uint8_t* pixels, std::size_t count, const CqHueShift& shi
     scalar::fnHueShift24(pixels, count, shift);
 }
 
-void fnHueShift32(std::uint8_t* pixels, std::size_t count, const CqHueShift& shift) {
+void fnHueShift32(std::uint8_t* pixels, std::size_t count, const HueShift& shift) {
     const HueShifter shifter(shift);
     for (; count >= 8; count -= 8, pixels += 32) {
         const __m256i old = fnLoad(pixels);
@@ -147,7 +148,7 @@ void fnHueShift32(std::uint8_t* pixels, std::size_t count, const CqHueShift& shi
     scalar::fnHueShift32(pixels, count, shift);
 }
 
-void fnHueShift16(std::uint8_t* pixels, std::size_t count, const CqHueShift& shift) {
+void fnHueShift16(std::uint8_t* pixels, std::size_t count, const HueShift& shift) {
     const HueShifter shifter(shift);
     const __m256i five = _mm256_set1_epi32(0xF8), six = _mm256_set1_epi32(0xFC);
     for (; count >= 8; count -= 8, pixels += 16) {
@@ -169,7 +170,7 @@ void fnHueShift16(std::uint8_t* pixels, std::size_t count, const CqHueShift& shi
 } // namespace
 } // namespace avx2
 
-void fnUseAvx2HueShift(CqKernels& table) {
+void fnUseAvx2HueShift(Kernels& table) {
     table.fnHueShift16 = avx2::fnHueShift16;
     table.fnHueShift24 = avx2::fnHueShift24;
     table.fnHueShift32 = avx2::fnHueShift32;

@@ -1,5 +1,5 @@
 #include "q32Base/kernels/Hsb.h"
-#include "q32Base/kernels/HueShift.h"
+#include "q32Base/kernels/KernelParts.h"
 #include "q32Base/kernels/Rgb565.h"
 
 #include <algorithm>
@@ -7,12 +7,12 @@
 namespace q32 {
 namespace {
 
-std::int32_t fnTurn(std::int32_t hue, std::int32_t by) {
+std::int32_t fnAddHue(std::int32_t hue, std::int32_t by) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(hue) +
                                      static_cast<std::uint32_t>(by));
 }
 
-// Bytes 0, 1 and 2 are brightness, middle and low, as CqHueShift::turned has them.
+// Bytes 0, 1 and 2 are brightness, middle and low, as HueShift::m_nSectors has them.
 constexpr std::int32_t fnTakeFrom(int red, int green, int blue, bool falling) {
     return red | green << 8 | blue << 16 | (falling ? 0x40 : 0);
 }
@@ -35,55 +35,54 @@ std::int32_t fnDescribe(std::int32_t hue) {
            static_cast<std::int32_t>(rest << 24);
 }
 
-Rgb fnShift(Rgb color, const CqHueShift& shift) {
+Rgb8 fnShift(Rgb8 color, const HueShift& shift) {
     Hsb hsb = fnRgbToHsb(color);
-    if (hsb.hue != kUndefinedHue) {
-        hsb.hue = fnTurn(hsb.hue, shift.hue);
-        hsb.saturation = std::clamp(hsb.saturation + shift.saturation, 0, 255);
+    if (hsb.m_nHue != kUndefinedHue) {
+        hsb.m_nHue = fnAddHue(hsb.m_nHue, shift.m_nHue);
+        hsb.m_nSaturation = std::clamp(hsb.m_nSaturation + shift.m_nSaturation, 0, 255);
     }
-    return fnHsbToRgb(hsb.hue, hsb.saturation, hsb.brightness);
+    return fnHsbToRgb(hsb.m_nHue, hsb.m_nSaturation, hsb.m_nBrightness);
 }
 
 } // namespace
 
 // Shifts beyond 255 are as good as 255.
-CqHueShift::CqHueShift(std::int32_t byHue, std::int32_t bySaturation)
-    : hue(byHue), saturation(std::clamp(bySaturation, -255, 255)) {
+HueShift::HueShift(std::int32_t hue, std::int32_t saturation)
+    : m_nHue(hue), m_nSaturation(std::clamp(saturation, -255, 255)) {
     for (int from = 0; from < kHues; ++from)
-        turned[from] = fnDescribe(fnTurn(from, hue));
+        m_nSectors[from] = fnDescribe(fnAddHue(from, m_nHue));
 }
 
 namespace scalar {
 
-void fnHueShift16(std::uint8_t* pixels, std::size_t count, const CqHueShift& shift) {
+void fnHueShift16(std::uint8_t* pixels, std::size_t count, const HueShift& shift) {
     for (; count != 0; --count, pixels += 2) {
-        const Rgb8 read = fnReadRgb565MixedGreen(pixels);
-        const Rgb color = fnShift({read.m_nRed, read.m_nGreen, read.m_nBlue}, shift);
-        fnWriteRgb565LowFirst(pixels, {color.red, color.green, color.blue});
+        const Rgb8 color = fnShift(fnReadRgb565MixedGreen(pixels), shift);
+        fnWriteRgb565LowFirst(pixels, color);
     }
 }
 
-void fnHueShift24(std::uint8_t* pixels, std::size_t count, const CqHueShift& shift) {
+void fnHueShift24(std::uint8_t* pixels, std::size_t count, const HueShift& shift) {
     for (; count != 0; --count, pixels += 3) {
-        const Rgb color = fnShift({pixels[0], pixels[1], pixels[2]}, shift);
-        pixels[0] = color.red;
-        pixels[1] = color.green;
-        pixels[2] = color.blue;
+        const Rgb8 color = fnShift({pixels[0], pixels[1], pixels[2]}, shift);
+        pixels[0] = color.m_nRed;
+        pixels[1] = color.m_nGreen;
+        pixels[2] = color.m_nBlue;
     }
 }
 
-void fnHueShift32(std::uint8_t* pixels, std::size_t count, const CqHueShift& shift) {
+void fnHueShift32(std::uint8_t* pixels, std::size_t count, const HueShift& shift) {
     for (; count != 0; --count, pixels += 4) {
-        const Rgb color = fnShift({pixels[1], pixels[2], pixels[3]}, shift);
-        pixels[1] = color.red;
-        pixels[2] = color.green;
-        pixels[3] = color.blue;
+        const Rgb8 color = fnShift({pixels[1], pixels[2], pixels[3]}, shift);
+        pixels[1] = color.m_nRed;
+        pixels[2] = color.m_nGreen;
+        pixels[3] = color.m_nBlue;
     }
 }
 
 } // namespace scalar
 
-void fnUseScalarHueShift(CqKernels& table) {
+void fnUseScalarHueShift(Kernels& table) {
     table.fnHueShift16 = scalar::fnHueShift16;
     table.fnHueShift24 = scalar::fnHueShift24;
     table.fnHueShift32 = scalar::fnHueShift32;

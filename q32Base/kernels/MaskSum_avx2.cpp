@@ -1,5 +1,5 @@
 #include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/MaskSum.h"
+#include "q32Base/kernels/KernelParts.h"
 
 namespace q32 {
 namespace avx2 {
@@ -45,7 +45,7 @@ void fnMaskSubtract(const std::uint8_t* source, std::uint8_t* target, std::size_
 } // namespace
 } // namespace avx2
 
-void fnUseAvx2MaskSum(CqKernels& table) {
+void fnUseAvx2MaskSum(Kernels& table) {
     table.fnMaskAdd = avx2::fnMaskAdd;
     table.fnMaskSubtract = avx2::fnMaskSubtract;
 }

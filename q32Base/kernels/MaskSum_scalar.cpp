@@ -1,4 +1,4 @@
-#include "q32Base/kernels/MaskSum.h"
+#include "q32Base/kernels/KernelParts.h"
 
 namespace q32 {
 namespace scalar {
@@ -19,7 +19,7 @@ void fnMaskSubtract(const std::uint8_t* source, std::uint8_t* target, std::size_
 
 } // namespace scalar
 
-void fnUseScalarMaskSum(CqKernels& table) {
+void fnUseScalarMaskSum(Kernels& table) {
     table.fnMaskAdd = scalar::fnMaskAdd;
     table.fnMaskSubtract = scalar::fnMaskSubtract;
 }

@@ -1,5 +1,5 @@
 #include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/Merge.h"
+#include "q32Base/kernels/KernelParts.h"
 
 namespace q32 {
 namespace avx2 {
@@ -197,7 +197,7 @@ void fnMergeMask16(const std::uint8_t* source, std::uint8_t* target, std::size_t
 } // namespace
 } // namespace avx2
 
-void fnUseAvx2Merge(CqKernels& table) {
+void fnUseAvx2Merge(Kernels& table) {
     table.fnMergeKey16 = avx2::fnMergeKey16;
     table.fnMergeKey24 = avx2::fnMergeKey24;
     table.fnMergeMask16 = avx2::fnMergeMask16;

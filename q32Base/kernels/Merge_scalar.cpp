@@ -1,4 +1,4 @@
-#include "q32Base/kernels/Merge.h"
+#include "q32Base/kernels/KernelParts.h"
 #include "q32Base/kernels/Rgb565.h"
 
 namespace q32 {
@@ -67,7 +67,7 @@ void fnMergeAll16(const std::uint8_t* source, std::uint8_t* target, std::size_t 
 
 } // namespace scalar
 
-void fnUseScalarMerge(CqKernels& table) {
+void fnUseScalarMerge(Kernels& table) {
     table.fnMergeKey16 = scalar::fnMergeKey16;
     table.fnMergeKey24 = scalar::fnMergeKey24;
     table.fnMergeMask16 = scalar::fnMergeMask16;

@@ -1,5 +1,5 @@
 #include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/Palette.h"
+#include "q32Base/kernels/KernelParts.h"
 
 #include <cstring>
 
@@ -146,7 +146,7 @@ void fnIndex4ToIndex8(const std::uint8_t* source, std::uint8_t* target, std::siz
 } // namespace
 } // namespace avx2
 
-void fnUseAvx2Palette(CqKernels& table) {
+void fnUseAvx2Palette(Kernels& table) {
     table.fnIndex4ToIndex8 = avx2::fnIndex4ToIndex8;
     table.fnIndex8ToBgr24 = avx2::fnIndex8ToBgr24;
     table.fnIndex8ToBgrx32 = avx2::fnIndex8ToBgrx32;

@@ -1,4 +1,4 @@
-#include "q32Base/kernels/Palette.h"
+#include "q32Base/kernels/KernelParts.h"
 
 namespace q32 {
 namespace scalar {
@@ -62,7 +62,7 @@ void fnIndex8ToArgb32(const std::uint8_t* source, std::uint8_t* target, std::siz
 
 } // namespace scalar
 
-void fnUseScalarPalette(CqKernels& table) {
+void fnUseScalarPalette(Kernels& table) {
     table.fnIndex4ToIndex8 = scalar::fnIndex4ToIndex8;
     table.fnIndex8ToBgr24 = scalar::fnIndex8ToBgr24;
     table.fnIndex8ToBgrx32 = scalar::fnIndex8ToBgrx32;

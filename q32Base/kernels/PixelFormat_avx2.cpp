@@ -1,5 +1,5 @@
 #include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/PixelFormat.h"
+#include "q32Base/kernels/KernelParts.h"
 
 namespace q32 {
 namespace avx2 {
@@ -258,7 +258,7 @@ void fnRgb565ToRgb555Le(const std::uint8_t* source, std::uint8_t* target, std::s
 } // namespace
 } // namespace avx2
 
-void fnUseAvx2PixelFormat(CqKernels& table) {
+void fnUseAvx2PixelFormat(Kernels& table) {
     table.fnRgb565ToBgr24 = avx2::fnRgb565ToBgr24;
     table.fnRgb565ToBgrx32 = avx2::fnRgb565ToBgrx32;
     table.fnRgb565ToRgb24 = avx2::fnRgb565ToRgb24;

@@ -1,4 +1,4 @@
-#include "q32Base/kernels/PixelFormat.h"
+#include "q32Base/kernels/KernelParts.h"
 #include "q32Base/kernels/Rgb565.h"
 
 namespace q32 {
@@ -113,7 +113,7 @@ void fnRgb565ToRgb555Le(const std::uint8_t* source, std::uint8_t* target, std::s
 
 } // namespace scalar
 
-void fnUseScalarPixelFormat(CqKernels& table) {
+void fnUseScalarPixelFormat(Kernels& table) {
     table.fnRgb565ToBgr24 = scalar::fnRgb565ToBgr24;
     table.fnRgb565ToBgrx32 = scalar::fnRgb565ToBgrx32;
     table.fnRgb565ToRgb24 = scalar::fnRgb565ToRgb24;

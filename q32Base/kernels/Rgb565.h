@@ -3,14 +3,11 @@
 /// alone; the vector kernels alone have forms of their own.
 #pragma once
 
+#include "q32Base/kernels/Rgb8.h"
+
 #include <cstdint>
 
 namespace q32 {
-
-/// Eight bits a channel.
-struct Rgb8 {
-    std::uint8_t m_nRed, m_nGreen, m_nBlue;
-};
 
 /// Channels of a value with red in the top bits. They widen by staying in the high bits: the low
 /// bits are 0.

@@ -24,7 +24,7 @@ inline std::size_t fnPixelsToLine(const std::uint8_t* target, std::size_t bytesP
 ///
 /// Example: `fnStreamPixels(kernels, rgb, 3, argb, 4, count, kernels.fnRgb24ToArgb32);`
 template <class Run>
-void fnStreamPixels(const CqKernels& kernels, const std::uint8_t* source, std::size_t sourceBytes,
+void fnStreamPixels(const Kernels& kernels, const std::uint8_t* source, std::size_t sourceBytes,
                     std::uint8_t* target, std::size_t targetBytes, std::size_t count, Run run) {
     // Small blocks, so that the reads of one overlap with the pending writes of the one before. A
     // shorter first one, so that the others begin and end with a cache line: a line that is written

@@ -1,5 +1,5 @@
 #include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/Stream.h"
+#include "q32Base/kernels/KernelParts.h"
 
 namespace q32 {
 namespace avx2 {
@@ -37,7 +37,7 @@ void fnStreamEnd() {
 } // namespace
 } // namespace avx2
 
-void fnUseAvx2Stream(CqKernels& table) {
+void fnUseAvx2Stream(Kernels& table) {
     table.fnStreamCopy = avx2::fnStreamCopy;
     table.fnStreamEnd = avx2::fnStreamEnd;
 }

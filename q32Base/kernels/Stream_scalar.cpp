@@ -1,4 +1,4 @@
-#include "q32Base/kernels/Stream.h"
+#include "q32Base/kernels/KernelParts.h"
 
 #include <cstring>
 
@@ -14,7 +14,7 @@ void fnStreamEnd() {}
 
 } // namespace
 
-void fnUseScalarStream(CqKernels& table) {
+void fnUseScalarStream(Kernels& table) {
     table.fnStreamCopy = fnStreamCopy;
     table.fnStreamEnd = fnStreamEnd;
 }

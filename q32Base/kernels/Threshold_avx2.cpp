@@ -1,5 +1,5 @@
 #include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/Threshold.h"
+#include "q32Base/kernels/KernelParts.h"
 
 namespace q32 {
 namespace avx2 {
@@ -15,7 +15,7 @@ void fnThreshold(std::uint8_t* pixels, std::size_t count, std::uint8_t level) {
 } // namespace
 } // namespace avx2
 
-void fnUseAvx2Threshold(CqKernels& table) {
+void fnUseAvx2Threshold(Kernels& table) {
     table.fnThreshold = avx2::fnThreshold;
 }
 

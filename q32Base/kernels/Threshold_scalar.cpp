@@ -1,4 +1,4 @@
-#include "q32Base/kernels/Threshold.h"
+#include "q32Base/kernels/KernelParts.h"
 
 namespace q32 {
 namespace scalar {
@@ -10,7 +10,7 @@ void fnThreshold(std::uint8_t* pixels, std::size_t count, std::uint8_t level) {
 
 } // namespace scalar
 
-void fnUseScalarThreshold(CqKernels& table) {
+void fnUseScalarThreshold(Kernels& table) {
     table.fnThreshold = scalar::fnThreshold;
 }
 

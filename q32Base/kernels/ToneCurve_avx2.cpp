@@ -1,6 +1,6 @@
 #include "q32Base/kernels/Avx2.h"
+#include "q32Base/kernels/KernelParts.h"
 #include "q32Base/kernels/SplitCurve.h"
-#include "q32Base/kernels/ToneCurve.h"
 
 namespace q32 {
 namespace avx2 {
@@ -44,7 +44,7 @@ void fnCurve32(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curv
 } // namespace
 } // namespace avx2
 
-void fnUseAvx2ToneCurve(CqKernels& table) {
+void fnUseAvx2ToneCurve(Kernels& table) {
     table.fnCurve8 = avx2::fnCurve8;
     table.fnCurve24 = avx2::fnCurve24;
     table.fnCurve32 = avx2::fnCurve32;

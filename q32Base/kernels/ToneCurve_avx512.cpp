@@ -1,4 +1,4 @@
-#include "q32Base/kernels/ToneCurve.h"
+#include "q32Base/kernels/KernelParts.h"
 #include "q32Base/kernels/WholeCurve.h"
 
 namespace q32 {
@@ -31,7 +31,7 @@ void fnCurve32(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curv
 } // namespace
 } // namespace avx512
 
-void fnUseAvx512ToneCurve(CqKernels& table) {
+void fnUseAvx512ToneCurve(Kernels& table) {
     table.fnCurve8 = avx512::fnCurve8;
     table.fnCurve24 = avx512::fnCurve24;
     table.fnCurve32 = avx512::fnCurve32;

@@ -1,4 +1,4 @@
-#include "q32Base/kernels/ToneCurve.h"
+#include "q32Base/kernels/KernelParts.h"
 
 namespace q32 {
 namespace scalar {
@@ -22,7 +22,7 @@ void fnCurve32(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curv
 
 } // namespace scalar
 
-void fnUseScalarToneCurve(CqKernels& table) {
+void fnUseScalarToneCurve(Kernels& table) {
     table.fnCurve8 = scalar::fnCurve8;
     table.fnCurve24 = scalar::fnCurve24;
     table.fnCurve32 = scalar::fnCurve32;

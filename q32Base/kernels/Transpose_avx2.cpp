@@ -1,5 +1,5 @@
 #include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/Transpose.h"
+#include "q32Base/kernels/KernelParts.h"
 
 namespace q32 {
 namespace avx2 {
@@ -119,7 +119,7 @@ void fnTranspose(const std::uint8_t* source, std::ptrdiff_t sourceStride, std::u
 } // namespace
 } // namespace avx2
 
-void fnUseAvx2Transpose(CqKernels& table) {
+void fnUseAvx2Transpose(Kernels& table) {
     table.fnTranspose[0] = avx2::fnTranspose<1>;
     table.fnTranspose[1] = avx2::fnTranspose<2>;
     table.fnTranspose[2] = avx2::fnTranspose<3>;

@@ -1,4 +1,4 @@
-#include "q32Base/kernels/Transpose.h"
+#include "q32Base/kernels/KernelParts.h"
 
 #include <cstring>
 
@@ -26,7 +26,7 @@ template void fnTranspose<4>(const std::uint8_t*, std::ptrdiff_t, std::uint8_t*,
 
 } // namespace scalar
 
-void fnUseScalarTranspose(CqKernels& table) {
+void fnUseScalarTranspose(Kernels& table) {
     table.fnTranspose[0] = scalar::fnTranspose<1>;
     table.fnTranspose[1] = scalar::fnTranspose<2>;
     table.fnTranspose[2] = scalar::fnTranspose<3>;

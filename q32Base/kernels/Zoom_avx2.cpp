@@ -1,5 +1,5 @@
 #include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/Zoom.h"
+#include "q32Base/kernels/KernelParts.h"
 
 #include <cstring>
 
@@ -149,7 +149,7 @@ void fnSample(const std::uint8_t* source, std::uint8_t* target, std::size_t coun
 } // namespace
 } // namespace avx2
 
-void fnUseAvx2Zoom(CqKernels& table) {
+void fnUseAvx2Zoom(Kernels& table) {
     table.fnInflate[0] = avx2::fnInflate<1>;
     table.fnInflate[1] = avx2::fnInflate<2>;
     table.fnInflate[2] = avx2::fnInflate<3>;

@@ -1,4 +1,4 @@
-#include "q32Base/kernels/Zoom.h"
+#include "q32Base/kernels/KernelParts.h"
 
 #include <cassert>
 #include <cstring>
@@ -37,7 +37,7 @@ void fnSample(const std::uint8_t* source, std::uint8_t* target, std::size_t coun
 }
 
 template <std::size_t kBytes>
-static void fnUseZoom(CqKernels& table) {
+static void fnUseZoom(Kernels& table) {
     table.fnInflate[kBytes - 1] = fnInflate<kBytes>;
     table.fnShrink[kBytes - 1] = fnShrink<kBytes>;
     table.fnSample[kBytes - 1] = fnSample<kBytes>;
@@ -66,7 +66,7 @@ template void fnSample<4>(const std::uint8_t*, std::uint8_t*, std::size_t, std::
 
 } // namespace scalar
 
-void fnUseScalarZoom(CqKernels& table) {
+void fnUseScalarZoom(Kernels& table) {
     scalar::fnUseZoom<1>(table);
     scalar::fnUseZoom<2>(table);
     scalar::fnUseZoom<3>(table);

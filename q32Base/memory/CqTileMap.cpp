@@ -1,7 +1,6 @@
 #include "q32Base/memory/CqTileMap.h"
 
 #include "q32Base/framework/Memory.h"
-#include "q32Base/memory/PixelBuffer.h"
 
 #include <algorithm>
 #include <bit>
@@ -23,26 +22,20 @@ CqTileMap::CqTileMap(std::uint32_t width, std::uint32_t height, std::uint32_t bi
                      const RGBQUAD* palette, std::uint32_t count)
     : Width(width), Height(height), BitCount(bitCount), PaletteCount(bitCount < 9 ? count : 0) {
     fnSetGeometry();
-    try {
-        TileTable = q32::fnNewArray<TileEntry>(TileCount);
-        if (BitCount < 9) {
-            // Zero beyond the entries asked for: no index that pixels can hold leaves the block.
-            const std::size_t slots = std::max<std::size_t>(PaletteCount, 256);
-            Palette = q32::fnNewArray<RGBQUAD>(slots);
-            std::memset(Palette, 0, slots * sizeof(RGBQUAD));
-            fnInitPalette(palette);
-        }
-        PixelBuffer = AllocPixelBuffer(fnBlockSize(), FileHandle, MappingHandle, TempFileName);
-    } catch (...) {
-        fnFreeAll();
-        throw;
+    TileTable.reset(q32::fnNewArray<TileEntry>(TileCount));
+    if (BitCount < 9) {
+        // Zero beyond the entries asked for: no index that pixels can hold leaves the block.
+        const std::size_t slots = std::max<std::size_t>(PaletteCount, 256);
+        Palette.reset(q32::fnNewArray<RGBQUAD>(slots));
+        std::memset(Palette.get(), 0, slots * sizeof(RGBQUAD));
+        fnInitPalette(palette);
     }
+    m_Block = q32::PixelBlock(fnBlockSize());
+    PixelBuffer = m_Block.fnGetBytes();
     fnFillTileTable();
 }
 
-CqTileMap::~CqTileMap() {
-    fnFreeAll();
-}
+CqTileMap::~CqTileMap() = default;
 
 void CqTileMap::fnSetGeometry() {
     const std::uint64_t rowBytes = (static_cast<std::uint64_t>(Width) * BitCount + 7) >> 3;
@@ -81,7 +74,7 @@ std::uint32_t CqTileMap::fnBlockSize() const {
 
 void CqTileMap::fnFillTileTable() {
     unsigned char* start = PixelBuffer;
-    TileEntry* entry = TileTable;
+    TileEntry* entry = TileTable.get();
     for (std::uint32_t row = 0; row < TilesDown; ++row) {
         const std::uint32_t height = row + 1 == TilesDown ? LastTileHeight : TileHeight;
         const std::size_t tileBytes = static_cast<std::size_t>(fnRowBytes(TileWidth)) * height;
@@ -90,16 +83,6 @@ void CqTileMap::fnFillTileTable() {
         start += (TilesAcross - 1) * tileBytes +
                  static_cast<std::size_t>(fnRowBytes(LastTileWidth)) * height;
     }
-}
-
-void CqTileMap::fnFreeAll() {
-    delete[] TileTable;
-    delete[] Palette;
-    ::operator delete(DrawDib);
-    delete[] DrawScratch;
-    delete DrawPalette;
-    if (PixelBuffer)
-        FreePixelBuffer(PixelBuffer, fnBlockSize(), &FileHandle, &MappingHandle, &TempFileName);
 }
 
 void CqTileMap::fnReleaseTile(std::uint32_t index) {
@@ -130,7 +113,7 @@ void CqTileMap::fnGetTileRect(CRect* out, std::uint32_t index, bool scaled) cons
 
 std::int32_t CqTileMap::fnScale(std::int32_t value) const {
     constexpr double kMax = 2147483647.0;
-    if (ZoomMode == 2)
+    if (ZoomMode == ZOOM_SHRINK)
         return value / std::max(1, static_cast<std::int32_t>(std::min(Zoom, kMax)));
     if (!(Zoom > 1.0))
         return value;
@@ -140,9 +123,8 @@ std::int32_t CqTileMap::fnScale(std::int32_t value) const {
 std::uint32_t CqTileMap::fnSetPaletteEntry(std::uint32_t first, std::uint32_t count,
                                            const RGBQUAD* entries) {
     count = fnCutPaletteCount(first, count);
-    std::copy_n(entries, count, Palette + (count ? first : 0));
-    delete DrawPalette;
-    DrawPalette = nullptr;
+    std::copy_n(entries, count, Palette.get() + (count ? first : 0));
+    DrawPalette.reset();
     return count;
 }
 
@@ -174,7 +156,7 @@ int CqTileMap::fnFindColor(std::uint8_t red, std::uint8_t green, std::uint8_t bl
 void CqTileMap::fnFetchRow(std::uint32_t row, unsigned char* out) const {
     const std::uint32_t tileRow = row / TileHeight;
     const std::uint32_t inTile = row - tileRow * TileHeight;
-    const TileEntry* tile = TileTable + static_cast<std::size_t>(tileRow) * TilesAcross;
+    const TileEntry* tile = &TileTable[static_cast<std::size_t>(tileRow) * TilesAcross];
     const std::size_t full = fnRowBytes(TileWidth);
     for (std::uint32_t column = 1; column < TilesAcross; ++column, ++tile, out += full)
         std::memcpy(out, tile->Pixels + full * inTile, full);
@@ -185,7 +167,7 @@ void CqTileMap::fnFetchRow(std::uint32_t row, unsigned char* out) const {
 void CqTileMap::fnStoreRow(std::uint32_t row, const unsigned char* in) {
     const std::uint32_t tileRow = row / TileHeight;
     const std::uint32_t inTile = row - tileRow * TileHeight;
-    TileEntry* tile = TileTable + static_cast<std::size_t>(tileRow) * TilesAcross;
+    TileEntry* tile = &TileTable[static_cast<std::size_t>(tileRow) * TilesAcross];
     const std::size_t full = fnRowBytes(TileWidth);
     for (std::uint32_t column = 1; column < TilesAcross; ++column, ++tile, in += full)
         std::memcpy(tile->Pixels + full * inTile, in, full);

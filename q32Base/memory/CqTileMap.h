@@ -5,11 +5,13 @@
 #include "q32Base/framework/CString.h"
 #include "q32Base/framework/Sync.h"
 #include "q32Base/framework/Values.h"
-#include "q32Base/platform/CqScratchService.h"
+#include "q32Base/memory/PixelBlock.h"
 #include "q32Base/platform/Records.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <new>
 
 class CqImageLine;
 class CqImageTile;
@@ -19,6 +21,13 @@ class CWnd;
 struct TileEntry {
     unsigned char* Pixels;
     bool Locked;
+};
+
+/// How `CqTileMap::Zoom` scales an image.
+enum CqZoomMode : std::uint32_t {
+    ZOOM_INFLATE = 1, ///< up, by pixel repetition
+    ZOOM_SHRINK = 2,  ///< down, by nearest sample
+    ZOOM_FIT = 3      ///< to the size of a view
 };
 
 /// The storage of one image: geometry, palette, one block of pixels cut into tiles, the claims on
@@ -44,6 +53,9 @@ public:
     ~CqTileMap();
     CqTileMap(const CqTileMap&) = delete;
     CqTileMap& operator=(const CqTileMap&) = delete;
+
+    /// The block of `PixelBuffer`: whether it lies in RAM or in which file.
+    const q32::PixelBlock& fnGetBlock() const { return m_Block; }
 
     // Defined beside the accessors, in the room above.
 
@@ -100,30 +112,39 @@ public:
     std::uint32_t TileHeight;
     std::uint32_t LastTileWidth;
     std::uint32_t PaletteCount;
-    RGBQUAD* Palette = nullptr; ///< owned; at least 256 entries, zero beyond `PaletteCount`, so
-                                ///< that any index is safe
-    BITMAPINFOHEADER* DrawDib = nullptr;  ///< owned; header, palette slot and pixels
-    unsigned char* DrawScratch = nullptr; ///< owned; staged pixels
     CWnd* DrawWnd = nullptr;
     double Zoom = 1.0;
-    std::uint32_t ZoomMode = 1; ///< 1 inflate, 2 shrink, 3 fit
+    std::uint32_t ZoomMode = ZOOM_INFLATE; ///< a CqZoomMode
     CRect ViewRect;
     CRect ImageRect;
-    unsigned char* PixelBuffer = nullptr; ///< owned
+    unsigned char* PixelBuffer = nullptr; ///< the bytes of the block
     std::uint32_t BufferSize;             ///< RowBytes x Height
-    CqFileHandle FileHandle = kNoFile;
-    CqMappingHandle MappingHandle = kNoMapping;
-    CString TempFileName;
     bool GrayScale = false;
     std::uint32_t LastTileHeight;
-    CPalette* DrawPalette = nullptr;  ///< owned; goes whenever the palette changes
     CPalette* SavedPalette = nullptr; ///< what the device context had selected before drawing
     std::uint32_t DibTileBytes;
     std::uint32_t PackedTileBytes;
     std::uint32_t DrawDibCapacity = 0;
     std::uint32_t DrawScratchCapacity = 0;
-    TileEntry* TileTable = nullptr; ///< owned; in row-major order
     CList<std::uint32_t, std::uint32_t> LockedLines{10};
+
+private:
+    q32::PixelBlock m_Block;
+
+    /// Frees what came from `::operator new`.
+    struct RawDelete {
+        void operator()(BITMAPINFOHEADER* block) const { ::operator delete(block); }
+    };
+
+public:
+    // What the map owns besides its pixels goes before them, the table of tiles first.
+
+    std::unique_ptr<CPalette> DrawPalette;                ///< goes whenever the palette changes
+    std::unique_ptr<unsigned char[]> DrawScratch;         ///< staged pixels
+    std::unique_ptr<BITMAPINFOHEADER, RawDelete> DrawDib; ///< header, palette slot and pixels
+    std::unique_ptr<RGBQUAD[]> Palette; ///< at least 256 entries, zero beyond `PaletteCount`, so
+                                        ///< that any index is safe
+    std::unique_ptr<TileEntry[]> TileTable; ///< in row-major order
 
     static CCriticalSection TileLock;
     static CCriticalSection LineLock;
@@ -131,6 +152,5 @@ public:
 private:
     void fnSetGeometry();
     void fnFillTileTable();
-    void fnFreeAll();
     std::uint32_t fnBlockSize() const;
 };

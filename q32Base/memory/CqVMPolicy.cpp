@@ -87,12 +87,8 @@ bool CqVMPolicy::fnReadSettings() {
 /// A disk keeps what it has when memory runs out on the way.
 void CqVMPolicy::fnReadDisk(unsigned int index) {
     const bool enabled = DiskFlags[index];
-    try {
-        q32::fnGuardMemory([&] { fnTakeDisk(index); });
-    } catch (CMemoryException* failure) {
-        failure->Delete();
+    if (!q32::fnTryMemory([&] { fnTakeDisk(index); }))
         DiskFlags[index] = enabled;
-    }
 }
 
 void CqVMPolicy::fnTakeDisk(unsigned int index) {
@@ -148,23 +144,18 @@ bool CqVMPolicy::fnSearchAvail(unsigned long size, bool allowRam, CString& path)
     path.Empty();
     if (allowRam && static_cast<std::uint32_t>(RamUsed + size32) <= RamLimit)
         return true;
-    try {
-        return q32::fnGuardMemory([&] {
-            CqFileService& files = *q32::fnPlatform().m_pFiles;
-            for (unsigned int i = 0; i < kDisks; ++i) {
-                if (!DiskFlags[i] || !DiskPaths[i][0] || !fnHasRoom(i, size32))
-                    continue;
-                if (!files.fnExists(DiskPaths[i]) && !files.fnCreateDirectory(DiskPaths[i]))
-                    return false; // deliberate: no later disk is tried
-                path = DiskPaths[i];
-                return true;
-            }
-            return false;
-        });
-    } catch (CMemoryException* failure) {
-        failure->Delete();
+    return q32::fnTryMemory([&] {
+        CqFileService& files = *q32::fnPlatform().m_pFiles;
+        for (unsigned int i = 0; i < kDisks; ++i) {
+            if (!DiskFlags[i] || !DiskPaths[i][0] || !fnHasRoom(i, size32))
+                continue;
+            if (!files.fnExists(DiskPaths[i]) && !files.fnCreateDirectory(DiskPaths[i]))
+                return false; // deliberate: no later disk is tried
+            path = DiskPaths[i];
+            return true;
+        }
         return false;
-    }
+    });
 }
 
 void CqVMPolicy::fnDeleteVMFiles() {

@@ -1,6 +1,6 @@
 /// @file
-/// The only source of large blocks. A buffer is told by five values that its owner keeps side by
-/// side: address, size, file handle, mapping handle and the temporary file's name.
+/// The only source of large blocks. Five values identify a block: address, size, file handle,
+/// mapping handle and the temporary file's name; `q32::PixelBlock` keeps them together.
 #pragma once
 
 #include "q32Base/framework/CString.h"
@@ -8,7 +8,7 @@
 
 #include <cstdint>
 
-/// Takes a block of `size` bytes where the memory policy wants it: RAM, or a temporary file that is
+/// Takes a block of `size` bytes where the memory policy puts it: RAM, or a temporary file that is
 /// mapped. Page-aligned; the contents are what the platform gives.
 /// @param file     `kNoFile` for a block in RAM
 /// @param mapping  `kNoMapping` for a block in RAM

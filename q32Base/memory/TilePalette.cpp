@@ -63,15 +63,14 @@ void CqTileMap::fnInitPalette(const RGBQUAD* palette) {
             Palette[i] = fnQuad(static_cast<int>(i), static_cast<int>(i), static_cast<int>(i));
         GrayScale = true;
     } else if (palette) {
-        std::copy_n(palette, PaletteCount, Palette);
-        GrayScale = BitCount == 8 && PaletteCount >= 256 && fnIsRamp(Palette);
+        std::copy_n(palette, PaletteCount, Palette.get());
+        GrayScale = BitCount == 8 && PaletteCount >= 256 && fnIsRamp(Palette.get());
     } else if (BitCount == 4) {
-        std::copy_n(kDefault16, std::min<std::uint32_t>(PaletteCount, 16), Palette);
+        std::copy_n(kDefault16, std::min<std::uint32_t>(PaletteCount, 16), Palette.get());
     } else {
-        fnFillCube(Palette, PaletteCount);
+        fnFillCube(Palette.get(), PaletteCount);
     }
-    delete DrawPalette;
-    DrawPalette = nullptr;
+    DrawPalette.reset();
 }
 
 bool CqTileMap::fnCreatePalette(CPalette& out) const {

@@ -17,11 +17,11 @@ namespace q32 {
 class PixelArea {
 public:
     explicit PixelArea(const CqTileMap& map)
-        : m_pTiles(map.TileTable), m_nAcross(map.TilesAcross),
+        : m_pTiles(map.TileTable.get()), m_nAcross(map.TilesAcross),
           m_nShiftX(map.TilesAcross == 1 ? 31 : 7), m_nShiftY(map.TilesDown == 1 ? 31 : 7),
           m_nTileWidth(map.TileWidth), m_nLastWidth(map.LastTileWidth), m_nWidth(map.Width),
           m_nHeight(map.Height), m_nBytes(map.BytesPerPixel),
-          m_bScratch(map.FileHandle != kNoFile) {
+          m_bScratch(map.fnGetBlock().fnIsOnDisk()) {
         static_assert(CqTileMap::kMaxTileSize == 1 << 7);
     }
     /// @param tiles     in row-major order; of `1 << shiftX` by `1 << shiftY` pixels, the last

@@ -1,12 +1,11 @@
 #include "q32Base/messages/CqTitleSwap.h"
 
-#include "q32Base/framework/Exceptions.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <cstdlib>
 #include <cstring>
-#include <new>
 #include <string>
 
 namespace {
@@ -28,13 +27,7 @@ CString fnGetTitle(const CWinApp& app) {
 
 /// The title to swap to; empty when there is none, or no memory for it.
 CString fnFindTitle(const CWinApp& app) {
-    try {
-        return fnGetTitle(app);
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-    } catch (const std::bad_alloc&) {
-    }
-    return CString();
+    return q32::fnTryMemoryOr(CString(), [&] { return fnGetTitle(app); });
 }
 
 /// A copy from `malloc`, as an application's name may be; null when there is no memory.

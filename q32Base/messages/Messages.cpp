@@ -1,6 +1,6 @@
 #include "q32Base/messages/Messages.h"
 
-#include "q32Base/framework/Exceptions.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/framework/PathRules.h"
 #include "q32Base/messages/CqTitleSwap.h"
 #include "q32Base/messages/StringTable.h"
@@ -10,7 +10,6 @@
 #include <cstring>
 #include <iterator>
 #include <memory>
-#include <new>
 #include <string>
 #include <string_view>
 
@@ -65,17 +64,6 @@ Rule fnRule(int id, UINT type) {
     if (rule != std::end(kRules))
         return *rule;
     return {id, 2, id >= kLastFailureId ? MB_ICONHAND : MB_ICONEXCLAMATION};
-}
-
-/// Runs `work`, and does without the rest of it when memory runs out.
-template <typename Work>
-void fnWithoutMemoryFailure(Work&& work) {
-    try {
-        work();
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-    } catch (const std::bad_alloc&) {
-    }
 }
 
 /// A text with room for `Bytes` bytes and an end mark; what passes the end is dropped.
@@ -151,7 +139,7 @@ int fnShowBox(const char* text, UINT style) {
     if (!messages)
         return answer;
     const CqTitleSwap swap;
-    fnWithoutMemoryFailure([&] { answer = messages->fnShowBox(text, style, swap.fnGetCaption()); });
+    q32::fnTryMemory([&] { answer = messages->fnShowBox(text, style, swap.fnGetCaption()); });
     return answer;
 }
 
@@ -161,12 +149,12 @@ int q32ShowMsg(int nMsgId, HINSTANCE hInstance, const char* pszArg1, const char*
                unsigned int nType) {
     const Rule rule = fnRule(nMsgId, nType);
     Loaded loaded;
-    fnWithoutMemoryFailure([&] { fnLoadText(nMsgId, hInstance, loaded); });
+    q32::fnTryMemory([&] { fnLoadText(nMsgId, hInstance, loaded); });
     if (!pszArg1)
         return fnShowBox(loaded.m_szText, rule.m_nStyle);
 
     Arguments arguments;
-    fnWithoutMemoryFailure([&] {
+    q32::fnTryMemory([&] {
         arguments.fnCollect(loaded.m_nLength, rule.m_nArguments >= 1 ? pszArg1 : nullptr,
                             rule.m_nArguments >= 2 ? pszArg2 : nullptr);
     });
@@ -190,7 +178,7 @@ void q32ShowSysMsg(unsigned long nError) {
         return;
     std::string text;
     bool known = false;
-    fnWithoutMemoryFailure([&] { known = messages->fnFormatError(code, text); });
+    q32::fnTryMemory([&] { known = messages->fnFormatError(code, text); });
     if (known)
         fnShowBox(text.c_str(), MB_OK);
 }

@@ -2,33 +2,43 @@
 
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/framework/Memory.h"
-#include "q32Base/messages/Messages.h"
+#include "q32Base/messages/ReportMemory.h"
 #include "q32Base/services/CqDumpBin.h"
 
 #include <cstring>
+#include <memory>
 #include <utility>
 
 namespace {
 
-CqVMPolicy* thePolicy = nullptr;
-CqDisplayProperty* theDisplay = nullptr;
-bool theAttached = false;
+/// One of the two objects between start and stop, and the accessor's answer, which a stop leaves.
+template <typename Object>
+struct Singleton {
+    std::unique_ptr<Object> m_pOwned;
+    Object* m_pAnswer = nullptr;
+
+    void fnMake() {
+        m_pOwned.reset(q32::fnNew<Object>());
+        m_pAnswer = m_pOwned.get();
+    }
+    void fnForget() {
+        m_pOwned.reset();
+        m_pAnswer = nullptr;
+    }
+};
+
+Singleton<CqVMPolicy> thePolicy;
+Singleton<CqDisplayProperty> theDisplay; // made last: the library is attached while it is owned
 
 /// Makes the two objects. False, after a message, when memory runs out.
-bool fnCreateSingletons() {
-    try {
-        q32::fnGuardMemory([] {
-            thePolicy = q32::fnNew<CqVMPolicy>();
-            theDisplay = q32::fnNew<CqDisplayProperty>();
-        });
-        return true;
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-        q32ShowMsg(-1, nullptr, nullptr, nullptr, 0);
-        delete thePolicy;
-        thePolicy = nullptr;
-        return false;
-    }
+bool fnMakeSingletons() {
+    const bool made = q32::fnReportMemory([] {
+        thePolicy.fnMake();
+        theDisplay.fnMake();
+    });
+    if (!made)
+        thePolicy.fnForget();
+    return made;
 }
 
 constexpr HRESULT kSuccess = 0;
@@ -47,14 +57,12 @@ DWORD fnGetDword(const CqResourceData& data, std::size_t offset) {
 }
 
 bool fnFindVersion(CqResourceData& data) {
-    try {
+    return q32::fnTryMemory([&] {
         return q32::fnHasPlatform() &&
                q32::fnPlatform().m_pResources->fnFind(q32::fnModuleInstance(), RT_VERSION_ID,
                                                       WORD{1}, data) &&
                data.m_pBytes && data.m_nSize >= kProductVersionLow + sizeof(DWORD);
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
+    });
 }
 
 } // namespace
@@ -63,34 +71,32 @@ bool q32Attach(CqPlatform platform) {
     if (q32::fnHasPlatform() || !platform.fnIsComplete())
         return false;
     q32::fnSetPlatform(std::move(platform));
-    thePolicy = nullptr; // what a former run has left
-    theDisplay = nullptr;
-    if (!fnCreateSingletons()) {
+    thePolicy.fnForget(); // what a former run has left
+    theDisplay.fnForget();
+    if (!fnMakeSingletons()) {
         q32::fnClearPlatform();
         return false;
     }
-    theAttached = true;
-    thePolicy->fnSerialize(true);
-    theDisplay->fnSerialize(true);
+    thePolicy.m_pOwned->fnSerialize(true);
+    theDisplay.m_pOwned->fnSerialize(true);
     return true;
 }
 
 void q32Detach() {
-    if (!theAttached)
+    if (!theDisplay.m_pOwned)
         return;
     q32DestroyDumpWnd();
-    theAttached = false;
-    delete thePolicy;
-    delete theDisplay;
+    thePolicy.m_pOwned.reset();
+    theDisplay.m_pOwned.reset();
     q32::fnClearPlatform();
 }
 
 CqVMPolicy* q32GetVMPolicy() {
-    return thePolicy;
+    return thePolicy.m_pAnswer;
 }
 
 CqDisplayProperty* q32GetDisplayProperty() {
-    return theDisplay;
+    return theDisplay.m_pAnswer;
 }
 
 HRESULT DllGetVersion(DLLVERSIONINFO* record) {

@@ -17,12 +17,12 @@
 ///         attached. The platform's message service stays in force even so.
 Q32_API bool q32Attach(CqPlatform platform);
 
-/// Stops the library: destroys a dump window that stands, whose layout goes into the settings file,
-/// and the two objects, and takes the platform out of force. Nothing else is written to the
-/// settings file: who wants that calls `fnSerialize(false)` before. Images, waves and whatever else
-/// came from the library must be gone by then. Without an attach, nothing happens. `q32GetVMPolicy`
-/// and `q32GetDisplayProperty` answer as before until the next attach begins, but there is nothing
-/// behind their answers any more.
+/// Stops the library: destroys the dump window if there is one, whose layout goes into the settings
+/// file, and the two objects, and takes the platform out of force. Nothing else is written to the
+/// settings file: a host that keeps its settings calls `fnSerialize(false)` before. Images, waves
+/// and whatever else came from the library must be gone by then. Without an attach, nothing
+/// happens. `q32GetVMPolicy` and `q32GetDisplayProperty` answer as before until the next attach
+/// begins, but there is nothing behind their answers any more.
 Q32_API void q32Detach();
 
 extern "C" {

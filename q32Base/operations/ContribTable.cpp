@@ -39,12 +39,12 @@ constexpr double kMaxWeight = 1.9;
 
 double fnWeightSize(const ContribList& list) {
     return std::accumulate(
-        list.entries, list.entries + list.count, 0.0,
-        [](double size, const ContribEntry& entry) { return size + std::fabs(entry.weight); });
+        list.m_pEntries, list.m_pEntries + list.m_nCount, 0.0,
+        [](double size, const ContribEntry& entry) { return size + std::fabs(entry.m_dWeight); });
 }
 
 /// How many parts of a denominator a weight is; there may be a rest.
-int fnWholeParts(double weight, double denominator) {
+int fnUnits(double weight, double denominator) {
     const double parts = weight * denominator;
     return static_cast<int>(parts + std::copysign(0.5, parts));
 }
@@ -57,9 +57,9 @@ double fnDenominator(const ContribList& list) {
     for (const double denominator : {18.0, 144.0, 288.0, 486.0, 1152.0, 1458.0, 2250.0}) {
         double off = 0.0;
         // Nearly all are given up at their first weight.
-        for (std::int32_t i = 0; i < list.count && 255.0 * off < kFilterDust / 4.0; ++i) {
-            const double weight = list.entries[i].weight;
-            off += std::fabs(weight - fnWholeParts(weight, denominator) / denominator);
+        for (std::int32_t i = 0; i < list.m_nCount && 255.0 * off < kFilterDust / 4.0; ++i) {
+            const double weight = list.m_pEntries[i].m_dWeight;
+            off += std::fabs(weight - fnUnits(weight, denominator) / denominator);
         }
         if (255.0 * off < kFilterDust / 4.0)
             return denominator;
@@ -81,8 +81,8 @@ int fnRadixBits(const ContribList& list, double denominator) {
     for (int bits = 4; bits <= 6; ++bits) {
         int high = 0;
         int low = 0;
-        for (std::int32_t i = 0; i < list.count && high <= kMax && low <= kMax; ++i) {
-            const CutWeight cut(fnWholeParts(list.entries[i].weight, denominator), bits);
+        for (std::int32_t i = 0; i < list.m_nCount && high <= kMax && low <= kMax; ++i) {
+            const CutWeight cut(fnUnits(list.m_pEntries[i].m_dWeight, denominator), bits);
             high += std::abs(cut.high);
             low += std::abs(cut.low);
         }
@@ -101,15 +101,15 @@ int fnRadixBits(const ContribList& list, double denominator) {
 std::int16_t fnFlatMost(const ContribList& list, double sum) {
     constexpr std::int32_t kMaxEntries = 100;
     const double lacking = 1.0 - sum;
-    if (list.count > kMaxEntries || !(std::fabs(lacking) < 1e-3))
+    if (list.m_nCount > kMaxEntries || !(std::fabs(lacking) < 1e-3))
         return -1;
     const auto staysAt = [&](int p) {
         const double off = p * lacking;
         if (std::fabs(off - kFilterDust) > 0.08 * kFilterDust)
             return off < kFilterDust;
         double exact = 0.0;
-        for (std::int32_t k = 0; k < list.count; ++k)
-            exact += p * list.entries[k].weight;
+        for (std::int32_t k = 0; k < list.m_nCount; ++k)
+            exact += p * list.m_pEntries[k].m_dWeight;
         return exact + kFilterDust >= p;
     };
     int most = 255;
@@ -138,31 +138,31 @@ std::int16_t fnFlatMost(const ContribList& list, double sum) {
 // (M + 1/2) / D, too, is cut to that number, and lies 1 / (2 D) or more from any whole one. It is
 // formed in single precision, rounded thrice: that is off by less than 257 x 3 x 2^-24 < 1 / (2 D)
 // where it counts, beyond 256 being 255 all the same.
-bool fnSetWholeParts(ContribList& list) {
-    if (list.count > kMaxWholeEntries || !(fnWeightSize(list) < kMaxWeight))
+bool fnSetFixedPointWeights(ContribList& list) {
+    if (list.m_nCount > kMaxFixedPointEntries || !(fnWeightSize(list) < kMaxWeight))
         return false;
     const double denominator = fnDenominator(list);
     const int bits = denominator == 0.0 ? 0 : fnRadixBits(list, denominator);
     if (bits == 0)
         return false;
     const auto partsOf = [&](std::int32_t k) {
-        return k < list.count ? fnWholeParts(list.entries[k].weight, denominator) : 0;
+        return k < list.m_nCount ? fnUnits(list.m_pEntries[k].m_dWeight, denominator) : 0;
     };
     std::int32_t begin = 0;
-    while (begin + 1 < list.count && partsOf(begin) == 0)
+    while (begin + 1 < list.m_nCount && partsOf(begin) == 0)
         ++begin;
-    std::int32_t end = list.count;
+    std::int32_t end = list.m_nCount;
     while (end > begin + 1 && partsOf(end - 1) == 0)
         --end;
-    list.whole.part = static_cast<float>(1.0 / denominator);
-    list.whole.radix = static_cast<std::uint8_t>(1 << bits);
-    list.whole.begin = static_cast<std::uint8_t>(begin);
-    list.whole.pairs = static_cast<std::uint8_t>((end - begin + 1) / 2);
+    list.m_FixedPoint.m_fUnit = static_cast<float>(1.0 / denominator);
+    list.m_FixedPoint.m_nRadix = static_cast<std::uint8_t>(1 << bits);
+    list.m_FixedPoint.m_nBegin = static_cast<std::uint8_t>(begin);
+    list.m_FixedPoint.m_nPairs = static_cast<std::uint8_t>((end - begin + 1) / 2);
     for (std::int32_t k = begin; k < end; k += 2) {
         const CutWeight one(partsOf(k), bits);
         const CutWeight other(partsOf(k + 1), bits);
         const int parts[] = {one.low, other.low, one.high, other.high};
-        std::transform(parts, parts + 4, list.entries[k].parts,
+        std::transform(parts, parts + 4, list.m_pEntries[k].m_Parts,
                        [](int part) { return static_cast<std::int8_t>(part); });
     }
     return true;
@@ -173,32 +173,32 @@ bool fnSetWholeParts(ContribList& list) {
 // final subtraction of `doubt`, rounds a number below 255 W + 1 in size: (n + 1) (255 W + 1) u. The
 // sum of doubles itself is off the true one by less than n 2^-44, and kFilterDust shifts it; that
 // is less than one step more. So (n + 4) (255 W + 1) u holds all of it.
-void fnSetRoughWeights(ContribList& list) {
+void fnSetApproximateWeights(ContribList& list) {
     constexpr int kMaxEntries = 500;
     static_assert(kMaxEntries < kWideSum);
     const double size = fnWeightSize(list);
-    list.bias = 0.0F;
-    list.doubt = -1.0F;
-    list.flatMost = -1;
-    if (list.count > kMaxEntries || !(size < kMaxWeight))
+    list.m_fBias = 0.0F;
+    list.m_fErrorBound = -1.0F;
+    list.m_nFlatMax = -1;
+    if (list.m_nCount > kMaxEntries || !(size < kMaxWeight))
         return;
     double sum = 0.0;
-    for (std::int32_t i = 0; i < list.count; ++i) {
-        ContribEntry& entry = list.entries[i];
-        entry.rough = static_cast<float>(entry.weight);
-        sum += entry.weight;
+    for (std::int32_t i = 0; i < list.m_nCount; ++i) {
+        ContribEntry& entry = list.m_pEntries[i];
+        entry.m_fWeight = static_cast<float>(entry.m_dWeight);
+        sum += entry.m_dWeight;
     }
-    const double band = std::ldexp((list.count + 4) * (255.0 * size + 1.0), -24);
+    const double band = std::ldexp((list.m_nCount + 4) * (255.0 * size + 1.0), -24);
     const double denominator = fnDenominator(list);
     if (denominator != 0.0 && band * denominator < 0.49) {
         // Sums lie that far apart: raised by half a step, none comes near to a whole number.
-        list.bias = static_cast<float>(0.5 / denominator);
-        list.doubt = 0.0F;
+        list.m_fBias = static_cast<float>(0.5 / denominator);
+        list.m_fErrorBound = 0.0F;
         return;
     }
-    list.bias = static_cast<float>(band);
-    list.doubt = 2.0F * list.bias;
-    list.flatMost = fnFlatMost(list, sum);
+    list.m_fBias = static_cast<float>(band);
+    list.m_fErrorBound = 2.0F * list.m_fBias;
+    list.m_nFlatMax = fnFlatMost(list, sum);
 }
 
 ContribTable::ContribTable(double scale, std::uint32_t dstCount, std::uint32_t srcCount)
@@ -220,13 +220,13 @@ ContribTable::ContribTable(double scale, std::uint32_t dstCount, std::uint32_t s
     auto* entries = new (m_pBlock.get() + dstCount * sizeof(ContribList))
         ContribEntry[static_cast<std::size_t>(dstCount) * m_nCapacity];
     for (std::uint32_t i = 0; i < dstCount; ++i, entries += m_nCapacity) {
-        m_pLists[i].count = 0;
-        m_pLists[i].entries = entries;
+        m_pLists[i].m_nCount = 0;
+        m_pLists[i].m_pEntries = entries;
         fnFillList(m_pLists[i], i, scale, srcCount);
     }
-    m_bWhole = std::all_of(m_pLists, m_pLists + dstCount, fnSetWholeParts);
-    if (!m_bWhole)
-        std::for_each(m_pLists, m_pLists + dstCount, fnSetRoughWeights);
+    m_bFixedPoint = std::all_of(m_pLists, m_pLists + dstCount, fnSetFixedPointWeights);
+    if (!m_bFixedPoint)
+        std::for_each(m_pLists, m_pLists + dstCount, fnSetApproximateWeights);
 }
 
 void ContribTable::fnFillList(ContribList& list, std::uint32_t i, double scale,
@@ -244,13 +244,13 @@ void ContribTable::fnFillList(ContribList& list, std::uint32_t i, double scale,
         double k = fnKernel(d);
         if (scale < 1.0)
             k = k * scale;
-        list.entries[list.count++] = {fnReflect(j, srcCount), 0.0F, k};
+        list.m_pEntries[list.m_nCount++] = {fnReflect(j, srcCount), 0.0F, k};
         sum += k;
     }
     if (std::fabs(sum - 1.0) > 1e-10) {
         const double factor = 1.0 / sum;
-        for (std::int32_t k = 0; k < list.count; ++k)
-            list.entries[k].weight *= factor;
+        for (std::int32_t k = 0; k < list.m_nCount; ++k)
+            list.m_pEntries[k].m_dWeight *= factor;
     }
 }
 

@@ -12,11 +12,11 @@ namespace q32 {
 inline constexpr std::uint32_t kWideSum = 4096;
 
 /// Gives a list, whose entries have their weights, what the fast sum needs.
-void fnSetRoughWeights(ContribList& list);
+void fnSetApproximateWeights(ContribList& list);
 
 /// Gives such a list what the whole sum needs instead. False: its weights are no multiples of one
 /// small part.
-bool fnSetWholeParts(ContribList& list);
+bool fnSetFixedPointWeights(ContribList& list);
 
 /// The samples and weights of one axis, for the filter of Mitchell and Netravali with B = C = 1/3
 /// (Reconstruction Filters in Computer Graphics, 1988), which widens when reducing. One heap block:
@@ -35,14 +35,14 @@ public:
     /// The most entries that a list can have.
     std::uint32_t fnCapacity() const { return m_nCapacity; }
     /// All lists have whole sums, as those of whole factors do. Otherwise all have fast sums.
-    bool fnIsWhole() const { return m_bWhole; }
+    bool fnIsFixedPoint() const { return m_bFixedPoint; }
 
 private:
     void fnFillList(ContribList& list, std::uint32_t i, double scale, std::uint32_t srcCount) const;
 
     double m_nWidth; ///< how far the filter reaches to each side, in source samples
     std::uint32_t m_nCapacity = 0;
-    bool m_bWhole = false;
+    bool m_bFixedPoint = false;
     std::unique_ptr<unsigned char[]> m_pBlock;
     ContribList* m_pLists = nullptr;
 };

@@ -11,7 +11,8 @@ namespace {
 
 /// From one image's depth to the 24 or 32 bits of another.
 q32::PixelReading fnWidening(const CqTileMap& source, const CqTileMap& target) {
-    return {source.BitCount, source.Palette, target.BitCount == 32 ? PIXEL_ARGB32 : PIXEL_RGB24};
+    return {source.BitCount, source.Palette.get(),
+            target.BitCount == 32 ? PIXEL_ARGB32 : PIXEL_RGB24};
 }
 
 /// A 4-bit image is one tile whatever its size, so it is carried over row by row.

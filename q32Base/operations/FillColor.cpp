@@ -1,4 +1,4 @@
-#include "q32Base/framework/Exceptions.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelBytes.h"
@@ -48,14 +48,12 @@ void fnShow(CqImage& image, const CRect& rect) {
     place.OffsetRect(q32::fnWrapSub(shown.left, map.ImageRect.left),
                      q32::fnWrapSub(shown.top, map.ImageRect.top));
     place = CRect(place.TopLeft(), shown.Size());
-    try {
+    q32::fnTryMemory([&] { // the fill stands whether it is shown or not
         if (CDC* dc = map.DrawWnd->GetDC()) {
             image.fnDraw(dc, place, shown.left, shown.top, false, false);
             map.DrawWnd->ReleaseDC(dc);
         }
-    } catch (CMemoryException* failure) { // the fill stands all the same
-        failure->Delete();
-    }
+    });
 }
 
 } // namespace

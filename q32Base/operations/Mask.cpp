@@ -58,7 +58,7 @@ struct PlacedMask {
 /// by tile, so that both passes find the tile in the nearest cache.
 void fnCombine(const PlacedMask& own, const PlacedMask& other, bool add, CqTileMap& result,
                const CPoint& corner) {
-    const q32::CqPixelRun run = add ? q32::fnKernels().fnMaskAdd : q32::fnKernels().fnMaskSubtract;
+    const q32::PixelRun run = add ? q32::fnKernels().fnMaskAdd : q32::fnKernels().fnMaskSubtract;
     const auto copy = [](const unsigned char* from, unsigned char* to, std::size_t count) {
         std::memcpy(to, from, count);
     };

@@ -19,7 +19,7 @@ public:
     /// `weights` is looked at by a mask alone.
     void operator()(const unsigned char* source, unsigned char* target, std::size_t pixels,
                     const unsigned char* weights) const {
-        const q32::CqKernels& kernels = q32::fnKernels();
+        const q32::Kernels& kernels = q32::fnKernels();
         if (m_eType == MERGE_KEY)
             (m_bShort ? kernels.fnMergeKey16 : kernels.fnMergeKey24)(source, target, pixels, m_Key);
         else if (m_eType == MERGE_MASK)

@@ -13,7 +13,7 @@ namespace {
 std::unique_ptr<CqTileMap> fnNewSize(const CqTileMap& map, std::uint32_t width,
                                      std::uint32_t height) {
     return std::unique_ptr<CqTileMap>(
-        q32::fnNew<CqTileMap>(width, height, map.BitCount, map.Palette, map.PaletteCount));
+        q32::fnNew<CqTileMap>(width, height, map.BitCount, map.Palette.get(), map.PaletteCount));
 }
 
 /// Asked beside the answer of the last call: a host's own display may give either alone.

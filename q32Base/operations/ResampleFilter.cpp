@@ -1,6 +1,6 @@
 #include "q32Base/framework/Exceptions.h"
 #include "q32Base/framework/Memory.h"
-#include "q32Base/memory/PixelBuffer.h"
+#include "q32Base/memory/PixelBlock.h"
 #include "q32Base/memory/TileWalk.h"
 #include "q32Base/operations/ProgressRun.h"
 #include "q32Base/operations/Resample.h"
@@ -21,24 +21,18 @@ public:
         const std::uint64_t row = std::uint64_t{width} * bytesPerPixel;
         if (row > 0xFFFFFFFFu / height)
             AfxThrowMemoryException();
-        m_nSize = static_cast<std::uint32_t>(row * height);
+        const auto size = static_cast<std::uint32_t>(row * height);
         const std::size_t across = ((width - 1) >> m_nShiftX) + 1;
         const std::size_t down = ((height - 1) >> kTileShift) + 1;
         m_pTiles.reset(fnNewArray<TileEntry>(across * down));
-        if (m_nSize != 0) // 4-bit pixels have no bytes
-            m_pPixels = AllocPixelBuffer(m_nSize, m_File, m_Mapping, m_szName);
+        if (size != 0) // 4-bit pixels have no bytes
+            m_Block = PixelBlock(size);
         fnPlaceTiles(across, down);
     }
-    ~IntermediateBuffer() {
-        if (m_pPixels)
-            FreePixelBuffer(m_pPixels, m_nSize, &m_File, &m_Mapping, &m_szName);
-    }
-    IntermediateBuffer(const IntermediateBuffer&) = delete;
-    IntermediateBuffer& operator=(const IntermediateBuffer&) = delete;
 
     PixelArea fnArea() const {
-        return {m_pTiles.get(), m_nShiftX, kTileShift,       m_nWidth,
-                m_nHeight,      m_nBytes,  m_File != kNoFile};
+        return {m_pTiles.get(), m_nShiftX, kTileShift,          m_nWidth,
+                m_nHeight,      m_nBytes,  m_Block.fnIsOnDisk()};
     }
 
 private:
@@ -46,7 +40,7 @@ private:
     static constexpr std::uint32_t kWideShift = 9; ///< what sums of columns take at once at 8 bits
 
     void fnPlaceTiles(std::size_t across, std::size_t down) {
-        unsigned char* at = m_pPixels;
+        unsigned char* at = m_Block.fnGetBytes();
         TileEntry* entry = m_pTiles.get();
         for (std::size_t row = 0; row < down; ++row)
             for (std::size_t column = 0; column < across; ++column) {
@@ -65,11 +59,7 @@ private:
     std::uint32_t m_nBytes;
     std::uint32_t m_nShiftX;
     std::unique_ptr<TileEntry[]> m_pTiles;
-    unsigned char* m_pPixels = nullptr;
-    std::uint32_t m_nSize;
-    CqFileHandle m_File = kNoFile;
-    CqMappingHandle m_Mapping = kNoMapping;
-    CString m_szName;
+    PixelBlock m_Block;
 };
 
 bool fnFilterRowsFirst(const PixelArea& source, const PixelArea& target, const PixelArea& between,

@@ -1,5 +1,6 @@
 #include "q32Base/framework/Memory.h"
-#include "q32Base/kernels/Weigh.h"
+#include "q32Base/kernels/ContribList.h"
+#include "q32Base/kernels/Kernels.h"
 #include "q32Base/memory/TileWalk.h"
 #include "q32Base/operations/ContribTable.h"
 #include "q32Base/operations/FilterChannels.h"
@@ -17,14 +18,14 @@
 namespace q32 {
 namespace {
 
-void fnWeighRows(const float* const* rows, const ContribList& list, unsigned char* target,
-                 std::size_t count) {
-    fnKernels().fnWeighRows(rows, list, target, count);
+void fnConvolveRows(const float* const* rows, const ContribList& list, unsigned char* target,
+                    std::size_t count) {
+    fnKernels().fnConvolveRows(rows, list, target, count);
 }
 
-void fnWeighRows(const std::uint8_t* const* rows, const ContribList& list, unsigned char* target,
-                 std::size_t count) {
-    fnKernels().fnWeighWholeRows(rows, list, target, count);
+void fnConvolveRows(const std::uint8_t* const* rows, const ContribList& list, unsigned char* target,
+                    std::size_t count) {
+    fnKernels().fnConvolveRowsFixed(rows, list, target, count);
 }
 
 void fnTakeSamples(const std::uint8_t* source, float* target, std::size_t count) {
@@ -122,12 +123,12 @@ private:
     /// The first and the last source row that those target rows need.
     std::pair<std::uint32_t, std::uint32_t> fnSourceRows(std::uint32_t y,
                                                          std::uint32_t bottom) const {
-        std::int32_t first = m_Table[y].entries[0].pixel;
+        std::int32_t first = m_Table[y].m_pEntries[0].m_nPixel;
         std::int32_t last = first;
         for (; y < bottom; ++y)
-            for (std::int32_t k = 0; k < m_Table[y].count; ++k) {
-                first = std::min(first, m_Table[y].entries[k].pixel);
-                last = std::max(last, m_Table[y].entries[k].pixel);
+            for (std::int32_t k = 0; k < m_Table[y].m_nCount; ++k) {
+                first = std::min(first, m_Table[y].m_pEntries[k].m_nPixel);
+                last = std::max(last, m_Table[y].m_pEntries[k].m_nPixel);
             }
         return {static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(last)};
     }
@@ -164,9 +165,9 @@ private:
     void fnSum(const ContribList& list, std::uint32_t x, std::uint32_t end,
                unsigned char* sums) const {
         if (!fnFindRows(list, x, end))
-            for (std::int32_t k = 0; k < list.count; ++k)
-                m_pRows[static_cast<std::size_t>(k)] = fnRow(list.entries[k].pixel, x, end);
-        fnWeighRows(m_pRows.get(), list, sums, std::size_t{end - x} * m_nChannels);
+            for (std::int32_t k = 0; k < list.m_nCount; ++k)
+                m_pRows[static_cast<std::size_t>(k)] = fnRow(list.m_pEntries[k].m_nPixel, x, end);
+        fnConvolveRows(m_pRows.get(), list, sums, std::size_t{end - x} * m_nChannels);
     }
 
     /// Points at the source rows where they are. False: they have to be fetched.
@@ -178,8 +179,8 @@ private:
             const std::uint8_t* at = nullptr;
             std::uint32_t next = 0;
             std::uint32_t tileEnd = 0;
-            for (std::int32_t k = 0; k < list.count; ++k) {
-                const auto y = static_cast<std::uint32_t>(list.entries[k].pixel);
+            for (std::int32_t k = 0; k < list.m_nCount; ++k) {
+                const auto y = static_cast<std::uint32_t>(list.m_pEntries[k].m_nPixel);
                 if (y == next && y < tileEnd) {
                     at += stride;
                 } else {
@@ -199,13 +200,13 @@ private:
                    unsigned char* sums) const {
         const std::size_t samples = std::size_t{end - x} * m_nChannels;
         std::fill_n(m_pWideSums.get(), samples, 0.0);
-        for (std::int32_t k = 0; k < list.count; ++k) {
-            const ContribEntry& entry = list.entries[k];
-            const Sample* row = fnRow(entry.pixel, x, end);
+        for (std::int32_t k = 0; k < list.m_nCount; ++k) {
+            const ContribEntry& entry = list.m_pEntries[k];
+            const Sample* row = fnRow(entry.m_nPixel, x, end);
             for (std::size_t i = 0; i < samples; ++i)
-                m_pWideSums[i] += row[i] * entry.weight;
+                m_pWideSums[i] += row[i] * entry.m_dWeight;
         }
-        std::transform(m_pWideSums.get(), m_pWideSums.get() + samples, sums, scalar::fnStoredByte);
+        std::transform(m_pWideSums.get(), m_pWideSums.get() + samples, sums, fnStoredByte);
     }
 
     /// The samples of a source row, until another one needs its place. Rows that one target row
@@ -294,8 +295,8 @@ bool fnFilterColumns(const PixelArea& source, const PixelArea& target, const Con
 bool fnFilterHeight(const PixelArea& source, const PixelArea& target, double scale,
                     const ProgressRun& progress) {
     const ContribTable table(scale, target.fnHeight(), source.fnHeight());
-    return (table.fnIsWhole() ? fnFilterColumns<std::uint8_t>
-                              : fnFilterColumns<float>)(source, target, table, progress);
+    return (table.fnIsFixedPoint() ? fnFilterColumns<std::uint8_t>
+                                   : fnFilterColumns<float>)(source, target, table, progress);
 }
 
 } // namespace q32

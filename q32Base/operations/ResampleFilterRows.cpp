@@ -1,5 +1,6 @@
 #include "q32Base/framework/Memory.h"
-#include "q32Base/kernels/Weigh.h"
+#include "q32Base/kernels/ContribList.h"
+#include "q32Base/kernels/Kernels.h"
 #include "q32Base/memory/TileWalk.h"
 #include "q32Base/operations/ContribTable.h"
 #include "q32Base/operations/FilterChannels.h"
@@ -26,7 +27,7 @@ public:
         const std::size_t pixels = fnPlanSteps();
         const std::size_t pixelBytes = std::size_t{m_nChannels} * kFilterLanes;
         m_pLanes.reset(fnNewArray<unsigned char>(pixels * pixelBytes));
-        if (!table.fnIsWhole()) {
+        if (!table.fnIsFixedPoint()) {
             m_pSamples.reset(fnNewArray<float>(pixels * pixelBytes));
             m_pRuns.reset(fnNewArray<unsigned char>(pixels * pixelBytes));
         }
@@ -63,10 +64,10 @@ private:
 
     void fnWiden(Step& step, const ContribList& list) const {
         const auto ends = std::minmax_element(
-            list.entries, list.entries + list.count,
-            [](const ContribEntry& a, const ContribEntry& b) { return a.pixel < b.pixel; });
-        step.first = std::min(step.first, static_cast<std::uint32_t>(ends.first->pixel));
-        step.last = std::max(step.last, static_cast<std::uint32_t>(ends.second->pixel));
+            list.m_pEntries, list.m_pEntries + list.m_nCount,
+            [](const ContribEntry& a, const ContribEntry& b) { return a.m_nPixel < b.m_nPixel; });
+        step.first = std::min(step.first, static_cast<std::uint32_t>(ends.first->m_nPixel));
+        step.last = std::max(step.last, static_cast<std::uint32_t>(ends.second->m_nPixel));
     }
 
     Step fnNextStep(std::uint32_t x) const {
@@ -109,38 +110,38 @@ private:
 
     void fnSum(const Step& step, std::uint32_t x, std::uint32_t y, std::uint32_t rows) const {
         fnFetch(step, y, rows);
-        const CqKernels& kernels = fnKernels();
+        const Kernels& kernels = fnKernels();
         if (m_pSamples)
             kernels.fnReadLanes(m_pLanes.get(), m_pSamples.get(), m_pRuns.get(), step.fnPixels(),
                                 m_nChannels);
         const auto first = static_cast<std::int32_t>(step.first);
-        const CqFloatLanes lanes = {m_pSamples.get(), m_pLanes.get(), m_pRuns.get(), first};
+        const FloatLanes lanes = {m_pSamples.get(), m_pLanes.get(), m_pRuns.get(), first};
         unsigned char* sums = m_pSums.get();
         for (; x < step.end; ++x, sums += m_nChannels * kFilterLanes)
             if (m_pSamples)
-                kernels.fnWeighLanes(lanes, m_Table[x], sums, m_nChannels);
+                kernels.fnConvolveLanes(lanes, m_Table[x], sums, m_nChannels);
             else
-                kernels.fnWeighWholeLanes(m_pLanes.get(), first, m_Table[x], sums, m_nChannels);
+                kernels.fnConvolveLanesFixed(m_pLanes.get(), first, m_Table[x], sums, m_nChannels);
     }
 
     /// The only column of a step, row by row.
     void fnSumWide(const ContribList& list, std::uint32_t y, std::uint32_t rows) const {
         for (std::uint32_t r = 0; r < rows; ++r) {
             double sums[4] = {};
-            for (std::int32_t k = 0; k < list.count; ++k) {
-                const ContribEntry& entry = list.entries[k];
+            for (std::int32_t k = 0; k < list.m_nCount; ++k) {
+                const ContribEntry& entry = list.m_pEntries[k];
                 const std::uint8_t* from =
-                    m_Source.fnAt(static_cast<std::uint32_t>(entry.pixel), y + r);
+                    m_Source.fnAt(static_cast<std::uint32_t>(entry.m_nPixel), y + r);
                 unsigned char unpacked[3];
                 if (m_pUnpacked) {
                     fnUnpack16(from, unpacked, 1);
                     from = unpacked;
                 }
                 for (std::uint32_t c = 0; c < m_nChannels; ++c)
-                    sums[c] += from[c] * entry.weight;
+                    sums[c] += from[c] * entry.m_dWeight;
             }
             for (std::uint32_t c = 0; c < m_nChannels; ++c)
-                m_pSums[c * kFilterLanes + r] = scalar::fnStoredByte(sums[c]);
+                m_pSums[c * kFilterLanes + r] = fnStoredByte(sums[c]);
         }
     }
 

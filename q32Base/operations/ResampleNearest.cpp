@@ -27,7 +27,7 @@ bool fnNearestResample(const CqTileMap& source, CqTileMap& target, CqProgressDis
     const ProgressRun run(progress, target.Height);
     const std::unique_ptr<unsigned char[]> from(fnNewArray<unsigned char>(source.RowBytes));
     const std::unique_ptr<unsigned char[]> to(fnNewArray<unsigned char>(target.RowBytes));
-    const CqSampleRun sample =
+    const SampleRun sample =
         source.BitCount == 4 ? fnSampleNibbles : fnKernels().fnSample[source.BytesPerPixel - 1];
     const std::uint32_t stepX = (source.Width << 8) / target.Width;
     const std::uint32_t stepY = (source.Height << 8) / target.Height;

@@ -72,7 +72,7 @@ std::unique_ptr<CqTileMap> fnNewMap(const CqTileMap& map, const TurnedSize& size
         AfxThrowMemoryException();
     return std::unique_ptr<CqTileMap>(q32::fnNew<CqTileMap>(
         static_cast<std::uint32_t>(size.width), static_cast<std::uint32_t>(size.height),
-        map.BitCount, map.Palette, map.PaletteCount));
+        map.BitCount, map.Palette.get(), map.PaletteCount));
 }
 
 } // namespace

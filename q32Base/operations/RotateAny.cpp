@@ -25,11 +25,12 @@ public:
         : m_Source(source), m_Turn(turn), m_nBytes(source.BitCount == 8 ? 1 : 4),
           m_bWiden(source.BitCount == 24),
           m_pPlace(fnNewArray<unsigned char>(std::size_t{kSide} * kSide * m_nBytes + kSlack)),
-          m_pRows(fnNewArray<unsigned char>(kTurnRows * kTileRow)) {
-        const CqKernels& kernels = fnKernels();
-        m_fnTurn = m_nBytes == 1 ? turn.antiAlias ? kernels.fnTurnBilinear8 : kernels.fnTurnNearest8
-                   : turn.antiAlias ? kernels.fnTurnBilinear32
-                                    : kernels.fnTurnNearest32;
+          m_pRows(fnNewArray<unsigned char>(kRotateRows * kTileRow)) {
+        const Kernels& kernels = fnKernels();
+        m_fnRotate = m_nBytes == 1
+                         ? turn.antiAlias ? kernels.fnRotateBilinear8 : kernels.fnRotateNearest8
+                     : turn.antiAlias ? kernels.fnRotateBilinear32
+                                      : kernels.fnRotateNearest32;
         const CqColor& color = turn.background;
         m_Background = {color.m_Alpha, color.m_Red, color.m_Green, color.m_Blue};
         if (m_nBytes == 1)
@@ -37,7 +38,7 @@ public:
         std::memset(m_pPlace.get(), 0, std::size_t{kSide} * kSide * m_nBytes + kSlack);
     }
 
-    void fnTurnTile(const CqImageTile& tile) const {
+    void fnRotateTile(const CqImageTile& tile) const {
         const double c = m_Turn.cosine;
         const double s = m_Turn.sine;
         const double dx = static_cast<double>(tile.Left) - m_Turn.newCenter.x;
@@ -49,25 +50,26 @@ public:
         const Range x = fnRangeOf(rowX, right, down);
         const Range y = fnRangeOf(rowY, -s * (tile.Width - 1), c * (tile.Height - 1));
         fnFetch(x, y);
-        const CqTurnSource place = {m_pPlace.get(), kSide, x.first, y.first};
-        CqTurnRows rows;
-        rows.c = c;
-        rows.s = s;
-        for (std::int32_t top = 0; top < tile.Height; top += static_cast<int>(kTurnRows)) {
+        const RotateSource place = {m_pPlace.get(), kSide, x.first, y.first};
+        RotateRows rows;
+        rows.m_dCosine = c;
+        rows.m_dSine = s;
+        for (std::int32_t top = 0; top < tile.Height; top += static_cast<int>(kRotateRows)) {
             // Rows beyond the tile repeat the last one, in a place of their own.
-            for (std::size_t r = 0; r < kTurnRows; ++r) {
-                rows.x[r] = rowX;
-                rows.y[r] = rowY;
+            for (std::size_t r = 0; r < kRotateRows; ++r) {
+                rows.m_dX[r] = rowX;
+                rows.m_dY[r] = rowY;
                 const std::int32_t row = top + static_cast<std::int32_t>(r);
-                rows.target[r] = m_bWiden || row >= tile.Height
-                                     ? m_pRows.get() + r * kTileRow
-                                     : tile.Pixels + tile.RowBytes * static_cast<std::size_t>(row);
+                rows.m_pTarget[r] =
+                    m_bWiden || row >= tile.Height
+                        ? m_pRows.get() + r * kTileRow
+                        : tile.Pixels + tile.RowBytes * static_cast<std::size_t>(row);
                 if (row + 1 < tile.Height) {
                     rowX += s;
                     rowY += c;
                 }
             }
-            m_fnTurn(place, rows, static_cast<std::size_t>(tile.Width));
+            m_fnRotate(place, rows, static_cast<std::size_t>(tile.Width));
             if (m_bWiden)
                 fnNarrow(tile, top);
         }
@@ -131,7 +133,7 @@ private:
     }
 
     void fnNarrow(const CqImageTile& tile, std::int32_t top) const {
-        for (std::int32_t r = 0; r < static_cast<int>(kTurnRows) && top + r < tile.Height; ++r)
+        for (std::int32_t r = 0; r < static_cast<int>(kRotateRows) && top + r < tile.Height; ++r)
             fnKernels().fnArgb32ToRgb24(m_pRows.get() + static_cast<std::size_t>(r) * kTileRow,
                                         tile.Pixels +
                                             tile.RowBytes * static_cast<std::size_t>(top + r),
@@ -144,7 +146,7 @@ private:
     bool m_bWiden;
     std::unique_ptr<unsigned char[]> m_pPlace;
     std::unique_ptr<unsigned char[]> m_pRows;
-    CqTurnRun m_fnTurn;
+    RotateRun m_fnRotate;
     std::array<unsigned char, 4> m_Background;
 };
 
@@ -159,7 +161,7 @@ bool fnRotateAny(const CqTileMap& source, CqTileMap& target, const AnyTurn& turn
     CqImageTile tile(false);
     for (std::uint32_t i = 0; i < target.TileCount; ++i) {
         target.fnAccessTile(i, &tile);
-        rotation.fnTurnTile(tile);
+        rotation.fnRotateTile(tile);
         if (run.fnAborts(i))
             return false;
     }

@@ -73,7 +73,7 @@ private:
     PixelArea m_Source;
     PixelArea m_Target;
     bool m_bLeft;
-    CqTransposeRun m_fnTranspose;
+    TransposeRun m_fnTranspose;
     PageWalk m_SourceWalk;
     PageWalk m_TargetWalk;
 };

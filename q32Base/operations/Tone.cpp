@@ -1,6 +1,7 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/kernels/HueShift.h"
+#include "q32Base/kernels/Kernels.h"
 #include "q32Base/operations/ToneCurves.h"
 #include "q32Base/pixels/PixelFormat.h"
 #include "q32Base/services/CqProgressDisplay.h"
@@ -74,7 +75,7 @@ void CqImage::fnHueSaturation(int hue, int saturation, bool draw, CqProgressDisp
     if ((hue == 0 && saturation == 0) || q32::fnIsIndexed(BitCount))
         return;
     const auto run = q32::fnKernels().*q32::fnPixelFormat(BitCount).m_pHueShift;
-    const q32::CqHueShift shift(hue, q32::fnWrapMultiply(saturation, 255) / 100);
+    const q32::HueShift shift(hue, q32::fnWrapMultiply(saturation, 255) / 100);
     fnChangeTiles(*this, draw, progress,
                   [&](CqImageTile& tile) { run(tile.Pixels, fnPixelCount(tile), shift); });
 }

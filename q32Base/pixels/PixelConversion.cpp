@@ -63,7 +63,7 @@ PixelReading::PixelReading(std::uint32_t bits, const RGBQUAD* palette, PIXEL_ORD
 
 void PixelReading::fnRunIndices(const std::uint8_t* in, std::uint8_t* out,
                                 std::size_t count) const {
-    const CqKernels& kernels = fnKernels();
+    const Kernels& kernels = fnKernels();
     const auto* palette = reinterpret_cast<const std::uint8_t*>(m_Palette);
     switch (m_eOrder) {
     case PIXEL_ARGB32:
@@ -80,7 +80,7 @@ void PixelReading::fnRunIndices(const std::uint8_t* in, std::uint8_t* out,
 
 void PixelReading::fnRun(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const {
     const PixelFormat& format = fnPixelFormat(m_nBits);
-    const CqKernels& kernels = fnKernels();
+    const Kernels& kernels = fnKernels();
     if (m_eOrder == PIXEL_STORED) {
         std::memcpy(out, in, count * std::max<std::size_t>(format.m_nBytes, 1));
         return;
@@ -150,7 +150,7 @@ std::uint8_t PixelWriting::fnFindIndex(std::uint32_t color) const {
 }
 
 void PixelWriting::fnRunTo32(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const {
-    const CqKernels& kernels = fnKernels();
+    const Kernels& kernels = fnKernels();
     switch (m_eOrder) {
     case PIXEL_ARGB32:
         std::memcpy(out, in, 4 * count);
@@ -170,7 +170,7 @@ void PixelWriting::fnRunTo32(const std::uint8_t* in, std::uint8_t* out, std::siz
 
 void PixelWriting::fnRunToRgb24(const std::uint8_t* in, std::uint8_t* out,
                                 std::size_t count) const {
-    const CqKernels& kernels = fnKernels();
+    const Kernels& kernels = fnKernels();
     switch (m_eOrder) {
     case PIXEL_ARGB32:
         return kernels.fnArgb32ToRgb24(in, out, count);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "q32Base/platform/Export.h"
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -22,7 +24,7 @@ struct CqMixerLine {
 
 /// An open mixer. Destroying it closes it; no change is told after that. It may be destroyed from
 /// within the report of a change.
-class CqMixer {
+class Q32_API CqMixer {
 public:
     virtual ~CqMixer() = default;
 
@@ -47,7 +49,7 @@ public:
 
 /// The sound mixers of the machine. Called on the owner's thread. They and their mixers may throw
 /// std::bad_alloc, but for the destructors.
-class CqMixerService {
+class Q32_API CqMixerService {
 public:
     virtual ~CqMixerService() = default;
 

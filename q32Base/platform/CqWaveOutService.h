@@ -1,5 +1,6 @@
 #pragma once
 
+#include "q32Base/platform/Export.h"
 #include "q32Base/platform/Records.h"
 
 #include <cstdint>
@@ -11,7 +12,7 @@
 /// report may destroy the device while a call of it is still under way on the owner's thread: such
 /// a call returns as usual. What takes something may throw std::bad_alloc, and has done nothing
 /// then; `fnReset`, `fnUnprepare` and the end of a block take nothing, so that no end is lost.
-class CqWaveOut {
+class Q32_API CqWaveOut {
 public:
     /// Closes the device. A block under way is given back first, without a report. A report that
     /// runs on the device's thread has returned before this does, unless this is called by it.
@@ -36,7 +37,7 @@ public:
 };
 
 /// Sound output by the default device.
-class CqWaveOutService {
+class Q32_API CqWaveOutService {
 public:
     virtual ~CqWaveOutService() = default;
 

@@ -2,16 +2,14 @@
 
 #include "q32Base/framework/CFile.h"
 #include "q32Base/framework/Exceptions.h"
-#include "q32Base/framework/Memory.h"
 #include "q32Base/framework/PathRules.h"
-#include "q32Base/messages/Messages.h"
+#include "q32Base/messages/ReportMemory.h"
 #include "q32Base/platform/CqPlatform.h"
 #include "q32Base/services/CqPowerStr.h"
 #include "q32Base/settings/Settings.h"
 
 #include <cstdio>
 #include <cstring>
-#include <new>
 #include <optional>
 #include <string>
 #include <utility>
@@ -28,10 +26,6 @@ constexpr UINT kCommandMask = 0xFFF0;
 constexpr UINT kHideReadOnly = 0x4;
 constexpr UINT kOverwritePrompt = 0x2;
 constexpr UINT kExplorer = 0x80000;
-
-void fnShowMemoryMessage() {
-    q32ShowMsg(-1, nullptr, nullptr, nullptr, 0);
-}
 
 /// Reads numbers between commas into the fields in turn, and leaves the rest of them. What follows
 /// the last field's comma is ignored.
@@ -61,20 +55,14 @@ bool CqDumpWnd::fnCreateOnly() {
         return true;
     if (!q32::fnHasPlatform())
         return false;
-    try {
-        return q32::fnGuardMemory([] {
-            const std::shared_ptr<CqDumpWnd> created(
-                static_cast<CqDumpWnd*>(classCqDumpWnd.CreateObject()));
-            if (!created->fnCreate())
-                return false;
-            theWnd = created;
-            return true;
-        });
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-        fnShowMemoryMessage();
-        return false;
-    }
+    return q32::fnReportMemory([] {
+        const std::shared_ptr<CqDumpWnd> created(
+            static_cast<CqDumpWnd*>(classCqDumpWnd.CreateObject()));
+        if (!created->fnCreate())
+            return false;
+        theWnd = created;
+        return true;
+    });
 }
 
 bool CqDumpWnd::fnCreate() {
@@ -87,7 +75,7 @@ bool CqDumpWnd::fnCreate() {
     if (!m_pView)
         return false;
     if (!fnCreateParts()) {
-        fnShowMemoryMessage();
+        q32ShowMsg(-1, nullptr, nullptr, nullptr, 0);
         return false;
     }
     m_pView->fnShow();
@@ -133,12 +121,7 @@ bool CqDumpWnd::fnOnSysCommand(UINT id) {
     if (command != kOnTopCommand && command != kSaveCommand)
         return false;
     const auto held = shared_from_this();
-    try {
-        q32::fnGuardMemory([&] { command == kSaveCommand ? fnSave() : fnToggleOnTop(); });
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-        fnShowMemoryMessage();
-    }
+    q32::fnReportMemory([&] { command == kSaveCommand ? fnSave() : fnToggleOnTop(); });
     return true;
 }
 
@@ -182,17 +165,15 @@ void CqDumpWnd::fnSaveAs(const char* path) {
 }
 
 void CqDumpWnd::fnSaveLayout() noexcept {
-    try {
-        CRect place(q32::fnGuardMemory([this] { return m_pView->fnGetPlace(); }));
+    q32::fnTryMemory([this] { // only the layout is lost
+        CRect place(m_pView->fnGetPlace());
         fnLayout(place, true);
-    } catch (CMemoryException* failure) {
-        failure->Delete(); // only the layout is lost
-    }
+    });
 }
 
 bool CqDumpWnd::fnLayout(CRect& rect, bool saving) {
     using namespace q32;
-    try {
+    return fnTryMemory([&] {
         char value[kSettingBytes];
         if (saving) {
             std::snprintf(value, sizeof(value), "%d,%d,%d,%d", rect.left, rect.top, rect.right,
@@ -213,10 +194,7 @@ bool CqDumpWnd::fnLayout(CRect& rect, bool saving) {
             fnReadSettingNumber(STRING_SECTION_DUMP_WND, STRING_KEY_ON_TOP, kShortSettingBytes);
         m_bOnTop = onTop.value_or(1) == 1;
         return true;
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-        return false;
-    }
+    });
 }
 
 void CqDumpWnd::fnShowText(const void* stream, const char* text, std::size_t length,
@@ -224,15 +202,14 @@ void CqDumpWnd::fnShowText(const void* stream, const char* text, std::size_t len
     if (!theWnd)
         return;
     const auto held = theWnd;
-    try {
+    // A window that lags behind is set the whole text by the next output.
+    q32::fnTryMemory([&] {
         const bool continues = held->m_pShown == stream && before > 0;
         held->m_pShown = nullptr; // unknown, should it fail halfway
         if (!continues || !held->m_pView->fnAppendText(text + before, length - before))
             held->m_pView->fnSetText(text, length);
         held->m_pShown = stream;
-    } catch (const std::bad_alloc&) {
-        // The window lags behind until the next output, which sets the whole text.
-    }
+    });
 }
 
 void CqDumpWnd::fnForget(const void* stream) noexcept {

@@ -1,6 +1,6 @@
 #include "q32Base/services/CqUndoMngr.h"
 
-#include "q32Base/messages/Messages.h"
+#include "q32Base/messages/ReportMemory.h"
 
 #include <cassert>
 #include <climits>
@@ -43,7 +43,7 @@ bool CqUndoMngr::fnCreateArray(unsigned int nLevels) {
         return true;
     fnDeleteFrom(nLevels, m_UndoBufs, m_nUndoCount);
     fnDeleteFrom(nLevels, m_RedoBufs, m_nRedoCount);
-    try {
+    return q32::fnReportMemory([&] {
         if (nLevels > INT_MAX)
             AfxThrowMemoryException();
         const int size = static_cast<int>(nLevels);
@@ -51,12 +51,7 @@ bool CqUndoMngr::fnCreateArray(unsigned int nLevels) {
         m_RedoBufs.SetSize(size, -1);
         m_UndoData.SetSize(size, -1);
         m_RedoData.SetSize(size, -1);
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-        q32ShowMsg(-1, nullptr, nullptr, nullptr, 0);
-        return false;
-    }
-    return true;
+    });
 }
 
 void CqUndoMngr::fnCheckArraySpace(CObArray& bufs, CDWordArray& data, unsigned int& nCount) {

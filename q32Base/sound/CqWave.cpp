@@ -64,12 +64,11 @@ CqWave::~CqWave() {
     lock.unlock();
     // Closing waits for a report that is under way, and leaves nobody who reads the block.
     device.reset();
-    fnFreeBuf();
 }
 
 CqWave& CqWave::operator=(const CqWave& other) { // NOLINT(bugprone-unhandled-self-assignment)
-    fnReplaceBuf(other.m_Format, other.m_nBufferSize);
-    fnCopy(m_pBuffer, other.m_pBuffer, m_nBufferSize);
+    fnReplaceBuf(other.m_Format, other.fnGetBufferSize());
+    fnCopy(fnGetBuffer(), other.fnGetBuffer(), fnGetBufferSize());
     return *this;
 }
 
@@ -80,10 +79,7 @@ void CqWave::fnInit() {
     m_nSampleRate = 0;
     m_nFrames = 0;
     m_Format = {};
-    m_pBuffer = nullptr;
-    m_nBufferSize = 0;
-    m_hFile = kNoFile;
-    m_hMapping = kNoMapping;
+    m_Block = {};
     m_nState = WAVE_STOPPED;
     m_hWaveOut = nullptr;
     m_Header = {};
@@ -95,38 +91,32 @@ unsigned char* CqWave::fnAllocBuf(unsigned long nSize, CqFileHandle& hFile,
 }
 
 void CqWave::fnFreeBuf() {
-    if (!m_pBuffer)
+    if (!m_Block.fnGetBytes())
         return;
-    FreePixelBuffer(m_pBuffer, m_nBufferSize, &m_hFile, &m_hMapping, &m_strFilePath);
-    m_pBuffer = nullptr;
-    // Nobody may look for samples that have gone.
-    m_nBufferSize = 0;
-    m_nFrames = 0;
+    m_Block = {};
+    m_nFrames = 0; // nobody may look for samples that have gone
 }
 
 void CqWave::fnSetBuf(unsigned char* const pBuffer, const WAVEFORMATEX& format, unsigned long nSize,
                       CqFileHandle hFile, CqMappingHandle hMapping, CString& strPath) {
+    fnAdoptBuf(format, q32::PixelBlock(pBuffer, static_cast<std::uint32_t>(nSize), hFile, hMapping,
+                                       strPath));
+}
+
+void CqWave::fnAdoptBuf(const WAVEFORMATEX& format, q32::PixelBlock&& block) {
     fnFreeBuf();
     m_Format = format;
-    m_pBuffer = pBuffer;
-    m_nBufferSize = static_cast<std::uint32_t>(nSize);
-    m_hFile = hFile;
-    m_hMapping = hMapping;
-    m_strFilePath = strPath;
+    m_Block = std::move(block);
     m_nChannels = m_Format.nChannels;
     m_nBitsPerSample = m_Format.wBitsPerSample;
     m_nSampleRate = m_Format.nSamplesPerSec;
     m_nBlockAlign = m_Format.nBlockAlign;
-    m_nFrames = m_nBlockAlign == 0 ? 0 : m_nBufferSize / m_nBlockAlign;
+    m_nFrames = m_nBlockAlign == 0 ? 0 : fnGetBufferSize() / m_nBlockAlign;
 }
 
 /// A new block in the place of the old one, which goes only then.
 void CqWave::fnReplaceBuf(const WAVEFORMATEX& format, std::uint32_t nSize) {
-    CqFileHandle file = kNoFile;
-    CqMappingHandle mapping = kNoMapping;
-    CString path;
-    unsigned char* block = fnAllocBuf(nSize, file, mapping, path);
-    fnSetBuf(block, format, nSize, file, mapping, path);
+    fnAdoptBuf(format, q32::PixelBlock(nSize));
 }
 
 void CqWave::fnLoad(unsigned int nResourceId) {
@@ -146,7 +136,7 @@ void CqWave::fnLoad(unsigned int nResourceId) {
         size > data.m_nSize - kSamplesAt)
         AfxThrowResourceException();
     fnReplaceBuf(format, size);
-    fnCopy(m_pBuffer, bytes + kSamplesAt, size);
+    fnCopy(fnGetBuffer(), bytes + kSamplesAt, size);
 }
 
 void CqWave::fnAlloc(unsigned int nChannels, unsigned int nBits, unsigned int nSampleRate,
@@ -165,16 +155,16 @@ void CqWave::fnAlloc(unsigned int nChannels, unsigned int nBits, unsigned int nS
 
 void CqWave::fnFillBuffer(unsigned char* const pData, unsigned long nFrames) {
     const std::uint32_t size = fnBytes(m_Format.nBlockAlign, nFrames);
-    if (size > m_nBufferSize)
+    if (size > fnGetBufferSize())
         fnReplaceBuf(m_Format, size);
-    else if (size < m_nBufferSize)
-        fnMute(m_pBuffer + size, m_nBufferSize - size);
-    fnCopy(m_pBuffer, pData, size);
+    else if (size < fnGetBufferSize())
+        fnMute(fnGetBuffer() + size, fnGetBufferSize() - size);
+    fnCopy(fnGetBuffer(), pData, size);
 }
 
 void CqWave::fnMute() {
-    if (m_pBuffer)
-        fnMute(m_pBuffer, m_nBufferSize);
+    if (fnGetBuffer())
+        fnMute(fnGetBuffer(), fnGetBufferSize());
 }
 
 void CqWave::fnMute(unsigned char* pData, unsigned long nBytes) {
@@ -191,9 +181,5 @@ void CqWave::fnSwapBuf(CqWave& other) noexcept {
     std::swap(m_nSampleRate, other.m_nSampleRate);
     std::swap(m_nFrames, other.m_nFrames);
     std::swap(m_Format, other.m_Format);
-    std::swap(m_pBuffer, other.m_pBuffer);
-    std::swap(m_nBufferSize, other.m_nBufferSize);
-    std::swap(m_hFile, other.m_hFile);
-    std::swap(m_hMapping, other.m_hMapping);
-    std::swap(m_strFilePath, other.m_strFilePath);
+    std::swap(m_Block, other.m_Block);
 }

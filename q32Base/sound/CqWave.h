@@ -2,6 +2,7 @@
 
 #include "q32Base/framework/CObject.h"
 #include "q32Base/framework/CString.h"
+#include "q32Base/memory/PixelBlock.h"
 #include "q32Base/platform/CqScratchService.h"
 #include "q32Base/platform/CqWaveOutService.h"
 #include "q32Base/platform/Records.h"
@@ -92,9 +93,9 @@ public:
     /// The format, zeros at the start. `cbSize` is always 0.
     WAVEFORMATEX fnGetFormat() const { return m_Format; }
     /// The block, which stays this sound's; null without one.
-    unsigned char* fnGetBuffer() const { return m_pBuffer; }
+    unsigned char* fnGetBuffer() const { return m_Block.fnGetBytes(); }
     /// Bytes of the block.
-    std::uint32_t fnGetBufferSize() const { return m_nBufferSize; }
+    std::uint32_t fnGetBufferSize() const { return m_Block.fnGetSize(); }
     /// Whole frames in the block.
     std::uint32_t fnGetFrameCount() const { return m_nFrames; }
 
@@ -126,13 +127,15 @@ protected:
                               CString& strPath);
     /// Gives the block back, if there is one. The format stays, for a later `fnFillBuffer`.
     void fnFreeBuf();
-    /// Gives the block back and adopts another one, with its format. The one place where the copies
-    /// of the format's fields are set; a format whose frames have no bytes counts none.
+    /// Gives the block back and adopts another one, with its format; a format whose frames have no
+    /// bytes counts none.
     void fnSetBuf(unsigned char* const pBuffer, const WAVEFORMATEX& format, unsigned long nSize,
                   CqFileHandle hFile, CqMappingHandle hMapping, CString& strPath);
 
 private:
     void fnMute(unsigned char* pData, unsigned long nBytes);
+    /// The one place where a block is adopted and the copies of the format's fields are set.
+    void fnAdoptBuf(const WAVEFORMATEX& format, q32::PixelBlock&& block);
     void fnReplaceBuf(const WAVEFORMATEX& format, std::uint32_t nSize);
     /// The device, if the sound is in that state; null otherwise.
     std::shared_ptr<CqWaveOut> fnGetDevice(WAVE_STATE state) const;
@@ -148,11 +151,7 @@ private:
     std::uint32_t m_nSampleRate;
     std::uint32_t m_nFrames;
     WAVEFORMATEX m_Format;
-    unsigned char* m_pBuffer; ///< owned
-    std::uint32_t m_nBufferSize;
-    CqFileHandle m_hFile;
-    CqMappingHandle m_hMapping;
-    CString m_strFilePath;
+    q32::PixelBlock m_Block; ///< the samples
 
     /// Guards the three below it. The owner's thread doesn't hold it while it calls the device.
     mutable std::mutex m_PlayLock;

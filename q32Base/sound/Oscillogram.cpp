@@ -66,9 +66,9 @@ void CqWave::fnRasterize(CqImage& image, unsigned long nStart, unsigned long nLe
     for (std::uint32_t t = 0; t < steps; ++t, position += stride) {
         for (std::uint32_t channel = 0; channel < (m_nChannels == 2 ? 2u : 1u); ++channel) {
             const std::uint64_t at = position + channel * sampleBytes;
-            if (at + sampleBytes > m_nBufferSize)
+            if (at + sampleBytes > fnGetBufferSize())
                 break;
-            const unsigned char* bytes = m_pBuffer + at;
+            const unsigned char* bytes = fnGetBuffer() + at;
             // The sign bit turned is the same as 32768 added.
             const std::uint32_t sample =
                 wide ? static_cast<std::uint32_t>(bytes[0] | bytes[1] << 8) ^ 0x8000u : *bytes;

@@ -69,8 +69,8 @@ bool CqWave::fnStart(bool bWait, bool bLoop) {
     }
     leftOver.reset();
     m_Header = {};
-    m_Header.lpData = reinterpret_cast<char*>(m_pBuffer);
-    m_Header.dwBufferLength = m_nBufferSize;
+    m_Header.lpData = reinterpret_cast<char*>(fnGetBuffer());
+    m_Header.dwBufferLength = fnGetBufferSize();
     if (bLoop) {
         m_Header.dwFlags = kLoopFlags;
         m_Header.dwLoops = kForEver;

@@ -1,44 +1,88 @@
 /// @file
-/// What a back end has to bring to be held against the contract suites of its services. A suite is
-/// instantiated once for each back end:
-///
-///     INSTANTIATE_TEST_SUITE_P(Posix, MemoryContract, testing::Values(backEnd), fnBackEndName);
+/// What a back end brings to be held against the contract suites of its services. The suites are
+/// compiled once; each program links them and says in one file, by `fnGetBackEnds`, which of them
+/// its back ends have to keep.
 #pragma once
 
 #include "q32Base/platform/CqPlatform.h"
+#include "tests/contract/ContractProbes.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
+#include <vector>
 
-/// A fresh world for one test.
+/// The contracts: one suite or several per service.
+enum class CONTRACT {
+    MEMORY,
+    SCRATCH,
+    FILES,
+    LOCALE,
+    SCREEN,    ///< needs a complete platform and `m_MakeWindow`
+    BOXES,     ///< the boxes of the message service: needs a complete platform and `m_pBoxes`
+    ERRORS,    ///< its errors: needs `m_SetLastError`
+    KEYBOARD,  ///< needs `m_pKeys`
+    RESOURCES, ///< needs `m_pModules`
+    WINDOWS,   ///< needs `m_pHost`
+    DUMP_VIEW, ///< needs a complete platform and `m_pDump`
+    WAVE_OUT,
+    MIXERS
+};
+
+/// A fresh world for one test. What stands below the services are the probes, by which a suite sees
+/// and causes what no service tells.
 struct ContractWorld {
     CqPlatform m_Platform;         ///< with the services that the suite asks for
     std::string m_szDirectory;     ///< empty, writable, with a backslash at its end
     std::shared_ptr<void> m_pKeep; ///< cleans up when the test ends
-    /// Lets a little time pass: what plays goes on, and mixers are told of changes.
+    /// Lets a little time pass: what plays goes on, and events are handled.
     std::function<void()> m_Tick = [] {};
-    /// Turns the volume from outside to one of two values that are not the first one.
+    /// Sets the volume from outside to one of two values that are not the first one.
     std::function<void(bool up)> m_Turn = [](bool) {};
+    /// Makes a window that is shown, with a client area of at least `ContractWindow::kWidth` by
+    /// `kHeight`.
+    std::function<std::unique_ptr<ContractWindow>()> m_MakeWindow;
+    std::function<void(DWORD code)> m_SetLastError;
+    std::shared_ptr<ContractBoxes> m_pBoxes;
+    std::shared_ptr<ContractKeys> m_pKeys;
+    std::shared_ptr<ContractModules> m_pModules;
+    std::shared_ptr<ContractHost> m_pHost;
+    std::shared_ptr<ContractDump> m_pDump;
 };
 
 struct ContractBackEnd {
-    std::string m_szName;
+    std::string m_szName; ///< letters and digits, its own in the program
+    std::set<CONTRACT> m_Contracts;
     std::function<ContractWorld()> m_Make;
 };
 
-inline void PrintTo(const ContractBackEnd& backEnd, std::ostream* stream) {
-    *stream << backEnd.m_szName;
-}
+/// The back ends of the program, at least one. Defined once in each program.
+std::vector<ContractBackEnd> fnGetBackEnds();
+/// Those that have to keep a contract.
+std::vector<ContractBackEnd> fnGetBackEnds(CONTRACT contract);
 
-inline std::string fnBackEndName(const testing::TestParamInfo<ContractBackEnd>& info) {
-    return info.param.m_szName;
-}
+void PrintTo(const ContractBackEnd& backEnd, std::ostream* stream);
 
 /// Base of the suites.
 class ContractTest : public testing::TestWithParam<ContractBackEnd> {
 protected:
     ContractWorld m_World = GetParam().m_Make();
 };
+
+/// Base of the suites of what the library uses by the platform in force.
+class AttachedContractTest : public ContractTest {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+};
+
+/// Holds the program's back ends against a suite. A program whose back ends don't bring the service
+/// has no test of it.
+#define Q32_CONTRACT(suite, contract)                                                              \
+    GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(suite);                                          \
+    INSTANTIATE_TEST_SUITE_P(                                                                      \
+        BackEnd, suite, testing::ValuesIn(fnGetBackEnds(CONTRACT::contract)),                      \
+        [](const testing::TestParamInfo<ContractBackEnd>& info) { return info.param.m_szName; })

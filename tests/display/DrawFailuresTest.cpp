@@ -126,13 +126,13 @@ TEST(DrawFailures, AGrowthThatFailsKeepsTheBuffersThatAreThere) {
     const auto image = fnMakeNoise(128, 128, 8);
     EXPECT_TRUE(image->fnDraw(world.fnDC(), CRect(0, 0, 10, 10), 0, 0, false, false));
     world.fnScreen().fnKeepDraws(false);
-    const BITMAPINFOHEADER* dib = image->TileMap->DrawDib;
+    const BITMAPINFOHEADER* dib = image->TileMap->DrawDib.get();
     {
         const CqAllocationFailure failure(1);
         EXPECT_FALSE(image->fnDraw(world.fnDC(), CRect(0, 0, 128, 128), 0, 0, false, false));
         EXPECT_TRUE(failure.fnHappened());
     }
-    EXPECT_EQ(image->TileMap->DrawDib, dib);
+    EXPECT_EQ(image->TileMap->DrawDib.get(), dib);
     EXPECT_TRUE(image->fnDraw(world.fnDC(), CRect(0, 0, 128, 128), 0, 0, false, false));
     EXPECT_EQ(image->TileMap->DrawDibCapacity, 128u * 128u * 4u);
 }
@@ -145,13 +145,13 @@ TEST(DrawFailures, ASecondDrawAllocatesNothing) {
             world.fnScreen().fnKeepDraws(false);
             const CRect all(0, 0, 300, 200);
             EXPECT_TRUE(image->fnDraw(world.fnDC(), all, 0, 0, false, false));
-            const BITMAPINFOHEADER* dib = image->TileMap->DrawDib;
-            const unsigned char* scratch = image->TileMap->DrawScratch;
-            const CPalette* palette = image->TileMap->DrawPalette;
+            const BITMAPINFOHEADER* dib = image->TileMap->DrawDib.get();
+            const unsigned char* scratch = image->TileMap->DrawScratch.get();
+            const CPalette* palette = image->TileMap->DrawPalette.get();
             EXPECT_TRUE(image->fnDraw(world.fnDC(), all, 0, 0, false, false));
-            EXPECT_EQ(image->TileMap->DrawDib, dib);
-            EXPECT_EQ(image->TileMap->DrawScratch, scratch);
-            EXPECT_EQ(image->TileMap->DrawPalette, palette);
+            EXPECT_EQ(image->TileMap->DrawDib.get(), dib);
+            EXPECT_EQ(image->TileMap->DrawScratch.get(), scratch);
+            EXPECT_EQ(image->TileMap->DrawPalette.get(), palette);
         }
     }
 }

@@ -186,7 +186,7 @@ TEST(ImageDrawing, ThePaletteIsSelectedRealizedAndPutBackInTheBackground) {
         dc.m_pSelected = &former;
         image->fnDraw(&dc, CRect(0, 0, 200, 10), 0, 0, false, background);
         ASSERT_EQ(dc.m_Selections.size(), 2u);
-        EXPECT_EQ(dc.m_Selections[0].palette, image->TileMap->DrawPalette);
+        EXPECT_EQ(dc.m_Selections[0].palette, image->TileMap->DrawPalette.get());
         EXPECT_EQ(dc.m_Selections[0].background, background);
         EXPECT_TRUE(dc.m_Selections[0].realized);
         EXPECT_EQ(dc.m_Selections[1].palette, &former);

@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <new>
+#include <stdexcept>
 #include <string>
 
 namespace {
@@ -103,6 +105,29 @@ TEST(Memory, FailuresAreTheMemoryException) {
     EXPECT_THROW(q32::fnGuardMemory([] { q32::fnNew<Made>(true); }), CMemoryException*);
     EXPECT_THROW(q32::fnGuardMemory([] { AfxThrowResourceException(); }), CResourceException*);
     EXPECT_EQ(CqAllocationFailure::fnOutstanding(), outstanding);
+}
+
+TEST(Memory, ATryEndsBothFormsOfTheFailure) {
+    const auto outstanding = CqAllocationFailure::fnOutstanding();
+    EXPECT_FALSE(q32::fnTryMemory([] { throw std::bad_alloc(); }));
+    EXPECT_FALSE(q32::fnTryMemory([] { AfxThrowMemoryException(); }));
+    EXPECT_FALSE(q32::fnTryMemory([]() -> bool { throw std::bad_alloc(); }));
+    EXPECT_EQ(q32::fnTryMemoryOr(-1, []() -> int { throw std::bad_alloc(); }), -1);
+    EXPECT_EQ(q32::fnTryMemoryOr(-1, []() -> int { AfxThrowMemoryException(); }), -1);
+    EXPECT_EQ(CqAllocationFailure::fnOutstanding(), outstanding);
+}
+
+TEST(Memory, ATryPassesResultsAndOtherFailuresOn) {
+    int runs = 0;
+    EXPECT_TRUE(q32::fnTryMemory([&] { ++runs; }));
+    EXPECT_EQ(runs, 1);
+    EXPECT_TRUE(q32::fnTryMemory([] { return true; }));
+    EXPECT_FALSE(q32::fnTryMemory([] { return false; }));
+    EXPECT_EQ(q32::fnTryMemoryOr(-1, [] { return 7; }), 7);
+    EXPECT_EQ(*q32::fnTryMemoryOr(std::unique_ptr<int>(), [] { return std::make_unique<int>(3); }),
+              3);
+    EXPECT_THROW(q32::fnTryMemory([] { AfxThrowResourceException(); }), CResourceException*);
+    EXPECT_THROW(q32::fnTryMemory([] { throw std::runtime_error("other"); }), std::runtime_error);
 }
 
 TEST(Memory, TheGuardPassesResultsOn) {

@@ -40,15 +40,15 @@ Rgb fnFrom32(const std::uint8_t* p) {
 
 struct DitherCase {
     const char* name;
-    CqDitherRun CqKernels::*kernel;
+    DitherRun Kernels::*kernel;
     std::size_t sourceBytes;
     Rgb (*pixel)(const std::uint8_t* p);
 };
 
 const DitherCase kDitherCases[] = {
-    {"16 bits", &CqKernels::fnDither16, 2, fnFrom16},
-    {"24 bits", &CqKernels::fnDither24, 3, fnFrom24},
-    {"32 bits", &CqKernels::fnDither32, 4, fnFrom32},
+    {"16 bits", &Kernels::fnDither16, 2, fnFrom16},
+    {"24 bits", &Kernels::fnDither24, 3, fnFrom24},
+    {"32 bits", &Kernels::fnDither32, 4, fnFrom32},
 };
 
 Bytes fnByRule(const DitherCase& dither, const Bytes& source, const std::uint8_t* thresholds, int x,
@@ -64,8 +64,8 @@ protected:
     void fnCheck(const DitherCase& dither, const Bytes& content, std::size_t misalignment,
                  const std::uint8_t* thresholds, int x, int y) {
         const std::size_t count = content.size() / dither.sourceBytes;
-        const CqSourceBytes source(content, misalignment);
-        CqTargetBytes target(count, m_Random() % 32);
+        const SourceBytes source(content, misalignment);
+        TargetBytes target(count, m_Random() % 32);
         (m_Kernels.*dither.kernel)(source.fnData(), target.fnData(), count, thresholds, x, y);
         ASSERT_TRUE(target.fnHolds(fnByRule(dither, content, thresholds, x, y)))
             << dither.name << ", " << count << " pixels at " << x << ", " << y;
@@ -118,7 +118,7 @@ TEST_P(KernelsDither, FollowsTheRuleForEveryThresholdFrom0To50) {
 
 TEST_P(KernelsDither, BlackInTheFirstCellIsIndex43) {
     const Bytes black(3 * 64, 0);
-    CqTargetBytes target(64, 0);
+    TargetBytes target(64, 0);
     m_Kernels.fnDither24(black.data(), target.fnData(), 64, kThresholds, 0, 0);
     for (std::size_t x = 0; x < 64; ++x)
         EXPECT_EQ(target.fnContent()[x], x % 8 == 0 ? 43 : 0) << x;
@@ -128,7 +128,7 @@ TEST_P(KernelsDither, WhiteIsIndex0InTheTwoCellsOfThreshold0And215Elsewhere) {
     const Bytes white(4 * 64, 255);
     for (const DitherCase& dither : {kDitherCases[1], kDitherCases[2]})
         for (int y = 0; y < 8; ++y) {
-            CqTargetBytes target(64, 0);
+            TargetBytes target(64, 0);
             (m_Kernels.*dither.kernel)(white.data(), target.fnData(), 64, kThresholds, 0, y);
             for (int x = 0; x < 64; ++x) {
                 const bool zero = (y == 0 && x % 8 == 0) || (y == 4 && x % 8 == 4);
@@ -147,7 +147,7 @@ protected:
     }
 
     void fnCheck(Bytes content, std::size_t misalignment, int x, int y) {
-        CqTargetBytes pixels(content, misalignment);
+        TargetBytes pixels(content, misalignment);
         m_Kernels.fnHiColorDither(pixels.fnData(), content.size() / 3, kPattern, x, y);
         for (std::size_t i = 0; i < content.size(); ++i)
             content[i] =

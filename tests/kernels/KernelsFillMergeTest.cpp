@@ -13,8 +13,8 @@ TEST_P(KernelsFill, EveryPixelOfTheRunGetsThePixelsBytes) {
             Bytes wanted;
             for (std::size_t i = 0; i < count; ++i)
                 wanted.insert(wanted.end(), pixel.begin(), pixel.end());
-            const CqSourceBytes source(pixel, misalignment);
-            CqTargetBytes target(fnRandomBytes(m_Random, count * size), misalignment);
+            const SourceBytes source(pixel, misalignment);
+            TargetBytes target(fnRandomBytes(m_Random, count * size), misalignment);
             m_Kernels.fnFill[size - 1](target.fnData(), count, source.fnData());
             ASSERT_TRUE(target.fnHolds(wanted))
                 << size << " bytes, " << count << " pixels, misaligned by " << misalignment;
@@ -29,7 +29,7 @@ TEST_P(KernelsFill, RunsOfAMegabyteAndMoreAreFilledToTheLastByte) {
             Bytes wanted(count * size);
             for (std::size_t i = 0; i < wanted.size(); ++i)
                 wanted[i] = pixel[i % size];
-            CqTargetBytes target(wanted.size(), misalignment);
+            TargetBytes target(wanted.size(), misalignment);
             m_Kernels.fnFill[size - 1](target.fnData(), count, pixel.data());
             ASSERT_TRUE(target.fnHolds(wanted)) << size << " bytes, misaligned by " << misalignment;
         }
@@ -44,8 +44,8 @@ TEST_P(KernelsFill, RowsThatLieApartAreCopiedAndNothingBetweenThem) {
         const std::size_t last = rows == 0 ? 0 : rows - 1;
         const Bytes from = fnRandomBytes(m_Random, last * sourceStride + count);
         Bytes wanted = fnRandomBytes(m_Random, last * targetStride + count);
-        const CqSourceBytes source(from, misalignment);
-        CqTargetBytes target(wanted, misalignment);
+        const SourceBytes source(from, misalignment);
+        TargetBytes target(wanted, misalignment);
         for (std::size_t row = 0; row < rows; ++row)
             for (std::size_t i = 0; i < count; ++i)
                 wanted[row * targetStride + i] = from[row * sourceStride + i];
@@ -157,8 +157,8 @@ TEST_P(KernelsMerge, AKeyLeavesThePixelsOfItsColour) {
                     source[i + m_Random() % size] ^= 8;
             }
             const Bytes under = fnRandomBytes(m_Random, source.size());
-            const CqSourceBytes over(source, misalignment);
-            CqTargetBytes target(under, misalignment);
+            const SourceBytes over(source, misalignment);
+            TargetBytes target(under, misalignment);
             const auto kernel = size == 2 ? m_Kernels.fnMergeKey16 : m_Kernels.fnMergeKey24;
             kernel(over.fnData(), target.fnData(), count, key.data());
             ASSERT_TRUE(target.fnHolds(fnMergedByKey(source, under, size, key)))
@@ -172,9 +172,9 @@ TEST_P(KernelsMerge, AMaskWeighsEachPixelWithoutADivision) {
             const Bytes source = fnDarkBytes(count * size);
             const Bytes under = fnDarkBytes(count * size);
             const Bytes weights = fnWeights(count);
-            const CqSourceBytes over(source, misalignment);
-            const CqSourceBytes mask(weights, (misalignment + 5) % 32);
-            CqTargetBytes target(under, misalignment);
+            const SourceBytes over(source, misalignment);
+            const SourceBytes mask(weights, (misalignment + 5) % 32);
+            TargetBytes target(under, misalignment);
             const auto kernel = size == 2 ? m_Kernels.fnMergeMask16 : m_Kernels.fnMergeMask24;
             kernel(over.fnData(), target.fnData(), count, mask.fnData());
             ASSERT_TRUE(target.fnHolds(fnMergedByMask(source, under, size, weights)))
@@ -191,7 +191,7 @@ TEST_P(KernelsMerge, EveryWeightOfEveryPairOfChannelsFollowsTheRule) {
             under[i] = static_cast<std::uint8_t>(i % 13 < 4 ? i % 13 : m_Random());
         }
         const Bytes weights(96, static_cast<std::uint8_t>(weight));
-        CqTargetBytes target(under, 0);
+        TargetBytes target(under, 0);
         m_Kernels.fnMergeMask24(source.data(), target.fnData(), 96, weights.data());
         ASSERT_TRUE(target.fnHolds(fnMergedByMask(source, under, 3, weights))) << weight;
     }
@@ -201,8 +201,8 @@ TEST_P(KernelsMerge, AFull16BitMergeDropsGreenAndExchangesTheBytes) {
     fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
         const Bytes source = fnRandomBytes(m_Random, 2 * count);
         const Bytes under = fnRandomBytes(m_Random, 2 * count);
-        const CqSourceBytes over(source, misalignment);
-        CqTargetBytes target(under, misalignment);
+        const SourceBytes over(source, misalignment);
+        TargetBytes target(under, misalignment);
         m_Kernels.fnMergeAll16(over.fnData(), target.fnData(), count);
         ASSERT_TRUE(target.fnHolds(fnMergedByMask(source, under, 2, Bytes(count, 255)))) << count;
     });
@@ -224,24 +224,24 @@ TEST_P(KernelsMask, EveryPairOfWeightsIsAddedAndSubtractedByTheRule) {
             sums.push_back(sum < -128 || sum > 127 ? 255 : static_cast<std::uint8_t>(i + j));
             differences.push_back(static_cast<std::uint8_t>(i > j ? i - j : 0));
         }
-    CqTargetBytes sum(a, 0);
+    TargetBytes sum(a, 0);
     m_Kernels.fnMaskAdd(b.data(), sum.fnData(), b.size());
     EXPECT_TRUE(sum.fnHolds(sums));
-    CqTargetBytes difference(a, 0);
+    TargetBytes difference(a, 0);
     m_Kernels.fnMaskSubtract(b.data(), difference.fnData(), b.size());
     EXPECT_TRUE(difference.fnHolds(differences));
 }
 
 TEST_P(KernelsMask, RunsOfEveryLengthStayInside) {
-    const CqKernels& plain = *fnKernelsOfLevel(CqKernelLevel::SCALAR);
+    const Kernels& plain = *fnKernelsOfLevel(KernelLevel::SCALAR);
     fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
         const Bytes other = fnRandomBytes(m_Random, count);
         const Bytes own = fnRandomBytes(m_Random, count);
-        const CqSourceBytes source(other, misalignment);
-        for (const auto kernel : {&CqKernels::fnMaskAdd, &CqKernels::fnMaskSubtract}) {
+        const SourceBytes source(other, misalignment);
+        for (const auto kernel : {&Kernels::fnMaskAdd, &Kernels::fnMaskSubtract}) {
             Bytes wanted = own;
             (plain.*kernel)(other.data(), wanted.data(), count);
-            CqTargetBytes target(own, misalignment);
+            TargetBytes target(own, misalignment);
             (m_Kernels.*kernel)(source.fnData(), target.fnData(), count);
             ASSERT_TRUE(target.fnHolds(wanted)) << count;
         }

@@ -22,7 +22,7 @@ protected:
                                     const Bytes& samples) {
         double sum = 0.0;
         for (std::size_t k = 0; k < entries.size(); ++k)
-            sum += samples[k] * entries[k].weight;
+            sum += samples[k] * entries[k].m_dWeight;
         const double whole = std::trunc(sum + 1e-10);
         return static_cast<std::uint8_t>(std::min(std::max(whole, 0.0), 255.0));
     }
@@ -31,7 +31,7 @@ protected:
     void fnCheck(std::vector<ContribEntry> entries, const std::vector<Bytes>& rows,
                  std::size_t misalignment) {
         ContribList list = {static_cast<std::int32_t>(entries.size()), 0, 0, 0, entries.data()};
-        fnSetRoughWeights(list);
+        fnSetApproximateWeights(list);
         const std::size_t count = rows[0].size();
         Bytes wanted(count);
         // Each row is a block of its own, so that reads beyond it are noticed.
@@ -47,9 +47,10 @@ protected:
                 samples.push_back(row[i]);
             wanted[i] = fnPlainByte(entries, samples);
         }
-        CqTargetBytes target(count, misalignment);
-        m_Kernels.fnWeighRows(addresses.data(), list, target.fnData(), count);
-        ASSERT_TRUE(target.fnHolds(wanted)) << entries.size() << " entries, doubt " << list.doubt;
+        TargetBytes target(count, misalignment);
+        m_Kernels.fnConvolveRows(addresses.data(), list, target.fnData(), count);
+        ASSERT_TRUE(target.fnHolds(wanted))
+            << entries.size() << " entries, doubt " << list.m_fErrorBound;
 
         if (count < kFilterLanes)
             return;
@@ -58,20 +59,21 @@ protected:
         std::vector<float> lanes(rows.size() * kStride);
         for (std::size_t k = 0; k < rows.size(); ++k) {
             const std::size_t at = rows.size() - 1 - k;
-            entries[k].pixel = static_cast<std::int32_t>(5 + at);
+            entries[k].m_nPixel = static_cast<std::int32_t>(5 + at);
             for (std::size_t i = 0; i < kStride; ++i)
                 lanes[at * kStride + i] = rows[k][i % kFilterLanes];
         }
-        CqTargetBytes blocks(kStride, misalignment);
+        TargetBytes blocks(kStride, misalignment);
         Bytes runs(lanes.size());
         const Bytes bytes(lanes.begin(), lanes.end());
         m_Kernels.fnReadLanes(bytes.data(), lanes.data(), runs.data(), rows.size(), 2);
-        m_Kernels.fnWeighLanes({lanes.data(), bytes.data(), runs.data(), 5}, list, blocks.fnData(),
-                               2);
+        m_Kernels.fnConvolveLanes({lanes.data(), bytes.data(), runs.data(), 5}, list,
+                                  blocks.fnData(), 2);
         wanted.resize(kFilterLanes);
         for (std::size_t i = 0; i < kFilterLanes; ++i)
             wanted.push_back(wanted[i]);
-        ASSERT_TRUE(blocks.fnHolds(wanted)) << entries.size() << " entries, doubt " << list.doubt;
+        ASSERT_TRUE(blocks.fnHolds(wanted))
+            << entries.size() << " entries, doubt " << list.m_fErrorBound;
     }
 };
 
@@ -105,10 +107,10 @@ TEST_P(KernelsFilter, SumsByAHairBelowAWholeNumberAreDecidedInDouble) {
                     rows.back()[0] = static_cast<std::uint8_t>(200 + m_Random() % 50);
                     entries.push_back({0, 0, (0.5 + fnUnit()) / static_cast<double>(taps) * 0.9});
                     if (k + 1 < taps)
-                        sum += rows[k][0] * entries[k].weight;
+                        sum += rows[k][0] * entries[k].m_dWeight;
                 }
                 const double target = std::floor(sum) + 1.0 + sign * off;
-                entries.back().weight = (target - sum) / rows.back()[0];
+                entries.back().m_dWeight = (target - sum) / rows.back()[0];
                 fnCheck(entries, rows, 0);
                 if (HasFatalFailure())
                     return;
@@ -131,19 +133,19 @@ TEST_P(KernelsFilter, FastSumsStayWithinTheirBound) {
             entries.push_back(
                 {0, 0, (k % 2 ? -1.0 : 1.0) * fnBetweenFloats(size * shares[k] / all)});
         ContribList list = {static_cast<std::int32_t>(taps), 0, 0, 0, entries.data()};
-        fnSetRoughWeights(list);
-        ASSERT_GT(list.doubt, 0.0F);
+        fnSetApproximateWeights(list);
+        ASSERT_GT(list.m_fErrorBound, 0.0F);
         double exact = 0.0;
-        float fast = list.bias;
+        float fast = list.m_fBias;
         for (const ContribEntry& entry : entries) {
             const auto sample =
-                static_cast<unsigned>((entry.weight > 0.0 ? 253 : 0) + m_Random() % 3);
-            exact += sample * entry.weight;
-            fast = std::fma(static_cast<float>(sample), entry.rough, fast);
+                static_cast<unsigned>((entry.m_dWeight > 0.0 ? 253 : 0) + m_Random() % 3);
+            exact += sample * entry.m_dWeight;
+            fast = std::fma(static_cast<float>(sample), entry.m_fWeight, fast);
         }
         ASSERT_GE(fast, exact + kFilterDust) << taps << " entries of " << size;
-        ASSERT_LE(fast - list.doubt, exact + kFilterDust) << taps << " entries of " << size;
-        ASSERT_LE(std::fabs(fast - list.bias - exact), list.bias);
+        ASSERT_LE(fast - list.m_fErrorBound, exact + kFilterDust) << taps << " entries of " << size;
+        ASSERT_LE(std::fabs(fast - list.m_fBias - exact), list.m_fBias);
     }
 }
 
@@ -163,13 +165,13 @@ TEST_P(KernelsFilter, SumsBesideTheEndsOfBytesAreThoseOfDoubles) {
                             {0, 0, fnBetweenFloats(most * fnUnit()) * (low ? -1.0 : 1.0)});
                         rows.emplace_back(
                             70, static_cast<std::uint8_t>((low ? 0 : 253) + m_Random() % 3));
-                        sum += rows.back()[0] * entries.back().weight;
+                        sum += rows.back()[0] * entries.back().m_dWeight;
                     }
                     rows.emplace_back(70, static_cast<std::uint8_t>(253 + m_Random() % 3));
                     entries.push_back({0, 0, (whole + sign * off - sum) / rows.back()[0]});
                     ContribList list = {static_cast<std::int32_t>(taps), 0, 0, 0, entries.data()};
-                    fnSetRoughWeights(list);
-                    ASSERT_GE(list.doubt, 0.0F); // the fast sum is taken
+                    fnSetApproximateWeights(list);
+                    ASSERT_GE(list.m_fErrorBound, 0.0F); // the fast sum is taken
                     fnCheck(entries, rows, 1);
                     if (HasFatalFailure())
                         return;
@@ -204,15 +206,15 @@ TEST_P(KernelsFilter, WeightsThatSinglePrecisionCannotHoldAreSummedUpInDouble) {
         std::vector<ContribEntry> entries = {{0, 0, weight}, {0, 0, 0.25}};
         std::vector<Bytes> rows = {fnRandomBytes(m_Random, 70), fnRandomBytes(m_Random, 70)};
         ContribList list = {2, 0, 0, 0, entries.data()};
-        fnSetRoughWeights(list);
-        EXPECT_LT(list.doubt, 0.0F);
+        fnSetApproximateWeights(list);
+        EXPECT_LT(list.m_fErrorBound, 0.0F);
         Bytes scalar(70);
         Bytes here(70);
         const std::vector<float> floats[] = {{rows[0].begin(), rows[0].end()},
                                              {rows[1].begin(), rows[1].end()}};
         const float* addresses[] = {floats[0].data(), floats[1].data()};
-        fnKernelsOfLevel(CqKernelLevel::SCALAR)->fnWeighRows(addresses, list, scalar.data(), 70);
-        m_Kernels.fnWeighRows(addresses, list, here.data(), 70);
+        fnKernelsOfLevel(KernelLevel::SCALAR)->fnConvolveRows(addresses, list, scalar.data(), 70);
+        m_Kernels.fnConvolveRows(addresses, list, here.data(), 70);
         EXPECT_EQ(here, scalar) << weight;
         if (std::isfinite(weight))
             fnCheck(entries, rows, 1);
@@ -235,8 +237,8 @@ TEST_P(KernelsFilter, SumsOfWholeRatiosAreNeverDoubtfulAndYetExact) {
                 entries.push_back({0, 0, static_cast<double>(part) / denominator});
             }
             ContribList list = {static_cast<std::int32_t>(taps), 0, 0, 0, entries.data()};
-            fnSetRoughWeights(list);
-            EXPECT_EQ(list.doubt, 0.0F) << denominator << ", " << taps << " entries";
+            fnSetApproximateWeights(list);
+            EXPECT_EQ(list.m_fErrorBound, 0.0F) << denominator << ", " << taps << " entries";
             std::vector<Bytes> rows;
             for (std::size_t k = 0; k < taps; ++k)
                 rows.push_back(fnRandomBytes(m_Random, 200));
@@ -251,8 +253,8 @@ TEST_P(KernelsFilter, SumsOfWholeRatiosAreNeverDoubtfulAndYetExact) {
 
 TEST_P(KernelsFilter, RowsBecomeLanesAndBack) {
     fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
-        std::vector<CqSourceBytes> sources;
-        std::vector<CqTargetBytes> targets;
+        std::vector<SourceBytes> sources;
+        std::vector<TargetBytes> targets;
         std::vector<Bytes> contents;
         const std::uint8_t* from[kFilterLanes];
         std::uint8_t* to[kFilterLanes];
@@ -268,10 +270,10 @@ TEST_P(KernelsFilter, RowsBecomeLanesAndBack) {
             from[r] = sources[r].fnData();
             to[r] = targets[r].fnData();
         }
-        CqTargetBytes turned(wanted.size(), misalignment);
+        TargetBytes turned(wanted.size(), misalignment);
         m_Kernels.fnRowsToLanes(from, turned.fnData(), count);
         ASSERT_TRUE(turned.fnHolds(wanted)) << count;
-        const CqSourceBytes lanes(wanted, misalignment);
+        const SourceBytes lanes(wanted, misalignment);
         m_Kernels.fnLanesToRows(lanes.fnData(), to, count);
         std::vector<float> samples(count);
         m_Kernels.fnBytesToFloats(sources[0].fnData(), samples.data(), count);
@@ -292,8 +294,8 @@ TEST_P(KernelsFilter, BlocksAreTransposedWithStridesOfEitherSign) {
         const bool back = m_Random() % 2;
         // Both blocks end with the last pixel, so that nothing may be touched behind it.
         const Bytes content = fnRandomBytes(m_Random, wide * (height - 1) + width * bytes);
-        const CqSourceBytes source(content, m_Random() % 32);
-        CqTargetBytes target(high * (width - 1) + height * bytes, m_Random() % 32);
+        const SourceBytes source(content, m_Random() % 32);
+        TargetBytes target(high * (width - 1) + height * bytes, m_Random() % 32);
         Bytes wanted = target.fnContent();
         for (std::size_t i = 0; i < width; ++i)
             for (std::size_t j = 0; j < height; ++j)
@@ -310,7 +312,7 @@ TEST_P(KernelsFilter, BlocksAreTransposedWithStridesOfEitherSign) {
 }
 
 TEST_P(KernelsFilter, TurnsSampleWhatTheScalarOnesDo) {
-    const CqKernels& scalar = *fnKernelsOfLevel(CqKernelLevel::SCALAR);
+    const Kernels& scalar = *fnKernelsOfLevel(KernelLevel::SCALAR);
     for (int round = 0; round < 200; ++round) {
         constexpr int kSide = 192;
         const Bytes content =
@@ -318,36 +320,36 @@ TEST_P(KernelsFilter, TurnsSampleWhatTheScalarOnesDo) {
                            : fnRandomBytes(m_Random, kSide * kSide * 4 + 8);
         const double angle = round % 7 == 0 ? 0.0 : fnUnit() * 6.3;
         const std::size_t count = 1 + m_Random() % 60;
-        CqTurnRows rows;
-        rows.c = std::cos(angle);
-        rows.s = std::sin(angle);
-        for (std::size_t r = 0; r < kTurnRows; ++r) {
-            rows.x[r] = fnUnit() * 60.0 - 30.0;
-            rows.y[r] = 1096.0 + (r == 2 ? 0.5 : fnUnit() * 60.0 - 30.0);
+        RotateRows rows;
+        rows.m_dCosine = std::cos(angle);
+        rows.m_dSine = std::sin(angle);
+        for (std::size_t r = 0; r < kRotateRows; ++r) {
+            rows.m_dX[r] = fnUnit() * 60.0 - 30.0;
+            rows.m_dY[r] = 1096.0 + (r == 2 ? 0.5 : fnUnit() * 60.0 - 30.0);
             if (r == 3)
-                rows.x[r] = -0.5 * static_cast<double>(m_Random() % 8);
+                rows.m_dX[r] = -0.5 * static_cast<double>(m_Random() % 8);
         }
         if (round % 3 == 0) { // up to the last pixel, and from the last column and row on
             const auto steps = static_cast<double>(count - 1);
-            rows.x[0] = -96.0 + 190.9 - std::max(0.0, rows.c * steps);
-            rows.y[0] = 1000.0 + 190.9 - std::max(0.0, -rows.s * steps);
+            rows.m_dX[0] = -96.0 + 190.9 - std::max(0.0, rows.m_dCosine * steps);
+            rows.m_dY[0] = 1000.0 + 190.9 - std::max(0.0, -rows.m_dSine * steps);
         }
-        for (const auto& [run, bytes] : {std::pair{&CqKernels::fnTurnNearest8, 1u},
-                                         {&CqKernels::fnTurnNearest32, 4u},
-                                         {&CqKernels::fnTurnBilinear8, 1u},
-                                         {&CqKernels::fnTurnBilinear32, 4u}}) {
+        for (const auto& [run, bytes] : {std::pair{&Kernels::fnRotateNearest8, 1u},
+                                         {&Kernels::fnRotateNearest32, 4u},
+                                         {&Kernels::fnRotateBilinear8, 1u},
+                                         {&Kernels::fnRotateBilinear32, 4u}}) {
             // No byte more than the kernels may read.
             const Bytes block(content.begin(), content.begin() + kSide * kSide * bytes + 8);
-            const CqTurnSource source = {block.data(), kSide, -96.0, 1000.0};
-            std::vector<Bytes> wanted(kTurnRows, Bytes(count * bytes));
-            std::vector<CqTargetBytes> targets(kTurnRows, CqTargetBytes(count * bytes, 3));
-            for (std::size_t r = 0; r < kTurnRows; ++r)
-                rows.target[r] = wanted[r].data();
+            const RotateSource source = {block.data(), kSide, -96.0, 1000.0};
+            std::vector<Bytes> wanted(kRotateRows, Bytes(count * bytes));
+            std::vector<TargetBytes> targets(kRotateRows, TargetBytes(count * bytes, 3));
+            for (std::size_t r = 0; r < kRotateRows; ++r)
+                rows.m_pTarget[r] = wanted[r].data();
             (scalar.*run)(source, rows, count);
-            for (std::size_t r = 0; r < kTurnRows; ++r)
-                rows.target[r] = targets[r].fnData();
+            for (std::size_t r = 0; r < kRotateRows; ++r)
+                rows.m_pTarget[r] = targets[r].fnData();
             (m_Kernels.*run)(source, rows, count);
-            for (std::size_t r = 0; r < kTurnRows; ++r)
+            for (std::size_t r = 0; r < kRotateRows; ++r)
                 ASSERT_TRUE(targets[r].fnHolds(wanted[r])) << bytes << " bytes, row " << r;
         }
     }

@@ -1,7 +1,10 @@
 #include "q32Base/kernels/StreamPixels.h"
 #include "tests/kernels/KernelsTestTools.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <numeric>
+#include <string>
 
 namespace q32::test {
 namespace {
@@ -73,26 +76,26 @@ Bytes fn565To555(const std::uint8_t* p) {
 
 struct FormatCase {
     const char* name;
-    CqPixelRun CqKernels::*kernel;
+    PixelRun Kernels::*kernel;
     std::size_t sourceBytes, targetBytes;
     bool inPlace;
     Bytes (*rule)(const std::uint8_t* pixel);
 };
 
 const FormatCase kFormatCases[] = {
-    {"565 to BGR 24", &CqKernels::fnRgb565ToBgr24, 2, 3, false, fn565ToBgr24},
-    {"565 to BGRX 32", &CqKernels::fnRgb565ToBgrx32, 2, 4, false, fn565ToBgrx32},
-    {"565 to RGB 24", &CqKernels::fnRgb565ToRgb24, 2, 3, false, fn565ToRgb24},
-    {"565 to ARGB 32", &CqKernels::fnRgb565ToArgb32, 2, 4, false, fn565ToArgb32},
-    {"RGB 24 to BGR 24", &CqKernels::fnRgb24ToBgr24, 3, 3, true, fn24ToBgr24},
-    {"RGB 24 to BGRX 32", &CqKernels::fnRgb24ToBgrx32, 3, 4, false, fn24ToBgrx32},
-    {"RGB 24 to ARGB 32", &CqKernels::fnRgb24ToArgb32, 3, 4, false, fn24ToArgb32},
-    {"ARGB 32 to BGR 24", &CqKernels::fnArgb32ToBgr24, 4, 3, false, fn32ToBgr24},
-    {"ARGB 32 to RGB 24", &CqKernels::fnArgb32ToRgb24, 4, 3, false, fn32ToRgb24},
-    {"ARGB 32 to BGRA 32", &CqKernels::fnArgb32ToBgra32, 4, 4, true, fn32ToBgra32},
-    {"swap 16", &CqKernels::fnSwap16, 2, 2, true, fnSwapped16},
-    {"555 to 565", &CqKernels::fnRgb555LeToRgb565, 2, 2, true, fn555To565},
-    {"565 to 555", &CqKernels::fnRgb565ToRgb555Le, 2, 2, true, fn565To555},
+    {"565 to BGR 24", &Kernels::fnRgb565ToBgr24, 2, 3, false, fn565ToBgr24},
+    {"565 to BGRX 32", &Kernels::fnRgb565ToBgrx32, 2, 4, false, fn565ToBgrx32},
+    {"565 to RGB 24", &Kernels::fnRgb565ToRgb24, 2, 3, false, fn565ToRgb24},
+    {"565 to ARGB 32", &Kernels::fnRgb565ToArgb32, 2, 4, false, fn565ToArgb32},
+    {"RGB 24 to BGR 24", &Kernels::fnRgb24ToBgr24, 3, 3, true, fn24ToBgr24},
+    {"RGB 24 to BGRX 32", &Kernels::fnRgb24ToBgrx32, 3, 4, false, fn24ToBgrx32},
+    {"RGB 24 to ARGB 32", &Kernels::fnRgb24ToArgb32, 3, 4, false, fn24ToArgb32},
+    {"ARGB 32 to BGR 24", &Kernels::fnArgb32ToBgr24, 4, 3, false, fn32ToBgr24},
+    {"ARGB 32 to RGB 24", &Kernels::fnArgb32ToRgb24, 4, 3, false, fn32ToRgb24},
+    {"ARGB 32 to BGRA 32", &Kernels::fnArgb32ToBgra32, 4, 4, true, fn32ToBgra32},
+    {"swap 16", &Kernels::fnSwap16, 2, 2, true, fnSwapped16},
+    {"555 to 565", &Kernels::fnRgb555LeToRgb565, 2, 2, true, fn555To565},
+    {"565 to 555", &Kernels::fnRgb565ToRgb555Le, 2, 2, true, fn565To555},
 };
 
 Bytes fnByRule(const FormatCase& format, const Bytes& source) {
@@ -105,15 +108,38 @@ Bytes fnByRule(const FormatCase& format, const Bytes& source) {
 }
 
 TEST(Kernels, TheScalarLevelIsOnEveryMachine) {
-    ASSERT_NE(fnKernelsOfLevel(CqKernelLevel::SCALAR), nullptr);
-    EXPECT_EQ(fnKernelsOfLevel(CqKernelLevel::SCALAR)->level, CqKernelLevel::SCALAR);
+    ASSERT_NE(fnKernelsOfLevel(KernelLevel::SCALAR), nullptr);
+    EXPECT_EQ(fnKernelsOfLevel(KernelLevel::SCALAR)->m_eLevel, KernelLevel::SCALAR);
 }
 
-TEST(Kernels, TheTableInForceIsThatOfTheHighestLevelHere) {
-    const CqKernelLevel highest = fnLevelsHere().back();
-    EXPECT_EQ(&fnKernels(), fnKernelsOfLevel(highest));
-    EXPECT_EQ(fnKernels().level, highest);
+// CTest runs it at each cap, so that the environment is proved to be read.
+TEST(Kernels, TheTableInForceIsThatOfTheHighestLevelHereThatTheEnvironmentAllows) {
+    const char* variable = std::getenv("Q32_KERNELS");
+    const std::string cap = variable ? variable : "";
+    const KernelLevel allowed = cap == "scalar" ? KernelLevel::SCALAR
+                                : cap == "avx2" ? KernelLevel::AVX2
+                                                : KernelLevel::AVX512;
+    const KernelLevel expected = std::min(allowed, fnLevelsHere().back());
+    EXPECT_EQ(fnKernels().m_eLevel, expected);
+    EXPECT_EQ(&fnKernels(), fnKernelsOfLevel(expected));
     EXPECT_EQ(&fnKernels(), &fnKernels());
+}
+
+TEST(Kernels, ACapLowersTheProcessorsLevelAndNeverRaisesIt) {
+    using enum KernelLevel;
+    for (const KernelLevel highest : {SCALAR, AVX2, AVX512}) {
+        EXPECT_EQ(fnChooseLevel("scalar", highest), SCALAR);
+        EXPECT_EQ(fnChooseLevel("avx2", highest), highest == SCALAR ? SCALAR : AVX2);
+        EXPECT_EQ(fnChooseLevel("avx512", highest), highest);
+    }
+}
+
+TEST(Kernels, NoCapAndOneThatNamesNoLevelLeaveTheProcessorsLevel) {
+    using enum KernelLevel;
+    for (const KernelLevel highest : {SCALAR, AVX2, AVX512})
+        for (const char* cap : {static_cast<const char*>(nullptr), "", "Scalar", "avx", "avx2 ",
+                                "avx51", "avx5120", "0", "sse2"})
+            EXPECT_EQ(fnChooseLevel(cap, highest), highest) << (cap ? cap : "no variable");
 }
 
 class KernelsFormat : public KernelsAtEachLevel {};
@@ -123,8 +149,8 @@ TEST_P(KernelsFormat, FollowsTheRuleAndTouchesNothingElse) {
     for (const FormatCase& format : kFormatCases)
         fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
             const Bytes content = fnRandomBytes(m_Random, count * format.sourceBytes);
-            const CqSourceBytes source(content, misalignment);
-            CqTargetBytes target(count * format.targetBytes, m_Random() % 32);
+            const SourceBytes source(content, misalignment);
+            TargetBytes target(count * format.targetBytes, m_Random() % 32);
             (m_Kernels.*format.kernel)(source.fnData(), target.fnData(), count);
             ASSERT_TRUE(target.fnHolds(fnByRule(format, content)))
                 << format.name << ", " << count << " pixels, misaligned by " << misalignment;
@@ -136,7 +162,7 @@ TEST_P(KernelsFormat, WorksInPlaceWhereThatIsTold) {
         if (format.inPlace)
             fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
                 const Bytes content = fnRandomBytes(m_Random, count * format.sourceBytes);
-                CqTargetBytes pixels(content, misalignment);
+                TargetBytes pixels(content, misalignment);
                 (m_Kernels.*format.kernel)(pixels.fnData(), pixels.fnData(), count);
                 ASSERT_TRUE(pixels.fnHolds(fnByRule(format, content)))
                     << format.name << ", " << count << " pixels, misaligned by " << misalignment;
@@ -149,7 +175,7 @@ TEST_P(KernelsFormat, FollowsTheRuleForEvery16BitValue) {
         all.insert(all.end(), {fnByte(value >> 8), fnByte(value)});
     for (const FormatCase& format : kFormatCases)
         if (format.sourceBytes == 2) {
-            CqTargetBytes target(65536 * format.targetBytes, 0);
+            TargetBytes target(65536 * format.targetBytes, 0);
             (m_Kernels.*format.kernel)(all.data(), target.fnData(), 65536);
             EXPECT_TRUE(target.fnHolds(fnByRule(format, all))) << format.name;
         }
@@ -157,7 +183,7 @@ TEST_P(KernelsFormat, FollowsTheRuleForEvery16BitValue) {
 
 TEST_P(KernelsFormat, ShortChannelsStayInTheHighBits) {
     const Bytes white(2 * 40, 0xFF);
-    CqTargetBytes target(3 * 40, 0);
+    TargetBytes target(3 * 40, 0);
     m_Kernels.fnRgb565ToRgb24(white.data(), target.fnData(), 40);
     Bytes wanted;
     for (int i = 0; i < 40; ++i)
@@ -167,25 +193,25 @@ TEST_P(KernelsFormat, ShortChannelsStayInTheHighBits) {
 
 struct PaletteCase {
     const char* name;
-    CqPaletteRun CqKernels::*kernel;
+    PaletteRun Kernels::*kernel;
     std::size_t targetBytes;
     Bytes (*rule)(const std::uint8_t* entry);
 };
 
 const PaletteCase kPaletteCases[] = {
-    {"to BGR 24", &CqKernels::fnIndex8ToBgr24, 3,
+    {"to BGR 24", &Kernels::fnIndex8ToBgr24, 3,
      [](const std::uint8_t* e) -> Bytes {
          return {e[0], e[1], e[2]};
      }},
-    {"to BGRX 32", &CqKernels::fnIndex8ToBgrx32, 4,
+    {"to BGRX 32", &Kernels::fnIndex8ToBgrx32, 4,
      [](const std::uint8_t* e) -> Bytes {
          return {e[0], e[1], e[2], e[3]};
      }},
-    {"to RGB 24", &CqKernels::fnIndex8ToRgb24, 3,
+    {"to RGB 24", &Kernels::fnIndex8ToRgb24, 3,
      [](const std::uint8_t* e) -> Bytes {
          return {e[2], e[1], e[0]};
      }},
-    {"to ARGB 32", &CqKernels::fnIndex8ToArgb32, 4,
+    {"to ARGB 32", &Kernels::fnIndex8ToArgb32, 4,
      [](const std::uint8_t* e) -> Bytes {
          return {255, e[2], e[1], e[0]};
      }},
@@ -207,12 +233,12 @@ Q32_AT_EACH_LEVEL(KernelsPalette);
 
 TEST_P(KernelsPalette, LooksUpEveryIndexAndTouchesNothingElse) {
     const Bytes palette = fnRandomBytes(m_Random, 4 * 256);
-    const CqSourceBytes entries(palette, 1);
+    const SourceBytes entries(palette, 1);
     for (const PaletteCase& look : kPaletteCases)
         fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
             const Bytes content = fnRandomBytes(m_Random, count);
-            const CqSourceBytes source(content, misalignment);
-            CqTargetBytes target(count * look.targetBytes, m_Random() % 32);
+            const SourceBytes source(content, misalignment);
+            TargetBytes target(count * look.targetBytes, m_Random() % 32);
             (m_Kernels.*look.kernel)(source.fnData(), target.fnData(), count, entries.fnData(),
                                      256);
             ASSERT_TRUE(target.fnHolds(fnByRule(look, content, palette)))
@@ -225,10 +251,10 @@ TEST_P(KernelsPalette, AnIndexBeyondThePaletteIsBlackAndReadsNothing) {
         for (const std::size_t paletteCount : {0, 1, 2, 7, 8, 9, 15, 16, 100, 216, 252, 255, 256})
             for (const std::size_t repeat : {1, 3}) {
                 const Bytes palette = fnRandomBytes(m_Random, 4 * paletteCount);
-                const CqSourceBytes entries(palette, 0); // ends at the allocation's end
+                const SourceBytes entries(palette, 0); // ends at the allocation's end
                 Bytes content(256 * repeat);
                 std::iota(content.begin(), content.end(), std::uint8_t{0});
-                CqTargetBytes target(content.size() * look.targetBytes, 0);
+                TargetBytes target(content.size() * look.targetBytes, 0);
                 (m_Kernels.*look.kernel)(content.data(), target.fnData(), content.size(),
                                          entries.fnData(), paletteCount);
                 EXPECT_TRUE(target.fnHolds(fnByRule(look, content, palette)))
@@ -241,7 +267,7 @@ TEST_P(KernelsPalette, APaletteOfMoreThan256EntriesIsReadUpTo256) {
     Bytes content(256);
     std::iota(content.begin(), content.end(), std::uint8_t{0});
     for (const PaletteCase& look : kPaletteCases) {
-        CqTargetBytes target(256 * look.targetBytes, 0);
+        TargetBytes target(256 * look.targetBytes, 0);
         (m_Kernels.*look.kernel)(content.data(), target.fnData(), 256, palette.data(), 300);
         EXPECT_TRUE(target.fnHolds(fnByRule(look, content, palette))) << look.name;
     }
@@ -250,8 +276,8 @@ TEST_P(KernelsPalette, APaletteOfMoreThan256EntriesIsReadUpTo256) {
 TEST_P(KernelsPalette, APackedByteGivesItsHighNibbleFirstAndAnOddWidthOnlyThat) {
     fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
         const Bytes content = fnRandomBytes(m_Random, (count + 1) / 2);
-        const CqSourceBytes source(content, misalignment);
-        CqTargetBytes target(count, m_Random() % 32);
+        const SourceBytes source(content, misalignment);
+        TargetBytes target(count, m_Random() % 32);
         m_Kernels.fnIndex4ToIndex8(source.fnData(), target.fnData(), count);
         Bytes wanted;
         for (const std::uint8_t byte : content)
@@ -266,10 +292,10 @@ Q32_AT_EACH_LEVEL(KernelsCurve);
 
 TEST_P(KernelsCurve, ChangesEveryByteOf24BitPixels) {
     const Bytes curve = fnRandomBytes(m_Random, 256);
-    const CqSourceBytes table(curve, 1);
+    const SourceBytes table(curve, 1);
     fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
         Bytes wanted = fnRandomBytes(m_Random, 3 * count);
-        CqTargetBytes pixels(wanted, misalignment);
+        TargetBytes pixels(wanted, misalignment);
         m_Kernels.fnCurve24(pixels.fnData(), count, table.fnData());
         for (std::uint8_t& byte : wanted)
             byte = curve[byte];
@@ -279,10 +305,10 @@ TEST_P(KernelsCurve, ChangesEveryByteOf24BitPixels) {
 
 TEST_P(KernelsCurve, KeepsTheFourthByteOf32BitPixels) {
     const Bytes curve = fnRandomBytes(m_Random, 256);
-    const CqSourceBytes table(curve, 1);
+    const SourceBytes table(curve, 1);
     fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
         Bytes wanted = fnRandomBytes(m_Random, 4 * count);
-        CqTargetBytes pixels(wanted, misalignment);
+        TargetBytes pixels(wanted, misalignment);
         m_Kernels.fnCurve32(pixels.fnData(), count, table.fnData());
         for (std::size_t i = 0; i < wanted.size(); ++i)
             wanted[i] = i % 4 == 3 ? wanted[i] : curve[wanted[i]];
@@ -294,7 +320,7 @@ TEST_P(KernelsCurve, LooksUpAll256Values) {
     const Bytes curve = fnRandomBytes(m_Random, 256);
     Bytes all(3 * 256);
     std::iota(all.begin(), all.end(), std::uint8_t{0});
-    CqTargetBytes pixels(all, 0);
+    TargetBytes pixels(all, 0);
     m_Kernels.fnCurve24(pixels.fnData(), 256, curve.data());
     for (std::uint8_t& byte : all)
         byte = curve[byte];
@@ -308,8 +334,8 @@ TEST_P(KernelsStream, CopiesEveryByteAndTouchesNothingElse) {
     for (std::size_t count = 0; count <= 300; ++count)
         for (const std::size_t misalignment : {0, 1, 3, 16, 31}) {
             const Bytes content = fnRandomBytes(m_Random, count);
-            const CqSourceBytes source(content, m_Random() % 32);
-            CqTargetBytes target(count, misalignment);
+            const SourceBytes source(content, m_Random() % 32);
+            TargetBytes target(count, misalignment);
             m_Kernels.fnStreamCopy(source.fnData(), target.fnData(), count);
             m_Kernels.fnStreamEnd();
             ASSERT_TRUE(target.fnHolds(content)) << count << " bytes to " << misalignment;
@@ -320,8 +346,8 @@ TEST_P(KernelsStream, AStreamedRunGivesWhatTheKernelGives) {
     for (const std::size_t count : {0, 1, 255, 256, 257, 511, 512, 513, 4000})
         for (const FormatCase& format : kFormatCases) {
             const Bytes content = fnRandomBytes(m_Random, count * format.sourceBytes);
-            const CqSourceBytes source(content, 1);
-            CqTargetBytes target(count * format.targetBytes, 5);
+            const SourceBytes source(content, 1);
+            TargetBytes target(count * format.targetBytes, 5);
             fnStreamPixels(m_Kernels, source.fnData(), format.sourceBytes, target.fnData(),
                            format.targetBytes, count, m_Kernels.*format.kernel);
             EXPECT_TRUE(target.fnHolds(fnByRule(format, content)))

@@ -24,9 +24,9 @@ inline Bytes fnRandomBytes(std::mt19937& random, std::size_t count) {
 
 /// A run's source at a chosen misalignment, with the allocation ending right behind it, so that the
 /// address sanitizer sees a read past the end.
-class CqSourceBytes {
+class SourceBytes {
 public:
-    CqSourceBytes(const Bytes& content, std::size_t misalignment)
+    SourceBytes(const Bytes& content, std::size_t misalignment)
         : m_Block(new std::uint8_t[misalignment + content.size()]), m_Misalignment(misalignment) {
         std::copy(content.begin(), content.end(), m_Block.get() + misalignment);
     }
@@ -38,13 +38,13 @@ private:
 };
 
 /// A run's target at a chosen misalignment, between guard bytes.
-class CqTargetBytes {
+class TargetBytes {
 public:
-    CqTargetBytes(std::size_t size, std::size_t misalignment)
+    TargetBytes(std::size_t size, std::size_t misalignment)
         : m_Block(2 * kGuard + misalignment + size, kGuardByte), m_Start(kGuard + misalignment),
           m_Size(size) {}
-    CqTargetBytes(const Bytes& content, std::size_t misalignment)
-        : CqTargetBytes(content.size(), misalignment) {
+    TargetBytes(const Bytes& content, std::size_t misalignment)
+        : TargetBytes(content.size(), misalignment) {
         std::copy(content.begin(), content.end(), fnData());
     }
     std::uint8_t* fnData() { return m_Block.data() + m_Start; }
@@ -87,24 +87,23 @@ void fnForManyRuns(std::mt19937& random, Test test) {
     }
 }
 
-inline std::vector<CqKernelLevel> fnLevelsHere() {
-    std::vector<CqKernelLevel> levels;
-    for (const CqKernelLevel level :
-         {CqKernelLevel::SCALAR, CqKernelLevel::AVX2, CqKernelLevel::AVX512})
+inline std::vector<KernelLevel> fnLevelsHere() {
+    std::vector<KernelLevel> levels;
+    for (const KernelLevel level : {KernelLevel::SCALAR, KernelLevel::AVX2, KernelLevel::AVX512})
         if (fnKernelsOfLevel(level) != nullptr)
             levels.push_back(level);
     return levels;
 }
 
-inline std::string fnNameOf(CqKernelLevel level) {
+inline std::string fnNameOf(KernelLevel level) {
     const char* const names[] = {"Scalar", "Avx2", "Avx512"};
     return names[static_cast<int>(level)];
 }
 
 /// Tests that run once for each level that this machine has.
-class KernelsAtEachLevel : public testing::TestWithParam<CqKernelLevel> {
+class KernelsAtEachLevel : public testing::TestWithParam<KernelLevel> {
 protected:
-    const CqKernels& m_Kernels = *fnKernelsOfLevel(GetParam());
+    const Kernels& m_Kernels = *fnKernelsOfLevel(GetParam());
     std::mt19937 m_Random{20240229};
 };
 

@@ -17,10 +17,10 @@ Q32_AT_EACH_LEVEL(KernelsTone);
 
 TEST_P(KernelsTone, OneCurveChangesEveryByte) {
     const Bytes curve = fnRandomBytes(m_Random, 256);
-    const CqSourceBytes table(curve, 1);
+    const SourceBytes table(curve, 1);
     fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
         Bytes wanted = fnRandomBytes(m_Random, count);
-        CqTargetBytes pixels(wanted, misalignment);
+        TargetBytes pixels(wanted, misalignment);
         m_Kernels.fnCurve8(pixels.fnData(), count, table.fnData());
         for (std::uint8_t& byte : wanted)
             byte = curve[byte];
@@ -30,11 +30,11 @@ TEST_P(KernelsTone, OneCurveChangesEveryByte) {
 
 TEST_P(KernelsTone, ThreeCurvesChangeEachChannelByItsOwn) {
     const Bytes curves = fnRandomBytes(m_Random, 768);
-    const CqSourceBytes table(curves, 1);
+    const SourceBytes table(curves, 1);
     for (const std::size_t bytes : {std::size_t{3}, std::size_t{4}})
         fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
             Bytes wanted = fnRandomBytes(m_Random, bytes * count);
-            CqTargetBytes pixels(wanted, misalignment);
+            TargetBytes pixels(wanted, misalignment);
             (bytes == 3 ? m_Kernels.fnChannelCurves24
                         : m_Kernels.fnChannelCurves32)(pixels.fnData(), count, table.fnData());
             for (std::size_t i = 0; i < count; ++i)
@@ -59,7 +59,7 @@ TEST_P(KernelsTone, ThreeCurvesLookUpAll256ValuesOfEachChannel) {
                 wanted.push_back(curves[256 * channel + values[channel]]);
             }
         }
-        CqTargetBytes pixels(content, 0);
+        TargetBytes pixels(content, 0);
         m_Kernels.fnChannelCurves24(pixels.fnData(), 256, curves.data());
         EXPECT_TRUE(pixels.fnHolds(wanted));
     }
@@ -76,7 +76,7 @@ TEST_P(KernelsTone, ThreeCurvesActOnEvery565Value) {
         const unsigned result = red / 8 * 2048 + green / 4 * 32 + blue / 8;
         wanted.insert(wanted.end(), {fnByte(result / 256), fnByte(result)});
     }
-    CqTargetBytes pixels(content, 1);
+    TargetBytes pixels(content, 1);
     m_Kernels.fnChannelCurves565(pixels.fnData(), 65536, curves.data());
     EXPECT_TRUE(pixels.fnHolds(wanted));
 }
@@ -85,7 +85,7 @@ TEST_P(KernelsTone, AThresholdLeaves0Below255AtAndAboveIt) {
     for (const unsigned level : {0, 1, 2, 127, 128, 129, 254, 255})
         fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
             Bytes wanted = fnRandomBytes(m_Random, count);
-            CqTargetBytes pixels(wanted, misalignment);
+            TargetBytes pixels(wanted, misalignment);
             m_Kernels.fnThreshold(pixels.fnData(), count, fnByte(level));
             for (std::uint8_t& byte : wanted)
                 byte = byte < level ? 0 : 255;
@@ -117,11 +117,11 @@ const Shift kShifts[] = {
 
 TEST_P(KernelsTone, AHueShiftFollowsTheColourClassForEveryDepth) {
     for (const Shift& by : kShifts) {
-        const CqHueShift shift(by.hue, by.saturation);
+        const HueShift shift(by.hue, by.saturation);
         fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
             for (const std::size_t bytes : {3, 4}) {
                 Bytes wanted = fnRandomBytes(m_Random, bytes * count);
-                CqTargetBytes pixels(wanted, misalignment);
+                TargetBytes pixels(wanted, misalignment);
                 (bytes == 3 ? m_Kernels.fnHueShift24 : m_Kernels.fnHueShift32)(pixels.fnData(),
                                                                                count, shift);
                 for (std::size_t i = 0; i < count; ++i) {
@@ -141,7 +141,7 @@ TEST_P(KernelsTone, AHueShiftFollowsTheColourClassForEveryDepth) {
 
 TEST_P(KernelsTone, AHueShiftIsExactForAllColoursOfCoarseSteps) {
     for (const Shift& by : {Shift{30, 0}, Shift{-200, -50}, Shift{90, 77}, Shift{7000, 1}}) {
-        const CqHueShift shift(by.hue, by.saturation);
+        const HueShift shift(by.hue, by.saturation);
         for (unsigned red = 0; red < 256; red += 3) {
             Bytes content, wanted;
             for (unsigned green = 0; green < 256; ++green)
@@ -152,7 +152,7 @@ TEST_P(KernelsTone, AHueShiftIsExactForAllColoursOfCoarseSteps) {
                                   by.saturation);
                     wanted.insert(wanted.end(), {color.m_Red, color.m_Green, color.m_Blue});
                 }
-            CqTargetBytes pixels(content, 0);
+            TargetBytes pixels(content, 0);
             m_Kernels.fnHueShift24(pixels.fnData(), content.size() / 3, shift);
             ASSERT_TRUE(pixels.fnHolds(wanted)) << "red " << red << " by " << by.hue;
         }
@@ -173,18 +173,18 @@ TEST_P(KernelsTone, AHueShiftOf16BitsExchangesTheBytes) {
                                     unsigned{color.m_Blue} >> 3;
             wanted.insert(wanted.end(), {fnByte(result), fnByte(result >> 8)});
         }
-        CqTargetBytes pixels(content, 1);
-        m_Kernels.fnHueShift16(pixels.fnData(), 65536, CqHueShift(by.hue, by.saturation));
+        TargetBytes pixels(content, 1);
+        m_Kernels.fnHueShift16(pixels.fnData(), 65536, HueShift(by.hue, by.saturation));
         EXPECT_TRUE(pixels.fnHolds(wanted)) << by.hue;
     }
     for (std::size_t count = 0; count < 40; ++count) {
-        CqTargetBytes all(content, 0);
-        m_Kernels.fnHueShift16(all.fnData(), 65536, CqHueShift(50, 5));
+        TargetBytes all(content, 0);
+        m_Kernels.fnHueShift16(all.fnData(), 65536, HueShift(50, 5));
         Bytes wanted = all.fnContent();
         wanted.resize(2 * count);
-        CqTargetBytes some(Bytes(content.begin(), content.begin() + static_cast<long>(2 * count)),
-                           count % 8);
-        m_Kernels.fnHueShift16(some.fnData(), count, CqHueShift(50, 5));
+        TargetBytes some(Bytes(content.begin(), content.begin() + static_cast<long>(2 * count)),
+                         count % 8);
+        m_Kernels.fnHueShift16(some.fnData(), count, HueShift(50, 5));
         ASSERT_TRUE(some.fnHolds(wanted)) << count << " pixels";
     }
 }

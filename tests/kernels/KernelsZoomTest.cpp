@@ -10,8 +10,8 @@ protected:
                         std::size_t misalignment) {
         const std::size_t pixels = (phase + count + factor - 1) / factor;
         const Bytes content = fnRandomBytes(m_Random, count == 0 ? 0 : pixels * bytes);
-        const CqSourceBytes source(content, misalignment);
-        CqTargetBytes target(count * bytes, m_Random() % 32);
+        const SourceBytes source(content, misalignment);
+        TargetBytes target(count * bytes, m_Random() % 32);
         m_Kernels.fnInflate[bytes - 1](source.fnData(), target.fnData(), count, factor, phase);
         Bytes wanted;
         for (std::size_t x = phase; x < phase + count; ++x)
@@ -25,8 +25,8 @@ protected:
                        std::size_t misalignment) {
         const std::size_t pixels = count == 0 ? 0 : (count - 1) * factor + 1;
         const Bytes content = fnRandomBytes(m_Random, pixels * bytes);
-        const CqSourceBytes source(content, misalignment);
-        CqTargetBytes target(count * bytes, m_Random() % 32);
+        const SourceBytes source(content, misalignment);
+        TargetBytes target(count * bytes, m_Random() % 32);
         m_Kernels.fnShrink[bytes - 1](source.fnData(), target.fnData(), count, factor);
         Bytes wanted;
         for (std::size_t x = 0; x < count; ++x)
@@ -40,8 +40,8 @@ protected:
                        std::size_t misalignment) {
         const std::size_t last = count == 0 ? 0 : (at + (count - 1) * step) >> 8;
         const Bytes content = fnRandomBytes(m_Random, count == 0 ? 0 : (last + 1) * bytes);
-        const CqSourceBytes source(content, misalignment);
-        CqTargetBytes target(count * bytes, m_Random() % 32);
+        const SourceBytes source(content, misalignment);
+        TargetBytes target(count * bytes, m_Random() % 32);
         m_Kernels.fnSample[bytes - 1](source.fnData(), target.fnData(), count,
                                       static_cast<std::uint32_t>(at),
                                       static_cast<std::uint32_t>(step));

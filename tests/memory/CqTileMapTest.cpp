@@ -69,7 +69,7 @@ TEST_F(CqTileMapTest, FieldsHaveTheirStartValues) {
     EXPECT_EQ(map.ZoomMode, 1u);
     EXPECT_TRUE(map.ViewRect.IsRectEmpty());
     EXPECT_TRUE(map.ImageRect.IsRectEmpty());
-    EXPECT_EQ(map.FileHandle, kNoFile);
+    EXPECT_EQ(map.fnGetBlock().fnGetFile(), kNoFile);
     EXPECT_EQ(map.DrawDib, nullptr);
     EXPECT_EQ(map.DrawScratch, nullptr);
     EXPECT_EQ(map.DrawPalette, nullptr);
@@ -231,13 +231,13 @@ TEST_F(CqTileMapTest, SettingPaletteEntriesCutsTheCountAndKeepsTheGreyFlag) {
 TEST_F(CqTileMapTest, AChangedPaletteDropsTheScreenPaletteMadeOfIt) {
     CqTileMap map(1, 1, 8, nullptr, 256);
     const RGBQUAD entry = {1, 2, 3, 4};
-    map.DrawPalette = new CPalette;
+    map.DrawPalette = std::make_unique<CPalette>();
     map.fnSetPaletteEntry(5, 1, &entry);
     EXPECT_EQ(map.DrawPalette, nullptr);
-    map.DrawPalette = new CPalette;
+    map.DrawPalette = std::make_unique<CPalette>();
     map.fnInitPalette(q32GreyRamp);
     EXPECT_EQ(map.DrawPalette, nullptr);
-    map.DrawPalette = new CPalette; // goes with the map
+    map.DrawPalette = std::make_unique<CPalette>(); // goes with the map
 }
 
 TEST_F(CqTileMapTest, AnImageWithoutAPaletteTakesNoEntries) {

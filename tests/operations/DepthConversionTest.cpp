@@ -93,7 +93,7 @@ TEST_F(DepthConversionTest, NarrowingGivesABlankImage) {
         ASSERT_EQ(image.PaletteCount, fresh.PaletteCount);
         EXPECT_EQ(image.PaletteCount, to == 16 ? 0 : 1u << to);
         if (to != 16) {
-            EXPECT_EQ(std::memcmp(image.TileMap->Palette, fresh.TileMap->Palette,
+            EXPECT_EQ(std::memcmp(image.TileMap->Palette.get(), fresh.TileMap->Palette.get(),
                                   image.PaletteCount * sizeof(RGBQUAD)),
                       0);
         }

@@ -1,40 +1,6 @@
 #include "examples/darkroom/ui/Actions.h"
 
-#include "examples/darkroom/ui/MainWindow.h"
-
 namespace darkroom {
-
-std::span<const ActionEntry> ActionTable::fnGetActions() {
-    static const ActionEntry kActions[] = {
-        {"new", "&New…", "Ctrl+N", kMenuFile, Needs::NOTHING, &MainWindow::fnNew},
-        {"open", "&Open…", "Ctrl+O", kMenuFile, Needs::NOTHING, &MainWindow::fnAskOpen},
-        {"save", "&Save", "Ctrl+S", kMenuFile, Needs::PICTURE, &MainWindow::fnSave},
-        {"saveAs", "Save &As…", "Ctrl+Shift+S", kMenuFile, Needs::PICTURE,
-         &MainWindow::fnAskSaveAs},
-        {"undo", "&Undo", "Ctrl+Z", kMenuEdit, Needs::PICTURE, &MainWindow::fnUndo},
-        {"redo", "&Redo", "Ctrl+Shift+Z", kMenuEdit, Needs::PICTURE, &MainWindow::fnRedo},
-        {nullptr, nullptr, "", kMenuEdit, Needs::NOTHING, nullptr},
-        {"fill", "&Fill with Color…", "Ctrl+F", kMenuEdit, Needs::COLOR_PICTURE,
-         &MainWindow::fnFill},
-        {"fillPattern", "Fill with Pa&ttern…", "", kMenuEdit, Needs::COLOR_PICTURE,
-         &MainWindow::fnAskPattern},
-        {"merge", "&Merge a Picture…", "Ctrl+M", kMenuEdit, Needs::SELECTABLE,
-         &MainWindow::fnAskMerge},
-        {"selectNone", "Select &None", "Ctrl+D", kMenuEdit, Needs::SELECTION,
-         &MainWindow::fnSelectNone},
-        {nullptr, nullptr, "", kMenuEdit, Needs::NOTHING, nullptr},
-        {"crop", "&Crop to Selection", "", kMenuImage, Needs::SELECTION, &MainWindow::fnCrop},
-        {"preferences", "&Preferences…", "Ctrl+,", kMenuEdit, Needs::NOTHING,
-         &MainWindow::fnAskPreferences},
-        {"zoomIn", "Zoom &In", "Ctrl++; Ctrl+=", kMenuView, Needs::PICTURE, &MainWindow::fnZoomIn},
-        {"zoomOut", "Zoom &Out", "Ctrl+-", kMenuView, Needs::PICTURE, &MainWindow::fnZoomOut},
-        {"zoomFit", "&Fit", "Ctrl+0", kMenuView, Needs::PICTURE, &MainWindow::fnZoomFit},
-        {"zoomOne", "&Pixel by Pixel", "Ctrl+1", kMenuView, Needs::PICTURE, &MainWindow::fnZoomOne},
-        {"dump", "&Dump Window", "F12", kMenuHelp, Needs::NOTHING, &MainWindow::fnShowDump},
-        {"about", "&About", "", kMenuHelp, Needs::NOTHING, &MainWindow::fnShowAbout},
-    };
-    return kActions;
-}
 
 std::span<const ToolEntry> fnGetTools() {
     static const ToolEntry kTools[] = {

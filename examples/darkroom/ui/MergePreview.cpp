@@ -1,7 +1,7 @@
 #include "examples/darkroom/ui/MergePreview.h"
 
 #include "examples/darkroom/ui/Guard.h"
-#include "examples/darkroom/ui/SeenPart.h"
+#include "examples/darkroom/ui/PartPreview.h"
 
 namespace darkroom {
 

@@ -2,7 +2,7 @@
 
 #include "examples/darkroom/model/Pictures.h"
 #include "examples/darkroom/ui/Guard.h"
-#include "examples/darkroom/ui/SeenPart.h"
+#include "examples/darkroom/ui/PartPreview.h"
 
 #include <QSpinBox>
 

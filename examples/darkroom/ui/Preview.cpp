@@ -228,8 +228,8 @@ void Preview::fnShowMoved(const Values& values) {
             return static_cast<int>(std::floor((at + 0.5 + origin) / zoom));
         });
     };
-    const Axis across = axis(room.width(), placement.m_Size.width(), wanted.x());
-    const Axis down = axis(room.height(), placement.m_Size.height(), wanted.y());
+    const SampledAxis across = axis(room.width(), placement.m_Size.width(), wanted.x());
+    const SampledAxis down = axis(room.height(), placement.m_Size.height(), wanted.y());
     const bool reduced = !m_Columns.empty();
     PlaceReader reader(reduced ? m_Base : image, reduced ? zoom : 1, placement);
     const QSize size(static_cast<int>(across.m_Samples.size()),

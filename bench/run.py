@@ -1,0 +1,157 @@
+#!/usr/bin/env python3
+"""Runs the benchmark programs, keeps their JSON, compares two builds, and writes the page of results.
+
+Each figure is the best of all rounds: other work on a machine only ever makes a run slower. With two
+builds the rounds alternate, so that both meet the same conditions.
+"""
+import argparse
+import json
+import os
+import pathlib
+import platform
+import subprocess
+import sys
+import tempfile
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+BUILD = ROOT / "build" / "bench" / "bench"
+RESULTS = ROOT / "build" / "bench" / "results.json"
+PAGE = ROOT / "docs" / "performance.md"
+
+# Programs of the page, with the headings of their tables. KernelsBench has hundreds of rows and is
+# left to whoever works on one kernel.
+PAGES = {
+    "ImageBench": "Images",
+    "DrawBench": "Drawing",
+    "OperationsBench": "Filling, copying, merging",
+    "ToneBench": "Tone",
+    "ResampleBench": "Resampling",
+    "RotateBench": "Rotation",
+    "GeometryBench": "Geometry",
+    "ScratchBench": "RAM and scratch files",
+    "SoundBench": "Sound",
+    "QtViewBench": "The desktop's view",
+}
+SLOWER = 1.05  # ratios above this are named
+
+
+def programs(folder, names):
+    found = [path for path in sorted([*folder.glob("*Bench"), *folder.glob("peers/*Peer")])
+             if os.access(path, os.X_OK)]
+    return [path for path in found
+            if path.name in names or (not names and path.name not in ("KernelsBench", "WalkBench"))]
+
+
+def run(program, seconds, pattern):
+    """One run: a row of the JSON for each benchmark, by its name."""
+    with tempfile.NamedTemporaryFile(suffix=".json") as out:
+        subprocess.run([program, f"--benchmark_out={out.name}", "--benchmark_out_format=json",
+                        f"--benchmark_min_time={seconds}", f"--benchmark_filter={pattern}"],
+                       check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        text = out.read()
+    return {row["name"]: row for row in json.loads(text)["benchmarks"]} if text else {}
+
+
+def seconds_of(row):
+    """What counts of a row: processor time, or the clock where the benchmark measures by itself."""
+    scale = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}[row["time_unit"]]
+    key = "real_time" if row["name"].endswith("manual_time") else "cpu_time"
+    return row[key] * scale
+
+
+def keep_best(best, rows):
+    for name, row in rows.items():
+        if "error_occurred" in row:
+            sys.exit(f"{name}: {row['error_message']}")
+        if name not in best or seconds_of(row) < seconds_of(best[name]):
+            best[name] = row
+
+
+def time_text(seconds):
+    for unit, scale in (("s", 1.0), ("ms", 1e-3), ("µs", 1e-6)):
+        if seconds >= scale:
+            return f"{seconds / scale:.3g} {unit}"
+    return f"{seconds * 1e9:.3g} ns"
+
+
+def rate_text(row):
+    counters = [(key, row[key]) for key in row if "/s" in key]
+    if counters:
+        return "; ".join(f"{value:.4g} {key}" for key, value in counters)
+    if "items_per_second" in row:
+        return f"{row['items_per_second'] * 1e-6:.4g} M/s"
+    if "bytes_per_second" in row:
+        return f"{row['bytes_per_second'] * 1e-9:.3g} GB/s"
+    return ""
+
+
+def processor():
+    for line in open("/proc/cpuinfo", encoding="utf-8"):
+        if line.startswith("model name"):
+            return line.split(":", 1)[1].strip()
+    return platform.machine()
+
+
+def write_page(results):
+    lines = ["# Measured speed", "",
+             f"Written by `scripts/bench --page` on a machine with {os.cpu_count()} processors",
+             f"({processor()}), {platform.system()} {platform.release()}. One thread; the best of",
+             f"{results['rounds']} rounds; processor time. Pictures have 4000 x 3000 pixels unless a row",
+             "says otherwise. What the figures mean for a host is in [tuning.md](tuning.md).", ""]
+    groups = [(name, title) for name, title in PAGES.items() if name in results["programs"]]
+    groups += [(name, f"Peer: {name.removesuffix('Peer')}") for name in results["programs"]
+               if name.endswith("Peer")]
+    for name, title in groups:
+        lines += [f"## {title}", "", f"`{name}`", "", "| Work | Time | Rate |", "|---|---|---|"]
+        for row in results["programs"][name].values():
+            lines.append(f"| {row['name']} | {time_text(seconds_of(row))} | {rate_text(row)} |")
+        lines.append("")
+    PAGE.write_text("\n".join(lines), encoding="utf-8")
+
+
+def compare(ours, theirs):
+    slower = []
+    for name, row in ours.items():
+        if name in theirs:
+            ratio = seconds_of(row) / seconds_of(theirs[name])
+            print(f"  {name:50} {time_text(seconds_of(theirs[name])):>10} {time_text(seconds_of(row)):>10}"
+                  f" {ratio:6.2f}{'  slower' if ratio > SLOWER else ''}")
+            if ratio > SLOWER:
+                slower.append(name)
+    return slower
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--against", type=pathlib.Path, help="folder of another build's benchmarks")
+    parser.add_argument("--rounds", type=int, default=3)
+    parser.add_argument("--seconds", type=float, default=0.2, help="least time of one benchmark")
+    parser.add_argument("--filter", default=".", help="regular expression of benchmarks")
+    parser.add_argument("--page", action="store_true", help="write docs/performance.md")
+    parser.add_argument("names", nargs="*", help="programs; all but KernelsBench by default")
+    options = parser.parse_args()
+
+    results = {"rounds": options.rounds, "programs": {}}
+    slower = []
+    for program in programs(BUILD, options.names):
+        other = options.against / program.relative_to(BUILD) if options.against else None
+        ours, theirs = {}, {}
+        for _ in range(options.rounds):
+            if other and other.exists():
+                keep_best(theirs, run(other, options.seconds, options.filter))
+            keep_best(ours, run(program, options.seconds, options.filter))
+        print(program.name, flush=True)
+        if theirs:
+            slower += [f"{program.name} {name}" for name in compare(ours, theirs)]
+        else:
+            for name, row in ours.items():
+                print(f"  {name:50} {time_text(seconds_of(row)):>10}  {rate_text(row)}")
+        results["programs"][program.name] = ours
+    RESULTS.write_text(json.dumps(results, indent=1), encoding="utf-8")
+    if options.page:
+        write_page(results)
+    if options.against:
+        print(f"{len(slower)} slower by more than 5 %" + "".join(f"\n  {name}" for name in slower))
+
+
+main()

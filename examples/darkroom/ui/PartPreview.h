@@ -1,0 +1,48 @@
+/// @file
+/// Previews that are computed for the visible part of a picture alone, pixel by pixel of the
+/// screen.
+#pragma once
+
+#include "examples/darkroom/ui/PictureView.h"
+#include "examples/darkroom/ui/PixelReader.h"
+#include "examples/darkroom/ui/SeenPart.h"
+
+#include <cstddef>
+#include <optional>
+#include <QSize>
+#include <vector>
+
+namespace darkroom {
+
+/// Reads a document's selection, which must not change in the meantime.
+class SelectionReader {
+public:
+    explicit SelectionReader(Document& document);
+
+    /// Whether a pixel of the picture is selected; never without a selection.
+    bool fnHas(int x, int y);
+
+private:
+    CRect m_Bound;
+    std::optional<PixelReader> m_Mask;
+};
+
+/// Shows a preview of a part of the picture: what `read` returns (a QRgb, without gamma) for each
+/// place of the picture that the view samples. Does nothing when the part isn't visible. Raises the
+/// memory exception and std::bad_alloc.
+template <typename Read>
+void fnShowPart(PictureView& view, const CRect& part, Read&& read) {
+    CRect visible;
+    if (!visible.IntersectRect(part, view.fnGetVisible()))
+        return;
+    const SeenPart seen(view, visible);
+    const std::vector<int>& columns = seen.m_Columns.m_Samples;
+    const std::vector<int>& rows = seen.m_Rows.m_Samples;
+    const QSize size(static_cast<int>(columns.size()), static_cast<int>(rows.size()));
+    const QImage screen = fnMakeScreenImage(size, [&](int x, int y) {
+        return read(columns[static_cast<std::size_t>(x)], rows[static_cast<std::size_t>(y)]);
+    });
+    view.fnShowPreview(screen, {seen.m_Columns.m_nFirst, seen.m_Rows.m_nFirst}, false);
+}
+
+} // namespace darkroom

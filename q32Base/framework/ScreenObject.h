@@ -1,0 +1,41 @@
+#pragma once
+
+#include "q32Base/framework/CObject.h"
+#include "q32Base/framework/Memory.h"
+
+#include <cassert>
+#include <memory>
+#include <utility>
+
+namespace q32 {
+
+/// Base of what stands for an object that the screen service makes, or for none. Owns the object;
+/// it can't be copied.
+template <typename Object>
+class Q32_API ScreenObject : public CObject {
+public:
+    bool HasHandle() const { return m_pObject != nullptr; }
+    /// The screen's object; null when there is none.
+    Object* GetObject() const { return m_pObject.get(); }
+    /// Deletes the object. False when there was none.
+    bool DeleteObject() {
+        const bool had = HasHandle();
+        m_pObject.reset();
+        return had;
+    }
+
+protected:
+    /// Takes the object that `create` returns by a unique_ptr; there must be none yet. False on
+    /// failure, memory included.
+    template <typename Create>
+    bool fnCreate(Create&& create) {
+        assert(!m_pObject);
+        m_pObject = fnTryMemoryOr(std::unique_ptr<Object>(), std::forward<Create>(create));
+        return HasHandle();
+    }
+
+private:
+    std::unique_ptr<Object> m_pObject;
+};
+
+} // namespace q32

@@ -1,0 +1,176 @@
+#include "q32Base/kernels/Avx2.h"
+#include "q32Base/kernels/KernelParts.h"
+
+namespace q32 {
+namespace avx2 {
+namespace {
+
+static_assert(kRotateRows == 4); // a register of doubles holds one coordinate of all rows
+
+/// Where the rows stand in the source.
+struct Places {
+    __m256d x;
+    __m256d y;
+    __m256d c;
+    __m256d s;
+    explicit Places(const RotateRows& rows)
+        : x(_mm256_loadu_pd(rows.m_dX)), y(_mm256_loadu_pd(rows.m_dY)),
+          c(_mm256_set1_pd(rows.m_dCosine)), s(_mm256_set1_pd(rows.m_dSine)) {}
+    inline void fnStep() {
+        x = _mm256_add_pd(x, c);
+        y = _mm256_sub_pd(y, s);
+    }
+};
+
+/// How pixels are found.
+struct Finder {
+    __m256d left;
+    __m256d top;
+    __m128i stride;
+    explicit Finder(const RotateSource& source)
+        : left(_mm256_set1_pd(source.m_dLeft)), top(_mm256_set1_pd(source.m_dTop)),
+          stride(_mm_set1_epi32(source.m_nStride)) {}
+    /// Numbers of the pixels at whole coordinates.
+    inline __m128i operator()(__m256d x, __m256d y) const {
+        const __m128i column = _mm256_cvttpd_epi32(_mm256_sub_pd(x, left));
+        const __m128i row = _mm256_cvttpd_epi32(_mm256_sub_pd(y, top));
+        // Both factors fit into 16 bits.
+        return _mm_add_epi32(_mm_madd_epi16(row, stride), column);
+    }
+};
+
+inline __m256d fnTruncate(__m256d v) {
+    return _mm256_round_pd(v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
+}
+
+inline __m256d fnRound(__m256d v) {
+    const __m256d half = _mm256_or_pd(_mm256_and_pd(v, _mm256_set1_pd(-0.0)), _mm256_set1_pd(0.5));
+    return fnTruncate(_mm256_add_pd(v, half));
+}
+
+/// What is cut off, brought above 0.
+inline __m256d fnFraction(__m256d v, __m256d whole) {
+    const __m256d rest = _mm256_sub_pd(v, whole);
+    const __m256d below = _mm256_cmp_pd(rest, _mm256_setzero_pd(), _CMP_LT_OQ);
+    return _mm256_add_pd(rest, _mm256_and_pd(below, _mm256_set1_pd(1.0)));
+}
+
+template <int kBytes>
+void fnNearest(const RotateSource& source, const RotateRows& rows, std::size_t count) {
+    const Finder find(source);
+    Places at(rows);
+    for (std::size_t i = 0; i < count; ++i, at.fnStep()) {
+        alignas(16) std::uint32_t numbers[4];
+        _mm_store_si128(reinterpret_cast<__m128i*>(numbers), find(fnRound(at.x), fnRound(at.y)));
+#pragma GCC unroll 4
+        for (std::size_t r = 0; r < kRotateRows; ++r)
+            __builtin_memcpy(rows.m_pTarget[r] + i * kBytes,
+                             source.m_pPixels + std::size_t{numbers[r]} * kBytes, kBytes);
+    }
+}
+
+struct Weights {
+    __m256d w11, w10, w01, w00;
+    Weights(const Places& at, __m256d x0, __m256d y0) {
+        const __m256d fx = fnFraction(at.x, x0);
+        const __m256d fy = fnFraction(at.y, y0);
+        w11 = _mm256_mul_pd(fx, fy);
+        w10 = _mm256_sub_pd(fx, w11);
+        w01 = _mm256_sub_pd(fy, w11);
+        w00 = _mm256_add_pd(_mm256_sub_pd(_mm256_sub_pd(_mm256_set1_pd(1.0), fx), fy), w11);
+    }
+};
+
+void fnBilinear8(const RotateSource& source, const RotateRows& rows, std::size_t count) {
+    const Finder find(source);
+    const auto* upper = reinterpret_cast<const int*>(source.m_pPixels);
+    const auto* lower = reinterpret_cast<const int*>(source.m_pPixels + source.m_nStride);
+    const __m128i byte = _mm_set1_epi32(0xFF);
+    Places at(rows);
+    for (std::size_t i = 0; i < count; ++i, at.fnStep()) {
+        const __m256d x0 = fnTruncate(at.x);
+        const __m256d y0 = fnTruncate(at.y);
+        const Weights w(at, x0, y0);
+        const __m128i numbers = find(x0, y0);
+        const __m128i above = _mm_i32gather_epi32(upper, numbers, 1);
+        const __m128i below = _mm_i32gather_epi32(lower, numbers, 1);
+        const __m256d p00 = _mm256_cvtepi32_pd(_mm_and_si128(above, byte));
+        const __m256d p10 = _mm256_cvtepi32_pd(_mm_and_si128(_mm_srli_epi32(above, 8), byte));
+        const __m256d p01 = _mm256_cvtepi32_pd(_mm_and_si128(below, byte));
+        const __m256d p11 = _mm256_cvtepi32_pd(_mm_and_si128(_mm_srli_epi32(below, 8), byte));
+        __m256d sum = _mm256_mul_pd(p00, w.w00);
+        sum = _mm256_add_pd(sum, _mm256_mul_pd(p01, w.w01));
+        sum = _mm256_add_pd(sum, _mm256_mul_pd(p10, w.w10));
+        sum = _mm256_add_pd(sum, _mm256_mul_pd(p11, w.w11));
+        const __m128i whole = _mm256_cvttpd_epi32(sum);
+        rows.m_pTarget[0][i] = static_cast<std::uint8_t>(_mm_extract_epi8(whole, 0));
+        rows.m_pTarget[1][i] = static_cast<std::uint8_t>(_mm_extract_epi8(whole, 4));
+        rows.m_pTarget[2][i] = static_cast<std::uint8_t>(_mm_extract_epi8(whole, 8));
+        rows.m_pTarget[3][i] = static_cast<std::uint8_t>(_mm_extract_epi8(whole, 12));
+    }
+}
+
+inline __m256i fnTwoPixels(const std::uint8_t* from) {
+    return _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from)));
+}
+
+inline __m256d fnFirst(__m256i pixels) {
+    return _mm256_cvtepi32_pd(_mm256_castsi256_si128(pixels));
+}
+
+inline __m256d fnSecond(__m256i pixels) {
+    return _mm256_cvtepi32_pd(_mm256_extracti128_si256(pixels, 1));
+}
+
+void fnBilinear32(const RotateSource& source, const RotateRows& rows, std::size_t count) {
+    const Finder find(source);
+    const std::size_t below = static_cast<std::size_t>(source.m_nStride) * 4;
+    Places at(rows);
+    for (std::size_t i = 0; i < count; ++i, at.fnStep()) {
+        const __m256d x0 = fnTruncate(at.x);
+        const __m256d y0 = fnTruncate(at.y);
+        const Weights w(at, x0, y0);
+        alignas(16) std::uint32_t numbers[4];
+        alignas(32) double w11[4];
+        alignas(32) double w10[4];
+        alignas(32) double w01[4];
+        alignas(32) double w00[4];
+        _mm_store_si128(reinterpret_cast<__m128i*>(numbers), find(x0, y0));
+        _mm256_store_pd(w11, w.w11);
+        _mm256_store_pd(w10, w.w10);
+        _mm256_store_pd(w01, w.w01);
+        _mm256_store_pd(w00, w.w00);
+        __m128i whole[4];
+#pragma GCC unroll 4
+        for (std::size_t r = 0; r < kRotateRows; ++r) {
+            const std::uint8_t* from = source.m_pPixels + std::size_t{numbers[r]} * 4;
+            const __m256i p0 = fnTwoPixels(from);
+            const __m256i p1 = fnTwoPixels(from + below);
+            __m256d sum = _mm256_mul_pd(fnSecond(p1), _mm256_broadcast_sd(&w11[r]));
+            sum = _mm256_add_pd(sum, _mm256_mul_pd(fnFirst(p1), _mm256_broadcast_sd(&w01[r])));
+            sum = _mm256_add_pd(sum, _mm256_mul_pd(fnSecond(p0), _mm256_broadcast_sd(&w10[r])));
+            sum = _mm256_add_pd(sum, _mm256_mul_pd(fnFirst(p0), _mm256_broadcast_sd(&w00[r])));
+            whole[r] = _mm256_cvttpd_epi32(sum);
+        }
+        // Every sum lies between 0 and 255.
+        alignas(16) std::uint32_t pixels[4];
+        _mm_store_si128(reinterpret_cast<__m128i*>(pixels),
+                        _mm_packus_epi16(_mm_packs_epi32(whole[0], whole[1]),
+                                         _mm_packs_epi32(whole[2], whole[3])));
+#pragma GCC unroll 4
+        for (std::size_t r = 0; r < kRotateRows; ++r)
+            __builtin_memcpy(rows.m_pTarget[r] + i * 4, &pixels[r], 4);
+    }
+}
+
+} // namespace
+} // namespace avx2
+
+void fnUseAvx2Rotate(Kernels& table) {
+    table.fnRotateNearest8 = avx2::fnNearest<1>;
+    table.fnRotateNearest32 = avx2::fnNearest<4>;
+    table.fnRotateBilinear8 = avx2::fnBilinear8;
+    table.fnRotateBilinear32 = avx2::fnBilinear32;
+}
+
+} // namespace q32

@@ -1,0 +1,40 @@
+#include "q32Base/memory/PixelBlock.h"
+
+#include "q32Base/memory/PixelBuffer.h"
+
+#include <utility>
+
+namespace q32 {
+
+PixelBlock::PixelBlock(std::uint32_t size) : m_nSize(size) {
+    m_pBytes = AllocPixelBuffer(size, m_File, m_Mapping, m_strFileName);
+}
+
+PixelBlock::PixelBlock(unsigned char* bytes, std::uint32_t size, CqFileHandle file,
+                       CqMappingHandle mapping, const CString& fileName) noexcept
+    : m_pBytes(bytes), m_nSize(size), m_File(file), m_Mapping(mapping), m_strFileName(fileName) {}
+
+PixelBlock::PixelBlock(PixelBlock&& other) noexcept {
+    fnSwap(other);
+}
+
+PixelBlock& PixelBlock::operator=(PixelBlock&& other) noexcept {
+    PixelBlock taken(std::move(other)); // what was here goes with it
+    fnSwap(taken);
+    return *this;
+}
+
+PixelBlock::~PixelBlock() {
+    if (m_pBytes)
+        FreePixelBuffer(m_pBytes, m_nSize, &m_File, &m_Mapping, &m_strFileName);
+}
+
+void PixelBlock::fnSwap(PixelBlock& other) noexcept {
+    std::swap(m_pBytes, other.m_pBytes);
+    std::swap(m_nSize, other.m_nSize);
+    std::swap(m_File, other.m_File);
+    std::swap(m_Mapping, other.m_Mapping);
+    std::swap(m_strFileName, other.m_strFileName);
+}
+
+} // namespace q32

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "q32Base/framework/CString.h"
+#include "q32Base/platform/CqScratchService.h"
+
+#include <cstdint>
+
+namespace q32 {
+
+/// A large block of pixels or samples, in RAM or in a mapped temporary file, with all that
+/// identifies it. Owns the block and gives it back; moving leaves an empty one behind. A block must
+/// be gone before the library stops.
+class PixelBlock {
+public:
+    /// Empty: no address, no bytes.
+    PixelBlock() = default;
+    /// Takes `size` bytes where the memory policy puts them; their contents are what the platform
+    /// gives. Raises the memory exception when neither RAM nor any scratch disk has room.
+    explicit PixelBlock(std::uint32_t size);
+    /// Adopts a block of the allocator of large blocks; a null address gives an empty one.
+    PixelBlock(unsigned char* bytes, std::uint32_t size, CqFileHandle file, CqMappingHandle mapping,
+               const CString& fileName) noexcept;
+    PixelBlock(PixelBlock&& other) noexcept;
+    PixelBlock& operator=(PixelBlock&& other) noexcept;
+    ~PixelBlock();
+
+    /// The block, page-aligned; null for an empty one.
+    unsigned char* fnGetBytes() const { return m_pBytes; }
+    std::uint32_t fnGetSize() const { return m_nSize; }
+    /// `kNoFile` for a block in RAM.
+    CqFileHandle fnGetFile() const { return m_File; }
+    /// `kNoMapping` for a block in RAM.
+    CqMappingHandle fnGetMapping() const { return m_Mapping; }
+    /// Full name of the temporary file; empty for a block in RAM.
+    const CString& fnGetFileName() const { return m_strFileName; }
+    /// Whether the block lies in a file on a scratch disk.
+    bool fnIsOnDisk() const { return m_File != kNoFile; }
+
+private:
+    void fnSwap(PixelBlock& other) noexcept;
+
+    unsigned char* m_pBytes = nullptr; ///< owned
+    std::uint32_t m_nSize = 0;
+    CqFileHandle m_File = kNoFile;
+    CqMappingHandle m_Mapping = kNoMapping;
+    CString m_strFileName;
+};
+
+} // namespace q32

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "q32Base/framework/Memory.h"
+#include "q32Base/messages/Messages.h"
+
+#include <type_traits>
+#include <utility>
+
+namespace q32 {
+
+/// Runs `work`, which returns nothing or whether it has succeeded. Running out of memory shows the
+/// message -1. False then, and when `work` says so.
+template <typename Work>
+bool fnReportMemory(Work&& work) {
+    bool done = true;
+    const bool ran = fnTryMemory([&] {
+        if constexpr (std::is_void_v<std::invoke_result_t<Work>>)
+            std::forward<Work>(work)();
+        else
+            done = std::forward<Work>(work)();
+    });
+    if (!ran)
+        q32ShowMsg(-1, nullptr, nullptr, nullptr, 0);
+    return ran && done;
+}
+
+} // namespace q32
