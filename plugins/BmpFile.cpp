@@ -1,10 +1,10 @@
 #include "plugins/BmpHeader.h"
+#include "plugins/CodecSamples.h"
 #include "plugins/CqPictureInput.h"
 #include "plugins/CqPictureOutput.h"
 #include "plugins/CqPictureSource.h"
 #include "plugins/CqPictureTarget.h"
 #include "plugins/PictureCodec.h"
-#include "plugins/PixelRows.h"
 
 #include <algorithm>
 #include <bit>
@@ -245,7 +245,7 @@ std::vector<unsigned char> fnMakeHeaders(const CqPictureSource& source, std::uin
 void fnStoreBytes(const unsigned char* row, std::size_t width, unsigned int bits,
                   unsigned char* out) {
     if (bits == 4) {
-        fnPackNibbles(row, width, out);
+        fnJoinNibbles(row, width, out);
         return;
     }
     const std::size_t bytes = bits / 8;

@@ -75,4 +75,9 @@ void CqPictureInput::fnSeek(std::uint64_t position) noexcept {
     m_bMoved = true;
 }
 
+void fnReadExactly(CqPictureInput& input, void* out, std::size_t count) {
+    if (input.fnRead(out, count) != count)
+        throw CqPictureFailure{input.fnHasFailed() ? PICTURE_CANNOT_READ : PICTURE_CORRUPTED};
+}
+
 } // namespace q32

@@ -42,4 +42,7 @@ private:
     bool m_bFailed = false;
 };
 
+/// Reads `count` bytes. Throws CqPictureFailure when there are fewer.
+void fnReadExactly(CqPictureInput& input, void* out, std::size_t count);
+
 } // namespace q32

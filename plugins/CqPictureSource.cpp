@@ -1,15 +1,14 @@
 #include "plugins/CqPictureSource.h"
 
-#include "plugins/PixelRows.h"
+#include "plugins/CodecSamples.h"
 
 #include <algorithm>
+#include <memory>
 
 namespace q32 {
 
 CqPictureSource::CqPictureSource(CqImage& image, CqPictureProgress* progress)
-    : m_Image(image), m_Steps(progress),
-      m_pRow(std::make_unique_for_overwrite<unsigned char[]>(std::size_t{image.Width} *
-                                                             fnCodecBytes(image.BitCount))),
+    : m_Image(image), m_Stored(image, PIXEL_STORED), m_Rgb(image, PIXEL_RGB24), m_Steps(progress),
       m_nDotsX(fnDotsPerMeter(image.DpiX)), m_nDotsY(fnDotsPerMeter(image.DpiY)) {
     if (m_nDotsX == 0 || m_nDotsY == 0)
         m_nDotsX = m_nDotsY = 0;
@@ -28,41 +27,24 @@ void CqPictureSource::fnFindColors() {
         ramp = m_Colors[i].rgbRed == i && m_Colors[i].rgbGreen == i && m_Colors[i].rgbBlue == i;
     m_bGrey = ramp;
 
+    if (m_nColors == all)
+        return;
+    const auto row = std::make_unique_for_overwrite<unsigned char[]>(m_Image.Width);
     unsigned int highest = 0;
-    for (std::uint32_t y = 0; m_nColors < all && y < m_Image.Height; ++y) {
-        fnFetchRow(y, m_pRow.get());
-        highest = std::max<unsigned int>(
-            highest, *std::max_element(m_pRow.get(), m_pRow.get() + m_Image.Width));
+    for (std::uint32_t y = 0; y < m_Image.Height; ++y) {
+        fnFetchRow(y, row.get());
+        highest = std::max<unsigned int>(highest,
+                                         *std::max_element(row.get(), row.get() + m_Image.Width));
     }
     m_nColors = std::max(m_nColors, highest + 1);
 }
 
 void CqPictureSource::fnFetchRow(std::uint32_t y, unsigned char* out) {
-    fnFetchPixels(m_Image, m_Tile, 0, y, m_Image.Width, out);
+    m_Stored.fnReadRow(0, y, m_Image.Width, out);
 }
 
 void CqPictureSource::fnFetchRgb(std::uint32_t y, unsigned char* out) {
-    const std::size_t width = m_Image.Width;
-    if (m_Image.BitCount == 24) {
-        fnFetchRow(y, out);
-        return;
-    }
-    const unsigned char* in = m_pRow.get();
-    fnFetchRow(y, m_pRow.get());
-    if (m_Image.BitCount == 16) {
-        fnExpand565(in, width, out);
-        return;
-    }
-    for (std::size_t x = 0; x < width; ++x, out += 3) {
-        if (m_Image.BitCount == 32) {
-            std::copy_n(in + 4 * x + 1, 3, out);
-        } else {
-            const RGBQUAD& color = m_Colors[in[x]];
-            out[0] = color.rgbRed;
-            out[1] = color.rgbGreen;
-            out[2] = color.rgbBlue;
-        }
-    }
+    m_Rgb.fnReadRow(0, y, m_Image.Width, out);
 }
 
 } // namespace q32

@@ -2,10 +2,9 @@
 
 #include "plugins/CqPictureTarget.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/image/CqImageTile.h"
+#include "q32Base/image/PixelAccess.h"
 
 #include <cstdint>
-#include <memory>
 
 namespace q32 {
 
@@ -33,7 +32,7 @@ public:
     std::int32_t fnGetDpiX() const { return m_Image.DpiX; }
     std::int32_t fnGetDpiY() const { return m_Image.DpiY; }
 
-    /// A row as PixelRows.h tells it.
+    /// A row as CodecSamples.h describes it.
     void fnFetchRow(std::uint32_t y, unsigned char* out);
     /// A row as red, green, blue, whatever the depth; alpha is dropped.
     void fnFetchRgb(std::uint32_t y, unsigned char* out);
@@ -43,9 +42,9 @@ private:
     void fnFindColors();
 
     CqImage& m_Image;
-    CqImageTile m_Tile;
+    CqPixelReader m_Stored;
+    CqPixelReader m_Rgb;
     CqPictureSteps m_Steps;
-    std::unique_ptr<unsigned char[]> m_pRow;
     RGBQUAD m_Colors[256] = {};
     unsigned int m_nColors = 0;
     bool m_bGrey = false;

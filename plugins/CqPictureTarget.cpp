@@ -1,9 +1,10 @@
 #include "plugins/CqPictureTarget.h"
 
+#include "plugins/CodecSamples.h"
 #include "plugins/PictureCodec.h"
-#include "plugins/PixelRows.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace q32 {
 
@@ -28,6 +29,8 @@ void CqPictureTarget::fnAlloc(std::uint64_t width, std::uint64_t height, unsigne
         throw CqPictureFailure{PICTURE_NO_MEMORY};
     m_Image.fnAlloc(static_cast<unsigned int>(width), static_cast<unsigned int>(height), bitCount,
                     palette, count);
+    m_Reader.emplace(m_Image, PIXEL_STORED);
+    m_Writer.emplace(m_Image, PIXEL_STORED);
 }
 
 void CqPictureTarget::fnCheckRoom(std::uint64_t fileBytes, std::uint64_t rowBytes,
@@ -47,12 +50,14 @@ void CqPictureTarget::fnCheckSparseRoom(std::uint64_t fileBytes, std::uint64_t r
 
 void CqPictureTarget::fnStore(std::uint32_t x, std::uint32_t y, std::uint32_t count,
                               const unsigned char* in) {
-    fnStorePixels(m_Image, m_Tile, x, y, count, in);
+    [[maybe_unused]] const bool stored = m_Writer->fnWriteRow(x, y, count, in);
+    assert(stored);
 }
 
 void CqPictureTarget::fnFetch(std::uint32_t x, std::uint32_t y, std::uint32_t count,
                               unsigned char* out) {
-    fnFetchPixels(m_Image, m_Tile, x, y, count, out);
+    [[maybe_unused]] const bool fetched = m_Reader->fnReadRow(x, y, count, out);
+    assert(fetched);
 }
 
 void CqPictureTarget::fnSetDotsPerMeter(double x, double y) {

@@ -1,10 +1,11 @@
 #pragma once
 
-#include "plugins/PictureFile.h"
+#include "plugins/PictureTypes.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/image/CqImageTile.h"
+#include "q32Base/image/PixelAccess.h"
 
 #include <cstdint>
+#include <optional>
 
 namespace q32 {
 
@@ -46,7 +47,8 @@ public:
     static void fnCheckSparseRoom(std::uint64_t fileBytes, std::uint64_t rowBytes,
                                   std::uint64_t rows);
 
-    /// Copy pixels in and out, as PixelRows.h tells them. The run must lie inside the image.
+    /// Copy pixels in and out, as CodecSamples.h describes them. The run must lie inside the image
+    /// that `fnAlloc` made.
     void fnStore(std::uint32_t x, std::uint32_t y, std::uint32_t count, const unsigned char* in);
     void fnFetch(std::uint32_t x, std::uint32_t y, std::uint32_t count, unsigned char* out);
     void fnStoreRow(std::uint32_t y, const unsigned char* in) { fnStore(0, y, m_Image.Width, in); }
@@ -64,7 +66,8 @@ public:
 
 private:
     CqImage& m_Image;
-    CqImageTile m_Tile;
+    std::optional<CqPixelReader> m_Reader; ///< on the storage that fnAlloc made
+    std::optional<CqPixelWriter> m_Writer;
     CqPictureSteps m_Steps;
     bool m_bReduced = false;
 };

@@ -1,9 +1,9 @@
+#include "plugins/CodecSamples.h"
 #include "plugins/CqPictureInput.h"
 #include "plugins/CqPictureOutput.h"
 #include "plugins/CqPictureSource.h"
 #include "plugins/CqPictureTarget.h"
 #include "plugins/PictureCodec.h"
-#include "plugins/PixelRows.h"
 
 // The library's header needs size_t and FILE declared ahead of it.
 #include <jpeglib.h>

@@ -2,7 +2,7 @@
 /// What a format offers to the readers and writers of pictures, and how it fails.
 #pragma once
 
-#include "plugins/PictureFile.h"
+#include "plugins/PictureTypes.h"
 #include "q32Base/framework/Exceptions.h"
 
 #include <csetjmp>
@@ -45,9 +45,6 @@ struct CqPictureCodec {
     void (*m_pWrite)(CqPictureOutput& output, CqPictureSource& source,
                      const CqPictureOptions& options);
 };
-
-/// Reads `count` bytes. Throws CqPictureFailure when there are fewer.
-void fnReadExactly(CqPictureInput& input, void* out, std::size_t count);
 
 /// Runs `work` on a file and turns whatever it throws into a result.
 template <typename Work>

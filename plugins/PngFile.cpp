@@ -1,9 +1,9 @@
+#include "plugins/CodecSamples.h"
 #include "plugins/CqPictureInput.h"
 #include "plugins/CqPictureOutput.h"
 #include "plugins/CqPictureSource.h"
 #include "plugins/CqPictureTarget.h"
 #include "plugins/PictureCodec.h"
-#include "plugins/PixelRows.h"
 
 #include <png.h>
 

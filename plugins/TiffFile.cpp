@@ -1,10 +1,10 @@
+#include "plugins/CodecSamples.h"
 #include "plugins/CqPictureInput.h"
 #include "plugins/CqPictureOutput.h"
 #include "plugins/CqPictureSource.h"
 #include "plugins/CqPictureTarget.h"
 #include "plugins/CqTiffHandle.h"
 #include "plugins/PictureCodec.h"
-#include "plugins/PixelRows.h"
 #include "plugins/TiffSamples.h"
 
 #include <tiffio.h>
@@ -325,7 +325,7 @@ void fnFetchStored(CqPictureSource& source, std::uint32_t y, unsigned char* row,
     switch (source.fnGetBitCount()) {
     case 4:
         source.fnFetchRow(y, row);
-        fnPackNibbles(row, width, stored);
+        fnJoinNibbles(row, width, stored);
         break;
     case 32:
         source.fnFetchRow(y, stored);

@@ -1,7 +1,7 @@
 #include "plugins/TiffSamples.h"
 
+#include "plugins/CodecSamples.h"
 #include "plugins/PictureCodec.h"
-#include "plugins/PixelRows.h"
 
 #include <tiffio.h>
 

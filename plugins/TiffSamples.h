@@ -44,7 +44,7 @@ struct TiffLayout {
 /// Reads the tags of the present directory. Throws CqPictureFailure for what nobody can read.
 TiffLayout fnReadLayout(tiff* file);
 
-/// Turns decoded samples into pixels as PixelRows.h tells them. Not for TIFF_OTHER.
+/// Turns decoded samples into pixels as CodecSamples.h tells them. Not for TIFF_OTHER.
 class CqTiffSamples {
 public:
     /// `layout` must outlive the object.

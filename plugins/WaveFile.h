@@ -7,7 +7,7 @@
 /// numbers are those of the pictures. Nothing is locked; a sound is used by one thread at a time.
 #pragma once
 
-#include "plugins/PictureFile.h"
+#include "plugins/PictureTypes.h"
 
 class CqWave;
 

@@ -37,9 +37,8 @@ bool fnMakeColorKey(const CqTileMap& map, unsigned long key, KeyScan& scan) {
         return index >= 0;
     }
     if (map.BitCount == 16) {
-        const std::uint16_t packed = q32::fnPack565(color);
-        scan = {
-            {static_cast<unsigned char>(packed >> 8), static_cast<unsigned char>(packed)}, 2, 2};
+        scan = {{}, 2, 2};
+        q32::fnPixelFormat(map.BitCount).m_fnPack(scan.m_Key, q32::fnPixelColor(color));
     } else { // in steps of three bytes also at 32 bits, deliberately
         scan = {{color.m_Red, color.m_Green, color.m_Blue}, 3, 3};
     }

@@ -5,8 +5,9 @@
 
 #include "q32Base/image/CqColor.h"
 #include "q32Base/kernels/Kernels.h"
-#include "q32Base/kernels/Rgb565.h"
 #include "q32Base/memory/CqTileMap.h"
+#include "q32Base/pixels/Nibbles.h"
+#include "q32Base/pixels/PixelFormat.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -19,9 +20,11 @@ inline void fnFillPixels(unsigned char* target, const unsigned char* pixel, std:
     fnKernels().fnFill[size - 1](target, count, pixel);
 }
 
-/// 5-6-5 of a colour as a number.
-inline std::uint16_t fnPack565(const CqColor& color) {
-    return fnPack565(color.m_Red, color.m_Green, color.m_Blue);
+inline PixelColor fnPixelColor(const CqColor& color) {
+    return {color.m_Red, color.m_Green, color.m_Blue, color.m_Alpha};
+}
+inline CqColor fnColor(const PixelColor& color) {
+    return CqColor(color.m_nRed, color.m_nGreen, color.m_nBlue, color.m_nAlpha);
 }
 
 /// Palette index of a colour: the first entry with the same red, green and blue, else 0.
@@ -30,71 +33,40 @@ inline std::uint8_t fnPaletteIndex(const CqTileMap& map, const CqColor& color) {
     return static_cast<std::uint8_t>(index < 0 ? 0 : index);
 }
 
-/// Sets one of the two indices of a byte, the low nibble's for `odd`.
-inline void fnPutNibble(unsigned char* byte, bool odd, unsigned int index) {
-    *byte =
-        static_cast<unsigned char>(odd ? (*byte & 0xF0u) | index : (*byte & 0x0Fu) | index << 4);
-}
-
-/// Reads the pixel at `pixel`. At 4 bits `odd` chooses the low nibble. The 16-bit green mixes in
-/// low bits of blue and high bits of red: it reads the two bytes low byte first, deliberately.
+/// Reads the pixel at `pixel`. At 4 bits `odd` chooses the low nibble. At 16 bits green is mixed,
+/// deliberately.
 inline CqColor fnReadPixel(const CqTileMap& map, const unsigned char* pixel, bool odd) {
-    switch (map.BitCount) {
-    case 4:
-        return CqColor(map.Palette[odd ? *pixel & 0x0F : *pixel >> 4]);
-    case 8:
-        return CqColor(map.Palette[*pixel]);
-    case 16: {
-        const Rgb8 read = fnReadRgb565MixedGreen(pixel);
-        return CqColor(read.m_nRed, read.m_nGreen, read.m_nBlue, 255);
-    }
-    case 24:
-        return CqColor(pixel[0], pixel[1], pixel[2], 255);
-    default:
-        return CqColor(pixel[1], pixel[2], pixel[3], pixel[0]);
-    }
+    const PixelFormat& format = fnPixelFormat(map.BitCount);
+    if (!format.m_bIndexed)
+        return fnColor(format.m_fnUnpackSingle(pixel));
+    return CqColor(map.Palette[format.m_nBytes != 0 ? *pixel : fnGetNibble(pixel, odd)]);
 }
 
 /// Writes the pixel at `pixel`; at 4 bits the other nibble stays. 16 bits are stored low byte
 /// first, deliberately, against the order that fills and drawing use.
 inline void fnWritePixel(const CqTileMap& map, unsigned char* pixel, bool odd,
                          const CqColor& color) {
-    switch (map.BitCount) {
-    case 4:
-        return fnPutNibble(pixel, odd, fnPaletteIndex(map, color) & 0x0Fu);
-    case 8:
+    const PixelFormat& format = fnPixelFormat(map.BitCount);
+    if (!format.m_bIndexed)
+        format.m_fnPackSingle(pixel, fnPixelColor(color));
+    else if (format.m_nBytes != 0)
         *pixel = fnPaletteIndex(map, color);
-        return;
-    case 16:
-        return fnStoreLowFirst(pixel, fnPack565(color));
-    case 32:
-        *pixel++ = color.m_Alpha;
-        [[fallthrough]];
-    default:
-        pixel[0] = color.m_Red;
-        pixel[1] = color.m_Green;
-        pixel[2] = color.m_Blue;
-    }
+    else
+        fnPutNibble(pixel, odd, fnPaletteIndex(map, color) & 0x0Fu);
 }
 
-/// The bytes that a fill repeats, 16 bits high byte first; at 4 bits one byte for two pixels, with
-/// the index in both nibbles, where an index above 15 is mixed with itself, deliberately. Returns
-/// how many.
+/// The bytes that a fill repeats; at 4 bits one byte for two pixels, with the index in both
+/// nibbles, where an index above 15 is mixed with itself, deliberately. Returns how many.
 inline unsigned int fnPackFill(const CqTileMap& map, const CqColor& color,
                                unsigned char (&bytes)[4]) {
-    switch (map.BitCount) {
-    case 4: {
-        const unsigned int index = fnPaletteIndex(map, color);
-        bytes[0] = static_cast<unsigned char>(index << 4 | index);
-        return 1;
+    const PixelFormat& format = fnPixelFormat(map.BitCount);
+    if (!format.m_bIndexed) {
+        format.m_fnPack(bytes, fnPixelColor(color));
+        return format.m_nBytes;
     }
-    case 16:
-        fnStoreHighFirst(bytes, fnPack565(color));
-        return 2;
-    default:
-        fnWritePixel(map, bytes, false, color);
-        return map.BytesPerPixel;
-    }
+    const unsigned int index = fnPaletteIndex(map, color);
+    bytes[0] = static_cast<unsigned char>(format.m_nBytes != 0 ? index : index << 4 | index);
+    return 1;
 }
 
 } // namespace q32

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "q32Base/operations/PixelArea.h"
+#include "q32Base/memory/TileWalk.h"
 #include "q32Base/platform/CqScratchService.h"
 
 #include <algorithm>

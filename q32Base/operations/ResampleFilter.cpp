@@ -1,7 +1,7 @@
 #include "q32Base/framework/Exceptions.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/memory/PixelBlock.h"
-#include "q32Base/operations/PixelArea.h"
+#include "q32Base/memory/TileWalk.h"
 #include "q32Base/operations/ProgressRun.h"
 #include "q32Base/operations/Resample.h"
 

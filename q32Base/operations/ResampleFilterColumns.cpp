@@ -1,10 +1,10 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/kernels/ContribList.h"
 #include "q32Base/kernels/Kernels.h"
+#include "q32Base/memory/TileWalk.h"
 #include "q32Base/operations/ContribTable.h"
 #include "q32Base/operations/FilterChannels.h"
 #include "q32Base/operations/PageWalk.h"
-#include "q32Base/operations/PixelArea.h"
 #include "q32Base/operations/ProgressRun.h"
 #include "q32Base/operations/Resample.h"
 

@@ -3,7 +3,7 @@
 #include "q32Base/image/PixelBytes.h"
 #include "q32Base/kernels/Kernels.h"
 #include "q32Base/memory/CqTileMap.h"
-#include "q32Base/operations/PixelArea.h"
+#include "q32Base/memory/TileWalk.h"
 #include "q32Base/operations/ProgressRun.h"
 #include "q32Base/operations/Rotate.h"
 

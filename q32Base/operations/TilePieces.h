@@ -1,11 +1,12 @@
 /// @file
-/// Rectangles of an image cut into the parts that lie in one tile each: the walk that operations on
-/// bytes share. Rectangles lie inside their images; depths of 8 bits and more alone, since a
-/// piece's left edge is a byte's address.
+/// Copies from one image to another, cut into pieces that lie in one tile of each. Rectangles lie
+/// inside their images; depths of 8 bits and more alone, since a piece's left edge is a byte's
+/// address.
 #pragma once
 
 #include "q32Base/framework/Values.h"
 #include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/TileWalk.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -40,40 +41,6 @@ struct PlacedSpan {
         return fnKeep(std::max<std::int64_t>(0, -shift), std::min(sourceSize, targetSize - shift));
     }
 };
-
-/// A part of a rectangle that lies in one tile, as plain memory.
-struct TilePiece {
-    CRect m_rect;             ///< in pixels of the image
-    unsigned char* m_pPixels; ///< the top left pixel
-    std::size_t m_nStride;    ///< bytes from a row to the next
-};
-
-/// Calls `visit(piece)` for each part of `rect`, in row-major order of tiles.
-template <class Visit>
-void fnForEachPiece(const CqTileMap& map, const CRect& rect, Visit visit) {
-    const auto left = static_cast<std::uint32_t>(rect.left);
-    const auto right = static_cast<std::uint32_t>(rect.right);
-    const auto bottom = static_cast<std::uint32_t>(rect.bottom);
-    for (auto y = static_cast<std::uint32_t>(rect.top); y < bottom;) {
-        const std::uint32_t tileRow = y / map.TileHeight;
-        const std::uint32_t inTile = y - tileRow * map.TileHeight;
-        const std::uint32_t endY = y + std::min(bottom - y, map.TileHeight - inTile);
-        for (std::uint32_t x = left; x < right;) {
-            const std::uint32_t column = x / map.TileWidth;
-            const std::uint32_t intoTile = x - column * map.TileWidth;
-            const std::uint32_t endX = x + std::min(right - x, map.TileWidth - intoTile);
-            const std::size_t stride = map.fnRowBytes(map.fnColumnWidth(column));
-            const std::size_t index = std::size_t{tileRow} * map.TilesAcross + column;
-            visit(TilePiece{CRect(static_cast<LONG>(x), static_cast<LONG>(y),
-                                  static_cast<LONG>(endX), static_cast<LONG>(endY)),
-                            map.TileTable[index].Pixels + stride * inTile +
-                                std::size_t{intoTile} * map.BytesPerPixel,
-                            stride});
-            x = endX;
-        }
-        y = endY;
-    }
-}
 
 /// Calls `visit(source, target)` for pieces of equal size that together are `rect` of one image and
 /// the rectangle of its size at (x, y) of another.

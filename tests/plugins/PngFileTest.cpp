@@ -1,4 +1,4 @@
-#include "plugins/PixelRows.h"
+#include "plugins/CodecSamples.h"
 #include "tests/plugins/CodecFiles.h"
 
 #include <png.h>

@@ -1,5 +1,9 @@
+/// @file
+/// Where the pixels of an image lie, and the one walk over its tiles. Arguments lie inside the
+/// image.
 #pragma once
 
+#include "q32Base/framework/Values.h"
 #include "q32Base/memory/CqTileMap.h"
 
 #include <algorithm>
@@ -55,6 +59,8 @@ public:
         return m_nShiftY == 31 ? m_nHeight
                                : std::min(m_nHeight, ((y >> m_nShiftY) + 1) << m_nShiftY);
     }
+    /// The first pixel of those that lie side by side with x.
+    std::uint32_t fnRunBegin(std::uint32_t x) const { return x >> m_nShiftX << m_nShiftX; }
     /// The first pixel behind x that doesn't lie side by side with x.
     std::uint32_t fnRunEnd(std::uint32_t x) const {
         return m_nAcross == 1 ? m_nWidth : std::min(m_nWidth, ((x >> m_nShiftX) + 1) << m_nShiftX);
@@ -76,5 +82,41 @@ private:
     std::uint32_t m_nBytes;
     bool m_bScratch;
 };
+
+/// A part of a rectangle that lies in one tile, as plain memory.
+struct TilePiece {
+    CRect m_rect;             ///< in pixels of the image
+    unsigned char* m_pPixels; ///< the top left pixel; at 4 bits the byte that holds it
+    std::size_t m_nStride;    ///< bytes from a row to the next
+};
+
+/// Calls `visit(piece)` for each part of `rect`, in row-major order of tiles. Rows follow each
+/// other in a piece, a stride apart.
+template <class Visit>
+void fnForEachPiece(const PixelArea& area, const CRect& rect, Visit visit) {
+    const auto left = static_cast<std::uint32_t>(rect.left);
+    const auto right = static_cast<std::uint32_t>(rect.right);
+    const auto bottom = static_cast<std::uint32_t>(rect.bottom);
+    for (auto y = static_cast<std::uint32_t>(rect.top); y < bottom;) {
+        const std::uint32_t endY = std::min(bottom, area.fnRowsEnd(y));
+        for (std::uint32_t x = left; x < right;) {
+            const std::uint32_t endX = std::min(right, area.fnRunEnd(x));
+            visit(TilePiece{CRect(static_cast<LONG>(x), static_cast<LONG>(y),
+                                  static_cast<LONG>(endX), static_cast<LONG>(endY)),
+                            area.fnAt(x, y), static_cast<std::size_t>(area.fnStride(x))});
+            x = endX;
+        }
+        y = endY;
+    }
+}
+
+template <class Visit>
+void fnForEachPiece(const CqTileMap& map, const CRect& rect, Visit visit) {
+    if (map.BytesPerPixel != 0)
+        return fnForEachPiece(PixelArea(map), rect, visit);
+    const std::size_t first = std::size_t{map.RowBytes} * static_cast<std::uint32_t>(rect.top) +
+                              static_cast<std::uint32_t>(rect.left) / 2;
+    visit(TilePiece{rect, map.PixelBuffer + first, map.RowBytes});
+}
 
 } // namespace q32

@@ -1,10 +1,8 @@
 /// @file
-/// Pixels between images and codecs. A codec sees a row as plain bytes: one a pixel (the index) at
-/// 4 and 8 bits; 5-6-5, high byte first, at 16; red, green, blue at 24; alpha, red, green, blue at
-/// 32 bits.
+/// Samples and numbers of files on their way to an image and back. A codec sees a row as
+/// PIXEL_STORED has it: one byte a pixel (the index) at 4 and 8 bits; 5-6-5, high byte first, at
+/// 16; red, green, blue at 24; alpha, red, green, blue at 32 bits.
 #pragma once
-
-#include "q32Base/image/CqImage.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -16,20 +14,11 @@ constexpr unsigned int fnCodecBytes(unsigned int bitCount) {
     return bitCount < 8 ? 1 : bitCount / 8;
 }
 
-/// Copy `count` pixels from (x, y) on out of the image's tiles, or into them. The run must lie
-/// inside the image. `tile` is an accessor on the same image, kept from call to call.
-void fnFetchPixels(CqImage& image, CqImageTile& tile, std::uint32_t x, std::uint32_t y,
-                   std::uint32_t count, unsigned char* out);
-void fnStorePixels(CqImage& image, CqImageTile& tile, std::uint32_t x, std::uint32_t y,
-                   std::uint32_t count, const unsigned char* in);
-
 /// Splits bytes that hold `8 / bits` indices each, the leftmost in the high bits, into one a byte.
 void fnUnpackBits(const unsigned char* in, unsigned int bits, std::size_t count,
                   unsigned char* out);
 /// Joins one index a byte to two a byte, the leftmost in the high bits.
-void fnPackNibbles(const unsigned char* in, std::size_t count, unsigned char* out);
-/// Widens 5-6-5 to red, green, blue, with the low bits 0 as everywhere in the library.
-void fnExpand565(const unsigned char* in, std::size_t count, unsigned char* out);
+void fnJoinNibbles(const unsigned char* in, std::size_t count, unsigned char* out);
 /// Ink values, 255 being full ink, to red, green, blue. In and out may be the same block.
 void fnCmykToRgb(const unsigned char* in, std::size_t count, unsigned char* out);
 

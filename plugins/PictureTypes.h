@@ -1,0 +1,58 @@
+/// @file
+/// Formats, progress, options and results of picture files. See PictureFile.h.
+#pragma once
+
+#include "q32Base/framework/CString.h"
+#include "q32Base/platform/Export.h"
+
+/// The formats, numbered as in `CqImage::fnGetFioPlugin`.
+enum PICTURE_FORMAT : unsigned int {
+    PICTURE_PNG = 1,
+    PICTURE_JPEG = 2,
+    PICTURE_TIFF = 3,
+    PICTURE_BMP = 4
+};
+
+struct CqPictureFormat {
+    PICTURE_FORMAT m_eFormat;
+    const char* m_pszName;
+    const char* m_pszExtensions; ///< lower case, without dots, the usual one first, spaces between
+    bool m_bCanWrite;
+    bool m_bHasAlpha; ///< of 32 bits, a file keeps all four
+};
+
+/// Told how far a picture is, after each row or so.
+class Q32_API CqPictureProgress {
+public:
+    virtual ~CqPictureProgress() = default;
+
+    /// @param percent  0 to 100, never falling
+    /// @param aborted  false on entry; set, it ends the work without an image or a file
+    virtual void fnOnProgress(unsigned int percent, bool& aborted) = 0;
+};
+
+/// How a read or write ended.
+struct Q32_API CqPictureResult {
+    /// A message of the library, 0 for none: -1 out of memory, -3 the file can't be opened, -4 it
+    /// can't be read, -5 it can't be saved, -6 it is invalid or corrupted, -7 another program has
+    /// it open, -11 it is empty, -102 its format, or this kind of it, is not supported.
+    int m_nMsgId = 0;
+    bool m_bAborted = false; ///< the progress object ended the work; no message then
+    CString m_strPath;       ///< the file, as the caller named it: the message's first argument
+    /// A picture was read whose file holds more than the image took: further pictures or frames,
+    /// more than 8 bits a channel, other colours than red, green and blue, channels beside these
+    /// and alpha, a colour profile, an orientation, a camera's or an editor's notes. Writing the
+    /// image over that file would lose it.
+    bool m_bReduced = false;
+
+    /// Whether the picture was read or written.
+    bool fnIsDone() const { return m_nMsgId == 0 && !m_bAborted; }
+};
+
+enum PICTURE_COMPRESSION : unsigned int { PICTURE_LZW, PICTURE_DEFLATE, PICTURE_UNCOMPRESSED };
+
+struct CqPictureOptions {
+    unsigned int m_nQuality = 90;  ///< of a JPEG, 1 to 100; others are cut to that
+    unsigned int m_nPngEffort = 6; ///< zlib's level for a PNG, 0 to 9; others are cut to that
+    PICTURE_COMPRESSION m_eTiffCompression = PICTURE_LZW;
+};

@@ -1,0 +1,99 @@
+/// @file
+/// Pixels of an image in the forms that hosts, views and plug-ins know: rows, rectangles, and
+/// single pixels here and there, of any depth, with the colours of palette images resolved.
+///
+///     std::vector<unsigned char> row(4 * image.Width);
+///     CqPixelReader reader(image, PIXEL_BGRA32);
+///     for (unsigned int y = 0; y < image.Height; ++y)
+///         reader.fnReadRow(0, y, image.Width, row.data());
+///
+/// 16 bits are read and written as images store them: 5-6-5, high byte first, as fills and drawing
+/// have it. Single-pixel access of CqImage differs from that at 16 bits, deliberately.
+///
+/// Nothing is ever read or written outside of the image, or of what a call names: any such argument
+/// is refused before the first byte. Claims of accessors aren't looked at. No gamma is applied. An
+/// image, with all its readers and writers, is used by one thread at a time.
+#pragma once
+
+#include "q32Base/framework/Values.h"
+#include "q32Base/pixels/PixelOrder.h"
+#include "q32Base/platform/Export.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+class CqImage;
+class CqTileMap;
+
+namespace q32 {
+class PixelReading;
+class PixelWriting;
+} // namespace q32
+
+/// Reads pixels of one image in one order. The image must outlive the reader; where it has no
+/// storage, or has got another one since the reader was made, every call is refused.
+///
+/// Colours are those that the palette had when the reader was made; an index beyond it is black. A
+/// grey is (77 red + 150 green + 29 blue) / 256, rounded down.
+class Q32_API CqPixelReader {
+public:
+    /// Raises the memory exception.
+    CqPixelReader(CqImage& image, PIXEL_ORDER order);
+    ~CqPixelReader();
+    CqPixelReader(const CqPixelReader&) = delete;
+    CqPixelReader& operator=(const CqPixelReader&) = delete;
+
+    /// Bytes of a pixel in the order that is read.
+    std::size_t fnGetPixelBytes() const { return m_nPixelBytes; }
+
+    /// Reads a rectangle into rows that lie `stride` bytes apart. An empty rectangle reads nothing.
+    /// False for one that isn't inside the image, or has its sides exchanged, and for a stride that
+    /// is shorter than a row.
+    bool fnRead(const CRect& rect, void* out, std::size_t stride) const;
+    /// Reads `count` pixels from (x, y) on. False for a run that isn't inside the image.
+    bool fnReadRow(std::uint32_t x, std::uint32_t y, std::uint32_t count, void* out) const;
+    /// Reads the pixels of row `y` at the columns that are listed, in any order. False if one of
+    /// them isn't inside the image.
+    bool fnPick(std::uint32_t y, const std::uint32_t* columns, std::size_t count, void* out) const;
+
+private:
+    const CqImage& m_Image;
+    const CqTileMap* m_pMap;
+    std::unique_ptr<const q32::PixelReading> m_pRun;
+    std::size_t m_nPixelBytes;
+};
+
+/// Writes pixels of one image in one order. The image must outlive the writer, as with a reader.
+///
+/// A palette image takes the first entry of equal red, green and blue, as the palette was when the
+/// writer was made, or entry 0 where there is none, like `CqImage::fnSetPixelColor`. 16 bits drop
+/// the low bits. Orders without alpha write 255 at 32 bits. A grey writes equal red, green and
+/// blue. Stored indices of a 4-bit image lose their high four bits.
+class Q32_API CqPixelWriter {
+public:
+    /// Raises the memory exception.
+    CqPixelWriter(CqImage& image, PIXEL_ORDER order);
+    ~CqPixelWriter();
+    CqPixelWriter(const CqPixelWriter&) = delete;
+    CqPixelWriter& operator=(const CqPixelWriter&) = delete;
+
+    /// Bytes of a pixel in the order that is written.
+    std::size_t fnGetPixelBytes() const { return m_nPixelBytes; }
+
+    /// Write what the reader's functions read; they refuse the same.
+    bool fnWrite(const CRect& rect, const void* in, std::size_t stride) const;
+    bool fnWriteRow(std::uint32_t x, std::uint32_t y, std::uint32_t count, const void* in) const;
+
+private:
+    const CqImage& m_Image;
+    const CqTileMap* m_pMap;
+    std::unique_ptr<const q32::PixelWriting> m_pRun;
+    std::size_t m_nPixelBytes;
+};
+
+/// One rectangle, by a reader or a writer of its own.
+Q32_API bool q32ReadPixels(CqImage& image, const CRect& rect, PIXEL_ORDER order, void* out,
+                           std::size_t stride);
+Q32_API bool q32WritePixels(CqImage& image, const CRect& rect, PIXEL_ORDER order, const void* in,
+                            std::size_t stride);

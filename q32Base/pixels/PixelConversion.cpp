@@ -1,0 +1,215 @@
+#include "q32Base/pixels/PixelConversion.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace q32 {
+
+namespace {
+
+/// Pixels that are converted by way of another form at a time.
+constexpr std::size_t kChunk = 256;
+
+/// Sets byte `place` of each of `count` pixels of four bytes to 255.
+void fnMakeOpaque(std::uint8_t* pixels, std::size_t count, std::size_t place) {
+    std::uint8_t bytes[4] = {};
+    bytes[place] = 255;
+    std::uint32_t mask = 0;
+    std::memcpy(&mask, bytes, 4);
+    for (std::size_t i = 0; i < count; ++i) {
+        std::uint32_t pixel = 0;
+        std::memcpy(&pixel, pixels + 4 * i, 4);
+        pixel |= mask;
+        std::memcpy(pixels + 4 * i, &pixel, 4);
+    }
+}
+
+/// Calls `work(done, count)` for parts of a run.
+template <class Work>
+void fnForEachChunk(std::size_t count, const Work& work) {
+    for (std::size_t done = 0; done < count; done += kChunk)
+        work(done, std::min(kChunk, count - done));
+}
+
+std::uint32_t fnJoin(unsigned int red, unsigned int green, unsigned int blue) {
+    return red << 16 | green << 8 | blue;
+}
+
+} // namespace
+
+std::size_t fnGetOrderBytes(std::uint32_t bits, PIXEL_ORDER order) {
+    switch (order) {
+    case PIXEL_STORED:
+        return std::max<std::size_t>(fnPixelFormat(bits).m_nBytes, 1);
+    case PIXEL_RGB24:
+        return 3;
+    case PIXEL_GREY8:
+        return 1;
+    default:
+        return 4;
+    }
+}
+
+PixelReading::PixelReading(std::uint32_t bits, const RGBQUAD* palette, PIXEL_ORDER order)
+    : m_Format(fnPixelFormat(bits)), m_eOrder(order) {
+    for (std::size_t i = 0; m_Format.m_bIndexed && i < kPaletteSlots; ++i) {
+        m_Palette[i] = palette[i];
+        m_Palette[i].rgbReserved = 255;
+        m_Greys[i] = fnGreyOf(palette[i].rgbRed, palette[i].rgbGreen, palette[i].rgbBlue);
+    }
+}
+
+void PixelReading::fnRunIndices(const std::uint8_t* in, std::uint8_t* out,
+                                std::size_t count) const {
+    const CqKernels& kernels = fnKernels();
+    const auto* palette = reinterpret_cast<const std::uint8_t*>(m_Palette);
+    switch (m_eOrder) {
+    case PIXEL_ARGB32:
+        return kernels.fnIndex8ToArgb32(in, out, count, palette, kPaletteSlots);
+    case PIXEL_RGB24:
+        return kernels.fnIndex8ToRgb24(in, out, count, palette, kPaletteSlots);
+    case PIXEL_GREY8:
+        std::memcpy(out, in, count);
+        return kernels.fnCurve8(out, count, m_Greys);
+    default:
+        return kernels.fnIndex8ToBgrx32(in, out, count, palette, kPaletteSlots);
+    }
+}
+
+void PixelReading::fnRun(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const {
+    const CqKernels& kernels = fnKernels();
+    if (m_eOrder == PIXEL_STORED) {
+        std::memcpy(out, in, count * std::max<std::size_t>(m_Format.m_nBytes, 1));
+        return;
+    }
+    if (m_Format.m_bIndexed)
+        return fnRunIndices(in, out, count);
+    if (m_eOrder == PIXEL_GREY8) {
+        std::uint8_t colors[3 * kChunk];
+        fnForEachChunk(count, [&](std::size_t done, std::size_t part) {
+            const std::uint8_t* from = in + done * m_Format.m_nBytes;
+            if (m_Format.m_pToRgb24) {
+                (kernels.*m_Format.m_pToRgb24)(from, colors, part);
+                from = colors;
+            }
+            for (std::size_t i = 0; i < part; ++i)
+                out[done + i] = fnGreyOf(from[3 * i], from[3 * i + 1], from[3 * i + 2]);
+        });
+        return;
+    }
+    const bool reversed = m_eOrder == PIXEL_BGRA32 || m_eOrder == PIXEL_BGRX32;
+    const auto run = m_eOrder == PIXEL_RGB24 ? m_Format.m_pToRgb24
+                     : reversed              ? m_Format.m_pToBgrx32
+                                             : m_Format.m_pToArgb32;
+    if (!run) {
+        std::memcpy(out, in, count * m_Format.m_nBytes);
+        return;
+    }
+    if (!reversed || (m_eOrder == PIXEL_BGRA32 && m_Format.m_bAlpha))
+        return (kernels.*run)(in, out, count);
+    fnForEachChunk(count, [&](std::size_t done, std::size_t part) {
+        (kernels.*run)(in + done * m_Format.m_nBytes, out + 4 * done, part);
+        fnMakeOpaque(out + 4 * done, part, 3);
+    });
+}
+
+PixelWriting::PixelWriting(std::uint32_t bits, const RGBQUAD* palette, std::size_t count,
+                           PIXEL_ORDER order)
+    : m_Format(fnPixelFormat(bits)), m_eOrder(order) {
+    if (m_Format.m_bIndexed && order != PIXEL_STORED)
+        fnMakeTable(palette, std::min(count, kPaletteSlots));
+}
+
+std::size_t PixelWriting::fnHash(std::uint32_t color) {
+    return (color * 0x9E3779B1u) >> 22;
+}
+
+void PixelWriting::fnMakeTable(const RGBQUAD* palette, std::size_t count) {
+    std::fill_n(m_Colors, kSlots, kNoColor);
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::uint32_t color =
+            fnJoin(palette[i].rgbRed, palette[i].rgbGreen, palette[i].rgbBlue);
+        std::size_t slot = fnHash(color);
+        while (m_Colors[slot] != kNoColor && m_Colors[slot] != color)
+            slot = (slot + 1) % kSlots;
+        if (m_Colors[slot] == color) // the first of equal entries stays
+            continue;
+        m_Colors[slot] = color;
+        m_Indices[slot] = static_cast<std::uint8_t>(m_Format.m_nBytes == 0 ? i & 15 : i);
+    }
+}
+
+std::uint8_t PixelWriting::fnFindIndex(std::uint32_t color) const {
+    for (std::size_t slot = fnHash(color); m_Colors[slot] != kNoColor; slot = (slot + 1) % kSlots)
+        if (m_Colors[slot] == color)
+            return m_Indices[slot];
+    return 0;
+}
+
+void PixelWriting::fnRunTo32(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const {
+    const CqKernels& kernels = fnKernels();
+    switch (m_eOrder) {
+    case PIXEL_ARGB32:
+        std::memcpy(out, in, 4 * count);
+        return;
+    case PIXEL_RGB24:
+        return kernels.fnRgb24ToArgb32(in, out, count);
+    case PIXEL_GREY8:
+        for (std::size_t i = 0; i < count; ++i)
+            m_Format.m_fnPack(out + 4 * i, {in[i], in[i], in[i]});
+        return;
+    default:
+        kernels.fnArgb32ToBgra32(in, out, count);
+        if (m_eOrder == PIXEL_BGRX32)
+            fnMakeOpaque(out, count, 0);
+    }
+}
+
+void PixelWriting::fnRunToRgb24(const std::uint8_t* in, std::uint8_t* out,
+                                std::size_t count) const {
+    const CqKernels& kernels = fnKernels();
+    switch (m_eOrder) {
+    case PIXEL_ARGB32:
+        return kernels.fnArgb32ToRgb24(in, out, count);
+    case PIXEL_RGB24:
+        std::memcpy(out, in, 3 * count);
+        return;
+    case PIXEL_GREY8:
+        for (std::size_t i = 0; i < count; ++i)
+            out[3 * i] = out[3 * i + 1] = out[3 * i + 2] = in[i];
+        return;
+    default: {
+        std::uint8_t reversed[4 * kChunk];
+        fnForEachChunk(count, [&](std::size_t done, std::size_t part) {
+            kernels.fnArgb32ToBgra32(in + 4 * done, reversed, part);
+            kernels.fnArgb32ToRgb24(reversed, out + 3 * done, part);
+        });
+    }
+    }
+}
+
+void PixelWriting::fnRun(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const {
+    if (m_eOrder == PIXEL_STORED) {
+        std::memcpy(out, in, count * std::max<std::size_t>(m_Format.m_nBytes, 1));
+        return;
+    }
+    if (m_Format.m_bAlpha)
+        return fnRunTo32(in, out, count);
+    if (m_Format.m_nBytes == 3)
+        return fnRunToRgb24(in, out, count);
+    const std::size_t bytes = fnGetOrderBytes(m_Format.m_nBits, m_eOrder);
+    std::uint8_t colors[3 * kChunk];
+    fnForEachChunk(count, [&](std::size_t done, std::size_t part) {
+        fnRunToRgb24(in + done * bytes, colors, part);
+        const std::uint8_t* color = colors;
+        if (!m_Format.m_bIndexed) {
+            for (std::size_t i = done; i < done + part; ++i, color += 3)
+                m_Format.m_fnPack(out + i * m_Format.m_nBytes, {color[0], color[1], color[2]});
+            return;
+        }
+        for (std::size_t i = done; i < done + part; ++i, color += 3)
+            out[i] = fnFindIndex(fnJoin(color[0], color[1], color[2]));
+    });
+}
+
+} // namespace q32

@@ -1,0 +1,74 @@
+/// @file
+/// Runs of pixels between the form in which an image stores them and the forms that others know.
+#pragma once
+
+#include "q32Base/pixels/PixelFormat.h"
+#include "q32Base/pixels/PixelOrder.h"
+#include "q32Base/platform/Records.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace q32 {
+
+/// Palette entries that any index of eight bits finds.
+inline constexpr std::size_t kPaletteSlots = 256;
+
+/// The library's grey of a colour. The weights make up 256, so that white stays white.
+constexpr std::uint8_t fnGreyOf(unsigned int red, unsigned int green, unsigned int blue) {
+    return static_cast<std::uint8_t>((77 * red + 150 * green + 29 * blue) >> 8);
+}
+
+/// Bytes of a pixel in an order, for images of `bits` a pixel.
+std::size_t fnGetOrderBytes(std::uint32_t bits, PIXEL_ORDER order);
+
+/// From the stored form to one order. Any thread may call one object.
+class PixelReading {
+public:
+    /// @param bits     of the image: a depth of kPixelFormats
+    /// @param palette  kPaletteSlots entries, of which a copy is kept; null above 8 bits
+    PixelReading(std::uint32_t bits, const RGBQUAD* palette, PIXEL_ORDER order);
+
+    /// Source and target don't overlap.
+    /// @param in  pixels as stored, but at 4 bits one index a byte
+    void fnRun(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const;
+
+private:
+    void fnRunIndices(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const;
+
+    const PixelFormat& m_Format;
+    PIXEL_ORDER m_eOrder;
+    RGBQUAD m_Palette[kPaletteSlots]; ///< of indexed depths, with 255 in the reserved byte
+    std::uint8_t m_Greys[kPaletteSlots];
+};
+
+/// From one order to the stored form. Indexed depths take the first entry of equal red, green and
+/// blue, or 0; 16 bits drop the low bits; a depth without alpha drops it, and an order without it
+/// gives 255. Any thread may call one object.
+class PixelWriting {
+public:
+    /// @param palette  of which a copy is kept; null above 8 bits
+    /// @param count    its entries; a colour beyond the 256th isn't found
+    PixelWriting(std::uint32_t bits, const RGBQUAD* palette, std::size_t count, PIXEL_ORDER order);
+
+    /// Source and target don't overlap.
+    /// @param out  pixels as stored, but at 4 bits one index a byte
+    void fnRun(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const;
+
+private:
+    static constexpr std::size_t kSlots = 1024;
+    static constexpr std::uint32_t kNoColor = 0xFFFFFFFF;
+
+    static std::size_t fnHash(std::uint32_t color);
+    std::uint8_t fnFindIndex(std::uint32_t color) const;
+    void fnMakeTable(const RGBQUAD* palette, std::size_t count);
+    void fnRunTo32(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const;
+    void fnRunToRgb24(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const;
+
+    const PixelFormat& m_Format;
+    PIXEL_ORDER m_eOrder;
+    std::uint32_t m_Colors[kSlots]; ///< open addressing, of indexed depths; kNoColor where empty
+    std::uint8_t m_Indices[kSlots];
+};
+
+} // namespace q32
