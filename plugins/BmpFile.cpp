@@ -5,6 +5,7 @@
 #include "plugins/CqPictureSource.h"
 #include "plugins/CqPictureTarget.h"
 #include "plugins/PictureCodec.h"
+#include "q32Base/kernels/Rgb565.h"
 
 #include <algorithm>
 #include <bit>
@@ -85,11 +86,8 @@ private:
     /// 5-5-5 is widened with the low green bit 0, as the DIB interchange does.
     void fnTake16(const unsigned char* in, unsigned char* out) const {
         for (std::uint32_t x = 0; x < m_Header.m_nWidth; ++x, in += 2, out += 2) {
-            unsigned int value = fnGet16(in);
-            if (m_b555)
-                value = (value & 0x7FE0) << 1 | (value & 0x1F);
-            out[0] = static_cast<unsigned char>(value >> 8);
-            out[1] = static_cast<unsigned char>(value);
+            const unsigned int value = fnGet16(in);
+            fnStoreHighFirst(out, m_b555 ? fnWiden555To565(value) : value);
         }
     }
 

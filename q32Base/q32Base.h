@@ -20,6 +20,7 @@
 #include "q32Base/image/CqImageTile.h"
 #include "q32Base/image/CqMask.h"
 #include "q32Base/image/CqMergeParam.h"
+#include "q32Base/image/PixelAccess.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/messages/CqErrCallback.h"
 #include "q32Base/messages/Messages.h"

@@ -1,6 +1,6 @@
 #include "examples/gallery/ExhibitPictures.h"
 
-#include "q32Base/image/CqImageLine.h"
+#include "q32Base/image/PixelAccess.h"
 
 #include <algorithm>
 
@@ -8,51 +8,49 @@ namespace {
 
 constexpr int kLevels = 6; ///< of each channel in the palette of 216 colours
 
-/// One pixel of red, green and blue at (x, y) as bytes of another depth.
-using PixelMaker = void (*)(const unsigned char* in, unsigned char* out, unsigned int x,
-                            unsigned int y);
-
-/// Puts pixels of 24 bits into storage of another depth, which the picture then takes over.
-void fnNarrow(CqImage& image, CqImage& target, PixelMaker make) {
-    CqImageLine from;
-    CqImageLine to;
-    for (unsigned int y = 0; y < image.Height; ++y) {
-        image.fnAccessLine(y, &from, true);
-        target.fnAccessLine(y, &to, false);
-        for (unsigned int x = 0; x < image.Width; ++x)
-            make(from.LineBuffer + 3 * x, to.LineBuffer + target.BytesPerPixel * x, x, y);
+/// Carries a picture over to storage of another depth, which it then takes over: pixels are read in
+/// one order, and `change(pixels, count, x, y)` makes those of the other order out of them, in
+/// place.
+template <typename Change>
+void fnNarrow(CqImage& image, PIXEL_ORDER read, CqImage& target, PIXEL_ORDER written,
+              const Change& change) {
+    constexpr unsigned int kRun = 256;
+    unsigned char pixels[4 * kRun];
+    {
+        const CqPixelReader from(image, read);
+        const CqPixelWriter to(target, written);
+        for (unsigned int y = 0; y < image.Height; ++y)
+            for (unsigned int x = 0; x < image.Width; x += kRun) {
+                const unsigned int count = std::min(kRun, image.Width - x);
+                from.fnReadRow(x, y, count, pixels);
+                change(pixels, count, x, y);
+                to.fnWriteRow(x, y, count, pixels);
+            }
     }
-    from.fnUnAssociate();
-    to.fnUnAssociate();
     image.fnSwapBuf(target);
 }
 
-void fnMakeGreyPixel(const unsigned char* in, unsigned char* out, unsigned int, unsigned int) {
-    *out = static_cast<unsigned char>((77 * in[0] + 150 * in[1] + 29 * in[2]) >> 8);
-}
+void fnKeep(unsigned char*, unsigned int, unsigned int, unsigned int) {}
 
-/// Ordered dither by a matrix of 4 x 4 thresholds.
-void fnMakeIndexedPixel(const unsigned char* in, unsigned char* out, unsigned int x,
-                        unsigned int y) {
+/// Ordered dither of red, green and blue by a matrix of 4 x 4 thresholds, to indices.
+void fnDither(unsigned char* pixels, unsigned int count, unsigned int x, unsigned int y) {
     static constexpr int kThresholds[4][4] = {
         {0, 8, 2, 10}, {12, 4, 14, 6}, {3, 11, 1, 9}, {15, 7, 13, 5}};
-    const int threshold = (2 * kThresholds[y % 4][x % 4] + 1) * 255 / 32;
-    int index = 0;
-    for (int channel = 0; channel < 3; ++channel)
-        index = index * kLevels + (in[channel] * (kLevels - 1) + threshold) / 255;
-    *out = static_cast<unsigned char>(index);
-}
-
-void fnMakeHiColorPixel(const unsigned char* in, unsigned char* out, unsigned int, unsigned int) {
-    out[0] = static_cast<unsigned char>((in[0] & 0xF8) | in[1] >> 5);
-    out[1] = static_cast<unsigned char>((in[1] & 0x1C) << 3 | in[2] >> 3);
+    for (unsigned int i = 0; i < count; ++i) {
+        const unsigned char* in = pixels + 3 * i;
+        const int threshold = (2 * kThresholds[y % 4][(x + i) % 4] + 1) * 255 / 32;
+        int index = 0;
+        for (int channel = 0; channel < 3; ++channel)
+            index = index * kLevels + (in[channel] * (kLevels - 1) + threshold) / 255;
+        pixels[i] = static_cast<unsigned char>(index);
+    }
 }
 
 } // namespace
 
 void fnToGrey(CqImage& image) {
     CqImage target(image.Width, image.Height, 8, q32GreyRamp, 256);
-    fnNarrow(image, target, fnMakeGreyPixel);
+    fnNarrow(image, PIXEL_GREY8, target, PIXEL_STORED, fnKeep); // the index is the grey
 }
 
 void fnToIndexed(CqImage& image) {
@@ -64,12 +62,12 @@ void fnToIndexed(CqImage& image) {
                       static_cast<BYTE>(i / kLevels % kLevels * kStep),
                       static_cast<BYTE>(i / (kLevels * kLevels) * kStep), 0};
     CqImage target(image.Width, image.Height, 8, palette, kCount);
-    fnNarrow(image, target, fnMakeIndexedPixel);
+    fnNarrow(image, PIXEL_RGB24, target, PIXEL_STORED, fnDither);
 }
 
 void fnToHiColor(CqImage& image) {
     CqImage target(image.Width, image.Height, 16, nullptr, 0);
-    fnNarrow(image, target, fnMakeHiColorPixel);
+    fnNarrow(image, PIXEL_RGB24, target, PIXEL_RGB24, fnKeep);
 }
 
 void fnCut(CqImage& image, const CRect& rect) {

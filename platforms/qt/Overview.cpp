@@ -1,12 +1,12 @@
 #include "platforms/qt/Overview.h"
 
-#include "platforms/qt/PixelRows.h"
+#include "platforms/qt/CanvasPixels.h"
 #include "q32Base/image/CqImage.h"
+#include "q32Base/image/PixelAccess.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <numeric>
 
 namespace q32::qt {
 
@@ -108,23 +108,16 @@ const std::uint32_t* Overview::fnFind(std::uint32_t column, std::uint32_t row,
     return cell ? cell + fnOffset(shift) : nullptr;
 }
 
-void Overview::fnMake(CqImage& image, std::uint32_t column, std::uint32_t row) {
+void Overview::fnMake(const CqImage& image, std::uint32_t column, std::uint32_t row) {
     std::unique_ptr<std::uint32_t[]> cell(new std::uint32_t[fnOffset(kLastShift + 1)]);
-    CPoint corner(static_cast<LONG>(column * kCellSize), static_cast<LONG>(row * kCellSize));
-    CqImageTile tile;
-    image.fnAccessTile(corner, &tile);
-    std::array<std::uint32_t, kCellSize> columns;
-    std::iota(columns.begin(), columns.end(), column * kCellSize);
+    const CqPixelReader reader(image, kCanvasOrder);
     std::array<std::uint32_t, kCellSize> pixels;
-    const PixelTable table = fnReadTable(image);
     std::uint32_t width = std::min(kCellSize, m_nWidth - column * kCellSize);
     std::uint32_t height = std::min(kCellSize, m_nHeight - row * kCellSize);
 
     fnReduce(width, height, m_nFirstShift, kCellSize >> m_nFirstShift, cell.get(),
              [&](std::uint32_t y) {
-                 const auto down = static_cast<std::size_t>(corner.y - tile.Top) + y;
-                 fnPickPixels(tile, tile.Pixels + down * tile.RowBytes, table, columns.data(),
-                              width, pixels.data());
+                 reader.fnReadRow(column * kCellSize, row * kCellSize + y, width, pixels.data());
                  return pixels.data();
              });
     std::uint32_t* from = cell.get();

@@ -39,7 +39,7 @@ public:
     const std::uint32_t* fnFind(std::uint32_t column, std::uint32_t row, unsigned shift) const;
     /// Makes a cell. The image must be the one that this was made ready for. May throw
     /// std::bad_alloc.
-    void fnMake(CqImage& image, std::uint32_t column, std::uint32_t row);
+    void fnMake(const CqImage& image, std::uint32_t column, std::uint32_t row);
 
 private:
     static constexpr unsigned kLastShift = 7;

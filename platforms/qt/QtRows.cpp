@@ -1,6 +1,7 @@
 #include "platforms/qt/QtRows.h"
 
 #include "platforms/headless/HeadlessRows.h"
+#include "platforms/qt/CanvasPixels.h"
 
 #include <algorithm>
 #include <array>
@@ -12,13 +13,7 @@ namespace q32::qt {
 
 namespace {
 
-constexpr std::uint32_t kOpaque = 0xFF000000u;
-
 using Table = std::array<std::uint32_t, 256>;
-
-std::uint32_t fnPixel(std::uint32_t red, std::uint32_t green, std::uint32_t blue) {
-    return kOpaque | red << 16 | green << 8 | blue;
-}
 
 Table fnReadTable(const RowJob& job, const DibRows& rows, const CqPaletteObject* palette) {
     Table table;
@@ -26,14 +21,14 @@ Table fnReadTable(const RowJob& job, const DibRows& rows, const CqPaletteObject*
     const auto* bytes = reinterpret_cast<const std::uint8_t*>(job.m_pHeader + 1);
     if (job.m_nUse == DIB_RGB_COLORS) {
         for (std::size_t i = 0; i < rows.m_nTableBytes / 4; ++i)
-            table[i] = fnPixel(bytes[4 * i + 2], bytes[4 * i + 1], bytes[4 * i]);
+            table[i] = fnCanvasPixel(bytes[4 * i + 2], bytes[4 * i + 1], bytes[4 * i]);
         return table;
     }
     for (std::size_t i = 0; i < rows.m_nTableBytes / 2; ++i) {
         const std::size_t index = bytes[2 * i] | static_cast<std::size_t>(bytes[2 * i + 1]) << 8;
         if (palette && index < palette->fnGetEntries().size()) {
             const PALETTEENTRY& entry = palette->fnGetEntries()[index];
-            table[i] = fnPixel(entry.peRed, entry.peGreen, entry.peBlue);
+            table[i] = fnCanvasPixel(entry.peRed, entry.peGreen, entry.peBlue);
         }
     }
     return table;
@@ -63,13 +58,13 @@ void fnConvertRow(unsigned bits, const Table& table, const std::uint8_t* row, st
     case 16:
         for (std::size_t x = from; x < from + count; ++x) {
             const std::uint32_t v = row[2 * x] | static_cast<std::uint32_t>(row[2 * x + 1]) << 8;
-            *out++ = fnPixel(fnWiden5(v >> 10), fnWiden5(v >> 5), fnWiden5(v));
+            *out++ = fnCanvasPixel(fnWiden5(v >> 10), fnWiden5(v >> 5), fnWiden5(v));
         }
         break;
     case 24:
         row += 3 * from;
         for (std::size_t i = 0; i < count; ++i, row += 3)
-            out[i] = fnPixel(row[2], row[1], row[0]);
+            out[i] = fnCanvasPixel(row[2], row[1], row[0]);
         break;
     default:
         std::memcpy(out, row + 4 * from, 4 * count);

@@ -1,9 +1,10 @@
 #include "platforms/qt/TileSampler.h"
 
+#include "platforms/qt/CanvasPixels.h"
 #include "platforms/qt/Overview.h"
-#include "platforms/qt/PixelRows.h"
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/image/CqImage.h"
+#include "q32Base/image/PixelAccess.h"
 
 #include <algorithm>
 #include <cmath>
@@ -61,18 +62,13 @@ Axis fnMakeAxis(int first, int end, int origin, double zoom, std::uint32_t lengt
 /// The rows of a cell, from the image itself or from its reduced copy.
 class CellRows {
 public:
-    CellRows(CqImage& image, const Overview* overview, unsigned shift)
-        : m_Image(image), m_pOverview(overview), m_nShift(shift), m_Table(fnReadTable(image)) {}
+    CellRows(const CqImage& image, const Overview* overview, unsigned shift)
+        : m_Reader(image, kCanvasOrder), m_pOverview(overview), m_nShift(shift) {}
 
     void fnGoTo(std::uint32_t column, std::uint32_t row) {
         m_nColumn = column;
         m_nRow = row;
         m_pReduced = m_nShift == 0 ? nullptr : m_pOverview->fnFind(column, row, m_nShift);
-        if (m_pReduced)
-            return;
-        CPoint corner(static_cast<LONG>(column * Overview::kCellSize),
-                      static_cast<LONG>(row * Overview::kCellSize));
-        m_Image.fnAccessTile(corner, &m_Tile);
     }
 
     /// Whether the cell is to be read from the image although its reduced copy is wanted.
@@ -82,9 +78,7 @@ public:
     void fnPick(std::uint32_t row, const std::uint32_t* columns, std::size_t count,
                 std::uint32_t* out) const {
         if (!m_pReduced) {
-            const std::size_t down = row - static_cast<std::uint32_t>(m_Tile.Top);
-            fnPickPixels(m_Tile, m_Tile.Pixels + down * m_Tile.RowBytes, m_Table, columns, count,
-                         out);
+            m_Reader.fnPick(row, columns, count, out);
             return;
         }
         const std::size_t stride = Overview::kCellSize >> m_nShift;
@@ -95,11 +89,9 @@ public:
     }
 
 private:
-    CqImage& m_Image;
+    CqPixelReader m_Reader;
     const Overview* m_pOverview;
     unsigned m_nShift;
-    PixelTable m_Table;
-    CqImageTile m_Tile;
     const std::uint32_t* m_pReduced = nullptr;
     std::uint32_t m_nColumn = 0;
     std::uint32_t m_nRow = 0;
@@ -112,7 +104,7 @@ long long fnSampleIndex(int pixel, int origin, double zoom) {
     return static_cast<long long>(std::floor((static_cast<double>(pixel) + origin + 0.5) / zoom));
 }
 
-QRect fnSampleTiles(CqImage& image, const Overview* overview, const SamplePlace& place,
+QRect fnSampleTiles(const CqImage& image, const Overview* overview, const SamplePlace& place,
                     const QRect& part, QImage& canvas) {
     const QRect cut = part & canvas.rect();
     if (cut.isEmpty())

@@ -27,7 +27,7 @@ long long fnSampleIndex(int pixel, int origin, double zoom);
 /// not touched. What lies outside of the image stays.
 /// @param overview  made ready for this image; may be null
 /// @return the part that was drawn
-QRect fnSampleTiles(CqImage& image, const Overview* overview, const SamplePlace& place,
+QRect fnSampleTiles(const CqImage& image, const Overview* overview, const SamplePlace& place,
                     const QRect& part, QImage& canvas);
 
 /// Moves all pixels of a canvas; what nothing moves onto stays.

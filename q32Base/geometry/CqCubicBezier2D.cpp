@@ -4,7 +4,7 @@
 #include "q32Base/geometry/BezierFlattening.h"
 #include "q32Base/geometry/CqPolyline2D.h"
 #include "q32Base/geometry/CurveRoots.h"
-#include "q32Base/geometry/DigitalLine.h"
+#include "q32Base/geometry/SegmentDrawing.h"
 #include "q32Base/image/CqImage.h"
 
 namespace {
@@ -191,7 +191,9 @@ void CqCubicBezier2D::fnTessellate(CqPolyline2D& polyline, double tolerance) con
 void CqCubicBezier2D::fnRasterize(CqImage& image, const CqColor& color) {
     const q32::DigitalLine line(image, color);
     q32::fnFlatten(m_Points, FlatOrUnseen(m_Points, image),
-                   [&line](const Points& part, double, double) { line.fnDraw(part[0], part[3]); });
+                   [&line](const Points& part, double, double) {
+                       q32::fnDrawSegment(line, part[0], part[3]);
+                   });
 }
 
 void CqCubicBezier2D::fnSerialize(CArchive& ar) {

@@ -1,6 +1,6 @@
 #include "q32Base/geometry/CqLine2D.h"
 
-#include "q32Base/geometry/DigitalLine.h"
+#include "q32Base/geometry/SegmentDrawing.h"
 #include "q32Base/image/CqImage.h"
 
 bool CqLine2D::fnIntersectPoint(const CqPoint2D& point, double& t) const {
@@ -38,5 +38,5 @@ bool CqLine2D::fnIntersectLine(const CqLine2D& other, double& t, CqPoint2D* hit)
 }
 
 void CqLine2D::fnRasterize(CqImage& image, const CqColor& color) {
-    q32::DigitalLine(image, color).fnDraw(m_Start, m_End);
+    q32::fnDrawSegment(q32::DigitalLine(image, color), m_Start, m_End);
 }

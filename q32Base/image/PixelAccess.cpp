@@ -1,6 +1,5 @@
 #include "q32Base/image/PixelAccess.h"
 
-#include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/memory/CqTileMap.h"
 #include "q32Base/memory/TileWalk.h"
@@ -12,13 +11,16 @@
 
 namespace {
 
-using q32::PixelReading;
-using q32::PixelWriting;
 using q32::TilePiece;
 
 /// Pixels that are handed on at a time, where they aren't taken from a tile as they lie. Even, so
 /// that the pairs of a 4-bit row stay whole.
 constexpr std::size_t kChunk = 256;
+
+/// The depth of a map; of none, one that needs no palette.
+std::uint32_t fnBitsOf(const CqTileMap* map) {
+    return map ? map->BitCount : 32;
+}
 
 /// Whether the rectangle lies inside the map and rows of `stride` bytes hold it.
 bool fnIsSound(const CqTileMap& map, const CRect& rect, std::size_t stride,
@@ -95,12 +97,10 @@ void fnGatherPixels(const CqTileMap& map, std::uint32_t y, const std::uint32_t* 
 
 } // namespace
 
-CqPixelReader::CqPixelReader(CqImage& image, PIXEL_ORDER order)
+CqPixelReader::CqPixelReader(const CqImage& image, PIXEL_ORDER order) noexcept
     : m_Image(image), m_pMap(image.TileMap),
-      m_pRun(m_pMap ? q32::fnNew<PixelReading>(m_pMap->BitCount, m_pMap->Palette, order) : nullptr),
-      m_nPixelBytes(m_pMap ? q32::fnGetOrderBytes(m_pMap->BitCount, order) : 0) {}
-
-CqPixelReader::~CqPixelReader() = default;
+      m_Run(fnBitsOf(m_pMap), m_pMap ? m_pMap->Palette.get() : nullptr, order),
+      m_nPixelBytes(q32::fnGetOrderBytes(fnBitsOf(m_pMap), order)) {}
 
 bool CqPixelReader::fnRead(const CRect& rect, void* out, std::size_t stride) const {
     if (!m_pMap || m_pMap != m_Image.TileMap || !fnIsSound(*m_pMap, rect, stride, m_nPixelBytes))
@@ -110,12 +110,12 @@ bool CqPixelReader::fnRead(const CRect& rect, void* out, std::size_t stride) con
                  [&](const unsigned char* pixels, std::size_t nibble, std::size_t offset,
                      std::size_t count) {
                      if (m_pMap->BytesPerPixel != 0)
-                         return m_pRun->fnRun(pixels, to + offset, count);
+                         return m_Run.fnRun(pixels, to + offset, count);
                      unsigned char indices[kChunk];
                      for (std::size_t done = 0; done < count; done += kChunk) {
                          const std::size_t part = std::min(kChunk, count - done);
                          q32::fnUnpackNibbles(pixels, nibble + done, part, indices);
-                         m_pRun->fnRun(indices, to + offset + done * m_nPixelBytes, part);
+                         m_Run.fnRun(indices, to + offset + done * m_nPixelBytes, part);
                      }
                  });
     return true;
@@ -142,19 +142,16 @@ bool CqPixelReader::fnPick(std::uint32_t y, const std::uint32_t* columns, std::s
     for (std::size_t done = 0; done < count; done += kChunk) {
         const std::size_t part = std::min(kChunk, count - done);
         fnGatherPixels(*m_pMap, y, columns + done, part, pixels);
-        m_pRun->fnRun(pixels, to + done * m_nPixelBytes, part);
+        m_Run.fnRun(pixels, to + done * m_nPixelBytes, part);
     }
     return true;
 }
 
-CqPixelWriter::CqPixelWriter(CqImage& image, PIXEL_ORDER order)
+CqPixelWriter::CqPixelWriter(CqImage& image, PIXEL_ORDER order) noexcept
     : m_Image(image), m_pMap(image.TileMap),
-      m_pRun(m_pMap ? q32::fnNew<PixelWriting>(m_pMap->BitCount, m_pMap->Palette,
-                                               m_pMap->PaletteCount, order)
-                    : nullptr),
-      m_nPixelBytes(m_pMap ? q32::fnGetOrderBytes(m_pMap->BitCount, order) : 0) {}
-
-CqPixelWriter::~CqPixelWriter() = default;
+      m_Run(fnBitsOf(m_pMap), m_pMap ? m_pMap->Palette.get() : nullptr,
+            m_pMap ? m_pMap->PaletteCount : 0, order),
+      m_nPixelBytes(q32::fnGetOrderBytes(fnBitsOf(m_pMap), order)) {}
 
 bool CqPixelWriter::fnWrite(const CRect& rect, const void* in, std::size_t stride) const {
     if (!m_pMap || m_pMap != m_Image.TileMap || !fnIsSound(*m_pMap, rect, stride, m_nPixelBytes))
@@ -164,11 +161,11 @@ bool CqPixelWriter::fnWrite(const CRect& rect, const void* in, std::size_t strid
         *m_pMap, rect, stride, m_nPixelBytes,
         [&](unsigned char* pixels, std::size_t nibble, std::size_t offset, std::size_t count) {
             if (m_pMap->BytesPerPixel != 0)
-                return m_pRun->fnRun(from + offset, pixels, count);
+                return m_Run.fnRun(from + offset, pixels, count);
             unsigned char indices[kChunk];
             for (std::size_t done = 0; done < count; done += kChunk) {
                 const std::size_t part = std::min(kChunk, count - done);
-                m_pRun->fnRun(from + offset + done * m_nPixelBytes, indices, part);
+                m_Run.fnRun(from + offset + done * m_nPixelBytes, indices, part);
                 q32::fnPackNibbles(indices, part, pixels, nibble + done);
             }
         });
@@ -182,7 +179,7 @@ bool CqPixelWriter::fnWriteRow(std::uint32_t x, std::uint32_t y, std::uint32_t c
            fnWrite(rect, in, count * m_nPixelBytes);
 }
 
-bool q32ReadPixels(CqImage& image, const CRect& rect, PIXEL_ORDER order, void* out,
+bool q32ReadPixels(const CqImage& image, const CRect& rect, PIXEL_ORDER order, void* out,
                    std::size_t stride) {
     return CqPixelReader(image, order).fnRead(rect, out, stride);
 }

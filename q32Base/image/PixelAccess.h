@@ -11,25 +11,21 @@
 /// have it. Single-pixel access of CqImage differs from that at 16 bits, deliberately.
 ///
 /// Nothing is ever read or written outside of the image, or of what a call names: any such argument
-/// is refused before the first byte. Claims of accessors aren't looked at. No gamma is applied. An
-/// image, with all its readers and writers, is used by one thread at a time.
+/// is refused before the first byte. Claims of accessors aren't looked at. No gamma is applied.
+/// Nothing is allocated, and nothing throws. An image, with all its readers and writers, is used by
+/// one thread at a time.
 #pragma once
 
 #include "q32Base/framework/Values.h"
+#include "q32Base/pixels/PixelConversion.h"
 #include "q32Base/pixels/PixelOrder.h"
 #include "q32Base/platform/Export.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 
 class CqImage;
 class CqTileMap;
-
-namespace q32 {
-class PixelReading;
-class PixelWriting;
-} // namespace q32
 
 /// Reads pixels of one image in one order. The image must outlive the reader; where it has no
 /// storage, or has got another one since the reader was made, every call is refused.
@@ -38,11 +34,7 @@ class PixelWriting;
 /// grey is (77 red + 150 green + 29 blue) / 256, rounded down.
 class Q32_API CqPixelReader {
 public:
-    /// Raises the memory exception.
-    CqPixelReader(CqImage& image, PIXEL_ORDER order);
-    ~CqPixelReader();
-    CqPixelReader(const CqPixelReader&) = delete;
-    CqPixelReader& operator=(const CqPixelReader&) = delete;
+    CqPixelReader(const CqImage& image, PIXEL_ORDER order) noexcept;
 
     /// Bytes of a pixel in the order that is read.
     std::size_t fnGetPixelBytes() const { return m_nPixelBytes; }
@@ -60,7 +52,7 @@ public:
 private:
     const CqImage& m_Image;
     const CqTileMap* m_pMap;
-    std::unique_ptr<const q32::PixelReading> m_pRun;
+    q32::PixelReading m_Run;
     std::size_t m_nPixelBytes;
 };
 
@@ -72,11 +64,7 @@ private:
 /// blue. Stored indices of a 4-bit image lose their high four bits.
 class Q32_API CqPixelWriter {
 public:
-    /// Raises the memory exception.
-    CqPixelWriter(CqImage& image, PIXEL_ORDER order);
-    ~CqPixelWriter();
-    CqPixelWriter(const CqPixelWriter&) = delete;
-    CqPixelWriter& operator=(const CqPixelWriter&) = delete;
+    CqPixelWriter(CqImage& image, PIXEL_ORDER order) noexcept;
 
     /// Bytes of a pixel in the order that is written.
     std::size_t fnGetPixelBytes() const { return m_nPixelBytes; }
@@ -88,12 +76,12 @@ public:
 private:
     const CqImage& m_Image;
     const CqTileMap* m_pMap;
-    std::unique_ptr<const q32::PixelWriting> m_pRun;
+    q32::PixelWriting m_Run;
     std::size_t m_nPixelBytes;
 };
 
 /// One rectangle, by a reader or a writer of its own.
-Q32_API bool q32ReadPixels(CqImage& image, const CRect& rect, PIXEL_ORDER order, void* out,
+Q32_API bool q32ReadPixels(const CqImage& image, const CRect& rect, PIXEL_ORDER order, void* out,
                            std::size_t stride);
 Q32_API bool q32WritePixels(CqImage& image, const CRect& rect, PIXEL_ORDER order, const void* in,
                             std::size_t stride);

@@ -3,6 +3,7 @@
 #include "q32Base/kernels/HueShift.h"
 #include "q32Base/kernels/Kernels.h"
 #include "q32Base/operations/ToneCurves.h"
+#include "q32Base/pixels/PixelFormat.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <algorithm>
@@ -32,16 +33,9 @@ std::size_t fnPixelCount(const CqImageTile& tile) {
     return static_cast<std::size_t>(tile.Width) * static_cast<std::size_t>(tile.Height);
 }
 
-q32::ChannelCurvesRun fnChannelCurvesFor(std::uint32_t bits) {
-    const q32::Kernels& kernels = q32::fnKernels();
-    return bits == 16   ? kernels.fnChannelCurves565
-           : bits == 24 ? kernels.fnChannelCurves24
-                        : kernels.fnChannelCurves32;
-}
-
 void fnChangeChannels(CqImage& image, const std::uint8_t* curves, bool draw,
                       CqProgressDisplay* progress) {
-    const q32::ChannelCurvesRun run = fnChannelCurvesFor(image.BitCount);
+    const auto run = q32::fnKernels().*q32::fnPixelFormat(image.BitCount).m_pChannelCurves;
     fnChangeTiles(image, draw, progress,
                   [&](CqImageTile& tile) { run(tile.Pixels, fnPixelCount(tile), curves); });
 }
@@ -68,7 +62,7 @@ void CqImage::fnBrightContrast(int brightness, int contrast, bool draw,
 }
 
 void CqImage::fnColorBalance(int red, int green, int blue, bool draw, CqProgressDisplay* progress) {
-    if ((red == 0 && green == 0 && blue == 0) || BitCount < 16)
+    if ((red == 0 && green == 0 && blue == 0) || q32::fnIsIndexed(BitCount))
         return;
     const std::unique_ptr<std::uint8_t[]> curves(q32::fnNewArray<std::uint8_t>(3 * kCurve));
     q32::fnMakeBalanceCurve(red, curves.get());
@@ -78,12 +72,9 @@ void CqImage::fnColorBalance(int red, int green, int blue, bool draw, CqProgress
 }
 
 void CqImage::fnHueSaturation(int hue, int saturation, bool draw, CqProgressDisplay* progress) {
-    if ((hue == 0 && saturation == 0) || BitCount < 16)
+    if ((hue == 0 && saturation == 0) || q32::fnIsIndexed(BitCount))
         return;
-    const q32::Kernels& kernels = q32::fnKernels();
-    const q32::HueRun run = BitCount == 16   ? kernels.fnHueShift16
-                            : BitCount == 24 ? kernels.fnHueShift24
-                                             : kernels.fnHueShift32;
+    const auto run = q32::fnKernels().*q32::fnPixelFormat(BitCount).m_pHueShift;
     const q32::HueShift shift(hue, q32::fnWrapMultiply(saturation, 255) / 100);
     fnChangeTiles(*this, draw, progress,
                   [&](CqImageTile& tile) { run(tile.Pixels, fnPixelCount(tile), shift); });

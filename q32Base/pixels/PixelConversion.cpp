@@ -1,5 +1,7 @@
 #include "q32Base/pixels/PixelConversion.h"
 
+#include "q32Base/pixels/PixelFormat.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -51,8 +53,8 @@ std::size_t fnGetOrderBytes(std::uint32_t bits, PIXEL_ORDER order) {
 }
 
 PixelReading::PixelReading(std::uint32_t bits, const RGBQUAD* palette, PIXEL_ORDER order)
-    : m_Format(fnPixelFormat(bits)), m_eOrder(order) {
-    for (std::size_t i = 0; m_Format.m_bIndexed && i < kPaletteSlots; ++i) {
+    : m_nBits(bits), m_eOrder(order) {
+    for (std::size_t i = 0; fnIsIndexed(bits) && i < kPaletteSlots; ++i) {
         m_Palette[i] = palette[i];
         m_Palette[i].rgbReserved = 255;
         m_Greys[i] = fnGreyOf(palette[i].rgbRed, palette[i].rgbGreen, palette[i].rgbBlue);
@@ -61,7 +63,7 @@ PixelReading::PixelReading(std::uint32_t bits, const RGBQUAD* palette, PIXEL_ORD
 
 void PixelReading::fnRunIndices(const std::uint8_t* in, std::uint8_t* out,
                                 std::size_t count) const {
-    const CqKernels& kernels = fnKernels();
+    const Kernels& kernels = fnKernels();
     const auto* palette = reinterpret_cast<const std::uint8_t*>(m_Palette);
     switch (m_eOrder) {
     case PIXEL_ARGB32:
@@ -77,19 +79,20 @@ void PixelReading::fnRunIndices(const std::uint8_t* in, std::uint8_t* out,
 }
 
 void PixelReading::fnRun(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const {
-    const CqKernels& kernels = fnKernels();
+    const PixelFormat& format = fnPixelFormat(m_nBits);
+    const Kernels& kernels = fnKernels();
     if (m_eOrder == PIXEL_STORED) {
-        std::memcpy(out, in, count * std::max<std::size_t>(m_Format.m_nBytes, 1));
+        std::memcpy(out, in, count * std::max<std::size_t>(format.m_nBytes, 1));
         return;
     }
-    if (m_Format.m_bIndexed)
+    if (format.m_bIndexed)
         return fnRunIndices(in, out, count);
     if (m_eOrder == PIXEL_GREY8) {
         std::uint8_t colors[3 * kChunk];
         fnForEachChunk(count, [&](std::size_t done, std::size_t part) {
-            const std::uint8_t* from = in + done * m_Format.m_nBytes;
-            if (m_Format.m_pToRgb24) {
-                (kernels.*m_Format.m_pToRgb24)(from, colors, part);
+            const std::uint8_t* from = in + done * format.m_nBytes;
+            if (format.m_pToRgb24) {
+                (kernels.*format.m_pToRgb24)(from, colors, part);
                 from = colors;
             }
             for (std::size_t i = 0; i < part; ++i)
@@ -98,25 +101,25 @@ void PixelReading::fnRun(const std::uint8_t* in, std::uint8_t* out, std::size_t 
         return;
     }
     const bool reversed = m_eOrder == PIXEL_BGRA32 || m_eOrder == PIXEL_BGRX32;
-    const auto run = m_eOrder == PIXEL_RGB24 ? m_Format.m_pToRgb24
-                     : reversed              ? m_Format.m_pToBgrx32
-                                             : m_Format.m_pToArgb32;
+    const auto run = m_eOrder == PIXEL_RGB24 ? format.m_pToRgb24
+                     : reversed              ? format.m_pToBgrx32
+                                             : format.m_pToArgb32;
     if (!run) {
-        std::memcpy(out, in, count * m_Format.m_nBytes);
+        std::memcpy(out, in, count * format.m_nBytes);
         return;
     }
-    if (!reversed || (m_eOrder == PIXEL_BGRA32 && m_Format.m_bAlpha))
+    if (!reversed || (m_eOrder == PIXEL_BGRA32 && format.m_bAlpha))
         return (kernels.*run)(in, out, count);
     fnForEachChunk(count, [&](std::size_t done, std::size_t part) {
-        (kernels.*run)(in + done * m_Format.m_nBytes, out + 4 * done, part);
+        (kernels.*run)(in + done * format.m_nBytes, out + 4 * done, part);
         fnMakeOpaque(out + 4 * done, part, 3);
     });
 }
 
 PixelWriting::PixelWriting(std::uint32_t bits, const RGBQUAD* palette, std::size_t count,
                            PIXEL_ORDER order)
-    : m_Format(fnPixelFormat(bits)), m_eOrder(order) {
-    if (m_Format.m_bIndexed && order != PIXEL_STORED)
+    : m_nBits(bits), m_eOrder(order) {
+    if (fnIsIndexed(bits) && order != PIXEL_STORED)
         fnMakeTable(palette, std::min(count, kPaletteSlots));
 }
 
@@ -135,7 +138,7 @@ void PixelWriting::fnMakeTable(const RGBQUAD* palette, std::size_t count) {
         if (m_Colors[slot] == color) // the first of equal entries stays
             continue;
         m_Colors[slot] = color;
-        m_Indices[slot] = static_cast<std::uint8_t>(m_Format.m_nBytes == 0 ? i & 15 : i);
+        m_Indices[slot] = static_cast<std::uint8_t>(m_nBits == 4 ? i & 15 : i);
     }
 }
 
@@ -147,7 +150,7 @@ std::uint8_t PixelWriting::fnFindIndex(std::uint32_t color) const {
 }
 
 void PixelWriting::fnRunTo32(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const {
-    const CqKernels& kernels = fnKernels();
+    const Kernels& kernels = fnKernels();
     switch (m_eOrder) {
     case PIXEL_ARGB32:
         std::memcpy(out, in, 4 * count);
@@ -156,7 +159,7 @@ void PixelWriting::fnRunTo32(const std::uint8_t* in, std::uint8_t* out, std::siz
         return kernels.fnRgb24ToArgb32(in, out, count);
     case PIXEL_GREY8:
         for (std::size_t i = 0; i < count; ++i)
-            m_Format.m_fnPack(out + 4 * i, {in[i], in[i], in[i]});
+            fnPixelFormat(32).m_fnPack(out + 4 * i, {in[i], in[i], in[i]});
         return;
     default:
         kernels.fnArgb32ToBgra32(in, out, count);
@@ -167,7 +170,7 @@ void PixelWriting::fnRunTo32(const std::uint8_t* in, std::uint8_t* out, std::siz
 
 void PixelWriting::fnRunToRgb24(const std::uint8_t* in, std::uint8_t* out,
                                 std::size_t count) const {
-    const CqKernels& kernels = fnKernels();
+    const Kernels& kernels = fnKernels();
     switch (m_eOrder) {
     case PIXEL_ARGB32:
         return kernels.fnArgb32ToRgb24(in, out, count);
@@ -189,22 +192,23 @@ void PixelWriting::fnRunToRgb24(const std::uint8_t* in, std::uint8_t* out,
 }
 
 void PixelWriting::fnRun(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const {
+    const PixelFormat& format = fnPixelFormat(m_nBits);
     if (m_eOrder == PIXEL_STORED) {
-        std::memcpy(out, in, count * std::max<std::size_t>(m_Format.m_nBytes, 1));
+        std::memcpy(out, in, count * std::max<std::size_t>(format.m_nBytes, 1));
         return;
     }
-    if (m_Format.m_bAlpha)
+    if (format.m_bAlpha)
         return fnRunTo32(in, out, count);
-    if (m_Format.m_nBytes == 3)
+    if (format.m_nBytes == 3)
         return fnRunToRgb24(in, out, count);
-    const std::size_t bytes = fnGetOrderBytes(m_Format.m_nBits, m_eOrder);
+    const std::size_t bytes = fnGetOrderBytes(m_nBits, m_eOrder);
     std::uint8_t colors[3 * kChunk];
     fnForEachChunk(count, [&](std::size_t done, std::size_t part) {
         fnRunToRgb24(in + done * bytes, colors, part);
         const std::uint8_t* color = colors;
-        if (!m_Format.m_bIndexed) {
+        if (!format.m_bIndexed) {
             for (std::size_t i = done; i < done + part; ++i, color += 3)
-                m_Format.m_fnPack(out + i * m_Format.m_nBytes, {color[0], color[1], color[2]});
+                format.m_fnPack(out + i * format.m_nBytes, {color[0], color[1], color[2]});
             return;
         }
         for (std::size_t i = done; i < done + part; ++i, color += 3)

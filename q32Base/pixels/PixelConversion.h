@@ -1,8 +1,8 @@
 /// @file
 /// Runs of pixels between the form in which an image stores them and the forms that others know.
+/// For image/PixelAccess.h, which hosts use.
 #pragma once
 
-#include "q32Base/pixels/PixelFormat.h"
 #include "q32Base/pixels/PixelOrder.h"
 #include "q32Base/platform/Records.h"
 
@@ -26,7 +26,7 @@ std::size_t fnGetOrderBytes(std::uint32_t bits, PIXEL_ORDER order);
 class PixelReading {
 public:
     /// @param bits     of the image: a depth of kPixelFormats
-    /// @param palette  kPaletteSlots entries, of which a copy is kept; null above 8 bits
+    /// @param palette  kPaletteSlots entries, of which a copy is kept; not looked at above 8 bits
     PixelReading(std::uint32_t bits, const RGBQUAD* palette, PIXEL_ORDER order);
 
     /// Source and target don't overlap.
@@ -36,7 +36,7 @@ public:
 private:
     void fnRunIndices(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const;
 
-    const PixelFormat& m_Format;
+    std::uint32_t m_nBits;
     PIXEL_ORDER m_eOrder;
     RGBQUAD m_Palette[kPaletteSlots]; ///< of indexed depths, with 255 in the reserved byte
     std::uint8_t m_Greys[kPaletteSlots];
@@ -47,7 +47,7 @@ private:
 /// gives 255. Any thread may call one object.
 class PixelWriting {
 public:
-    /// @param palette  of which a copy is kept; null above 8 bits
+    /// @param palette  of which a copy is kept; not looked at above 8 bits
     /// @param count    its entries; a colour beyond the 256th isn't found
     PixelWriting(std::uint32_t bits, const RGBQUAD* palette, std::size_t count, PIXEL_ORDER order);
 
@@ -65,7 +65,7 @@ private:
     void fnRunTo32(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const;
     void fnRunToRgb24(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const;
 
-    const PixelFormat& m_Format;
+    std::uint32_t m_nBits;
     PIXEL_ORDER m_eOrder;
     std::uint32_t m_Colors[kSlots]; ///< open addressing, of indexed depths; kNoColor where empty
     std::uint8_t m_Indices[kSlots];

@@ -38,11 +38,11 @@ struct PixelFormat {
     PixelPack m_fnPackSingle;     ///< as single-pixel access writes: 16 bits low byte first
 
     // Runs of pixels from this depth to others; a null run means the bytes as they are.
-    CqPixelRun CqKernels::*m_pToArgb32;
-    CqPixelRun CqKernels::*m_pToBgrx32; ///< the fourth byte has no meaning
-    CqPixelRun CqKernels::*m_pToRgb24;
-    CqChannelCurvesRun CqKernels::*m_pChannelCurves;
-    CqHueRun CqKernels::*m_pHueShift;
+    PixelRun Kernels::*m_pToArgb32;
+    PixelRun Kernels::*m_pToBgrx32; ///< the fourth byte has no meaning
+    PixelRun Kernels::*m_pToRgb24;
+    ChannelCurvesRun Kernels::*m_pChannelCurves;
+    HueRun Kernels::*m_pHueShift;
 };
 
 namespace pixels {
@@ -86,14 +86,14 @@ inline constexpr PixelFormat kPixelFormats[] = {
     {8, 1, true, false, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
      nullptr},
     {16, 2, false, false, pixels::fnUnpack16, pixels::fnPack16, pixels::fnUnpack16MixedGreen,
-     pixels::fnPack16LowFirst, &CqKernels::fnRgb565ToArgb32, &CqKernels::fnRgb565ToBgrx32,
-     &CqKernels::fnRgb565ToRgb24, &CqKernels::fnChannelCurves565, &CqKernels::fnHueShift16},
+     pixels::fnPack16LowFirst, &Kernels::fnRgb565ToArgb32, &Kernels::fnRgb565ToBgrx32,
+     &Kernels::fnRgb565ToRgb24, &Kernels::fnChannelCurves565, &Kernels::fnHueShift16},
     {24, 3, false, false, pixels::fnUnpack24, pixels::fnPack24, pixels::fnUnpack24,
-     pixels::fnPack24, &CqKernels::fnRgb24ToArgb32, &CqKernels::fnRgb24ToBgrx32, nullptr,
-     &CqKernels::fnChannelCurves24, &CqKernels::fnHueShift24},
+     pixels::fnPack24, &Kernels::fnRgb24ToArgb32, &Kernels::fnRgb24ToBgrx32, nullptr,
+     &Kernels::fnChannelCurves24, &Kernels::fnHueShift24},
     {32, 4, false, true, pixels::fnUnpack32, pixels::fnPack32, pixels::fnUnpack32, pixels::fnPack32,
-     nullptr, &CqKernels::fnArgb32ToBgra32, &CqKernels::fnArgb32ToRgb24,
-     &CqKernels::fnChannelCurves32, &CqKernels::fnHueShift32},
+     nullptr, &Kernels::fnArgb32ToBgra32, &Kernels::fnArgb32ToRgb24, &Kernels::fnChannelCurves32,
+     &Kernels::fnHueShift32},
 };
 
 /// The row of the table, or null for a depth that no image has.

@@ -1,7 +1,6 @@
-#include "q32Base/geometry/DigitalLine.h"
-
 #include "platforms/headless/headless.h"
 #include "q32Base/geometry/CqCubicBezier2D.h"
+#include "q32Base/geometry/SegmentDrawing.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/memory/CqTileMap.h"
 #include "q32Base/module/Module.h"

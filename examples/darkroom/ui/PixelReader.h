@@ -1,7 +1,7 @@
 #pragma once
 
 #include "q32Base/image/CqImage.h"
-#include "q32Base/image/CqImageTile.h"
+#include "q32Base/image/PixelAccess.h"
 
 #include <array>
 #include <QImage>
@@ -11,7 +11,7 @@
 namespace darkroom {
 
 /// Reads single pixels of a picture of any depth; fast where they lie near to each other. The
-/// picture's storage must stay while this lives. Raises the memory exception.
+/// picture must not change while this lives. Raises the memory exception.
 class PixelReader {
 public:
     explicit PixelReader(CqImage& image);
@@ -25,9 +25,20 @@ public:
     QRgb fnRead(int x, int y);
 
 private:
+    static constexpr int kBlock = 16; ///< pixels of a row that are read at a time
+    static constexpr int kBlocks = 128;
+
+    struct Block {
+        int m_nLeft = -1;
+        int m_nRow = -1;
+        std::array<QRgb, kBlock> m_Pixels;
+    };
+
+    void fnFill(Block& block, int left, int row);
+
     CqImage& m_Image;
-    CqImageTile m_Tile;
-    std::array<QRgb, 256> m_Palette{};
+    CqPixelReader m_Reader;
+    std::array<Block, kBlocks> m_Blocks; ///< what was read last, by their places
 };
 
 /// Makes an image for the screen, through the library's gamma, of what `read` tells for each

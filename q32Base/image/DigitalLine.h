@@ -2,12 +2,11 @@
 /// One-pixel lines in whole coordinates, written straight into tiles.
 #pragma once
 
-#include "q32Base/geometry/CqPoint2D.h"
-
 #include <cstdint>
 
 class CqColor;
 class CqImage;
+class CqTileMap;
 
 namespace q32 {
 
@@ -20,21 +19,15 @@ namespace q32 {
 class DigitalLine {
 public:
     /// The colour's bytes are those of `CqImage::fnSetPixelColor`. The image, which isn't owned,
-    /// must keep its storage and palette for the life of this object.
+    /// must keep its storage and palette for the life of this object. Without storage nothing is
+    /// drawn.
     DigitalLine(CqImage& image, const CqColor& color);
 
-    /// Between whole pixels. Coordinates must lie within 2^30 either way.
-    void fnDraw(std::int64_t x0, std::int64_t y0, std::int64_t x1, std::int64_t y1) const;
-    /// Rounds each coordinate by adding 0.5 and truncating toward zero, and cuts it to that range.
-    void fnDraw(const CqPoint2D& start, const CqPoint2D& end) const;
+    /// Between any two pixels.
+    void fnDraw(std::int32_t x0, std::int32_t y0, std::int32_t x1, std::int32_t y1) const;
 
 private:
-    struct Walk;
-
-    std::int64_t fnDrawInTile(const Walk& walk, std::int64_t k, std::int64_t last) const;
-    void fnDrawNibbles(const Walk& walk, std::int64_t k, std::int64_t last) const;
-
-    CqImage& m_Image;
+    const CqTileMap* m_pMap;
     unsigned char m_Pixel[4] = {}; ///< at 4 bits the index
 };
 
