@@ -1,8 +1,8 @@
 // The files of the headless disks; HeadlessDisks.cpp has volumes and directories.
 
-#include "platforms/headless/HeadlessDisks.h"
-#include "platforms/headless/HeadlessFolder.h"
-#include "platforms/headless/HeadlessPath.h"
+#include "platforms/headless/CqHeadlessDisks.h"
+#include "platforms/headless/Folder.h"
+#include "platforms/headless/Path.h"
 
 #include <algorithm>
 #include <cstring>
@@ -10,7 +10,7 @@
 
 CqHeadlessFilePtr CqHeadlessDisks::fnFindFile(const Place& place) const {
     const auto& files = m_Volumes[place.m_nVolume].m_Files;
-    const auto found = files.find(q32::fnNamesKey(place.m_Names));
+    const auto found = files.find(q32::headless::fnNamesKey(place.m_Names));
     return found == files.end() ? nullptr : found->second;
 }
 
@@ -18,15 +18,15 @@ CqHeadlessFilePtr CqHeadlessDisks::fnLoad(const Place& place) const {
     if (CqHeadlessFilePtr file = fnFindFile(place))
         return file;
     const Volume& volume = m_Volumes[place.m_nVolume];
-    const q32::FolderPlace real{volume.m_szFolder, place.m_Names};
+    const q32::headless::FolderPlace real{volume.m_szFolder, place.m_Names};
     if (volume.m_szFolder.empty())
         return nullptr;
     auto file = std::make_shared<CqHeadlessFile>();
     std::uint64_t size = 0;
-    if (!q32::fnStatFolderFile(real, size, file->m_nTime) ||
-        !q32::fnReadFolderFile(real, file->m_Bytes))
+    if (!q32::headless::fnStatFolderFile(real, size, file->m_nTime) ||
+        !q32::headless::fnReadFolderFile(real, file->m_Bytes))
         return nullptr;
-    file->m_szName = volume.m_szRoot + q32::fnJoinNames(place.m_Names);
+    file->m_szName = volume.m_szRoot + q32::headless::fnJoinNames(place.m_Names);
     file->m_nVolume = place.m_nVolume;
     return file;
 }
@@ -42,7 +42,7 @@ bool CqHeadlessDisks::fnStat(std::string_view path, std::uint64_t& size, std::in
     }
     const Volume& volume = m_Volumes[place->m_nVolume];
     return !volume.m_szFolder.empty() &&
-           q32::fnStatFolderFile({volume.m_szFolder, place->m_Names}, size, time);
+           q32::headless::fnStatFolderFile({volume.m_szFolder, place->m_Names}, size, time);
 }
 
 bool CqHeadlessDisks::fnIsFile(std::string_view path) const {
@@ -60,8 +60,8 @@ CqHeadlessFilePtr CqHeadlessDisks::fnFindOpen(std::string_view path) const {
 void CqHeadlessDisks::fnFailCreate(std::string_view path, CQ_FILE_CAUSE cause) {
     const auto place = fnResolve(path);
     const std::string key =
-        place ? m_Volumes[place->m_nVolume].m_szKey + q32::fnNamesKey(place->m_Names)
-              : q32::fnFold(q32::fnTurnSlashes(path));
+        place ? m_Volumes[place->m_nVolume].m_szKey + q32::headless::fnNamesKey(place->m_Names)
+              : q32::headless::fnFold(q32::headless::fnTurnSlashes(path));
     if (cause == FILE_CAUSE_NONE)
         m_FailingNames.erase(key);
     else
@@ -81,7 +81,7 @@ CqHeadlessFilePtr CqHeadlessDisks::fnOpen(std::string_view path, bool create, bo
     if (fnIsDirectory(*place))
         return refuse(FILE_CAUSE_ACCESS_DENIED);
     Volume& volume = m_Volumes[place->m_nVolume];
-    const std::string key = q32::fnNamesKey(place->m_Names);
+    const std::string key = q32::headless::fnNamesKey(place->m_Names);
     if (create) {
         const auto failing = m_FailingNames.find(volume.m_szKey + key);
         if (failing != m_FailingNames.end())
@@ -94,11 +94,11 @@ CqHeadlessFilePtr CqHeadlessDisks::fnOpen(std::string_view path, bool create, bo
         return refuse(FILE_CAUSE_NOT_FOUND);
     if (!file) {
         file = std::make_shared<CqHeadlessFile>();
-        file->m_szName = volume.m_szRoot + q32::fnJoinNames(place->m_Names);
+        file->m_szName = volume.m_szRoot + q32::headless::fnJoinNames(place->m_Names);
         file->m_nVolume = place->m_nVolume;
         fnTouch(*file);
         if (!volume.m_szFolder.empty() &&
-            !q32::fnWriteFolderFile({volume.m_szFolder, place->m_Names}, file->m_Bytes))
+            !q32::headless::fnWriteFolderFile({volume.m_szFolder, place->m_Names}, file->m_Bytes))
             return refuse(FILE_CAUSE_ACCESS_DENIED);
     }
     volume.m_Files[key] = file;
@@ -116,9 +116,10 @@ CQ_FILE_CAUSE CqHeadlessDisks::fnClose(const CqHeadlessFilePtr& file) {
     if (volume.m_szFolder.empty())
         return FILE_CAUSE_NONE;
     const auto names =
-        q32::fnSplitPath(std::string_view(file->m_szName).substr(volume.m_szRoot.size()));
-    volume.m_Files.erase(q32::fnNamesKey(names));
-    return !file->m_bChanged || q32::fnWriteFolderFile({volume.m_szFolder, names}, file->m_Bytes)
+        q32::headless::fnSplitPath(std::string_view(file->m_szName).substr(volume.m_szRoot.size()));
+    volume.m_Files.erase(q32::headless::fnNamesKey(names));
+    return !file->m_bChanged ||
+                   q32::headless::fnWriteFolderFile({volume.m_szFolder, names}, file->m_Bytes)
                ? FILE_CAUSE_NONE
                : FILE_CAUSE_HARD_IO;
 }
@@ -150,9 +151,10 @@ bool CqHeadlessDisks::fnDelete(std::string_view path) {
     if (!place || !fnStat(path, size, time) || fnFindOpen(path))
         return false;
     Volume& volume = m_Volumes[place->m_nVolume];
-    if (!volume.m_szFolder.empty() && !q32::fnDeleteFolderFile({volume.m_szFolder, place->m_Names}))
+    if (!volume.m_szFolder.empty() &&
+        !q32::headless::fnDeleteFolderFile({volume.m_szFolder, place->m_Names}))
         return false;
-    volume.m_Files.erase(q32::fnNamesKey(place->m_Names));
+    volume.m_Files.erase(q32::headless::fnNamesKey(place->m_Names));
     volume.m_nUsed -= std::min(volume.m_nUsed, size);
     return true;
 }
@@ -172,16 +174,16 @@ CQ_FILE_CAUSE CqHeadlessDisks::fnReplace(std::string_view from, std::string_view
         return FILE_CAUSE_ACCESS_DENIED;
     Volume& volume = m_Volumes[source->m_nVolume];
     const std::uint64_t freed = fnStat(to, size, time) ? size : 0;
-    const std::string key = q32::fnNamesKey(source->m_Names);
-    const std::string wanted = q32::fnNamesKey(target->m_Names);
+    const std::string key = q32::headless::fnNamesKey(source->m_Names);
+    const std::string wanted = q32::headless::fnNamesKey(target->m_Names);
     if (key == wanted)
         return FILE_CAUSE_NONE;
     if (!volume.m_szFolder.empty()) {
-        if (!q32::fnRenameFolderFile({volume.m_szFolder, source->m_Names},
-                                     {volume.m_szFolder, target->m_Names}))
+        if (!q32::headless::fnRenameFolderFile({volume.m_szFolder, source->m_Names},
+                                               {volume.m_szFolder, target->m_Names}))
             return FILE_CAUSE_ACCESS_DENIED;
     } else {
-        std::string name = volume.m_szRoot + q32::fnJoinNames(target->m_Names);
+        std::string name = volume.m_szRoot + q32::headless::fnJoinNames(target->m_Names);
         CqHeadlessFilePtr& place = volume.m_Files[wanted];
         // From here on nothing fails.
         const auto found = volume.m_Files.find(key);
@@ -228,7 +230,7 @@ bool CqHeadlessDisks::fnSetTime(std::string_view path, std::int64_t seconds) {
         return true;
     }
     const std::string& folder = m_Volumes[place->m_nVolume].m_szFolder;
-    return !folder.empty() && q32::fnSetFolderTime({folder, place->m_Names}, seconds);
+    return !folder.empty() && q32::headless::fnSetFolderTime({folder, place->m_Names}, seconds);
 }
 
 std::optional<std::string> CqHeadlessDisks::fnGetFile(std::string_view path) const {
@@ -247,7 +249,7 @@ std::vector<std::string> CqHeadlessDisks::fnGetFiles() const {
             for (const auto& [key, file] : volume.m_Files)
                 names.push_back(file->m_szName);
         else
-            for (const std::string& name : q32::fnListFolderTree({volume.m_szFolder, {}}))
+            for (const std::string& name : q32::headless::fnListFolderTree({volume.m_szFolder, {}}))
                 names.push_back(volume.m_szRoot + name);
     }
     return names;
