@@ -1,85 +1,72 @@
 #include "platforms/headless/CqHeadlessDisks.h"
 
-#include "platforms/headless/Folder.h"
+#include "platforms/headless/FolderVolume.h"
+#include "platforms/headless/MemoryVolume.h"
 #include "platforms/headless/Path.h"
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
-namespace {
-
-std::string fnRootKey(std::string_view root) {
-    std::string key = q32::headless::fnFold(q32::headless::fnTurnSlashes(root));
-    if (key.empty() || key.back() != '\\')
-        key += '\\';
-    return key;
-}
-
-} // namespace
+using namespace q32::headless;
 
 CqHeadlessDisks::CqHeadlessDisks(const std::vector<CqHeadlessVolume>& volumes) {
     for (const CqHeadlessVolume& volume : volumes)
         fnAddVolume(volume);
     if (!m_Volumes.empty())
-        m_szCurrent = m_Volumes.front().m_szRoot;
+        m_szCurrent = m_Volumes.front()->fnGetRoot();
 }
 
+CqHeadlessDisks::~CqHeadlessDisks() = default;
+
 void CqHeadlessDisks::fnAddVolume(const CqHeadlessVolume& volume) {
-    Volume added;
-    static_cast<CqHeadlessVolume&>(added) = volume;
-    added.m_szRoot = q32::headless::fnTurnSlashes(volume.m_szRoot);
-    if (added.m_szRoot.empty() || added.m_szRoot.back() != '\\')
-        added.m_szRoot += '\\';
-    added.m_szKey = fnRootKey(volume.m_szRoot);
-    added.m_nCapacity = volume.m_nFree;
-    m_Volumes.push_back(std::move(added));
+    if (volume.m_szFolder.empty())
+        m_Volumes.push_back(std::make_unique<MemoryVolume>(volume));
+    else
+        m_Volumes.push_back(std::make_unique<FolderVolume>(volume));
 }
 
 CqHeadlessDisks::Volume* CqHeadlessDisks::fnFindRoot(std::string_view root) {
     const std::string key = fnRootKey(root);
     const auto found = std::find_if(m_Volumes.begin(), m_Volumes.end(),
-                                    [&](const Volume& volume) { return volume.m_szKey == key; });
-    return found == m_Volumes.end() ? nullptr : &*found;
+                                    [&](const auto& volume) { return volume->fnGetKey() == key; });
+    return found == m_Volumes.end() ? nullptr : found->get();
 }
 
 std::optional<CqHeadlessDisks::Place> CqHeadlessDisks::fnResolve(std::string_view path) const {
-    const auto inVolume = [&](std::string full) -> std::optional<Place> {
-        full += '\\';
-        const std::string folded = q32::headless::fnFold(full);
-        const Volume* best = nullptr;
-        for (const Volume& volume : m_Volumes)
-            if (folded.starts_with(volume.m_szKey) &&
-                (!best || volume.m_szKey.size() > best->m_szKey.size()))
-                best = &volume;
-        if (!best)
-            return std::nullopt;
-        return Place{
-            static_cast<std::size_t>(best - m_Volumes.data()),
-            q32::headless::fnSplitPath(std::string_view(full).substr(best->m_szKey.size()))};
-    };
-    const std::string full = q32::headless::fnTurnSlashes(path);
-    if (full.starts_with('\\') || (full.size() > 1 && full[1] == ':'))
-        return inVolume(full);
-    return inVolume(q32::headless::fnTurnSlashes(m_szCurrent) + "\\" + full);
+    std::string full = fnTurnSlashes(path);
+    if (!full.starts_with('\\') && (full.size() < 2 || full[1] != ':'))
+        full = fnTurnSlashes(m_szCurrent) + "\\" + full;
+    full += '\\';
+    const std::string folded = fnFold(full);
+    const auto none = m_Volumes.end();
+    auto best = none;
+    for (auto at = m_Volumes.begin(); at != none; ++at)
+        if (folded.starts_with((*at)->fnGetKey()) &&
+            (best == none || (*at)->fnGetKey().size() > (*best)->fnGetKey().size()))
+            best = at;
+    if (best == none)
+        return std::nullopt;
+    return Place{static_cast<std::size_t>(best - m_Volumes.begin()),
+                 fnSplitPath(std::string_view(full).substr((*best)->fnGetKey().size()))};
 }
 
 bool CqHeadlessDisks::fnSetFree(std::string_view root, std::uint64_t bytes) {
     Volume* volume = fnFindRoot(root);
-    if (!volume)
-        return false;
-    volume->m_nCapacity = bytes > ~volume->m_nUsed ? ~std::uint64_t{0} : volume->m_nUsed + bytes;
-    return true;
+    if (volume)
+        volume->fnSetFree(bytes);
+    return volume != nullptr;
 }
 
 std::uint64_t CqHeadlessDisks::fnGetFree(std::string_view path) const {
     const auto place = fnResolve(path);
-    return place ? m_Volumes[place->m_nVolume].fnGetFree() : 0;
+    return place ? fnVolumeOf(*place).fnGetFree() : 0;
 }
 
 bool CqHeadlessDisks::fnSetClusters(std::string_view root, const CqDiskClusters& clusters) {
     Volume* volume = fnFindRoot(root);
     if (volume)
-        volume->m_Clusters = clusters;
+        volume->fnSetClusters(clusters);
     return volume != nullptr;
 }
 
@@ -87,9 +74,7 @@ bool CqHeadlessDisks::fnGetSpace(std::string_view path, CqDiskSpace& space) cons
     const auto place = fnResolve(path);
     if (!place || !fnIsDirectory(*place))
         return false;
-    const Volume& volume = m_Volumes[place->m_nVolume];
-    space.m_nAvailable = volume.fnGetFree();
-    space.m_nTotal = volume.m_nTotal;
+    space = fnVolumeOf(*place).fnGetSpace();
     return true;
 }
 
@@ -97,28 +82,14 @@ bool CqHeadlessDisks::fnGetClusters(std::string_view path, CqDiskClusters& clust
     const auto place = fnResolve(path);
     if (!place || !fnIsDirectory(*place))
         return false;
-    const Volume& volume = m_Volumes[place->m_nVolume];
-    const std::uint64_t bytes =
-        std::uint64_t{volume.m_nSectorsPerCluster} * volume.m_nBytesPerSector;
-    const auto count = [&](std::uint64_t size) {
-        return static_cast<std::uint32_t>(
-            std::min<std::uint64_t>(bytes == 0 ? 0 : size / bytes, 0xFFFFFFFFu));
-    };
-    clusters = volume.m_Clusters.value_or(
-        CqDiskClusters{volume.m_nSectorsPerCluster, volume.m_nBytesPerSector,
-                       count(volume.fnGetFree()), count(volume.m_nTotal)});
+    clusters = fnVolumeOf(*place).fnGetClusters();
     return true;
 }
 
 // Directories.
 
 bool CqHeadlessDisks::fnIsDirectory(const Place& place) const {
-    const Volume& volume = m_Volumes[place.m_nVolume];
-    if (place.m_Names.empty())
-        return true;
-    if (!volume.m_szFolder.empty())
-        return q32::headless::fnIsFolderDirectory({volume.m_szFolder, place.m_Names});
-    return volume.m_Directories.contains(q32::headless::fnNamesKey(place.m_Names));
+    return place.m_Names.empty() || fnVolumeOf(place).fnIsDirectory(place.m_Names);
 }
 
 bool CqHeadlessDisks::fnIsDirectory(std::string_view path) const {
@@ -135,16 +106,8 @@ bool CqHeadlessDisks::fnHasParent(Place place) const {
 
 bool CqHeadlessDisks::fnMakeDirectory(std::string_view path) {
     const auto place = fnResolve(path);
-    std::uint64_t size = 0;
-    std::int64_t time = 0;
-    if (!place || !fnHasParent(*place) || fnIsDirectory(*place) || fnStat(path, size, time))
-        return false;
-    Volume& volume = m_Volumes[place->m_nVolume];
-    if (!volume.m_szFolder.empty())
-        return q32::headless::fnMakeFolderDirectory({volume.m_szFolder, place->m_Names});
-    volume.m_Directories[q32::headless::fnNamesKey(place->m_Names)] =
-        q32::headless::fnJoinNames(place->m_Names);
-    return true;
+    return place && fnHasParent(*place) && !fnIsDirectory(*place) && !fnIsFile(path) &&
+           fnVolumeOf(*place).fnMakeDirectory(place->m_Names);
 }
 
 bool CqHeadlessDisks::fnPutDirectory(const Place& place) {
@@ -152,8 +115,8 @@ bool CqHeadlessDisks::fnPutDirectory(const Place& place) {
         return true;
     Place parent = place;
     parent.m_Names.pop_back();
-    return fnPutDirectory(parent) && fnMakeDirectory(m_Volumes[place.m_nVolume].m_szRoot +
-                                                     q32::headless::fnJoinNames(place.m_Names));
+    return fnPutDirectory(parent) &&
+           fnMakeDirectory(fnVolumeOf(place).fnGetRoot() + fnJoinNames(place.m_Names));
 }
 
 bool CqHeadlessDisks::fnPutDirectory(std::string_view path) {
@@ -163,19 +126,192 @@ bool CqHeadlessDisks::fnPutDirectory(std::string_view path) {
 
 std::vector<std::string> CqHeadlessDisks::fnList(std::string_view directory) const {
     const auto place = fnResolve(directory);
-    if (!place)
-        return {};
-    const Volume& volume = m_Volumes[place->m_nVolume];
-    if (!volume.m_szFolder.empty())
-        return q32::headless::fnListFolder({volume.m_szFolder, place->m_Names});
+    return place ? fnVolumeOf(*place).fnList(place->m_Names) : std::vector<std::string>();
+}
+
+// Files.
+
+bool CqHeadlessDisks::fnStat(std::string_view path, std::uint64_t& size, std::int64_t& time) const {
+    const auto place = fnResolve(path);
+    return place && fnVolumeOf(*place).fnStat(place->m_Names, size, time);
+}
+
+bool CqHeadlessDisks::fnIsFile(std::string_view path) const {
+    std::uint64_t size = 0;
+    std::int64_t time = 0;
+    return fnStat(path, size, time);
+}
+
+CqHeadlessFilePtr CqHeadlessDisks::fnFindOpen(std::string_view path) const {
+    const auto place = fnResolve(path);
+    CqHeadlessFilePtr file = place ? fnVolumeOf(*place).fnFindKnown(place->m_Names) : nullptr;
+    return file && file->m_nUsers > 0 ? file : nullptr;
+}
+
+void CqHeadlessDisks::fnFailCreate(std::string_view path, CQ_FILE_CAUSE cause) {
+    const auto place = fnResolve(path);
+    const std::string key = place ? fnVolumeOf(*place).fnGetKey() + fnNamesKey(place->m_Names)
+                                  : fnFold(fnTurnSlashes(path));
+    if (cause == FILE_CAUSE_NONE)
+        m_FailingNames.erase(key);
+    else
+        m_FailingNames[key] = cause;
+}
+
+CqHeadlessFilePtr CqHeadlessDisks::fnNewFile(const Place& place) {
+    auto file = std::make_shared<CqHeadlessFile>();
+    file->m_szName = fnVolumeOf(place).fnGetRoot() + fnJoinNames(place.m_Names);
+    fnTouch(*file);
+    return file;
+}
+
+CqHeadlessFilePtr CqHeadlessDisks::fnOpen(std::string_view path, bool create, bool unshared,
+                                          CQ_FILE_CAUSE& cause) {
+    const auto place = fnResolve(path);
+    const auto refuse = [&](CQ_FILE_CAUSE why) -> CqHeadlessFilePtr {
+        cause = why;
+        return nullptr;
+    };
+    if (!place || !fnHasParent(*place))
+        return refuse(place && place->m_Names.empty() ? FILE_CAUSE_ACCESS_DENIED
+                                                      : FILE_CAUSE_BAD_PATH);
+    if (fnIsDirectory(*place))
+        return refuse(FILE_CAUSE_ACCESS_DENIED);
+    Volume& volume = fnVolumeOf(*place);
+    if (create) {
+        const auto failing = m_FailingNames.find(volume.fnGetKey() + fnNamesKey(place->m_Names));
+        if (failing != m_FailingNames.end())
+            return refuse(failing->second);
+    }
+    CqHeadlessFilePtr file = volume.fnLoad(place->m_Names);
+    if (file && file->m_nUsers > 0 && (unshared || file->m_bUnshared))
+        return refuse(FILE_CAUSE_SHARING_VIOLATION);
+    if (!file && !create)
+        return refuse(FILE_CAUSE_NOT_FOUND);
+    if (!file) {
+        file = fnNewFile(*place);
+        if (!volume.fnCreate(place->m_Names))
+            return refuse(FILE_CAUSE_ACCESS_DENIED);
+    }
+    file->m_nVolume = place->m_nVolume;
+    volume.fnKeep(place->m_Names, file);
+    file->m_bUnshared = unshared;
+    ++file->m_nUsers;
+    cause = FILE_CAUSE_NONE;
+    return file;
+}
+
+CQ_FILE_CAUSE CqHeadlessDisks::fnClose(const CqHeadlessFilePtr& file) {
+    if (--file->m_nUsers > 0)
+        return FILE_CAUSE_NONE;
+    file->m_bUnshared = false;
+    return m_Volumes[file->m_nVolume]->fnEndUse(*file);
+}
+
+CQ_FILE_CAUSE CqHeadlessDisks::fnResize(CqHeadlessFile& file, std::uint64_t size, bool spare) {
+    Volume& volume = *m_Volumes[file.m_nVolume];
+    const std::uint64_t old = file.m_Bytes.fnGetSize();
+    if (file.m_nViews > 0)
+        return FILE_CAUSE_ACCESS_DENIED;
+    if (size > old && size - old > volume.fnGetFree())
+        return FILE_CAUSE_DISK_FULL;
+    if (!file.m_Bytes.fnResize(size, spare))
+        return FILE_CAUSE_DISK_FULL;
+    volume.fnCount(old, size);
+    fnTouch(file);
+    return FILE_CAUSE_NONE;
+}
+
+void CqHeadlessDisks::fnTouch(CqHeadlessFile& file) {
+    file.m_nTime = m_nNow;
+    file.m_bChanged = true;
+}
+
+bool CqHeadlessDisks::fnDelete(std::string_view path) {
+    const auto place = fnResolve(path);
+    std::uint64_t size = 0;
+    std::int64_t time = 0;
+    if (!place || !fnStat(path, size, time) || fnFindOpen(path) ||
+        !fnVolumeOf(*place).fnDelete(place->m_Names))
+        return false;
+    fnVolumeOf(*place).fnUncount(size);
+    return true;
+}
+
+CQ_FILE_CAUSE CqHeadlessDisks::fnReplace(std::string_view from, std::string_view to) {
+    const auto source = fnResolve(from);
+    const auto target = fnResolve(to);
+    std::uint64_t size = 0;
+    std::int64_t time = 0;
+    if (!source || !target || source->m_nVolume != target->m_nVolume || !fnHasParent(*target))
+        return FILE_CAUSE_BAD_PATH;
+    if (fnFindOpen(from) || fnFindOpen(to))
+        return FILE_CAUSE_SHARING_VIOLATION;
+    if (!fnStat(from, size, time))
+        return FILE_CAUSE_NOT_FOUND;
+    if (fnIsDirectory(*target))
+        return FILE_CAUSE_ACCESS_DENIED;
+    const std::uint64_t freed = fnStat(to, size, time) ? size : 0;
+    if (fnNamesKey(source->m_Names) == fnNamesKey(target->m_Names))
+        return FILE_CAUSE_NONE;
+    Volume& volume = fnVolumeOf(*source);
+    if (!volume.fnRename(source->m_Names, target->m_Names))
+        return FILE_CAUSE_ACCESS_DENIED;
+    volume.fnUncount(freed);
+    return FILE_CAUSE_NONE;
+}
+
+// The script's look at files.
+
+bool CqHeadlessDisks::fnPutFile(std::string_view path, std::string_view bytes) {
+    const auto place = fnResolve(path);
+    if (!place || place->m_Names.empty() || fnFindOpen(path))
+        return false;
+    Place parent = *place;
+    parent.m_Names.pop_back();
+    CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
+    if (!fnPutDirectory(parent))
+        return false;
+    // The script isn't bound by the failures that it has arranged for the library's calls.
+    const auto failing = std::exchange(m_FailingNames, {});
+    CqHeadlessFilePtr file = fnOpen(path, true, true, cause);
+    m_FailingNames = failing;
+    if (!file)
+        return false;
+    Volume& volume = fnVolumeOf(*place);
+    const std::uint64_t capacity = volume.fnSwapCapacity(~std::uint64_t{0});
+    cause = fnResize(*file, bytes.size());
+    volume.fnSwapCapacity(capacity);
+    if (cause == FILE_CAUSE_NONE && !bytes.empty())
+        std::memcpy(file->m_Bytes.fnGetData(), bytes.data(), bytes.size());
+    return fnClose(file) == FILE_CAUSE_NONE && cause == FILE_CAUSE_NONE;
+}
+
+bool CqHeadlessDisks::fnSetTime(std::string_view path, std::int64_t seconds) {
+    const auto place = fnResolve(path);
+    return place && fnVolumeOf(*place).fnSetTime(place->m_Names, seconds);
+}
+
+std::optional<std::string> CqHeadlessDisks::fnGetFile(std::string_view path) const {
+    const auto place = fnResolve(path);
+    const CqHeadlessFilePtr file = place ? fnVolumeOf(*place).fnLoad(place->m_Names) : nullptr;
+    if (!file)
+        return std::nullopt;
+    return std::string(reinterpret_cast<const char*>(file->m_Bytes.fnGetData()),
+                       file->m_Bytes.fnGetSize());
+}
+
+std::vector<std::string> CqHeadlessDisks::fnGetFiles() const {
     std::vector<std::string> names;
-    const std::string prefix =
-        place->m_Names.empty() ? "" : q32::headless::fnNamesKey(place->m_Names) + "\\";
-    for (auto at = volume.m_Files.lower_bound(prefix);
-         at != volume.m_Files.end() && at->first.starts_with(prefix); ++at)
-        if (at->first.find('\\', prefix.size()) == std::string::npos) {
-            const std::string& name = at->second->m_szName;
-            names.push_back(name.substr(name.rfind('\\') + 1));
-        }
+    for (const auto& volume : m_Volumes)
+        for (std::string& name : volume->fnGetFiles())
+            names.push_back(std::move(name));
     return names;
+}
+
+std::size_t CqHeadlessDisks::fnGetOpenFiles() const {
+    std::size_t count = 0;
+    for (const auto& volume : m_Volumes)
+        count += volume->fnGetOpenFiles();
+    return count;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platforms/headless/CqHeadlessBlock.h"
-#include "platforms/headless/CqHeadlessCalls.h"
+#include "platforms/headless/CqHeadlessFile.h"
+#include "platforms/headless/CqHeadlessVolume.h"
 #include "q32Base/platform/CqFileService.h"
 #include "q32Base/platform/Export.h"
 
@@ -13,28 +13,9 @@
 #include <string_view>
 #include <vector>
 
-/// A disk of the headless world.
-struct CqHeadlessVolume {
-    std::string m_szRoot = "C:\\";           ///< "C:\", "\\server\", "/" or "/srv/"
-    std::uint64_t m_nTotal = 0x80000000u;    ///< bytes
-    std::uint64_t m_nFree = 0x40000000u;     ///< bytes before the first file is put on it
-    std::string m_szFolder = {};             ///< real folder that holds the files; empty: memory
-    std::uint32_t m_nSectorsPerCluster = 8u; ///< for the old query of free space
-    std::uint32_t m_nBytesPerSector = 512u;
-};
-
-/// A file of the headless world while anybody knows it.
-struct CqHeadlessFile {
-    std::string m_szName;    ///< full name
-    std::size_t m_nVolume;   ///< index of its volume
-    CqHeadlessBlock m_Bytes; ///< content
-    std::int64_t m_nTime = 0;
-    unsigned m_nUsers = 0;    ///< open handles, streams, mappings and views
-    unsigned m_nViews = 0;    ///< mappings and views: the size is fixed
-    bool m_bUnshared = false; ///< its one handle lets nobody else in
-    bool m_bChanged = false;  ///< differs from the file in the volume's real folder
-};
-using CqHeadlessFilePtr = std::shared_ptr<CqHeadlessFile>;
+namespace q32::headless {
+class Volume;
+}
 
 /// Volumes, directories and files, in memory or in real folders, which the file service and the
 /// scratch service share. Names are kept as they are given and compared without case; both
@@ -43,6 +24,7 @@ using CqHeadlessFilePtr = std::shared_ptr<CqHeadlessFile>;
 class Q32_API CqHeadlessDisks {
 public:
     explicit CqHeadlessDisks(const std::vector<CqHeadlessVolume>& volumes);
+    ~CqHeadlessDisks();
 
     // The script.
 
@@ -104,32 +86,21 @@ public:
     CQ_FILE_CAUSE fnReplace(std::string_view from, std::string_view to);
 
 private:
-    struct Volume : CqHeadlessVolume {
-        std::string m_szKey;           ///< folded root with a backslash at its end
-        std::uint64_t m_nCapacity = 0; ///< bytes for files
-        std::uint64_t m_nUsed = 0;     ///< bytes of files
-        std::optional<CqDiskClusters> m_Clusters;
-        std::map<std::string, std::string> m_Directories; ///< folded path to path, below the root
-        std::map<std::string, CqHeadlessFilePtr> m_Files; ///< a real folder's: open ones only
-
-        std::uint64_t fnGetFree() const {
-            return m_nCapacity > m_nUsed ? m_nCapacity - m_nUsed : 0;
-        }
-    };
     struct Place {
         std::size_t m_nVolume;
         std::vector<std::string> m_Names;
     };
+    using Volume = q32::headless::Volume;
 
     std::optional<Place> fnResolve(std::string_view path) const;
     bool fnIsDirectory(const Place& place) const;
     bool fnHasParent(Place place) const;
     bool fnPutDirectory(const Place& place);
-    CqHeadlessFilePtr fnLoad(const Place& place) const;
-    CqHeadlessFilePtr fnFindFile(const Place& place) const;
+    Volume& fnVolumeOf(const Place& place) const { return *m_Volumes[place.m_nVolume]; }
+    CqHeadlessFilePtr fnNewFile(const Place& place);
     Volume* fnFindRoot(std::string_view root);
 
-    std::vector<Volume> m_Volumes;
+    std::vector<std::unique_ptr<Volume>> m_Volumes;
     std::string m_szCurrent;
     std::int64_t m_nNow = 946684800;
     std::map<std::string, CQ_FILE_CAUSE> m_FailingNames;
