@@ -82,7 +82,8 @@ int CqQtScreen::fnSetDIBitsToDevice(CDC* dc, int x, int y, UINT width, UINT heig
     QImage surface = target ? target->fnGetSurface() : QImage();
     if (surface.isNull())
         return -1;
-    const RowJob job{x, y, width, height, sourceX, sourceY, startScan, scans, bits, header, use};
+    const q32::software::RowJob job{x,         y,     width, height, sourceX, sourceY,
+                                    startScan, scans, bits,  header, use};
     QRect changed;
     const int taken = fnPutRows(job, target->fnGetPalette(), surface, changed);
     target->fnAddChange(changed);

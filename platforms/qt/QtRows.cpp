@@ -1,9 +1,7 @@
 #include "platforms/qt/QtRows.h"
 
-#include "platforms/headless/HeadlessRows.h"
 #include "platforms/qt/CanvasPixels.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -15,7 +13,8 @@ namespace {
 
 using Table = std::array<std::uint32_t, 256>;
 
-Table fnReadTable(const RowJob& job, const DibRows& rows, const CqPaletteObject* palette) {
+Table fnReadTable(const software::RowJob& job, const software::DibRows& rows,
+                  const CqPaletteObject* palette) {
     Table table;
     table.fill(kOpaque);
     const auto* bytes = reinterpret_cast<const std::uint8_t*>(job.m_pHeader + 1);
@@ -75,41 +74,22 @@ void fnConvertRow(unsigned bits, const Table& table, const std::uint8_t* row, st
 
 } // namespace
 
-int fnPutRows(const RowJob& job, const CqPaletteObject* palette, QImage& canvas, QRect& changed) {
+int fnPutRows(const software::RowJob& job, const CqPaletteObject* palette, QImage& canvas,
+              QRect& changed) {
     changed = QRect();
-    DibRows rows;
-    if (!job.m_pHeader || !job.m_pBits || !fnReadDibRows(*job.m_pHeader, job.m_nUse, rows))
+    software::DibRows rows;
+    if (!job.m_pHeader || !job.m_pBits ||
+        !software::fnReadDibRows(*job.m_pHeader, job.m_nUse, rows))
         return -1;
-    const std::size_t taken =
-        job.m_nStartScan >= rows.m_nHeight
-            ? 0
-            : std::min<std::size_t>(job.m_nScans, rows.m_nHeight - job.m_nStartScan);
-    // All in 64 bits: no place or size that a caller gives can overflow.
-    using Wide = std::int64_t;
-    const Wide from = std::max({Wide{0}, -Wide{job.m_nSourceX}, -Wide{job.m_nX}});
-    const Wide to = std::min({Wide{job.m_nWidth}, static_cast<Wide>(rows.m_nWidth) - job.m_nSourceX,
-                              Wide{canvas.width()} - job.m_nX});
-    if (from >= to)
-        return static_cast<int>(taken);
+    const std::size_t taken = software::fnCountScans(job, rows);
     const Table table = fnReadTable(job, rows, palette);
-    const auto* bits = static_cast<const std::uint8_t*>(job.m_pBits);
-    Wide top = canvas.height();
-    Wide bottom = -1;
-    for (std::size_t i = 0; i < taken; ++i) {
-        const Wide down = static_cast<Wide>(i) + job.m_nStartScan - job.m_nSourceY;
-        const Wide y = job.m_nY + (rows.m_bTopDown ? down : Wide{job.m_nHeight} - 1 - down);
-        if (down < 0 || down >= job.m_nHeight || y < 0 || y >= canvas.height())
-            continue;
-        auto* out = reinterpret_cast<std::uint32_t*>(canvas.scanLine(static_cast<int>(y)));
-        fnConvertRow(rows.m_nBits, table, bits + i * rows.m_nStride,
-                     static_cast<std::size_t>(job.m_nSourceX + from),
-                     static_cast<std::size_t>(to - from), out + job.m_nX + from);
-        top = std::min(top, y);
-        bottom = std::max(bottom, y);
-    }
-    if (bottom >= top)
-        changed = QRect(QPoint(static_cast<int>(job.m_nX + from), static_cast<int>(top)),
-                        QPoint(static_cast<int>(job.m_nX + to - 1), static_cast<int>(bottom)));
+    const auto put = [&](const std::uint8_t* row, std::size_t from, std::size_t count, int x,
+                         int y) {
+        auto* out = reinterpret_cast<std::uint32_t*>(canvas.scanLine(y));
+        fnConvertRow(rows.m_nBits, table, row, from, count, out + x);
+        changed |= QRect(x, y, static_cast<int>(count), 1);
+    };
+    software::fnPlaceRows(job, rows, taken, {0, 0}, {0, 0, canvas.width(), canvas.height()}, put);
     return static_cast<int>(taken);
 }
 

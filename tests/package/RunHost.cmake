@@ -1,6 +1,6 @@
 # Installs a build into SCRATCH/prefix, then configures, builds and runs the host against it.
 #   SOURCE, SCRATCH                     the tree, and a folder to work in
-#   GENERATOR, COMPILER, LAUNCHER, FLAGS   what to build with
+#   NM, GENERATOR, COMPILER, LAUNCHER, FLAGS   what to build with
 #   BUILD                               the build to install; without it, a shared one is made here
 function(run)
     execute_process(COMMAND ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
@@ -19,6 +19,12 @@ if(NOT BUILD)
     run("${CMAKE_COMMAND}" --build "${BUILD}" --parallel 2)
 endif()
 run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${SCRATCH}/prefix")
+
+# No installed back end but the scripted world itself holds its code.
+file(GLOB libraries "${SCRATCH}/prefix/lib*/libq32Base-*")
+list(FILTER libraries EXCLUDE REGEX "-headless")
+list(JOIN libraries "," libraries)
+run("${CMAKE_COMMAND}" "-DNM=${NM}" "-DFILES=${libraries}" -P "${SOURCE}/tests/package/NoHeadless.cmake")
 
 run("${CMAKE_COMMAND}" -S "${SOURCE}/tests/package/host" -B "${SCRATCH}/host" ${tools}
     "-DCMAKE_PREFIX_PATH=${SCRATCH}/prefix" "-DFIRST_PROGRAM=${SOURCE}/examples/first/main.cpp")
