@@ -146,7 +146,8 @@ CqImage::operator BITMAPINFOHEADER*() {
     header->biBitCount = static_cast<WORD>(BitCount);
     auto* bytes = static_cast<unsigned char*>(block);
     if (BitCount < 9) {
-        std::memcpy(bytes + kDibHeaderBytes, TileMap->Palette.get(), sizeof(RGBQUAD) * PaletteCount);
+        std::memcpy(bytes + kDibHeaderBytes, TileMap->Palette.get(),
+                    sizeof(RGBQUAD) * PaletteCount);
         header->biClrUsed = PaletteCount == 1u << BitCount ? 0 : PaletteCount;
     } else if (BitCount == 16) {
         header->biCompression = BI_BITFIELDS;
