@@ -51,6 +51,8 @@ public:
 
     /// Where the line is after some steps, without having walked them.
     State fnAfter(std::int64_t steps) const {
+        if (steps == 0)
+            return {0, m_nGain - m_nSpan};
         const auto major = static_cast<std::uint64_t>(m_nSpan);
         const std::uint64_t way = static_cast<std::uint64_t>(m_Minor.m_nLength) *
                                   static_cast<std::uint64_t>(steps); // below 2 to the 64
@@ -102,8 +104,8 @@ public:
     static constexpr std::int64_t kMaxSteps = 1 << 21;
 
     Slope(const Line& line, const Line::State& state)
-        : m_nRise(fnRatio(line.m_nGain, line.m_nLoss)),
-          m_nPlace(fnRatio(state.m_nError + line.m_nLoss - line.m_nGain, line.m_nLoss)),
+        : m_nRise(fnRatio(line.m_Minor.m_nLength, line.m_nSpan)),
+          m_nPlace(fnFindPlace(state.m_nError + line.m_nLoss - line.m_nGain, line)),
           m_fInverse(1.0 / static_cast<double>(m_nRise)) {}
 
     /// How many points come before more than `room` steps along the shorter axis, if they are fewer
@@ -130,7 +132,17 @@ public:
     std::uint64_t m_nPlace; ///< below one whole
 
 private:
+    /// Lines that begin inside the image, as most do, begin in the middle.
+    static std::uint64_t fnFindPlace(std::int64_t part, const Line& line) {
+        return part == line.m_nSpan ? (std::uint64_t{1} << (kBits - 1)) + 1
+                                    : fnRatio(part, line.m_nLoss);
+    }
+
     static std::uint64_t fnRatio(std::int64_t part, std::int64_t whole) {
+        constexpr std::int64_t kMaxShort = 1 << (64 - kBits);
+        if (part < kMaxShort) // one division instead of two: curves are made of short lines
+            return (static_cast<std::uint64_t>(part) << kBits) / static_cast<std::uint64_t>(whole) +
+                   1;
         constexpr unsigned kHalf = kBits / 2;
         const auto divisor = static_cast<std::uint64_t>(whole);
         const std::uint64_t high = static_cast<std::uint64_t>(part) << kHalf;
