@@ -43,7 +43,7 @@ function(q32_sources target)
 endfunction()
 
 # q32_headers(<target> <file>...): public headers of this folder. They are installed with the target,
-# at the same place below include/ as in the tree, and each is checked to compile alone. Headers that
+# at the same place below include/q32Base/ as in the tree, and each is checked to compile alone. Headers that
 # are not named here stay inside.
 function(q32_headers target)
     list(TRANSFORM ARGN PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/")

@@ -4,6 +4,8 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(Q32_PACKAGE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/q32Base")
+# The root of the library's includes, in a folder of its own: nothing else of it lies in include/.
+set(Q32_INCLUDE_DIR "${CMAKE_INSTALL_INCLUDEDIR}/q32Base")
 
 # q32_component(<target> <name> [HEADERS <file>...] [NEEDS <component>...] [PACKAGES <package>...]
 #   [PUBLIC_PACKAGES <package>...]):
@@ -58,7 +60,7 @@ function(q32_component target name)
             RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
             LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
             ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-            FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+            FILE_SET HEADERS DESTINATION "${Q32_INCLUDE_DIR}")
         install(EXPORT q32Base_${name} FILE q32Base_${name}.cmake NAMESPACE q32Base::
             DESTINATION "${Q32_PACKAGE_DIR}")
     endif()

@@ -108,12 +108,8 @@ private:
     Channel m_Channels[4];
 };
 
-std::uint64_t fnStride(std::uint64_t width, unsigned int bits) {
-    return (width * bits + 31) / 32 * 4;
-}
-
 void fnReadPlain(CqPictureInput& input, const BmpHeader& header, CqPictureTarget& target) {
-    const std::uint64_t stride = fnStride(header.m_nWidth, header.m_Info.biBitCount);
+    const std::uint64_t stride = fnDibRowBytes(header.m_nWidth, header.m_Info.biBitCount);
     const std::uint64_t length = input.fnGetLength();
     if (header.m_nPixelsAt > length || (length - header.m_nPixelsAt) / stride < header.m_nHeight)
         throw CqPictureFailure{PICTURE_CORRUPTED};
@@ -162,18 +158,18 @@ void fnReadRle(CqPictureInput& input, const BmpHeader& header, CqPictureTarget& 
         throw CqPictureFailure{PICTURE_UNSUPPORTED};
     CqPictureTarget::fnCheckSparseRoom(coded, header.m_nWidth, header.m_nHeight);
     const std::size_t colorBytes = header.m_nColors * sizeof(RGBQUAD);
-    std::vector<unsigned char> block(kBmpInfoHeaderBytes + colorBytes +
+    std::vector<unsigned char> block(kDibHeaderBytes + colorBytes +
                                      static_cast<std::size_t>(coded));
-    unsigned char* stream = block.data() + kBmpInfoHeaderBytes + colorBytes;
+    unsigned char* stream = block.data() + kDibHeaderBytes + colorBytes;
     input.fnSeek(header.m_nPixelsAt);
     fnReadExactly(input, stream, static_cast<std::size_t>(coded));
 
     BITMAPINFOHEADER info = header.m_Info;
-    info.biSize = kBmpInfoHeaderBytes;
+    info.biSize = kDibHeaderBytes;
     info.biClrUsed = header.m_nColors;
     info.biSizeImage = static_cast<DWORD>(fnRleLength(stream, static_cast<std::size_t>(coded)));
     std::memcpy(block.data(), &info, sizeof(info));
-    std::memcpy(block.data() + kBmpInfoHeaderBytes, header.m_Colors, colorBytes);
+    std::memcpy(block.data() + kDibHeaderBytes, header.m_Colors, colorBytes);
     CqImage& image = target.fnGetImage();
     const std::int32_t dpiX = image.DpiX;
     const std::int32_t dpiY = image.DpiY;
@@ -197,7 +193,7 @@ void fnReadBmp(CqPictureInput& input, CqPictureTarget& target) {
 /// Header bytes ahead of the pixels: file header, information header with masks, colour table.
 std::vector<unsigned char> fnMakeHeaders(const CqPictureSource& source, std::uint64_t pixelBytes) {
     const unsigned int bits = source.fnGetBitCount();
-    const std::uint32_t infoBytes = bits == 32 ? kV4HeaderBytes : kBmpInfoHeaderBytes;
+    const std::uint32_t infoBytes = bits == 32 ? kV4HeaderBytes : std::uint32_t{kDibHeaderBytes};
     const std::uint32_t maskBytes = bits == 16 ? 12 : 0;
     const std::uint32_t pixelsAt = kBmpFileHeaderBytes + infoBytes + maskBytes +
                                    source.fnGetColorCount() * std::uint32_t{sizeof(RGBQUAD)};
@@ -230,11 +226,11 @@ std::vector<unsigned char> fnMakeHeaders(const CqPictureSource& source, std::uin
     const std::uint32_t masks16[3] = {0xF800, 0x07E0, 0x001F};
     const std::uint32_t masks32[5] = {0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000, kSrgbSpace};
     if (bits == 16)
-        put(kBmpFileHeaderBytes + kBmpMasksAt, masks16);
+        put(kBmpFileHeaderBytes + kDibHeaderBytes, masks16);
     if (bits == 32)
-        put(kBmpFileHeaderBytes + kBmpMasksAt, masks32);
+        put(kBmpFileHeaderBytes + kDibHeaderBytes, masks32);
     if (bits <= 8)
-        std::memcpy(bytes.data() + kBmpFileHeaderBytes + kBmpInfoHeaderBytes, source.fnGetColors(),
+        std::memcpy(bytes.data() + kBmpFileHeaderBytes + kDibHeaderBytes, source.fnGetColors(),
                     source.fnGetColorCount() * sizeof(RGBQUAD));
     return bytes;
 }
@@ -254,7 +250,7 @@ void fnStoreBytes(const unsigned char* row, std::size_t width, unsigned int bits
 void fnWriteBmp(CqPictureOutput& output, CqPictureSource& source, const CqPictureOptions&) {
     const unsigned int bits = source.fnGetBitCount();
     const std::uint32_t height = source.fnGetHeight();
-    const std::uint64_t stride = fnStride(source.fnGetWidth(), bits);
+    const std::uint64_t stride = fnDibRowBytes(source.fnGetWidth(), bits);
     const std::vector<unsigned char> headers = fnMakeHeaders(source, stride * height);
     bool done = output.fnWrite(headers.data(), headers.size());
 

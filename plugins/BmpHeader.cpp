@@ -14,9 +14,6 @@ namespace {
 
 constexpr std::uint32_t kCoreHeaderBytes = 12;
 constexpr std::uint32_t kMaxHeaderBytes = 124;
-/// Headers below this have no alpha mask.
-constexpr std::uint32_t kAlphaHeaderBytes = 56;
-constexpr DWORD kBitFieldsWithAlpha = 6;
 /// The longest header tells which colours are meant, by four letters as a number.
 constexpr std::uint32_t kColorSpaceAt = 56;
 constexpr std::uint32_t kEmbeddedProfile = 0x4D424544;
@@ -29,8 +26,18 @@ Value fnGet(const unsigned char* bytes, std::size_t at) {
     return value;
 }
 
-/// Reads the record that tells the size, in either of its two layouts.
-void fnReadInfo(CqPictureInput& input, BmpHeader& header) {
+/// Makes the old short record one of 40 bytes, but for its size.
+void fnWidenCore(unsigned char* bytes) {
+    BITMAPINFOHEADER info = {};
+    info.biSize = kCoreHeaderBytes;
+    info.biWidth = fnGet<std::uint16_t>(bytes, 4);
+    info.biHeight = fnGet<std::uint16_t>(bytes, 6);
+    info.biBitCount = fnGet<std::uint16_t>(bytes, 10);
+    std::memcpy(bytes, &info, sizeof(info));
+}
+
+/// Reads the record that holds the size, in either of its two layouts, with the masks behind it.
+DibLayout fnReadInfo(CqPictureInput& input, BmpHeader& header) {
     unsigned char file[kBmpFileHeaderBytes];
     fnReadExactly(input, file, sizeof(file));
     header.m_nPixelsAt = fnGet<std::uint32_t>(file, 10);
@@ -38,45 +45,34 @@ void fnReadInfo(CqPictureInput& input, BmpHeader& header) {
     unsigned char bytes[kMaxHeaderBytes] = {};
     fnReadExactly(input, bytes, 4);
     const auto size = fnGet<std::uint32_t>(bytes, 0);
-    BITMAPINFOHEADER& info = header.m_Info;
-    if (size == kCoreHeaderBytes) {
-        fnReadExactly(input, bytes + 4, size - 4);
-        info.biWidth = fnGet<std::uint16_t>(bytes, 4);
-        info.biHeight = fnGet<std::uint16_t>(bytes, 6);
-        info.biBitCount = fnGet<std::uint16_t>(bytes, 10);
-    } else if (size >= kBmpInfoHeaderBytes && size <= kMaxHeaderBytes) {
-        fnReadExactly(input, bytes + 4, size - 4);
-        info = fnGet<BITMAPINFOHEADER>(bytes, 0);
-    } else {
+    if (size != kCoreHeaderBytes && (size < kDibHeaderBytes || size > kMaxHeaderBytes))
         throw CqPictureFailure{PICTURE_CORRUPTED};
+    fnReadExactly(input, bytes + 4, size - 4);
+    if (size == kCoreHeaderBytes)
+        fnWidenCore(bytes);
+    DibLayout layout = *fnReadDibLayout(bytes);
+    if (layout.m_nMasksBehind != 0) {
+        fnReadExactly(input, bytes + kDibHeaderBytes, layout.m_nMasksBehind);
+        layout = *fnReadDibLayout(bytes);
     }
-    info.biSize = size;
     const auto space = fnGet<std::uint32_t>(bytes, kColorSpaceAt);
     header.m_bProfile =
         size == kMaxHeaderBytes && (space == kEmbeddedProfile || space == kLinkedProfile);
-    if (size == kBmpInfoHeaderBytes && info.biCompression == BI_BITFIELDS)
-        fnReadExactly(input, bytes + kBmpMasksAt, 12);
-    if (size == kBmpInfoHeaderBytes && info.biCompression == kBitFieldsWithAlpha)
-        fnReadExactly(input, bytes + kBmpMasksAt, 16);
-    for (unsigned int i = 0; i < 4; ++i)
-        header.m_Masks[i] = fnGet<std::uint32_t>(bytes, kBmpMasksAt + 4 * i);
-    // Alpha counts where the header is long enough to tell it.
-    if (size < kAlphaHeaderBytes && info.biCompression != kBitFieldsWithAlpha)
-        header.m_Masks[3] = 0;
+    return layout;
 }
 
 /// Refuses what no picture can be, and fills in the masks of uncompressed pixels.
-void fnCheckInfo(BmpHeader& header) {
-    BITMAPINFOHEADER& info = header.m_Info;
-    const std::int64_t height = info.biHeight;
-    if (info.biWidth <= 0 || height == 0)
+void fnTakeLayout(const DibLayout& layout, BmpHeader& header) {
+    const BITMAPINFOHEADER& info = header.m_Info = layout.m_Header;
+    if (!layout.fnHasPixels())
         throw CqPictureFailure{PICTURE_CORRUPTED};
     header.m_nWidth = static_cast<std::uint32_t>(info.biWidth);
-    header.m_nHeight = static_cast<std::uint32_t>(height < 0 ? -height : height);
-    header.m_bTopDown = height < 0;
+    header.m_nHeight = layout.m_nHeight;
+    header.m_bTopDown = layout.m_bTopDown;
+    header.m_nColors = layout.fnGetUsedColors();
+    std::copy_n(layout.m_Masks, 4, header.m_Masks);
 
-    const bool masked =
-        info.biCompression == BI_BITFIELDS || info.biCompression == kBitFieldsWithAlpha;
+    const bool masked = layout.fnIsMasked();
     const bool deep = info.biBitCount == 16 || info.biBitCount == 32;
     switch (info.biBitCount) {
     case 1:
@@ -105,10 +101,6 @@ void fnCheckInfo(BmpHeader& header) {
 
 /// The colour table; the three-byte entries of the old layout too.
 void fnReadColors(CqPictureInput& input, BmpHeader& header) {
-    if (header.m_Info.biBitCount > 8)
-        return;
-    const unsigned int all = 1u << header.m_Info.biBitCount;
-    header.m_nColors = header.m_Info.biClrUsed == 0 ? all : std::min(header.m_Info.biClrUsed, all);
     const std::size_t entry = header.m_Info.biSize == kCoreHeaderBytes ? 3 : sizeof(RGBQUAD);
     for (unsigned int i = 0; i < header.m_nColors; ++i) {
         fnReadExactly(input, &header.m_Colors[i], entry);
@@ -120,8 +112,7 @@ void fnReadColors(CqPictureInput& input, BmpHeader& header) {
 
 BmpHeader fnReadBmpHeader(CqPictureInput& input) {
     BmpHeader header;
-    fnReadInfo(input, header);
-    fnCheckInfo(header);
+    fnTakeLayout(fnReadInfo(input, header), header);
     fnReadColors(input, header);
     if (header.m_nPixelsAt == 0)
         header.m_nPixelsAt = static_cast<std::uint32_t>(input.fnGetPosition());

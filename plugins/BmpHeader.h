@@ -2,6 +2,7 @@
 /// The records at the head of a BMP.
 #pragma once
 
+#include "q32Base/image/DibLayout.h"
 #include "q32Base/platform/Records.h"
 
 #include <bit>
@@ -15,9 +16,6 @@ class CqPictureInput;
 static_assert(std::endian::native == std::endian::little, "the records are used as they lie");
 
 inline constexpr std::uint32_t kBmpFileHeaderBytes = 14;
-inline constexpr std::uint32_t kBmpInfoHeaderBytes = 40;
-/// Where the masks lie: in an information header of 52 bytes and more, or right behind it.
-inline constexpr std::uint32_t kBmpMasksAt = 40;
 
 /// What a BMP says of itself, checked.
 struct BmpHeader {

@@ -1,6 +1,7 @@
 #include "plugins/CqPictureInput.h"
 
 #include "plugins/PictureCodec.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>
@@ -29,12 +30,10 @@ bool CqPictureInput::fnFill() noexcept {
     if (place >= m_nLength)
         return false;
     std::size_t done = 0;
-    try {
-        m_bFailed = (m_bMoved && m_pStream->fnSeek(place) != FILE_CAUSE_NONE) ||
-                    m_pStream->fnRead(m_pBlock.get(), kBlock, done) != FILE_CAUSE_NONE;
-    } catch (const std::bad_alloc&) {
-        m_bFailed = true;
-    }
+    m_bFailed = !fnTryMemory([&] {
+        return (!m_bMoved || m_pStream->fnSeek(place) == FILE_CAUSE_NONE) &&
+               m_pStream->fnRead(m_pBlock.get(), kBlock, done) == FILE_CAUSE_NONE;
+    });
     m_bMoved = false;
     m_nBase = place;
     m_nNext = 0;

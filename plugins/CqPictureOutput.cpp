@@ -1,11 +1,11 @@
 #include "plugins/CqPictureOutput.h"
 
 #include "plugins/PictureCodec.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>
 #include <cstring>
-#include <new>
 
 namespace q32 {
 
@@ -47,12 +47,8 @@ void CqPictureOutput::fnCreate() {
 
 template <typename Work>
 bool CqPictureOutput::fnTry(const Work& work) noexcept {
-    try {
-        if (!m_bFailed && !work())
-            m_bFailed = true;
-    } catch (const std::bad_alloc&) {
+    if (!m_bFailed && !fnTryMemory(work))
         m_bFailed = true;
-    }
     return !m_bFailed;
 }
 

@@ -210,7 +210,7 @@ int fnRunGallery(const Options& options) {
     const auto world = q32HeadlessWorld();
     world->m_pScreen->fnKeepDraws(false);
     CqPosixOptions posix;
-    posix.m_pHeadless = world;
+    posix.m_Others = world->fnPlatform();
     CqPlatform platform = q32PosixPlatform(posix);
     const auto keyboard = std::make_shared<TerminalKeyboard>();
     platform.m_pKeyboard = keyboard;

@@ -1,7 +1,6 @@
 // Plays a WAV file on the sound server, with keys for all that can be done to it, and draws its
 // oscillogram into a picture file.
 #include "examples/player/Keys.h"
-#include "platforms/headless/headless.h"
 #include "platforms/posix/posix.h"
 #include "platforms/pulse/pulse.h"
 #include "plugins/PictureFile.h"
@@ -78,8 +77,14 @@ bool fnDraw(const CqWave& wave, const std::string& path) {
 }
 
 /// The window that the volume control tells of others' changes: the line on the terminal is drawn
-/// anew anyway, so it only has to exist.
-using Console = CqHeadlessWnd;
+/// again anyway, so it only has to exist.
+class Console final : public CWnd {
+public:
+    CRect GetClientRect() const override { return {0, 0, 1, 1}; }
+    LRESULT SendMessage(UINT, WPARAM, LPARAM) override { return 0; }
+    void InvalidateRect(const RECT*, bool) override {}
+    bool IsWindow() const override { return true; }
+};
 
 class Player {
 public:
@@ -190,7 +195,7 @@ private:
     CqWave& m_Wave;
     const CqPulse& m_Pulse;
     Keys m_Keys;
-    Console m_Console{{0, 0, 1, 1}};
+    Console m_Console;
     CqSoundCtrl m_Volume;
     const bool m_bTerminal;
     const bool m_bVolume;

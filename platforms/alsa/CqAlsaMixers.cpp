@@ -1,6 +1,6 @@
 #include "platforms/alsa/CqAlsaMixers.h"
 
-#include "platforms/alsa/AlsaCard.h"
+#include "platforms/alsa/Card.h"
 #include "platforms/posix/Descriptor.h"
 
 #include <algorithm>

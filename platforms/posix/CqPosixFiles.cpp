@@ -1,10 +1,10 @@
 #include "platforms/posix/CqPosixFiles.h"
 
 #include "platforms/posix/CqPosixFileStream.h"
+#include "platforms/posix/CqPosixOptions.h"
 #include "platforms/posix/Directory.h"
 #include "platforms/posix/FileAccess.h"
 #include "platforms/posix/Path.h"
-#include "platforms/posix/posix.h"
 #include "platforms/posix/ReplaceFile.h"
 #include "platforms/posix/TextFile.h"
 

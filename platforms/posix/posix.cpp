@@ -1,19 +1,39 @@
 #include "platforms/posix/posix.h"
 
-#include "platforms/headless/headless.h"
 #include "platforms/posix/CodePage.h"
 #include "platforms/posix/CqPosixFiles.h"
 #include "platforms/posix/CqPosixLocale.h"
 #include "platforms/posix/CqPosixMemory.h"
 #include "platforms/posix/CqPosixMessages.h"
 #include "platforms/posix/CqPosixScratch.h"
+#include "platforms/software/software.h"
 
 using namespace q32::posix;
 
+namespace {
+
+/// Puts software's services where there are none.
+void fnFillUp(CqPlatform& platform) {
+    const CqPlatform software = q32SoftwareServices();
+    const auto fill = [](auto& service, const auto& standard) {
+        if (!service)
+            service = standard;
+    };
+    fill(platform.m_pScreen, software.m_pScreen);
+    fill(platform.m_pMessages, software.m_pMessages);
+    fill(platform.m_pKeyboard, software.m_pKeyboard);
+    fill(platform.m_pResources, software.m_pResources);
+    fill(platform.m_pWaveOut, software.m_pWaveOut);
+    fill(platform.m_pMixers, software.m_pMixers);
+    fill(platform.m_pWindows, software.m_pWindows);
+}
+
+} // namespace
+
 CqPlatform q32PosixPlatform(const CqPosixOptions& options) {
     const auto codePage = std::make_shared<const CodePage>(options.m_szLocale);
-    CqPlatform platform =
-        options.m_pHeadless ? options.m_pHeadless->fnPlatform() : q32HeadlessPlatform();
+    CqPlatform platform = options.m_Others;
+    fnFillUp(platform);
     platform.m_pMemory = std::make_shared<CqPosixMemory>();
     platform.m_pScratch = std::make_shared<CqPosixScratch>(codePage);
     platform.m_pFiles = std::make_shared<CqPosixFiles>(options, codePage);

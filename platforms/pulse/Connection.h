@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platforms/pulse/PulseOptions.h"
+#include "platforms/pulse/CqPulseOptions.h"
 
 #include <functional>
 #include <pulse/pulseaudio.h>

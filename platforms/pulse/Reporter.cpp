@@ -1,7 +1,5 @@
 #include "platforms/pulse/Reporter.h"
 
-#include "platforms/pulse/Voice.h"
-
 #include <condition_variable>
 #include <mutex>
 #include <thread>
@@ -12,7 +10,7 @@ struct Reporter::State {
     std::mutex m_Lock;
     std::condition_variable m_Changed;
     Jobs m_Jobs;
-    const Voice* m_pTold = nullptr; ///< whose report runs
+    const CqWaveOutService::Done* m_pTold = nullptr; ///< whose report runs
     bool m_bStop = false;
     std::thread m_Thread;
 
@@ -24,13 +22,14 @@ struct Reporter::State {
                 return;
             Jobs job;
             job.splice(job.begin(), m_Jobs, m_Jobs.begin());
-            m_pTold = job.front().m_pVoice.get();
+            m_pTold = job.front().m_pDone.get();
             lock.unlock();
-            m_pTold->m_Done(*job.front().m_pHeader);
+            (*m_pTold)(*job.front().m_pHeader);
             lock.lock();
             m_pTold = nullptr;
             m_Changed.notify_all();
-            // The voice goes with its last report, and may take this thread's owner with it.
+            // The owner of what was told goes with its last report, and may take this thread's
+            // owner with it.
             lock.unlock();
             job.clear();
             lock.lock();
@@ -60,17 +59,17 @@ void Reporter::fnPost(Jobs& jobs) {
     m_pState->m_Changed.notify_all();
 }
 
-void Reporter::fnForget(const Voice& voice) {
+void Reporter::fnForget(const CqWaveOutService::Done& done) {
     Jobs dropped; // goes after the lock
     std::unique_lock lock(m_pState->m_Lock);
     for (auto job = m_pState->m_Jobs.begin(); job != m_pState->m_Jobs.end();) {
         const auto next = std::next(job);
-        if (job->m_pVoice.get() == &voice)
+        if (job->m_pDone.get() == &done)
             dropped.splice(dropped.end(), m_pState->m_Jobs, job);
         job = next;
     }
     if (m_pState->m_Thread.get_id() != std::this_thread::get_id())
-        m_pState->m_Changed.wait(lock, [&] { return m_pState->m_pTold != &voice; });
+        m_pState->m_Changed.wait(lock, [&] { return m_pState->m_pTold != &done; });
 }
 
 } // namespace q32::pulse

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "q32Base/platform/CqWaveOutService.h"
 #include "q32Base/platform/Records.h"
 
 #include <list>
@@ -7,14 +8,13 @@
 
 namespace q32::pulse {
 
-struct Voice;
-
 /// The thread on which hosts are told of ended blocks. It is a thread of its own, so that a host
 /// that takes its time there delays no sound, and holds no lock while it tells.
 class Reporter {
 public:
     struct Job {
-        std::shared_ptr<Voice> m_pVoice;
+        /// Whom to tell: a part of its owner, which it keeps alive.
+        std::shared_ptr<const CqWaveOutService::Done> m_pDone;
         WAVEHDR* m_pHeader;
     };
     /// A job that waits for its time; made beforehand, so that posting it can't fail.
@@ -29,9 +29,9 @@ public:
 
     /// Has the jobs done, in order. `jobs` is empty then.
     void fnPost(Jobs& jobs);
-    /// Takes back the jobs of a voice. A report of it that runs has returned when this does, unless
-    /// this is called by it. The connection's lock must not be held.
-    void fnForget(const Voice& voice);
+    /// Takes back the jobs that tell `done`. Such a report that runs has returned when this does,
+    /// unless this is called by it. The connection's lock must not be held.
+    void fnForget(const CqWaveOutService::Done& done);
 
 private:
     struct State;

@@ -49,7 +49,7 @@ bool Voice::fnWrite(const std::shared_ptr<Voice>& self, WAVEHDR& header) {
     const Connection::Lock lock(*m_pConnection);
     if (m_pPlaying || !m_Prepared.contains(&header))
         return false;
-    m_Job = {{self, &header}};
+    m_Job = {{{self, &m_Done}, &header}};
     const bool loops = (header.dwFlags & kLoop) == kLoop;
     m_nLength = header.dwBufferLength - header.dwBufferLength % pa_frame_size(&m_Spec);
     m_nTotal = m_nLength * (loops ? header.dwLoops : 1);
@@ -294,7 +294,7 @@ void Voice::fnClose() {
         m_Job.clear();
         m_pConnection->fnSignal();
     }
-    m_pReporter->fnForget(*this);
+    m_pReporter->fnForget(m_Done);
 }
 
 /// Bytes of all passes that have been heard.

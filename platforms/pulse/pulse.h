@@ -8,8 +8,8 @@
 #pragma once
 
 #include "platforms/pulse/CqPulseMixers.h"
+#include "platforms/pulse/CqPulseOptions.h"
 #include "platforms/pulse/CqPulseWaveOut.h"
-#include "platforms/pulse/PulseOptions.h"
 #include "q32Base/platform/Export.h"
 
 #include <memory>

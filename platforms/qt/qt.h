@@ -10,7 +10,8 @@
 #include <memory>
 
 struct CqQtOptions {
-    /// Memory, files and language. `m_pHeadless` has the services that neither back end brings.
+    /// Memory, files and language. `m_Others` has the services that neither back end brings; its
+    /// screen makes the palettes and regions.
     CqPosixOptions m_Posix;
     /// Bits a pixel that the library draws for: 8, 16, 24 or 32; 0: the screen's own. 8 bits are
     /// drawn through a palette kept in software.

@@ -32,7 +32,7 @@ public:
     /// exception, with everything as it was, also when the screen gives no device context.
     void fnUpdate();
     /// Reads the settings, or writes them with false. What isn't in the file stays as it is; a
-    /// gamma value from the file is brought into 1 to 799, and has no effect while gamma is off.
+    /// gamma value from the file is clamped to 1 to 799, and has no effect while gamma is off.
     /// False when the file's place is unknown, a write fails, or gamma can't be switched on.
     bool fnSerialize(bool bLoad);
 
@@ -70,7 +70,7 @@ public:
     CPalette* fnGetPalette666() const { return &m_Pal666; }
     /// Turns image pixels into indices of that palette. `nBits` 16: 5-6-5, high byte first; 32:
     /// alpha, red, green, blue; else red, green, blue. Black becomes index 43, and white 0, where
-    /// the pattern's threshold is 0; this is wanted.
+    /// the pattern's threshold is 0, deliberately.
     void fnDitherRGB666(unsigned char* pSrc, unsigned char* pDst, unsigned int nBits, int nX,
                         int nY, int nCount) const;
     /// The same with a block. Source rows follow each other without a gap; `pDst` is the topmost

@@ -8,70 +8,67 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <span>
 
 namespace {
 
-using q32::fnDibPaletteCount;
-using q32::fnDibPixelOffset;
+using q32::DibLayout;
 using q32::fnDibStride;
+using q32::fnReadDibLayout;
 using q32::kDibHeaderBytes;
+using q32::kDibMaskBytes;
 
-constexpr std::size_t kMaskBytes = 12;
 constexpr std::uint32_t kMasks565[3] = {0xF800, 0x07E0, 0x001F};
 constexpr unsigned int kWholeRow = 0xFFFFFFFFu;
 
-/// Height without its sign.
-std::uint32_t fnAbsoluteHeight(const BITMAPINFOHEADER& header) {
-    const auto height = static_cast<std::uint32_t>(header.biHeight);
-    return header.biHeight < 0 ? 0u - height : height;
+std::span<const unsigned char> fnBlock(const BITMAPINFOHEADER* header, std::size_t size) {
+    return {reinterpret_cast<const unsigned char*>(header), size};
 }
 
-const unsigned char* fnBytes(const BITMAPINFOHEADER* header) {
-    return reinterpret_cast<const unsigned char*>(header);
-}
-
-/// Bytes that a block has by its own header. An RLE stream of untold length goes on to its end
+/// Bytes that a block has by its own header. An RLE stream of undeclared length goes on to its end
 /// mark.
-std::size_t fnToldSize(const BITMAPINFOHEADER& header) {
-    const std::uint64_t offset = fnDibPixelOffset(header);
+std::size_t fnGetDeclaredSize(const DibLayout& layout) {
+    const BITMAPINFOHEADER& header = layout.m_Header;
     if (header.biCompression == BI_RLE8)
-        return header.biSizeImage ? static_cast<std::size_t>(offset + header.biSizeImage)
-                                  : static_cast<std::size_t>(-1) / 2;
-    const std::uint64_t rows = fnAbsoluteHeight(header);
+        return header.biSizeImage
+                   ? static_cast<std::size_t>(layout.m_nPixelsAt + header.biSizeImage)
+                   : static_cast<std::size_t>(-1) / 2;
     const std::uint64_t pixels =
-        rows * fnDibStride(static_cast<std::uint32_t>(header.biWidth), header.biBitCount);
-    const std::uint64_t told =
-        std::max<std::uint64_t>(offset, kDibHeaderBytes + 4ull * fnDibPaletteCount(header)) +
+        std::uint64_t{layout.m_nHeight} *
+        fnDibStride(static_cast<std::uint32_t>(header.biWidth), header.biBitCount);
+    const std::uint64_t size =
+        std::max<std::uint64_t>(layout.m_nPixelsAt, kDibHeaderBytes + 4ull * layout.m_nColors) +
         pixels;
-    const std::size_t masks = header.biCompression == BI_BITFIELDS ? kMaskBytes : 0;
+    const std::size_t masks = header.biCompression == BI_BITFIELDS ? kDibMaskBytes : 0;
     // The masks are there even where they are longer than the pixels that they count as.
-    return static_cast<std::size_t>(std::max<std::uint64_t>(told, kDibHeaderBytes + masks));
+    return static_cast<std::size_t>(std::max<std::uint64_t>(size, kDibHeaderBytes + masks));
 }
 
-/// A map of that geometry with the header's colour table, as far as `size` bytes hold it; the rest
-/// is black.
-CqTileMap* fnMakeMap(const BITMAPINFOHEADER* header, std::size_t size, std::uint32_t height) {
+/// A map of that geometry with the header's colour table, as far as the block holds it; the rest is
+/// black.
+CqTileMap* fnMakeMap(const DibLayout& layout, std::span<const unsigned char> block,
+                     std::uint32_t height) {
     constexpr std::uint32_t kMaxColors = 256;
-    if (header->biWidth <= 0 || height == 0 || header->biBitCount == 0 || header->biBitCount > 32 ||
-        (header->biBitCount != 4 && header->biBitCount % 8 != 0))
+    const BITMAPINFOHEADER& header = layout.m_Header;
+    if (header.biWidth <= 0 || height == 0 || header.biBitCount == 0 || header.biBitCount > 32 ||
+        (header.biBitCount != 4 && header.biBitCount % 8 != 0))
         AfxThrowResourceException();
     RGBQUAD table[kMaxColors] = {};
-    const std::uint32_t count = std::min(fnDibPaletteCount(*header), kMaxColors);
+    const std::uint32_t count = std::min(layout.m_nColors, kMaxColors);
+    // Deliberately behind 40 bytes, however long the header says that it is.
     const std::size_t there =
-        std::min<std::size_t>(size - kDibHeaderBytes, count * sizeof(RGBQUAD));
-    std::memcpy(table, fnBytes(header) + kDibHeaderBytes, there);
-    return q32::fnNew<CqTileMap>(static_cast<std::uint32_t>(header->biWidth), height,
-                                 header->biBitCount, table, count);
+        std::min<std::size_t>(block.size() - kDibHeaderBytes, count * sizeof(RGBQUAD));
+    std::memcpy(table, block.data() + kDibHeaderBytes, there);
+    return q32::fnNew<CqTileMap>(static_cast<std::uint32_t>(header.biWidth), height,
+                                 header.biBitCount, table, count);
 }
 
 /// Whether 16-bit pixels of a block are 5-6-5 already.
-bool fnIs565(const BITMAPINFOHEADER* header, std::size_t size) {
-    if (header->biCompression == BI_RGB)
+bool fnIs565(const DibLayout& layout) {
+    if (layout.m_Header.biCompression == BI_RGB)
         return false;
-    if (header->biCompression != BI_BITFIELDS)
-        return true;
-    return size >= kDibHeaderBytes + kMaskBytes &&
-           std::memcmp(fnBytes(header) + kDibHeaderBytes, kMasks565, kMaskBytes) == 0;
+    return layout.m_Header.biCompression != BI_BITFIELDS ||
+           std::memcmp(layout.m_Masks, kMasks565, kDibMaskBytes) == 0;
 }
 
 } // namespace
@@ -82,10 +79,13 @@ void CqImage::fnLoad(int id, unsigned int depth) {
         return q32::fnPlatform().m_pResources->fnFind(
             nullptr, RT_BITMAP_ID, static_cast<WORD>(static_cast<unsigned int>(id) & 0xFFFF), data);
     });
-    if (!found || data.m_nSize < kDibHeaderBytes)
+    if (!found)
         AfxThrowResourceException();
     const auto* header = static_cast<const BITMAPINFOHEADER*>(data.m_pBytes);
-    fnSetBuf(fnMakeMap(header, data.m_nSize, fnAbsoluteHeight(*header)));
+    const auto layout = fnReadDibLayout(fnBlock(header, data.m_nSize));
+    if (!layout)
+        AfxThrowResourceException();
+    fnSetBuf(fnMakeMap(*layout, fnBlock(header, data.m_nSize), layout->m_nHeight));
     if (header->biCompression > BI_BITFIELDS) {
         fnFreeBuf();
         AfxThrowResourceException();
@@ -96,9 +96,11 @@ void CqImage::fnLoad(int id, unsigned int depth) {
 }
 
 CqImage& CqImage::operator=(BITMAPINFOHEADER* const header) {
-    const std::size_t size = fnToldSize(*header);
+    const auto layout = fnReadDibLayout(fnBlock(header, kDibHeaderBytes));
+    const std::size_t size = fnGetDeclaredSize(*layout);
     // A negative height stays what it is as an unsigned number: no image can have it.
-    fnSetBuf(fnMakeMap(header, size, static_cast<std::uint32_t>(header->biHeight)));
+    fnSetBuf(
+        fnMakeMap(*layout, fnBlock(header, size), static_cast<std::uint32_t>(header->biHeight)));
     fnTakeDib(header, size);
     DpiX = header->biXPelsPerMeter;
     DpiY = header->biYPelsPerMeter;
@@ -123,7 +125,7 @@ void CqImage::fnTakeDib(const BITMAPINFOHEADER* header, std::size_t size) {
 CqImage::operator BITMAPINFOHEADER*() {
     const std::size_t stride = fnDibStride(Width, BitCount);
     const std::size_t head = kDibHeaderBytes + (BitCount < 9     ? sizeof(RGBQUAD) * PaletteCount
-                                                : BitCount == 16 ? kMaskBytes
+                                                : BitCount == 16 ? kDibMaskBytes
                                                                  : 0);
     // A 4-bit row can be longer than the stride: it spills into its neighbour, and the last one in
     // memory over the end, into the slack.
@@ -149,7 +151,7 @@ CqImage::operator BITMAPINFOHEADER*() {
         header->biClrUsed = PaletteCount == 1u << BitCount ? 0 : PaletteCount;
     } else if (BitCount == 16) {
         header->biCompression = BI_BITFIELDS;
-        std::memcpy(bytes + kDibHeaderBytes, kMasks565, kMaskBytes);
+        std::memcpy(bytes + kDibHeaderBytes, kMasks565, kDibMaskBytes);
     }
 
     unsigned char* row = bytes + head + Height * stride;
@@ -170,17 +172,18 @@ CqImage::operator BITMAPINFOHEADER*() {
 }
 
 void CqImage::fnTransferDib(const BITMAPINFOHEADER* header, std::size_t size) {
+    const std::span<const unsigned char> block = fnBlock(header, size);
+    const DibLayout layout = *fnReadDibLayout(block);
     const std::size_t stride = fnDibStride(Width, BitCount);
-    const std::uint64_t start = fnDibPixelOffset(*header);
-    const bool swapOnly = fnIs565(header, size);
+    const bool swapOnly = fnIs565(layout);
     CqImageLine line;
     for (std::uint32_t y = 0; y < Height; ++y) {
-        const std::uint64_t stored = header->biHeight >= 0 ? Height - 1 - y : y;
-        const std::uint64_t at = start + stored * stride;
+        const std::uint64_t stored = layout.m_bTopDown ? y : Height - 1 - y;
+        const std::uint64_t at = layout.m_nPixelsAt + stored * stride;
         if (at >= size)
             continue; // a row that the block doesn't hold stays as it is
         fnAccessLine(y, &line, false);
-        std::memcpy(line.LineBuffer, fnBytes(header) + at,
+        std::memcpy(line.LineBuffer, block.data() + at,
                     std::min<std::size_t>(RowBytes, size - static_cast<std::size_t>(at)));
         if (BitCount >= 24)
             line.fnReversePixel(0, kWholeRow);

@@ -29,13 +29,13 @@ void fnChannelCurves24(std::uint8_t* pixels, std::size_t count, const std::uint8
     // 64 is one more than a multiple of 3, so each 64 bytes begin one channel later.
     constexpr __mmask64 kFirst[3] = {kEveryThird, kEveryThird << 2, kEveryThird << 1};
     std::size_t bytes = 3 * count;
-    for (unsigned turn = 0; bytes != 0; turn = turn == 2 ? 0 : turn + 1) {
+    for (unsigned phase = 0; bytes != 0; phase = phase == 2 ? 0 : phase + 1) {
         const std::size_t part = bytes < 64 ? bytes : 64;
         const __mmask64 inside = part == 64 ? ~__mmask64{0} : fnFirstBytes(part);
         const __m512i old = _mm512_maskz_loadu_epi8(inside, pixels);
         _mm512_mask_storeu_epi8(
             pixels, inside,
-            three.fnLookUp(old, kFirst[turn], kFirst[(turn + 2) % 3], kFirst[(turn + 1) % 3]));
+            three.fnLookUp(old, kFirst[phase], kFirst[(phase + 2) % 3], kFirst[(phase + 1) % 3]));
         pixels += part;
         bytes -= part;
     }

@@ -1,7 +1,7 @@
 #include "q32Base/kernels/Avx2.h"
 #include "q32Base/kernels/KernelParts.h"
 
-// The weights are whole parts of one denominator, each cut in two bytes. Products of two entries
+// The weights are integers over one denominator, each split into two bytes. Products of two entries
 // at a time are added up in 16 bits; ContribTable.cpp sees to it that none overflows, and proves
 // that the result is that of doubles.
 
@@ -58,7 +58,7 @@ struct Sums {
     }
 };
 
-/// What turns sums into bytes.
+/// What converts sums to bytes.
 struct Divider {
     __m256i radix;
     __m256 part;

@@ -1,8 +1,8 @@
 #include "q32Base/kernels/Avx2.h"
 #include "q32Base/kernels/KernelParts.h"
 
-// The weighted sums are formed in single precision first; ContribTable.cpp proves how far they can
-// be off. Where a sum comes that near to a whole number, the sum in double decides.
+// The weighted sums are formed in single precision first; ContribTable.cpp proves their error
+// bound. Where a sum comes that near to an integer, the sum in double decides.
 
 namespace q32 {
 namespace avx2 {
@@ -105,17 +105,17 @@ inline __m256i fnFlatSum(const ContribList& list, __m256i value) {
     return _mm256_add_epi8(value, _mm256_xor_si256(stays, _mm256_set1_epi8(-1)));
 }
 
-/// Decides the doubtful ones of 32 bytes, which already stand in the target.
+/// Decides the uncertain ones of 32 bytes, which already stand in the target.
 template <class Rows>
 __attribute__((noinline)) void fnSettle(const Rows& rows, const ContribList& list, std::size_t at,
-                                        std::uint8_t* target, __m256i doubt) {
+                                        std::uint8_t* target, __m256i uncertain) {
     if (!Rows::kHasRuns && list.m_nFlatMax >= 0) {
         __m256i value = _mm256_setzero_si256();
         const __m256i equal = rows.fnEqual(list, at, value);
         fnStore(target, _mm256_blendv_epi8(fnLoad(target), fnFlatSum(list, value), equal));
-        doubt = _mm256_andnot_si256(equal, doubt);
+        uncertain = _mm256_andnot_si256(equal, uncertain);
     }
-    auto left = static_cast<unsigned>(_mm256_movemask_epi8(doubt));
+    auto left = static_cast<unsigned>(_mm256_movemask_epi8(uncertain));
     while (left != 0) {
         const unsigned four = static_cast<unsigned>(__builtin_ctz(left)) & ~3u;
         fnExactFour(rows, list, at + four, target + four);
@@ -133,10 +133,10 @@ inline void fnFinish(const Rows& rows, const ContribList& list, std::size_t at,
         fnStore(target, bytes);
         return;
     }
-    const __m256 doubt = _mm256_set1_ps(list.m_fErrorBound);
+    const __m256 bound = _mm256_set1_ps(list.m_fErrorBound);
 #pragma GCC unroll 4
     for (int i = 0; i < 4; ++i)
-        sums.part[i] = _mm256_sub_ps(sums.part[i], doubt);
+        sums.part[i] = _mm256_sub_ps(sums.part[i], bound);
     __m256i certain = fnInOrder(_mm256_cmpeq_epi8(groups, fnCut(sums)));
     if (Rows::kHasRuns && list.m_nFlatMax >= 0) {
         __m256i value = _mm256_setzero_si256();

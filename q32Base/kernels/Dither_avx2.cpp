@@ -64,13 +64,13 @@ __m256i fnIndices(const Planes& pixels, __m256i thresholds) {
                            fnContribution<1>(pixels.blue, thresholds));
 }
 
-// The row of eight thresholds, turned to begin at x, again and again.
+// The row of eight thresholds, rotated to begin at x, again and again.
 __m256i fnThresholds(const std::uint8_t* thresholds, int x, int y) {
     std::uint64_t row;
     std::memcpy(&row, thresholds + (static_cast<unsigned>(y) & 7) * 8, 8);
     const unsigned bits = (static_cast<unsigned>(x) & 7) * 8;
-    const std::uint64_t turned = row >> bits | row << ((64 - bits) & 63);
-    return _mm256_set1_epi64x(static_cast<long long>(turned));
+    const std::uint64_t rotated = row >> bits | row << ((64 - bits) & 63);
+    return _mm256_set1_epi64x(static_cast<long long>(rotated));
 }
 
 // From groups of 4 reds, 4 greens, 4 blues: in a half, the four groups of 16 pixels.
@@ -162,10 +162,10 @@ void fnDither(const std::uint8_t* source, std::uint8_t* target, std::size_t coun
 void fnHiColorDither(std::uint8_t* pixels, std::size_t count, const std::uint8_t* pattern, int x,
                      int y) {
     const std::uint8_t* row = pattern + (static_cast<unsigned>(y) & 3) * 4;
-    unsigned turned = 0;
+    unsigned rotated = 0;
     for (unsigned i = 0; i < 4; ++i)
-        turned |= static_cast<unsigned>(row[(static_cast<unsigned>(x) + i) & 3]) << 8 * i;
-    const __m256i four = _mm256_set1_epi32(static_cast<int>(turned));
+        rotated |= static_cast<unsigned>(row[(static_cast<unsigned>(x) + i) & 3]) << 8 * i;
+    const __m256i four = _mm256_set1_epi32(static_cast<int>(rotated));
     const __m256i thresholds[3] = {
         _mm256_shuffle_epi8(four,
                             _mm256_setr_epi8(0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 0, 0, 0, 1, //

@@ -161,10 +161,10 @@ void fnMergeKey16(const std::uint8_t* source, std::uint8_t* target, std::size_t 
         return scalar::fnMergeKey16(source, target, count, key);
     if (key[1] != 0 || (key[0] & 7) != 0 || (key[2] & 7) != 0) // no pixel has such a colour
         return fnMergeAll16(source, target, count);
-    const __m256i wanted = _mm256_set1_epi16(static_cast<short>(key[0] | key[2] << 5));
+    const __m256i packedKey = _mm256_set1_epi16(static_cast<short>(key[0] | key[2] << 5));
     for (std::size_t done = 0; done < count - 15; done += 16)
-        fnKey16Pixels(source + 2 * done, target + 2 * done, wanted);
-    fnKey16Pixels(source + 2 * (count - 16), target + 2 * (count - 16), wanted);
+        fnKey16Pixels(source + 2 * done, target + 2 * done, packedKey);
+    fnKey16Pixels(source + 2 * (count - 16), target + 2 * (count - 16), packedKey);
 }
 
 void fnMerge16Pixels(const std::uint8_t* source, std::uint8_t* target, __m256i weight) {

@@ -10,19 +10,20 @@ namespace {
 constexpr char kZ = -1; // a shuffle puts a zero byte here
 
 // The palette made ready for one run: 256 entries, each in the bytes of the target, so that an
-// index needs neither a test nor a turn. A whole palette that is in that order already is used as
-// it is. Plain loads of single entries are faster than the gather instruction on most processors.
+// index needs neither a test nor a shuffle. A whole palette that is in that order already is used
+// as it is. Plain loads of single entries are faster than the gather instruction on most
+// processors.
 class Entries {
 public:
-    // `order` turns blue, green, red, reserved into the target's bytes; `fill` is added to all.
+    // `order` shuffles blue, green, red, reserved to the target's bytes; `fill` is added to all.
     Entries(const std::uint8_t* palette, std::size_t count, __m128i order, std::uint32_t fill) {
-        const __m256i turn = fnTwice(order);
+        const __m256i shuffle = fnTwice(order);
         const __m256i added = _mm256_set1_epi32(static_cast<int>(fill));
         std::uint8_t* out = m_Entries;
         if (count > 256)
             count = 256;
         for (; count >= 8; count -= 8, palette += 32, out += 32)
-            fnStore(out, _mm256_or_si256(_mm256_shuffle_epi8(fnLoad(palette), turn), added));
+            fnStore(out, _mm256_or_si256(_mm256_shuffle_epi8(fnLoad(palette), shuffle), added));
         for (; count != 0; --count, palette += 4, out += 4) {
             const __m128i entry = _mm_shuffle_epi8(_mm_cvtsi32_si128(fnLoad32(palette)), order);
             const int value = _mm_cvtsi128_si32(entry) | static_cast<int>(fill);

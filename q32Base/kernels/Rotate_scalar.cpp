@@ -11,7 +11,7 @@ double fnRound(double v) {
     return v >= 0.0 ? std::trunc(v + 0.5) : std::trunc(v - 0.5);
 }
 
-/// The pixel at whole coordinates of the image.
+/// The pixel at integral coordinates of the image.
 template <std::size_t kBytes>
 const std::uint8_t* fnAt(const RotateSource& source, double x, double y) {
     const auto row = static_cast<std::ptrdiff_t>(y - source.m_dTop);

@@ -11,8 +11,8 @@ namespace {
 // top bit of the index is set, else it looks at the low four bits. So, with 16 * k subtracted from
 // indices 0 to 127 (saturated, so that what is negative stays so), part k answers for every index
 // of 16 * k and more. Each part therefore holds the difference to the part before it, and the sum
-// of the answers is the wanted entry. The upper 128 indices go the same way, with the top bit
-// turned: for each half of the curve, the indices of the other half are negative and answer 0.
+// of the answers is the entry looked up. The upper 128 indices go the same way, with the top bit
+// flipped: for each half of the curve, the indices of the other half are negative and answer 0.
 class SplitCurve {
 public:
     explicit SplitCurve(const std::uint8_t* curve) {

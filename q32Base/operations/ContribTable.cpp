@@ -23,7 +23,7 @@ double fnKernel(double d) {
     return 0.0;
 }
 
-/// Index j brought into the source: -j below 0 and 2 n - j - 1 from n on, as often as it takes.
+/// Index j reflected into the source: -j below 0 and 2 n - j - 1 from n on, as often as it takes.
 /// That repeats after 2 n - 1 samples.
 std::int32_t fnReflect(std::int64_t j, std::uint32_t srcCount) {
     const std::int64_t n = srcCount;
@@ -43,14 +43,14 @@ double fnWeightSize(const ContribList& list) {
         [](double size, const ContribEntry& entry) { return size + std::fabs(entry.m_dWeight); });
 }
 
-/// How many parts of a denominator a weight is; there may be a rest.
+/// A weight in units of 1 / denominator, rounded; there may be a remainder.
 int fnUnits(double weight, double denominator) {
     const double parts = weight * denominator;
     return static_cast<int>(parts + std::copysign(0.5, parts));
 }
 
 /// The denominator that all weights share, among those of the usual factors, or 0. Then a sum of
-/// bytes is as good as a whole multiple of its reciprocal: the weights are off by so little that
+/// bytes counts as an integral multiple of its reciprocal: the weights deviate by so little that
 /// kFilterDust makes up for it.
 double fnDenominator(const ContribList& list) {
     // Enlarging b times gives 18 b^3. Reducing to a half gives 288, and to a third 1458.
@@ -67,7 +67,7 @@ double fnDenominator(const ContribList& list) {
     return 0.0;
 }
 
-/// Parts of a weight, cut into a multiple of the radix 2^bits and the least rest.
+/// A weight in units, split into a multiple of the radix 2^bits and the least remainder.
 struct CutWeight {
     int high;
     int low;
@@ -92,7 +92,7 @@ int fnRadixBits(const ContribList& list, double denominator) {
     return 0;
 }
 
-/// See ContribList::flatMost. `sum` is that of the weights, in their order.
+/// See ContribList::m_nFlatMax. `sum` is that of the weights, in their order.
 ///
 /// Equal bytes p add up to p - p d, where d is what the weights lack of 1. With n entries the sum
 /// is off that by less than n 2^-45 for its additions and 2^-44 for its products, and p d by less
@@ -117,7 +117,7 @@ std::int16_t fnFlatMost(const ContribList& list, double sum) {
         most = static_cast<int>(0.9 * kFilterDust / lacking);
     while (most < 255 && staysAt(most + 1))
         ++most;
-    // Beyond the doubtful ones none stays; among them one might that comes after one that doesn't.
+    // Beyond the uncertain ones none stays; among them one might that comes after one that doesn't.
     for (int p = most + 1; p <= 255 && p * lacking < 1.1 * kFilterDust; ++p)
         if (staysAt(p))
             return -1;
@@ -126,18 +126,19 @@ std::int16_t fnFlatMost(const ContribList& list, double sum) {
 
 } // namespace
 
-// Why the whole sum M / D is as good as that of doubles, where D is the denominator and M the sum
-// of bytes times whole parts. Both parts of each weight fit into a byte, and each part's sum, and
-// that of any two products, into 16 bits: M itself is exact, and below 2^24 in size.
+// Why the fixed-point sum M / D gives the byte of the sum of doubles, where D is the denominator
+// and M the sum of bytes times weights in units. Both parts of each weight fit into a byte, and
+// each part's sum, and that of any two products, into 16 bits: M itself is exact, and below 2^24 in
+// size.
 //
 // The sum of doubles is off M / D by less than kFilterDust / 4 for the weights and by n 2^-43 for
 // the roundings of its n entries: less than kFilterDust / 2 in all. With kFilterDust added it lies
-// above M / D, and by less than 1 / D above it: cut down, both are the same whole number, M / D
-// being a multiple of 1 / D. Below 0 either is stored as 0.
+// above M / D, and by less than 1 / D above it: truncated, both are the same integer, M / D being
+// a multiple of 1 / D. Below 0 either is stored as 0.
 //
-// (M + 1/2) / D, too, is cut to that number, and lies 1 / (2 D) or more from any whole one. It is
-// formed in single precision, rounded thrice: that is off by less than 257 x 3 x 2^-24 < 1 / (2 D)
-// where it counts, beyond 256 being 255 all the same.
+// (M + 1/2) / D, too, is truncated to that integer, and lies 1 / (2 D) or more from any integer. It
+// is formed in single precision, rounded thrice: where it counts, that is off by less than
+// 257 x 3 x 2^-24 < 1 / (2 D); beyond 256 the byte is 255 all the same.
 bool fnSetFixedPointWeights(ContribList& list) {
     if (list.m_nCount > kMaxFixedPointEntries || !(fnWeightSize(list) < kMaxWeight))
         return false;
@@ -168,11 +169,11 @@ bool fnSetFixedPointWeights(ContribList& list) {
     return true;
 }
 
-// How far the fast sum can be off. With u = 2^-24, weights of size W in all and n entries: a
+// The error bound of the fast sum. With u = 2^-24, weights of size W in all and n entries: a
 // rounded weight is off by u of its size, so all of them by 255 W u. Each of the n steps, and the
-// final subtraction of `doubt`, rounds a number below 255 W + 1 in size: (n + 1) (255 W + 1) u. The
-// sum of doubles itself is off the true one by less than n 2^-44, and kFilterDust shifts it; that
-// is less than one step more. So (n + 4) (255 W + 1) u holds all of it.
+// final subtraction of the error bound, rounds a number below 255 W + 1 in size:
+// (n + 1) (255 W + 1) u. The sum of doubles itself is off the true one by less than n 2^-44, and
+// kFilterDust shifts it; that is less than one step more. So (n + 4) (255 W + 1) u holds all of it.
 void fnSetApproximateWeights(ContribList& list) {
     constexpr int kMaxEntries = 500;
     static_assert(kMaxEntries < kWideSum);
@@ -191,7 +192,7 @@ void fnSetApproximateWeights(ContribList& list) {
     const double band = std::ldexp((list.m_nCount + 4) * (255.0 * size + 1.0), -24);
     const double denominator = fnDenominator(list);
     if (denominator != 0.0 && band * denominator < 0.49) {
-        // Sums lie that far apart: raised by half a step, none comes near to a whole number.
+        // Sums lie that far apart: raised by half a step, none comes near to an integer.
         list.m_fBias = static_cast<float>(0.5 / denominator);
         list.m_fErrorBound = 0.0F;
         return;

@@ -14,8 +14,8 @@ inline constexpr std::uint32_t kWideSum = 4096;
 /// Gives a list, whose entries have their weights, what the fast sum needs.
 void fnSetApproximateWeights(ContribList& list);
 
-/// Gives such a list what the whole sum needs instead. False: its weights are no multiples of one
-/// small part.
+/// Gives such a list what the fixed-point sum needs instead. False: its weights aren't multiples of
+/// one unit.
 bool fnSetFixedPointWeights(ContribList& list);
 
 /// The samples and weights of one axis, for the filter of Mitchell and Netravali with B = C = 1/3
@@ -34,7 +34,8 @@ public:
     const ContribList& operator[](std::uint32_t i) const { return m_pLists[i]; }
     /// The most entries that a list can have.
     std::uint32_t fnCapacity() const { return m_nCapacity; }
-    /// All lists have whole sums, as those of whole factors do. Otherwise all have fast sums.
+    /// All lists have fixed-point sums, as those of the usual factors do. Otherwise all have fast
+    /// sums.
     bool fnIsFixedPoint() const { return m_bFixedPoint; }
 
 private:

@@ -37,8 +37,8 @@ void fnTakeSamples(const std::uint8_t* source, std::uint8_t* target, std::size_t
 }
 
 /// Sums up blocks of columns, in bands of target rows, so that source and target are gone through
-/// tile by tile as they lie in memory. Samples are floats, or bytes if the table is whole. A
-/// block's source rows are turned to floats once in a band, in a ring that holds what one target
+/// tile by tile as they lie in memory. Samples are floats, or bytes if the table is fixed-point. A
+/// block's source rows are converted to floats once in a band, in a ring that holds what one target
 /// row needs, unless its sums are wide ones. Bytes are taken from where they are, if possible.
 template <typename Sample>
 class ColumnFilter {

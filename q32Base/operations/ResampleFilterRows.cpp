@@ -15,8 +15,8 @@ namespace q32 {
 namespace {
 
 /// Sums up some target columns of kFilterLanes rows at a time. The source pixels that they need
-/// are turned, so that the rows stand side by side and one sum of blocks serves all of them. Wide
-/// sums go without that.
+/// are transposed, so that the rows stand side by side and one sum of blocks serves all of them.
+/// Wide sums go without that.
 class RowFilter {
 public:
     RowFilter(const PixelArea& source, const PixelArea& target, const ContribTable& table)

@@ -12,7 +12,8 @@ class CFont;
 /// What a dump view tells the library. After either call the view may be gone.
 class Q32_API CqDumpViewEvents {
 public:
-    /// The user chose an item of the system menu. False for one that isn't the library's.
+    /// The user chose an item of the system menu, which stays checked as it was. False for one that
+    /// isn't the library's.
     virtual bool fnOnSysCommand(UINT id) = 0;
     /// The window goes: the user closes it, or the back end ends.
     virtual void fnOnClose() = 0;
@@ -60,6 +61,7 @@ public:
     virtual void fnSetFont(const CFont& font) = 0;
     /// Puts an item at the top of the system menu.
     virtual void fnInsertMenuItem(const CqDumpMenuItem& item) = 0;
+    /// Checks an item or unchecks it. Nothing happens for an id that no item has.
     virtual void fnCheckMenuItem(UINT id, bool checked) = 0;
     /// Keeps the window above all others, or no longer. It is neither moved nor sized.
     virtual void fnSetOnTop(bool onTop) = 0;
@@ -74,7 +76,7 @@ public:
     virtual bool fnAppendText(const char*, std::size_t) { return false; }
     virtual std::string fnGetText() const = 0;
 
-    /// Asks the user for a file's name, with this window as the owner, and waits. False when it was
-    /// not confirmed.
+    /// Asks the user for a file's name, with this window as the owner, and waits. A name without an
+    /// extension gets the default one. False, and `path` stays, when it was not confirmed.
     virtual bool fnAskSaveName(const CqSaveRequest& request, std::string& path) = 0;
 };

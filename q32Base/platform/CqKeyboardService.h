@@ -13,11 +13,12 @@ class Q32_API CqKeyboardService {
 public:
     virtual ~CqKeyboardService() = default;
 
-    /// Whether a key is down as far as its messages have been read.
+    /// Whether a key is down as far as its messages have been read. Never for a number that names
+    /// no key.
     virtual bool fnIsKeyDown(int key) = 0;
     /// Whether a key is down now.
     virtual bool fnIsKeyDownNow(int key) = 0;
-    /// Takes the oldest keyboard message out of the queue; others stay, in their order. False when
-    /// there is none.
+    /// Takes the oldest keyboard message out of the queue; all other input stays, in its order, and
+    /// reaches its window later. False, and `message` stays, when there is none.
     virtual bool fnTakeKeyMessage(CqKeyMessage& message) = 0;
 };

@@ -29,13 +29,15 @@ class Q32_API CqResourceService {
 public:
     virtual ~CqResourceService() = default;
 
-    /// Finds a resource in a module, or in all of the host's modules in their order for null.
-    /// False when it is missing.
+    /// Finds a resource in a module, or in all of the host's modules in their order for null; the
+    /// library's own is none of these. A name of digits is no number. False, and `data` stays, when
+    /// it is missing or the module is unknown.
     virtual bool fnFind(HINSTANCE module, CqResourceId type, CqResourceId name,
                         CqResourceData& data) = 0;
 
-    /// Loads an entry of a module's string table, or of the host's for null. False when it is
-    /// missing.
+    /// Loads an entry of a module's string table, or of the first of the host's that has it for
+    /// null. False, and `text` stays, when it is missing; a compiled entry that is empty or cut off
+    /// counts as missing, as does an id above 65535.
     virtual bool fnLoadString(HINSTANCE module, UINT id, std::string& text) = 0;
 };
 

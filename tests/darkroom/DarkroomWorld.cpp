@@ -34,7 +34,7 @@ void DarkroomWindow::fnStart() {
     options.m_szTempDirectory = m_Folder.path().toStdString();
     m_pMachine = q32HeadlessWorld();
     m_pMachine->m_pMixers->fnAddDevice(CqHeadlessMixers::fnMakeUsualDevice());
-    options.m_pHeadless = m_pMachine;
+    options.m_Others = m_pMachine->fnPlatform();
     CqPlatform platform = q32QtPlatform(m_pWindows = q32QtWindows(), {.m_Posix = options});
     // Boxes would wait for somebody.
     platform.m_pMessages = m_pMachine->m_pMessages;

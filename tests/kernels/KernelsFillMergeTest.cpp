@@ -10,13 +10,13 @@ TEST_P(KernelsFill, EveryPixelOfTheRunGetsThePixelsBytes) {
     for (std::size_t size = 1; size <= 4; ++size)
         fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
             const Bytes pixel = fnRandomBytes(m_Random, size);
-            Bytes wanted;
+            Bytes expected;
             for (std::size_t i = 0; i < count; ++i)
-                wanted.insert(wanted.end(), pixel.begin(), pixel.end());
+                expected.insert(expected.end(), pixel.begin(), pixel.end());
             const SourceBytes source(pixel, misalignment);
             TargetBytes target(fnRandomBytes(m_Random, count * size), misalignment);
             m_Kernels.fnFill[size - 1](target.fnData(), count, source.fnData());
-            ASSERT_TRUE(target.fnHolds(wanted))
+            ASSERT_TRUE(target.fnHolds(expected))
                 << size << " bytes, " << count << " pixels, misaligned by " << misalignment;
         });
 }
@@ -26,12 +26,13 @@ TEST_P(KernelsFill, RunsOfAMegabyteAndMoreAreFilledToTheLastByte) {
         for (std::size_t misalignment = 0; misalignment < 33; misalignment += 3) {
             const std::size_t count = ((std::size_t{1} << 20) + m_Random() % 500) / size + 1;
             const Bytes pixel = fnRandomBytes(m_Random, size);
-            Bytes wanted(count * size);
-            for (std::size_t i = 0; i < wanted.size(); ++i)
-                wanted[i] = pixel[i % size];
-            TargetBytes target(wanted.size(), misalignment);
+            Bytes expected(count * size);
+            for (std::size_t i = 0; i < expected.size(); ++i)
+                expected[i] = pixel[i % size];
+            TargetBytes target(expected.size(), misalignment);
             m_Kernels.fnFill[size - 1](target.fnData(), count, pixel.data());
-            ASSERT_TRUE(target.fnHolds(wanted)) << size << " bytes, misaligned by " << misalignment;
+            ASSERT_TRUE(target.fnHolds(expected))
+                << size << " bytes, misaligned by " << misalignment;
         }
 }
 
@@ -43,15 +44,15 @@ TEST_P(KernelsFill, RowsThatLieApartAreCopiedAndNothingBetweenThem) {
         // The last row ends the block, without its gap.
         const std::size_t last = rows == 0 ? 0 : rows - 1;
         const Bytes from = fnRandomBytes(m_Random, last * sourceStride + count);
-        Bytes wanted = fnRandomBytes(m_Random, last * targetStride + count);
+        Bytes expected = fnRandomBytes(m_Random, last * targetStride + count);
         const SourceBytes source(from, misalignment);
-        TargetBytes target(wanted, misalignment);
+        TargetBytes target(expected, misalignment);
         for (std::size_t row = 0; row < rows; ++row)
             for (std::size_t i = 0; i < count; ++i)
-                wanted[row * targetStride + i] = from[row * sourceStride + i];
+                expected[row * targetStride + i] = from[row * sourceStride + i];
         m_Kernels.fnCopyRows(source.fnData(), sourceStride, target.fnData(), targetStride, count,
                              rows);
-        ASSERT_TRUE(target.fnHolds(wanted)) << count << " bytes, " << rows << " rows";
+        ASSERT_TRUE(target.fnHolds(expected)) << count << " bytes, " << rows << " rows";
     });
 }
 
@@ -239,11 +240,11 @@ TEST_P(KernelsMask, RunsOfEveryLengthStayInside) {
         const Bytes own = fnRandomBytes(m_Random, count);
         const SourceBytes source(other, misalignment);
         for (const auto kernel : {&Kernels::fnMaskAdd, &Kernels::fnMaskSubtract}) {
-            Bytes wanted = own;
-            (plain.*kernel)(other.data(), wanted.data(), count);
+            Bytes expected = own;
+            (plain.*kernel)(other.data(), expected.data(), count);
             TargetBytes target(own, misalignment);
             (m_Kernels.*kernel)(source.fnData(), target.fnData(), count);
-            ASSERT_TRUE(target.fnHolds(wanted)) << count;
+            ASSERT_TRUE(target.fnHolds(expected)) << count;
         }
     });
 }

@@ -33,7 +33,7 @@ protected:
         ContribList list = {static_cast<std::int32_t>(entries.size()), 0, 0, 0, entries.data()};
         fnSetApproximateWeights(list);
         const std::size_t count = rows[0].size();
-        Bytes wanted(count);
+        Bytes expected(count);
         // Each row is a block of its own, so that reads beyond it are noticed.
         std::vector<std::vector<float>> sources;
         std::vector<const float*> addresses;
@@ -45,12 +45,12 @@ protected:
             Bytes samples;
             for (const Bytes& row : rows)
                 samples.push_back(row[i]);
-            wanted[i] = fnPlainByte(entries, samples);
+            expected[i] = fnPlainByte(entries, samples);
         }
         TargetBytes target(count, misalignment);
         m_Kernels.fnConvolveRows(addresses.data(), list, target.fnData(), count);
-        ASSERT_TRUE(target.fnHolds(wanted))
-            << entries.size() << " entries, doubt " << list.m_fErrorBound;
+        ASSERT_TRUE(target.fnHolds(expected))
+            << entries.size() << " entries, error bound " << list.m_fErrorBound;
 
         if (count < kFilterLanes)
             return;
@@ -69,11 +69,11 @@ protected:
         m_Kernels.fnReadLanes(bytes.data(), lanes.data(), runs.data(), rows.size(), 2);
         m_Kernels.fnConvolveLanes({lanes.data(), bytes.data(), runs.data(), 5}, list,
                                   blocks.fnData(), 2);
-        wanted.resize(kFilterLanes);
+        expected.resize(kFilterLanes);
         for (std::size_t i = 0; i < kFilterLanes; ++i)
-            wanted.push_back(wanted[i]);
-        ASSERT_TRUE(blocks.fnHolds(wanted))
-            << entries.size() << " entries, doubt " << list.m_fErrorBound;
+            expected.push_back(expected[i]);
+        ASSERT_TRUE(blocks.fnHolds(expected))
+            << entries.size() << " entries, error bound " << list.m_fErrorBound;
     }
 };
 
@@ -94,7 +94,7 @@ TEST_P(KernelsFilter, SumsAreThoseOfDoublesForEveryCount) {
 }
 
 TEST_P(KernelsFilter, SumsByAHairBelowAWholeNumberAreDecidedInDouble) {
-    // The last weight brings the sum of byte 0 to a whole number and a little more or less: from
+    // The last weight brings the sum of byte 0 to an integer and a little more or less: from
     // far inside to far outside of what single precision can tell.
     for (double off = 1e-13; off < 1e-3; off *= 1.3)
         for (const double sign : {-1.0, 1.0})
@@ -224,7 +224,7 @@ TEST_P(KernelsFilter, WeightsThatSinglePrecisionCannotHoldAreSummedUpInDouble) {
 TEST_P(KernelsFilter, SumsOfWholeRatiosAreNeverDoubtfulAndYetExact) {
     for (const int denominator : {18, 144, 288, 486, 1152, 2250})
         for (int round = 0; round < 40; ++round) {
-            // Weights in whole parts, of which the last one makes up for the sum.
+            // Weights in units, of which the last one makes up for the sum.
             std::vector<ContribEntry> entries;
             int left = denominator;
             const std::size_t taps = 2 + m_Random() % 7;
@@ -258,22 +258,22 @@ TEST_P(KernelsFilter, RowsBecomeLanesAndBack) {
         std::vector<Bytes> contents;
         const std::uint8_t* from[kFilterLanes];
         std::uint8_t* to[kFilterLanes];
-        Bytes wanted(count * kFilterLanes);
+        Bytes expected(count * kFilterLanes);
         for (std::size_t r = 0; r < kFilterLanes; ++r) {
             contents.push_back(fnRandomBytes(m_Random, count));
             sources.emplace_back(contents[r], misalignment);
             targets.emplace_back(count, misalignment);
             for (std::size_t i = 0; i < count; ++i)
-                wanted[i * kFilterLanes + r] = contents[r][i];
+                expected[i * kFilterLanes + r] = contents[r][i];
         }
         for (std::size_t r = 0; r < kFilterLanes; ++r) {
             from[r] = sources[r].fnData();
             to[r] = targets[r].fnData();
         }
-        TargetBytes turned(wanted.size(), misalignment);
-        m_Kernels.fnRowsToLanes(from, turned.fnData(), count);
-        ASSERT_TRUE(turned.fnHolds(wanted)) << count;
-        const SourceBytes lanes(wanted, misalignment);
+        TargetBytes transposed(expected.size(), misalignment);
+        m_Kernels.fnRowsToLanes(from, transposed.fnData(), count);
+        ASSERT_TRUE(transposed.fnHolds(expected)) << count;
+        const SourceBytes lanes(expected, misalignment);
         m_Kernels.fnLanesToRows(lanes.fnData(), to, count);
         std::vector<float> samples(count);
         m_Kernels.fnBytesToFloats(sources[0].fnData(), samples.data(), count);
@@ -296,18 +296,18 @@ TEST_P(KernelsFilter, BlocksAreTransposedWithStridesOfEitherSign) {
         const Bytes content = fnRandomBytes(m_Random, wide * (height - 1) + width * bytes);
         const SourceBytes source(content, m_Random() % 32);
         TargetBytes target(high * (width - 1) + height * bytes, m_Random() % 32);
-        Bytes wanted = target.fnContent();
+        Bytes expected = target.fnContent();
         for (std::size_t i = 0; i < width; ++i)
             for (std::size_t j = 0; j < height; ++j)
                 std::copy_n(&content[(up ? height - 1 - j : j) * wide + i * bytes], bytes,
-                            &wanted[(back ? width - 1 - i : i) * high + j * bytes]);
+                            &expected[(back ? width - 1 - i : i) * high + j * bytes]);
         const auto sourceStride = static_cast<std::ptrdiff_t>(wide);
         const auto targetStride = static_cast<std::ptrdiff_t>(high);
         m_Kernels.fnTranspose[bytes - 1](source.fnData() + (up ? (height - 1) * wide : 0),
                                          up ? -sourceStride : sourceStride,
                                          target.fnData() + (back ? (width - 1) * high : 0),
                                          back ? -targetStride : targetStride, width, height);
-        ASSERT_TRUE(target.fnHolds(wanted)) << bytes << " bytes, " << width << " x " << height;
+        ASSERT_TRUE(target.fnHolds(expected)) << bytes << " bytes, " << width << " x " << height;
     }
 }
 
@@ -341,16 +341,16 @@ TEST_P(KernelsFilter, TurnsSampleWhatTheScalarOnesDo) {
             // No byte more than the kernels may read.
             const Bytes block(content.begin(), content.begin() + kSide * kSide * bytes + 8);
             const RotateSource source = {block.data(), kSide, -96.0, 1000.0};
-            std::vector<Bytes> wanted(kRotateRows, Bytes(count * bytes));
+            std::vector<Bytes> expected(kRotateRows, Bytes(count * bytes));
             std::vector<TargetBytes> targets(kRotateRows, TargetBytes(count * bytes, 3));
             for (std::size_t r = 0; r < kRotateRows; ++r)
-                rows.m_pTarget[r] = wanted[r].data();
+                rows.m_pTarget[r] = expected[r].data();
             (scalar.*run)(source, rows, count);
             for (std::size_t r = 0; r < kRotateRows; ++r)
                 rows.m_pTarget[r] = targets[r].fnData();
             (m_Kernels.*run)(source, rows, count);
             for (std::size_t r = 0; r < kRotateRows; ++r)
-                ASSERT_TRUE(targets[r].fnHolds(wanted[r])) << bytes << " bytes, row " << r;
+                ASSERT_TRUE(targets[r].fnHolds(expected[r])) << bytes << " bytes, row " << r;
         }
     }
 }

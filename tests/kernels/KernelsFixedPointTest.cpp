@@ -27,7 +27,7 @@ protected:
     void fnCheck(const ContribList& list, const std::vector<Bytes>& rows,
                  std::size_t misalignment) {
         const std::size_t count = rows[0].size();
-        Bytes wanted(count);
+        Bytes expected(count);
         std::vector<SourceBytes> sources;
         std::vector<const std::uint8_t*> addresses;
         for (const Bytes& row : rows) {
@@ -35,10 +35,10 @@ protected:
             addresses.push_back(sources.back().fnData());
         }
         for (std::size_t i = 0; i < count; ++i)
-            wanted[i] = fnPlainByte(list, rows, i);
+            expected[i] = fnPlainByte(list, rows, i);
         TargetBytes target(count, misalignment);
         m_Kernels.fnConvolveRowsFixed(addresses.data(), list, target.fnData(), count);
-        ASSERT_TRUE(target.fnHolds(wanted))
+        ASSERT_TRUE(target.fnHolds(expected))
             << list.m_nCount << " entries of " << list.m_FixedPoint.m_fUnit;
         if (count < kFilterLanes)
             return;
@@ -53,15 +53,15 @@ protected:
             for (std::size_t i = 0; i < kStride; ++i)
                 lanes[at * kStride + i] = rows[k][i % kFilterLanes];
         }
-        ContribList turned = list;
-        turned.m_pEntries = entries.data();
+        ContribList reversed = list;
+        reversed.m_pEntries = entries.data();
         const SourceBytes source(lanes, misalignment);
         TargetBytes blocks(kStride, misalignment);
-        m_Kernels.fnConvolveLanesFixed(source.fnData(), 7, turned, blocks.fnData(), 2);
-        wanted.resize(kFilterLanes);
+        m_Kernels.fnConvolveLanesFixed(source.fnData(), 7, reversed, blocks.fnData(), 2);
+        expected.resize(kFilterLanes);
         for (std::size_t i = 0; i < kFilterLanes; ++i)
-            wanted.push_back(wanted[i]);
-        ASSERT_TRUE(blocks.fnHolds(wanted))
+            expected.push_back(expected[i]);
+        ASSERT_TRUE(blocks.fnHolds(expected))
             << list.m_nCount << " entries of " << list.m_FixedPoint.m_fUnit;
     }
 
@@ -113,7 +113,7 @@ TEST_P(KernelsFixedPoint, SumsAreThoseOfDoublesForEveryCount) {
     });
 }
 
-TEST_P(KernelsFixedPoint, SumsBeyondBothEndsOfBytesAreBroughtIntoThem) {
+TEST_P(KernelsFixedPoint, SumsBeyondBothEndsOfBytesAreClampedToThem) {
     fnForEachList([this](const ContribList& list, int) {
         std::vector<Bytes> most;
         std::vector<Bytes> least;
@@ -147,24 +147,24 @@ TEST_P(KernelsFixedPoint, WholeNumbersAndOnePartBelowAreToldApart) {
                        [&](const ContribEntry& entry) {
                            return static_cast<int>(std::lround(entry.m_dWeight * denominator));
                        });
-        // Two samples in the middle are chosen so that each sum leaves the wanted rest.
+        // Two samples in the middle are chosen so that each sum leaves the required rest.
         const auto middle = static_cast<std::size_t>(list.m_nCount / 2);
         std::size_t found = 0;
         for (std::size_t i = 0; i < 128; ++i) {
-            const int wanted = i % 2 == 0 ? 0 : denominator - 1;
+            const int expected = i % 2 == 0 ? 0 : denominator - 1;
             int sum = 0;
             for (std::size_t k = 0; k < rows.size(); ++k)
                 if (k != middle && k != middle - 1)
                     sum += parts[k] * rows[k][i];
             const int step = std::gcd(std::gcd(parts[middle], parts[middle - 1]), denominator);
-            if ((wanted - sum) % step != 0)
+            if ((expected - sum) % step != 0)
                 continue; // not every rest can be had
             const unsigned start = m_Random() % 65536;
             for (unsigned n = 0; n < 65536; ++n) {
                 const unsigned both = (start + n) % 65536;
                 const int all = sum + parts[middle] * static_cast<int>(both & 255) +
                                 parts[middle - 1] * static_cast<int>(both >> 8);
-                if ((all % denominator + denominator) % denominator == wanted) {
+                if ((all % denominator + denominator) % denominator == expected) {
                     rows[middle][i] = static_cast<std::uint8_t>(both & 255);
                     rows[middle - 1][i] = static_cast<std::uint8_t>(both >> 8);
                     ++found;
@@ -209,20 +209,20 @@ TEST_P(KernelsFixedPoint, RunsCountEqualPixelsUpTo255) {
     for (const std::size_t channels : {1U, 3U, 4U}) {
         const std::size_t stride = channels * kFilterLanes;
         Bytes lanes(kPixels * stride);
-        Bytes wanted(lanes.size());
+        Bytes expected(lanes.size());
         for (std::size_t i = 0; i < lanes.size(); ++i) {
             // Lanes change value seldom, often, or never.
             const bool goesOn = i >= stride && m_Random() % 300 >= i % stride % 3 * 100;
             lanes[i] = goesOn ? lanes[i - stride] : static_cast<std::uint8_t>(m_Random());
             if (i >= stride && lanes[i] == lanes[i - stride])
-                wanted[i] = static_cast<std::uint8_t>(std::min(wanted[i - stride] + 1, 255));
+                expected[i] = static_cast<std::uint8_t>(std::min(expected[i - stride] + 1, 255));
         }
         const SourceBytes source(lanes, 3);
         TargetBytes runs(lanes.size(), 3);
         std::vector<float> samples(lanes.size());
         m_Kernels.fnReadLanes(source.fnData(), samples.data(), runs.fnData(), kPixels, channels);
         EXPECT_EQ(samples, std::vector<float>(lanes.begin(), lanes.end()));
-        EXPECT_TRUE(runs.fnHolds(wanted));
+        EXPECT_TRUE(runs.fnHolds(expected));
     }
 }
 

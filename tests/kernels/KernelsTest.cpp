@@ -185,10 +185,10 @@ TEST_P(KernelsFormat, ShortChannelsStayInTheHighBits) {
     const Bytes white(2 * 40, 0xFF);
     TargetBytes target(3 * 40, 0);
     m_Kernels.fnRgb565ToRgb24(white.data(), target.fnData(), 40);
-    Bytes wanted;
+    Bytes expected;
     for (int i = 0; i < 40; ++i)
-        wanted.insert(wanted.end(), {0xF8, 0xFC, 0xF8});
-    EXPECT_TRUE(target.fnHolds(wanted));
+        expected.insert(expected.end(), {0xF8, 0xFC, 0xF8});
+    EXPECT_TRUE(target.fnHolds(expected));
 }
 
 struct PaletteCase {
@@ -279,11 +279,11 @@ TEST_P(KernelsPalette, APackedByteGivesItsHighNibbleFirstAndAnOddWidthOnlyThat) 
         const SourceBytes source(content, misalignment);
         TargetBytes target(count, m_Random() % 32);
         m_Kernels.fnIndex4ToIndex8(source.fnData(), target.fnData(), count);
-        Bytes wanted;
+        Bytes expected;
         for (const std::uint8_t byte : content)
-            wanted.insert(wanted.end(), {fnByte(byte / 16u), fnByte(byte % 16u)});
-        wanted.resize(count);
-        ASSERT_TRUE(target.fnHolds(wanted)) << count << " pixels";
+            expected.insert(expected.end(), {fnByte(byte / 16u), fnByte(byte % 16u)});
+        expected.resize(count);
+        ASSERT_TRUE(target.fnHolds(expected)) << count << " pixels";
     });
 }
 
@@ -294,12 +294,12 @@ TEST_P(KernelsCurve, ChangesEveryByteOf24BitPixels) {
     const Bytes curve = fnRandomBytes(m_Random, 256);
     const SourceBytes table(curve, 1);
     fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
-        Bytes wanted = fnRandomBytes(m_Random, 3 * count);
-        TargetBytes pixels(wanted, misalignment);
+        Bytes expected = fnRandomBytes(m_Random, 3 * count);
+        TargetBytes pixels(expected, misalignment);
         m_Kernels.fnCurve24(pixels.fnData(), count, table.fnData());
-        for (std::uint8_t& byte : wanted)
+        for (std::uint8_t& byte : expected)
             byte = curve[byte];
-        ASSERT_TRUE(pixels.fnHolds(wanted)) << count << " pixels, misaligned by " << misalignment;
+        ASSERT_TRUE(pixels.fnHolds(expected)) << count << " pixels, misaligned by " << misalignment;
     });
 }
 
@@ -307,12 +307,12 @@ TEST_P(KernelsCurve, KeepsTheFourthByteOf32BitPixels) {
     const Bytes curve = fnRandomBytes(m_Random, 256);
     const SourceBytes table(curve, 1);
     fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
-        Bytes wanted = fnRandomBytes(m_Random, 4 * count);
-        TargetBytes pixels(wanted, misalignment);
+        Bytes expected = fnRandomBytes(m_Random, 4 * count);
+        TargetBytes pixels(expected, misalignment);
         m_Kernels.fnCurve32(pixels.fnData(), count, table.fnData());
-        for (std::size_t i = 0; i < wanted.size(); ++i)
-            wanted[i] = i % 4 == 3 ? wanted[i] : curve[wanted[i]];
-        ASSERT_TRUE(pixels.fnHolds(wanted)) << count << " pixels, misaligned by " << misalignment;
+        for (std::size_t i = 0; i < expected.size(); ++i)
+            expected[i] = i % 4 == 3 ? expected[i] : curve[expected[i]];
+        ASSERT_TRUE(pixels.fnHolds(expected)) << count << " pixels, misaligned by " << misalignment;
     });
 }
 

@@ -50,13 +50,13 @@ public:
     std::uint8_t* fnData() { return m_Block.data() + m_Start; }
     Bytes fnContent() { return Bytes(fnData(), fnData() + m_Size); }
 
-    /// The content is the wanted one, and every guard byte stands.
-    testing::AssertionResult fnHolds(const Bytes& wanted) {
-        if (wanted.size() != m_Size)
-            return testing::AssertionFailure() << "wanted " << wanted.size() << " bytes";
+    /// The content is the expected one, and every guard byte stands.
+    testing::AssertionResult fnHolds(const Bytes& expected) {
+        if (expected.size() != m_Size)
+            return testing::AssertionFailure() << "expected " << expected.size() << " bytes";
         for (std::size_t i = 0; i < m_Block.size(); ++i) {
             const bool inside = i >= m_Start && i < m_Start + m_Size;
-            const unsigned want = inside ? wanted[i - m_Start] : kGuardByte;
+            const unsigned want = inside ? expected[i - m_Start] : kGuardByte;
             if (m_Block[i] != want)
                 return testing::AssertionFailure()
                        << (inside ? "byte " : "guard byte ")

@@ -13,12 +13,12 @@ protected:
         const SourceBytes source(content, misalignment);
         TargetBytes target(count * bytes, m_Random() % 32);
         m_Kernels.fnInflate[bytes - 1](source.fnData(), target.fnData(), count, factor, phase);
-        Bytes wanted;
+        Bytes expected;
         for (std::size_t x = phase; x < phase + count; ++x)
             for (std::size_t k = 0; k < bytes; ++k)
-                wanted.push_back(content[x / factor * bytes + k]);
-        ASSERT_TRUE(target.fnHolds(wanted)) << count << " pixels of " << bytes << " bytes, factor "
-                                            << factor << ", phase " << phase;
+                expected.push_back(content[x / factor * bytes + k]);
+        ASSERT_TRUE(target.fnHolds(expected)) << count << " pixels of " << bytes
+                                              << " bytes, factor " << factor << ", phase " << phase;
     }
 
     void fnCheckShrink(std::size_t bytes, std::size_t count, std::size_t factor,
@@ -28,11 +28,11 @@ protected:
         const SourceBytes source(content, misalignment);
         TargetBytes target(count * bytes, m_Random() % 32);
         m_Kernels.fnShrink[bytes - 1](source.fnData(), target.fnData(), count, factor);
-        Bytes wanted;
+        Bytes expected;
         for (std::size_t x = 0; x < count; ++x)
             for (std::size_t k = 0; k < bytes; ++k)
-                wanted.push_back(content[x * factor * bytes + k]);
-        ASSERT_TRUE(target.fnHolds(wanted))
+                expected.push_back(content[x * factor * bytes + k]);
+        ASSERT_TRUE(target.fnHolds(expected))
             << count << " pixels of " << bytes << " bytes, factor " << factor;
     }
 
@@ -45,11 +45,11 @@ protected:
         m_Kernels.fnSample[bytes - 1](source.fnData(), target.fnData(), count,
                                       static_cast<std::uint32_t>(at),
                                       static_cast<std::uint32_t>(step));
-        Bytes wanted;
+        Bytes expected;
         for (std::size_t i = 0; i < count; ++i)
             for (std::size_t k = 0; k < bytes; ++k)
-                wanted.push_back(content[((at + i * step) >> 8) * bytes + k]);
-        ASSERT_TRUE(target.fnHolds(wanted))
+                expected.push_back(content[((at + i * step) >> 8) * bytes + k]);
+        ASSERT_TRUE(target.fnHolds(expected))
             << count << " pixels of " << bytes << " bytes from " << at << " in steps of " << step;
     }
 };

@@ -10,9 +10,6 @@ namespace {
 
 class ReportMemory : public ::testing::Test {
 protected:
-    ReportMemory() { q32SetMessageService(m_World.m_pMessages); }
-    ~ReportMemory() override { q32SetMessageService(nullptr); }
-
     std::size_t fnBoxes() const { return m_World.m_pMessages->m_Boxes.size(); }
 
     CqFakeWorld m_World;

@@ -1,4 +1,4 @@
-#include "platforms/headless/HeadlessRegion.h"
+#include "platforms/software/CqSoftwareRegion.h"
 #include "q32Base/framework/CRgn.h"
 #include "tests/operations/PlainImage.h"
 #include "tests/support/AttachedTest.h"
@@ -175,11 +175,11 @@ TEST_F(RegionTest, NoiseTakesOneRectangleARunAndLittleWorkForEach) {
             runs += row[x] == 3 && (x == 0 || row[x - 1] != 3) ? 1 : 0;
     EXPECT_GT(runs, kSide * kSide / 5); // of each pair of neighbours, a quarter starts one
     const std::uint64_t calls = m_World->m_pScreen->m_CreateRegion.fnGetCount();
-    const std::uint64_t work = CqHeadlessRegion::fnGetSpanWork();
+    const std::uint64_t work = CqSoftwareRegion::fnGetSpanWork();
     CRgn region;
     image.fnCreateRgn(kGrey3, region);
     EXPECT_EQ(m_World->m_pScreen->m_CreateRegion.fnGetCount() - calls, runs + 1);
-    EXPECT_LT(CqHeadlessRegion::fnGetSpanWork() - work, kWorkPerRun * runs);
+    EXPECT_LT(CqSoftwareRegion::fnGetSpanWork() - work, kWorkPerRun * runs);
     EXPECT_TRUE(fnSameRows(fnPicture(region, image), fnOthers(image, 3)));
 }
 

@@ -1,7 +1,9 @@
 # Installs a build into SCRATCH/prefix, then configures, builds and runs the host against it.
 #   SOURCE, SCRATCH                     the tree, and a folder to work in
-#   GENERATOR, COMPILER, LAUNCHER, FLAGS   what to build with
-#   BUILD                               the build to install; without it, a shared one is made here
+#   NM, GENERATOR, COMPILER, LAUNCHER, FLAGS   what to build with
+#   PLUGINS                             whether a shared build has the plug-ins
+#   BUILD                               the build to install; without it, a shared one is made here, and what
+#                                       its libraries export is compared with the record
 function(run)
     execute_process(COMMAND ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
@@ -15,10 +17,22 @@ file(REMOVE_RECURSE "${SCRATCH}/prefix" "${SCRATCH}/host")
 if(NOT BUILD)
     set(BUILD "${SCRATCH}/shared")
     run("${CMAKE_COMMAND}" -S "${SOURCE}" -B "${BUILD}" ${tools} -DBUILD_SHARED_LIBS=ON
-        -DQ32_TESTS=OFF -DQ32_PLUGINS=OFF -DQ32_EXAMPLES=OFF -DQ32_WERROR=ON)
+        -DQ32_TESTS=OFF "-DQ32_PLUGINS=${PLUGINS}" -DQ32_EXAMPLES=OFF -DQ32_WERROR=ON)
     run("${CMAKE_COMMAND}" --build "${BUILD}" --parallel 2)
+    run("${SOURCE}/scripts/abi" "${BUILD}")
 endif()
 run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${SCRATCH}/prefix")
+
+# No installed back end but the scripted world itself holds its code.
+file(GLOB libraries "${SCRATCH}/prefix/lib*/libq32Base-*")
+list(FILTER libraries EXCLUDE REGEX "-headless")
+list(JOIN libraries "," libraries)
+run("${CMAKE_COMMAND}" "-DNM=${NM}" "-DFILES=${libraries}" -P "${SOURCE}/tests/package/NoHeadless.cmake")
+
+file(GLOB includes RELATIVE "${SCRATCH}/prefix/include" "${SCRATCH}/prefix/include/*")
+if(NOT includes STREQUAL "q32Base")
+    message(FATAL_ERROR "Only q32Base may lie in include/ after installation, not: ${includes}")
+endif()
 
 run("${CMAKE_COMMAND}" -S "${SOURCE}/tests/package/host" -B "${SCRATCH}/host" ${tools}
     "-DCMAKE_PREFIX_PATH=${SCRATCH}/prefix" "-DFIRST_PROGRAM=${SOURCE}/examples/first/main.cpp")

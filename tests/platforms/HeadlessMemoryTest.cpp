@@ -1,4 +1,4 @@
-#include "platforms/headless/HeadlessMemory.h"
+#include "platforms/headless/CqHeadlessMemory.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-#include "platforms/headless/HeadlessMixer.h"
-#include "platforms/headless/HeadlessWaveOut.h"
+#include "platforms/headless/CqHeadlessMixers.h"
+#include "platforms/headless/CqHeadlessWaveOut.h"
 
 #include <gtest/gtest.h>
 

@@ -29,30 +29,43 @@ TEST(PosixMessages, TheLastErrorIsTheSystems) {
 
 TEST(PosixMessages, BoxesAreTheOtherWorlds) {
     CqPosixOptions options;
-    options.m_pHeadless = q32HeadlessWorld();
+    const auto world = q32HeadlessWorld();
+    options.m_Others = world->fnPlatform();
     const CqPlatform platform = q32PosixPlatform(options);
     platform.m_pMessages->fnShowBox("Disk full", 0, "Gallery");
-    ASSERT_EQ(options.m_pHeadless->m_pMessages->fnGetBoxes().size(), 1u);
-    EXPECT_EQ(options.m_pHeadless->m_pMessages->fnGetBoxes()[0].m_szText, "Disk full");
+    ASSERT_EQ(world->m_pMessages->fnGetBoxes().size(), 1u);
+    EXPECT_EQ(world->m_pMessages->fnGetBoxes()[0].m_szText, "Disk full");
 }
 
 TEST(PosixMessages, AHostMayKeepTheOtherWorldsErrors) {
     CqPosixOptions options;
-    options.m_pHeadless = q32HeadlessWorld();
+    const auto world = q32HeadlessWorld();
+    options.m_Others = world->fnPlatform();
     options.m_bSystemErrors = false;
-    EXPECT_EQ(q32PosixPlatform(options).m_pMessages, options.m_pHeadless->m_pMessages);
+    EXPECT_EQ(q32PosixPlatform(options).m_pMessages, world->m_pMessages);
 }
 
 TEST(PosixPlatform, ItIsComplete) {
     EXPECT_TRUE(q32PosixPlatform().fnIsComplete());
 }
 
+TEST(PosixPlatform, AServiceThatTheHostDoesNotBringIsSoftwares) {
+    CqPosixOptions options;
+    options.m_Others.m_pScreen = q32HeadlessWorld()->m_pScreen;
+    const CqPlatform platform = q32PosixPlatform(options);
+    EXPECT_TRUE(platform.fnIsComplete());
+    EXPECT_EQ(platform.m_pScreen, options.m_Others.m_pScreen);
+    EXPECT_EQ(platform.m_pMessages->fnShowBox("Disk full", MB_YESNO, nullptr), IDYES);
+    EXPECT_EQ(platform.m_pMixers->fnGetCount(), 0u);
+}
+
 TEST(PosixPlatform, TheOtherServicesAreThoseOfTheWorldThatTheHostScripts) {
     CqPosixOptions options;
-    options.m_pHeadless = q32HeadlessWorld();
+    const auto world = q32HeadlessWorld();
+    options.m_Others = world->fnPlatform();
     const CqPlatform platform = q32PosixPlatform(options);
-    EXPECT_EQ(platform.m_pScreen, options.m_pHeadless->m_pScreen);
-    EXPECT_EQ(platform.m_pWaveOut, options.m_pHeadless->m_pWaveOut);
-    EXPECT_NE(platform.m_pFiles, options.m_pHeadless->m_pFiles);
-    EXPECT_NE(platform.m_pLocale, options.m_pHeadless->m_pLocale);
+    EXPECT_EQ(platform.m_pScreen, world->m_pScreen);
+    EXPECT_EQ(platform.m_pWaveOut, world->m_pWaveOut);
+    EXPECT_NE(platform.m_pFiles, world->m_pFiles);
+    EXPECT_NE(platform.m_pLocale, world->m_pLocale);
 }

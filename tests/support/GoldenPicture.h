@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platforms/headless/HeadlessPicture.h"
+#include "platforms/headless/CqHeadlessPicture.h"
 
 #include <gtest/gtest.h>
 

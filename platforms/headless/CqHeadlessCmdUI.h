@@ -1,0 +1,17 @@
+#pragma once
+
+#include "q32Base/framework/CCmdUI.h"
+
+/// A menu item. It is enabled until it is told otherwise.
+class CqHeadlessCmdUI final : public CCmdUI {
+public:
+    explicit CqHeadlessCmdUI(UINT command) { m_nID = command; }
+
+    bool m_bEnabled = true;
+    unsigned m_nCalls = 0; ///< of `Enable`
+
+    void Enable(bool on) override {
+        m_bEnabled = on;
+        ++m_nCalls;
+    }
+};

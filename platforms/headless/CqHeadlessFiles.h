@@ -1,0 +1,67 @@
+#pragma once
+
+#include "platforms/headless/CqHeadlessCalls.h"
+#include "platforms/headless/CqHeadlessDisks.h"
+#include "q32Base/platform/Export.h"
+
+#include <memory>
+#include <string>
+
+/// Ordinary files on the disks of the headless world.
+class Q32_API CqHeadlessFiles final : public CqFileService {
+public:
+    CqHeadlessFiles(std::shared_ptr<CqHeadlessDisks> disks, std::string tempDirectory,
+                    std::string configDirectory);
+
+    CqHeadlessCalls m_GetTempDirectory;
+    CqHeadlessCalls m_GetConfigDirectory;
+    CqHeadlessCalls m_CreateDirectory;
+    CqHeadlessCalls m_Delete;
+    CqHeadlessCalls m_GetInfo;
+    CqHeadlessCalls m_GetSpace;
+    CqHeadlessCalls m_GetClusters;
+    CqHeadlessCalls m_Open;    ///< fails with FILE_CAUSE_GENERIC; by name: CqHeadlessDisks
+    CqHeadlessCalls m_Replace; ///< fails with FILE_CAUSE_HARD_IO
+    CqHeadlessCalls m_ReadText;
+    CqHeadlessCalls m_UpdateText;
+    /// Calls of all streams; shared with them, because a stream may outlive the service. A failure
+    /// has the cause FILE_CAUSE_HARD_IO.
+    struct StreamCalls {
+        CqHeadlessCalls m_Read;
+        CqHeadlessCalls m_Write;
+        CqHeadlessCalls m_Seek;
+        CqHeadlessCalls m_GetLength;
+        CqHeadlessCalls m_Close;
+    };
+    const std::shared_ptr<StreamCalls> m_pStream = std::make_shared<StreamCalls>();
+
+    /// Whether disks are to be asked by the wide query. At first they are.
+    void fnSetWideSpaceQuery(bool wide) { m_bWide = wide; }
+    /// Both as they are given; a directory need not stand.
+    void fnSetTempDirectory(std::string directory) { m_szTemp = std::move(directory); }
+    void fnSetConfigDirectory(std::string directory) { m_szConfig = std::move(directory); }
+    const std::string& fnGetConfiguredDirectory() const { return m_szConfig; }
+
+    bool fnGetTempDirectory(std::string& directory) override;
+    bool fnGetConfigDirectory(std::string& directory) override;
+    bool fnExists(const char* path) override;
+    bool fnCreateDirectory(const char* path) override;
+    std::vector<std::string> fnFind(const char* mask) override;
+    bool fnDelete(const char* name) override;
+    bool fnGetInfo(const char* name, bool exclusive, CqFileInfo& info) override;
+    bool fnHasWideSpaceQuery() override { return m_bWide; }
+    bool fnGetSpace(const char* path, CqDiskSpace& space) override;
+    bool fnGetClusters(const char* path, CqDiskClusters& clusters) override;
+    std::unique_ptr<CqFileStream> fnOpen(const char* name, const CqFileMode& mode,
+                                         CQ_FILE_CAUSE& cause) override;
+    CQ_FILE_CAUSE fnReplace(const char* from, const char* to) override;
+    bool fnReadText(const char* name, std::string& text) override;
+    bool fnUpdateText(const char* name,
+                      const std::function<bool(std::string& text)>& edit) override;
+
+private:
+    std::shared_ptr<CqHeadlessDisks> m_pDisks;
+    std::string m_szTemp;
+    std::string m_szConfig;
+    bool m_bWide = true;
+};

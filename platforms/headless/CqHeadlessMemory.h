@@ -1,0 +1,48 @@
+#pragma once
+
+#include "platforms/headless/CqHeadlessBlock.h"
+#include "platforms/headless/CqHeadlessCalls.h"
+#include "q32Base/platform/CqMemoryService.h"
+#include "q32Base/platform/Export.h"
+
+#include <map>
+#include <memory>
+
+/// Address space of the headless world. Ranges are real memory; touching one before its commit is
+/// the caller's fault and isn't trapped.
+class Q32_API CqHeadlessMemory final : public CqMemoryService {
+public:
+    CqHeadlessMemory(std::uint64_t physicalBytes, std::shared_ptr<CqHeadlessMisuses> misuses);
+
+    CqHeadlessCalls m_Reserve; ///< calls of fnReserve
+    CqHeadlessCalls m_Commit;  ///< calls of fnCommit
+
+    void fnSetPhysicalBytes(std::uint64_t bytes) { m_nPhysicalBytes = bytes; }
+    /// Ranges that are reserved now, committed ones included.
+    std::size_t fnGetReservedRanges() const { return m_Ranges.size(); }
+    /// Ranges that are committed now.
+    std::size_t fnGetCommittedRanges() const;
+    /// Bytes that are committed now.
+    std::uint64_t fnGetCommittedBytes() const;
+    /// Ranges released since the start.
+    std::uint64_t fnGetReleased() const { return m_nReleased; }
+
+    void* fnReserve(std::size_t size) override;
+    bool fnCommit(void* address, std::size_t size) override;
+    void fnDecommit(void* address, std::size_t size) override;
+    bool fnRelease(void* address, std::size_t size) override;
+    std::uint64_t fnGetPhysicalBytes() override { return m_nPhysicalBytes; }
+
+private:
+    struct Range {
+        CqHeadlessBlock m_Block;
+        bool m_bCommitted = false;
+        bool m_bUsed = false; ///< was committed before: no longer all zero
+    };
+    Range* fnFindRange(void* address, std::size_t size, const char* call);
+
+    std::map<void*, Range> m_Ranges;
+    std::uint64_t m_nPhysicalBytes;
+    std::uint64_t m_nReleased = 0;
+    std::shared_ptr<CqHeadlessMisuses> m_pMisuses;
+};

@@ -1,0 +1,18 @@
+# Fails when one of FILES, libraries and programs separated by commas, holds or calls code of the
+# scripted world.
+#   NM   the tool that lists symbols
+string(REPLACE "," ";" FILES "${FILES}")
+if(NOT FILES)
+    message(FATAL_ERROR "no files to look at")
+endif()
+foreach(file IN LISTS FILES)
+    execute_process(COMMAND "${NM}" -C "${file}" OUTPUT_VARIABLE symbols ERROR_QUIET COMMAND_ERROR_IS_FATAL ANY)
+    # A stripped file would prove nothing.
+    if(NOT symbols MATCHES "Cq[A-Z]")
+        message(FATAL_ERROR "${file} has no symbols to look at")
+    endif()
+    string(REGEX MATCH "[^\n]*(Headless|headless::)[^\n]*" found "${symbols}")
+    if(found)
+        message(FATAL_ERROR "${file} holds or calls code of the scripted world: ${found}")
+    endif()
+endforeach()
