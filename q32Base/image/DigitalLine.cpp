@@ -170,25 +170,6 @@ template <std::size_t Bytes>
                     bytes, Bytes);
 }
 
-/// A short line that lies in one tile, by the error itself: curves are made of such lines, and the
-/// divisions of a slope would take longer than their points.
-template <std::size_t Bytes>
-void fnPlotShort(unsigned char* at, const unsigned char* pixel, const Line& line,
-                 std::ptrdiff_t majorStride, std::ptrdiff_t minorStride) {
-    unsigned char bytes[Bytes];
-    std::memcpy(bytes, pixel, Bytes);
-    const std::int64_t gain = line.m_nGain;
-    const std::int64_t loss = line.m_nLoss;
-    std::int64_t error = gain - line.m_nSpan;
-    for (std::int64_t points = line.m_Major.m_nLength + 1; points > 0; --points) {
-        std::memcpy(place.m_pAt + offset, bytes, Bytes);
-        // All ones for a negative error: where a line steps aside can't be predicted, so no branch.
-        const std::int64_t straight = error >> 63;
-        offset += majorStride + (minorStride & ~straight);
-        error += gain - (loss & ~straight);
-    }
-}
-
 /// The address of a point, and what a step along either axis adds to it.
 struct Place {
     unsigned char* m_pAt;
