@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <span>
 #include <vector>
 
 namespace q32::qt {
@@ -21,6 +22,8 @@ namespace {
 struct Span {
     std::size_t m_nFirst;
     std::size_t m_nEnd;
+
+    std::size_t fnGetCount() const { return m_nEnd - m_nFirst; }
 };
 
 /// For each column or row of a part: the image's under it, and where the cells begin.
@@ -74,18 +77,27 @@ public:
     /// Whether the cell is to be read from the image although its reduced copy is wanted.
     bool fnIsMissing() const { return m_nShift != 0 && !m_pReduced; }
 
-    /// Pixels of a row of the image, at the columns of the image that are listed.
-    void fnPick(std::uint32_t row, const std::uint32_t* columns, std::size_t count,
-                std::uint32_t* out) const {
+    /// Pixels of some rows of the image, at the columns of the image that are listed, into rows of
+    /// a canvas.
+    void fnPick(std::span<const std::uint32_t> rows, std::span<const std::uint32_t> columns,
+                std::uint32_t* out, std::size_t stride) const {
         if (!m_pReduced) {
-            m_Reader.fnPick(row, columns, count, out);
+            m_Reader.fnPick(rows.data(), rows.size(), columns.data(), columns.size(), out,
+                            4 * stride);
             return;
         }
-        const std::size_t stride = Overview::kCellSize >> m_nShift;
-        const std::uint32_t down = row - m_nRow * Overview::kCellSize;
-        const std::uint32_t* from = m_pReduced + (down >> m_nShift) * stride;
-        for (std::size_t i = 0; i < count; ++i)
-            out[i] = from[(columns[i] - m_nColumn * Overview::kCellSize) >> m_nShift];
+        // Local, since a pixel that is stored may be any other number.
+        const unsigned shift = m_nShift;
+        const std::uint32_t left = m_nColumn * Overview::kCellSize;
+        const std::uint32_t top = m_nRow * Overview::kCellSize;
+        const std::size_t reducedStride = Overview::kCellSize >> shift;
+        const std::uint32_t* reduced = m_pReduced;
+        for (const std::uint32_t row : rows) {
+            const std::uint32_t* from = reduced + ((row - top) >> shift) * reducedStride;
+            for (std::size_t i = 0; i < columns.size(); ++i)
+                out[i] = from[(columns[i] - left) >> shift];
+            out += stride;
+        }
     }
 
 private:
@@ -96,6 +108,18 @@ private:
     std::uint32_t m_nColumn = 0;
     std::uint32_t m_nRow = 0;
 };
+
+/// Takes rows of pixels through the gamma; equal ones once.
+void fnCorrect(const CqDisplayProperty& display, std::span<const std::uint32_t> rows,
+               std::size_t count, std::uint32_t* out, std::size_t stride) {
+    for (std::size_t y = 0; y < rows.size(); ++y, out += stride) {
+        if (y > 0 && rows[y] == rows[y - 1])
+            std::memcpy(out, out - stride, count * 4);
+        else
+            display.fnGammaCorrect(reinterpret_cast<unsigned char*>(out),
+                                   static_cast<unsigned>(count), 32);
+    }
+}
 
 } // namespace
 
@@ -128,18 +152,12 @@ QRect fnSampleTiles(const CqImage& image, const Overview* overview, const Sample
             const bool coarse = cell.fnIsMissing();
             const auto& xs = coarse ? across.m_Pairs : across.m_Index;
             const auto& ys = coarse ? down.m_Pairs : down.m_Index;
-            const std::size_t count = columns.m_nEnd - columns.m_nFirst;
-            for (std::size_t y = rows.m_nFirst; y < rows.m_nEnd; ++y) {
-                std::uint32_t* out = corner + y * stride + columns.m_nFirst;
-                if (y > rows.m_nFirst && ys[y] == ys[y - 1]) {
-                    std::memcpy(out, out - stride, count * 4);
-                    continue;
-                }
-                cell.fnPick(ys[y], xs.data() + columns.m_nFirst, count, out);
-                if (gamma)
-                    display->fnGammaCorrect(reinterpret_cast<unsigned char*>(out),
-                                            static_cast<unsigned>(count), 32);
-            }
+            const auto listedRows = std::span(ys).subspan(rows.m_nFirst, rows.fnGetCount());
+            std::uint32_t* out = corner + rows.m_nFirst * stride + columns.m_nFirst;
+            cell.fnPick(listedRows, std::span(xs).subspan(columns.m_nFirst, columns.fnGetCount()),
+                        out, stride);
+            if (gamma)
+                fnCorrect(*display, listedRows, columns.fnGetCount(), out, stride);
         }
     }
     return {across.m_nFirst, down.m_nFirst, static_cast<int>(across.m_Index.size()),

@@ -7,7 +7,9 @@
 #include "q32Base/pixels/PixelConversion.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <span>
 
 namespace {
 
@@ -65,35 +67,95 @@ void fnForEachRun(const CqTileMap& map, const CRect& rect, std::size_t stride,
     });
 }
 
-/// Collects pixels of one row at some columns, as stored, at 4 bits one index a byte.
-template <std::size_t Bytes>
-void fnGather(const q32::PixelArea& area, std::uint32_t y, const std::uint32_t* columns,
-              std::size_t count, unsigned char* out) {
-    for (std::size_t i = 0; i < count;) {
-        const std::uint32_t first = area.fnRunBegin(columns[i]);
-        const std::uint32_t length = area.fnRunEnd(columns[i]) - first;
-        const unsigned char* row = area.fnAt(first, y);
-        for (; i < count && columns[i] - first < length; ++i)
-            std::memcpy(out + i * Bytes, row + std::size_t{columns[i] - first} * Bytes, Bytes);
+struct IndexRange {
+    std::uint32_t m_nLeast, m_nMost;
+};
+
+/// The range that columns or rows lie in; most is 0 of none. Four at a time, since each comparison
+/// waits for the one before it.
+IndexRange fnFindRange(const std::uint32_t* columns, std::size_t count) {
+    constexpr std::size_t kLanes = 4;
+    std::uint32_t least[kLanes] = {UINT32_MAX, UINT32_MAX, UINT32_MAX, UINT32_MAX};
+    std::uint32_t most[kLanes] = {};
+    const auto look = [&](std::size_t lane, std::uint32_t column) {
+        least[lane] = std::min(least[lane], column);
+        most[lane] = std::max(most[lane], column);
+    };
+    std::size_t i = 0;
+    for (; i + kLanes <= count; i += kLanes) {
+        look(0, columns[i]);
+        look(1, columns[i + 1]);
+        look(2, columns[i + 2]);
+        look(3, columns[i + 3]);
     }
+    for (; i < count; ++i)
+        look(0, columns[i]);
+    return {std::min(std::min(least[0], least[1]), std::min(least[2], least[3])),
+            std::max(std::max(most[0], most[1]), std::max(most[2], most[3]))};
 }
 
-void fnGatherNibbles(const CqTileMap& map, std::uint32_t y, const std::uint32_t* columns,
-                     std::size_t count, unsigned char* out) {
-    const unsigned char* row = map.PixelBuffer + std::size_t{y} * map.RowBytes;
-    for (std::size_t i = 0; i < count; ++i)
-        out[i] = q32::fnGetNibble(row, columns[i]);
-}
+/// Picks pixels of some columns, which lie in the image, from one row after the other.
+class Picking {
+public:
+    Picking(const CqTileMap& map, const q32::PixelReading& run, std::size_t pixelBytes,
+            std::span<const std::uint32_t> columns, const IndexRange& range)
+        : m_Map(map), m_Run(run), m_nPixelBytes(pixelBytes), m_Columns(columns), m_Range(range) {
+        if (map.BytesPerPixel == 0 || columns.empty())
+            return;
+        const q32::PixelArea area(map);
+        m_nFirst = area.fnRunBegin(range.m_nLeast);
+        m_bOneTile = range.m_nMost < area.fnRunEnd(range.m_nLeast);
+        const std::size_t span = range.m_nMost - range.m_nLeast + std::size_t{1};
+        m_bDense = m_bOneTile && pixelBytes == 4 && span <= kChunk && span <= 2 * columns.size();
+    }
 
-void fnGatherPixels(const CqTileMap& map, std::uint32_t y, const std::uint32_t* columns,
-                    std::size_t count, unsigned char* out) {
-    if (map.BytesPerPixel == 0)
-        return fnGatherNibbles(map, y, columns, count, out);
-    using Gather = void (*)(const q32::PixelArea&, std::uint32_t, const std::uint32_t*, std::size_t,
-                            unsigned char*);
-    static constexpr Gather kGathers[] = {fnGather<1>, fnGather<2>, fnGather<3>, fnGather<4>};
-    kGathers[map.BytesPerPixel - 1](q32::PixelArea(map), y, columns, count, out);
-}
+    void fnPickRow(std::uint32_t y, unsigned char* out) const {
+        if (m_Map.BytesPerPixel == 0)
+            return m_Run.fnPick(m_Map.PixelBuffer + std::size_t{y} * m_Map.RowBytes, 0,
+                                m_Columns.data(), m_Columns.size(), out);
+        if (m_bDense)
+            return fnPickDense(y, out);
+        if (m_bOneTile)
+            return m_Run.fnPick(q32::PixelArea(m_Map).fnAt(m_nFirst, y), m_nFirst, m_Columns.data(),
+                                m_Columns.size(), out);
+        fnPickAcross(y, out);
+    }
+
+private:
+    /// Where most pixels are picked, all are converted at the speed of the kernels.
+    void fnPickDense(std::uint32_t y, unsigned char* out) const {
+        unsigned char pixels[4 * kChunk];
+        m_Run.fnRun(q32::PixelArea(m_Map).fnAt(m_Range.m_nLeast, y), pixels,
+                    m_Range.m_nMost - m_Range.m_nLeast + std::size_t{1});
+        for (const std::uint32_t column : m_Columns) {
+            std::memcpy(out, pixels + 4 * std::size_t{column - m_Range.m_nLeast}, 4);
+            out += 4;
+        }
+    }
+
+    void fnPickAcross(std::uint32_t y, unsigned char* out) const {
+        const q32::PixelArea area(m_Map);
+        for (std::size_t done = 0; done < m_Columns.size();) {
+            const std::uint32_t first = area.fnRunBegin(m_Columns[done]);
+            const std::uint32_t length = area.fnRunEnd(m_Columns[done]) - first;
+            std::size_t next = done + 1;
+            while (next < m_Columns.size() && m_Columns[next] - first < length)
+                ++next;
+            m_Run.fnPick(area.fnAt(first, y), first, m_Columns.data() + done, next - done,
+                         out + done * m_nPixelBytes);
+            done = next;
+        }
+    }
+
+    const CqTileMap& m_Map;
+    const q32::PixelReading& m_Run;
+    std::size_t m_nPixelBytes;
+    std::span<const std::uint32_t> m_Columns;
+    IndexRange m_Range;
+    std::uint32_t m_nFirst = 0; ///< of the tile's columns
+    bool m_bOneTile = false;
+    bool m_bDense = false;
+};
 
 } // namespace
 
@@ -128,21 +190,22 @@ bool CqPixelReader::fnReadRow(std::uint32_t x, std::uint32_t y, std::uint32_t co
            fnRead(rect, out, count * m_nPixelBytes);
 }
 
-bool CqPixelReader::fnPick(std::uint32_t y, const std::uint32_t* columns, std::size_t count,
-                           void* out) const {
-    if (!m_pMap || m_pMap != m_Image.TileMap || y >= m_pMap->Height)
+bool CqPixelReader::fnPick(const std::uint32_t* rows, std::size_t rowCount,
+                           const std::uint32_t* columns, std::size_t count, void* out,
+                           std::size_t stride) const {
+    const std::size_t rowBytes = count * m_nPixelBytes;
+    if (!m_pMap || m_pMap != m_Image.TileMap || stride < rowBytes)
         return false;
-    std::uint32_t last = 0;
-    for (std::size_t i = 0; i < count; ++i)
-        last = std::max(last, columns[i]);
-    if (last >= m_pMap->Width)
+    const IndexRange across = fnFindRange(columns, count);
+    if (fnFindRange(rows, rowCount).m_nMost >= m_pMap->Height || across.m_nMost >= m_pMap->Width)
         return false;
+    const Picking picking(*m_pMap, m_Run, m_nPixelBytes, {columns, count}, across);
     auto* to = static_cast<unsigned char*>(out);
-    unsigned char pixels[4 * kChunk];
-    for (std::size_t done = 0; done < count; done += kChunk) {
-        const std::size_t part = std::min(kChunk, count - done);
-        fnGatherPixels(*m_pMap, y, columns + done, part, pixels);
-        m_Run.fnRun(pixels, to + done * m_nPixelBytes, part);
+    for (std::size_t i = 0; i < rowCount && count > 0; ++i, to += stride) {
+        if (i > 0 && rows[i] == rows[i - 1])
+            std::memcpy(to, to - stride, rowBytes);
+        else
+            picking.fnPickRow(rows[i], to);
     }
     return true;
 }

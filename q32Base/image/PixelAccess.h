@@ -47,7 +47,13 @@ public:
     bool fnReadRow(std::uint32_t x, std::uint32_t y, std::uint32_t count, void* out) const;
     /// Reads the pixels of row `y` at the columns that are listed, in any order. False if one of
     /// them isn't inside the image.
-    bool fnPick(std::uint32_t y, const std::uint32_t* columns, std::size_t count, void* out) const;
+    bool fnPick(std::uint32_t y, const std::uint32_t* columns, std::size_t count, void* out) const {
+        return fnPick(&y, 1, columns, count, out, count * m_nPixelBytes);
+    }
+    /// The same for several rows, whose pixels go to rows that lie `stride` bytes apart. A row that
+    /// is listed twice on end is read once. False also for a stride that is shorter than a row.
+    bool fnPick(const std::uint32_t* rows, std::size_t rowCount, const std::uint32_t* columns,
+                std::size_t count, void* out, std::size_t stride) const;
 
 private:
     const CqImage& m_Image;

@@ -1,8 +1,10 @@
 #include "q32Base/pixels/PixelConversion.h"
 
+#include "q32Base/pixels/Nibbles.h"
 #include "q32Base/pixels/PixelFormat.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 namespace q32 {
@@ -37,6 +39,86 @@ std::uint32_t fnJoin(unsigned int red, unsigned int green, unsigned int blue) {
     return red << 16 | green << 8 | blue;
 }
 
+/// Four bytes at once, the first one at the lowest address.
+void fnPutBytes(std::uint8_t* out, unsigned int first, unsigned int second, unsigned int third,
+                unsigned int fourth) {
+    const std::uint32_t pixel = std::endian::native == std::endian::little
+                                    ? first | second << 8 | third << 16 | fourth << 24
+                                    : first << 24 | second << 16 | third << 8 | fourth;
+    std::memcpy(out, &pixel, sizeof(pixel));
+}
+
+template <PIXEL_ORDER Order>
+void fnPutColor(std::uint8_t* out, const PixelColor& color) {
+    if constexpr (Order == PIXEL_ARGB32)
+        fnPutBytes(out, color.m_nAlpha, color.m_nRed, color.m_nGreen, color.m_nBlue);
+    else if constexpr (Order == PIXEL_BGRA32)
+        fnPutBytes(out, color.m_nBlue, color.m_nGreen, color.m_nRed, color.m_nAlpha);
+    else if constexpr (Order == PIXEL_BGRX32)
+        fnPutBytes(out, color.m_nBlue, color.m_nGreen, color.m_nRed, 255);
+    else if constexpr (Order == PIXEL_RGB24)
+        pixels::fnPack24(out, color);
+    else
+        *out = fnGreyOf(color.m_nRed, color.m_nGreen, color.m_nBlue);
+}
+
+/// Pixel x of a row.
+template <std::uint32_t Bits>
+PixelColor fnGetColor(const RGBQUAD* palette, const std::uint8_t* row, std::size_t x) {
+    constexpr const PixelFormat& format = fnPixelFormat(Bits);
+    if constexpr (format.m_bIndexed) {
+        const RGBQUAD& entry = palette[Bits == 4 ? fnGetNibble(row, x) : row[x]];
+        return {entry.rgbRed, entry.rgbGreen, entry.rgbBlue};
+    } else {
+        return format.m_fnUnpack(row + x * format.m_nBytes);
+    }
+}
+
+template <std::uint32_t Bits, PIXEL_ORDER Order>
+void fnPickPixels(const RGBQUAD* palette, const std::uint8_t* row, std::uint32_t first,
+                  const std::uint32_t* columns, std::size_t count, std::uint8_t* out) {
+    if constexpr (Order == PIXEL_STORED) {
+        constexpr std::size_t bytes = Bits < 8 ? 1 : Bits / 8;
+        for (std::size_t i = 0; i < count; ++i, out += bytes) {
+            const std::size_t x = columns[i] - first;
+            if constexpr (Bits == 4)
+                *out = fnGetNibble(row, x);
+            else
+                std::memcpy(out, row + x * bytes, bytes);
+        }
+    } else {
+        constexpr std::size_t bytes = Order == PIXEL_RGB24 ? 3 : Order == PIXEL_GREY8 ? 1 : 4;
+        for (std::size_t i = 0; i < count; ++i, out += bytes)
+            fnPutColor<Order>(out, fnGetColor<Bits>(palette, row, columns[i] - first));
+    }
+}
+
+/// The loop for a depth and an order.
+template <std::uint32_t Bits>
+auto fnChoosePickOf(PIXEL_ORDER order) {
+    switch (order) {
+    case PIXEL_STORED:
+        return fnPickPixels<Bits, PIXEL_STORED>;
+    case PIXEL_ARGB32:
+        return fnPickPixels<Bits, PIXEL_ARGB32>;
+    case PIXEL_BGRA32:
+        return fnPickPixels<Bits, PIXEL_BGRA32>;
+    case PIXEL_RGB24:
+        return fnPickPixels<Bits, PIXEL_RGB24>;
+    case PIXEL_GREY8:
+        return fnPickPixels<Bits, PIXEL_GREY8>;
+    default:
+        return fnPickPixels<Bits, PIXEL_BGRX32>;
+    }
+}
+
+auto fnChoosePick(std::uint32_t bits, PIXEL_ORDER order) {
+    using Choose = decltype(&fnChoosePickOf<8>);
+    static constexpr Choose kChoices[] = {fnChoosePickOf<4>, fnChoosePickOf<8>, fnChoosePickOf<16>,
+                                          fnChoosePickOf<24>, fnChoosePickOf<32>};
+    return kChoices[&fnPixelFormat(bits) - kPixelFormats](order);
+}
+
 } // namespace
 
 std::size_t fnGetOrderBytes(std::uint32_t bits, PIXEL_ORDER order) {
@@ -53,7 +135,7 @@ std::size_t fnGetOrderBytes(std::uint32_t bits, PIXEL_ORDER order) {
 }
 
 PixelReading::PixelReading(std::uint32_t bits, const RGBQUAD* palette, PIXEL_ORDER order)
-    : m_nBits(bits), m_eOrder(order) {
+    : m_nBits(bits), m_eOrder(order), m_fnPick(fnChoosePick(bits, order)) {
     for (std::size_t i = 0; fnIsIndexed(bits) && i < kPaletteSlots; ++i) {
         m_Palette[i] = palette[i];
         m_Palette[i].rgbReserved = 255;

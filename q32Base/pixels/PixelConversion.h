@@ -33,11 +33,22 @@ public:
     /// @param in  pixels as stored, but at 4 bits one index a byte
     void fnRun(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const;
 
+    /// Single pixels of a row that begins with pixel `first` of the image: those at the columns of
+    /// the image that are listed.
+    void fnPick(const std::uint8_t* row, std::uint32_t first, const std::uint32_t* columns,
+                std::size_t count, std::uint8_t* out) const {
+        m_fnPick(m_Palette, row, first, columns, count, out);
+    }
+
 private:
+    using Pick = void (*)(const RGBQUAD* palette, const std::uint8_t* row, std::uint32_t first,
+                          const std::uint32_t* columns, std::size_t count, std::uint8_t* out);
+
     void fnRunIndices(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const;
 
     std::uint32_t m_nBits;
     PIXEL_ORDER m_eOrder;
+    Pick m_fnPick;
     RGBQUAD m_Palette[kPaletteSlots]; ///< of indexed depths, with 255 in the reserved byte
     std::uint8_t m_Greys[kPaletteSlots];
 };

@@ -232,6 +232,43 @@ TEST_F(PixelAccess, PickingGivesThePixelsOfARowInTheOrderOfItsList) {
     }
 }
 
+TEST_F(PixelAccess, PickingRowsAndColumnsGivesTheirCrossings) {
+    Random random(6);
+    for (int round = 0; round < 300; ++round) {
+        CqImage image;
+        fnAlloc(image, random, fnRandomSide(random), fnRandomSide(random), fnRandomBits(random));
+        const PIXEL_ORDER order = kOrders[random() % std::size(kOrders)];
+        const std::size_t bytes = fnBytesOf(image.BitCount, order);
+        // Often close together, as a view lists them.
+        const auto list = [&](std::uint32_t length) {
+            const std::uint32_t first = random() % length;
+            const std::uint32_t reach = random() % 2 ? length - first : 1 + random() % 4;
+            std::vector<std::uint32_t> places(random() % 40);
+            for (std::uint32_t& place : places)
+                place = std::min(length - 1, first + random() % reach);
+            if (random() % 4)
+                std::sort(places.begin(), places.end());
+            return places;
+        };
+        const std::vector<std::uint32_t> rows = list(image.Height);
+        const std::vector<std::uint32_t> columns = list(image.Width);
+        const std::size_t stride = columns.size() * bytes + random() % 5;
+        Bytes out(rows.size() * stride + 1, kGuard);
+        Bytes expected = out;
+        const Rows stored = fnRows(image);
+        for (std::size_t y = 0; y < rows.size(); ++y)
+            for (std::size_t x = 0; x < columns.size(); ++x) {
+                const Bytes pixel =
+                    fnInOrder(image, fnStored(image.BitCount, stored[rows[y]], columns[x]), order);
+                std::copy(pixel.begin(), pixel.end(), expected.data() + y * stride + x * bytes);
+            }
+        const CqPixelReader reader(image, order);
+        ASSERT_TRUE(reader.fnPick(rows.data(), rows.size(), columns.data(), columns.size(),
+                                  out.data(), stride));
+        ASSERT_TRUE(out == expected) << image.BitCount << " bits, order " << order;
+    }
+}
+
 TEST_F(PixelAccess, RowsAreReadAndWrittenFromOddPixelsAndAcrossTheEdgesOfTiles) {
     Random random(4);
     for (const unsigned int bits : {4u, 8u, 16u, 24u, 32u})
@@ -300,6 +337,10 @@ TEST_F(PixelAccess, WhatIsNotInsideTheImageIsRefusedBeforeTheFirstByte) {
             const std::uint32_t columns[] = {0, 130, 0};
             EXPECT_FALSE(reader.fnPick(0, columns, 3, block.data()));
             EXPECT_FALSE(reader.fnPick(140, columns, 1, block.data()));
+            const std::uint32_t picked[] = {0, 140};
+            EXPECT_FALSE(reader.fnPick(picked, 2, columns, 1, block.data(), 4));
+            EXPECT_FALSE(reader.fnPick(columns, 1, picked, 2, block.data(), 8));
+            EXPECT_FALSE(reader.fnPick(columns, 1, columns, 1, block.data(), bytes - 1));
             EXPECT_TRUE(reader.fnPick(0, columns, 0, block.data()));
             EXPECT_TRUE(reader.fnRead({130, 140, 130, 140}, block.data(), 0));
             EXPECT_TRUE(writer.fnWrite({7, 0, 7, 140}, block.data(), 0));
