@@ -86,21 +86,22 @@ public:
                             4 * stride);
             return;
         }
-        // Local, since a pixel that is stored may be any other number.
-        const unsigned shift = m_nShift;
-        const std::uint32_t left = m_nColumn * Overview::kCellSize;
-        const std::uint32_t top = m_nRow * Overview::kCellSize;
-        const std::size_t reducedStride = Overview::kCellSize >> shift;
-        const std::uint32_t* reduced = m_pReduced;
         for (const std::uint32_t row : rows) {
-            const std::uint32_t* from = reduced + ((row - top) >> shift) * reducedStride;
-            for (std::size_t i = 0; i < columns.size(); ++i)
-                out[i] = from[(columns[i] - left) >> shift];
+            fnPickReduced(row, columns.data(), columns.size(), out);
             out += stride;
         }
     }
 
 private:
+    void fnPickReduced(std::uint32_t row, const std::uint32_t* columns, std::size_t count,
+                       std::uint32_t* out) const {
+        const std::size_t stride = Overview::kCellSize >> m_nShift;
+        const std::uint32_t down = row - m_nRow * Overview::kCellSize;
+        const std::uint32_t* from = m_pReduced + (down >> m_nShift) * stride;
+        for (std::size_t i = 0; i < count; ++i)
+            out[i] = from[(columns[i] - m_nColumn * Overview::kCellSize) >> m_nShift];
+    }
+
     CqPixelReader m_Reader;
     const Overview* m_pOverview;
     unsigned m_nShift;
