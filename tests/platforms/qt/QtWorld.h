@@ -1,5 +1,4 @@
-/// @file
-/// The library on the desktop back end, with its files in a folder of its own.
+/// @file The library on the desktop back end, with its files in its own folder.
 #pragma once
 
 #include "platforms/qt/qt.h"
