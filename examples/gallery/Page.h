@@ -1,11 +1,10 @@
-/// @file
-/// The pages of the gallery: plain values, and how they become HTML.
+/// @file The pages of the gallery: plain values, and their conversion to HTML.
 #pragma once
 
 #include <string>
 #include <vector>
 
-/// A picture file and what is to be seen in it.
+/// A picture file and its description.
 struct Plate {
     std::string m_File; ///< without its folder
     std::string m_Caption;
@@ -27,16 +26,16 @@ struct Section {
 };
 
 struct Page {
-    std::string m_Name; ///< for the file's name
+    std::string m_Name; ///< used in the file name
     std::string m_Title;
     std::string m_Text;
-    std::string m_Cover; ///< the picture that stands for the page; may be empty
-    bool m_bFullSize;    ///< whether pictures are shown pixel for pixel, or small, to be clicked on
+    std::string m_Cover; ///< the picture that represents the page; may be empty
+    bool m_bFullSize;    ///< whether pictures are shown at full size, or reduced and linked
     std::vector<Section> m_Sections;
 };
 
-/// Writes each page to a file of its own, and index.html, which leads to them. They need nothing
-/// but the pictures beside them.
+/// Writes each page to its own file, and index.html, which links to them. They need nothing but the
+/// pictures beside them.
 /// @return the path of index.html, or of the first file that can't be written, and whether all were
 struct PagesResult {
     std::string m_Path;
