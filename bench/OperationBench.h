@@ -29,6 +29,7 @@ inline void fnPaint(CqImage& image) {
             i % 20000 < 2000 ? 255 : 20 + (i / 5000) % 200 + random() % 16);
 }
 
+/// Reports the rate in pixels.
 inline void fnCountPixels(benchmark::State& state, std::uint32_t width, std::uint32_t height) {
     state.counters["MPix/s"] = benchmark::Counter(width * static_cast<double>(height) * 1e-6,
                                                   benchmark::Counter::kIsIterationInvariantRate);

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Runs the benchmark programs, keeps their JSON, compares two builds and writes the results page.
+"""Runs the benchmark programs, keeps their JSON, compares two builds, and writes the page of results.
 
-Each figure is the best of all rounds: other work on a machine only ever makes a run slower. With
-two builds the rounds alternate, so that both meet the same conditions.
+Each figure is the best of all rounds: other work on a machine only ever makes a run slower. With two
+builds the rounds alternate, so that both meet the same conditions.
 """
 import argparse
 import json

@@ -30,6 +30,7 @@ private:
     std::uniform_real_distribution<double> m_Number;
 };
 
+/// Reports `perPass` items per iteration as a rate.
 inline void fnTellRate(benchmark::State& state, const char* name, double perPass) {
     state.counters[name] = benchmark::Counter(perPass * static_cast<double>(state.iterations()),
                                               benchmark::Counter::kIsRate);

@@ -17,11 +17,13 @@ struct Easel {
     std::string m_Note; ///< a result, appended to the caption
 };
 
+/// One result with its caption.
 struct Step {
     const char* m_Caption;
     void (*m_Do)(Easel& easel);
 };
 
+/// Steps that all begin with the same picture.
 struct Exhibit {
     const char* m_Name; ///< used in file names
     const char* m_Title;
@@ -30,12 +32,14 @@ struct Exhibit {
     std::span<const Step> m_Steps;
 };
 
+/// Exhibits under one heading.
 struct Hall {
     const char* m_Title;
     const char* m_Text;
     std::span<const Exhibit> m_Exhibits;
 };
 
+/// The exhibits of one page.
 struct Wing {
     const char* m_Name; ///< used in the page's file name
     const char* m_Title;

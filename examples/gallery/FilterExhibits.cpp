@@ -7,12 +7,12 @@
 
 namespace {
 
-/// Weights of a square of pixels. Each channel's sum is divided; then 128 is added or the sign
-/// dropped.
+/// Weights of a square of pixels. Each channel's weighted sum is divided, then treated by m_eSign
+/// and clamped to 0 to 255.
 struct Kernel {
     int m_nSide; ///< 3 or 5
     int m_nDivisor;
-    enum Sign { CUT, DROP, MIDDLE } m_eSign; ///< treatment of negative sums
+    enum Sign { CUT, DROP, MIDDLE } m_eSign; ///< keep, drop the sign, add 128
     int m_Weights[25];
 };
 

@@ -19,12 +19,14 @@ struct Row {
     std::vector<Plate> m_Plates;
 };
 
+/// Rows under one heading.
 struct Section {
     std::string m_Title;
     std::vector<std::string> m_Facts; ///< one paragraph each
     std::vector<Row> m_Rows;
 };
 
+/// One HTML page.
 struct Page {
     std::string m_Name; ///< used in the file name
     std::string m_Title;
@@ -34,11 +36,10 @@ struct Page {
     std::vector<Section> m_Sections;
 };
 
+struct PagesResult {
+    std::string m_Path; ///< of index.html, or of the first file that can't be written
+    bool m_bDone;       ///< whether all files were written
+};
 /// Writes each page to its own file, and index.html, which links to them. They need nothing but the
 /// pictures beside them.
-/// @return the path of index.html, or of the first file that can't be written, and whether all were
-struct PagesResult {
-    std::string m_Path;
-    bool m_bDone;
-};
 PagesResult fnWritePages(const std::string& folder, const std::vector<Page>& pages);

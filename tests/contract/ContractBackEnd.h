@@ -51,6 +51,7 @@ struct ContractWorld {
     std::shared_ptr<ContractDump> m_pDump;
 };
 
+/// A back end under test: its contracts, and how to make a world for one test of it.
 struct ContractBackEnd {
     std::string m_szName; ///< letters and digits, unique in the program
     std::set<CONTRACT> m_Contracts;
@@ -62,6 +63,7 @@ std::vector<ContractBackEnd> fnGetBackEnds();
 /// Those that must meet a contract.
 std::vector<ContractBackEnd> fnGetBackEnds(CONTRACT contract);
 
+/// Shows the name in the output of parameterized tests.
 void PrintTo(const ContractBackEnd& backEnd, std::ostream* stream);
 
 /// Base of the suites.

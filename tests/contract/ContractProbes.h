@@ -51,6 +51,7 @@ struct ContractBox {
     UINT m_nIcon = 0;        ///< of MB_ICONMASK
 };
 
+/// The message boxes, as the user answers them.
 class ContractBoxes {
 public:
     virtual ~ContractBoxes() = default;
@@ -58,6 +59,7 @@ public:
     virtual void fnAnswer(int button, std::function<void(const ContractBox&)> look) = 0;
 };
 
+/// The keyboard and other input, as the user operates them.
 class ContractKeys {
 public:
     virtual ~ContractKeys() = default;

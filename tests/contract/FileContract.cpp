@@ -116,7 +116,7 @@ TEST_P(FileContract, ANewFileIsRefusedWhereAnythingExists) {
     EXPECT_EQ(fnOpen(m_World.m_szDirectory, kNew, FILE_CAUSE_ACCESS_DENIED), nullptr);
 }
 
-TEST_P(FileContract, AFileTakesAnotherOnesPlaceOrAFreeOne) {
+TEST_P(FileContract, AFileReplacesAnotherOrTakesAFreeName) {
     const std::string from = fnName("new.txt");
     const std::string to = fnName("old.txt");
     for (const char* text : {"first", "second"}) {

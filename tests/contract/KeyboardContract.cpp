@@ -112,7 +112,7 @@ TEST_P(KeyboardContract, MessagesOfTheKeyboardAreInItsRange) {
     }
 }
 
-TEST_P(KeyboardContract, OtherInputStaysInItsOrder) {
+TEST_P(KeyboardContract, OtherInputKeepsItsOrder) {
     m_Keys.fnClick(1);
     m_Keys.fnPress('A');
     m_Keys.fnClick(2);
@@ -125,7 +125,7 @@ TEST_P(KeyboardContract, OtherInputStaysInItsOrder) {
     EXPECT_EQ(m_Keys.fnGetClicks(5), (std::vector<int>{1, 2, 3, 4, 5}));
 }
 
-TEST_P(KeyboardContract, OtherInputAloneIsNoKey) {
+TEST_P(KeyboardContract, OtherInputAloneIsNotAKey) {
     m_Keys.fnClick(VK_ESCAPE);
     fnExpectNone();
     EXPECT_FALSE(m_Keyboard.fnIsKeyDown(VK_ESCAPE));

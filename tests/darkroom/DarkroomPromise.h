@@ -8,6 +8,7 @@
 #include <QImage>
 #include <QSpinBox>
 
+/// Compares a dialog's preview with the result of its operation.
 class DarkroomPromise : public DarkroomWindow {
 protected:
     darkroom::PictureView& fnView() const { return m_pWindow->fnGetView(); }

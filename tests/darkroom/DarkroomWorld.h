@@ -43,6 +43,7 @@ private:
     const std::function<void()>& m_OnLook;
 };
 
+/// Base of the window's tests: attaches the library, makes a window, and answers its dialogs.
 class DarkroomWindow : public testing::Test {
 protected:
     void SetUp() override;

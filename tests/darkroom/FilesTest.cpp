@@ -206,7 +206,7 @@ TEST_F(DarkroomFiles, AnUnreadableFileLeavesThePictureUnchanged) {
     }
 }
 
-TEST_F(DarkroomFiles, APictureThatCannotBeSavedKeepsItsMark) {
+TEST_F(DarkroomFiles, APictureThatCannotBeSavedStaysModified) {
     fnOpenChanged("source.bmp");
     ASSERT_TRUE(QFile::exists("/proc/version"));
     for (const QString& path : {fnPath("no such folder/a.png"), QString("/proc/version/a.png"),

@@ -78,7 +78,7 @@ INSTANTIATE_TEST_SUITE_P(Colors, DarkroomLooks, testing::Bool(),
 
 } // namespace
 
-TEST_P(DarkroomLooks, TheWindowTakesThePalettesColors) {
+TEST_P(DarkroomLooks, TheWindowUsesThePalettesColors) {
     fnDo("sound");
     m_pWindow->fnGetView().fnSetZoom(0.25);
     QCoreApplication::processEvents();

@@ -202,6 +202,7 @@ public:
     }
 };
 
+/// A window without size or messages.
 class CqFakeWnd : public CWnd {
 public:
     CRect GetClientRect() const override { return {}; }
@@ -210,6 +211,7 @@ public:
     bool IsWindow() const override { return true; }
 };
 
+/// An application with at most one document template.
 class CqFakeApp : public CWinApp {
 public:
     bool m_bMDI = false;
@@ -225,6 +227,7 @@ public:
     }
 };
 
+/// Returns the application and main window that a test sets; neither is owned.
 class CqFakeWindows : public CqWindowService {
 public:
     CWinApp* m_pApp = nullptr;

@@ -8,6 +8,7 @@ class CqProgressDisplay;
 
 namespace darkroom {
 
+/// Which pixels of the second picture cover the first one.
 enum class MergeRule {
     ALL,       ///< every pixel
     KEY,       ///< all but a key colour
@@ -15,6 +16,7 @@ enum class MergeRule {
     ALPHA      ///< pixels that the second picture's alpha shows
 };
 
+/// Position and rule of a merge.
 struct MergePlan {
     MergeRule m_eRule = MergeRule::ALL;
     CqColor m_Key;

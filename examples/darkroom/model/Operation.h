@@ -13,6 +13,7 @@ class CqProgressDisplay;
 
 namespace darkroom {
 
+/// Kind of a value; it selects the control in the dialog.
 enum class ParameterKind {
     NUMBER, ///< an integer between two limits
     SWITCH, ///< 0 or 1

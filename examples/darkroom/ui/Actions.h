@@ -12,6 +12,7 @@ class MainWindow;
 /// The condition under which an action is enabled.
 enum class Needs { NOTHING, PICTURE, COLOR_PICTURE, SELECTABLE, SELECTION };
 
+/// An action of a menu.
 struct ActionEntry {
     const char* m_pszId;
     const char* m_pszText; ///< null: a separator
@@ -21,6 +22,7 @@ struct ActionEntry {
     void (MainWindow::*m_pRun)();
 };
 
+/// A mouse tool, selected by an action.
 struct ToolEntry {
     const char* m_pszId;
     const char* m_pszText;
@@ -34,6 +36,7 @@ struct ActionTable {
     static std::span<const ActionEntry> fnGetActions();
 };
 
+/// The mouse tools, in the order of the menu.
 std::span<const ToolEntry> fnGetTools();
 
 inline constexpr char kMenuFile[] = "&File";

@@ -35,7 +35,7 @@ TEST_F(ImageView, PositionsConvertThereAndBack) {
     }
 }
 
-TEST_F(ImageView, StepsGoAlongRoundZooms) {
+TEST_F(ImageView, StepsUseRoundZooms) {
     ASSERT_NO_FATAL_FAILURE(fnMake(100, 100, 24));
     m_pView->fnSetZoom(1.0);
     std::vector<double> zooms;

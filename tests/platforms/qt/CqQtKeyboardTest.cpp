@@ -201,7 +201,7 @@ TEST_F(QtKeyboard, AWaitingClickStaysWhereTheProgramClosesAnotherWindow) {
     EXPECT_EQ(m_Window.m_Seen, (std::vector<std::string>{"press 10", "release 10", "close"}));
 }
 
-TEST_F(QtKeyboard, AClickThatWaitedMayEndTheBackEnd) {
+TEST_F(QtKeyboard, AWaitingClickMayDestroyTheBackEnd) {
     m_Window.m_OnPress = [this] {
         q32Detach();
         m_Platform = {};

@@ -18,6 +18,7 @@
 #include <new>
 #include <QScrollBar>
 
+/// Base of the view's tests, attached to the headless platform.
 class ImageView : public testing::Test {
 protected:
     void SetUp() override { ASSERT_TRUE(q32Attach(q32HeadlessPlatform())); }

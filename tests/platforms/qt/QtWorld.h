@@ -11,6 +11,7 @@
 #include <QTemporaryDir>
 #include <string>
 
+/// Base of tests of the desktop back end: attached to it from SetUp to TearDown.
 class QtWorld : public testing::Test {
 protected:
     CqQtOptions fnOptions() const {
