@@ -1,5 +1,4 @@
-// Makes a picture in which red increases to the right and green downwards, and reads its corner
-// back.
+// Makes a picture with red increasing to the right and green downwards; reads its corner back.
 #include "platforms/headless/headless.h"
 #include "q32Base/q32Base.h"
 

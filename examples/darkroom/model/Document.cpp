@@ -16,12 +16,12 @@ namespace {
 constexpr int kNoMemory = -1;
 constexpr int kNotSupported = -102;
 
-/// Share of the copying, in percent, in an edit limited to the selection.
+/// Progress of an edit limited to the selection, in percent, after copying and after editing.
 constexpr unsigned int kPartCopied = 10;
 constexpr unsigned int kPartEdited = 90;
-/// Share of making the mask, in percent, in a selection.
+/// Progress of a selection, in percent, once its mask is made.
 constexpr unsigned int kMaskMade = 50;
-/// Share of the conversion, in percent, in a pattern fill.
+/// Progress of a pattern fill, in percent, once the pattern is converted.
 constexpr unsigned int kPatternConverted = 20;
 
 Outcome fnFail(int message, const std::string& path) {

@@ -11,7 +11,7 @@ namespace darkroom {
 
 namespace {
 
-/// Share of finding the result's rectangle, in percent.
+/// Progress in percent once the result's rectangle is found.
 constexpr unsigned int kBoundFound = 50;
 
 /// The rectangle in which a mask has pixels.

@@ -28,7 +28,7 @@ CRect fnFindPart(const CqImage& image, const CqImage& over, const MergePlan& pla
 
 bool fnMergePicture(CqImage& image, CqImage& over, const MergePlan& plan, CqMask* selection,
                     CqProgressDisplay* progress) {
-    constexpr unsigned int kMasked = 20; // percent of the total
+    constexpr unsigned int kMasked = 20; // progress in percent after each step
     constexpr unsigned int kConverted = 50;
     CqMask alpha;
     CqMask* mask = plan.m_eRule == MergeRule::SELECTION ? selection : nullptr;

@@ -8,7 +8,7 @@
 
 namespace darkroom {
 
-/// Share of taking the snapshot, in percent, in a change.
+/// Progress of a change, in percent, once its snapshot is taken.
 inline constexpr unsigned int kCopyPercent = 20;
 
 /// Reports to a progress object, which may be null, how much of a task is done. False when the user
