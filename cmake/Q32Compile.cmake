@@ -1,4 +1,4 @@
-# The flags that every target of this tree is built with.
+# Compiler flags of every target in this tree.
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
@@ -25,9 +25,9 @@ if(Q32_WERROR)
     add_compile_options(-Werror)
 endif()
 
-# q32_sources(<target> <file>...): sources of this folder. The file's suffix alone decides which
-# instruction set it may use: _avx2.cpp and _avx512.cpp are compiled for those, all else for the
-# baseline processor.
+# q32_sources(<target> <file>...): sources of this folder. The file's suffix alone selects the
+# instruction set: _avx2.cpp and _avx512.cpp are compiled for those, all others for the baseline
+# processor.
 function(q32_sources target)
     foreach(file IN LISTS ARGN)
         target_sources(${target} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/${file}")
@@ -44,9 +44,9 @@ function(q32_sources target)
     endforeach()
 endfunction()
 
-# q32_headers(<target> <file>...): public headers of this folder. They are installed with the target,
-# at the same place below include/q32Base/ as in the tree, and each is checked to compile alone. Headers that
-# are not named here stay inside.
+# q32_headers(<target> <file>...): public headers of this folder. They are installed with the
+# target, at the same place below include/q32Base/ as in the tree, and each is checked to compile on
+# its own. Headers not listed here are private.
 function(q32_headers target)
     list(TRANSFORM ARGN PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/")
     target_sources(${target} PUBLIC

@@ -8,7 +8,7 @@
 
 namespace darkroom {
 
-/// Does `work`, which must not let its failure into Qt's event loop; false when memory ran out.
+/// Runs `work` and keeps its failure out of Qt's event loop; false when memory is exhausted.
 template <typename Work>
 bool fnTry(Work&& work) {
     try {
@@ -22,7 +22,7 @@ bool fnTry(Work&& work) {
     return false;
 }
 
-/// The same, and the user is told.
+/// The same, and reports the failure to the user.
 template <typename Work>
 void fnTryAloud(Work&& work) {
     if (!fnTry(std::forward<Work>(work)))

@@ -7,7 +7,7 @@ namespace darkroom {
 
 namespace {
 
-/// Whether a pixel of the second picture covers the first one's by a rule.
+/// Whether a rule lets a pixel of the second picture cover the first one's.
 class Cover {
 public:
     Cover(const MergePlan& plan, Document& document, bool hasAlpha)

@@ -13,7 +13,7 @@ PatternDialog::PatternDialog(CqImage& pattern, PictureView& view, QWidget* paren
       m_pX(fnAddPixels(tr("Left:"), "x", 0, static_cast<int>(pattern.Width) - 1)),
       m_pY(fnAddPixels(tr("Top:"), "y", 0, static_cast<int>(pattern.Height) - 1)) {
     for (QSpinBox* box : {m_pX, m_pY})
-        box->setWrapping(true); // tiles that are moved by one of them lie as they did
+        box->setWrapping(true); // moving the tiles by one full tile changes nothing
     fnAddFoot();
     fnChanged();
 }

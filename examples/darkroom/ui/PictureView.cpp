@@ -15,7 +15,7 @@ namespace darkroom {
 
 namespace {
 
-/// A curve has a start, two handles and an end: it is told by clicks.
+/// A curve has a start, two handles and an end, each set by a click.
 constexpr std::size_t kCurvePoints = 4;
 constexpr QRgb kShade = qRgba(0, 0, 0, 150);
 
@@ -23,7 +23,7 @@ bool fnIsDragged(Tool tool) {
     return tool != Tool::PAN && tool != Tool::CURVE && tool != Tool::PICK;
 }
 
-/// Seen on any ground: light on dark.
+/// Light on dark, visible on any background.
 void fnDrawContrast(QPainter& painter, const QPainterPath& line) {
     painter.strokePath(line, QPen(QColor(0, 0, 0, 180), 3));
     painter.strokePath(line, QPen(Qt::white, 1));
@@ -80,7 +80,7 @@ QImage PictureView::fnMakeShade() const {
     const SeenPart seen(*this, fnGetVisible());
     const std::vector<int>& columns = seen.m_Columns.m_Samples;
     CqImageLine line;
-    int read = -1; // row of the mask that the line stands on
+    int read = -1; // row of the mask that `line` holds
     for (std::size_t y = 0; y < seen.m_Rows.m_Samples.size(); ++y) {
         const int row = seen.m_Rows.m_Samples[y];
         auto* const out =
@@ -122,7 +122,7 @@ QPainterPath PictureView::fnMakePath() const {
     };
     QPainterPath path(place(0));
     if (m_eTool == Tool::CURVE && outline.size() > 2) {
-        // What isn't clicked yet lies under the cursor.
+        // Points not yet clicked follow the cursor.
         path.cubicTo(place(1), place(2), place(outline.size() - 1));
         return path;
     }
@@ -179,7 +179,7 @@ void PictureView::fnTakeMove(const QMouseEvent& event) {
     if (m_Points.empty())
         return;
     if (m_bDragging && !(event.buttons() & Qt::LeftButton))
-        return fnDrop(); // it was let go over another window, a dialog's maybe
+        return fnDrop(); // released over another window, perhaps a dialog
     const QPointF place = fnToImage(event.position());
     m_Cursor = CqPoint2D(place.x(), place.y());
     if (m_bDragging) {
