@@ -14,7 +14,7 @@ public:
     /// Deletes the palette; device contexts that have it selected deselect it. False if there was
     /// none.
     bool DeleteObject();
-    /// Number of entries, truncated to 16 bits; 0 without a palette.
+    /// Number of entries; 0 without a palette.
     WORD GetEntryCount() const;
     /// Copies up to `count` entries from `first` on; returns the number copied.
     UINT GetPaletteEntries(UINT first, UINT count, PALETTEENTRY* entries) const;

@@ -18,7 +18,7 @@ public:
     /// then stays reserved.
     virtual bool fnCommit(void* address, std::size_t size) = 0;
 
-    /// Decommits a range; the address space stays reserved.
+    /// Releases the memory of a committed range; the address space stays reserved.
     virtual void fnDecommit(void* address, std::size_t size) = 0;
 
     /// Releases a reserved range. False, without effect, for a null address.

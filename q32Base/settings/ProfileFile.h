@@ -23,8 +23,8 @@ enum class PROFILE_EDIT {
 
 /// Copies the value of a key into `buffer`, without a pair of matching quotes around it, truncated
 /// to `size` bytes including the NUL. A missing key, and a line without "=", gives `fallback`,
-/// without its trailing spaces and a pair of quotes. A quoted value of n bytes deliberately needs n
-/// + 2 bytes: with n + 1 it loses its last character.
+/// without its trailing spaces and a pair of quotes. A quoted value deliberately needs a buffer of
+/// two bytes more than its text: with one byte more it loses its last character.
 /// @return the bytes stored, without the NUL; 0, with the buffer untouched, for a size of 0
 std::size_t fnReadProfileString(std::string_view text, std::string_view section,
                                 std::string_view key, std::string_view fallback, char* buffer,

@@ -1,8 +1,8 @@
 /// @file
 /// The settings file that the memory policy, the display property and the dump window share.
-/// Sections and keys are given as ids of the string table. Every call accesses the file.
-/// Reading and writing don't throw: if the file is missing or unreadable or memory is exhausted,
-/// keys read as missing; a write that fails returns false.
+/// Sections and keys are given as ids of the string table. Every call accesses the file. Reading
+/// and writing don't throw: if the file is missing or unreadable or memory is exhausted, keys read
+/// as missing; a write that fails returns false.
 #pragma once
 
 #include "q32Base/framework/CString.h"

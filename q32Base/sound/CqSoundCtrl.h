@@ -33,7 +33,7 @@ public:
     /// Creates the child window, opens the mixer and reads its values; those that can't be read are
     /// unchanged.
     /// @param nID    the control's id in the parent's notifications
-    /// @param nStep  step of the relative setters, up to 255
+    /// @param nStep  step of the relative setters; one above 255 may wrap
     /// @return false without a parent window or a mixer with controls on a speaker line, and if the
     ///         window already exists, which is then unchanged
     bool fnCreate(CWnd* pParent, unsigned int nID, unsigned int nStep);
