@@ -118,7 +118,7 @@ public:
     virtual bool fnReadText(const char* name, std::string& text) = 0;
     /// Rewrites a small text file: reads it (empty if missing), passes it to `edit` and, if that
     /// returns true, replaces the file atomically. Other processes that rewrite it the same way are
-    /// excluded meanwhile. True when done, and when `edit` made no change.
+    /// excluded meanwhile. True when done, and when `edit` returned false.
     virtual bool fnUpdateText(const char* name,
                               const std::function<bool(std::string& text)>& edit) = 0;
 };
