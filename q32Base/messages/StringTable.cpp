@@ -17,7 +17,7 @@ struct Entry {
     const char* m_szText;
 };
 
-/// In rising order of the numbers.
+/// Sorted by id.
 constexpr Entry kTable[] = {
     {16, "Save the content of this window"},
     {32, "Places the window above all other windows"},

@@ -6,7 +6,7 @@
 
 namespace q32 {
 
-/// Numbers of the entries that the code names. A message of the id -n is entry 10000 - n.
+/// Ids of the entries that the code refers to. Message -n is entry 10000 - n.
 enum STRING_ID : UINT {
     STRING_DUMP_SAVE_PROMPT = 16,
     STRING_DUMP_ON_TOP_PROMPT = 32,
@@ -38,12 +38,12 @@ enum STRING_ID : UINT {
     STRING_IDLE_PROMPT = 57345
 };
 
-/// The text of an entry, which lives as long as the library; null when there is none.
+/// The text of an entry, valid for the life of the program; null if there is none.
 const char* fnFindString(UINT id);
 
-/// Copies an entry into a buffer of `size` bytes, cut to what fits with its end mark.
-/// @return the bytes copied without the end mark; 0, with the buffer emptied, for an entry that
-///         there isn't; -1, with the buffer untouched, for a size below 1
+/// Copies an entry into a buffer of `size` bytes, truncated to fit with its NUL.
+/// @return the bytes copied, without the NUL; 0, with the buffer emptied, for a missing entry; -1,
+///         with the buffer untouched, for a size below 1
 int fnLoadString(UINT id, char* buffer, int size);
 
 } // namespace q32

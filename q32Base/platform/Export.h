@@ -1,6 +1,6 @@
 #pragma once
 
-/// Marks what leaves the library. All else is hidden.
+/// Marks exported symbols; all others are hidden.
 #if defined(_WIN32)
 #if defined(Q32_BUILDING)
 #define Q32_API __declspec(dllexport)

@@ -10,9 +10,9 @@
 #include <cstdint>
 #include <memory>
 
-/// The window that dump streams show in, over the back end's view. There is one at most. It lives
-/// as long as it is the module's window, or a command of its menu runs: a command, which may open
-/// dialogs, can outlive the window's end.
+/// The window that shows dump streams, on top of the back end's view. There is at most one. It
+/// lives while it is the module's window or a command of its menu runs: a command may open a
+/// dialog, during which the window can be closed.
 class CqDumpWnd : public CObject,
                   public CqDumpViewEvents,
                   public std::enable_shared_from_this<CqDumpWnd> {
@@ -20,16 +20,16 @@ public:
     static const CRuntimeClass classCqDumpWnd;
     const CRuntimeClass* GetRuntimeClass() const override;
 
-    /// The work of the two flat functions.
+    /// Implement `q32CreateDumpWnd` and `q32DestroyDumpWnd`.
     static bool fnCreateOnly();
     static void fnDestroyOnly() noexcept;
 
-    /// Shows a stream's whole text, if there is a window. Fails silently.
-    /// @param stream  who writes; only compared
-    /// @param before  how much of the text its last call has shown
+    /// Shows a stream's text, if there is a window. Fails silently.
+    /// @param stream  identifies the stream; only compared
+    /// @param before  bytes of the text before this output
     static void fnShowText(const void* stream, const char* text, std::size_t length,
                            std::size_t before) noexcept;
-    /// A stream ends. What it has shown stays.
+    /// Called when a stream is destroyed. Its text stays in the view.
     static void fnForget(const void* stream) noexcept;
 
     bool fnOnSysCommand(UINT id) override;
@@ -43,12 +43,12 @@ private:
     void fnSave();
     void fnSaveAs(const char* path);
     void fnSaveLayout() noexcept;
-    /// Reads the rectangle (false) and the fields from the settings, or writes them (true).
+    /// Reads the rectangle and the fields from the settings, or writes them if `saving`.
     bool fnLayout(CRect& rect, bool saving);
 
     CFont m_Font;                        ///< of the text; may have no handle
     std::unique_ptr<CqDumpView> m_pView; ///< frame, text and status bar
-    const void* m_pShown = nullptr;      ///< the stream whose text stands in the view
+    const void* m_pShown = nullptr;      ///< the stream whose text the view shows
     CString m_strPrefDir;                ///< folder of the last save
     std::int32_t m_bOnTop = 1;
 };

@@ -15,13 +15,13 @@
 namespace q32 {
 namespace {
 
-/// An entry of the string table in a buffer of the size that names have.
+/// A section's or key's name, copied from the string table.
 struct Name {
     explicit Name(UINT id) { fnLoadString(id, m_szText, static_cast<int>(sizeof(m_szText))); }
     char m_szText[kShortSettingBytes];
 };
 
-/// Runs `work`; false if it fails by an exception.
+/// The result of `work`; false if it throws.
 template <typename Work>
 bool fnTry(Work&& work) noexcept {
     try {
