@@ -195,7 +195,7 @@ bool CqDisplayProperty::fnEnableGamma(bool bEnable) {
             [this] { m_pGammaCurve.reset(q32::fnNewArray<unsigned char>(kCurveBytes)); }))
         return false;
     fnCalcGammaCurve();
-    fnBuild666Palette(); // still sees gamma as off, deliberately
+    fnBuild666Palette(); // with gamma still off, deliberately
     m_bGammaEnabled = true;
     return true;
 }

@@ -1,5 +1,6 @@
-/// @file The path of pixels to a device, for both tiles and lines: they are converted to rows of a
-/// device bitmap, which are then padded, gamma-corrected, dithered and drawn.
+/// @file
+/// The path of pixels to a device, for both tiles and lines: they are converted to rows of a device
+/// bitmap, which are then padded, gamma-corrected, dithered and drawn.
 #pragma once
 
 #include "q32Base/platform/Records.h"

@@ -1,5 +1,6 @@
-/// @file The buffers that a tile map keeps for drawing: the device bitmap, the staged pixels and
-/// the palette.
+/// @file
+/// The buffers that a tile map keeps for drawing: the device bitmap, the staged pixels and the
+/// palette.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,5 @@
-/// @file Switches gamma off for one draw.
+/// @file
+/// Switches gamma off for one draw.
 #pragma once
 
 #include "q32Base/display/CqDisplayProperty.h"

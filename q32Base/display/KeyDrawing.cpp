@@ -53,8 +53,7 @@ bool fnMakeKey(const CqTileMap& map, const CqMergeParam& param, KeyScan& scan) {
         scan = {{0}, 1, 1};
         return param.m_pMask && param.m_pMask->TileMap;
     }
-    scan = {
-        {0}, map.BitCount == 32 ? std::size_t{1} : std::size_t{0}, 4}; // alpha is the first byte
+    scan = {{0}, map.BitCount == 32 ? std::size_t{1} : std::size_t{0}, 4}; // alpha comes first
     return true;
 }
 

@@ -1,5 +1,6 @@
-/// @file The palette for drawing on an 8-bit display. On other displays, and without a device
-/// context, these functions do nothing.
+/// @file
+/// The palette for drawing on an 8-bit display. On other displays, and without a device context,
+/// these functions do nothing.
 #pragma once
 
 class CDC;

@@ -1,5 +1,6 @@
-/// @file What the Bezier curves share: evaluation, halving, the flatness test, and the recursion
-/// that divides a curve into flat parts.
+/// @file
+/// What the Bezier curves share: evaluation, halving, the flatness test, and the recursion that
+/// divides a curve into flat parts.
 ///
 /// A cubic halves in closed form, a quadratic by repeated interpolation; that difference and the
 /// order of all sums affect the results.

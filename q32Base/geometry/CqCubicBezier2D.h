@@ -50,8 +50,8 @@ struct Q32_API CqCubicBezier2D {
     void fnSubdivide(double t, CqCubicBezier2D& left, CqCubicBezier2D& right) const;
     /// Reverses the curve's direction. Thickness and box stay.
     void fnReverse();
-    /// The mean length of the curve's four quarters, deliberately: about a quarter of its length,
-    /// so multiply by 4.
+    /// The mean length of the curve's four quarters, deliberately: about a quarter of its length.
+    /// Multiply it by 4.
     double fnFindLength() const;
 
     /// Crossings with the vertical line at `x` (the horizontal one at `y`): the other coordinate

@@ -74,10 +74,10 @@ public:
     /// Finds the segment with the perpendicular foot nearest to `point`, at any distance: the point
     /// need not lie on the polyline. Ties go to the earlier segment. A segment of length zero is
     /// always chosen, with a `t` that is not-a-number, and so is each foot after it, deliberately.
+    /// When memory runs out, a message box reports it and the result is false.
     /// @param index   -1 when there is no foot on any segment; `t` and `nearest` are then left as
     ///                they were
-    /// @param nearest may be null When memory runs out, a message box reports it and the result is
-    ///                false.
+    /// @param nearest may be null
     bool fnIntersectPoint(const CqPoint2D& point, int& index, double& t, CqPoint2D* nearest) const;
     /// Lists where the vertical line at `x` (the horizontal one at `y`) crosses, in the order of
     /// the segments: the other coordinate in `values`, the position in `where`, which may be null.

@@ -1,4 +1,5 @@
-/// @file The tolerances that all 2-D geometry shares, pi, and the comparisons based on them.
+/// @file
+/// The tolerances that all 2-D geometry shares, pi, and the comparisons based on them.
 ///
 /// Tolerances are absolute and per coordinate: neither relative nor Euclidean. "Same" and
 /// "different" are separate tests, both strict, so that values exactly GEOM_EPSILON apart are

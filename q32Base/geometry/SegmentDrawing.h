@@ -1,4 +1,5 @@
-/// @file Draws segments in real coordinates as lines of pixels.
+/// @file
+/// Draws segments in real coordinates as lines of pixels.
 #pragma once
 
 #include "q32Base/geometry/CqPoint2D.h"

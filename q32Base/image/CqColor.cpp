@@ -10,7 +10,7 @@ static_assert(HSB_UNDEFINED_HUE == q32::kUndefinedHue);
 
 namespace {
 
-/// The limits of one television standard, and how it forms its signal.
+/// The limits of one television standard and the coefficients of its signal.
 struct VideoLimits {
     double m_dGamma;
     double m_dChroma;

@@ -189,10 +189,9 @@ public:
     /// An abort of a rotation by 180 degrees leaves the rows swapped so far swapped; only a
     /// snapshot taken before restores the picture.
     /// @param background  colour of the area outside the picture; index 0 if the palette lacks it
-    /// @param center      in: the pivot, in pixels; null is the middle. Out: its position in the
-    /// new
-    ///                    picture. Not written for no rotation (less than 1e-10 degrees off a
-    ///                    multiple of 360), for 4 bits, after a failure, and after an abort at a
+    /// @param center      in: the pivot, in pixels; null is the middle. Out: its position in
+    ///                    the new picture. Not written for no rotation (less than 1e-10 degrees off
+    ///                    a multiple of 360), for 4 bits, after a failure, and after an abort at a
     ///                    right angle; written after an abort at any other angle.
     /// @param antiAlias   blends four pixels, with a margin larger by 2; a palette image gets the
     ///                    margin too, but is never blended

@@ -186,8 +186,7 @@ void CqTileMap::fnAccessLine(std::uint32_t row, CqImageLine* line, bool readOnly
     }
     if (line->Claim) {
         const CSingleLock lock(LineLock);
-        line->Claim =
-            false; // so that a failure of the list doesn't leave the accessor with a claim
+        line->Claim = false; // until the list holds it: AddTail may fail
         LockedLines.AddTail(row);
         line->Claim = true;
     }

@@ -6,8 +6,8 @@
 ///
 /// Masks combine by addition and subtraction: the bitmap grows or shrinks to the resulting area,
 /// and the bound rectangle follows. Sums that overflow as signed bytes become 255, all others keep
-/// their low eight bits: 100 and 100 give 255, but 200 and 100 give 44. This is deliberate; hosts
-/// keep weights below 128, or at 255.
+/// their low eight bits: 100 and 100 give 255, but 200 and 100 give 44. This is deliberate: keep
+/// weights below 128, or at 255.
 class Q32_API CqMask : public CqImage {
 public:
     static const CRuntimeClass classCqMask;

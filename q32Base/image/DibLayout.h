@@ -1,4 +1,5 @@
-/// @file The layout of a device-independent bitmap. Headers are parsed only here.
+/// @file
+/// The layout of a device-independent bitmap. Headers are parsed only here.
 #pragma once
 
 #include "q32Base/platform/Records.h"

@@ -90,11 +90,11 @@ private:
     }
 };
 
-/// Steps along the shorter axis as a product, so that no point depends on the one before it. j
-/// steps after an error e, their number is the integer part of (e + loss - gain + j * gain) / loss.
-/// Both terms are held as multiples of 2^-56, rounded up, so each is too large by at most 1 unit; a
-/// quotient that isn't an integer lies at least 1 / loss below the next integer. The loss is at
-/// most 2^34, so the integer part is exact for more than 2^21 steps.
+/// Steps along the shorter axis as a product, so that no point depends on the one before it. After
+/// j steps from an error e, their number is the integer part of (e + loss - gain + j * gain) /
+/// loss. Both terms are held as multiples of 2^-56, rounded up, so each is too large by at most 1
+/// unit; a quotient that isn't an integer lies at least 1 / loss below the next integer. The loss
+/// is at most 2^34, so the integer part is exact for more than 2^21 steps.
 class Slope {
 public:
     static constexpr unsigned kBits = 56;

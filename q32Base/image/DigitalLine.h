@@ -1,4 +1,5 @@
-/// @file One-pixel lines in integer coordinates, written directly into tiles.
+/// @file
+/// One-pixel lines in integer coordinates, written directly into tiles.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,5 @@
-/// @file Access to an image's pixels for hosts, views and plug-ins: rows, rectangles and scattered
+/// @file
+/// Access to an image's pixels for hosts, views and plug-ins: rows, rectangles and scattered
 /// pixels, at any depth, with the colours of palette images resolved.
 ///
 ///     std::vector<unsigned char> row(4 * image.Width);

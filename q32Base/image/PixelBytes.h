@@ -1,5 +1,5 @@
-/// @file How a colour is stored in the bytes of one pixel, for single-pixel access, fills and
-/// lines.
+/// @file
+/// How a colour is stored in the bytes of one pixel, for single-pixel access, fills and lines.
 #pragma once
 
 #include "q32Base/image/CqColor.h"

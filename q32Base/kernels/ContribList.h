@@ -1,5 +1,5 @@
-/// @file The weights of the cubic filter: which samples along an axis contribute to one output
-/// position.
+/// @file
+/// The weights of the cubic filter: which samples along an axis contribute to one output position.
 #pragma once
 
 #include <cstdint>
@@ -27,8 +27,7 @@ struct FixedPointSum {
     float m_fUnit = 0.0F;      ///< the reciprocal of the weights' denominator
     std::uint8_t m_nRadix = 0; ///< a weight is its high part times the radix plus its low part
     std::uint8_t m_nBegin = 0; ///< the first entry; those before have a weight of 0
-    std::uint8_t m_nPairs =
-        0; ///< of two entries, from there on; of an odd number the last is alone
+    std::uint8_t m_nPairs = 0; ///< of entries, from there on; an odd last one has no partner
 };
 
 /// All samples of one output position.

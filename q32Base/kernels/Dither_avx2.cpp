@@ -9,8 +9,8 @@ namespace {
 
 // The palette index without a division.
 //
-// A component c = 51 q + r has level q, plus 1 if r >= t. There are two cases: c <  t: the level is
-// 0, since then q = 0 and r < t.
+// A component c = 51 q + r has level q, plus 1 if r >= t. There are two cases:
+//   c <  t: the level is 0, since then q = 0 and r < t.
 //   c >= t: the level is (c - t) / 51 + 1, since c - t = 51 q + (r - t), and r - t lies between
 //           -50 and 50: the quotient is q for r >= t and q - 1 below.
 // With d = c - t and its high nibble h, the quotient is 16 h / 51, plus 1 if d has reached the next

@@ -40,7 +40,7 @@ private:
     __m256i m_Pixel;
 };
 
-// Three registers hold whole pixels of every size.
+// Three registers hold an integral number of pixels of every size.
 constexpr std::size_t kPeriod = 96;
 
 template <std::size_t Bytes>

@@ -1,5 +1,5 @@
-/// @file The parts that the table of kernels is assembled from. Included only by the kernels'
-/// sources.
+/// @file
+/// The parts that the table of kernels is assembled from. Included only by the kernels' sources.
 #pragma once
 
 #include "q32Base/kernels/ContribList.h"

@@ -62,9 +62,9 @@ std::uint64_t fnEntry(const std::uint8_t* entries, std::uint8_t index) {
     return entry;
 }
 
-// Eight pixels a to h of three bytes fill three words: first  c c b b b a a a    second  f e e e d
-// d d c    third  h h h g g g f f (from the high byte to the low one). Returns the number of pixels
-// done.
+// Eight pixels a to h of three bytes fill three words:
+//   first  c c b b b a a a    second  f e e e d d d c    third  h h h g g g f f
+// (from the high byte to the low one). Returns the number of pixels done.
 std::size_t fnLookUp24(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                        const std::uint8_t* entries) {
     const auto at = [&](std::size_t i) { return fnEntry(entries, source[i]) & 0xFFFFFF; };

@@ -1,5 +1,6 @@
-/// @file The arithmetic of 16-bit pixels: five bits of red, six of green, five of blue. Only the
-/// vector kernels have forms of their own.
+/// @file
+/// The arithmetic of 16-bit pixels: five bits of red, six of green, five of blue. Only the vector
+/// kernels have forms of their own.
 #pragma once
 
 #include "q32Base/kernels/Rgb8.h"

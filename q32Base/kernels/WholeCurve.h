@@ -9,8 +9,8 @@ namespace q32 {
 namespace avx512 {
 namespace {
 
-// The whole curve in four registers. One permutation looks up 128 entries by the low seven bits of
-// an index; the top bit then chooses between the two halves.
+// The complete curve in four registers. One permutation looks up 128 entries by the low seven bits
+// of an index; the top bit then chooses between the two halves.
 class WholeCurve {
 public:
     explicit WholeCurve(const std::uint8_t* curve)

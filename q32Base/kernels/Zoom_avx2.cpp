@@ -7,8 +7,8 @@ namespace q32 {
 namespace avx2 {
 namespace {
 
-// How many complete pixels a 16-byte store holds: five three-byte pixels and one meaningless byte,
-// so a store needs space for 16 bytes in the run.
+// How many complete pixels a 16-byte store holds. Of three-byte pixels it holds five and one
+// meaningless byte, so a store needs space for 16 bytes in the run.
 template <std::size_t kBytes>
 constexpr std::size_t kStorePixels = 16 / kBytes;
 

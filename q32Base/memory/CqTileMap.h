@@ -44,10 +44,10 @@ class CqTileMap {
 public:
     static constexpr std::uint32_t kMaxTileSize = 128;
 
+    /// Raises the memory exception, also for a width or height of 0, a depth that isn't 4, 8, 16,
+    /// 24 or 32, and a size of 4 GiB or more.
     /// @param palette  null: the depth's default palette; `q32GreyRamp`: the grey ramp; else a
-    ///                 table of `count` entries. Both are ignored for 16 bits and above. Raises the
-    ///                 memory exception, also for a width or height of 0, a depth that isn't 4, 8,
-    ///                 16, 24 or 32, and a size of 4 GiB or more.
+    ///                 table of `count` entries. Both are ignored for 16 bits and above.
     CqTileMap(std::uint32_t width, std::uint32_t height, std::uint32_t bitCount,
               const RGBQUAD* palette, std::uint32_t count);
     ~CqTileMap();
@@ -98,7 +98,7 @@ public:
         return column + 1 == TilesAcross ? LastTileWidth : TileWidth;
     }
 
-    /// Copy a whole row out of its tiles, or into them; `RowBytes` bytes in the image's byte order.
+    /// Copy a row out of its tiles, or into them: `RowBytes` bytes in the image's byte order.
     void fnFetchRow(std::uint32_t row, unsigned char* out) const;
     void fnStoreRow(std::uint32_t row, const unsigned char* in);
 
@@ -123,8 +123,7 @@ public:
     std::uint32_t BufferSize;             ///< RowBytes x Height
     bool GrayScale = false;
     std::uint32_t LastTileHeight;
-    CPalette* SavedPalette =
-        nullptr; ///< the device context's own palette while one of the library's is selected
+    CPalette* SavedPalette = nullptr; ///< what the device context had selected before drawing
     std::uint32_t DibTileBytes;
     std::uint32_t PackedTileBytes;
     std::uint32_t DrawDibCapacity = 0;

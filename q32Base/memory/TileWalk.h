@@ -1,5 +1,6 @@
-/// @file Where the pixels of an image lie, and the walk over its tiles. All arguments must lie
-/// inside the image.
+/// @file
+/// Where the pixels of an image lie, and the walk over its tiles. All arguments must lie inside the
+/// image.
 #pragma once
 
 #include "q32Base/framework/Values.h"

@@ -27,8 +27,8 @@ bool fnSetFixedPointWeights(ContribList& list);
 /// side; a source shorter than the filter's support is reflected repeatedly.
 class ContribTable {
 public:
-    /// @param scale  target over source; above 0 Raises the memory exception, also for a table that
-    ///               can't fit in memory.
+    /// Raises the memory exception, also for a table that can't fit in memory.
+    /// @param scale  target over source; above 0
     ContribTable(double scale, std::uint32_t dstCount, std::uint32_t srcCount);
 
     const ContribList& operator[](std::uint32_t i) const { return m_pLists[i]; }

@@ -24,10 +24,10 @@ class CqImage;
 /// read without claims.
 class Q32_API CqConvMask {
 public:
+    /// Raises the memory exception.
     /// @param image  not owned
     /// @param lines  height of the window; 0 counts as 1
-    /// @param row    the row before the first centre row: -1 to start at row 0 Raises the memory
-    ///               exception.
+    /// @param row    the row before the first centre row: -1 to start at row 0
     CqConvMask(const CqImage& image, unsigned int lines, int row);
     virtual ~CqConvMask() = default;
     CqConvMask(const CqConvMask&) = delete;

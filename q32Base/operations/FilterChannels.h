@@ -1,5 +1,6 @@
-/// @file The channels that the filter convolves, as bytes: a pixel's own bytes, but at 16 bits one
-/// byte for each of its three channels.
+/// @file
+/// The channels that the filter convolves, as bytes: a pixel's own bytes, but at 16 bits one byte
+/// for each of its three channels.
 #pragma once
 
 #include "q32Base/kernels/Rgb565.h"

@@ -23,8 +23,8 @@ struct WalkOrder {
 /// the walk, and reported as done once, when the walk has left it for good or on destruction.
 class PageWalk {
 public:
-    /// @param coming  the advice for cells to come
     /// The area must outlive this object.
+    /// @param coming  the advice for cells to come
     PageWalk(const PixelArea& area, CQ_VIEW_ADVICE coming, const WalkOrder& order);
     ~PageWalk();
     PageWalk(const PageWalk&) = delete;

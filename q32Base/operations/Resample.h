@@ -1,6 +1,7 @@
-/// @file Resizing. Each function fills `target` from `source`, which have the same depth, and
-/// returns false when it was aborted: the contents of `target` are then meaningless. `progress` may
-/// be null. Memory failures are raised as CMemoryException.
+/// @file
+/// Resizing. Each function fills `target` from `source`, which have the same depth, and returns
+/// false when it was aborted: the contents of `target` are then meaningless. `progress` may be
+/// null. Memory failures are raised as CMemoryException.
 #pragma once
 
 #include <cstdint>

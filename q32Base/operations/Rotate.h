@@ -1,6 +1,7 @@
-/// @file Rotation of images of 8 bits and more. `progress` may be null; false means that the
-/// operation was aborted, and the contents of a target map are then meaningless. Memory failures
-/// are raised as CMemoryException.
+/// @file
+/// Rotation of images of 8 bits and more. `progress` may be null; false means that the operation
+/// was aborted, and the contents of a target map are then meaningless. Memory failures are raised
+/// as CMemoryException.
 #pragma once
 
 #include "q32Base/framework/Values.h"

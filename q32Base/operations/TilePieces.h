@@ -1,6 +1,7 @@
-/// @file Copies from one image to another, split into pieces that lie in one tile of each.
-/// Rectangles must lie inside their images, with 8 bits a pixel or more, since a piece's left edge
-/// is a byte address.
+/// @file
+/// Copies from one image to another, split into pieces that lie in one tile of each. Rectangles
+/// must lie inside their images, with 8 bits a pixel or more, since a piece's left edge is a byte
+/// address.
 #pragma once
 
 #include "q32Base/framework/Values.h"

@@ -1,4 +1,5 @@
-/// @file The look-up tables of tone adjustments. Any arguments are accepted.
+/// @file
+/// The look-up tables of tone adjustments. Any arguments are accepted.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,5 @@
-/// @file Palette indices of 4 bits: two to a byte, the first in the high nibble.
+/// @file
+/// Palette indices of 4 bits: two to a byte, the first in the high nibble.
 #pragma once
 
 #include "q32Base/kernels/Kernels.h"

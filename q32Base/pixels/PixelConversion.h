@@ -1,5 +1,6 @@
-/// @file Converts runs of pixels between the form in which an image stores them and each
-/// PIXEL_ORDER. The core of image/PixelAccess.h, which hosts use.
+/// @file
+/// Converts runs of pixels between the form in which an image stores them and each PIXEL_ORDER. The
+/// core of image/PixelAccess.h, which hosts use.
 #pragma once
 
 #include "q32Base/pixels/PixelOrder.h"

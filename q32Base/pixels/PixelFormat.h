@@ -1,4 +1,5 @@
-/// @file The pixel format of each depth: one table, by bits a pixel.
+/// @file
+/// The pixel format of each depth: one table, by bits a pixel.
 ///
 /// Bytes of a pixel in memory: 4 bits, a palette index, two to a byte, even x in the high nibble; 8
 /// bits, a palette index; 16 bits, 5-6-5 stored high byte first; 24 bits, red, green, blue; 32
