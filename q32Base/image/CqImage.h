@@ -218,9 +218,9 @@ public:
     std::uint32_t TitleFlag = 1;
     std::int32_t DpiX = 0; ///< horizontal resolution; initially the screen's, in dots per inch
     std::int32_t DpiY = 0;
-    CqTileMap* TileMap = nullptr; ///< owned; null before the first allocation
-    std::uint32_t FioPlugin = 0xFFFFFFFFu;
-    CObject* PluginData = nullptr; ///< owned
+    CqTileMap* TileMap = nullptr;          ///< owned; null before the first allocation
+    std::uint32_t FioPlugin = 0xFFFFFFFFu; ///< number of the picture file's format; initially none
+    CObject* PluginData = nullptr;         ///< owned
 
 protected:
     /// Sets the initial values.

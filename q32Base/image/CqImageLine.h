@@ -87,12 +87,12 @@ public:
     bool Memoryless = false;
     bool Claim = false;
     bool ReadOnly = true;
-    std::int32_t SegX = 0;
-    std::uint32_t SegTile = 0;
-    std::int32_t SegLeft = 0;
-    std::int32_t SegTop = 0;
-    std::int32_t SegEnd = 0;
-    unsigned char* SegPixel = nullptr;
+    std::int32_t SegX = 0;             ///< column of the walk
+    std::uint32_t SegTile = 0;         ///< index of the tile that contains it
+    std::int32_t SegLeft = 0;          ///< the tile's left edge, in image pixels
+    std::int32_t SegTop = 0;           ///< the tile's top edge
+    std::int32_t SegEnd = 0;           ///< the column after the tile
+    unsigned char* SegPixel = nullptr; ///< the walk's pixel in the tile
 
 protected:
     friend class CqTileMap;

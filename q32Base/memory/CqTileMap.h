@@ -113,22 +113,22 @@ public:
     std::uint32_t TileWidth;
     std::uint32_t TileHeight;
     std::uint32_t LastTileWidth;
-    std::uint32_t PaletteCount;
-    CWnd* DrawWnd = nullptr;
+    std::uint32_t PaletteCount; ///< entries; 0 above 8 bits
+    CWnd* DrawWnd = nullptr;    ///< window of the last `fnDrawInit`; not owned
     double Zoom = 1.0;
     std::uint32_t ZoomMode = ZOOM_INFLATE; ///< a CqZoomMode
-    CRect ViewRect;
-    CRect ImageRect;
-    unsigned char* PixelBuffer = nullptr; ///< the bytes of the block
-    std::uint32_t BufferSize;             ///< RowBytes x Height
-    bool GrayScale = false;
+    CRect ViewRect;                        ///< where the image is drawn in the window
+    CRect ImageRect;                       ///< the part shown, in pixels of the scaled image
+    unsigned char* PixelBuffer = nullptr;  ///< the bytes of the block
+    std::uint32_t BufferSize;              ///< RowBytes x Height
+    bool GrayScale = false; ///< whether the palette was the grey ramp when it was made
     std::uint32_t LastTileHeight;
-    CPalette* SavedPalette = nullptr; ///< what the device context had selected before drawing
-    std::uint32_t DibTileBytes;
-    std::uint32_t PackedTileBytes;
-    std::uint32_t DrawDibCapacity = 0;
-    std::uint32_t DrawScratchCapacity = 0;
-    CList<std::uint32_t, std::uint32_t> LockedLines{10};
+    CPalette* SavedPalette = nullptr;      ///< what the device context had selected before drawing
+    std::uint32_t DibTileBytes;            ///< least size of the pixels of `DrawDib`
+    std::uint32_t PackedTileBytes;         ///< least size of `DrawScratch`
+    std::uint32_t DrawDibCapacity = 0;     ///< bytes of pixels in `DrawDib`
+    std::uint32_t DrawScratchCapacity = 0; ///< bytes of `DrawScratch`
+    CList<std::uint32_t, std::uint32_t> LockedLines{10}; ///< claimed rows
 
 private:
     q32::PixelBlock m_Block;
