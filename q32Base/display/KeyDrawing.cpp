@@ -39,7 +39,7 @@ bool fnMakeColorKey(const CqTileMap& map, unsigned long key, KeyScan& scan) {
     if (map.BitCount == 16) {
         scan = {{}, 2, 2};
         q32::fnPixelFormat(map.BitCount).m_fnPack(scan.m_Key, q32::fnPixelColor(color));
-    } else { // in steps of three bytes also at 32 bits, deliberately
+    } else { // in steps of three bytes, at 32 bits too, deliberately
         scan = {{color.m_Red, color.m_Green, color.m_Blue}, 3, 3};
     }
     return true;

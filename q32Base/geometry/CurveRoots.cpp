@@ -80,7 +80,7 @@ void fnAddThree(double p, double p3, double q, RootList<kInside>& list) {
     const double x = phi * phi;
     const double cosine = 1.0 + x * (-1.0 / 2 + x * (1.0 / 24 - x * (1.0 / 720)));
     const double sine = phi * (1.0 + x * (-1.0 / 6 + x * (1.0 / 120 - x * (1.0 / 5040))));
-    const double apart = sine * 1.7320508; // root of 3
+    const double apart = sine * 1.7320508; // the square root of 3
     if (list.fnMayCount(2.0 * cosine * s, s))
         list.fnAddUnshifted(2.0 * std::cos(phi) * s);
     if (list.fnMayCount((apart - cosine) * s, s))

@@ -1,7 +1,7 @@
 #include "q32Base/kernels/Avx2.h"
 #include "q32Base/kernels/KernelParts.h"
 
-// The weighted sums are formed in single precision first; ContribTable.cpp proves their error
+// The weighted sums are computed in single precision first; ContribTable.cpp proves their error
 // bound. Where a sum is that close to an integer, the sum in double decides.
 
 namespace q32 {
@@ -80,7 +80,7 @@ struct RowsByPixel {
     }
 };
 
-/// The bytes of four sums in double side by side.
+/// Stores the bytes of four adjacent sums in double.
 template <class Rows>
 inline void fnExactFour(const Rows& rows, const ContribList& list, std::size_t at,
                         std::uint8_t* target) {

@@ -7,7 +7,7 @@ namespace q32 {
 namespace avx2 {
 namespace {
 
-// The palette index without a division.
+// Computes the palette index without a division.
 //
 // A component c = 51 q + r has level q, plus 1 if r >= t. There are two cases:
 //   c <  t: the level is 0, since then q = 0 and r < t.

@@ -68,7 +68,7 @@ void CqTileMap::fnSetGeometry() {
 }
 
 std::uint32_t CqTileMap::fnBlockSize() const {
-    // At 4 bits, single-pixel access at the last odd column of the last row lands one byte further.
+    // At 4 bits, single-pixel access at the last odd column of the last row touches one more byte.
     return BitCount == 4 ? BufferSize + 1 : BufferSize;
 }
 

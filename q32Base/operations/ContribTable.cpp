@@ -75,7 +75,7 @@ struct CutWeight {
         : high((parts + (1 << (bits - 1))) >> bits), low(parts - high * (1 << bits)) {}
 };
 
-/// The bits of a radix at which neither part of any sum of bytes passes 16 bits, or 0.
+/// The bits of a radix at which neither part of any sum of bytes exceeds 16 bits, or 0.
 int fnRadixBits(const ContribList& list, double denominator) {
     constexpr int kMax = 127; // times 255 is below 2^15
     for (int bits = 4; bits <= 6; ++bits) {

@@ -255,7 +255,7 @@ private:
     std::uint32_t m_nRing;  ///< rows of the ring: a power of 2
     std::uint32_t m_nBlock; ///< columns of a block, at most
     std::unique_ptr<Sample[]> m_pRing;
-    std::unique_ptr<std::int32_t[]> m_pPresent; ///< which source row is where, or -1
+    std::unique_ptr<std::int32_t[]> m_pPresent; ///< the source row in each slot, or -1
     std::unique_ptr<const Sample*[]> m_pRows;   ///< null for wide sums
     std::unique_ptr<double[]> m_pWideSums;      ///< null for others
     std::unique_ptr<unsigned char[]> m_pSums;
