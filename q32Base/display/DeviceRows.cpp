@@ -12,7 +12,7 @@
 namespace q32 {
 namespace {
 
-/// A run of pixels, side by side.
+/// A run of adjacent pixels.
 struct DeviceRun {
     unsigned char* m_pSource;
     unsigned char* m_pTarget;
@@ -62,7 +62,7 @@ void fnClearPadding(BITMAPINFOHEADER& dib) {
         std::memset(end, 0, stride - used);
 }
 
-/// Puts all rows of a device bitmap on a device.
+/// Draws all rows of a device bitmap on a device.
 int fnPutRows(CDC* dc, int x, int y, const BITMAPINFOHEADER& dib) {
     const auto width = static_cast<UINT>(dib.biWidth);
     const auto rows = static_cast<UINT>(dib.biHeight);

@@ -1,6 +1,6 @@
 /// @file
-/// The way of pixels to a device, the same for tiles and for lines: they are converted to rows of a
-/// device bitmap, which are then padded, corrected by the gamma curve, dithered and put.
+/// The path of pixels to a device, for both tiles and lines: they are converted to rows of a device
+/// bitmap, which are then padded, gamma-corrected, dithered and drawn.
 #pragma once
 
 #include "q32Base/platform/Records.h"
@@ -12,28 +12,28 @@ class CDC;
 
 namespace q32 {
 
-/// Rows of pixels of an image, from the topmost one down.
+/// Rows of pixels of an image, from the top down.
 struct SourceRows {
-    unsigned char* m_pPixels; ///< in the image's format; 4 bits come as one index a byte
-    std::size_t m_nRowBytes;  ///< from a row to the next one
+    unsigned char* m_pPixels; ///< in the image's format; at 4 bits one index a byte
+    std::size_t m_nRowBytes;  ///< from one row to the next
     std::uint32_t m_nBitCount;
     const RGBQUAD* m_pPalette; ///< 256 entries, for indices
     int m_nWidth;
     int m_nHeight;
-    int m_nX; ///< place of the first pixel in the image, for the dither
+    int m_nX; ///< position of the first pixel in the image, for the dither
     int m_nY;
 };
 
 /// Converts rows of 4, 8, 16, 24 or 32 bits a pixel to a device bitmap of `deviceBits` (8, 24, 32).
-/// Indices go to 8 bits as they are, colours as indices of the palette of 216 colours. The fourth
-/// byte of 32 device bits is the palette entry's, 0, or alpha. The first row goes to `top`, and
-/// each further one `stride` bytes lower in memory.
+/// At 8 device bits, indices are copied and colours become indices of the palette of 216 colours.
+/// The fourth byte of 32 device bits is the palette entry's, 0, or alpha. The first row goes to
+/// `top`, and each further one `stride` bytes lower in memory.
 void fnConvertRows(const SourceRows& rows, std::uint32_t deviceBits, unsigned char* top,
                    std::size_t stride);
 
-/// Draws rows at (x, y) of a device, all the way. `dib` is the map's device bitmap, in the depth of
-/// the display and with room for the rows; it takes their size. Returns the scans that the device
-/// has taken; -1 on failure.
+/// Converts rows and draws them at (x, y) of a device. `dib` is the map's device bitmap, of the
+/// display's depth and large enough for the rows; its header is set to their size. Returns the
+/// number of scan lines drawn; -1 on failure.
 int fnDrawRows(CDC* dc, int x, int y, BITMAPINFOHEADER& dib, const SourceRows& rows);
 
 } // namespace q32

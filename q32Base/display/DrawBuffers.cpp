@@ -17,7 +17,7 @@ bool fnIsDeviceDepth(std::uint32_t bits) {
     return bits == 8 || bits == 24 || bits == 32;
 }
 
-/// A new DrawDib that holds `capacity` bytes of pixels in place of the present one.
+/// Replaces DrawDib by a new one for `capacity` bytes of pixels.
 void fnMakeDib(CqTileMap& map, std::uint32_t depth, std::uint32_t capacity) {
     const std::size_t slot = depth < 9 ? std::size_t{4} << depth : 0;
     const std::size_t bytes = kDibHeaderBytes + slot + capacity;

@@ -1,12 +1,12 @@
 /// @file
-/// Gamma switched off for one draw.
+/// Switches gamma off for one draw.
 #pragma once
 
 #include "q32Base/display/CqDisplayProperty.h"
 
 namespace q32 {
 
-/// Switches gamma off, if asked to, and back to what it was at its own end.
+/// Switches gamma off if `pause` is set, and restores it on destruction.
 class GammaPause {
 public:
     GammaPause(CqDisplayProperty& display, bool pause)
@@ -21,8 +21,8 @@ public:
     GammaPause(const GammaPause&) = delete;
     GammaPause& operator=(const GammaPause&) = delete;
 
-    /// Leaves gamma off beyond the draw: what a draw of an image of one tile does, deliberately. A
-    /// host that wants gamma again calls `fnEnableGamma`.
+    /// Leaves gamma off after the draw, as drawing an image of one tile does, deliberately. A host
+    /// restores gamma with `fnEnableGamma`.
     void fnLeaveOff() { m_bEndsHere = false; }
 
 private:

@@ -30,7 +30,7 @@ bool fnSelectDrawPalette(CqTileMap& map, CDC* dc, bool background) {
 void fnRestorePalette(CqTileMap& map, CDC* dc) {
     if (!fnNeedsPalette(dc))
         return;
-    // Where that fails, the device context keeps what is selected.
+    // If that fails, the device context keeps the palette selected now.
     fnTryMemory([&] { dc->SelectPalette(map.SavedPalette, true); });
     map.SavedPalette = nullptr;
 }

@@ -1,6 +1,6 @@
 /// @file
-/// The palette that an 8-bit display is drawn with. Other displays need none: nothing happens
-/// there, nor without a device context.
+/// The palette for drawing on an 8-bit display. On other displays, and without a device context,
+/// these functions do nothing.
 #pragma once
 
 class CDC;
@@ -8,11 +8,11 @@ class CqTileMap;
 
 namespace q32 {
 
-/// Selects and realizes the image's own palette, or that of 216 colours for an image of 16 bits and
-/// more; the former one is kept in the map's `SavedPalette`. False when memory runs out.
+/// Selects and realizes the image's own palette, or the one of 216 colours for an image of 16 bits
+/// and more; the previous one is kept in the map's `SavedPalette`. False when memory runs out.
 bool fnSelectDrawPalette(CqTileMap& map, CDC* dc, bool background);
 
-/// Selects the palette kept in `SavedPalette` back, in the background, and forgets it.
+/// Selects the palette in `SavedPalette` again, in the background, and clears `SavedPalette`.
 void fnRestorePalette(CqTileMap& map, CDC* dc);
 
 } // namespace q32

@@ -1,9 +1,9 @@
 /// @file
 /// What the Bezier curves share: evaluation, halving, the flatness test, and the recursion that
-/// cuts a curve into flat parts.
+/// divides a curve into flat parts.
 ///
-/// A cubic halves in closed form, a quadratic by repeated interpolation; that difference, and the
-/// order of all sums, are part of the results.
+/// A cubic halves in closed form, a quadratic by repeated interpolation; that difference and the
+/// order of all sums affect the results.
 #pragma once
 
 #include "q32Base/framework/CArray.h"
@@ -16,16 +16,16 @@
 
 namespace q32 {
 
-/// Flatness, in pixels, at which curves are drawn and meet lines.
+/// Flatness, in pixels, for drawing curves and intersecting them with lines.
 inline constexpr double kCurveFlatness = 0.5;
-/// Distances of a curve's points that lie below this part of its largest coordinate are rounding:
-/// each halving rounds by up to 1.5 units in the last place, and a curve of that many is flat to
-/// that limit after 26 halvings at the latest.
+/// Distances between a curve's points below this fraction of its largest coordinate are rounding
+/// errors: each halving rounds by up to 1.5 units in the last place, and a curve of that size is
+/// flat to that limit after at most 26 halvings.
 inline constexpr double kCurveRounding = 1.0 / 281474976710656.0; // 2^-48
-/// Halvings after which a part counts as flat, whatever its points. No finite curve comes so far.
+/// Halvings after which a part counts as flat, whatever its points. No finite curve gets this far.
 inline constexpr int kCurveDepth = 28;
 
-/// De Casteljau's passes at t, with what is left at `work[0]`. Values are doubles or points.
+/// De Casteljau's algorithm at t; the result is `work[0]`. Values are doubles or points.
 template <typename Value, int kCount>
 Value fnInterpolate(Value (&work)[kCount], double t) {
     const double u = 1.0 - t;
@@ -35,7 +35,7 @@ Value fnInterpolate(Value (&work)[kCount], double t) {
     return work[0];
 }
 
-/// A curve's value at t. Near the ends, and beyond them, it is the end itself.
+/// A curve's value at t. Near the ends and beyond them it is the end point itself.
 template <typename Value, int kCount>
 Value fnEvaluate(const Value (&points)[kCount], double t) {
     if (t < GEOM_EPSILON)
@@ -82,7 +82,7 @@ inline void fnHalve(const CqPoint2D (&p)[3], CqPoint2D (&left)[3], CqPoint2D (&r
 }
 
 /// The smallest double whose square root is at or above `value`, so that squares can be compared
-/// in place of roots.
+/// instead of roots.
 inline double fnSquareOfRoot(double value) {
     if (value <= 0.0)
         return 0.0;
@@ -95,9 +95,9 @@ inline double fnSquareOfRoot(double value) {
     return square;
 }
 
-/// Whether a curve's inner points lie nearer to the line through its ends than a threshold. A curve
-/// that ends where it starts has no such line; its distances are not numbers, and it counts as
-/// flat, deliberately.
+/// Tests whether a curve's inner points lie closer to the line through its ends than a threshold. A
+/// curve that ends where it starts has no such line; its distances are not-a-number, and it counts
+/// as flat, deliberately.
 class FlatnessTest {
 public:
     template <int kCount>
@@ -130,8 +130,8 @@ private:
     double m_dLimit;
 };
 
-/// Halves a curve that isn't flat, until `isFlat` holds for each part, and hands the parts to
-/// `emit(points, tLow, tHigh)` in the order of rising t.
+/// Halves a curve that isn't flat until `isFlat` holds for each part, and passes the parts to
+/// `emit(points, tLow, tHigh)` in order of increasing t.
 template <int kCount, typename IsFlat, typename Emit>
 void fnHalveUntilFlat(const CqPoint2D (&curve)[kCount], double tLow, double tHigh,
                       const IsFlat& isFlat, const Emit& emit, int depth = 0) {
@@ -150,7 +150,7 @@ void fnHalveUntilFlat(const CqPoint2D (&curve)[kCount], double tLow, double tHig
         fnHalveUntilFlat(right, tMid, tHigh, isFlat, emit, depth + 1);
 }
 
-/// Hands the flat parts of any curve to `emit`; a flat one whole, with 0.0 and 1.0.
+/// Passes the flat parts of any curve to `emit`; a flat curve as one part, with 0.0 and 1.0.
 template <int kCount, typename IsFlat, typename Emit>
 void fnFlatten(const CqPoint2D (&curve)[kCount], const IsFlat& isFlat, const Emit& emit) {
     if (isFlat(curve))
@@ -159,9 +159,9 @@ void fnFlatten(const CqPoint2D (&curve)[kCount], const IsFlat& isFlat, const Emi
         fnHalveUntilFlat(curve, 0.0, 1.0, isFlat, emit);
 }
 
-/// Crossings of a curve with a segment. The first go to the slots in order, each further one to the
-/// last slot.
-/// @return the count, which may be above that of the slots; 0 when memory for the hits runs out
+/// Crossings of a curve with a segment. The slots are filled in order; each further crossing
+/// replaces the last slot.
+/// @return the count, which may exceed the number of slots; 0 when memory for the hits runs out
 template <int kCount, int kSlots>
 int fnIntersectCurve(const CqPoint2D (&curve)[kCount], const CqLine2D& line,
                      double* const (&slots)[kSlots]) {

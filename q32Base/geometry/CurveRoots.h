@@ -8,20 +8,21 @@ namespace q32 {
 
 /// Real roots of x^3 + a x^2 + b x + c = 0, in the order in which the closed form (Cardano's, with
 /// the cosine form for three roots) gives them, not sorted. Roots near 0 become exactly 0.
-/// @return 1, 2 (with a double root) or 3; a triple root counts once. Slots beyond are left.
+/// @return 1, 2 (with a double root) or 3; a triple root counts once. Slots beyond the count are
+///         left as they were.
 int fnSolveCubic(double a, double b, double c, double (&roots)[3]);
 
-/// Roots in t of the curve's polynomial less `value`, by its true degree; 0 to 3 of them. `a0` is
-/// the first point less the value. Roots of a cubic that lie clear of 0 to 1 may be left out; the
+/// Roots in t of the curve's polynomial less `value`, by its actual degree; 0 to 3 of them. `a0` is
+/// the first point less the value. Roots of a cubic clearly outside 0 to 1 may be omitted; the
 /// others keep their order.
 int fnFindRoots(const double (&points)[4], double a0, double (&roots)[3]);
 int fnFindRoots(const double (&points)[3], double a0, double (&roots)[3]);
 
-/// Crossings of a curve with the line along which the coordinate `along` is `value`. A stroke along
-/// that line has none, and a curve that starts or ends on it has that one alone, deliberately.
-/// @param slots  per crossing, where the other coordinate and t go, in the order of the roots;
-/// those
-///               beyond the count are left as they were
+/// Crossings of a curve with the line along which the coordinate `along` is `value`. A curve that
+/// lies on that line has none, and a curve that starts or ends on it has only that crossing,
+/// deliberately.
+/// @param slots  receive the other coordinate and t of each crossing, in the order of the roots;
+///               those beyond the count are left as they were
 /// @return how many; at most the curve's degree, which is the number of slots
 template <int kCount>
 int fnFindCrossings(const CqPoint2D (&points)[kCount], double CqPoint2D::*along,

@@ -1,5 +1,5 @@
 /// @file
-/// How segments in real coordinates become lines of pixels.
+/// Draws segments in real coordinates as lines of pixels.
 #pragma once
 
 #include "q32Base/geometry/CqPoint2D.h"
@@ -11,8 +11,8 @@
 
 namespace q32 {
 
-/// Rounds a coordinate by adding 0.5 and truncating toward zero, and cuts it to 2^30 either way,
-/// beyond which no image reaches. What isn't a number becomes 0.
+/// Rounds a coordinate by adding 0.5 and truncating toward zero, and clamps it to 2^30 either way,
+/// which is beyond any image. Not-a-number gives 0.
 inline std::int32_t fnRoundToPixel(double value) {
     constexpr double kReach = 1073741824.0; // 2^30
     const double rounded = value + 0.5;

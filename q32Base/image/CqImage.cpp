@@ -132,7 +132,7 @@ void CqImage::fnAlloc(unsigned int width, unsigned int height, unsigned int bitC
     fnAlloc(width, height, bitCount, table.get(), count);
 }
 
-// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): wanted, as the declaration tells
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): deliberate, see the declaration
 CqImage& CqImage::operator=(CqImage& other) {
     assert(other.TileMap);
     const CqTileMap& source = *other.TileMap;

@@ -1,5 +1,5 @@
 /// @file
-/// Where things lie in a device-independent bitmap. This is the one place that reads such a header.
+/// The layout of a device-independent bitmap. Headers are parsed only here.
 #pragma once
 
 #include "q32Base/platform/Records.h"
@@ -13,18 +13,18 @@
 namespace q32 {
 
 inline constexpr std::size_t kDibHeaderBytes = 40;
-/// Red, green and blue masks, in a longer header or right behind one of 40 bytes.
+/// Red, green and blue masks, in a longer header or directly after one of 40 bytes.
 inline constexpr std::size_t kDibMaskBytes = 12;
-/// Masks as with BI_BITFIELDS, and one for alpha.
+/// The compression with masks as for BI_BITFIELDS and one for alpha.
 inline constexpr DWORD kDibAlphaBitFields = 6;
 
-/// Bytes of a row, reckoned with the byte count rounded down and then padded to four bytes. Only
-/// for 4-bit rows can that be less than `fnDibRowBytes`.
+/// Bytes per row, with the byte count first rounded down and then padded to four bytes. Only for
+/// 4-bit rows can that be less than `fnDibRowBytes`.
 constexpr std::size_t fnDibStride(std::uint32_t width, std::uint32_t bits) {
     return static_cast<std::size_t>(((static_cast<std::uint64_t>(width) * bits >> 3) + 3) & ~3ull);
 }
 
-/// Bytes of a row, with every bit of it, padded to four bytes.
+/// Bytes per row, with all of its bits, padded to four bytes.
 constexpr std::uint64_t fnDibRowBytes(std::uint32_t width, std::uint32_t bits) {
     return (static_cast<std::uint64_t>(width) * bits + 31) / 32 * 4;
 }
@@ -36,13 +36,13 @@ constexpr std::uint32_t fnDibPaletteCount(const BITMAPINFOHEADER& header) {
     return header.biClrUsed ? header.biClrUsed : 1u << header.biBitCount;
 }
 
-/// Where the pixels begin: behind the header, as long as it says it is, and the colour table. Masks
-/// behind a header of 40 bytes count as pixels; `DibLayout::fnGetTableAt` passes over them.
+/// Where the pixels begin: after the header, of its declared length, and the colour table. Masks
+/// after a header of 40 bytes count as pixels; `DibLayout::fnGetTableAt` skips them.
 constexpr std::uint64_t fnDibPixelOffset(const BITMAPINFOHEADER& header) {
     return header.biSize + 4ull * fnDibPaletteCount(header);
 }
 
-/// The first row in memory of a packed bitmap that this library has made.
+/// The first row in memory of a packed bitmap that this library has created.
 inline unsigned char* fnDibPixels(BITMAPINFOHEADER* header) {
     return reinterpret_cast<unsigned char*>(header) + fnDibPixelOffset(*header);
 }
@@ -50,27 +50,27 @@ inline const unsigned char* fnDibPixels(const BITMAPINFOHEADER* header) {
     return reinterpret_cast<const unsigned char*>(header) + fnDibPixelOffset(*header);
 }
 
-/// A BITMAPINFO as it describes itself. Offsets count from the header's start, are in 64 bits and
-/// may lie outside of the block.
+/// What a BITMAPINFO declares. Offsets count from the header's start, have 64 bits and may lie
+/// outside the block.
 struct DibLayout {
     BITMAPINFOHEADER m_Header;
-    std::uint32_t m_nHeight = 0; ///< without its sign
+    std::uint32_t m_nHeight = 0; ///< absolute value
     bool m_bTopDown = false;
     std::uint32_t m_nColors = 0;      ///< entries that the colour table is declared to have
     std::uint64_t m_nPixelsAt = 0;    ///< see `fnDibPixelOffset`
-    std::uint32_t m_Masks[4] = {};    ///< red, green, blue, alpha; 0 for one that isn't there
-    std::uint32_t m_nMasksBehind = 0; ///< bytes of masks behind a header of 40 bytes
+    std::uint32_t m_Masks[4] = {};    ///< red, green, blue, alpha; 0 for a missing one
+    std::uint32_t m_nMasksBehind = 0; ///< bytes of masks after a header of 40 bytes
 
-    /// Whether the compression is one that names its channels by masks.
+    /// Whether the compression defines its channels by masks.
     constexpr bool fnIsMasked() const {
         return m_Header.biCompression == BI_BITFIELDS ||
                m_Header.biCompression == kDibAlphaBitFields;
     }
-    /// Where the colour table begins: behind the header and its masks.
+    /// Where the colour table begins: after the header and its masks.
     constexpr std::uint64_t fnGetTableAt() const {
         return std::uint64_t{m_Header.biSize} + m_nMasksBehind;
     }
-    /// Entries of the colour table that pixels can name.
+    /// Entries of the colour table that pixels can index.
     constexpr std::uint32_t fnGetUsedColors() const {
         const std::uint32_t all = m_Header.biBitCount > 8 ? 0 : 1u << m_Header.biBitCount;
         return m_nColors < all ? m_nColors : all;
@@ -79,10 +79,10 @@ struct DibLayout {
     constexpr bool fnHasPixels() const { return m_Header.biWidth > 0 && m_nHeight != 0; }
 };
 
-/// Reads what a header declares; whether that makes sense is left to the caller. Masks that the
-/// block doesn't hold are 0.
-/// @param block  the header and as much as there is behind it
-/// @return none for a block below 40 bytes
+/// Reads what a header declares, without checking whether it makes sense. Masks beyond the block
+/// are 0.
+/// @param block  the header and as much as follows it
+/// @return none for a block shorter than 40 bytes
 inline std::optional<DibLayout> fnReadDibLayout(std::span<const unsigned char> block) {
     if (block.size() < kDibHeaderBytes)
         return std::nullopt;

@@ -1,6 +1,5 @@
 /// @file
-/// How a colour stands in the bytes of one pixel: the forms that single-pixel access, fills and
-/// lines share.
+/// How a colour is stored in the bytes of one pixel, for single-pixel access, fills and lines.
 #pragma once
 
 #include "q32Base/image/CqColor.h"
@@ -14,7 +13,7 @@
 
 namespace q32 {
 
-/// Sets `count` pixels of `size` bytes each, side by side from `target` on.
+/// Sets `count` adjacent pixels of `size` bytes each, from `target` on.
 inline void fnFillPixels(unsigned char* target, const unsigned char* pixel, std::size_t size,
                          std::size_t count) {
     fnKernels().fnFill[size - 1](target, count, pixel);
@@ -33,8 +32,8 @@ inline std::uint8_t fnPaletteIndex(const CqTileMap& map, const CqColor& color) {
     return static_cast<std::uint8_t>(index < 0 ? 0 : index);
 }
 
-/// Reads the pixel at `pixel`. At 4 bits `odd` chooses the low nibble. At 16 bits green is mixed,
-/// deliberately.
+/// Reads the pixel at `pixel`. At 4 bits `odd` chooses the low nibble. At 16 bits green contains
+/// bits of red and blue, deliberately.
 inline CqColor fnReadPixel(const CqTileMap& map, const unsigned char* pixel, bool odd) {
     const PixelFormat& format = fnPixelFormat(map.BitCount);
     if (!format.m_bIndexed)
@@ -42,8 +41,8 @@ inline CqColor fnReadPixel(const CqTileMap& map, const unsigned char* pixel, boo
     return CqColor(map.Palette[format.m_nBytes != 0 ? *pixel : fnGetNibble(pixel, odd)]);
 }
 
-/// Writes the pixel at `pixel`; at 4 bits the other nibble stays. 16 bits are stored low byte
-/// first, deliberately, against the order that fills and drawing use.
+/// Writes the pixel at `pixel`; at 4 bits the other nibble stays. 16-bit pixels are stored low byte
+/// first, unlike those of fills and drawing, deliberately.
 inline void fnWritePixel(const CqTileMap& map, unsigned char* pixel, bool odd,
                          const CqColor& color) {
     const PixelFormat& format = fnPixelFormat(map.BitCount);
@@ -55,8 +54,8 @@ inline void fnWritePixel(const CqTileMap& map, unsigned char* pixel, bool odd,
         fnPutNibble(pixel, odd, fnPaletteIndex(map, color) & 0x0Fu);
 }
 
-/// The bytes that a fill repeats; at 4 bits one byte for two pixels, with the index in both
-/// nibbles, where an index above 15 is mixed with itself, deliberately. Returns how many.
+/// Sets the bytes that a fill repeats and returns their number; at 4 bits one byte for two pixels,
+/// with the index in both nibbles. An index above 15 is combined with itself, deliberately.
 inline unsigned int fnPackFill(const CqTileMap& map, const CqColor& color,
                                unsigned char (&bytes)[4]) {
     const PixelFormat& format = fnPixelFormat(map.BitCount);

@@ -51,9 +51,9 @@ constexpr Hsb fnRgbToHsb(Rgb8 color) {
     return {hue, saturation, high.value};
 }
 
-/// The way back. Nothing is refused: 360 degrees are added or subtracted once to bring the
-/// hue into the circle, sums wrap at 32 bits, and results are truncated to their low eight bits.
-/// The undefined hue gives the grey of that brightness.
+/// The inverse. Any values are accepted: 360 degrees are added to or subtracted from the hue at
+/// most once, sums wrap at 32 bits, and results are truncated to their low eight bits. The
+/// undefined hue gives the grey of that brightness.
 constexpr Rgb8 fnHsbToRgb(int hue, int saturation, int brightness) {
     const auto make = [](int red, int green, int blue) {
         return Rgb8{static_cast<std::uint8_t>(red), static_cast<std::uint8_t>(green),
@@ -82,7 +82,7 @@ constexpr Rgb8 fnHsbToRgb(int hue, int saturation, int brightness) {
         return make(rise, low, brightness);
     case 5:
         return make(brightness, low, fall);
-    default: // 0, the full circle, and hues that stay outside of it
+    default: // 0, 360, and hues that are still out of range
         return make(brightness, rise, low);
     }
 }

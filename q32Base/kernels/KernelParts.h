@@ -1,5 +1,5 @@
 /// @file
-/// What the table of kernels is put together from. Included by the sources of kernels alone.
+/// The parts that the table of kernels is assembled from. Included only by the kernels' sources.
 #pragma once
 
 #include "q32Base/kernels/ContribList.h"
@@ -8,8 +8,8 @@
 
 #include <type_traits>
 
-/// The parts of the table, each a family of kernels. A part is written for the scalar level and for
-/// AVX2, and a part of the second list for AVX-512 too.
+/// The parts of the table, each a family of kernels. Every part exists for the scalar level and for
+/// AVX2, those of the second list for AVX-512 too.
 #define Q32_KERNEL_PARTS(PART)                                                                     \
     PART(ChannelCurves)                                                                            \
     PART(Convolve)                                                                                 \
@@ -34,7 +34,7 @@
 namespace q32 {
 
 /// `fnUseScalarFill`, `fnUseAvx2Fill` and so on: each puts the kernels of one part and one
-/// instruction set into the table, and leaves the others.
+/// instruction set into the table, and leaves the others alone.
 #define Q32_DECLARE_PART(part)                                                                     \
     void fnUseScalar##part(Kernels& table);                                                        \
     void fnUseAvx2##part(Kernels& table);
@@ -44,8 +44,8 @@ Q32_AVX512_KERNEL_PARTS(Q32_DECLARE_AVX512_PART)
 #undef Q32_DECLARE_PART
 #undef Q32_DECLARE_AVX512_PART
 
-/// The scalar kernels that the vector ones also use, for the ends of runs and for short ones. What
-/// they take and do stands in the table.
+/// The scalar kernels that the vector ones also use, for the ends of runs and for short ones. The
+/// members of Kernels document them.
 namespace scalar {
 
 /// The type of the functions that a kernel's pointer points to.

@@ -2,17 +2,18 @@
 
 #include "q32Base/kernels/Avx2.h"
 
-// Look-ups in a table of 256 bytes. Included by _avx2.cpp files alone; see Avx2.h.
+// Look-ups in a table of 256 bytes. Included only by _avx2.cpp files; see Avx2.h.
 namespace q32 {
 namespace avx2 {
 namespace {
 
-// A shuffle looks up 16 entries, so the curve is cut into 16 parts. A shuffle yields 0 where the
-// top bit of the index is set, else it looks at the low four bits. So, with 16 * k subtracted from
-// indices 0 to 127 (saturated, so that what is negative stays so), part k answers for every index
-// of 16 * k and more. Each part therefore holds the difference to the part before it, and the sum
-// of the answers is the entry looked up. The upper 128 indices go the same way, with the top bit
-// flipped: for each half of the curve, the indices of the other half are negative and answer 0.
+// A shuffle looks up 16 entries, so the curve is split into 16 parts. A shuffle yields 0 where the
+// top bit of the index is set, else it uses the low four bits. So, with 16 * k subtracted from
+// indices 0 to 127 (saturated, so that negative ones stay negative), part k contributes for every
+// index of 16 * k and more. Each part therefore holds the XOR with the part before it, and the XOR
+// of the contributions is the entry looked up. The upper 128 indices work the same way, with the
+// top bit flipped: for each half of the curve, the indices of the other half are negative and
+// contribute 0.
 class SplitCurve {
 public:
     explicit SplitCurve(const std::uint8_t* curve) {
@@ -37,7 +38,7 @@ public:
         return result;
     }
 
-    // Two registers at a time, so that each part is fetched once for both.
+    // Two registers at a time, so that each part is loaded once for both.
     void fnLookUp(__m256i& a, __m256i& b) const {
         const __m256i sixteen = _mm256_set1_epi8(16);
         const __m256i topBit = _mm256_set1_epi8(-128);

@@ -6,7 +6,7 @@ namespace q32 {
 namespace avx2 {
 namespace {
 
-// Below this, cutting the curve costs more than it saves.
+// Below this, splitting the curve costs more than it saves.
 constexpr std::size_t kShortRun = 64;
 
 void fnCurve8(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curve) {

@@ -4,13 +4,13 @@
 #include <cstdint>
 #include <immintrin.h>
 
-// Look-ups in a table of 256 bytes. Included by _avx512.cpp files alone; see Avx2.h.
+// Look-ups in a table of 256 bytes. Included only by _avx512.cpp files; see Avx2.h.
 namespace q32 {
 namespace avx512 {
 namespace {
 
-// The whole curve in four registers. One permutation looks up 128 entries by the low seven bits of
-// an index; the top bit then chooses between the two halves.
+// The complete curve in four registers. One permutation looks up 128 entries by the low seven bits
+// of an index; the top bit then chooses between the two halves.
 class WholeCurve {
 public:
     explicit WholeCurve(const std::uint8_t* curve)
@@ -27,7 +27,7 @@ private:
     __m512i m_First, m_Second, m_Third, m_Fourth;
 };
 
-// Bytes of a last part of 0 to 63 bytes.
+// The mask of the first 0 to 63 bytes.
 __mmask64 fnFirstBytes(std::size_t bytes) {
     return (std::uint64_t{1} << bytes) - 1;
 }

@@ -8,16 +8,16 @@
 
 #include <cstdint>
 
-/// Takes a block of `size` bytes where the memory policy puts it: RAM, or a temporary file that is
-/// mapped. Page-aligned; the contents are what the platform gives.
+/// Allocates a block of `size` bytes where the memory policy decides: in RAM, or in a mapped
+/// temporary file. Page-aligned; the contents are what the platform provides.
 /// @param file     `kNoFile` for a block in RAM
 /// @param mapping  `kNoMapping` for a block in RAM
 /// @param name     the file's full name; empty for a block in RAM
 /// @return the block, never null. Raises the memory exception when neither RAM nor any scratch disk
-///         has room; no file is left then, but for an empty one that could not be opened.
+///         has space; no file is left then, except an empty one that could not be opened.
 unsigned char* AllocPixelBuffer(std::uint32_t size, CqFileHandle& file, CqMappingHandle& mapping,
                                 CString& name);
 
-/// Gives a block back, deletes its file, and sets the three to their empty values.
+/// Releases a block, deletes its file, and resets the three to their empty values.
 void FreePixelBuffer(unsigned char* address, std::uint32_t size, CqFileHandle* file,
                      CqMappingHandle* mapping, CString* name);

@@ -1,5 +1,5 @@
 /// @file
-/// Where the pixels of an image lie, and the one walk over its tiles. Arguments lie inside the
+/// Where the pixels of an image lie, and the walk over its tiles. All arguments must lie inside the
 /// image.
 #pragma once
 
@@ -12,8 +12,8 @@
 
 namespace q32 {
 
-/// Where the pixels of an image lie, or those of a buffer that is cut like one: for loops that go
-/// to tile memory without an accessor. Whole bytes a pixel only. Owns nothing.
+/// Locates the pixels of an image, or of a buffer that is tiled like one, for loops that read tile
+/// memory without an accessor. For 8 bits a pixel and more. Owns nothing.
 class PixelArea {
 public:
     explicit PixelArea(const CqTileMap& map)
@@ -25,8 +25,9 @@ public:
         static_assert(CqTileMap::kMaxTileSize == 1 << 7);
     }
     /// @param tiles     in row-major order; of `1 << shiftX` by `1 << shiftY` pixels, the last
-    ///                  column and row cut; rows follow in a tile without padding
-    /// @param isScratch whether they lie in a scratch file
+    ///                  column and row may be smaller; inside a tile, rows follow each other
+    ///                  without padding
+    /// @param isScratch whether the pixels lie in a scratch file
     PixelArea(const TileEntry* tiles, std::uint32_t shiftX, std::uint32_t shiftY,
               std::uint32_t width, std::uint32_t height, std::uint32_t bytesPerPixel,
               bool isScratch)
@@ -50,18 +51,18 @@ public:
             (x - (column << m_nShiftX));
         return tile.Pixels + inTile * m_nBytes;
     }
-    /// Bytes from a row to the next one, where x lies.
+    /// Bytes from one row to the next, in the tile column of x.
     std::ptrdiff_t fnStride(std::uint32_t x) const {
         return static_cast<std::ptrdiff_t>(fnTileWidth(x >> m_nShiftX)) * m_nBytes;
     }
-    /// The first row behind y that doesn't lie one stride behind the row above it.
+    /// The first row below y that doesn't lie one stride after the row above it.
     std::uint32_t fnRowsEnd(std::uint32_t y) const {
         return m_nShiftY == 31 ? m_nHeight
                                : std::min(m_nHeight, ((y >> m_nShiftY) + 1) << m_nShiftY);
     }
-    /// The first pixel of those that lie side by side with x.
+    /// The first column of the pixels that are contiguous with x.
     std::uint32_t fnRunBegin(std::uint32_t x) const { return x >> m_nShiftX << m_nShiftX; }
-    /// The first pixel behind x that doesn't lie side by side with x.
+    /// The end of the pixels that are contiguous with x: the column after the last one.
     std::uint32_t fnRunEnd(std::uint32_t x) const {
         return m_nAcross == 1 ? m_nWidth : std::min(m_nWidth, ((x >> m_nShiftX) + 1) << m_nShiftX);
     }
@@ -73,7 +74,7 @@ private:
 
     const TileEntry* m_pTiles;
     std::uint32_t m_nAcross;
-    std::uint32_t m_nShiftX; ///< maps of several tiles have tiles of 128 in that direction
+    std::uint32_t m_nShiftX; ///< 7, tiles of 128, if there are several in that direction
     std::uint32_t m_nShiftY;
     std::uint32_t m_nTileWidth;
     std::uint32_t m_nLastWidth;
@@ -83,15 +84,14 @@ private:
     bool m_bScratch;
 };
 
-/// A part of a rectangle that lies in one tile, as plain memory.
+/// The part of a rectangle that lies in one tile, as plain memory.
 struct TilePiece {
     CRect m_rect;             ///< in pixels of the image
     unsigned char* m_pPixels; ///< the top left pixel; at 4 bits the byte that holds it
-    std::size_t m_nStride;    ///< bytes from a row to the next
+    std::size_t m_nStride;    ///< bytes from one row to the next
 };
 
-/// Calls `visit(piece)` for each part of `rect`, in row-major order of tiles. Rows follow each
-/// other in a piece, a stride apart.
+/// Calls `visit(piece)` for each part of `rect`, in row-major order of tiles.
 template <class Visit>
 void fnForEachPiece(const PixelArea& area, const CRect& rect, Visit visit) {
     const auto left = static_cast<std::uint32_t>(rect.left);

@@ -1,6 +1,6 @@
 /// @file
-/// The channels that the filter sums up, as bytes: a pixel's own bytes, but at 16 bits three bytes
-/// for its two.
+/// The channels that the filter convolves, as bytes: a pixel's own bytes, but at 16 bits one byte
+/// for each of its three channels.
 #pragma once
 
 #include "q32Base/kernels/Rgb565.h"
@@ -10,12 +10,12 @@
 
 namespace q32 {
 
-/// Bytes summed up for a pixel of so many bytes.
+/// Channels of a pixel of `bytesPerPixel` bytes.
 inline std::uint32_t fnFilterChannels(std::uint32_t bytesPerPixel) {
     return bytesPerPixel == 2 ? 3 : bytesPerPixel;
 }
 
-/// 16-bit pixels to three channels each; green mixes in bits of its neighbours, deliberately.
+/// Unpacks 16-bit pixels to three channels each; green contains bits of red and blue, deliberately.
 inline void fnUnpack16(const unsigned char* source, unsigned char* target, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i, source += 2, target += 3) {
         const Rgb8 color = fnReadRgb565MixedGreen(source);
@@ -25,7 +25,7 @@ inline void fnUnpack16(const unsigned char* source, unsigned char* target, std::
     }
 }
 
-/// Three channels to 16-bit pixels, in the order in which images store them.
+/// Packs three channels to 16-bit pixels, in the byte order of images.
 inline void fnPack16(const unsigned char* source, unsigned char* target, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i, source += 3, target += 2)
         fnWriteRgb565(target, {source[0], source[1], source[2]});

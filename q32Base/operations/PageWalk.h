@@ -8,40 +8,39 @@
 
 namespace q32 {
 
-/// Which cells of an area a walk goes to, one after the other.
+/// The order in which a walk visits the cells of an area.
 struct WalkOrder {
-    bool columns; ///< down a column of cells, then the next one; else rows
+    bool columns; ///< column by column, each from the top down; else row by row
     bool rightToLeft = false;
     bool bottomUp = false;
-    std::uint32_t cellWidth = 0; ///< at least; cells are never narrower than a tile
+    std::uint32_t cellWidth = 0; ///< minimum width in pixels; cells are never narrower than a tile
 };
 
-/// Goes along with a walk through an area in a scratch file, and tells the scratch service which
-/// pages come next and which are done. An area in RAM is left alone.
+/// Accompanies a walk through an area in a scratch file and advises the scratch service which pages
+/// come next and which are done. Does nothing for an area in RAM.
 ///
-/// A cell is a piece of the area, one tile high. Each is announced once: with those that the walk
-/// comes to next, and with those of some megabytes beyond them. Each is done once, when the walk
-/// doesn't come to it any more, or at the end of this object.
+/// A cell is a piece of the area, one tile high. Each is announced once, some megabytes ahead of
+/// the walk, and reported as done once, when the walk has left it for good or on destruction.
 class PageWalk {
 public:
-    /// @param coming  what is told of cells to come
     /// The area must outlive this object.
+    /// @param coming  the advice for cells to come
     PageWalk(const PixelArea& area, CQ_VIEW_ADVICE coming, const WalkOrder& order);
     ~PageWalk();
     PageWalk(const PageWalk&) = delete;
     PageWalk& operator=(const PageWalk&) = delete;
 
-    /// The walk now goes to cells from that of `first` to that of `last`, and then to none before
-    /// `first` any more, but for the one just before it, since filters look back at edges. A call
-    /// that goes back all the same tells nothing anew.
+    /// The walk now visits the cells from that of `first` to that of `last`, and afterwards none
+    /// before `first` except the one just before it, since filters look back at edges. A call that
+    /// goes back further reports nothing again.
     void fnReach(std::uint32_t firstX, std::uint32_t firstY, std::uint32_t lastX,
                  std::uint32_t lastY) {
         if (m_nCells != 0)
             fnGoOn(fnCell(firstX, firstY), fnCell(lastX, lastY));
     }
     /// The same in a walk of rows, in bands that may share cells.
-    /// @param nextY  the walk will begin again at the left, in this row or below it; one that isn't
-    ///               there: it won't
+    /// @param nextY  the row at or below which the walk will start again at the left; beyond the
+    ///               area if it won't
     void fnReach(std::uint32_t firstX, std::uint32_t firstY, std::uint32_t lastX,
                  std::uint32_t lastY, std::uint32_t nextY) {
         if (m_nCells == 0)
@@ -62,9 +61,9 @@ private:
     std::uint32_t m_nCellWidth;
     std::uint32_t m_nAcross;
     std::uint32_t m_nDown;
-    std::uint32_t m_nCells = 0;  ///< 0: nobody to tell
-    std::uint32_t m_nAhead = 0;  ///< how many cells are told of at once
-    std::uint32_t m_nComing = 0; ///< announced up to before this cell
+    std::uint32_t m_nCells = 0;  ///< 0: nothing to advise
+    std::uint32_t m_nAhead = 0;  ///< how many cells ahead are announced
+    std::uint32_t m_nComing = 0; ///< cells before this one are announced
     std::uint32_t m_nDone = 0;
 };
 

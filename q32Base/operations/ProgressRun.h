@@ -6,15 +6,14 @@
 
 namespace q32 {
 
-/// The reports of one run of an operation over `count` units: `base`, and `span` percent more from
-/// its first unit to its end.
+/// Reports the progress of an operation over `count` units, from `base` percent to `base + span`.
 class ProgressRun {
 public:
     ProgressRun(CqProgressDisplay* progress, std::uint32_t count, unsigned base = 0,
                 unsigned span = 100)
         : m_pProgress(progress), m_nCount(count), m_nBase(base), m_nSpan(span) {}
 
-    /// Reports a unit. True when the user wants the operation to end.
+    /// Reports a unit. True if the user has aborted the operation.
     bool fnAborts(std::uint32_t unit) const {
         bool aborted = false;
         if (m_pProgress)

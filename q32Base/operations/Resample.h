@@ -1,7 +1,7 @@
 /// @file
-/// The ways to another pixel size. Each fills `target` from `source`, which have the same depth,
-/// and returns false when it was aborted: what `target` then holds has no meaning. `progress` may
-/// be null. Memory failures are raised as CMemoryException.
+/// Resizing. Each function fills `target` from `source`, which have the same depth, and returns
+/// false when it was aborted: the contents of `target` are then meaningless. `progress` may be
+/// null. Memory failures are raised as CMemoryException.
 #pragma once
 
 #include <cstdint>
@@ -14,7 +14,7 @@ namespace q32 {
 class PixelArea;
 class ProgressRun;
 
-/// The nearest pixel in 24.8 fixed point, without centring: pixel 0 samples pixel 0. One report a
+/// Nearest neighbour in 24.8 fixed point, without centring: pixel 0 samples pixel 0. One report per
 /// row.
 bool fnNearestResample(const CqTileMap& source, CqTileMap& target, CqProgressDisplay* progress);
 
@@ -23,13 +23,12 @@ bool fnNearestResample(const CqTileMap& source, CqTileMap& target, CqProgressDis
 bool fnFilterResample(const CqTileMap& source, CqTileMap& target, double scaleX, double scaleY,
                       CqProgressDisplay* progress);
 
-// One pass of the filter each, with a table of its own. The other side is the same in source and
-// target.
+// One pass of the filter each. The other side is the same in source and target.
 
-/// Another height: target row y is a sum of source rows. One report a column.
+/// Changes the height: target row y is a sum of source rows. One report per column.
 bool fnFilterHeight(const PixelArea& source, const PixelArea& target, double scale,
                     const ProgressRun& progress);
-/// Another width: target column x is a sum of source columns. One report a row.
+/// Changes the width: target column x is a sum of source columns. One report per row.
 bool fnFilterWidth(const PixelArea& source, const PixelArea& target, double scale,
                    const ProgressRun& progress);
 

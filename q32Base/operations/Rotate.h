@@ -1,6 +1,7 @@
 /// @file
-/// The ways to turn an image. `progress` may be null; false means that it was aborted, and then
-/// what a target map holds has no meaning. No 4-bit images.
+/// Rotation of images of 8 bits and more. `progress` may be null; false means that the operation
+/// was aborted, and the contents of a target map are then meaningless. Memory failures are raised
+/// as CMemoryException.
 #pragma once
 
 #include "q32Base/framework/Values.h"
@@ -11,21 +12,21 @@ class CqTileMap;
 
 namespace q32 {
 
-// Right angles, by moving pixels. On success `center` is moved along; its formulas have no -1,
-// deliberately, although those of the pixels have. Pixels that would land outside the target are
-// left out, and target pixels that none lands on stay as they are. One report a source tile.
+// Right angles, by moving pixels. On success `center` is rotated too; its formulas lack the -1 of
+// those of the pixels, deliberately. Pixels that would land outside the target are dropped, and
+// target pixels that none lands on stay as they are. One report per source tile.
 
-/// Counter-clockwise as seen on the screen.
+/// 90 degrees counter-clockwise as seen on the screen.
 bool fnRotateQuarterLeft(CqTileMap& source, CqTileMap& target, CPoint& center,
                          CqProgressDisplay* progress);
-/// Clockwise.
+/// 90 degrees clockwise.
 bool fnRotateQuarterRight(CqTileMap& source, CqTileMap& target, CPoint& center,
                           CqProgressDisplay* progress);
-/// By 180 degrees, in place: an abort leaves the rows that were swapped so far swapped. One report
-/// a pair of rows.
+/// By 180 degrees, in place: an abort leaves the rows swapped so far swapped. One report per pair
+/// of rows.
 bool fnRotateHalf(CqTileMap& map, CPoint& center, CqProgressDisplay* progress);
 
-/// How to turn by any angle.
+/// The arguments of a rotation by any angle.
 struct AnyTurn {
     double sine;
     double cosine;
@@ -36,7 +37,7 @@ struct AnyTurn {
 };
 
 /// Samples the source for every target pixel; at 16 bits nothing is written, deliberately. One
-/// report a target tile.
+/// report per target tile.
 bool fnRotateAny(const CqTileMap& source, CqTileMap& target, const AnyTurn& turn,
                  CqProgressDisplay* progress);
 

@@ -1,6 +1,6 @@
 /// @file
-/// Copies from one image to another, cut into pieces that lie in one tile of each. Rectangles lie
-/// inside their images; depths of 8 bits and more alone, since a piece's left edge is a byte's
+/// Copies from one image to another, split into pieces that lie in one tile of each. Rectangles
+/// must lie inside their images, with 8 bits a pixel or more, since a piece's left edge is a byte
 /// address.
 #pragma once
 
@@ -18,11 +18,11 @@ inline CRect fnWholeRect(const CqTileMap& map) {
     return {0, 0, static_cast<LONG>(map.Width), static_cast<LONG>(map.Height)};
 }
 
-/// One axis of a copy: positions from `first` to below `end` of a source land from `place` on.
+/// One axis of a copy: source positions from `m_nFirst` to before `m_nEnd` land from `m_nPlace` on.
 struct PlacedSpan {
     LONG m_nFirst, m_nEnd, m_nPlace;
 
-    /// Leaves out what isn't in `first` to below `end`. False when nothing is left.
+    /// Clips the source positions to `first` to before `end`. False when nothing is left.
     bool fnKeep(std::int64_t first, std::int64_t end) {
         first = std::max(first, std::int64_t{m_nFirst});
         end = std::min(end, std::int64_t{m_nEnd});
@@ -34,16 +34,16 @@ struct PlacedSpan {
         return true;
     }
 
-    /// Leaves out what isn't in 0 to below `sourceSize`, or doesn't land in 0 to below
-    /// `targetSize`. False when nothing is left.
+    /// Clips to source positions in 0 to before `sourceSize` that land in 0 to before `targetSize`.
+    /// False when nothing is left.
     bool fnClip(std::int64_t sourceSize, std::int64_t targetSize) {
         const std::int64_t shift = std::int64_t{m_nPlace} - m_nFirst;
         return fnKeep(std::max<std::int64_t>(0, -shift), std::min(sourceSize, targetSize - shift));
     }
 };
 
-/// Calls `visit(source, target)` for pieces of equal size that together are `rect` of one image and
-/// the rectangle of its size at (x, y) of another.
+/// Calls `visit(source, target)` for pieces of equal size that together cover `rect` of one image
+/// and the rectangle of the same size at (x, y) of another.
 template <class Visit>
 void fnForEachPiecePair(const CqTileMap& from, const CRect& rect, const CqTileMap& to, LONG x,
                         LONG y, Visit visit) {
@@ -65,7 +65,7 @@ void fnForEachPiecePair(const CqTileMap& from, const CRect& rect, const CqTileMa
 }
 
 /// Calls `visit(source, target, pixels)` for the runs of such pieces. Both images have the same
-/// depth; rows that follow each other in both come as one run.
+/// depth; rows that are contiguous in both are combined into one run.
 template <class Visit>
 void fnForEachRun(const CqTileMap& from, const CRect& rect, const CqTileMap& to, LONG x, LONG y,
                   Visit visit) {

@@ -1,5 +1,5 @@
 /// @file
-/// The tables that tone adjustments look bytes up in. Any arguments may be given.
+/// The look-up tables of tone adjustments. Any arguments are accepted.
 #pragma once
 
 #include <cstdint>
@@ -7,11 +7,11 @@
 namespace q32 {
 
 /// 256 entries: a line that brightness shifts and contrast makes steeper or flatter. Both in
-/// percent: what lies beyond -100 to 100 counts as that, after a scaling in 32 bits that wraps.
+/// percent, clamped to -100 to 100 after a scaling that wraps at 32 bits.
 void fnMakeContrastCurve(std::int32_t brightness, std::int32_t contrast, std::uint8_t* curve);
 
-/// 256 entries: a gamma curve between two end points. A channel that is raised is clipped at the
-/// top, one that is lowered loses at the bottom. Meant for -100 to 100; 0 leaves every byte.
+/// 256 entries: a gamma curve between two end points. A raised channel is clipped at the top, a
+/// lowered one at the bottom. Meant for -100 to 100; 0 leaves every byte unchanged.
 void fnMakeBalanceCurve(std::int32_t weight, std::uint8_t* curve);
 
 } // namespace q32

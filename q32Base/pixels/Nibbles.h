@@ -1,5 +1,5 @@
 /// @file
-/// Palette indices of 4 bits: two to a byte, the first one in the high nibble.
+/// Palette indices of 4 bits: two to a byte, the first in the high nibble.
 #pragma once
 
 #include "q32Base/kernels/Kernels.h"
@@ -9,7 +9,8 @@
 
 namespace q32 {
 
-/// Sets one of the two indices of a byte, the low nibble's for `odd`. `index` is below 16.
+/// Sets one of a byte's two indices: the low nibble if `odd`, else the high one. `index` is below
+/// 16.
 inline void fnPutNibble(std::uint8_t* byte, bool odd, unsigned int index) {
     *byte = static_cast<std::uint8_t>(odd ? (*byte & 0xF0u) | index : (*byte & 0x0Fu) | index << 4);
 }
@@ -18,7 +19,7 @@ inline std::uint8_t fnGetNibble(const std::uint8_t* row, std::size_t x) {
     return static_cast<std::uint8_t>(x % 2 == 0 ? row[x / 2] >> 4 : row[x / 2] & 0x0F);
 }
 
-/// Indices from pixel x of a row on, one a byte.
+/// Unpacks `count` indices of a row, from pixel x on, to one a byte.
 inline void fnUnpackNibbles(const std::uint8_t* row, std::size_t x, std::size_t count,
                             std::uint8_t* out) {
     if (x % 2 != 0 && count != 0) {
@@ -28,8 +29,8 @@ inline void fnUnpackNibbles(const std::uint8_t* row, std::size_t x, std::size_t 
     fnKernels().fnIndex4ToIndex8(row + x / 2, out, count);
 }
 
-/// The way back: the low nibble of each byte goes to pixel x of the row and those behind it. Other
-/// pixels stay.
+/// The inverse: packs the low nibble of each byte into the row, from pixel x on. Other pixels stay
+/// unchanged.
 inline void fnPackNibbles(const std::uint8_t* in, std::size_t count, std::uint8_t* row,
                           std::size_t x) {
     if (x % 2 != 0 && count != 0) {

@@ -9,7 +9,7 @@ namespace q32 {
 
 namespace {
 
-/// Pixels that are converted by way of another form at a time.
+/// Pixels converted at a time where an intermediate form is needed.
 constexpr std::size_t kChunk = 256;
 
 /// Sets byte `place` of each of `count` pixels of four bytes to 255.
@@ -135,7 +135,7 @@ void PixelWriting::fnMakeTable(const RGBQUAD* palette, std::size_t count) {
         std::size_t slot = fnHash(color);
         while (m_Colors[slot] != kNoColor && m_Colors[slot] != color)
             slot = (slot + 1) % kSlots;
-        if (m_Colors[slot] == color) // the first of equal entries stays
+        if (m_Colors[slot] == color) // the first of equal entries wins
             continue;
         m_Colors[slot] = color;
         m_Indices[slot] = static_cast<std::uint8_t>(m_nBits == 4 ? i & 15 : i);

@@ -1,5 +1,5 @@
 /// @file
-/// What a depth means: one table, by bits a pixel.
+/// The pixel format of each depth: one table, by bits a pixel.
 ///
 /// Bytes of a pixel in memory: 4 bits, a palette index, two to a byte, even x in the high nibble; 8
 /// bits, a palette index; 16 bits, 5-6-5 stored high byte first; 24 bits, red, green, blue; 32
@@ -13,7 +13,7 @@
 
 namespace q32 {
 
-/// A colour that a pixel stands for, or is to be made of.
+/// The colour of a pixel.
 struct PixelColor {
     std::uint8_t m_nRed = 0;
     std::uint8_t m_nGreen = 0;
@@ -21,23 +21,24 @@ struct PixelColor {
     std::uint8_t m_nAlpha = 255;
 };
 
-/// Pixels that are colours themselves, to bytes and back.
+/// Convert a pixel that isn't a palette index to a colour and back.
 using PixelUnpack = PixelColor (*)(const std::uint8_t* pixel);
 using PixelPack = void (*)(std::uint8_t* pixel, const PixelColor& color);
 
-/// One depth. Members that are null have no meaning for it.
+/// One depth. Null members don't apply to it.
 struct PixelFormat {
     std::uint32_t m_nBits;
     std::uint32_t m_nBytes; ///< 0 at 4 bits
-    bool m_bIndexed;        ///< a palette decides; else the pixel is the colour
-    bool m_bAlpha;          ///< a byte of alpha stands first
+    bool m_bIndexed;        ///< the pixel is a palette index; else it is the colour
+    bool m_bAlpha;          ///< the first byte is alpha
 
     PixelUnpack m_fnUnpack; ///< as stored
     PixelPack m_fnPack;
     PixelUnpack m_fnUnpackSingle; ///< as single-pixel access reads: 16 bits with mixed green
     PixelPack m_fnPackSingle;     ///< as single-pixel access writes: 16 bits low byte first
 
-    // Runs of pixels from this depth to others; a null run means the bytes as they are.
+    // Kernels for runs of this depth. A null conversion means that the bytes are already in that
+    // form.
     PixelRun Kernels::*m_pToArgb32;
     PixelRun Kernels::*m_pToBgrx32; ///< the fourth byte has no meaning
     PixelRun Kernels::*m_pToRgb24;
@@ -96,7 +97,7 @@ inline constexpr PixelFormat kPixelFormats[] = {
      &Kernels::fnHueShift32},
 };
 
-/// The row of the table, or null for a depth that no image has.
+/// The table row of a depth, or null for a depth that no image has.
 constexpr const PixelFormat* fnFindPixelFormat(std::uint32_t bits) {
     for (const PixelFormat& format : kPixelFormats)
         if (format.m_nBits == bits)
@@ -104,7 +105,7 @@ constexpr const PixelFormat* fnFindPixelFormat(std::uint32_t bits) {
     return nullptr;
 }
 
-/// The row of the table for the depth of an image.
+/// The table row of an image's depth, which must be one of the table.
 constexpr const PixelFormat& fnPixelFormat(std::uint32_t bits) {
     return kPixelFormats[bits >> 3];
 }
