@@ -307,8 +307,8 @@ std::uint64_t Voice::fnGetHeard() const {
     return std::min<std::uint64_t>(pa_usec_to_bytes(time, &m_Spec), m_nPlaced);
 }
 
-/// An upper bound by the last timing update: what the server had taken from its queue. The clock of
-/// a stream paused before its first sample is heard runs on.
+/// Bytes heard, limited to what the server had taken from its queue at the last timing update: the
+/// clock of a stream paused before its first sample is heard runs on.
 std::uint64_t Voice::fnGetSurelyHeard() const {
     const pa_timing_info* timing = m_pStream ? pa_stream_get_timing_info(m_pStream) : nullptr;
     if (!timing || timing->read_index_corrupt || timing->read_index < 0)
