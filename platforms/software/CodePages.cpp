@@ -14,8 +14,8 @@ std::size_t fnCount932(Bytes text, std::size_t count) {
     return lead && count > 1 && text[1] >= 0x40 && text[1] <= 0xFC && text[1] != 0x7F ? 2 : 1;
 }
 
-/// Bytes of a well-formed UTF-8 sequence by the table of the Unicode standard (chapter 3.9),
-/// else 1.
+/// Bytes of a well-formed UTF-8 sequence according to the table of the Unicode standard (chapter
+/// 3.9), else 1.
 std::size_t fnCountUtf8(Bytes text, std::size_t count) {
     struct Form {
         unsigned char m_nFirstLow, m_nFirstHigh, m_nSecondLow, m_nSecondHigh;
