@@ -33,11 +33,13 @@ function(q32_sources target)
         target_sources(${target} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/${file}")
         if(file MATCHES "_avx2\\.cpp$")
             set_source_files_properties("${CMAKE_CURRENT_SOURCE_DIR}/${file}"
-                TARGET_DIRECTORY ${target} PROPERTIES COMPILE_OPTIONS "-mavx2;-mfma")
+                TARGET_DIRECTORY ${target} PROPERTIES
+                COMPILE_OPTIONS "-mavx2;-mfma" SKIP_PRECOMPILE_HEADERS ON)
         elseif(file MATCHES "_avx512\\.cpp$")
             set_source_files_properties("${CMAKE_CURRENT_SOURCE_DIR}/${file}"
                 TARGET_DIRECTORY ${target} PROPERTIES
-                COMPILE_OPTIONS "-mavx512f;-mavx512bw;-mavx512vl;-mavx512dq;-mavx512vbmi")
+                COMPILE_OPTIONS "-mavx512f;-mavx512bw;-mavx512vl;-mavx512dq;-mavx512vbmi"
+                SKIP_PRECOMPILE_HEADERS ON)
         endif()
     endforeach()
 endfunction()
@@ -58,4 +60,15 @@ function(q32_folders)
             add_subdirectory(${folder})
         endif()
     endforeach()
+endfunction()
+
+# q32_precompile(<target> <header>...): compiles what most sources of a target include once, in builds that are
+# only tested under sanitizers. The others show that each source includes what it needs.
+option(Q32_PRECOMPILE "Precompile headers of the libraries, too" OFF)
+function(q32_precompile target)
+    if(Q32_PRECOMPILE)
+        # gcc 12 warns of the standard library itself where that is precompiled; ccache needs the last option.
+        target_compile_options(${target} PRIVATE -Wno-array-bounds -Wno-stringop-overflow -fpch-preprocess)
+        target_precompile_headers(${target} PRIVATE ${ARGN})
+    endif()
 endfunction()

@@ -20,8 +20,9 @@
 ///   orientation tag are not applied;
 /// - only the first picture of a file that holds several;
 /// - resolution, rounded to whole dots per inch; the image's default where the file declares none;
-/// - the title (PNG: text "Title"; TIFF: document name, else description), its bytes unchanged. A
-///   picture of 4 GiB or more is rejected as too large for memory.
+/// - the title (PNG: text "Title"; TIFF: document name, else description), its bytes unchanged.
+///
+/// A picture of 4 GiB or more is rejected as too large for memory.
 #pragma once
 
 #include "plugins/PictureTypes.h"

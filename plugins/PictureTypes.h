@@ -13,9 +13,10 @@ enum PICTURE_FORMAT : unsigned int {
     PICTURE_BMP = 4
 };
 
+/// A format of picture files.
 struct CqPictureFormat {
     PICTURE_FORMAT m_eFormat;
-    const char* m_pszName;
+    const char* m_pszName;       ///< for display
     const char* m_pszExtensions; ///< lower case, no dots, separated by spaces, the usual one first
     bool m_bCanWrite;
     bool m_bHasAlpha; ///< a file keeps the alpha channel of a 32-bit image
@@ -50,8 +51,10 @@ struct Q32_API CqPictureResult {
     bool fnIsDone() const { return m_nMsgId == 0 && !m_bAborted; }
 };
 
+/// Compressions of a TIFF.
 enum PICTURE_COMPRESSION : unsigned int { PICTURE_LZW, PICTURE_DEFLATE, PICTURE_UNCOMPRESSED };
 
+/// Options of writing; each applies to one format and is ignored for the others.
 struct CqPictureOptions {
     unsigned int m_nQuality = 90;  ///< of a JPEG, 1 to 100; clamped
     unsigned int m_nPngEffort = 6; ///< zlib's level for a PNG, 0 to 9; clamped

@@ -1,7 +1,7 @@
 #include "platforms/qt/CqQtDumpView.h"
 
-#include "platforms/qt/QtDC.h"
-#include "platforms/qt/QtText.h"
+#include "platforms/qt/DeviceContext.h"
+#include "platforms/qt/Text.h"
 #include "q32Base/framework/CFont.h"
 #include "q32Base/framework/Values.h"
 
@@ -114,7 +114,7 @@ bool CqQtDumpView::fnCreateStatusBar() {
 }
 
 void CqQtDumpView::fnSetFont(const CFont& font) {
-    const auto* own = dynamic_cast<const QtFont*>(font.GetObject());
+    const auto* own = dynamic_cast<const Font*>(font.GetObject());
     if (!own || !m_pText)
         return;
     QFont scaled = own->m_Font;

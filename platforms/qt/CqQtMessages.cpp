@@ -1,7 +1,7 @@
 #include "platforms/qt/CqQtMessages.h"
 
 #include "platforms/qt/CqQtWindows.h"
-#include "platforms/qt/QtText.h"
+#include "platforms/qt/Text.h"
 
 #include <array>
 #include <cstdio>

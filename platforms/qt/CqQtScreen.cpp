@@ -1,9 +1,9 @@
 #include "platforms/qt/CqQtScreen.h"
 
 #include "platforms/qt/CqQtWindows.h"
-#include "platforms/qt/QtDC.h"
-#include "platforms/qt/QtRows.h"
-#include "platforms/qt/QtText.h"
+#include "platforms/qt/DeviceContext.h"
+#include "platforms/qt/DeviceRows.h"
+#include "platforms/qt/Text.h"
 
 #include <algorithm>
 #include <cstring>
@@ -36,7 +36,7 @@ CDC* CqQtScreen::fnGetDC(CWnd* window) {
         canvas = place->fnGetCanvas();
         over = place->fnIsOver(canvas);
     }
-    QtDevice device;
+    Device device;
     device.m_pScreen = widget ? widget->screen() : QGuiApplication::primaryScreen();
     if (!device.m_pScreen)
         return nullptr;
@@ -44,11 +44,11 @@ CDC* CqQtScreen::fnGetDC(CWnd* window) {
     // Qt paints at one of two depths, whatever the screen's exact one.
     device.m_nBits = m_nBits != 0 ? m_nBits : device.m_pScreen->depth() > 16 ? 32 : 16;
     device.m_pCodePage = m_pCodePage;
-    m_DCs.push_back(std::make_unique<QtDC>(device, window, canvas, over));
+    m_DCs.push_back(std::make_unique<DeviceContext>(device, window, canvas, over));
     return m_DCs.back().get();
 }
 
-QtDC* CqQtScreen::fnFindDC(const CDC* dc) const {
+DeviceContext* CqQtScreen::fnFindDC(const CDC* dc) const {
     const auto found = std::find_if(m_DCs.begin(), m_DCs.end(),
                                     [&](const auto& open) { return open.get() == dc; });
     return found == m_DCs.end() ? nullptr : found->get();
@@ -61,7 +61,7 @@ void CqQtScreen::fnReleaseDC(CWnd* window, CDC* dc) noexcept {
     if (found == m_DCs.end())
         return;
     // Showing may call the host, which may request other device contexts.
-    const std::unique_ptr<QtDC> released = std::move(*found);
+    const std::unique_ptr<DeviceContext> released = std::move(*found);
     m_DCs.erase(found);
     try {
         released->fnShow();
@@ -76,9 +76,9 @@ int CqQtScreen::fnSetDIBitsToDevice(CDC* dc, int x, int y, UINT width, UINT heig
                                     const BITMAPINFOHEADER* header, UINT use) {
     if (!dc)
         return 0;
-    QtDC* target = fnFindDC(dc);
+    DeviceContext* target = fnFindDC(dc);
     if (!target)
-        target = dynamic_cast<QtDC*>(dc); // one of a bitmap
+        target = dynamic_cast<DeviceContext*>(dc); // one of a bitmap
     QImage surface = target ? target->fnGetSurface() : QImage();
     if (surface.isNull())
         return -1;
@@ -142,17 +142,18 @@ std::unique_ptr<CqFontObject> CqQtScreen::fnCreateFont(const LOGFONTA& font) {
         const int line = std::max(1, sizes.ascent() + sizes.descent());
         made.setPixelSize(std::max(1, height * height / line));
     }
-    return std::make_unique<QtFont>(made);
+    return std::make_unique<Font>(made);
 }
 
 std::unique_ptr<CqBitmapObject> CqQtScreen::fnCreateCompatibleBitmap(CDC* dc, int width,
                                                                      int height) {
     constexpr int kMax = 32767;
-    if (!dynamic_cast<QtDC*>(dc) || width < 1 || height < 1 || width > kMax || height > kMax)
+    if (!dynamic_cast<DeviceContext*>(dc) || width < 1 || height < 1 || width > kMax ||
+        height > kMax)
         return nullptr;
     QImage pixels(width, height, QImage::Format_RGB32);
     if (pixels.isNull())
         return nullptr;
     pixels.fill(Qt::black);
-    return std::make_unique<QtBitmap>(std::move(pixels));
+    return std::make_unique<Bitmap>(std::move(pixels));
 }

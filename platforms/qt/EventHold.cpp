@@ -257,7 +257,8 @@ void EventHold::fnNoteKey(const QKeyEvent& event) {
 
 void EventHold::fnNoteFocus(QWindow* window) {
     // The release of a key in another program, or while no window has the focus, is not seen: the
-    // key would stay down for ever, and stop every operation. A deleted window can't be recognised.
+    // key would stay down for ever, and stop every operation. m_pFocus is also null once
+    // its window is deleted.
     if (!window || !m_pFocus)
         m_Down.clear();
     m_pFocus = window;

@@ -9,6 +9,7 @@
 
 #include <memory>
 
+/// Options of the desktop back end.
 struct CqQtOptions {
     /// Memory, files and language. `m_Others` supplies the services that neither back end provides;
     /// its screen creates palettes and regions.

@@ -51,6 +51,8 @@ public:
 
     /// Where the line is after some steps, without having walked them.
     State fnAfter(std::int64_t steps) const {
+        if (steps == 0)
+            return {0, m_nGain - m_nSpan};
         const auto major = static_cast<std::uint64_t>(m_nSpan);
         const std::uint64_t way = static_cast<std::uint64_t>(m_Minor.m_nLength) *
                                   static_cast<std::uint64_t>(steps); // below 2 to the 64
@@ -102,8 +104,8 @@ public:
     static constexpr std::int64_t kMaxSteps = 1 << 21;
 
     Slope(const Line& line, const Line::State& state)
-        : m_nRise(fnRatio(line.m_nGain, line.m_nLoss)),
-          m_nPlace(fnRatio(state.m_nError + line.m_nLoss - line.m_nGain, line.m_nLoss)),
+        : m_nRise(fnRatio(line.m_Minor.m_nLength, line.m_nSpan)),
+          m_nPlace(fnFindPlace(state.m_nError + line.m_nLoss - line.m_nGain, line)),
           m_fInverse(1.0 / static_cast<double>(m_nRise)) {}
 
     /// How many points come before more than `room` steps along the shorter axis, if they are fewer
@@ -130,7 +132,17 @@ public:
     std::uint64_t m_nPlace; ///< below one whole
 
 private:
+    /// Lines that begin inside the image, as most do, begin in the middle.
+    static std::uint64_t fnFindPlace(std::int64_t part, const Line& line) {
+        return part == line.m_nSpan ? (std::uint64_t{1} << (kBits - 1)) + 1
+                                    : fnRatio(part, line.m_nLoss);
+    }
+
     static std::uint64_t fnRatio(std::int64_t part, std::int64_t whole) {
+        constexpr std::int64_t kMaxShort = 1 << (64 - kBits);
+        if (part < kMaxShort) // one division instead of two: curves are made of short lines
+            return (static_cast<std::uint64_t>(part) << kBits) / static_cast<std::uint64_t>(whole) +
+                   1;
         constexpr unsigned kHalf = kBits / 2;
         const auto divisor = static_cast<std::uint64_t>(whole);
         const std::uint64_t high = static_cast<std::uint64_t>(part) << kHalf;
@@ -142,10 +154,12 @@ private:
 };
 
 /// Plots `points` points of one tile from `at` on, with one pixel of a fixed size. All that the
-/// loop uses is local: a byte that is stored may be any other.
+/// loop uses is local: a byte that is stored may be any other. A function of its own, so that the
+/// loop is compiled the same way whatever stands around it.
 template <std::size_t Bytes>
-void fnPlotRun(unsigned char* at, const unsigned char* pixel, std::int64_t points,
-               const Slope& slope, std::ptrdiff_t majorStride, std::ptrdiff_t minorStride) {
+[[gnu::noinline]] void fnPlotRun(unsigned char* at, const unsigned char* pixel, std::int64_t points,
+                                 const Slope& slope, std::ptrdiff_t majorStride,
+                                 std::ptrdiff_t minorStride) {
     unsigned char bytes[Bytes];
     std::memcpy(bytes, pixel, Bytes);
     const std::uint64_t rise = slope.m_nRise;
@@ -154,6 +168,76 @@ void fnPlotRun(unsigned char* at, const unsigned char* pixel, std::int64_t point
     for (; points > 0; --points, offset += majorStride, place += rise)
         std::memcpy(at + offset + static_cast<std::ptrdiff_t>(place >> Slope::kBits) * minorStride,
                     bytes, Bytes);
+}
+
+/// A short line that lies in one tile, by the error itself: curves are made of such lines, and the
+/// divisions of a slope would take longer than their points.
+template <std::size_t Bytes>
+void fnPlotShort(unsigned char* at, const unsigned char* pixel, const Line& line,
+                 std::ptrdiff_t majorStride, std::ptrdiff_t minorStride) {
+    unsigned char bytes[Bytes];
+    std::memcpy(bytes, pixel, Bytes);
+    const std::int64_t gain = line.m_nGain;
+    const std::int64_t loss = line.m_nLoss;
+    std::int64_t error = gain - line.m_nSpan;
+    for (std::int64_t points = line.m_Major.m_nLength + 1; points > 0; --points) {
+        std::memcpy(place.m_pAt + offset, bytes, Bytes);
+        // All ones for a negative error: where a line steps aside can't be predicted, so no branch.
+        const std::int64_t straight = error >> 63;
+        offset += majorStride + (minorStride & ~straight);
+        error += gain - (loss & ~straight);
+    }
+}
+
+/// The address of a point, and what a step along either axis adds to it.
+struct Place {
+    unsigned char* m_pAt;
+    std::ptrdiff_t m_nMajor;
+    std::ptrdiff_t m_nMinor;
+};
+
+template <std::size_t Bytes>
+Place fnFindPlace(const CqTileMap& map, const Line& line, bool steep, std::int64_t major,
+                  std::int64_t minor) {
+    const std::int64_t x = steep ? minor : major;
+    const std::int64_t y = steep ? major : minor;
+    const auto column = static_cast<std::uint32_t>(x) / CqTileMap::kMaxTileSize;
+    const auto row = static_cast<std::uint32_t>(y) / CqTileMap::kMaxTileSize;
+    const std::ptrdiff_t stride = map.fnRowBytes(map.fnColumnWidth(column));
+    const std::ptrdiff_t sideways = std::ptrdiff_t{Bytes};
+    return {map.TileTable[std::size_t{row} * map.TilesAcross + column].Pixels +
+                stride * (y & (kTileSize - 1)) + sideways * (x & (kTileSize - 1)),
+            line.m_Major.m_nStep * (steep ? stride : sideways),
+            line.m_Minor.m_nStep * (steep ? sideways : stride)};
+}
+
+/// A short line in one tile, by the error itself: curves are made of such lines, and setting up a
+/// slope would take longer than their points do.
+template <std::size_t Bytes>
+void fnPlotShort(const Place& place, const unsigned char* pixel, const Line& line) {
+    unsigned char bytes[Bytes];
+    std::memcpy(bytes, pixel, Bytes);
+    const std::int64_t gain = line.m_nGain;
+    const std::int64_t loss = line.m_nLoss;
+    const std::ptrdiff_t majorStride = place.m_nMajor;
+    const std::ptrdiff_t minorStride = place.m_nMinor;
+    std::ptrdiff_t offset = 0;
+    std::int64_t error = gain - line.m_nSpan;
+    for (std::int64_t points = line.m_Major.m_nLength + 1; points > 0; --points) {
+        std::memcpy(place.m_pAt + offset, bytes, Bytes);
+        // All ones for a negative error: where a line steps aside can't be predicted, so no branch.
+        const std::int64_t straight = error >> 63;
+        offset += majorStride + (minorStride & ~straight);
+        error += gain - (loss & ~straight);
+    }
+}
+
+/// Whether a line, which begins inside the image, stays in its first tile and has few points.
+bool fnIsShort(const Line& line, std::int64_t last) {
+    constexpr std::int64_t kMaxShort = 48;
+    return last == line.m_Major.m_nLength && last <= kMaxShort &&
+           last <= line.m_Major.fnRoom(line.m_Major.m_nStart) &&
+           line.m_Minor.m_nLength <= line.m_Minor.fnRoom(line.m_Minor.m_nStart);
 }
 
 /// From tile to tile, over as many steps as a slope is exact for.
@@ -166,19 +250,10 @@ void fnPlotTiles(const CqTileMap& map, const unsigned char* pixel, const Line& l
     for (std::int64_t step = first; step <= last;) {
         const std::int64_t major = line.m_Major.fnAt(step);
         const std::int64_t minor = line.m_Minor.fnAt(minorSteps);
-        const std::int64_t x = steep ? minor : major;
-        const std::int64_t y = steep ? major : minor;
-        const auto column = static_cast<std::uint32_t>(x) / CqTileMap::kMaxTileSize;
-        const auto row = static_cast<std::uint32_t>(y) / CqTileMap::kMaxTileSize;
-        const std::ptrdiff_t stride = map.fnRowBytes(map.fnColumnWidth(column));
-        const std::ptrdiff_t sideways = std::ptrdiff_t{Bytes};
-        unsigned char* at = map.TileTable[std::size_t{row} * map.TilesAcross + column].Pixels +
-                            stride * (y & (kTileSize - 1)) + sideways * (x & (kTileSize - 1));
+        const Place place = fnFindPlace<Bytes>(map, line, steep, major, minor);
         const std::int64_t points = std::min({last - step + 1, line.m_Major.fnRoom(major) + 1,
                                               slope.fnPoints(line.m_Minor.fnRoom(minor))});
-        fnPlotRun<Bytes>(at, pixel, points, slope,
-                         line.m_Major.m_nStep * (steep ? stride : sideways),
-                         line.m_Minor.m_nStep * (steep ? sideways : stride));
+        fnPlotRun<Bytes>(place.m_pAt, pixel, points, slope, place.m_nMajor, place.m_nMinor);
         minorSteps += slope.fnMove(points);
         step += points;
     }
@@ -211,11 +286,26 @@ void fnPlotNibbles(const CqTileMap& map, const unsigned char* pixel, const Line&
     }
 }
 
-using Plot = void (*)(const CqTileMap&, const unsigned char*, const Line&, bool, std::int64_t,
-                      std::int64_t);
-
-constexpr Plot kPlots[] = {fnPlotNibbles, fnPlotBytes<1>, fnPlotBytes<2>, fnPlotBytes<3>,
-                           fnPlotBytes<4>}; // by bytes a pixel
+/// Draws a line with a pixel of so many bytes, 0 for a nibble. All of it in one function, so that a
+/// short line needs no memory but the image's.
+template <std::size_t Bytes>
+void fnDrawLine(const CqTileMap& map, const unsigned char* pixel, const Axis& across,
+                const Axis& down) {
+    const bool steep = across.m_nLength <= down.m_nLength;
+    const Line line(steep ? Axis(down) : Axis(across), steep ? Axis(across) : Axis(down));
+    std::int64_t first = 0;
+    std::int64_t last = 0;
+    if (!line.fnClip(first, last))
+        return;
+    if constexpr (Bytes == 0)
+        fnPlotNibbles(map, pixel, line, steep, first, last);
+    else if (first == 0 && fnIsShort(line, last))
+        fnPlotShort<Bytes>(
+            fnFindPlace<Bytes>(map, line, steep, line.m_Major.m_nStart, line.m_Minor.m_nStart),
+            pixel, line);
+    else
+        fnPlotBytes<Bytes>(map, pixel, line, steep, first, last);
+}
 
 } // namespace
 
@@ -229,12 +319,18 @@ void DigitalLine::fnDraw(std::int32_t x0, std::int32_t y0, std::int32_t x1, std:
         return;
     const Axis across(x0, x1, m_pMap->Width);
     const Axis down(y0, y1, m_pMap->Height);
-    const bool steep = across.m_nLength <= down.m_nLength;
-    const Line line(steep ? down : across, steep ? across : down);
-    std::int64_t first = 0;
-    std::int64_t last = 0;
-    if (line.fnClip(first, last))
-        kPlots[m_pMap->BytesPerPixel](*m_pMap, m_Pixel, line, steep, first, last);
+    switch (m_pMap->BytesPerPixel) {
+    case 0:
+        return fnDrawLine<0>(*m_pMap, m_Pixel, across, down);
+    case 1:
+        return fnDrawLine<1>(*m_pMap, m_Pixel, across, down);
+    case 2:
+        return fnDrawLine<2>(*m_pMap, m_Pixel, across, down);
+    case 3:
+        return fnDrawLine<3>(*m_pMap, m_Pixel, across, down);
+    default:
+        return fnDrawLine<4>(*m_pMap, m_Pixel, across, down);
+    }
 }
 
 } // namespace q32

@@ -1,6 +1,6 @@
-#include "platforms/qt/QtDC.h"
+#include "platforms/qt/DeviceContext.h"
 
-#include "platforms/qt/QtText.h"
+#include "platforms/qt/Text.h"
 #include "platforms/qt/TileSampler.h"
 #include "q32Base/framework/CBitmap.h"
 #include "q32Base/framework/CFont.h"
@@ -46,10 +46,10 @@ QFont fnGetStandardFont(double scale) {
     return font;
 }
 
-QImage QtDC::fnGetSurface() const {
+QImage DeviceContext::fnGetSurface() const {
     QImage* pixels = nullptr;
     if (m_bMemory) {
-        auto* bitmap = m_pBitmap ? dynamic_cast<QtBitmap*>(m_pBitmap->GetObject()) : nullptr;
+        auto* bitmap = m_pBitmap ? dynamic_cast<Bitmap*>(m_pBitmap->GetObject()) : nullptr;
         pixels = bitmap ? &bitmap->m_Pixels : nullptr;
     } else if (m_pCanvas) {
         pixels = &m_pCanvas->fnGetPixels();
@@ -60,7 +60,7 @@ QImage QtDC::fnGetSurface() const {
                   : QImage();
 }
 
-void QtDC::fnShow() {
+void DeviceContext::fnShow() {
     const QRegion changed = std::exchange(m_Changed, QRegion());
     if (!m_pCanvas || changed.isEmpty())
         return;
@@ -69,7 +69,7 @@ void QtDC::fnShow() {
     m_pCanvas->fnShowPixels(changed);
 }
 
-int QtDC::GetDeviceCaps(int index) const {
+int DeviceContext::GetDeviceCaps(int index) const {
     const QScreen* screen = m_Device.m_pScreen;
     if (!screen)
         return 0;
@@ -92,36 +92,37 @@ int QtDC::GetDeviceCaps(int index) const {
     }
 }
 
-CPalette* QtDC::SelectPalette(CPalette* palette, bool) {
+CPalette* DeviceContext::SelectPalette(CPalette* palette, bool) {
     return std::exchange(m_pPalette, palette);
 }
 
-std::unique_ptr<CDC> QtDC::CreateCompatibleDC() {
-    std::unique_ptr<QtDC> dc(new (std::nothrow) QtDC(m_Device, nullptr, nullptr, false));
+std::unique_ptr<CDC> DeviceContext::CreateCompatibleDC() {
+    std::unique_ptr<DeviceContext> dc(new (std::nothrow)
+                                          DeviceContext(m_Device, nullptr, nullptr, false));
     if (dc)
         dc->m_bMemory = true;
     return dc;
 }
 
-CFont* QtDC::SelectObject(CFont* font) {
+CFont* DeviceContext::SelectObject(CFont* font) {
     return std::exchange(m_pFont, font);
 }
 
-CBitmap* QtDC::SelectObject(CBitmap* bitmap) {
+CBitmap* DeviceContext::SelectObject(CBitmap* bitmap) {
     return m_bMemory ? std::exchange(m_pBitmap, bitmap) : nullptr;
 }
 
-QFont QtDC::fnGetFont() const {
-    const auto* font = m_pFont ? dynamic_cast<const QtFont*>(m_pFont->GetObject()) : nullptr;
+QFont DeviceContext::fnGetFont() const {
+    const auto* font = m_pFont ? dynamic_cast<const Font*>(m_pFont->GetObject()) : nullptr;
     return font ? font->m_Font : fnGetStandardFont(m_Device.m_Scale);
 }
 
-QString QtDC::fnToText(const char* text, int count) const {
+QString DeviceContext::fnToText(const char* text, int count) const {
     const std::size_t length = count < 0 ? std::strlen(text) : static_cast<std::size_t>(count);
     return qt::fnToText(*m_Device.m_pCodePage, {text, length});
 }
 
-bool QtDC::GetTextMetrics(TEXTMETRICA* metrics) const {
+bool DeviceContext::GetTextMetrics(TEXTMETRICA* metrics) const {
     return fnTry(false, [&] {
         const QFont font = fnGetFont();
         const QFontMetrics sizes(font);
@@ -147,7 +148,7 @@ bool QtDC::GetTextMetrics(TEXTMETRICA* metrics) const {
     });
 }
 
-bool QtDC::GetTextExtentPoint32(const char* text, int count, SIZE* size) const {
+bool DeviceContext::GetTextExtentPoint32(const char* text, int count, SIZE* size) const {
     return fnTry(false, [&] {
         const QFontMetrics sizes(fnGetFont());
         *size =
@@ -156,7 +157,7 @@ bool QtDC::GetTextExtentPoint32(const char* text, int count, SIZE* size) const {
     });
 }
 
-int QtDC::DrawText(const char* text, int count, RECT* rect, UINT format) {
+int DeviceContext::DrawText(const char* text, int count, RECT* rect, UINT format) {
     if (!(format & DT_SINGLELINE))
         return 0;
     return fnTry(0, [&] {
@@ -191,11 +192,11 @@ int QtDC::DrawText(const char* text, int count, RECT* rect, UINT format) {
     });
 }
 
-int QtDC::SetBkMode(int mode) {
+int DeviceContext::SetBkMode(int mode) {
     return std::exchange(m_nBkMode, mode);
 }
 
-bool QtDC::FillRect(const RECT& rect, int systemColor) {
+bool DeviceContext::FillRect(const RECT& rect, int systemColor) {
     return fnTry(false, [&] {
         QImage surface = fnGetSurface();
         if (surface.isNull())
@@ -211,7 +212,7 @@ bool QtDC::FillRect(const RECT& rect, int systemColor) {
     });
 }
 
-bool QtDC::InvertRect(const RECT& rect) {
+bool DeviceContext::InvertRect(const RECT& rect) {
     return fnTry(false, [&] {
         QImage surface = fnGetSurface();
         if (surface.isNull())
@@ -227,9 +228,9 @@ bool QtDC::InvertRect(const RECT& rect) {
     });
 }
 
-bool QtDC::BitBlt(int x, int y, int width, int height, CDC* source, int sourceX, int sourceY,
-                  DWORD rop) {
-    const auto* from = dynamic_cast<const QtDC*>(source);
+bool DeviceContext::BitBlt(int x, int y, int width, int height, CDC* source, int sourceX,
+                           int sourceY, DWORD rop) {
+    const auto* from = dynamic_cast<const DeviceContext*>(source);
     if (!from || from == this || rop != SRCCOPY)
         return false;
     return fnTry(false, [&] {

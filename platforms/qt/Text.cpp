@@ -1,4 +1,4 @@
-#include "platforms/qt/QtText.h"
+#include "platforms/qt/Text.h"
 
 #include <climits>
 #include <cwchar>

@@ -1,4 +1,4 @@
-#include "platforms/qt/QtRows.h"
+#include "platforms/qt/DeviceRows.h"
 
 #include "platforms/qt/CanvasPixels.h"
 

@@ -17,20 +17,20 @@
 namespace q32::qt {
 
 /// A font sized in device pixels.
-class QtFont final : public CqFontObject {
+class Font final : public CqFontObject {
 public:
-    explicit QtFont(const QFont& font) : m_Font(font) {}
+    explicit Font(const QFont& font) : m_Font(font) {}
     const QFont m_Font;
 };
 
-class QtBitmap final : public CqBitmapObject {
+class Bitmap final : public CqBitmapObject {
 public:
-    explicit QtBitmap(QImage pixels) : m_Pixels(std::move(pixels)) {}
+    explicit Bitmap(QImage pixels) : m_Pixels(std::move(pixels)) {}
     QImage m_Pixels;
 };
 
 /// Common properties of all device contexts of one display.
-struct QtDevice {
+struct Device {
     int m_nBits = 32;
     double m_Scale = 1.0;        ///< device pixels per pixel of Qt
     QPointer<QScreen> m_pScreen; ///< may be unplugged
@@ -38,11 +38,11 @@ struct QtDevice {
 };
 
 /// Draws on a canvas, on a bitmap, or, for the whole screen, on nothing.
-class QtDC final : public CDC {
+class DeviceContext final : public CDC {
 public:
     /// @param canvas  null for the whole screen
     /// @param over    the canvas lies over a widget, and is hidden until something is drawn
-    QtDC(const QtDevice& device, CWnd* window, CqQtCanvas* canvas, bool over)
+    DeviceContext(const Device& device, CWnd* window, CqQtCanvas* canvas, bool over)
         : m_Device(device), m_pWindow(window), m_pCanvas(canvas), m_bOver(over) {}
 
     CWnd* fnGetWindow() const { return m_pWindow; }
@@ -78,7 +78,7 @@ private:
     QFont fnGetFont() const;
     QString fnToText(const char* text, int count) const;
 
-    QtDevice m_Device;
+    Device m_Device;
     CWnd* m_pWindow;
     QPointer<CqQtCanvas> m_pCanvas;
     bool m_bOver;
