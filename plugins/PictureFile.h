@@ -9,7 +9,7 @@
 /// No function here throws: every failure is reported by a CqPictureResult. Nothing is locked; an
 /// image may be used by only one thread at a time.
 ///
-/// What is read:
+/// Conversions on reading:
 /// - palette pictures of up to 4 bits become 4-bit images, those of 8 bits 8-bit images, with their
 ///   palette; grey becomes 8 bits with the grey ramp; colour 24 bits; colour or grey with alpha 32
 ///   bits; 16 bits per channel are rounded to 8;

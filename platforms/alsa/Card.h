@@ -66,7 +66,7 @@ private:
 /// An open card.
 class Card {
 public:
-    Card(const Card&) = delete; // its elements know its address
+    Card(const Card&) = delete; // its elements hold its address
     Card& operator=(const Card&) = delete;
     /// Null if there is no such card. Prints nothing. Throws std::bad_alloc.
     static std::unique_ptr<Card> fnOpen(const std::string& device);

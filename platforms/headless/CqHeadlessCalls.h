@@ -19,7 +19,7 @@ public:
     void fnFailNever() { fnFail(1, 0); }
     /// Calls so far, including failed ones.
     std::uint64_t fnGetCount() const;
-    /// Calls that were made to fail.
+    /// Calls that failed on demand.
     std::uint64_t fnGetFailed() const;
 
     /// Called by the services: counts a call. False if it is to fail.

@@ -47,17 +47,18 @@ public:
     /// Creates or replaces a file, with its parent directories, even when the disk is full. False
     /// as above, and for an open file.
     bool fnPutFile(std::string_view path, std::string_view bytes);
+    /// Sets a file's time, in seconds since 1970. False if it is missing.
     bool fnSetTime(std::string_view path, std::int64_t seconds);
     /// The bytes of a file; none if it is missing.
     std::optional<std::string> fnGetFile(std::string_view path) const;
     /// Full names of all files, by volume and name.
     std::vector<std::string> fnGetFiles() const;
-    /// Files that are open, mapped or viewed.
+    /// Number of files that are open, mapped or viewed.
     std::size_t fnGetOpenFiles() const;
     /// Makes every later creation of that file fail with the cause; FILE_CAUSE_NONE ends that.
     void fnFailCreate(std::string_view path, CQ_FILE_CAUSE cause);
 
-    // For the services.
+    // Called by the services.
 
     bool fnIsFile(std::string_view path) const;
     bool fnIsDirectory(std::string_view path) const;

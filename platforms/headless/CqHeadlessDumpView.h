@@ -107,7 +107,7 @@ public:
     /// Closes the window. The view is gone afterwards, unless it still has a dialog open.
     void fnClose() { m_Events.fnOnClose(); }
 
-    // For the library.
+    // Called by the library.
 
     bool fnCreateText() override { return m_pDesk->m_CreateText.fnPass(); }
     bool fnCreateStatusBar() override;

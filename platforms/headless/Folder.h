@@ -16,6 +16,7 @@ struct FolderPlace {
     std::vector<std::string> m_Names;
 };
 
+// False on failure. Times are in seconds since 1970.
 bool fnIsFolderFile(const FolderPlace& place);
 bool fnIsFolderDirectory(const FolderPlace& place);
 bool fnStatFolderFile(const FolderPlace& place, std::uint64_t& size, std::int64_t& time);

@@ -8,7 +8,7 @@ namespace q32::pulse {
 
 namespace {
 
-// The published flags of a block.
+// Flags of WAVEHDR::dwFlags.
 constexpr DWORD kDone = 1;
 constexpr DWORD kPrepared = 2;
 constexpr DWORD kLoop = 4 | 8;
