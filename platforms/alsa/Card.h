@@ -91,8 +91,7 @@ private:
     };
 
     std::array<Control, 4> m_Controls;
-    std::unique_ptr<snd_mixer_t, Close>
-        m_pMixer; ///< destroying it notifies m_Controls of the elements' removal
+    std::unique_ptr<snd_mixer_t, Close> m_pMixer; ///< notifies m_Controls as it goes
     bool m_bGone = false;
 };
 

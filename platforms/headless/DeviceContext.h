@@ -64,8 +64,7 @@ private:
         std::uint32_t* m_pPixels = nullptr;
         std::ptrdiff_t m_nStride = 0; ///< pixels between rows
         CRect m_Clip;
-        std::ptrdiff_t m_nOrigin =
-            0; ///< index of the drawing area's origin; may lie outside the pixels
+        std::ptrdiff_t m_nOrigin = 0; ///< of the drawing area; may lie outside the pixels
 
         std::uint32_t& fnAt(int x, int y) const { return m_pPixels[m_nOrigin + y * m_nStride + x]; }
     };

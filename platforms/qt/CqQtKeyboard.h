@@ -33,7 +33,6 @@ private:
     /// The same, after a look into the queue.
     q32::qt::EventHold* fnLook();
 
-    QPointer<q32::qt::EventHold>
-        m_pHold; ///< owned by this, but deleted earlier with the application
+    QPointer<q32::qt::EventHold> m_pHold; ///< owned; deleted earlier with the application
     std::chrono::steady_clock::time_point m_LastLook{};
 };

@@ -26,10 +26,9 @@ struct Span {
 /// The image column or row under each one of a part, and the cell boundaries.
 struct Axis {
     std::vector<std::uint32_t> m_Index;
-    std::vector<std::uint32_t>
-        m_Pairs;               ///< the same, but with every second entry equal to the one before it
-    std::vector<Span> m_Spans; ///< offsets into m_Index, one span per cell
-    int m_nFirst = 0;          ///< canvas coordinate of m_Index[0]
+    std::vector<std::uint32_t> m_Pairs; ///< the same, with each odd entry equal to the one before
+    std::vector<Span> m_Spans;          ///< offsets into m_Index, one span per cell
+    int m_nFirst = 0;                   ///< canvas coordinate of m_Index[0]
 
     std::uint32_t fnGetCell(const Span& span) const {
         return m_Index[span.m_nFirst] / Overview::kCellSize;

@@ -188,8 +188,7 @@ bool CqSoftwareRegion::fnCombine(const CqRegionObject& a, const CqRegionObject& 
 
 std::vector<RECT> CqSoftwareRegion::fnGetRects() const {
     std::vector<RECT> rects;
-    const Spans* last =
-        nullptr; // spans of the band above, whose rectangles are at the end of the list
+    const Spans* last = nullptr; // spans of the band above, whose rectangles end the list
     LONG lastBottom = 0;
     for (const auto& [top, band] : m_Bands) {
         if (band.m_Spans.empty())
