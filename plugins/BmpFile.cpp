@@ -17,10 +17,10 @@ namespace q32 {
 
 namespace {
 
-/// Written for pictures with alpha.
+/// The header written for pictures with alpha.
 constexpr std::uint32_t kV4HeaderBytes = 108;
 constexpr std::uint32_t kSrgbSpace = 0x73524742;
-/// A run-length coded picture is handed over in one piece; larger ones are none that anybody made.
+/// Limit for run-length coded data, which is decoded in one block.
 constexpr std::uint64_t kMaxRleBytes = 64u << 20;
 
 std::uint32_t fnGet16(const unsigned char* bytes) {
@@ -35,7 +35,7 @@ std::uint32_t fnGet32(const unsigned char* bytes) {
 struct Channel {
     std::uint32_t m_nMask = 0;
     int m_nShift = 0;
-    std::uint32_t m_nMax = 0; ///< its highest value; 0 for a channel that isn't there
+    std::uint32_t m_nMax = 0; ///< its highest value; 0 for an absent channel
 
     Channel() = default;
     explicit Channel(std::uint32_t mask)
@@ -53,7 +53,7 @@ bool fnKnowsBmp(const unsigned char* head, std::size_t count) {
     return count >= 2 && head[0] == 'B' && head[1] == 'M';
 }
 
-/// Turns stored rows into what an image takes.
+/// Converts rows of the file to rows for a CqPictureTarget.
 class RowConverter {
 public:
     explicit RowConverter(const BmpHeader& header)
@@ -83,7 +83,7 @@ private:
         }
     }
 
-    /// 5-5-5 is widened with the low green bit 0, as the DIB interchange does.
+    /// 5-5-5 is widened with the low green bit 0, as in the DIB interchange.
     void fnTake16(const unsigned char* in, unsigned char* out) const {
         for (std::uint32_t x = 0; x < m_Header.m_nWidth; ++x, in += 2, out += 2) {
             const unsigned int value = fnGet16(in);
@@ -130,8 +130,8 @@ void fnReadPlain(CqPictureInput& input, const BmpHeader& header, CqPictureTarget
     }
 }
 
-/// Bytes of a run-length stream up to and with its end mark. Throws, as corrupted, when it has
-/// none: the file ended early.
+/// Bytes of a run-length stream including its end mark. Throws PICTURE_CORRUPTED when there is
+/// none: the file was truncated.
 std::size_t fnRleLength(const unsigned char* stream, std::size_t count) {
     std::size_t at = 0;
     while (at + 2 <= count) {
@@ -147,8 +147,8 @@ std::size_t fnRleLength(const unsigned char* stream, std::size_t count) {
     throw CqPictureFailure{PICTURE_CORRUPTED};
 }
 
-/// Hands a run-length coded picture to the DIB interchange, whose rules then hold: rows that the
-/// stream leaves out are not set. Its end mark shows that a short stream is whole.
+/// Passes a run-length coded picture to the DIB interchange, whose rules apply: rows missing from
+/// the stream are not set. The end mark shows that the stream was not truncated.
 void fnReadRle(CqPictureInput& input, const BmpHeader& header, CqPictureTarget& target) {
     const std::uint64_t length = input.fnGetLength();
     if (header.m_nPixelsAt > length)
@@ -190,7 +190,7 @@ void fnReadBmp(CqPictureInput& input, CqPictureTarget& target) {
     target.fnSetDotsPerMeter(header.m_Info.biXPelsPerMeter, header.m_Info.biYPelsPerMeter);
 }
 
-/// Header bytes ahead of the pixels: file header, information header with masks, colour table.
+/// The bytes ahead of the pixels: file header, information header with masks, colour table.
 std::vector<unsigned char> fnMakeHeaders(const CqPictureSource& source, std::uint64_t pixelBytes) {
     const unsigned int bits = source.fnGetBitCount();
     const std::uint32_t infoBytes = bits == 32 ? kV4HeaderBytes : std::uint32_t{kDibHeaderBytes};
@@ -235,7 +235,7 @@ std::vector<unsigned char> fnMakeHeaders(const CqPictureSource& source, std::uin
     return bytes;
 }
 
-/// From the image's byte order to that of a file: the bytes of each pixel turned round.
+/// Converts a row to the file's byte order: the bytes of each pixel are reversed.
 void fnStoreBytes(const unsigned char* row, std::size_t width, unsigned int bits,
                   unsigned char* out) {
     if (bits == 4) {

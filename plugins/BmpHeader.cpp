@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::uint32_t kCoreHeaderBytes = 12;
 constexpr std::uint32_t kMaxHeaderBytes = 124;
-/// The longest header tells which colours are meant, by four letters as a number.
+/// The longest header declares its colour space at this offset, by four letters as a number.
 constexpr std::uint32_t kColorSpaceAt = 56;
 constexpr std::uint32_t kEmbeddedProfile = 0x4D424544;
 constexpr std::uint32_t kLinkedProfile = 0x4C494E4B;
@@ -26,7 +26,7 @@ Value fnGet(const unsigned char* bytes, std::size_t at) {
     return value;
 }
 
-/// Makes the old short record one of 40 bytes, but for its size.
+/// Converts the 12-byte core header to one of 40 bytes in place; `biSize` stays 12.
 void fnWidenCore(unsigned char* bytes) {
     BITMAPINFOHEADER info = {};
     info.biSize = kCoreHeaderBytes;
@@ -36,7 +36,7 @@ void fnWidenCore(unsigned char* bytes) {
     std::memcpy(bytes, &info, sizeof(info));
 }
 
-/// Reads the record that holds the size, in either of its two layouts, with the masks behind it.
+/// Reads the information header, in either of its two layouts, with the masks behind it.
 DibLayout fnReadInfo(CqPictureInput& input, BmpHeader& header) {
     unsigned char file[kBmpFileHeaderBytes];
     fnReadExactly(input, file, sizeof(file));
@@ -61,7 +61,7 @@ DibLayout fnReadInfo(CqPictureInput& input, BmpHeader& header) {
     return layout;
 }
 
-/// Refuses what no picture can be, and fills in the masks of uncompressed pixels.
+/// Rejects invalid combinations, and fills in the masks of uncompressed pixels.
 void fnTakeLayout(const DibLayout& layout, BmpHeader& header) {
     const BITMAPINFOHEADER& info = header.m_Info = layout.m_Header;
     if (!layout.fnHasPixels())
@@ -99,7 +99,7 @@ void fnTakeLayout(const DibLayout& layout, BmpHeader& header) {
         throw CqPictureFailure{PICTURE_CORRUPTED};
 }
 
-/// The colour table; the three-byte entries of the old layout too.
+/// Reads the colour table, whose entries have three bytes in the core layout.
 void fnReadColors(CqPictureInput& input, BmpHeader& header) {
     const std::size_t entry = header.m_Info.biSize == kCoreHeaderBytes ? 3 : sizeof(RGBQUAD);
     for (unsigned int i = 0; i < header.m_nColors; ++i) {

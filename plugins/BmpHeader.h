@@ -1,5 +1,5 @@
 /// @file
-/// The records at the head of a BMP.
+/// The headers of a BMP file.
 #pragma once
 
 #include "q32Base/image/DibLayout.h"
@@ -17,29 +17,29 @@ static_assert(std::endian::native == std::endian::little, "the records are used 
 
 inline constexpr std::uint32_t kBmpFileHeaderBytes = 14;
 
-/// What a BMP says of itself, checked.
+/// The validated headers of a BMP.
 struct BmpHeader {
-    BITMAPINFOHEADER m_Info = {}; ///< its size may be that of another kind of header
+    BITMAPINFOHEADER m_Info = {}; ///< `biSize` is that of the file's header variant
     std::uint32_t m_nWidth = 0;
     std::uint32_t m_nHeight = 0;
     bool m_bTopDown = false;
-    std::uint32_t m_nPixelsAt = 0; ///< in the file
+    std::uint32_t m_nPixelsAt = 0; ///< offset in the file
     RGBQUAD m_Colors[256] = {};
     unsigned int m_nColors = 0;
-    bool m_bProfile = false;       ///< a colour profile goes with it
-    std::uint32_t m_Masks[4] = {}; ///< red, green, blue, alpha; 0 for one that isn't there
+    bool m_bProfile = false;       ///< the file refers to a colour profile
+    std::uint32_t m_Masks[4] = {}; ///< red, green, blue, alpha; 0 for an absent channel
 
     bool fnIs555() const { return fnHasMasks16(0x7C00, 0x03E0); }
     bool fnIs565() const { return fnHasMasks16(0xF800, 0x07E0); }
     unsigned int fnImageDepth() const;
-    /// Whether there is more in a pixel, or about it, than an image takes.
+    /// Whether the file holds more per pixel, or more metadata, than an image.
     bool fnHoldsMore() const;
 
 private:
     bool fnHasMasks16(std::uint32_t red, std::uint32_t green) const;
 };
 
-/// Reads and checks the head from the file's start on. Throws CqPictureFailure.
+/// Reads and validates the headers, from the start of the file. Throws CqPictureFailure.
 BmpHeader fnReadBmpHeader(CqPictureInput& input);
 
 } // namespace q32

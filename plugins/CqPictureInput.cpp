@@ -26,7 +26,7 @@ bool CqPictureInput::fnFill() noexcept {
     if (m_bFailed)
         return false;
     const std::uint64_t place = fnGetPosition();
-    // A broken file may lead to a place that no stream can be moved to.
+    // A corrupt file may name an offset to which no stream can seek.
     if (place >= m_nLength)
         return false;
     std::size_t done = 0;

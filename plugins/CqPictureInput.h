@@ -8,23 +8,23 @@
 
 namespace q32 {
 
-/// A picture file that is read: buffered, and safe to be called from inside a C library, since only
-/// the constructor throws. The first failure stays: every later read gives nothing.
+/// A picture file opened for reading: buffered, and safe to call from callbacks of a C library,
+/// since only the constructor throws. Failure is permanent: every later read gives nothing.
 class CqPictureInput {
 public:
     /// Opens the file. Throws CqPictureFailure.
     explicit CqPictureInput(const char* path);
 
-    /// Reads up to `count` bytes; fewer only at the end or after a failure.
+    /// Reads up to `count` bytes; fewer only at the end of the file or after a failure.
     std::size_t fnRead(void* out, std::size_t count) noexcept;
-    /// A view of the bytes at the present place, which are read by that; none at the end or after a
-    /// failure. Valid until the next call.
+    /// Consumes the rest of the buffer and returns a view of its `count` bytes; null and 0 at the
+    /// end of the file or after a failure. Valid until the next call.
     const unsigned char* fnReadBlock(std::size_t& count) noexcept;
-    /// Moves to a place from the start; beyond the end is allowed.
+    /// Sets the position from the start; beyond the end is allowed.
     void fnSeek(std::uint64_t position) noexcept;
     std::uint64_t fnGetPosition() const noexcept { return m_nBase + m_nNext; }
     std::uint64_t fnGetLength() const noexcept { return m_nLength; }
-    /// Whether reading failed, other than by the file's end.
+    /// Whether reading failed for a reason other than the end of the file.
     bool fnHasFailed() const noexcept { return m_bFailed; }
 
 private:
@@ -35,14 +35,14 @@ private:
     std::unique_ptr<CqFileStream> m_pStream;
     std::unique_ptr<unsigned char[]> m_pBlock;
     std::uint64_t m_nLength = 0;
-    std::uint64_t m_nBase = 0; ///< place of the block in the file
-    std::size_t m_nFilled = 0; ///< bytes in the block
-    std::size_t m_nNext = 0;   ///< the next one of them
-    bool m_bMoved = false;     ///< the stream itself doesn't stand behind the block
+    std::uint64_t m_nBase = 0; ///< position of the buffer in the file
+    std::size_t m_nFilled = 0; ///< bytes in the buffer
+    std::size_t m_nNext = 0;   ///< index of the next byte in the buffer
+    bool m_bMoved = false;     ///< the stream isn't positioned at the end of the buffer
     bool m_bFailed = false;
 };
 
-/// Reads `count` bytes. Throws CqPictureFailure when there are fewer.
+/// Reads `count` bytes. Throws CqPictureFailure if there are fewer.
 void fnReadExactly(CqPictureInput& input, void* out, std::size_t count);
 
 } // namespace q32

@@ -9,27 +9,28 @@
 
 namespace q32 {
 
-/// A picture file that is written: under a new name beside the wanted one, whose place it takes at
-/// the end. Buffered, and safe to be called from inside a C library, since only the constructor and
-/// the commit throw. The first failure stays. Without a commit, no trace is left.
+/// A picture file opened for writing, under a temporary name beside its path, which it replaces on
+/// commit. Buffered, and safe to call from callbacks of a C library, since only the constructor and
+/// `fnCommit` throw. Failure is permanent. Without a commit, the temporary file is deleted.
 class CqPictureOutput {
 public:
-    /// Creates the new file. Throws CqPictureFailure and the memory failures.
+    /// Creates the temporary file. Throws CqPictureFailure, std::bad_alloc and the framework's
+    /// memory exception.
     explicit CqPictureOutput(const char* path);
     ~CqPictureOutput();
     CqPictureOutput(const CqPictureOutput&) = delete;
     CqPictureOutput& operator=(const CqPictureOutput&) = delete;
 
-    /// False when not all could be written.
+    /// False if not everything could be written.
     bool fnWrite(const void* bytes, std::size_t count) noexcept;
-    /// Reads what was written before; fewer than `count` bytes only at the end or after a failure.
+    /// Reads back what was written; fewer than `count` bytes only at the end or after a failure.
     std::size_t fnRead(void* out, std::size_t count) noexcept;
     bool fnSeek(std::uint64_t position) noexcept;
     std::uint64_t fnGetPosition() const noexcept { return m_nBase + m_nFilled; }
     std::uint64_t fnGetLength() const noexcept;
     bool fnHasFailed() const noexcept { return m_bFailed; }
 
-    /// Closes the new file and puts it in its place. Throws CqPictureFailure.
+    /// Closes the temporary file and moves it to the path. Throws CqPictureFailure.
     void fnCommit();
 
 private:
@@ -41,10 +42,10 @@ private:
     bool fnTry(const Work& work) noexcept;
 
     CString m_strPath;
-    CString m_strNewPath; ///< empty when there is no new file to remove
+    CString m_strNewPath; ///< the temporary file; empty when there is none to delete
     std::unique_ptr<CqFileStream> m_pStream;
     std::unique_ptr<unsigned char[]> m_pBlock;
-    std::uint64_t m_nBase = 0; ///< place of the block in the file
+    std::uint64_t m_nBase = 0; ///< position of the buffer in the file
     std::uint64_t m_nWritten = 0;
     std::size_t m_nFilled = 0;
     bool m_bFailed = false;

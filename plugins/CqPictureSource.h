@@ -8,10 +8,11 @@
 
 namespace q32 {
 
-/// The image that a codec writes from, row by row.
+/// The image that a codec writes, read row by row.
 class CqPictureSource {
 public:
-    /// Looks the image's palette over; the pixels too where it is shorter than its depth allows.
+    /// Reads the palette; also scans the pixels if the palette is shorter than the depth allows.
+    /// `image` must outlive this; `progress` may be null.
     CqPictureSource(CqImage& image, CqPictureProgress* progress);
     CqPictureSource(const CqPictureSource&) = delete;
     CqPictureSource& operator=(const CqPictureSource&) = delete;
@@ -19,22 +20,22 @@ public:
     std::uint32_t fnGetWidth() const { return m_Image.Width; }
     std::uint32_t fnGetHeight() const { return m_Image.Height; }
     unsigned int fnGetBitCount() const { return m_Image.BitCount; }
-    /// Whether it is an 8-bit image whose indices are the greys themselves.
+    /// Whether it is an 8-bit image whose palette is the full grey ramp.
     bool fnIsGrey() const { return m_bGrey; }
-    /// The colours of an image of up to 8 bits: 1 to `1 << bits`, as many as its pixels name. 256
-    /// entries can be read; those beyond the count are black.
+    /// The colours of an image of up to 8 bits: 1 to `1 << bits`, enough for all indices in use.
+    /// 256 entries can be read; those beyond the count are black.
     const RGBQUAD* fnGetColors() const { return m_Colors; }
     unsigned int fnGetColorCount() const { return m_nColors; }
     const char* fnGetTitle() const { return m_Image.Title; }
-    /// Dots per metre; 0 when the image has no resolution in one direction.
+    /// Dots per metre; both 0 unless the image has a resolution in both directions.
     std::uint32_t fnGetDotsPerMeterX() const { return m_nDotsX; }
     std::uint32_t fnGetDotsPerMeterY() const { return m_nDotsY; }
     std::int32_t fnGetDpiX() const { return m_Image.DpiX; }
     std::int32_t fnGetDpiY() const { return m_Image.DpiY; }
 
-    /// A row as CodecSamples.h describes it.
+    /// Reads a row in the layout of CodecSamples.h.
     void fnFetchRow(std::uint32_t y, unsigned char* out);
-    /// A row as red, green, blue, whatever the depth; alpha is dropped.
+    /// Reads a row as red, green, blue at any depth; alpha is dropped.
     void fnFetchRgb(std::uint32_t y, unsigned char* out);
     void fnTell(std::uint64_t done, std::uint64_t total) { m_Steps.fnTell(done, total); }
 

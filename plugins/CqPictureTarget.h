@@ -9,12 +9,12 @@
 
 namespace q32 {
 
-/// Tells the host's progress object how far the work is; throws CqPictureFailure on an abort.
+/// Reports progress to the host's progress object; throws CqPictureFailure on an abort.
 class CqPictureSteps {
 public:
     explicit CqPictureSteps(CqPictureProgress* progress) : m_pProgress(progress) {}
 
-    /// `done` of `total` parts; `total` above 0.
+    /// Reports that `done` of `total` parts are complete; `total` must be above 0.
     void fnTell(std::uint64_t done, std::uint64_t total);
 
 private:
@@ -22,8 +22,8 @@ private:
     unsigned int m_nPercent = 0;
 };
 
-/// The image that a codec reads into. What a file says goes through here, so that no size is
-/// believed before it is checked.
+/// The image that a codec reads into. Everything declared by a file goes through here, so that no
+/// size is used before it is validated.
 class CqPictureTarget {
 public:
     CqPictureTarget(CqImage& image, CqPictureProgress* progress)
@@ -31,33 +31,33 @@ public:
     CqPictureTarget(const CqPictureTarget&) = delete;
     CqPictureTarget& operator=(const CqPictureTarget&) = delete;
 
-    /// Makes the image's storage. `palette` and `count` are those of `CqImage::fnAlloc`. Throws: a
-    /// width or height of 0 is corrupted, a picture of 4 GiB and more is out of memory.
+    /// Allocates the image's storage. `palette` and `count` are those of `CqImage::fnAlloc`. Throws
+    /// PICTURE_CORRUPTED for a width or height of 0, PICTURE_NO_MEMORY for 4 GiB or more.
     void fnAlloc(std::uint64_t width, std::uint64_t height, unsigned int bitCount,
                  const RGBQUAD* palette, unsigned int count);
-    /// Throws, as corrupted, when a file of `fileBytes` can't hold rows of pixels (in bytes of the
-    /// file's own depth), since its coding makes at most `ratio` bytes out of one. Called ahead of
-    /// `fnAlloc`, so that a broken size takes no memory.
+    /// Throws PICTURE_CORRUPTED if a file of `fileBytes` can't hold `rows` rows of `rowBytes` bytes
+    /// (at the file's own depth), given that its coding expands a byte to at most `ratio` bytes.
+    /// Called ahead of `fnAlloc`, so that a corrupt size allocates nothing.
     static void fnCheckRoom(std::uint64_t fileBytes, std::uint64_t rowBytes, std::uint64_t rows,
                             std::uint64_t ratio);
 
-    /// The same for codings that can leave out rows, or make any number of bytes out of one: 65,536
-    /// for each, and 64 MiB from the smallest file, are believed. No real picture of that size is
-    /// coded in so little.
+    /// The same for codings that can omit rows, or expand a byte without limit: 65,536 bytes for
+    /// each byte of the file, and 64 MiB for the smallest file, are accepted. No real picture
+    /// compresses further.
     static void fnCheckSparseRoom(std::uint64_t fileBytes, std::uint64_t rowBytes,
                                   std::uint64_t rows);
 
-    /// Copy pixels in and out, as CodecSamples.h describes them. The run must lie inside the image
-    /// that `fnAlloc` made.
+    /// Copy `count` pixels in and out, in the layout of CodecSamples.h. The span must lie inside
+    /// the image allocated by `fnAlloc`.
     void fnStore(std::uint32_t x, std::uint32_t y, std::uint32_t count, const unsigned char* in);
     void fnFetch(std::uint32_t x, std::uint32_t y, std::uint32_t count, unsigned char* out);
     void fnStoreRow(std::uint32_t y, const unsigned char* in) { fnStore(0, y, m_Image.Width, in); }
     void fnFetchRow(std::uint32_t y, unsigned char* out) { fnFetch(0, y, m_Image.Width, out); }
 
-    /// Notes the resolution, unless one of the values can't be told.
+    /// Sets the resolution, unless one of the values is out of range.
     void fnSetDotsPerMeter(double x, double y);
     void fnSetTitle(const char* title) { m_Image.Title = title; }
-    /// Notes that the file holds what the image doesn't take, as CqPictureResult tells it.
+    /// Notes that the file holds more than the image, for CqPictureResult::m_bReduced.
     void fnNoteReduced() { m_bReduced = true; }
     bool fnIsReduced() const { return m_bReduced; }
     void fnTell(std::uint64_t done, std::uint64_t total) { m_Steps.fnTell(done, total); }
@@ -66,7 +66,7 @@ public:
 
 private:
     CqImage& m_Image;
-    std::optional<CqPixelReader> m_Reader; ///< on the storage that fnAlloc made
+    std::optional<CqPixelReader> m_Reader; ///< on the storage allocated by fnAlloc
     std::optional<CqPixelWriter> m_Writer;
     CqPictureSteps m_Steps;
     bool m_bReduced = false;

@@ -15,7 +15,7 @@ namespace q32 {
 
 namespace {
 
-/// libtiff takes no single block above this; tags of a broken file may ask for any size.
+/// Limit of a single allocation by libtiff; tags of a corrupt file may request any size.
 constexpr tmsize_t kMaxBlockBytes = tmsize_t{1} << 30;
 
 CqTiffHandle& fnHandle(thandle_t handle) {
@@ -64,7 +64,7 @@ int fnTiffError(TIFF*, void*, const char*, const char*, std::va_list) {
 
 int fnTiffWarning(TIFF*, void* user, const char* module, const char*, std::va_list) {
     CqTiffHandle& file = fnHandle(user);
-    // The old bit order of LZW is read as well as the new one.
+    // libtiff warns of the old bit order of LZW, but decodes it correctly.
     const bool harmless = module && std::strcmp(module, "LZWPreDecode") == 0;
     file.m_bWarned = file.m_bWarned || (file.m_bWatching && !harmless);
     return 1;

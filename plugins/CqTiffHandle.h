@@ -9,10 +9,10 @@ namespace q32 {
 class CqPictureInput;
 class CqPictureOutput;
 
-/// libtiff's object over a picture file, with messages kept to itself.
+/// A libtiff handle on a picture file; its messages are not printed.
 class CqTiffHandle {
 public:
-    /// Opens for reading or writing. Throws CqPictureFailure.
+    /// Opens for reading or writing; the file must outlive this. Throws CqPictureFailure.
     explicit CqTiffHandle(CqPictureInput& input);
     explicit CqTiffHandle(CqPictureOutput& output);
     ~CqTiffHandle();
@@ -21,9 +21,9 @@ public:
 
     operator tiff*() const { return m_pTiff; }
 
-    /// Throws what a failed call into libtiff means.
+    /// Throws the CqPictureFailure for a failed call into libtiff.
     [[noreturn]] void fnFail() const;
-    /// From now on a warning means that pixels were made up.
+    /// From now on a warning means that pixels were invented.
     void fnWatchWarnings() { m_bWatching = true; }
     bool fnHasWarned() const { return m_bWarned; }
 

@@ -5,7 +5,7 @@
 #include "plugins/CqPictureTarget.h"
 #include "plugins/PictureCodec.h"
 
-// The library's header needs size_t and FILE declared ahead of it.
+// jpeglib.h needs size_t and FILE declared ahead of it.
 #include <jpeglib.h>
 
 #include <algorithm>
@@ -18,28 +18,28 @@ namespace q32 {
 
 namespace {
 
-/// A block of 8 x 8 pixels takes a bit at least, unless it is coded arithmetically: there any
-/// number of equal blocks takes nearly nothing.
+/// A block of 8 x 8 pixels takes at least a bit, except with arithmetic coding, where any number of
+/// equal blocks takes nearly nothing.
 constexpr std::uint64_t kMaxPixelsPerByte = 512;
-/// More scans than any writer makes; a hostile file could keep the decoder busy for hours.
+/// More scans than any encoder writes; a hostile file could keep the decoder busy for hours.
 constexpr int kMaxScans = 200;
-/// Coefficients of a progressive picture are held by libjpeg as a whole, up to this.
+/// Limit of the coefficients of a progressive picture, which libjpeg holds in memory.
 constexpr long kMaxCoefficientBytes = 1L << 30;
 constexpr std::size_t kOutputBlock = 16384;
 constexpr double kInchesPerMeter = 1 / 0.0254;
-/// Of a camera's and an editor's notes, colour profiles, further pictures, and a printer's notes.
+/// Camera and editor metadata (APP1), profiles and further pictures (APP2), print metadata (APP13).
 constexpr int kNoteMarkers[] = {JPEG_APP0 + 1, JPEG_APP0 + 2, JPEG_APP0 + 13};
 constexpr int kDotsPerInchUnit = 1;
 constexpr int kDotsPerCentimeterUnit = 2;
 
-/// What libjpeg's callbacks need. Found from the library's objects by `client_data`.
+/// The state of libjpeg's callbacks, reached through `client_data`.
 struct JpegState {
     std::jmp_buf m_Jump;
     jpeg_error_mgr m_Errors;
     PICTURE_MESSAGE m_eFailure = PICTURE_CORRUPTED;
     CqPictureInput* m_pInput = nullptr;
     CqPictureOutput* m_pOutput = nullptr;
-    bool m_bHasNotes = false; ///< of the file that is read
+    bool m_bHasNotes = false; ///< the file being read has markers of kNoteMarkers
     JOCTET m_Block[kOutputBlock];
 };
 
@@ -66,8 +66,8 @@ JpegState& fnState(j_common_ptr jpeg) {
     std::longjmp(state.m_Jump, 1);
 }
 
-/// A warning means that pixels were made up, but for those about bytes between the segments and
-/// about versions.
+/// Except for those about bytes between segments and about versions, a warning means that pixels
+/// were invented.
 void fnJpegMessage(j_common_ptr jpeg, int level) {
     const int code = jpeg->err->msg_code;
     const bool harmless = level >= 0 || code == JWRN_EXTRANEOUS_DATA || code == JWRN_JFIF_MAJOR ||
@@ -100,11 +100,11 @@ void fnSkipInput(j_decompress_ptr jpeg, long count) {
     }
 }
 
-/// That notes are there is all that is looked at. libjpeg would keep an object for each of them,
-/// and a file may have millions.
+/// Skips a marker and notes only its presence. libjpeg would allocate an object for each, and a
+/// file may have millions.
 boolean fnPassNotes(j_decompress_ptr jpeg) {
     fnState(reinterpret_cast<j_common_ptr>(jpeg)).m_bHasNotes = true;
-    long length = 0; // it counts itself
+    long length = 0; // includes its own two bytes
     for (int i = 0; i < 2; ++i) {
         if (jpeg->src->bytes_in_buffer == 0)
             fnFillInput(jpeg);
@@ -150,7 +150,7 @@ bool fnKnowsJpeg(const unsigned char* head, std::size_t count) {
     return count >= 3 && head[0] == 0xFF && head[1] == 0xD8 && head[2] == 0xFF;
 }
 
-/// libjpeg's object for reading one file. Every call into libjpeg goes through `fnCall`.
+/// The libjpeg object for reading one file. Every call into libjpeg goes through `fnCall`.
 class JpegReader {
 public:
     explicit JpegReader(CqPictureInput& input) { m_State.m_pInput = &input; }
@@ -164,7 +164,7 @@ public:
     void fnAllocImage(CqPictureTarget& target);
     void fnReadScans(CqPictureTarget& target);
     void fnReadRows(CqPictureTarget& target);
-    /// Whether the file holds more than the image takes: inks, or notes.
+    /// Whether the file holds more than the image: CMYK, or metadata.
     bool fnHoldsMore() const { return m_Jpeg.out_color_space == JCS_CMYK || m_State.m_bHasNotes; }
 
 private:
@@ -223,7 +223,7 @@ void JpegReader::fnReadHeader() {
     }
 }
 
-/// Takes libjpeg's own memory, ahead of the image's.
+/// Starts the decompressor; allocates libjpeg's own memory, ahead of the image's.
 void JpegReader::fnStart() {
     m_Jpeg.buffered_image = jpeg_has_multiple_scans(&m_Jpeg);
     fnCall([this] { jpeg_start_decompress(&m_Jpeg); });
@@ -240,8 +240,8 @@ void JpegReader::fnAllocImage(CqPictureTarget& target) {
         target.fnSetDotsPerMeter(m_Jpeg.X_density * unit, m_Jpeg.Y_density * unit);
 }
 
-/// Takes in all scans of a progressive picture, so that the rows come out complete. This is half of
-/// the work.
+/// Reads all scans of a progressive picture, so that the rows come out complete. Counts as half of
+/// the progress.
 void JpegReader::fnReadScans(CqPictureTarget& target) {
     const std::uint64_t length = m_State.m_pInput->fnGetLength();
     if (!m_Jpeg.buffered_image)
@@ -257,11 +257,11 @@ void JpegReader::fnReadScans(CqPictureTarget& target) {
     fnCall([this] { jpeg_start_output(&m_Jpeg, m_Jpeg.input_scan_number); });
 }
 
-/// What is left to do to a decoded row, in place.
+/// Converts a decoded row to the image's layout, in place.
 unsigned char* JpegReader::fnConvertRow(unsigned char* row) const {
     if (m_Jpeg.out_color_space != JCS_CMYK)
         return row;
-    // With an Adobe marker 255 means no ink.
+    // With an Adobe marker, 255 means no ink.
     if (m_Jpeg.saw_Adobe_marker)
         std::transform(row, row + std::size_t{m_Jpeg.output_width} * 4, row,
                        [](unsigned char ink) { return static_cast<unsigned char>(255 - ink); });
@@ -299,7 +299,7 @@ void fnReadJpeg(CqPictureInput& input, CqPictureTarget& target) {
         target.fnNoteReduced();
 }
 
-/// libjpeg's object for writing one file.
+/// The libjpeg object for writing one file.
 class JpegWriter {
 public:
     explicit JpegWriter(CqPictureOutput& output) { m_State.m_pOutput = &output; }
@@ -334,7 +334,7 @@ void JpegWriter::fnOpen() {
     m_Jpeg.dest = &m_Destination;
 }
 
-/// Runs inside `fnCall`.
+/// Called inside `fnCall`.
 void JpegWriter::fnDescribe(const CqPictureSource& source, const CqPictureOptions& options) {
     m_Jpeg.image_width = source.fnGetWidth();
     m_Jpeg.image_height = source.fnGetHeight();

@@ -1,5 +1,5 @@
 /// @file
-/// What a format offers to the readers and writers of pictures, and how it fails.
+/// The interface of a format to the readers and writers of pictures, and its failures.
 #pragma once
 
 #include "plugins/PictureTypes.h"
@@ -16,7 +16,7 @@ class CqPictureOutput;
 class CqPictureSource;
 class CqPictureTarget;
 
-/// The library's messages that a picture file can end with.
+/// The numbers of the library's messages that reading or writing a picture can end with.
 enum PICTURE_MESSAGE : int {
     PICTURE_NO_MESSAGE = 0,
     PICTURE_NO_MEMORY = -1,
@@ -29,7 +29,7 @@ enum PICTURE_MESSAGE : int {
     PICTURE_UNSUPPORTED = -102
 };
 
-/// Thrown by value inside this folder; no message means that the host aborted.
+/// Thrown by value within this folder. PICTURE_NO_MESSAGE means that the host aborted.
 struct CqPictureFailure {
     PICTURE_MESSAGE m_eMessage;
 };
@@ -37,7 +37,7 @@ struct CqPictureFailure {
 /// One format. The functions throw CqPictureFailure, the framework's exceptions and std::bad_alloc.
 struct CqPictureCodec {
     CqPictureFormat m_Format;
-    /// Whether the first bytes of a file are of this format.
+    /// Whether a file that begins with the `count` bytes at `head` has this format.
     bool (*m_pKnows)(const unsigned char* head, std::size_t count);
     /// Reads from the file's start.
     void (*m_pRead)(CqPictureInput& input, CqPictureTarget& target);
@@ -46,7 +46,7 @@ struct CqPictureCodec {
                      const CqPictureOptions& options);
 };
 
-/// Runs `work` on a file and turns whatever it throws into a result.
+/// Runs `work` on a file and converts whatever it throws into a result.
 template <typename Work>
 CqPictureResult fnRunOnFile(const char* path, const Work& work) noexcept {
     CqPictureResult result;
@@ -70,8 +70,8 @@ extern const CqPictureCodec kJpegCodec;
 extern const CqPictureCodec kTiffCodec;
 extern const CqPictureCodec kBmpCodec;
 
-/// Runs calls into a C library that ends by longjmp to `jump` when it fails; false then. `call` and
-/// what it calls must hold nothing that a destructor has to clean up.
+/// Runs calls into a C library that reports failure by longjmp to `jump`; false in that case.
+/// `call` and what it calls must own nothing that a destructor has to release.
 template <typename Call>
 [[gnu::noinline]] bool fnGuardJump(std::jmp_buf& jump, const Call& call) {
     if (setjmp(jump) != 0)

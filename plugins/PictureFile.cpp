@@ -82,7 +82,7 @@ CqPictureResult q32ReadPicture(const char* path, CqImage& image, CqPictureProgre
             codec.m_pRead(input, target);
             reduced = target.fnIsReduced();
         }
-        // From here on nothing fails.
+        // Nothing fails from here on.
         image.fnSwapBuf(fresh);
         image.Title = fresh.Title;
         image.DpiX = fresh.DpiX;

@@ -18,14 +18,14 @@ namespace {
 
 constexpr png_alloc_size_t kMaxChunkBytes = 8u << 20;
 constexpr png_uint_32 kMaxSide = 0x7FFFFFFF;
-/// Deflate makes at most 1032 bytes out of one.
+/// Deflate expands a byte to at most 1032 bytes.
 constexpr std::uint64_t kMaxRatio = 1032;
 constexpr int kPngSignatureBytes = 8;
 constexpr char kTitleKey[] = "Title";
-constexpr char kProgramKey[] = "Software"; ///< that wrote the file
+constexpr char kProgramKey[] = "Software"; ///< names the program that wrote the file
 constexpr png_byte kAnimation[] = {'a', 'c', 'T', 'L', 0};
 
-/// What libpng's callbacks need, in one reachable place.
+/// The state of libpng's callbacks, reached through its user pointers.
 struct PngState {
     std::jmp_buf m_Jump;
     CqPictureInput* m_pInput = nullptr;
@@ -37,7 +37,7 @@ struct PngState {
     std::longjmp(static_cast<PngState*>(png_get_error_ptr(png))->m_Jump, 1);
 }
 
-/// Warnings are about what isn't used or can be read all the same.
+/// Ignored: warnings concern chunks that are unused or still readable.
 void fnPngWarning(png_structp, png_const_charp) {}
 
 png_voidp fnPngAlloc(png_structp png, png_alloc_size_t size) {
@@ -69,7 +69,7 @@ bool fnKnowsPng(const unsigned char* head, std::size_t count) {
     return count >= kPngSignatureBytes && png_sig_cmp(head, 0, kPngSignatureBytes) == 0;
 }
 
-/// libpng's objects for reading one file. Every call into libpng goes through `fnCall`.
+/// The libpng objects for reading one file. Every call into libpng goes through `fnCall`.
 class PngReader {
 public:
     explicit PngReader(CqPictureInput& input) { m_State.m_pInput = &input; }
@@ -80,7 +80,7 @@ public:
     template <typename Call>
     void fnCall(const Call& call) {
         const bool done = fnGuardJump(m_State.m_Jump, call);
-        // Out of memory for what it thinks it can do without, libpng just warns.
+        // When memory is exhausted for something optional, libpng only warns.
         if (m_State.m_bNoMemory)
             throw CqPictureFailure{PICTURE_NO_MEMORY};
         if (!done)
@@ -109,7 +109,7 @@ private:
     int m_nDepth = 0;
     int m_nColorType = 0;
     int m_nPasses = 1;
-    unsigned int m_nBitCount = 0; ///< of the image
+    unsigned int m_nBitCount = 0; ///< of the image, not of the file
 };
 
 void PngReader::fnOpen() {
@@ -128,7 +128,7 @@ void PngReader::fnReadHeader() {
         png_set_read_fn(m_pPng, &m_State, fnPngRead);
         png_set_user_limits(m_pPng, kMaxSide, kMaxSide);
         png_set_chunk_malloc_max(m_pPng, kMaxChunkBytes);
-        // An animation's head tells of further frames.
+        // The chunk that declares an animation shows that there are further frames.
         png_set_keep_unknown_chunks(m_pPng, PNG_HANDLE_CHUNK_ALWAYS, kAnimation, 1);
         png_read_info(m_pPng, m_pInfo);
         png_get_IHDR(m_pPng, m_pInfo, &m_nWidth, &m_nHeight, &m_nDepth, &m_nColorType, nullptr,
@@ -162,7 +162,7 @@ void PngReader::fnSetConversion() {
             png_set_gray_to_rgb(m_pPng);
         if (alpha)
             png_set_swap_alpha(m_pPng);
-        // Indices beyond the palette are no error here: they show as black.
+        // Indices beyond the palette are deliberately no error: they are black.
         png_set_check_for_invalid_index(m_pPng, -1);
         m_nPasses = png_set_interlace_handling(m_pPng);
         png_read_update_info(m_pPng, m_pInfo);
@@ -192,8 +192,8 @@ void PngReader::fnAllocImage(CqPictureTarget& target) {
 }
 
 void PngReader::fnReadRows(CqPictureTarget& target) {
-    // The passes of an interlaced picture meet in the image itself: a row is fetched, completed by
-    // the pass, and stored.
+    // The passes of an interlaced picture are combined in the image itself: a row is read back,
+    // completed by the pass, and stored.
     const auto row = std::make_unique<unsigned char[]>(png_get_rowbytes(m_pPng, m_pInfo));
     const std::uint64_t total = std::uint64_t{m_nHeight} * static_cast<unsigned int>(m_nPasses);
     std::uint64_t done = 0;
@@ -243,7 +243,7 @@ bool PngReader::fnHasNotes(png_infop info) {
            });
 }
 
-/// Whether the file holds more than the image takes.
+/// Whether the file holds more than the image.
 bool PngReader::fnHoldsMore() {
     png_unknown_chunkp unknown = nullptr;
     fnCall([&] { png_get_unknown_chunks(m_pPng, m_pInfo, &unknown); });
@@ -262,7 +262,7 @@ void fnReadPng(CqPictureInput& input, CqPictureTarget& target) {
         target.fnNoteReduced();
 }
 
-/// libpng's objects for writing one file.
+/// The libpng objects for writing one file.
 class PngWriter {
 public:
     explicit PngWriter(CqPictureOutput& output) { m_State.m_pOutput = &output; }
@@ -305,7 +305,7 @@ int fnPngColorType(const CqPictureSource& source) {
     return source.fnIsGrey() ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_PALETTE;
 }
 
-/// Runs inside `fnCall`.
+/// Called inside `fnCall`.
 void PngWriter::fnDescribe(const CqPictureSource& source) {
     const int type = fnPngColorType(source);
     const int depth = source.fnGetBitCount() == 4 ? 4 : 8;

@@ -19,15 +19,15 @@ namespace {
 
 using Bytes = std::unique_ptr<unsigned char[]>;
 
-/// The tightest of the general compressions, LZW, stays below this.
+/// Upper bound of the expansion by LZW, the largest of the general compressions.
 constexpr std::uint64_t kMaxRatio = 4096;
-/// Decoded samples that are held at a time: a row, a tile, or a strip where libtiff converts it.
+/// Limit of decoded samples held at a time: a row, a tile, or a strip converted by libtiff.
 constexpr std::uint64_t kMaxPartBytes = std::uint64_t{512} << 20;
 constexpr std::uint32_t kStripBytes = 65536;
 constexpr double kInchesPerMeter = 1 / 0.0254;
 
 bool fnKnowsTiff(const unsigned char* head, std::size_t count) {
-    // Byte order, then 42, or 43 for files beyond 4 GiB.
+    // Byte order, then 42, or 43 for BigTIFF.
     return count >= 4 &&
            (std::memcmp(head, "II*\0", 4) == 0 || std::memcmp(head, "MM\0*", 4) == 0 ||
             std::memcmp(head, "II+\0", 4) == 0 || std::memcmp(head, "MM\0+", 4) == 0);
@@ -38,7 +38,7 @@ std::uint64_t fnSampleBytes(std::uint64_t width, const TiffLayout& layout) {
     return (width * samples * layout.m_nBits + 7) / 8;
 }
 
-/// A block for what libtiff gives in one call, which must be at least `needed` bytes.
+/// Allocates a block of `given` bytes, the size that libtiff writes in one call; at least `needed`.
 Bytes fnMakePart(std::uint64_t given, std::uint64_t needed) {
     if (given < needed)
         throw CqPictureFailure{PICTURE_CORRUPTED};
@@ -47,7 +47,7 @@ Bytes fnMakePart(std::uint64_t given, std::uint64_t needed) {
     return std::make_unique_for_overwrite<unsigned char[]>(static_cast<std::size_t>(given));
 }
 
-/// Reads one picture's pixels, in the way that its layout asks for.
+/// Reads the pixels of one picture, by rows or tiles as its layout requires.
 class TiffReader {
 public:
     TiffReader(CqTiffHandle& file, const TiffLayout& layout, CqPictureTarget& target)
@@ -76,7 +76,7 @@ private:
     CqTiffSamples m_Samples;
 };
 
-/// Brings decoded samples into the image. Planes meet in the image itself.
+/// Stores decoded samples in the image. Separate planes are combined in the image itself.
 void TiffReader::fnTake(const unsigned char* samples, unsigned int plane, std::uint32_t x,
                         std::uint32_t y, std::uint32_t count, unsigned char* pixels) {
     if (m_Layout.m_bSeparate) {
@@ -132,7 +132,7 @@ void TiffReader::fnReadTiles() {
     }
 }
 
-/// Lets libtiff make colours, a strip or a row of tiles at a time.
+/// Has libtiff convert to RGB, a strip or a row of tiles at a time.
 void TiffReader::fnReadConverted() {
     const std::uint32_t width = m_Layout.m_nWidth;
     const std::uint32_t band = std::min(m_Layout.m_nTileHeight, m_Layout.m_nHeight);
@@ -143,7 +143,7 @@ void TiffReader::fnReadConverted() {
     if (!TIFFRGBAImageBegin(&image, m_File, 1, reason))
         m_File.fnFail();
     const std::unique_ptr<TIFFRGBAImage, void (*)(TIFFRGBAImage*)> end(&image, TIFFRGBAImageEnd);
-    image.req_orientation = image.orientation; // rows come as they are stored
+    image.req_orientation = image.orientation; // rows in the order in which they are stored
     for (std::uint32_t top = 0; top < m_Layout.m_nHeight; top += band) {
         const std::uint32_t rows = std::min(band, m_Layout.m_nHeight - top);
         image.row_offset = static_cast<int>(top);
@@ -161,11 +161,11 @@ void TiffReader::fnReadConverted() {
         }
         m_Target.fnTell(std::uint64_t{top} + rows, m_Layout.m_nHeight);
         if (m_Layout.m_nHeight - top <= band)
-            break; // ahead of a wrap of `top`
+            break; // `top` would wrap
     }
 }
 
-/// The colour table of a palette picture. Tables of early writers hold 8-bit values.
+/// Reads the colour table of a palette picture. Tables of early writers hold 8-bit values.
 void fnReadPalette(TIFF* file, unsigned int count, RGBQUAD* palette) {
     std::uint16_t* channels[3] = {};
     if (!TIFFGetField(file, TIFFTAG_COLORMAP, &channels[0], &channels[1], &channels[2]))
@@ -226,7 +226,7 @@ void fnTakeNotes(TIFF* file, CqPictureTarget& target) {
     }
 }
 
-/// Whether the file holds more than the image takes of its first directory.
+/// Whether the file holds more than the image does of its first directory.
 bool fnHoldsMore(TIFF* file, const TiffLayout& layout) {
     std::uint16_t orientation = ORIENTATION_TOPLEFT;
     TIFFGetFieldDefaulted(file, TIFFTAG_ORIENTATION, &orientation);
@@ -318,7 +318,7 @@ void fnDescribe(TIFF* file, const CqPictureSource& source, const CqPictureOption
         TIFFSetField(file, TIFFTAG_DOCUMENTNAME, source.fnGetTitle());
 }
 
-/// A row in the order of the file: alpha goes behind the colours.
+/// Fetches a row in the order of the file: alpha follows the colours.
 void fnFetchStored(CqPictureSource& source, std::uint32_t y, unsigned char* row,
                    unsigned char* stored) {
     const std::size_t width = source.fnGetWidth();

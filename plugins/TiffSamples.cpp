@@ -14,14 +14,14 @@ namespace q32 {
 namespace {
 
 struct KindFacts {
-    unsigned int m_nBitCount;    ///< of the image; 0: by the samples' bits
-    unsigned int m_nUsedSamples; ///< of a pixel
+    unsigned int m_nBitCount;    ///< of the image; 0: depends on the bits per sample
+    unsigned int m_nUsedSamples; ///< per pixel
 };
 
-/// By TIFF_KIND.
+/// Indexed by TIFF_KIND.
 constexpr KindFacts kKinds[] = {{0, 1}, {8, 1}, {32, 2}, {24, 3}, {32, 4}, {24, 4}, {24, 0}};
 
-/// `extra` is the meaning of the first of `extras` samples behind the colours.
+/// `extra` is the type of the first of `extras` samples that follow the colours.
 TIFF_KIND fnKindOf(TIFF* file, const TiffLayout& layout, unsigned int extras, std::uint16_t extra) {
     const unsigned int colors = extras < layout.m_nSamples ? layout.m_nSamples - extras : 0u;
     const bool alpha = extra == EXTRASAMPLE_ASSOCALPHA || extra == EXTRASAMPLE_UNASSALPHA;
@@ -43,7 +43,7 @@ TIFF_KIND fnKindOf(TIFF* file, const TiffLayout& layout, unsigned int extras, st
     }
 }
 
-/// Alpha that isn't kept is passed over, weighed into the other samples or not.
+/// Unsupported alpha is ignored, whether or not the other samples are multiplied by it.
 void fnSetKind(TIFF* file, TiffLayout& layout) {
     std::uint16_t extras = 0;
     std::uint16_t* list = nullptr;
@@ -62,7 +62,7 @@ bool fnIsPlainSample(TIFF* file, std::uint16_t bits) {
     return whole && (bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16);
 }
 
-/// JPEG data is turned into plain colours by its own decoder.
+/// Has libtiff's JPEG decoder convert to RGB.
 void fnAskForRgb(TIFF* file, TiffLayout& layout) {
     std::uint16_t compression = COMPRESSION_NONE;
     TIFFGetFieldDefaulted(file, TIFFTAG_COMPRESSION, &compression);
@@ -134,14 +134,14 @@ void CqTiffSamples::fnWiden(const unsigned char* in, std::size_t count) {
     }
 }
 
-/// What turns colour samples whose 0 is the lightest into light: all bits, else none.
+/// The mask that inverts colour samples whose 0 is the lightest: 0xFF, else 0.
 unsigned int CqTiffSamples::fnFlip() const {
     return m_Layout.m_nPhotometric == PHOTOMETRIC_MINISWHITE || m_Layout.m_eKind == TIFF_CMYK
                ? 0xFFu
                : 0u;
 }
 
-/// Puts one sample of each pixel in its place; `step` is the way to the next pixel's.
+/// Stores one sample per pixel in its channel; `step` is the distance between samples in bytes.
 void CqTiffSamples::fnPlace(const unsigned char* samples, std::size_t step, unsigned int plane,
                             std::size_t count, unsigned char* pixels) const {
     const std::size_t width = fnCodecBytes(m_Layout.fnBitCount());
@@ -163,8 +163,8 @@ void CqTiffSamples::fnPlace(const unsigned char* samples, std::size_t step, unsi
     }
 }
 
-/// Takes the weight of alpha out of the colours again. It lies on the samples as they are stored,
-/// so also where their 0 is white.
+/// Divides premultiplied colours by alpha. Alpha was applied to the samples as stored, so also
+/// where their 0 is white.
 void CqTiffSamples::fnFinish(std::size_t count, unsigned char* pixels) const {
     if (!m_Layout.m_bPremultiplied)
         return;

@@ -18,19 +18,19 @@ static_assert(std::endian::native == std::endian::little, "the records are used 
 
 constexpr WORD kPcm = 1;
 constexpr WORD kExtensible = 0xFFFE;
-/// The kind of an extensible format: the plain tag, and what follows it in each.
+/// The subformat of an extensible format: the plain PCM tag and the fixed rest of the GUID.
 constexpr unsigned char kPcmKind[16] = {1,    0, 0, 0,    0, 0,    0x10, 0,
                                         0x80, 0, 0, 0xAA, 0, 0x38, 0x9B, 0x71};
 constexpr std::uint32_t kFormatBytes = 16;
 constexpr std::uint32_t kExtensibleBytes = 40;
 constexpr std::uint32_t kKindAt = 24;
-/// Bytes of samples that are read between two looks at the host's progress object.
+/// Bytes of samples read between two progress reports.
 constexpr std::uint32_t kPiece = 256 * 1024;
 
-/// The head of the file and of each chunk.
+/// The header of the file and of each chunk.
 struct ChunkHead {
     char m_Id[4];
-    std::uint32_t m_nSize; ///< of what follows, without the byte that makes it even
+    std::uint32_t m_nSize; ///< of the data that follows, without the padding byte
 
     bool fnIs(const char* id) const { return std::memcmp(m_Id, id, 4) == 0; }
 };
@@ -40,20 +40,20 @@ struct FileHead {
     char m_Kind[4] = {};
 };
 
-/// A file without chunks of other kinds, up to its samples.
+/// The headers of a file that is written, up to its samples.
 struct PlainHead {
     FileHead m_File;
     ChunkHead m_FormatHead = {};
-    unsigned char m_Format[kFormatBytes] = {}; ///< the format's fields up to the bits
+    unsigned char m_Format[kFormatBytes] = {}; ///< the format's fields up to the bits per sample
     ChunkHead m_DataHead = {};
 };
 static_assert(sizeof(PlainHead) == 44);
 
-/// Where the parts of a sound lie in its file.
+/// The format and location of the samples in a file.
 struct Found {
     WAVEFORMATEX m_Format = {};
     bool m_bHasFormat = false;
-    std::uint64_t m_nSamplesAt = 0; ///< 0: none
+    std::uint64_t m_nSamplesAt = 0; ///< file offset; 0: none
     std::uint32_t m_nSize = 0;
 };
 
@@ -61,7 +61,7 @@ struct Found {
     throw CqPictureFailure{message};
 }
 
-/// Whether the frames of a format are as many samples of 8 or 16 bits as it has channels.
+/// Whether the block size is that of one frame, at the format's bits and channels.
 bool fnAgrees(const WAVEFORMATEX& format) {
     return format.nChannels != 0 && format.nSamplesPerSec != 0 &&
            format.nBlockAlign == format.nChannels * format.wBitsPerSample / 8;
@@ -103,8 +103,8 @@ WAVEFORMATEX fnReadFormat(CqPictureInput& input, std::uint32_t size) {
     return format;
 }
 
-/// Walks the chunks until format and samples are found. The size that the file's head tells is not
-/// looked at: many writers don't know it.
+/// Walks the chunks until format and samples are found. The size in the file's header is ignored:
+/// many writers don't set it.
 Found fnWalk(CqPictureInput& input) {
     Found found;
     while (!found.m_bHasFormat || found.m_nSamplesAt == 0) {

@@ -4,7 +4,7 @@
 
 #include <cstdarg>
 
-// Its last function stands behind the end of its own block of C names.
+// This header's last function is outside its extern "C" block.
 extern "C" {
 #include <alsa/error.h>
 }
@@ -19,7 +19,7 @@ extern "C" {
 
 namespace q32::alsa {
 
-/// Values of a control: left and right, or one.
+/// Values of a control: left and right, or a single one.
 using Values = std::vector<std::uint32_t>;
 
 /// A control of a card: an element of its simple mixer, or the switch of one.
@@ -27,27 +27,27 @@ class Control {
 public:
     explicit Control(CQ_MIXER_CONTROL type) : m_eType(type) {}
 
-    /// Takes the element, if it has what the control needs.
+    /// Uses the element, if it has what the control needs.
     void fnTake(snd_mixer_elem_t* element);
-    /// Takes the switch without which the control isn't heard, if the element has one. What is set
-    /// turns it on.
+    /// Uses the element's switch, if it has one, since the control isn't audible while it is off.
+    /// Setting the control turns it on.
     void fnTakeSwitch(snd_mixer_elem_t* element);
-    /// An element has gone.
+    /// Notes that an element has been removed.
     void fnNoteEnd(const snd_mixer_elem_t* element);
-    /// Notes whether the values are others than last time.
+    /// Marks the control as pending if its values have changed.
     void fnCompare();
     bool fnIsThere() const { return m_pElement != nullptr; }
     bool fnIsMute() const { return m_eType == CQ_MIXER_CONTROL::MUTE; }
 
-    /// As they are: one value where the element has no sides. None on failure.
+    /// The values: a single one if the element has no sides. None on failure.
     Values fnGet() const;
     bool fnSet(std::uint32_t left, std::uint32_t right);
 
-    bool m_bPending = false; ///< it has changed, and nobody has been told
+    bool m_bPending = false; ///< it has changed, and that is not reported yet
 
 private:
     using Raw =
-        std::array<long, 2>; ///< in the card's steps; of a switch, 1 for a channel that is on
+        std::array<long, 2>; ///< in the card's steps; for a switch, 1 for a channel that is on
     bool fnHasSides() const;
     bool fnReadRaw(Raw& raw) const;
     bool fnReadSwitch(long& on) const;
@@ -59,24 +59,23 @@ private:
     long m_nLowest = 0;
     long m_nHighest = 0;
     Raw m_Known{}; ///< as last compared
-    /// What was last set, and the card's steps that came of it: those are fewer than the values.
+    /// The values last set, and the resulting steps, which are coarser.
     std::optional<std::pair<Values, Raw>> m_Set;
 };
 
 /// An open card.
 class Card {
 public:
-    Card(const Card&) = delete; // its elements know its address
+    Card(const Card&) = delete; // its elements hold its address
     Card& operator=(const Card&) = delete;
-    /// Null when there is no such card. Silent. Throws std::bad_alloc.
+    /// Null if there is no such card. Prints nothing. Throws std::bad_alloc.
     static std::unique_ptr<Card> fnOpen(const std::string& device);
 
-    /// The control of an id, 1 to 4; null when the card has none such.
+    /// The control of an id, 1 to 4; null if the card has none.
     Control* fnFind(std::uint32_t id);
     static std::uint32_t fnGetId(CQ_MIXER_CONTROL type);
     std::uint32_t fnCountControls() const;
-    /// Takes in what has happened, and marks controls that have changed. False once the card has
-    /// gone.
+    /// Processes the card's events and marks changed controls. False once the card is removed.
     bool fnUpdate();
     /// Marks controls that have changed.
     void fnCompare();
@@ -92,7 +91,7 @@ private:
     };
 
     std::array<Control, 4> m_Controls;
-    std::unique_ptr<snd_mixer_t, Close> m_pMixer; ///< tells of its elements' end as it goes
+    std::unique_ptr<snd_mixer_t, Close> m_pMixer; ///< notifies m_Controls as it goes
     bool m_bGone = false;
 };
 

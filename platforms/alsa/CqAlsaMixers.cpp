@@ -18,7 +18,7 @@ constexpr std::uint32_t kLine = 1;
 constexpr std::uint32_t kChannels = 2;
 constexpr std::uint32_t kLastControl = 4;
 
-/// What `work` gives, or `failed` when memory runs out.
+/// The result of `work`, or `failed` when memory is exhausted.
 template <typename Result, typename Work>
 Result fnGuard(Result failed, Work&& work) noexcept {
     try {
@@ -49,8 +49,8 @@ struct CqAlsaMixers::State {
     }
 
     const std::string m_szDevice;
-    const Descriptor m_All;     ///< those of all open cards, and the next one
-    const Descriptor m_Pending; ///< changes that were taken in by another call than a pump
+    const Descriptor m_All;     ///< the descriptors of all open cards, and m_Pending
+    const Descriptor m_Pending; ///< signals changes found by a call other than a pump
     std::vector<std::shared_ptr<Open>> m_Open{};
 
     bool fnWatch(int what, int descriptor) const {
@@ -64,7 +64,7 @@ struct CqAlsaMixers::State {
             done = fnWatch(what, one.fd) && done;
         return done;
     }
-    /// Takes in what has happened to a card. One that has gone would be readable for ever.
+    /// Processes a card's events. The descriptor of a removed card would stay readable for ever.
     bool fnUpdate(const Open& open) const {
         const bool there = open.m_pCard->fnUpdate();
         if (!there)
@@ -128,8 +128,8 @@ public:
     }
 
 private:
-    /// What is read and compared next is the card's present state. Changes that this brings wake
-    /// the owner's loop all the same.
+    /// Updates to the card's current state before a read or comparison. Changes found this way
+    /// still wake the owner's loop.
     bool fnUpdate() {
         const bool there = m_pState->fnUpdate(*m_pOpen);
         fnWake();
@@ -158,7 +158,7 @@ int CqAlsaMixers::fnGetDescriptor() const {
 }
 
 std::size_t CqAlsaMixers::fnPump() {
-    const std::shared_ptr<State> state = m_pState; // a report may end the service
+    const std::shared_ptr<State> state = m_pState; // a report may destroy the service
     using Mixers = std::vector<std::shared_ptr<State::Open>>;
     const Mixers mixers = fnGuard(Mixers(), [&] {
         Mixers open = state->m_Open;
@@ -178,7 +178,7 @@ std::size_t CqAlsaMixers::fnPump() {
             try {
                 if (open->m_Changed)
                     open->m_Changed(id);
-            } catch (...) { // whatever a host throws: what is left is told by the next pump
+            } catch (...) { // anything that a host throws; the rest is reported by the next pump
                 ::eventfd_write(state->m_Pending.fnGet(), 1);
                 throw;
             }

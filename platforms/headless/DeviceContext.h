@@ -1,5 +1,5 @@
 /// @file
-/// The device contexts of the headless screen. For the screen's own use.
+/// The device contexts of the headless screen. Private to CqHeadlessScreen.
 #pragma once
 
 #include "platforms/headless/CqHeadlessFont.h"
@@ -13,7 +13,7 @@
 
 namespace q32::headless {
 
-/// A bitmap of the headless screen: raw pixels, as the screen holds them, rows from the top.
+/// A bitmap of the headless screen: raw pixels, as stored by the screen, rows from the top.
 class Bitmap final : public CqBitmapObject {
 public:
     Bitmap(int width, int height)
@@ -40,7 +40,7 @@ public:
 
     CWnd* fnGetWindow() const { return m_pWindow; }
     CqPaletteObject* fnGetPalette() const { return m_pPalette ? m_pPalette->GetObject() : nullptr; }
-    /// Where the drawing area lies on the screen. Windows of other kinds stand at the top left.
+    /// The drawing area on the screen. Windows of other classes are at the top left.
     CRect fnGetArea() const;
 
     int GetDeviceCaps(int index) const override;
@@ -59,10 +59,10 @@ public:
                 DWORD rop) override;
 
 private:
-    /// Pixels that can be drawn on: those inside `m_Clip`, in the drawing area's coordinates.
+    /// The target's pixels: those inside `m_Clip`, in the drawing area's coordinates.
     struct Surface {
         std::uint32_t* m_pPixels = nullptr;
-        std::ptrdiff_t m_nStride = 0; ///< pixels from row to row
+        std::ptrdiff_t m_nStride = 0; ///< pixels between rows
         CRect m_Clip;
         std::ptrdiff_t m_nOrigin = 0; ///< of the drawing area; may lie outside the pixels
 

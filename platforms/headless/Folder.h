@@ -1,6 +1,5 @@
 /// @file
-/// A volume's real folder: the few calls that reach the machine's own files. Symbolic links are not
-/// followed and not seen.
+/// Access to a volume's real folder. Symbolic links are neither followed nor listed.
 #pragma once
 
 #include "platforms/headless/CqHeadlessBlock.h"
@@ -11,12 +10,13 @@
 
 namespace q32::headless {
 
-/// Below `folder`, by names from its top down.
+/// A path below `m_szFolder`, by names from the top down.
 struct FolderPlace {
     std::string m_szFolder;
     std::vector<std::string> m_Names;
 };
 
+// False on failure. Times are in seconds since 1970.
 bool fnIsFolderFile(const FolderPlace& place);
 bool fnIsFolderDirectory(const FolderPlace& place);
 bool fnStatFolderFile(const FolderPlace& place, std::uint64_t& size, std::int64_t& time);

@@ -8,8 +8,8 @@
 
 namespace q32::headless {
 
-/// A volume whose files are those of a real folder. Open ones are in memory, and written by their
-/// last user if they were changed.
+/// A volume whose files are those of a real folder. Open files are held in memory, and written by
+/// their last user if changed.
 class FolderVolume final : public Volume {
 public:
     using Volume::Volume;

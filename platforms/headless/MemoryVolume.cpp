@@ -41,7 +41,7 @@ bool MemoryVolume::fnRename(const Names& from, const Names& to) {
     const std::string key = fnNamesKey(from);
     std::string name = fnGetRoot() + fnJoinNames(to);
     CqHeadlessFilePtr& place = m_Files[fnNamesKey(to)];
-    // From here on nothing fails.
+    // Nothing fails from here on.
     const auto found = m_Files.find(key);
     place = found->second;
     place->m_szName.swap(name);

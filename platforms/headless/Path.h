@@ -1,5 +1,5 @@
 /// @file
-/// Paths of the headless world: taken apart, folded, and matched against masks.
+/// Paths of the headless world: splitting, case folding, and matching against masks.
 #pragma once
 
 #include <string>
@@ -8,14 +8,13 @@
 
 namespace q32::headless {
 
-/// A path with each slash turned into a backslash.
+/// Replaces each slash of a path by a backslash.
 std::string fnTurnSlashes(std::string_view path);
-/// ASCII letters in lower case: names are compared without case.
+/// Converts ASCII letters to lower case, for comparison without case.
 std::string fnFold(std::string_view text);
-/// The names of a path without ".", each ".." having taken away the name before it. A ".." at the
-/// start has nothing to take away and is dropped.
+/// The names of a path without "."; each ".." removes the name before it, if any.
 std::vector<std::string> fnSplitPath(std::string_view path);
-/// The names with backslashes between them.
+/// Joins names by backslashes.
 std::string fnJoinNames(const std::vector<std::string>& names);
 /// The same, folded.
 std::string fnNamesKey(const std::vector<std::string>& names);

@@ -10,18 +10,18 @@
 
 namespace q32::posix {
 
-/// A locale of the system, held beside the process's own: nothing here reads or changes the global
-/// locale, so any thread may ask.
+/// A locale of the system, separate from the process's own: the global locale is neither read nor
+/// changed, so this may be used from any thread.
 class Q32_API CodePage {
 public:
-    /// @param name  a locale's name; empty for the one that the user's environment names. One that
-    ///              the system does not have gives the "C" locale.
+    /// @param name  a locale's name; empty for the user's, from the environment. An unknown one
+    ///              gives the "C" locale.
     explicit CodePage(const std::string& name);
 
     locale_t fnGetLocale() const { return m_Locale.get(); }
 
-    /// Bytes of the character that begins at `text`, of which `count` bytes (at least 1) are there.
-    /// A byte that begins no whole character is a character of its own.
+    /// Bytes of the character at `text`, of which `count` bytes (at least 1) are available. A byte
+    /// that doesn't begin a complete character counts as a character of its own.
     std::size_t fnGetCharBytes(const char* text, std::size_t count) const;
     std::size_t fnGetCharBytes(std::string_view text) const {
         return fnGetCharBytes(text.data(), text.size());

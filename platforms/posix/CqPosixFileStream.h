@@ -3,13 +3,13 @@
 #include "platforms/posix/Descriptor.h"
 #include "q32Base/platform/CqFileService.h"
 
-/// A regular file of the system. An open stream holds the file's lock, shared, or alone when it is
-/// exclusive; so an exclusive stream and any other one of the same file shut each other out. Only
-/// programs that use such locks are seen.
+/// A regular file of the system. An open stream holds a lock on the file, shared or, for an
+/// exclusive stream, exclusive; so an exclusive stream and any other stream of the same file
+/// exclude each other. Programs that don't use such locks aren't noticed.
 class CqPosixFileStream : public CqFileStream {
 public:
     /// Opens a file by its native path. Null with the cause on failure. A mode that neither reads
-    /// nor writes is refused as invalid.
+    /// nor writes is invalid.
     static std::unique_ptr<CqFileStream> fnOpen(const char* path, const CqFileMode& mode,
                                                 CQ_FILE_CAUSE& cause);
 

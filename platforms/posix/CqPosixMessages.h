@@ -5,7 +5,7 @@
 
 #include <memory>
 
-/// The system's own errors (errno) beside another service's boxes.
+/// The system's own errors (errno); message boxes come from another service.
 class CqPosixMessages : public CqMessageService {
 public:
     /// @param boxes  shows the boxes
@@ -15,7 +15,7 @@ public:
     int fnShowBox(const char* text, UINT style, const char* caption) override;
     /// This thread's errno. Services of this back end leave it at the cause of their last failure.
     DWORD fnGetLastError() override;
-    /// False for 0 and for numbers that the system does not know.
+    /// False for 0 and for unknown numbers.
     bool fnFormatError(DWORD code, std::string& text) override;
 
 private:

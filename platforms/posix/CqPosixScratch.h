@@ -13,36 +13,36 @@
 
 /// Scratch files on real disks (docs/scratch-files.md).
 ///
-/// A file has one descriptor from its creation to its end, and on it a lock that others see: the
-/// mark of a file in use. A handle or a mapping shares the descriptor, so the lock falls with the
-/// last of them; when the process dies, the system drops it. A forked child that does not start
-/// another program shares the lock too, and with it the use of the file.
+/// A file has one descriptor throughout its life, with a lock that marks the file as in use.
+/// Handles and mappings share the descriptor, so the lock is released with the last of them; when
+/// the process dies, the system releases it. A forked child that doesn't execute another program
+/// shares the lock too, and so keeps the file in use.
 class CqPosixScratch : public CqScratchService {
 public:
-    /// @param usableMemory  tells how many bytes the process may use; 0 when nobody knows
+    /// @param usableMemory  returns how many bytes the process may use; 0 when unknown
     explicit CqPosixScratch(std::shared_ptr<const q32::posix::CodePage> codePage,
                             std::uint64_t (*usableMemory)() = q32::posix::fnUsableMemory);
 
     bool fnCreateName(const char* directory, const char* prefix, std::string& name) override;
-    /// Takes over the file that `fnCreateName` made and still holds. Any other name is opened
-    /// afresh, if it is an unheld file of the caller's own.
+    /// Takes over the file created by `fnCreateName`, which is still locked. Any other name is
+    /// opened if it is a file owned by the caller that nobody has locked.
     CqFileHandle fnOpen(const char* name) override;
     bool fnSetSize(CqFileHandle file, std::uint32_t size) override;
-    /// Keeps descriptor and lock, so that nobody comes in between; the name must still be the
-    /// file's own. The number of the handle is a new one.
+    /// Keeps descriptor and lock, so that no one else can get the file in between; the name must
+    /// still be the file's own. The number of the handle is a new one.
     CqFileHandle fnReopen(CqFileHandle file, const char* name) noexcept override;
     void fnClose(CqFileHandle file) noexcept override;
     CqMappingHandle fnCreateMapping(CqFileHandle file, std::uint32_t size) override;
     void fnCloseMapping(CqMappingHandle mapping) noexcept override;
-    /// Maps with large pages where the file system has them, and touches the pages, up to a
-    /// sixteenth of the memory that the process may use, if that is known. A disk that fails at
-    /// that is a failure here, not a signal at a later write.
+    /// Maps with large pages where the file system supports them, and touches the pages, up to a
+    /// sixteenth of the usable memory, if known. A disk error at that point is a failure here, not
+    /// a signal at a later write.
     void* fnMapView(CqMappingHandle mapping, std::uint32_t size) override;
     void fnUnmapView(void* address, std::uint32_t size) noexcept override;
-    /// Followed when all views together are larger than half of the memory that the process may
-    /// use. Else pages are better left where they are.
+    /// Has an effect only when all views together exceed half of the usable memory; otherwise the
+    /// system's own paging is better.
     void fnAdvise(CQ_VIEW_ADVICE advice, void* address, std::uint32_t size) noexcept override;
-    /// A file that somebody uses is refused.
+    /// Fails for a file in use.
     bool fnDelete(const char* name) noexcept override;
 
 private:
@@ -63,11 +63,11 @@ private:
     std::shared_ptr<const q32::posix::CodePage> m_pCodePage;
     std::uint64_t (*m_fnUsableMemory)();
     std::map<std::string, q32::posix::Descriptor, std::less<>>
-        m_Created; ///< named but not yet opened, by native path
+        m_Created; ///< created but not yet opened, by native path
     std::map<CqFileHandle, std::shared_ptr<q32::posix::Descriptor>> m_Files;
     std::map<CqMappingHandle, Mapping> m_Mappings;
     std::map<char*, View> m_Views; ///< by address
     std::uint64_t m_nMapped = 0;   ///< bytes of all views
-    std::uint64_t m_nMemory = 0;   ///< usable when the last view was made; 0: not known
+    std::uint64_t m_nMemory = 0;   ///< usable memory when the last view was created; 0: unknown
     std::uint32_t m_nLastHandle = 0;
 };

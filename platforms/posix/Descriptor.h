@@ -6,7 +6,7 @@
 
 namespace q32::posix {
 
-/// Calls `call` again for as long as a signal interrupts it, and gives what it gave.
+/// Repeats `call` for as long as a signal interrupts it, and returns its result.
 template <typename Call>
 auto fnRetry(Call call) {
     auto result = call();
@@ -15,8 +15,8 @@ auto fnRetry(Call call) {
     return result;
 }
 
-/// Owns a file descriptor. Closing it leaves errno as it was, so that a failed operation's cause
-/// survives its cleaning up.
+/// Owns a file descriptor. Destruction preserves errno, so that the cause of a failed operation
+/// survives cleanup.
 class Descriptor {
 public:
     Descriptor() = default;
@@ -35,8 +35,8 @@ public:
     explicit operator bool() const { return m_nFd >= 0; }
     int fnGet() const { return m_nFd; }
 
-    /// Closes now. False, with errno, when something could not be written. An interrupted close has
-    /// closed all the same: trying again could hit a descriptor of another thread.
+    /// Closes now. False, with errno, when data could not be written. An interrupted close counts
+    /// as closed: repeating it could close a descriptor of another thread.
     bool fnClose() {
         const int fd = std::exchange(m_nFd, -1);
         return fd < 0 || ::close(fd) == 0 || errno == EINTR;

@@ -5,11 +5,10 @@
 
 namespace q32::posix {
 
-/// The names in a directory of the system, sorted, without "." and ".."; none when it can't be
-/// read.
+/// The names in a directory, sorted, without "." and ".."; none when it can't be read.
 std::vector<std::string> fnListDirectory(const std::string& nativePath);
 
-/// Makes a directory and the parents that are missing, each for its owner alone.
+/// Creates a directory and its missing parents, with mode 0700.
 bool fnMakeDirectories(const std::string& nativePath);
 
 } // namespace q32::posix

@@ -4,8 +4,8 @@
 
 namespace q32::posix {
 
-/// Keeps the signal of a crossed file size limit from the process while it stands. A write beyond
-/// the limit then fails with EFBIG, like one on a full disk. Not to be nested.
+/// Blocks the signal of an exceeded file size limit for its lifetime. A write beyond the limit then
+/// fails with EFBIG, like one on a full disk. Not to be nested.
 class FileSizeSignal {
 public:
     FileSizeSignal();

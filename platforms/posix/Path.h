@@ -7,24 +7,24 @@
 
 namespace q32::posix {
 
-/// The system's form of a path of the library: each backslash is a separator and becomes a slash. A
-/// backslash byte that is the second half of a double-byte character stays.
+/// Converts a library path to the system's form: each backslash is a separator and becomes a slash.
+/// A backslash byte that is the second half of a double-byte character is kept.
 std::string fnNativePath(const CodePage& codePage, std::string_view path);
-/// The same in place, for a path that must not take memory.
+/// The same in place, without allocating.
 void fnTurnSlashes(const CodePage& codePage, char* path, std::size_t length);
 
-/// The library's form of a directory of the system: as it stands, with one backslash at its end.
+/// Converts a system directory to the library's form: unchanged, with one backslash at its end.
 std::string fnLibraryDirectory(std::string_view directory);
 
-/// A native path cut behind its last slash; the directory is "." when there is none.
+/// A native path split after its last slash; the directory is "." when there is none.
 struct SplitPath {
     std::string m_Directory;
     std::string m_Name;
 };
 SplitPath fnSplitPath(std::string_view nativePath);
 
-/// Whether `name` matches `pattern`, in which `*` stands for any characters, also none, and `?` for
-/// exactly one. Case counts.
+/// Whether `name` matches `pattern`, in which `*` stands for any characters, or none, and `?` for
+/// exactly one. Case-sensitive.
 bool fnMatches(const CodePage& codePage, std::string_view pattern, std::string_view name);
 
 } // namespace q32::posix

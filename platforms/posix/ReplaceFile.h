@@ -1,5 +1,5 @@
 /// @file
-/// How a new file takes an old one's place. All paths are native; failures leave errno.
+/// Replacement of an old file by a new one. All paths are native; failures leave errno.
 #pragma once
 
 #include "platforms/posix/Descriptor.h"
@@ -10,18 +10,18 @@
 
 namespace q32::posix {
 
-/// Where a path leads when links at its end are followed, also to a file that is not there yet.
+/// Replaces a path by the target of the links at its end, which need not exist yet.
 bool fnFollow(std::string& path);
 
-/// Gives a file the mode of another one, and its owner as far as the caller may give files away.
+/// Gives a file the mode of another one and, as far as the caller is permitted, its owner.
 bool fnKeepFacts(const Descriptor& file, const struct stat& old);
 
-/// Renames a file over another one, and writes the directory out. Both lie in the same one.
+/// Renames a file over another one in the same directory, and synchronises the directory to disk.
 bool fnRename(const std::string& from, const std::string& to);
 
-/// Writes a closed file out to the disk and puts it in the place of `to`, with the mode and owner
-/// of the file there. A link is followed: what it leads to is replaced, which fails on another file
-/// system. A file that is held or that the caller may not write is refused.
+/// Synchronises a closed file to disk and replaces `to` by it, with the mode and owner of the file
+/// there. A link is followed: its target is replaced, which fails on another file system. Fails if
+/// the file is locked or not writable by the caller.
 CQ_FILE_CAUSE fnReplaceFile(const std::string& from, const std::string& to);
 
 } // namespace q32::posix

@@ -5,24 +5,22 @@
 
 namespace q32::posix {
 
-/// Moves the pages of a mapped file in and out as a walk wants it, for files that memory can't
-/// hold.
+/// Pages a mapped file in and out ahead of and behind a walk, for files larger than memory.
 ///
-/// What comes next is read ahead. What is done goes out to the disk at once, in long pieces, and
-/// leaves memory a little later, when it has got there: so memory never fills up with pages that
-/// wait for the disk, and what the walk still needs stays. Nothing is dropped that may be lost by
-/// it: a page that is written to again in between stays, and once a write-out has failed, all do.
+/// The next parts are read ahead. Finished parts are written to disk at once, in long pieces, and
+/// dropped from memory a little later, when written: so memory never fills up with dirty pages, and
+/// what the walk still needs stays. Nothing is dropped that could be lost: a page written to again
+/// in between stays, and after a failed write-out, all pages do.
 class ViewPages {
 public:
-    /// @param file     a descriptor that lives longer than this object
-    /// @param behind   how many bytes may be on their way out
+    /// @param file     a descriptor that must outlive this object
+    /// @param behind   how many bytes may be in the process of being written
     ViewPages(int file, char* view, std::size_t size, std::size_t behind);
 
-    // Parts of the view; what lies outside is cut off. errno is left as it was.
+    // `begin` and `end` are offsets in the view, clipped to it. errno is preserved.
 
-    // Parts that follow each other are left alone: there the system reads ahead by itself, and
-    // large pages serve well. Others are brought in as small pages, since a large one would hold
-    // far more than is looked at.
+    // Consecutive parts are left to the system's own read-ahead and large pages. Others are paged
+    // in as small pages, since a large one would hold far more than is used.
     void fnReadNext(std::size_t begin, std::size_t end) noexcept;
     void fnWriteNext(std::size_t begin, std::size_t end) noexcept;
 
@@ -46,14 +44,14 @@ private:
     char* m_pView;
     std::size_t m_nSize;
     std::size_t m_nBehind;
-    std::size_t m_nNextRead = 0;         ///< where the last part to be read ends
-    std::size_t m_nNextWrite = 0;        ///< where the last part to be written ends
-    Range m_Run = {0, 0};                ///< done and side by side, not yet sent out
-    std::array<Range, kMaxRanges> m_Out; ///< on their way out, as a ring
+    std::size_t m_nNextRead = 0;         ///< end of the last part to be read
+    std::size_t m_nNextWrite = 0;        ///< end of the last part to be written
+    Range m_Run = {0, 0};                ///< finished and contiguous, not yet being written
+    std::array<Range, kMaxRanges> m_Out; ///< being written, as a ring
     std::size_t m_nFirstOut = 0;
     std::size_t m_nOut = 0;
     std::size_t m_nBytesOut = 0;
-    bool m_bFailed = false; ///< the disk refused something: nothing more is dropped
+    bool m_bFailed = false; ///< a write failed: nothing more is dropped
 };
 
 } // namespace q32::posix

@@ -12,7 +12,7 @@ using namespace q32::posix;
 
 namespace {
 
-/// Puts software's services where there are none.
+/// Replaces null services by those of `q32SoftwareServices`.
 void fnFillUp(CqPlatform& platform) {
     const CqPlatform software = q32SoftwareServices();
     const auto fill = [](auto& service, const auto& standard) {

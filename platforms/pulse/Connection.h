@@ -8,24 +8,24 @@
 
 namespace q32::pulse {
 
-/// Which output is asked for. A server may have outputs and name none of them the default:
-/// PipeWire 0.3 never tells it to a client that came before the session manager had chosen one.
-/// Then the first of all is the one.
+/// Which sinks to query. A server may have sinks but no default: PipeWire 0.3 never reports one to
+/// a client that connected before the session manager chose it. The first of all sinks is used
+/// then.
 enum class SINK_ASKED { DEFAULT, ALL };
 
-/// Begins to ask; null if that fails. `answer` gets the output, or all of them, and then the end.
+/// Begins a query; null on failure. `answer` receives the sink, or each one, and then the end.
 pa_operation* fnBeginAskSink(pa_context* context, SINK_ASKED which, pa_sink_info_cb_t answer,
                              void* data);
 
-/// The connection to the server: a loop with a thread of its own, and a context that is made when
-/// it is needed and made anew when the server has gone.
+/// The connection to the server: a loop with a thread of its own, and a context that is created
+/// when needed and recreated when the server has gone.
 ///
-/// The loop's lock guards all that its callbacks touch. Every function but the constructor and the
-/// destructor is called with it held, and never on the loop's thread.
+/// The loop's lock guards everything that its callbacks use. Every function except the constructor
+/// and the destructor requires it, and must not be called on the loop's thread unless it says so.
 class Connection {
 public:
     explicit Connection(const CqPulseOptions& options);
-    /// Ends the loop's thread. Never on that thread.
+    /// Ends the loop's thread; must not run on that thread.
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
@@ -49,40 +49,40 @@ public:
 
     const CqPulseOptions& fnGetOptions() const { return m_Options; }
 
-    /// Connects, if that isn't so yet. Lets go of the lock while it waits.
+    /// Connects, if not connected yet. Releases the lock while it waits.
     bool fnConnect();
-    /// The connected context, else null.
+    /// The context if connected, else null.
     pa_context* fnGetContext() const;
-    /// Waits until `test` holds; false when that takes longer than the host has patience. Lets go
-    /// of the lock meanwhile. What makes the test hold calls fnSignal.
+    /// Waits until `test` holds; false when that exceeds the options' patience. Releases the lock
+    /// meanwhile. Code that makes the test hold must call fnSignal.
     template <typename Test>
     bool fnWait(Test test);
-    /// Wakes those who wait. Also for callbacks.
+    /// Wakes all waiting threads. Also for callbacks.
     void fnSignal() { pa_threaded_mainloop_signal(m_pLoop, 0); }
-    /// Waits for an operation and lets go of it. False for null, and when it didn't come to its
-    /// end: its callback is not called after that.
+    /// Waits for an operation and releases it. False for null, and if it didn't complete: its
+    /// callback is not called after that.
     bool fnFinish(pa_operation* operation);
-    /// Asks whether there is an output. `told`, if given, is called with it on the loop's thread.
+    /// Queries whether there is a sink. `told`, if given, is called with it on the loop's thread.
     bool fnAskSink(const std::function<void(const pa_sink_info&)>& told = {});
 
-    /// Has `changed` called on the loop's thread, with the lock held, when the server or a sink may
-    /// have changed, and after each connection. From now on a connection that is lost is sought
-    /// again, once each retry time. Null ends it.
+    /// Calls `changed` on the loop's thread, with the lock held, when the server or a sink may have
+    /// changed, and after each connection. From now on a lost connection is retried at intervals of
+    /// the options' retry time. Null ends this.
     void fnWatch(std::function<void()> changed);
 
-    /// Has `ring` called once on the loop's thread, after `time`. Also for callbacks. The caller
-    /// gives the event to fnForget.
+    /// Calls `ring` once on the loop's thread, after `time`. Also for callbacks. The caller
+    /// releases the event with fnForget.
     pa_time_event* fnRingAfter(std::chrono::microseconds time, pa_time_event_cb_t ring, void* data);
     void fnForget(pa_time_event* event) { pa_threaded_mainloop_get_api(m_pLoop)->time_free(event); }
 
-    /// Notes why a call fails: a text that stays. Also for callbacks.
+    /// Records why a call fails; `why` must be static. Also for callbacks.
     void fnFail(const char* why) { m_pszError = why; }
-    /// Notes the server's reason. Also for callbacks.
+    /// Records the server's error. Also for callbacks.
     void fnFail();
     const char* fnGetError() const { return m_pszError; }
 
 private:
-    /// Rings once, after the host's patience.
+    /// A timer that fires once, after the options' patience, and wakes the waiting threads.
     class Alarm {
     public:
         explicit Alarm(Connection& connection);
@@ -114,7 +114,7 @@ private:
     pa_threaded_mainloop* m_pLoop;
     pa_context* m_pContext = nullptr;
     pa_time_event* m_pRetry = nullptr;
-    bool m_bSubscribed = false; ///< the server tells this context of changes
+    bool m_bSubscribed = false; ///< the server reports changes to this context
     std::function<void()> m_Changed;
     const char* m_pszError = "";
 };
@@ -132,7 +132,7 @@ bool Connection::fnWait(Test test) {
     return true;
 }
 
-/// What `work` gives, or `failed` when memory runs out.
+/// The result of `work`, or `failed` when memory is exhausted.
 template <typename Result, typename Work>
 Result fnGuard(Result failed, Work&& work) noexcept {
     try {

@@ -8,29 +8,29 @@
 
 namespace q32::pulse {
 
-/// The thread on which hosts are told of ended blocks. It is a thread of its own, so that a host
-/// that takes its time there delays no sound, and holds no lock while it tells.
+/// The thread that reports ended blocks to hosts. It is separate, so that a host that takes its
+/// time doesn't delay sound, and it holds no lock during a report.
 class Reporter {
 public:
     struct Job {
-        /// Whom to tell: a part of its owner, which it keeps alive.
+        /// The callback; shares ownership of the object that contains it.
         std::shared_ptr<const CqWaveOutService::Done> m_pDone;
         WAVEHDR* m_pHeader;
     };
-    /// A job that waits for its time; made beforehand, so that posting it can't fail.
+    /// A list of one job, allocated beforehand, so that posting it can't fail.
     using Jobs = std::list<Job>;
 
-    /// Starts the thread. Throws what that throws.
+    /// Starts the thread. Throws std::system_error and std::bad_alloc.
     Reporter();
     /// Ends the thread; within a report, as soon as that returns.
     ~Reporter();
     Reporter(const Reporter&) = delete;
     Reporter& operator=(const Reporter&) = delete;
 
-    /// Has the jobs done, in order. `jobs` is empty then.
+    /// Queues the jobs, in order. `jobs` is empty afterwards.
     void fnPost(Jobs& jobs);
-    /// Takes back the jobs that tell `done`. Such a report that runs has returned when this does,
-    /// unless this is called by it. The connection's lock must not be held.
+    /// Removes the queued jobs that call `done`, and waits for a running one, unless called from
+    /// within it. The connection's lock must not be held.
     void fnForget(const CqWaveOutService::Done& done);
 
 private:

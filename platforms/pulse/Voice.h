@@ -11,9 +11,9 @@
 
 namespace q32::pulse {
 
-/// What an opened device does. It may outlive the device's object by a report, or by a call that is
-/// under way. The connection's lock guards it, and each function takes that lock, but for callbacks
-/// and those that say otherwise.
+/// The state of an open device. It may outlive the device's object by a report, or by a running
+/// call. The connection's lock guards it; each function takes that lock, except callbacks and where
+/// stated otherwise.
 struct Voice {
     Voice(std::shared_ptr<Connection> connection, std::shared_ptr<Reporter> reporter,
           const pa_sample_spec& spec, CqWaveOutService::Done done);
@@ -25,14 +25,14 @@ struct Voice {
 
     bool fnPrepare(WAVEHDR& header);
     bool fnUnprepare(WAVEHDR& header);
-    /// @param self  this one, which the block's report then holds
+    /// @param self  this object; the block's report shares ownership of it
     bool fnWrite(const std::shared_ptr<Voice>& self, WAVEHDR& header);
     bool fnSetPaused(bool paused);
     void fnReset();
-    /// Gives the block back without a report; nothing is reported after that.
+    /// Returns the block without a report; nothing is reported after that.
     void fnClose();
-    /// Whether a block plays, and how far into the present pass it has been heard, in bytes. The
-    /// lock is held.
+    /// Whether a block is playing, and how much of the current pass has been heard, in bytes.
+    /// Requires the lock.
     bool fnTellPosition(std::uint64_t& bytes) const;
 
 private:
@@ -52,16 +52,16 @@ private:
     bool fnCork(bool cork);
 
     std::set<const WAVEHDR*> m_Prepared;
-    Reporter::Jobs m_Job; ///< the report of the block that plays
+    Reporter::Jobs m_Job; ///< the report of the playing block
     WAVEHDR* m_pPlaying = nullptr;
     pa_stream* m_pStream = nullptr;
     pa_operation* m_pDrain = nullptr;
     pa_time_event* m_pLate = nullptr;
-    std::uint64_t m_nLength = 0;    ///< bytes of one pass
+    std::uint64_t m_nLength = 0;    ///< bytes per pass
     std::uint64_t m_nTotal = 0;     ///< bytes of all passes
-    std::uint64_t m_nPlaced = 0;    ///< bytes that the server has
+    std::uint64_t m_nPlaced = 0;    ///< bytes passed to the server
     std::uint64_t m_nLateHeard = 0; ///< bytes heard when the wait for a late end began
-    bool m_bStarted = false;        ///< the server has taken the block
+    bool m_bStarted = false;        ///< the server has accepted the block
     bool m_bPaused = false;
     bool m_bClosed = false;
 };

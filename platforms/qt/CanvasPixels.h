@@ -1,5 +1,5 @@
 /// @file
-/// Pixels of a canvas, which has Format_RGB32.
+/// Pixels of a canvas in Format_RGB32.
 #pragma once
 
 #include "q32Base/pixels/PixelOrder.h"
@@ -11,7 +11,7 @@ namespace q32::qt {
 
 inline constexpr std::uint32_t kOpaque = 0xFF000000u;
 
-/// The order of their bytes.
+/// The byte order of canvas pixels.
 inline constexpr PIXEL_ORDER kCanvasOrder =
     std::endian::native == std::endian::little ? PIXEL_BGRX32 : PIXEL_ARGB32;
 

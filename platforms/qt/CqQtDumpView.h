@@ -17,7 +17,7 @@ class QPlainTextEdit;
 
 namespace q32::qt {
 
-/// The frame of the dump window.
+/// The frame window of the dump view.
 class DumpFrame final : public QMainWindow {
     Q_OBJECT
 
@@ -30,10 +30,10 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 };
 
-/// The dump window on the desktop: a tool window with its menu in a menu bar, and on the right
-/// button, since Qt can't change the menu that window managers show. Its place is the corner of the
-/// frame and the size without it, so that what is remembered comes back: how thick a frame is, only
-/// the window manager knows. Places are in Qt's coordinates.
+/// The dump window on the desktop: a tool window with its menu in a menu bar and, since Qt can't
+/// change the system menu of window managers, on the right button. Its place is the top left corner
+/// of the frame with the size without the frame, so that it can be restored: only the window
+/// manager knows how thick a frame is. Places are in Qt's coordinates.
 class CqQtDumpView final : public CqDumpView {
 public:
     CqQtDumpView(const CqDumpViewSetup& setup, CqDumpViewEvents& events,
@@ -56,19 +56,19 @@ public:
     bool fnAskSaveName(const CqSaveRequest& request, std::string& path) override;
 
 private:
-    /// A text as the widget takes it: lines end in a line feed alone.
+    /// Converts a text for the widget: lines end in a line feed alone.
     QString fnToLines(const char* text, std::size_t length) const;
     bool fnIsAtEnd() const;
     void fnGoToEnd();
 
     CqDumpViewEvents& m_Events;
     std::shared_ptr<const posix::CodePage> m_pCodePage;
-    QPointer<DumpFrame> m_pFrame; ///< goes with this, once no event of it is under way
+    QPointer<DumpFrame> m_pFrame; ///< deleted with this, once none of its events is being handled
     QPlainTextEdit* m_pText = nullptr;
     QMenu* m_pMenu = nullptr;
     QString m_IdlePrompt;
     std::map<UINT, QAction*> m_Items;
-    std::string m_szText; ///< exactly as it came, for saving
+    std::string m_szText; ///< the exact bytes received, for saving
 };
 
 } // namespace q32::qt

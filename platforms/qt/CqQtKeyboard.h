@@ -9,13 +9,15 @@ namespace q32::qt {
 class EventHold;
 }
 
-/// The keyboard as a long operation sees it. Each question looks into the application's queue, but
-/// not more often than every few milliseconds, so that it may be asked at every row. Keys are taken
-/// out of the queue; paint and mouse messages stay and arrive, in order, once the event loop runs
-/// again. Which keys are down is known of those that went down in a window of the application since
-/// this was made, or since the first question where there was no application object before; it is
-/// forgotten when another program gets the keyboard, or a dialog comes up. Without an application
-/// object, and on other threads than its own, no key is ever down.
+/// The keyboard during a long operation. Each query looks into the application's event queue, at
+/// most once every few milliseconds, so that it may be called for every row. Keys are removed from
+/// the queue; paint and mouse events are held and delivered, in order, once the event loop runs
+/// again.
+///
+/// A key counts as down if it was pressed in a window of the application since this was
+/// constructed, or, without an application object at that time, since the first query; all keys are
+/// cleared when another program gets the keyboard focus, or a dialog appears. Without an
+/// application object, and on threads other than its own, no key is ever down.
 class CqQtKeyboard final : public CqKeyboardService {
 public:
     CqQtKeyboard();
@@ -26,11 +28,11 @@ public:
     bool fnTakeKeyMessage(CqKeyMessage& message) override;
 
 private:
-    /// The hold; null where there can be none.
+    /// The event hold; null if there is none.
     q32::qt::EventHold* fnGetHold();
-    /// The same after a look.
+    /// The same, after a look into the queue.
     q32::qt::EventHold* fnLook();
 
-    QPointer<q32::qt::EventHold> m_pHold; ///< goes with the application, or with this
+    QPointer<q32::qt::EventHold> m_pHold; ///< owned; deleted earlier with the application
     std::chrono::steady_clock::time_point m_LastLook{};
 };

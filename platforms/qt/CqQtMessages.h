@@ -6,21 +6,20 @@
 
 #include <memory>
 
-/// Message boxes on the desktop, beside another service's errors. Before the application object
-/// stands, after it has gone, and on other threads than its own there can be no box: the text goes
-/// to the standard error stream, and the answer is 0.
+/// Message boxes on the desktop; errors come from another service. Before the application object
+/// exists, after it is destroyed, and on threads other than its own no box can be shown: the text
+/// goes to the standard error stream, and the answer is 0.
 class CqQtMessages final : public CqMessageService {
 public:
-    /// @param errors   knows the last system error and its text
-    /// @param windows  know the main window
+    /// @param errors   provides the last system error and its text
+    /// @param windows  provides the main window
     CqQtMessages(std::shared_ptr<CqMessageService> errors,
                  std::shared_ptr<const q32::posix::CodePage> codePage,
                  std::shared_ptr<CqWindowService> windows);
 
-    /// The box stands before the application's active window, else before its main window, and
-    /// holds back all of its windows. A question that has no Cancel is answered with No by the Esc
-    /// key. A box whose window goes while it stands goes with it, and so does the application's
-    /// end: the answer is 0.
+    /// Shows the box in front of the application's active window, else of its main window, modal
+    /// for the application. The Esc key answers No to a question without Cancel. The box closes
+    /// with its owner window or the application; the answer is 0 then.
     int fnShowBox(const char* text, UINT style, const char* caption) override;
     DWORD fnGetLastError() override { return m_pErrors->fnGetLastError(); }
     bool fnFormatError(DWORD code, std::string& text) override {

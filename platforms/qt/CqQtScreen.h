@@ -10,21 +10,21 @@ namespace q32::qt {
 class DeviceContext;
 }
 
-/// The desktop's screen. Coordinates are pixels of the screen, also on a scaled display, whose
-/// density is told accordingly. A device context of a CqQtCanvas draws into its pixels; one of any
-/// other widget draws on a canvas that lies over it, until that window is invalidated. What was
-/// drawn is shown when the device context is released. One of the whole screen tells metrics, but
-/// can't be drawn on. Palettes are kept in software: they give colours to indices as these are
-/// drawn, and none changes on the screen later.
+/// The desktop's screen. Coordinates are device pixels, also on a scaled display, whose density is
+/// reported accordingly. A device context of a CqQtCanvas draws into its pixels; one of any other
+/// widget draws on a canvas that lies over it, until that window is invalidated. Drawing becomes
+/// visible when the device context is released. One for the whole screen reports metrics, but can't
+/// be drawn on. Palettes are software palettes: they map indices to colours at the time of drawing,
+/// and later changes don't affect the screen.
 class CqQtScreen final : public CqScreenService {
 public:
-    /// @param base  makes regions and palettes
-    /// @param bits  that the screen is to be drawn with; 0: its own
+    /// @param base  creates regions and palettes
+    /// @param bits  depth to report and draw with; 0: the screen's own
     CqQtScreen(std::shared_ptr<CqScreenService> base,
                std::shared_ptr<const q32::posix::CodePage> codePage, int bits);
     ~CqQtScreen() override;
 
-    /// Null without an application object, and for windows that aren't of this back end.
+    /// Null without an application object, and for windows that don't belong to this back end.
     CDC* fnGetDC(CWnd* window) override;
     void fnReleaseDC(CWnd* window, CDC* dc) noexcept override;
     int fnSetDIBitsToDevice(CDC* dc, int x, int y, UINT width, UINT height, int sourceX,

@@ -27,7 +27,7 @@ QRect fnToRect(const RECT& rect, const QRect& within) {
     return {shared.left, shared.top, shared.Width(), shared.Height()};
 }
 
-/// What may run out of memory gives `failed` then: device contexts raise nothing.
+/// Runs `work`; returns `failed` when memory is exhausted, since device contexts don't throw.
 template <typename Result, typename Work>
 Result fnTry(Result failed, Work work) noexcept {
     try {
@@ -54,7 +54,7 @@ QImage DeviceContext::fnGetSurface() const {
     } else if (m_pCanvas) {
         pixels = &m_pCanvas->fnGetPixels();
     }
-    // The same memory, but with coordinates that no scale changes.
+    // The same memory, but without a scale factor.
     return pixels ? QImage(pixels->bits(), pixels->width(), pixels->height(),
                            pixels->bytesPerLine(), pixels->format())
                   : QImage();
@@ -239,7 +239,7 @@ bool DeviceContext::BitBlt(int x, int y, int width, int height, CDC* source, int
         if (target.isNull() || pixels.isNull())
             return false;
         const CRect place(CPoint(x, y), CSize(width, height));
-        // The source's pixels, where they would come to lie.
+        // The rectangle of the whole source in the target's coordinates.
         const QRect there(fnWrapSub(x, sourceX), fnWrapSub(y, sourceY), pixels.width(),
                           pixels.height());
         const QRect part = fnToRect(place, target.rect() & there);

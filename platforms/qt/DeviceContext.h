@@ -1,5 +1,5 @@
 /// @file
-/// Device contexts, fonts and bitmaps of the desktop's screen. For its own use.
+/// Device contexts, fonts and bitmaps of the desktop's screen. Private to CqQtScreen.
 #pragma once
 
 #include "platforms/posix/CodePage.h"
@@ -16,7 +16,7 @@
 
 namespace q32::qt {
 
-/// A font in pixels of the screen.
+/// A font sized in device pixels.
 class Font final : public CqFontObject {
 public:
     explicit Font(const QFont& font) : m_Font(font) {}
@@ -29,10 +29,10 @@ public:
     QImage m_Pixels;
 };
 
-/// What all device contexts of one display have in common.
+/// Common properties of all device contexts of one display.
 struct Device {
     int m_nBits = 32;
-    double m_Scale = 1.0;        ///< pixels of the screen for one of Qt's
+    double m_Scale = 1.0;        ///< device pixels per pixel of Qt
     QPointer<QScreen> m_pScreen; ///< may be unplugged
     std::shared_ptr<const posix::CodePage> m_pCodePage;
 };
@@ -51,12 +51,12 @@ public:
         if (m_pPalette == &palette)
             m_pPalette = nullptr;
     }
-    /// The pixels that are drawn on, in pixels of the screen; a null image for none. Valid until
-    /// the canvas changes its size.
+    /// The target's pixels, without a scale factor; a null image for none. Valid until the canvas
+    /// changes its size.
     QImage fnGetSurface() const;
-    /// Remembers a part as drawn.
+    /// Marks a part as drawn.
     void fnAddChange(const QRect& part) { m_Changed += part; }
-    /// Brings what was drawn to the screen.
+    /// Shows what was drawn on the screen.
     void fnShow();
 
     int GetDeviceCaps(int index) const override;
@@ -90,7 +90,7 @@ private:
     QRegion m_Changed;
 };
 
-/// The font that Qt uses by itself, in pixels of a screen of that scale.
+/// Qt's default font, in device pixels of a screen of that scale.
 QFont fnGetStandardFont(double scale);
 
 } // namespace q32::qt

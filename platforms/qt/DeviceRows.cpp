@@ -38,7 +38,7 @@ std::uint32_t fnWiden5(std::uint32_t value) {
     return value << 3 | value >> 2;
 }
 
-/// Pixels `from` to `from + count - 1` of a row.
+/// Converts pixels `from` to `from + count - 1` of a row.
 void fnConvertRow(unsigned bits, const Table& table, const std::uint8_t* row, std::size_t from,
                   std::size_t count, std::uint32_t* out) {
     switch (bits) {

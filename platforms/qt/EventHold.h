@@ -15,13 +15,13 @@ class QWindow;
 
 namespace q32::qt {
 
-/// Looks into the application's queue during a long operation: takes the keys out, and keeps all
-/// else for later, in its order. What was kept is delivered as soon as the event loop runs again,
-/// before anything newer; but what the user did to a window that a modal one holds back by then is
-/// dropped. A loop that lets no user's input through, as a host may run it before its next
-/// operation, gets none of what was kept either: only how the windows look and lie.
+/// Looks into the application's event queue during a long operation: removes keys, and holds all
+/// other events, in order. They are delivered as soon as the event loop runs again, before anything
+/// newer; but user input for a window that is blocked by a modal one by then is dropped. A loop
+/// that excludes user input, as a host may run it before its next operation, delivers only the held
+/// events about the appearance and geometry of windows.
 ///
-/// From its beginning on, also between operations, it sees which keys are down.
+/// From its construction on, also between operations, it tracks which keys are down.
 class EventHold : public QObject {
     Q_OBJECT
 
@@ -30,12 +30,12 @@ public:
     ~EventHold() override;
 
     /// Reads what the window system has sent. Paints nothing and delivers nothing to a window; only
-    /// calls that the host has queued itself are made. A dialog that one of them shows can be used
-    /// until it ends.
+    /// calls queued by the host itself are made. A dialog shown by one of them can be used until it
+    /// closes.
     void fnLook();
-    /// The oldest key message that a look has found. False when there is none.
+    /// Takes the oldest key message found by a look. False if there is none.
     bool fnTake(CqKeyMessage& message);
-    /// Whether a key is down, as far as the windows of the application were told.
+    /// Whether a key is down, judged by events to the application's windows.
     bool fnIsDown(int key) const { return m_Down.contains(key); }
 
     bool eventFilter(QObject* object, QEvent* event) override;
@@ -46,7 +46,7 @@ private:
         std::unique_ptr<QEvent> m_pEvent;
     };
 
-    /// What of the kept events.
+    /// Which of the held events.
     enum class Which { ALL, NO_INPUT };
 
     bool fnFilterLook(QObject* object, QEvent* event);
@@ -56,14 +56,14 @@ private:
     void fnHold(QObject* object, QEvent* event);
     void fnDeliver(Which which);
 
-    QTimer m_Timer; ///< runs out when the event loop is back
+    QTimer m_Timer; ///< fires once the event loop runs again
     std::deque<Held> m_Held;
     std::deque<CqKeyMessage> m_Keys;
     std::set<int> m_Down;
-    QPointer<QWindow> m_pFocus;           ///< that is told of keys
-    const QEvent* m_pDelivered = nullptr; ///< that is on its way
+    QPointer<QWindow> m_pFocus;           ///< has the keyboard focus
+    const QEvent* m_pDelivered = nullptr; ///< the event being delivered
     bool m_bLooking = false;
-    int m_nLookLevel = 0; ///< loops that stood about the look
+    int m_nLookLevel = 0; ///< nesting level of event loops during the look
 };
 
 } // namespace q32::qt

@@ -11,33 +11,33 @@ class CqImage;
 
 namespace q32::qt {
 
-/// Reduced copies of an image, for views that show it small: without them each pixel of the screen
-/// would fetch another line of memory, and fine detail would turn into noise. The image is divided
-/// into cells of 128 x 128 pixels, the places of its tiles. A cell is reduced by 4, 8, 16 … 128;
-/// each pixel is the mean of those that it stands for, before gamma. Cells are made one by one, by
-/// whoever has the time, and a cell that isn't made has to be read from the image.
+/// Reduced copies of an image, for views that show it small: without them each screen pixel would
+/// read another cache line, and fine detail would turn into noise. The image is divided into cells
+/// of 128 x 128 pixels, aligned with its tiles. A cell is reduced by 4, 8, 16 … 128; each pixel is
+/// the mean of those that it covers, before gamma. Cells are made one by one, when the caller has
+/// time; a missing cell has to be read from the image.
 ///
-/// Where all cells together would pass `kMaxBytes`, they begin at 8 or 16; where that doesn't help
-/// there are none.
+/// If all cells together would exceed `kMaxBytes`, they begin at 8 or 16; if that is still too
+/// large there are none.
 class Overview {
 public:
     static constexpr std::uint32_t kCellSize = 128;
     static constexpr std::size_t kMaxBytes = std::size_t{128} << 20;
 
-    /// Forgets all, and gets ready for another image, or for none. May throw std::bad_alloc, and is
-    /// ready for none then.
+    /// Discards everything and prepares for another image, or for none. On std::bad_alloc, it is
+    /// prepared for none.
     void fnReset(const CqImage* image);
-    /// Whether this was made ready for an image of that size and depth.
+    /// Whether this is prepared for an image of that size and depth.
     bool fnIsFor(const CqImage& image) const;
-    /// Forgets the cells that a part of the image touches.
+    /// Discards the cells that intersect a part of the image.
     void fnForget(const CRect& part);
 
-    /// Binary logarithm of the reduction that is shown at a zoom; 0 for none.
+    /// Binary logarithm of the reduction used at a zoom; 0 for none.
     unsigned fnGetShift(double zoom) const;
     /// Pixels of a cell reduced by 2 to the power of `shift`, in rows of kCellSize >> shift, as
-    /// Format_RGB32; null while it isn't made.
+    /// Format_RGB32; null if it isn't made yet. Owned by this.
     const std::uint32_t* fnFind(std::uint32_t column, std::uint32_t row, unsigned shift) const;
-    /// Makes a cell. The image must be the one that this was made ready for. May throw
+    /// Makes a cell. The image must be the one that this was prepared for. May throw
     /// std::bad_alloc.
     void fnMake(const CqImage& image, std::uint32_t column, std::uint32_t row);
 

@@ -1,5 +1,5 @@
 /// @file
-/// Texts of the library, which are bytes in the user's code page, as Qt's, and back.
+/// Conversion between the library's texts, which are bytes in the user's code page, and Qt's.
 #pragma once
 
 #include "platforms/posix/CodePage.h"
@@ -11,9 +11,9 @@
 
 namespace q32::qt {
 
-/// A byte that belongs to no character becomes the replacement character.
+/// Converts to Qt; an invalid byte becomes the replacement character.
 QString fnToText(const posix::CodePage& codePage, std::string_view bytes);
-/// A character that the code page doesn't have becomes a question mark.
+/// Converts from Qt; a character missing from the code page becomes a question mark.
 std::string fnToBytes(const posix::CodePage& codePage, const QString& text);
 
 } // namespace q32::qt

@@ -16,18 +16,18 @@ namespace q32::qt {
 
 namespace {
 
-/// The run of canvas columns or rows that one cell column or row covers. Cells have the places of
-/// tiles, but for an image that is one tile of any size.
+/// The canvas columns or rows that one cell column or row covers. Cells are aligned with tiles,
+/// except in an image that is a single tile.
 struct Span {
     std::size_t m_nFirst;
     std::size_t m_nEnd;
 };
 
-/// For each column or row of a part: the image's under it, and where the cells begin.
+/// The image column or row under each one of a part, and the cell boundaries.
 struct Axis {
     std::vector<std::uint32_t> m_Index;
-    std::vector<std::uint32_t> m_Pairs; ///< the same, but every second one is the one before it
-    std::vector<Span> m_Spans;          ///< offsets into m_Index, one span a cell
+    std::vector<std::uint32_t> m_Pairs; ///< the same, with each odd entry equal to the one before
+    std::vector<Span> m_Spans;          ///< offsets into m_Index, one span per cell
     int m_nFirst = 0;                   ///< canvas coordinate of m_Index[0]
 
     std::uint32_t fnGetCell(const Span& span) const {
@@ -59,7 +59,7 @@ Axis fnMakeAxis(int first, int end, int origin, double zoom, std::uint32_t lengt
     return axis;
 }
 
-/// The rows of a cell, from the image itself or from its reduced copy.
+/// The rows of a cell, from the image or from its reduced copy.
 class CellRows {
 public:
     CellRows(const CqImage& image, const Overview* overview, unsigned shift)
@@ -71,10 +71,10 @@ public:
         m_pReduced = m_nShift == 0 ? nullptr : m_pOverview->fnFind(column, row, m_nShift);
     }
 
-    /// Whether the cell is to be read from the image although its reduced copy is wanted.
+    /// Whether the cell has to be read from the image because its reduced copy is missing.
     bool fnIsMissing() const { return m_nShift != 0 && !m_pReduced; }
 
-    /// Pixels of a row of the image, at the columns of the image that are listed.
+    /// Reads `count` pixels of an image row at the given image columns.
     void fnPick(std::uint32_t row, const std::uint32_t* columns, std::size_t count,
                 std::uint32_t* out) const {
         if (!m_pReduced) {
@@ -100,7 +100,7 @@ private:
 } // namespace
 
 long long fnSampleIndex(int pixel, int origin, double zoom) {
-    // The half keeps the sample in the middle of the screen's pixel.
+    // The half samples at the centre of the screen pixel.
     return static_cast<long long>(std::floor((static_cast<double>(pixel) + origin + 0.5) / zoom));
 }
 
@@ -123,8 +123,8 @@ QRect fnSampleTiles(const CqImage& image, const Overview* overview, const Sample
     for (const Span& rows : down.m_Spans) {
         for (const Span& columns : across.m_Spans) {
             cell.fnGoTo(across.fnGetCell(columns), down.fnGetCell(rows));
-            // What takes its place soon need not be fine: reading each pixel would take a line of
-            // memory each, and longer than a frame lasts.
+            // A preview that will soon be replaced need not be fine: reading each pixel would take
+            // a cache line each, and longer than a frame.
             const bool coarse = cell.fnIsMissing();
             const auto& xs = coarse ? across.m_Pairs : across.m_Index;
             const auto& ys = coarse ? down.m_Pairs : down.m_Index;

@@ -29,7 +29,7 @@ CqSoftwareResources::CqSoftwareResources(UINT codePage) : m_nCodePage(codePage) 
 }
 
 HINSTANCE CqSoftwareResources::fnToHandle(std::size_t number) {
-    // An opaque handle: only compared, never looked into.
+    // An opaque handle: compared, but never dereferenced.
     return reinterpret_cast<HINSTANCE>((number + 1) << 16);
 }
 

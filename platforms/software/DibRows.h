@@ -1,5 +1,5 @@
 /// @file
-/// Rows of a device-independent bitmap on their way to a device.
+/// Rows of a device-independent bitmap and their placement on a device.
 #pragma once
 
 #include "q32Base/platform/Export.h"
@@ -11,7 +11,7 @@
 
 namespace q32::software {
 
-/// Rows as they are given to `CqScreenService::fnSetDIBitsToDevice`.
+/// The arguments of `CqScreenService::fnSetDIBitsToDevice`.
 struct RowJob {
     int m_nX;
     int m_nY;
@@ -26,36 +26,36 @@ struct RowJob {
     UINT m_nUse;
 };
 
-/// What a header says of its rows, once it has been found sound.
+/// The layout of a bitmap's rows, from a validated header.
 struct DibRows {
     std::size_t m_nWidth = 0;
     std::size_t m_nHeight = 0;
     bool m_bTopDown = false;
     unsigned m_nBits = 0;
-    std::size_t m_nStride = 0;     ///< bytes from row to row
-    std::size_t m_nTableBytes = 0; ///< of the colour table behind the header
+    std::size_t m_nStride = 0;     ///< bytes between rows
+    std::size_t m_nTableBytes = 0; ///< size of the colour table behind the header
 };
 
 /// Reads a header of 40 bytes for 1, 4, 8, 16, 24 or 32 bits without compression. False for any
 /// other.
 Q32_API bool fnReadDibRows(const BITMAPINFOHEADER& header, UINT use, DibRows& rows);
 
-/// Scans of a job that the bitmap has.
+/// Number of a job's scans that exist in the bitmap.
 inline std::size_t fnCountScans(const RowJob& job, const DibRows& rows) {
     return job.m_nStartScan >= rows.m_nHeight
                ? 0
                : std::min<std::size_t>(job.m_nScans, rows.m_nHeight - job.m_nStartScan);
 }
 
-/// Calls `put(row, from, count, x, y)` for each row of a job that lands in `area`: `count` pixels
+/// Calls `put(row, from, count, x, y)` for each row of a job that intersects `area`: `count` pixels
 /// of the stored row, beginning with pixel `from`, go to the device's pixels from x, y on.
-/// @param taken   how many of the scans to take
-/// @param origin  what the job's place on the device counts from
-/// @param area    of the device that may be drawn on; not empty
+/// @param taken   how many of the scans to use
+/// @param origin  origin of the job's coordinates on the device
+/// @param area    clipping rectangle on the device; not empty
 template <typename Put>
 void fnPlaceRows(const RowJob& job, const DibRows& rows, std::size_t taken, const POINT& origin,
                  const RECT& area, Put put) {
-    // All in 64 bits: no place or size that a caller gives can overflow.
+    // 64 bits throughout: no position or size passed by a caller can overflow.
     using Wide = std::int64_t;
     const Wide left = Wide{job.m_nX} + origin.x;
     const Wide top = Wide{job.m_nY} + origin.y;

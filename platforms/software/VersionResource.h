@@ -4,7 +4,7 @@
 
 namespace q32::software {
 
-/// Bytes of a version resource that tells the version of this build.
+/// A version resource with the version of this build.
 std::string fnBuildVersionResource();
 
 } // namespace q32::software
