@@ -49,7 +49,7 @@ std::vector<unsigned char> fnRamp() {
 
 } // namespace
 
-TEST(CqDisplayProperty, TellsSizeResolutionAndDepthOfTheScreen) {
+TEST(CqDisplayProperty, ReportsSizeResolutionAndDepthOfTheScreen) {
     CqDisplayWorld world(32);
     const Probe display;
     EXPECT_EQ(display.fnGetDisplaySize(), CSize(640, 480));
@@ -108,7 +108,7 @@ TEST(CqDisplayProperty, BuildsTheDitherTables) {
     EXPECT_EQ(std::memcmp(display.m_byDitherPattern, kScaled, 64), 0);
 }
 
-TEST(CqDisplayProperty, KeepsTheStepsOfALevelNextToEachOtherWithAZeroBehindThem) {
+TEST(CqDisplayProperty, StoresTheStepsOfALevelTogetherWithATrailingZero) {
     CqDisplayWorld world(8);
     const Probe display;
     constexpr unsigned char kSteps[19] = {0,  36, 72, 108, 144, 180, 0, 6, 12, 18,
@@ -123,7 +123,7 @@ TEST(CqDisplayProperty, KeepsTheStepsOfALevelNextToEachOtherWithAZeroBehindThem)
     EXPECT_EQ(display.m_bySpare, 0);
 }
 
-TEST(CqDisplayProperty, HasTheTableOfQuotientsExactlyWhileTheScreenHas8Bits) {
+TEST(CqDisplayProperty, HasTheTableOfQuotientsOnlyWhileTheScreenHas8Bits) {
     CqDisplayWorld world(8);
     Probe display;
     ASSERT_TRUE(display.m_pMappingTable);
@@ -145,7 +145,7 @@ TEST(CqDisplayProperty, HasTheTableOfQuotientsExactlyWhileTheScreenHas8Bits) {
     EXPECT_EQ(display.m_pMappingTable[256 + 254], 50);
 }
 
-TEST(CqDisplayProperty, AnUpdateThatFindsNoMemoryOrNoScreenChangesNothing) {
+TEST(CqDisplayProperty, AnUpdateWithoutMemoryOrScreenChangesNothing) {
     CqDisplayWorld world(32);
     Probe display;
     world.fnScreen().fnSetMode({320, 200, 8, 75, 75});
@@ -239,7 +239,7 @@ TEST(CqDisplayProperty, ThePaletteHasSixLevelsOfRedGreenAndBlue) {
     EXPECT_EQ(display.fnGetPalette666(), &Probe::m_Pal666);
 }
 
-TEST(CqDisplayProperty, ThePaletteKeepsItsGammaWhenGammaGoesOffAndLosesItWhenItComesOn) {
+TEST(CqDisplayProperty, ThePaletteKeepsItsGammaWhenGammaIsDisabledAndLosesItWhenEnabled) {
     CqDisplayWorld world(8);
     Probe display;
     display.fnSetGammaValue(220);
@@ -266,7 +266,7 @@ TEST(CqDisplayProperty, ThePaletteOutlivesItsInstances) {
     EXPECT_EQ(second.fnGetPalette666()->GetObject(), object);
 }
 
-TEST(CqDisplayProperty, OutOfMemoryGammaStaysOffAndTheUserIsTold) {
+TEST(CqDisplayProperty, WithoutMemoryGammaStaysOffAndTheUserIsNotified) {
     CqDisplayWorld world(24);
     Probe display;
     ASSERT_TRUE(display.fnEnableGamma(false));
@@ -285,7 +285,7 @@ TEST(CqDisplayProperty, OutOfMemoryGammaStaysOffAndTheUserIsTold) {
                                  "to free up system resources.");
 }
 
-TEST(CqDisplayProperty, TheConstructorRaisesEachFailureOfMemoryAndPalette) {
+TEST(CqDisplayProperty, TheConstructorPropagatesEachMemoryAndPaletteFailure) {
     CqDisplayWorld world(8);
     const auto make = [] {
         try {
@@ -337,7 +337,7 @@ TEST(CqDisplayProperty, GammaLeavesTheFourthByteOf32BitPixels) {
     EXPECT_EQ(std::memcmp(triples, kThree, 6), 0);
 }
 
-TEST(CqDisplayProperty, GammaOfABitmapFindsThePixelsBehindTheColorTable) {
+TEST(CqDisplayProperty, GammaOfABitmapFindsThePixelsAfterTheColorTable) {
     CqDisplayWorld world(32);
     Probe display;
     display.fnSetGammaValue(220);

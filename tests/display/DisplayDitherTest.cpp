@@ -85,7 +85,7 @@ TEST(DisplayDither, RunsOfEveryDepthFollowTheRule) {
     }
 }
 
-TEST(DisplayDither, ABlockRunsUpInMemoryFromItsTopRow) {
+TEST(DisplayDither, ABlockRunsUpwardsInMemoryFromItsTopRow) {
     CqDisplayWorld world(8);
     CqDisplayProperty& display = world.fnDisplay();
     for (const unsigned bits : {16u, 24u, 32u}) {

@@ -39,7 +39,7 @@ private:
 
 } // namespace
 
-TEST(DrawFailures, ADeviceContextGoesBackWithoutMemoryToo) {
+TEST(DrawFailures, ADeviceContextIsReleasedEvenWithoutMemory) {
     CqDisplayWorld world(24);
     CqHeadlessWnd window({0, 0, 5, 5});
     const std::size_t open = world.fnScreen().fnGetOpenDCs();
@@ -62,7 +62,7 @@ TEST(DrawFailures, ADeviceContextGoesBackWithoutMemoryToo) {
     misuses.fnClear();
 }
 
-TEST(DrawFailures, EachAllocationThatFailsMakesTheDrawFalseAndTheNextOneWorks) {
+TEST(DrawFailures, EachFailedAllocationFailsTheDrawAndTheNextOneWorks) {
     for (const int screen : kScreens) {
         CqDisplayWorld world(screen);
         for (const unsigned depth : kDepths) {
@@ -121,7 +121,7 @@ TEST(DrawFailures, EachAllocationOfAKeyDrawAndALineDraw) {
               1u);
 }
 
-TEST(DrawFailures, AGrowthThatFailsKeepsTheBuffersThatAreThere) {
+TEST(DrawFailures, AFailedGrowthKeepsTheExistingBuffers) {
     CqDisplayWorld world(32);
     const auto image = fnMakeNoise(128, 128, 8);
     EXPECT_TRUE(image->fnDraw(world.fnDC(), CRect(0, 0, 10, 10), 0, 0, false, false));
@@ -156,7 +156,7 @@ TEST(DrawFailures, ASecondDrawAllocatesNothing) {
     }
 }
 
-TEST(DrawFailures, APaletteThatTheScreenRefusesMakesTheDrawFalse) {
+TEST(DrawFailures, APaletteThatTheScreenRefusesFailsTheDraw) {
     CqDisplayWorld world(8);
     const auto image = fnMakeNoise(200, 5, 8);
     world.fnScreen().m_CreatePalette.fnFail();
@@ -198,7 +198,7 @@ TEST(DrawFailures, WithoutADeviceContextAnImageIsNotDrawn) {
     EXPECT_FALSE(image->fnDraw(nullptr, CRect(0, 0, 200, 5), 0, 0, false, false));
 }
 
-TEST(DrawFailures, AGammaThatCanNotBeRestoredIsToldToTheUser) {
+TEST(DrawFailures, AGammaThatCannotBeRestoredIsReportedToTheUser) {
     CqHeadlessOptions options;
     options.m_Mode.m_nBits = 24;
     const auto world = q32HeadlessWorld(options);

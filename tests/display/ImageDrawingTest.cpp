@@ -55,7 +55,7 @@ TEST(DrawInit, AFitTakesTheSmallerScaleAndIgnoresItsNumber) {
     EXPECT_EQ(map.DrawWnd, nullptr);
 }
 
-TEST(DrawInit, AWholeScaleCutsTheShownPartToTheScaledImage) {
+TEST(DrawInit, AnIntegerScaleClipsTheShownPartToTheScaledImage) {
     CqDisplayWorld world(24);
     const auto image = fnMakeNoise(100, 50, 24);
     const CqTileMap& map = *image->TileMap;
@@ -82,7 +82,7 @@ TEST(ImageDrawing, ADestinationWithoutWidthOrHeightGivesFalse) {
     EXPECT_TRUE(world.fnScreen().fnGetDraws().empty());
 }
 
-TEST(ImageDrawing, APlaceBeyondTheImageStartsAtTheLastWholeWidth) {
+TEST(ImageDrawing, APositionBeyondTheImageStartsAtTheLastFullWidth) {
     CqDisplayWorld world(24);
     const auto image = fnMakeNoise(200, 150, 24);
     EXPECT_TRUE(image->fnDraw(world.fnDC(), CRect(0, 0, 60, 40), 5000, 6000, false, false));
@@ -135,7 +135,7 @@ TEST(ImageDrawing, WithoutGammaAnImageOfOneTileLeavesItOff) {
     EXPECT_FALSE(world.fnDisplay().fnIsGammaEnabled());
 }
 
-TEST(ImageDrawing, ADrawWithoutGammaTakesTheGammaOutOfThe666Palette) {
+TEST(ImageDrawing, ADrawWithoutGammaRemovesTheGammaFromThe666Palette) {
     CqDisplayWorld world(8);
     world.fnDisplay().fnSetGammaValue(220);
     const auto image = fnMakeNoise(200, 10, 24);
@@ -147,7 +147,7 @@ TEST(ImageDrawing, ADrawWithoutGammaTakesTheGammaOutOfThe666Palette) {
     EXPECT_EQ(entry.peRed, 51);
 }
 
-TEST(ImageDrawing, On8BitsThePaletteIsTheImagesOwnBelow16BitsElseThatOf216Colors) {
+TEST(ImageDrawing, OnAn8BitScreenImagesBelow16BitsUseTheirOwnPaletteAndOthers216Colors) {
     CqDisplayWorld world(8);
     for (const unsigned depth : {4u, 8u, 16u, 24u, 32u}) {
         const auto image = fnMakeNoise(200, 10, depth);
@@ -177,7 +177,7 @@ TEST(ImageDrawing, On8BitsThePaletteIsTheImagesOwnBelow16BitsElseThatOf216Colors
     }
 }
 
-TEST(ImageDrawing, ThePaletteIsSelectedRealizedAndPutBackInTheBackground) {
+TEST(ImageDrawing, ThePaletteIsSelectedRealizedAndRestoredInTheBackground) {
     CqDisplayWorld world(8);
     CPalette former;
     for (const bool background : {false, true}) {
@@ -222,7 +222,7 @@ TEST(ImageDrawing, OtherScreensNeedNoPalette) {
     }
 }
 
-TEST(ImageDrawing, AChangedPaletteIsMadeAnewOnTheNextDraw) {
+TEST(ImageDrawing, AChangedPaletteIsRebuiltOnTheNextDraw) {
     CqDisplayWorld world(8);
     const auto image = fnMakeNoise(200, 10, 8);
     const CRect all(0, 0, 200, 10);
@@ -236,7 +236,7 @@ TEST(ImageDrawing, AChangedPaletteIsMadeAnewOnTheNextDraw) {
     EXPECT_EQ(entry.peBlue, 1);
 }
 
-TEST(ImageDrawing, AChangeOfTheScreensDepthMakesTheDeviceBitmapAnew) {
+TEST(ImageDrawing, AChangeOfTheScreensDepthRebuildsTheDeviceBitmap) {
     CqDisplayWorld world(8);
     for (const unsigned depth : {4u, 8u, 16u, 24u, 32u}) {
         const auto image = fnMakeNoise(200, 140, depth);

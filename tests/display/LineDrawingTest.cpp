@@ -59,7 +59,7 @@ TEST(LineDrawing, ShowsAPartOfTheRowOnEveryScreen) {
     }
 }
 
-TEST(LineDrawing, ARowOf4BitsShowsItsBytesAsIndicesAndZerosBehindThem) {
+TEST(LineDrawing, ARowOf4BitsShowsItsBytesAsIndicesFollowedByZeros) {
     for (const int screen : {24, 32}) {
         CqDisplayWorld world(screen);
         CqImage image(21, 4, 4, q32GreyRamp, 0); // a palette that has every byte as an index
@@ -79,7 +79,7 @@ TEST(LineDrawing, ARowOf4BitsShowsItsBytesAsIndicesAndZerosBehindThem) {
     }
 }
 
-TEST(LineDrawing, TheCountIsCutToTheRow) {
+TEST(LineDrawing, TheCountIsClippedToTheRow) {
     CqDisplayWorld world(32);
     const auto image = fnMakeNoise(50, 4, 24);
     CqImageLine line;
@@ -128,7 +128,7 @@ TEST(LineDrawing, OnlyMinusOneIsAFailureOfTheScreen) {
     EXPECT_TRUE(line.fnDraw(world.fnDC(), 0, 0, 10, 0, false));
 }
 
-TEST(LineDrawing, ShowsWhatStandsInTheBufferNotInTheImage) {
+TEST(LineDrawing, ShowsTheBufferNotTheImage) {
     CqDisplayWorld world(24);
     const auto image = fnMakeNoise(10, 4, 24);
     CqImageLine line;

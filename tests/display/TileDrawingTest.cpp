@@ -9,7 +9,7 @@ constexpr unsigned kDepths[] = {4, 8, 16, 24, 32};
 
 } // namespace
 
-TEST(TileDrawing, APartOfATileGoesToItsPlace) {
+TEST(TileDrawing, APartOfATileIsDrawnAtItsPlace) {
     for (const int screen : kScreens) {
         CqDisplayWorld world(screen);
         for (const unsigned depth : kDepths) {
@@ -38,7 +38,7 @@ TEST(TileDrawing, APartOfATileGoesToItsPlace) {
     }
 }
 
-TEST(TileDrawing, IsCutAtTheTilesRightAndBottom) {
+TEST(TileDrawing, IsClippedAtTheTilesRightAndBottom) {
     CqDisplayWorld world(32);
     const auto image = fnMakeNoise(200, 200, 24);
     CqImageTile tile;
@@ -60,7 +60,7 @@ TEST(TileDrawing, APlaceLeftOfTheTileBeginsAtTheTile) {
               "");
 }
 
-TEST(TileDrawing, NothingToShowIsNoFailure) {
+TEST(TileDrawing, NothingToShowIsNotAFailure) {
     CqDisplayWorld world(32);
     const auto image = fnMakeNoise(200, 200, 24);
     CqImageTile tile;
@@ -111,7 +111,7 @@ TEST(TileDrawing, AnEnlargedTileIsDrawnInBandsThatFitAPlainTile) {
     EXPECT_EQ(image->TileMap->DrawDibCapacity, 128u * 384u);
 }
 
-TEST(TileDrawing, ATileIsRedrawnInThePlaceThatTheLastInitSet) {
+TEST(TileDrawing, ATileIsRedrawnAtThePlaceSetByTheLastInit) {
     for (const int screen : {8, 32}) {
         CqDisplayWorld world(screen);
         for (const unsigned depth : {8u, 24u}) {

@@ -89,7 +89,7 @@ TEST(CList, AgreesWithAPlainListOverRandomChanges) {
     }
 }
 
-TEST(CList, AddingAndRemovingInTurnDoesNotAllocate) {
+TEST(CList, AddingAndRemovingAlternatelyDoesNotAllocate) {
     IntList list(4);
     list.AddTail(0);
     const auto before = CqAllocationFailure::fnCount();
@@ -129,7 +129,7 @@ TEST(CList, AnEmptyListHoldsNoBlocks) {
     list.AddTail("left for the destructor");
 }
 
-TEST(CList, AFailedAllocationLeavesTheList) {
+TEST(CList, AFailedAllocationLeavesTheListUnchanged) {
     IntList list(1);
     list.AddTail(1);
     {

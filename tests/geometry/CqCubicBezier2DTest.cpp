@@ -31,7 +31,7 @@ void fnExpectCurve(const CqCubicBezier2D& curve, const Points& p, double thickne
                 CqPoint2D(*std::max_element(x, x + 4), *std::max_element(y, y + 4)));
 }
 
-TEST(CqCubicBezier2D, IsMadeWithItsBox) {
+TEST(CqCubicBezier2D, IsConstructedWithItsBoundingBox) {
     EXPECT_EQ(offsetof(CqCubicBezier2D, m_Thickness), 64u);
     EXPECT_EQ(offsetof(CqCubicBezier2D, m_BoundRect), 72u);
     fnExpectCurve(CqCubicBezier2D(), {{0, 0}, {0, 0}, {0, 0}, {0, 0}}, 0.0);
@@ -161,7 +161,7 @@ TEST(CqCubicBezier2D, SplitsByTheClosedPolynomialForm) {
     }
 }
 
-TEST(CqCubicBezier2D, CutsTheSplitToItsEnds) {
+TEST(CqCubicBezier2D, ClampsTheSplitToItsEnds) {
     CqCubicBezier2D left;
     CqCubicBezier2D right;
     for (const double t : {0.0, -1.0}) {
@@ -174,13 +174,13 @@ TEST(CqCubicBezier2D, CutsTheSplitToItsEnds) {
     fnExpectCurve(right, {kWave[3], kWave[3], kWave[3], kWave[3]}, 1.0);
 }
 
-TEST(CqCubicBezier2D, RunsTheOtherWay) {
+TEST(CqCubicBezier2D, Reverses) {
     CqCubicBezier2D curve = fnCurve({{1, 2}, {3, 4}, {5, 6}, {7, 8}}, 2.0);
     curve.fnReverse();
     fnExpectCurve(curve, {{7, 8}, {5, 6}, {3, 4}, {1, 2}}, 2.0);
 }
 
-TEST(CqCubicBezier2D, TellsAQuarterOfItsLength) {
+TEST(CqCubicBezier2D, EstimatesAQuarterOfItsLength) {
     EXPECT_BITS(fnCurve({{0, 0}, {1, 0}, {2, 0}, {3, 0}}).fnFindLength(), 0.75);
     EXPECT_BITS(CqCubicBezier2D().fnFindLength(), 0.0);
 }
@@ -231,7 +231,7 @@ Crossings fnAtY(const Points& p, double y) {
     return r;
 }
 
-TEST(CqCubicBezier2D, HasNoCrossingAsAStrokeAlongTheLine) {
+TEST(CqCubicBezier2D, HasNoCrossingWhenItLiesAlongTheLine) {
     const Crossings hits = fnAtX({{5, 0}, {5, 3}, {5, -9}, {5, 9}}, 5);
     EXPECT_EQ(hits.m_nCount, 0);
     EXPECT_BITS(hits.m_T[0], kUntouched);
@@ -249,7 +249,7 @@ TEST(CqCubicBezier2D, HasOnlyTheCrossingAtItsEndWhenItEndsOnTheLine) {
     EXPECT_BITS(hits.m_Other[0], 3.0);
 }
 
-TEST(CqCubicBezier2D, TellsThreeCrossingsInTheOrderOfTheSolver) {
+TEST(CqCubicBezier2D, ReportsThreeCrossingsInTheOrderOfTheSolver) {
     // y = 22 t^3 - 33 t^2 + 12 t is 1/2 at t = 1/2, and at a place on either side.
     const Crossings hits = fnAtY({{0, 0}, {1, 4}, {2, -3}, {3, 1}}, 0.5);
     ASSERT_EQ(hits.m_nCount, 3);
@@ -373,7 +373,7 @@ Crossings fnPlainAtX(const Points& p, double x) {
     return r;
 }
 
-TEST(CqCubicBezier2D, CrossesAsTheFormulaTakenApart) {
+TEST(CqCubicBezier2D, CrossesAsThePlainFormulaDoes) {
     CqRandom random(35);
     int total = 0;
     for (int i = 0; i < 20000; ++i) {
@@ -403,7 +403,7 @@ TEST(CqCubicBezier2D, CrossesAsTheFormulaTakenApart) {
     EXPECT_GT(total, 5000);
 }
 
-TEST(CqCubicBezier2D, CrossesWhereItIs) {
+TEST(CqCubicBezier2D, CrossesAtPointsOfTheCurve) {
     CqRandom random(36);
     for (int i = 0; i < 5000; ++i) {
         Points p(4);

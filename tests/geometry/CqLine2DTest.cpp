@@ -12,7 +12,7 @@ CqLine2D fnLine(double x0, double y0, double x1, double y1) {
     return {CqPoint2D(x0, y0), CqPoint2D(x1, y1)};
 }
 
-TEST(CqLine2D, KeepsItsStartAheadOfItsEnd) {
+TEST(CqLine2D, StoresItsStartBeforeItsEnd) {
     EXPECT_EQ(offsetof(CqLine2D, m_Start), 0u);
     EXPECT_EQ(offsetof(CqLine2D, m_End), 16u);
     const CqLine2D none;
@@ -32,7 +32,7 @@ TEST(CqLine2D, HasALengthAndPointsBeyondItsEnds) {
                 CqPoint2D(1 * (1.0 - t) + 4 * t, 2 * (1.0 - t) + 6 * t));
 }
 
-TEST(CqLine2D, KnowsOnlyItsEndsAsPointsOnIt) {
+TEST(CqLine2D, TakesOnlyItsEndsAsPointsOnIt) {
     const CqLine2D line = fnLine(0, 0, 10, 4);
     double t = kUntouched;
     EXPECT_FALSE(line.fnIntersectPoint({5, 2}, t));
@@ -85,7 +85,7 @@ TEST(CqLine2D, FindsTheFootOfThePerpendicular) {
     EXPECT_FALSE(line.fnFindNearestPoint({10 + 2e-9, 3.0}, t, nullptr));
 }
 
-TEST(CqLine2D, TakesAFootOnASegmentOfNoLengthAsAHitWithoutANumber) {
+TEST(CqLine2D, TakesAFootOnASegmentOfNoLengthAsAHitWithNotANumber) {
     double t = kUntouched;
     CqPoint2D nearest;
     EXPECT_TRUE(fnLine(3, 3, 3, 3).fnFindNearestPoint({5, 5}, t, &nearest));
@@ -102,7 +102,7 @@ TEST(CqLine2D, FindsTheCrossingWithAnotherSegment) {
     EXPECT_TRUE(fnLine(0, 0, 2, 2).fnIntersectLine(fnLine(0, 2, 2, 0), t, nullptr));
 }
 
-TEST(CqLine2D, LeavesItsResultsWithoutACrossing) {
+TEST(CqLine2D, LeavesItsOutputsWithoutACrossing) {
     double t = kUntouched;
     CqPoint2D hit(7, 7);
     EXPECT_FALSE(fnLine(0, 0, 1, 1).fnIntersectLine(fnLine(3, 0, 3, 9), t, &hit));
@@ -132,7 +132,7 @@ TEST(CqLine2D, DoesNotCrossAParallelSegment) {
     EXPECT_BITS(t, kUntouched);
 }
 
-TEST(CqLine2D, CrossesASegmentOnTheSameLineWithoutANumber) {
+TEST(CqLine2D, CrossesASegmentOnTheSameLineWithNotANumber) {
     double t = kUntouched;
     EXPECT_TRUE(fnLine(0, 0, 5, 5).fnIntersectLine(fnLine(0, 0, 5, 5), t, nullptr));
     EXPECT_TRUE(std::isnan(t));
@@ -141,7 +141,7 @@ TEST(CqLine2D, CrossesASegmentOnTheSameLineWithoutANumber) {
     EXPECT_TRUE(std::isnan(t));
 }
 
-TEST(CqLine2D, CrossesInTheSettledOrderOfOperations) {
+TEST(CqLine2D, CrossesInTheDocumentedOrderOfOperations) {
     CqRandom random(9);
     int hits = 0;
     for (int i = 0; i < 5000; ++i) {

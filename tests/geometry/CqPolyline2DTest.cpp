@@ -56,7 +56,7 @@ private:
     int m_nCount;
 };
 
-TEST(CqPolyPoint2D, StandsForNoPlaceAtFirst) {
+TEST(CqPolyPoint2D, IsInitiallyNoPosition) {
     EXPECT_EQ(CqPolyPoint2D().m_Line, -1);
     EXPECT_BITS(CqPolyPoint2D().m_Param, 0.0);
     EXPECT_EQ(CqPolyPoint2D(3, 0.25).m_Line, 3);
@@ -64,7 +64,7 @@ TEST(CqPolyPoint2D, StandsForNoPlaceAtFirst) {
     EXPECT_EQ(offsetof(CqPolyPoint2D, m_Param), 8u);
 }
 
-TEST(CqPolyline2D, HasOneSegmentLessThanVertices) {
+TEST(CqPolyline2D, HasOneSegmentFewerThanVertices) {
     CqPolyline2D chain;
     for (const int lines : {0, 0, 1, 2, 3}) {
         EXPECT_EQ(chain.fnGetNumberLine(), lines);
@@ -87,7 +87,7 @@ TEST(CqPolyline2D, JoinsALineAtItsEnd) {
     EXPECT_BITS(chain.fnGetLine(2).m_End, CqPoint2D(5, 5));
 }
 
-TEST(CqPolyline2D, KeepsTheLastVertexWhenAStartIsTheSame) {
+TEST(CqPolyline2D, KeepsTheLastVertexWhenAStartEqualsIt) {
     CqPolyline2D chain = fnChain({{0, 0}, {1, 0}});
     EXPECT_EQ(chain.fnAddLine({1 + 0.5e-10, 0.5e-10}, {2, 0}), 1);
     fnExpectVertices(chain, {{0, 0}, {1, 0}, {2, 0}});
@@ -168,7 +168,7 @@ TEST(CqPolyline2D, RemovesItsLastSegment) {
     EXPECT_EQ(chain.m_Params.GetCapacity(), 0);
 }
 
-TEST(CqPolyline2D, GivesItsReserveBack) {
+TEST(CqPolyline2D, ReleasesItsReserve) {
     CqOpenPolyline chain;
     for (int i = 0; i < 101; ++i) {
         chain.fnAddVertex({i, i});
@@ -186,7 +186,7 @@ TEST(CqPolyline2D, GivesItsReserveBack) {
     EXPECT_EQ(nothing.m_Vertices.GetCapacity(), 0);
 }
 
-TEST(CqPolyline2D, KeepsItsBoxUntilItIsAskedForAnew) {
+TEST(CqPolyline2D, CachesItsBoxUntilItIsUpdated) {
     CqPolyline2D chain = fnChain({{3, -4}, {-1, 2}, {0, 9}});
     EXPECT_BITS(chain.fnGetBoundRect().m_Right, 0.0);
     chain.fnFindBoundRect();
@@ -232,7 +232,7 @@ TEST(CqPolyline2D, ComputesPointsBeyondASegment) {
     EXPECT_BITS(chain.fnComputePoint(1, 0.25), CqPoint2D(4.0, 3.5));
 }
 
-TEST(CqPolyline2D, TellsWhetherALineCrosses) {
+TEST(CqPolyline2D, ReportsWhetherALineCrosses) {
     const CqPolyline2D chain = fnChain({{0, 0}, {10, 0}, {10, 10}});
     EXPECT_TRUE(chain.fnIntersectLine({{5, -1}, {5, 1}}));
     EXPECT_TRUE(chain.fnIntersectLine({{9, 5}, {11, 5}}));
@@ -339,7 +339,7 @@ TEST(CqPolyline2D, FindsNearestFeetAsASearchOfAllSegmentsDoes) {
     }
 }
 
-TEST(CqPolyline2D, TellsOfMemoryThatRanOutWhileItLooksForFeet) {
+TEST(CqPolyline2D, ReportsExhaustedMemoryDuringASearchForFeet) {
     CqPolyline2D chain;
     for (int i = 0; i < 30; ++i) // each segment has its foot, so that the list grows often
         chain.fnAddVertex({i % 2 * 100, i});
@@ -409,7 +409,7 @@ TEST(CqPolyline2D, ListsCrossingsOfAnAlmostVerticalSegmentByItsFirstEnd) {
     EXPECT_EQ(values.GetSize(), 0);
 }
 
-TEST(CqPolyline2D, ListsCrossingsAsEachSegmentTaken) {
+TEST(CqPolyline2D, ListsCrossingsAsEachSegmentDoes) {
     CqRandom random(14);
     for (int i = 0; i < 500; ++i) {
         CqPolyline2D chain;
@@ -476,7 +476,7 @@ public:
     mutable int m_nAsked = 0;
 };
 
-TEST(CqPolyline2D, AsksForItsNumberOfLinesBeforeEachButForAPlainCrossing) {
+TEST(CqPolyline2D, QueriesItsNumberOfLinesBeforeEachLineExceptForAPlainCrossing) {
     // Of ten lines, the scans that ask each time meet five.
     CqPolyline2D::Values values;
     CqMeltingStair stair(10);
@@ -509,7 +509,7 @@ TEST(CqPolyline2D, NumbersItsLastLineByTheCountOfADerivedClass) {
     EXPECT_EQ(one.fnGetNumberVertex(), 0);
 }
 
-TEST(CqPolyline2D, TakesNoFootThatIsInfinitelyFarAwayButStillTellsOfOne) {
+TEST(CqPolyline2D, SelectsNoInfinitelyDistantFootButStillReportsAHit) {
     const CqPolyline2D chain = fnChain({{0, 0}, {10, 0}});
     int index = 7;
     double t = kUntouched;
@@ -520,7 +520,7 @@ TEST(CqPolyline2D, TakesNoFootThatIsInfinitelyFarAwayButStillTellsOfOne) {
     EXPECT_BITS(nearest, CqPoint2D(3, 3));
 }
 
-TEST(CqPolyline2D, PassesMemoryThatRanOutOn) {
+TEST(CqPolyline2D, PropagatesExhaustedMemory) {
     const std::size_t runs = fnFailEachAllocation([](CqAllocationFailure&) {
         CqPolyline2D chain;
         try {

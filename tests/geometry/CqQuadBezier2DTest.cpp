@@ -32,7 +32,7 @@ void fnExpectCurve(const CqQuadBezier2D& curve, const Points& p, double thicknes
                 CqPoint2D(*std::max_element(x, x + 3), *std::max_element(y, y + 3)));
 }
 
-TEST(CqQuadBezier2D, IsMadeWithItsBox) {
+TEST(CqQuadBezier2D, IsConstructedWithItsBoundingBox) {
     EXPECT_EQ(offsetof(CqQuadBezier2D, m_Thickness), 48u);
     EXPECT_EQ(offsetof(CqQuadBezier2D, m_BoundRect), 56u);
     fnExpectCurve(CqQuadBezier2D(), {{0, 0}, {0, 0}, {0, 0}}, 0.0);
@@ -101,7 +101,7 @@ TEST(CqQuadBezier2D, SplitsByRepeatedInterpolation) {
     }
 }
 
-TEST(CqQuadBezier2D, CutsTheSplitToItsEnds) {
+TEST(CqQuadBezier2D, ClampsTheSplitToItsEnds) {
     CqQuadBezier2D left;
     CqQuadBezier2D right;
     kArch.fnSubdivide(2, left, right);
@@ -112,7 +112,7 @@ TEST(CqQuadBezier2D, CutsTheSplitToItsEnds) {
     fnExpectCurve(right, {{0, 0}, {1, 2}, {2, 0}}, 1.5);
 }
 
-TEST(CqQuadBezier2D, RunsTheOtherWay) {
+TEST(CqQuadBezier2D, Reverses) {
     CqQuadBezier2D curve = kArch;
     curve.fnReverse();
     fnExpectCurve(curve, {{2, 0}, {1, 2}, {0, 0}}, 1.5);
@@ -135,7 +135,7 @@ Crossings fnAtY(const CqQuadBezier2D& c, double y) {
     return r;
 }
 
-TEST(CqQuadBezier2D, TellsCrossingsInTheOrderOfTheFormula) {
+TEST(CqQuadBezier2D, ReportsCrossingsInTheOrderOfTheFormula) {
     Crossings hits = fnAtY(kArch, 0.5);
     EXPECT_EQ(hits.m_nCount, 2);
     EXPECT_NEAR(hits.m_T[0], 0.1464466094, 1e-10);
@@ -168,7 +168,7 @@ TEST(CqQuadBezier2D, HasOnlyTheCrossingAtItsEndWhenItEndsOnTheLine) {
     EXPECT_BITS(hits.m_T[1], kUntouched);
 }
 
-TEST(CqQuadBezier2D, HasNoCrossingAsAStrokeAlongTheLine) {
+TEST(CqQuadBezier2D, HasNoCrossingWhenItLiesAlongTheLine) {
     EXPECT_EQ(fnAtX(fnCurve({{5, 0}, {5, 3}, {5, 9}}), 5).m_nCount, 0);
     EXPECT_EQ(fnAtY(fnCurve({{0, 5}, {3, 5}, {9, 5}}), 5).m_nCount, 0);
 }
@@ -192,7 +192,7 @@ TEST(CqQuadBezier2D, CrossesOnceWhenItIsStraightInOneCoordinate) {
     EXPECT_BITS(end.m_Other[0], -4.0);
 }
 
-TEST(CqQuadBezier2D, CrossesAsTheFormulaTakenApart) {
+TEST(CqQuadBezier2D, CrossesAsThePlainFormulaDoes) {
     CqRandom random(23);
     int total = 0;
     for (int i = 0; i < 5000; ++i) {
@@ -252,7 +252,7 @@ TEST(CqQuadBezier2D, CrossesALineAsItsFlatPartsDo) {
     EXPECT_GT(total, 300);
 }
 
-TEST(CqQuadBezier2D, CrossesALineWhereItIs) {
+TEST(CqQuadBezier2D, CrossesALineAtPointsOfTheCurve) {
     CqRandom random(25);
     int total = 0;
     for (int i = 0; i < 200; ++i) {
@@ -286,7 +286,7 @@ TEST(CqQuadBezier2D, CrossesALineWhereItIs) {
     EXPECT_GT(total, 50);
 }
 
-TEST(CqQuadBezier2D, TellsACrossingOnAJointTwice) {
+TEST(CqQuadBezier2D, ReportsACrossingOnAJointTwice) {
     // The joint of the halves is the top, (50, 50).
     const CqQuadBezier2D arch = fnCurve({{0, 0}, {50, 100}, {100, 0}});
     double t1 = kUntouched;

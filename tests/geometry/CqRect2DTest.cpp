@@ -20,14 +20,14 @@ const CqRect2D kEmpty(5, 5, 5, 5);
 const CqRect2D kNull(0, 0, 0, 0);
 const CqRect2D kThin(0, 5, 10, 5);
 
-TEST(CqRect2D, KeepsLeftTopRightBottomInOrder) {
+TEST(CqRect2D, StoresLeftTopRightBottomInOrder) {
     EXPECT_EQ(offsetof(CqRect2D, m_Left), 0u);
     EXPECT_EQ(offsetof(CqRect2D, m_Top), 8u);
     EXPECT_EQ(offsetof(CqRect2D, m_Right), 16u);
     EXPECT_EQ(offsetof(CqRect2D, m_Bottom), 24u);
 }
 
-TEST(CqRect2D, IsMadeWithoutBringingAnythingInOrder) {
+TEST(CqRect2D, IsConstructedWithoutNormalization) {
     fnExpectBits(CqRect2D(), 0, 0, 0, 0);
     fnExpectBits(CqRect2D(4, 3, 2, 1), 4, 3, 2, 1);
     fnExpectBits(CqRect2D(CqPoint2D(9, 8), CqPoint2D(7, 6)), 9, 8, 7, 6);
@@ -62,7 +62,7 @@ TEST(CqRect2D, IsEmptyOnlyWithoutWidthAndHeight) {
     EXPECT_FALSE(CqRect2D(0, 0, 0, 1e-10).fnIsRectNull());
 }
 
-TEST(CqRect2D, HoldsAllFourOfItsEdges) {
+TEST(CqRect2D, ContainsAllFourOfItsEdges) {
     const CqRect2D rect(1, 2, 3, 4);
     for (const CqPoint2D inside : {CqPoint2D(1, 2), CqPoint2D(3, 4), CqPoint2D(3 + 0.5e-10, 3.0),
                                    CqPoint2D(2.0, 4 + 0.5e-10), CqPoint2D(1 - 0.5e-10, 2.0),
@@ -98,7 +98,7 @@ TEST(CqRect2D, MovesByItsOwnCorner) {
     fnExpectBits(rect, 0, 0, 2, 2);
 }
 
-TEST(CqRect2D, IntersectsAndTellsWhetherAnAreaIsLeft) {
+TEST(CqRect2D, IntersectsAndReportsWhetherAnAreaIsLeft) {
     CqRect2D rect;
     EXPECT_TRUE(rect.fnIntersectRect({0, 0, 10, 10}, {5, 5, 15, 15}));
     fnExpectBits(rect, 5, 5, 10, 10);
@@ -109,7 +109,7 @@ TEST(CqRect2D, IntersectsAndTellsWhetherAnAreaIsLeft) {
     EXPECT_TRUE(rect.fnIntersectRect({0, 0, 1 + 1e-15, 5}, {1, 0, 2, 5}));
 }
 
-TEST(CqRect2D, LeavesTheOtherRectangleWhenOneIsEmpty) {
+TEST(CqRect2D, YieldsTheOtherRectangleWhenOneIsEmpty) {
     const CqRect2D full(1, 2, 3, 4);
     CqRect2D rect;
     for (const CqRect2D& nothing : {kEmpty, kNull}) {
@@ -221,7 +221,7 @@ TEST(CqRect2D, GivesTheIntegerRectangleOfThePixelsTouched) {
     EXPECT_EQ(static_cast<CRect>(CqRect2D(-1.5, -0.5, -2.5, -0.5)), CRect(-1, 0, -1, 1));
 }
 
-TEST(CqRect2D, CutsTheIntegerRectangleTo32Bits) {
+TEST(CqRect2D, ClampsTheIntegerRectangleTo32Bits) {
     EXPECT_EQ(static_cast<CRect>(CqRect2D(-1e300, -kInf, 1e300, kInf)),
               CRect(INT_MIN, INT_MIN, INT_MAX, INT_MAX));
     EXPECT_EQ(static_cast<CRect>(CqRect2D(kNaN, kNaN, kNaN, 2147483646.5)),

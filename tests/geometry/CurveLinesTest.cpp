@@ -30,7 +30,7 @@ TEST(CqCubicBezier2DAndLines, CrossAsTheFlatPartsDo) {
     EXPECT_GT(total, 500);
 }
 
-TEST(CqCubicBezier2DAndLines, CrossWhereTheCurveIs) {
+TEST(CqCubicBezier2DAndLines, CrossAtPointsOfTheCurve) {
     CqRandom random(41);
     int total = 0;
     for (int i = 0; i < 1000; ++i) {

@@ -108,7 +108,7 @@ TEST(CurveRoots, FollowsTheClosedFormBitForBit) {
         fnExpectRoots(random.fnAnySize(), random.fnAnySize(), random.fnAnySize());
 }
 
-TEST(CurveRoots, LeavesOutOnlyRootsClearOfTheCurve) {
+TEST(CurveRoots, OmitsOnlyRootsClearOfTheCurve) {
     CqRandom random(17);
     int left = 0;
     for (int i = 0; i < 40000; ++i) {

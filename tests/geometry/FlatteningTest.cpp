@@ -44,7 +44,7 @@ void fnExpectSegments(const CqPolyline2D& polyline, const std::vector<Segment>& 
     }
 }
 
-TEST(Tessellation, CutsACurveAsThePlainRecursionDoes) {
+TEST(Tessellation, SubdividesACurveAsThePlainRecursionDoes) {
     CqRandom random(50);
     CqPolyline2D polyline;
     for (int i = 0; i < 2000; ++i) {
@@ -55,7 +55,7 @@ TEST(Tessellation, CutsACurveAsThePlainRecursionDoes) {
     }
 }
 
-TEST(Tessellation, CutsALargeCurveIntoManySegments) {
+TEST(Tessellation, SubdividesALargeCurveIntoManySegments) {
     const Points p = {{0, 0}, {1e6, 3e6}, {2e6, -3e6}, {3e6, 0.0}};
     CqPolyline2D polyline;
     fnCurve(p).fnTessellate(polyline, 0.01);
@@ -130,7 +130,7 @@ public:
     }
 };
 
-TEST(Tessellation, TellsADerivedPolylineOfEachRecordAfterItsSegment) {
+TEST(Tessellation, NotifiesADerivedPolylineOfEachRecordAfterItsSegment) {
     CqNotingPolyline polyline;
     fnCurve({{0, 0}, {0, 80}, {80, 80}, {80, 0}}).fnTessellate(polyline, 0.1);
     ASSERT_GT(polyline.fnGetNumberLine(), 8);
@@ -138,7 +138,7 @@ TEST(Tessellation, TellsADerivedPolylineOfEachRecordAfterItsSegment) {
         EXPECT_EQ(polyline.m_LinesAtRecords[i], static_cast<int>(i) + 1);
 }
 
-TEST(Tessellation, LeavesWhatItHasWhenMemoryRunsOut) {
+TEST(Tessellation, KeepsThePartialResultWhenMemoryRunsOut) {
     const Points p = {{0, 0}, {0, 800}, {800, 800}, {800, 0}};
     const auto expected = fnPlainSegments(p, 0.001);
     ASSERT_GT(expected.size(), 200u);
@@ -162,7 +162,7 @@ TEST(Tessellation, LeavesWhatItHasWhenMemoryRunsOut) {
     EXPECT_EQ(CqAllocationFailure::fnOutstanding(), before);
 }
 
-TEST(Flatness, ComparesSquaresAsItWouldRoots) {
+TEST(Flatness, ComparesSquaresWithTheSameResultAsRoots) {
     CqRandom random(52);
     for (int i = 0; i < 20000; ++i) {
         const double value = i % 2 == 0 ? std::fabs(random.fnAnySize()) : random.fnBetween(0, 2);
@@ -217,7 +217,7 @@ Effort fnEffort(const CqPoint2D (&points)[kCount], double tolerance) {
 
 constexpr double kDeepest = 1.0 / (1 << q32::kCurveDepth);
 
-TEST(FlatteningEffort, IsBoundForCurvesOfEverySize) {
+TEST(FlatteningEffort, IsBoundedForCurvesOfEverySize) {
     CqRandom random(53);
     for (int i = 0; i < 600; ++i) {
         const double size = std::pow(10.0, i - 300);
@@ -233,7 +233,7 @@ TEST(FlatteningEffort, IsBoundForCurvesOfEverySize) {
     }
 }
 
-TEST(FlatteningEffort, EndsAtTheRoundingOfHugeCoordinates) {
+TEST(FlatteningEffort, StopsAtTheRoundingOfHugeCoordinates) {
     for (const double size : {1e17, 1e100}) {
         const double rise = size == 1e17 ? 1e11 : size; // one shallow, one with millions of parts
         const CqPoint2D p[4] = {
@@ -248,7 +248,7 @@ TEST(FlatteningEffort, EndsAtTheRoundingOfHugeCoordinates) {
     EXPECT_LT(fnEffort(p, 0.5).m_nParts, 100);
 }
 
-TEST(FlatteningEffort, EndsAtAToleranceOfNothing) {
+TEST(FlatteningEffort, StopsAtAToleranceOfZero) {
     // Each tolerance below the rounding of the coordinates counts as that rounding.
     // The curve is shallow, so that the parts are thousands and not millions.
     const CqPoint2D p[4] = {{0, 0}, {1.0, 1e-6}, {2.0, 1e-6}, {3.0, 0.5e-6}};
@@ -262,7 +262,7 @@ TEST(FlatteningEffort, EndsAtAToleranceOfNothing) {
     EXPECT_EQ(fnEffort(p, kInf).m_nParts, 1);
 }
 
-TEST(FlatteningEffort, IsBoundForInfinitiesAndNotANumber) {
+TEST(FlatteningEffort, IsBoundedForInfinitiesAndNotANumber) {
     CqRandom random(54);
     for (int i = 0; i < 50000; ++i) {
         CqPoint2D p[4];
@@ -280,7 +280,7 @@ TEST(FlatteningEffort, IsBoundForInfinitiesAndNotANumber) {
     }
 }
 
-TEST(FlatteningEffort, IsBoundForWhatCallersAskOfSuchCurves) {
+TEST(FlatteningEffort, IsBoundedForOperationsOnSuchCurves) {
     CqRandom random(55);
     CqPolyline2D polyline;
     for (int i = 0; i < 2000; ++i) {
@@ -317,7 +317,7 @@ TEST(FlatteningEffort, StopsAtTheLastDepthWhateverTheTest) {
     EXPECT_BITS(narrowest, kDeepest);
 }
 
-TEST(FlatteningEffort, LeavesCurvesOfOrdinaryCoordinatesToTheToleranceAlone) {
+TEST(FlatteningEffort, UsesOnlyTheToleranceForCurvesOfOrdinaryCoordinates) {
     // Up to 10^14 the rounding lies below half a pixel.
     const double size = 1e8;
     const Points p = {{0, 0}, {0.3 * size, size}, {0.7 * size, -size}, {size, 0.0}};

@@ -104,7 +104,7 @@ TEST(CqColor, ComparisonsDifferInWhetherAlphaCounts) {
     }
 }
 
-TEST(CqColor, ScalingTruncatesAndCutsAndKeepsAlpha) {
+TEST(CqColor, ScalingTruncatesAndClampsAndKeepsAlpha) {
     CqColor color(255, 100, 1, 9);
     EXPECT_EQ(color * 0.5, CqColor(127, 50, 0, 9));
     EXPECT_EQ(color * 10.0, CqColor(255, 255, 10, 9));
@@ -117,7 +117,7 @@ TEST(CqColor, ScalingTruncatesAndCutsAndKeepsAlpha) {
     EXPECT_EQ(color, CqColor(0, 0, 0, 9));
 }
 
-TEST(CqColor, ScalingByWhatIsNoNumberOrEndlessIsHarmless) {
+TEST(CqColor, ScalingByNotANumberOrInfinityIsHarmless) {
     CqColor color(7, 0, 1, 9);
     EXPECT_EQ(color * std::numeric_limits<double>::infinity(), CqColor(255, 0, 255, 9));
     EXPECT_EQ(color * -std::numeric_limits<double>::infinity(), CqColor(0, 0, 0, 9));
@@ -125,7 +125,7 @@ TEST(CqColor, ScalingByWhatIsNoNumberOrEndlessIsHarmless) {
     EXPECT_EQ(color * 1e300, CqColor(255, 0, 255, 9));
 }
 
-TEST(CqColorHsb, EveryGreyHasNoHueAndComesBack) {
+TEST(CqColorHsb, GreysHaveNoHueAndConvertBackUnchanged) {
     for (int level = 0; level < 256; ++level) {
         EXPECT_EQ(fnHsb(fnRgb(level, level, level)), (Hsb{32767, 0, level}));
         EXPECT_EQ(fnFromHsb(HSB_UNDEFINED_HUE, 200, level), fnRgb(level, level, level));
@@ -141,7 +141,7 @@ TEST(CqColorHsb, PureColoursHaveTheHuesOfTheCircle) {
     EXPECT_EQ(fnHsb(fnRgb(255, 0, 255)), (Hsb{300, 255, 255}));
 }
 
-TEST(CqColorHsb, AlmostARedHasTheHue360AndComesBackAsRed) {
+TEST(CqColorHsb, AnAlmostRedColourHasHue360AndConvertsBackToRed) {
     EXPECT_EQ(fnHsb(fnRgb(255, 0, 1)), (Hsb{360, 255, 255}));
     EXPECT_EQ(fnFromHsb(360, 255, 255), fnRgb(255, 0, 0));
 }
@@ -177,7 +177,7 @@ TEST(CqColorHsb, EveryColourConvertsByTheRule) {
                     << r << ", " << g << ", " << b;
 }
 
-TEST(CqColorHsb, HuesOutsideTheCircleAreMovedOnceAndNoMore) {
+TEST(CqColorHsb, HuesOutsideTheCircleAreReducedOnlyOnce) {
     EXPECT_EQ(fnFromHsb(361, 200, 180), fnFromHsb(1, 200, 180));
     EXPECT_EQ(fnFromHsb(-1, 200, 180), fnFromHsb(359, 200, 180));
     EXPECT_EQ(fnFromHsb(720, 200, 180), fnFromHsb(360, 200, 180));
@@ -203,7 +203,7 @@ TEST(CqColorHsb, WithoutSaturationTheResultIsGrey) {
         EXPECT_EQ(fnFromHsb(hue, 0, 77), fnRgb(77, 77, 77));
 }
 
-TEST(CqColorHsb, AlphaStays) {
+TEST(CqColorHsb, AlphaIsUnchanged) {
     CqColor color(1, 2, 3, 44);
     color.fnAssignFromHSB(120, 255, 255);
     EXPECT_EQ(color, CqColor(0, 255, 0, 44));
@@ -295,7 +295,7 @@ TEST(CqColorVideo, AColourThatOnePassHasChangedMayStillBeOutOfRange) {
     EXPECT_FALSE(color.fnEnsureVideoSafe(CqColor::VIDEO_PAL));
 }
 
-TEST(CqColorVideo, EveryStandardButNtscIsPal) {
+TEST(CqColorVideo, EveryStandardOtherThanNtscIsTreatedAsPal) {
     EXPECT_EQ(CqColor::VIDEO_NTSC, 1);
     CqColor pal(255, 0, 0, 255);
     pal.fnEnsureVideoSafe(CqColor::VIDEO_PAL);
@@ -326,7 +326,7 @@ TEST(CqColorArchive, ASavedColourIsFourBytesWithAlphaFirst) {
     EXPECT_EQ(loaded, color);
 }
 
-TEST(CqColorArchive, AnArchiveThatEndsEarlyRaisesItsOwnFailure) {
+TEST(CqColorArchive, ATruncatedArchiveRaisesItsOwnException) {
     const unsigned char bytes[3] = {1, 2, 3};
     CMemFile file(bytes, 3);
     CArchive archive(&file, CArchive::load);

@@ -87,7 +87,7 @@ TEST_F(CqImageLineTest, AReadOnlyRowIsNotWrittenBackButAFlushWritesIt) {
     EXPECT_EQ(fnRow(image, 0), std::vector<unsigned char>(10, 5));
 }
 
-TEST_F(CqImageLineTest, TheSameRowIsNeitherFetchedAgainNorGivenTheNewMode) {
+TEST_F(CqImageLineTest, AccessingTheSameRowNeitherFetchesItAgainNorChangesTheMode) {
     CqImage image(10, 2, 8, nullptr, 0);
     fnClear(image);
     CqImageLine line;
@@ -112,7 +112,7 @@ TEST_F(CqImageLineTest, AFailedBufferLeavesItFree) {
     EXPECT_EQ(line.Row, 1);
 }
 
-TEST_F(CqImageLineTest, FillsFromAPixelOn) {
+TEST_F(CqImageLineTest, FillsFromAGivenPixel) {
     for (const unsigned int bits : {8u, 16u, 24u, 32u}) {
         CqImage image(200, 1, bits, nullptr, 0);
         const unsigned int bytes = bits / 8;
@@ -139,7 +139,7 @@ TEST_F(CqImageLineTest, FillsFromAPixelOn) {
     }
 }
 
-TEST_F(CqImageLineTest, A4BitFillSetsWholeBytesAndThenAHighNibble) {
+TEST_F(CqImageLineTest, A4BitFillSetsFullBytesAndThenAHighNibble) {
     CqImage image(10, 1, 4, nullptr, 0);
     fnSetRow(image, 0, {0x11, 0x11, 0x11, 0x11, 0x11});
     CqImageLine line;
@@ -263,7 +263,7 @@ TEST_F(CqImageLineTest, FourBitPixelsShareAByteInPairs) {
     EXPECT_EQ(fnRow(image, 0), (std::vector<unsigned char>{0x9A, 0xBF, 0x10}));
 }
 
-TEST_F(CqImageLineTest, PixelsOfWholeBytesAreThoseOfTheImage) {
+TEST_F(CqImageLineTest, PixelsOfFullBytesMatchTheImage) {
     Random random(8);
     for (const unsigned int bits : {8u, 16u, 24u, 32u}) {
         CqImage image(300, 1, bits, nullptr, 0);
@@ -348,7 +348,7 @@ TEST_F(CqImageLineTest, AMemorylessWalkReachesEveryPixelOfARow) {
     }
 }
 
-TEST_F(CqImageLineTest, AWalkCanStartAnywhereAndKnowsItsTile) {
+TEST_F(CqImageLineTest, AWalkCanStartAnywhereAndReportsItsTile) {
     CqImage image(300, 131, 24, nullptr, 0);
     CqImageLine line(true);
     image.fnAccessLine(130, &line, true);

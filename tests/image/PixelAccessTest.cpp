@@ -142,7 +142,7 @@ protected:
     }
 };
 
-TEST_F(PixelAccess, ReadingGivesEveryPixelOfARectangleInTheOrderAsked) {
+TEST_F(PixelAccess, ReadingGivesEveryPixelOfARectangleInTheRequestedOrder) {
     Random random(1);
     for (int round = 0; round < 300; ++round) {
         CqImage image;
@@ -174,7 +174,7 @@ TEST_F(PixelAccess, ReadingGivesEveryPixelOfARectangleInTheOrderAsked) {
     }
 }
 
-TEST_F(PixelAccess, WritingStoresEveryPixelOfARectangleAndNoOther) {
+TEST_F(PixelAccess, WritingStoresExactlyThePixelsOfARectangle) {
     Random random(2);
     for (int round = 0; round < 300; ++round) {
         CqImage image;
@@ -205,7 +205,7 @@ TEST_F(PixelAccess, WritingStoresEveryPixelOfARectangleAndNoOther) {
     }
 }
 
-TEST_F(PixelAccess, PickingGivesThePixelsOfARowInTheOrderOfItsList) {
+TEST_F(PixelAccess, PickingGivesThePixelsOfARowInListOrder) {
     Random random(3);
     for (int round = 0; round < 200; ++round) {
         CqImage image;
@@ -268,7 +268,7 @@ TEST_F(PixelAccess, RowsAreReadAndWrittenFromOddPixelsAndAcrossTheEdgesOfTiles) 
         }
 }
 
-TEST_F(PixelAccess, WhatIsNotInsideTheImageIsRefusedBeforeTheFirstByte) {
+TEST_F(PixelAccess, AreasOutsideTheImageAreRefusedBeforeTheFirstByte) {
     Random random(5);
     constexpr LONG kLeast = INT32_MIN;
     constexpr LONG kMost = INT32_MAX;

@@ -36,7 +36,7 @@ TEST_P(KernelsFill, RunsOfAMegabyteAndMoreAreFilledToTheLastByte) {
         }
 }
 
-TEST_P(KernelsFill, RowsThatLieApartAreCopiedAndNothingBetweenThem) {
+TEST_P(KernelsFill, RowsWithAStrideAreCopiedAndTheGapsAreNot) {
     fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
         const std::size_t rows = m_Random() % 4;
         const std::size_t sourceStride = count + m_Random() % 40;
@@ -167,7 +167,7 @@ TEST_P(KernelsMerge, AKeyLeavesThePixelsOfItsColour) {
         });
 }
 
-TEST_P(KernelsMerge, AMaskWeighsEachPixelWithoutADivision) {
+TEST_P(KernelsMerge, AMaskBlendsEachPixelWithoutADivision) {
     for (const std::size_t size : {2, 3})
         fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
             const Bytes source = fnDarkBytes(count * size);
@@ -233,7 +233,7 @@ TEST_P(KernelsMask, EveryPairOfWeightsIsAddedAndSubtractedByTheRule) {
     EXPECT_TRUE(difference.fnHolds(differences));
 }
 
-TEST_P(KernelsMask, RunsOfEveryLengthStayInside) {
+TEST_P(KernelsMask, RunsOfEveryLengthStayInBounds) {
     const Kernels& plain = *fnKernelsOfLevel(KernelLevel::SCALAR);
     fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
         const Bytes other = fnRandomBytes(m_Random, count);

@@ -93,7 +93,7 @@ TEST_P(KernelsFilter, SumsAreThoseOfDoublesForEveryCount) {
     }
 }
 
-TEST_P(KernelsFilter, SumsByAHairBelowAWholeNumberAreDecidedInDouble) {
+TEST_P(KernelsFilter, SumsBarelyBelowAnIntegerAreDecidedInDouble) {
     // The last weight brings the sum of byte 0 to an integer and a little more or less: from
     // far inside to far outside of what single precision can tell.
     for (double off = 1e-13; off < 1e-3; off *= 1.3)
@@ -117,7 +117,7 @@ TEST_P(KernelsFilter, SumsByAHairBelowAWholeNumberAreDecidedInDouble) {
             }
 }
 
-TEST_P(KernelsFilter, FastSumsStayWithinTheirBound) {
+TEST_P(KernelsFilter, FastSumsStayWithinTheirErrorBound) {
     for (int round = 0; round < 5000; ++round) {
         // Few entries: the rounded weights then make up most of what the bound has to hold.
         const std::size_t taps = 1 + m_Random() % 6;
@@ -149,7 +149,7 @@ TEST_P(KernelsFilter, FastSumsStayWithinTheirBound) {
     }
 }
 
-TEST_P(KernelsFilter, SumsBesideTheEndsOfBytesAreThoseOfDoubles) {
+TEST_P(KernelsFilter, SumsNearTheLimitsOfAByteAreThoseOfDoubles) {
     for (const double whole : {0.0, 1.0, 254.0, 255.0, 256.0})
         for (double off = 1e-9; off < 1e-3; off *= 1.5)
             for (const double sign : {-1.0, 1.0})
@@ -178,7 +178,7 @@ TEST_P(KernelsFilter, SumsBesideTheEndsOfBytesAreThoseOfDoubles) {
                 }
 }
 
-TEST_P(KernelsFilter, EqualBytesComeOutAsTheRuleHasThemAlsoWhenTheWeightsMissOne) {
+TEST_P(KernelsFilter, EqualBytesFollowTheRuleEvenWhenTheWeightsDoNotSumToOne) {
     for (const double off :
          {0.0,       1e-16, -1e-16, 1e-13,        -1e-13, 3e-13,  -3e-13,     -3.9e-13,  -3.92e-13,
           -3.94e-13, 4e-13, -4e-13, -4.3e-13,     1e-12,  -1e-12, -1.001e-12, -9.99e-13, 2e-11,
@@ -200,7 +200,7 @@ TEST_P(KernelsFilter, EqualBytesComeOutAsTheRuleHasThemAlsoWhenTheWeightsMissOne
         }
 }
 
-TEST_P(KernelsFilter, WeightsThatSinglePrecisionCannotHoldAreSummedUpInDouble) {
+TEST_P(KernelsFilter, WeightsBeyondSinglePrecisionAreSummedInDouble) {
     for (const double weight : {1.95, -1.95, 3.0, 1e9, -1e9, 1e300, std::nan(""),
                                 std::numeric_limits<double>::infinity()}) {
         std::vector<ContribEntry> entries = {{0, 0, weight}, {0, 0, 0.25}};
@@ -221,7 +221,7 @@ TEST_P(KernelsFilter, WeightsThatSinglePrecisionCannotHoldAreSummedUpInDouble) {
     }
 }
 
-TEST_P(KernelsFilter, SumsOfWholeRatiosAreNeverDoubtfulAndYetExact) {
+TEST_P(KernelsFilter, SumsOfIntegerRatiosNeverNeedTheDoubleFallbackAndAreExact) {
     for (const int denominator : {18, 144, 288, 486, 1152, 2250})
         for (int round = 0; round < 40; ++round) {
             // Weights in units, of which the last one makes up for the sum.
@@ -311,7 +311,7 @@ TEST_P(KernelsFilter, BlocksAreTransposedWithStridesOfEitherSign) {
     }
 }
 
-TEST_P(KernelsFilter, TurnsSampleWhatTheScalarOnesDo) {
+TEST_P(KernelsFilter, RotationsSampleLikeTheScalarKernels) {
     const Kernels& scalar = *fnKernelsOfLevel(KernelLevel::SCALAR);
     for (int round = 0; round < 200; ++round) {
         constexpr int kSide = 192;

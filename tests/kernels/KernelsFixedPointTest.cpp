@@ -90,7 +90,7 @@ protected:
 
 Q32_AT_EACH_LEVEL(KernelsFixedPoint);
 
-TEST_P(KernelsFixedPoint, WeightsAreTheirPartsTogether) {
+TEST_P(KernelsFixedPoint, WeightsAreTheSumOfTheirParts) {
     fnForEachList([](const ContribList& list, int denominator) {
         const std::int32_t begin = list.m_FixedPoint.m_nBegin;
         const std::int32_t end = begin + 2 * list.m_FixedPoint.m_nPairs;
@@ -139,7 +139,7 @@ TEST_P(KernelsFixedPoint, EqualSamplesYieldTheirValue) {
     });
 }
 
-TEST_P(KernelsFixedPoint, WholeNumbersAndOnePartBelowAreToldApart) {
+TEST_P(KernelsFixedPoint, IntegersAndOnePartBelowAreDistinguished) {
     fnForEachList([this](const ContribList& list, int denominator) {
         std::vector<Bytes> rows = fnRandomRows(list, 128);
         std::vector<int> parts(rows.size());
@@ -177,7 +177,7 @@ TEST_P(KernelsFixedPoint, WholeNumbersAndOnePartBelowAreToldApart) {
     });
 }
 
-TEST_P(KernelsFixedPoint, OtherFactorsAndLongListsAreNotWhole) {
+TEST_P(KernelsFixedPoint, OtherFactorsAndLongListsAreNotFixedPoint) {
     for (const double scale : {1333.0 / 4000.0, 0.25, 0.7, 1.1, 3.7, 6.0, 0.02, 1.0 / 3.0 + 1e-9}) {
         const ContribTable table(scale, 8, 3000);
         EXPECT_FALSE(table.fnIsFixedPoint()) << scale;
@@ -196,7 +196,7 @@ TEST_P(KernelsFixedPoint, OtherFactorsAndLongListsAreNotWhole) {
     }
 }
 
-TEST_P(KernelsFixedPoint, AListOfAnOddLengthHasNoPartnerForItsLast) {
+TEST_P(KernelsFixedPoint, AListOfOddLengthHasNoPartnerForItsLastEntry) {
     std::array<ContribEntry, 3> entries = {{{0, 0, 1.0 / 18}, {1, 0, 16.0 / 18}, {2, 0, 1.0 / 18}}};
     ContribList list = {3, 0, 0, 0, entries.data()};
     ASSERT_TRUE(fnSetFixedPointWeights(list));

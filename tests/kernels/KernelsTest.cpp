@@ -113,7 +113,7 @@ TEST(Kernels, TheScalarLevelIsOnEveryMachine) {
 }
 
 // CTest runs it at each cap, so that the environment is proved to be read.
-TEST(Kernels, TheTableInForceIsThatOfTheHighestLevelHereThatTheEnvironmentAllows) {
+TEST(Kernels, TheActiveTableIsTheHighestLevelThatMachineAndEnvironmentAllow) {
     const char* variable = std::getenv("Q32_KERNELS");
     const std::string cap = variable ? variable : "";
     const KernelLevel allowed = cap == "scalar" ? KernelLevel::SCALAR
@@ -134,7 +134,7 @@ TEST(Kernels, ACapLowersTheProcessorsLevelAndNeverRaisesIt) {
     }
 }
 
-TEST(Kernels, NoCapAndOneThatNamesNoLevelLeaveTheProcessorsLevel) {
+TEST(Kernels, NoCapOrAnUnknownOneLeavesTheProcessorsLevel) {
     using enum KernelLevel;
     for (const KernelLevel highest : {SCALAR, AVX2, AVX512})
         for (const char* cap : {static_cast<const char*>(nullptr), "", "Scalar", "avx", "avx2 ",
@@ -157,7 +157,7 @@ TEST_P(KernelsFormat, FollowsTheRuleAndTouchesNothingElse) {
         });
 }
 
-TEST_P(KernelsFormat, WorksInPlaceWhereThatIsTold) {
+TEST_P(KernelsFormat, WorksInPlaceWhereDeclared) {
     for (const FormatCase& format : kFormatCases)
         if (format.inPlace)
             fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
@@ -342,7 +342,7 @@ TEST_P(KernelsStream, CopiesEveryByteAndTouchesNothingElse) {
         }
 }
 
-TEST_P(KernelsStream, AStreamedRunGivesWhatTheKernelGives) {
+TEST_P(KernelsStream, AStreamedRunEqualsTheKernelsOutput) {
     for (const std::size_t count : {0, 1, 255, 256, 257, 511, 512, 513, 4000})
         for (const FormatCase& format : kFormatCases) {
             const Bytes content = fnRandomBytes(m_Random, count * format.sourceBytes);

@@ -55,7 +55,7 @@ protected:
 };
 Q32_AT_EACH_LEVEL(KernelsZoom);
 
-TEST_P(KernelsZoom, RepeatsPixelsFromEveryPhaseAndCutsAtTheEnd) {
+TEST_P(KernelsZoom, RepeatsPixelsFromEveryPhaseAndStopsAtTheEnd) {
     for (std::size_t bytes = 1; bytes <= 4; ++bytes)
         for (std::size_t factor = 1; factor <= 20; ++factor)
             for (std::size_t phase = 0; phase < factor; ++phase)

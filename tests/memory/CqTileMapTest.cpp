@@ -114,7 +114,7 @@ TEST_F(CqTileMapTest, TilesFollowEachOtherInTheBlockWithoutGaps) {
     }
 }
 
-TEST_F(CqTileMapTest, RowsAreFetchedAndStoredWholeThroughTheirTiles) {
+TEST_F(CqTileMapTest, CompleteRowsAreFetchedAndStoredThroughTheirTiles) {
     Random random(2);
     for (int round = 0; round < 40; ++round) {
         const std::uint32_t bits = std::vector<std::uint32_t>{4, 8, 16, 24, 32}[random() % 5];
@@ -160,7 +160,7 @@ TEST_F(CqTileMapTest, TheDefault4BitPaletteIsTheSixteenColours) {
     EXPECT_FALSE(map.GrayScale);
 }
 
-TEST_F(CqTileMapTest, TheDefault8BitPaletteIsACubeThatGoesOnBehindItsEnd) {
+TEST_F(CqTileMapTest, TheDefault8BitPaletteIsACubeThatContinuesPastItsEnd) {
     const CqTileMap map(1, 1, 8, nullptr, 256);
     const int greens[7] = {0, 43, 85, 128, 170, 213, 255};
     for (int i = 0; i < 252; ++i) {
@@ -216,7 +216,7 @@ TEST_F(CqTileMapTest, DeepImagesHaveNoPalette) {
     EXPECT_EQ(map.Palette, nullptr);
 }
 
-TEST_F(CqTileMapTest, SettingPaletteEntriesCutsTheCountAndKeepsTheGreyFlag) {
+TEST_F(CqTileMapTest, SettingPaletteEntriesClipsTheCountAndKeepsTheGreyFlag) {
     CqTileMap map(1, 1, 8, q32GreyRamp, 256);
     const RGBQUAD red[4] = {{0, 0, 255, 1}, {0, 0, 255, 2}, {0, 0, 255, 3}, {0, 0, 255, 4}};
     EXPECT_EQ(map.fnSetPaletteEntry(10, 2, red), 2u);
@@ -254,7 +254,7 @@ TEST_F(CqTileMapTest, TheWidestRowsHaveTheirTrueLength) {
     EXPECT_EQ(map.fnRowBytes(0x7FFFFFFFu), 0x40000000u);
 }
 
-TEST_F(CqTileMapTest, RefusesWhatNoImageCanBe) {
+TEST_F(CqTileMapTest, RefusesImpossibleSizesAndDepths) {
     const auto refused = [](std::uint32_t width, std::uint32_t height, std::uint32_t bits) {
         return fnRaisesMemoryException([=] { CqTileMap map(width, height, bits, nullptr, 16); });
     };
@@ -330,7 +330,7 @@ TEST_F(CqTileMapTest, MovingATileAccessorMovesItsClaim) {
     EXPECT_FALSE(map.TileTable[4].Locked);
 }
 
-TEST_F(CqTileMapTest, AnAccessorThatLosesItsClaimStillLetsGoOfItsOldTile) {
+TEST_F(CqTileMapTest, AnAccessorThatLosesItsClaimStillReleasesItsOldTile) {
     CqTileMap map(300, 300, 8, nullptr, 256);
     CqImageTile other(true);
     map.fnAccessTile(4, &other);
@@ -342,7 +342,7 @@ TEST_F(CqTileMapTest, AnAccessorThatLosesItsClaimStillLetsGoOfItsOldTile) {
     EXPECT_TRUE(map.TileTable[4].Locked);
 }
 
-TEST_F(CqTileMapTest, AccessingTheTileThatItStandsOnChangesNothing) {
+TEST_F(CqTileMapTest, AccessingTheCurrentTileChangesNothing) {
     CqTileMap map(300, 300, 8, nullptr, 256);
     CqImageTile tile;
     map.fnAccessTile(4, &tile);
@@ -374,7 +374,7 @@ TEST_F(CqTileMapTest, TheSecondClaimOnARowIsDroppedForGood) {
     EXPECT_TRUE(first.Claim);
 }
 
-TEST_F(CqTileMapTest, AMemorylessAccessorClaimsItsRowAllTheSame) {
+TEST_F(CqTileMapTest, AMemorylessAccessorStillClaimsItsRow) {
     CqTileMap map(10, 10, 8, nullptr, 256);
     CqImageLine line(true, true);
     map.fnAccessLine(7, &line, false);
@@ -388,7 +388,7 @@ TEST_F(CqTileMapTest, ReleasingARowThatIsNotClaimedIsNoError) {
     EXPECT_EQ(map.LockedLines.GetCount(), 0);
 }
 
-TEST_F(CqTileMapTest, ClaimingAndReleasingInTurnDoesNotAllocate) {
+TEST_F(CqTileMapTest, ClaimingAndReleasingAlternatelyDoesNotAllocate) {
     CqTileMap map(10, 100, 8, nullptr, 256);
     CqImageLine keeper(true, true);
     map.fnAccessLine(99, &keeper, true);
@@ -415,7 +415,7 @@ TEST_F(CqTileMapTest, AFailureInTheListOfClaimsLeavesNoClaim) {
     EXPECT_EQ(map.LockedLines.GetCount(), 0);
 }
 
-TEST_F(CqTileMapTest, EachFailureOfItsConstructionLeavesNothingBehind) {
+TEST_F(CqTileMapTest, EachConstructionFailureLeaksNothing) {
     for (const std::uint32_t limit : {0u, 1'000'000u}) {
         q32GetVMPolicy()->fnSetRamLimit(limit);
         const std::size_t failures = fnFailEachAllocation([this](CqAllocationFailure& failure) {

@@ -50,7 +50,7 @@ TEST_F(CqVMPolicyTest, BeginsWithTheTemporaryDirectoryAlone) {
     EXPECT_EQ(fnPolicy().fnGetRamUsed(), 0u);
 }
 
-TEST_F(CqVMPolicyTest, AFreshOneMayUseAllPhysicalMemoryCutTo32Bits) {
+TEST_F(CqVMPolicyTest, ANewPolicyMayUseAllPhysicalMemoryTruncatedTo32Bits) {
     m_World->m_pMemory->fnSetPhysicalBytes(0x1'2345'6789u);
     EXPECT_EQ(CqVMPolicy().fnGetRamLimit(), 0x2345'6789u);
 }
@@ -102,7 +102,7 @@ TEST_F(CqVMPolicyTest, ALimitSetOutrightHoldsUntilTheSettingsAreRead) {
     EXPECT_EQ(fnPolicy().fnGetRamLimit(), settled);
 }
 
-TEST_F(CqVMPolicyTest, AFlagWithoutAPathStandsForTheTemporaryDirectoryOnTheFirstDiskAlone) {
+TEST_F(CqVMPolicyTest, AFlagWithoutAPathMeansTheTemporaryDirectoryOnTheFirstDiskOnly) {
     fnReadSettings("ScratchFlag1=1\r\nScratchFlag2=1\r\n");
     EXPECT_STREQ(fnPolicy().fnGetDisk(0), "C:\\Temp\\");
     EXPECT_TRUE(fnPolicy().fnIsDiskEnabled(0));
@@ -125,7 +125,7 @@ TEST_F(CqVMPolicyTest, AnEmptyFlagCountsAsMissingAndKeepsWhatTheDiskHad) {
     EXPECT_STREQ(fnPolicy().fnGetDisk(1), "D:\\other\\");
 }
 
-TEST_F(CqVMPolicyTest, ReadingFindsOutAnewWhetherAnyDiskIsEnabled) {
+TEST_F(CqVMPolicyTest, ReadingUpdatesWhetherAnyDiskIsEnabled) {
     fnReadSettings("ScratchFlag1=0\r\n");
     EXPECT_FALSE(fnPolicy().fnIsAnyDiskEnabled());
     fnReadSettings("ScratchFlag1=0\r\nScratchFlag4=1\r\nScratchPath4=D:\\a\r\n");
@@ -179,7 +179,7 @@ TEST_F(CqVMPolicyTest, WhatIsWrittenIsReadBack) {
     EXPECT_TRUE(other.fnIsMemEnabled());
 }
 
-TEST_F(CqVMPolicyTest, WritingStopsAtTheFirstFailureAndKeepsWhatStandsThere) {
+TEST_F(CqVMPolicyTest, WritingStopsAtTheFirstFailureAndKeepsTheExistingKeys) {
     for (std::uint64_t n = 1; n <= 10; ++n) {
         m_World->fnSetSettings("");
         fnPolicy().fnSetDisk(1, "D:\\b");
@@ -238,7 +238,7 @@ TEST_F(CqVMPolicyTest, TheSumWithTheRamInUseMayWrap) {
     fnPolicy().fnReleaseRAM(0xFFFF'FF00u);
 }
 
-TEST_F(CqVMPolicyTest, ADiskIsTakenOnlyWithMoreRoomThanTheBlock) {
+TEST_F(CqVMPolicyTest, ADiskIsTakenOnlyWithMoreSpaceThanTheBlock) {
     m_World->m_pDisks->fnSetFree("C:\\", 5000);
     EXPECT_EQ(fnSearch(5000), "none");
     EXPECT_EQ(fnSearch(4999), "C:\\Temp\\");
@@ -249,7 +249,7 @@ TEST_F(CqVMPolicyTest, ADiskWith4GiBFreeIsTakenForAnySize) {
     EXPECT_EQ(fnSearch(0xFFFF'FFFFu), "C:\\Temp\\");
 }
 
-TEST_F(CqVMPolicyTest, TheFirstDiskWithRoomWins) {
+TEST_F(CqVMPolicyTest, TheFirstDiskWithSpaceIsTaken) {
     fnPolicy().fnSetDisk(2, "D:\\");
     fnPolicy().fnEnableDisk(2, true);
     EXPECT_EQ(fnSearch(999'999), "C:\\Temp\\");
@@ -267,26 +267,26 @@ TEST_F(CqVMPolicyTest, DisksWithoutAPathOrAFlagAreSkipped) {
     EXPECT_EQ(fnSearch(1), "D:\\");
 }
 
-TEST_F(CqVMPolicyTest, AMissingScratchDirectoryIsMadeOneLevelDeep) {
+TEST_F(CqVMPolicyTest, AMissingScratchDirectoryIsCreatedOneLevelDeep) {
     fnPolicy().fnSetDisk(0, "C:\\scratch");
     EXPECT_EQ(fnSearch(1), "C:\\scratch\\");
     EXPECT_TRUE(m_World->m_pDisks->fnIsDirectory("C:\\scratch"));
 }
 
-TEST_F(CqVMPolicyTest, ADirectoryThatCantBeMadeEndsTheSearchEvenIfALaterDiskWouldServe) {
+TEST_F(CqVMPolicyTest, ADirectoryThatCannotBeCreatedEndsTheSearchBeforeLaterDisks) {
     fnPolicy().fnSetDisk(0, "C:\\missing\\scratch");
     fnPolicy().fnSetDisk(1, "D:\\");
     fnPolicy().fnEnableDisk(1, true);
     EXPECT_EQ(fnSearch(1), "none");
 }
 
-TEST_F(CqVMPolicyTest, AFailedQueryCountsAsNoRoom) {
+TEST_F(CqVMPolicyTest, AFailedQueryCountsAsNoSpace) {
     m_World->m_pFiles->m_GetSpace.fnFail(1);
     EXPECT_EQ(fnSearch(1), "none");
     EXPECT_EQ(m_World->m_pFiles->m_GetClusters.fnGetCount(), 0u);
 }
 
-TEST_F(CqVMPolicyTest, TheOldQueryCountsIn32Bits) {
+TEST_F(CqVMPolicyTest, TheOldQueryWrapsIn32Bits) {
     m_World->m_pFiles->fnSetWideSpaceQuery(false);
     // 0x10000 sectors x 512 bytes x 129 clusters = 4,328,521,728, less 2^32 = 33,554,432.
     m_World->m_pDisks->fnSetClusters("C:\\", {0x10000, 512, 129, 1000});
@@ -297,7 +297,7 @@ TEST_F(CqVMPolicyTest, TheOldQueryCountsIn32Bits) {
     EXPECT_EQ(fnSearch(1), "none");
 }
 
-TEST_F(CqVMPolicyTest, TheSearchAsksTheRootOfThePath) {
+TEST_F(CqVMPolicyTest, TheSearchQueriesTheRootOfThePath) {
     m_World->m_pDisks->fnAddVolume(fnVolume("\\\\server\\", 9000));
     fnPolicy().fnSetDisk(0, "\\\\server\\share\\");
     m_World->m_pDisks->fnPutDirectory("\\\\server\\share");
@@ -321,7 +321,7 @@ TEST_F(CqVMPolicyTest, FreeSpaceFallsBackOnTheOldQuery) {
     EXPECT_EQ(space.QuadPart, 0u);
 }
 
-TEST_F(CqVMPolicyTest, LeftOverFilesGoByTheirBareNamesAlone) {
+TEST_F(CqVMPolicyTest, LeftOverFilesAreDeletedOnlyByTheirBareNames) {
     CqHeadlessDisks& disks = *m_World->m_pDisks;
     fnPolicy().fnSetDisk(1, "D:\\s");
     fnPolicy().fnEnableDisk(1, false);

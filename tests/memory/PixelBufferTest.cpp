@@ -74,7 +74,7 @@ TEST_F(PixelBufferTest, LiesInAScratchFileBeyondTheLimit) {
     EXPECT_EQ(fnFree(), before);
 }
 
-TEST_F(PixelBufferTest, TheCountersTellWhatLiesOnWhichDisk) {
+TEST_F(PixelBufferTest, TheCountersReportTheBytesOnEachDisk) {
     fnPolicy().fnSetRamLimit(0);
     fnPolicy().fnSetDisk(1, "C:\\other");
     Buffer first = fnAlloc(1000);
@@ -103,7 +103,7 @@ TEST_F(PixelBufferTest, AHundredSmallBuffersLeaveTheRamInUseAsItWas) {
     fnFree(kept);
 }
 
-TEST_F(PixelBufferTest, AFailedReservationTurnsIntoAScratchFile) {
+TEST_F(PixelBufferTest, AFailedReservationFallsBackToAScratchFile) {
     m_World->m_pMemory->m_Reserve.fnFail(1);
     Buffer buffer = fnAlloc(100);
     EXPECT_NE(buffer.m_File, kNoFile);
@@ -111,7 +111,7 @@ TEST_F(PixelBufferTest, AFailedReservationTurnsIntoAScratchFile) {
     fnFree(buffer);
 }
 
-TEST_F(PixelBufferTest, AFailedCommitTurnsIntoAScratchFileAndKeepsItsAddressSpace) {
+TEST_F(PixelBufferTest, AFailedCommitFallsBackToAScratchFileAndKeepsItsAddressSpace) {
     m_World->m_pMemory->m_Commit.fnFail(1);
     Buffer buffer = fnAlloc(100);
     EXPECT_NE(buffer.m_File, kNoFile);
@@ -121,13 +121,13 @@ TEST_F(PixelBufferTest, AFailedCommitTurnsIntoAScratchFileAndKeepsItsAddressSpac
     EXPECT_EQ(m_World->m_pMemory->fnGetReservedRanges(), 1u);
 }
 
-TEST_F(PixelBufferTest, WithoutAnyDiskAFailedReservationIsTheMemoryException) {
+TEST_F(PixelBufferTest, WithoutAnyDiskAFailedReservationRaisesTheMemoryException) {
     fnPolicy().fnEnableDisk(0, false);
     m_World->m_pMemory->m_Reserve.fnFail(1);
     EXPECT_TRUE(fnCantAlloc(100));
 }
 
-TEST_F(PixelBufferTest, NeitherRamNorDiskIsTheMemoryException) {
+TEST_F(PixelBufferTest, WithNeitherRamNorDiskTheMemoryExceptionIsRaised) {
     fnPolicy().fnSetRamLimit(0);
     m_World->m_pDisks->fnSetFree("C:\\", 100);
     EXPECT_TRUE(fnCantAlloc(100));
@@ -144,7 +144,7 @@ TEST_F(PixelBufferTest, ADiskThatFillsUpAfterTheSearchLeavesNothingBehind) {
     EXPECT_EQ(fnFree(), before);
 }
 
-TEST_F(PixelBufferTest, EachFileStepThatFailsIsTheMemoryExceptionAndLeavesNothingOpen) {
+TEST_F(PixelBufferTest, EachFailedFileStepRaisesTheMemoryExceptionAndLeavesNothingOpen) {
     fnPolicy().fnSetRamLimit(0);
     CqHeadlessScratch& scratch = *m_World->m_pScratch;
     for (CqHeadlessCalls* step :
@@ -165,7 +165,7 @@ TEST_F(PixelBufferTest, EachFileStepThatFailsIsTheMemoryExceptionAndLeavesNothin
     }
 }
 
-TEST_F(PixelBufferTest, EachAllocationThatFailsIsTheMemoryExceptionAndLeavesNothingOpen) {
+TEST_F(PixelBufferTest, EachFailedAllocationRaisesTheMemoryExceptionAndLeavesNothingOpen) {
     fnPolicy().fnSetRamLimit(0);
     std::size_t left = 0;
     const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {

@@ -116,7 +116,7 @@ TEST_F(DepthConversionTest, TheGreyRampYieldsASingleEntryThatCountsAsGrey) {
     EXPECT_TRUE(image.fnIsGrayScale());
 }
 
-TEST_F(DepthConversionTest, EachFailureLeavesTheImageAsItWas) {
+TEST_F(DepthConversionTest, EachFailureLeavesTheImageUnchanged) {
     for (const unsigned int bits : {4u, 8u}) {
         CqImage original(200, 3, bits, nullptr, 0);
         CqImage image(original);
@@ -148,7 +148,7 @@ TEST_F(DepthConversionTest, An8BitIndexBeyondTheTableWidensToBlack) {
     EXPECT_EQ(fnRow(image, 0), (Bytes{9, 9, 9, 0, 0, 0}));
 }
 
-TEST_F(DepthConversionTest, ADepthThatThereIsNotLeavesTheImageAsItWas) {
+TEST_F(DepthConversionTest, AnUnknownDepthLeavesTheImageUnchanged) {
     CqImage image(2, 2, 24, nullptr, 0);
     EXPECT_TRUE(fnRaisesMemoryException([&] { image.fnConvert(15, true, nullptr); }));
     EXPECT_EQ(image.BitCount, 24u);

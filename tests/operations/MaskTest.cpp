@@ -131,7 +131,7 @@ TEST_F(MaskTest, ACopyOfAMaskWithoutBitmapHasNone) {
 }
 
 /// The size of the bitmap that is gone still counts, and places a rectangle without pixels.
-TEST_F(MaskTest, AMaskThatHasLostItsBitmapIsPlacedAsIfItWereBlack) {
+TEST_F(MaskTest, AMaskWithoutItsBitmapIsPlacedAsIfItWereBlack) {
     CqMask own(4, 3);
     CqMask empty;
     own = empty;
@@ -150,7 +150,7 @@ TEST_F(MaskTest, AMaskThatHasLostItsBitmapIsPlacedAsIfItWereBlack) {
               (Rows{{0, 0, 0, 0, 0}, {0, 0, 0, 0, 0}, {0, 0, 0, 9, 9}, {0, 0, 0, 9, 9}}));
 }
 
-TEST_F(MaskTest, TakingOffAPlacedMaskWithoutBitmapFollowsTheRectangles) {
+TEST_F(MaskTest, SubtractingAPlacedMaskWithoutBitmapFollowsTheRectangles) {
     CqMask own;
     CqMask other;
     own.m_rectBound = CRect(0, 0, 4, 3);
@@ -230,7 +230,7 @@ TEST_F(MaskTest, AddingAnEmptyRectangleDoesNothing) {
     EXPECT_EQ(fnRows(own), Rows(3, Bytes(3, 9)));
 }
 
-TEST_F(MaskTest, AddingToAnEmptyMaskGivesTheOther) {
+TEST_F(MaskTest, AddingToAnEmptyMaskCopiesTheOther) {
     CqMask own;
     CqMask other;
     fnPlace(other, -7, 3, 150, 4, 0);
@@ -240,7 +240,7 @@ TEST_F(MaskTest, AddingToAnEmptyMaskGivesTheOther) {
     EXPECT_TRUE(fnSameRows(fnRows(own), fnRows(other)));
 }
 
-TEST_F(MaskTest, AnEmptiedMaskCountsAsNothingWhenItIsAddedTo) {
+TEST_F(MaskTest, AnEmptiedMaskContributesNothingToASum) {
     CqMask own;
     CqMask other;
     fnPlace(own, 0, 0, 5, 5, 99);
@@ -275,7 +275,7 @@ TEST_F(MaskTest, SubtractingABandAcrossTheMiddleKeepsTheRectangle) {
     EXPECT_EQ(fnRows(own), wanted);
 }
 
-TEST_F(MaskTest, AFullStripThatIsSubtractedIsCutOffWhateverItsWeight) {
+TEST_F(MaskTest, SubtractingAFullStripTrimsTheRectangleWhateverItsWeight) {
     const CRect strips[] = {{-5, -5, 20, 3}, {0, 4, 10, 12}, {-2, 0, 3, 8}, {7, -1, 30, 9}};
     const CRect rests[] = {{0, 3, 10, 8}, {0, 0, 10, 4}, {3, 0, 10, 8}, {0, 0, 7, 8}};
     for (std::size_t i = 0; i < 4; ++i) {
@@ -370,7 +370,7 @@ TEST_F(MaskTest, ARectangleLargerThanItsBitmapReadsNothingBeyondIt) {
                                  {0, 0, 0, 0, 0, 0}}));
 }
 
-TEST_F(MaskTest, AUnionTooLargeForAnImageLeavesTheMask) {
+TEST_F(MaskTest, AUnionTooLargeForAnImageLeavesTheMaskUnchanged) {
     CqMask own;
     CqMask other;
     fnPlace(own, -2147483647, -2147483647, 2, 2, 1);
@@ -380,7 +380,7 @@ TEST_F(MaskTest, AUnionTooLargeForAnImageLeavesTheMask) {
     EXPECT_EQ(fnRows(own), Rows(2, Bytes(2, 1)));
 }
 
-TEST_F(MaskTest, AFailureLeavesTheMaskAsItWas) {
+TEST_F(MaskTest, AFailureLeavesTheMaskUnchanged) {
     CqMask own;
     CqMask other;
     fnPlace(own, 0, 0, 150, 150, 1);
@@ -402,7 +402,7 @@ TEST_F(MaskTest, AFailureLeavesTheMaskAsItWas) {
     EXPECT_EQ(own.m_rectBound, CRect(0, 0, 250, 250));
 }
 
-TEST_F(MaskTest, ASumOrCopyWithoutMemoryLeavesBothSidesAsTheyWere) {
+TEST_F(MaskTest, ASumOrCopyWithoutMemoryLeavesBothSidesUnchanged) {
     CqMask own;
     CqMask other;
     fnPlace(own, 0, 0, 150, 20, 1);
@@ -450,7 +450,7 @@ TEST_F(MaskTest, ALoadedMaskLiesAtTheOriginInItsOwnDepth) {
     EXPECT_TRUE(fnSameRows(fnRows(mask), fnRows(picture)));
 }
 
-TEST_F(MaskTest, AMaskThatCannotBeLoadedHasARectangleOfOnePixel) {
+TEST_F(MaskTest, AMaskThatFailsToLoadHasARectangleOfOnePixel) {
     CqMask mask;
     fnPlace(mask, 9, 9, 2, 2, 1);
     EXPECT_TRUE(fnRaisesResourceException([&] { mask.fnLoad(78, 0); }));

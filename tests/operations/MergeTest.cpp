@@ -125,7 +125,7 @@ protected:
     }
 };
 
-TEST_F(MergeTest, EveryRuleGivesWhatLineAccessorsGive) {
+TEST_F(MergeTest, EveryRuleMatchesLineAccessors) {
     for (int round = 0; round < 400; ++round) {
         const unsigned int bits = m_Random() % 2 ? 16 : 24;
         CqImage src(fnRandomSide(m_Random), fnRandomSide(m_Random), bits, nullptr, 0);
@@ -150,7 +150,7 @@ TEST_F(MergeTest, EveryRuleGivesWhatLineAccessorsGive) {
     }
 }
 
-TEST_F(MergeTest, WithinOneImageTheOrderOfRowsCounts) {
+TEST_F(MergeTest, WithinOneImageTheOrderOfRowsMatters) {
     for (int round = 0; round < 300; ++round) {
         const unsigned int bits = m_Random() % 2 ? 16 : 24;
         CqImage image(1 + m_Random() % 150, 1 + m_Random() % 150, bits, nullptr, 0);
@@ -168,7 +168,7 @@ TEST_F(MergeTest, WithinOneImageTheOrderOfRowsCounts) {
     }
 }
 
-TEST_F(MergeTest, TheSourcesPixelSizeRulesATargetOfAnotherDepth) {
+TEST_F(MergeTest, TheSourcesPixelSizeAppliesToATargetOfAnotherDepth) {
     for (int round = 0; round < 200; ++round) {
         const unsigned int bits = m_Random() % 2 ? 16 : 24;
         CqImage src(1 + m_Random() % 40, 1 + m_Random() % 40, bits, nullptr, 0);
@@ -260,7 +260,7 @@ TEST_F(MergeTest, AMaskLiesInTheSourcesCoordinates) {
     EXPECT_EQ(fnRows(image), wanted);
 }
 
-TEST_F(MergeTest, TheTargetsSizeCutsTheSourceWhereverItLands) {
+TEST_F(MergeTest, TheTargetsSizeClipsTheSourceWhereverItLands) {
     CqImage src(10, 10, 24, nullptr, 0);
     CqImage image(6, 5, 24, nullptr, 0);
     fnSetAll(src, 7);
@@ -273,7 +273,7 @@ TEST_F(MergeTest, TheTargetsSizeCutsTheSourceWhereverItLands) {
     EXPECT_EQ(fnRows(image), wanted);
 }
 
-TEST_F(MergeTest, WhatIsPlacedOutsideTheTargetIsLeftOut) {
+TEST_F(MergeTest, PixelsPlacedOutsideTheTargetAreSkipped) {
     for (int round = 0; round < 200; ++round) {
         const unsigned int bytes = 2 + m_Random() % 2;
         CqImage src(1 + m_Random() % 20, 1 + m_Random() % 20, 8 * bytes, nullptr, 0);
@@ -322,7 +322,7 @@ TEST_F(MergeTest, WhatIsPlacedOutsideTheTargetIsLeftOut) {
     }
 }
 
-TEST_F(MergeTest, FarPlacesTurnedRectanglesAndMissingMasksAreHarmless) {
+TEST_F(MergeTest, DistantPositionsInvertedRectanglesAndMissingMasksAreHarmless) {
     constexpr LONG kMax = 2147483647;
     const CRect rects[] = {
         {-kMax - 1, -kMax - 1, kMax, kMax}, {kMax, kMax, -kMax - 1, -kMax - 1}, {3, 3, 3, 9}};
@@ -344,7 +344,7 @@ TEST_F(MergeTest, FarPlacesTurnedRectanglesAndMissingMasksAreHarmless) {
     EXPECT_EQ(fnRows(image), Rows(9, Bytes(27, 2)));
 }
 
-TEST_F(MergeTest, AMaskOfAnotherDepthCountsByItsBytes) {
+TEST_F(MergeTest, AMaskOfAnotherDepthIsReadByItsBytes) {
     CqImage src(4, 1, 24, nullptr, 0);
     CqImage image(4, 1, 24, nullptr, 0);
     fnSetAll(src, 7);
@@ -356,7 +356,7 @@ TEST_F(MergeTest, AMaskOfAnotherDepthCountsByItsBytes) {
     EXPECT_EQ(fnRows(image)[0], (Bytes{7, 7, 7, 0, 0, 0, 7, 7, 7, 0, 0, 0}));
 }
 
-TEST_F(MergeTest, AColourOrAMaskAloneIsARule) {
+TEST_F(MergeTest, AColourOrAMaskAloneConvertsToAParameter) {
     CqImage src(2, 1, 24, nullptr, 0);
     CqImage image(2, 1, 24, nullptr, 0);
     CqMask mask(2, 1);

@@ -132,7 +132,7 @@ TEST_F(ResampleTest, ASourceShorterThanTheFilterIsReflectedAgainAndAgain) {
             }
 }
 
-TEST_F(ResampleTest, AHugeReductionSumsUpEverySample) {
+TEST_F(ResampleTest, AHugeReductionSumsEverySample) {
     CqImage image(5000, 3, 24, nullptr, 0);
     fnSetRandom(image, m_Random);
     fnCheckFactors(image, 1.0 / 2500.0, 0.34);
@@ -163,7 +163,7 @@ std::size_t fnTableBytes(double scale, std::size_t dstCount) {
                        static_cast<std::size_t>(2.0 * width + 1.5) * sizeof(q32::ContribEntry));
 }
 
-TEST_F(ResampleTest, HugeReductionsTakeLittleMemoryBesideTheirTables) {
+TEST_F(ResampleTest, HugeReductionsTakeLittleMemoryBesidesTheirTables) {
     CqImage line(1000000, 1, 24, nullptr, 0);
     fnSetRandom(line, m_Random);
     const Rows wantedLine = fnPlainFilter(fnRows(line), 24, 1, 1, 1e-6, 1.0);
@@ -181,7 +181,7 @@ TEST_F(ResampleTest, HugeReductionsTakeLittleMemoryBesideTheirTables) {
     EXPECT_EQ(fnRows(strip), wantedStrip);
 }
 
-TEST_F(ResampleTest, TheFirstPassGivesItsTableBackBeforeTheSecondIsMade) {
+TEST_F(ResampleTest, TheFirstPassReleasesItsTableBeforeTheSecondIsBuilt) {
     for (const auto& [width, height] : {std::pair{70u, 90u}, {90u, 70u}, {31u, 17u}}) {
         CqImage image(51, 43, 8, q32GreyRamp, 0);
         const CqBlockWatch watch(
@@ -207,7 +207,7 @@ TEST_F(ResampleTest, ThreePixelsDoubledHaveTheWeightsOfTheirDistances) {
                      (-5 * 180 + 77 * 90 + 77 * 90 - 5 * 180) / 144}})); // 83
 }
 
-TEST_F(ResampleTest, GreenOf16BitsDoesNotComeThroughTheFilterUnchanged) {
+TEST_F(ResampleTest, GreenOf16BitsDoesNotPassTheFilterUnchanged) {
     CqImage image(8, 8, 16, nullptr, 0);
     Rows rows(8, Bytes(16));
     for (Bytes& row : rows)
@@ -232,7 +232,7 @@ TEST_F(ResampleTest, TheSameSizeChangesAndReportsNothing) {
     EXPECT_TRUE(display.m_Percents.empty());
 }
 
-TEST_F(ResampleTest, FactorsThatKeepASizeLeaveThatSideAlone) {
+TEST_F(ResampleTest, FactorsThatKeepASizeLeaveThatDimensionUnchanged) {
     // 30 x 0.995 is 29.85, rounded up to 30.
     CqImage image(30, 30, 24, nullptr, 0);
     fnSetRandom(image, m_Random);
@@ -275,7 +275,7 @@ TEST_F(ResampleTest, GreyImagesAreFilteredAndStayGrey) {
     EXPECT_TRUE(image.fnIsGrayScale());
 }
 
-TEST_F(ResampleTest, SizesByFactorsAreRoundedUpButForDust) {
+TEST_F(ResampleTest, SizesByFactorsAreRoundedUpExceptForRoundingError) {
     const auto sizeOf = [](double scale) {
         CqImage image(10, 1, 24, nullptr, 0);
         image.fnResample(scale, 2.0, nullptr);
@@ -316,7 +316,7 @@ TEST_F(ResampleTest, NearestFollowsItsRuleOnLongImages) {
         }
 }
 
-TEST_F(ResampleTest, NearestRowsBeyond65535BeginAgainAtTheTop) {
+TEST_F(ResampleTest, NearestRowsBeyond65535WrapToTheTop) {
     CqImage tall(1, 65540, 8, nullptr, 0);
     fnSetRandom(tall, m_Random);
     const Rows from = fnRows(tall);
@@ -433,7 +433,7 @@ TEST_F(ResampleTest, AnAbortAtAnyCallKeepsTheImage) {
     }
 }
 
-TEST_F(ResampleTest, AnAbortAtAnyCallKeepsTheImageAlsoByFactors) {
+TEST_F(ResampleTest, AnAbortAtAnyCallKeepsTheImageByFactorsToo) {
     CqImage image(12, 9, 32, nullptr, 0);
     const CqTileMap* map = image.TileMap;
     for (std::size_t call = 0; call < 12 + 5; ++call) {
@@ -444,7 +444,7 @@ TEST_F(ResampleTest, AnAbortAtAnyCallKeepsTheImageAlsoByFactors) {
     }
 }
 
-TEST_F(ResampleTest, AnAbortAtAnyCallKeepsNothingOnTheDisk) {
+TEST_F(ResampleTest, AnAbortAtAnyCallLeavesNothingOnTheDisk) {
     CqHeadlessScratch& scratch = *m_World->m_pScratch;
     const std::uint32_t limit = 0;
     q32GetVMPolicy()->fnSetRamLimit(limit); // everything on a disk
@@ -482,7 +482,7 @@ public:
     int m_nCalls = 0;
 };
 
-TEST_F(ResampleTest, AnAbortThatOnlyTheCallTellsKeepsTheImageToo) {
+TEST_F(ResampleTest, AnAbortReportedOnlyByTheCallKeepsTheImageToo) {
     CqImage image(12, 9, 32, nullptr, 0);
     const CqTileMap* map = image.TileMap;
     OwnDisplay display;
@@ -503,7 +503,7 @@ void fnForEachWay(unsigned int bits, Work work) {
     work(bits, [](CqImage& image) { image.fnResample(13, 11, true, nullptr); }); // whole sums
 }
 
-TEST_F(ResampleTest, EveryAllocationThatFailsKeepsTheImageAndLeaksNothing) {
+TEST_F(ResampleTest, EveryFailedAllocationKeepsTheImageAndLeaksNothing) {
     for (const unsigned int bits : {4u, 8u, 16u, 24u, 32u})
         fnForEachWay(bits, [this](unsigned int depth, auto resample) {
             CqImage image(26, 33, depth, q32GreyRamp, 0);
@@ -531,7 +531,7 @@ TEST_F(ResampleTest, EveryAllocationThatFailsKeepsTheImageAndLeaksNothing) {
         });
 }
 
-TEST_F(ResampleTest, EveryStepToMemoryThatFailsKeepsTheImageAndNoScratchFile) {
+TEST_F(ResampleTest, EveryFailedStorageStepKeepsTheImageAndLeavesNoScratchFile) {
     CqHeadlessScratch& scratch = *m_World->m_pScratch;
     CqHeadlessCalls* const steps[] = {&scratch.m_CreateName,    &scratch.m_Open,
                                       &scratch.m_SetSize,       &scratch.m_Reopen,

@@ -136,7 +136,7 @@ TEST_F(RotateTest, APivotFarOutsideGivesALargeMap) {
     fnCheckAny(far, 30.0, CPoint(-0x7FFFFFFF - 1, -0x7FFFFFFF - 1), true, CqColor(1, 2, 3, 4));
 }
 
-TEST_F(RotateTest, APivotWithoutAMapThatHoldsItRaisesTheMemoryException) {
+TEST_F(RotateTest, APivotThatNoMapCanHoldRaisesTheMemoryException) {
     constexpr LONG kMax = 0x7FFFFFFF;
     CqImage image(40, 30, 24, nullptr, 0);
     fnSetRandom(image, m_Random);
@@ -151,7 +151,7 @@ TEST_F(RotateTest, APivotWithoutAMapThatHoldsItRaisesTheMemoryException) {
     EXPECT_TRUE(fnSameRows(fnRows(image), before));
 }
 
-TEST_F(RotateTest, APivotAtTheEndOfTheNumbersIsMovedWithoutOverflow) {
+TEST_F(RotateTest, APivotAtTheLimitOfTheCoordinatesIsMovedWithoutOverflow) {
     constexpr LONG kMax = 0x7FFFFFFF;
     CqImage image(4, 2, 24, nullptr, 0);
     CPoint center(-kMax - 1, -kMax - 1);
@@ -182,7 +182,7 @@ TEST_F(RotateTest, QuartersMoveEveryPixelAtEveryDepth) {
     }
 }
 
-TEST_F(RotateTest, PlusNinetyTurnsClockwiseAndMinusNinetyBack) {
+TEST_F(RotateTest, PlusNinetyRotatesClockwiseAndMinusNinetyBack) {
     CqImage image(4, 2, 8, q32GreyRamp, 0);
     fnSetRows(image, {{1, 2, 3, 4}, {5, 6, 7, 8}});
     CqImage back(image);
@@ -196,7 +196,7 @@ TEST_F(RotateTest, PlusNinetyTurnsClockwiseAndMinusNinetyBack) {
     EXPECT_EQ(center, CPoint(0, 4));
 }
 
-TEST_F(RotateTest, OtherPositiveAnglesTurnCounterClockwise) {
+TEST_F(RotateTest, OtherPositiveAnglesRotateCounterClockwise) {
     CqImage image(101, 101, 8, q32GreyRamp, 0);
     fnSetAll(image, 0);
     image.TileMap->fnStoreRow(50, Bytes(101, 0).data());
@@ -210,7 +210,7 @@ TEST_F(RotateTest, OtherPositiveAnglesTurnCounterClockwise) {
             EXPECT_TRUE(byte != 255 || y < 15); // near the top
 }
 
-TEST_F(RotateTest, HalfATurnStaysInItsMapAtEveryDepth) {
+TEST_F(RotateTest, AHalfRotationIsDoneInPlaceAtEveryDepth) {
     for (int round = 0; round < 80; ++round) {
         CqImage image(fnRandomSide(m_Random), fnRandomSide(m_Random), fnDepth(), nullptr, 0);
         fnSetRandom(image, m_Random);
@@ -229,7 +229,7 @@ TEST_F(RotateTest, HalfATurnStaysInItsMapAtEveryDepth) {
     }
 }
 
-TEST_F(RotateTest, NoTurnChangesNothingAndLeavesThePivot) {
+TEST_F(RotateTest, ARotationByZeroChangesNothingAndLeavesThePivot) {
     constexpr double kInfinity = std::numeric_limits<double>::infinity();
     CqImage image(9, 7, 24, nullptr, 0);
     fnSetRandom(image, m_Random);
@@ -248,7 +248,7 @@ TEST_F(RotateTest, NoTurnChangesNothingAndLeavesThePivot) {
     EXPECT_TRUE(fnSameRows(fnRows(image), before));
 }
 
-TEST_F(RotateTest, HugeAnglesAreReducedAtOnce) {
+TEST_F(RotateTest, HugeAnglesAreReducedInOneStep) {
     CqImage image(4, 2, 24, nullptr, 0);
     fnSetRandom(image, m_Random);
     CqImage other(image);
@@ -259,7 +259,7 @@ TEST_F(RotateTest, HugeAnglesAreReducedAtOnce) {
     EXPECT_NE(image.TileMap, nullptr);
 }
 
-TEST_F(RotateTest, FourBitImagesAreLeftAlone) {
+TEST_F(RotateTest, FourBitImagesAreLeftUnchanged) {
     CqImage image(9, 7, 4, nullptr, 0);
     fnSetRandom(image, m_Random);
     const Rows before = fnRows(image);
@@ -302,7 +302,7 @@ TEST_F(RotateTest, PaletteImagesKeepTheLargerMarginButAreNotBlended) {
             ASSERT_TRUE(byte == 200 || byte == 100);
 }
 
-TEST_F(RotateTest, ABackgroundThatThePaletteLacksIsIndex0) {
+TEST_F(RotateTest, ABackgroundMissingFromThePaletteIsIndex0) {
     CqImage image(60, 40, 8, nullptr, 0);
     fnSetAll(image, 200);
     image.fnRotate(30.0, CqColor(1, 2, 3, 255), nullptr, false, nullptr);
@@ -338,7 +338,7 @@ TEST_F(RotateTest, AnglesVeryNearAQuarterMovePixelsIntoALargerMap) {
                 }
 }
 
-TEST_F(RotateTest, AnglesVeryNearHalfATurnLeaveABlankLargerMap) {
+TEST_F(RotateTest, AnglesVeryNearAHalfRotationLeaveABlankLargerMap) {
     CqImage image(20, 10, 24, nullptr, 0);
     fnSetAll(image, 77);
     CPoint center(10, 5);
@@ -391,7 +391,7 @@ TEST_F(RotateTest, AnAbortAtAnyTileKeepsTheImage) {
     }
 }
 
-TEST_F(RotateTest, AnAbortOfHalfATurnLeavesTheRowsSwappedSoFar) {
+TEST_F(RotateTest, AnAbortedHalfRotationLeavesTheRowsSwappedSoFar) {
     for (const unsigned int height : {1u, 2u, 7u, 140u})
         for (std::size_t call = 0; call < height / 2; ++call) {
             CqImage image(130, height, 24, nullptr, 0);
@@ -414,7 +414,7 @@ TEST_F(RotateTest, AnAbortOfHalfATurnLeavesTheRowsSwappedSoFar) {
         }
 }
 
-TEST_F(RotateTest, AnAbortAtAnyTileKeepsNothingOnTheDisk) {
+TEST_F(RotateTest, AnAbortAtAnyTileLeavesNothingOnTheDisk) {
     CqHeadlessScratch& scratch = *m_World->m_pScratch;
     q32GetVMPolicy()->fnSetRamLimit(0); // everything on a disk
     CqImage image(300, 151, 24, nullptr, 0);
@@ -475,7 +475,7 @@ public:
     void fnDrawStatus(unsigned int, bool* aborted) override { *aborted = true; }
 };
 
-TEST_F(RotateTest, AnAbortThatOnlyTheCallTellsKeepsTheImageToo) {
+TEST_F(RotateTest, AnAbortReportedOnlyByTheCallKeepsTheImageToo) {
     for (const double angle : {90.0, 30.0}) {
         CqImage image(60, 40, 24, nullptr, 0);
         const CqTileMap* map = image.TileMap;
@@ -485,7 +485,7 @@ TEST_F(RotateTest, AnAbortThatOnlyTheCallTellsKeepsTheImageToo) {
     }
 }
 
-TEST_F(RotateTest, EveryAllocationThatFailsKeepsTheImageAndLeaksNothing) {
+TEST_F(RotateTest, EveryFailedAllocationKeepsTheImageAndLeaksNothing) {
     for (const unsigned int bits : {8u, 16u, 24u, 32u})
         for (const double angle : {90.0, -90.0, 180.0, 30.0}) {
             CqImage image(150, 40, bits, q32GreyRamp, 0);
@@ -516,7 +516,7 @@ TEST_F(RotateTest, EveryAllocationThatFailsKeepsTheImageAndLeaksNothing) {
         }
 }
 
-TEST_F(RotateTest, EveryStepToMemoryThatFailsKeepsTheImageAndNoScratchFile) {
+TEST_F(RotateTest, EveryFailedStorageStepKeepsTheImageAndLeavesNoScratchFile) {
     CqHeadlessScratch& scratch = *m_World->m_pScratch;
     CqHeadlessCalls* const steps[] = {&scratch.m_CreateName,    &scratch.m_Open,
                                       &scratch.m_SetSize,       &scratch.m_Reopen,

@@ -134,7 +134,7 @@ TEST_F(ToneCurves, BrightnessAndContrastFollowTheRuleForAllPercentages) {
                 << brightness << ", " << contrast;
 }
 
-TEST_F(ToneCurves, FullBrightnessEndsAtTheMiddle) {
+TEST_F(ToneCurves, FullBrightnessStartsAtMidGrey) {
     const Curve curve = fnContrast(100, 0); // b is 127
     EXPECT_EQ(curve[0], 127);
     EXPECT_EQ(curve[64], 191); // 127 + 128 x 64 / 128
@@ -156,7 +156,7 @@ TEST_F(ToneCurves, NoContrastIsNearlyOneGrey) {
     EXPECT_EQ(curve[255], 128);
 }
 
-TEST_F(ToneCurves, HugeBrightnessAndContrastWrapIn32BitsAndDoNoHarm) {
+TEST_F(ToneCurves, HugeBrightnessAndContrastWrapIn32BitsHarmlessly) {
     for (const int huge : kHuge) {
         ASSERT_EQ(fnContrast(huge, 0), fnContrastByRule(huge, 0)) << huge;
         ASSERT_EQ(fnContrast(0, huge), fnContrastByRule(0, huge)) << huge;
@@ -244,7 +244,7 @@ TEST_F(ToneCurves, ColourBalanceMovesTheEndPoints) {
     EXPECT_EQ(fnBalance(1)[254], 255);
 }
 
-TEST_F(ToneCurves, ANeutralWeightLeavesItsChannelAlone) {
+TEST_F(ToneCurves, ANeutralWeightLeavesItsChannelUnchanged) {
     const auto curves =
         fnCurves([](CqImage& image) { image.fnColorBalance(50, 0, 21474836, false, nullptr); });
     EXPECT_EQ(curves[0], fnBalanceByRule(50));
@@ -252,7 +252,7 @@ TEST_F(ToneCurves, ANeutralWeightLeavesItsChannelAlone) {
     EXPECT_EQ(curves[2], fnIdentity()); // 200 times that wraps to -96, still level 100
 }
 
-TEST_F(ToneCurves, HugeWeightsWrapIn32BitsAndDoNoHarm) {
+TEST_F(ToneCurves, HugeWeightsWrapIn32BitsHarmlessly) {
     for (const int huge : kHuge)
         ASSERT_EQ(fnBalance(huge), fnBalanceByRule(huge)) << huge;
     // The middle at 0 makes a gamma of 0, and so white.

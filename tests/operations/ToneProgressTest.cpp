@@ -63,7 +63,7 @@ const Operation kOperations[] = {
      }},
 };
 
-TEST_F(ToneProgress, AnAbortLeavesTheTilesDoneSoFarChangedAndTheRestUntouched) {
+TEST_F(ToneProgress, AnAbortLeavesFinishedTilesChangedAndTheRestUntouched) {
     for (const Operation& operation : kOperations)
         for (const unsigned bits : operation.m_Depths) {
             const auto whole = fnNoise(300, 140, bits);
@@ -102,7 +102,7 @@ public:
 };
 
 /// The gauge's bar is 252 pixels wide; its first row has no letters on it.
-TEST_F(ToneProgress, TheStatusBarShowsTheTilesOneByOneAndIsGivenBack) {
+TEST_F(ToneProgress, TheStatusBarShowsTheTilesOneByOneAndIsRestored) {
     CqHeadlessWnd frame(CRect(0, 0, 640, 480));
     CqHeadlessStatusBar bar(CRect(10, 440, 310, 460));
     frame.fnSetMessageBar(&bar);
@@ -138,7 +138,7 @@ TEST_F(ToneProgress, TheStatusBarShowsTheTilesOneByOneAndIsGivenBack) {
     m_World->m_pWindows->fnSetMainWnd(nullptr);
 }
 
-TEST_F(ToneProgress, TheProgressDisplayOfAHostStopsTheWorkWithEsc) {
+TEST_F(ToneProgress, AHostsProgressDisplayStopsTheWorkOnEsc) {
     const auto image = fnNoise(300, 140, 24);
     const Bytes before = fnRead(*image);
     m_World->m_pKeyboard->fnPressAfter(VK_ESCAPE, 2); // found by the third look

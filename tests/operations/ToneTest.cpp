@@ -39,7 +39,7 @@ TEST_F(Tone, HueAndSaturationFollowTheColourClass) {
         }
 }
 
-TEST_F(Tone, PrimariesTurnIntoEachOther) {
+TEST_F(Tone, HueShiftsMapPrimariesToEachOther) {
     CqImage image(4, 1, 24, nullptr, 0u);
     fnWrite(image, {255, 0, 0, 0, 255, 0, 0, 0, 255, 77, 77, 77});
     image.fnHueSaturation(120, 0, false, nullptr);
@@ -51,7 +51,7 @@ TEST_F(Tone, PrimariesTurnIntoEachOther) {
     EXPECT_EQ(fnRead(image)[1], 255);
 }
 
-TEST_F(Tone, A16BitPixelComesBackFromAHueShiftWithItsBytesExchanged) {
+TEST_F(Tone, AHueShiftExchangesTheBytesOfA16BitPixel) {
     CqImage image(2, 1, 16, nullptr, 0u);
     fnWrite(image, {0xF8, 0x00, 0x00, 0x1F}); // red and blue, high byte first
     // Blue's low bits are read as green's too: the word 0x1F00, shifted by three, gives 0xE0.
@@ -86,7 +86,7 @@ TEST_F(Tone, AThresholdActsOnEveryByteOfEveryDepth) {
         }
 }
 
-TEST_F(Tone, NothingToDoMakesNoProgressCall) {
+TEST_F(Tone, NeutralArgumentsMakeNoProgressCall) {
     const auto image = fnNoise(200, 20, 24);
     const Bytes before = fnRead(*image);
     StepDisplay watcher;
@@ -100,7 +100,7 @@ TEST_F(Tone, NothingToDoMakesNoProgressCall) {
     EXPECT_EQ(fnRead(*image), Bytes(before.size(), 255));
 }
 
-TEST_F(Tone, PaletteDepthsAreLeftAloneWhereOnlyChannelsMakeSense) {
+TEST_F(Tone, ChannelOperationsLeavePaletteDepthsUnchanged) {
     for (const unsigned bits : {4u, 8u}) {
         const auto image = fnNoise(201, 31, bits);
         const Bytes before = fnRead(*image);

@@ -79,7 +79,7 @@ TEST(PixelFormat, DeepPixelsAreBytesInTheOrderAlphaRedGreenBlue) {
     EXPECT_EQ(std::vector<int>(out, out + 5), (std::vector<int>{8, 5, 6, 7, 9}));
 }
 
-TEST(Nibbles, RunsFromAnyPixelOfAnyLengthTouchTheirOwnNibblesAlone) {
+TEST(Nibbles, RunsFromAnyPixelOfAnyLengthTouchOnlyTheirOwnNibbles) {
     constexpr std::size_t kBytes = 40;
     for (std::size_t x = 0; x < 6; ++x)
         for (std::size_t count = 0; x + count <= 2 * kBytes; ++count) {

@@ -57,7 +57,7 @@ TEST_F(HeadlessPaint, FillsAndInvertsInsideTheClientAreaOnly) {
     EXPECT_EQ(fnChanged(), 40u);
 }
 
-TEST_F(HeadlessPaint, PaintsNothingOnAWindowBesideTheScreen) {
+TEST_F(HeadlessPaint, PaintsNothingOnAWindowOffTheScreen) {
     for (const CRect& place : {CRect(-200, -200, -100, -100), CRect(5000, 50, 5100, 90),
                                CRect(INT_MIN, INT_MIN, INT_MIN + 10, INT_MIN + 10)}) {
         m_Window.fnMove(place);
@@ -69,7 +69,7 @@ TEST_F(HeadlessPaint, PaintsNothingOnAWindowBesideTheScreen) {
     EXPECT_EQ(fnChanged(), 10u);
 }
 
-TEST_F(HeadlessPaint, MeasuresTextInWholeMultiplesOfOneFont) {
+TEST_F(HeadlessPaint, MeasuresTextInIntegerMultiplesOfOneFont) {
     const std::pair<LONG, LONG> kHeights[] = {{0, 11},   {11, 11},  {21, 11},       {22, 22},
                                               {-9, 11},  {-17, 11}, {-18, 22},      {35, 33},
                                               {-27, 33}, {5, 11},   {INT_MIN, 858}, {INT_MAX, 704}};
@@ -94,7 +94,7 @@ TEST_F(HeadlessPaint, MeasuresTextInWholeMultiplesOfOneFont) {
     EXPECT_EQ(fnChanged(), 0u);
 }
 
-TEST_F(HeadlessPaint, GivesEverySignAPictureOfItsOwn) {
+TEST_F(HeadlessPaint, GivesEveryCharacterADistinctGlyph) {
     const CqHeadlessFont font(11);
     std::set<std::string> pictures;
     const auto picture = [&](int code) {
@@ -114,7 +114,7 @@ TEST_F(HeadlessPaint, GivesEverySignAPictureOfItsOwn) {
     EXPECT_FALSE(font.fnIsInk('A', 2, 11));
 }
 
-TEST_F(HeadlessPaint, WritesTextOpaqueOrTransparentAndCutsItAtItsRectangle) {
+TEST_F(HeadlessPaint, WritesTextOpaqueOrTransparentAndClipsItToItsRectangle) {
     CRect place(10, 5, 22, 16); // two signs
     EXPECT_EQ(m_pDC->DrawText("IIII", -1, &place, DT_SINGLELINE), 11);
     EXPECT_EQ(fnChanged(), 12u * 11);
@@ -153,7 +153,7 @@ TEST_F(HeadlessPaint, CopiesABitmapThatWasPaintedOn) {
     EXPECT_TRUE(m_World->m_pMisuses->fnGetAll().empty());
 }
 
-TEST_F(HeadlessPaint, TellsOfASelectionThatWasNotRestored) {
+TEST_F(HeadlessPaint, ReportsASelectionThatWasNotRestored) {
     CBitmap bitmap;
     ASSERT_TRUE(bitmap.CreateCompatibleBitmap(m_pDC, 2, 2));
     {
@@ -163,7 +163,7 @@ TEST_F(HeadlessPaint, TellsOfASelectionThatWasNotRestored) {
     EXPECT_EQ(m_World->m_pMisuses->fnGetAll().size(), 1u);
 }
 
-TEST_F(HeadlessPaint, FailsEachCallThatItIsTold) {
+TEST_F(HeadlessPaint, FailsEachScriptedCall) {
     CRect rect(0, 0, 50, 20);
     TEXTMETRICA metrics{};
     CSize size(7, 7);

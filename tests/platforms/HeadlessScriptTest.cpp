@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-TEST(HeadlessRegion, AFailedCombinationLeavesTheRegionAlone) {
+TEST(HeadlessRegion, AFailedCombinationLeavesTheRegionUnchanged) {
     const auto calls = std::make_shared<CqHeadlessCalls>();
     CqHeadlessRegion region({0, 0, 4, 4}, calls);
     const CqHeadlessRegion hole({1, 1, 2, 2}, calls);

@@ -210,7 +210,7 @@ TEST_F(Player, PlaysAFileToItsEnd) {
     EXPECT_EQ(heard, 1);
 }
 
-TEST_F(Player, ASignalEndsALoopInOrder) {
+TEST_F(Player, ASignalEndsALoopCleanly) {
     SoundRecorder recorder(*s_pServer);
     ChildProcess player = fnPlay({"--loop"});
     EXPECT_TRUE(fnAwait([&] { return fnCount(recorder.fnGetBytes(), m_Sound.m_Samples) >= 2; }));
@@ -219,7 +219,7 @@ TEST_F(Player, ASignalEndsALoopInOrder) {
     EXPECT_EQ(player.fnWait(), 0);
 }
 
-TEST_F(Player, SaysThatTheServerHasGoneAndFails) {
+TEST_F(Player, ReportsThatTheServerIsGoneAndFails) {
     SoundRecorder recorder(*s_pServer);
     Stream said = Stream::fnFromPlayer();
     ChildProcess player = fnPlay({"--loop"}, {.m_nError = said.fnGetPlayers()});
@@ -231,12 +231,12 @@ TEST_F(Player, SaysThatTheServerHasGoneAndFails) {
     s_pServer->fnStart();
 }
 
-TEST_F(Player, EndsWhenItStandsStillAndNoKeyCanCome) {
+TEST_F(Player, ExitsWhenItIsIdleAndNoKeyCanArrive) {
     for (const char* keys : {"s", " ", "ss s", "q", "\x1b", "sp", "ls"})
         EXPECT_EQ(fnObey(keys), 0) << keys;
 }
 
-TEST_F(Player, SaysWhatItCantDo) {
+TEST_F(Player, ReportsWhatItCannotDo) {
     const std::string sound = fnSoundPath();
     EXPECT_EQ(fnSays({sound}, 1),
               "There is no sound device that plays this: Connection refused.\n");
@@ -251,7 +251,7 @@ TEST_F(Player, SaysWhatItCantDo) {
         EXPECT_TRUE(fnSays(wrong, 2).starts_with("usage: player "));
 }
 
-TEST_F(Player, SaysWhatItPlays) {
+TEST_F(Player, ReportsWhatItPlays) {
     Stream said = Stream::fnFromPlayer();
     ChildProcess player = fnPlay({}, {.m_nOutput = said.fnGetPlayers()});
     said.fnGive();
@@ -308,7 +308,7 @@ TEST_F(Player, WithoutADeviceItFailsButThePictureShowsTheSound) {
     EXPECT_EQ(fs::file_size(again), fs::file_size(picture));
 }
 
-TEST_F(PlayerKeys, PlusAndMinusTurnTheVolumeAndSoDoUpAndDown) {
+TEST_F(PlayerKeys, PlusAndMinusChangeTheVolumeAndSoDoUpAndDown) {
     fnPress("-");
     EXPECT_TRUE(fnAwaitVolume(247 * 256, 247 * 256));
     fnPress("\x1b[B");
@@ -328,14 +328,14 @@ TEST_F(PlayerKeys, LeftAndRightMoveTheBalance) {
     EXPECT_TRUE(fnAwaitVolume(255 * 256, 120 * 255 * 2));
 }
 
-TEST_F(PlayerKeys, MMutesAndMAgainEndsThat) {
+TEST_F(PlayerKeys, MTogglesMute) {
     fnPress("m");
     EXPECT_TRUE(fnAwaitMute("yes"));
     fnPress("m");
     EXPECT_TRUE(fnAwaitMute("no"));
 }
 
-TEST_F(PlayerKeys, SpacePausesStopFallsSilentAndPlayEndsWithTheSound) {
+TEST_F(PlayerKeys, SpacePausesStopSilencesAndPlayEndsWithTheSound) {
     fnPress(" ");
     EXPECT_TRUE(fnAwaitStreams("Corked: yes"));
     fnPress(" ");
@@ -361,7 +361,7 @@ TEST_F(PlayerKeys, NoKeyOfABurstIsLost) {
     EXPECT_TRUE(fnAwaitVolume(8 * 256, 8 * 256)) << "no key counts behind the end";
 }
 
-TEST_F(PlayerKeys, AnArrowThatComesInPiecesIsNoEscape) {
+TEST_F(PlayerKeys, AnArrowKeyInPiecesIsNotTakenForEscape) {
     for (const char* piece : {"\x1b", "[", "B"})
         fnPress(piece);
     EXPECT_TRUE(fnAwaitVolume(247 * 256, 247 * 256));
@@ -370,7 +370,7 @@ TEST_F(PlayerKeys, AnArrowThatComesInPiecesIsNoEscape) {
     EXPECT_EQ(m_Player.fnWait(), 0) << "Esc alone ends";
 }
 
-TEST_F(Player, OnATerminalALineTellsWhatHappens) {
+TEST_F(Player, OnATerminalALineShowsTheState) {
     Stream terminal = Stream::fnTerminal();
     const int end = terminal.fnGetPlayers();
     std::vector<std::string> environment = s_pServer->fnGetEnvironment();

@@ -79,7 +79,7 @@ TEST_F(PosixLocale, TheTwentyFourHourClockCanBeForced) {
     EXPECT_EQ(fnTime("en_US.UTF-8", kMidnight, kTimeForce24Hour), "00:00:00");
 }
 
-TEST_F(PosixLocale, SecondsCanBeLeftOutWithTheirMarkOrUnit) {
+TEST_F(PosixLocale, SecondsCanBeOmittedWithTheirMarkOrUnit) {
     EXPECT_EQ(fnTime("C", kTime, kTimeNoSeconds), "14:05");
     EXPECT_EQ(fnTime("en_US.UTF-8", kTime, kTimeNoSeconds), "02:05 PM");
     EXPECT_EQ(fnTime("en_US.UTF-8", kTime, kTimeNoSeconds | kTimeForce24Hour), "14:05");
@@ -89,7 +89,7 @@ TEST_F(PosixLocale, SecondsCanBeLeftOutWithTheirMarkOrUnit) {
                                                            "05\x95\xAA");
 }
 
-TEST_F(PosixLocale, ATimeThatTheClockOrCalendarDoesNotHaveIsRefused) {
+TEST_F(PosixLocale, AnImpossibleTimeIsRefused) {
     for (const SYSTEMTIME& wrong :
          {SYSTEMTIME{2023, 2, 0, 29, 0, 0, 0, 0}, SYSTEMTIME{2024, 0, 0, 1, 0, 0, 0, 0},
           SYSTEMTIME{2024, 13, 0, 1, 0, 0, 0, 0}, SYSTEMTIME{2024, 4, 0, 31, 0, 0, 0, 0},
@@ -117,7 +117,7 @@ TEST_F(PosixLocale, CharactersAreThoseOfTheCodePage) {
     EXPECT_EQ(fnBytes("ja_JP.EUC-JP", "\x8F\xA2\xAF"), 3u);
 }
 
-TEST_F(PosixLocale, ABrokenCharacterIsAByte) {
+TEST_F(PosixLocale, AnInvalidCharacterIsASingleByte) {
     EXPECT_EQ(fnBytes("C.UTF-8", "\xC3"), 1u) << "cut";
     EXPECT_EQ(fnBytes("C.UTF-8", "\xC3x"), 1u) << "not continued";
     EXPECT_EQ(fnBytes("C.UTF-8", "\xA4\xC3"), 1u) << "not begun";
@@ -126,7 +126,7 @@ TEST_F(PosixLocale, ABrokenCharacterIsAByte) {
     EXPECT_EQ(fnBytes("C.UTF-8", std::string(1, '\0')), 1u);
 }
 
-TEST_F(PosixLocale, ABackslashInsideACharacterIsNoSeparator) {
+TEST_F(PosixLocale, ABackslashInsideACharacterIsNotASeparator) {
     const Folder folder;
     const std::string name = "\x95\x5C.bmp"; // one sign, a dot, three letters
     folder.fnWrite(name, "x");
@@ -138,7 +138,7 @@ TEST_F(PosixLocale, AnUnknownLanguageIsTheCLanguage) {
     EXPECT_EQ(fnDate("xx_XX.NONE", kTime), "03/07/24");
 }
 
-TEST_F(PosixLocale, TheProcessesOwnLocaleIsNeitherReadNorChanged) {
+TEST_F(PosixLocale, TheProcessLocaleIsNeitherReadNorChanged) {
     ::setenv("LC_ALL", "de_DE.UTF-8", 1);
     EXPECT_EQ(fnDate("", kTime), "07.03.2024") << "the user's";
     ::unsetenv("LC_ALL");
@@ -149,7 +149,7 @@ TEST_F(PosixLocale, TheProcessesOwnLocaleIsNeitherReadNorChanged) {
     EXPECT_EQ(::uselocale(nullptr), threadBefore);
 }
 
-TEST_F(PosixLocale, LocalTimeIsThatOfTheProcessesZone) {
+TEST_F(PosixLocale, LocalTimeIsThatOfTheProcessTimeZone) {
     SYSTEMTIME time{};
     ::setenv("TZ", "XXX-2", 1); // two hours east
     ASSERT_TRUE(fnPlatform("C").m_pLocale->fnGetLocalTime(1709813109, time));

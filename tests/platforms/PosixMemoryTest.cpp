@@ -92,7 +92,7 @@ TEST(PosixMemory, ARangeBeginsOnAPageAndALargeOneOnALargePage) {
     fnMemory().fnRelease(large, 3 * kMega);
 }
 
-TEST(PosixMemory, ALargeRangeAsksForLargePagesWhereTheSystemHasThem) {
+TEST(PosixMemory, ALargeRangeRequestsLargePagesWhereTheSystemHasThem) {
     const std::size_t size = 4 * kMega;
     void* const range = fnMemory().fnReserve(size);
     ASSERT_TRUE(fnMemory().fnCommit(range, size));
@@ -101,7 +101,7 @@ TEST(PosixMemory, ALargeRangeAsksForLargePagesWhereTheSystemHasThem) {
     fnMemory().fnRelease(range, size);
 }
 
-TEST(PosixMemory, AReservedRangeIsOutOfBoundsUntilItIsCommitted) {
+TEST(PosixMemory, AReservedRangeIsInaccessibleUntilItIsCommitted) {
     const std::size_t size = 3 * kMega;
     void* const range = fnMemory().fnReserve(size);
     EXPECT_TRUE(fnIsForbidden(range));
@@ -110,7 +110,7 @@ TEST(PosixMemory, AReservedRangeIsOutOfBoundsUntilItIsCommitted) {
     fnMemory().fnRelease(range, size);
 }
 
-TEST(PosixMemory, ADecommittedRangeGivesItsMemoryBackAndKeepsItsPlace) {
+TEST(PosixMemory, ADecommittedRangeReturnsItsMemoryAndKeepsItsAddress) {
     const std::size_t size = 64 * kMega;
     char* const range = static_cast<char*>(fnMemory().fnReserve(size));
     ASSERT_TRUE(fnMemory().fnCommit(range, size));
@@ -128,7 +128,7 @@ TEST(PosixMemory, ADecommittedRangeGivesItsMemoryBackAndKeepsItsPlace) {
     EXPECT_TRUE(fnMemory().fnRelease(range, size));
 }
 
-TEST(PosixMemory, AReleaseGivesTheWholeRangeBack) {
+TEST(PosixMemory, AReleaseReturnsTheWholeRange) {
     const std::size_t before = fnKiloBytes("/proc/self/status", "VmSize");
     for (int i = 0; i < 1000; ++i)
         EXPECT_TRUE(fnMemory().fnRelease(fnMemory().fnReserve(5 * kMega + 1), 5 * kMega + 1));
@@ -164,6 +164,6 @@ TEST(PosixMemory, ARefusedCommitLeavesTheRangeReserved) {
               "");
 }
 
-TEST(PosixMemory, PhysicalMemoryIsTheMachines) {
+TEST(PosixMemory, PhysicalMemoryIsThatOfTheMachine) {
     EXPECT_EQ(fnMemory().fnGetPhysicalBytes(), fnKiloBytes("/proc/meminfo", "MemTotal"));
 }

@@ -105,7 +105,7 @@ std::string fnFailToReserve(const std::string& directory, std::uint32_t size) {
 
 } // namespace
 
-TEST(PosixScratch, ABufferGoesThroughItsStepsAndLeavesNothing) {
+TEST(PosixScratch, ABufferPassesThroughItsStepsAndLeavesNothing) {
     const Folder folder;
     const auto scratch = fnNewService();
     {
@@ -122,7 +122,7 @@ TEST(PosixScratch, ABufferGoesThroughItsStepsAndLeavesNothing) {
     EXPECT_EQ(folder.fnCount(), 0u);
 }
 
-TEST(PosixScratch, PagesThatMemoryCanHoldStayWhenAWalkIsDoneWithThem) {
+TEST(PosixScratch, PagesThatFitInMemoryStayAfterAWalk) {
     const Folder folder;
     const auto scratch = fnNewService();
     constexpr std::uint32_t kPages = 300;
@@ -137,7 +137,7 @@ TEST(PosixScratch, PagesThatMemoryCanHoldStayWhenAWalkIsDoneWithThem) {
     EXPECT_TRUE(std::all_of(pages.begin(), pages.end(), [](unsigned char p) { return p & 1; }));
 }
 
-TEST(PosixScratch, MemoryThatNobodyKnowsIsNoLimit) {
+TEST(PosixScratch, UnknownMemoryIsNoLimit) {
     const Folder folder;
     constexpr std::uint32_t kBytes = 40u << 20;
     const auto residentPages = [](const Buffer& buffer) {
@@ -165,7 +165,7 @@ TEST(PosixScratch, MemoryThatNobodyKnowsIsNoLimit) {
     EXPECT_EQ(left[1], kBytes / 4096);
 }
 
-TEST(PosixScratch, WhatIsWrittenIntoTheViewStandsInTheFile) {
+TEST(PosixScratch, BytesWrittenToTheViewAreInTheFile) {
     const Folder folder;
     const auto scratch = fnNewService();
     const Buffer buffer(*scratch, folder.fnName(), kSize);
@@ -220,7 +220,7 @@ TEST(PosixScratch, TheBlocksAreReservedBeforeAnythingIsWritten) {
     EXPECT_FALSE(scratch->fnSetSize(file, 1)) << "a closed handle";
 }
 
-TEST(PosixScratch, AFullDiskFailsAtTheReservationAndGetsItsBlocksBack) {
+TEST(PosixScratch, AFullDiskFailsAtTheReservationWhichFreesItsBlocks) {
     const Folder folder;
     const std::string disk = folder.fnPath("disk");
     std::filesystem::create_directory(disk);
@@ -238,7 +238,7 @@ TEST(PosixScratch, AFileSizeLimitIsAFailureAndNotASignal) {
               "");
 }
 
-TEST(PosixScratch, ANameThatBecameALinkIsNotFollowed) {
+TEST(PosixScratch, ANameReplacedByALinkIsNotFollowed) {
     const Folder folder;
     const auto scratch = fnNewService();
     folder.fnWrite("victim", "precious");
@@ -251,7 +251,7 @@ TEST(PosixScratch, ANameThatBecameALinkIsNotFollowed) {
     EXPECT_EQ(folder.fnRead("victim"), "precious");
 }
 
-TEST(PosixScratch, ANameThatBecameAnotherFileIsRefused) {
+TEST(PosixScratch, ANameReplacedByAnotherFileIsRefused) {
     const Folder folder;
     const auto scratch = fnNewService();
     std::string name;
@@ -287,7 +287,7 @@ TEST(PosixScratch, AFileReopenedKeepsItsLengthAndTheOldHandleIsClosed) {
     scratch->fnClose(again);
 }
 
-TEST(PosixScratch, NobodyOpensAFileInUseAgain) {
+TEST(PosixScratch, AFileInUseCannotBeOpenedAgain) {
     const Folder folder;
     const auto scratch = fnNewService();
     const Buffer buffer(*scratch, folder.fnName(), kSize);
@@ -298,7 +298,7 @@ TEST(PosixScratch, NobodyOpensAFileInUseAgain) {
     EXPECT_TRUE(fnStands(buffer.m_Name));
 }
 
-TEST(PosixScratch, AFileThatWasClosedCanBeOpenedAgain) {
+TEST(PosixScratch, AClosedFileCanBeOpenedAgain) {
     const Folder folder;
     const auto scratch = fnNewService();
     std::string name;
@@ -333,7 +333,7 @@ TEST(PosixScratch, AMappingNeverReachesBeyondItsFile) {
     scratch->fnClose(file);
 }
 
-TEST(PosixScratch, BothSeparatorsAreTaken) {
+TEST(PosixScratch, BothSeparatorsAreAccepted) {
     const Folder folder;
     const auto scratch = fnNewService();
     for (const std::string& directory : {folder.fnPath() + '/', folder.fnPath() + '\\'}) {
@@ -343,7 +343,7 @@ TEST(PosixScratch, BothSeparatorsAreTaken) {
     }
 }
 
-TEST(PosixScratch, ADirectoryThatIsMissingOrForbiddenGivesNoName) {
+TEST(PosixScratch, AMissingOrForbiddenDirectoryGivesNoName) {
     const Folder folder;
     std::string name = "as before";
     EXPECT_FALSE(fnNewService()->fnCreateName(folder.fnName("missing\\").c_str(), "~qd", name));
@@ -359,7 +359,7 @@ TEST(PosixScratch, ADirectoryThatIsMissingOrForbiddenGivesNoName) {
     EXPECT_EQ(folder.fnCount(), 0u);
 }
 
-TEST(PosixScratch, WithoutDescriptorsAllFailsAndNoFileStays) {
+TEST(PosixScratch, WithoutDescriptorsEverythingFailsAndNoFileRemains) {
     const Folder folder;
     EXPECT_EQ(fnInChild([&]() -> std::string {
                   const auto scratch = fnNewService();
@@ -374,7 +374,7 @@ TEST(PosixScratch, WithoutDescriptorsAllFailsAndNoFileStays) {
     EXPECT_EQ(folder.fnCount(), 0u);
 }
 
-TEST(PosixScratch, ABufferCostsOneDescriptorAndGivesItBack) {
+TEST(PosixScratch, ABufferTakesOneDescriptorAndReleasesIt) {
     const Folder folder;
     const auto scratch = fnNewService();
     const auto open = [] {

@@ -31,7 +31,7 @@ std::size_t fnSweep(const Folder& folder) {
 
 } // namespace
 
-TEST(PosixSweep, FilesOfAKilledProcessGoAndThoseOfALiveOneStay) {
+TEST(PosixSweep, FilesOfAKilledProcessAreDeletedAndThoseOfALiveOneStay) {
     const Folder folder;
     const auto hold = [&]() -> std::string {
         static std::shared_ptr<CqScratchService> scratch = q32PosixPlatform().m_pScratch;
@@ -67,7 +67,7 @@ TEST(PosixSweep, AFileIsSafeFromItsCreationToItsLastHandle) {
     EXPECT_EQ(folder.fnCount(), 0u);
 }
 
-TEST(PosixSweep, OnlyOwnRegularFilesOfThatNameGo) {
+TEST(PosixSweep, OnlyOwnRegularFilesOfThatNameAreDeleted) {
     const Folder folder;
     folder.fnWrite("~qd1.tmp", "left over");
     folder.fnWrite("~qd.tmp", "left over");
@@ -99,7 +99,7 @@ TEST(PosixSweep, AnotherUsersFilesStay) {
     EXPECT_EQ(folder.fnCount(), 1u);
 }
 
-TEST(PosixSweep, SeveralDirectoriesAreSweptAndEmptyOrMissingOnesPassedOver) {
+TEST(PosixSweep, SeveralDirectoriesAreSweptAndEmptyOrMissingOnesSkipped) {
     const Folder first;
     const Folder second;
     first.fnWrite("~qd1.tmp", "");
@@ -110,7 +110,7 @@ TEST(PosixSweep, SeveralDirectoriesAreSweptAndEmptyOrMissingOnesPassedOver) {
     EXPECT_EQ(q32PosixSweepScratchFiles(directories), 3u);
 }
 
-TEST(PosixSweep, ASweepThatRunsAllTheTimeTakesNoFileFromItsMaker) {
+TEST(PosixSweep, AConstantlyRunningSweepTakesNoFileFromItsCreator) {
     const Folder folder;
     const pid_t child = ::fork();
     if (child == 0) {

@@ -92,7 +92,7 @@ protected:
     char* m_pView = nullptr;
 };
 
-TEST_F(PosixViewPages, WhatIsDoneLeavesMemoryAndIsThereAgainWhenLookedAt) {
+TEST_F(PosixViewPages, ReleasedPiecesLeaveMemoryAndAreReadBackOnAccess) {
     ViewPages pages(m_File.fnGet(), m_pView, kSize, kBehind);
     EXPECT_EQ(fnResident() / 4096, (kSize + 4095) / 4096);
     constexpr std::size_t kTile = 49152;
@@ -118,7 +118,7 @@ TEST_F(PosixViewPages, ScatteredPiecesLeaveMemoryToo) {
     EXPECT_TRUE(fnHolds(0));
 }
 
-TEST_F(PosixViewPages, BytesWrittenAfterTheyWereDoneAreKept) {
+TEST_F(PosixViewPages, BytesWrittenAfterTheirReleaseAreKept) {
     ViewPages pages(m_File.fnGet(), m_pView, kSize, kBehind);
     constexpr std::size_t kPiece = 1000003; // no border of pages
     for (unsigned round = 1; round < 4; ++round) {
@@ -134,7 +134,7 @@ TEST_F(PosixViewPages, BytesWrittenAfterTheyWereDoneAreKept) {
     }
 }
 
-TEST_F(PosixViewPages, AdviceThatTheSystemRefusesIsNoFailure) {
+TEST_F(PosixViewPages, AdviceThatTheSystemRefusesIsNotAFailure) {
     ViewPages pages(-1, m_pView, kSize, kBehind); // no file: nothing can be sent out
     errno = ENODATA;
     for (std::size_t at = 0; at < kSize; at += 49152) {
@@ -180,7 +180,7 @@ private:
     char* m_pView;
 };
 
-TEST_F(PosixViewPages, NothingIsDroppedFromTheFirstFailedWriteOutOn) {
+TEST_F(PosixViewPages, NothingIsDroppedAfterTheFirstFailedWriteOut) {
     OnlyCopy dropped;
     dropped.fnWalk(m_File.fnGet());
     EXPECT_GT(dropped.fnLost(), OnlyCopy::kPieces / 2); // as it goes where nothing fails
@@ -197,7 +197,7 @@ TEST_F(PosixViewPages, NothingIsDroppedFromTheFirstFailedWriteOutOn) {
         }
 }
 
-TEST_F(PosixViewPages, NothingIsDroppedWhereTheFileTakesNothing) {
+TEST_F(PosixViewPages, NothingIsDroppedWhereTheFileAcceptsNoWrites) {
     OnlyCopy copy;
     copy.fnWalk(-1);
     EXPECT_EQ(copy.fnLost(), 0u);

@@ -70,7 +70,7 @@ class PulseAudioFault : public PulseFault {};
 
 } // namespace
 
-TEST_F(PulseFault, NoCallThatFailsOnceHangsALaterOneOrLosesAnEnd) {
+TEST_F(PulseFault, ACallThatFailsOnceNeitherHangsALaterOneNorLosesAnEnd) {
     for (const char* call :
          {"pa_context_new_with_proplist", "pa_context_connect", "pa_context_subscribe",
           "pa_context_get_sink_info_by_name", "pa_context_set_sink_volume_by_index",
@@ -96,7 +96,7 @@ TEST_F(PulseFault, NoCallThatFailsOnceHangsALaterOneOrLosesAnEnd) {
     EXPECT_TRUE(fnAwait([&] { return !fnIsConnected(kHost); })) << "nothing stays at the server";
 }
 
-TEST_F(PulseFault, WithoutAThreadThereIsNoSoundAndTheReasonIsTold) {
+TEST_F(PulseFault, WithoutAThreadThereIsNoSoundAndTheReasonIsReported) {
     for (const char* call : {"pa_threaded_mainloop_new", "pa_threaded_mainloop_start"}) {
         const PulseFailure failure(1, call);
         HostsDay day(m_Options);
@@ -117,7 +117,7 @@ TEST_F(PulseFault, WithoutAContextThereIsNoDeviceUntilTheNextCall) {
     EXPECT_TRUE(pulse.m_pWaveOut->fnCanPlay(kSinkFormat));
 }
 
-TEST_F(PulseFault, ABlockThatCantBeStartedStaysWithItsOwner) {
+TEST_F(PulseFault, ABlockThatCannotBeStartedStaysWithItsOwner) {
     for (const char* call : {"pa_stream_new_with_proplist", "pa_stream_connect_playback"}) {
         const CqPulse pulse = q32Pulse(m_Options);
         TestSound sound(4000);
@@ -131,7 +131,7 @@ TEST_F(PulseFault, ABlockThatCantBeStartedStaysWithItsOwner) {
     }
 }
 
-TEST_F(PulseFault, ABlockThatCantBeHandedOverEndsAtOnce) {
+TEST_F(PulseFault, ABlockThatCannotBeSentEndsAtOnce) {
     for (const char* call : {"pa_stream_begin_write", "pa_stream_write"}) {
         const CqPulse pulse = q32Pulse(m_Options);
         TestSound sound(60'000 * kBytesPerMs);
@@ -145,7 +145,7 @@ TEST_F(PulseFault, ABlockThatCantBeHandedOverEndsAtOnce) {
     }
 }
 
-TEST_F(PulseAudioFault, AnEndThatTheServerCantBeAskedForIsHeardAndReportedAllTheSame) {
+TEST_F(PulseAudioFault, AnEndThatCannotBeQueriedIsStillHeardAndReported) {
     const CqPulse pulse = q32Pulse(m_Options);
     SoundRecorder recorder(*s_pServer);
     TestSound sound(200 * kBytesPerMs);
@@ -157,7 +157,7 @@ TEST_F(PulseAudioFault, AnEndThatTheServerCantBeAskedForIsHeardAndReportedAllThe
         << "to its last sample";
 }
 
-TEST_F(PulseAudioFault, ABlockThatIsPausedForLongerThanItsEndIsAwaitedIsHeardWhole) {
+TEST_F(PulseAudioFault, ABlockPausedForLongerThanItsEndIsAwaitedIsHeardCompletely) {
     CqPulseOptions options = m_Options;
     options.m_Latency = milliseconds(1000); // all of it is at the server at once
     const CqPulse pulse = q32Pulse(options);
@@ -177,7 +177,7 @@ TEST_F(PulseAudioFault, ABlockThatIsPausedForLongerThanItsEndIsAwaitedIsHeardWho
     EXPECT_EQ(sound.m_nReports, 1);
 }
 
-TEST_F(PulseFault, AnEndThatTheServerForgetsWaitsForAsLongAsMoreIsHeard) {
+TEST_F(PulseFault, AnEndThatTheServerForgetsIsDelayedWhileMoreIsHeard) {
     const CqPulse pulse = q32Pulse(m_Options);
     TestSound sound(40 * kBytesPerMs);
     ASSERT_TRUE(sound.fnOpen(*pulse.m_pWaveOut));
@@ -253,7 +253,7 @@ TEST_F(PulseFault, AMixerWhoseCallFailsSetsNothingAndSaysSo) {
     EXPECT_EQ(values, Values{0});
 }
 
-TEST_F(PulseFault, AServerThatGoesInTheMidstOfASettingFailsIt) {
+TEST_F(PulseFault, AServerThatDisappearsDuringASettingFailsIt) {
     const CqPulse pulse = q32Pulse(m_Options);
     const auto mixer = pulse.m_pMixers->fnOpen(0, {});
     ASSERT_NE(mixer, nullptr);

@@ -86,7 +86,7 @@ TEST_F(PulsePlay, ABlockIsHeardSampleForSampleAndItsEndReportedOnce) {
     EXPECT_EQ(m_Sound.fnGetPosition(), 0u);
 }
 
-TEST_F(PulseGapless, ABlockIsHeardAsItIs) {
+TEST_F(PulseGapless, ABlockIsHeardUnchanged) {
     EXPECT_TRUE(fnIsCleanInATake([&] {
         TestSound sound(500 * kBytesPerMs);
         EXPECT_TRUE(sound.fnStart(m_Sound) && sound.fnAwaitEnd());
@@ -94,7 +94,7 @@ TEST_F(PulseGapless, ABlockIsHeardAsItIs) {
     }));
 }
 
-TEST_F(PulseGapless, BlocksShorterThanTheLatencyAreHeardWhole) {
+TEST_F(PulseGapless, BlocksShorterThanTheLatencyAreHeardCompletely) {
     for (const std::size_t bytes : {4u, 400u, 4000u}) {
         EXPECT_TRUE(fnIsCleanInATake([&] {
             TestSound sound(bytes, static_cast<unsigned>(bytes));
@@ -140,7 +140,7 @@ TEST_F(PulseGapless, ALoopOfOneFrameIsHeardWithoutAGap) {
     }));
 }
 
-TEST_F(PulseGapless, ALoopIsHeardAsOftenAsItSays) {
+TEST_F(PulseGapless, ALoopIsHeardTheRequestedNumberOfTimes) {
     EXPECT_TRUE(fnIsCleanInATake([&] {
         TestSound sound(30 * kBytesPerMs);
         sound.fnLoop(3);
@@ -149,7 +149,7 @@ TEST_F(PulseGapless, ALoopIsHeardAsOftenAsItSays) {
     }));
 }
 
-TEST_F(PulsePlay, StopFallsSilentWithinATenthOfASecond) {
+TEST_F(PulsePlay, StopSilencesTheOutputWithinATenthOfASecond) {
     TestSound sound(100 * kBytesPerMs);
     sound.fnLoop(0xFFFFFFFFu);
     ASSERT_TRUE(sound.fnOpen(m_Sound));
@@ -289,7 +289,7 @@ TEST_F(PulsePlay, ABlockBeyondTheServersQueueStartsAtOnce) {
     EXPECT_TRUE(sound.m_Samples.starts_with(fnHearSamples()));
 }
 
-TEST_F(PulsePlay, BytesBehindTheLastWholeFrameAreNotHeard) {
+TEST_F(PulsePlay, BytesAfterTheLastCompleteFrameAreNotHeard) {
     TestSound sound(4003);
     ASSERT_TRUE(sound.fnStart(m_Sound));
     ASSERT_TRUE(sound.fnAwaitEnd());
@@ -322,7 +322,7 @@ TEST_F(PulsePlay, TwoDevicesPlayAtOnce) {
     EXPECT_EQ(second.m_nReports, 1);
 }
 
-TEST_F(PulsePlay, TheDesktopSeesWhatPlaysAndWhatFor) {
+TEST_F(PulsePlay, TheServerShowsWhatPlaysAndItsRole) {
     CqPulseOptions options = fnOptions();
     options.m_szApplication = "A player of the test";
     options.m_szIcon = "multimedia-player";

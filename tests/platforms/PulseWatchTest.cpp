@@ -57,7 +57,7 @@ TEST_F(PulseWatch, AServerIsSoughtAgainAfterEachAttemptThatFails) {
     EXPECT_TRUE(fnAwaitTold(1));
 }
 
-TEST_F(PulseWatch, AServerThatDidntAnswerInTimeIsSoughtAgain) {
+TEST_F(PulseWatch, AServerThatDidNotAnswerInTimeIsSoughtAgain) {
     CqPulseOptions options = m_Options;
     options.m_Patience = milliseconds(100);
     m_Pulse = q32Pulse(options);
@@ -82,7 +82,7 @@ TEST_F(PulseWatch, AServerThatDidntAnswerInTimeIsSoughtAgain) {
     EXPECT_TRUE(fnAwait([&] { return told > 0; }, [&] { m_Pulse.m_pMixers->fnPump(); }));
 }
 
-TEST_F(PulseWatch, ChangesAreToldAlthoughTheServerCouldntBeAskedToTellThemAtFirst) {
+TEST_F(PulseWatch, ChangesAreReportedEvenIfTheFirstSubscriptionFailed) {
     const PulseFailure failure(1, "pa_context_subscribe");
     const auto mixer = fnOpenMixer();
     ASSERT_NE(mixer, nullptr);
@@ -91,7 +91,7 @@ TEST_F(PulseWatch, ChangesAreToldAlthoughTheServerCouldntBeAskedToTellThemAtFirs
     EXPECT_TRUE(fnAwaitTold(1));
 }
 
-TEST_F(PulseWatch, AChangeIsToldAlthoughItCouldntBeReadAtFirst) {
+TEST_F(PulseWatch, AChangeIsReportedEvenIfItsFirstReadFailed) {
     const auto mixer = fnOpenMixer();
     ASSERT_NE(mixer, nullptr);
     const PulseFailure failure(1, "pa_context_get_sink_info_by_name");
@@ -100,7 +100,7 @@ TEST_F(PulseWatch, AChangeIsToldAlthoughItCouldntBeReadAtFirst) {
     EXPECT_EQ(PulseFailure::fnGetFailed(), "pa_context_get_sink_info_by_name");
 }
 
-TEST_F(PulseWatch, AnOutputIsUsedAndFollowedAlthoughTheServerNamesNoDefault) {
+TEST_F(PulseWatch, AnOutputIsUsedAndFollowedEvenIfTheServerNamesNoDefault) {
     const PulseNoDefault hidden;
     const auto mixer = fnOpenMixer();
     ASSERT_NE(mixer, nullptr);
@@ -118,21 +118,21 @@ TEST_F(PulseWatch, AnOutputIsUsedAndFollowedAlthoughTheServerNamesNoDefault) {
     EXPECT_EQ(PulseFailure::fnGetFailed(), "pa_context_get_sink_info_list");
 }
 
-TEST_F(PulseWatch, AnOutputThatCantBeAskedForAmongAllIsNone) {
+TEST_F(PulseWatch, AnOutputThatCannotBeListedCountsAsMissing) {
     const PulseNoDefault hidden;
     const PulseFailure failure(1, "pa_context_get_sink_info_list");
     EXPECT_FALSE(m_Pulse.m_pWaveOut->fnCanPlay(kSinkFormat));
     EXPECT_TRUE(m_Pulse.m_pWaveOut->fnCanPlay(kSinkFormat));
 }
 
-TEST_F(PulseWatch, ForAMixerThatIsGoneNoServerIsSought) {
+TEST_F(PulseWatch, NoServerIsSoughtForAClosedMixer) {
     ASSERT_NE(fnOpenMixer(), nullptr);
     EXPECT_FALSE(fnIsSought());
     EXPECT_TRUE(m_Pulse.m_pWaveOut->fnCanPlay(kSinkFormat)) << "but found when it is needed";
     EXPECT_TRUE(fnIsConnected(kHost));
 }
 
-TEST_F(PulseWatch, ForAMixerThatDidntOpenNoServerIsSought) {
+TEST_F(PulseWatch, NoServerIsSoughtForAMixerThatDidNotOpen) {
     {
         const PulseFailure failure(1, "pa_context_get_sink_info_by_name");
         ASSERT_EQ(fnOpenMixer(), nullptr);
@@ -140,7 +140,7 @@ TEST_F(PulseWatch, ForAMixerThatDidntOpenNoServerIsSought) {
     EXPECT_FALSE(fnIsSought());
 }
 
-TEST_F(PulseWatch, AServerIsSoughtForTheMixerThatIsLeft) {
+TEST_F(PulseWatch, AServerIsSoughtForTheRemainingMixer) {
     auto first = fnOpenMixer();
     const auto second = fnOpenMixer();
     ASSERT_TRUE(first && second);
@@ -152,7 +152,7 @@ TEST_F(PulseWatch, AServerIsSoughtForTheMixerThatIsLeft) {
     EXPECT_TRUE(fnAwait([&] { return fnIsSought(); }));
 }
 
-TEST_F(PulseWatch, AMixerIsNotToldOfWhatHappenedWhileNoneWasOpen) {
+TEST_F(PulseWatch, AMixerGetsNoReportsOfChangesWhileNoneWasOpen) {
     ASSERT_NE(fnOpenMixer(), nullptr);
     s_pServer->fnControl({"set-sink-volume", "lab", "30000"});
     const auto mixer = fnOpenMixer();

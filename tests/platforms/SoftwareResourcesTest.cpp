@@ -117,7 +117,7 @@ TEST(ResFile, DoesNotInsistOnPaddingAtTheEnd) {
     EXPECT_EQ(entries[0].m_Data, "abcde");
 }
 
-TEST(ResFile, EveryCutFileIsReadUpToTheCut) {
+TEST(ResFile, EveryTruncatedFileIsReadUpToItsEnd) {
     const std::string file = fnSample();
     std::vector<q32::software::ResEntry> entries;
     std::size_t whole = 0;
@@ -133,7 +133,7 @@ TEST(ResFile, EveryCutFileIsReadUpToTheCut) {
     EXPECT_FALSE(q32::software::fnReadResFile(std::string(32, '\0'), entries)) << "no marker";
 }
 
-TEST(ResFile, SpoiledFilesGiveNothingFromOutside) {
+TEST(ResFile, DamagedFilesGiveNoBytesFromOutside) {
     const std::string file = fnSample();
     std::mt19937 random(11);
     std::vector<q32::software::ResEntry> entries;
@@ -193,7 +193,7 @@ TEST_F(SoftwareResources, StringsComeFromBlocksOfSixteen) {
     EXPECT_EQ(fnLoad(nullptr, 0x10000 + 19), "(missing)");
 }
 
-TEST_F(SoftwareResources, ResourcesComeAndGoWhileTheWorldRuns) {
+TEST_F(SoftwareResources, ResourcesCanBeAddedAndRemovedAtRunTime) {
     ASSERT_TRUE(m_Resources.fnAdd(m_hHost, "WAVE", WORD{1}, "sound"));
     ASSERT_TRUE(m_Resources.fnAddString(m_hHost, 5, "text"));
     EXPECT_EQ(fnFind(nullptr, "WAVE", WORD{1}), "sound");
@@ -218,7 +218,7 @@ TEST_F(SoftwareResources, TheHostsModulesAreSearchedInTheirOrder) {
     EXPECT_EQ(fnFind(second, RT_BITMAP_ID, WORD{1}), "(missing)");
 }
 
-TEST_F(SoftwareResources, TheLibrarysModuleHoldsItsVersionForItselfAlone) {
+TEST_F(SoftwareResources, OnlyTheLibrarysModuleHoldsItsVersion) {
     const std::string version = fnFind(q32::fnModuleInstance(), RT_VERSION_ID, WORD{1});
     ASSERT_EQ(version.size(), 92u); // 6 + 32 of the key, 2 of padding, 52 of the fixed part
     EXPECT_EQ(version[0], 92);

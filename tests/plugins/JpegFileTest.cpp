@@ -72,7 +72,7 @@ TEST_F(JpegFile, GreyAndColourAreReadPlainAndProgressive) {
     }
 }
 
-TEST_F(JpegFile, InksBecomeColoursAsTheirMarkerTellsThem) {
+TEST_F(JpegFile, InksBecomeColoursAsTheirMarkerDeclares) {
     // Cyan, magenta, yellow, black as amounts of ink; with the marker a file holds 255 less that.
     for (const bool adobe : {false, true}) {
         for (const bool ycck : {false, true}) {
@@ -97,7 +97,7 @@ TEST_F(JpegFile, InksBecomeColoursAsTheirMarkerTellsThem) {
     }
 }
 
-TEST_F(JpegFile, DensityIsTakenInItsUnit) {
+TEST_F(JpegFile, DensityIsReadInItsUnit) {
     TestJpeg jpeg = fnRamps(8, 8, 3);
     const int units[][3] = {{0, 300, 96}, {1, 300, 300}, {2, 100, 254}};
     for (const auto& [unit, density, expected] : units) {
@@ -110,7 +110,7 @@ TEST_F(JpegFile, DensityIsTakenInItsUnit) {
     }
 }
 
-TEST_F(JpegFile, AFileThatEndsEarlyIsCorruptedThoughADecoderWouldFillTheRest) {
+TEST_F(JpegFile, ATruncatedFileIsCorruptedThoughADecoderWouldFillTheRest) {
     for (const bool progressive : {false, true}) {
         TestJpeg jpeg = fnRamps(64, 64, 3);
         jpeg.m_bProgressive = progressive;
@@ -121,7 +121,7 @@ TEST_F(JpegFile, AFileThatEndsEarlyIsCorruptedThoughADecoderWouldFillTheRest) {
     }
 }
 
-TEST_F(JpegFile, BytesBetweenSegmentsAreNoHarm) {
+TEST_F(JpegFile, BytesBetweenSegmentsAreIgnored) {
     Bytes file = fnRamps(16, 16, 3).fnMake();
     const Bytes extra = {1, 2, 3};
     file.insert(file.end() - 2, extra.begin(), extra.end());
@@ -160,7 +160,7 @@ TEST_F(JpegFile, MoreThan200ScansAreCorrupted) {
     fnExpectRefused(-6);
 }
 
-TEST_F(JpegFile, CoefficientsBeyondAGibibyteAreOutOfMemory) {
+TEST_F(JpegFile, CoefficientsBeyondAGibibyteAreReportedAsOutOfMemory) {
     TestJpeg jpeg = fnRamps(16, 16, 1);
     jpeg.m_bProgressive = true;
     Bytes file = jpeg.fnMake();
@@ -185,7 +185,7 @@ TEST_F(JpegFile, AnAbsurdSizeIsCorruptedAndTakesNoMemory) {
     }
 }
 
-TEST_F(JpegFile, WhatIsWrittenComesBackWithinTheBoundOfItsQuality) {
+TEST_F(JpegFile, AWrittenPictureReadsBackWithinTheErrorBoundOfItsQuality) {
     // Smooth ramps at quality 90 with halved chroma: no channel is off by more than 8.
     const TestJpeg ramps = fnRamps(131, 130, 3);
     for (const unsigned int bits : {4u, 8u, 16u, 24u, 32u}) {
@@ -231,7 +231,7 @@ TEST_F(JpegFile, AGreyImageIsWrittenGrey) {
     EXPECT_EQ(m_Image.DpiY, 150);
 }
 
-TEST_F(JpegFile, QualityDecidesTheSizeAndIsCutToItsRange) {
+TEST_F(JpegFile, QualityDeterminesTheSizeAndIsClampedToItsRange) {
     const auto image = fnMakeNoise(64, 64, 24, 1);
     std::vector<std::size_t> sizes;
     for (const unsigned int quality : {0u, 1u, 50u, 100u, 101u}) {
@@ -252,7 +252,7 @@ TEST_F(JpegFile, APictureWiderThanTheFormatAllowsIsNotSaved) {
     EXPECT_TRUE(m_World->m_pDisks->fnGetFiles().empty());
 }
 
-TEST_F(JpegFile, WhatTheImageDoesNotTakeIsTold) {
+TEST_F(JpegFile, FeaturesThatTheImageDropsAreReported) {
     const auto isReduced = [&](const Bytes& file) {
         fnPut(file);
         const CqPictureResult result = fnRead();
@@ -275,7 +275,7 @@ TEST_F(JpegFile, WhatTheImageDoesNotTakeIsTold) {
     }
 }
 
-TEST_F(JpegFile, NotesOfAnyLengthArePassedOver) {
+TEST_F(JpegFile, NotesOfAnyLengthAreSkipped) {
     TestJpeg jpeg;
     jpeg.m_nComponents = 3;
     jpeg.m_Samples.resize(8 * 8 * 3);

@@ -67,7 +67,7 @@ protected:
     }
 };
 
-TEST_F(PictureDamage, AFileCutAtAnyByteFailsCleanlyOrGivesTheSamePicture) {
+TEST_F(PictureDamage, AFileTruncatedAtAnyByteFailsCleanlyOrGivesTheSamePicture) {
     for (const Bytes& file : fnMakeFiles()) {
         fnPut(file);
         ASSERT_TRUE(fnRead().fnIsDone());
@@ -89,7 +89,7 @@ TEST_F(PictureDamage, AFileCutAtAnyByteFailsCleanlyOrGivesTheSamePicture) {
     }
 }
 
-TEST_F(PictureDamage, ChangedBytesNeverDoHarm) {
+TEST_F(PictureDamage, ChangedBytesAreHarmless) {
     std::mt19937 random(20);
     for (const Bytes& file : fnMakeFiles()) {
         for (int round = 0; round < 400; ++round) {
@@ -107,7 +107,7 @@ TEST_F(PictureDamage, ChangedBytesNeverDoHarm) {
     }
 }
 
-TEST_F(PictureDamage, ChangedHeadersNeverDoHarm) {
+TEST_F(PictureDamage, ChangedHeadersAreHarmless) {
     std::mt19937 random(21);
     for (const Bytes& file : fnMakeFiles()) {
         for (int round = 0; round < 400; ++round) {
@@ -183,7 +183,7 @@ TEST_F(PictureDamage, EveryLayoutOfATiffIsReadOrRefused) {
     EXPECT_GT(read, 1000);
 }
 
-TEST_F(PictureDamage, PartsOfFilesPutTogetherNeverDoHarm) {
+TEST_F(PictureDamage, PartsOfFilesPutTogetherAreHarmless) {
     std::mt19937 random(22);
     const std::vector<Bytes> files = fnMakeFiles();
     for (int round = 0; round < 1000; ++round) {

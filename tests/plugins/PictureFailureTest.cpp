@@ -25,7 +25,7 @@ protected:
     }
 };
 
-TEST_F(PictureFailure, AFullDiskLosesNothingThatStoodThere) {
+TEST_F(PictureFailure, AFullDiskLosesNoExistingFile) {
     const auto image = fnMakeNoise(200, 200, 24, 1);
     for (const PICTURE_FORMAT format : kAll) {
         for (const std::uint64_t room : {0u, 1u, 1000u, 10000u}) {
@@ -35,7 +35,7 @@ TEST_F(PictureFailure, AFullDiskLosesNothingThatStoodThere) {
     }
 }
 
-TEST_F(PictureFailure, EachFileCallOfAWriteFailsOnceInTurn) {
+TEST_F(PictureFailure, EachFailingFileCallOfAWriteKeepsTheOldFile) {
     const auto image = fnMakeNoise(200, 160, 24, 1); // more than one block of the output
     auto& stream = *m_World->m_pFiles->m_pStream;
     for (const PICTURE_FORMAT format : kAll) {
@@ -80,7 +80,7 @@ TEST_F(PictureFailure, ATargetThatAnotherProgramHasOpenIsKept) {
     EXPECT_EQ(m_World->m_pDisks->fnGetFiles().size(), 1u);
 }
 
-TEST_F(PictureFailure, ANameBesideThatIsTakenIsPassedOver) {
+TEST_F(PictureFailure, AnExistingTemporaryNameIsSkipped) {
     const auto image = fnMakeNoise(5, 5, 24, 1);
     const std::string beside = std::string(kPath) + ".~0";
     m_World->m_pDisks->fnPutFile(beside, "somebody's");
@@ -153,7 +153,7 @@ TEST_F(PictureFailure, EachAllocationOfAWriteFailsOnceInTurn) {
     }
 }
 
-TEST_F(PictureFailure, ProgressRisesToAHundredAndOneCallPerRowAtLeastForRows) {
+TEST_F(PictureFailure, ProgressRisesToAHundredWithAtLeastOneCallPerRow) {
     const auto image = fnMakeNoise(30, 250, 24, 1);
     for (const PICTURE_FORMAT format : kAll) {
         CqToldProgress written;
@@ -197,7 +197,7 @@ TEST_F(PictureFailure, AnAbortAtAnyCallLeavesNoImageAndNoFile) {
     }
 }
 
-TEST_F(PictureFailure, FailedReadsGiveTheirPixelsBack) {
+TEST_F(PictureFailure, FailedReadsReleaseTheirPixels) {
     const auto image = fnMakeNoise(200, 200, 24, 1);
     ASSERT_TRUE(fnWrite(*image, PICTURE_PNG).fnIsDone());
     const std::uint32_t used = q32GetVMPolicy()->fnGetRamUsed();

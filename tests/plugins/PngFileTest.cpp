@@ -160,7 +160,7 @@ TEST_F(PngFile, TheClearColourOfA16BitPictureIsComparedAt16Bits) {
     EXPECT_EQ(fnPixelsOf(m_Image), (Bytes{0, 64, 64, 64, 255, 64, 64, 64}));
 }
 
-TEST_F(PngFile, ResolutionAndTitleAreTaken) {
+TEST_F(PngFile, ResolutionAndTitleAreRead) {
     TestPng png = fnNoise(3, 3, 2, 8);
     png.m_nDotsX = 11811;
     png.m_nDotsY = 2835;
@@ -176,7 +176,7 @@ TEST_F(PngFile, ResolutionAndTitleAreTaken) {
     }
 }
 
-TEST_F(PngFile, WithoutResolutionTheImageHasTheScreens) {
+TEST_F(PngFile, WithoutAResolutionTheImageHasTheScreensResolution) {
     TestPng png = fnNoise(3, 3, 2, 8);
     for (const int unit : {0, 1}) { // an aspect ratio alone; a resolution below one dot per inch
         png.m_nDotsX = png.m_nDotsY = unit == 0 ? 11811 : 10;
@@ -191,7 +191,7 @@ TEST_F(PngFile, WithoutResolutionTheImageHasTheScreens) {
     }
 }
 
-TEST_F(PngFile, SamplesOf16BitsAreRoundedNotCut) {
+TEST_F(PngFile, SamplesOf16BitsAreRoundedNotTruncated) {
     for (unsigned int value = 0; value < 65536; ++value)
         ASSERT_EQ(q32::fnScale16(static_cast<std::uint16_t>(value)), (value * 255 + 32767) / 65535);
 }
@@ -217,7 +217,7 @@ TEST_F(PngFile, AHugeSizeInASmallFileIsCorruptedAndTakesNoMemory) {
     EXPECT_EQ(m_World->m_pMemory->m_Reserve.fnGetCount(), reserved);
 }
 
-TEST_F(PngFile, WhatTheImageDoesNotTakeIsTold) {
+TEST_F(PngFile, FeaturesThatTheImageDropsAreReported) {
     const auto isReduced = [&](const TestPng& png) {
         fnPut(png.fnMake());
         const CqPictureResult result = fnRead();

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 // No system call moves to a place beyond 2^63, nor reads across it.
-TEST(PosixPicture, APlaceBeyondAnyFileIsTheEndOfTheFile) {
+TEST(PosixPicture, AnOffsetBeyondAnyFileIsTheEndOfTheFile) {
     const q32::test::Folder folder;
     const auto world = q32HeadlessWorld();
     CqPlatform platform = world->fnPlatform();

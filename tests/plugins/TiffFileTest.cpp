@@ -99,7 +99,7 @@ protected:
     }
 };
 
-TEST_F(TiffFile, GreyIsReadAtEveryDepthBothWaysRound) {
+TEST_F(TiffFile, GreyIsReadAtEveryDepthInBothPolarities) {
     for (const int bits : {1, 2, 4, 8, 16}) {
         for (const int photometric : {PHOTOMETRIC_MINISBLACK, PHOTOMETRIC_MINISWHITE}) {
             SCOPED_TRACE(bits);
@@ -122,7 +122,7 @@ TEST_F(TiffFile, ColourWithAndWithoutAlphaIsRead) {
     }
 }
 
-TEST_F(TiffFile, AlphaOfGreyIsTheSameBothWaysRound) {
+TEST_F(TiffFile, AlphaOfGreyIsTheSameInBothPolarities) {
     for (const int bits : {1, 2, 4, 8, 16}) {
         for (const int photometric : {PHOTOMETRIC_MINISBLACK, PHOTOMETRIC_MINISWHITE}) {
             SCOPED_TRACE(bits * 10 + photometric);
@@ -162,7 +162,7 @@ TEST_F(TiffFile, TilesPlanesCompressionAndByteOrderMakeNoDifference) {
     }
 }
 
-TEST_F(TiffFile, AlphaWeighedIntoTheColoursIsTakenOutAgain) {
+TEST_F(TiffFile, AlphaPremultipliedIntoTheColoursIsRemoved) {
     TestTiff tiff;
     tiff.m_nWidth = 3;
     tiff.m_nSamples = 4;
@@ -174,7 +174,7 @@ TEST_F(TiffFile, AlphaWeighedIntoTheColoursIsTakenOutAgain) {
     ASSERT_NO_FATAL_FAILURE(fnExpectPixels(fnApart(tiff), 32, expected));
 }
 
-TEST_F(TiffFile, AlphaWeighedIntoSamplesWhose0IsWhiteIsTakenOutOfThem) {
+TEST_F(TiffFile, AlphaPremultipliedIntoSamplesWhose0IsWhiteIsRemoved) {
     TestTiff tiff;
     tiff.m_nWidth = 4;
     tiff.m_nSamples = 2;
@@ -227,7 +227,7 @@ TEST_F(TiffFile, InksBecomeColours) {
     ASSERT_NO_FATAL_FAILURE(fnExpectPixels(fnApart(tiff), 24, expected));
 }
 
-TEST_F(TiffFile, AlphaWeighedIntoInksOrIndicesIsPassedOver) {
+TEST_F(TiffFile, AlphaPremultipliedIntoInksOrIndicesIsIgnored) {
     for (const bool inks : {false, true}) {
         for (const bool tiled : {false, true}) {
             SCOPED_TRACE(inks * 10 + tiled);
@@ -274,7 +274,7 @@ TEST_F(TiffFile, LuminanceAndChromaBecomeColours) {
     }
 }
 
-TEST_F(TiffFile, PhotographsInsideAreReadAndRefusedWhenBroken) {
+TEST_F(TiffFile, EmbeddedJpegDataIsReadAndRefusedWhenBroken) {
     TestTiff tiff;
     tiff.m_nWidth = tiff.m_nHeight = 64;
     tiff.m_nSamples = 3;
@@ -326,7 +326,7 @@ TEST_F(TiffFile, AnAbsurdSizeIsCorruptedAndTakesNoMemory) {
     }
 }
 
-TEST_F(TiffFile, ResolutionAndTitleAreTaken) {
+TEST_F(TiffFile, ResolutionAndTitleAreRead) {
     TestTiff tiff = fnNoise(5, 5, PHOTOMETRIC_RGB, 3, 8);
     const struct {
         int m_nUnit;
@@ -357,7 +357,7 @@ TEST_F(TiffFile, ResolutionAndTitleAreTaken) {
     EXPECT_STREQ(m_Image.Title, "named");
 }
 
-TEST_F(TiffFile, FractionsAndSamplesOfOddSizesAreNotSupported) {
+TEST_F(TiffFile, FloatingPointAndOddSizedSamplesAreNotSupported) {
     TestTiff tiff = fnNoise(8, 8, PHOTOMETRIC_MINISBLACK, 1, 32);
     fnPut(tiff.fnMake());
     fnExpectRefused(-102);
@@ -368,7 +368,7 @@ TEST_F(TiffFile, FractionsAndSamplesOfOddSizesAreNotSupported) {
     fnExpectRefused(-102);
 }
 
-TEST_F(TiffFile, WhatTheImageDoesNotTakeIsTold) {
+TEST_F(TiffFile, FeaturesThatTheImageDropsAreReported) {
     const auto isReduced = [&](const TestTiff& tiff) {
         fnPut(tiff.fnMake());
         const CqPictureResult result = fnRead();

@@ -17,7 +17,7 @@ using DumpWnd = DumpTest;
 
 } // namespace
 
-TEST_F(DumpWnd, TheWindowIsMadeWithItsCaptionMenuAndPrompts) {
+TEST_F(DumpWnd, TheWindowIsCreatedWithItsCaptionMenuAndPrompts) {
     ASSERT_TRUE(q32CreateDumpWnd());
     const CqHeadlessDumpView& view = *fnView();
     EXPECT_EQ(view.fnGetCaption(), "Dump Window");
@@ -33,7 +33,7 @@ TEST_F(DumpWnd, TheWindowIsMadeWithItsCaptionMenuAndPrompts) {
                   {}}));
 }
 
-TEST_F(DumpWnd, AHighlightedItemHasItsPromptInTheStatusBar) {
+TEST_F(DumpWnd, AHighlightedItemShowsItsPromptInTheStatusBar) {
     CqHeadlessDumpView& view = fnOpen();
     view.fnHighlight(kSave);
     EXPECT_EQ(view.fnGetStatusText(), "Save the content of this window");
@@ -43,7 +43,7 @@ TEST_F(DumpWnd, AHighlightedItemHasItsPromptInTheStatusBar) {
     EXPECT_EQ(view.fnGetStatusText(), "Ready");
 }
 
-TEST_F(DumpWnd, ASecondWindowIsNotMade) {
+TEST_F(DumpWnd, ASecondWindowIsNotCreated) {
     ASSERT_TRUE(q32CreateDumpWnd());
     const CqHeadlessDumpView* view = fnView();
     EXPECT_TRUE(q32CreateDumpWnd());
@@ -111,7 +111,7 @@ TEST_F(DumpWnd, ClearingAStreamThatHasWrittenNothingEmptiesTheWindow) {
     EXPECT_EQ(view.fnGetText(), "text!");
 }
 
-TEST_F(DumpWnd, TheLastStreamToWriteIsTheOneThatIsShown) {
+TEST_F(DumpWnd, TheLastStreamToWriteIsShown) {
     CqHeadlessDumpView& view = fnOpen();
     OpenDumpBin first;
     OpenDumpBin second;
@@ -126,7 +126,7 @@ TEST_F(DumpWnd, TheLastStreamToWriteIsTheOneThatIsShown) {
     EXPECT_EQ(view.fnGetText(), "");
 }
 
-TEST_F(DumpWnd, AWindowThatComesLaterShowsTheWholeStreamAtItsNextOutput) {
+TEST_F(DumpWnd, AWindowCreatedLaterShowsTheWholeStreamAtItsNextOutput) {
     OpenDumpBin dump;
     dump << "before ";
     CqHeadlessDumpView& view = fnOpen();
@@ -135,7 +135,7 @@ TEST_F(DumpWnd, AWindowThatComesLaterShowsTheWholeStreamAtItsNextOutput) {
     EXPECT_EQ(view.fnGetText(), "before after");
 }
 
-TEST_F(DumpWnd, AStreamInAnEndedOnesPlaceDoesNotContinueItsText) {
+TEST_F(DumpWnd, AStreamAtADestroyedOnesAddressDoesNotContinueItsText) {
     CqHeadlessDumpView& view = fnOpen();
     alignas(OpenDumpBin) unsigned char place[sizeof(OpenDumpBin)];
     auto* ended = new (place) OpenDumpBin;
@@ -206,7 +206,7 @@ TEST_F(DumpWnd, AlwaysOnTopIsSwitchedInTheMenu) {
     EXPECT_FALSE(view.fnChoose(0));
 }
 
-TEST_F(DumpWnd, AWindowThatCantBeMadeIsToldByTheResultAlone) {
+TEST_F(DumpWnd, AWindowThatCannotBeCreatedIsReportedByTheResultAlone) {
     fnDesk().m_Create.fnFail();
     EXPECT_FALSE(q32CreateDumpWnd());
     EXPECT_TRUE(fnBoxes().empty());
@@ -214,7 +214,7 @@ TEST_F(DumpWnd, AWindowThatCantBeMadeIsToldByTheResultAlone) {
     EXPECT_TRUE(q32CreateDumpWnd());
 }
 
-TEST_F(DumpWnd, APartThatCantBeMadeIsToldByAMessage) {
+TEST_F(DumpWnd, APartThatCannotBeCreatedIsReportedByAMessage) {
     for (CqHeadlessCalls* calls : {&fnDesk().m_CreateText, &fnDesk().m_CreateStatusBar}) {
         m_World->m_pMessages->fnClearBoxes();
         calls->fnFail();
@@ -238,7 +238,7 @@ TEST_F(DumpWnd, TheTextHasTheFontOfIconTitles) {
         << "seven cells of twelve pixels, and two and a half rows";
 }
 
-TEST_F(DumpWnd, WithoutTheFontTheWindowStandsAllTheSame) {
+TEST_F(DumpWnd, WithoutTheFontTheWindowIsStillCreated) {
     m_World->m_pScreen->fnSetIconTitleHeight(22);
     CqHeadlessPaintCalls& paint = m_World->m_pScreen->m_Paint;
     for (CqHeadlessCalls* calls : {&paint.m_IconTitleFont, &paint.m_CreateFont}) {
@@ -268,7 +268,7 @@ TEST_F(DumpWnd, CreatingWithoutMemoryShowsAMessageAndLeavesNoWindow) {
     EXPECT_GT(failures, refused) << "reading the settings is done without";
 }
 
-TEST_F(DumpWnd, DestroyingWithoutMemoryLosesTheLayoutAlone) {
+TEST_F(DumpWnd, DestroyingWithoutMemoryLosesOnlyTheLayout) {
     for (std::size_t nth = 1; nth <= 40; ++nth) {
         ASSERT_TRUE(q32CreateDumpWnd());
         CqAllocationFailure failure(nth, true);
@@ -330,7 +330,7 @@ public:
 
 } // namespace
 
-TEST(DumpWndOfABareView, ShowsTheTextAndLosesNoMoreThanItsLayout) {
+TEST(DumpWndOfABareView, ShowsTheTextAndLosesOnlyItsLayout) {
     const auto world = q32HeadlessWorld();
     const auto windows = std::make_shared<BareWindows>();
     CqPlatform platform = world->fnPlatform();

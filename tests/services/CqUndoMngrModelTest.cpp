@@ -185,7 +185,7 @@ protected:
 
 } // namespace
 
-TEST_F(UndoModel, TenThousandRandomCallsAgreeWithThePlainModel) {
+TEST_F(UndoModel, TenThousandRandomCallsMatchThePlainModel) {
     for (int calls = 0; calls < 12000;) {
         if (!fnCall())
             continue;

@@ -73,7 +73,7 @@ TEST(DumpLayoutAtTheEnd, TheWindowSavesItsLayoutWhenTheLibraryIsDetached) {
     }
 }
 
-TEST(DumpLayoutAtTheEnd, AHostThatEndsWithoutDetachingEndsWell) {
+TEST(DumpLayoutAtTheEnd, AHostThatExitsWithoutDetachingExitsCleanly) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
@@ -83,7 +83,7 @@ TEST(DumpLayoutAtTheEnd, AHostThatEndsWithoutDetachingEndsWell) {
         testing::ExitedWithCode(7), "");
 }
 
-TEST_F(DumpLayout, ALayoutOfFewerNumbersFillsTheFirstFieldsAlone) {
+TEST_F(DumpLayout, ALayoutOfFewerNumbersFillsOnlyTheFirstFields) {
     EXPECT_EQ(fnPlaceOf("10,20"), kDefaultDumpPlace) << "an empty rectangle";
     EXPECT_EQ(fnPlaceOf("-50,-60"), CRect(-50, -60, 0, 0));
     EXPECT_EQ(fnPlaceOf("-50,-60,40"), CRect(-50, -60, 40, 0));
@@ -146,7 +146,7 @@ TEST_F(DumpLayout, ALayoutIsReadUpTo259Bytes) {
     EXPECT_EQ(fnPlaceOf("1,2,103," + std::string(300, '0') + "204"), kDefaultDumpPlace);
 }
 
-TEST_F(DumpLayout, ALongFolderIsReadWhole) {
+TEST_F(DumpLayout, ALongFolderIsReadCompletely) {
     const std::string folder = "C:\\" + std::string(250, 'a') + "\\" + std::string(260, 'b') + "\\";
     fnOpen("PrefDir=" + folder + "\r\n");
     EXPECT_TRUE(fnView()->fnChoose(16));
@@ -166,7 +166,7 @@ TEST_F(DumpLayout, AFolderThatCantBeWrittenToDoesNoHarm) {
     EXPECT_EQ(fnSetting("Layout"), "1,2,103,204");
 }
 
-TEST_F(DumpLayout, AnUnreadableSettingsFileIsOneWithoutKeys) {
+TEST_F(DumpLayout, AnUnreadableSettingsFileCountsAsOneWithoutKeys) {
     m_World->fnSetSettings("[DumpWnd]\r\nLayout=1,2,103,204\r\nOnTop=0\r\n");
     m_World->m_pFiles->m_ReadText.fnFail(1, CqHeadlessCalls::kForever);
     ASSERT_TRUE(q32CreateDumpWnd());

@@ -37,7 +37,7 @@ protected:
 
 } // namespace
 
-TEST_F(DumpPicture, AWindowIsAsLargeAsItsPlaceWithItsTextBetweenCaptionAndStatusBar) {
+TEST_F(DumpPicture, AWindowFillsItsPlaceWithTextBetweenCaptionAndStatusBar) {
     const CqHeadlessDumpView& view = fnOpen("100,50,205,120"); // 17 cells and 3 pixels by 70
     CqDumpBin dump;
     dump << "first\nsecond \x80\n";
@@ -53,7 +53,7 @@ TEST_F(DumpPicture, AWindowIsAsLargeAsItsPlaceWithItsTextBetweenCaptionAndStatus
     EXPECT_EQ(picture.fnGetPixel(104, 69), kFace);
 }
 
-TEST_F(DumpPicture, TheTextIsSeenInItsOwnFont) {
+TEST_F(DumpPicture, TheTextIsShownInItsOwnFont) {
     m_World->m_pScreen->fnSetIconTitleHeight(33);
     const CqHeadlessDumpView& view = fnOpen("0,0,90,100");
     CqDumpBin dump;
@@ -92,7 +92,7 @@ TEST_F(DumpPicture, AWindowThatIsTooSmallShowsWhatFits) {
     EXPECT_TRUE(view.fnGetPicture().m_Rgb.empty());
 }
 
-TEST_F(DumpPicture, IsAsItWasWhenItWasLookedAt) {
+TEST_F(DumpPicture, MatchesTheReviewedPictures) {
     CqHeadlessDumpView& view = fnOpen("0,0,360,143");
     unsigned char bytes[40];
     for (std::size_t i = 0; i < sizeof(bytes); ++i)

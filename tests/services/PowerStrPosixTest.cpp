@@ -80,7 +80,7 @@ std::string fnSize(std::uint64_t bytes) {
 
 } // namespace
 
-TEST_F(PowerStrPosix, ARealVolumeTellsItsSpace) {
+TEST_F(PowerStrPosix, ARealVolumeReportsItsSpace) {
     fnStart();
     for (int attempt = 0;; ++attempt) {
         ASSERT_LT(attempt, 10000) << "the volume never stands still";
@@ -98,7 +98,7 @@ TEST_F(PowerStrPosix, ARealVolumeTellsItsSpace) {
     }
 }
 
-TEST_F(PowerStrPosix, ARealVolumeTellsItsShares) {
+TEST_F(PowerStrPosix, ARealVolumeReportsItsShares) {
     fnStart();
     for (int attempt = 0;; ++attempt) {
         ASSERT_LT(attempt, 10000) << "the volume never stands still";
@@ -115,7 +115,7 @@ TEST_F(PowerStrPosix, ARealVolumeTellsItsShares) {
     }
 }
 
-TEST_F(PowerStrPosix, AVolumeThatIsNotThereHasNoSpace) {
+TEST_F(PowerStrPosix, AMissingVolumeHasNoSpace) {
     fnStart();
     m_Folder.fnWrite("file", "x");
     CqPowerStr text;
@@ -123,7 +123,7 @@ TEST_F(PowerStrPosix, AVolumeThatIsNotThereHasNoSpace) {
     EXPECT_EQ(fnText(text), "0 KB");
 }
 
-TEST_F(PowerStrPosix, RealFilesTellTheirSizes) {
+TEST_F(PowerStrPosix, RealFilesReportTheirSizes) {
     fnStart();
     m_Folder.fnWrite("a.bin", std::string(1536, 'x'));
     CqPowerStr text;
@@ -142,7 +142,7 @@ TEST_F(PowerStrPosix, RealFilesTellTheirSizes) {
     EXPECT_EQ(fnText(text), "0 KB") << "a directory is no file";
 }
 
-TEST_F(PowerStrPosix, ARealFileTellsItsTimeInTheLanguageOfTheUser) {
+TEST_F(PowerStrPosix, ARealFilesTimeIsFormattedInTheLanguageOfTheUser) {
     m_Folder.fnWrite("a.txt", "x");
     const timespec times[2] = {{1709820309, 0}, {1709820309, 0}}; // 2024-03-07 14:05:09 UTC
     ASSERT_EQ(::utimensat(AT_FDCWD, m_Folder.fnPath("a.txt").c_str(), times, 0), 0);
@@ -164,7 +164,7 @@ TEST_F(PowerStrPosix, ARealFileTellsItsTimeInTheLanguageOfTheUser) {
     }
 }
 
-TEST_F(PowerStrPosix, TheClockIsThatOfTheLanguageUnless24HoursAreAskedFor) {
+TEST_F(PowerStrPosix, TheClockIsThatOfTheLanguageUnless24HoursAreRequested) {
     const struct {
         const char *m_szLocale, *m_szLong, *m_szShort;
     } cases[] = {
@@ -193,7 +193,7 @@ TEST_F(PowerStrPosix, ADateIsInTheCodePageOfTheLanguage) {
                             "05\x95\xAA");
 }
 
-TEST_F(PowerStrPosix, ARealFileThatSomebodyHasOpenHasNoSize) {
+TEST_F(PowerStrPosix, ARealFileOpenedElsewhereHasNoSize) {
     fnStart();
     m_Folder.fnWrite("a.bin", std::string(1536, 'x'));
     CqPowerStr text;
@@ -215,7 +215,7 @@ TEST_F(PowerStrPosix, ADirectoryHasNoDate) {
     EXPECT_EQ(fnText(text), "as it was");
 }
 
-TEST_F(PowerStrPosix, AFileThatSomebodyWritesHasNoDateAndOneThatIsReadHas) {
+TEST_F(PowerStrPosix, AFileOpenForWritingHasNoDateAndOneOpenForReadingHas) {
     fnStart();
     m_Folder.fnWrite("a.txt", "x");
     CqPowerStr text("as it was");

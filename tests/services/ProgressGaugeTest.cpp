@@ -105,13 +105,13 @@ TEST_F(ProgressGauge, ShowsFigureHintAndInvertedBar) {
     }
 }
 
-TEST_F(ProgressGauge, HasNoHintWhenNobodyLooksForEsc) {
+TEST_F(ProgressGauge, HasNoHintWhenEscIsNotPolled) {
     CqProgressDisplay display;
     display.fnDrawStatus(37, nullptr);
     fnExpect(fnGauge("37%", 93, false));
 }
 
-TEST_F(ProgressGauge, TakesMoreThanAHundredPercentForAHundred) {
+TEST_F(ProgressGauge, TreatsMoreThanAHundredPercentAsAHundred) {
     CqProgressDisplay display;
     display.fnDrawStatus(150, nullptr);
     fnExpect(fnGauge("100%", 252, false));
@@ -120,7 +120,7 @@ TEST_F(ProgressGauge, TakesMoreThanAHundredPercentForAHundred) {
     EXPECT_EQ(fnPaint().m_BitBlt.fnGetCount(), painted);
 }
 
-TEST_F(ProgressGauge, ShowsTheValueAndReachesPastItsEndWithARangeThatGoesOn) {
+TEST_F(ProgressGauge, ShowsTheValueAndDrawsPastTheEndWithAWiderRange) {
     CqProgressDisplay display;
     display.fnSetRange(50, 150);
     display.fnDrawStatus(0, nullptr);
@@ -131,7 +131,7 @@ TEST_F(ProgressGauge, ShowsTheValueAndReachesPastItsEndWithARangeThatGoesOn) {
     fnExpect(fnGauge("150%", 378, false)); // the bitmap ends before
 }
 
-TEST_F(ProgressGauge, CutsAWideFigureAtItsCellOnBothSides) {
+TEST_F(ProgressGauge, ClipsAWideFigureToItsCellOnBothSides) {
     CqProgressDisplay display;
     display.fnSetRange(0, 1234567);
     display.fnDrawStatus(100, nullptr);
@@ -189,7 +189,7 @@ TEST_F(ProgressGauge, LooksTheSameOnScreensOf8And16And24Bits) {
     }
 }
 
-TEST_F(ProgressGauge, IsAsItWasWhenItWasLookedAt) {
+TEST_F(ProgressGauge, MatchesTheReviewedPictures) {
     ASSERT_TRUE(fnScreen().fnSetMode({300, 20, 32, 96, 96}));
     m_Bar.fnMove(CRect(0, 0, 300, 20));
     bool aborted;

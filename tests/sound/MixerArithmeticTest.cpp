@@ -49,7 +49,7 @@ TEST_F(MixerArithmeticTest, EachVolumeAndBalanceGivesItsLevelsAndReadsBack) {
         }
 }
 
-TEST_F(MixerArithmeticTest, LevelsThatNobodySetAreReadByTheSameRule) {
+TEST_F(MixerArithmeticTest, LevelsFromOutsideAreReadByTheSameRule) {
     fnStart(2);
     EXPECT_EQ(fnRead({51200, 25600}), (Values{200, 64}));
     EXPECT_EQ(fnRead({25600, 51200}), (Values{200, 191}));

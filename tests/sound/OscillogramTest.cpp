@@ -119,7 +119,7 @@ TEST_F(OscillogramTest, SilenceOfAStereoSoundIsAPointInEachBand) {
     EXPECT_EQ(fnDraw(2, 16, {0, 0, 0, 0}, 200), (std::vector{49, 149}));
 }
 
-TEST_F(OscillogramTest, TheLoudestSampleIsABarOverTheWholeBand) {
+TEST_F(OscillogramTest, TheLoudestSampleIsABarAcrossTheBand) {
     EXPECT_EQ(fnDraw(1, 16, {0xFF, 0x7F}, 100), fnRange(0, 99)) << "0 to 100, which is outside";
     EXPECT_EQ(fnDraw(1, 16, {0x00, 0x80}, 100), fnRange(1, 99)) << "99 down to 1";
     EXPECT_EQ(fnDraw(1, 8, {255}, 100), fnRange(0, 99));
@@ -148,7 +148,7 @@ TEST_F(OscillogramTest, VerticallyLoudSamplesAreToTheRight) {
     EXPECT_EQ(fnDraw(2, 16, {0, 0, 0, 0}, 200, true), (std::vector{50, 150}));
 }
 
-TEST_F(OscillogramTest, OfMoreThanTwoChannelsTheFirstAloneIsDrawn) {
+TEST_F(OscillogramTest, WithMoreThanTwoChannelsOnlyTheFirstIsDrawn) {
     EXPECT_EQ(fnDraw(4, 8, {128, 0, 0, 0}, 100), (std::vector{12}));
 }
 
@@ -156,7 +156,7 @@ TEST_F(OscillogramTest, OtherDepthsAreReadAs8Bits) {
     EXPECT_EQ(fnDraw(2, 24, {128, 128, 0, 0, 0, 0}, 200), (std::vector{49, 149}));
 }
 
-TEST_F(OscillogramTest, AStepThatIsNoMultipleOfAFrameReadsOutOfStep) {
+TEST_F(OscillogramTest, AStepThatIsNotAMultipleOfAFrameReadsMisaligned) {
     CqWave wave(2, 8, 8000, 3, true); // 6 bytes over 4 columns: a step of one
     fnFill(wave, {128, 255, 128, 255, 128, 255});
     CqImage image(4, 20, 24, nullptr, 0);
@@ -168,7 +168,7 @@ TEST_F(OscillogramTest, AStepThatIsNoMultipleOfAFrameReadsOutOfStep) {
     EXPECT_EQ(fnGreen(image, 1, false).front(), 0) << "255 first: the second channel's byte";
 }
 
-TEST_F(OscillogramTest, WhatLiesBehindTheBlockIsNotDrawn) {
+TEST_F(OscillogramTest, BytesBeyondTheBlockAreNotDrawn) {
     CqWave wave(2, 16, 8000, 1, true);
     CqImage image(4, 20, 24, nullptr, 0);
     wave.fnRasterize(image, 0, 1, false, false); // one byte a step
@@ -200,7 +200,7 @@ TEST_F(OscillogramTest, APaletteWithoutGreenShowsItsFirstColour) {
         EXPECT_EQ(*image.fnGetPixelAddr(0, y), y == 4 ? 0 : 1) << y;
 }
 
-TEST_F(OscillogramTest, IsAsThePlainRuleHasItForAnySoundAndImage) {
+TEST_F(OscillogramTest, FollowsThePlainRuleForAnySoundAndImage) {
     Random random(7);
     for (int run = 0; run < 1500; ++run) {
         const unsigned int channels = 1 + random() % 3;
@@ -232,7 +232,7 @@ TEST_F(OscillogramTest, IsAsThePlainRuleHasItForAnySoundAndImage) {
     }
 }
 
-TEST_F(OscillogramTest, EachSampleOf16BitsLiesWhereTheRuleHasIt) {
+TEST_F(OscillogramTest, EachSampleOf16BitsFollowsTheRule) {
     // 65536 columns, one for each sample.
     CqWave wave(1, 16, 8000, 65536, false);
     for (std::uint32_t i = 0; i < 65536; ++i) {
@@ -248,7 +248,7 @@ TEST_F(OscillogramTest, EachSampleOf16BitsLiesWhereTheRuleHasIt) {
     }
 }
 
-TEST(OscillogramPages, EachStepTouchesThePageOfItsFrameAlone) {
+TEST(OscillogramPages, EachStepTouchesOnlyThePageOfItsFrame) {
     ASSERT_TRUE(q32Attach(q32PosixPlatform()));
     {
         const auto page = static_cast<std::uint32_t>(sysconf(_SC_PAGESIZE));

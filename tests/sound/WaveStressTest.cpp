@@ -120,7 +120,7 @@ private:
 
 using WaveStressTest = WaveTest;
 
-TEST_F(WaveStressTest, AHundredThousandRandomStepsNeverHangAndNeverLoseAnEnd) {
+TEST_F(WaveStressTest, AHundredThousandRandomStepsNeitherHangNorLoseAnEnd) {
     {
         Player player(fnDevice());
         Random random(1);
