@@ -14,7 +14,7 @@
 
 namespace {
 
-/// The cause of the file exception that `work` raises; FILE_CAUSE_NONE when it raises none.
+/// The cause of the file exception that `work` throws; FILE_CAUSE_NONE when it throws none.
 template <typename Work>
 CQ_FILE_CAUSE fnCause(Work&& work) {
     CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
@@ -192,7 +192,7 @@ TEST(CFile, OpeningSurvivesEachFailedAllocation) {
 TEST(CFile, AStreamWithoutMemoryRaisesTheMemoryException) {
     CqFakeWorld world;
     CFile file("a.txt", CFile::modeCreate | CFile::modeWrite);
-    const std::string block(1000, 'x'); // more than the fake's text holds without a block
+    const std::string block(1000, 'x'); // too long for the fake's inline text
     {
         const CqAllocationFailure failure(1);
         EXPECT_THROW(file.Write(block.data(), block.size()), CMemoryException*);

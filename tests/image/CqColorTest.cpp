@@ -157,7 +157,7 @@ Hsb fnHsbByCases(int r, int g, int b) {
     const int up = (delta / 2 + (middle - least) * 60) / delta;
     const int down = (delta / 2 + (most - middle) * 60) / delta;
     int hue = 0;
-    // Red and blue are placed first, blue above on a tie; then green, in the middle on a tie.
+    // Red and blue are ordered first, blue higher on a tie; then green, in the middle on a tie.
     const char maximum = r > b ? (g > r ? 'g' : 'r') : (g > b ? 'g' : 'b');
     const char minimum = r > b ? (g < b ? 'g' : 'b') : (g < r ? 'g' : 'r');
     if (maximum == 'r')
@@ -214,7 +214,7 @@ TEST(CqColorHsb, AlphaIsUnchanged) {
 TEST(CqColorHsb, ValuesOutOfRangeWrapAtEightBits) {
     EXPECT_EQ(fnFromHsb(HSB_UNDEFINED_HUE, 0, 0x1234), fnRgb(0x34, 0x34, 0x34));
     EXPECT_EQ(fnFromHsb(0, 0, 300), fnRgb(44, 44, 44));
-    // Far values are harmless.
+    // Extreme values are harmless.
     fnFromHsb(2147483647, 2147483647, 2147483647);
     fnFromHsb(-2147483647 - 1, -2147483647 - 1, -2147483647 - 1);
 }
@@ -291,7 +291,7 @@ TEST(CqColorVideo, EveryColourFollowsTheLimits) {
 TEST(CqColorVideo, AColourThatOnePassHasChangedMayStillBeOutOfRange) {
     CqColor color(0, 255, 15, 255);
     EXPECT_FALSE(color.fnEnsureVideoSafe(CqColor::VIDEO_PAL));
-    EXPECT_EQ(color, CqColor(0, 180, 10, 255)); // 255 and 15 times 0.7059, cut
+    EXPECT_EQ(color, CqColor(0, 180, 10, 255)); // 255 and 15 times 0.7059, truncated
     EXPECT_FALSE(color.fnEnsureVideoSafe(CqColor::VIDEO_PAL));
 }
 

@@ -157,7 +157,8 @@ TEST_F(CqImageLineTest, A4BitFillFromAnOddPixelBeginsOnePixelLate) {
     line.fnFillColor(CqColor(255, 0, 0, 255), 1, 2); // index 9
     line.fnFlush();
     EXPECT_EQ(fnRow(image, 0), (std::vector<unsigned char>{0, 0x99, 0, 0, 0}));
-    line.fnFillColor(CqColor(255, 0, 0, 255), 9, 1); // begins behind the row: nothing is seen of it
+    line.fnFillColor(CqColor(255, 0, 0, 255), 9,
+                     1); // begins after the row, so it leaves no visible pixel
     line.fnFlush();
     EXPECT_EQ(fnRow(image, 0), (std::vector<unsigned char>{0, 0x99, 0, 0, 0}));
 }
@@ -273,7 +274,7 @@ TEST_F(CqImageLineTest, PixelsOfFullBytesMatchTheImage) {
                 CqImageLine line;
                 image.fnAccessLine(0, &line, false);
                 EXPECT_TRUE(line.fnGetPixelColor(x) == image.fnGetPixelColor(x, 0)) << bits;
-                const CqColor color(255, 213, 51, 9); // in the default palette
+                const CqColor color(255, 213, 51, 9); // a colour of the default palette
                 line.fnSetPixelColor(x, color);
                 EXPECT_TRUE(bits == 16 || line.fnGetPixelColor(x).fnIsEqual(color, bits == 32));
             }
@@ -301,7 +302,7 @@ TEST_F(CqImageLineTest, SixteenBitPixelsAreSetLowByteFirstAndReadWithAMixedGreen
     EXPECT_EQ(read.m_Blue, (0xCD << 3) & 0xFF);
 }
 
-/// A whole row set by a memoryless walk from `start`, against a plain picture of the rule.
+/// A whole row set by a memoryless walk from `start`, compared with a plain version of the rule.
 TEST_F(CqImageLineTest, AMemorylessWalkReachesEveryPixelOfARow) {
     Random random(4);
     for (const unsigned int bits : {4u, 8u, 16u, 24u, 32u}) {
@@ -371,7 +372,7 @@ TEST_F(CqImageLineTest, A4BitWalkFromAnOddPixelRunsOneByteLate) {
     EXPECT_EQ(line.fnGetPixel() - image.TileMap->PixelBuffer, 1);
     for (int i = 0; i < 5; ++i)
         line.fnSetPixel(255, 255, 255, 255); // index 15
-    // The pair of 0 and 1 is passed over, and the last pixel lands in the next row.
+    // The pair of pixels 0 and 1 is skipped, and the last pixel is written into the next row.
     EXPECT_EQ(fnRow(image, 0), (std::vector<unsigned char>{0, 0x0F, 0xFF}));
     EXPECT_EQ(fnRow(image, 1), (std::vector<unsigned char>{0xFF, 0, 0}));
     image.fnAccessLine(1, &line, false);

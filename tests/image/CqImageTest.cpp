@@ -9,7 +9,7 @@ namespace {
 
 class CqImageTest : public AttachedTest {
 protected:
-    /// An image whose protected parts can be reached.
+    /// An image with accessible protected members.
     class Bare : public CqImage {
     public:
         using CqImage::CqImage;
@@ -17,7 +17,7 @@ protected:
         using CqImage::fnSetBuf;
     };
 
-    /// An object that tells its end.
+    /// An object that reports its destruction.
     class Data : public CObject {
     public:
         explicit Data(int& ends) : m_nEnds(ends) {}
@@ -190,7 +190,7 @@ TEST_F(CqImageTest, CreatesAScreenPalette) {
     CqImage image(2, 2, 4, nullptr, 0);
     CPalette palette;
     image.fnGetPalette(palette);
-    image.fnGetPalette(palette); // what it held is deleted first
+    image.fnGetPalette(palette); // its previous content is deleted first
     ASSERT_EQ(palette.GetEntryCount(), 16);
     PALETTEENTRY entry;
     ASSERT_EQ(palette.GetPaletteEntries(9, 1, &entry), 1u);
@@ -252,7 +252,7 @@ TEST_F(CqImageTest, AnImageAssignedToItselfGetsNewStorageAndLosesItsPixels) {
     CqImage& same = image;
     image = same;
     EXPECT_EQ(fnPixels(image),
-              std::vector<unsigned char>(200 * 200 * 3, 0)); // as the platform gives it
+              std::vector<unsigned char>(200 * 200 * 3, 0)); // fresh storage is zero
     EXPECT_FALSE(image.TileMap->TileTable[0].Locked);
 }
 
@@ -305,7 +305,7 @@ TEST_F(CqImageTest, SettingTheSamePluginDataAgainDeletesIt) {
         image.fnGetPluginData(held);
         image.fnSetPluginData(held);
         EXPECT_EQ(ends, 2);
-        image.PluginData = new Data(ends); // instead of the one that is gone
+        image.PluginData = new Data(ends); // replaces the deleted one
     }
     EXPECT_EQ(ends, 3);
 }

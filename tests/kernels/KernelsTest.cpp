@@ -112,7 +112,7 @@ TEST(Kernels, TheScalarLevelIsOnEveryMachine) {
     EXPECT_EQ(fnKernelsOfLevel(KernelLevel::SCALAR)->m_eLevel, KernelLevel::SCALAR);
 }
 
-// CTest runs it at each cap, so that the environment is proved to be read.
+// CTest runs it at each cap, which proves that the environment is read.
 TEST(Kernels, TheActiveTableIsTheHighestLevelThatMachineAndEnvironmentAllow) {
     const char* variable = std::getenv("Q32_KERNELS");
     const std::string cap = variable ? variable : "";
@@ -251,7 +251,7 @@ TEST_P(KernelsPalette, AnIndexBeyondThePaletteIsBlackAndReadsNothing) {
         for (const std::size_t paletteCount : {0, 1, 2, 7, 8, 9, 15, 16, 100, 216, 252, 255, 256})
             for (const std::size_t repeat : {1, 3}) {
                 const Bytes palette = fnRandomBytes(m_Random, 4 * paletteCount);
-                const SourceBytes entries(palette, 0); // ends at the allocation's end
+                const SourceBytes entries(palette, 0); // ends with the allocation
                 Bytes content(256 * repeat);
                 std::iota(content.begin(), content.end(), std::uint8_t{0});
                 TargetBytes target(content.size() * look.targetBytes, 0);

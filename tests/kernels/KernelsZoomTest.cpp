@@ -5,7 +5,7 @@ namespace {
 
 class KernelsZoom : public KernelsAtEachLevel {
 protected:
-    // Source pixel x / factor is written factor - x % factor times, cut at the end of the run.
+    // Source pixel x / factor is written factor - x % factor times, up to the end of the run.
     void fnCheckInflate(std::size_t bytes, std::size_t count, std::size_t factor, std::size_t phase,
                         std::size_t misalignment) {
         const std::size_t pixels = (phase + count + factor - 1) / factor;

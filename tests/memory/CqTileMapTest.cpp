@@ -11,7 +11,7 @@ namespace {
 
 class CqTileMapTest : public AttachedTest {};
 
-/// Where the rule puts the byte of a pixel in the block: tiles of at most 128 x 128 in row-major
+/// Offset of a pixel's byte in the block by the rule: tiles of at most 128 x 128 in row-major
 /// order without gaps.
 std::size_t fnPlaceOf(std::uint32_t width, std::uint32_t height, std::uint32_t bits,
                       std::uint32_t x, std::uint32_t y) {
@@ -237,7 +237,7 @@ TEST_F(CqTileMapTest, AChangedPaletteDropsTheScreenPaletteMadeOfIt) {
     map.DrawPalette = std::make_unique<CPalette>();
     map.fnInitPalette(q32GreyRamp);
     EXPECT_EQ(map.DrawPalette, nullptr);
-    map.DrawPalette = std::make_unique<CPalette>(); // goes with the map
+    map.DrawPalette = std::make_unique<CPalette>(); // owned by the map
 }
 
 TEST_F(CqTileMapTest, AnImageWithoutAPaletteTakesNoEntries) {
@@ -250,7 +250,7 @@ TEST_F(CqTileMapTest, AnImageWithoutAPaletteTakesNoEntries) {
 
 TEST_F(CqTileMapTest, TheWidestRowsHaveTheirTrueLength) {
     const CqTileMap map(1, 1, 4, nullptr, 16);
-    EXPECT_EQ(map.fnRowBytes(0x40000001u), 0x20000001u); // its bits pass 32 bits
+    EXPECT_EQ(map.fnRowBytes(0x40000001u), 0x20000001u); // its size in bits exceeds 32 bits
     EXPECT_EQ(map.fnRowBytes(0x7FFFFFFFu), 0x40000000u);
 }
 
@@ -264,8 +264,8 @@ TEST_F(CqTileMapTest, RefusesImpossibleSizesAndDepths) {
         EXPECT_TRUE(refused(1, 1, bits)) << bits;
     EXPECT_TRUE(refused(0x80000000u, 1, 4));
     EXPECT_TRUE(refused(1, 0x80000000u, 8));
-    EXPECT_TRUE(refused(65536, 65536, 8));  // 2^32 bytes, which 32 bits would take for 0
-    EXPECT_TRUE(refused(65536, 16385, 32)); // a little more, taken for 262,144
+    EXPECT_TRUE(refused(65536, 65536, 8));  // 2^32 bytes, 0 in 32 bits
+    EXPECT_TRUE(refused(65536, 16385, 32)); // a little more, 262,144 in 32 bits
     EXPECT_TRUE(refused(0x7FFFFFFFu, 0x7FFFFFFFu, 32));
 }
 
@@ -395,7 +395,7 @@ TEST_F(CqTileMapTest, ClaimingAndReleasingAlternatelyDoesNotAllocate) {
     CqImageLine line(false, true);
     CqImageTile tile(true);
     map.fnAccessLine(0, &line, true);
-    const CqAllocationFailure failure(1); // the first allocation from here on fails
+    const CqAllocationFailure failure(1); // the next allocation fails
     for (std::uint32_t y = 1; y < 90; ++y) {
         map.fnAccessLine(y, &line, true);
         map.fnAccessTile(0, &tile);

@@ -25,7 +25,7 @@ protected:
 
     CqVMPolicy& fnPolicy() { return *q32GetVMPolicy(); }
 
-    /// Where a block that may not lie in RAM would go; "none" where there is no room.
+    /// The directory for a block that may not be in RAM; "none" where there is no space.
     std::string fnSearch(unsigned long size) {
         CString path("old");
         return fnPolicy().fnSearchAvail(size, false, path) ? std::string(path) : "none";
@@ -56,7 +56,7 @@ TEST_F(CqVMPolicyTest, ANewPolicyMayUseAllPhysicalMemoryTruncatedTo32Bits) {
 }
 
 TEST_F(CqVMPolicyTest, TheLimitReadFromTheSettingsWrapsBeforeTheDivision) {
-    // 256 MiB x 100 = 6,400 x 2^22 = 26,843,545,600, less 6 x 2^32 = 1,073,741,824.
+    // 256 MiB x 100 = 6,400 x 2^22 = 26,843,545,600; minus 6 x 2^32: 1,073,741,824.
     EXPECT_EQ(fnPolicy().fnGetRamLimit(), 10'737'418u);
 }
 
@@ -149,7 +149,7 @@ TEST_F(CqVMPolicyTest, EachAllocationOfAReadMayFail) {
         const std::string first(policy.fnGetDisk(0));
         const std::string second(policy.fnGetDisk(1));
         EXPECT_TRUE(first == "C:\\new\\" || first == "C:\\Temp\\") << first;
-        // A key that was not read counts as missing, which empties the path.
+        // An unread key counts as missing, which empties the path.
         EXPECT_TRUE(second == "D:\\new\\" ||
                     ((second.empty() || second == "D:\\old\\") && happened))
             << second;
@@ -211,7 +211,7 @@ TEST_F(CqVMPolicyTest, AnEmptyPathDisablesTheDiskButNotTheRecordThatAnyIsEnabled
 
 TEST_F(CqVMPolicyTest, APathThatIsTooLongIsRefused) {
     fnPolicy().fnSetDisk(1, "D:\\kept");
-    const std::string fits = "D:\\" + std::string(255, 'a'); // 258, and the backslash
+    const std::string fits = "D:\\" + std::string(255, 'a'); // 258 bytes, and the backslash
     fnPolicy().fnSetDisk(1, (fits + "a").c_str());
     EXPECT_STREQ(fnPolicy().fnGetDisk(1), "D:\\kept\\");
     fnPolicy().fnSetDisk(1, fits.c_str());
@@ -288,7 +288,7 @@ TEST_F(CqVMPolicyTest, AFailedQueryCountsAsNoSpace) {
 
 TEST_F(CqVMPolicyTest, TheOldQueryWrapsIn32Bits) {
     m_World->m_pFiles->fnSetWideSpaceQuery(false);
-    // 0x10000 sectors x 512 bytes x 129 clusters = 4,328,521,728, less 2^32 = 33,554,432.
+    // 0x10000 sectors x 512 bytes x 129 clusters = 4,328,521,728; minus 2^32: 33,554,432.
     m_World->m_pDisks->fnSetClusters("C:\\", {0x10000, 512, 129, 1000});
     EXPECT_EQ(fnSearch(33'554'432), "none");
     EXPECT_EQ(fnSearch(33'554'431), "C:\\Temp\\");

@@ -21,7 +21,7 @@ static_assert(std::is_nothrow_move_assignable_v<PixelBlock>);
 
 class PixelBlockTest : public AttachedTest {
 protected:
-    /// Whether nothing of a block is left anywhere.
+    /// Whether no part of a block is left in RAM or on disk.
     void fnExpectNothingHeld() {
         EXPECT_EQ(fnPolicy().fnGetRamUsed(), 0u);
         EXPECT_EQ(fnPolicy().fnGetDiskUsage(0).m_nFiles, 0u);
@@ -151,7 +151,7 @@ TEST_F(PixelBlockTest, EachFailedStorageStepRaisesTheMemoryExceptionAndLeavesNot
 
 TEST_F(PixelBlockTest, EachFailedAllocationRaisesTheMemoryExceptionAndLeaksNothing) {
     fnPolicy().fnSetRamLimit(0);
-    { const PixelBlock first(1000); } // what the world keeps for later is taken now
+    { const PixelBlock first(1000); } // the world's lasting allocations happen here
     const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
         fnRaisesMemoryException([] { PixelBlock(1000); });
         failure.fnEnd();

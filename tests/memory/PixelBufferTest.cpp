@@ -154,7 +154,7 @@ TEST_F(PixelBufferTest, EachFailedFileStepRaisesTheMemoryExceptionAndLeavesNothi
         EXPECT_TRUE(fnCantAlloc(1000));
         EXPECT_EQ(scratch.fnGetHandles(), 0u);
         EXPECT_EQ(scratch.fnGetMappings(), 0u);
-        // A file that was made but can't be opened stays behind, empty; else none does.
+        // A file that was created but can't be opened remains, empty; otherwise none does.
         const std::size_t left = step == &scratch.m_Open ? 1 : 0;
         ASSERT_EQ(fnFiles().size(), left);
         if (left) {
@@ -169,7 +169,7 @@ TEST_F(PixelBufferTest, EachFailedAllocationRaisesTheMemoryExceptionAndLeavesNot
     fnPolicy().fnSetRamLimit(0);
     std::size_t left = 0;
     const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
-        Buffer buffer; // its name is empty, so it takes no memory
+        Buffer buffer; // its name is empty and takes no memory
         const bool raised = fnRaisesMemoryException([&] {
             buffer.m_pBytes =
                 AllocPixelBuffer(1000, buffer.m_File, buffer.m_Mapping, buffer.m_strName);

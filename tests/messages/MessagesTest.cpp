@@ -274,7 +274,7 @@ TEST(MessagesWithoutAPlatform, AreShownByTheConfiguredService) {
     EXPECT_EQ(messages->m_Boxes[1].m_Text, "");
 }
 
-/// Takes itself out of force while its box stands.
+/// Uninstalls itself while its box is open.
 class LeavingMessages : public CqFakeMessages {
 public:
     explicit LeavingMessages(bool& ended) : m_bEnded(ended) {}
@@ -333,7 +333,7 @@ TEST_F(Messages, TheLibraryItselfAllocatesNothingForItsOwnMessage) {
     CqAllocationFailure failure(1, true);
     const int answer = q32ShowMsg(-3, nullptr, "x.bmp", nullptr, 0);
     failure.fnEnd();
-    // The recording box's own strings were what failed.
+    // The allocations that failed were those of the recording box's own strings.
     EXPECT_EQ(answer, 0);
     const auto before = CqAllocationFailure::fnCount();
     q32SetMessageService(nullptr);

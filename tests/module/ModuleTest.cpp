@@ -37,7 +37,7 @@ std::string fnVersion(std::size_t size, std::uint32_t high, std::uint32_t low) {
     return bytes;
 }
 
-/// A version record with other bytes behind it.
+/// A version record followed by other bytes.
 struct GuardedVersion {
     DLLVERSIONINFO m_Info;
     std::uint32_t m_Behind[4];
@@ -149,7 +149,7 @@ TEST_F(Module, WithoutMemoryForTheDisplayTheAttachFailsWithOneMessage) {
 TEST_F(Module, EachAllocationOfAnAttachMayFail) {
     m_World->fnSetSettings("[VMPolicy]\r\nScratchPath1=C:\\one\r\nScratchPath2=C:\\two\r\n"
                            "[DispProp]\r\nDitherHC=0\r\nGammaFlag=1\r\nGammaVal=220\r\n");
-    ASSERT_TRUE(fnAttach()); // makes what lives as long as the library
+    ASSERT_TRUE(fnAttach()); // creates what lives as long as the library
     q32Detach();
     std::size_t refused = 0;
     const auto failed = fnFailEachAllocation([&](CqAllocationFailure& failure) {

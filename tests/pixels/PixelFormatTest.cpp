@@ -45,7 +45,7 @@ TEST(PixelFormat, StoredPixelsOf16BitsHaveTheHighByteFirstAndLowBitsOfZero) {
 }
 
 TEST(PixelFormat, SinglePixelsOf16BitsMixTheirGreenAndAreWrittenLowByteFirst) {
-    // Low byte first the two are 10101101 10110100, whose middle six bits are 101101.
+    // Low byte first, the bytes are 10101101 10110100, whose middle six bits are 101101.
     const std::uint8_t pixel[2] = {0b10110100, 0b10101101};
     EXPECT_EQ(fnList(fnPixelFormat(16).m_fnUnpackSingle(pixel)),
               (std::vector<int>{0b10110000, 0b10110100, 0b01101000, 255}));

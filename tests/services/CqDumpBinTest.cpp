@@ -9,7 +9,7 @@ namespace {
 
 using DumpBin = DumpTest;
 
-/// Cause of the file exception that `work` ends with; none without one.
+/// Cause of the file exception that `work` throws; none if it throws none.
 template <typename Work>
 CQ_FILE_CAUSE fnCauseOf(Work&& work) {
     try {
@@ -290,7 +290,7 @@ TEST_F(DumpBin, WithoutMemoryTheTextIsUnchanged) {
 TEST_F(DumpBin, ATextThatWouldPassFourGigabytesIsRefused) {
     OpenDumpBin dump;
     dump << "kept";
-    dump.m_nCapacity = dump.m_nLength = 0xFFFFFFF0u; // as if it were so long
+    dump.m_nCapacity = dump.m_nLength = 0xFFFFFFF0u; // simulates that length
     EXPECT_TRUE(fnRaisesMemoryException([&] { dump << "a few more bytes than there are left"; }));
     dump.m_nCapacity = 1024;
     dump.m_nLength = 4;

@@ -81,7 +81,7 @@ TEST_F(DumpWnd, AStreamShowsItsTextAtOnce) {
 }
 
 TEST_F(DumpWnd, ThePictureShowsCaptionTextAndStatus) {
-    CqHeadlessDumpView& view = fnOpen("Layout=0,0,84,66\r\n"); // 14 cells by 6
+    CqHeadlessDumpView& view = fnOpen("Layout=0,0,84,66\r\n"); // 14 x 6 cells
     CqDumpBin dump;
     dump << "first line, a long one\n\tsecond\n3\n4\n5";
     EXPECT_EQ(view.fnGetCells(),
@@ -229,7 +229,7 @@ TEST_F(DumpWnd, APartThatCannotBeCreatedIsReportedByAMessage) {
 
 TEST_F(DumpWnd, TheTextHasTheFontOfIconTitles) {
     m_World->m_pScreen->fnSetIconTitleHeight(22);
-    CqHeadlessDumpView& view = fnOpen("Layout=0,0,84,77\r\n"); // 14 cells by 7
+    CqHeadlessDumpView& view = fnOpen("Layout=0,0,84,77\r\n"); // 14 x 7 cells
     EXPECT_EQ(view.fnGetFont().fnGetMetrics().tmHeight, 22);
     CqDumpBin dump;
     dump << "first line\n2\n3";
@@ -280,12 +280,12 @@ TEST_F(DumpWnd, DestroyingWithoutMemoryLosesOnlyTheLayout) {
 
 namespace {
 
-/// A view that can do no more than it must, and has no memory to tell its place.
+/// A view with the mandatory functions only, which runs out of memory when asked for its position.
 class BareView : public CqDumpView {
 public:
     BareView(std::string& text, CqDumpViewEvents& events) : m_Text(text), m_Events(events) {}
     bool fnChoose(UINT id) { return m_Events.fnOnSysCommand(id); }
-    unsigned m_nRaised = 0; ///< how often the window was put above the others
+    unsigned m_nRaised = 0; ///< how often the window was raised
 
     bool fnCreateText() override { return true; }
     bool fnCreateStatusBar() override { return true; }
@@ -316,7 +316,7 @@ public:
     CWnd* fnGetMainWnd() override { return nullptr; }
     std::unique_ptr<CqDumpView> fnCreateDumpView(const CqDumpViewSetup& setup,
                                                  CqDumpViewEvents& events) override {
-        // Without a view of its own, a window service has none.
+        // The default of the window service creates no view.
         EXPECT_EQ(CqWindowService::fnCreateDumpView(setup, events), nullptr);
         if (!m_bHasView)
             return nullptr;

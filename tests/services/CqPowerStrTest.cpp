@@ -35,7 +35,7 @@ protected:
         (text.*split)(path);
         return std::string(text, static_cast<std::size_t>(text.GetLength()));
     }
-    /// The whole content with its inner zeros.
+    /// The whole content with its embedded zeros.
     static std::string fnBytes(const CqPowerStr& text) {
         return std::string(text, static_cast<std::size_t>(text.GetLength()));
     }
@@ -129,7 +129,7 @@ TEST_F(PowerStr, Utf8PathsAreSplitBetweenCharacters) {
 TEST_F(PowerStr, TruncationSplitsNoCharacter) {
     m_World->m_pLocale->fnSetCodePage(932);
     const std::string so = "\x83\x5c";
-    // 258 bytes, then a character on the border.
+    // 258 bytes, then a character across the limit.
     EXPECT_EQ(fnTitle("C:\\" + fnTimes(255, 'a') + so + "b"), fnTimes(255, 'a'));
     EXPECT_EQ(fnTitle("C:\\" + fnTimes(254, 'a') + so + "b"), fnTimes(254, 'a') + so);
     m_World->m_pLocale->fnSetCodePage(65001);

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// A display of a host's own, which replaces what it is told to.
+/// A host's display, which overrides the functions selected.
 class HostDisplay : public CqProgressDisplay {
 public:
     using CqProgressDisplay::CqProgressDisplay;
@@ -109,7 +109,7 @@ TEST_F(ProgressDisplay, PaintsAPercentageOnceButPollsEscEachTime) {
     display.fnDrawStatus(10, &aborted);
     EXPECT_EQ(fnPainted(), 1u);
     EXPECT_EQ(fnKeyboard().fnGetLooks(), 2u);
-    display.fnDrawStatus(9, &aborted); // a step back is a change too
+    display.fnDrawStatus(9, &aborted); // a decrease is a change too
     EXPECT_EQ(fnPainted(), 2u);
 }
 
@@ -132,7 +132,7 @@ TEST_F(ProgressDisplay, PaintsNothingWhileEscIsDownAndForgetsItAfterwards) {
     display.fnDrawStatus(20, &aborted);
     EXPECT_TRUE(aborted);
     EXPECT_EQ(display.m_nLastPercent, 10);
-    display.fnDrawStatus(30, nullptr); // the last look still holds
+    display.fnDrawStatus(30, nullptr); // the last poll still applies
     EXPECT_EQ(display.m_nLastPercent, 10);
     EXPECT_EQ(fnPainted(), 1u);
     fnKeyboard().fnSetKey(VK_ESCAPE, false, false);
@@ -179,7 +179,7 @@ TEST_F(ProgressDisplay, DiscardsEveryKeyUpToEscAndLeavesOtherMessages) {
     fnKeyboard().fnPost(WM_KEYDOWN, VK_ESCAPE);
     fnKeyboard().fnPost(WM_KEYDOWN, 'D');
     EXPECT_TRUE(display.fnIsAborted());
-    ASSERT_EQ(fnKeyboard().fnGetQueue().size(), 3u); // what came after Esc waits
+    ASSERT_EQ(fnKeyboard().fnGetQueue().size(), 3u); // messages after Esc stay queued
     EXPECT_EQ(fnKeyboard().fnGetQueue()[2].m_wParam, WPARAM{'D'});
 }
 
@@ -210,7 +210,7 @@ TEST_F(ProgressDisplay, SetsAControlsRangeAndEachNewValue) {
         EXPECT_EQ(display.m_nLastPercent, -1);
         fnExpectMessage(m_Control, 0, 0x401, 0, 0x00640000);
         fnExpectMessage(m_Control, 1, 0x402, 0, 0);
-        display.fnSetRange(50, 150); // the control's own range stays
+        display.fnSetRange(50, 150); // the control keeps its range
         display.fnDrawStatus(0, nullptr);
         fnExpectMessage(m_Control, 2, 0x402, 50, 0);
         display.fnDrawStatus(37, nullptr);
@@ -363,10 +363,10 @@ TEST_F(ProgressDisplay, ExhaustedMemoryInPaintingNeverReachesTheOperation) {
         }
         failure.fnEnd();
     });
-    EXPECT_GE(failures, 4u); // two device contexts, a font and a bitmap at the least
+    EXPECT_GE(failures, 4u); // at least two device contexts, a font and a bitmap
 }
 
-/// What the keyboard lacks is told as a lack of memory, since a poll has no other answer. No other
+/// A keyboard that runs out of memory throws, since a poll has no other way to fail. No other
 /// key is taken for Esc, and Esc isn't lost.
 TEST_F(ProgressDisplay, APollWithoutMemoryThrowsAndFindsEscTheNextTime) {
     const std::size_t failures = fnFailEachAllocation(
@@ -395,5 +395,5 @@ TEST_F(ProgressDisplay, APollWithoutMemoryThrowsAndFindsEscTheNextTime) {
             EXPECT_TRUE(aborted);
             EXPECT_TRUE(fnKeyboard().fnGetQueue().empty());
         });
-    EXPECT_EQ(failures, 2u); // a record of each key that is taken
+    EXPECT_EQ(failures, 2u); // a record of each key removed
 }

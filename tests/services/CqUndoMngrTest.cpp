@@ -19,7 +19,7 @@ class UndoMngr : public AttachedTest {
 protected:
     Snapshot* fnMake(int state) { return new Snapshot(state, m_Lives); }
     void fnAdd(int state, unsigned long tag = 0) { m_Manager.fnAddUndoBuf(fnMake(state), tag); }
-    /// The state that comes back; it is deleted.
+    /// The state of the snapshot returned, which is deleted.
     int fnUndo(int state, unsigned long* tag = nullptr) {
         return fnTake(m_Manager.fnUndo(fnMake(state), 0, tag));
     }
@@ -428,7 +428,7 @@ TEST_F(UndoMngr, CreatingWithoutMemoryShowsAMessageAndLeavesNoLevels) {
 }
 
 TEST_F(UndoMngr, AFailedCreationStillDisablesTheButtons) {
-    // More levels than any array has.
+    // More levels than any array can hold.
     EXPECT_FALSE(m_Manager.fnCreate(nullptr, 0xFFFFFFFFu, &m_ToolBar));
     EXPECT_EQ(m_ToolBar.fnGetMessages(),
               (std::vector<Message>{fnButton(kUndo, false), fnButton(kRedo, false)}));

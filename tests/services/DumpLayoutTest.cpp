@@ -1,5 +1,5 @@
 /// @file
-/// What the dump window keeps in the settings file.
+/// The dump window's entries in the settings file.
 
 #include "tests/services/DumpTestTools.h"
 
@@ -116,7 +116,7 @@ TEST_F(DumpLayout, AHostileLayoutDoesNoHarm) {
 
 namespace {
 
-/// A locale with a lead byte that takes any byte for its other half, a comma too.
+/// A locale with a lead byte that accepts any trail byte, a comma included.
 class GreedyLocale : public CqLocaleService {
 public:
     std::size_t fnGetCharBytes(const char* text, std::size_t count) override {

@@ -16,7 +16,7 @@ protected:
     CqHeadlessDumpView& fnOpen(const char* layout) {
         return DumpTest::fnOpen(std::string("Layout=") + layout + "\r\n");
     }
-    /// Whether a line of text stands at a place, sign by sign, in ink on paper.
+    /// Whether a line of text is drawn at a position, character by character, in ink on paper.
     static bool fnShows(const CqHeadlessPicture& picture, const std::string& text, std::size_t left,
                         std::size_t top, const CqHeadlessFont& font, std::uint32_t ink,
                         std::uint32_t paper) {

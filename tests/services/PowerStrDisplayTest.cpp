@@ -59,7 +59,7 @@ protected:
 
 constexpr SYSTEMTIME kTime{2024, 3, 4, 7, 14, 5, 9, 0};
 
-/// The rule of the table, in wider arithmetic and text of its own.
+/// The rule of the table, with wider arithmetic and independent formatting.
 std::string fnSizeByTable(std::uint64_t bytes) {
     const std::uint64_t high = bytes >> 32;
     const std::uint64_t low = bytes & 0xFFFFFFFF;
@@ -300,7 +300,7 @@ TEST_F(PowerStrDisplay, AMomentIsFormattedInLocalTime) {
 
 namespace {
 
-/// A locale with endless dates, or endless times.
+/// A locale with very long dates, or very long times.
 class WordyLocale : public CqLocaleService {
 public:
     std::size_t m_nDate = 3;

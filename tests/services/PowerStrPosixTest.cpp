@@ -16,7 +16,7 @@
 
 using namespace q32::test;
 
-/// The C library forgets a list of folders each time that it looks for a locale under LOCPATH.
+/// The C library leaks a list of folders each time that it looks for a locale under LOCPATH.
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the leak checker asks for this name.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
     return "leak:__argz_add_sep\n";
@@ -90,7 +90,7 @@ TEST_F(PowerStrPosix, ARealVolumeReportsItsSpace) {
         total.fnDiskSpace(m_Folder.fnPath().c_str(), true);
         available.fnDiskSpace(m_Folder.fnName().c_str(), false);
         if (fnAskSystem(m_Folder.fnPath()) != before)
-            continue; // others write to it
+            continue; // other processes write to it
         ASSERT_GT(before.m_nTotal, 0u);
         EXPECT_EQ(fnText(total), fnSize(before.m_nTotal));
         EXPECT_EQ(fnText(available), fnSize(before.m_nAvailable));
@@ -108,7 +108,7 @@ TEST_F(PowerStrPosix, ARealVolumeReportsItsShares) {
         free.fnDiskSpaceRatio(m_Folder.fnPath().c_str(), false);
         used.fnDiskSpaceRatio(m_Folder.fnName().c_str(), true);
         if (fnAskSystem(m_Folder.fnPath()) != before)
-            continue; // others write to it
+            continue; // other processes write to it
         EXPECT_EQ(fnText(free), fnRatioBySteps(before.m_nTotal, before.m_nAvailable, false));
         EXPECT_EQ(fnText(used), fnRatioBySteps(before.m_nTotal, before.m_nAvailable, true));
         break;

@@ -10,7 +10,7 @@ using namespace std::string_view_literals;
 
 namespace {
 
-/// Reads with room to spare; "D" means the default came.
+/// Reads into a buffer with space to spare; "D" means that the default was returned.
 std::string fnRead(std::string_view text, std::string_view key, std::string_view section = "Main",
                    std::string_view fallback = "D") {
     std::string buffer(100000, 'x');
@@ -256,7 +256,7 @@ TEST(ProfileRead, KeyAndDefaultMayLieInTheBuffer) {
 }
 
 TEST(ProfileRead, LargeTextsTakeTimeInProportionToTheirSize) {
-    // Each would take hours if a line were looked at more often than a few times.
+    // Each would take hours if a line were read more often than a few times.
     constexpr std::size_t kBytes = 10u << 20;
     std::string brackets(kBytes, '[');
     std::string opened = "[Main]\n";

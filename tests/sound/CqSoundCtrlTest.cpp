@@ -9,7 +9,7 @@ using namespace q32::test;
 
 namespace {
 
-/// What a derived class of a host can reach.
+/// Exposes the protected members to the tests.
 struct OpenSoundCtrl : CqSoundCtrl {
     using CqSoundCtrl::fnGetMixerHandle;
     using CqSoundCtrl::OnDestroy;
@@ -18,7 +18,7 @@ struct OpenSoundCtrl : CqSoundCtrl {
 
 class CqSoundCtrlTest : public MixerTest {
 protected:
-    /// A control of the usual mixer, with a step of 10.
+    /// Creates a control of the usual mixer, with a step of 10.
     void fnStart() {
         fnMixers().fnAddDevice(CqHeadlessMixers::fnMakeUsualDevice());
         ASSERT_TRUE(m_Control.fnCreate(&m_Parent, 42, 10));
@@ -140,7 +140,7 @@ TEST_F(CqSoundCtrlTest, ControlsThatAreMissingStayAbsentAndRefuse) {
     EXPECT_FALSE(m_Control.fnSetMute(true));
     EXPECT_EQ(fnMixers().m_pCalls->m_SetValues.fnGetCount(), before + 3) << "the mixer was asked";
     EXPECT_EQ(m_Control.fnGetBass(), 128u);
-    fnMixers().fnReport(0, 0); // the id of those that are absent
+    fnMixers().fnReport(0, 0); // the id of absent controls
     EXPECT_EQ(fnMixers().fnPump(), 1u);
     EXPECT_EQ(fnTold(), Codes());
 }

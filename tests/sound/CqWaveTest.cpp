@@ -11,7 +11,7 @@ namespace {
 
 using CqWaveTest = WaveTest;
 
-/// What a derived class of a host can reach.
+/// Exposes the protected members to the tests.
 struct OpenWave : CqWave {
     using CqWave::CqWave;
     using CqWave::fnAllocBuf;
@@ -267,7 +267,7 @@ TEST_F(CqWaveTest, ALongSoundLiesOnAScratchDisk) {
     EXPECT_TRUE(m_World->m_pDisks->fnGetFiles().empty());
 }
 
-/// Each operation that takes a new block, with no block to be had: the sound stays.
+/// Each operation that allocates a block, with none available: the sound stays.
 TEST_F(CqWaveTest, OperationsWithoutMemoryLeaveTheOldSound) {
     const WAVEFORMATEX format = {1, 1, 8000, 8000, 1, 8, 0};
     fnAddResource(7, fnMakeResource(format, 5, fnRamp(5)));

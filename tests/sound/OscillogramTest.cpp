@@ -26,7 +26,7 @@ void fnBlacken(CqImage& image) {
     }
 }
 
-/// The rule written out: each sample, each pixel.
+/// The rule spelt out for each sample and pixel.
 void fnPlain(CqImage& image, const CqWave& wave, std::uint32_t start, std::uint32_t length,
              bool vertical) {
     fnBlacken(image);
@@ -104,7 +104,7 @@ std::vector<int> fnRange(int first, int last) {
 
 class OscillogramTest : public WaveTest {
 protected:
-    /// Draws one frame on one column (row) and tells what is green there.
+    /// Draws one frame on one column (row) and returns the green pixels there.
     std::vector<int> fnDraw(unsigned int channels, unsigned int bits, const Bytes& frame,
                             unsigned int across, bool vertical = false) {
         CqWave wave(channels, bits, 8000, 1, true);
@@ -157,7 +157,7 @@ TEST_F(OscillogramTest, OtherDepthsAreReadAs8Bits) {
 }
 
 TEST_F(OscillogramTest, AStepThatIsNotAMultipleOfAFrameReadsMisaligned) {
-    CqWave wave(2, 8, 8000, 3, true); // 6 bytes over 4 columns: a step of one
+    CqWave wave(2, 8, 8000, 3, true); // 6 bytes over 4 columns: a step of one byte
     fnFill(wave, {128, 255, 128, 255, 128, 255});
     CqImage image(4, 20, 24, nullptr, 0);
     wave.fnRasterize(image, 0, 3, false, false);
@@ -171,7 +171,7 @@ TEST_F(OscillogramTest, AStepThatIsNotAMultipleOfAFrameReadsMisaligned) {
 TEST_F(OscillogramTest, BytesBeyondTheBlockAreNotDrawn) {
     CqWave wave(2, 16, 8000, 1, true);
     CqImage image(4, 20, 24, nullptr, 0);
-    wave.fnRasterize(image, 0, 1, false, false); // one byte a step
+    wave.fnRasterize(image, 0, 1, false, false); // one byte per step
     EXPECT_EQ(fnGreen(image, 0, false).size(), 2u);
     EXPECT_EQ(fnGreen(image, 1, false).size(), 1u) << "the second channel's sample is cut off";
     EXPECT_EQ(fnGreen(image, 2, false).size(), 1u);
@@ -260,7 +260,7 @@ TEST(OscillogramPages, EachStepTouchesOnlyThePageOfItsFrame) {
         ASSERT_EQ(mprotect(block, wave.fnGetBufferSize(), PROT_NONE), 0);
         for (std::uint32_t column = 0; column < kColumns; ++column)
             ASSERT_EQ(mprotect(block + column * 3 * page, page, PROT_READ), 0);
-        // Any other page ends the program.
+        // A read of any other page is a fault.
         wave.fnRasterize(image, 0, frames, false, false);
         EXPECT_EQ(fnGreen(image, kColumns - 1, false).size(), 2u);
         ASSERT_EQ(mprotect(block, wave.fnGetBufferSize(), PROT_READ | PROT_WRITE), 0);

@@ -47,19 +47,19 @@ TEST_F(WaveLoadTest, ChecksNothingButTheKind) {
 
 TEST_F(WaveLoadTest, TheSizeInFormatIsAlwaysZero) {
     std::string image = fnMakeResource(kStereo, 4, fnRamp(4));
-    image[36] = image[37] = '\x7F'; // where an extensible format has its size
+    image[36] = image[37] = '\x7F'; // the size field of an extensible format
     fnAddResource(1, image);
     EXPECT_EQ(CqWave(1u).fnGetFormat().cbSize, 0);
 }
 
 TEST_F(WaveLoadTest, ALongerFormatChunkIsMisread) {
-    // A format of 18 bytes moves all that follows by two: 40 falls into "data", 44 into the size.
+    // An 18-byte format shifts the rest by two: offset 40 is inside "data", 44 inside the size.
     std::string image = fnMakeResource(kStereo, 0, {});
     image.resize(36);
     image += std::string("\0\0data\x08\0\0\0", 10);
     const Bytes samples = fnRamp(8);
     image.append(samples.begin(), samples.end());
-    fnExpectRefused(image); // "ta" and the size's low half make a size beyond the resource
+    fnExpectRefused(image); // "ta" and the low half of the size give a size beyond the resource
     image[38] = image[39] = image[42] = image[43] = 0;
     image[40] = 6;
     image[41] = 0;

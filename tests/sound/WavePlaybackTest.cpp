@@ -50,7 +50,7 @@ protected:
     std::unique_ptr<CqWave> m_Wave;
 };
 
-/// Keeps the device's thread inside a report, so that later ends wait to be told.
+/// Blocks the device's thread inside a report, so that later ends stay unreported.
 class BusyReporter {
 public:
     explicit BusyReporter(CqHeadlessWaveOut& device) {
@@ -284,7 +284,7 @@ TEST_F(WavePlaybackTest, ABlockThatCannotBeUnpreparedStillEnds) {
 TEST_F(WavePlaybackTest, ALateEndEndsAPausedSound) {
     BusyReporter busy(fnDevice());
     fnWave().fnPlay(false, false);
-    fnDevice().fnAdvance(kFrames); // ended, but not told yet
+    fnDevice().fnAdvance(kFrames); // ended, but not reported yet
     fnWave().fnPause();
     EXPECT_EQ(fnWave().fnGetState(), WAVE_PAUSED);
     busy.fnLetGo();
