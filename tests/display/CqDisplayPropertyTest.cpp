@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Shows what a derived class sees.
+/// Exposes the protected members.
 class Probe : public CqDisplayProperty {
 public:
     using CqDisplayProperty::DITHER_2X2;
@@ -248,7 +248,7 @@ TEST(CqDisplayProperty, ThePaletteKeepsItsGammaWhenGammaIsDisabledAndLosesItWhen
     EXPECT_EQ(fnLevel1(display), 68);
     EXPECT_TRUE(display.fnEnableGamma(true));
     EXPECT_EQ(fnLevel1(display), 51);
-    display.fnSetGammaValue(220); // unchanged: nothing is built
+    display.fnSetGammaValue(220); // unchanged, so nothing is rebuilt
     EXPECT_EQ(fnLevel1(display), 51);
     display.fnSetGammaValue(120);
     EXPECT_EQ(fnLevel1(display), 22);
@@ -344,7 +344,8 @@ TEST(CqDisplayProperty, GammaOfABitmapFindsThePixelsAfterTheColorTable) {
     for (const int bits : {8, 24, 32}) {
         for (const DWORD used : {0u, 3u}) {
             const std::size_t table = bits > 8 ? 0 : 4 * (used ? used : 256u);
-            const std::size_t pixelBytes = bits == 24 ? 3 : 4; // any depth but 24 walks four bytes
+            const std::size_t pixelBytes =
+                bits == 24 ? 3 : 4; // any depth but 24 steps by four bytes
             constexpr std::size_t kPitch = 20;
             std::vector<unsigned char> dib(40 + table + 2 * kPitch, 51);
             auto* header = reinterpret_cast<BITMAPINFOHEADER*>(dib.data());

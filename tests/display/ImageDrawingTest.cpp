@@ -51,7 +51,7 @@ TEST(DrawInit, AFitTakesTheSmallerScaleAndIgnoresItsNumber) {
     EXPECT_EQ(map.DrawWnd, &window);
     image->fnDrawInit(0.0, CRect(0, 0, 33, 100), nullptr);
     EXPECT_DOUBLE_EQ(map.Zoom, 0.33);
-    EXPECT_EQ(map.ImageRect, CRect(0, 0, 33, 16)); // 16.5, cut
+    EXPECT_EQ(map.ImageRect, CRect(0, 0, 33, 16)); // 16.5, truncated
     EXPECT_EQ(map.DrawWnd, nullptr);
 }
 
@@ -124,7 +124,7 @@ TEST(ImageDrawing, WithoutGammaItIsOffForOneDrawOfAnImageOfSeveralTiles) {
               "");
     world.fnDisplay().fnEnableGamma(false);
     EXPECT_TRUE(image->fnDraw(world.fnDC(), all, 0, 0, true, false));
-    EXPECT_FALSE(world.fnDisplay().fnIsGammaEnabled()); // restored means: as it was
+    EXPECT_FALSE(world.fnDisplay().fnIsGammaEnabled()); // restored to its previous state
 }
 
 TEST(ImageDrawing, WithoutGammaAnImageOfOneTileLeavesItOff) {
@@ -172,7 +172,7 @@ TEST(ImageDrawing, OnAn8BitScreenImagesBelow16BitsUseTheirOwnPaletteAndOthers216
         ASSERT_EQ(draw.m_Table.size(), 512u);
         for (std::size_t i = 0; i < 256; ++i)
             EXPECT_EQ(draw.m_Table[2 * i] | draw.m_Table[2 * i + 1] << 8, static_cast<int>(i));
-        if (image->TileCount < 2) // it stays selected; the image is about to go
+        if (image->TileCount < 2) // it stays selected, but the image is about to be destroyed
             world.fnDC()->SelectPalette(nullptr, true);
     }
 }
@@ -194,7 +194,7 @@ TEST(ImageDrawing, ThePaletteIsSelectedRealizedAndRestoredInTheBackground) {
         EXPECT_FALSE(dc.m_Selections[1].realized);
         EXPECT_EQ(image->TileMap->SavedPalette, nullptr);
     }
-    world.fnWorld().m_pMisuses->fnClear(); // drawing on a context of another kind
+    world.fnWorld().m_pMisuses->fnClear(); // drawing on a foreign context is a misuse
 }
 
 TEST(ImageDrawing, ThePaletteOfAnImageOfOneTileStaysSelected) {

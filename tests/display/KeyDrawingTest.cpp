@@ -28,8 +28,8 @@ std::vector<Shown> fnRuns(CqDisplayWorld& world) {
     return runs;
 }
 
-/// Writes a row of an image: a pixel's bytes for each letter, '#' for what is shown and '.' for
-/// key.
+/// Writes a row of an image: a pixel's bytes for each letter, '#' for shown and '.' for key
+/// pixels.
 void fnWriteRow(CqImage& image, unsigned row, const std::string& pattern,
                 const std::vector<unsigned char>& shown, const std::vector<unsigned char>& key) {
     CqImageLine line;
@@ -61,7 +61,8 @@ TEST(KeyDrawing, DrawsTheRunsBetweenKeyPixelsOfEveryDepth) {
             if (c.bits == 8) {
                 constexpr RGBQUAD kKeyColor = {48, 32, 16, 0};
                 image.fnSetPaletteEntry(5, 1, &kKeyColor);
-                image.fnSetPaletteEntry(6, 1, &kKeyColor); // only the first of equals is key
+                image.fnSetPaletteEntry(6, 1,
+                                        &kKeyColor); // only the first of equal entries is the key
             }
             fnWriteRow(image, 0, "..##..###.", c.shown, c.key);
             fnWriteRow(image, 1, "..........", c.shown, c.key);
@@ -213,7 +214,7 @@ TEST(KeyDrawing, APartOutsideTheImageDrawsNothing) {
         image->fnKeyDraw(world.fnDC(), CRect(0, 0, 40, 40), 0, 2147483647, param, false, false));
     EXPECT_TRUE(fnRuns(world).empty());
     EXPECT_TRUE(image->fnKeyDraw(world.fnDC(), CRect(0, 0, 40, 1), -5, -5, param, false, false));
-    EXPECT_EQ(fnRuns(world), (std::vector<Shown>{{0, 0, 10}})); // a negative place counts as 0
+    EXPECT_EQ(fnRuns(world), (std::vector<Shown>{{0, 0, 10}})); // a negative position counts as 0
 }
 
 TEST(KeyDrawing, HonoursNoGammaAndRestoresGammaAndPalette) {

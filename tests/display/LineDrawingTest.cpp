@@ -6,14 +6,14 @@ namespace {
 
 constexpr int kScreens[] = {8, 16, 24, 32};
 
-/// The one block that a line draw must give. `index` bytes are those of the row in the buffer.
+/// The only block of a line draw. `index` bytes are those of the row in the buffer.
 CqExpectedDraw fnExpect(CqImage& image, const CqReferenceSetup& setup, const CqImageLine& line,
                         int x, int y, int count, int sourceX) {
     const int bits = setup.m_nScreenBits == 16 ? 24 : setup.m_nScreenBits;
     CqExpectedDraw draw{x, y, count, 1, {}};
     for (int i = 0; i < count; ++i) {
         std::array<std::uint8_t, 4> pixel{};
-        if (image.BitCount == 4) { // each byte is one index; behind the row there are zeros
+        if (image.BitCount == 4) { // each byte is one index; zeros follow the row
             const auto at = static_cast<std::uint32_t>(sourceX / 2 + i);
             pixel[0] = at < line.RowBytes ? line.LineBuffer[at] : 0;
         } else {
@@ -95,7 +95,7 @@ TEST(LineDrawing, APartWithoutAPixelOfTheRowGivesFalse) {
     CqDisplayWorld world(32);
     const auto image = fnMakeNoise(50, 4, 24);
     CqImageLine line;
-    EXPECT_FALSE(line.fnDraw(world.fnDC(), 0, 0, 10, 0, false)); // stands nowhere
+    EXPECT_FALSE(line.fnDraw(world.fnDC(), 0, 0, 10, 0, false)); // has no current row
     image->fnAccessLine(1, &line, true);
     EXPECT_FALSE(line.fnDraw(world.fnDC(), 0, 0, 0, 0, false));
     EXPECT_FALSE(line.fnDraw(world.fnDC(), 0, 0, 10, 50, false));

@@ -157,7 +157,7 @@ TEST(TileDrawing, ATileOutsideTheViewIsSkippedWithoutFailure) {
     CqImageTile tile;
     image->fnAccessTile(2u, &tile);
     EXPECT_TRUE(tile.fnDraw(world.fnDC()));
-    world.fnScreen().m_GetDC.fnFail(); // not even asked for
+    world.fnScreen().m_GetDC.fnFail(); // must not be requested
     EXPECT_TRUE(tile.fnDraw(nullptr));
     EXPECT_TRUE(world.fnScreen().fnGetDraws().empty());
     world.fnScreen().m_GetDC.fnFailNever();

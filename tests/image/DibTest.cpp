@@ -131,8 +131,8 @@ TEST_F(DibTest, TheColourTableFollowsTheFortyBytesAndZeroMeansAllEntries) {
 TEST_F(DibTest, A16BitSourceWithoutMasksIsReadAs555) {
     Dib dib(4, 1, 16);
     dib.m_Pixels = {0xFF, 0x7F, 0x12, 0x34, 0xAA, 0xBB, 0xCC, 0xDD};
-    // 0x7FFF: 11111 111110 11111; 0x3412: 01101 000000 10010; the second half of the row stays as
-    // it came.
+    // 0x7FFF: 11111 111110 11111; 0x3412: 01101 000000 10010; the second half of the row is
+    // unchanged.
     EXPECT_EQ(fnLoadRows(dib), (Bytes{0xFF, 0xDF, 0x68, 0x12, 0xAA, 0xBB, 0xCC, 0xDD}));
 }
 
@@ -254,7 +254,7 @@ TEST_F(DibTest, A4BitRowOfAnOddWidthSpillsIntoItsNeighbour) {
     image.TileMap->fnStoreRow(1, rows.data() + 5);
     BITMAPINFOHEADER* dib = image;
     const auto* pixels = reinterpret_cast<const unsigned char*>(dib) + 40 + 64;
-    // Row 0 is written first, to the last place; row 1's fifth byte then covers its first.
+    // Row 0 is written first, at the end; the fifth byte of row 1 then overwrites its first.
     EXPECT_EQ(Bytes(pixels, pixels + 9),
               (Bytes{0x66, 0x77, 0x88, 0x99, 0xA0, 0x22, 0x33, 0x44, 0x50}));
     ::operator delete(dib);
@@ -360,7 +360,7 @@ TEST_F(DibTest, HostileHeadersNeverCauseOutOfBoundsAccess) {
         Bytes block = dib.fnBlock();
         for (unsigned int i = random() % 4; i > 0; --i)
             block[16 + random() % 24] =
-                static_cast<unsigned char>(random()); // all behind size and depth
+                static_cast<unsigned char>(random()); // all fields after size and depth
         if (random() % 4 == 0)
             block[random() % 4] = static_cast<unsigned char>(random()); // biSize
         fnPut(block);
@@ -400,7 +400,7 @@ TEST_F(DibTest, ARunAcrossATilesEdgeContinuesInTheNextTile) {
 
 TEST_F(DibTest, ADeltaGoesRightAndDown) {
     Dib dib(4, 4, 8, BI_RLE8);
-    // One line up, then right by two and down by one: to the bottom line again.
+    // One line up, then right by two and down by one: back to the bottom line.
     dib.m_Pixels = {1, 1, 0, 0, 0, 2, 2, 1, 1, 5, 0, 1};
     Bytes expected(16, 0);
     expected[12] = 1;

@@ -76,7 +76,7 @@ Bytes fnInOrder(const CqImage& image, const Bytes& stored, PIXEL_ORDER order) {
     }
 }
 
-/// What writing a pixel of an order stores.
+/// The stored bytes of a pixel written in a given order.
 Bytes fnToStored(const CqImage& image, const Bytes& in, PIXEL_ORDER order) {
     if (order == PIXEL_STORED)
         return in;
@@ -121,7 +121,7 @@ struct Field {
 
 class PixelAccess : public AttachedTest {
 protected:
-    /// With equal entries, greys, and entries beyond the count of a short palette.
+    /// Includes equal entries, greys, and entries beyond the count of a short palette.
     static void fnAlloc(CqImage& image, Random& random, unsigned int width, unsigned int height,
                         unsigned int bits) {
         RGBQUAD palette[256] = {};

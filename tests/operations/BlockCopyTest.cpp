@@ -47,7 +47,7 @@ protected:
         }
     }
 
-    /// A place for the rectangle inside an image that is large enough.
+    /// A position of the rectangle inside an image that is large enough.
     CPoint fnRandomPlace(const CRect& rect, const CqImage& image) {
         return {fnBelow(m_Random, image.Width - static_cast<unsigned int>(rect.Width()) + 1),
                 fnBelow(m_Random, image.Height - static_cast<unsigned int>(rect.Height()) + 1)};
@@ -81,7 +81,7 @@ TEST_F(BlockCopyTest, WithinOneImageTheOrderOfRowsMatters) {
         const CRect rect = fnRandomRect(m_Random, image);
         CPoint place = fnRandomPlace(rect, image);
         const int last = static_cast<int>(image.Height) - rect.Height();
-        if (m_Random() % 2) // the near rows, where the order shows
+        if (m_Random() % 2) // nearby rows, where the order matters
             place.y = std::clamp(rect.top + fnBelow(m_Random, 7) - 3, 0, last);
         image.fnCopyBlock(image, &rect, place.x, place.y);
         fnCopyByLines(wanted, wanted, rect, place.x, place.y);
@@ -155,7 +155,7 @@ TEST_F(BlockCopyTest, A4BitBlockCopyIgnoresTheRowsOfBothPlaces) {
     const CRect rect(0, 2, 2, 4);
     image.fnCopyBlock(src, &rect, 0, 1);
     EXPECT_EQ(fnRows(image), (Rows{{0x11}, {0x22}, {0}, {0}}));
-    // A place below the image changes nothing about that.
+    // A position below the image makes no difference.
     fnSetAll(image, 0);
     image.fnCopyBlock(src, &rect, 0, 3);
     EXPECT_EQ(fnRows(image), (Rows{{0x11}, {0x22}, {0}, {0}}));

@@ -21,7 +21,7 @@ protected:
         fnSetRows(image, rows);
     }
 
-    /// The rows that the window shows, by their numbers.
+    /// The numbers of the rows in the window.
     static std::vector<int> fnShown(CqConvMask& window, int lines) {
         std::vector<int> shown;
         shown.reserve(static_cast<std::size_t>(lines));

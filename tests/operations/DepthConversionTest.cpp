@@ -88,7 +88,7 @@ TEST_F(DepthConversionTest, NarrowingGivesABlankImage) {
         image.TileMap->PixelBuffer[0] = 200;
         image.fnConvert(to, false, nullptr);
         EXPECT_EQ(image.BitCount, to);
-        // The palette is the one of an image made without any.
+        // The palette is the default one.
         const CqImage fresh(1, 1, to, nullptr, 0);
         ASSERT_EQ(image.PaletteCount, fresh.PaletteCount);
         EXPECT_EQ(image.PaletteCount, to == 16 ? 0 : 1u << to);

@@ -53,7 +53,7 @@ protected:
         }
     }
 
-    /// Places of the pixels that aren't 0 in an image of 8 bits.
+    /// Positions of the nonzero pixels of an 8-bit image.
     static std::vector<CPoint> fnPoints(const CqImage& image) {
         std::vector<CPoint> points;
         const Rows rows = fnRows(image);
@@ -165,15 +165,15 @@ TEST_F(DrawLineTest, LinesFromTheLimitsOfTheCoordinatesPassThroughTheImage) {
     EXPECT_EQ(fnPoints(*level).size(), 130u);
 }
 
-/// Steps along the shorter axis after `steps` along the longer one: the turn is where the exact
-/// line has come half way or further.
+/// Steps along the shorter axis after `steps` along the longer one: the line steps where the exact
+/// line is half way or further.
 std::int64_t fnMinor(std::uint64_t steps, std::uint64_t major, std::uint64_t minor) {
     return static_cast<std::int64_t>((2 * steps * minor + major) / (2 * major));
 }
 
 TEST_F(DrawLineTest, LinesWithEndsFarAwayGoThroughTheExactPoints) {
     for (int round = 0; round < 400; ++round) {
-        const int bits = round % 2 ? 30 : 18; // of the longest way to an end
+        const int bits = round % 2 ? 30 : 18; // of the longest distance to an end
         const auto far = [&] { return std::int64_t{m_Random() >> (32 - bits)} + 1; };
         const std::int64_t before = far();
         const std::int64_t major = before + 200 + far();

@@ -31,14 +31,14 @@ protected:
                             : std::make_unique<CqImage>(300u, 200u, bits, nullptr, 0u);
         m_pImage->fnFill(kBlueColor, nullptr, false);
     }
-    /// Gives the screen another depth; 0xEE is a raw pixel that no draw makes.
+    /// Changes the screen's depth; no draw produces the raw pixel 0xEE.
     void fnSetScreen(int bits) {
         ASSERT_TRUE(m_World->m_pScreen->fnSetMode({1024, 768, bits, 96, 96}));
         q32GetDisplayProperty()->fnUpdate();
         m_World->m_pScreen->fnClear(0xEE);
         m_World->m_pScreen->fnClearDraws();
     }
-    /// Pixels of the client area that a draw has reached since then.
+    /// Pixels of the client area drawn since then.
     int fnCountDrawn() const {
         int count = 0;
         for (int y = 0; y < 400; ++y)
@@ -81,12 +81,12 @@ TEST_F(FillDrawTest, AFillOfTheWholeImageShowsTileByTile) {
     EXPECT_EQ(fnCount(kRed), 300 * 200);
 }
 
-/// After each tile, the window shows the tiles so far and no other.
+/// After each tile, the window shows exactly the tiles so far.
 TEST_F(FillDrawTest, TheWindowFillsUpTileByTile) {
     for (std::uint64_t shown = 0; shown <= 6; ++shown) {
         m_World->m_pScreen->fnClear();
         m_pImage->fnDrawInit(1, false, CRect(0, 0, 300, 200), CPoint(0, 0), &m_Window);
-        // What follows is not put on the screen, and the fill goes on all the same.
+        // Later tiles can't be drawn, and the fill continues.
         m_World->m_pScreen->m_SetDIBits.fnFail(shown + 1, CqHeadlessCalls::kForever);
         m_pImage->fnFill(kBlueColor, nullptr, false);
         m_pImage->fnFill(kRedColor, nullptr, true);
@@ -240,7 +240,7 @@ TEST_F(FillDrawTest, AFractionalScaleMultipliesAndTruncates) {
     EXPECT_EQ(fnDraws()[0].m_nHeight, 15u);
 }
 
-/// Whatever memory drawing lacks, the fill stands and nothing is raised.
+/// Whatever allocation of drawing fails, the fill is kept and nothing is thrown.
 TEST_F(FillDrawTest, ExhaustedMemoryInDrawingNeverReachesTheFill) {
     const CRect all(0, 0, 300, 200);
     Bytes red;
@@ -262,7 +262,7 @@ TEST_F(FillDrawTest, ExhaustedMemoryInDrawingNeverReachesTheFill) {
                     EXPECT_EQ(fnRows(*m_pImage), Rows(200, red));
                     EXPECT_EQ(m_World->m_pScreen->fnGetOpenDCs(), 0u);
                 });
-            EXPECT_GE(failures, 3u) << screen; // two buffers and a device context at the least
+            EXPECT_GE(failures, 3u) << screen; // at least two buffers and a device context
         }
 }
 

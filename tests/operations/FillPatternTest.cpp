@@ -11,7 +11,7 @@ class FillPatternTest : public AttachedTest {
 protected:
     Random m_Random{5202};
 
-    /// The rule, one block copy for each repetition.
+    /// The rule: one block copy per repetition.
     static void fnFillByBlocks(CqImage& image, CqImage& pattern, const CRect* srcRect,
                                const CRect* dstRect) {
         const auto clip = [](const CRect* rect, const CqImage& i) {

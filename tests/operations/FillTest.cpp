@@ -22,7 +22,7 @@ protected:
         }
     }
 
-    /// Random pixels; at 4 bits now and then with a palette of 256 colours.
+    /// Random pixels; at 4 bits sometimes with a palette of 256 colours.
     std::unique_ptr<CqImage> fnRandomImage() {
         const unsigned int bits = fnRandomBits(m_Random);
         const RGBQUAD* palette = bits == 4 && m_Random() % 3 == 0 ? q32GreyRamp : nullptr;
@@ -32,7 +32,7 @@ protected:
         return image;
     }
 
-    /// The bytes of one pixel of a fill; at 4 bits of two.
+    /// The bytes of one pixel of a fill; at 4 bits, of two.
     static Bytes fnFilled(const CqImage& image, const CqColor& c) {
         unsigned int index = 0;
         for (unsigned int i = image.PaletteCount; i-- > 0;)
@@ -140,7 +140,7 @@ TEST_F(FillTest, A4BitFillOfOddWidthKeepsTheLowNibbleOfItsLastByte) {
     EXPECT_EQ(fnRows(image)[0], (Bytes{0xFF, 0xF4, 0x44, 0x44}));
 }
 
-/// The byte is 0x42 | 0x42 << 4, cut to eight bits.
+/// The byte is 0x42 | 0x42 << 4, truncated to eight bits.
 TEST_F(FillTest, A4BitFillWithAnIndexAbove15MixesBothNibbles) {
     CqImage image(8, 2, 4, q32GreyRamp, 256);
     const CqColor color(0x42, 0x42, 0x42, 255);

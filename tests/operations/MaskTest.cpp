@@ -75,7 +75,7 @@ TEST_F(MaskTest, AllocationMakesAGreyImageOf8BitsAtTheOrigin) {
     EXPECT_TRUE(mask.fnIsGrayScale());
     EXPECT_EQ(mask.m_rectBound, CRect(0, 0, 130, 7));
     mask.fnSetPos(CPoint(5, 6));
-    mask.fnAlloc(130, 7); // the present size: the bitmap stays, the place doesn't
+    mask.fnAlloc(130, 7); // the current size: keeps the bitmap, resets the position
     EXPECT_EQ(mask.m_rectBound, CRect(0, 0, 130, 7));
 }
 
@@ -130,7 +130,7 @@ TEST_F(MaskTest, ACopyOfAMaskWithoutBitmapHasNone) {
     EXPECT_EQ(full.m_rectBound, CRect(0, 0, 0, 0));
 }
 
-/// The size of the bitmap that is gone still counts, and places a rectangle without pixels.
+/// The size of the freed bitmap still applies, and gives a rectangle without pixels.
 TEST_F(MaskTest, AMaskWithoutItsBitmapIsPlacedAsIfItWereBlack) {
     CqMask own(4, 3);
     CqMask empty;
@@ -142,7 +142,7 @@ TEST_F(MaskTest, AMaskWithoutItsBitmapIsPlacedAsIfItWereBlack) {
     EXPECT_EQ(copy.m_rectBound, own.m_rectBound);
     CqMask other;
     fnPlace(other, 5, 3, 2, 2, 9);
-    other -= own; // nothing to take off
+    other -= own; // nothing to subtract
     EXPECT_EQ(fnRows(other), Rows(2, Bytes(2, 9)));
     own += other;
     EXPECT_EQ(own.m_rectBound, CRect(2, 1, 7, 5));
@@ -155,12 +155,12 @@ TEST_F(MaskTest, SubtractingAPlacedMaskWithoutBitmapFollowsTheRectangles) {
     CqMask other;
     own.m_rectBound = CRect(0, 0, 4, 3);
     fnPlace(other, 0, 0, 4, 1, 9);
-    own -= other; // its top row is cut off
+    own -= other; // trims its top row
     EXPECT_EQ(own.m_rectBound, CRect(0, 1, 4, 3));
     EXPECT_EQ(fnRows(own), Rows(2, Bytes(4, 0)));
     CqMask bare;
     bare.m_rectBound = CRect(1, 0, 3, 1);
-    bare -= other; // covered wholly
+    bare -= other; // covered completely
     EXPECT_EQ(bare.m_rectBound, CRect(0, 0, 0, 0));
     EXPECT_EQ(bare.TileMap, nullptr);
 }
@@ -172,7 +172,7 @@ TEST_F(MaskTest, AMaskAssignedToItselfKeepsAllButItsPixels) {
     mask.DpiX = 300;
     CqMask& same = mask;
     mask = same;
-    EXPECT_NE(fnRows(mask)[129], Bytes(200, 77)); // a fresh block
+    EXPECT_NE(fnRows(mask)[129], Bytes(200, 77)); // a new block
     EXPECT_EQ(mask.Width, 200u);
     EXPECT_EQ(mask.Height, 130u);
     EXPECT_EQ(mask.m_rectBound, CRect(4, 5, 204, 135));
@@ -192,7 +192,7 @@ TEST_F(MaskTest, ACopyIsGreyWhateverTheDepthOfTheSource) {
         CqMask copy(odd);
         EXPECT_EQ(copy.BitCount, 8u);
         EXPECT_EQ(fnRows(copy), Rows(140, Bytes(200, bits == 4 ? 0 : 0x55)));
-        copy += odd; // no grey mask: nothing happens
+        copy += odd; // not a grey mask: nothing happens
         odd += copy;
         EXPECT_EQ(copy.m_rectBound, CRect(0, 0, 200, 140));
         EXPECT_EQ(odd.BitCount, bits);
@@ -224,7 +224,7 @@ TEST_F(MaskTest, AddingAnEmptyRectangleDoesNothing) {
     own -= other;
     CqMask none;
     own += none;
-    none.m_rectBound = CRect(0, 0, 5, 5); // a place without a bitmap
+    none.m_rectBound = CRect(0, 0, 5, 5); // a position without a bitmap
     own += none;
     EXPECT_EQ(own.TileMap, map);
     EXPECT_EQ(fnRows(own), Rows(3, Bytes(3, 9)));
@@ -385,7 +385,7 @@ TEST_F(MaskTest, AFailureLeavesTheMaskUnchanged) {
     CqMask other;
     fnPlace(own, 0, 0, 150, 150, 1);
     fnPlace(other, 100, 100, 150, 150, 2);
-    for (unsigned int disk = 0; disk < 4; ++disk) // or else they would help out
+    for (unsigned int disk = 0; disk < 4; ++disk) // so that none serves as a fallback
         q32GetVMPolicy()->fnEnableDisk(disk, false);
     const CqTileMap* const map = own.TileMap;
     const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {

@@ -13,7 +13,7 @@ class MergeTest : public AttachedTest {
 protected:
     Random m_Random{5301};
 
-    /// One pixel of the rule. Returns the bytes that the target pointer moves on.
+    /// One pixel of the rule. Returns by how many bytes the target pointer advances.
     static unsigned int fnMergePixel(const unsigned char* s, unsigned char* t, unsigned int bpp,
                                      const CqMergeParam& param, const unsigned char* weights) {
         const auto read = [bpp](const unsigned char* p) {
@@ -112,7 +112,7 @@ protected:
                 m_Random() % 2 ? kOften[m_Random() % 4] : static_cast<unsigned char>(m_Random());
     }
 
-    /// A mask that covers the rectangle, and more.
+    /// A mask that covers more than the rectangle.
     std::unique_ptr<CqMask> fnCover(const CRect& rect) {
         const int left = rect.left - fnBelow(m_Random, 140);
         const int top = rect.top - fnBelow(m_Random, 140);
@@ -195,7 +195,7 @@ TEST_F(MergeTest, AMaskOf0KeepsTheTarget255CopiesAnd1Multiplies) {
     fnSetRows(image, {{1, 2, 3, 1, 2, 3, 1, 0, 0, 0, 0, 0}});
     fnSetRows(mask, {{0, 255, 1, 2}});
     image.fnMerge(src, nullptr, CqMergeParam(mask), 0, 0);
-    // 1 x 254 + 9 is 263, and so 255; 0 x 254 + 7 is 7; 200 x 2 is 400, 100 x 2 is 200.
+    // 1 x 254 + 9 is 263, clamped to 255; 0 x 254 + 7 is 7; 200 x 2 is 400, 100 x 2 is 200.
     EXPECT_EQ(fnRows(image)[0], (Bytes{1, 2, 3, 9, 8, 7, 255, 0, 7, 255, 200, 0}));
 }
 
@@ -204,7 +204,7 @@ TEST_F(MergeTest, AKeyKeepsTheTargetWhereTheSourceHasItsColour) {
     CqImage image(3, 1, 24, nullptr, 0);
     fnSetRows(src, {{0x33, 0x22, 0x11, 0x33, 0x22, 0x10, 5, 6, 7}});
     fnSetAll(image, 0);
-    image.fnMerge(src, nullptr, CqMergeParam(0xFF112233ul), 0, 0); // the top byte isn't looked at
+    image.fnMerge(src, nullptr, CqMergeParam(0xFF112233ul), 0, 0); // the top byte is ignored
     EXPECT_EQ(fnRows(image)[0], (Bytes{0, 0, 0, 0x33, 0x22, 0x10, 5, 6, 7}));
 }
 
@@ -410,7 +410,7 @@ TEST_F(MergeTest, EachConstructorOfTheParameterSetsWhatItIsGiven) {
     EXPECT_EQ(all.m_pMask, &mask);
 }
 
-/// Three row buffers are all that a merge takes, and they are taken for its first row.
+/// A merge allocates only three row buffers, all for its first row.
 TEST_F(MergeTest, WithoutMemoryForARowNothingIsMerged) {
     for (const unsigned int bits : {16, 24, 32}) { // of the target
         CqImage image(60, 40, bits, nullptr, 0);

@@ -29,8 +29,8 @@ std::size_t fnCovered(std::vector<Span> spans) {
     return bytes;
 }
 
-/// A source whose pixels stand there only from their announcement on, until they are done. Of what
-/// is written, too, nothing stands there from its end on, until it is announced to be read.
+/// A source whose pixels exist only from their announcement until their release. Written pixels,
+/// too, are gone from their release until they are announced for reading.
 struct Mirage {
     explicit Mirage(CqImage& image)
         : m_pBegin(image.TileMap->PixelBuffer), m_Pixels(m_pBegin, m_pBegin + fnSize(image)) {
@@ -59,7 +59,7 @@ struct Mirage {
             std::memset(at, 0xAA, size);
     }
 
-    /// Gives those bytes what they were when they were done.
+    /// Restores those bytes to their content at their release.
     void fnRestore(std::uint8_t* begin, std::size_t size) const {
         for (const auto& [at, bytes] : m_Finished) {
             std::uint8_t* from = std::max(at, begin);
@@ -74,7 +74,7 @@ struct Mirage {
     std::vector<std::pair<std::uint8_t*, Bytes>> m_Finished;
     std::vector<Span> m_Own[3];
     std::vector<Span> m_Others[3];
-    bool m_bFresh = true; ///< nothing was written before it was announced
+    bool m_bFresh = true; ///< nothing was written before its announcement
 };
 
 class PageWalkTest : public AttachedTest {
@@ -83,7 +83,7 @@ protected:
 
     Random m_Random{7};
 
-    /// @param between  bytes of what stands between two passes
+    /// @param between  bytes of the intermediate between two passes
     void fnCheck(unsigned int width, unsigned int height, unsigned int bits, std::size_t between,
                  const Job& job) {
         SCOPED_TRACE(std::to_string(width) + " x " + std::to_string(height) + " at " +
@@ -138,7 +138,7 @@ Job fnFilter(unsigned int width, unsigned int height) {
     };
 }
 
-// Sizes are such that several megabytes lie behind what is announced at once.
+// The sizes leave several megabytes beyond what is announced at once.
 
 TEST_F(PageWalkTest, ARotationReadsEachTileOnceBetweenItsAnnouncementAndItsEnd) {
     for (const double angle : {90.0, -90.0}) {

@@ -125,7 +125,7 @@ TEST_F(RegionTest, AFailedCombinationThrowsToo) {
     EXPECT_EQ(fnPicture(region, image), (Rows{{0, 1, 1, 1, 1}, {1, 1, 1, 1, 1}}));
 }
 
-/// The runs go one after another, so a failure leaves the first of them taken off and no other.
+/// Runs are subtracted in order, so a failure leaves only the first of them subtracted.
 TEST_F(RegionTest, ExhaustedMemoryLeavesThePartialRegion) {
     CqImage image(40, 6, 8, q32GreyRamp, 256);
     for (std::uint32_t i = 0; i < image.TileMap->BufferSize; ++i)
@@ -154,11 +154,11 @@ TEST_F(RegionTest, ExhaustedMemoryLeavesThePartialRegion) {
             EXPECT_NE(std::find(steps.begin(), steps.end(), fnPicture(region, image)), steps.end());
         }
     });
-    EXPECT_GT(failures, steps.size()); // each run takes a region of its own
+    EXPECT_GT(failures, steps.size()); // each run takes a separate region
 }
 
-/// One call for each run and one for the whole, and each moves a few spans: neither may grow with
-/// the runs that went before, nor may a second pass over the picture hide in the time.
+/// One call for each run and one for the image, each of which moves a few spans: neither may grow
+/// with the preceding runs, nor may the time contain a second pass over the picture.
 TEST_F(RegionTest, NoiseTakesOneRectanglePerRunAndLittleWorkForEach) {
 #ifdef __SANITIZE_ADDRESS__
     constexpr unsigned int kSide = 1000;

@@ -31,7 +31,7 @@ protected:
         return kDepths[m_Random() % 4];
     }
 
-    /// Bytes with whole areas of one value, as pictures have them.
+    /// Bytes with areas of one value, as in pictures.
     void fnPaint(CqImage& image) {
         switch (m_Random() % 3) {
         case 0:
@@ -53,7 +53,7 @@ protected:
         return static_cast<unsigned int>(whole) + (exact - whole > 1e-10 ? 1 : 0);
     }
 
-    /// By factors, against the plain rule.
+    /// Resamples by factors and compares with the plain rule.
     void fnCheckFactors(CqImage& image, double scaleX, double scaleY) {
         const unsigned int width = fnScaled(image.Width, scaleX);
         const unsigned int height = fnScaled(image.Height, scaleY);
@@ -141,16 +141,16 @@ TEST_F(ResampleTest, AHugeReductionSumsEverySample) {
 
 TEST_F(ResampleTest, AReductionBeyondLanesAndRingsFollowsTheRuleAtEveryDepth) {
     for (const unsigned int bits : {8u, 16u, 24u, 32u})
-        for (const unsigned int side : {1u, 35u}) { // one lane, and lanes twice
+        for (const unsigned int side : {1u, 35u}) { // one lane, and two groups of lanes
             CqImage wide(9000, side, bits, nullptr, 0);
             fnSetRandom(wide, m_Random);
-            fnCheckFactors(wide, 1.0 / 2000.0, 1.0); // the middle columns reach over 8000 pixels
+            fnCheckFactors(wide, 1.0 / 2000.0, 1.0); // the middle columns cover over 8000 pixels
             CqImage tall(side, 9000, bits, nullptr, 0);
             fnSetRandom(tall, m_Random);
-            fnCheckFactors(tall, 1.0, 1.0 / 2000.0); // more rows than the ring has
+            fnCheckFactors(tall, 1.0, 1.0 / 2000.0); // more rows than the ring holds
             CqImage low(side, 40, bits, nullptr, 0);
             fnSetRandom(low, m_Random);
-            fnCheckFactors(low, 1.0, 1.0 / 2000.0); // fewer rows than one sum has samples
+            fnCheckFactors(low, 1.0, 1.0 / 2000.0); // fewer rows than the samples of one sum
             if (HasFatalFailure())
                 return;
         }
@@ -447,7 +447,7 @@ TEST_F(ResampleTest, AnAbortAtAnyCallKeepsTheImageByFactorsToo) {
 TEST_F(ResampleTest, AnAbortAtAnyCallLeavesNothingOnTheDisk) {
     CqHeadlessScratch& scratch = *m_World->m_pScratch;
     const std::uint32_t limit = 0;
-    q32GetVMPolicy()->fnSetRamLimit(limit); // everything on a disk
+    q32GetVMPolicy()->fnSetRamLimit(limit); // everything goes to disk
     CqImage image(26, 33, 24, nullptr, 0);
     const CqTileMap* map = image.TileMap;
     struct Way {
@@ -474,7 +474,7 @@ TEST_F(ResampleTest, AnAbortAtAnyCallLeavesNothingOnTheDisk) {
     }
 }
 
-/// A display of a host that answers by itself, without the base class.
+/// A host's display that reports the abort without the base class.
 class OwnDisplay : public CqProgressDisplay {
 public:
     OwnDisplay() : CqProgressDisplay(false) {}
@@ -491,7 +491,7 @@ TEST_F(ResampleTest, AnAbortReportedOnlyByTheCallKeepsTheImageToo) {
     EXPECT_EQ(image.TileMap, map);
 }
 
-/// Every way to another size once, on an image of that depth.
+/// Each way of resampling once, on an image of that depth.
 template <typename Work>
 void fnForEachWay(unsigned int bits, Work work) {
     work(bits, [](CqImage& image) { image.fnResample(20, 29, false, nullptr); });
@@ -500,7 +500,7 @@ void fnForEachWay(unsigned int bits, Work work) {
     work(bits, [](CqImage& image) { image.fnResample(20, 30, true, nullptr); });
     work(bits, [](CqImage& image) { image.fnResample(40, 30, true, nullptr); });
     work(bits, [](CqImage& image) { image.fnResample(0.3, 1.4, nullptr); });
-    work(bits, [](CqImage& image) { image.fnResample(13, 11, true, nullptr); }); // whole sums
+    work(bits, [](CqImage& image) { image.fnResample(13, 11, true, nullptr); }); // fixed-point sums
 }
 
 TEST_F(ResampleTest, EveryFailedAllocationKeepsTheImageAndLeaksNothing) {
@@ -516,7 +516,7 @@ TEST_F(ResampleTest, EveryFailedAllocationKeepsTheImageAndLeaksNothing) {
                 failure.fnEnd();
                 if (!failure.fnHappened())
                     return;
-                // A place in RAM that fails becomes one on a disk, so not every failure shows.
+                // A failure in RAM falls back to disk, so not every failure is visible.
                 if (raised) {
                     EXPECT_EQ(image.TileMap, map);
                     EXPECT_EQ(CqAllocationFailure::fnOutstanding(), blocks);
@@ -541,7 +541,7 @@ TEST_F(ResampleTest, EveryFailedStorageStepKeepsTheImageAndLeavesNoScratchFile) 
     const Rows before = fnRows(image);
     const CqTileMap* map = image.TileMap;
     const std::uint32_t limit = 0;
-    q32GetVMPolicy()->fnSetRamLimit(limit); // everything on a disk from now on
+    q32GetVMPolicy()->fnSetRamLimit(limit); // from now on everything goes to disk
     for (CqHeadlessCalls* step : steps)
         for (const std::uint64_t nth : {1u, 2u}) { // the new image, then the intermediate
             step->fnFail(nth);
@@ -556,7 +556,7 @@ TEST_F(ResampleTest, EveryFailedStorageStepKeepsTheImageAndLeavesNoScratchFile) 
     const Rows wanted = fnPlainFilter(before, 24, 40, 30, 40.0 / 26.0, 30.0 / 33.0);
     image.fnResample(40, 30, true, nullptr);
     EXPECT_TRUE(fnSameRows(fnRows(image), wanted));
-    EXPECT_EQ(scratch.fnGetHandles(), 1u); // the intermediate's is closed
+    EXPECT_EQ(scratch.fnGetHandles(), 1u); // that of the intermediate is closed
 }
 
 } // namespace

@@ -34,7 +34,7 @@ protected:
         }
     }
 
-    /// The rule's index or bytes of the background.
+    /// The background's index or bytes by the rule.
     static Pixel fnBackground(const CqImage& image, const CqColor& color) {
         if (image.BitCount == 24)
             return {color.m_Red, color.m_Green, color.m_Blue, 0};
@@ -46,7 +46,7 @@ protected:
         return {};
     }
 
-    /// Turns by an angle that isn't a right one, and compares with the rule.
+    /// Rotates by an angle that isn't a right angle, and compares with the rule.
     void fnCheckAny(CqImage& image, double angle, CPoint pivot, bool antiAlias,
                     const CqColor& color) {
         const std::string what = std::to_string(image.Width) + " x " +
@@ -125,12 +125,12 @@ TEST_F(RotateTest, TinyAnglesAndAnglesNearRightOnesFollowTheRuleOfAnyAngle) {
 TEST_F(RotateTest, APivotFarOutsideGivesALargeMap) {
     CqImage image(5, 4, 8, q32GreyRamp, 0);
     fnSetRandom(image, m_Random);
-    // All of it lies on the negative side and is measured from 0.
+    // All of it has negative coordinates and is measured from 0.
     fnCheckAny(image, -0.5, CPoint(3000, 2000), true, CqColor(5, 5, 5, 255));
     CqImage other(5, 4, 24, nullptr, 0);
     fnSetRandom(other, m_Random);
     fnCheckAny(other, 30.0, CPoint(-900, 700), false, CqColor(5, 6, 7, 255));
-    // To the upper left the size doesn't grow, however far: only precision goes.
+    // Towards the upper left the size doesn't grow, however far: only precision is lost.
     CqImage far(200, 100, 32, nullptr, 0);
     fnSetRandom(far, m_Random);
     fnCheckAny(far, 30.0, CPoint(-0x7FFFFFFF - 1, -0x7FFFFFFF - 1), true, CqColor(1, 2, 3, 4));
@@ -189,7 +189,7 @@ TEST_F(RotateTest, PlusNinetyRotatesClockwiseAndMinusNinetyBack) {
     CPoint center(0, 0);
     image.fnRotate(90.0, CqColor(), &center, false, nullptr);
     EXPECT_EQ(fnRows(image), (Rows{{5, 1}, {6, 2}, {7, 3}, {8, 4}}));
-    EXPECT_EQ(center, CPoint(2, 0)); // without the -1 of the pixels
+    EXPECT_EQ(center, CPoint(2, 0)); // without the -1 that applies to pixels
     center = CPoint(0, 0);
     back.fnRotate(-90.0, CqColor(), &center, false, nullptr);
     EXPECT_EQ(fnRows(back), (Rows{{4, 8}, {3, 7}, {2, 6}, {1, 5}}));
@@ -385,7 +385,7 @@ TEST_F(RotateTest, AnAbortAtAnyTileKeepsTheImage) {
             ASSERT_EQ(display.m_Percents.size(), call + 1);
             ASSERT_EQ(image.TileMap, map);
             ASSERT_TRUE(fnSameRows(fnRows(image), before));
-            // Only other angles hand the new pivot back all the same.
+            // Only other angles return the new pivot nevertheless.
             ASSERT_EQ(center, angle == 30.0 ? newCenter : CPoint(7, 8));
         }
     }
@@ -416,7 +416,7 @@ TEST_F(RotateTest, AnAbortedHalfRotationLeavesTheRowsSwappedSoFar) {
 
 TEST_F(RotateTest, AnAbortAtAnyTileLeavesNothingOnTheDisk) {
     CqHeadlessScratch& scratch = *m_World->m_pScratch;
-    q32GetVMPolicy()->fnSetRamLimit(0); // everything on a disk
+    q32GetVMPolicy()->fnSetRamLimit(0); // everything goes to disk
     CqImage image(300, 151, 24, nullptr, 0);
     const CqTileMap* map = image.TileMap;
     for (const double angle : {90.0, -90.0, 180.0, 30.0}) {
@@ -447,7 +447,7 @@ TEST_F(RotateTest, AnAbortAtAnyTileLeavesNothingOnTheDisk) {
 }
 
 TEST_F(RotateTest, ADisplayLeftAbortedKeepsA16BitImageAtOtherAnglesButNotThePivot) {
-    // Nothing is reported that could end the abort of an earlier run.
+    // No report clears the abort of an earlier run.
     CqImage image(60, 40, 16, nullptr, 0);
     fnSetRandom(image, m_Random);
     const Rows before = fnRows(image);
@@ -468,7 +468,7 @@ TEST_F(RotateTest, ADisplayLeftAbortedKeepsA16BitImageAtOtherAnglesButNotThePivo
     EXPECT_EQ(center, newCenter);
 }
 
-/// A display of a host that answers by itself, without the base class.
+/// A host's display that reports the abort without the base class.
 class OwnDisplay : public CqProgressDisplay {
 public:
     OwnDisplay() : CqProgressDisplay(false) {}
@@ -525,7 +525,7 @@ TEST_F(RotateTest, EveryFailedStorageStepKeepsTheImageAndLeavesNoScratchFile) {
     fnSetRandom(image, m_Random);
     const Rows before = fnRows(image);
     const CqTileMap* map = image.TileMap;
-    q32GetVMPolicy()->fnSetRamLimit(0); // everything on a disk from now on
+    q32GetVMPolicy()->fnSetRamLimit(0); // from now on everything goes to disk
     for (CqHeadlessCalls* step : steps)
         for (const double angle : {90.0, 30.0}) {
             step->fnFail();

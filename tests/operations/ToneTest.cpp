@@ -1,4 +1,4 @@
-// Hue, saturation and thresholds, and what an operation leaves alone.
+// Hue, saturation and thresholds, and what operations leave unchanged.
 
 #include "tests/operations/StepDisplay.h"
 #include "tests/operations/ToneWorld.h"
@@ -95,7 +95,7 @@ TEST_F(Tone, NeutralArgumentsMakeNoProgressCall) {
     image->fnHueSaturation(0, 0, true, &watcher);
     EXPECT_TRUE(watcher.m_Percents.empty());
     EXPECT_EQ(fnRead(*image), before);
-    image->fnThresholding(0, false, &watcher); // this one always works
+    image->fnThresholding(0, false, &watcher); // this one is never neutral
     EXPECT_EQ(watcher.m_Percents, (std::vector<unsigned>{0, 50}));
     EXPECT_EQ(fnRead(*image), Bytes(before.size(), 255));
 }
