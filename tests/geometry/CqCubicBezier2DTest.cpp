@@ -239,7 +239,7 @@ TEST(CqCubicBezier2D, HasNoCrossingWhenItLiesAlongTheLine) {
 
 TEST(CqCubicBezier2D, HasOnlyTheCrossingAtItsEndWhenItEndsOnTheLine) {
     Crossings hits = fnAtY({{0, 2}, {1, 9}, {2, -9}, {3, 4}}, 2);
-    EXPECT_EQ(hits.m_nCount, 1); // it comes back to 2, but that isn't looked for
+    EXPECT_EQ(hits.m_nCount, 1); // it returns to 2, but that isn't searched for
     EXPECT_BITS(hits.m_T[0], 0.0);
     EXPECT_BITS(hits.m_Other[0], 0.0);
     EXPECT_BITS(hits.m_T[1], kUntouched);
@@ -250,7 +250,7 @@ TEST(CqCubicBezier2D, HasOnlyTheCrossingAtItsEndWhenItEndsOnTheLine) {
 }
 
 TEST(CqCubicBezier2D, ReportsThreeCrossingsInTheOrderOfTheSolver) {
-    // y = 22 t^3 - 33 t^2 + 12 t is 1/2 at t = 1/2, and at a place on either side.
+    // y = 22 t^3 - 33 t^2 + 12 t is 1/2 at t = 1/2, and once on either side.
     const Crossings hits = fnAtY({{0, 0}, {1, 4}, {2, -3}, {3, 1}}, 0.5);
     ASSERT_EQ(hits.m_nCount, 3);
     EXPECT_GT(hits.m_T[0], hits.m_T[1]); // falling
@@ -273,14 +273,14 @@ TEST(CqCubicBezier2D, CountsADoubleRootOfDegreeThree) {
     // y = 192 (t - 1/4)^2 (t - 3/4): touches 0 at 1/4, crosses it at 3/4.
     const Crossings hits = fnAtY({{0, -9}, {1, 19}, {2, -33}, {3, 27}}, 0);
     ASSERT_EQ(hits.m_nCount, 2);
-    EXPECT_NEAR(hits.m_T[0], 0.75, 1e-9); // the single one comes first
+    EXPECT_NEAR(hits.m_T[0], 0.75, 1e-9); // the single root comes first
     EXPECT_NEAR(hits.m_T[1], 0.25, 1e-9);
     EXPECT_BITS(hits.m_T[2], kUntouched);
     const Points exact = {{0, -2}, {1, 2}, {2, -2}, {3, 2}}; // 16 t^3 - 24 t^2 + 12 t - 2: triple
     const Crossings triple = fnAtY(exact, 0);
     ASSERT_EQ(triple.m_nCount, 1);
     EXPECT_NEAR(triple.m_T[0], 0.5, 1e-15);
-    // 2 t^3 - 3 t^2 + 1 has 1 twice and -1/2; the end on the line is all that is told.
+    // 2 t^3 - 3 t^2 + 1 has 1 twice and -1/2; only the end on the line is reported.
     EXPECT_EQ(fnAtY({{0, 1}, {1, 1}, {2, 0}, {3, 0}}, 0).m_nCount, 1);
 }
 
@@ -297,7 +297,7 @@ TEST(CqCubicBezier2D, CrossesOnceWhenItIsStraightInOneCoordinate) {
     EXPECT_BITS(fnAtX(p, 12 + 5e-10).m_Other[0], 3.0);
 }
 
-/// Crossings written out apart.
+/// Crossings by a separate implementation.
 Crossings fnPlainAtX(const Points& p, double x) {
     Crossings r{};
     const double x0 = p[0].m_X;
@@ -378,7 +378,7 @@ TEST(CqCubicBezier2D, CrossesAsThePlainFormulaDoes) {
     int total = 0;
     for (int i = 0; i < 20000; ++i) {
         Points p = fnRandomPoints(random, 4);
-        if (i % 4 == 0) // whole numbers, where lower degrees and double roots turn up
+        if (i % 4 == 0) // integers, which yield lower degrees and double roots
             for (CqPoint2D& point : p)
                 point = CqPoint2D(random.fnInt(-4, 4), random.fnInt(-4, 4));
         const double x = i % 4 == 0 ? random.fnInt(-4, 4) * 0.5 : random.fnBetween(-100, 100);

@@ -56,7 +56,7 @@ TEST(CqLine2D, TakesTheStartFirstWhenBothEndsAreTheSame) {
 
 TEST(CqLine2D, DividesTheStepsWhenRoundingMakesThemEqualVectors) {
     // The point differs from the end by one unit in the last place, 1.2e-7, but the steps from the
-    // far-off start round to the same vector.
+    // distant start round to the same vector.
     const double far = -1e17;
     const double end = 1e9;
     const double point = std::nextafter(end, 2e9);
@@ -117,7 +117,7 @@ TEST(CqLine2D, CountsSegmentsThatTouchAtAnEnd) {
     EXPECT_BITS(t, 1.0);
     EXPECT_TRUE(fnLine(4, 0, 0, 0).fnIntersectLine(fnLine(4, 0, 4, 4), t, nullptr));
     EXPECT_BITS(t, 0.0);
-    // They may fall short of each other by less than the tolerance, and t isn't clamped.
+    // A gap below the tolerance is allowed, and t isn't clamped.
     EXPECT_TRUE(
         fnLine(0, 0, 1, 0).fnIntersectLine(fnLine(1 + 0.5e-10, -1, 1 + 0.5e-10, 1), t, nullptr));
     EXPECT_GT(t, 1.0);
@@ -137,7 +137,8 @@ TEST(CqLine2D, CrossesASegmentOnTheSameLineWithNotANumber) {
     EXPECT_TRUE(fnLine(0, 0, 5, 5).fnIntersectLine(fnLine(0, 0, 5, 5), t, nullptr));
     EXPECT_TRUE(std::isnan(t));
     t = kUntouched;
-    EXPECT_TRUE(fnLine(0, 0, 1, 0).fnIntersectLine(fnLine(50, 0, 60, 0), t, nullptr)); // even apart
+    EXPECT_TRUE(
+        fnLine(0, 0, 1, 0).fnIntersectLine(fnLine(50, 0, 60, 0), t, nullptr)); // disjoint too
     EXPECT_TRUE(std::isnan(t));
 }
 
@@ -183,7 +184,7 @@ TEST(CqLine2D, EndsForAnyNumbers) {
                            {random.fnAnything(), random.fnAnything()});
         double t = kUntouched;
         CqPoint2D hit;
-        // A hit is an inner parameter, or none at all.
+        // A hit has a parameter inside the segment, or not a number.
         if (one.fnIntersectLine(two, t, &hit)) {
             EXPECT_TRUE(std::isnan(t) || (t > -1e-10 && t < 1.0000000001)) << t;
         } else {

@@ -180,7 +180,7 @@ TEST(CqMatrix2D, ConcatenatesInTheDocumentedOrderOfSums) {
         self = a;
         self.fnConcat(n);
         fnExpectBits(self, expected);
-        // And it is what it says: one transform after the other.
+        // It equals one transform after the other.
         const CqPoint2D p = random.fnPoint(-5, 5);
         const CqPoint2D apart = fnMoved(n, fnMoved(a, p));
         const CqPoint2D at_once = fnMoved(expected, p);
@@ -264,7 +264,7 @@ TEST(CqMatrix2D, HasAScaleOnlyWhenBothAxesAreScaled) {
     CqMatrix2D m;
     m.fnScale(2, 2);
     EXPECT_TRUE(m.fnHasScaleOnly());
-    m.m_TransX = 5; // not looked at
+    m.m_TransX = 5; // ignored
     EXPECT_TRUE(m.fnHasScaleOnly());
     m.fnScale(2, 1);
     EXPECT_FALSE(m.fnHasScaleOnly());

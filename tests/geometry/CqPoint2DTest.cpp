@@ -162,7 +162,7 @@ TEST(CqPoint2D, TakesAStepOfAlmostNoWidthAsVertical) {
     EXPECT_BITS(CqPoint2D(-least, -1e-9).fnComputeAngle(CqPoint2D(), false), -90.0);
     // Exactly at the tolerance it is no longer vertical.
     EXPECT_BITS(CqPoint2D(1e-10, 1e-10).fnComputeAngle(CqPoint2D(), false), 45.0);
-    // No width, and a height that is neither equal nor unequal: upward.
+    // No width, and a height neither equal nor unequal to zero: upward.
     EXPECT_BITS(CqPoint2D(0.0, 1e-10).fnComputeAngle(CqPoint2D(), false), 90.0);
     EXPECT_BITS(CqPoint2D(0.0, -1e-10).fnComputeAngle(CqPoint2D(), false), -90.0);
 }
@@ -203,8 +203,8 @@ TEST(CqPoint2D, AddsTheTranslationBeforeTheShear) {
 TEST(CqPoint2D, SkipsAShearOfExactlyZero) {
     CqPoint2D point(kInf, 2.0);
     point.fnTransform(CqMatrix2D(1.0, 1.0, 0.0, 0.0, 0.0, 0.0));
-    EXPECT_BITS(point, CqPoint2D(kInf, 2.0)); // 0 x infinity would be no number
-    // Any other shear counts, however small.
+    EXPECT_BITS(point, CqPoint2D(kInf, 2.0)); // 0 x infinity would be not a number
+    // Any other shear is applied, however small.
     point = CqPoint2D(1e20, 1e20);
     point.fnTransform(CqMatrix2D(0.0, 0.0, 1e-20, 1e-20, 0.0, 0.0));
     EXPECT_BITS(point, CqPoint2D(1.0, 1.0));

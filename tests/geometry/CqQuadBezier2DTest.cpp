@@ -96,7 +96,7 @@ TEST(CqQuadBezier2D, SplitsByRepeatedInterpolation) {
         right.fnSubdivide(t, left, right);
         fnExpectCurve(left, {p[0], a, m}, 3.0);
         fnExpectCurve(right, {m, b, p[2]}, 3.0);
-        // The halves join where the curve is.
+        // The halves join on the curve.
         EXPECT_NEAR(m.fnFindDistance(fnPlainValue(p, t)), 0.0, 1e-11);
     }
 }
@@ -224,7 +224,7 @@ TEST(CqQuadBezier2D, CrossesAsThePlainFormulaDoes) {
         }
         for (int h = 0; h < hits.m_nCount; ++h)
             EXPECT_NEAR(fnPlainValue(p, hits.m_T[h]).m_X, x, 1e-6);
-        // The axes change places.
+        // With the axes exchanged.
         const Crossings turned =
             fnAtY(fnCurve({{p[0].m_Y, p[0].m_X}, {p[1].m_Y, p[1].m_X}, {p[2].m_Y, p[2].m_X}}), x);
         ASSERT_EQ(turned.m_nCount, hits.m_nCount);
@@ -262,7 +262,7 @@ TEST(CqQuadBezier2D, CrossesALineAtPointsOfTheCurve) {
         double t[2] = {kUntouched, kUntouched};
         const int count = fnCurve(p).fnIntersectLine(line, t[0], t[1]);
         for (int h = 0; h < std::min(count, 2); ++h) {
-            // Parameters run along chords, so the curve's own lies somewhere in the same part.
+            // Parameters are those of chords, so the curve's parameter lies within the same part.
             double from = 0.0;
             double to = 1.0;
             fnPlainFlatten(p, 0.5, [&](const Points&, double low, double high) {
@@ -297,7 +297,7 @@ TEST(CqQuadBezier2D, ReportsACrossingOnAJointTwice) {
 }
 
 TEST(CqQuadBezier2D, CountsMoreCrossingsThanItHasSlotsFor) {
-    // A line through three joints, each of which counts twice, of a curve that lies on one line.
+    // A line through three joints, each counted twice, of a curve that lies on one line.
     const CqQuadBezier2D back = fnCurve({{0, 0}, {200, 0}, {0, 100}});
     double t1 = kUntouched;
     double t2 = kUntouched;
@@ -306,7 +306,7 @@ TEST(CqQuadBezier2D, CountsMoreCrossingsThanItHasSlotsFor) {
     const int count = back.fnIntersectLine({quarter, later}, t1, t2);
     EXPECT_EQ(count, 4);
     EXPECT_BITS(t1, 0.25);
-    EXPECT_BITS(t2, 0.75); // the last one wins
+    EXPECT_BITS(t2, 0.75); // holds the last crossing
 }
 
 TEST(CqQuadBezier2D, IsOneChordWhenItEndsWhereItStarts) {

@@ -72,7 +72,7 @@ TEST(CqRect2D, ContainsAllFourOfItsEdges) {
          {CqPoint2D(3 + 2e-10, 3.0), CqPoint2D(2.0, 4 + 2e-10), CqPoint2D(1 - 2e-10, 2.0),
           CqPoint2D(2.0, 2 - 2e-10), CqPoint2D(kNaN, 3.0)})
         EXPECT_FALSE(rect.fnPtInRect(outside)) << outside.m_X << " " << outside.m_Y;
-    // The reach is strict, and taken from each edge.
+    // The margin is strict, and measured from each edge.
     EXPECT_FALSE(CqRect2D(0, 0, 1, 1).fnPtInRect({-1e-10, 0.5}));
 }
 
@@ -104,7 +104,8 @@ TEST(CqRect2D, IntersectsAndReportsWhetherAnAreaIsLeft) {
     fnExpectBits(rect, 5, 5, 10, 10);
     EXPECT_FALSE(rect.fnIntersectRect({0, 0, 1, 1}, {2, 2, 3, 3}));
     fnExpectBits(rect, 2, 2, 1, 1);
-    EXPECT_FALSE(rect.fnIntersectRect({0, 0, 1, 5}, {1, 0, 2, 5})); // they touch: exactly compared
+    EXPECT_FALSE(rect.fnIntersectRect({0, 0, 1, 5},
+                                      {1, 0, 2, 5})); // they only touch: the comparison is exact
     fnExpectBits(rect, 1, 0, 1, 5);
     EXPECT_TRUE(rect.fnIntersectRect({0, 0, 1 + 1e-15, 5}, {1, 0, 2, 5}));
 }
@@ -124,10 +125,10 @@ TEST(CqRect2D, YieldsTheOtherRectangleWhenOneIsEmpty) {
         rect.fnUnionRect(full, nothing);
         fnExpectBits(rect, 1, 2, 3, 4);
     }
-    // The first is looked at first.
+    // The first is checked first.
     EXPECT_FALSE(rect.fnIntersectRect(kEmpty, kNull));
     fnExpectBits(rect, 0, 0, 0, 0);
-    // A rectangle with a width counts.
+    // A rectangle with only a width isn't empty.
     rect.fnUnionRect(kThin, {20, 20, 30, 30});
     fnExpectBits(rect, 0, 5, 30, 30);
 }
@@ -169,9 +170,9 @@ TEST(CqRect2D, TransformsTwoCornersByAScale) {
     CqMatrix2D m;
     m.fnScale(-2, 3);
     rect.fnTransform(m);
-    fnExpectBits(rect, -2, 6, -6, 12); // turned inside out
+    fnExpectBits(rect, -2, 6, -6, 12); // inverted
     rect = CqRect2D(1, 2, 3, 4);
-    rect.fnTransform(CqMatrix2D(0, 0, 0, 0, 7, 8)); // all that passes for a translation
+    rect.fnTransform(CqMatrix2D(0, 0, 0, 0, 7, 8)); // the only form taken for a translation
     fnExpectBits(rect, 7, 8, 7, 8);
 }
 
@@ -181,7 +182,7 @@ TEST(CqRect2D, TransformsFourCornersByAnythingElse) {
     m.fnScale(2, 1);
     rect.fnTransform(m);
     fnExpectBits(rect, 2, 2, 6, 4);
-    m.fnScale(-1, 1); // a mirror is no scale: the box stays in order
+    m.fnScale(-1, 1); // a mirror is not a scale: the box stays normalized
     rect.fnTransform(m);
     fnExpectBits(rect, -6, 2, -2, 4);
     rect = CqRect2D(3, 4, 1, 2);
@@ -217,7 +218,8 @@ TEST(CqRect2D, GivesTheIntegerRectangleOfThePixelsTouched) {
     EXPECT_EQ(static_cast<CRect>(CqRect2D(0.5, 0.5, 2.0, 2.0)), CRect(0, 0, 3, 3));
     EXPECT_EQ(static_cast<CRect>(CqRect2D(0, 0, 2.5, 2.5)), CRect(0, 0, 4, 4));
     EXPECT_EQ(static_cast<CRect>(CqRect2D(0, 0, 2 + 0.9e-10, 2 + 1.1e-10)), CRect(0, 0, 3, 4));
-    // Left and top are truncated, not floored; below zero nothing positive is cut off.
+    // Left and top are truncated toward zero, not floored; negative right and bottom lose no
+    // positive fraction.
     EXPECT_EQ(static_cast<CRect>(CqRect2D(-1.5, -0.5, -2.5, -0.5)), CRect(-1, 0, -1, 1));
 }
 

@@ -51,7 +51,7 @@ TEST(CqVector2D, ComparesWithPointsOnEitherSide) {
     EXPECT_TRUE(same == vector);
     EXPECT_FALSE(vector != same);
     EXPECT_FALSE(same != vector);
-    // A whole tolerance apart: neither equal nor unequal.
+    // Exactly the tolerance apart: neither equal nor unequal.
     const CqPoint2D apart(1e-10, 0.0);
     EXPECT_FALSE(CqVector2D() == apart);
     EXPECT_FALSE(apart == CqVector2D());
@@ -94,7 +94,7 @@ TEST(CqVector2D, ComputesTheAngleFromTheRootOfTheSquaredCosine) {
         c = c >= 1.0 ? 1.0 : c < -1.0 ? -1.0 : c;
         EXPECT_BITS(a.fnIntersectAngle(b, true), std::acos(c));
         EXPECT_BITS(a.fnIntersectAngle(b, false), std::acos(c) * 180.0 / GEOM_PI);
-        EXPECT_NEAR(b.fnIntersectAngle(a, true), std::acos(c), 1e-7); // either way round
+        EXPECT_NEAR(b.fnIntersectAngle(a, true), std::acos(c), 1e-7); // in either order
     }
 }
 

@@ -5,12 +5,12 @@
 
 namespace {
 
-/// A BMP put together byte by byte.
+/// A BMP assembled byte by byte.
 class TestBmp {
 public:
     TestBmp(std::int32_t width, std::int32_t height, std::uint16_t bits,
             std::uint32_t compression = 0, std::uint32_t headerBytes = 40) {
-        fn32(0); // room for the file header
+        fn32(0); // space for the file header
         fn32(0);
         fn32(0);
         fn16(0);
@@ -44,7 +44,7 @@ public:
         return fn16(static_cast<std::uint16_t>(value))
             .fn16(static_cast<std::uint16_t>(value >> 16));
     }
-    /// The pixels begin here.
+    /// Marks the start of the pixels.
     TestBmp& fnPixels() {
         m_nPixelsAt = m_Bytes.size();
         return *this;
@@ -128,7 +128,7 @@ TEST_F(BmpFile, ThirtyTwoBitsHaveAlphaOnlyWhereAMaskDeclaresIt) {
     masked.m_Bytes.resize(14 + 108);
     masked.fnPixels().fn32(0x80112233);
     fnExpect(masked, 32, {0x80, 0x33, 0x22, 0x11});
-    TestBmp wide(1, 1, 32, 3); // ten bits a channel
+    TestBmp wide(1, 1, 32, 3); // ten bits per channel
     wide.fn32(0x3FF00000).fn32(0x000FFC00).fn32(0x000003FF).fnPixels().fn32(0x3FF00000 | 512 << 10);
     fnExpect(wide, 24, {255, 128, 0});
 }

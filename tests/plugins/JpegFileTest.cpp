@@ -7,7 +7,7 @@ namespace {
 
 class JpegFile : public PictureTest {
 protected:
-    /// Smooth ramps, which the format keeps closely.
+    /// Smooth ramps, which the format reproduces closely.
     static TestJpeg fnRamps(std::uint32_t width, std::uint32_t height, int components) {
         TestJpeg jpeg;
         jpeg.m_nWidth = width;
@@ -36,7 +36,7 @@ protected:
         }
     }
 
-    /// Expects the file to be refused ahead of any storage for pixels.
+    /// Expects the file to be refused before any storage for pixels is allocated.
     void fnExpectNoStorage(const Bytes& file, int message) {
         fnPut(file);
         CqHeadlessCalls& memory = m_World->m_pMemory->m_Reserve;
@@ -73,7 +73,7 @@ TEST_F(JpegFile, GreyAndColourAreReadPlainAndProgressive) {
 }
 
 TEST_F(JpegFile, InksBecomeColoursAsTheirMarkerDeclares) {
-    // Cyan, magenta, yellow, black as amounts of ink; with the marker a file holds 255 less that.
+    // Cyan, magenta, yellow, black as amounts of ink; with the marker a file holds 255 minus that.
     for (const bool adobe : {false, true}) {
         for (const bool ycck : {false, true}) {
             TestJpeg jpeg = fnRamps(40, 24, 4);
@@ -164,7 +164,7 @@ TEST_F(JpegFile, CoefficientsBeyondAGibibyteAreReportedAsOutOfMemory) {
     TestJpeg jpeg = fnRamps(16, 16, 1);
     jpeg.m_bProgressive = true;
     Bytes file = jpeg.fnMake();
-    // Two bytes a coefficient. The file could hold them all.
+    // Two bytes per coefficient. The file could hold them all.
     constexpr unsigned int kSide = 24000;
     ASSERT_NO_FATAL_FAILURE(fnClaimSize(file, 0xC2, kSide));
     file.resize(kSide * kSide / 512 + 1);
@@ -266,7 +266,7 @@ TEST_F(JpegFile, FeaturesThatTheImageDropsAreReported) {
         EXPECT_EQ(isReduced(jpeg.fnMake()), components == 4) << components;
     }
     jpeg.m_nComponents = 3;
-    // A segment of notes right behind the start; its first two bytes are its length.
+    // A segment of notes right after the start; its first two bytes are its length.
     for (const int marker : {0xE1, 0xE2, 0xED, 0xEC, 0xFE}) {
         Bytes file = jpeg.fnMake();
         const Bytes segment = {0xFF, static_cast<std::uint8_t>(marker), 0, 6, 'n', 'o', 't', 'e'};
@@ -285,10 +285,10 @@ TEST_F(JpegFile, NotesOfAnyLengthAreSkipped) {
     fnPut(plain);
     ASSERT_TRUE(fnRead().fnIsDone());
     const Bytes pixels = fnPixelsOf(m_Image);
-    for (const std::size_t length : {2u, 3u, 16384u, 65535u}) { // the two bytes that tell it count
+    for (const std::size_t length : {2u, 3u, 16384u, 65535u}) { // includes its own two bytes
         Bytes file = plain;
         for (int i = 0; i < 3; ++i) {
-            Bytes segment(2 + length, 0xD9); // what would end the file elsewhere
+            Bytes segment(2 + length, 0xD9); // an end mark elsewhere
             segment[0] = 0xFF;
             segment[1] = 0xE1;
             segment[2] = static_cast<std::uint8_t>(length >> 8);

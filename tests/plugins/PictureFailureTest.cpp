@@ -10,7 +10,7 @@ constexpr PICTURE_FORMAT kAll[] = {PICTURE_PNG, PICTURE_JPEG, PICTURE_TIFF, PICT
 
 class PictureFailure : public PictureTest {
 protected:
-    /// Writes over a file, with `fail` in force, and expects that file to be left as it was.
+    /// Writes over a file, with `fail` in force, and expects that file to be left unchanged.
     template <typename Fail>
     void fnExpectKept(CqImage& image, PICTURE_FORMAT format, int message, const Fail& fail) {
         fnPut("what stood there before");
@@ -36,7 +36,7 @@ TEST_F(PictureFailure, AFullDiskLosesNoExistingFile) {
 }
 
 TEST_F(PictureFailure, EachFailingFileCallOfAWriteKeepsTheOldFile) {
-    const auto image = fnMakeNoise(200, 160, 24, 1); // more than one block of the output
+    const auto image = fnMakeNoise(200, 160, 24, 1); // more than one block of output
     auto& stream = *m_World->m_pFiles->m_pStream;
     for (const PICTURE_FORMAT format : kAll) {
         for (CqHeadlessCalls* calls : {&stream.m_Write, &stream.m_Seek, &stream.m_Close,
@@ -120,7 +120,7 @@ TEST_F(PictureFailure, EachAllocationOfAReadFailsOnceInTurn) {
             const CqPictureResult result = q32ReadPicture(kPath, target);
             const bool failed = failure.fnHappened();
             failure.fnEnd();
-            // Memory that can't be had for pixels sends them to a scratch disk, which is no
+            // Pixels that can't be allocated in memory go to a scratch disk, which is not a
             // failure.
             if (result.fnIsDone()) {
                 EXPECT_EQ(fnPixelsOf(target), expected);

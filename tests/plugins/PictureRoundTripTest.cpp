@@ -21,7 +21,7 @@ TEST_F(PictureRoundTrip, EveryDepthReadsBackByteForByteAtOddSizes) {
                 ASSERT_TRUE(fnRead().fnIsDone());
                 ASSERT_EQ(m_Image.Width, width);
                 ASSERT_EQ(m_Image.Height, height);
-                // Only BMP has 5-6-5; elsewhere it becomes colour as it is drawn.
+                // Only BMP has 5-6-5; the other formats get the colours as drawn.
                 const bool widened = bits == 16 && format != PICTURE_BMP;
                 ASSERT_EQ(m_Image.BitCount, widened ? 24u : bits);
                 ASSERT_EQ(fnPixelsOf(m_Image), widened ? fnColorsOf(*image) : fnPixelsOf(*image));

@@ -29,7 +29,7 @@ protected:
         return tiff;
     }
 
-    /// Sample `i` of row y, at its own depth.
+    /// Sample `i` of row y, at its stored depth.
     static unsigned int fnSample(const TestTiff& tiff, std::uint32_t y, std::size_t i) {
         const auto bits = static_cast<unsigned int>(tiff.m_nBits);
         const std::size_t rowBytes =
@@ -47,8 +47,8 @@ protected:
         return static_cast<std::uint8_t>((value * 255u + highest / 2) / highest);
     }
 
-    /// What grey, colour and alpha must become; `order` names the samples of a pixel's bytes. Where
-    /// 0 is white, that holds for the one colour sample; alpha behind it is as ever.
+    /// The expected result of grey, colour and alpha; `order` gives the sample of each byte of a
+    /// pixel. Where 0 is white, only the colour sample is inverted; alpha after it is unchanged.
     static Bytes fnExpected(const TestTiff& tiff, std::initializer_list<int> order) {
         Bytes all;
         const auto samples = static_cast<std::size_t>(tiff.m_nSamples);
@@ -65,7 +65,7 @@ protected:
         return all;
     }
 
-    /// The colours of inks, whatever samples follow the four.
+    /// The colours of four inks, whatever samples follow.
     static Bytes fnExpectedOfInks(const TestTiff& tiff) {
         Bytes all;
         for (std::size_t i = 0; i < tiff.m_Samples.size();
@@ -181,7 +181,7 @@ TEST_F(TiffFile, AlphaPremultipliedIntoSamplesWhose0IsWhiteIsRemoved) {
     tiff.m_nPhotometric = PHOTOMETRIC_MINISWHITE;
     tiff.m_Extra = {EXTRASAMPLE_ASSOCALPHA};
     tiff.m_Samples = {50, 128, 200, 128, 7, 0, 10, 255};
-    // 50 * 255 / 128 is nearly 100; more than alpha allows counts as all of it.
+    // 50 * 255 / 128 is nearly 100; a sample above its alpha is clamped to it.
     const Bytes expected = {128, 155, 155, 155, 128, 0, 0, 0, 0, 248, 248, 248, 255, 245, 245, 245};
     ASSERT_NO_FATAL_FAILURE(fnExpectPixels(tiff, 32, expected));
     ASSERT_NO_FATAL_FAILURE(fnExpectPixels(fnApart(tiff), 32, expected));
@@ -250,7 +250,7 @@ TEST_F(TiffFile, AlphaPremultipliedIntoInksOrIndicesIsIgnored) {
 }
 
 TEST_F(TiffFile, LuminanceAndChromaBecomeColours) {
-    // Grey in that form: half-way chroma. The strips and rows of tiles are converted one by one.
+    // Grey has mid-range chroma here. The strips and rows of tiles are converted one by one.
     for (const bool tiled : {false, true}) {
         TestTiff tiff;
         tiff.m_nWidth = 70;
@@ -295,7 +295,7 @@ TEST_F(TiffFile, EmbeddedJpegDataIsReadAndRefusedWhenBroken) {
     ASSERT_EQ(pixels.size(), tiff.m_Samples.size());
     for (std::size_t i = 0; i < pixels.size(); ++i)
         ASSERT_NEAR(pixels[i], tiff.m_Samples[i], 24);
-    // Entropy-coded data overwritten with end marks: a decoder would make the rest grey.
+    // Entropy-coded data overwritten with end marks: a decoder would fill the rest with grey.
     for (std::size_t i = 200; i + 1 < 400; i += 2) {
         file[i] = 0xFF;
         file[i + 1] = 0xD9;

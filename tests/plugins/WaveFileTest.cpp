@@ -20,7 +20,7 @@ std::string fnLow(std::uint32_t value, int bytes) {
     return text;
 }
 
-/// A chunk, made even.
+/// A chunk, padded to even length.
 std::string fnChunk(const std::string& id, const std::string& bytes) {
     return id + fnLow(static_cast<std::uint32_t>(bytes.size()), 4) + bytes +
            std::string(bytes.size() % 2, '\0');
@@ -63,7 +63,7 @@ protected:
         EXPECT_EQ(fnSamples(wave), samples);
     }
 
-    /// The file ends with a message, and the sound stays.
+    /// Expects the read to fail with a message, and the sound to stay.
     void fnExpectRefused(int message, const std::string& file) {
         fnPut(file);
         fnExpectUnread(message);
@@ -83,7 +83,7 @@ protected:
     }
 };
 
-/// Notes what it is told, and ends the work at one of its calls, counted from 1; 0: never.
+/// Records its calls, and aborts at one of them, counted from 1; 0: never.
 class Listener : public CqPictureProgress {
 public:
     explicit Listener(std::size_t abortAt = 0) : m_nAbortAt(abortAt) {}
@@ -126,7 +126,7 @@ TEST_F(WaveFileTest, APlainFileIsRead) {
 TEST_F(WaveFileTest, ChunksAreReadInAnyOrder) {
     const std::string format = fnChunk("fmt ", fnFormat(1, 8));
     const std::string data = fnChunk("data", "abc");
-    const std::string other = fnChunk("LIST", "odd"); // with the byte that makes it even
+    const std::string other = fnChunk("LIST", "odd"); // with its padding byte
     for (const std::string& chunks :
          {other + format + data, format + other + data, format + data + other,
           data + other + format, other + other + data + format + other,
@@ -290,7 +290,7 @@ TEST_F(WaveFileTest, ExhaustedMemoryIsReported) {
         const CqWaveFileResult result = q32ReadWave(kPath, fresh);
         failure.fnEnd();
         EXPECT_EQ(result.fnIsDone(), fresh.fnGetBuffer() != nullptr);
-        // Some failures are got over: the block goes to a scratch disk.
+        // Some failures are recovered: the block goes to a scratch disk.
         EXPECT_TRUE(result.fnIsDone() || failure.fnHappened());
         told += result.fnIsDone() ? 0 : 1;
     });
@@ -345,7 +345,7 @@ TEST_F(WaveFileTest, SoundsThatNoFileCanHoldAreNotWritten) {
     EXPECT_EQ(fnGet(), "what stood there before");
 }
 
-/// A sound that claims bytes that nobody has.
+/// A sound that claims bytes that don't exist.
 struct ClaimedWave : CqWave {
     void fnClaim(std::uint32_t size) {
         CString path;
@@ -356,7 +356,7 @@ struct ClaimedWave : CqWave {
 
 TEST_F(WaveFileTest, ASoundTooLongForTheSizeInTheHeaderIsNotWritten) {
     fnPut("what stood there before");
-    // The head counts 36 bytes of its own, and the one that makes an odd size even.
+    // The size in the header includes 36 bytes of headers and the padding byte of an odd size.
     for (const std::uint32_t size : {0xFFFFFFDBu, 0xFFFFFFDCu, 0xFFFFFFFFu}) {
         ClaimedWave wave;
         wave.fnClaim(size);
