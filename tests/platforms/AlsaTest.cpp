@@ -35,7 +35,7 @@ protected:
         pollfd event = {m_pMixers->fnGetDescriptor(), POLLIN, 0};
         return ::poll(&event, 1, ms) == 1;
     }
-    /// Waits as a host's loop does, and gives what is told.
+    /// Waits as a host's loop does, and returns the reports.
     Values fnTakeTold() {
         m_Told.clear();
         fnAwait([&] { return !m_Told.empty(); },
@@ -93,7 +93,7 @@ TEST_F(Alsa, SettingBassOrTrebleSwitchesTheCardsToneOn) {
         m_Card.fnTurn(card);
         EXPECT_TRUE(m_pMixer->fnSetValues(control, 2, {65535}));
         EXPECT_EQ(m_Card.fnGet().m_nToneOn, 1) << control;
-        m_pMixers->fnPump(); // the card tells no event of what is back before it is asked
+        m_pMixers->fnPump(); // the card sends no event for a change undone before it is read
     }
 }
 

@@ -133,7 +133,7 @@ TEST_F(HeadlessDisks, EachStepOfAScratchFileCanFail) {
             m_Scratch.fnClose(file);
         if (failing > 0) {
             EXPECT_EQ(m_Scratch.fnDelete(name.c_str()), failing != 6);
-            m_Scratch.fnDelete(name.c_str()); // what the failed call has left
+            m_Scratch.fnDelete(name.c_str()); // the file that the failed call left
         }
         EXPECT_EQ(m_Disks.fnGetFree("C:\\"), 10000u);
     }

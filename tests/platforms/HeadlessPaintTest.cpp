@@ -29,7 +29,7 @@ protected:
     CqHeadlessScreen& fnScreen() { return *m_World->m_pScreen; }
     CqHeadlessPaintCalls& fnPaint() { return m_World->m_pScreen->m_Paint; }
     std::uint32_t fnAt(int x, int y) { return fnScreen().fnGetPixel(100 + x, 50 + y); }
-    /// Pixels of the screen that are no longer what they were.
+    /// The number of changed pixels of the screen.
     std::size_t fnChanged() {
         std::size_t changed = 0;
         for (int y = 0; y < fnScreen().fnGetMode().m_nHeight; ++y)
@@ -53,7 +53,7 @@ TEST_F(HeadlessPaint, FillsAndInvertsInsideTheClientAreaOnly) {
     EXPECT_TRUE(m_pDC->InvertRect(CRect(95, 38, INT_MAX, INT_MAX)));
     EXPECT_EQ(fnAt(99, 39), kGround ^ 0xFFFFFFu);
     EXPECT_EQ(fnChanged(), 40u);
-    EXPECT_TRUE(m_pDC->FillRect(CRect(20, 20, 10, 30), COLOR_BTNFACE)); // turned
+    EXPECT_TRUE(m_pDC->FillRect(CRect(20, 20, 10, 30), COLOR_BTNFACE)); // inverted
     EXPECT_EQ(fnChanged(), 40u);
 }
 
@@ -64,7 +64,7 @@ TEST_F(HeadlessPaint, PaintsNothingOnAWindowOffTheScreen) {
         EXPECT_TRUE(m_pDC->FillRect(CRect(0, 0, 100, 40), COLOR_BTNFACE));
         EXPECT_EQ(fnChanged(), 0u);
     }
-    m_Window.fnMove(CRect(-95, -38, 5, 2)); // its last five columns and two rows can be seen
+    m_Window.fnMove(CRect(-95, -38, 5, 2)); // its last five columns and two rows are visible
     EXPECT_TRUE(m_pDC->FillRect(CRect(0, 0, 100, 40), COLOR_BTNFACE));
     EXPECT_EQ(fnChanged(), 10u);
 }
@@ -115,7 +115,7 @@ TEST_F(HeadlessPaint, GivesEveryCharacterADistinctGlyph) {
 }
 
 TEST_F(HeadlessPaint, WritesTextOpaqueOrTransparentAndClipsItToItsRectangle) {
-    CRect place(10, 5, 22, 16); // two signs
+    CRect place(10, 5, 22, 16); // two characters
     EXPECT_EQ(m_pDC->DrawText("IIII", -1, &place, DT_SINGLELINE), 11);
     EXPECT_EQ(fnChanged(), 12u * 11);
     EXPECT_EQ(fnAt(10, 5), kWhite);
@@ -129,16 +129,16 @@ TEST_F(HeadlessPaint, WritesTextOpaqueOrTransparentAndClipsItToItsRectangle) {
     EXPECT_EQ(m_pDC->SetBkMode(OPAQUE), TRANSPARENT);
     CRect none(0, 0, 50, 20);
     EXPECT_EQ(m_pDC->DrawText("", -1, &none, DT_SINGLELINE), 11);
-    EXPECT_EQ(m_pDC->DrawText("x", -1, &none, 0), 0); // several lines aren't known
+    EXPECT_EQ(m_pDC->DrawText("x", -1, &none, 0), 0); // multiple lines aren't supported
 }
 
 TEST_F(HeadlessPaint, CopiesABitmapThatWasPaintedOn) {
     const std::unique_ptr<CDC> memory = m_pDC->CreateCompatibleDC();
     ASSERT_TRUE(memory);
-    EXPECT_TRUE(memory->FillRect(CRect(0, 0, 10, 10), COLOR_BTNFACE)); // on nothing
+    EXPECT_TRUE(memory->FillRect(CRect(0, 0, 10, 10), COLOR_BTNFACE)); // without a bitmap
     CBitmap bitmap;
     ASSERT_TRUE(bitmap.CreateCompatibleBitmap(m_pDC, 20, 10));
-    EXPECT_EQ(m_pDC->SelectObject(&bitmap), nullptr); // windows take none
+    EXPECT_EQ(m_pDC->SelectObject(&bitmap), nullptr); // windows accept none
     EXPECT_EQ(memory->SelectObject(&bitmap), nullptr);
     EXPECT_TRUE(memory->FillRect(CRect(0, 0, 5, 10), COLOR_BTNFACE));
     EXPECT_TRUE(m_pDC->BitBlt(30, 10, 40, 40, memory.get(), 2, 1, SRCCOPY));
@@ -190,7 +190,7 @@ TEST_F(HeadlessPaint, FailsEachScriptedCall) {
     EXPECT_FALSE(m_pDC->InvertRect(rect));
     EXPECT_FALSE(m_pDC->BitBlt(0, 0, 1, 1, m_pDC, 0, 0, SRCCOPY));
     EXPECT_EQ(fnChanged(), 0u);
-    EXPECT_TRUE(m_pDC->FillRect(rect, COLOR_BTNFACE)); // once only
+    EXPECT_TRUE(m_pDC->FillRect(rect, COLOR_BTNFACE)); // fails only once
     EXPECT_FALSE(bitmap.CreateCompatibleBitmap(m_pDC, 0, 5));
     EXPECT_FALSE(bitmap.CreateCompatibleBitmap(m_pDC, 5, -1));
     EXPECT_FALSE(bitmap.CreateCompatibleBitmap(m_pDC, 32768, 1));

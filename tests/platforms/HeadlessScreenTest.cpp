@@ -10,8 +10,8 @@
 
 namespace {
 
-/// A header, its table and rows, each in a block of its exact size, so that a checker of memory
-/// sees any step beside them.
+/// A header, its table and rows, each in a block of its exact size, so that a memory checker
+/// detects any access outside them.
 struct Dib {
     std::vector<std::uint8_t> m_Block;
     std::vector<std::uint8_t> m_Rows;
@@ -173,7 +173,7 @@ TEST_F(HeadlessScreen, PartsOfABitmapMatchAPlainComputation) {
         const int scans = number(0, 13);
         const int taken = std::max(0, std::min(scans, height - start));
         m_pScreen->fnClear();
-        // The caller's rows begin with the start scan: they may end anywhere behind the last taken.
+        // The caller's rows begin with the start scan and may end anywhere after the last one used.
         const std::vector<std::uint8_t> rows(
             dib.m_Rows.begin() + static_cast<std::ptrdiff_t>(std::min(start, height)) *
                                      static_cast<std::ptrdiff_t>(dib.fnStride()),

@@ -1,4 +1,4 @@
-// What the headless world adds to the services of software: counts, and failures on demand.
+// What the headless world adds to the software services: counts, and failures on demand.
 #include "platforms/headless/CqHeadlessRegion.h"
 #include "platforms/headless/CqHeadlessResources.h"
 

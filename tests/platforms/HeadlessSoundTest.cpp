@@ -41,7 +41,7 @@ struct HeadlessWave : testing::Test {
     }
 };
 
-/// For its life the system has no room for the stack of another thread.
+/// During its lifetime the system has no space for the stack of another thread.
 class NoThreads {
 public:
     NoThreads() {

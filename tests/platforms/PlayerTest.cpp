@@ -1,4 +1,4 @@
-// The example as people run it, on a server of the test's own.
+// The example program, run on a private sound server.
 #include "platforms/posix/posix.h"
 #include "plugins/PictureFile.h"
 #include "q32Base/q32Base.h"
@@ -32,7 +32,7 @@ public:
         EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
         return {ends[0], ends[1]};
     }
-    /// A terminal, whose player's end says what is set there.
+    /// A terminal; the player's end reports its settings.
     static Stream fnTerminal() {
         const int mine = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
         EXPECT_EQ(::grantpt(mine) + ::unlockpt(mine), 0);
@@ -48,20 +48,20 @@ public:
     }
 
     int fnGetPlayers() const { return m_nPlayers; }
-    /// The player alone holds its end from now on.
+    /// Leaves the player's end to the player only.
     void fnGive() { fnClose(m_nPlayers); }
-    /// Nothing more will come.
+    /// Ends the input.
     void fnEnd() { fnClose(m_nMine); }
     void fnWrite(std::string_view text) const {
         EXPECT_EQ(::write(m_nMine, text.data(), text.size()), static_cast<ssize_t>(text.size()));
     }
-    /// Reads until there is no more to come.
+    /// Reads to the end.
     std::string fnReadAll() {
         while (fnReadMore())
             ;
         return m_szRead;
     }
-    /// Reads until the text has come, and forgets all up to its end.
+    /// Reads until the text appears, and discards everything up to its end.
     bool fnAwait(std::string_view text) {
         for (;;) {
             const std::size_t at = m_szRead.find(text);
@@ -136,7 +136,7 @@ protected:
         arguments.push_back(fnSoundPath());
         return fnRun(arguments, s_pServer->fnGetAddress(), streams);
     }
-    /// Runs it with keys that come through a pipe, which then ends.
+    /// Runs it with keys from a pipe that then ends.
     int fnObey(const std::string& keys) {
         Stream input = Stream::fnToPlayer();
         input.fnWrite(keys);
@@ -144,7 +144,7 @@ protected:
         input.fnEnd();
         return player.fnWait();
     }
-    /// What it says of itself on its way to `code`.
+    /// The output of a run that exits with `code`.
     std::string fnSays(const std::vector<std::string>& arguments, int code) {
         Stream said = Stream::fnFromPlayer();
         ChildProcess player =
@@ -159,7 +159,7 @@ protected:
     TestSound m_Sound{150 * kBytesPerMs};
 };
 
-/// A player that loops and gets its keys one after the other.
+/// A looping player that gets its keys one at a time.
 class PlayerKeys : public Player {
 protected:
     void SetUp() override {
@@ -199,7 +199,7 @@ protected:
 
 TEST_F(Player, PlaysAFileToItsEnd) {
     SoundRecorder recorder(*s_pServer);
-    // A gap is the doing of a machine under load, and calls for another take.
+    // A gap is caused by a machine under load, so the take is repeated.
     int heard = 0;
     for (int take = 0; take < 5 && heard == 0; ++take) {
         const std::size_t from = recorder.fnGetSize();
@@ -278,7 +278,7 @@ std::vector<int> fnGreenRows(CqImage& image, int x) {
 } // namespace
 
 TEST_F(Player, WithoutADeviceItFailsButThePictureShowsTheSound) {
-    // 8 frames a column; the first half is silent.
+    // 8 frames per column; the first half is silent.
     constexpr std::int16_t kLoud = 30000;
     std::string samples(8000 * 4, '\0');
     for (std::size_t at = samples.size() / 2; at < samples.size(); at += sizeof kLoud)

@@ -24,7 +24,7 @@ std::shared_ptr<CqFileService> fnFiles(const CqPosixOptions& options = {}) {
     return q32PosixPlatform(options).m_pFiles;
 }
 
-/// Sets environment variables, and puts them back.
+/// Sets environment variables, and restores them.
 class Environment {
 public:
     struct Variable {
@@ -268,7 +268,7 @@ TEST(PosixFiles, SpaceIsWhatTheCallerMayUseOnTheVolume) {
     const auto files = fnFiles();
     ASSERT_TRUE(files->fnHasWideSpaceQuery());
     struct statvfs facts {};
-    // A file system that nobody writes to during the test.
+    // A file system without writers during the test.
     ASSERT_EQ(::statvfs("/sys", &facts), 0);
     CqDiskSpace space{1, 1};
     ASSERT_TRUE(files->fnGetSpace("/sys\\", space));

@@ -17,7 +17,7 @@ extern "C" __attribute__((visibility("default"))) const char* __lsan_default_sup
 
 namespace {
 
-/// Expected times are written down from the definitions of the languages.
+/// Expected times are taken from the definitions of the languages.
 class PosixLocale : public testing::Test {
 protected:
     void SetUp() override { ::setenv("LOCPATH", Q32_TEST_LOCALES, 1); }
@@ -56,7 +56,7 @@ TEST_F(PosixLocale, ADateIsInTheShortFormOfTheLanguage) {
     EXPECT_EQ(fnDate("en_US.UTF-8", kTime), "03/07/2024");
     EXPECT_EQ(fnDate("de_DE.UTF-8", kTime), "07.03.2024");
     EXPECT_EQ(fnDate("ja_JP.UTF-8", kTime), "2024年03月07日");
-    // The same signs in Shift-JIS: 94 4E, 8C 8E, 93 FA.
+    // The same characters in Shift-JIS: 94 4E, 8C 8E, 93 FA.
     EXPECT_EQ(fnDate("ja_JP.SJIS", kTime), "2024\x94\x4E"
                                            "03\x8C\x8E"
                                            "07\x93\xFA");
@@ -128,7 +128,7 @@ TEST_F(PosixLocale, AnInvalidCharacterIsASingleByte) {
 
 TEST_F(PosixLocale, ABackslashInsideACharacterIsNotASeparator) {
     const Folder folder;
-    const std::string name = "\x95\x5C.bmp"; // one sign, a dot, three letters
+    const std::string name = "\x95\x5C.bmp"; // one character, a dot, three letters
     folder.fnWrite(name, "x");
     EXPECT_TRUE(fnPlatform("ja_JP.SJIS").m_pFiles->fnExists(folder.fnName(name).c_str()));
     EXPECT_FALSE(fnPlatform("C").m_pFiles->fnExists(folder.fnName(name).c_str()));

@@ -12,10 +12,10 @@ using q32::test::Folder;
 
 namespace {
 
-/// A process's own files, and trees of groups, in a folder.
+/// Simulates a process's files and control group hierarchies in a folder.
 class GroupTree {
 public:
-    /// A tree is mounted at "v1" or "v2" in the folder.
+    /// A line that mounts a hierarchy at "v1" or "v2" in the folder.
     std::string fnMount(const std::string& tree, const std::string& root = "/") const {
         const std::string tail =
             tree == "v2" ? " - cgroup2 none rw\n" : " - cgroup cgroup rw,memory\n";
@@ -125,7 +125,7 @@ TEST(PosixMemoryLimit, ALineOfMoreThanAMegabyteIsSkipped) {
     const std::string two = tree.fnMount("v2");
     std::string longer = one;
     longer.insert(longer.find(" shared:9"), (std::size_t{1} << 20) - one.size() + 1, ' ');
-    EXPECT_EQ(longer.size(), (std::size_t{1} << 20) + 1); // its end counts here
+    EXPECT_EQ(longer.size(), (std::size_t{1} << 20) + 1); // includes its line end
     tree.fnSetFile("cgroup", "4:memory:/job\n0::/job\n");
     tree.fnSetFile("v1/job/memory.limit_in_bytes", "100\n");
     tree.fnSetFile("v2/job/memory.max", "200\n");

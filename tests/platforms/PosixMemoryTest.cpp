@@ -23,7 +23,7 @@ CqMemoryService& fnMemory() {
     return *platform.m_pMemory;
 }
 
-/// Bytes of a line "<key>: <n> kB" of a file of the system.
+/// Bytes of a line "<key>: <n> kB" of a system file.
 std::size_t fnKiloBytes(const char* file, const std::string& key) {
     std::ifstream facts(file);
     for (std::string word; facts >> word;)
@@ -119,7 +119,7 @@ TEST(PosixMemory, ADecommittedRangeReturnsItsMemoryAndKeepsItsAddress) {
     fnMemory().fnDecommit(range, size);
     EXPECT_LE(fnKiloBytes("/proc/self/status", "VmRSS") + size * 9 / 10, full);
     EXPECT_TRUE(fnIsForbidden(range));
-    // Nobody else gets the address: a wish for just that place is turned down.
+    // The address stays reserved: a mapping at exactly that address is refused.
     void* const other =
         ::mmap(range, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
     EXPECT_EQ(other, MAP_FAILED);

@@ -18,7 +18,7 @@ using namespace q32::test;
 
 namespace {
 
-constexpr std::uint32_t kSize = 300001; // neither whole pages nor whole blocks
+constexpr std::uint32_t kSize = 300001; // not a multiple of pages or blocks
 
 std::shared_ptr<CqScratchService> fnNewService() {
     return q32PosixPlatform().m_pScratch;
@@ -51,7 +51,7 @@ std::size_t fnFreeBytes(const std::string& path) {
     return facts.f_bfree * facts.f_frsize;
 }
 
-/// A scratch buffer, taken through all its steps.
+/// A scratch buffer, created through all its steps.
 struct Buffer {
     Buffer(CqScratchService& scratch, const std::string& directory, std::uint32_t size)
         : m_Scratch(scratch), m_nSize(size) {
@@ -80,7 +80,7 @@ struct Buffer {
     char* m_pView = nullptr;
 };
 
-/// Both the real full disk and the limit that stands for it end up here.
+/// Shared by the tests of a real full disk and of the limit that simulates it.
 std::string fnFailToReserve(const std::string& directory, std::uint32_t size) {
     const std::size_t before = fnFreeBytes(directory);
     const auto scratch = fnNewService();
@@ -91,13 +91,13 @@ std::string fnFailToReserve(const std::string& directory, std::uint32_t size) {
     Q32_WANT(!scratch->fnSetSize(file, size));
     Q32_WANT(fnFacts(name).st_size == 0);
     Q32_WANT(fnFacts(name).st_blocks == 0);
-    // The handle is still good, for a size that fits.
+    // The handle is still usable, for a size that fits.
     Q32_WANT(scratch->fnSetSize(file, 4096));
     Q32_WANT(fnFacts(name).st_size == 4096);
     scratch->fnClose(file);
     Q32_WANT(scratch->fnDelete(name.c_str()));
     Q32_WANT(!fnStands(name));
-    // Others write to the machine's own disk meanwhile; a small one is ours alone.
+    // Other processes write to the machine's disk meanwhile, but not to the small one.
     if (before < (std::size_t{64} << 20))
         Q32_WANT(fnFreeBytes(directory) == before);
     return "";
@@ -131,7 +131,7 @@ TEST(PosixScratch, PagesThatFitInMemoryStayAfterAWalk) {
     std::memset(buffer.m_pView, 'x', buffer.m_nSize);
     for (int i = 0; i < 100; ++i)
         scratch->fnAdvise(VIEW_DONE, buffer.m_pView, buffer.m_nSize);
-    scratch->fnAdvise(VIEW_DONE, buffer.m_pView - 1, 1); // nobody's
+    scratch->fnAdvise(VIEW_DONE, buffer.m_pView - 1, 1); // not part of a view
     std::vector<unsigned char> pages(kPages);
     ASSERT_EQ(::mincore(buffer.m_pView, buffer.m_nSize, pages.data()), 0);
     EXPECT_TRUE(std::all_of(pages.begin(), pages.end(), [](unsigned char p) { return p & 1; }));
@@ -225,7 +225,7 @@ TEST(PosixScratch, AFullDiskFailsAtTheReservationWhichFreesItsBlocks) {
     const std::string disk = folder.fnPath("disk");
     std::filesystem::create_directory(disk);
     std::string found;
-    // Without the right to mount, the limit of the next test stands for the full disk.
+    // Without the right to mount, the limit of the next test simulates the full disk.
     if (!fnOnSmallDisk(
             disk, [&] { return fnFailToReserve(disk, 64u << 20); }, found))
         found = fnWithFileLimit(1u << 20, [&] { return fnFailToReserve(disk, 64u << 20); });

@@ -27,7 +27,7 @@ std::unique_ptr<CqFileStream> fnOpen(const std::string& name, const CqFileMode& 
     return files->fnOpen(name.c_str(), mode, cause ? *cause : ignored);
 }
 
-/// Why the file can't be opened; none when it can.
+/// The cause of a failed open; none if it succeeds.
 CQ_FILE_CAUSE fnCause(const std::string& name, const CqFileMode& mode) {
     CQ_FILE_CAUSE cause = FILE_CAUSE_END_OF_FILE;
     const bool open = fnOpen(name, mode, &cause) != nullptr;
@@ -43,7 +43,7 @@ std::string fnReadAll(CqFileStream& stream, std::size_t most) {
     return text;
 }
 
-/// Writes until the disk is full, and wants to be told so.
+/// Writes until the disk is full, and expects that to be reported.
 std::string fnFill(const std::string& name, CQ_FILE_CAUSE wanted) {
     const auto stream = fnOpen(name, kCreate);
     Q32_WANT(stream != nullptr);

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::uint32_t kSize = 100000;
 
-/// Makes a buffer as the library does, and keeps it for the life of the service.
+/// Creates a buffer as the library does, and keeps it for the lifetime of the service.
 std::string fnHoldBuffer(CqScratchService& scratch, const Folder& folder) {
     std::string name;
     Q32_WANT(scratch.fnCreateName(folder.fnName().c_str(), "~qd", name));
@@ -85,8 +85,8 @@ TEST(PosixSweep, OnlyOwnRegularFilesOfThatNameAreDeleted) {
 }
 
 TEST(PosixSweep, AnotherUsersFilesStay) {
-    // Whoever runs the test: the file belongs to it, and the sweep is made by somebody else. An
-    // ordinary user has no second account, and gives a file that it may not open instead.
+    // The file belongs to the user of the test, and the sweep is run by another user. An
+    // ordinary user has no second account, and provides a file that it may not open instead.
     const Folder folder;
     ::chmod(folder.fnPath().c_str(), 0777);
     folder.fnWrite("~qd1.tmp", "somebody's");
@@ -129,7 +129,7 @@ TEST(PosixSweep, AConstantlyRunningSweepTakesNoFileFromItsCreator) {
             file = kNoFile;
         lost += file == kNoFile;
         scratch->fnClose(file);
-        scratch->fnDelete(name.c_str()); // or the sweep does
+        scratch->fnDelete(name.c_str()); // unless the sweep does
     }
     ::kill(child, SIGKILL);
     ::waitpid(child, nullptr, 0);

@@ -37,7 +37,7 @@ mode_t fnMode(const std::string& path) {
     return ::stat(path.c_str(), &facts) == 0 ? facts.st_mode & 07777 : 0;
 }
 
-/// A change that does not fit must leave the old text and nothing else.
+/// A change that doesn't fit must leave only the old text.
 std::string fnFailToGrow(const std::string& directory) {
     const auto files = q32PosixPlatform().m_pFiles;
     const std::string name = directory + "\\Qkz.cfg";
@@ -48,7 +48,7 @@ std::string fnFailToGrow(const std::string& directory) {
         });
     };
     Q32_WANT(put("[VMPolicy]\nMemPercent=50\n"));
-    // Nearly nothing is left: the rest of the disk goes to another file, as far as there is a disk.
+    // Fills the disk, if there is one, with another file, up to a small rest.
     CQ_FILE_CAUSE cause{};
     const auto filler =
         files->fnOpen((directory + "\\filler").c_str(), {true, true, true, false}, cause);

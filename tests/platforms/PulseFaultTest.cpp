@@ -1,4 +1,4 @@
-// What happens when a call of libpulse fails that never does so by itself.
+// Failures of calls of libpulse that never fail by themselves.
 #include "tests/platforms/PulseFaultWorld.h"
 
 #include <algorithm>
@@ -9,7 +9,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-/// All that a host does with the services, and what came of it.
+/// Everything that a host does with the services, and the results.
 struct HostsDay {
     explicit HostsDay(const CqPulseOptions& options) : m_Pulse(q32Pulse(options)) {}
 
@@ -65,7 +65,7 @@ struct HostsDay {
     std::string m_Failed;
 };
 
-/// PipeWire plays the last samples when it is asked to tell their end, and not before.
+/// PipeWire plays the last samples only when it is asked to drain.
 class PulseAudioFault : public PulseFault {};
 
 } // namespace
@@ -159,7 +159,7 @@ TEST_F(PulseAudioFault, AnEndThatCannotBeQueriedIsStillHeardAndReported) {
 
 TEST_F(PulseAudioFault, ABlockPausedForLongerThanItsEndIsAwaitedIsHeardCompletely) {
     CqPulseOptions options = m_Options;
-    options.m_Latency = milliseconds(1000); // all of it is at the server at once
+    options.m_Latency = milliseconds(1000); // the server has all of it at once
     const CqPulse pulse = q32Pulse(options);
     SoundRecorder recorder(*s_pServer);
     TestSound sound(500 * kBytesPerMs);
@@ -169,7 +169,7 @@ TEST_F(PulseAudioFault, ABlockPausedForLongerThanItsEndIsAwaitedIsHeardCompletel
     ASSERT_TRUE(fnAwait([] { return PulseDrainGivenUp::fnIsAsked(); }));
     ASSERT_TRUE(sound.m_pDevice->fnPause());
     ASSERT_TRUE(fnAwait([] { return PulseDrainGivenUp::fnIsGivenUp(); }));
-    recorder.fnWaitForMore(1000 * kBytesPerMs); // longer than a late end is waited for
+    recorder.fnWaitForMore(1000 * kBytesPerMs); // longer than the wait for a late end
     EXPECT_EQ(sound.m_nReports, 0);
     EXPECT_TRUE(sound.m_pDevice->fnRestart());
     EXPECT_TRUE(sound.fnAwaitEnd());

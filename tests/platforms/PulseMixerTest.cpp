@@ -24,7 +24,7 @@ protected:
         Values values(2);
         return m_pMixer->fnGetValues(control, 2, values) ? values : Values();
     }
-    /// Waits as a host's loop does, and tells.
+    /// Waits as a host's loop does, and pumps the reports.
     bool fnAwaitTold(std::size_t count) {
         return fnAwait([&] { return m_Told.size() >= count; },
                        [&] {
@@ -139,7 +139,7 @@ TEST_F(PulseMixer, AReportMayEndTheService) {
                         }));
 }
 
-/// A window that notes what the control tells it.
+/// A window that records the control's notifications.
 struct PulseParent : CqHeadlessWnd {
     PulseParent() : CqHeadlessWnd({0, 0, 100, 100}) {}
     LRESULT SendMessage(UINT message, WPARAM, LPARAM lParam) override {
@@ -194,7 +194,7 @@ TEST_F(PulseMixer, TheSoundControlReportsOnlyOthersChangesToItsParent) {
     q32Detach();
 }
 
-/// What only PulseAudio can be told to do while it runs.
+/// Reconfigurations that only PulseAudio supports while it runs.
 class PulseAudioMixer : public PulseMixer {
 protected:
     void TearDown() override {

@@ -1,4 +1,4 @@
-// What happens when the server isn't there, stands still, or goes.
+// A server that is missing, stopped, or disappears.
 #include "tests/platforms/PulseFaults.h"
 #include "tests/platforms/PulseWorld.h"
 
@@ -78,7 +78,7 @@ TEST_F(PulseImpatient, AStoppedServerHangsNothing) {
     sound.fnLoop(0xFFFFFFFFu);
     TestSound late(100 * kBytesPerMs);
     std::unique_ptr<CqMixer> mixer;
-    // So little patience may fail a server that is only slow.
+    // So short a timeout may fail a server that is only slow.
     ASSERT_TRUE(fnAwait([&] {
         mixer = m_Pulse.m_pMixers->fnOpen(0, {});
         return mixer != nullptr;
@@ -160,7 +160,7 @@ TEST_F(PulseServer, AReportMayDestroyBothTheDeviceAndTheService) {
     EXPECT_TRUE(fnAwait([&] { return ended.load(); }));
 }
 
-/// What only PulseAudio can be told to do while it runs.
+/// Reconfigurations that only PulseAudio supports while it runs.
 class PulseAudioServer : public PulseServer {
 protected:
     void TearDown() override {
@@ -184,7 +184,7 @@ TEST_F(PulseAudioServer, EightBitMonoIsHeardSampleForSample) {
     SoundRecorder recorder(*s_pServer, "other", {"--format=u8", "--rate=22050", "--channels=1"});
     TestSound sound(2205);
     ASSERT_TRUE(sound.fnOpen(m_Sound, {1, 1, 22050, 22050, 1, 8, 0}));
-    // A server that has run dry calls for another take.
+    // After an underflow the take is repeated.
     for (int take = 1;; ++take) {
         const std::size_t underflows = fnCountUnderflows();
         const std::size_t from = recorder.fnGetSize();

@@ -1,4 +1,4 @@
-// Mixers that are open, and servers that go, come back, or can't tell what a mixer wants to know.
+// Open mixers, and servers that disappear, come back, or can't answer a mixer's queries.
 #include "tests/platforms/PulseFaultWorld.h"
 
 namespace {
@@ -13,7 +13,7 @@ protected:
     bool fnAwaitTold(int count) {
         return fnAwait([&] { return m_nTold >= count; }, [&] { m_Mixers.fnPump(); });
     }
-    /// Whether the server is found again after it was gone. Somebody else has found it by then, who
+    /// Whether the server is found again after it was gone. Another client finds it first, which
     /// looks for it five times less often than the services under test would.
     bool fnIsSought() {
         CqPulseOptions options = m_Options;
@@ -50,7 +50,7 @@ TEST_F(PulseWatch, AServerIsSoughtAgainAfterEachAttemptThatFails) {
         Values values(2);
         EXPECT_FALSE(mixer->fnGetValues(kVolume, 2, values)) << call;
     }
-    // Nobody calls any more.
+    // No more calls are made.
     EXPECT_TRUE(fnAwait([&] { return fnIsConnected(kHost); }));
     m_nTold = 0;
     s_pServer->fnControl({"set-sink-volume", "lab", "30000"});
@@ -63,7 +63,7 @@ TEST_F(PulseWatch, AServerThatDidNotAnswerInTimeIsSoughtAgain) {
     m_Pulse = q32Pulse(options);
     int told = 0;
     std::unique_ptr<CqMixer> mixer;
-    ASSERT_TRUE(fnAwait([&] { // so little patience may fail a server that is only slow
+    ASSERT_TRUE(fnAwait([&] { // so short a timeout may fail a server that is only slow
         mixer = m_Pulse.m_pMixers->fnOpen(0, [&](std::uint32_t) { ++told; });
         return mixer != nullptr;
     }));

@@ -25,7 +25,7 @@ protected:
         std::memcpy(wave.fnGetBuffer(), sound.m_Samples.data(), sound.m_Samples.size());
         return sound.m_Samples;
     }
-    /// What has been heard so far, without silence.
+    /// The sound heard so far, without silence.
     std::string fnHearSamples() const {
         std::string heard = m_Recorder.fnGetBytes();
         std::erase(heard, '\0');

@@ -123,8 +123,8 @@ TEST(SoftwareRegion, AnUnknownCombinationLeavesTheRegionUnchanged) {
 }
 
 TEST(SoftwareRegion, AnyNumberOfRunsIsCombinedInReasonableTime) {
-    // Every second pixel of every row: half a million combinations. If each cost as much as all
-    // that was taken out before it, the test would not end in its time.
+    // Every second pixel of every row: half a million combinations. If the cost of each grew with
+    // the pixels subtracted before it, the test would exceed its time limit.
     constexpr LONG kWidth = 1000;
     constexpr LONG kHeight = 1000;
     CqSoftwareRegion region({0, 0, kWidth, kHeight});

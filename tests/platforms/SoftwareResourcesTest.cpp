@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Writes compiled resources the way compilers do.
+/// Writes compiled resources as compilers do.
 class ResWriter {
 public:
     ResWriter() { fnAdd(fnNumber(0), fnNumber(0), "", 0); }
@@ -44,7 +44,7 @@ public:
     std::string m_Bytes;
 };
 
-/// A string block with one text at a place.
+/// A string block with one text at the given index.
 std::string fnBlock(unsigned place, const std::u16string& text) {
     std::string bytes;
     for (unsigned i = 0; i < 16; ++i) {
@@ -150,7 +150,7 @@ TEST(ResFile, DamagedFilesGiveNoBytesFromOutside) {
             spoiled.resize(random() % spoiled.size());
         q32::software::fnReadResFile({spoiled.data(), spoiled.size()}, entries);
         for (const q32::software::ResEntry& entry : entries) {
-            // An empty view may stand at the very end.
+            // An empty view may be at the very end.
             ASSERT_GE(entry.m_Data.data(), spoiled.data());
             ASSERT_LE(entry.m_Data.data() + entry.m_Data.size(), spoiled.data() + spoiled.size());
             const std::vector<char> block(entry.m_Data.begin(), entry.m_Data.end());
