@@ -140,7 +140,7 @@ TEST(ImageDrawing, ADrawWithoutGammaRemovesTheGammaFromThe666Palette) {
     world.fnDisplay().fnSetGammaValue(220);
     const auto image = fnMakeNoise(200, 10, 24);
     EXPECT_TRUE(image->fnDraw(world.fnDC(), CRect(0, 0, 200, 10), 0, 0, true, false));
-    // The draw itself still had the palette with gamma; switching on again rebuilt it without.
+    // The draw still used the palette with gamma; enabling gamma again rebuilt it without.
     EXPECT_EQ(world.fnScreen().fnGetDraws()[0].m_Palette->at(36).peRed, 68);
     PALETTEENTRY entry{};
     world.fnDisplay().fnGetPalette666()->GetPaletteEntries(36, 1, &entry);

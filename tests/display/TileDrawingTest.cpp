@@ -49,7 +49,7 @@ TEST(TileDrawing, IsClippedAtTheTilesRightAndBottom) {
     EXPECT_EQ(world.fnScreen().fnGetDraws()[0].m_nHeight, 20u);
 }
 
-TEST(TileDrawing, APlaceLeftOfTheTileBeginsAtTheTile) {
+TEST(TileDrawing, APositionLeftOfTheTileStartsAtTheTile) {
     CqDisplayWorld world(32);
     const auto image = fnMakeNoise(200, 200, 24);
     CqImageTile tile;
@@ -71,7 +71,7 @@ TEST(TileDrawing, NothingToShowIsNotAFailure) {
     EXPECT_TRUE(world.fnScreen().fnGetDraws().empty());
 }
 
-TEST(TileDrawing, AnOddStartOfA4BitImageGoesBackToTheEvenPixel) {
+TEST(TileDrawing, AnOddStartOfA4BitImageMovesBackToTheEvenPixel) {
     CqDisplayWorld world(32);
     const auto image = fnMakeNoise(41, 5, 4);
     CqImageTile tile;

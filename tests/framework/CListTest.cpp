@@ -145,7 +145,7 @@ TEST(CList, AFailedAllocationLeavesTheListUnchanged) {
     EXPECT_EQ(fnToVector(list), (std::vector<int>{1, 2}));
 }
 
-TEST(CList, AnElementThatCantBeCopiedLosesNoNode) {
+TEST(CList, AnElementThatFailsToCopyLosesNoNode) {
     const auto outstanding = CqAllocationFailure::fnOutstanding();
     CList<Fragile, const Fragile&> list(4);
     Fragile::theFailures = 1;

@@ -300,7 +300,7 @@ TEST(CString, ANegativeLengthRaisesTheMemoryException) {
     EXPECT_THROW(CString("abc", -1), CMemoryException*);
 }
 
-TEST(CString, AFailedAllocationLeavesEveryStringAsItWas) {
+TEST(CString, AFailedAllocationLeavesEveryStringUnchanged) {
     const CString other(kLong);
     const auto outstanding = CqAllocationFailure::fnOutstanding();
     const std::function<void(CString&)> changes[] = {

@@ -42,7 +42,7 @@ TEST(PathRules, ACharacterIsSearchedForOnlyAtCharacterBoundaries) {
     EXPECT_EQ(q32::fnFindLastChar(text, 5, '\\'), 3u) << "no further than the count";
 }
 
-TEST(PathRules, TheRootEndsWithTheFirstBackslashBehindALeadingPair) {
+TEST(PathRules, TheRootEndsWithTheFirstBackslashAfterALeadingPair) {
     const std::pair<const char*, const char*> cases[] = {
         {"C:\\dir\\a.txt", "C:\\"},
         {"\\\\server\\share\\f", "\\\\server\\"},

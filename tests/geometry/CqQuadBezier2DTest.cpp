@@ -159,7 +159,7 @@ TEST(CqQuadBezier2D, HasOnlyTheCrossingAtItsEndWhenItEndsOnTheLine) {
     EXPECT_EQ(hits.m_nCount, 1);
     EXPECT_BITS(hits.m_T[0], 0.0);
     EXPECT_BITS(hits.m_Other[0], 0.0);
-    hits = fnAtY(kArch, 0.9e-10); // the start, although the end lies there as well
+    hits = fnAtY(kArch, 0.9e-10); // the start, although the end is there as well
     EXPECT_EQ(hits.m_nCount, 1);
     EXPECT_BITS(hits.m_T[0], 0.0);
     hits = fnAtX(kArch, 2);

@@ -43,7 +43,7 @@ TEST(CqColor, BeginsAsOpaqueBlack) {
     EXPECT_EQ(color.m_Blue, 0);
 }
 
-TEST(CqColor, TheFourByteFormTakesAlphaLastThoughItLiesFirst) {
+TEST(CqColor, TheFourByteFormTakesAlphaLastThoughItIsStoredFirst) {
     const CqColor color(1, 2, 3, 4);
     unsigned char bytes[4];
     std::memcpy(bytes, &color.m_Alpha, 4);
@@ -146,7 +146,7 @@ TEST(CqColorHsb, AnAlmostRedColourHasHue360AndConvertsBackToRed) {
     EXPECT_EQ(fnFromHsb(360, 255, 255), fnRgb(255, 0, 0));
 }
 
-/// The hue by its definition, for each order of channels on its own.
+/// The hue by its definition, separately for each order of channels.
 Hsb fnHsbByCases(int r, int g, int b) {
     const int most = std::max({r, g, b});
     const int least = std::min({r, g, b});

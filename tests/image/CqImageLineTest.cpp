@@ -302,7 +302,7 @@ TEST_F(CqImageLineTest, SixteenBitPixelsAreSetLowByteFirstAndReadWithAMixedGreen
     EXPECT_EQ(read.m_Blue, (0xCD << 3) & 0xFF);
 }
 
-/// A whole row set by a memoryless walk from `start`, compared with a plain version of the rule.
+/// A row set by a memoryless walk from `start`, compared with a plain version of the rule.
 TEST_F(CqImageLineTest, AMemorylessWalkReachesEveryPixelOfARow) {
     Random random(4);
     for (const unsigned int bits : {4u, 8u, 16u, 24u, 32u}) {

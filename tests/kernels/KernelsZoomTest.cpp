@@ -84,7 +84,7 @@ TEST_P(KernelsZoom, TakesEveryNthPixelOfLongRuns) {
             fnCheckShrink(bytes, m_Random() % 2000, 1 + m_Random() % 50, m_Random() % 32);
 }
 
-TEST_P(KernelsZoom, SamplesInStepsOf256thsFromAnyPlace) {
+TEST_P(KernelsZoom, SamplesInStepsOf256thsFromAnyPosition) {
     for (std::size_t bytes = 1; bytes <= 4; ++bytes) {
         for (std::size_t step = 0; step <= 260; ++step)
             for (std::size_t count = 0; count <= 40; ++count)

@@ -37,7 +37,7 @@ protected:
     }
 };
 
-TEST_F(CqVMPolicyTest, BeginsWithTheTemporaryDirectoryAlone) {
+TEST_F(CqVMPolicyTest, StartsWithOnlyTheTemporaryDirectory) {
     EXPECT_STREQ(fnPolicy().fnGetDisk(0), "C:\\Temp\\");
     EXPECT_TRUE(fnPolicy().fnIsDiskEnabled(0));
     for (unsigned int i = 1; i < 4; ++i) {
@@ -117,7 +117,7 @@ TEST_F(CqVMPolicyTest, OnlyTheNumberOneSetsAScratchFlag) {
     EXPECT_TRUE(fnPolicy().fnIsAnyDiskEnabled());
 }
 
-TEST_F(CqVMPolicyTest, AnEmptyFlagCountsAsMissingAndKeepsWhatTheDiskHad) {
+TEST_F(CqVMPolicyTest, AnEmptyFlagCountsAsMissingAndKeepsTheDisksState) {
     fnPolicy().fnSetDisk(1, "D:\\scratch");
     fnPolicy().fnEnableDisk(1, true);
     fnReadSettings("ScratchFlag2=\r\nScratchPath2=D:\\other\r\n");

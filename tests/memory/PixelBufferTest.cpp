@@ -43,7 +43,7 @@ protected:
     CqVMPolicy& fnPolicy() { return *q32GetVMPolicy(); }
 };
 
-TEST_F(PixelBufferTest, LiesInRamWithinTheLimit) {
+TEST_F(PixelBufferTest, IsInRamWithinTheLimit) {
     fnPolicy().fnSetRamLimit(5000);
     Buffer buffer = fnAlloc(5000);
     EXPECT_EQ(buffer.m_File, kNoFile);
@@ -56,7 +56,7 @@ TEST_F(PixelBufferTest, LiesInRamWithinTheLimit) {
     EXPECT_EQ(m_World->m_pMemory->fnGetReservedRanges(), 0u);
 }
 
-TEST_F(PixelBufferTest, LiesInAScratchFileBeyondTheLimit) {
+TEST_F(PixelBufferTest, IsInAScratchFileBeyondTheLimit) {
     fnPolicy().fnSetRamLimit(5000);
     const std::uint64_t before = fnFree();
     Buffer buffer = fnAlloc(5001);
@@ -90,7 +90,7 @@ TEST_F(PixelBufferTest, TheCountersReportTheBytesOnEachDisk) {
     EXPECT_EQ(fnPolicy().fnGetDiskUsage(0).m_nFiles, 0u);
 }
 
-TEST_F(PixelBufferTest, AHundredSmallBuffersLeaveTheRamInUseAsItWas) {
+TEST_F(PixelBufferTest, AHundredSmallBuffersLeaveTheRamInUseUnchanged) {
     Buffer kept = fnAlloc(123);
     const std::uint32_t before = fnPolicy().fnGetRamUsed();
     std::vector<Buffer> buffers;
@@ -135,7 +135,7 @@ TEST_F(PixelBufferTest, WithNeitherRamNorDiskTheMemoryExceptionIsRaised) {
     EXPECT_EQ(fnFree(), 100u);
 }
 
-TEST_F(PixelBufferTest, ADiskThatFillsUpAfterTheSearchLeavesNothingBehind) {
+TEST_F(PixelBufferTest, ADiskThatFillsUpAfterTheSearchLeavesNoFile) {
     fnPolicy().fnSetRamLimit(0);
     const std::uint64_t before = fnFree();
     m_World->m_pScratch->m_SetSize.fnFail(1);

@@ -94,7 +94,7 @@ TEST_F(Messages, WithoutASecondArgumentItsPlaceholderIsShownUnfilled) {
     EXPECT_EQ(fnBox().m_Text, "Unable to rename [a] to [%s].");
 }
 
-TEST_F(Messages, AnEmptyArgumentFillsItsPlaceWithNothing) {
+TEST_F(Messages, AnEmptyArgumentReplacesItsPlaceholder) {
     q32ShowMsg(-8, nullptr, "", "", 0);
     EXPECT_EQ(fnBox().m_Text, "Unable to rename [] to [].");
 }

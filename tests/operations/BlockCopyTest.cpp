@@ -147,7 +147,7 @@ TEST_F(BlockCopyTest, A4BitBlockWithinOneImageReadsBackItsOwnWrites) {
     }
 }
 
-TEST_F(BlockCopyTest, A4BitBlockCopyIgnoresTheRowsOfBothPlaces) {
+TEST_F(BlockCopyTest, A4BitBlockCopyIgnoresTheRowsOfBothPositions) {
     CqImage src(2, 4, 4, nullptr, 0);
     CqImage image(2, 4, 4, nullptr, 0);
     fnSetRows(src, {{0x11}, {0x22}, {0x33}, {0x44}});

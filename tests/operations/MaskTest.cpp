@@ -59,7 +59,7 @@ protected:
     }
 };
 
-TEST_F(MaskTest, IsAnImageOfItsOwnClass) {
+TEST_F(MaskTest, IsAnImageOfASeparateClass) {
     CqMask mask;
     EXPECT_EQ(mask.GetRuntimeClass(), &CqMask::classCqMask);
     EXPECT_STREQ(CqMask::classCqMask.m_lpszClassName, "CqMask");
@@ -91,7 +91,7 @@ TEST_F(MaskTest, MovingDoesNotTouchPixels) {
     EXPECT_EQ(fnRows(mask), Rows(2, Bytes(3, 77)));
 }
 
-TEST_F(MaskTest, ACopyTakesBitmapPlaceTitleAndResolutions) {
+TEST_F(MaskTest, ACopyTakesBitmapPositionTitleAndResolutions) {
     CqMask mask;
     fnPlace(mask, 4, 5, 200, 130, 0);
     fnSetRandom(mask, m_Random);
@@ -433,7 +433,7 @@ TEST_F(MaskTest, ASumOrCopyWithoutMemoryLeavesBothSidesUnchanged) {
     EXPECT_EQ(fnRows(own), Rows(20, Bytes(150, 2)));
 }
 
-TEST_F(MaskTest, ALoadedMaskLiesAtTheOriginInItsOwnDepth) {
+TEST_F(MaskTest, ALoadedMaskIsAtTheOriginInItsOwnDepth) {
     CqImage picture(5, 3, 24, nullptr, 0);
     fnSetRandom(picture, m_Random);
     const std::unique_ptr<BITMAPINFOHEADER, void (*)(BITMAPINFOHEADER*)> dib(

@@ -245,7 +245,7 @@ TEST_F(MergeTest, Sources4And8And32BitsDeepChangeNothing) {
     }
 }
 
-TEST_F(MergeTest, AMaskLiesInTheSourcesCoordinates) {
+TEST_F(MergeTest, AMaskIsInTheSourcesCoordinates) {
     CqImage src(4, 3, 24, nullptr, 0);
     CqImage image(4, 3, 24, nullptr, 0);
     fnSetAll(src, 7);

@@ -193,7 +193,7 @@ TEST_F(ResampleTest, TheFirstPassReleasesItsTableBeforeTheSecondIsBuilt) {
 }
 
 TEST_F(ResampleTest, ThreePixelsDoubledHaveTheWeightsOfTheirDistances) {
-    // Distances 1, 0, 1 weigh 1/18, 16/18, 1/18; distances 1.5, 0.5, 0.5, 1.5 weigh
+    // Distances 1, 0, 1 have weights 1/18, 16/18, 1/18; distances 1.5, 0.5, 0.5, 1.5 have
     // -5/144, 77/144, 77/144, -5/144. Pixel -1 is pixel 1, and pixel 3 is pixel 2.
     CqImage image(3, 1, 8, q32GreyRamp, 0);
     fnSetRows(image, {{18, 180, 90}});
@@ -212,7 +212,7 @@ TEST_F(ResampleTest, GreenOf16BitsDoesNotPassTheFilterUnchanged) {
     Rows rows(8, Bytes(16));
     for (Bytes& row : rows)
         for (std::size_t x = 0; x < 8; ++x) {
-            row[2 * x] = 0x07; // green alone, all bits set
+            row[2 * x] = 0x07; // green only, all bits set
             row[2 * x + 1] = 0xE0;
         }
     fnSetRows(image, rows);
@@ -392,7 +392,7 @@ TEST_F(ResampleTest, ProgressRunsOncePerUnitOfEachPass) {
     EXPECT_EQ(percentsOf(31, 31, true), twice(140, 31));    // as high as wide: columns first
 }
 
-TEST_F(ResampleTest, TheTargetsShapeAloneChoosesThePassThatGoesFirst) {
+TEST_F(ResampleTest, OnlyTheTargetsShapeDeterminesTheFirstPass) {
     CqImage image(10, 7, 24, nullptr, 0);
     StepDisplay display;
     image.fnResample(1000, 5, true, &display);

@@ -227,7 +227,7 @@ TEST_F(PulseFault, ARestartThatFailsLeavesTheSoundPaused) {
     EXPECT_TRUE(sound.fnAwaitEnd());
 }
 
-TEST_F(PulseFault, AMixerWhoseCallFailsSetsNothingAndSaysSo) {
+TEST_F(PulseFault, AMixerWhoseCallFailsSetsNothingAndReportsIt) {
     const CqPulse pulse = q32Pulse(m_Options);
     const auto mixer = pulse.m_pMixers->fnOpen(0, {});
     ASSERT_NE(mixer, nullptr);

@@ -53,7 +53,7 @@ TEST_F(PictureFailure, EachFailingFileCallOfAWriteKeepsTheOldFile) {
     }
 }
 
-TEST_F(PictureFailure, EachFileCallOfAReadFailsOnceInTurn) {
+TEST_F(PictureFailure, EachFailingFileCallOfAReadLeavesTheImage) {
     const auto image = fnMakeNoise(200, 160, 24, 1);
     auto& stream = *m_World->m_pFiles->m_pStream;
     for (const PICTURE_FORMAT format : kAll) {
@@ -104,7 +104,7 @@ TEST_F(PictureFailure, AMissingDirectoryCannotBeSavedTo) {
     EXPECT_EQ(q32WritePicture("C:\\none\\a.png", *image, PICTURE_PNG).m_nMsgId, -5);
 }
 
-TEST_F(PictureFailure, EachAllocationOfAReadFailsOnceInTurn) {
+TEST_F(PictureFailure, EachFailedAllocationOfAReadLeavesTheImage) {
     for (const PICTURE_FORMAT format : kAll) {
         const auto image = fnMakeNoise(40, 30, format == PICTURE_PNG ? 8 : 24, 1);
         image->Title = "title";
@@ -135,7 +135,7 @@ TEST_F(PictureFailure, EachAllocationOfAReadFailsOnceInTurn) {
     }
 }
 
-TEST_F(PictureFailure, EachAllocationOfAWriteFailsOnceInTurn) {
+TEST_F(PictureFailure, EachFailedAllocationOfAWriteKeepsTheOldFile) {
     for (const PICTURE_FORMAT format : kAll) {
         const auto image = fnMakeNoise(40, 30, format == PICTURE_PNG ? 8 : 24, 1);
         fnPut("before");

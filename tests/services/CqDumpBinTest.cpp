@@ -263,7 +263,7 @@ TEST_F(DumpBin, AFailedFlushReportsItsCause) {
     EXPECT_EQ(dump.fnGetText(), "text");
 }
 
-TEST_F(DumpBin, AFileThatIsOpenElsewhereCantBeFlushedTo) {
+TEST_F(DumpBin, AFileThatIsOpenElsewhereCannotBeFlushedTo) {
     OpenDumpBin dump;
     dump << "text";
     m_World->m_pDisks->fnPutFile("C:\\log.txt", "theirs");
@@ -329,7 +329,7 @@ TEST_F(DumpBin, AFlushWithoutMemoryLeavesTheText) {
     EXPECT_EQ(m_World->m_pDisks->fnGetFile("C:\\Temp\\a log with a long name.txt"), "text");
 }
 
-TEST_F(DumpBin, AFileWithoutANameCantBeFlushedTo) {
+TEST_F(DumpBin, AFileWithoutANameCannotBeFlushedTo) {
     OpenDumpBin dump;
     dump << "text";
     const CQ_FILE_CAUSE cause = fnCauseOf([&] { dump.fnFlush(""); });
@@ -337,7 +337,7 @@ TEST_F(DumpBin, AFileWithoutANameCantBeFlushedTo) {
     EXPECT_EQ(fnCauseOf([&] { dump.fnFlush(nullptr); }), cause);
 }
 
-TEST(DumpBinAlone, AStreamThatOutlivesTheLibraryCantBeFlushed) {
+TEST(DumpBinAlone, AStreamThatOutlivesTheLibraryCannotBeFlushed) {
     const auto world = q32HeadlessWorld();
     OpenDumpBin dump;
     ASSERT_TRUE(q32Attach(world->fnPlatform()));

@@ -163,7 +163,7 @@ TEST_F(DumpWnd, EachByteOfALongLogIsHandedToTheWindowOnce) {
     EXPECT_TRUE(view.fnGetText() == dump.fnGetText());
 }
 
-TEST_F(DumpWnd, AWindowThatCantAppendIsGivenTheWholeTextEachTime) {
+TEST_F(DumpWnd, AWindowThatCannotAppendGetsTheCompleteTextEachTime) {
     CqHeadlessDumpView& view = fnOpen();
     fnDesk().m_bAppends = false;
     OpenDumpBin dump;
@@ -206,7 +206,7 @@ TEST_F(DumpWnd, AlwaysOnTopIsSwitchedInTheMenu) {
     EXPECT_FALSE(view.fnChoose(0));
 }
 
-TEST_F(DumpWnd, AWindowThatCannotBeCreatedIsReportedByTheResultAlone) {
+TEST_F(DumpWnd, AWindowThatCannotBeCreatedIsReportedOnlyByTheResult) {
     fnDesk().m_Create.fnFail();
     EXPECT_FALSE(q32CreateDumpWnd());
     EXPECT_TRUE(fnBoxes().empty());

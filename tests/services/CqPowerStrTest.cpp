@@ -35,7 +35,7 @@ protected:
         (text.*split)(path);
         return std::string(text, static_cast<std::size_t>(text.GetLength()));
     }
-    /// The whole content with its embedded zeros.
+    /// The complete content with its embedded zeros.
     static std::string fnBytes(const CqPowerStr& text) {
         return std::string(text, static_cast<std::size_t>(text.GetLength()));
     }

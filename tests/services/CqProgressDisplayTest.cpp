@@ -183,7 +183,7 @@ TEST_F(ProgressDisplay, DiscardsEveryKeyUpToEscAndLeavesOtherMessages) {
     EXPECT_EQ(fnKeyboard().fnGetQueue()[2].m_wParam, WPARAM{'D'});
 }
 
-TEST_F(ProgressDisplay, AKeyThatIsDownLeavesTheQueueAlone) {
+TEST_F(ProgressDisplay, AKeyThatIsDownLeavesTheQueueUnchanged) {
     const CqProgressDisplay display(false);
     fnKeyboard().fnSetKey(VK_ESCAPE, true, false);
     fnKeyboard().fnPost(WM_KEYDOWN, 'A');

@@ -97,7 +97,7 @@ TEST_F(DumpLayout, ALayoutOfMoreNumbersStopsAtFour) {
     EXPECT_EQ(fnPlaceOf("1,2,103,204" + commas), CRect(1, 2, 103, 204));
 }
 
-TEST_F(DumpLayout, AHostileLayoutDoesNoHarm) {
+TEST_F(DumpLayout, AHostileLayoutIsHarmless) {
     for (const char* layout :
          {"", " ", "x", "x,y,z,w", "5,5,5,5", "10,10,5,5", "0x10,0,0x20,9", ",,,", "1;2;3;4"})
         EXPECT_EQ(fnPlaceOf(layout), kDefaultDumpPlace) << layout;
@@ -155,7 +155,7 @@ TEST_F(DumpLayout, ALongFolderIsReadCompletely) {
     EXPECT_EQ(fnSetting("PrefDir"), folder);
 }
 
-TEST_F(DumpLayout, AFolderThatCantBeWrittenToDoesNoHarm) {
+TEST_F(DumpLayout, AnUnwritableFolderIsHarmless) {
     m_World->fnSetSettings("[DumpWnd]\r\nLayout=1,2,103,204\r\n");
     ASSERT_TRUE(q32CreateDumpWnd());
     fnView()->fnMove({5, 6, 107, 208});

@@ -65,7 +65,7 @@ TEST_F(DumpPicture, TheTextIsShownInItsOwnFont) {
     EXPECT_TRUE(fnShows(picture, "Ready", 0, 89, m_FrameFont, kInk, kFace));
 }
 
-TEST_F(DumpPicture, TheMenuLiesOverTheTextWhileAnItemIsHighlighted) {
+TEST_F(DumpPicture, TheMenuCoversTheTextWhileAnItemIsHighlighted) {
     CqHeadlessDumpView& view = fnOpen("0,0,240,88");
     view.fnHighlight(32);
     const CqHeadlessPicture picture = view.fnGetPicture();

@@ -29,7 +29,7 @@ protected:
 
 } // namespace
 
-TEST_F(DumpSave, TheDialogAsksForATextFile) {
+TEST_F(DumpSave, TheDialogSelectsATextFile) {
     fnSaveAs(std::nullopt);
     EXPECT_EQ(fnDialog().m_szDefaultExtension, "txt");
     EXPECT_EQ(fnDialog().m_nFlags, 0x80006u);

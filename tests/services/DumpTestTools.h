@@ -15,7 +15,7 @@ public:
     using CqDumpBin::m_szFloatFmt;
 
     std::string fnGetText() const { return std::string(m_pBuffer ? m_pBuffer : "", m_nLength); }
-    /// Whether the whole tail behind the text is zero.
+    /// Whether the buffer after the text is all zero.
     bool fnHasCleanTail() const {
         for (std::uint32_t i = m_nLength; i < m_nCapacity; ++i)
             if (m_pBuffer[i] != 0)

@@ -246,7 +246,7 @@ TEST_F(PowerStrDisplay, AnEntirelyFreeDiskIsZeroPercentUsed) {
     EXPECT_EQ(fnRatioOf(1000, 1000, false), "100%");
 }
 
-TEST_F(PowerStrDisplay, ShareOfALargeDiskComesFromTheLow32BitsAlone) {
+TEST_F(PowerStrDisplay, TheShareOfALargeDiskComesFromTheLow32BitsOnly) {
     // 5 GB with 4.5 GB free: low words 0x40000000 and 0x20000000, halved once.
     EXPECT_EQ(fnRatioOf(5 * kGiga, 4 * kGiga + kGiga / 2, false), "50%");
     // Used: 0x40000000 - 0x20000000.

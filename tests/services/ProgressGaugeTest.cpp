@@ -161,7 +161,7 @@ TEST_F(ProgressGauge, WipesTheBarBeforeItsFirstPictureOnly) {
     EXPECT_EQ(fnScreen().fnGetPixel(310, 459), 0x123456u);
 }
 
-TEST_F(ProgressGauge, LooksTheSameOnScreensOf8And16And24Bits) {
+TEST_F(ProgressGauge, IsTheSameOnScreensOf8And16And24Bits) {
     for (const int bits : {8, 16, 24}) {
         CqHeadlessMode mode;
         mode.m_nBits = bits;

@@ -75,7 +75,7 @@ TEST(ProfileWrite, ANewKeyFollowsTheLastNonBlankLineOfItsSection) {
     EXPECT_EQ(fnWrite("[A]\n \t\x1a\n", "A", "m", "5"), "[A]\nm=5\n \t\x1a\n");
 }
 
-TEST(ProfileWrite, ANewSectionGoesToTheEnd) {
+TEST(ProfileWrite, ANewSectionIsAddedAtTheEnd) {
     EXPECT_EQ(fnWrite(kStart, "C", "m", "5"), kStart + "[C]\r\nm=5\r\n");
     EXPECT_EQ(fnWrite("[A]\nk=1\n\n\n", "C", "m", "5"), "[A]\nk=1\n\n\n[C]\nm=5\n")
         << "blank lines stay";

@@ -248,7 +248,7 @@ TEST_F(CqWaveTest, TwoSoundsExchangeFormatAndBlock) {
     EXPECT_EQ(fnBytes(second), Bytes(200, 0));
 }
 
-TEST_F(CqWaveTest, ALongSoundLiesOnAScratchDisk) {
+TEST_F(CqWaveTest, ALongSoundIsOnAScratchDisk) {
     q32GetVMPolicy()->fnSetRamLimit(1000);
     CqWave small(1, 8, 8000, 600, true);
     EXPECT_EQ(m_World->m_pScratch->fnGetViews(), 0u);

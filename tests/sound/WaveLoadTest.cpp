@@ -19,7 +19,7 @@ protected:
     }
 };
 
-TEST_F(WaveLoadTest, TakesFormatSizeAndSamplesFromTheirPlaces) {
+TEST_F(WaveLoadTest, ReadsFormatSizeAndSamplesFromTheirOffsets) {
     fnAddResource(1, fnMakeResource(kStereo, 12, fnRamp(20)));
     const CqWave wave(1u);
     EXPECT_EQ(fnBytes(wave), fnRamp(12)) << "what follows is left";
