@@ -344,8 +344,7 @@ TEST(CqDisplayProperty, GammaOfABitmapFindsThePixelsAfterTheColorTable) {
     for (const int bits : {8, 24, 32}) {
         for (const DWORD used : {0u, 3u}) {
             const std::size_t table = bits > 8 ? 0 : 4 * (used ? used : 256u);
-            const std::size_t pixelBytes =
-                bits == 24 ? 3 : 4; // any depth but 24 steps by four bytes
+            const std::size_t pixelBytes = bits == 24 ? 3 : 4; // four for any depth but 24
             constexpr std::size_t kPitch = 20;
             std::vector<unsigned char> dib(40 + table + 2 * kPitch, 51);
             auto* header = reinterpret_cast<BITMAPINFOHEADER*>(dib.data());

@@ -158,8 +158,7 @@ TEST(HiColorDither, ABitmapBeginsWithItsLastRowInMemory) {
     constexpr int kWidth = 9;
     constexpr int kHeight = 6;
     constexpr std::size_t kPitch = 28;
-    for (const WORD bits :
-         {WORD{24}, WORD{32}}) { // three bytes per pixel, whatever the header declares
+    for (const WORD bits : {WORD{24}, WORD{32}}) { // always three bytes per pixel
         auto dib = fnNoise(40 + kPitch * kHeight, 3);
         auto* header = reinterpret_cast<BITMAPINFOHEADER*>(dib.data());
         *header = BITMAPINFOHEADER{40, kWidth, kHeight, 1, bits, 0, 0, 0, 0, 0, 0};

@@ -27,12 +27,11 @@ CqColor fnPixel(int x, int y) {
         return CqColor(grey, grey, grey, 255);
     }
     const int hue = right * 1536 / kShown.Width(); // six edges of 256 steps
-    const auto channel =
-        [&](int turn) { // full for two edges, falling for one, none for two, rising for one
-            const int at = (hue + turn) % 1536;
-            const int full = at < 512 ? 255 : at < 768 ? 767 - at : at < 1280 ? 0 : at - 1280;
-            return static_cast<unsigned char>(full * (kShown.Height() - below) / kShown.Height());
-        };
+    const auto channel = [&](int turn) { // full for two edges, then down, none for two, up
+        const int at = (hue + turn) % 1536;
+        const int full = at < 512 ? 255 : at < 768 ? 767 - at : at < 1280 ? 0 : at - 1280;
+        return static_cast<unsigned char>(full * (kShown.Height() - below) / kShown.Height());
+    };
     return CqColor(channel(256), channel(1280), channel(768), static_cast<unsigned char>(255 - y));
 }
 

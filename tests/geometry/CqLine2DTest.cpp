@@ -137,8 +137,7 @@ TEST(CqLine2D, CrossesASegmentOnTheSameLineWithNotANumber) {
     EXPECT_TRUE(fnLine(0, 0, 5, 5).fnIntersectLine(fnLine(0, 0, 5, 5), t, nullptr));
     EXPECT_TRUE(std::isnan(t));
     t = kUntouched;
-    EXPECT_TRUE(
-        fnLine(0, 0, 1, 0).fnIntersectLine(fnLine(50, 0, 60, 0), t, nullptr)); // disjoint too
+    EXPECT_TRUE(fnLine(0, 0, 1, 0).fnIntersectLine(fnLine(50, 0, 60, 0), t, nullptr)); // disjoint
     EXPECT_TRUE(std::isnan(t));
 }
 

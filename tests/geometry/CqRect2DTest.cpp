@@ -104,8 +104,7 @@ TEST(CqRect2D, IntersectsAndReportsWhetherAnAreaIsLeft) {
     fnExpectBits(rect, 5, 5, 10, 10);
     EXPECT_FALSE(rect.fnIntersectRect({0, 0, 1, 1}, {2, 2, 3, 3}));
     fnExpectBits(rect, 2, 2, 1, 1);
-    EXPECT_FALSE(rect.fnIntersectRect({0, 0, 1, 5},
-                                      {1, 0, 2, 5})); // they only touch: the comparison is exact
+    EXPECT_FALSE(rect.fnIntersectRect({0, 0, 1, 5}, {1, 0, 2, 5})); // touching: compared exactly
     fnExpectBits(rect, 1, 0, 1, 5);
     EXPECT_TRUE(rect.fnIntersectRect({0, 0, 1 + 1e-15, 5}, {1, 0, 2, 5}));
 }

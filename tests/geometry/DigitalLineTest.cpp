@@ -219,8 +219,7 @@ TEST_F(DigitalLine, IgnoresAnImageWithoutPixels) {
 TEST_F(DigitalLine, FindsItsPaletteEntryAsASinglePixelDoes) {
     const RGBQUAD palette[4] = {{1, 1, 1, 0}, {0, 0, 255, 0}, {9, 9, 9, 0}, {0, 0, 255, 0}};
     CqImage image(4, 1, 8, palette, 4);
-    fnLine(0, 0, 1, 0)
-        .fnRasterize(image, CqColor(255, 0, 0, 255)); // the first of two equal entries
+    fnLine(0, 0, 1, 0).fnRasterize(image, CqColor(255, 0, 0, 255)); // the first of two
     EXPECT_EQ(image.fnGetPixelAddr(0, 0)[0], 1);
     fnLine(1, 0, 3, 0).fnRasterize(image, CqColor(7, 7, 7, 255)); // not in the palette
     EXPECT_EQ(image.fnGetPixelAddr(1, 0)[0], 0);

@@ -158,7 +158,7 @@ TEST_F(CqImageLineTest, A4BitFillFromAnOddPixelBeginsOnePixelLate) {
     line.fnFlush();
     EXPECT_EQ(fnRow(image, 0), (std::vector<unsigned char>{0, 0x99, 0, 0, 0}));
     line.fnFillColor(CqColor(255, 0, 0, 255), 9,
-                     1); // begins after the row, so it leaves no visible pixel
+                     1); // begins after the row
     line.fnFlush();
     EXPECT_EQ(fnRow(image, 0), (std::vector<unsigned char>{0, 0x99, 0, 0, 0}));
 }

@@ -20,9 +20,8 @@ struct TestPng {
     bool m_bInterlaced = false;
     Bytes m_Rows;
     std::vector<RGBQUAD> m_Palette;
-    Bytes m_Transparent; ///< alpha of palette entries
-    std::vector<std::uint16_t>
-        m_ClearGrey; ///< one value: transparent grey; three: transparent colour
+    Bytes m_Transparent;                    ///< alpha of palette entries
+    std::vector<std::uint16_t> m_ClearGrey; ///< the clear value: one of grey, or three of colour
     std::uint32_t m_nDotsX = 0;
     std::uint32_t m_nDotsY = 0;
     int m_nUnit = 1;
@@ -64,8 +63,7 @@ struct TestJpeg {
     std::uint32_t m_nHeight = 8;
     int m_nComponents = 3; ///< 1 grey, 3 colour, 4 inks
     bool m_bProgressive = false;
-    int m_nScans =
-        0; ///< grey: if above 0, the number of scans of one coefficient or bit each, up to 253
+    int m_nScans = 0; ///< grey: above 0, so many scans of one coefficient or bit each, up to 253
     bool m_bArithmetic = false;
     bool m_bAdobe = true; ///< inks: with the marker, which makes 255 no ink
     bool m_bYcck = false;
