@@ -61,8 +61,7 @@ TEST(KeyDrawing, DrawsTheRunsBetweenKeyPixelsOfEveryDepth) {
             if (c.bits == 8) {
                 constexpr RGBQUAD kKeyColor = {48, 32, 16, 0};
                 image.fnSetPaletteEntry(5, 1, &kKeyColor);
-                image.fnSetPaletteEntry(6, 1,
-                                        &kKeyColor); // only the first is key
+                image.fnSetPaletteEntry(6, 1, &kKeyColor); // only the first of equals is key
             }
             fnWriteRow(image, 0, "..##..###.", c.shown, c.key);
             fnWriteRow(image, 1, "..........", c.shown, c.key);

@@ -157,8 +157,7 @@ TEST_F(CqImageLineTest, A4BitFillFromAnOddPixelBeginsOnePixelLate) {
     line.fnFillColor(CqColor(255, 0, 0, 255), 1, 2); // index 9
     line.fnFlush();
     EXPECT_EQ(fnRow(image, 0), (std::vector<unsigned char>{0, 0x99, 0, 0, 0}));
-    line.fnFillColor(CqColor(255, 0, 0, 255), 9,
-                     1); // begins after the row
+    line.fnFillColor(CqColor(255, 0, 0, 255), 9, 1); // begins after the row: invisible
     line.fnFlush();
     EXPECT_EQ(fnRow(image, 0), (std::vector<unsigned char>{0, 0x99, 0, 0, 0}));
 }
