@@ -93,7 +93,7 @@ TEST_P(KernelsTone, AThresholdLeaves0Below255AtAndAboveIt) {
         });
 }
 
-// The rule, in the words of the colour class.
+// The rule as the colour class defines it.
 CqColor fnShifted(CqColor color, std::int32_t hue, std::int32_t saturation) {
     int h, s, v;
     color.fnConvertToHSB(h, s, v);
