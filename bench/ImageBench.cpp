@@ -2,7 +2,7 @@
 // the same bytes. Pictures are in RAM, or in a scratch file where a case says so.
 
 #include "platforms/posix/posix.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/q32Base.h"
 
 #include <benchmark/benchmark.h>

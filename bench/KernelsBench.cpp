@@ -5,8 +5,8 @@
 // limits it; "tile" is one block of 128 x 128 pixels that is rewritten each time, as in drawing;
 // "streamed" is a picture written past the caches.
 
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/kernels/StreamPixels.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/kernels/StreamPixels_p.h"
 
 #include <benchmark/benchmark.h>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platforms/posix/posix.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/q32Base.h"
 
 #include <benchmark/benchmark.h>

@@ -7,8 +7,8 @@
 #include "platforms/posix/posix.h"
 #include "q32Base/framework/CRgn.h"
 #include "q32Base/image/CqMask.h"
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/q32Base.h"
 
 #include <benchmark/benchmark.h>

@@ -2,7 +2,7 @@
 
 #include "platforms/headless/headless.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/module/Module.h"
 

@@ -12,7 +12,7 @@
 
 #include "platforms/posix/posix.h"
 #include "q32Base/image/CqImageTile.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/q32Base.h"
 
 #include <algorithm>

@@ -6,7 +6,7 @@
 #include "platforms/headless/headless.h"
 #include "q32Base/framework/CRgn.h"
 #include "q32Base/image/CqMask.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/operations/CqConvMask.h"
 #include "q32Base/q32Base.h"
 #include "q32Base/services/CqProgressDisplay.h"

@@ -2,7 +2,7 @@
 /// page, the next sixteen are two sizes, the rest is the path.
 
 #include "platforms/headless/headless.h"
-#include "q32Base/framework/PathRules.h"
+#include "q32Base/framework/PathRules_p.h"
 #include "q32Base/q32Base.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 /// @file The settings file's reader and writer on any text. The first four bytes select section,
 /// key, value and buffer size; the rest is the text.
 
-#include "q32Base/settings/ProfileFile.h"
+#include "q32Base/settings/ProfileFile_p.h"
 
 #include <cstdint>
 #include <cstdio>

@@ -1,9 +1,9 @@
-#include "plugins/CodecSamples.h"
-#include "plugins/CqPictureInput.h"
-#include "plugins/CqPictureOutput.h"
-#include "plugins/CqPictureSource.h"
-#include "plugins/CqPictureTarget.h"
-#include "plugins/PictureCodec.h"
+#include "plugins/CodecInput_p.h"
+#include "plugins/CodecOutput_p.h"
+#include "plugins/CodecSamples_p.h"
+#include "plugins/PictureCodec_p.h"
+#include "plugins/PictureSource_p.h"
+#include "plugins/PictureTarget_p.h"
 
 // jpeglib.h needs size_t and FILE declared ahead of it.
 #include <jpeglib.h>
@@ -36,9 +36,9 @@ constexpr int kDotsPerCentimeterUnit = 2;
 struct JpegState {
     std::jmp_buf m_Jump;
     jpeg_error_mgr m_Errors;
-    PICTURE_MESSAGE m_eFailure = PICTURE_CORRUPTED;
-    CqPictureInput* m_pInput = nullptr;
-    CqPictureOutput* m_pOutput = nullptr;
+    CQ_MESSAGE m_eFailure = MESSAGE_CORRUPTED;
+    CodecInput* m_pInput = nullptr;
+    CodecOutput* m_pOutput = nullptr;
     bool m_bHasNotes = false; ///< the file being read has markers of kNoteMarkers
     JOCTET m_Block[kOutputBlock];
 };
@@ -52,13 +52,13 @@ JpegState& fnState(j_common_ptr jpeg) {
     switch (jpeg->err->msg_code) {
     case JERR_OUT_OF_MEMORY:
     case JERR_NO_BACKING_STORE:
-        state.m_eFailure = PICTURE_NO_MEMORY;
+        state.m_eFailure = MESSAGE_NO_MEMORY;
         break;
     case JERR_ARITH_NOTIMPL:
     case JERR_BAD_PRECISION:
     case JERR_CONVERSION_NOTIMPL:
     case JERR_SOF_UNSUPPORTED:
-        state.m_eFailure = PICTURE_UNSUPPORTED;
+        state.m_eFailure = MESSAGE_UNSUPPORTED;
         break;
     default:
         break;
@@ -79,7 +79,7 @@ void fnJpegMessage(j_common_ptr jpeg, int level) {
 void fnNothing(j_decompress_ptr) {}
 
 boolean fnFillInput(j_decompress_ptr jpeg) {
-    CqPictureInput& input = *fnState(reinterpret_cast<j_common_ptr>(jpeg)).m_pInput;
+    CodecInput& input = *fnState(reinterpret_cast<j_common_ptr>(jpeg)).m_pInput;
     jpeg->src->next_input_byte = input.fnReadBlock(jpeg->src->bytes_in_buffer);
     if (jpeg->src->bytes_in_buffer == 0) {
         jpeg->err->msg_code = JERR_INPUT_EOF;
@@ -153,7 +153,7 @@ bool fnKnowsJpeg(const unsigned char* head, std::size_t count) {
 /// The libjpeg object for reading one file. Every call into libjpeg goes through `fnCall`.
 class JpegReader {
 public:
-    explicit JpegReader(CqPictureInput& input) { m_State.m_pInput = &input; }
+    explicit JpegReader(CodecInput& input) { m_State.m_pInput = &input; }
     ~JpegReader() { jpeg_destroy_decompress(&m_Jpeg); }
     JpegReader(const JpegReader&) = delete;
     JpegReader& operator=(const JpegReader&) = delete;
@@ -161,9 +161,9 @@ public:
     void fnOpen();
     void fnReadHeader();
     void fnStart();
-    void fnAllocImage(CqPictureTarget& target);
-    void fnReadScans(CqPictureTarget& target);
-    void fnReadRows(CqPictureTarget& target);
+    void fnAllocImage(PictureTarget& target);
+    void fnReadScans(PictureTarget& target);
+    void fnReadRows(PictureTarget& target);
     /// Whether the file holds more than the image: CMYK, or metadata.
     bool fnHoldsMore() const { return m_Jpeg.out_color_space == JCS_CMYK || m_State.m_bHasNotes; }
 
@@ -171,8 +171,8 @@ private:
     template <typename Call>
     void fnCall(const Call& call) {
         if (!fnGuardJump(m_State.m_Jump, call))
-            throw CqPictureFailure{m_State.m_pInput->fnHasFailed() ? PICTURE_CANNOT_READ
-                                                                   : m_State.m_eFailure};
+            throw CodecFailure{m_State.m_pInput->fnHasFailed() ? MESSAGE_CANNOT_READ
+                                                               : m_State.m_eFailure};
     }
     unsigned char* fnConvertRow(unsigned char* row) const;
 
@@ -202,10 +202,10 @@ void JpegReader::fnReadHeader() {
     fnCall([this] { jpeg_read_header(&m_Jpeg, TRUE); });
     const std::uint64_t length = m_State.m_pInput->fnGetLength();
     if (m_Jpeg.arith_code)
-        CqPictureTarget::fnCheckSparseRoom(length, m_Jpeg.image_width, m_Jpeg.image_height);
+        PictureTarget::fnCheckSparseRoom(length, m_Jpeg.image_width, m_Jpeg.image_height);
     else
-        CqPictureTarget::fnCheckRoom(length, m_Jpeg.image_width, m_Jpeg.image_height,
-                                     kMaxPixelsPerByte);
+        PictureTarget::fnCheckRoom(length, m_Jpeg.image_width, m_Jpeg.image_height,
+                                   kMaxPixelsPerByte);
     switch (m_Jpeg.jpeg_color_space) {
     case JCS_GRAYSCALE:
         m_Jpeg.out_color_space = JCS_GRAYSCALE;
@@ -219,7 +219,7 @@ void JpegReader::fnReadHeader() {
         m_Jpeg.out_color_space = JCS_CMYK;
         break;
     default:
-        throw CqPictureFailure{PICTURE_UNSUPPORTED};
+        throw CodecFailure{MESSAGE_UNSUPPORTED};
     }
 }
 
@@ -229,7 +229,7 @@ void JpegReader::fnStart() {
     fnCall([this] { jpeg_start_decompress(&m_Jpeg); });
 }
 
-void JpegReader::fnAllocImage(CqPictureTarget& target) {
+void JpegReader::fnAllocImage(PictureTarget& target) {
     const bool grey = m_Jpeg.out_color_space == JCS_GRAYSCALE;
     target.fnAlloc(m_Jpeg.image_width, m_Jpeg.image_height, grey ? 8 : 24,
                    grey ? q32GreyRamp : nullptr, grey ? 256 : 0);
@@ -242,7 +242,7 @@ void JpegReader::fnAllocImage(CqPictureTarget& target) {
 
 /// Reads all scans of a progressive picture, so that the rows come out complete. Counts as half of
 /// the progress.
-void JpegReader::fnReadScans(CqPictureTarget& target) {
+void JpegReader::fnReadScans(PictureTarget& target) {
     const std::uint64_t length = m_State.m_pInput->fnGetLength();
     if (!m_Jpeg.buffered_image)
         return;
@@ -250,7 +250,7 @@ void JpegReader::fnReadScans(CqPictureTarget& target) {
     while (state != JPEG_REACHED_EOI) {
         fnCall([&] { state = jpeg_consume_input(&m_Jpeg); });
         if (m_Jpeg.input_scan_number > kMaxScans)
-            throw CqPictureFailure{PICTURE_CORRUPTED};
+            throw CodecFailure{MESSAGE_CORRUPTED};
         if (state == JPEG_ROW_COMPLETED)
             target.fnTell(m_State.m_pInput->fnGetPosition(), 2 * length);
     }
@@ -269,7 +269,7 @@ unsigned char* JpegReader::fnConvertRow(unsigned char* row) const {
     return row;
 }
 
-void JpegReader::fnReadRows(CqPictureTarget& target) {
+void JpegReader::fnReadRows(PictureTarget& target) {
     const std::uint32_t height = m_Jpeg.output_height;
     const std::uint32_t before = m_Jpeg.buffered_image ? height : 0;
     const auto row = std::make_unique_for_overwrite<unsigned char[]>(
@@ -287,7 +287,7 @@ void JpegReader::fnReadRows(CqPictureTarget& target) {
     });
 }
 
-void fnReadJpeg(CqPictureInput& input, CqPictureTarget& target) {
+void fnReadJpeg(CodecInput& input, PictureTarget& target) {
     const auto reader = std::make_unique<JpegReader>(input);
     reader->fnOpen();
     reader->fnReadHeader();
@@ -302,22 +302,22 @@ void fnReadJpeg(CqPictureInput& input, CqPictureTarget& target) {
 /// The libjpeg object for writing one file.
 class JpegWriter {
 public:
-    explicit JpegWriter(CqPictureOutput& output) { m_State.m_pOutput = &output; }
+    explicit JpegWriter(CodecOutput& output) { m_State.m_pOutput = &output; }
     ~JpegWriter() { jpeg_destroy_compress(&m_Jpeg); }
     JpegWriter(const JpegWriter&) = delete;
     JpegWriter& operator=(const JpegWriter&) = delete;
 
     void fnOpen();
-    void fnWrite(CqPictureSource& source, const CqPictureOptions& options);
+    void fnWrite(PictureSource& source, const CqPictureOptions& options);
 
 private:
     template <typename Call>
     void fnCall(const Call& call) {
         if (!fnGuardJump(m_State.m_Jump, call))
-            throw CqPictureFailure{m_State.m_eFailure == PICTURE_NO_MEMORY ? PICTURE_NO_MEMORY
-                                                                           : PICTURE_CANNOT_SAVE};
+            throw CodecFailure{m_State.m_eFailure == MESSAGE_NO_MEMORY ? MESSAGE_NO_MEMORY
+                                                                       : MESSAGE_CANNOT_SAVE};
     }
-    void fnDescribe(const CqPictureSource& source, const CqPictureOptions& options);
+    void fnDescribe(const PictureSource& source, const CqPictureOptions& options);
 
     JpegState m_State;
     jpeg_compress_struct m_Jpeg = {};
@@ -335,7 +335,7 @@ void JpegWriter::fnOpen() {
 }
 
 /// Called inside `fnCall`.
-void JpegWriter::fnDescribe(const CqPictureSource& source, const CqPictureOptions& options) {
+void JpegWriter::fnDescribe(const PictureSource& source, const CqPictureOptions& options) {
     m_Jpeg.image_width = source.fnGetWidth();
     m_Jpeg.image_height = source.fnGetHeight();
     m_Jpeg.input_components = source.fnIsGrey() ? 1 : 3;
@@ -351,7 +351,7 @@ void JpegWriter::fnDescribe(const CqPictureSource& source, const CqPictureOption
     }
 }
 
-void JpegWriter::fnWrite(CqPictureSource& source, const CqPictureOptions& options) {
+void JpegWriter::fnWrite(PictureSource& source, const CqPictureOptions& options) {
     fnCall([&] {
         fnDescribe(source, options);
         jpeg_start_compress(&m_Jpeg, TRUE);
@@ -371,8 +371,7 @@ void JpegWriter::fnWrite(CqPictureSource& source, const CqPictureOptions& option
     fnCall([this] { jpeg_finish_compress(&m_Jpeg); });
 }
 
-void fnWriteJpeg(CqPictureOutput& output, CqPictureSource& source,
-                 const CqPictureOptions& options) {
+void fnWriteJpeg(CodecOutput& output, PictureSource& source, const CqPictureOptions& options) {
     const auto writer = std::make_unique<JpegWriter>(output);
     writer->fnOpen();
     writer->fnWrite(source, options);
@@ -380,7 +379,7 @@ void fnWriteJpeg(CqPictureOutput& output, CqPictureSource& source,
 
 } // namespace
 
-const CqPictureCodec kJpegCodec = {
+const PictureCodec kJpegCodec = {
     {PICTURE_JPEG, "JPEG", "jpg jpeg jpe jfif", true, false}, fnKnowsJpeg, fnReadJpeg, fnWriteJpeg};
 
 } // namespace q32

@@ -1,9 +1,9 @@
-#include "plugins/CodecSamples.h"
-#include "plugins/CqPictureInput.h"
-#include "plugins/CqPictureOutput.h"
-#include "plugins/CqPictureSource.h"
-#include "plugins/CqPictureTarget.h"
-#include "plugins/PictureCodec.h"
+#include "plugins/CodecInput_p.h"
+#include "plugins/CodecOutput_p.h"
+#include "plugins/CodecSamples_p.h"
+#include "plugins/PictureCodec_p.h"
+#include "plugins/PictureSource_p.h"
+#include "plugins/PictureTarget_p.h"
 
 #include <png.h>
 
@@ -28,8 +28,8 @@ constexpr png_byte kAnimation[] = {'a', 'c', 'T', 'L', 0};
 /// The state of libpng's callbacks, reached through its user pointers.
 struct PngState {
     std::jmp_buf m_Jump;
-    CqPictureInput* m_pInput = nullptr;
-    CqPictureOutput* m_pOutput = nullptr;
+    CodecInput* m_pInput = nullptr;
+    CodecOutput* m_pOutput = nullptr;
     bool m_bNoMemory = false;
 };
 
@@ -72,7 +72,7 @@ bool fnKnowsPng(const unsigned char* head, std::size_t count) {
 /// The libpng objects for reading one file. Every call into libpng goes through `fnCall`.
 class PngReader {
 public:
-    explicit PngReader(CqPictureInput& input) { m_State.m_pInput = &input; }
+    explicit PngReader(CodecInput& input) { m_State.m_pInput = &input; }
     ~PngReader() { png_destroy_read_struct(&m_pPng, &m_pInfo, &m_pEnd); }
     PngReader(const PngReader&) = delete;
     PngReader& operator=(const PngReader&) = delete;
@@ -82,22 +82,22 @@ public:
         const bool done = fnGuardJump(m_State.m_Jump, call);
         // When memory is exhausted for something optional, libpng only warns.
         if (m_State.m_bNoMemory)
-            throw CqPictureFailure{PICTURE_NO_MEMORY};
+            throw CodecFailure{MESSAGE_NO_MEMORY};
         if (!done)
-            throw CqPictureFailure{m_State.m_pInput->fnHasFailed() ? PICTURE_CANNOT_READ
-                                                                   : PICTURE_CORRUPTED};
+            throw CodecFailure{m_State.m_pInput->fnHasFailed() ? MESSAGE_CANNOT_READ
+                                                               : MESSAGE_CORRUPTED};
     }
 
     void fnOpen();
     void fnReadHeader();
     void fnSetConversion();
-    void fnAllocImage(CqPictureTarget& target);
-    void fnReadRows(CqPictureTarget& target);
-    void fnTakeNotes(CqPictureTarget& target);
+    void fnAllocImage(PictureTarget& target);
+    void fnReadRows(PictureTarget& target);
+    void fnTakeNotes(PictureTarget& target);
     bool fnHoldsMore();
 
 private:
-    void fnTakeTitle(png_infop info, CqPictureTarget& target);
+    void fnTakeTitle(png_infop info, PictureTarget& target);
     bool fnHasNotes(png_infop info);
 
     PngState m_State;
@@ -120,7 +120,7 @@ void PngReader::fnOpen() {
         m_pEnd = m_pInfo ? png_create_info_struct(m_pPng) : nullptr;
     });
     if (!m_pEnd)
-        throw CqPictureFailure{PICTURE_NO_MEMORY};
+        throw CodecFailure{MESSAGE_NO_MEMORY};
 }
 
 void PngReader::fnReadHeader() {
@@ -134,8 +134,8 @@ void PngReader::fnReadHeader() {
         png_get_IHDR(m_pPng, m_pInfo, &m_nWidth, &m_nHeight, &m_nDepth, &m_nColorType, nullptr,
                      nullptr, nullptr);
     });
-    CqPictureTarget::fnCheckRoom(m_State.m_pInput->fnGetLength(), png_get_rowbytes(m_pPng, m_pInfo),
-                                 m_nHeight, kMaxRatio);
+    PictureTarget::fnCheckRoom(m_State.m_pInput->fnGetLength(), png_get_rowbytes(m_pPng, m_pInfo),
+                               m_nHeight, kMaxRatio);
 }
 
 void PngReader::fnSetConversion() {
@@ -168,10 +168,10 @@ void PngReader::fnSetConversion() {
         png_read_update_info(m_pPng, m_pInfo);
     });
     if (png_get_rowbytes(m_pPng, m_pInfo) != std::size_t{m_nWidth} * fnCodecBytes(m_nBitCount))
-        throw CqPictureFailure{PICTURE_CORRUPTED};
+        throw CodecFailure{MESSAGE_CORRUPTED};
 }
 
-void PngReader::fnAllocImage(CqPictureTarget& target) {
+void PngReader::fnAllocImage(PictureTarget& target) {
     if (m_nBitCount > 8) {
         target.fnAlloc(m_nWidth, m_nHeight, m_nBitCount, nullptr, 0);
         return;
@@ -191,7 +191,7 @@ void PngReader::fnAllocImage(CqPictureTarget& target) {
     target.fnAlloc(m_nWidth, m_nHeight, m_nBitCount, palette, static_cast<unsigned int>(count));
 }
 
-void PngReader::fnReadRows(CqPictureTarget& target) {
+void PngReader::fnReadRows(PictureTarget& target) {
     // The passes of an interlaced picture are combined in the image itself: a row is read back,
     // completed by the pass, and stored.
     const auto row = std::make_unique<unsigned char[]>(png_get_rowbytes(m_pPng, m_pInfo));
@@ -211,7 +211,7 @@ void PngReader::fnReadRows(CqPictureTarget& target) {
     fnCall([this] { png_read_end(m_pPng, m_pEnd); });
 }
 
-void PngReader::fnTakeTitle(png_infop info, CqPictureTarget& target) {
+void PngReader::fnTakeTitle(png_infop info, PictureTarget& target) {
     png_textp texts = nullptr;
     int count = 0;
     fnCall([&] { png_get_text(m_pPng, info, &texts, &count); });
@@ -221,7 +221,7 @@ void PngReader::fnTakeTitle(png_infop info, CqPictureTarget& target) {
     }
 }
 
-void PngReader::fnTakeNotes(CqPictureTarget& target) {
+void PngReader::fnTakeNotes(PictureTarget& target) {
     fnTakeTitle(m_pInfo, target);
     fnTakeTitle(m_pEnd, target);
     png_uint_32 x = 0;
@@ -250,7 +250,7 @@ bool PngReader::fnHoldsMore() {
     return m_nDepth == 16 || unknown || fnHasNotes(m_pInfo) || fnHasNotes(m_pEnd);
 }
 
-void fnReadPng(CqPictureInput& input, CqPictureTarget& target) {
+void fnReadPng(CodecInput& input, PictureTarget& target) {
     PngReader reader(input);
     reader.fnOpen();
     reader.fnReadHeader();
@@ -265,24 +265,24 @@ void fnReadPng(CqPictureInput& input, CqPictureTarget& target) {
 /// The libpng objects for writing one file.
 class PngWriter {
 public:
-    explicit PngWriter(CqPictureOutput& output) { m_State.m_pOutput = &output; }
+    explicit PngWriter(CodecOutput& output) { m_State.m_pOutput = &output; }
     ~PngWriter() { png_destroy_write_struct(&m_pPng, &m_pInfo); }
     PngWriter(const PngWriter&) = delete;
     PngWriter& operator=(const PngWriter&) = delete;
 
     void fnOpen();
-    void fnWrite(CqPictureSource& source, const CqPictureOptions& options);
+    void fnWrite(PictureSource& source, const CqPictureOptions& options);
 
 private:
     template <typename Call>
     void fnCall(const Call& call) {
         const bool done = fnGuardJump(m_State.m_Jump, call);
         if (m_State.m_bNoMemory)
-            throw CqPictureFailure{PICTURE_NO_MEMORY};
+            throw CodecFailure{MESSAGE_NO_MEMORY};
         if (!done)
-            throw CqPictureFailure{PICTURE_CANNOT_SAVE};
+            throw CodecFailure{MESSAGE_CANNOT_SAVE};
     }
-    void fnDescribe(const CqPictureSource& source);
+    void fnDescribe(const PictureSource& source);
 
     PngState m_State;
     png_structp m_pPng = nullptr;
@@ -296,17 +296,17 @@ void PngWriter::fnOpen() {
         m_pInfo = m_pPng ? png_create_info_struct(m_pPng) : nullptr;
     });
     if (!m_pInfo)
-        throw CqPictureFailure{PICTURE_NO_MEMORY};
+        throw CodecFailure{MESSAGE_NO_MEMORY};
 }
 
-int fnPngColorType(const CqPictureSource& source) {
+int fnPngColorType(const PictureSource& source) {
     if (source.fnGetBitCount() > 8)
         return source.fnGetBitCount() == 32 ? PNG_COLOR_TYPE_RGB_ALPHA : PNG_COLOR_TYPE_RGB;
     return source.fnIsGrey() ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_PALETTE;
 }
 
 /// Called inside `fnCall`.
-void PngWriter::fnDescribe(const CqPictureSource& source) {
+void PngWriter::fnDescribe(const PictureSource& source) {
     const int type = fnPngColorType(source);
     const int depth = source.fnGetBitCount() == 4 ? 4 : 8;
     png_set_IHDR(m_pPng, m_pInfo, source.fnGetWidth(), source.fnGetHeight(), depth, type,
@@ -332,7 +332,7 @@ void PngWriter::fnDescribe(const CqPictureSource& source) {
     }
 }
 
-void PngWriter::fnWrite(CqPictureSource& source, const CqPictureOptions& options) {
+void PngWriter::fnWrite(PictureSource& source, const CqPictureOptions& options) {
     const unsigned int bits = source.fnGetBitCount();
     fnCall([&] {
         png_set_write_fn(m_pPng, &m_State, fnPngWrite, fnPngFlush);
@@ -359,7 +359,7 @@ void PngWriter::fnWrite(CqPictureSource& source, const CqPictureOptions& options
     fnCall([this] { png_write_end(m_pPng, nullptr); });
 }
 
-void fnWritePng(CqPictureOutput& output, CqPictureSource& source, const CqPictureOptions& options) {
+void fnWritePng(CodecOutput& output, PictureSource& source, const CqPictureOptions& options) {
     PngWriter writer(output);
     writer.fnOpen();
     writer.fnWrite(source, options);
@@ -367,7 +367,7 @@ void fnWritePng(CqPictureOutput& output, CqPictureSource& source, const CqPictur
 
 } // namespace
 
-const CqPictureCodec kPngCodec = {
+const PictureCodec kPngCodec = {
     {PICTURE_PNG, "PNG", "png", true, true}, fnKnowsPng, fnReadPng, fnWritePng};
 
 } // namespace q32

@@ -1,11 +1,11 @@
-#include "plugins/CodecSamples.h"
-#include "plugins/CqPictureInput.h"
-#include "plugins/CqPictureOutput.h"
-#include "plugins/CqPictureSource.h"
-#include "plugins/CqPictureTarget.h"
-#include "plugins/CqTiffHandle.h"
-#include "plugins/PictureCodec.h"
-#include "plugins/TiffSamples.h"
+#include "plugins/CodecInput_p.h"
+#include "plugins/CodecOutput_p.h"
+#include "plugins/CodecSamples_p.h"
+#include "plugins/PictureCodec_p.h"
+#include "plugins/PictureSource_p.h"
+#include "plugins/PictureTarget_p.h"
+#include "plugins/TiffHandle_p.h"
+#include "plugins/TiffSamples_p.h"
 
 #include <tiffio.h>
 
@@ -41,16 +41,16 @@ std::uint64_t fnSampleBytes(std::uint64_t width, const TiffLayout& layout) {
 /// Allocates a block of `given` bytes, the size that libtiff writes in one call; at least `needed`.
 Bytes fnMakePart(std::uint64_t given, std::uint64_t needed) {
     if (given < needed)
-        throw CqPictureFailure{PICTURE_CORRUPTED};
+        throw CodecFailure{MESSAGE_CORRUPTED};
     if (given > kMaxPartBytes)
-        throw CqPictureFailure{PICTURE_NO_MEMORY};
+        throw CodecFailure{MESSAGE_NO_MEMORY};
     return std::make_unique_for_overwrite<unsigned char[]>(static_cast<std::size_t>(given));
 }
 
 /// Reads the pixels of one picture, by rows or tiles as its layout requires.
 class TiffReader {
 public:
-    TiffReader(CqTiffHandle& file, const TiffLayout& layout, CqPictureTarget& target)
+    TiffReader(TiffHandle& file, const TiffLayout& layout, PictureTarget& target)
         : m_File(file), m_Layout(layout), m_Target(target), m_Samples(layout) {}
 
     void fnRead() {
@@ -70,10 +70,10 @@ private:
     void fnTake(const unsigned char* samples, unsigned int plane, std::uint32_t x, std::uint32_t y,
                 std::uint32_t count, unsigned char* pixels);
 
-    CqTiffHandle& m_File;
+    TiffHandle& m_File;
     const TiffLayout& m_Layout;
-    CqPictureTarget& m_Target;
-    CqTiffSamples m_Samples;
+    PictureTarget& m_Target;
+    TiffSamples m_Samples;
 };
 
 /// Stores decoded samples in the image. Separate planes are combined in the image itself.
@@ -169,7 +169,7 @@ void TiffReader::fnReadConverted() {
 void fnReadPalette(TIFF* file, unsigned int count, RGBQUAD* palette) {
     std::uint16_t* channels[3] = {};
     if (!TIFFGetField(file, TIFFTAG_COLORMAP, &channels[0], &channels[1], &channels[2]))
-        throw CqPictureFailure{PICTURE_CORRUPTED};
+        throw CodecFailure{MESSAGE_CORRUPTED};
     const bool narrow = std::all_of(channels, channels + 3, [&](const std::uint16_t* channel) {
         return std::all_of(channel, channel + count, [](std::uint16_t v) { return v < 256; });
     });
@@ -181,7 +181,7 @@ void fnReadPalette(TIFF* file, unsigned int count, RGBQUAD* palette) {
     }
 }
 
-void fnAllocImage(TIFF* file, const TiffLayout& layout, CqPictureTarget& target) {
+void fnAllocImage(TIFF* file, const TiffLayout& layout, PictureTarget& target) {
     RGBQUAD palette[256] = {};
     const RGBQUAD* colors = nullptr;
     unsigned int count = 0;
@@ -205,12 +205,12 @@ void fnCheckRoom(TIFF* file, const TiffLayout& layout, std::uint64_t fileBytes) 
                          compression == COMPRESSION_ADOBE_DEFLATE;
     const std::uint64_t rowBytes = fnSampleBytes(layout.m_nWidth, layout);
     if (bounded)
-        CqPictureTarget::fnCheckRoom(fileBytes, rowBytes, layout.m_nHeight, kMaxRatio);
+        PictureTarget::fnCheckRoom(fileBytes, rowBytes, layout.m_nHeight, kMaxRatio);
     else
-        CqPictureTarget::fnCheckSparseRoom(fileBytes, rowBytes, layout.m_nHeight);
+        PictureTarget::fnCheckSparseRoom(fileBytes, rowBytes, layout.m_nHeight);
 }
 
-void fnTakeNotes(TIFF* file, CqPictureTarget& target) {
+void fnTakeNotes(TIFF* file, PictureTarget& target) {
     const char* title = nullptr;
     if (TIFFGetField(file, TIFFTAG_DOCUMENTNAME, &title) ||
         TIFFGetField(file, TIFFTAG_IMAGEDESCRIPTION, &title))
@@ -252,8 +252,8 @@ bool fnHoldsMore(TIFF* file, const TiffLayout& layout) {
            leads(TIFFTAG_EXIFIFD) || leads(TIFFTAG_GPSIFD);
 }
 
-void fnReadTiff(CqPictureInput& input, CqPictureTarget& target) {
-    CqTiffHandle file(input);
+void fnReadTiff(CodecInput& input, PictureTarget& target) {
+    TiffHandle file(input);
     const TiffLayout layout = fnReadLayout(file);
     fnCheckRoom(file, layout, input.fnGetLength());
     fnAllocImage(file, layout, target);
@@ -266,7 +266,7 @@ void fnReadTiff(CqPictureInput& input, CqPictureTarget& target) {
         file.fnFail();
 }
 
-void fnDescribePalette(TIFF* file, const CqPictureSource& source) {
+void fnDescribePalette(TIFF* file, const PictureSource& source) {
     std::uint16_t channels[3][256] = {};
     for (int i = 0; i < 256; ++i) {
         const RGBQUAD& color = source.fnGetColors()[i];
@@ -277,13 +277,13 @@ void fnDescribePalette(TIFF* file, const CqPictureSource& source) {
     TIFFSetField(file, TIFFTAG_COLORMAP, channels[0], channels[1], channels[2]);
 }
 
-std::uint32_t fnStoredRowBytes(const CqPictureSource& source) {
+std::uint32_t fnStoredRowBytes(const PictureSource& source) {
     const unsigned int bits = source.fnGetBitCount();
     return bits == 4 ? (source.fnGetWidth() + 1) / 2
                      : source.fnGetWidth() * (bits == 16 ? 3 : fnCodecBytes(bits));
 }
 
-void fnDescribe(TIFF* file, const CqPictureSource& source, const CqPictureOptions& options) {
+void fnDescribe(TIFF* file, const PictureSource& source, const CqPictureOptions& options) {
     const unsigned int bits = source.fnGetBitCount();
     const bool palette = bits <= 8 && !source.fnIsGrey();
     TIFFSetField(file, TIFFTAG_IMAGEWIDTH, source.fnGetWidth());
@@ -319,7 +319,7 @@ void fnDescribe(TIFF* file, const CqPictureSource& source, const CqPictureOption
 }
 
 /// Fetches a row in the order of the file: alpha follows the colours.
-void fnFetchStored(CqPictureSource& source, std::uint32_t y, unsigned char* row,
+void fnFetchStored(PictureSource& source, std::uint32_t y, unsigned char* row,
                    unsigned char* stored) {
     const std::size_t width = source.fnGetWidth();
     switch (source.fnGetBitCount()) {
@@ -341,9 +341,8 @@ void fnFetchStored(CqPictureSource& source, std::uint32_t y, unsigned char* row,
     }
 }
 
-void fnWriteTiff(CqPictureOutput& output, CqPictureSource& source,
-                 const CqPictureOptions& options) {
-    CqTiffHandle file(output);
+void fnWriteTiff(CodecOutput& output, PictureSource& source, const CqPictureOptions& options) {
+    TiffHandle file(output);
     fnDescribe(file, source, options);
     const std::uint32_t height = source.fnGetHeight();
     const Bytes row = std::make_unique_for_overwrite<unsigned char[]>(source.fnGetWidth());
@@ -360,7 +359,7 @@ void fnWriteTiff(CqPictureOutput& output, CqPictureSource& source,
 
 } // namespace
 
-const CqPictureCodec kTiffCodec = {
+const PictureCodec kTiffCodec = {
     {PICTURE_TIFF, "TIFF", "tif tiff", true, true}, fnKnowsTiff, fnReadTiff, fnWriteTiff};
 
 } // namespace q32

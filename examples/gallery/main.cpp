@@ -110,7 +110,7 @@ public:
                 fnHang(wing);
         const PagesResult result = fnWritePages(m_Options.m_Folder, m_Pages);
         if (!result.m_bDone) {
-            q32ShowMsg(-5, nullptr, result.m_Path.c_str(), nullptr, 0);
+            q32ShowMsg(MESSAGE_CANNOT_SAVE, nullptr, result.m_Path.c_str(), nullptr, 0);
             return false;
         }
         std::printf("Look at %s\n", result.m_Path.c_str());
@@ -231,7 +231,7 @@ int fnRunGallery(const Options& options) {
         code = kExitAborted;
     } catch (CMemoryException* exception) {
         exception->Delete();
-        q32ShowMsg(-1, nullptr, nullptr, nullptr, 0);
+        q32ShowMsg(MESSAGE_NO_MEMORY, nullptr, nullptr, nullptr, 0);
         code = kExitFailed;
     }
     q32Detach();

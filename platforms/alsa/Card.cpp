@@ -1,4 +1,4 @@
-#include "platforms/alsa/Card.h"
+#include "platforms/alsa/Card_p.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
 #include "platforms/alsa/CqAlsaMixers.h"
 
-#include "platforms/alsa/Card.h"
-#include "platforms/posix/Descriptor.h"
+#include "platforms/alsa/Card_p.h"
+#include "platforms/posix/Descriptor_p.h"
 
 #include <algorithm>
 #include <new>

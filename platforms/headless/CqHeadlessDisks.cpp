@@ -1,8 +1,8 @@
 #include "platforms/headless/CqHeadlessDisks.h"
 
-#include "platforms/headless/FolderVolume.h"
-#include "platforms/headless/MemoryVolume.h"
-#include "platforms/headless/Path.h"
+#include "platforms/headless/FolderVolume_p.h"
+#include "platforms/headless/MemoryVolume_p.h"
+#include "platforms/headless/Path_p.h"
 
 #include <algorithm>
 #include <cstring>

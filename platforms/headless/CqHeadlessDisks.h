@@ -94,13 +94,13 @@ private:
     };
     using Volume = q32::headless::Volume;
 
-    std::optional<Place> fnResolve(std::string_view path) const;
-    bool fnIsDirectory(const Place& place) const;
-    bool fnHasParent(Place place) const;
-    bool fnPutDirectory(const Place& place);
+    Q32_LOCAL std::optional<Place> fnResolve(std::string_view path) const;
+    Q32_LOCAL bool fnIsDirectory(const Place& place) const;
+    Q32_LOCAL bool fnHasParent(Place place) const;
+    Q32_LOCAL bool fnPutDirectory(const Place& place);
     Volume& fnVolumeOf(const Place& place) const { return *m_Volumes[place.m_nVolume]; }
-    CqHeadlessFilePtr fnNewFile(const Place& place);
-    Volume* fnFindRoot(std::string_view root);
+    Q32_LOCAL CqHeadlessFilePtr fnNewFile(const Place& place);
+    Q32_LOCAL Volume* fnFindRoot(std::string_view root);
 
     std::vector<std::unique_ptr<Volume>> m_Volumes;
     std::string m_szCurrent;

@@ -125,7 +125,7 @@ public:
     bool fnAskSaveName(const CqSaveRequest& request, std::string& path) override;
 
 private:
-    std::string fnGetRow(std::size_t row, std::size_t columns) const;
+    Q32_LOCAL std::string fnGetRow(std::size_t row, std::size_t columns) const;
 
     CqDumpViewEvents& m_Events;
     const std::shared_ptr<CqHeadlessDumpDesk> m_pDesk;

@@ -1,6 +1,6 @@
 #include "platforms/headless/CqHeadlessFiles.h"
 
-#include "platforms/headless/Path.h"
+#include "platforms/headless/Path_p.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,6 @@
 #include "platforms/headless/CqHeadlessLocale.h"
 
-#include "platforms/software/CodePages.h"
+#include "platforms/software/CodePages_p.h"
 
 #include <chrono>
 #include <cstdio>

@@ -39,7 +39,7 @@ private:
         bool m_bCommitted = false;
         bool m_bUsed = false; ///< was committed before: may no longer be all zero
     };
-    Range* fnFindRange(void* address, std::size_t size, const char* call);
+    Q32_LOCAL Range* fnFindRange(void* address, std::size_t size, const char* call);
 
     std::map<void*, Range> m_Ranges;
     std::uint64_t m_nPhysicalBytes;

@@ -47,7 +47,7 @@ public:
 
 private:
     static bool fnIsStatic(std::size_t slot) { return slot < kStatic || slot >= kSlots - kStatic; }
-    std::vector<BYTE> fnGetHeldSlots() const;
+    Q32_LOCAL std::vector<BYTE> fnGetHeldSlots() const;
 
     std::array<std::uint32_t, kSlots> m_Colors{};
     std::array<bool, kSlots> m_Held{};

@@ -52,9 +52,9 @@ private:
         CqHeadlessFilePtr m_pFile;
         std::uint32_t m_nSize;
     };
-    CqFileHandle fnOpenHandle(const char* name);
-    bool fnCloseHandle(CqFileHandle file, const char* misuse);
-    void fnDropView(const CqHeadlessFilePtr& file);
+    Q32_LOCAL CqFileHandle fnOpenHandle(const char* name);
+    Q32_LOCAL bool fnCloseHandle(CqFileHandle file, const char* misuse);
+    Q32_LOCAL void fnDropView(const CqHeadlessFilePtr& file);
 
     std::shared_ptr<CqHeadlessDisks> m_pDisks;
     std::shared_ptr<CqHeadlessMisuses> m_pMisuses;

@@ -106,7 +106,7 @@ public:
                                                              int height) override;
 
 private:
-    q32::headless::DeviceContext* fnFindDC(const CDC* dc) const;
+    Q32_LOCAL q32::headless::DeviceContext* fnFindDC(const CDC* dc) const;
 
     q32::headless::FrameBuffer m_Frame;
     std::vector<CqHeadlessDraw> m_Draws;

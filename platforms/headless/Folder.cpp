@@ -1,4 +1,4 @@
-#include "platforms/headless/Folder.h"
+#include "platforms/headless/Folder_p.h"
 
 #include <algorithm>
 #include <chrono>

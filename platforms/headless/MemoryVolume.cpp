@@ -1,6 +1,5 @@
-#include "platforms/headless/MemoryVolume.h"
-
-#include "platforms/headless/Path.h"
+#include "platforms/headless/MemoryVolume_p.h"
+#include "platforms/headless/Path_p.h"
 
 namespace q32::headless {
 

@@ -1,4 +1,4 @@
-#include "platforms/headless/Path.h"
+#include "platforms/headless/Path_p.h"
 
 #include <algorithm>
 

@@ -1,6 +1,5 @@
-#include "platforms/headless/Volume.h"
-
-#include "platforms/headless/Path.h"
+#include "platforms/headless/Path_p.h"
+#include "platforms/headless/Volume_p.h"
 
 #include <algorithm>
 #include <utility>

@@ -22,6 +22,7 @@
 #include "platforms/headless/CqHeadlessWindows.h"
 #include "platforms/headless/CqHeadlessWnd.h"
 #include "q32Base/platform/CqPlatform.h"
+#include "q32Base/platform/Export.h"
 
 #include <cstdint>
 #include <memory>
@@ -72,7 +73,7 @@ public:
     bool fnSetSettings(std::string_view text);
 
 private:
-    std::string fnGetSettingsName() const;
+    Q32_LOCAL std::string fnGetSettingsName() const;
 };
 
 /// Creates a headless world.

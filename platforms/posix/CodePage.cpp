@@ -1,4 +1,4 @@
-#include "platforms/posix/CodePage.h"
+#include "platforms/posix/CodePage_p.h"
 
 #include <cwchar>
 #include <new>

@@ -1,7 +1,6 @@
-#include "platforms/posix/CqPosixFileStream.h"
-
-#include "platforms/posix/FileAccess.h"
-#include "platforms/posix/Path.h"
+#include "platforms/posix/CqPosixFileStream_p.h"
+#include "platforms/posix/FileAccess_p.h"
+#include "platforms/posix/Path_p.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

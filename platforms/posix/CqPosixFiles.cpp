@@ -1,12 +1,11 @@
-#include "platforms/posix/CqPosixFiles.h"
-
-#include "platforms/posix/CqPosixFileStream.h"
+#include "platforms/posix/CqPosixFiles_p.h"
+#include "platforms/posix/CqPosixFileStream_p.h"
 #include "platforms/posix/CqPosixOptions.h"
-#include "platforms/posix/Directory.h"
-#include "platforms/posix/FileAccess.h"
-#include "platforms/posix/Path.h"
-#include "platforms/posix/ReplaceFile.h"
-#include "platforms/posix/TextFile.h"
+#include "platforms/posix/Directory_p.h"
+#include "platforms/posix/FileAccess_p.h"
+#include "platforms/posix/Path_p.h"
+#include "platforms/posix/ReplaceFile_p.h"
+#include "platforms/posix/TextFile_p.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,5 @@
-#include "platforms/posix/CqPosixLocale.h"
-
-#include "platforms/posix/TimePattern.h"
+#include "platforms/posix/CqPosixLocale_p.h"
+#include "platforms/posix/TimePattern_p.h"
 
 #include <chrono>
 #include <ctime>

@@ -1,4 +1,4 @@
-#include "platforms/posix/CqPosixMemory.h"
+#include "platforms/posix/CqPosixMemory_p.h"
 
 #include <cstdint>
 #include <sys/mman.h>

@@ -1,4 +1,4 @@
-#include "platforms/posix/CqPosixMessages.h"
+#include "platforms/posix/CqPosixMessages_p.h"
 
 #include <cerrno>
 #include <climits>

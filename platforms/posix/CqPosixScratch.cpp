@@ -1,8 +1,7 @@
-#include "platforms/posix/CqPosixScratch.h"
-
-#include "platforms/posix/FileAccess.h"
-#include "platforms/posix/FileSizeSignal.h"
-#include "platforms/posix/Path.h"
+#include "platforms/posix/CqPosixScratch_p.h"
+#include "platforms/posix/FileAccess_p.h"
+#include "platforms/posix/FileSizeSignal_p.h"
+#include "platforms/posix/Path_p.h"
 
 #include <algorithm>
 #include <climits>

@@ -1,4 +1,4 @@
-#include "platforms/posix/Directory.h"
+#include "platforms/posix/Directory_p.h"
 
 #include <algorithm>
 #include <cerrno>

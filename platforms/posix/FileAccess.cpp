@@ -1,6 +1,5 @@
-#include "platforms/posix/FileAccess.h"
-
-#include "platforms/posix/FileSizeSignal.h"
+#include "platforms/posix/FileAccess_p.h"
+#include "platforms/posix/FileSizeSignal_p.h"
 
 #include <algorithm>
 #include <chrono>

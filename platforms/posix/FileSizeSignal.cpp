@@ -1,4 +1,4 @@
-#include "platforms/posix/FileSizeSignal.h"
+#include "platforms/posix/FileSizeSignal_p.h"
 
 #include <cerrno>
 #include <ctime>

@@ -1,6 +1,5 @@
-#include "platforms/posix/MemoryLimit.h"
-
-#include "platforms/posix/FileAccess.h"
+#include "platforms/posix/FileAccess_p.h"
+#include "platforms/posix/MemoryLimit_p.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,4 +1,4 @@
-#include "platforms/posix/Path.h"
+#include "platforms/posix/Path_p.h"
 
 namespace q32::posix {
 

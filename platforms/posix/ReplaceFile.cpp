@@ -1,7 +1,6 @@
-#include "platforms/posix/ReplaceFile.h"
-
-#include "platforms/posix/FileAccess.h"
-#include "platforms/posix/Path.h"
+#include "platforms/posix/FileAccess_p.h"
+#include "platforms/posix/Path_p.h"
+#include "platforms/posix/ReplaceFile_p.h"
 
 #include <climits>
 #include <fcntl.h>

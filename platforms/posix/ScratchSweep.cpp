@@ -1,6 +1,6 @@
-#include "platforms/posix/Directory.h"
-#include "platforms/posix/FileAccess.h"
-#include "platforms/posix/Path.h"
+#include "platforms/posix/Directory_p.h"
+#include "platforms/posix/FileAccess_p.h"
+#include "platforms/posix/Path_p.h"
 #include "platforms/posix/posix.h"
 
 #include <fcntl.h>

@@ -1,7 +1,6 @@
-#include "platforms/posix/TextFile.h"
-
-#include "platforms/posix/FileAccess.h"
-#include "platforms/posix/ReplaceFile.h"
+#include "platforms/posix/FileAccess_p.h"
+#include "platforms/posix/ReplaceFile_p.h"
+#include "platforms/posix/TextFile_p.h"
 
 #include <algorithm>
 #include <chrono>

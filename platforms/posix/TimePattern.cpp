@@ -1,4 +1,4 @@
-#include "platforms/posix/TimePattern.h"
+#include "platforms/posix/TimePattern_p.h"
 
 #include <algorithm>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "platforms/posix/ViewPages.h"
+#include "platforms/posix/ViewPages_p.h"
 
 #include <algorithm>
 #include <cerrno>

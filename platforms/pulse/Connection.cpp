@@ -1,4 +1,4 @@
-#include "platforms/pulse/Connection.h"
+#include "platforms/pulse/Connection_p.h"
 
 #include <memory>
 #include <utility>

@@ -1,8 +1,8 @@
 #include "platforms/pulse/CqPulseMixers.h"
 
-#include "platforms/posix/Descriptor.h"
-#include "platforms/pulse/Connection.h"
-#include "platforms/pulse/SinkVolume.h"
+#include "platforms/posix/Descriptor_p.h"
+#include "platforms/pulse/Connection_p.h"
+#include "platforms/pulse/SinkVolume_p.h"
 
 #include <algorithm>
 #include <optional>

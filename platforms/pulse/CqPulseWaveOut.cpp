@@ -1,6 +1,6 @@
 #include "platforms/pulse/CqPulseWaveOut.h"
 
-#include "platforms/pulse/Voice.h"
+#include "platforms/pulse/Voice_p.h"
 
 #include <algorithm>
 #include <iterator>

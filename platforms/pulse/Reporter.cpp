@@ -1,4 +1,4 @@
-#include "platforms/pulse/Reporter.h"
+#include "platforms/pulse/Reporter_p.h"
 
 #include <condition_variable>
 #include <mutex>

@@ -1,4 +1,4 @@
-#include "platforms/pulse/Voice.h"
+#include "platforms/pulse/Voice_p.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,8 +1,8 @@
 #include "platforms/qt/CqImageView.h"
 
 #include "platforms/qt/CqQtCanvas.h"
-#include "platforms/qt/Overview.h"
-#include "platforms/qt/TileSampler.h"
+#include "platforms/qt/Overview_p.h"
+#include "platforms/qt/TileSampler_p.h"
 #include "q32Base/framework/Exceptions.h"
 #include "q32Base/image/CqImage.h"
 

@@ -124,20 +124,20 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    bool fnHasPicture() const;
-    QSize fnGetScaledSize() const;
-    QPoint fnGetOrigin() const;
-    double fnGetFitZoom() const;
-    double fnGetMostZoom() const;
-    void fnApplyZoom(double zoom, const QPointF& anchor);
-    void fnUpdateBars();
-    void fnMoveTo(const QPointF& origin);
-    void fnEndDrag();
-    void fnForgetAll();
-    void fnMatchCanvas();
-    void fnAddStale(const CRect& part);
-    void fnResetOverview();
-    bool fnMakeCells();
+    Q32_LOCAL bool fnHasPicture() const;
+    Q32_LOCAL QSize fnGetScaledSize() const;
+    Q32_LOCAL QPoint fnGetOrigin() const;
+    Q32_LOCAL double fnGetFitZoom() const;
+    Q32_LOCAL double fnGetMostZoom() const;
+    Q32_LOCAL void fnApplyZoom(double zoom, const QPointF& anchor);
+    Q32_LOCAL void fnUpdateBars();
+    Q32_LOCAL void fnMoveTo(const QPointF& origin);
+    Q32_LOCAL void fnEndDrag();
+    Q32_LOCAL void fnForgetAll();
+    Q32_LOCAL void fnMatchCanvas();
+    Q32_LOCAL void fnAddStale(const CRect& part);
+    Q32_LOCAL void fnResetOverview();
+    Q32_LOCAL bool fnMakeCells();
 
     CqQtCanvas* m_pCanvas; ///< the viewport
     CqImage* m_pImage = nullptr;

@@ -1,6 +1,5 @@
-#include "platforms/qt/CqQtKeyboard.h"
-
-#include "platforms/qt/EventHold.h"
+#include "platforms/qt/CqQtKeyboard_p.h"
+#include "platforms/qt/EventHold_p.h"
 
 #include <QGuiApplication>
 #include <QThread>

@@ -1,7 +1,6 @@
-#include "platforms/qt/CqQtMessages.h"
-
+#include "platforms/qt/CqQtMessages_p.h"
 #include "platforms/qt/CqQtWindows.h"
-#include "platforms/qt/Text.h"
+#include "platforms/qt/Text_p.h"
 
 #include <array>
 #include <cstdio>

@@ -1,9 +1,8 @@
-#include "platforms/qt/CqQtScreen.h"
-
+#include "platforms/qt/CqQtScreen_p.h"
 #include "platforms/qt/CqQtWindows.h"
-#include "platforms/qt/DeviceContext.h"
-#include "platforms/qt/DeviceRows.h"
-#include "platforms/qt/Text.h"
+#include "platforms/qt/DeviceContext_p.h"
+#include "platforms/qt/DeviceRows_p.h"
+#include "platforms/qt/Text_p.h"
 
 #include <algorithm>
 #include <cstring>

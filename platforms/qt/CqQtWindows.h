@@ -47,7 +47,7 @@ protected:
     void fnInvalidate(const RECT* rect) const;
 
 private:
-    CqQtCanvas* fnFindCanvas() const;
+    Q32_LOCAL CqQtCanvas* fnFindCanvas() const;
 
     QPointer<QWidget> m_pWidget;
     mutable QPointer<CqQtCanvas> m_pOver;

@@ -1,7 +1,6 @@
-#include "platforms/qt/DeviceContext.h"
-
-#include "platforms/qt/Text.h"
-#include "platforms/qt/TileSampler.h"
+#include "platforms/qt/DeviceContext_p.h"
+#include "platforms/qt/Text_p.h"
+#include "platforms/qt/TileSampler_p.h"
 #include "q32Base/framework/CBitmap.h"
 #include "q32Base/framework/CFont.h"
 

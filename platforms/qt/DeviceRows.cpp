@@ -1,6 +1,5 @@
-#include "platforms/qt/DeviceRows.h"
-
-#include "platforms/qt/CanvasPixels.h"
+#include "platforms/qt/CanvasPixels_p.h"
+#include "platforms/qt/DeviceRows_p.h"
 
 #include <array>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "platforms/qt/EventHold.h"
+#include "platforms/qt/EventHold_p.h"
 
 #include <algorithm>
 #include <array>

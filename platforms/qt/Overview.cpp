@@ -1,6 +1,5 @@
-#include "platforms/qt/Overview.h"
-
-#include "platforms/qt/CanvasPixels.h"
+#include "platforms/qt/CanvasPixels_p.h"
+#include "platforms/qt/Overview_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelAccess.h"
 

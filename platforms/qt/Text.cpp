@@ -1,4 +1,4 @@
-#include "platforms/qt/Text.h"
+#include "platforms/qt/Text_p.h"
 
 #include <climits>
 #include <cwchar>

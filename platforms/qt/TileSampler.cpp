@@ -1,7 +1,6 @@
-#include "platforms/qt/TileSampler.h"
-
-#include "platforms/qt/CanvasPixels.h"
-#include "platforms/qt/Overview.h"
+#include "platforms/qt/CanvasPixels_p.h"
+#include "platforms/qt/Overview_p.h"
+#include "platforms/qt/TileSampler_p.h"
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelAccess.h"

@@ -1,4 +1,4 @@
-#include "platforms/software/CodePages.h"
+#include "platforms/software/CodePages_p.h"
 
 #include <cstdint>
 

@@ -35,10 +35,10 @@ private:
     /// Bands by their top row, without overlap. A band may be without spans.
     using Bands = std::map<LONG, Band>;
 
-    static Bands fnFromRects(const std::vector<RECT>& rects);
-    static Bands fnMerge(const Bands& a, const Bands& b, int mode);
-    void fnSplitAt(LONG y);
-    void fnSubtractRect(LONG top, LONG bottom, Span span);
+    Q32_LOCAL static Bands fnFromRects(const std::vector<RECT>& rects);
+    Q32_LOCAL static Bands fnMerge(const Bands& a, const Bands& b, int mode);
+    Q32_LOCAL void fnSplitAt(LONG y);
+    Q32_LOCAL void fnSubtractRect(LONG top, LONG bottom, Span span);
 
     Bands m_Bands;
 };

@@ -1,7 +1,7 @@
 #include "platforms/software/CqSoftwareResources.h"
 
-#include "platforms/software/CodePages.h"
-#include "platforms/software/VersionResource.h"
+#include "platforms/software/CodePages_p.h"
+#include "platforms/software/VersionResource_p.h"
 
 #include <algorithm>
 

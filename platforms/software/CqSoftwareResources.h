@@ -52,7 +52,7 @@ private:
     };
     static HINSTANCE fnToHandle(std::size_t number);
     /// The module, or, for null, all modules in search order.
-    std::vector<Module*> fnGetModules(HINSTANCE module);
+    Q32_LOCAL std::vector<Module*> fnGetModules(HINSTANCE module);
 
     std::map<HINSTANCE, Module> m_Modules;
     std::vector<HINSTANCE> m_Order;

@@ -1,6 +1,6 @@
 #include "platforms/software/ResFile.h"
 
-#include "platforms/software/CodePages.h"
+#include "platforms/software/CodePages_p.h"
 
 namespace q32::software {
 

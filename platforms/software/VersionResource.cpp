@@ -1,4 +1,4 @@
-#include "platforms/software/VersionResource.h"
+#include "platforms/software/VersionResource_p.h"
 
 #include <cstdint>
 

@@ -2,11 +2,11 @@
 
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
-#include "q32Base/image/DibLayout.h"
-#include "q32Base/kernels/Kernels.h"
+#include "q32Base/image/DibLayout_p.h"
+#include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/messages/ReportMemory.h"
 #include "q32Base/platform/CqPlatform.h"
-#include "q32Base/settings/Settings.h"
+#include "q32Base/settings/Settings_p.h"
 
 #include <algorithm>
 #include <cmath>

@@ -128,8 +128,8 @@ protected:
     unsigned char m_bySpare = 0;
 
 private:
-    bool fnReadSettings();
-    bool fnWriteSettings() const;
+    Q32_LOCAL bool fnReadSettings();
+    Q32_LOCAL bool fnWriteSettings() const;
 };
 
 /// The library's record of the screen; null if it could not be created.

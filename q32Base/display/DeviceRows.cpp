@@ -1,9 +1,8 @@
-#include "q32Base/display/DeviceRows.h"
-
 #include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/display/DeviceRows_p.h"
 #include "q32Base/framework/Memory.h"
-#include "q32Base/image/DibLayout.h"
-#include "q32Base/kernels/Kernels.h"
+#include "q32Base/image/DibLayout_p.h"
+#include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <cassert>

@@ -1,9 +1,8 @@
-#include "q32Base/display/DrawBuffers.h"
-
 #include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/display/DrawBuffers_p.h"
 #include "q32Base/framework/Memory.h"
-#include "q32Base/image/DibLayout.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/image/DibLayout_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,9 +1,9 @@
-#include "q32Base/display/DrawBuffers.h"
-#include "q32Base/display/GammaPause.h"
-#include "q32Base/display/PaletteSelection.h"
+#include "q32Base/display/DrawBuffers_p.h"
+#include "q32Base/display/GammaPause_p.h"
+#include "q32Base/display/PaletteSelection_p.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
 

@@ -1,9 +1,8 @@
-#include "q32Base/display/PaletteSelection.h"
-
 #include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/display/PaletteSelection_p.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 namespace q32 {
 namespace {

@@ -1,13 +1,13 @@
 #include "q32Base/display/CqDisplayProperty.h"
-#include "q32Base/display/DeviceRows.h"
-#include "q32Base/display/DrawBuffers.h"
-#include "q32Base/display/PaletteSelection.h"
+#include "q32Base/display/DeviceRows_p.h"
+#include "q32Base/display/DrawBuffers_p.h"
+#include "q32Base/display/PaletteSelection_p.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/CqImageTile.h"
-#include "q32Base/image/DibLayout.h"
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/image/DibLayout_p.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
 #include <cstring>

@@ -3,6 +3,7 @@
 #include "q32Base/framework/CFile.h"
 #include "q32Base/framework/CObject.h"
 #include "q32Base/framework/Exceptions.h"
+#include "q32Base/platform/Export.h"
 
 #include <bit>
 #include <cstddef>
@@ -47,7 +48,7 @@ public:
 
 private:
     CArchive& fnPut(std::uint64_t value, std::size_t bytes);
-    std::uint64_t fnGet(std::size_t bytes);
+    Q32_LOCAL std::uint64_t fnGet(std::size_t bytes);
 
     CFile* m_pFile;
     Mode m_eMode;

@@ -4,6 +4,7 @@
 #include "q32Base/framework/CObject.h"
 #include "q32Base/framework/CString.h"
 #include "q32Base/platform/CqFileService.h"
+#include "q32Base/platform/Export.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -44,7 +45,7 @@ public:
     const CString& GetFilePath() const { return m_strFileName; }
 
 private:
-    void fnCheck(CQ_FILE_CAUSE cause) const;
+    Q32_LOCAL void fnCheck(CQ_FILE_CAUSE cause) const;
 
     std::unique_ptr<CqFileStream> m_pStream;
     CString m_strFileName;
@@ -68,7 +69,7 @@ public:
     const unsigned char* GetData() const { return m_pBytes; }
 
 private:
-    void fnGrow(std::size_t needed);
+    Q32_LOCAL void fnGrow(std::size_t needed);
 
     unsigned char* m_pBytes = nullptr;
     std::size_t m_nLength = 0;

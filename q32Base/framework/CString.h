@@ -93,8 +93,8 @@ protected:
     void fnAssign(const char* text, int length);
 
 private:
-    void fnAppend(const char* text, int length);
-    void fnMakeSingle();
+    Q32_LOCAL void fnAppend(const char* text, int length);
+    Q32_LOCAL void fnMakeSingle();
 };
 
 inline bool operator==(const CString& a, const CString& b) {

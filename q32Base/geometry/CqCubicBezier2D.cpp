@@ -1,10 +1,10 @@
 #include "q32Base/geometry/CqCubicBezier2D.h"
 
 #include "q32Base/framework/CArchive.h"
-#include "q32Base/geometry/BezierFlattening.h"
+#include "q32Base/geometry/BezierFlattening_p.h"
 #include "q32Base/geometry/CqPolyline2D.h"
-#include "q32Base/geometry/CurveRoots.h"
-#include "q32Base/geometry/SegmentDrawing.h"
+#include "q32Base/geometry/CurveRoots_p.h"
+#include "q32Base/geometry/SegmentDrawing_p.h"
 #include "q32Base/image/CqImage.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #include "q32Base/geometry/CqLine2D.h"
 
-#include "q32Base/geometry/SegmentDrawing.h"
+#include "q32Base/geometry/SegmentDrawing_p.h"
 #include "q32Base/image/CqImage.h"
 
 bool CqLine2D::fnIntersectPoint(const CqPoint2D& point, double& t) const {

@@ -4,6 +4,7 @@
 #include "q32Base/geometry/CqLine2D.h"
 #include "q32Base/geometry/CqPolyPoint2D.h"
 #include "q32Base/geometry/CqRect2D.h"
+#include "q32Base/platform/Export.h"
 
 struct CqCubicBezier2D;
 
@@ -96,7 +97,7 @@ private:
     friend struct CqCubicBezier2D;
 
     /// Sets the growth of the lists in segments; 0: the arrays' own rule.
-    void fnSetGrowth(int segments);
-    void fnScan(double CqPoint2D::*along, double CqPoint2D::*other, double value, Values& values,
-                Places* where) const;
+    Q32_LOCAL void fnSetGrowth(int segments);
+    Q32_LOCAL void fnScan(double CqPoint2D::*along, double CqPoint2D::*other, double value,
+                          Values& values, Places* where) const;
 };

@@ -1,4 +1,4 @@
-#include "q32Base/geometry/CurveRoots.h"
+#include "q32Base/geometry/CurveRoots_p.h"
 
 #include <bit>
 #include <cstdint>

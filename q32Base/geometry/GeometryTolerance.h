@@ -6,15 +6,17 @@
 /// neither, deliberately. CqPoint3D doesn't use them: it compares exactly.
 #pragma once
 
+#include "q32Base/kernels/Epsilon.h"
+
 #include <cmath>
 #include <cstdint>
 #include <limits>
 #include <numbers>
 
 /// Absolute tolerance of all 2-D comparisons.
-inline constexpr double GEOM_EPSILON = 1e-10;
+inline constexpr double GEOM_EPSILON = q32::kEpsilon;
 /// A parameter lies on a segment strictly between these two, so that a hit on an end counts.
-inline constexpr double GEOM_PARAM_LOW = -1e-10;
+inline constexpr double GEOM_PARAM_LOW = -GEOM_EPSILON;
 inline constexpr double GEOM_PARAM_HIGH = 1.0000000001;
 /// Above it a curve evaluates to its last point; at or above it a root is no longer an inner hit.
 inline constexpr double GEOM_PARAM_ALMOST_ONE = 0.9999999999;

@@ -1,7 +1,8 @@
 #include "q32Base/image/CqColor.h"
 
 #include "q32Base/framework/CArchive.h"
-#include "q32Base/kernels/Hsb.h"
+#include "q32Base/kernels/Epsilon.h"
+#include "q32Base/kernels/Hsb_p.h"
 
 #include <algorithm>
 #include <cmath>
@@ -39,7 +40,7 @@ double fnWeigh(const double (&weights)[3], double r, double g, double b) {
 
 /// Whether a value exceeds a limit by more than the tolerance.
 bool fnExceeds(double value, double limit) {
-    return value >= limit && value - limit >= 1e-10;
+    return value >= limit && value - limit >= q32::kEpsilon;
 }
 
 unsigned char fnScale(unsigned char channel, double factor) {

@@ -2,8 +2,8 @@
 
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
-#include "q32Base/image/PixelBytes.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/image/PixelBytes_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>

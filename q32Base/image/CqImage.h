@@ -9,6 +9,7 @@
 #include "q32Base/image/CqImageTile.h"
 #include "q32Base/image/CqMergeParam.h"
 #include "q32Base/memory/GreyRamp.h"
+#include "q32Base/platform/Export.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -231,10 +232,10 @@ protected:
     void fnSetBuf(CqTileMap* map);
 
 private:
-    void fnTakeDib(const BITMAPINFOHEADER* header, std::size_t size);
-    void fnTransferDib(const BITMAPINFOHEADER* header, std::size_t size);
-    void fnDecompressRle8(const BITMAPINFOHEADER* header, std::size_t size);
-    void fnDecompressRle4(const BITMAPINFOHEADER* header, std::size_t size);
-    void fnConvert24(CqTileMap* target);
-    void fnConvert32(CqTileMap* target);
+    Q32_LOCAL void fnTakeDib(const BITMAPINFOHEADER* header, std::size_t size);
+    Q32_LOCAL void fnTransferDib(const BITMAPINFOHEADER* header, std::size_t size);
+    Q32_LOCAL void fnDecompressRle8(const BITMAPINFOHEADER* header, std::size_t size);
+    Q32_LOCAL void fnDecompressRle4(const BITMAPINFOHEADER* header, std::size_t size);
+    Q32_LOCAL void fnConvert24(CqTileMap* target);
+    Q32_LOCAL void fnConvert32(CqTileMap* target);
 };

@@ -1,9 +1,9 @@
 #include "q32Base/image/CqImageLine.h"
 
 #include "q32Base/framework/Memory.h"
-#include "q32Base/image/PixelBytes.h"
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/image/PixelBytes_p.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
 #include <cassert>

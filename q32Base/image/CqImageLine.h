@@ -106,7 +106,7 @@ protected:
     void fnBlt32(unsigned char* target, int sourceX, int count);
 
 private:
-    void fnMakeBuffer();
-    std::size_t fnOffset(int x) const;
-    void fnEnterTile(std::uint32_t column);
+    Q32_LOCAL void fnMakeBuffer();
+    Q32_LOCAL std::size_t fnOffset(int x) const;
+    Q32_LOCAL void fnEnterTile(std::uint32_t column);
 };

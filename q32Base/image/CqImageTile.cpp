@@ -1,6 +1,6 @@
 #include "q32Base/image/CqImageTile.h"
 
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 #include <cstring>
 

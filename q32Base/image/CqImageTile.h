@@ -65,5 +65,5 @@ protected:
     void fnBlt32(unsigned char* target, unsigned int stride, int width, int height);
 
 private:
-    bool fnDrawBand(CDC* dc, const CPoint& place, int x, int y, int width, int height);
+    Q32_LOCAL bool fnDrawBand(CDC* dc, const CPoint& place, int x, int y, int width, int height);
 };

@@ -1,7 +1,7 @@
 #include "q32Base/image/CqMask.h"
 
 #include "q32Base/framework/Memory.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 const CRuntimeClass CqMask::classCqMask = {"CqMask", sizeof(CqMask), 0xFFFF, nullptr,
                                            &CqImage::classCqImage};

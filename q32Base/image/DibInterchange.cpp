@@ -1,7 +1,7 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/image/DibLayout.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/image/DibLayout_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>

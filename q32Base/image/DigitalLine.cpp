@@ -1,7 +1,6 @@
-#include "q32Base/image/DigitalLine.h"
-
 #include "q32Base/image/CqImage.h"
-#include "q32Base/image/PixelBytes.h"
+#include "q32Base/image/DigitalLine_p.h"
+#include "q32Base/image/PixelBytes_p.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,9 +1,9 @@
 #include "q32Base/image/PixelAccess.h"
 
 #include "q32Base/image/CqImage.h"
-#include "q32Base/memory/CqTileMap.h"
-#include "q32Base/memory/TileWalk.h"
-#include "q32Base/pixels/Nibbles.h"
+#include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/memory/TileWalk_p.h"
+#include "q32Base/pixels/Nibbles_p.h"
 #include "q32Base/pixels/PixelConversion.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "q32Base/image/CqImage.h"
-#include "q32Base/image/DibLayout.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/image/DibLayout_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,6 @@
-#include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/KernelParts.h"
-#include "q32Base/kernels/SplitCurve.h"
+#include "q32Base/kernels/Avx2_p.h"
+#include "q32Base/kernels/KernelParts_p.h"
+#include "q32Base/kernels/SplitCurve_p.h"
 
 namespace q32 {
 namespace avx2 {

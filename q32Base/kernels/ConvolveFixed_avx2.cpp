@@ -1,5 +1,5 @@
-#include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/KernelParts.h"
+#include "q32Base/kernels/Avx2_p.h"
+#include "q32Base/kernels/KernelParts_p.h"
 
 // The weights are integers over one denominator, each split into two bytes. Products of two entries
 // at a time are summed in 16 bits; ContribTable.cpp ensures that none overflows, and proves that

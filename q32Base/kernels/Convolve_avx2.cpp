@@ -1,5 +1,5 @@
-#include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/KernelParts.h"
+#include "q32Base/kernels/Avx2_p.h"
+#include "q32Base/kernels/KernelParts_p.h"
 
 // The weighted sums are computed in single precision first; ContribTable.cpp proves their error
 // bound. Where a sum is that close to an integer, the sum in double decides.

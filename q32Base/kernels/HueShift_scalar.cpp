@@ -1,6 +1,6 @@
-#include "q32Base/kernels/Hsb.h"
-#include "q32Base/kernels/KernelParts.h"
-#include "q32Base/kernels/Rgb565.h"
+#include "q32Base/kernels/Hsb_p.h"
+#include "q32Base/kernels/KernelParts_p.h"
+#include "q32Base/kernels/Rgb565_p.h"
 
 #include <algorithm>
 

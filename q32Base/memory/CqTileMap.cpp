@@ -1,6 +1,5 @@
-#include "q32Base/memory/CqTileMap.h"
-
 #include "q32Base/framework/Memory.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
 #include <bit>

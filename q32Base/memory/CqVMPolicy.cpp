@@ -1,10 +1,10 @@
 #include "q32Base/memory/CqVMPolicy.h"
 
-#include "q32Base/framework/DiskSpace.h"
+#include "q32Base/framework/DiskSpace_p.h"
 #include "q32Base/framework/Memory.h"
-#include "q32Base/framework/PathRules.h"
+#include "q32Base/framework/PathRules_p.h"
 #include "q32Base/platform/CqPlatform.h"
-#include "q32Base/settings/Settings.h"
+#include "q32Base/settings/Settings_p.h"
 
 #include <algorithm>
 #include <cstring>

@@ -87,11 +87,11 @@ private:
         std::uint32_t m_nSize;
     };
 
-    bool fnReadSettings();
-    void fnReadDisk(unsigned int index);
-    void fnTakeDisk(unsigned int index);
-    bool fnWriteSettings() const;
-    bool fnHasRoom(unsigned int index, std::uint32_t size) const;
+    Q32_LOCAL bool fnReadSettings();
+    Q32_LOCAL void fnReadDisk(unsigned int index);
+    Q32_LOCAL void fnTakeDisk(unsigned int index);
+    Q32_LOCAL bool fnWriteSettings() const;
+    Q32_LOCAL bool fnHasRoom(unsigned int index, std::uint32_t size) const;
 
     bool DiskFlags[kDisks];
     char DiskPaths[kDisks][kMaxPathBytes];

@@ -1,6 +1,6 @@
 #include "q32Base/memory/PixelBlock.h"
 
-#include "q32Base/memory/PixelBuffer.h"
+#include "q32Base/memory/PixelBuffer_p.h"
 
 #include <utility>
 

@@ -1,7 +1,6 @@
-#include "q32Base/messages/CqTitleSwap.h"
-
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
+#include "q32Base/messages/CqTitleSwap_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <cstdlib>

@@ -9,6 +9,30 @@
 #include "q32Base/platform/Export.h"
 #include "q32Base/platform/Records.h"
 
+/// Ids of the library's own messages.
+enum CQ_MESSAGE : int {
+    MESSAGE_NONE = 0,
+    MESSAGE_NO_MEMORY = -1,
+    MESSAGE_START_FAILED = -2,
+    MESSAGE_CANNOT_OPEN = -3,
+    MESSAGE_CANNOT_READ = -4,
+    MESSAGE_CANNOT_SAVE = -5,
+    MESSAGE_CORRUPTED = -6,
+    MESSAGE_IN_USE = -7, ///< by another program
+    MESSAGE_CANNOT_RENAME = -8,
+    MESSAGE_READ_ONLY = -9,
+    MESSAGE_NAME_TOO_LONG = -10,
+    MESSAGE_EMPTY = -11,
+    MESSAGE_LOW_DISK_SPACE = -100,
+    MESSAGE_MAYBE_READ_ONLY = -101,
+    MESSAGE_UNSUPPORTED = -102,
+    MESSAGE_OUT_OF_RANGE = -103,
+    MESSAGE_NO_FOLDER = -104,
+    MESSAGE_EXISTS = -105,
+    MESSAGE_NOT_FOUND = -106,
+    MESSAGE_SAVE_CHANGES = -200
+};
+
 extern "C" {
 
 /// Shows a message by its id.

@@ -20,7 +20,7 @@ bool fnReportMemory(Work&& work) {
             done = std::forward<Work>(work)();
     });
     if (!ran)
-        q32ShowMsg(-1, nullptr, nullptr, nullptr, 0);
+        q32ShowMsg(MESSAGE_NO_MEMORY, nullptr, nullptr, nullptr, 0);
     return ran && done;
 }
 

@@ -1,10 +1,9 @@
-#include "q32Base/operations/BlockCopy.h"
-
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/image/PixelBytes.h"
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/operations/TilePieces.h"
+#include "q32Base/image/PixelBytes_p.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/operations/BlockCopy_p.h"
+#include "q32Base/operations/TilePieces_p.h"
 
 #include <cstring>
 #include <memory>

@@ -1,6 +1,6 @@
-#include "q32Base/operations/ContribTable.h"
-
 #include "q32Base/framework/Memory.h"
+#include "q32Base/kernels/Epsilon.h"
+#include "q32Base/operations/ContribTable_p.h"
 
 #include <algorithm>
 #include <cmath>
@@ -251,7 +251,7 @@ void ContribTable::fnFillList(ContribList& list, std::uint32_t i, double scale,
         list.m_pEntries[list.m_nCount++] = {fnReflect(j, srcCount), 0.0F, k};
         sum += k;
     }
-    if (std::fabs(sum - 1.0) > 1e-10) {
+    if (std::fabs(sum - 1.0) > kEpsilon) {
         const double factor = 1.0 / sum;
         for (std::int32_t k = 0; k < list.m_nCount; ++k)
             list.m_pEntries[k].m_dWeight *= factor;

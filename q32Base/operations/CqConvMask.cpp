@@ -2,7 +2,7 @@
 
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
 

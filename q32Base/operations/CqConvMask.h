@@ -52,8 +52,8 @@ public:
 
 private:
     std::uint32_t fnSlot(std::uint32_t i) const { return (m_nHead + i) % m_nLines; }
-    void fnFetch(std::uint32_t slot, std::int64_t row);
-    void fnGetLines(unsigned char** const (&out)[5], std::uint32_t count);
+    Q32_LOCAL void fnFetch(std::uint32_t slot, std::int64_t row);
+    Q32_LOCAL void fnGetLines(unsigned char** const (&out)[5], std::uint32_t count);
 
     const CqImage* m_pImage;
     std::uint32_t m_nLines;

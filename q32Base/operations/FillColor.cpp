@@ -1,8 +1,8 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/image/PixelBytes.h"
-#include "q32Base/operations/TilePieces.h"
+#include "q32Base/image/PixelBytes_p.h"
+#include "q32Base/operations/TilePieces_p.h"
 
 namespace {
 

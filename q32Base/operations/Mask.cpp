@@ -1,7 +1,7 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqMask.h"
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/operations/TilePieces.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/operations/TilePieces_p.h"
 
 #include <cstring>
 #include <memory>

@@ -1,5 +1,4 @@
-#include "q32Base/operations/PageWalk.h"
-
+#include "q32Base/operations/PageWalk_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>

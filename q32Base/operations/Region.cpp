@@ -1,7 +1,7 @@
 #include "q32Base/framework/CRgn.h"
 #include "q32Base/framework/Exceptions.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 #include <cstring>
 

@@ -1,8 +1,8 @@
-#include "q32Base/operations/Resample.h"
-
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/kernels/Epsilon.h"
+#include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/operations/Resample_p.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <cmath>
@@ -27,7 +27,7 @@ std::uint32_t fnScaledSize(std::uint32_t size, double scale) {
     if (!(exact > -1.0 && exact < 4294967295.0))
         AfxThrowMemoryException();
     const double whole = std::trunc(exact);
-    return static_cast<std::uint32_t>(whole) + (exact - whole > 1e-10 ? 1 : 0);
+    return static_cast<std::uint32_t>(whole) + (exact - whole > q32::kEpsilon ? 1 : 0);
 }
 
 } // namespace

@@ -1,9 +1,9 @@
 #include "q32Base/framework/Exceptions.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/memory/PixelBlock.h"
-#include "q32Base/memory/TileWalk.h"
-#include "q32Base/operations/ProgressRun.h"
-#include "q32Base/operations/Resample.h"
+#include "q32Base/memory/TileWalk_p.h"
+#include "q32Base/operations/ProgressRun_p.h"
+#include "q32Base/operations/Resample_p.h"
 
 #include <algorithm>
 #include <memory>

@@ -1,12 +1,12 @@
 #include "q32Base/framework/Memory.h"
-#include "q32Base/kernels/ContribList.h"
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/memory/TileWalk.h"
-#include "q32Base/operations/ContribTable.h"
-#include "q32Base/operations/FilterChannels.h"
-#include "q32Base/operations/PageWalk.h"
-#include "q32Base/operations/ProgressRun.h"
-#include "q32Base/operations/Resample.h"
+#include "q32Base/kernels/ContribList_p.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/memory/TileWalk_p.h"
+#include "q32Base/operations/ContribTable_p.h"
+#include "q32Base/operations/FilterChannels_p.h"
+#include "q32Base/operations/PageWalk_p.h"
+#include "q32Base/operations/ProgressRun_p.h"
+#include "q32Base/operations/Resample_p.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,10 +1,10 @@
-#include "q32Base/operations/Rotate.h"
-
 #include "q32Base/framework/Memory.h"
 #include "q32Base/geometry/CqRect2D.h"
 #include "q32Base/geometry/GeometryTolerance.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/kernels/Epsilon.h"
+#include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/operations/Rotate_p.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <algorithm>
@@ -26,7 +26,7 @@ double fnInnerAngle(double angle) {
 }
 
 bool fnIsNear(double a, double value) {
-    return std::fabs(a - value) < 1e-10;
+    return std::fabs(a - value) < q32::kEpsilon;
 }
 
 struct TurnedSize {
@@ -57,7 +57,7 @@ TurnedSize fnBoundingBox(const CqTileMap& map, const CPoint& center, double s, d
     }
     const auto span = [](double least, double most) {
         auto end = static_cast<std::int64_t>(most);
-        if (most - static_cast<double>(end) > 1e-10)
+        if (most - static_cast<double>(end) > q32::kEpsilon)
             ++end;
         return end - static_cast<std::int64_t>(least);
     };
@@ -81,7 +81,7 @@ void CqImage::fnRotate(double angle, const CqColor& background, CPoint* center, 
                        CqProgressDisplay* progress) {
     const double a = fnInnerAngle(angle);
     // Infinity and not-a-number aren't angles, and 4-bit pixels can't be moved one by one.
-    if (!(std::fabs(a) >= 1e-10) || BitCount == 4)
+    if (!(std::fabs(a) >= q32::kEpsilon) || BitCount == 4)
         return;
     CPoint middle(static_cast<LONG>(Width >> 1), static_cast<LONG>(Height >> 1));
     CPoint& pivot = center ? *center : middle;

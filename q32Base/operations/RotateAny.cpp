@@ -1,11 +1,11 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImageTile.h"
-#include "q32Base/image/PixelBytes.h"
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/memory/CqTileMap.h"
-#include "q32Base/memory/TileWalk.h"
-#include "q32Base/operations/ProgressRun.h"
-#include "q32Base/operations/Rotate.h"
+#include "q32Base/image/PixelBytes_p.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/memory/TileWalk_p.h"
+#include "q32Base/operations/ProgressRun_p.h"
+#include "q32Base/operations/Rotate_p.h"
 
 #include <algorithm>
 #include <array>

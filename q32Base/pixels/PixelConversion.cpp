@@ -1,6 +1,6 @@
 #include "q32Base/pixels/PixelConversion.h"
 
-#include "q32Base/pixels/PixelFormat.h"
+#include "q32Base/pixels/PixelFormat_p.h"
 
 #include <algorithm>
 #include <cstring>

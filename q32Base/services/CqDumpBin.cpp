@@ -3,7 +3,7 @@
 #include "q32Base/framework/CFile.h"
 #include "q32Base/framework/CString.h"
 #include "q32Base/framework/Memory.h"
-#include "q32Base/services/CqDumpWnd.h"
+#include "q32Base/services/CqDumpWnd_p.h"
 
 #include <cstdio>
 #include <cstring>

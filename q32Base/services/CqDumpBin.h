@@ -61,7 +61,7 @@ protected:
     std::uint32_t m_nLength = 0;   ///< bytes of text
 
 private:
-    void fnGrow(std::size_t added);
+    Q32_LOCAL void fnGrow(std::size_t added);
 };
 
 extern "C" {

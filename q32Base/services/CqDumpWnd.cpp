@@ -1,12 +1,11 @@
-#include "q32Base/services/CqDumpWnd.h"
-
 #include "q32Base/framework/CFile.h"
 #include "q32Base/framework/Exceptions.h"
-#include "q32Base/framework/PathRules.h"
+#include "q32Base/framework/PathRules_p.h"
 #include "q32Base/messages/ReportMemory.h"
 #include "q32Base/platform/CqPlatform.h"
+#include "q32Base/services/CqDumpWnd_p.h"
 #include "q32Base/services/CqPowerStr.h"
-#include "q32Base/settings/Settings.h"
+#include "q32Base/settings/Settings_p.h"
 
 #include <cstdio>
 #include <cstring>
@@ -75,7 +74,7 @@ bool CqDumpWnd::fnCreate() {
     if (!m_pView)
         return false;
     if (!fnCreateParts()) {
-        q32ShowMsg(-1, nullptr, nullptr, nullptr, 0);
+        q32ShowMsg(MESSAGE_NO_MEMORY, nullptr, nullptr, nullptr, 0);
         return false;
     }
     m_pView->fnShow();
@@ -150,7 +149,7 @@ void CqDumpWnd::fnSave() {
         const bool inUse = failure->m_cause == FILE_CAUSE_SHARING_VIOLATION ||
                            failure->m_cause == FILE_CAUSE_LOCK_VIOLATION;
         failure->Delete();
-        q32ShowMsg(inUse ? -7 : -5, nullptr, path.c_str(), nullptr, 0);
+        q32ShowMsg(inUse ? MESSAGE_IN_USE : MESSAGE_CANNOT_SAVE, nullptr, path.c_str(), nullptr, 0);
     }
 }
 

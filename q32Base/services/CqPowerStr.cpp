@@ -1,9 +1,9 @@
 #include "q32Base/services/CqPowerStr.h"
 
-#include "q32Base/framework/DiskSpace.h"
+#include "q32Base/framework/DiskSpace_p.h"
 #include "q32Base/framework/Memory.h"
-#include "q32Base/framework/PathRules.h"
-#include "q32Base/messages/StringTable.h"
+#include "q32Base/framework/PathRules_p.h"
+#include "q32Base/messages/StringTable_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <climits>

@@ -3,6 +3,7 @@
 #include "q32Base/framework/CString.h"
 #include "q32Base/framework/CTime.h"
 #include "q32Base/platform/CqFileService.h"
+#include "q32Base/platform/Export.h"
 #include "q32Base/platform/Records.h"
 
 /// A string that splits and completes paths, and formats sizes, disk space and dates for the user.
@@ -81,7 +82,7 @@ public:
     void fnDateTimeString(const SYSTEMTIME& time, bool b24Hour, bool bSeconds);
 
 private:
-    void fnSet(const char* pszText);
-    void fnSet(const char* pszText, std::size_t length);
-    void fnSetRatio(const CqDiskSpace& space, bool bUsed);
+    Q32_LOCAL void fnSet(const char* pszText);
+    Q32_LOCAL void fnSet(const char* pszText, std::size_t length);
+    Q32_LOCAL void fnSetRatio(const CqDiskSpace& space, bool bUsed);
 };

@@ -67,6 +67,6 @@ protected:
     std::int32_t m_nLastPercent = -1; ///< -1: nothing has been shown
 
 private:
-    bool fnLayOut();
-    bool fnPaint(std::uint32_t value, bool hint);
+    Q32_LOCAL bool fnLayOut();
+    Q32_LOCAL bool fnPaint(std::uint32_t value, bool hint);
 };

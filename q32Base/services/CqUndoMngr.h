@@ -4,6 +4,7 @@
 #include "q32Base/framework/CCmdUI.h"
 #include "q32Base/framework/CDocument.h"
 #include "q32Base/framework/Windows.h"
+#include "q32Base/platform/Export.h"
 
 #include <cstdint>
 
@@ -89,9 +90,9 @@ protected:
 
 private:
     bool fnTracksDocument() const { return m_pDocument && m_nLevels >= 2; }
-    void fnEnableButton(UINT command, bool on);
-    void fnPush(CObArray& bufs, CDWordArray& data, std::uint32_t& nCount, CObject* pBuf,
-                unsigned long nData);
-    static CObject* fnPop(CObArray& bufs, const CDWordArray& data, std::uint32_t& nCount,
-                          unsigned long* pData);
+    Q32_LOCAL void fnEnableButton(UINT command, bool on);
+    Q32_LOCAL void fnPush(CObArray& bufs, CDWordArray& data, std::uint32_t& nCount, CObject* pBuf,
+                          unsigned long nData);
+    Q32_LOCAL static CObject* fnPop(CObArray& bufs, const CDWordArray& data, std::uint32_t& nCount,
+                                    unsigned long* pData);
 };

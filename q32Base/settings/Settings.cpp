@@ -1,9 +1,8 @@
-#include "q32Base/settings/Settings.h"
-
 #include "q32Base/framework/Memory.h"
-#include "q32Base/framework/PathRules.h"
+#include "q32Base/framework/PathRules_p.h"
 #include "q32Base/platform/CqPlatform.h"
-#include "q32Base/settings/ProfileFile.h"
+#include "q32Base/settings/ProfileFile_p.h"
+#include "q32Base/settings/Settings_p.h"
 
 #include <algorithm>
 #include <charconv>

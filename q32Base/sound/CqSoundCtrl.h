@@ -2,6 +2,7 @@
 
 #include "q32Base/framework/Windows.h"
 #include "q32Base/platform/CqMixerService.h"
+#include "q32Base/platform/Export.h"
 
 #include <cstdint>
 #include <memory>
@@ -85,19 +86,19 @@ protected:
     WPARAM fnGetMixerHandle() const { return reinterpret_cast<WPARAM>(m_hMixer.get()); }
 
 private:
-    bool fnOpenMixer();
-    bool fnGetMixerMute(bool& bMute) const;
-    bool fnGetMixerVolume(unsigned int& nVolume, unsigned int& nBalance) const;
-    bool fnGetMixerBass(unsigned int& nBass) const;
-    bool fnGetMixerTreble(unsigned int& nTreble) const;
-    bool fnGetTone(std::uint32_t nControl, unsigned int& nValue) const;
+    Q32_LOCAL bool fnOpenMixer();
+    Q32_LOCAL bool fnGetMixerMute(bool& bMute) const;
+    Q32_LOCAL bool fnGetMixerVolume(unsigned int& nVolume, unsigned int& nBalance) const;
+    Q32_LOCAL bool fnGetMixerBass(unsigned int& nBass) const;
+    Q32_LOCAL bool fnGetMixerTreble(unsigned int& nTreble) const;
+    Q32_LOCAL bool fnGetTone(std::uint32_t nControl, unsigned int& nValue) const;
     template <typename Value, typename Send>
-    bool fnStore(Value& cache, Value value, Send send);
-    bool fnSendLevels(std::uint32_t nVolume, std::uint32_t nBalance);
-    bool fnSetTone(std::uint32_t nControl, int nValue, std::uint32_t& cache);
-    int fnStep(std::uint32_t nValue, bool bUp) const;
+    Q32_LOCAL bool fnStore(Value& cache, Value value, Send send);
+    Q32_LOCAL bool fnSendLevels(std::uint32_t nVolume, std::uint32_t nBalance);
+    Q32_LOCAL bool fnSetTone(std::uint32_t nControl, int nValue, std::uint32_t& cache);
+    Q32_LOCAL int fnStep(std::uint32_t nValue, bool bUp) const;
     template <typename Value>
-    void fnTake(Value& cache, Value value, SOUND_CTRL_NOTIFICATION code);
+    Q32_LOCAL void fnTake(Value& cache, Value value, SOUND_CTRL_NOTIFICATION code);
 
     std::uint32_t m_nStep = 0;
     bool m_bMute = false;

@@ -1,7 +1,7 @@
 #include "q32Base/sound/CqWave.h"
 
 #include "q32Base/framework/Memory.h"
-#include "q32Base/memory/PixelBuffer.h"
+#include "q32Base/memory/PixelBuffer_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <cstring>

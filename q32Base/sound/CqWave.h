@@ -5,6 +5,7 @@
 #include "q32Base/memory/PixelBlock.h"
 #include "q32Base/platform/CqScratchService.h"
 #include "q32Base/platform/CqWaveOutService.h"
+#include "q32Base/platform/Export.h"
 #include "q32Base/platform/Records.h"
 
 #include <condition_variable>
@@ -136,17 +137,17 @@ protected:
                   CqFileHandle hFile, CqMappingHandle hMapping, CString& strPath);
 
 private:
-    void fnMute(unsigned char* pData, unsigned long nBytes);
+    Q32_LOCAL void fnMute(unsigned char* pData, unsigned long nBytes);
     /// Adopts a block and sets the copies of the format's fields, the only place that does.
-    void fnAdoptBuf(const WAVEFORMATEX& format, q32::PixelBlock&& block);
-    void fnReplaceBuf(const WAVEFORMATEX& format, std::uint32_t nSize);
+    Q32_LOCAL void fnAdoptBuf(const WAVEFORMATEX& format, q32::PixelBlock&& block);
+    Q32_LOCAL void fnReplaceBuf(const WAVEFORMATEX& format, std::uint32_t nSize);
     /// The device, if the sound is in that state; null otherwise.
-    std::shared_ptr<CqWaveOut> fnGetDevice(WAVE_STATE state) const;
-    void fnChangeState(WAVE_STATE from, WAVE_STATE to);
-    bool fnStart(bool bWait, bool bLoop);
-    bool fnWrite(std::shared_ptr<CqWaveOut> device);
-    void fnAwaitEnd();
-    static void fnPlayCallback(CqWave& wave, WAVEHDR& header);
+    Q32_LOCAL std::shared_ptr<CqWaveOut> fnGetDevice(WAVE_STATE state) const;
+    Q32_LOCAL void fnChangeState(WAVE_STATE from, WAVE_STATE to);
+    Q32_LOCAL bool fnStart(bool bWait, bool bLoop);
+    Q32_LOCAL bool fnWrite(std::shared_ptr<CqWaveOut> device);
+    Q32_LOCAL void fnAwaitEnd();
+    Q32_LOCAL static void fnPlayCallback(CqWave& wave, WAVEHDR& header);
 
     std::uint32_t m_nChannels;
     std::uint32_t m_nBitsPerSample;

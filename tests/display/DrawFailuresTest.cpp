@@ -1,7 +1,7 @@
 // Makes every allocation and every call to the screen fail once.
 
 #include "q32Base/image/CqMask.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/module/Module.h"
 #include "tests/display/DisplayWorld.h"
 #include "tests/display/DrawReference.h"

@@ -1,5 +1,5 @@
 #include "q32Base/image/CqMask.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "tests/display/DisplayWorld.h"
 
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "tests/display/DisplayWorld.h"
 #include "tests/display/DrawReference.h"
 

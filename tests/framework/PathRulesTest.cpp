@@ -1,6 +1,5 @@
-#include "q32Base/framework/PathRules.h"
-
 #include "q32Base/framework/Exceptions.h"
+#include "q32Base/framework/PathRules_p.h"
 #include "tests/support/FakePlatform.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
-#include "q32Base/geometry/CurveRoots.h"
-
+#include "q32Base/geometry/CurveRoots_p.h"
 #include "tests/geometry/GeometryTestTools.h"
 
 #include <vector>

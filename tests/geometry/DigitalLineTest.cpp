@@ -1,8 +1,8 @@
 #include "platforms/headless/headless.h"
 #include "q32Base/geometry/CqCubicBezier2D.h"
-#include "q32Base/geometry/SegmentDrawing.h"
+#include "q32Base/geometry/SegmentDrawing_p.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/module/Module.h"
 #include "tests/geometry/CurveTestTools.h"
 

@@ -1,5 +1,5 @@
 #include "q32Base/framework/Exceptions.h"
-#include "q32Base/geometry/BezierFlattening.h"
+#include "q32Base/geometry/BezierFlattening_p.h"
 #include "q32Base/geometry/CqCubicBezier2D.h"
 #include "q32Base/geometry/CqPolyline2D.h"
 #include "q32Base/geometry/CqQuadBezier2D.h"

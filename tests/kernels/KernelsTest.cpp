@@ -1,4 +1,4 @@
-#include "q32Base/kernels/StreamPixels.h"
+#include "q32Base/kernels/StreamPixels_p.h"
 #include "tests/kernels/KernelsTestTools.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "q32Base/kernels/Kernels.h"
+#include "q32Base/kernels/Kernels_p.h"
 
 #include <gtest/gtest.h>
 

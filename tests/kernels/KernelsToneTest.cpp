@@ -1,5 +1,5 @@
 #include "q32Base/image/CqColor.h"
-#include "q32Base/kernels/HueShift.h"
+#include "q32Base/kernels/HueShift_p.h"
 #include "tests/kernels/KernelsTestTools.h"
 
 #include <climits>

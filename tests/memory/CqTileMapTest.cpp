@@ -1,5 +1,4 @@
-#include "q32Base/memory/CqTileMap.h"
-
+#include "q32Base/memory/CqTileMap_p.h"
 #include "tests/support/AttachedTest.h"
 #include "tests/support/FailingAllocator.h"
 #include "tests/support/Random.h"

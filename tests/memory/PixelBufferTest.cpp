@@ -1,5 +1,4 @@
-#include "q32Base/memory/PixelBuffer.h"
-
+#include "q32Base/memory/PixelBuffer_p.h"
 #include "tests/support/AttachedTest.h"
 #include "tests/support/FailingAllocator.h"
 

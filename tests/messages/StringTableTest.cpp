@@ -1,7 +1,6 @@
-#include "q32Base/messages/StringTable.h"
-
 #include "q32Base/framework/CString.h"
 #include "q32Base/framework/Exceptions.h"
+#include "q32Base/messages/StringTable_p.h"
 #include "tests/support/FakePlatform.h"
 
 #include <gtest/gtest.h>

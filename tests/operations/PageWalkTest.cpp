@@ -1,4 +1,4 @@
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "tests/operations/PlainImage.h"
 #include "tests/operations/StepDisplay.h"
 #include "tests/support/AttachedTest.h"

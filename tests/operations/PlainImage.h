@@ -3,7 +3,7 @@
 #pragma once
 
 #include "q32Base/image/CqImage.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "tests/support/Random.h"
 
 #include <gtest/gtest.h>

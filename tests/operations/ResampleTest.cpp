@@ -1,4 +1,4 @@
-#include "q32Base/kernels/ContribList.h"
+#include "q32Base/kernels/ContribList_p.h"
 #include "tests/operations/PlainResample.h"
 #include "tests/operations/StepDisplay.h"
 #include "tests/support/AttachedTest.h"

@@ -1,6 +1,5 @@
-#include "q32Base/pixels/PixelFormat.h"
-
-#include "q32Base/pixels/Nibbles.h"
+#include "q32Base/pixels/Nibbles_p.h"
+#include "q32Base/pixels/PixelFormat_p.h"
 
 #include <gtest/gtest.h>
 

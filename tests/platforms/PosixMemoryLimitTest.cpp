@@ -1,4 +1,4 @@
-#include "platforms/posix/MemoryLimit.h"
+#include "platforms/posix/MemoryLimit_p.h"
 #include "tests/platforms/PosixTestTools.h"
 
 #include <gtest/gtest.h>

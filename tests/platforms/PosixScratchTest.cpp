@@ -1,4 +1,4 @@
-#include "platforms/posix/CqPosixScratch.h"
+#include "platforms/posix/CqPosixScratch_p.h"
 #include "tests/platforms/PosixTestTools.h"
 
 #include <gtest/gtest.h>

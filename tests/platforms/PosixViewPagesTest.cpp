@@ -1,5 +1,5 @@
-#include "platforms/posix/Descriptor.h"
-#include "platforms/posix/ViewPages.h"
+#include "platforms/posix/Descriptor_p.h"
+#include "platforms/posix/ViewPages_p.h"
 #include "tests/platforms/PosixTestTools.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "platforms/pulse/SinkVolume.h"
+#include "platforms/pulse/SinkVolume_p.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "plugins/CodecSamples.h"
+#include "plugins/CodecSamples_p.h"
 #include "tests/plugins/CodecFiles.h"
 
 #include <png.h>

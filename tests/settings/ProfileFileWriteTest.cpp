@@ -1,4 +1,4 @@
-#include "q32Base/settings/ProfileFile.h"
+#include "q32Base/settings/ProfileFile_p.h"
 #include "tests/support/FailingAllocator.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
-#include "q32Base/settings/Settings.h"
-
+#include "q32Base/settings/Settings_p.h"
 #include "tests/support/FailingAllocator.h"
 #include "tests/support/FakePlatform.h"
 

@@ -1,5 +1,5 @@
 #include "platforms/posix/posix.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "tests/sound/SoundTestTools.h"
 #include "tests/support/Random.h"
 

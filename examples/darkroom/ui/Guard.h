@@ -26,7 +26,7 @@ bool fnTry(Work&& work) {
 template <typename Work>
 void fnTryAloud(Work&& work) {
     if (!fnTry(std::forward<Work>(work)))
-        q32ShowMsg(-1, nullptr, nullptr, nullptr, 0);
+        q32ShowMsg(MESSAGE_NO_MEMORY, nullptr, nullptr, nullptr, 0);
 }
 
 } // namespace darkroom

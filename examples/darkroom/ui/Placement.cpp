@@ -1,5 +1,6 @@
 #include "examples/darkroom/ui/Placement.h"
 
+#include "q32Base/geometry/GeometryTolerance.h"
 #include "q32Base/image/CqColor.h"
 #include "q32Base/image/CqImage.h"
 
@@ -10,8 +11,6 @@
 namespace darkroom {
 
 namespace {
-
-constexpr double kDust = 1e-10;
 
 QSize fnSizeOf(const CqImage& image) {
     return {static_cast<int>(image.Width), static_cast<int>(image.Height)};
@@ -41,7 +40,7 @@ QSize fnTurnedSize(const QSize& from, double degrees, bool smooth) {
     const QRectF pixels(-fnMiddle(from), QSizeF(from.width() - 1, from.height() - 1));
     const QRectF box = QTransform().rotate(degrees).mapRect(pixels);
     const auto span = [&](double least, double most) {
-        return static_cast<int>(std::ceil(most - kDust)) - static_cast<int>(least) +
+        return static_cast<int>(std::ceil(most - GEOM_EPSILON)) - static_cast<int>(least) +
                (smooth ? 5 : 3);
     };
     return {span(box.left(), box.right()), span(box.top(), box.bottom())};
@@ -85,7 +84,7 @@ Placement fnFindPlacement(const Operation& operation, const CqImage& image,
         const double scale = values[0] / 100.0;
         const auto length = [&](int of) {
             constexpr double kMax = std::numeric_limits<int>::max();
-            return static_cast<int>(std::min(std::ceil(of * scale - kDust), kMax));
+            return static_cast<int>(std::min(std::ceil(of * scale - GEOM_EPSILON), kMax));
         };
         return fnSized(from, {length(from.width()), length(from.height())}, scale, scale);
     }

@@ -1,5 +1,4 @@
-#include "platforms/qt/Overview.h"
-
+#include "platforms/qt/Overview_p.h"
 #include "tests/platforms/qt/ImageViewWorld.h"
 #include "tests/support/FailingAllocator.h"
 
