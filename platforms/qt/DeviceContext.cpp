@@ -3,6 +3,7 @@
 #include "platforms/qt/TileSampler_p.h"
 #include "q32Base/framework/CBitmap.h"
 #include "q32Base/framework/CFont.h"
+#include "q32Base/framework/Memory.h"
 
 #include <algorithm>
 #include <cmath>
@@ -24,16 +25,6 @@ QRect fnToRect(const RECT& rect, const QRect& within) {
     shared.IntersectRect(rect, RECT{within.left(), within.top(), within.left() + within.width(),
                                     within.top() + within.height()});
     return {shared.left, shared.top, shared.Width(), shared.Height()};
-}
-
-/// Runs `work`; returns `failed` when memory is exhausted, since device contexts don't throw.
-template <typename Result, typename Work>
-Result fnTry(Result failed, Work work) noexcept {
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        return failed;
-    }
 }
 
 } // namespace
@@ -122,7 +113,7 @@ QString DeviceContext::fnToText(const char* text, int count) const {
 }
 
 bool DeviceContext::GetTextMetrics(TEXTMETRICA* metrics) const {
-    return fnTry(false, [&] {
+    return fnTryMemoryOr(false, [&] {
         const QFont font = fnGetFont();
         const QFontMetrics sizes(font);
         *metrics = TEXTMETRICA{};
@@ -148,7 +139,7 @@ bool DeviceContext::GetTextMetrics(TEXTMETRICA* metrics) const {
 }
 
 bool DeviceContext::GetTextExtentPoint32(const char* text, int count, SIZE* size) const {
-    return fnTry(false, [&] {
+    return fnTryMemoryOr(false, [&] {
         const QFontMetrics sizes(fnGetFont());
         *size =
             SIZE{sizes.horizontalAdvance(fnToText(text, count)), sizes.ascent() + sizes.descent()};
@@ -159,7 +150,7 @@ bool DeviceContext::GetTextExtentPoint32(const char* text, int count, SIZE* size
 int DeviceContext::DrawText(const char* text, int count, RECT* rect, UINT format) {
     if (!(format & DT_SINGLELINE))
         return 0;
-    return fnTry(0, [&] {
+    return fnTryMemoryOr(0, [&] {
         const QFont font = fnGetFont();
         const QFontMetrics sizes(font);
         const QString line = fnToText(text, count);
@@ -196,7 +187,7 @@ int DeviceContext::SetBkMode(int mode) {
 }
 
 bool DeviceContext::FillRect(const RECT& rect, int systemColor) {
-    return fnTry(false, [&] {
+    return fnTryMemoryOr(false, [&] {
         QImage surface = fnGetSurface();
         if (surface.isNull())
             return false;
@@ -212,7 +203,7 @@ bool DeviceContext::FillRect(const RECT& rect, int systemColor) {
 }
 
 bool DeviceContext::InvertRect(const RECT& rect) {
-    return fnTry(false, [&] {
+    return fnTryMemoryOr(false, [&] {
         QImage surface = fnGetSurface();
         if (surface.isNull())
             return false;
@@ -232,7 +223,7 @@ bool DeviceContext::BitBlt(int x, int y, int width, int height, CDC* source, int
     const auto* from = dynamic_cast<const DeviceContext*>(source);
     if (!from || from == this || rop != SRCCOPY)
         return false;
-    return fnTry(false, [&] {
+    return fnTryMemoryOr(false, [&] {
         QImage target = fnGetSurface();
         const QImage pixels = from->fnGetSurface();
         if (target.isNull() || pixels.isNull())

@@ -1,15 +1,16 @@
 #include "examples/darkroom/ui/MainWindow.h"
 
 #include "examples/darkroom/ui/Actions.h"
-#include "examples/darkroom/ui/Guard.h"
 #include "examples/darkroom/ui/RecentFiles.h"
 #include "examples/darkroom/ui/SoundPanel.h"
 #include "examples/darkroom/ui/Texts.h"
 #include "platforms/qt/CqQtWindows.h"
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/framework/Exceptions.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/messages/Messages.h"
+#include "q32Base/messages/ReportMemory.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <algorithm>
@@ -103,11 +104,11 @@ MainWindow::MainWindow(const HostSetup& setup, QWidget* parent)
     m_Document.fnSetListener([this] { fnUpdate(); });
     connect(m_pView, &CqImageView::zoomChanged, this, &MainWindow::fnUpdateStatus);
     connect(m_pView, &CqImageView::pointed, this,
-            [this](const QPointF& place) { fnTry([&] { fnShowPointed(place); }); });
+            [this](const QPointF& place) { q32::fnTryMemory([&] { fnShowPointed(place); }); });
     connect(
         m_pView, &PictureView::drawn, this,
         [this](Tool tool, const std::vector<CqPoint2D>& points, Qt::KeyboardModifiers modifiers) {
-            fnTryAloud([&] { fnOnDrawn(tool, points, modifiers); });
+            q32::fnReportMemory([&] { fnOnDrawn(tool, points, modifiers); });
         });
     fnUpdate();
     m_pView->setFocus();
@@ -307,7 +308,7 @@ void MainWindow::changeEvent(QEvent* event) {
 
 void MainWindow::closeEvent(QCloseEvent* event) {
     bool leaves = false;
-    fnTryAloud([&] { leaves = fnMayLeave(); });
+    q32::fnReportMemory([&] { leaves = fnMayLeave(); });
     if (!leaves)
         return event->ignore();
     m_Settings.setValue("geometry", saveGeometry());
@@ -342,7 +343,7 @@ void MainWindow::fnOpenAsked() {
     const QString path = std::exchange(m_strAsked, {});
     if (path.isEmpty())
         return;
-    fnTryAloud([&] {
+    q32::fnReportMemory([&] {
         // A dialog opened in the meantime works on the present picture.
         if (QApplication::activeModalWidget())
             statusBar()->showMessage(

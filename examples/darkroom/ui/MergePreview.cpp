@@ -1,7 +1,7 @@
 #include "examples/darkroom/ui/MergePreview.h"
 
-#include "examples/darkroom/ui/Guard.h"
 #include "examples/darkroom/ui/PartPreview.h"
+#include "q32Base/framework/Memory.h"
 
 namespace darkroom {
 
@@ -43,7 +43,7 @@ void fnShowMerge(PictureView& view, CqImage& over, const MergePlan& plan) {
                       CSize(static_cast<int>(over.Width), static_cast<int>(over.Height)));
     view.fnShowFrame(place);
     view.fnHidePreview();
-    fnTry([&] {
+    q32::fnTryMemory([&] {
         PixelReader above(over);
         PixelReader below(*view.fnGetImage());
         Cover cover(plan, view.fnGetDocument(), over.BitCount == 32);

@@ -2,10 +2,10 @@
 
 #include "examples/darkroom/model/Document.h"
 #include "examples/darkroom/ui/ColorButton.h"
-#include "examples/darkroom/ui/Guard.h"
 #include "examples/darkroom/ui/PictureView.h"
 #include "examples/darkroom/ui/Placement.h"
 #include "examples/darkroom/ui/SizeLabel.h"
+#include "q32Base/framework/Memory.h"
 
 #include <algorithm>
 #include <cmath>
@@ -165,7 +165,7 @@ void ParameterDialog::fnAddLock(double ratio) {
 
 void ParameterDialog::fnOnValue() {
     if (m_pBytes)
-        fnTry([&] {
+        q32::fnTryMemory([&] {
             const CqImage& image = fnGetView().fnGetDocument().fnGetImage();
             m_pBytes->fnTell(fnFindPlacement(m_Operation, image, fnGetValues()).m_Size,
                              image.BitCount);

@@ -1,8 +1,8 @@
 #include "examples/darkroom/ui/PatternDialog.h"
 
 #include "examples/darkroom/model/Pictures.h"
-#include "examples/darkroom/ui/Guard.h"
 #include "examples/darkroom/ui/PartPreview.h"
+#include "q32Base/framework/Memory.h"
 
 #include <QSpinBox>
 
@@ -29,7 +29,7 @@ CPoint PatternDialog::fnGetCorner() const {
 void PatternDialog::fnShowPreview() {
     PictureView& view = fnGetView();
     view.fnHidePreview();
-    fnTry([&] {
+    q32::fnTryMemory([&] {
         Document& document = view.fnGetDocument();
         const bool selected = document.fnHasSelection();
         const CRect edited = document.fnGetEdited();

@@ -1,8 +1,8 @@
 #include "examples/darkroom/ui/PictureView.h"
 
 #include "examples/darkroom/model/Shapes.h"
-#include "examples/darkroom/ui/Guard.h"
 #include "examples/darkroom/ui/SeenPart.h"
+#include "q32Base/framework/Memory.h"
 
 #include <algorithm>
 #include <new>
@@ -153,7 +153,7 @@ void PictureView::fnPaintOver(QPainter& painter, const QRegion&) {
 void PictureView::mousePressEvent(QMouseEvent* event) {
     if (m_eTool == Tool::PAN || event->button() != Qt::LeftButton || !m_Document.fnHasImage())
         return CqImageView::mousePressEvent(event);
-    fnTry([&] { fnTakePress(*event); });
+    q32::fnTryMemory([&] { fnTakePress(*event); });
     viewport()->update();
 }
 
@@ -172,7 +172,7 @@ void PictureView::fnTakePress(const QMouseEvent& event) {
 
 void PictureView::mouseMoveEvent(QMouseEvent* event) {
     CqImageView::mouseMoveEvent(event);
-    fnTry([&] { fnTakeMove(*event); });
+    q32::fnTryMemory([&] { fnTakeMove(*event); });
 }
 
 void PictureView::fnTakeMove(const QMouseEvent& event) {
@@ -193,7 +193,7 @@ void PictureView::fnTakeMove(const QMouseEvent& event) {
 void PictureView::mouseReleaseEvent(QMouseEvent* event) {
     CqImageView::mouseReleaseEvent(event);
     if (m_bDragging && event->button() == Qt::LeftButton)
-        fnTry([&] { fnFinish(event->modifiers()); });
+        q32::fnTryMemory([&] { fnFinish(event->modifiers()); });
 }
 
 void PictureView::keyPressEvent(QKeyEvent* event) {

@@ -2,9 +2,9 @@
 
 #include "examples/darkroom/model/History.h"
 #include "examples/darkroom/model/MemoryShare.h"
-#include "examples/darkroom/ui/Guard.h"
 #include "examples/darkroom/ui/Texts.h"
 #include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/services/CqPowerStr.h"
 
@@ -205,7 +205,7 @@ unsigned int PreferencesDialog::fnGetLevels() const {
 
 int PreferencesDialog::fnApply() const {
     CqVMPolicy& policy = *q32GetVMPolicy();
-    const bool set = fnTry([&] {
+    const bool set = q32::fnTryMemory([&] {
         for (unsigned int i = 0; i < m_Disks.size(); ++i) {
             const QString path = m_Disks[i].m_pPath->text();
             // An empty path disables a disk, so the switch comes after it.
@@ -228,7 +228,7 @@ int PreferencesDialog::fnApply() const {
     if (display.fnIsGammaEnabled())
         display.fnSetGammaValue(static_cast<unsigned int>(m_pGamma->value()));
     bool saved = false;
-    fnTry([&] { saved = policy.fnSerialize(false) && display.fnSerialize(false); });
+    q32::fnTryMemory([&] { saved = policy.fnSerialize(false) && display.fnSerialize(false); });
     fnApplyMemoryShare();
     return saved ? 0 : kNotSaved;
 }

@@ -2,11 +2,11 @@
 
 #include "examples/darkroom/model/Document.h"
 #include "examples/darkroom/model/Pictures.h"
-#include "examples/darkroom/ui/Guard.h"
 #include "examples/darkroom/ui/PictureView.h"
 #include "examples/darkroom/ui/PixelReader.h"
 #include "examples/darkroom/ui/Placement.h"
 #include "examples/darkroom/ui/SeenPart.h"
+#include "q32Base/framework/Memory.h"
 
 #include <algorithm>
 #include <cmath>
@@ -247,7 +247,7 @@ void Preview::fnShow(const Values& values) {
     // The view draws its picture better than a preview does.
     if (!m_Operation.fnChanges(m_Document.fnGetImage(), values))
         return fnHide();
-    const bool shown = fnTry([&] {
+    const bool shown = q32::fnTryMemory([&] {
         const bool local = m_Operation.fnIsLocal();
         if (!m_bSampled)
             local ? fnSampleVisible() : fnSampleWhole();

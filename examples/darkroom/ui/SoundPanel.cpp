@@ -1,11 +1,11 @@
 #include "examples/darkroom/ui/SoundPanel.h"
 
 #include "examples/darkroom/model/Progress.h"
-#include "examples/darkroom/ui/Guard.h"
 #include "platforms/qt/CqImageView.h"
 #include "plugins/WaveFile.h"
 #include "q32Base/framework/Exceptions.h"
 #include "q32Base/messages/Messages.h"
+#include "q32Base/messages/ReportMemory.h"
 
 #include <QCheckBox>
 #include <QFile>
@@ -86,8 +86,10 @@ void SoundPanel::fnAddButtons(QHBoxLayout& row) {
         add("soundLoop", tr("Again and again, from the next start"), QStyle::SP_BrowserReload);
     m_pLoop->setCheckable(true);
     row.addStretch();
-    connect(m_pOpen, &QToolButton::clicked, this, [this] { fnTryAloud([&] { fnAsk(); }); });
-    connect(m_pPlay, &QToolButton::clicked, this, [this] { fnTryAloud([&] { fnPlay(); }); });
+    connect(m_pOpen, &QToolButton::clicked, this,
+            [this] { q32::fnReportMemory([&] { fnAsk(); }); });
+    connect(m_pPlay, &QToolButton::clicked, this,
+            [this] { q32::fnReportMemory([&] { fnPlay(); }); });
     connect(m_pPause, &QToolButton::clicked, this, [this] {
         m_Wave.fnPause();
         fnFollow();
@@ -186,7 +188,7 @@ void SoundPanel::fnEnableLoading(bool on) {
 
 void SoundPanel::fnDraw() {
     m_pView->fnSetImage(nullptr);
-    fnTryAloud([&] {
+    q32::fnReportMemory([&] {
         const QSize size = m_pView->fnGetPixelSize();
         m_Picture.fnAlloc(static_cast<unsigned int>(size.width()),
                           static_cast<unsigned int>(size.height()), 24, nullptr, 0);
