@@ -1,9 +1,9 @@
-// Drawing a picture of 4000 x 3000 on a screen that only counts, beside a copy of its bytes.
+// Draws a picture of 4000 x 3000 on a screen that only counts, compared with a copy of its bytes.
 
 #include "platforms/headless/headless.h"
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/module/Module.h"
 
 #include <benchmark/benchmark.h>
@@ -18,7 +18,7 @@ namespace {
 constexpr std::uint32_t kWidth = 4000;
 constexpr std::uint32_t kHeight = 3000;
 
-/// Takes rows and looks at none of them.
+/// Accepts rows without reading them.
 class CountingScreen final : public CqScreenService {
 public:
     explicit CountingScreen(std::shared_ptr<CqScreenService> inner) : m_pInner(std::move(inner)) {}
@@ -81,7 +81,7 @@ void fnFill(CqImage& image) {
     }
 }
 
-/// Arguments: bits of the screen, bits of the image, factor (below 0: shrunk), gamma.
+/// Arguments: screen depth, image depth, factor (negative: reduced), gamma.
 void fnDraw(benchmark::State& state) {
     const Stage stage(static_cast<int>(state.range(0)));
     q32GetDisplayProperty()->fnSetGammaValue(static_cast<unsigned>(state.range(3)));
@@ -102,7 +102,7 @@ void fnDraw(benchmark::State& state) {
                                                   benchmark::Counter::kIsRate);
 }
 
-/// The floor: the bytes of a 24-bit picture copied into a block of the same size.
+/// The baseline: the bytes of a 24-bit picture copied into a block of the same size.
 void fnCopy(benchmark::State& state) {
     const std::vector<unsigned char> source(std::size_t{kWidth} * kHeight * 3, 1);
     std::vector<unsigned char> target(source.size());

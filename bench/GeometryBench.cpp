@@ -1,4 +1,4 @@
-// Curves flattened, crossed and drawn; lines drawn. Coordinates are random with a fixed seed.
+// Flattens, intersects and draws curves; draws lines. Coordinates are random with a fixed seed.
 
 #include "platforms/headless/headless.h"
 #include "q32Base/geometry/CqCubicBezier2D.h"

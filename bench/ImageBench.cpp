@@ -1,8 +1,8 @@
-// Rows, tiles, depth conversion and bitmaps of a picture of 4000 x 3000, beside a copy of the same
-// bytes. Pictures lie in RAM, or in a scratch file where a case says so.
+// Rows, tiles, depth conversion and bitmaps of a picture of 4000 x 3000, compared with a copy of
+// the same bytes. Pictures are in RAM, or in a scratch file where a case says so.
 
 #include "platforms/posix/posix.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/q32Base.h"
 
 #include <benchmark/benchmark.h>
@@ -17,7 +17,7 @@ namespace {
 constexpr std::uint32_t kWidth = 4000;
 constexpr std::uint32_t kHeight = 3000;
 
-/// The library on the real platform; pictures lie in RAM or in a scratch file.
+/// The library on the real platform; pictures are in RAM or in a scratch file.
 class Stage {
 public:
     explicit Stage(bool scratch = false) {
@@ -135,8 +135,7 @@ void fnDibIn(benchmark::State& state) {
     fnReport(state, image->TileMap->BufferSize);
 }
 
-/// The same bytes copied into a block of memory that is fresh each time, as bitmaps and conversions
-/// have it.
+/// The same bytes copied into a freshly allocated block, as bitmaps and conversions do.
 void fnCopyFresh(benchmark::State& state) {
     const Stage stage;
     const auto image = fnMakePicture(static_cast<std::uint32_t>(state.range(0)));

@@ -1,11 +1,12 @@
-// Each kernel at each level of this machine, over a picture of 4000 x 3000 pixels, beside memcpy.
+// Each kernel at each level that this machine supports, over a picture of 4000 x 3000 pixels,
+// compared with memcpy.
 //
-// A case's name tells where its target lies: "picture" is as large as the source, so memory sets
-// the pace; "tile" is one block of 128 x 128 pixels that is written again and again, as drawing
-// does; "streamed" is a picture written past the caches.
+// A case's name says where its target is: "picture" is as large as the source, so memory bandwidth
+// limits it; "tile" is one block of 128 x 128 pixels that is rewritten each time, as in drawing;
+// "streamed" is a picture written past the caches.
 
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/kernels/StreamPixels.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/kernels/StreamPixels_p.h"
 
 #include <benchmark/benchmark.h>
 
@@ -30,8 +31,8 @@ constexpr std::size_t kRowPixels = 128;
 constexpr std::size_t kTilePixels = kRowPixels * 128;
 static_assert(kPixels % kRowPixels == 0);
 
-// A picture's bytes, touched once, so that no case pays for fresh pages, and in large pages where
-// the system has them, as the blocks of images are.
+// A picture's bytes, touched once so that no case pays for page faults, and in large pages where
+// the system has them, like the blocks of images.
 class Block {
 public:
     Block() : m_Bytes(static_cast<std::uint8_t*>(std::aligned_alloc(kLargePage, kSize))) {
@@ -90,8 +91,7 @@ void fnCount(benchmark::State& state, std::size_t bytesPerPixel) {
     state.SetBytesProcessed(static_cast<std::int64_t>(pixels * bytesPerPixel));
 }
 
-// "max" of several repetitions is the best rate: what the machine can do when others leave it
-// alone.
+// The "max" of several repetitions is the best rate: the machine's speed when nothing else runs.
 void fnReport(benchmark::internal::Benchmark* bench) {
     bench->Unit(benchmark::kMillisecond)
         ->ComputeStatistics("max", [](const std::vector<double>& values) {
@@ -99,7 +99,7 @@ void fnReport(benchmark::internal::Benchmark* bench) {
         });
 }
 
-// Calls run(source, target, count) for every tile of the picture, whole or by rows of a tile.
+// Calls run(source, target, count) for every tile of the picture, at once or row by row.
 template <class Run>
 void fnPass(std::size_t sourceBytes, std::size_t targetBytes, bool oneTile, Run run) {
     for (std::size_t done = 0; done < kPixels; done += kTilePixels) {
@@ -125,7 +125,7 @@ void fnRegister(const std::string& name, std::size_t sourceBytes, std::size_t ta
     })->Apply(fnReport);
 }
 
-// The three ways of writing of one kernel, and memcpy of as many bytes as it reads and writes.
+// A kernel in all three modes of writing, and memcpy of as many bytes as it reads and writes.
 template <class Run>
 void fnRegisterAll(const Kernels& kernels, const std::string& name, std::size_t sourceBytes,
                    std::size_t targetBytes, Run run) {
@@ -197,7 +197,7 @@ void fnRegisterPalettes(const Kernels& k, const std::string& level) {
             [run = l.run](const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
                 run(source, target, count, fnTable(), 256);
             });
-    // Half a byte a pixel: the picture's source is read at two pixels a byte within each run.
+    // Half a byte per pixel: within each run the picture's source is read at two pixels per byte.
     fnRegister(level + "Index4ToIndex8/picture", 1, 1, false, k.fnIndex4ToIndex8);
 }
 
@@ -216,7 +216,7 @@ void fnRegisterDithers(const Kernels& k, const std::string& level) {
                       });
 }
 
-// In place: "picture" passes over the whole picture, "tile" over the same tile each time.
+// In place: "picture" passes over the entire picture, "tile" over the same tile each time.
 void fnRegisterInPlace(const Kernels& k, const std::string& level) {
     for (const bool tile : {false, true}) {
         const std::string place = tile ? "/tile" : "/picture";
@@ -237,7 +237,7 @@ void fnRegisterInPlace(const Kernels& k, const std::string& level) {
     }
 }
 
-// Pixels are those of the target; a row of 128 at a time.
+// Pixels are counted in the target, in rows of 128.
 void fnRegisterZooms(const Kernels& k, const std::string& level) {
     for (const std::size_t bytes : {1, 2, 3, 4}) {
         for (const std::size_t factor : {2, 3, 5, 16})
@@ -260,7 +260,7 @@ void fnRegisterZooms(const Kernels& k, const std::string& level) {
 } // namespace
 
 int main(int argc, char** argv) {
-    // Made before the first case, so that none pays for it.
+    // Allocated before the first case, so that none pays for it.
     fnSource();
     fnTarget();
     fnRegisterMemcpy();

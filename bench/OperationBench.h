@@ -1,9 +1,8 @@
-/// @file
-/// What benchmarks of image operations share.
+/// @file Shared by the benchmarks of image operations.
 #pragma once
 
 #include "platforms/posix/posix.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/q32Base.h"
 
 #include <benchmark/benchmark.h>
@@ -14,14 +13,14 @@
 
 namespace q32::bench {
 
-/// Attaches the library for the life of the program, all pixels in RAM.
+/// Attaches the library for the rest of the program, with all pixels in RAM.
 inline void fnAttach() {
     if (!q32Attach(q32PosixPlatform()))
         std::abort();
     q32GetVMPolicy()->fnSetRamLimit(0xFFFFFFFFu);
 }
 
-/// A slow ramp with the noise of a sensor; one tenth of it is plain white.
+/// A slow gradient with sensor-like noise; one tenth of it is plain white.
 inline void fnPaint(CqImage& image) {
     std::mt19937 random(1);
     const std::uint32_t size = image.TileMap->BufferSize;
@@ -30,6 +29,7 @@ inline void fnPaint(CqImage& image) {
             i % 20000 < 2000 ? 255 : 20 + (i / 5000) % 200 + random() % 16);
 }
 
+/// Reports the rate in pixels.
 inline void fnCountPixels(benchmark::State& state, std::uint32_t width, std::uint32_t height) {
     state.counters["MPix/s"] = benchmark::Counter(width * static_cast<double>(height) * 1e-6,
                                                   benchmark::Counter::kIsIterationInvariantRate);

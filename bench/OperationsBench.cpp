@@ -1,13 +1,14 @@
-// The operations on pixels over pictures of 4000 x 3000, beside memset and memcpy of as many bytes.
+// The pixel operations over pictures of 4000 x 3000, compared with memset and memcpy of as many
+// bytes.
 //
-// Pictures lie in RAM of the POSIX back end, as a host's do. "moved" means that source and target
-// don't lie on the same tile edges.
+// Pictures are in RAM of the POSIX back end, as in a host. "moved" means that the tile edges of
+// source and target don't coincide.
 
 #include "platforms/posix/posix.h"
 #include "q32Base/framework/CRgn.h"
 #include "q32Base/image/CqMask.h"
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/q32Base.h"
 
 #include <benchmark/benchmark.h>
@@ -102,7 +103,7 @@ void fnFillPattern(benchmark::State& state) {
     fnCountPicture(state, fnBytes(state));
 }
 
-/// Argument 1: how far the copy is moved.
+/// Argument 1: the displacement of the copy.
 void fnCopyBlock(benchmark::State& state) {
     const auto image = fnPicture(fnBits(state));
     const auto source = fnPicture(fnBits(state));
@@ -113,7 +114,7 @@ void fnCopyBlock(benchmark::State& state) {
     fnCountPicture(state, 2 * fnBytes(state));
 }
 
-/// Argument 1: the rule; argument 2: how far the source is moved.
+/// Argument 1: the rule; argument 2: the displacement of the source.
 void fnMerge(benchmark::State& state) {
     const auto image = fnPicture(fnBits(state));
     const auto source = fnPicture(fnBits(state));
@@ -127,8 +128,9 @@ void fnMerge(benchmark::State& state) {
     fnCountPicture(state, 3 * fnBytes(state) + (state.range(1) == MERGE_MASK ? 1 : 0));
 }
 
-/// Argument 0: add; argument 1: how far the other is moved. A new bitmap is made each time. The
-/// other is one column and one row smaller: a mask that is covered wholly would only be told empty.
+/// Argument 0: add; argument 1: the displacement of the other mask. A new bitmap is made each time.
+/// The other mask is one column and one row smaller: a mask that is covered completely would only
+/// be marked empty.
 void fnMask(benchmark::State& state) {
     CqMask own(kWidth, kHeight);
     CqMask other(kWidth - 1, kHeight - 1);
@@ -164,7 +166,7 @@ void fnMaskKernel(benchmark::State& state) {
     fnCount(state, kPixels, 3 * kPixels);
 }
 
-/// 100,000 lines between random points of 2000 x 2000. Argument 0: bits.
+/// 100,000 lines between random points of 2000 x 2000. Argument 0: depth in bits.
 void fnLines(benchmark::State& state) {
     const auto image = fnPicture(fnBits(state), 2000, 2000);
     struct Segment {
@@ -184,7 +186,7 @@ void fnLines(benchmark::State& state) {
     fnCount(state, points, points * fnBytes(state));
 }
 
-/// Noise of two colours. Argument 0: the side.
+/// Noise in two colours. Argument 0: the side.
 void fnRegionOfNoise(benchmark::State& state) {
     const auto side = static_cast<std::uint32_t>(state.range(0));
     CqImage image(side, side, 8, q32GreyRamp, 256);

@@ -1,9 +1,8 @@
-// A view of 1600 x 1000 pixels on a picture of 20,000 x 15,000 at 24 bits: how long a repaint takes
-// once the picture's pixels are in memory, be they of RAM or of a scratch file's mapping. "Whole"
-// draws all that is in sight anew, as if the picture had changed; "again" does so once the reduced
-// copies that small zooms are shown from are made; "pan" moves the picture by 40 pixels of the
-// screen across and down, as a hand that drags it, and draws what comes into sight. The zoom is in
-// thousandths.
+// A view of 1600 x 1000 pixels on a picture of 20,000 x 15,000 at 24 bits: the time of a repaint
+// once the picture's pixels are in memory, either RAM or a scratch file's mapping. "Whole" redraws
+// everything visible, as after a change to the picture; "again" does so once the reduced copies
+// used for small zooms exist; "pan" moves the picture by 40 screen pixels across and down, as when
+// dragging it, and draws what becomes visible. The zoom is in thousandths.
 #include "bench/OperationBench.h"
 #include "platforms/qt/CqImageView.h"
 #include "platforms/qt/qt.h"
@@ -18,7 +17,7 @@ namespace {
 constexpr std::uint32_t kWidth = 20000;
 constexpr std::uint32_t kHeight = 15000;
 
-/// The same picture for all cases of one kind of storage.
+/// One picture for all cases of the same kind of storage.
 CqImage& fnPicture(bool ram) {
     static std::unique_ptr<CqImage> picture;
     static bool inRam = false;
@@ -41,7 +40,7 @@ public:
         m_View.resize(1600, 1000);
         m_View.fnSetImage(&fnPicture(state.range(1) != 0));
         m_View.show();
-        while (!m_View.windowHandle()->isExposed()) // no window paints before
+        while (!m_View.windowHandle()->isExposed()) // nothing paints before the window is exposed
             QCoreApplication::processEvents();
         m_View.fnSetZoom(static_cast<double>(state.range(0)) / 1000);
         m_View.fnCenterOn(QPointF(kWidth / 2.0, kHeight / 2.0));

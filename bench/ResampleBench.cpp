@@ -1,4 +1,4 @@
-// Another size: in pixels of the source when reducing, of the target when enlarging.
+// Resampling: pixels are counted in the source when reducing, in the target when enlarging.
 
 #include "bench/OperationBench.h"
 

@@ -1,4 +1,5 @@
-// Turns of 4000 x 3000 pixels, in pixels of the source for right angles, of the target for others.
+// Rotations of 4000 x 3000 pixels, counted in the source for right angles, in the target for
+// others.
 
 #include "bench/OperationBench.h"
 
@@ -45,7 +46,7 @@ struct Pixel24 {
     std::uint8_t bytes[3];
 };
 
-/// What anybody would write, from a plain picture to one that has been touched before: row by row
+/// The obvious loop, from one plain picture to another whose pages have been touched: row by row
 /// over the source, or over the target.
 template <typename Pixel, bool kOverTarget>
 void fnPlainLoops(benchmark::State& state) {

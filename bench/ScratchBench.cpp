@@ -1,9 +1,9 @@
-// What a large block costs from the POSIX back end: in RAM, and in a scratch file on the disk of
-// TMPDIR, else of /var/tmp. Each case runs through the services as the library does.
+// The cost of a large block from the POSIX back end: in RAM, and in a scratch file on the disk of
+// TMPDIR or, if unset, of /var/tmp. Each case runs through the services, as the library does.
 //
-// "use" is the first write and read of a whole fresh block, without its making and freeing; "again"
-// writes and reads one that was used before; "life" is all of it: making, writing, reading,
-// freeing.
+// "use" is the first write and read of a complete fresh block, without allocating and freeing it;
+// "again" writes and reads one that was used before; "life" is the total: allocating, writing,
+// reading, freeing.
 
 #include "platforms/posix/posix.h"
 
@@ -78,7 +78,7 @@ private:
     void* m_pBytes = nullptr;
 };
 
-/// Writes the block and reads it.
+/// Writes and reads the block.
 void fnUse(void* bytes, std::uint32_t size) {
     std::memset(bytes, 0x5A, size);
     benchmark::ClobberMemory();

@@ -1,8 +1,8 @@
 // Sounds in the memory of the POSIX back end: an hour of 48 kHz stereo as an oscillogram of 1000
-// columns, and loading and copying 64 MiB beside a plain copy of as many bytes.
+// columns, and loading and copying 64 MiB, compared with a plain copy of as many bytes.
 //
-// "faults" are the pages that a first drawing of untouched samples makes the system bring in; the
-// picture's own are there already.
+// "faults" are the page faults of the first drawing of untouched samples; the picture's own pages
+// are already mapped.
 
 #include "platforms/headless/headless.h"
 #include "platforms/posix/posix.h"
@@ -70,7 +70,7 @@ long fnFaults() {
     return usage.ru_minflt + usage.ru_majflt;
 }
 
-/// @param state  1 for RAM, 0 for a scratch file; bits a pixel
+/// @param state  1 for RAM, 0 for a scratch file; bits per pixel
 void fnOscillogram(benchmark::State& state) {
     const Library library(state.range(0) != 0);
     CqWave wave(2, 16, kRate, kHour, false);
@@ -99,7 +99,7 @@ void fnMemcpy(benchmark::State& state) {
     fnMeasure(state, [&] { std::memcpy(to.data(), from.data(), kCopyBytes); });
 }
 
-/// Into a block that is taken from the system for it, as loading and copying have to.
+/// Into a freshly allocated block, as loading and copying require.
 void fnMemcpyFresh(benchmark::State& state) {
     const std::string from(kCopyBytes, '\1');
     CqMemoryService& memory = *q32PosixPlatform().m_pMemory;

@@ -1,8 +1,8 @@
-// Tone adjustments of a picture of 4000 x 3000 in RAM, beside a copy of its bytes.
+// Tone adjustments of a picture of 4000 x 3000 in RAM, compared with a copy of its bytes.
 
 #include "platforms/headless/headless.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/module/Module.h"
 
@@ -49,7 +49,7 @@ void fnMeasure(benchmark::State& state, Work work) {
         static_cast<double>(state.iterations()) * kWidth * kHeight, benchmark::Counter::kIsRate);
 }
 
-/// The floor: the bytes of a picture copied into a block of the same size.
+/// The baseline: the bytes of a picture copied into a block of the same size.
 void fnCopy(benchmark::State& state) {
     std::vector<unsigned char> target(std::size_t{kWidth} * kHeight * 4);
     fnMeasure(state, [&](CqImage& image) {

@@ -1,18 +1,18 @@
-// Pictures larger than memory: 30,000 x 30,000 pixels of 24 bits in a scratch file on the disk of
-// TMPDIR, else of /var/tmp, are painted, copied, turned by 90 degrees and reduced to a third, or by
-// another divisor. Each job runs once. To see what it is about, run it where memory is short, as
-// root:
+// Pictures larger than memory: paints 30,000 x 30,000 pixels of 24 bits in a scratch file on the
+// disk of TMPDIR or, if unset, of /var/tmp, then copies them, rotates them by 90 degrees and
+// reduces them to a third, or by another divisor. Each job runs once. Meaningful only where memory
+// is short; as root:
 //
 //     scripts/with-memory 512M build/bench/bench/WalkBench
 //
-// WalkBench [side [job [divisor]]]; the job is paint, file (the scratch file is copied in plain
-// pieces), copy, turn, reduce or, if left out, all of them. Painting comes before each. Told are
-// the time, the most memory beside the pixels that was seen in jobs that report progress, and the
-// pages that the job waited for.
+// WalkBench [side [job [divisor]]]; the job is paint, file (copies the scratch file in plain
+// pieces), copy, turn, reduce or, by default, all of them. Each is preceded by painting. Prints the
+// time, the peak memory besides the pixels seen in jobs that report progress, and the pages that
+// the job waited for.
 
 #include "platforms/posix/posix.h"
 #include "q32Base/image/CqImageTile.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/q32Base.h"
 
 #include <algorithm>
@@ -30,7 +30,7 @@
 
 namespace {
 
-/// Kilobytes of memory that belong to no file.
+/// Kilobytes of memory not backed by a file.
 long fnOwnMemory() {
     std::FILE* status = std::fopen("/proc/self/status", "r");
     long kilobytes = 0;
@@ -49,7 +49,7 @@ long fnMajorFaults() {
     return usage.ru_majflt;
 }
 
-/// The scratch file's bytes into another file beside it, as any copying program does it.
+/// Copies the scratch file's bytes into another file beside it, like any file copy.
 bool fnCopyFile(const CqImage& image) {
     std::string from(image.fnGetScratchPath());
     std::replace(from.begin(), from.end(), '\\', '/');
@@ -67,7 +67,7 @@ bool fnCopyFile(const CqImage& image) {
     return count == 0;
 }
 
-/// Looks at the memory while a job runs.
+/// Samples the memory while a job runs.
 class Watch : public CqProgressDisplay {
 public:
     Watch() : CqProgressDisplay(false) {}
@@ -76,13 +76,13 @@ public:
             m_nMost = std::max(m_nMost, fnOwnMemory());
         *aborted = false;
     }
-    long m_nMost = -1; ///< nobody looked
+    long m_nMost = -1; ///< never sampled
 
 private:
     unsigned m_nCalls = 0;
 };
 
-/// Noise in each tile, from another place of the same noise each time.
+/// Noise in each tile, starting at a different point of the same sequence.
 void fnPaint(CqImage& image) {
     constexpr std::size_t kNoise = std::size_t{1} << 20;
     constexpr std::size_t kMaxBytes = std::size_t{128} * 128 * 3;
@@ -122,7 +122,7 @@ int fnRun(unsigned int side, const std::string& job, unsigned int divisor) {
         return EXIT_FAILURE;
     }
     const auto wanted = [&](const char* name) { return job == name || job == "all"; };
-    // Pixels lie on the disk, all of them.
+    // All pixels are on the disk.
     CqVMPolicy& policy = *q32GetVMPolicy();
     policy.fnSetRamLimit(0);
     CqImage image(side, side, 24, nullptr, 0);

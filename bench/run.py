@@ -18,8 +18,8 @@ BUILD = ROOT / "build" / "bench" / "bench"
 RESULTS = ROOT / "build" / "bench" / "results.json"
 PAGE = ROOT / "docs" / "performance.md"
 
-# Programs of the page, with the headings of their tables. KernelsBench has hundreds of rows and is
-# left to whoever works on one kernel.
+# Programs on the page, with the headings of their tables. KernelsBench has hundreds of rows and is
+# run by hand when working on a kernel.
 PAGES = {
     "ImageBench": "Images",
     "DrawBench": "Drawing",
@@ -32,7 +32,7 @@ PAGES = {
     "SoundBench": "Sound",
     "QtViewBench": "The desktop's view",
 }
-SLOWER = 1.05  # ratios above this are named
+SLOWER = 1.05  # ratios above this are listed by name
 
 
 def programs(folder, names):
@@ -43,7 +43,7 @@ def programs(folder, names):
 
 
 def run(program, seconds, pattern):
-    """One run: a row of the JSON for each benchmark, by its name."""
+    """Runs a program once: the JSON row of each benchmark, by name."""
     with tempfile.NamedTemporaryFile(suffix=".json") as out:
         subprocess.run([program, f"--benchmark_out={out.name}", "--benchmark_out_format=json",
                         f"--benchmark_min_time={seconds}", f"--benchmark_filter={pattern}"],
@@ -53,7 +53,7 @@ def run(program, seconds, pattern):
 
 
 def seconds_of(row):
-    """What counts of a row: processor time, or the clock where the benchmark measures by itself."""
+    """The time that counts: processor time, or real time if the benchmark measures it itself."""
     scale = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}[row["time_unit"]]
     key = "real_time" if row["name"].endswith("manual_time") else "cpu_time"
     return row[key] * scale

@@ -1,4 +1,4 @@
-# The flags that every target of this tree is built with.
+# Compiler flags of every target in this tree.
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
@@ -25,26 +25,28 @@ if(Q32_WERROR)
     add_compile_options(-Werror)
 endif()
 
-# q32_sources(<target> <file>...): sources of this folder. The file's suffix alone decides which
-# instruction set it may use: _avx2.cpp and _avx512.cpp are compiled for those, all else for the
-# baseline processor.
+# q32_sources(<target> <file>...): sources of this folder. The file's suffix alone selects the
+# instruction set: _avx2.cpp and _avx512.cpp are compiled for those, all others for the baseline
+# processor.
 function(q32_sources target)
     foreach(file IN LISTS ARGN)
         target_sources(${target} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/${file}")
         if(file MATCHES "_avx2\\.cpp$")
             set_source_files_properties("${CMAKE_CURRENT_SOURCE_DIR}/${file}"
-                TARGET_DIRECTORY ${target} PROPERTIES COMPILE_OPTIONS "-mavx2;-mfma")
+                TARGET_DIRECTORY ${target} PROPERTIES
+                COMPILE_OPTIONS "-mavx2;-mfma" SKIP_PRECOMPILE_HEADERS ON)
         elseif(file MATCHES "_avx512\\.cpp$")
             set_source_files_properties("${CMAKE_CURRENT_SOURCE_DIR}/${file}"
                 TARGET_DIRECTORY ${target} PROPERTIES
-                COMPILE_OPTIONS "-mavx512f;-mavx512bw;-mavx512vl;-mavx512dq;-mavx512vbmi")
+                COMPILE_OPTIONS "-mavx512f;-mavx512bw;-mavx512vl;-mavx512dq;-mavx512vbmi"
+                SKIP_PRECOMPILE_HEADERS ON)
         endif()
     endforeach()
 endfunction()
 
-# q32_headers(<target> <file>...): public headers of this folder. They are installed with the target,
-# at the same place below include/q32Base/ as in the tree, and each is checked to compile alone. Headers that
-# are not named here stay inside.
+# q32_headers(<target> <file>...): public headers of this folder. They are installed with the
+# target, at the same place below include/q32Base/ as in the tree, and each is checked to compile on
+# its own. Headers not listed here are private.
 function(q32_headers target)
     list(TRANSFORM ARGN PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/")
     target_sources(${target} PUBLIC
@@ -58,4 +60,15 @@ function(q32_folders)
             add_subdirectory(${folder})
         endif()
     endforeach()
+endfunction()
+
+# q32_precompile(<target> <header>...): compiles what most sources of a target include once, in builds that are
+# only tested under sanitizers. The others show that each source includes what it needs.
+option(Q32_PRECOMPILE "Precompile headers of the libraries, too" OFF)
+function(q32_precompile target)
+    if(Q32_PRECOMPILE)
+        # gcc 12 warns of the standard library itself where that is precompiled; ccache needs the last option.
+        target_compile_options(${target} PRIVATE -Wno-array-bounds -Wno-stringop-overflow -fpch-preprocess)
+        target_precompile_headers(${target} PRIVATE ${ARGN})
+    endif()
 endfunction()

@@ -1,19 +1,19 @@
-# Install rules and the package q32Base. Each library is a component of its own, with its own file of
-# targets, so that a host needs only the packages of what it uses.
+# Install rules and the package q32Base. Each library is a separate component with its own targets
+# file, so that a host needs only the packages of the components it uses.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(Q32_PACKAGE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/q32Base")
-# The root of the library's includes, in a folder of its own: nothing else of it lies in include/.
+# The root of the library's includes, a folder of its own: nothing else is installed in include/.
 set(Q32_INCLUDE_DIR "${CMAKE_INSTALL_INCLUDEDIR}/q32Base")
 
 # q32_component(<target> <name> [HEADERS <file>...] [NEEDS <component>...] [PACKAGES <package>...]
 #   [PUBLIC_PACKAGES <package>...]):
-# makes a library known as q32Base::<name>, in the tree and after installation.
+# makes a library available as q32Base::<name>, in the tree and after installation.
 #   HEADERS   its public headers, as for q32_headers
 #   NEEDS     components besides the core that it links
-#   PACKAGES  what find_package must find for a static library of it
-#   PUBLIC_PACKAGES  what it must find for any, because public headers use it
+#   PACKAGES  packages that find_package must find for a static build of it
+#   PUBLIC_PACKAGES  packages that any build needs, because public headers use them
 function(q32_component target name)
     cmake_parse_arguments(arg "" "" "HEADERS;NEEDS;PACKAGES;PUBLIC_PACKAGES" ${ARGN})
     if(NOT TARGET q32Base::${name})
@@ -24,8 +24,8 @@ function(q32_component target name)
         EXPORT_NAME ${name}
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
         DEFINE_SYMBOL Q32_BUILDING)
-    # Where the symbol changes nothing, static libraries have it as well: a build of both compiles
-    # each source the same way twice, and ccache does it once.
+    # Set for static libraries too where the symbol changes nothing, so that a build of both kinds
+    # compiles each source with identical flags and ccache compiles it once.
     if(NOT WIN32)
         target_compile_definitions(${target} PRIVATE Q32_BUILDING)
     endif()
@@ -33,18 +33,18 @@ function(q32_component target name)
         set_target_properties(${target} PROPERTIES OUTPUT_NAME "q32Base-${name}")
     endif()
 
-    # Components find each other where they lie: a host names the one that it links, not those below.
+    # Components find each other in their install folder: a host names only the one that it links.
     if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
         set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN")
     endif()
 
-    # What a shared library lacks is told when it is linked, not when a host starts.
+    # Undefined symbols of a shared library are reported when it is linked, not when a host starts.
     if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
         target_link_options(${target} PRIVATE
             $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY>:LINKER:--no-undefined>)
     endif()
 
-    # The order of these calls is the order in which a host's find_package loads them.
+    # A host's find_package loads components in the order of these calls.
     get_target_property(type ${target} TYPE)
     if(type STREQUAL "SHARED_LIBRARY")
         set(arg_PACKAGES "")
@@ -66,7 +66,7 @@ function(q32_component target name)
     endif()
 endfunction()
 
-# q32_package(): the package's own files, after all components are known.
+# q32_package(): the package's own files; call it after all components.
 function(q32_package)
     if(NOT Q32_INSTALL)
         return()
@@ -81,7 +81,8 @@ function(q32_package)
         "${PROJECT_BINARY_DIR}/q32BaseConfigVersion.cmake" DESTINATION "${Q32_PACKAGE_DIR}")
 endfunction()
 
-# q32_header_check(): the target header_check compiles every public header alone, included twice.
+# q32_header_check(): the target header_check compiles every public header on its own, included
+# twice.
 function(q32_header_check)
     add_custom_target(header_check)
     get_property(targets GLOBAL PROPERTY Q32_TARGETS)

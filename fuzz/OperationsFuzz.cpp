@@ -1,13 +1,12 @@
-/// @file
-/// Random sequences of the operations on pixels, with random rectangles and places, over small
-/// images of every depth. What counts is that no byte outside an image is touched, which the
-/// sanitizers see, that an image keeps its size, that a window shows the rows that it tells, and
-/// that an abort ends the work.
+/// @file Random sequences of pixel operations, with random rectangles and positions, over small
+/// images of every depth. Required: no byte outside an image is accessed (checked by the
+/// sanitizers), an image keeps its size, a window contains the rows that it reports, and an abort
+/// ends the operation.
 
 #include "platforms/headless/headless.h"
 #include "q32Base/framework/CRgn.h"
 #include "q32Base/image/CqMask.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/operations/CqConvMask.h"
 #include "q32Base/q32Base.h"
 #include "q32Base/services/CqProgressDisplay.h"
@@ -30,7 +29,7 @@ void fnCheck(bool holds, const char* what) {
     std::abort();
 }
 
-/// The input as values; zeros when it has ended.
+/// The input as values; zeros once it is used up.
 class Input {
 public:
     Input(const std::uint8_t* data, std::size_t size) : m_pAt(data), m_pEnd(data + size) {}
@@ -38,14 +37,14 @@ public:
     bool fnIsEmpty() const { return m_pAt == m_pEnd; }
     std::uint8_t fnByte() { return fnIsEmpty() ? std::uint8_t{0} : *m_pAt++; }
     unsigned int fnBelow(unsigned int limit) { return fnByte() % limit; }
-    /// Mostly near an image, now and then as far off as numbers go.
+    /// Usually near an image, occasionally at the limits of the type.
     int fnPlace() {
         static constexpr int kFar[] = {-2147483647 - 1, -2147483647, -65536,
                                        65536,           2147483646,  2147483647};
         const int value = fnByte();
         return value < 248 ? value - 60 : kFar[static_cast<std::size_t>(value) % std::size(kFar)];
     }
-    /// Where a mask may lie: mostly so that it meets others.
+    /// Position of a mask: usually one where it meets others.
     int fnMaskPlace() {
         const int place = fnPlace();
         return fnBelow(16) ? place % 200 : place;
@@ -67,7 +66,7 @@ private:
     const std::uint8_t* m_pEnd;
 };
 
-/// Pixels of all kinds from one byte; some bytes give runs, for keys and regions.
+/// Pixels of all kinds from one byte; some bytes produce runs, for keys and regions.
 void fnPaint(const CqImage& image, std::uint8_t seed) {
     std::uint32_t state = seed;
     for (std::uint32_t i = 0; i < image.TileMap->BufferSize; ++i) {
@@ -83,14 +82,15 @@ std::unique_ptr<CqImage> fnMakeImage(Input& input) {
     const unsigned int width = 1 + input.fnBelow(140);
     const unsigned int height = 1 + input.fnBelow(140);
     const std::uint8_t seed = input.fnByte();
-    const bool ramp = seed % 3 == 0; // at 4 bits too, where most of its indices have no nibble
+    const bool ramp = seed % 3 == 0; // at 4 bits too, where most of its indices don't fit in a
+                                     // nibble
     auto image = std::make_unique<CqImage>(width, height, bits, ramp ? q32GreyRamp : nullptr,
                                            ramp ? 256u : 0u);
     fnPaint(*image, seed);
     return image;
 }
 
-/// Sees Esc pressed at a chosen call.
+/// Reports Esc at a chosen call.
 class CountedDisplay : public CqProgressDisplay {
 public:
     explicit CountedDisplay(unsigned int abortAt) : CqProgressDisplay(false), m_nAbortAt(abortAt) {}
@@ -132,7 +132,7 @@ void fnAdjustTone(Input& input, CqImage& image) {
     fnCheck(display.m_nCalls <= image.TileCount, "a tile is told once");
 }
 
-/// Fixes a scale: by a factor, reduced, or fitted.
+/// Sets a scale: by a factor, reduced, or fitted.
 void fnSetScale(Input& input, CqImage& image, CWnd* window) {
     const unsigned int how = input.fnBelow(4);
     const unsigned int factor = 1 + input.fnBelow(3);
@@ -192,7 +192,7 @@ void fnSlideWindow(Input& input, CqImage& image) {
         const unsigned char* row = window.fnGetLine(i);
         fnCheck((row != nullptr) == (moves > 0), "the first move brings the rows");
         const std::int64_t centre = std::int64_t{start} + moves;
-        if (!row || centre > 2147483647) // beyond the last row of all, the window starts anew
+        if (!row || centre > 2147483647) // beyond the last row the window starts again
             continue;
         const std::int64_t y = centre - shown / 2 + i;
         image.TileMap->fnFetchRow(static_cast<std::uint32_t>(std::clamp<std::int64_t>(
@@ -256,13 +256,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                           CPoint(0, 0), &window);
     for (int steps = 0; steps < 64 && !input.fnIsEmpty(); ++steps) {
         CqImage& image = *images[input.fnBelow(3)];
-        CqImage& other = *images[input.fnBelow(3)]; // now and then the same
+        CqImage& other = *images[input.fnBelow(3)]; // occasionally the same image
         const std::uint32_t bytes = image.TileMap->BufferSize;
         const std::size_t mask = input.fnBelow(2);
         try {
             fnOperate(input, image, other, masks[mask], masks[(mask + input.fnByte()) % 2],
                       &window);
-        } catch (CMemoryException* failure) { // masks may get far apart
+        } catch (CMemoryException* failure) { // masks may end up far apart
             failure->Delete();
         }
         fnCheck(image.TileMap->BufferSize == bytes && image.TileMap->LockedLines.GetCount() == 0,

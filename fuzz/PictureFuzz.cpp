@@ -1,4 +1,4 @@
-// Picture files of every format: whatever the bytes are, reading ends with a picture or a message.
+// Picture files of every format: for any bytes, reading ends with a picture or a message.
 #include "platforms/headless/headless.h"
 #include "plugins/PictureFile.h"
 #include "q32Base/q32Base.h"
@@ -11,7 +11,7 @@
 namespace {
 
 constexpr char kPath[] = "C:\\Temp\\picture";
-/// Below the fuzzer's own cap on memory.
+/// Below the fuzzer's own memory limit.
 constexpr std::uint32_t kPixelBytes = 64u << 20;
 
 CqHeadlessWorld& fnWorld() {

@@ -1,9 +1,8 @@
-/// @file
-/// The path and size operations of CqPowerStr on any text. The first byte chooses the code page,
-/// the next sixteen are two sizes, the rest is the path.
+/// @file The path and size operations of CqPowerStr on any text. The first byte selects the code
+/// page, the next sixteen are two sizes, the rest is the path.
 
 #include "platforms/headless/headless.h"
-#include "q32Base/framework/PathRules.h"
+#include "q32Base/framework/PathRules_p.h"
 #include "q32Base/q32Base.h"
 
 #include <algorithm>
@@ -70,7 +69,7 @@ void fnTrySlashes(const std::string& path) {
     text.fnAppendSlash();
     const CString once(text);
     text.fnAppendSlash();
-    // The first one may have made a character of a lead byte at the end.
+    // The first call may have turned a lead byte at the end into a character.
     fnCheck(text == once || !q32::fnEndsInSlash(once), "one backslash is enough");
     fnCheck(q32::fnEndsInSlash(text), "a path ends in a backslash");
     text.fnRemoveSlash();

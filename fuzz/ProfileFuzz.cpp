@@ -1,8 +1,7 @@
-/// @file
-/// The settings file's reader and writer on any text. The first four bytes choose section, key,
-/// value and buffer size; the rest is the text.
+/// @file The settings file's reader and writer on any text. The first four bytes select section,
+/// key, value and buffer size; the rest is the text.
 
-#include "q32Base/settings/ProfileFile.h"
+#include "q32Base/settings/ProfileFile_p.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -28,7 +27,7 @@ void fnCheck(bool holds, const char* what) {
 
 std::string fnRead(std::string_view text, std::string_view section, std::string_view key,
                    std::size_t size) {
-    std::vector<char> buffer(size); // a write past it is the sanitizer's to see
+    std::vector<char> buffer(size); // the sanitizer detects a write past it
     const std::size_t length =
         q32::fnReadProfileString(text, section, key, "default", buffer.data(), size);
     fnCheck(size == 0 ? length == 0 : length < size && buffer[length] == 0, "a value fits");

@@ -1,7 +1,6 @@
-/// @file
-/// Runs a fuzzer where no fuzzing engine exists: `replay <corpus folder> <seconds>` feeds it every
-/// file of the corpus, and then mutations of them until the time is over. Round n of a corpus is
-/// the same in every run. An input that brings the program down is left in the file "fuzz-crash".
+/// @file Runs a fuzzer without a fuzzing engine: `replay <corpus folder> <seconds>` feeds it every
+/// file of the corpus, then mutations of them until the time is up. Round n of a corpus is the same
+/// in every run. An input that crashes the program is left in the file "fuzz-crash".
 
 #include <algorithm>
 #include <chrono>
@@ -24,7 +23,7 @@ using Input = std::vector<std::uint8_t>;
 
 constexpr std::size_t kMaxInput = 1u << 16;
 
-Input theInput; ///< under test
+Input theInput; ///< the input under test
 
 extern "C" void fnKeepInput(int signal) {
     if (std::FILE* file = std::fopen("fuzz-crash", "wb")) {
@@ -53,7 +52,7 @@ std::vector<Input> fnReadCorpus(const char* folder) {
     return corpus;
 }
 
-/// One random change: bytes altered, inserted, removed, doubled, or taken from another input.
+/// One random change: bytes altered, inserted, removed, duplicated, or copied from another input.
 void fnMutate(Input& input, const std::vector<Input>& corpus, std::mt19937& random) {
     const auto below = [&random](std::size_t count) { return count ? random() % count : 0; };
     const auto byte = [&random] { return static_cast<std::uint8_t>(random()); };

@@ -1,5 +1,5 @@
-// Sounds: whatever the bytes are, as a resource and as a file, loading ends with a sound or a
-// failure, and the sound can be drawn.
+// Sounds: for any bytes, as a resource and as a file, loading ends with a sound or a failure, and
+// the sound can be drawn.
 #include "platforms/headless/headless.h"
 #include "plugins/WaveFile.h"
 #include "q32Base/q32Base.h"
@@ -18,7 +18,7 @@ CqHeadlessWorld& fnWorld() {
     static const auto world = [] {
         auto made = q32HeadlessWorld();
         q32Attach(made->fnPlatform());
-        // Below the fuzzer's own cap on memory.
+        // Below the fuzzer's own memory limit.
         q32GetVMPolicy()->fnSetRamLimit(64u << 20);
         q32GetVMPolicy()->fnEnableDisk(0, false);
         return made;

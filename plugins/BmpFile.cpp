@@ -1,11 +1,11 @@
-#include "plugins/BmpHeader.h"
-#include "plugins/CodecSamples.h"
-#include "plugins/CqPictureInput.h"
-#include "plugins/CqPictureOutput.h"
-#include "plugins/CqPictureSource.h"
-#include "plugins/CqPictureTarget.h"
-#include "plugins/PictureCodec.h"
-#include "q32Base/kernels/Rgb565.h"
+#include "plugins/BmpHeader_p.h"
+#include "plugins/CodecInput_p.h"
+#include "plugins/CodecOutput_p.h"
+#include "plugins/CodecSamples_p.h"
+#include "plugins/PictureCodec_p.h"
+#include "plugins/PictureSource_p.h"
+#include "plugins/PictureTarget_p.h"
+#include "q32Base/kernels/Rgb565_p.h"
 
 #include <algorithm>
 #include <bit>
@@ -17,10 +17,10 @@ namespace q32 {
 
 namespace {
 
-/// Written for pictures with alpha.
+/// The header written for pictures with alpha.
 constexpr std::uint32_t kV4HeaderBytes = 108;
 constexpr std::uint32_t kSrgbSpace = 0x73524742;
-/// A run-length coded picture is handed over in one piece; larger ones are none that anybody made.
+/// Limit for run-length coded data, which is decoded in one block.
 constexpr std::uint64_t kMaxRleBytes = 64u << 20;
 
 std::uint32_t fnGet16(const unsigned char* bytes) {
@@ -35,7 +35,7 @@ std::uint32_t fnGet32(const unsigned char* bytes) {
 struct Channel {
     std::uint32_t m_nMask = 0;
     int m_nShift = 0;
-    std::uint32_t m_nMax = 0; ///< its highest value; 0 for a channel that isn't there
+    std::uint32_t m_nMax = 0; ///< its highest value; 0 for an absent channel
 
     Channel() = default;
     explicit Channel(std::uint32_t mask)
@@ -53,7 +53,7 @@ bool fnKnowsBmp(const unsigned char* head, std::size_t count) {
     return count >= 2 && head[0] == 'B' && head[1] == 'M';
 }
 
-/// Turns stored rows into what an image takes.
+/// Converts rows of the file to rows for a PictureTarget.
 class RowConverter {
 public:
     explicit RowConverter(const BmpHeader& header)
@@ -83,7 +83,7 @@ private:
         }
     }
 
-    /// 5-5-5 is widened with the low green bit 0, as the DIB interchange does.
+    /// 5-5-5 is widened with the low green bit 0, as in the DIB interchange.
     void fnTake16(const unsigned char* in, unsigned char* out) const {
         for (std::uint32_t x = 0; x < m_Header.m_nWidth; ++x, in += 2, out += 2) {
             const unsigned int value = fnGet16(in);
@@ -108,11 +108,11 @@ private:
     Channel m_Channels[4];
 };
 
-void fnReadPlain(CqPictureInput& input, const BmpHeader& header, CqPictureTarget& target) {
+void fnReadPlain(CodecInput& input, const BmpHeader& header, PictureTarget& target) {
     const std::uint64_t stride = fnDibRowBytes(header.m_nWidth, header.m_Info.biBitCount);
     const std::uint64_t length = input.fnGetLength();
     if (header.m_nPixelsAt > length || (length - header.m_nPixelsAt) / stride < header.m_nHeight)
-        throw CqPictureFailure{PICTURE_CORRUPTED};
+        throw CodecFailure{MESSAGE_CORRUPTED};
     const unsigned int depth = header.fnImageDepth();
     target.fnAlloc(header.m_nWidth, header.m_nHeight, depth, depth <= 8 ? header.m_Colors : nullptr,
                    header.m_nColors);
@@ -130,8 +130,8 @@ void fnReadPlain(CqPictureInput& input, const BmpHeader& header, CqPictureTarget
     }
 }
 
-/// Bytes of a run-length stream up to and with its end mark. Throws, as corrupted, when it has
-/// none: the file ended early.
+/// Bytes of a run-length stream including its end mark. Throws MESSAGE_CORRUPTED when there is
+/// none: the file was truncated.
 std::size_t fnRleLength(const unsigned char* stream, std::size_t count) {
     std::size_t at = 0;
     while (at + 2 <= count) {
@@ -144,19 +144,19 @@ std::size_t fnRleLength(const unsigned char* stream, std::size_t count) {
             return at;
         at += code == 2 ? 2 : (code + 1u) / 2 * 2;
     }
-    throw CqPictureFailure{PICTURE_CORRUPTED};
+    throw CodecFailure{MESSAGE_CORRUPTED};
 }
 
-/// Hands a run-length coded picture to the DIB interchange, whose rules then hold: rows that the
-/// stream leaves out are not set. Its end mark shows that a short stream is whole.
-void fnReadRle(CqPictureInput& input, const BmpHeader& header, CqPictureTarget& target) {
+/// Passes a run-length coded picture to the DIB interchange, whose rules apply: rows missing from
+/// the stream are not set. The end mark shows that the stream was not truncated.
+void fnReadRle(CodecInput& input, const BmpHeader& header, PictureTarget& target) {
     const std::uint64_t length = input.fnGetLength();
     if (header.m_nPixelsAt > length)
-        throw CqPictureFailure{PICTURE_CORRUPTED};
+        throw CodecFailure{MESSAGE_CORRUPTED};
     const std::uint64_t coded = length - header.m_nPixelsAt;
     if (coded > kMaxRleBytes)
-        throw CqPictureFailure{PICTURE_UNSUPPORTED};
-    CqPictureTarget::fnCheckSparseRoom(coded, header.m_nWidth, header.m_nHeight);
+        throw CodecFailure{MESSAGE_UNSUPPORTED};
+    PictureTarget::fnCheckSparseRoom(coded, header.m_nWidth, header.m_nHeight);
     const std::size_t colorBytes = header.m_nColors * sizeof(RGBQUAD);
     std::vector<unsigned char> block(kDibHeaderBytes + colorBytes +
                                      static_cast<std::size_t>(coded));
@@ -179,7 +179,7 @@ void fnReadRle(CqPictureInput& input, const BmpHeader& header, CqPictureTarget& 
     target.fnTell(1, 1);
 }
 
-void fnReadBmp(CqPictureInput& input, CqPictureTarget& target) {
+void fnReadBmp(CodecInput& input, PictureTarget& target) {
     const BmpHeader header = fnReadBmpHeader(input);
     if (header.m_Info.biCompression == BI_RLE8)
         fnReadRle(input, header, target);
@@ -190,15 +190,15 @@ void fnReadBmp(CqPictureInput& input, CqPictureTarget& target) {
     target.fnSetDotsPerMeter(header.m_Info.biXPelsPerMeter, header.m_Info.biYPelsPerMeter);
 }
 
-/// Header bytes ahead of the pixels: file header, information header with masks, colour table.
-std::vector<unsigned char> fnMakeHeaders(const CqPictureSource& source, std::uint64_t pixelBytes) {
+/// The bytes ahead of the pixels: file header, information header with masks, colour table.
+std::vector<unsigned char> fnMakeHeaders(const PictureSource& source, std::uint64_t pixelBytes) {
     const unsigned int bits = source.fnGetBitCount();
     const std::uint32_t infoBytes = bits == 32 ? kV4HeaderBytes : std::uint32_t{kDibHeaderBytes};
     const std::uint32_t maskBytes = bits == 16 ? 12 : 0;
     const std::uint32_t pixelsAt = kBmpFileHeaderBytes + infoBytes + maskBytes +
                                    source.fnGetColorCount() * std::uint32_t{sizeof(RGBQUAD)};
     if (pixelBytes > UINT32_MAX - pixelsAt)
-        throw CqPictureFailure{PICTURE_CANNOT_SAVE};
+        throw CodecFailure{MESSAGE_CANNOT_SAVE};
 
     std::vector<unsigned char> bytes(pixelsAt);
     const auto put = [&bytes](std::size_t at, const auto& value) {
@@ -235,7 +235,7 @@ std::vector<unsigned char> fnMakeHeaders(const CqPictureSource& source, std::uin
     return bytes;
 }
 
-/// From the image's byte order to that of a file: the bytes of each pixel turned round.
+/// Converts a row to the file's byte order: the bytes of each pixel are reversed.
 void fnStoreBytes(const unsigned char* row, std::size_t width, unsigned int bits,
                   unsigned char* out) {
     if (bits == 4) {
@@ -247,7 +247,7 @@ void fnStoreBytes(const unsigned char* row, std::size_t width, unsigned int bits
         std::reverse_copy(row, row + bytes, out);
 }
 
-void fnWriteBmp(CqPictureOutput& output, CqPictureSource& source, const CqPictureOptions&) {
+void fnWriteBmp(CodecOutput& output, PictureSource& source, const CqPictureOptions&) {
     const unsigned int bits = source.fnGetBitCount();
     const std::uint32_t height = source.fnGetHeight();
     const std::uint64_t stride = fnDibRowBytes(source.fnGetWidth(), bits);
@@ -264,12 +264,12 @@ void fnWriteBmp(CqPictureOutput& output, CqPictureSource& source, const CqPictur
         source.fnTell(std::uint64_t{i} + 1, height);
     }
     if (!done)
-        throw CqPictureFailure{PICTURE_CANNOT_SAVE};
+        throw CodecFailure{MESSAGE_CANNOT_SAVE};
 }
 
 } // namespace
 
-const CqPictureCodec kBmpCodec = {
+const PictureCodec kBmpCodec = {
     {PICTURE_BMP, "BMP", "bmp dib", true, true}, fnKnowsBmp, fnReadBmp, fnWriteBmp};
 
 } // namespace q32

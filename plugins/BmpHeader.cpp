@@ -1,7 +1,6 @@
-#include "plugins/BmpHeader.h"
-
-#include "plugins/CqPictureInput.h"
-#include "plugins/PictureCodec.h"
+#include "plugins/BmpHeader_p.h"
+#include "plugins/CodecInput_p.h"
+#include "plugins/PictureCodec_p.h"
 
 #include <algorithm>
 #include <bit>
@@ -14,7 +13,7 @@ namespace {
 
 constexpr std::uint32_t kCoreHeaderBytes = 12;
 constexpr std::uint32_t kMaxHeaderBytes = 124;
-/// The longest header tells which colours are meant, by four letters as a number.
+/// The longest header declares its colour space at this offset, by four letters as a number.
 constexpr std::uint32_t kColorSpaceAt = 56;
 constexpr std::uint32_t kEmbeddedProfile = 0x4D424544;
 constexpr std::uint32_t kLinkedProfile = 0x4C494E4B;
@@ -26,7 +25,7 @@ Value fnGet(const unsigned char* bytes, std::size_t at) {
     return value;
 }
 
-/// Makes the old short record one of 40 bytes, but for its size.
+/// Converts the 12-byte core header to one of 40 bytes in place; `biSize` stays 12.
 void fnWidenCore(unsigned char* bytes) {
     BITMAPINFOHEADER info = {};
     info.biSize = kCoreHeaderBytes;
@@ -36,8 +35,8 @@ void fnWidenCore(unsigned char* bytes) {
     std::memcpy(bytes, &info, sizeof(info));
 }
 
-/// Reads the record that holds the size, in either of its two layouts, with the masks behind it.
-DibLayout fnReadInfo(CqPictureInput& input, BmpHeader& header) {
+/// Reads the information header, in either of its two layouts, with the masks behind it.
+DibLayout fnReadInfo(CodecInput& input, BmpHeader& header) {
     unsigned char file[kBmpFileHeaderBytes];
     fnReadExactly(input, file, sizeof(file));
     header.m_nPixelsAt = fnGet<std::uint32_t>(file, 10);
@@ -46,7 +45,7 @@ DibLayout fnReadInfo(CqPictureInput& input, BmpHeader& header) {
     fnReadExactly(input, bytes, 4);
     const auto size = fnGet<std::uint32_t>(bytes, 0);
     if (size != kCoreHeaderBytes && (size < kDibHeaderBytes || size > kMaxHeaderBytes))
-        throw CqPictureFailure{PICTURE_CORRUPTED};
+        throw CodecFailure{MESSAGE_CORRUPTED};
     fnReadExactly(input, bytes + 4, size - 4);
     if (size == kCoreHeaderBytes)
         fnWidenCore(bytes);
@@ -61,11 +60,11 @@ DibLayout fnReadInfo(CqPictureInput& input, BmpHeader& header) {
     return layout;
 }
 
-/// Refuses what no picture can be, and fills in the masks of uncompressed pixels.
+/// Rejects invalid combinations, and fills in the masks of uncompressed pixels.
 void fnTakeLayout(const DibLayout& layout, BmpHeader& header) {
     const BITMAPINFOHEADER& info = header.m_Info = layout.m_Header;
     if (!layout.fnHasPixels())
-        throw CqPictureFailure{PICTURE_CORRUPTED};
+        throw CodecFailure{MESSAGE_CORRUPTED};
     header.m_nWidth = static_cast<std::uint32_t>(info.biWidth);
     header.m_nHeight = layout.m_nHeight;
     header.m_bTopDown = layout.m_bTopDown;
@@ -84,23 +83,23 @@ void fnTakeLayout(const DibLayout& layout, BmpHeader& header) {
     case 32:
         break;
     default:
-        throw CqPictureFailure{PICTURE_CORRUPTED};
+        throw CodecFailure{MESSAGE_CORRUPTED};
     }
     if (info.biCompression == BI_RLE8 ? info.biBitCount != 8 || header.m_bTopDown : masked && !deep)
-        throw CqPictureFailure{PICTURE_CORRUPTED};
+        throw CodecFailure{MESSAGE_CORRUPTED};
     if (info.biCompression > BI_RLE8 && !masked)
-        throw CqPictureFailure{PICTURE_UNSUPPORTED};
+        throw CodecFailure{MESSAGE_UNSUPPORTED};
     if (!masked && deep) {
         const std::uint32_t plain16[4] = {0x7C00, 0x03E0, 0x001F, 0};
         const std::uint32_t plain32[4] = {0xFF0000, 0x00FF00, 0x0000FF, 0};
         std::copy_n(info.biBitCount == 16 ? plain16 : plain32, 4, header.m_Masks);
     }
     if (deep && (header.m_Masks[0] | header.m_Masks[1] | header.m_Masks[2]) == 0)
-        throw CqPictureFailure{PICTURE_CORRUPTED};
+        throw CodecFailure{MESSAGE_CORRUPTED};
 }
 
-/// The colour table; the three-byte entries of the old layout too.
-void fnReadColors(CqPictureInput& input, BmpHeader& header) {
+/// Reads the colour table, whose entries have three bytes in the core layout.
+void fnReadColors(CodecInput& input, BmpHeader& header) {
     const std::size_t entry = header.m_Info.biSize == kCoreHeaderBytes ? 3 : sizeof(RGBQUAD);
     for (unsigned int i = 0; i < header.m_nColors; ++i) {
         fnReadExactly(input, &header.m_Colors[i], entry);
@@ -110,7 +109,7 @@ void fnReadColors(CqPictureInput& input, BmpHeader& header) {
 
 } // namespace
 
-BmpHeader fnReadBmpHeader(CqPictureInput& input) {
+BmpHeader fnReadBmpHeader(CodecInput& input) {
     BmpHeader header;
     fnTakeLayout(fnReadInfo(input, header), header);
     fnReadColors(input, header);

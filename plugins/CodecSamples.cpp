@@ -1,4 +1,4 @@
-#include "plugins/CodecSamples.h"
+#include "plugins/CodecSamples_p.h"
 
 #include <cmath>
 #include <cstring>

@@ -1,11 +1,11 @@
-#include "plugins/CodecSamples.h"
-#include "plugins/CqPictureInput.h"
-#include "plugins/CqPictureOutput.h"
-#include "plugins/CqPictureSource.h"
-#include "plugins/CqPictureTarget.h"
-#include "plugins/PictureCodec.h"
+#include "plugins/CodecInput_p.h"
+#include "plugins/CodecOutput_p.h"
+#include "plugins/CodecSamples_p.h"
+#include "plugins/PictureCodec_p.h"
+#include "plugins/PictureSource_p.h"
+#include "plugins/PictureTarget_p.h"
 
-// The library's header needs size_t and FILE declared ahead of it.
+// jpeglib.h needs size_t and FILE declared ahead of it.
 #include <jpeglib.h>
 
 #include <algorithm>
@@ -18,28 +18,28 @@ namespace q32 {
 
 namespace {
 
-/// A block of 8 x 8 pixels takes a bit at least, unless it is coded arithmetically: there any
-/// number of equal blocks takes nearly nothing.
+/// A block of 8 x 8 pixels takes at least a bit, except with arithmetic coding, where any number of
+/// equal blocks takes nearly nothing.
 constexpr std::uint64_t kMaxPixelsPerByte = 512;
-/// More scans than any writer makes; a hostile file could keep the decoder busy for hours.
+/// More scans than any encoder writes; a hostile file could keep the decoder busy for hours.
 constexpr int kMaxScans = 200;
-/// Coefficients of a progressive picture are held by libjpeg as a whole, up to this.
+/// Limit of the coefficients of a progressive picture, which libjpeg holds in memory.
 constexpr long kMaxCoefficientBytes = 1L << 30;
 constexpr std::size_t kOutputBlock = 16384;
 constexpr double kInchesPerMeter = 1 / 0.0254;
-/// Of a camera's and an editor's notes, colour profiles, further pictures, and a printer's notes.
+/// Camera and editor metadata (APP1), profiles and further pictures (APP2), print metadata (APP13).
 constexpr int kNoteMarkers[] = {JPEG_APP0 + 1, JPEG_APP0 + 2, JPEG_APP0 + 13};
 constexpr int kDotsPerInchUnit = 1;
 constexpr int kDotsPerCentimeterUnit = 2;
 
-/// What libjpeg's callbacks need. Found from the library's objects by `client_data`.
+/// The state of libjpeg's callbacks, reached through `client_data`.
 struct JpegState {
     std::jmp_buf m_Jump;
     jpeg_error_mgr m_Errors;
-    PICTURE_MESSAGE m_eFailure = PICTURE_CORRUPTED;
-    CqPictureInput* m_pInput = nullptr;
-    CqPictureOutput* m_pOutput = nullptr;
-    bool m_bHasNotes = false; ///< of the file that is read
+    CQ_MESSAGE m_eFailure = MESSAGE_CORRUPTED;
+    CodecInput* m_pInput = nullptr;
+    CodecOutput* m_pOutput = nullptr;
+    bool m_bHasNotes = false; ///< the file being read has markers of kNoteMarkers
     JOCTET m_Block[kOutputBlock];
 };
 
@@ -52,13 +52,13 @@ JpegState& fnState(j_common_ptr jpeg) {
     switch (jpeg->err->msg_code) {
     case JERR_OUT_OF_MEMORY:
     case JERR_NO_BACKING_STORE:
-        state.m_eFailure = PICTURE_NO_MEMORY;
+        state.m_eFailure = MESSAGE_NO_MEMORY;
         break;
     case JERR_ARITH_NOTIMPL:
     case JERR_BAD_PRECISION:
     case JERR_CONVERSION_NOTIMPL:
     case JERR_SOF_UNSUPPORTED:
-        state.m_eFailure = PICTURE_UNSUPPORTED;
+        state.m_eFailure = MESSAGE_UNSUPPORTED;
         break;
     default:
         break;
@@ -66,8 +66,8 @@ JpegState& fnState(j_common_ptr jpeg) {
     std::longjmp(state.m_Jump, 1);
 }
 
-/// A warning means that pixels were made up, but for those about bytes between the segments and
-/// about versions.
+/// Except for those about bytes between segments and about versions, a warning means that pixels
+/// were invented.
 void fnJpegMessage(j_common_ptr jpeg, int level) {
     const int code = jpeg->err->msg_code;
     const bool harmless = level >= 0 || code == JWRN_EXTRANEOUS_DATA || code == JWRN_JFIF_MAJOR ||
@@ -79,7 +79,7 @@ void fnJpegMessage(j_common_ptr jpeg, int level) {
 void fnNothing(j_decompress_ptr) {}
 
 boolean fnFillInput(j_decompress_ptr jpeg) {
-    CqPictureInput& input = *fnState(reinterpret_cast<j_common_ptr>(jpeg)).m_pInput;
+    CodecInput& input = *fnState(reinterpret_cast<j_common_ptr>(jpeg)).m_pInput;
     jpeg->src->next_input_byte = input.fnReadBlock(jpeg->src->bytes_in_buffer);
     if (jpeg->src->bytes_in_buffer == 0) {
         jpeg->err->msg_code = JERR_INPUT_EOF;
@@ -100,11 +100,11 @@ void fnSkipInput(j_decompress_ptr jpeg, long count) {
     }
 }
 
-/// That notes are there is all that is looked at. libjpeg would keep an object for each of them,
-/// and a file may have millions.
+/// Skips a marker and notes only its presence. libjpeg would allocate an object for each, and a
+/// file may have millions.
 boolean fnPassNotes(j_decompress_ptr jpeg) {
     fnState(reinterpret_cast<j_common_ptr>(jpeg)).m_bHasNotes = true;
-    long length = 0; // it counts itself
+    long length = 0; // includes its own two bytes
     for (int i = 0; i < 2; ++i) {
         if (jpeg->src->bytes_in_buffer == 0)
             fnFillInput(jpeg);
@@ -150,10 +150,10 @@ bool fnKnowsJpeg(const unsigned char* head, std::size_t count) {
     return count >= 3 && head[0] == 0xFF && head[1] == 0xD8 && head[2] == 0xFF;
 }
 
-/// libjpeg's object for reading one file. Every call into libjpeg goes through `fnCall`.
+/// The libjpeg object for reading one file. Every call into libjpeg goes through `fnCall`.
 class JpegReader {
 public:
-    explicit JpegReader(CqPictureInput& input) { m_State.m_pInput = &input; }
+    explicit JpegReader(CodecInput& input) { m_State.m_pInput = &input; }
     ~JpegReader() { jpeg_destroy_decompress(&m_Jpeg); }
     JpegReader(const JpegReader&) = delete;
     JpegReader& operator=(const JpegReader&) = delete;
@@ -161,18 +161,18 @@ public:
     void fnOpen();
     void fnReadHeader();
     void fnStart();
-    void fnAllocImage(CqPictureTarget& target);
-    void fnReadScans(CqPictureTarget& target);
-    void fnReadRows(CqPictureTarget& target);
-    /// Whether the file holds more than the image takes: inks, or notes.
+    void fnAllocImage(PictureTarget& target);
+    void fnReadScans(PictureTarget& target);
+    void fnReadRows(PictureTarget& target);
+    /// Whether the file holds more than the image: CMYK, or metadata.
     bool fnHoldsMore() const { return m_Jpeg.out_color_space == JCS_CMYK || m_State.m_bHasNotes; }
 
 private:
     template <typename Call>
     void fnCall(const Call& call) {
         if (!fnGuardJump(m_State.m_Jump, call))
-            throw CqPictureFailure{m_State.m_pInput->fnHasFailed() ? PICTURE_CANNOT_READ
-                                                                   : m_State.m_eFailure};
+            throw CodecFailure{m_State.m_pInput->fnHasFailed() ? MESSAGE_CANNOT_READ
+                                                               : m_State.m_eFailure};
     }
     unsigned char* fnConvertRow(unsigned char* row) const;
 
@@ -202,10 +202,10 @@ void JpegReader::fnReadHeader() {
     fnCall([this] { jpeg_read_header(&m_Jpeg, TRUE); });
     const std::uint64_t length = m_State.m_pInput->fnGetLength();
     if (m_Jpeg.arith_code)
-        CqPictureTarget::fnCheckSparseRoom(length, m_Jpeg.image_width, m_Jpeg.image_height);
+        PictureTarget::fnCheckSparseRoom(length, m_Jpeg.image_width, m_Jpeg.image_height);
     else
-        CqPictureTarget::fnCheckRoom(length, m_Jpeg.image_width, m_Jpeg.image_height,
-                                     kMaxPixelsPerByte);
+        PictureTarget::fnCheckRoom(length, m_Jpeg.image_width, m_Jpeg.image_height,
+                                   kMaxPixelsPerByte);
     switch (m_Jpeg.jpeg_color_space) {
     case JCS_GRAYSCALE:
         m_Jpeg.out_color_space = JCS_GRAYSCALE;
@@ -219,17 +219,17 @@ void JpegReader::fnReadHeader() {
         m_Jpeg.out_color_space = JCS_CMYK;
         break;
     default:
-        throw CqPictureFailure{PICTURE_UNSUPPORTED};
+        throw CodecFailure{MESSAGE_UNSUPPORTED};
     }
 }
 
-/// Takes libjpeg's own memory, ahead of the image's.
+/// Starts the decompressor; allocates libjpeg's own memory, ahead of the image's.
 void JpegReader::fnStart() {
     m_Jpeg.buffered_image = jpeg_has_multiple_scans(&m_Jpeg);
     fnCall([this] { jpeg_start_decompress(&m_Jpeg); });
 }
 
-void JpegReader::fnAllocImage(CqPictureTarget& target) {
+void JpegReader::fnAllocImage(PictureTarget& target) {
     const bool grey = m_Jpeg.out_color_space == JCS_GRAYSCALE;
     target.fnAlloc(m_Jpeg.image_width, m_Jpeg.image_height, grey ? 8 : 24,
                    grey ? q32GreyRamp : nullptr, grey ? 256 : 0);
@@ -240,9 +240,9 @@ void JpegReader::fnAllocImage(CqPictureTarget& target) {
         target.fnSetDotsPerMeter(m_Jpeg.X_density * unit, m_Jpeg.Y_density * unit);
 }
 
-/// Takes in all scans of a progressive picture, so that the rows come out complete. This is half of
-/// the work.
-void JpegReader::fnReadScans(CqPictureTarget& target) {
+/// Reads all scans of a progressive picture, so that the rows come out complete. Counts as half of
+/// the progress.
+void JpegReader::fnReadScans(PictureTarget& target) {
     const std::uint64_t length = m_State.m_pInput->fnGetLength();
     if (!m_Jpeg.buffered_image)
         return;
@@ -250,18 +250,18 @@ void JpegReader::fnReadScans(CqPictureTarget& target) {
     while (state != JPEG_REACHED_EOI) {
         fnCall([&] { state = jpeg_consume_input(&m_Jpeg); });
         if (m_Jpeg.input_scan_number > kMaxScans)
-            throw CqPictureFailure{PICTURE_CORRUPTED};
+            throw CodecFailure{MESSAGE_CORRUPTED};
         if (state == JPEG_ROW_COMPLETED)
             target.fnTell(m_State.m_pInput->fnGetPosition(), 2 * length);
     }
     fnCall([this] { jpeg_start_output(&m_Jpeg, m_Jpeg.input_scan_number); });
 }
 
-/// What is left to do to a decoded row, in place.
+/// Converts a decoded row to the image's layout, in place.
 unsigned char* JpegReader::fnConvertRow(unsigned char* row) const {
     if (m_Jpeg.out_color_space != JCS_CMYK)
         return row;
-    // With an Adobe marker 255 means no ink.
+    // With an Adobe marker, 255 means no ink.
     if (m_Jpeg.saw_Adobe_marker)
         std::transform(row, row + std::size_t{m_Jpeg.output_width} * 4, row,
                        [](unsigned char ink) { return static_cast<unsigned char>(255 - ink); });
@@ -269,7 +269,7 @@ unsigned char* JpegReader::fnConvertRow(unsigned char* row) const {
     return row;
 }
 
-void JpegReader::fnReadRows(CqPictureTarget& target) {
+void JpegReader::fnReadRows(PictureTarget& target) {
     const std::uint32_t height = m_Jpeg.output_height;
     const std::uint32_t before = m_Jpeg.buffered_image ? height : 0;
     const auto row = std::make_unique_for_overwrite<unsigned char[]>(
@@ -287,7 +287,7 @@ void JpegReader::fnReadRows(CqPictureTarget& target) {
     });
 }
 
-void fnReadJpeg(CqPictureInput& input, CqPictureTarget& target) {
+void fnReadJpeg(CodecInput& input, PictureTarget& target) {
     const auto reader = std::make_unique<JpegReader>(input);
     reader->fnOpen();
     reader->fnReadHeader();
@@ -299,25 +299,25 @@ void fnReadJpeg(CqPictureInput& input, CqPictureTarget& target) {
         target.fnNoteReduced();
 }
 
-/// libjpeg's object for writing one file.
+/// The libjpeg object for writing one file.
 class JpegWriter {
 public:
-    explicit JpegWriter(CqPictureOutput& output) { m_State.m_pOutput = &output; }
+    explicit JpegWriter(CodecOutput& output) { m_State.m_pOutput = &output; }
     ~JpegWriter() { jpeg_destroy_compress(&m_Jpeg); }
     JpegWriter(const JpegWriter&) = delete;
     JpegWriter& operator=(const JpegWriter&) = delete;
 
     void fnOpen();
-    void fnWrite(CqPictureSource& source, const CqPictureOptions& options);
+    void fnWrite(PictureSource& source, const CqPictureOptions& options);
 
 private:
     template <typename Call>
     void fnCall(const Call& call) {
         if (!fnGuardJump(m_State.m_Jump, call))
-            throw CqPictureFailure{m_State.m_eFailure == PICTURE_NO_MEMORY ? PICTURE_NO_MEMORY
-                                                                           : PICTURE_CANNOT_SAVE};
+            throw CodecFailure{m_State.m_eFailure == MESSAGE_NO_MEMORY ? MESSAGE_NO_MEMORY
+                                                                       : MESSAGE_CANNOT_SAVE};
     }
-    void fnDescribe(const CqPictureSource& source, const CqPictureOptions& options);
+    void fnDescribe(const PictureSource& source, const CqPictureOptions& options);
 
     JpegState m_State;
     jpeg_compress_struct m_Jpeg = {};
@@ -334,8 +334,8 @@ void JpegWriter::fnOpen() {
     m_Jpeg.dest = &m_Destination;
 }
 
-/// Runs inside `fnCall`.
-void JpegWriter::fnDescribe(const CqPictureSource& source, const CqPictureOptions& options) {
+/// Called inside `fnCall`.
+void JpegWriter::fnDescribe(const PictureSource& source, const CqPictureOptions& options) {
     m_Jpeg.image_width = source.fnGetWidth();
     m_Jpeg.image_height = source.fnGetHeight();
     m_Jpeg.input_components = source.fnIsGrey() ? 1 : 3;
@@ -351,7 +351,7 @@ void JpegWriter::fnDescribe(const CqPictureSource& source, const CqPictureOption
     }
 }
 
-void JpegWriter::fnWrite(CqPictureSource& source, const CqPictureOptions& options) {
+void JpegWriter::fnWrite(PictureSource& source, const CqPictureOptions& options) {
     fnCall([&] {
         fnDescribe(source, options);
         jpeg_start_compress(&m_Jpeg, TRUE);
@@ -371,8 +371,7 @@ void JpegWriter::fnWrite(CqPictureSource& source, const CqPictureOptions& option
     fnCall([this] { jpeg_finish_compress(&m_Jpeg); });
 }
 
-void fnWriteJpeg(CqPictureOutput& output, CqPictureSource& source,
-                 const CqPictureOptions& options) {
+void fnWriteJpeg(CodecOutput& output, PictureSource& source, const CqPictureOptions& options) {
     const auto writer = std::make_unique<JpegWriter>(output);
     writer->fnOpen();
     writer->fnWrite(source, options);
@@ -380,7 +379,7 @@ void fnWriteJpeg(CqPictureOutput& output, CqPictureSource& source,
 
 } // namespace
 
-const CqPictureCodec kJpegCodec = {
+const PictureCodec kJpegCodec = {
     {PICTURE_JPEG, "JPEG", "jpg jpeg jpe jfif", true, false}, fnKnowsJpeg, fnReadJpeg, fnWriteJpeg};
 
 } // namespace q32

@@ -1,10 +1,10 @@
 #include "plugins/PictureFile.h"
 
-#include "plugins/CqPictureInput.h"
-#include "plugins/CqPictureOutput.h"
-#include "plugins/CqPictureSource.h"
-#include "plugins/CqPictureTarget.h"
-#include "plugins/PictureCodec.h"
+#include "plugins/CodecInput_p.h"
+#include "plugins/CodecOutput_p.h"
+#include "plugins/PictureCodec_p.h"
+#include "plugins/PictureSource_p.h"
+#include "plugins/PictureTarget_p.h"
 #include "q32Base/image/CqImage.h"
 
 #include <algorithm>
@@ -15,8 +15,8 @@ namespace {
 
 using namespace q32;
 
-const std::array<const CqPictureCodec*, 4> kCodecs = {&kPngCodec, &kJpegCodec, &kTiffCodec,
-                                                      &kBmpCodec};
+const std::array<const PictureCodec*, 4> kCodecs = {&kPngCodec, &kJpegCodec, &kTiffCodec,
+                                                    &kBmpCodec};
 
 constexpr std::size_t kHeadBytes = 16;
 
@@ -24,18 +24,18 @@ char fnLower(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-const CqPictureCodec& fnRecognise(CqPictureInput& input) {
+const PictureCodec& fnRecognise(CodecInput& input) {
     unsigned char head[kHeadBytes];
     const std::size_t count = input.fnRead(head, kHeadBytes);
     if (input.fnHasFailed())
-        throw CqPictureFailure{PICTURE_CANNOT_READ};
+        throw CodecFailure{MESSAGE_CANNOT_READ};
     if (count == 0)
-        throw CqPictureFailure{PICTURE_EMPTY};
+        throw CodecFailure{MESSAGE_EMPTY};
     const auto* found = std::find_if(kCodecs.begin(), kCodecs.end(), [&](const auto* codec) {
         return codec->m_pKnows(head, count);
     });
     if (found == kCodecs.end())
-        throw CqPictureFailure{PICTURE_UNSUPPORTED};
+        throw CodecFailure{MESSAGE_UNSUPPORTED};
     input.fnSeek(0);
     return **found;
 }
@@ -74,15 +74,15 @@ const CqPictureFormat* q32FindPictureFormat(const char* path) {
 CqPictureResult q32ReadPicture(const char* path, CqImage& image, CqPictureProgress* progress) {
     bool reduced = false;
     CqPictureResult result = fnRunOnFile(path, [&] {
-        CqPictureInput input(path);
-        const CqPictureCodec& codec = fnRecognise(input);
+        CodecInput input(path);
+        const PictureCodec& codec = fnRecognise(input);
         CqImage fresh;
         {
-            CqPictureTarget target(fresh, progress);
+            PictureTarget target(fresh, progress);
             codec.m_pRead(input, target);
             reduced = target.fnIsReduced();
         }
-        // From here on nothing fails.
+        // Nothing fails from here on.
         image.fnSwapBuf(fresh);
         image.Title = fresh.Title;
         image.DpiX = fresh.DpiX;
@@ -101,11 +101,11 @@ CqPictureResult q32WritePicture(const char* path, CqImage& image, PICTURE_FORMAT
             return codec->m_Format.m_eFormat == format;
         });
         if (found == kCodecs.end())
-            throw CqPictureFailure{PICTURE_UNSUPPORTED};
+            throw CodecFailure{MESSAGE_UNSUPPORTED};
         if (!image.TileMap)
-            throw CqPictureFailure{PICTURE_CANNOT_SAVE};
-        CqPictureSource source(image, progress);
-        CqPictureOutput output(path);
+            throw CodecFailure{MESSAGE_CANNOT_SAVE};
+        PictureSource source(image, progress);
+        CodecOutput output(path);
         (*found)->m_pWrite(output, source, options);
         output.fnCommit();
     });

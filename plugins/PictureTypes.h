@@ -13,21 +13,23 @@ enum PICTURE_FORMAT : unsigned int {
     PICTURE_BMP = 4
 };
 
+/// A format of picture files.
 struct CqPictureFormat {
     PICTURE_FORMAT m_eFormat;
-    const char* m_pszName;
-    const char* m_pszExtensions; ///< lower case, without dots, the usual one first, spaces between
+    const char* m_pszName;       ///< for display
+    const char* m_pszExtensions; ///< lower case, no dots, separated by spaces, the usual one first
     bool m_bCanWrite;
-    bool m_bHasAlpha; ///< of 32 bits, a file keeps all four
+    bool m_bHasAlpha; ///< a file keeps the alpha channel of a 32-bit image
 };
 
-/// Told how far a picture is, after each row or so.
+/// Receives the progress of a read or write, about once per row, on the thread that reads or
+/// writes.
 class Q32_API CqPictureProgress {
 public:
     virtual ~CqPictureProgress() = default;
 
-    /// @param percent  0 to 100, never falling
-    /// @param aborted  false on entry; set, it ends the work without an image or a file
+    /// @param percent  0 to 100, never decreasing
+    /// @param aborted  false on entry; if set to true, the work ends without an image or a file
     virtual void fnOnProgress(unsigned int percent, bool& aborted) = 0;
 };
 
@@ -35,13 +37,13 @@ public:
 struct Q32_API CqPictureResult {
     /// A message of the library, 0 for none: -1 out of memory, -3 the file can't be opened, -4 it
     /// can't be read, -5 it can't be saved, -6 it is invalid or corrupted, -7 another program has
-    /// it open, -11 it is empty, -102 its format, or this kind of it, is not supported.
+    /// it open, -11 it is empty, -102 its format, or this variant of it, is not supported.
     int m_nMsgId = 0;
-    bool m_bAborted = false; ///< the progress object ended the work; no message then
-    CString m_strPath;       ///< the file, as the caller named it: the message's first argument
-    /// A picture was read whose file holds more than the image took: further pictures or frames,
-    /// more than 8 bits a channel, other colours than red, green and blue, channels beside these
-    /// and alpha, a colour profile, an orientation, a camera's or an editor's notes. Writing the
+    bool m_bAborted = false; ///< the progress object ended the work; there is no message then
+    CString m_strPath;       ///< the file as named by the caller: the message's first argument
+    /// The picture was read, but the file holds more than the image does: further pictures or
+    /// frames, more than 8 bits per channel, a colour model other than RGB, channels other than RGB
+    /// and alpha, a colour profile, an orientation, or metadata of a camera or editor. Writing the
     /// image over that file would lose it.
     bool m_bReduced = false;
 
@@ -49,10 +51,12 @@ struct Q32_API CqPictureResult {
     bool fnIsDone() const { return m_nMsgId == 0 && !m_bAborted; }
 };
 
+/// Compressions of a TIFF.
 enum PICTURE_COMPRESSION : unsigned int { PICTURE_LZW, PICTURE_DEFLATE, PICTURE_UNCOMPRESSED };
 
+/// Options of writing; each applies to one format and is ignored for the others.
 struct CqPictureOptions {
-    unsigned int m_nQuality = 90;  ///< of a JPEG, 1 to 100; others are cut to that
-    unsigned int m_nPngEffort = 6; ///< zlib's level for a PNG, 0 to 9; others are cut to that
+    unsigned int m_nQuality = 90;  ///< of a JPEG, 1 to 100; clamped
+    unsigned int m_nPngEffort = 6; ///< zlib's level for a PNG, 0 to 9; clamped
     PICTURE_COMPRESSION m_eTiffCompression = PICTURE_LZW;
 };

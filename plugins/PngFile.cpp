@@ -1,9 +1,9 @@
-#include "plugins/CodecSamples.h"
-#include "plugins/CqPictureInput.h"
-#include "plugins/CqPictureOutput.h"
-#include "plugins/CqPictureSource.h"
-#include "plugins/CqPictureTarget.h"
-#include "plugins/PictureCodec.h"
+#include "plugins/CodecInput_p.h"
+#include "plugins/CodecOutput_p.h"
+#include "plugins/CodecSamples_p.h"
+#include "plugins/PictureCodec_p.h"
+#include "plugins/PictureSource_p.h"
+#include "plugins/PictureTarget_p.h"
 
 #include <png.h>
 
@@ -18,18 +18,18 @@ namespace {
 
 constexpr png_alloc_size_t kMaxChunkBytes = 8u << 20;
 constexpr png_uint_32 kMaxSide = 0x7FFFFFFF;
-/// Deflate makes at most 1032 bytes out of one.
+/// Deflate expands a byte to at most 1032 bytes.
 constexpr std::uint64_t kMaxRatio = 1032;
 constexpr int kPngSignatureBytes = 8;
 constexpr char kTitleKey[] = "Title";
-constexpr char kProgramKey[] = "Software"; ///< that wrote the file
+constexpr char kProgramKey[] = "Software"; ///< names the program that wrote the file
 constexpr png_byte kAnimation[] = {'a', 'c', 'T', 'L', 0};
 
-/// What libpng's callbacks need, in one reachable place.
+/// The state of libpng's callbacks, reached through its user pointers.
 struct PngState {
     std::jmp_buf m_Jump;
-    CqPictureInput* m_pInput = nullptr;
-    CqPictureOutput* m_pOutput = nullptr;
+    CodecInput* m_pInput = nullptr;
+    CodecOutput* m_pOutput = nullptr;
     bool m_bNoMemory = false;
 };
 
@@ -37,7 +37,7 @@ struct PngState {
     std::longjmp(static_cast<PngState*>(png_get_error_ptr(png))->m_Jump, 1);
 }
 
-/// Warnings are about what isn't used or can be read all the same.
+/// Ignored: warnings concern chunks that are unused or still readable.
 void fnPngWarning(png_structp, png_const_charp) {}
 
 png_voidp fnPngAlloc(png_structp png, png_alloc_size_t size) {
@@ -69,10 +69,10 @@ bool fnKnowsPng(const unsigned char* head, std::size_t count) {
     return count >= kPngSignatureBytes && png_sig_cmp(head, 0, kPngSignatureBytes) == 0;
 }
 
-/// libpng's objects for reading one file. Every call into libpng goes through `fnCall`.
+/// The libpng objects for reading one file. Every call into libpng goes through `fnCall`.
 class PngReader {
 public:
-    explicit PngReader(CqPictureInput& input) { m_State.m_pInput = &input; }
+    explicit PngReader(CodecInput& input) { m_State.m_pInput = &input; }
     ~PngReader() { png_destroy_read_struct(&m_pPng, &m_pInfo, &m_pEnd); }
     PngReader(const PngReader&) = delete;
     PngReader& operator=(const PngReader&) = delete;
@@ -80,24 +80,24 @@ public:
     template <typename Call>
     void fnCall(const Call& call) {
         const bool done = fnGuardJump(m_State.m_Jump, call);
-        // Out of memory for what it thinks it can do without, libpng just warns.
+        // When memory is exhausted for something optional, libpng only warns.
         if (m_State.m_bNoMemory)
-            throw CqPictureFailure{PICTURE_NO_MEMORY};
+            throw CodecFailure{MESSAGE_NO_MEMORY};
         if (!done)
-            throw CqPictureFailure{m_State.m_pInput->fnHasFailed() ? PICTURE_CANNOT_READ
-                                                                   : PICTURE_CORRUPTED};
+            throw CodecFailure{m_State.m_pInput->fnHasFailed() ? MESSAGE_CANNOT_READ
+                                                               : MESSAGE_CORRUPTED};
     }
 
     void fnOpen();
     void fnReadHeader();
     void fnSetConversion();
-    void fnAllocImage(CqPictureTarget& target);
-    void fnReadRows(CqPictureTarget& target);
-    void fnTakeNotes(CqPictureTarget& target);
+    void fnAllocImage(PictureTarget& target);
+    void fnReadRows(PictureTarget& target);
+    void fnTakeNotes(PictureTarget& target);
     bool fnHoldsMore();
 
 private:
-    void fnTakeTitle(png_infop info, CqPictureTarget& target);
+    void fnTakeTitle(png_infop info, PictureTarget& target);
     bool fnHasNotes(png_infop info);
 
     PngState m_State;
@@ -109,7 +109,7 @@ private:
     int m_nDepth = 0;
     int m_nColorType = 0;
     int m_nPasses = 1;
-    unsigned int m_nBitCount = 0; ///< of the image
+    unsigned int m_nBitCount = 0; ///< of the image, not of the file
 };
 
 void PngReader::fnOpen() {
@@ -120,7 +120,7 @@ void PngReader::fnOpen() {
         m_pEnd = m_pInfo ? png_create_info_struct(m_pPng) : nullptr;
     });
     if (!m_pEnd)
-        throw CqPictureFailure{PICTURE_NO_MEMORY};
+        throw CodecFailure{MESSAGE_NO_MEMORY};
 }
 
 void PngReader::fnReadHeader() {
@@ -128,14 +128,14 @@ void PngReader::fnReadHeader() {
         png_set_read_fn(m_pPng, &m_State, fnPngRead);
         png_set_user_limits(m_pPng, kMaxSide, kMaxSide);
         png_set_chunk_malloc_max(m_pPng, kMaxChunkBytes);
-        // An animation's head tells of further frames.
+        // The chunk that declares an animation shows that there are further frames.
         png_set_keep_unknown_chunks(m_pPng, PNG_HANDLE_CHUNK_ALWAYS, kAnimation, 1);
         png_read_info(m_pPng, m_pInfo);
         png_get_IHDR(m_pPng, m_pInfo, &m_nWidth, &m_nHeight, &m_nDepth, &m_nColorType, nullptr,
                      nullptr, nullptr);
     });
-    CqPictureTarget::fnCheckRoom(m_State.m_pInput->fnGetLength(), png_get_rowbytes(m_pPng, m_pInfo),
-                                 m_nHeight, kMaxRatio);
+    PictureTarget::fnCheckRoom(m_State.m_pInput->fnGetLength(), png_get_rowbytes(m_pPng, m_pInfo),
+                               m_nHeight, kMaxRatio);
 }
 
 void PngReader::fnSetConversion() {
@@ -162,16 +162,16 @@ void PngReader::fnSetConversion() {
             png_set_gray_to_rgb(m_pPng);
         if (alpha)
             png_set_swap_alpha(m_pPng);
-        // Indices beyond the palette are no error here: they show as black.
+        // Indices beyond the palette are deliberately no error: they are black.
         png_set_check_for_invalid_index(m_pPng, -1);
         m_nPasses = png_set_interlace_handling(m_pPng);
         png_read_update_info(m_pPng, m_pInfo);
     });
     if (png_get_rowbytes(m_pPng, m_pInfo) != std::size_t{m_nWidth} * fnCodecBytes(m_nBitCount))
-        throw CqPictureFailure{PICTURE_CORRUPTED};
+        throw CodecFailure{MESSAGE_CORRUPTED};
 }
 
-void PngReader::fnAllocImage(CqPictureTarget& target) {
+void PngReader::fnAllocImage(PictureTarget& target) {
     if (m_nBitCount > 8) {
         target.fnAlloc(m_nWidth, m_nHeight, m_nBitCount, nullptr, 0);
         return;
@@ -191,9 +191,9 @@ void PngReader::fnAllocImage(CqPictureTarget& target) {
     target.fnAlloc(m_nWidth, m_nHeight, m_nBitCount, palette, static_cast<unsigned int>(count));
 }
 
-void PngReader::fnReadRows(CqPictureTarget& target) {
-    // The passes of an interlaced picture meet in the image itself: a row is fetched, completed by
-    // the pass, and stored.
+void PngReader::fnReadRows(PictureTarget& target) {
+    // The passes of an interlaced picture are combined in the image itself: a row is read back,
+    // completed by the pass, and stored.
     const auto row = std::make_unique<unsigned char[]>(png_get_rowbytes(m_pPng, m_pInfo));
     const std::uint64_t total = std::uint64_t{m_nHeight} * static_cast<unsigned int>(m_nPasses);
     std::uint64_t done = 0;
@@ -211,7 +211,7 @@ void PngReader::fnReadRows(CqPictureTarget& target) {
     fnCall([this] { png_read_end(m_pPng, m_pEnd); });
 }
 
-void PngReader::fnTakeTitle(png_infop info, CqPictureTarget& target) {
+void PngReader::fnTakeTitle(png_infop info, PictureTarget& target) {
     png_textp texts = nullptr;
     int count = 0;
     fnCall([&] { png_get_text(m_pPng, info, &texts, &count); });
@@ -221,7 +221,7 @@ void PngReader::fnTakeTitle(png_infop info, CqPictureTarget& target) {
     }
 }
 
-void PngReader::fnTakeNotes(CqPictureTarget& target) {
+void PngReader::fnTakeNotes(PictureTarget& target) {
     fnTakeTitle(m_pInfo, target);
     fnTakeTitle(m_pEnd, target);
     png_uint_32 x = 0;
@@ -243,14 +243,14 @@ bool PngReader::fnHasNotes(png_infop info) {
            });
 }
 
-/// Whether the file holds more than the image takes.
+/// Whether the file holds more than the image.
 bool PngReader::fnHoldsMore() {
     png_unknown_chunkp unknown = nullptr;
     fnCall([&] { png_get_unknown_chunks(m_pPng, m_pInfo, &unknown); });
     return m_nDepth == 16 || unknown || fnHasNotes(m_pInfo) || fnHasNotes(m_pEnd);
 }
 
-void fnReadPng(CqPictureInput& input, CqPictureTarget& target) {
+void fnReadPng(CodecInput& input, PictureTarget& target) {
     PngReader reader(input);
     reader.fnOpen();
     reader.fnReadHeader();
@@ -262,27 +262,27 @@ void fnReadPng(CqPictureInput& input, CqPictureTarget& target) {
         target.fnNoteReduced();
 }
 
-/// libpng's objects for writing one file.
+/// The libpng objects for writing one file.
 class PngWriter {
 public:
-    explicit PngWriter(CqPictureOutput& output) { m_State.m_pOutput = &output; }
+    explicit PngWriter(CodecOutput& output) { m_State.m_pOutput = &output; }
     ~PngWriter() { png_destroy_write_struct(&m_pPng, &m_pInfo); }
     PngWriter(const PngWriter&) = delete;
     PngWriter& operator=(const PngWriter&) = delete;
 
     void fnOpen();
-    void fnWrite(CqPictureSource& source, const CqPictureOptions& options);
+    void fnWrite(PictureSource& source, const CqPictureOptions& options);
 
 private:
     template <typename Call>
     void fnCall(const Call& call) {
         const bool done = fnGuardJump(m_State.m_Jump, call);
         if (m_State.m_bNoMemory)
-            throw CqPictureFailure{PICTURE_NO_MEMORY};
+            throw CodecFailure{MESSAGE_NO_MEMORY};
         if (!done)
-            throw CqPictureFailure{PICTURE_CANNOT_SAVE};
+            throw CodecFailure{MESSAGE_CANNOT_SAVE};
     }
-    void fnDescribe(const CqPictureSource& source);
+    void fnDescribe(const PictureSource& source);
 
     PngState m_State;
     png_structp m_pPng = nullptr;
@@ -296,17 +296,17 @@ void PngWriter::fnOpen() {
         m_pInfo = m_pPng ? png_create_info_struct(m_pPng) : nullptr;
     });
     if (!m_pInfo)
-        throw CqPictureFailure{PICTURE_NO_MEMORY};
+        throw CodecFailure{MESSAGE_NO_MEMORY};
 }
 
-int fnPngColorType(const CqPictureSource& source) {
+int fnPngColorType(const PictureSource& source) {
     if (source.fnGetBitCount() > 8)
         return source.fnGetBitCount() == 32 ? PNG_COLOR_TYPE_RGB_ALPHA : PNG_COLOR_TYPE_RGB;
     return source.fnIsGrey() ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_PALETTE;
 }
 
-/// Runs inside `fnCall`.
-void PngWriter::fnDescribe(const CqPictureSource& source) {
+/// Called inside `fnCall`.
+void PngWriter::fnDescribe(const PictureSource& source) {
     const int type = fnPngColorType(source);
     const int depth = source.fnGetBitCount() == 4 ? 4 : 8;
     png_set_IHDR(m_pPng, m_pInfo, source.fnGetWidth(), source.fnGetHeight(), depth, type,
@@ -332,7 +332,7 @@ void PngWriter::fnDescribe(const CqPictureSource& source) {
     }
 }
 
-void PngWriter::fnWrite(CqPictureSource& source, const CqPictureOptions& options) {
+void PngWriter::fnWrite(PictureSource& source, const CqPictureOptions& options) {
     const unsigned int bits = source.fnGetBitCount();
     fnCall([&] {
         png_set_write_fn(m_pPng, &m_State, fnPngWrite, fnPngFlush);
@@ -359,7 +359,7 @@ void PngWriter::fnWrite(CqPictureSource& source, const CqPictureOptions& options
     fnCall([this] { png_write_end(m_pPng, nullptr); });
 }
 
-void fnWritePng(CqPictureOutput& output, CqPictureSource& source, const CqPictureOptions& options) {
+void fnWritePng(CodecOutput& output, PictureSource& source, const CqPictureOptions& options) {
     PngWriter writer(output);
     writer.fnOpen();
     writer.fnWrite(source, options);
@@ -367,7 +367,7 @@ void fnWritePng(CqPictureOutput& output, CqPictureSource& source, const CqPictur
 
 } // namespace
 
-const CqPictureCodec kPngCodec = {
+const PictureCodec kPngCodec = {
     {PICTURE_PNG, "PNG", "png", true, true}, fnKnowsPng, fnReadPng, fnWritePng};
 
 } // namespace q32

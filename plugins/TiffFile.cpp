@@ -1,11 +1,11 @@
-#include "plugins/CodecSamples.h"
-#include "plugins/CqPictureInput.h"
-#include "plugins/CqPictureOutput.h"
-#include "plugins/CqPictureSource.h"
-#include "plugins/CqPictureTarget.h"
-#include "plugins/CqTiffHandle.h"
-#include "plugins/PictureCodec.h"
-#include "plugins/TiffSamples.h"
+#include "plugins/CodecInput_p.h"
+#include "plugins/CodecOutput_p.h"
+#include "plugins/CodecSamples_p.h"
+#include "plugins/PictureCodec_p.h"
+#include "plugins/PictureSource_p.h"
+#include "plugins/PictureTarget_p.h"
+#include "plugins/TiffHandle_p.h"
+#include "plugins/TiffSamples_p.h"
 
 #include <tiffio.h>
 
@@ -19,15 +19,15 @@ namespace {
 
 using Bytes = std::unique_ptr<unsigned char[]>;
 
-/// The tightest of the general compressions, LZW, stays below this.
+/// Upper bound of the expansion by LZW, the largest of the general compressions.
 constexpr std::uint64_t kMaxRatio = 4096;
-/// Decoded samples that are held at a time: a row, a tile, or a strip where libtiff converts it.
+/// Limit of decoded samples held at a time: a row, a tile, or a strip converted by libtiff.
 constexpr std::uint64_t kMaxPartBytes = std::uint64_t{512} << 20;
 constexpr std::uint32_t kStripBytes = 65536;
 constexpr double kInchesPerMeter = 1 / 0.0254;
 
 bool fnKnowsTiff(const unsigned char* head, std::size_t count) {
-    // Byte order, then 42, or 43 for files beyond 4 GiB.
+    // Byte order, then 42, or 43 for BigTIFF.
     return count >= 4 &&
            (std::memcmp(head, "II*\0", 4) == 0 || std::memcmp(head, "MM\0*", 4) == 0 ||
             std::memcmp(head, "II+\0", 4) == 0 || std::memcmp(head, "MM\0+", 4) == 0);
@@ -38,19 +38,19 @@ std::uint64_t fnSampleBytes(std::uint64_t width, const TiffLayout& layout) {
     return (width * samples * layout.m_nBits + 7) / 8;
 }
 
-/// A block for what libtiff gives in one call, which must be at least `needed` bytes.
+/// Allocates a block of `given` bytes, the size that libtiff writes in one call; at least `needed`.
 Bytes fnMakePart(std::uint64_t given, std::uint64_t needed) {
     if (given < needed)
-        throw CqPictureFailure{PICTURE_CORRUPTED};
+        throw CodecFailure{MESSAGE_CORRUPTED};
     if (given > kMaxPartBytes)
-        throw CqPictureFailure{PICTURE_NO_MEMORY};
+        throw CodecFailure{MESSAGE_NO_MEMORY};
     return std::make_unique_for_overwrite<unsigned char[]>(static_cast<std::size_t>(given));
 }
 
-/// Reads one picture's pixels, in the way that its layout asks for.
+/// Reads the pixels of one picture, by rows or tiles as its layout requires.
 class TiffReader {
 public:
-    TiffReader(CqTiffHandle& file, const TiffLayout& layout, CqPictureTarget& target)
+    TiffReader(TiffHandle& file, const TiffLayout& layout, PictureTarget& target)
         : m_File(file), m_Layout(layout), m_Target(target), m_Samples(layout) {}
 
     void fnRead() {
@@ -70,13 +70,13 @@ private:
     void fnTake(const unsigned char* samples, unsigned int plane, std::uint32_t x, std::uint32_t y,
                 std::uint32_t count, unsigned char* pixels);
 
-    CqTiffHandle& m_File;
+    TiffHandle& m_File;
     const TiffLayout& m_Layout;
-    CqPictureTarget& m_Target;
-    CqTiffSamples m_Samples;
+    PictureTarget& m_Target;
+    TiffSamples m_Samples;
 };
 
-/// Brings decoded samples into the image. Planes meet in the image itself.
+/// Stores decoded samples in the image. Separate planes are combined in the image itself.
 void TiffReader::fnTake(const unsigned char* samples, unsigned int plane, std::uint32_t x,
                         std::uint32_t y, std::uint32_t count, unsigned char* pixels) {
     if (m_Layout.m_bSeparate) {
@@ -132,7 +132,7 @@ void TiffReader::fnReadTiles() {
     }
 }
 
-/// Lets libtiff make colours, a strip or a row of tiles at a time.
+/// Has libtiff convert to RGB, a strip or a row of tiles at a time.
 void TiffReader::fnReadConverted() {
     const std::uint32_t width = m_Layout.m_nWidth;
     const std::uint32_t band = std::min(m_Layout.m_nTileHeight, m_Layout.m_nHeight);
@@ -143,7 +143,7 @@ void TiffReader::fnReadConverted() {
     if (!TIFFRGBAImageBegin(&image, m_File, 1, reason))
         m_File.fnFail();
     const std::unique_ptr<TIFFRGBAImage, void (*)(TIFFRGBAImage*)> end(&image, TIFFRGBAImageEnd);
-    image.req_orientation = image.orientation; // rows come as they are stored
+    image.req_orientation = image.orientation; // rows in the order in which they are stored
     for (std::uint32_t top = 0; top < m_Layout.m_nHeight; top += band) {
         const std::uint32_t rows = std::min(band, m_Layout.m_nHeight - top);
         image.row_offset = static_cast<int>(top);
@@ -161,15 +161,15 @@ void TiffReader::fnReadConverted() {
         }
         m_Target.fnTell(std::uint64_t{top} + rows, m_Layout.m_nHeight);
         if (m_Layout.m_nHeight - top <= band)
-            break; // ahead of a wrap of `top`
+            break; // `top` would wrap
     }
 }
 
-/// The colour table of a palette picture. Tables of early writers hold 8-bit values.
+/// Reads the colour table of a palette picture. Tables of early writers hold 8-bit values.
 void fnReadPalette(TIFF* file, unsigned int count, RGBQUAD* palette) {
     std::uint16_t* channels[3] = {};
     if (!TIFFGetField(file, TIFFTAG_COLORMAP, &channels[0], &channels[1], &channels[2]))
-        throw CqPictureFailure{PICTURE_CORRUPTED};
+        throw CodecFailure{MESSAGE_CORRUPTED};
     const bool narrow = std::all_of(channels, channels + 3, [&](const std::uint16_t* channel) {
         return std::all_of(channel, channel + count, [](std::uint16_t v) { return v < 256; });
     });
@@ -181,7 +181,7 @@ void fnReadPalette(TIFF* file, unsigned int count, RGBQUAD* palette) {
     }
 }
 
-void fnAllocImage(TIFF* file, const TiffLayout& layout, CqPictureTarget& target) {
+void fnAllocImage(TIFF* file, const TiffLayout& layout, PictureTarget& target) {
     RGBQUAD palette[256] = {};
     const RGBQUAD* colors = nullptr;
     unsigned int count = 0;
@@ -205,12 +205,12 @@ void fnCheckRoom(TIFF* file, const TiffLayout& layout, std::uint64_t fileBytes) 
                          compression == COMPRESSION_ADOBE_DEFLATE;
     const std::uint64_t rowBytes = fnSampleBytes(layout.m_nWidth, layout);
     if (bounded)
-        CqPictureTarget::fnCheckRoom(fileBytes, rowBytes, layout.m_nHeight, kMaxRatio);
+        PictureTarget::fnCheckRoom(fileBytes, rowBytes, layout.m_nHeight, kMaxRatio);
     else
-        CqPictureTarget::fnCheckSparseRoom(fileBytes, rowBytes, layout.m_nHeight);
+        PictureTarget::fnCheckSparseRoom(fileBytes, rowBytes, layout.m_nHeight);
 }
 
-void fnTakeNotes(TIFF* file, CqPictureTarget& target) {
+void fnTakeNotes(TIFF* file, PictureTarget& target) {
     const char* title = nullptr;
     if (TIFFGetField(file, TIFFTAG_DOCUMENTNAME, &title) ||
         TIFFGetField(file, TIFFTAG_IMAGEDESCRIPTION, &title))
@@ -226,7 +226,7 @@ void fnTakeNotes(TIFF* file, CqPictureTarget& target) {
     }
 }
 
-/// Whether the file holds more than the image takes of its first directory.
+/// Whether the file holds more than the image does of its first directory.
 bool fnHoldsMore(TIFF* file, const TiffLayout& layout) {
     std::uint16_t orientation = ORIENTATION_TOPLEFT;
     TIFFGetFieldDefaulted(file, TIFFTAG_ORIENTATION, &orientation);
@@ -252,8 +252,8 @@ bool fnHoldsMore(TIFF* file, const TiffLayout& layout) {
            leads(TIFFTAG_EXIFIFD) || leads(TIFFTAG_GPSIFD);
 }
 
-void fnReadTiff(CqPictureInput& input, CqPictureTarget& target) {
-    CqTiffHandle file(input);
+void fnReadTiff(CodecInput& input, PictureTarget& target) {
+    TiffHandle file(input);
     const TiffLayout layout = fnReadLayout(file);
     fnCheckRoom(file, layout, input.fnGetLength());
     fnAllocImage(file, layout, target);
@@ -266,7 +266,7 @@ void fnReadTiff(CqPictureInput& input, CqPictureTarget& target) {
         file.fnFail();
 }
 
-void fnDescribePalette(TIFF* file, const CqPictureSource& source) {
+void fnDescribePalette(TIFF* file, const PictureSource& source) {
     std::uint16_t channels[3][256] = {};
     for (int i = 0; i < 256; ++i) {
         const RGBQUAD& color = source.fnGetColors()[i];
@@ -277,13 +277,13 @@ void fnDescribePalette(TIFF* file, const CqPictureSource& source) {
     TIFFSetField(file, TIFFTAG_COLORMAP, channels[0], channels[1], channels[2]);
 }
 
-std::uint32_t fnStoredRowBytes(const CqPictureSource& source) {
+std::uint32_t fnStoredRowBytes(const PictureSource& source) {
     const unsigned int bits = source.fnGetBitCount();
     return bits == 4 ? (source.fnGetWidth() + 1) / 2
                      : source.fnGetWidth() * (bits == 16 ? 3 : fnCodecBytes(bits));
 }
 
-void fnDescribe(TIFF* file, const CqPictureSource& source, const CqPictureOptions& options) {
+void fnDescribe(TIFF* file, const PictureSource& source, const CqPictureOptions& options) {
     const unsigned int bits = source.fnGetBitCount();
     const bool palette = bits <= 8 && !source.fnIsGrey();
     TIFFSetField(file, TIFFTAG_IMAGEWIDTH, source.fnGetWidth());
@@ -318,8 +318,8 @@ void fnDescribe(TIFF* file, const CqPictureSource& source, const CqPictureOption
         TIFFSetField(file, TIFFTAG_DOCUMENTNAME, source.fnGetTitle());
 }
 
-/// A row in the order of the file: alpha goes behind the colours.
-void fnFetchStored(CqPictureSource& source, std::uint32_t y, unsigned char* row,
+/// Fetches a row in the order of the file: alpha follows the colours.
+void fnFetchStored(PictureSource& source, std::uint32_t y, unsigned char* row,
                    unsigned char* stored) {
     const std::size_t width = source.fnGetWidth();
     switch (source.fnGetBitCount()) {
@@ -341,9 +341,8 @@ void fnFetchStored(CqPictureSource& source, std::uint32_t y, unsigned char* row,
     }
 }
 
-void fnWriteTiff(CqPictureOutput& output, CqPictureSource& source,
-                 const CqPictureOptions& options) {
-    CqTiffHandle file(output);
+void fnWriteTiff(CodecOutput& output, PictureSource& source, const CqPictureOptions& options) {
+    TiffHandle file(output);
     fnDescribe(file, source, options);
     const std::uint32_t height = source.fnGetHeight();
     const Bytes row = std::make_unique_for_overwrite<unsigned char[]>(source.fnGetWidth());
@@ -360,7 +359,7 @@ void fnWriteTiff(CqPictureOutput& output, CqPictureSource& source,
 
 } // namespace
 
-const CqPictureCodec kTiffCodec = {
+const PictureCodec kTiffCodec = {
     {PICTURE_TIFF, "TIFF", "tif tiff", true, true}, fnKnowsTiff, fnReadTiff, fnWriteTiff};
 
 } // namespace q32

@@ -1,7 +1,6 @@
-#include "plugins/TiffSamples.h"
-
-#include "plugins/CodecSamples.h"
-#include "plugins/PictureCodec.h"
+#include "plugins/CodecSamples_p.h"
+#include "plugins/PictureCodec_p.h"
+#include "plugins/TiffSamples_p.h"
 
 #include <tiffio.h>
 
@@ -14,14 +13,14 @@ namespace q32 {
 namespace {
 
 struct KindFacts {
-    unsigned int m_nBitCount;    ///< of the image; 0: by the samples' bits
-    unsigned int m_nUsedSamples; ///< of a pixel
+    unsigned int m_nBitCount;    ///< of the image; 0: depends on the bits per sample
+    unsigned int m_nUsedSamples; ///< per pixel
 };
 
-/// By TIFF_KIND.
+/// Indexed by TIFF_KIND.
 constexpr KindFacts kKinds[] = {{0, 1}, {8, 1}, {32, 2}, {24, 3}, {32, 4}, {24, 4}, {24, 0}};
 
-/// `extra` is the meaning of the first of `extras` samples behind the colours.
+/// `extra` is the type of the first of `extras` samples that follow the colours.
 TIFF_KIND fnKindOf(TIFF* file, const TiffLayout& layout, unsigned int extras, std::uint16_t extra) {
     const unsigned int colors = extras < layout.m_nSamples ? layout.m_nSamples - extras : 0u;
     const bool alpha = extra == EXTRASAMPLE_ASSOCALPHA || extra == EXTRASAMPLE_UNASSALPHA;
@@ -43,7 +42,7 @@ TIFF_KIND fnKindOf(TIFF* file, const TiffLayout& layout, unsigned int extras, st
     }
 }
 
-/// Alpha that isn't kept is passed over, weighed into the other samples or not.
+/// Unsupported alpha is ignored, whether or not the other samples are multiplied by it.
 void fnSetKind(TIFF* file, TiffLayout& layout) {
     std::uint16_t extras = 0;
     std::uint16_t* list = nullptr;
@@ -62,7 +61,7 @@ bool fnIsPlainSample(TIFF* file, std::uint16_t bits) {
     return whole && (bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16);
 }
 
-/// JPEG data is turned into plain colours by its own decoder.
+/// Has libtiff's JPEG decoder convert to RGB.
 void fnAskForRgb(TIFF* file, TiffLayout& layout) {
     std::uint16_t compression = COMPRESSION_NONE;
     TIFFGetFieldDefaulted(file, TIFFTAG_COMPRESSION, &compression);
@@ -87,7 +86,7 @@ TiffLayout fnReadLayout(TIFF* file) {
     std::uint16_t planes = PLANARCONFIG_CONTIG;
     if (!TIFFGetField(file, TIFFTAG_IMAGEWIDTH, &layout.m_nWidth) ||
         !TIFFGetField(file, TIFFTAG_IMAGELENGTH, &layout.m_nHeight))
-        throw CqPictureFailure{PICTURE_CORRUPTED};
+        throw CodecFailure{MESSAGE_CORRUPTED};
     TIFFGetFieldDefaulted(file, TIFFTAG_BITSPERSAMPLE, &layout.m_nBits);
     TIFFGetFieldDefaulted(file, TIFFTAG_SAMPLESPERPIXEL, &layout.m_nSamples);
     TIFFGetFieldDefaulted(file, TIFFTAG_PLANARCONFIG, &planes);
@@ -102,7 +101,7 @@ TiffLayout fnReadLayout(TIFF* file) {
         layout.m_nTileHeight = std::min(layout.m_nTileHeight, layout.m_nHeight);
     }
     if (layout.m_nTileWidth == 0 || layout.m_nTileHeight == 0 || layout.m_nSamples == 0)
-        throw CqPictureFailure{PICTURE_CORRUPTED};
+        throw CodecFailure{MESSAGE_CORRUPTED};
 
     if (TIFFGetField(file, TIFFTAG_PHOTOMETRIC, &layout.m_nPhotometric) &&
         fnIsPlainSample(file, layout.m_nBits)) {
@@ -111,11 +110,11 @@ TiffLayout fnReadLayout(TIFF* file) {
     }
     char reason[1024] = {};
     if (layout.m_eKind == TIFF_OTHER && !TIFFRGBAImageOK(file, reason))
-        throw CqPictureFailure{PICTURE_UNSUPPORTED};
+        throw CodecFailure{MESSAGE_UNSUPPORTED};
     return layout;
 }
 
-void CqTiffSamples::fnWiden(const unsigned char* in, std::size_t count) {
+void TiffSamples::fnWiden(const unsigned char* in, std::size_t count) {
     m_Bytes.resize(count);
     const unsigned int bits = m_Layout.m_nBits;
     if (bits == 16) {
@@ -134,16 +133,16 @@ void CqTiffSamples::fnWiden(const unsigned char* in, std::size_t count) {
     }
 }
 
-/// What turns colour samples whose 0 is the lightest into light: all bits, else none.
-unsigned int CqTiffSamples::fnFlip() const {
+/// The mask that inverts colour samples whose 0 is the lightest: 0xFF, else 0.
+unsigned int TiffSamples::fnFlip() const {
     return m_Layout.m_nPhotometric == PHOTOMETRIC_MINISWHITE || m_Layout.m_eKind == TIFF_CMYK
                ? 0xFFu
                : 0u;
 }
 
-/// Puts one sample of each pixel in its place; `step` is the way to the next pixel's.
-void CqTiffSamples::fnPlace(const unsigned char* samples, std::size_t step, unsigned int plane,
-                            std::size_t count, unsigned char* pixels) const {
+/// Stores one sample per pixel in its channel; `step` is the distance between samples in bytes.
+void TiffSamples::fnPlace(const unsigned char* samples, std::size_t step, unsigned int plane,
+                          std::size_t count, unsigned char* pixels) const {
     const std::size_t width = fnCodecBytes(m_Layout.fnBitCount());
     const bool withAlpha = width == 4;
     const bool isAlpha = withAlpha && plane + 1 == m_Layout.fnUsedSamples();
@@ -163,9 +162,9 @@ void CqTiffSamples::fnPlace(const unsigned char* samples, std::size_t step, unsi
     }
 }
 
-/// Takes the weight of alpha out of the colours again. It lies on the samples as they are stored,
-/// so also where their 0 is white.
-void CqTiffSamples::fnFinish(std::size_t count, unsigned char* pixels) const {
+/// Divides premultiplied colours by alpha. Alpha was applied to the samples as stored, so also
+/// where their 0 is white.
+void TiffSamples::fnFinish(std::size_t count, unsigned char* pixels) const {
     if (!m_Layout.m_bPremultiplied)
         return;
     assert(fnCodecBytes(m_Layout.fnBitCount()) == 4);
@@ -180,15 +179,15 @@ void CqTiffSamples::fnFinish(std::size_t count, unsigned char* pixels) const {
     }
 }
 
-void CqTiffSamples::fnConvert(const unsigned char* in, std::size_t count, unsigned char* out) {
+void TiffSamples::fnConvert(const unsigned char* in, std::size_t count, unsigned char* out) {
     fnWiden(in, count * m_Layout.m_nSamples);
     for (unsigned int plane = 0; plane < m_Layout.fnUsedSamples(); ++plane)
         fnPlace(m_Bytes.data() + plane, m_Layout.m_nSamples, plane, count, out);
     fnFinish(count, out);
 }
 
-void CqTiffSamples::fnConvertPlane(const unsigned char* in, unsigned int plane, std::size_t count,
-                                   unsigned char* pixels) {
+void TiffSamples::fnConvertPlane(const unsigned char* in, unsigned int plane, std::size_t count,
+                                 unsigned char* pixels) {
     fnWiden(in, count);
     fnPlace(m_Bytes.data(), 1, plane, count, pixels);
     if (plane + 1 == m_Layout.fnUsedSamples())

@@ -1,9 +1,9 @@
 #include "plugins/WaveFile.h"
 
-#include "plugins/CqPictureInput.h"
-#include "plugins/CqPictureOutput.h"
-#include "plugins/CqPictureTarget.h"
-#include "plugins/PictureCodec.h"
+#include "plugins/CodecInput_p.h"
+#include "plugins/CodecOutput_p.h"
+#include "plugins/PictureCodec_p.h"
+#include "plugins/PictureTarget_p.h"
 #include "q32Base/sound/CqWave.h"
 
 #include <algorithm>
@@ -18,19 +18,19 @@ static_assert(std::endian::native == std::endian::little, "the records are used 
 
 constexpr WORD kPcm = 1;
 constexpr WORD kExtensible = 0xFFFE;
-/// The kind of an extensible format: the plain tag, and what follows it in each.
+/// The subformat of an extensible format: the plain PCM tag and the fixed rest of the GUID.
 constexpr unsigned char kPcmKind[16] = {1,    0, 0, 0,    0, 0,    0x10, 0,
                                         0x80, 0, 0, 0xAA, 0, 0x38, 0x9B, 0x71};
 constexpr std::uint32_t kFormatBytes = 16;
 constexpr std::uint32_t kExtensibleBytes = 40;
 constexpr std::uint32_t kKindAt = 24;
-/// Bytes of samples that are read between two looks at the host's progress object.
+/// Bytes of samples read between two progress reports.
 constexpr std::uint32_t kPiece = 256 * 1024;
 
-/// The head of the file and of each chunk.
+/// The header of the file and of each chunk.
 struct ChunkHead {
     char m_Id[4];
-    std::uint32_t m_nSize; ///< of what follows, without the byte that makes it even
+    std::uint32_t m_nSize; ///< of the data that follows, without the padding byte
 
     bool fnIs(const char* id) const { return std::memcmp(m_Id, id, 4) == 0; }
 };
@@ -40,28 +40,28 @@ struct FileHead {
     char m_Kind[4] = {};
 };
 
-/// A file without chunks of other kinds, up to its samples.
+/// The headers of a file that is written, up to its samples.
 struct PlainHead {
     FileHead m_File;
     ChunkHead m_FormatHead = {};
-    unsigned char m_Format[kFormatBytes] = {}; ///< the format's fields up to the bits
+    unsigned char m_Format[kFormatBytes] = {}; ///< the format's fields up to the bits per sample
     ChunkHead m_DataHead = {};
 };
 static_assert(sizeof(PlainHead) == 44);
 
-/// Where the parts of a sound lie in its file.
+/// The format and location of the samples in a file.
 struct Found {
     WAVEFORMATEX m_Format = {};
     bool m_bHasFormat = false;
-    std::uint64_t m_nSamplesAt = 0; ///< 0: none
+    std::uint64_t m_nSamplesAt = 0; ///< file offset; 0: none
     std::uint32_t m_nSize = 0;
 };
 
-[[noreturn]] void fnFail(PICTURE_MESSAGE message) {
-    throw CqPictureFailure{message};
+[[noreturn]] void fnFail(CQ_MESSAGE message) {
+    throw CodecFailure{message};
 }
 
-/// Whether the frames of a format are as many samples of 8 or 16 bits as it has channels.
+/// Whether the block size is that of one frame, at the format's bits and channels.
 bool fnAgrees(const WAVEFORMATEX& format) {
     return format.nChannels != 0 && format.nSamplesPerSec != 0 &&
            format.nBlockAlign == format.nChannels * format.wBitsPerSample / 8;
@@ -71,24 +71,24 @@ bool fnHasKnownDepth(const WAVEFORMATEX& format) {
     return format.wBitsPerSample == 8 || format.wBitsPerSample == 16;
 }
 
-void fnReadHead(CqPictureInput& input) {
+void fnReadHead(CodecInput& input) {
     if (input.fnGetLength() == 0)
-        fnFail(PICTURE_EMPTY);
+        fnFail(MESSAGE_EMPTY);
     FileHead head;
     const std::size_t count = input.fnRead(&head, sizeof head);
     if (input.fnHasFailed())
-        fnFail(PICTURE_CANNOT_READ);
+        fnFail(MESSAGE_CANNOT_READ);
     if (count < sizeof head.m_Riff || !head.m_Riff.fnIs("RIFF"))
-        fnFail(PICTURE_UNSUPPORTED);
+        fnFail(MESSAGE_UNSUPPORTED);
     if (count < sizeof head)
-        fnFail(PICTURE_CORRUPTED);
+        fnFail(MESSAGE_CORRUPTED);
     if (std::memcmp(head.m_Kind, "WAVE", 4) != 0)
-        fnFail(PICTURE_UNSUPPORTED);
+        fnFail(MESSAGE_UNSUPPORTED);
 }
 
-WAVEFORMATEX fnReadFormat(CqPictureInput& input, std::uint32_t size) {
+WAVEFORMATEX fnReadFormat(CodecInput& input, std::uint32_t size) {
     if (size < kFormatBytes)
-        fnFail(PICTURE_CORRUPTED);
+        fnFail(MESSAGE_CORRUPTED);
     unsigned char bytes[kExtensibleBytes] = {};
     fnReadExactly(input, bytes, std::min(size, kExtensibleBytes));
     WAVEFORMATEX format = {};
@@ -97,15 +97,15 @@ WAVEFORMATEX fnReadFormat(CqPictureInput& input, std::uint32_t size) {
         std::memcmp(bytes + kKindAt, kPcmKind, sizeof kPcmKind) == 0)
         format.wFormatTag = kPcm;
     if (format.wFormatTag != kPcm || !fnHasKnownDepth(format))
-        fnFail(PICTURE_UNSUPPORTED);
+        fnFail(MESSAGE_UNSUPPORTED);
     if (!fnAgrees(format))
-        fnFail(PICTURE_CORRUPTED);
+        fnFail(MESSAGE_CORRUPTED);
     return format;
 }
 
-/// Walks the chunks until format and samples are found. The size that the file's head tells is not
-/// looked at: many writers don't know it.
-Found fnWalk(CqPictureInput& input) {
+/// Walks the chunks until format and samples are found. The size in the file's header is ignored:
+/// many writers don't set it.
+Found fnWalk(CodecInput& input) {
     Found found;
     while (!found.m_bHasFormat || found.m_nSamplesAt == 0) {
         ChunkHead chunk;
@@ -116,7 +116,7 @@ Found fnWalk(CqPictureInput& input) {
             found.m_bHasFormat = true;
         } else if (chunk.fnIs("data") && found.m_nSamplesAt == 0) {
             if (chunk.m_nSize > input.fnGetLength() - at)
-                fnFail(PICTURE_CORRUPTED);
+                fnFail(MESSAGE_CORRUPTED);
             found.m_nSamplesAt = at;
             found.m_nSize = chunk.m_nSize;
         }
@@ -125,9 +125,9 @@ Found fnWalk(CqPictureInput& input) {
     return found;
 }
 
-void fnReadSamples(CqPictureInput& input, unsigned char* out, std::uint32_t size,
+void fnReadSamples(CodecInput& input, unsigned char* out, std::uint32_t size,
                    CqPictureProgress* progress) {
-    CqPictureSteps steps(progress);
+    PictureSteps steps(progress);
     steps.fnTell(0, size);
     for (std::uint32_t done = 0; done < size;) {
         const std::uint32_t count = std::min(kPiece, size - done);
@@ -141,12 +141,12 @@ void fnReadSamples(CqPictureInput& input, unsigned char* out, std::uint32_t size
 
 CqWaveFileResult q32ReadWave(const char* path, CqWave& wave, CqPictureProgress* progress) {
     return fnRunOnFile(path, [&] {
-        CqPictureInput input(path);
+        CodecInput input(path);
         fnReadHead(input);
         const Found found = fnWalk(input);
         const std::uint32_t frames = found.m_nSize / found.m_Format.nBlockAlign;
         if (frames == 0)
-            fnFail(PICTURE_EMPTY);
+            fnFail(MESSAGE_EMPTY);
         CqWave fresh(found.m_Format.nChannels, found.m_Format.wBitsPerSample,
                      found.m_Format.nSamplesPerSec, frames, false);
         input.fnSeek(found.m_nSamplesAt);
@@ -160,11 +160,11 @@ CqWaveFileResult q32WriteWave(const char* path, const CqWave& wave) {
         WAVEFORMATEX format = wave.fnGetFormat();
         const std::uint32_t size = wave.fnGetFrameCount() * format.nBlockAlign;
         if (size == 0)
-            fnFail(PICTURE_EMPTY);
+            fnFail(MESSAGE_EMPTY);
         const std::uint64_t fileSize = sizeof(PlainHead) + std::uint64_t{size} + (size & 1);
         if (format.wFormatTag != kPcm || !fnHasKnownDepth(format) || !fnAgrees(format) ||
             fileSize - sizeof(ChunkHead) > 0xFFFFFFFFu)
-            fnFail(PICTURE_UNSUPPORTED);
+            fnFail(MESSAGE_UNSUPPORTED);
         format.nAvgBytesPerSec = format.nBlockAlign * format.nSamplesPerSec;
         PlainHead head;
         head.m_File = {
@@ -173,7 +173,7 @@ CqWaveFileResult q32WriteWave(const char* path, const CqWave& wave) {
         head.m_FormatHead = {{'f', 'm', 't', ' '}, kFormatBytes};
         std::memcpy(head.m_Format, &format, kFormatBytes);
         head.m_DataHead = {{'d', 'a', 't', 'a'}, size};
-        CqPictureOutput output(path);
+        CodecOutput output(path);
         output.fnWrite(&head, sizeof head);
         output.fnWrite(wave.fnGetBuffer(), size);
         output.fnWrite("", size & 1);

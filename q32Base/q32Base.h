@@ -24,6 +24,7 @@
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/messages/CqErrCallback.h"
 #include "q32Base/messages/Messages.h"
+#include "q32Base/messages/ReportMemory.h"
 #include "q32Base/module/Module.h"
 #include "q32Base/operations/CqConvMask.h"
 #include "q32Base/platform/CqPlatform.h"

@@ -1,4 +1,4 @@
-// Anti-Grain Geometry: look-ups and merges. Its lines are in AggPeer.
+// Anti-Grain Geometry: look-ups and merges. For its lines see AggPeer.
 
 #include "Picture.h"
 
@@ -10,7 +10,7 @@
 
 namespace {
 
-/// One look-up a channel, by the library's own walk over all pixels.
+/// One look-up per channel, by that library's own loop over all pixels.
 void fnThreeTables(benchmark::State& state) {
     auto bytes = fnPicture(3);
     agg::rendering_buffer buffer(bytes.data(), kWidth, kHeight, kWidth * 3);
@@ -29,7 +29,7 @@ void fnThreeTables(benchmark::State& state) {
     fnReport(state);
 }
 
-/// Rows of colours of 32 bits laid over 24 bits, each pixel weighed by its alpha.
+/// Rows of 32-bit colours laid over 24 bits, each pixel weighted by its alpha.
 void fnMergeAlpha(benchmark::State& state) {
     auto bytes = fnPicture(3);
     auto over = fnPicture(4);
@@ -44,7 +44,7 @@ void fnMergeAlpha(benchmark::State& state) {
     fnReport(state);
 }
 
-/// The same with opaque colours, weighed by a mask of 8 bits.
+/// The same with opaque colours, weighted by an 8-bit mask.
 void fnMergeMask(benchmark::State& state) {
     auto bytes = fnPicture(3);
     auto weights = fnPicture(1);

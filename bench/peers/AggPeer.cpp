@@ -1,4 +1,4 @@
-// Anti-Grain Geometry: curves subdivided, primitive lines drawn.
+// Anti-Grain Geometry: subdivides curves, draws primitive lines.
 
 #include "Curves.h"
 
@@ -15,7 +15,7 @@
 
 namespace {
 
-/// Subdivides to within half of 1 / scale.
+/// Subdivides to within 0.5 / scale.
 void fnTessellate(benchmark::State& state, double tolerance) {
     const auto curves = Coordinates(1000.0).fnFigures<8>(100000);
     agg::curve4_div divided;

@@ -9,8 +9,8 @@
 /// The image that lines and curves are drawn into.
 inline constexpr int kImageSize = 2000;
 
-/// Coordinates of random figures, from 0 to `range`: x and y of each point in turn. The same
-/// numbers as GeometryBench's.
+/// Coordinates of random figures, from 0 to `range`: x and y of each point alternate. The same
+/// numbers as in GeometryBench.
 class Coordinates {
 public:
     explicit Coordinates(double range) : m_Number(0.0, range) {}
@@ -30,6 +30,7 @@ private:
     std::uniform_real_distribution<double> m_Number;
 };
 
+/// Reports `perPass` items per iteration as a rate.
 inline void fnTellRate(benchmark::State& state, const char* name, double perPass) {
     state.counters[name] = benchmark::Counter(perPass * static_cast<double>(state.iterations()),
                                               benchmark::Counter::kIsRate);

@@ -1,5 +1,5 @@
-// lib2geom: crossings of cubics with vertical lines, by its own root finder; and the closed form
-// that skips nothing, as anybody would write it.
+// lib2geom: intersections of cubics with vertical lines, by its own root finder; and the
+// straightforward closed form without early exits.
 
 #include "Curves.h"
 
@@ -40,7 +40,7 @@ void fnLib2geom(benchmark::State& state) {
     fnTellRate(state, "curves", static_cast<double>(curves.size()));
 }
 
-/// y where the cubic with the x's of `c` meets x, summed up.
+/// The sum of y where the cubic with the x coordinates `c` meets x.
 double fnCrossingsOf(const std::array<double, 8>& c, double x) {
     const double a3 = c[6] - c[0] + 3.0 * (c[2] - c[4]);
     const double a = 3.0 * (c[0] - 2.0 * c[2] + c[4]) / a3;

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// @param fresh  into a new block each time, as the library's conversions have it
+/// @param fresh  allocates a new block each time, like the library's conversions
 void fnCvtColor(benchmark::State& state, int code, int sourceType, bool fresh) {
     cv::setNumThreads(1);
     auto bytes = fnPicture(static_cast<int>(CV_ELEM_SIZE(sourceType)));
@@ -67,7 +67,7 @@ BENCHMARK_CAPTURE(fnCvtColor, Bgr565ToRgb_fnConvert_16_24, cv::COLOR_BGR5652RGB,
 BENCHMARK_CAPTURE(fnCvtColor, Bgr565ToRgb_fresh_fnConvert_16_24, cv::COLOR_BGR5652RGB, CV_8UC2,
                   true);
 
-/// @param reuse  into one block, which is touched; else into a new one each time
+/// @param reuse  into one block whose pages are touched; otherwise into a new one each time
 void fnResize(benchmark::State& state, int type, cv::Size from, cv::Size to, int method,
               bool reuse) {
     cv::setNumThreads(1);
@@ -84,7 +84,7 @@ void fnResize(benchmark::State& state, int type, cv::Size from, cv::Size to, int
     fnReport(state, larger.width, larger.height);
 }
 
-// Its cubic filter does not widen when reducing: four samples an axis, against the twelve here.
+// Its cubic filter does not widen when reducing: four samples per axis, against twelve here.
 const cv::Size kWhole(kWidth, kHeight);
 BENCHMARK_CAPTURE(fnResize, fnResample_24_times_4_cubic, CV_8UC3, cv::Size(1000, 750), kWhole,
                   cv::INTER_CUBIC, true);

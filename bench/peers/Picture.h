@@ -6,11 +6,11 @@
 #include <cstdint>
 #include <vector>
 
-/// The picture that peers and library work on.
+/// The size of the picture used by peers and library.
 inline constexpr int kWidth = 4000;
 inline constexpr int kHeight = 3000;
 
-/// Random bytes of a picture, touched, so that no case pays for fresh pages.
+/// A picture's random bytes, touched so that no case pays for page faults.
 inline std::vector<std::uint8_t> fnPicture(int bytesPerPixel, int width = kWidth,
                                            int height = kHeight) {
     std::vector<std::uint8_t> bytes(static_cast<std::size_t>(width) *
@@ -24,7 +24,7 @@ inline std::vector<std::uint8_t> fnPicture(int bytesPerPixel, int width = kWidth
     return bytes;
 }
 
-/// Pixels a second.
+/// Pixels per second.
 inline void fnReport(benchmark::State& state, int width = kWidth, int height = kHeight) {
     state.SetItemsProcessed(state.iterations() * std::int64_t{width} * height);
 }

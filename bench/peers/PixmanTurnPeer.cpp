@@ -7,7 +7,7 @@
 
 namespace {
 
-/// A place for a picture; pixman's rows are whole words.
+/// Memory for a picture; pixman's rows are complete words.
 struct Place {
     std::vector<std::uint32_t> words;
     pixman_image_t* image;

@@ -1,4 +1,4 @@
-// Qt. It forms some of its sums in threads of a pool, so that the processor time of all is counted.
+// Qt. It runs some work in a thread pool, so the processor time of all threads is counted.
 
 #include "Picture.h"
 
@@ -51,7 +51,7 @@ void fnResize(benchmark::State& state, QImage::Format format, int bytes, int wid
     fnReport(state, width > kWidth ? width : kWidth, height > kHeight ? height : kHeight);
 }
 
-// Its smooth reduction is a mean of areas.
+// Its smooth reduction is an area mean.
 BENCHMARK_CAPTURE(fnResize, fnResample_32_third, QImage::Format_RGB32, 4, 1333, 1000,
                   Qt::SmoothTransformation)
     ->MeasureProcessCPUTime();

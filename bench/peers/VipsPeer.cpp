@@ -1,5 +1,5 @@
-// libvips, one worker thread, its cache of results off. The real time counts, since the worker does
-// the work.
+// libvips, one worker thread, with its result cache disabled. Real time is measured, since the
+// worker does the work.
 
 #include "Picture.h"
 
@@ -13,7 +13,7 @@ VipsImage* fnSource(std::vector<std::uint8_t>& bytes, int width, int height, int
                                       VIPS_FORMAT_UCHAR);
 }
 
-/// Works the picture out into a new block.
+/// Evaluates the picture into a new block.
 void fnWorkOut(VipsImage* lazy) {
     VipsImage* done = lazy ? vips_image_copy_memory(lazy) : nullptr;
     if (!done)

@@ -1,5 +1,5 @@
-// zimg, one thread: planes of 8 bits through the filter of Mitchell and Netravali. A picture of 24
-// bits counts as three planes; taking it apart and joining it again isn't measured.
+// zimg, one thread: 8-bit planes through the filter of Mitchell and Netravali. A picture of 24 bits
+// counts as three planes; splitting and rejoining it isn't measured.
 
 #include "Picture.h"
 
@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t kAlign = 64;
 
-/// A plane with aligned rows, touched.
+/// A plane with aligned rows and touched pages.
 struct Plane {
     std::ptrdiff_t stride;
     std::uint8_t* pixels;

@@ -25,7 +25,7 @@ constexpr char kUsage[] = "usage: darkroom [picture]\n"
                           "\n"
                           "Opens a PNG, JPEG, TIFF or BMP picture of any size for editing.\n";
 
-/// Deletes the scratch files that a run which was killed has left.
+/// Deletes the scratch files left behind by a run that was killed.
 void fnSweepScratch() {
     std::vector<std::string> folders;
     for (unsigned int i = 0; i < CqVMPolicy::kDisks; ++i)
@@ -51,7 +51,8 @@ int fnRun(QApplication& application, CqQtWindows& windows, const darkroom::HostS
 int main(int count, char** arguments) {
     QApplication application(count, arguments);
     QApplication::setApplicationName("darkroom");
-    std::setlocale(LC_NUMERIC, "C"); // the application took the user's; dumps have decimal points
+    std::setlocale(LC_NUMERIC, "C"); // the application adopted the user's locale; dumps have
+                                     // decimal points
     const QStringList words = QApplication::arguments();
     const bool help = words.contains("--help");
     if (help || words.size() > 2) {

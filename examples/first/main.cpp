@@ -1,4 +1,4 @@
-// Makes a picture in which red grows to the right and green downward, and reads its corner back.
+// Makes a picture with red increasing to the right and green downwards; reads its corner back.
 #include "platforms/headless/headless.h"
 #include "q32Base/q32Base.h"
 
@@ -16,11 +16,11 @@ int main() {
                 line.fnSetPixelColor(x, CqColor(static_cast<unsigned char>(x),
                                                 static_cast<unsigned char>(y), 128, 255));
         }
-        line.fnUnAssociate(); // the last row goes back into its tiles
+        line.fnUnAssociate(); // writes the last row back to its tiles
 
         const CqColor corner = image.fnGetPixelColor(255, 255);
         std::printf("%u tiles; the last pixel is %d, %d, %d\n", image.TileCount, corner.m_Red,
                     corner.m_Green, corner.m_Blue);
-    } // images go before the library stops
+    } // images must be destroyed before the library shuts down
     q32Detach();
 }

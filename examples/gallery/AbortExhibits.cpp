@@ -1,4 +1,4 @@
-// What Esc leaves of a picture.
+// The state of a picture after Esc.
 #include "examples/gallery/Displays.h"
 #include "examples/gallery/Exhibits.h"
 

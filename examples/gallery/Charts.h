@@ -1,13 +1,12 @@
-/// @file
-/// Test charts, on which a fault of resampling or rotation strikes the eye. All are of 24 bits and
-/// 1200 x 900 pixels, but for the last. Raise the memory exception.
+/// @file Test charts on which errors of resampling or rotation are easy to see. All have 24 bits
+/// and 1200 x 900 pixels, except the last. They raise the memory exception.
 #pragma once
 
 #include "q32Base/image/CqImage.h"
 
 /// Black lines, one pixel wide, from one point in all directions, in a frame one pixel wide.
 void fnMakeLineChart(CqImage& image);
-/// Rings that become ever finer outward, up to the finest that pixels can carry at the left and
+/// Rings that become finer outwards, up to the finest that pixels can represent at the left and
 /// right.
 void fnMakeRingChart(CqImage& image);
 /// 400 x 300: a grid of lines one pixel wide, 20 pixels apart, and a frame.

@@ -1,4 +1,4 @@
-// Where curves and polylines cross lines.
+// Intersections of curves and polylines with lines.
 #include "examples/gallery/CurveDrawing.h"
 #include "examples/gallery/Exhibits.h"
 #include "q32Base/geometry/CqQuadBezier2D.h"
@@ -9,14 +9,15 @@
 
 namespace {
 
-constexpr int kChords = 64; ///< by which a quadratic curve is drawn
+constexpr int kChords = 64; ///< with which a quadratic curve is drawn
 
 CqCubicBezier2D fnWave() {
     return CqCubicBezier2D(CqPoint2D(20.0, 170.0), CqPoint2D(190.0, -210.0),
                            CqPoint2D(210.0, 510.0), CqPoint2D(380.0, 130.0), 1);
 }
 
-/// Marks each of `count` crossings, whose places `place` tells, and notes their parameters.
+/// Marks each of `count` intersections at the positions that `place` returns, and notes their
+/// parameters.
 template <typename Place>
 void fnMark(Easel& easel, int count, const double* values, Place place) {
     easel.m_Note = "t =";
@@ -76,7 +77,7 @@ void fnCrossQuadratic(Easel& easel) {
     fnMark(easel, count, t, [&](int i) { return CqPoint2D(x[i], kY); });
 }
 
-/// A flattened wave, crossed by vertical lines.
+/// A flattened wave, intersected by vertical lines.
 void fnCrossPolyline(Easel& easel) {
     fnDim(easel.m_Picture);
     CqPolyline2D polyline;

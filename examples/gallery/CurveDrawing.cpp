@@ -23,7 +23,7 @@ void fnDrawSquare(CqImage& image, const CqPoint2D& point, const CqColor& color) 
 
 void fnDrawRing(CqImage& image, const CqPoint2D& point, const CqColor& color) {
     constexpr double kRadius = 5;
-    constexpr double kArm = 0.5523 * kRadius; // of a curve that is nearly a quarter of a circle
+    constexpr double kArm = 0.5523 * kRadius; // of a curve that approximates a quarter circle
     CqCubicBezier2D quarter(point + CqPoint2D(kRadius, 0.0), point + CqPoint2D(kRadius, kArm),
                             point + CqPoint2D(kArm, kRadius), point + CqPoint2D(0.0, kRadius), 1);
     const CqMatrix2D turn(point, 1, 1, 90, 0, 0);

@@ -1,5 +1,4 @@
-/// @file
-/// Curves and what belongs to them, drawn by the library's rasterizers.
+/// @file Curves and their control points, drawn by the library's rasterizers.
 #pragma once
 
 #include "q32Base/geometry/CqCubicBezier2D.h"
@@ -13,14 +12,14 @@ extern const CqColor kPolygonColor;
 extern const CqColor kMarkColor;
 extern const CqColor kSecondColor;
 
-/// Darkens a photograph, so that lines of one pixel can be seen on it.
+/// Darkens a photograph, so that lines of one pixel are visible on it.
 void fnDim(CqImage& image);
-/// A line from point to point.
+/// Draws lines from point to point.
 void fnDrawChain(CqImage& image, std::span<const CqPoint2D> points, const CqColor& color);
 /// A square of 5 x 5 pixels around a point, and a ring of 11 x 11.
 void fnDrawSquare(CqImage& image, const CqPoint2D& point, const CqColor& color);
 void fnDrawRing(CqImage& image, const CqPoint2D& point, const CqColor& color);
-/// The polygon of the control points, its corners, and the curve on top.
+/// Draws the control polygon, its corners, and the curve on top.
 void fnDrawWithPolygon(CqImage& image, CqCubicBezier2D curve);
-/// A polyline with its vertices.
+/// Draws a polyline and its vertices.
 void fnDrawPolyline(CqImage& image, const CqPolyline2D& polyline, const CqColor& color);

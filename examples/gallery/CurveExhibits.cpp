@@ -1,4 +1,4 @@
-// Curves with their control polygons, their flattenings, parts and tangents.
+// Curves with their control polygons, flattenings, parts and tangents.
 #include "examples/gallery/CurveDrawing.h"
 #include "examples/gallery/ExhibitPictures.h"
 #include "examples/gallery/Exhibits.h"
@@ -22,7 +22,7 @@ void fnShow(Easel& easel) {
     fnDrawWithPolygon(easel.m_Picture, fnCurve(POINTS));
 }
 
-/// A piece of what `fnShow` draws, ten times as large.
+/// Part of what `fnShow` draws, ten times as large.
 void fnShowClose(Easel& easel) {
     fnShow<kWave>(easel);
     fnCut(easel.m_Picture, CRect(CPoint(140, 125), CSize(40, 30)));
@@ -55,7 +55,7 @@ void fnSplit(CqImage& image, CqCubicBezier2D curve, int depth, bool second) {
     fnSplit(image, right, depth - 1, true);
 }
 
-/// A comb of first derivatives, turned by 90 degrees so that they stand clear of the curve.
+/// A comb of first derivatives, rotated by 90 degrees so that they are clear of the curve.
 void fnShowDerivatives(Easel& easel) {
     fnDim(easel.m_Picture);
     CqCubicBezier2D curve = fnCurve(kLoop);
@@ -81,7 +81,7 @@ void fnShowCutAt(Easel& easel) {
     fnDrawSquare(easel.m_Picture, right.m_Points[0], kMarkColor);
 }
 
-/// One curve, turned about the middle by a matrix, 36 times.
+/// One curve, rotated 36 times about the centre by a matrix.
 void fnShowRosette(Easel& easel) {
     fnDim(easel.m_Picture);
     const CqPoint2D middle(200, 150);

@@ -5,7 +5,7 @@
 #include "examples/gallery/Terminal.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
-/// Shows an operation's percentages on the terminal's line.
+/// Shows an operation's percentages on the terminal line.
 class LineDisplay : public CqProgressDisplay {
 public:
     explicit LineDisplay(ProgressLine& line) : CqProgressDisplay(false), m_Line(line) {}
@@ -15,7 +15,7 @@ public:
         if (aborted)
             *aborted = m_bAborted;
     }
-    /// After an operation: throws Aborted if it was stopped.
+    /// To be called after an operation: throws Aborted if it was aborted.
     void fnEnd() const {
         if (fnWasAborted())
             throw Aborted();
@@ -25,7 +25,7 @@ private:
     ProgressLine& m_Line;
 };
 
-/// Has an operation stop, as Esc does, when it reports a percentage or more.
+/// Aborts an operation, as Esc does, when it reports at least a given percentage.
 class StopDisplay : public CqProgressDisplay {
 public:
     explicit StopDisplay(unsigned int percent) : CqProgressDisplay(false), m_nStop(percent) {}

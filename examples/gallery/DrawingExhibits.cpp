@@ -1,4 +1,4 @@
-// Lines, and regions cut out by a key colour.
+// Lines, and regions made by a key colour.
 #include "examples/gallery/ExhibitPictures.h"
 #include "examples/gallery/Exhibits.h"
 #include "examples/gallery/Outline.h"
@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Lines from one point to all sides; those that leave the picture are cut.
+/// Lines from one point in all directions; those that leave the picture are clipped.
 void fnDrawFan(CqImage& image, const CqColor& color) {
     for (int x = -40; x <= 440; x += 20) {
         image.fnDrawLine(200, 150, x, -10, color, false);
@@ -19,7 +19,7 @@ void fnDrawFan(CqImage& image, const CqColor& color) {
     }
 }
 
-/// Straight lines whose hull is a curve, in four corners.
+/// Straight lines whose envelope is a curve, in four corners.
 void fnDrawHull(CqImage& image, const CqColor& color) {
     for (int i = 0; i <= 20; ++i) {
         image.fnDrawLine(20 * i, 0, 0, 300 - 15 * i, color, false);
@@ -27,8 +27,8 @@ void fnDrawHull(CqImage& image, const CqColor& color) {
     }
 }
 
-/// Makes a photograph black and white, and even enough for a region of large parts: what is
-/// reduced and enlarged again has lost its grain.
+/// Makes a photograph black and white, and smooth enough for a region of large parts: reducing and
+/// enlarging it removes the grain.
 void fnMakeKey(CqImage& image) {
     fnToGrey(image);
     image.fnResample(kSceneWidth / 4, kSceneHeight / 4, true, nullptr);

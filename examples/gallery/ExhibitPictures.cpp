@@ -6,11 +6,10 @@
 
 namespace {
 
-constexpr int kLevels = 6; ///< of each channel in the palette of 216 colours
+constexpr int kLevels = 6; ///< per channel, in the palette of 216 colours
 
-/// Carries a picture over to storage of another depth, which it then takes over: pixels are read in
-/// one order, and `change(pixels, count, x, y)` makes those of the other order out of them, in
-/// place.
+/// Moves a picture to storage of another depth: pixels are read in one order of bytes, and
+/// `change(pixels, count, x, y)` converts them in place to the other one.
 template <typename Change>
 void fnNarrow(CqImage& image, PIXEL_ORDER read, CqImage& target, PIXEL_ORDER written,
               const Change& change) {
@@ -50,7 +49,7 @@ void fnDither(unsigned char* pixels, unsigned int count, unsigned int x, unsigne
 
 void fnToGrey(CqImage& image) {
     CqImage target(image.Width, image.Height, 8, q32GreyRamp, 256);
-    fnNarrow(image, PIXEL_GREY8, target, PIXEL_STORED, fnKeep); // the index is the grey
+    fnNarrow(image, PIXEL_GREY8, target, PIXEL_STORED, fnKeep); // the index is the grey level
 }
 
 void fnToIndexed(CqImage& image) {

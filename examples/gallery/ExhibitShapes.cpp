@@ -5,7 +5,7 @@
 
 namespace {
 
-/// Makes a square mask, with weights by a rule of (x, y).
+/// Makes a square mask whose weights are a function of (x, y).
 template <typename Weight>
 void fnMakeSquare(CqMask& mask, const CPoint& corner, int side, Weight weight) {
     mask.fnAlloc(static_cast<unsigned int>(side), static_cast<unsigned int>(side));
@@ -23,7 +23,7 @@ void fnMakeSquare(CqMask& mask, const CPoint& corner, int side, Weight weight) {
 void fnMakeDisc(CqMask& mask, const CPoint& corner, int core, int edge) {
     fnMakeSquare(mask, corner, 2 * edge, [core, edge](int x, int y) {
         const double distance = std::hypot(x + 0.5 - edge, y + 0.5 - edge);
-        const double fade = std::max<double>(edge - core, 1e-9); // a step when they are the same
+        const double fade = std::max<double>(edge - core, 1e-9); // a step when they are equal
         return static_cast<int>(255 * std::clamp((edge - distance) / fade, 0.0, 1.0));
     });
 }

@@ -1,6 +1,5 @@
-/// @file
-/// The tables that the pages are made from. An exhibit is a row of steps that all begin with the
-/// same picture; a step does something to its copy, and what comes of it is hung.
+/// @file The tables from which the pages are made. An exhibit is a row of steps that all begin with
+/// the same picture; each step modifies its own copy, and the results are shown.
 #pragma once
 
 #include "examples/gallery/Page.h"
@@ -10,45 +9,49 @@
 #include <span>
 #include <string>
 
-/// What a step has at hand.
+/// What a step works with.
 struct Easel {
-    CqImage& m_Picture; ///< begins as the exhibit's starting picture; is shown as it ends
-    Scenes& m_Scenes;   ///< to be read
+    CqImage& m_Picture; ///< starts as the exhibit's initial picture; its final state is shown
+    Scenes& m_Scenes;   ///< read only
     CqHeadlessWorld& m_World;
-    std::string m_Note; ///< what was found, to follow the caption
+    std::string m_Note; ///< a result, appended to the caption
 };
 
+/// One result with its caption.
 struct Step {
     const char* m_Caption;
     void (*m_Do)(Easel& easel);
 };
 
+/// Steps that all begin with the same picture.
 struct Exhibit {
-    const char* m_Name; ///< for file names
+    const char* m_Name; ///< used in file names
     const char* m_Title;
     const char* m_Text;
     CqImage& (*m_Start)(Scenes& scenes);
     std::span<const Step> m_Steps;
 };
 
+/// Exhibits under one heading.
 struct Hall {
     const char* m_Title;
     const char* m_Text;
     std::span<const Exhibit> m_Exhibits;
 };
 
+/// The exhibits of one page.
 struct Wing {
-    const char* m_Name; ///< for the page's file
+    const char* m_Name; ///< used in the page's file name
     const char* m_Title;
     const char* m_Text;
-    const char* m_Cover; ///< a picture's file
+    const char* m_Cover; ///< file name of a picture
     std::span<const Hall> m_Halls;
 };
 
-/// All that is shown beside the screens.
+/// Everything shown besides the screens.
 std::span<const Wing> fnGetWings();
 
-// Starting pictures.
+// Initial pictures.
 inline CqImage& fnPhotograph(Scenes& scenes) {
     return scenes.m_Photograph;
 }
@@ -56,11 +59,11 @@ inline CqImage& fnFirst(Scenes& scenes) {
     return scenes.m_First;
 }
 
-/// The starting picture as it is.
+/// Leaves the initial picture unchanged.
 inline void fnLeave(Easel&) {}
 inline constexpr Step kBefore = {"Before", fnLeave};
 
-// The halls' tables, one source each.
+// The tables of the exhibits, each defined in its own source.
 std::span<const Exhibit> fnFillExhibits();
 std::span<const Exhibit> fnMergeExhibits();
 std::span<const Exhibit> fnMaskExhibits();

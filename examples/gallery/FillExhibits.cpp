@@ -29,7 +29,7 @@ void fnTile(Easel& easel, const CRect* part, const CRect* place) {
     easel.m_Picture.fnFill(pattern, part, place);
 }
 
-/// Twelve pieces, each where the one at the other end belongs.
+/// Twelve pieces in reverse order.
 void fnSwapPieces(CqImage& image) {
     CqImage whole;
     whole = image;

@@ -1,4 +1,4 @@
-// Neighbourhood filters of a host's own, on the library's window of rows.
+// Neighbourhood filters written by the host, on the library's window of rows.
 #include "examples/gallery/Exhibits.h"
 #include "q32Base/operations/CqConvMask.h"
 
@@ -7,11 +7,12 @@
 
 namespace {
 
-/// Weights of a square of pixels. A channel's sum is divided, and 128 added or the sign dropped.
+/// Weights of a square of pixels. Each channel's weighted sum is divided, then treated by m_eSign
+/// and clamped to 0 to 255.
 struct Kernel {
     int m_nSide; ///< 3 or 5
     int m_nDivisor;
-    enum Sign { CUT, DROP, MIDDLE } m_eSign; ///< what becomes of negative sums
+    enum Sign { CUT, DROP, MIDDLE } m_eSign; ///< keep, drop the sign, add 128
     int m_Weights[25];
 };
 
@@ -36,7 +37,7 @@ unsigned char fnWeigh(const Kernel& kernel, unsigned char* const* rows, const in
     return static_cast<unsigned char>(std::clamp(sum, 0, 255));
 }
 
-/// Filters a picture of 24 bits; columns beyond its sides repeat the edge, as the window's rows do.
+/// Filters a picture of 24 bits; columns beyond its sides repeat the edge, like the window's rows.
 void fnFilter(CqImage& image, const Kernel& kernel) {
     CqImage target(image.Width, image.Height, 24, nullptr, 0);
     {

@@ -7,8 +7,7 @@
 
 namespace {
 
-/// Paints the gauge on a status bar of 380 x 19 and takes what the screen shows of it, at twice
-/// its size.
+/// Paints the gauge on a status bar of 380 x 19 and captures the screen, at twice its size.
 void fnPaintGauge(Easel& easel, unsigned int percent, unsigned int low, unsigned int high) {
     easel.m_World.m_pScreen->fnSetMode({kScreenWidth, kScreenHeight, 32, 96, 96});
     const CRect place(0, 0, 380, 19);
@@ -21,7 +20,7 @@ void fnPaintGauge(Easel& easel, unsigned int percent, unsigned int low, unsigned
         CqProgressDisplay display;
         display.fnSetRange(low, high);
         display.fnDrawStatus(percent, &aborted);
-        // The display wipes the bar when it goes.
+        // The display clears the bar when it is destroyed.
         fnCopyScreen(*easel.m_World.m_pScreen, place, easel.m_Picture);
     }
     easel.m_World.m_pWindows->fnSetMainWnd(nullptr);

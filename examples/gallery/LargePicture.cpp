@@ -4,13 +4,13 @@
 
 namespace {
 
-/// Where a place beyond a length lies when copies of that length are mirrored in turn.
+/// Maps a coordinate to [0, length) when copies of that length are mirrored alternately.
 unsigned int fnMirror(unsigned int place, unsigned int length) {
     const unsigned int within = place % length;
     return place / length % 2 == 0 ? within : length - 1 - within;
 }
 
-/// Half strength at the start of the way, full strength at its end.
+/// Half strength at the start of the range, full strength at its end.
 unsigned char fnTint(unsigned char value, unsigned int place, unsigned int length) {
     return static_cast<unsigned char>(value * (length + place) / (2 * length));
 }

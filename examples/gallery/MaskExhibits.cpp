@@ -6,7 +6,7 @@ namespace {
 
 using MaskMaker = void (*)(CqMask& one, CqMask& other);
 
-/// Shows a mask where it lies, on grey, so that its bitmap's extent can be seen.
+/// Shows a mask at its position, on grey, so that its bitmap's extent is visible.
 void fnShowMask(Easel& easel, CqMask& mask) {
     easel.m_Picture.fnAlloc(300, 200, 8, q32GreyRamp, 256);
     easel.m_Picture.fnFill(CqColor(96, 96, 96, 255), nullptr, false);
@@ -20,7 +20,7 @@ void fnMakeDiscs(CqMask& one, CqMask& other) {
     fnMakeDisc(other, CPoint(120, 40), 60, 70);
 }
 
-/// Two slopes of the same place.
+/// Two slopes at the same position.
 void fnMakeSlopes(CqMask& one, CqMask& other) {
     fnMakeSlope(one, CPoint(50, 0), 200, 255);
     fnMakeSlope(other, CPoint(50, 0), 200, 255);

@@ -1,4 +1,4 @@
-// Laying one picture over another.
+// Merging one picture with another.
 #include "examples/gallery/ExhibitPictures.h"
 #include "examples/gallery/Exhibits.h"
 #include "examples/gallery/ExhibitShapes.h"
@@ -33,7 +33,7 @@ void fnMergeDisc(Easel& easel, int core, int edge) {
                             disc.m_rectBound.left, disc.m_rectBound.top);
 }
 
-/// The second photograph by its own alpha, at a depth.
+/// Merges the second photograph by its own alpha, at a depth.
 void fnMergeAlpha(Easel& easel, unsigned int depth) {
     CqImage source;
     source = easel.m_Scenes.m_Second;

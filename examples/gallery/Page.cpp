@@ -47,7 +47,7 @@ std::string fnEscape(const std::string& text) {
     return escaped;
 }
 
-/// All up to the page's own content, with the way to the other pages; null for index.html.
+/// Everything before the page's own content, with links to the other pages; null for index.html.
 void fnBegin(std::ostream& out, const std::vector<Page>& pages, const Page* here) {
     const std::string title = here ? here->m_Title : "q32Base gallery";
     out << kHead << "<title>" << fnEscape(title) << "</title>\n</head>\n<body>\n<nav>"

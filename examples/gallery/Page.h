@@ -1,11 +1,10 @@
-/// @file
-/// The pages of the gallery: plain values, and how they become HTML.
+/// @file The pages of the gallery: plain values, and their conversion to HTML.
 #pragma once
 
 #include <string>
 #include <vector>
 
-/// A picture file and what is to be seen in it.
+/// A picture file and its description.
 struct Plate {
     std::string m_File; ///< without its folder
     std::string m_Caption;
@@ -20,26 +19,27 @@ struct Row {
     std::vector<Plate> m_Plates;
 };
 
+/// Rows under one heading.
 struct Section {
     std::string m_Title;
     std::vector<std::string> m_Facts; ///< one paragraph each
     std::vector<Row> m_Rows;
 };
 
+/// One HTML page.
 struct Page {
-    std::string m_Name; ///< for the file's name
+    std::string m_Name; ///< used in the file name
     std::string m_Title;
     std::string m_Text;
-    std::string m_Cover; ///< the picture that stands for the page; may be empty
-    bool m_bFullSize;    ///< whether pictures are shown pixel for pixel, or small, to be clicked on
+    std::string m_Cover; ///< the picture that represents the page; may be empty
+    bool m_bFullSize;    ///< whether pictures are shown at full size, or reduced and linked
     std::vector<Section> m_Sections;
 };
 
-/// Writes each page to a file of its own, and index.html, which leads to them. They need nothing
-/// but the pictures beside them.
-/// @return the path of index.html, or of the first file that can't be written, and whether all were
 struct PagesResult {
-    std::string m_Path;
-    bool m_bDone;
+    std::string m_Path; ///< of index.html, or of the first file that can't be written
+    bool m_bDone;       ///< whether all files were written
 };
+/// Writes each page to its own file, and index.html, which links to them. They need nothing but the
+/// pictures beside them.
 PagesResult fnWritePages(const std::string& folder, const std::vector<Page>& pages);

@@ -1,4 +1,4 @@
-// Enlarging and reducing: the nearest pixel beside the filter.
+// Enlarging and reducing: nearest neighbour compared with the filter.
 #include "examples/gallery/Charts.h"
 #include "examples/gallery/ExhibitPictures.h"
 #include "examples/gallery/Exhibits.h"
@@ -10,21 +10,21 @@ void fnSize(Easel& easel) {
     easel.m_Picture.fnResample(WIDTH, HEIGHT, FILTER, nullptr);
 }
 
-/// Four times a piece of 100 x 75 pixels out of the middle.
+/// Enlarges a piece of 100 x 75 pixels from the centre four times.
 template <bool FILTER>
 void fnEnlarge(Easel& easel) {
     fnCutMiddle(easel.m_Picture, 100, 75);
     fnSize<400, 300, FILTER>(easel);
 }
 
-/// The same after a chart has taken the picture's place.
+/// The same after replacing the picture by a chart.
 template <void (*CHART)(CqImage&), void (*DO)(Easel&)>
 void fnOf(Easel& easel) {
     CHART(easel.m_Picture);
     DO(easel);
 }
 
-/// A piece of the line chart to the upper right of its middle.
+/// A piece of the line chart, to the upper right of its centre.
 void fnCutFan(Easel& easel) {
     fnCut(easel.m_Picture, CRect(CPoint(640, 380), CSize(100, 75)));
 }

@@ -1,4 +1,4 @@
-// Turning by right angles and by any other.
+// Rotating by right angles and by others.
 #include "examples/gallery/Charts.h"
 #include "examples/gallery/ExhibitPictures.h"
 #include "examples/gallery/Exhibits.h"
@@ -10,7 +10,7 @@ void fnTurn(Easel& easel) {
     easel.m_Picture.fnRotate(ANGLE, CqColor(70, 74, 82, 255), nullptr, SMOOTH, nullptr);
 }
 
-/// The middle of a turned picture, four times as large.
+/// The centre of a rotated picture, four times as large.
 template <int ANGLE, bool SMOOTH>
 void fnTurnClose(Easel& easel) {
     fnTurn<ANGLE, SMOOTH>(easel);

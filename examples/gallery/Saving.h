@@ -4,7 +4,7 @@
 
 #include <string>
 
-/// Thrown when a picture could not be shown or saved, after the user was told.
+/// Thrown when a picture could not be shown or saved, after the user was informed.
 struct Unshown {};
 
 /// Saves a picture as a PNG file; throws Unshown.

@@ -6,19 +6,19 @@
 inline constexpr unsigned int kSceneWidth = 400;
 inline constexpr unsigned int kSceneHeight = 300;
 
-/// The pictures that the exhibits begin with: all of 24 bits, and all but the first of
-/// `kSceneWidth` x `kSceneHeight` pixels.
+/// The initial pictures of the exhibits: all of 24 bits, and all but the first of `kSceneWidth` x
+/// `kSceneHeight` pixels.
 struct Scenes {
-    CqImage m_Photograph; ///< the first photograph, cut to four to three
+    CqImage m_Photograph; ///< the first photograph, cropped to 4:3
     CqImage m_First;      ///< the same, reduced
-    CqImage m_Second;     ///< the second photograph, or the first one turned round
+    CqImage m_Second;     ///< the second photograph, or the first one rotated
 
-    /// Takes what is missing from a photograph, which becomes one of 24 bits. Raises the memory
-    /// exception; throws Aborted.
+    /// Takes what is still missing from a photograph, which is converted to 24 bits. Raises the
+    /// memory exception; throws Aborted.
     void fnTake(CqImage& photograph, ProgressLine& progress);
-    /// Whether more photographs are wanted.
+    /// Whether no more photographs are needed.
     bool fnIsComplete() const { return m_nTaken == 2; }
-    /// Makes up for a second photograph that didn't come. False when there was none at all.
+    /// Substitutes a missing second photograph. False when there was none at all.
     bool fnComplete();
 
 private:

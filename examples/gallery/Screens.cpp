@@ -11,7 +11,7 @@
 
 namespace {
 
-/// The colour of the screen around a picture, as a screen of that depth holds it.
+/// The screen colour around a picture, as a screen of that depth represents it.
 std::uint32_t fnDarkGrey(int depth) {
     return depth == 8 ? 0 : depth == 16 ? 0x3186 : 0x303030;
 }
@@ -20,8 +20,8 @@ bool fnFits(const CqImage& image, unsigned int factor) {
     return image.Width / factor <= kScreenWidth && image.Height / factor <= kScreenHeight;
 }
 
-/// The smallest whole factor that brings a picture into the screen; of a thin one as much as keeps
-/// a pixel of its shorter side.
+/// The smallest integer factor that fits a picture into the screen; a thin one is reduced only as
+/// far as its shorter side keeps a pixel.
 View fnFittingView(const CqImage& image) {
     const unsigned int most = std::min(image.Width, image.Height);
     unsigned int factor = 1;
@@ -36,7 +36,7 @@ int fnScaled(unsigned int length, const View& view) {
     return static_cast<int>(view.m_bShrink ? length / view.m_nFactor : length * view.m_nFactor);
 }
 
-/// The start of a stretch of the screen's length inside a longer one.
+/// The start of a part of the screen's length inside a longer one.
 int fnStart(int scaled, int shown, double place) {
     return std::max(0, static_cast<int>((scaled - shown) * place));
 }
@@ -116,7 +116,7 @@ void Screens::fnShow(CqImage& image, const std::vector<View>& views, const std::
     const std::size_t total = views.size() * std::size(kScreenDepths) * std::size(kGammas);
     std::size_t done = 0;
     CqDisplayProperty& display = *q32GetDisplayProperty();
-    // What the user has set for screens of their own doesn't count here.
+    // The user's own screen settings don't apply here.
     display.fnEnableHiColorDither(true);
     if (!display.fnEnableGamma(true))
         throw Unshown();

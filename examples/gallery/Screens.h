@@ -1,5 +1,4 @@
-/// @file
-/// Drawing pictures on headless screens, and saving what those show.
+/// @file Draws pictures on headless screens, and saves what they show.
 #pragma once
 
 #include "examples/gallery/Page.h"
@@ -15,11 +14,11 @@ inline constexpr int kScreenHeight = 480;
 inline constexpr int kScreenDepths[] = {8, 16, 24, 32};
 inline constexpr unsigned int kGammas[] = {180, 220};
 
-/// A scale, and the place of the scaled picture that is shown.
+/// A scale, and the visible part of the scaled picture.
 struct View {
-    std::string m_Name;     ///< for file names
-    std::string m_Label;    ///< for people
-    unsigned int m_nFactor; ///< times as large, or as small
+    std::string m_Name;     ///< used in file names
+    std::string m_Label;    ///< shown to the user
+    unsigned int m_nFactor; ///< enlargement or reduction
     bool m_bShrink;
     double m_nAcross; ///< 0 the left end, 1 the right end
     double m_nDown;
@@ -28,17 +27,17 @@ struct View {
 /// The views of a picture; `corners` adds its far ends at full size.
 std::vector<View> fnMakeViews(CqImage& image, bool corners);
 
-/// Copies a part of what a screen shows. A screen of 256 colours keeps its palette; all others
-/// become 24 bits. Raises the memory exception.
+/// Copies part of a screen. A screen of 256 colours keeps its palette; all others become 24 bits.
+/// Raises the memory exception.
 void fnCopyScreen(const CqHeadlessScreen& screen, const CRect& part, CqImage& copy);
 
-/// A row of headless screens, one after another, in one world.
+/// Headless screens, one after another, in one world.
 class Screens {
 public:
     Screens(CqHeadlessWorld& world, std::string folder)
         : m_World(world), m_Folder(std::move(folder)) {}
 
-    /// Draws every view of a picture on every screen, saves what they show as PNG files whose names
+    /// Draws every view of a picture on every screen, saves the results as PNG files whose names
     /// begin with `name`, and adds a row of them for each view to `section`. Raises the memory
     /// exception; throws Aborted, and Unshown when a screen can't be drawn or saved: the section
     /// then holds those before it.

@@ -1,5 +1,4 @@
-/// @file
-/// The terminal as the user's end of the gallery: a line of progress, the Esc key, messages.
+/// @file The gallery's user interface on the terminal: a progress line, the Esc key, messages.
 #pragma once
 
 #include "examples/terminal/TerminalMode.h"
@@ -11,13 +10,13 @@
 #include <memory>
 #include <string>
 
-/// The keys of the terminal that the program runs in. Without a terminal there are no keys.
+/// The keys of the program's terminal. Without a terminal there are no keys.
 class TerminalKeyboard : public CqKeyboardService {
 public:
-    /// A terminal tells presses alone, so no key is ever known to be down.
+    /// A terminal reports only presses, so no key is ever known to be down.
     bool fnIsKeyDown(int) override { return false; }
     bool fnIsKeyDownNow(int) override { return false; }
-    /// Each press is one WM_CHAR. The sequences that arrow and function keys send are no presses of
+    /// Each press is one WM_CHAR. The sequences sent by arrow and function keys aren't presses of
     /// Esc; they are dropped.
     bool fnTakeKeyMessage(CqKeyMessage& message) override;
 
@@ -28,7 +27,7 @@ private:
     std::deque<unsigned char> m_Keys;
 };
 
-/// Shows the library's messages as lines on the terminal; all else goes to another service.
+/// Shows the library's messages as lines on the terminal; everything else goes to another service.
 class TerminalMessages : public CqMessageService {
 public:
     explicit TerminalMessages(std::shared_ptr<CqMessageService> next) : m_pNext(std::move(next)) {}
@@ -43,10 +42,10 @@ private:
     std::shared_ptr<CqMessageService> m_pNext;
 };
 
-/// Thrown when the user wants no more: Esc, or a signal to end.
+/// Thrown when the user aborts: by Esc, or by a signal to end.
 struct Aborted {};
 
-/// One line of progress, rewritten in place. Not shown where the output is no terminal.
+/// A progress line, rewritten in place. Not shown where the output isn't a terminal.
 class ProgressLine : public CqPictureProgress {
 public:
     explicit ProgressLine(CqKeyboardService& keyboard);
@@ -54,13 +53,13 @@ public:
     ProgressLine(const ProgressLine&) = delete;
     ProgressLine& operator=(const ProgressLine&) = delete;
 
-    /// What is being done from now on.
+    /// Sets the task to be shown.
     void fnBegin(std::string what);
-    /// Shows the percentage; throws Aborted when the user wants no more.
+    /// Shows the percentage; throws Aborted when the user aborts.
     void fnTell(unsigned int percent);
     /// The same for picture files.
     void fnOnProgress(unsigned int percent, bool& aborted) override;
-    /// Wipes the line.
+    /// Clears the line.
     void fnClear();
 
 private:

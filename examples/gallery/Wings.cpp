@@ -1,4 +1,4 @@
-// Which exhibits hang where.
+// The table of wings and their exhibits.
 #include "examples/gallery/Exhibits.h"
 
 std::span<const Wing> fnGetWings() {

@@ -1,4 +1,4 @@
-// Shows pictures on screens of every depth and zoom, and what the library can do to them.
+// Shows pictures on screens of every depth and zoom, and what the library can do with them.
 #include "examples/gallery/Hanging.h"
 #include "examples/gallery/LargePicture.h"
 #include "examples/gallery/Page.h"
@@ -51,7 +51,7 @@ struct Options {
     std::vector<std::string> m_Pictures;
 };
 
-/// False for what can't be understood.
+/// False for invalid arguments.
 bool fnParse(int count, char** arguments, Options& options) {
     bool onlyPictures = false;
     for (int i = 1; i < count; ++i) {
@@ -72,7 +72,7 @@ bool fnParse(int count, char** arguments, Options& options) {
     return options.m_bHelp || !options.m_Pictures.empty();
 }
 
-/// Size of an image, and where its pixels lie.
+/// Size of an image, and where its pixels are stored.
 std::vector<std::string> fnDescribe(const CqImage& image) {
     std::vector<std::string> facts;
     facts.push_back(std::to_string(image.Width) + " x " + std::to_string(image.Height) +
@@ -89,7 +89,7 @@ std::vector<std::string> fnDescribe(const CqImage& image) {
     return facts;
 }
 
-/// The gallery's run over all pictures. Throws Aborted, and the library's memory exception.
+/// Runs the gallery over all pictures. Throws Aborted, and the library's memory exception.
 class Gallery {
 public:
     Gallery(const Options& options, CqHeadlessWorld& world, CqKeyboardService& keyboard)
@@ -98,7 +98,7 @@ public:
         m_Pages.push_back({"screens", "Screens of every depth", kScreensText, {}, false, {}});
     }
 
-    /// Whether all was shown.
+    /// Whether everything was shown.
     bool fnRun() {
         for (const std::string& path : m_Options.m_Pictures) {
             CqImage image;
@@ -110,7 +110,7 @@ public:
                 fnHang(wing);
         const PagesResult result = fnWritePages(m_Options.m_Folder, m_Pages);
         if (!result.m_bDone) {
-            q32ShowMsg(-5, nullptr, result.m_Path.c_str(), nullptr, 0);
+            q32ShowMsg(MESSAGE_CANNOT_SAVE, nullptr, result.m_Path.c_str(), nullptr, 0);
             return false;
         }
         std::printf("Look at %s\n", result.m_Path.c_str());
@@ -231,7 +231,7 @@ int fnRunGallery(const Options& options) {
         code = kExitAborted;
     } catch (CMemoryException* exception) {
         exception->Delete();
-        q32ShowMsg(-1, nullptr, nullptr, nullptr, 0);
+        q32ShowMsg(MESSAGE_NO_MEMORY, nullptr, nullptr, nullptr, 0);
         code = kExitFailed;
     }
     q32Detach();

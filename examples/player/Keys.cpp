@@ -7,7 +7,7 @@ namespace {
 
 constexpr char kEscape = 27;
 
-/// How long the rest of a sequence may take; later, Esc was a key by itself.
+/// How long the rest of a sequence may take; after that, Esc was a key by itself.
 constexpr int kSequenceMs = 50;
 
 bool fnIsFinal(char byte) {
@@ -24,7 +24,7 @@ int Keys::fnWait(int descriptor, int ms) {
     return TerminalMode::fnIsSignalled() ? kQuit : 0;
 }
 
-/// Takes in what has been typed. False when that is nothing.
+/// Reads what has been typed. False when that is nothing.
 bool Keys::fnRead(int descriptor, int ms) {
     // Without keys the sound plays to its end.
     pollfd sources[] = {{m_bEnded ? -1 : STDIN_FILENO, POLLIN, 0}, {descriptor, POLLIN, 0}};
@@ -48,8 +48,8 @@ int Keys::fnTake() {
     return m_szRead.starts_with('[') || m_szRead.starts_with('O') ? fnTakeSequence() : kQuit;
 }
 
-/// A key that is a sequence: Esc, which has been taken, '[' or 'O', perhaps numbers, and a letter
-/// that says which one it is.
+/// A key that is a sequence: Esc, already read, '[' or 'O', optional numbers, and a letter that
+/// identifies it.
 int Keys::fnTakeSequence() {
     std::size_t end = 1;
     while (end < m_szRead.size() || fnRead(-1, kSequenceMs)) {

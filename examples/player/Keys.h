@@ -4,19 +4,19 @@
 
 #include <string>
 
-/// The keys of the terminal, or of what stands in its place.
+/// Keys from the terminal, or from whatever replaces it.
 class Keys {
 public:
     /// Keys that aren't characters.
     enum : int { kUp = 256, kDown, kRight, kLeft, kOther };
     static constexpr int kQuit = 'q';
 
-    /// Waits for a key or until `descriptor` can be read from, `ms` milliseconds at most. Gives the
-    /// key: a character, or one of those above; 0 for none; kQuit for Esc, and when a signal wants
-    /// the end. Keys that came together are given one after the other.
+    /// Waits up to `ms` milliseconds for a key or until `descriptor` is readable. Returns the key:
+    /// a character or one of the above; 0 for none; kQuit for Esc and after a signal that requests
+    /// the end. Keys that arrive together are returned one by one.
     int fnWait(int descriptor, int ms);
 
-    /// Whether the input has come to its end, so that no key will come any more.
+    /// Whether the input has ended, so that no more keys will come.
     bool fnHasEnded() const { return m_bEnded && m_szRead.empty(); }
 
 private:
@@ -25,6 +25,6 @@ private:
     int fnTakeSequence();
 
     TerminalMode m_Mode;
-    std::string m_szRead; ///< and not yet given
+    std::string m_szRead; ///< and not yet returned
     bool m_bEnded = false;
 };

@@ -1,5 +1,5 @@
-// Plays a WAV file on the sound server, with keys for all that can be done to it, and draws its
-// oscillogram into a picture file.
+// Plays a WAV file on the sound server, controlled by keys, and draws its oscillogram into a
+// picture file.
 #include "examples/player/Keys.h"
 #include "platforms/posix/posix.h"
 #include "platforms/pulse/pulse.h"
@@ -39,7 +39,7 @@ struct Options {
     bool m_bPlay = true;
 };
 
-/// False for what can't be understood.
+/// False for invalid arguments.
 bool fnParse(int count, char** arguments, Options& options) {
     for (int i = 1; i < count; ++i) {
         const std::string_view argument = arguments[i];
@@ -57,7 +57,7 @@ bool fnParse(int count, char** arguments, Options& options) {
     return !options.m_Sound.empty();
 }
 
-/// Says what the library would show in a box.
+/// Prints what the library would show in a message box.
 bool fnTell(const CqPictureResult& result) {
     if (!result.fnIsDone())
         std::fprintf(stderr, "%s: can't be read or written (message %d)\n",
@@ -76,8 +76,8 @@ bool fnDraw(const CqWave& wave, const std::string& path) {
     return fnTell(q32WritePicture(path.c_str(), image, format->m_eFormat));
 }
 
-/// The window that the volume control tells of others' changes: the line on the terminal is drawn
-/// again anyway, so it only has to exist.
+/// The window that the volume control notifies of external changes: the terminal line is redrawn
+/// anyway, so it only has to exist.
 class Console final : public CWnd {
 public:
     CRect GetClientRect() const override { return {0, 0, 1, 1}; }
@@ -92,8 +92,7 @@ public:
         : m_Wave(wave), m_Pulse(pulse), m_bTerminal(isatty(STDOUT_FILENO) != 0),
           m_bVolume(m_Volume.fnCreate(&m_Console, 1, kStep)) {}
 
-    /// Plays until the end of the sound or the user's wish. False when there is no device, or no
-    /// more.
+    /// Plays until the sound ends or the user quits. False when there is no device, or it is lost.
     bool fnRun(bool loop) {
         if (!m_Wave.fnPlay(false, loop)) {
             std::fprintf(stderr, "There is no sound device that plays this: %s.\n",
@@ -121,8 +120,7 @@ public:
     }
 
 private:
-    /// A sound that plays does so to its end; one that stands still waits for a key, as long as
-    /// there can be one.
+    /// A playing sound runs to its end; a paused one waits for a key, as long as one can come.
     bool fnGoesOn() const {
         const WAVE_STATE state = m_Wave.fnGetState();
         if (state == WAVE_PLAYING)
@@ -130,7 +128,7 @@ private:
         return (state == WAVE_PAUSED || m_bHeld) && !m_Keys.fnHasEnded();
     }
 
-    /// Whether a sound that has ended by itself didn't do so for its own end, which a loop has not.
+    /// Whether a sound stopped by itself before its end; a loop has no end.
     bool fnIsLost() const {
         return m_Wave.fnGetState() == WAVE_STOPPED &&
                (m_bLoop || !m_Pulse.m_pWaveOut->fnCanPlay(m_Wave.fnGetFormat()));

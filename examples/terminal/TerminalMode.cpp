@@ -7,7 +7,7 @@
 
 namespace {
 
-// What a signal handler may touch.
+// State accessible to the signal handler.
 termios g_Former;
 volatile std::sig_atomic_t g_bChanged = 0;
 volatile std::sig_atomic_t g_bSignalled = 0;
@@ -19,8 +19,8 @@ void fnRestore() {
     }
 }
 
-/// The first signal ends the work in order; a second one ends the program at once. The terminal is
-/// whole in either case.
+/// The first signal ends the program in order; a second one at once. The terminal is restored in
+/// either case.
 void fnOnSignal(int) {
     fnRestore();
     g_bSignalled = 1;
@@ -34,7 +34,7 @@ TerminalMode::TerminalMode() {
     action.sa_flags = SA_RESETHAND;
     for (const int signal : {SIGINT, SIGTERM, SIGHUP})
         sigaction(signal, &action, nullptr);
-    // A program in the background must not touch the terminal: it would be stopped.
+    // A background program must not change the terminal: it would be stopped.
     if (!isatty(STDIN_FILENO) || tcgetpgrp(STDIN_FILENO) != getpgrp() ||
         tcgetattr(STDIN_FILENO, &g_Former) != 0)
         return;

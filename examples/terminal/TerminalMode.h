@@ -1,8 +1,8 @@
 #pragma once
 
-/// The terminal that the program runs in, set to hand keys over one by one without showing them,
-/// for the life of the object; one at a time. It goes back to its former state at the end, and when
-/// a signal ends the program. Without a terminal, or in the background, nothing is changed.
+/// Sets the program's terminal to deliver keys one by one without echo, for the lifetime of the
+/// object; one object at a time. The former state is restored at the end, and when a signal ends
+/// the program. Without a terminal, or in the background, nothing is changed.
 class TerminalMode {
 public:
     TerminalMode();
@@ -10,8 +10,8 @@ public:
     TerminalMode(const TerminalMode&) = delete;
     TerminalMode& operator=(const TerminalMode&) = delete;
 
-    /// Whether keys come one by one; no longer after a signal.
+    /// Whether keys come one by one; false after a signal.
     bool fnIsChanged() const;
-    /// Whether a signal wants the end.
+    /// Whether a signal requests the end.
     static bool fnIsSignalled();
 };

@@ -1,4 +1,4 @@
-#include "platforms/alsa/Card.h"
+#include "platforms/alsa/Card_p.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,14 +15,14 @@ constexpr const char* kVolumeNames[] = {"Master", "Speaker", "Headphone", "Front
 
 enum class Side { LEFT, RIGHT, MIDDLE };
 
-/// By number of channel, as the simple mixer counts them.
+/// Indexed by the simple mixer's channel number.
 constexpr Side kSides[] = {Side::LEFT,   Side::RIGHT, Side::LEFT,  Side::RIGHT, Side::MIDDLE,
                            Side::MIDDLE, Side::LEFT,  Side::RIGHT, Side::MIDDLE};
 static_assert(SND_MIXER_SCHN_FRONT_LEFT == 0 && SND_MIXER_SCHN_REAR_LEFT == 2 &&
               SND_MIXER_SCHN_FRONT_CENTER == 4 && SND_MIXER_SCHN_WOOFER == 5 &&
               SND_MIXER_SCHN_SIDE_LEFT == 6 && SND_MIXER_SCHN_REAR_CENTER == 8);
 
-/// For its life ALSA tells this thread's errors by results alone, and not on the terminal.
+/// For its lifetime, ALSA reports this thread's errors only by results, and prints nothing.
 class Silence {
 public:
     Silence() : m_Former(snd_lib_error_set_local(fnIgnore)) {}
@@ -70,7 +70,7 @@ bool Control::fnReadRaw(Raw& raw) const {
                                  m_pElement, SND_MIXER_SCHN_FRONT_RIGHT, &raw[1]) >= 0);
 }
 
-/// A card with a switch for each channel is on as long as one of them can be heard.
+/// With a switch for each channel, the control is on as long as one channel is.
 bool Control::fnReadSwitch(long& on) const {
     bool done = m_pElement != nullptr;
     for (int i = 0; done && on == 0 && i <= SND_MIXER_SCHN_LAST; ++i) {
@@ -184,8 +184,8 @@ std::unique_ptr<Card> Card::fnOpen(const std::string& device) {
     return card;
 }
 
-/// Has each element tell its end. Their changes are found by comparing: an element tells none that
-/// it was set to by ourselves.
+/// Subscribes to the removal of each element. Changes are found by comparing: an element doesn't
+/// report those made by this process.
 void Card::fnListen() {
     for (snd_mixer_elem_t* element = snd_mixer_first_elem(m_pMixer.get()); element;
          element = snd_mixer_elem_next(element)) {

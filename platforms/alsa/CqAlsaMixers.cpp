@@ -1,7 +1,8 @@
 #include "platforms/alsa/CqAlsaMixers.h"
 
-#include "platforms/alsa/Card.h"
-#include "platforms/posix/Descriptor.h"
+#include "platforms/alsa/Card_p.h"
+#include "platforms/posix/Descriptor_p.h"
+#include "q32Base/framework/Memory.h"
 
 #include <algorithm>
 #include <new>
@@ -17,16 +18,6 @@ namespace {
 constexpr std::uint32_t kLine = 1;
 constexpr std::uint32_t kChannels = 2;
 constexpr std::uint32_t kLastControl = 4;
-
-/// What `work` gives, or `failed` when memory runs out.
-template <typename Result, typename Work>
-Result fnGuard(Result failed, Work&& work) noexcept {
-    try {
-        return std::forward<Work>(work)();
-    } catch (const std::bad_alloc&) {
-        return failed;
-    }
-}
 
 } // namespace
 
@@ -49,8 +40,8 @@ struct CqAlsaMixers::State {
     }
 
     const std::string m_szDevice;
-    const Descriptor m_All;     ///< those of all open cards, and the next one
-    const Descriptor m_Pending; ///< changes that were taken in by another call than a pump
+    const Descriptor m_All;     ///< the descriptors of all open cards, and m_Pending
+    const Descriptor m_Pending; ///< signals changes found by a call other than a pump
     std::vector<std::shared_ptr<Open>> m_Open{};
 
     bool fnWatch(int what, int descriptor) const {
@@ -64,7 +55,7 @@ struct CqAlsaMixers::State {
             done = fnWatch(what, one.fd) && done;
         return done;
     }
-    /// Takes in what has happened to a card. One that has gone would be readable for ever.
+    /// Processes a card's events. The descriptor of a removed card would stay readable for ever.
     bool fnUpdate(const Open& open) const {
         const bool there = open.m_pCard->fnUpdate();
         if (!there)
@@ -78,13 +69,14 @@ public:
     Mixer(std::shared_ptr<State> state, std::shared_ptr<State::Open> open)
         : m_pState(std::move(state)), m_pOpen(std::move(open)) {}
     ~Mixer() override {
-        fnGuard(false, [&] { return m_pState->fnWatch(EPOLL_CTL_DEL, *m_pOpen->m_pCard); });
+        q32::fnTryMemoryOr(false,
+                           [&] { return m_pState->fnWatch(EPOLL_CTL_DEL, *m_pOpen->m_pCard); });
         m_pOpen->m_bClosed = true;
         std::erase(m_pState->m_Open, m_pOpen);
     }
 
     bool fnFindSpeakerLine(CqMixerLine& line) override {
-        if (!fnGuard(false, [&] { return fnUpdate(); }))
+        if (!q32::fnTryMemoryOr(false, [&] { return fnUpdate(); }))
             return false;
         line = {kLine, kChannels, m_pOpen->m_pCard->fnCountControls()};
         return line.m_nControls != 0;
@@ -100,7 +92,7 @@ public:
 
     bool fnGetValues(std::uint32_t control, std::uint32_t channels,
                      std::vector<std::uint32_t>& values) override {
-        return fnGuard(false, [&] {
+        return q32::fnTryMemoryOr(false, [&] {
             const Control* found = fnFind(control, channels);
             Values had = found ? found->fnGet() : Values();
             if (values.empty() || had.empty())
@@ -113,7 +105,7 @@ public:
 
     bool fnSetValues(std::uint32_t control, std::uint32_t channels,
                      const std::vector<std::uint32_t>& values) override {
-        return fnGuard(false, [&] {
+        return q32::fnTryMemoryOr(false, [&] {
             Control* found = fnFind(control, channels);
             const std::uint32_t most = found && found->fnIsMute() ? 1 : 0xFFFF;
             if (!found || values.empty() ||
@@ -128,8 +120,8 @@ public:
     }
 
 private:
-    /// What is read and compared next is the card's present state. Changes that this brings wake
-    /// the owner's loop all the same.
+    /// Updates to the card's current state before a read or comparison. Changes found this way
+    /// still wake the owner's loop.
     bool fnUpdate() {
         const bool there = m_pState->fnUpdate(*m_pOpen);
         fnWake();
@@ -158,9 +150,9 @@ int CqAlsaMixers::fnGetDescriptor() const {
 }
 
 std::size_t CqAlsaMixers::fnPump() {
-    const std::shared_ptr<State> state = m_pState; // a report may end the service
+    const std::shared_ptr<State> state = m_pState; // a report may destroy the service
     using Mixers = std::vector<std::shared_ptr<State::Open>>;
-    const Mixers mixers = fnGuard(Mixers(), [&] {
+    const Mixers mixers = q32::fnTryMemoryOr(Mixers(), [&] {
         Mixers open = state->m_Open;
         eventfd_t ignored = 0;
         ::eventfd_read(state->m_Pending.fnGet(), &ignored);
@@ -169,7 +161,7 @@ std::size_t CqAlsaMixers::fnPump() {
     std::size_t told = 0;
     for (const std::shared_ptr<State::Open>& open : mixers) {
         if (!open->m_bClosed)
-            fnGuard(false, [&] { return state->fnUpdate(*open); });
+            q32::fnTryMemoryOr(false, [&] { return state->fnUpdate(*open); });
         for (std::uint32_t id = 1; id <= kLastControl && !open->m_bClosed; ++id) {
             Control* control = open->m_pCard->fnFind(id);
             if (!control || !std::exchange(control->m_bPending, false))
@@ -178,7 +170,7 @@ std::size_t CqAlsaMixers::fnPump() {
             try {
                 if (open->m_Changed)
                     open->m_Changed(id);
-            } catch (...) { // whatever a host throws: what is left is told by the next pump
+            } catch (...) { // anything that a host throws; the rest is reported by the next pump
                 ::eventfd_write(state->m_Pending.fnGet(), 1);
                 throw;
             }
@@ -188,11 +180,11 @@ std::size_t CqAlsaMixers::fnPump() {
 }
 
 std::uint32_t CqAlsaMixers::fnGetCount() {
-    return fnGuard(0u, [&] { return Card::fnOpen(m_pState->m_szDevice) ? 1u : 0u; });
+    return q32::fnTryMemoryOr(0u, [&] { return Card::fnOpen(m_pState->m_szDevice) ? 1u : 0u; });
 }
 
 std::unique_ptr<CqMixer> CqAlsaMixers::fnOpen(std::uint32_t index, Changed changed) {
-    return fnGuard(std::unique_ptr<CqMixer>(), [&]() -> std::unique_ptr<CqMixer> {
+    return q32::fnTryMemoryOr(std::unique_ptr<CqMixer>(), [&]() -> std::unique_ptr<CqMixer> {
         std::unique_ptr<Card> card;
         if (index == 0 && fnGetDescriptor() >= 0)
             card = Card::fnOpen(m_pState->m_szDevice);

@@ -12,30 +12,29 @@
 /// volume, mute, bass and treble that the card has: volume and mute are the element "Master", else
 /// "Speaker", "Headphone", "Front" or "PCM"; bass and treble the elements of these names.
 ///
-/// 0 to 65535 is the card's own range of steps, evenly. A control reads back exactly as it was set
-/// here until somebody else moves it. A control without sides answers a pair with one value; of
+/// 0 to 65535 maps linearly to the card's own range of steps. A control reads back exactly as set
+/// here until something else changes it. A control without sides returns one value for a pair; with
 /// more than two channels, each follows its side, and the middle ones the louder side. It is mute
 /// when all its channels are.
 ///
-/// Changes are told when the owner pumps, on the thread that pumps:
+/// Changes are reported during `fnPump`, on the thread that calls it:
 ///
 ///     poll {mixers->fnGetDescriptor(), POLLIN}, or a QSocketNotifier on it; then mixers->fnPump();
 ///
-/// All is called on one thread. No call throws but a pump, which lets pass
-/// what the host throws when it is told. The card may be taken away: calls fail from then
-/// on.
+/// All calls must be made on one thread. No call throws except a pump, which passes on what the
+/// host's callback throws. The card may be removed: calls fail from then on.
 class Q32_API CqAlsaMixers final : public CqMixerService {
 public:
-    /// @param device  a control device as ALSA's settings name it: "default", "hw:0", … Nothing is
+    /// @param device  a control device as named in ALSA's settings: "default", "hw:0", … It isn't
     ///                opened yet. Throws std::bad_alloc.
     explicit CqAlsaMixers(std::string device = "default");
     ~CqAlsaMixers() override;
 
-    /// Can be read from while there is something to pump. It stays open as long as the service; -1
-    /// when the system has none to give, and then no mixer opens.
+    /// Readable while there is something to pump. It stays open as long as the service; -1 when the
+    /// system can't provide one, and then no mixer opens.
     int fnGetDescriptor() const;
-    /// Tells the changes that have come so far; returns how many were told. Changes of a control
-    /// that came faster are told as one.
+    /// Reports the changes received so far; returns how many were reported. Changes of a control
+    /// between two pumps are reported as one.
     std::size_t fnPump();
 
     /// 1, or 0 when there is no such card.

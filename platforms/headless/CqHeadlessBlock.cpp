@@ -5,7 +5,7 @@
 #include <cstring>
 #include <utility>
 
-// calloc, not a container or aligned_alloc: the system hands large blocks out zeroed without
+// calloc, not a container or aligned_alloc: the system provides large blocks zeroed without
 // touching them. NOLINTBEGIN(cppcoreguidelines-no-malloc)
 
 CqHeadlessBlock::~CqHeadlessBlock() {
@@ -40,7 +40,7 @@ bool CqHeadlessBlock::fnResize(std::size_t size, bool spare) {
         m_pData = data;
         m_nCapacity = wanted;
     } else if (size < m_nSize) {
-        // What a later growth uncovers has to be zero again.
+        // A later growth must expose zeros.
         std::memset(m_pData + size, 0, m_nSize - size);
     }
     m_nSize = size;

@@ -5,11 +5,11 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Zeroed memory, aligned to pages. A large block costs nothing until it is touched.
+/// Zeroed memory, aligned to pages. A large block takes no physical memory until it is touched.
 class Q32_API CqHeadlessBlock {
 public:
     static constexpr std::size_t kPage = 4096;
-    /// No block is longer: half a tebibyte, or half the addresses where they are 32 bits wide.
+    /// Maximum size: half a tebibyte, or half the address space where addresses have 32 bits.
     static constexpr std::size_t kMax = SIZE_MAX >> (sizeof(std::size_t) > 4 ? 25 : 1);
 
     CqHeadlessBlock() = default;
@@ -20,9 +20,9 @@ public:
     std::uint8_t* fnGetData() const { return m_pData; }
     std::size_t fnGetSize() const { return m_nSize; }
 
-    /// Makes the block `size` bytes long: the bytes that were there stay, new ones are zero. With
-    /// `spare`, room for more growth is taken along. False, with nothing changed, when memory is
-    /// short.
+    /// Resizes the block to `size` bytes: existing bytes are kept, new ones are zero, and the data
+    /// may move. With `spare`, extra capacity is allocated for further growth. False, with nothing
+    /// changed, when memory is exhausted.
     bool fnResize(std::size_t size, bool spare = false);
 
 private:

@@ -37,7 +37,7 @@ void CqHeadlessMisuses::fnAdd(std::string_view what) noexcept {
     const std::lock_guard lock(m_Lock);
     try {
         m_All.emplace_back(what);
-    } catch (const std::bad_alloc&) { // nobody who gives something back could do anything about it
+    } catch (const std::bad_alloc&) { // a caller that releases something couldn't handle it
     }
 }
 

@@ -8,21 +8,21 @@
 #include <string_view>
 #include <vector>
 
-/// Counts the calls of one kind and makes chosen ones fail. Any thread may use it.
+/// Counts the calls of one kind and makes chosen ones fail. Thread-safe.
 class Q32_API CqHeadlessCalls {
 public:
     static constexpr std::uint64_t kForever = ~std::uint64_t{0};
 
-    /// The nth call from now on fails, counted from 1, and those after it: `times` calls in all.
-    /// Replaces what was told before.
+    /// Makes the nth call from now on fail, counted from 1, and those after it: `times` calls in
+    /// all. Replaces an earlier setting.
     void fnFail(std::uint64_t nth = 1, std::uint64_t times = 1);
     void fnFailNever() { fnFail(1, 0); }
-    /// Calls up to now, failed ones included.
+    /// Calls so far, including failed ones.
     std::uint64_t fnGetCount() const;
-    /// Calls that were made to fail.
+    /// Calls that failed on demand.
     std::uint64_t fnGetFailed() const;
 
-    /// For the services: counts a call. False when it is to fail.
+    /// Called by the services: counts a call. False if it is to fail.
     bool fnPass();
 
 private:
@@ -33,11 +33,11 @@ private:
     std::uint64_t m_nTimes = 0;
 };
 
-/// What the library did that a real system would punish: a handle closed twice, memory released
-/// that was never reserved. One sentence each, in order. Any thread may use it.
+/// Misuses by the library that a real system would punish: a handle closed twice, memory released
+/// that was never reserved. One sentence each, in order. Thread-safe.
 class Q32_API CqHeadlessMisuses {
 public:
-    /// One that there is no memory for isn't noted.
+    /// Adds a misuse; it is lost when memory is exhausted.
     void fnAdd(std::string_view what) noexcept;
     std::vector<std::string> fnGetAll() const;
     void fnClear();

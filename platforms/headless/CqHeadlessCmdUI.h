@@ -2,13 +2,13 @@
 
 #include "q32Base/framework/CCmdUI.h"
 
-/// A menu item. It is enabled until it is told otherwise.
+/// A menu item, initially enabled.
 class CqHeadlessCmdUI final : public CCmdUI {
 public:
     explicit CqHeadlessCmdUI(UINT command) { m_nID = command; }
 
     bool m_bEnabled = true;
-    unsigned m_nCalls = 0; ///< of `Enable`
+    unsigned m_nCalls = 0; ///< number of calls of `Enable`
 
     void Enable(bool on) override {
         m_bEnabled = on;

@@ -1,8 +1,8 @@
 #include "platforms/headless/CqHeadlessDisks.h"
 
-#include "platforms/headless/FolderVolume.h"
-#include "platforms/headless/MemoryVolume.h"
-#include "platforms/headless/Path.h"
+#include "platforms/headless/FolderVolume_p.h"
+#include "platforms/headless/MemoryVolume_p.h"
+#include "platforms/headless/Path_p.h"
 
 #include <algorithm>
 #include <cstring>
@@ -261,7 +261,7 @@ CQ_FILE_CAUSE CqHeadlessDisks::fnReplace(std::string_view from, std::string_view
     return FILE_CAUSE_NONE;
 }
 
-// The script's look at files.
+// Files for scripts.
 
 bool CqHeadlessDisks::fnPutFile(std::string_view path, std::string_view bytes) {
     const auto place = fnResolve(path);
@@ -272,7 +272,7 @@ bool CqHeadlessDisks::fnPutFile(std::string_view path, std::string_view bytes) {
     CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
     if (!fnPutDirectory(parent))
         return false;
-    // The script isn't bound by the failures that it has arranged for the library's calls.
+    // The failures set by a script apply only to the library's calls.
     const auto failing = std::exchange(m_FailingNames, {});
     CqHeadlessFilePtr file = fnOpen(path, true, true, cause);
     m_FailingNames = failing;

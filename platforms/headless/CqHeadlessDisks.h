@@ -17,46 +17,48 @@ namespace q32::headless {
 class Volume;
 }
 
-/// Volumes, directories and files, in memory or in real folders, which the file service and the
-/// scratch service share. Names are kept as they are given and compared without case; both
-/// separators are taken. Free space is what a volume was told to have, less the bytes of the files
-/// that were put on it since, each counted exactly.
+/// Volumes, directories and files, in memory or in real folders, shared by the file service and the
+/// scratch service. Names keep their case and are compared without it; both separators are
+/// accepted. Free space is the amount set for a volume, less the bytes of the files put on it
+/// since, each counted exactly. Not thread-safe.
 class Q32_API CqHeadlessDisks {
 public:
     explicit CqHeadlessDisks(const std::vector<CqHeadlessVolume>& volumes);
     ~CqHeadlessDisks();
 
-    // The script.
+    // For scripts.
 
     void fnAddVolume(const CqHeadlessVolume& volume);
-    /// Bytes that are free from now on, on the volume with that root. False for an unknown root.
+    /// Sets the free bytes of the volume with that root. False for an unknown root.
     bool fnSetFree(std::string_view root, std::uint64_t bytes);
-    /// Free bytes of the volume of a path; 0 for none.
+    /// Free bytes of the volume of a path; 0 if there is none.
     std::uint64_t fnGetFree(std::string_view path) const;
-    /// What the old query answers for the volume with that root, whatever its free bytes are.
+    /// Sets the answer to the cluster query for the volume with that root, whatever its free bytes.
+    /// False for an unknown root.
     bool fnSetClusters(std::string_view root, const CqDiskClusters& clusters);
-    /// Where bare names are looked for. At first the first volume's root.
+    /// Sets the directory of relative names. Initially the first volume's root.
     void fnSetCurrentDirectory(std::string directory) { m_szCurrent = std::move(directory); }
-    /// Time of files that are written from now on, in seconds since 1970-01-01 00:00 UTC.
+    /// Sets the time of files written from now on, in seconds since 1970-01-01 00:00 UTC.
     void fnSetNow(std::int64_t seconds) { m_nNow = seconds; }
     std::int64_t fnGetNow() const { return m_nNow; }
 
-    /// Makes a directory with all above it. False where there is no volume or a file is in the way.
+    /// Creates a directory with its parents. False if there is no volume or a file is in the way.
     bool fnPutDirectory(std::string_view path);
-    /// Puts a file there in place of one that stands there, with the directories above it, also
-    /// when the disk is full. False as above, and for an open file.
+    /// Creates or replaces a file, with its parent directories, even when the disk is full. False
+    /// as above, and for an open file.
     bool fnPutFile(std::string_view path, std::string_view bytes);
+    /// Sets a file's time, in seconds since 1970. False if it is missing.
     bool fnSetTime(std::string_view path, std::int64_t seconds);
-    /// The bytes of a file; none when it is missing.
+    /// The bytes of a file; none if it is missing.
     std::optional<std::string> fnGetFile(std::string_view path) const;
-    /// Full names of all files, volume by volume, in order of their names.
+    /// Full names of all files, by volume and name.
     std::vector<std::string> fnGetFiles() const;
-    /// Files that are open, mapped or viewed.
+    /// Number of files that are open, mapped or viewed.
     std::size_t fnGetOpenFiles() const;
-    /// Every later creation of that file fails with the cause; FILE_CAUSE_NONE ends that.
+    /// Makes every later creation of that file fail with the cause; FILE_CAUSE_NONE ends that.
     void fnFailCreate(std::string_view path, CQ_FILE_CAUSE cause);
 
-    // For the services.
+    // Called by the services.
 
     bool fnIsFile(std::string_view path) const;
     bool fnIsDirectory(std::string_view path) const;
@@ -64,25 +66,25 @@ public:
     std::vector<std::string> fnList(std::string_view directory) const;
     bool fnGetSpace(std::string_view path, CqDiskSpace& space) const;
     bool fnGetClusters(std::string_view path, CqDiskClusters& clusters) const;
-    /// Size and time of a file, without opening it. False when it is missing.
+    /// Size and time of a file, without opening it. False if it is missing.
     bool fnStat(std::string_view path, std::uint64_t& size, std::int64_t& time) const;
-    /// The file, if somebody has it open; else null.
+    /// The file, if it is open; else null.
     CqHeadlessFilePtr fnFindOpen(std::string_view path) const;
 
-    /// Opens a file; `create` makes it when it is missing. Null with the cause on failure.
+    /// Opens a file; `create` creates it if missing. Null with the cause on failure.
     CqHeadlessFilePtr fnOpen(std::string_view path, bool create, bool unshared,
                              CQ_FILE_CAUSE& cause);
-    /// One user less. A changed file of a real folder is written there by its last user; the cause
-    /// if that fails.
+    /// Releases one use. The last user of a changed file in a real folder writes it there; returns
+    /// the cause if that fails.
     CQ_FILE_CAUSE fnClose(const CqHeadlessFilePtr& file);
-    /// Sets the size of an open file; the disk must have room, and no mapping may stand.
+    /// Sets the size of an open file; the disk must have space, and there must be no mapping.
     CQ_FILE_CAUSE fnResize(CqHeadlessFile& file, std::uint64_t size, bool spare = false);
-    /// Notes that an open file was written to.
+    /// Notes that an open file was written.
     void fnTouch(CqHeadlessFile& file);
-    /// Deletes a file that nobody has open.
+    /// Deletes a file that isn't open.
     bool fnDelete(std::string_view path);
-    /// Gives a file the name of another one, which goes, or a free name on the same volume. Nobody
-    /// may have either open. On failure, also for lack of memory, both are as they were.
+    /// Renames a file, replacing an existing one, within a volume. Neither may be open. On failure,
+    /// including lack of memory, both are unchanged.
     CQ_FILE_CAUSE fnReplace(std::string_view from, std::string_view to);
 
 private:
@@ -92,13 +94,13 @@ private:
     };
     using Volume = q32::headless::Volume;
 
-    std::optional<Place> fnResolve(std::string_view path) const;
-    bool fnIsDirectory(const Place& place) const;
-    bool fnHasParent(Place place) const;
-    bool fnPutDirectory(const Place& place);
+    Q32_LOCAL std::optional<Place> fnResolve(std::string_view path) const;
+    Q32_LOCAL bool fnIsDirectory(const Place& place) const;
+    Q32_LOCAL bool fnHasParent(Place place) const;
+    Q32_LOCAL bool fnPutDirectory(const Place& place);
     Volume& fnVolumeOf(const Place& place) const { return *m_Volumes[place.m_nVolume]; }
-    CqHeadlessFilePtr fnNewFile(const Place& place);
-    Volume* fnFindRoot(std::string_view root);
+    Q32_LOCAL CqHeadlessFilePtr fnNewFile(const Place& place);
+    Q32_LOCAL Volume* fnFindRoot(std::string_view root);
 
     std::vector<std::unique_ptr<Volume>> m_Volumes;
     std::string m_szCurrent;

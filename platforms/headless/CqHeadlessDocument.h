@@ -4,11 +4,11 @@
 
 #include <vector>
 
-/// A document whose modified flag the script sets and reads.
+/// A document whose modified flag is set and read by a script.
 class CqHeadlessDocument final : public CDocument {
 public:
-    int m_nModified = 0;             ///< what `IsModified` answers
-    std::vector<bool> m_ModifiedSet; ///< all that `SetModifiedFlag` was told, in order
+    int m_nModified = 0;             ///< the result of `IsModified`
+    std::vector<bool> m_ModifiedSet; ///< arguments of all calls of `SetModifiedFlag`, in order
 
     int IsModified() override { return m_nModified; }
     void SetModifiedFlag(bool modified) override {

@@ -8,15 +8,15 @@
 
 namespace {
 
-/// Where a window lies that was not told where.
+/// Default position of a window.
 constexpr LONG kDefaultCorner = 22;
 constexpr LONG kDefaultColumns = 80;
 constexpr LONG kDefaultRows = 30;
 
-/// Farthest coordinate that a window can have.
+/// Largest coordinate of a window.
 constexpr LONG kFar = 32767;
 
-/// A place that a window can have: sizes below 0 are 0, and nothing lies beyond the coordinates.
+/// Makes a place valid: sizes below 0 become 0, and coordinates are clamped.
 CRect fnFit(const CRect& place) {
     const LONG left = std::clamp(place.left, -kFar, kFar);
     const LONG top = std::clamp(place.top, -kFar, kFar);

@@ -21,14 +21,14 @@ struct CqHeadlessSaveDialog {
     std::string m_szDefaultExtension;
     UINT m_nFlags = 0;
     std::vector<std::pair<std::string, std::string>> m_Filters; ///< label and mask
-    std::optional<std::string> m_Folder; ///< where it started; none: the system's choice
+    std::optional<std::string> m_Folder; ///< initial folder; none: the system's choice
     std::optional<std::string> m_Answer; ///< none: cancelled
 };
 
 class CqHeadlessDumpView;
 
-/// What the script tells dump views, and what it can read of them after their end. Shared by them
-/// and the window service.
+/// The script of dump views, and what can be read of them after their end. Shared by them and the
+/// window service.
 struct Q32_API CqHeadlessDumpDesk {
     CqHeadlessCalls m_Create; ///< of the frame
     CqHeadlessCalls m_CreateText;
@@ -36,11 +36,10 @@ struct Q32_API CqHeadlessDumpDesk {
     CqHeadlessCalls m_SetText;      ///< a failed call throws std::bad_alloc and changes nothing
     CqHeadlessCalls m_AppendText;   ///< the same
     bool m_bAppends = true;         ///< whether views can append
-    std::uint64_t m_nTextBytes = 0; ///< bytes of text that views were handed in all
+    std::uint64_t m_nTextBytes = 0; ///< total bytes of text passed to views
 
-    /// Answers the next save dialog that has no answer yet: the name that the user gives, or none
-    /// to cancel. A name without an extension gets the default one. Dialogs without an answer are
-    /// cancelled.
+    /// Answers the next save dialog without an answer: with a name, or none to cancel. A name
+    /// without an extension gets the default one. Dialogs without an answer are cancelled.
     void fnAnswerSave(std::optional<std::string> name) { m_Answers.push_back(std::move(name)); }
     const std::vector<CqHeadlessSaveDialog>& fnGetSaveDialogs() const { return m_SaveDialogs; }
     /// Called while a save dialog is open, before it is answered.
@@ -50,14 +49,14 @@ private:
     friend CqHeadlessDumpView;
     std::deque<std::optional<std::string>> m_Answers;
     std::vector<CqHeadlessSaveDialog> m_SaveDialogs;
-    std::vector<CqHeadlessDumpView*> m_Views; ///< that stand, oldest first
+    std::vector<CqHeadlessDumpView*> m_Views; ///< existing ones, oldest first
 };
 
 /// The dump window of the headless world: a frame with a title row, a text in cells of one size,
-/// and a status row. It is read, and used as its user would, through this class.
+/// and a status row. Scripts read and operate it through this class.
 class Q32_API CqHeadlessDumpView final : public CqDumpView {
 public:
-    /// Pixels of a cell of the caption, the status bar and the menu.
+    /// Pixels of a cell in the caption, the status bar and the menu.
     static constexpr int kCellWidth = 6;
     static constexpr int kCellHeight = 11;
 
@@ -73,60 +72,60 @@ public:
                        std::shared_ptr<CqHeadlessDumpDesk> desk);
     ~CqHeadlessDumpView() override;
 
-    /// The newest view that stands; null when there is none.
+    /// The newest existing view; null if there is none.
     static CqHeadlessDumpView* fnFind(const CqHeadlessDumpDesk& desk);
 
-    // What is seen.
+    // Appearance.
 
     const std::string& fnGetCaption() const { return m_szCaption; }
     bool fnIsShown() const { return m_bShown; }
     bool fnIsOnTop() const { return m_bOnTop; }
-    /// The font of the text; at first it has the cells of the caption.
+    /// The font of the text; initially with the cells of the caption.
     const CqHeadlessFont& fnGetFont() const { return m_Font; }
-    /// The system menu from the top, as far as the library has put something in.
+    /// The items added to the system menu by the library, from the top.
     const std::vector<MenuItem>& fnGetMenu() const { return m_Menu; }
-    /// The prompt of the highlighted item, else that for no item; empty without a status bar.
+    /// The prompt of the highlighted item, else the idle prompt; empty without a status bar.
     std::string fnGetStatusText() const;
-    /// The window as rows of text: the caption, what is seen of the text, the status bar. Each row
-    /// has as many cells of its font as the window is wide. A byte is a cell; what has no sign is a
+    /// The window as rows of text: the caption, the visible text, the status bar. Each row has as
+    /// many cells of its font as fit the window's width. A byte is a cell; one without a glyph is a
     /// blank. Empty while the window isn't shown.
     std::vector<std::string> fnGetCells() const;
-    /// The same in pixels, with the system menu open while an item is highlighted: a star checks an
-    /// item, a line stands below the sign that chooses it.
+    /// The same in pixels, with the system menu open while an item is highlighted: a star marks a
+    /// checked item, a line underlines its access key.
     CqHeadlessPicture fnGetPicture() const;
 
-    // What the user does.
+    // User input.
 
     void fnMove(const RECT& place);
-    /// Puts a row and a column of the text into the first cell.
+    /// Scrolls a row and a column of the text to the first cell.
     void fnScroll(std::size_t row, std::size_t column);
-    /// Highlights an item of the system menu, or none for 0.
+    /// Highlights an item of the system menu; 0 for none.
     void fnHighlight(UINT id) { m_nHighlighted = id; }
-    /// Chooses an item of the system menu. False if the library doesn't take it. The view may be
+    /// Chooses an item of the system menu. False if the library doesn't handle it. The view may be
     /// gone afterwards.
     bool fnChoose(UINT id);
     /// Closes the window. The view is gone afterwards, unless it still has a dialog open.
     void fnClose() { m_Events.fnOnClose(); }
 
-    // For the library.
+    // Called by the library.
 
     bool fnCreateText() override { return m_pDesk->m_CreateText.fnPass(); }
     bool fnCreateStatusBar() override;
-    /// Fonts of other screens are passed over.
+    /// Fonts of other screens are ignored.
     void fnSetFont(const CFont& font) override;
     void fnInsertMenuItem(const CqDumpMenuItem& item) override;
     void fnCheckMenuItem(UINT id, bool checked) override;
     void fnSetOnTop(bool onTop) override { m_bOnTop = onTop; }
     void fnShow() override { m_bShown = true; }
     RECT fnGetPlace() const override { return m_Place; }
-    /// The text stays scrolled to where it was, as far as it goes.
+    /// Keeps the scroll position, as far as the new text allows.
     void fnSetText(const char* text, std::size_t length) override;
     bool fnAppendText(const char* text, std::size_t length) override;
     std::string fnGetText() const override { return m_szText; }
     bool fnAskSaveName(const CqSaveRequest& request, std::string& path) override;
 
 private:
-    std::string fnGetRow(std::size_t row, std::size_t columns) const;
+    Q32_LOCAL std::string fnGetRow(std::size_t row, std::size_t columns) const;
 
     CqDumpViewEvents& m_Events;
     const std::shared_ptr<CqHeadlessDumpDesk> m_pDesk;
@@ -140,7 +139,7 @@ private:
     std::vector<MenuItem> m_Menu;
     UINT m_nHighlighted = 0;
     std::string m_szText;
-    std::vector<std::size_t> m_Rows = {0}; ///< where the rows of the text begin
+    std::vector<std::size_t> m_Rows = {0}; ///< offsets of the rows in the text
     std::size_t m_nTopRow = 0;
     std::size_t m_nLeftColumn = 0;
 };

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-/// A file of the headless world while anybody knows it.
+/// A file of the headless world, kept while it is in use.
 struct CqHeadlessFile {
     std::string m_szName;    ///< full name
     std::size_t m_nVolume;   ///< index of its volume
@@ -15,7 +15,7 @@ struct CqHeadlessFile {
     std::int64_t m_nTime = 0;
     unsigned m_nUsers = 0;    ///< open handles, streams, mappings and views
     unsigned m_nViews = 0;    ///< mappings and views: the size is fixed
-    bool m_bUnshared = false; ///< its one handle lets nobody else in
+    bool m_bUnshared = false; ///< its only handle excludes all others
     bool m_bChanged = false;  ///< differs from the file in the volume's real folder
 };
 using CqHeadlessFilePtr = std::shared_ptr<CqHeadlessFile>;

@@ -1,6 +1,6 @@
 #include "platforms/headless/CqHeadlessFiles.h"
 
-#include "platforms/headless/Path.h"
+#include "platforms/headless/Path_p.h"
 
 #include <algorithm>
 #include <cstring>
@@ -77,7 +77,7 @@ public:
     CQ_FILE_CAUSE fnClose() override {
         if (!m_pFile)
             return FILE_CAUSE_INVALID;
-        // A close that fails has closed all the same.
+        // A close that fails still closes the file.
         const bool pass = m_pCalls->m_Close.fnPass();
         const CQ_FILE_CAUSE cause = m_pDisks->fnClose(std::exchange(m_pFile, nullptr));
         return pass ? cause : FILE_CAUSE_HARD_IO;
@@ -85,7 +85,7 @@ public:
 
 private:
     std::shared_ptr<CqHeadlessDisks> m_pDisks;
-    CqHeadlessFilePtr m_pFile; ///< null until taken and once closed
+    CqHeadlessFilePtr m_pFile; ///< null until set, and once closed
     CqFileMode m_Mode;
     std::shared_ptr<CqHeadlessFiles::StreamCalls> m_pCalls;
     std::uint64_t m_nPosition = 0;
@@ -159,7 +159,7 @@ std::unique_ptr<CqFileStream> CqHeadlessFiles::fnOpen(const char* name, const Cq
         cause = FILE_CAUSE_ACCESS_DENIED;
         return nullptr;
     }
-    // Made first: once a file is open, or new, nothing may run out.
+    // Allocated first: nothing may fail for memory once a file is open or created.
     auto stream = std::make_unique<Stream>(m_pDisks, mode, m_pStream);
     CqHeadlessFilePtr file = m_pDisks->fnOpen(name, mode.m_bCreate, mode.m_bExclusive, cause);
     if (file && mode.m_bCreate)

@@ -35,9 +35,9 @@ public:
     };
     const std::shared_ptr<StreamCalls> m_pStream = std::make_shared<StreamCalls>();
 
-    /// Whether disks are to be asked by the wide query. At first they are.
+    /// Whether the wide free space query is available; true initially.
     void fnSetWideSpaceQuery(bool wide) { m_bWide = wide; }
-    /// Both as they are given; a directory need not stand.
+    /// The names are used unchanged; a directory need not exist.
     void fnSetTempDirectory(std::string directory) { m_szTemp = std::move(directory); }
     void fnSetConfigDirectory(std::string directory) { m_szConfig = std::move(directory); }
     const std::string& fnGetConfiguredDirectory() const { return m_szConfig; }

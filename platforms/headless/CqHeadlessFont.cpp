@@ -5,8 +5,8 @@
 
 namespace {
 
-// The signs 20h to 7Fh, sixteen to a band, six columns to a sign. The last two rows lie below the
-// line. The sign 7Fh stands for all that have no picture.
+// The glyphs 20h to 7Fh, sixteen to a band, six columns each. The last two rows are below the
+// baseline. Glyph 7Fh is used for all bytes without one.
 // clang-format off
 constexpr const char* kPictures[6][9] = {
     {"........X....X.X...X.X....X...XX..X..XX.....X......X...X......................................X.",
@@ -68,7 +68,7 @@ constexpr const char* kPictures[6][9] = {
 
 constexpr int kColumns = 6;
 constexpr int kRows = 9;
-constexpr int kLeading = 2; ///< empty rows above the pictures
+constexpr int kLeading = 2; ///< empty rows above the glyphs
 constexpr int kDescent = 2;
 constexpr unsigned kFirst = 0x20;
 constexpr unsigned kLast = 0x7F;
@@ -76,7 +76,7 @@ constexpr unsigned kLast = 0x7F;
 } // namespace
 
 CqHeadlessFont::CqHeadlessFont(LONG height) {
-    // Below 0, a height leaves out the rows that belong to no sign.
+    // Below 0, a height excludes the leading.
     const int smallest = height < 0 ? kRows : kHeight;
     constexpr LONG kMax = 64 * kHeight;
     const LONG wanted = std::abs(std::clamp(height, -kMax, kMax));

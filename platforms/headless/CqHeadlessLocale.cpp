@@ -1,6 +1,6 @@
 #include "platforms/headless/CqHeadlessLocale.h"
 
-#include "platforms/software/CodePages.h"
+#include "platforms/software/CodePages_p.h"
 
 #include <chrono>
 #include <cstdio>
@@ -47,7 +47,7 @@ bool CqHeadlessLocale::fnFormatTime(const SYSTEMTIME& time, UINT flags, std::str
 }
 
 bool CqHeadlessLocale::fnGetLocalTime(std::int64_t seconds, SYSTEMTIME& time) {
-    // 1601-01-01 and 30828-01-01.
+    // 1601-01-01 and 30828-01-01, in seconds since 1970.
     constexpr std::int64_t kFirst = -11644473600;
     constexpr std::int64_t kEnd = 910670515200;
     const std::int64_t zone = std::int64_t{m_nMinutesEast} * 60;

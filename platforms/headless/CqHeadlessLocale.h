@@ -4,8 +4,8 @@
 #include "q32Base/platform/CqLocaleService.h"
 #include "q32Base/platform/Export.h"
 
-/// A language with a code page of 1252, 932 or 65001 (UTF-8), dates as 12/31/1999 and times as
-/// 1:05:09 PM or, in the 24-hour form, 13:05:09, and a fixed distance from UTC.
+/// A locale with a code page of 1252, 932 or 65001 (UTF-8), dates as 12/31/1999 and times as
+/// 1:05:09 PM or, in the 24-hour form, 13:05:09, and a fixed offset from UTC.
 class Q32_API CqHeadlessLocale final : public CqLocaleService {
 public:
     CqHeadlessLocale(UINT codePage, int minutesEast)
@@ -19,7 +19,7 @@ public:
     void fnSetTimeZone(int minutesEast) { m_nMinutesEast = minutesEast; }
 
     std::size_t fnGetCharBytes(const char* text, std::size_t count) override;
-    /// False for a date that no calendar has, as for one before 1601.
+    /// False for a date that doesn't exist or is before 1601.
     bool fnFormatDate(const SYSTEMTIME& time, std::string& text) override;
     bool fnFormatTime(const SYSTEMTIME& time, UINT flags, std::string& text) override;
     /// False for years outside 1601 to 30827.

@@ -68,7 +68,7 @@ void CqHeadlessMemory::fnDecommit(void* address, std::size_t size) {
 }
 
 bool CqHeadlessMemory::fnRelease(void* address, std::size_t size) {
-    // Refused, but no misuse: the library's own failure path does this on purpose.
+    // This fails, but isn't a misuse: the library's own failure path does it on purpose.
     if (!address || !fnFindRange(address, size, "release"))
         return false;
     m_Ranges.erase(address);

@@ -8,8 +8,8 @@
 #include <map>
 #include <memory>
 
-/// Address space of the headless world. Ranges are real memory; touching one before its commit is
-/// the caller's fault and isn't trapped.
+/// Address space of the headless world. Ranges are real memory; access before a commit is the
+/// caller's error and isn't trapped.
 class Q32_API CqHeadlessMemory final : public CqMemoryService {
 public:
     CqHeadlessMemory(std::uint64_t physicalBytes, std::shared_ptr<CqHeadlessMisuses> misuses);
@@ -18,11 +18,11 @@ public:
     CqHeadlessCalls m_Commit;  ///< calls of fnCommit
 
     void fnSetPhysicalBytes(std::uint64_t bytes) { m_nPhysicalBytes = bytes; }
-    /// Ranges that are reserved now, committed ones included.
+    /// Currently reserved ranges, including committed ones.
     std::size_t fnGetReservedRanges() const { return m_Ranges.size(); }
-    /// Ranges that are committed now.
+    /// Currently committed ranges.
     std::size_t fnGetCommittedRanges() const;
-    /// Bytes that are committed now.
+    /// Currently committed bytes.
     std::uint64_t fnGetCommittedBytes() const;
     /// Ranges released since the start.
     std::uint64_t fnGetReleased() const { return m_nReleased; }
@@ -37,9 +37,9 @@ private:
     struct Range {
         CqHeadlessBlock m_Block;
         bool m_bCommitted = false;
-        bool m_bUsed = false; ///< was committed before: no longer all zero
+        bool m_bUsed = false; ///< was committed before: may no longer be all zero
     };
-    Range* fnFindRange(void* address, std::size_t size, const char* call);
+    Q32_LOCAL Range* fnFindRange(void* address, std::size_t size, const char* call);
 
     std::map<void*, Range> m_Ranges;
     std::uint64_t m_nPhysicalBytes;

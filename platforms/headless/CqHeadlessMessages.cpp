@@ -35,7 +35,7 @@ int CqHeadlessMessages::fnShowBox(const char* text, UINT style, const char* capt
         answer = m_Answers.front();
         m_Answers.pop_front();
     }
-    if (index < m_Boxes.size()) // the script may have cleared them meanwhile
+    if (index < m_Boxes.size()) // a script may have cleared them meanwhile
         m_Boxes[index].m_nAnswer = answer;
     return answer;
 }

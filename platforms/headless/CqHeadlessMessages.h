@@ -22,7 +22,7 @@ struct CqHeadlessBox {
     UINT fnGetIcon() const { return m_nStyle & MB_ICONMASK; }
 };
 
-/// Message boxes that are recorded and answered by script, and the system's last error.
+/// Message boxes that are recorded and answered by a script, and the system's last error.
 class Q32_API CqHeadlessMessages final : public CqMessageService {
 public:
     CqHeadlessMessages();
@@ -33,13 +33,13 @@ public:
     /// Called while a box is open, after it was recorded and before it is answered.
     std::function<void(const CqHeadlessBox&)> m_OnBox;
 
-    /// Answers the next box that has no answer yet. Boxes without one are answered with their first
+    /// Answers the next box without an answer. Boxes without one are answered with their first
     /// button.
     void fnAnswer(int button) { m_Answers.push_back(button); }
     const std::vector<CqHeadlessBox>& fnGetBoxes() const { return m_Boxes; }
     void fnClearBoxes() { m_Boxes.clear(); }
     void fnSetLastError(DWORD code) { m_nLastError = code; }
-    /// The system's text for a code from now on; none: the code has no text.
+    /// Sets the system's text for a code; none: the code has no text.
     void fnSetErrorText(DWORD code, std::optional<std::string> text);
 
     int fnShowBox(const char* text, UINT style, const char* caption) override;

@@ -10,7 +10,7 @@ struct CqHeadlessMixers::State {
         Changed m_Changed;
     };
     struct Report {
-        std::weak_ptr<Open> m_pOpen; ///< ends with the mixer
+        std::weak_ptr<Open> m_pOpen; ///< expires with the mixer
         std::uint32_t m_nControl;
     };
     std::vector<CqHeadlessMixerDevice> m_Devices;
@@ -152,7 +152,7 @@ std::vector<std::uint32_t> CqHeadlessMixers::fnGetValues(std::uint32_t index,
 }
 
 std::size_t CqHeadlessMixers::fnPump() {
-    // Changes that come while others are told wait for the next time.
+    // Changes made during a report wait for the next pump.
     std::deque<State::Report> reports = std::exchange(m_pState->m_Reports, {});
     std::size_t told = 0;
     for (const State::Report& report : reports) {

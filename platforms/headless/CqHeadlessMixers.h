@@ -21,11 +21,11 @@ struct CqHeadlessMixerDevice {
     bool m_bHasSpeakers = true;
     std::uint32_t m_nLineId = 0xFFFF0000u;
     std::uint32_t m_nChannels = 2;
-    std::vector<CqHeadlessControl> m_Controls; ///< of the line to the speakers
+    std::vector<CqHeadlessControl> m_Controls; ///< of the speaker line
 };
 
-/// Mixers that the script adds and moves; at first there are none. A change is told when the script
-/// pumps, on the thread that pumps: the owner's.
+/// Mixers that a script adds and changes; initially there are none. A change is reported during
+/// `fnPump`, on the thread that calls it: the owner's.
 class Q32_API CqHeadlessMixers final : public CqMixerService {
 public:
     CqHeadlessMixers();
@@ -43,19 +43,20 @@ public:
 
     /// Adds a mixer and returns its index.
     std::uint32_t fnAddDevice(const CqHeadlessMixerDevice& device);
-    /// A mixer with mute, volume, bass and treble on two channels, ids 1 to 4, half way up.
+    /// A mixer with mute, volume, bass and treble on two channels, ids 1 to 4, at half of their
+    /// range.
     static CqHeadlessMixerDevice fnMakeUsualDevice();
-    /// Moves a control from outside. False when there is none of that type, or for another number
-    /// of values than it has.
+    /// Changes a control from outside. False if there is none of that type, or for a different
+    /// number of values.
     bool fnMove(std::uint32_t index, CQ_MIXER_CONTROL type,
                 const std::vector<std::uint32_t>& values);
-    /// Queues the report of a change for a control id, changed or not, known or not.
+    /// Queues the report of a change of a control id, whether changed or not, known or not.
     void fnReport(std::uint32_t index, std::uint32_t control);
-    /// Values of a control; none when there is none of that type.
+    /// Values of a control; none if there is none of that type.
     std::vector<std::uint32_t> fnGetValues(std::uint32_t index, CQ_MIXER_CONTROL type) const;
-    /// Tells the changes that have come so far; returns how many were told.
+    /// Reports the changes so far; returns how many were reported.
     std::size_t fnPump();
-    /// Mixers that are open now.
+    /// Number of open mixers.
     std::size_t fnGetOpen() const;
 
     std::uint32_t fnGetCount() override;

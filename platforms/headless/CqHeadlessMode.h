@@ -1,6 +1,6 @@
 #pragma once
 
-/// Size, depth and density of a screen.
+/// Size in pixels, bits per pixel and dots per inch of a screen.
 struct CqHeadlessMode {
     int m_nWidth = 1024;
     int m_nHeight = 768;

@@ -2,15 +2,15 @@
 
 #include "platforms/headless/CqHeadlessCalls.h"
 
-/// Calls that painting makes of the screen and its device contexts.
+/// Calls to the screen and its device contexts made while painting.
 struct CqHeadlessPaintCalls {
     CqHeadlessCalls m_IconTitleFont;
     CqHeadlessCalls m_CreateFont;
     CqHeadlessCalls m_CreateBitmap;
-    CqHeadlessCalls m_CreateDC; ///< of those that draw on bitmaps
+    CqHeadlessCalls m_CreateDC; ///< for bitmaps
     CqHeadlessCalls m_TextMetrics;
     CqHeadlessCalls m_TextExtent;
-    CqHeadlessCalls m_DrawText; ///< measuring by DT_CALCRECT included
+    CqHeadlessCalls m_DrawText; ///< including measurements by DT_CALCRECT
     CqHeadlessCalls m_FillRect;
     CqHeadlessCalls m_InvertRect;
     CqHeadlessCalls m_BitBlt;

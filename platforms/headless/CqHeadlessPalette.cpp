@@ -5,7 +5,7 @@
 
 namespace {
 
-/// The platform's twenty static colours, in the order of their slots.
+/// The twenty static colours, in the order of their slots.
 constexpr std::uint32_t kStaticColors[] = {0x000000, 0x800000, 0x008000, 0x808000, 0x000080,
                                            0x800080, 0x008080, 0xC0C0C0, 0xC0DCC0, 0xA6CAF0,
                                            0xFFFBF0, 0xA0A0A4, 0x808080, 0xFF0000, 0x00FF00,
@@ -16,7 +16,7 @@ std::uint32_t fnToColor(const PALETTEENTRY& entry) {
            static_cast<std::uint32_t>(entry.peGreen) << 8 | entry.peBlue;
 }
 
-/// A palette may outlive one headless world and be selected in another, so no two count alike.
+/// A palette may outlive one headless world and be selected in another, so all epochs are unique.
 std::uint64_t fnNextEpoch() {
     static std::atomic<std::uint64_t> last{0};
     return ++last;

@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <vector>
 
-/// A palette of the headless screen, with the hardware slots that its entries were given when it
-/// was last realized. Changed entries keep their slots, and so their looks, until the next time.
+/// A palette of the headless screen, with the hardware slots assigned to its entries when it was
+/// last realized. Changed entries keep their slots, and so their appearance, until the next time.
 class Q32_API CqHeadlessPalette final : public CqPaletteObject {
 public:
     using CqPaletteObject::CqPaletteObject;
@@ -16,11 +16,11 @@ public:
 private:
     friend class CqHeadlessHardware;
     std::vector<BYTE> m_Slots;  ///< empty: never realized
-    std::uint64_t m_nEpoch = 0; ///< of the hardware then; 0: of none
+    std::uint64_t m_nEpoch = 0; ///< the hardware's epoch then; 0: none
 };
 
-/// The 256 colours of an 8-bit screen. The first and the last ten are static; the others are given
-/// out when palettes are realized.
+/// The 256 colours of an 8-bit screen. The first and the last ten are static; the others are
+/// assigned when palettes are realized.
 class Q32_API CqHeadlessHardware {
 public:
     static constexpr std::size_t kSlots = 256;
@@ -28,28 +28,28 @@ public:
 
     CqHeadlessHardware();
 
-    /// All slots but the static ones are free and black; what was realized no longer counts.
+    /// Makes all slots except the static ones free and black, and invalidates realized palettes.
     void fnReset();
     /// Colour of a slot, 0x00RRGGBB.
     std::uint32_t fnGetColor(BYTE slot) const { return m_Colors[slot]; }
 
-    /// Gives every entry a slot: one that has its colour, else a free one that takes the colour,
+    /// Assigns a slot to every entry: one with its colour, else a free one that takes the colour,
     /// else the one nearest in colour. A foreground palette may first take all slots that aren't
-    /// static; a background one takes only those that nobody holds. Returns the slots whose colour
-    /// has changed.
+    /// static; a background one only free ones. Returns the number of slots whose colour has
+    /// changed.
     UINT fnRealize(CqHeadlessPalette& palette, bool background);
 
-    /// The slots that stand for the entries of a selected palette, which may be null (the twenty
-    /// static colours stand for it then) or not realized (its entries get the nearest colours).
+    /// The slots for the entries of a selected palette, which may be null (the twenty static
+    /// colours are used) or not realized (its entries get the nearest colours).
     std::vector<BYTE> fnGetSlots(const CqPaletteObject* palette) const;
-    /// The one of `slots` that is nearest to a colour, the first of equals. `slots` isn't empty.
+    /// The slot among `slots` nearest to a colour, the first of equals. `slots` must not be empty.
     BYTE fnFindNearest(std::uint32_t color, const std::vector<BYTE>& slots) const;
 
 private:
     static bool fnIsStatic(std::size_t slot) { return slot < kStatic || slot >= kSlots - kStatic; }
-    std::vector<BYTE> fnGetHeldSlots() const;
+    Q32_LOCAL std::vector<BYTE> fnGetHeldSlots() const;
 
     std::array<std::uint32_t, kSlots> m_Colors{};
     std::array<bool, kSlots> m_Held{};
-    std::uint64_t m_nEpoch = 0; ///< no other hardware's, and new at each reset
+    std::uint64_t m_nEpoch = 0; ///< unique to this hardware, and new at each reset
 };

@@ -43,12 +43,12 @@ std::string CqHeadlessPicture::fnToBmp() const {
     put(m_nWidth, 4);
     put(m_nHeight, 4);
     put(1, 2);  // planes
-    put(24, 2); // bits
-    put(0, 4);  // not compressed
+    put(24, 2); // bits per pixel
+    put(0, 4);  // uncompressed
     put(stride * m_nHeight, 4);
-    put(0, 4); // resolution not told
+    put(0, 4); // no resolution
     put(0, 4);
-    put(0, 4); // no colours
+    put(0, 4); // no colour table
     put(0, 4);
     for (std::size_t y = m_nHeight; y-- > 0;) {
         for (std::size_t x = 0; x < m_nWidth; ++x)

@@ -5,7 +5,7 @@
 
 #include <string>
 
-/// Modules with their resources, whose calls are counted and fail on demand.
+/// Modules with their resources; calls are counted and fail on demand.
 class CqHeadlessResources final : public CqSoftwareResources {
 public:
     using CqSoftwareResources::CqSoftwareResources;

@@ -11,7 +11,7 @@ CqHeadlessScratch::CqHeadlessScratch(std::shared_ptr<CqHeadlessDisks> disks,
     : m_pDisks(std::move(disks)), m_pMisuses(std::move(misuses)) {}
 
 CqHeadlessScratch::~CqHeadlessScratch() {
-    // The disks may live on: what a process holds open ends with it.
+    // The disks may outlive this: open uses end here, as with a process.
     for (const auto& [address, view] : m_Views)
         fnDropView(view.m_pFile);
     for (const auto& [handle, mapping] : m_Mappings)
@@ -172,8 +172,8 @@ void CqHeadlessScratch::fnAdvise(CQ_VIEW_ADVICE advice, void* address,
 bool CqHeadlessScratch::fnDelete(const char* name) noexcept {
     if (!m_Delete.fnPass())
         return false;
-    // The world's own book-keeping takes memory. An allocation that a test makes fail must not keep
-    // a file alive, so a failed try is made again.
+    // Bookkeeping may allocate, and an allocation failure injected by a test must not keep a file
+    // alive, so a failure is retried once.
     for (int tries = 0; tries < 2; ++tries) {
         try {
             return m_pDisks->fnDelete(name);

@@ -10,7 +10,7 @@
 #include <memory>
 
 /// Scratch files on the disks of the headless world. A view is the file's own bytes. Handles are
-/// checked: one that isn't open is a misuse, and the call fails.
+/// checked: use of one that isn't open is a misuse, and the call fails.
 class Q32_API CqHeadlessScratch final : public CqScratchService {
 public:
     CqHeadlessScratch(std::shared_ptr<CqHeadlessDisks> disks,
@@ -24,13 +24,13 @@ public:
     CqHeadlessCalls m_CreateMapping;
     CqHeadlessCalls m_MapView;
     CqHeadlessCalls m_Delete;
-    CqHeadlessCalls m_Advise; ///< a failed one is lost
+    CqHeadlessCalls m_Advise; ///< a failed call is ignored
 
-    /// Called with each advice on bytes of a view. It may look at the bytes and change them, but
-    /// must not throw.
+    /// Called with each advice on bytes of a view. It may read and change the bytes, but must not
+    /// throw.
     std::function<void(CQ_VIEW_ADVICE, std::uint8_t* address, std::uint32_t size)> m_OnAdvice;
 
-    /// Handles, mappings and views that are open now.
+    /// Numbers of open handles, mappings and views.
     std::size_t fnGetHandles() const { return m_Files.size(); }
     std::size_t fnGetMappings() const { return m_Mappings.size(); }
     std::size_t fnGetViews() const { return m_Views.size(); }
@@ -52,9 +52,9 @@ private:
         CqHeadlessFilePtr m_pFile;
         std::uint32_t m_nSize;
     };
-    CqFileHandle fnOpenHandle(const char* name);
-    bool fnCloseHandle(CqFileHandle file, const char* misuse);
-    void fnDropView(const CqHeadlessFilePtr& file);
+    Q32_LOCAL CqFileHandle fnOpenHandle(const char* name);
+    Q32_LOCAL bool fnCloseHandle(CqFileHandle file, const char* misuse);
+    Q32_LOCAL void fnDropView(const CqHeadlessFilePtr& file);
 
     std::shared_ptr<CqHeadlessDisks> m_pDisks;
     std::shared_ptr<CqHeadlessMisuses> m_pMisuses;

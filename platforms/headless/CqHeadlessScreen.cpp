@@ -1,10 +1,10 @@
 #include "platforms/headless/CqHeadlessScreen.h"
 
 #include "platforms/headless/CqHeadlessRegion.h"
-#include "platforms/headless/DeviceContext.h"
-#include "platforms/headless/RowConverter.h"
-#include "platforms/software/DibRows.h"
-#include "platforms/software/PaletteEntries.h"
+#include "platforms/headless/DeviceContext_p.h"
+#include "platforms/headless/RowConverter_p.h"
+#include "platforms/software/DibRows_p.h"
+#include "platforms/software/PaletteEntries_p.h"
 
 #include <algorithm>
 #include <cassert>

@@ -5,16 +5,16 @@
 
 #include <map>
 
-/// A toolbar. Its buttons, named by their commands, are enabled until they are told otherwise. Its
-/// messages are kept also when its window is gone.
+/// A toolbar. Its buttons, identified by their commands, are initially enabled. Its messages are
+/// recorded even after its window is destroyed.
 class Q32_API CqHeadlessToolBar final : public CqHeadlessWndOf<CToolBarCtrl> {
 public:
     CqHeadlessToolBar() : CqHeadlessWndOf(CRect()) {}
 
     bool fnIsEnabled(UINT command) const;
 
-    /// TB_ENABLEBUTTON gives 1; any other message is ignored and gives 0, as all do once the
-    /// window is gone.
+    /// TB_ENABLEBUTTON returns 1; any other message is ignored and returns 0, as do all once the
+    /// window is destroyed.
     LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
 
 private:

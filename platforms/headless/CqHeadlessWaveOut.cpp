@@ -11,7 +11,7 @@
 
 namespace {
 
-// The published flags of a block.
+// Flags of WAVEHDR::dwFlags.
 constexpr DWORD kDone = 1;
 constexpr DWORD kPrepared = 2;
 constexpr DWORD kLoop = 4 | 8;
@@ -21,7 +21,7 @@ constexpr DWORD kForEver = 0xFFFFFFFFu;
 } // namespace
 
 struct CqHeadlessWaveOut::Device {
-    /// A report that waits to be told.
+    /// A pending report.
     struct Job {
         std::shared_ptr<Device> m_pDevice;
         WAVEHDR* m_pHeader;
@@ -31,15 +31,15 @@ struct CqHeadlessWaveOut::Device {
     Done m_Done;
     std::set<const WAVEHDR*> m_Prepared;
     WAVEHDR* m_pPlaying = nullptr;
-    std::list<Job> m_Job;          ///< of the block that plays, made beforehand
-    std::uint64_t m_nPosition = 0; ///< bytes into the present pass
-    DWORD m_nPassesLeft = 0;       ///< kForEver stays
+    std::list<Job> m_Job;          ///< for the playing block, allocated beforehand
+    std::uint64_t m_nPosition = 0; ///< bytes into the current pass
+    DWORD m_nPassesLeft = 0;       ///< kForEver is not counted down
     bool m_bPaused = false;
     bool m_bClosed = false;
     bool m_bReporting = false;
 };
 
-/// All that devices share with the thread that reports. The lock is never held during a report.
+/// State shared by devices and the reporting thread. The lock is never held during a report.
 struct CqHeadlessWaveOut::State {
     using Job = Device::Job;
 
@@ -48,7 +48,7 @@ struct CqHeadlessWaveOut::State {
     std::vector<std::shared_ptr<Device>> m_Devices;
     std::list<Job> m_Jobs;
     std::uint64_t m_nPosted = 0;
-    std::uint64_t m_nFinished = 0; ///< jobs ended, told or dropped
+    std::uint64_t m_nFinished = 0; ///< jobs completed or dropped
     std::uint64_t m_nReports = 0;
     std::vector<CqHeadlessPlay> m_Plays;
     bool m_bEndInWrite = false;
@@ -58,8 +58,8 @@ struct CqHeadlessWaveOut::State {
 
     static void fnRun(const std::shared_ptr<State>& state);
 
-    /// Starts the thread that reports, if that isn't so yet; false when the system gives none. The
-    /// lock is held.
+    /// Starts the reporting thread if not running; false if the system can't create one. The lock
+    /// is held.
     bool fnStartThread(const std::shared_ptr<State>& self) {
         try {
             if (!m_Thread.joinable() && !m_bStop)
@@ -70,8 +70,8 @@ struct CqHeadlessWaveOut::State {
         }
     }
 
-    /// Ends the block of a device and has that reported. The lock is held. Nothing can fail here:
-    /// an end that is lost would hang its waiter.
+    /// Ends the block of a device and queues its report. The lock is held. Nothing can fail here: a
+    /// lost end would hang its waiter.
     void fnEnd(const std::shared_ptr<Device>& device) {
         WAVEHDR* header = std::exchange(device->m_pPlaying, nullptr);
         header->dwFlags = (header->dwFlags & ~kInQueue) | kDone;
@@ -119,8 +119,8 @@ void CqHeadlessWaveOut::State::fnRun(const std::shared_ptr<State>& state) {
     }
 }
 
-/// The caller's end of a device. A report may destroy it while a call of it is under way on another
-/// thread, so that calls go on with copies of the pointers.
+/// The caller's handle of a device. A report may destroy it while another thread is inside a call
+/// to it, so calls continue with copies of the pointers.
 class CqHeadlessWaveOut::Out final : public CqWaveOut {
 public:
     Out(std::shared_ptr<State> state, std::shared_ptr<Device> device, std::shared_ptr<Calls> calls)
@@ -221,7 +221,7 @@ CqHeadlessWaveOut::~CqHeadlessWaveOut() {
     m_pState->m_Changed.notify_all();
     const bool within = m_pState->fnIsReporter();
     lock.unlock();
-    // The last owner may be a report; the thread then ends by itself and frees what is left.
+    // The last owner may be a report; the thread then ends by itself and frees the rest.
     if (within)
         m_pState->m_Thread.detach();
     else if (m_pState->m_Thread.joinable())
@@ -306,7 +306,7 @@ std::unique_ptr<CqWaveOut> CqHeadlessWaveOut::fnOpen(const WAVEFORMATEX& format,
     device->m_Format = format;
     device->m_Done = std::move(done);
     const std::lock_guard lock(m_pState->m_Lock);
-    // Room first: nothing may fail between the device's entry and its owner.
+    // Reserved first: nothing may fail between registering the device and returning its owner.
     m_pState->m_Devices.reserve(m_pState->m_Devices.size() + 1);
     auto out = std::make_unique<Out>(m_pState, device, m_pCalls);
     m_pState->m_Devices.push_back(std::move(device));

@@ -9,17 +9,17 @@
 #include <memory>
 #include <vector>
 
-/// A block that a headless sound device was given.
+/// A block written to a headless sound device.
 struct CqHeadlessPlay {
     WAVEFORMATEX m_Format;
     const void* m_pData;
     DWORD m_nBytes;
-    DWORD m_nFlags; ///< as the block came
+    DWORD m_nFlags; ///< flags when the block was written
     DWORD m_nLoops;
 };
 
-/// Sound devices whose time stands still until the script moves it on. The end of a block is
-/// reported on one thread that belongs to the service. The script runs on any other thread.
+/// Sound devices whose time advances only by a script. The end of a block is reported on a thread
+/// of the service. The script runs on any other thread.
 class Q32_API CqHeadlessWaveOut final : public CqWaveOutService {
 public:
     CqHeadlessWaveOut();
@@ -38,32 +38,32 @@ public:
     };
     const std::shared_ptr<Calls> m_pCalls = std::make_shared<Calls>();
 
-    /// A block has ended, and its end been reported, before the call that starts it returns; unless
-    /// it loops for ever.
+    /// Sets whether a block ends, and its end has been reported, before the call that starts it
+    /// returns; except for endless loops.
     void fnEndInWrite(bool end);
-    /// The report of a reset has returned before the reset does.
+    /// Sets whether the report of a reset has returned before the reset does.
     void fnReportInReset(bool report);
 
-    /// Moves the time of all devices on by so many bytes of what they play. Paused ones stand
-    /// still.
+    /// Advances the time of all devices by so many bytes of their blocks. Paused ones don't
+    /// advance.
     void fnAdvance(std::uint64_t bytes);
     /// Waits until all ends so far have been reported. From within a report it returns at once.
     void fnWaitForReports();
 
-    /// Blocks given to devices so far, in order.
+    /// Blocks written to devices so far, in order.
     std::vector<CqHeadlessPlay> fnGetPlays() const;
-    /// Devices that are open now.
+    /// Number of open devices.
     std::size_t fnGetOpen() const;
-    /// Devices that are playing a block, paused ones included.
+    /// Number of devices playing a block, including paused ones.
     std::size_t fnGetPlaying() const;
-    /// Devices that are paused.
+    /// Number of paused devices.
     std::size_t fnGetPaused() const;
-    /// Bytes into the block of the device that has played longest; 0 when nothing plays.
+    /// Bytes into the block of the device that has been playing longest; 0 when nothing plays.
     std::uint64_t fnGetPosition() const;
-    /// Ends reported since the start.
+    /// Number of ends reported so far.
     std::uint64_t fnGetReports() const;
 
-    /// PCM of 8 or 16 bits, on one or two channels, with a block size that agrees.
+    /// True for PCM of 8 or 16 bits, on one or two channels, with a matching block size.
     bool fnCanPlay(const WAVEFORMATEX& format) override;
     std::unique_ptr<CqWaveOut> fnOpen(const WAVEFORMATEX& format, Done done) override;
 

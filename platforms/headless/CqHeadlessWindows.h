@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-/// An application object that the script describes.
+/// An application object configured by a script.
 class Q32_API CqHeadlessApp : public CWinApp {
 public:
     bool m_bMDI = false;
@@ -20,8 +20,8 @@ public:
     bool GetTemplateTitle(CString& title) const override;
 };
 
-/// The application and its main window, and the dump window. The first two aren't owned; both may
-/// be missing, as they are at first.
+/// The application and its main window, and the dump window. The first two aren't owned, and are
+/// initially null.
 class Q32_API CqHeadlessWindows final : public CqWindowService {
 public:
     void fnSetApp(CWinApp* app) { m_pApp = app; }
@@ -29,7 +29,7 @@ public:
 
     /// The script of dump windows.
     const std::shared_ptr<CqHeadlessDumpDesk> m_pDump = std::make_shared<CqHeadlessDumpDesk>();
-    /// The dump window; null when there is none.
+    /// The dump window; null if there is none.
     CqHeadlessDumpView* fnGetDumpView() const { return CqHeadlessDumpView::fnFind(*m_pDump); }
 
     CWinApp* fnGetApp() override { return m_pApp; }

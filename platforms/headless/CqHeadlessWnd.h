@@ -7,15 +7,15 @@
 #include <optional>
 #include <vector>
 
-/// Where a headless window's client area lies on the screen.
+/// The position of a headless window's client area on the screen.
 class Q32_API CqHeadlessPlace {
 public:
     virtual ~CqHeadlessPlace() = default;
     virtual const CRect& fnGetPlace() const = 0;
 };
 
-/// A window of the headless world: a client area at a place on the screen, and a record of what it
-/// was told. `Base` is the kind of window.
+/// A window of the headless world: a client area at a position on the screen, and a record of the
+/// messages and invalidations that it receives. `Base` is the window class.
 template <typename Base>
 class CqHeadlessWndOf : public Base, public CqHeadlessPlace {
 public:
@@ -33,17 +33,17 @@ public:
     /// @param client  the client area in screen coordinates
     explicit CqHeadlessWndOf(const RECT& client) : m_Client(client) {}
 
-    /// Moves the client area; what stands on the screen stays there.
+    /// Moves the client area; the screen's pixels are unchanged.
     void fnMove(const RECT& client) { m_Client = client; }
     const CRect& fnGetPlace() const override { return m_Client; }
-    /// The window ceases to exist for the library, and its children's windows with it.
+    /// Destroys the window, from the library's view, and its child windows.
     void fnDestroy() {
         m_bExists = false;
         Base::fnDestroyChildren();
     }
-    /// The answer to later messages; at first 0.
+    /// Sets the answer to later messages; initially 0.
     void fnSetAnswer(LRESULT answer) { m_nAnswer = answer; }
-    /// The bar of a frame window, not owned; at first none.
+    /// Sets the message bar of a frame window, not owned; initially null.
     void fnSetMessageBar(CWnd* bar) { m_pMessageBar = bar; }
     const std::vector<Message>& fnGetMessages() const { return m_Messages; }
     void fnClearMessages() { m_Messages.clear(); }
@@ -61,7 +61,7 @@ public:
     CWnd* GetMessageBar() override { return m_pMessageBar; }
 
 private:
-    /// No window raises a failure of memory; a record that there is no room for is lost.
+    /// Windows don't throw; when memory is exhausted, the record is lost.
     template <typename Record>
     static void fnKeep(std::vector<Record>& records, const Record& record) {
         try {
@@ -79,10 +79,10 @@ private:
 };
 
 using CqHeadlessWnd = CqHeadlessWndOf<CWnd>;
-/// What it is told can be read in its messages.
+/// A progress bar, whose state can be read from its messages.
 using CqHeadlessProgressCtrl = CqHeadlessWndOf<CProgressCtrl>;
 
-/// A status bar: it fills its client area with the button face when it is told to erase it.
+/// A status bar, which fills its client area with the button face on WM_ERASEBKGND.
 class Q32_API CqHeadlessStatusBar : public CqHeadlessWnd {
 public:
     using CqHeadlessWnd::CqHeadlessWnd;

@@ -1,7 +1,6 @@
-#include "platforms/headless/DeviceContext.h"
-
 #include "platforms/headless/CqHeadlessWnd.h"
-#include "platforms/headless/RowConverter.h"
+#include "platforms/headless/DeviceContext_p.h"
+#include "platforms/headless/RowConverter_p.h"
 #include "q32Base/framework/CBitmap.h"
 #include "q32Base/framework/CFont.h"
 

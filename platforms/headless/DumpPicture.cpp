@@ -1,5 +1,5 @@
 /// @file
-/// The dump window in pixels.
+/// Rendering of the dump window to pixels.
 
 #include "platforms/headless/CqHeadlessDumpView.h"
 
@@ -12,12 +12,12 @@ constexpr std::uint32_t kInk = 0x000000;
 constexpr std::uint32_t kPaper = 0xFFFFFF;
 constexpr std::uint32_t kFace = 0xC0C0C0;
 constexpr std::uint32_t kShadow = 0x808080;
-constexpr std::uint32_t kMarked = 0x000080; ///< the caption, and the highlighted item
+constexpr std::uint32_t kMarked = 0x000080; ///< the caption and the highlighted item
 
 constexpr int kCellWidth = CqHeadlessDumpView::kCellWidth;
 constexpr int kCellHeight = CqHeadlessDumpView::kCellHeight;
 
-/// Pixels to fill and write on; what lies outside is dropped.
+/// Pixels for filling and text, clipped.
 class Canvas {
 public:
     explicit Canvas(const CSize& size) : m_Area(CPoint(0, 0), size) {
@@ -34,7 +34,7 @@ public:
                 fnSet(x, y, color);
     }
 
-    /// Writes a line without filling its cells.
+    /// Draws a line of text without a background.
     void fnWrite(std::string_view text, const CPoint& corner, const CqHeadlessFont& font,
                  std::uint32_t color) {
         const CSize cell(font.fnMeasure(1));
@@ -64,7 +64,7 @@ private:
     const CRect m_Area;
 };
 
-/// A menu's open box with its corner at `at`: two columns for the check marks, then the texts, and
+/// Draws an open menu with its corner at `at`: two columns for the check marks, then the texts, and
 /// a column at the right.
 void fnDrawMenu(Canvas& canvas, const CPoint& at,
                 const std::vector<CqHeadlessDumpView::MenuItem>& menu, UINT highlighted) {

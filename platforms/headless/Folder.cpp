@@ -1,4 +1,4 @@
-#include "platforms/headless/Folder.h"
+#include "platforms/headless/Folder_p.h"
 
 #include <algorithm>
 #include <chrono>
@@ -13,7 +13,7 @@ namespace q32::headless {
 
 namespace {
 
-/// The real path; none when a name on the way is a link, or isn't a plain name to the system.
+/// The real path; none if a name on the way is a link, or isn't a plain name for the system.
 std::optional<fs::path> fnRealPath(const FolderPlace& place) {
     fs::path path(place.m_szFolder);
     for (const std::string& name : place.m_Names) {
@@ -33,7 +33,7 @@ fs::file_type fnGetType(const FolderPlace& place) {
     return path ? fs::symlink_status(*path, error).type() : fs::file_type::not_found;
 }
 
-/// Seconds since 1970 of the file clock's zero.
+/// Converts a file time to seconds since 1970.
 std::int64_t fnFromFileTime(fs::file_time_type time) {
     const auto system = std::chrono::file_clock::to_sys(time);
     return std::chrono::floor<std::chrono::seconds>(system).time_since_epoch().count();

@@ -1,6 +1,5 @@
-#include "platforms/headless/FolderVolume.h"
-
-#include "platforms/headless/Path.h"
+#include "platforms/headless/FolderVolume_p.h"
+#include "platforms/headless/Path_p.h"
 
 #include <string_view>
 

@@ -11,14 +11,14 @@
 
 namespace q32::headless {
 
-/// What the screen and its device contexts draw on.
+/// The drawing target of the screen and its device contexts.
 struct FrameBuffer {
     CqHeadlessMode m_Mode;
-    std::vector<std::uint32_t> m_Pixels; ///< raw ones, rows from the top
+    std::vector<std::uint32_t> m_Pixels; ///< raw pixels, rows from the top
     CqHeadlessHardware m_Hardware;
     std::shared_ptr<CqHeadlessMisuses> m_pMisuses;
 
-    /// Place of a pixel, which must lie inside.
+    /// Index of a pixel, which must lie inside.
     std::size_t fnIndex(int x, int y) const {
         return static_cast<std::size_t>(y) * static_cast<std::size_t>(m_Mode.m_nWidth) +
                static_cast<std::size_t>(x);

@@ -1,6 +1,5 @@
-#include "platforms/headless/MemoryVolume.h"
-
-#include "platforms/headless/Path.h"
+#include "platforms/headless/MemoryVolume_p.h"
+#include "platforms/headless/Path_p.h"
 
 namespace q32::headless {
 
@@ -41,7 +40,7 @@ bool MemoryVolume::fnRename(const Names& from, const Names& to) {
     const std::string key = fnNamesKey(from);
     std::string name = fnGetRoot() + fnJoinNames(to);
     CqHeadlessFilePtr& place = m_Files[fnNamesKey(to)];
-    // From here on nothing fails.
+    // Nothing fails from here on.
     const auto found = m_Files.find(key);
     place = found->second;
     place->m_szName.swap(name);

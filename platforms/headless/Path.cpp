@@ -1,4 +1,4 @@
-#include "platforms/headless/Path.h"
+#include "platforms/headless/Path_p.h"
 
 #include <algorithm>
 
@@ -50,7 +50,7 @@ bool fnMatchMask(std::string_view mask, std::string_view name) {
     const std::string text = fnFold(name);
     std::size_t p = 0;
     std::size_t t = 0;
-    // Where the last star stands, and how much of the text it has taken.
+    // Position of the last star, and how much of the text it has matched.
     std::size_t star = std::string::npos;
     std::size_t taken = 0;
     while (t < text.size()) {

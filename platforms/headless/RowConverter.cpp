@@ -1,4 +1,4 @@
-#include "platforms/headless/RowConverter.h"
+#include "platforms/headless/RowConverter_p.h"
 
 namespace q32::headless {
 

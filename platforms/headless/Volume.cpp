@@ -1,6 +1,5 @@
-#include "platforms/headless/Volume.h"
-
-#include "platforms/headless/Path.h"
+#include "platforms/headless/Path_p.h"
+#include "platforms/headless/Volume_p.h"
 
 #include <algorithm>
 #include <utility>
@@ -42,7 +41,7 @@ CqDiskClusters Volume::fnGetClusters() const {
 }
 
 void Volume::fnCount(std::uint64_t oldSize, std::uint64_t newSize) {
-    // A file of a real folder may have been there before it was counted.
+    // A file of a real folder may have existed before it was counted.
     m_nUsed = m_nUsed + newSize > oldSize ? m_nUsed + newSize - oldSize : 0;
 }
 

@@ -1,6 +1,6 @@
 /// @file
-/// The headless back end: a whole, deterministic world in memory. Tests and automation hosts script
-/// it and read it through its services, which have more to them than the library asks for.
+/// The headless back end: a complete, deterministic world in memory. Tests and automation hosts
+/// script and inspect it through its services, which offer more than the library uses.
 #pragma once
 
 #include "platforms/headless/CqHeadlessCmdUI.h"
@@ -22,6 +22,7 @@
 #include "platforms/headless/CqHeadlessWindows.h"
 #include "platforms/headless/CqHeadlessWnd.h"
 #include "q32Base/platform/CqPlatform.h"
+#include "q32Base/platform/Export.h"
 
 #include <cstdint>
 #include <memory>
@@ -29,25 +30,25 @@
 #include <string>
 #include <vector>
 
-/// How a headless world begins. All of it can be changed later through the services.
+/// The initial state of a headless world. All of it can be changed later through the services.
 struct CqHeadlessOptions {
     std::uint64_t m_nPhysicalBytes = 0x10000000u; ///< 256 MiB
     std::vector<CqHeadlessVolume> m_Volumes = {CqHeadlessVolume()};
-    std::string m_szTempDirectory = "C:\\Temp\\"; ///< made when it lies on a volume
+    std::string m_szTempDirectory = "C:\\Temp\\"; ///< created if it lies on a volume
     std::string m_szConfigDirectory = "C:\\Config\\";
     std::int64_t m_nNow = 946684800; ///< time of new files, in seconds since 1970: 2000-01-01
     CqHeadlessMode m_Mode;
     UINT m_nCodePage = 1252; ///< or 932, or 65001
-    int m_nMinutesEast = 0;  ///< of UTC
+    int m_nMinutesEast = 0;  ///< east of UTC
 };
 
-/// The world. Its services are shared: a platform made from it, or one that took some of them,
-/// keeps them alive.
+/// A headless world. Its services are shared: a platform created from it, or one that uses some of
+/// them, keeps them alive.
 class Q32_API CqHeadlessWorld {
 public:
     explicit CqHeadlessWorld(const CqHeadlessOptions& options);
 
-    /// What the library did that a real system would punish.
+    /// Misuses by the library that a real system would punish.
     const std::shared_ptr<CqHeadlessMisuses> m_pMisuses;
     const std::shared_ptr<CqHeadlessDisks> m_pDisks;
     const std::shared_ptr<CqHeadlessMemory> m_pMemory;
@@ -65,19 +66,19 @@ public:
     /// A complete platform of this world's services.
     CqPlatform fnPlatform() const;
 
-    /// The text of the settings file, before the start, while running and after the stop; none when
-    /// it doesn't stand.
+    /// The text of the settings file, before the start, while running and after the stop; none if
+    /// it doesn't exist.
     std::optional<std::string> fnGetSettings() const;
-    /// Puts the settings file there, also when writes fail for the library.
+    /// Writes the settings file, even if writes are set to fail for the library.
     bool fnSetSettings(std::string_view text);
 
 private:
-    std::string fnGetSettingsName() const;
+    Q32_LOCAL std::string fnGetSettingsName() const;
 };
 
-/// A world of its own.
+/// Creates a headless world.
 Q32_API std::shared_ptr<CqHeadlessWorld>
 q32HeadlessWorld(const CqHeadlessOptions& options = CqHeadlessOptions());
 
-/// A complete platform for a host that needs to script nothing.
+/// A complete platform for a host that doesn't script anything.
 Q32_API CqPlatform q32HeadlessPlatform(const CqHeadlessOptions& options = CqHeadlessOptions());

@@ -1,4 +1,4 @@
-#include "platforms/posix/CodePage.h"
+#include "platforms/posix/CodePage_p.h"
 
 #include <cwchar>
 #include <new>
@@ -14,7 +14,7 @@ CodePage::CodePage(const std::string& name)
 }
 
 std::size_t CodePage::fnGetCharBytes(const char* text, std::size_t count) const {
-    // Every character set that a locale can have agrees with ASCII on these.
+    // The character sets of all locales agree with ASCII on these.
     if (static_cast<unsigned char>(*text) < 0x80)
         return 1;
     const locale_t before = ::uselocale(m_Locale.get());

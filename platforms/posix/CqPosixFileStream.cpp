@@ -1,7 +1,6 @@
-#include "platforms/posix/CqPosixFileStream.h"
-
-#include "platforms/posix/FileAccess.h"
-#include "platforms/posix/Path.h"
+#include "platforms/posix/CqPosixFileStream_p.h"
+#include "platforms/posix/FileAccess_p.h"
+#include "platforms/posix/Path_p.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -12,10 +11,10 @@ using namespace q32::posix;
 
 namespace {
 
-constexpr mode_t kNewFileMode = 0666; // less what the user's mask takes away
+constexpr mode_t kNewFileMode = 0666; // reduced by the umask
 
 int fnFlags(const CqFileMode& mode) {
-    // Emptying a file needs write access, whatever the stream may do then.
+    // Truncation needs write access, whatever the stream may do afterwards.
     if (mode.m_bCreate)
         return O_RDWR | O_CREAT | (mode.m_bNew ? O_EXCL | O_NOFOLLOW : 0);
     if (mode.m_bWrite)
@@ -23,7 +22,7 @@ int fnFlags(const CqFileMode& mode) {
     return O_RDONLY;
 }
 
-/// Why a file could not be opened. The system tells a missing file and a missing directory alike;
+/// The cause of a failed open. The system reports a missing file and a missing directory alike;
 /// here only the first is "not found".
 CQ_FILE_CAUSE fnOpenCause(const char* path) {
     const int error = errno;
@@ -34,7 +33,7 @@ CQ_FILE_CAUSE fnOpenCause(const char* path) {
     return hasDirectory ? FILE_CAUSE_NOT_FOUND : FILE_CAUSE_BAD_PATH;
 }
 
-/// Takes the stream's lock. A file system without locks is good enough for a stream that shares.
+/// Takes the stream's lock. A shared stream also works on a file system without locks.
 bool fnLock(const Descriptor& file, bool exclusive) {
     return fnTryLock(file, exclusive ? LOCK_EX : LOCK_SH) || (!exclusive && errno != EWOULDBLOCK);
 }
@@ -46,10 +45,10 @@ std::unique_ptr<CqFileStream> CqPosixFileStream::fnOpen(const char* path, const 
     cause = FILE_CAUSE_INVALID;
     if (!mode.m_bRead && !mode.m_bWrite)
         return nullptr;
-    // Made first: once a new file stands, nothing may run out.
+    // Allocated first: nothing may fail for memory once a new file exists.
     auto stream = std::make_unique<CqPosixFileStream>(Descriptor(), mode);
     Descriptor file = fnOpenRegular(path, fnFlags(mode), kNewFileMode);
-    // Emptied under the lock only: somebody may be at work on what stands there.
+    // Truncated only under the lock: the file may be in use.
     const bool open =
         file && fnLock(file, mode.m_bExclusive) &&
         (!mode.m_bCreate || fnRetry([&] { return ::ftruncate(file.fnGet(), 0); }) == 0);

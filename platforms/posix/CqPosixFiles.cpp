@@ -1,12 +1,11 @@
-#include "platforms/posix/CqPosixFiles.h"
-
-#include "platforms/posix/CqPosixFileStream.h"
+#include "platforms/posix/CqPosixFiles_p.h"
+#include "platforms/posix/CqPosixFileStream_p.h"
 #include "platforms/posix/CqPosixOptions.h"
-#include "platforms/posix/Directory.h"
-#include "platforms/posix/FileAccess.h"
-#include "platforms/posix/Path.h"
-#include "platforms/posix/ReplaceFile.h"
-#include "platforms/posix/TextFile.h"
+#include "platforms/posix/Directory_p.h"
+#include "platforms/posix/FileAccess_p.h"
+#include "platforms/posix/Path_p.h"
+#include "platforms/posix/ReplaceFile_p.h"
+#include "platforms/posix/TextFile_p.h"
 
 #include <algorithm>
 #include <array>
@@ -26,13 +25,13 @@ constexpr char kDefaultTempDirectory[] = "/var/tmp";
 constexpr char kConfigFolder[] = "/q32Base";
 constexpr unsigned long kSectorBytes = 512;
 
-/// An environment variable, as far as the process may trust it; empty when unset.
+/// An environment variable, unless the process is privileged; empty when unset.
 std::string fnGetVariable(const char* name) {
     const char* const value = ::secure_getenv(name);
     return value ? value : "";
 }
 
-/// The user's home directory; empty when nobody knows it.
+/// The user's home directory; empty when unknown.
 std::string fnGetHome() {
     std::string home = fnGetVariable("HOME");
     if (home.starts_with('/'))
@@ -54,7 +53,7 @@ std::string fnChooseTemp(const CqPosixOptions& options) {
 std::string fnChooseConfig(const CqPosixOptions& options) {
     if (!options.m_szConfigDirectory.empty())
         return options.m_szConfigDirectory;
-    // A relative path in the variable is to be ignored, by the rule of its inventors.
+    // The XDG base directory rules say to ignore a relative path.
     const std::string variable = fnGetVariable("XDG_CONFIG_HOME");
     if (variable.starts_with('/'))
         return variable + kConfigFolder;
@@ -68,8 +67,8 @@ std::string fnWithoutSlash(std::string path) {
     return path;
 }
 
-/// Facts of the file system at `path` or, while that is missing, above it. Only an absolute path is
-/// followed upward: a relative one that leads nowhere ("C:/") is a name from another world.
+/// Reads the file system's data at `path` or, while that is missing, above it. Only an absolute
+/// path is followed upward: a missing relative one ("C:/") may be no path of this system.
 bool fnGetVolume(std::string path, struct statvfs& facts) {
     while (fnRetry([&] { return ::statvfs(path.c_str(), &facts); }) != 0) {
         if (errno != ENOENT || !path.starts_with('/') || path.size() == 1)
@@ -142,7 +141,7 @@ bool CqPosixFiles::fnGetInfo(const char* name, bool exclusive, CqFileInfo& info)
     struct stat facts {};
     if (!file || ::fstat(file.fnGet(), &facts) != 0)
         return false;
-    // A file system that has no locks can't say that somebody holds one.
+    // Without lock support in the file system, no holder can be detected.
     if (exclusive && !fnTryLock(file, LOCK_EX) && errno == EWOULDBLOCK)
         return false;
     info = {static_cast<std::uint64_t>(facts.st_size), facts.st_mtim.tv_sec};

@@ -1,6 +1,5 @@
-#include "platforms/posix/CqPosixLocale.h"
-
-#include "platforms/posix/TimePattern.h"
+#include "platforms/posix/CqPosixLocale_p.h"
+#include "platforms/posix/TimePattern_p.h"
 
 #include <chrono>
 #include <ctime>
@@ -11,11 +10,12 @@ using namespace q32::posix;
 
 namespace {
 
-// The range that SYSTEMTIME is published for.
+// The documented range of SYSTEMTIME.
 constexpr int kFirstYear = 1601;
 constexpr int kLastYear = 30827;
 
-/// A time by a pattern. A pattern may give nothing, so a mark in front tells that from a failure.
+/// Formats a time by a pattern. The result may be empty, so a prefix distinguishes that from a
+/// failure.
 bool fnFormat(const std::string& pattern, const std::tm& time, locale_t locale, std::string& text) {
     char buffer[1024];
     const std::size_t length =

@@ -1,4 +1,4 @@
-#include "platforms/posix/CqPosixMemory.h"
+#include "platforms/posix/CqPosixMemory_p.h"
 
 #include <cstdint>
 #include <sys/mman.h>
@@ -12,19 +12,20 @@ std::size_t fnPageBytes() {
     return static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
 }
 
-/// `size` rounded up to whole pages; 0 when that does not fit.
+/// `size` rounded up to whole pages; 0 on overflow.
 std::size_t fnWholePages(std::size_t size) {
     const std::size_t mask = fnPageBytes() - 1;
     return size > SIZE_MAX - mask ? 0 : (size + mask) & ~mask;
 }
 
-/// Address space without memory. Not writable, so the system does not count it as promised.
+/// Reserves address space without memory. Not writable, so it doesn't count towards the commit
+/// limit.
 char* fnMapNothing(void* where, std::size_t bytes, int flags) {
     void* const range = ::mmap(where, bytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | flags, -1, 0);
     return range == MAP_FAILED ? nullptr : static_cast<char*>(range);
 }
 
-/// A range on a border of large pages: one that is too long, with its ends given back.
+/// Reserves a range aligned to large pages: one that is too long, with its ends unmapped again.
 char* fnMapAligned(std::size_t bytes) {
     if (bytes > SIZE_MAX - kLargePage)
         return nullptr;
@@ -53,13 +54,13 @@ bool CqPosixMemory::fnCommit(void* address, std::size_t size) {
     if (::mprotect(address, bytes, PROT_READ | PROT_WRITE) != 0)
         return false;
     if (bytes >= kLargePage)
-        ::madvise(address, bytes, MADV_HUGEPAGE); // a wish: refused, small pages do as well
+        ::madvise(address, bytes, MADV_HUGEPAGE); // advice only: on failure, small pages are used
     return true;
 }
 
 void CqPosixMemory::fnDecommit(void* address, std::size_t size) {
     const std::size_t bytes = fnWholePages(size);
-    // A new empty range in its place gives back the pages and their count in one step.
+    // Mapping a new empty range over it releases the pages and their commit charge in one step.
     if (fnMapNothing(address, bytes, MAP_FIXED))
         return;
     ::madvise(address, bytes, MADV_DONTNEED);

@@ -1,4 +1,4 @@
-#include "platforms/posix/CqPosixMessages.h"
+#include "platforms/posix/CqPosixMessages_p.h"
 
 #include <cerrno>
 #include <climits>
@@ -20,7 +20,7 @@ DWORD CqPosixMessages::fnGetLastError() {
 }
 
 bool CqPosixMessages::fnFormatError(DWORD code, std::string& text) {
-    // The system's table has gaps; what it has a name for, it has a text for.
+    // The system's table has gaps; a number with a name also has a text.
     if (code == 0 || code > INT_MAX || !::strerrorname_np(static_cast<int>(code)))
         return false;
     text = ::strerror_l(static_cast<int>(code), m_pCodePage->fnGetLocale());

@@ -1,8 +1,7 @@
-#include "platforms/posix/CqPosixScratch.h"
-
-#include "platforms/posix/FileAccess.h"
-#include "platforms/posix/FileSizeSignal.h"
-#include "platforms/posix/Path.h"
+#include "platforms/posix/CqPosixScratch_p.h"
+#include "platforms/posix/FileAccess_p.h"
+#include "platforms/posix/FileSizeSignal_p.h"
+#include "platforms/posix/Path_p.h"
 
 #include <algorithm>
 #include <climits>
@@ -19,7 +18,7 @@
 using namespace q32::posix;
 
 #ifndef MADV_POPULATE_WRITE
-#define MADV_POPULATE_WRITE 23 // older C libraries do not name it
+#define MADV_POPULATE_WRITE 23 // missing from older C libraries
 #endif
 
 namespace {
@@ -31,15 +30,16 @@ constexpr std::size_t kTouchChunk = std::size_t{64} << 20;
 
 enum class Claim { HELD, TAKEN_AWAY, FAILED };
 
-/// Locks a file that was just created. A sweep may have come between creation and lock: it then
-/// holds the lock or has removed the name.
+/// Locks a file that was just created. A sweep may come between creation and lock: it then holds
+/// the lock or has removed the name.
 Claim fnClaim(const char* path, const Descriptor& file) {
     if (!fnTryLock(file, LOCK_EX))
         return errno == EWOULDBLOCK ? Claim::TAKEN_AWAY : Claim::FAILED;
     return fnIsNameOf(AT_FDCWD, path, file) ? Claim::HELD : Claim::TAKEN_AWAY;
 }
 
-/// Reserves blocks where the file system has no call for it: by writing them, out to the disk.
+/// Reserves blocks where the file system has no call for it: by writing zeros, synchronised to
+/// disk.
 bool fnWriteZeros(const Descriptor& file, std::uint32_t size) {
     const std::vector<char> zeros(std::min<std::size_t>(size, kZeroChunk));
     for (std::size_t at = 0; at < size; at += zeros.size())
@@ -63,7 +63,7 @@ bool fnHasBytes(const Descriptor& file, std::uint32_t size) {
     return ::fstat(file.fnGet(), &facts) == 0 && facts.st_size >= off_t{size};
 }
 
-/// A native path on the stack, for steps that must also work when memory has run out.
+/// A native path on the stack, for operations that must also work when memory is exhausted.
 struct NativeName {
     char m_Path[PATH_MAX];
 
@@ -80,23 +80,23 @@ struct NativeName {
     }
 };
 
-/// Brings the pages of a fresh view in, writable. False when the disk refuses a page: an untouched
-/// page would raise a signal then.
-/// @param memory  what the process may use; 0 is not known, and then no limit
+/// Touches the pages of a new view for writing. False when the disk refuses a page, which would
+/// otherwise raise a signal on first access.
+/// @param memory  usable memory; 0 for unknown, without a limit
 bool fnTouch(char* view, std::size_t bytes, std::uint64_t memory) {
     const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
-    // More would only push out others' pages, and these zeros with them.
+    // More would only evict other pages, and these zeros with them.
     if (memory != 0)
         bytes = static_cast<std::size_t>(std::min<std::uint64_t>(bytes, memory / 16 / page * page));
     for (std::size_t at = 0; at < bytes; at += kTouchChunk) {
         const std::size_t part = std::min(bytes - at, kTouchChunk);
         if (fnRetry([&] { return ::madvise(view + at, part, MADV_POPULATE_WRITE); }) != 0)
-            return errno == EINVAL; // a kernel that does not know the advice
+            return errno == EINVAL; // a kernel without this advice
     }
     return true;
 }
 
-/// How many bytes of a view may be on their way to the disk.
+/// Limit of a view's bytes being written back to disk.
 std::size_t fnBehind(std::uint64_t memory) {
     constexpr std::uint64_t kMax = std::uint64_t{64} << 20;
     return static_cast<std::size_t>(std::min(memory / 16, kMax));
@@ -124,7 +124,7 @@ bool CqPosixScratch::fnCreateName(const char* directory, const char* prefix, std
     for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
         std::string candidate = std::string(directory) + prefix + fnRandomDigits() + ".tmp";
         std::string path = fnNativePath(*m_pCodePage, candidate);
-        // The place is made first: from the file's creation on, nothing here may fail for memory.
+        // The entry is made first: after the file's creation, nothing here may fail for memory.
         const auto [place, isNew] = m_Created.try_emplace(path);
         if (!isNew)
             continue;
@@ -189,7 +189,7 @@ bool CqPosixScratch::fnSetSize(CqFileHandle file, std::uint32_t size) {
         done = fnReserveBlocks(open, size);
     if (done)
         return true;
-    // File systems keep the part of a failed reservation that they had room for.
+    // File systems keep a partial reservation after a failure.
     const int cause = errno;
     setLength(0);
     errno = cause;
@@ -226,7 +226,7 @@ void* CqPosixScratch::fnMapView(CqMappingHandle mapping, std::uint32_t size) {
     if (found == m_Mappings.end() || size == 0 || size > found->second.m_nSize ||
         !fnHasBytes(*found->second.m_pFile, size))
         return nullptr;
-    // What may throw comes before there is anything to give back.
+    // Everything that may throw precedes the first resource to release.
     const std::uint64_t memory = m_fnUsableMemory();
     std::map<char*, View> place;
     View& made = place[nullptr];
@@ -234,7 +234,7 @@ void* CqPosixScratch::fnMapView(CqMappingHandle mapping, std::uint32_t size) {
                                                  found->second.m_pFile->fnGet(), 0));
     if (view == MAP_FAILED)
         return nullptr;
-    ::madvise(view, size, MADV_HUGEPAGE); // a wish: refused, small pages do as well
+    ::madvise(view, size, MADV_HUGEPAGE); // advice only: on failure, small pages are used
     if (!fnTouch(view, size, memory)) {
         const int cause = errno;
         ::munmap(view, size);

@@ -1,4 +1,4 @@
-#include "platforms/posix/Directory.h"
+#include "platforms/posix/Directory_p.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -35,7 +35,7 @@ bool fnMakeDirectories(const std::string& nativePath) {
     if (::stat(nativePath.c_str(), &facts) == 0)
         return S_ISDIR(facts.st_mode);
     for (std::size_t end = nativePath.find('/', 1);; end = nativePath.find('/', end + 1)) {
-        // Another process may make the same one at the same time.
+        // Another process may create it at the same time.
         if (::mkdir(nativePath.substr(0, end).c_str(), 0700) != 0 && errno != EEXIST)
             return false;
         if (end == std::string::npos)

@@ -1,6 +1,5 @@
-#include "platforms/posix/FileAccess.h"
-
-#include "platforms/posix/FileSizeSignal.h"
+#include "platforms/posix/FileAccess_p.h"
+#include "platforms/posix/FileSizeSignal_p.h"
 
 #include <algorithm>
 #include <chrono>
@@ -13,7 +12,7 @@ namespace q32::posix {
 
 namespace {
 
-// The system takes no more in one call.
+// The most that the system transfers in one call.
 constexpr std::size_t kMaxTransfer = 0x40000000;
 
 } // namespace
@@ -83,7 +82,7 @@ bool fnIsNameOf(int directory, const char* name, const Descriptor& file) {
 }
 
 bool fnRemoveUnheld(int directory, const char* name) {
-    // Only a regular file that may be opened can carry a lock of ours; all else is just unlinked.
+    // Only a regular file that can be opened may have our lock; anything else is just unlinked.
     struct stat facts {};
     Descriptor file;
     if (::fstatat(directory, name, &facts, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(facts.st_mode))

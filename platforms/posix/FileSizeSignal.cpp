@@ -1,4 +1,4 @@
-#include "platforms/posix/FileSizeSignal.h"
+#include "platforms/posix/FileSizeSignal_p.h"
 
 #include <cerrno>
 #include <ctime>
@@ -30,7 +30,7 @@ FileSizeSignal::FileSizeSignal() : m_bWasPending(fnIsPending()) {
 
 FileSizeSignal::~FileSizeSignal() {
     const int cause = errno;
-    // What this section raised goes; what stood before it stays for the host.
+    // A signal raised meanwhile is consumed; one that was already pending is left for the host.
     if (!m_bWasPending && fnIsPending()) {
         const sigset_t signals = fnSignals();
         const timespec now{};

@@ -1,6 +1,5 @@
-#include "platforms/posix/MemoryLimit.h"
-
-#include "platforms/posix/FileAccess.h"
+#include "platforms/posix/FileAccess_p.h"
+#include "platforms/posix/MemoryLimit_p.h"
 
 #include <algorithm>
 #include <charconv>
@@ -12,9 +11,9 @@
 namespace q32::posix {
 namespace {
 
-/// Hands over the lines of a file, without their ends. Files of the system have no length that
-/// could be asked for: they are read up to their end. A line that is longer than any of the
-/// system's is left out, and takes no memory.
+/// Calls `visit` for each line of a file, without its end. The kernel's files don't declare a
+/// length, so they are read up to their end. A line longer than any valid one is skipped, and takes
+/// no memory.
 template <typename Visit>
 void fnReadLines(const std::string& path, Visit&& visit) {
     constexpr std::size_t kMaxLine = std::size_t{1} << 20;
@@ -49,7 +48,7 @@ void fnReadLines(const std::string& path, Visit&& visit) {
         end();
 }
 
-/// Takes the part before the next `end` off the text; the rest when there is none.
+/// Removes and returns the part of the text before the next `end`, or all of it when there is none.
 std::string_view fnTake(std::string_view& text, char end) {
     const std::size_t at = text.find(end);
     const std::string_view part = text.substr(0, at);
@@ -57,7 +56,7 @@ std::string_view fnTake(std::string_view& text, char end) {
     return part;
 }
 
-/// Whether a list with commas has the word.
+/// Whether a comma-separated list contains the word.
 bool fnLists(std::string_view list, std::string_view word) {
     while (!list.empty())
         if (fnTake(list, ',') == word)
@@ -65,7 +64,7 @@ bool fnLists(std::string_view list, std::string_view word) {
     return false;
 }
 
-/// Mount points show blanks and their like as a backslash and three octal digits.
+/// Decodes a mount point, in which blanks and the like are a backslash and three octal digits.
 std::string fnUnescape(std::string_view text) {
     const auto isDigit = [](char c) { return c >= '0' && c <= '7'; };
     std::string out;
@@ -82,15 +81,15 @@ std::string fnUnescape(std::string_view text) {
     return out;
 }
 
-/// Where a tree of groups is mounted, and which of its groups stands there.
+/// Where a hierarchy of groups is mounted, and which of its groups is the root of the mount.
 struct GroupMount {
-    bool m_bUnified; ///< the second generation, of one tree for everything
+    bool m_bUnified; ///< version 2, with a single hierarchy
     std::string m_szRoot;
     std::string m_szPoint;
 };
 
-/// The trees that have limits on memory, or may have. A line is: number, parent, device, root,
-/// point, options, any number of tags, "-", type, source, options of the tree.
+/// The hierarchies that may have memory limits. A line is: number, parent, device, root, mount
+/// point, options, any number of tags, "-", type, source, options of the hierarchy.
 std::vector<GroupMount> fnFindMounts(const std::string& path) {
     std::vector<GroupMount> mounts;
     fnReadLines(path, [&](std::string_view line) {
@@ -108,14 +107,14 @@ std::vector<GroupMount> fnFindMounts(const std::string& path) {
     return mounts;
 }
 
-/// The process's groups in the trees of memory limits.
+/// The process's groups in the hierarchies with memory limits.
 struct Groups {
     std::optional<std::string> m_Unified;
-    std::optional<std::string> m_Memory; ///< in the older tree with the memory controller
+    std::optional<std::string> m_Memory; ///< in the version 1 hierarchy with the memory controller
 };
 
-/// A line is: number of the tree (0 for the unified one), its controllers, group. The first that
-/// tells of a tree holds.
+/// A line is: number of the hierarchy (0 for version 2), its controllers, group. The first line for
+/// a hierarchy is used.
 Groups fnFindGroups(const std::string& path) {
     Groups groups;
     fnReadLines(path, [&](std::string_view line) {
@@ -129,15 +128,15 @@ Groups fnFindGroups(const std::string& path) {
     return groups;
 }
 
-/// The group as seen from the mount point. One that lies outside of what is mounted, as happens in
-/// containers, stands at the point itself.
+/// The group's path relative to the mount point. For a group outside the mount, as happens in
+/// containers, that is the mount point itself.
 std::string fnBelow(const std::string& group, const std::string& root) {
     if (root == "/")
         return group == "/" ? "" : group;
     return group.starts_with(root + '/') ? group.substr(root.size()) : "";
 }
 
-/// Lowers a limit to the one that a file has in its first line, if it has one.
+/// Lowers a limit to the one in the first line of a file, if it has one.
 void fnLower(std::optional<std::uint64_t>& least, const std::string& path) {
     bool first = true;
     fnReadLines(path, [&](std::string_view line) {

@@ -1,4 +1,4 @@
-#include "platforms/posix/Path.h"
+#include "platforms/posix/Path_p.h"
 
 namespace q32::posix {
 
@@ -31,7 +31,7 @@ SplitPath fnSplitPath(std::string_view nativePath) {
 }
 
 bool fnMatches(const CodePage& codePage, std::string_view pattern, std::string_view name) {
-    // One star is remembered: a mismatch behind it lets it take one more character of the name.
+    // One star is remembered: on a mismatch behind it, it matches one more character of the name.
     constexpr std::size_t kNone = std::string_view::npos;
     std::size_t p = 0;
     std::size_t n = 0;

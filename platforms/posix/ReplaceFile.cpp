@@ -1,7 +1,6 @@
-#include "platforms/posix/ReplaceFile.h"
-
-#include "platforms/posix/FileAccess.h"
-#include "platforms/posix/Path.h"
+#include "platforms/posix/FileAccess_p.h"
+#include "platforms/posix/Path_p.h"
+#include "platforms/posix/ReplaceFile_p.h"
 
 #include <climits>
 #include <fcntl.h>
@@ -11,9 +10,9 @@ namespace q32::posix {
 
 namespace {
 
-constexpr int kMaxLinks = 40; // as many as the system follows
+constexpr int kMaxLinks = 40; // the system's own limit
 
-/// Whether the file at `to`, if any, may be replaced; its facts go to the new file.
+/// Whether the file at `to`, if any, may be replaced; its mode and owner are given to the new file.
 bool fnTakeOver(const Descriptor& file, const std::string& to) {
     struct stat old {};
     if (::stat(to.c_str(), &old) != 0)
@@ -26,13 +25,12 @@ bool fnTakeOver(const Descriptor& file, const std::string& to) {
 
 } // namespace
 
-/// Where a path leads when links at its end are followed, also to a file that is not there yet.
 bool fnFollow(std::string& path) {
     for (int link = 0; link < kMaxLinks; ++link) {
         char target[PATH_MAX];
         const ssize_t length = ::readlink(path.c_str(), target, sizeof target);
         if (length < 0)
-            return errno == EINVAL || errno == ENOENT; // no link, or nothing yet
+            return errno == EINVAL || errno == ENOENT; // not a link, or nothing there yet
         const std::string leadsTo(target, static_cast<std::size_t>(length));
         if (leadsTo.starts_with('/'))
             path = leadsTo;
@@ -52,8 +50,8 @@ bool fnKeepFacts(const Descriptor& file, const struct stat& old) {
 bool fnRename(const std::string& from, const std::string& to) {
     if (::rename(from.c_str(), to.c_str()) != 0)
         return false;
-    // The new file is in force for every reader from here on; a directory that can't be written
-    // through now would not make that undone.
+    // From here on every reader sees the new file, so a failure to synchronise the directory is no
+    // failure.
     const Descriptor directory(fnRetry([&] {
         return ::open(fnSplitPath(to).m_Directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     }));

@@ -1,6 +1,6 @@
-#include "platforms/posix/Directory.h"
-#include "platforms/posix/FileAccess.h"
-#include "platforms/posix/Path.h"
+#include "platforms/posix/Directory_p.h"
+#include "platforms/posix/FileAccess_p.h"
+#include "platforms/posix/Path_p.h"
 #include "platforms/posix/posix.h"
 
 #include <fcntl.h>
@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::string_view kScratchMask = "~qd*.tmp";
 
-/// Whether the entry was a left-over scratch file and is gone.
+/// Deletes a left-over scratch file; true if the entry was one and is deleted.
 bool fnSweepOne(int directory, const std::string& name) {
     const Descriptor file(fnRetry([&] {
         return ::openat(directory, name.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
@@ -22,7 +22,7 @@ bool fnSweepOne(int directory, const std::string& name) {
     if (!file || ::fstat(file.fnGet(), &facts) != 0 || !S_ISREG(facts.st_mode) ||
         facts.st_uid != ::geteuid())
         return false;
-    // Under the lock the name is looked at once more: it may have become another file's.
+    // Checked again under the lock: the name may belong to another file by now.
     return fnTryLock(file, LOCK_EX) && fnIsNameOf(directory, name.c_str(), file) &&
            ::unlinkat(directory, name.c_str(), 0) == 0;
 }

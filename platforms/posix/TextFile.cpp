@@ -1,7 +1,6 @@
-#include "platforms/posix/TextFile.h"
-
-#include "platforms/posix/FileAccess.h"
-#include "platforms/posix/ReplaceFile.h"
+#include "platforms/posix/FileAccess_p.h"
+#include "platforms/posix/ReplaceFile_p.h"
+#include "platforms/posix/TextFile_p.h"
 
 #include <algorithm>
 #include <chrono>
@@ -29,11 +28,10 @@ Descriptor fnHoldLock(const std::string& path, std::chrono::milliseconds patienc
     return lock;
 }
 
-/// A file that takes another one's place, or goes again.
+/// A new file that either replaces another one or is deleted.
 class Replacement {
 public:
-    /// Holding the lock, nobody else is at work on the name: what stands there was left by a killed
-    /// process.
+    /// Called under the lock, so an existing file of the name was left by a killed process.
     explicit Replacement(const std::string& path) : m_Path(path), m_New(path + ".new") {
         ::unlink(m_New.c_str());
         m_File =
@@ -80,7 +78,7 @@ bool fnReadTextFile(const std::string& path, std::string& text) {
         errno = EFBIG;
         return false;
     }
-    // The length read counts, not the one told: some systems' files tell none.
+    // The length read counts, not the declared one, which is 0 for some special files.
     std::string read;
     constexpr std::size_t kPart = std::size_t{64} << 10;
     for (std::size_t at = 0; at <= kMaxTextBytes;) {

@@ -1,4 +1,4 @@
-#include "platforms/posix/TimePattern.h"
+#include "platforms/posix/TimePattern_p.h"
 
 #include <algorithm>
 #include <vector>
@@ -7,7 +7,7 @@ namespace q32::posix {
 
 namespace {
 
-/// A piece of a pattern: text as it stands, or one conversion ("%H", "%-I", "%OS").
+/// A piece of a pattern: literal text, or one conversion ("%H", "%-I", "%OS").
 struct Piece {
     std::string m_Text;
     char m_cConversion = 0; ///< its letter; 0 for text
@@ -27,10 +27,9 @@ void fnSplit(std::string_view pattern, std::string_view twelveHour, Pieces& piec
             ++end;
         while (end < pattern.size() && kFlags.find(pattern[end]) != std::string_view::npos);
         if (end == pattern.size())
-            return; // a lone % at the end says nothing
+            return; // a lone % at the end is ignored
         const char letter = pattern[end++];
-        // The conversions that stand for several are spelt out; the 12-hour pattern can't name
-        // itself.
+        // Composite conversions are expanded; the 12-hour pattern can't contain itself.
         if (letter == 'T')
             fnSplit("%H:%M:%S", {}, pieces);
         else if (letter == 'R')
@@ -68,7 +67,7 @@ std::string_view fnTrim(std::string_view text) {
     return text;
 }
 
-/// Whether the text is a mark between two numbers, as opposed to the name of a unit.
+/// Whether the text is a separator between two numbers, as opposed to the name of a unit.
 bool fnIsMark(std::string_view text) {
     static constexpr std::string_view kMarks = ":.,-/'";
     const std::string_view mark = fnTrim(text);
@@ -85,7 +84,7 @@ std::string fnForce24Hour(std::string_view pattern, std::string_view twelveHour)
             piece.m_cConversion = piece.m_cConversion == 'I' ? 'H' : 'k';
             piece.m_Text.back() = piece.m_cConversion;
         } else if (piece.m_cConversion == 'p' || piece.m_cConversion == 'P') {
-            // The blank goes that parted the mark from the numbers, on one side only.
+            // Removes the blank between the mark and the numbers, on one side only.
             std::string* const before =
                 at > 0 && fnIsText(pieces, at - 1) ? &pieces[at - 1].m_Text : nullptr;
             std::string* const behind = fnIsText(pieces, at + 1) ? &pieces[at + 1].m_Text : nullptr;
@@ -109,7 +108,7 @@ std::string fnDropSeconds(std::string_view pattern, std::string_view twelveHour)
         if (hasBefore && fnIsMark(pieces[at - 1].m_Text)) {
             pieces[at - 1].m_Text.clear();
         } else if (fnIsText(pieces, at + 1)) {
-            // The unit's name ends at the blank behind it, which the blank before the number
+            // The unit's name ends at the blank after it, which the blank before the number
             // replaces.
             std::string& unit = pieces[at + 1].m_Text;
             const std::size_t begin = std::min(unit.find_first_not_of(' '), unit.size());

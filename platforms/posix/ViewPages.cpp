@@ -1,4 +1,4 @@
-#include "platforms/posix/ViewPages.h"
+#include "platforms/posix/ViewPages_p.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -11,7 +11,7 @@ namespace q32::posix {
 namespace {
 
 constexpr std::size_t kLargePage = std::size_t{2} << 20;
-constexpr std::size_t kRunBytes = 2 * kLargePage; ///< of one order to the disk
+constexpr std::size_t kRunBytes = 2 * kLargePage; ///< written by one request
 
 class KeepErrno {
 public:
@@ -29,7 +29,7 @@ private:
 ViewPages::ViewPages(int file, char* view, std::size_t size, std::size_t behind)
     : m_nFile(file), m_pView(view), m_nSize(size), m_nBehind(behind) {}
 
-/// The pages that the bytes touch, within the view.
+/// The pages that contain the bytes, clipped to the view.
 ViewPages::Range ViewPages::fnPages(std::size_t begin, std::size_t end) const {
     const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
     end = std::min(end, m_nSize);
@@ -67,7 +67,7 @@ void ViewPages::fnDone(std::size_t begin, std::size_t end) noexcept {
         m_Run.end = std::max(m_Run.end, range.end);
     }
     if (m_Run.fnSize() >= kRunBytes) {
-        // A large page goes out when all of it is done.
+        // A large page is written when all of it is finished.
         const std::size_t whole =
             m_Run.end == m_nSize ? m_nSize : m_Run.end / kLargePage * kLargePage;
         fnSendOut({m_Run.begin, whole});
@@ -89,8 +89,8 @@ void ViewPages::fnSendOut(const Range& range) {
     m_nBytesOut += range.fnSize();
 }
 
-/// A page that the disk refused may count as written, though memory has its only good copy. The
-/// kernel tells that once, for the whole file: from then on no range is safe to drop.
+/// A page whose write failed may count as clean, though memory has its only good copy. The kernel
+/// reports that once, for the whole file: from then on no range is safe to drop.
 void ViewPages::fnSync(const Range& range, unsigned flags) {
     if (::sync_file_range(m_nFile, static_cast<off_t>(range.begin),
                           static_cast<off_t>(range.fnSize()), flags) != 0)
@@ -105,7 +105,7 @@ void ViewPages::fnDropOldest() {
     fnSync(range, SYNC_FILE_RANGE_WAIT_BEFORE);
     if (m_bFailed)
         return;
-    // Out of the mapping first: the page cache keeps pages that are mapped.
+    // Unmapped first: the page cache keeps pages that are mapped.
     ::madvise(m_pView + range.begin, range.fnSize(), MADV_DONTNEED);
     ::posix_fadvise(m_nFile, static_cast<off_t>(range.begin), static_cast<off_t>(range.fnSize()),
                     POSIX_FADV_DONTNEED);

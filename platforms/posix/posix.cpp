@@ -1,18 +1,18 @@
 #include "platforms/posix/posix.h"
 
-#include "platforms/posix/CodePage.h"
-#include "platforms/posix/CqPosixFiles.h"
-#include "platforms/posix/CqPosixLocale.h"
-#include "platforms/posix/CqPosixMemory.h"
-#include "platforms/posix/CqPosixMessages.h"
-#include "platforms/posix/CqPosixScratch.h"
+#include "platforms/posix/CodePage_p.h"
+#include "platforms/posix/CqPosixFiles_p.h"
+#include "platforms/posix/CqPosixLocale_p.h"
+#include "platforms/posix/CqPosixMemory_p.h"
+#include "platforms/posix/CqPosixMessages_p.h"
+#include "platforms/posix/CqPosixScratch_p.h"
 #include "platforms/software/software.h"
 
 using namespace q32::posix;
 
 namespace {
 
-/// Puts software's services where there are none.
+/// Replaces null services by those of `q32SoftwareServices`.
 void fnFillUp(CqPlatform& platform) {
     const CqPlatform software = q32SoftwareServices();
     const auto fill = [](auto& service, const auto& standard) {

@@ -10,13 +10,13 @@
 #include <span>
 #include <string>
 
-/// A complete platform: memory, scratch files, files, language and errors of this system, and all
-/// else as the options say. Throws std::bad_alloc.
+/// A complete platform: memory, scratch files, files, language and errors of this system, and the
+/// rest according to the options. Throws std::bad_alloc.
 Q32_API CqPlatform q32PosixPlatform(const CqPosixOptions& options = {});
 
-/// Deletes the scratch files that a killed process left in a directory: regular files of the
-/// caller's own, named "~qd*.tmp", that nobody holds. Files in use, here or elsewhere, stay.
+/// Deletes scratch files left by killed processes in a directory: regular files owned by the
+/// caller, named "~qd*.tmp", that are not locked. Files in use by any process stay.
 /// @return  how many were deleted; 0 also for a directory that can't be read
 Q32_API std::size_t q32PosixSweepScratchFiles(const char* directory);
-/// The same for several directories, such as the scratch paths; empty ones are passed over.
+/// The same for several directories, such as the scratch paths; empty names are skipped.
 Q32_API std::size_t q32PosixSweepScratchFiles(std::span<const std::string> directories);

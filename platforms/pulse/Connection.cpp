@@ -1,4 +1,4 @@
-#include "platforms/pulse/Connection.h"
+#include "platforms/pulse/Connection_p.h"
 
 #include <memory>
 #include <utility>
@@ -7,7 +7,7 @@ namespace q32::pulse {
 
 namespace {
 
-/// By the wall's clock, which the loop translates at once: its own takes a context.
+/// Wall-clock time, which the loop converts at once: its own clock requires a context.
 timeval fnAfter(std::chrono::microseconds time) {
     timeval when;
     pa_gettimeofday(&when);
@@ -20,7 +20,7 @@ void fnDescribe(pa_proplist& properties, const char* key, const std::string& val
         pa_proplist_sets(&properties, key, value.c_str());
 }
 
-/// What the sink's callback gets by.
+/// The data of the sink query's callback.
 struct SinkQuestion {
     const std::function<void(const pa_sink_info&)>& m_Told;
     bool m_bFound = false;
@@ -81,7 +81,7 @@ bool Connection::fnConnect() {
         fnDrop();
     if (!m_pContext && !fnBegin())
         return false;
-    // Another thread may find the same attempt failed before this one wakes, and begin anew.
+    // Another thread may notice the failed attempt before this one wakes, and start again.
     const pa_context* const mine = m_pContext;
     const bool answered = fnWait([&] {
         if (m_pContext != mine)
@@ -122,7 +122,7 @@ bool Connection::fnBegin() {
     return false;
 }
 
-/// Drops what came to nothing; who watches has it tried again.
+/// Drops a failed connection; it is retried if changes are being watched.
 void Connection::fnGiveUp() {
     fnDrop();
     if (m_Changed)
@@ -242,7 +242,7 @@ bool Connection::fnAskSink(const std::function<void(const pa_sink_info&)>& told)
         return false;
     SinkQuestion question{told};
     const auto ask = [&](SINK_ASKED which) {
-        pa_context* context = fnGetContext(); // it may go while the first answer is awaited
+        pa_context* context = fnGetContext(); // may be lost while the first answer is awaited
         return context && fnFinish(fnBeginAskSink(
                               context, which,
                               [](pa_context*, const pa_sink_info* sink, int, void* data) {

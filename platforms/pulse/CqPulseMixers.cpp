@@ -1,8 +1,8 @@
 #include "platforms/pulse/CqPulseMixers.h"
 
-#include "platforms/posix/Descriptor.h"
-#include "platforms/pulse/Connection.h"
-#include "platforms/pulse/SinkVolume.h"
+#include "platforms/posix/Descriptor_p.h"
+#include "platforms/pulse/Connection_p.h"
+#include "platforms/pulse/SinkVolume_p.h"
 
 #include <algorithm>
 #include <optional>
@@ -20,22 +20,22 @@ constexpr std::uint32_t kChannels = 2;
 
 constexpr std::uint32_t kVolume = 1;
 constexpr std::uint32_t kMute = 2;
-constexpr std::uint32_t kControls[] = {kVolume, kMute}; ///< in the order of telling
+constexpr std::uint32_t kControls[] = {kVolume, kMute}; ///< in the order of reporting
 
 } // namespace
 
-/// All that mixers share with the connection's thread. The connection's lock guards it.
+/// State shared by the mixers and the connection's thread. The connection's lock guards it.
 struct CqPulseMixers::State {
-    /// What a mixer has to be told. It outlives the mixer by a report.
+    /// The callback of an open mixer. It outlives the mixer by a report.
     struct Open {
         const Changed m_Changed;
         bool m_bPending[std::size(kControls)] = {};
         bool m_bClosed = false;
     };
-    /// A change that is to be told.
+    /// A change to report.
     struct Report {
         std::shared_ptr<Open> m_pOpen;
-        std::size_t m_nControl; ///< its place among `kControls`
+        std::size_t m_nControl; ///< index in `kControls`
     };
 
     explicit State(std::shared_ptr<Connection> connection)
@@ -54,9 +54,9 @@ struct CqPulseMixers::State {
     std::optional<Levels> m_Known; ///< as last compared
     pa_operation* m_pRead = nullptr;
     pa_time_event* m_pReadLater = nullptr;
-    SINK_ASKED m_eAsked = SINK_ASKED::DEFAULT; ///< by the read
-    bool m_bRead = false;                      ///< the read has met the output
-    bool m_bReadAgain = false;                 ///< something happened after the read had begun
+    SINK_ASKED m_eAsked = SINK_ASKED::DEFAULT; ///< by the current read
+    bool m_bRead = false;                      ///< the read has received the sink
+    bool m_bReadAgain = false;                 ///< something changed after the read had begun
 
     void fnRead();
     void fnBeginRead(SINK_ASKED which);
@@ -73,7 +73,7 @@ struct CqPulseMixers::State {
     void fnCompare(const Levels& levels);
     std::vector<Report> fnTakeReports();
     void fnPutBack(const std::vector<Report>& reports, std::size_t from);
-    /// With the last mixer goes the watch on the server. The lock is held.
+    /// Closing the last mixer also ends the watch on the server. The lock is held.
     void fnClose(const std::shared_ptr<Open>& open) {
         open->m_bClosed = true;
         std::erase(m_Open, open);
@@ -89,9 +89,9 @@ struct CqPulseMixers::State {
     }
 };
 
-/// Begins to read the output's levels. On the connection's thread, or with its lock held.
+/// Begins to read the sink's levels. On the connection's thread, or with its lock held.
 void CqPulseMixers::State::fnRead() {
-    // One that was under way when a connection ended never comes to its end.
+    // A read that was running when a connection ended never completes.
     if (m_pRead && pa_operation_get_state(m_pRead) == PA_OPERATION_RUNNING) {
         m_bReadAgain = true;
         return;
@@ -106,7 +106,7 @@ void CqPulseMixers::State::fnBeginRead(SINK_ASKED which) {
     m_eAsked = which;
     pa_context* context = m_pConnection->fnGetContext();
     if (!context)
-        return; // the next connection brings another read
+        return; // the next connection starts another read
     m_pRead = fnBeginAskSink(
         context, which,
         [](pa_context*, const pa_sink_info* sink, int end, void* data) {
@@ -131,7 +131,7 @@ void CqPulseMixers::State::fnEndRead() {
         fnReadLater();
 }
 
-/// What happened is still to be told, and the server may tell of it no more.
+/// Retries a failed read: the change is still to be reported, and the server may not repeat it.
 void CqPulseMixers::State::fnReadLater() {
     m_pReadLater = m_pConnection->fnRingAfter(
         m_pConnection->fnGetOptions().m_Retry,
@@ -154,7 +154,7 @@ void CqPulseMixers::State::fnCompare(const Levels& levels) {
     ::eventfd_write(m_Event.fnGet(), 1);
 }
 
-/// All that is to be told now. When memory runs out, nothing has been taken.
+/// Takes all pending changes. When memory is exhausted, none are taken.
 std::vector<CqPulseMixers::State::Report> CqPulseMixers::State::fnTakeReports() {
     std::vector<Report> reports;
     const Connection::Lock lock(*m_pConnection);
@@ -168,7 +168,7 @@ std::vector<CqPulseMixers::State::Report> CqPulseMixers::State::fnTakeReports() 
     return reports;
 }
 
-/// The next pump tells them.
+/// Returns unreported changes, for the next pump.
 void CqPulseMixers::State::fnPutBack(const std::vector<Report>& reports, std::size_t from) {
     if (from == reports.size())
         return;
@@ -255,8 +255,8 @@ private:
                 return pa_context_set_sink_volume_by_index(context, index, &wanted, done, &success);
             });
     }
-    /// Has `met` called with the output, and then sets it. Waits for the server, so that what is
-    /// read next is what was set.
+    /// Calls `met` with the sink, and then sets it. Waits for the server, so that the next read
+    /// returns what was set.
     template <typename Begin>
     bool fnSet(const std::function<void(const pa_sink_info&)>& met, Begin begin) {
         Connection& connection = *m_pState->m_pConnection;
@@ -272,7 +272,7 @@ private:
         pa_context_success_cb_t done = [](pa_context*, int result, void* told) {
             *static_cast<bool*>(told) = result != 0;
         };
-        // The server may have gone since it was last asked.
+        // The server may have gone since the query.
         pa_context* context = connection.fnGetContext();
         if (!context || !connection.fnFinish(begin(context, index, done, success)))
             return false;
@@ -295,7 +295,7 @@ int CqPulseMixers::fnGetDescriptor() const {
 }
 
 std::size_t CqPulseMixers::fnPump() {
-    const std::shared_ptr<State> state = m_pState; // a report may end the service
+    const std::shared_ptr<State> state = m_pState; // a report may destroy the service
     const auto reports =
         fnGuard(std::vector<State::Report>(), [&] { return state->fnTakeReports(); });
     std::size_t told = 0;
@@ -310,7 +310,7 @@ std::size_t CqPulseMixers::fnPump() {
         try {
             if (open->m_Changed)
                 open->m_Changed(kControls[control]);
-        } catch (...) { // whatever a host throws
+        } catch (...) { // anything that a host throws
             state->fnPutBack(reports, i + 1);
             throw;
         }
@@ -326,7 +326,7 @@ std::unique_ptr<CqMixer> CqPulseMixers::fnOpen(std::uint32_t index, Changed chan
     return fnGuard(std::unique_ptr<CqMixer>(), [&]() -> std::unique_ptr<CqMixer> {
         if (index != 0 || !m_pState->m_Event)
             return nullptr;
-        // Closes what comes to nothing, behind the lock.
+        // On failure, the mixer closes after the lock is released.
         auto open = std::make_shared<State::Open>(State::Open{std::move(changed)});
         auto mixer = std::make_unique<Mixer>(m_pState, open);
         const Connection::Lock lock(*m_pState->m_pConnection);

@@ -12,32 +12,32 @@ class Connection;
 }
 
 /// The volume of a sound server's default sink, as one mixer whose speaker line has a left and a
-/// right channel, volume and mute. Made by `q32Pulse`.
+/// right channel, volume and mute. Created by `q32Pulse`.
 ///
-/// It is always the sink that is the default one now; when another becomes that, its values count
-/// as changes. Of a sink with more channels, a side is as loud as its loudest one, and all follow.
-/// One without sides answers a pair with one value. Values are the server's perceptual scale, with
-/// 65535 for its full volume; what a user has raised above that reads as 65535. A server has no
-/// bass and treble.
+/// It follows the default sink; when another becomes the default, its values are reported as
+/// changes. For a sink with more channels, a side's value is that of its loudest channel, and all
+/// channels follow. A sink without sides returns one value for a pair. Values are on the server's
+/// perceptual scale, with 65535 for full volume; a higher volume reads as 65535. There is no bass
+/// and treble.
 ///
-/// Changes are told when the owner pumps, on the thread that pumps:
+/// Changes are reported during `fnPump`, on the thread that calls it:
 ///
 ///     poll {mixers->fnGetDescriptor(), POLLIN}, or a QSocketNotifier on it; then mixers->fnPump();
 ///
-/// No call throws but a pump, which lets pass what the host throws when it is told; what is left to
-/// tell then comes with the next pump. For each answer a call waits no longer than the options'
-/// patience. When the server goes, calls fail; a new one is found by itself, and what it has
-/// otherwise is told.
+/// No call throws except a pump, which passes on what the host's callback throws; the remaining
+/// changes are then reported by the next pump. For each answer a call waits no longer than the
+/// options' patience. When the server has gone, calls fail; a new one is found automatically, and
+/// values that differ are reported.
 class Q32_API CqPulseMixers final : public CqMixerService {
 public:
     explicit CqPulseMixers(std::shared_ptr<q32::pulse::Connection> connection);
     ~CqPulseMixers() override;
 
-    /// Can be read from while there is something to pump. It stays open as long as the service; -1
-    /// when the system has none to give, and then no mixer opens.
+    /// Readable while there is something to pump. It stays open as long as the service; -1 when the
+    /// system can't provide one, and then no mixer opens.
     int fnGetDescriptor() const;
-    /// Tells the changes that have come so far; returns how many were told. Changes of a control
-    /// that came faster are told as one.
+    /// Reports the changes received so far; returns how many were reported. Changes of a control
+    /// between two pumps are reported as one.
     std::size_t fnPump();
 
     /// 1, or 0 without a server or sink.

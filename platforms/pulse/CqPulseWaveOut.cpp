@@ -1,6 +1,6 @@
 #include "platforms/pulse/CqPulseWaveOut.h"
 
-#include "platforms/pulse/Voice.h"
+#include "platforms/pulse/Voice_p.h"
 
 #include <algorithm>
 #include <iterator>
@@ -14,8 +14,8 @@ using q32::pulse::Voice;
 
 struct CqPulseWaveOut::State {
     std::shared_ptr<Connection> m_pConnection;
-    std::shared_ptr<Reporter> m_pReporter;        ///< begins with the first device
-    std::vector<std::weak_ptr<Voice>> m_Voices{}; ///< as they were opened
+    std::shared_ptr<Reporter> m_pReporter;        ///< created with the first device
+    std::vector<std::weak_ptr<Voice>> m_Voices{}; ///< in the order of opening
 };
 
 namespace {
@@ -34,7 +34,7 @@ constexpr Encoding kEncodings[] = {{kPcm, 8, PA_SAMPLE_U8},
                                    {kPcm, 32, PA_SAMPLE_S32LE},
                                    {kFloat, 32, PA_SAMPLE_FLOAT32LE}};
 
-/// False for what no server plays.
+/// Converts a format; false for one that no server plays.
 bool fnTranslate(const WAVEFORMATEX& format, pa_sample_spec& spec) {
     const auto* found =
         std::find_if(std::begin(kEncodings), std::end(kEncodings), [&](const Encoding& one) {
@@ -48,8 +48,8 @@ bool fnTranslate(const WAVEFORMATEX& format, pa_sample_spec& spec) {
 
 } // namespace
 
-/// The caller's end of a device. A report may destroy it while a call of it is under way on another
-/// thread, so that calls go on with a copy of the pointer.
+/// The caller's handle of a device. A report may destroy it while another thread is inside a call
+/// to it, so calls continue with a copy of the pointer.
 class CqPulseWaveOut::Out final : public CqWaveOut {
 public:
     explicit Out(std::shared_ptr<Voice> voice) : m_pVoice(std::move(voice)) {}
@@ -125,7 +125,7 @@ std::unique_ptr<CqWaveOut> CqPulseWaveOut::fnOpen(const WAVEFORMATEX& format, Do
 }
 
 std::uint64_t CqPulseWaveOut::fnGetPosition() const {
-    std::shared_ptr<Voice> voice; // goes after the lock
+    std::shared_ptr<Voice> voice; // destroyed after the lock is released
     const Connection::Lock lock(*m_pState->m_pConnection);
     std::uint64_t position = 0;
     for (const std::weak_ptr<Voice>& one : m_pState->m_Voices) {

@@ -1,4 +1,4 @@
-#include "platforms/pulse/Reporter.h"
+#include "platforms/pulse/Reporter_p.h"
 
 #include <condition_variable>
 #include <mutex>
@@ -10,7 +10,7 @@ struct Reporter::State {
     std::mutex m_Lock;
     std::condition_variable m_Changed;
     Jobs m_Jobs;
-    const CqWaveOutService::Done* m_pTold = nullptr; ///< whose report runs
+    const CqWaveOutService::Done* m_pTold = nullptr; ///< the callback of the running report
     bool m_bStop = false;
     std::thread m_Thread;
 
@@ -28,8 +28,8 @@ struct Reporter::State {
             lock.lock();
             m_pTold = nullptr;
             m_Changed.notify_all();
-            // The owner of what was told goes with its last report, and may take this thread's
-            // owner with it.
+            // The owner of the callback may end with its last report, and destroy this thread's
+            // owner.
             lock.unlock();
             job.clear();
             lock.lock();
@@ -60,7 +60,7 @@ void Reporter::fnPost(Jobs& jobs) {
 }
 
 void Reporter::fnForget(const CqWaveOutService::Done& done) {
-    Jobs dropped; // goes after the lock
+    Jobs dropped; // destroyed after the lock is released
     std::unique_lock lock(m_pState->m_Lock);
     for (auto job = m_pState->m_Jobs.begin(); job != m_pState->m_Jobs.end();) {
         const auto next = std::next(job);

@@ -1,4 +1,4 @@
-#include "platforms/pulse/SinkVolume.h"
+#include "platforms/pulse/SinkVolume_p.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -32,8 +32,8 @@ Side fnGetSide(pa_channel_position_t position) {
 
 /// Channels that are set together.
 struct Group {
-    pa_volume_t m_nLoudest; ///< the loudest of them, as it is
-    pa_volume_t m_nWanted;  ///< and as it shall be
+    pa_volume_t m_nLoudest; ///< current volume of the loudest channel
+    pa_volume_t m_nWanted;  ///< its new volume
 };
 
 pa_volume_t fnLoudest(const pa_cvolume& volume, const pa_channel_map& map, Side side) {
@@ -47,7 +47,7 @@ pa_volume_t fnLoudest(const pa_cvolume& volume, const pa_channel_map& map, Side 
 pa_volume_t fnFollow(pa_volume_t volume, const Group& group) {
     if (group.m_nLoudest == PA_VOLUME_MUTED)
         return group.m_nWanted;
-    // One in the middle may be louder than the sides, and would leave any bound with them.
+    // A middle channel may be louder than the sides, and would exceed every bound with them.
     return static_cast<pa_volume_t>(
         std::min<std::uint64_t>(std::uint64_t{volume} * group.m_nWanted / group.m_nLoudest,
                                 std::max<std::uint64_t>(PA_VOLUME_NORM, volume)));

@@ -1,4 +1,4 @@
-#include "platforms/pulse/Voice.h"
+#include "platforms/pulse/Voice_p.h"
 
 #include <algorithm>
 #include <cstring>
@@ -8,17 +8,17 @@ namespace q32::pulse {
 
 namespace {
 
-// The published flags of a block.
+// Flags of WAVEHDR::dwFlags.
 constexpr DWORD kDone = 1;
 constexpr DWORD kPrepared = 2;
 constexpr DWORD kLoop = 4 | 8;
 constexpr DWORD kInQueue = 0x10;
 constexpr DWORD kForEver = 0xFFFFFFFFu;
 
-/// How much later than expected an end comes that the server doesn't tell.
+/// How long after the expected end a block is ended if the server doesn't report it.
 constexpr std::chrono::milliseconds kLate(300);
 
-/// Bytes that never run out.
+/// The length of an endless loop, in bytes.
 constexpr std::uint64_t kEndless = UINT64_MAX;
 
 } // namespace
@@ -62,7 +62,7 @@ bool Voice::fnWrite(const std::shared_ptr<Voice>& self, WAVEHDR& header) {
     if (m_nTotal == 0)
         fnEnd();
     else if (!m_bPaused && !fnStart()) {
-        // Nobody has been told of it, and nobody shall be.
+        // The block was not started, so its end must not be reported.
         m_Job.clear();
         if (std::exchange(m_pPlaying, nullptr))
             header.dwFlags &= ~kInQueue;
@@ -71,10 +71,10 @@ bool Voice::fnWrite(const std::shared_ptr<Voice>& self, WAVEHDR& header) {
     return true;
 }
 
-/// Hands the block to the server.
+/// Passes the block to the server.
 bool Voice::fnStart() {
     if (m_pConnection->fnConnect() && !m_bClosed && fnOpenStream()) {
-        // It may have played out by the time that this thread wakes.
+        // Playback may have ended by the time this thread wakes.
         const bool answered =
             m_pConnection->fnWait([&] { return m_bStarted || !m_pStream || m_bClosed; });
         if (!answered)
@@ -115,7 +115,7 @@ bool Voice::fnOpenStream() {
         [](pa_stream*, std::size_t room, void* self) { static_cast<Voice*>(self)->fnFeed(room); },
         this);
     pa_buffer_attr sizes;
-    std::memset(&sizes, 0xFF, sizeof sizes); // the server's choice
+    std::memset(&sizes, 0xFF, sizeof sizes); // defaults chosen by the server
     const auto latency = static_cast<pa_usec_t>(options.m_Latency.count()) * PA_USEC_PER_MSEC;
     sizes.tlength = static_cast<std::uint32_t>(pa_usec_to_bytes(latency, &m_Spec));
     constexpr auto kFlags = static_cast<pa_stream_flags_t>(
@@ -127,7 +127,7 @@ bool Voice::fnOpenStream() {
     return result >= 0;
 }
 
-/// Gives the server as much as it has room for. On the loop's thread.
+/// Writes as much as the server has space for. On the loop's thread.
 void Voice::fnFeed(std::size_t room) {
     const std::size_t frame = pa_frame_size(&m_Spec);
     while (m_nPlaced < m_nTotal && room >= frame) {
@@ -152,7 +152,7 @@ void Voice::fnFeed(std::size_t room) {
         fnDrain();
 }
 
-/// The next bytes of the block, which begins anew where it ends.
+/// Copies the next bytes of the block, which restarts at its end.
 void Voice::fnFill(void* room, std::size_t bytes) const {
     auto* place = static_cast<char*>(room);
     std::uint64_t from = m_nPlaced % m_nLength;
@@ -166,7 +166,7 @@ void Voice::fnFill(void* room, std::size_t bytes) const {
     }
 }
 
-/// Asks to be told when the last byte has been heard.
+/// Requests a notification when the last byte has been heard.
 void Voice::fnDrain() {
     m_pDrain = pa_stream_drain(
         m_pStream,
@@ -179,7 +179,7 @@ void Voice::fnDrain() {
         fnDrainGivenUp();
 }
 
-/// Nobody will tell the end: libpulse waits for it no longer than half a minute, pause or not.
+/// The end will not be reported: libpulse waits at most half a minute, paused or not.
 void Voice::fnDrainGivenUp() {
     if (pa_operation* drain = std::exchange(m_pDrain, nullptr))
         pa_operation_unref(drain);
@@ -187,7 +187,7 @@ void Voice::fnDrainGivenUp() {
         fnEndLate();
 }
 
-/// Gives the block back and has that reported. The lock is held.
+/// Returns the block and reports its end. The lock is held.
 void Voice::fnEnd() {
     fnDropStream();
     WAVEHDR* header = std::exchange(m_pPlaying, nullptr);
@@ -195,8 +195,8 @@ void Voice::fnEnd() {
     m_pReporter->fnPost(m_Job);
 }
 
-/// Ends the block itself a while after its last byte: PipeWire's server forgets over a pause that
-/// it has been asked to tell the end. As long as more and more of it is heard it isn't late.
+/// Ends the block a while after its last byte: across a pause, PipeWire's server forgets the
+/// request to report the end. As long as the heard position advances it isn't late.
 void Voice::fnEndLate() {
     m_nLateHeard = fnGetSurelyHeard();
     const std::chrono::microseconds time(pa_bytes_to_usec(m_nTotal - m_nLateHeard, &m_Spec));
@@ -220,8 +220,8 @@ void Voice::fnForgetLate() {
         m_pConnection->fnForget(late);
 }
 
-/// Takes a stream away from the server. One that the server hasn't answered yet can't be taken away
-/// before it has.
+/// Disconnects a stream from the server and releases it. One that the server hasn't answered yet
+/// can be disconnected only after the answer.
 void Voice::fnLetGo(pa_stream* stream) {
     pa_stream_set_write_callback(stream, nullptr, nullptr);
     if (pa_stream_get_state(stream) == PA_STREAM_CREATING) {
@@ -234,7 +234,7 @@ void Voice::fnLetGo(pa_stream* stream) {
     pa_stream_unref(stream);
 }
 
-/// Takes the stream away from the server, which falls silent, and from its callbacks.
+/// Detaches the stream from its callbacks and from the server, which falls silent.
 void Voice::fnDropStream() {
     fnForgetLate();
     if (pa_operation* drain = std::exchange(m_pDrain, nullptr)) {
@@ -260,8 +260,8 @@ bool Voice::fnSetPaused(bool paused) {
         return true;
     }
     m_bPaused = paused;
-    // A block that was written in the pause. It isn't handed over corked at once, since such a
-    // stream tells a time that runs.
+    // The block was written during the pause. It isn't started corked, since the clock of such a
+    // stream runs.
     if (!paused && m_pPlaying && !fnStart())
         m_bPaused = true;
     return m_bPaused == paused;
@@ -297,18 +297,18 @@ void Voice::fnClose() {
     m_pReporter->fnForget(m_Done);
 }
 
-/// Bytes of all passes that have been heard.
+/// Bytes heard, over all passes.
 std::uint64_t Voice::fnGetHeard() const {
     pa_usec_t time = 0;
-    // Before the first answer about timing nothing has been heard.
+    // Before the first timing update nothing has been heard.
     if (!m_pStream || pa_stream_get_time(m_pStream, &time) < 0)
         return 0;
-    // The time is interpolated, and may run ahead a little.
+    // The time is interpolated, and may run slightly ahead.
     return std::min<std::uint64_t>(pa_usec_to_bytes(time, &m_Spec), m_nPlaced);
 }
 
-/// No more than the server had taken from its queue when it was last asked: the time of a stream
-/// that is paused before its first sample is heard runs on.
+/// Bytes heard, limited to what the server had taken from its queue at the last timing update: the
+/// clock of a stream paused before its first sample is heard runs on.
 std::uint64_t Voice::fnGetSurelyHeard() const {
     const pa_timing_info* timing = m_pStream ? pa_stream_get_timing_info(m_pStream) : nullptr;
     if (!timing || timing->read_index_corrupt || timing->read_index < 0)

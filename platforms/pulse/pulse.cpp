@@ -1,6 +1,6 @@
 #include "platforms/pulse/pulse.h"
 
-#include "platforms/pulse/Connection.h"
+#include "platforms/pulse/Connection_p.h"
 
 CqPulse q32Pulse(const CqPulseOptions& options) {
     const auto connection = std::make_shared<q32::pulse::Connection>(options);

@@ -1,5 +1,5 @@
 /// @file
-/// The sound back end over libpulse, for PulseAudio and for PipeWire's server of the same protocol:
+/// The sound back end over libpulse, for PulseAudio and for PipeWire's compatible server:
 ///
 ///     CqPulse sound = q32Pulse({.m_szApplication = "Player"});
 ///     CqPlatform platform = q32PosixPlatform();
@@ -20,6 +20,6 @@ struct CqPulse {
     std::shared_ptr<CqPulseMixers> m_pMixers;
 };
 
-/// Makes the services. The server is looked for when it is first needed, and again at each call for
-/// as long as it isn't there. Throws std::bad_alloc.
+/// Creates the services. The server is contacted when first needed, and again at each call until it
+/// is available. Throws std::bad_alloc.
 Q32_API CqPulse q32Pulse(const CqPulseOptions& options = {});

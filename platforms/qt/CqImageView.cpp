@@ -1,8 +1,8 @@
 #include "platforms/qt/CqImageView.h"
 
 #include "platforms/qt/CqQtCanvas.h"
-#include "platforms/qt/Overview.h"
-#include "platforms/qt/TileSampler.h"
+#include "platforms/qt/Overview_p.h"
+#include "platforms/qt/TileSampler_p.h"
 #include "q32Base/framework/Exceptions.h"
 #include "q32Base/image/CqImage.h"
 
@@ -23,9 +23,9 @@
 
 namespace {
 
-/// Zooms that steps go along, beside the doublings at both ends.
+/// Zoom steps; beyond both ends they go by factors of 2.
 constexpr std::array<double, 7> kSteps = {1.0 / 2, 2.0 / 3, 1.0, 3.0 / 2, 2.0, 3.0, 4.0};
-/// Two zooms that are nearer than this count as one.
+/// Zooms that differ by less count as equal.
 constexpr double kSame = 1e-9;
 
 double fnNextZoom(double zoom, bool in) {
@@ -44,7 +44,7 @@ double fnNextZoom(double zoom, bool in) {
                          [=](double step) { return step < zoom * (1 - kSame); });
 }
 
-/// Positions beyond this are of no use: what lies there is out of sight, and sums of two still fit.
+/// Positions beyond this are out of sight; the sum of two still fits an int.
 constexpr double kMaxScaled = std::numeric_limits<int>::max() / 2.0;
 
 int fnToInt(double value) {
@@ -93,7 +93,7 @@ void CqImageView::fnImageChanged(const CRect& part) {
 
 void CqImageView::fnAddStale(const CRect& part) {
     const QPoint origin = fnGetOrigin();
-    // A pixel more on each side: a reduced copy's pixel stands for several of the image's.
+    // One more pixel on each side: a pixel of a reduced copy covers several of the image.
     const double left = std::floor(part.left * m_Zoom) - origin.x() - 1;
     const double top = std::floor(part.top * m_Zoom) - origin.y() - 1;
     const double right = std::ceil(part.right * m_Zoom) - origin.x() + 1;
@@ -118,7 +118,7 @@ QSize CqImageView::fnGetScaledSize() const {
 }
 
 QPoint CqImageView::fnGetOrigin() const {
-    // A picture smaller than the view lies in its middle.
+    // A picture smaller than the view is centred.
     const QSize spare = m_pCanvas->fnGetPixelSize() - fnGetScaledSize();
     return {spare.width() > 0 ? -(spare.width() / 2) : horizontalScrollBar()->value(),
             spare.height() > 0 ? -(spare.height() / 2) : verticalScrollBar()->value()};
@@ -127,14 +127,14 @@ QPoint CqImageView::fnGetOrigin() const {
 double CqImageView::fnGetMostZoom() const {
     if (!fnHasPicture())
         return kMaxZoom;
-    // All of the scaled picture has to be within the reach of the scroll bars.
+    // The whole scaled picture must be within the range of the scroll bars.
     return std::min(kMaxZoom, kMaxScaled / std::max(m_pImage->Width, m_pImage->Height));
 }
 
 double CqImageView::fnGetFitZoom() const {
     if (!fnHasPicture())
         return m_Zoom;
-    // Without scroll bars: a picture that fits needs none.
+    // The size without scroll bars: a picture that fits needs none.
     const QSizeF room = QSizeF(maximumViewportSize()) * m_pCanvas->devicePixelRatioF();
     return std::clamp(std::min(room.width() / m_pImage->Width, room.height() / m_pImage->Height),
                       kLeastZoom, 1.0);
@@ -209,7 +209,7 @@ CRect CqImageView::fnGetVisible() const {
     const QPoint origin = fnGetOrigin();
     const QSize size = m_pCanvas->fnGetPixelSize();
     const auto cut = [this](int at, std::uint32_t length) {
-        // Rounding must not add a pixel that isn't there.
+        // Rounding errors must not add a pixel.
         const double place = at / m_Zoom;
         const double whole = std::round(place);
         const double exact = std::abs(place - whole) < kSame * length ? whole : place;
@@ -252,7 +252,7 @@ void CqImageView::fnMatchCanvas() {
     QImage& pixels = m_pCanvas->fnGetPixels();
     const QPoint origin = fnGetOrigin();
     const QPoint moved = m_Drawn - origin;
-    QRegion stale; // memory may run out before it is whole, and all is as it was then
+    QRegion stale; // a separate region, so that a failure to allocate changes nothing
     if (m_CanvasSize != pixels.size()) {
         stale = pixels.rect();
     } else if (!moved.isNull()) {
@@ -294,12 +294,12 @@ void CqImageView::fnResetOverview() {
     try {
         m_pOverview->fnReset(fnHasPicture() ? m_pImage : nullptr);
     } catch (const std::bad_alloc&) {
-        m_pOverview->fnReset(nullptr); // the image itself is shown then
+        m_pOverview->fnReset(nullptr); // the image itself is shown instead
     }
 }
 
 bool CqImageView::fnMakeCells() {
-    constexpr qint64 kMaxTime = 6; // milliseconds: a frame stays within its time
+    constexpr qint64 kMaxTime = 6; // milliseconds, well within a frame
     const unsigned shift = fnHasPicture() ? m_pOverview->fnGetShift(m_Zoom) : 0;
     if (shift == 0 || !m_pOverview->fnIsFor(*m_pImage) || !isVisible())
         return false;
@@ -309,7 +309,7 @@ bool CqImageView::fnMakeCells() {
     constexpr auto kSize = static_cast<LONG>(q32::qt::Overview::kCellSize);
     const CRect seen = fnGetVisible();
     for (LONG row = seen.top / kSize; row * kSize < seen.bottom; ++row) {
-        CRect made; // what is new in this row of cells
+        CRect made; // the cells made in this row
         for (LONG column = seen.left / kSize; column * kSize < seen.right; ++column) {
             const auto x = static_cast<std::uint32_t>(column);
             const auto y = static_cast<std::uint32_t>(row);
@@ -338,14 +338,14 @@ void CqImageView::timerEvent(QTimerEvent* event) {
         if (!fnMakeCells())
             m_Idle.stop();
     } catch (const std::bad_alloc&) {
-        m_Idle.stop(); // what there is of the overview stays in use
+        m_Idle.stop(); // the existing part of the overview stays in use
     }
 }
 
 void CqImageView::fnPaintOver(QPainter&, const QRegion&) {}
 
 void CqImageView::paintEvent(QPaintEvent* event) {
-    // Nothing may pass through the event loop. What could not be drawn is drawn by a later event.
+    // Exceptions must not reach the event loop. Anything not drawn is drawn by a later event.
     try {
         fnDrawNow();
         QPainter painter(m_pCanvas);

@@ -75,6 +75,6 @@ void CqQtCanvas::paintEvent(QPaintEvent* event) {
         QPainter painter(this);
         fnPaint(painter, event->region());
     } catch (const std::bad_alloc&) {
-        return; // nothing may pass through the event loop; what the screen shows stays
+        return; // exceptions must not reach the event loop; the screen is left unchanged
     }
 }

@@ -10,30 +10,30 @@ class QPaintEvent;
 class QPainter;
 class QResizeEvent;
 
-/// A widget that keeps its own pixels: what was put there stays until it is put there anew, as on a
-/// screen, and a repaint only copies what was uncovered. Pixels are the screen's own, also on a
-/// scaled display, where a widget has more of them than Qt's coordinates tell. They are
-/// Format_RGB32 with a top byte of FFh, the one format that Qt copies row by row.
+/// A widget with persistent pixels: what was drawn stays until it is drawn over, and a repaint only
+/// copies the exposed part. Pixels are device pixels, also on a scaled display, where there are
+/// more of them than Qt's coordinates. They are Format_RGB32 with a top byte of FFh, the one format
+/// that Qt copies row by row.
 ///
-/// Used on the thread of the user interface. May throw std::bad_alloc.
+/// For the GUI thread only. May throw std::bad_alloc.
 class Q32_API CqQtCanvas : public QWidget {
     Q_OBJECT
 
 public:
     explicit CqQtCanvas(QWidget* parent = nullptr);
 
-    /// The pixels, in the widget's present size and scale; at least one. What is new since the last
-    /// call has the colour of the widget's window background.
+    /// The pixels, in the widget's current size and scale; at least one. Those that are new since
+    /// the last call have the colour of the widget's window background.
     QImage& fnGetPixels();
-    /// Size in pixels of the screen; one that is covered in part counts.
+    /// Size in device pixels; partly covered ones count.
     QSize fnGetPixelSize() const { return fnGetPixelSize(*this); }
     static QSize fnGetPixelSize(const QWidget& widget);
 
-    /// Brings a changed part, in pixels, to the screen: at once, or from within a paint event of
-    /// this widget as soon as that is over.
+    /// Shows a changed part, in pixels, on the screen: at once, or, within a paint event of this
+    /// widget, as soon as that is over.
     void fnShowPixels(const QRegion& part);
-    /// Copies the exposed part, in the widget's coordinates, from the pixels. A paint event that
-    /// runs out of memory leaves what the screen shows.
+    /// Copies the exposed part, in the widget's coordinates, from the pixels. When memory is
+    /// exhausted, the screen is left unchanged.
     void fnPaint(QPainter& painter, const QRegion& exposed);
 
     /// The part of the canvas, in pixels, that covers a part in the widget's coordinates.

@@ -1,7 +1,6 @@
-#include "platforms/qt/CqQtDumpView.h"
-
-#include "platforms/qt/DeviceContext.h"
-#include "platforms/qt/Text.h"
+#include "platforms/qt/CqQtDumpView_p.h"
+#include "platforms/qt/DeviceContext_p.h"
+#include "platforms/qt/Text_p.h"
 #include "q32Base/framework/CFont.h"
 #include "q32Base/framework/Values.h"
 
@@ -28,7 +27,7 @@ namespace {
 constexpr UINT kOverwritePrompt = 0x2; ///< OFN_OVERWRITEPROMPT
 constexpr QSize kDefaultSize(480, 320);
 
-/// A path of the library: directories as they stand, and one backslash ahead of the file's name.
+/// A path in the library's form: directories unchanged, and one backslash ahead of the file name.
 QString fnToLibrary(QString path) {
     const qsizetype slash = path.lastIndexOf('/');
     return slash < 0 ? path : path.replace(slash, 1, '\\');
@@ -56,7 +55,7 @@ DumpFrame::DumpFrame() {
 
 void DumpFrame::closeEvent(QCloseEvent* event) {
     event->accept();
-    const std::function<void()> onClose = m_OnClose; // it may be taken away by what it calls
+    const std::function<void()> onClose = m_OnClose; // a copy: the call may clear the member
     if (onClose)
         onClose();
 }
@@ -75,8 +74,8 @@ CqQtDumpView::CqQtDumpView(const CqDumpViewSetup& setup, CqDumpViewEvents& event
     if (setup.m_Place) {
         constexpr LONG kFar = 32767;
         const CRect place(*setup.m_Place);
-        // A screen that is no longer there can't show the window: it begins where windows begin,
-        // and no bigger than the screens that there are.
+        // The saved place may be on a screen that no longer exists: then the window starts at the
+        // default place, no larger than the screens.
         const QSize most = m_pFrame->screen()->availableVirtualSize();
         m_pFrame->resize(std::clamp(place.Width(), LONG{0}, LONG{most.width()}),
                          std::clamp(place.Height(), LONG{0}, LONG{most.height()}));
@@ -89,10 +88,10 @@ CqQtDumpView::CqQtDumpView(const CqDumpViewSetup& setup, CqDumpViewEvents& event
 
 CqQtDumpView::~CqQtDumpView() {
     if (!m_pFrame || !QCoreApplication::instance())
-        return; // the application took its windows with it
+        return; // the application has deleted its windows
     m_pFrame->m_OnClose = nullptr;
     m_pFrame->hide();
-    m_pFrame->deleteLater(); // this may be an event of its own
+    m_pFrame->deleteLater(); // this may be called from one of its events
 }
 
 bool CqQtDumpView::fnCreateText() {
@@ -108,7 +107,7 @@ bool CqQtDumpView::fnCreateText() {
 }
 
 bool CqQtDumpView::fnCreateStatusBar() {
-    // A prompt hides this for as long as it is shown.
+    // A temporary prompt hides this label while it is shown.
     m_pFrame->statusBar()->addWidget(new QLabel(m_IdlePrompt), 1);
     return true;
 }
@@ -131,7 +130,8 @@ void CqQtDumpView::fnInsertMenuItem(const CqDumpMenuItem& item) {
         action->setText(fnToText(*m_pCodePage, item.m_szText ? item.m_szText : ""));
         action->setStatusTip(fnToText(*m_pCodePage, item.m_szPrompt ? item.m_szPrompt : ""));
         QObject::connect(action, &QAction::triggered, m_pFrame, [this, action, id = item.m_nId] {
-            // The library tells how an item is checked. The view may be gone after this.
+            // The library sets the check mark, so Qt's own is undone. The view may be gone after
+            // this.
             if (action->isCheckable())
                 action->toggle();
             m_Events.fnOnSysCommand(id);
@@ -152,7 +152,7 @@ void CqQtDumpView::fnCheckMenuItem(UINT id, bool checked) {
 void CqQtDumpView::fnSetOnTop(bool onTop) {
     Qt::WindowFlags flags = m_pFrame->windowFlags();
     flags.setFlag(Qt::WindowStaysOnTopHint, onTop);
-    // setWindowFlags would hide the window and lose its place; the window itself is told instead.
+    // setWindowFlags would hide the window and lose its place, so the flags of the QWindow are set.
     m_pFrame->overrideWindowFlags(flags);
     if (QWindow* window = m_pFrame->windowHandle())
         window->setFlags(flags);

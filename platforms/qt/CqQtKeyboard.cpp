@@ -1,6 +1,5 @@
-#include "platforms/qt/CqQtKeyboard.h"
-
-#include "platforms/qt/EventHold.h"
+#include "platforms/qt/CqQtKeyboard_p.h"
+#include "platforms/qt/EventHold_p.h"
 
 #include <QGuiApplication>
 #include <QThread>
@@ -9,7 +8,7 @@ using namespace q32::qt;
 
 namespace {
 
-/// A look takes some twenty microseconds; ten milliseconds keep that below a quarter of a percent.
+/// A look takes some twenty microseconds; at ten milliseconds that is below a quarter of a percent.
 constexpr std::chrono::milliseconds kBetweenLooks{10};
 
 } // namespace
@@ -43,7 +42,7 @@ EventHold* CqQtKeyboard::fnLook() {
         hold->fnLook();
         m_LastLook = std::chrono::steady_clock::now();
     }
-    return m_pHold; // null if the look ended it
+    return m_pHold; // null if the look deleted it
 }
 
 bool CqQtKeyboard::fnIsKeyDown(int key) {

@@ -1,7 +1,6 @@
-#include "platforms/qt/CqQtMessages.h"
-
+#include "platforms/qt/CqQtMessages_p.h"
 #include "platforms/qt/CqQtWindows.h"
-#include "platforms/qt/Text.h"
+#include "platforms/qt/Text_p.h"
 
 #include <array>
 #include <cstdio>
@@ -15,7 +14,7 @@
 namespace {
 
 constexpr UINT kButtonMask = 0xF;
-constexpr UINT kDefaultMask = 0xF00; ///< which button, from the left, is the default one
+constexpr UINT kDefaultMask = 0xF00; ///< the default button's position, from the left
 constexpr UINT kDefaultShift = 8;
 
 struct Button {
@@ -31,7 +30,7 @@ constexpr Button kNone = {QMessageBox::NoButton, 0};
 
 using Buttons = std::array<Button, 3>;
 
-/// Buttons from the left. A set that the library doesn't have is OK alone.
+/// Buttons from the left. An unknown set gives OK alone.
 Buttons fnGetButtons(UINT style) {
     switch (style & kButtonMask) {
     case MB_OKCANCEL:
@@ -65,7 +64,7 @@ bool fnCanShow() {
     return app && !QCoreApplication::closingDown() && QThread::currentThread() == app->thread();
 }
 
-/// A box whose owner may go, and take it along, while it stands.
+/// A box whose owner may be deleted, and delete the box, while it is open.
 class OwnedBox {
 public:
     explicit OwnedBox(QWidget* owner) : m_pBox(new QMessageBox(owner)) {}
@@ -95,7 +94,7 @@ void fnSetButtons(const OwnedBox& box, const Buttons& buttons, UINT style) {
     const UINT first = (style & kDefaultMask) >> kDefaultShift;
     const Button& standard = buttons[first < buttons.size() ? first : 0];
     box->setDefaultButton(standard.m_nAnswer != 0 ? standard.m_Button : buttons[0].m_Button);
-    // The last one does the least.
+    // The last button is the most harmless.
     for (const Button& button : buttons)
         if (button.m_nAnswer != 0)
             box->setEscapeButton(button.m_Button);
@@ -118,7 +117,7 @@ int CqQtMessages::fnShowBox(const char* text, UINT style, const char* caption) {
     const OwnedBox box(fnGetOwner(*m_pWindows));
     box->setWindowModality(Qt::ApplicationModal);
     box->setIcon(fnGetIcon(style));
-    box->setTextFormat(Qt::PlainText); // names of files may look like marked-up text
+    box->setTextFormat(Qt::PlainText); // file names may look like markup
     box->setText(q32::qt::fnToText(*m_pCodePage, text));
     box->setWindowTitle(caption ? q32::qt::fnToText(*m_pCodePage, caption)
                                 : QGuiApplication::applicationDisplayName());

@@ -1,9 +1,8 @@
-#include "platforms/qt/CqQtScreen.h"
-
+#include "platforms/qt/CqQtScreen_p.h"
 #include "platforms/qt/CqQtWindows.h"
-#include "platforms/qt/DeviceContext.h"
-#include "platforms/qt/DeviceRows.h"
-#include "platforms/qt/Text.h"
+#include "platforms/qt/DeviceContext_p.h"
+#include "platforms/qt/DeviceRows_p.h"
+#include "platforms/qt/Text_p.h"
 
 #include <algorithm>
 #include <cstring>
@@ -41,7 +40,7 @@ CDC* CqQtScreen::fnGetDC(CWnd* window) {
     if (!device.m_pScreen)
         return nullptr;
     device.m_Scale = widget ? widget->devicePixelRatioF() : device.m_pScreen->devicePixelRatio();
-    // What Qt paints on is one of two kinds, whatever the screen's exact depth.
+    // Qt paints at one of two depths, whatever the screen's exact one.
     device.m_nBits = m_nBits != 0 ? m_nBits : device.m_pScreen->depth() > 16 ? 32 : 16;
     device.m_pCodePage = m_pCodePage;
     m_DCs.push_back(std::make_unique<DeviceContext>(device, window, canvas, over));
@@ -60,13 +59,13 @@ void CqQtScreen::fnReleaseDC(CWnd* window, CDC* dc) noexcept {
     });
     if (found == m_DCs.end())
         return;
-    // Showing may call the host, which may ask for other device contexts.
+    // Showing may call the host, which may request other device contexts.
     const std::unique_ptr<DeviceContext> released = std::move(*found);
     m_DCs.erase(found);
     try {
         released->fnShow();
     } catch (const std::bad_alloc&) {
-        // What was drawn stays in the canvas, and a later paint event shows it.
+        // The pixels stay in the canvas, and a later paint event shows them.
         return;
     }
 }
@@ -78,7 +77,7 @@ int CqQtScreen::fnSetDIBitsToDevice(CDC* dc, int x, int y, UINT width, UINT heig
         return 0;
     DeviceContext* target = fnFindDC(dc);
     if (!target)
-        target = dynamic_cast<DeviceContext*>(dc); // one that draws on a bitmap
+        target = dynamic_cast<DeviceContext*>(dc); // one of a bitmap
     QImage surface = target ? target->fnGetSurface() : QImage();
     if (surface.isNull())
         return -1;
@@ -113,7 +112,7 @@ bool CqQtScreen::fnGetIconTitleFont(LOGFONTA& font) {
     font.lfWeight = standard.weight();
     font.lfItalic = standard.italic() ? 1 : 0;
     const std::string name = fnToBytes(*m_pCodePage, QFontInfo(standard).family());
-    if (name.size() < sizeof(font.lfFaceName)) // a name that is cut would be another font's
+    if (name.size() < sizeof(font.lfFaceName)) // a truncated name would be another font's
         std::memcpy(font.lfFaceName, name.c_str(), name.size() + 1);
     return true;
 }
@@ -135,7 +134,7 @@ std::unique_ptr<CqFontObject> CqQtScreen::fnCreateFont(const LOGFONTA& font) {
     if (font.lfHeight < 0) {
         made.setPixelSize(font.lfHeight < -kMax ? kMax : -font.lfHeight);
     } else if (font.lfHeight > 0) {
-        // The height of a whole line is asked for; the ratio of the two is the font's.
+        // The requested height is that of a line; the font determines its ratio to the pixel size.
         const int height = std::min<LONG>(font.lfHeight, kMax);
         made.setPixelSize(height);
         const QFontMetrics sizes(made);

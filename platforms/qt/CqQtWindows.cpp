@@ -1,7 +1,7 @@
 #include "platforms/qt/CqQtWindows.h"
 
-#include "platforms/posix/CodePage.h"
-#include "platforms/qt/CqQtDumpView.h"
+#include "platforms/posix/CodePage_p.h"
+#include "platforms/qt/CqQtDumpView_p.h"
 
 #include <QAbstractScrollArea>
 #include <QApplication>

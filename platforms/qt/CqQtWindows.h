@@ -1,7 +1,7 @@
 /// @file
-/// A host's windows and controls, as the library's window classes name them. Each object here
-/// stands for a widget or action of Qt, which it doesn't own, and which may go before it: the
-/// window doesn't exist any more then, and nothing happens.
+/// A host's windows and controls for the library's window classes. Each object represents a widget
+/// or action of Qt, which it doesn't own and which may be deleted first: then the window no longer
+/// exists, and calls do nothing. For the GUI thread only.
 #pragma once
 
 #include "platforms/qt/CqQtCanvas.h"
@@ -32,35 +32,35 @@ public:
     explicit CqQtPlace(QWidget* widget) : m_pWidget(widget) {}
     virtual ~CqQtPlace() = default;
 
-    /// Null when it has gone.
+    /// Null once it is deleted.
     QWidget* fnGetWidget() const { return m_pWidget; }
-    /// What the library draws on: the widget itself or its viewport, if that is a canvas, else a
-    /// canvas that lies over the widget, hidden until something is drawn. The widget must stand.
+    /// The canvas for drawing: the widget itself or its viewport, if that is a canvas, else a
+    /// canvas over the widget, hidden until something is drawn. The widget must exist.
     CqQtCanvas* fnGetCanvas() const;
-    /// Whether a canvas is the one that lies over the widget.
+    /// Whether `canvas` is the one over the widget.
     bool fnIsOver(const CqQtCanvas* canvas) const { return canvas && m_pOver == canvas; }
 
 protected:
-    /// In pixels of the screen.
+    /// The client area in device pixels.
     CRect fnGetClient() const;
     LRESULT fnSend(UINT message, WPARAM wParam) const;
     void fnInvalidate(const RECT* rect) const;
 
 private:
-    CqQtCanvas* fnFindCanvas() const;
+    Q32_LOCAL CqQtCanvas* fnFindCanvas() const;
 
     QPointer<QWidget> m_pWidget;
     mutable QPointer<CqQtCanvas> m_pOver;
 };
 
-/// A window of a kind `Base`. It erases itself with the button face; a repaint that was asked for
-/// also takes away what the library has drawn over a widget.
+/// A window of class `Base`. WM_ERASEBKGND fills it with the button face; invalidating it also
+/// removes what was drawn on the canvas over a widget.
 template <typename Base>
 class CqQtWndOf : public Base, public CqQtPlace {
 public:
     explicit CqQtWndOf(QWidget* widget) : CqQtPlace(widget) {}
 
-    /// The bar that a frame shows its messages on, not owned; at first none.
+    /// The window in which a frame shows its messages, not owned; initially null.
     void fnSetMessageBar(CWnd* bar) { m_pMessageBar = bar; }
 
     CRect GetClientRect() const override { return fnGetClient(); }
@@ -75,31 +75,31 @@ private:
     CWnd* m_pMessageBar = nullptr;
 };
 
-/// Any widget: a main window, a status bar that carries the gauge, a canvas, an image view.
+/// Any widget: a main window, a status bar with the progress bar, a canvas, an image view.
 using CqQtWnd = CqQtWndOf<CWnd>;
 
-/// A progress bar. A change is painted at once, also while no events are handled.
+/// A progress bar. A change is painted at once, even while no events are handled.
 class Q32_API CqQtProgressCtrl final : public CqQtWndOf<CProgressCtrl> {
 public:
     explicit CqQtProgressCtrl(QProgressBar* bar) : CqQtWndOf(bar) {}
     LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
 };
 
-/// A toolbar whose buttons are actions. What an action's menu items show changes with it.
+/// A toolbar whose buttons are actions, so that their menu items change with them.
 class Q32_API CqQtToolBar final : public CqQtWndOf<CToolBarCtrl> {
 public:
     explicit CqQtToolBar(QToolBar* bar) : CqQtWndOf(bar) {}
 
-    /// Names an action by a command.
+    /// Assigns a command to an action, which isn't owned.
     void fnAdd(UINT command, QAction* action) { m_Actions[command] = action; }
-    /// TB_ENABLEBUTTON gives 1 for a command that is known.
+    /// TB_ENABLEBUTTON returns 1 for a known command.
     LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
 
 private:
     std::map<UINT, QPointer<QAction>> m_Actions;
 };
 
-/// An action that asks how it has to look, of a menu that is about to be shown for instance.
+/// An action whose state is being updated, for example that of a menu about to be shown.
 class Q32_API CqQtCmdUI final : public CCmdUI {
 public:
     CqQtCmdUI(UINT command, QAction* action) : m_pAction(action) { m_nID = command; }
@@ -109,7 +109,7 @@ private:
     QPointer<QAction> m_pAction;
 };
 
-/// A document whose modified flag is the mark in a window's title, where that has "[*]".
+/// A document whose modified flag is the window's `windowModified`, shown in titles with "[*]".
 class Q32_API CqQtDocument final : public CDocument {
 public:
     explicit CqQtDocument(QWidget* window) : m_pWindow(window) {}
@@ -120,7 +120,7 @@ private:
     QPointer<QWidget> m_pWindow;
 };
 
-/// The application, with the name that message boxes have as their caption.
+/// The application, whose name is the caption of message boxes.
 class Q32_API CqQtApp : public CWinApp {
 public:
     /// @param name  in the code page
@@ -132,7 +132,7 @@ private:
     const std::string m_szName;
 };
 
-/// What the host tells of its application and main window, neither owned, and the dump window.
+/// The application and the main window, both set by the host and not owned, and the dump window.
 class Q32_API CqQtWindows final : public CqWindowService {
 public:
     CqQtWindows();
@@ -140,7 +140,7 @@ public:
 
     void fnSetApp(CWinApp* app) { m_pApp = app; }
     void fnSetMainWnd(CWnd* window) { m_pMainWnd = window; }
-    /// How texts are to be read; set by the platform.
+    /// The code page of texts; set by the platform.
     void fnSetCodePage(std::shared_ptr<const q32::posix::CodePage> codePage);
 
     CWinApp* fnGetApp() override { return m_pApp; }

@@ -1,9 +1,9 @@
-#include "platforms/qt/DeviceContext.h"
-
-#include "platforms/qt/Text.h"
-#include "platforms/qt/TileSampler.h"
+#include "platforms/qt/DeviceContext_p.h"
+#include "platforms/qt/Text_p.h"
+#include "platforms/qt/TileSampler_p.h"
 #include "q32Base/framework/CBitmap.h"
 #include "q32Base/framework/CFont.h"
+#include "q32Base/framework/Memory.h"
 
 #include <algorithm>
 #include <cmath>
@@ -27,16 +27,6 @@ QRect fnToRect(const RECT& rect, const QRect& within) {
     return {shared.left, shared.top, shared.Width(), shared.Height()};
 }
 
-/// What may run out of memory gives `failed` then: device contexts raise nothing.
-template <typename Result, typename Work>
-Result fnTry(Result failed, Work work) noexcept {
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        return failed;
-    }
-}
-
 } // namespace
 
 QFont fnGetStandardFont(double scale) {
@@ -54,7 +44,7 @@ QImage DeviceContext::fnGetSurface() const {
     } else if (m_pCanvas) {
         pixels = &m_pCanvas->fnGetPixels();
     }
-    // The same memory, but with coordinates that no scale changes.
+    // The same memory, but without a scale factor.
     return pixels ? QImage(pixels->bits(), pixels->width(), pixels->height(),
                            pixels->bytesPerLine(), pixels->format())
                   : QImage();
@@ -123,7 +113,7 @@ QString DeviceContext::fnToText(const char* text, int count) const {
 }
 
 bool DeviceContext::GetTextMetrics(TEXTMETRICA* metrics) const {
-    return fnTry(false, [&] {
+    return fnTryMemoryOr(false, [&] {
         const QFont font = fnGetFont();
         const QFontMetrics sizes(font);
         *metrics = TEXTMETRICA{};
@@ -149,7 +139,7 @@ bool DeviceContext::GetTextMetrics(TEXTMETRICA* metrics) const {
 }
 
 bool DeviceContext::GetTextExtentPoint32(const char* text, int count, SIZE* size) const {
-    return fnTry(false, [&] {
+    return fnTryMemoryOr(false, [&] {
         const QFontMetrics sizes(fnGetFont());
         *size =
             SIZE{sizes.horizontalAdvance(fnToText(text, count)), sizes.ascent() + sizes.descent()};
@@ -160,7 +150,7 @@ bool DeviceContext::GetTextExtentPoint32(const char* text, int count, SIZE* size
 int DeviceContext::DrawText(const char* text, int count, RECT* rect, UINT format) {
     if (!(format & DT_SINGLELINE))
         return 0;
-    return fnTry(0, [&] {
+    return fnTryMemoryOr(0, [&] {
         const QFont font = fnGetFont();
         const QFontMetrics sizes(font);
         const QString line = fnToText(text, count);
@@ -197,7 +187,7 @@ int DeviceContext::SetBkMode(int mode) {
 }
 
 bool DeviceContext::FillRect(const RECT& rect, int systemColor) {
-    return fnTry(false, [&] {
+    return fnTryMemoryOr(false, [&] {
         QImage surface = fnGetSurface();
         if (surface.isNull())
             return false;
@@ -213,7 +203,7 @@ bool DeviceContext::FillRect(const RECT& rect, int systemColor) {
 }
 
 bool DeviceContext::InvertRect(const RECT& rect) {
-    return fnTry(false, [&] {
+    return fnTryMemoryOr(false, [&] {
         QImage surface = fnGetSurface();
         if (surface.isNull())
             return false;
@@ -233,13 +223,13 @@ bool DeviceContext::BitBlt(int x, int y, int width, int height, CDC* source, int
     const auto* from = dynamic_cast<const DeviceContext*>(source);
     if (!from || from == this || rop != SRCCOPY)
         return false;
-    return fnTry(false, [&] {
+    return fnTryMemoryOr(false, [&] {
         QImage target = fnGetSurface();
         const QImage pixels = from->fnGetSurface();
         if (target.isNull() || pixels.isNull())
             return false;
         const CRect place(CPoint(x, y), CSize(width, height));
-        // The source's pixels, where they would come to lie.
+        // The rectangle of the whole source in the target's coordinates.
         const QRect there(fnWrapSub(x, sourceX), fnWrapSub(y, sourceY), pixels.width(),
                           pixels.height());
         const QRect part = fnToRect(place, target.rect() & there);

@@ -1,6 +1,5 @@
-#include "platforms/qt/DeviceRows.h"
-
-#include "platforms/qt/CanvasPixels.h"
+#include "platforms/qt/CanvasPixels_p.h"
+#include "platforms/qt/DeviceRows_p.h"
 
 #include <array>
 #include <cstddef>
@@ -38,7 +37,7 @@ std::uint32_t fnWiden5(std::uint32_t value) {
     return value << 3 | value >> 2;
 }
 
-/// Pixels `from` to `from + count - 1` of a row.
+/// Converts pixels `from` to `from + count - 1` of a row.
 void fnConvertRow(unsigned bits, const Table& table, const std::uint8_t* row, std::size_t from,
                   std::size_t count, std::uint32_t* out) {
     switch (bits) {

@@ -1,4 +1,4 @@
-#include "platforms/qt/EventHold.h"
+#include "platforms/qt/EventHold_p.h"
 
 #include <algorithm>
 #include <array>
@@ -22,7 +22,7 @@ struct KeyPair {
     int m_nKey;
 };
 
-/// Keys whose numbers aren't those of their signs.
+/// Keys whose codes aren't those of their characters.
 constexpr std::array<KeyPair, 18> kKeys = {{{Qt::Key_Escape, VK_ESCAPE},
                                             {Qt::Key_Backspace, 8},
                                             {Qt::Key_Tab, 9},
@@ -42,7 +42,7 @@ constexpr std::array<KeyPair, 18> kKeys = {{{Qt::Key_Escape, VK_ESCAPE},
                                             {Qt::Key_Down, 40},
                                             {Qt::Key_Delete, 46}}};
 
-/// The library's number of a key; 0 for one that has none.
+/// The library's key code; 0 for a key without one.
 int fnToKey(int key) {
     for (const KeyPair& pair : kKeys)
         if (pair.m_nQt == key)
@@ -54,7 +54,7 @@ int fnToKey(int key) {
 
 bool fnIsKey(QEvent::Type type) {
     return type == QEvent::KeyPress || type == QEvent::KeyRelease ||
-           type == QEvent::ShortcutOverride; // a key that is a shortcut comes as nothing else
+           type == QEvent::ShortcutOverride; // a shortcut key sends nothing else
 }
 
 bool fnIsDrag(QEvent::Type type) {
@@ -62,7 +62,7 @@ bool fnIsDrag(QEvent::Type type) {
            type == QEvent::Drop;
 }
 
-/// What the window system tells a window, and what waits until the operation is over.
+/// Whether an event comes from the window system and must wait until the operation is over.
 bool fnIsForLater(QEvent::Type type) {
     switch (type) {
     case QEvent::MouseButtonPress:
@@ -94,7 +94,7 @@ bool fnIsForLater(QEvent::Type type) {
     }
 }
 
-/// Where the cursor and the focus are: 0 for events that don't tell.
+/// An id for events that report the state of the cursor or the focus; 0 for others.
 int fnGetNotice(QEvent::Type type) {
     switch (type) {
     case QEvent::Enter:
@@ -108,7 +108,7 @@ int fnGetNotice(QEvent::Type type) {
     }
 }
 
-/// Whether a modal window has come up that holds a window back.
+/// Whether a modal window has appeared that blocks a window.
 bool fnIsBlocked(QObject* object) {
     const QWindow* modal = QGuiApplication::modalWindow();
     if (!modal)
@@ -119,7 +119,7 @@ bool fnIsBlocked(QObject* object) {
     return true;
 }
 
-/// What the user does to a window, and what a modal window holds back.
+/// Whether an event is user input to a window, which a modal window blocks.
 bool fnIsInput(QEvent::Type type) {
     switch (type) {
     case QEvent::Enter:
@@ -156,12 +156,12 @@ void EventHold::fnLook() {
     const auto outer = std::pair(m_bLooking, m_nLookLevel);
     m_bLooking = true;
     m_nLookLevel = level;
-    const QPointer<EventHold> self(this); // a call that is made may end it
+    const QPointer<EventHold> self(this); // a call made by this may delete it
     const auto restore = qScopeGuard([&] {
         if (self)
             std::tie(m_bLooking, m_nLookLevel) = outer;
     });
-    // Timers stay out, so that this one waits for the event loop too.
+    // Timers are excluded, so that this one also waits for the event loop.
     if (!m_Timer.isActive())
         m_Timer.start(0);
     QCoreApplication::processEvents(QEventLoop::ExcludeSocketNotifiers |
@@ -181,24 +181,24 @@ bool EventHold::eventFilter(QObject* object, QEvent* event) {
     if (object->isWindowType() && fnIsKey(type))
         fnNoteKey(static_cast<const QKeyEvent&>(*event));
     if (type == QEvent::WindowBlocked)
-        m_Down.clear(); // a key that goes up in a window that is held back isn't seen
-    // A call that the host has queued may show a dialog, whose loop is not the look's.
+        m_Down.clear(); // a key released in a blocked window isn't seen
+    // A call queued by the host may show a dialog, whose loop isn't the look's.
     if (m_bLooking && QThread::currentThread()->loopLevel() == m_nLookLevel)
         return fnFilterLook(object, event);
     if (m_Held.empty() || event == m_pDelivered || !object->isWindowType())
         return false;
     if (type != QEvent::KeyPress && type != QEvent::KeyRelease && !fnIsForLater(type))
         return false;
-    // Qt sends these itself from within calls, of a window that comes up for instance. A newer one
-    // tells all that the kept ones did.
+    // Qt sends these itself from within calls, for example when a window appears. A newer one
+    // replaces the held ones.
     if (const int notice = fnGetNotice(type)) {
         std::erase_if(m_Held, [=](const Held& held) {
             return held.m_pObject == object && fnGetNotice(held.m_pEvent->type()) == notice;
         });
         return false;
     }
-    // A window that is just being shown has its events at once, before the event loop runs. One
-    // that the program closes goes at once, but for what the user has done to it before.
+    // A window being shown gets its events at once, before the event loop runs. A close by the
+    // program is delivered at once, unless user input to that window is held.
     const bool closes = type == QEvent::Close;
     const bool waits = std::any_of(m_Held.begin(), m_Held.end(), [=](const Held& held) {
         return held.m_pObject == object && (!closes || fnIsInput(held.m_pEvent->type()));
@@ -206,8 +206,8 @@ bool EventHold::eventFilter(QObject* object, QEvent* event) {
     const bool input = fnIsInput(type);
     if (!waits && (!input || closes))
         return false;
-    // What is newer than what was kept has to wait for it, and may find its window gone. But how a
-    // window looks and lies is told by loops too that let no input through.
+    // A newer event has to wait for the held ones, which may delete its window. Events about
+    // appearance and geometry are also delivered by loops that exclude user input.
     const QPointer<QObject> target(object);
     fnDeliver(input ? Which::ALL : Which::NO_INPUT);
     return target.isNull();
@@ -219,7 +219,7 @@ bool EventHold::fnFilterLook(QObject* object, QEvent* event) {
     case QEvent::KeyPress:
     case QEvent::ShortcutOverride:
         fnKeepKey(static_cast<const QKeyEvent&>(*event), WM_KEYDOWN);
-        event->accept(); // a shortcut that is overridden doesn't act
+        event->accept(); // an overridden shortcut doesn't trigger
         return true;
     case QEvent::KeyRelease:
         fnKeepKey(static_cast<const QKeyEvent&>(*event), WM_KEYUP);
@@ -236,7 +236,7 @@ bool EventHold::fnFilterLook(QObject* object, QEvent* event) {
     if (!object->isWindowType())
         return false;
     if (fnIsDrag(type)) {
-        event->ignore(); // its data would be gone by the time it is delivered
+        event->ignore(); // its data would be invalid by the time it is delivered
         return true;
     }
     if (!fnIsForLater(type))
@@ -250,14 +250,15 @@ void EventHold::fnNoteKey(const QKeyEvent& event) {
     if (event.type() != QEvent::KeyRelease) {
         if (key != 0)
             m_Down.insert(key);
-    } else if (!event.isAutoRepeat()) { // else the key is still held
+    } else if (!event.isAutoRepeat()) { // otherwise the key is still down
         m_Down.erase(key);
     }
 }
 
 void EventHold::fnNoteFocus(QWindow* window) {
-    // A key that goes up in another program, or while no window has the keyboard, is not seen: it
-    // would stay down for ever, and stop each operation. A window that has gone leaves no trace.
+    // The release of a key in another program, or while no window has the focus, is not seen: the
+    // key would stay down for ever, and stop every operation. m_pFocus is also null once
+    // its window is deleted.
     if (!window || !m_pFocus)
         m_Down.clear();
     m_pFocus = window;
@@ -267,7 +268,7 @@ void EventHold::fnKeepKey(const QKeyEvent& event, UINT message) {
     if (message == WM_KEYUP && event.isAutoRepeat())
         return;
     const int key = fnToKey(event.key());
-    // A press that comes a second time, as a shortcut's look ahead, counts once.
+    // A press reported twice, by a shortcut override ahead of it, counts once.
     if (message == WM_KEYDOWN && !m_Keys.empty() && m_Keys.back().m_nMessage == WM_KEYDOWN &&
         m_Keys.back().m_wParam == static_cast<WPARAM>(key))
         return;
@@ -276,7 +277,7 @@ void EventHold::fnKeepKey(const QKeyEvent& event, UINT message) {
 
 void EventHold::fnHold(QObject* object, QEvent* event) {
     m_Held.push_back({object, std::unique_ptr<QEvent>(event->clone())});
-    // A window whose paint was refused is told by an expose event as well, and an accepted close
+    // A window whose paint event was refused also gets an expose event, and an accepted close event
     // would close it.
     event->ignore();
 }
@@ -286,9 +287,9 @@ void EventHold::fnDeliver(Which which) {
         return which == Which::ALL || !fnIsInput(held.m_pEvent->type());
     };
     if (which == Which::ALL)
-        m_Keys.clear(); // the next operation has its own
-    // What is delivered may start another operation, or a loop that delivers the rest.
-    QPointer<QObject> painted; // its expose event is in the paint
+        m_Keys.clear(); // the next operation starts without old keys
+    // A delivered event may start another operation, or a loop that delivers the rest.
+    QPointer<QObject> painted; // its expose event is covered by the paint event
     for (;;) {
         const auto next = std::find_if(m_Held.begin(), m_Held.end(), chosen);
         if (next == m_Held.end())
@@ -303,7 +304,7 @@ void EventHold::fnDeliver(Which which) {
             continue;
         held.m_pEvent->accept();
         m_pDelivered = held.m_pEvent.get();
-        const QPointer<EventHold> self(this); // whoever gets it may end the back end
+        const QPointer<EventHold> self(this); // the receiver may delete the back end
         QCoreApplication::sendEvent(object, held.m_pEvent.get());
         if (!self)
             return;

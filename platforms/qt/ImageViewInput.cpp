@@ -1,4 +1,4 @@
-// What the user does in a CqImageView.
+// User input of CqImageView.
 #include "platforms/qt/CqImageView.h"
 #include "platforms/qt/CqQtCanvas.h"
 
@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Turning a common wheel by one notch, in Qt's eighths of a degree.
+/// One notch of a common wheel, in Qt's eighths of a degree.
 constexpr int kNotch = 120;
 
 bool fnHolds(const QMouseEvent& event) {
@@ -50,7 +50,7 @@ void CqImageView::mousePressEvent(QMouseEvent* event) {
 
 void CqImageView::mouseMoveEvent(QMouseEvent* event) {
     if (!fnHolds(*event))
-        fnEndDrag(); // the release went to a dialog that came up meanwhile
+        fnEndDrag(); // the release event went to a dialog
     if (m_bDragging)
         fnMoveTo(m_Grabbed * m_Zoom - event->position() * m_pCanvas->devicePixelRatioF());
     Q_EMIT pointed(fnToImage(event->position()));

@@ -1,6 +1,5 @@
-#include "platforms/qt/Overview.h"
-
-#include "platforms/qt/CanvasPixels.h"
+#include "platforms/qt/CanvasPixels_p.h"
+#include "platforms/qt/Overview_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelAccess.h"
 
@@ -12,7 +11,7 @@ namespace q32::qt {
 
 namespace {
 
-/// Sums of up to 256 pixels, two parts of 8 bits in each.
+/// Sums of up to 256 pixels, two 8-bit channels in each field.
 struct Sum {
     std::uint32_t m_nRedBlue = 0;
     std::uint32_t m_nGreen = 0;
@@ -32,8 +31,8 @@ std::uint32_t fnDivideUp(std::uint32_t value, unsigned shift) {
     return (value + (1u << shift) - 1) >> shift;
 }
 
-/// Reduces rows of pixels, `width` in each, by the same power of two in both directions.
-/// @param fetch  gives the row of a number below `height`
+/// Reduces `height` rows of `width` pixels by the same power of two in both directions.
+/// @param fetch  returns the row of a number below `height`
 template <typename Fetch>
 void fnReduce(std::uint32_t width, std::uint32_t height, unsigned shift, std::size_t stride,
               std::uint32_t* out, Fetch fetch) {
@@ -63,7 +62,7 @@ std::size_t Overview::fnOffset(unsigned shift) const {
 
 void Overview::fnReset(const CqImage* image) {
     constexpr unsigned kLeastShift = 2;
-    constexpr unsigned kMaxShift = 4; // what the sums take
+    constexpr unsigned kMaxShift = 4; // limit of the sums
     m_Cells.clear();
     m_nFirstShift = 0;
     m_nWidth = image ? image->Width : 0;

@@ -1,4 +1,4 @@
-#include "platforms/qt/Text.h"
+#include "platforms/qt/Text_p.h"
 
 #include <climits>
 #include <cwchar>
@@ -7,7 +7,7 @@ namespace q32::qt {
 
 namespace {
 
-/// The thread's locale for as long as this object lives.
+/// Sets the thread's locale for the lifetime of the object.
 class UseLocale {
 public:
     explicit UseLocale(locale_t locale) : m_Before(::uselocale(locale)) {}
@@ -31,7 +31,7 @@ QString fnToText(const posix::CodePage& codePage, std::string_view bytes) {
         const std::size_t taken = std::mbrtowc(&wide, bytes.data(), bytes.size(), &state);
         const bool whole = taken <= bytes.size();
         text += whole ? static_cast<char32_t>(wide) : U'\uFFFD';
-        bytes.remove_prefix(whole && taken > 0 ? taken : 1); // a zero byte takes none
+        bytes.remove_prefix(whole && taken > 0 ? taken : 1); // a zero byte reports a length of 0
     }
     return QString::fromStdU32String(text);
 }

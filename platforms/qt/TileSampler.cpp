@@ -1,7 +1,6 @@
-#include "platforms/qt/TileSampler.h"
-
-#include "platforms/qt/CanvasPixels.h"
-#include "platforms/qt/Overview.h"
+#include "platforms/qt/CanvasPixels_p.h"
+#include "platforms/qt/Overview_p.h"
+#include "platforms/qt/TileSampler_p.h"
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelAccess.h"
@@ -17,8 +16,8 @@ namespace q32::qt {
 
 namespace {
 
-/// The run of canvas columns or rows that one cell column or row covers. Cells have the places of
-/// tiles, but for an image that is one tile of any size.
+/// The canvas columns or rows that one cell column or row covers. Cells are aligned with tiles,
+/// except in an image that is a single tile.
 struct Span {
     std::size_t m_nFirst;
     std::size_t m_nEnd;
@@ -26,11 +25,11 @@ struct Span {
     std::size_t fnGetCount() const { return m_nEnd - m_nFirst; }
 };
 
-/// For each column or row of a part: the image's under it, and where the cells begin.
+/// The image column or row under each one of a part, and the cell boundaries.
 struct Axis {
     std::vector<std::uint32_t> m_Index;
-    std::vector<std::uint32_t> m_Pairs; ///< the same, but every second one is the one before it
-    std::vector<Span> m_Spans;          ///< offsets into m_Index, one span a cell
+    std::vector<std::uint32_t> m_Pairs; ///< the same, with each odd entry equal to the one before
+    std::vector<Span> m_Spans;          ///< offsets into m_Index, one span per cell
     int m_nFirst = 0;                   ///< canvas coordinate of m_Index[0]
 
     std::uint32_t fnGetCell(const Span& span) const {
@@ -62,7 +61,7 @@ Axis fnMakeAxis(int first, int end, int origin, double zoom, std::uint32_t lengt
     return axis;
 }
 
-/// The rows of a cell, from the image itself or from its reduced copy.
+/// The rows of a cell, from the image or from its reduced copy.
 class CellRows {
 public:
     CellRows(const CqImage& image, const Overview* overview, unsigned shift)
@@ -74,11 +73,11 @@ public:
         m_pReduced = m_nShift == 0 ? nullptr : m_pOverview->fnFind(column, row, m_nShift);
     }
 
-    /// Whether the cell is to be read from the image although its reduced copy is wanted.
+    /// Whether the cell has to be read from the image because its reduced copy is missing.
     bool fnIsMissing() const { return m_nShift != 0 && !m_pReduced; }
 
-    /// Pixels of some rows of the image, at the columns of the image that are listed, into rows of
-    /// a canvas.
+    /// Reads pixels of the given image rows at the given image columns, into rows of a canvas that
+    /// lie `stride` pixels apart.
     void fnPick(std::span<const std::uint32_t> rows, std::span<const std::uint32_t> columns,
                 std::uint32_t* out, std::size_t stride) const {
         if (!m_pReduced) {
@@ -125,7 +124,7 @@ void fnCorrect(const CqDisplayProperty& display, std::span<const std::uint32_t> 
 } // namespace
 
 long long fnSampleIndex(int pixel, int origin, double zoom) {
-    // The half keeps the sample in the middle of the screen's pixel.
+    // The half samples at the centre of the screen pixel.
     return static_cast<long long>(std::floor((static_cast<double>(pixel) + origin + 0.5) / zoom));
 }
 
@@ -148,8 +147,8 @@ QRect fnSampleTiles(const CqImage& image, const Overview* overview, const Sample
     for (const Span& rows : down.m_Spans) {
         for (const Span& columns : across.m_Spans) {
             cell.fnGoTo(across.fnGetCell(columns), down.fnGetCell(rows));
-            // What takes its place soon need not be fine: reading each pixel would take a line of
-            // memory each, and longer than a frame lasts.
+            // A preview that will soon be replaced need not be fine: reading each pixel would take
+            // a cache line each, and longer than a frame.
             const bool coarse = cell.fnIsMissing();
             const auto& xs = coarse ? across.m_Pairs : across.m_Index;
             const auto& ys = coarse ? down.m_Pairs : down.m_Index;

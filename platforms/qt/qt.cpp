@@ -1,9 +1,9 @@
 #include "platforms/qt/qt.h"
 
-#include "platforms/posix/CodePage.h"
-#include "platforms/qt/CqQtKeyboard.h"
-#include "platforms/qt/CqQtMessages.h"
-#include "platforms/qt/CqQtScreen.h"
+#include "platforms/posix/CodePage_p.h"
+#include "platforms/qt/CqQtKeyboard_p.h"
+#include "platforms/qt/CqQtMessages_p.h"
+#include "platforms/qt/CqQtScreen_p.h"
 
 #include <QGuiApplication>
 #include <QScreen>

@@ -1,4 +1,4 @@
-#include "platforms/software/CodePages.h"
+#include "platforms/software/CodePages_p.h"
 
 #include <cstdint>
 
@@ -8,14 +8,14 @@ namespace {
 
 using Bytes = const unsigned char*;
 
-/// Two bytes of code page 932: a lead byte, and any trail byte that it allows.
+/// Bytes of a character of code page 932: 2 for a lead byte with a valid trail byte, else 1.
 std::size_t fnCount932(Bytes text, std::size_t count) {
     const bool lead = (text[0] >= 0x81 && text[0] <= 0x9F) || (text[0] >= 0xE0 && text[0] <= 0xFC);
     return lead && count > 1 && text[1] >= 0x40 && text[1] <= 0xFC && text[1] != 0x7F ? 2 : 1;
 }
 
-/// Bytes of a well-formed UTF-8 sequence by the table of the Unicode standard (chapter 3.9),
-/// else 1.
+/// Bytes of a well-formed UTF-8 sequence according to the table of the Unicode standard (chapter
+/// 3.9), else 1.
 std::size_t fnCountUtf8(Bytes text, std::size_t count) {
     struct Form {
         unsigned char m_nFirstLow, m_nFirstHigh, m_nSecondLow, m_nSecondHigh;

@@ -27,7 +27,7 @@ bool fnIsIn(bool a, bool b, int mode) {
     }
 }
 
-/// Both sets of spans combined, by a walk over all their ends.
+/// Combines two sets of spans by a walk over all their ends.
 Spans fnCombineSpans(const Spans& a, const Spans& b, int mode) {
     Spans result;
     std::size_t endA = 0;
@@ -42,7 +42,7 @@ Spans fnCombineSpans(const Spans& a, const Spans& b, int mode) {
         const LONG x = !moreB                                ? at(a, endA)
                        : !moreA || at(b, endB) < at(a, endA) ? at(b, endB)
                                                              : at(a, endA);
-        // Spans that touch have two ends at one place.
+        // Adjacent spans have two ends at the same position.
         while (endA < 2 * a.size() && at(a, endA) == x)
             ++endA;
         while (endB < 2 * b.size() && at(b, endB) == x)
@@ -58,9 +58,10 @@ Spans fnCombineSpans(const Spans& a, const Spans& b, int mode) {
     return result;
 }
 
-/// Takes a span out of sorted spans. There must be room for one more, so that nothing can fail.
+/// Subtracts a span from sorted spans. There must be capacity for one more, so that nothing can
+/// fail.
 void fnSubtractSpan(Spans& spans, Span span) {
-    // Callers mostly go from left to right: then the place is the last span, and nothing moves.
+    // Callers mostly go from left to right: then it is the last span, and nothing moves.
     auto at = !spans.empty() && spans.back().first <= span.first
                   ? spans.end() - 1
                   : std::lower_bound(spans.begin(), spans.end(), span.first,
@@ -147,7 +148,7 @@ void CqSoftwareRegion::fnSplitAt(LONG y) {
 }
 
 void CqSoftwareRegion::fnSubtractRect(LONG top, LONG bottom, Span span) {
-    // Splitting leaves the set as it is, so a failure up to the last loop does too.
+    // Splitting doesn't change the set, so neither does a failure up to the last loop.
     fnSplitAt(top);
     fnSplitAt(bottom);
     const auto first = m_Bands.lower_bound(top);

@@ -8,12 +8,12 @@
 #include <utility>
 #include <vector>
 
-/// An exact set of pixels, kept as bands of rows with the same sorted spans. Bands that have become
-/// equal are put together only on reading, so that taking one run after another out of a picture
-/// stays cheap: the cost of such a step is a look-up of its band and a change at one place in it.
+/// An exact set of pixels, stored as bands of rows with the same sorted spans. Equal neighbouring
+/// bands are merged only on reading, so that subtracting one run after another of a picture stays
+/// cheap: each step costs a look-up of its band and a change at one position in it.
 class Q32_API CqSoftwareRegion : public CqRegionObject {
 public:
-    /// From `first` up to, but without, `second`.
+    /// From `first` to `second`, exclusive.
     using Span = std::pair<LONG, LONG>;
     using Spans = std::vector<Span>;
 
@@ -23,8 +23,8 @@ public:
     std::vector<RECT> fnGetRects() const override;
     bool fnContains(LONG x, LONG y) const;
 
-    /// Spans that combinations of all regions have written or moved so far: the work, free of any
-    /// clock. Any thread may ask.
+    /// Spans written or moved so far by combinations of all regions: a measure of work independent
+    /// of time. From any thread.
     static std::uint64_t fnGetSpanWork();
 
 private:
@@ -32,13 +32,13 @@ private:
         LONG m_nBottom;
         Spans m_Spans;
     };
-    /// Rows by their top; never overlapping. A band may be without spans.
+    /// Bands by their top row, without overlap. A band may be without spans.
     using Bands = std::map<LONG, Band>;
 
-    static Bands fnFromRects(const std::vector<RECT>& rects);
-    static Bands fnMerge(const Bands& a, const Bands& b, int mode);
-    void fnSplitAt(LONG y);
-    void fnSubtractRect(LONG top, LONG bottom, Span span);
+    Q32_LOCAL static Bands fnFromRects(const std::vector<RECT>& rects);
+    Q32_LOCAL static Bands fnMerge(const Bands& a, const Bands& b, int mode);
+    Q32_LOCAL void fnSplitAt(LONG y);
+    Q32_LOCAL void fnSubtractRect(LONG top, LONG bottom, Span span);
 
     Bands m_Bands;
 };

@@ -1,7 +1,7 @@
 #include "platforms/software/CqSoftwareResources.h"
 
-#include "platforms/software/CodePages.h"
-#include "platforms/software/VersionResource.h"
+#include "platforms/software/CodePages_p.h"
+#include "platforms/software/VersionResource_p.h"
 
 #include <algorithm>
 
@@ -29,7 +29,7 @@ CqSoftwareResources::CqSoftwareResources(UINT codePage) : m_nCodePage(codePage) 
 }
 
 HINSTANCE CqSoftwareResources::fnToHandle(std::size_t number) {
-    // An opaque handle: only compared, never looked into.
+    // An opaque handle: compared, but never dereferenced.
     return reinterpret_cast<HINSTANCE>((number + 1) << 16);
 }
 

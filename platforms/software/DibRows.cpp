@@ -1,6 +1,5 @@
-#include "platforms/software/DibRows.h"
-
-#include "q32Base/image/DibLayout.h"
+#include "platforms/software/DibRows_p.h"
+#include "q32Base/image/DibLayout_p.h"
 
 #include <span>
 

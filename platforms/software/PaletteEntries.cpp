@@ -1,4 +1,4 @@
-#include "platforms/software/PaletteEntries.h"
+#include "platforms/software/PaletteEntries_p.h"
 
 #include <cstddef>
 #include <cstdint>

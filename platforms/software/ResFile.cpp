@@ -1,6 +1,6 @@
 #include "platforms/software/ResFile.h"
 
-#include "platforms/software/CodePages.h"
+#include "platforms/software/CodePages_p.h"
 
 namespace q32::software {
 
@@ -21,7 +21,7 @@ std::size_t fnPad(std::size_t at) {
     return (at + 3) & ~std::size_t{3};
 }
 
-/// Takes a type or name off the front of the header. False when it passes the header's end.
+/// Reads a type or name from the header and advances `at`. False if it exceeds the header.
 bool fnTakeName(std::string_view header, std::size_t& at, ResName& name) {
     if (header.size() - at < 2)
         return false;

@@ -1,4 +1,4 @@
-#include "platforms/software/VersionResource.h"
+#include "platforms/software/VersionResource_p.h"
 
 #include <cstdint>
 
@@ -17,7 +17,7 @@ std::string fnBuildVersionResource() {
     constexpr std::uint32_t kHigh = std::uint32_t{Q32_VERSION_MAJOR} << 16 | Q32_VERSION_MINOR;
     constexpr std::uint32_t kLow = std::uint32_t{Q32_VERSION_PATCH} << 16;
 
-    put16(0); // the length, known at the end
+    put16(0); // the length, set at the end
     put16(52);
     put16(0);
     for (const char letter : std::string("VS_VERSION_INFO"))
@@ -28,8 +28,8 @@ std::string fnBuildVersionResource() {
     for (const std::uint32_t field : {0xFEEF04BDu, 0x00010000u, // signature and layout
                                       kHigh, kLow,              // file version
                                       kHigh, kLow,              // product version
-                                      0x3Fu, 0u,                // flags: which count, and none set
-                                      0x00040004u, 2u, 0u,      // made for 32 bits; a library
+                                      0x3Fu, 0u,                // flags: mask, and none set
+                                      0x00040004u, 2u, 0u,      // for 32 bits; a library
                                       0u, 0u})                  // no date
         put32(field);
     bytes[0] = static_cast<char>(bytes.size() & 0xFFu);

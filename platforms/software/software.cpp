@@ -1,7 +1,7 @@
 #include "platforms/software/software.h"
 
-#include "platforms/software/DibRows.h"
-#include "platforms/software/PaletteEntries.h"
+#include "platforms/software/DibRows_p.h"
+#include "platforms/software/PaletteEntries_p.h"
 #include "q32Base/framework/Windows.h"
 
 #include <algorithm>

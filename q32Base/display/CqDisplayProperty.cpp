@@ -2,11 +2,11 @@
 
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
-#include "q32Base/image/DibLayout.h"
-#include "q32Base/kernels/Kernels.h"
+#include "q32Base/image/DibLayout_p.h"
+#include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/messages/ReportMemory.h"
 #include "q32Base/platform/CqPlatform.h"
-#include "q32Base/settings/Settings.h"
+#include "q32Base/settings/Settings_p.h"
 
 #include <algorithm>
 #include <cmath>
@@ -20,7 +20,7 @@ constexpr std::size_t kCurveBytes = 256;
 constexpr int kLeastStoredGamma = 1;
 constexpr int kMaxStoredGamma = 799;
 
-/// A palette of 216 entries; what they hold doesn't matter here.
+/// Creates a palette of 216 entries, whatever their colours. False when the screen refuses.
 bool fnMakePalette666(CPalette& palette) {
     constexpr std::size_t kBytes = sizeof(LOGPALETTE) + (kColors666 - 1) * sizeof(PALETTEENTRY);
     alignas(LOGPALETTE) unsigned char block[kBytes] = {};
@@ -34,7 +34,7 @@ std::size_t fnLength(int count) {
     return static_cast<std::size_t>(std::max(count, 0));
 }
 
-/// Next row of a pattern that repeats; a row number may wrap.
+/// The next row of a repeating pattern; the number may wrap.
 int fnNextRow(int y) {
     return static_cast<int>(static_cast<unsigned int>(y) + 1u);
 }
@@ -77,7 +77,7 @@ void CqDisplayProperty::fnUpdate() {
         screen.fnReleaseDC(nullptr, dc);
 
         const std::uint32_t depth = bits == 16 ? 24 : bits;
-        // The only step that can fail comes before anything changes.
+        // The only step that can fail comes before any change.
         std::unique_ptr<unsigned char[]> mapping;
         if (depth != m_nColorDepth && depth == 8)
             mapping.reset(q32::fnNewArray<unsigned char>(2 * kCurveBytes));
@@ -130,8 +130,9 @@ bool CqDisplayProperty::fnWriteSettings() const {
 }
 
 void CqDisplayProperty::fnBuildDitherTable(unsigned char* pTable, DITHER_PATTERN ePattern) {
-    // A recursive ordered dither: the four places of a 2 by 2 square, in this order, and each
-    // further square on twice the grid of the one before.
+    // A recursive ordered dither: each base-4 digit of k selects one of the four positions of a 2
+    // by 2 square, in this order, the highest digit on the finest grid and each lower one on a grid
+    // twice as coarse.
     static constexpr unsigned int kX[4] = {0, 1, 0, 1};
     static constexpr unsigned int kY[4] = {0, 1, 1, 0};
     const unsigned int digits = ePattern == DITHER_2X2 ? 1 : ePattern == DITHER_4X4 ? 2 : 3;
@@ -139,7 +140,7 @@ void CqDisplayProperty::fnBuildDitherTable(unsigned char* pTable, DITHER_PATTERN
     for (unsigned int k = 0; k < side * side; ++k) {
         unsigned int x = 0;
         unsigned int y = 0;
-        for (unsigned int i = 0; i < digits; ++i) { // the highest digit moves by single pixels
+        for (unsigned int i = 0; i < digits; ++i) {
             const unsigned int digit = (k >> (2 * (digits - 1 - i))) & 3;
             x += kX[digit] << i;
             y += kY[digit] << i;
@@ -194,7 +195,7 @@ bool CqDisplayProperty::fnEnableGamma(bool bEnable) {
             [this] { m_pGammaCurve.reset(q32::fnNewArray<unsigned char>(kCurveBytes)); }))
         return false;
     fnCalcGammaCurve();
-    fnBuild666Palette(); // still sees gamma as off, deliberately
+    fnBuild666Palette(); // with gamma still off, deliberately
     m_bGammaEnabled = true;
     return true;
 }

@@ -7,21 +7,21 @@
 #include <cstdint>
 #include <memory>
 
-/// What the screen is, and how pixels are made ready for it: its size, resolution and depth, a
+/// The screen's properties and the preparation of pixels for it: size, resolution and depth, a
 /// gamma curve, a fixed palette of 216 colours with an ordered dither for screens of 256 colours,
 /// and a dither to 5 bits a channel for screens of 16 bits.
 ///
-/// The library has one, which `q32GetDisplayProperty` returns. Its pixel routines only read; they
-/// may run anywhere. `fnUpdate`, `fnEnableGamma` and `fnSetGammaValue` replace tables in place and
-/// belong to the thread that draws.
+/// The library has one, which `q32GetDisplayProperty` returns. Its pixel routines only read it and
+/// may be called from any thread. `fnUpdate`, `fnEnableGamma` and `fnSetGammaValue` replace tables
+/// in place; call them from the thread that draws.
 ///
-/// On 8-bit screens gamma reaches the screen through the palette alone. On others pixels go through
-/// `fnGammaCorrect`, and on those of 16 bits through `fnHiColorDither` after it. A place (nX, nY)
-/// given to a dither is the pixel's place in the image, so that the pattern stays fixed to it when
-/// tiles and lines are drawn one by one.
+/// On 8-bit screens gamma is applied only through the palette. On others pixels pass through
+/// `fnGammaCorrect`, and on those of 16 bits then through `fnHiColorDither`. The position (nX, nY)
+/// passed to a dither is the pixel's position in the image, so that the pattern stays fixed to the
+/// image when tiles and lines are drawn one by one.
 class Q32_API CqDisplayProperty {
 public:
-    /// Reads the screen's metrics, and builds the tables and the palette with gamma on at the
+    /// Reads the screen's metrics, and builds the tables and the palette, with gamma on at the
     /// neutral 180. Raises the memory exception.
     CqDisplayProperty();
     ~CqDisplayProperty();
@@ -29,16 +29,16 @@ public:
     CqDisplayProperty& operator=(const CqDisplayProperty&) = delete;
 
     /// Reads the screen's metrics again, after a change of the display mode. Raises the memory
-    /// exception, with everything as it was, also when the screen gives no device context.
+    /// exception, with everything unchanged, also when the screen provides no device context.
     void fnUpdate();
-    /// Reads the settings, or writes them with false. What isn't in the file stays as it is; a
-    /// gamma value from the file is clamped to 1 to 799, and has no effect while gamma is off.
-    /// False when the file's place is unknown, a write fails, or gamma can't be switched on.
+    /// Reads the settings (true) or writes them (false). Values that the file lacks stay unchanged;
+    /// a gamma value from the file is clamped to 1 to 799, and has no effect while gamma is off.
+    /// False when the file's location is unknown, a write fails, or gamma can't be switched on.
     bool fnSerialize(bool bLoad);
 
     CSize fnGetDisplaySize() const { return {m_nDisplayWidth, m_nDisplayHeight}; }
     CSize fnGetDPI() const { return {m_nDpiX, m_nDpiY}; }
-    /// Bits a pixel that drawing works in. A screen of 16 bits counts as one of 24.
+    /// Bits a pixel used for drawing. A screen of 16 bits counts as one of 24.
     unsigned int fnGetColorDepth() const { return m_nColorDepth; }
 
     void fnEnableHiColorDither(bool bEnable) { m_bHiColorDither = bEnable; }
@@ -51,30 +51,32 @@ public:
     /// Whether gamma is on and changes anything.
     bool fnIsGammaInEffect() const { return m_bGammaEnabled && m_nGammaValue != kNeutralGamma; }
     /// Sets the gamma and rebuilds curve and palette. 180 is neutral, more is brighter. While gamma
-    /// is off the value is lost, deliberately. 0 is not refused: all but 255 becomes black.
+    /// is off the value is ignored, deliberately: switch gamma on first. 0 is accepted: everything
+    /// but 255 becomes black.
     void fnSetGammaValue(unsigned int nValue);
-    /// Switches gamma on or off. The palette keeps its gamma when it goes off, and is rebuilt
-    /// without one when it goes on, until the next change of the value; both are deliberate.
-    /// Out of memory, it shows the library's message, leaves gamma off and returns false.
+    /// Switches gamma on or off. The palette keeps its gamma when gamma is switched off, and is
+    /// rebuilt without gamma when it is switched on, until the value next changes; both are
+    /// deliberate. When memory runs out, shows the library's message, leaves gamma off and returns
+    /// false.
     bool fnEnableGamma(bool bEnable);
 
-    /// Puts pixels through the gamma curve, if it is in effect: with `nBits` 24 three bytes a
-    /// pixel, else the first three of four.
+    /// Applies the gamma curve, if it is in effect, to `nCount` pixels in place: for `nBits` 24 to
+    /// three bytes a pixel, else to the first three of four.
     void fnGammaCorrect(unsigned char* pPixels, unsigned int nCount, unsigned int nBits) const;
-    /// The same with all rows of a bitmap, its pixels lying behind header and colour table, rows
+    /// The same for all rows of a bitmap, whose pixels follow header and colour table, with rows
     /// `nPitch` bytes apart.
     void fnGammaCorrect(BITMAPINFOHEADER* pDib, unsigned long nPitch) const;
 
     /// The palette of 216 colours: red x 36 + green x 6 + blue, in steps of 51. Shared by all
     /// instances.
     CPalette* fnGetPalette666() const { return &m_Pal666; }
-    /// Turns image pixels into indices of that palette. `nBits` 16: 5-6-5, high byte first; 32:
-    /// alpha, red, green, blue; else red, green, blue. Black becomes index 43, and white 0, where
-    /// the pattern's threshold is 0, deliberately.
+    /// Converts image pixels to indices of that palette. `nBits` 16: 5-6-5, high byte first; 32:
+    /// alpha, red, green, blue; else red, green, blue. Where the pattern's threshold is 0, black
+    /// becomes index 43 and white 0, deliberately.
     void fnDitherRGB666(unsigned char* pSrc, unsigned char* pDst, unsigned int nBits, int nX,
                         int nY, int nCount) const;
-    /// The same with a block. Source rows follow each other without a gap; `pDst` is the topmost
-    /// row, and each further one lies `nPitch` bytes lower in memory.
+    /// The same for a block. Source rows follow each other without padding; `pDst` is the topmost
+    /// row, and each further one is `nPitch` bytes lower in memory.
     void fnDitherRGB666(unsigned char* pSrc, unsigned char* pDst, unsigned long nPitch,
                         unsigned int nBits, int nX, int nY, int nWidth, int nHeight) const;
 
@@ -82,8 +84,8 @@ public:
     /// isn't read.
     void fnHiColorDither(unsigned char* pPixels, unsigned int nCount, unsigned int nBits, int nX,
                          int nY) const;
-    /// The same with all rows of a bitmap, whatever its header says of the depth. (nX, nY) is the
-    /// place of the row that is last in memory, the topmost on screen.
+    /// The same for all rows of a bitmap, whatever depth its header declares. (nX, nY) is the
+    /// position of the row that is last in memory, the topmost on the screen.
     void fnHiColorDither(BITMAPINFOHEADER* pDib, unsigned long nPitch, int nX, int nY) const;
 
 protected:
@@ -92,14 +94,14 @@ protected:
 
     static constexpr unsigned int kNeutralGamma = 180;
 
-    /// Fills a square ordered-dither table, row by row, with the numbers from 0 on.
+    /// Fills a square ordered-dither table, row by row, with the ranks from 0 on.
     void fnBuildDitherTable(unsigned char* pTable, DITHER_PATTERN ePattern);
     /// Fills `m_pMappingTable`.
     void fnPrepareMappingTable();
-    /// Fills `m_pGammaCurve` by the present value. The entries are results of std::pow, cut; a
-    /// platform whose std::pow isn't exact to the last digits may differ by 1 in rare entries.
+    /// Fills `m_pGammaCurve` for the present value. The entries are truncated results of std::pow;
+    /// where std::pow isn't accurate to the last digit, rare entries may differ by 1.
     void fnCalcGammaCurve();
-    /// Writes the entries of `m_Pal666`, through the curve if gamma is on at this moment.
+    /// Writes the entries of `m_Pal666`, through the curve if gamma is on at present.
     void fnBuild666Palette();
 
     static CPalette m_Pal666; ///< made by the first constructor, kept until the program ends
@@ -118,18 +120,17 @@ protected:
     unsigned char m_byDitherPattern[64];            ///< 8 rows of 8, values 0 to 50
     /// Quotients by 51, then remainders, 256 bytes each, while `m_nColorDepth` is 8.
     std::unique_ptr<unsigned char[]> m_pMappingTable;
-    // What the levels 0 to 5 of a component add to an index. The tables lie next to each other:
-    // level 6 reads the first entry of the table behind, and behind the last one the spare byte, so
-    // it adds nothing.
+    // What levels 0 to 5 of a component add to an index. The tables are adjacent: level 6 reads the
+    // first entry of the next table, or the spare byte after the last one, so it adds nothing.
     unsigned char m_byStep36[6];
     unsigned char m_byStep6[6];
     unsigned char m_byStep1[6];
     unsigned char m_bySpare = 0;
 
 private:
-    bool fnReadSettings();
-    bool fnWriteSettings() const;
+    Q32_LOCAL bool fnReadSettings();
+    Q32_LOCAL bool fnWriteSettings() const;
 };
 
-/// The library's record of the screen; null when it could not be made.
+/// The library's record of the screen; null if it could not be created.
 extern "C" Q32_API CqDisplayProperty* q32GetDisplayProperty();

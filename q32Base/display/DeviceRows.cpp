@@ -1,9 +1,8 @@
-#include "q32Base/display/DeviceRows.h"
-
 #include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/display/DeviceRows_p.h"
 #include "q32Base/framework/Memory.h"
-#include "q32Base/image/DibLayout.h"
-#include "q32Base/kernels/Kernels.h"
+#include "q32Base/image/DibLayout_p.h"
+#include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <cassert>
@@ -12,7 +11,7 @@
 namespace q32 {
 namespace {
 
-/// A run of pixels, side by side.
+/// A run of adjacent pixels.
 struct DeviceRun {
     unsigned char* m_pSource;
     unsigned char* m_pTarget;
@@ -62,7 +61,7 @@ void fnClearPadding(BITMAPINFOHEADER& dib) {
         std::memset(end, 0, stride - used);
 }
 
-/// Puts all rows of a device bitmap on a device.
+/// Draws all rows of a device bitmap on a device.
 int fnPutRows(CDC* dc, int x, int y, const BITMAPINFOHEADER& dib) {
     const auto width = static_cast<UINT>(dib.biWidth);
     const auto rows = static_cast<UINT>(dib.biHeight);

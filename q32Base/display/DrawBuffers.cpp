@@ -1,9 +1,8 @@
-#include "q32Base/display/DrawBuffers.h"
-
 #include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/display/DrawBuffers_p.h"
 #include "q32Base/framework/Memory.h"
-#include "q32Base/image/DibLayout.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/image/DibLayout_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
 #include <cstring>
@@ -17,7 +16,7 @@ bool fnIsDeviceDepth(std::uint32_t bits) {
     return bits == 8 || bits == 24 || bits == 32;
 }
 
-/// A new DrawDib that holds `capacity` bytes of pixels in place of the present one.
+/// Replaces DrawDib by a new one for `capacity` bytes of pixels.
 void fnMakeDib(CqTileMap& map, std::uint32_t depth, std::uint32_t capacity) {
     const std::size_t slot = depth < 9 ? std::size_t{4} << depth : 0;
     const std::size_t bytes = kDibHeaderBytes + slot + capacity;

@@ -1,21 +1,21 @@
-#include "q32Base/display/DrawBuffers.h"
-#include "q32Base/display/GammaPause.h"
-#include "q32Base/display/PaletteSelection.h"
+#include "q32Base/display/DrawBuffers_p.h"
+#include "q32Base/display/GammaPause_p.h"
+#include "q32Base/display/PaletteSelection_p.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
 
 namespace {
 
-/// The lesser of a place and a size of the scaled image.
+/// The lesser of a position and a size of the scaled image, in 32 bits.
 LONG fnCut(std::int64_t value, std::uint64_t limit) {
     constexpr std::uint64_t kMax = 2147483647;
     return static_cast<LONG>(std::min(value, static_cast<std::int64_t>(std::min(limit, kMax))));
 }
 
-/// The tile whose scaled rectangle holds a point; `TileCount` when there is none.
+/// The tile whose scaled rectangle contains a point; `TileCount` if there is none.
 std::uint32_t fnFindTile(const CqTileMap& map, const CPoint& point) {
     CRect rect;
     for (std::uint32_t row = 0; row < map.TileCount; row += map.TilesAcross) {
@@ -36,7 +36,7 @@ bool fnDrawTiles(CqTileMap& map, CqImageTile& tile, CDC* dc, const CPoint& place
                  const CPoint& start, bool background) {
     std::uint32_t first = fnFindTile(map, start);
     if (first == map.TileCount)
-        return true; // the scale leaves nothing of the image
+        return true; // at this scale nothing of the image is left
     LONG pieceHeight = 0;
     for (LONG doneY = 0; doneY < size.cy; doneY += pieceHeight, first += map.TilesAcross) {
         std::uint32_t index = first;

@@ -1,19 +1,19 @@
-#include "q32Base/display/DrawBuffers.h"
-#include "q32Base/display/GammaPause.h"
-#include "q32Base/display/PaletteSelection.h"
+#include "q32Base/display/DrawBuffers_p.h"
+#include "q32Base/display/GammaPause_p.h"
+#include "q32Base/display/PaletteSelection_p.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/CqMask.h"
-#include "q32Base/image/PixelBytes.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/image/PixelBytes_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
 #include <cstring>
 
 namespace {
 
-/// Which pixels of a run are key and aren't drawn: those whose bytes equal the key's.
+/// Finds the key pixels of a run, which aren't drawn: those whose bytes equal the key's.
 struct KeyScan {
     unsigned char m_Key[3] = {};
     std::size_t m_nKeyBytes = 0; ///< 0: no pixel is key
@@ -25,8 +25,8 @@ struct KeyScan {
     }
 };
 
-/// A colour key in the image's terms: a palette index, the two bytes of 5-6-5, or the three
-/// channels. False when the palette hasn't got the colour.
+/// Converts a key colour to the image's format: a palette index, the two bytes of 5-6-5, or the
+/// three channels. False when the palette lacks the colour.
 bool fnMakeColorKey(const CqTileMap& map, unsigned long key, KeyScan& scan) {
     const auto value = static_cast<std::uint32_t>(key);
     const CqColor color(static_cast<unsigned char>(value), static_cast<unsigned char>(value >> 8),
@@ -39,13 +39,13 @@ bool fnMakeColorKey(const CqTileMap& map, unsigned long key, KeyScan& scan) {
     if (map.BitCount == 16) {
         scan = {{}, 2, 2};
         q32::fnPixelFormat(map.BitCount).m_fnPack(scan.m_Key, q32::fnPixelColor(color));
-    } else { // in steps of three bytes also at 32 bits, deliberately
+    } else { // in steps of three bytes, at 32 bits too, deliberately
         scan = {{color.m_Red, color.m_Green, color.m_Blue}, 3, 3};
     }
     return true;
 }
 
-/// The key of a draw. False when there is none to be had.
+/// The key of a draw. False when there is none.
 bool fnMakeKey(const CqTileMap& map, const CqMergeParam& param, KeyScan& scan) {
     if (param.m_eType == MERGE_KEY)
         return fnMakeColorKey(map, param.m_nKey, scan);
@@ -53,11 +53,11 @@ bool fnMakeKey(const CqTileMap& map, const CqMergeParam& param, KeyScan& scan) {
         scan = {{0}, 1, 1};
         return param.m_pMask && param.m_pMask->TileMap;
     }
-    scan = {{0}, map.BitCount == 32 ? std::size_t{1} : std::size_t{0}, 4}; // alpha stands first
+    scan = {{0}, map.BitCount == 32 ? std::size_t{1} : std::size_t{0}, 4}; // alpha comes first
     return true;
 }
 
-/// What is drawn: the part of the image from (x, y) on, and where.
+/// What is drawn: a part of the image from (x, y) on, and its destination.
 struct KeyPart {
     CPoint m_Place; ///< where (x, y) lands
     int m_nX;
@@ -66,7 +66,8 @@ struct KeyPart {
     int m_nHeight;
 };
 
-/// Draws what isn't key of one row. `keys` has the bytes to be scanned, for `count` pixels.
+/// Draws the pixels of one row that aren't key. `keys` holds the bytes to be scanned, for `count`
+/// pixels.
 bool fnDrawRow(CDC* dc, CqImageLine& line, const unsigned char* keys, int count,
                const KeyScan& scan, const KeyPart& part) {
     const int y = q32::fnWrapAdd(part.m_Place.y, line.Row - part.m_nY);
@@ -83,7 +84,7 @@ bool fnDrawRow(CDC* dc, CqImageLine& line, const unsigned char* keys, int count,
     return true;
 }
 
-/// Draws row by row. What lies outside the mask counts as key.
+/// Draws row by row. Pixels outside the mask count as key.
 bool fnDrawRows(CqImage& image, CDC* dc, const CqMergeParam& param, const KeyScan& scan,
                 const KeyPart& part) {
     CqImage* mask = param.m_eType == MERGE_MASK ? param.m_pMask : nullptr;

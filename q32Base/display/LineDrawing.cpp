@@ -1,7 +1,7 @@
-#include "q32Base/display/DeviceRows.h"
-#include "q32Base/display/DrawBuffers.h"
+#include "q32Base/display/DeviceRows_p.h"
+#include "q32Base/display/DrawBuffers_p.h"
 #include "q32Base/image/CqImageLine.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
 

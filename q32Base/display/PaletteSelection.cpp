@@ -1,9 +1,8 @@
-#include "q32Base/display/PaletteSelection.h"
-
 #include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/display/PaletteSelection_p.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 namespace q32 {
 namespace {
@@ -30,7 +29,7 @@ bool fnSelectDrawPalette(CqTileMap& map, CDC* dc, bool background) {
 void fnRestorePalette(CqTileMap& map, CDC* dc) {
     if (!fnNeedsPalette(dc))
         return;
-    // Where that fails, the device context keeps what is selected.
+    // If that fails, the device context keeps the palette selected now.
     fnTryMemory([&] { dc->SelectPalette(map.SavedPalette, true); });
     map.SavedPalette = nullptr;
 }

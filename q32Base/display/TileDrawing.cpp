@@ -1,13 +1,13 @@
 #include "q32Base/display/CqDisplayProperty.h"
-#include "q32Base/display/DeviceRows.h"
-#include "q32Base/display/DrawBuffers.h"
-#include "q32Base/display/PaletteSelection.h"
+#include "q32Base/display/DeviceRows_p.h"
+#include "q32Base/display/DrawBuffers_p.h"
+#include "q32Base/display/PaletteSelection_p.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/CqImageTile.h"
-#include "q32Base/image/DibLayout.h"
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/image/DibLayout_p.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
 #include <cstring>
@@ -19,14 +19,14 @@ std::size_t fnStagedBytes(const CqTileMap& map) {
     return map.BitCount == 4 ? 1 : map.BytesPerPixel;
 }
 
-/// The whole factor of the zoom; 1 for anything smaller.
+/// The integer factor of the zoom; 1 for anything smaller.
 std::uint32_t fnFactor(const CqTileMap& map) {
     constexpr double kMax = 2147483647.0;
     return map.Zoom > 1.0 ? static_cast<std::uint32_t>(std::min(map.Zoom, kMax)) : 1u;
 }
 
-/// How far a 4-bit piece that begins at x must begin further left, so that no pair of pixels that
-/// share a byte is split: one source pixel, or what there is of it on the screen.
+/// How much further left a 4-bit piece at x must begin so that no pair of pixels that share a byte
+/// is split: one source pixel, or the part of it on the screen.
 std::int32_t fnPairDistance(const CqTileMap& map, std::int32_t x) {
     const std::uint32_t factor = fnFactor(map);
     const double zoom = map.Zoom > 0.0 ? map.Zoom : 1.0;
@@ -38,7 +38,7 @@ std::int32_t fnPairDistance(const CqTileMap& map, std::int32_t x) {
 }
 
 /// Rows that are staged at a time. An enlarged tile is drawn in bands, so that it needs no more
-/// room than a plain one.
+/// space than an unscaled one.
 std::int32_t fnBandRows(const CqTileMap& map, std::int32_t width, std::int32_t height) {
     if (map.ZoomMode == ZOOM_SHRINK || map.ZoomMode == ZOOM_FIT || fnFactor(map) < 2)
         return height;

@@ -53,7 +53,7 @@ void CArchive::Flush() {
     if (!IsStoring() || m_nUsed == 0 || !m_pFile)
         return;
     const std::size_t used = m_nUsed;
-    m_nUsed = 0; // a failed write is told once
+    m_nUsed = 0; // a failed write is reported once
     m_pFile->Write(m_Buffer, used);
 }
 

@@ -3,21 +3,22 @@
 #include "q32Base/framework/CFile.h"
 #include "q32Base/framework/CObject.h"
 #include "q32Base/framework/Exceptions.h"
+#include "q32Base/platform/Export.h"
 
 #include <bit>
 #include <cstddef>
 #include <cstdint>
 
-/// A buffered stream of values into or out of a file, lowest byte first. Reading past the end
-/// raises CArchiveException with `endOfFile`; using it against its direction, with `readOnly` or
-/// `writeOnly`; the file's own failures pass through.
+/// A buffered stream of values to or from a file, little-endian. `>>` past the end raises
+/// CArchiveException with `endOfFile`; reading while storing raises `writeOnly`, and writing while
+/// loading `readOnly`. The file's own exceptions pass through.
 class Q32_API CArchive {
 public:
     enum Mode { store = 0, load = 1 };
 
-    /// The file must stay open as long as the archive; it isn't owned.
+    /// The file isn't owned and must stay open as long as the archive.
     CArchive(CFile* file, Mode mode);
-    /// Closes, but tells no failure; `Close` does.
+    /// Closes and ignores failures; call `Close` first to learn of them.
     ~CArchive();
     CArchive(const CArchive&) = delete;
     CArchive& operator=(const CArchive&) = delete;
@@ -25,11 +26,12 @@ public:
     bool IsLoading() const { return m_eMode == load; }
     bool IsStoring() const { return m_eMode == store; }
 
+    /// Reads up to `count` bytes, fewer only at the end of the file; returns their number.
     std::size_t Read(void* buffer, std::size_t count);
     void Write(const void* buffer, std::size_t count);
-    /// Writes what is buffered.
+    /// Writes the buffered bytes to the file.
     void Flush();
-    /// Flushes and lets go of the file.
+    /// Flushes and detaches from the file, which stays open.
     void Close();
 
     CArchive& operator<<(std::uint8_t value) { return fnPut(value, 1); }
@@ -46,11 +48,11 @@ public:
 
 private:
     CArchive& fnPut(std::uint64_t value, std::size_t bytes);
-    std::uint64_t fnGet(std::size_t bytes);
+    Q32_LOCAL std::uint64_t fnGet(std::size_t bytes);
 
     CFile* m_pFile;
     Mode m_eMode;
     std::size_t m_nUsed = 0;  ///< storing: bytes not yet written; loading: bytes in the buffer
-    std::size_t m_nTaken = 0; ///< loading: bytes already handed out
+    std::size_t m_nTaken = 0; ///< loading: bytes already read from the buffer
     unsigned char m_Buffer[4096];
 };

@@ -11,10 +11,10 @@
 #include <new>
 #include <utility>
 
-/// A growable array. It grows by the step that was set, else by one eighth of its size, at least 4
-/// and at most 1024 elements, and in any case up to the size asked for. New elements are zero.
-/// Growing raises the memory exception, and leaves the array as it was. An index out of range is
-/// the caller's fault.
+/// A growable array. It grows by the step that was set, or else by one eighth of its size, clamped
+/// to 4 to 1024 elements, and in any case to the requested size. New elements are zero. If growing
+/// fails, it raises the memory exception and the array is unchanged. Indices are checked only by
+/// assertions.
 template <typename TYPE, typename ARG_TYPE>
 class CArray : public CObject {
 public:
@@ -24,7 +24,7 @@ public:
     int GetSize() const { return m_nSize; }
     int GetUpperBound() const { return m_nSize - 1; }
     bool IsEmpty() const { return m_nSize == 0; }
-    /// Elements that the present storage holds.
+    /// Elements that fit into the present storage.
     int GetCapacity() const { return m_nMaxSize; }
     TYPE* GetData() { return m_pData; }
     const TYPE* GetData() const { return m_pData; }
@@ -41,8 +41,8 @@ public:
     }
     void SetAt(int index, ARG_TYPE value) { ElementAt(index) = value; }
 
-    /// Sets the size; 0 gives the storage back. `growBy` of -1 keeps the step; 0 stands for the
-    /// rule above.
+    /// Sets the size; 0 frees the storage. A `growBy` of -1 keeps the step; 0 selects the rule
+    /// above.
     void SetSize(int newSize, int growBy = -1) {
         assert(newSize >= 0);
         if (growBy != -1)
@@ -61,7 +61,7 @@ public:
     }
 
     void RemoveAll() { SetSize(0, -1); }
-    /// Moves to storage of exactly the size.
+    /// Shrinks the storage to the size.
     void FreeExtra() {
         if (m_nSize == m_nMaxSize)
             return;
@@ -74,12 +74,12 @@ public:
     /// Appends one element and returns its index.
     int Add(ARG_TYPE value) {
         const int index = m_nSize;
-        TYPE copy = value; // the argument may lie in this array
+        TYPE copy = value; // the argument may be an element of this array
         SetSize(index + 1);
         m_pData[index] = std::move(copy);
         return index;
     }
-    /// Appends all of another array, which may be this one.
+    /// Appends another array, which may be this one. Returns the index of its first element here.
     int Append(const CArray& other) {
         const int old = m_nSize;
         const int count = other.m_nSize;
@@ -93,14 +93,14 @@ public:
         SetSize(other.m_nSize);
         std::copy_n(other.m_pData, other.m_nSize, m_pData);
     }
+    /// Sets an element; an index beyond the end grows the array.
     void SetAtGrow(int index, ARG_TYPE value) {
         TYPE copy = value;
         if (index >= m_nSize)
             SetSize(index + 1);
         m_pData[index] = std::move(copy);
     }
-    /// Inserts `count` copies ahead of `index`; beyond the end, the gap is filled with zero
-    /// elements.
+    /// Inserts `count` copies before `index`; beyond the end, the gap is filled with zeros.
     void InsertAt(int index, ARG_TYPE value, int count = 1) {
         assert(index >= 0 && count > 0);
         TYPE copy = value;

@@ -2,10 +2,10 @@
 
 #include "q32Base/framework/CObject.h"
 
-/// A document of the host, as far as the library looks at it: whether it has changes to be saved.
+/// A host's document, as far as the library uses it: whether it has unsaved changes.
 class Q32_API CDocument : public CObject {
 public:
-    /// 1 when the document has changes; any other number counts as none.
+    /// 1 if the document has unsaved changes; any other value counts as unmodified.
     virtual int IsModified() = 0;
     virtual void SetModifiedFlag(bool modified) = 0;
 };

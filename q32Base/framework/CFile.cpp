@@ -8,7 +8,7 @@
 
 namespace {
 
-/// What a call of the stream gives, or the cause for a file that isn't open.
+/// The result of a stream call, or the cause for a file that isn't open.
 template <typename Call>
 CQ_FILE_CAUSE fnAsk(const std::unique_ptr<CqFileStream>& stream, Call&& call) {
     return stream ? q32::fnGuardMemory([&] { return call(*stream); }) : FILE_CAUSE_INVALID;

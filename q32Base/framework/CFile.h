@@ -4,12 +4,13 @@
 #include "q32Base/framework/CObject.h"
 #include "q32Base/framework/CString.h"
 #include "q32Base/platform/CqFileService.h"
+#include "q32Base/platform/Export.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 
-/// A file of the platform in force. Failures raise CFileException, memory failures
+/// A file opened through the platform in force. Failures raise CFileException, and exhausted memory
 /// CMemoryException.
 class Q32_API CFile : public CObject {
 public:
@@ -24,13 +25,13 @@ public:
     };
 
     CFile() = default;
-    /// Opens a file by OpenFlags.
+    /// Opens a file with OpenFlags; raises CFileException on failure.
     CFile(const char* fileName, unsigned int flags);
-    /// Closes the file; what could not be written then is not told. `Close` tells it.
+    /// Closes the file and ignores failures; call `Close` first to learn of them.
     ~CFile() override;
 
-    /// Opens a file. False, with the cause, on failure: FILE_CAUSE_GENERIC while the library is not
-    /// attached.
+    /// Opens a file with OpenFlags. False on failure, with its cause in `cause` unless that is
+    /// null: FILE_CAUSE_GENERIC while the library is not attached.
     bool Open(const char* fileName, unsigned int flags, CQ_FILE_CAUSE* cause = nullptr);
 
     /// Reads up to `count` bytes, fewer only at the end; returns the bytes read.
@@ -44,17 +45,17 @@ public:
     const CString& GetFilePath() const { return m_strFileName; }
 
 private:
-    void fnCheck(CQ_FILE_CAUSE cause) const;
+    Q32_LOCAL void fnCheck(CQ_FILE_CAUSE cause) const;
 
     std::unique_ptr<CqFileStream> m_pStream;
     CString m_strFileName;
 };
 
-/// A file that lies in memory and grows as it is written.
+/// A file in memory, which grows as it is written.
 class Q32_API CMemFile : public CFile {
 public:
     CMemFile() = default;
-    /// Stands at the start of a copy of `count` bytes.
+    /// Starts with a copy of `count` bytes, positioned at its start.
     CMemFile(const void* bytes, std::size_t count);
     ~CMemFile() override;
 
@@ -64,10 +65,11 @@ public:
     std::uint64_t GetLength() override { return m_nLength; }
     void Close() override {}
 
+    /// The content, owned by the file and valid until it grows; null before the first write.
     const unsigned char* GetData() const { return m_pBytes; }
 
 private:
-    void fnGrow(std::size_t needed);
+    Q32_LOCAL void fnGrow(std::size_t needed);
 
     unsigned char* m_pBytes = nullptr;
     std::size_t m_nLength = 0;

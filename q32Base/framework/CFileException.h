@@ -4,7 +4,7 @@
 #include "q32Base/framework/Exceptions.h"
 #include "q32Base/platform/CqFileService.h"
 
-/// A file could not be used.
+/// A file operation failed.
 class Q32_API CFileException final : public CException {
 public:
     static const CRuntimeClass classCFileException;
@@ -15,5 +15,6 @@ public:
     CString m_strFileName;
 };
 
+/// Throws a CFileException, or the memory exception if that can't be allocated.
 [[noreturn]] Q32_API void AfxThrowFileException(CQ_FILE_CAUSE cause,
                                                 const char* fileName = nullptr);

@@ -8,12 +8,12 @@
 #include <new>
 #include <utility>
 
-/// A place in a CList; null means none.
+/// A position in a CList; null means none.
 using POSITION = struct POSITION__*;
 
-/// A two-way list whose nodes are cut from blocks of `blockSize`. Removed nodes are used again, so
-/// that adding and removing in turn doesn't allocate; when the list gets empty, its blocks are
-/// freed.
+/// A doubly linked list whose nodes are allocated in blocks of `blockSize`. Removed nodes are
+/// reused, so that alternately adding and removing doesn't allocate; when the list becomes empty,
+/// its blocks are freed.
 template <typename TYPE, typename ARG_TYPE>
 class CList : public CObject {
 public:
@@ -25,7 +25,7 @@ public:
 
     POSITION GetHeadPosition() const { return fnPosition(m_pHead); }
     POSITION GetTailPosition() const { return fnPosition(m_pTail); }
-    /// The element at `position`, which moves to the next one.
+    /// Returns the element at `position` and advances `position`, to null after the last element.
     TYPE& GetNext(POSITION& position) {
         Node* node = fnNode(position);
         position = fnPosition(node->m_pNext);
@@ -39,7 +39,8 @@ public:
     TYPE& GetAt(POSITION position) { return fnNode(position)->m_Value; }
     const TYPE& GetAt(POSITION position) const { return fnNode(position)->m_Value; }
 
-    /// Appends at the tail. Raises the memory exception; the list is then as it was.
+    /// Appends at the tail. If memory is exhausted, raises the memory exception; the list is then
+    /// unchanged.
     POSITION AddTail(ARG_TYPE value) {
         Node* node = fnNewNode(value);
         node->m_pPrevious = m_pTail;
@@ -55,7 +56,7 @@ public:
         return fnPosition(node);
     }
 
-    /// First place from the head with an equal element; null when there is none.
+    /// Position of the first equal element from the head; null if there is none.
     POSITION Find(ARG_TYPE value) const {
         for (Node* node = m_pHead; node; node = node->m_pNext) {
             if (node->m_Value == value)
@@ -92,7 +93,7 @@ private:
     };
     static_assert(alignof(Node) <= alignof(std::max_align_t));
 
-    /// The room of a node that isn't used.
+    /// The memory of an unused node.
     struct Free {
         Free* m_pNext;
     };
@@ -122,7 +123,7 @@ private:
         }
     }
 
-    /// Keeps the room of a node for the next one.
+    /// Adds the memory of a node to the free list.
     void fnRecycle(void* room) { m_pFree = new (room) Free{m_pFree}; }
 
     void fnFreeBlocks() {

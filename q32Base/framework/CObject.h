@@ -5,31 +5,32 @@
 class CArchive;
 class CObject;
 
-/// What a class knows of itself at run time. One constant of it stands for each class, named
-/// "class" and the class's name.
+/// Run-time information about a class. Each class has one constant of it, named "class" followed by
+/// the class's name.
 struct Q32_API CRuntimeClass {
     const char* m_lpszClassName;
     int m_nObjectSize;
     unsigned int m_wSchema;          ///< 0xFFFF: objects are not archived
-    CObject* (*m_pfnCreateObject)(); ///< null when objects can't be made from here
+    CObject* (*m_pfnCreateObject)(); ///< null if objects can't be created by it
     const CRuntimeClass* m_pBaseClass;
 
-    /// A new object that the caller owns; null where the class can't be made so. Raises the memory
-    /// failure.
+    /// A new object, owned by the caller; null if the class doesn't support this. Raises the memory
+    /// exception.
     CObject* CreateObject() const;
     /// Whether this is `base` or derived from it.
     bool IsDerivedFrom(const CRuntimeClass* base) const;
 };
 
-/// Root of the classes with run-time information. Deleted through its virtual destructor.
+/// Base of the classes with run-time information. Objects may be deleted through a pointer to it.
 class Q32_API CObject {
 public:
     static const CRuntimeClass classCObject;
 
     virtual const CRuntimeClass* GetRuntimeClass() const;
     virtual ~CObject() = default;
+    /// Reads the object from an archive, or writes it. Does nothing here.
     virtual void Serialize(CArchive& archive);
-    /// Debug builds: stops the program if the object is damaged.
+    /// Debug builds: aborts if the object is corrupt. Does nothing here.
     virtual void AssertValid() const;
     virtual void Dump() const;
 

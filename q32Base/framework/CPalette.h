@@ -3,22 +3,21 @@
 #include "q32Base/framework/ScreenObject.h"
 #include "q32Base/platform/CqScreenService.h"
 
-/// A palette of the screen, or none. Owns the object that it stands for.
+/// A screen palette, or none. Owns the screen's object.
 class Q32_API CPalette : public q32::ScreenObject<CqPaletteObject> {
 public:
     CPalette() = default;
     ~CPalette() override { DeleteObject(); }
 
-    /// Makes a palette by the platform in force; this object must stand for none. False on failure,
-    /// memory included.
+    /// Creates a palette; there must be none yet. False on failure, including exhausted memory.
     bool CreatePalette(const LOGPALETTE* palette);
-    /// Deletes the palette; device contexts that have it selected let go of it. False when there
-    /// was none.
+    /// Deletes the palette; device contexts that have it selected deselect it. False if there was
+    /// none.
     bool DeleteObject();
-    /// Entries of the palette, as a 16-bit count; 0 without a palette.
+    /// Number of entries; 0 without a palette.
     WORD GetEntryCount() const;
-    /// Copies entries out, as far as there are; returns how many.
+    /// Copies up to `count` entries from `first` on; returns the number copied.
     UINT GetPaletteEntries(UINT first, UINT count, PALETTEENTRY* entries) const;
-    /// Replaces entries, as far as there are; returns how many.
+    /// Replaces up to `count` entries from `first` on; returns the number replaced.
     UINT SetPaletteEntries(UINT first, UINT count, const PALETTEENTRY* entries);
 };

@@ -6,16 +6,16 @@
 
 #include <vector>
 
-/// A region of the screen, or none. Owns the object that it stands for.
+/// A screen region, or none. Owns the screen's object.
 class Q32_API CRgn : public q32::ScreenObject<CqRegionObject> {
 public:
-    /// Makes a rectangular region by the platform in force; this object must stand for none. False
-    /// on failure, memory included.
+    /// Creates a rectangular region; there must be none yet. False on failure, including exhausted
+    /// memory.
     bool CreateRectRgnIndirect(const RECT& rect);
-    /// Becomes `a` combined with `b` by an RGN_ mode. All three must stand for regions. False on
-    /// failure.
+    /// Sets this region to `a` combined with `b` by an RGN_ mode. False on failure, and unless all
+    /// three have a region.
     bool CombineRgn(const CRgn& a, const CRgn& b, int mode);
     /// The region as rectangles, in rows from the top, left to right in a row. Empty without a
-    /// region.
+    /// region. Raises the memory exception.
     std::vector<RECT> GetRects() const;
 };

@@ -12,7 +12,7 @@
 
 namespace {
 
-/// The block of every empty string: never counted, never freed, never written.
+/// The block that all empty strings share: never counted, freed or written.
 struct EmptyBlock {
     CStringData head{{-1}, 0, 0};
     char end = 0;
@@ -270,7 +270,7 @@ void CString::fnAllocBuffer(int length) {
     void* block = length < 0 ? nullptr : ::operator new(bytes, std::nothrow);
     if (!block)
         AfxThrowMemoryException();
-    // Zeroed as a whole: spare room can become text when segments are concatenated.
+    // Zeroed entirely: spare space can become text when segments are concatenated.
     std::memset(block, 0, bytes);
     auto* data = new (block) CStringData{{1}, length, length};
     m_pchData = data->data();
@@ -280,7 +280,7 @@ void CString::fnAssign(const char* text, int length) {
     CStringData* data = fnGetData();
     if (data->nRefs == 1 && length <= data->nAllocLength) {
         if (length > 0)
-            std::memmove(m_pchData, text, static_cast<std::size_t>(length)); // may be our own
+            std::memmove(m_pchData, text, static_cast<std::size_t>(length)); // may overlap
         data->nDataLength = length;
         m_pchData[length] = 0;
         return;

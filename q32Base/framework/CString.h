@@ -5,18 +5,18 @@
 #include <atomic>
 #include <cstdarg>
 
-/// The block behind a CString: this head, then `nAllocLength` characters and an end mark.
+/// The block of a CString: this header, followed by `nAllocLength` characters and a NUL.
 struct CStringData {
     std::atomic<long> nRefs;
-    int nDataLength;  ///< characters of text; may count inner zeros
-    int nAllocLength; ///< characters that fit, without the end mark
+    int nDataLength;  ///< characters of text; may include NULs
+    int nAllocLength; ///< capacity in characters, without the final NUL
 
     char* data() { return reinterpret_cast<char*>(this + 1); }
 };
 
-/// Text in the system's code page. Copies share one block by reference count; a change makes the
-/// block single first. Every operation that needs a block raises the memory exception when there is
-/// none to be had, and then leaves the string as it was. A null text counts as the empty one.
+/// Text in the system's code page. Copies share one reference-counted block; a shared block is
+/// copied before a change. An operation that can't allocate a block raises the memory exception and
+/// leaves the string unchanged. A null text counts as empty.
 class Q32_API CString {
 public:
     CString() noexcept;
@@ -34,10 +34,10 @@ public:
     const CString& operator+=(char c);
 
     int GetLength() const { return fnGetData()->nDataLength; }
-    /// Characters that the present block holds without a new one; 0 for the empty string.
+    /// Capacity of the present block in characters; 0 for the empty string.
     int GetAllocLength() const { return fnGetData()->nAllocLength; }
     bool IsEmpty() const { return GetLength() == 0; }
-    /// Empties the string and lets go of its block.
+    /// Empties the string and releases its block.
     void Empty() noexcept;
 
     char GetAt(int index) const { return m_pchData[index]; }
@@ -45,7 +45,7 @@ public:
     void SetAt(int index, char c);
     operator const char*() const { return m_pchData; }
 
-    /// By bytes, as unsigned values, up to the end mark: below, at or above 0.
+    /// Compares unsigned bytes up to the first NUL; returns a value below, equal to or above 0.
     int Compare(const char* text) const;
     /// The same, with ASCII letters compared as lower case.
     int CompareNoCase(const char* text) const;
@@ -54,7 +54,7 @@ public:
     CString Mid(int first, int count) const;
     CString Left(int count) const;
     CString Right(int count) const;
-    /// First place of a character or text from `start` on; -1 when there is none.
+    /// Index of the first such character or text from `start` on; -1 if there is none.
     int Find(char c, int start = 0) const;
     int Find(const char* text, int start = 0) const;
     int ReverseFind(char c) const;
@@ -63,38 +63,38 @@ public:
     void TrimLeft();
     void TrimRight();
 
-    /// Replaces the text by a formatted one; the arguments must not be this string's own text.
+    /// Replaces the text with a formatted one; the arguments must not be this string's own text.
     void Format(const char* format, ...) __attribute__((format(printf, 2, 3)));
     void FormatV(const char* format, va_list arguments);
-    /// Loads an entry of the library's string table, or of the host's where that has none. False
-    /// when neither has it; the string is then empty.
+    /// Loads an entry of the library's string table, or of the host's if that has none. False if
+    /// neither has it; the string is then empty.
     bool LoadString(unsigned int id);
 
-    /// A single block with room for at least `minLength` characters, to write into; ended by
-    /// `ReleaseBuffer`.
+    /// An unshared buffer for at least `minLength` characters, to write into; call `ReleaseBuffer`
+    /// afterwards.
     char* GetBuffer(int minLength);
-    /// Sets the length, or takes that up to the end mark for -1.
+    /// Sets the length after writing to the buffer; -1 means up to the first NUL.
     void ReleaseBuffer(int newLength = -1);
-    /// The same as `GetBuffer`, with exactly that length.
+    /// The same as `GetBuffer`, and sets the length to `newLength`.
     char* GetBufferSetLength(int newLength);
-    /// Moves to a block with no spare room.
+    /// Shrinks the block to the length.
     void FreeExtra();
 
 protected:
-    char* m_pchData; ///< first character; the head lies ahead of it
+    char* m_pchData; ///< first character; the header precedes it
 
     CStringData* fnGetData() const { return reinterpret_cast<CStringData*>(m_pchData) - 1; }
-    /// Lets go of the block and stands on the empty one.
+    /// Releases the block and refers to the shared empty one.
     void fnRelease() noexcept;
-    /// Takes a block with room for `length` characters, and with the length set to it. The old
-    /// block is not looked at. For a length of 0 that is the shared empty block.
+    /// Refers to a new, zeroed block for `length` characters, with that length; for a length of 0,
+    /// to the shared empty block. The old block isn't released.
     void fnAllocBuffer(int length);
-    /// Replaces the text; the block is reused if it is single and large enough.
+    /// Replaces the text; the block is reused if it is unshared and large enough.
     void fnAssign(const char* text, int length);
 
 private:
-    void fnAppend(const char* text, int length);
-    void fnMakeSingle();
+    Q32_LOCAL void fnAppend(const char* text, int length);
+    Q32_LOCAL void fnMakeSingle();
 };
 
 inline bool operator==(const CString& a, const CString& b) {

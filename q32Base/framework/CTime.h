@@ -12,8 +12,8 @@ public:
     explicit CTime(std::int64_t seconds) : m_nTime(seconds) {}
 
     std::int64_t GetTime() const { return m_nTime; }
-    /// Local time by the platform in force. False when it can't be told, for moments before 1970
-    /// among others. Raises the memory exception.
+    /// Local time by the platform in force. False if it is unavailable, as for moments before 1970.
+    /// Raises the memory exception.
     bool GetAsSystemTime(SYSTEMTIME& time) const;
 
     bool operator==(const CTime& other) const { return m_nTime == other.m_nTime; }

@@ -1,5 +1,4 @@
-#include "q32Base/framework/DiskSpace.h"
-
+#include "q32Base/framework/DiskSpace_p.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/platform/CqPlatform.h"
 

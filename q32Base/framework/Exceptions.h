@@ -2,14 +2,14 @@
 
 #include "q32Base/framework/CObject.h"
 
-/// Base of the failures. They are thrown as pointers; whoever catches one and does not rethrow it
-/// ends it with `Delete()`.
+/// Base of the exceptions. They are thrown as pointers; a handler that doesn't rethrow one calls
+/// its `Delete`.
 class Q32_API CException : public CObject {
 public:
     static const CRuntimeClass classCException;
     const CRuntimeClass* GetRuntimeClass() const override;
 
-    /// Ends the exception: frees it if it was made for one throw.
+    /// Frees the exception if it was allocated for one throw.
     void Delete();
 
 protected:
@@ -19,7 +19,7 @@ private:
     bool m_bAutoDelete;
 };
 
-/// Memory, or room for pixels, has run out. Preallocated: raising it allocates nothing.
+/// Memory, or space for pixels, is exhausted. Preallocated: raising it allocates nothing.
 class Q32_API CMemoryException final : public CException {
 public:
     static const CRuntimeClass classCMemoryException;
@@ -27,7 +27,7 @@ public:
     CMemoryException() : CException(false) {}
 };
 
-/// A resource is missing or of a kind that can't be read. Preallocated.
+/// A resource is missing or can't be read. Preallocated.
 class Q32_API CResourceException final : public CException {
 public:
     static const CRuntimeClass classCResourceException;
@@ -47,6 +47,7 @@ public:
     CAUSE m_cause;
 };
 
+/// Throw the exceptions; if one can't be allocated, the memory exception instead.
 [[noreturn]] Q32_API void AfxThrowMemoryException();
 [[noreturn]] Q32_API void AfxThrowResourceException();
 [[noreturn]] Q32_API void AfxThrowArchiveException(CArchiveException::CAUSE cause);

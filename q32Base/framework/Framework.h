@@ -1,5 +1,5 @@
 /// @file
-/// The whole framework slice in one include.
+/// The framework classes in one include.
 #pragma once
 
 #include "q32Base/framework/CArchive.h"

@@ -1,8 +1,8 @@
 /// @file
-/// Running out of memory. What leaves the library is the memory exception, never std::bad_alloc:
-/// allocate by `fnNew` and `fnNewArray`, and run what may raise a std::bad_alloc under
-/// `fnGuardMemory`. Where a failure ends, `fnTryMemory` and `fnTryMemoryOr` take both forms;
-/// `fnReportMemory` (messages/ReportMemory.h) also tells the user.
+/// Handling of exhausted memory. Only the memory exception leaves the library, never
+/// std::bad_alloc: allocate by `fnNew` and `fnNewArray`, and run code that may throw std::bad_alloc
+/// in `fnGuardMemory`. Where a failure is handled, `fnTryMemory` and `fnTryMemoryOr` catch both;
+/// `fnReportMemory` (messages/ReportMemory.h) also shows a message.
 #pragma once
 
 #include "q32Base/framework/Exceptions.h"
@@ -23,7 +23,7 @@ Type* fnNew(Arguments&&... arguments) {
     return object;
 }
 
-/// `new Type[count]`, not initialised, for `delete[]`. Raises the memory exception.
+/// `new Type[count]`, uninitialised, to be freed by `delete[]`. Raises the memory exception.
 template <typename Type>
 Type* fnNewArray(std::size_t count) {
     static_assert(std::is_trivial_v<Type>);
@@ -35,8 +35,8 @@ Type* fnNewArray(std::size_t count) {
     return block;
 }
 
-/// Runs `work`, which may use standard containers or platform services, and turns a std::bad_alloc
-/// that comes out of it into the memory exception.
+/// Runs `work`, which may use standard containers or platform services, and converts a
+/// std::bad_alloc from it to the memory exception.
 template <typename Work>
 decltype(auto) fnGuardMemory(Work&& work) {
     try {
@@ -46,8 +46,8 @@ decltype(auto) fnGuardMemory(Work&& work) {
     }
 }
 
-/// What `work` returns; `fallback` when it runs out of memory, by std::bad_alloc or by the memory
-/// exception. Other failures pass.
+/// The result of `work`, or `fallback` if it throws std::bad_alloc or the memory exception. Other
+/// exceptions pass through.
 template <typename Result, typename Work>
 Result fnTryMemoryOr(Result fallback, Work&& work) {
     try {
@@ -59,8 +59,8 @@ Result fnTryMemoryOr(Result fallback, Work&& work) {
     return fallback;
 }
 
-/// Runs `work`, which returns nothing or whether it has succeeded. False when it says so and when
-/// it runs out of memory.
+/// Runs `work`, which returns nothing or whether it has succeeded. False if it returns false, and
+/// if memory is exhausted.
 template <typename Work>
 bool fnTryMemory(Work&& work) {
     return fnTryMemoryOr(false, [&] {

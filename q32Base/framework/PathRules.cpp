@@ -1,6 +1,5 @@
-#include "q32Base/framework/PathRules.h"
-
 #include "q32Base/framework/Memory.h"
+#include "q32Base/framework/PathRules_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>

@@ -9,8 +9,7 @@
 
 namespace q32 {
 
-/// Base of what stands for an object that the screen service makes, or for none. Owns the object;
-/// it can't be copied.
+/// Base of the wrappers of objects that the screen service creates. Owns one object, or none.
 template <typename Object>
 class Q32_API ScreenObject : public CObject {
 public:
@@ -25,8 +24,8 @@ public:
     }
 
 protected:
-    /// Takes the object that `create` returns by a unique_ptr; there must be none yet. False on
-    /// failure, memory included.
+    /// Adopts the object that `create` returns by a unique_ptr; there must be none yet. False on
+    /// failure, including exhausted memory.
     template <typename Create>
     bool fnCreate(Create&& create) {
         assert(!m_pObject);

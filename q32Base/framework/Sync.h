@@ -2,7 +2,7 @@
 
 #include <mutex>
 
-/// A lock within the process. One thread may enter it again.
+/// A recursive lock within the process.
 class CCriticalSection {
 public:
     void Lock() { m_Mutex.lock(); }
@@ -12,7 +12,7 @@ private:
     std::recursive_mutex m_Mutex;
 };
 
-/// Holds a lock for the life of a scope. The constructor enters it.
+/// Holds a lock for the life of a scope. The constructor acquires it.
 class CSingleLock {
 public:
     explicit CSingleLock(CCriticalSection& section) : m_Section(section) { Lock(); }

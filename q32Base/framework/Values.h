@@ -1,5 +1,5 @@
 /// @file
-/// CPoint, CSize and CRect: the platform's records with operations. Layouts are the records'.
+/// CPoint, CSize and CRect: the platform's records with operations, in the same layouts.
 #pragma once
 
 #include "q32Base/platform/Records.h"
@@ -9,14 +9,14 @@
 
 namespace q32 {
 
-/// Sum and difference of coordinates. They wrap: some come out of files.
+/// Sum and difference of coordinates. They wrap, since some come from files.
 inline LONG fnWrapAdd(LONG a, LONG b) {
     return static_cast<LONG>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
 }
 inline LONG fnWrapSub(LONG a, LONG b) {
     return static_cast<LONG>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
 }
-/// Product of numbers that may be anything. It wraps.
+/// Product of arbitrary numbers. It wraps.
 inline LONG fnWrapMultiply(LONG a, LONG b) {
     return static_cast<LONG>(static_cast<std::uint32_t>(a) * static_cast<std::uint32_t>(b));
 }
@@ -45,7 +45,7 @@ public:
     }
 };
 
-/// A rectangle; right and bottom lie outside. Empty means a width or height of 0 or less.
+/// A rectangle; right and bottom are exclusive. Empty means a width or height of 0 or less.
 class CRect : public RECT {
 public:
     CRect() : RECT{0, 0, 0, 0} {}
@@ -74,7 +74,7 @@ public:
         *this = CRect(q32::fnWrapSub(left, dx), q32::fnWrapSub(top, dy), q32::fnWrapAdd(right, dx),
                       q32::fnWrapAdd(bottom, dy));
     }
-    /// Becomes what `a` and `b` share; all zero, and the result false, if that is nothing.
+    /// Sets this to the intersection of `a` and `b`; if that is empty, to zeros, and returns false.
     bool IntersectRect(const RECT& a, const RECT& b) {
         const CRect shared(std::max(a.left, b.left), std::max(a.top, b.top),
                            std::min(a.right, b.right), std::min(a.bottom, b.bottom));
@@ -83,8 +83,8 @@ public:
         *this = any ? shared : CRect();
         return any;
     }
-    /// Becomes the least rectangle around `a` and `b`; an empty one doesn't count. All zero, and
-    /// the result false, if both are empty.
+    /// Sets this to the smallest rectangle around `a` and `b`, ignoring an empty one. If both are
+    /// empty, sets it to zeros and returns false.
     bool UnionRect(const RECT& a, const RECT& b) {
         const CRect first(CRect(a).IsRectEmpty() ? b : a);
         const CRect second(CRect(b).IsRectEmpty() ? a : b);

@@ -26,7 +26,7 @@ void CWnd::fnSetParent(CWnd* parent) {
 void CWnd::fnDestroyChildren() {
     while (CWnd* child = m_pFirstChild) {
         child->DestroyWindow();
-        // One that is still there would be met again.
+        // A child that wasn't destroyed is detached, or the loop wouldn't end.
         if (child == m_pFirstChild)
             child->fnSetParent(nullptr);
     }

@@ -1,10 +1,10 @@
 #include "q32Base/geometry/CqCubicBezier2D.h"
 
 #include "q32Base/framework/CArchive.h"
-#include "q32Base/geometry/BezierFlattening.h"
+#include "q32Base/geometry/BezierFlattening_p.h"
 #include "q32Base/geometry/CqPolyline2D.h"
-#include "q32Base/geometry/CurveRoots.h"
-#include "q32Base/geometry/SegmentDrawing.h"
+#include "q32Base/geometry/CurveRoots_p.h"
+#include "q32Base/geometry/SegmentDrawing_p.h"
 #include "q32Base/image/CqImage.h"
 
 namespace {
@@ -15,8 +15,8 @@ double fnChord(const Points& p) {
     return p[0].fnFindDistance(p[3]);
 }
 
-/// Length by the mean of polygon and chord, at depth 2 of a tree of halves. The upper levels
-/// average their halves instead of adding them.
+/// The length as the mean of polygon and chord, after two levels of halving. The upper levels
+/// average their halves instead of adding them, deliberately.
 double fnMeanLength(const Points& p, int depth) {
     Points left;
     Points right;
@@ -31,7 +31,7 @@ double fnMeanLength(const Points& p, int depth) {
 }
 
 /// Whether a curve is flat, or lies so far beyond one edge of an image that none of its parts can
-/// touch a pixel. What lies outside need not be cut further: nothing of it is seen.
+/// touch a pixel. Such a part needn't be divided further, since nothing of it is visible.
 class FlatOrUnseen {
 public:
     FlatOrUnseen(const Points& points, const CqImage& image)
@@ -39,7 +39,7 @@ public:
         double largest = 0.0;
         for (const CqPoint2D& point : points)
             largest = std::max({largest, std::fabs(point.m_X), std::fabs(point.m_Y)});
-        // Parts may stray from the hull of their curve by the rounding of all halvings.
+        // Rounding may move parts out of the hull of their curve.
         const double margin = 2.0 + largest * q32::kCurveRounding * 256.0;
         m_Seen = CqRect2D(-margin, -margin, image.Width + margin, image.Height + margin);
     }
@@ -164,7 +164,7 @@ int CqCubicBezier2D::fnIntersectLine(const CqLine2D& line, double& t1, double& t
 }
 
 void CqCubicBezier2D::fnTessellate(CqPolyline2D& polyline, double tolerance) const {
-    // The lists grow by halves, and for all later additions by their own rule again.
+    // The lists grow by half here, and by their own rule for all later additions.
     constexpr int kFirstGrowth = 64;
     struct Growth {
         CqPolyline2D& m_Polyline;

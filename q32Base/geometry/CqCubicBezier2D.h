@@ -10,11 +10,11 @@ class CqPolyline2D;
 
 /// A cubic Bezier curve, from m_Points[0] at t = 0 to m_Points[3] at t = 1.
 ///
-/// The thickness is stored and handed on to parts of the curve; nothing computes with it. Cutting
-/// into flat parts measures the inner control points' distances from the line through the ends; a
-/// curve, or part, that ends where it starts counts as flat, whatever its other points,
-/// deliberately. Curves of any finite coordinates are cut into at most some 2^25 parts; infinite
-/// ones and not-a-number give no useful result, but end.
+/// The thickness is stored and copied to parts of the curve; no computation uses it. Division into
+/// flat parts measures the inner control points' distances from the line through the ends; a curve,
+/// or part, that ends where it starts counts as flat, whatever its other points, deliberately.
+/// Curves of finite coordinates are divided into at most about 2^25 parts; infinity and
+/// not-a-number give no useful result, but terminate.
 struct Q32_API CqCubicBezier2D {
     /// All points at the origin, thickness 0.
     CqCubicBezier2D() = default;
@@ -29,7 +29,7 @@ struct Q32_API CqCubicBezier2D {
 
     double fnGetThickness() const { return m_Thickness; }
     void fnSetThickness(double thickness) { m_Thickness = thickness; }
-    /// The box of the control points, not the tight one of the curve.
+    /// The bounding box of the control points, not the tight one of the curve.
     CqRect2D fnGetBoundRect() const { return m_BoundRect; }
 
     /// Value and derivatives at t. A t below GEOM_EPSILON counts as the start, one above
@@ -37,51 +37,53 @@ struct Q32_API CqCubicBezier2D {
     CqPoint2D fnComputeValue(double t) const;
     CqPoint2D fnDerivative1(double t) const;
     CqPoint2D fnDerivative2(double t) const;
-    /// The four cubic basis values. Near 0 they are those of 0; there is no such test at 1.
+    /// The four cubic basis values. A t below GEOM_EPSILON counts as 0; there is no such test at 1.
     static double fnBernstein0(double t);
     static double fnBernstein1(double t);
     static double fnBernstein2(double t);
     static double fnBernstein3(double t);
 
-    /// Splits at t = 0.5. The results, of which each may be this curve, carry the thickness and
-    /// boxes of their own.
+    /// Splits at t = 0.5. The results, each of which may be this curve, have its thickness and
+    /// their own boxes.
     void fnBinarySubdivide(CqCubicBezier2D& left, CqCubicBezier2D& right) const;
-    /// Splits at t, cut to 0 to 1, by the closed polynomial form.
+    /// Splits at t, clamped to 0 to 1, by the closed polynomial form.
     void fnSubdivide(double t, CqCubicBezier2D& left, CqCubicBezier2D& right) const;
-    /// Runs the curve the other way. Thickness and box stay.
+    /// Reverses the curve's direction. Thickness and box stay.
     void fnReverse();
     /// The mean length of the curve's four quarters, deliberately: about a quarter of its length.
+    /// Multiply it by 4.
     double fnFindLength() const;
 
     /// Crossings with the vertical line at `x` (the horizontal one at `y`): the other coordinate
-    /// and t, in the order of the formula, not by rising t. Slots beyond the count are left as they
-    /// were. A curve that begins or ends on the line has that one crossing alone; one that lies in
-    /// it has none. All deliberately.
+    /// and t, in the order of the formula, not by increasing t. Slots beyond the count are left as
+    /// they were. A curve that begins or ends on the line has only that crossing; one that lies on
+    /// it has none. All are deliberate.
     /// @return 0 to 3
     int fnIntersectX(double x, double& y1, double& t1, double& y2, double& t2, double& y3,
                      double& t3) const;
     int fnIntersectY(double y, double& x1, double& t1, double& x2, double& t2, double& x3,
                      double& t3) const;
-    /// Crossings with a segment, within half a unit, in the order of rising t. One that falls on a
-    /// joint of two parts is told twice. A flat curve counts as its chord, and t is the chord's.
+    /// Crossings with a segment, within half a unit, in order of increasing t. One at a joint of
+    /// two parts is reported twice, deliberately. A flat curve counts as its chord, and t is the
+    /// chord's.
     /// @return the count, which may be above 3: the first two are in `t1` and `t2`, the last one in
     ///         `t3`; 0 when memory for the hits runs out
     int fnIntersectLine(const CqLine2D& line, double& t1, double& t2, double& t3) const;
 
-    /// Replaces the polyline by segments that lie within `tolerance` of the curve, with the range
-    /// of t that each stands for as its record, and the tag 0. A tolerance below the rounding of
-    /// the coordinates counts as that rounding. Raises CMemoryException, with the polyline as far
-    /// as it has come.
+    /// Replaces the polyline by segments that lie within `tolerance` of the curve; the record of
+    /// each is its range of t, with tag 0. A tolerance below the rounding of the coordinates counts
+    /// as that rounding. Raises CMemoryException, with the polyline incomplete.
     void fnTessellate(CqPolyline2D& polyline, double tolerance) const;
-    /// Draws the curve one pixel wide, as lines of a flatness of half a pixel; the rules are those
-    /// of `CqLine2D::fnRasterize`. The thickness doesn't count.
+    /// Draws the curve one pixel wide, as lines with a flatness of half a pixel, by the rules of
+    /// `CqLine2D::fnRasterize`. The thickness is ignored.
     void fnRasterize(CqImage& image, const CqColor& color);
 
-    /// Saves or loads the control points: eight doubles, x and y of each. A load finds the box anew
-    /// and keeps the thickness; one that fails, by the archive's exceptions, changes nothing.
+    /// Saves or loads the control points: eight doubles, x and y of each. Loading computes the box
+    /// again and keeps the thickness; if it fails, with the archive's exceptions, nothing is
+    /// changed.
     void fnSerialize(CArchive& ar);
 
-    CqPoint2D m_Points[4]; ///< after a write the box is that of the old points
+    CqPoint2D m_Points[4]; ///< writing to them doesn't update the box
     double m_Thickness = 0.0;
     CqRect2D m_BoundRect;
 

@@ -1,6 +1,6 @@
 #include "q32Base/geometry/CqLine2D.h"
 
-#include "q32Base/geometry/SegmentDrawing.h"
+#include "q32Base/geometry/SegmentDrawing_p.h"
 #include "q32Base/image/CqImage.h"
 
 bool CqLine2D::fnIntersectPoint(const CqPoint2D& point, double& t) const {
@@ -12,7 +12,7 @@ bool CqLine2D::fnIntersectPoint(const CqPoint2D& point, double& t) const {
         t = 1.0;
         return true;
     }
-    // The whole vectors are compared, not their directions: only rounding leads past this test.
+    // The vectors are compared, not their directions: only rounding gets past this test.
     const CqVector2D direction = m_End - m_Start;
     const CqVector2D step = point - m_Start;
     if (!(step == direction))

@@ -2,8 +2,8 @@
 
 namespace {
 
-/// Brings an angle into -360 to 360, both included. Taking off full turns one by one gives the same
-/// bits, since each difference is exact below 2^56; from there on it would not end.
+/// Reduces an angle to -360 to 360, both included. Subtracting 360 repeatedly would give the same
+/// bits, since each difference is exact below 2^56; from there on it would never end.
 double fnReduceAngle(double angle) {
     if (!(std::fabs(angle) > 360.0))
         return angle;
@@ -108,7 +108,8 @@ bool CqMatrix2D::fnHasTranslateOnly() const {
 }
 
 void CqPoint2D::fnTransform(const CqMatrix2D& matrix) {
-    // A shear of exactly 0 leaves its term out, so that an infinite coordinate meets no 0 x inf.
+    // A shear of exactly 0 omits its term, so that an infinite coordinate doesn't give 0 x
+    // infinity.
     double x = matrix.m_ScaleX * m_X + matrix.m_TransX;
     if (matrix.m_ShearX != 0.0)
         x += m_Y * matrix.m_ShearX;

@@ -7,7 +7,7 @@
 ///     new x = m_ScaleX x + m_ShearX y + m_TransX
 ///     new y = m_ShearY x + m_ScaleY y + m_TransY
 ///
-/// Angles are in degrees; a positive one turns positive x toward positive y. Nothing fails: a
+/// Angles are in degrees; a positive one rotates positive x toward positive y. Nothing fails: a
 /// singular matrix inverts into infinities.
 struct Q32_API CqMatrix2D {
     /// The identity.
@@ -20,8 +20,8 @@ struct Q32_API CqMatrix2D {
         : m_ScaleX(scaleX), m_ShearX(shearX), m_TransX(transX), m_ShearY(shearY), m_ScaleY(scaleY),
           m_TransY(transY) {}
     /// Scales and then rotates about `centre`, and translates last: the centre itself moves by the
-    /// translation only. The angle is first brought into -360 to 360, both ends included; only an
-    /// angle of exactly 0 goes without sine and cosine.
+    /// translation only. The angle is first reduced to -360 to 360, both included; only an angle of
+    /// exactly 0 skips sine and cosine.
     CqMatrix2D(const CqPoint2D& centre, double scaleX, double scaleY, double angle, double transX,
                double transY);
 
@@ -33,7 +33,8 @@ struct Q32_API CqMatrix2D {
     /// m_TransX both differ, or m_ShearY and m_ScaleY both differ, or m_TransY differs.
     bool operator!=(const CqMatrix2D& other) const;
 
-    /// These four set all six elements, whatever the matrix held; to combine, use fnConcat.
+    /// These four set all six elements, whatever their values were; to combine transforms, call
+    /// fnConcat.
     void fnIdentity() { *this = CqMatrix2D(); }
     void fnTranslate(double tx, double ty) { *this = CqMatrix2D(1.0, 1.0, 0.0, 0.0, tx, ty); }
     void fnScale(double sx, double sy) { *this = CqMatrix2D(sx, sy, 0.0, 0.0, 0.0, 0.0); }
@@ -48,13 +49,14 @@ struct Q32_API CqMatrix2D {
     /// Inverts in place. Shears that are both below GEOM_EPSILON become exactly 0.
     void fnInverse();
 
-    /// Scales of 1 or, deliberately, -1, no shear and no translation, within GEOM_EPSILON.
+    /// Whether the scales are 1 or, deliberately, -1, with no shear and no translation, within
+    /// GEOM_EPSILON.
     bool fnIsIdentity() const;
-    /// No shear, and both scales other than 1 and -1. Translations are not looked at, and a scale
-    /// along one axis alone gives false, deliberately.
+    /// Whether there is no shear, and both scales are other than 1 and -1. Translations are
+    /// ignored, and a scale along only one axis gives false, deliberately.
     bool fnHasScaleOnly() const;
-    /// Scales and shears all near zero, and a translation that is not. A matrix of `fnTranslate`
-    /// gives false, deliberately: its scales are 1.
+    /// Whether scales and shears are all near zero and the translation isn't. A matrix of
+    /// `fnTranslate` gives false, deliberately: its scales are 1.
     bool fnHasTranslateOnly() const;
 
     double m_ScaleX = 1.0;

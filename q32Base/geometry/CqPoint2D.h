@@ -8,9 +8,8 @@
 
 struct CqMatrix2D;
 
-/// A point in double coordinates, in whatever unit the caller means. No axis is ever flipped; a
-/// positive angle turns positive x toward positive y. Nothing fails: arithmetic is IEEE's to its
-/// end.
+/// A point in double coordinates, in the caller's units. No axis is ever flipped; a positive angle
+/// rotates positive x toward positive y. Nothing fails: arithmetic follows IEEE 754 throughout.
 struct Q32_API CqPoint2D {
     constexpr CqPoint2D() = default;
     constexpr CqPoint2D(int x, int y) : m_X(x), m_Y(y) {}
@@ -21,8 +20,8 @@ struct Q32_API CqPoint2D {
     CqPoint2D& operator=(const CqPoint2D&) = default;
     CqPoint2D& operator=(const CPoint& point) { return *this = CqPoint2D(point); }
 
-    /// Truncates each coordinate toward zero, without rounding. Coordinates beyond 32 bits are cut
-    /// to them, and not-a-number gives 0.
+    /// Truncates each coordinate toward zero, without rounding. Coordinates are clamped to 32 bits,
+    /// and not-a-number gives 0.
     operator CPoint() const { return {q32::fnTruncate(m_X), q32::fnTruncate(m_Y)}; }
 
     void operator+=(const CqPoint2D& other) { fnAdd(other); }

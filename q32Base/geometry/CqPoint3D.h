@@ -4,8 +4,7 @@
 
 #include <type_traits>
 
-/// A point in space. It stands apart from the 2-D geometry, also in this: comparisons are exact,
-/// deliberately.
+/// A point in space. Unlike in the 2-D geometry, comparisons are exact, deliberately.
 struct Q32_API CqPoint3D {
     constexpr CqPoint3D() = default;
     constexpr CqPoint3D(int x, int y, int z) : m_X(x), m_Y(y), m_Z(z) {}

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <type_traits>
 
-/// A place on a polyline: a segment, and the parameter on it.
+/// A position on a polyline: a segment and the parameter on it.
 struct CqPolyPoint2D {
     constexpr CqPolyPoint2D() = default;
     constexpr CqPolyPoint2D(int line, double param) : m_Line(line), m_Param(param) {}

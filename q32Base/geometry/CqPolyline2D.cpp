@@ -7,7 +7,7 @@
 
 namespace {
 
-/// A foot that may be the nearest one.
+/// A perpendicular foot that may be the nearest one.
 struct Candidate {
     int m_nLine;
     double m_dParam;
@@ -143,7 +143,7 @@ bool CqPolyline2D::fnIntersectPoint(const CqPoint2D& point, int& index, double& 
     for (int i = 0; i < candidates.GetSize(); ++i) {
         const Candidate& candidate = candidates[i];
         const double distance = target.fnFindDistance(candidate.m_Foot);
-        if (distance >= best) // not-a-number counts as below, on either side
+        if (distance >= best) // not-a-number on either side counts as below
             continue;
         index = candidate.m_nLine;
         t = candidate.m_dParam;

@@ -1,7 +1,7 @@
 #include "q32Base/geometry/CqQuadBezier2D.h"
 
-#include "q32Base/geometry/BezierFlattening.h"
-#include "q32Base/geometry/CurveRoots.h"
+#include "q32Base/geometry/BezierFlattening_p.h"
+#include "q32Base/geometry/CurveRoots_p.h"
 
 CqQuadBezier2D::CqQuadBezier2D(const CqPoint2D& p0, const CqPoint2D& p1, const CqPoint2D& p2,
                                double thickness)

@@ -20,7 +20,7 @@ CqRect2D fnAround(const CqRect2D& a, const CqRect2D& b) {
             std::max(a.m_Right, b.m_Right), std::max(a.m_Bottom, b.m_Bottom)};
 }
 
-/// The first whole coordinate past the pixel that an edge touches.
+/// The integer coordinate after the pixel that an edge touches.
 LONG fnPastEdge(double edge) {
     const double whole = std::trunc(edge);
     const double touched = edge - whole > GEOM_EPSILON ? whole + 1.0 : whole;

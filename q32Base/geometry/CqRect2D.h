@@ -6,11 +6,11 @@
 #include <limits>
 #include <span>
 
-/// An axis-aligned rectangle in double coordinates. Left isn't kept below right, nor top below
-/// bottom, and nothing brings them in order but the bounding box of `fnTransform`.
+/// An axis-aligned rectangle in double coordinates. Left may exceed right, and top bottom; only
+/// `fnTransform` orders them, where it computes a bounding box.
 ///
-/// "Empty" is this class's own word: neither width nor height. A rectangle with one of them is not
-/// empty. "Null": all four fields are near zero.
+/// "Empty" means neither width nor height; a rectangle with one of them is not empty. "Null" means
+/// that all four fields are near zero.
 struct Q32_API CqRect2D {
     CqRect2D() : CqRect2D(0.0, 0.0, 0.0, 0.0) {}
     CqRect2D(double left, double top, double right, double bottom)
@@ -24,8 +24,8 @@ struct Q32_API CqRect2D {
     CqRect2D& operator=(const CqRect2D&) = default;
 
     /// The pixels touched, as a half-open rectangle: left and top truncated; right and bottom
-    /// truncated, plus 1 if something was cut off, plus 1. So (0, 0, 2.5, 2.5) gives (0, 0, 4, 4).
-    /// What lies beyond 32 bits is cut to them.
+    /// truncated, plus 1 if that dropped a fraction, plus 1. So (0, 0, 2.5, 2.5) gives (0, 0, 4,
+    /// 4). Coordinates are clamped to 32 bits.
     operator CRect() const;
     /// Offsets by the point's coordinates.
     void operator+=(const CqPoint2D& offset) { fnOffsetRect(offset.m_X, offset.m_Y); }
@@ -35,29 +35,29 @@ struct Q32_API CqRect2D {
     void operator&=(const CqRect2D& other);
     void operator|=(const CqRect2D& other);
 
-    /// Negative for a rectangle turned inside out.
+    /// Negative for an inverted rectangle.
     double fnWidth() const { return m_Right - m_Left; }
     double fnHeight() const { return m_Bottom - m_Top; }
-    /// References into this rectangle, to be written through too.
+    /// References into this rectangle; writing through them changes it.
     CqPoint2D& fnTopLeft() { return m_TopLeft; }
     CqPoint2D& fnBottomRight() { return m_BottomRight; }
     bool fnIsRectEmpty() const { return q32::fnIsZero(fnWidth()) && q32::fnIsZero(fnHeight()); }
     bool fnIsRectNull() const;
-    /// All four edges belong to the rectangle, and GEOM_EPSILON around it.
+    /// All four edges, and GEOM_EPSILON around them, belong to the rectangle.
     bool fnPtInRect(const CqPoint2D& point) const;
 
     void fnOffsetRect(double dx, double dy);
-    /// Moves each edge outward.
+    /// Moves each edge outward by `dx` or `dy`.
     void fnInflateRect(int dx, int dy);
-    /// Becomes what `a` and `b` share, either of which may be this rectangle, and tells whether
-    /// that has an area. Without an overlap it is left turned inside out. If one of them is empty
-    /// or null it becomes the other one, deliberately, and the result is false.
+    /// Becomes the intersection of `a` and `b`, either of which may be this rectangle, and returns
+    /// whether it has an area. Without an overlap it becomes inverted. If one of them is empty or
+    /// null it becomes the other one, deliberately, and the result is false.
     bool fnIntersectRect(const CqRect2D& a, const CqRect2D& b);
-    /// Becomes the box around `a` and `b`; one that is empty or null doesn't count.
+    /// Becomes the box around `a` and `b`; one that is empty or null is ignored.
     void fnUnionRect(const CqRect2D& a, const CqRect2D& b);
     /// Becomes the bounding box of the transformed corners. By a matrix that passes
     /// `fnHasScaleOnly` or `fnHasTranslateOnly` only the two points are transformed, and a negative
-    /// scale turns the rectangle inside out.
+    /// scale inverts the rectangle, deliberately.
     void fnTransform(const CqMatrix2D& matrix);
 
     union {
@@ -81,8 +81,8 @@ static_assert(sizeof(CqRect2D) == 4 * sizeof(double));
 
 namespace q32 {
 
-/// Smallest and largest x and y. Of no points at all: turned inside out, from the largest finite
-/// double to its negative. Coordinates that are not a number don't count.
+/// Smallest and largest x and y. Without points it is inverted, from the largest finite double to
+/// its negative. Coordinates that are not-a-number are ignored.
 inline CqRect2D fnBox(std::span<const CqPoint2D> points) {
     constexpr double kMax = std::numeric_limits<double>::max();
     double left = kMax;

@@ -5,7 +5,7 @@ double CqVector2D::fnIntersectAngle(const CqVector2D& other, bool radians) const
     double cosine = std::sqrt(dot * dot / fnSquaredLength() / other.fnSquaredLength());
     if (dot <= 0.0)
         cosine = -cosine;
-    // Rounding can lift the cosine out of the range that has an arccosine.
+    // Rounding can move the cosine out of the domain of the arccosine.
     if (cosine >= 1.0)
         cosine = 1.0;
     else if (cosine < -1.0)

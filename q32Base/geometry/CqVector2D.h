@@ -2,8 +2,8 @@
 
 #include "q32Base/geometry/CqPoint2D.h"
 
-/// A direction with a length: a point's two numbers taken as components. Adds no field. Comparisons
-/// are the point's, inherited, so that vectors compare with points as well.
+/// A vector: a point's two coordinates taken as components. Adds no field. Comparisons are
+/// inherited, so vectors compare with points as well.
 struct Q32_API CqVector2D : CqPoint2D {
     /// The zero vector.
     constexpr CqVector2D() = default;
@@ -22,12 +22,12 @@ struct Q32_API CqVector2D : CqPoint2D {
     double fnSquaredLength() const { return m_X * m_X + m_Y * m_Y; }
     double fnFindLength() const { return std::sqrt(fnSquaredLength()); }
     double fnDotProduct(const CqVector2D& other) const { return m_X * other.m_X + m_Y * other.m_Y; }
-    /// The angle between two vectors without its sign: 0 to 180 degrees, or 0 to pi. A vector of
-    /// length zero gives not-a-number.
+    /// The unsigned angle between two vectors: 0 to 180 degrees, or 0 to pi if `radians` is set. A
+    /// vector of length zero gives not-a-number.
     double fnIntersectAngle(const CqVector2D& other, bool radians) const;
     /// Scales to length 1. A length of GEOM_EPSILON or less gives exactly zero.
     void fnNormalize();
-    /// Whether both components are below GEOM_EPSILON; the length is not looked at.
+    /// Whether both components are below GEOM_EPSILON in size; the length isn't computed.
     bool fnIsZeroVector() const { return q32::fnIsZero(m_X) && q32::fnIsZero(m_Y); }
     void fnNegate() {
         m_X = -m_X;

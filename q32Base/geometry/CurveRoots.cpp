@@ -1,4 +1,4 @@
-#include "q32Base/geometry/CurveRoots.h"
+#include "q32Base/geometry/CurveRoots_p.h"
 
 #include <bit>
 #include <cstdint>
@@ -13,8 +13,8 @@ double fnCubeRoot(double value) {
     return value >= 0.0 ? std::pow(value, kThird) : -std::pow(-value, kThird);
 }
 
-/// Roots of a2 t^2 + a1 t + a0, or of what is left of it when a2 is near 0. A double root, where
-/// the curve only touches the line, has none, deliberately.
+/// Roots of a2 t^2 + a1 t + a0, or of the lower-degree polynomial if a2 is near 0. A double root,
+/// where the curve only touches the line, isn't reported, deliberately.
 int fnSolveQuadratic(double a2, double a1, double a0, double (&roots)[3]) {
     if (std::fabs(a2) >= GEOM_EPSILON) {
         const double discriminant = a1 * a1 - a0 * a2 * 4.0;
@@ -31,11 +31,11 @@ int fnSolveQuadratic(double a2, double a1, double a0, double (&roots)[3]) {
     return 1;
 }
 
-/// How far rough numbers may be off, in parts of the exact ones; they are better by far.
+/// Assumed relative error bound of approximate values; they are much more accurate.
 constexpr double kRoughness = 1e-3;
 
-/// Cube root to some five digits, at a small part of the cost: a third of the exponent, and one of
-/// Halley's steps. Infinity gives no number.
+/// Cube root to about five digits, at a fraction of the cost: a third of the exponent, then one
+/// step of Halley's method. Infinity gives not-a-number.
 double fnRoughCubeRoot(double value) {
     const double size = std::fabs(value);
     // The constant is two thirds of the exponent's bias, chosen for the least error.
@@ -46,15 +46,15 @@ double fnRoughCubeRoot(double value) {
     return std::copysign(guess * (cube + size + size) / (cube + cube + size), value);
 }
 
-/// Roots before the shift by a third of `a`, told off one by one. With `kInside` those that lie
-/// clear of 0 to 1 are left out: rough numbers tell them, and spare most powers and cosines.
+/// Collects roots, given before the shift by a third of `a`. With `kInside` those clearly outside 0
+/// to 1 are omitted: approximate values identify them, which saves most powers and cosines.
 template <bool kInside>
 class RootList {
 public:
     RootList(double a, double (&roots)[3]) : m_dA(a), m_dRoots(roots) {}
 
-    /// Whether a root may be wanted that is `rough`, give or take a part of `size`. What isn't a
-    /// number may be.
+    /// Whether a root of approximate value `rough`, with an error bound relative to `size`, may be
+    /// inside 0 to 1. Not-a-number may be.
     bool fnMayCount(double rough, double size) const {
         if constexpr (!kInside)
             return true;
@@ -80,7 +80,7 @@ void fnAddThree(double p, double p3, double q, RootList<kInside>& list) {
     const double x = phi * phi;
     const double cosine = 1.0 + x * (-1.0 / 2 + x * (1.0 / 24 - x * (1.0 / 720)));
     const double sine = phi * (1.0 + x * (-1.0 / 6 + x * (1.0 / 120 - x * (1.0 / 5040))));
-    const double apart = sine * 1.7320508; // root of 3
+    const double apart = sine * 1.7320508; // the square root of 3
     if (list.fnMayCount(2.0 * cosine * s, s))
         list.fnAddUnshifted(2.0 * std::cos(phi) * s);
     if (list.fnMayCount((apart - cosine) * s, s))

@@ -1,10 +1,12 @@
 /// @file
-/// The tolerances that all 2-D geometry shares, pi, and the comparisons made of them.
+/// The tolerances that all 2-D geometry shares, pi, and the comparisons based on them.
 ///
-/// Tolerances are absolute and per coordinate: neither relative nor Euclidean. "The same" and
-/// "different" are tested apart, both strictly, so that values exactly GEOM_EPSILON apart are
-/// neither, deliberately. CqPoint3D does not take part: it compares exactly.
+/// Tolerances are absolute and per coordinate: neither relative nor Euclidean. "Same" and
+/// "different" are separate tests, both strict, so that values exactly GEOM_EPSILON apart are
+/// neither, deliberately. CqPoint3D doesn't use them: it compares exactly.
 #pragma once
+
+#include "q32Base/kernels/Epsilon.h"
 
 #include <cmath>
 #include <cstdint>
@@ -12,11 +14,11 @@
 #include <numbers>
 
 /// Absolute tolerance of all 2-D comparisons.
-inline constexpr double GEOM_EPSILON = 1e-10;
+inline constexpr double GEOM_EPSILON = q32::kEpsilon;
 /// A parameter lies on a segment strictly between these two, so that a hit on an end counts.
-inline constexpr double GEOM_PARAM_LOW = -1e-10;
+inline constexpr double GEOM_PARAM_LOW = -GEOM_EPSILON;
 inline constexpr double GEOM_PARAM_HIGH = 1.0000000001;
-/// Above it a curve evaluates as its last point; at or above it a root is no inner hit any more.
+/// Above it a curve evaluates to its last point; at or above it a root is no longer an inner hit.
 inline constexpr double GEOM_PARAM_ALMOST_ONE = 0.9999999999;
 /// Four times the arctangent of 1. All conversions between degrees and radians use it.
 inline constexpr double GEOM_PI = std::numbers::pi;
@@ -33,12 +35,12 @@ inline bool fnIsSame(double a, double b) {
 inline bool fnIsDifferent(double a, double b) {
     return std::fabs(a - b) > GEOM_EPSILON;
 }
-/// Refuses only an ordered value outside the range: not-a-number, which collinear and zero-length
+/// False only for an ordered value outside the range: not-a-number, which collinear and zero-length
 /// segments give, counts as a hit, deliberately.
 inline bool fnIsOnSegment(double parameter) {
     return !(parameter <= GEOM_PARAM_LOW) && !(parameter >= GEOM_PARAM_HIGH);
 }
-/// Radians to degrees: multiplied first, divided after.
+/// Radians to degrees: the product first, then the quotient.
 inline double fnDegrees(double radians) {
     return radians * 180.0 / GEOM_PI;
 }
@@ -46,7 +48,7 @@ inline double fnDegrees(double radians) {
 inline double fnRadians(double degrees) {
     return GEOM_PI * degrees * 0.005555555555555556;
 }
-/// Truncates toward zero to 32 bits. What lies beyond them is cut to them; not-a-number gives 0.
+/// Truncates toward zero and clamps to 32 bits; not-a-number gives 0.
 inline std::int32_t fnTruncate(double value) {
     if (value >= 2147483647.0)
         return std::numeric_limits<std::int32_t>::max();

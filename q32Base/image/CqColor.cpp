@@ -1,7 +1,8 @@
 #include "q32Base/image/CqColor.h"
 
 #include "q32Base/framework/CArchive.h"
-#include "q32Base/kernels/Hsb.h"
+#include "q32Base/kernels/Epsilon.h"
+#include "q32Base/kernels/Hsb_p.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,7 +11,7 @@ static_assert(HSB_UNDEFINED_HUE == q32::kUndefinedHue);
 
 namespace {
 
-/// What one television standard allows, and how it forms its signal.
+/// The limits of one television standard and the coefficients of its signal.
 struct VideoLimits {
     double m_dGamma;
     double m_dChroma;
@@ -37,14 +38,14 @@ double fnWeigh(const double (&weights)[3], double r, double g, double b) {
     return weights[0] * r + weights[1] * g + weights[2] * b;
 }
 
-/// Whether a value reaches a limit by more than the tolerance.
+/// Whether a value exceeds a limit by more than the tolerance.
 bool fnExceeds(double value, double limit) {
-    return value >= limit && value - limit >= 1e-10;
+    return value >= limit && value - limit >= q32::kEpsilon;
 }
 
 unsigned char fnScale(unsigned char channel, double factor) {
     const double scaled = channel * factor;
-    if (!(scaled > 0.0)) // not-a-number, which 0 times infinity is, counts as 0 too
+    if (!(scaled > 0.0)) // not-a-number, such as 0 times infinity, counts as 0 too
         return 0;
     return scaled >= 255.0 ? 255 : static_cast<unsigned char>(scaled);
 }

@@ -10,8 +10,8 @@ inline constexpr int HSB_UNDEFINED_HUE = 32767;
 
 /// The library's one colour value: eight bits each of alpha, red, green and blue.
 ///
-/// The four bytes stand next to each other, alpha first. `operator==` between two colours counts
-/// alpha, while `fnIsEqual(other, false)` and the comparison with an RGBQUAD don't.
+/// The four bytes are adjacent, alpha first. `operator==` between two colours counts alpha, while
+/// `fnIsEqual(other, false)` and the comparison with an RGBQUAD don't.
 class Q32_API CqColor {
 public:
     enum VIDEO_TYPE : int { VIDEO_PAL = 0, VIDEO_NTSC = 1 };
@@ -39,7 +39,7 @@ public:
               static_cast<BYTE>(packed >> 16), 255);
     }
 
-    /// Red in bits 0 to 7, green in bits 8 to 15, blue in bits 16 to 23; alpha is not part of it.
+    /// Red in bits 0 to 7, green in bits 8 to 15, blue in bits 16 to 23; alpha is left out.
     operator unsigned long() const {
         return m_Red | static_cast<unsigned long>(m_Green) << 8 |
                static_cast<unsigned long>(m_Blue) << 16;
@@ -57,25 +57,25 @@ public:
                (!compareAlpha || m_Alpha == other.m_Alpha);
     }
 
-    /// A copy with red, green and blue multiplied by `factor`, truncated and cut to 0 to 255; a
+    /// A copy with red, green and blue multiplied by `factor`, truncated and clamped to 0 to 255; a
     /// negative factor counts as 0. Alpha stays.
     CqColor operator*(double factor);
     void operator*=(double factor);
 
-    /// Sets red, green and blue from hue (degrees), saturation and brightness (0 to 255). Nothing
-    /// is refused: results wrap at eight bits. The undefined hue gives the grey of that brightness.
-    /// Alpha stays.
+    /// Sets red, green and blue from hue (degrees), saturation and brightness (0 to 255). Any
+    /// values are accepted: results wrap at eight bits. The undefined hue gives the grey of that
+    /// brightness. Alpha stays.
     void fnAssignFromHSB(int hue, int saturation, int brightness);
     /// Hue in degrees, 0 to 360 inclusive, or HSB_UNDEFINED_HUE; saturation and brightness 0 to
     /// 255.
     void fnConvertToHSB(int& hue, int& saturation, int& brightness) const;
 
-    /// Darkens the colour, with its proportions kept, if a composite television signal couldn't
-    /// carry it. True when it was safe already. Uses the YIQ (NTSC) or YUV (PAL, every other value)
+    /// Darkens the colour, keeping its proportions, if a composite television signal couldn't carry
+    /// it. Returns true if it was safe already. Uses the YIQ (NTSC) or YUV (PAL, every other value)
     /// transform with four-digit weights.
     bool fnEnsureVideoSafe(VIDEO_TYPE type);
 
-    /// Four bytes: alpha, red, green, blue. The archive's failures pass through.
+    /// Saves or loads four bytes: alpha, red, green, blue. The archive's exceptions pass through.
     virtual void fnSerialize(CArchive& archive);
 
     unsigned char m_Alpha = 255;

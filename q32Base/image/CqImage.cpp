@@ -2,8 +2,8 @@
 
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
-#include "q32Base/image/PixelBytes.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/image/PixelBytes_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>
@@ -132,7 +132,7 @@ void CqImage::fnAlloc(unsigned int width, unsigned int height, unsigned int bitC
     fnAlloc(width, height, bitCount, table.get(), count);
 }
 
-// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): wanted, as the declaration tells
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): deliberate, see the declaration
 CqImage& CqImage::operator=(CqImage& other) {
     assert(other.TileMap);
     const CqTileMap& source = *other.TileMap;

@@ -1,9 +1,9 @@
 #include "q32Base/image/CqImageLine.h"
 
 #include "q32Base/framework/Memory.h"
-#include "q32Base/image/PixelBytes.h"
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/image/PixelBytes_p.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
 #include <cassert>
@@ -11,10 +11,10 @@
 
 namespace {
 
-/// Bytes behind a row that a 4-bit fill from the last, odd pixel may touch.
+/// Bytes after a row that a 4-bit fill from the last, odd pixel may touch.
 constexpr std::size_t kSlack = 4;
 
-/// Column or row of tiles that a position lies in.
+/// Column or row of tiles that contains a position.
 std::uint32_t fnTileOf(std::int32_t position, std::uint32_t tiles, std::uint32_t size) {
     return tiles == 1 ? 0u : static_cast<std::uint32_t>(position / static_cast<std::int32_t>(size));
 }
@@ -29,7 +29,7 @@ void CqImageLine::fnMakeBuffer() {
     if (LineBuffer)
         return;
     std::size_t bytes = std::size_t{RowBytes} + kSlack;
-    if (BitCount == 4) // drawing takes each byte for a pixel, and so reads behind the row
+    if (BitCount == 4) // drawing reads each byte as a pixel, and so beyond the row
         bytes = std::max<std::size_t>(bytes, Width);
     LineBuffer = q32::fnNewArray<unsigned char>(bytes);
     std::memset(LineBuffer + RowBytes, 0, bytes - RowBytes);
@@ -87,7 +87,7 @@ void CqImageLine::fnReverseLine() {
 }
 
 void CqImageLine::fnReversePixel(int start, unsigned int count) {
-    // A row of other depths than 24 and 32 bits is taken for one of 32, as far as its bytes go.
+    // A row of any other depth than 24 bits is treated as 32-bit pixels, as far as its bytes go.
     const std::uint32_t bytes = BitCount == 24 ? 3 : 4;
     const auto first = static_cast<std::uint32_t>(start);
     const std::uint32_t pixels = RowBytes / bytes;
@@ -107,7 +107,7 @@ void CqImageLine::fnReversePixel(bool swapOnly, bool toMap) {
     convert(LineBuffer, LineBuffer, std::min(Width >> 1, RowBytes >> 1));
 }
 
-/// Where the byte of a pixel stands in the buffer.
+/// Offset of a pixel's byte in the buffer.
 std::size_t CqImageLine::fnOffset(int x) const {
     return (static_cast<std::size_t>(static_cast<unsigned int>(x)) * BitCount) >> 3;
 }
@@ -131,7 +131,7 @@ void CqImageLine::fnStartSegment(int x) {
     SegPixel += (static_cast<std::size_t>(x - SegLeft) * BitCount + 7) >> 3;
 }
 
-/// Stands on the first pixel of the row in the tile `SegTile`, whose left edge `SegLeft` tells.
+/// Moves to the first pixel of the row in the tile `SegTile`, whose left edge is `SegLeft`.
 void CqImageLine::fnEnterTile(std::uint32_t column) {
     const std::uint32_t width = TileMap->fnColumnWidth(column);
     SegEnd = SegLeft + static_cast<std::int32_t>(width);
@@ -186,7 +186,7 @@ void CqTileMap::fnAccessLine(std::uint32_t row, CqImageLine* line, bool readOnly
     }
     if (line->Claim) {
         const CSingleLock lock(LineLock);
-        line->Claim = false; // a failure in the list leaves no claim that isn't held
+        line->Claim = false; // until the list holds it: AddTail may fail
         LockedLines.AddTail(row);
         line->Claim = true;
     }

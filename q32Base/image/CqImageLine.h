@@ -9,11 +9,11 @@
 class CDC;
 class CqTileMap;
 
-/// A whole image row as one piece of memory, although it lies cut up over a row of tiles. It lives
-/// on the stack and is placed with `CqImage::fnAccessLine`.
+/// An image row as one piece of memory, although it is spread over a row of tiles. It lives on the
+/// stack and is placed with `CqImage::fnAccessLine`.
 ///
 /// Buffered, it copies the row into `LineBuffer`; opened for writing, it copies it back when it
-/// moves on or goes. Memoryless, it holds no buffer: the caller walks the row with
+/// moves on or is destroyed. Memoryless, it has no buffer: the caller walks the row with
 /// `fnStartSegment`, `fnSetPixel` and `fnNextPixel`.
 ///
 ///     CqImageLine line;
@@ -24,8 +24,8 @@ class CqTileMap;
 ///
 /// With a claim, the row is marked as in use; see CqImageTile.
 ///
-/// An accessor must let go, by `fnUnAssociate`, before it changes to another image: a row that it
-/// has changed would be written there, and the buffer is as long as the first image's row.
+/// Call `fnUnAssociate` before moving an accessor to another image: otherwise a changed row is
+/// written to that image, and the buffer keeps the length of the first image's row.
 class Q32_API CqImageLine {
 public:
     explicit CqImageLine(bool memoryless = false, bool claim = false)
@@ -38,30 +38,29 @@ public:
     /// Address of the pixel at `SegX`.
     unsigned char* fnGetPixel() { return SegPixel; }
 
-    /// Writes the buffer back into the tiles, if the accessor stands on a row; `ReadOnly` isn't
-    /// looked at.
+    /// Writes the buffer back into the tiles, if the accessor is on a row, whatever `ReadOnly` is.
     void fnFlush();
-    /// Lets go: writes back unless read-only, frees the buffer, gives the claim back.
+    /// Releases the row: writes it back unless read-only, frees the buffer, releases the claim.
     void fnUnAssociate();
 
     /// Sets pixels of the buffer. `start` and `count` must lie inside the row. At 4 bits a fill
-    /// from an odd pixel begins one pixel late, and `count / 2` whole bytes are set, then a high
-    /// nibble if `count` is odd.
+    /// from an odd pixel begins one pixel late, deliberately, and sets `count / 2` bytes, then a
+    /// high nibble if `count` is odd.
     void fnFillColor(const CqColor& color, unsigned int start, unsigned int count);
-    /// Mirrors the buffer. 4-bit rows are left alone.
+    /// Mirrors the buffer. 4-bit rows are left unchanged.
     void fnReverseLine();
-    /// Swaps the first and third byte of 24-bit pixels, or all four bytes of 32-bit ones; `count`
-    /// with all bits set means up to the end of the row.
+    /// Swaps the first and third byte of 24-bit pixels, or reverses the four bytes of 32-bit ones;
+    /// a `count` with all bits set means up to the end of the row.
     void fnReversePixel(int start, unsigned int count);
     /// Converts the first half of a 16-bit row, `Width >> 1` pixels; the second half stays as it
     /// is, deliberately.
-    /// @param swapOnly  just swap the two bytes
+    /// @param swapOnly  only swap the two bytes
     /// @param toMap     otherwise: widen 5-5-5 low byte first to 5-6-5 high byte first; false: the
-    /// way back
+    ///                  inverse
     void fnReversePixel(bool swapOnly, bool toMap);
 
     /// Read and write a pixel of the buffer, two 4-bit pixels to a byte. The 16-bit forms are those
-    /// of CqImage, with their oddities.
+    /// of CqImage::fnGetPixelColor and fnSetPixelColor.
     CqColor fnGetPixelColor(int x) const;
     void fnSetPixelColor(int x, const CqColor& color);
 
@@ -70,11 +69,11 @@ public:
     /// Writes at `SegPixel` and moves on.
     void fnSetPixel(unsigned char red, unsigned char green, unsigned char blue,
                     unsigned char alpha);
-    /// Moves on; past the last pixel, `SegPixel` stays where it is.
+    /// Moves on by one pixel; past the last pixel of the row, `SegPixel` stays where it is.
     void fnNextPixel();
 
-    /// Shows `count` pixels of the buffer from `sourceX` on at (x, y). The last argument has no
-    /// effect. False when a buffer can't be had or the platform call fails.
+    /// Draws `count` pixels of the buffer, from `sourceX` on, at (x, y). The last argument has no
+    /// effect. False when a buffer can't be allocated or the platform call fails.
     bool fnDraw(CDC* dc, int x, int y, int count, int sourceX, bool flag);
 
     std::int32_t Row = -1; ///< -1 when free
@@ -88,17 +87,17 @@ public:
     bool Memoryless = false;
     bool Claim = false;
     bool ReadOnly = true;
-    std::int32_t SegX = 0;
-    std::uint32_t SegTile = 0;
-    std::int32_t SegLeft = 0;
-    std::int32_t SegTop = 0;
-    std::int32_t SegEnd = 0;
-    unsigned char* SegPixel = nullptr;
+    std::int32_t SegX = 0;             ///< column of the walk
+    std::uint32_t SegTile = 0;         ///< index of the tile that contains it
+    std::int32_t SegLeft = 0;          ///< the tile's left edge, in image pixels
+    std::int32_t SegTop = 0;           ///< the tile's top edge
+    std::int32_t SegEnd = 0;           ///< the column after the tile
+    unsigned char* SegPixel = nullptr; ///< the walk's pixel in the tile
 
 protected:
     friend class CqTileMap;
 
-    /// Fetches a row; nothing happens if the accessor stands there. Writes the old row back first,
+    /// Fetches a row; does nothing if the accessor is already on it. Writes the old row back first,
     /// unless it was read-only.
     void fnSetup(unsigned int row, bool readOnly);
     /// Convert `count` pixels of the buffer from `sourceX` on to 8, 24 or 32 device bits.
@@ -107,7 +106,7 @@ protected:
     void fnBlt32(unsigned char* target, int sourceX, int count);
 
 private:
-    void fnMakeBuffer();
-    std::size_t fnOffset(int x) const;
-    void fnEnterTile(std::uint32_t column);
+    Q32_LOCAL void fnMakeBuffer();
+    Q32_LOCAL std::size_t fnOffset(int x) const;
+    Q32_LOCAL void fnEnterTile(std::uint32_t column);
 };

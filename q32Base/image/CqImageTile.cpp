@@ -1,6 +1,6 @@
 #include "q32Base/image/CqImageTile.h"
 
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 #include <cstring>
 
@@ -47,7 +47,7 @@ void CqTileMap::fnAccessTile(std::uint32_t index, CqImageTile* tile) {
 }
 
 void CqTileMap::fnAccessTile(CPoint& position, CqImageTile* tile) {
-    // Every map of several tiles has tiles of 128 in the direction that is divided.
+    // Tiles are 128 pixels long in every direction that has several.
     const auto column = TilesAcross == 1 ? 0u : static_cast<std::uint32_t>(position.x >> 7);
     const auto row = TilesDown == 1 ? 0u : static_cast<std::uint32_t>(position.y >> 7);
     fnAccessTile(TilesAcross * row + column, tile);

@@ -8,13 +8,13 @@
 class CDC;
 class CqTileMap;
 
-/// A window on one tile of an image: a rectangle and the address of its bytes, which stay where
-/// they are. It lives on the stack and is placed with `CqImage::fnAccessTile`; moving it on is the
-/// same call with another index.
+/// A window on one tile of an image: its rectangle and the address of its bytes, which aren't
+/// copied. It lives on the stack and is placed with `CqImage::fnAccessTile`; the same call with
+/// another index moves it.
 ///
-/// With a claim, the tile is marked as in use for as long as the accessor stands on it. A claim is
+/// With a claim, the tile is marked as in use for as long as the accessor is on it. A claim is
 /// advisory: an accessor that finds the tile claimed drops its own claim for good and works all the
-/// same. The accessor must be gone, or without a claim, before the image changes its storage.
+/// same. Destroy the accessor before the image changes its storage, unless it holds no claim.
 class Q32_API CqImageTile {
 public:
     explicit CqImageTile(bool claim = false) : Claim(claim) {}
@@ -23,14 +23,14 @@ public:
     CqImageTile& operator=(const CqImageTile&) = delete;
 
     /// Copies `Size` bytes of this tile's size from the source's pixels. Neither depth nor size is
-    /// compared: both images must have the same geometry.
+    /// checked: both images must have the same geometry.
     void fnCopy(CqImageTile& source);
 
-    /// Draws the tile at the place that the image's last `fnDrawInit` set; a null `dc` draws on
-    /// that call's window. True also for a tile that lies outside of what is shown.
+    /// Draws the tile at the position set by the image's last `fnDrawInit`; a null `dc` draws in
+    /// that call's window. Also true for a tile outside the visible part.
     bool fnDraw(CDC* dc);
     /// Draws the part of the scaled tile that begins at (x, y) of the scaled image into `rect`.
-    /// False when a buffer can't be had or the platform refuses.
+    /// False when a buffer can't be allocated or the platform call fails.
     bool fnDraw(CDC* dc, const CRect& rect, int x, int y, bool background);
 
     std::int32_t Index = -1; ///< -1 when free
@@ -51,12 +51,12 @@ public:
 protected:
     /// Stage a part of the scaled tile, which begins at (x, y) of the scaled image, in the map's
     /// scratch buffer: rows from the top without padding, 4-bit pixels as one index a byte.
-    /// Fitting stages nothing, deliberately: what the buffer held before is shown.
+    /// fnDrawFit stages nothing, deliberately: the buffer's previous contents are shown.
     void fnDrawFit(unsigned int factor, int x, int y, int width, int height);
-    /// Pixel repetition; the factor is 1 or more. A 4-bit source pixel under x must be even.
+    /// Pixel repetition; the factor is 1 or more. At 4 bits the source pixel at x must be even.
     void fnDrawInflate(unsigned int factor, int x, int y, int width, int height);
-    /// Nearest sample: pixel (i, j) is source pixel (i x factor, j x factor), or the tile's first
-    /// column or row where that lies left of it or above.
+    /// Nearest neighbour: pixel (i, j) is source pixel (i x factor, j x factor), or the tile's
+    /// first column or row if that lies left of the tile or above it.
     void fnDrawShrink(unsigned int factor, int x, int y, int width, int height);
     /// Convert the staged pixels into rows of a device bitmap. The first row goes to `target`, and
     /// each further one `stride` bytes lower in memory.
@@ -65,5 +65,5 @@ protected:
     void fnBlt32(unsigned char* target, unsigned int stride, int width, int height);
 
 private:
-    bool fnDrawBand(CDC* dc, const CPoint& place, int x, int y, int width, int height);
+    Q32_LOCAL bool fnDrawBand(CDC* dc, const CPoint& place, int x, int y, int width, int height);
 };

@@ -1,7 +1,7 @@
 #include "q32Base/image/CqMask.h"
 
 #include "q32Base/framework/Memory.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 const CRuntimeClass CqMask::classCqMask = {"CqMask", sizeof(CqMask), 0xFFFF, nullptr,
                                            &CqImage::classCqImage};
@@ -10,7 +10,7 @@ CqMask::CqMask(unsigned int width, unsigned int height) {
     fnAlloc(width, height);
 }
 
-// The base begins empty, since the assignment copies; the compiler wants to be told so.
+// The base starts empty, since the assignment copies.
 // NOLINTNEXTLINE(bugprone-copy-constructor-init,readability-redundant-member-init)
 CqMask::CqMask(CqMask& other) : CqMask() {
     *this = other;
@@ -20,11 +20,11 @@ const CRuntimeClass* CqMask::GetRuntimeClass() const {
     return &classCqMask;
 }
 
-// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): wanted, as the declaration tells
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): deliberate, see the declaration
 CqMask& CqMask::operator=(CqMask& other) {
     if (other.TileMap) {
         fnSetBuf(q32::fnNew<CqTileMap>(other.Width, other.Height, 8, q32GreyRamp, 256));
-        if (other.BitCount < 8) // its one tile is shorter than this one's
+        if (other.BitCount < 8) // its single tile has fewer bytes than this mask's
             fnFill(CqColor(), nullptr, false);
         CqImageTile from(true);
         CqImageTile to(true);

@@ -2,11 +2,12 @@
 
 #include "q32Base/image/CqImage.h"
 
-/// A grey image of 8 bits that knows where it lies. A byte is a weight: 0 nothing, 255 all.
+/// An 8-bit grey image with a position. Each byte is a weight: 0 selects nothing, 255 everything.
 ///
-/// Masks combine by addition and subtraction: the bitmap grows or shrinks to the area that is left,
+/// Masks combine by addition and subtraction: the bitmap grows or shrinks to the resulting area,
 /// and the bound rectangle follows. Sums that overflow as signed bytes become 255, all others keep
-/// their low eight bits: 100 and 100 give 255, but 200 and 100 give 44. This is wanted.
+/// their low eight bits: 100 and 100 give 255, but 200 and 100 give 44. This is deliberate: keep
+/// weights below 128, or at 255.
 class Q32_API CqMask : public CqImage {
 public:
     static const CRuntimeClass classCqMask;
@@ -22,18 +23,19 @@ public:
 
     /// Copies bitmap and rectangle, `Title` if the source's isn't empty, `TitleFlag` and both
     /// resolutions. A source without a bitmap gives a mask without one. Assigning a mask to itself
-    /// loses its pixels, as it does for images. Raises the memory exception.
+    /// loses its pixels, deliberately, as for images. Raises the memory exception.
     CqMask& operator=(CqMask& other);
 
-    /// Makes the bitmap, its pixels not set, and places it at (0, 0). Raises the memory exception.
+    /// Allocates the bitmap, its pixels not set, and places it at (0, 0). Raises the memory
+    /// exception.
     void fnAlloc(unsigned int width, unsigned int height);
-    /// Loads a bitmap resource as it is, and places it at (0, 0); `depth` isn't looked at. A
+    /// Loads a bitmap resource without conversion and places it at (0, 0); `depth` isn't read. A
     /// failure leaves a rectangle of one pixel.
     void fnLoad(int id, unsigned int depth) override;
 
-    /// Adds another mask to this one, or takes it off. Subtraction cuts full strips off the bitmap;
-    /// a mask that is covered wholly gets an empty rectangle and keeps its bitmap. Raises the
-    /// memory exception, with this mask unchanged.
+    /// Adds another mask to this one, or subtracts it. Subtraction removes full strips at the edges
+    /// of the bitmap; a mask that is completely covered gets an empty rectangle and keeps its
+    /// bitmap. Raises the memory exception, with this mask unchanged.
     void fnMerge(CqMask& other, bool add);
     CqMask operator+(CqMask& other);
     CqMask operator-(CqMask& other);

@@ -4,15 +4,16 @@
 
 class CqMask;
 
-/// By which rule one image is laid over another. Any value but the first two counts as MERGE_ALPHA.
+/// The rule by which one image is merged into another. Any value but the first two counts as
+/// MERGE_ALPHA.
 enum MERGE_TYPE : int {
-    MERGE_KEY = 0,  ///< a key colour is left out
-    MERGE_MASK = 1, ///< a mask weighs each pixel
-    MERGE_ALPHA = 2 ///< the source's own alpha weighs each pixel
+    MERGE_KEY = 0,  ///< all pixels but those of a key colour
+    MERGE_MASK = 1, ///< a mask gives each pixel's weight
+    MERGE_ALPHA = 2 ///< the source's alpha gives each pixel's weight
 };
 
-/// The rule and what it needs. A plain value; the mask isn't owned. A colour or a mask alone will
-/// do where one is wanted.
+/// The rule and its arguments. A plain value; the mask isn't owned. A colour or a mask converts to
+/// it.
 struct CqMergeParam {
     MERGE_TYPE m_eType;
     unsigned long m_nKey =

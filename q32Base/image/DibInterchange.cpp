@@ -1,7 +1,7 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/image/DibLayout.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/image/DibLayout_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>
@@ -25,8 +25,8 @@ std::span<const unsigned char> fnBlock(const BITMAPINFOHEADER* header, std::size
     return {reinterpret_cast<const unsigned char*>(header), size};
 }
 
-/// Bytes that a block has by its own header. An RLE stream of undeclared length goes on to its end
-/// mark.
+/// Bytes of a block as its header declares them. An RLE stream of undeclared length extends to its
+/// end mark.
 std::size_t fnGetDeclaredSize(const DibLayout& layout) {
     const BITMAPINFOHEADER& header = layout.m_Header;
     if (header.biCompression == BI_RLE8)
@@ -40,12 +40,12 @@ std::size_t fnGetDeclaredSize(const DibLayout& layout) {
         std::max<std::uint64_t>(layout.m_nPixelsAt, kDibHeaderBytes + 4ull * layout.m_nColors) +
         pixels;
     const std::size_t masks = header.biCompression == BI_BITFIELDS ? kDibMaskBytes : 0;
-    // The masks are there even where they are longer than the pixels that they count as.
+    // The block holds the masks even if they are longer than the pixels that they count as.
     return static_cast<std::size_t>(std::max<std::uint64_t>(size, kDibHeaderBytes + masks));
 }
 
-/// A map of that geometry with the header's colour table, as far as the block holds it; the rest is
-/// black.
+/// A map of that geometry with the header's colour table, as far as the block holds it; the other
+/// entries are black.
 CqTileMap* fnMakeMap(const DibLayout& layout, std::span<const unsigned char> block,
                      std::uint32_t height) {
     constexpr std::uint32_t kMaxColors = 256;
@@ -55,7 +55,7 @@ CqTileMap* fnMakeMap(const DibLayout& layout, std::span<const unsigned char> blo
         AfxThrowResourceException();
     RGBQUAD table[kMaxColors] = {};
     const std::uint32_t count = std::min(layout.m_nColors, kMaxColors);
-    // Deliberately behind 40 bytes, however long the header says that it is.
+    // Deliberately read at byte 40, whatever length the header declares.
     const std::size_t there =
         std::min<std::size_t>(block.size() - kDibHeaderBytes, count * sizeof(RGBQUAD));
     std::memcpy(table, block.data() + kDibHeaderBytes, there);
@@ -98,7 +98,7 @@ void CqImage::fnLoad(int id, unsigned int depth) {
 CqImage& CqImage::operator=(BITMAPINFOHEADER* const header) {
     const auto layout = fnReadDibLayout(fnBlock(header, kDibHeaderBytes));
     const std::size_t size = fnGetDeclaredSize(*layout);
-    // A negative height stays what it is as an unsigned number: no image can have it.
+    // A negative height becomes a large unsigned number, which no image can have.
     fnSetBuf(
         fnMakeMap(*layout, fnBlock(header, size), static_cast<std::uint32_t>(header->biHeight)));
     fnTakeDib(header, size);
@@ -107,7 +107,7 @@ CqImage& CqImage::operator=(BITMAPINFOHEADER* const header) {
     return *this;
 }
 
-/// Carries the pixels over by the compression; an unknown one leaves them as they came.
+/// Copies the pixels by the compression; an unknown one leaves them as allocated.
 void CqImage::fnTakeDib(const BITMAPINFOHEADER* header, std::size_t size) {
     switch (header->biCompression) {
     case BI_RLE4:
@@ -127,8 +127,8 @@ CqImage::operator BITMAPINFOHEADER*() {
     const std::size_t head = kDibHeaderBytes + (BitCount < 9     ? sizeof(RGBQUAD) * PaletteCount
                                                 : BitCount == 16 ? kDibMaskBytes
                                                                  : 0);
-    // A 4-bit row can be longer than the stride: it spills into its neighbour, and the last one in
-    // memory over the end, into the slack.
+    // A 4-bit row can be longer than the stride: it then extends into its neighbour, and the last
+    // one in memory beyond the end, into the slack.
     constexpr std::size_t kSlack = 4;
     void* block = ::operator new(head + Height * stride + kSlack, std::nothrow);
     if (!block)
@@ -181,7 +181,7 @@ void CqImage::fnTransferDib(const BITMAPINFOHEADER* header, std::size_t size) {
         const std::uint64_t stored = layout.m_bTopDown ? y : Height - 1 - y;
         const std::uint64_t at = layout.m_nPixelsAt + stored * stride;
         if (at >= size)
-            continue; // a row that the block doesn't hold stays as it is
+            continue; // a row beyond the block stays as it is
         fnAccessLine(y, &line, false);
         std::memcpy(line.LineBuffer, block.data() + at,
                     std::min<std::size_t>(RowBytes, size - static_cast<std::size_t>(at)));

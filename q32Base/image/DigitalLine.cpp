@@ -1,7 +1,6 @@
-#include "q32Base/image/DigitalLine.h"
-
 #include "q32Base/image/CqImage.h"
-#include "q32Base/image/PixelBytes.h"
+#include "q32Base/image/DigitalLine_p.h"
+#include "q32Base/image/PixelBytes_p.h"
 
 #include <algorithm>
 #include <cstring>
@@ -10,10 +9,10 @@ namespace q32 {
 
 namespace {
 
-/// Tiles of 8 bits and more are that large wherever there are several.
+/// At 8 bits and more, tiles are this long in every direction that has several.
 constexpr std::int64_t kTileSize = CqTileMap::kMaxTileSize;
 
-/// One coordinate of a line. In 64 bits, since the ends may lie anywhere.
+/// One coordinate of a line, in 64 bits, since the ends may lie anywhere.
 struct Axis {
     std::int64_t m_nStart;
     std::int64_t m_nSize;   ///< of the image
@@ -26,17 +25,17 @@ struct Axis {
 
     std::int64_t fnAt(std::int64_t steps) const { return m_nStart + m_nStep * steps; }
     bool fnIsInside(std::int64_t at) const { return at >= 0 && at < m_nSize; }
-    /// The steps that lead to the image's edges, the nearer one first.
+    /// Steps to the first and to the last position inside the image.
     std::int64_t fnEnter() const { return m_nStep > 0 ? -m_nStart : m_nStart - m_nSize + 1; }
     std::int64_t fnLeave() const { return m_nStep > 0 ? m_nSize - 1 - m_nStart : m_nStart; }
-    /// Steps from `at` to the last place of its tile; a narrower tile is the last one anyway.
+    /// Steps from `at` to the end of its tile; only the last tile can be narrower.
     std::int64_t fnRoom(std::int64_t at) const {
         const std::int64_t inTile = at & (kTileSize - 1);
         return m_nStep > 0 ? kTileSize - 1 - inTile : inTile;
     }
 };
 
-/// Bresenham's line: each step goes along the longer axis, and along the shorter one too where the
+/// Bresenham's line: each step moves along the longer axis, and along the shorter one too if the
 /// error isn't negative.
 class Line {
 public:
@@ -49,7 +48,7 @@ public:
         : m_Major(major), m_Minor(minor), m_nSpan(std::max<std::int64_t>(major.m_nLength, 1)),
           m_nGain(2 * minor.m_nLength), m_nLoss(2 * m_nSpan) {}
 
-    /// Where the line is after some steps, without having walked them.
+    /// The state after some steps, without walking them.
     State fnAfter(std::int64_t steps) const {
         if (steps == 0)
             return {0, m_nGain - m_nSpan};
@@ -62,7 +61,7 @@ public:
         return {whole + (more ? 1 : 0), 2 * rest + m_nGain - m_nSpan - (more ? m_nLoss : 0)};
     }
 
-    /// Cuts the steps to those that lie inside the image. False when there are none.
+    /// Clips the steps to those inside the image. False when there are none.
     bool fnClip(std::int64_t& first, std::int64_t& last) const {
         first = std::max<std::int64_t>(0, m_Major.fnEnter());
         last = std::min(m_Major.m_nLength, m_Major.fnLeave());
@@ -74,12 +73,12 @@ public:
     }
 
     Axis m_Major, m_Minor;
-    std::int64_t m_nSpan; ///< along the longer axis; a single point is the first one of two
-    std::int64_t m_nGain, m_nLoss; ///< of the error, by a step along the longer, the shorter axis
+    std::int64_t m_nSpan; ///< length along the longer axis; at least 1, for a single point too
+    std::int64_t m_nGain, m_nLoss; ///< of the error, per step along the longer and the shorter axis
 
 private:
-    /// The first of the steps that has come `minor` steps along the shorter axis; `last + 1` if
-    /// none has.
+    /// The first of the steps by which the line has moved `minor` steps along the shorter axis;
+    /// `last + 1` if there is none.
     std::int64_t fnReach(std::int64_t first, std::int64_t last, std::int64_t minor) const {
         while (first <= last) {
             const std::int64_t middle = first + (last - first) / 2;
@@ -92,12 +91,11 @@ private:
     }
 };
 
-/// Steps along the shorter axis as a product, so that no point waits for the one before it. The
-/// error tells them exactly: j steps on from an error e they are the whole part of
-/// (e + loss - gain + j * gain) / loss. Both terms are kept as fractions of 2 to the 56, rounded
-/// up, which makes each too large by 1 at most; what isn't a whole number lies below the next one
-/// by 1 / loss at least. The loss is 2 to the 34 at most, so the whole part is right for more than
-/// 2 to the 21 steps.
+/// Steps along the shorter axis as a product, so that no point depends on the one before it. After
+/// j steps from an error e, their number is the integer part of (e + loss - gain + j * gain) /
+/// loss. Both terms are held as multiples of 2^-56, rounded up, so each is too large by at most 1
+/// unit; a quotient that isn't an integer lies at least 1 / loss below the next integer. The loss
+/// is at most 2^34, so the integer part is exact for more than 2^21 steps.
 class Slope {
 public:
     static constexpr unsigned kBits = 56;
@@ -108,28 +106,28 @@ public:
           m_nPlace(fnFindPlace(state.m_nError + line.m_nLoss - line.m_nGain, line)),
           m_fInverse(1.0 / static_cast<double>(m_nRise)) {}
 
-    /// How many points come before more than `room` steps along the shorter axis, if they are fewer
-    /// than a tile's side. Else a larger number.
+    /// How many points fit in `room` steps along the shorter axis, if they are fewer than a tile's
+    /// side; otherwise a larger number.
     std::int64_t fnPoints(std::int64_t room) const {
         const std::uint64_t way = (static_cast<std::uint64_t>(room + 1) << kBits) - m_nPlace;
         const double guess = static_cast<double>(way) * m_fInverse;
         if (guess > 2.0 * kTileSize)
             return 2 * kTileSize;
-        auto points = static_cast<std::uint64_t>(guess); // one too few only ends a run early
+        auto points = static_cast<std::uint64_t>(guess); // one too few merely ends a run early
         if (points * m_nRise < way)
             ++points;
         return static_cast<std::int64_t>(points);
     }
 
-    /// Moves on by some points of one tile. Returns the steps along the shorter axis.
+    /// Advances by `points` points inside one tile. Returns the steps along the shorter axis.
     std::int64_t fnMove(std::int64_t points) {
         const std::uint64_t place = m_nPlace + static_cast<std::uint64_t>(points) * m_nRise;
         m_nPlace = place & ((std::uint64_t{1} << kBits) - 1);
         return static_cast<std::int64_t>(place >> kBits);
     }
 
-    std::uint64_t m_nRise;  ///< of one step, in units of 2 to the -56; at most one whole
-    std::uint64_t m_nPlace; ///< below one whole
+    std::uint64_t m_nRise;  ///< per step, in units of 2^-56; at most 1
+    std::uint64_t m_nPlace; ///< in the same units; below 1
 
 private:
     /// Lines that begin inside the image, as most do, begin in the middle.
@@ -153,9 +151,9 @@ private:
     double m_fInverse;
 };
 
-/// Plots `points` points of one tile from `at` on, with one pixel of a fixed size. All that the
-/// loop uses is local: a byte that is stored may be any other. A function of its own, so that the
-/// loop is compiled and placed the same way whatever stands around it: a twelfth of its time.
+/// Plots `points` points of one tile, from `at` on, with a pixel of fixed size. The loop uses only
+/// local variables, since a stored byte may alias anything else. Not inlined and aligned: the
+/// surroundings of the loop otherwise change its speed by a twelfth.
 template <std::size_t Bytes>
 [[gnu::noinline, gnu::aligned(64)]] void
 fnPlotRun(unsigned char* at, const unsigned char* pixel, std::int64_t points, const Slope& slope,
@@ -248,8 +246,8 @@ void fnPlotBytes(const CqTileMap& map, const unsigned char* pixel, const Line& l
                            std::min(last, first + Slope::kMaxSteps - 1));
 }
 
-/// The one tile of a 4-bit image. An odd column lies one byte further than its pair, as it does for
-/// single pixels.
+/// Plots in the single tile of a 4-bit image. An odd column lies one byte after its pair, as in
+/// single-pixel access.
 void fnPlotNibbles(const CqTileMap& map, const unsigned char* pixel, const Line& line, bool steep,
                    std::int64_t first, std::int64_t last) {
     Line::State state = line.fnAfter(first);

@@ -1,9 +1,9 @@
 #include "q32Base/image/PixelAccess.h"
 
 #include "q32Base/image/CqImage.h"
-#include "q32Base/memory/CqTileMap.h"
-#include "q32Base/memory/TileWalk.h"
-#include "q32Base/pixels/Nibbles.h"
+#include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/memory/TileWalk_p.h"
+#include "q32Base/pixels/Nibbles_p.h"
 #include "q32Base/pixels/PixelConversion.h"
 
 #include <algorithm>
@@ -15,16 +15,16 @@ namespace {
 
 using q32::TilePiece;
 
-/// Pixels that are handed on at a time, where they aren't taken from a tile as they lie. Even, so
-/// that the pairs of a 4-bit row stay whole.
+/// Pixels converted at a time where they can't be taken directly from a tile. Even, so that no pair
+/// of a 4-bit row is split.
 constexpr std::size_t kChunk = 256;
 
-/// The depth of a map; of none, one that needs no palette.
+/// The depth of a map; for null, one that needs no palette.
 std::uint32_t fnBitsOf(const CqTileMap* map) {
     return map ? map->BitCount : 32;
 }
 
-/// Whether the rectangle lies inside the map and rows of `stride` bytes hold it.
+/// Whether the rectangle lies inside the map and its rows fit in `stride` bytes.
 bool fnIsSound(const CqTileMap& map, const CRect& rect, std::size_t stride,
                std::size_t pixelBytes) {
     return rect.left >= 0 && rect.top >= 0 && rect.left <= rect.right && rect.top <= rect.bottom &&
@@ -33,7 +33,7 @@ bool fnIsSound(const CqTileMap& map, const CRect& rect, std::size_t stride,
            stride >= pixelBytes * static_cast<std::size_t>(rect.Width());
 }
 
-/// A run as a rectangle. False when it isn't inside the map.
+/// Converts a run to a rectangle. False when it isn't inside the map.
 bool fnMakeRect(const CqTileMap& map, std::uint32_t x, std::uint32_t y, std::uint32_t count,
                 CRect& rect) {
     if (y >= map.Height || x > map.Width || count > map.Width - x)
@@ -43,9 +43,10 @@ bool fnMakeRect(const CqTileMap& map, std::uint32_t x, std::uint32_t y, std::uin
     return true;
 }
 
-/// Calls `visit(pixels, nibble, offset, count)` for the runs that together are `rect`: where a run
-/// begins, at 4 bits with 1 for the low nibble, the place of its first pixel in rows of `stride`
-/// bytes, and its pixels. Rows that follow each other in both come as one run.
+/// Calls `visit(pixels, nibble, offset, count)` for the runs that make up `rect`: the address of a
+/// run, at 4 bits with nibble 1 for the low nibble, the offset of its first pixel in rows of
+/// `stride` bytes, and its number of pixels. Rows that are contiguous on both sides are combined
+/// into one run.
 template <class Visit>
 void fnForEachRun(const CqTileMap& map, const CRect& rect, std::size_t stride,
                   std::size_t pixelBytes, const Visit& visit) {
@@ -188,6 +189,11 @@ bool CqPixelReader::fnReadRow(std::uint32_t x, std::uint32_t y, std::uint32_t co
     CRect rect;
     return m_pMap && fnMakeRect(*m_pMap, x, y, count, rect) &&
            fnRead(rect, out, count * m_nPixelBytes);
+}
+
+bool CqPixelReader::fnPick(std::uint32_t y, const std::uint32_t* columns, std::size_t count,
+                           void* out) const {
+    return fnPick(&y, 1, columns, count, out, count * m_nPixelBytes);
 }
 
 bool CqPixelReader::fnPick(const std::uint32_t* rows, std::size_t rowCount,

@@ -1,6 +1,6 @@
 #include "q32Base/image/CqImage.h"
-#include "q32Base/image/DibLayout.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/image/DibLayout_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
 #include <cstring>
@@ -12,7 +12,7 @@ class RleStream {
 public:
     RleStream(const unsigned char* bytes, std::size_t size) : m_pAt(bytes), m_nLeft(size) {}
 
-    /// Two bytes. False at the end.
+    /// Reads two bytes. False at the end.
     bool fnTakePair(unsigned char& first, unsigned char& second) {
         if (m_nLeft < 2)
             return false;
@@ -23,8 +23,8 @@ public:
         return true;
     }
 
-    /// Up to `count` bytes, of which `there` are left; with an odd count, a padding byte is
-    /// skipped.
+    /// Takes up to `count` bytes, setting `there` to how many are left; after an odd count, a
+    /// padding byte is skipped.
     const unsigned char* fnTakeBytes(std::size_t count, std::size_t& there) {
         const unsigned char* bytes = m_pAt;
         there = std::min(count, m_nLeft);
@@ -39,7 +39,7 @@ private:
     std::size_t m_nLeft;
 };
 
-/// Writes 8-bit pixels from a place on, tile by tile. What would pass the image's right edge is
+/// Writes 8-bit pixels from a position on, tile by tile. Pixels beyond the image's right edge are
 /// dropped.
 class RleWriter {
 public:
@@ -67,14 +67,14 @@ public:
         }
     }
 
-    /// Goes to the start of the next line, upwards. False above the first one.
+    /// Moves to the start of the next line, upward. False above the first one.
     bool fnEndLine() {
         m_nX = 0;
         return --m_nY >= 0 && fnPlace();
     }
 
-    /// Goes right by dx and down by dy, although the image is walked upwards. Outside the image,
-    /// nothing happens.
+    /// Moves right by dx and down by dy, deliberately, although lines advance upward. Does nothing
+    /// if that is outside the image.
     void fnMove(int dx, int dy) {
         if (m_nX + dx >= static_cast<int>(m_Image.Width) ||
             m_nY + dy >= static_cast<int>(m_Image.Height))
@@ -99,8 +99,7 @@ private:
 
 } // namespace
 
-/// The platform's run-length form of 8-bit bitmaps. Rows that the stream leaves out keep what the
-/// block holds.
+/// The run-length encoding of 8-bit bitmaps. Pixels that the stream skips stay as allocated.
 void CqImage::fnDecompressRle8(const BITMAPINFOHEADER* header, std::size_t size) {
     const std::uint64_t start = q32::fnDibPixelOffset(*header);
     if (BitCount != 8 || start >= size)

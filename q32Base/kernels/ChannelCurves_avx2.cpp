@@ -1,12 +1,12 @@
-#include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/KernelParts.h"
-#include "q32Base/kernels/SplitCurve.h"
+#include "q32Base/kernels/Avx2_p.h"
+#include "q32Base/kernels/KernelParts_p.h"
+#include "q32Base/kernels/SplitCurve_p.h"
 
 namespace q32 {
 namespace avx2 {
 namespace {
 
-// Below this, cutting the curves costs more than it saves.
+// Below this, splitting the curves costs more than it saves.
 constexpr std::size_t kShortRun = 128;
 
 class ThreeCurves {
@@ -44,8 +44,8 @@ private:
     __m256i m_Second, m_Third;
 };
 
-// Of three registers side by side, byte i holds another channel in each. So picking sorts the
-// channels, and picking again sorts them back; in between, their order doesn't matter.
+// In three consecutive registers, byte i belongs to a different channel in each. So picking
+// separates the channels, and picking again restores them; in between, their order doesn't matter.
 void fnChannelCurves24(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curves) {
     if (count >= kShortRun) {
         const ThreeCurves three(curves);
@@ -64,7 +64,7 @@ void fnChannelCurves24(std::uint8_t* pixels, std::size_t count, const std::uint8
     scalar::fnChannelCurves24(pixels, count, curves);
 }
 
-// Transposes 4 x 4 cells of 32 bits in each half of four registers. Its own reverse.
+// Transposes 4 x 4 cells of 32 bits in each half of four registers. Its own inverse.
 void fnTranspose(__m256i& a, __m256i& b, __m256i& c, __m256i& d) {
     const __m256i abLow = _mm256_unpacklo_epi32(a, b), abHigh = _mm256_unpackhi_epi32(a, b);
     const __m256i cdLow = _mm256_unpacklo_epi32(c, d), cdHigh = _mm256_unpackhi_epi32(c, d);
@@ -77,7 +77,7 @@ void fnTranspose(__m256i& a, __m256i& b, __m256i& c, __m256i& d) {
 void fnChannelCurves32(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curves) {
     if (count >= kShortRun) {
         const ThreeCurves three(curves);
-        // Four pixels become four bytes of each channel; its own reverse.
+        // Four pixels become four bytes of each channel; its own inverse.
         const __m256i byChannel =
             fnTwice(_mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15));
         for (; count >= 32; count -= 32, pixels += 128) {

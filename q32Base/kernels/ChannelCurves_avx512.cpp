@@ -1,5 +1,5 @@
-#include "q32Base/kernels/KernelParts.h"
-#include "q32Base/kernels/WholeCurve.h"
+#include "q32Base/kernels/KernelParts_p.h"
+#include "q32Base/kernels/WholeCurve_p.h"
 
 namespace q32 {
 namespace avx512 {
@@ -26,7 +26,7 @@ private:
 
 void fnChannelCurves24(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curves) {
     const ThreeCurves three(curves);
-    // 64 is one more than a multiple of 3, so each 64 bytes begin one channel later.
+    // 64 is one more than a multiple of 3, so each block of 64 bytes begins one channel later.
     constexpr __mmask64 kFirst[3] = {kEveryThird, kEveryThird << 2, kEveryThird << 1};
     std::size_t bytes = 3 * count;
     for (unsigned phase = 0; bytes != 0; phase = phase == 2 ? 0 : phase + 1) {

@@ -1,15 +1,15 @@
-#include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/KernelParts.h"
+#include "q32Base/kernels/Avx2_p.h"
+#include "q32Base/kernels/KernelParts_p.h"
 
 // The weights are integers over one denominator, each split into two bytes. Products of two entries
-// at a time are added up in 16 bits; ContribTable.cpp sees to it that none overflows, and proves
-// that the result is that of doubles.
+// at a time are summed in 16 bits; ContribTable.cpp ensures that none overflows, and proves that
+// the result equals that of doubles.
 
 namespace q32 {
 namespace avx2 {
 namespace {
 
-/// Two entries of a list: where their samples stand, and their parts side by side.
+/// Two entries of a list: the addresses of their samples, and their parts side by side.
 struct Pair {
     __m256i low;
     __m256i high;
@@ -17,7 +17,7 @@ struct Pair {
     const std::uint8_t* other;
 };
 
-/// A list's entries in pairs, ready for all samples. `addressOf` tells where entry k's samples
+/// A list's entries in pairs, broadcast for all samples. `addressOf(k)` is where entry k's samples
 /// begin.
 struct Pairs {
     std::size_t count;
@@ -31,14 +31,15 @@ struct Pairs {
             std::int16_t high;
             __builtin_memcpy(&low, list.m_pEntries[k].m_Parts, sizeof low);
             __builtin_memcpy(&high, list.m_pEntries[k].m_Parts + 2, sizeof high);
-            // A last one without a partner has a weight of 0 beside it.
+            // A last entry without a partner is paired with a weight of 0.
             at[i] = {_mm256_set1_epi16(low), _mm256_set1_epi16(high), addressOf(k),
                      addressOf(k + 1 < list.m_nCount ? k + 1 : k)};
         }
     }
 };
 
-/// Sums of 32 samples. Unpacked bytes lie in two registers: 0 to 7 and 16 to 23, and the others.
+/// Sums of 32 samples, in two registers, as unpacking leaves them: 0 to 7 and 16 to 23, and the
+/// others.
 struct Sums {
     __m256i high[2] = {_mm256_setzero_si256(), _mm256_setzero_si256()};
     __m256i low[2] = {_mm256_setzero_si256(), _mm256_setzero_si256()};
@@ -58,7 +59,7 @@ struct Sums {
     }
 };
 
-/// What converts sums to bytes.
+/// Converts sums to bytes.
 struct Divider {
     __m256i radix;
     __m256 part;

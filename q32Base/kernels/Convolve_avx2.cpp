@@ -1,8 +1,8 @@
-#include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/KernelParts.h"
+#include "q32Base/kernels/Avx2_p.h"
+#include "q32Base/kernels/KernelParts_p.h"
 
-// The weighted sums are formed in single precision first; ContribTable.cpp proves their error
-// bound. Where a sum comes that near to an integer, the sum in double decides.
+// The weighted sums are computed in single precision first; ContribTable.cpp proves their error
+// bound. Where a sum is that close to an integer, the sum in double decides.
 
 namespace q32 {
 namespace avx2 {
@@ -18,7 +18,7 @@ struct Block {
     explicit Block(__m256 all) : part{all, all, all, all} {}
 };
 
-/// Cut to bytes, in groups of four: 0 to 3, 8 to 11, 16 to 19, 24 to 27, 4 to 7, and so on.
+/// Truncates to bytes, in groups of four: 0 to 3, 8 to 11, 16 to 19, 24 to 27, 4 to 7, and so on.
 inline __m256i fnCut(const Block& sums) {
     const __m256i low =
         _mm256_packs_epi32(_mm256_cvttps_epi32(sums.part[0]), _mm256_cvttps_epi32(sums.part[1]));
@@ -31,14 +31,14 @@ inline __m256i fnInOrder(__m256i groups) {
     return _mm256_permutevar8x32_epi32(groups, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
 }
 
-/// Where the samples of entry k stand: in a row of its own.
+/// The samples of entry k are in a row of their own.
 struct RowsByAddress {
     static constexpr bool kHasRuns = false;
     const float* const* rows;
     const float* operator()(std::int32_t k) const { return rows[k]; }
 
-    /// All ones in those of 32 bytes whose samples are equal in all rows; the equal values go to
-    /// `value`.
+    /// All ones in those of 32 bytes whose samples are equal in all rows; `value` receives the
+    /// equal values.
     __m256i fnEqual(const ContribList& list, std::size_t at, __m256i& value) const {
         const Block first(rows[0] + at);
         Block equal(_mm256_castsi256_ps(_mm256_set1_epi32(-1)));
@@ -58,7 +58,7 @@ struct RowsByAddress {
     }
 };
 
-/// In lanes, by pixel.
+/// The samples of entry k are in lanes, at its pixel.
 struct RowsByPixel {
     static constexpr bool kHasRuns = true;
     const FloatLanes& lanes;
@@ -69,7 +69,7 @@ struct RowsByPixel {
     }
     const float* operator()(std::int32_t k) const { return lanes.m_pSamples + fnPlace(k); }
 
-    /// The runs tell of entries that go up pixel by pixel, as all do but those at the edges.
+    /// The runs apply to entries whose pixels are consecutive, as all are except at the edges.
     __m256i fnEqual(const ContribList& list, std::size_t at, __m256i& value) const {
         const std::int32_t steps = list.m_nCount - 1;
         if (steps > 255 || entries[steps].m_nPixel - entries[0].m_nPixel != steps)
@@ -80,7 +80,7 @@ struct RowsByPixel {
     }
 };
 
-/// The bytes of four sums in double side by side.
+/// Stores the bytes of four adjacent sums in double.
 template <class Rows>
 inline void fnExactFour(const Rows& rows, const ContribList& list, std::size_t at,
                         std::uint8_t* target) {
@@ -98,14 +98,14 @@ inline void fnExactFour(const Rows& rows, const ContribList& list, std::size_t a
     __builtin_memcpy(target, &bytes, sizeof bytes);
 }
 
-/// What equal samples of such values yield.
+/// The sum, as a byte, of equal samples of these values.
 inline __m256i fnFlatSum(const ContribList& list, __m256i value) {
     const __m256i most = _mm256_set1_epi8(static_cast<char>(list.m_nFlatMax));
     const __m256i stays = fnAtLeast(most, value);
     return _mm256_add_epi8(value, _mm256_xor_si256(stays, _mm256_set1_epi8(-1)));
 }
 
-/// Decides the uncertain ones of 32 bytes, which already stand in the target.
+/// Recomputes the uncertain ones of 32 bytes that are already in the target.
 template <class Rows>
 __attribute__((noinline)) void fnSettle(const Rows& rows, const ContribList& list, std::size_t at,
                                         std::uint8_t* target, __m256i uncertain) {
@@ -150,7 +150,7 @@ inline void fnFinish(const Rows& rows, const ContribList& list, std::size_t at,
         fnSettle(rows, list, at, target, _mm256_xor_si256(certain, ones));
 }
 
-/// kBlocks times 32 samples. Several at once: one alone waits for each of its additions.
+/// Convolves kBlocks times 32 samples. Several blocks at once hide the latency of the additions.
 template <int kBlocks, class Rows>
 inline void fnConvolveBlocks(const Rows& rows, const ContribList& list, std::size_t at,
                              std::uint8_t* target) {
@@ -251,8 +251,9 @@ void fnReadLanes(const std::uint8_t* lanes, float* samples, std::uint8_t* runs, 
     }
 }
 
-/// Transposes the 16 x 16 bytes in each half. Riffling the first eight rows with the last eight
-/// moves every bit of a byte's place (row, column) up by one; four times swaps row and column.
+/// Transposes the 16 x 16 bytes in each half. Interleaving the first eight rows with the last eight
+/// moves every bit of a byte's position (row, column) up by one; doing so four times swaps row and
+/// column.
 inline void fnTranspose(__m256i (&rows)[16]) {
 #pragma GCC unroll 4
     for (int step = 0; step < 4; ++step) {

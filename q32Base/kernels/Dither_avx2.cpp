@@ -1,5 +1,5 @@
-#include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/KernelParts.h"
+#include "q32Base/kernels/Avx2_p.h"
+#include "q32Base/kernels/KernelParts_p.h"
 
 #include <cstring>
 
@@ -7,18 +7,18 @@ namespace q32 {
 namespace avx2 {
 namespace {
 
-// The palette index without a division.
+// Computes the palette index without a division.
 //
-// A component c = 51 q + r has level q, plus 1 if r >= t. Put c in two cases:
+// A component c = 51 q + r has level q, plus 1 if r >= t. There are two cases:
 //   c <  t: the level is 0, since then q = 0 and r < t.
 //   c >= t: the level is (c - t) / 51 + 1, since c - t = 51 q + (r - t), and r - t lies between
 //           -50 and 50: the quotient is q for r >= t and q - 1 below.
 // With d = c - t and its high nibble h, the quotient is 16 h / 51, plus 1 if d has reached the next
-// multiple of 51. No nibble's range holds two such multiples, so two look-ups by h decide:
-// the next multiple, and the contribution below it.
+// multiple of 51. No nibble's range holds two such multiples, so two look-ups by h suffice: the
+// next multiple, and the contribution below it.
 //
-// d = 255 means c = 255 and t = 0, the one way to level 6, which adds nothing: it is alone in
-// reaching the last multiple, and there the step takes the contribution back to 0.
+// d = 255 means c = 255 and t = 0, the only case of level 6, which adds nothing: only it reaches
+// the last multiple, where the step brings the contribution back to 0.
 template <int kWeight>
 struct LevelTables {
     alignas(16) std::uint8_t nextMultiple[16];
@@ -57,14 +57,14 @@ struct Planes {
     __m256i red, green, blue;
 };
 
-// The pixels may come in any order that keeps each group of eight together.
+// The pixels may be in any order that keeps each group of eight together.
 __m256i fnIndices(const Planes& pixels, __m256i thresholds) {
     return _mm256_add_epi8(_mm256_add_epi8(fnContribution<36>(pixels.red, thresholds),
                                            fnContribution<6>(pixels.green, thresholds)),
                            fnContribution<1>(pixels.blue, thresholds));
 }
 
-// The row of eight thresholds, rotated to begin at x, again and again.
+// The row of eight thresholds, rotated to begin at x and repeated.
 __m256i fnThresholds(const std::uint8_t* thresholds, int x, int y) {
     std::uint64_t row;
     std::memcpy(&row, thresholds + (static_cast<unsigned>(y) & 7) * 8, 8);
@@ -73,7 +73,7 @@ __m256i fnThresholds(const std::uint8_t* thresholds, int x, int y) {
     return _mm256_set1_epi64x(static_cast<long long>(rotated));
 }
 
-// From groups of 4 reds, 4 greens, 4 blues: in a half, the four groups of 16 pixels.
+// Collects groups of 4 reds, 4 greens, 4 blues; each half has the four groups of 16 pixels.
 Planes fnPlanes(__m256i a, __m256i b, __m256i c, __m256i d) {
     const __m256i redGreenAb = _mm256_unpacklo_epi32(a, b);
     const __m256i redGreenCd = _mm256_unpacklo_epi32(c, d);
@@ -83,14 +83,14 @@ Planes fnPlanes(__m256i a, __m256i b, __m256i c, __m256i d) {
             _mm256_unpackhi_epi64(redGreenAb, redGreenCd), _mm256_unpacklo_epi64(blueAb, blueCd)};
 }
 
-// The formats of a source: fnPlanesOf reads 32 pixels, and not a byte more.
+// The source formats. fnPlanesOf reads 32 pixels and no byte more.
 struct Rgb24 {
     static constexpr std::size_t kBytes = 3;
     static __m256i fnIndices(__m256i indices) { return indices; }
 
     static Planes fnPlanesOf(const std::uint8_t* source) {
         const __m128i first = _mm_setr_epi8(0, 3, 6, 9, 1, 4, 7, 10, 2, 5, 8, 11, -1, -1, -1, -1);
-        // The last group's load begins 4 bytes early, so as not to pass the end.
+        // The last group's load begins 4 bytes early, so as not to read past the end.
         const __m128i last =
             _mm_setr_epi8(4, 7, 10, 13, 5, 8, 11, 14, 6, 9, 12, 15, -1, -1, -1, -1);
         const __m256i order = fnTwice(first);
@@ -150,7 +150,7 @@ void fnDither(const std::uint8_t* source, std::uint8_t* target, std::size_t coun
     for (; count >= 32; count -= 32, source += 32 * Format::kBytes, target += 32)
         fnStore(target, indices(source));
     if (count != 0) {
-        // The rest goes through a block of its own: much faster than by single pixels.
+        // The rest goes through a padded block: much faster than single pixels.
         std::uint8_t block[32 * Format::kBytes] = {};
         std::memcpy(block, source, count * Format::kBytes);
         const __m256i last = indices(block);

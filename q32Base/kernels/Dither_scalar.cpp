@@ -1,5 +1,5 @@
-#include "q32Base/kernels/KernelParts.h"
-#include "q32Base/kernels/Rgb565.h"
+#include "q32Base/kernels/KernelParts_p.h"
+#include "q32Base/kernels/Rgb565_p.h"
 
 namespace q32 {
 namespace scalar {

@@ -1,11 +1,11 @@
-#include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/KernelParts.h"
+#include "q32Base/kernels/Avx2_p.h"
+#include "q32Base/kernels/KernelParts_p.h"
 
 namespace q32 {
 namespace avx2 {
 namespace {
 
-// A run of this many bytes and more is written past the caches: it would push all else out of the
+// A run of at least this many bytes bypasses the caches: it would evict everything else from the
 // nearer ones, and its lines needn't be read first.
 constexpr std::size_t kStreamBytes = std::size_t{1} << 20;
 
@@ -19,7 +19,7 @@ struct Remainders {
     std::uint8_t m_Values[32 + Bytes] = {};
 };
 
-// A pixel repeated without end.
+// A pixel repeated endlessly.
 template <std::size_t Bytes>
 class Pattern {
 public:
@@ -30,7 +30,7 @@ public:
         m_Pixel = _mm256_set1_epi32(static_cast<int>(value));
     }
 
-    // 32 bytes of it, `phase` bytes behind a pixel's first.
+    // 32 bytes of it, starting `phase` bytes into a pixel.
     __m256i fnFrom(std::size_t phase) const {
         return _mm256_shuffle_epi8(m_Pixel, fnLoad(kRemainders.m_Values + phase % Bytes));
     }
@@ -40,7 +40,7 @@ private:
     __m256i m_Pixel;
 };
 
-// Three registers hold whole pixels of every size.
+// Three registers hold an integral number of pixels of every size.
 constexpr std::size_t kPeriod = 96;
 
 template <std::size_t Bytes>

@@ -1,11 +1,11 @@
-#include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/KernelParts.h"
+#include "q32Base/kernels/Avx2_p.h"
+#include "q32Base/kernels/KernelParts_p.h"
 
 namespace q32 {
 namespace avx2 {
 namespace {
 
-// All numbers here are below 2^24, so that a quotient of floats, cut, is the quotient of integers.
+// All numbers here are below 2^24, so a truncated quotient of floats is the integer quotient.
 __m256i fnDivide(__m256i a, __m256i b) {
     return _mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(a), _mm256_cvtepi32_ps(b)));
 }
@@ -15,7 +15,7 @@ __m256i fnDivideBy255(__m256i a) {
     return _mm256_srli_epi32(_mm256_mullo_epi32(a, _mm256_set1_epi32(0x8081)), 23);
 }
 
-// a / 60, cut toward zero, for magnitudes up to 65535.
+// a / 60, truncated toward zero, for magnitudes up to 65535.
 __m256i fnDivideBy60(__m256i a) {
     const __m256i quotient =
         _mm256_srli_epi32(_mm256_mullo_epi32(_mm256_abs_epi32(a), _mm256_set1_epi32(34953)), 21);
@@ -27,7 +27,7 @@ __m256i fnChoose(__m256i mask, __m256i a, __m256i b) {
     return _mm256_blendv_epi8(b, a, mask);
 }
 
-// Eight pixels at a time, a channel in each 32 bits.
+// Shifts eight pixels at a time, with each channel in 32 bits.
 class HueShifter {
 public:
     explicit HueShifter(const HueShift& shift)
@@ -44,7 +44,7 @@ public:
 
         const __m256i hue = fnHue(red, green, blue, redOrBlue, high, low, divisor);
         const __m256i greys = _mm256_cmpeq_epi32(delta, _mm256_setzero_si256());
-        // Of a grey, everything is brightness.
+        // For a grey, every channel is brightness.
         const __m256i sector =
             _mm256_andnot_si256(greys, _mm256_i32gather_epi32(m_pSectors, hue, 4));
 
@@ -101,7 +101,7 @@ private:
 
     static __m256i fnNot(__m256i mask) { return _mm256_xor_si256(mask, _mm256_set1_epi32(-1)); }
 
-    // Where a shuffle finds red, green and blue, given that it looks at the low four bits of each
+    // The shuffle control that picks red, green and blue. A shuffle uses the low four bits of each
     // byte, and yields 0 for a byte with its top bit set.
     static __m256i fnPlaces(__m256i sector) {
         const __m256i pixel = fnTwice(_mm_setr_epi32(0, 0x00040404, 0x00080808, 0x000C0C0C));

@@ -1,6 +1,6 @@
-#include "q32Base/kernels/Hsb.h"
-#include "q32Base/kernels/KernelParts.h"
-#include "q32Base/kernels/Rgb565.h"
+#include "q32Base/kernels/Hsb_p.h"
+#include "q32Base/kernels/KernelParts_p.h"
+#include "q32Base/kernels/Rgb565_p.h"
 
 #include <algorithm>
 
@@ -12,7 +12,7 @@ std::int32_t fnAddHue(std::int32_t hue, std::int32_t by) {
                                      static_cast<std::uint32_t>(by));
 }
 
-// Bytes 0, 1 and 2 are brightness, middle and low, as HueShift::m_nSectors has them.
+// Bytes 0, 1 and 2 are brightness, middle and low, as in HueShift::m_nSectors.
 constexpr std::int32_t fnTakeFrom(int red, int green, int blue, bool falling) {
     return red | green << 8 | blue << 16 | (falling ? 0x40 : 0);
 }
@@ -46,7 +46,7 @@ Rgb8 fnShift(Rgb8 color, const HueShift& shift) {
 
 } // namespace
 
-// Shifts beyond 255 are as good as 255.
+// Shifts beyond 255 have the same effect as 255.
 HueShift::HueShift(std::int32_t hue, std::int32_t saturation)
     : m_nHue(hue), m_nSaturation(std::clamp(saturation, -255, 255)) {
     for (int from = 0; from < kHues; ++from)

@@ -1,4 +1,4 @@
-#include "q32Base/kernels/KernelParts.h"
+#include "q32Base/kernels/KernelParts_p.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -24,7 +24,7 @@ bool fnProcessorHas(KernelLevel level) {
     return false;
 }
 
-// Each level replaces what it does better, and keeps the rest of the level below.
+// Each level replaces some kernels and keeps the others of the level below.
 void fnReplaceForLevel(Kernels& table, KernelLevel level) {
 #define Q32_USE_AVX2_PART(part) fnUseAvx2##part(table);
 #define Q32_USE_AVX512_PART(part) fnUseAvx512##part(table);

@@ -1,5 +1,5 @@
-#include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/KernelParts.h"
+#include "q32Base/kernels/Avx2_p.h"
+#include "q32Base/kernels/KernelParts_p.h"
 
 namespace q32 {
 namespace avx2 {
@@ -16,7 +16,8 @@ __m256i fnSubtract(__m256i a, __m256i b) {
     return _mm256_subs_epu8(a, b);
 }
 
-// The last bytes come with those before them, which have been done: 0 changes nothing there.
+// The last bytes are processed together with earlier ones that are already done: for those the
+// source is masked to 0, which changes nothing.
 template <__m256i (*Combine)(__m256i, __m256i)>
 void fnCombine(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
     std::size_t done = 0;

@@ -1,5 +1,5 @@
-#include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/KernelParts.h"
+#include "q32Base/kernels/Avx2_p.h"
+#include "q32Base/kernels/KernelParts_p.h"
 
 namespace q32 {
 namespace avx2 {
@@ -48,7 +48,8 @@ void fnMerge32Pixels(const std::uint8_t* source, std::uint8_t* target, __m256i w
                             _mm256_shuffle_epi8(weight, fnSpread(part))));
 }
 
-// A run's last pixels come with those before them, which have been done: a weight of 0 leaves them.
+// A run's last pixels are processed together with earlier ones that are already done; these get a
+// weight of 0, which leaves them unchanged.
 void fnMergeMask24(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                    const std::uint8_t* weights) {
     if (count < 32)
@@ -70,7 +71,7 @@ __m256i fnWholePixels(__m256i equalBytes) {
     return _mm256_cmpeq_epi32(_mm256_shuffle_epi8(equalBytes, four), _mm256_set1_epi32(0x00FFFFFF));
 }
 
-// The key's three bytes again and again, as they lie in each of the three registers.
+// The key's three bytes repeated, as they are aligned in each of the three registers.
 struct RepeatedKey {
     __m256i m_Parts[3];
 
@@ -106,7 +107,8 @@ void fnKey32Pixels(const std::uint8_t* source, std::uint8_t* target, const Repea
     }
 }
 
-// A merge by key twice is the same as once, so a run's last pixels come with those before them.
+// Merging by key twice gives the same as once, so a run's last pixels are processed together with
+// earlier ones that are already done.
 void fnMergeKey24(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                   const std::uint8_t* key) {
     if (count < 32)
@@ -133,7 +135,7 @@ __m256i fnWord(__m256i red, __m256i blue) {
     return _mm256_or_si256(_mm256_slli_epi16(fnRed(red), 8), _mm256_srli_epi16(blue, 3));
 }
 
-// As at 24 bits, a run's last pixels come with those before them.
+// As at 24 bits, a run's last pixels are processed together with earlier ones.
 
 void fnAll16Pixels(const std::uint8_t* source, std::uint8_t* target) {
     const __m256i pixels = fnLoad(source);

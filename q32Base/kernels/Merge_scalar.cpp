@@ -1,11 +1,11 @@
-#include "q32Base/kernels/KernelParts.h"
-#include "q32Base/kernels/Rgb565.h"
+#include "q32Base/kernels/KernelParts_p.h"
+#include "q32Base/kernels/Rgb565_p.h"
 
 namespace q32 {
 namespace scalar {
 namespace {
 
-/// For a weight that is neither 0 nor 255.
+/// The weight is neither 0 nor 255.
 std::uint8_t fnBlend(unsigned int target, unsigned int source, unsigned int weight) {
     const unsigned int sum = target * (255 - weight) + source * weight;
     return static_cast<std::uint8_t>(sum < 255 ? sum : 255);

@@ -1,5 +1,5 @@
-#include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/KernelParts.h"
+#include "q32Base/kernels/Avx2_p.h"
+#include "q32Base/kernels/KernelParts_p.h"
 
 #include <cstring>
 
@@ -9,13 +9,14 @@ namespace {
 
 constexpr char kZ = -1; // a shuffle puts a zero byte here
 
-// The palette made ready for one run: 256 entries, each in the bytes of the target, so that an
-// index needs neither a test nor a shuffle. A whole palette that is in that order already is used
-// as it is. Plain loads of single entries are faster than the gather instruction on most
+// The palette prepared for one run: 256 entries, each in the target's byte order, so that an index
+// needs neither a test nor a shuffle. A full palette that is already in that order is used
+// directly. Plain loads of single entries are faster than the gather instruction on most
 // processors.
 class Entries {
 public:
-    // `order` shuffles blue, green, red, reserved to the target's bytes; `fill` is added to all.
+    // `order` shuffles blue, green, red, reserved to the target's byte order; `fill` is added to
+    // every entry.
     Entries(const std::uint8_t* palette, std::size_t count, __m128i order, std::uint32_t fill) {
         const __m256i shuffle = fnTwice(order);
         const __m256i added = _mm256_set1_epi32(static_cast<int>(fill));
@@ -48,7 +49,7 @@ private:
     alignas(32) std::uint8_t m_Entries[1024];
 };
 
-// Below this, making the palette ready costs more than it saves.
+// Below this, preparing the palette costs more than it saves.
 constexpr std::size_t kShortRun = 64;
 
 void fnStore64(std::uint8_t* target, std::uint64_t value) {
@@ -63,7 +64,7 @@ std::uint64_t fnEntry(const std::uint8_t* entries, std::uint8_t index) {
 
 // Eight pixels a to h of three bytes fill three words:
 //   first  c c b b b a a a    second  f e e e d d d c    third  h h h g g g f f
-// (from the high byte to the low one). Yields how many pixels were done.
+// (from the high byte to the low one). Returns the number of pixels done.
 std::size_t fnLookUp24(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                        const std::uint8_t* entries) {
     const auto at = [&](std::size_t i) { return fnEntry(entries, source[i]) & 0xFFFFFF; };

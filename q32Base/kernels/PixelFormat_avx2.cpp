@@ -1,5 +1,5 @@
-#include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/KernelParts.h"
+#include "q32Base/kernels/Avx2_p.h"
+#include "q32Base/kernels/KernelParts_p.h"
 
 namespace q32 {
 namespace avx2 {
@@ -21,13 +21,14 @@ __m256i fnArgbToBgr0() {
     return fnTwice(_mm_setr_epi8(3, 2, 1, kZ, 7, 6, 5, kZ, 11, 10, 9, kZ, 15, 14, 13, kZ));
 }
 
-// Eight pixels of three bytes, four in each half: the first 12 bytes of the one, the last 12 of the
-// other, since the second load begins 4 bytes early so as not to pass the end.
+// Eight pixels of three bytes, four in each half: in the first 12 bytes of the low half and the
+// last 12 of the high half, since the second load begins 4 bytes early so as not to read past the
+// end.
 __m256i fnLoadRgb24(const std::uint8_t* source) {
     return fnLoadPair(source, source + 8);
 }
 
-// Shuffles of that.
+// Shuffles of such registers.
 __m256i fnRgbToBgr0() {
     return _mm256_setr_epi8(2, 1, 0, kZ, 5, 4, 3, kZ, 8, 7, 6, kZ, 11, 10, 9, kZ, //
                             6, 5, 4, kZ, 9, 8, 7, kZ, 12, 11, 10, kZ, 15, 14, 13, kZ);
@@ -38,12 +39,12 @@ __m256i fnRgbTo0Rgb() {
 }
 
 // 32 pixels of four bytes, in groups of four: the first half of each register has one of the groups
-// 0 to 3, the second half one of the groups 4 to 7. So both halves go the same way.
+// 0 to 3, the second half one of the groups 4 to 7. So both halves are processed alike.
 struct EightGroups {
     __m256i a, b, c, d;
 };
 
-// Turns groups into three bytes a pixel, 48 bytes for each half:
+// Converts groups to three bytes a pixel, 48 bytes for each half:
 //   bytes of a group  0..11 | 12..15 of a half and 0..7 | 8..15 and 0..3 | 4..15
 class Rgb24Writer {
 public:
@@ -65,9 +66,9 @@ private:
     __m256i m_A, m_B, m_C, m_D;
 };
 
-// Runs `step` on kPixels pixels at a time, and at the end once more on the last kPixels, whether
-// done before or not: so no single pixels are left over. Not for work in place. A run that is
-// shorter than a step is left alone, with false.
+// Runs `step` on kPixels pixels at a time, and at the end once more on the last kPixels, some of
+// which may be done already: so no single pixels remain. Not for use in place. Returns false, with
+// nothing done, for a run shorter than a step.
 template <std::size_t kPixels, std::size_t kSourceBytes, std::size_t kTargetBytes, class Step>
 bool fnInSteps(const std::uint8_t* source, std::uint8_t* target, std::size_t count, Step step) {
     if (count < kPixels)
@@ -98,8 +99,8 @@ Argb16 fnWiden565(__m256i pixels) {
     return {_mm256_unpacklo_epi16(alphaRed, greenBlue), _mm256_unpackhi_epi16(alphaRed, greenBlue)};
 }
 
-// The order is a template argument: a vector given by value to a function that isn't inlined would
-// leave the upper halves of the registers in use, and every such call would cost a hundred cycles.
+// The order is a template argument: a vector passed by value to a function that isn't inlined would
+// leave the upper halves of the registers dirty, and every such call would cost a hundred cycles.
 template <__m256i (*kOrder)()>
 bool fn565To24(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
     return fnInSteps<32, 2, 3>(
@@ -186,8 +187,8 @@ void fnArgb32ToBgra32(const std::uint8_t* source, std::uint8_t* target, std::siz
     scalar::fnArgb32ToBgra32(source, target, count);
 }
 
-// Each half takes 16 pixels, 48 bytes, as three parts of 16 bytes. Pixel 5 lies across the first
-// and the second part, pixel 10 across the second and the third: their outer bytes change parts.
+// Each half takes 16 pixels, 48 bytes, as three parts of 16 bytes. Pixel 5 straddles the first and
+// the second part, pixel 10 the second and the third: their outer bytes move to the other part.
 void fnRgb24ToBgr24(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
     const __m256i firstOwn =
         fnTwice(_mm_setr_epi8(2, 1, 0, 5, 4, 3, 8, 7, 6, 11, 10, 9, 14, 13, 12, kZ));

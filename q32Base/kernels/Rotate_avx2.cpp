@@ -1,5 +1,5 @@
-#include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/KernelParts.h"
+#include "q32Base/kernels/Avx2_p.h"
+#include "q32Base/kernels/KernelParts_p.h"
 
 namespace q32 {
 namespace avx2 {
@@ -7,7 +7,7 @@ namespace {
 
 static_assert(kRotateRows == 4); // a register of doubles holds one coordinate of all rows
 
-/// Where the rows stand in the source.
+/// The current source coordinates of the rows.
 struct Places {
     __m256d x;
     __m256d y;
@@ -22,7 +22,7 @@ struct Places {
     }
 };
 
-/// How pixels are found.
+/// Converts coordinates to pixel indices.
 struct Finder {
     __m256d left;
     __m256d top;
@@ -30,7 +30,7 @@ struct Finder {
     explicit Finder(const RotateSource& source)
         : left(_mm256_set1_pd(source.m_dLeft)), top(_mm256_set1_pd(source.m_dTop)),
           stride(_mm_set1_epi32(source.m_nStride)) {}
-    /// Numbers of the pixels at integral coordinates.
+    /// Indices of the pixels at integral coordinates.
     inline __m128i operator()(__m256d x, __m256d y) const {
         const __m128i column = _mm256_cvttpd_epi32(_mm256_sub_pd(x, left));
         const __m128i row = _mm256_cvttpd_epi32(_mm256_sub_pd(y, top));
@@ -48,7 +48,7 @@ inline __m256d fnRound(__m256d v) {
     return fnTruncate(_mm256_add_pd(v, half));
 }
 
-/// What truncation drops, plus 1 where that is below 0.
+/// The fraction that truncation drops, plus 1 if it is negative.
 inline __m256d fnFraction(__m256d v, __m256d whole) {
     const __m256d rest = _mm256_sub_pd(v, whole);
     const __m256d below = _mm256_cmp_pd(rest, _mm256_setzero_pd(), _CMP_LT_OQ);

@@ -1,12 +1,12 @@
-#include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/KernelParts.h"
-#include "q32Base/kernels/SplitCurve.h"
+#include "q32Base/kernels/Avx2_p.h"
+#include "q32Base/kernels/KernelParts_p.h"
+#include "q32Base/kernels/SplitCurve_p.h"
 
 namespace q32 {
 namespace avx2 {
 namespace {
 
-// Below this, cutting the curve costs more than it saves.
+// Below this, splitting the curve costs more than it saves.
 constexpr std::size_t kShortRun = 64;
 
 void fnCurve8(std::uint8_t* pixels, std::size_t count, const std::uint8_t* curve) {

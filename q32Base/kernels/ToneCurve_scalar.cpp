@@ -1,4 +1,4 @@
-#include "q32Base/kernels/KernelParts.h"
+#include "q32Base/kernels/KernelParts_p.h"
 
 namespace q32 {
 namespace scalar {

@@ -1,14 +1,14 @@
-#include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/KernelParts.h"
+#include "q32Base/kernels/Avx2_p.h"
+#include "q32Base/kernels/KernelParts_p.h"
 
 namespace q32 {
 namespace avx2 {
 namespace {
 
 // A block is two groups of source rows, one in each half of the registers: kPixels pixels wide and
-// 2 * kPixels rows high. Three-byte pixels are spread to four bytes on their way.
+// 2 * kPixels rows high. Three-byte pixels are widened to four bytes meanwhile.
 
-/// Pixels of a block's row. `kBytes` is what a pixel has in a register: 1, 2 or 4.
+/// Pixels in a row of a block. `kBytes` is the size of a pixel in a register: 1, 2 or 4.
 template <int kBytes>
 constexpr int kPixels = 16 / kBytes;
 
@@ -26,9 +26,9 @@ inline __m256i fnRiffleHigh(__m256i a, __m256i b) {
                          : _mm256_unpackhi_epi32(a, b);
 }
 
-/// Transposes the square of pixels in each half. Riffling the first half of the rows with the
-/// second moves every bit of a pixel's place (row, column) up by one; once for each bit of a row's
-/// number swaps row and column.
+/// Transposes the square of pixels in each half. Interleaving the first half of the rows with the
+/// second moves every bit of a pixel's position (row, column) up by one; doing so once for each bit
+/// of a row number swaps row and column.
 template <int kBytes>
 inline void fnTransposeHalves(__m256i (&rows)[kPixels<kBytes>]) {
     constexpr int kRows = kPixels<kBytes>;
@@ -60,8 +60,8 @@ inline void fnBlock(const std::uint8_t* source, std::ptrdiff_t sourceStride, std
         fnStore(target + r * targetStride, rows[r]);
 }
 
-/// Four pixels of three bytes from eight rows. `before` bytes in front of the pixels are loaded
-/// too: 0, or 4 at the end of the rows, where a load may not pass the last pixel.
+/// Transposes four pixels of three bytes from eight rows. `before` bytes ahead of the pixels are
+/// loaded too: 0, or 4 at the end of the rows, where a load may not pass the last pixel.
 inline void fnBlock24(const std::uint8_t* source, std::ptrdiff_t sourceStride, std::uint8_t* target,
                       std::ptrdiff_t targetStride, int before) {
     const __m128i places =
@@ -87,7 +87,7 @@ inline void fnBlock24(const std::uint8_t* source, std::ptrdiff_t sourceStride, s
     }
 }
 
-/// Covers the whole with blocks; those at the ends overlap the ones before them.
+/// Covers the area with blocks; those at the ends overlap their predecessors.
 template <int kBytes>
 void fnTranspose(const std::uint8_t* source, std::ptrdiff_t sourceStride, std::uint8_t* target,
                  std::ptrdiff_t targetStride, std::size_t width, std::size_t height) {

@@ -1,5 +1,5 @@
-#include "q32Base/kernels/Avx2.h"
-#include "q32Base/kernels/KernelParts.h"
+#include "q32Base/kernels/Avx2_p.h"
+#include "q32Base/kernels/KernelParts_p.h"
 
 #include <cstring>
 
@@ -7,12 +7,12 @@ namespace q32 {
 namespace avx2 {
 namespace {
 
-// How many whole pixels a 16-byte store holds. Of three-byte pixels it holds five and one byte of
-// no meaning, so a store needs room for 16 bytes in the run.
+// How many complete pixels a 16-byte store holds. Of three-byte pixels it holds five and one
+// meaningless byte, so a store needs space for 16 bytes in the run.
 template <std::size_t kBytes>
 constexpr std::size_t kStorePixels = 16 / kBytes;
 
-// Up to this factor the shuffles come from a table, each for all source pixels of a store.
+// Up to this factor the shuffles come from a table, one for all source pixels of a store.
 constexpr std::size_t kSmallFactor = 8;
 
 // shuffles[factor][phase] repeats the pixels of a 16-byte load `factor` times, beginning with copy
@@ -41,7 +41,8 @@ void fnInflateBySmall(const std::uint8_t* source, std::uint8_t* target, std::siz
     const std::size_t storeSources = kPixels / factor;
     const std::size_t storeOdd = kPixels % factor;
     std::size_t sourceBytes = (phase + count + factor - 1) / factor * kBytes;
-    // The last source bytes go on in a block of their own, where whole loads may read behind them.
+    // The last source bytes are moved to a block of their own, where full loads may read beyond
+    // them.
     std::uint8_t last[32] = {};
     bool atLast = false;
     while (count * kBytes >= 16) {
@@ -78,7 +79,8 @@ __m128i fnFill(const std::uint8_t* pixel) {
     return _mm_shuffle_epi8(_mm_cvtsi32_si128(value), fnLoad128(kRepeat[kBytes - 1]));
 }
 
-// Stores may pass a pixel's last copy, since the next pixel's copies come over it, but not the run.
+// Stores may extend beyond a pixel's last copy, since the next pixel's copies overwrite that, but
+// not beyond the run.
 template <std::size_t kBytes>
 void fnInflateByLarge(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                       std::size_t factor, std::size_t phase) {
@@ -110,8 +112,8 @@ void fnInflate(const std::uint8_t* source, std::uint8_t* target, std::size_t cou
         fnInflateByLarge<kBytes>(source, target, count, factor, phase);
 }
 
-// Enlarging: what a store takes lies within one load. The shuffle is worked out for each store, in
-// lanes of 16 bits, one for each of its bytes.
+// When enlarging, the pixels of a store come from one load. The shuffle is computed for each store,
+// in lanes of 16 bits, one for each of its bytes.
 template <std::size_t kBytes>
 void fnSample(const std::uint8_t* source, std::uint8_t* target, std::size_t count, std::uint32_t at,
               std::uint32_t step) {

@@ -1,6 +1,5 @@
-#include "q32Base/memory/CqTileMap.h"
-
 #include "q32Base/framework/Memory.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
 #include <bit>
@@ -24,7 +23,7 @@ CqTileMap::CqTileMap(std::uint32_t width, std::uint32_t height, std::uint32_t bi
     fnSetGeometry();
     TileTable.reset(q32::fnNewArray<TileEntry>(TileCount));
     if (BitCount < 9) {
-        // Zero beyond the entries asked for: no index that pixels can hold leaves the block.
+        // Zero beyond the requested entries: no index that a pixel can hold leaves the block.
         const std::size_t slots = std::max<std::size_t>(PaletteCount, 256);
         Palette.reset(q32::fnNewArray<RGBQUAD>(slots));
         std::memset(Palette.get(), 0, slots * sizeof(RGBQUAD));
@@ -40,14 +39,14 @@ CqTileMap::~CqTileMap() = default;
 void CqTileMap::fnSetGeometry() {
     const std::uint64_t rowBytes = (static_cast<std::uint64_t>(Width) * BitCount + 7) >> 3;
     constexpr std::uint32_t kMaxPixels = 0x7FFFFFFFu; // positions are signed
-    constexpr std::uint32_t kMaxBytes = 0xFFFFFFFEu;  // leaves room for a byte of slack
+    constexpr std::uint32_t kMaxBytes = 0xFFFFFFFEu;  // leaves space for a byte of slack
     if (Width == 0 || Height == 0 || Width > kMaxPixels || Height > kMaxPixels ||
         !fnIsDepth(BitCount) || rowBytes > kMaxBytes / Height)
         AfxThrowMemoryException();
     BytesPerPixel = BitCount >> 3;
     RowBytes = static_cast<std::uint32_t>(rowBytes);
     BufferSize = RowBytes * Height;
-    if (BitCount == 4) { // two pixels share a byte, and no tile's edge may split it
+    if (BitCount == 4) { // two pixels share a byte, and no tile edge may split it
         TileWidth = Width;
         TileHeight = Height;
     } else {
@@ -68,7 +67,7 @@ void CqTileMap::fnSetGeometry() {
 }
 
 std::uint32_t CqTileMap::fnBlockSize() const {
-    // At 4 bits, single-pixel access at the last odd column of the last row lands one byte further.
+    // At 4 bits, single-pixel access at the last odd column of the last row touches one more byte.
     return BitCount == 4 ? BufferSize + 1 : BufferSize;
 }
 
@@ -138,7 +137,7 @@ int CqTileMap::fnFindColor(std::uint8_t red, std::uint8_t green, std::uint8_t bl
     const auto matches = [&](std::uint32_t i) {
         return (std::bit_cast<std::uint32_t>(Palette[i]) & shown) == wanted;
     };
-    // Without a branch per entry, so that several are compared at once; then one by one.
+    // In groups without a branch per entry, so that several are compared at once; then one by one.
     constexpr std::uint32_t kTogether = 16;
     std::uint32_t i = 0;
     for (bool any = false; i + kTogether <= PaletteCount; i += kTogether) {

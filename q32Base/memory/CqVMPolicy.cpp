@@ -1,10 +1,10 @@
 #include "q32Base/memory/CqVMPolicy.h"
 
-#include "q32Base/framework/DiskSpace.h"
+#include "q32Base/framework/DiskSpace_p.h"
 #include "q32Base/framework/Memory.h"
-#include "q32Base/framework/PathRules.h"
+#include "q32Base/framework/PathRules_p.h"
 #include "q32Base/platform/CqPlatform.h"
-#include "q32Base/settings/Settings.h"
+#include "q32Base/settings/Settings_p.h"
 
 #include <algorithm>
 #include <cstring>
@@ -16,7 +16,7 @@ std::uint32_t fnPhysicalBytes() {
     return static_cast<std::uint32_t>(q32::fnPlatform().m_pMemory->fnGetPhysicalBytes());
 }
 
-/// Copies a path that fits; one that doesn't leaves `target` as it is.
+/// Copies a path if it fits; otherwise leaves `target` as it is.
 void fnStorePath(char (&target)[kMaxPathBytes], const char* path) {
     const std::size_t length = std::strlen(path);
     if (length < sizeof(target))
@@ -78,13 +78,13 @@ bool CqVMPolicy::fnReadSettings() {
                                                   q32::STRING_KEY_MEM_ENABLED, q32::kSettingBytes);
     if (enabled)
         MemEnabled = *enabled == 1;
-    // Deliberate: 32 bits that wrap before the division, also at 100 percent.
+    // Deliberate: the product wraps at 32 bits before the division, at 100 percent too.
     const std::uint32_t product = (MemEnabled ? MemPercent : 100u) * fnPhysicalBytes();
     RamLimit = product / 100;
     return true;
 }
 
-/// A disk keeps what it has when memory runs out on the way.
+/// When memory runs out, the disk keeps its path and flag.
 void CqVMPolicy::fnReadDisk(unsigned int index) {
     const bool enabled = DiskFlags[index];
     if (!q32::fnTryMemory([&] { fnTakeDisk(index); }))

@@ -7,19 +7,19 @@
 
 #include <cstdint>
 
-/// Bytes of a path with its end mark.
+/// Size of a path buffer in bytes, the terminating zero included.
 inline constexpr int kMaxPathBytes = 260;
 
-/// What the buffers on one scratch disk take at present.
+/// What the buffers on one scratch disk occupy at present.
 struct CqDiskUsage {
     std::uint64_t m_nBytes = 0;
     std::uint32_t m_nFiles = 0;
 };
 
 /// Decides where large blocks of pixels or samples lie: in RAM up to a limit, otherwise in a mapped
-/// temporary file on one of up to four scratch disks. One instance stands between the library's
-/// start and stop. It isn't guarded against threads. Disk numbers count from 0 to 3; others are the
-/// caller's fault.
+/// temporary file on one of up to four scratch disks. One instance exists between the library's
+/// start and stop. It isn't synchronized: call it from one thread at a time. Disk indices are 0 to
+/// 3 and aren't checked.
 class Q32_API CqVMPolicy {
 public:
     static constexpr unsigned int kDisks = 4;
@@ -29,11 +29,11 @@ public:
 
     CString fnGetDisk(unsigned int index) const { return DiskPaths[index]; }
     bool fnIsDiskEnabled(unsigned int index) const { return DiskFlags[index]; }
-    /// Bytes that the caller may use on a disk's path; 0 when that can't be told.
+    /// Bytes available to the caller at a disk's path; 0 when that can't be determined.
     void fnGetDiskFreeSpace(unsigned int index, ULARGE_INTEGER& space) const;
     /// Sets a disk's path, with a backslash added at its end. An empty path also disables the disk,
-    /// but leaves the record of whether any disk is enabled alone. A path of more than 259 bytes is
-    /// refused: the disk keeps the one it has.
+    /// but doesn't update `fnIsAnyDiskEnabled`. A path of more than 259 bytes is refused: the disk
+    /// keeps its present one.
     void fnSetDisk(unsigned int index, const char* path);
     void fnEnableDisk(unsigned int index, bool enable);
     /// Whether any disk was enabled when a flag was last set or the settings were last read.
@@ -49,45 +49,49 @@ public:
 
     /// Bytes of RAM that buffers may take.
     std::uint32_t fnGetRamLimit() const { return RamLimit; }
-    /// Sets that limit outright, until the settings are next read. It isn't stored.
+    /// Sets that limit directly, until the settings are next read. It isn't stored.
     void fnSetRamLimit(std::uint32_t bytes) { RamLimit = bytes; }
-    /// Bytes of RAM that buffers take at present.
+    /// Bytes of RAM that buffers occupy at present.
     std::uint32_t fnGetRamUsed() const { return RamUsed; }
-    /// What the buffers whose files lie in a disk's directory take at present.
+    /// What the buffers whose files lie in a disk's directory occupy at present.
     CqDiskUsage fnGetDiskUsage(unsigned int index) const;
 
-    /// Reads (true) or writes (false) the section "VMPolicy" of the settings file. Reading works
-    /// the RAM limit out anew, in 32 bits that wrap before the division by 100, deliberately, and
-    /// never fails: a key that can't be read counts as missing, and a disk whose path there is no
-    /// memory for keeps what it has. False when a write fails.
+    /// Reads (true) or writes (false) the section "VMPolicy" of the settings file. Reading computes
+    /// the RAM limit again, in 32 bits that wrap before the division by 100, deliberately (call
+    /// fnSetRamLimit afterwards to set another), and never fails: a key that can't be read counts
+    /// as missing, and a disk keeps its path and flag when memory runs out. False when a write
+    /// fails.
     bool fnSerialize(bool read);
 
-    /// Chooses where a block of `size` bytes shall lie. True with an empty `path` means RAM;
-    /// otherwise `path` is a scratch directory, which is made if it is missing. Never throws.
+    /// Chooses where to put a block of `size` bytes. True with an empty `path` means RAM; otherwise
+    /// `path` is a scratch directory, which is created if it is missing. False when there is no
+    /// space, no memory, or the directory can't be created. Never throws.
     bool fnSearchAvail(unsigned long size, bool allowRam, CString& path);
+    /// Keep the record of RAM in use; sizes in bytes. For the allocator.
     void fnConsumeRAM(unsigned long size) { RamUsed += static_cast<std::uint32_t>(size); }
     void fnReleaseRAM(unsigned long size) { RamUsed -= static_cast<std::uint32_t>(size); }
 
-    /// Deletes left-over temporary files of all scratch directories by their bare names,
-    /// deliberately: a file goes only if it also stands under that name in the current directory.
+    /// Deletes left-over temporary files, listed in all scratch directories, by their bare names,
+    /// deliberately: only files of those names in the current directory are deleted. A host deletes
+    /// others itself.
     void fnDeleteVMFiles();
 
-    /// Keep the record that `fnGetDiskUsage` tells. For the allocator alone.
+    /// Keep the record that `fnGetDiskUsage` reports. For the allocator.
     void fnNoteScratchFile(const CString& name, std::uint32_t size);
     void fnForgetScratchFile(const CString& name);
 
 private:
-    /// One buffer that lies in a file.
+    /// One buffer that is mapped from a file.
     struct ScratchFile {
         CString m_strName;
         std::uint32_t m_nSize;
     };
 
-    bool fnReadSettings();
-    void fnReadDisk(unsigned int index);
-    void fnTakeDisk(unsigned int index);
-    bool fnWriteSettings() const;
-    bool fnHasRoom(unsigned int index, std::uint32_t size) const;
+    Q32_LOCAL bool fnReadSettings();
+    Q32_LOCAL void fnReadDisk(unsigned int index);
+    Q32_LOCAL void fnTakeDisk(unsigned int index);
+    Q32_LOCAL bool fnWriteSettings() const;
+    Q32_LOCAL bool fnHasRoom(unsigned int index, std::uint32_t size) const;
 
     bool DiskFlags[kDisks];
     char DiskPaths[kDisks][kMaxPathBytes];

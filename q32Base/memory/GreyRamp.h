@@ -4,5 +4,5 @@
 
 #include <cstdint>
 
-/// As a palette argument: the grey ramp, entry i being the grey i.
+/// As a palette argument it stands for the grey ramp, whose entry i is grey i. Never dereferenced.
 inline const RGBQUAD* const q32GreyRamp = reinterpret_cast<const RGBQUAD*>(std::uintptr_t{1});

@@ -1,6 +1,6 @@
 #include "q32Base/memory/PixelBlock.h"
 
-#include "q32Base/memory/PixelBuffer.h"
+#include "q32Base/memory/PixelBuffer_p.h"
 
 #include <utility>
 
@@ -19,7 +19,7 @@ PixelBlock::PixelBlock(PixelBlock&& other) noexcept {
 }
 
 PixelBlock& PixelBlock::operator=(PixelBlock&& other) noexcept {
-    PixelBlock taken(std::move(other)); // what was here goes with it
+    PixelBlock taken(std::move(other)); // releases this block's former contents
     fnSwap(taken);
     return *this;
 }

@@ -7,17 +7,17 @@
 
 namespace q32 {
 
-/// A large block of pixels or samples, in RAM or in a mapped temporary file, with all that
-/// identifies it. Owns the block and gives it back; moving leaves an empty one behind. A block must
-/// be gone before the library stops.
+/// A large block of pixels or samples, in RAM or in a mapped temporary file, with the five values
+/// that identify it. Owns the block and releases it; moving leaves the source empty. Destroy every
+/// block before the library stops.
 class PixelBlock {
 public:
     /// Empty: no address, no bytes.
     PixelBlock() = default;
-    /// Takes `size` bytes where the memory policy puts them; their contents are what the platform
-    /// gives. Raises the memory exception when neither RAM nor any scratch disk has room.
+    /// Allocates `size` bytes where the memory policy decides; their contents are what the platform
+    /// provides. Raises the memory exception when neither RAM nor any scratch disk has space.
     explicit PixelBlock(std::uint32_t size);
-    /// Adopts a block of the allocator of large blocks; a null address gives an empty one.
+    /// Takes ownership of a block of `AllocPixelBuffer`; a null address gives an empty one.
     PixelBlock(unsigned char* bytes, std::uint32_t size, CqFileHandle file, CqMappingHandle mapping,
                const CString& fileName) noexcept;
     PixelBlock(PixelBlock&& other) noexcept;

@@ -1,15 +1,14 @@
-#include "q32Base/memory/PixelBuffer.h"
-
 #include "q32Base/framework/Memory.h"
 #include "q32Base/memory/CqVMPolicy.h"
-#include "q32Base/messages/StringTable.h"
+#include "q32Base/memory/PixelBuffer_p.h"
+#include "q32Base/messages/StringTable_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <string>
 
 namespace {
 
-/// A block in RAM, or null: then the caller looks for a disk.
+/// A block in RAM; null if there is none, and the caller then tries the disks.
 unsigned char* fnAllocRam(std::uint32_t size) {
     CqMemoryService& memory = *q32::fnPlatform().m_pMemory;
     void* block = memory.fnReserve(size);
@@ -17,17 +16,17 @@ unsigned char* fnAllocRam(std::uint32_t size) {
         return nullptr;
     if (memory.fnCommit(block, size))
         return static_cast<unsigned char*>(block);
-    // Deliberate: the address given back is the commit's null result, so the reservation stays. It
-    // holds address space and no memory.
+    // Deliberate: the address passed is the commit's null result, so the reservation isn't
+    // released. It holds address space but no memory.
     memory.fnRelease(nullptr, size);
     return nullptr;
 }
 
-/// Bytes that a temporary file's bare name may have.
+/// Longest bare name of a temporary file, in bytes.
 constexpr int kMaxNameBytes = 32;
 
-/// A scratch file on its way to becoming a buffer. What was reached is undone unless it is handed
-/// over.
+/// A scratch file while it is made into a buffer. The destructor undoes the steps taken so far,
+/// unless the buffer has been handed over.
 class ScratchFile {
 public:
     explicit ScratchFile(CqScratchService& service) : m_Service(service) {}
@@ -48,7 +47,8 @@ public:
     /// False at the first step that fails. A file that can't even be opened stays behind, empty.
     bool fnMake(const CString& directory, std::uint32_t size) {
         m_nSize = size;
-        // The room comes first: no file stays behind for want of memory for its name.
+        // Space for the name is reserved first, so that running out of memory can't leave a file
+        // behind.
         m_strName.GetBuffer(directory.GetLength() + kMaxNameBytes);
         std::string name;
         name.reserve(static_cast<std::size_t>(directory.GetLength()) + kMaxNameBytes);

@@ -1,5 +1,5 @@
 #include "q32Base/framework/Memory.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/memory/GreyRamp.h"
 
 #include <algorithm>
@@ -17,8 +17,8 @@ constexpr RGBQUAD kDefault16[16] = {
     fnQuad(192, 192, 192), fnQuad(255, 0, 0),   fnQuad(0, 255, 0),   fnQuad(255, 255, 0),
     fnQuad(0, 0, 255),     fnQuad(255, 0, 255), fnQuad(0, 255, 255), fnQuad(255, 255, 255)};
 
-/// A cube of 6 blue, 7 green and 6 red levels, blue varying fastest. Entries behind the cube go on
-/// as it began, with a red that has wrapped.
+/// A cube of 6 blue, 7 green and 6 red levels, blue varying fastest. Entries after the cube
+/// continue the sequence, with red wrapped.
 void fnFillCube(RGBQUAD* palette, std::uint32_t count) {
     constexpr int kFirstGreenStep = 43;
     int red = 0;

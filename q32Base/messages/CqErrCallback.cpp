@@ -1,6 +1,6 @@
 #include "q32Base/messages/CqErrCallback.h"
 
-#include "q32Base/framework/PathRules.h"
+#include "q32Base/framework/PathRules_p.h"
 
 #include <cstring>
 

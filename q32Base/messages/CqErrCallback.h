@@ -3,20 +3,22 @@
 #include "q32Base/platform/Export.h"
 #include "q32Base/platform/Records.h"
 
-/// A message to be shown later, in the terms of `q32ShowMsg`. A host derives its own class from it
-/// and says in `fnOnMessage` what is done then; the library never calls that. Objects are not
-/// deleted through this class.
+/// A message to be shown later, with the arguments of `q32ShowMsg`. A host derives a class and
+/// defines in `fnOnMessage` how it is shown; the library never calls that. Objects can't be deleted
+/// through this class.
 class Q32_API CqErrCallback {
 public:
     /// No message.
     CqErrCallback();
-    /// Texts are copied up to 260 bytes, with no character split; a null text stays empty.
+    /// Texts are copied, truncated to 260 bytes without splitting a character; null gives an empty
+    /// text.
     CqErrCallback(int nMsgId, HINSTANCE hInstance, const char* pszArg1, const char* pszArg2);
     CqErrCallback(const CqErrCallback& other);
-    /// Copies id and module, and those texts that aren't empty: an empty text of the source leaves
-    /// the one that stands here in its place, deliberately.
+    /// Copies id and module, and those texts that aren't empty: an empty text of the source
+    /// deliberately leaves the present one. To copy everything, construct a new object.
     CqErrCallback& operator=(const CqErrCallback& other);
 
+    /// Whether there is a message.
     bool fnGotMsg() const { return m_nMsgId != 0; }
 
     virtual void fnOnMessage() = 0;

@@ -1,7 +1,6 @@
-#include "q32Base/messages/CqTitleSwap.h"
-
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
+#include "q32Base/messages/CqTitleSwap_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <cstdlib>
@@ -10,7 +9,7 @@
 
 namespace {
 
-/// The host's string with the title of a main window that holds several documents.
+/// Id of the host's string with the title of a main window that holds several documents.
 constexpr UINT kMainFrameTitle = 128;
 
 CString fnGetTitle(const CWinApp& app) {
@@ -25,12 +24,12 @@ CString fnGetTitle(const CWinApp& app) {
     return title;
 }
 
-/// The title to swap to; empty when there is none, or no memory for it.
+/// The title to swap to; empty if there is none or memory is exhausted.
 CString fnFindTitle(const CWinApp& app) {
     return q32::fnTryMemoryOr(CString(), [&] { return fnGetTitle(app); });
 }
 
-/// A copy from `malloc`, as an application's name may be; null when there is no memory.
+/// A copy from `malloc`, as an application's name may be; null if memory is exhausted.
 char* fnDuplicate(const CString& text) {
     const std::size_t bytes = std::strlen(text) + 1;
     // NOLINTNEXTLINE(cppcoreguidelines-no-malloc): the host may free a name that it finds.

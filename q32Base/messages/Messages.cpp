@@ -1,9 +1,9 @@
 #include "q32Base/messages/Messages.h"
 
 #include "q32Base/framework/Memory.h"
-#include "q32Base/framework/PathRules.h"
-#include "q32Base/messages/CqTitleSwap.h"
-#include "q32Base/messages/StringTable.h"
+#include "q32Base/framework/PathRules_p.h"
+#include "q32Base/messages/CqTitleSwap_p.h"
+#include "q32Base/messages/StringTable_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>
@@ -37,7 +37,7 @@ constexpr Rule kRules[] = {
     {-8, 2, MB_ICONHAND},
     {-9, 1, MB_ICONHAND},
     {-10, 0, MB_ICONHAND},
-    {-11, 2, MB_ICONHAND}, // its text uses the first alone
+    {-11, 2, MB_ICONHAND}, // its text uses only the first
     {-100, 0, MB_YESNOCANCEL | MB_ICONHAND},
     {-101, 0, MB_ICONEXCLAMATION},
     {-102, 0, MB_ICONEXCLAMATION},
@@ -48,7 +48,7 @@ constexpr Rule kRules[] = {
     {-200, 1, MB_YESNOCANCEL | MB_ICONEXCLAMATION},
 };
 
-/// The lowest id of a failure; those below are remarks and questions.
+/// The lowest id of a failure; those below are notes and questions.
 constexpr int kLastFailureId = -100;
 
 UINT fnHostStyle(UINT type) {
@@ -66,7 +66,7 @@ Rule fnRule(int id, UINT type) {
     return {id, 2, id >= kLastFailureId ? MB_ICONHAND : MB_ICONEXCLAMATION};
 }
 
-/// A text with room for `Bytes` bytes and an end mark; what passes the end is dropped.
+/// A text of up to `Bytes` bytes and a NUL; the excess is dropped.
 template <std::size_t Bytes>
 struct Text {
     char m_szText[Bytes + 1] = "";
@@ -98,7 +98,7 @@ void fnLoadText(int id, HINSTANCE module, Loaded& loaded) {
         loaded.fnAppend(fnCut(text.c_str(), kMaxTextBytes));
 }
 
-/// The arguments, cut so that they fit into one box with the format.
+/// The arguments, truncated to fit into one box with the format.
 struct Arguments {
     std::string_view m_Parts[2];
     std::size_t m_nCount = 0;
@@ -115,8 +115,8 @@ struct Arguments {
     }
 };
 
-/// Puts the arguments in the places of "%s", in order, and "%" in the place of "%%". Anything else
-/// stays as it stands: the format may come from outside.
+/// Replaces "%s" with the arguments, in order, and "%%" with "%". Anything else is copied verbatim,
+/// since the format may come from outside.
 void fnFormat(std::string_view format, const Arguments& arguments, Shown& shown) {
     std::size_t used = 0;
     while (!format.empty()) {

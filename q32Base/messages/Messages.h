@@ -1,30 +1,55 @@
 /// @file
-/// The library's word to the user. Message ids: a negative id n is entry 10000 + n of the library's
-/// string table and brings its own buttons and icon; 0 and above are entries of a host's string
-/// table. The boxes are shown by the message service in force; without one there is no box and the
-/// answer is 0. They belong to the thread of the user interface, and nothing here raises a memory
-/// failure: what text can't be had for lack of memory is left out.
+/// Messages to the user. A negative message id n is entry 10000 + n of the library's string table,
+/// with fixed buttons and icon; 0 and above are entries of a host's string table. The message
+/// service in force shows the boxes; without one there is no box and the answer is 0. Call on the
+/// thread of the user interface. Nothing here raises the memory exception: text that can't be
+/// allocated is left out.
 #pragma once
 
 #include "q32Base/platform/Export.h"
 #include "q32Base/platform/Records.h"
 
+/// Ids of the library's own messages.
+enum CQ_MESSAGE : int {
+    MESSAGE_NONE = 0,
+    MESSAGE_NO_MEMORY = -1,
+    MESSAGE_START_FAILED = -2,
+    MESSAGE_CANNOT_OPEN = -3,
+    MESSAGE_CANNOT_READ = -4,
+    MESSAGE_CANNOT_SAVE = -5,
+    MESSAGE_CORRUPTED = -6,
+    MESSAGE_IN_USE = -7, ///< by another program
+    MESSAGE_CANNOT_RENAME = -8,
+    MESSAGE_READ_ONLY = -9,
+    MESSAGE_NAME_TOO_LONG = -10,
+    MESSAGE_EMPTY = -11,
+    MESSAGE_LOW_DISK_SPACE = -100,
+    MESSAGE_MAYBE_READ_ONLY = -101,
+    MESSAGE_UNSUPPORTED = -102,
+    MESSAGE_OUT_OF_RANGE = -103,
+    MESSAGE_NO_FOLDER = -104,
+    MESSAGE_EXISTS = -105,
+    MESSAGE_NOT_FOUND = -106,
+    MESSAGE_SAVE_CHANGES = -200
+};
+
 extern "C" {
 
 /// Shows a message by its id.
 /// @param hInstance module whose string table holds an id of 0 or more; null for all of the host's
-/// @param pszArg1   takes the place of the first "%s"; null shows the text as it stands, with any
-///                  "%s" in it. Each argument counts with 260 bytes at most, and the result with
-///                  520.
-/// @param pszArg2   takes the place of the second "%s", where the id has two arguments; null leaves
-///                  that "%s" standing
+///                  modules
+/// @param pszArg1   replaces the first "%s"; null shows the text verbatim, including any "%s". Each
+///                  argument is truncated to 260 bytes, and the result to 520.
+/// @param pszArg2   replaces the second "%s" if the message has two arguments; null leaves that
+///                  "%s" in place
 /// @param nType     MB_ bits for an id of 0 or more, with the exclamation icon if they name none;
 ///                  ignored for a negative id
-/// @return the button: IDOK, IDYES, IDNO or IDCANCEL
+/// @return the chosen button: IDOK, IDYES, IDNO or IDCANCEL; 0 if no box could be shown
 Q32_API int q32ShowMsg(int nMsgId, HINSTANCE hInstance, const char* pszArg1, const char* pszArg2,
                        unsigned int nType);
 
-/// Shows a ready text, with MB_ bits as for an id of 0 or more. Null counts as the empty text.
+/// Shows a text verbatim, with MB_ bits as for an id of 0 or more. Null counts as empty. Returns
+/// the chosen button as above.
 Q32_API int q32ShowMsgStr(const char* pszText, unsigned int nType);
 
 /// Shows the system's text for an error code, or for the last error of this thread if the code is

@@ -8,8 +8,8 @@
 
 namespace q32 {
 
-/// Runs `work`, which returns nothing or whether it has succeeded. Running out of memory shows the
-/// message -1. False then, and when `work` says so.
+/// Runs `work`, which returns nothing or whether it has succeeded. If memory is exhausted, shows
+/// message -1. False then, and if `work` returns false.
 template <typename Work>
 bool fnReportMemory(Work&& work) {
     bool done = true;
@@ -20,7 +20,7 @@ bool fnReportMemory(Work&& work) {
             done = std::forward<Work>(work)();
     });
     if (!ran)
-        q32ShowMsg(-1, nullptr, nullptr, nullptr, 0);
+        q32ShowMsg(MESSAGE_NO_MEMORY, nullptr, nullptr, nullptr, 0);
     return ran && done;
 }
 

@@ -1,7 +1,6 @@
-#include "q32Base/messages/StringTable.h"
-
 #include "q32Base/framework/CString.h"
 #include "q32Base/framework/Memory.h"
+#include "q32Base/messages/StringTable_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>
@@ -17,7 +16,7 @@ struct Entry {
     const char* m_szText;
 };
 
-/// In rising order of the numbers.
+/// Sorted by id.
 constexpr Entry kTable[] = {
     {16, "Save the content of this window"},
     {32, "Places the window above all other windows"},

@@ -11,7 +11,8 @@
 
 namespace {
 
-/// One of the two objects between start and stop, and the accessor's answer, which a stop leaves.
+/// An object that exists while attached, and the pointer that its accessor returns, which a detach
+/// leaves unchanged.
 template <typename Object>
 struct Singleton {
     std::unique_ptr<Object> m_pOwned;
@@ -28,9 +29,9 @@ struct Singleton {
 };
 
 Singleton<CqVMPolicy> thePolicy;
-Singleton<CqDisplayProperty> theDisplay; // made last: the library is attached while it is owned
+Singleton<CqDisplayProperty> theDisplay; // created last: the library is attached while it is owned
 
-/// Makes the two objects. False, after a message, when memory runs out.
+/// Creates the two objects. False, after a message, if memory is exhausted.
 bool fnMakeSingletons() {
     const bool made = q32::fnReportMemory([] {
         thePolicy.fnMake();
@@ -44,8 +45,8 @@ bool fnMakeSingletons() {
 constexpr HRESULT kSuccess = 0;
 constexpr auto kUnspecifiedFailure = static_cast<HRESULT>(0x80004005u);
 
-/// Where the fixed block stands in a version resource: behind the six bytes of its head and the
-/// key's 15 characters, rounded up to four bytes.
+/// Offset of the fixed block in a version resource: after the six-byte header and the key's 15
+/// two-byte characters and NUL, rounded up to four bytes.
 constexpr std::size_t kKeyLength = 15;
 constexpr std::size_t kFixedBlock = (kKeyLength * 2 + 11) & ~std::size_t{3};
 constexpr std::size_t kProductVersionHigh = kFixedBlock + 16;
@@ -71,7 +72,7 @@ bool q32Attach(CqPlatform platform) {
     if (q32::fnHasPlatform() || !platform.fnIsComplete())
         return false;
     q32::fnSetPlatform(std::move(platform));
-    thePolicy.fnForget(); // what a former run has left
+    thePolicy.fnForget(); // left by an earlier attach
     theDisplay.fnForget();
     if (!fnMakeSingletons()) {
         q32::fnClearPlatform();
@@ -103,7 +104,7 @@ HRESULT DllGetVersion(DLLVERSIONINFO* record) {
     CqResourceData data;
     if (!record || !fnFindVersion(data))
         return kUnspecifiedFailure;
-    // Deliberate: the caller's own size goes too, and all fields are filled whatever it was.
+    // Deliberate: zeroes `cbSize` too, and fills all fields whatever it was.
     std::memset(static_cast<void*>(record), 0, record->cbSize);
     record->dwMajorVersion = fnGetDword(data, kProductVersionHigh);
     record->dwMinorVersion = fnGetDword(data, kProductVersionLow);

@@ -1,10 +1,9 @@
-#include "q32Base/operations/BlockCopy.h"
-
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/image/PixelBytes.h"
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/operations/TilePieces.h"
+#include "q32Base/image/PixelBytes_p.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/operations/BlockCopy_p.h"
+#include "q32Base/operations/TilePieces_p.h"
 
 #include <cstring>
 #include <memory>
@@ -25,7 +24,7 @@ void fnCopyPieces(const CqTileMap& from, const CRect& rect, CqTileMap& to, LONG 
         });
 }
 
-/// Sideways over itself: a row is read as a whole before it is written.
+/// Copies sideways within the same rows: each row is read completely before it is written.
 void fnShiftRows(CqTileMap& map, const CRect& rect, LONG x) {
     const std::size_t bytes = map.BytesPerPixel;
     const std::unique_ptr<unsigned char[]> row(q32::fnNewArray<unsigned char>(map.RowBytes));
@@ -38,7 +37,8 @@ void fnShiftRows(CqTileMap& map, const CRect& rect, LONG x) {
     }
 }
 
-/// Row by row. Down by one row, the last row goes first, so that each is read before it is written.
+/// Copies row by row. For a move down by one row the last row comes first, so that each is read
+/// before it is overwritten.
 void fnMoveRows(CqTileMap& map, const CRect& rect, LONG x, LONG y) {
     const bool upwards = y == rect.top + 1;
     for (LONG i = 0; i < rect.Height(); ++i) {
@@ -61,8 +61,7 @@ void fnCopyNibbles(const unsigned char* source, LONG from, unsigned char* target
     }
 }
 
-/// Rows are counted from the top of both images, wherever the rectangle and its place lie. This is
-/// wanted.
+/// Deliberate: rows are counted from the top of both images, whatever rows are given.
 void fnCopyBlock4(const CqTileMap& from, const CRect& rect, CqTileMap& to, LONG x) {
     q32::PlacedSpan columns{rect.left, rect.right, x};
     if (!columns.fnClip(from.Width, to.Width))

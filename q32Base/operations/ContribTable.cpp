@@ -1,6 +1,6 @@
-#include "q32Base/operations/ContribTable.h"
-
 #include "q32Base/framework/Memory.h"
+#include "q32Base/kernels/Epsilon.h"
+#include "q32Base/operations/ContribTable_p.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,7 +13,7 @@
 namespace q32 {
 namespace {
 
-/// The kernel at distance d; with these constants and in this order, since every bit counts.
+/// The kernel at distance d; these constants and this order, since every bit of the result matters.
 double fnKernel(double d) {
     constexpr double kSixth = 0.16666666666666666;
     if (d < 1.0)
@@ -23,8 +23,8 @@ double fnKernel(double d) {
     return 0.0;
 }
 
-/// Index j reflected into the source: -j below 0 and 2 n - j - 1 from n on, as often as it takes.
-/// That repeats after 2 n - 1 samples.
+/// Index j reflected into the source: -j below 0 and 2 n - j - 1 from n on, as often as needed. The
+/// pattern repeats after 2 n - 1 samples.
 std::int32_t fnReflect(std::int64_t j, std::uint32_t srcCount) {
     const std::int64_t n = srcCount;
     const std::int64_t period = 2 * n - 1;
@@ -34,7 +34,7 @@ std::int32_t fnReflect(std::int64_t j, std::uint32_t srcCount) {
     return static_cast<std::int32_t>(at < n ? at : period - at);
 }
 
-/// Lists of more weight aren't summed up fast: so their sums of bytes are below 512 in size.
+/// Lists of a larger total weight have no fast sum, so that sums of bytes are below 512 in size.
 constexpr double kMaxWeight = 1.9;
 
 double fnWeightSize(const ContribList& list) {
@@ -49,14 +49,14 @@ int fnUnits(double weight, double denominator) {
     return static_cast<int>(parts + std::copysign(0.5, parts));
 }
 
-/// The denominator that all weights share, among those of the usual factors, or 0. Then a sum of
-/// bytes counts as an integral multiple of its reciprocal: the weights deviate by so little that
-/// kFilterDust makes up for it.
+/// The denominator that all weights share, among those of the usual factors, or 0. A sum of bytes
+/// then counts as an integral multiple of its reciprocal: the weights deviate so little that
+/// kFilterDust compensates for it.
 double fnDenominator(const ContribList& list) {
     // Enlarging b times gives 18 b^3. Reducing to a half gives 288, and to a third 1458.
     for (const double denominator : {18.0, 144.0, 288.0, 486.0, 1152.0, 1458.0, 2250.0}) {
         double off = 0.0;
-        // Nearly all are given up at their first weight.
+        // Nearly all fail at their first weight.
         for (std::int32_t i = 0; i < list.m_nCount && 255.0 * off < kFilterDust / 4.0; ++i) {
             const double weight = list.m_pEntries[i].m_dWeight;
             off += std::fabs(weight - fnUnits(weight, denominator) / denominator);
@@ -75,7 +75,7 @@ struct CutWeight {
         : high((parts + (1 << (bits - 1))) >> bits), low(parts - high * (1 << bits)) {}
 };
 
-/// The bits of a radix at which neither part of any sum of bytes passes 16 bits, or 0.
+/// The bits of a radix at which neither part of any sum of bytes exceeds 16 bits, or 0.
 int fnRadixBits(const ContribList& list, double denominator) {
     constexpr int kMax = 127; // times 255 is below 2^15
     for (int bits = 4; bits <= 6; ++bits) {
@@ -94,10 +94,10 @@ int fnRadixBits(const ContribList& list, double denominator) {
 
 /// See ContribList::m_nFlatMax. `sum` is that of the weights, in their order.
 ///
-/// Equal bytes p add up to p - p d, where d is what the weights lack of 1. With n entries the sum
-/// is off that by less than n 2^-45 for its additions and 2^-44 for its products, and p d by less
-/// than 255 n 2^-53: together below 0.08 kFilterDust. So p d decides, and only where it is that
-/// near to kFilterDust, the sum itself.
+/// Equal bytes p add up to p - p d, where d is 1 minus the sum of the weights. With n entries the
+/// sum deviates from that by less than n 2^-45 for its additions and 2^-44 for its products, and p
+/// d by less than 255 n 2^-53: together below 0.08 kFilterDust. So p d decides; only where it is
+/// that close to kFilterDust does the sum itself.
 std::int16_t fnFlatMost(const ContribList& list, double sum) {
     constexpr std::int32_t kMaxEntries = 100;
     const double lacking = 1.0 - sum;
@@ -117,7 +117,8 @@ std::int16_t fnFlatMost(const ContribList& list, double sum) {
         most = static_cast<int>(0.9 * kFilterDust / lacking);
     while (most < 255 && staysAt(most + 1))
         ++most;
-    // Beyond the uncertain ones none stays; among them one might that comes after one that doesn't.
+    // Above the uncertain range no value stays the same; within it, one might after another that
+    // doesn't.
     for (int p = most + 1; p <= 255 && p * lacking < 1.1 * kFilterDust; ++p)
         if (staysAt(p))
             return -1;
@@ -126,19 +127,19 @@ std::int16_t fnFlatMost(const ContribList& list, double sum) {
 
 } // namespace
 
-// Why the fixed-point sum M / D gives the byte of the sum of doubles, where D is the denominator
-// and M the sum of bytes times weights in units. Both parts of each weight fit into a byte, and
-// each part's sum, and that of any two products, into 16 bits: M itself is exact, and below 2^24 in
-// size.
+// Proof that the fixed-point sum M / D gives the byte of the sum of doubles, where D is the
+// denominator and M the sum of bytes times weights in units. Both parts of each weight fit into a
+// byte, and each part's sum, and that of any two products, into 16 bits: M itself is exact, and
+// below 2^24 in size.
 //
-// The sum of doubles is off M / D by less than kFilterDust / 4 for the weights and by n 2^-43 for
-// the roundings of its n entries: less than kFilterDust / 2 in all. With kFilterDust added it lies
-// above M / D, and by less than 1 / D above it: truncated, both are the same integer, M / D being
-// a multiple of 1 / D. Below 0 either is stored as 0.
+// The sum of doubles deviates from M / D by less than kFilterDust / 4 for the weights and by n
+// 2^-43 for the roundings of its n entries: less than kFilterDust / 2 in all. With kFilterDust
+// added it lies above M / D, and by less than 1 / D above it: truncated, both are the same integer,
+// M / D being a multiple of 1 / D. Below 0 both are stored as 0.
 //
 // (M + 1/2) / D, too, is truncated to that integer, and lies 1 / (2 D) or more from any integer. It
-// is formed in single precision, rounded thrice: where it counts, that is off by less than
-// 257 x 3 x 2^-24 < 1 / (2 D); beyond 256 the byte is 255 all the same.
+// is computed in single precision, with three roundings: below 257 the error is less than 257 x 3 x
+// 2^-24 < 1 / (2 D); above that the byte is 255 in any case.
 bool fnSetFixedPointWeights(ContribList& list) {
     if (list.m_nCount > kMaxFixedPointEntries || !(fnWeightSize(list) < kMaxWeight))
         return false;
@@ -170,10 +171,11 @@ bool fnSetFixedPointWeights(ContribList& list) {
 }
 
 // The error bound of the fast sum. With u = 2^-24, weights of size W in all and n entries: a
-// rounded weight is off by u of its size, so all of them by 255 W u. Each of the n steps, and the
-// final subtraction of the error bound, rounds a number below 255 W + 1 in size:
-// (n + 1) (255 W + 1) u. The sum of doubles itself is off the true one by less than n 2^-44, and
-// kFilterDust shifts it; that is less than one step more. So (n + 4) (255 W + 1) u holds all of it.
+// rounded weight is off by at most u times its size, all of them together by 255 W u. Each of the n
+// steps, and the final subtraction of the error bound, rounds a number below 255 W + 1 in size: (n
+// + 1) (255 W + 1) u. The sum of doubles itself is off the true one by less than n 2^-44, and
+// kFilterDust shifts it; that is less than one more step. So (n + 4) (255 W + 1) u covers
+// everything.
 void fnSetApproximateWeights(ContribList& list) {
     constexpr int kMaxEntries = 500;
     static_assert(kMaxEntries < kWideSum);
@@ -192,7 +194,8 @@ void fnSetApproximateWeights(ContribList& list) {
     const double band = std::ldexp((list.m_nCount + 4) * (255.0 * size + 1.0), -24);
     const double denominator = fnDenominator(list);
     if (denominator != 0.0 && band * denominator < 0.49) {
-        // Sums lie that far apart: raised by half a step, none comes near to an integer.
+        // Sums are multiples of 1 / denominator: raised by half of that, none comes close to an
+        // integer.
         list.m_fBias = static_cast<float>(0.5 / denominator);
         list.m_fErrorBound = 0.0F;
         return;
@@ -248,7 +251,7 @@ void ContribTable::fnFillList(ContribList& list, std::uint32_t i, double scale,
         list.m_pEntries[list.m_nCount++] = {fnReflect(j, srcCount), 0.0F, k};
         sum += k;
     }
-    if (std::fabs(sum - 1.0) > 1e-10) {
+    if (std::fabs(sum - 1.0) > kEpsilon) {
         const double factor = 1.0 / sum;
         for (std::int32_t k = 0; k < list.m_nCount; ++k)
             list.m_pEntries[k].m_dWeight *= factor;

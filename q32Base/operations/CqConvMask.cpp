@@ -2,7 +2,7 @@
 
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
 
@@ -22,7 +22,7 @@ void CqConvMask::fnGotoNextLine() {
     const std::int64_t top = std::int64_t{centre} - (m_nLines >> 1);
     for (std::uint32_t i = m_bFirst ? 0 : m_nLines - 1; i < m_nLines; ++i)
         fnFetch((head + i) % m_nLines, top + i);
-    m_nHead = head; // only now, so that a move that failed can be tried again
+    m_nHead = head; // only now, so that a failed move can be repeated
     m_nRow = centre;
     m_bFirst = false;
 }
@@ -40,7 +40,7 @@ void CqConvMask::fnGetLine(unsigned char*& a, unsigned char*& b, unsigned char*&
     fnGetLines({&a, &b, &c, &d, &e}, 5);
 }
 
-/// Further rows all go to the last place.
+/// Any further rows all go to the last pointer.
 void CqConvMask::fnGetLines(unsigned char** const (&out)[5], std::uint32_t count) {
     for (std::uint32_t i = 0; i < m_nLines; ++i)
         *out[std::min(i, count - 1)] = m_pRing[fnSlot(i)].LineBuffer;

@@ -8,8 +8,8 @@
 
 class CqImage;
 
-/// A window of whole rows that slides down an image, for neighbourhood filters: each row is fetched
-/// from the tiles once. Rows above and below the image repeat the edge row.
+/// A window of complete rows that slides down an image, for neighbourhood filters; each row is
+/// fetched from the tiles once. Rows above and below the image repeat the edge row.
 ///
 ///     CqConvMask window(image, 3, -1);
 ///     for (std::uint32_t y = 0; y < image.Height; ++y) {
@@ -20,39 +20,40 @@ class CqImage;
 ///     }
 ///
 /// The rows are copies: writing to them doesn't reach the image, and a change of the image shows
-/// only in rows fetched later. The image must outlive the window and keep its storage. An image is
+/// only in rows fetched later. The image must outlive the window and keep its storage. The image is
 /// read without claims.
 class Q32_API CqConvMask {
 public:
+    /// Raises the memory exception.
     /// @param image  not owned
     /// @param lines  height of the window; 0 counts as 1
-    /// @param row    the row before the first one wanted: -1 to start at row 0
-    /// Raises the memory exception.
+    /// @param row    the row before the first centre row: -1 to start at row 0
     CqConvMask(const CqImage& image, unsigned int lines, int row);
     virtual ~CqConvMask() = default;
     CqConvMask(const CqConvMask&) = delete;
     CqConvMask& operator=(const CqConvMask&) = delete;
 
-    /// Moves the window one row down; needed once before the first read. Raises the memory
-    /// exception; the window hasn't moved then, and the move can be tried again.
+    /// Moves the window one row down; call it once before the first read. Raises the memory
+    /// exception, with the window unmoved, so that the call can be repeated.
     void fnGotoNextLine();
 
-    /// The window's row `i`, counted from the top, in the image's byte order. The address holds
+    /// The window's row `i`, counted from the top, in the image's byte order. The address is valid
     /// until the window moves.
     unsigned char* fnGetLine(int i);
-    /// The rows of a window of three, from the top. A higher window gives its last row as `c`.
+    /// The rows of a window of three, from the top. A higher window returns its last row as `c`,
+    /// deliberately: call fnGetLine(int).
     void fnGetLine(unsigned char*& a, unsigned char*& b, unsigned char*& c);
     /// The same for five.
     void fnGetLine(unsigned char*& a, unsigned char*& b, unsigned char*& c, unsigned char*& d,
                    unsigned char*& e);
-    /// The image's row that the window's row `i` stands for. A row above the image is told as the
-    /// last one, deliberately, though it holds row 0.
+    /// The image row of the window's row `i`. For a row above the image it is the last row,
+    /// deliberately, although the window holds row 0 there.
     int fnGetLineCoord(int i) const;
 
 private:
     std::uint32_t fnSlot(std::uint32_t i) const { return (m_nHead + i) % m_nLines; }
-    void fnFetch(std::uint32_t slot, std::int64_t row);
-    void fnGetLines(unsigned char** const (&out)[5], std::uint32_t count);
+    Q32_LOCAL void fnFetch(std::uint32_t slot, std::int64_t row);
+    Q32_LOCAL void fnGetLines(unsigned char** const (&out)[5], std::uint32_t count);
 
     const CqImage* m_pImage;
     std::uint32_t m_nLines;

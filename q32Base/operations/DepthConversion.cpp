@@ -1,21 +1,21 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/pixels/PixelConversion.h"
-#include "q32Base/pixels/PixelFormat.h"
+#include "q32Base/pixels/PixelFormat_p.h"
 
 #include <memory>
 
 namespace {
 
-/// From one image's depth to the 24 or 32 bits of another.
+/// The conversion from one image's depth to the 24 or 32 bits of another.
 q32::PixelReading fnWidening(const CqTileMap& source, const CqTileMap& target) {
     return {source.BitCount, source.Palette.get(),
             target.BitCount == 32 ? PIXEL_ARGB32 : PIXEL_RGB24};
 }
 
-/// A 4-bit image is one tile whatever its size, so it is carried over row by row.
+/// A 4-bit image is a single tile of any size, so it is converted row by row.
 void fnWidenRows(CqTileMap& source, CqTileMap& target) {
     const std::unique_ptr<unsigned char[]> packed(q32::fnNewArray<unsigned char>(source.RowBytes));
     const std::unique_ptr<unsigned char[]> indices(q32::fnNewArray<unsigned char>(source.Width));

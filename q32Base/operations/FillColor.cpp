@@ -1,12 +1,12 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/image/PixelBytes.h"
-#include "q32Base/operations/TilePieces.h"
+#include "q32Base/image/PixelBytes_p.h"
+#include "q32Base/operations/TilePieces_p.h"
 
 namespace {
 
-/// The whole block is one run, since tiles follow each other without gaps.
+/// The block is filled as one run, since tiles follow each other without gaps.
 void fnFillAll(CqTileMap& map, const CqColor& color) {
     unsigned char pixel[4];
     const unsigned int bytes = q32::fnPackFill(map, color, pixel);
@@ -15,7 +15,7 @@ void fnFillAll(CqTileMap& map, const CqColor& color) {
 
 /// The rectangle lies inside the image.
 void fnFillRect(CqTileMap& map, const CqColor& color, const CRect& rect) {
-    if (map.BitCount == 4) { // only a line knows where such a fill begins
+    if (map.BitCount == 4) { // the line accessor defines where such a fill begins
         CqImageLine line(false, true);
         for (LONG y = rect.top; y < rect.bottom; ++y) {
             map.fnAccessLine(static_cast<std::uint32_t>(y), &line, false);
@@ -36,7 +36,7 @@ void fnFillRect(CqTileMap& map, const CqColor& color, const CRect& rect) {
     });
 }
 
-/// Shows the rectangle on the window of the last scale setting.
+/// Draws the rectangle in the window of the last fnDrawInit.
 void fnShow(CqImage& image, const CRect& rect) {
     const CqTileMap& map = *image.TileMap;
     const CRect scaled(map.fnScale(rect.left), map.fnScale(rect.top), map.fnScale(rect.right),
@@ -48,7 +48,7 @@ void fnShow(CqImage& image, const CRect& rect) {
     place.OffsetRect(q32::fnWrapSub(shown.left, map.ImageRect.left),
                      q32::fnWrapSub(shown.top, map.ImageRect.top));
     place = CRect(place.TopLeft(), shown.Size());
-    q32::fnTryMemory([&] { // the fill stands whether it is shown or not
+    q32::fnTryMemory([&] { // the fill is done whether or not it can be drawn
         if (CDC* dc = map.DrawWnd->GetDC()) {
             image.fnDraw(dc, place, shown.left, shown.top, false, false);
             map.DrawWnd->ReleaseDC(dc);

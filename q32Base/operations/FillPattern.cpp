@@ -1,8 +1,8 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/operations/BlockCopy.h"
-#include "q32Base/operations/TilePieces.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/operations/BlockCopy_p.h"
+#include "q32Base/operations/TilePieces_p.h"
 
 #include <cstring>
 #include <memory>
@@ -16,7 +16,7 @@ CRect fnClipped(const CRect* rect, const CqTileMap& map) {
                 : whole;
 }
 
-/// How often a length goes into another, at least once.
+/// How often a length fits into another, at least once.
 struct Repeats {
     LONG m_nCount; ///< a partial last one counts
     LONG m_nRest;  ///< length of a partial last one, else 0
@@ -36,8 +36,8 @@ void fnFillByCopies(CqImage& image, CqImage& pattern, const CRect& src, const CR
     CRect row = src;
     LONG y = dst.top;
     for (LONG r = 0; r < down.m_nCount; ++r) {
-        // The rest alone, without the top: a pattern that begins further down has a last row that
-        // is lower by that much. This is wanted.
+        // Deliberate: only the remainder, without adding the top, so the last repetition of a
+        // pattern that begins further down has that many fewer rows.
         if (down.m_nRest != 0 && r == down.m_nCount - 1)
             row.bottom = down.m_nRest;
         LONG x = dst.left;
@@ -52,7 +52,7 @@ void fnFillByCopies(CqImage& image, CqImage& pattern, const CRect& src, const CR
     }
 }
 
-/// Rows of a narrow pattern, repeated sideways far enough for a tile's row from any phase.
+/// Rows of a narrow pattern, repeated sideways far enough to fill a tile's row from any phase.
 class WideRows {
 public:
     static constexpr std::size_t kMaxRows = CqTileMap::kMaxTileSize;
@@ -63,7 +63,7 @@ public:
                    pattern.BytesPerPixel),
           m_pRows(q32::fnNewArray<unsigned char>(m_nBytes * kMaxRows)) {}
 
-    /// Takes `count` rows of the repeated pattern, from the row `first` of the fill on.
+    /// Builds `count` rows of the repeated pattern, from row `first` of the fill on.
     void fnTake(LONG first, LONG count) {
         const CRect& src = m_rectSource;
         const std::size_t once = static_cast<std::size_t>(src.Width()) * m_Pattern.BytesPerPixel;
@@ -85,12 +85,12 @@ public:
         }
     }
 
-    /// The first row taken, from the column `column` of the fill on.
+    /// The first row built, from column `column` of the fill on.
     const unsigned char* fnAt(LONG column) const {
         return m_pRows.get() +
                static_cast<std::size_t>(column % m_rectSource.Width()) * m_Pattern.BytesPerPixel;
     }
-    /// Bytes from a row to the next.
+    /// Bytes from one row to the next.
     std::size_t fnStride() const { return m_nBytes; }
 
 private:
@@ -100,8 +100,8 @@ private:
     std::unique_ptr<unsigned char[]> m_pRows;
 };
 
-/// What the copies give, for a pattern narrower than a tile: tile by tile, instead of in cells of a
-/// few bytes each.
+/// The same result for a pattern narrower than a tile: filled tile by tile instead of in copies of
+/// a few bytes each.
 void fnFillByTiles(CqTileMap& map, const CqTileMap& pattern, const CRect& src, const CRect& dst) {
     const Repeats down(src.Height(), dst.Height());
     LONG bottom = dst.bottom;

@@ -1,15 +1,16 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqMask.h"
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/operations/TilePieces.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/operations/TilePieces_p.h"
 
 #include <cstring>
 #include <memory>
 
 namespace {
 
-/// What is left of `a` without `b`, as a rectangle: full strips that `shared`, the part that both
-/// have, cuts off `a` go; anything else stays. `shared` isn't all of `a`.
+/// The rectangle that remains of `a` after a subtraction: full strips of `a` at its edges that
+/// `shared`, the overlap of both masks, covers are removed; anything else stays. `shared` isn't all
+/// of `a`.
 CRect fnCutStrips(const CRect& a, const CRect& shared) {
     CRect rest = a;
     if (shared.Width() == a.Width()) {
@@ -27,7 +28,7 @@ CRect fnCutStrips(const CRect& a, const CRect& shared) {
     return rest;
 }
 
-/// A mask's bitmap and where it lies, as far as there is one.
+/// A mask's bitmap, if any, and where it lies.
 struct PlacedMask {
     const CqTileMap* m_pMap;
     CRect m_rect;
@@ -54,8 +55,8 @@ struct PlacedMask {
     }
 };
 
-/// Makes `result`, which lies at `corner`, of `own` on black, and adds or subtracts `other`. Tile
-/// by tile, so that both passes find the tile in the nearest cache.
+/// Fills `result`, which lies at `corner`, with `own` on black, and adds or subtracts `other`.
+/// Works tile by tile, so that both passes find the tile in the cache.
 void fnCombine(const PlacedMask& own, const PlacedMask& other, bool add, CqTileMap& result,
                const CPoint& corner) {
     const q32::PixelRun run = add ? q32::fnKernels().fnMaskAdd : q32::fnKernels().fnMaskSubtract;

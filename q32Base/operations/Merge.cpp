@@ -1,13 +1,13 @@
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/CqMask.h"
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/operations/TilePieces.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/operations/TilePieces_p.h"
 
 #include <cstring>
 
 namespace {
 
-/// The rule of one merge on runs of pixels of 16 or 24 bits.
+/// Applies the rule of one merge to runs of 16- or 24-bit pixels.
 class MergeRun {
 public:
     MergeRun(const CqMergeParam& param, std::uint32_t bytesPerPixel)
@@ -16,7 +16,7 @@ public:
                                               static_cast<std::uint8_t>(param.m_nKey >> 8),
                                               static_cast<std::uint8_t>(param.m_nKey >> 16)} {}
 
-    /// `weights` is looked at by a mask alone.
+    /// `weights` is read only for a mask.
     void operator()(const unsigned char* source, unsigned char* target, std::size_t pixels,
                     const unsigned char* weights) const {
         const q32::Kernels& kernels = q32::fnKernels();
@@ -25,7 +25,7 @@ public:
         else if (m_eType == MERGE_MASK)
             (m_bShort ? kernels.fnMergeMask16 : kernels.fnMergeMask24)(source, target, pixels,
                                                                        weights);
-        else if (m_bShort) // without alpha, every pixel counts in full
+        else if (m_bShort) // without alpha every weight is 255
             kernels.fnMergeAll16(source, target, pixels);
         else
             std::memcpy(target, source, 3 * pixels);
@@ -41,13 +41,13 @@ private:
 struct MergePlace {
     CRect m_rect;
     CPoint m_Place;
-    CqMask* m_pMask = nullptr; ///< null unless the rule takes one
+    CqMask* m_pMask = nullptr; ///< null unless the rule uses one
 
     CPoint fnMaskOrigin() const { return m_pMask->m_rectBound.TopLeft(); }
 };
 
-/// Leaves out what the target doesn't hold, and what the mask doesn't cover. The source's pixel
-/// size rules the whole walk, so rows of the target and the mask count by their bytes.
+/// Clips to the target and to the mask. The source's pixel size applies throughout, so the widths
+/// of the target and the mask are computed from their bytes per row.
 bool fnClip(MergePlace& merge, const CqTileMap& source, const CqTileMap& target) {
     q32::PlacedSpan columns{merge.m_rect.left, merge.m_rect.right, merge.m_Place.x};
     q32::PlacedSpan rows{merge.m_rect.top, merge.m_rect.bottom, merge.m_Place.y};
@@ -66,7 +66,7 @@ bool fnClip(MergePlace& merge, const CqTileMap& source, const CqTileMap& target)
     return true;
 }
 
-/// Straight from tile to tile; the three images have different storage.
+/// Merges directly from tile to tile; the three images have different storage.
 void fnMergeTiles(const MergePlace& merge, const CqTileMap& source, CqTileMap& target,
                   const MergeRun& run) {
     if (!merge.m_pMask)
@@ -92,7 +92,7 @@ void fnMergeTiles(const MergePlace& merge, const CqTileMap& source, CqTileMap& t
                             mergePieces);
 }
 
-/// Row by row through buffers: for images that share storage, where it counts that a row is written
+/// Merges row by row through buffers: for images that share storage, where each row must be written
 /// only after the next one has been read, and for images of different depths.
 void fnMergeLines(const MergePlace& merge, CqImage& source, CqImage& target, const MergeRun& run) {
     const std::size_t bytes = source.BytesPerPixel;
@@ -124,7 +124,7 @@ void CqImage::fnMerge(CqImage& src, const CRect* rect, const CqMergeParam& param
     if (param.m_eType == MERGE_MASK && !(mask && mask->TileMap))
         return;
     MergePlace merge{rect ? *rect : q32::fnWholeRect(*src.TileMap), CPoint(x, y), mask};
-    // The corner is cut before it is placed; the target's size cuts the source, wherever it lands.
+    // The rectangle is clipped before it is placed, and to the target's size, wherever it lands.
     merge.m_rect.left = std::max<LONG>(merge.m_rect.left, 0);
     merge.m_rect.top = std::max<LONG>(merge.m_rect.top, 0);
     merge.m_rect.right = std::min(merge.m_rect.right, static_cast<LONG>(Width));

@@ -1,5 +1,4 @@
-#include "q32Base/operations/PageWalk.h"
-
+#include "q32Base/operations/PageWalk_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>
@@ -10,7 +9,7 @@ namespace {
 constexpr std::uint32_t kCellHeight = CqTileMap::kMaxTileSize;
 constexpr std::uint32_t kAheadBytes = 4u << 20; ///< enough for a disk to work on
 
-/// Bytes that lie side by side, told of as one.
+/// Merges contiguous bytes into one piece of advice.
 class ToldRange {
 public:
     explicit ToldRange(CQ_VIEW_ADVICE advice) : m_Advice(advice) {}
@@ -67,7 +66,7 @@ std::uint32_t PageWalk::fnCell(std::uint32_t x, std::uint32_t y) const {
 }
 
 void PageWalk::fnGoOn(std::uint32_t first, std::uint32_t last) {
-    // In lots, so that neighbours are told of as one.
+    // In batches, so that neighbouring cells share one piece of advice.
     if (last + m_nAhead / 2 >= m_nComing && m_nComing != m_nCells) {
         const std::uint32_t end = m_nCells - last > m_nAhead ? last + m_nAhead : m_nCells;
         fnTell(m_Coming, m_nComing, end);

@@ -1,7 +1,7 @@
 #include "q32Base/framework/CRgn.h"
 #include "q32Base/framework/Exceptions.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 
 #include <cstring>
 
@@ -13,7 +13,7 @@ void fnSubtract(CRgn& region, const RECT& rect) {
         AfxThrowMemoryException();
 }
 
-/// Takes the runs of `key` in a row off the region, from the left.
+/// Subtracts the runs of `key` in a row from the region, from the left.
 void fnSubtractRuns(CRgn& region, const unsigned char* row, std::size_t width, unsigned char key,
                     LONG y) {
     const unsigned char* const end = row + width;

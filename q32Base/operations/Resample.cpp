@@ -1,8 +1,8 @@
-#include "q32Base/operations/Resample.h"
-
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/kernels/Epsilon.h"
+#include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/operations/Resample_p.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <cmath>
@@ -16,19 +16,18 @@ std::unique_ptr<CqTileMap> fnNewSize(const CqTileMap& map, std::uint32_t width,
         q32::fnNew<CqTileMap>(width, height, map.BitCount, map.Palette.get(), map.PaletteCount));
 }
 
-/// Asked beside the answer of the last call: a host's own display may give either alone.
+/// Checked in addition to the last call's result: a host's own display may set only one of the two.
 bool fnWasAborted(const CqProgressDisplay* progress) {
     return progress && progress->fnWasAborted();
 }
 
-/// Rounded up, but for floating-point dust. Raises the memory exception for what is no 32-bit
-/// number.
+/// Rounded up, except for rounding errors. Raises the memory exception for a size beyond 32 bits.
 std::uint32_t fnScaledSize(std::uint32_t size, double scale) {
     const double exact = size * scale;
     if (!(exact > -1.0 && exact < 4294967295.0))
         AfxThrowMemoryException();
     const double whole = std::trunc(exact);
-    return static_cast<std::uint32_t>(whole) + (exact - whole > 1e-10 ? 1 : 0);
+    return static_cast<std::uint32_t>(whole) + (exact - whole > q32::kEpsilon ? 1 : 0);
 }
 
 } // namespace

@@ -1,9 +1,9 @@
 #include "q32Base/framework/Exceptions.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/memory/PixelBlock.h"
-#include "q32Base/memory/TileWalk.h"
-#include "q32Base/operations/ProgressRun.h"
-#include "q32Base/operations/Resample.h"
+#include "q32Base/memory/TileWalk_p.h"
+#include "q32Base/operations/ProgressRun_p.h"
+#include "q32Base/operations/Resample_p.h"
 
 #include <algorithm>
 #include <memory>
@@ -11,8 +11,8 @@
 namespace q32 {
 namespace {
 
-/// What stands between the two passes. It may lie in a scratch file, as an image may. Its pixels
-/// are cut into tiles as those of an image are, so that both passes go through its bytes in order.
+/// The intermediate image between the two passes. Like an image, it may lie in a scratch file, and
+/// its pixels are tiled, so that both passes go through its bytes in order.
 class IntermediateBuffer {
 public:
     IntermediateBuffer(std::uint32_t width, std::uint32_t height, std::uint32_t bytesPerPixel)
@@ -25,7 +25,7 @@ public:
         const std::size_t across = ((width - 1) >> m_nShiftX) + 1;
         const std::size_t down = ((height - 1) >> kTileShift) + 1;
         m_pTiles.reset(fnNewArray<TileEntry>(across * down));
-        if (size != 0) // 4-bit pixels have no bytes
+        if (size != 0) // 4-bit pixels have 0 bytes
             m_Block = PixelBlock(size);
         fnPlaceTiles(across, down);
     }
@@ -37,7 +37,7 @@ public:
 
 private:
     static constexpr std::uint32_t kTileShift = 7; ///< tiles of 128
-    static constexpr std::uint32_t kWideShift = 9; ///< what sums of columns take at once at 8 bits
+    static constexpr std::uint32_t kWideShift = 9; ///< a block of the column filter at 8 bits
 
     void fnPlaceTiles(std::size_t across, std::size_t down) {
         unsigned char* at = m_Block.fnGetBytes();
@@ -49,7 +49,7 @@ private:
                       fnCut(m_nHeight, kTileShift, row) * m_nBytes;
             }
     }
-    /// The length of the nth of the parts that a side is cut into.
+    /// The length of the nth part of a side.
     static std::uint32_t fnCut(std::uint32_t side, std::uint32_t shift, std::size_t n) {
         return std::min(1u << shift, side - (static_cast<std::uint32_t>(n) << shift));
     }
@@ -84,7 +84,7 @@ bool fnFilterResample(const CqTileMap& source, CqTileMap& target, double scaleX,
         return fnFilterHeight(from, to, scaleY, {progress, source.Width});
     if (source.Height == target.Height)
         return fnFilterWidth(from, to, scaleX, {progress, source.Height});
-    // The target's shape alone decides, not the cost: the order shows in the pixels.
+    // Only the target's shape decides, not the cost: the order affects the pixels.
     const bool rowsFirst = target.Width < target.Height;
     const IntermediateBuffer buffer(rowsFirst ? target.Width : source.Width,
                                     rowsFirst ? source.Height : target.Height,

@@ -1,12 +1,12 @@
 #include "q32Base/framework/Memory.h"
-#include "q32Base/kernels/ContribList.h"
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/memory/TileWalk.h"
-#include "q32Base/operations/ContribTable.h"
-#include "q32Base/operations/FilterChannels.h"
-#include "q32Base/operations/PageWalk.h"
-#include "q32Base/operations/ProgressRun.h"
-#include "q32Base/operations/Resample.h"
+#include "q32Base/kernels/ContribList_p.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/memory/TileWalk_p.h"
+#include "q32Base/operations/ContribTable_p.h"
+#include "q32Base/operations/FilterChannels_p.h"
+#include "q32Base/operations/PageWalk_p.h"
+#include "q32Base/operations/ProgressRun_p.h"
+#include "q32Base/operations/Resample_p.h"
 
 #include <algorithm>
 #include <cmath>
@@ -36,10 +36,10 @@ void fnTakeSamples(const std::uint8_t* source, std::uint8_t* target, std::size_t
     std::memcpy(target, source, count);
 }
 
-/// Sums up blocks of columns, in bands of target rows, so that source and target are gone through
-/// tile by tile as they lie in memory. Samples are floats, or bytes if the table is fixed-point. A
-/// block's source rows are converted to floats once in a band, in a ring that holds what one target
-/// row needs, unless its sums are wide ones. Bytes are taken from where they are, if possible.
+/// Convolves blocks of columns, in bands of target rows, so that source and target are traversed
+/// tile by tile, in memory order. Samples are floats, or bytes if the table is fixed-point. A
+/// block's source rows are converted to floats once per band, in a ring that holds what one target
+/// row needs, unless its sums are wide. Bytes are read in place if possible.
 template <typename Sample>
 class ColumnFilter {
 public:
@@ -62,8 +62,8 @@ public:
             m_pUnpacked.reset(fnNewArray<unsigned char>(samples));
     }
 
-    /// The end of the band that begins at row y: target rows of the same tiles, and in scratch
-    /// files no more than what leaves memory room for the source rows that they need.
+    /// The end of the band that begins at row y: target rows of the same tiles, and for scratch
+    /// files so few that the source rows they need fit in memory.
     std::uint32_t fnBandEnd(std::uint32_t y) const {
         constexpr std::uint32_t kTile = CqTileMap::kMaxTileSize;
         std::uint32_t rows = kTile;
@@ -80,8 +80,8 @@ public:
         return std::min({m_Target.fnHeight() - y, kTile - y % kTile, rows}) + y;
     }
 
-    /// Target rows from y to before `bottom`, block by block. After each of them `isAborted` is
-    /// asked, with the first column behind it. False: it said so.
+    /// Filters target rows from y to before `bottom`, block by block. After each block it calls
+    /// `isAborted` with the block's end column, and returns false if that returns true.
     template <typename IsAborted>
     bool fnFilter(std::uint32_t y, std::uint32_t bottom, IsAborted isAborted) {
         const auto [top, last] = fnSourceRows(y, bottom);
@@ -115,12 +115,12 @@ private:
         }
     }
 
-    /// The first column behind the block that begins at x.
+    /// The end column of the block that begins at x.
     std::uint32_t fnBlockEnd(std::uint32_t x) const {
         return m_Target.fnWidth() - x > m_nBlock ? x + m_nBlock : m_Target.fnWidth();
     }
 
-    /// The first and the last source row that those target rows need.
+    /// The first and the last source row that these target rows need.
     std::pair<std::uint32_t, std::uint32_t> fnSourceRows(std::uint32_t y,
                                                          std::uint32_t bottom) const {
         std::int32_t first = m_Table[y].m_pEntries[0].m_nPixel;
@@ -138,13 +138,13 @@ private:
         const std::uint32_t height = m_Target.fnHeight();
         if (y == height)
             return m_Source.fnHeight();
-        // Each target row needs what lies lower than the one before it, but for what the lower edge
-        // reflects: of that, the last one reaches highest.
+        // Each target row's source rows begin lower than those of the row before, except for rows
+        // reflected at the lower edge; of those, the last target row reaches highest.
         return std::min(fnSourceRows(y, y + 1).first, fnSourceRows(height - 1, height).first);
     }
 
-    static constexpr std::size_t kBlockSamples = 512;       ///< a ring of them stays near
-    static constexpr std::size_t kRingSamples = 256 * 1024; ///< for huge reductions
+    static constexpr std::size_t kBlockSamples = 512;       ///< a ring of them stays in the cache
+    static constexpr std::size_t kRingSamples = 256 * 1024; ///< limit for huge reductions
     static constexpr double kBandBytes = 32 << 20;          ///< of the source
 
     static std::uint32_t fnRingRows(std::uint32_t needed) {
@@ -153,7 +153,7 @@ private:
             rows *= 2;
         return rows;
     }
-    /// Whole tiles side by side, if possible: each is then gone through once.
+    /// Complete tiles side by side, if possible: each is then traversed once.
     std::uint32_t fnBlockColumns() const {
         const std::size_t samples = std::min(kBlockSamples, kRingSamples / m_nRing);
         const auto columns =
@@ -170,7 +170,7 @@ private:
         fnConvolveRows(m_pRows.get(), list, sums, std::size_t{end - x} * m_nChannels);
     }
 
-    /// Points at the source rows where they are. False: they have to be fetched.
+    /// Points at the source rows in place. False if they have to be fetched.
     bool fnFindRows(const ContribList& list, std::uint32_t x, std::uint32_t end) const {
         if constexpr (std::is_same_v<Sample, std::uint8_t>) {
             if (m_pUnpacked || m_Source.fnRunEnd(x) < end)
@@ -195,7 +195,7 @@ private:
         return false;
     }
 
-    /// Takes up one source row after the other.
+    /// Adds up one source row after another.
     void fnSumWide(const ContribList& list, std::uint32_t x, std::uint32_t end,
                    unsigned char* sums) const {
         const std::size_t samples = std::size_t{end - x} * m_nChannels;
@@ -209,8 +209,9 @@ private:
         std::transform(m_pWideSums.get(), m_pWideSums.get() + samples, sums, fnStoredByte);
     }
 
-    /// The samples of a source row, until another one needs its place. Rows that one target row
-    /// needs lie less than the capacity apart, so that none of them does, but for wide sums.
+    /// The samples of a source row, valid until another row takes its slot. The rows of one target
+    /// row lie less than the capacity apart, so none of them displaces another, except for wide
+    /// sums.
     const Sample* fnRow(std::int32_t y, std::uint32_t x, std::uint32_t end) const {
         const std::uint32_t place = static_cast<std::uint32_t>(y) & (m_nRing - 1);
         Sample* row = m_pRing.get() + std::size_t{place} * m_nBlock * m_nChannels;
@@ -254,7 +255,7 @@ private:
     std::uint32_t m_nRing;  ///< rows of the ring: a power of 2
     std::uint32_t m_nBlock; ///< columns of a block, at most
     std::unique_ptr<Sample[]> m_pRing;
-    std::unique_ptr<std::int32_t[]> m_pPresent; ///< which source row is where, or -1
+    std::unique_ptr<std::int32_t[]> m_pPresent; ///< the source row in each slot, or -1
     std::unique_ptr<const Sample*[]> m_pRows;   ///< null for wide sums
     std::unique_ptr<double[]> m_pWideSums;      ///< null for others
     std::unique_ptr<unsigned char[]> m_pSums;
@@ -267,7 +268,7 @@ template <typename Sample>
 bool fnFilterColumns(const PixelArea& source, const PixelArea& target, const ContribTable& table,
                      const ProgressRun& progress) {
     ColumnFilter<Sample> filter(source, target, table);
-    // As many are reported as the share of the work that is done.
+    // Columns are reported in proportion to the work done.
     const std::uint64_t width = target.fnWidth();
     std::uint32_t reported = 0;
     const auto isAborted = [&](std::uint64_t pixels) {

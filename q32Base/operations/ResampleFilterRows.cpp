@@ -1,12 +1,12 @@
 #include "q32Base/framework/Memory.h"
-#include "q32Base/kernels/ContribList.h"
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/memory/TileWalk.h"
-#include "q32Base/operations/ContribTable.h"
-#include "q32Base/operations/FilterChannels.h"
-#include "q32Base/operations/PageWalk.h"
-#include "q32Base/operations/ProgressRun.h"
-#include "q32Base/operations/Resample.h"
+#include "q32Base/kernels/ContribList_p.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/memory/TileWalk_p.h"
+#include "q32Base/operations/ContribTable_p.h"
+#include "q32Base/operations/FilterChannels_p.h"
+#include "q32Base/operations/PageWalk_p.h"
+#include "q32Base/operations/ProgressRun_p.h"
+#include "q32Base/operations/Resample_p.h"
 
 #include <algorithm>
 #include <memory>
@@ -14,9 +14,9 @@
 namespace q32 {
 namespace {
 
-/// Sums up some target columns of kFilterLanes rows at a time. The source pixels that they need
-/// are transposed, so that the rows stand side by side and one sum of blocks serves all of them.
-/// Wide sums go without that.
+/// Convolves some target columns of kFilterLanes rows at a time. The source pixels that they need
+/// are transposed, so that the rows are side by side and one sum of blocks serves all of them. Wide
+/// sums don't use that.
 class RowFilter {
 public:
     RowFilter(const PixelArea& source, const PixelArea& target, const ContribTable& table)
@@ -38,7 +38,7 @@ public:
                 fnNewArray<unsigned char>(std::max<std::size_t>(pixels, kMaxColumns) * pixelBytes));
     }
 
-    /// Rows of the same tiles: each step goes through all of them before the next one.
+    /// Filters rows of the same tiles: each step processes all of them before the next one.
     void fnFilter(std::uint32_t y, std::uint32_t rows) {
         std::uint32_t x = 0;
         for (const Step* next = m_pSteps.get(); x < m_Target.fnWidth(); x = next++->end) {
@@ -124,7 +124,7 @@ private:
                 kernels.fnConvolveLanesFixed(m_pLanes.get(), first, m_Table[x], sums, m_nChannels);
     }
 
-    /// The only column of a step, row by row.
+    /// Computes the single column of a step, row by row.
     void fnSumWide(const ContribList& list, std::uint32_t y, std::uint32_t rows) const {
         for (std::uint32_t r = 0; r < rows; ++r) {
             double sums[4] = {};
@@ -191,11 +191,11 @@ private:
     std::uint32_t m_nChannels;
     const ContribTable& m_Table;
     std::unique_ptr<Step[]> m_pSteps;
-    std::unique_ptr<unsigned char[]> m_pLanes; ///< source pixels of a step, if not wide
-    std::unique_ptr<float[]> m_pSamples;       ///< the same as floats; null if the table is whole
-    std::unique_ptr<unsigned char[]> m_pRuns;  ///< of the same; null if the table is whole
+    std::unique_ptr<unsigned char[]> m_pLanes; ///< source pixels of a step; unused for wide sums
+    std::unique_ptr<float[]> m_pSamples; ///< the same as floats; null if the table is fixed-point
+    std::unique_ptr<unsigned char[]> m_pRuns;  ///< of the same; null if the table is fixed-point
     std::unique_ptr<unsigned char[]> m_pSums;  ///< target pixels of a step
-    std::unique_ptr<unsigned char[]> m_pSpare; ///< where lanes without a row are stored
+    std::unique_ptr<unsigned char[]> m_pSpare; ///< dummy target of lanes without a row
     std::unique_ptr<unsigned char[]> m_pUnpacked;
     PageWalk m_SourceWalk;
     PageWalk m_TargetWalk;

@@ -1,15 +1,15 @@
 #include "q32Base/framework/Memory.h"
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/memory/CqTileMap.h"
-#include "q32Base/operations/ProgressRun.h"
-#include "q32Base/operations/Resample.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/operations/ProgressRun_p.h"
+#include "q32Base/operations/Resample_p.h"
 
 #include <memory>
 
 namespace q32 {
 namespace {
 
-/// Two pixels a byte; the low nibble behind an odd last pixel stays.
+/// Samples two pixels a byte; the low nibble after an odd last pixel stays.
 void fnSampleNibbles(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                      std::uint32_t at, std::uint32_t step) {
     for (std::size_t x = 0; x < count; ++x, at += step) {
@@ -33,7 +33,7 @@ bool fnNearestResample(const CqTileMap& source, CqTileMap& target, CqProgressDis
     const std::uint32_t stepY = (source.Height << 8) / target.Height;
     const bool keepsNibble = target.BitCount == 4 && target.Width % 2 != 0;
     std::uint32_t at = 0;
-    std::uint32_t present = 0xFFFFFFFFu; // no row's number: it has 16 bits
+    std::uint32_t present = 0xFFFFFFFFu; // no row: row numbers have 16 bits
     for (std::uint32_t y = 0; y < target.Height; ++y, at += stepY) {
         const std::uint32_t row = (at >> 8) & 0xFFFF;
         if (row != present || keepsNibble) {

@@ -1,10 +1,10 @@
-#include "q32Base/operations/Rotate.h"
-
 #include "q32Base/framework/Memory.h"
 #include "q32Base/geometry/CqRect2D.h"
 #include "q32Base/geometry/GeometryTolerance.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/kernels/Epsilon.h"
+#include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/operations/Rotate_p.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <algorithm>
@@ -15,9 +15,9 @@
 
 namespace {
 
-/// The inner angle of a turn: between -360 and 360, and the negative of the angle given.
-/// Subtracting 360 again and again leaves just what the remainder of the division leaves, since
-/// each difference is exact up to 2^56.
+/// The internal angle of a rotation: the given one negated and reduced to between -360 and 360.
+/// Subtracting 360 repeatedly would give the same bits as the remainder, since each difference is
+/// exact up to 2^56.
 double fnInnerAngle(double angle) {
     double a = std::fmod(std::fabs(angle), 360.0);
     if (a > 359.9999999999)
@@ -26,7 +26,7 @@ double fnInnerAngle(double angle) {
 }
 
 bool fnIsNear(double a, double value) {
-    return std::fabs(a - value) < 1e-10;
+    return std::fabs(a - value) < q32::kEpsilon;
 }
 
 struct TurnedSize {
@@ -34,8 +34,8 @@ struct TurnedSize {
     std::int64_t height;
 };
 
-/// What holds the picture turned about its pivot, with a margin. The box begins at the smallest
-/// positive number, deliberately: one that lies wholly on the negative side is measured from 0.
+/// The size of the picture rotated about its pivot, with a margin. The box starts at the smallest
+/// positive number, deliberately: one that lies completely on the negative side is measured from 0.
 TurnedSize fnBoundingBox(const CqTileMap& map, const CPoint& center, double s, double c,
                          bool antiAlias) {
     CqRect2D area(0.0, 0.0, map.Width - 1.0, map.Height - 1.0);
@@ -57,11 +57,11 @@ TurnedSize fnBoundingBox(const CqTileMap& map, const CPoint& center, double s, d
     }
     const auto span = [](double least, double most) {
         auto end = static_cast<std::int64_t>(most);
-        if (most - static_cast<double>(end) > 1e-10)
+        if (most - static_cast<double>(end) > q32::kEpsilon)
             ++end;
         return end - static_cast<std::int64_t>(least);
     };
-    const int margin = antiAlias ? 5 : 3; // room for the fringe
+    const int margin = antiAlias ? 5 : 3; // space for the blended edge
     return {span(box.m_Left, box.m_Right) + margin, span(box.m_Top, box.m_Bottom) + margin};
 }
 
@@ -80,8 +80,8 @@ std::unique_ptr<CqTileMap> fnNewMap(const CqTileMap& map, const TurnedSize& size
 void CqImage::fnRotate(double angle, const CqColor& background, CPoint* center, bool antiAlias,
                        CqProgressDisplay* progress) {
     const double a = fnInnerAngle(angle);
-    // Neither infinity nor not-a-number is an angle, and 4-bit pixels can't be moved one by one.
-    if (!(std::fabs(a) >= 1e-10) || BitCount == 4)
+    // Infinity and not-a-number aren't angles, and 4-bit pixels can't be moved one by one.
+    if (!(std::fabs(a) >= q32::kEpsilon) || BitCount == 4)
         return;
     CPoint middle(static_cast<LONG>(Width >> 1), static_cast<LONG>(Height >> 1));
     CPoint& pivot = center ? *center : middle;
@@ -89,8 +89,8 @@ void CqImage::fnRotate(double angle, const CqColor& background, CPoint* center, 
     const double s = std::sin(radians);
     const double c = std::cos(radians);
 
-    // The size asks for exactly a right angle, the way to turn only for nearly one: such an angle
-    // gets the larger map and moved pixels, deliberately.
+    // The size depends on an exact right angle, the method on an approximate one: an angle that is
+    // nearly right gets the larger map and moved pixels, deliberately.
     std::unique_ptr<CqTileMap> target;
     CPoint newCenter;
     const double right = std::fabs(a);
@@ -116,9 +116,9 @@ void CqImage::fnRotate(double angle, const CqColor& background, CPoint* center, 
                                 progress);
         pivot = newCenter; // also after an abort
     }
-    // Both answers count, that of the last call and the one that the display keeps: a host's own
-    // display may give either alone. One left aborted by an earlier run, which nothing here reports
-    // to, keeps the picture too, deliberately.
+    // Both the last call's result and the display's own state count: a host's own display may set
+    // only one of the two. A display left aborted by an earlier run keeps the picture too,
+    // deliberately, even if nothing was reported to it here.
     if (done && target && !(progress && progress->fnWasAborted()))
         fnSetBuf(target.release());
 }

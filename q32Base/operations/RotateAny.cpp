@@ -1,11 +1,11 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImageTile.h"
-#include "q32Base/image/PixelBytes.h"
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/memory/CqTileMap.h"
-#include "q32Base/memory/TileWalk.h"
-#include "q32Base/operations/ProgressRun.h"
-#include "q32Base/operations/Rotate.h"
+#include "q32Base/image/PixelBytes_p.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/memory/TileWalk_p.h"
+#include "q32Base/operations/ProgressRun_p.h"
+#include "q32Base/operations/Rotate_p.h"
 
 #include <algorithm>
 #include <array>
@@ -16,9 +16,9 @@
 namespace q32 {
 namespace {
 
-/// Turns tile by tile. What a tile looks at in the source is first brought together in one place,
-/// with the background around the image painted in, so that no sample needs a test. 24-bit pixels
-/// are widened there to the four bytes of 32-bit ones.
+/// Rotates tile by tile. The source pixels that a tile reads are first collected in one buffer,
+/// with the background painted around the image, so that no sample needs a bounds test. 24-bit
+/// pixels are widened there to the four bytes of 32-bit ones.
 class AnyRotation {
 public:
     AnyRotation(const CqTileMap& source, const AnyTurn& turn)
@@ -55,7 +55,7 @@ public:
         rows.m_dCosine = c;
         rows.m_dSine = s;
         for (std::int32_t top = 0; top < tile.Height; top += static_cast<int>(kRotateRows)) {
-            // Rows beyond the tile repeat the last one, in a place of their own.
+            // Rows beyond the tile repeat the last one, into a dummy target.
             for (std::size_t r = 0; r < kRotateRows; ++r) {
                 rows.m_dX[r] = rowX;
                 rows.m_dY[r] = rowY;
@@ -76,22 +76,22 @@ public:
     }
 
 private:
-    /// The farthest that a tile's samples lie apart is 127 * sqrt(2) in either direction; the rest
-    /// is the margin of Range.
+    /// A tile's samples lie at most 127 * sqrt(2) apart in either direction; the rest is the margin
+    /// of Range.
     static constexpr int kSide = 192;
     static constexpr std::size_t kSlack = 8;
     static constexpr std::size_t kTileRow = std::size_t{4} * CqTileMap::kMaxTileSize;
 
-    /// Whole coordinates of the source, both included. Held as doubles: a far centre puts them
-    /// beyond 32 bits.
+    /// Integral source coordinates, both included. Doubles, since a distant centre puts them beyond
+    /// 32 bits.
     struct Range {
         double first;
         double last;
     };
 
-    /// What the samples between the four corners look at. Coordinates are below 2^34, so that the
-    /// running sums, of 256 steps at most, are less than 256 x 2^-19 off the corners: one pixel is
-    /// more than enough, and bilinear samples look at one pixel more.
+    /// The range that the samples between the four corners read. Coordinates are below 2^34, so the
+    /// running sums, of at most 256 steps, deviate by less than 256 x 2^-19 at the corners: a
+    /// margin of one pixel is more than enough, and bilinear samples read one pixel more.
     static Range fnRangeOf(double start, double across, double down) {
         return {std::floor(start + std::min(across, 0.0) + std::min(down, 0.0)) - 1.0,
                 std::ceil(start + std::max(across, 0.0) + std::max(down, 0.0)) + 2.0};
@@ -142,7 +142,7 @@ private:
 
     PixelArea m_Source;
     const AnyTurn& m_Turn;
-    std::size_t m_nBytes; ///< of a pixel while it is turned
+    std::size_t m_nBytes; ///< per pixel in the buffer
     bool m_bWiden;
     std::unique_ptr<unsigned char[]> m_pPlace;
     std::unique_ptr<unsigned char[]> m_pRows;

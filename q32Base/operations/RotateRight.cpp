@@ -1,11 +1,11 @@
 #include "q32Base/image/CqImageLine.h"
 #include "q32Base/image/CqImageTile.h"
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/memory/CqTileMap.h"
-#include "q32Base/memory/TileWalk.h"
-#include "q32Base/operations/PageWalk.h"
-#include "q32Base/operations/ProgressRun.h"
-#include "q32Base/operations/Rotate.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/memory/TileWalk_p.h"
+#include "q32Base/operations/PageWalk_p.h"
+#include "q32Base/operations/ProgressRun_p.h"
+#include "q32Base/operations/Rotate_p.h"
 
 #include <algorithm>
 #include <utility>
@@ -13,7 +13,7 @@
 namespace q32 {
 namespace {
 
-/// A turn by a quarter: rows become columns, and either the rows or the columns are reversed.
+/// A rotation by 90 degrees: rows become columns, and either the rows or the columns are reversed.
 class Quarter {
 public:
     Quarter(const CqTileMap& source, const CqTileMap& target, bool left)
@@ -22,8 +22,8 @@ public:
           m_SourceWalk(m_Source, VIEW_READ_NEXT, {true, left, !left}),
           m_TargetWalk(m_Target, VIEW_WRITE_NEXT, {false}) {}
 
-    /// Moves the pixels of a source tile, cut where the target's tiles end. Counted wide, since a
-    /// place may lie outside of the target, though not below 0.
+    /// Moves the pixels of a source tile, split where the target's tiles end. Counted in 64 bits,
+    /// since a position may lie outside the target, though not below 0.
     void fnMove(const CqImageTile& tile) {
         const auto tileX = static_cast<std::uint32_t>(tile.Left);
         const auto tileY = static_cast<std::uint32_t>(tile.Top);
@@ -56,7 +56,7 @@ private:
         return static_cast<std::uint32_t>(std::min<std::int64_t>(place, end));
     }
 
-    /// A block of the target that lies in one tile of either map.
+    /// Moves a block of the target that lies in one tile of either map.
     void fnMoveBlock(std::uint32_t x, std::uint32_t y, std::uint32_t endX,
                      std::uint32_t endY) const {
         const std::ptrdiff_t to = m_Target.fnStride(x);

@@ -1,9 +1,9 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/kernels/HueShift.h"
-#include "q32Base/kernels/Kernels.h"
-#include "q32Base/operations/ToneCurves.h"
-#include "q32Base/pixels/PixelFormat.h"
+#include "q32Base/kernels/HueShift_p.h"
+#include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/operations/ToneCurves_p.h"
+#include "q32Base/pixels/PixelFormat_p.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
-#include "q32Base/operations/ToneCurves.h"
-
 #include "q32Base/framework/Values.h"
+#include "q32Base/kernels/Epsilon.h"
+#include "q32Base/operations/ToneCurves_p.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,27 +10,27 @@ namespace {
 
 constexpr double kUnit = 0.00392156862745098; ///< 1 / 255
 
-// Percent to the scale of 128, which ends one step short of it. So the slope never becomes level or
-// upright, and no divisor below becomes 0.
+// Converts percent to a scale of 128, limited to 127, so that the slope is never horizontal or
+// vertical and no divisor below becomes 0.
 int fnScalePercent(std::int32_t percent) {
     return std::clamp(fnWrapMultiply(percent, 128) / 100, -127, 127);
 }
 
-// A number cut to an integer and that to a byte; what no 32-bit integer can hold becomes 0.
+// Truncates a number to an integer and that to its low byte; numbers beyond 32 bits become 0.
 std::uint8_t fnCutToByte(double value) {
     const bool fits = value > -2147483649.0 && value < 2147483648.0;
     return static_cast<std::uint8_t>(fits ? static_cast<std::int32_t>(value) : 0);
 }
 
 void fnMakeGammaCurve(double gamma, std::uint8_t* curve) {
-    const bool straight = std::fabs(gamma - 1.0) <= 1e-10;
+    const bool straight = std::fabs(gamma - 1.0) <= kEpsilon;
     for (int i = 0; i < 256; ++i)
         curve[i] = straight ? static_cast<std::uint8_t>(i)
                             : fnCutToByte(std::pow(i * kUnit, gamma) * 255.0);
 }
 
-// Squeezes 256 entries between two end points, by steps that are spread evenly in whole numbers:
-// nothing below `low`, everything above `high`.
+// Compresses 256 entries between two end points, in integer steps that are spread evenly: 0 below
+// `low`, 255 above `high`.
 void fnSqueeze(const std::uint8_t* source, int low, int high, std::uint8_t* curve) {
     const int span = high - low;
     const int step = span == 0 ? 0 : 255 / span;
@@ -104,7 +104,7 @@ void fnMakeBalanceCurve(std::int32_t weight, std::uint8_t* curve) {
     const int low = level <= kNeutral ? code : 0;
     const int high = level <= kNeutral ? 255 : code;
     const int middle = (kNeutral - level) * 60 / 100 + 127;
-    // Far outside of -100 to 100 this is no number, or an infinite one, which makes a flat curve.
+    // Far outside -100 to 100 this is not a number or infinite, which makes a flat curve.
     const double gamma = std::log(0.5) / std::log(middle * kUnit);
     std::uint8_t bend[256];
     fnMakeGammaCurve(gamma, bend);

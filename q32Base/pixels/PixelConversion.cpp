@@ -1,7 +1,7 @@
 #include "q32Base/pixels/PixelConversion.h"
 
-#include "q32Base/pixels/Nibbles.h"
-#include "q32Base/pixels/PixelFormat.h"
+#include "q32Base/pixels/Nibbles_p.h"
+#include "q32Base/pixels/PixelFormat_p.h"
 
 #include <algorithm>
 #include <bit>
@@ -11,7 +11,7 @@ namespace q32 {
 
 namespace {
 
-/// Pixels that are converted by way of another form at a time.
+/// Pixels converted at a time where an intermediate form is needed.
 constexpr std::size_t kChunk = 256;
 
 /// Sets byte `place` of each of `count` pixels of four bytes to 255.
@@ -217,7 +217,7 @@ void PixelWriting::fnMakeTable(const RGBQUAD* palette, std::size_t count) {
         std::size_t slot = fnHash(color);
         while (m_Colors[slot] != kNoColor && m_Colors[slot] != color)
             slot = (slot + 1) % kSlots;
-        if (m_Colors[slot] == color) // the first of equal entries stays
+        if (m_Colors[slot] == color) // the first of equal entries wins
             continue;
         m_Colors[slot] = color;
         m_Indices[slot] = static_cast<std::uint8_t>(m_nBits == 4 ? i & 15 : i);

@@ -1,6 +1,6 @@
 /// @file
-/// Runs of pixels between the form in which an image stores them and the forms that others know.
-/// For image/PixelAccess.h, which hosts use.
+/// Converts runs of pixels between the form in which an image stores them and each PIXEL_ORDER. The
+/// core of image/PixelAccess.h, which hosts use.
 #pragma once
 
 #include "q32Base/pixels/PixelOrder.h"
@@ -11,22 +11,22 @@
 
 namespace q32 {
 
-/// Palette entries that any index of eight bits finds.
+/// Palette entries that an index of eight bits can address.
 inline constexpr std::size_t kPaletteSlots = 256;
 
-/// The library's grey of a colour. The weights make up 256, so that white stays white.
+/// The library's grey of a colour. The weights add up to 256, so that white stays white.
 constexpr std::uint8_t fnGreyOf(unsigned int red, unsigned int green, unsigned int blue) {
     return static_cast<std::uint8_t>((77 * red + 150 * green + 29 * blue) >> 8);
 }
 
-/// Bytes of a pixel in an order, for images of `bits` a pixel.
+/// Bytes per pixel in an order, for images of `bits` bits a pixel; PIXEL_STORED depends on it.
 std::size_t fnGetOrderBytes(std::uint32_t bits, PIXEL_ORDER order);
 
-/// From the stored form to one order. Any thread may call one object.
+/// Converts from the stored form to one order. Several threads may use one object.
 class PixelReading {
 public:
     /// @param bits     of the image: a depth of kPixelFormats
-    /// @param palette  kPaletteSlots entries, of which a copy is kept; not looked at above 8 bits
+    /// @param palette  kPaletteSlots entries, which are copied; not read above 8 bits
     PixelReading(std::uint32_t bits, const RGBQUAD* palette, PIXEL_ORDER order);
 
     /// Source and target don't overlap.
@@ -53,13 +53,13 @@ private:
     std::uint8_t m_Greys[kPaletteSlots];
 };
 
-/// From one order to the stored form. Indexed depths take the first entry of equal red, green and
-/// blue, or 0; 16 bits drop the low bits; a depth without alpha drops it, and an order without it
-/// gives 255. Any thread may call one object.
+/// Converts from one order to the stored form. Indexed depths take the first entry of equal red,
+/// green and blue, or 0; 16 bits drop the low bits; a depth without alpha drops it, and an order
+/// without it gives 255. Several threads may use one object.
 class PixelWriting {
 public:
-    /// @param palette  of which a copy is kept; not looked at above 8 bits
-    /// @param count    its entries; a colour beyond the 256th isn't found
+    /// @param palette  copied; not read above 8 bits
+    /// @param count    its entries; those beyond the 256th are ignored
     PixelWriting(std::uint32_t bits, const RGBQUAD* palette, std::size_t count, PIXEL_ORDER order);
 
     /// Source and target don't overlap.

@@ -9,74 +9,75 @@
 
 class CFont;
 
-/// What a dump view tells the library. After either call the view may be gone.
+/// Events that a dump view reports to the library. After either call the view may have been
+/// destroyed.
 class Q32_API CqDumpViewEvents {
 public:
-    /// The user chose an item of the system menu, which stays checked as it was. False for one that
-    /// isn't the library's.
+    /// The user chose an item of the system menu; its check mark is unchanged. Returns false for an
+    /// item that isn't the library's.
     virtual bool fnOnSysCommand(UINT id) = 0;
-    /// The window goes: the user closes it, or the back end ends.
+    /// The window is closing: the user closed it, or the back end is shutting down.
     virtual void fnOnClose() = 0;
 
 protected:
     ~CqDumpViewEvents() = default;
 };
 
-/// How the window is made.
+/// How the window is created.
 struct CqDumpViewSetup {
     const char* m_szCaption;
-    std::optional<RECT> m_Place; ///< in screen coordinates; none: wherever windows begin
-    const char* m_szIdlePrompt;  ///< what the status bar shows when there is nothing else to say
+    std::optional<RECT> m_Place; ///< in screen coordinates; none: the system's default position
+    const char* m_szIdlePrompt;  ///< the status bar's text when nothing else is shown
 };
 
 /// An item of the window's system menu.
 struct CqDumpMenuItem {
     UINT m_nId = 0;                   ///< a multiple of 16; 0 for a separator
-    const char* m_szText = nullptr;   ///< an ampersand stands ahead of the key that chooses it
-    const char* m_szPrompt = nullptr; ///< for the status bar, while the item is highlighted
+    const char* m_szText = nullptr;   ///< an ampersand precedes the access key
+    const char* m_szPrompt = nullptr; ///< status bar text while the item is highlighted
 };
 
 /// A save dialog's settings.
 struct CqSaveRequest {
-    const char* m_szDefaultExtension; ///< for a name that is given without one
+    const char* m_szDefaultExtension; ///< appended to a name without one
     UINT m_nFlags;                    ///< OFN_ bits
-    const char* m_pszFilter; ///< labels and masks in turn, each ended by a zero, and one more
-    const char* m_szFolder;  ///< where it starts; null: the system's choice
+    const char* m_pszFilter; ///< labels and masks in turn, each ended by a NUL, and a final NUL
+    const char* m_szFolder;  ///< initial folder; null: the system's choice
 };
 
-/// The dump window as a back end has it: a small floating frame that can be resized, with a
-/// read-only text of several lines that fills its client area, a status bar, and a system menu. It
-/// belongs to no other window. Its end, with no event, is the destructor. Texts are bytes in the
-/// code page, with lines that end in CR LF. Called on the thread of the user interface. May throw
-/// std::bad_alloc; all else is told by the result.
+/// The dump window as a back end implements it: a small, resizable floating frame with a read-only
+/// multi-line text that fills its client area, a status bar and a system menu. It has no owner
+/// window. The destructor closes it without an event. Texts are bytes in the code page, with lines
+/// ending in CR LF. Called on the thread of the user interface. May throw std::bad_alloc; every
+/// other failure is reported by the result.
 class Q32_API CqDumpView {
 public:
     virtual ~CqDumpView() = default;
 
-    /// Makes the text, and the status bar. False on failure.
+    /// Create the text control and the status bar. Return false on failure.
     virtual bool fnCreateText() = 0;
     virtual bool fnCreateStatusBar() = 0;
-    /// Shows the text in a font of the platform's screen, which outlives the view. One that the
-    /// view can't show is passed over.
+    /// Sets the text's font, which the platform's screen service created and which outlives the
+    /// view. A font that the view can't show is ignored.
     virtual void fnSetFont(const CFont& font) = 0;
-    /// Puts an item at the top of the system menu.
+    /// Inserts an item at the top of the system menu.
     virtual void fnInsertMenuItem(const CqDumpMenuItem& item) = 0;
-    /// Checks an item or unchecks it. Nothing happens for an id that no item has.
+    /// Checks or unchecks an item. An unknown id is ignored.
     virtual void fnCheckMenuItem(UINT id, bool checked) = 0;
-    /// Keeps the window above all others, or no longer. It is neither moved nor sized.
+    /// Sets whether the window stays above all others. It is neither moved nor resized.
     virtual void fnSetOnTop(bool onTop) = 0;
     virtual void fnShow() = 0;
-    /// The whole window in screen coordinates.
+    /// The window's rectangle, frame included, in screen coordinates.
     virtual RECT fnGetPlace() const = 0;
 
-    /// Replaces the text. No zero is in it.
+    /// Replaces the text: `length` bytes, none of them NUL.
     virtual void fnSetText(const char* text, std::size_t length) = 0;
-    /// Adds to the text, in time that doesn't grow with what is there. False, with nothing changed,
-    /// where the back end can't; it is given the whole text then.
+    /// Appends to the text, in time that doesn't depend on its present length. False, with nothing
+    /// changed, if the back end can't; it then receives the whole text by `fnSetText`.
     virtual bool fnAppendText(const char*, std::size_t) { return false; }
     virtual std::string fnGetText() const = 0;
 
-    /// Asks the user for a file's name, with this window as the owner, and waits. A name without an
-    /// extension gets the default one. False, and `path` stays, when it was not confirmed.
+    /// Shows a save dialog owned by this window and waits for it. A name without an extension gets
+    /// the default one. False, with `path` unchanged, unless the user confirms a name.
     virtual bool fnAskSaveName(const CqSaveRequest& request, std::string& path) = 0;
 };

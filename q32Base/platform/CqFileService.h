@@ -32,25 +32,26 @@ enum CQ_FILE_CAUSE : int {
 struct CqFileMode {
     bool m_bRead = true;
     bool m_bWrite = false;
-    bool m_bCreate = false;    ///< a file that stands there is emptied
+    bool m_bCreate = false;    ///< an existing file is truncated
     bool m_bExclusive = false; ///< nobody else may have it open
-    bool m_bNew = false;       ///< with `m_bCreate`: refused if anything stands there
+    bool m_bNew = false;       ///< with `m_bCreate`: fails if the name exists
 };
 
-/// An open file: bytes at a position. Closing is the destructor's work, unless `fnClose` was called
-/// to learn whether all was written. May throw std::bad_alloc, but for the destructor.
+/// An open file with a current position. The destructor closes it; call `fnClose` first to learn
+/// whether everything was written. All but the destructor may throw std::bad_alloc.
 class Q32_API CqFileStream {
 public:
     virtual ~CqFileStream() = default;
 
-    /// Reads up to `count` bytes into `done`; fewer only at the end. The cause on failure.
+    /// Reads up to `count` bytes into `buffer`, fewer only at the end of the file, and stores their
+    /// number in `done`. Returns the cause on failure.
     virtual CQ_FILE_CAUSE fnRead(void* buffer, std::size_t count, std::size_t& done) = 0;
-    /// Writes all `count` bytes, or gives the cause.
+    /// Writes all `count` bytes, or returns the cause of the failure.
     virtual CQ_FILE_CAUSE fnWrite(const void* buffer, std::size_t count) = 0;
     /// Moves to `position` bytes from the start; beyond the end is allowed.
     virtual CQ_FILE_CAUSE fnSeek(std::uint64_t position) = 0;
     virtual CQ_FILE_CAUSE fnGetLength(std::uint64_t& length) = 0;
-    /// Closes; later calls fail. The cause if something could not be written.
+    /// Closes the file; later calls fail. Returns the cause if something could not be written.
     virtual CQ_FILE_CAUSE fnClose() = 0;
 };
 
@@ -71,53 +72,53 @@ struct CqFileInfo {
     std::int64_t m_nLastWrite = 0; ///< seconds since 1970-01-01 00:00 UTC
 };
 
-/// Directories, disks and ordinary files. The separator is the backslash; a service may take others
-/// too. Called on the host's thread. May throw std::bad_alloc; all else is told by the result.
+/// Directories, disks and ordinary files. The separator is the backslash; a service may accept
+/// others too. Called on the host's thread. May throw std::bad_alloc; every other failure is
+/// reported by the result.
 class Q32_API CqFileService {
 public:
     virtual ~CqFileService() = default;
 
-    /// The system's directory for temporary files, with a backslash at its end.
+    /// The system's directory for temporary files, ending in a backslash.
     virtual bool fnGetTempDirectory(std::string& directory) = 0;
     /// The directory of machine-wide settings, with or without a backslash at its end.
     virtual bool fnGetConfigDirectory(std::string& directory) = 0;
-    /// Whether a file or directory stands there.
+    /// Whether a file or directory of that name exists.
     virtual bool fnExists(const char* path) = 0;
-    /// Makes one directory; its parent must stand.
+    /// Creates one directory; its parent must exist.
     virtual bool fnCreateDirectory(const char* path) = 0;
-    /// The bare names of the files that match `mask`, which is a directory and a pattern with `*`
-    /// and `?`.
+    /// The names, without directories, of the files that match `mask`, a directory followed by a
+    /// pattern with `*` and `?`.
     virtual std::vector<std::string> fnFind(const char* mask) = 0;
     virtual bool fnDelete(const char* name) = 0;
-    /// Size and time of a file. With `exclusive` set, a file that somebody else has open is
-    /// refused.
+    /// Size and last write time of a file. With `exclusive` set, fails if anyone else has it open.
     virtual bool fnGetInfo(const char* name, bool exclusive, CqFileInfo& info) = 0;
 
-    /// Whether disks are to be asked by `fnGetSpace`; otherwise by `fnGetClusters`.
+    /// Whether disk space is queried by `fnGetSpace`; otherwise by `fnGetClusters`.
     virtual bool fnHasWideSpaceQuery() = 0;
-    /// Space of the volume that holds `path`. Where the root of a path is its directory (the root
-    /// of
-    /// "/srv/scratch\" is all of it), one that does not stand yet has the space of the volume that
-    /// it would be made on; elsewhere it fails. An empty path fails.
+    /// Space of the volume that holds `path`. Where the root of a path is its entire directory (as
+    /// for "/srv/scratch\"), a directory that doesn't exist yet gives the space of the volume that
+    /// it would be created on; elsewhere it fails. An empty path fails.
     virtual bool fnGetSpace(const char* path, CqDiskSpace& space) = 0;
+    /// The same as cluster counts.
     virtual bool fnGetClusters(const char* path, CqDiskClusters& clusters) = 0;
 
-    /// Opens a file. Null with the cause on failure. When memory runs out, no new file stays.
+    /// Opens a file. Null, with the cause, on failure. If memory is exhausted, no new file is left
+    /// behind.
     virtual std::unique_ptr<CqFileStream> fnOpen(const char* name, const CqFileMode& mode,
                                                  CQ_FILE_CAUSE& cause) = 0;
 
-    /// Gives a closed file the name `to`, at once and as a whole, with its bytes safe on the disk;
-    /// a file that stands there goes, and leaves its place and rights. Both names lie in one
-    /// directory. The cause on failure, which it is too that the file there is open or may not be
-    /// written; both are then as they were.
+    /// Renames a closed file to `to` atomically, with its bytes flushed to disk; an existing file
+    /// is replaced, and its location and permissions are kept. Both names are in one directory.
+    /// Returns the cause on failure, which includes an existing file that is open or not writable;
+    /// both files are then unchanged.
     virtual CQ_FILE_CAUSE fnReplace(const char* from, const char* to) = 0;
 
     /// Reads a whole small text file. False when it is missing or unreadable.
     virtual bool fnReadText(const char* name, std::string& text) = 0;
-    /// Rewrites a whole small text file: reads it (empty when missing), hands it to `edit`, and if
-    /// that returns true puts the changed text in its place at once and as a whole. No other
-    /// process that rewrites it the same way comes in between. True when done, or when `edit`
-    /// wanted no change.
+    /// Rewrites a small text file: reads it (empty if missing), passes it to `edit` and, if that
+    /// returns true, replaces the file atomically. Other processes that rewrite it the same way are
+    /// excluded meanwhile. True when done, and when `edit` returned false.
     virtual bool fnUpdateText(const char* name,
                               const std::function<bool(std::string& text)>& edit) = 0;
 };

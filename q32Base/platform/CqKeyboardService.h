@@ -8,17 +8,17 @@ struct CqKeyMessage {
     WPARAM m_wParam = 0; ///< the key
 };
 
-/// The keyboard, as far as a long operation needs it. Called on the thread of the user interface.
+/// Keyboard access for long operations. Called on the thread of the user interface.
 class Q32_API CqKeyboardService {
 public:
     virtual ~CqKeyboardService() = default;
 
-    /// Whether a key is down as far as its messages have been read. Never for a number that names
-    /// no key.
+    /// Whether a key is down according to the messages read so far. False for an unknown key
+    /// number.
     virtual bool fnIsKeyDown(int key) = 0;
     /// Whether a key is down now.
     virtual bool fnIsKeyDownNow(int key) = 0;
-    /// Takes the oldest keyboard message out of the queue; all other input stays, in its order, and
-    /// reaches its window later. False, and `message` stays, when there is none.
+    /// Removes the oldest keyboard message from the queue; all other input stays queued in its
+    /// order. False, with `message` unchanged, if there is none.
     virtual bool fnTakeKeyMessage(CqKeyMessage& message) = 0;
 };

@@ -16,9 +16,9 @@ class Q32_API CqLocaleService {
 public:
     virtual ~CqLocaleService() = default;
 
-    /// Bytes of the character that begins at `text`, of which `count` bytes (at least 1) are there:
-    /// at least 1, at most `count`. A byte that begins no whole character is a character of its
-    /// own.
+    /// Length in bytes of the character that begins at `text`, of which `count` bytes (at least 1)
+    /// are available: 1 to `count`. A byte that doesn't begin a complete character counts as a
+    /// character.
     virtual std::size_t fnGetCharBytes(const char* text, std::size_t count) = 0;
 
     /// The date in the user's short form. False on failure.
@@ -26,6 +26,6 @@ public:
     /// The time of day in the user's form, by kTime flags. False on failure.
     virtual bool fnFormatTime(const SYSTEMTIME& time, UINT flags, std::string& text) = 0;
 
-    /// Local time of a moment in seconds since 1970-01-01 00:00 UTC. False on failure.
+    /// Local time of a moment, given in seconds since 1970-01-01 00:00 UTC. False on failure.
     virtual bool fnGetLocalTime(std::int64_t seconds, SYSTEMTIME& time) = 0;
 };

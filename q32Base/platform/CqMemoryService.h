@@ -14,14 +14,14 @@ public:
     /// Reserves `size` bytes of address space, page-aligned. Null on failure, and for a size of 0.
     virtual void* fnReserve(std::size_t size) = 0;
 
-    /// Makes a whole reserved range usable, zeroed, for reading and writing. False on failure: the
-    /// range then stays reserved.
+    /// Commits an entire reserved range: zeroed, readable and writable. False on failure; the range
+    /// then stays reserved.
     virtual bool fnCommit(void* address, std::size_t size) = 0;
 
-    /// Gives the memory of a committed range back; the address space stays reserved.
+    /// Releases the memory of a committed range; the address space stays reserved.
     virtual void fnDecommit(void* address, std::size_t size) = 0;
 
-    /// Gives a reserved range back. A null address is refused: false, and nothing happens.
+    /// Releases a reserved range. False, without effect, for a null address.
     virtual bool fnRelease(void* address, std::size_t size) = 0;
 
     /// Physical memory of the machine in bytes.

@@ -46,7 +46,7 @@ std::shared_ptr<CqMessageService> fnMessageService() {
 }
 
 HINSTANCE fnModuleInstance() {
-    static char mark; // its address is nobody else's
+    static char mark; // only its unique address matters
     return reinterpret_cast<HINSTANCE>(&mark);
 }
 

@@ -15,9 +15,8 @@
 
 #include <memory>
 
-/// Everything that the library asks of the world. A host starts from a complete platform (headless,
-/// posix) and replaces the services that it wants otherwise. Services are shared: they live as long
-/// as anyone holds them.
+/// The services through which the library reaches the system. A host starts from a complete
+/// platform (headless, posix) and replaces individual services. Their ownership is shared.
 struct Q32_API CqPlatform {
     std::shared_ptr<CqMemoryService> m_pMemory;
     std::shared_ptr<CqScratchService> m_pScratch;
@@ -31,26 +30,26 @@ struct Q32_API CqPlatform {
     std::shared_ptr<CqLocaleService> m_pLocale;
     std::shared_ptr<CqWindowService> m_pWindows;
 
-    /// Whether every service is there.
+    /// Whether every service is set.
     bool fnIsComplete() const;
 };
 
-/// Who shows message boxes while no platform is attached: before the start and after the stop. An
-/// attach sets it to the platform's own service, which stays in force after the detach. Null: no
-/// box, and the answer 0.
+/// Sets the service that shows message boxes while no platform is attached. An attach sets it to
+/// the platform's own service, which stays in force after the detach. With null no box is shown and
+/// the answer is 0.
 Q32_API void q32SetMessageService(std::shared_ptr<CqMessageService> messages);
 
 namespace q32 {
 
-/// The platform in force. Only between attach and detach.
+/// The platform in force. Valid only between attach and detach.
 Q32_API const CqPlatform& fnPlatform();
 /// Whether a platform is in force.
 bool fnHasPlatform();
-/// Puts a platform in force, or takes it out. The module's start and stop alone call this.
+/// Set and clear the platform in force. Called only by attach and detach.
 void fnSetPlatform(CqPlatform platform);
 void fnClearPlatform();
-/// The message service in force; null when there is none. Who shows a box holds it, since another
-/// may be put in force while the box stands.
+/// The message service in force; null if there is none. Hold it while a box is open, since another
+/// may be set meanwhile.
 std::shared_ptr<CqMessageService> fnMessageService();
 
 } // namespace q32

@@ -6,8 +6,8 @@
 #include <cstddef>
 #include <string>
 
-/// Names a resource type or a resource: by number, or by name when `m_szName` isn't null (case does
-/// not count).
+/// Names a resource type or a resource: by number, or by name when `m_szName` isn't null
+/// (case-insensitive).
 struct CqResourceId {
     CqResourceId(WORD number) : m_nNumber(number) {}
     CqResourceId(const char* name) : m_szName(name) {}
@@ -16,35 +16,35 @@ struct CqResourceId {
     const char* m_szName = nullptr;
 };
 
-/// A resource's bytes, which begin at an address of four. They belong to the service and stay until
-/// the resource is taken away.
+/// A resource's bytes, aligned to four. They are owned by the service and valid until the resource
+/// is removed.
 struct CqResourceData {
     const void* m_pBytes = nullptr;
     std::size_t m_nSize = 0;
 };
 
-/// What hosts compile into their modules: bitmaps, sounds, strings, version.
-/// Called on the host's thread. May throw std::bad_alloc.
+/// Resources compiled into the host's modules: bitmaps, sounds, strings, version. Called on the
+/// host's thread. May throw std::bad_alloc.
 class Q32_API CqResourceService {
 public:
     virtual ~CqResourceService() = default;
 
-    /// Finds a resource in a module, or in all of the host's modules in their order for null; the
-    /// library's own is none of these. A name of digits is no number. False, and `data` stays, when
-    /// it is missing or the module is unknown.
+    /// Finds a resource in a module, or for null in the host's modules in their order, which don't
+    /// include the library's own. A name made of digits isn't a number. False, with `data`
+    /// unchanged, if it is missing or the module is unknown.
     virtual bool fnFind(HINSTANCE module, CqResourceId type, CqResourceId name,
                         CqResourceData& data) = 0;
 
-    /// Loads an entry of a module's string table, or of the first of the host's that has it for
-    /// null. False, and `text` stays, when it is missing; a compiled entry that is empty or cut off
+    /// Loads an entry of a module's string table, or for null of the first host module that has it.
+    /// False, with `text` unchanged, if it is missing; a compiled entry that is empty or truncated
     /// counts as missing, as does an id above 65535.
     virtual bool fnLoadString(HINSTANCE module, UINT id, std::string& text) = 0;
 };
 
 namespace q32 {
 
-/// The handle by which the library asks for resources of its own module, its version above all. A
-/// constant that stands for no other module.
+/// The handle under which the library requests resources of its own module, such as its version.
+/// Constant, and distinct from every other module's.
 Q32_API HINSTANCE fnModuleInstance();
 
 } // namespace q32

@@ -13,57 +13,58 @@ inline constexpr CqFileHandle kNoFile = 0xFFFFFFFFu;
 /// The handle of no mapping.
 inline constexpr CqMappingHandle kNoMapping = 0;
 
-/// What a walk knows about bytes of a view. Advice changes speed and never bytes.
+/// Advice about bytes of a view. It affects speed, never contents.
 enum CQ_VIEW_ADVICE {
     VIEW_READ_NEXT,  ///< they will be read soon, and perhaps written too
-    VIEW_WRITE_NEXT, ///< all of them will be written soon; what they hold now is of no meaning
-    VIEW_DONE,       ///< neither is to come in this walk, but for a rare look back at an edge
+    VIEW_WRITE_NEXT, ///< all of them will be written soon; their present content is meaningless
+    VIEW_DONE,       ///< neither follows in this pass, except for a rare access at an edge
 };
 
-/// Temporary files that are mapped into memory: the home of buffers that do not fit into RAM.
-/// One file goes through `fnCreateName`, `fnOpen`, `fnSetSize`, `fnReopen`, `fnCreateMapping`,
-/// `fnMapView`, and back through `fnUnmapView`, `fnCloseMapping`, `fnClose`, `fnDelete`.
-/// Called on the host's thread. What takes something may throw std::bad_alloc; what gives it back
-/// never throws, and does its work also when memory has run out. All else is told by the result.
+/// Temporary files mapped into memory, for buffers that don't fit into RAM. A file is set up by
+/// `fnCreateName`, `fnOpen`, `fnSetSize`, `fnReopen`, `fnCreateMapping`, `fnMapView`, and torn down
+/// by `fnUnmapView`, `fnCloseMapping`, `fnClose`, `fnDelete`. Called on the host's thread.
+/// Functions that acquire something may throw std::bad_alloc; those that release it never throw,
+/// and work even when memory is exhausted. Every other failure is reported by the result.
 class Q32_API CqScratchService {
 public:
     virtual ~CqScratchService() = default;
 
-    /// Creates an empty file of a new name in `directory` (which ends in a backslash), named after
-    /// `prefix` and with the ending ".tmp". Its full name goes to `name`. Only its owner may read
-    /// it.
+    /// Creates an empty file with a new name in `directory` (which ends in a backslash); the name
+    /// begins with `prefix` and ends in ".tmp". Stores the full name in `name`. Only its owner may
+    /// read the file.
     virtual bool fnCreateName(const char* directory, const char* prefix, std::string& name) = 0;
 
-    /// Opens that file for reading and writing, unshared: nobody else opens it as long as the
-    /// handle lives. Never follows a link. `kNoFile` on failure; the file then stays.
+    /// Opens that file for reading and writing, exclusively for the life of the handle. Never
+    /// follows a link. `kNoFile` on failure; the file then stays.
     virtual CqFileHandle fnOpen(const char* name) = 0;
 
-    /// Makes the file exactly `size` bytes long, with its blocks reserved on the disk, so that a
-    /// later write into a mapping can't find the disk full. On failure nothing stays reserved.
+    /// Makes the file exactly `size` bytes long, with its blocks allocated on disk, so that a later
+    /// write through a mapping can't fail for lack of disk space. On failure nothing stays
+    /// allocated.
     virtual bool fnSetSize(CqFileHandle file, std::uint32_t size) = 0;
 
-    /// Closes the file and opens the same file anew, as it stands on the disk. `kNoFile` when it is
-    /// gone or is another one; the old handle is closed in any case.
+    /// Closes the file and opens it again by name. `kNoFile` if it is gone or is now another file;
+    /// the old handle is closed in any case.
     virtual CqFileHandle fnReopen(CqFileHandle file, const char* name) noexcept = 0;
 
     virtual void fnClose(CqFileHandle file) noexcept = 0;
 
-    /// A mapping of the first `size` bytes of the file, for reading and writing. `kNoMapping` on
-    /// failure, which includes a file shorter than that, and a size of 0.
+    /// Creates a mapping of the first `size` bytes of the file, for reading and writing.
+    /// `kNoMapping` on failure, including a shorter file and a size of 0.
     virtual CqMappingHandle fnCreateMapping(CqFileHandle file, std::uint32_t size) = 0;
 
     virtual void fnCloseMapping(CqMappingHandle mapping) noexcept = 0;
 
-    /// The whole mapping as memory, page-aligned. Null on failure.
+    /// Maps the entire mapping into memory, page-aligned. Null on failure.
     virtual void* fnMapView(CqMappingHandle mapping, std::uint32_t size) = 0;
 
     virtual void fnUnmapView(void* address, std::uint32_t size) noexcept = 0;
 
-    /// Advice on `size` bytes from `address` on, which lie in one view; any number, at any place. A
-    /// service may ignore it, and nobody is told whether it could be followed.
+    /// Gives advice on the `size` bytes at `address`, which lie in one view but needn't be aligned.
+    /// A service may ignore it, and doesn't report whether it did.
     virtual void fnAdvise(CQ_VIEW_ADVICE /*advice*/, void* /*address*/,
                           std::uint32_t /*size*/) noexcept {}
 
-    /// Deletes a file by its name; a bare name is looked for in the current directory.
+    /// Deletes a file by its name; a name without a directory is relative to the current one.
     virtual bool fnDelete(const char* name) noexcept = 0;
 };

@@ -8,8 +8,8 @@
 class CWinApp;
 class CWnd;
 
-/// The host's application and main window, as far as the library looks at them.
-/// Called on the thread of the user interface.
+/// The host's application and main window, as far as the library uses them. Called on the thread of
+/// the user interface.
 class Q32_API CqWindowService {
 public:
     virtual ~CqWindowService() = default;
@@ -19,10 +19,10 @@ public:
     /// The main window of the current thread; null when there is none.
     virtual CWnd* fnGetMainWnd() = 0;
 
-    /// Makes the frame of the dump window, not yet shown and without its parts. The numbers of its
-    /// place may be any; a size below 0 counts as 0.
-    /// @param events  outlives the view
-    /// @return null on failure, and where there is no such window. May throw std::bad_alloc.
+    /// Creates the frame of the dump window, hidden and without its parts. Any coordinates are
+    /// valid; a negative size counts as 0.
+    /// @param events  receives the view's events; outlives it
+    /// @return null on failure, and if the back end has no dump window. May throw std::bad_alloc.
     virtual std::unique_ptr<CqDumpView> fnCreateDumpView(const CqDumpViewSetup& setup,
                                                          CqDumpViewEvents& events);
 };

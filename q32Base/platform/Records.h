@@ -1,6 +1,6 @@
 /// @file
-/// The platform's published records and numbers, with their published layouts. On Windows they are
-/// the system's own; elsewhere they stand here. Only what the library's signatures and rules name.
+/// Platform records and constants that the library uses, with their published layouts. On Windows
+/// they are the system's own; elsewhere they are defined here.
 #pragma once
 
 #include <cstddef>
@@ -23,13 +23,13 @@ using WPARAM = std::uintptr_t;
 using LPARAM = std::intptr_t;
 using LRESULT = std::intptr_t;
 
-/// A loaded module, by which resources are found. Opaque: only a resource service knows what it is.
+/// A loaded module, in which resources are found. Opaque: only a resource service interprets it.
 using HINSTANCE = struct HINSTANCE__*;
 
-/// A window as a message names it: here the address of its CWnd.
+/// A window as messages identify it: the address of its CWnd.
 using HWND = struct HWND__*;
 
-/// What a child window tells its parent with WM_NOTIFY.
+/// What a child window sends its parent with WM_NOTIFY.
 struct tagNMHDR {
     HWND hwndFrom;
     std::uintptr_t idFrom; ///< the child's id
@@ -55,7 +55,7 @@ struct tagPALETTEENTRY {
 };
 using PALETTEENTRY = tagPALETTEENTRY;
 
-/// Head of a palette description; palNumEntries entries follow from palPalEntry on.
+/// Header of a palette description; palNumEntries entries start at palPalEntry.
 struct tagLOGPALETTE {
     WORD palVersion;
     WORD palNumEntries;
@@ -63,7 +63,7 @@ struct tagLOGPALETTE {
 };
 using LOGPALETTE = tagLOGPALETTE;
 
-/// Head of a device-independent bitmap: 40 bytes, then the colour table or the three masks.
+/// Header of a device-independent bitmap: 40 bytes, followed by the colour table or three masks.
 struct tagBITMAPINFOHEADER {
     DWORD biSize;
     LONG biWidth;
@@ -93,7 +93,7 @@ struct tWAVEFORMATEX {
 #pragma pack(pop)
 using WAVEFORMATEX = tWAVEFORMATEX;
 
-/// One block handed to the sound device. The pointers have the machine's width.
+/// One block passed to the sound device. Pointers have native width.
 struct wavehdr_tag {
     char* lpData;
     DWORD dwBufferLength;
@@ -106,7 +106,7 @@ struct wavehdr_tag {
 };
 using WAVEHDR = wavehdr_tag;
 
-/// 64 bits in two halves, for byte counts of disks.
+/// A 64-bit byte count of a disk, also as two halves.
 union ULARGE_INTEGER {
     struct {
         DWORD LowPart;
@@ -130,7 +130,7 @@ struct SYSTEMTIME {
     WORD wMilliseconds;
 };
 
-/// What a module answers of its version.
+/// A module's version, as `DllGetVersion` reports it.
 struct DLLVERSIONINFO {
     DWORD cbSize;
     DWORD dwMajorVersion;
@@ -151,7 +151,7 @@ struct tagSIZE {
 };
 using SIZE = tagSIZE;
 
-/// A rectangle; right and bottom lie outside.
+/// A rectangle; right and bottom are exclusive.
 struct tagRECT {
     LONG left;
     LONG top;
@@ -160,7 +160,7 @@ struct tagRECT {
 };
 using RECT = tagRECT;
 
-/// A font as it is asked for.
+/// A requested font.
 struct tagLOGFONTA {
     LONG lfHeight; ///< below 0: without the internal leading
     LONG lfWidth;
@@ -179,7 +179,7 @@ struct tagLOGFONTA {
 };
 using LOGFONTA = tagLOGFONTA;
 
-/// A font as it is, in pixels.
+/// Metrics of an actual font, in pixels.
 struct tagTEXTMETRICA {
     LONG tmHeight; ///< ascent and descent together
     LONG tmAscent;

@@ -3,7 +3,7 @@
 #include "q32Base/framework/CFile.h"
 #include "q32Base/framework/CString.h"
 #include "q32Base/framework/Memory.h"
-#include "q32Base/services/CqDumpWnd.h"
+#include "q32Base/services/CqDumpWnd_p.h"
 
 #include <cstdio>
 #include <cstring>
@@ -17,7 +17,7 @@ namespace {
 constexpr std::uint32_t kFirstCapacity = 1024;
 constexpr std::uint32_t kLargeCapacity = 0x100000;
 
-/// Room for the longest number with its end mark.
+/// Bytes of the longest number with its NUL.
 constexpr std::size_t kNumberBytes = std::numeric_limits<unsigned long>::digits10 + 4;
 
 } // namespace

@@ -1,12 +1,11 @@
-#include "q32Base/services/CqDumpWnd.h"
-
 #include "q32Base/framework/CFile.h"
 #include "q32Base/framework/Exceptions.h"
-#include "q32Base/framework/PathRules.h"
+#include "q32Base/framework/PathRules_p.h"
 #include "q32Base/messages/ReportMemory.h"
 #include "q32Base/platform/CqPlatform.h"
+#include "q32Base/services/CqDumpWnd_p.h"
 #include "q32Base/services/CqPowerStr.h"
-#include "q32Base/settings/Settings.h"
+#include "q32Base/settings/Settings_p.h"
 
 #include <cstdio>
 #include <cstring>
@@ -18,7 +17,7 @@ namespace {
 
 std::shared_ptr<CqDumpWnd> theWnd;
 
-/// Commands of the system menu are also the numbers of their prompts.
+/// Commands of the system menu, which are also the string ids of their prompts.
 constexpr UINT kSaveCommand = q32::STRING_DUMP_SAVE_PROMPT;
 constexpr UINT kOnTopCommand = q32::STRING_DUMP_ON_TOP_PROMPT;
 constexpr UINT kCommandMask = 0xFFF0;
@@ -27,8 +26,8 @@ constexpr UINT kHideReadOnly = 0x4;
 constexpr UINT kOverwritePrompt = 0x2;
 constexpr UINT kExplorer = 0x80000;
 
-/// Reads numbers between commas into the fields in turn, and leaves the rest of them. What follows
-/// the last field's comma is ignored.
+/// Reads comma-separated numbers into the fields in turn; fields without a number are unchanged.
+/// Numbers after the fourth are ignored.
 void fnParseLayout(const char* text, CRect& rect) {
     for (LONG* field : {&rect.left, &rect.top, &rect.right, &rect.bottom}) {
         *field = q32::fnParseInt(text);
@@ -75,7 +74,7 @@ bool CqDumpWnd::fnCreate() {
     if (!m_pView)
         return false;
     if (!fnCreateParts()) {
-        q32ShowMsg(-1, nullptr, nullptr, nullptr, 0);
+        q32ShowMsg(MESSAGE_NO_MEMORY, nullptr, nullptr, nullptr, 0);
         return false;
     }
     m_pView->fnShow();
@@ -94,7 +93,7 @@ bool CqDumpWnd::fnCreateParts() {
 }
 
 void CqDumpWnd::fnInsertMenu() {
-    // Each goes to the top: the menu opens with Save, Always On Top and a separator.
+    // Each is inserted at the top: the menu begins with Save, Always On Top and a separator.
     m_pView->fnInsertMenuItem(CqDumpMenuItem());
     m_pView->fnInsertMenuItem({kOnTopCommand, q32::fnFindString(q32::STRING_DUMP_MENU_ON_TOP),
                                q32::fnFindString(q32::STRING_DUMP_ON_TOP_PROMPT)});
@@ -127,7 +126,7 @@ bool CqDumpWnd::fnOnSysCommand(UINT id) {
 
 void CqDumpWnd::fnToggleOnTop() {
     const bool onTop = !m_bOnTop;
-    m_pView->fnSetOnTop(onTop); // may fail; all is as it was then
+    m_pView->fnSetOnTop(onTop); // may throw; nothing has changed then
     m_bOnTop = onTop;
     m_pView->fnCheckMenuItem(kOnTopCommand, onTop);
 }
@@ -141,7 +140,7 @@ void CqDumpWnd::fnSave() {
                                 m_strPrefDir.IsEmpty() ? nullptr
                                                        : m_strPrefDir.operator const char*()};
     std::string path;
-    // A dialog dispatches messages: the library may have been stopped meanwhile.
+    // A dialog dispatches messages: the library may have been detached meanwhile.
     if (!m_pView->fnAskSaveName(request, path) || !q32::fnHasPlatform())
         return;
     try {
@@ -150,12 +149,12 @@ void CqDumpWnd::fnSave() {
         const bool inUse = failure->m_cause == FILE_CAUSE_SHARING_VIOLATION ||
                            failure->m_cause == FILE_CAUSE_LOCK_VIOLATION;
         failure->Delete();
-        q32ShowMsg(inUse ? -7 : -5, nullptr, path.c_str(), nullptr, 0);
+        q32ShowMsg(inUse ? MESSAGE_IN_USE : MESSAGE_CANNOT_SAVE, nullptr, path.c_str(), nullptr, 0);
     }
 }
 
 void CqDumpWnd::fnSaveAs(const char* path) {
-    const std::string text = m_pView->fnGetText(); // what is seen is saved, whoever wrote it
+    const std::string text = m_pView->fnGetText(); // saves what is shown, whichever stream wrote it
     CFile file(path, CFile::modeCreate | CFile::modeWrite | CFile::shareExclusive);
     file.Write(text.data(), text.size());
     file.Close();
@@ -165,7 +164,7 @@ void CqDumpWnd::fnSaveAs(const char* path) {
 }
 
 void CqDumpWnd::fnSaveLayout() noexcept {
-    q32::fnTryMemory([this] { // only the layout is lost
+    q32::fnTryMemory([this] { // a failure loses only the layout
         CRect place(m_pView->fnGetPlace());
         fnLayout(place, true);
     });
@@ -186,7 +185,7 @@ bool CqDumpWnd::fnLayout(CRect& rect, bool saving) {
         if (fnReadSetting(STRING_SECTION_DUMP_WND, STRING_KEY_LAYOUT, nullptr, value,
                           sizeof(value)) > 0)
             fnParseLayout(value, rect);
-        char folder[2 * kSettingBytes]; // a file's folder can be as long as that
+        char folder[2 * kSettingBytes]; // a folder's path can be that long
         if (fnReadSetting(STRING_SECTION_DUMP_WND, STRING_KEY_PREF_DIR, nullptr, folder,
                           sizeof(folder)) > 0)
             m_strPrefDir = folder;
@@ -202,10 +201,10 @@ void CqDumpWnd::fnShowText(const void* stream, const char* text, std::size_t len
     if (!theWnd)
         return;
     const auto held = theWnd;
-    // A window that lags behind is set the whole text by the next output.
+    // A view that misses an output receives the whole text with the next one.
     q32::fnTryMemory([&] {
         const bool continues = held->m_pShown == stream && before > 0;
-        held->m_pShown = nullptr; // unknown, should it fail halfway
+        held->m_pShown = nullptr; // unknown if the update fails
         if (!continues || !held->m_pView->fnAppendText(text + before, length - before))
             held->m_pView->fnSetText(text, length);
         held->m_pShown = stream;

@@ -1,9 +1,9 @@
 #include "q32Base/services/CqPowerStr.h"
 
-#include "q32Base/framework/DiskSpace.h"
+#include "q32Base/framework/DiskSpace_p.h"
 #include "q32Base/framework/Memory.h"
-#include "q32Base/framework/PathRules.h"
-#include "q32Base/messages/StringTable.h"
+#include "q32Base/framework/PathRules_p.h"
+#include "q32Base/messages/StringTable_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <climits>
@@ -18,21 +18,21 @@ constexpr std::size_t kMaxPathName = 519;
 constexpr std::size_t kMaxFileTitle = 259;
 constexpr std::size_t kMaxDateBytes = 259; ///< of the date, and of the time
 
-/// Entries of string tables are named by numbers in the place of addresses.
+/// Lower addresses are ids of string-table entries.
 constexpr std::uintptr_t kFirstAddress = 0x10000;
 
 bool fnIsEmpty(const char* path) {
     return !path || !*path;
 }
 
-/// Where the part after the last `c` begins; `none` when there is no `c`.
+/// Index after the last `c`; `none` if there is no `c`.
 std::size_t fnBehindLast(const char* text, std::size_t length, char c, std::size_t none) {
     const std::size_t last = q32::fnFindLastChar(text, length, c);
     return last < length ? last + 1 : none;
 }
 
-/// Facts of a file that can be opened for reading: while nobody has it open (`exclusive`), or
-/// while nobody has it for himself alone.
+/// Facts about a file that can be opened for reading: with `exclusive`, only if nobody has it open,
+/// otherwise only if nobody has it open exclusively.
 bool fnFindFile(const char* name, bool exclusive, CqFileInfo& info) {
     if (!name || !q32::fnHasPlatform())
         return false;
@@ -44,7 +44,7 @@ bool fnFindFile(const char* name, bool exclusive, CqFileInfo& info) {
     });
 }
 
-/// The space of the volume that holds a path. Nothing when it can't be had.
+/// Space of the volume that holds a path; 0 if it is unavailable.
 CqDiskSpace fnFindSpace(const char* path, bool fallBack) {
     CqDiskSpace space;
     if (q32::fnHasPlatform()) {
@@ -93,7 +93,7 @@ void CqPowerStr::fnRemoveSlash() {
 }
 
 void CqPowerStr::fnAppendSlash() {
-    // A length that still counts removed backslashes would hide the new one behind the end mark.
+    // If the length still included removed backslashes, the new one would land after the NUL.
     if (static_cast<std::size_t>(GetLength()) > std::strlen(m_pchData))
         ReleaseBuffer();
     q32::fnAppendSlash(*this);
@@ -148,7 +148,7 @@ void CqPowerStr::fnSizeString(const ULARGE_INTEGER& nSize) {
     struct Unit {
         unsigned m_nShift;      ///< bytes to units
         unsigned m_nFractions;  ///< fractions of a unit
-        q32::STRING_ID m_nText; ///< begins with a blank
+        q32::STRING_ID m_nText; ///< begins with a space
     };
     constexpr Unit kKilo = {10, 10, q32::STRING_UNIT_KB};
     constexpr Unit kMega = {20, 10, q32::STRING_UNIT_MB};
@@ -156,7 +156,7 @@ void CqPowerStr::fnSizeString(const ULARGE_INTEGER& nSize) {
     const std::uint32_t high = nSize.HighPart;
     const std::uint32_t low = nSize.LowPart;
     const Unit& unit = high != 0 || low >= 0x40000000 ? kGiga : low < 0x100000 ? kKilo : kMega;
-    // Deliberate: the high half counts as it stands, not four times.
+    // Deliberate: the high half is added as it is, not multiplied by four.
     const std::uint32_t whole = (low >> unit.m_nShift) + high;
     const std::uint64_t rest = low & ((std::uint32_t{1} << unit.m_nShift) - 1);
     const auto fraction = static_cast<int>(rest * unit.m_nFractions >> unit.m_nShift);
@@ -215,7 +215,7 @@ void CqPowerStr::fnDiskSpaceRatio(unsigned int nDrive, bool bUsed) {
 }
 
 void CqPowerStr::fnSetRatio(const CqDiskSpace& space, bool bUsed) {
-    // Deliberate: a share of the low 32 bits, also of large volumes.
+    // Deliberate: the share of the low 32 bits, even for large volumes.
     auto totalHigh = static_cast<std::uint32_t>(space.m_nTotal >> 32);
     auto total = static_cast<std::uint32_t>(space.m_nTotal);
     auto value = static_cast<std::uint32_t>(space.m_nAvailable);
@@ -231,7 +231,7 @@ void CqPowerStr::fnSetRatio(const CqDiskSpace& space, bool bUsed) {
         value >>= 1;
     }
     int percent = 0;
-    if (value != 0 && total != 0) // a low half of 0 has no share
+    if (value != 0 && total != 0) // the low half may be 0
         percent = static_cast<int>(static_cast<std::int64_t>(static_cast<double>(value) /
                                                              static_cast<double>(total) * 100));
     Format("%d%%", percent);

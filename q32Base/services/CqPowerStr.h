@@ -3,82 +3,86 @@
 #include "q32Base/framework/CString.h"
 #include "q32Base/framework/CTime.h"
 #include "q32Base/platform/CqFileService.h"
+#include "q32Base/platform/Export.h"
 #include "q32Base/platform/Records.h"
 
-/// A string that splits and mends paths, and words sizes, disk space and dates for the user. Each
-/// operation replaces the whole content with its result; the text that it is given may be the
-/// string's own. Separators are looked for by characters of the code page: the backslash is the
-/// only one, and a trail byte of its value is none. Memory failures are raised as CString does; any
-/// other failure has the result that is told, and shows nothing. Before the start and after the
-/// stop, disks, files and dates fail.
+/// A string that splits and completes paths, and formats sizes, disk space and dates for the user.
+/// Each operation replaces the whole content with its result; its argument may be the string's own
+/// text. The only separator is the backslash; a trail byte of that value in a multibyte character
+/// isn't one. Exhausted memory raises the memory exception as in CString; any other failure has the
+/// documented result and shows no message. Queries of disks, files and dates fail while the library
+/// is not attached.
 class Q32_API CqPowerStr : public CString {
 public:
     CqPowerStr() noexcept = default;
-    /// A copy of the text. An address below 0x10000 is no text: it is the number of a string-table
-    /// entry, which is loaded as CString::LoadString does. Null is empty.
+    /// Copies a text; null is empty. An address below 0x10000 isn't a text but the id of a
+    /// string-table entry, which is loaded as CString::LoadString does.
     CqPowerStr(const char* pszText);
     CqPowerStr(const CqPowerStr&) noexcept = default;
     ~CqPowerStr() = default;
     CqPowerStr& operator=(const CqPowerStr&) noexcept = default;
-    /// A copy; null is empty. Entry numbers don't count here.
+    /// Copies a text; null is empty. Ids of string-table entries aren't accepted here.
     const CqPowerStr& operator=(const char* pszText);
 
-    // Paths. Where a limit is told, no more of the path is looked at.
+    // Paths. Where a limit is stated, only that much of the path is examined.
 
-    /// Cuts a backslash at the end off in place, deliberately also in the copies that share the
-    /// block, and with `GetLength` as before. `fnAppendSlash` can put it back.
+    /// Removes a trailing backslash in place, deliberately also in the copies that share the block,
+    /// and without changing `GetLength`; `ReleaseBuffer()` afterwards gives the string its own
+    /// block and length. `fnAppendSlash` can restore the backslash.
     void fnRemoveSlash();
-    /// Adds a backslash unless there is one at the end. The empty string becomes a lone backslash.
-    /// What lies behind the text's end mark is lost.
+    /// Appends a backslash unless there is one at the end. The empty string becomes a single
+    /// backslash. Anything after the first NUL is lost.
     void fnAppendSlash();
 
-    /// All up to and including the last backslash; empty if there is none. Limit: 519 bytes.
+    /// Everything up to and including the last backslash; empty if there is none. Limit: 519 bytes.
     void fnSplitPathName(const char* pszPath);
-    /// All after the last backslash; the whole path if there is none.
+    /// Everything after the last backslash; the whole path if there is none.
     void fnSplitFileName(const char* pszPath);
-    /// All after the last backslash, up to the first dot there; empty, deliberately, if there is no
-    /// backslash. Limit: 259 bytes.
+    /// Everything after the last backslash, up to the first dot there; deliberately empty without a
+    /// backslash: call `fnSplitFileName` instead. Limit: 259 bytes.
     void fnSplitFileTitle(const char* pszPath);
-    /// All after the last dot of the whole path, also one in a directory's name; empty if there is
-    /// none.
+    /// Everything after the last dot of the whole path, even one in a directory's name; empty if
+    /// there is none.
     void fnSplitExtName(const char* pszPath);
-    /// All up to and including the first backslash, not counting a leading pair of them: the drive,
-    /// or the server without its share. Empty if there is none. Limit: 259 bytes.
+    /// Everything up to and including the first backslash, not counting a leading pair of them: the
+    /// drive, or the server without its share. Empty if there is none. Limit: 259 bytes.
     void fnSplitRootName(const char* pszPath);
 
-    /// Builds a list of segments that are each ended by a zero, as the filter of a file dialog is
-    /// one. Start with the empty string; a last call with null closes the list. `GetLength` counts
-    /// the zeros between. A string of another origin takes its spare room along.
+    /// Appends a segment to a list of NUL-terminated segments, such as the filter of a file dialog.
+    /// Start with the empty string; a final call with null ends the list. `GetLength` includes the
+    /// NULs between segments. The spare capacity of a string made in any other way becomes part of
+    /// the list.
     void fnSegmentConcat(const char* pszSegment);
 
     // Texts for the user.
 
-    /// A count of bytes as "1.5 KB", " MB" or " GB". Nothing rounds. The fraction of GB is not
-    /// padded, and from 4 GB on, whole units of 4 GB count as 1, both deliberately.
+    /// A byte count in KB, MB or GB, such as "1.5 KB", truncated. Deliberately, the fraction of GB
+    /// isn't zero-padded, and from 4 GB on each full 4 GB counts as 1 (docs/behaviour/services.md).
     void fnSizeString(const ULARGE_INTEGER& nSize);
     void fnSizeString(unsigned long nSize);
-    /// The size of a file that nobody has open; 0 if it can't be had.
+    /// The size of a file that nobody has open; 0 if it is unavailable.
     void fnFileSize(const char* pszFile);
-    /// When a file was last written, in local time. Stays as it is if that can't be had, also when
-    /// somebody has the file open for himself alone.
+    /// Local time of a file's last write. Unchanged if that is unavailable, which includes a file
+    /// that is open exclusively.
     void fnFileDateTime(const char* pszFile, bool b24Hour, bool bSeconds);
 
-    /// Total or available space of the volume that holds a path; 0 if it can't be had.
+    /// Total or available space of the volume that holds a path; 0 if it is unavailable.
     void fnDiskSpace(const char* pszPath, bool bTotal);
-    /// The same for drive 0 (A) to 25 (Z); there are no others.
+    /// The same for drive 0 (A) to 25 (Z); 0 for any other.
     void fnDiskSpace(unsigned int nDrive, bool bTotal);
-    /// The used or available share of the volume in whole percent, as "25%"; "0%" if it can't be
-    /// had. From 4 GB on, only the low 32 bits of the sizes tell.
+    /// The used or available share of the volume in percent, truncated, such as "25%"; "0%" if it
+    /// is unavailable. Deliberately, from 4 GB on only the low 32 bits of the sizes count: divide
+    /// the byte counts of the platform's file service instead.
     void fnDiskSpaceRatio(const char* pszPath, bool bUsed);
     void fnDiskSpaceRatio(unsigned int nDrive, bool bUsed);
 
-    /// Date and time in the user's short forms, with a blank between; stays as it is if either
-    /// can't be had or has more than 259 bytes.
+    /// Date and time in the user's short forms, separated by a space; unchanged if either is
+    /// unavailable or longer than 259 bytes.
     void fnDateTimeString(const CTime& time, bool b24Hour, bool bSeconds);
     void fnDateTimeString(const SYSTEMTIME& time, bool b24Hour, bool bSeconds);
 
 private:
-    void fnSet(const char* pszText);
-    void fnSet(const char* pszText, std::size_t length);
-    void fnSetRatio(const CqDiskSpace& space, bool bUsed);
+    Q32_LOCAL void fnSet(const char* pszText);
+    Q32_LOCAL void fnSet(const char* pszText, std::size_t length);
+    Q32_LOCAL void fnSetRatio(const CqDiskSpace& space, bool bUsed);
 };

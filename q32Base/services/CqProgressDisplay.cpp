@@ -1,7 +1,7 @@
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include "q32Base/framework/Memory.h"
-#include "q32Base/messages/StringTable.h"
+#include "q32Base/messages/StringTable_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>
@@ -11,10 +11,10 @@
 
 namespace {
 
-constexpr LONG kMargin = 6;   ///< left and right of the gauge, and around the figure's cell
-constexpr LONG kHintGap = 12; ///< from the figure's cell to the hint
+constexpr LONG kMargin = 6;   ///< left and right of the gauge, and around the number's cell
+constexpr LONG kHintGap = 12; ///< from the number's cell to the hint
 
-/// Selects something into a device context for this object's life.
+/// Selects an object into a device context for this object's life.
 template <typename Object>
 class Selection {
 public:
@@ -50,7 +50,7 @@ CqProgressDisplay::~CqProgressDisplay() {
         m_pStatusBar->InvalidateRect(nullptr, false);
 }
 
-// Finds the gauge's place on the bar and makes its bitmap. False when something can't be had.
+// Lays out the gauge on the bar and creates its bitmap. False if something is unavailable.
 bool CqProgressDisplay::fnLayOut() {
     const CRect client = m_pStatusBar->GetClientRect();
     const CClientDC bar(m_pStatusBar);
@@ -94,7 +94,7 @@ void CqProgressDisplay::fnDrawStatus(unsigned int nPercent, bool* pbAborted) {
     const auto percent = static_cast<std::int32_t>(std::min(nPercent, 100u));
     if (percent == m_nLastPercent)
         return;
-    // Wraps in 32 bits where the range is wide or turned.
+    // Wraps at 32 bits if the range is wide or reversed.
     const std::uint32_t value =
         m_nRangeLow + (m_nRangeHigh - m_nRangeLow) * static_cast<std::uint32_t>(percent) / 100;
     if (m_pStatusBar) {
@@ -110,8 +110,8 @@ void CqProgressDisplay::fnDrawStatus(unsigned int nPercent, bool* pbAborted) {
     m_nLastPercent = percent;
 }
 
-// Paints the gauge with a figure, off the screen first. False when a device context can't be had;
-// what a painting call refuses is missing from the gauge.
+// Paints the gauge with a number, by way of an off-screen bitmap. False if a device context is
+// unavailable; failed drawing calls are ignored.
 bool CqProgressDisplay::fnPaint(std::uint32_t value, bool hint) {
     const CClientDC bar(m_pStatusBar);
     const std::unique_ptr<CDC> image = bar ? bar->CreateCompatibleDC() : nullptr;
@@ -139,8 +139,8 @@ bool CqProgressDisplay::fnPaint(std::uint32_t value, bool hint) {
     }
     image->SetBkMode(OPAQUE);
 
-    // Inverting makes the bar and keeps the hint readable on it. A value above 100 reaches past the
-    // gauge, where the bitmap ends.
+    // Inverting draws the bar and keeps the hint readable on it. A value above 100 extends past the
+    // gauge and is clipped to the bitmap.
     CRect done(m_rcText.right + kMargin, 0, width, height);
     const std::uint32_t length = static_cast<std::uint32_t>(done.Width()) * value / 100;
     done.right = q32::fnWrapAdd(done.left, static_cast<LONG>(length));

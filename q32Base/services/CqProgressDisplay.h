@@ -8,16 +8,16 @@
 
 #include <cstdint>
 
-/// Shows how far a long operation has come, and tells it when the user has pressed Esc. An
-/// operation takes a pointer to one, which may be null, and calls `fnDrawStatus` as it goes.
+/// Shows the progress of a long operation and reports when the user has pressed Esc. An operation
+/// takes a pointer to one, which may be null, and calls `fnDrawStatus` as it proceeds.
 ///
 /// There are two outputs: a gauge painted on the status bar of the main window, or a progress
-/// control of the host's own. A host may derive from it and override any of the three virtual
-/// operations; such an object is not to be deleted through a pointer to this class.
+/// control of the host. A host may derive from this class and override any of the three virtual
+/// functions; such an object must not be deleted through a pointer to this class.
 ///
 /// An object lives for one operation, on the thread of the user interface. It has no thread or
-/// timer and dispatches no messages. Where something that painting needs can't be had, the display
-/// falls silent and the operation goes on.
+/// timer and dispatches no messages. If something needed for painting is unavailable, the display
+/// stops painting and the operation continues.
 ///
 /// Example:
 ///     CqProgressDisplay progress;
@@ -27,31 +27,31 @@ public:
     /// Paints on the message bar of the main window, if there is one. With false there is no
     /// output, but Esc is still reported.
     explicit CqProgressDisplay(bool bUseStatusBar = true);
-    /// Drives a control, which isn't owned: it gets the range 0 to 100 and the position 0. Null
+    /// Drives a control, which isn't owned; sets its range to 0 to 100 and its position to 0. Null
     /// means no output.
     explicit CqProgressDisplay(CProgressCtrl* pCtrl);
-    /// Wipes the bar and has it redrawn.
+    /// Erases the bar and requests its repaint.
     ~CqProgressDisplay();
     CqProgressDisplay(const CqProgressDisplay&) = delete;
     CqProgressDisplay& operator=(const CqProgressDisplay&) = delete;
 
-    /// The values that are shown at 0 and at 100 percent; at first 0 and 100. The control's own
+    /// The values that are shown at 0 and at 100 percent; 0 and 100 by default. The control's own
     /// range isn't changed.
     void fnGetRange(unsigned int& nLow, unsigned int& nHigh) const;
     void fnSetRange(unsigned int nLow, unsigned int nHigh);
 
-    /// Shows a percentage; what is above 100 counts as 100. Paints only if it differs from the last
-    /// one shown.
-    /// @param pbAborted  takes what `fnIsAborted` says; when that is true, nothing is painted.
-    /// Null: Esc is not looked for, and the gauge has no hint of it.
+    /// Shows a percentage, clamped to 100. Paints only if it differs from the last one shown.
+    /// @param pbAborted  receives the result of `fnIsAborted`; if that is true, nothing is painted.
+    /// Null: Esc isn't checked, and the gauge shows no hint of it.
     virtual void fnDrawStatus(unsigned int nPercent, bool* pbAborted);
-    /// Wipes the status bar.
+    /// Erases the status bar.
     virtual void fnClearStatus() const;
-    /// Whether Esc is down, was down in a message, or is in the queue. Every key that was pressed
-    /// meanwhile is taken out of the queue and lost, up to the first Esc; other messages stay.
+    /// Whether Esc is down now or according to the messages read so far, or is in the queue. If it
+    /// isn't down, key messages are removed from the queue and lost, up to the first Esc; other
+    /// messages stay. Raises the memory exception.
     virtual bool fnIsAborted() const;
 
-    /// What the last look for Esc said; false before the first one.
+    /// Result of the last check for Esc; false before the first one.
     bool fnWasAborted() const { return m_bAborted; }
 
 protected:
@@ -61,12 +61,12 @@ protected:
     std::uint32_t m_nRangeLow = 0;
     std::uint32_t m_nRangeHigh = 100;
     CRect m_rcGauge; ///< on the status bar, in its client coordinates
-    CRect m_rcText;  ///< cell of the figure inside the gauge
-    CFont m_Font;    ///< may have no handle: the device context's own font serves then
+    CRect m_rcText;  ///< cell of the number inside the gauge
+    CFont m_Font;    ///< without a handle, the device context's own font is used
     CBitmap m_Bitmap;
     std::int32_t m_nLastPercent = -1; ///< -1: nothing has been shown
 
 private:
-    bool fnLayOut();
-    bool fnPaint(std::uint32_t value, bool hint);
+    Q32_LOCAL bool fnLayOut();
+    Q32_LOCAL bool fnPaint(std::uint32_t value, bool hint);
 };

@@ -127,7 +127,7 @@ void CqUndoMngr::fnRemoveAll() {
         return;
     fnDeleteFrom(0, m_UndoBufs, m_nUndoCount);
     fnDeleteFrom(0, m_RedoBufs, m_nRedoCount);
-    // Also called by the destructor, when the toolbar may be gone.
+    // Also called by the destructor, when the toolbar's window may be gone.
     if (m_pToolBar && m_pToolBar->IsWindow()) {
         fnEnableButton(ID_EDIT_UNDO, false);
         fnEnableButton(ID_EDIT_REDO, false);

@@ -1,4 +1,4 @@
-#include "q32Base/settings/ProfileFile.h"
+#include "q32Base/settings/ProfileFile_p.h"
 
 #include <algorithm>
 #include <cstring>
@@ -21,7 +21,7 @@ string_view fnTrim(string_view text) {
     return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
-/// A name or value as one line can hold it: what stands ahead of a line break or NUL.
+/// The part of a name or value that one line can hold: up to a line break or NUL.
 string_view fnOneLine(string_view text) {
     return text.substr(0, text.find_first_of(string_view("\r\n\0", 3)));
 }
@@ -36,16 +36,16 @@ bool fnIsUtf16(string_view text) {
     return text.substr(0, 2) == "\xff\xfe" || text.substr(0, 2) == "\xfe\xff";
 }
 
-/// Where the first line begins.
+/// Offset of the first line, after a UTF-8 mark.
 size_t fnStart(string_view text) {
     return text.substr(0, kUtf8Mark.size()) == kUtf8Mark ? kUtf8Mark.size() : 0;
 }
 
-/// A line's place in the text.
+/// Offsets of a line in the text.
 struct Line {
     size_t m_nBegin;
-    size_t m_nEnd;  ///< of its characters
-    size_t m_nNext; ///< where the next one begins
+    size_t m_nEnd;  ///< of its characters, without the line break
+    size_t m_nNext; ///< start of the next line
 };
 
 Line fnLineAt(string_view text, size_t begin) {
@@ -54,13 +54,14 @@ Line fnLineAt(string_view text, size_t begin) {
     return {begin, end, std::min(end + mark, text.size())};
 }
 
-/// What a line says: nothing behind a NUL counts.
+/// The content of a line: anything after a NUL is ignored.
 string_view fnContent(string_view text, const Line& line) {
     const string_view all = text.substr(line.m_nBegin, line.m_nEnd - line.m_nBegin);
     return fnTrim(all.substr(0, all.find('\0')));
 }
 
-/// The name, if the line is a header. The last bracket ends it; without one it is none.
+/// The name, if the line is a header. The last closing bracket ends it; without one the line is no
+/// header.
 std::optional<string_view> fnHeaderName(string_view content) {
     const size_t close = content.rfind(']');
     if (content.empty() || content[0] != '[' || close == string_view::npos)
@@ -80,12 +81,12 @@ Entry fnSplit(string_view content) {
     return {fnTrim(content.substr(0, equals)), fnTrim(content.substr(equals + 1))};
 }
 
-/// What a walk through the text found of a section and a key.
+/// Location of a section and a key in the text.
 struct Found {
     bool m_bSection;
     size_t m_nBegin;           ///< of the section, its header included
     size_t m_nEnd;             ///< of the section
-    size_t m_nInsert;          ///< behind its last line that isn't blank
+    size_t m_nInsert;          ///< after its last non-blank line
     std::optional<Line> m_Key; ///< the key's line
 };
 

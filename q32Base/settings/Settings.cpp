@@ -1,9 +1,8 @@
-#include "q32Base/settings/Settings.h"
-
 #include "q32Base/framework/Memory.h"
-#include "q32Base/framework/PathRules.h"
+#include "q32Base/framework/PathRules_p.h"
 #include "q32Base/platform/CqPlatform.h"
-#include "q32Base/settings/ProfileFile.h"
+#include "q32Base/settings/ProfileFile_p.h"
+#include "q32Base/settings/Settings_p.h"
 
 #include <algorithm>
 #include <charconv>
@@ -15,13 +14,13 @@
 namespace q32 {
 namespace {
 
-/// An entry of the string table in a buffer of the size that names have.
+/// A section's or key's name, copied from the string table.
 struct Name {
     explicit Name(UINT id) { fnLoadString(id, m_szText, static_cast<int>(sizeof(m_szText))); }
     char m_szText[kShortSettingBytes];
 };
 
-/// Runs `work`; false if it fails by an exception.
+/// The result of `work`; false if it throws.
 template <typename Work>
 bool fnTry(Work&& work) noexcept {
     try {

@@ -12,7 +12,7 @@ namespace {
 constexpr std::uint32_t kHighest = 255;
 constexpr std::uint32_t kCentre = 128;
 
-/// A value of a mixer's control; `values` comes with as many as are asked for.
+/// Reads a control's values; the size of `values` is the number requested.
 bool fnRead(CqMixer* mixer, std::uint32_t control, std::uint32_t channels,
             std::vector<std::uint32_t>& values) {
     return mixer && mixer->fnGetValues(control, channels, values) && !values.empty();
@@ -35,7 +35,7 @@ std::uint32_t fnClamp(int value) {
     return static_cast<std::uint32_t>(std::clamp(value, 0, static_cast<int>(kHighest)));
 }
 
-/// Where the quieter channel lies between 0 and the louder one: 0 to 128, perhaps a little more.
+/// Position of the quieter channel between 0 and the louder one: 0 to 128, or slightly more.
 std::uint32_t fnPlaceBetween(std::uint32_t quiet, std::uint32_t volume) {
     return quiet / (2 * volume);
 }
@@ -76,7 +76,7 @@ bool CqSoundCtrl::fnCreate(CWnd* pParent, unsigned int nID, unsigned int nStep) 
     return true;
 }
 
-/// The first mixer with controls on a line to the speakers.
+/// Opens the first mixer with controls on a speaker line.
 bool CqSoundCtrl::fnOpenMixer() {
     CqMixerService& service = *q32::fnPlatform().m_pMixers;
     const std::uint32_t count = service.fnGetCount();
@@ -137,7 +137,7 @@ bool CqSoundCtrl::fnGetMixerVolume(unsigned int& nVolume, unsigned int& nBalance
         if (!fnRead(m_hMixer.get(), m_nVolumeControl, m_nLineChannels, values))
             return false;
         const std::uint32_t left = values.front();
-        const std::uint32_t right = values.back(); // the same one of a line that is mono
+        const std::uint32_t right = values.back(); // the same value on a mono line
         nVolume = std::max(left, right) >> 8;
         nBalance = kCentre;
         if (nVolume != 0 && left > right)
@@ -168,7 +168,7 @@ bool CqSoundCtrl::fnGetMixerTreble(unsigned int& nTreble) const {
 
 // Setting.
 
-/// Stores a new value once it has been sent.
+/// Caches a new value once it has been sent.
 template <typename Value, typename Send>
 bool CqSoundCtrl::fnStore(Value& cache, Value value, Send send) {
     if (!m_hMixer)
@@ -181,7 +181,7 @@ bool CqSoundCtrl::fnStore(Value& cache, Value value, Send send) {
     return true;
 }
 
-/// The louder channel carries the volume; the other one falls off with the distance from the
+/// The louder channel carries the volume; the other one decreases with the distance from the
 /// centre.
 bool CqSoundCtrl::fnSendLevels(std::uint32_t nVolume, std::uint32_t nBalance) {
     const std::uint32_t loud = nVolume * 256;
@@ -223,7 +223,7 @@ bool CqSoundCtrl::fnSetTreble(int nTreble) {
     return fnSetTone(m_nTrebleControl, nTreble, m_nTreble);
 }
 
-/// One step further, for the absolute setters. In 32 bits that wrap.
+/// One step up or down, for the absolute setters. Wraps at 32 bits.
 int CqSoundCtrl::fnStep(std::uint32_t nValue, bool bUp) const {
     if (!bUp)
         return static_cast<int>(nValue - m_nStep);
@@ -248,14 +248,14 @@ bool CqSoundCtrl::fnSetTreble(bool bUp) {
 
 // Changes from outside.
 
-/// Stores a value that was read, and tells the parent if it is a new one.
+/// Caches a value that was read, and notifies the parent if it has changed.
 template <typename Value>
 void CqSoundCtrl::fnTake(Value& cache, Value value, SOUND_CTRL_NOTIFICATION code) {
     if (value == cache)
         return;
     cache = value;
     CWnd* parent = GetParent();
-    // A parent may have ended the window when it was told of another value.
+    // The parent may have destroyed the window in an earlier notification.
     if (!parent)
         return;
     NMHDR notification = {reinterpret_cast<HWND>(static_cast<CWnd*>(this)), m_nId, code};

@@ -2,11 +2,12 @@
 
 #include "q32Base/framework/Windows.h"
 #include "q32Base/platform/CqMixerService.h"
+#include "q32Base/platform/Export.h"
 
 #include <cstdint>
 #include <memory>
 
-/// What a notification of CqSoundCtrl tells: the value that has changed.
+/// Notification code of CqSoundCtrl: the value that has changed.
 enum SOUND_CTRL_NOTIFICATION : std::uint32_t {
     SCN_VOLUME = 1,
     SCN_MUTE = 2,
@@ -16,24 +17,26 @@ enum SOUND_CTRL_NOTIFICATION : std::uint32_t {
 };
 
 /// The machine's volume, balance, bass, treble and mute as five values, for the speaker line of the
-/// first mixer that has one. A hidden child window, which tells its parent when anybody else moves
-/// them: WM_NOTIFY, with the control's id as wParam and an NMHDR as lParam, once for each value.
+/// first mixer that has one. A hidden child window, which notifies its parent when anyone else
+/// changes them: WM_NOTIFY, with the control's id as wParam and an NMHDR as lParam, once for each
+/// value.
 ///
-/// Values run from 0 to 255, with 128 in the middle; balance from left to right. They are cached:
-/// the getters ask nobody, and a change that the control has made itself is found in the cache and
-/// isn't told. Failures are results, never messages or exceptions: false from a setter leaves its
-/// value as it was. Everything runs on the parent's thread. The control must not be deleted from
-/// within its notification; its window may be destroyed.
+/// Values range from 0 to 255, with 128 in the middle; balance from left to right. They are cached:
+/// the getters don't query the mixer, and a change made by the control itself isn't notified.
+/// Failures are results, never messages or exceptions: a setter that returns false leaves its value
+/// unchanged. Use on the parent's thread. The control must not be deleted from within its
+/// notification; its window may be destroyed.
 class Q32_API CqSoundCtrl : public CWnd {
 public:
     CqSoundCtrl() = default;
     ~CqSoundCtrl() override;
 
-    /// Makes the child window, opens the mixer and reads its values; those that can't be read stay.
+    /// Creates the child window, opens the mixer and reads its values; those that can't be read are
+    /// unchanged.
     /// @param nID    the control's id in the parent's notifications
-    /// @param nStep  step of the relative setters
-    /// @return false without a parent window or a mixer with controls on a speaker line, and when
-    ///         the window stands already, which then stays as it is
+    /// @param nStep  step of the relative setters; one above 255 may wrap
+    /// @return false without a parent window or a mixer with controls on a speaker line, and if the
+    ///         window already exists, which is then unchanged
     bool fnCreate(CWnd* pParent, unsigned int nID, unsigned int nStep);
 
     bool fnCanHandleMute() const { return m_nMuteControl != 0; }
@@ -47,8 +50,8 @@ public:
     unsigned int fnGetBass() const { return m_nBass; }
     unsigned int fnGetTreble() const { return m_nTreble; }
 
-    // Setters. False without a mixer, or when it refuses. A value that is there already is not sent
-    // again. The `int` forms cut their argument to 0 to 255; the `bool` forms move by one step, up
+    // Setters. False without a mixer, or if it refuses. A value equal to the cached one isn't sent.
+    // The `int` forms clamp their argument to 0 to 255; the `bool` forms move by one step, up
     // (balance: to the right) for true.
 
     bool fnSetMute(bool bMute);
@@ -65,36 +68,37 @@ public:
     // The window.
 
     CRect GetClientRect() const override { return m_Client; }
-    /// Understands WM_DESTROY and MM_MIXM_CONTROL_CHANGE; 0 for all else.
+    /// Handles WM_DESTROY and MM_MIXM_CONTROL_CHANGE. Always returns 0.
     LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
-    void InvalidateRect(const RECT*, bool) override {} // it never shows
+    void InvalidateRect(const RECT*, bool) override {} // it is never visible
     bool IsWindow() const override { return GetParent() != nullptr; }
     int GetDlgCtrlID() const override { return static_cast<int>(m_nId); }
-    /// Closes the mixer too. The getters keep their answers; every setter gives false from then on.
+    /// Also closes the mixer. The getters keep their values; every setter returns false from then
+    /// on.
     bool DestroyWindow() override;
 
 protected:
     void OnDestroy();
-    /// @param wParam  the mixer's handle, `fnGetMixerHandle`; another one's changes are ignored
+    /// @param wParam  the mixer's handle, `fnGetMixerHandle`; changes of any other are ignored
     /// @param lParam  id of the control that has changed
     long OnMixerChange(WPARAM wParam, LPARAM lParam);
     /// The open mixer as a handle, 0 for none.
     WPARAM fnGetMixerHandle() const { return reinterpret_cast<WPARAM>(m_hMixer.get()); }
 
 private:
-    bool fnOpenMixer();
-    bool fnGetMixerMute(bool& bMute) const;
-    bool fnGetMixerVolume(unsigned int& nVolume, unsigned int& nBalance) const;
-    bool fnGetMixerBass(unsigned int& nBass) const;
-    bool fnGetMixerTreble(unsigned int& nTreble) const;
-    bool fnGetTone(std::uint32_t nControl, unsigned int& nValue) const;
+    Q32_LOCAL bool fnOpenMixer();
+    Q32_LOCAL bool fnGetMixerMute(bool& bMute) const;
+    Q32_LOCAL bool fnGetMixerVolume(unsigned int& nVolume, unsigned int& nBalance) const;
+    Q32_LOCAL bool fnGetMixerBass(unsigned int& nBass) const;
+    Q32_LOCAL bool fnGetMixerTreble(unsigned int& nTreble) const;
+    Q32_LOCAL bool fnGetTone(std::uint32_t nControl, unsigned int& nValue) const;
     template <typename Value, typename Send>
-    bool fnStore(Value& cache, Value value, Send send);
-    bool fnSendLevels(std::uint32_t nVolume, std::uint32_t nBalance);
-    bool fnSetTone(std::uint32_t nControl, int nValue, std::uint32_t& cache);
-    int fnStep(std::uint32_t nValue, bool bUp) const;
+    Q32_LOCAL bool fnStore(Value& cache, Value value, Send send);
+    Q32_LOCAL bool fnSendLevels(std::uint32_t nVolume, std::uint32_t nBalance);
+    Q32_LOCAL bool fnSetTone(std::uint32_t nControl, int nValue, std::uint32_t& cache);
+    Q32_LOCAL int fnStep(std::uint32_t nValue, bool bUp) const;
     template <typename Value>
-    void fnTake(Value& cache, Value value, SOUND_CTRL_NOTIFICATION code);
+    Q32_LOCAL void fnTake(Value& cache, Value value, SOUND_CTRL_NOTIFICATION code);
 
     std::uint32_t m_nStep = 0;
     bool m_bMute = false;

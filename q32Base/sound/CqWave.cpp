@@ -1,7 +1,7 @@
 #include "q32Base/sound/CqWave.h"
 
 #include "q32Base/framework/Memory.h"
-#include "q32Base/memory/PixelBuffer.h"
+#include "q32Base/memory/PixelBuffer_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <cstring>
@@ -9,7 +9,7 @@
 
 namespace {
 
-// Where a wave resource has what.
+// Offsets in a wave resource.
 constexpr std::size_t kKindAt = 8;
 constexpr std::size_t kFormatAt = 20;
 constexpr std::size_t kFormatBytes = offsetof(WAVEFORMATEX, cbSize);
@@ -18,12 +18,12 @@ constexpr std::size_t kSamplesAt = 44;
 
 constexpr WORD kPcm = 1;
 
-/// A product of 32 bits that wraps.
+/// A product in 32 bits, which wraps.
 std::uint32_t fnBytes(WORD blockAlign, unsigned long frames) {
     return blockAlign * static_cast<std::uint32_t>(frames);
 }
 
-/// Moves bytes; ranges may be the same, and empty ones need no address.
+/// Copies bytes; the ranges may be the same, and null if empty.
 void fnCopy(unsigned char* target, const unsigned char* source, std::size_t count) {
     if (count != 0)
         std::memmove(target, source, count);
@@ -42,7 +42,8 @@ CqWave::CqWave() {
     fnInit();
 }
 
-// The destructor runs for a constructor that fails behind this one, and frees what it has set.
+// The other constructors delegate to this one: if they throw, the destructor runs and frees what
+// they have set.
 
 CqWave::CqWave(unsigned int nResourceId) : CqWave() {
     fnLoad(nResourceId);
@@ -62,7 +63,7 @@ CqWave::~CqWave() {
     std::unique_lock lock(m_PlayLock);
     std::shared_ptr<CqWaveOut> device = std::exchange(m_hWaveOut, nullptr);
     lock.unlock();
-    // Closing waits for a report that is under way, and leaves nobody who reads the block.
+    // Closing waits for a callback that is running; after it nothing reads the block.
     device.reset();
 }
 
@@ -94,7 +95,7 @@ void CqWave::fnFreeBuf() {
     if (!m_Block.fnGetBytes())
         return;
     m_Block = {};
-    m_nFrames = 0; // nobody may look for samples that have gone
+    m_nFrames = 0; // the samples are gone
 }
 
 void CqWave::fnSetBuf(unsigned char* const pBuffer, const WAVEFORMATEX& format, unsigned long nSize,
@@ -114,7 +115,7 @@ void CqWave::fnAdoptBuf(const WAVEFORMATEX& format, q32::PixelBlock&& block) {
     m_nFrames = m_nBlockAlign == 0 ? 0 : fnGetBufferSize() / m_nBlockAlign;
 }
 
-/// A new block in the place of the old one, which goes only then.
+/// Allocates a new block and only then releases the old one.
 void CqWave::fnReplaceBuf(const WAVEFORMATEX& format, std::uint32_t nSize) {
     fnAdoptBuf(format, q32::PixelBlock(nSize));
 }

@@ -8,16 +8,16 @@ namespace {
 const CqColor kBackground(0, 0, 0, 255);
 const CqColor kTrace(0, 255, 0, 255);
 
-/// How an oscillogram lies in its image.
+/// Layout of an oscillogram in its image.
 struct Drawing {
     CqImage& m_Image;
     bool m_bVertical;
     bool m_bLineFlag;
     std::int64_t m_nAcross; ///< size across the time axis
-    std::int64_t m_nBand;   ///< of it, for one channel
+    std::int64_t m_nBand;   ///< part of it for one channel
 
-    /// One sample at step `t`, `from` and `to` being the band's ends: a bar that is mirrored about
-    /// the middle, or one point for silence.
+    /// Draws one sample at step `t` in the band from `from` to `to`: a bar mirrored about the
+    /// middle, or one point for silence.
     void fnDraw(std::uint32_t t, std::uint32_t sample, std::uint32_t full, std::int64_t from,
                 std::int64_t to) const {
         const std::int64_t height = m_bVertical ? sample : full - sample;
@@ -30,7 +30,7 @@ struct Drawing {
     }
 
 private:
-    /// A band of no pixels has its point outside the image.
+    /// In a band of no pixels the point is outside the image.
     void fnPlot(std::uint32_t t, std::int64_t place) const {
         if (place < 0 || place >= m_nAcross)
             return;
@@ -60,7 +60,7 @@ void CqWave::fnRasterize(CqImage& image, unsigned long nStart, unsigned long nLe
     const std::uint32_t steps = bVertical ? image.Height : image.Width;
     const std::uint32_t across = bVertical ? image.Width : image.Height;
     const Drawing drawing = {image, bVertical, bLineFlag, across, across / m_nChannels};
-    // In bytes, not frames: a step that is no multiple of a frame reads out of step, deliberately.
+    // In bytes, not frames: a step that isn't a multiple of a frame deliberately reads out of step.
     const std::uint32_t stride = m_nBlockAlign * static_cast<std::uint32_t>(nLength) / steps;
     std::uint64_t position = m_nBlockAlign * static_cast<std::uint32_t>(nStart);
     for (std::uint32_t t = 0; t < steps; ++t, position += stride) {
@@ -69,7 +69,7 @@ void CqWave::fnRasterize(CqImage& image, unsigned long nStart, unsigned long nLe
             if (at + sampleBytes > fnGetBufferSize())
                 break;
             const unsigned char* bytes = fnGetBuffer() + at;
-            // The sign bit turned is the same as 32768 added.
+            // Flipping the sign bit adds 32768.
             const std::uint32_t sample =
                 wide ? static_cast<std::uint32_t>(bytes[0] | bytes[1] << 8) ^ 0x8000u : *bytes;
             if (channel == 0)

@@ -1,8 +1,8 @@
 /// @file
-/// The play-back of a sound. Two threads meet here: the owner's, and the device's, which comes with
-/// the end. The state and the device change together, under the lock. The owner's thread never
-/// holds the lock when it calls the device, since the end may be reported from within that call; it
-/// works on its own share of the device, since the end closes it.
+/// Playback of a sound. Two threads are involved: the owner's, and the device's, which reports the
+/// end. The state and the device change together, under the lock. The owner's thread never holds
+/// the lock when it calls the device, since the end may be reported from within that call; it uses
+/// its own reference to the device, since the end releases the sound's.
 
 #include "q32Base/framework/Memory.h"
 #include "q32Base/platform/CqPlatform.h"
@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr DWORD kLoopFlags = 4 | 8; ///< the block begins a loop, and ends it
+constexpr DWORD kLoopFlags = 4 | 8; ///< the block both begins and ends a loop
 constexpr DWORD kForEver = 0xFFFFFFFFu;
 
 } // namespace
@@ -27,7 +27,7 @@ std::shared_ptr<CqWaveOut> CqWave::fnGetDevice(WAVE_STATE state) const {
     return m_nState == state ? m_hWaveOut : nullptr;
 }
 
-/// The sound may have ended meanwhile; it then stays ended.
+/// No effect if the sound has left the state `from` meanwhile, because it has ended.
 void CqWave::fnChangeState(WAVE_STATE from, WAVE_STATE to) {
     const std::lock_guard lock(m_PlayLock);
     if (m_nState == from)
@@ -82,11 +82,11 @@ bool CqWave::fnStart(bool bWait, bool bLoop) {
     return true;
 }
 
-/// Takes its share of the device, so that nothing keeps it open any longer than the end.
+/// Takes over the caller's reference, so that the device isn't kept open beyond the end.
 bool CqWave::fnWrite(std::shared_ptr<CqWaveOut> device) {
     if (!q32::fnTryMemory([&] { return device->fnPrepare(m_Header); }))
         return false;
-    // First, since the end may be there before the call returns.
+    // Before the call, since the end may be reported before it returns.
     fnChangeState(WAVE_STOPPED, WAVE_PLAYING);
     const bool written = q32::fnTryMemory([&] { return device->fnWrite(m_Header); });
     if (!written)
@@ -98,7 +98,7 @@ void CqWave::fnPause() {
     const std::shared_ptr<CqWaveOut> device = fnGetDevice(WAVE_PLAYING);
     if (!device)
         return;
-    // It counts as paused, deliberately, whatever the device says.
+    // The state deliberately becomes paused even if the device refuses.
     q32::fnTryMemory([&] { return device->fnPause(); });
     fnChangeState(WAVE_PLAYING, WAVE_PAUSED);
 }
@@ -114,11 +114,11 @@ void CqWave::fnStop() {
     fnAwaitEnd();
 }
 
-/// The end of the block, told by the device on its own thread. Nothing of the sound is touched
-/// after the lock is let go: its owner may delete it at once.
+/// The end of the block, reported on the device's thread. The sound isn't accessed after the lock
+/// is released: its owner may delete it at once.
 void CqWave::fnPlayCallback(CqWave& wave, WAVEHDR& header) {
     const std::lock_guard lock(wave.m_PlayLock);
-    // The destructor may have taken the device away.
+    // The destructor may already have taken the device.
     if (wave.m_hWaveOut) {
         wave.m_hWaveOut->fnUnprepare(header);
         wave.m_hWaveOut.reset();

@@ -24,10 +24,10 @@ void AttachedContractTest::SetUp() {
 
 void AttachedContractTest::TearDown() {
     q32Detach();
-    q32SetMessageService(nullptr); // the world and its probes go now
+    q32SetMessageService(nullptr); // destroys the world and its probes
 }
 
-TEST(Contract, EveryProgramHasBackEndsAndEachKeepsContracts) {
+TEST(Contract, EveryProgramHasBackEndsAndEachMeetsContracts) {
     const std::vector<ContractBackEnd> all = fnGetBackEnds();
     EXPECT_FALSE(all.empty());
     for (const ContractBackEnd& backEnd : all)

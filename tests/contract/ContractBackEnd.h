@@ -1,7 +1,6 @@
-/// @file
-/// What a back end brings to be held against the contract suites of its services. The suites are
-/// compiled once; each program links them and says in one file, by `fnGetBackEnds`, which of them
-/// its back ends have to keep.
+/// @file What a back end provides to run the contract suites of its services. The suites are
+/// compiled once; each program links them and defines `fnGetBackEnds` in one file, which lists the
+/// contracts its back ends must meet.
 #pragma once
 
 #include "q32Base/platform/CqPlatform.h"
@@ -15,7 +14,7 @@
 #include <string>
 #include <vector>
 
-/// The contracts: one suite or several per service.
+/// The contracts: one or more suites per service.
 enum class CONTRACT {
     MEMORY,
     SCRATCH,
@@ -32,18 +31,17 @@ enum class CONTRACT {
     MIXERS
 };
 
-/// A fresh world for one test. What stands below the services are the probes, by which a suite sees
-/// and causes what no service tells.
+/// A fresh world for one test. The fields after the services are the probes, by which a suite
+/// observes and causes what no service exposes.
 struct ContractWorld {
-    CqPlatform m_Platform;         ///< with the services that the suite asks for
-    std::string m_szDirectory;     ///< empty, writable, with a backslash at its end
+    CqPlatform m_Platform;         ///< with the services that the suite needs
+    std::string m_szDirectory;     ///< empty, writable, with a trailing backslash
     std::shared_ptr<void> m_pKeep; ///< cleans up when the test ends
-    /// Lets a little time pass: what plays goes on, and events are handled.
+    /// Lets a little time pass: playback continues, and events are handled.
     std::function<void()> m_Tick = [] {};
-    /// Sets the volume from outside to one of two values that are not the first one.
+    /// Sets the volume from outside to one of two values, both different from the initial one.
     std::function<void(bool up)> m_Turn = [](bool) {};
-    /// Makes a window that is shown, with a client area of at least `ContractWindow::kWidth` by
-    /// `kHeight`.
+    /// Makes a visible window with a client area of at least `ContractWindow::kWidth` by `kHeight`.
     std::function<std::unique_ptr<ContractWindow>()> m_MakeWindow;
     std::function<void(DWORD code)> m_SetLastError;
     std::shared_ptr<ContractBoxes> m_pBoxes;
@@ -53,17 +51,19 @@ struct ContractWorld {
     std::shared_ptr<ContractDump> m_pDump;
 };
 
+/// A back end under test: its contracts, and how to make a world for one test of it.
 struct ContractBackEnd {
-    std::string m_szName; ///< letters and digits, its own in the program
+    std::string m_szName; ///< letters and digits, unique in the program
     std::set<CONTRACT> m_Contracts;
     std::function<ContractWorld()> m_Make;
 };
 
-/// The back ends of the program, at least one. Defined once in each program.
+/// The back ends of the program, at least one. Each program defines it once.
 std::vector<ContractBackEnd> fnGetBackEnds();
-/// Those that have to keep a contract.
+/// Those that must meet a contract.
 std::vector<ContractBackEnd> fnGetBackEnds(CONTRACT contract);
 
+/// Shows the name in the output of parameterized tests.
 void PrintTo(const ContractBackEnd& backEnd, std::ostream* stream);
 
 /// Base of the suites.
@@ -72,15 +72,15 @@ protected:
     ContractWorld m_World = GetParam().m_Make();
 };
 
-/// Base of the suites of what the library uses by the platform in force.
+/// Base of the suites for services that the library uses through the platform in force.
 class AttachedContractTest : public ContractTest {
 protected:
     void SetUp() override;
     void TearDown() override;
 };
 
-/// Holds the program's back ends against a suite. A program whose back ends don't bring the service
-/// has no test of it.
+/// Runs a suite on the program's back ends. A program whose back ends lack the service has no test
+/// of it.
 #define Q32_CONTRACT(suite, contract)                                                              \
     GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(suite);                                          \
     INSTANTIATE_TEST_SUITE_P(                                                                      \

@@ -1,6 +1,5 @@
-/// @file
-/// The probes of a back end: how a contract suite acts as the user or the script, and sees what the
-/// user sees. A back end implements those of the services that it brings.
+/// @file The probes of a back end: how a contract suite acts as the user or the script, and sees
+/// what the user sees. A back end implements those of the services that it provides.
 #pragma once
 
 #include "q32Base/framework/Windows.h"
@@ -17,7 +16,7 @@
 #include <string_view>
 #include <vector>
 
-/// Pixels from the top left.
+/// Pixels in rows from the top left.
 struct ContractPicture {
     int m_nWidth = 0;
     int m_nHeight = 0;
@@ -30,7 +29,7 @@ struct ContractPicture {
     bool operator==(const ContractPicture&) const = default;
 };
 
-/// A window that is shown. Its end takes it off the screen.
+/// A visible window. Its destructor removes it from the screen.
 class ContractWindow {
 public:
     static constexpr int kWidth = 60;
@@ -40,11 +39,11 @@ public:
     virtual CWnd& fnGetWnd() = 0;
     /// What the screen shows in the client area.
     virtual ContractPicture fnGetPicture() = 0;
-    /// The window ends as the user ends it; its CWnd stays.
+    /// Closes the window as the user would; its CWnd stays.
     virtual void fnEnd() = 0;
 };
 
-/// A message box as it is shown.
+/// A message box as shown.
 struct ContractBox {
     std::string m_szText;
     std::string m_szCaption;
@@ -52,27 +51,28 @@ struct ContractBox {
     UINT m_nIcon = 0;        ///< of MB_ICONMASK
 };
 
+/// The message boxes, as the user answers them.
 class ContractBoxes {
 public:
     virtual ~ContractBoxes() = default;
-    /// Answers the next box that has no answer yet by a button; `look` sees the box before.
+    /// Answers the next unanswered box with a button; `look` receives the box first.
     virtual void fnAnswer(int button, std::function<void(const ContractBox&)> look) = 0;
 };
 
+/// The keyboard and other input, as the user operates them.
 class ContractKeys {
 public:
     virtual ~ContractKeys() = default;
-    /// A key goes down or up, with the message of it. Only VK_ESCAPE and capitals.
+    /// A key is pressed or released, with its message. Only VK_ESCAPE and capitals.
     virtual void fnPress(int key) = 0;
     virtual void fnRelease(int key) = 0;
-    /// Input of another kind, which is told apart by a number from 1 to 50.
+    /// Input of another kind, identified by a number from 1 to 50.
     virtual void fnClick(int number) = 0;
-    /// The other input that has reached the window, or is still to reach it, once the operation is
-    /// over.
+    /// The other input that has reached the window or will reach it once the operation is over.
     virtual std::vector<int> fnGetClicks(std::size_t expected) = 0;
 };
 
-/// The host's modules. There are none but those that are added here, in their order.
+/// The host's modules: only those added here, in that order.
 class ContractModules {
 public:
     virtual ~ContractModules() = default;
@@ -83,26 +83,26 @@ public:
     virtual void fnAddString(HINSTANCE module, UINT id, const std::string& text) = 0;
 };
 
-/// An application with a main window: a frame that has a message bar and a progress control.
+/// An application with a main window: a frame with a message bar and a progress control.
 class ContractHost {
 public:
     virtual ~ContractHost() = default;
-    /// Makes them and shows the window.
+    /// Creates them and shows the window.
     virtual void fnOpen() = 0;
     virtual CWinApp& fnGetApp() = 0;
     virtual CWnd& fnGetFrame() = 0;
     virtual CProgressCtrl& fnGetProgress() = 0;
-    /// What the control shows: its lower end, its upper end, its position.
+    /// What the control shows: lower limit, upper limit, position.
     virtual std::vector<int> fnGetProgressState() = 0;
     /// What the screen shows in the message bar.
     virtual ContractPicture fnGetBarPicture() = 0;
-    /// The user closes the window: it ends, and its parts with it. Their objects stay.
+    /// Closes the window as the user would: it ends together with its parts. Their objects stay.
     virtual void fnEndWindow() = 0;
-    /// The application has neither from now on.
+    /// Removes both from the application.
     virtual void fnForget() = 0;
 };
 
-/// The dump window that stands, as its user sees and uses it.
+/// The present dump window, as its user sees and uses it.
 class ContractDump {
 public:
     struct Item {
@@ -112,19 +112,21 @@ public:
     };
 
     virtual ~ContractDump() = default;
-    /// Whether there is a window, shown or not.
+    /// Whether there is a window, visible or not.
     virtual bool fnStands() = 0;
     virtual bool fnIsShown() = 0;
     virtual bool fnIsOnTop() = 0;
     virtual std::string fnGetCaption() = 0;
     /// All lines of the text; at least one.
     virtual std::vector<std::string> fnGetLines() = 0;
-    /// What the status bar says while the item is highlighted, or none for an empty text.
+    /// The text of the status bar while the item is highlighted, or while none is for an empty
+    /// text.
     virtual std::string fnGetStatus(const std::string& item) = 0;
-    /// The items that the library has put into the menu, from the top.
+    /// The items that the library has added to the menu, from the top.
     virtual std::vector<Item> fnGetMenu() = 0;
     virtual void fnChoose(const std::string& item) = 0;
     virtual void fnClose() = 0;
-    /// Answers the next save dialog with a whole path, in the library's form, or none to cancel.
+    /// Answers the next save dialog with a full path, in the library's form, or cancels it if there
+    /// is none.
     virtual void fnAnswerSave(const std::optional<std::string>& path) = 0;
 };

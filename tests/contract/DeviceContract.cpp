@@ -5,7 +5,7 @@ namespace {
 /// Device contexts.
 class DeviceContract : public ScreenContractTest {};
 
-TEST_P(DeviceContract, TheScreenTellsItsSizeItsDepthAndItsDensity) {
+TEST_P(DeviceContract, TheScreenReportsItsSizeItsDepthAndItsDensity) {
     CDC* dc = m_Screen.fnGetDC(nullptr);
     ASSERT_NE(dc, nullptr);
     const CRect client = m_pWindow->fnGetWnd().GetClientRect();
@@ -26,7 +26,7 @@ TEST_P(DeviceContract, OtherCapabilitiesAreZero) {
     m_Screen.fnReleaseDC(nullptr, dc);
 }
 
-TEST_P(DeviceContract, AWindowsAndABitmapsDeviceContextTellTheSameOfTheScreen) {
+TEST_P(DeviceContract, DeviceContextsOfAWindowAndABitmapReportTheSameScreen) {
     CDC* screen = m_Screen.fnGetDC(nullptr);
     const CClientDC window(&m_pWindow->fnGetWnd());
     ASSERT_TRUE(screen && window);
@@ -39,7 +39,7 @@ TEST_P(DeviceContract, AWindowsAndABitmapsDeviceContextTellTheSameOfTheScreen) {
     m_Screen.fnReleaseDC(nullptr, screen);
 }
 
-TEST_P(DeviceContract, SeveralMayBeOpenAndGoBackInAnyOrder) {
+TEST_P(DeviceContract, SeveralMayBeOpenAndAreReleasedInAnyOrder) {
     CWnd& window = m_pWindow->fnGetWnd();
     CDC* dcs[] = {m_Screen.fnGetDC(&window), m_Screen.fnGetDC(nullptr), m_Screen.fnGetDC(&window)};
     for (const CDC* dc : dcs)
@@ -70,7 +70,7 @@ TEST_P(DeviceContract, AWindowMayEndWhileItsDeviceContextIsOpen) {
     m_Screen.fnReleaseDC(&window, dc);
 }
 
-TEST_P(DeviceContract, SelectingAPaletteGivesTheOneBefore) {
+TEST_P(DeviceContract, SelectingAPaletteReturnsTheFormerOne) {
     const CClientDC dc(&m_pWindow->fnGetWnd());
     ASSERT_TRUE(dc);
     const auto one = fnMakePalette({0, 0xFFFFFF});
@@ -81,7 +81,7 @@ TEST_P(DeviceContract, SelectingAPaletteGivesTheOneBefore) {
     EXPECT_EQ(dc->SelectPalette(nullptr, false), nullptr);
 }
 
-TEST_P(DeviceContract, APaletteThatEndsIsNoLongerSelected) {
+TEST_P(DeviceContract, ADestroyedPaletteIsNoLongerSelected) {
     const CClientDC first(&m_pWindow->fnGetWnd());
     const CClientDC second(&m_pWindow->fnGetWnd());
     ASSERT_TRUE(first && second);

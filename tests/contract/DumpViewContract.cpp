@@ -34,7 +34,7 @@ protected:
         m_pView.reset();
         AttachedContractTest::TearDown();
     }
-    /// Makes the view with all its parts.
+    /// Creates the view with all its parts.
     void fnMake(std::optional<RECT> place = std::nullopt) {
         m_pView = m_Windows.fnCreateDumpView({"Log & more", place, "Ready"}, m_Events);
         ASSERT_NE(m_pView, nullptr);
@@ -42,7 +42,7 @@ protected:
         ASSERT_TRUE(m_pView->fnCreateStatusBar());
     }
     void fnSetText(const std::string& text) { m_pView->fnSetText(text.data(), text.size()); }
-    /// As the library does it.
+    /// As the library appends text.
     void fnAppend(const std::string& text) {
         const std::string before = m_pView->fnGetText();
         if (m_pView->fnAppendText(text.data(), text.size()))
@@ -111,14 +111,14 @@ TEST_P(DumpViewContract, TheTextIsWhatWasSetLast) {
     EXPECT_EQ(m_Dump.fnGetLines(), std::vector<std::string>{""});
 }
 
-TEST_P(DumpViewContract, OnlyTheBytesThatAreCountedBecomeText) {
+TEST_P(DumpViewContract, OnlyTheCountedBytesBecomeText) {
     ASSERT_NO_FATAL_FAILURE(fnMake());
     m_pView->fnSetText("abcdef", 3);
     EXPECT_EQ(m_pView->fnGetText(), "abc");
     EXPECT_EQ(m_Dump.fnGetLines(), std::vector<std::string>{"abc"});
 }
 
-TEST_P(DumpViewContract, AppendedTextFollowsWhatIsThere) {
+TEST_P(DumpViewContract, AppendedTextFollowsTheExistingText) {
     ASSERT_NO_FATAL_FAILURE(fnMake());
     fnAppend("one\r\n");
     fnAppend("two ");
@@ -149,7 +149,7 @@ TEST_P(DumpViewContract, ALongLogIsTheSameBySettingAndByAppending) {
     EXPECT_EQ(m_Dump.fnGetLines(), lines);
 }
 
-TEST_P(DumpViewContract, ANewItemStandsAtTheTopOfTheMenu) {
+TEST_P(DumpViewContract, ANewItemIsAtTheTopOfTheMenu) {
     ASSERT_NO_FATAL_FAILURE(fnMake());
     EXPECT_EQ(m_Dump.fnGetMenu(), Items());
     m_pView->fnInsertMenuItem({});
@@ -165,7 +165,7 @@ TEST_P(DumpViewContract, AnItemIsCheckedAndUncheckedByItsId) {
     m_pView->fnCheckMenuItem(32, true);
     EXPECT_EQ(m_Dump.fnGetMenu(), (Items{{"A", false}, {"B", true}}));
     m_pView->fnCheckMenuItem(32, true);
-    m_pView->fnCheckMenuItem(48, true); // there is none
+    m_pView->fnCheckMenuItem(48, true); // no such item
     EXPECT_EQ(m_Dump.fnGetMenu(), (Items{{"A", false}, {"B", true}}));
     m_pView->fnCheckMenuItem(32, false);
     EXPECT_EQ(m_Dump.fnGetMenu(), (Items{{"A", false}, {"B", false}}));
@@ -205,13 +205,13 @@ TEST_P(DumpViewContract, TheStatusBarShowsTheHighlightedItemsPromptOrTheIdleOne)
     EXPECT_EQ(m_Dump.fnGetStatus(""), "Ready");
 }
 
-TEST_P(DumpViewContract, ItStandsWhereItWasPutUntilItIsMoved) {
+TEST_P(DumpViewContract, ItStaysWhereItWasPlacedUntilItIsMoved) {
     const CRect place(60, 70, 460, 370);
     ASSERT_NO_FATAL_FAILURE(fnMake(place));
     EXPECT_EQ(CRect(m_pView->fnGetPlace()), place);
 }
 
-TEST_P(DumpViewContract, APlaceMayHaveAnyNumbers) {
+TEST_P(DumpViewContract, APositionMayBeAnyNumbers) {
     const LONG kNumbers[] = {INT32_MIN, -1, 0, 5, INT32_MAX};
     for (const LONG left : kNumbers)
         for (const LONG right : kNumbers) {
@@ -226,7 +226,7 @@ TEST_P(DumpViewContract, APlaceMayHaveAnyNumbers) {
         }
 }
 
-TEST_P(DumpViewContract, OnTopItIsNeitherMovedNorSizedNorHidden) {
+TEST_P(DumpViewContract, OnTopItIsNotMovedResizedOrHidden) {
     const CRect place(60, 70, 460, 370);
     ASSERT_NO_FATAL_FAILURE(fnMake(place));
     EXPECT_FALSE(m_Dump.fnIsOnTop());
@@ -253,11 +253,11 @@ TEST_P(DumpViewContract, AFontChangesNoText) {
     CFont font;
     ASSERT_TRUE(font.CreateFontIndirect(&log));
     m_pView->fnSetFont(font);
-    m_pView->fnSetFont(CFont()); // one that it can't show
+    m_pView->fnSetFont(CFont()); // a font that it can't show
     EXPECT_EQ(m_Dump.fnGetLines(), (std::vector<std::string>{"one", "two"}));
 }
 
-TEST_P(DumpViewContract, TheNameThatTheUserGivesIsSavedTo) {
+TEST_P(DumpViewContract, ItSavesToTheNameThatTheUserGives) {
     ASSERT_NO_FATAL_FAILURE(fnMake());
     m_pView->fnShow();
     const std::string name = m_World.m_szDirectory + "log.dat";
@@ -286,7 +286,7 @@ TEST_P(DumpViewContract, ACancelledSaveLeavesTheName) {
     EXPECT_TRUE(m_Dump.fnStands());
 }
 
-TEST_P(DumpViewContract, ANewViewKnowsNothingOfTheLast) {
+TEST_P(DumpViewContract, ANewViewRemembersNothingOfTheLast) {
     ASSERT_NO_FATAL_FAILURE(fnMake());
     fnSetText("old");
     m_pView->fnInsertMenuItem({16, "A", "a"});

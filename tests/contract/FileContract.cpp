@@ -46,7 +46,7 @@ protected:
     static constexpr CqFileMode kChange{true, true, false, false};
 };
 
-TEST_P(FileContract, TheTemporaryDirectoryStandsAndEndsInABackslash) {
+TEST_P(FileContract, TheTemporaryDirectoryExistsAndEndsInABackslash) {
     std::string directory;
     ASSERT_TRUE(m_Files.fnGetTempDirectory(directory));
     EXPECT_TRUE(directory.ends_with('\\')) << directory;
@@ -72,7 +72,7 @@ TEST_P(FileContract, WhatIsWrittenIsReadBack) {
     EXPECT_EQ(fnRead(*stream, 100), "");
 }
 
-TEST_P(FileContract, AFileThatIsMadeAnewIsEmpty) {
+TEST_P(FileContract, ARecreatedFileIsEmpty) {
     const std::string name = fnName("a.txt");
     ASSERT_NO_FATAL_FAILURE(fnWrite(name, "long text"));
     ASSERT_NO_FATAL_FAILURE(fnWrite(name, "new"));
@@ -105,7 +105,7 @@ TEST_P(FileContract, WritingBeyondTheEndFillsWithZeros) {
     EXPECT_EQ(fnRead(*fnOpen(name, kRead), 100), std::string("\0\0\0\0\0z", 6));
 }
 
-TEST_P(FileContract, ANewFileIsRefusedWhereAnythingStands) {
+TEST_P(FileContract, ANewFileIsRefusedWhereAnythingExists) {
     const std::string name = fnName("a.txt");
     constexpr CqFileMode kNew{true, true, true, false, true};
     EXPECT_NE(fnOpen(name, kNew), nullptr);
@@ -116,7 +116,7 @@ TEST_P(FileContract, ANewFileIsRefusedWhereAnythingStands) {
     EXPECT_EQ(fnOpen(m_World.m_szDirectory, kNew, FILE_CAUSE_ACCESS_DENIED), nullptr);
 }
 
-TEST_P(FileContract, AFileTakesAnotherOnesPlaceOrAFreeOne) {
+TEST_P(FileContract, AFileReplacesAnotherOrTakesAFreeName) {
     const std::string from = fnName("new.txt");
     const std::string to = fnName("old.txt");
     for (const char* text : {"first", "second"}) {
@@ -166,7 +166,7 @@ TEST_P(FileContract, AStreamForReadingIsNotWritten) {
     EXPECT_EQ(fnRead(*stream, 100), "kept");
 }
 
-TEST_P(FileContract, OpeningTellsWhyItFails) {
+TEST_P(FileContract, OpeningReportsWhyItFails) {
     fnOpen(fnName("missing.txt"), kRead, FILE_CAUSE_NOT_FOUND);
     fnOpen(fnName("missing\\a.txt"), kCreate, FILE_CAUSE_BAD_PATH);
     const std::string name = fnName("a.txt");
@@ -185,13 +185,13 @@ TEST_P(FileContract, DirectoriesAreMadeOneLevelAtATime) {
     EXPECT_TRUE(m_Files.fnExists(fnName("one\\two\\a.txt").c_str()));
 }
 
-TEST_P(FileContract, BothSeparatorsAreTaken) {
+TEST_P(FileContract, BothSeparatorsAreAccepted) {
     ASSERT_TRUE(m_Files.fnCreateDirectory(fnName("one").c_str()));
     ASSERT_NO_FATAL_FAILURE(fnWrite(fnName("one/a.txt"), "a"));
     EXPECT_TRUE(m_Files.fnExists(fnName("one\\a.txt").c_str()));
 }
 
-TEST_P(FileContract, TheSearchGivesBareNamesOfFilesThatMatch) {
+TEST_P(FileContract, TheSearchReturnsBareNamesOfMatchingFiles) {
     for (const char* bare : {"~qd1.tmp", "~qd22.tmp", "~qd.txt", "x~qd3.tmp", "~qdA.tmp"})
         ASSERT_NO_FATAL_FAILURE(fnWrite(fnName(bare), ""));
     ASSERT_TRUE(m_Files.fnCreateDirectory(fnName("~qdx.tmp").c_str()));
@@ -213,7 +213,7 @@ TEST_P(FileContract, ADeletedFileIsGone) {
     EXPECT_FALSE(m_Files.fnDelete(name.c_str()));
 }
 
-TEST_P(FileContract, InfoTellsTheSizeAndRefusesAFileInUseIfAskedTo) {
+TEST_P(FileContract, InfoReportsTheSizeAndRefusesAFileInUseOnRequest) {
     const std::string name = fnName("a.txt");
     CqFileInfo info;
     EXPECT_FALSE(m_Files.fnGetInfo(name.c_str(), false, info));
@@ -225,7 +225,7 @@ TEST_P(FileContract, InfoTellsTheSizeAndRefusesAFileInUseIfAskedTo) {
     EXPECT_FALSE(m_Files.fnGetInfo(name.c_str(), true, info));
 }
 
-TEST_P(FileContract, ADiskHasRoomAndNoMoreThanItsSize) {
+TEST_P(FileContract, ADiskHasFreeSpaceAndNoMoreThanItsSize) {
     CqDiskSpace space;
     ASSERT_TRUE(m_Files.fnGetSpace(m_World.m_szDirectory.c_str(), space));
     EXPECT_GT(space.m_nAvailable, 0u);
@@ -255,7 +255,7 @@ TEST_P(FileContract, ATextIsRewrittenAsAWhole) {
     EXPECT_EQ(text, std::string("\0\r\n", 3));
 }
 
-TEST_P(FileContract, ATextThatTheEditLeavesAloneStays) {
+TEST_P(FileContract, ATextThatTheEditLeavesUnchangedStays) {
     const std::string name = fnName("a.cfg");
     EXPECT_TRUE(m_Files.fnUpdateText(name.c_str(), [](std::string& text) {
         text = "dropped";

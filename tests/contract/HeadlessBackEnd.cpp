@@ -54,7 +54,7 @@ public:
     }
 
 private:
-    /// What the script of a box may answer.
+    /// The answers that the script of a box may give.
     static std::set<int> fnGetButtons(const CqHeadlessBox& box) {
         static const std::map<UINT, std::set<int>> kButtons = {
             {MB_OK, {IDOK}},
@@ -242,7 +242,7 @@ ContractBackEnd fnOnScreen(int bits) {
             }};
 }
 
-/// The same with files in a real folder of the machine, which goes with the test.
+/// The same with files in a real folder, removed with the test.
 ContractBackEnd fnInFolder() {
     return {"Folder", {CONTRACT::SCRATCH, CONTRACT::FILES}, [] {
                 static std::random_device random;
@@ -258,7 +258,7 @@ ContractBackEnd fnInFolder() {
             }};
 }
 
-/// Sound whose time the suite moves on.
+/// Sound whose clock the suite advances.
 ContractBackEnd fnSounding() {
     return {"Sounding", {CONTRACT::WAVE_OUT, CONTRACT::MIXERS}, [] {
                 const auto world = q32HeadlessWorld();

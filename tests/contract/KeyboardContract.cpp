@@ -13,7 +13,7 @@ class KeyboardContract : public ContractTest {
 protected:
     using Message = std::pair<UINT, WPARAM>;
 
-    /// Asks again and again, as an operation does, until there are as many messages.
+    /// Polls, as an operation does, until there are `count` messages.
     std::vector<Message> fnTake(std::size_t count) {
         std::vector<Message> taken;
         fnAwait([&] {
@@ -24,7 +24,7 @@ protected:
         });
         return taken;
     }
-    /// No message comes, however long an operation asks.
+    /// No message arrives, however long an operation polls.
     void fnExpectNone() {
         CqKeyMessage message{4711, 42};
         for (int i = 0; i < 30; ++i) {
@@ -42,7 +42,7 @@ protected:
     ContractKeys& m_Keys = *m_World.m_pKeys;
 };
 
-TEST_P(KeyboardContract, NobodyPressesAKeyByItself) {
+TEST_P(KeyboardContract, NoKeyIsPressedByItself) {
     for (int key = 0; key < 256; ++key) {
         EXPECT_FALSE(m_Keyboard.fnIsKeyDown(key)) << key;
         EXPECT_FALSE(m_Keyboard.fnIsKeyDownNow(key)) << key;
@@ -112,7 +112,7 @@ TEST_P(KeyboardContract, MessagesOfTheKeyboardAreInItsRange) {
     }
 }
 
-TEST_P(KeyboardContract, OtherInputStaysInItsOrder) {
+TEST_P(KeyboardContract, OtherInputKeepsItsOrder) {
     m_Keys.fnClick(1);
     m_Keys.fnPress('A');
     m_Keys.fnClick(2);
@@ -121,11 +121,11 @@ TEST_P(KeyboardContract, OtherInputStaysInItsOrder) {
     m_Keys.fnClick(4);
     EXPECT_EQ(fnTake(2), (std::vector<Message>{{WM_KEYDOWN, 'A'}, {WM_KEYDOWN, VK_ESCAPE}}));
     fnExpectNone();
-    m_Keys.fnClick(5); // newer than what waits
+    m_Keys.fnClick(5); // newer than the waiting message
     EXPECT_EQ(m_Keys.fnGetClicks(5), (std::vector<int>{1, 2, 3, 4, 5}));
 }
 
-TEST_P(KeyboardContract, OtherInputAloneIsNoKey) {
+TEST_P(KeyboardContract, OtherInputAloneIsNotAKey) {
     m_Keys.fnClick(VK_ESCAPE);
     fnExpectNone();
     EXPECT_FALSE(m_Keyboard.fnIsKeyDown(VK_ESCAPE));

@@ -41,7 +41,7 @@ TEST_P(LocaleContract, ACharacterIsNeverLongerThanTheText) {
             }
 }
 
-TEST_P(LocaleContract, ADateAndATimeAreTold) {
+TEST_P(LocaleContract, ADateAndATimeAreFormatted) {
     std::string date;
     ASSERT_TRUE(m_Locale.fnFormatDate(fnMoment(), date));
     EXPECT_NE(date.find('3'), std::string::npos) << date;
@@ -51,7 +51,7 @@ TEST_P(LocaleContract, ADateAndATimeAreTold) {
     EXPECT_NE(time.find("09"), std::string::npos) << time;
 }
 
-TEST_P(LocaleContract, TheFlagsOfATimeAreHeeded) {
+TEST_P(LocaleContract, TheFlagsOfATimeAreHonoured) {
     std::string time;
     ASSERT_TRUE(m_Locale.fnFormatTime(fnMoment(), kTimeForce24Hour, time));
     EXPECT_NE(time.find("13"), std::string::npos) << time;
@@ -61,20 +61,20 @@ TEST_P(LocaleContract, TheFlagsOfATimeAreHeeded) {
     EXPECT_EQ(time.find("09"), std::string::npos) << time;
 }
 
-TEST_P(LocaleContract, ADateThatNoCalendarHasIsRefused) {
+TEST_P(LocaleContract, AnImpossibleDateIsRefused) {
     std::string text = "before";
     SYSTEMTIME time = fnMoment();
     time.wMonth = 13;
     EXPECT_FALSE(m_Locale.fnFormatDate(time, text));
     time = fnMoment();
-    time.wDay = 29; // 2001 was no leap year
+    time.wDay = 29; // 2001 was not a leap year
     EXPECT_FALSE(m_Locale.fnFormatDate(time, text));
     time = fnMoment();
     time.wMinute = 60;
     EXPECT_FALSE(m_Locale.fnFormatTime(time, 0, text));
 }
 
-TEST_P(LocaleContract, LocalTimeLiesWithinADayOfUtc) {
+TEST_P(LocaleContract, LocalTimeIsWithinADayOfUtc) {
     SYSTEMTIME time{};
     ASSERT_TRUE(m_Locale.fnGetLocalTime(981201909, time)); // 2001-02-03 12:05:09 UTC, a Saturday
     EXPECT_EQ(time.wYear, 2001);

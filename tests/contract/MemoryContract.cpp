@@ -31,7 +31,7 @@ TEST_P(MemoryContract, ACommittedRangeIsPageAlignedZeroedAndWritable) {
     }
 }
 
-TEST_P(MemoryContract, ARangeThatIsCommittedAgainIsZeroAgain) {
+TEST_P(MemoryContract, ARangeCommittedAgainIsZeroAgain) {
     constexpr std::size_t kSize = 300000;
     void* address = m_Memory.fnReserve(kSize);
     ASSERT_NE(address, nullptr);
@@ -44,7 +44,7 @@ TEST_P(MemoryContract, ARangeThatIsCommittedAgainIsZeroAgain) {
     EXPECT_TRUE(m_Memory.fnRelease(address, kSize));
 }
 
-TEST_P(MemoryContract, NoBytesCantBeReserved) {
+TEST_P(MemoryContract, ZeroBytesCantBeReserved) {
     EXPECT_EQ(m_Memory.fnReserve(0), nullptr);
 }
 

@@ -14,7 +14,7 @@ class BoxContract : public ContractTest {
 protected:
     void TearDown() override { q32SetMessageService(nullptr); }
 
-    /// Shows a box, answers it, and tells what stood there.
+    /// Shows a box, answers it, and returns its contents.
     ContractBox fnShow(const char* text, UINT style, const char* caption, int answer) {
         std::optional<ContractBox> seen;
         m_Boxes.fnAnswer(answer, [&](const ContractBox& box) { seen = box; });
@@ -51,7 +51,7 @@ TEST_P(BoxContract, TheIconIsThatOfTheStyleWhateverTheButtons) {
                       icon);
 }
 
-TEST_P(BoxContract, TextAndCaptionStandAsTheyAre) {
+TEST_P(BoxContract, TextAndCaptionAreShownUnchanged) {
     const ContractBox box = fnShow("<b>sea & sky</b>\n%s", MB_OK, "Dark & room", IDOK);
     EXPECT_EQ(box.m_szText, "<b>sea & sky</b>\n%s");
     EXPECT_EQ(box.m_szCaption, "Dark & room");
@@ -62,12 +62,12 @@ TEST_P(BoxContract, ABoxNeedsNeitherTextNorCaption) {
     EXPECT_EQ(fnShow("no application", MB_YESNO, nullptr, IDNO).m_szText, "no application");
 }
 
-TEST_P(BoxContract, ALongTextIsShownWhole) {
+TEST_P(BoxContract, ALongTextIsShownCompletely) {
     const std::string text(2000, 'x');
     EXPECT_EQ(fnShow(text.c_str(), MB_OK, "b", IDOK).m_szText, text);
 }
 
-TEST_P(BoxContract, WhileABoxStandsAnotherMayBeShown) {
+TEST_P(BoxContract, WhileABoxIsOpenAnotherMayBeShown) {
     int inner = 0;
     int seen = 0;
     m_Boxes.fnAnswer(IDNO, [&](const ContractBox& box) {
@@ -107,7 +107,7 @@ TEST_P(ErrorContract, TheLastErrorIsTheOneThatWasSet) {
     }
 }
 
-TEST_P(ErrorContract, AKnownErrorHasATextOfItsOwn) {
+TEST_P(ErrorContract, AKnownErrorHasItsOwnText) {
     std::string missing;
     std::string refused;
     EXPECT_TRUE(m_Messages.fnFormatError(2, missing));
@@ -124,7 +124,7 @@ TEST_P(ErrorContract, NoErrorAndUnknownOnesHaveNoText) {
     EXPECT_EQ(text, "as it was");
 }
 
-TEST_P(ErrorContract, TheTextOfACodeIsThatOfTheCodeWhateverTheLastErrorIs) {
+TEST_P(ErrorContract, TheTextOfACodeDoesNotDependOnTheLastError) {
     std::string before;
     std::string after;
     m_World.m_SetLastError(0);

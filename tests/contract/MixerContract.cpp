@@ -19,7 +19,7 @@ protected:
         ASSERT_TRUE(m_pMixer->fnFindControl(m_Line.m_nLineId, CQ_MIXER_CONTROL::MUTE, m_nMute));
     }
 
-    /// The control's values; none when they can't be had.
+    /// The control's values; none when unavailable.
     Values fnGet(std::uint32_t control, std::uint32_t channels, std::size_t count) {
         Values values(count, 77777);
         return m_pMixer->fnGetValues(control, channels, values) ? values : Values();
@@ -38,7 +38,7 @@ protected:
     Values m_Told;
 };
 
-TEST_P(MixerContract, IdsOfControlsAreNeverNoneAndDiffer) {
+TEST_P(MixerContract, ControlIdsAreNeverZeroAndDiffer) {
     EXPECT_GE(m_Line.m_nControls, 2u);
     EXPECT_EQ(m_Line.m_nChannels, 2u);
     Values ids;
@@ -84,7 +84,7 @@ TEST_P(MixerContract, MuteIsOneValue) {
     }
 }
 
-TEST_P(MixerContract, WhatIsOutOfRangeIsRefusedAndSetsNothing) {
+TEST_P(MixerContract, ValuesOutOfRangeAreRefusedAndSetNothing) {
     ASSERT_TRUE(m_pMixer->fnSetValues(m_nVolume, 2, {100, 200}));
     ASSERT_TRUE(m_pMixer->fnSetValues(m_nMute, 1, {0}));
     EXPECT_FALSE(m_pMixer->fnSetValues(m_nVolume, 2, {1, 65536}));
@@ -102,12 +102,12 @@ TEST_P(MixerContract, WhatIsOutOfRangeIsRefusedAndSetsNothing) {
     EXPECT_EQ(fnGet(m_nMute, 1, 1), Values{0});
 }
 
-TEST_P(MixerContract, ThereIsNoMixerBehindTheLast) {
+TEST_P(MixerContract, ThereIsNoMixerAfterTheLast) {
     EXPECT_EQ(m_Mixers.fnOpen(m_Mixers.fnGetCount(), {}), nullptr);
     EXPECT_EQ(m_Mixers.fnOpen(0xFFFFFFFFu, {}), nullptr);
 }
 
-TEST_P(MixerContract, AChangeFromOutsideIsTold) {
+TEST_P(MixerContract, AnExternalChangeIsReported) {
     m_World.m_Turn(true);
     ASSERT_TRUE(fnAwaitTold(m_nVolume));
     const Values first = fnGet(m_nVolume, 2, 2);
@@ -117,7 +117,7 @@ TEST_P(MixerContract, AChangeFromOutsideIsTold) {
     EXPECT_NE(fnGet(m_nVolume, 2, 2), first);
 }
 
-TEST_P(MixerContract, AnOwnChangeIsToldButNotBeforeTheCallReturns) {
+TEST_P(MixerContract, AnOwnChangeIsReportedButNotBeforeTheCallReturns) {
     ASSERT_TRUE(m_pMixer->fnSetValues(m_nVolume, 2, {12000, 34000}));
     ASSERT_TRUE(m_pMixer->fnSetValues(m_nMute, 1, {1}));
     EXPECT_EQ(m_Told, Values());
@@ -125,7 +125,7 @@ TEST_P(MixerContract, AnOwnChangeIsToldButNotBeforeTheCallReturns) {
     EXPECT_TRUE(fnAwaitTold(m_nMute));
 }
 
-TEST_P(MixerContract, TwoMixersAreBothTold) {
+TEST_P(MixerContract, TwoMixersBothReport) {
     Values other;
     const auto second = m_Mixers.fnOpen(0, [&](std::uint32_t id) { other.push_back(id); });
     ASSERT_NE(second, nullptr);

@@ -13,7 +13,7 @@ class PaintContract : public ScreenContractTest {
 protected:
     static constexpr UINT kLine = DT_SINGLELINE | DT_CENTER | DT_VCENTER;
 
-    /// Does something with a device context of the window and looks at the window then.
+    /// Runs `work` on a device context of the window, then captures the window.
     template <typename Work>
     ContractPicture fnPaint(Work work) {
         {
@@ -29,7 +29,7 @@ protected:
         font.lfHeight = height;
         return font;
     }
-    /// Nothing but the inside of a rectangle may have changed, and that somewhere.
+    /// Something inside a rectangle must have changed, and nothing outside.
     void fnExpectChangedInside(const ContractPicture& seen, const CRect& part) {
         ContractPicture picture = seen;
         bool changed = false;
@@ -44,7 +44,7 @@ protected:
     }
 };
 
-TEST_P(PaintContract, AFilledRectangleHasOneColourAndItsExactPlace) {
+TEST_P(PaintContract, AFilledRectangleHasOneColourAndItsExactPosition) {
     const CRect rect(5, 6, 25, 16);
     ContractPicture seen = fnPaint([&](CDC& dc) { EXPECT_TRUE(dc.FillRect(rect, COLOR_BTNFACE)); });
     const std::uint32_t face = seen.fnAt(5, 6);
@@ -54,7 +54,7 @@ TEST_P(PaintContract, AFilledRectangleHasOneColourAndItsExactPlace) {
                 << x << ", " << y;
 }
 
-TEST_P(PaintContract, InversionTurnsEveryBitAndTwiceNone) {
+TEST_P(PaintContract, InversionFlipsEveryBitAndTwiceNone) {
     const CRect rect(5, 6, 25, 16);
     const auto invert = [&](CDC& dc) { EXPECT_TRUE(dc.InvertRect(rect)); };
     ContractPicture once = fnPaint(invert);
@@ -65,7 +65,7 @@ TEST_P(PaintContract, InversionTurnsEveryBitAndTwiceNone) {
     EXPECT_EQ(fnPaint(invert), m_Before);
 }
 
-TEST_P(PaintContract, EmptyAndTurnedRectanglesPaintNothing) {
+TEST_P(PaintContract, EmptyAndInvertedRectanglesPaintNothing) {
     const ContractPicture seen = fnPaint([](CDC& dc) {
         for (const RECT& rect :
              {RECT{5, 5, 5, 9}, RECT{5, 5, 9, 5}, RECT{9, 5, 5, 9}, RECT{5, 9, 9, 5},
@@ -77,7 +77,7 @@ TEST_P(PaintContract, EmptyAndTurnedRectanglesPaintNothing) {
     EXPECT_EQ(seen, m_Before);
 }
 
-TEST_P(PaintContract, RectanglesAreCutToTheWindow) {
+TEST_P(PaintContract, RectanglesAreClippedToTheWindow) {
     ContractPicture seen = fnPaint([](CDC& dc) {
         dc.InvertRect(CRect(-1000, -1000, 0, 1000));
         dc.InvertRect(CRect(100000, 0, 200000, 10));
@@ -91,19 +91,19 @@ TEST_P(PaintContract, RectanglesAreCutToTheWindow) {
         ASSERT_EQ(pixel, 0u);
 }
 
-TEST_P(PaintContract, TheIconTitleFontIsOneThatCanBeMade) {
+TEST_P(PaintContract, TheIconTitleFontCanBeCreated) {
     LOGFONTA font{};
     ASSERT_TRUE(m_Screen.fnGetIconTitleFont(font));
     EXPECT_NE(font.lfHeight, 0);
     EXPECT_NE(m_Screen.fnCreateFont(font), nullptr);
 }
 
-TEST_P(PaintContract, AFontIsMadeForEveryHeight) {
+TEST_P(PaintContract, AFontIsCreatedForEveryHeight) {
     for (const LONG height : {0, 1, -1, 12, -12, 300, -300, 100000, INT32_MAX, INT32_MIN})
         EXPECT_NE(m_Screen.fnCreateFont(fnMakeFont(height)), nullptr) << height;
 }
 
-TEST_P(PaintContract, AFontsSizesAgreeAndGrowWithIt) {
+TEST_P(PaintContract, AFontsMetricsAgreeAndGrowWithIt) {
     LONG last = 0;
     for (const LONG height : {11, 44, 110}) {
         const LOGFONTA log = fnMakeFont(height);
@@ -225,7 +225,7 @@ TEST_P(PaintContract, AWindowSelectsNoBitmap) {
     EXPECT_EQ(seen, m_Before);
 }
 
-TEST_P(PaintContract, WithoutABitmapAMemoryDeviceContextDrawsOnNothing) {
+TEST_P(PaintContract, WithoutABitmapAMemoryDeviceContextDrawsNothing) {
     const ContractPicture seen = fnPaint([](CDC& dc) {
         const std::unique_ptr<CDC> memory = dc.CreateCompatibleDC();
         ASSERT_NE(memory, nullptr);
@@ -240,7 +240,7 @@ TEST_P(PaintContract, WithoutABitmapAMemoryDeviceContextDrawsOnNothing) {
 }
 
 TEST_P(PaintContract, PartsAreCopiedAsFarAsBothSidesHavePixels) {
-    // A bitmap whose right half is white, black on its left.
+    // A bitmap whose right half is white and left half black.
     Random random(3);
     for (int i = 0; i < 60; ++i) {
         fnWhiten();

@@ -53,7 +53,7 @@ TEST_P(PaletteContract, NoEntriesAndOtherVersionsMakeNoPalette) {
         EXPECT_EQ(fnMake(fnMakeEntries(2), version), nullptr) << version;
 }
 
-TEST_P(PaletteContract, EntriesAreReplacedAsFarAsThereAre) {
+TEST_P(PaletteContract, OnlyExistingEntriesAreReplaced) {
     std::vector<PALETTEENTRY> expected = fnMakeEntries(20);
     const std::vector<PALETTEENTRY> others = fnMakeEntries(50);
     const auto palette = fnMake(expected);

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// The real system, in a new folder of the disk of /var/tmp that goes with the test.
+/// The real system, in a new folder on the disk of /var/tmp, removed with the test.
 ContractBackEnd fnInLocale(const std::string& name, const std::string& locale,
                            std::set<CONTRACT> contracts) {
     return {name, std::move(contracts), [locale] {

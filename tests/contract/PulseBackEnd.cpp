@@ -13,7 +13,7 @@ public:
 };
 
 [[maybe_unused]] const auto* const kServer =
-    testing::AddGlobalTestEnvironment(new ServerForAll); // the framework's, which deletes it
+    testing::AddGlobalTestEnvironment(new ServerForAll); // owned by the framework
 
 ContractBackEnd fnOnServer() {
     return {

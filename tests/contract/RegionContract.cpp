@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr LONG kFrom = -20; ///< the reference's pixels are kFrom to kFrom + kSide - 1, both ways
+constexpr LONG kFrom = -20; ///< the reference covers pixels kFrom to kFrom + kSide - 1 on both axes
 constexpr LONG kSide = 44;
 
 /// A plain set of pixels.
@@ -50,7 +50,7 @@ protected:
             rects.emplace_back(rect.left, rect.top, rect.right, rect.bottom);
         return rects;
     }
-    /// The rectangles cover exactly the pixels, none of them twice, in their order.
+    /// The rectangles cover exactly the pixels, each once, in their order.
     static void fnExpect(const CqRegionObject& region, const Pixels& expected) {
         Pixels covered(expected.size());
         const std::vector<RECT> rects = region.fnGetRects();
@@ -82,7 +82,7 @@ TEST_P(RegionContract, ARectangleIsItself) {
     }
 }
 
-TEST_P(RegionContract, EmptyAndTurnedRectanglesAreEmpty) {
+TEST_P(RegionContract, EmptyAndInvertedRectanglesAreEmpty) {
     for (const RECT& rect : {RECT{0, 0, 0, 0}, RECT{5, 5, 5, 9}, RECT{5, 5, 9, 5}, RECT{9, 0, 5, 4},
                              RECT{0, 9, 4, 5}, RECT{9, 9, 5, 5}, RECT{INT32_MAX, 0, INT32_MIN, 1}})
         EXPECT_TRUE(fnMake(rect)->fnGetRects().empty());
@@ -105,7 +105,7 @@ TEST_P(RegionContract, EveryModeOnEmptyRegions) {
     }
 }
 
-TEST_P(RegionContract, ModesThatDoNotExistFailAndChangeNothing) {
+TEST_P(RegionContract, InvalidModesFailAndChangeNothing) {
     const Region region = fnMake({1, 1, 4, 3});
     const Region other = fnMake({2, 2, 9, 9});
     const auto before = fnGet(*region);
@@ -162,7 +162,7 @@ TEST_P(RegionContract, CombinationsAreThoseOfPlainSetsOfPixels) {
             regions[to] = fnMake(rect);
             sets[to].assign(sets[to].size(), false);
             fnFill(rect, sets[to]);
-        } else { // the result may be one of its parts
+        } else { // the result may be one of its operands
             const std::size_t a = random() % kRegions;
             const std::size_t b = random() % kRegions;
             const int mode = RGN_AND + static_cast<int>(random() % 5);
@@ -173,8 +173,8 @@ TEST_P(RegionContract, CombinationsAreThoseOfPlainSetsOfPixels) {
     }
 }
 
-TEST_P(RegionContract, RowAfterRowCanBeTakenOut) {
-    // As drawing does it: pieces from the left, row by row, until nothing is left.
+TEST_P(RegionContract, RowAfterRowCanBeRemoved) {
+    // As drawing does: pieces from the left, row by row, until nothing is left.
     const Region left = fnMake({-20, -20, 20, 20});
     Pixels expected(static_cast<std::size_t>(kSide * kSide));
     fnFill({-20, -20, 20, 20}, expected);

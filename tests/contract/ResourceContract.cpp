@@ -9,7 +9,7 @@ namespace {
 
 class ResourceContract : public ContractTest {
 protected:
-    static constexpr WORD kSound = 300; ///< a type of the host's own
+    static constexpr WORD kSound = 300; ///< a type defined by the host
 
     /// The bytes; none when the resource is missing.
     std::optional<std::string> fnFind(HINSTANCE module, CqResourceId type, CqResourceId name) {
@@ -40,7 +40,7 @@ TEST_P(ResourceContract, AnEmptyModuleHasNothing) {
     EXPECT_EQ(fnLoad(nullptr, 1), std::nullopt);
 }
 
-TEST_P(ResourceContract, AMissingResourceLeavesTheAnswerAsItWas) {
+TEST_P(ResourceContract, AMissingResourceLeavesTheOutputUnchanged) {
     const char own = 'x';
     CqResourceData data{&own, 17};
     EXPECT_FALSE(m_Resources.fnFind(m_Module, kSound, WORD{1}, data));
@@ -66,7 +66,7 @@ TEST_P(ResourceContract, AResourceIsFoundByItsNamesWhateverTheirCase) {
     EXPECT_EQ(fnFind(m_Module, "wav", "HORN"), std::nullopt);
 }
 
-TEST_P(ResourceContract, ANameOfDigitsIsNoNumber) {
+TEST_P(ResourceContract, ANameOfDigitsIsNotANumber) {
     m_Modules.fnAdd(m_Module, kSound, "7", "by name");
     EXPECT_EQ(fnFind(m_Module, kSound, WORD{7}), std::nullopt);
     m_Modules.fnAdd(m_Module, kSound, WORD{7}, "by number");
@@ -82,7 +82,7 @@ TEST_P(ResourceContract, AResourceMayBeEmpty) {
     EXPECT_EQ(data.m_nSize, 0u);
 }
 
-TEST_P(ResourceContract, EachModuleHasItsOwnAndWithoutOneTheyAreSearchedInTheirOrder) {
+TEST_P(ResourceContract, EachModuleHasItsOwnAndWithoutOneTheyAreSearchedInOrder) {
     const HINSTANCE second = m_Modules.fnAddModule();
     m_Modules.fnAdd(second, kSound, WORD{1}, "second");
     EXPECT_EQ(fnFind(m_Module, kSound, WORD{1}), std::nullopt);
@@ -93,7 +93,7 @@ TEST_P(ResourceContract, EachModuleHasItsOwnAndWithoutOneTheyAreSearchedInTheirO
     EXPECT_EQ(fnFind(second, kSound, WORD{1}), "second");
 }
 
-TEST_P(ResourceContract, AModuleThatHasGoneHasNothing) {
+TEST_P(ResourceContract, ARemovedModuleHasNothing) {
     m_Modules.fnAdd(m_Module, kSound, WORD{1}, "gone");
     m_Modules.fnAddString(m_Module, 5, "gone");
     m_Modules.fnRemoveModule(m_Module);
@@ -103,7 +103,7 @@ TEST_P(ResourceContract, AModuleThatHasGoneHasNothing) {
     EXPECT_EQ(fnLoad(nullptr, 5), std::nullopt);
 }
 
-TEST_P(ResourceContract, BytesStayWhereTheyAreWhileOthersComeAndGo) {
+TEST_P(ResourceContract, BytesStayInPlaceWhileOthersComeAndGo) {
     m_Modules.fnAdd(m_Module, kSound, WORD{500}, "here to stay");
     CqResourceData data;
     ASSERT_TRUE(m_Resources.fnFind(m_Module, kSound, WORD{500}, data));
@@ -149,7 +149,7 @@ TEST_P(ResourceContract, ACompiledBlockHoldsSixteenStrings) {
     EXPECT_EQ(fnLoad(m_Module, 0x10000u + 33), std::nullopt) << "ids have 16 bits";
 }
 
-TEST_P(ResourceContract, ABlockThatIsCutOffHasOnlyItsWholeStrings) {
+TEST_P(ResourceContract, ATruncatedBlockHasOnlyItsCompleteStrings) {
     const std::string block("\2\0a\0b\0\3\0c\0", 10); // the second entry lacks two units
     m_Modules.fnAdd(m_Module, RT_STRING_ID, WORD{1}, block);
     EXPECT_EQ(fnLoad(m_Module, 0), "ab");
@@ -157,7 +157,7 @@ TEST_P(ResourceContract, ABlockThatIsCutOffHasOnlyItsWholeStrings) {
         EXPECT_EQ(fnLoad(m_Module, id), std::nullopt) << id;
 }
 
-TEST_P(ResourceContract, TheLibrarysOwnModuleHasItsVersionAndIsNoneOfTheHosts) {
+TEST_P(ResourceContract, TheLibrarysOwnModuleHasItsVersionAndIsNotOneOfTheHosts) {
     EXPECT_TRUE(fnFind(q32::fnModuleInstance(), RT_VERSION_ID, WORD{1}).has_value());
     EXPECT_EQ(fnFind(nullptr, RT_VERSION_ID, WORD{1}), std::nullopt);
     m_Modules.fnAdd(m_Module, RT_VERSION_ID, WORD{1}, "the host's");

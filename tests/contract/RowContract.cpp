@@ -14,7 +14,7 @@ struct Dib {
     } m_Header;
     std::size_t m_nStride = 0;
     std::vector<std::uint32_t> m_Colors; ///< scan 0 first
-    std::vector<std::uint8_t> m_Bytes;   ///< the scans, exactly
+    std::vector<std::uint8_t> m_Bytes;   ///< exactly the bytes of the scans
 
     Dib(int bits, int width, int height, Random& random);
     int fnGetRows() const { return std::abs(m_Header.m_Head.biHeight); }
@@ -48,7 +48,7 @@ Dib::Dib(int bits, int width, int height, Random& random) {
     m_nStride = (static_cast<std::size_t>(width) * static_cast<std::size_t>(bits) + 31) / 32 * 4;
     m_Bytes.resize(m_nStride * static_cast<std::size_t>(std::abs(height)));
     for (std::uint8_t& byte : m_Bytes)
-        byte = bits < 8 ? 0 : static_cast<std::uint8_t>(random()); // the padding says nothing
+        byte = bits < 8 ? 0 : static_cast<std::uint8_t>(random()); // padding bits are ignored
     for (int scan = 0; scan < std::abs(height); ++scan)
         for (int column = 0; column < width; ++column) {
             const std::uint32_t index = random() % entries;
@@ -71,21 +71,21 @@ void Dib::fnPut(std::uint8_t* row, int bits, int column, std::uint32_t index, st
     case 8:
         row[at] = static_cast<std::uint8_t>(index);
         break;
-    case 16: { // the highest bit says nothing
+    case 16: { // the highest bit is ignored
         const std::uint32_t value = (color >> 19 & 31u) << 10 | (color >> 11 & 31u) << 5 |
                                     (color >> 3 & 31u) | (random() & 0x8000u);
         row[2 * at] = static_cast<std::uint8_t>(value);
         row[2 * at + 1] = static_cast<std::uint8_t>(value >> 8);
         break;
     }
-    default: // a fourth byte says nothing
+    default: // a fourth byte is ignored
         for (std::size_t i = 0; i < 3; ++i)
             row[at * static_cast<std::size_t>(bits / 8) + i] =
                 static_cast<std::uint8_t>(color >> 8 * i);
     }
 }
 
-/// Where rows are put.
+/// Destination of rows.
 struct Place {
     int m_nX = 0;
     int m_nY = 0;
@@ -102,7 +102,7 @@ UINT fnGetTaken(const Dib& dib, const Place& place) {
     return place.m_nStartScan >= rows ? 0 : std::min(place.m_nScans, rows - place.m_nStartScan);
 }
 
-/// What the rule says, seen from each pixel of the window.
+/// The rule, evaluated for each pixel of the window.
 void fnDraw(const Dib& dib, const Place& place, ContractPicture& picture) {
     using Wide = std::int64_t;
     const BITMAPINFOHEADER& head = dib.m_Header.m_Head;
@@ -122,14 +122,14 @@ void fnDraw(const Dib& dib, const Place& place, ContractPicture& picture) {
         }
 }
 
-/// Rows of bitmaps on their way to the screen.
+/// Rows of bitmaps drawn to the screen.
 class RowContract : public ScreenContractTest {
 protected:
     static constexpr int kDepths[] = {1, 4, 8, 16, 24, 32};
 
     int fnPut(const Dib& dib, const Place& place, UINT use = DIB_RGB_COLORS,
               CPalette* palette = nullptr) {
-        // No byte ahead of the first scan or behind the last one may be read.
+        // No byte before the first scan or after the last one may be read.
         const std::size_t first =
             std::min<std::size_t>(place.m_nStartScan, static_cast<std::size_t>(dib.fnGetRows())) *
             dib.m_nStride;
@@ -148,7 +148,7 @@ protected:
                                             place.m_nStartScan, place.m_nScans, bytes.data(),
                                             &dib.m_Header.m_Head, use);
     }
-    /// Puts rows on what stands in the window and compares.
+    /// Puts rows over the window's contents and compares.
     void fnPutAndCompare(const Dib& dib, const Place& place) {
         ContractPicture expected = m_pWindow->fnGetPicture();
         EXPECT_EQ(fnPut(dib, place), static_cast<int>(fnGetTaken(dib, place)));
@@ -163,7 +163,7 @@ protected:
         EXPECT_EQ(fnPut(dib, fnGetWhole(dib)), -1);
         EXPECT_EQ(m_pWindow->fnGetPicture(), m_Before);
     }
-    /// The table becomes 16-bit indices.
+    /// Replaces the table by 16-bit indices.
     static void fnSetIndices(Dib& dib, const std::vector<WORD>& indices) {
         std::memcpy(dib.m_Header.m_Table.data(), indices.data(), 2 * indices.size());
     }
@@ -171,7 +171,7 @@ protected:
     Random m_Random{2024};
 };
 
-TEST_P(RowContract, EveryDepthIsPutWholeFromTheBottomUpAndFromTheTopDown) {
+TEST_P(RowContract, EveryDepthIsDrawnCompletelyFromTheBottomUpAndFromTheTopDown) {
     for (const int bits : kDepths)
         for (const int height : {13, -13}) {
             SCOPED_TRACE(testing::Message() << bits << " bits, height " << height);
@@ -238,7 +238,7 @@ TEST_P(RowContract, WithoutWidthHeightOrScansNothingIsDrawn) {
     EXPECT_EQ(m_pWindow->fnGetPicture(), m_Before);
 }
 
-TEST_P(RowContract, NumbersOfAnySizeAreCutToTheWindow) {
+TEST_P(RowContract, NumbersOfAnySizeAreClippedToTheWindow) {
     const Dib dib(24, 10, 10, m_Random);
     for (const int x : {INT32_MIN, -11, INT32_MAX})
         for (const int y : {INT32_MIN, 3, INT32_MAX}) {
@@ -254,7 +254,7 @@ TEST_P(RowContract, NumbersOfAnySizeAreCutToTheWindow) {
     Place place = fnGetWhole(dib);
     place.m_nWidth = place.m_nScans = UINT32_MAX;
     fnPutAndCompare(dib, place);
-    place.m_nHeight = UINT32_MAX; // the lowest row then lies far below the window
+    place.m_nHeight = UINT32_MAX; // puts the lowest row far below the window
     fnPutAndCompare(dib, place);
     place.m_nStartScan = UINT32_MAX;
     fnPutAndCompare(dib, place);
@@ -332,7 +332,7 @@ TEST_P(RowContract, ChangedEntriesShowOnceThePaletteIsRealizedAgain) {
     }
 }
 
-TEST_P(RowContract, WithoutADeviceContextNothingIsTaken) {
+TEST_P(RowContract, WithoutADeviceContextNothingIsDrawn) {
     const Dib dib(24, 5, 5, m_Random);
     EXPECT_EQ(m_Screen.fnSetDIBitsToDevice(nullptr, 0, 0, 5, 5, 0, 0, 0, 5, dib.m_Bytes.data(),
                                            &dib.m_Header.m_Head, DIB_RGB_COLORS),

@@ -25,7 +25,7 @@ protected:
         return info.m_nSize;
     }
 
-    /// A file on its whole way up. The test ends it with `fnEnd`.
+    /// A file through all its stages. The test ends it with `fnEnd`.
     struct Buffer {
         std::string m_szName;
         CqFileHandle m_nFile = kNoFile;
@@ -98,7 +98,7 @@ TEST_P(ScratchContract, EveryNameIsNew) {
         EXPECT_TRUE(m_Scratch.fnDelete(name.c_str()));
 }
 
-TEST_P(ScratchContract, ADirectoryThatDoesNotStandGetsNoFile) {
+TEST_P(ScratchContract, AMissingDirectoryGetsNoFile) {
     std::string name;
     EXPECT_FALSE(
         m_Scratch.fnCreateName((m_World.m_szDirectory + "missing\\").c_str(), "~qd", name));
@@ -145,7 +145,7 @@ TEST_P(ScratchContract, BuffersDontShareBytes) {
     fnEnd(other);
 }
 
-TEST_P(ScratchContract, AnOpenFileIsNotOpenedOnceMore) {
+TEST_P(ScratchContract, AnOpenFileIsNotOpenedTwice) {
     const std::string name = fnMakeName();
     const CqFileHandle file = m_Scratch.fnOpen(name.c_str());
     ASSERT_NE(file, kNoFile);
@@ -201,7 +201,7 @@ TEST_P(ScratchContract, AFileThatIsTooShortOrAnEmptyViewIsNotMapped) {
     EXPECT_TRUE(m_Scratch.fnDelete(name.c_str()));
 }
 
-TEST_P(ScratchContract, ASmallerSizeCutsTheFile) {
+TEST_P(ScratchContract, ASmallerSizeTruncatesTheFile) {
     const std::string name = fnMakeName();
     const CqFileHandle file = m_Scratch.fnOpen(name.c_str());
     ASSERT_NE(file, kNoFile);

@@ -11,10 +11,10 @@
 #include <memory>
 #include <vector>
 
-/// Base of the screen's suites: one window that is shown, in white.
+/// Base of the screen's suites: one visible window, in white.
 ///
-/// Screens differ in how finely they tell colours apart. Exact everywhere, without a palette, are
-/// the eight corners of the colour cube; with a palette, colours of 5, 6 and 5 bits.
+/// Screens differ in colour resolution. Exact everywhere, without a palette, are the eight corners
+/// of the colour cube; with a palette, colours of 5, 6 and 5 bits.
 class ScreenContractTest : public AttachedContractTest {
 protected:
     static constexpr int kWidth = ContractWindow::kWidth;
@@ -41,7 +41,7 @@ protected:
         return ((index & 4u) != 0 ? 0xFF0000u : 0u) | ((index & 2u) != 0 ? 0xFF00u : 0u) |
                ((index & 1u) != 0 ? 0xFFu : 0u);
     }
-    /// A colour that a screen of 16 bits holds exactly.
+    /// A colour that a 16-bit screen represents exactly.
     static std::uint32_t fnGetColor565(Random& random) {
         const auto part = [&](unsigned bits) {
             const std::uint32_t value = random() % (1u << bits);
@@ -56,7 +56,7 @@ protected:
                 static_cast<BYTE>(color), 0};
     }
 
-    /// Fills the client area by rows of 32 bits.
+    /// Fills the client area with rows of 32 bits.
     void fnWhiten() {
         CWnd& window = m_pWindow->fnGetWnd();
         const CRect client = window.GetClientRect();

@@ -41,7 +41,7 @@ protected:
     std::unique_ptr<CqWaveOut> m_pDevice;
 };
 
-TEST_P(WaveOutContract, PcmOfEightAndSixteenBitsIsTakenInMonoAndStereo) {
+TEST_P(WaveOutContract, PcmOfEightAndSixteenBitsIsAcceptedInMonoAndStereo) {
     for (const WORD channels : {WORD{1}, WORD{2}})
         for (const WORD bits : {WORD{8}, WORD{16}})
             for (const DWORD rate : {8000u, 22050u, 44100u, 48000u}) {
@@ -50,7 +50,7 @@ TEST_P(WaveOutContract, PcmOfEightAndSixteenBitsIsTakenInMonoAndStereo) {
             }
 }
 
-TEST_P(WaveOutContract, FormatsThatDisagreeWithThemselvesAreRefused) {
+TEST_P(WaveOutContract, InconsistentFormatsAreRefused) {
     for (const WAVEFORMATEX& format :
          {WAVEFORMATEX{2, 2, 44100, 176400, 4, 16, 0}, WAVEFORMATEX{1, 2, 44100, 176400, 3, 16, 0},
           WAVEFORMATEX{1, 0, 44100, 0, 0, 16, 0}, WAVEFORMATEX{1, 2, 0, 0, 4, 16, 0},
@@ -84,7 +84,7 @@ TEST_P(WaveOutContract, ABlockMustBePreparedAndPlaysAlone) {
     EXPECT_FALSE(m_pDevice->fnUnprepare(m_Header));
 }
 
-TEST_P(WaveOutContract, TheFlagsTellWhereTheBlockIs) {
+TEST_P(WaveOutContract, TheFlagsReportTheStateOfTheBlock) {
     fnLoop(0xFFFFFFFFu);
     ASSERT_TRUE(m_pDevice->fnPrepare(m_Header));
     EXPECT_EQ(m_Header.dwFlags, 12u | 2u);
@@ -121,7 +121,7 @@ TEST_P(WaveOutContract, ALoopEndsAfterItsPasses) {
     EXPECT_EQ(m_nReports, 1);
 }
 
-TEST_P(WaveOutContract, AResetGivesAPausedBlockBack) {
+TEST_P(WaveOutContract, AResetReturnsAPausedBlock) {
     EXPECT_TRUE(m_pDevice->fnReset()) << "nothing plays";
     EXPECT_TRUE(m_pDevice->fnPause());
     ASSERT_TRUE(fnStart());
@@ -131,7 +131,7 @@ TEST_P(WaveOutContract, AResetGivesAPausedBlockBack) {
     ASSERT_TRUE(fnAwaitReports(2));
 }
 
-TEST_P(WaveOutContract, ADeviceThatIsClosedReportsNothingMore) {
+TEST_P(WaveOutContract, AClosedDeviceReportsNothingMore) {
     fnLoop(0xFFFFFFFFu);
     ASSERT_TRUE(fnStart());
     m_pDevice.reset();
@@ -149,7 +149,7 @@ TEST_P(WaveOutContract, AReportMayUnprepareTheBlockAndCloseTheDevice) {
             ended = true;
         });
         CqWaveOut* raw = device.get();
-        m_Header.dwBufferLength = i % 2 == 0 ? 4 : 0; // ends perhaps before the call that starts it
+        m_Header.dwBufferLength = i % 2 == 0 ? 4 : 0; // may end before the call that starts it
         ASSERT_TRUE(raw->fnPrepare(m_Header));
         ASSERT_TRUE(raw->fnWrite(m_Header));
         ASSERT_TRUE(fnAwait([&] { return ended.load(); }, m_World.m_Tick));

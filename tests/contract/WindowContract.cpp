@@ -7,7 +7,7 @@ namespace {
 /// The application, its main window and their parts.
 class WindowContract : public ContractTest {
 protected:
-    /// As PBM_SETRANGE has it.
+    /// The parameter of PBM_SETRANGE.
     static LPARAM fnMakeRange(int low, int high) { return low | high << 16; }
 
     CqWindowService& m_Windows = *m_World.m_Platform.m_pWindows;
@@ -74,7 +74,7 @@ TEST_P(WindowContract, AProgressControlShowsItsRangeAndPosition) {
     EXPECT_EQ(m_Host.fnGetProgressState(), (std::vector<int>{20, 40000, 30000}));
 }
 
-TEST_P(WindowContract, WindowsOfAWindowThatHasEndedStandForNone) {
+TEST_P(WindowContract, WindowsOfAWindowThatHasEndedCountAsNone) {
     m_Host.fnOpen();
     CWnd& bar = *m_Host.fnGetFrame().GetMessageBar();
     m_Host.fnEndWindow();

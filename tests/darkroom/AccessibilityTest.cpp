@@ -1,4 +1,4 @@
-// What a program that reads the screen to somebody finds in the darkroom's windows.
+// What a screen reader finds in the darkroom's windows.
 #include "examples/darkroom/ui/MergeDialog.h"
 #include "examples/darkroom/ui/NewDialog.h"
 #include "examples/darkroom/ui/ParameterDialog.h"
@@ -21,7 +21,8 @@ QString fnNameOf(QWidget& widget) {
     return reader ? reader->text(QAccessible::Name) : QString();
 }
 
-/// Everything that takes the keyboard tells what it is. A number's own line of text is the number.
+/// Every widget that takes the keyboard focus has a name. A spin box's own line edit counts as the
+/// spin box.
 void fnExpectNames(const QWidget& window) {
     int count = 0;
     for (QWidget* widget : window.findChildren<QWidget*>()) {
@@ -50,7 +51,7 @@ protected:
 TEST_F(DarkroomAccessibility, EveryDialogNamesItsParts) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("named.png", 60, 40)));
     for (const darkroom::Operation& operation : darkroom::fnGetOperations())
-        if (!operation.m_Parameters.empty()) // else there is no dialog
+        if (!operation.m_Parameters.empty()) // otherwise there is no dialog
             fnExpectNames(fnParameterDialog(operation));
     fnExpectNames(fnParameterDialog(darkroom::fnGetFillOperation()));
     fnExpectNames(darkroom::PreferencesDialog(5));
@@ -68,7 +69,7 @@ TEST_F(DarkroomAccessibility, TheWindowNamesItsParts) {
     EXPECT_EQ(fnNameOf(*m_pWindow->findChild<QProgressBar*>()), "Progress");
 }
 
-TEST_F(DarkroomAccessibility, ALabelLeadsToItsNumber) {
+TEST_F(DarkroomAccessibility, ALabelLeadsToItsSpinBox) {
     const darkroom::ParameterDialog dialog =
         fnParameterDialog(*darkroom::fnFindOperation("brightness"));
     std::vector<std::string> led;

@@ -1,4 +1,4 @@
-// What the darkroom's window does, and refuses, while work is under way.
+// What the darkroom's window does, and refuses, while a task is running.
 #include "examples/darkroom/ui/SoundPanel.h"
 #include "plugins/WaveFile.h"
 #include "q32Base/framework/Exceptions.h"
@@ -38,7 +38,7 @@ class DarkroomBusy : public DarkroomWindow {
 protected:
     Bytes fnBytes() { return fnBytesOf(m_pWindow->fnGetDocument().fnGetImage()); }
 
-    /// Presses Esc at a look of the work that comes; it must get that far.
+    /// Presses Esc at the given keyboard poll of the task that follows; it must get that far.
     void fnStopAt(int look, const std::function<void()>& work) {
         int looks = 0;
         m_OnLook = [&] {
@@ -143,7 +143,7 @@ TEST_F(DarkroomBusy, TheWindowIsPaintedAfterADialogAndBeforeTheWork) {
     EXPECT_GT(paints, 0);
 }
 
-TEST_F(DarkroomBusy, WorkThatThrowsEndsWithTheMemoryMessageAndAWindowThatLives) {
+TEST_F(DarkroomBusy, WorkThatThrowsEndsWithTheMemoryMessageAndAWorkingWindow) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("thrown.bmp", 40, 30)));
     const std::function<void()> failures[] = {
         [] { AfxThrowMemoryException(); },
@@ -174,7 +174,7 @@ TEST_F(DarkroomBusy, EscWhileAPictureIsOpenedKeepsTheFormerOne) {
     EXPECT_EQ(m_pWindow->fnGetDocument().fnGetImage().Width, 40u);
 }
 
-TEST_F(DarkroomBusy, EscWhileAPictureIsSavedLeavesTheFileThatStands) {
+TEST_F(DarkroomBusy, EscWhileAPictureIsSavedLeavesTheExistingFile) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("saved.png", 1500, 1200)));
     const QString standing = fnMakePicture("standing.png", 20, 10);
     const QString fresh = fnPath("fresh.png");
@@ -188,7 +188,7 @@ TEST_F(DarkroomBusy, EscWhileAPictureIsSavedLeavesTheFileThatStands) {
     EXPECT_EQ(image.Width, 20u);
 }
 
-TEST_F(DarkroomBusy, EscWhileAPictureIsMergedLeavesAllAsItWas) {
+TEST_F(DarkroomBusy, EscWhileAPictureIsMergedLeavesEverythingUnchanged) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("under.bmp", 2000, 1500)));
     const QString over = fnMakePicture("over.bmp", 1000, 900);
     const Bytes before = fnBytes();
@@ -211,7 +211,7 @@ TEST_F(DarkroomBusy, EscWhileAPictureIsMergedLeavesAllAsItWas) {
     EXPECT_FALSE(m_pWindow->isWindowModified());
 }
 
-TEST_F(DarkroomBusy, EscWhileAPictureIsCroppedLeavesAllAsItWas) {
+TEST_F(DarkroomBusy, EscWhileAPictureIsCroppedLeavesEverythingUnchanged) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("cropped.bmp", 2000, 1500)));
     const std::vector<CqPoint2D> corners = {{10, 20}, {1900, 1450}};
     ASSERT_TRUE(m_pWindow->fnGetDocument()
@@ -225,7 +225,7 @@ TEST_F(DarkroomBusy, EscWhileAPictureIsCroppedLeavesAllAsItWas) {
     EXPECT_FALSE(m_pWindow->isWindowModified());
 }
 
-TEST_F(DarkroomBusy, EscWhileASoundIsLoadedKeepsTheFormerOneWhichPlaysOn) {
+TEST_F(DarkroomBusy, EscWhileASoundIsLoadedKeepsTheFormerOnePlaying) {
     auto* const panel = m_pWindow->findChild<darkroom::SoundPanel*>("soundPanel");
     ASSERT_TRUE(panel->fnLoad(fnMakeSound("former.wav", 5000)));
     panel->findChild<QToolButton*>("soundPlay")->click();
@@ -261,11 +261,11 @@ TEST_F(DarkroomBusy, ASoundIsLoadedWithProgressAndNothingElseIsStartedMeanwhile)
     };
     EXPECT_TRUE(panel->fnLoad(sound));
     m_OnLook = {};
-    // What was shown before each look: eight pieces of 256 KiB, of 2,000,000 bytes.
+    // What was shown before each poll: eight blocks of 256 KiB, of 2,000,000 bytes.
     EXPECT_EQ(shown, (std::vector<int>{0, 0, 13, 26, 39, 52, 65, 78, 91}));
     EXPECT_TRUE(panel->findChild<QToolButton*>("soundOpen")->isEnabled());
     fnExpectReady();
-    // While a picture is worked on, no sound is loaded.
+    // No sound can be loaded while a task runs on a picture.
     bool refused = false;
     m_OnLook = [&] { refused = !panel->fnLoad(sound); };
     fnDo("left");
@@ -273,7 +273,7 @@ TEST_F(DarkroomBusy, ASoundIsLoadedWithProgressAndNothingElseIsStartedMeanwhile)
     EXPECT_TRUE(refused);
 }
 
-TEST_F(DarkroomBusy, WithoutMemoryAllStaysAsItIsAndTheUserIsTold) {
+TEST_F(DarkroomBusy, WithoutMemoryEverythingStaysUnchangedAndTheUserIsInformed) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("held.bmp", 60, 40)));
     const QString other = fnMakePicture("other.bmp", 30, 20);
     const Bytes before = fnBytes();
@@ -315,7 +315,7 @@ TEST_F(DarkroomBusy, ShortcutsRecentFilesAndDropsStartNothingDuringWork) {
     m_OnLook = [&] {
         if (++looks != 2)
             return;
-        fnPostKey(Qt::Key_R, Qt::ControlModifier); // rotates, by a dialog
+        fnPostKey(Qt::Key_R, Qt::ControlModifier); // rotates, through a dialog
         fnPostKey(Qt::Key_Z, Qt::ControlModifier);
         recent->trigger();
         EXPECT_FALSE(fnDrop(data)->isAccepted());
@@ -324,7 +324,7 @@ TEST_F(DarkroomBusy, ShortcutsRecentFilesAndDropsStartNothingDuringWork) {
     fnDo("sharpen", [&](QDialog& dialog) { fnAccept(dialog); });
     m_OnLook = {};
     ASSERT_GT(looks, 2);
-    // Whatever has been queued comes before this.
+    // Everything already queued is handled before this.
     bool all = false;
     QTimer::singleShot(0, m_pWindow.get(), [&] { all = true; });
     ASSERT_TRUE(fnWaitFor([&] { return all; }));
@@ -334,7 +334,7 @@ TEST_F(DarkroomBusy, ShortcutsRecentFilesAndDropsStartNothingDuringWork) {
     fnExpectReady();
 }
 
-TEST_F(DarkroomBusy, AFileThatIsDroppedJustBeforeWorkIsOpenedAfterIt) {
+TEST_F(DarkroomBusy, AFileDroppedJustBeforeWorkIsOpenedAfterIt) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("working.bmp", 400, 300)));
     QMimeData data;
     data.setUrls({QUrl::fromLocalFile(fnMakePicture("dropped.bmp", 70, 50))});

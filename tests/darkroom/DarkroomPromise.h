@@ -1,5 +1,4 @@
-/// @file
-/// A darkroom whose dialogs are held to what they show.
+/// @file A darkroom test that checks the result of dialogs against their previews.
 #pragma once
 
 #include "tests/darkroom/DarkroomWorld.h"
@@ -9,6 +8,7 @@
 #include <QImage>
 #include <QSpinBox>
 
+/// Compares a dialog's preview with the result of its operation.
 class DarkroomPromise : public DarkroomWindow {
 protected:
     darkroom::PictureView& fnView() const { return m_pWindow->fnGetView(); }
@@ -20,7 +20,7 @@ protected:
     }
     void fnZoomTo(double zoom) const {
         fnView().fnSetZoom(zoom);
-        QCoreApplication::processEvents(); // scroll bars come and go
+        QCoreApplication::processEvents(); // scroll bars appear and disappear
     }
     void fnSelect(darkroom::ShapeKind shape, const CqPoint2D& from, const CqPoint2D& to) const {
         const std::vector<CqPoint2D> corners = {from, to};
@@ -44,7 +44,8 @@ protected:
 
     using Use = std::function<void(QDialog&)>;
 
-    /// Does an operation with a change of the dialog's values; what was seen before OK and after.
+    /// Runs an operation with changed values in its dialog; holds what was visible before OK and
+    /// after.
     struct Promise {
         QImage m_Before;
         QImage m_Shown;
@@ -67,7 +68,7 @@ protected:
         return promise;
     }
 
-    /// The same, but cancelled: all is seen as it was before, and nothing can be undone.
+    /// The same, but cancelled: everything looks as before, and nothing can be undone.
     void fnExpectTakenBack(const std::function<void()>& start, const Use& set) {
         const QImage before = fnLook();
         fnInDialog([&](QDialog& dialog) {
@@ -83,7 +84,7 @@ protected:
 
 private:
     void fnSetAndShow(QDialog& dialog, const Use& set, const QImage& before) const {
-        fnSwitch(dialog, "preview", false); // so that nothing is shown of other values
+        fnSwitch(dialog, "preview", false); // so that no preview of other values is shown
         set(dialog);
         EXPECT_TRUE(fnLook() == before) << "switched off";
         fnSwitch(dialog, "preview", true);

@@ -36,7 +36,7 @@ void DarkroomWindow::fnStart() {
     m_pMachine->m_pMixers->fnAddDevice(CqHeadlessMixers::fnMakeUsualDevice());
     options.m_Others = m_pMachine->fnPlatform();
     CqPlatform platform = q32QtPlatform(m_pWindows = q32QtWindows(), {.m_Posix = options});
-    // Boxes would wait for somebody.
+    // Real boxes would wait for a user.
     platform.m_pMessages = m_pMachine->m_pMessages;
     m_pKeyboard = platform.m_pKeyboard;
     platform.m_pKeyboard = std::make_shared<WatchedKeyboard>(platform.m_pKeyboard, m_OnLook);
@@ -157,11 +157,12 @@ void DarkroomWindow::fnTellMixers() const {
 void DarkroomWindow::fnType(QDialog& dialog, const QString& path) {
     auto* const name = dialog.findChild<QLineEdit*>("fileNameEdit");
     ASSERT_TRUE(name);
-    name->setCompleter(nullptr); // its list comes when the folder is read, and would take Return
+    name->setCompleter(nullptr); // its list appears when the folder has been read, and would take
+                                 // Return
     QApplication::setActiveWindow(&dialog);
-    name->setFocus(); // a name that has no focus follows the list of files
+    name->setFocus(); // a name without focus follows the list of files
     ASSERT_TRUE(fnWaitFor([&] { return name->hasFocus(); }));
-    name->selectAll(); // a name that is proposed
+    name->selectAll(); // a proposed name
     QTest::keyClicks(name, path);
     QTest::keyClick(name, Qt::Key_Return);
 }
@@ -184,7 +185,7 @@ void DarkroomWindow::fnHoldKey(Qt::Key key, int code) {
             ADD_FAILURE() << "a key that is held isn't seen";
             return;
         }
-        // It repeats: a window manager that tells of the focus late has keys forgotten.
+        // Repeated, because keys are lost if a window manager reports the focus late.
         fnPost(QEvent::KeyPress, key, {});
     } while (!m_pKeyboard->fnIsKeyDownNow(code));
 }
@@ -195,7 +196,7 @@ void DarkroomWindow::fnReleaseKey(Qt::Key key) {
 }
 
 void DarkroomWindow::fnPress(Qt::Key key, Qt::KeyboardModifiers modifiers) {
-    // Without a window manager nobody gives the window its keyboard back after a dialog.
+    // Without a window manager the window doesn't regain the focus after a dialog.
     QApplication::setActiveWindow(m_pWindow.get());
     QTest::keyClick(m_pWindow.get(), key, modifiers);
     QCoreApplication::processEvents();

@@ -22,7 +22,7 @@ DialogDriver::DialogDriver(std::chrono::milliseconds patience) : m_Patience(pati
 }
 
 void DialogDriver::fnUse(std::function<void(QDialog&)> use) {
-    // A timer of its own: one that is being served doesn't tick for dialogs inside of dialogs.
+    // A timer per handler: one that is being served doesn't tick for dialogs inside of dialogs.
     auto* const timer = new QTimer(&m_Uses);
     timer->callOnTimeout([timer, use = std::move(use)] {
         const QPointer<QDialog> dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());

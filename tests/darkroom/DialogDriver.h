@@ -1,5 +1,4 @@
-/// @file
-/// A person at a test's dialogs.
+/// @file Operates the dialogs of a test in place of a user.
 #pragma once
 
 #include <chrono>
@@ -10,24 +9,24 @@
 #include <QPointer>
 #include <QTimer>
 
-/// Uses the dialogs of a test as they come, and sees to it that none keeps the test waiting: one
-/// that is left open by its use, and one that nobody uses, are failures of the test and are closed.
+/// Operates dialogs as they open and makes sure that none blocks the test: one left open by its
+/// handler, and one without a handler, fail the test and are closed.
 class DialogDriver : public QObject {
 public:
-    /// @param patience  how long a dialog that nobody uses may stand
+    /// @param patience  how long a dialog without a handler may stay open
     explicit DialogDriver(std::chrono::milliseconds patience = std::chrono::seconds(5));
 
-    /// Uses the dialog that opens next, and that isn't in use already.
+    /// Operates the next dialog that opens and isn't already being operated.
     void fnUse(std::function<void(QDialog&)> use);
-    /// A use that no dialog has come for is a failure, and is forgotten.
+    /// Handlers for which no dialog opened are failures, and are dropped.
     void fnEnd();
 
 private:
     void fnWatch();
 
     const std::chrono::milliseconds m_Patience;
-    QObject m_Uses; ///< parent of a timer for each one that waits
+    QObject m_Uses; ///< parent of a timer for each waiting handler
     QTimer m_Watch;
-    QPointer<QWidget> m_pStanding; ///< the modal window that was seen last
+    QPointer<QWidget> m_pStanding; ///< the modal window seen last
     QElapsedTimer m_Since;
 };

@@ -1,4 +1,4 @@
-// What the tests' own person at the dialogs does when nothing goes as it should.
+// How the dialog driver handles tests that go wrong.
 #include "tests/darkroom/DialogDriver.h"
 
 #include "tests/platforms/qt/QtTestTools.h"
@@ -10,7 +10,7 @@
 
 using std::chrono::milliseconds;
 
-TEST(DialogDriver, ADialogThatIsClosedByItsUseIsAllRight) {
+TEST(DialogDriver, ADialogClosedByItsHandlerPasses) {
     DialogDriver driver;
     int used = 0;
     driver.fnUse([&](QDialog& dialog) {
@@ -23,18 +23,18 @@ TEST(DialogDriver, ADialogThatIsClosedByItsUseIsAllRight) {
     driver.fnEnd();
 }
 
-TEST(DialogDriver, ADialogThatIsLeftOpenFailsAndIsClosed) {
+TEST(DialogDriver, ADialogLeftOpenFailsAndIsClosed) {
     DialogDriver driver;
     QDialog dialog;
     dialog.setWindowTitle("Left");
-    driver.fnUse([](QDialog&) {}); // as a use that has met a failed assertion
+    driver.fnUse([](QDialog&) {}); // like a handler that stopped at a failed assertion
     int result = QDialog::Accepted;
     EXPECT_NONFATAL_FAILURE(result = dialog.exec(), "a dialog is left open: Left");
     EXPECT_EQ(result, QDialog::Rejected);
     driver.fnEnd();
 }
 
-TEST(DialogDriver, ADialogThatNobodyUsesFailsAndIsClosed) {
+TEST(DialogDriver, ADialogWithoutAHandlerFailsAndIsClosed) {
     DialogDriver driver(milliseconds(50));
     QDialog dialog;
     dialog.setWindowTitle("Strange");
@@ -43,7 +43,7 @@ TEST(DialogDriver, ADialogThatNobodyUsesFailsAndIsClosed) {
     EXPECT_EQ(result, QDialog::Rejected);
 }
 
-TEST(DialogDriver, ADialogThatIsUsedMayTakeItsTime) {
+TEST(DialogDriver, AHandlerMayTakeItsTime) {
     DialogDriver driver(milliseconds(50));
     QDialog dialog;
     driver.fnUse([](QDialog& used) {
@@ -56,13 +56,14 @@ TEST(DialogDriver, ADialogThatIsUsedMayTakeItsTime) {
     EXPECT_EQ(dialog.exec(), QDialog::Accepted);
 }
 
-TEST(DialogDriver, AnExpectedDialogInsideOfAnotherIsUsedAfterIt) {
+TEST(DialogDriver, AnExpectedDialogInsideAnotherIsHandledAfterIt) {
     DialogDriver driver;
     QDialog outer;
     QString order;
     driver.fnUse([&](QDialog& dialog) {
         order += dialog.windowTitle();
-        driver.fnUse([&](QDialog& nested) { // not for the outer one, which is in use
+        driver.fnUse([&](QDialog& nested) { // not for the outer one, which is already being
+                                            // operated
             order += nested.windowTitle();
             nested.accept();
         });
@@ -76,9 +77,9 @@ TEST(DialogDriver, AnExpectedDialogInsideOfAnotherIsUsedAfterIt) {
     EXPECT_EQ(order, "outer inner");
 }
 
-TEST(DialogDriver, AUseThatNoDialogHasComeForFailsAtTheEnd) {
+TEST(DialogDriver, AHandlerWithoutADialogFailsAtTheEnd) {
     DialogDriver driver;
     driver.fnUse([](QDialog& dialog) { dialog.reject(); });
     EXPECT_NONFATAL_FAILURE(driver.fnEnd(), "has not come");
-    driver.fnEnd(); // once
+    driver.fnEnd(); // only once
 }

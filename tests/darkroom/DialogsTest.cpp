@@ -1,4 +1,4 @@
-// The darkroom's dialogs that are no operations.
+// The darkroom's dialogs other than those of operations.
 #include "examples/darkroom/model/MemoryShare.h"
 #include "examples/darkroom/ui/ColorButton.h"
 #include "examples/darkroom/ui/NewDialog.h"
@@ -31,7 +31,7 @@ bool fnCanAccept(const QDialog& dialog) {
 
 } // namespace
 
-TEST_F(DarkroomWindow, ANewPictureHasTheSizeAndColorThatTheDialogAsks) {
+TEST_F(DarkroomWindow, ANewPictureHasTheSizeAndColorOfTheDialog) {
     fnDo("new", [&](QDialog& dialog) {
         dialog.findChild<QSpinBox*>("width")->setValue(321);
         dialog.findChild<QSpinBox*>("height")->setValue(654);
@@ -47,7 +47,7 @@ TEST_F(DarkroomWindow, ANewPictureHasTheSizeAndColorThatTheDialogAsks) {
     EXPECT_EQ(m_pWindow->fnGetDocument().fnGetImage().Width, 321u);
 }
 
-TEST_F(DarkroomWindow, APictureOfFourGigabytesCannotBeAskedFor) {
+TEST_F(DarkroomWindow, APictureOfFourGigabytesCannotBeRequested) {
     darkroom::NewDialog dialog;
     auto* const width = dialog.findChild<QSpinBox*>("width");
     auto* const height = dialog.findChild<QSpinBox*>("height");
@@ -59,7 +59,7 @@ TEST_F(DarkroomWindow, APictureOfFourGigabytesCannotBeAskedFor) {
     height->setValue(60000);
     EXPECT_FALSE(fnCanAccept(dialog));
     EXPECT_NE(bytes->text(), small);
-    // 3 * 60,000 * 23,860 are 4,294,800,000 bytes, the last row that fits into 32 bits.
+    // 3 * 60,000 * 23,860 = 4,294,800,000 bytes, the last height that fits into 32 bits.
     height->setValue(23861);
     EXPECT_FALSE(fnCanAccept(dialog));
     height->setValue(23860);
@@ -111,7 +111,7 @@ TEST_F(DarkroomWindow, TheLimitOfAPicturesSizeCountsItsDepth) {
     }
 }
 
-TEST_F(DarkroomWindow, PreferencesAreInForceAndOutliveTheProgram) {
+TEST_F(DarkroomWindow, PreferencesTakeEffectAndOutliveTheProgram) {
     fnDo("preferences", [&](QDialog& dialog) {
         dialog.findChild<QLineEdit*>("disk2")->setText(m_Folder.path());
         dialog.findChild<QCheckBox*>("diskOn2")->setChecked(true);
@@ -139,7 +139,7 @@ TEST_F(DarkroomWindow, PreferencesAreInForceAndOutliveTheProgram) {
     }
 }
 
-TEST_F(DarkroomWindow, ScratchDisksComeInForceAllOrNoneWhicheverAllocationFails) {
+TEST_F(DarkroomWindow, ScratchDisksTakeEffectAllOrNoneWhicheverAllocationFails) {
     CqVMPolicy& policy = *q32GetVMPolicy();
     darkroom::PreferencesDialog dialog(3);
     for (const char* disk : {"2", "3"}) {
@@ -165,7 +165,7 @@ TEST_F(DarkroomWindow, ScratchDisksComeInForceAllOrNoneWhicheverAllocationFails)
     EXPECT_GT(refused, 1);
 }
 
-TEST_F(DarkroomWindow, TheShareThatIsInForceIsShownAndWhatItComesTo) {
+TEST_F(DarkroomWindow, TheShareInForceIsShownWithItsSizeInBytes) {
     CqVMPolicy& policy = *q32GetVMPolicy();
     policy.fnEnableMemUsage(false);
     policy.fnSetMemUsage(100);
@@ -192,7 +192,7 @@ TEST_F(DarkroomWindow, TheShareThatIsInForceIsShownAndWhatItComesTo) {
     EXPECT_EQ(bytes->text(), darkroom::fnTellSize(policy.fnGetRamLimit()));
 }
 
-TEST_F(DarkroomWindow, AScratchFolderThatCannotBeUsedIsRefused) {
+TEST_F(DarkroomWindow, AnUnusableScratchFolderIsRefused) {
     QFile file(fnPath("file"));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     darkroom::PreferencesDialog dialog(3);
@@ -247,7 +247,7 @@ TEST_F(DarkroomWindow, ASecondPictureIsMergedByAKeyColorAndBySelection) {
                     .fnSelectShape(darkroom::ShapeKind::ELLIPSE, corners,
                                    darkroom::Document::Combine::REPLACE, nullptr)
                     .fnIsDone());
-    // A picture of two colours: every third pixel has the key's.
+    // A picture of two colours: every third pixel has the key colour.
     const CqColor key(12, 200, 7, 255);
     CqImage over;
     over.fnAlloc(60, 50, 24, nullptr, 0);

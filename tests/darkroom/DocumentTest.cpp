@@ -57,7 +57,7 @@ TEST_F(DarkroomDocument, KeepsThePictureWhenAnotherOneCannotBeOpened) {
     EXPECT_EQ(fnBytesOf(document.fnGetImage()), before);
 }
 
-TEST_F(DarkroomDocument, ANewPictureHasNothingOfTheOneBefore) {
+TEST_F(DarkroomDocument, ANewPictureKeepsNothingOfTheFormerOne) {
     struct Mark : CObject {
         explicit Mark(bool& gone) : m_bGone(gone) {}
         ~Mark() override { m_bGone = true; }
@@ -145,7 +145,7 @@ TEST_F(DarkroomDocument, SavesByTheExtensionAndReadsTheSameBack) {
     EXPECT_EQ(document.fnGetPath(), "C:\\a.bmp");
 }
 
-TEST_F(DarkroomDocument, KeepsAsManyStepsAsItIsTold) {
+TEST_F(DarkroomDocument, KeepsTheConfiguredNumberOfSteps) {
     Document document(2);
     ASSERT_TRUE(document.fnOpen(kPath, nullptr).fnIsDone());
     for (int i = 0; i < 3; ++i)
@@ -174,7 +174,7 @@ TEST_F(DarkroomDocument, FewerLevelsKeepTheNewestStepsOnBothSides) {
             document.fnUndo();
         ASSERT_TRUE(document.fnSetLevels(levels));
         EXPECT_EQ(document.fnGetLevels(), levels);
-        // To the end of the history on one side.
+        // To the end of the history in one direction.
         unsigned int at = here;
         while (back ? document.fnCanUndo() : document.fnCanRedo()) {
             EXPECT_EQ(fnBytesOf(document.fnGetImage()), states[at]);
@@ -194,7 +194,7 @@ TEST_F(DarkroomDocument, FewerLevelsKeepTheNewestStepsOnBothSides) {
             }
 }
 
-TEST_F(DarkroomDocument, MoreLevelsAfterFewerTakeNewSteps) {
+TEST_F(DarkroomDocument, MoreLevelsAfterFewerAcceptNewSteps) {
     Document document(4);
     ASSERT_TRUE(document.fnOpen(kPath, nullptr).fnIsDone());
     for (int i = 0; i < 4; ++i)
@@ -314,8 +314,8 @@ TEST_F(DarkroomDocument, NothingIsThrownWhicheverAllocationFails) {
     }
 }
 
-TEST_F(DarkroomDocument, PutsSnapshotsWhereTheMemoryPolicyWantsThem) {
-    q32GetVMPolicy()->fnSetRamLimit(100000); // one picture has 90,000 bytes
+TEST_F(DarkroomDocument, AllocatesSnapshotsAsTheMemoryPolicyDecides) {
+    q32GetVMPolicy()->fnSetRamLimit(100000); // one picture takes 90,000 bytes
     Document document(5);
     ASSERT_TRUE(document.fnOpen(kPath, nullptr).fnIsDone());
     ASSERT_TRUE(fnBrighten(document, 10).fnIsDone());
@@ -324,7 +324,7 @@ TEST_F(DarkroomDocument, PutsSnapshotsWhereTheMemoryPolicyWantsThem) {
     EXPECT_EQ(q32GetVMPolicy()->fnGetDiskUsage(0).m_nFiles, 1u) << "nothing is copied";
 }
 
-TEST_F(DarkroomDocument, AShareOfALargeMemoryIsCountedWhole) {
+TEST_F(DarkroomDocument, AShareOfALargeMemoryIsNotTruncated) {
     EXPECT_EQ(darkroom::fnComputeLimit(1'000'000'000, 37), 370'000'000u);
     EXPECT_EQ(darkroom::fnComputeLimit(std::uint64_t{6} << 30, 50), 3'221'225'450u)
         << "the library's own rule wraps here";
@@ -340,7 +340,7 @@ TEST_F(DarkroomDocument, AShareOfALargeMemoryIsCountedWhole) {
     EXPECT_GT(one, 0u);
 }
 
-TEST_F(DarkroomDocument, TellsItsListenerOfEachChange) {
+TEST_F(DarkroomDocument, NotifiesItsListenerOfEachChange) {
     Document document(5);
     int told = 0;
     document.fnSetListener([&] { ++told; });

@@ -1,4 +1,4 @@
-// Edits happen whole or not at all, whatever the operation.
+// Edits succeed completely or change nothing, whatever the operation.
 #include "examples/darkroom/model/Filters.h"
 #include "examples/darkroom/model/Merge.h"
 #include "examples/darkroom/model/Pictures.h"
@@ -35,7 +35,7 @@ protected:
         return values;
     }
 
-    /// Calls `test` for all operations at all depths that they suit.
+    /// Calls `test` for every operation at every depth it supports.
     template <typename Test>
     static void fnForEachOperation(Test&& test) {
         for (const Operation& operation : fnGetOperations())
@@ -84,7 +84,7 @@ Bytes fnSoftenPlainly(CqImage& image, int amount) {
 
 } // namespace
 
-TEST_F(DarkroomEdits, EachOperationIsUndoneAndDoneAgainExactly) {
+TEST_F(DarkroomEdits, EachOperationIsUndoneAndRedoneExactly) {
     fnForEachOperation([](Document& document, const Operation& operation, const Values& values) {
         const Bytes before = fnBytesOf(document.fnGetImage());
         ASSERT_TRUE(document.fnApply(operation, values, nullptr).fnIsDone());
@@ -97,7 +97,7 @@ TEST_F(DarkroomEdits, EachOperationIsUndoneAndDoneAgainExactly) {
     });
 }
 
-TEST_F(DarkroomEdits, EachOperationLeavesThePictureAsItWasWhenItIsStopped) {
+TEST_F(DarkroomEdits, EachOperationLeavesThePictureUnchangedWhenAborted) {
     fnForEachOperation([](Document& document, const Operation& operation, const Values& values) {
         const Bytes before = fnBytesOf(document.fnGetImage());
         AbortingProgress whole(100000);
@@ -117,7 +117,7 @@ TEST_F(DarkroomEdits, EachOperationLeavesThePictureAsItWasWhenItIsStopped) {
     });
 }
 
-TEST_F(DarkroomEdits, EachOperationLeavesThePictureAsItWasWithoutMemory) {
+TEST_F(DarkroomEdits, EachOperationLeavesThePictureUnchangedWithoutMemory) {
     fnForEachOperation([](Document& document, const Operation& operation, const Values& values) {
         const Bytes before = fnBytesOf(document.fnGetImage());
         q32GetVMPolicy()->fnSetRamLimit(0);
@@ -129,7 +129,7 @@ TEST_F(DarkroomEdits, EachOperationLeavesThePictureAsItWasWithoutMemory) {
     });
 }
 
-TEST_F(DarkroomEdits, EachDepthHasTheOperationsThatMakeSenseOfIt) {
+TEST_F(DarkroomEdits, EachDepthHasTheOperationsThatMakeSenseForIt) {
     const auto list = [](CqImage& image) {
         std::string names;
         for (const Operation& operation : fnGetOperations())
@@ -171,7 +171,7 @@ TEST_F(DarkroomEdits, AnOperationThatDoesNotSuitIsRefused) {
     EXPECT_FALSE(document.fnCanUndo());
 }
 
-TEST_F(DarkroomEdits, ThePictureOfSixteenBitsIsResizedByItsNearestPixelsAtFirst) {
+TEST_F(DarkroomEdits, APictureOfSixteenBitsDefaultsToNearestNeighbourResizing) {
     for (const unsigned int bits : kDepths) {
         Document document(5);
         fnOpenNoise(document, bits);
@@ -195,7 +195,7 @@ TEST_F(DarkroomEdits, AConversionByBandsHasTheBytesOfTheLibrarysOwn) {
             }
 }
 
-TEST_F(DarkroomEdits, WorkThatTheLibraryDoesAtOneGoIsToldAndStoppedBandByBand) {
+TEST_F(DarkroomEdits, OperationsThatTheLibraryRunsAtOnceReportAndAbortBandByBand) {
     using Work = std::function<bool(CqImage&, CqProgressDisplay*)>;
     const std::vector<CqPoint2D> outline = {{0, 0}, {60, 0}, {60, 699}};
     const Work works[] = {
@@ -237,7 +237,7 @@ TEST_F(DarkroomEdits, WorkThatTheLibraryDoesAtOneGoIsToldAndStoppedBandByBand) {
     }
 }
 
-TEST_F(DarkroomEdits, APositiveAngleTurnsClockwiseWhateverItIs) {
+TEST_F(DarkroomEdits, APositiveAngleRotatesClockwiseWhateverItIs) {
     for (const int angle : {45, 90, 135, 180, -45, -90}) {
         CqImage image;
         image.fnAlloc(101, 101, 24, nullptr, 0);
@@ -263,7 +263,7 @@ TEST_F(DarkroomEdits, APositiveAngleTurnsClockwiseWhateverItIs) {
     }
 }
 
-TEST_F(DarkroomEdits, SofteningAndSharpeningWeighTheNineNeighbours) {
+TEST_F(DarkroomEdits, SofteningAndSharpeningAverageTheNineNeighbours) {
     for (const int amount : {100, 50, 1, 0, -50, -100}) {
         CqImage image;
         fnFillNoise(image, 133, 40, 24, 3);
@@ -278,7 +278,7 @@ TEST_F(DarkroomEdits, SofteningAndSharpeningWeighTheNineNeighbours) {
     }
 }
 
-TEST_F(DarkroomEdits, APatternIsTiledFromTheCornerOfWhatIsFilled) {
+TEST_F(DarkroomEdits, APatternIsTiledFromTheCornerOfTheFilledRectangle) {
     for (const CPoint& corner : {CPoint(0, 0), CPoint(5, 250), CPoint(-30, 7), CPoint(400, -1)})
         for (const bool selected : {false, true})
             for (const unsigned int bits : {8u, 24u, 32u}) {
@@ -295,7 +295,7 @@ TEST_F(DarkroomEdits, APatternIsTiledFromTheCornerOfWhatIsFilled) {
                                     .fnIsDone());
                 }
                 CqImage pattern;
-                const int height = selected ? 19 : 301; // taller than a band too
+                const int height = selected ? 19 : 301; // also taller than a band
                 fnFillNoise(pattern, 13, static_cast<unsigned int>(height), bits, 4);
                 CqImage colors;
                 ASSERT_TRUE(darkroom::fnCopyPicture(pattern, colors, nullptr));
@@ -319,7 +319,7 @@ TEST_F(DarkroomEdits, APatternIsTiledFromTheCornerOfWhatIsFilled) {
             }
 }
 
-TEST_F(DarkroomEdits, AMergedPictureIsCutWhereItSticksOut) {
+TEST_F(DarkroomEdits, AMergedPictureIsClippedWhereItSticksOut) {
     for (const auto& [x, y] : {std::pair(-10, -20), std::pair(250, 140), std::pair(40, 30),
                                std::pair(-500, 0), std::pair(300, 170)}) {
         CqImage image;
@@ -385,11 +385,11 @@ TEST_F(DarkroomEdits, AFillIsOpaqueAndFillsTheSelectionAlone) {
     EXPECT_EQ(document.fnGetUndoName(), "Fill with Color");
 }
 
-TEST_F(DarkroomEdits, TheBytesOfAPictureAreCountedWithWholeRows) {
+TEST_F(DarkroomEdits, TheBytesOfAPictureAreCountedWithCompleteRows) {
     EXPECT_EQ(darkroom::fnCountBytes(3, 2, 4), 4u) << "a row of 12 bits";
     EXPECT_EQ(darkroom::fnCountBytes(3, 2, 24), 18u);
     EXPECT_EQ(darkroom::fnCountBytes(60000, 60000, 32), 14'400'000'000u);
-    // As the library counts them, at the edge of what it takes.
+    // As the library counts them, at its upper limit.
     CqImage image;
     image.fnAlloc(5, 3, 4, nullptr, 0);
     EXPECT_EQ(image.RowBytes * image.Height, darkroom::fnCountBytes(5, 3, 4));

@@ -1,4 +1,4 @@
-// Opening, saving, dropping and leaving pictures in the darkroom's window.
+// Opening, saving and dropping pictures and closing the window.
 #include "q32Base/memory/CqVMPolicy.h"
 #include "tests/darkroom/DarkroomWorld.h"
 #include "tests/darkroom/PictureTools.h"
@@ -43,7 +43,7 @@ protected:
         return {};
     }
 
-    /// Opens a picture and turns it, so that it has changes.
+    /// Opens a picture and rotates it, so that it is modified.
     void fnOpenChanged(const char* name) {
         ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture(name, 60, 40)));
         fnDo("left");
@@ -57,7 +57,7 @@ protected:
     }
 };
 
-/// Files that this process writes can't grow, as on a full disk.
+/// Prevents files written by this process from growing, as on a full disk.
 class FullDisk {
 public:
     FullDisk() : m_pBefore(std::signal(SIGXFSZ, SIG_IGN)) {
@@ -80,7 +80,7 @@ private:
 
 } // namespace
 
-TEST_F(DarkroomFiles, AWindowThatClosesAsksWhatBecomesOfChanges) {
+TEST_F(DarkroomFiles, AClosingWindowAsksAboutChanges) {
     fnOpenChanged("closing.bmp");
     fnAnswer(QMessageBox::Cancel);
     EXPECT_FALSE(m_pWindow->close());
@@ -98,7 +98,7 @@ TEST_F(DarkroomFiles, AWindowThatClosesAsksWhatBecomesOfChanges) {
     EXPECT_FALSE(m_pWindow->isWindowModified());
 }
 
-TEST_F(DarkroomFiles, QuitEndsTheWindowAndItsPlaceIsKept) {
+TEST_F(DarkroomFiles, QuitClosesTheWindowAndItsGeometryIsKept) {
     m_pWindow->resize(777, 555);
     fnDo("quit");
     EXPECT_FALSE(m_pWindow->isVisible());
@@ -117,7 +117,7 @@ TEST_F(DarkroomFiles, ChangesThatCannotBeSavedKeepTheWindowOpen) {
     EXPECT_EQ(fnTakeBoxes().size(), 1u);
 }
 
-TEST_F(DarkroomFiles, OpeningAsksWhatBecomesOfChanges) {
+TEST_F(DarkroomFiles, OpeningAsksAboutChanges) {
     fnOpenChanged("changed.bmp");
     const QString other = fnMakePicture("other.bmp", 90, 30);
     for (const char* id : {"open", "new"}) {
@@ -126,13 +126,13 @@ TEST_F(DarkroomFiles, OpeningAsksWhatBecomesOfChanges) {
         EXPECT_TRUE(fnStartsWith("changed.bmp")) << id;
     }
     fnAnswer(QMessageBox::Save, [&] { fnInDialog([&](QDialog& dialog) { dialog.reject(); }); });
-    // The click ends the question before a dialog is looked for again.
+    // The click closes the question before another dialog is looked for.
     fnDo("open");
     EXPECT_FALSE(m_pWindow->isWindowModified());
     EXPECT_EQ(fnGetWidthOf(fnPath("changed.bmp")), 40u);
 }
 
-TEST_F(DarkroomFiles, ADiscardedPictureGivesWayToTheOneThatIsChosen) {
+TEST_F(DarkroomFiles, ADiscardedPictureGivesWayToTheChosenOne) {
     fnOpenChanged("changed.bmp");
     const QString other = fnMakePicture("other.bmp", 90, 30);
     fnInDialog([&](QDialog& question) {
@@ -146,7 +146,7 @@ TEST_F(DarkroomFiles, ADiscardedPictureGivesWayToTheOneThatIsChosen) {
     EXPECT_EQ(fnGetWidthOf(fnPath("changed.bmp")), 60u);
 }
 
-TEST_F(DarkroomFiles, AFileThatIsDroppedIsOpenedAfterTheDrop) {
+TEST_F(DarkroomFiles, ADroppedFileIsOpenedAfterTheDrop) {
     EXPECT_TRUE(fnDropFiles({fnMakePicture("dropped.png", 300, 200)})->isAccepted());
     EXPECT_FALSE(fnDocument().fnHasImage()) << "the other program isn't kept waiting";
     EXPECT_TRUE(fnWaitFor([&] { return fnStartsWith("dropped.png"); }));
@@ -158,7 +158,7 @@ TEST_F(DarkroomFiles, TheFirstOfSeveralDroppedFilesIsOpened) {
     EXPECT_TRUE(fnWaitFor([&] { return fnStartsWith("one.png"); }));
 }
 
-TEST_F(DarkroomFiles, WhatIsNoFileIsNotTaken) {
+TEST_F(DarkroomFiles, WhatIsNotAFileIsNotAccepted) {
     QMimeData text;
     text.setText("no file");
     EXPECT_FALSE(fnDrop(text)->isAccepted());
@@ -167,7 +167,7 @@ TEST_F(DarkroomFiles, WhatIsNoFileIsNotTaken) {
     EXPECT_FALSE(fnDrop(remote)->isAccepted());
 }
 
-TEST_F(DarkroomFiles, ADropAsksWhatBecomesOfChanges) {
+TEST_F(DarkroomFiles, ADropAsksAboutChanges) {
     fnOpenChanged("changed.bmp");
     const QString other = fnMakePicture("other.bmp", 90, 30);
     bool asked = false;
@@ -180,7 +180,7 @@ TEST_F(DarkroomFiles, ADropAsksWhatBecomesOfChanges) {
     EXPECT_TRUE(fnWaitFor([&] { return fnStartsWith("other.bmp"); }));
 }
 
-TEST_F(DarkroomFiles, AFileThatIsDroppedJustBeforeADialogIsToldOf) {
+TEST_F(DarkroomFiles, AFileDroppedJustBeforeADialogIsReported) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("shown.png", 60, 40)));
     EXPECT_TRUE(fnDropFiles({fnMakePicture("dropped.png", 30, 20)})->isAccepted());
     const auto told = [&] { return m_pWindow->statusBar()->currentMessage(); };
@@ -191,7 +191,7 @@ TEST_F(DarkroomFiles, AFileThatIsDroppedJustBeforeADialogIsToldOf) {
     EXPECT_TRUE(fnStartsWith("shown.png")) << "the dialog was about this one";
 }
 
-TEST_F(DarkroomFiles, AFileThatCannotBeReadLeavesThePictureAlone) {
+TEST_F(DarkroomFiles, AnUnreadableFileLeavesThePictureUnchanged) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("good.png", 60, 40)));
     QFile bad(fnPath("bad.png"));
     ASSERT_TRUE(bad.open(QIODevice::WriteOnly));
@@ -206,7 +206,7 @@ TEST_F(DarkroomFiles, AFileThatCannotBeReadLeavesThePictureAlone) {
     }
 }
 
-TEST_F(DarkroomFiles, APictureThatCannotBeSavedKeepsItsMark) {
+TEST_F(DarkroomFiles, APictureThatCannotBeSavedStaysModified) {
     fnOpenChanged("source.bmp");
     ASSERT_TRUE(QFile::exists("/proc/version"));
     for (const QString& path : {fnPath("no such folder/a.png"), QString("/proc/version/a.png"),
@@ -219,7 +219,7 @@ TEST_F(DarkroomFiles, APictureThatCannotBeSavedKeepsItsMark) {
     }
 }
 
-TEST_F(DarkroomFiles, AFullDiskLeavesTheFileThatStands) {
+TEST_F(DarkroomFiles, AFullDiskLeavesTheExistingFile) {
     fnOpenChanged("standing.bmp");
     bool saved = true;
     {
@@ -251,7 +251,7 @@ TEST_F(DarkroomFiles, ANameWithoutAnExtensionGetsThatOfTheChosenFormat) {
     EXPECT_TRUE(fnTakeBoxes().empty());
 }
 
-TEST_F(DarkroomFiles, ReplacingAFileIsAskedForItsWholeName) {
+TEST_F(DarkroomFiles, ReplacingAFileIsConfirmedForItsFullName) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("source.png", 60, 40)));
     const QString standing = fnMakePicture("standing.png", 20, 20);
     QString question;
@@ -270,7 +270,7 @@ TEST_F(DarkroomFiles, ReplacingAFileIsAskedForItsWholeName) {
     EXPECT_TRUE(fnStartsWith("source.png"));
 }
 
-TEST_F(DarkroomFiles, TheLastEightFilesAreKeptTheNewestFirst) {
+TEST_F(DarkroomFiles, TheLastEightFilesAreKeptNewestFirst) {
     QStringList wanted;
     for (const char* name : {"0.bmp", "1.bmp", "2.bmp", "3.bmp", "4.bmp", "5.bmp", "6.bmp", "7.bmp",
                              "8.bmp", "9.bmp", "4.bmp"}) {
@@ -289,7 +289,7 @@ TEST_F(DarkroomFiles, TheLastEightFilesAreKeptTheNewestFirst) {
     EXPECT_EQ(fnRecent().size(), 8);
 }
 
-TEST_F(DarkroomFiles, RecentFilesOfOneNameAreToldApartAndSignsStayAsTheyAre) {
+TEST_F(DarkroomFiles, RecentFilesOfOneNameAreDistinguishedAndSpecialCharactersKept) {
     ASSERT_TRUE(QDir(m_Folder.path()).mkdir("in"));
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("same.bmp", 30, 20)));
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("in/same.bmp", 20, 30)));
@@ -299,7 +299,7 @@ TEST_F(DarkroomFiles, RecentFilesOfOneNameAreToldApartAndSignsStayAsTheyAre) {
     EXPECT_EQ(fnRecent()[2]->text(), "same.bmp in " + m_Folder.path());
 }
 
-TEST_F(DarkroomFiles, ARecentFileThatVanishedIsToldAndForgotten) {
+TEST_F(DarkroomFiles, AVanishedRecentFileIsReportedAndRemoved) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("gone.bmp", 30, 20)));
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("here.bmp", 30, 20)));
     ASSERT_TRUE(QFile::remove(fnPath("gone.bmp")));
@@ -315,7 +315,7 @@ TEST_F(DarkroomFiles, NamesOutsideAsciiAreShownAsTheyAre) {
     EXPECT_TRUE(m_pWindow->windowTitle().startsWith(name));
 }
 
-TEST_F(DarkroomFiles, ThePlaceOfTheCursorGoesWithItsPicture) {
+TEST_F(DarkroomFiles, TheCursorPositionDisappearsWithItsPicture) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("first.bmp", 300, 200)));
     QWidget* const view = m_pWindow->fnGetView().viewport();
     const auto tellsColor = [&] {

@@ -1,4 +1,4 @@
-// Fills: what their dialogs show is what becomes of the picture.
+// Fills: the dialogs preview exactly what becomes of the picture.
 #include "examples/darkroom/ui/ColorButton.h"
 #include "tests/darkroom/DarkroomPromise.h"
 #include "tests/darkroom/PictureTools.h"
@@ -27,7 +27,7 @@ protected:
         fnSet(dialog, "y", 16);
     }
 
-    /// A picture of noise at a depth; that of 8 bits has a palette of colours.
+    /// A picture of noise at a depth; at 8 bits it has a palette of colours.
     QString fnMakeDepth(const QString& name, unsigned int width, unsigned int height,
                         unsigned int bits) const {
         std::vector<RGBQUAD> palette(256);
@@ -37,14 +37,14 @@ protected:
         CqImage image;
         fnFillNoise(image, width, height, bits, bits, bits == 8 ? palette.data() : nullptr);
         QString path = fnPath(name);
-        // 16 bits stay 16 bits in this format alone.
+        // Only this format keeps 16 bits.
         EXPECT_TRUE(q32WritePicture(QFile::encodeName(path).constData(), image,
                                     bits == 16 ? PICTURE_BMP : PICTURE_PNG)
                         .fnIsDone());
         return path;
     }
 
-    /// Does `test` at several zooms, with and without a selection.
+    /// Runs `test` at several zooms, with and without a selection.
     void fnForEachView(const std::function<void()>& test) const {
         for (const double zoom : {1.0, 0.5, 3.0})
             for (const bool selected : {false, true}) {
@@ -76,14 +76,14 @@ TEST_F(DarkroomFills, AColorIsShownWhereItWillFill) {
     });
 }
 
-TEST_F(DarkroomFills, AColorThatIsCancelledIsTakenBack) {
+TEST_F(DarkroomFills, ACancelledColorIsTakenBack) {
     fnOpenAt(640, 480, 1);
     const Bytes before = fnBytesOf(m_pWindow->fnGetDocument().fnGetImage());
     fnForEachView([&] { fnExpectTakenBack([&] { fnDo("fill"); }, &DarkroomFills::fnSetColor); });
     EXPECT_EQ(fnBytesOf(m_pWindow->fnGetDocument().fnGetImage()), before);
 }
 
-TEST_F(DarkroomFills, APatternIsShownWhereItsTilesWillLie) {
+TEST_F(DarkroomFills, APatternIsShownWhereItsTilesWillBe) {
     fnOpenAt(640, 480, 1);
     const Bytes before = fnBytesOf(m_pWindow->fnGetDocument().fnGetImage());
     const QString path = fnMakePicture("pattern.png", 23, 17);
@@ -98,7 +98,7 @@ TEST_F(DarkroomFills, APatternIsShownWhereItsTilesWillLie) {
     });
 }
 
-TEST_F(DarkroomFills, APatternThatIsCancelledIsTakenBack) {
+TEST_F(DarkroomFills, ACancelledPatternIsTakenBack) {
     fnOpenAt(640, 480, 1);
     const Bytes before = fnBytesOf(m_pWindow->fnGetDocument().fnGetImage());
     const QString path = fnMakePicture("pattern.png", 23, 17);
@@ -108,7 +108,7 @@ TEST_F(DarkroomFills, APatternThatIsCancelledIsTakenBack) {
     EXPECT_EQ(fnBytesOf(m_pWindow->fnGetDocument().fnGetImage()), before);
 }
 
-TEST_F(DarkroomFills, PatternsOfAllDepthsAreShownAsThePictureWillHaveThem) {
+TEST_F(DarkroomFills, PatternsOfAllDepthsAreShownAtTheDepthOfThePicture) {
     for (const unsigned int picture : {24u, 32u}) {
         ASSERT_TRUE(m_pWindow->fnOpen(fnMakeDepth("filled.png", 300, 200, picture)));
         for (const unsigned int bits : {8u, 16u, 24u, 32u}) {
@@ -134,7 +134,7 @@ TEST_F(DarkroomFills, APatternLargerThanThePictureIsShownToo) {
     EXPECT_TRUE(promise.m_Shown == promise.m_Done);
 }
 
-TEST_F(DarkroomFills, AFillFollowsTheColorThatIsLookedAt) {
+TEST_F(DarkroomFills, AFillFollowsTheHighlightedColor) {
     fnOpenAt(640, 480, 1);
     const auto middle = [&] {
         const QImage shown = fnLook();
@@ -162,7 +162,7 @@ TEST_F(DarkroomFills, AFillFollowsTheColorThatIsLookedAt) {
     });
     EXPECT_EQ(m_pWindow->fnGetDocument().fnGetImage().fnGetPixelColor(0, 0),
               CqColor(1, 99, 200, 255));
-    // It is the tools' colour from then on, but not that of a fill that is cancelled.
+    // It becomes the tools' colour, unless the fill is cancelled.
     fnDo("fill", [&](QDialog& dialog) {
         EXPECT_EQ(fnButton(dialog).fnGetColor(), CqColor(1, 99, 200, 255));
         fnSetColor(dialog);
@@ -174,7 +174,7 @@ TEST_F(DarkroomFills, AFillFollowsTheColorThatIsLookedAt) {
     });
 }
 
-TEST_F(DarkroomFills, APatternsCornerRunsAroundItsTile) {
+TEST_F(DarkroomFills, APatternsCornerWrapsAroundItsTile) {
     fnOpenAt(120, 90, 1);
     fnInDialog([&](QDialog& dialog) {
         auto* const x = dialog.findChild<QSpinBox*>("x");
@@ -188,7 +188,7 @@ TEST_F(DarkroomFills, APatternsCornerRunsAroundItsTile) {
     m_pWindow->fnFillPattern(fnMakePicture("pattern.png", 23, 17));
 }
 
-TEST_F(DarkroomFills, AMergeCanBeLookedAtWithoutItsPreview) {
+TEST_F(DarkroomFills, AMergeCanBeSetUpWithoutItsPreview) {
     fnOpenAt(300, 200, 1);
     const QString path = fnMakePicture("over.png", 60, 50);
     fnExpectTakenBack([&] { m_pWindow->fnMerge(path); },

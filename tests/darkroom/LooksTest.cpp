@@ -1,4 +1,4 @@
-// How the darkroom looks: pictures of its windows, in light and dark colours.
+// The darkroom's appearance: screenshots of its windows, in light and dark colours.
 #include "examples/darkroom/ui/ColorButton.h"
 #include "plugins/PictureFile.h"
 #include "tests/darkroom/DarkroomWorld.h"
@@ -28,7 +28,7 @@ protected:
         QApplication::setPalette(m_Before);
     }
 
-    /// Slopes of colour with a bright disk.
+    /// Colour gradients with a bright disk.
     QString fnMakeScene(const QString& name, unsigned int bits) const {
         CqImage image;
         image.fnAlloc(800, 600, bits, nullptr, 0);
@@ -58,7 +58,7 @@ protected:
         fnKeepPicture(window, QString(name) + (GetParam() ? "-dark" : "-light"));
     }
 
-    /// All texts stand out from their ground.
+    /// All texts contrast with their background.
     static void fnExpectReadable(const QWidget& window) {
         for (const QLabel* label : window.findChildren<QLabel*>()) {
             const QPalette& colors = label->palette();
@@ -78,7 +78,7 @@ INSTANTIATE_TEST_SUITE_P(Colors, DarkroomLooks, testing::Bool(),
 
 } // namespace
 
-TEST_P(DarkroomLooks, TheWindowTakesThePalettesColors) {
+TEST_P(DarkroomLooks, TheWindowUsesThePalettesColors) {
     fnDo("sound");
     m_pWindow->fnGetView().fnSetZoom(0.25);
     QCoreApplication::processEvents();
@@ -97,7 +97,7 @@ TEST_P(DarkroomLooks, ADialogShowsItsEffectInThePicture) {
         const QPointF pixel = view.fnToView({x, y}) * view.devicePixelRatioF();
         return look().pixelColor(pixel.toPoint());
     };
-    view.fnSetZoom(0.5); // room for corners that turn
+    view.fnSetZoom(0.5); // space for rotating corners
     QCoreApplication::processEvents();
     const QColor ground = look().pixelColor(1, 1);
     EXPECT_EQ(ground.lightness() < 128, GetParam());
@@ -115,7 +115,7 @@ TEST_P(DarkroomLooks, ADialogShowsItsEffectInThePicture) {
     EXPECT_GT(colorAt(560, 200).red(), 240) << "taken back";
     fnDo("rotate", [&](QDialog& dialog) {
         dialog.findChild<QSpinBox*>("Angle, clockwise")->setValue(30);
-        // From (160, -100) beside the middle the disk goes to (189, -7).
+        // The disk moves from (160, -100) relative to the centre to (189, -7).
         EXPECT_TRUE(fnWaitFor([&] { return colorAt(589, 293).red() > 240; }));
         EXPECT_EQ(colorAt(20, 20), QColor(Qt::white)) << "the corner shows the background";
         EXPECT_EQ(look().pixelColor(1, 1), ground) << "around lies the view's own";
@@ -190,7 +190,7 @@ TEST_P(DarkroomLooks, FillsAndALimitAreShownByTheirDialogs) {
     });
 }
 
-TEST_P(DarkroomLooks, PreferencesAndSelectionsCanBeRead) {
+TEST_P(DarkroomLooks, PreferencesAndSelectionsAreReadable) {
     fnDo("preferences", [&](QDialog& dialog) {
         fnKeep(dialog, "preferences-memory");
         dialog.findChild<QTabWidget*>()->setCurrentIndex(1);
@@ -204,7 +204,7 @@ TEST_P(DarkroomLooks, PreferencesAndSelectionsCanBeRead) {
                     .fnIsDone());
     QCoreApplication::processEvents();
     fnKeep(*m_pWindow, "selection");
-    // What isn't selected is darker, up to the picture's last row and column.
+    // Unselected pixels are darker, up to the picture's last row and column.
     darkroom::PictureView& view = m_pWindow->fnGetView();
     const QImage shown = view.viewport()->grab().toImage();
     CqImage& image = m_pWindow->fnGetDocument().fnGetImage();

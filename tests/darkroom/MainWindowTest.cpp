@@ -1,4 +1,4 @@
-// Drives the darkroom's window as a person would.
+// Operates the darkroom's window as a user would.
 #include "examples/darkroom/ui/MainWindow.h"
 
 #include "q32Base/display/CqDisplayProperty.h"
@@ -31,8 +31,8 @@
 using darkroom::Document;
 using darkroom::fnFindOperation;
 
-TEST_F(DarkroomWindow, OpensEditsUndoesStopsSavesAndReopens) {
-    // Large enough that the rotation is under way when the key is seen.
+TEST_F(DarkroomWindow, OpensEditsUndoesAbortsSavesAndReopens) {
+    // Large enough that the rotation is still running when the key is polled.
     const QString source = fnMakePicture("source.bmp", 3000, 2200);
     const QString target = fnPath("result.tif");
 
@@ -56,7 +56,7 @@ TEST_F(DarkroomWindow, OpensEditsUndoesStopsSavesAndReopens) {
     EXPECT_TRUE(fnAction("undo").text().contains("Turn Right"));
     EXPECT_TRUE(fnAction("redo").text().contains("Sharpen"));
 
-    // A rotation that Esc ends leaves all as it was.
+    // A rotation aborted by Esc leaves everything unchanged.
     const Bytes before = fnBytesOf(m_pWindow->fnGetDocument().fnGetImage());
     int looks = 0;
     m_OnLook = [&] {
@@ -90,12 +90,12 @@ TEST_F(DarkroomWindow, OpensEditsUndoesStopsSavesAndReopens) {
     fnKeepPicture(*m_pWindow, "darkroom");
 }
 
-TEST_F(DarkroomWindow, ADialogShowsItsEffectOnWhatIsInSightAndTakesItBack) {
+TEST_F(DarkroomWindow, ADialogPreviewsItsEffectOnTheVisiblePartAndTakesItBack) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("preview.png", 640, 480)));
     darkroom::PictureView& view = m_pWindow->fnGetView();
     for (const double zoom : {1.0, 0.5, 3.0}) {
         view.fnSetZoom(zoom);
-        QCoreApplication::processEvents(); // scroll bars come and go
+        QCoreApplication::processEvents(); // scroll bars appear and disappear
         const auto look = [&] { return view.viewport()->grab().toImage(); };
         const QImage before = look();
         QImage shown;
@@ -166,14 +166,14 @@ TEST_F(DarkroomWindow, WheelAndKeysZoomAndTheMouseMovesThePicture) {
     view.fnCenterOn(QPointF(1000, 750));
     const QPointF before = view.fnToImage(place);
     fnDrag(place, place - QPoint(30, 20));
-    // The picture lies at whole pixels of the screen.
+    // The picture is placed at integer screen pixels.
     const QPointF moved = view.fnToImage(place) - before;
     const QPointF wanted = QPointF(30, 20) * view.devicePixelRatioF();
     EXPECT_NEAR(moved.x(), wanted.x(), 0.5);
     EXPECT_NEAR(moved.y(), wanted.y(), 0.5);
 }
 
-TEST_F(DarkroomWindow, TheViewIsDrawnAnewForAnotherPictureAlone) {
+TEST_F(DarkroomWindow, TheViewIsRedrawnOnlyForAnotherPicture) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("reduced.bmp", 2400, 1600)));
     darkroom::PictureView& view = m_pWindow->fnGetView();
     view.fnSetZoom(0.1);
@@ -230,7 +230,7 @@ TEST_F(DarkroomWindow, TheViewIsDrawnAnewForAnotherPictureAlone) {
     }
 }
 
-TEST_F(DarkroomWindow, LevelsThatNobodyCanHaveChosenAreNotBelieved) {
+TEST_F(DarkroomWindow, ImpossibleUndoLevelsInTheSettingsAreIgnored) {
     for (const auto& [text, levels] :
          {std::pair("abc", 10u), std::pair("-5", 10u), std::pair("99999999999", 100u),
           std::pair("4294967303", 100u), std::pair("101", 100u), std::pair("0", 0u),
@@ -244,7 +244,7 @@ TEST_F(DarkroomWindow, LevelsThatNobodyCanHaveChosenAreNotBelieved) {
     }
 }
 
-TEST_F(DarkroomWindow, ADialogThatIsCancelledChangesNothing) {
+TEST_F(DarkroomWindow, ACancelledDialogChangesNothing) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("cancel.png", 300, 200)));
     fnDo("hue", [&](QDialog& dialog) {
         dialog.findChild<QSpinBox*>("Hue")->setValue(90);
@@ -254,7 +254,7 @@ TEST_F(DarkroomWindow, ADialogThatIsCancelledChangesNothing) {
     EXPECT_FALSE(m_pWindow->isWindowModified());
 }
 
-TEST_F(DarkroomWindow, TheDumpWindowTellsOfThePicture) {
+TEST_F(DarkroomWindow, TheDumpWindowReportsThePicture) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("dumped.png", 300, 200)));
     fnDo("dump");
     const QWidget* dump = nullptr;
@@ -267,7 +267,7 @@ TEST_F(DarkroomWindow, TheDumpWindowTellsOfThePicture) {
     q32DestroyDumpWnd();
 }
 
-TEST_F(DarkroomWindow, AboutTellsTheVersionOfTheLibrary) {
+TEST_F(DarkroomWindow, AboutShowsTheVersionOfTheLibrary) {
     QString text;
     fnDo("about", [&](QDialog& dialog) {
         if (const auto* const box = qobject_cast<QMessageBox*>(&dialog))

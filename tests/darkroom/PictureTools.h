@@ -1,5 +1,4 @@
-/// @file
-/// What the tests of the darkroom's documents share.
+/// @file Shared by the tests of the darkroom's documents.
 #pragma once
 
 #include "examples/darkroom/model/Document.h"
@@ -13,7 +12,7 @@
 
 using Bytes = std::vector<unsigned char>;
 
-/// All rows of a picture as they are stored.
+/// All rows of a picture as stored.
 inline Bytes fnBytesOf(CqImage& image) {
     Bytes bytes;
     CqImageLine line;
@@ -38,13 +37,13 @@ inline void fnFillNoise(CqImage& image, unsigned int width, unsigned int height,
     }
 }
 
-/// Opens a picture of noise, whose seed is its depth. That of 8 bits is grey.
+/// Opens a picture of noise, seeded with its depth. At 8 bits it is grey.
 inline void fnOpenNoise(darkroom::Document& document, unsigned int bits, unsigned int width = 300,
                         unsigned int height = 170) {
     CqImage image;
     fnFillNoise(image, width, height, bits, bits, bits == 8 ? q32GreyRamp : nullptr);
     const char* const path = "C:\\noise";
-    // 16 bits stay 16 bits in this format alone.
+    // Only this format keeps 16 bits.
     const PICTURE_FORMAT format = bits == 16 ? PICTURE_BMP : PICTURE_PNG;
     ASSERT_TRUE(q32WritePicture(path, image, format).fnIsDone());
     ASSERT_TRUE(document.fnOpen(path, nullptr).fnIsDone());
@@ -60,14 +59,14 @@ inline darkroom::Outcome fnSelect(darkroom::Document& document, const CRect& rec
     return document.fnSelectShape(darkroom::ShapeKind::RECTANGLE, corners, how, nullptr);
 }
 
-/// Whether a mask has a pixel of the picture.
+/// Whether a mask contains a pixel of the picture.
 inline bool fnHas(CqMask& mask, int x, int y) {
     const CRect& bound = mask.m_rectBound;
     return mask.TileMap && bound.PtInRect(CPoint(x, y)) &&
            *mask.fnGetPixelAddr(x - bound.left, y - bound.top) == 255;
 }
 
-/// Aborts at one of its calls, counted from 1.
+/// Aborts at the given call, counted from 1.
 class AbortingProgress : public CqProgressDisplay {
 public:
     explicit AbortingProgress(unsigned int abortAt)

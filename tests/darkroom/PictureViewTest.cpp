@@ -1,4 +1,4 @@
-// The view of the darkroom: tools, and what lies over the picture.
+// The view of the darkroom: tools and overlays.
 #include "tests/darkroom/DarkroomWorld.h"
 
 #include <QMouseEvent>
@@ -16,7 +16,7 @@ protected:
     }
     darkroom::PictureView& fnView() const { return m_pWindow->fnGetView(); }
     QImage fnLook() const { return fnView().viewport()->grab().toImage(); }
-    /// A place in the picture as one in the view.
+    /// Converts a position in the picture to one in the view.
     QPoint fnAt(double x, double y) const { return fnView().fnToView({x, y}).toPoint(); }
 
     void fnSend(QEvent::Type type, const QPoint& place, Qt::MouseButton button,
@@ -32,7 +32,7 @@ protected:
     void fnMove(const QPoint& place) const {
         fnSend(QEvent::MouseMove, place, Qt::NoButton, Qt::NoButton);
     }
-    /// Whether something lies over the picture at a place in the view.
+    /// Whether an overlay covers the picture at a position in the view.
     bool fnIsCovered(const QImage& before, const QPoint& place) const {
         const QPoint pixel = (QPointF(place) * fnView().devicePixelRatioF()).toPoint();
         return fnLook().pixel(pixel) != before.pixel(pixel);
@@ -41,7 +41,7 @@ protected:
 
 } // namespace
 
-TEST_F(DarkroomView, ACurveIsSeenWhileItIsTold) {
+TEST_F(DarkroomView, ACurveIsVisibleWhileItIsDrawn) {
     fnView().fnSetTool(darkroom::Tool::CURVE);
     const QImage before = fnLook();
     fnClick(fnAt(100, 100));
@@ -53,7 +53,7 @@ TEST_F(DarkroomView, ACurveIsSeenWhileItIsTold) {
     fnClick(fnAt(100, 300));
     fnClick(fnAt(400, 300));
     fnMove(fnAt(400, 100));
-    // Half way a cubic curve has 1/8, 3/8, 3/8 and 1/8 of its points.
+    // At its midpoint a cubic curve weights its points 1/8, 3/8, 3/8 and 1/8.
     EXPECT_TRUE(fnIsCovered(before, fnAt(250, 250)));
     EXPECT_FALSE(fnIsCovered(before, fnAt(100, 280))) << "not its handles";
     EXPECT_EQ(fnAction("undo").isEnabled(), false);
@@ -62,7 +62,7 @@ TEST_F(DarkroomView, ACurveIsSeenWhileItIsTold) {
     EXPECT_TRUE(fnAction("undo").isEnabled()) << "drawn into the picture";
 }
 
-TEST_F(DarkroomView, AHalfToldCurveGoesWithItsPicture) {
+TEST_F(DarkroomView, AnUnfinishedCurveDisappearsWithItsPicture) {
     fnView().fnSetTool(darkroom::Tool::CURVE);
     fnClick(fnAt(100, 100));
     fnClick(fnAt(100, 300));
@@ -77,7 +77,7 @@ TEST_F(DarkroomView, AHalfToldCurveGoesWithItsPicture) {
     EXPECT_FALSE(fnAction("undo").isEnabled()) << "two points of four";
 }
 
-TEST_F(DarkroomView, EscDropsAHalfToldCurve) {
+TEST_F(DarkroomView, EscDropsAnUnfinishedCurve) {
     fnView().fnSetTool(darkroom::Tool::CURVE);
     const QImage before = fnLook();
     fnClick(fnAt(100, 100));
@@ -87,7 +87,7 @@ TEST_F(DarkroomView, EscDropsAHalfToldCurve) {
     EXPECT_TRUE(fnLook() == before);
 }
 
-TEST_F(DarkroomView, AShapeWhoseButtonWasLetGoElsewhereIsDropped) {
+TEST_F(DarkroomView, AShapeWhoseButtonWasReleasedElsewhereIsDropped) {
     for (const auto tool :
          {darkroom::Tool::RECTANGLE, darkroom::Tool::FREEHAND, darkroom::Tool::LINE}) {
         fnView().fnSetTool(tool);
@@ -95,7 +95,7 @@ TEST_F(DarkroomView, AShapeWhoseButtonWasLetGoElsewhereIsDropped) {
         fnSend(QEvent::MouseButtonPress, fnAt(100, 100), Qt::LeftButton, Qt::LeftButton);
         fnSend(QEvent::MouseMove, fnAt(200, 200), Qt::NoButton, Qt::LeftButton);
         EXPECT_FALSE(fnLook() == before);
-        fnMove(fnAt(300, 250)); // a dialog took the release
+        fnMove(fnAt(300, 250)); // a dialog received the release
         EXPECT_TRUE(fnLook() == before) << "nothing follows the cursor";
         fnMove(fnAt(310, 260));
         EXPECT_TRUE(fnLook() == before);
@@ -105,11 +105,11 @@ TEST_F(DarkroomView, AShapeWhoseButtonWasLetGoElsewhereIsDropped) {
     }
 }
 
-TEST_F(DarkroomView, APressAfterAReleaseThatWentElsewhereBeginsAShapeOfItsOwn) {
+TEST_F(DarkroomView, APressAfterAReleaseElsewhereBeginsANewShape) {
     fnView().fnSetTool(darkroom::Tool::RECTANGLE);
     fnSend(QEvent::MouseButtonPress, fnAt(100, 100), Qt::LeftButton, Qt::LeftButton);
     fnSend(QEvent::MouseMove, fnAt(200, 200), Qt::NoButton, Qt::LeftButton);
-    // A dialog took the release, and was closed by a key.
+    // A dialog received the release, and was closed by a key.
     fnSend(QEvent::MouseButtonPress, fnAt(300, 250), Qt::LeftButton, Qt::LeftButton);
     fnSend(QEvent::MouseMove, fnAt(340, 280), Qt::NoButton, Qt::LeftButton);
     fnSend(QEvent::MouseButtonRelease, fnAt(340, 280), Qt::LeftButton, Qt::NoButton);
@@ -117,7 +117,7 @@ TEST_F(DarkroomView, APressAfterAReleaseThatWentElsewhereBeginsAShapeOfItsOwn) {
     EXPECT_GE(m_pWindow->fnGetDocument().fnGetSelection().m_rectBound.left, 250);
 }
 
-TEST_F(DarkroomView, AToolHasItsCursorAgainAfterADrag) {
+TEST_F(DarkroomView, AToolRegainsItsCursorAfterADrag) {
     for (const auto tool : {darkroom::Tool::RECTANGLE, darkroom::Tool::PAN}) {
         fnView().fnSetTool(tool);
         const Qt::CursorShape shape = fnView().viewport()->cursor().shape();
@@ -129,7 +129,7 @@ TEST_F(DarkroomView, AToolHasItsCursorAgainAfterADrag) {
     }
 }
 
-TEST_F(DarkroomView, WhatIsNotSelectedIsShadedAtAnyZoomAndPlace) {
+TEST_F(DarkroomView, UnselectedPixelsAreShadedAtAnyZoomAndPosition) {
     const std::vector<CqPoint2D> corners = {{100, 80}, {431, 300}};
     ASSERT_TRUE(m_pWindow->fnGetDocument()
                     .fnSelectShape(darkroom::ShapeKind::ELLIPSE, corners,

@@ -1,4 +1,4 @@
-// What dialogs show of their operations before these are done.
+// What dialogs preview before their operations are run.
 #include "plugins/PictureFile.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "tests/darkroom/DarkroomPromise.h"
@@ -15,9 +15,9 @@ namespace {
 
 class DarkroomPreview : public DarkroomPromise {
 protected:
-    /// Mean difference of the channels in the tenths of the picture that differ least: its fringe
-    /// is the filter's.
-    /// @param ground  the view's own, which isn't counted
+    /// Mean difference of the channels over the tenths of the picture that differ least: the fringe
+    /// depends on the filter.
+    /// @param ground  the view's own background, which isn't counted
     static double fnDistance(const QImage& a, const QImage& b, QRgb ground) {
         EXPECT_EQ(a.size(), b.size());
         std::vector<int> differences;
@@ -37,7 +37,7 @@ protected:
                static_cast<double>(differences.size());
     }
 
-    /// A picture without fine detail: slopes with a bright quarter.
+    /// A picture without fine detail: gradients with a bright quarter.
     QString fnMakeSlopes(const QString& name, unsigned int width, unsigned int height,
                          unsigned int bits = 24) const {
         CqImage image;
@@ -97,7 +97,7 @@ TEST_F(DarkroomPreview, WhatIsNotSelectedStays) {
     }
 }
 
-TEST_F(DarkroomPreview, RightAnglesAndNearestPixelsShowTheResultInItsPlace) {
+TEST_F(DarkroomPreview, RightAnglesAndNearestNeighbourShowTheResultInItsPlace) {
     fnOpenAt(150, 101, 1);
     for (const double zoom : {1.0, 0.5, 3.0}) {
         fnZoomTo(zoom);
@@ -113,7 +113,7 @@ TEST_F(DarkroomPreview, RightAnglesAndNearestPixelsShowTheResultInItsPlace) {
                 fnSwitch(dialog, "proportions", false);
                 fnSet(dialog, "Width", size.width());
                 fnSet(dialog, "Height", size.height());
-                // The switch alone shows the picture as it is.
+                // With the check box alone, the picture is shown unchanged.
             });
             EXPECT_TRUE(promise.m_Shown == promise.m_Done)
                 << size.width() << " x " << size.height() << " at " << zoom;
@@ -122,9 +122,9 @@ TEST_F(DarkroomPreview, RightAnglesAndNearestPixelsShowTheResultInItsPlace) {
     }
 }
 
-TEST_F(DarkroomPreview, OtherAnglesAndScalesShowTheResultInItsPlaceButForTheFilter) {
+TEST_F(DarkroomPreview, OtherAnglesAndScalesShowTheResultInItsPlaceExceptForTheFilter) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakeSlopes("slopes.png", 160, 120)));
-    // A picture that is off by a pixel differs by more than 1.
+    // A picture displaced by a pixel differs by more than 1.
     constexpr double kNear = 0.6;
     for (const double zoom : {1.0, 0.5, 2.0}) {
         fnZoomTo(zoom);
@@ -139,7 +139,7 @@ TEST_F(DarkroomPreview, OtherAnglesAndScalesShowTheResultInItsPlaceButForTheFilt
             fnDo("undo");
         }
         for (const int percent : {40, 150}) {
-            const double near = kNear * 100 / std::min(percent, 100); // slopes get steeper
+            const double near = kNear * 100 / std::min(percent, 100); // gradients get steeper
             const Promise promise =
                 fnPromise("scale", [&](QDialog& dialog) { fnSet(dialog, "Scale", percent); });
             EXPECT_LT(fnDistance(promise.m_Shown, promise.m_Done, ground), near)
@@ -151,7 +151,7 @@ TEST_F(DarkroomPreview, OtherAnglesAndScalesShowTheResultInItsPlaceButForTheFilt
     }
 }
 
-TEST_F(DarkroomPreview, APictureBeyondTheViewTurnsInPlaceAndComesBackToItsOwn) {
+TEST_F(DarkroomPreview, APictureBeyondTheViewRotatesInPlaceAndReturns) {
     fnOpenAt(1500, 1100, 3);
     for (const double zoom : {3.0, 1.0, 0.5}) {
         fnZoomTo(zoom);
@@ -171,7 +171,7 @@ TEST_F(DarkroomPreview, APictureBeyondTheViewTurnsInPlaceAndComesBackToItsOwn) {
     }
 }
 
-TEST_F(DarkroomPreview, AHugePictureIsTurnedByACopyInTheSizeThatItIsSeenIn) {
+TEST_F(DarkroomPreview, AHugePictureIsRotatedFromACopyAtItsVisibleSize) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakeSlopes("huge.png", 4000, 2200)));
     fnZoomTo(0.1);
     ASSERT_TRUE(fnWaitFor([&] { return !fnView().fnIsRefining(); }));
@@ -183,7 +183,7 @@ TEST_F(DarkroomPreview, AHugePictureIsTurnedByACopyInTheSizeThatItIsSeenIn) {
     EXPECT_GT(fnDistance(promise.m_Before, fnLook(), ground), 2);
 }
 
-TEST_F(DarkroomPreview, AMovedPictureLiesOnTheViewsGroundWithoutTheSelectionsShade) {
+TEST_F(DarkroomPreview, AMovedPictureIsOnTheViewsBackgroundWithoutTheSelectionsShade) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakeSlopes("slopes.png", 300, 200)));
     fnZoomTo(1);
     const QImage plain = fnLook();
@@ -213,7 +213,7 @@ TEST_F(DarkroomPreview, AMovedPictureLiesOnTheViewsGroundWithoutTheSelectionsSha
     });
 }
 
-TEST_F(DarkroomPreview, AViewThatChangesItsSizeIsPreviewedAnew) {
+TEST_F(DarkroomPreview, AResizedViewGetsANewPreview) {
     fnOpenAt(1500, 1100, 1);
     for (const char* id : {"threshold", "rotate"}) {
         m_pWindow->resize(900, 640);
@@ -241,7 +241,7 @@ TEST_F(DarkroomPreview, AViewThatChangesItsSizeIsPreviewedAnew) {
     }
 }
 
-TEST_F(DarkroomPreview, ASizeIsKeptInProportionUntilItIsSetFree) {
+TEST_F(DarkroomPreview, ASizeIsKeptInProportionUntilUnlocked) {
     fnOpenAt(640, 480, 1);
     fnDo("resize", [&](QDialog& dialog) {
         auto& width = *dialog.findChild<QSpinBox*>("Width");
@@ -271,7 +271,7 @@ TEST_F(DarkroomPreview, ProportionsAreThePicturesOwnHoweverLongItIs) {
         EXPECT_EQ(width.value(), 35000);
         width.setValue(140000);
         EXPECT_EQ(height.value(), 80);
-        // Where one can't follow, the other doesn't go.
+        // Where one can't follow, the other stops.
         height.setValue(2'000'000'000);
         EXPECT_GT(width.value(), 2'147'000'000);
         EXPECT_NEAR(width.value(), height.value() * 1750.0, 1750.0);
@@ -284,7 +284,7 @@ TEST_F(DarkroomPreview, ProportionsAreThePicturesOwnHoweverLongItIs) {
     });
 }
 
-TEST_F(DarkroomPreview, ACopyInTheSizeThatIsSeenIsMadeOfNoMoreThanEightMillionPixels) {
+TEST_F(DarkroomPreview, ACopyAtTheVisibleSizeHasAtMostEightMillionPixels) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("large.bmp", 3600, 2500)));
     const auto copied = [&](double zoom) {
         fnZoomTo(zoom);
@@ -304,7 +304,7 @@ TEST_F(DarkroomPreview, ACopyInTheSizeThatIsSeenIsMadeOfNoMoreThanEightMillionPi
     EXPECT_EQ(copied(1.0), 0u);
 }
 
-TEST_F(DarkroomPreview, ADialogThatChangesNothingYetLeavesTheViewAsItIs) {
+TEST_F(DarkroomPreview, ADialogThatChangesNothingYetLeavesTheViewUnchanged) {
     fnOpenAt(2400, 1600, 0.1);
     ASSERT_TRUE(fnWaitFor([&] { return !fnView().fnIsRefining(); }));
     const QImage before = fnLook();
@@ -338,7 +338,7 @@ TEST_F(DarkroomPreview, AMergeIsShownByItsRule) {
                 rules->setCurrentIndex(rule);
                 fnSet(dialog, "x", 90);
                 fnSet(dialog, "y", 50);
-                EXPECT_TRUE(fnWaitFor([&] { // not the frame alone
+                EXPECT_TRUE(fnWaitFor([&] { // not only the frame
                     const QPoint inside =
                         (fnView().fnToView({145, 120}) * fnView().devicePixelRatioF()).toPoint();
                     return fnLook().pixel(inside) != before.pixel(inside);

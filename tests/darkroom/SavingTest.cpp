@@ -1,4 +1,4 @@
-// What saving would lose, and how the darkroom asks before.
+// What saving would lose, and how the darkroom asks first.
 #include "tests/darkroom/DarkroomWorld.h"
 #include "tests/darkroom/PictureTools.h"
 
@@ -47,7 +47,7 @@ protected:
         return path;
     }
 
-    /// Answers the question that comes next by a word of its button.
+    /// Answers the next question by a word on its button.
     void fnAnswerBy(const char* word, const std::function<void(QDialog&)>& next = {}) {
         fnInDialog([=, this](QDialog& dialog) {
             auto* const box = qobject_cast<QMessageBox*>(&dialog);
@@ -90,11 +90,11 @@ TEST_F(DarkroomSaving, AFileThatHoldsMoreThanThePictureIsNotReplacedUnasked) {
     EXPECT_FALSE(m_pWindow->fnGetDocument().fnIsReduced());
 
     fnDo("left");
-    fnDo("save"); // this one is the picture's own
+    fnDo("save"); // this file is the picture's own
     EXPECT_FALSE(m_pWindow->isWindowModified());
 }
 
-TEST_F(DarkroomSaving, AFileThatHoldsMoreIsReplacedByOneWhoWantsThat) {
+TEST_F(DarkroomSaving, AFileThatHoldsMoreIsReplacedOnConfirmation) {
     const QString path = fnMakePages("pages.tif");
     ASSERT_TRUE(m_pWindow->fnOpen(path));
     fnDo("left");
@@ -107,11 +107,11 @@ TEST_F(DarkroomSaving, AFileThatHoldsMoreIsReplacedByOneWhoWantsThat) {
     EXPECT_FALSE(result.m_bReduced);
     EXPECT_EQ(image.Width, 40u);
     fnDo("left");
-    fnDo("save"); // nothing is left to lose
+    fnDo("save"); // nothing left to lose
     EXPECT_FALSE(m_pWindow->isWindowModified());
 }
 
-TEST_F(DarkroomSaving, LeavingDoesNotReplaceItUnaskedEither) {
+TEST_F(DarkroomSaving, ClosingDoesNotReplaceItUnaskedEither) {
     const QString path = fnMakePages("pages.tif");
     const QByteArray before = fnRead(path);
     ASSERT_TRUE(m_pWindow->fnOpen(path));
@@ -149,7 +149,7 @@ TEST_F(DarkroomSaving, AlphaIsNotLostUnasked) {
     EXPECT_EQ(fnBytesOf(image), fnBytesOf(m_pWindow->fnGetDocument().fnGetImage()));
 }
 
-TEST_F(DarkroomSaving, APictureThatItsFormatCannotHoldAnyMoreGetsAnotherName) {
+TEST_F(DarkroomSaving, APictureThatNoLongerFitsItsFormatGetsAnotherName) {
     const QString path = fnMakePicture("photo.jpg", 60, 40);
     const QByteArray before = fnRead(path);
     ASSERT_TRUE(m_pWindow->fnOpen(path));

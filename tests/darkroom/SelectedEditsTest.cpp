@@ -1,4 +1,4 @@
-// What edits do inside a selection.
+// Edits limited to a selection.
 #include "examples/darkroom/model/Merge.h"
 #include "examples/darkroom/model/Pictures.h"
 #include "tests/darkroom/PictureTools.h"
@@ -17,7 +17,7 @@ class DarkroomSelectedEdits : public AttachedTest {};
 
 } // namespace
 
-TEST_F(DarkroomSelectedEdits, AFilterInsideItSeesThePicturesPixelsAboutIt) {
+TEST_F(DarkroomSelectedEdits, AFilterInsideItReadsThePicturesSurroundingPixels) {
     for (const CRect& rect : {CRect(40, 30, 120, 90), CRect(-5, -5, 60, 40),
                               CRect(250, 100, 300, 170), CRect(70, 0, 71, 170)}) {
         Document document(1);
@@ -38,7 +38,7 @@ TEST_F(DarkroomSelectedEdits, AFilterInsideItSeesThePicturesPixelsAboutIt) {
     }
 }
 
-TEST_F(DarkroomSelectedEdits, AnEditInsideTheSelectionThatIsStoppedLeavesPictureAndSelection) {
+TEST_F(DarkroomSelectedEdits, AnAbortedEditInsideTheSelectionLeavesPictureAndSelection) {
     Document document(5);
     fnOpenNoise(document, 24);
     ASSERT_TRUE(fnSelect(document, CRect(20, 30, 250, 140)).fnIsDone());
@@ -127,7 +127,8 @@ TEST_F(DarkroomSelectedEdits, ACropKeepsTheRectangleOfTheSelection) {
     }
 }
 
-TEST_F(DarkroomSelectedEdits, ACropWithoutASelectionIsRefusedAndOneToAllOfThePictureIsNoChange) {
+TEST_F(DarkroomSelectedEdits,
+       ACropWithoutASelectionIsRefusedAndOneToAllOfThePictureChangesNothing) {
     Document document(2);
     EXPECT_TRUE(document.fnCrop(nullptr).m_bAborted) << "no picture";
     fnOpenNoise(document, 24);
@@ -139,7 +140,7 @@ TEST_F(DarkroomSelectedEdits, ACropWithoutASelectionIsRefusedAndOneToAllOfThePic
     EXPECT_EQ(document.fnGetImage().Width, 300u);
 }
 
-TEST_F(DarkroomSelectedEdits, ACropThatIsStoppedOrFailsLeavesThePictureAndItsSelection) {
+TEST_F(DarkroomSelectedEdits, ACropThatIsAbortedOrFailsLeavesThePictureAndItsSelection) {
     Document document(2);
     fnOpenNoise(document, 24, 70, 700);
     const Bytes before = fnBytesOf(document.fnGetImage());
@@ -172,7 +173,7 @@ TEST_F(DarkroomSelectedEdits, ACropThatIsStoppedOrFailsLeavesThePictureAndItsSel
     expectKept();
 }
 
-TEST_F(DarkroomSelectedEdits, LinesAndCurvesAreDrawnInsideTheSelectionAlone) {
+TEST_F(DarkroomSelectedEdits, LinesAndCurvesAreClippedToTheSelection) {
     const CqColor red(255, 0, 0, 255);
     const std::vector<CqPoint2D> paths[] = {
         {{-40.3, -20.6}, {290.4, 160.2}},

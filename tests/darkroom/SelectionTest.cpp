@@ -1,4 +1,4 @@
-// Selections: how they combine, and which changes end them.
+// Selections: how they combine, and which changes remove them.
 #include "tests/darkroom/PictureTools.h"
 #include "tests/support/AttachedTest.h"
 #include "tests/support/FailingAllocator.h"
@@ -13,7 +13,7 @@ namespace {
 
 class DarkroomSelection : public AttachedTest {};
 
-/// A plain picture of what is selected, row by row.
+/// A plain bitmap of the selected pixels, row by row.
 class Plain {
 public:
     Plain(int width, int height)
@@ -53,7 +53,7 @@ private:
 
 } // namespace
 
-TEST_F(DarkroomSelection, SelectionsAddUpAndAreTakenOff) {
+TEST_F(DarkroomSelection, SelectionsAreAddedAndSubtracted) {
     Document document(1);
     ASSERT_TRUE(document.fnNew(200, 150, CqColor(), nullptr).fnIsDone());
     const auto select = [&](CqPoint2D a, CqPoint2D b, Document::Combine how) {
@@ -118,7 +118,7 @@ TEST_F(DarkroomSelection, RandomShapesAndColorsCombinePixelByPixel) {
     EXPECT_LT(ended, 200) << "most rounds have something to combine with";
 }
 
-TEST_F(DarkroomSelection, AColorTakenOffARectangleLeavesItsOtherPixels) {
+TEST_F(DarkroomSelection, AColorSubtractedFromARectangleLeavesItsOtherPixels) {
     Document document(1);
     ASSERT_TRUE(document.fnNew(40, 30, CqColor(9, 9, 9, 255), nullptr).fnIsDone());
     document.fnGetImage().fnSetPixelColor(15, 12, CqColor(200, 9, 9, 255));
@@ -136,7 +136,7 @@ TEST_F(DarkroomSelection, AColorTakenOffARectangleLeavesItsOtherPixels) {
     EXPECT_FALSE(fnHas(document.fnGetSelection(), 10, 10));
 }
 
-TEST_F(DarkroomSelection, SelectingThatIsStoppedLeavesTheSelection) {
+TEST_F(DarkroomSelection, AnAbortedSelectionLeavesTheFormerOne) {
     Document document(1);
     fnOpenNoise(document, 24);
     const auto add = [&](CqProgressDisplay* progress) {
@@ -173,7 +173,7 @@ TEST_F(DarkroomSelection, SelectingWithoutMemoryLeavesTheSelection) {
     EXPECT_GT(failed, 5u);
 }
 
-TEST_F(DarkroomSelection, ThereIsNoneAtDepthsThatEditsCannotKeepToIt) {
+TEST_F(DarkroomSelection, ThereIsNoneAtDepthsWhereEditsCannotBeLimitedToIt) {
     for (const unsigned int bits : {4u, 8u, 16u, 32u}) {
         Document document(1);
         fnOpenNoise(document, bits);
@@ -201,7 +201,7 @@ TEST_F(DarkroomSelection, EndsWithEachChangeThatMovesPixelsAndStaysWithOthers) {
     };
     for (const auto& [id, moves] : changes) {
         Document document(3);
-        fnOpenNoise(document, 24, 100, 100); // turned, it has the same form
+        fnOpenNoise(document, 24, 100, 100); // rotated, it has the same size
         const CRect rect(10, 20, 30, 50);
         const darkroom::Operation& operation = *fnFindOperation(id);
         darkroom::Values values = operation.fnGetStart(document.fnGetImage());
@@ -221,7 +221,7 @@ TEST_F(DarkroomSelection, EndsWithEachChangeThatMovesPixelsAndStaysWithOthers) {
     }
 }
 
-TEST_F(DarkroomSelection, ARedoOnAnotherPictureEndsTheSelection) {
+TEST_F(DarkroomSelection, ARedoOnAnotherPictureRemovesTheSelection) {
     const auto brighten = [](Document& document) {
         return document.fnApply(*fnFindOperation("brightness"), {20, 0}, nullptr);
     };
@@ -236,7 +236,7 @@ TEST_F(DarkroomSelection, ARedoOnAnotherPictureEndsTheSelection) {
     EXPECT_FALSE(document.fnHasSelection()) << "it lay beside this picture";
     EXPECT_TRUE(brighten(document).fnIsDone());
     document.fnUndo();
-    // Back over the leap as well, and forth again.
+    // Undo and redo across the change of size too.
     for (const bool back : {true, false, true}) {
         ASSERT_TRUE(fnSelect(document, CRect(10, 10, 30, 30)).fnIsDone());
         back ? document.fnUndo() : document.fnRedo();

@@ -20,7 +20,7 @@ protected:
 
 } // namespace
 
-TEST_F(DarkroomShapes, ARectangleTakesThePixelsWhoseCentresLieInside) {
+TEST_F(DarkroomShapes, ARectangleSelectsThePixelsWhoseCentresLieInside) {
     CqMask mask;
     fnMake(ShapeKind::RECTANGLE, {{10.4, 20.6}, {50.3, 40.4}}, mask);
     for (int y = 0; y < 150; ++y)
@@ -43,14 +43,14 @@ TEST_F(DarkroomShapes, AnEllipseIsRound) {
         for (int x = 0; x < 200; ++x) {
             const double distance = std::hypot((x + 0.5 - 100) / 80, (y + 0.5 - 60) / 50);
             if (std::abs(distance - 1) < 0.01)
-                continue; // the curve itself may lie a little off
+                continue; // the curve may deviate slightly
             ASSERT_EQ(fnHas(mask, x, y), distance < 1) << x << ", " << y;
         }
 }
 
 TEST_F(DarkroomShapes, AFreehandOutlineThatCrossesItselfHasAHole) {
     CqMask mask;
-    // Two turns around the same square.
+    // Twice around the same square.
     fnMake(ShapeKind::FREEHAND,
            {{10, 10},
             {90, 10},
@@ -68,7 +68,7 @@ TEST_F(DarkroomShapes, AFreehandOutlineThatCrossesItselfHasAHole) {
     EXPECT_FALSE(fnHas(mask, 50, 50));
 }
 
-TEST_F(DarkroomShapes, AShapeBesideThePictureIsNone) {
+TEST_F(DarkroomShapes, AShapeOutsideThePictureSelectsNothing) {
     CqMask mask;
     const std::vector<CqPoint2D> beside = {{-20, -20}, {-5, -5}};
     EXPECT_TRUE(darkroom::fnMakeShapeMask(darkroom::fnMakeOutline(ShapeKind::RECTANGLE, beside),

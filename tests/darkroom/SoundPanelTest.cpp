@@ -22,7 +22,7 @@ protected:
         fnDo("sound");
     }
 
-    /// A second of a tone that swells.
+    /// A second of a tone that swells and fades.
     QString fnMakeTone() const {
         const QString path = fnPath("tone.wav");
         CqWave wave(2, 16, 8000, 8000, true);
@@ -75,7 +75,7 @@ TEST_F(DarkroomSound, ASoundIsLoadedDrawnPlayedPausedAndStopped) {
     fnKeepPicture(*m_pWindow, "sound");
 }
 
-TEST_F(DarkroomSound, TheOscillogramFillsItsPanelInPixelsOfTheScreen) {
+TEST_F(DarkroomSound, TheOscillogramFillsItsPanelInScreenPixels) {
     ASSERT_TRUE(m_pPanel->fnLoad(fnMakeTone()));
     auto* const view = m_pPanel->findChild<CqImageView*>();
     ASSERT_TRUE(view);
@@ -93,7 +93,7 @@ TEST_F(DarkroomSound, TheOscillogramFillsItsPanelInPixelsOfTheScreen) {
             wrong += shown.pixel(x, y) != qRgb(color.m_Red, color.m_Green, color.m_Blue);
         }
     EXPECT_EQ(wrong, 0);
-    // The tone swells: what stands out from the ground is tall in the middle and flat at the ends.
+    // The tone swells and fades: its curve is tall in the middle and flat at the ends.
     const auto height = [&](int x) {
         int count = 0;
         for (int y = 0; y < shown.height(); ++y)
@@ -132,7 +132,7 @@ TEST_F(DarkroomSound, SlidersMoveTheMixer) {
     EXPECT_EQ(mixers.fnGetValues(0, CQ_MIXER_CONTROL::MUTE).front(), 1u);
 }
 
-TEST_F(DarkroomSound, AChangeFromOutsideReachesTheSlidersByTheMixersDescriptor) {
+TEST_F(DarkroomSound, AnExternalChangeReachesTheSlidersThroughTheMixersDescriptor) {
     CqHeadlessMixers& mixers = *m_pMachine->m_pMixers;
     const auto& volume = fnFind<QSlider>("soundVolume");
     for (const std::uint32_t level : {20001u, 60000u}) {
@@ -146,7 +146,7 @@ TEST_F(DarkroomSound, AChangeFromOutsideReachesTheSlidersByTheMixersDescriptor) 
         QCoreApplication::processEvents();
         EXPECT_EQ(m_nPumps, pumps + 1) << "asked once, since there is nothing more to tell";
     }
-    // With the panel out of sight too.
+    // Also while the panel is hidden.
     fnDo("sound");
     ASSERT_FALSE(m_pPanel->isVisible());
     ASSERT_TRUE(mixers.fnMove(0, CQ_MIXER_CONTROL::MUTE, {1}));
@@ -154,7 +154,7 @@ TEST_F(DarkroomSound, AChangeFromOutsideReachesTheSlidersByTheMixersDescriptor) 
     EXPECT_TRUE(fnWaitFor([&] { return fnFind<QCheckBox>("soundMute").isChecked(); }));
 }
 
-TEST_F(DarkroomSound, SlidersFollowChangesFromOutsideWithoutSendingThemBack) {
+TEST_F(DarkroomSound, SlidersFollowExternalChangesWithoutSendingThemBack) {
     CqHeadlessMixers& mixers = *m_pMachine->m_pMixers;
     const std::vector<std::uint32_t> moved = {20001, 20001}; // finer than a slider
     ASSERT_TRUE(mixers.fnMove(0, CQ_MIXER_CONTROL::VOLUME, moved));

@@ -1,4 +1,4 @@
-// The tools of the mouse in the darkroom's window.
+// The mouse tools in the darkroom's window.
 #include "tests/darkroom/DarkroomWorld.h"
 #include "tests/darkroom/PictureTools.h"
 
@@ -16,7 +16,7 @@ protected:
     QPoint fnAt(int x, int y) const {
         return m_pWindow->fnGetView().fnToView(QPointF(x, y)).toPoint();
     }
-    /// Opens a picture pixel by pixel: 24 bits of noise, unless it stands already.
+    /// Opens a picture at a zoom of 1.
     void fnOpen(const QString& path) {
         ASSERT_TRUE(m_pWindow->fnOpen(path));
         m_pWindow->fnGetView().fnSetZoom(1);
@@ -94,7 +94,7 @@ TEST_F(DarkroomTools, AToolThatDoesNotSuitANewPictureGivesWayToMoving) {
     fnExpectTool(Tool::PAN, "toolPan");
 }
 
-TEST_F(DarkroomTools, AToolGoesWithTheDepthThatIsUndone) {
+TEST_F(DarkroomTools, AToolEndsWhenItsDepthIsUndone) {
     fnOpen(fnMakeDepth("palette.png", 8));
     EXPECT_FALSE(fnAction("toolColor").isEnabled());
     fnDo("to24");
@@ -106,14 +106,14 @@ TEST_F(DarkroomTools, AToolGoesWithTheDepthThatIsUndone) {
     EXPECT_FALSE(fnDocument().fnHasSelection());
 }
 
-TEST_F(DarkroomTools, AToolStaysWhileWorkIsUnderWay) {
+TEST_F(DarkroomTools, AToolStaysDuringWork) {
     fnOpen(fnMakePicture("color.png", 60, 40));
     fnDo("toolEllipse");
     fnDo("left");
     fnExpectTool(Tool::ELLIPSE, "toolEllipse");
 }
 
-TEST_F(DarkroomTools, ShiftAddsToASelectionAndCtrlTakesOffIt) {
+TEST_F(DarkroomTools, ShiftAddsToASelectionAndCtrlSubtractsFromIt) {
     fnOpen(fnMakePicture("combined.png", 300, 200));
     fnDo("toolRectangle");
     fnDrag(fnAt(20, 20), fnAt(100, 100));
@@ -129,7 +129,7 @@ TEST_F(DarkroomTools, ShiftAddsToASelectionAndCtrlTakesOffIt) {
     EXPECT_TRUE(fnIsSelected(230, 130));
 }
 
-TEST_F(DarkroomTools, AnEllipseLeavesItsCornersOut) {
+TEST_F(DarkroomTools, AnEllipseExcludesItsCorners) {
     fnOpen(fnMakePicture("ellipse.png", 300, 200));
     fnDo("toolEllipse");
     fnDrag(fnAt(20, 20), fnAt(220, 160));
@@ -139,7 +139,7 @@ TEST_F(DarkroomTools, AnEllipseLeavesItsCornersOut) {
     EXPECT_FALSE(fnIsSelected(212, 152));
 }
 
-TEST_F(DarkroomTools, AFreehandShapeIsWhatTheCursorWentAround) {
+TEST_F(DarkroomTools, AFreehandShapeIsWhatTheCursorEncircled) {
     fnOpen(fnMakePicture("freehand.png", 300, 200));
     fnDo("toolFreehand");
     QWidget* const view = m_pWindow->fnGetView().viewport();

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Shows what a derived class sees.
+/// Exposes the protected members.
 class Probe : public CqDisplayProperty {
 public:
     using CqDisplayProperty::DITHER_2X2;
@@ -49,7 +49,7 @@ std::vector<unsigned char> fnRamp() {
 
 } // namespace
 
-TEST(CqDisplayProperty, TellsSizeResolutionAndDepthOfTheScreen) {
+TEST(CqDisplayProperty, ReportsSizeResolutionAndDepthOfTheScreen) {
     CqDisplayWorld world(32);
     const Probe display;
     EXPECT_EQ(display.fnGetDisplaySize(), CSize(640, 480));
@@ -108,7 +108,7 @@ TEST(CqDisplayProperty, BuildsTheDitherTables) {
     EXPECT_EQ(std::memcmp(display.m_byDitherPattern, kScaled, 64), 0);
 }
 
-TEST(CqDisplayProperty, KeepsTheStepsOfALevelNextToEachOtherWithAZeroBehindThem) {
+TEST(CqDisplayProperty, StoresTheStepsOfALevelTogetherWithATrailingZero) {
     CqDisplayWorld world(8);
     const Probe display;
     constexpr unsigned char kSteps[19] = {0,  36, 72, 108, 144, 180, 0, 6, 12, 18,
@@ -123,7 +123,7 @@ TEST(CqDisplayProperty, KeepsTheStepsOfALevelNextToEachOtherWithAZeroBehindThem)
     EXPECT_EQ(display.m_bySpare, 0);
 }
 
-TEST(CqDisplayProperty, HasTheTableOfQuotientsExactlyWhileTheScreenHas8Bits) {
+TEST(CqDisplayProperty, HasTheTableOfQuotientsOnlyWhileTheScreenHas8Bits) {
     CqDisplayWorld world(8);
     Probe display;
     ASSERT_TRUE(display.m_pMappingTable);
@@ -145,7 +145,7 @@ TEST(CqDisplayProperty, HasTheTableOfQuotientsExactlyWhileTheScreenHas8Bits) {
     EXPECT_EQ(display.m_pMappingTable[256 + 254], 50);
 }
 
-TEST(CqDisplayProperty, AnUpdateThatFindsNoMemoryOrNoScreenChangesNothing) {
+TEST(CqDisplayProperty, AnUpdateWithoutMemoryOrScreenChangesNothing) {
     CqDisplayWorld world(32);
     Probe display;
     world.fnScreen().fnSetMode({320, 200, 8, 75, 75});
@@ -239,7 +239,7 @@ TEST(CqDisplayProperty, ThePaletteHasSixLevelsOfRedGreenAndBlue) {
     EXPECT_EQ(display.fnGetPalette666(), &Probe::m_Pal666);
 }
 
-TEST(CqDisplayProperty, ThePaletteKeepsItsGammaWhenGammaGoesOffAndLosesItWhenItComesOn) {
+TEST(CqDisplayProperty, ThePaletteKeepsItsGammaWhenGammaIsDisabledAndLosesItWhenEnabled) {
     CqDisplayWorld world(8);
     Probe display;
     display.fnSetGammaValue(220);
@@ -248,7 +248,7 @@ TEST(CqDisplayProperty, ThePaletteKeepsItsGammaWhenGammaGoesOffAndLosesItWhenItC
     EXPECT_EQ(fnLevel1(display), 68);
     EXPECT_TRUE(display.fnEnableGamma(true));
     EXPECT_EQ(fnLevel1(display), 51);
-    display.fnSetGammaValue(220); // unchanged: nothing is built
+    display.fnSetGammaValue(220); // unchanged, so nothing is rebuilt
     EXPECT_EQ(fnLevel1(display), 51);
     display.fnSetGammaValue(120);
     EXPECT_EQ(fnLevel1(display), 22);
@@ -266,7 +266,7 @@ TEST(CqDisplayProperty, ThePaletteOutlivesItsInstances) {
     EXPECT_EQ(second.fnGetPalette666()->GetObject(), object);
 }
 
-TEST(CqDisplayProperty, OutOfMemoryGammaStaysOffAndTheUserIsTold) {
+TEST(CqDisplayProperty, WithoutMemoryGammaStaysOffAndTheUserIsNotified) {
     CqDisplayWorld world(24);
     Probe display;
     ASSERT_TRUE(display.fnEnableGamma(false));
@@ -285,7 +285,7 @@ TEST(CqDisplayProperty, OutOfMemoryGammaStaysOffAndTheUserIsTold) {
                                  "to free up system resources.");
 }
 
-TEST(CqDisplayProperty, TheConstructorRaisesEachFailureOfMemoryAndPalette) {
+TEST(CqDisplayProperty, TheConstructorPropagatesEachMemoryAndPaletteFailure) {
     CqDisplayWorld world(8);
     const auto make = [] {
         try {
@@ -337,14 +337,14 @@ TEST(CqDisplayProperty, GammaLeavesTheFourthByteOf32BitPixels) {
     EXPECT_EQ(std::memcmp(triples, kThree, 6), 0);
 }
 
-TEST(CqDisplayProperty, GammaOfABitmapFindsThePixelsBehindTheColorTable) {
+TEST(CqDisplayProperty, GammaOfABitmapFindsThePixelsAfterTheColorTable) {
     CqDisplayWorld world(32);
     Probe display;
     display.fnSetGammaValue(220);
     for (const int bits : {8, 24, 32}) {
         for (const DWORD used : {0u, 3u}) {
             const std::size_t table = bits > 8 ? 0 : 4 * (used ? used : 256u);
-            const std::size_t pixelBytes = bits == 24 ? 3 : 4; // any depth but 24 walks four bytes
+            const std::size_t pixelBytes = bits == 24 ? 3 : 4; // four for any depth but 24
             constexpr std::size_t kPitch = 20;
             std::vector<unsigned char> dib(40 + table + 2 * kPitch, 51);
             auto* header = reinterpret_cast<BITMAPINFOHEADER*>(dib.data());

@@ -19,7 +19,7 @@ protected:
 
 } // namespace
 
-TEST_F(CqDisplaySettings, KeepsWhatIsNotInTheFile) {
+TEST_F(CqDisplaySettings, KeepsValuesThatAreNotInTheFile) {
     m_Display.fnEnableHiColorDither(false);
     m_Display.fnSetGammaValue(200);
     EXPECT_TRUE(fnLoad(""));
@@ -37,7 +37,7 @@ TEST_F(CqDisplaySettings, AnyNumberButZeroSwitchesOn) {
     EXPECT_TRUE(m_Display.fnIsGammaEnabled());
 }
 
-TEST_F(CqDisplaySettings, BringsTheGammaValueInto1To799) {
+TEST_F(CqDisplaySettings, ClampsTheGammaValueTo1To799) {
     EXPECT_TRUE(fnLoad("GammaVal=0\r\n"));
     EXPECT_EQ(m_Display.fnGetGammaValue(), 1u);
     EXPECT_TRUE(fnLoad("GammaVal=900\r\n"));
@@ -56,7 +56,7 @@ TEST_F(CqDisplaySettings, AStoredValueHasNoEffectWhenTheStoredFlagIsOff) {
     EXPECT_EQ(m_Display.fnGetGammaValue(), 220u);
 }
 
-TEST_F(CqDisplaySettings, ComeBackAsTheyWereWritten) {
+TEST_F(CqDisplaySettings, ReadBackAsTheyWereWritten) {
     m_Display.fnEnableHiColorDither(false);
     m_Display.fnSetGammaValue(333);
     m_World.fnWorld().fnSetSettings("[Other]\r\nKey=1\r\n");
@@ -72,7 +72,7 @@ TEST_F(CqDisplaySettings, ComeBackAsTheyWereWritten) {
     EXPECT_EQ(other.fnGetGammaValue(), 333u);
 }
 
-TEST_F(CqDisplaySettings, StopsReadingWhenGammaCanNotBeSwitchedOn) {
+TEST_F(CqDisplaySettings, StopsReadingWhenGammaCannotBeEnabled) {
     ASSERT_TRUE(m_Display.fnEnableGamma(false));
     m_World.fnWorld().fnSetSettings("[DispProp]\r\nDitherHC=0\r\nGammaFlag=1\r\nGammaVal=220\r\n");
     std::size_t refused = 0;
@@ -109,7 +109,7 @@ TEST_F(CqDisplaySettings, AWriteThatFailsEndsTheWriting) {
     EXPECT_TRUE(m_Display.fnSerialize(false));
 }
 
-TEST_F(CqDisplaySettings, AFileThatCanNotBeReadIsAFileWithoutKeys) {
+TEST_F(CqDisplaySettings, AnUnreadableFileCountsAsAFileWithoutKeys) {
     m_World.fnWorld().fnSetSettings("[DispProp]\r\nDitherHC=0\r\n");
     m_World.fnWorld().m_pFiles->m_ReadText.fnFail(1, CqHeadlessCalls::kForever);
     EXPECT_TRUE(m_Display.fnSerialize(true));

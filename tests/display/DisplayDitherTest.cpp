@@ -32,7 +32,7 @@ TEST(DisplayDither, BlackInACellWithoutThresholdIsTheDarkGrey43) {
     EXPECT_EQ(fnIndex(0, 0, 0, 1, 0), 0);
     EXPECT_EQ(fnIndex(0, 0, 0, 8, 16), 43); // the pattern repeats
     EXPECT_EQ(fnIndex(0, 0, 0, -8, -4), 0);
-    EXPECT_EQ(fnIndex(0, 0, 0, -4, -4), 43); // on both sides of zero
+    EXPECT_EQ(fnIndex(0, 0, 0, -4, -4), 43); // also for negative positions
 }
 
 TEST(DisplayDither, WhiteInACellWithoutThresholdIsTheIndex0) {
@@ -85,7 +85,7 @@ TEST(DisplayDither, RunsOfEveryDepthFollowTheRule) {
     }
 }
 
-TEST(DisplayDither, ABlockRunsUpInMemoryFromItsTopRow) {
+TEST(DisplayDither, ABlockRunsUpwardsInMemoryFromItsTopRow) {
     CqDisplayWorld world(8);
     CqDisplayProperty& display = world.fnDisplay();
     for (const unsigned bits : {16u, 24u, 32u}) {
@@ -132,7 +132,7 @@ TEST(HiColorDither, OnlyCellsBelow7EverRoundUp) {
                 world.fnDisplay().fnHiColorDither(pixel, 1, 24, x, y);
                 const int want = v % 8 <= kPattern[y][x] ? v / 8 * 8 : std::min(v / 8 * 8 + 8, 255);
                 EXPECT_EQ(pixel[0], want);
-                EXPECT_EQ(pixel[1], want); // green like the others
+                EXPECT_EQ(pixel[1], want); // green is rounded like the others
                 EXPECT_EQ(pixel[2], want);
                 up = up || want > v;
             }
@@ -158,7 +158,7 @@ TEST(HiColorDither, ABitmapBeginsWithItsLastRowInMemory) {
     constexpr int kWidth = 9;
     constexpr int kHeight = 6;
     constexpr std::size_t kPitch = 28;
-    for (const WORD bits : {WORD{24}, WORD{32}}) { // three bytes a pixel whatever the header says
+    for (const WORD bits : {WORD{24}, WORD{32}}) { // always three bytes per pixel
         auto dib = fnNoise(40 + kPitch * kHeight, 3);
         auto* header = reinterpret_cast<BITMAPINFOHEADER*>(dib.data());
         *header = BITMAPINFOHEADER{40, kWidth, kHeight, 1, bits, 0, 0, 0, 0, 0, 0};

@@ -1,5 +1,5 @@
 /// @file
-/// A started library on a headless screen, and images to draw there.
+/// An attached library on a headless screen, and images to draw there.
 #pragma once
 
 #include "platforms/headless/headless.h"
@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <memory>
 
-/// Attaches the library to a headless world for its life.
+/// Attaches the library to a headless world for its lifetime.
 class CqDisplayWorld {
 public:
     explicit CqDisplayWorld(int screenBits);
@@ -19,7 +19,7 @@ public:
     CqDisplayWorld(const CqDisplayWorld&) = delete;
     CqDisplayWorld& operator=(const CqDisplayWorld&) = delete;
 
-    /// Gives the screen another depth and tells the library.
+    /// Changes the screen's depth and updates the library.
     void fnSetDepth(int screenBits);
     CqHeadlessScreen& fnScreen() { return *m_pWorld->m_pScreen; }
     CqHeadlessWorld& fnWorld() { return *m_pWorld; }

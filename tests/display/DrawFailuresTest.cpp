@@ -1,7 +1,7 @@
-// Every allocation and every call to the screen fails once, in turn.
+// Makes every allocation and every call to the screen fail once.
 
 #include "q32Base/image/CqMask.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/module/Module.h"
 #include "tests/display/DisplayWorld.h"
 #include "tests/display/DrawReference.h"
@@ -12,7 +12,7 @@ namespace {
 constexpr int kScreens[] = {8, 16, 24, 32};
 constexpr unsigned kDepths[] = {4, 8, 24};
 
-/// A screen that takes rows without keeping or allocating anything.
+/// A screen that accepts rows without recording or allocating anything.
 class QuietScreen final : public CqScreenService {
 public:
     explicit QuietScreen(std::shared_ptr<CqScreenService> inner) : m_pInner(std::move(inner)) {}
@@ -39,7 +39,7 @@ private:
 
 } // namespace
 
-TEST(DrawFailures, ADeviceContextGoesBackWithoutMemoryToo) {
+TEST(DrawFailures, ADeviceContextIsReleasedEvenWithoutMemory) {
     CqDisplayWorld world(24);
     CqHeadlessWnd window({0, 0, 5, 5});
     const std::size_t open = world.fnScreen().fnGetOpenDCs();
@@ -50,7 +50,7 @@ TEST(DrawFailures, ADeviceContextGoesBackWithoutMemoryToo) {
     CqHeadlessMisuses& misuses = *world.fnWorld().m_pMisuses;
     {
         const CqAllocationFailure failure(1, true);
-        screen.fnReleaseDC(nullptr, dc); // not that window's: there is something to note
+        screen.fnReleaseDC(nullptr, dc); // of another window, so a misuse is recorded
         EXPECT_TRUE(failure.fnHappened());
         EXPECT_EQ(world.fnScreen().fnGetOpenDCs(), open + 1);
         window.ReleaseDC(dc);
@@ -62,7 +62,7 @@ TEST(DrawFailures, ADeviceContextGoesBackWithoutMemoryToo) {
     misuses.fnClear();
 }
 
-TEST(DrawFailures, EachAllocationThatFailsMakesTheDrawFalseAndTheNextOneWorks) {
+TEST(DrawFailures, EachFailedAllocationFailsTheDrawAndTheNextOneWorks) {
     for (const int screen : kScreens) {
         CqDisplayWorld world(screen);
         for (const unsigned depth : kDepths) {
@@ -121,7 +121,7 @@ TEST(DrawFailures, EachAllocationOfAKeyDrawAndALineDraw) {
               1u);
 }
 
-TEST(DrawFailures, AGrowthThatFailsKeepsTheBuffersThatAreThere) {
+TEST(DrawFailures, AFailedGrowthKeepsTheExistingBuffers) {
     CqDisplayWorld world(32);
     const auto image = fnMakeNoise(128, 128, 8);
     EXPECT_TRUE(image->fnDraw(world.fnDC(), CRect(0, 0, 10, 10), 0, 0, false, false));
@@ -156,7 +156,7 @@ TEST(DrawFailures, ASecondDrawAllocatesNothing) {
     }
 }
 
-TEST(DrawFailures, APaletteThatTheScreenRefusesMakesTheDrawFalse) {
+TEST(DrawFailures, APaletteThatTheScreenRefusesFailsTheDraw) {
     CqDisplayWorld world(8);
     const auto image = fnMakeNoise(200, 5, 8);
     world.fnScreen().m_CreatePalette.fnFail();
@@ -176,7 +176,7 @@ TEST(DrawFailures, TheDrawEndsAtTheBlockThatTheScreenRefuses) {
         setup.m_nFactor = 2;
         const auto expected = fnReferenceDraw(*image, setup, all, 0, 0);
         ASSERT_GT(expected.size(), 6u);
-        for (const int result : {-1, 0, 1}) { // refused, nothing taken, too few rows taken
+        for (const int result : {-1, 0, 1}) { // refused, nothing drawn, too few rows drawn
             world.fnScreen().fnSetFailedResult(result);
             for (std::size_t nth = 1; nth <= expected.size(); ++nth) {
                 world.fnScreen().fnClearDraws();
@@ -198,7 +198,7 @@ TEST(DrawFailures, WithoutADeviceContextAnImageIsNotDrawn) {
     EXPECT_FALSE(image->fnDraw(nullptr, CRect(0, 0, 200, 5), 0, 0, false, false));
 }
 
-TEST(DrawFailures, AGammaThatCanNotBeRestoredIsToldToTheUser) {
+TEST(DrawFailures, AGammaThatCannotBeRestoredIsReportedToTheUser) {
     CqHeadlessOptions options;
     options.m_Mode.m_nBits = 24;
     const auto world = q32HeadlessWorld(options);
@@ -209,14 +209,14 @@ TEST(DrawFailures, AGammaThatCanNotBeRestoredIsToldToTheUser) {
         CDC* dc = world->m_pScreen->fnGetDC(nullptr);
         const auto image = fnMakeNoise(200, 5, 24);
         const CRect all(0, 0, 200, 5);
-        EXPECT_TRUE(image->fnDraw(dc, all, 0, 0, false, false)); // makes the buffers
+        EXPECT_TRUE(image->fnDraw(dc, all, 0, 0, false, false)); // allocates the buffers
         bool drawn = false;
         {
             const CqAllocationFailure failure(1);
             drawn = image->fnDraw(dc, all, 0, 0, true, false);
             EXPECT_TRUE(failure.fnHappened());
         }
-        EXPECT_TRUE(drawn); // the picture is there
+        EXPECT_TRUE(drawn); // the picture was drawn
         EXPECT_FALSE(q32GetDisplayProperty()->fnIsGammaEnabled());
         EXPECT_EQ(world->m_pMessages->fnGetBoxes().size(), 1u);
         world->m_pScreen->fnReleaseDC(nullptr, dc);

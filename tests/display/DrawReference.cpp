@@ -44,7 +44,7 @@ std::array<std::uint8_t, 4> fnColor(CqImage& image, const std::array<std::uint8_
 }
 
 std::uint8_t fnGamma(std::uint8_t value, unsigned gamma) {
-    static unsigned known = 180; // the last curve is kept: one point costs a power
+    static unsigned known = 180; // caches the last curve, as each point takes a power
     static std::array<std::uint8_t, 256> curve;
     if (gamma == 180)
         return value;
@@ -86,11 +86,11 @@ CRect fnScaledRect(const CqImage& image, std::uint32_t index, const CqReferenceS
                  fnScaled(rect.bottom, setup));
 }
 
-/// The image's pixel behind a place of the scaled image, of the tile that holds it.
+/// The source pixel of a position in the scaled image, within the tile that holds it.
 std::array<std::uint8_t, 4> fnSample(CqImage& image, const CqReferenceSetup& setup,
                                      const CRect& tile, int x, int y) {
     switch (setup.m_eMode) {
-    case REFERENCE_MODE::FIT: // nothing is staged; an image not drawn before shows zeros
+    case REFERENCE_MODE::FIT: // stages nothing; an image not drawn before shows zeros
         return {};
     case REFERENCE_MODE::SHRINK:
         return fnReferencePixel(image, std::max(x * setup.m_nFactor, static_cast<int>(tile.left)),
@@ -155,7 +155,7 @@ std::vector<CqExpectedDraw> fnReferenceTile(CqImage& image, const CqReferenceSet
     std::vector<CqExpectedDraw> draws;
     if (width < 1 || height < 1)
         return draws;
-    if (image.BitCount == 4) { // pairs stay whole
+    if (image.BitCount == 4) { // pairs aren't split
         const bool shrinks = setup.m_eMode == REFERENCE_MODE::SHRINK;
         const double zoom =
             setup.m_eMode == REFERENCE_MODE::FIT ? setup.m_nFitZoom : setup.m_nFactor;

@@ -1,5 +1,5 @@
 /// @file
-/// What drawing must hand to the screen, worked out pixel by pixel from the rules. Shares nothing
+/// The expected output of drawing, computed pixel by pixel from the rules. Shares nothing
 /// with the library but its records.
 #pragma once
 
@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-/// One block of rows on its way to the screen.
+/// One block of rows passed to the screen.
 struct CqExpectedDraw {
     int m_nX = 0;
     int m_nY = 0;
@@ -22,11 +22,11 @@ struct CqExpectedDraw {
 
 enum class REFERENCE_MODE { INFLATE, SHRINK, FIT };
 
-/// The setting that a draw happens in.
+/// The state in which a draw takes place.
 struct CqReferenceSetup {
     int m_nScreenBits = 32;
     REFERENCE_MODE m_eMode = REFERENCE_MODE::INFLATE;
-    int m_nFactor = 1;       ///< to enlarge or shrink by
+    int m_nFactor = 1;       ///< factor of enlarging or shrinking
     double m_nFitZoom = 1.0; ///< for FIT
     unsigned m_nGamma = 180; ///< 180 for none
     bool m_bHiColorDither = true;
@@ -35,13 +35,13 @@ struct CqReferenceSetup {
 /// A pixel's bytes in the image's order; a 4-bit pixel is its index.
 std::array<std::uint8_t, 4> fnReferencePixel(CqImage& image, int x, int y);
 
-/// A device pixel's bytes: as many as the device depth has.
+/// A device pixel's bytes, according to the device depth.
 struct CqDevicePixel {
     std::array<std::uint8_t, 4> m_Bytes{};
     std::size_t m_nCount = 0;
 };
 
-/// The device pixel for the place (x, y) of the pattern.
+/// The device pixel at the cell (x, y) of the pattern.
 CqDevicePixel fnReferenceDevicePixel(CqImage& image, const std::array<std::uint8_t, 4>& pixel,
                                      const CqReferenceSetup& setup, int x, int y);
 
@@ -53,6 +53,6 @@ std::vector<CqExpectedDraw> fnReferenceDraw(CqImage& image, const CqReferenceSet
 std::vector<CqExpectedDraw> fnReferenceTile(CqImage& image, const CqReferenceSetup& setup,
                                             std::uint32_t index, const CRect& rect, int x, int y);
 
-/// Compares what the screen got with what it must have got; says the first difference, or nothing.
+/// Compares the recorded blocks with the expected ones. Returns the first difference, or "".
 std::string fnFindDifference(const std::vector<CqExpectedDraw>& expected,
                              const std::vector<CqHeadlessDraw>& draws, int screenBits);

@@ -1,4 +1,4 @@
-// What the screen shows of a small colourful image, compared with pictures that were looked at.
+// A small colourful image on the screen, compared with reviewed pictures.
 
 #include "tests/display/DisplayWorld.h"
 #include "tests/support/GoldenPicture.h"
@@ -84,7 +84,7 @@ class GoldenPictures : public testing::TestWithParam<std::tuple<int, unsigned>> 
 
 } // namespace
 
-TEST_P(GoldenPictures, ShowWhatTheScreenShows) {
+TEST_P(GoldenPictures, MatchTheScreen) {
     const auto [screen, depth] = GetParam();
     CqDisplayWorld world(screen);
     ASSERT_TRUE(world.fnScreen().fnSetMode({kShown.Width(), kShown.Height(), screen, 96, 96}));
@@ -99,7 +99,7 @@ INSTANTIATE_TEST_SUITE_P(AllDepths, GoldenPictures,
                          testing::Combine(testing::Values(8, 16, 24, 32),
                                           testing::Values(4u, 8u, 16u, 24u, 32u)));
 
-TEST(GoldenPictures, ShowGammaAndScales) {
+TEST(GoldenPictures, MatchGammaAndScales) {
     for (const int screen : {8, 16, 32}) {
         CqDisplayWorld world(screen);
         ASSERT_TRUE(world.fnScreen().fnSetMode({kShown.Width(), kShown.Height(), screen, 96, 96}));

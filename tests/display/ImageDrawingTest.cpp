@@ -1,4 +1,4 @@
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "tests/display/DisplayWorld.h"
 #include "tests/display/DrawReference.h"
 
@@ -51,11 +51,11 @@ TEST(DrawInit, AFitTakesTheSmallerScaleAndIgnoresItsNumber) {
     EXPECT_EQ(map.DrawWnd, &window);
     image->fnDrawInit(0.0, CRect(0, 0, 33, 100), nullptr);
     EXPECT_DOUBLE_EQ(map.Zoom, 0.33);
-    EXPECT_EQ(map.ImageRect, CRect(0, 0, 33, 16)); // 16.5, cut
+    EXPECT_EQ(map.ImageRect, CRect(0, 0, 33, 16)); // 16.5, truncated
     EXPECT_EQ(map.DrawWnd, nullptr);
 }
 
-TEST(DrawInit, AWholeScaleCutsTheShownPartToTheScaledImage) {
+TEST(DrawInit, AnIntegerScaleClipsTheShownPartToTheScaledImage) {
     CqDisplayWorld world(24);
     const auto image = fnMakeNoise(100, 50, 24);
     const CqTileMap& map = *image->TileMap;
@@ -82,7 +82,7 @@ TEST(ImageDrawing, ADestinationWithoutWidthOrHeightGivesFalse) {
     EXPECT_TRUE(world.fnScreen().fnGetDraws().empty());
 }
 
-TEST(ImageDrawing, APlaceBeyondTheImageStartsAtTheLastWholeWidth) {
+TEST(ImageDrawing, APositionBeyondTheImageStartsAtTheLastFullWidth) {
     CqDisplayWorld world(24);
     const auto image = fnMakeNoise(200, 150, 24);
     EXPECT_TRUE(image->fnDraw(world.fnDC(), CRect(0, 0, 60, 40), 5000, 6000, false, false));
@@ -124,7 +124,7 @@ TEST(ImageDrawing, WithoutGammaItIsOffForOneDrawOfAnImageOfSeveralTiles) {
               "");
     world.fnDisplay().fnEnableGamma(false);
     EXPECT_TRUE(image->fnDraw(world.fnDC(), all, 0, 0, true, false));
-    EXPECT_FALSE(world.fnDisplay().fnIsGammaEnabled()); // restored means: as it was
+    EXPECT_FALSE(world.fnDisplay().fnIsGammaEnabled()); // restored to its previous state
 }
 
 TEST(ImageDrawing, WithoutGammaAnImageOfOneTileLeavesItOff) {
@@ -135,19 +135,19 @@ TEST(ImageDrawing, WithoutGammaAnImageOfOneTileLeavesItOff) {
     EXPECT_FALSE(world.fnDisplay().fnIsGammaEnabled());
 }
 
-TEST(ImageDrawing, ADrawWithoutGammaTakesTheGammaOutOfThe666Palette) {
+TEST(ImageDrawing, ADrawWithoutGammaRemovesTheGammaFromThe666Palette) {
     CqDisplayWorld world(8);
     world.fnDisplay().fnSetGammaValue(220);
     const auto image = fnMakeNoise(200, 10, 24);
     EXPECT_TRUE(image->fnDraw(world.fnDC(), CRect(0, 0, 200, 10), 0, 0, true, false));
-    // The draw itself still had the palette with gamma; switching on again rebuilt it without.
+    // The draw still used the palette with gamma; enabling gamma again rebuilt it without.
     EXPECT_EQ(world.fnScreen().fnGetDraws()[0].m_Palette->at(36).peRed, 68);
     PALETTEENTRY entry{};
     world.fnDisplay().fnGetPalette666()->GetPaletteEntries(36, 1, &entry);
     EXPECT_EQ(entry.peRed, 51);
 }
 
-TEST(ImageDrawing, On8BitsThePaletteIsTheImagesOwnBelow16BitsElseThatOf216Colors) {
+TEST(ImageDrawing, OnAn8BitScreenImagesBelow16BitsUseTheirOwnPaletteAndOthers216Colors) {
     CqDisplayWorld world(8);
     for (const unsigned depth : {4u, 8u, 16u, 24u, 32u}) {
         const auto image = fnMakeNoise(200, 10, depth);
@@ -172,12 +172,12 @@ TEST(ImageDrawing, On8BitsThePaletteIsTheImagesOwnBelow16BitsElseThatOf216Colors
         ASSERT_EQ(draw.m_Table.size(), 512u);
         for (std::size_t i = 0; i < 256; ++i)
             EXPECT_EQ(draw.m_Table[2 * i] | draw.m_Table[2 * i + 1] << 8, static_cast<int>(i));
-        if (image->TileCount < 2) // it stays selected; the image is about to go
+        if (image->TileCount < 2) // it stays selected, but the image is about to be destroyed
             world.fnDC()->SelectPalette(nullptr, true);
     }
 }
 
-TEST(ImageDrawing, ThePaletteIsSelectedRealizedAndPutBackInTheBackground) {
+TEST(ImageDrawing, ThePaletteIsSelectedRealizedAndRestoredInTheBackground) {
     CqDisplayWorld world(8);
     CPalette former;
     for (const bool background : {false, true}) {
@@ -194,7 +194,7 @@ TEST(ImageDrawing, ThePaletteIsSelectedRealizedAndPutBackInTheBackground) {
         EXPECT_FALSE(dc.m_Selections[1].realized);
         EXPECT_EQ(image->TileMap->SavedPalette, nullptr);
     }
-    world.fnWorld().m_pMisuses->fnClear(); // drawing on a context of another kind
+    world.fnWorld().m_pMisuses->fnClear(); // drawing on a foreign context is a misuse
 }
 
 TEST(ImageDrawing, ThePaletteOfAnImageOfOneTileStaysSelected) {
@@ -222,7 +222,7 @@ TEST(ImageDrawing, OtherScreensNeedNoPalette) {
     }
 }
 
-TEST(ImageDrawing, AChangedPaletteIsMadeAnewOnTheNextDraw) {
+TEST(ImageDrawing, AChangedPaletteIsRebuiltOnTheNextDraw) {
     CqDisplayWorld world(8);
     const auto image = fnMakeNoise(200, 10, 8);
     const CRect all(0, 0, 200, 10);
@@ -236,7 +236,7 @@ TEST(ImageDrawing, AChangedPaletteIsMadeAnewOnTheNextDraw) {
     EXPECT_EQ(entry.peBlue, 1);
 }
 
-TEST(ImageDrawing, AChangeOfTheScreensDepthMakesTheDeviceBitmapAnew) {
+TEST(ImageDrawing, AChangeOfTheScreensDepthRebuildsTheDeviceBitmap) {
     CqDisplayWorld world(8);
     for (const unsigned depth : {4u, 8u, 16u, 24u, 32u}) {
         const auto image = fnMakeNoise(200, 140, depth);

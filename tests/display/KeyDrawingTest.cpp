@@ -1,5 +1,5 @@
 #include "q32Base/image/CqMask.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "tests/display/DisplayWorld.h"
 
 #include <cstring>
@@ -28,8 +28,8 @@ std::vector<Shown> fnRuns(CqDisplayWorld& world) {
     return runs;
 }
 
-/// Writes a row of an image: a pixel's bytes for each letter, '#' for what is shown and '.' for
-/// key.
+/// Writes a row of an image: a pixel's bytes for each letter, '#' for shown and '.' for key
+/// pixels.
 void fnWriteRow(CqImage& image, unsigned row, const std::string& pattern,
                 const std::vector<unsigned char>& shown, const std::vector<unsigned char>& key) {
     CqImageLine line;
@@ -82,7 +82,7 @@ TEST(KeyDrawing, DrawsTheRunsBetweenKeyPixelsOfEveryDepth) {
     }
 }
 
-TEST(KeyDrawing, A16BitKeyIsCutToWhatTheImageCanHold) {
+TEST(KeyDrawing, A16BitKeyIsTruncatedToTheImagesPrecision) {
     CqDisplayWorld world(24);
     CqImage image(2, 1, 16, nullptr, 0);
     fnWriteRow(image, 0, "#.", {0, 0}, {0xFF, 0xFF});
@@ -91,7 +91,7 @@ TEST(KeyDrawing, A16BitKeyIsCutToWhatTheImageCanHold) {
     EXPECT_EQ(fnRuns(world), (std::vector<Shown>{{0, 0, 1}}));
 }
 
-TEST(KeyDrawing, AColorThatTheImageDoesNotHaveGivesFalseAndDrawsNothing) {
+TEST(KeyDrawing, AColorMissingFromTheImageFailsAndDrawsNothing) {
     CqDisplayWorld world(8);
     for (const unsigned bits : {4u, 8u}) {
         CqImage image(10, 2, bits, nullptr, 0);
@@ -143,7 +143,7 @@ TEST(KeyDrawing, AMaskHidesWhereItIsZero) {
     }
 }
 
-TEST(KeyDrawing, WhatLiesOutsideTheMaskIsHidden) {
+TEST(KeyDrawing, PixelsOutsideTheMaskAreHidden) {
     CqDisplayWorld world(24);
     const auto image = fnMakeNoise(150, 5, 24);
     CqMask mask(40, 2);
@@ -157,7 +157,7 @@ TEST(KeyDrawing, WhatLiesOutsideTheMaskIsHidden) {
     EXPECT_TRUE(fnRuns(world).empty());
 }
 
-TEST(KeyDrawing, WithoutAMaskThereIsNothingToDrawBy) {
+TEST(KeyDrawing, WithoutAMaskAMaskedDrawFails) {
     CqDisplayWorld world(24);
     const auto image = fnMakeNoise(15, 5, 24);
     CqMask empty;
@@ -179,7 +179,7 @@ TEST(KeyDrawing, AlphaOfZeroHidesA32BitPixel) {
     }
 }
 
-TEST(KeyDrawing, AnImageWithoutAlphaIsShownWhole) {
+TEST(KeyDrawing, AnImageWithoutAlphaIsShownCompletely) {
     CqDisplayWorld world(24);
     for (const unsigned bits : {8u, 16u, 24u}) {
         const auto image = fnMakeNoise(10, 1, bits);
@@ -213,10 +213,10 @@ TEST(KeyDrawing, APartOutsideTheImageDrawsNothing) {
         image->fnKeyDraw(world.fnDC(), CRect(0, 0, 40, 40), 0, 2147483647, param, false, false));
     EXPECT_TRUE(fnRuns(world).empty());
     EXPECT_TRUE(image->fnKeyDraw(world.fnDC(), CRect(0, 0, 40, 1), -5, -5, param, false, false));
-    EXPECT_EQ(fnRuns(world), (std::vector<Shown>{{0, 0, 10}})); // a negative place counts as 0
+    EXPECT_EQ(fnRuns(world), (std::vector<Shown>{{0, 0, 10}})); // a negative position counts as 0
 }
 
-TEST(KeyDrawing, HonoursNoGammaAndPutsGammaAndPaletteBack) {
+TEST(KeyDrawing, HonoursNoGammaAndRestoresGammaAndPalette) {
     CqDisplayWorld world(24);
     world.fnDisplay().fnSetGammaValue(220);
     CqImage image(1, 1, 24, nullptr, 0);

@@ -1,4 +1,4 @@
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "tests/display/DisplayWorld.h"
 #include "tests/display/DrawReference.h"
 
@@ -6,14 +6,14 @@ namespace {
 
 constexpr int kScreens[] = {8, 16, 24, 32};
 
-/// The one block that a line draw must give. `index` bytes are those of the row in the buffer.
+/// The only block of a line draw. `index` bytes are those of the row in the buffer.
 CqExpectedDraw fnExpect(CqImage& image, const CqReferenceSetup& setup, const CqImageLine& line,
                         int x, int y, int count, int sourceX) {
     const int bits = setup.m_nScreenBits == 16 ? 24 : setup.m_nScreenBits;
     CqExpectedDraw draw{x, y, count, 1, {}};
     for (int i = 0; i < count; ++i) {
         std::array<std::uint8_t, 4> pixel{};
-        if (image.BitCount == 4) { // each byte is one index; behind the row there are zeros
+        if (image.BitCount == 4) { // each byte is one index; zeros follow the row
             const auto at = static_cast<std::uint32_t>(sourceX / 2 + i);
             pixel[0] = at < line.RowBytes ? line.LineBuffer[at] : 0;
         } else {
@@ -59,7 +59,7 @@ TEST(LineDrawing, ShowsAPartOfTheRowOnEveryScreen) {
     }
 }
 
-TEST(LineDrawing, ARowOf4BitsShowsItsBytesAsIndicesAndZerosBehindThem) {
+TEST(LineDrawing, ARowOf4BitsShowsItsBytesAsIndicesFollowedByZeros) {
     for (const int screen : {24, 32}) {
         CqDisplayWorld world(screen);
         CqImage image(21, 4, 4, q32GreyRamp, 0); // a palette that has every byte as an index
@@ -79,7 +79,7 @@ TEST(LineDrawing, ARowOf4BitsShowsItsBytesAsIndicesAndZerosBehindThem) {
     }
 }
 
-TEST(LineDrawing, TheCountIsCutToTheRow) {
+TEST(LineDrawing, TheCountIsClippedToTheRow) {
     CqDisplayWorld world(32);
     const auto image = fnMakeNoise(50, 4, 24);
     CqImageLine line;
@@ -95,7 +95,7 @@ TEST(LineDrawing, APartWithoutAPixelOfTheRowGivesFalse) {
     CqDisplayWorld world(32);
     const auto image = fnMakeNoise(50, 4, 24);
     CqImageLine line;
-    EXPECT_FALSE(line.fnDraw(world.fnDC(), 0, 0, 10, 0, false)); // stands nowhere
+    EXPECT_FALSE(line.fnDraw(world.fnDC(), 0, 0, 10, 0, false)); // has no current row
     image->fnAccessLine(1, &line, true);
     EXPECT_FALSE(line.fnDraw(world.fnDC(), 0, 0, 0, 0, false));
     EXPECT_FALSE(line.fnDraw(world.fnDC(), 0, 0, 10, 50, false));
@@ -128,7 +128,7 @@ TEST(LineDrawing, OnlyMinusOneIsAFailureOfTheScreen) {
     EXPECT_TRUE(line.fnDraw(world.fnDC(), 0, 0, 10, 0, false));
 }
 
-TEST(LineDrawing, ShowsWhatStandsInTheBufferNotInTheImage) {
+TEST(LineDrawing, ShowsTheBufferNotTheImage) {
     CqDisplayWorld world(24);
     const auto image = fnMakeNoise(10, 4, 24);
     CqImageLine line;

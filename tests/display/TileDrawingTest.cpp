@@ -1,4 +1,4 @@
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "tests/display/DisplayWorld.h"
 #include "tests/display/DrawReference.h"
 
@@ -9,7 +9,7 @@ constexpr unsigned kDepths[] = {4, 8, 16, 24, 32};
 
 } // namespace
 
-TEST(TileDrawing, APartOfATileGoesToItsPlace) {
+TEST(TileDrawing, APartOfATileIsDrawnAtItsPlace) {
     for (const int screen : kScreens) {
         CqDisplayWorld world(screen);
         for (const unsigned depth : kDepths) {
@@ -38,7 +38,7 @@ TEST(TileDrawing, APartOfATileGoesToItsPlace) {
     }
 }
 
-TEST(TileDrawing, IsCutAtTheTilesRightAndBottom) {
+TEST(TileDrawing, IsClippedAtTheTilesRightAndBottom) {
     CqDisplayWorld world(32);
     const auto image = fnMakeNoise(200, 200, 24);
     CqImageTile tile;
@@ -49,7 +49,7 @@ TEST(TileDrawing, IsCutAtTheTilesRightAndBottom) {
     EXPECT_EQ(world.fnScreen().fnGetDraws()[0].m_nHeight, 20u);
 }
 
-TEST(TileDrawing, APlaceLeftOfTheTileBeginsAtTheTile) {
+TEST(TileDrawing, APositionLeftOfTheTileStartsAtTheTile) {
     CqDisplayWorld world(32);
     const auto image = fnMakeNoise(200, 200, 24);
     CqImageTile tile;
@@ -60,7 +60,7 @@ TEST(TileDrawing, APlaceLeftOfTheTileBeginsAtTheTile) {
               "");
 }
 
-TEST(TileDrawing, NothingToShowIsNoFailure) {
+TEST(TileDrawing, NothingToShowIsNotAFailure) {
     CqDisplayWorld world(32);
     const auto image = fnMakeNoise(200, 200, 24);
     CqImageTile tile;
@@ -71,7 +71,7 @@ TEST(TileDrawing, NothingToShowIsNoFailure) {
     EXPECT_TRUE(world.fnScreen().fnGetDraws().empty());
 }
 
-TEST(TileDrawing, AnOddStartOfA4BitImageGoesBackToTheEvenPixel) {
+TEST(TileDrawing, AnOddStartOfA4BitImageMovesBackToTheEvenPixel) {
     CqDisplayWorld world(32);
     const auto image = fnMakeNoise(41, 5, 4);
     CqImageTile tile;
@@ -111,7 +111,7 @@ TEST(TileDrawing, AnEnlargedTileIsDrawnInBandsThatFitAPlainTile) {
     EXPECT_EQ(image->TileMap->DrawDibCapacity, 128u * 384u);
 }
 
-TEST(TileDrawing, ATileIsRedrawnInThePlaceThatTheLastInitSet) {
+TEST(TileDrawing, ATileIsRedrawnAtThePlaceSetByTheLastInit) {
     for (const int screen : {8, 32}) {
         CqDisplayWorld world(screen);
         for (const unsigned depth : {8u, 24u}) {
@@ -157,7 +157,7 @@ TEST(TileDrawing, ATileOutsideTheViewIsSkippedWithoutFailure) {
     CqImageTile tile;
     image->fnAccessTile(2u, &tile);
     EXPECT_TRUE(tile.fnDraw(world.fnDC()));
-    world.fnScreen().m_GetDC.fnFail(); // not even asked for
+    world.fnScreen().m_GetDC.fnFail(); // must not be requested
     EXPECT_TRUE(tile.fnDraw(nullptr));
     EXPECT_TRUE(world.fnScreen().fnGetDraws().empty());
     world.fnScreen().m_GetDC.fnFailNever();

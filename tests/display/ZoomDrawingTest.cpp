@@ -58,7 +58,7 @@ protected:
 
 } // namespace
 
-TEST_P(ZoomDrawing, HandsTheScreenTheRowsOfTheRule) {
+TEST_P(ZoomDrawing, PassesTheRowsOfTheRuleToTheScreen) {
     const auto [screen, depth] = GetParam();
     CqDisplayWorld world(screen);
     for (const unsigned gamma : {180u, 220u}) {
@@ -123,7 +123,7 @@ TEST(ZoomDrawing, AnImageScaledToNothingDrawsNothingWithoutFailure) {
     EXPECT_TRUE(world.fnScreen().fnGetDraws().empty());
 }
 
-TEST(ZoomDrawing, AFactorOfZeroCountsAsOne) {
+TEST(ZoomDrawing, AFactorOfZeroIsTreatedAsOne) {
     CqDisplayWorld world(24);
     const auto image = fnMakeNoise(150, 3, 24);
     for (const bool shrink : {false, true}) {
@@ -138,7 +138,7 @@ TEST(ZoomDrawing, AFactorOfZeroCountsAsOne) {
     }
 }
 
-TEST(ZoomDrawing, AHugeFactorIsCutAndDrawn) {
+TEST(ZoomDrawing, AHugeFactorIsClampedAndDrawn) {
     CqDisplayWorld world(32);
     for (const unsigned depth : {4u, 24u}) {
         const auto image = fnMakeNoise(150, 3, depth);

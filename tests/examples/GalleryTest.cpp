@@ -1,4 +1,4 @@
-// The gallery, run as a program on pictures whose shapes are out of the ordinary.
+// Runs the gallery program on pictures of unusual shapes.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -19,7 +19,7 @@ void fnPutNumber(std::string& out, std::uint32_t value, int bytes) {
         out += static_cast<char>(value >> 8 * i);
 }
 
-/// A BMP file of 4 or 24 bits whose bytes count up.
+/// A BMP file of 4 or 24 bits whose bytes count upwards.
 std::string fnBmp(std::uint32_t width, std::uint32_t height, std::uint32_t bits) {
     const std::uint32_t colors = bits == 4 ? 16 : 0;
     const std::uint32_t pixels = (width * bits + 31) / 32 * 4 * height;
@@ -44,7 +44,7 @@ std::string fnTextOf(const fs::path& path) {
     return text.str();
 }
 
-/// How often `part` stands in `text`.
+/// How often `part` occurs in `text`.
 int fnCount(const std::string& text, const std::string& part) {
     int count = 0;
     for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
@@ -71,7 +71,7 @@ protected:
         std::ofstream(m_Folder / name, std::ios::binary) << bytes;
     }
 
-    /// Runs the gallery in the folder, with its settings there too. Gives its exit code.
+    /// Runs the gallery in the folder, with its settings there too. Returns its exit code.
     int fnRun(const std::string& arguments) {
         const std::string folder = m_Folder.string();
         const std::string command = "cd '" + folder + "' && HOME='" + folder +
@@ -82,7 +82,7 @@ protected:
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
-    /// The pictures that a page shows and that don't stand beside it.
+    /// The pictures that a page refers to and whose files are missing.
     std::string fnMissingOf(const std::string& page) const {
         const std::string text = fnTextOf(m_Folder / "gallery-out" / page);
         std::string missing = text.empty() ? page : "";
@@ -112,14 +112,14 @@ TEST_F(GalleryTest, ShowsThinTinyAndIndexedPicturesOnEveryScreen) {
     for (const char* page :
          {"index.html", "screens.html", "operations.html", "resampling.html", "curves.html"})
         EXPECT_EQ(fnMissingOf(page), "") << page;
-    // Five scales of each picture, but none that leaves the column no width; at four depths with
+    // Five scales of each picture, except those that leave a column no width; at four depths with
     // two gammas.
     const std::string screens = fnTextOf(m_Folder / "gallery-out" / "screens.html");
     EXPECT_EQ(fnCount(screens, "<img"), (5 + 5 + 4 + 5) * 4 * 2);
     EXPECT_NE(screens.find("middle, 1/4"), std::string::npos);
 }
 
-TEST_F(GalleryTest, GoesOnPastPicturesThatCantBeRead) {
+TEST_F(GalleryTest, ContinuesPastPicturesThatCantBeRead) {
     fnPut("broken.bmp", fnBmp(60, 40, 24).substr(0, 40));
     fnPut("plain.bmp", fnBmp(60, 40, 24));
     EXPECT_EQ(fnRun("missing.bmp broken.bmp plain.bmp"), 1);
@@ -129,7 +129,7 @@ TEST_F(GalleryTest, GoesOnPastPicturesThatCantBeRead) {
     EXPECT_EQ(fnCount(fnTextOf(m_Folder / "gallery-out" / "screens.html"), "<img"), 5 * 4 * 2);
 }
 
-TEST_F(GalleryTest, SaysWhenItsFolderOrItsUseIsWrong) {
+TEST_F(GalleryTest, ReportsWhenItsFolderOrItsUseIsWrong) {
     fnPut("plain.bmp", fnBmp(3, 2, 24));
     EXPECT_EQ(fnRun("--out plain.bmp/below plain.bmp"), 1);
     EXPECT_NE(m_Said.find("plain.bmp/below"), std::string::npos) << m_Said;
@@ -139,7 +139,7 @@ TEST_F(GalleryTest, SaysWhenItsFolderOrItsUseIsWrong) {
     EXPECT_NE(m_Said.find("--large"), std::string::npos);
 }
 
-TEST_F(GalleryTest, ShowsGammaWhateverTheUsersSettingsSay) {
+TEST_F(GalleryTest, AppliesGammaWhateverTheUsersSettings) {
     fnPut("plain.bmp", fnBmp(60, 40, 24));
     ASSERT_EQ(fnRun("plain.bmp"), 0) << m_Said;
     const fs::path out = m_Folder / "gallery-out";

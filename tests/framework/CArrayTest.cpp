@@ -34,7 +34,7 @@ TEST(CArray, GrowsByAnEighthOfItsSizeAtLeastFourAndAtMost1024) {
     }
 }
 
-TEST(CArray, GrowsAtLeastToTheSizeAskedFor) {
+TEST(CArray, GrowsAtLeastToTheRequestedSize) {
     CUIntArray array;
     array.SetSize(3);
     EXPECT_EQ(array.GetCapacity(), 4);
@@ -46,7 +46,7 @@ TEST(CArray, GrowsAtLeastToTheSizeAskedFor) {
     EXPECT_EQ(array.GetCapacity(), 112);
 }
 
-TEST(CArray, AStepThatWasSetTakesTheRulesPlace) {
+TEST(CArray, AnExplicitGrowStepReplacesTheRule) {
     CUIntArray array;
     array.SetSize(1, 10);
     EXPECT_EQ(array.GetCapacity(), 10);
@@ -66,7 +66,7 @@ TEST(CArray, NewElementsAreZero) {
     EXPECT_EQ(fnToVector(array), (std::vector<unsigned int>{7, 0, 0, 0, 0, 0}));
 }
 
-TEST(CArray, ASizeOfZeroGivesTheStorageBack) {
+TEST(CArray, ASizeOfZeroReleasesTheStorage) {
     const auto outstanding = CqAllocationFailure::fnOutstanding();
     CUIntArray array;
     fnFill(array, 10).SetSize(0);
@@ -79,7 +79,7 @@ TEST(CArray, ASizeOfZeroGivesTheStorageBack) {
     EXPECT_EQ(CqAllocationFailure::fnOutstanding(), outstanding);
 }
 
-TEST(CArray, FreeExtraLeavesNoSpareRoom) {
+TEST(CArray, FreeExtraLeavesNoSpareCapacity) {
     CUIntArray array;
     fnFill(array, 5).FreeExtra();
     EXPECT_EQ(array.GetCapacity(), 5);
@@ -131,7 +131,7 @@ TEST(CArray, ACopyReplacesTheContent) {
     EXPECT_TRUE(other.IsEmpty());
 }
 
-TEST(CArray, AnElementOfItsOwnMayBeAdded) {
+TEST(CArray, AnArrayMayAddOneOfItsOwnElements) {
     CArray<CString, const CString&> array;
     array.Add("first text that needs a block");
     for (int i = 0; i < 20; ++i)
@@ -158,7 +158,7 @@ TEST(CArray, ElementsAreDestroyedOnce) {
     EXPECT_EQ(CqAllocationFailure::fnOutstanding(), outstanding);
 }
 
-TEST(CArray, AFailedGrowthLeavesTheArray) {
+TEST(CArray, AFailedGrowthLeavesTheArrayUnchanged) {
     CUIntArray array;
     fnFill(array, 4);
     CUIntArray other;

@@ -14,7 +14,7 @@
 
 namespace {
 
-/// The cause of the file exception that `work` raises; FILE_CAUSE_NONE when it raises none.
+/// The cause of the file exception that `work` throws; FILE_CAUSE_NONE when it throws none.
 template <typename Work>
 CQ_FILE_CAUSE fnCause(Work&& work) {
     CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
@@ -47,7 +47,7 @@ public:
 
 } // namespace
 
-TEST(CMemFile, GivesBackWhatWasWritten) {
+TEST(CMemFile, ReadsBackWhatWasWritten) {
     CMemFile file;
     file.Write("hello", 5);
     file.Write(nullptr, 0);
@@ -59,7 +59,7 @@ TEST(CMemFile, GivesBackWhatWasWritten) {
     EXPECT_EQ(file.Read(buffer, sizeof(buffer)), 0u);
 }
 
-TEST(CMemFile, StandsAtTheStartOfACopy) {
+TEST(CMemFile, IsPositionedAtTheStartOfACopy) {
     char bytes[] = "abc";
     CMemFile file(bytes, 3);
     bytes[0] = 'x';
@@ -69,7 +69,7 @@ TEST(CMemFile, StandsAtTheStartOfACopy) {
     EXPECT_EQ(CMemFile(nullptr, 0).GetLength(), 0u);
 }
 
-TEST(CMemFile, AGapIsZero) {
+TEST(CMemFile, AGapReadsAsZero) {
     CMemFile file;
     file.Write("abcdef", 6);
     file.Seek(10);
@@ -81,7 +81,7 @@ TEST(CMemFile, AGapIsZero) {
     EXPECT_EQ(std::memcmp(file.GetData(), "abcdef\0\0\0\0x", 11), 0);
 }
 
-TEST(CMemFile, APlaceBeyondAllMemoryIsTheMemoryExceptionAtTheNextWrite) {
+TEST(CMemFile, APositionBeyondAllMemoryRaisesTheMemoryExceptionAtTheNextWrite) {
     CMemFile file("abc", 3);
     file.Seek(std::numeric_limits<std::uint64_t>::max());
     char byte;
@@ -90,7 +90,7 @@ TEST(CMemFile, APlaceBeyondAllMemoryIsTheMemoryExceptionAtTheNextWrite) {
     EXPECT_EQ(file.GetLength(), 3u);
 }
 
-TEST(CMemFile, AFailedGrowthLeavesTheFile) {
+TEST(CMemFile, AFailedGrowthLeavesTheFileUnchanged) {
     const auto outstanding = CqAllocationFailure::fnOutstanding();
     {
         CMemFile file("abc", 3);
@@ -142,7 +142,7 @@ TEST(CFile, FailuresCarryTheirCauseAndTheName) {
     EXPECT_EQ(fnCause([&] { reader.Write("x", 1); }), FILE_CAUSE_ACCESS_DENIED);
 }
 
-TEST(CFile, AnOpeningThatFailsWithoutACauseGetsTheGenericOne) {
+TEST(CFile, AnOpenThatFailsWithoutACauseGetsTheGenericOne) {
     CqFakeWorld world;
     world.m_pFiles->m_bReadFails = true;
     EXPECT_EQ(fnCause([] { CFile("a.txt", CFile::modeRead); }), FILE_CAUSE_GENERIC);
@@ -158,7 +158,7 @@ TEST(CFile, WithoutAnOpenFileEveryCallFails) {
     file.Close();
 }
 
-TEST(CFile, CloseTellsWhatCouldNotBeWrittenAndTheDestructorDoesNot) {
+TEST(CFile, CloseReportsAFailedWriteAndTheDestructorDoesNot) {
     CqFakeWorld world;
     {
         CFile file("a.txt", CFile::modeCreate | CFile::modeWrite);
@@ -170,7 +170,7 @@ TEST(CFile, CloseTellsWhatCouldNotBeWrittenAndTheDestructorDoesNot) {
     file.Write("full", 4);
 }
 
-TEST(CFile, OpeningIsSafeAgainstEachFailedAllocation) {
+TEST(CFile, OpeningSurvivesEachFailedAllocation) {
     CqFakeWorld world;
     world.m_pFiles->m_Texts["a file whose name needs a block.txt"] = "abc";
     const auto failed = fnFailEachAllocation([](CqAllocationFailure& failure) {
@@ -189,10 +189,10 @@ TEST(CFile, OpeningIsSafeAgainstEachFailedAllocation) {
     EXPECT_GE(failed, 2u);
 }
 
-TEST(CFile, AStreamWithoutMemoryIsTheMemoryException) {
+TEST(CFile, AStreamWithoutMemoryRaisesTheMemoryException) {
     CqFakeWorld world;
     CFile file("a.txt", CFile::modeCreate | CFile::modeWrite);
-    const std::string block(1000, 'x'); // more than the fake's text holds without a block
+    const std::string block(1000, 'x'); // too long for the fake's inline text
     {
         const CqAllocationFailure failure(1);
         EXPECT_THROW(file.Write(block.data(), block.size()), CMemoryException*);
@@ -215,7 +215,7 @@ TEST(CArchive, ADestructorWithoutMemoryToWriteSwallowsTheFailure) {
     EXPECT_EQ(file.GetLength(), 0u);
 }
 
-TEST(CArchive, ValuesStandLowestByteFirst) {
+TEST(CArchive, ValuesAreStoredLowestByteFirst) {
     CMemFile file;
     CArchive archive(&file, CArchive::store);
     archive << std::uint8_t{0x01} << std::uint16_t{0x0203} << std::uint32_t{0x04050607}
@@ -227,7 +227,7 @@ TEST(CArchive, ValuesStandLowestByteFirst) {
     EXPECT_EQ(std::memcmp(file.GetData(), expected, sizeof(expected)), 0);
 }
 
-TEST(CArchive, ValuesComeBackAsTheyWere) {
+TEST(CArchive, ValuesReadBackUnchanged) {
     CMemFile file;
     {
         CArchive archive(&file, CArchive::store);
@@ -250,7 +250,7 @@ TEST(CArchive, ValuesComeBackAsTheyWere) {
     EXPECT_EQ(fnArchiveCause([&] { archive >> more; }), CArchiveException::endOfFile);
 }
 
-TEST(CArchive, ReadingPastTheEndIsTold) {
+TEST(CArchive, ReadingPastTheEndIsReported) {
     const char bytes[] = {1, 2, 3};
     for (std::size_t there = 0; there < 3; ++there) {
         CMemFile file(bytes, there);
@@ -265,7 +265,7 @@ TEST(CArchive, ReadingPastTheEndIsTold) {
     EXPECT_EQ(archive.Read(buffer, 10), 3u) << "raw reading gives what there is";
 }
 
-TEST(CArchive, UseAgainstItsDirectionIsTold) {
+TEST(CArchive, UseAgainstItsDirectionIsReported) {
     CMemFile file;
     CArchive storing(&file, CArchive::store);
     std::uint16_t value = 0;
@@ -274,7 +274,7 @@ TEST(CArchive, UseAgainstItsDirectionIsTold) {
     EXPECT_EQ(fnArchiveCause([&] { loading << value; }), CArchiveException::readOnly);
 }
 
-TEST(CArchive, AFailedWriteIsToldByCloseAndSwallowedByTheDestructor) {
+TEST(CArchive, AFailedWriteIsReportedByCloseAndSwallowedByTheDestructor) {
     FullFile file;
     {
         CArchive archive(&file, CArchive::store);

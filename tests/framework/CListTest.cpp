@@ -89,7 +89,7 @@ TEST(CList, AgreesWithAPlainListOverRandomChanges) {
     }
 }
 
-TEST(CList, AddingAndRemovingInTurnDoesNotAllocate) {
+TEST(CList, AddingAndRemovingAlternatelyDoesNotAllocate) {
     IntList list(4);
     list.AddTail(0);
     const auto before = CqAllocationFailure::fnCount();
@@ -129,7 +129,7 @@ TEST(CList, AnEmptyListHoldsNoBlocks) {
     list.AddTail("left for the destructor");
 }
 
-TEST(CList, AFailedAllocationLeavesTheList) {
+TEST(CList, AFailedAllocationLeavesTheListUnchanged) {
     IntList list(1);
     list.AddTail(1);
     {
@@ -145,7 +145,7 @@ TEST(CList, AFailedAllocationLeavesTheList) {
     EXPECT_EQ(fnToVector(list), (std::vector<int>{1, 2}));
 }
 
-TEST(CList, AnElementThatCantBeCopiedLosesNoNode) {
+TEST(CList, AnElementThatFailsToCopyLosesNoNode) {
     const auto outstanding = CqAllocationFailure::fnOutstanding();
     CList<Fragile, const Fragile&> list(4);
     Fragile::theFailures = 1;

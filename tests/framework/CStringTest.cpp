@@ -20,7 +20,7 @@ const char* fnBytes(const CString& text) {
 
 } // namespace
 
-TEST(CString, AnEmptyOneHasNoBlock) {
+TEST(CString, AnEmptyStringHasNoBlock) {
     const auto before = CqAllocationFailure::fnCount();
     const CString text;
     const CString copy(text);
@@ -36,21 +36,21 @@ TEST(CString, AnEmptyOneHasNoBlock) {
     }
 }
 
-TEST(CString, AFreshTextHasABlockOfItsLength) {
+TEST(CString, ANewTextHasABlockOfItsLength) {
     const CString text("abc");
     EXPECT_EQ(text.GetLength(), 3);
     EXPECT_EQ(text.GetAllocLength(), 3);
     EXPECT_STREQ(text, "abc");
 }
 
-TEST(CString, ManyAreMadeOfOneCharacter) {
+TEST(CString, IsMadeOfARepeatedCharacter) {
     EXPECT_STREQ(CString('x', 3), "xxx");
     EXPECT_STREQ(CString('x'), "x");
     EXPECT_TRUE(CString('x', 0).IsEmpty());
     EXPECT_TRUE(CString('x', -1).IsEmpty());
 }
 
-TEST(CString, AGivenLengthCountsInnerZeros) {
+TEST(CString, AnExplicitLengthIncludesEmbeddedZeros) {
     const CString text("a\0b", 3);
     EXPECT_EQ(text.GetLength(), 3);
     EXPECT_EQ(text[2], 'b');
@@ -110,7 +110,7 @@ TEST(CString, ASharedBlockIsNotReused) {
     EXPECT_EQ(text.GetAllocLength(), 2);
 }
 
-TEST(CString, EmptyLetsGoOfTheBlock) {
+TEST(CString, EmptyReleasesTheBlock) {
     const auto outstanding = CqAllocationFailure::fnOutstanding();
     CString text("abc");
     text.Empty();
@@ -169,7 +169,7 @@ TEST(CString, SumsLeaveTheirOperands) {
     EXPECT_STREQ(a, "ab");
 }
 
-TEST(CString, PartsAreCutToWhatThereIs) {
+TEST(CString, SubstringsAreClippedToTheText) {
     const CString text("abcdef");
     EXPECT_STREQ(text.Mid(2), "cdef");
     EXPECT_STREQ(text.Mid(2, 3), "cde");
@@ -244,7 +244,7 @@ TEST(CString, FormatsNumbersAndTexts) {
     EXPECT_EQ(text.GetAllocLength(), 0);
 }
 
-TEST(CString, ABufferHasTheRoomAskedForAndKeepsTheText) {
+TEST(CString, ABufferHasTheRequestedCapacityAndKeepsTheText) {
     CString text("abc");
     char* buffer = text.GetBuffer(10);
     EXPECT_STREQ(buffer, "abc");
@@ -296,11 +296,11 @@ TEST(CString, ReleasingTheEmptyStringLeavesIt) {
     EXPECT_EQ(text.GetAllocLength(), 0);
 }
 
-TEST(CString, ALengthBelowZeroIsTheMemoryException) {
+TEST(CString, ANegativeLengthRaisesTheMemoryException) {
     EXPECT_THROW(CString("abc", -1), CMemoryException*);
 }
 
-TEST(CString, AFailedAllocationLeavesEveryStringAsItWas) {
+TEST(CString, AFailedAllocationLeavesEveryStringUnchanged) {
     const CString other(kLong);
     const auto outstanding = CqAllocationFailure::fnOutstanding();
     const std::function<void(CString&)> changes[] = {

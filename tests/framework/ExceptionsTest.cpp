@@ -55,7 +55,7 @@ TEST(Exceptions, AFileExceptionIsFreedByDelete) {
     EXPECT_EQ(CqAllocationFailure::fnOutstanding(), outstanding);
 }
 
-TEST(Exceptions, WithoutMemoryForItAFailureBecomesTheMemoryException) {
+TEST(Exceptions, AFailureBecomesTheMemoryExceptionWhenItCannotBeAllocated) {
     const auto outstanding = CqAllocationFailure::fnOutstanding();
     for (std::size_t nth : {1u, 2u}) {
         const CqAllocationFailure failure(nth);
@@ -73,7 +73,7 @@ TEST(Exceptions, WithoutMemoryForItAFailureBecomesTheMemoryException) {
     EXPECT_EQ(CqAllocationFailure::fnOutstanding(), outstanding);
 }
 
-TEST(Exceptions, KnowTheirKinds) {
+TEST(Exceptions, ReportTheirClasses) {
     auto* caught =
         fnCaught<CException>([] { AfxThrowArchiveException(CArchiveException::readOnly); });
     ASSERT_NE(caught, nullptr);
@@ -90,7 +90,7 @@ TEST(Exceptions, KnowTheirKinds) {
     EXPECT_STREQ(resource.GetRuntimeClass()->m_lpszClassName, "CResourceException");
 }
 
-TEST(Memory, FailuresAreTheMemoryException) {
+TEST(Memory, FailuresRaiseTheMemoryException) {
     const auto outstanding = CqAllocationFailure::fnOutstanding();
     {
         const CqAllocationFailure failure(1);

@@ -1,6 +1,5 @@
-#include "q32Base/framework/PathRules.h"
-
 #include "q32Base/framework/Exceptions.h"
+#include "q32Base/framework/PathRules_p.h"
 #include "tests/support/FakePlatform.h"
 
 #include <gtest/gtest.h>
@@ -20,7 +19,7 @@ TEST(PathRules, OneBackslashIsAppended) {
     }
 }
 
-TEST(PathRules, ATrailByteIsNoBackslash) {
+TEST(PathRules, ATrailByteIsNotTakenForABackslash) {
     CqFakeWorld world;
     world.m_pLocale->m_bDoubleByte = true;
     EXPECT_FALSE(q32::fnEndsInSlash("C:\\\x83\x5c"));
@@ -28,7 +27,7 @@ TEST(PathRules, ATrailByteIsNoBackslash) {
     EXPECT_STREQ(q32::fnSplitRootName("\x83\x5c\\a"), "\x83\x5c\\");
 }
 
-TEST(PathRules, ACharacterIsLookedForBetweenCharacters) {
+TEST(PathRules, ACharacterIsSearchedForOnlyAtCharacterBoundaries) {
     CqFakeWorld world;
     world.m_pLocale->m_bDoubleByte = true;
     const char text[] = "\x83\x5c"
@@ -42,7 +41,7 @@ TEST(PathRules, ACharacterIsLookedForBetweenCharacters) {
     EXPECT_EQ(q32::fnFindLastChar(text, 5, '\\'), 3u) << "no further than the count";
 }
 
-TEST(PathRules, TheRootEndsWithTheFirstBackslashBehindALeadingPair) {
+TEST(PathRules, TheRootEndsWithTheFirstBackslashAfterALeadingPair) {
     const std::pair<const char*, const char*> cases[] = {
         {"C:\\dir\\a.txt", "C:\\"},
         {"\\\\server\\share\\f", "\\\\server\\"},
@@ -60,7 +59,7 @@ TEST(PathRules, TheRootEndsWithTheFirstBackslashBehindALeadingPair) {
     EXPECT_STREQ(q32::fnSplitRootName((std::string(259, 'a') + "\\").c_str()), "");
 }
 
-TEST(PathRules, ACutSplitsNoCharacter) {
+TEST(PathRules, TruncationSplitsNoCharacter) {
     CqFakeWorld world;
     world.m_pLocale->m_bDoubleByte = true;
     EXPECT_EQ(q32::fnCutLength("a\x83\x5c"
@@ -79,7 +78,7 @@ TEST(PathRules, ACutSplitsNoCharacter) {
     EXPECT_EQ(q32::fnCutLength("", 0), 0u);
 }
 
-TEST(PathRules, ALocaleWithoutMemoryIsTheMemoryException) {
+TEST(PathRules, ALocaleWithoutMemoryRaisesTheMemoryException) {
     CqFakeWorld world;
     world.m_pLocale->m_bMemoryFails = true;
     EXPECT_THROW(q32::fnCharBytes("a", 1), CMemoryException*);

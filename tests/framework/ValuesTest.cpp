@@ -27,7 +27,7 @@ TEST(CSize, ComparesBothFields) {
     EXPECT_TRUE(CSize() == CSize(0, 0));
 }
 
-TEST(CRect, TellsItsSize) {
+TEST(CRect, ReportsItsSize) {
     const CRect rect(1, 2, 11, 5);
     EXPECT_EQ(rect.Width(), 10);
     EXPECT_EQ(rect.Height(), 3);
@@ -37,7 +37,7 @@ TEST(CRect, TellsItsSize) {
     EXPECT_EQ(CRect(5, 0, 1, 0).Width(), -4);
 }
 
-TEST(CRect, CoordinatesOutOfAFileWrap) {
+TEST(CRect, CoordinatesReadFromAFileWrap) {
     const CRect rect(INT_MIN, INT_MIN, INT_MAX, INT_MAX);
     EXPECT_EQ(rect.Width(), -1);
     CRect moved = rect;
@@ -56,7 +56,7 @@ TEST(CRect, IsEmptyWithoutWidthOrHeight) {
     EXPECT_FALSE(CRect(-1, -1, 0, 0).IsRectEmpty());
 }
 
-TEST(CRect, RightAndBottomLieOutside) {
+TEST(CRect, RightAndBottomAreExclusive) {
     const CRect rect(1, 2, 3, 4);
     EXPECT_TRUE(rect.PtInRect(CPoint(1, 2)));
     EXPECT_TRUE(rect.PtInRect(CPoint(2, 3)));

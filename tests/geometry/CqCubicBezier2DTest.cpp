@@ -31,7 +31,7 @@ void fnExpectCurve(const CqCubicBezier2D& curve, const Points& p, double thickne
                 CqPoint2D(*std::max_element(x, x + 4), *std::max_element(y, y + 4)));
 }
 
-TEST(CqCubicBezier2D, IsMadeWithItsBox) {
+TEST(CqCubicBezier2D, IsConstructedWithItsBoundingBox) {
     EXPECT_EQ(offsetof(CqCubicBezier2D, m_Thickness), 64u);
     EXPECT_EQ(offsetof(CqCubicBezier2D, m_BoundRect), 72u);
     fnExpectCurve(CqCubicBezier2D(), {{0, 0}, {0, 0}, {0, 0}, {0, 0}}, 0.0);
@@ -161,7 +161,7 @@ TEST(CqCubicBezier2D, SplitsByTheClosedPolynomialForm) {
     }
 }
 
-TEST(CqCubicBezier2D, CutsTheSplitToItsEnds) {
+TEST(CqCubicBezier2D, ClampsTheSplitToItsEnds) {
     CqCubicBezier2D left;
     CqCubicBezier2D right;
     for (const double t : {0.0, -1.0}) {
@@ -174,13 +174,13 @@ TEST(CqCubicBezier2D, CutsTheSplitToItsEnds) {
     fnExpectCurve(right, {kWave[3], kWave[3], kWave[3], kWave[3]}, 1.0);
 }
 
-TEST(CqCubicBezier2D, RunsTheOtherWay) {
+TEST(CqCubicBezier2D, Reverses) {
     CqCubicBezier2D curve = fnCurve({{1, 2}, {3, 4}, {5, 6}, {7, 8}}, 2.0);
     curve.fnReverse();
     fnExpectCurve(curve, {{7, 8}, {5, 6}, {3, 4}, {1, 2}}, 2.0);
 }
 
-TEST(CqCubicBezier2D, TellsAQuarterOfItsLength) {
+TEST(CqCubicBezier2D, EstimatesAQuarterOfItsLength) {
     EXPECT_BITS(fnCurve({{0, 0}, {1, 0}, {2, 0}, {3, 0}}).fnFindLength(), 0.75);
     EXPECT_BITS(CqCubicBezier2D().fnFindLength(), 0.0);
 }
@@ -231,7 +231,7 @@ Crossings fnAtY(const Points& p, double y) {
     return r;
 }
 
-TEST(CqCubicBezier2D, HasNoCrossingAsAStrokeAlongTheLine) {
+TEST(CqCubicBezier2D, HasNoCrossingWhenItLiesAlongTheLine) {
     const Crossings hits = fnAtX({{5, 0}, {5, 3}, {5, -9}, {5, 9}}, 5);
     EXPECT_EQ(hits.m_nCount, 0);
     EXPECT_BITS(hits.m_T[0], kUntouched);
@@ -239,7 +239,7 @@ TEST(CqCubicBezier2D, HasNoCrossingAsAStrokeAlongTheLine) {
 
 TEST(CqCubicBezier2D, HasOnlyTheCrossingAtItsEndWhenItEndsOnTheLine) {
     Crossings hits = fnAtY({{0, 2}, {1, 9}, {2, -9}, {3, 4}}, 2);
-    EXPECT_EQ(hits.m_nCount, 1); // it comes back to 2, but that isn't looked for
+    EXPECT_EQ(hits.m_nCount, 1); // it returns to 2, but that isn't searched for
     EXPECT_BITS(hits.m_T[0], 0.0);
     EXPECT_BITS(hits.m_Other[0], 0.0);
     EXPECT_BITS(hits.m_T[1], kUntouched);
@@ -249,8 +249,8 @@ TEST(CqCubicBezier2D, HasOnlyTheCrossingAtItsEndWhenItEndsOnTheLine) {
     EXPECT_BITS(hits.m_Other[0], 3.0);
 }
 
-TEST(CqCubicBezier2D, TellsThreeCrossingsInTheOrderOfTheSolver) {
-    // y = 22 t^3 - 33 t^2 + 12 t is 1/2 at t = 1/2, and at a place on either side.
+TEST(CqCubicBezier2D, ReportsThreeCrossingsInTheOrderOfTheSolver) {
+    // y = 22 t^3 - 33 t^2 + 12 t is 1/2 at t = 1/2, and once on either side.
     const Crossings hits = fnAtY({{0, 0}, {1, 4}, {2, -3}, {3, 1}}, 0.5);
     ASSERT_EQ(hits.m_nCount, 3);
     EXPECT_GT(hits.m_T[0], hits.m_T[1]); // falling
@@ -273,14 +273,14 @@ TEST(CqCubicBezier2D, CountsADoubleRootOfDegreeThree) {
     // y = 192 (t - 1/4)^2 (t - 3/4): touches 0 at 1/4, crosses it at 3/4.
     const Crossings hits = fnAtY({{0, -9}, {1, 19}, {2, -33}, {3, 27}}, 0);
     ASSERT_EQ(hits.m_nCount, 2);
-    EXPECT_NEAR(hits.m_T[0], 0.75, 1e-9); // the single one comes first
+    EXPECT_NEAR(hits.m_T[0], 0.75, 1e-9); // the single root comes first
     EXPECT_NEAR(hits.m_T[1], 0.25, 1e-9);
     EXPECT_BITS(hits.m_T[2], kUntouched);
     const Points exact = {{0, -2}, {1, 2}, {2, -2}, {3, 2}}; // 16 t^3 - 24 t^2 + 12 t - 2: triple
     const Crossings triple = fnAtY(exact, 0);
     ASSERT_EQ(triple.m_nCount, 1);
     EXPECT_NEAR(triple.m_T[0], 0.5, 1e-15);
-    // 2 t^3 - 3 t^2 + 1 has 1 twice and -1/2; the end on the line is all that is told.
+    // 2 t^3 - 3 t^2 + 1 has 1 twice and -1/2; only the end on the line is reported.
     EXPECT_EQ(fnAtY({{0, 1}, {1, 1}, {2, 0}, {3, 0}}, 0).m_nCount, 1);
 }
 
@@ -297,7 +297,7 @@ TEST(CqCubicBezier2D, CrossesOnceWhenItIsStraightInOneCoordinate) {
     EXPECT_BITS(fnAtX(p, 12 + 5e-10).m_Other[0], 3.0);
 }
 
-/// Crossings written out apart.
+/// Crossings by a separate implementation.
 Crossings fnPlainAtX(const Points& p, double x) {
     Crossings r{};
     const double x0 = p[0].m_X;
@@ -373,12 +373,12 @@ Crossings fnPlainAtX(const Points& p, double x) {
     return r;
 }
 
-TEST(CqCubicBezier2D, CrossesAsTheFormulaTakenApart) {
+TEST(CqCubicBezier2D, CrossesAsThePlainFormulaDoes) {
     CqRandom random(35);
     int total = 0;
     for (int i = 0; i < 20000; ++i) {
         Points p = fnRandomPoints(random, 4);
-        if (i % 4 == 0) // whole numbers, where lower degrees and double roots turn up
+        if (i % 4 == 0) // integers, which yield lower degrees and double roots
             for (CqPoint2D& point : p)
                 point = CqPoint2D(random.fnInt(-4, 4), random.fnInt(-4, 4));
         const double x = i % 4 == 0 ? random.fnInt(-4, 4) * 0.5 : random.fnBetween(-100, 100);
@@ -403,7 +403,7 @@ TEST(CqCubicBezier2D, CrossesAsTheFormulaTakenApart) {
     EXPECT_GT(total, 5000);
 }
 
-TEST(CqCubicBezier2D, CrossesWhereItIs) {
+TEST(CqCubicBezier2D, CrossesAtPointsOfTheCurve) {
     CqRandom random(36);
     for (int i = 0; i < 5000; ++i) {
         Points p(4);

@@ -12,7 +12,7 @@ CqLine2D fnLine(double x0, double y0, double x1, double y1) {
     return {CqPoint2D(x0, y0), CqPoint2D(x1, y1)};
 }
 
-TEST(CqLine2D, KeepsItsStartAheadOfItsEnd) {
+TEST(CqLine2D, StoresItsStartBeforeItsEnd) {
     EXPECT_EQ(offsetof(CqLine2D, m_Start), 0u);
     EXPECT_EQ(offsetof(CqLine2D, m_End), 16u);
     const CqLine2D none;
@@ -32,7 +32,7 @@ TEST(CqLine2D, HasALengthAndPointsBeyondItsEnds) {
                 CqPoint2D(1 * (1.0 - t) + 4 * t, 2 * (1.0 - t) + 6 * t));
 }
 
-TEST(CqLine2D, KnowsOnlyItsEndsAsPointsOnIt) {
+TEST(CqLine2D, TakesOnlyItsEndsAsPointsOnIt) {
     const CqLine2D line = fnLine(0, 0, 10, 4);
     double t = kUntouched;
     EXPECT_FALSE(line.fnIntersectPoint({5, 2}, t));
@@ -56,7 +56,7 @@ TEST(CqLine2D, TakesTheStartFirstWhenBothEndsAreTheSame) {
 
 TEST(CqLine2D, DividesTheStepsWhenRoundingMakesThemEqualVectors) {
     // The point differs from the end by one unit in the last place, 1.2e-7, but the steps from the
-    // far-off start round to the same vector.
+    // distant start round to the same vector.
     const double far = -1e17;
     const double end = 1e9;
     const double point = std::nextafter(end, 2e9);
@@ -85,7 +85,7 @@ TEST(CqLine2D, FindsTheFootOfThePerpendicular) {
     EXPECT_FALSE(line.fnFindNearestPoint({10 + 2e-9, 3.0}, t, nullptr));
 }
 
-TEST(CqLine2D, TakesAFootOnASegmentOfNoLengthAsAHitWithoutANumber) {
+TEST(CqLine2D, TakesAFootOnASegmentOfNoLengthAsAHitWithNotANumber) {
     double t = kUntouched;
     CqPoint2D nearest;
     EXPECT_TRUE(fnLine(3, 3, 3, 3).fnFindNearestPoint({5, 5}, t, &nearest));
@@ -102,7 +102,7 @@ TEST(CqLine2D, FindsTheCrossingWithAnotherSegment) {
     EXPECT_TRUE(fnLine(0, 0, 2, 2).fnIntersectLine(fnLine(0, 2, 2, 0), t, nullptr));
 }
 
-TEST(CqLine2D, LeavesItsResultsWithoutACrossing) {
+TEST(CqLine2D, LeavesItsOutputsWithoutACrossing) {
     double t = kUntouched;
     CqPoint2D hit(7, 7);
     EXPECT_FALSE(fnLine(0, 0, 1, 1).fnIntersectLine(fnLine(3, 0, 3, 9), t, &hit));
@@ -117,7 +117,7 @@ TEST(CqLine2D, CountsSegmentsThatTouchAtAnEnd) {
     EXPECT_BITS(t, 1.0);
     EXPECT_TRUE(fnLine(4, 0, 0, 0).fnIntersectLine(fnLine(4, 0, 4, 4), t, nullptr));
     EXPECT_BITS(t, 0.0);
-    // They may fall short of each other by less than the tolerance, and t isn't clamped.
+    // A gap below the tolerance is allowed, and t isn't clamped.
     EXPECT_TRUE(
         fnLine(0, 0, 1, 0).fnIntersectLine(fnLine(1 + 0.5e-10, -1, 1 + 0.5e-10, 1), t, nullptr));
     EXPECT_GT(t, 1.0);
@@ -132,16 +132,16 @@ TEST(CqLine2D, DoesNotCrossAParallelSegment) {
     EXPECT_BITS(t, kUntouched);
 }
 
-TEST(CqLine2D, CrossesASegmentOnTheSameLineWithoutANumber) {
+TEST(CqLine2D, CrossesASegmentOnTheSameLineWithNotANumber) {
     double t = kUntouched;
     EXPECT_TRUE(fnLine(0, 0, 5, 5).fnIntersectLine(fnLine(0, 0, 5, 5), t, nullptr));
     EXPECT_TRUE(std::isnan(t));
     t = kUntouched;
-    EXPECT_TRUE(fnLine(0, 0, 1, 0).fnIntersectLine(fnLine(50, 0, 60, 0), t, nullptr)); // even apart
+    EXPECT_TRUE(fnLine(0, 0, 1, 0).fnIntersectLine(fnLine(50, 0, 60, 0), t, nullptr)); // disjoint
     EXPECT_TRUE(std::isnan(t));
 }
 
-TEST(CqLine2D, CrossesInTheSettledOrderOfOperations) {
+TEST(CqLine2D, CrossesInTheDocumentedOrderOfOperations) {
     CqRandom random(9);
     int hits = 0;
     for (int i = 0; i < 5000; ++i) {
@@ -183,7 +183,7 @@ TEST(CqLine2D, EndsForAnyNumbers) {
                            {random.fnAnything(), random.fnAnything()});
         double t = kUntouched;
         CqPoint2D hit;
-        // A hit is an inner parameter, or none at all.
+        // A hit has a parameter inside the segment, or not a number.
         if (one.fnIntersectLine(two, t, &hit)) {
             EXPECT_TRUE(std::isnan(t) || (t > -1e-10 && t < 1.0000000001)) << t;
         } else {

@@ -41,7 +41,7 @@ CqMatrix2D fnRandomMatrix(CqRandom& random) {
 
 const CqMatrix2D kIdentity = fnMatrix(1, 0, 0, 0, 1, 0);
 
-TEST(CqMatrix2D, StandsInRowsInMemory) {
+TEST(CqMatrix2D, IsStoredRowByRow) {
     EXPECT_EQ(offsetof(CqMatrix2D, m_ScaleX), 0u);
     EXPECT_EQ(offsetof(CqMatrix2D, m_ShearX), 8u);
     EXPECT_EQ(offsetof(CqMatrix2D, m_TransX), 16u);
@@ -50,11 +50,11 @@ TEST(CqMatrix2D, StandsInRowsInMemory) {
     EXPECT_EQ(offsetof(CqMatrix2D, m_TransY), 40u);
 }
 
-TEST(CqMatrix2D, TakesItsElementsInAnOrderOfTheirOwn) {
+TEST(CqMatrix2D, ItsConstructorTakesTheElementsInAnotherOrder) {
     fnExpectBits(CqMatrix2D(1, 2, 3, 4, 5, 6), fnMatrix(1, 4, 5, 3, 2, 6));
 }
 
-TEST(CqMatrix2D, ReplacesTheWholeMatrixByEachSimpleForm) {
+TEST(CqMatrix2D, EachSimpleFormReplacesTheWholeMatrix) {
     CqMatrix2D m(1, 2, 3, 4, 5, 6);
     m.fnTranslate(7, 8);
     fnExpectBits(m, fnMatrix(1, 0, 7, 0, 1, 8));
@@ -83,7 +83,7 @@ TEST(CqMatrix2D, DoesNotReduceTheAngleOfARotation) {
     EXPECT_BITS(m.m_ScaleX, std::cos(GEOM_PI * 1e6 * 0.005555555555555556));
 }
 
-TEST(CqMatrix2D, KeepsTheCentreWhereItIs) {
+TEST(CqMatrix2D, KeepsTheCentreFixed) {
     const CqPoint2D centre(3.25, -8.5);
     const CqPoint2D same = fnMoved(CqMatrix2D(centre, 2, 2, 90, 0, 0), centre);
     EXPECT_NEAR(same.m_X, 3.25, 1e-14);
@@ -93,7 +93,7 @@ TEST(CqMatrix2D, KeepsTheCentreWhereItIs) {
     EXPECT_NEAR(moved.m_Y, 11.5, 1e-14);
 }
 
-TEST(CqMatrix2D, BuildsFromACentreInTheSettledOrder) {
+TEST(CqMatrix2D, BuildsFromACentreInTheDocumentedOrder) {
     CqRandom random(6);
     for (int i = 0; i < 1000; ++i) {
         const CqPoint2D c = random.fnPoint(-50, 50);
@@ -118,12 +118,12 @@ TEST(CqMatrix2D, BuildsFromACentreInTheSettledOrder) {
     }
 }
 
-TEST(CqMatrix2D, LeavesTheScalesUntouchedByAnAngleOfZero) {
+TEST(CqMatrix2D, KeepsTheScalesExactForAnAngleOfZero) {
     for (const double zero : {0.0, -0.0})
         fnExpectBits(CqMatrix2D({4, 8}, 3, 5, zero, 1, 2), fnMatrix(3, 0, -7, 0, 5, -30));
 }
 
-TEST(CqMatrix2D, ReducesTwoTurnsToOneAndNotToNone) {
+TEST(CqMatrix2D, ReducesTwoRotationsToOneAndNotToNone) {
     const CqMatrix2D one({0, 0}, 1, 1, 360, 0, 0);
     EXPECT_BITS(one.m_ShearY, std::sin(GEOM_PI * 360.0 * 0.005555555555555556));
     EXPECT_NE(one.m_ShearY, 0.0);
@@ -156,7 +156,7 @@ TEST(CqMatrix2D, AppliesTheArgumentOfAConcatenationLast) {
     EXPECT_BITS(fnMoved(both, {0, 0}), CqPoint2D(1, 0));
 }
 
-TEST(CqMatrix2D, ConcatenatesInTheSettledOrderOfSums) {
+TEST(CqMatrix2D, ConcatenatesInTheDocumentedOrderOfSums) {
     CqRandom random(7);
     for (int i = 0; i < 1000; ++i) {
         const CqMatrix2D a = fnRandomMatrix(random);
@@ -180,7 +180,7 @@ TEST(CqMatrix2D, ConcatenatesInTheSettledOrderOfSums) {
         self = a;
         self.fnConcat(n);
         fnExpectBits(self, expected);
-        // And it is what it says: one transform after the other.
+        // It equals one transform after the other.
         const CqPoint2D p = random.fnPoint(-5, 5);
         const CqPoint2D apart = fnMoved(n, fnMoved(a, p));
         const CqPoint2D at_once = fnMoved(expected, p);
@@ -201,7 +201,7 @@ TEST(CqMatrix2D, DropsTinyShearsOnConcatenation) {
     fnExpectBits(result, fnMatrix(2, 5e-11, 1, 2e-10, 3 + 1e-10 * 5e-11, 1 + 1e-10));
 }
 
-TEST(CqMatrix2D, InvertsInTheSettledOrder) {
+TEST(CqMatrix2D, InvertsInTheDocumentedOrder) {
     CqRandom random(8);
     for (int i = 0; i < 1000; ++i) {
         const CqMatrix2D m = fnRandomMatrix(random);
@@ -240,7 +240,7 @@ TEST(CqMatrix2D, InvertsASingularMatrixIntoInfinities) {
     EXPECT_TRUE(std::isnan(m.m_TransX));
 }
 
-TEST(CqMatrix2D, TakesAMirrorForAnIdentity) {
+TEST(CqMatrix2D, TreatsAMirrorAsAnIdentity) {
     EXPECT_TRUE(CqMatrix2D().fnIsIdentity());
     CqMatrix2D m;
     m.fnScale(-1, 1);
@@ -264,7 +264,7 @@ TEST(CqMatrix2D, HasAScaleOnlyWhenBothAxesAreScaled) {
     CqMatrix2D m;
     m.fnScale(2, 2);
     EXPECT_TRUE(m.fnHasScaleOnly());
-    m.m_TransX = 5; // not looked at
+    m.m_TransX = 5; // ignored
     EXPECT_TRUE(m.fnHasScaleOnly());
     m.fnScale(2, 1);
     EXPECT_FALSE(m.fnHasScaleOnly());
@@ -279,7 +279,7 @@ TEST(CqMatrix2D, HasAScaleOnlyWhenBothAxesAreScaled) {
     EXPECT_FALSE(m.fnHasScaleOnly());
 }
 
-TEST(CqMatrix2D, DoesNotTakeATranslationForATranslation) {
+TEST(CqMatrix2D, DoesNotRecognizeATranslation) {
     CqMatrix2D m;
     m.fnTranslate(3, 4);
     EXPECT_FALSE(m.fnHasTranslateOnly());
@@ -303,7 +303,7 @@ TEST(CqMatrix2D, EqualsWithinTheToleranceInAllElements) {
     }
 }
 
-TEST(CqMatrix2D, IsUnequalByARuleOfItsOwn) {
+TEST(CqMatrix2D, HasASeparateRuleForInequality) {
     const auto differs = [](int mask) {
         return CqMatrix2D() != fnMatrix(1 + (mask & 1), (mask >> 1) & 1, (mask >> 2) & 1,
                                         (mask >> 3) & 1, 1 + ((mask >> 4) & 1), (mask >> 5) & 1);

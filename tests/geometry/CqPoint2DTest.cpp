@@ -9,7 +9,7 @@
 
 namespace {
 
-TEST(GeometryTolerance, HasTheSettledNumbers) {
+TEST(GeometryTolerance, HasTheDocumentedValues) {
     EXPECT_BITS(GEOM_EPSILON, 1e-10);
     EXPECT_BITS(GEOM_PARAM_LOW, -1e-10);
     EXPECT_BITS(GEOM_PARAM_HIGH, 1.0000000001);
@@ -18,7 +18,7 @@ TEST(GeometryTolerance, HasTheSettledNumbers) {
     EXPECT_BITS(GEOM_PI, 3.141592653589793);
 }
 
-TEST(GeometryTolerance, PutsNumbersExactlyTheToleranceApartOnNeitherSide) {
+TEST(GeometryTolerance, TreatsNumbersExactlyTheToleranceApartAsNeitherEqualNorUnequal) {
     EXPECT_FALSE(q32::fnIsSame(1e-10, 0.0));
     EXPECT_FALSE(q32::fnIsDifferent(1e-10, 0.0));
     EXPECT_FALSE(q32::fnIsZero(1e-10));
@@ -36,7 +36,7 @@ TEST(GeometryTolerance, RefusesOnlyOrderedParametersOutsideOfASegment) {
     EXPECT_TRUE(q32::fnIsOnSegment(kNaN));
 }
 
-TEST(CqPoint2D, KeepsXAheadOfY) {
+TEST(CqPoint2D, StoresXBeforeY) {
     EXPECT_EQ(offsetof(CqPoint2D, m_X), 0u);
     EXPECT_EQ(offsetof(CqPoint2D, m_Y), 8u);
 }
@@ -57,7 +57,7 @@ TEST(CqPoint2D, TruncatesIntoPlatformPoints) {
               CPoint(2147483646, -2147483647));
 }
 
-TEST(CqPoint2D, CutsWhatIsBeyondPlatformPointsToThem) {
+TEST(CqPoint2D, ClampsToTheRangeOfPlatformPoints) {
     EXPECT_EQ(static_cast<CPoint>(CqPoint2D(1e300, -kInf)), CPoint(INT_MAX, INT_MIN));
     EXPECT_EQ(static_cast<CPoint>(CqPoint2D(2147483648.0, -2147483649.0)),
               CPoint(INT_MAX, INT_MIN));
@@ -162,12 +162,12 @@ TEST(CqPoint2D, TakesAStepOfAlmostNoWidthAsVertical) {
     EXPECT_BITS(CqPoint2D(-least, -1e-9).fnComputeAngle(CqPoint2D(), false), -90.0);
     // Exactly at the tolerance it is no longer vertical.
     EXPECT_BITS(CqPoint2D(1e-10, 1e-10).fnComputeAngle(CqPoint2D(), false), 45.0);
-    // No width, and a height that is neither equal nor unequal: upward.
+    // No width, and a height neither equal nor unequal to zero: upward.
     EXPECT_BITS(CqPoint2D(0.0, 1e-10).fnComputeAngle(CqPoint2D(), false), 90.0);
     EXPECT_BITS(CqPoint2D(0.0, -1e-10).fnComputeAngle(CqPoint2D(), false), -90.0);
 }
 
-TEST(CqPoint2D, TurnsRadiansIntoDegreesByMultiplyingFirst) {
+TEST(CqPoint2D, ConvertsRadiansToDegreesByMultiplyingFirst) {
     CqRandom random(2);
     for (int i = 0; i < 1000; ++i) {
         const CqPoint2D a = random.fnPoint(-50.0, 50.0);
@@ -185,7 +185,7 @@ TEST(CqPoint2D, TransformsWithTheOldCoordinates) {
     EXPECT_BITS(point, CqPoint2D(52.0, 143.0));
 }
 
-TEST(CqPoint2D, AddsTheTranslationAheadOfTheShear) {
+TEST(CqPoint2D, AddsTheTranslationBeforeTheShear) {
     CqRandom random(3);
     for (int i = 0; i < 1000; ++i) {
         const CqPoint2D p = random.fnPoint(-5.0, 5.0);
@@ -200,11 +200,11 @@ TEST(CqPoint2D, AddsTheTranslationAheadOfTheShear) {
     }
 }
 
-TEST(CqPoint2D, LeavesAShearOfExactlyZeroOut) {
+TEST(CqPoint2D, SkipsAShearOfExactlyZero) {
     CqPoint2D point(kInf, 2.0);
     point.fnTransform(CqMatrix2D(1.0, 1.0, 0.0, 0.0, 0.0, 0.0));
-    EXPECT_BITS(point, CqPoint2D(kInf, 2.0)); // 0 x infinity would be no number
-    // Any other shear counts, however small.
+    EXPECT_BITS(point, CqPoint2D(kInf, 2.0)); // 0 x infinity would be not a number
+    // Any other shear is applied, however small.
     point = CqPoint2D(1e20, 1e20);
     point.fnTransform(CqMatrix2D(0.0, 0.0, 1e-20, 1e-20, 0.0, 0.0));
     EXPECT_BITS(point, CqPoint2D(1.0, 1.0));

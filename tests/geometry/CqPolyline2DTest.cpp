@@ -35,7 +35,7 @@ void fnExpectParam(const CqPolyline2D& chain, int index, int tag, double low, do
     EXPECT_BITS(t1, high);
 }
 
-/// Shows the lists.
+/// Exposes the lists.
 class CqOpenPolyline : public CqPolyline2D {
 public:
     using CqPolyline2D::m_Params;
@@ -43,7 +43,7 @@ public:
     using CqPolyline2D::m_Vertices;
 };
 
-/// Segments made up on the spot: unit steps up a stair, of which no vertex is held.
+/// Computed segments: unit steps up a staircase, without stored vertices.
 class CqStair : public CqPolyline2D {
 public:
     explicit CqStair(int count) : m_nCount(count) {}
@@ -56,7 +56,7 @@ private:
     int m_nCount;
 };
 
-TEST(CqPolyPoint2D, StandsForNoPlaceAtFirst) {
+TEST(CqPolyPoint2D, IsInitiallyNoPosition) {
     EXPECT_EQ(CqPolyPoint2D().m_Line, -1);
     EXPECT_BITS(CqPolyPoint2D().m_Param, 0.0);
     EXPECT_EQ(CqPolyPoint2D(3, 0.25).m_Line, 3);
@@ -64,7 +64,7 @@ TEST(CqPolyPoint2D, StandsForNoPlaceAtFirst) {
     EXPECT_EQ(offsetof(CqPolyPoint2D, m_Param), 8u);
 }
 
-TEST(CqPolyline2D, HasOneSegmentLessThanVertices) {
+TEST(CqPolyline2D, HasOneSegmentFewerThanVertices) {
     CqPolyline2D chain;
     for (const int lines : {0, 0, 1, 2, 3}) {
         EXPECT_EQ(chain.fnGetNumberLine(), lines);
@@ -87,11 +87,11 @@ TEST(CqPolyline2D, JoinsALineAtItsEnd) {
     EXPECT_BITS(chain.fnGetLine(2).m_End, CqPoint2D(5, 5));
 }
 
-TEST(CqPolyline2D, KeepsTheLastVertexWhenAStartIsTheSame) {
+TEST(CqPolyline2D, KeepsTheLastVertexWhenAStartEqualsIt) {
     CqPolyline2D chain = fnChain({{0, 0}, {1, 0}});
     EXPECT_EQ(chain.fnAddLine({1 + 0.5e-10, 0.5e-10}, {2, 0}), 1);
     fnExpectVertices(chain, {{0, 0}, {1, 0}, {2, 0}});
-    // Exactly at the tolerance a start isn't different either.
+    // A start exactly at the tolerance isn't different either.
     chain = fnChain({{0, 0}, {0, 0}});
     EXPECT_EQ(chain.fnAddLine({1e-10, 0.0}, {2, 0}), 1);
     fnExpectVertices(chain, {{0, 0}, {0, 0}, {2, 0}});
@@ -131,7 +131,7 @@ TEST(CqPolyline2D, KeepsRecordsApartFromItsSegments) {
     fnExpectParam(chain, 1, -1, 0.5, 1.0);
     chain.fnReverse();
     fnExpectVertices(chain, {{2, 0}, {1, 0}, {0, 0}});
-    fnExpectParam(chain, 0, 7, 0.25, 0.5); // although segment 0 is another one now
+    fnExpectParam(chain, 0, 7, 0.25, 0.5); // although segment 0 has changed
     chain.fnAppend(fnChain({{5, 5}}));
     fnExpectVertices(chain, {{2, 0}, {1, 0}, {0, 0}, {5, 5}});
 }
@@ -168,7 +168,7 @@ TEST(CqPolyline2D, RemovesItsLastSegment) {
     EXPECT_EQ(chain.m_Params.GetCapacity(), 0);
 }
 
-TEST(CqPolyline2D, GivesItsReserveBack) {
+TEST(CqPolyline2D, ReleasesItsReserve) {
     CqOpenPolyline chain;
     for (int i = 0; i < 101; ++i) {
         chain.fnAddVertex({i, i});
@@ -186,7 +186,7 @@ TEST(CqPolyline2D, GivesItsReserveBack) {
     EXPECT_EQ(nothing.m_Vertices.GetCapacity(), 0);
 }
 
-TEST(CqPolyline2D, KeepsItsBoxUntilItIsAskedForAnew) {
+TEST(CqPolyline2D, CachesItsBoxUntilItIsUpdated) {
     CqPolyline2D chain = fnChain({{3, -4}, {-1, 2}, {0, 9}});
     EXPECT_BITS(chain.fnGetBoundRect().m_Right, 0.0);
     chain.fnFindBoundRect();
@@ -232,13 +232,13 @@ TEST(CqPolyline2D, ComputesPointsBeyondASegment) {
     EXPECT_BITS(chain.fnComputePoint(1, 0.25), CqPoint2D(4.0, 3.5));
 }
 
-TEST(CqPolyline2D, TellsWhetherALineCrosses) {
+TEST(CqPolyline2D, ReportsWhetherALineCrosses) {
     const CqPolyline2D chain = fnChain({{0, 0}, {10, 0}, {10, 10}});
     EXPECT_TRUE(chain.fnIntersectLine({{5, -1}, {5, 1}}));
     EXPECT_TRUE(chain.fnIntersectLine({{9, 5}, {11, 5}}));
     EXPECT_FALSE(chain.fnIntersectLine({{5, 1}, {5, 9}}));
-    EXPECT_FALSE(chain.fnIntersectLine({{0, 1}, {9, 1}}));  // parallel, apart
-    EXPECT_TRUE(chain.fnIntersectLine({{20, 0}, {30, 0}})); // on one line, apart
+    EXPECT_FALSE(chain.fnIntersectLine({{0, 1}, {9, 1}}));  // parallel, disjoint
+    EXPECT_TRUE(chain.fnIntersectLine({{20, 0}, {30, 0}})); // on one line, disjoint
     EXPECT_FALSE(CqPolyline2D().fnIntersectLine({{0, 0}, {1, 1}}));
     EXPECT_FALSE(fnChain({{0, 0}}).fnIntersectLine({{0, 0}, {1, 1}}));
 }
@@ -271,7 +271,7 @@ TEST(CqPolyline2D, FindsTheSegmentWithTheNearestFoot) {
     EXPECT_EQ(index, 0);
     EXPECT_BITS(t, 0.4);
     EXPECT_BITS(nearest, CqPoint2D(4, 0));
-    EXPECT_TRUE(chain.fnIntersectPoint({-4000, 3}, index, t, &nearest)); // however far
+    EXPECT_TRUE(chain.fnIntersectPoint({-4000, 3}, index, t, &nearest)); // at any distance
     EXPECT_EQ(index, 1);
     EXPECT_BITS(nearest, CqPoint2D(10, 3));
     // A tie goes to the earlier segment.
@@ -339,9 +339,9 @@ TEST(CqPolyline2D, FindsNearestFeetAsASearchOfAllSegmentsDoes) {
     }
 }
 
-TEST(CqPolyline2D, TellsOfMemoryThatRanOutWhileItLooksForFeet) {
+TEST(CqPolyline2D, ReportsExhaustedMemoryDuringASearchForFeet) {
     CqPolyline2D chain;
-    for (int i = 0; i < 30; ++i) // each segment has its foot, so that the list grows often
+    for (int i = 0; i < 30; ++i) // each segment has a foot, so that the list grows often
         chain.fnAddVertex({i % 2 * 100, i});
     CqFakeWorld world;
     const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
@@ -375,7 +375,7 @@ TEST(CqPolyline2D, ListsCrossingsWithVerticalLines) {
     EXPECT_BITS(values[0], 10.0);
     EXPECT_EQ(where[0].m_Line, 0);
     EXPECT_BITS(where[0].m_Param, 0.5);
-    // A shared vertex comes twice.
+    // A shared vertex is listed twice.
     chain.fnIntersectX(10, values, &where);
     ASSERT_EQ(values.GetSize(), 2);
     EXPECT_BITS(values[0], 20.0);
@@ -405,17 +405,17 @@ TEST(CqPolyline2D, ListsCrossingsOfAnAlmostVerticalSegmentByItsFirstEnd) {
     ASSERT_EQ(values.GetSize(), 1);
     EXPECT_BITS(values[0], 3.0);
     EXPECT_BITS(where[0].m_Param, 0.0);
-    chain.fnIntersectX(1e-10, values, &where); // a whole tolerance from the first end
+    chain.fnIntersectX(1e-10, values, &where); // exactly the tolerance from the first end
     EXPECT_EQ(values.GetSize(), 0);
 }
 
-TEST(CqPolyline2D, ListsCrossingsAsEachSegmentTaken) {
+TEST(CqPolyline2D, ListsCrossingsAsEachSegmentDoes) {
     CqRandom random(14);
     for (int i = 0; i < 500; ++i) {
         CqPolyline2D chain;
         CqPolyline2D mirrored;
         for (int v = random.fnInt(0, 12); v >= 0; --v) {
-            // Whole numbers, so that vertices, vertical and equal ones are met.
+            // Integers, so that vertices, vertical and equal segments occur.
             const CqPoint2D p(random.fnInt(0, 5), random.fnInt(0, 5));
             chain.fnAddVertex(p);
             mirrored.fnAddVertex({p.m_Y, p.m_X});
@@ -468,7 +468,7 @@ TEST(CqPolyline2D, ScansTheLinesOfADerivedClass) {
     EXPECT_BITS(stair.fnComputePoint(3, 0.5), CqPoint2D(3.5, 3.5));
 }
 
-/// Counts how often it is asked for its number of lines, and has one line less each time.
+/// Counts the queries of its number of lines, and has one line fewer after each.
 class CqMeltingStair : public CqStair {
 public:
     explicit CqMeltingStair(int count) : CqStair(count) {}
@@ -476,8 +476,8 @@ public:
     mutable int m_nAsked = 0;
 };
 
-TEST(CqPolyline2D, AsksForItsNumberOfLinesBeforeEachButForAPlainCrossing) {
-    // Of ten lines, the scans that ask each time meet five.
+TEST(CqPolyline2D, QueriesItsNumberOfLinesBeforeEachLineExceptForAPlainCrossing) {
+    // Of ten lines, scans that query each time visit five.
     CqPolyline2D::Values values;
     CqMeltingStair stair(10);
     stair.fnIntersectX(9.5, values, nullptr);
@@ -505,11 +505,11 @@ TEST(CqPolyline2D, NumbersItsLastLineByTheCountOfADerivedClass) {
     one.fnAddVertex({0, 0});
     one.fnAddVertex({1, 0});
     one.fnAddVertex({2, 0});
-    one.fnRemoveLine(); // the only one, so all goes
+    one.fnRemoveLine(); // the only line, so everything is removed
     EXPECT_EQ(one.fnGetNumberVertex(), 0);
 }
 
-TEST(CqPolyline2D, TakesNoFootThatIsInfinitelyFarAwayButStillTellsOfOne) {
+TEST(CqPolyline2D, SelectsNoInfinitelyDistantFootButStillReportsAHit) {
     const CqPolyline2D chain = fnChain({{0, 0}, {10, 0}});
     int index = 7;
     double t = kUntouched;
@@ -520,7 +520,7 @@ TEST(CqPolyline2D, TakesNoFootThatIsInfinitelyFarAwayButStillTellsOfOne) {
     EXPECT_BITS(nearest, CqPoint2D(3, 3));
 }
 
-TEST(CqPolyline2D, PassesMemoryThatRanOutOn) {
+TEST(CqPolyline2D, PropagatesExhaustedMemory) {
     const std::size_t runs = fnFailEachAllocation([](CqAllocationFailure&) {
         CqPolyline2D chain;
         try {
@@ -537,7 +537,7 @@ TEST(CqPolyline2D, PassesMemoryThatRanOutOn) {
             copy.fnIntersectX(3.5, values, &where);
         } catch (CMemoryException* failure) {
             failure->Delete();
-            // What is there can still be used.
+            // The remaining content is usable.
             for (int i = 0; i < chain.fnGetNumberLine(); ++i)
                 EXPECT_LE(chain.fnGetLine(i).fnFindLength(), 21.0);
         }

@@ -32,7 +32,7 @@ void fnExpectCurve(const CqQuadBezier2D& curve, const Points& p, double thicknes
                 CqPoint2D(*std::max_element(x, x + 3), *std::max_element(y, y + 3)));
 }
 
-TEST(CqQuadBezier2D, IsMadeWithItsBox) {
+TEST(CqQuadBezier2D, IsConstructedWithItsBoundingBox) {
     EXPECT_EQ(offsetof(CqQuadBezier2D, m_Thickness), 48u);
     EXPECT_EQ(offsetof(CqQuadBezier2D, m_BoundRect), 56u);
     fnExpectCurve(CqQuadBezier2D(), {{0, 0}, {0, 0}, {0, 0}}, 0.0);
@@ -96,12 +96,12 @@ TEST(CqQuadBezier2D, SplitsByRepeatedInterpolation) {
         right.fnSubdivide(t, left, right);
         fnExpectCurve(left, {p[0], a, m}, 3.0);
         fnExpectCurve(right, {m, b, p[2]}, 3.0);
-        // The halves join where the curve is.
+        // The halves join on the curve.
         EXPECT_NEAR(m.fnFindDistance(fnPlainValue(p, t)), 0.0, 1e-11);
     }
 }
 
-TEST(CqQuadBezier2D, CutsTheSplitToItsEnds) {
+TEST(CqQuadBezier2D, ClampsTheSplitToItsEnds) {
     CqQuadBezier2D left;
     CqQuadBezier2D right;
     kArch.fnSubdivide(2, left, right);
@@ -112,7 +112,7 @@ TEST(CqQuadBezier2D, CutsTheSplitToItsEnds) {
     fnExpectCurve(right, {{0, 0}, {1, 2}, {2, 0}}, 1.5);
 }
 
-TEST(CqQuadBezier2D, RunsTheOtherWay) {
+TEST(CqQuadBezier2D, Reverses) {
     CqQuadBezier2D curve = kArch;
     curve.fnReverse();
     fnExpectCurve(curve, {{2, 0}, {1, 2}, {0, 0}}, 1.5);
@@ -135,7 +135,7 @@ Crossings fnAtY(const CqQuadBezier2D& c, double y) {
     return r;
 }
 
-TEST(CqQuadBezier2D, TellsCrossingsInTheOrderOfTheFormula) {
+TEST(CqQuadBezier2D, ReportsCrossingsInTheOrderOfTheFormula) {
     Crossings hits = fnAtY(kArch, 0.5);
     EXPECT_EQ(hits.m_nCount, 2);
     EXPECT_NEAR(hits.m_T[0], 0.1464466094, 1e-10);
@@ -159,7 +159,7 @@ TEST(CqQuadBezier2D, HasOnlyTheCrossingAtItsEndWhenItEndsOnTheLine) {
     EXPECT_EQ(hits.m_nCount, 1);
     EXPECT_BITS(hits.m_T[0], 0.0);
     EXPECT_BITS(hits.m_Other[0], 0.0);
-    hits = fnAtY(kArch, 0.9e-10); // the start, although the end lies there as well
+    hits = fnAtY(kArch, 0.9e-10); // the start, although the end is there as well
     EXPECT_EQ(hits.m_nCount, 1);
     EXPECT_BITS(hits.m_T[0], 0.0);
     hits = fnAtX(kArch, 2);
@@ -168,7 +168,7 @@ TEST(CqQuadBezier2D, HasOnlyTheCrossingAtItsEndWhenItEndsOnTheLine) {
     EXPECT_BITS(hits.m_T[1], kUntouched);
 }
 
-TEST(CqQuadBezier2D, HasNoCrossingAsAStrokeAlongTheLine) {
+TEST(CqQuadBezier2D, HasNoCrossingWhenItLiesAlongTheLine) {
     EXPECT_EQ(fnAtX(fnCurve({{5, 0}, {5, 3}, {5, 9}}), 5).m_nCount, 0);
     EXPECT_EQ(fnAtY(fnCurve({{0, 5}, {3, 5}, {9, 5}}), 5).m_nCount, 0);
 }
@@ -192,7 +192,7 @@ TEST(CqQuadBezier2D, CrossesOnceWhenItIsStraightInOneCoordinate) {
     EXPECT_BITS(end.m_Other[0], -4.0);
 }
 
-TEST(CqQuadBezier2D, CrossesAsTheFormulaTakenApart) {
+TEST(CqQuadBezier2D, CrossesAsThePlainFormulaDoes) {
     CqRandom random(23);
     int total = 0;
     for (int i = 0; i < 5000; ++i) {
@@ -224,7 +224,7 @@ TEST(CqQuadBezier2D, CrossesAsTheFormulaTakenApart) {
         }
         for (int h = 0; h < hits.m_nCount; ++h)
             EXPECT_NEAR(fnPlainValue(p, hits.m_T[h]).m_X, x, 1e-6);
-        // The axes change places.
+        // With the axes exchanged.
         const Crossings turned =
             fnAtY(fnCurve({{p[0].m_Y, p[0].m_X}, {p[1].m_Y, p[1].m_X}, {p[2].m_Y, p[2].m_X}}), x);
         ASSERT_EQ(turned.m_nCount, hits.m_nCount);
@@ -252,7 +252,7 @@ TEST(CqQuadBezier2D, CrossesALineAsItsFlatPartsDo) {
     EXPECT_GT(total, 300);
 }
 
-TEST(CqQuadBezier2D, CrossesALineWhereItIs) {
+TEST(CqQuadBezier2D, CrossesALineAtPointsOfTheCurve) {
     CqRandom random(25);
     int total = 0;
     for (int i = 0; i < 200; ++i) {
@@ -262,7 +262,7 @@ TEST(CqQuadBezier2D, CrossesALineWhereItIs) {
         double t[2] = {kUntouched, kUntouched};
         const int count = fnCurve(p).fnIntersectLine(line, t[0], t[1]);
         for (int h = 0; h < std::min(count, 2); ++h) {
-            // Parameters run along chords, so the curve's own lies somewhere in the same part.
+            // Parameters are those of chords, so the curve's parameter lies within the same part.
             double from = 0.0;
             double to = 1.0;
             fnPlainFlatten(p, 0.5, [&](const Points&, double low, double high) {
@@ -286,7 +286,7 @@ TEST(CqQuadBezier2D, CrossesALineWhereItIs) {
     EXPECT_GT(total, 50);
 }
 
-TEST(CqQuadBezier2D, TellsACrossingOnAJointTwice) {
+TEST(CqQuadBezier2D, ReportsACrossingOnAJointTwice) {
     // The joint of the halves is the top, (50, 50).
     const CqQuadBezier2D arch = fnCurve({{0, 0}, {50, 100}, {100, 0}});
     double t1 = kUntouched;
@@ -297,7 +297,7 @@ TEST(CqQuadBezier2D, TellsACrossingOnAJointTwice) {
 }
 
 TEST(CqQuadBezier2D, CountsMoreCrossingsThanItHasSlotsFor) {
-    // A line through three joints, each of which counts twice, of a curve that lies on one line.
+    // A line through three joints, each counted twice, of a curve that lies on one line.
     const CqQuadBezier2D back = fnCurve({{0, 0}, {200, 0}, {0, 100}});
     double t1 = kUntouched;
     double t2 = kUntouched;
@@ -306,7 +306,7 @@ TEST(CqQuadBezier2D, CountsMoreCrossingsThanItHasSlotsFor) {
     const int count = back.fnIntersectLine({quarter, later}, t1, t2);
     EXPECT_EQ(count, 4);
     EXPECT_BITS(t1, 0.25);
-    EXPECT_BITS(t2, 0.75); // the last one wins
+    EXPECT_BITS(t2, 0.75); // holds the last crossing
 }
 
 TEST(CqQuadBezier2D, IsOneChordWhenItEndsWhereItStarts) {

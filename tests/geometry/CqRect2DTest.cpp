@@ -20,14 +20,14 @@ const CqRect2D kEmpty(5, 5, 5, 5);
 const CqRect2D kNull(0, 0, 0, 0);
 const CqRect2D kThin(0, 5, 10, 5);
 
-TEST(CqRect2D, KeepsLeftTopRightBottomInOrder) {
+TEST(CqRect2D, StoresLeftTopRightBottomInOrder) {
     EXPECT_EQ(offsetof(CqRect2D, m_Left), 0u);
     EXPECT_EQ(offsetof(CqRect2D, m_Top), 8u);
     EXPECT_EQ(offsetof(CqRect2D, m_Right), 16u);
     EXPECT_EQ(offsetof(CqRect2D, m_Bottom), 24u);
 }
 
-TEST(CqRect2D, IsMadeWithoutBringingAnythingInOrder) {
+TEST(CqRect2D, IsConstructedWithoutNormalization) {
     fnExpectBits(CqRect2D(), 0, 0, 0, 0);
     fnExpectBits(CqRect2D(4, 3, 2, 1), 4, 3, 2, 1);
     fnExpectBits(CqRect2D(CqPoint2D(9, 8), CqPoint2D(7, 6)), 9, 8, 7, 6);
@@ -62,7 +62,7 @@ TEST(CqRect2D, IsEmptyOnlyWithoutWidthAndHeight) {
     EXPECT_FALSE(CqRect2D(0, 0, 0, 1e-10).fnIsRectNull());
 }
 
-TEST(CqRect2D, HoldsAllFourOfItsEdges) {
+TEST(CqRect2D, ContainsAllFourOfItsEdges) {
     const CqRect2D rect(1, 2, 3, 4);
     for (const CqPoint2D inside : {CqPoint2D(1, 2), CqPoint2D(3, 4), CqPoint2D(3 + 0.5e-10, 3.0),
                                    CqPoint2D(2.0, 4 + 0.5e-10), CqPoint2D(1 - 0.5e-10, 2.0),
@@ -72,7 +72,7 @@ TEST(CqRect2D, HoldsAllFourOfItsEdges) {
          {CqPoint2D(3 + 2e-10, 3.0), CqPoint2D(2.0, 4 + 2e-10), CqPoint2D(1 - 2e-10, 2.0),
           CqPoint2D(2.0, 2 - 2e-10), CqPoint2D(kNaN, 3.0)})
         EXPECT_FALSE(rect.fnPtInRect(outside)) << outside.m_X << " " << outside.m_Y;
-    // The reach is strict, and taken from each edge.
+    // The margin is strict, and measured from each edge.
     EXPECT_FALSE(CqRect2D(0, 0, 1, 1).fnPtInRect({-1e-10, 0.5}));
 }
 
@@ -98,18 +98,18 @@ TEST(CqRect2D, MovesByItsOwnCorner) {
     fnExpectBits(rect, 0, 0, 2, 2);
 }
 
-TEST(CqRect2D, IntersectsAndTellsWhetherAnAreaIsLeft) {
+TEST(CqRect2D, IntersectsAndReportsWhetherAnAreaIsLeft) {
     CqRect2D rect;
     EXPECT_TRUE(rect.fnIntersectRect({0, 0, 10, 10}, {5, 5, 15, 15}));
     fnExpectBits(rect, 5, 5, 10, 10);
     EXPECT_FALSE(rect.fnIntersectRect({0, 0, 1, 1}, {2, 2, 3, 3}));
     fnExpectBits(rect, 2, 2, 1, 1);
-    EXPECT_FALSE(rect.fnIntersectRect({0, 0, 1, 5}, {1, 0, 2, 5})); // they touch: exactly compared
+    EXPECT_FALSE(rect.fnIntersectRect({0, 0, 1, 5}, {1, 0, 2, 5})); // touching: compared exactly
     fnExpectBits(rect, 1, 0, 1, 5);
     EXPECT_TRUE(rect.fnIntersectRect({0, 0, 1 + 1e-15, 5}, {1, 0, 2, 5}));
 }
 
-TEST(CqRect2D, LeavesTheOtherRectangleWhenOneIsEmpty) {
+TEST(CqRect2D, YieldsTheOtherRectangleWhenOneIsEmpty) {
     const CqRect2D full(1, 2, 3, 4);
     CqRect2D rect;
     for (const CqRect2D& nothing : {kEmpty, kNull}) {
@@ -124,10 +124,10 @@ TEST(CqRect2D, LeavesTheOtherRectangleWhenOneIsEmpty) {
         rect.fnUnionRect(full, nothing);
         fnExpectBits(rect, 1, 2, 3, 4);
     }
-    // The first is looked at first.
+    // The first is checked first.
     EXPECT_FALSE(rect.fnIntersectRect(kEmpty, kNull));
     fnExpectBits(rect, 0, 0, 0, 0);
-    // A rectangle with a width counts.
+    // A rectangle with only a width isn't empty.
     rect.fnUnionRect(kThin, {20, 20, 30, 30});
     fnExpectBits(rect, 0, 5, 30, 30);
 }
@@ -169,9 +169,9 @@ TEST(CqRect2D, TransformsTwoCornersByAScale) {
     CqMatrix2D m;
     m.fnScale(-2, 3);
     rect.fnTransform(m);
-    fnExpectBits(rect, -2, 6, -6, 12); // turned inside out
+    fnExpectBits(rect, -2, 6, -6, 12); // inverted
     rect = CqRect2D(1, 2, 3, 4);
-    rect.fnTransform(CqMatrix2D(0, 0, 0, 0, 7, 8)); // all that passes for a translation
+    rect.fnTransform(CqMatrix2D(0, 0, 0, 0, 7, 8)); // the only form taken for a translation
     fnExpectBits(rect, 7, 8, 7, 8);
 }
 
@@ -181,7 +181,7 @@ TEST(CqRect2D, TransformsFourCornersByAnythingElse) {
     m.fnScale(2, 1);
     rect.fnTransform(m);
     fnExpectBits(rect, 2, 2, 6, 4);
-    m.fnScale(-1, 1); // a mirror is no scale: the box stays in order
+    m.fnScale(-1, 1); // a mirror is not a scale: the box stays normalized
     rect.fnTransform(m);
     fnExpectBits(rect, -6, 2, -2, 4);
     rect = CqRect2D(3, 4, 1, 2);
@@ -217,11 +217,12 @@ TEST(CqRect2D, GivesTheIntegerRectangleOfThePixelsTouched) {
     EXPECT_EQ(static_cast<CRect>(CqRect2D(0.5, 0.5, 2.0, 2.0)), CRect(0, 0, 3, 3));
     EXPECT_EQ(static_cast<CRect>(CqRect2D(0, 0, 2.5, 2.5)), CRect(0, 0, 4, 4));
     EXPECT_EQ(static_cast<CRect>(CqRect2D(0, 0, 2 + 0.9e-10, 2 + 1.1e-10)), CRect(0, 0, 3, 4));
-    // Left and top are truncated, not floored; below zero nothing positive is cut off.
+    // Left and top are truncated toward zero, not floored; negative right and bottom lose no
+    // positive fraction.
     EXPECT_EQ(static_cast<CRect>(CqRect2D(-1.5, -0.5, -2.5, -0.5)), CRect(-1, 0, -1, 1));
 }
 
-TEST(CqRect2D, CutsTheIntegerRectangleTo32Bits) {
+TEST(CqRect2D, ClampsTheIntegerRectangleTo32Bits) {
     EXPECT_EQ(static_cast<CRect>(CqRect2D(-1e300, -kInf, 1e300, kInf)),
               CRect(INT_MIN, INT_MIN, INT_MAX, INT_MAX));
     EXPECT_EQ(static_cast<CRect>(CqRect2D(kNaN, kNaN, kNaN, 2147483646.5)),

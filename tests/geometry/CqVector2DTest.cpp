@@ -44,14 +44,14 @@ TEST(CqVector2D, ComparesAsPointsDo) {
     EXPECT_TRUE(fnVector(0.0, 0.0) != fnVector(0.0, 2e-10));
 }
 
-TEST(CqVector2D, ComparesWithPointsEitherWayRound) {
+TEST(CqVector2D, ComparesWithPointsOnEitherSide) {
     const CqVector2D vector = fnVector(1.0, 2.0);
     const CqPoint2D same(1.0 + 0.5e-10, 2.0);
     EXPECT_TRUE(vector == same);
     EXPECT_TRUE(same == vector);
     EXPECT_FALSE(vector != same);
     EXPECT_FALSE(same != vector);
-    // A whole tolerance apart: neither equal nor unequal.
+    // Exactly the tolerance apart: neither equal nor unequal.
     const CqPoint2D apart(1e-10, 0.0);
     EXPECT_FALSE(CqVector2D() == apart);
     EXPECT_FALSE(apart == CqVector2D());
@@ -65,7 +65,7 @@ TEST(CqVector2D, HasALength) {
     EXPECT_BITS(fnVector(1e200, 0.0).fnFindLength(), kInf); // its square overflows
 }
 
-TEST(CqVector2D, FindsTheAngleBetweenTwoWithoutItsSign) {
+TEST(CqVector2D, FindsTheUnsignedAngleBetweenTwoVectors) {
     const CqVector2D east = fnVector(1.0, 0.0);
     EXPECT_BITS(east.fnIntersectAngle(fnVector(0.0, 1.0), false), 90.0);
     EXPECT_BITS(fnVector(0.0, 1.0).fnIntersectAngle(east, false), 90.0);
@@ -75,12 +75,12 @@ TEST(CqVector2D, FindsTheAngleBetweenTwoWithoutItsSign) {
     EXPECT_BITS(east.fnIntersectAngle(fnVector(2.0, 0.0), false), 0.0);
 }
 
-TEST(CqVector2D, GivesNoNumberForTheAngleOfAZeroVector) {
+TEST(CqVector2D, GivesNotANumberForTheAngleOfAZeroVector) {
     EXPECT_TRUE(std::isnan(CqVector2D().fnIntersectAngle(fnVector(1.0, 0.0), false)));
     EXPECT_TRUE(std::isnan(fnVector(1.0, 0.0).fnIntersectAngle(CqVector2D(), true)));
 }
 
-TEST(CqVector2D, ReachesTheAngleThroughTheRootOfTheSquaredCosine) {
+TEST(CqVector2D, ComputesTheAngleFromTheRootOfTheSquaredCosine) {
     CqRandom random(4);
     for (int i = 0; i < 2000; ++i) {
         const CqVector2D a = random.fnPoint(-9.0, 9.0);
@@ -94,7 +94,7 @@ TEST(CqVector2D, ReachesTheAngleThroughTheRootOfTheSquaredCosine) {
         c = c >= 1.0 ? 1.0 : c < -1.0 ? -1.0 : c;
         EXPECT_BITS(a.fnIntersectAngle(b, true), std::acos(c));
         EXPECT_BITS(a.fnIntersectAngle(b, false), std::acos(c) * 180.0 / GEOM_PI);
-        EXPECT_NEAR(b.fnIntersectAngle(a, true), std::acos(c), 1e-7); // either way round
+        EXPECT_NEAR(b.fnIntersectAngle(a, true), std::acos(c), 1e-7); // in either order
     }
 }
 

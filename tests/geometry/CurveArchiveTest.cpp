@@ -40,7 +40,7 @@ TEST(CurveArchive, IsEightDoublesAndNothingElse) {
     }
 }
 
-TEST(CurveArchive, BringsThePointsBackWithANewBoxAndTheOldThickness) {
+TEST(CurveArchive, RestoresThePointsWithANewBoxAndTheOldThickness) {
     CMemFile file;
     fnSave(file, fnSample());
     file.Seek(0);
@@ -55,7 +55,7 @@ TEST(CurveArchive, BringsThePointsBackWithANewBoxAndTheOldThickness) {
     EXPECT_BITS(curve.fnGetBoundRect().m_Bottom, 1.0 / 3.0);
 }
 
-TEST(CurveArchive, LeavesTheCurveWhenItEndsEarly) {
+TEST(CurveArchive, LeavesTheCurveWhenItIsTruncated) {
     CMemFile whole;
     fnSave(whole, fnSample());
     for (std::size_t length = 0; length < 64; ++length) {
@@ -75,7 +75,7 @@ TEST(CurveArchive, LeavesTheCurveWhenItEndsEarly) {
     }
 }
 
-TEST(CurveArchive, GoesThroughARealFile) {
+TEST(CurveArchive, RoundTripsThroughARealFile) {
     q32::fnSetPlatform(q32PosixPlatform());
     const std::string name = ::testing::TempDir() + "q32BaseCurve.bin";
     {
@@ -104,7 +104,7 @@ TEST(CurveArchive, GoesThroughARealFile) {
     q32::fnClearPlatform();
 }
 
-TEST(CurveArchive, LeavesCurveAndColourWhenARealFileEndsEarly) {
+TEST(CurveArchive, LeavesCurveAndColourWhenARealFileIsTruncated) {
     q32::fnSetPlatform(q32PosixPlatform());
     const std::string name = ::testing::TempDir() + "q32BaseShortCurve.bin";
     CMemFile whole;
@@ -145,7 +145,7 @@ TEST(CurveArchive, LeavesCurveAndColourWhenARealFileEndsEarly) {
     q32::fnClearPlatform();
 }
 
-TEST(CurveArchive, HoldsAColourInFourBytesAlphaFirst) {
+TEST(CurveArchive, StoresAColourInFourBytesAlphaFirst) {
     CMemFile file;
     CqColor color(1, 2, 3, 4);
     {

@@ -30,7 +30,7 @@ TEST(CqCubicBezier2DAndLines, CrossAsTheFlatPartsDo) {
     EXPECT_GT(total, 500);
 }
 
-TEST(CqCubicBezier2DAndLines, CrossWhereTheCurveIs) {
+TEST(CqCubicBezier2DAndLines, CrossAtPointsOfTheCurve) {
     CqRandom random(41);
     int total = 0;
     for (int i = 0; i < 1000; ++i) {
@@ -41,7 +41,7 @@ TEST(CqCubicBezier2DAndLines, CrossWhereTheCurveIs) {
         double t[3] = {kUntouched, kUntouched, kUntouched};
         const int count = fnCurve(p).fnIntersectLine(line, t[0], t[1], t[2]);
         for (int h = 0; h < std::min(count, 3); ++h) {
-            // Parameters run along chords, so the curve's own may be a little aside.
+            // Parameters are those of chords, so the curve's parameter may differ slightly.
             double nearest = kMaxDouble;
             for (int s = -500; s <= 500; ++s) {
                 const CqPoint2D on = fnPlainValue(p, t[h] + s * 0.0001);
@@ -58,7 +58,7 @@ TEST(CqCubicBezier2DAndLines, CrossWhereTheCurveIs) {
 }
 
 TEST(CqCubicBezier2DAndLines, CrossAtTheChordsParameterWhenTheCurveIsFlat) {
-    // Parameters run unevenly along this curve, evenly along its chord.
+    // Parameters are uneven along this curve, but even along its chord.
     const Points p = {{0, 0}, {0.0, 0.4}, {1.0, 0.4}, {100, 0}};
     double t[3] = {kUntouched, kUntouched, kUntouched};
     EXPECT_EQ(fnCurve(p).fnIntersectLine({{25, -9}, {25, 9}}, t[0], t[1], t[2]), 1);
@@ -77,7 +77,7 @@ TEST(CqCubicBezier2DAndLines, CrossTwiceOnAJoint) {
 }
 
 TEST(CqCubicBezier2DAndLines, CrossMoreOftenThanThereAreSlots) {
-    // Through the start, and through the joints at a half and at the end's own part.
+    // Through the start, and through the joints at a half and at the last part.
     const Points wave = {{0, 0}, {100, 200}, {200, -200}, {300, 0}};
     double t[3] = {kUntouched, kUntouched, kUntouched};
     const auto expected = fnPlainCrossings(wave, {{-10, 0}, {310, 0}});
@@ -85,7 +85,7 @@ TEST(CqCubicBezier2DAndLines, CrossMoreOftenThanThereAreSlots) {
     EXPECT_EQ(fnCurve(wave).fnIntersectLine({{-10, 0}, {310, 0}}, t[0], t[1], t[2]), 4);
     EXPECT_BITS(t[0], 0.0);
     EXPECT_BITS(t[1], 0.5);
-    EXPECT_BITS(t[2], 1.0); // the last one wins
+    EXPECT_BITS(t[2], 1.0); // holds the last crossing
 }
 
 TEST(CqCubicBezier2DAndLines, CrossOnceWhenTheCurveEndsWhereItStarts) {

@@ -1,12 +1,11 @@
-#include "q32Base/geometry/CurveRoots.h"
-
+#include "q32Base/geometry/CurveRoots_p.h"
 #include "tests/geometry/GeometryTestTools.h"
 
 #include <vector>
 
 namespace {
 
-/// The closed form, written out apart.
+/// The closed form, implemented separately.
 std::vector<double> fnExpectedRoots(double a, double b, double c) {
     const double pi = 4.0 * std::atan(1.0);
     const double third = 0.3333333333333333;
@@ -73,7 +72,7 @@ TEST(CurveRoots, FindsADoubleRootAsTheSecondOfTwo) {
     EXPECT_NEAR(roots[0], 2.0, 1e-7);
     EXPECT_NEAR(roots[1], 1.0, 1e-7);
     EXPECT_BITS(roots[2], 79.0);
-    ASSERT_EQ(q32::fnSolveCubic(4, 5, 2, roots), 2); // the mirror, with q above 0
+    ASSERT_EQ(q32::fnSolveCubic(4, 5, 2, roots), 2); // mirrored, with q above 0
     EXPECT_NEAR(roots[0], -2.0, 1e-7);
     EXPECT_NEAR(roots[1], -1.0, 1e-7);
 }
@@ -98,7 +97,7 @@ TEST(CurveRoots, FollowsTheClosedFormBitForBit) {
     for (int i = 0; i < 20000; ++i)
         fnExpectRoots(random.fnBetween(-9, 9), random.fnBetween(-9, 9), random.fnBetween(-9, 9));
     for (int i = 0; i < 5000; ++i) {
-        // Whole roots, with doubles and triples among them.
+        // Integer roots, some of them double or triple.
         const double x = random.fnInt(-3, 3);
         const double y = random.fnInt(-3, 3);
         const double z = random.fnInt(-3, 3);
@@ -108,7 +107,7 @@ TEST(CurveRoots, FollowsTheClosedFormBitForBit) {
         fnExpectRoots(random.fnAnySize(), random.fnAnySize(), random.fnAnySize());
 }
 
-TEST(CurveRoots, LeavesOutOnlyRootsClearOfTheCurve) {
+TEST(CurveRoots, OmitsOnlyRootsClearOfTheCurve) {
     CqRandom random(17);
     int left = 0;
     for (int i = 0; i < 40000; ++i) {
@@ -117,7 +116,7 @@ TEST(CurveRoots, LeavesOutOnlyRootsClearOfTheCurve) {
             number = i % 8 == 0   ? random.fnAnySize()
                      : i % 8 == 1 ? random.fnInt(-6, 6)
                                   : random.fnBetween(-1000, 1000);
-        if (i % 8 == 2) // almost of degree two: roots far away
+        if (i % 8 == 2) // almost of degree two: distant roots
             p[3] = p[0] - 3.0 * p[1] + 3.0 * p[2] + random.fnBetween(-1e-7, 1e-7);
         const double a0 = p[0] - (i % 8 == 1 ? random.fnInt(-6, 6) : random.fnBetween(-1000, 1000));
         const double a3 = p[3] + (3.0 * p[1] - p[0] - 3.0 * p[2]);

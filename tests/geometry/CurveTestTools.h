@@ -1,5 +1,5 @@
 /// @file
-/// Plain second versions of what both Bezier curves do, over vectors of points.
+/// Plain reference versions of the operations of both Bezier curves, over vectors of points.
 #pragma once
 
 #include "q32Base/geometry/CqLine2D.h"
@@ -10,7 +10,7 @@
 
 using Points = std::vector<CqPoint2D>;
 
-/// De Casteljau with the ends cut off.
+/// De Casteljau with clamped ends.
 inline CqPoint2D fnPlainValue(Points p, double t) {
     if (t < 1e-10)
         return p.front();
@@ -101,7 +101,7 @@ inline std::vector<double> fnPlainCrossings(const Points& p, const CqLine2D& lin
     return hits;
 }
 
-/// Control points of one kind or another: plain, cusped, looped, collinear, closed, huge, tiny.
+/// Random control points of several kinds: plain, cusped, looped, collinear, closed, huge, tiny.
 inline Points fnRandomPoints(CqRandom& random, std::size_t count) {
     Points p(count);
     for (CqPoint2D& point : p)
@@ -128,7 +128,7 @@ inline Points fnRandomPoints(CqRandom& random, std::size_t count) {
         for (CqPoint2D& point : p)
             point *= 1e-3;
         break;
-    case 6: // a point
+    case 6: // a single point
         for (CqPoint2D& point : p)
             point = p[0];
         break;

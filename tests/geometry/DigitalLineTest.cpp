@@ -1,8 +1,8 @@
 #include "platforms/headless/headless.h"
 #include "q32Base/geometry/CqCubicBezier2D.h"
-#include "q32Base/geometry/SegmentDrawing.h"
+#include "q32Base/geometry/SegmentDrawing_p.h"
 #include "q32Base/image/CqImage.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/module/Module.h"
 #include "tests/geometry/CurveTestTools.h"
 
@@ -67,7 +67,7 @@ void fnPlainWalk(const CqLine2D& line, const CqImage& image, Pixels& pixels) {
     }
 }
 
-/// Fills a whole image with noise, the same for the same seed.
+/// Fills the image with noise determined by the seed.
 void fnFillWithNoise(CqImage& image, unsigned int seed) {
     CqRandom random(seed);
     CqTileMap& map = *image.TileMap;
@@ -113,7 +113,7 @@ TEST_F(DigitalLine, TakesOnePixelPerStepOfItsLongerAxis) {
     EXPECT_EQ(fnDrawn(2, 4, fnLine(0, 0, 1, 3)), "*.\n*.\n.*\n.*\n");
 }
 
-TEST_F(DigitalLine, MovesOnAtATieInTheDirectionThatItIsDrawn) {
+TEST_F(DigitalLine, StepsAtATieInTheDirectionOfDrawing) {
     EXPECT_EQ(fnDrawn(3, 2, fnLine(0, 0, 2, 1)), "*..\n.**\n");
     EXPECT_EQ(fnDrawn(3, 2, fnLine(2, 1, 0, 0)), "**.\n..*\n");
 }
@@ -122,7 +122,7 @@ TEST_F(DigitalLine, TakesASinglePixelOnce) {
     EXPECT_EQ(fnDrawn(3, 3, fnLine(1.2, 0.9, 0.8, 1.4)), "...\n.*.\n...\n");
 }
 
-TEST_F(DigitalLine, IsCutPixelByPixelAtTheEdges) {
+TEST_F(DigitalLine, IsClippedPixelByPixelAtTheEdges) {
     EXPECT_EQ(fnDrawn(3, 3, fnLine(-5, 1, 5, 1)), "...\n***\n...\n");
     EXPECT_EQ(fnDrawn(3, 3, fnLine(1, 9, 1, -9)), ".*.\n.*.\n.*.\n");
     EXPECT_EQ(fnDrawn(3, 3, fnLine(-9, -2, 9, -2)), "...\n...\n...\n");
@@ -178,7 +178,7 @@ TEST_F(DigitalLine, WritesEachDepthAsASinglePixelIsWritten) {
     }
 }
 
-TEST_F(DigitalLine, EntersAnImageFromFarAwayWhereItWouldHaveWalked) {
+TEST_F(DigitalLine, EntersAnImageFromFarAwayAtThePixelOfThePlainWalk) {
     CqRandom random(61);
     CqImage drawn(200, 150, 8, nullptr, 0);
     CqImage expected(drawn);
@@ -199,7 +199,7 @@ TEST_F(DigitalLine, EntersAnImageFromFarAwayWhereItWouldHaveWalked) {
     fnExpectSamePixels(drawn, expected, "far");
 }
 
-TEST_F(DigitalLine, CutsCoordinatesThatNoImageReaches) {
+TEST_F(DigitalLine, ClampsCoordinatesThatNoImageReaches) {
     EXPECT_EQ(fnDrawn(3, 3, fnLine(-1e300, 1, kInf, 1)), "...\n***\n...\n");
     EXPECT_EQ(fnDrawn(3, 3, fnLine(-kInf, -kInf, kInf, kInf)), "*..\n.*.\n..*\n");
     EXPECT_EQ(fnDrawn(3, 3, fnLine(1, -1073741824.0, 1, 1073741824.0)), ".*.\n.*.\n.*.\n");
@@ -207,7 +207,7 @@ TEST_F(DigitalLine, CutsCoordinatesThatNoImageReaches) {
     EXPECT_EQ(fnDrawn(3, 3, fnLine(1e300, 0, 1e300, 2)), "...\n...\n...\n");
 }
 
-TEST_F(DigitalLine, LeavesAnImageWithoutPixelsAlone) {
+TEST_F(DigitalLine, IgnoresAnImageWithoutPixels) {
     CqImage image;
     fnLine(0, 0, 9, 9).fnRasterize(image, kWhite);
     fnLine(5, -3, -9, 2).fnRasterize(image, kWhite);
@@ -216,12 +216,12 @@ TEST_F(DigitalLine, LeavesAnImageWithoutPixelsAlone) {
     EXPECT_EQ(image.TileMap, nullptr);
 }
 
-TEST_F(DigitalLine, LooksForItsPaletteEntryAsASinglePixelDoes) {
+TEST_F(DigitalLine, FindsItsPaletteEntryAsASinglePixelDoes) {
     const RGBQUAD palette[4] = {{1, 1, 1, 0}, {0, 0, 255, 0}, {9, 9, 9, 0}, {0, 0, 255, 0}};
     CqImage image(4, 1, 8, palette, 4);
     fnLine(0, 0, 1, 0).fnRasterize(image, CqColor(255, 0, 0, 255)); // the first of two
     EXPECT_EQ(image.fnGetPixelAddr(0, 0)[0], 1);
-    fnLine(1, 0, 3, 0).fnRasterize(image, CqColor(7, 7, 7, 255)); // none
+    fnLine(1, 0, 3, 0).fnRasterize(image, CqColor(7, 7, 7, 255)); // not in the palette
     EXPECT_EQ(image.fnGetPixelAddr(1, 0)[0], 0);
 }
 

@@ -1,5 +1,5 @@
 #include "q32Base/framework/Exceptions.h"
-#include "q32Base/geometry/BezierFlattening.h"
+#include "q32Base/geometry/BezierFlattening_p.h"
 #include "q32Base/geometry/CqCubicBezier2D.h"
 #include "q32Base/geometry/CqPolyline2D.h"
 #include "q32Base/geometry/CqQuadBezier2D.h"
@@ -44,7 +44,7 @@ void fnExpectSegments(const CqPolyline2D& polyline, const std::vector<Segment>& 
     }
 }
 
-TEST(Tessellation, CutsACurveAsThePlainRecursionDoes) {
+TEST(Tessellation, SubdividesACurveAsThePlainRecursionDoes) {
     CqRandom random(50);
     CqPolyline2D polyline;
     for (int i = 0; i < 2000; ++i) {
@@ -55,20 +55,20 @@ TEST(Tessellation, CutsACurveAsThePlainRecursionDoes) {
     }
 }
 
-TEST(Tessellation, CutsALargeCurveIntoManySegments) {
+TEST(Tessellation, SubdividesALargeCurveIntoManySegments) {
     const Points p = {{0, 0}, {1e6, 3e6}, {2e6, -3e6}, {3e6, 0.0}};
     CqPolyline2D polyline;
     fnCurve(p).fnTessellate(polyline, 0.01);
     EXPECT_GT(polyline.fnGetNumberLine(), 8000);
     fnExpectSegments(polyline, fnPlainSegments(p, 0.01));
-    // What is added later grows by the lists' own rule.
+    // Later additions grow the lists by their usual rule.
     const int count = polyline.fnGetNumberLine();
     EXPECT_EQ(polyline.fnAddLine({0, 1}, {0, 2}), count + 1);
 }
 
 TEST(Tessellation, GivesOneSegmentAtALargeTolerance) {
     CqPolyline2D polyline;
-    polyline.fnAddLine({9, 9}, {8, 8}); // what was there goes
+    polyline.fnAddLine({9, 9}, {8, 8}); // the previous content is replaced
     polyline.fnAddParam(5, 3, 4);
     const Points p = {{0, 0}, {1, 5}, {2, -5}, {3, 0}};
     fnCurve(p).fnTessellate(polyline, 1e6);
@@ -102,13 +102,13 @@ TEST(Tessellation, StaysWithinItsToleranceOfTheCurve) {
             }
             EXPECT_LE(nearest, tolerance * 1.000001) << i << " at " << s;
         }
-        // Joints lie on the curve, where their records say.
+        // Joints lie on the curve at their recorded parameters.
         for (int l = 0; l < polyline.fnGetNumberLine(); ++l) {
             double t0;
             double t1;
             polyline.fnGetParam(l, t0, t1);
             EXPECT_NEAR(polyline.fnGetVertex(l).fnFindDistance(fnPlainValue(p, t0)), 0, 1e-10);
-            // And what lies between them is near the curve, too.
+            // The points between them are near the curve, too.
             const CqPoint2D middle = polyline.fnComputePoint(l, 0.5);
             double nearest = kMaxDouble;
             for (int s = 0; s <= 50; ++s)
@@ -120,7 +120,7 @@ TEST(Tessellation, StaysWithinItsToleranceOfTheCurve) {
     }
 }
 
-/// Notes what it is told, in order.
+/// Records its notifications in order.
 class CqNotingPolyline : public CqPolyline2D {
 public:
     std::vector<int> m_LinesAtRecords;
@@ -130,7 +130,7 @@ public:
     }
 };
 
-TEST(Tessellation, TellsADerivedPolylineOfEachRecordAfterItsSegment) {
+TEST(Tessellation, NotifiesADerivedPolylineOfEachRecordAfterItsSegment) {
     CqNotingPolyline polyline;
     fnCurve({{0, 0}, {0, 80}, {80, 80}, {80, 0}}).fnTessellate(polyline, 0.1);
     ASSERT_GT(polyline.fnGetNumberLine(), 8);
@@ -138,7 +138,7 @@ TEST(Tessellation, TellsADerivedPolylineOfEachRecordAfterItsSegment) {
         EXPECT_EQ(polyline.m_LinesAtRecords[i], static_cast<int>(i) + 1);
 }
 
-TEST(Tessellation, LeavesWhatItHasWhenMemoryRunsOut) {
+TEST(Tessellation, KeepsThePartialResultWhenMemoryRunsOut) {
     const Points p = {{0, 0}, {0, 800}, {800, 800}, {800, 0}};
     const auto expected = fnPlainSegments(p, 0.001);
     ASSERT_GT(expected.size(), 200u);
@@ -162,7 +162,7 @@ TEST(Tessellation, LeavesWhatItHasWhenMemoryRunsOut) {
     EXPECT_EQ(CqAllocationFailure::fnOutstanding(), before);
 }
 
-TEST(Flatness, ComparesSquaresAsItWouldRoots) {
+TEST(Flatness, ComparesSquaresWithTheSameResultAsRoots) {
     CqRandom random(52);
     for (int i = 0; i < 20000; ++i) {
         const double value = i % 2 == 0 ? std::fabs(random.fnAnySize()) : random.fnBetween(0, 2);
@@ -183,7 +183,7 @@ TEST(Flatness, IsReachedStrictlyBelowTheThreshold) {
     const CqPoint2D p[4] = {{0, 0}, {1, 3}, {2, -4}, {5, 0}};
     EXPECT_FALSE(q32::FlatnessTest(p, 4.0)(p));
     EXPECT_TRUE(q32::FlatnessTest(p, std::nextafter(4.0, 5.0))(p));
-    // Feet beyond the ends of the chord count like any other.
+    // Feet beyond the ends of the chord are treated like any other.
     const CqPoint2D beyond[4] = {{0, 0}, {900.0, 0.25}, {-900, 0}, {1, 0}};
     EXPECT_TRUE(q32::FlatnessTest(beyond, 0.5)(beyond));
     const CqPoint2D quad[3] = {{0, 0}, {1, 3}, {5, 0}};
@@ -191,7 +191,7 @@ TEST(Flatness, IsReachedStrictlyBelowTheThreshold) {
     EXPECT_TRUE(q32::FlatnessTest(quad, 3.1)(quad));
 }
 
-/// What the recursion did with one curve.
+/// Statistics of the recursion on one curve.
 struct Effort {
     long m_nTests = 0;
     long m_nParts = 0;
@@ -217,7 +217,7 @@ Effort fnEffort(const CqPoint2D (&points)[kCount], double tolerance) {
 
 constexpr double kDeepest = 1.0 / (1 << q32::kCurveDepth);
 
-TEST(FlatteningEffort, IsBoundForCurvesOfEverySize) {
+TEST(FlatteningEffort, IsBoundedForCurvesOfEverySize) {
     CqRandom random(53);
     for (int i = 0; i < 600; ++i) {
         const double size = std::pow(10.0, i - 300);
@@ -227,13 +227,13 @@ TEST(FlatteningEffort, IsBoundForCurvesOfEverySize) {
         for (int k = 0; k < 4; ++k)
             p[k] = shape[static_cast<std::size_t>(k)] * (size / 100.0);
         std::copy_n(p, 3, q);
-        // A tolerance in proportion, so that the number of parts is that of a small curve.
+        // A proportional tolerance, so that the number of parts is that of a small curve.
         EXPECT_LT(fnEffort(p, size * 1e-6).m_nParts, 1 << 14) << i;
         EXPECT_LT(fnEffort(q, size * 1e-6).m_nParts, 1 << 14) << i;
     }
 }
 
-TEST(FlatteningEffort, EndsAtTheRoundingOfHugeCoordinates) {
+TEST(FlatteningEffort, StopsAtTheRoundingOfHugeCoordinates) {
     for (const double size : {1e17, 1e100}) {
         const double rise = size == 1e17 ? 1e11 : size; // one shallow, one with millions of parts
         const CqPoint2D p[4] = {
@@ -243,14 +243,14 @@ TEST(FlatteningEffort, EndsAtTheRoundingOfHugeCoordinates) {
         EXPECT_EQ(effort.m_nTests, 2 * effort.m_nParts - 1);
         EXPECT_GE(effort.m_dNarrowest, kDeepest);
     }
-    // Where squares overflow, distances are no numbers, and all is flat.
+    // Where squares overflow, distances are not numbers, and everything is flat.
     const CqPoint2D p[4] = {{0, 0}, {3e299, 9e299}, {7e299, -8e299}, {1e300, 1e299}};
     EXPECT_LT(fnEffort(p, 0.5).m_nParts, 100);
 }
 
-TEST(FlatteningEffort, EndsAtAToleranceOfNothing) {
-    // Each tolerance below the rounding of the coordinates counts as that rounding.
-    // The curve is shallow, so that the parts are thousands and not millions.
+TEST(FlatteningEffort, StopsAtAToleranceOfZero) {
+    // A tolerance below the rounding of the coordinates is raised to that rounding.
+    // The curve is shallow, which gives thousands of parts instead of millions.
     const CqPoint2D p[4] = {{0, 0}, {1.0, 1e-6}, {2.0, 1e-6}, {3.0, 0.5e-6}};
     for (const double tolerance : {0.0, -1.0, 1e-300}) {
         const Effort effort = fnEffort(p, tolerance);
@@ -262,7 +262,7 @@ TEST(FlatteningEffort, EndsAtAToleranceOfNothing) {
     EXPECT_EQ(fnEffort(p, kInf).m_nParts, 1);
 }
 
-TEST(FlatteningEffort, IsBoundForInfinitiesAndNotANumber) {
+TEST(FlatteningEffort, IsBoundedForInfinitiesAndNotANumber) {
     CqRandom random(54);
     for (int i = 0; i < 50000; ++i) {
         CqPoint2D p[4];
@@ -280,7 +280,7 @@ TEST(FlatteningEffort, IsBoundForInfinitiesAndNotANumber) {
     }
 }
 
-TEST(FlatteningEffort, IsBoundForWhatCallersAskOfSuchCurves) {
+TEST(FlatteningEffort, IsBoundedForOperationsOnSuchCurves) {
     CqRandom random(55);
     CqPolyline2D polyline;
     for (int i = 0; i < 2000; ++i) {
@@ -303,7 +303,7 @@ TEST(FlatteningEffort, IsBoundForWhatCallersAskOfSuchCurves) {
 }
 
 TEST(FlatteningEffort, StopsAtTheLastDepthWhateverTheTest) {
-    // One side only, so that the depth is reached in a few steps.
+    // On one side only, so that the depth is reached in a few steps.
     const CqPoint2D p[4] = {{0, 0}, {1, 1}, {2, 1}, {3, 0}};
     int parts = 0;
     double narrowest = 1.0;
@@ -317,8 +317,8 @@ TEST(FlatteningEffort, StopsAtTheLastDepthWhateverTheTest) {
     EXPECT_BITS(narrowest, kDeepest);
 }
 
-TEST(FlatteningEffort, LeavesCurvesOfOrdinaryCoordinatesToTheToleranceAlone) {
-    // Up to 10^14 the rounding lies below half a pixel.
+TEST(FlatteningEffort, UsesOnlyTheToleranceForCurvesOfOrdinaryCoordinates) {
+    // Up to 10^14 the rounding is below half a pixel.
     const double size = 1e8;
     const Points p = {{0, 0}, {0.3 * size, size}, {0.7 * size, -size}, {size, 0.0}};
     const CqPoint2D c[4] = {p[0], p[1], p[2], p[3]};

@@ -43,7 +43,7 @@ TEST(CqColor, BeginsAsOpaqueBlack) {
     EXPECT_EQ(color.m_Blue, 0);
 }
 
-TEST(CqColor, TheFourByteFormTakesAlphaLastThoughItLiesFirst) {
+TEST(CqColor, TheFourByteFormTakesAlphaLastThoughItIsStoredFirst) {
     const CqColor color(1, 2, 3, 4);
     unsigned char bytes[4];
     std::memcpy(bytes, &color.m_Alpha, 4);
@@ -104,7 +104,7 @@ TEST(CqColor, ComparisonsDifferInWhetherAlphaCounts) {
     }
 }
 
-TEST(CqColor, ScalingTruncatesAndCutsAndKeepsAlpha) {
+TEST(CqColor, ScalingTruncatesAndClampsAndKeepsAlpha) {
     CqColor color(255, 100, 1, 9);
     EXPECT_EQ(color * 0.5, CqColor(127, 50, 0, 9));
     EXPECT_EQ(color * 10.0, CqColor(255, 255, 10, 9));
@@ -117,7 +117,7 @@ TEST(CqColor, ScalingTruncatesAndCutsAndKeepsAlpha) {
     EXPECT_EQ(color, CqColor(0, 0, 0, 9));
 }
 
-TEST(CqColor, ScalingByWhatIsNoNumberOrEndlessIsHarmless) {
+TEST(CqColor, ScalingByNotANumberOrInfinityIsHarmless) {
     CqColor color(7, 0, 1, 9);
     EXPECT_EQ(color * std::numeric_limits<double>::infinity(), CqColor(255, 0, 255, 9));
     EXPECT_EQ(color * -std::numeric_limits<double>::infinity(), CqColor(0, 0, 0, 9));
@@ -125,7 +125,7 @@ TEST(CqColor, ScalingByWhatIsNoNumberOrEndlessIsHarmless) {
     EXPECT_EQ(color * 1e300, CqColor(255, 0, 255, 9));
 }
 
-TEST(CqColorHsb, EveryGreyHasNoHueAndComesBack) {
+TEST(CqColorHsb, GreysHaveNoHueAndConvertBackUnchanged) {
     for (int level = 0; level < 256; ++level) {
         EXPECT_EQ(fnHsb(fnRgb(level, level, level)), (Hsb{32767, 0, level}));
         EXPECT_EQ(fnFromHsb(HSB_UNDEFINED_HUE, 200, level), fnRgb(level, level, level));
@@ -141,12 +141,12 @@ TEST(CqColorHsb, PureColoursHaveTheHuesOfTheCircle) {
     EXPECT_EQ(fnHsb(fnRgb(255, 0, 255)), (Hsb{300, 255, 255}));
 }
 
-TEST(CqColorHsb, AlmostARedHasTheHue360AndComesBackAsRed) {
+TEST(CqColorHsb, AnAlmostRedColourHasHue360AndConvertsBackToRed) {
     EXPECT_EQ(fnHsb(fnRgb(255, 0, 1)), (Hsb{360, 255, 255}));
     EXPECT_EQ(fnFromHsb(360, 255, 255), fnRgb(255, 0, 0));
 }
 
-/// The hue by its definition, for each order of channels on its own.
+/// The hue by its definition, separately for each order of channels.
 Hsb fnHsbByCases(int r, int g, int b) {
     const int most = std::max({r, g, b});
     const int least = std::min({r, g, b});
@@ -157,7 +157,7 @@ Hsb fnHsbByCases(int r, int g, int b) {
     const int up = (delta / 2 + (middle - least) * 60) / delta;
     const int down = (delta / 2 + (most - middle) * 60) / delta;
     int hue = 0;
-    // Red and blue are placed first, blue above on a tie; then green, in the middle on a tie.
+    // Red and blue are ordered first, blue higher on a tie; then green, in the middle on a tie.
     const char maximum = r > b ? (g > r ? 'g' : 'r') : (g > b ? 'g' : 'b');
     const char minimum = r > b ? (g < b ? 'g' : 'b') : (g < r ? 'g' : 'r');
     if (maximum == 'r')
@@ -177,7 +177,7 @@ TEST(CqColorHsb, EveryColourConvertsByTheRule) {
                     << r << ", " << g << ", " << b;
 }
 
-TEST(CqColorHsb, HuesOutsideTheCircleAreMovedOnceAndNoMore) {
+TEST(CqColorHsb, HuesOutsideTheCircleAreReducedOnlyOnce) {
     EXPECT_EQ(fnFromHsb(361, 200, 180), fnFromHsb(1, 200, 180));
     EXPECT_EQ(fnFromHsb(-1, 200, 180), fnFromHsb(359, 200, 180));
     EXPECT_EQ(fnFromHsb(720, 200, 180), fnFromHsb(360, 200, 180));
@@ -203,7 +203,7 @@ TEST(CqColorHsb, WithoutSaturationTheResultIsGrey) {
         EXPECT_EQ(fnFromHsb(hue, 0, 77), fnRgb(77, 77, 77));
 }
 
-TEST(CqColorHsb, AlphaStays) {
+TEST(CqColorHsb, AlphaIsUnchanged) {
     CqColor color(1, 2, 3, 44);
     color.fnAssignFromHSB(120, 255, 255);
     EXPECT_EQ(color, CqColor(0, 255, 0, 44));
@@ -214,7 +214,7 @@ TEST(CqColorHsb, AlphaStays) {
 TEST(CqColorHsb, ValuesOutOfRangeWrapAtEightBits) {
     EXPECT_EQ(fnFromHsb(HSB_UNDEFINED_HUE, 0, 0x1234), fnRgb(0x34, 0x34, 0x34));
     EXPECT_EQ(fnFromHsb(0, 0, 300), fnRgb(44, 44, 44));
-    // Far values are harmless.
+    // Extreme values are harmless.
     fnFromHsb(2147483647, 2147483647, 2147483647);
     fnFromHsb(-2147483647 - 1, -2147483647 - 1, -2147483647 - 1);
 }
@@ -291,11 +291,11 @@ TEST(CqColorVideo, EveryColourFollowsTheLimits) {
 TEST(CqColorVideo, AColourThatOnePassHasChangedMayStillBeOutOfRange) {
     CqColor color(0, 255, 15, 255);
     EXPECT_FALSE(color.fnEnsureVideoSafe(CqColor::VIDEO_PAL));
-    EXPECT_EQ(color, CqColor(0, 180, 10, 255)); // 255 and 15 times 0.7059, cut
+    EXPECT_EQ(color, CqColor(0, 180, 10, 255)); // 255 and 15 times 0.7059, truncated
     EXPECT_FALSE(color.fnEnsureVideoSafe(CqColor::VIDEO_PAL));
 }
 
-TEST(CqColorVideo, EveryStandardButNtscIsPal) {
+TEST(CqColorVideo, EveryStandardOtherThanNtscIsTreatedAsPal) {
     EXPECT_EQ(CqColor::VIDEO_NTSC, 1);
     CqColor pal(255, 0, 0, 255);
     pal.fnEnsureVideoSafe(CqColor::VIDEO_PAL);
@@ -326,7 +326,7 @@ TEST(CqColorArchive, ASavedColourIsFourBytesWithAlphaFirst) {
     EXPECT_EQ(loaded, color);
 }
 
-TEST(CqColorArchive, AnArchiveThatEndsEarlyRaisesItsOwnFailure) {
+TEST(CqColorArchive, ATruncatedArchiveRaisesItsOwnException) {
     const unsigned char bytes[3] = {1, 2, 3};
     CMemFile file(bytes, 3);
     CArchive archive(&file, CArchive::load);

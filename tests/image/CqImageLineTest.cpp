@@ -1,4 +1,4 @@
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "tests/support/AttachedTest.h"
 #include "tests/support/FailingAllocator.h"
 #include "tests/support/Random.h"
@@ -87,7 +87,7 @@ TEST_F(CqImageLineTest, AReadOnlyRowIsNotWrittenBackButAFlushWritesIt) {
     EXPECT_EQ(fnRow(image, 0), std::vector<unsigned char>(10, 5));
 }
 
-TEST_F(CqImageLineTest, TheSameRowIsNeitherFetchedAgainNorGivenTheNewMode) {
+TEST_F(CqImageLineTest, AccessingTheSameRowNeitherFetchesItAgainNorChangesTheMode) {
     CqImage image(10, 2, 8, nullptr, 0);
     fnClear(image);
     CqImageLine line;
@@ -112,7 +112,7 @@ TEST_F(CqImageLineTest, AFailedBufferLeavesItFree) {
     EXPECT_EQ(line.Row, 1);
 }
 
-TEST_F(CqImageLineTest, FillsFromAPixelOn) {
+TEST_F(CqImageLineTest, FillsFromAGivenPixel) {
     for (const unsigned int bits : {8u, 16u, 24u, 32u}) {
         CqImage image(200, 1, bits, nullptr, 0);
         const unsigned int bytes = bits / 8;
@@ -139,7 +139,7 @@ TEST_F(CqImageLineTest, FillsFromAPixelOn) {
     }
 }
 
-TEST_F(CqImageLineTest, A4BitFillSetsWholeBytesAndThenAHighNibble) {
+TEST_F(CqImageLineTest, A4BitFillSetsFullBytesAndThenAHighNibble) {
     CqImage image(10, 1, 4, nullptr, 0);
     fnSetRow(image, 0, {0x11, 0x11, 0x11, 0x11, 0x11});
     CqImageLine line;
@@ -157,7 +157,7 @@ TEST_F(CqImageLineTest, A4BitFillFromAnOddPixelBeginsOnePixelLate) {
     line.fnFillColor(CqColor(255, 0, 0, 255), 1, 2); // index 9
     line.fnFlush();
     EXPECT_EQ(fnRow(image, 0), (std::vector<unsigned char>{0, 0x99, 0, 0, 0}));
-    line.fnFillColor(CqColor(255, 0, 0, 255), 9, 1); // begins behind the row: nothing is seen of it
+    line.fnFillColor(CqColor(255, 0, 0, 255), 9, 1); // begins after the row: invisible
     line.fnFlush();
     EXPECT_EQ(fnRow(image, 0), (std::vector<unsigned char>{0, 0x99, 0, 0, 0}));
 }
@@ -263,7 +263,7 @@ TEST_F(CqImageLineTest, FourBitPixelsShareAByteInPairs) {
     EXPECT_EQ(fnRow(image, 0), (std::vector<unsigned char>{0x9A, 0xBF, 0x10}));
 }
 
-TEST_F(CqImageLineTest, PixelsOfWholeBytesAreThoseOfTheImage) {
+TEST_F(CqImageLineTest, PixelsOfFullBytesMatchTheImage) {
     Random random(8);
     for (const unsigned int bits : {8u, 16u, 24u, 32u}) {
         CqImage image(300, 1, bits, nullptr, 0);
@@ -273,7 +273,7 @@ TEST_F(CqImageLineTest, PixelsOfWholeBytesAreThoseOfTheImage) {
                 CqImageLine line;
                 image.fnAccessLine(0, &line, false);
                 EXPECT_TRUE(line.fnGetPixelColor(x) == image.fnGetPixelColor(x, 0)) << bits;
-                const CqColor color(255, 213, 51, 9); // in the default palette
+                const CqColor color(255, 213, 51, 9); // a colour of the default palette
                 line.fnSetPixelColor(x, color);
                 EXPECT_TRUE(bits == 16 || line.fnGetPixelColor(x).fnIsEqual(color, bits == 32));
             }
@@ -301,7 +301,7 @@ TEST_F(CqImageLineTest, SixteenBitPixelsAreSetLowByteFirstAndReadWithAMixedGreen
     EXPECT_EQ(read.m_Blue, (0xCD << 3) & 0xFF);
 }
 
-/// A whole row set by a memoryless walk from `start`, against a plain picture of the rule.
+/// A row set by a memoryless walk from `start`, compared with a plain version of the rule.
 TEST_F(CqImageLineTest, AMemorylessWalkReachesEveryPixelOfARow) {
     Random random(4);
     for (const unsigned int bits : {4u, 8u, 16u, 24u, 32u}) {
@@ -348,7 +348,7 @@ TEST_F(CqImageLineTest, AMemorylessWalkReachesEveryPixelOfARow) {
     }
 }
 
-TEST_F(CqImageLineTest, AWalkCanStartAnywhereAndKnowsItsTile) {
+TEST_F(CqImageLineTest, AWalkCanStartAnywhereAndReportsItsTile) {
     CqImage image(300, 131, 24, nullptr, 0);
     CqImageLine line(true);
     image.fnAccessLine(130, &line, true);
@@ -371,7 +371,7 @@ TEST_F(CqImageLineTest, A4BitWalkFromAnOddPixelRunsOneByteLate) {
     EXPECT_EQ(line.fnGetPixel() - image.TileMap->PixelBuffer, 1);
     for (int i = 0; i < 5; ++i)
         line.fnSetPixel(255, 255, 255, 255); // index 15
-    // The pair of 0 and 1 is passed over, and the last pixel lands in the next row.
+    // The pair of pixels 0 and 1 is skipped, and the last pixel is written into the next row.
     EXPECT_EQ(fnRow(image, 0), (std::vector<unsigned char>{0, 0x0F, 0xFF}));
     EXPECT_EQ(fnRow(image, 1), (std::vector<unsigned char>{0xFF, 0, 0}));
     image.fnAccessLine(1, &line, false);

@@ -1,4 +1,4 @@
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "tests/support/AttachedTest.h"
 #include "tests/support/FailingAllocator.h"
 
@@ -9,7 +9,7 @@ namespace {
 
 class CqImageTest : public AttachedTest {
 protected:
-    /// An image whose protected parts can be reached.
+    /// An image with accessible protected members.
     class Bare : public CqImage {
     public:
         using CqImage::CqImage;
@@ -17,7 +17,7 @@ protected:
         using CqImage::fnSetBuf;
     };
 
-    /// An object that tells its end.
+    /// An object that reports its destruction.
     class Data : public CObject {
     public:
         explicit Data(int& ends) : m_nEnds(ends) {}
@@ -56,7 +56,7 @@ TEST_F(CqImageTest, BeginsWithoutStorageAndWithTheScreensResolution) {
     EXPECT_EQ(data, nullptr);
 }
 
-TEST_F(CqImageTest, KnowsItsClass) {
+TEST_F(CqImageTest, ReportsItsClass) {
     const CqImage image;
     EXPECT_STREQ(image.GetRuntimeClass()->m_lpszClassName, "CqImage");
     EXPECT_EQ(CqImage::classCqImage.m_pBaseClass, &CObject::classCObject);
@@ -64,7 +64,7 @@ TEST_F(CqImageTest, KnowsItsClass) {
     EXPECT_EQ(CqImage::classCqImage.CreateObject(), nullptr);
 }
 
-TEST_F(CqImageTest, MirrorsTheGeometryOfItsStorage) {
+TEST_F(CqImageTest, ItsFieldsMirrorTheGeometryOfItsStorage) {
     const CqImage image(300, 200, 24, nullptr, 0);
     EXPECT_EQ(image.Width, 300u);
     EXPECT_EQ(image.Height, 200u);
@@ -137,7 +137,7 @@ TEST_F(CqImageTest, AnEmptyScreenPaletteGivesTheDefaultOne) {
     EXPECT_EQ(CqImage(2, 2, 4, none).PaletteCount, 16u);
 }
 
-TEST_F(CqImageTest, EachFailureOfAllocatingWithAScreenPaletteLeavesTheImageAsItWas) {
+TEST_F(CqImageTest, EachFailedAllocationWithAScreenPaletteLeavesTheImageUnchanged) {
     const LOGPALETTE description = {0x300, 1, {{1, 2, 3, 4}}};
     CPalette palette;
     ASSERT_TRUE(palette.CreatePalette(&description));
@@ -164,7 +164,7 @@ TEST_F(CqImageTest, LoadingGoesThroughTheDerivedClass) {
     EXPECT_EQ(image.Width, 7u);
 }
 
-TEST_F(CqImageTest, TwoImagesExchangeTheirStorageAlone) {
+TEST_F(CqImageTest, TwoImagesSwapOnlyTheirStorage) {
     CqImage a(20, 10, 8, nullptr, 0);
     CqImage b;
     a.Title = "a";
@@ -186,11 +186,11 @@ TEST_F(CqImageTest, TwoImagesExchangeTheirStorageAlone) {
     EXPECT_TRUE(b.Title.IsEmpty());
 }
 
-TEST_F(CqImageTest, MakesAScreenPalette) {
+TEST_F(CqImageTest, CreatesAScreenPalette) {
     CqImage image(2, 2, 4, nullptr, 0);
     CPalette palette;
     image.fnGetPalette(palette);
-    image.fnGetPalette(palette); // what it held is deleted first
+    image.fnGetPalette(palette); // its previous content is deleted first
     ASSERT_EQ(palette.GetEntryCount(), 16);
     PALETTEENTRY entry;
     ASSERT_EQ(palette.GetPaletteEntries(9, 1, &entry), 1u);
@@ -200,7 +200,7 @@ TEST_F(CqImageTest, MakesAScreenPalette) {
     EXPECT_TRUE(fnRaisesMemoryException([&] { image.fnGetPalette(palette); }));
 }
 
-TEST_F(CqImageTest, PaletteEntriesAreCopiedOutAsFarAsTheyExist) {
+TEST_F(CqImageTest, OnlyExistingPaletteEntriesAreCopiedOut) {
     CqImage image(2, 2, 4, nullptr, 0);
     RGBQUAD out[3] = {{7, 7, 7, 7}, {7, 7, 7, 7}, {7, 7, 7, 7}};
     EXPECT_EQ(image.fnGetPaletteEntry(14, 3, out), 2u);
@@ -246,17 +246,17 @@ TEST_F(CqImageTest, AnAssignmentFromAnImageWithoutATitleKeepsTheTitle) {
     EXPECT_STREQ(to.Title, "kept");
 }
 
-TEST_F(CqImageTest, AnImageAssignedToItselfGetsFreshStorageAndLosesItsPixels) {
+TEST_F(CqImageTest, AnImageAssignedToItselfGetsNewStorageAndLosesItsPixels) {
     CqImage image(200, 200, 24, nullptr, 0);
     std::memset(image.TileMap->PixelBuffer, 9, image.TileMap->BufferSize);
     CqImage& same = image;
     image = same;
     EXPECT_EQ(fnPixels(image),
-              std::vector<unsigned char>(200 * 200 * 3, 0)); // as the platform gives it
+              std::vector<unsigned char>(200 * 200 * 3, 0)); // fresh storage is zero
     EXPECT_FALSE(image.TileMap->TileTable[0].Locked);
 }
 
-TEST_F(CqImageTest, AFailedAllocationLeavesTheImageAsItWas) {
+TEST_F(CqImageTest, AFailedAllocationLeavesTheImageUnchanged) {
     CqImage image(20, 20, 8, nullptr, 0);
     fnSetPixels(image);
     const auto before = fnPixels(image);
@@ -280,7 +280,7 @@ TEST_F(CqImageTest, AFailedAllocationLeavesTheImageAsItWas) {
     q32GetVMPolicy()->fnSetRamLimit(1'000'000);
 }
 
-TEST_F(CqImageTest, TellsTheScratchFileOfItsPixels) {
+TEST_F(CqImageTest, ReportsTheScratchFileOfItsPixels) {
     CqImage image;
     EXPECT_TRUE(image.fnGetScratchPath().IsEmpty());
     image.fnAlloc(20, 20, 24, nullptr, 0);
@@ -305,12 +305,12 @@ TEST_F(CqImageTest, SettingTheSamePluginDataAgainDeletesIt) {
         image.fnGetPluginData(held);
         image.fnSetPluginData(held);
         EXPECT_EQ(ends, 2);
-        image.PluginData = new Data(ends); // instead of the one that is gone
+        image.PluginData = new Data(ends); // replaces the deleted one
     }
     EXPECT_EQ(ends, 3);
 }
 
-TEST_F(CqImageTest, PixelsOfWholeBytesLieWhereTheirTilesHaveThem) {
+TEST_F(CqImageTest, PixelsOfFullBytesAreAddressedThroughTheirTiles) {
     for (const unsigned int bits : {8u, 16u, 24u, 32u}) {
         CqImage image(300, 260, bits, nullptr, 0);
         for (const int y : {0, 127, 128, 255, 256, 259}) {
@@ -326,7 +326,7 @@ TEST_F(CqImageTest, PixelsOfWholeBytesLieWhereTheirTilesHaveThem) {
     }
 }
 
-TEST_F(CqImageTest, AnOdd4BitPixelUsesTheByteBehindItsPair) {
+TEST_F(CqImageTest, AnOdd4BitPixelUsesTheByteAfterItsPair) {
     CqImage image(6, 2, 4, nullptr, 0);
     std::memset(image.TileMap->PixelBuffer, 0, 6);
     const unsigned char* start = image.TileMap->PixelBuffer;

@@ -33,7 +33,7 @@ TEST_F(CqImageTileTest, ATileOfTheLastColumnHasAShorterRow) {
     EXPECT_EQ(tile.BytesPerPixel, 3u);
 }
 
-TEST_F(CqImageTileTest, IsFoundByThePositionOfAPixel) {
+TEST_F(CqImageTileTest, IsSelectedByThePositionOfAPixel) {
     CqImage image(300, 300, 8, nullptr, 0);
     const struct {
         LONG x, y;
@@ -53,7 +53,7 @@ TEST_F(CqImageTileTest, IsFoundByThePositionOfAPixel) {
     EXPECT_EQ(tile.Index, 0);
 }
 
-TEST_F(CqImageTileTest, CopiesItsOwnSizeOfBytesWithoutLookingAtDepthOrSize) {
+TEST_F(CqImageTileTest, CopiesItsOwnByteCountWithoutCheckingDepthOrSize) {
     CqImage from(8, 1, 32, nullptr, 0);
     CqImage to(5, 2, 8, nullptr, 0);
     CqImageTile source;

@@ -1,4 +1,4 @@
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "tests/support/AttachedTest.h"
 #include "tests/support/FailingAllocator.h"
 #include "tests/support/Random.h"
@@ -70,14 +70,14 @@ protected:
     }
 };
 
-TEST_F(DibTest, AMissingResourceIsTheResourceException) {
+TEST_F(DibTest, AMissingResourceRaisesTheResourceException) {
     CqImage image(2, 2, 8, nullptr, 0);
     EXPECT_TRUE(fnRaisesResourceException([&] { image.fnLoad(1, 0); }));
     EXPECT_EQ(image.Width, 2u);
     EXPECT_NE(image.TileMap, nullptr);
 }
 
-TEST_F(DibTest, OnlyTheLow16BitsOfTheNumberCount) {
+TEST_F(DibTest, OnlyTheLow16BitsOfTheNumberAreUsed) {
     Dib dib(1, 1, 24);
     dib.m_Pixels = {1, 2, 3, 0};
     fnPut(dib.fnBlock());
@@ -85,7 +85,7 @@ TEST_F(DibTest, OnlyTheLow16BitsOfTheNumberCount) {
     EXPECT_EQ(fnRows(image), (Bytes{3, 2, 1}));
 }
 
-TEST_F(DibTest, RowsAreTurnedAndBytesPutInTheImagesOrder) {
+TEST_F(DibTest, RowsAreFlippedAndBytesStoredInTheImagesOrder) {
     Dib dib(2, 2, 24);
     dib.m_Pixels = {1, 2, 3, 4, 5, 6, 0, 0, 11, 12, 13, 14, 15, 16, 0, 0};
     EXPECT_EQ(fnLoadRows(dib), (Bytes{13, 12, 11, 16, 15, 14, 3, 2, 1, 6, 5, 4}));
@@ -100,7 +100,7 @@ TEST_F(DibTest, ATopDownSourceKeepsItsRowsInOrder) {
     EXPECT_EQ(fnLoadRows(dib), (Bytes{3, 2, 1, 6, 5, 4}));
 }
 
-TEST_F(DibTest, ANegativeHeightCantBeAssigned) {
+TEST_F(DibTest, ANegativeHeightCannotBeAssigned) {
     Dib dib(1, -2, 24);
     dib.m_Pixels = {1, 2, 3, 0, 4, 5, 6, 0};
     Bytes block = dib.fnBlock();
@@ -131,8 +131,8 @@ TEST_F(DibTest, TheColourTableFollowsTheFortyBytesAndZeroMeansAllEntries) {
 TEST_F(DibTest, A16BitSourceWithoutMasksIsReadAs555) {
     Dib dib(4, 1, 16);
     dib.m_Pixels = {0xFF, 0x7F, 0x12, 0x34, 0xAA, 0xBB, 0xCC, 0xDD};
-    // 0x7FFF: 11111 111110 11111; 0x3412: 01101 000000 10010; the second half of the row stays as
-    // it came.
+    // 0x7FFF: 11111 111110 11111; 0x3412: 01101 000000 10010; the second half of the row is
+    // unchanged.
     EXPECT_EQ(fnLoadRows(dib), (Bytes{0xFF, 0xDF, 0x68, 0x12, 0xAA, 0xBB, 0xCC, 0xDD}));
 }
 
@@ -146,7 +146,7 @@ TEST_F(DibTest, TheMasksOfABitmapCountAsItsFirstPixels) {
               (Bytes{2, 1, 3, 4, 0x00, 0x1F, 0, 0, 0x07, 0xE0, 0, 0, 0xF8, 0x00, 0, 0}));
 }
 
-TEST_F(DibTest, MasksLongerThanTheirPixelsStillTellTheFormWhenAssigned) {
+TEST_F(DibTest, MasksLongerThanThePixelsStillSelectTheFormatWhenAssigned) {
     CqImage image(2, 1, 16, nullptr, 0);
     BITMAPINFOHEADER* dib = image;
     // The first four of the twelve bytes of masks count as the only row: F800, of which the first
@@ -156,7 +156,7 @@ TEST_F(DibTest, MasksLongerThanTheirPixelsStillTellTheFormWhenAssigned) {
     ::operator delete(dib);
 }
 
-TEST_F(DibTest, OtherMasksThan565AreTakenFor555) {
+TEST_F(DibTest, MasksOtherThan565AreReadAs555) {
     Dib dib(2, 4, 16, BI_BITFIELDS);
     const std::uint32_t masks[3] = {0x7C00, 0x03E0, 0x001F};
     dib.m_Pixels = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0x7F, 3, 4};
@@ -165,7 +165,7 @@ TEST_F(DibTest, OtherMasksThan565AreTakenFor555) {
     EXPECT_EQ(Bytes(rows.begin(), rows.begin() + 4), (Bytes{0xFF, 0xDF, 3, 4}));
 }
 
-TEST_F(DibTest, AnUnknownCompressionFreesTheStorageWhenLoadedAndIsLeftUnsetWhenAssigned) {
+TEST_F(DibTest, AnUnknownCompressionFreesTheStorageOnLoadAndLeavesPixelsUnsetOnAssignment) {
     Dib dib(2, 3, 8, 4);
     dib.m_Pixels.assign(12, 9);
     fnPut(dib.fnBlock());
@@ -179,7 +179,7 @@ TEST_F(DibTest, AnUnknownCompressionFreesTheStorageWhenLoadedAndIsLeftUnsetWhenA
     EXPECT_EQ(fnRows(image), Bytes(6, 0));
 }
 
-TEST_F(DibTest, LoadingConvertsWhenADepthIsAskedFor) {
+TEST_F(DibTest, LoadingConvertsToARequestedDepth) {
     Dib dib(1, 1, 8);
     dib.m_Table[4 * 9] = 1;
     dib.m_Table[4 * 9 + 1] = 2;
@@ -200,7 +200,7 @@ TEST_F(DibTest, AssigningTakesTheRawResolutions) {
     EXPECT_EQ(image.DpiY, -5);
 }
 
-TEST_F(DibTest, GoesOutWithAHeaderAndRowsFromTheBottomUp) {
+TEST_F(DibTest, IsExportedWithAHeaderAndRowsFromTheBottomUp) {
     CqImage image(2, 2, 24, nullptr, 0);
     const Bytes rows = {1, 2, 3, 4, 5, 6, 11, 12, 13, 14, 15, 16};
     image.TileMap->fnStoreRow(0, rows.data());
@@ -220,7 +220,7 @@ TEST_F(DibTest, GoesOutWithAHeaderAndRowsFromTheBottomUp) {
     ::operator delete(dib);
 }
 
-TEST_F(DibTest, APaletteGoesOutBehindTheHeader) {
+TEST_F(DibTest, APaletteIsExportedAfterTheHeader) {
     const RGBQUAD table[3] = {{1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}};
     CqImage image(4, 1, 8, table, 3);
     BITMAPINFOHEADER* dib = image;
@@ -233,7 +233,7 @@ TEST_F(DibTest, APaletteGoesOutBehindTheHeader) {
     ::operator delete(dib);
 }
 
-TEST_F(DibTest, A16BitImageGoesOutWithMasksAndHalfOfEachRowSwapped) {
+TEST_F(DibTest, A16BitImageIsExportedWithMasksAndHalfOfEachRowSwapped) {
     CqImage image(4, 1, 16, nullptr, 0);
     const Bytes row = {1, 2, 3, 4, 5, 6, 7, 8};
     image.TileMap->fnStoreRow(0, row.data());
@@ -254,13 +254,13 @@ TEST_F(DibTest, A4BitRowOfAnOddWidthSpillsIntoItsNeighbour) {
     image.TileMap->fnStoreRow(1, rows.data() + 5);
     BITMAPINFOHEADER* dib = image;
     const auto* pixels = reinterpret_cast<const unsigned char*>(dib) + 40 + 64;
-    // Row 0 is written first, to the last place; row 1's fifth byte then covers its first.
+    // Row 0 is written first, at the end; the fifth byte of row 1 then overwrites its first.
     EXPECT_EQ(Bytes(pixels, pixels + 9),
               (Bytes{0x66, 0x77, 0x88, 0x99, 0xA0, 0x22, 0x33, 0x44, 0x50}));
     ::operator delete(dib);
 }
 
-TEST_F(DibTest, GoesOutAndComesBackAsItWas) {
+TEST_F(DibTest, ExportAndImportRoundTrip) {
     Random random(5);
     for (const unsigned int bits : {8u, 24u, 32u}) {
         for (const unsigned int width : {1u, 127u, 129u, 300u}) {
@@ -275,7 +275,7 @@ TEST_F(DibTest, GoesOutAndComesBackAsItWas) {
     }
 }
 
-TEST_F(DibTest, EachFailureOfGoingOutLeavesNothingBehind) {
+TEST_F(DibTest, EachFailedExportLeaksNothing) {
     CqImage image(20, 20, 24, nullptr, 0);
     for (std::size_t n = 1; n <= 2; ++n) { // the block, and the row
         const CqAllocationFailure failure(n);
@@ -284,7 +284,7 @@ TEST_F(DibTest, EachFailureOfGoingOutLeavesNothingBehind) {
     }
 }
 
-TEST_F(DibTest, EachFailureOfComingInIsTheMemoryException) {
+TEST_F(DibTest, EachFailedImportRaisesTheMemoryException) {
     Dib dib(2, 2, 8);
     dib.m_Pixels = {1, 2, 0, 0, 3, 4, 0, 0};
     Bytes block = dib.fnBlock();
@@ -311,7 +311,7 @@ TEST_F(DibTest, EachFailureOfComingInIsTheMemoryException) {
     }
 }
 
-TEST_F(DibTest, ACutBitmapGivesWhatItHolds) {
+TEST_F(DibTest, ATruncatedBitmapGivesWhatItHolds) {
     Dib dib(2, 3, 8);
     dib.m_Pixels = {1, 2, 0, 0, 3, 4, 0, 0, 5, 6, 0, 0};
     const Bytes whole = dib.fnBlock();
@@ -349,7 +349,7 @@ TEST_F(DibTest, RefusesSizesAndDepthsThatNoImageCanHave) {
     EXPECT_EQ(image.Width, 3u);
 }
 
-TEST_F(DibTest, HostileHeadersNeverLeadOutside) {
+TEST_F(DibTest, HostileHeadersNeverCauseOutOfBoundsAccess) {
     Random random(6);
     for (int round = 0; round < 3000; ++round) {
         Dib dib(static_cast<LONG>(random() % 40), static_cast<LONG>(random() % 40),
@@ -360,7 +360,7 @@ TEST_F(DibTest, HostileHeadersNeverLeadOutside) {
         Bytes block = dib.fnBlock();
         for (unsigned int i = random() % 4; i > 0; --i)
             block[16 + random() % 24] =
-                static_cast<unsigned char>(random()); // all behind size and depth
+                static_cast<unsigned char>(random()); // all fields after size and depth
         if (random() % 4 == 0)
             block[random() % 4] = static_cast<unsigned char>(random()); // biSize
         fnPut(block);
@@ -383,7 +383,7 @@ TEST_F(DibTest, RunsLiteralsAndLineEndsFillThePictureUpwards) {
     EXPECT_EQ(fnLoadRows(dib), (Bytes{9, 0, 0, 0, 0, 1, 2, 3, 4, 4, 7, 7, 7, 7, 7}));
 }
 
-TEST_F(DibTest, ARunAcrossATilesEdgeGoesOnInTheNextTile) {
+TEST_F(DibTest, ARunAcrossATilesEdgeContinuesInTheNextTile) {
     Dib dib(300, 130, 8, BI_RLE8);
     dib.m_Pixels = {120, 1, 20, 2, 100, 3, 0, 4, 9, 8, 7, 6, 50, 5, 0, 0, 0, 0, 200, 6, 0, 1};
     const Bytes rows = fnLoadRows(dib);
@@ -400,7 +400,7 @@ TEST_F(DibTest, ARunAcrossATilesEdgeGoesOnInTheNextTile) {
 
 TEST_F(DibTest, ADeltaGoesRightAndDown) {
     Dib dib(4, 4, 8, BI_RLE8);
-    // One line up, then right by two and down by one: to the bottom line again.
+    // One line up, then right by two and down by one: back to the bottom line.
     dib.m_Pixels = {1, 1, 0, 0, 0, 2, 2, 1, 1, 5, 0, 1};
     Bytes expected(16, 0);
     expected[12] = 1;
@@ -408,13 +408,13 @@ TEST_F(DibTest, ADeltaGoesRightAndDown) {
     EXPECT_EQ(fnLoadRows(dib), expected);
 }
 
-TEST_F(DibTest, ADeltaThatLeadsOutsideIsDroppedAndTheStreamGoesOn) {
+TEST_F(DibTest, ADeltaThatLeadsOutsideIsDroppedAndDecodingContinues) {
     Dib dib(4, 2, 8, BI_RLE8);
     dib.m_Pixels = {1, 1, 0, 2, 0, 1, 1, 2, 0, 2, 3, 0, 1, 3, 0, 1};
     EXPECT_EQ(fnLoadRows(dib), (Bytes{0, 0, 0, 0, 1, 2, 3, 0}));
 }
 
-TEST_F(DibTest, WhatPassesTheRightEdgeIsDropped) {
+TEST_F(DibTest, PixelsBeyondTheRightEdgeAreDropped) {
     Dib dib(130, 2, 8, BI_RLE8);
     dib.m_Pixels = {255, 1, 255, 2, 0, 0, 129, 3, 9, 4, 0, 3, 5, 5, 5, 0, 0, 1};
     Bytes expected(260, 1);
@@ -423,13 +423,13 @@ TEST_F(DibTest, WhatPassesTheRightEdgeIsDropped) {
     EXPECT_EQ(fnLoadRows(dib), expected);
 }
 
-TEST_F(DibTest, TheWorkEndsAboveTheFirstLine) {
+TEST_F(DibTest, DecodingStopsAboveTheFirstLine) {
     Dib dib(2, 1, 8, BI_RLE8);
     dib.m_Pixels = {1, 1, 0, 0, 2, 9};
     EXPECT_EQ(fnLoadRows(dib), (Bytes{1, 0}));
 }
 
-TEST_F(DibTest, AStreamThatEndsAnywhereGivesWhatItHolds) {
+TEST_F(DibTest, AStreamTruncatedAnywhereGivesWhatItHolds) {
     Dib dib(4, 2, 8, BI_RLE8);
     const Bytes stream = {2, 1, 0, 4, 5, 6, 7, 8, 0, 0, 0, 2, 1, 0, 1, 3, 0, 1};
     for (std::size_t size = 0; size <= stream.size(); ++size) {
@@ -448,7 +448,7 @@ TEST_F(DibTest, AStreamThatEndsAnywhereGivesWhatItHolds) {
     }
 }
 
-TEST_F(DibTest, TheToldLengthOfAStreamBoundsAnAssignment) {
+TEST_F(DibTest, TheDeclaredLengthOfAStreamBoundsAnAssignment) {
     Dib dib(4, 1, 8, BI_RLE8);
     dib.m_Pixels = {2, 1, 2, 9};
     dib.m_Header.biSizeImage = 2;

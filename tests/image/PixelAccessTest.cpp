@@ -76,7 +76,7 @@ Bytes fnInOrder(const CqImage& image, const Bytes& stored, PIXEL_ORDER order) {
     }
 }
 
-/// What writing a pixel of an order stores.
+/// The stored bytes of a pixel written in a given order.
 Bytes fnToStored(const CqImage& image, const Bytes& in, PIXEL_ORDER order) {
     if (order == PIXEL_STORED)
         return in;
@@ -121,7 +121,7 @@ struct Field {
 
 class PixelAccess : public AttachedTest {
 protected:
-    /// With equal entries, greys, and entries beyond the count of a short palette.
+    /// Includes equal entries, greys, and entries beyond the count of a short palette.
     static void fnAlloc(CqImage& image, Random& random, unsigned int width, unsigned int height,
                         unsigned int bits) {
         RGBQUAD palette[256] = {};
@@ -142,7 +142,7 @@ protected:
     }
 };
 
-TEST_F(PixelAccess, ReadingGivesEveryPixelOfARectangleInTheOrderAsked) {
+TEST_F(PixelAccess, ReadingGivesEveryPixelOfARectangleInTheRequestedOrder) {
     Random random(1);
     for (int round = 0; round < 300; ++round) {
         CqImage image;
@@ -174,7 +174,7 @@ TEST_F(PixelAccess, ReadingGivesEveryPixelOfARectangleInTheOrderAsked) {
     }
 }
 
-TEST_F(PixelAccess, WritingStoresEveryPixelOfARectangleAndNoOther) {
+TEST_F(PixelAccess, WritingStoresExactlyThePixelsOfARectangle) {
     Random random(2);
     for (int round = 0; round < 300; ++round) {
         CqImage image;
@@ -205,7 +205,7 @@ TEST_F(PixelAccess, WritingStoresEveryPixelOfARectangleAndNoOther) {
     }
 }
 
-TEST_F(PixelAccess, PickingGivesThePixelsOfARowInTheOrderOfItsList) {
+TEST_F(PixelAccess, PickingGivesThePixelsOfARowInListOrder) {
     Random random(3);
     for (int round = 0; round < 200; ++round) {
         CqImage image;
@@ -305,7 +305,7 @@ TEST_F(PixelAccess, RowsAreReadAndWrittenFromOddPixelsAndAcrossTheEdgesOfTiles) 
         }
 }
 
-TEST_F(PixelAccess, WhatIsNotInsideTheImageIsRefusedBeforeTheFirstByte) {
+TEST_F(PixelAccess, AreasOutsideTheImageAreRefusedBeforeTheFirstByte) {
     Random random(5);
     constexpr LONG kLeast = INT32_MIN;
     constexpr LONG kMost = INT32_MAX;

@@ -17,8 +17,8 @@ struct Rgb {
     unsigned red, green, blue;
 };
 
-// Steps of the first, the second and the third component, 0 to 5 each, and the spare byte. A level
-// of 6 reads the byte behind its six.
+// Steps of the first, second and third component, 0 to 5 each, and the spare byte. A level
+// of 6 reads the byte after its six.
 std::uint8_t fnIndexByRule(const Rgb& pixel, const std::uint8_t* thresholds, int x, int y) {
     const std::uint8_t steps[19] = {0,  36, 72, 108, 144, 180, 0, 6, 12, 18,
                                     24, 30, 0,  1,   2,   3,   4, 5, 0};
@@ -189,8 +189,8 @@ TEST_P(KernelsHiColorDither, NineOfTheSixteenCellsNeverRoundUp) {
 TEST_P(KernelsHiColorDither, RoundingUpStopsAt255) {
     Bytes bright(3 * 40, 255);
     m_Kernels.fnHiColorDither(bright.data(), 40, kPattern, 0, 0);
-    EXPECT_EQ(bright[0], 255);  // cell of 0: up
-    EXPECT_EQ(bright[3], 0xF8); // cell of 12: down
+    EXPECT_EQ(bright[0], 255);  // threshold 0: rounds up
+    EXPECT_EQ(bright[3], 0xF8); // threshold 12: rounds down
 }
 
 } // namespace

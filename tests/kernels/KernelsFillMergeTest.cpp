@@ -36,12 +36,12 @@ TEST_P(KernelsFill, RunsOfAMegabyteAndMoreAreFilledToTheLastByte) {
         }
 }
 
-TEST_P(KernelsFill, RowsThatLieApartAreCopiedAndNothingBetweenThem) {
+TEST_P(KernelsFill, RowsWithAStrideAreCopiedAndTheGapsAreNot) {
     fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
         const std::size_t rows = m_Random() % 4;
         const std::size_t sourceStride = count + m_Random() % 40;
         const std::size_t targetStride = count + m_Random() % 40;
-        // The last row ends the block, without its gap.
+        // The last row ends the block, without a gap after it.
         const std::size_t last = rows == 0 ? 0 : rows - 1;
         const Bytes from = fnRandomBytes(m_Random, last * sourceStride + count);
         Bytes expected = fnRandomBytes(m_Random, last * targetStride + count);
@@ -56,7 +56,7 @@ TEST_P(KernelsFill, RowsThatLieApartAreCopiedAndNothingBetweenThem) {
     });
 }
 
-// The rules of merges, one pixel at a time, with plain numbers.
+// The rules of merges in plain arithmetic, one pixel at a time.
 
 struct Channels {
     unsigned red, green, blue;
@@ -121,7 +121,7 @@ Bytes fnMergedByMask(const Bytes& source, const Bytes& target, std::size_t size,
 
 class KernelsMerge : public KernelsAtEachLevel {
 protected:
-    /// Bytes that are small in many places, so that blends don't all reach 255.
+    /// Bytes that are often small, so that blends don't all reach 255.
     Bytes fnDarkBytes(std::size_t count) {
         Bytes bytes = fnRandomBytes(m_Random, count);
         for (std::uint8_t& byte : bytes)
@@ -148,7 +148,7 @@ TEST_P(KernelsMerge, AKeyLeavesThePixelsOfItsColour) {
                        static_cast<std::uint8_t>(key[2] & 0xF8)};
             Bytes source = fnRandomBytes(m_Random, count * size);
             for (std::size_t i = 0; i < source.size(); i += size) {
-                if (m_Random() % 2) // the key, sometimes but for one byte
+                if (m_Random() % 2) // the key, sometimes with one byte changed
                     fnPut(source, i,
                           size == 3
                               ? key
@@ -167,7 +167,7 @@ TEST_P(KernelsMerge, AKeyLeavesThePixelsOfItsColour) {
         });
 }
 
-TEST_P(KernelsMerge, AMaskWeighsEachPixelWithoutADivision) {
+TEST_P(KernelsMerge, AMaskBlendsEachPixelWithoutADivision) {
     for (const std::size_t size : {2, 3})
         fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
             const Bytes source = fnDarkBytes(count * size);
@@ -233,7 +233,7 @@ TEST_P(KernelsMask, EveryPairOfWeightsIsAddedAndSubtractedByTheRule) {
     EXPECT_TRUE(difference.fnHolds(differences));
 }
 
-TEST_P(KernelsMask, RunsOfEveryLengthStayInside) {
+TEST_P(KernelsMask, RunsOfEveryLengthStayInBounds) {
     const Kernels& plain = *fnKernelsOfLevel(KernelLevel::SCALAR);
     fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
         const Bytes other = fnRandomBytes(m_Random, count);

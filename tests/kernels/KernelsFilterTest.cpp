@@ -1,4 +1,4 @@
-#include "q32Base/operations/ContribTable.h"
+#include "q32Base/operations/ContribTable_p.h"
 #include "tests/kernels/KernelsTestTools.h"
 
 #include <cmath>
@@ -12,7 +12,7 @@ class KernelsFilter : public KernelsAtEachLevel {
 protected:
     double fnUnit() { return static_cast<double>(m_Random()) / 4294967296.0; }
 
-    /// Just between two floats: no number loses more when it is rounded to one.
+    /// Midway between two floats, where the rounding error is largest.
     static double fnBetweenFloats(double value) {
         const auto low = static_cast<float>(value);
         return (static_cast<double>(low) + std::nextafter(low, 4.0F)) / 2.0;
@@ -27,14 +27,14 @@ protected:
         return static_cast<std::uint8_t>(std::min(std::max(whole, 0.0), 255.0));
     }
 
-    /// Rows of samples, and what the rule makes of them, through both kernels.
+    /// Filters rows of samples by the rule and by both kernels.
     void fnCheck(std::vector<ContribEntry> entries, const std::vector<Bytes>& rows,
                  std::size_t misalignment) {
         ContribList list = {static_cast<std::int32_t>(entries.size()), 0, 0, 0, entries.data()};
         fnSetApproximateWeights(list);
         const std::size_t count = rows[0].size();
         Bytes expected(count);
-        // Each row is a block of its own, so that reads beyond it are noticed.
+        // Each row is a separate block, so that reads beyond it are detected.
         std::vector<std::vector<float>> sources;
         std::vector<const float*> addresses;
         for (const Bytes& row : rows) {
@@ -54,7 +54,7 @@ protected:
 
         if (count < kFilterLanes)
             return;
-        // The same as lanes, two blocks a pixel, the entries' rows in reverse order.
+        // The same as lanes, two blocks per pixel, the entries' rows in reverse order.
         constexpr std::size_t kStride = 2 * kFilterLanes;
         std::vector<float> lanes(rows.size() * kStride);
         for (std::size_t k = 0; k < rows.size(); ++k) {
@@ -93,9 +93,9 @@ TEST_P(KernelsFilter, SumsAreThoseOfDoublesForEveryCount) {
     }
 }
 
-TEST_P(KernelsFilter, SumsByAHairBelowAWholeNumberAreDecidedInDouble) {
-    // The last weight brings the sum of byte 0 to an integer and a little more or less: from
-    // far inside to far outside of what single precision can tell.
+TEST_P(KernelsFilter, SumsBarelyBelowAnIntegerAreDecidedInDouble) {
+    // The last weight makes the sum of byte 0 an integer and a little more or less: from far
+    // inside to far outside the resolution of single precision.
     for (double off = 1e-13; off < 1e-3; off *= 1.3)
         for (const double sign : {-1.0, 1.0})
             for (const std::size_t taps : {1u, 2u, 4u, 5u, 13u, 161u, 499u, 501u}) {
@@ -117,9 +117,9 @@ TEST_P(KernelsFilter, SumsByAHairBelowAWholeNumberAreDecidedInDouble) {
             }
 }
 
-TEST_P(KernelsFilter, FastSumsStayWithinTheirBound) {
+TEST_P(KernelsFilter, FastSumsStayWithinTheirErrorBound) {
     for (int round = 0; round < 5000; ++round) {
-        // Few entries: the rounded weights then make up most of what the bound has to hold.
+        // With few entries, rounded weights account for most of the error bound.
         const std::size_t taps = 1 + m_Random() % 6;
         const double size = 0.9 + 0.99 * fnUnit();
         std::vector<double> shares;
@@ -149,12 +149,13 @@ TEST_P(KernelsFilter, FastSumsStayWithinTheirBound) {
     }
 }
 
-TEST_P(KernelsFilter, SumsBesideTheEndsOfBytesAreThoseOfDoubles) {
+TEST_P(KernelsFilter, SumsNearTheLimitsOfAByteAreThoseOfDoubles) {
     for (const double whole : {0.0, 1.0, 254.0, 255.0, 256.0})
         for (double off = 1e-9; off < 1e-3; off *= 1.5)
             for (const double sign : {-1.0, 1.0})
                 for (std::size_t taps = 2; taps <= 6; ++taps) {
-                    // High samples weigh about whole / 254 in all, low ones down to -0.85.
+                    // The weights of high samples sum to about whole / 254, of low ones down to
+                    // -0.85.
                     std::vector<ContribEntry> entries;
                     std::vector<Bytes> rows;
                     double sum = 0.0;
@@ -178,7 +179,7 @@ TEST_P(KernelsFilter, SumsBesideTheEndsOfBytesAreThoseOfDoubles) {
                 }
 }
 
-TEST_P(KernelsFilter, EqualBytesComeOutAsTheRuleHasThemAlsoWhenTheWeightsMissOne) {
+TEST_P(KernelsFilter, EqualBytesFollowTheRuleEvenWhenTheWeightsDoNotSumToOne) {
     for (const double off :
          {0.0,       1e-16, -1e-16, 1e-13,        -1e-13, 3e-13,  -3e-13,     -3.9e-13,  -3.92e-13,
           -3.94e-13, 4e-13, -4e-13, -4.3e-13,     1e-12,  -1e-12, -1.001e-12, -9.99e-13, 2e-11,
@@ -200,7 +201,7 @@ TEST_P(KernelsFilter, EqualBytesComeOutAsTheRuleHasThemAlsoWhenTheWeightsMissOne
         }
 }
 
-TEST_P(KernelsFilter, WeightsThatSinglePrecisionCannotHoldAreSummedUpInDouble) {
+TEST_P(KernelsFilter, WeightsBeyondSinglePrecisionAreSummedInDouble) {
     for (const double weight : {1.95, -1.95, 3.0, 1e9, -1e9, 1e300, std::nan(""),
                                 std::numeric_limits<double>::infinity()}) {
         std::vector<ContribEntry> entries = {{0, 0, weight}, {0, 0, 0.25}};
@@ -221,10 +222,10 @@ TEST_P(KernelsFilter, WeightsThatSinglePrecisionCannotHoldAreSummedUpInDouble) {
     }
 }
 
-TEST_P(KernelsFilter, SumsOfWholeRatiosAreNeverDoubtfulAndYetExact) {
+TEST_P(KernelsFilter, SumsOfIntegerRatiosNeverNeedTheDoubleFallbackAndAreExact) {
     for (const int denominator : {18, 144, 288, 486, 1152, 2250})
         for (int round = 0; round < 40; ++round) {
-            // Weights in units, of which the last one makes up for the sum.
+            // Weights in units; the last one completes the sum.
             std::vector<ContribEntry> entries;
             int left = denominator;
             const std::size_t taps = 2 + m_Random() % 7;
@@ -242,7 +243,7 @@ TEST_P(KernelsFilter, SumsOfWholeRatiosAreNeverDoubtfulAndYetExact) {
             std::vector<Bytes> rows;
             for (std::size_t k = 0; k < taps; ++k)
                 rows.push_back(fnRandomBytes(m_Random, 200));
-            // Sums that are whole, and one part below.
+            // Integer sums, and sums one part below.
             for (std::size_t k = 0; k < taps; ++k)
                 std::fill_n(rows[k].begin(), 100, static_cast<std::uint8_t>(40 + k));
             fnCheck(entries, rows, m_Random() % 32);
@@ -292,7 +293,7 @@ TEST_P(KernelsFilter, BlocksAreTransposedWithStridesOfEitherSign) {
         const std::size_t high = height * bytes + m_Random() % 3;
         const bool up = m_Random() % 2;
         const bool back = m_Random() % 2;
-        // Both blocks end with the last pixel, so that nothing may be touched behind it.
+        // Both blocks end with the last pixel, so that an access beyond it is detected.
         const Bytes content = fnRandomBytes(m_Random, wide * (height - 1) + width * bytes);
         const SourceBytes source(content, m_Random() % 32);
         TargetBytes target(high * (width - 1) + height * bytes, m_Random() % 32);
@@ -311,7 +312,7 @@ TEST_P(KernelsFilter, BlocksAreTransposedWithStridesOfEitherSign) {
     }
 }
 
-TEST_P(KernelsFilter, TurnsSampleWhatTheScalarOnesDo) {
+TEST_P(KernelsFilter, RotationsSampleLikeTheScalarKernels) {
     const Kernels& scalar = *fnKernelsOfLevel(KernelLevel::SCALAR);
     for (int round = 0; round < 200; ++round) {
         constexpr int kSide = 192;
@@ -329,7 +330,7 @@ TEST_P(KernelsFilter, TurnsSampleWhatTheScalarOnesDo) {
             if (r == 3)
                 rows.m_dX[r] = -0.5 * static_cast<double>(m_Random() % 8);
         }
-        if (round % 3 == 0) { // up to the last pixel, and from the last column and row on
+        if (round % 3 == 0) { // up to the last pixel, and from the last column and row
             const auto steps = static_cast<double>(count - 1);
             rows.m_dX[0] = -96.0 + 190.9 - std::max(0.0, rows.m_dCosine * steps);
             rows.m_dY[0] = 1000.0 + 190.9 - std::max(0.0, -rows.m_dSine * steps);
@@ -338,7 +339,7 @@ TEST_P(KernelsFilter, TurnsSampleWhatTheScalarOnesDo) {
                                          {&Kernels::fnRotateNearest32, 4u},
                                          {&Kernels::fnRotateBilinear8, 1u},
                                          {&Kernels::fnRotateBilinear32, 4u}}) {
-            // No byte more than the kernels may read.
+            // Exactly the bytes that the kernels may read.
             const Bytes block(content.begin(), content.begin() + kSide * kSide * bytes + 8);
             const RotateSource source = {block.data(), kSide, -96.0, 1000.0};
             std::vector<Bytes> expected(kRotateRows, Bytes(count * bytes));

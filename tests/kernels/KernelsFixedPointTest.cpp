@@ -1,4 +1,4 @@
-#include "q32Base/operations/ContribTable.h"
+#include "q32Base/operations/ContribTable_p.h"
 #include "tests/kernels/KernelsTestTools.h"
 
 #include <array>
@@ -8,7 +8,7 @@
 namespace q32::test {
 namespace {
 
-// Factors whose tables are whole. Enlarging by p / q has the distances of enlarging p times.
+// Factors with fixed-point tables. Enlarging by p / q has the distances of enlarging p times.
 constexpr double kFactors[] = {1.0, 2.0, 3.0,  1.5, 4.0,       4.0 / 3.0,
                                5.0, 2.5, 1.25, 0.5, 1.0 / 3.0, 1000.0 / 3000.0};
 
@@ -23,7 +23,7 @@ protected:
         return static_cast<std::uint8_t>(std::min(std::max(whole, 0.0), 255.0));
     }
 
-    /// One row of samples for each entry, through both kernels.
+    /// Filters one row of samples per entry with both kernels.
     void fnCheck(const ContribList& list, const std::vector<Bytes>& rows,
                  std::size_t misalignment) {
         const std::size_t count = rows[0].size();
@@ -43,7 +43,7 @@ protected:
         if (count < kFilterLanes)
             return;
 
-        // As lanes of two channels, the last entry's pixel coming first.
+        // As lanes of two channels, starting with the last entry's pixel.
         constexpr std::size_t kStride = 2 * kFilterLanes;
         std::vector<ContribEntry> entries(list.m_pEntries, list.m_pEntries + list.m_nCount);
         Bytes lanes(rows.size() * kStride);
@@ -72,7 +72,7 @@ protected:
         return rows;
     }
 
-    /// Lists of every kind that a factor has, from the middle and the edges.
+    /// Lists of every kind that a factor yields, from the middle and the edges.
     template <typename Test>
     void fnForEachList(Test test) {
         for (const double scale : kFactors) {
@@ -90,7 +90,7 @@ protected:
 
 Q32_AT_EACH_LEVEL(KernelsFixedPoint);
 
-TEST_P(KernelsFixedPoint, WeightsAreTheirPartsTogether) {
+TEST_P(KernelsFixedPoint, WeightsAreTheSumOfTheirParts) {
     fnForEachList([](const ContribList& list, int denominator) {
         const std::int32_t begin = list.m_FixedPoint.m_nBegin;
         const std::int32_t end = begin + 2 * list.m_FixedPoint.m_nPairs;
@@ -139,7 +139,7 @@ TEST_P(KernelsFixedPoint, EqualSamplesYieldTheirValue) {
     });
 }
 
-TEST_P(KernelsFixedPoint, WholeNumbersAndOnePartBelowAreToldApart) {
+TEST_P(KernelsFixedPoint, IntegersAndOnePartBelowAreDistinguished) {
     fnForEachList([this](const ContribList& list, int denominator) {
         std::vector<Bytes> rows = fnRandomRows(list, 128);
         std::vector<int> parts(rows.size());
@@ -147,7 +147,7 @@ TEST_P(KernelsFixedPoint, WholeNumbersAndOnePartBelowAreToldApart) {
                        [&](const ContribEntry& entry) {
                            return static_cast<int>(std::lround(entry.m_dWeight * denominator));
                        });
-        // Two samples in the middle are chosen so that each sum leaves the required rest.
+        // Two samples in the middle are chosen so that each sum has the required remainder.
         const auto middle = static_cast<std::size_t>(list.m_nCount / 2);
         std::size_t found = 0;
         for (std::size_t i = 0; i < 128; ++i) {
@@ -158,7 +158,7 @@ TEST_P(KernelsFixedPoint, WholeNumbersAndOnePartBelowAreToldApart) {
                     sum += parts[k] * rows[k][i];
             const int step = std::gcd(std::gcd(parts[middle], parts[middle - 1]), denominator);
             if ((expected - sum) % step != 0)
-                continue; // not every rest can be had
+                continue; // not every remainder is possible
             const unsigned start = m_Random() % 65536;
             for (unsigned n = 0; n < 65536; ++n) {
                 const unsigned both = (start + n) % 65536;
@@ -177,11 +177,11 @@ TEST_P(KernelsFixedPoint, WholeNumbersAndOnePartBelowAreToldApart) {
     });
 }
 
-TEST_P(KernelsFixedPoint, OtherFactorsAndLongListsAreNotWhole) {
+TEST_P(KernelsFixedPoint, OtherFactorsAndLongListsAreNotFixedPoint) {
     for (const double scale : {1333.0 / 4000.0, 0.25, 0.7, 1.1, 3.7, 6.0, 0.02, 1.0 / 3.0 + 1e-9}) {
         const ContribTable table(scale, 8, 3000);
         EXPECT_FALSE(table.fnIsFixedPoint()) << scale;
-        EXPECT_GE(table[1].m_fErrorBound, 0.0F) << scale; // they have what the fast sum needs
+        EXPECT_GE(table[1].m_fErrorBound, 0.0F) << scale; // the fast sum is available
     }
     for (const double weight : {1.95, -1.95, 1e9, 1e300, std::nan("")}) {
         std::array<ContribEntry, 2> entries = {{{0, 0, weight}, {0, 0, 0.5}}};
@@ -196,7 +196,7 @@ TEST_P(KernelsFixedPoint, OtherFactorsAndLongListsAreNotWhole) {
     }
 }
 
-TEST_P(KernelsFixedPoint, AListOfAnOddLengthHasNoPartnerForItsLast) {
+TEST_P(KernelsFixedPoint, AListOfOddLengthHasNoPartnerForItsLastEntry) {
     std::array<ContribEntry, 3> entries = {{{0, 0, 1.0 / 18}, {1, 0, 16.0 / 18}, {2, 0, 1.0 / 18}}};
     ContribList list = {3, 0, 0, 0, entries.data()};
     ASSERT_TRUE(fnSetFixedPointWeights(list));
@@ -211,7 +211,7 @@ TEST_P(KernelsFixedPoint, RunsCountEqualPixelsUpTo255) {
         Bytes lanes(kPixels * stride);
         Bytes expected(lanes.size());
         for (std::size_t i = 0; i < lanes.size(); ++i) {
-            // Lanes change value seldom, often, or never.
+            // Lanes change value rarely, often, or never.
             const bool goesOn = i >= stride && m_Random() % 300 >= i % stride % 3 * 100;
             lanes[i] = goesOn ? lanes[i - stride] : static_cast<std::uint8_t>(m_Random());
             if (i >= stride && lanes[i] == lanes[i - stride])

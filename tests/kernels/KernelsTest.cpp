@@ -1,4 +1,4 @@
-#include "q32Base/kernels/StreamPixels.h"
+#include "q32Base/kernels/StreamPixels_p.h"
 #include "tests/kernels/KernelsTestTools.h"
 
 #include <algorithm>
@@ -112,8 +112,8 @@ TEST(Kernels, TheScalarLevelIsOnEveryMachine) {
     EXPECT_EQ(fnKernelsOfLevel(KernelLevel::SCALAR)->m_eLevel, KernelLevel::SCALAR);
 }
 
-// CTest runs it at each cap, so that the environment is proved to be read.
-TEST(Kernels, TheTableInForceIsThatOfTheHighestLevelHereThatTheEnvironmentAllows) {
+// CTest runs it at each cap, which proves that the environment is read.
+TEST(Kernels, TheActiveTableIsTheHighestLevelThatMachineAndEnvironmentAllow) {
     const char* variable = std::getenv("Q32_KERNELS");
     const std::string cap = variable ? variable : "";
     const KernelLevel allowed = cap == "scalar" ? KernelLevel::SCALAR
@@ -134,7 +134,7 @@ TEST(Kernels, ACapLowersTheProcessorsLevelAndNeverRaisesIt) {
     }
 }
 
-TEST(Kernels, NoCapAndOneThatNamesNoLevelLeaveTheProcessorsLevel) {
+TEST(Kernels, NoCapOrAnUnknownOneLeavesTheProcessorsLevel) {
     using enum KernelLevel;
     for (const KernelLevel highest : {SCALAR, AVX2, AVX512})
         for (const char* cap : {static_cast<const char*>(nullptr), "", "Scalar", "avx", "avx2 ",
@@ -157,7 +157,7 @@ TEST_P(KernelsFormat, FollowsTheRuleAndTouchesNothingElse) {
         });
 }
 
-TEST_P(KernelsFormat, WorksInPlaceWhereThatIsTold) {
+TEST_P(KernelsFormat, WorksInPlaceWhereDeclared) {
     for (const FormatCase& format : kFormatCases)
         if (format.inPlace)
             fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
@@ -251,7 +251,7 @@ TEST_P(KernelsPalette, AnIndexBeyondThePaletteIsBlackAndReadsNothing) {
         for (const std::size_t paletteCount : {0, 1, 2, 7, 8, 9, 15, 16, 100, 216, 252, 255, 256})
             for (const std::size_t repeat : {1, 3}) {
                 const Bytes palette = fnRandomBytes(m_Random, 4 * paletteCount);
-                const SourceBytes entries(palette, 0); // ends at the allocation's end
+                const SourceBytes entries(palette, 0); // ends with the allocation
                 Bytes content(256 * repeat);
                 std::iota(content.begin(), content.end(), std::uint8_t{0});
                 TargetBytes target(content.size() * look.targetBytes, 0);
@@ -342,7 +342,7 @@ TEST_P(KernelsStream, CopiesEveryByteAndTouchesNothingElse) {
         }
 }
 
-TEST_P(KernelsStream, AStreamedRunGivesWhatTheKernelGives) {
+TEST_P(KernelsStream, AStreamedRunEqualsTheKernelsOutput) {
     for (const std::size_t count : {0, 1, 255, 256, 257, 511, 512, 513, 4000})
         for (const FormatCase& format : kFormatCases) {
             const Bytes content = fnRandomBytes(m_Random, count * format.sourceBytes);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "q32Base/kernels/Kernels.h"
+#include "q32Base/kernels/Kernels_p.h"
 
 #include <gtest/gtest.h>
 
@@ -22,7 +22,7 @@ inline Bytes fnRandomBytes(std::mt19937& random, std::size_t count) {
     return bytes;
 }
 
-/// A run's source at a chosen misalignment, with the allocation ending right behind it, so that the
+/// A run's source at a chosen misalignment, with the allocation ending right after it, so that the
 /// address sanitizer sees a read past the end.
 class SourceBytes {
 public:
@@ -50,7 +50,7 @@ public:
     std::uint8_t* fnData() { return m_Block.data() + m_Start; }
     Bytes fnContent() { return Bytes(fnData(), fnData() + m_Size); }
 
-    /// The content is the expected one, and every guard byte stands.
+    /// Whether the content is the expected one and every guard byte is intact.
     testing::AssertionResult fnHolds(const Bytes& expected) {
         if (expected.size() != m_Size)
             return testing::AssertionFailure() << "expected " << expected.size() << " bytes";
@@ -100,7 +100,7 @@ inline std::string fnNameOf(KernelLevel level) {
     return names[static_cast<int>(level)];
 }
 
-/// Tests that run once for each level that this machine has.
+/// Tests that run once for each kernel level of this machine.
 class KernelsAtEachLevel : public testing::TestWithParam<KernelLevel> {
 protected:
     const Kernels& m_Kernels = *fnKernelsOfLevel(GetParam());

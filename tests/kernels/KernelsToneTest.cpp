@@ -1,5 +1,5 @@
 #include "q32Base/image/CqColor.h"
-#include "q32Base/kernels/HueShift.h"
+#include "q32Base/kernels/HueShift_p.h"
 #include "tests/kernels/KernelsTestTools.h"
 
 #include <climits>
@@ -93,7 +93,7 @@ TEST_P(KernelsTone, AThresholdLeaves0Below255AtAndAboveIt) {
         });
 }
 
-// The rule, in the words of the colour class.
+// The rule as the colour class defines it.
 CqColor fnShifted(CqColor color, std::int32_t hue, std::int32_t saturation) {
     int h, s, v;
     color.fnConvertToHSB(h, s, v);

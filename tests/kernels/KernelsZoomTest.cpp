@@ -5,7 +5,7 @@ namespace {
 
 class KernelsZoom : public KernelsAtEachLevel {
 protected:
-    // Source pixel x / factor is written factor - x % factor times, cut at the end of the run.
+    // Source pixel x / factor is written factor - x % factor times, up to the end of the run.
     void fnCheckInflate(std::size_t bytes, std::size_t count, std::size_t factor, std::size_t phase,
                         std::size_t misalignment) {
         const std::size_t pixels = (phase + count + factor - 1) / factor;
@@ -55,7 +55,7 @@ protected:
 };
 Q32_AT_EACH_LEVEL(KernelsZoom);
 
-TEST_P(KernelsZoom, RepeatsPixelsFromEveryPhaseAndCutsAtTheEnd) {
+TEST_P(KernelsZoom, RepeatsPixelsFromEveryPhaseAndStopsAtTheEnd) {
     for (std::size_t bytes = 1; bytes <= 4; ++bytes)
         for (std::size_t factor = 1; factor <= 20; ++factor)
             for (std::size_t phase = 0; phase < factor; ++phase)
@@ -84,7 +84,7 @@ TEST_P(KernelsZoom, TakesEveryNthPixelOfLongRuns) {
             fnCheckShrink(bytes, m_Random() % 2000, 1 + m_Random() % 50, m_Random() % 32);
 }
 
-TEST_P(KernelsZoom, SamplesInStepsOf256thsFromAnyPlace) {
+TEST_P(KernelsZoom, SamplesInStepsOf256thsFromAnyPosition) {
     for (std::size_t bytes = 1; bytes <= 4; ++bytes) {
         for (std::size_t step = 0; step <= 260; ++step)
             for (std::size_t count = 0; count <= 40; ++count)

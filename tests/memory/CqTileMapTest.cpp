@@ -1,5 +1,4 @@
-#include "q32Base/memory/CqTileMap.h"
-
+#include "q32Base/memory/CqTileMap_p.h"
 #include "tests/support/AttachedTest.h"
 #include "tests/support/FailingAllocator.h"
 #include "tests/support/Random.h"
@@ -11,7 +10,7 @@ namespace {
 
 class CqTileMapTest : public AttachedTest {};
 
-/// Where the rule puts the byte of a pixel in the block: tiles of at most 128 x 128 in row-major
+/// Offset of a pixel's byte in the block by the rule: tiles of at most 128 x 128 in row-major
 /// order without gaps.
 std::size_t fnPlaceOf(std::uint32_t width, std::uint32_t height, std::uint32_t bits,
                       std::uint32_t x, std::uint32_t y) {
@@ -114,7 +113,7 @@ TEST_F(CqTileMapTest, TilesFollowEachOtherInTheBlockWithoutGaps) {
     }
 }
 
-TEST_F(CqTileMapTest, RowsAreFetchedAndStoredWholeThroughTheirTiles) {
+TEST_F(CqTileMapTest, CompleteRowsAreFetchedAndStoredThroughTheirTiles) {
     Random random(2);
     for (int round = 0; round < 40; ++round) {
         const std::uint32_t bits = std::vector<std::uint32_t>{4, 8, 16, 24, 32}[random() % 5];
@@ -160,7 +159,7 @@ TEST_F(CqTileMapTest, TheDefault4BitPaletteIsTheSixteenColours) {
     EXPECT_FALSE(map.GrayScale);
 }
 
-TEST_F(CqTileMapTest, TheDefault8BitPaletteIsACubeThatGoesOnBehindItsEnd) {
+TEST_F(CqTileMapTest, TheDefault8BitPaletteIsACubeThatContinuesPastItsEnd) {
     const CqTileMap map(1, 1, 8, nullptr, 256);
     const int greens[7] = {0, 43, 85, 128, 170, 213, 255};
     for (int i = 0; i < 252; ++i) {
@@ -216,7 +215,7 @@ TEST_F(CqTileMapTest, DeepImagesHaveNoPalette) {
     EXPECT_EQ(map.Palette, nullptr);
 }
 
-TEST_F(CqTileMapTest, SettingPaletteEntriesCutsTheCountAndKeepsTheGreyFlag) {
+TEST_F(CqTileMapTest, SettingPaletteEntriesClipsTheCountAndKeepsTheGreyFlag) {
     CqTileMap map(1, 1, 8, q32GreyRamp, 256);
     const RGBQUAD red[4] = {{0, 0, 255, 1}, {0, 0, 255, 2}, {0, 0, 255, 3}, {0, 0, 255, 4}};
     EXPECT_EQ(map.fnSetPaletteEntry(10, 2, red), 2u);
@@ -237,7 +236,7 @@ TEST_F(CqTileMapTest, AChangedPaletteDropsTheScreenPaletteMadeOfIt) {
     map.DrawPalette = std::make_unique<CPalette>();
     map.fnInitPalette(q32GreyRamp);
     EXPECT_EQ(map.DrawPalette, nullptr);
-    map.DrawPalette = std::make_unique<CPalette>(); // goes with the map
+    map.DrawPalette = std::make_unique<CPalette>(); // owned by the map
 }
 
 TEST_F(CqTileMapTest, AnImageWithoutAPaletteTakesNoEntries) {
@@ -250,11 +249,11 @@ TEST_F(CqTileMapTest, AnImageWithoutAPaletteTakesNoEntries) {
 
 TEST_F(CqTileMapTest, TheWidestRowsHaveTheirTrueLength) {
     const CqTileMap map(1, 1, 4, nullptr, 16);
-    EXPECT_EQ(map.fnRowBytes(0x40000001u), 0x20000001u); // its bits pass 32 bits
+    EXPECT_EQ(map.fnRowBytes(0x40000001u), 0x20000001u); // its size in bits exceeds 32 bits
     EXPECT_EQ(map.fnRowBytes(0x7FFFFFFFu), 0x40000000u);
 }
 
-TEST_F(CqTileMapTest, RefusesWhatNoImageCanBe) {
+TEST_F(CqTileMapTest, RefusesImpossibleSizesAndDepths) {
     const auto refused = [](std::uint32_t width, std::uint32_t height, std::uint32_t bits) {
         return fnRaisesMemoryException([=] { CqTileMap map(width, height, bits, nullptr, 16); });
     };
@@ -264,8 +263,8 @@ TEST_F(CqTileMapTest, RefusesWhatNoImageCanBe) {
         EXPECT_TRUE(refused(1, 1, bits)) << bits;
     EXPECT_TRUE(refused(0x80000000u, 1, 4));
     EXPECT_TRUE(refused(1, 0x80000000u, 8));
-    EXPECT_TRUE(refused(65536, 65536, 8));  // 2^32 bytes, which 32 bits would take for 0
-    EXPECT_TRUE(refused(65536, 16385, 32)); // a little more, taken for 262,144
+    EXPECT_TRUE(refused(65536, 65536, 8));  // 2^32 bytes, 0 in 32 bits
+    EXPECT_TRUE(refused(65536, 16385, 32)); // a little more, 262,144 in 32 bits
     EXPECT_TRUE(refused(0x7FFFFFFFu, 0x7FFFFFFFu, 32));
 }
 
@@ -330,7 +329,7 @@ TEST_F(CqTileMapTest, MovingATileAccessorMovesItsClaim) {
     EXPECT_FALSE(map.TileTable[4].Locked);
 }
 
-TEST_F(CqTileMapTest, AnAccessorThatLosesItsClaimStillLetsGoOfItsOldTile) {
+TEST_F(CqTileMapTest, AnAccessorThatLosesItsClaimStillReleasesItsOldTile) {
     CqTileMap map(300, 300, 8, nullptr, 256);
     CqImageTile other(true);
     map.fnAccessTile(4, &other);
@@ -342,7 +341,7 @@ TEST_F(CqTileMapTest, AnAccessorThatLosesItsClaimStillLetsGoOfItsOldTile) {
     EXPECT_TRUE(map.TileTable[4].Locked);
 }
 
-TEST_F(CqTileMapTest, AccessingTheTileThatItStandsOnChangesNothing) {
+TEST_F(CqTileMapTest, AccessingTheCurrentTileChangesNothing) {
     CqTileMap map(300, 300, 8, nullptr, 256);
     CqImageTile tile;
     map.fnAccessTile(4, &tile);
@@ -374,7 +373,7 @@ TEST_F(CqTileMapTest, TheSecondClaimOnARowIsDroppedForGood) {
     EXPECT_TRUE(first.Claim);
 }
 
-TEST_F(CqTileMapTest, AMemorylessAccessorClaimsItsRowAllTheSame) {
+TEST_F(CqTileMapTest, AMemorylessAccessorStillClaimsItsRow) {
     CqTileMap map(10, 10, 8, nullptr, 256);
     CqImageLine line(true, true);
     map.fnAccessLine(7, &line, false);
@@ -388,14 +387,14 @@ TEST_F(CqTileMapTest, ReleasingARowThatIsNotClaimedIsNoError) {
     EXPECT_EQ(map.LockedLines.GetCount(), 0);
 }
 
-TEST_F(CqTileMapTest, ClaimingAndReleasingInTurnDoesNotAllocate) {
+TEST_F(CqTileMapTest, ClaimingAndReleasingAlternatelyDoesNotAllocate) {
     CqTileMap map(10, 100, 8, nullptr, 256);
     CqImageLine keeper(true, true);
     map.fnAccessLine(99, &keeper, true);
     CqImageLine line(false, true);
     CqImageTile tile(true);
     map.fnAccessLine(0, &line, true);
-    const CqAllocationFailure failure(1); // the first allocation from here on fails
+    const CqAllocationFailure failure(1); // the next allocation fails
     for (std::uint32_t y = 1; y < 90; ++y) {
         map.fnAccessLine(y, &line, true);
         map.fnAccessTile(0, &tile);
@@ -415,7 +414,7 @@ TEST_F(CqTileMapTest, AFailureInTheListOfClaimsLeavesNoClaim) {
     EXPECT_EQ(map.LockedLines.GetCount(), 0);
 }
 
-TEST_F(CqTileMapTest, EachFailureOfItsConstructionLeavesNothingBehind) {
+TEST_F(CqTileMapTest, EachConstructionFailureLeaksNothing) {
     for (const std::uint32_t limit : {0u, 1'000'000u}) {
         q32GetVMPolicy()->fnSetRamLimit(limit);
         const std::size_t failures = fnFailEachAllocation([this](CqAllocationFailure& failure) {

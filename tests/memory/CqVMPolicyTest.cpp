@@ -25,7 +25,7 @@ protected:
 
     CqVMPolicy& fnPolicy() { return *q32GetVMPolicy(); }
 
-    /// Where a block that may not lie in RAM would go; "none" where there is no room.
+    /// The directory for a block that may not be in RAM; "none" where there is no space.
     std::string fnSearch(unsigned long size) {
         CString path("old");
         return fnPolicy().fnSearchAvail(size, false, path) ? std::string(path) : "none";
@@ -37,7 +37,7 @@ protected:
     }
 };
 
-TEST_F(CqVMPolicyTest, BeginsWithTheTemporaryDirectoryAlone) {
+TEST_F(CqVMPolicyTest, StartsWithOnlyTheTemporaryDirectory) {
     EXPECT_STREQ(fnPolicy().fnGetDisk(0), "C:\\Temp\\");
     EXPECT_TRUE(fnPolicy().fnIsDiskEnabled(0));
     for (unsigned int i = 1; i < 4; ++i) {
@@ -50,13 +50,13 @@ TEST_F(CqVMPolicyTest, BeginsWithTheTemporaryDirectoryAlone) {
     EXPECT_EQ(fnPolicy().fnGetRamUsed(), 0u);
 }
 
-TEST_F(CqVMPolicyTest, AFreshOneMayUseAllPhysicalMemoryCutTo32Bits) {
+TEST_F(CqVMPolicyTest, ANewPolicyMayUseAllPhysicalMemoryTruncatedTo32Bits) {
     m_World->m_pMemory->fnSetPhysicalBytes(0x1'2345'6789u);
     EXPECT_EQ(CqVMPolicy().fnGetRamLimit(), 0x2345'6789u);
 }
 
 TEST_F(CqVMPolicyTest, TheLimitReadFromTheSettingsWrapsBeforeTheDivision) {
-    // 256 MiB x 100 = 6,400 x 2^22 = 26,843,545,600, less 6 x 2^32 = 1,073,741,824.
+    // 256 MiB x 100 = 6,400 x 2^22 = 26,843,545,600; minus 6 x 2^32: 1,073,741,824.
     EXPECT_EQ(fnPolicy().fnGetRamLimit(), 10'737'418u);
 }
 
@@ -102,7 +102,7 @@ TEST_F(CqVMPolicyTest, ALimitSetOutrightHoldsUntilTheSettingsAreRead) {
     EXPECT_EQ(fnPolicy().fnGetRamLimit(), settled);
 }
 
-TEST_F(CqVMPolicyTest, AFlagWithoutAPathStandsForTheTemporaryDirectoryOnTheFirstDiskAlone) {
+TEST_F(CqVMPolicyTest, AFlagWithoutAPathMeansTheTemporaryDirectoryOnTheFirstDiskOnly) {
     fnReadSettings("ScratchFlag1=1\r\nScratchFlag2=1\r\n");
     EXPECT_STREQ(fnPolicy().fnGetDisk(0), "C:\\Temp\\");
     EXPECT_TRUE(fnPolicy().fnIsDiskEnabled(0));
@@ -117,7 +117,7 @@ TEST_F(CqVMPolicyTest, OnlyTheNumberOneSetsAScratchFlag) {
     EXPECT_TRUE(fnPolicy().fnIsAnyDiskEnabled());
 }
 
-TEST_F(CqVMPolicyTest, AnEmptyFlagCountsAsMissingAndKeepsWhatTheDiskHad) {
+TEST_F(CqVMPolicyTest, AnEmptyFlagCountsAsMissingAndKeepsTheDisksState) {
     fnPolicy().fnSetDisk(1, "D:\\scratch");
     fnPolicy().fnEnableDisk(1, true);
     fnReadSettings("ScratchFlag2=\r\nScratchPath2=D:\\other\r\n");
@@ -125,7 +125,7 @@ TEST_F(CqVMPolicyTest, AnEmptyFlagCountsAsMissingAndKeepsWhatTheDiskHad) {
     EXPECT_STREQ(fnPolicy().fnGetDisk(1), "D:\\other\\");
 }
 
-TEST_F(CqVMPolicyTest, ReadingFindsOutAnewWhetherAnyDiskIsEnabled) {
+TEST_F(CqVMPolicyTest, ReadingUpdatesWhetherAnyDiskIsEnabled) {
     fnReadSettings("ScratchFlag1=0\r\n");
     EXPECT_FALSE(fnPolicy().fnIsAnyDiskEnabled());
     fnReadSettings("ScratchFlag1=0\r\nScratchFlag4=1\r\nScratchPath4=D:\\a\r\n");
@@ -149,7 +149,7 @@ TEST_F(CqVMPolicyTest, EachAllocationOfAReadMayFail) {
         const std::string first(policy.fnGetDisk(0));
         const std::string second(policy.fnGetDisk(1));
         EXPECT_TRUE(first == "C:\\new\\" || first == "C:\\Temp\\") << first;
-        // A key that was not read counts as missing, which empties the path.
+        // An unread key counts as missing, which empties the path.
         EXPECT_TRUE(second == "D:\\new\\" ||
                     ((second.empty() || second == "D:\\old\\") && happened))
             << second;
@@ -179,7 +179,7 @@ TEST_F(CqVMPolicyTest, WhatIsWrittenIsReadBack) {
     EXPECT_TRUE(other.fnIsMemEnabled());
 }
 
-TEST_F(CqVMPolicyTest, WritingStopsAtTheFirstFailureAndKeepsWhatStandsThere) {
+TEST_F(CqVMPolicyTest, WritingStopsAtTheFirstFailureAndKeepsTheExistingKeys) {
     for (std::uint64_t n = 1; n <= 10; ++n) {
         m_World->fnSetSettings("");
         fnPolicy().fnSetDisk(1, "D:\\b");
@@ -211,7 +211,7 @@ TEST_F(CqVMPolicyTest, AnEmptyPathDisablesTheDiskButNotTheRecordThatAnyIsEnabled
 
 TEST_F(CqVMPolicyTest, APathThatIsTooLongIsRefused) {
     fnPolicy().fnSetDisk(1, "D:\\kept");
-    const std::string fits = "D:\\" + std::string(255, 'a'); // 258, and the backslash
+    const std::string fits = "D:\\" + std::string(255, 'a'); // 258 bytes, and the backslash
     fnPolicy().fnSetDisk(1, (fits + "a").c_str());
     EXPECT_STREQ(fnPolicy().fnGetDisk(1), "D:\\kept\\");
     fnPolicy().fnSetDisk(1, fits.c_str());
@@ -238,7 +238,7 @@ TEST_F(CqVMPolicyTest, TheSumWithTheRamInUseMayWrap) {
     fnPolicy().fnReleaseRAM(0xFFFF'FF00u);
 }
 
-TEST_F(CqVMPolicyTest, ADiskIsTakenOnlyWithMoreRoomThanTheBlock) {
+TEST_F(CqVMPolicyTest, ADiskIsTakenOnlyWithMoreSpaceThanTheBlock) {
     m_World->m_pDisks->fnSetFree("C:\\", 5000);
     EXPECT_EQ(fnSearch(5000), "none");
     EXPECT_EQ(fnSearch(4999), "C:\\Temp\\");
@@ -249,7 +249,7 @@ TEST_F(CqVMPolicyTest, ADiskWith4GiBFreeIsTakenForAnySize) {
     EXPECT_EQ(fnSearch(0xFFFF'FFFFu), "C:\\Temp\\");
 }
 
-TEST_F(CqVMPolicyTest, TheFirstDiskWithRoomWins) {
+TEST_F(CqVMPolicyTest, TheFirstDiskWithSpaceIsTaken) {
     fnPolicy().fnSetDisk(2, "D:\\");
     fnPolicy().fnEnableDisk(2, true);
     EXPECT_EQ(fnSearch(999'999), "C:\\Temp\\");
@@ -267,28 +267,28 @@ TEST_F(CqVMPolicyTest, DisksWithoutAPathOrAFlagAreSkipped) {
     EXPECT_EQ(fnSearch(1), "D:\\");
 }
 
-TEST_F(CqVMPolicyTest, AMissingScratchDirectoryIsMadeOneLevelDeep) {
+TEST_F(CqVMPolicyTest, AMissingScratchDirectoryIsCreatedOneLevelDeep) {
     fnPolicy().fnSetDisk(0, "C:\\scratch");
     EXPECT_EQ(fnSearch(1), "C:\\scratch\\");
     EXPECT_TRUE(m_World->m_pDisks->fnIsDirectory("C:\\scratch"));
 }
 
-TEST_F(CqVMPolicyTest, ADirectoryThatCantBeMadeEndsTheSearchEvenIfALaterDiskWouldServe) {
+TEST_F(CqVMPolicyTest, ADirectoryThatCannotBeCreatedEndsTheSearchBeforeLaterDisks) {
     fnPolicy().fnSetDisk(0, "C:\\missing\\scratch");
     fnPolicy().fnSetDisk(1, "D:\\");
     fnPolicy().fnEnableDisk(1, true);
     EXPECT_EQ(fnSearch(1), "none");
 }
 
-TEST_F(CqVMPolicyTest, AFailedQueryCountsAsNoRoom) {
+TEST_F(CqVMPolicyTest, AFailedQueryCountsAsNoSpace) {
     m_World->m_pFiles->m_GetSpace.fnFail(1);
     EXPECT_EQ(fnSearch(1), "none");
     EXPECT_EQ(m_World->m_pFiles->m_GetClusters.fnGetCount(), 0u);
 }
 
-TEST_F(CqVMPolicyTest, TheOldQueryCountsIn32Bits) {
+TEST_F(CqVMPolicyTest, TheOldQueryWrapsIn32Bits) {
     m_World->m_pFiles->fnSetWideSpaceQuery(false);
-    // 0x10000 sectors x 512 bytes x 129 clusters = 4,328,521,728, less 2^32 = 33,554,432.
+    // 0x10000 sectors x 512 bytes x 129 clusters = 4,328,521,728; minus 2^32: 33,554,432.
     m_World->m_pDisks->fnSetClusters("C:\\", {0x10000, 512, 129, 1000});
     EXPECT_EQ(fnSearch(33'554'432), "none");
     EXPECT_EQ(fnSearch(33'554'431), "C:\\Temp\\");
@@ -297,7 +297,7 @@ TEST_F(CqVMPolicyTest, TheOldQueryCountsIn32Bits) {
     EXPECT_EQ(fnSearch(1), "none");
 }
 
-TEST_F(CqVMPolicyTest, TheSearchAsksTheRootOfThePath) {
+TEST_F(CqVMPolicyTest, TheSearchQueriesTheRootOfThePath) {
     m_World->m_pDisks->fnAddVolume(fnVolume("\\\\server\\", 9000));
     fnPolicy().fnSetDisk(0, "\\\\server\\share\\");
     m_World->m_pDisks->fnPutDirectory("\\\\server\\share");
@@ -321,7 +321,7 @@ TEST_F(CqVMPolicyTest, FreeSpaceFallsBackOnTheOldQuery) {
     EXPECT_EQ(space.QuadPart, 0u);
 }
 
-TEST_F(CqVMPolicyTest, LeftOverFilesGoByTheirBareNamesAlone) {
+TEST_F(CqVMPolicyTest, LeftOverFilesAreDeletedOnlyByTheirBareNames) {
     CqHeadlessDisks& disks = *m_World->m_pDisks;
     fnPolicy().fnSetDisk(1, "D:\\s");
     fnPolicy().fnEnableDisk(1, false);

@@ -1,6 +1,6 @@
 #include "q32Base/memory/PixelBlock.h"
 
-#include "q32Base/memory/PixelBuffer.h"
+#include "q32Base/memory/PixelBuffer_p.h"
 #include "tests/support/AttachedTest.h"
 #include "tests/support/FailingAllocator.h"
 
@@ -21,7 +21,7 @@ static_assert(std::is_nothrow_move_assignable_v<PixelBlock>);
 
 class PixelBlockTest : public AttachedTest {
 protected:
-    /// Whether nothing of a block is left anywhere.
+    /// Whether no part of a block is left in RAM or on disk.
     void fnExpectNothingHeld() {
         EXPECT_EQ(fnPolicy().fnGetRamUsed(), 0u);
         EXPECT_EQ(fnPolicy().fnGetDiskUsage(0).m_nFiles, 0u);
@@ -48,7 +48,7 @@ TEST_F(PixelBlockTest, AnEmptyBlockHoldsNothing) {
     fnExpectNothingHeld();
 }
 
-TEST_F(PixelBlockTest, ABlockInRamGoesWithItsOwner) {
+TEST_F(PixelBlockTest, ABlockInRamIsReleasedWithItsOwner) {
     {
         const PixelBlock block(5000);
         EXPECT_EQ(block.fnGetSize(), 5000u);
@@ -60,7 +60,7 @@ TEST_F(PixelBlockTest, ABlockInRamGoesWithItsOwner) {
     fnExpectNothingHeld();
 }
 
-TEST_F(PixelBlockTest, ABlockOnDiskTakesItsFileWithIt) {
+TEST_F(PixelBlockTest, ABlockOnDiskDeletesItsFile) {
     fnPolicy().fnSetRamLimit(0);
     {
         const PixelBlock block(5000);
@@ -75,7 +75,7 @@ TEST_F(PixelBlockTest, ABlockOnDiskTakesItsFileWithIt) {
     fnExpectNothingHeld();
 }
 
-TEST_F(PixelBlockTest, MovingHandsTheBlockOnAndLeavesAnEmptyOne) {
+TEST_F(PixelBlockTest, MovingTransfersTheBlockAndLeavesTheSourceEmpty) {
     fnPolicy().fnSetRamLimit(0);
     {
         PixelBlock from(100);
@@ -91,7 +91,7 @@ TEST_F(PixelBlockTest, MovingHandsTheBlockOnAndLeavesAnEmptyOne) {
     fnExpectNothingHeld();
 }
 
-TEST_F(PixelBlockTest, AssigningFreesTheBlockThatWasThere) {
+TEST_F(PixelBlockTest, AssigningReleasesThePreviousBlock) {
     {
         PixelBlock block(1000);
         fnPolicy().fnSetRamLimit(0);
@@ -108,7 +108,7 @@ TEST_F(PixelBlockTest, AssigningFreesTheBlockThatWasThere) {
     fnExpectNothingHeld();
 }
 
-TEST_F(PixelBlockTest, ABlockMovedOntoItselfStays) {
+TEST_F(PixelBlockTest, SelfMoveAssignmentKeepsTheBlock) {
     PixelBlock block(100);
     unsigned char* bytes = block.fnGetBytes();
     PixelBlock& same = block;
@@ -135,7 +135,7 @@ TEST_F(PixelBlockTest, AnAdoptedBlockIsOwned) {
     fnExpectNothingHeld();
 }
 
-TEST_F(PixelBlockTest, EachStepToMemoryThatFailsIsTheMemoryExceptionAndLeavesNothing) {
+TEST_F(PixelBlockTest, EachFailedStorageStepRaisesTheMemoryExceptionAndLeavesNothing) {
     fnPolicy().fnSetRamLimit(0);
     CqHeadlessScratch& scratch = *m_World->m_pScratch;
     for (CqHeadlessCalls* step : {&scratch.m_CreateName, &scratch.m_SetSize, &scratch.m_Reopen,
@@ -149,9 +149,9 @@ TEST_F(PixelBlockTest, EachStepToMemoryThatFailsIsTheMemoryExceptionAndLeavesNot
     }
 }
 
-TEST_F(PixelBlockTest, EachAllocationThatFailsIsTheMemoryExceptionAndLeaksNothing) {
+TEST_F(PixelBlockTest, EachFailedAllocationRaisesTheMemoryExceptionAndLeaksNothing) {
     fnPolicy().fnSetRamLimit(0);
-    { const PixelBlock first(1000); } // what the world keeps for later is taken now
+    { const PixelBlock first(1000); } // the world's lasting allocations happen here
     const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
         fnRaisesMemoryException([] { PixelBlock(1000); });
         failure.fnEnd();

@@ -1,5 +1,4 @@
-#include "q32Base/memory/PixelBuffer.h"
-
+#include "q32Base/memory/PixelBuffer_p.h"
 #include "tests/support/AttachedTest.h"
 #include "tests/support/FailingAllocator.h"
 
@@ -43,7 +42,7 @@ protected:
     CqVMPolicy& fnPolicy() { return *q32GetVMPolicy(); }
 };
 
-TEST_F(PixelBufferTest, LiesInRamWithinTheLimit) {
+TEST_F(PixelBufferTest, IsInRamWithinTheLimit) {
     fnPolicy().fnSetRamLimit(5000);
     Buffer buffer = fnAlloc(5000);
     EXPECT_EQ(buffer.m_File, kNoFile);
@@ -56,7 +55,7 @@ TEST_F(PixelBufferTest, LiesInRamWithinTheLimit) {
     EXPECT_EQ(m_World->m_pMemory->fnGetReservedRanges(), 0u);
 }
 
-TEST_F(PixelBufferTest, LiesInAScratchFileBeyondTheLimit) {
+TEST_F(PixelBufferTest, IsInAScratchFileBeyondTheLimit) {
     fnPolicy().fnSetRamLimit(5000);
     const std::uint64_t before = fnFree();
     Buffer buffer = fnAlloc(5001);
@@ -74,7 +73,7 @@ TEST_F(PixelBufferTest, LiesInAScratchFileBeyondTheLimit) {
     EXPECT_EQ(fnFree(), before);
 }
 
-TEST_F(PixelBufferTest, TheCountersTellWhatLiesOnWhichDisk) {
+TEST_F(PixelBufferTest, TheCountersReportTheBytesOnEachDisk) {
     fnPolicy().fnSetRamLimit(0);
     fnPolicy().fnSetDisk(1, "C:\\other");
     Buffer first = fnAlloc(1000);
@@ -90,7 +89,7 @@ TEST_F(PixelBufferTest, TheCountersTellWhatLiesOnWhichDisk) {
     EXPECT_EQ(fnPolicy().fnGetDiskUsage(0).m_nFiles, 0u);
 }
 
-TEST_F(PixelBufferTest, AHundredSmallBuffersLeaveTheRamInUseAsItWas) {
+TEST_F(PixelBufferTest, AHundredSmallBuffersLeaveTheRamInUseUnchanged) {
     Buffer kept = fnAlloc(123);
     const std::uint32_t before = fnPolicy().fnGetRamUsed();
     std::vector<Buffer> buffers;
@@ -103,7 +102,7 @@ TEST_F(PixelBufferTest, AHundredSmallBuffersLeaveTheRamInUseAsItWas) {
     fnFree(kept);
 }
 
-TEST_F(PixelBufferTest, AFailedReservationTurnsIntoAScratchFile) {
+TEST_F(PixelBufferTest, AFailedReservationFallsBackToAScratchFile) {
     m_World->m_pMemory->m_Reserve.fnFail(1);
     Buffer buffer = fnAlloc(100);
     EXPECT_NE(buffer.m_File, kNoFile);
@@ -111,7 +110,7 @@ TEST_F(PixelBufferTest, AFailedReservationTurnsIntoAScratchFile) {
     fnFree(buffer);
 }
 
-TEST_F(PixelBufferTest, AFailedCommitTurnsIntoAScratchFileAndKeepsItsAddressSpace) {
+TEST_F(PixelBufferTest, AFailedCommitFallsBackToAScratchFileAndKeepsItsAddressSpace) {
     m_World->m_pMemory->m_Commit.fnFail(1);
     Buffer buffer = fnAlloc(100);
     EXPECT_NE(buffer.m_File, kNoFile);
@@ -121,13 +120,13 @@ TEST_F(PixelBufferTest, AFailedCommitTurnsIntoAScratchFileAndKeepsItsAddressSpac
     EXPECT_EQ(m_World->m_pMemory->fnGetReservedRanges(), 1u);
 }
 
-TEST_F(PixelBufferTest, WithoutAnyDiskAFailedReservationIsTheMemoryException) {
+TEST_F(PixelBufferTest, WithoutAnyDiskAFailedReservationRaisesTheMemoryException) {
     fnPolicy().fnEnableDisk(0, false);
     m_World->m_pMemory->m_Reserve.fnFail(1);
     EXPECT_TRUE(fnCantAlloc(100));
 }
 
-TEST_F(PixelBufferTest, NeitherRamNorDiskIsTheMemoryException) {
+TEST_F(PixelBufferTest, WithNeitherRamNorDiskTheMemoryExceptionIsRaised) {
     fnPolicy().fnSetRamLimit(0);
     m_World->m_pDisks->fnSetFree("C:\\", 100);
     EXPECT_TRUE(fnCantAlloc(100));
@@ -135,7 +134,7 @@ TEST_F(PixelBufferTest, NeitherRamNorDiskIsTheMemoryException) {
     EXPECT_EQ(fnFree(), 100u);
 }
 
-TEST_F(PixelBufferTest, ADiskThatFillsUpAfterTheSearchLeavesNothingBehind) {
+TEST_F(PixelBufferTest, ADiskThatFillsUpAfterTheSearchLeavesNoFile) {
     fnPolicy().fnSetRamLimit(0);
     const std::uint64_t before = fnFree();
     m_World->m_pScratch->m_SetSize.fnFail(1);
@@ -144,7 +143,7 @@ TEST_F(PixelBufferTest, ADiskThatFillsUpAfterTheSearchLeavesNothingBehind) {
     EXPECT_EQ(fnFree(), before);
 }
 
-TEST_F(PixelBufferTest, EachFileStepThatFailsIsTheMemoryExceptionAndLeavesNothingOpen) {
+TEST_F(PixelBufferTest, EachFailedFileStepRaisesTheMemoryExceptionAndLeavesNothingOpen) {
     fnPolicy().fnSetRamLimit(0);
     CqHeadlessScratch& scratch = *m_World->m_pScratch;
     for (CqHeadlessCalls* step :
@@ -154,7 +153,7 @@ TEST_F(PixelBufferTest, EachFileStepThatFailsIsTheMemoryExceptionAndLeavesNothin
         EXPECT_TRUE(fnCantAlloc(1000));
         EXPECT_EQ(scratch.fnGetHandles(), 0u);
         EXPECT_EQ(scratch.fnGetMappings(), 0u);
-        // A file that was made but can't be opened stays behind, empty; else none does.
+        // A file that was created but can't be opened remains, empty; otherwise none does.
         const std::size_t left = step == &scratch.m_Open ? 1 : 0;
         ASSERT_EQ(fnFiles().size(), left);
         if (left) {
@@ -165,11 +164,11 @@ TEST_F(PixelBufferTest, EachFileStepThatFailsIsTheMemoryExceptionAndLeavesNothin
     }
 }
 
-TEST_F(PixelBufferTest, EachAllocationThatFailsIsTheMemoryExceptionAndLeavesNothingOpen) {
+TEST_F(PixelBufferTest, EachFailedAllocationRaisesTheMemoryExceptionAndLeavesNothingOpen) {
     fnPolicy().fnSetRamLimit(0);
     std::size_t left = 0;
     const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
-        Buffer buffer; // its name is empty, so it takes no memory
+        Buffer buffer; // its name is empty and takes no memory
         const bool raised = fnRaisesMemoryException([&] {
             buffer.m_pBytes =
                 AllocPixelBuffer(1000, buffer.m_File, buffer.m_Mapping, buffer.m_strName);

@@ -25,7 +25,7 @@ const HINSTANCE kModule = reinterpret_cast<HINSTANCE>(0x70000);
 
 } // namespace
 
-TEST(CqErrCallback, ADefaultOneHasNoMessage) {
+TEST(CqErrCallback, ADefaultObjectHasNoMessage) {
     const Callback callback;
     EXPECT_FALSE(callback.fnGotMsg());
     EXPECT_EQ(callback.fnId(), 0);
@@ -34,7 +34,7 @@ TEST(CqErrCallback, ADefaultOneHasNoMessage) {
     EXPECT_EQ(callback.fnSecond(), "");
 }
 
-TEST(CqErrCallback, KeepsWhatItIsMadeOf) {
+TEST(CqErrCallback, KeepsItsConstructorArguments) {
     const Callback callback(-8, kModule, "a.bmp", "b.bmp");
     EXPECT_TRUE(callback.fnGotMsg());
     EXPECT_EQ(callback.fnId(), -8);
@@ -49,14 +49,14 @@ TEST(CqErrCallback, ANullTextStaysEmpty) {
     EXPECT_EQ(callback.fnSecond(), "b");
 }
 
-TEST(CqErrCallback, TextsAreCutTo260Bytes) {
+TEST(CqErrCallback, TextsAreTruncatedTo260Bytes) {
     const Callback callback(5, nullptr, std::string(260, 'a').c_str(),
                             std::string(300, 'b').c_str());
     EXPECT_EQ(callback.fnFirst(), std::string(260, 'a'));
     EXPECT_EQ(callback.fnSecond(), std::string(260, 'b'));
 }
 
-TEST(CqErrCallback, TheCutSplitsNoCharacter) {
+TEST(CqErrCallback, TruncationSplitsNoCharacter) {
     CqFakeWorld world;
     world.m_pLocale->m_bDoubleByte = true;
     const std::string text = std::string(259, 'a') + "\x83\x5c" + "b";
@@ -75,14 +75,14 @@ TEST(CqErrCallback, AnAssignedEmptyTextLeavesTheOldOne) {
     EXPECT_EQ(target.fnSecond(), "new");
 }
 
-TEST(CqErrCallback, AnAssignedTextReplacesALongerOneWhole) {
+TEST(CqErrCallback, AnAssignedTextReplacesALongerOneCompletely) {
     Callback target(1, kModule, "a long text", "x");
     target = Callback(1, kModule, "b", "y");
     EXPECT_EQ(target.fnFirst(), "b");
     EXPECT_EQ(target.fnSecond(), "y");
 }
 
-TEST(CqErrCallback, ACopyIsWhole) {
+TEST(CqErrCallback, ACopyIsComplete) {
     const Callback source(3, kModule, "first", nullptr);
     const Callback copy(source);
     EXPECT_EQ(copy.fnId(), 3);
@@ -91,7 +91,7 @@ TEST(CqErrCallback, ACopyIsWhole) {
     EXPECT_EQ(copy.fnSecond(), "");
 }
 
-TEST(CqErrCallback, AssignedToItselfItStays) {
+TEST(CqErrCallback, SelfAssignmentChangesNothing) {
     Callback callback(3, kModule, "first", "second");
     const Callback& same = callback;
     callback = same;

@@ -79,7 +79,7 @@ TEST_F(Messages, ALibraryMessageIgnoresTheStyleAndModuleGiven) {
     EXPECT_EQ(box.m_nStyle, kHand);
 }
 
-TEST_F(Messages, WithoutAFirstArgumentTheTextStandsUnfilled) {
+TEST_F(Messages, WithoutAFirstArgumentTheTextIsShownUnfilled) {
     q32ShowMsg(-3, nullptr, nullptr, nullptr, 0);
     EXPECT_EQ(fnBox().m_Text, "Unable to open the file [%s].");
     q32ShowMsg(-8, nullptr, nullptr, "two", 0);
@@ -89,17 +89,17 @@ TEST_F(Messages, WithoutAFirstArgumentTheTextStandsUnfilled) {
     EXPECT_EQ(fnBox().m_Text, "100%% %s");
 }
 
-TEST_F(Messages, WithoutASecondArgumentItsPlaceStandsUnfilled) {
+TEST_F(Messages, WithoutASecondArgumentItsPlaceholderIsShownUnfilled) {
     q32ShowMsg(-8, nullptr, "a", nullptr, 0);
     EXPECT_EQ(fnBox().m_Text, "Unable to rename [a] to [%s].");
 }
 
-TEST_F(Messages, AnEmptyArgumentFillsItsPlaceWithNothing) {
+TEST_F(Messages, AnEmptyArgumentReplacesItsPlaceholder) {
     q32ShowMsg(-8, nullptr, "", "", 0);
     EXPECT_EQ(fnBox().m_Text, "Unable to rename [] to [].");
 }
 
-TEST_F(Messages, NegativeIdsThatAreNoMessagesHaveTwoArgumentsAndTheIconOfTheirRange) {
+TEST_F(Messages, UnassignedNegativeIdsHaveTwoArgumentsAndTheIconOfTheirRange) {
     q32ShowMsg(-12, nullptr, "a", "b", MB_YESNO);
     auto box = fnBox();
     EXPECT_EQ(box.m_Text, "");
@@ -116,7 +116,7 @@ TEST_F(Messages, NegativeIdsThatAreNoMessagesHaveTwoArgumentsAndTheIconOfTheirRa
     EXPECT_EQ(fnBox().m_Text, "");
 }
 
-TEST_F(Messages, TheButtonPressedComesBack) {
+TEST_F(Messages, ThePressedButtonIsReturned) {
     for (const int button : {IDYES, IDNO, IDCANCEL, IDOK}) {
         m_World.m_pMessages->m_nAnswer = button;
         EXPECT_EQ(q32ShowMsg(-105, nullptr, "x", nullptr, 0), button);
@@ -157,18 +157,18 @@ TEST_F(Messages, AnIdWithoutAStringShowsAnEmptyText) {
     EXPECT_EQ(fnBox().m_Text, "");
 }
 
-TEST_F(Messages, AHostTextIsCutTo260Bytes) {
+TEST_F(Messages, AHostTextIsTruncatedTo260Bytes) {
     fnSetHostString(1, std::string(300, 't'));
     q32ShowMsg(1, nullptr, nullptr, nullptr, 0);
     EXPECT_EQ(fnBox().m_Text, std::string(260, 't'));
 }
 
-TEST_F(Messages, AnArgumentOf300BytesIsCutTo260) {
+TEST_F(Messages, AnArgumentOf300BytesIsTruncatedTo260) {
     q32ShowMsg(-3, nullptr, std::string(300, 'a').c_str(), nullptr, 0);
     EXPECT_EQ(fnBox().m_Text, "Unable to open the file [" + std::string(260, 'a') + "].");
 }
 
-TEST_F(Messages, BothArgumentsShareTheRoomThatTheFormatLeaves) {
+TEST_F(Messages, BothArgumentsShareTheSpaceThatTheFormatLeaves) {
     // The format has 30 bytes; 490 are left: 260 for the first and 230 for the second.
     q32ShowMsg(-8, nullptr, std::string(300, 'a').c_str(), std::string(300, 'b').c_str(), 0);
     EXPECT_EQ(fnBox().m_Text, "Unable to rename [" + std::string(260, 'a') + "] to [" +
@@ -178,7 +178,7 @@ TEST_F(Messages, BothArgumentsShareTheRoomThatTheFormatLeaves) {
     EXPECT_EQ(fnBox().m_Text, std::string(256, 't') + std::string(260, 'a'));
 }
 
-TEST_F(Messages, AnArgumentThatIsNotUsedTakesNoRoom) {
+TEST_F(Messages, AnUnusedArgumentTakesNoSpace) {
     q32ShowMsg(-11, nullptr, std::string(260, 'a').c_str(), std::string(300, 'b').c_str(), 0);
     EXPECT_EQ(fnBox().m_Text,
               "The file [" + std::string(260, 'a') + "] is empty.\nUnable to open.");
@@ -186,7 +186,7 @@ TEST_F(Messages, AnArgumentThatIsNotUsedTakesNoRoom) {
     EXPECT_EQ(fnBox().m_Text.rfind("Insufficient memory.", 0), 0u);
 }
 
-TEST_F(Messages, ACutSplitsNoDoubleByteCharacter) {
+TEST_F(Messages, TruncationSplitsNoDoubleByteCharacter) {
     m_World.m_pLocale->m_bDoubleByte = true;
     const std::string text = std::string(259, 'a') + "\x83\x5c" + "b";
     q32ShowMsg(-3, nullptr, text.c_str(), nullptr, 0);
@@ -196,7 +196,7 @@ TEST_F(Messages, ACutSplitsNoDoubleByteCharacter) {
     EXPECT_EQ(fnBox().m_Text, std::string(259, 'a'));
 }
 
-TEST_F(Messages, RoomLostToASplitCharacterGoesToTheSecondArgument) {
+TEST_F(Messages, SpaceSavedAtASplitCharacterGoesToTheSecondArgument) {
     m_World.m_pLocale->m_bDoubleByte = true;
     const std::string first = std::string(259, 'a') + "\x83\x5c";
     q32ShowMsg(-8, nullptr, first.c_str(), std::string(300, 'b').c_str(), 0);
@@ -204,7 +204,7 @@ TEST_F(Messages, RoomLostToASplitCharacterGoesToTheSecondArgument) {
                                   std::string(231, 'b') + "].");
 }
 
-TEST_F(Messages, AHostTextWithOtherOrMoreConversionsIsShownAsItStands) {
+TEST_F(Messages, AHostTextWithOtherOrMoreConversionsIsShownUnchanged) {
     fnSetHostString(1, "%d %n %5s %ls %s %% %s %s %x%");
     q32ShowMsg(1, nullptr, "a", "b", 0);
     EXPECT_EQ(fnBox().m_Text, "%d %n %5s %ls a % b %s %x%");
@@ -228,7 +228,7 @@ TEST_F(Messages, AReadyTextIsShownWithTheHostsStyle) {
     EXPECT_EQ(fnBox().m_Text, std::string(3000, 'l'));
 }
 
-TEST_F(Messages, ASystemErrorIsShownInTheSystemsWords) {
+TEST_F(Messages, ASystemErrorIsShownWithTheSystemsText) {
     m_World.m_pMessages->m_ErrorTexts[5] = "Access is denied. 100%s\r\n";
     q32ShowSysMsg(5);
     const auto box = fnBox();
@@ -236,7 +236,7 @@ TEST_F(Messages, ASystemErrorIsShownInTheSystemsWords) {
     EXPECT_EQ(box.m_nStyle, 0u);
 }
 
-TEST_F(Messages, TheErrorZeroAsksForTheLastOne) {
+TEST_F(Messages, TheErrorZeroMeansTheLastError) {
     m_World.m_pMessages->m_ErrorTexts[2] = "two";
     m_World.m_pMessages->m_nLastError = 2;
     q32ShowSysMsg(0);
@@ -254,14 +254,14 @@ TEST_F(Messages, AnErrorWithoutATextShowsNothing) {
     EXPECT_TRUE(m_World.m_pMessages->m_Boxes.empty());
 }
 
-TEST_F(Messages, AnErrorCodeCountsIn32Bits) {
+TEST_F(Messages, AnErrorCodeIsTruncatedTo32Bits) {
     m_World.m_pMessages->m_ErrorTexts[5] = "five";
     m_World.m_pMessages->m_nLastError = 5;
     q32ShowSysMsg(static_cast<unsigned long>(0x100000000ull));
     EXPECT_EQ(fnBox().m_Text, "five");
 }
 
-TEST(MessagesWithoutAPlatform, AreShownByTheServiceThatWasSet) {
+TEST(MessagesWithoutAPlatform, AreShownByTheConfiguredService) {
     const auto messages = std::make_shared<CqFakeMessages>();
     messages->m_nAnswer = IDYES;
     q32SetMessageService(messages);
@@ -274,7 +274,7 @@ TEST(MessagesWithoutAPlatform, AreShownByTheServiceThatWasSet) {
     EXPECT_EQ(messages->m_Boxes[1].m_Text, "");
 }
 
-/// Takes itself out of force while its box stands.
+/// Uninstalls itself while its box is open.
 class LeavingMessages : public CqFakeMessages {
 public:
     explicit LeavingMessages(bool& ended) : m_bEnded(ended) {}
@@ -288,27 +288,27 @@ private:
     bool& m_bEnded;
 };
 
-TEST(MessagesWithoutAPlatform, AServiceLivesAsLongAsItsBox) {
+TEST(MessagesWithoutAPlatform, AServiceOutlivesItsOpenBox) {
     bool ended = false;
     q32SetMessageService(std::make_shared<LeavingMessages>(ended));
     EXPECT_EQ(q32ShowMsg(-105, nullptr, "x", nullptr, 0), IDYES);
     EXPECT_TRUE(ended);
 }
 
-TEST(MessagesWithoutAService, AnswerZero) {
+TEST(MessagesWithoutAService, ReturnZero) {
     EXPECT_EQ(q32ShowMsg(-105, nullptr, "x", nullptr, 0), 0);
     EXPECT_EQ(q32ShowMsgStr("text", 0), 0);
     q32ShowSysMsg(5);
     q32ShowSysMsg(0);
 }
 
-TEST_F(Messages, TheServiceOfTheLastPlatformStaysAfterIt) {
+TEST_F(Messages, TheServiceOfTheLastPlatformStaysInForce) {
     q32::fnClearPlatform();
     EXPECT_EQ(q32ShowMsg(-3, nullptr, "x", nullptr, 0), IDOK);
     EXPECT_EQ(fnBox().m_Text, "Unable to open the file [x].");
 }
 
-TEST_F(Messages, ABoxThatFailsForLackOfMemoryIsAnsweredWithZero) {
+TEST_F(Messages, ABoxThatRunsOutOfMemoryReturnsZero) {
     m_World.m_pMessages->m_bMemoryFails = true;
     EXPECT_EQ(q32ShowMsg(-1, nullptr, nullptr, nullptr, 0), 0);
     EXPECT_EQ(q32ShowMsgStr("text", 0), 0);
@@ -316,13 +316,13 @@ TEST_F(Messages, ABoxThatFailsForLackOfMemoryIsAnsweredWithZero) {
     EXPECT_TRUE(m_World.m_pMessages->m_Boxes.empty());
 }
 
-TEST_F(Messages, ATextThatCantBeLoadedForLackOfMemoryIsEmpty) {
+TEST_F(Messages, ATextThatRunsOutOfMemoryWhileLoadingIsEmpty) {
     m_World.m_pResources->m_bMemoryFails = true;
     EXPECT_EQ(q32ShowMsg(5000, nullptr, "a", nullptr, 0), IDOK);
     EXPECT_EQ(fnBox().m_Text, "");
 }
 
-TEST_F(Messages, ArgumentsThatCantBeCutForLackOfMemoryAreLeftOut) {
+TEST_F(Messages, ArgumentsThatRunOutOfMemoryWhileBeingTruncatedAreOmitted) {
     m_World.m_pLocale->m_bMemoryFails = true;
     q32ShowMsg(-3, nullptr, std::string(300, 'a').c_str(), nullptr, 0);
     EXPECT_EQ(fnBox().m_Text, "Unable to open the file [%s].");
@@ -333,7 +333,7 @@ TEST_F(Messages, TheLibraryItselfAllocatesNothingForItsOwnMessage) {
     CqAllocationFailure failure(1, true);
     const int answer = q32ShowMsg(-3, nullptr, "x.bmp", nullptr, 0);
     failure.fnEnd();
-    // The recording box's own strings were what failed.
+    // The allocations that failed were those of the recording box's own strings.
     EXPECT_EQ(answer, 0);
     const auto before = CqAllocationFailure::fnCount();
     q32SetMessageService(nullptr);

@@ -24,14 +24,14 @@ TEST_F(ReportMemory, ShowsTheMemoryMessageOnceForEitherFormOfTheFailure) {
     EXPECT_EQ(fnBoxes(), 2u);
 }
 
-TEST_F(ReportMemory, ShowsNothingForWorkThatEndsWhateverItSays) {
+TEST_F(ReportMemory, ShowsNothingForWorkThatReturnsWhateverTheResult) {
     EXPECT_TRUE(q32::fnReportMemory([] {}));
     EXPECT_TRUE(q32::fnReportMemory([] { return true; }));
     EXPECT_FALSE(q32::fnReportMemory([] { return false; }));
     EXPECT_EQ(fnBoxes(), 0u);
 }
 
-TEST_F(ReportMemory, PassesOtherFailuresOn) {
+TEST_F(ReportMemory, PropagatesOtherFailures) {
     EXPECT_THROW(q32::fnReportMemory([] { AfxThrowResourceException(); }), CResourceException*);
     EXPECT_EQ(fnBoxes(), 0u);
 }

@@ -1,7 +1,6 @@
-#include "q32Base/messages/StringTable.h"
-
 #include "q32Base/framework/CString.h"
 #include "q32Base/framework/Exceptions.h"
+#include "q32Base/messages/StringTable_p.h"
 #include "tests/support/FakePlatform.h"
 
 #include <gtest/gtest.h>
@@ -68,7 +67,7 @@ const std::map<UINT, std::string> kAllEntries = {
 
 } // namespace
 
-TEST(StringTable, HoldsTheseEntriesAndNoOther) {
+TEST(StringTable, HoldsExactlyTheseEntries) {
     for (UINT id = 0; id < 70000; ++id) {
         const char* text = q32::fnFindString(id);
         const auto expected = kAllEntries.find(id);
@@ -89,7 +88,7 @@ TEST(StringTable, NamesOfKeysAndSectionsFitTheirBuffer) {
     }
 }
 
-TEST(StringTable, AnEntryIsCutToTheBuffer) {
+TEST(StringTable, AnEntryIsTruncatedToTheBuffer) {
     char buffer[] = "xxxxxxxx";
     EXPECT_EQ(q32::fnLoadString(213, buffer, 6), 5);
     EXPECT_STREQ(buffer, "VMPol");
@@ -101,7 +100,7 @@ TEST(StringTable, AnEntryIsCutToTheBuffer) {
     EXPECT_STREQ(buffer, "~qd");
 }
 
-TEST(StringTable, ABufferWithoutRoomIsNotTouched) {
+TEST(StringTable, ABufferOfZeroBytesIsNotTouched) {
     char buffer[] = "xx";
     EXPECT_EQ(q32::fnLoadString(213, buffer, 0), -1);
     EXPECT_EQ(q32::fnLoadString(213, nullptr, -5), -1);
@@ -123,7 +122,7 @@ TEST(CStringLoadString, TakesTheLibrarysEntryFirst) {
     EXPECT_STREQ(text, "~qd");
 }
 
-TEST(CStringLoadString, TakesTheHostsEntryWhereTheLibraryHasNone) {
+TEST(CStringLoadString, FallsBackToTheHostsEntry) {
     CqFakeWorld world;
     const std::string longText(5000, 'h');
     world.m_pResources->m_Strings[{nullptr, 5000}] = longText;
@@ -132,7 +131,7 @@ TEST(CStringLoadString, TakesTheHostsEntryWhereTheLibraryHasNone) {
     EXPECT_EQ(std::string(text), longText);
 }
 
-TEST(CStringLoadString, AnEntryThatNobodyHasEmptiesTheString) {
+TEST(CStringLoadString, AMissingEntryEmptiesTheString) {
     CqFakeWorld world;
     CString text("before");
     EXPECT_FALSE(text.LoadString(5000));
@@ -147,7 +146,7 @@ TEST(CStringLoadString, WorksForTheLibrarysEntriesWithoutAPlatform) {
     EXPECT_STREQ(text, " KB");
 }
 
-TEST(CStringLoadString, MemoryThatRunsOutIsTheMemoryExceptionAndLeavesTheString) {
+TEST(CStringLoadString, ExhaustedMemoryRaisesTheMemoryExceptionAndLeavesTheString) {
     CqFakeWorld world;
     world.m_pResources->m_bMemoryFails = true;
     CString text("before");

@@ -106,14 +106,14 @@ TEST_F(TitleSwap, NestedBoxesUnwindInOrder) {
     EXPECT_EQ(m_App.m_pszAppName, kName);
 }
 
-TEST_F(TitleSwap, AHostsExceptionOutOfTheBoxUndoesTheSwap) {
+TEST_F(TitleSwap, AHostExceptionThrownFromTheBoxUndoesTheSwap) {
     m_App.m_Title = "Picture Editor";
     m_World.m_pMessages->m_OnBox = [] { throw std::runtime_error("host"); };
     EXPECT_THROW(q32ShowMsgStr("text", 0), std::runtime_error);
     EXPECT_EQ(m_App.m_pszAppName, kName);
 }
 
-TEST_F(TitleSwap, MemoryThatRunsOutOnTheWayToTheTitleLeavesTheName) {
+TEST_F(TitleSwap, ExhaustedMemoryWhileReadingTheTitleLeavesTheName) {
     m_App.m_bMemoryFails = true;
     EXPECT_EQ(fnShownCaption(), kName);
     m_App.m_bMDI = true;

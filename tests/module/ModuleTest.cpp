@@ -37,7 +37,7 @@ std::string fnVersion(std::size_t size, std::uint32_t high, std::uint32_t low) {
     return bytes;
 }
 
-/// A version record with other bytes behind it.
+/// A version record followed by other bytes.
 struct GuardedVersion {
     DLLVERSIONINFO m_Info;
     std::uint32_t m_Behind[4];
@@ -50,7 +50,7 @@ constexpr std::uint32_t kUntouched = 0xAAAAAAAAu;
 
 } // namespace
 
-TEST_F(Module, AnAttachMakesBothSingletonsAndADetachEndsThem) {
+TEST_F(Module, AnAttachCreatesBothSingletonsAndADetachDestroysThem) {
     ASSERT_TRUE(fnAttach());
     EXPECT_TRUE(q32::fnHasPlatform());
     ASSERT_NE(q32GetVMPolicy(), nullptr);
@@ -82,7 +82,7 @@ TEST_F(Module, AnAttachReadsBothSectionsOfTheSettings) {
     EXPECT_EQ(q32GetDisplayProperty()->fnGetGammaValue(), 220u);
 }
 
-TEST_F(Module, ASettingsFileThatCantBeReadDoesntHinderTheAttach) {
+TEST_F(Module, AnUnreadableSettingsFileDoesNotPreventTheAttach) {
     m_World->fnSetSettings("[VMPolicy]\r\nMemPercent=50\r\n");
     m_World->m_pFiles->m_ReadText.fnFail(1, CqHeadlessCalls::kForever);
     ASSERT_TRUE(fnAttach());
@@ -90,7 +90,7 @@ TEST_F(Module, ASettingsFileThatCantBeReadDoesntHinderTheAttach) {
     EXPECT_TRUE(m_World->m_pMessages->fnGetBoxes().empty());
 }
 
-TEST_F(Module, NothingIsWrittenOfTheLibrarysOwnAccord) {
+TEST_F(Module, TheLibraryWritesNothingByItself) {
     m_World->fnSetSettings("[VMPolicy]\r\nMemPercent=50\r\n");
     ASSERT_TRUE(fnAttach());
     q32GetVMPolicy()->fnSetMemUsage(70);
@@ -149,7 +149,7 @@ TEST_F(Module, WithoutMemoryForTheDisplayTheAttachFailsWithOneMessage) {
 TEST_F(Module, EachAllocationOfAnAttachMayFail) {
     m_World->fnSetSettings("[VMPolicy]\r\nScratchPath1=C:\\one\r\nScratchPath2=C:\\two\r\n"
                            "[DispProp]\r\nDitherHC=0\r\nGammaFlag=1\r\nGammaVal=220\r\n");
-    ASSERT_TRUE(fnAttach()); // makes what lives as long as the library
+    ASSERT_TRUE(fnAttach()); // creates what lives as long as the library
     q32Detach();
     std::size_t refused = 0;
     const auto failed = fnFailEachAllocation([&](CqAllocationFailure& failure) {
@@ -190,7 +190,7 @@ TEST_F(Module, ADetachWithoutAnAttachDoesNothing) {
     EXPECT_FALSE(q32::fnHasPlatform());
 }
 
-TEST_F(Module, TheAccessorsAnswerAsBeforeAfterADetachUntilTheNextAttachBegins) {
+TEST_F(Module, TheAccessorsStayValidAfterADetachUntilTheNextAttachBegins) {
     ASSERT_TRUE(fnAttach());
     const auto policy = reinterpret_cast<std::uintptr_t>(q32GetVMPolicy());
     const auto display = reinterpret_cast<std::uintptr_t>(q32GetDisplayProperty());
@@ -210,7 +210,7 @@ TEST_F(Module, MessagesAreShownAfterADetach) {
     ASSERT_EQ(m_World->m_pMessages->fnGetBoxes().size(), 1u);
 }
 
-TEST_F(Module, TellsTheVersionOfThisBuild) {
+TEST_F(Module, ReportsTheVersionOfThisBuild) {
     ASSERT_TRUE(fnAttach());
     GuardedVersion version(20);
     EXPECT_EQ(DllGetVersion(&version.m_Info), 0);
@@ -234,7 +234,7 @@ TEST_F(Module, VersionHalvesAreNotSplitAndComeFromTheLibrarysOwnModule) {
     EXPECT_EQ(version.m_Info.dwMinorVersion, 0x80050006u);
 }
 
-TEST_F(Module, AVersionRecordOfSizeZeroIsFilledAllTheSame) {
+TEST_F(Module, AVersionRecordOfDeclaredSizeZeroIsStillFilled) {
     ASSERT_TRUE(fnAttach());
     GuardedVersion version(0);
     EXPECT_EQ(DllGetVersion(&version.m_Info), 0);
@@ -245,7 +245,7 @@ TEST_F(Module, AVersionRecordOfSizeZeroIsFilledAllTheSame) {
     EXPECT_EQ(version.m_Info.dwPlatformID, 1u);
 }
 
-TEST_F(Module, AVersionRecordThatSaysLessThan20BytesIsWrittenPastIt) {
+TEST_F(Module, AVersionRecordDeclaredBelow20BytesIsWrittenPastItsSize) {
     ASSERT_TRUE(fnAttach());
     GuardedVersion version(8);
     EXPECT_EQ(DllGetVersion(&version.m_Info), 0);
@@ -255,7 +255,7 @@ TEST_F(Module, AVersionRecordThatSaysLessThan20BytesIsWrittenPastIt) {
     EXPECT_EQ(version.m_Behind[0], kUntouched);
 }
 
-TEST_F(Module, ALargerVersionRecordIsZeroedWhole) {
+TEST_F(Module, ALargerVersionRecordIsZeroedCompletely) {
     ASSERT_TRUE(fnAttach());
     GuardedVersion version(28);
     EXPECT_EQ(DllGetVersion(&version.m_Info), 0);
@@ -264,7 +264,7 @@ TEST_F(Module, ALargerVersionRecordIsZeroedWhole) {
     EXPECT_EQ(version.m_Behind[2], kUntouched);
 }
 
-TEST_F(Module, WithoutAVersionThereIsAnErrorAndTheRecordStays) {
+TEST_F(Module, WithoutAVersionTheCallFailsAndLeavesTheRecord) {
     GuardedVersion version(20);
     EXPECT_EQ(DllGetVersion(&version.m_Info), kNoVersion) << "before the attach";
     ASSERT_TRUE(fnAttach());

@@ -47,7 +47,7 @@ protected:
         }
     }
 
-    /// A place for the rectangle inside an image that is large enough.
+    /// A position of the rectangle inside an image that is large enough.
     CPoint fnRandomPlace(const CRect& rect, const CqImage& image) {
         return {fnBelow(m_Random, image.Width - static_cast<unsigned int>(rect.Width()) + 1),
                 fnBelow(m_Random, image.Height - static_cast<unsigned int>(rect.Height()) + 1)};
@@ -72,7 +72,7 @@ TEST_F(BlockCopyTest, ABlockIsCopiedAsLineAccessorsCopyIt) {
     }
 }
 
-TEST_F(BlockCopyTest, WithinOneImageTheOrderOfRowsCounts) {
+TEST_F(BlockCopyTest, WithinOneImageTheOrderOfRowsMatters) {
     for (int round = 0; round < 600; ++round) {
         const unsigned int bits = std::array{8u, 16u, 24u, 32u}[m_Random() % 4];
         CqImage image(1 + m_Random() % 200, 1 + m_Random() % 200, bits, nullptr, 0);
@@ -81,7 +81,7 @@ TEST_F(BlockCopyTest, WithinOneImageTheOrderOfRowsCounts) {
         const CRect rect = fnRandomRect(m_Random, image);
         CPoint place = fnRandomPlace(rect, image);
         const int last = static_cast<int>(image.Height) - rect.Height();
-        if (m_Random() % 2) // the near rows, where the order shows
+        if (m_Random() % 2) // nearby rows, where the order matters
             place.y = std::clamp(rect.top + fnBelow(m_Random, 7) - 3, 0, last);
         image.fnCopyBlock(image, &rect, place.x, place.y);
         fnCopyByLines(wanted, wanted, rect, place.x, place.y);
@@ -90,7 +90,7 @@ TEST_F(BlockCopyTest, WithinOneImageTheOrderOfRowsCounts) {
     }
 }
 
-TEST_F(BlockCopyTest, ABlockMovedDownByOneRowArrivesWhole) {
+TEST_F(BlockCopyTest, ABlockMovedDownByOneRowArrivesIntact) {
     CqImage image(1, 6, 8, q32GreyRamp, 256);
     fnSetRows(image, {{1}, {2}, {3}, {4}, {5}, {6}});
     const CRect rect(0, 0, 1, 5);
@@ -106,7 +106,7 @@ TEST_F(BlockCopyTest, ABlockMovedDownByTwoRowsRepeatsItsFirstTwo) {
     EXPECT_EQ(fnRows(image), (Rows{{1}, {2}, {1}, {2}, {1}, {2}}));
 }
 
-TEST_F(BlockCopyTest, ABlockMovedUpOrSidewaysArrivesWhole) {
+TEST_F(BlockCopyTest, ABlockMovedUpOrSidewaysArrivesIntact) {
     CqImage image(6, 3, 8, q32GreyRamp, 256);
     fnSetRows(image, {{1, 2, 3, 4, 5, 6}, {7, 8, 9, 10, 11, 12}, {13, 14, 15, 16, 17, 18}});
     const CRect up(0, 1, 6, 3);
@@ -134,7 +134,7 @@ TEST_F(BlockCopyTest, A4BitBlockIsCopiedNibbleByNibbleFromTheTopRows) {
     }
 }
 
-TEST_F(BlockCopyTest, A4BitBlockWithinOneImageReadsWhatItHasJustWritten) {
+TEST_F(BlockCopyTest, A4BitBlockWithinOneImageReadsBackItsOwnWrites) {
     for (int round = 0; round < 200; ++round) {
         CqImage image(1 + m_Random() % 40, 1 + m_Random() % 20, 4, nullptr, 0);
         fnSetRandom(image, m_Random);
@@ -147,7 +147,7 @@ TEST_F(BlockCopyTest, A4BitBlockWithinOneImageReadsWhatItHasJustWritten) {
     }
 }
 
-TEST_F(BlockCopyTest, A4BitBlockCopyIgnoresTheRowsOfBothPlaces) {
+TEST_F(BlockCopyTest, A4BitBlockCopyIgnoresTheRowsOfBothPositions) {
     CqImage src(2, 4, 4, nullptr, 0);
     CqImage image(2, 4, 4, nullptr, 0);
     fnSetRows(src, {{0x11}, {0x22}, {0x33}, {0x44}});
@@ -155,7 +155,7 @@ TEST_F(BlockCopyTest, A4BitBlockCopyIgnoresTheRowsOfBothPlaces) {
     const CRect rect(0, 2, 2, 4);
     image.fnCopyBlock(src, &rect, 0, 1);
     EXPECT_EQ(fnRows(image), (Rows{{0x11}, {0x22}, {0}, {0}}));
-    // A place below the image changes nothing about that.
+    // A position below the image makes no difference.
     fnSetAll(image, 0);
     image.fnCopyBlock(src, &rect, 0, 3);
     EXPECT_EQ(fnRows(image), (Rows{{0x11}, {0x22}, {0}, {0}}));
@@ -172,7 +172,7 @@ TEST_F(BlockCopyTest, WithoutARectangleAllOfTheSourceIsCopied) {
     }
 }
 
-TEST_F(BlockCopyTest, WhatLiesOutsideEitherImageIsLeftOut) {
+TEST_F(BlockCopyTest, PixelsOutsideEitherImageAreSkipped) {
     for (int round = 0; round < 300; ++round) {
         const unsigned int bits = std::array{8u, 16u, 24u, 32u}[m_Random() % 4];
         CqImage src(1 + m_Random() % 30, 1 + m_Random() % 30, bits, nullptr, 0);
@@ -203,7 +203,7 @@ TEST_F(BlockCopyTest, WhatLiesOutsideEitherImageIsLeftOut) {
     }
 }
 
-TEST_F(BlockCopyTest, FarAndTurnedRectanglesAreHarmless) {
+TEST_F(BlockCopyTest, DistantAndInvertedRectanglesAreHarmless) {
     constexpr LONG kMax = 2147483647;
     const CRect rects[] = {{-kMax - 1, -kMax - 1, kMax, kMax},
                            {kMax, kMax, -kMax - 1, -kMax - 1},
@@ -224,7 +224,7 @@ TEST_F(BlockCopyTest, FarAndTurnedRectanglesAreHarmless) {
     }
 }
 
-TEST_F(BlockCopyTest, ImagesOfDifferentDepthsStayAsTheyAre) {
+TEST_F(BlockCopyTest, ImagesOfDifferentDepthsStayUnchanged) {
     CqImage src(9, 9, 8, q32GreyRamp, 256);
     fnSetAll(src, 1);
     for (const unsigned int bits : {4, 16, 24, 32}) {

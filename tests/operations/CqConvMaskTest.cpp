@@ -21,7 +21,7 @@ protected:
         fnSetRows(image, rows);
     }
 
-    /// The rows that the window shows, by their numbers.
+    /// The numbers of the rows in the window.
     static std::vector<int> fnShown(CqConvMask& window, int lines) {
         std::vector<int> shown;
         shown.reserve(static_cast<std::size_t>(lines));
@@ -45,7 +45,7 @@ TEST_F(CqConvMaskTest, AWindowOf3RepeatsTheEdgeRows) {
     }
 }
 
-TEST_F(CqConvMaskTest, BelowTheLastRowTheEdgeGoesOn) {
+TEST_F(CqConvMaskTest, BelowTheLastRowTheEdgeIsRepeated) {
     CqImage image(1, 2, 8, q32GreyRamp, 256);
     fnSetNumbers(image);
     CqConvMask window(image, 3, 0);
@@ -105,7 +105,7 @@ TEST_F(CqConvMaskTest, EveryWindowShowsTheRowsAroundEveryRow) {
     }
 }
 
-TEST_F(CqConvMaskTest, ARowAboveTheImageIsToldAsTheLastOne) {
+TEST_F(CqConvMaskTest, ARowAboveTheImageIsReportedAsTheLastOne) {
     CqImage image(1, 7, 8, q32GreyRamp, 256);
     fnSetNumbers(image);
     CqConvMask window(image, 3, -1);
@@ -141,7 +141,7 @@ TEST_F(CqConvMaskTest, WritingIntoAWindowDoesNotReachTheImage) {
         EXPECT_EQ(fnRows(image)[y][0], y);
 }
 
-TEST_F(CqConvMaskTest, AWindowOfNoLinesIsOneOfOne) {
+TEST_F(CqConvMaskTest, AWindowOfZeroLinesHasOne) {
     CqImage image(1, 3, 8, q32GreyRamp, 256);
     fnSetNumbers(image);
     CqConvMask window(image, 0, 0);
@@ -149,7 +149,7 @@ TEST_F(CqConvMaskTest, AWindowOfNoLinesIsOneOfOne) {
     EXPECT_EQ(window.fnGetLine(0)[0], 1);
 }
 
-TEST_F(CqConvMaskTest, AStartFarOutsideShowsTheEdge) {
+TEST_F(CqConvMaskTest, AStartFarOutsideTheImageShowsTheEdge) {
     CqImage image(1, 3, 8, q32GreyRamp, 256);
     fnSetNumbers(image);
     CqConvMask above(image, 3, -100);
@@ -162,7 +162,7 @@ TEST_F(CqConvMaskTest, AStartFarOutsideShowsTheEdge) {
     EXPECT_EQ(fnShown(below, 3).size(), 3u);
 }
 
-TEST_F(CqConvMaskTest, WithoutMemoryTheConstructorAndTheFirstMoveRaise) {
+TEST_F(CqConvMaskTest, WithoutMemoryTheConstructorAndTheFirstMoveThrow) {
     CqImage image(1, 9, 8, q32GreyRamp, 256);
     fnSetNumbers(image);
     const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
@@ -176,7 +176,7 @@ TEST_F(CqConvMaskTest, WithoutMemoryTheConstructorAndTheFirstMoveRaise) {
     EXPECT_EQ(failures, 4u); // the ring, and a buffer for each of its rows
 }
 
-TEST_F(CqConvMaskTest, AFirstMoveThatFailedCanBeTriedAgain) {
+TEST_F(CqConvMaskTest, AFailedFirstMoveCanBeRetried) {
     CqImage image(1, 9, 8, q32GreyRamp, 256);
     fnSetNumbers(image);
     std::unique_ptr<CqConvMask> window;

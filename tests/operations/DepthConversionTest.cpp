@@ -1,4 +1,4 @@
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "tests/support/AttachedTest.h"
 #include "tests/support/FailingAllocator.h"
 #include "tests/support/Random.h"
@@ -88,7 +88,7 @@ TEST_F(DepthConversionTest, NarrowingGivesABlankImage) {
         image.TileMap->PixelBuffer[0] = 200;
         image.fnConvert(to, false, nullptr);
         EXPECT_EQ(image.BitCount, to);
-        // The palette is the one of an image made without any.
+        // The palette is the default one.
         const CqImage fresh(1, 1, to, nullptr, 0);
         ASSERT_EQ(image.PaletteCount, fresh.PaletteCount);
         EXPECT_EQ(image.PaletteCount, to == 16 ? 0 : 1u << to);
@@ -116,7 +116,7 @@ TEST_F(DepthConversionTest, TheGreyRampYieldsASingleEntryThatCountsAsGrey) {
     EXPECT_TRUE(image.fnIsGrayScale());
 }
 
-TEST_F(DepthConversionTest, EachFailureLeavesTheImageAsItWas) {
+TEST_F(DepthConversionTest, EachFailureLeavesTheImageUnchanged) {
     for (const unsigned int bits : {4u, 8u}) {
         CqImage original(200, 3, bits, nullptr, 0);
         CqImage image(original);
@@ -148,7 +148,7 @@ TEST_F(DepthConversionTest, An8BitIndexBeyondTheTableWidensToBlack) {
     EXPECT_EQ(fnRow(image, 0), (Bytes{9, 9, 9, 0, 0, 0}));
 }
 
-TEST_F(DepthConversionTest, ADepthThatThereIsNotLeavesTheImageAsItWas) {
+TEST_F(DepthConversionTest, AnUnknownDepthLeavesTheImageUnchanged) {
     CqImage image(2, 2, 24, nullptr, 0);
     EXPECT_TRUE(fnRaisesMemoryException([&] { image.fnConvert(15, true, nullptr); }));
     EXPECT_EQ(image.BitCount, 24u);

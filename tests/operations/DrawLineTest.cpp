@@ -53,7 +53,7 @@ protected:
         }
     }
 
-    /// Places of the pixels that aren't 0 in an image of 8 bits.
+    /// Positions of the nonzero pixels of an 8-bit image.
     static std::vector<CPoint> fnPoints(const CqImage& image) {
         std::vector<CPoint> points;
         const Rows rows = fnRows(image);
@@ -107,14 +107,14 @@ TEST_F(DrawLineTest, AHorizontalLineIsTheSameBothWays) {
     }
 }
 
-TEST_F(DrawLineTest, ALineOf5By2TurnsWhereBresenhamTurns) {
+TEST_F(DrawLineTest, ALineOf5By2StepsWhereBresenhamSteps) {
     const auto image = fnBlack(6, 3);
     image->fnDrawLine(0, 0, 5, 2, kWhite, false);
     EXPECT_EQ(fnPoints(*image),
               (std::vector<CPoint>{{0, 0}, {1, 0}, {2, 1}, {3, 1}, {4, 2}, {5, 2}}));
 }
 
-TEST_F(DrawLineTest, AlongATieTheLineTurnsEarlyInItsOwnDirection) {
+TEST_F(DrawLineTest, AtATieTheLineStepsEarlyInItsOwnDirection) {
     const auto there = fnBlack(3, 2);
     there->fnDrawLine(0, 0, 2, 1, kWhite, false);
     EXPECT_EQ(fnPoints(*there), (std::vector<CPoint>{{0, 0}, {1, 1}, {2, 1}}));
@@ -129,7 +129,7 @@ TEST_F(DrawLineTest, ALineOfOnePointIsThatPoint) {
     EXPECT_EQ(fnPoints(*image), (std::vector<CPoint>{{1, 2}}));
 }
 
-TEST_F(DrawLineTest, ALineOfOnePointOutsideIsLeftOut) {
+TEST_F(DrawLineTest, ALineOfOnePointOutsideIsNotDrawn) {
     for (const unsigned int bits : {4, 8, 16, 24, 32}) {
         CqImage image(3, 3, bits, nullptr, 0);
         fnSetAll(image, 0);
@@ -141,7 +141,7 @@ TEST_F(DrawLineTest, ALineOfOnePointOutsideIsLeftOut) {
     }
 }
 
-TEST_F(DrawLineTest, LinesWhollyOutsidePlotNothing) {
+TEST_F(DrawLineTest, LinesEntirelyOutsidePlotNothing) {
     const auto image = fnBlack(200, 200);
     image->fnDrawLine(-5, -1, 300, -1, kWhite, false);
     image->fnDrawLine(-300, 10, 10, -300, kWhite, false);
@@ -150,7 +150,7 @@ TEST_F(DrawLineTest, LinesWhollyOutsidePlotNothing) {
     EXPECT_TRUE(fnPoints(*image).empty());
 }
 
-TEST_F(DrawLineTest, LinesFromTheEndsOfTheWorldPassThroughTheImage) {
+TEST_F(DrawLineTest, LinesFromTheLimitsOfTheCoordinatesPassThroughTheImage) {
     constexpr int kMax = 2147483647;
     const auto image = fnBlack(130, 130);
     image->fnDrawLine(-kMax - 1, -kMax - 1, kMax, kMax, kWhite, false);
@@ -165,15 +165,15 @@ TEST_F(DrawLineTest, LinesFromTheEndsOfTheWorldPassThroughTheImage) {
     EXPECT_EQ(fnPoints(*level).size(), 130u);
 }
 
-/// Steps along the shorter axis after `steps` along the longer one: the turn is where the exact
-/// line has come half way or further.
+/// Steps along the shorter axis after `steps` along the longer one: the line steps where the exact
+/// line is half way or further.
 std::int64_t fnMinor(std::uint64_t steps, std::uint64_t major, std::uint64_t minor) {
     return static_cast<std::int64_t>((2 * steps * minor + major) / (2 * major));
 }
 
 TEST_F(DrawLineTest, LinesWithEndsFarAwayGoThroughTheExactPoints) {
     for (int round = 0; round < 400; ++round) {
-        const int bits = round % 2 ? 30 : 18; // of the longest way to an end
+        const int bits = round % 2 ? 30 : 18; // of the longest distance to an end
         const auto far = [&] { return std::int64_t{m_Random() >> (32 - bits)} + 1; };
         const std::int64_t before = far();
         const std::int64_t major = before + 200 + far();
@@ -230,7 +230,7 @@ TEST_F(DrawLineTest, A16BitPointIsStoredLowByteFirst) {
     EXPECT_EQ(fnRows(image)[0], (Bytes{0x21, 0xF8, 0x21, 0xF8}));
 }
 
-TEST_F(DrawLineTest, A4BitPointOfAnOddColumnLiesOneByteFurther) {
+TEST_F(DrawLineTest, A4BitPointOfAnOddColumnIsOneByteFurther) {
     CqImage image(4, 2, 4, nullptr, 0);
     fnSetAll(image, 0);
     image.fnDrawLine(0, 0, 3, 0, kWhite, false);
@@ -245,7 +245,7 @@ TEST_F(DrawLineTest, AtTheLastPointOf4BitsNothingOutsideIsWritten) {
     EXPECT_EQ(fnRows(image), (Rows{{0, 0}, {0, 0xF0}}));
 }
 
-TEST_F(DrawLineTest, AColourThatIsNotInThePaletteDrawsIndex0) {
+TEST_F(DrawLineTest, AColourMissingFromThePaletteDrawsIndex0) {
     CqImage image(3, 1, 8, q32GreyRamp, 256);
     fnSetAll(image, 9);
     image.fnDrawLine(0, 0, 1, 0, CqColor(1, 2, 3, 255), false);

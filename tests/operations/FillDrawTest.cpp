@@ -31,14 +31,14 @@ protected:
                             : std::make_unique<CqImage>(300u, 200u, bits, nullptr, 0u);
         m_pImage->fnFill(kBlueColor, nullptr, false);
     }
-    /// Gives the screen another depth; 0xEE is a raw pixel that no draw makes.
+    /// Changes the screen's depth; no draw produces the raw pixel 0xEE.
     void fnSetScreen(int bits) {
         ASSERT_TRUE(m_World->m_pScreen->fnSetMode({1024, 768, bits, 96, 96}));
         q32GetDisplayProperty()->fnUpdate();
         m_World->m_pScreen->fnClear(0xEE);
         m_World->m_pScreen->fnClearDraws();
     }
-    /// Pixels of the client area that a draw has reached since then.
+    /// Pixels of the client area drawn since then.
     int fnCountDrawn() const {
         int count = 0;
         for (int y = 0; y < 400; ++y)
@@ -81,12 +81,12 @@ TEST_F(FillDrawTest, AFillOfTheWholeImageShowsTileByTile) {
     EXPECT_EQ(fnCount(kRed), 300 * 200);
 }
 
-/// After each tile, the window shows the tiles so far and no other.
-TEST_F(FillDrawTest, TheWindowIsSeenToFillUpTileByTile) {
+/// After each tile, the window shows exactly the tiles so far.
+TEST_F(FillDrawTest, TheWindowFillsUpTileByTile) {
     for (std::uint64_t shown = 0; shown <= 6; ++shown) {
         m_World->m_pScreen->fnClear();
         m_pImage->fnDrawInit(1, false, CRect(0, 0, 300, 200), CPoint(0, 0), &m_Window);
-        // What follows is not put on the screen, and the fill goes on all the same.
+        // Later tiles can't be drawn, and the fill continues.
         m_World->m_pScreen->m_SetDIBits.fnFail(shown + 1, CqHeadlessCalls::kForever);
         m_pImage->fnFill(kBlueColor, nullptr, false);
         m_pImage->fnFill(kRedColor, nullptr, true);
@@ -108,7 +108,7 @@ TEST_F(FillDrawTest, ATileOutsideTheViewIsFilledButNotShown) {
     EXPECT_EQ(m_pImage->fnGetPixelColor(0, 0), kRedColor);
 }
 
-TEST_F(FillDrawTest, AFilledRectangleShowsItselfAlone) {
+TEST_F(FillDrawTest, AFilledRectangleRedrawsOnlyItself) {
     m_pImage->fnDrawInit(1, false, CRect(5, 7, 305, 207), CPoint(0, 0), &m_Window);
     const CRect rect(120, 100, 150, 140);
     m_pImage->fnFill(kRedColor, &rect, true);
@@ -119,7 +119,7 @@ TEST_F(FillDrawTest, AFilledRectangleShowsItselfAlone) {
     EXPECT_EQ(fnAt(155, 146), 0u);
 }
 
-TEST_F(FillDrawTest, AFilledRectangleIsCutToTheViewAndMovedWithItsOrigin) {
+TEST_F(FillDrawTest, AFilledRectangleIsClippedToTheViewAndMovedWithItsOrigin) {
     m_pImage->fnDrawInit(1, false, CRect(0, 0, 100, 80), CPoint(110, 90), &m_Window);
     const CRect rect(100, 80, 150, 140);
     m_pImage->fnFill(kRedColor, &rect, true);
@@ -167,7 +167,7 @@ TEST_F(FillDrawTest, AScaleOf1OrLessShowsTheRectangleUnscaled) {
     EXPECT_EQ(fnDraws()[0].m_nHeight, 30u);
 }
 
-TEST_F(FillDrawTest, WithoutAWindowTheFillStands) {
+TEST_F(FillDrawTest, WithoutAWindowTheFillIsKept) {
     const CRect rect(0, 0, 10, 10);
     m_pImage->fnFill(kRedColor, &rect, true);
     m_pImage->fnFill(kRedColor, nullptr, true);
@@ -175,7 +175,7 @@ TEST_F(FillDrawTest, WithoutAWindowTheFillStands) {
     EXPECT_TRUE(fnDraws().empty());
 }
 
-TEST_F(FillDrawTest, AWindowWithoutADeviceContextLeavesTheFillStanding) {
+TEST_F(FillDrawTest, WithoutADeviceContextTheFillIsKept) {
     m_pImage->fnDrawInit(1, false, CRect(0, 0, 300, 200), CPoint(0, 0), &m_Window);
     m_World->m_pScreen->m_GetDC.fnFail(1, CqHeadlessCalls::kForever);
     const CRect rect(0, 0, 10, 10);
@@ -229,7 +229,7 @@ TEST_F(FillDrawTest, AScreenOf256ColoursShowsFillsOfEveryDepth) {
     }
 }
 
-TEST_F(FillDrawTest, AScaleThatIsNoWholeNumberMultipliesAndTruncates) {
+TEST_F(FillDrawTest, AFractionalScaleMultipliesAndTruncates) {
     m_pImage->fnDrawInit(1.0, CRect(0, 0, 450, 300), &m_Window); // a fit of 1.5
     const CRect rect(11, 11, 21, 21);                            // from 16.5 to 31.5
     m_pImage->fnFill(kRedColor, &rect, true);
@@ -240,8 +240,8 @@ TEST_F(FillDrawTest, AScaleThatIsNoWholeNumberMultipliesAndTruncates) {
     EXPECT_EQ(fnDraws()[0].m_nHeight, 15u);
 }
 
-/// Whatever memory drawing lacks, the fill stands and nothing is raised.
-TEST_F(FillDrawTest, ALackOfMemoryInDrawingNeverReachesTheFill) {
+/// Whatever allocation of drawing fails, the fill is kept and nothing is thrown.
+TEST_F(FillDrawTest, ExhaustedMemoryInDrawingNeverReachesTheFill) {
     const CRect all(0, 0, 300, 200);
     Bytes red;
     for (int i = 0; i < 300; ++i)
@@ -262,7 +262,7 @@ TEST_F(FillDrawTest, ALackOfMemoryInDrawingNeverReachesTheFill) {
                     EXPECT_EQ(fnRows(*m_pImage), Rows(200, red));
                     EXPECT_EQ(m_World->m_pScreen->fnGetOpenDCs(), 0u);
                 });
-            EXPECT_GE(failures, 3u) << screen; // two buffers and a device context at the least
+            EXPECT_GE(failures, 3u) << screen; // at least two buffers and a device context
         }
 }
 

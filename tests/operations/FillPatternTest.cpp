@@ -11,7 +11,7 @@ class FillPatternTest : public AttachedTest {
 protected:
     Random m_Random{5202};
 
-    /// The rule, one block copy for each repetition.
+    /// The rule: one block copy per repetition.
     static void fnFillByBlocks(CqImage& image, CqImage& pattern, const CRect* srcRect,
                                const CRect* dstRect) {
         const auto clip = [](const CRect* rect, const CqImage& i) {
@@ -64,7 +64,7 @@ protected:
     }
 };
 
-TEST_F(FillPatternTest, EveryPatternGivesWhatTheBlocksGive) {
+TEST_F(FillPatternTest, EveryPatternEqualsRepeatedBlockCopies) {
     for (int round = 0; round < 400; ++round) {
         const unsigned int bits = fnRandomBits(m_Random);
         CqImage image(fnRandomSide(m_Random), fnRandomSide(m_Random), bits, nullptr, 0);
@@ -85,7 +85,7 @@ TEST_F(FillPatternTest, EveryPatternGivesWhatTheBlocksGive) {
     }
 }
 
-TEST_F(FillPatternTest, APatternOutOfTheImageItselfGivesWhatTheBlocksGive) {
+TEST_F(FillPatternTest, APatternFromTheImageItselfEqualsRepeatedBlockCopies) {
     for (int round = 0; round < 200; ++round) {
         const unsigned int bits = fnRandomBits(m_Random);
         CqImage image(1 + m_Random() % 200, 1 + m_Random() % 200, bits, nullptr, 0);
@@ -133,7 +133,7 @@ TEST_F(FillPatternTest, APatternThatBeginsBelowTheRestHasNoLastRowAtAll) {
     EXPECT_EQ(fnRows(image)[20], Bytes(2, 0xEE));
 }
 
-TEST_F(FillPatternTest, APatternLargerThanTheTargetIsCutToIt) {
+TEST_F(FillPatternTest, APatternLargerThanTheTargetIsClippedToIt) {
     CqImage image(300, 5, 8, q32GreyRamp, 256);
     CqImage pattern(400, 9, 8, q32GreyRamp, 256);
     fnSetRandom(pattern, m_Random);
@@ -147,7 +147,7 @@ TEST_F(FillPatternTest, APatternLargerThanTheTargetIsCutToIt) {
     EXPECT_TRUE(fnSameRows(fnRows(image), wanted));
 }
 
-TEST_F(FillPatternTest, At4BitsThePatternReachesTheTopRowsAlone) {
+TEST_F(FillPatternTest, At4BitsThePatternReachesOnlyTheTopRows) {
     CqImage image(4, 6, 4, nullptr, 0);
     CqImage pattern(2, 2, 4, nullptr, 0);
     fnSetAll(image, 0);
@@ -156,7 +156,7 @@ TEST_F(FillPatternTest, At4BitsThePatternReachesTheTopRowsAlone) {
     EXPECT_EQ(fnRows(image), (Rows{{0x12, 0x12}, {0x34, 0x34}, {0, 0}, {0, 0}, {0, 0}, {0, 0}}));
 }
 
-TEST_F(FillPatternTest, EmptyRectanglesAndOtherDepthsLeaveTheImage) {
+TEST_F(FillPatternTest, EmptyRectanglesAndOtherDepthsLeaveTheImageUnchanged) {
     CqImage image(20, 20, 24, nullptr, 0);
     CqImage pattern(5, 5, 24, nullptr, 0);
     CqImage other(5, 5, 8, q32GreyRamp, 256);
@@ -173,7 +173,7 @@ TEST_F(FillPatternTest, EmptyRectanglesAndOtherDepthsLeaveTheImage) {
     EXPECT_TRUE(fnSameRows(fnRows(image), before));
 }
 
-TEST_F(FillPatternTest, RectanglesBeyondTheImagesAreCut) {
+TEST_F(FillPatternTest, RectanglesBeyondTheImagesAreClipped) {
     CqImage image(5, 3, 8, q32GreyRamp, 256);
     CqImage pattern(2, 2, 8, q32GreyRamp, 256);
     fnSetRuler(pattern);

@@ -22,7 +22,7 @@ protected:
         }
     }
 
-    /// Random pixels; at 4 bits now and then with a palette of 256 colours.
+    /// Random pixels; at 4 bits sometimes with a palette of 256 colours.
     std::unique_ptr<CqImage> fnRandomImage() {
         const unsigned int bits = fnRandomBits(m_Random);
         const RGBQUAD* palette = bits == 4 && m_Random() % 3 == 0 ? q32GreyRamp : nullptr;
@@ -32,7 +32,7 @@ protected:
         return image;
     }
 
-    /// The bytes of one pixel of a fill; at 4 bits of two.
+    /// The bytes of one pixel of a fill; at 4 bits, of two.
     static Bytes fnFilled(const CqImage& image, const CqColor& c) {
         unsigned int index = 0;
         for (unsigned int i = image.PaletteCount; i-- > 0;)
@@ -101,7 +101,7 @@ TEST_F(FillTest, ARectangleIsFilledPixelByPixelFrom8BitsOn) {
     }
 }
 
-TEST_F(FillTest, AColourThatIsNotInThePalettePaintsIndex0) {
+TEST_F(FillTest, AColourMissingFromThePalettePaintsIndex0) {
     for (const unsigned int bits : {4, 8}) {
         CqImage image(10, 2, bits, nullptr, 0);
         fnSetAll(image, 0x33);
@@ -140,7 +140,7 @@ TEST_F(FillTest, A4BitFillOfOddWidthKeepsTheLowNibbleOfItsLastByte) {
     EXPECT_EQ(fnRows(image)[0], (Bytes{0xFF, 0xF4, 0x44, 0x44}));
 }
 
-/// The byte is 0x42 | 0x42 << 4, cut to eight bits.
+/// The byte is 0x42 | 0x42 << 4, truncated to eight bits.
 TEST_F(FillTest, A4BitFillWithAnIndexAbove15MixesBothNibbles) {
     CqImage image(8, 2, 4, q32GreyRamp, 256);
     const CqColor color(0x42, 0x42, 0x42, 255);
@@ -155,7 +155,7 @@ TEST_F(FillTest, A4BitFillWithAnIndexAbove15MixesBothNibbles) {
     EXPECT_EQ(fnRows(image), (Rows{{0x11, 0x11, 0x11, 0x11}, {0x11, 0x62, 0x61, 0x11}}));
 }
 
-TEST_F(FillTest, A4BitFillThatWouldSpillStaysInItsRow) {
+TEST_F(FillTest, A4BitFillAtTheEndOfARowStaysInItsRow) {
     CqImage image(4, 2, 4, nullptr, 0);
     fnSetAll(image, 0);
     const CRect rect(3, 0, 4, 1);
@@ -163,7 +163,7 @@ TEST_F(FillTest, A4BitFillThatWouldSpillStaysInItsRow) {
     EXPECT_EQ(fnRows(image), Rows(2, Bytes(2, 0)));
 }
 
-TEST_F(FillTest, ARectangleBeyondTheImageIsCut) {
+TEST_F(FillTest, ARectangleBeyondTheImageIsClipped) {
     for (const unsigned int bits : {4, 8, 16, 24, 32}) {
         CqImage image(20, 10, bits, nullptr, 0);
         fnSetRandom(image, m_Random);
@@ -175,7 +175,7 @@ TEST_F(FillTest, ARectangleBeyondTheImageIsCut) {
     }
 }
 
-TEST_F(FillTest, AnEmptyTurnedOrOutlyingRectanglePaintsNothing) {
+TEST_F(FillTest, AnEmptyInvertedOrOutlyingRectanglePaintsNothing) {
     const CRect rects[] = {
         {5, 5, 5, 8},       {5, 5, 8, 5},    {8, 2, 5, 6},   {2, 8, 6, 5},
         {20, 0, 30, 10},    {0, 10, 20, 20}, {-9, -9, 0, 0}, {2147483647, 0, -2147483647 - 1, 10},
@@ -190,7 +190,7 @@ TEST_F(FillTest, AnEmptyTurnedOrOutlyingRectanglePaintsNothing) {
     }
 }
 
-TEST_F(FillTest, ClaimsOfOthersStandAfterAFill) {
+TEST_F(FillTest, ClaimsOfOthersSurviveAFill) {
     CqImage image(300, 300, 8, q32GreyRamp, 256);
     CqImageTile tile(true);
     image.fnAccessTile(4, &tile);

@@ -59,7 +59,7 @@ protected:
     }
 };
 
-TEST_F(MaskTest, IsAnImageOfItsOwnClass) {
+TEST_F(MaskTest, IsAnImageOfASeparateClass) {
     CqMask mask;
     EXPECT_EQ(mask.GetRuntimeClass(), &CqMask::classCqMask);
     EXPECT_STREQ(CqMask::classCqMask.m_lpszClassName, "CqMask");
@@ -75,7 +75,7 @@ TEST_F(MaskTest, AllocationMakesAGreyImageOf8BitsAtTheOrigin) {
     EXPECT_TRUE(mask.fnIsGrayScale());
     EXPECT_EQ(mask.m_rectBound, CRect(0, 0, 130, 7));
     mask.fnSetPos(CPoint(5, 6));
-    mask.fnAlloc(130, 7); // the present size: the bitmap stays, the place doesn't
+    mask.fnAlloc(130, 7); // the current size: keeps the bitmap, resets the position
     EXPECT_EQ(mask.m_rectBound, CRect(0, 0, 130, 7));
 }
 
@@ -91,7 +91,7 @@ TEST_F(MaskTest, MovingDoesNotTouchPixels) {
     EXPECT_EQ(fnRows(mask), Rows(2, Bytes(3, 77)));
 }
 
-TEST_F(MaskTest, ACopyTakesBitmapPlaceTitleAndResolutions) {
+TEST_F(MaskTest, ACopyTakesBitmapPositionTitleAndResolutions) {
     CqMask mask;
     fnPlace(mask, 4, 5, 200, 130, 0);
     fnSetRandom(mask, m_Random);
@@ -130,8 +130,8 @@ TEST_F(MaskTest, ACopyOfAMaskWithoutBitmapHasNone) {
     EXPECT_EQ(full.m_rectBound, CRect(0, 0, 0, 0));
 }
 
-/// The size of the bitmap that is gone still counts, and places a rectangle without pixels.
-TEST_F(MaskTest, AMaskThatHasLostItsBitmapIsPlacedAsIfItWereBlack) {
+/// The size of the freed bitmap still applies, and gives a rectangle without pixels.
+TEST_F(MaskTest, AMaskWithoutItsBitmapIsPlacedAsIfItWereBlack) {
     CqMask own(4, 3);
     CqMask empty;
     own = empty;
@@ -142,7 +142,7 @@ TEST_F(MaskTest, AMaskThatHasLostItsBitmapIsPlacedAsIfItWereBlack) {
     EXPECT_EQ(copy.m_rectBound, own.m_rectBound);
     CqMask other;
     fnPlace(other, 5, 3, 2, 2, 9);
-    other -= own; // nothing to take off
+    other -= own; // nothing to subtract
     EXPECT_EQ(fnRows(other), Rows(2, Bytes(2, 9)));
     own += other;
     EXPECT_EQ(own.m_rectBound, CRect(2, 1, 7, 5));
@@ -150,17 +150,17 @@ TEST_F(MaskTest, AMaskThatHasLostItsBitmapIsPlacedAsIfItWereBlack) {
               (Rows{{0, 0, 0, 0, 0}, {0, 0, 0, 0, 0}, {0, 0, 0, 9, 9}, {0, 0, 0, 9, 9}}));
 }
 
-TEST_F(MaskTest, TakingOffAPlacedMaskWithoutBitmapFollowsTheRectangles) {
+TEST_F(MaskTest, SubtractingAPlacedMaskWithoutBitmapFollowsTheRectangles) {
     CqMask own;
     CqMask other;
     own.m_rectBound = CRect(0, 0, 4, 3);
     fnPlace(other, 0, 0, 4, 1, 9);
-    own -= other; // its top row is cut off
+    own -= other; // trims its top row
     EXPECT_EQ(own.m_rectBound, CRect(0, 1, 4, 3));
     EXPECT_EQ(fnRows(own), Rows(2, Bytes(4, 0)));
     CqMask bare;
     bare.m_rectBound = CRect(1, 0, 3, 1);
-    bare -= other; // covered wholly
+    bare -= other; // covered completely
     EXPECT_EQ(bare.m_rectBound, CRect(0, 0, 0, 0));
     EXPECT_EQ(bare.TileMap, nullptr);
 }
@@ -172,7 +172,7 @@ TEST_F(MaskTest, AMaskAssignedToItselfKeepsAllButItsPixels) {
     mask.DpiX = 300;
     CqMask& same = mask;
     mask = same;
-    EXPECT_NE(fnRows(mask)[129], Bytes(200, 77)); // a fresh block
+    EXPECT_NE(fnRows(mask)[129], Bytes(200, 77)); // a new block
     EXPECT_EQ(mask.Width, 200u);
     EXPECT_EQ(mask.Height, 130u);
     EXPECT_EQ(mask.m_rectBound, CRect(4, 5, 204, 135));
@@ -192,7 +192,7 @@ TEST_F(MaskTest, ACopyIsGreyWhateverTheDepthOfTheSource) {
         CqMask copy(odd);
         EXPECT_EQ(copy.BitCount, 8u);
         EXPECT_EQ(fnRows(copy), Rows(140, Bytes(200, bits == 4 ? 0 : 0x55)));
-        copy += odd; // no grey mask: nothing happens
+        copy += odd; // not a grey mask: nothing happens
         odd += copy;
         EXPECT_EQ(copy.m_rectBound, CRect(0, 0, 200, 140));
         EXPECT_EQ(odd.BitCount, bits);
@@ -224,13 +224,13 @@ TEST_F(MaskTest, AddingAnEmptyRectangleDoesNothing) {
     own -= other;
     CqMask none;
     own += none;
-    none.m_rectBound = CRect(0, 0, 5, 5); // a place without a bitmap
+    none.m_rectBound = CRect(0, 0, 5, 5); // a position without a bitmap
     own += none;
     EXPECT_EQ(own.TileMap, map);
     EXPECT_EQ(fnRows(own), Rows(3, Bytes(3, 9)));
 }
 
-TEST_F(MaskTest, AddingToAnEmptyMaskGivesTheOther) {
+TEST_F(MaskTest, AddingToAnEmptyMaskCopiesTheOther) {
     CqMask own;
     CqMask other;
     fnPlace(other, -7, 3, 150, 4, 0);
@@ -240,7 +240,7 @@ TEST_F(MaskTest, AddingToAnEmptyMaskGivesTheOther) {
     EXPECT_TRUE(fnSameRows(fnRows(own), fnRows(other)));
 }
 
-TEST_F(MaskTest, AnEmptiedMaskCountsAsNothingWhenItIsAddedTo) {
+TEST_F(MaskTest, AnEmptiedMaskContributesNothingToASum) {
     CqMask own;
     CqMask other;
     fnPlace(own, 0, 0, 5, 5, 99);
@@ -275,7 +275,7 @@ TEST_F(MaskTest, SubtractingABandAcrossTheMiddleKeepsTheRectangle) {
     EXPECT_EQ(fnRows(own), wanted);
 }
 
-TEST_F(MaskTest, AFullStripThatIsSubtractedIsCutOffWhateverItsWeight) {
+TEST_F(MaskTest, SubtractingAFullStripTrimsTheRectangleWhateverItsWeight) {
     const CRect strips[] = {{-5, -5, 20, 3}, {0, 4, 10, 12}, {-2, 0, 3, 8}, {7, -1, 30, 9}};
     const CRect rests[] = {{0, 3, 10, 8}, {0, 0, 10, 4}, {3, 0, 10, 8}, {0, 0, 7, 8}};
     for (std::size_t i = 0; i < 4; ++i) {
@@ -370,7 +370,7 @@ TEST_F(MaskTest, ARectangleLargerThanItsBitmapReadsNothingBeyondIt) {
                                  {0, 0, 0, 0, 0, 0}}));
 }
 
-TEST_F(MaskTest, AUnionTooLargeForAnImageLeavesTheMask) {
+TEST_F(MaskTest, AUnionTooLargeForAnImageLeavesTheMaskUnchanged) {
     CqMask own;
     CqMask other;
     fnPlace(own, -2147483647, -2147483647, 2, 2, 1);
@@ -380,12 +380,12 @@ TEST_F(MaskTest, AUnionTooLargeForAnImageLeavesTheMask) {
     EXPECT_EQ(fnRows(own), Rows(2, Bytes(2, 1)));
 }
 
-TEST_F(MaskTest, AFailureLeavesTheMaskAsItWas) {
+TEST_F(MaskTest, AFailureLeavesTheMaskUnchanged) {
     CqMask own;
     CqMask other;
     fnPlace(own, 0, 0, 150, 150, 1);
     fnPlace(other, 100, 100, 150, 150, 2);
-    for (unsigned int disk = 0; disk < 4; ++disk) // or else they would help out
+    for (unsigned int disk = 0; disk < 4; ++disk) // so that none serves as a fallback
         q32GetVMPolicy()->fnEnableDisk(disk, false);
     const CqTileMap* const map = own.TileMap;
     const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
@@ -402,7 +402,7 @@ TEST_F(MaskTest, AFailureLeavesTheMaskAsItWas) {
     EXPECT_EQ(own.m_rectBound, CRect(0, 0, 250, 250));
 }
 
-TEST_F(MaskTest, ASumOrCopyWithoutMemoryLeavesBothSidesAsTheyWere) {
+TEST_F(MaskTest, ASumOrCopyWithoutMemoryLeavesBothSidesUnchanged) {
     CqMask own;
     CqMask other;
     fnPlace(own, 0, 0, 150, 20, 1);
@@ -433,7 +433,7 @@ TEST_F(MaskTest, ASumOrCopyWithoutMemoryLeavesBothSidesAsTheyWere) {
     EXPECT_EQ(fnRows(own), Rows(20, Bytes(150, 2)));
 }
 
-TEST_F(MaskTest, ALoadedMaskLiesAtTheOriginInItsOwnDepth) {
+TEST_F(MaskTest, ALoadedMaskIsAtTheOriginInItsOwnDepth) {
     CqImage picture(5, 3, 24, nullptr, 0);
     fnSetRandom(picture, m_Random);
     const std::unique_ptr<BITMAPINFOHEADER, void (*)(BITMAPINFOHEADER*)> dib(
@@ -450,7 +450,7 @@ TEST_F(MaskTest, ALoadedMaskLiesAtTheOriginInItsOwnDepth) {
     EXPECT_TRUE(fnSameRows(fnRows(mask), fnRows(picture)));
 }
 
-TEST_F(MaskTest, AMaskThatCannotBeLoadedHasARectangleOfOnePixel) {
+TEST_F(MaskTest, AMaskThatFailsToLoadHasARectangleOfOnePixel) {
     CqMask mask;
     fnPlace(mask, 9, 9, 2, 2, 1);
     EXPECT_TRUE(fnRaisesResourceException([&] { mask.fnLoad(78, 0); }));

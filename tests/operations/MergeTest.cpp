@@ -13,7 +13,7 @@ class MergeTest : public AttachedTest {
 protected:
     Random m_Random{5301};
 
-    /// One pixel of the rule. Returns the bytes that the target pointer moves on.
+    /// One pixel of the rule. Returns by how many bytes the target pointer advances.
     static unsigned int fnMergePixel(const unsigned char* s, unsigned char* t, unsigned int bpp,
                                      const CqMergeParam& param, const unsigned char* weights) {
         const auto read = [bpp](const unsigned char* p) {
@@ -112,7 +112,7 @@ protected:
                 m_Random() % 2 ? kOften[m_Random() % 4] : static_cast<unsigned char>(m_Random());
     }
 
-    /// A mask that covers the rectangle, and more.
+    /// A mask that covers more than the rectangle.
     std::unique_ptr<CqMask> fnCover(const CRect& rect) {
         const int left = rect.left - fnBelow(m_Random, 140);
         const int top = rect.top - fnBelow(m_Random, 140);
@@ -125,7 +125,7 @@ protected:
     }
 };
 
-TEST_F(MergeTest, EveryRuleGivesWhatLineAccessorsGive) {
+TEST_F(MergeTest, EveryRuleMatchesLineAccessors) {
     for (int round = 0; round < 400; ++round) {
         const unsigned int bits = m_Random() % 2 ? 16 : 24;
         CqImage src(fnRandomSide(m_Random), fnRandomSide(m_Random), bits, nullptr, 0);
@@ -150,7 +150,7 @@ TEST_F(MergeTest, EveryRuleGivesWhatLineAccessorsGive) {
     }
 }
 
-TEST_F(MergeTest, WithinOneImageTheOrderOfRowsCounts) {
+TEST_F(MergeTest, WithinOneImageTheOrderOfRowsMatters) {
     for (int round = 0; round < 300; ++round) {
         const unsigned int bits = m_Random() % 2 ? 16 : 24;
         CqImage image(1 + m_Random() % 150, 1 + m_Random() % 150, bits, nullptr, 0);
@@ -168,7 +168,7 @@ TEST_F(MergeTest, WithinOneImageTheOrderOfRowsCounts) {
     }
 }
 
-TEST_F(MergeTest, TheSourcesPixelSizeRulesATargetOfAnotherDepth) {
+TEST_F(MergeTest, TheSourcesPixelSizeAppliesToATargetOfAnotherDepth) {
     for (int round = 0; round < 200; ++round) {
         const unsigned int bits = m_Random() % 2 ? 16 : 24;
         CqImage src(1 + m_Random() % 40, 1 + m_Random() % 40, bits, nullptr, 0);
@@ -195,7 +195,7 @@ TEST_F(MergeTest, AMaskOf0KeepsTheTarget255CopiesAnd1Multiplies) {
     fnSetRows(image, {{1, 2, 3, 1, 2, 3, 1, 0, 0, 0, 0, 0}});
     fnSetRows(mask, {{0, 255, 1, 2}});
     image.fnMerge(src, nullptr, CqMergeParam(mask), 0, 0);
-    // 1 x 254 + 9 is 263, and so 255; 0 x 254 + 7 is 7; 200 x 2 is 400, 100 x 2 is 200.
+    // 1 x 254 + 9 is 263, clamped to 255; 0 x 254 + 7 is 7; 200 x 2 is 400, 100 x 2 is 200.
     EXPECT_EQ(fnRows(image)[0], (Bytes{1, 2, 3, 9, 8, 7, 255, 0, 7, 255, 200, 0}));
 }
 
@@ -204,7 +204,7 @@ TEST_F(MergeTest, AKeyKeepsTheTargetWhereTheSourceHasItsColour) {
     CqImage image(3, 1, 24, nullptr, 0);
     fnSetRows(src, {{0x33, 0x22, 0x11, 0x33, 0x22, 0x10, 5, 6, 7}});
     fnSetAll(image, 0);
-    image.fnMerge(src, nullptr, CqMergeParam(0xFF112233ul), 0, 0); // the top byte isn't looked at
+    image.fnMerge(src, nullptr, CqMergeParam(0xFF112233ul), 0, 0); // the top byte is ignored
     EXPECT_EQ(fnRows(image)[0], (Bytes{0, 0, 0, 0x33, 0x22, 0x10, 5, 6, 7}));
 }
 
@@ -245,7 +245,7 @@ TEST_F(MergeTest, Sources4And8And32BitsDeepChangeNothing) {
     }
 }
 
-TEST_F(MergeTest, AMaskLiesInTheSourcesCoordinates) {
+TEST_F(MergeTest, AMaskIsInTheSourcesCoordinates) {
     CqImage src(4, 3, 24, nullptr, 0);
     CqImage image(4, 3, 24, nullptr, 0);
     fnSetAll(src, 7);
@@ -260,7 +260,7 @@ TEST_F(MergeTest, AMaskLiesInTheSourcesCoordinates) {
     EXPECT_EQ(fnRows(image), wanted);
 }
 
-TEST_F(MergeTest, TheTargetsSizeCutsTheSourceWhereverItLands) {
+TEST_F(MergeTest, TheTargetsSizeClipsTheSourceWhereverItLands) {
     CqImage src(10, 10, 24, nullptr, 0);
     CqImage image(6, 5, 24, nullptr, 0);
     fnSetAll(src, 7);
@@ -273,7 +273,7 @@ TEST_F(MergeTest, TheTargetsSizeCutsTheSourceWhereverItLands) {
     EXPECT_EQ(fnRows(image), wanted);
 }
 
-TEST_F(MergeTest, WhatIsPlacedOutsideTheTargetIsLeftOut) {
+TEST_F(MergeTest, PixelsPlacedOutsideTheTargetAreSkipped) {
     for (int round = 0; round < 200; ++round) {
         const unsigned int bytes = 2 + m_Random() % 2;
         CqImage src(1 + m_Random() % 20, 1 + m_Random() % 20, 8 * bytes, nullptr, 0);
@@ -322,7 +322,7 @@ TEST_F(MergeTest, WhatIsPlacedOutsideTheTargetIsLeftOut) {
     }
 }
 
-TEST_F(MergeTest, FarPlacesTurnedRectanglesAndMissingMasksAreHarmless) {
+TEST_F(MergeTest, DistantPositionsInvertedRectanglesAndMissingMasksAreHarmless) {
     constexpr LONG kMax = 2147483647;
     const CRect rects[] = {
         {-kMax - 1, -kMax - 1, kMax, kMax}, {kMax, kMax, -kMax - 1, -kMax - 1}, {3, 3, 3, 9}};
@@ -344,7 +344,7 @@ TEST_F(MergeTest, FarPlacesTurnedRectanglesAndMissingMasksAreHarmless) {
     EXPECT_EQ(fnRows(image), Rows(9, Bytes(27, 2)));
 }
 
-TEST_F(MergeTest, AMaskOfAnotherDepthCountsByItsBytes) {
+TEST_F(MergeTest, AMaskOfAnotherDepthIsReadByItsBytes) {
     CqImage src(4, 1, 24, nullptr, 0);
     CqImage image(4, 1, 24, nullptr, 0);
     fnSetAll(src, 7);
@@ -356,7 +356,7 @@ TEST_F(MergeTest, AMaskOfAnotherDepthCountsByItsBytes) {
     EXPECT_EQ(fnRows(image)[0], (Bytes{7, 7, 7, 0, 0, 0, 7, 7, 7, 0, 0, 0}));
 }
 
-TEST_F(MergeTest, AColourOrAMaskAloneIsARule) {
+TEST_F(MergeTest, AColourOrAMaskAloneConvertsToAParameter) {
     CqImage src(2, 1, 24, nullptr, 0);
     CqImage image(2, 1, 24, nullptr, 0);
     CqMask mask(2, 1);
@@ -410,7 +410,7 @@ TEST_F(MergeTest, EachConstructorOfTheParameterSetsWhatItIsGiven) {
     EXPECT_EQ(all.m_pMask, &mask);
 }
 
-/// Three row buffers are all that a merge takes, and they are taken for its first row.
+/// A merge allocates only three row buffers, all for its first row.
 TEST_F(MergeTest, WithoutMemoryForARowNothingIsMerged) {
     for (const unsigned int bits : {16, 24, 32}) { // of the target
         CqImage image(60, 40, bits, nullptr, 0);

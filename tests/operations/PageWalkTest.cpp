@@ -1,4 +1,4 @@
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "tests/operations/PlainImage.h"
 #include "tests/operations/StepDisplay.h"
 #include "tests/support/AttachedTest.h"
@@ -29,8 +29,8 @@ std::size_t fnCovered(std::vector<Span> spans) {
     return bytes;
 }
 
-/// A source whose pixels stand there only from their announcement on, until they are done. Of what
-/// is written, too, nothing stands there from its end on, until it is announced to be read.
+/// A source whose pixels exist only from their announcement until their release. Written pixels,
+/// too, are gone from their release until they are announced for reading.
 struct Mirage {
     explicit Mirage(CqImage& image)
         : m_pBegin(image.TileMap->PixelBuffer), m_Pixels(m_pBegin, m_pBegin + fnSize(image)) {
@@ -59,7 +59,7 @@ struct Mirage {
             std::memset(at, 0xAA, size);
     }
 
-    /// Gives those bytes what they were when they were done.
+    /// Restores those bytes to their content at their release.
     void fnRestore(std::uint8_t* begin, std::size_t size) const {
         for (const auto& [at, bytes] : m_Finished) {
             std::uint8_t* from = std::max(at, begin);
@@ -74,7 +74,7 @@ struct Mirage {
     std::vector<std::pair<std::uint8_t*, Bytes>> m_Finished;
     std::vector<Span> m_Own[3];
     std::vector<Span> m_Others[3];
-    bool m_bFresh = true; ///< nothing was written before it was announced
+    bool m_bFresh = true; ///< nothing was written before its announcement
 };
 
 class PageWalkTest : public AttachedTest {
@@ -83,7 +83,7 @@ protected:
 
     Random m_Random{7};
 
-    /// @param between  bytes of what stands between two passes
+    /// @param between  bytes of the intermediate between two passes
     void fnCheck(unsigned int width, unsigned int height, unsigned int bits, std::size_t between,
                  const Job& job) {
         SCOPED_TRACE(std::to_string(width) + " x " + std::to_string(height) + " at " +
@@ -138,9 +138,9 @@ Job fnFilter(unsigned int width, unsigned int height) {
     };
 }
 
-// Sizes are such that several megabytes lie behind what is announced at once.
+// The sizes leave several megabytes beyond what is announced at once.
 
-TEST_F(PageWalkTest, ATurnReadsEachTileOnceBetweenItsAnnouncementAndItsEnd) {
+TEST_F(PageWalkTest, ARotationReadsEachTileOnceBetweenItsAnnouncementAndItsEnd) {
     for (const double angle : {90.0, -90.0}) {
         fnCheck(1500, 1337, 24, 0, fnTurn(angle));
         fnCheck(1024, 1280, 32, 0, fnTurn(angle));
@@ -164,11 +164,11 @@ TEST_F(PageWalkTest, OnePassOfTheFilterReadsEachTileOnceBetweenItsAnnouncementAn
     fnCheck(129, 1300, 24, 0, fnFilter(1000, 1300));
 }
 
-TEST_F(PageWalkTest, ASourceOfManyBytesATargetRowIsGoneThroughInLowerBands) {
+TEST_F(PageWalkTest, ASourceOfManyBytesPerTargetRowIsProcessedInLowerBands) {
     fnCheck(6100, 6000, 8, std::size_t{6100} * 50, fnFilter(61, 50)); // more than 32 MiB
 }
 
-TEST_F(PageWalkTest, BandsThatShareTilesAreDoneWithThemAfterTheLastOne) {
+TEST_F(PageWalkTest, BandsThatShareTilesReleaseThemAfterTheLastBand) {
     fnCheck(6000, 129, 24, 0, fnFilter(6000, 300));   // three bands of one row of source tiles
     fnCheck(41000, 1000, 8, 0, fnFilter(41000, 130)); // several of one row of target tiles
     fnCheck(92, 17000, 24, 0, fnTurn(90));            // a narrow last column, and long rows
@@ -176,7 +176,7 @@ TEST_F(PageWalkTest, BandsThatShareTilesAreDoneWithThemAfterTheLastOne) {
     fnCheck(220, 17000, 24, 0, fnTurn(90));
 }
 
-TEST_F(PageWalkTest, EscIsHeardBeforeABandIsGoneThrough) {
+TEST_F(PageWalkTest, EscIsPolledBeforeABandIsProcessed) {
     q32GetVMPolicy()->fnSetRamLimit(0);
     CqImage image(20000, 100, 24, nullptr, 0);
     std::size_t announced = 0;
@@ -211,7 +211,7 @@ TEST_F(PageWalkTest, FourBitImagesOnTheFilterRouteGiveNoAdvice) {
     EXPECT_EQ(m_World->m_pScratch->m_Advise.fnGetCount(), 0u);
 }
 
-TEST_F(PageWalkTest, AdviceThatIsLostChangesNoPixel) {
+TEST_F(PageWalkTest, IgnoredAdviceChangesNoPixel) {
     for (const Job& job : {fnTurn(90), fnFilter(100, 90)}) {
         q32GetVMPolicy()->fnSetRamLimit(kNoLimit);
         CqImage wanted(300, 500, 24, nullptr, 0);
@@ -227,7 +227,7 @@ TEST_F(PageWalkTest, AdviceThatIsLostChangesNoPixel) {
     }
 }
 
-TEST_F(PageWalkTest, WhatAnAbortedWalkAnnouncedIsDoneToo) {
+TEST_F(PageWalkTest, AnAbortedWalkReleasesWhatItAnnounced) {
     q32GetVMPolicy()->fnSetRamLimit(0);
     for (const Job& job : {fnTurn(90), fnTurn(-90), fnFilter(300, 450), fnFilter(450, 300)}) {
         for (const std::size_t step : {1u, 20u, 70u}) {

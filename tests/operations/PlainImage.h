@@ -1,9 +1,9 @@
 /// @file
-/// An image as plain rows of bytes, for rules that are written out pixel by pixel.
+/// An image as plain rows of bytes, for rules spelt out pixel by pixel.
 #pragma once
 
 #include "q32Base/image/CqImage.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "tests/support/Random.h"
 
 #include <gtest/gtest.h>
@@ -38,7 +38,7 @@ inline void fnSetAll(CqImage& image, unsigned char byte) {
         image.TileMap->PixelBuffer[i] = byte;
 }
 
-/// A side that often lies at a tile's edge.
+/// A random side, often at a tile's edge.
 inline unsigned int fnRandomSide(Random& random) {
     static constexpr unsigned int kSides[] = {1, 2, 3, 127, 128, 129, 130, 256, 257};
     return random() % 2 ? kSides[random() % std::size(kSides)] : 1 + random() % 300;
@@ -68,7 +68,7 @@ inline CqColor fnRandomColor(Random& random, const CqImage& image) {
                    static_cast<unsigned char>(random()), static_cast<unsigned char>(random()));
 }
 
-/// Equal rows, or where they first differ.
+/// Success for equal rows, otherwise the first difference.
 inline testing::AssertionResult fnSameRows(const Rows& got, const Rows& wanted) {
     if (got.size() != wanted.size())
         return testing::AssertionFailure() << got.size() << " rows, not " << wanted.size();

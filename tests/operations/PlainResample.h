@@ -113,7 +113,7 @@ inline Rows fnPlainFilter(const Rows& from, unsigned int bits, unsigned int widt
     return fnPlainWidth(fnPlainHeight(from, bytes, height, scaleY), bytes, width, scaleX);
 }
 
-/// `to` holds what the target has before: a nibble behind the last pixel stays.
+/// `to` holds the target's previous content: a nibble after the last pixel is kept.
 inline void fnPlainNearest(const Rows& from, std::uint32_t srcWidth, unsigned int bits,
                            unsigned int width, Rows& to) {
     const auto srcHeight = static_cast<std::uint32_t>(from.size());

@@ -14,7 +14,7 @@ namespace q32::test {
 
 using Pixel = std::array<unsigned char, 4>;
 
-/// Rows of whole-byte pixels.
+/// Rows of pixels of full bytes.
 struct Picture {
     int width = 0;
     int height = 0;
@@ -48,7 +48,7 @@ struct PlainTurn {
     bool blend;
 };
 
-/// The inner angle: 360 taken off as often as it takes, then the sign turned.
+/// The internal angle: reduced by multiples of 360, then negated.
 inline double fnPlainAngle(double angle) {
     double a = std::fabs(angle);
     while (a > 359.9999999999)
@@ -143,7 +143,7 @@ inline void fnPlainAnyTurn(Picture& from, Picture& to, const PlainTurn& turn) {
         }
 }
 
-/// A quarter; what lands outside is left out.
+/// A rotation by a right angle; pixels that land outside are dropped.
 inline void fnPlainQuarter(Picture& from, Picture& to, bool left) {
     for (int y = 0; y < from.height; ++y)
         for (int x = 0; x < from.width; ++x) {

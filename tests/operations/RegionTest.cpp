@@ -35,7 +35,7 @@ protected:
     static constexpr unsigned long kGrey3 = 0x030303;
 };
 
-TEST_F(RegionTest, AnImagesRegionIsAllButThePixelsOfTheKey) {
+TEST_F(RegionTest, AnImagesRegionExcludesThePixelsOfTheKey) {
     for (int round = 0; round < 60; ++round) {
         CqImage image(fnRandomSide(m_Random), fnRandomSide(m_Random), 8, q32GreyRamp, 256);
         const unsigned int levels = 2 + m_Random() % 4;
@@ -47,7 +47,7 @@ TEST_F(RegionTest, AnImagesRegionIsAllButThePixelsOfTheKey) {
     }
 }
 
-TEST_F(RegionTest, ARegionThatStandsIsReplaced) {
+TEST_F(RegionTest, AnExistingRegionIsReplaced) {
     CqImage image(4, 3, 8, q32GreyRamp, 256);
     fnSetAll(image, 9);
     CRgn region;
@@ -57,7 +57,7 @@ TEST_F(RegionTest, ARegionThatStandsIsReplaced) {
     EXPECT_EQ(CRect(region.GetRects()[0]), CRect(0, 0, 4, 3));
 }
 
-TEST_F(RegionTest, AKeyThatIsNotInThePaletteGivesTheWholeImage) {
+TEST_F(RegionTest, AKeyMissingFromThePaletteGivesTheWholeImage) {
     CqImage image(4, 3, 8, q32GreyRamp, 256);
     fnSetAll(image, 0);
     CRgn region;
@@ -66,7 +66,7 @@ TEST_F(RegionTest, AKeyThatIsNotInThePaletteGivesTheWholeImage) {
     EXPECT_EQ(CRect(region.GetRects()[0]), CRect(0, 0, 4, 3));
 }
 
-TEST_F(RegionTest, AnImageAllOfTheKeyGivesAnEmptyRegion) {
+TEST_F(RegionTest, AnImageOfOnlyKeyPixelsGivesAnEmptyRegion) {
     CqImage image(200, 150, 8, q32GreyRamp, 256);
     fnSetAll(image, 3);
     CRgn region;
@@ -96,7 +96,7 @@ TEST_F(RegionTest, ImagesOfOtherDepthsGiveTheWholeRectangle) {
     }
 }
 
-TEST_F(RegionTest, AFailedRectangleRaisesAndLeavesTheRegionAsFarAsItHasCome) {
+TEST_F(RegionTest, AFailedRectangleThrowsAndLeavesThePartialRegion) {
     CqImage image(5, 2, 8, q32GreyRamp, 256);
     const Rows rows = {{3, 9, 3, 3, 9}, {9, 3, 9, 9, 3}}; // four runs
     fnSetRows(image, rows);
@@ -116,7 +116,7 @@ TEST_F(RegionTest, AFailedRectangleRaisesAndLeavesTheRegionAsFarAsItHasCome) {
     EXPECT_EQ(image.TileMap->LockedLines.GetCount(), 0);
 }
 
-TEST_F(RegionTest, AFailedCombinationRaisesToo) {
+TEST_F(RegionTest, AFailedCombinationThrowsToo) {
     CqImage image(5, 2, 8, q32GreyRamp, 256);
     fnSetRows(image, {{3, 9, 3, 3, 9}, {9, 3, 9, 9, 3}});
     m_World->m_pScreen->m_pCombine->fnFail(2);
@@ -125,8 +125,8 @@ TEST_F(RegionTest, AFailedCombinationRaisesToo) {
     EXPECT_EQ(fnPicture(region, image), (Rows{{0, 1, 1, 1, 1}, {1, 1, 1, 1, 1}}));
 }
 
-/// The runs go one after another, so a failure leaves the first of them taken off and no other.
-TEST_F(RegionTest, WithoutMemoryTheRegionIsAsFarAsItHasCome) {
+/// Runs are subtracted in order, so a failure leaves only the first of them subtracted.
+TEST_F(RegionTest, ExhaustedMemoryLeavesThePartialRegion) {
     CqImage image(40, 6, 8, q32GreyRamp, 256);
     for (std::uint32_t i = 0; i < image.TileMap->BufferSize; ++i)
         image.TileMap->PixelBuffer[i] = m_Random() % 2 ? 3 : 4;
@@ -154,12 +154,12 @@ TEST_F(RegionTest, WithoutMemoryTheRegionIsAsFarAsItHasCome) {
             EXPECT_NE(std::find(steps.begin(), steps.end(), fnPicture(region, image)), steps.end());
         }
     });
-    EXPECT_GT(failures, steps.size()); // each run takes a region of its own
+    EXPECT_GT(failures, steps.size()); // each run takes a separate region
 }
 
-/// One call for each run and one for the whole, and each moves a few spans: neither may grow with
-/// the runs that went before, nor may a second pass over the picture hide in the time.
-TEST_F(RegionTest, NoiseTakesOneRectangleARunAndLittleWorkForEach) {
+/// One call for each run and one for the image, each of which moves a few spans: neither may grow
+/// with the preceding runs, nor may the time contain a second pass over the picture.
+TEST_F(RegionTest, NoiseTakesOneRectanglePerRunAndLittleWorkForEach) {
 #ifdef __SANITIZE_ADDRESS__
     constexpr unsigned int kSide = 1000;
 #else

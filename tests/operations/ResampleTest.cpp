@@ -1,4 +1,4 @@
-#include "q32Base/kernels/ContribList.h"
+#include "q32Base/kernels/ContribList_p.h"
 #include "tests/operations/PlainResample.h"
 #include "tests/operations/StepDisplay.h"
 #include "tests/support/AttachedTest.h"
@@ -31,7 +31,7 @@ protected:
         return kDepths[m_Random() % 4];
     }
 
-    /// Bytes with whole areas of one value, as pictures have them.
+    /// Bytes with areas of one value, as in pictures.
     void fnPaint(CqImage& image) {
         switch (m_Random() % 3) {
         case 0:
@@ -53,7 +53,7 @@ protected:
         return static_cast<unsigned int>(whole) + (exact - whole > 1e-10 ? 1 : 0);
     }
 
-    /// By factors, against the plain rule.
+    /// Resamples by factors and compares with the plain rule.
     void fnCheckFactors(CqImage& image, double scaleX, double scaleY) {
         const unsigned int width = fnScaled(image.Width, scaleX);
         const unsigned int height = fnScaled(image.Height, scaleY);
@@ -132,7 +132,7 @@ TEST_F(ResampleTest, ASourceShorterThanTheFilterIsReflectedAgainAndAgain) {
             }
 }
 
-TEST_F(ResampleTest, AHugeReductionSumsUpEverySample) {
+TEST_F(ResampleTest, AHugeReductionSumsEverySample) {
     CqImage image(5000, 3, 24, nullptr, 0);
     fnSetRandom(image, m_Random);
     fnCheckFactors(image, 1.0 / 2500.0, 0.34);
@@ -141,16 +141,16 @@ TEST_F(ResampleTest, AHugeReductionSumsUpEverySample) {
 
 TEST_F(ResampleTest, AReductionBeyondLanesAndRingsFollowsTheRuleAtEveryDepth) {
     for (const unsigned int bits : {8u, 16u, 24u, 32u})
-        for (const unsigned int side : {1u, 35u}) { // one lane, and lanes twice
+        for (const unsigned int side : {1u, 35u}) { // one lane, and two groups of lanes
             CqImage wide(9000, side, bits, nullptr, 0);
             fnSetRandom(wide, m_Random);
-            fnCheckFactors(wide, 1.0 / 2000.0, 1.0); // the middle columns reach over 8000 pixels
+            fnCheckFactors(wide, 1.0 / 2000.0, 1.0); // the middle columns cover over 8000 pixels
             CqImage tall(side, 9000, bits, nullptr, 0);
             fnSetRandom(tall, m_Random);
-            fnCheckFactors(tall, 1.0, 1.0 / 2000.0); // more rows than the ring has
+            fnCheckFactors(tall, 1.0, 1.0 / 2000.0); // more rows than the ring holds
             CqImage low(side, 40, bits, nullptr, 0);
             fnSetRandom(low, m_Random);
-            fnCheckFactors(low, 1.0, 1.0 / 2000.0); // fewer rows than one sum has samples
+            fnCheckFactors(low, 1.0, 1.0 / 2000.0); // fewer rows than the samples of one sum
             if (HasFatalFailure())
                 return;
         }
@@ -163,7 +163,7 @@ std::size_t fnTableBytes(double scale, std::size_t dstCount) {
                        static_cast<std::size_t>(2.0 * width + 1.5) * sizeof(q32::ContribEntry));
 }
 
-TEST_F(ResampleTest, HugeReductionsTakeLittleMemoryBesideTheirTables) {
+TEST_F(ResampleTest, HugeReductionsTakeLittleMemoryBesidesTheirTables) {
     CqImage line(1000000, 1, 24, nullptr, 0);
     fnSetRandom(line, m_Random);
     const Rows wantedLine = fnPlainFilter(fnRows(line), 24, 1, 1, 1e-6, 1.0);
@@ -181,7 +181,7 @@ TEST_F(ResampleTest, HugeReductionsTakeLittleMemoryBesideTheirTables) {
     EXPECT_EQ(fnRows(strip), wantedStrip);
 }
 
-TEST_F(ResampleTest, TheFirstPassGivesItsTableBackBeforeTheSecondIsMade) {
+TEST_F(ResampleTest, TheFirstPassReleasesItsTableBeforeTheSecondIsBuilt) {
     for (const auto& [width, height] : {std::pair{70u, 90u}, {90u, 70u}, {31u, 17u}}) {
         CqImage image(51, 43, 8, q32GreyRamp, 0);
         const CqBlockWatch watch(
@@ -193,7 +193,7 @@ TEST_F(ResampleTest, TheFirstPassGivesItsTableBackBeforeTheSecondIsMade) {
 }
 
 TEST_F(ResampleTest, ThreePixelsDoubledHaveTheWeightsOfTheirDistances) {
-    // Distances 1, 0, 1 weigh 1/18, 16/18, 1/18; distances 1.5, 0.5, 0.5, 1.5 weigh
+    // Distances 1, 0, 1 have weights 1/18, 16/18, 1/18; distances 1.5, 0.5, 0.5, 1.5 have
     // -5/144, 77/144, 77/144, -5/144. Pixel -1 is pixel 1, and pixel 3 is pixel 2.
     CqImage image(3, 1, 8, q32GreyRamp, 0);
     fnSetRows(image, {{18, 180, 90}});
@@ -207,12 +207,12 @@ TEST_F(ResampleTest, ThreePixelsDoubledHaveTheWeightsOfTheirDistances) {
                      (-5 * 180 + 77 * 90 + 77 * 90 - 5 * 180) / 144}})); // 83
 }
 
-TEST_F(ResampleTest, GreenOf16BitsDoesNotComeThroughTheFilterUnchanged) {
+TEST_F(ResampleTest, GreenOf16BitsDoesNotPassTheFilterUnchanged) {
     CqImage image(8, 8, 16, nullptr, 0);
     Rows rows(8, Bytes(16));
     for (Bytes& row : rows)
         for (std::size_t x = 0; x < 8; ++x) {
-            row[2 * x] = 0x07; // green alone, all bits set
+            row[2 * x] = 0x07; // green only, all bits set
             row[2 * x + 1] = 0xE0;
         }
     fnSetRows(image, rows);
@@ -232,7 +232,7 @@ TEST_F(ResampleTest, TheSameSizeChangesAndReportsNothing) {
     EXPECT_TRUE(display.m_Percents.empty());
 }
 
-TEST_F(ResampleTest, FactorsThatKeepASizeLeaveThatSideAlone) {
+TEST_F(ResampleTest, FactorsThatKeepASizeLeaveThatDimensionUnchanged) {
     // 30 x 0.995 is 29.85, rounded up to 30.
     CqImage image(30, 30, 24, nullptr, 0);
     fnSetRandom(image, m_Random);
@@ -275,7 +275,7 @@ TEST_F(ResampleTest, GreyImagesAreFilteredAndStayGrey) {
     EXPECT_TRUE(image.fnIsGrayScale());
 }
 
-TEST_F(ResampleTest, SizesByFactorsAreRoundedUpButForDust) {
+TEST_F(ResampleTest, SizesByFactorsAreRoundedUpExceptForRoundingError) {
     const auto sizeOf = [](double scale) {
         CqImage image(10, 1, 24, nullptr, 0);
         image.fnResample(scale, 2.0, nullptr);
@@ -316,7 +316,7 @@ TEST_F(ResampleTest, NearestFollowsItsRuleOnLongImages) {
         }
 }
 
-TEST_F(ResampleTest, NearestRowsBeyond65535BeginAgainAtTheTop) {
+TEST_F(ResampleTest, NearestRowsBeyond65535WrapToTheTop) {
     CqImage tall(1, 65540, 8, nullptr, 0);
     fnSetRandom(tall, m_Random);
     const Rows from = fnRows(tall);
@@ -392,7 +392,7 @@ TEST_F(ResampleTest, ProgressRunsOncePerUnitOfEachPass) {
     EXPECT_EQ(percentsOf(31, 31, true), twice(140, 31));    // as high as wide: columns first
 }
 
-TEST_F(ResampleTest, TheTargetsShapeAloneChoosesThePassThatGoesFirst) {
+TEST_F(ResampleTest, OnlyTheTargetsShapeDeterminesTheFirstPass) {
     CqImage image(10, 7, 24, nullptr, 0);
     StepDisplay display;
     image.fnResample(1000, 5, true, &display);
@@ -433,7 +433,7 @@ TEST_F(ResampleTest, AnAbortAtAnyCallKeepsTheImage) {
     }
 }
 
-TEST_F(ResampleTest, AnAbortAtAnyCallKeepsTheImageAlsoByFactors) {
+TEST_F(ResampleTest, AnAbortAtAnyCallKeepsTheImageByFactorsToo) {
     CqImage image(12, 9, 32, nullptr, 0);
     const CqTileMap* map = image.TileMap;
     for (std::size_t call = 0; call < 12 + 5; ++call) {
@@ -444,10 +444,10 @@ TEST_F(ResampleTest, AnAbortAtAnyCallKeepsTheImageAlsoByFactors) {
     }
 }
 
-TEST_F(ResampleTest, AnAbortAtAnyCallKeepsNothingOnTheDisk) {
+TEST_F(ResampleTest, AnAbortAtAnyCallLeavesNothingOnTheDisk) {
     CqHeadlessScratch& scratch = *m_World->m_pScratch;
     const std::uint32_t limit = 0;
-    q32GetVMPolicy()->fnSetRamLimit(limit); // everything on a disk
+    q32GetVMPolicy()->fnSetRamLimit(limit); // everything goes to disk
     CqImage image(26, 33, 24, nullptr, 0);
     const CqTileMap* map = image.TileMap;
     struct Way {
@@ -474,7 +474,7 @@ TEST_F(ResampleTest, AnAbortAtAnyCallKeepsNothingOnTheDisk) {
     }
 }
 
-/// A display of a host that answers by itself, without the base class.
+/// A host's display that reports the abort without the base class.
 class OwnDisplay : public CqProgressDisplay {
 public:
     OwnDisplay() : CqProgressDisplay(false) {}
@@ -482,7 +482,7 @@ public:
     int m_nCalls = 0;
 };
 
-TEST_F(ResampleTest, AnAbortThatOnlyTheCallTellsKeepsTheImageToo) {
+TEST_F(ResampleTest, AnAbortReportedOnlyByTheCallKeepsTheImageToo) {
     CqImage image(12, 9, 32, nullptr, 0);
     const CqTileMap* map = image.TileMap;
     OwnDisplay display;
@@ -491,7 +491,7 @@ TEST_F(ResampleTest, AnAbortThatOnlyTheCallTellsKeepsTheImageToo) {
     EXPECT_EQ(image.TileMap, map);
 }
 
-/// Every way to another size once, on an image of that depth.
+/// Each way of resampling once, on an image of that depth.
 template <typename Work>
 void fnForEachWay(unsigned int bits, Work work) {
     work(bits, [](CqImage& image) { image.fnResample(20, 29, false, nullptr); });
@@ -500,10 +500,10 @@ void fnForEachWay(unsigned int bits, Work work) {
     work(bits, [](CqImage& image) { image.fnResample(20, 30, true, nullptr); });
     work(bits, [](CqImage& image) { image.fnResample(40, 30, true, nullptr); });
     work(bits, [](CqImage& image) { image.fnResample(0.3, 1.4, nullptr); });
-    work(bits, [](CqImage& image) { image.fnResample(13, 11, true, nullptr); }); // whole sums
+    work(bits, [](CqImage& image) { image.fnResample(13, 11, true, nullptr); }); // fixed-point sums
 }
 
-TEST_F(ResampleTest, EveryAllocationThatFailsKeepsTheImageAndLeaksNothing) {
+TEST_F(ResampleTest, EveryFailedAllocationKeepsTheImageAndLeaksNothing) {
     for (const unsigned int bits : {4u, 8u, 16u, 24u, 32u})
         fnForEachWay(bits, [this](unsigned int depth, auto resample) {
             CqImage image(26, 33, depth, q32GreyRamp, 0);
@@ -516,7 +516,7 @@ TEST_F(ResampleTest, EveryAllocationThatFailsKeepsTheImageAndLeaksNothing) {
                 failure.fnEnd();
                 if (!failure.fnHappened())
                     return;
-                // A place in RAM that fails becomes one on a disk, so not every failure shows.
+                // A failure in RAM falls back to disk, so not every failure is visible.
                 if (raised) {
                     EXPECT_EQ(image.TileMap, map);
                     EXPECT_EQ(CqAllocationFailure::fnOutstanding(), blocks);
@@ -531,7 +531,7 @@ TEST_F(ResampleTest, EveryAllocationThatFailsKeepsTheImageAndLeaksNothing) {
         });
 }
 
-TEST_F(ResampleTest, EveryStepToMemoryThatFailsKeepsTheImageAndNoScratchFile) {
+TEST_F(ResampleTest, EveryFailedStorageStepKeepsTheImageAndLeavesNoScratchFile) {
     CqHeadlessScratch& scratch = *m_World->m_pScratch;
     CqHeadlessCalls* const steps[] = {&scratch.m_CreateName,    &scratch.m_Open,
                                       &scratch.m_SetSize,       &scratch.m_Reopen,
@@ -541,7 +541,7 @@ TEST_F(ResampleTest, EveryStepToMemoryThatFailsKeepsTheImageAndNoScratchFile) {
     const Rows before = fnRows(image);
     const CqTileMap* map = image.TileMap;
     const std::uint32_t limit = 0;
-    q32GetVMPolicy()->fnSetRamLimit(limit); // everything on a disk from now on
+    q32GetVMPolicy()->fnSetRamLimit(limit); // from now on everything goes to disk
     for (CqHeadlessCalls* step : steps)
         for (const std::uint64_t nth : {1u, 2u}) { // the new image, then the intermediate
             step->fnFail(nth);
@@ -556,7 +556,7 @@ TEST_F(ResampleTest, EveryStepToMemoryThatFailsKeepsTheImageAndNoScratchFile) {
     const Rows wanted = fnPlainFilter(before, 24, 40, 30, 40.0 / 26.0, 30.0 / 33.0);
     image.fnResample(40, 30, true, nullptr);
     EXPECT_TRUE(fnSameRows(fnRows(image), wanted));
-    EXPECT_EQ(scratch.fnGetHandles(), 1u); // the intermediate's is closed
+    EXPECT_EQ(scratch.fnGetHandles(), 1u); // that of the intermediate is closed
 }
 
 } // namespace

@@ -34,7 +34,7 @@ protected:
         }
     }
 
-    /// The rule's index or bytes of the background.
+    /// The background's index or bytes by the rule.
     static Pixel fnBackground(const CqImage& image, const CqColor& color) {
         if (image.BitCount == 24)
             return {color.m_Red, color.m_Green, color.m_Blue, 0};
@@ -46,7 +46,7 @@ protected:
         return {};
     }
 
-    /// Turns by an angle that isn't a right one, and compares with the rule.
+    /// Rotates by an angle that isn't a right angle, and compares with the rule.
     void fnCheckAny(CqImage& image, double angle, CPoint pivot, bool antiAlias,
                     const CqColor& color) {
         const std::string what = std::to_string(image.Width) + " x " +
@@ -125,18 +125,18 @@ TEST_F(RotateTest, TinyAnglesAndAnglesNearRightOnesFollowTheRuleOfAnyAngle) {
 TEST_F(RotateTest, APivotFarOutsideGivesALargeMap) {
     CqImage image(5, 4, 8, q32GreyRamp, 0);
     fnSetRandom(image, m_Random);
-    // All of it lies on the negative side and is measured from 0.
+    // All of it has negative coordinates and is measured from 0.
     fnCheckAny(image, -0.5, CPoint(3000, 2000), true, CqColor(5, 5, 5, 255));
     CqImage other(5, 4, 24, nullptr, 0);
     fnSetRandom(other, m_Random);
     fnCheckAny(other, 30.0, CPoint(-900, 700), false, CqColor(5, 6, 7, 255));
-    // To the upper left the size doesn't grow, however far: only precision goes.
+    // Towards the upper left the size doesn't grow, however far: only precision is lost.
     CqImage far(200, 100, 32, nullptr, 0);
     fnSetRandom(far, m_Random);
     fnCheckAny(far, 30.0, CPoint(-0x7FFFFFFF - 1, -0x7FFFFFFF - 1), true, CqColor(1, 2, 3, 4));
 }
 
-TEST_F(RotateTest, APivotWithoutAMapThatHoldsItRaisesTheMemoryException) {
+TEST_F(RotateTest, APivotThatNoMapCanHoldRaisesTheMemoryException) {
     constexpr LONG kMax = 0x7FFFFFFF;
     CqImage image(40, 30, 24, nullptr, 0);
     fnSetRandom(image, m_Random);
@@ -151,7 +151,7 @@ TEST_F(RotateTest, APivotWithoutAMapThatHoldsItRaisesTheMemoryException) {
     EXPECT_TRUE(fnSameRows(fnRows(image), before));
 }
 
-TEST_F(RotateTest, APivotAtTheEndOfTheNumbersIsMovedWithoutOverflow) {
+TEST_F(RotateTest, APivotAtTheLimitOfTheCoordinatesIsMovedWithoutOverflow) {
     constexpr LONG kMax = 0x7FFFFFFF;
     CqImage image(4, 2, 24, nullptr, 0);
     CPoint center(-kMax - 1, -kMax - 1);
@@ -182,21 +182,21 @@ TEST_F(RotateTest, QuartersMoveEveryPixelAtEveryDepth) {
     }
 }
 
-TEST_F(RotateTest, PlusNinetyTurnsClockwiseAndMinusNinetyBack) {
+TEST_F(RotateTest, PlusNinetyRotatesClockwiseAndMinusNinetyBack) {
     CqImage image(4, 2, 8, q32GreyRamp, 0);
     fnSetRows(image, {{1, 2, 3, 4}, {5, 6, 7, 8}});
     CqImage back(image);
     CPoint center(0, 0);
     image.fnRotate(90.0, CqColor(), &center, false, nullptr);
     EXPECT_EQ(fnRows(image), (Rows{{5, 1}, {6, 2}, {7, 3}, {8, 4}}));
-    EXPECT_EQ(center, CPoint(2, 0)); // without the -1 of the pixels
+    EXPECT_EQ(center, CPoint(2, 0)); // without the -1 that applies to pixels
     center = CPoint(0, 0);
     back.fnRotate(-90.0, CqColor(), &center, false, nullptr);
     EXPECT_EQ(fnRows(back), (Rows{{4, 8}, {3, 7}, {2, 6}, {1, 5}}));
     EXPECT_EQ(center, CPoint(0, 4));
 }
 
-TEST_F(RotateTest, OtherPositiveAnglesTurnCounterClockwise) {
+TEST_F(RotateTest, OtherPositiveAnglesRotateCounterClockwise) {
     CqImage image(101, 101, 8, q32GreyRamp, 0);
     fnSetAll(image, 0);
     image.TileMap->fnStoreRow(50, Bytes(101, 0).data());
@@ -210,7 +210,7 @@ TEST_F(RotateTest, OtherPositiveAnglesTurnCounterClockwise) {
             EXPECT_TRUE(byte != 255 || y < 15); // near the top
 }
 
-TEST_F(RotateTest, HalfATurnStaysInItsMapAtEveryDepth) {
+TEST_F(RotateTest, AHalfRotationIsDoneInPlaceAtEveryDepth) {
     for (int round = 0; round < 80; ++round) {
         CqImage image(fnRandomSide(m_Random), fnRandomSide(m_Random), fnDepth(), nullptr, 0);
         fnSetRandom(image, m_Random);
@@ -229,7 +229,7 @@ TEST_F(RotateTest, HalfATurnStaysInItsMapAtEveryDepth) {
     }
 }
 
-TEST_F(RotateTest, NoTurnChangesNothingAndLeavesThePivot) {
+TEST_F(RotateTest, ARotationByZeroChangesNothingAndLeavesThePivot) {
     constexpr double kInfinity = std::numeric_limits<double>::infinity();
     CqImage image(9, 7, 24, nullptr, 0);
     fnSetRandom(image, m_Random);
@@ -248,7 +248,7 @@ TEST_F(RotateTest, NoTurnChangesNothingAndLeavesThePivot) {
     EXPECT_TRUE(fnSameRows(fnRows(image), before));
 }
 
-TEST_F(RotateTest, HugeAnglesAreReducedAtOnce) {
+TEST_F(RotateTest, HugeAnglesAreReducedInOneStep) {
     CqImage image(4, 2, 24, nullptr, 0);
     fnSetRandom(image, m_Random);
     CqImage other(image);
@@ -259,7 +259,7 @@ TEST_F(RotateTest, HugeAnglesAreReducedAtOnce) {
     EXPECT_NE(image.TileMap, nullptr);
 }
 
-TEST_F(RotateTest, FourBitImagesAreLeftAlone) {
+TEST_F(RotateTest, FourBitImagesAreLeftUnchanged) {
     CqImage image(9, 7, 4, nullptr, 0);
     fnSetRandom(image, m_Random);
     const Rows before = fnRows(image);
@@ -302,7 +302,7 @@ TEST_F(RotateTest, PaletteImagesKeepTheLargerMarginButAreNotBlended) {
             ASSERT_TRUE(byte == 200 || byte == 100);
 }
 
-TEST_F(RotateTest, ABackgroundThatThePaletteLacksIsIndex0) {
+TEST_F(RotateTest, ABackgroundMissingFromThePaletteIsIndex0) {
     CqImage image(60, 40, 8, nullptr, 0);
     fnSetAll(image, 200);
     image.fnRotate(30.0, CqColor(1, 2, 3, 255), nullptr, false, nullptr);
@@ -338,7 +338,7 @@ TEST_F(RotateTest, AnglesVeryNearAQuarterMovePixelsIntoALargerMap) {
                 }
 }
 
-TEST_F(RotateTest, AnglesVeryNearHalfATurnLeaveABlankLargerMap) {
+TEST_F(RotateTest, AnglesVeryNearAHalfRotationLeaveABlankLargerMap) {
     CqImage image(20, 10, 24, nullptr, 0);
     fnSetAll(image, 77);
     CPoint center(10, 5);
@@ -385,13 +385,13 @@ TEST_F(RotateTest, AnAbortAtAnyTileKeepsTheImage) {
             ASSERT_EQ(display.m_Percents.size(), call + 1);
             ASSERT_EQ(image.TileMap, map);
             ASSERT_TRUE(fnSameRows(fnRows(image), before));
-            // Only other angles hand the new pivot back all the same.
+            // Only other angles return the new pivot nevertheless.
             ASSERT_EQ(center, angle == 30.0 ? newCenter : CPoint(7, 8));
         }
     }
 }
 
-TEST_F(RotateTest, AnAbortOfHalfATurnLeavesTheRowsSwappedSoFar) {
+TEST_F(RotateTest, AnAbortedHalfRotationLeavesTheRowsSwappedSoFar) {
     for (const unsigned int height : {1u, 2u, 7u, 140u})
         for (std::size_t call = 0; call < height / 2; ++call) {
             CqImage image(130, height, 24, nullptr, 0);
@@ -414,9 +414,9 @@ TEST_F(RotateTest, AnAbortOfHalfATurnLeavesTheRowsSwappedSoFar) {
         }
 }
 
-TEST_F(RotateTest, AnAbortAtAnyTileKeepsNothingOnTheDisk) {
+TEST_F(RotateTest, AnAbortAtAnyTileLeavesNothingOnTheDisk) {
     CqHeadlessScratch& scratch = *m_World->m_pScratch;
-    q32GetVMPolicy()->fnSetRamLimit(0); // everything on a disk
+    q32GetVMPolicy()->fnSetRamLimit(0); // everything goes to disk
     CqImage image(300, 151, 24, nullptr, 0);
     const CqTileMap* map = image.TileMap;
     for (const double angle : {90.0, -90.0, 180.0, 30.0}) {
@@ -447,7 +447,7 @@ TEST_F(RotateTest, AnAbortAtAnyTileKeepsNothingOnTheDisk) {
 }
 
 TEST_F(RotateTest, ADisplayLeftAbortedKeepsA16BitImageAtOtherAnglesButNotThePivot) {
-    // Nothing is reported that could end the abort of an earlier run.
+    // No report clears the abort of an earlier run.
     CqImage image(60, 40, 16, nullptr, 0);
     fnSetRandom(image, m_Random);
     const Rows before = fnRows(image);
@@ -468,14 +468,14 @@ TEST_F(RotateTest, ADisplayLeftAbortedKeepsA16BitImageAtOtherAnglesButNotThePivo
     EXPECT_EQ(center, newCenter);
 }
 
-/// A display of a host that answers by itself, without the base class.
+/// A host's display that reports the abort without the base class.
 class OwnDisplay : public CqProgressDisplay {
 public:
     OwnDisplay() : CqProgressDisplay(false) {}
     void fnDrawStatus(unsigned int, bool* aborted) override { *aborted = true; }
 };
 
-TEST_F(RotateTest, AnAbortThatOnlyTheCallTellsKeepsTheImageToo) {
+TEST_F(RotateTest, AnAbortReportedOnlyByTheCallKeepsTheImageToo) {
     for (const double angle : {90.0, 30.0}) {
         CqImage image(60, 40, 24, nullptr, 0);
         const CqTileMap* map = image.TileMap;
@@ -485,7 +485,7 @@ TEST_F(RotateTest, AnAbortThatOnlyTheCallTellsKeepsTheImageToo) {
     }
 }
 
-TEST_F(RotateTest, EveryAllocationThatFailsKeepsTheImageAndLeaksNothing) {
+TEST_F(RotateTest, EveryFailedAllocationKeepsTheImageAndLeaksNothing) {
     for (const unsigned int bits : {8u, 16u, 24u, 32u})
         for (const double angle : {90.0, -90.0, 180.0, 30.0}) {
             CqImage image(150, 40, bits, q32GreyRamp, 0);
@@ -516,7 +516,7 @@ TEST_F(RotateTest, EveryAllocationThatFailsKeepsTheImageAndLeaksNothing) {
         }
 }
 
-TEST_F(RotateTest, EveryStepToMemoryThatFailsKeepsTheImageAndNoScratchFile) {
+TEST_F(RotateTest, EveryFailedStorageStepKeepsTheImageAndLeavesNoScratchFile) {
     CqHeadlessScratch& scratch = *m_World->m_pScratch;
     CqHeadlessCalls* const steps[] = {&scratch.m_CreateName,    &scratch.m_Open,
                                       &scratch.m_SetSize,       &scratch.m_Reopen,
@@ -525,7 +525,7 @@ TEST_F(RotateTest, EveryStepToMemoryThatFailsKeepsTheImageAndNoScratchFile) {
     fnSetRandom(image, m_Random);
     const Rows before = fnRows(image);
     const CqTileMap* map = image.TileMap;
-    q32GetVMPolicy()->fnSetRamLimit(0); // everything on a disk from now on
+    q32GetVMPolicy()->fnSetRamLimit(0); // from now on everything goes to disk
     for (CqHeadlessCalls* step : steps)
         for (const double angle : {90.0, 30.0}) {
             step->fnFail();

@@ -1,5 +1,5 @@
 /// @file
-/// A progress display that remembers what it was told, and has Esc pressed at a chosen call.
+/// A progress display that records its calls and simulates Esc at a chosen call.
 #pragma once
 
 #include "q32Base/services/CqProgressDisplay.h"

@@ -1,4 +1,4 @@
-// The curves of brightness, contrast and colour balance, against the rules once more.
+// The curves of brightness, contrast and colour balance, compared with their rules.
 
 #include "tests/operations/ToneWorld.h"
 
@@ -11,7 +11,7 @@ using Curve = std::array<std::uint8_t, 256>;
 
 class ToneCurves : public ToneWorld {
 protected:
-    /// What an operation on 24 bits makes of the 256 greys, by channel.
+    /// The result of an operation on the 256 greys at 24 bits, by channel.
     static std::array<Curve, 3> fnCurves(const std::function<void(CqImage&)>& work) {
         CqImage image(256, 1, 24, nullptr, 0u);
         Bytes bytes;
@@ -46,7 +46,7 @@ Curve fnIdentity() {
     return curve;
 }
 
-// From the words of the rules.
+// The rules as documented.
 
 Curve fnContrastByRule(std::int64_t brightness, std::int64_t contrast) {
     const auto scale = [](std::int64_t percent) {
@@ -134,7 +134,7 @@ TEST_F(ToneCurves, BrightnessAndContrastFollowTheRuleForAllPercentages) {
                 << brightness << ", " << contrast;
 }
 
-TEST_F(ToneCurves, FullBrightnessEndsAtTheMiddle) {
+TEST_F(ToneCurves, FullBrightnessStartsAtMidGrey) {
     const Curve curve = fnContrast(100, 0); // b is 127
     EXPECT_EQ(curve[0], 127);
     EXPECT_EQ(curve[64], 191); // 127 + 128 x 64 / 128
@@ -156,14 +156,14 @@ TEST_F(ToneCurves, NoContrastIsNearlyOneGrey) {
     EXPECT_EQ(curve[255], 128);
 }
 
-TEST_F(ToneCurves, HugeBrightnessAndContrastWrapIn32BitsAndDoNoHarm) {
+TEST_F(ToneCurves, HugeBrightnessAndContrastWrapIn32BitsHarmlessly) {
     for (const int huge : kHuge) {
         ASSERT_EQ(fnContrast(huge, 0), fnContrastByRule(huge, 0)) << huge;
         ASSERT_EQ(fnContrast(0, huge), fnContrastByRule(0, huge)) << huge;
         for (const int other : kHuge)
             ASSERT_EQ(fnContrast(huge, other), fnContrastByRule(huge, other));
     }
-    EXPECT_EQ(fnContrast(INT_MIN, 33554432), fnIdentity()); // shifted by 7, nothing is left
+    EXPECT_EQ(fnContrast(INT_MIN, 33554432), fnIdentity()); // shifted by 7, the value is 0
     EXPECT_EQ(fnContrast(INT_MAX, 0), fnContrast(-1, 0));
     EXPECT_EQ(fnContrast(1000000, 0), fnContrast(100, 0));
 }
@@ -244,7 +244,7 @@ TEST_F(ToneCurves, ColourBalanceMovesTheEndPoints) {
     EXPECT_EQ(fnBalance(1)[254], 255);
 }
 
-TEST_F(ToneCurves, ANeutralWeightLeavesItsChannelAlone) {
+TEST_F(ToneCurves, ANeutralWeightLeavesItsChannelUnchanged) {
     const auto curves =
         fnCurves([](CqImage& image) { image.fnColorBalance(50, 0, 21474836, false, nullptr); });
     EXPECT_EQ(curves[0], fnBalanceByRule(50));
@@ -252,12 +252,12 @@ TEST_F(ToneCurves, ANeutralWeightLeavesItsChannelAlone) {
     EXPECT_EQ(curves[2], fnIdentity()); // 200 times that wraps to -96, still level 100
 }
 
-TEST_F(ToneCurves, HugeWeightsWrapIn32BitsAndDoNoHarm) {
+TEST_F(ToneCurves, HugeWeightsWrapIn32BitsHarmlessly) {
     for (const int huge : kHuge)
         ASSERT_EQ(fnBalance(huge), fnBalanceByRule(huge)) << huge;
     // The middle at 0 makes a gamma of 0, and so white.
     EXPECT_EQ(fnBalance(270)[0], 255);
-    // Below it there is no gamma: black up to the end point, which is (99 - 884) % 256. There, 1 to
+    // Below it there is no gamma: black up to the end point, (99 - 884) % 256, where 1 to
     // the power of anything is 1.
     EXPECT_EQ(fnBalance(1000)[238], 0);
     EXPECT_EQ(fnBalance(1000)[239], 255);

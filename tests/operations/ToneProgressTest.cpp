@@ -1,4 +1,4 @@
-// Tone operations seen from outside: progress, aborts, the window, the status bar and failures.
+// Tone operations as seen by a host: progress, aborts, the window, the status bar and failures.
 
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/framework/Exceptions.h"
@@ -9,7 +9,7 @@
 namespace q32::test {
 namespace {
 
-/// Records the percentages, looks at the image, and aborts at a chosen call.
+/// Records the percentages, inspects the image, and aborts at a chosen call.
 class Watcher : public CqProgressDisplay {
 public:
     Watcher() : CqProgressDisplay(false) {}
@@ -31,7 +31,7 @@ class ToneProgress : public ToneWorld {};
 
 struct Operation {
     const char* m_pName;
-    std::vector<unsigned> m_Depths; ///< that it acts on
+    std::vector<unsigned> m_Depths; ///< the depths it changes
     std::size_t m_nAllocations;
     std::function<void(CqImage&, bool draw, CqProgressDisplay*)> m_fnWork;
 };
@@ -63,7 +63,7 @@ const Operation kOperations[] = {
      }},
 };
 
-TEST_F(ToneProgress, AnAbortLeavesTheTilesDoneSoFarChangedAndTheRestUntouched) {
+TEST_F(ToneProgress, AnAbortLeavesFinishedTilesChangedAndTheRestUntouched) {
     for (const Operation& operation : kOperations)
         for (const unsigned bits : operation.m_Depths) {
             const auto whole = fnNoise(300, 140, bits);
@@ -102,7 +102,7 @@ public:
 };
 
 /// The gauge's bar is 252 pixels wide; its first row has no letters on it.
-TEST_F(ToneProgress, TheStatusBarShowsTheTilesOneByOneAndIsGivenBack) {
+TEST_F(ToneProgress, TheStatusBarShowsTheTilesOneByOneAndIsRestored) {
     CqHeadlessWnd frame(CRect(0, 0, 640, 480));
     CqHeadlessStatusBar bar(CRect(10, 440, 310, 460));
     frame.fnSetMessageBar(&bar);
@@ -111,7 +111,7 @@ TEST_F(ToneProgress, TheStatusBarShowsTheTilesOneByOneAndIsGivenBack) {
     for (const bool esc : {false, true}) {
         m_World->m_pScreen->fnClear(0xC0C0C0);
         if (esc)
-            m_World->m_pKeyboard->fnPressAfter(VK_ESCAPE, 3); // found by the fourth look
+            m_World->m_pKeyboard->fnPressAfter(VK_ESCAPE, 3); // found by the fourth poll
         std::vector<int> lengths;
         const std::size_t messages = bar.fnGetMessages().size();
         const std::size_t invalidations = bar.fnGetInvalidations().size();
@@ -125,7 +125,7 @@ TEST_F(ToneProgress, TheStatusBarShowsTheTilesOneByOneAndIsGivenBack) {
             };
             image->fnBrightContrast(10, 0, false, &display);
             EXPECT_EQ(display.fnWasAborted(), esc);
-            EXPECT_EQ(bar.fnGetMessages().size(), messages + 1); // wiped before the first picture
+            EXPECT_EQ(bar.fnGetMessages().size(), messages + 1); // wiped before the first drawing
             EXPECT_EQ(bar.fnGetInvalidations().size(), invalidations);
         }
         // 252 x 0, 16, 33, 50, 66 and 83 percent; the call that finds Esc paints nothing.
@@ -138,10 +138,10 @@ TEST_F(ToneProgress, TheStatusBarShowsTheTilesOneByOneAndIsGivenBack) {
     m_World->m_pWindows->fnSetMainWnd(nullptr);
 }
 
-TEST_F(ToneProgress, TheProgressDisplayOfAHostStopsTheWorkWithEsc) {
+TEST_F(ToneProgress, AHostsProgressDisplayStopsTheWorkOnEsc) {
     const auto image = fnNoise(300, 140, 24);
     const Bytes before = fnRead(*image);
-    m_World->m_pKeyboard->fnPressAfter(VK_ESCAPE, 2); // found by the third look
+    m_World->m_pKeyboard->fnPressAfter(VK_ESCAPE, 2); // found by the third poll
     CqProgressDisplay display(false);
     image->fnThresholding(0, false, &display);
     EXPECT_TRUE(display.fnWasAborted());

@@ -1,4 +1,4 @@
-// Hue, saturation and thresholds, and what an operation leaves alone.
+// Hue, saturation and thresholds, and what operations leave unchanged.
 
 #include "tests/operations/StepDisplay.h"
 #include "tests/operations/ToneWorld.h"
@@ -39,7 +39,7 @@ TEST_F(Tone, HueAndSaturationFollowTheColourClass) {
         }
 }
 
-TEST_F(Tone, PrimariesTurnIntoEachOther) {
+TEST_F(Tone, HueShiftsMapPrimariesToEachOther) {
     CqImage image(4, 1, 24, nullptr, 0u);
     fnWrite(image, {255, 0, 0, 0, 255, 0, 0, 0, 255, 77, 77, 77});
     image.fnHueSaturation(120, 0, false, nullptr);
@@ -51,7 +51,7 @@ TEST_F(Tone, PrimariesTurnIntoEachOther) {
     EXPECT_EQ(fnRead(image)[1], 255);
 }
 
-TEST_F(Tone, A16BitPixelComesBackFromAHueShiftWithItsBytesExchanged) {
+TEST_F(Tone, AHueShiftExchangesTheBytesOfA16BitPixel) {
     CqImage image(2, 1, 16, nullptr, 0u);
     fnWrite(image, {0xF8, 0x00, 0x00, 0x1F}); // red and blue, high byte first
     // Blue's low bits are read as green's too: the word 0x1F00, shifted by three, gives 0xE0.
@@ -86,7 +86,7 @@ TEST_F(Tone, AThresholdActsOnEveryByteOfEveryDepth) {
         }
 }
 
-TEST_F(Tone, NothingToDoMakesNoProgressCall) {
+TEST_F(Tone, NeutralArgumentsMakeNoProgressCall) {
     const auto image = fnNoise(200, 20, 24);
     const Bytes before = fnRead(*image);
     StepDisplay watcher;
@@ -95,12 +95,12 @@ TEST_F(Tone, NothingToDoMakesNoProgressCall) {
     image->fnHueSaturation(0, 0, true, &watcher);
     EXPECT_TRUE(watcher.m_Percents.empty());
     EXPECT_EQ(fnRead(*image), before);
-    image->fnThresholding(0, false, &watcher); // this one always works
+    image->fnThresholding(0, false, &watcher); // this one is never neutral
     EXPECT_EQ(watcher.m_Percents, (std::vector<unsigned>{0, 50}));
     EXPECT_EQ(fnRead(*image), Bytes(before.size(), 255));
 }
 
-TEST_F(Tone, PaletteDepthsAreLeftAloneWhereOnlyChannelsMakeSense) {
+TEST_F(Tone, ChannelOperationsLeavePaletteDepthsUnchanged) {
     for (const unsigned bits : {4u, 8u}) {
         const auto image = fnNoise(201, 31, bits);
         const Bytes before = fnRead(*image);

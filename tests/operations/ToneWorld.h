@@ -1,5 +1,5 @@
 /// @file
-/// What the tests of the tone operations share.
+/// Shared by the tests of the tone operations.
 #pragma once
 
 #include "platforms/headless/headless.h"
@@ -36,7 +36,7 @@ protected:
         q32Detach();
     }
 
-    /// Rows of the tiles in turn, which is the order of the image's block.
+    /// Rows tile by tile, which is the order of the image's block.
     static Bytes fnRead(CqImage& image, std::uint32_t from = 0, std::uint32_t to = UINT_MAX) {
         Bytes bytes;
         CqImageTile tile;
@@ -67,7 +67,7 @@ protected:
     Random m_Random{7};
 };
 
-/// A number as 32 bits hold it.
+/// The number wrapped to 32 bits.
 inline std::int64_t fnIn32Bits(std::int64_t value) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<std::uint64_t>(value)));
 }

@@ -7,7 +7,7 @@ if(NOT FILES)
 endif()
 foreach(file IN LISTS FILES)
     execute_process(COMMAND "${NM}" -C "${file}" OUTPUT_VARIABLE symbols ERROR_QUIET COMMAND_ERROR_IS_FATAL ANY)
-    # A stripped file would prove nothing.
+    # A stripped file would pass without proving anything.
     if(NOT symbols MATCHES "Cq[A-Z]")
         message(FATAL_ERROR "${file} has no symbols to look at")
     endif()

@@ -1,4 +1,4 @@
-# Fails unless README quotes PROGRAM, whole and as it stands, as a block of C++.
+# Fails unless README quotes PROGRAM completely and verbatim as a C++ block.
 file(READ "${README}" readme)
 file(READ "${PROGRAM}" program)
 string(FIND "${readme}" "```cpp\n${program}```\n" place)

@@ -1,18 +1,18 @@
 # Installs a build into SCRATCH/prefix, then configures, builds and runs the host against it.
-#   SOURCE, SCRATCH                     the tree, and a folder to work in
-#   NM, GENERATOR, COMPILER, LAUNCHER, FLAGS   what to build with
-#   PLUGINS                             whether a shared build has the plug-ins
-#   BUILD                               the build to install; without it, a shared one is made here, and what
-#                                       its libraries export is compared with the record
+#   SOURCE, SCRATCH  the tree, and a folder to work in
+#   NM, GENERATOR, COMPILER, LAUNCHER, FLAGS  the tools and flags to build with
+#   PLUGINS          whether a shared build has the plug-ins
+#   BUILD            the build to install; without it, a shared one is made here, and the exports of
+#                    its libraries are compared with the record
 function(run)
     execute_process(COMMAND ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
 
-# The build type is one without flags of its own, so that FLAGS alone count.
+# A build type without flags of its own, so that only FLAGS apply.
 set(tools -G "${GENERATOR}" -DCMAKE_BUILD_TYPE=None "-DCMAKE_CXX_COMPILER=${COMPILER}"
     "-DCMAKE_CXX_COMPILER_LAUNCHER=${LAUNCHER}" "-DCMAKE_CXX_FLAGS=${FLAGS}")
 
-# What an earlier run installed must not help this one.
+# Files from an earlier run must not affect this one.
 file(REMOVE_RECURSE "${SCRATCH}/prefix" "${SCRATCH}/host")
 if(NOT BUILD)
     set(BUILD "${SCRATCH}/shared")
@@ -23,7 +23,7 @@ if(NOT BUILD)
 endif()
 run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${SCRATCH}/prefix")
 
-# No installed back end but the scripted world itself holds its code.
+# Only the scripted world's own back end may hold its code.
 file(GLOB libraries "${SCRATCH}/prefix/lib*/libq32Base-*")
 list(FILTER libraries EXCLUDE REGEX "-headless")
 list(JOIN libraries "," libraries)

@@ -1,6 +1,5 @@
-#include "q32Base/pixels/PixelFormat.h"
-
-#include "q32Base/pixels/Nibbles.h"
+#include "q32Base/pixels/Nibbles_p.h"
+#include "q32Base/pixels/PixelFormat_p.h"
 
 #include <gtest/gtest.h>
 
@@ -45,7 +44,7 @@ TEST(PixelFormat, StoredPixelsOf16BitsHaveTheHighByteFirstAndLowBitsOfZero) {
 }
 
 TEST(PixelFormat, SinglePixelsOf16BitsMixTheirGreenAndAreWrittenLowByteFirst) {
-    // Low byte first the two are 10101101 10110100, whose middle six bits are 101101.
+    // Low byte first, the bytes are 10101101 10110100, whose middle six bits are 101101.
     const std::uint8_t pixel[2] = {0b10110100, 0b10101101};
     EXPECT_EQ(fnList(fnPixelFormat(16).m_fnUnpackSingle(pixel)),
               (std::vector<int>{0b10110000, 0b10110100, 0b01101000, 255}));
@@ -79,7 +78,7 @@ TEST(PixelFormat, DeepPixelsAreBytesInTheOrderAlphaRedGreenBlue) {
     EXPECT_EQ(std::vector<int>(out, out + 5), (std::vector<int>{8, 5, 6, 7, 9}));
 }
 
-TEST(Nibbles, RunsFromAnyPixelOfAnyLengthTouchTheirOwnNibblesAlone) {
+TEST(Nibbles, RunsFromAnyPixelOfAnyLengthTouchOnlyTheirOwnNibbles) {
     constexpr std::size_t kBytes = 40;
     for (std::size_t x = 0; x < 6; ++x)
         for (std::size_t count = 0; x + count <= 2 * kBytes; ++count) {

@@ -35,7 +35,7 @@ protected:
         pollfd event = {m_pMixers->fnGetDescriptor(), POLLIN, 0};
         return ::poll(&event, 1, ms) == 1;
     }
-    /// Waits as a host's loop does, and gives what is told.
+    /// Waits as a host's loop does, and returns the reports.
     Values fnTakeTold() {
         m_Told.clear();
         fnAwait([&] { return !m_Told.empty(); },
@@ -54,7 +54,7 @@ protected:
 
 } // namespace
 
-TEST_F(Alsa, TheCardsStepsAreSpreadOverAllValues) {
+TEST_F(Alsa, TheCardsStepsSpanTheFullRange) {
     LabCard card;
     card.m_nMaster[0] = 0;
     card.m_nMaster[1] = 31;
@@ -70,7 +70,7 @@ TEST_F(Alsa, TheCardsStepsAreSpreadOverAllValues) {
     EXPECT_EQ(fnGet(kBass), Values{32768});
 }
 
-TEST_F(Alsa, WhatIsSetReachesTheCard) {
+TEST_F(Alsa, SetValuesReachTheCard) {
     EXPECT_TRUE(m_pMixer->fnSetValues(kVolume, 2, {65535, 0}));
     EXPECT_TRUE(m_pMixer->fnSetValues(kMute, 1, {1}));
     EXPECT_TRUE(m_pMixer->fnSetValues(kBass, 2, {0}));
@@ -93,11 +93,11 @@ TEST_F(Alsa, SettingBassOrTrebleSwitchesTheCardsToneOn) {
         m_Card.fnTurn(card);
         EXPECT_TRUE(m_pMixer->fnSetValues(control, 2, {65535}));
         EXPECT_EQ(m_Card.fnGet().m_nToneOn, 1) << control;
-        m_pMixers->fnPump(); // the card tells no event of what is back before it is asked
+        m_pMixers->fnPump(); // the card sends no event for a change undone before it is read
     }
 }
 
-TEST_F(Alsa, WhatAHostThrowsWhenItIsToldPassesAndTheRestIsToldByTheNextPump) {
+TEST_F(Alsa, AnExceptionFromAReportPropagatesAndTheNextPumpReportsTheRest) {
     static int s_Thrown = 0;
     m_pMixer = m_pMixers->fnOpen(0, [this](std::uint32_t id) {
         m_Told.push_back(id);
@@ -114,7 +114,7 @@ TEST_F(Alsa, WhatAHostThrowsWhenItIsToldPassesAndTheRestIsToldByTheNextPump) {
     EXPECT_FALSE(fnIsAwake(50));
 }
 
-TEST_F(Alsa, AValueBetweenTwoStepsIsKeptUntilSomebodyElseMovesTheKnob) {
+TEST_F(Alsa, AValueBetweenTwoStepsIsRememberedUntilTheControlChangesElsewhere) {
     EXPECT_TRUE(m_pMixer->fnSetValues(kBass, 2, {12345}));
     EXPECT_EQ(fnGet(kBass), Values{12345});
     LabCard card = m_Card.fnGet();
@@ -124,7 +124,7 @@ TEST_F(Alsa, AValueBetweenTwoStepsIsKeptUntilSomebodyElseMovesTheKnob) {
     EXPECT_EQ(fnGet(kBass), Values{16384});
 }
 
-TEST_F(Alsa, EachKnobFromOutsideIsToldOnce) {
+TEST_F(Alsa, EachControlChangedFromOutsideIsReportedOnce) {
     LabCard card;
     card.m_nMaster[0] = 5;
     m_Card.fnTurn(card);
@@ -161,7 +161,7 @@ TEST_F(Alsa, ACardIsMuteWhenAllItsChannelsAreOff) {
     EXPECT_EQ(m_Card.fnGet().m_nMasterOn[0] + m_Card.fnGet().m_nMasterOn[1], 2);
 }
 
-TEST_F(Alsa, AChangeThatAReadHasMetFirstIsToldAllTheSame) {
+TEST_F(Alsa, AChangeThatWasAlreadyReadIsStillReported) {
     LabCard card;
     card.m_nBass = 0;
     m_Card.fnTurn(card);
@@ -191,13 +191,13 @@ TEST_F(Alsa, AMonoCardAnswersAPairWithOneValue) {
     EXPECT_EQ(m_Card.fnGet().m_nMasterOn[0], 0);
 }
 
-TEST_F(Alsa, WithoutThatCardThereIsNoMixer) {
+TEST_F(Alsa, WithoutTheCardThereIsNoMixer) {
     EXPECT_FALSE(fnOpen("nowhere"));
     EXPECT_EQ(m_pMixers->fnGetCount(), 0u);
     EXPECT_EQ(m_pMixers->fnPump(), 0u);
 }
 
-TEST_F(Alsa, ACardThatIsPulledOutFailsAndKeepsNobodyAwake) {
+TEST_F(Alsa, ARemovedCardFailsAndCausesNoMoreWakeUps) {
     LabCard card;
     card.m_nGone = 1;
     m_Card.fnTurn(card);

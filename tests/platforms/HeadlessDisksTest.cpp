@@ -34,7 +34,7 @@ struct HeadlessDisks : testing::Test {
 
 } // namespace
 
-TEST_F(HeadlessDisks, VolumesTellTheirSpaceIn64Bits) {
+TEST_F(HeadlessDisks, VolumesReportTheirSpaceIn64Bits) {
     CqDiskSpace space;
     ASSERT_TRUE(m_Files.fnGetSpace("\\\\server\\", space));
     EXPECT_EQ(space.m_nAvailable, 0x2'0000'0001u);
@@ -44,7 +44,7 @@ TEST_F(HeadlessDisks, VolumesTellTheirSpaceIn64Bits) {
     EXPECT_FALSE(m_Files.fnGetSpace("E:\\", space));
 }
 
-TEST_F(HeadlessDisks, TheOldQueryTellsWholeClustersIn32Bits) {
+TEST_F(HeadlessDisks, TheOldQueryReportsFullClustersIn32Bits) {
     CqDiskClusters clusters;
     ASSERT_TRUE(m_Files.fnGetClusters("C:\\", clusters));
     EXPECT_EQ(clusters.m_nSectorsPerCluster, 8u);
@@ -81,7 +81,7 @@ TEST_F(HeadlessDisks, FreeSpaceFallsAndRisesWithAScratchFile) {
     EXPECT_EQ(m_Disks.fnGetFree("C:\\"), 10000u);
 }
 
-TEST_F(HeadlessDisks, AFullDiskFailsTheSizingWithNothingReserved) {
+TEST_F(HeadlessDisks, AFullDiskFailsTheResizeWithNothingReserved) {
     std::string name;
     const CqFileHandle file = fnOpenNew(name);
     EXPECT_FALSE(m_Scratch.fnSetSize(file, 10001));
@@ -105,7 +105,7 @@ TEST_F(HeadlessDisks, AFullDiskFailsAWriteAndARewrittenText) {
     EXPECT_FALSE(m_Files.fnExists("C:\\b"));
 }
 
-TEST_F(HeadlessDisks, EachStepOfAScratchFileFailsOnce) {
+TEST_F(HeadlessDisks, EachStepOfAScratchFileCanFail) {
     CqHeadlessCalls* const steps[] = {
         &m_Scratch.m_CreateName,    &m_Scratch.m_Open,    &m_Scratch.m_SetSize, &m_Scratch.m_Reopen,
         &m_Scratch.m_CreateMapping, &m_Scratch.m_MapView, &m_Scratch.m_Delete};
@@ -133,7 +133,7 @@ TEST_F(HeadlessDisks, EachStepOfAScratchFileFailsOnce) {
             m_Scratch.fnClose(file);
         if (failing > 0) {
             EXPECT_EQ(m_Scratch.fnDelete(name.c_str()), failing != 6);
-            m_Scratch.fnDelete(name.c_str()); // what the failed call has left
+            m_Scratch.fnDelete(name.c_str()); // the file that the failed call left
         }
         EXPECT_EQ(m_Disks.fnGetFree("C:\\"), 10000u);
     }
@@ -175,7 +175,7 @@ TEST_F(HeadlessDisks, AMappedFileKeepsItsSizeAndIsNotDeleted) {
     EXPECT_TRUE(m_Scratch.fnDelete(name.c_str()));
 }
 
-TEST_F(HeadlessDisks, BareNamesAreLookedForInTheCurrentDirectory) {
+TEST_F(HeadlessDisks, BareNamesAreResolvedInTheCurrentDirectory) {
     ASSERT_TRUE(m_Disks.fnPutFile("C:\\here\\~qd1.tmp", "x"));
     EXPECT_FALSE(m_Scratch.fnDelete("~qd1.tmp"));
     m_Disks.fnSetCurrentDirectory("C:\\here");
@@ -227,7 +227,7 @@ TEST_F(HeadlessDisks, FilesCarryTheTimeOfTheirLastWrite) {
     EXPECT_FALSE(m_Disks.fnSetTime("C:\\none", 77));
 }
 
-TEST_F(HeadlessDisks, TheScriptSeesWhichFilesStandWhere) {
+TEST_F(HeadlessDisks, TheScriptCanListTheFiles) {
     ASSERT_TRUE(m_Disks.fnPutFile("\\\\server\\share\\b.txt", "two"));
     ASSERT_TRUE(m_Disks.fnPutFile("C:\\A.txt", "one"));
     EXPECT_EQ(m_Disks.fnGetFiles(),
@@ -238,7 +238,7 @@ TEST_F(HeadlessDisks, TheScriptSeesWhichFilesStandWhere) {
     EXPECT_FALSE(m_Disks.fnPutFile("C:\\A.txt\\b", "a file is in the way"));
 }
 
-TEST_F(HeadlessDisks, SettingsAreReadAndPutAtAnyTime) {
+TEST_F(HeadlessDisks, SettingsCanBeReadAndSetAtAnyTime) {
     EXPECT_EQ(m_pWorld->fnGetSettings(), std::nullopt);
     ASSERT_TRUE(m_pWorld->fnSetSettings("[A]\r\n"));
     std::string directory;
@@ -283,7 +283,7 @@ TEST_F(HeadlessDisks, AVolumeMayHaveARootOfTheOtherKind) {
     EXPECT_FALSE(m_Files.fnExists("/other"));
 }
 
-TEST(HeadlessFolder, FilesOfAFolderAreTheMachinesOwn) {
+TEST(HeadlessFolder, FilesOfAFolderAreRealFiles) {
     const fs::path folder =
         fs::temp_directory_path() / ("q32folder" + std::to_string(std::random_device()()));
     fs::create_directories(folder / "in");

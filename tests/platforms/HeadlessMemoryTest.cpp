@@ -50,7 +50,7 @@ TEST_F(HeadlessMemory, CommittedBytesAreCounted) {
     EXPECT_TRUE(m_Memory.fnRelease(range, 5000));
 }
 
-TEST_F(HeadlessMemory, MisusesAreTold) {
+TEST_F(HeadlessMemory, MisusesAreReported) {
     int outside = 0;
     EXPECT_FALSE(m_Memory.fnCommit(&outside, 4));
     EXPECT_FALSE(m_Memory.fnRelease(&outside, 4));
@@ -61,13 +61,13 @@ TEST_F(HeadlessMemory, MisusesAreTold) {
     EXPECT_EQ(m_pMisuses->fnGetAll().size(), 4u);
 }
 
-TEST_F(HeadlessMemory, PhysicalMemoryIsWhatTheScriptTells) {
+TEST_F(HeadlessMemory, PhysicalMemoryIsWhatTheScriptSets) {
     EXPECT_EQ(m_Memory.fnGetPhysicalBytes(), 1000u);
     m_Memory.fnSetPhysicalBytes(0x1'0000'0000u);
     EXPECT_EQ(m_Memory.fnGetPhysicalBytes(), 0x1'0000'0000u);
 }
 
-TEST(HeadlessCalls, FailingForEverEndsWhenTold) {
+TEST(HeadlessCalls, PermanentFailureEndsOnRequest) {
     CqHeadlessCalls calls;
     EXPECT_TRUE(calls.fnPass());
     calls.fnFail(2, CqHeadlessCalls::kForever);

@@ -29,7 +29,7 @@ protected:
     CqHeadlessScreen& fnScreen() { return *m_World->m_pScreen; }
     CqHeadlessPaintCalls& fnPaint() { return m_World->m_pScreen->m_Paint; }
     std::uint32_t fnAt(int x, int y) { return fnScreen().fnGetPixel(100 + x, 50 + y); }
-    /// Pixels of the screen that are no longer what they were.
+    /// The number of changed pixels of the screen.
     std::size_t fnChanged() {
         std::size_t changed = 0;
         for (int y = 0; y < fnScreen().fnGetMode().m_nHeight; ++y)
@@ -53,23 +53,23 @@ TEST_F(HeadlessPaint, FillsAndInvertsInsideTheClientAreaOnly) {
     EXPECT_TRUE(m_pDC->InvertRect(CRect(95, 38, INT_MAX, INT_MAX)));
     EXPECT_EQ(fnAt(99, 39), kGround ^ 0xFFFFFFu);
     EXPECT_EQ(fnChanged(), 40u);
-    EXPECT_TRUE(m_pDC->FillRect(CRect(20, 20, 10, 30), COLOR_BTNFACE)); // turned
+    EXPECT_TRUE(m_pDC->FillRect(CRect(20, 20, 10, 30), COLOR_BTNFACE)); // inverted
     EXPECT_EQ(fnChanged(), 40u);
 }
 
-TEST_F(HeadlessPaint, PaintsNothingOnAWindowBesideTheScreen) {
+TEST_F(HeadlessPaint, PaintsNothingOnAWindowOffTheScreen) {
     for (const CRect& place : {CRect(-200, -200, -100, -100), CRect(5000, 50, 5100, 90),
                                CRect(INT_MIN, INT_MIN, INT_MIN + 10, INT_MIN + 10)}) {
         m_Window.fnMove(place);
         EXPECT_TRUE(m_pDC->FillRect(CRect(0, 0, 100, 40), COLOR_BTNFACE));
         EXPECT_EQ(fnChanged(), 0u);
     }
-    m_Window.fnMove(CRect(-95, -38, 5, 2)); // its last five columns and two rows can be seen
+    m_Window.fnMove(CRect(-95, -38, 5, 2)); // its last five columns and two rows are visible
     EXPECT_TRUE(m_pDC->FillRect(CRect(0, 0, 100, 40), COLOR_BTNFACE));
     EXPECT_EQ(fnChanged(), 10u);
 }
 
-TEST_F(HeadlessPaint, MeasuresTextInWholeMultiplesOfOneFont) {
+TEST_F(HeadlessPaint, MeasuresTextInIntegerMultiplesOfOneFont) {
     const std::pair<LONG, LONG> kHeights[] = {{0, 11},   {11, 11},  {21, 11},       {22, 22},
                                               {-9, 11},  {-17, 11}, {-18, 22},      {35, 33},
                                               {-27, 33}, {5, 11},   {INT_MIN, 858}, {INT_MAX, 704}};
@@ -94,7 +94,7 @@ TEST_F(HeadlessPaint, MeasuresTextInWholeMultiplesOfOneFont) {
     EXPECT_EQ(fnChanged(), 0u);
 }
 
-TEST_F(HeadlessPaint, GivesEverySignAPictureOfItsOwn) {
+TEST_F(HeadlessPaint, GivesEveryCharacterADistinctGlyph) {
     const CqHeadlessFont font(11);
     std::set<std::string> pictures;
     const auto picture = [&](int code) {
@@ -114,8 +114,8 @@ TEST_F(HeadlessPaint, GivesEverySignAPictureOfItsOwn) {
     EXPECT_FALSE(font.fnIsInk('A', 2, 11));
 }
 
-TEST_F(HeadlessPaint, WritesTextOpaqueOrTransparentAndCutsItAtItsRectangle) {
-    CRect place(10, 5, 22, 16); // two signs
+TEST_F(HeadlessPaint, WritesTextOpaqueOrTransparentAndClipsItToItsRectangle) {
+    CRect place(10, 5, 22, 16); // two characters
     EXPECT_EQ(m_pDC->DrawText("IIII", -1, &place, DT_SINGLELINE), 11);
     EXPECT_EQ(fnChanged(), 12u * 11);
     EXPECT_EQ(fnAt(10, 5), kWhite);
@@ -129,16 +129,16 @@ TEST_F(HeadlessPaint, WritesTextOpaqueOrTransparentAndCutsItAtItsRectangle) {
     EXPECT_EQ(m_pDC->SetBkMode(OPAQUE), TRANSPARENT);
     CRect none(0, 0, 50, 20);
     EXPECT_EQ(m_pDC->DrawText("", -1, &none, DT_SINGLELINE), 11);
-    EXPECT_EQ(m_pDC->DrawText("x", -1, &none, 0), 0); // several lines aren't known
+    EXPECT_EQ(m_pDC->DrawText("x", -1, &none, 0), 0); // multiple lines aren't supported
 }
 
 TEST_F(HeadlessPaint, CopiesABitmapThatWasPaintedOn) {
     const std::unique_ptr<CDC> memory = m_pDC->CreateCompatibleDC();
     ASSERT_TRUE(memory);
-    EXPECT_TRUE(memory->FillRect(CRect(0, 0, 10, 10), COLOR_BTNFACE)); // on nothing
+    EXPECT_TRUE(memory->FillRect(CRect(0, 0, 10, 10), COLOR_BTNFACE)); // without a bitmap
     CBitmap bitmap;
     ASSERT_TRUE(bitmap.CreateCompatibleBitmap(m_pDC, 20, 10));
-    EXPECT_EQ(m_pDC->SelectObject(&bitmap), nullptr); // windows take none
+    EXPECT_EQ(m_pDC->SelectObject(&bitmap), nullptr); // windows accept none
     EXPECT_EQ(memory->SelectObject(&bitmap), nullptr);
     EXPECT_TRUE(memory->FillRect(CRect(0, 0, 5, 10), COLOR_BTNFACE));
     EXPECT_TRUE(m_pDC->BitBlt(30, 10, 40, 40, memory.get(), 2, 1, SRCCOPY));
@@ -153,7 +153,7 @@ TEST_F(HeadlessPaint, CopiesABitmapThatWasPaintedOn) {
     EXPECT_TRUE(m_World->m_pMisuses->fnGetAll().empty());
 }
 
-TEST_F(HeadlessPaint, TellsOfASelectionThatWasNotRestored) {
+TEST_F(HeadlessPaint, ReportsASelectionThatWasNotRestored) {
     CBitmap bitmap;
     ASSERT_TRUE(bitmap.CreateCompatibleBitmap(m_pDC, 2, 2));
     {
@@ -163,7 +163,7 @@ TEST_F(HeadlessPaint, TellsOfASelectionThatWasNotRestored) {
     EXPECT_EQ(m_World->m_pMisuses->fnGetAll().size(), 1u);
 }
 
-TEST_F(HeadlessPaint, FailsEachCallThatItIsTold) {
+TEST_F(HeadlessPaint, FailsEachScriptedCall) {
     CRect rect(0, 0, 50, 20);
     TEXTMETRICA metrics{};
     CSize size(7, 7);
@@ -190,7 +190,7 @@ TEST_F(HeadlessPaint, FailsEachCallThatItIsTold) {
     EXPECT_FALSE(m_pDC->InvertRect(rect));
     EXPECT_FALSE(m_pDC->BitBlt(0, 0, 1, 1, m_pDC, 0, 0, SRCCOPY));
     EXPECT_EQ(fnChanged(), 0u);
-    EXPECT_TRUE(m_pDC->FillRect(rect, COLOR_BTNFACE)); // once only
+    EXPECT_TRUE(m_pDC->FillRect(rect, COLOR_BTNFACE)); // fails only once
     EXPECT_FALSE(bitmap.CreateCompatibleBitmap(m_pDC, 0, 5));
     EXPECT_FALSE(bitmap.CreateCompatibleBitmap(m_pDC, 5, -1));
     EXPECT_FALSE(bitmap.CreateCompatibleBitmap(m_pDC, 32768, 1));

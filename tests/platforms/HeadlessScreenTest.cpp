@@ -10,8 +10,8 @@
 
 namespace {
 
-/// A header, its table and rows, each in a block of its exact size, so that a checker of memory
-/// sees any step beside them.
+/// A header, its table and rows, each in a block of its exact size, so that a memory checker
+/// detects any access outside them.
 struct Dib {
     std::vector<std::uint8_t> m_Block;
     std::vector<std::uint8_t> m_Rows;
@@ -89,7 +89,7 @@ std::vector<std::uint8_t> fnIndices(unsigned count) {
 
 } // namespace
 
-TEST_F(HeadlessScreen, TellsItsMetricsAlsoAfterAChange) {
+TEST_F(HeadlessScreen, ReportsItsMetricsAlsoAfterAChange) {
     CDC* dc = m_pScreen->fnGetDC(nullptr);
     ASSERT_NE(dc, nullptr);
     EXPECT_EQ(dc->GetDeviceCaps(HORZRES), 40);
@@ -173,7 +173,7 @@ TEST_F(HeadlessScreen, PartsOfABitmapMatchAPlainComputation) {
         const int scans = number(0, 13);
         const int taken = std::max(0, std::min(scans, height - start));
         m_pScreen->fnClear();
-        // The caller's rows begin with the start scan: they may end anywhere behind the last taken.
+        // The caller's rows begin with the start scan and may end anywhere after the last one used.
         const std::vector<std::uint8_t> rows(
             dib.m_Rows.begin() + static_cast<std::ptrdiff_t>(std::min(start, height)) *
                                      static_cast<std::ptrdiff_t>(dib.fnStride()),
@@ -208,7 +208,7 @@ TEST_F(HeadlessScreen, PartsOfABitmapMatchAPlainComputation) {
     }
 }
 
-TEST_F(HeadlessScreen, PlacesAndSizesAtTheEndsOfTheRangeAreHarmless) {
+TEST_F(HeadlessScreen, PositionsAndSizesAtTheLimitsOfTheRangeAreHarmless) {
     CDC* dc = m_pScreen->fnGetDC(nullptr);
     Dib dib(3, 3, 24);
     for (const int x : {INT32_MIN, -1, INT32_MAX})
@@ -263,7 +263,7 @@ TEST_F(HeadlessScreen, AWindowIsDrawnAtItsPlaceAndClipped) {
                 << x << "," << y;
 }
 
-TEST_F(HeadlessScreen, AHiColorScreenCutsToFiveSixFive) {
+TEST_F(HeadlessScreen, AHiColorScreenTruncatesToFiveSixFive) {
     fnSetBits(16);
     CDC* dc = m_pScreen->fnGetDC(nullptr);
     Dib dib(3, 1, 24);
@@ -337,7 +337,7 @@ TEST_F(HeadlessScreen, RealizedEntriesTakeEqualColorsElseFreeSlots) {
     EXPECT_EQ(dc->SelectPalette(nullptr, true), &palette);
 }
 
-TEST_F(HeadlessScreen, APaletteThatEndsIsNoLongerSelected) {
+TEST_F(HeadlessScreen, ADestroyedPaletteIsNoLongerSelected) {
     fnSetBits(8);
     CDC* dc = m_pScreen->fnGetDC(nullptr);
     {
@@ -371,7 +371,7 @@ TEST_F(HeadlessScreen, ChangedEntriesShowAfterTheNextRealization) {
     EXPECT_EQ(m_pScreen->fnGetPixel(1, 0), 0x010203u) << "the slot has changed under the pixel";
 }
 
-TEST_F(HeadlessScreen, WhatWasRealizedOnOneScreenIsNotRealizedOnAnother) {
+TEST_F(HeadlessScreen, APaletteRealizedOnOneScreenIsNotRealizedOnAnother) {
     const CqHeadlessMode mode{40, 30, 8, 96, 96};
     const auto first = std::make_shared<CqHeadlessScreen>(mode, m_pMisuses);
     m_pScreen = std::make_shared<CqHeadlessScreen>(mode, m_pMisuses);
@@ -452,7 +452,7 @@ TEST_F(HeadlessScreen, IndicesOutsideThePaletteAreBlack) {
     }
 }
 
-TEST_F(HeadlessScreen, EveryDrawIsRecordedAsItCame) {
+TEST_F(HeadlessScreen, EveryDrawIsRecordedUnchanged) {
     CqHeadlessWnd window({1, 1, 9, 9});
     CDC* dc = m_pScreen->fnGetDC(&window);
     CPalette palette;

@@ -1,10 +1,10 @@
-// What the headless world adds to the services of software: counts, and failures on demand.
+// What the headless world adds to the software services: counts, and failures on demand.
 #include "platforms/headless/CqHeadlessRegion.h"
 #include "platforms/headless/CqHeadlessResources.h"
 
 #include <gtest/gtest.h>
 
-TEST(HeadlessRegion, AFailedCombinationLeavesTheRegionAlone) {
+TEST(HeadlessRegion, AFailedCombinationLeavesTheRegionUnchanged) {
     const auto calls = std::make_shared<CqHeadlessCalls>();
     CqHeadlessRegion region({0, 0, 4, 4}, calls);
     const CqHeadlessRegion hole({1, 1, 2, 2}, calls);

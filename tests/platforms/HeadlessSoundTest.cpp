@@ -41,7 +41,7 @@ struct HeadlessWave : testing::Test {
     }
 };
 
-/// For its life the system has no room for the stack of another thread.
+/// During its lifetime the system has no space for the stack of another thread.
 class NoThreads {
 public:
     NoThreads() {
@@ -96,7 +96,7 @@ TEST_F(HeadlessWave, ABlockEndsWhenTheScriptHasMovedPastItsLastByte) {
     EXPECT_TRUE(m_pDevice->fnUnprepare(m_Header));
 }
 
-TEST_F(HeadlessWave, WhatWasGivenToTheDeviceIsRecorded) {
+TEST_F(HeadlessWave, BlocksGivenToTheDeviceAreRecorded) {
     m_Header.dwFlags = 12;
     m_Header.dwLoops = 0xFFFFFFFFu;
     fnStart();
@@ -119,7 +119,7 @@ TEST_F(HeadlessWave, AnEndlessLoopEndsOnlyByAReset) {
     EXPECT_EQ(fnAdvance(0), 1);
 }
 
-TEST_F(HeadlessWave, ALoopIsPlayedAsOftenAsItSays) {
+TEST_F(HeadlessWave, ALoopIsPlayedTheRequestedNumberOfTimes) {
     m_Header.dwFlags = 12;
     m_Header.dwLoops = 3;
     fnStart();
@@ -137,7 +137,7 @@ TEST_F(HeadlessWave, APausedDeviceStandsStill) {
     EXPECT_EQ(fnAdvance(100), 1);
 }
 
-TEST_F(HeadlessWave, AResetGivesAPausedBlockBackAndIsSilentOtherwise) {
+TEST_F(HeadlessWave, AResetReturnsAPausedBlockAndReportsNothingOtherwise) {
     fnStart();
     m_pDevice->fnPause();
     EXPECT_TRUE(m_pDevice->fnReset());
@@ -217,7 +217,7 @@ TEST_F(HeadlessWave, EachStepFailsOnDemand) {
     EXPECT_TRUE(m_pDevice->fnUnprepare(m_Header));
 }
 
-TEST_F(HeadlessWave, OnlyPcmThatAgreesWithItselfIsPlayed) {
+TEST_F(HeadlessWave, OnlyConsistentPcmFormatsArePlayed) {
     WAVEFORMATEX format = kFormat;
     format.wFormatTag = 2;
     EXPECT_FALSE(m_Sound.fnCanPlay(format));
@@ -229,7 +229,7 @@ TEST_F(HeadlessWave, OnlyPcmThatAgreesWithItselfIsPlayed) {
     EXPECT_FALSE(m_Sound.fnCanPlay(format));
 }
 
-TEST_F(HeadlessWave, ABlockWithoutBytesEndsAtOnce) {
+TEST_F(HeadlessWave, ABlockOfZeroBytesEndsAtOnce) {
     m_Header.dwBufferLength = 0;
     fnStart();
     EXPECT_EQ(fnAdvance(0), 1);
@@ -262,7 +262,7 @@ TEST_F(HeadlessMixer, DevicesMayBeClosedSilentOrWithoutControls) {
     EXPECT_FALSE(empty->fnFindControl(line.m_nLineId, CQ_MIXER_CONTROL::MUTE, id));
 }
 
-TEST_F(HeadlessMixer, AnswersAPairWithOneValueWhereItIsMono) {
+TEST_F(HeadlessMixer, AMonoMixerAnswersAPairWithOneValue) {
     EXPECT_TRUE(m_pMixer->fnSetValues(2, 2, {51200, 25600}));
     EXPECT_EQ(fnGet(2, 2, 2), (Values{51200, 25600}));
     EXPECT_EQ(fnGet(2, 2, 1), (Values{51200}));
@@ -311,7 +311,7 @@ TEST_F(HeadlessMixer, WrongControlsChannelsAndValuesAreRefused) {
     EXPECT_EQ(m_Mixers.fnPump(), 0u);
 }
 
-TEST_F(HeadlessMixer, ChangesAreToldWhenTheOwnerPumps) {
+TEST_F(HeadlessMixer, ChangesAreReportedWhenTheOwnerPumps) {
     EXPECT_TRUE(m_Mixers.fnMove(0, CQ_MIXER_CONTROL::VOLUME, {1, 2}));
     EXPECT_TRUE(m_Mixers.fnMove(0, CQ_MIXER_CONTROL::VOLUME, {1, 2})) << "no change";
     EXPECT_FALSE(m_Mixers.fnMove(0, CQ_MIXER_CONTROL::VOLUME, {1}));
@@ -324,7 +324,7 @@ TEST_F(HeadlessMixer, ChangesAreToldWhenTheOwnerPumps) {
     EXPECT_EQ(m_Mixers.fnPump(), 0u);
 }
 
-TEST_F(HeadlessMixer, AClosedMixerIsToldNothing) {
+TEST_F(HeadlessMixer, AClosedMixerGetsNoReports) {
     m_Mixers.fnMove(0, CQ_MIXER_CONTROL::VOLUME, {1, 2});
     m_pMixer.reset();
     EXPECT_EQ(m_Mixers.fnGetOpen(), 0u);

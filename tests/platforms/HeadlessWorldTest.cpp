@@ -17,7 +17,7 @@ SYSTEMTIME fnMoment(WORD hour) {
 
 } // namespace
 
-TEST(HeadlessWorld, GivesACompletePlatformOfItsOwnServices) {
+TEST(HeadlessWorld, ProvidesACompletePlatformOfItsOwnServices) {
     EXPECT_TRUE(q32HeadlessPlatform().fnIsComplete());
     const auto world = q32HeadlessWorld();
     const CqPlatform platform = world->fnPlatform();
@@ -33,7 +33,7 @@ TEST(HeadlessWorld, ServicesOutliveTheWorldThatMadeThem) {
     EXPECT_TRUE(scratch->fnDelete(name.c_str()));
 }
 
-TEST(HeadlessWorld, BeginsAsItsOptionsSay) {
+TEST(HeadlessWorld, StartsAsItsOptionsSpecify) {
     CqHeadlessOptions options;
     options.m_nPhysicalBytes = 77;
     options.m_szTempDirectory = "D:\\T\\";
@@ -55,7 +55,7 @@ TEST(HeadlessWorld, BeginsAsItsOptionsSay) {
     EXPECT_TRUE(world->m_pMisuses->fnGetAll().empty());
 }
 
-TEST(HeadlessKeyboard, StatesAreToldApart) {
+TEST(HeadlessKeyboard, TheTwoKeyStatesAreDistinguished) {
     CqHeadlessKeyboard keyboard;
     keyboard.fnSetKey(VK_ESCAPE, true, false);
     EXPECT_TRUE(keyboard.fnIsKeyDown(VK_ESCAPE));
@@ -67,7 +67,7 @@ TEST(HeadlessKeyboard, StatesAreToldApart) {
     EXPECT_EQ(keyboard.fnGetLooks(), 3u);
 }
 
-TEST(HeadlessKeyboard, AKeyGoesDownAfterSoManyLooks) {
+TEST(HeadlessKeyboard, AKeyGoesDownAfterTheScriptedNumberOfPolls) {
     CqHeadlessKeyboard keyboard;
     keyboard.fnPressAfter(VK_ESCAPE, 2);
     for (const bool expected : {false, false, true, true}) {
@@ -117,7 +117,7 @@ TEST(HeadlessMessages, BoxesAreRecordedAndAnsweredInOrderElseByTheirFirstButton)
     EXPECT_TRUE(messages.fnGetBoxes().empty());
 }
 
-TEST(HeadlessMessages, ABoxThatCantBeShownIsAnsweredWithNothing) {
+TEST(HeadlessMessages, ABoxThatCannotBeShownReturnsZero) {
     CqHeadlessMessages messages;
     messages.m_ShowBox.fnFail();
     EXPECT_EQ(messages.fnShowBox("lost", MB_OK, nullptr), 0);
@@ -138,7 +138,7 @@ TEST(HeadlessMessages, TheScriptActsWhileABoxIsOpen) {
     EXPECT_EQ(messages.fnGetBoxes()[1].m_szText, "inner");
 }
 
-TEST(HeadlessMessages, TheLastErrorAndItsTextAreTheScripts) {
+TEST(HeadlessMessages, TheLastErrorAndItsTextAreScripted) {
     CqHeadlessMessages messages;
     EXPECT_EQ(messages.fnGetLastError(), 0u);
     messages.fnSetLastError(1234);
@@ -155,7 +155,7 @@ TEST(HeadlessMessages, TheLastErrorAndItsTextAreTheScripts) {
     EXPECT_FALSE(messages.fnFormatError(1234, text));
 }
 
-TEST(HeadlessWindow, RecordsWhatItIsTold) {
+TEST(HeadlessWindow, RecordsItsCalls) {
     CqHeadlessWnd window({10, 20, 40, 60});
     EXPECT_EQ(window.GetClientRect(), CRect(0, 0, 30, 40));
     window.fnSetAnswer(9);
@@ -178,7 +178,7 @@ TEST(HeadlessWindow, RecordsWhatItIsTold) {
     EXPECT_FALSE(window.IsWindow());
 }
 
-TEST(HeadlessWindow, TheApplicationAndItsMainWindowComeAndGo) {
+TEST(HeadlessWindow, TheApplicationAndItsMainWindowCanBeSetAndRemoved) {
     CqHeadlessWindows windows;
     CqHeadlessApp app;
     CqHeadlessWnd main({0, 0, 1, 1});
@@ -198,7 +198,7 @@ TEST(HeadlessWindow, TheApplicationAndItsMainWindowComeAndGo) {
     EXPECT_TRUE(app.IsMDI());
 }
 
-TEST(HeadlessLocale, DatesAndTimesHaveOneForm) {
+TEST(HeadlessLocale, DatesAndTimesHaveAFixedFormat) {
     CqHeadlessLocale locale(1252, 0);
     std::string text;
     ASSERT_TRUE(locale.fnFormatDate(fnMoment(0), text));
@@ -220,7 +220,7 @@ TEST(HeadlessLocale, DatesAndTimesHaveOneForm) {
     EXPECT_FALSE(locale.fnFormatTime(fnMoment(24), 0, text));
 }
 
-TEST(HeadlessLocale, LocalTimeIsAFixedDistanceFromUtc) {
+TEST(HeadlessLocale, LocalTimeIsAFixedOffsetFromUtc) {
     CqHeadlessLocale locale(1252, -90);
     SYSTEMTIME time{};
     ASSERT_TRUE(locale.fnGetLocalTime(946684800, time)); // 2000-01-01 00:00
@@ -275,7 +275,7 @@ TEST(HeadlessLocale, CallsFailOnDemand) {
     EXPECT_TRUE(locale.fnFormatDate(time, text));
 }
 
-TEST(HeadlessToolBar, ButtonsAreEnabledUntilTheyAreToldOtherwise) {
+TEST(HeadlessToolBar, ButtonsAreEnabledUntilTheyAreDisabled) {
     CqHeadlessToolBar bar;
     EXPECT_TRUE(bar.fnIsEnabled(7));
     EXPECT_EQ(bar.SendMessage(TB_ENABLEBUTTON, 7, 0), 1);
@@ -287,7 +287,7 @@ TEST(HeadlessToolBar, ButtonsAreEnabledUntilTheyAreToldOtherwise) {
     EXPECT_TRUE(bar.fnIsEnabled(7));
 }
 
-TEST(HeadlessToolBar, AWindowThatIsGoneTakesNothingButIsSeenToBeTold) {
+TEST(HeadlessToolBar, AToolBarWithoutAWindowIgnoresCallsButRecordsThem) {
     CqHeadlessToolBar bar;
     bar.fnDestroy();
     EXPECT_EQ(bar.SendMessage(TB_ENABLEBUTTON, 7, 0), 0);
@@ -295,7 +295,7 @@ TEST(HeadlessToolBar, AWindowThatIsGoneTakesNothingButIsSeenToBeTold) {
     EXPECT_EQ(bar.fnGetMessages(), (std::vector<CqHeadlessToolBar::Message>{{0x401, 7, 0}}));
 }
 
-TEST(HeadlessDocument, KeepsTheFlagsThatItWasTold) {
+TEST(HeadlessDocument, KeepsTheFlagsThatWereSet) {
     CqHeadlessDocument document;
     document.SetModifiedFlag(true);
     EXPECT_EQ(document.IsModified(), 1);

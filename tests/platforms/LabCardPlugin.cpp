@@ -122,7 +122,7 @@ void fnSubscribe(snd_ctl_ext_t* ext, int subscribe) {
     fnCard(ext).m_bEvents = subscribe != 0;
 }
 
-/// One event a call: the first knob that isn't as it was when its last event was given.
+/// One event per call: the first control that has changed since its last event.
 int fnReadEvent(snd_ctl_ext_t* ext, snd_ctl_elem_id_t* id, unsigned int* mask) {
     Card& card = fnCard(ext);
     LabCard state;

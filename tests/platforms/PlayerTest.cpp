@@ -1,4 +1,4 @@
-// The example as people run it, on a server of the test's own.
+// The example program, run on a private sound server.
 #include "platforms/posix/posix.h"
 #include "plugins/PictureFile.h"
 #include "q32Base/q32Base.h"
@@ -32,7 +32,7 @@ public:
         EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
         return {ends[0], ends[1]};
     }
-    /// A terminal, whose player's end says what is set there.
+    /// A terminal; the player's end reports its settings.
     static Stream fnTerminal() {
         const int mine = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
         EXPECT_EQ(::grantpt(mine) + ::unlockpt(mine), 0);
@@ -48,20 +48,20 @@ public:
     }
 
     int fnGetPlayers() const { return m_nPlayers; }
-    /// The player alone holds its end from now on.
+    /// Leaves the player's end to the player only.
     void fnGive() { fnClose(m_nPlayers); }
-    /// Nothing more will come.
+    /// Ends the input.
     void fnEnd() { fnClose(m_nMine); }
     void fnWrite(std::string_view text) const {
         EXPECT_EQ(::write(m_nMine, text.data(), text.size()), static_cast<ssize_t>(text.size()));
     }
-    /// Reads until there is no more to come.
+    /// Reads to the end.
     std::string fnReadAll() {
         while (fnReadMore())
             ;
         return m_szRead;
     }
-    /// Reads until the text has come, and forgets all up to its end.
+    /// Reads until the text appears, and discards everything up to its end.
     bool fnAwait(std::string_view text) {
         for (;;) {
             const std::size_t at = m_szRead.find(text);
@@ -136,7 +136,7 @@ protected:
         arguments.push_back(fnSoundPath());
         return fnRun(arguments, s_pServer->fnGetAddress(), streams);
     }
-    /// Runs it with keys that come through a pipe, which then ends.
+    /// Runs it with keys from a pipe that then ends.
     int fnObey(const std::string& keys) {
         Stream input = Stream::fnToPlayer();
         input.fnWrite(keys);
@@ -144,7 +144,7 @@ protected:
         input.fnEnd();
         return player.fnWait();
     }
-    /// What it says of itself on its way to `code`.
+    /// The output of a run that exits with `code`.
     std::string fnSays(const std::vector<std::string>& arguments, int code) {
         Stream said = Stream::fnFromPlayer();
         ChildProcess player =
@@ -159,7 +159,7 @@ protected:
     TestSound m_Sound{150 * kBytesPerMs};
 };
 
-/// A player that loops and gets its keys one after the other.
+/// A looping player that gets its keys one at a time.
 class PlayerKeys : public Player {
 protected:
     void SetUp() override {
@@ -199,7 +199,7 @@ protected:
 
 TEST_F(Player, PlaysAFileToItsEnd) {
     SoundRecorder recorder(*s_pServer);
-    // A gap is the doing of a machine under load, and calls for another take.
+    // A gap is caused by a machine under load, so the take is repeated.
     int heard = 0;
     for (int take = 0; take < 5 && heard == 0; ++take) {
         const std::size_t from = recorder.fnGetSize();
@@ -210,7 +210,7 @@ TEST_F(Player, PlaysAFileToItsEnd) {
     EXPECT_EQ(heard, 1);
 }
 
-TEST_F(Player, ASignalEndsALoopInOrder) {
+TEST_F(Player, ASignalEndsALoopCleanly) {
     SoundRecorder recorder(*s_pServer);
     ChildProcess player = fnPlay({"--loop"});
     EXPECT_TRUE(fnAwait([&] { return fnCount(recorder.fnGetBytes(), m_Sound.m_Samples) >= 2; }));
@@ -219,7 +219,7 @@ TEST_F(Player, ASignalEndsALoopInOrder) {
     EXPECT_EQ(player.fnWait(), 0);
 }
 
-TEST_F(Player, SaysThatTheServerHasGoneAndFails) {
+TEST_F(Player, ReportsThatTheServerIsGoneAndFails) {
     SoundRecorder recorder(*s_pServer);
     Stream said = Stream::fnFromPlayer();
     ChildProcess player = fnPlay({"--loop"}, {.m_nError = said.fnGetPlayers()});
@@ -231,12 +231,12 @@ TEST_F(Player, SaysThatTheServerHasGoneAndFails) {
     s_pServer->fnStart();
 }
 
-TEST_F(Player, EndsWhenItStandsStillAndNoKeyCanCome) {
+TEST_F(Player, ExitsWhenItIsIdleAndNoKeyCanArrive) {
     for (const char* keys : {"s", " ", "ss s", "q", "\x1b", "sp", "ls"})
         EXPECT_EQ(fnObey(keys), 0) << keys;
 }
 
-TEST_F(Player, SaysWhatItCantDo) {
+TEST_F(Player, ReportsWhatItCannotDo) {
     const std::string sound = fnSoundPath();
     EXPECT_EQ(fnSays({sound}, 1),
               "There is no sound device that plays this: Connection refused.\n");
@@ -251,7 +251,7 @@ TEST_F(Player, SaysWhatItCantDo) {
         EXPECT_TRUE(fnSays(wrong, 2).starts_with("usage: player "));
 }
 
-TEST_F(Player, SaysWhatItPlays) {
+TEST_F(Player, ReportsWhatItPlays) {
     Stream said = Stream::fnFromPlayer();
     ChildProcess player = fnPlay({}, {.m_nOutput = said.fnGetPlayers()});
     said.fnGive();
@@ -278,7 +278,7 @@ std::vector<int> fnGreenRows(CqImage& image, int x) {
 } // namespace
 
 TEST_F(Player, WithoutADeviceItFailsButThePictureShowsTheSound) {
-    // 8 frames a column; the first half is silent.
+    // 8 frames per column; the first half is silent.
     constexpr std::int16_t kLoud = 30000;
     std::string samples(8000 * 4, '\0');
     for (std::size_t at = samples.size() / 2; at < samples.size(); at += sizeof kLoud)
@@ -308,7 +308,7 @@ TEST_F(Player, WithoutADeviceItFailsButThePictureShowsTheSound) {
     EXPECT_EQ(fs::file_size(again), fs::file_size(picture));
 }
 
-TEST_F(PlayerKeys, PlusAndMinusTurnTheVolumeAndSoDoUpAndDown) {
+TEST_F(PlayerKeys, PlusAndMinusChangeTheVolumeAndSoDoUpAndDown) {
     fnPress("-");
     EXPECT_TRUE(fnAwaitVolume(247 * 256, 247 * 256));
     fnPress("\x1b[B");
@@ -328,14 +328,14 @@ TEST_F(PlayerKeys, LeftAndRightMoveTheBalance) {
     EXPECT_TRUE(fnAwaitVolume(255 * 256, 120 * 255 * 2));
 }
 
-TEST_F(PlayerKeys, MMutesAndMAgainEndsThat) {
+TEST_F(PlayerKeys, MTogglesMute) {
     fnPress("m");
     EXPECT_TRUE(fnAwaitMute("yes"));
     fnPress("m");
     EXPECT_TRUE(fnAwaitMute("no"));
 }
 
-TEST_F(PlayerKeys, SpacePausesStopFallsSilentAndPlayEndsWithTheSound) {
+TEST_F(PlayerKeys, SpacePausesStopSilencesAndPlayEndsWithTheSound) {
     fnPress(" ");
     EXPECT_TRUE(fnAwaitStreams("Corked: yes"));
     fnPress(" ");
@@ -361,7 +361,7 @@ TEST_F(PlayerKeys, NoKeyOfABurstIsLost) {
     EXPECT_TRUE(fnAwaitVolume(8 * 256, 8 * 256)) << "no key counts behind the end";
 }
 
-TEST_F(PlayerKeys, AnArrowThatComesInPiecesIsNoEscape) {
+TEST_F(PlayerKeys, AnArrowKeyInPiecesIsNotTakenForEscape) {
     for (const char* piece : {"\x1b", "[", "B"})
         fnPress(piece);
     EXPECT_TRUE(fnAwaitVolume(247 * 256, 247 * 256));
@@ -370,7 +370,7 @@ TEST_F(PlayerKeys, AnArrowThatComesInPiecesIsNoEscape) {
     EXPECT_EQ(m_Player.fnWait(), 0) << "Esc alone ends";
 }
 
-TEST_F(Player, OnATerminalALineTellsWhatHappens) {
+TEST_F(Player, OnATerminalALineShowsTheState) {
     Stream terminal = Stream::fnTerminal();
     const int end = terminal.fnGetPlayers();
     std::vector<std::string> environment = s_pServer->fnGetEnvironment();

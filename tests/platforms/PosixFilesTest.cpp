@@ -24,7 +24,7 @@ std::shared_ptr<CqFileService> fnFiles(const CqPosixOptions& options = {}) {
     return q32PosixPlatform(options).m_pFiles;
 }
 
-/// Sets environment variables, and puts them back.
+/// Sets environment variables, and restores them.
 class Environment {
 public:
     struct Variable {
@@ -74,7 +74,7 @@ mode_t fnMode(const std::string& path) {
 
 } // namespace
 
-TEST(PosixFiles, TemporaryFilesGoWhereTheHostOrTheUserSaysElseToVarTmp) {
+TEST(PosixFiles, TemporaryFilesGoToTheHostsOrTheUsersDirectoryElseToVarTmp) {
     const Environment unset{{"TMPDIR", std::nullopt}};
     EXPECT_EQ(fnTemp(), "/var/tmp\\");
     const Environment set{{"TMPDIR", "/srv/scratch"}};
@@ -115,7 +115,7 @@ TEST(PosixFiles, SettingsGoToTheUsersConfigurationDirectory) {
     EXPECT_EQ(fnConfig(), "/h/.config/q32Base\\");
 }
 
-TEST(PosixFiles, WithoutAHomeInTheEnvironmentTheSystemIsAsked) {
+TEST(PosixFiles, WithoutAHomeInTheEnvironmentTheUserDatabaseIsRead) {
     const Environment unset{{"XDG_CONFIG_HOME", std::nullopt}, {"HOME", std::nullopt}};
     const char* const shell = "getent passwd $(id -u) | cut -d: -f6";
     std::string home;
@@ -128,7 +128,7 @@ TEST(PosixFiles, WithoutAHomeInTheEnvironmentTheSystemIsAsked) {
     EXPECT_EQ(fnConfig(), home + "/.config/q32Base\\");
 }
 
-TEST(PosixFiles, TheSettingsDirectoryIsMadeByTheFirstWriteForItsOwnerAlone) {
+TEST(PosixFiles, TheFirstWriteCreatesTheSettingsDirectoryForItsOwnerOnly) {
     const Folder folder;
     const Environment set{{"XDG_CONFIG_HOME", folder.fnPath("deep/config")}};
     const auto files = fnFiles();
@@ -158,7 +158,7 @@ TEST(PosixFiles, FilesAndDirectoriesExistUnderEitherSeparator) {
     EXPECT_FALSE(files->fnExists(""));
 }
 
-TEST(PosixFiles, ADirectoryIsMadeOneLevelDeepForItsOwnerAlone) {
+TEST(PosixFiles, ADirectoryIsCreatedOneLevelDeepForItsOwnerOnly) {
     const Folder folder;
     const auto files = fnFiles();
     EXPECT_TRUE(files->fnCreateDirectory(folder.fnName("new\\").c_str()));
@@ -167,7 +167,7 @@ TEST(PosixFiles, ADirectoryIsMadeOneLevelDeepForItsOwnerAlone) {
     EXPECT_FALSE(files->fnCreateDirectory(folder.fnName("no\\parent\\").c_str()));
 }
 
-TEST(PosixFiles, ASearchGivesBareNamesOfFilesSorted) {
+TEST(PosixFiles, ASearchGivesBareFileNamesSorted) {
     const Folder folder;
     for (const char* name : {"~qd2.tmp", "~qd1.tmp", "~qd.tmp", "~qd1.tmp2", "a.tmp", ".tmp"})
         folder.fnWrite(name, "");
@@ -187,7 +187,7 @@ TEST(PosixFiles, ASearchGivesBareNamesOfFilesSorted) {
     EXPECT_THAT(files->fnFind(folder.fnName("missing\\*").c_str()), ElementsAre());
 }
 
-TEST(PosixFiles, AQuestionMarkIsOneCharacterOfTheCodePage) {
+TEST(PosixFiles, AQuestionMarkMatchesOneCharacterOfTheCodePage) {
     const Folder folder;
     folder.fnWrite("x\xC3\xA4y", "");
     CqPosixOptions options;
@@ -198,7 +198,7 @@ TEST(PosixFiles, AQuestionMarkIsOneCharacterOfTheCodePage) {
     EXPECT_THAT(fnFiles(options)->fnFind(folder.fnName("x??y").c_str()), ElementsAre("x\xC3\xA4y"));
 }
 
-TEST(PosixFiles, AFileIsDeletedUnlessSomebodyHasItOpen) {
+TEST(PosixFiles, AFileIsDeletedUnlessItIsOpen) {
     const Folder folder;
     folder.fnWrite("held", "x");
     const auto files = fnFiles();
@@ -212,7 +212,7 @@ TEST(PosixFiles, AFileIsDeletedUnlessSomebodyHasItOpen) {
     EXPECT_FALSE(files->fnDelete(folder.fnName("held").c_str()));
 }
 
-TEST(PosixFiles, DeletingALinkLeavesWhatItLeadsToAndADirectoryIsNotDeleted) {
+TEST(PosixFiles, DeletingALinkLeavesItsTargetAndADirectoryIsNotDeleted) {
     const Folder folder;
     folder.fnWrite("target", "x");
     std::filesystem::create_symlink("target", folder.fnPath("link"));
@@ -234,7 +234,7 @@ TEST(PosixFiles, AFilesFactsAreItsSizeAndTheSecondOfItsLastWrite) {
     EXPECT_EQ(info.m_nLastWrite, 1700000000);
 }
 
-TEST(PosixFiles, FactsOfAFileInUseAreRefusedToWhoWantsItAlone) {
+TEST(PosixFiles, FactsOfAFileInUseAreRefusedToAnExclusiveQuery) {
     const Folder folder;
     folder.fnWrite("file", "xyz");
     const auto files = fnFiles();
@@ -264,11 +264,11 @@ TEST(PosixFiles, FactsAreThoseOfRegularFilesOnly) {
     EXPECT_FALSE(fnFiles()->fnGetInfo(folder.fnName("missing").c_str(), false, info));
 }
 
-TEST(PosixFiles, SpaceIsWhatTheCallerMayUseOfTheVolume) {
+TEST(PosixFiles, SpaceIsWhatTheCallerMayUseOnTheVolume) {
     const auto files = fnFiles();
     ASSERT_TRUE(files->fnHasWideSpaceQuery());
     struct statvfs facts {};
-    // A file system that nobody writes to during the test.
+    // A file system without writers during the test.
     ASSERT_EQ(::statvfs("/sys", &facts), 0);
     CqDiskSpace space{1, 1};
     ASSERT_TRUE(files->fnGetSpace("/sys\\", space));
@@ -301,7 +301,7 @@ TEST(PosixFiles, ReservedBlocksAreNotOffered) {
     EXPECT_EQ(found, "");
 }
 
-TEST(PosixFiles, APathThatDoesNotStandYetHasTheSpaceOfTheVolumeItWouldBeOn) {
+TEST(PosixFiles, APathThatDoesNotExistYetHasTheSpaceOfItsVolume) {
     const Folder folder;
     CqDiskSpace space;
     CqDiskSpace above;

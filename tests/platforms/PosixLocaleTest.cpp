@@ -9,7 +9,7 @@
 
 using namespace q32::test;
 
-/// The C library forgets a list of folders each time that it looks for a locale under LOCPATH.
+/// The C library leaks a list of folders each time that it looks for a locale under LOCPATH.
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the leak checker asks for this name.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
     return "leak:__argz_add_sep\n";
@@ -17,7 +17,7 @@ extern "C" __attribute__((visibility("default"))) const char* __lsan_default_sup
 
 namespace {
 
-/// Expected times are written down from the definitions of the languages.
+/// Expected times are taken from the definitions of the languages.
 class PosixLocale : public testing::Test {
 protected:
     void SetUp() override { ::setenv("LOCPATH", Q32_TEST_LOCALES, 1); }
@@ -56,7 +56,7 @@ TEST_F(PosixLocale, ADateIsInTheShortFormOfTheLanguage) {
     EXPECT_EQ(fnDate("en_US.UTF-8", kTime), "03/07/2024");
     EXPECT_EQ(fnDate("de_DE.UTF-8", kTime), "07.03.2024");
     EXPECT_EQ(fnDate("ja_JP.UTF-8", kTime), "2024年03月07日");
-    // The same signs in Shift-JIS: 94 4E, 8C 8E, 93 FA.
+    // The same characters in Shift-JIS: 94 4E, 8C 8E, 93 FA.
     EXPECT_EQ(fnDate("ja_JP.SJIS", kTime), "2024\x94\x4E"
                                            "03\x8C\x8E"
                                            "07\x93\xFA");
@@ -79,7 +79,7 @@ TEST_F(PosixLocale, TheTwentyFourHourClockCanBeForced) {
     EXPECT_EQ(fnTime("en_US.UTF-8", kMidnight, kTimeForce24Hour), "00:00:00");
 }
 
-TEST_F(PosixLocale, SecondsCanBeLeftOutWithTheirMarkOrUnit) {
+TEST_F(PosixLocale, SecondsCanBeOmittedWithTheirMarkOrUnit) {
     EXPECT_EQ(fnTime("C", kTime, kTimeNoSeconds), "14:05");
     EXPECT_EQ(fnTime("en_US.UTF-8", kTime, kTimeNoSeconds), "02:05 PM");
     EXPECT_EQ(fnTime("en_US.UTF-8", kTime, kTimeNoSeconds | kTimeForce24Hour), "14:05");
@@ -89,7 +89,7 @@ TEST_F(PosixLocale, SecondsCanBeLeftOutWithTheirMarkOrUnit) {
                                                            "05\x95\xAA");
 }
 
-TEST_F(PosixLocale, ATimeThatTheClockOrCalendarDoesNotHaveIsRefused) {
+TEST_F(PosixLocale, AnImpossibleTimeIsRefused) {
     for (const SYSTEMTIME& wrong :
          {SYSTEMTIME{2023, 2, 0, 29, 0, 0, 0, 0}, SYSTEMTIME{2024, 0, 0, 1, 0, 0, 0, 0},
           SYSTEMTIME{2024, 13, 0, 1, 0, 0, 0, 0}, SYSTEMTIME{2024, 4, 0, 31, 0, 0, 0, 0},
@@ -117,7 +117,7 @@ TEST_F(PosixLocale, CharactersAreThoseOfTheCodePage) {
     EXPECT_EQ(fnBytes("ja_JP.EUC-JP", "\x8F\xA2\xAF"), 3u);
 }
 
-TEST_F(PosixLocale, ABrokenCharacterIsAByte) {
+TEST_F(PosixLocale, AnInvalidCharacterIsASingleByte) {
     EXPECT_EQ(fnBytes("C.UTF-8", "\xC3"), 1u) << "cut";
     EXPECT_EQ(fnBytes("C.UTF-8", "\xC3x"), 1u) << "not continued";
     EXPECT_EQ(fnBytes("C.UTF-8", "\xA4\xC3"), 1u) << "not begun";
@@ -126,9 +126,9 @@ TEST_F(PosixLocale, ABrokenCharacterIsAByte) {
     EXPECT_EQ(fnBytes("C.UTF-8", std::string(1, '\0')), 1u);
 }
 
-TEST_F(PosixLocale, ABackslashInsideACharacterIsNoSeparator) {
+TEST_F(PosixLocale, ABackslashInsideACharacterIsNotASeparator) {
     const Folder folder;
-    const std::string name = "\x95\x5C.bmp"; // one sign, a dot, three letters
+    const std::string name = "\x95\x5C.bmp"; // one character, a dot, three letters
     folder.fnWrite(name, "x");
     EXPECT_TRUE(fnPlatform("ja_JP.SJIS").m_pFiles->fnExists(folder.fnName(name).c_str()));
     EXPECT_FALSE(fnPlatform("C").m_pFiles->fnExists(folder.fnName(name).c_str()));
@@ -138,7 +138,7 @@ TEST_F(PosixLocale, AnUnknownLanguageIsTheCLanguage) {
     EXPECT_EQ(fnDate("xx_XX.NONE", kTime), "03/07/24");
 }
 
-TEST_F(PosixLocale, TheProcessesOwnLocaleIsNeitherReadNorChanged) {
+TEST_F(PosixLocale, TheProcessLocaleIsNeitherReadNorChanged) {
     ::setenv("LC_ALL", "de_DE.UTF-8", 1);
     EXPECT_EQ(fnDate("", kTime), "07.03.2024") << "the user's";
     ::unsetenv("LC_ALL");
@@ -149,7 +149,7 @@ TEST_F(PosixLocale, TheProcessesOwnLocaleIsNeitherReadNorChanged) {
     EXPECT_EQ(::uselocale(nullptr), threadBefore);
 }
 
-TEST_F(PosixLocale, LocalTimeIsThatOfTheProcessesZone) {
+TEST_F(PosixLocale, LocalTimeIsThatOfTheProcessTimeZone) {
     SYSTEMTIME time{};
     ::setenv("TZ", "XXX-2", 1); // two hours east
     ASSERT_TRUE(fnPlatform("C").m_pLocale->fnGetLocalTime(1709813109, time));

@@ -1,4 +1,4 @@
-#include "platforms/posix/MemoryLimit.h"
+#include "platforms/posix/MemoryLimit_p.h"
 #include "tests/platforms/PosixTestTools.h"
 
 #include <gtest/gtest.h>
@@ -12,10 +12,10 @@ using q32::test::Folder;
 
 namespace {
 
-/// A process's own files, and trees of groups, in a folder.
+/// Simulates a process's files and control group hierarchies in a folder.
 class GroupTree {
 public:
-    /// A tree is mounted at "v1" or "v2" in the folder.
+    /// A line that mounts a hierarchy at "v1" or "v2" in the folder.
     std::string fnMount(const std::string& tree, const std::string& root = "/") const {
         const std::string tail =
             tree == "v2" ? " - cgroup2 none rw\n" : " - cgroup cgroup rw,memory\n";
@@ -34,7 +34,7 @@ public:
 
 } // namespace
 
-TEST(PosixMemoryLimit, ANumberOfBytesIsALimitAndNothingElse) {
+TEST(PosixMemoryLimit, OnlyANumberOfBytesIsALimit) {
     EXPECT_EQ(fnParseLimit("536870912\n"), 536870912u);
     EXPECT_EQ(fnParseLimit("0"), 0u);
     EXPECT_EQ(fnParseLimit("18446744073709551615\n"), 18446744073709551615u);
@@ -43,7 +43,7 @@ TEST(PosixMemoryLimit, ANumberOfBytesIsALimitAndNothingElse) {
         EXPECT_FALSE(fnParseLimit(text)) << text;
 }
 
-TEST(PosixMemoryLimit, WithoutGroupsThereIsNone) {
+TEST(PosixMemoryLimit, WithoutControlGroupsThereIsNoLimit) {
     const GroupTree tree;
     EXPECT_FALSE(tree.fnLimit());
     tree.fnSetFile("cgroup", "0::/a\n");
@@ -54,7 +54,7 @@ TEST(PosixMemoryLimit, WithoutGroupsThereIsNone) {
     EXPECT_FALSE(tree.fnLimit());
 }
 
-TEST(PosixMemoryLimit, TheLowestOfAGroupAndThoseAroundItHolds) {
+TEST(PosixMemoryLimit, TheLowestLimitOfAGroupAndItsAncestorsApplies) {
     const GroupTree tree;
     tree.fnSetFile("cgroup", "0::/slice/job/part\n");
     tree.fnSetFile("mountinfo", tree.fnMount("v2"));
@@ -72,7 +72,7 @@ TEST(PosixMemoryLimit, TheLowestOfAGroupAndThoseAroundItHolds) {
     EXPECT_EQ(tree.fnLimit(), 7000000u);
 }
 
-TEST(PosixMemoryLimit, TheOlderTreeOfTheMemoryControllerCountsToo) {
+TEST(PosixMemoryLimit, TheOlderMemoryHierarchyIsReadToo) {
     const GroupTree tree;
     tree.fnSetFile("cgroup", "5:devices:/\n4:cpu,memory:/job\n0::/\n");
     tree.fnSetFile("mountinfo", "30 25 0:26 / /nowhere rw - cgroup cgroup rw,devices\n" +
@@ -84,7 +84,7 @@ TEST(PosixMemoryLimit, TheOlderTreeOfTheMemoryControllerCountsToo) {
     EXPECT_EQ(tree.fnLimit(), 400000000u);
 }
 
-TEST(PosixMemoryLimit, InAContainerTheGroupIsSoughtBelowWhatIsMounted) {
+TEST(PosixMemoryLimit, InAContainerTheGroupIsResolvedBelowTheMountRoot) {
     const GroupTree tree;
     tree.fnSetFile("mountinfo", tree.fnMount("v2", "/box/1"));
     tree.fnSetFile("v2/memory.max", "5000000\n");
@@ -99,7 +99,7 @@ TEST(PosixMemoryLimit, InAContainerTheGroupIsSoughtBelowWhatIsMounted) {
     EXPECT_EQ(tree.fnLimit(), 5000000u);
 }
 
-TEST(PosixMemoryLimit, AMountPointMayHaveABlank) {
+TEST(PosixMemoryLimit, AMountPointMayContainABlank) {
     const GroupTree tree;
     tree.fnSetFile("cgroup", "0::/job\n");
     tree.fnSetFile("mountinfo", "36 25 0:30 / " + tree.m_Folder.fnPath() +
@@ -108,7 +108,7 @@ TEST(PosixMemoryLimit, AMountPointMayHaveABlank) {
     EXPECT_EQ(tree.fnLimit(), 123u);
 }
 
-TEST(PosixMemoryLimit, ATreeThatIsMountedAfterAMegabyteOfOthersCounts) {
+TEST(PosixMemoryLimit, AHierarchyMountedAfterAMegabyteOfOthersIsFound) {
     const GroupTree tree;
     std::string mounts;
     while (mounts.size() < std::size_t{3} << 20)
@@ -119,13 +119,13 @@ TEST(PosixMemoryLimit, ATreeThatIsMountedAfterAMegabyteOfOthersCounts) {
     EXPECT_EQ(tree.fnLimit(), 321u);
 }
 
-TEST(PosixMemoryLimit, ALineOfMoreThanAMegabyteIsLeftOut) {
+TEST(PosixMemoryLimit, ALineOfMoreThanAMegabyteIsSkipped) {
     const GroupTree tree;
     const std::string one = tree.fnMount("v1");
     const std::string two = tree.fnMount("v2");
     std::string longer = one;
     longer.insert(longer.find(" shared:9"), (std::size_t{1} << 20) - one.size() + 1, ' ');
-    EXPECT_EQ(longer.size(), (std::size_t{1} << 20) + 1); // its end counts here
+    EXPECT_EQ(longer.size(), (std::size_t{1} << 20) + 1); // includes its line end
     tree.fnSetFile("cgroup", "4:memory:/job\n0::/job\n");
     tree.fnSetFile("v1/job/memory.limit_in_bytes", "100\n");
     tree.fnSetFile("v2/job/memory.max", "200\n");
@@ -139,7 +139,7 @@ TEST(PosixMemoryLimit, ALineOfMoreThanAMegabyteIsLeftOut) {
     EXPECT_EQ(tree.fnLimit(), 200u);
 }
 
-TEST(PosixMemoryLimit, TheLastLineNeedsNoEnd) {
+TEST(PosixMemoryLimit, TheLastLineNeedsNoLineEnd) {
     const GroupTree tree;
     tree.fnSetFile("cgroup", "0::/job");
     std::string mount = tree.fnMount("v2");
@@ -149,7 +149,7 @@ TEST(PosixMemoryLimit, TheLastLineNeedsNoEnd) {
     EXPECT_EQ(tree.fnLimit(), 77u);
 }
 
-TEST(PosixMemoryLimit, LinesThatMakeNoSenseAreNoLimit) {
+TEST(PosixMemoryLimit, MalformedLinesAreNoLimit) {
     const GroupTree tree;
     tree.fnSetFile("cgroup", "\n:\n0\n0:\nnonsense");
     tree.fnSetFile("mountinfo", "\n - \n1 2 3\n1 2 3 4 5 - cgroup2\n1 2 3 / \\04 - cgroup2 \\");

@@ -23,7 +23,7 @@ CqMemoryService& fnMemory() {
     return *platform.m_pMemory;
 }
 
-/// Bytes of a line "<key>: <n> kB" of a file of the system.
+/// Bytes of a line "<key>: <n> kB" of a system file.
 std::size_t fnKiloBytes(const char* file, const std::string& key) {
     std::ifstream facts(file);
     for (std::string word; facts >> word;)
@@ -92,7 +92,7 @@ TEST(PosixMemory, ARangeBeginsOnAPageAndALargeOneOnALargePage) {
     fnMemory().fnRelease(large, 3 * kMega);
 }
 
-TEST(PosixMemory, ALargeRangeAsksForLargePagesWhereTheSystemHasThem) {
+TEST(PosixMemory, ALargeRangeRequestsLargePagesWhereTheSystemHasThem) {
     const std::size_t size = 4 * kMega;
     void* const range = fnMemory().fnReserve(size);
     ASSERT_TRUE(fnMemory().fnCommit(range, size));
@@ -101,7 +101,7 @@ TEST(PosixMemory, ALargeRangeAsksForLargePagesWhereTheSystemHasThem) {
     fnMemory().fnRelease(range, size);
 }
 
-TEST(PosixMemory, AReservedRangeIsOutOfBoundsUntilItIsCommitted) {
+TEST(PosixMemory, AReservedRangeIsInaccessibleUntilItIsCommitted) {
     const std::size_t size = 3 * kMega;
     void* const range = fnMemory().fnReserve(size);
     EXPECT_TRUE(fnIsForbidden(range));
@@ -110,7 +110,7 @@ TEST(PosixMemory, AReservedRangeIsOutOfBoundsUntilItIsCommitted) {
     fnMemory().fnRelease(range, size);
 }
 
-TEST(PosixMemory, ADecommittedRangeGivesItsMemoryBackAndKeepsItsPlace) {
+TEST(PosixMemory, ADecommittedRangeReturnsItsMemoryAndKeepsItsAddress) {
     const std::size_t size = 64 * kMega;
     char* const range = static_cast<char*>(fnMemory().fnReserve(size));
     ASSERT_TRUE(fnMemory().fnCommit(range, size));
@@ -119,7 +119,7 @@ TEST(PosixMemory, ADecommittedRangeGivesItsMemoryBackAndKeepsItsPlace) {
     fnMemory().fnDecommit(range, size);
     EXPECT_LE(fnKiloBytes("/proc/self/status", "VmRSS") + size * 9 / 10, full);
     EXPECT_TRUE(fnIsForbidden(range));
-    // Nobody else gets the address: a wish for just that place is turned down.
+    // The address stays reserved: a mapping at exactly that address is refused.
     void* const other =
         ::mmap(range, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
     EXPECT_EQ(other, MAP_FAILED);
@@ -128,7 +128,7 @@ TEST(PosixMemory, ADecommittedRangeGivesItsMemoryBackAndKeepsItsPlace) {
     EXPECT_TRUE(fnMemory().fnRelease(range, size));
 }
 
-TEST(PosixMemory, AReleaseGivesTheWholeRangeBack) {
+TEST(PosixMemory, AReleaseReturnsTheWholeRange) {
     const std::size_t before = fnKiloBytes("/proc/self/status", "VmSize");
     for (int i = 0; i < 1000; ++i)
         EXPECT_TRUE(fnMemory().fnRelease(fnMemory().fnReserve(5 * kMega + 1), 5 * kMega + 1));
@@ -164,6 +164,6 @@ TEST(PosixMemory, ARefusedCommitLeavesTheRangeReserved) {
               "");
 }
 
-TEST(PosixMemory, PhysicalMemoryIsTheMachines) {
+TEST(PosixMemory, PhysicalMemoryIsThatOfTheMachine) {
     EXPECT_EQ(fnMemory().fnGetPhysicalBytes(), fnKiloBytes("/proc/meminfo", "MemTotal"));
 }

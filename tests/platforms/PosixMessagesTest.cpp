@@ -14,7 +14,7 @@ std::string fnText(CqMessageService& messages, DWORD code) {
 
 } // namespace
 
-TEST(PosixMessages, TheLastErrorIsTheSystems) {
+TEST(PosixMessages, TheLastErrorIsThatOfTheSystem) {
     CqPosixOptions options;
     options.m_szLocale = "C";
     const CqPlatform platform = q32PosixPlatform(options);
@@ -27,7 +27,7 @@ TEST(PosixMessages, TheLastErrorIsTheSystems) {
     EXPECT_EQ(fnText(*platform.m_pMessages, 0xFFFFFFFFu), "(none)");
 }
 
-TEST(PosixMessages, BoxesAreTheOtherWorlds) {
+TEST(PosixMessages, BoxesAreForwardedToTheOtherWorld) {
     CqPosixOptions options;
     const auto world = q32HeadlessWorld();
     options.m_Others = world->fnPlatform();
@@ -37,7 +37,7 @@ TEST(PosixMessages, BoxesAreTheOtherWorlds) {
     EXPECT_EQ(world->m_pMessages->fnGetBoxes()[0].m_szText, "Disk full");
 }
 
-TEST(PosixMessages, AHostMayKeepTheOtherWorldsErrors) {
+TEST(PosixMessages, AHostMayUseTheOtherWorldsErrors) {
     CqPosixOptions options;
     const auto world = q32HeadlessWorld();
     options.m_Others = world->fnPlatform();
@@ -49,7 +49,7 @@ TEST(PosixPlatform, ItIsComplete) {
     EXPECT_TRUE(q32PosixPlatform().fnIsComplete());
 }
 
-TEST(PosixPlatform, AServiceThatTheHostDoesNotBringIsSoftwares) {
+TEST(PosixPlatform, AServiceThatTheHostDoesNotProvideIsTheSoftwareOne) {
     CqPosixOptions options;
     options.m_Others.m_pScreen = q32HeadlessWorld()->m_pScreen;
     const CqPlatform platform = q32PosixPlatform(options);
@@ -59,7 +59,7 @@ TEST(PosixPlatform, AServiceThatTheHostDoesNotBringIsSoftwares) {
     EXPECT_EQ(platform.m_pMixers->fnGetCount(), 0u);
 }
 
-TEST(PosixPlatform, TheOtherServicesAreThoseOfTheWorldThatTheHostScripts) {
+TEST(PosixPlatform, TheOtherServicesComeFromTheHostsWorld) {
     CqPosixOptions options;
     const auto world = q32HeadlessWorld();
     options.m_Others = world->fnPlatform();

@@ -1,4 +1,4 @@
-#include "platforms/posix/CqPosixScratch.h"
+#include "platforms/posix/CqPosixScratch_p.h"
 #include "tests/platforms/PosixTestTools.h"
 
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@ using namespace q32::test;
 
 namespace {
 
-constexpr std::uint32_t kSize = 300001; // neither whole pages nor whole blocks
+constexpr std::uint32_t kSize = 300001; // not a multiple of pages or blocks
 
 std::shared_ptr<CqScratchService> fnNewService() {
     return q32PosixPlatform().m_pScratch;
@@ -51,7 +51,7 @@ std::size_t fnFreeBytes(const std::string& path) {
     return facts.f_bfree * facts.f_frsize;
 }
 
-/// A scratch buffer, taken through all its steps.
+/// A scratch buffer, created through all its steps.
 struct Buffer {
     Buffer(CqScratchService& scratch, const std::string& directory, std::uint32_t size)
         : m_Scratch(scratch), m_nSize(size) {
@@ -80,7 +80,7 @@ struct Buffer {
     char* m_pView = nullptr;
 };
 
-/// Both the real full disk and the limit that stands for it end up here.
+/// Shared by the tests of a real full disk and of the limit that simulates it.
 std::string fnFailToReserve(const std::string& directory, std::uint32_t size) {
     const std::size_t before = fnFreeBytes(directory);
     const auto scratch = fnNewService();
@@ -91,13 +91,13 @@ std::string fnFailToReserve(const std::string& directory, std::uint32_t size) {
     Q32_WANT(!scratch->fnSetSize(file, size));
     Q32_WANT(fnFacts(name).st_size == 0);
     Q32_WANT(fnFacts(name).st_blocks == 0);
-    // The handle is still good, for a size that fits.
+    // The handle is still usable, for a size that fits.
     Q32_WANT(scratch->fnSetSize(file, 4096));
     Q32_WANT(fnFacts(name).st_size == 4096);
     scratch->fnClose(file);
     Q32_WANT(scratch->fnDelete(name.c_str()));
     Q32_WANT(!fnStands(name));
-    // Others write to the machine's own disk meanwhile; a small one is ours alone.
+    // Other processes write to the machine's disk meanwhile, but not to the small one.
     if (before < (std::size_t{64} << 20))
         Q32_WANT(fnFreeBytes(directory) == before);
     return "";
@@ -105,7 +105,7 @@ std::string fnFailToReserve(const std::string& directory, std::uint32_t size) {
 
 } // namespace
 
-TEST(PosixScratch, ABufferGoesThroughItsStepsAndLeavesNothing) {
+TEST(PosixScratch, ABufferPassesThroughItsStepsAndLeavesNothing) {
     const Folder folder;
     const auto scratch = fnNewService();
     {
@@ -122,7 +122,7 @@ TEST(PosixScratch, ABufferGoesThroughItsStepsAndLeavesNothing) {
     EXPECT_EQ(folder.fnCount(), 0u);
 }
 
-TEST(PosixScratch, PagesThatMemoryCanHoldStayWhenAWalkIsDoneWithThem) {
+TEST(PosixScratch, PagesThatFitInMemoryStayAfterAWalk) {
     const Folder folder;
     const auto scratch = fnNewService();
     constexpr std::uint32_t kPages = 300;
@@ -131,13 +131,13 @@ TEST(PosixScratch, PagesThatMemoryCanHoldStayWhenAWalkIsDoneWithThem) {
     std::memset(buffer.m_pView, 'x', buffer.m_nSize);
     for (int i = 0; i < 100; ++i)
         scratch->fnAdvise(VIEW_DONE, buffer.m_pView, buffer.m_nSize);
-    scratch->fnAdvise(VIEW_DONE, buffer.m_pView - 1, 1); // nobody's
+    scratch->fnAdvise(VIEW_DONE, buffer.m_pView - 1, 1); // not part of a view
     std::vector<unsigned char> pages(kPages);
     ASSERT_EQ(::mincore(buffer.m_pView, buffer.m_nSize, pages.data()), 0);
     EXPECT_TRUE(std::all_of(pages.begin(), pages.end(), [](unsigned char p) { return p & 1; }));
 }
 
-TEST(PosixScratch, MemoryThatNobodyKnowsIsNoLimit) {
+TEST(PosixScratch, UnknownMemoryIsNoLimit) {
     const Folder folder;
     constexpr std::uint32_t kBytes = 40u << 20;
     const auto residentPages = [](const Buffer& buffer) {
@@ -165,7 +165,7 @@ TEST(PosixScratch, MemoryThatNobodyKnowsIsNoLimit) {
     EXPECT_EQ(left[1], kBytes / 4096);
 }
 
-TEST(PosixScratch, WhatIsWrittenIntoTheViewStandsInTheFile) {
+TEST(PosixScratch, BytesWrittenToTheViewAreInTheFile) {
     const Folder folder;
     const auto scratch = fnNewService();
     const Buffer buffer(*scratch, folder.fnName(), kSize);
@@ -220,12 +220,12 @@ TEST(PosixScratch, TheBlocksAreReservedBeforeAnythingIsWritten) {
     EXPECT_FALSE(scratch->fnSetSize(file, 1)) << "a closed handle";
 }
 
-TEST(PosixScratch, AFullDiskFailsAtTheReservationAndGetsItsBlocksBack) {
+TEST(PosixScratch, AFullDiskFailsAtTheReservationWhichFreesItsBlocks) {
     const Folder folder;
     const std::string disk = folder.fnPath("disk");
     std::filesystem::create_directory(disk);
     std::string found;
-    // Without the right to mount, the limit of the next test stands for the full disk.
+    // Without the right to mount, the limit of the next test simulates the full disk.
     if (!fnOnSmallDisk(
             disk, [&] { return fnFailToReserve(disk, 64u << 20); }, found))
         found = fnWithFileLimit(1u << 20, [&] { return fnFailToReserve(disk, 64u << 20); });
@@ -238,7 +238,7 @@ TEST(PosixScratch, AFileSizeLimitIsAFailureAndNotASignal) {
               "");
 }
 
-TEST(PosixScratch, ANameThatBecameALinkIsNotFollowed) {
+TEST(PosixScratch, ANameReplacedByALinkIsNotFollowed) {
     const Folder folder;
     const auto scratch = fnNewService();
     folder.fnWrite("victim", "precious");
@@ -251,7 +251,7 @@ TEST(PosixScratch, ANameThatBecameALinkIsNotFollowed) {
     EXPECT_EQ(folder.fnRead("victim"), "precious");
 }
 
-TEST(PosixScratch, ANameThatBecameAnotherFileIsRefused) {
+TEST(PosixScratch, ANameReplacedByAnotherFileIsRefused) {
     const Folder folder;
     const auto scratch = fnNewService();
     std::string name;
@@ -287,7 +287,7 @@ TEST(PosixScratch, AFileReopenedKeepsItsLengthAndTheOldHandleIsClosed) {
     scratch->fnClose(again);
 }
 
-TEST(PosixScratch, NobodyOpensAFileInUseAgain) {
+TEST(PosixScratch, AFileInUseCannotBeOpenedAgain) {
     const Folder folder;
     const auto scratch = fnNewService();
     const Buffer buffer(*scratch, folder.fnName(), kSize);
@@ -298,7 +298,7 @@ TEST(PosixScratch, NobodyOpensAFileInUseAgain) {
     EXPECT_TRUE(fnStands(buffer.m_Name));
 }
 
-TEST(PosixScratch, AFileThatWasClosedCanBeOpenedAgain) {
+TEST(PosixScratch, AClosedFileCanBeOpenedAgain) {
     const Folder folder;
     const auto scratch = fnNewService();
     std::string name;
@@ -333,7 +333,7 @@ TEST(PosixScratch, AMappingNeverReachesBeyondItsFile) {
     scratch->fnClose(file);
 }
 
-TEST(PosixScratch, BothSeparatorsAreTaken) {
+TEST(PosixScratch, BothSeparatorsAreAccepted) {
     const Folder folder;
     const auto scratch = fnNewService();
     for (const std::string& directory : {folder.fnPath() + '/', folder.fnPath() + '\\'}) {
@@ -343,7 +343,7 @@ TEST(PosixScratch, BothSeparatorsAreTaken) {
     }
 }
 
-TEST(PosixScratch, ADirectoryThatIsMissingOrForbiddenGivesNoName) {
+TEST(PosixScratch, AMissingOrForbiddenDirectoryGivesNoName) {
     const Folder folder;
     std::string name = "as before";
     EXPECT_FALSE(fnNewService()->fnCreateName(folder.fnName("missing\\").c_str(), "~qd", name));
@@ -359,7 +359,7 @@ TEST(PosixScratch, ADirectoryThatIsMissingOrForbiddenGivesNoName) {
     EXPECT_EQ(folder.fnCount(), 0u);
 }
 
-TEST(PosixScratch, WithoutDescriptorsAllFailsAndNoFileStays) {
+TEST(PosixScratch, WithoutDescriptorsEverythingFailsAndNoFileRemains) {
     const Folder folder;
     EXPECT_EQ(fnInChild([&]() -> std::string {
                   const auto scratch = fnNewService();
@@ -374,7 +374,7 @@ TEST(PosixScratch, WithoutDescriptorsAllFailsAndNoFileStays) {
     EXPECT_EQ(folder.fnCount(), 0u);
 }
 
-TEST(PosixScratch, ABufferCostsOneDescriptorAndGivesItBack) {
+TEST(PosixScratch, ABufferTakesOneDescriptorAndReleasesIt) {
     const Folder folder;
     const auto scratch = fnNewService();
     const auto open = [] {

@@ -27,7 +27,7 @@ std::unique_ptr<CqFileStream> fnOpen(const std::string& name, const CqFileMode& 
     return files->fnOpen(name.c_str(), mode, cause ? *cause : ignored);
 }
 
-/// Why the file can't be opened; none when it can.
+/// The cause of a failed open; none if it succeeds.
 CQ_FILE_CAUSE fnCause(const std::string& name, const CqFileMode& mode) {
     CQ_FILE_CAUSE cause = FILE_CAUSE_END_OF_FILE;
     const bool open = fnOpen(name, mode, &cause) != nullptr;
@@ -43,7 +43,7 @@ std::string fnReadAll(CqFileStream& stream, std::size_t most) {
     return text;
 }
 
-/// Writes until the disk is full, and wants to be told so.
+/// Writes until the disk is full, and expects that to be reported.
 std::string fnFill(const std::string& name, CQ_FILE_CAUSE wanted) {
     const auto stream = fnOpen(name, kCreate);
     Q32_WANT(stream != nullptr);
@@ -71,7 +71,7 @@ TEST(PosixStream, BytesAreReadBackWhereTheyWereWritten) {
     EXPECT_EQ(folder.fnRead("file"), "abcdeXY");
 }
 
-TEST(PosixStream, AReadAtTheEndGivesLessAndNoFailure) {
+TEST(PosixStream, AReadAtTheEndIsShortAndNotAFailure) {
     const Folder folder;
     folder.fnWrite("file", "abc");
     const auto stream = fnOpen(folder.fnName("file"), kRead);
@@ -89,7 +89,7 @@ TEST(PosixStream, AWriteBeyondTheEndLeavesZerosBetween) {
     EXPECT_EQ(folder.fnRead("file"), std::string("\0\0\0x", 4));
 }
 
-TEST(PosixStream, APositionThatNoFileCanHaveIsABadSeek) {
+TEST(PosixStream, AnImpossiblePositionIsABadSeek) {
     const Folder folder;
     const auto stream = fnOpen(folder.fnName("file"), kCreate);
     EXPECT_EQ(stream->fnSeek(UINT64_MAX), FILE_CAUSE_BAD_SEEK);
@@ -97,7 +97,7 @@ TEST(PosixStream, APositionThatNoFileCanHaveIsABadSeek) {
     EXPECT_EQ(folder.fnRead("file"), "a");
 }
 
-TEST(PosixStream, CreatingEmptiesAndOpeningDoesNot) {
+TEST(PosixStream, CreatingTruncatesAndOpeningDoesNot) {
     const Folder folder;
     folder.fnWrite("file", "abc");
     EXPECT_EQ(fnCause(folder.fnName("file"), kUpdate), FILE_CAUSE_NONE);
@@ -111,7 +111,7 @@ TEST(PosixStream, CreatingEmptiesAndOpeningDoesNot) {
     EXPECT_EQ(folder.fnRead("file"), "");
 }
 
-TEST(PosixStream, AModeIsKeptTo) {
+TEST(PosixStream, AModeIsEnforced) {
     const Folder folder;
     folder.fnWrite("file", "abc");
     char byte = 0;
@@ -127,7 +127,7 @@ TEST(PosixStream, AModeIsKeptTo) {
     EXPECT_EQ(fnCause(folder.fnName("file"), {false, false, false, false}), FILE_CAUSE_INVALID);
 }
 
-TEST(PosixStream, AnExclusiveStreamAndAnyOtherShutEachOtherOut) {
+TEST(PosixStream, AnExclusiveStreamAndAnyOtherExcludeEachOther) {
     const Folder folder;
     const std::string name = folder.fnName("file");
     folder.fnWrite("file", "abc");
@@ -145,7 +145,7 @@ TEST(PosixStream, AnExclusiveStreamAndAnyOtherShutEachOtherOut) {
     EXPECT_EQ(folder.fnRead("file"), "abc");
 }
 
-TEST(PosixStream, AnotherProcessIsShutOutTooAndItsDeathOpensTheWay) {
+TEST(PosixStream, AnotherProcessIsExcludedTooAndItsDeathReleasesTheFile) {
     const Folder folder;
     const std::string name = folder.fnName("file");
     Holder holder([&]() -> std::string {
@@ -159,7 +159,7 @@ TEST(PosixStream, AnotherProcessIsShutOutTooAndItsDeathOpensTheWay) {
     EXPECT_EQ(fnCause(name, kRead), FILE_CAUSE_NONE);
 }
 
-TEST(PosixStream, AFailedOpeningTellsItsCause) {
+TEST(PosixStream, AFailedOpenReportsItsCause) {
     const Folder folder;
     folder.fnWrite("file", "");
     EXPECT_EQ(fnCause(folder.fnName("missing"), kRead), FILE_CAUSE_NOT_FOUND);
@@ -173,7 +173,7 @@ TEST(PosixStream, AFailedOpeningTellsItsCause) {
     EXPECT_EQ(fnCause(folder.fnName("loop"), kRead), FILE_CAUSE_BAD_PATH);
 }
 
-TEST(PosixStream, APipeIsNoFileAndHangsNobody) {
+TEST(PosixStream, APipeIsRefusedWithoutBlocking) {
     const Folder folder;
     ASSERT_EQ(::mkfifo(folder.fnPath("pipe").c_str(), 0600), 0);
     EXPECT_EQ(fnCause(folder.fnName("pipe"), kRead), FILE_CAUSE_ACCESS_DENIED);
@@ -207,7 +207,7 @@ TEST(PosixStream, WithoutDescriptorsThereAreTooManyOpenFiles) {
               "");
 }
 
-TEST(PosixStream, AWriteOnAFullDiskSaysSo) {
+TEST(PosixStream, AWriteOnAFullDiskReportsIt) {
     const Folder folder;
     const std::string disk = folder.fnPath("disk");
     std::filesystem::create_directory(disk);

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::uint32_t kSize = 100000;
 
-/// Makes a buffer as the library does, and keeps it for the life of the service.
+/// Creates a buffer as the library does, and keeps it for the lifetime of the service.
 std::string fnHoldBuffer(CqScratchService& scratch, const Folder& folder) {
     std::string name;
     Q32_WANT(scratch.fnCreateName(folder.fnName().c_str(), "~qd", name));
@@ -31,7 +31,7 @@ std::size_t fnSweep(const Folder& folder) {
 
 } // namespace
 
-TEST(PosixSweep, FilesOfAKilledProcessGoAndThoseOfALiveOneStay) {
+TEST(PosixSweep, FilesOfAKilledProcessAreDeletedAndThoseOfALiveOneStay) {
     const Folder folder;
     const auto hold = [&]() -> std::string {
         static std::shared_ptr<CqScratchService> scratch = q32PosixPlatform().m_pScratch;
@@ -67,7 +67,7 @@ TEST(PosixSweep, AFileIsSafeFromItsCreationToItsLastHandle) {
     EXPECT_EQ(folder.fnCount(), 0u);
 }
 
-TEST(PosixSweep, OnlyOwnRegularFilesOfThatNameGo) {
+TEST(PosixSweep, OnlyOwnRegularFilesOfThatNameAreDeleted) {
     const Folder folder;
     folder.fnWrite("~qd1.tmp", "left over");
     folder.fnWrite("~qd.tmp", "left over");
@@ -85,8 +85,8 @@ TEST(PosixSweep, OnlyOwnRegularFilesOfThatNameGo) {
 }
 
 TEST(PosixSweep, AnotherUsersFilesStay) {
-    // Whoever runs the test: the file belongs to it, and the sweep is made by somebody else. An
-    // ordinary user has no second account, and gives a file that it may not open instead.
+    // The file belongs to the user of the test, and the sweep is run by another user. An
+    // ordinary user has no second account, and provides a file that it may not open instead.
     const Folder folder;
     ::chmod(folder.fnPath().c_str(), 0777);
     folder.fnWrite("~qd1.tmp", "somebody's");
@@ -99,7 +99,7 @@ TEST(PosixSweep, AnotherUsersFilesStay) {
     EXPECT_EQ(folder.fnCount(), 1u);
 }
 
-TEST(PosixSweep, SeveralDirectoriesAreSweptAndEmptyOrMissingOnesPassedOver) {
+TEST(PosixSweep, SeveralDirectoriesAreSweptAndEmptyOrMissingOnesSkipped) {
     const Folder first;
     const Folder second;
     first.fnWrite("~qd1.tmp", "");
@@ -110,7 +110,7 @@ TEST(PosixSweep, SeveralDirectoriesAreSweptAndEmptyOrMissingOnesPassedOver) {
     EXPECT_EQ(q32PosixSweepScratchFiles(directories), 3u);
 }
 
-TEST(PosixSweep, ASweepThatRunsAllTheTimeTakesNoFileFromItsMaker) {
+TEST(PosixSweep, AConstantlyRunningSweepTakesNoFileFromItsCreator) {
     const Folder folder;
     const pid_t child = ::fork();
     if (child == 0) {
@@ -129,7 +129,7 @@ TEST(PosixSweep, ASweepThatRunsAllTheTimeTakesNoFileFromItsMaker) {
             file = kNoFile;
         lost += file == kNoFile;
         scratch->fnClose(file);
-        scratch->fnDelete(name.c_str()); // or the sweep does
+        scratch->fnDelete(name.c_str()); // unless the sweep does
     }
     ::kill(child, SIGKILL);
     ::waitpid(child, nullptr, 0);

@@ -32,7 +32,7 @@ void fnPutText(const char* path, const std::string& text) {
     std::ofstream(path) << text;
 }
 
-/// Leaves the other processes' view of the mounts, as root, or as the root of a world of its own.
+/// Enters a private mount namespace, as root, or as the root of a private user namespace.
 bool fnLeaveMounts() {
     const uid_t user = ::getuid();
     const gid_t group = ::getgid();
@@ -49,7 +49,7 @@ bool fnLeaveMounts() {
 bool fnMountSmallDisk(const std::string& mountPoint) {
     if (!fnLeaveMounts())
         return false;
-    // The picture of the disk is unlinked at once: the mount alone holds it.
+    // The disk image is unlinked at once: only the mount holds it.
     const std::string image = mountPoint + ".img";
     const std::string command = "truncate -s 20M '" + image + "' && /sbin/mkfs.ext4 -q -F -m 0 '" +
                                 image + "' && mount -o loop '" + image + "' '" + mountPoint + "'";

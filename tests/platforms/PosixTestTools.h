@@ -1,5 +1,5 @@
 /// @file
-/// A folder of its own for each test, and work in child processes that may be limited, lose their
+/// A separate folder for each test, and work in child processes that may be limited, lose their
 /// rights, get a small disk, or be killed.
 #pragma once
 
@@ -11,7 +11,7 @@
 
 namespace q32::test {
 
-/// A new folder on the disk of /var/tmp; goes with all that is in it.
+/// A new folder on the disk of /var/tmp; deleted with its content.
 class Folder {
 public:
     Folder();
@@ -27,42 +27,42 @@ public:
 
     void fnWrite(const std::string& name, const std::string& text) const;
     std::string fnRead(const std::string& name) const;
-    /// How many entries there are.
+    /// The number of entries.
     std::size_t fnCount() const;
 
 private:
     std::string m_Path;
 };
 
-/// Work of a child. What it gives is what went wrong; empty when all is well.
+/// Work of a child process. Returns a description of the failure, empty on success.
 using Work = std::function<std::string()>;
 
-/// Runs the work in a child process and gives what it found, or how the child died.
+/// Runs the work in a child process. Returns its result, or how the child died.
 std::string fnInChild(const Work& work);
 
-/// Runs the work in a child that has no rights beside those of an ordinary user.
+/// Runs the work in a child that has only the rights of an ordinary user.
 std::string fnAsNobody(const Work& work);
 
-/// Runs the work in a child that may write no file beyond `bytes`.
+/// Runs the work in a child whose files are limited to `bytes`.
 std::string fnWithFileLimit(std::size_t bytes, const Work& work);
 
-/// Runs the work in a child, in front of whose `mountPoint` lies a real file system of some 16 MB:
-/// ext4 in a file, where the process may mount that, else the memory file system. False as soon as
-/// neither can be had; the work is not done then.
+/// Runs the work in a child that has a real file system of some 16 MB mounted at `mountPoint`:
+/// ext4 in a file, where the process may mount that, otherwise tmpfs. Returns false without
+/// running the work if neither is available.
 bool fnOnSmallDisk(const std::string& mountPoint, const Work& work, std::string& found);
 
-/// A child process that says when it is ready, and then stays until it is killed.
+/// A child process that signals when it is ready, and then waits until it is killed.
 class Holder {
 public:
-    /// @param work  done before it says so
+    /// @param work  done before it signals readiness
     explicit Holder(const Work& work);
     ~Holder() { fnKill(); }
     Holder(const Holder&) = delete;
     Holder& operator=(const Holder&) = delete;
 
-    /// What the work gave.
+    /// The result of the work.
     const std::string& fnFound() const { return m_Found; }
-    /// Kills it outright, and waits until it is gone.
+    /// Kills it with SIGKILL, and waits until it is gone.
     void fnKill();
 
 private:
@@ -72,7 +72,7 @@ private:
 
 } // namespace q32::test
 
-/// Ends a child's work with what was expected and is not so.
+/// Ends a child's work with the text of the failed expectation.
 #define Q32_WANT(condition)                                                                        \
     do {                                                                                           \
         if (!(condition))                                                                          \

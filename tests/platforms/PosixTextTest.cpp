@@ -37,7 +37,7 @@ mode_t fnMode(const std::string& path) {
     return ::stat(path.c_str(), &facts) == 0 ? facts.st_mode & 07777 : 0;
 }
 
-/// A change that does not fit must leave the old text and nothing else.
+/// A change that doesn't fit must leave only the old text.
 std::string fnFailToGrow(const std::string& directory) {
     const auto files = q32PosixPlatform().m_pFiles;
     const std::string name = directory + "\\Qkz.cfg";
@@ -48,7 +48,7 @@ std::string fnFailToGrow(const std::string& directory) {
         });
     };
     Q32_WANT(put("[VMPolicy]\nMemPercent=50\n"));
-    // Nearly nothing is left: the rest of the disk goes to another file, as far as there is a disk.
+    // Fills the disk, if there is one, with another file, up to a small rest.
     CQ_FILE_CAUSE cause{};
     const auto filler =
         files->fnOpen((directory + "\\filler").c_str(), {true, true, true, false}, cause);
@@ -65,7 +65,7 @@ std::string fnFailToGrow(const std::string& directory) {
 
 } // namespace
 
-TEST(PosixText, AMissingTextIsUnreadAndBeginsEmpty) {
+TEST(PosixText, AMissingTextIsNotReadAndIsEditedAsEmpty) {
     const Folder folder;
     EXPECT_EQ(fnTake(folder, "Qkz.cfg"), "(unread) as before");
     EXPECT_TRUE(fnFiles()->fnUpdateText(folder.fnName("Qkz.cfg").c_str(), [](std::string& all) {
@@ -101,13 +101,13 @@ TEST(PosixText, SixteenMegabytesAreReadAndOneByteMoreIsNot) {
     EXPECT_FALSE(std::filesystem::exists(folder.fnPath("new.cfg")));
 }
 
-TEST(PosixText, AFileThatTellsNoLengthIsReadAllTheSame) {
+TEST(PosixText, AFileThatReportsNoLengthIsStillRead) {
     std::string text;
     ASSERT_TRUE(fnFiles()->fnReadText("/proc/self\\status", text));
     EXPECT_NE(text.find("\nVmSize:"), std::string::npos);
 }
 
-TEST(PosixText, PipesAndDirectoriesAreNoTextAndHangNobody) {
+TEST(PosixText, PipesAndDirectoriesAreRefusedWithoutBlocking) {
     const Folder folder;
     ASSERT_EQ(::mkfifo(folder.fnPath("pipe").c_str(), 0600), 0);
     std::filesystem::create_directory(folder.fnPath("folder"));
@@ -117,7 +117,7 @@ TEST(PosixText, PipesAndDirectoriesAreNoTextAndHangNobody) {
     }
 }
 
-TEST(PosixText, AnEditThatWantsNoChangeTouchesNothing) {
+TEST(PosixText, AnEditWithoutAChangeTouchesNothing) {
     const Folder folder;
     const auto noChange = [](std::string& all) {
         all = "other";
@@ -130,7 +130,7 @@ TEST(PosixText, AnEditThatWantsNoChangeTouchesNothing) {
     EXPECT_EQ(fnTake(folder, "Qkz.cfg"), "text");
 }
 
-TEST(PosixText, AnEditThatThrowsLeavesTheTextAndFreesTheLock) {
+TEST(PosixText, AnEditThatThrowsLeavesTheTextAndReleasesTheLock) {
     const Folder folder;
     ASSERT_TRUE(fnPut(folder, "Qkz.cfg", "text"));
     EXPECT_THROW(fnFiles()->fnUpdateText(folder.fnName("Qkz.cfg").c_str(),
@@ -143,7 +143,7 @@ TEST(PosixText, AnEditThatThrowsLeavesTheTextAndFreesTheLock) {
     EXPECT_TRUE(fnPut(folder, "Qkz.cfg", "next"));
 }
 
-TEST(PosixText, TheModeOfAFileIsKept) {
+TEST(PosixText, TheModeOfAFileIsPreserved) {
     const Folder folder;
     folder.fnWrite("Qkz.cfg", "old");
     ::chmod(folder.fnPath("Qkz.cfg").c_str(), 0664);
@@ -152,7 +152,7 @@ TEST(PosixText, TheModeOfAFileIsKept) {
     EXPECT_EQ(folder.fnCount(), 2u) << "the text and its lock";
 }
 
-TEST(PosixText, ALinkedTextIsReplacedWhereItLies) {
+TEST(PosixText, ALinkedTextIsReplacedAtItsTarget) {
     const Folder folder;
     std::filesystem::create_directory(folder.fnPath("dots"));
     folder.fnWrite("dots/real.cfg", "old");
@@ -176,7 +176,7 @@ TEST(PosixText, ARingOfLinksIsRefused) {
     EXPECT_EQ(folder.fnCount(), 2u);
 }
 
-TEST(PosixText, WhatAKilledWriterLeftIsReplacedAndNoLinkInItsPlaceIsFollowed) {
+TEST(PosixText, AKilledWritersLeftoverIsReplacedAndALinkInItsPlaceIsNotFollowed) {
     const Folder folder;
     folder.fnWrite("Qkz.cfg.new", "half a te");
     ASSERT_TRUE(fnPut(folder, "Qkz.cfg", "text"));
@@ -231,7 +231,7 @@ TEST(PosixText, AReaderSeesTheOldTextOrTheNewOneNeverAMixture) {
     EXPECT_EQ(wrong, 0);
 }
 
-TEST(PosixText, AHolderThatNeverLetsGoIsWaitedForOnlySoLong) {
+TEST(PosixText, WaitingForALockThatIsNeverReleasedTimesOut) {
     const Folder folder;
     ASSERT_TRUE(fnPut(folder, "Qkz.cfg", "text"));
     Holder holder([&]() -> std::string {

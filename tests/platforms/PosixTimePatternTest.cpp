@@ -1,10 +1,10 @@
-#include "platforms/posix/TimePattern.h"
+#include "platforms/posix/TimePattern_p.h"
 
 #include <gtest/gtest.h>
 
 using namespace q32::posix;
 
-TEST(PosixTimePattern, TheMarkOfTheHalfDayGoesWithOneBlank) {
+TEST(PosixTimePattern, TheHalfDayMarkIsRemovedWithOneBlank) {
     EXPECT_EQ(fnForce24Hour("%I:%M:%S %p", ""), "%H:%M:%S");
     EXPECT_EQ(fnForce24Hour("%p %I:%M", ""), "%H:%M");
     EXPECT_EQ(fnForce24Hour("%p%I h %M", ""), "%H h %M");
@@ -14,7 +14,7 @@ TEST(PosixTimePattern, TheMarkOfTheHalfDayGoesWithOneBlank) {
     EXPECT_EQ(fnForce24Hour("%l.%M", ""), "%k.%M");
 }
 
-TEST(PosixTimePattern, ShortHandsAreSpeltOut) {
+TEST(PosixTimePattern, ShorthandsAreExpanded) {
     EXPECT_EQ(fnForce24Hour("%r", "%p %I:%M:%S"), "%H:%M:%S");
     EXPECT_EQ(fnForce24Hour("%r", ""), "%H:%M:%S");
     EXPECT_EQ(fnForce24Hour("%r", "%r"), "%H:%M:%S") << "one that names itself";
@@ -24,7 +24,7 @@ TEST(PosixTimePattern, ShortHandsAreSpeltOut) {
     EXPECT_EQ(fnDropSeconds("%r", "%I.%M.%S %p"), "%I.%M %p");
 }
 
-TEST(PosixTimePattern, SecondsGoWithTheMarkInFrontOrTheUnitBehind) {
+TEST(PosixTimePattern, SecondsAreRemovedWithThePrecedingMarkOrTheFollowingUnit) {
     EXPECT_EQ(fnDropSeconds("%H:%M:%S", ""), "%H:%M");
     EXPECT_EQ(fnDropSeconds("%H.%M.%S Uhr", ""), "%H.%M Uhr");
     EXPECT_EQ(fnDropSeconds("%H h %M min %S s", ""), "%H h %M min");

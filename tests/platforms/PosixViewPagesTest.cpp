@@ -1,5 +1,5 @@
-#include "platforms/posix/Descriptor.h"
-#include "platforms/posix/ViewPages.h"
+#include "platforms/posix/Descriptor_p.h"
+#include "platforms/posix/ViewPages_p.h"
 #include "tests/platforms/PosixTestTools.h"
 
 #include <gtest/gtest.h>
@@ -23,7 +23,7 @@ namespace {
 constexpr std::size_t kSize = (std::size_t{24} << 20) + 4097;
 constexpr std::size_t kBehind = std::size_t{4} << 20;
 
-/// Calls of one kind, of which one fails as on a broken disk. The kernel tells that once.
+/// Calls of one kind, one of which fails as on a broken disk. The kernel reports that once.
 struct SyncFault {
     unsigned flags; ///< 0: none fails
     unsigned countdown;
@@ -32,7 +32,7 @@ SyncFault g_Fault = {0, 0};
 
 } // namespace
 
-/// Stands before the C library's.
+/// Replaces the C library's function.
 extern "C" __attribute__((visibility("default"))) int
 sync_file_range(int file, off64_t offset, off64_t count, unsigned int flags) {
     if (flags == g_Fault.flags && g_Fault.countdown-- == 0) {
@@ -81,7 +81,7 @@ protected:
             bytes += (state & 1) != 0 ? page : 0;
         return bytes;
     }
-    /// A file system that lies in memory keeps its pages there.
+    /// A memory file system keeps its pages in memory.
     bool fnIsOnDisk() const {
         struct statfs facts {};
         return ::fstatfs(m_File.fnGet(), &facts) == 0 && facts.f_type != TMPFS_MAGIC;
@@ -92,14 +92,14 @@ protected:
     char* m_pView = nullptr;
 };
 
-TEST_F(PosixViewPages, WhatIsDoneLeavesMemoryAndIsThereAgainWhenLookedAt) {
+TEST_F(PosixViewPages, ReleasedPiecesLeaveMemoryAndAreReadBackOnAccess) {
     ViewPages pages(m_File.fnGet(), m_pView, kSize, kBehind);
     EXPECT_EQ(fnResident() / 4096, (kSize + 4095) / 4096);
     constexpr std::size_t kTile = 49152;
     for (std::size_t at = 0; at < kSize; at += kTile)
-        pages.fnDone(at, at + kTile); // the last one is cut off
+        pages.fnDone(at, at + kTile); // the last one is clipped
     if (fnIsOnDisk()) {
-        // What is on its way, and the piece that is gathered for it.
+        // The data being written, and the piece being collected.
         EXPECT_LE(fnResident(), kBehind + (std::size_t{8} << 20));
     }
     EXPECT_TRUE(fnHolds(0));
@@ -118,9 +118,9 @@ TEST_F(PosixViewPages, ScatteredPiecesLeaveMemoryToo) {
     EXPECT_TRUE(fnHolds(0));
 }
 
-TEST_F(PosixViewPages, BytesWrittenAfterTheyWereDoneAreKept) {
+TEST_F(PosixViewPages, BytesWrittenAfterTheirReleaseAreKept) {
     ViewPages pages(m_File.fnGet(), m_pView, kSize, kBehind);
-    constexpr std::size_t kPiece = 1000003; // no border of pages
+    constexpr std::size_t kPiece = 1000003; // not a multiple of the page size
     for (unsigned round = 1; round < 4; ++round) {
         for (std::size_t at = 0; at < kSize; at += kPiece) {
             const std::size_t end = std::min(at + kPiece, kSize);
@@ -134,8 +134,8 @@ TEST_F(PosixViewPages, BytesWrittenAfterTheyWereDoneAreKept) {
     }
 }
 
-TEST_F(PosixViewPages, AdviceThatTheSystemRefusesIsNoFailure) {
-    ViewPages pages(-1, m_pView, kSize, kBehind); // no file: nothing can be sent out
+TEST_F(PosixViewPages, AdviceThatTheSystemRefusesIsNotAFailure) {
+    ViewPages pages(-1, m_pView, kSize, kBehind); // no file: nothing can be written out
     errno = ENODATA;
     for (std::size_t at = 0; at < kSize; at += 49152) {
         pages.fnReadNext(at, at + 49152);
@@ -147,7 +147,7 @@ TEST_F(PosixViewPages, AdviceThatTheSystemRefusesIsNoFailure) {
     EXPECT_TRUE(fnHolds(0));
 }
 
-/// Memory that the file has no copy of: what is dropped is lost.
+/// Memory that the file has no copy of: dropped pages are lost.
 class OnlyCopy {
 public:
     static constexpr std::size_t kPieces = 200;
@@ -162,7 +162,7 @@ public:
     OnlyCopy(const OnlyCopy&) = delete;
     OnlyCopy& operator=(const OnlyCopy&) = delete;
 
-    /// Is done with every second piece, so that each goes out for itself: then with the others.
+    /// Releases every second piece, so that each is written separately, and then the others.
     void fnWalk(int file) {
         ViewPages pages(file, m_pView, kPieces * kPiece, 8 * kPiece);
         for (const std::size_t first : {0u, 1u})
@@ -180,24 +180,24 @@ private:
     char* m_pView;
 };
 
-TEST_F(PosixViewPages, NothingIsDroppedFromTheFirstFailedWriteOutOn) {
+TEST_F(PosixViewPages, NothingIsDroppedAfterTheFirstFailedWriteOut) {
     OnlyCopy dropped;
     dropped.fnWalk(m_File.fnGet());
-    EXPECT_GT(dropped.fnLost(), OnlyCopy::kPieces / 2); // as it goes where nothing fails
+    EXPECT_GT(dropped.fnLost(), OnlyCopy::kPieces / 2); // as without a failure
     for (const unsigned flags : {SYNC_FILE_RANGE_WRITE, SYNC_FILE_RANGE_WAIT_BEFORE})
         for (const unsigned nth : {0u, 1u, 20u}) {
             g_Fault = {flags, nth};
             OnlyCopy copy;
             copy.fnWalk(m_File.fnGet());
             EXPECT_EQ(g_Fault.flags, 0u);
-            // Pieces before it were written well. Of those 8 wait, and another one goes out.
+            // Earlier pieces were written. Of those, 8 wait, and another one is being written.
             const std::size_t before =
                 flags == SYNC_FILE_RANGE_WRITE ? std::max(nth, 8u) - 8u : nth;
             EXPECT_EQ(copy.fnLost(), before) << flags << " " << nth;
         }
 }
 
-TEST_F(PosixViewPages, NothingIsDroppedWhereTheFileTakesNothing) {
+TEST_F(PosixViewPages, NothingIsDroppedWhereTheFileAcceptsNoWrites) {
     OnlyCopy copy;
     copy.fnWalk(-1);
     EXPECT_EQ(copy.fnLost(), 0u);

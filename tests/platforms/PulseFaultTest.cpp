@@ -1,4 +1,4 @@
-// What happens when a call of libpulse fails that never does so by itself.
+// Failures of calls of libpulse that never fail by themselves.
 #include "tests/platforms/PulseFaultWorld.h"
 
 #include <algorithm>
@@ -9,7 +9,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-/// All that a host does with the services, and what came of it.
+/// Everything that a host does with the services, and the results.
 struct HostsDay {
     explicit HostsDay(const CqPulseOptions& options) : m_Pulse(q32Pulse(options)) {}
 
@@ -65,12 +65,12 @@ struct HostsDay {
     std::string m_Failed;
 };
 
-/// PipeWire plays the last samples when it is asked to tell their end, and not before.
+/// PipeWire plays the last samples only when it is asked to drain.
 class PulseAudioFault : public PulseFault {};
 
 } // namespace
 
-TEST_F(PulseFault, NoCallThatFailsOnceHangsALaterOneOrLosesAnEnd) {
+TEST_F(PulseFault, ACallThatFailsOnceNeitherHangsALaterOneNorLosesAnEnd) {
     for (const char* call :
          {"pa_context_new_with_proplist", "pa_context_connect", "pa_context_subscribe",
           "pa_context_get_sink_info_by_name", "pa_context_set_sink_volume_by_index",
@@ -96,7 +96,7 @@ TEST_F(PulseFault, NoCallThatFailsOnceHangsALaterOneOrLosesAnEnd) {
     EXPECT_TRUE(fnAwait([&] { return !fnIsConnected(kHost); })) << "nothing stays at the server";
 }
 
-TEST_F(PulseFault, WithoutAThreadThereIsNoSoundAndTheReasonIsTold) {
+TEST_F(PulseFault, WithoutAThreadThereIsNoSoundAndTheReasonIsReported) {
     for (const char* call : {"pa_threaded_mainloop_new", "pa_threaded_mainloop_start"}) {
         const PulseFailure failure(1, call);
         HostsDay day(m_Options);
@@ -117,7 +117,7 @@ TEST_F(PulseFault, WithoutAContextThereIsNoDeviceUntilTheNextCall) {
     EXPECT_TRUE(pulse.m_pWaveOut->fnCanPlay(kSinkFormat));
 }
 
-TEST_F(PulseFault, ABlockThatCantBeStartedStaysWithItsOwner) {
+TEST_F(PulseFault, ABlockThatCannotBeStartedStaysWithItsOwner) {
     for (const char* call : {"pa_stream_new_with_proplist", "pa_stream_connect_playback"}) {
         const CqPulse pulse = q32Pulse(m_Options);
         TestSound sound(4000);
@@ -131,7 +131,7 @@ TEST_F(PulseFault, ABlockThatCantBeStartedStaysWithItsOwner) {
     }
 }
 
-TEST_F(PulseFault, ABlockThatCantBeHandedOverEndsAtOnce) {
+TEST_F(PulseFault, ABlockThatCannotBeSentEndsAtOnce) {
     for (const char* call : {"pa_stream_begin_write", "pa_stream_write"}) {
         const CqPulse pulse = q32Pulse(m_Options);
         TestSound sound(60'000 * kBytesPerMs);
@@ -145,7 +145,7 @@ TEST_F(PulseFault, ABlockThatCantBeHandedOverEndsAtOnce) {
     }
 }
 
-TEST_F(PulseAudioFault, AnEndThatTheServerCantBeAskedForIsHeardAndReportedAllTheSame) {
+TEST_F(PulseAudioFault, AnEndThatCannotBeQueriedIsStillHeardAndReported) {
     const CqPulse pulse = q32Pulse(m_Options);
     SoundRecorder recorder(*s_pServer);
     TestSound sound(200 * kBytesPerMs);
@@ -157,9 +157,9 @@ TEST_F(PulseAudioFault, AnEndThatTheServerCantBeAskedForIsHeardAndReportedAllThe
         << "to its last sample";
 }
 
-TEST_F(PulseAudioFault, ABlockThatIsPausedForLongerThanItsEndIsAwaitedIsHeardWhole) {
+TEST_F(PulseAudioFault, ABlockPausedForLongerThanItsEndIsAwaitedIsHeardCompletely) {
     CqPulseOptions options = m_Options;
-    options.m_Latency = milliseconds(1000); // all of it is at the server at once
+    options.m_Latency = milliseconds(1000); // the server has all of it at once
     const CqPulse pulse = q32Pulse(options);
     SoundRecorder recorder(*s_pServer);
     TestSound sound(500 * kBytesPerMs);
@@ -169,7 +169,7 @@ TEST_F(PulseAudioFault, ABlockThatIsPausedForLongerThanItsEndIsAwaitedIsHeardWho
     ASSERT_TRUE(fnAwait([] { return PulseDrainGivenUp::fnIsAsked(); }));
     ASSERT_TRUE(sound.m_pDevice->fnPause());
     ASSERT_TRUE(fnAwait([] { return PulseDrainGivenUp::fnIsGivenUp(); }));
-    recorder.fnWaitForMore(1000 * kBytesPerMs); // longer than a late end is waited for
+    recorder.fnWaitForMore(1000 * kBytesPerMs); // longer than the wait for a late end
     EXPECT_EQ(sound.m_nReports, 0);
     EXPECT_TRUE(sound.m_pDevice->fnRestart());
     EXPECT_TRUE(sound.fnAwaitEnd());
@@ -177,7 +177,7 @@ TEST_F(PulseAudioFault, ABlockThatIsPausedForLongerThanItsEndIsAwaitedIsHeardWho
     EXPECT_EQ(sound.m_nReports, 1);
 }
 
-TEST_F(PulseFault, AnEndThatTheServerForgetsWaitsForAsLongAsMoreIsHeard) {
+TEST_F(PulseFault, AnEndThatTheServerForgetsIsDelayedWhileMoreIsHeard) {
     const CqPulse pulse = q32Pulse(m_Options);
     TestSound sound(40 * kBytesPerMs);
     ASSERT_TRUE(sound.fnOpen(*pulse.m_pWaveOut));
@@ -227,7 +227,7 @@ TEST_F(PulseFault, ARestartThatFailsLeavesTheSoundPaused) {
     EXPECT_TRUE(sound.fnAwaitEnd());
 }
 
-TEST_F(PulseFault, AMixerWhoseCallFailsSetsNothingAndSaysSo) {
+TEST_F(PulseFault, AMixerWhoseCallFailsSetsNothingAndReportsIt) {
     const CqPulse pulse = q32Pulse(m_Options);
     const auto mixer = pulse.m_pMixers->fnOpen(0, {});
     ASSERT_NE(mixer, nullptr);
@@ -253,7 +253,7 @@ TEST_F(PulseFault, AMixerWhoseCallFailsSetsNothingAndSaysSo) {
     EXPECT_EQ(values, Values{0});
 }
 
-TEST_F(PulseFault, AServerThatGoesInTheMidstOfASettingFailsIt) {
+TEST_F(PulseFault, AServerThatDisappearsDuringASettingFailsIt) {
     const CqPulse pulse = q32Pulse(m_Options);
     const auto mixer = pulse.m_pMixers->fnOpen(0, {});
     ASSERT_NE(mixer, nullptr);

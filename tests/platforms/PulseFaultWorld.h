@@ -1,5 +1,5 @@
 /// @file
-/// Services that look for their server every 20 ms, beside functions that fail on demand.
+/// Services that look for their server every 20 ms, with functions that fail on demand.
 #pragma once
 
 #include "tests/platforms/PulseFaults.h"
@@ -30,7 +30,7 @@ protected:
         return s_pServer->fnControl({"list", "clients"}).find(application) != std::string::npos;
     }
 
-    /// What has been heard so far, without silence.
+    /// The sound heard so far, without silence.
     static std::string fnGetSamples(const SoundRecorder& recorder) {
         std::string heard = recorder.fnGetBytes();
         std::erase(heard, '\0');

@@ -16,7 +16,7 @@ struct Order {
     bool m_bAll;
 };
 
-std::mutex g_Lock; ///< guards what follows
+std::mutex g_Lock; ///< guards the variables below
 Order g_Order{};
 std::string g_Failed;
 Clock::time_point g_Start;
@@ -131,7 +131,7 @@ std::size_t fnCountUnderflows() {
     return g_nUnderflows;
 }
 
-// What stands in front of libpulse's functions, by the rule that a program's own symbols come
+// Replacements of libpulse's functions, by the rule that a program's own symbols come
 // first.
 #define Q32_MAY_FAIL(Result, failed, name, parameters, arguments)                                  \
     extern "C" Result name parameters {                                                            \

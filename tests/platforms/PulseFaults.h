@@ -1,14 +1,14 @@
 /// @file
-/// Makes calls of libpulse fail on demand. A test program that is linked with this has the calls of
-/// libpulse that can fail replaced; without an order they do as ever.
+/// Makes calls of libpulse fail on demand. In a test program linked with this, the calls of
+/// libpulse that can fail are replaced; without a scripted failure they work as usual.
 #pragma once
 
 #include <chrono>
 #include <cstddef>
 #include <string>
 
-/// For its life, the `nth` call that can fail does so (1 is the next one), of all threads; or that
-/// of one function alone; and with `all` every later one too. Orders don't nest.
+/// During its lifetime, the `nth` call that can fail does so (1 is the next one), in any thread; or
+/// that of one function only; with `all` every later one too. Objects don't nest.
 class PulseFailure {
 public:
     explicit PulseFailure(std::size_t nth, const char* function = nullptr, bool all = false);
@@ -16,12 +16,12 @@ public:
     PulseFailure(const PulseFailure&) = delete;
     PulseFailure& operator=(const PulseFailure&) = delete;
 
-    /// The function that failed; empty as long as none has.
+    /// The function that failed; empty if none has.
     static std::string fnGetFailed();
 };
 
-/// For its life, the server tells of each stream that so much of it has been heard as this clock
-/// shows, which starts now and goes `slowness` times slower than others; 0: it stands still.
+/// During its lifetime, the server reports each stream's position by this clock, which starts
+/// now and runs `slowness` times slower than real time; 0: it stands still.
 class PulseSlowClock {
 public:
     explicit PulseSlowClock(int slowness);
@@ -30,8 +30,8 @@ public:
     PulseSlowClock& operator=(const PulseSlowClock&) = delete;
 };
 
-/// For its life, what servers answer to the first question for an end is kept back, and the
-/// question is given up in the pause that comes next, as libpulse does after half a minute.
+/// During its lifetime, the answer to the first drain request is withheld, and the request
+/// is cancelled in the next pause, as libpulse does after half a minute.
 class PulseDrainGivenUp {
 public:
     PulseDrainGivenUp();
@@ -43,7 +43,7 @@ public:
     static bool fnIsGivenUp();
 };
 
-/// For its life, servers know no default output, as PipeWire does for a client that came too early.
+/// During its lifetime, servers name no default output, as PipeWire does for an early client.
 class PulseNoDefault {
 public:
     PulseNoDefault();
@@ -52,5 +52,5 @@ public:
     PulseNoDefault& operator=(const PulseNoDefault&) = delete;
 };
 
-/// How often servers have told so far that they had nothing left to play.
+/// The number of underflows that servers have reported so far.
 std::size_t fnCountUnderflows();

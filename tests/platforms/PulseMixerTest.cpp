@@ -24,7 +24,7 @@ protected:
         Values values(2);
         return m_pMixer->fnGetValues(control, 2, values) ? values : Values();
     }
-    /// Waits as a host's loop does, and tells.
+    /// Waits as a host's loop does, and pumps the reports.
     bool fnAwaitTold(std::size_t count) {
         return fnAwait([&] { return m_Told.size() >= count; },
                        [&] {
@@ -54,7 +54,7 @@ protected:
 
 } // namespace
 
-TEST_F(PulseMixer, AVolumeFromOutsideIsToldOnce) {
+TEST_F(PulseMixer, AVolumeFromOutsideIsReportedOnce) {
     s_pServer->fnControl({"set-sink-volume", "lab", "32768"});
     ASSERT_TRUE(fnAwaitTold(1));
     EXPECT_TRUE(fnIsQuiet());
@@ -65,7 +65,7 @@ TEST_F(PulseMixer, AVolumeFromOutsideIsToldOnce) {
     EXPECT_EQ(fnGet(), (Values{0, 65535}));
 }
 
-TEST_F(PulseMixer, MuteFromOutsideIsToldOnce) {
+TEST_F(PulseMixer, MuteFromOutsideIsReportedOnce) {
     s_pServer->fnControl({"set-sink-mute", "lab", "1"});
     ASSERT_TRUE(fnAwaitTold(1));
     EXPECT_TRUE(fnIsQuiet());
@@ -79,7 +79,7 @@ TEST_F(PulseMixer, AVolumeAboveFullReadsAsFull) {
     EXPECT_EQ(fnGet(), (Values{65535, 32768}));
 }
 
-TEST_F(PulseMixer, WhatWasSetIsWhatTheServersToolShows) {
+TEST_F(PulseMixer, SetValuesAreShownByTheServersTool) {
     ASSERT_TRUE(m_pMixer->fnSetValues(kVolume, 2, {16384, 65535}));
     ASSERT_TRUE(m_pMixer->fnSetValues(kMute, 1, {1}));
     const std::string volume = s_pServer->fnControl({"get-sink-volume", "lab"});
@@ -96,7 +96,7 @@ TEST_F(PulseMixer, ThereIsNoBassAndNoTreble) {
     EXPECT_FALSE(m_pMixer->fnFindControl(line.m_nLineId, CQ_MIXER_CONTROL::TREBLE, id));
 }
 
-TEST_F(PulseMixer, AServerThatComesBackIsFoundAndItsValuesTold) {
+TEST_F(PulseMixer, AServerThatComesBackIsFoundAndItsValuesReported) {
     ASSERT_TRUE(m_pMixer->fnSetValues(kVolume, 2, {100, 200}));
     ASSERT_TRUE(fnAwaitTold(1));
     s_pServer->fnKill();
@@ -109,7 +109,7 @@ TEST_F(PulseMixer, AServerThatComesBackIsFoundAndItsValuesTold) {
     EXPECT_EQ(fnGet(), (Values{65535, 65535}));
 }
 
-TEST_F(PulseMixer, WhatAHostThrowsWhenItIsToldPassesAndTheRestIsToldByTheNextPump) {
+TEST_F(PulseMixer, AnExceptionFromAReportPropagatesAndTheNextPumpReportsTheRest) {
     static int s_Thrown = 0;
     m_pMixer = m_Mixers.fnOpen(0, [this](std::uint32_t id) {
         m_Told.push_back(id);
@@ -139,7 +139,7 @@ TEST_F(PulseMixer, AReportMayEndTheService) {
                         }));
 }
 
-/// A window that notes what the control tells it.
+/// A window that records the control's notifications.
 struct PulseParent : CqHeadlessWnd {
     PulseParent() : CqHeadlessWnd({0, 0, 100, 100}) {}
     LRESULT SendMessage(UINT message, WPARAM, LPARAM lParam) override {
@@ -150,7 +150,7 @@ struct PulseParent : CqHeadlessWnd {
     Values m_Codes;
 };
 
-TEST_F(PulseMixer, TheSoundControlTellsItsParentOfOthersChangesAlone) {
+TEST_F(PulseMixer, TheSoundControlReportsOnlyOthersChangesToItsParent) {
     CqPlatform platform = q32HeadlessPlatform();
     platform.m_pMixers = m_Pulse.m_pMixers;
     ASSERT_TRUE(q32Attach(platform));
@@ -194,7 +194,7 @@ TEST_F(PulseMixer, TheSoundControlTellsItsParentOfOthersChangesAlone) {
     q32Detach();
 }
 
-/// What only PulseAudio can be told to do while it runs.
+/// Reconfigurations that only PulseAudio supports while it runs.
 class PulseAudioMixer : public PulseMixer {
 protected:
     void TearDown() override {

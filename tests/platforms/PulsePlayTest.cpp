@@ -13,24 +13,24 @@ class PulsePlay : public PulseTest {
 protected:
     explicit PulsePlay(const CqPulseOptions& options = fnOptions()) : m_Pulse(q32Pulse(options)) {}
 
-    /// Waits for silence behind what was heard, and gives it.
+    /// Waits for silence after the sound heard, and returns that sound.
     std::string fnHear() {
         m_Recorder.fnWaitForMore(150 * kBytesPerMs);
         return fnTrim(m_Recorder.fnGetBytes().substr(m_nTakeFrom));
     }
-    /// The same without the silence within.
+    /// The same without the silence inside.
     std::string fnHearSamples() {
         std::string heard = fnHear();
         std::erase(heard, '\0');
         return heard;
     }
-    /// Waits until so much has been recorded that isn't silence.
+    /// Waits until that many bytes other than silence have been recorded.
     bool fnAwaitSound(std::size_t bytes) {
         return fnAwait(
             [&] { return fnTrim(m_Recorder.fnGetBytes().substr(m_nTakeFrom)).size() >= bytes; });
     }
-    /// A gap fails at the first take, unless the server tells that it has run dry: that is the
-    /// machine's doing, and calls for another take. PipeWire doesn't tell all of them.
+    /// A gap fails at the first take, unless the server reports an underflow: that is caused by
+    /// the machine, and the take is repeated. PipeWire doesn't report all underflows.
     template <typename Take>
     bool fnIsCleanInATake(Take take) {
         for (int i = 0; i < 6; ++i) {
@@ -49,8 +49,8 @@ protected:
     CqPulseWaveOut& m_Sound = *m_Pulse.m_pWaveOut;
 };
 
-/// What is to be heard without a gap. It has more ready at the server than a machine under load
-/// makes wait for the next piece.
+/// Sounds that must have no gap. The latency is longer than the delays of a machine under
+/// load.
 class PulseGapless : public PulsePlay {
 protected:
     PulseGapless() : PulsePlay(fnRelaxed()) {}
@@ -62,7 +62,7 @@ protected:
     }
 };
 
-/// Whether `heard` is `samples` again and again.
+/// Whether `heard` is `samples` repeated.
 bool fnIsLoop(const std::string& heard, const std::string& samples) {
     for (std::size_t i = 0; i < heard.size(); ++i)
         if (heard[i] != samples[i % samples.size()])
@@ -86,7 +86,7 @@ TEST_F(PulsePlay, ABlockIsHeardSampleForSampleAndItsEndReportedOnce) {
     EXPECT_EQ(m_Sound.fnGetPosition(), 0u);
 }
 
-TEST_F(PulseGapless, ABlockIsHeardAsItIs) {
+TEST_F(PulseGapless, ABlockIsHeardUnchanged) {
     EXPECT_TRUE(fnIsCleanInATake([&] {
         TestSound sound(500 * kBytesPerMs);
         EXPECT_TRUE(sound.fnStart(m_Sound) && sound.fnAwaitEnd());
@@ -94,7 +94,7 @@ TEST_F(PulseGapless, ABlockIsHeardAsItIs) {
     }));
 }
 
-TEST_F(PulseGapless, BlocksShorterThanTheLatencyAreHeardWhole) {
+TEST_F(PulseGapless, BlocksShorterThanTheLatencyAreHeardCompletely) {
     for (const std::size_t bytes : {4u, 400u, 4000u}) {
         EXPECT_TRUE(fnIsCleanInATake([&] {
             TestSound sound(bytes, static_cast<unsigned>(bytes));
@@ -140,7 +140,7 @@ TEST_F(PulseGapless, ALoopOfOneFrameIsHeardWithoutAGap) {
     }));
 }
 
-TEST_F(PulseGapless, ALoopIsHeardAsOftenAsItSays) {
+TEST_F(PulseGapless, ALoopIsHeardTheRequestedNumberOfTimes) {
     EXPECT_TRUE(fnIsCleanInATake([&] {
         TestSound sound(30 * kBytesPerMs);
         sound.fnLoop(3);
@@ -149,11 +149,11 @@ TEST_F(PulseGapless, ALoopIsHeardAsOftenAsItSays) {
     }));
 }
 
-TEST_F(PulsePlay, StopFallsSilentWithinATenthOfASecond) {
+TEST_F(PulsePlay, StopSilencesTheOutputWithinATenthOfASecond) {
     TestSound sound(100 * kBytesPerMs);
     sound.fnLoop(0xFFFFFFFFu);
     ASSERT_TRUE(sound.fnOpen(m_Sound));
-    // The best of some takes: a machine under load is late now and then.
+    // The best of several takes: a machine under load is sometimes late.
     std::size_t best = SIZE_MAX;
     Clock::duration call = Clock::duration::max();
     for (int take = 0; take < 5 && (best > 100 * kBytesPerMs || call >= milliseconds(50)); ++take) {
@@ -179,7 +179,7 @@ TEST_F(PulsePlay, APauseHoldsThePosition) {
     ASSERT_TRUE(sound.fnStart(m_Sound));
     ASSERT_TRUE(fnAwait([&] { return m_Sound.fnGetPosition() > 100 * kBytesPerMs; }));
     ASSERT_TRUE(sound.m_pDevice->fnPause());
-    // What the sink holds already is still heard.
+    // Samples already in the sink are still heard.
     ASSERT_TRUE(fnAwait([&] {
         const std::uint64_t position = m_Sound.fnGetPosition();
         m_Recorder.fnWaitForMore(60 * kBytesPerMs);
@@ -203,7 +203,7 @@ class PulseAudioPlay : public PulsePlay {};
 TEST_F(PulseAudioPlay, APauseRightAfterTheStartHoldsAShortBlockToo) {
     TestSound sound(20 * kBytesPerMs);
     ASSERT_TRUE(sound.fnOpen(m_Sound));
-    // On a machine under load the pause may come too late; then there is another take.
+    // On a machine under load the pause may come too late; then the take is repeated.
     for (int reports = 0;; ++reports) {
         m_nTakeFrom = m_Recorder.fnGetSize();
         ASSERT_TRUE(sound.m_pDevice->fnWrite(sound.m_Header));
@@ -289,7 +289,7 @@ TEST_F(PulsePlay, ABlockBeyondTheServersQueueStartsAtOnce) {
     EXPECT_TRUE(sound.m_Samples.starts_with(fnHearSamples()));
 }
 
-TEST_F(PulsePlay, BytesBehindTheLastWholeFrameAreNotHeard) {
+TEST_F(PulsePlay, BytesAfterTheLastCompleteFrameAreNotHeard) {
     TestSound sound(4003);
     ASSERT_TRUE(sound.fnStart(m_Sound));
     ASSERT_TRUE(sound.fnAwaitEnd());
@@ -322,7 +322,7 @@ TEST_F(PulsePlay, TwoDevicesPlayAtOnce) {
     EXPECT_EQ(second.m_nReports, 1);
 }
 
-TEST_F(PulsePlay, TheDesktopSeesWhatPlaysAndWhatFor) {
+TEST_F(PulsePlay, TheServerShowsWhatPlaysAndItsRole) {
     CqPulseOptions options = fnOptions();
     options.m_szApplication = "A player of the test";
     options.m_szIcon = "multimedia-player";

@@ -1,4 +1,4 @@
-// What happens when the server isn't there, stands still, or goes.
+// A server that is missing, stopped, or disappears.
 #include "tests/platforms/PulseFaults.h"
 #include "tests/platforms/PulseWorld.h"
 
@@ -30,7 +30,7 @@ protected:
 
 } // namespace
 
-TEST_F(PulseServer, WithoutOneThereIsNoDeviceAndTheReasonIsTold) {
+TEST_F(PulseServer, WithoutAServerThereIsNoDeviceAndTheReasonIsReported) {
     CqPulseOptions options = fnOptions();
     options.m_szServer = "unix:/nowhere/native";
     const CqPulse pulse = q32Pulse(options);
@@ -46,7 +46,7 @@ TEST_F(PulseServer, WithoutOneThereIsNoDeviceAndTheReasonIsTold) {
     EXPECT_LT(Clock::now() - start, milliseconds(1000));
 }
 
-TEST_F(PulseServer, AnAddressThatIsNoneIsRefused) {
+TEST_F(PulseServer, AnInvalidAddressIsRefused) {
     CqPulseOptions options = fnOptions();
     options.m_szServer = "{";
     const CqPulse pulse = q32Pulse(options);
@@ -54,7 +54,7 @@ TEST_F(PulseServer, AnAddressThatIsNoneIsRefused) {
     EXPECT_NE(pulse.m_pWaveOut->fnGetError(), "");
 }
 
-TEST_F(PulseServer, OneThatIsKilledEndsWhatPlaysAndANewOneIsFound) {
+TEST_F(PulseServer, AKilledServerEndsPlaybackAndANewOneIsFound) {
     TestSound sound(100 * kBytesPerMs);
     sound.fnLoop(0xFFFFFFFFu);
     ASSERT_TRUE(sound.fnStart(m_Sound));
@@ -73,12 +73,12 @@ TEST_F(PulseServer, OneThatIsKilledEndsWhatPlaysAndANewOneIsFound) {
     EXPECT_TRUE(sound.fnAwaitEnd(2));
 }
 
-TEST_F(PulseImpatient, AServerThatStandsStillHangsNothing) {
+TEST_F(PulseImpatient, AStoppedServerHangsNothing) {
     TestSound sound(100 * kBytesPerMs);
     sound.fnLoop(0xFFFFFFFFu);
     TestSound late(100 * kBytesPerMs);
     std::unique_ptr<CqMixer> mixer;
-    // So little patience may fail a server that is only slow.
+    // So short a timeout may fail a server that is only slow.
     ASSERT_TRUE(fnAwait([&] {
         mixer = m_Pulse.m_pMixers->fnOpen(0, {});
         return mixer != nullptr;
@@ -109,7 +109,7 @@ TEST_F(PulseImpatient, AServerThatStandsStillHangsNothing) {
     })) << "what it would have played is taken away";
 }
 
-TEST_F(PulseServer, ABlockThatWaitsInAPauseSurvivesAServerThatWasAway) {
+TEST_F(PulseServer, ABlockThatWaitsInAPauseSurvivesARestartedServer) {
     TestSound sound(20 * kBytesPerMs);
     ASSERT_TRUE(sound.fnOpen(m_Sound));
     ASSERT_TRUE(sound.m_pDevice->fnPause());
@@ -122,7 +122,7 @@ TEST_F(PulseServer, ABlockThatWaitsInAPauseSurvivesAServerThatWasAway) {
     EXPECT_TRUE(sound.fnAwaitEnd());
 }
 
-TEST_F(PulseServer, ADeviceMayGoAtAnyTimeOfItsLife) {
+TEST_F(PulseServer, ADeviceMayBeDestroyedAtAnyTime) {
     for (int i = 0; i < 20; ++i) {
         TestSound sound(static_cast<std::size_t>(i % 3) * 400);
         ASSERT_TRUE(sound.fnStart(m_Sound)) << m_Sound.fnGetError();
@@ -143,7 +143,7 @@ TEST_F(PulseServer, ADeviceOutlivesItsService) {
     EXPECT_TRUE(sound.fnAwaitEnd());
 }
 
-TEST_F(PulseServer, AReportMayEndTheDeviceAndTheServiceBothAtOnce) {
+TEST_F(PulseServer, AReportMayDestroyBothTheDeviceAndTheService) {
     CqPulse pulse = q32Pulse(fnOptions());
     TestSound sound(20 * kBytesPerMs);
     std::unique_ptr<CqWaveOut> device;
@@ -160,7 +160,7 @@ TEST_F(PulseServer, AReportMayEndTheDeviceAndTheServiceBothAtOnce) {
     EXPECT_TRUE(fnAwait([&] { return ended.load(); }));
 }
 
-/// What only PulseAudio can be told to do while it runs.
+/// Reconfigurations that only PulseAudio supports while it runs.
 class PulseAudioServer : public PulseServer {
 protected:
     void TearDown() override {
@@ -184,7 +184,7 @@ TEST_F(PulseAudioServer, EightBitMonoIsHeardSampleForSample) {
     SoundRecorder recorder(*s_pServer, "other", {"--format=u8", "--rate=22050", "--channels=1"});
     TestSound sound(2205);
     ASSERT_TRUE(sound.fnOpen(m_Sound, {1, 1, 22050, 22050, 1, 8, 0}));
-    // A server that has run dry calls for another take.
+    // After an underflow the take is repeated.
     for (int take = 1;; ++take) {
         const std::size_t underflows = fnCountUnderflows();
         const std::size_t from = recorder.fnGetSize();
@@ -198,7 +198,7 @@ TEST_F(PulseAudioServer, EightBitMonoIsHeardSampleForSample) {
     }
 }
 
-TEST_F(PulseAudioServer, WhatPlaysGoesOnWhereTheServerMovesIt) {
+TEST_F(PulseAudioServer, PlaybackContinuesWhereTheServerMovesIt) {
     fnAddSink("sink_name=other format=s16le rate=44100 channels=2");
     SoundRecorder recorder(*s_pServer);
     TestSound sound(10 * kBytesPerMs);
@@ -210,7 +210,7 @@ TEST_F(PulseAudioServer, WhatPlaysGoesOnWhereTheServerMovesIt) {
     EXPECT_EQ(sound.m_nReports, 0);
 }
 
-TEST_F(PulseAudioServer, WithoutAnOutputWhatPlaysEndsAndThereIsNoDevice) {
+TEST_F(PulseAudioServer, WithoutAnOutputPlaybackEndsAndThereIsNoDevice) {
     TestSound sound(100 * kBytesPerMs);
     sound.fnLoop(0xFFFFFFFFu);
     ASSERT_TRUE(sound.fnStart(m_Sound));

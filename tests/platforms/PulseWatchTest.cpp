@@ -1,4 +1,4 @@
-// Mixers that are open, and servers that go, come back, or can't tell what a mixer wants to know.
+// Open mixers, and servers that disappear, come back, or can't answer a mixer's queries.
 #include "tests/platforms/PulseFaultWorld.h"
 
 namespace {
@@ -13,7 +13,7 @@ protected:
     bool fnAwaitTold(int count) {
         return fnAwait([&] { return m_nTold >= count; }, [&] { m_Mixers.fnPump(); });
     }
-    /// Whether the server is found again after it was gone. Somebody else has found it by then, who
+    /// Whether the server is found again after it was gone. Another client finds it first, which
     /// looks for it five times less often than the services under test would.
     bool fnIsSought() {
         CqPulseOptions options = m_Options;
@@ -50,20 +50,20 @@ TEST_F(PulseWatch, AServerIsSoughtAgainAfterEachAttemptThatFails) {
         Values values(2);
         EXPECT_FALSE(mixer->fnGetValues(kVolume, 2, values)) << call;
     }
-    // Nobody calls any more.
+    // No more calls are made.
     EXPECT_TRUE(fnAwait([&] { return fnIsConnected(kHost); }));
     m_nTold = 0;
     s_pServer->fnControl({"set-sink-volume", "lab", "30000"});
     EXPECT_TRUE(fnAwaitTold(1));
 }
 
-TEST_F(PulseWatch, AServerThatDidntAnswerInTimeIsSoughtAgain) {
+TEST_F(PulseWatch, AServerThatDidNotAnswerInTimeIsSoughtAgain) {
     CqPulseOptions options = m_Options;
     options.m_Patience = milliseconds(100);
     m_Pulse = q32Pulse(options);
     int told = 0;
     std::unique_ptr<CqMixer> mixer;
-    ASSERT_TRUE(fnAwait([&] { // so little patience may fail a server that is only slow
+    ASSERT_TRUE(fnAwait([&] { // so short a timeout may fail a server that is only slow
         mixer = m_Pulse.m_pMixers->fnOpen(0, [&](std::uint32_t) { ++told; });
         return mixer != nullptr;
     }));
@@ -82,7 +82,7 @@ TEST_F(PulseWatch, AServerThatDidntAnswerInTimeIsSoughtAgain) {
     EXPECT_TRUE(fnAwait([&] { return told > 0; }, [&] { m_Pulse.m_pMixers->fnPump(); }));
 }
 
-TEST_F(PulseWatch, ChangesAreToldAlthoughTheServerCouldntBeAskedToTellThemAtFirst) {
+TEST_F(PulseWatch, ChangesAreReportedEvenIfTheFirstSubscriptionFailed) {
     const PulseFailure failure(1, "pa_context_subscribe");
     const auto mixer = fnOpenMixer();
     ASSERT_NE(mixer, nullptr);
@@ -91,7 +91,7 @@ TEST_F(PulseWatch, ChangesAreToldAlthoughTheServerCouldntBeAskedToTellThemAtFirs
     EXPECT_TRUE(fnAwaitTold(1));
 }
 
-TEST_F(PulseWatch, AChangeIsToldAlthoughItCouldntBeReadAtFirst) {
+TEST_F(PulseWatch, AChangeIsReportedEvenIfItsFirstReadFailed) {
     const auto mixer = fnOpenMixer();
     ASSERT_NE(mixer, nullptr);
     const PulseFailure failure(1, "pa_context_get_sink_info_by_name");
@@ -100,7 +100,7 @@ TEST_F(PulseWatch, AChangeIsToldAlthoughItCouldntBeReadAtFirst) {
     EXPECT_EQ(PulseFailure::fnGetFailed(), "pa_context_get_sink_info_by_name");
 }
 
-TEST_F(PulseWatch, AnOutputIsUsedAndFollowedAlthoughTheServerNamesNoDefault) {
+TEST_F(PulseWatch, AnOutputIsUsedAndFollowedEvenIfTheServerNamesNoDefault) {
     const PulseNoDefault hidden;
     const auto mixer = fnOpenMixer();
     ASSERT_NE(mixer, nullptr);
@@ -118,21 +118,21 @@ TEST_F(PulseWatch, AnOutputIsUsedAndFollowedAlthoughTheServerNamesNoDefault) {
     EXPECT_EQ(PulseFailure::fnGetFailed(), "pa_context_get_sink_info_list");
 }
 
-TEST_F(PulseWatch, AnOutputThatCantBeAskedForAmongAllIsNone) {
+TEST_F(PulseWatch, AnOutputThatCannotBeListedCountsAsMissing) {
     const PulseNoDefault hidden;
     const PulseFailure failure(1, "pa_context_get_sink_info_list");
     EXPECT_FALSE(m_Pulse.m_pWaveOut->fnCanPlay(kSinkFormat));
     EXPECT_TRUE(m_Pulse.m_pWaveOut->fnCanPlay(kSinkFormat));
 }
 
-TEST_F(PulseWatch, ForAMixerThatIsGoneNoServerIsSought) {
+TEST_F(PulseWatch, NoServerIsSoughtForAClosedMixer) {
     ASSERT_NE(fnOpenMixer(), nullptr);
     EXPECT_FALSE(fnIsSought());
     EXPECT_TRUE(m_Pulse.m_pWaveOut->fnCanPlay(kSinkFormat)) << "but found when it is needed";
     EXPECT_TRUE(fnIsConnected(kHost));
 }
 
-TEST_F(PulseWatch, ForAMixerThatDidntOpenNoServerIsSought) {
+TEST_F(PulseWatch, NoServerIsSoughtForAMixerThatDidNotOpen) {
     {
         const PulseFailure failure(1, "pa_context_get_sink_info_by_name");
         ASSERT_EQ(fnOpenMixer(), nullptr);
@@ -140,7 +140,7 @@ TEST_F(PulseWatch, ForAMixerThatDidntOpenNoServerIsSought) {
     EXPECT_FALSE(fnIsSought());
 }
 
-TEST_F(PulseWatch, AServerIsSoughtForTheMixerThatIsLeft) {
+TEST_F(PulseWatch, AServerIsSoughtForTheRemainingMixer) {
     auto first = fnOpenMixer();
     const auto second = fnOpenMixer();
     ASSERT_TRUE(first && second);
@@ -152,7 +152,7 @@ TEST_F(PulseWatch, AServerIsSoughtForTheMixerThatIsLeft) {
     EXPECT_TRUE(fnAwait([&] { return fnIsSought(); }));
 }
 
-TEST_F(PulseWatch, AMixerIsNotToldOfWhatHappenedWhileNoneWasOpen) {
+TEST_F(PulseWatch, AMixerGetsNoReportsOfChangesWhileNoneWasOpen) {
     ASSERT_NE(fnOpenMixer(), nullptr);
     s_pServer->fnControl({"set-sink-volume", "lab", "30000"});
     const auto mixer = fnOpenMixer();

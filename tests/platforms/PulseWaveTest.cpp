@@ -25,7 +25,7 @@ protected:
         std::memcpy(wave.fnGetBuffer(), sound.m_Samples.data(), sound.m_Samples.size());
         return sound.m_Samples;
     }
-    /// What has been heard so far, without silence.
+    /// The sound heard so far, without silence.
     std::string fnHearSamples() const {
         std::string heard = m_Recorder.fnGetBytes();
         std::erase(heard, '\0');
@@ -98,7 +98,7 @@ TEST_F(PulseWave, ALoopIsNotWaitedForAndPlaysUntilItIsStopped) {
         ASSERT_EQ(heard[i], samples[i % samples.size()]) << i;
 }
 
-TEST_F(PulseWave, APausedSoundGoesOnToItsEnd) {
+TEST_F(PulseWave, APausedSoundResumesToItsEnd) {
     CqWave wave;
     const std::string samples = fnFill(wave, 300 * kFramesPerMs);
     ASSERT_TRUE(wave.fnPlay(false, false));
@@ -126,7 +126,7 @@ TEST_F(PulseWave, APausedSoundCanBeStopped) {
     EXPECT_TRUE(samples.starts_with(fnHearSamples()));
 }
 
-TEST_F(PulseWave, ASoundThatIsPlayedWhileItPlaysBeginsAnew) {
+TEST_F(PulseWave, ASoundPlayedWhileItPlaysRestarts) {
     CqWave wave;
     const std::string samples = fnFill(wave, 200 * kFramesPerMs);
     ASSERT_TRUE(wave.fnPlay(false, true));
@@ -140,7 +140,7 @@ TEST_F(PulseWave, ASoundThatIsPlayedWhileItPlaysBeginsAnew) {
     EXPECT_TRUE(samples.starts_with(first)) << "cut off, and then from the start";
 }
 
-TEST_F(PulseWave, ASoundMayGoWhileItPlays) {
+TEST_F(PulseWave, ASoundMayBeDestroyedWhileItPlays) {
     for (const bool paused : {false, true}) {
         auto wave = std::make_unique<CqWave>();
         fnFill(*wave, 30 * kFramesPerMs);
@@ -157,7 +157,7 @@ TEST_F(PulseWave, ASoundMayGoWhileItPlays) {
     EXPECT_TRUE(fnAwait([&] { return fnHearSamples().ends_with(samples); }));
 }
 
-TEST_F(PulseWave, AServerThatGoesEndsTheSoundForWhoWaits) {
+TEST_F(PulseWave, AServerThatDisappearsReleasesAWaitingCaller) {
     CqWave wave;
     fnFill(wave, 60'000 * kFramesPerMs);
     std::thread kill([&] {

@@ -30,7 +30,7 @@ protected:
     static inline std::unique_ptr<SoundServer> s_pServer;
 };
 
-/// A sound on its way to a device, with no sample of silence in it.
+/// A prepared sound for a device, without a sample of silence.
 struct TestSound {
     explicit TestSound(std::size_t bytes, unsigned seed = 1) : m_Samples(bytes, '\0') {
         for (char& sample : m_Samples) {
@@ -64,18 +64,18 @@ struct TestSound {
     WAVEHDR m_Header{};
     std::atomic<int> m_nReports{0};
     const std::thread::id m_Here = std::this_thread::get_id();
-    std::unique_ptr<CqWaveOut> m_pDevice; ///< goes before what it plays
+    std::unique_ptr<CqWaveOut> m_pDevice; ///< destroyed before what it plays
 };
 
-/// What was heard between the silence before and after it. No sample of the tests is silent, so
-/// that silence within shows as a run of zeros.
+/// The recording without the silence before and after it. No sample of the tests is silent, so
+/// that silence within it is a run of zeros.
 inline std::string fnTrim(const std::string& bytes) {
     const std::size_t first = bytes.find_first_not_of('\0');
     const std::size_t last = bytes.find_last_not_of('\0');
     return first == std::string::npos ? "" : bytes.substr(first, last - first + 1);
 }
 
-/// How often `piece` is found.
+/// The number of occurrences of `piece`.
 inline int fnCount(const std::string& bytes, const std::string& piece) {
     int count = 0;
     for (std::size_t at = 0; (at = bytes.find(piece, at)) != std::string::npos; ++at)

@@ -1,4 +1,4 @@
-#include "platforms/pulse/SinkVolume.h"
+#include "platforms/pulse/SinkVolume_p.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 
 using namespace q32::pulse;
 
-TEST(SinkVolume, EachValueSurvivesTheWayToTheServerAndBack) {
+TEST(SinkVolume, EachValueSurvivesTheRoundTripToTheServer) {
     for (std::uint32_t value = 0; value <= 65535; ++value)
         ASSERT_EQ(fnFromServer(fnToServer(value)), value);
     EXPECT_EQ(fnToServer(0), PA_VOLUME_MUTED);
@@ -15,7 +15,7 @@ TEST(SinkVolume, EachValueSurvivesTheWayToTheServerAndBack) {
     EXPECT_EQ(fnFromServer(PA_VOLUME_MAX), 65535u);
 }
 
-TEST(SinkVolume, ChannelsThatAreSilentCantKeepARatioAndFollowTheSide) {
+TEST(SinkVolume, SilentChannelsHaveNoRatioAndFollowTheirSide) {
     pa_channel_map map;
     ASSERT_NE(pa_channel_map_parse(&map, "front-left,front-right,rear-left,lfe"), nullptr);
     const pa_cvolume silent = {4, {0, 0, 0, 0}};
@@ -27,7 +27,7 @@ TEST(SinkVolume, ChannelsThatAreSilentCantKeepARatioAndFollowTheSide) {
     EXPECT_FALSE(fnReadLevels(set, map, false).m_bMono);
 }
 
-TEST(SinkVolume, ChannelsThatStandNowhereHaveNoSides) {
+TEST(SinkVolume, ChannelsWithoutAPositionHaveNoSide) {
     pa_channel_map map;
     ASSERT_NE(pa_channel_map_parse(&map, "aux0,aux1"), nullptr);
     const pa_cvolume volume = {2, {65536, 32768}};
@@ -41,7 +41,7 @@ TEST(SinkVolume, ChannelsThatStandNowhereHaveNoSides) {
     EXPECT_EQ(set.values[1], 8192u);
 }
 
-TEST(SinkVolume, AMiddleThatIsLouderThanTheSidesStopsAtFullVolume) {
+TEST(SinkVolume, ACentreLouderThanTheSidesStopsAtFullVolume) {
     pa_channel_map map;
     ASSERT_NE(pa_channel_map_parse(&map, "front-left,front-right,front-center"), nullptr);
     for (const pa_volume_t sides : {1u, 6554u}) {

@@ -103,18 +103,18 @@ TEST(SoftwareRegion, EqualRowsComeBackAsOneRectangle) {
     EXPECT_EQ(rects[1].bottom, 10);
 }
 
-TEST(SoftwareRegion, AnEmptyOrTurnedRectangleIsEmpty) {
+TEST(SoftwareRegion, AnEmptyOrInvertedRectangleIsEmpty) {
     EXPECT_TRUE(CqSoftwareRegion({5, 5, 5, 9}).fnGetRects().empty());
     EXPECT_TRUE(CqSoftwareRegion({5, 9, 9, 5}).fnGetRects().empty());
 }
 
-TEST(SoftwareRegion, TakesRegionsOfAnotherKindByTheirRectangles) {
+TEST(SoftwareRegion, CombinesRegionsOfAnotherKindByTheirRectangles) {
     CqSoftwareRegion region({0, 0, 1, 1});
     ASSERT_TRUE(region.fnCombine(region, Foreign(), RGN_OR));
     EXPECT_EQ(fnPixelsOf(region), (Pixels{{0, 0}, {1, 1}, {1, 2}, {2, 0}, {2, 1}, {3, 0}, {3, 1}}));
 }
 
-TEST(SoftwareRegion, AnUnknownCombinationLeavesTheRegionAlone) {
+TEST(SoftwareRegion, AnUnknownCombinationLeavesTheRegionUnchanged) {
     CqSoftwareRegion region({0, 0, 4, 4});
     const CqSoftwareRegion hole({1, 1, 2, 2});
     EXPECT_FALSE(region.fnCombine(region, hole, 0));
@@ -122,9 +122,9 @@ TEST(SoftwareRegion, AnUnknownCombinationLeavesTheRegionAlone) {
     EXPECT_EQ(fnPixelsOf(region), fnPixelsOf(RECT{0, 0, 4, 4}));
 }
 
-TEST(SoftwareRegion, AnyNumberOfRunsComesOutOfAPictureAtOnce) {
-    // Every second pixel of every row: half a million combinations. If each cost as much as all
-    // that was taken out before it, the test would not end in its time.
+TEST(SoftwareRegion, AnyNumberOfRunsIsCombinedInReasonableTime) {
+    // Every second pixel of every row: half a million combinations. If the cost of each grew with
+    // the pixels subtracted before it, the test would exceed its time limit.
     constexpr LONG kWidth = 1000;
     constexpr LONG kHeight = 1000;
     CqSoftwareRegion region({0, 0, kWidth, kHeight});

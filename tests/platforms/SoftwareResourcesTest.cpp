@@ -1,4 +1,4 @@
-#include "platforms/software/CodePages.h"
+#include "platforms/software/CodePages_p.h"
 #include "platforms/software/CqSoftwareResources.h"
 #include "platforms/software/ResFile.h"
 
@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Writes compiled resources the way compilers do.
+/// Writes compiled resources as compilers do.
 class ResWriter {
 public:
     ResWriter() { fnAdd(fnNumber(0), fnNumber(0), "", 0); }
@@ -44,7 +44,7 @@ public:
     std::string m_Bytes;
 };
 
-/// A string block with one text at a place.
+/// A string block with one text at the given index.
 std::string fnBlock(unsigned place, const std::u16string& text) {
     std::string bytes;
     for (unsigned i = 0; i < 16; ++i) {
@@ -117,7 +117,7 @@ TEST(ResFile, DoesNotInsistOnPaddingAtTheEnd) {
     EXPECT_EQ(entries[0].m_Data, "abcde");
 }
 
-TEST(ResFile, EveryCutFileIsReadUpToTheCut) {
+TEST(ResFile, EveryTruncatedFileIsReadUpToItsEnd) {
     const std::string file = fnSample();
     std::vector<q32::software::ResEntry> entries;
     std::size_t whole = 0;
@@ -133,7 +133,7 @@ TEST(ResFile, EveryCutFileIsReadUpToTheCut) {
     EXPECT_FALSE(q32::software::fnReadResFile(std::string(32, '\0'), entries)) << "no marker";
 }
 
-TEST(ResFile, SpoiledFilesGiveNothingFromOutside) {
+TEST(ResFile, DamagedFilesGiveNoBytesFromOutside) {
     const std::string file = fnSample();
     std::mt19937 random(11);
     std::vector<q32::software::ResEntry> entries;
@@ -150,7 +150,7 @@ TEST(ResFile, SpoiledFilesGiveNothingFromOutside) {
             spoiled.resize(random() % spoiled.size());
         q32::software::fnReadResFile({spoiled.data(), spoiled.size()}, entries);
         for (const q32::software::ResEntry& entry : entries) {
-            // An empty view may stand at the very end.
+            // An empty view may be at the very end.
             ASSERT_GE(entry.m_Data.data(), spoiled.data());
             ASSERT_LE(entry.m_Data.data() + entry.m_Data.size(), spoiled.data() + spoiled.size());
             const std::vector<char> block(entry.m_Data.begin(), entry.m_Data.end());
@@ -193,7 +193,7 @@ TEST_F(SoftwareResources, StringsComeFromBlocksOfSixteen) {
     EXPECT_EQ(fnLoad(nullptr, 0x10000 + 19), "(missing)");
 }
 
-TEST_F(SoftwareResources, ResourcesComeAndGoWhileTheWorldRuns) {
+TEST_F(SoftwareResources, ResourcesCanBeAddedAndRemovedAtRunTime) {
     ASSERT_TRUE(m_Resources.fnAdd(m_hHost, "WAVE", WORD{1}, "sound"));
     ASSERT_TRUE(m_Resources.fnAddString(m_hHost, 5, "text"));
     EXPECT_EQ(fnFind(nullptr, "WAVE", WORD{1}), "sound");
@@ -218,7 +218,7 @@ TEST_F(SoftwareResources, TheHostsModulesAreSearchedInTheirOrder) {
     EXPECT_EQ(fnFind(second, RT_BITMAP_ID, WORD{1}), "(missing)");
 }
 
-TEST_F(SoftwareResources, TheLibrarysModuleHoldsItsVersionForItselfAlone) {
+TEST_F(SoftwareResources, OnlyTheLibrarysModuleHoldsItsVersion) {
     const std::string version = fnFind(q32::fnModuleInstance(), RT_VERSION_ID, WORD{1});
     ASSERT_EQ(version.size(), 92u); // 6 + 32 of the key, 2 of padding, 52 of the fixed part
     EXPECT_EQ(version[0], 92);

@@ -21,7 +21,7 @@ struct Bitmap {
 
 } // namespace
 
-TEST(SoftwareServices, TheSystemsOwnFourAreLeftToIt) {
+TEST(SoftwareServices, TheFourSystemServicesAreNotProvided) {
     const CqPlatform services = q32SoftwareServices();
     EXPECT_FALSE(services.m_pMemory || services.m_pScratch || services.m_pFiles ||
                  services.m_pLocale);
@@ -30,7 +30,7 @@ TEST(SoftwareServices, TheSystemsOwnFourAreLeftToIt) {
                 services.m_pWindows);
 }
 
-TEST(SoftwareServices, TheScreenHasMetricsAndTakesWhatNobodySees) {
+TEST(SoftwareServices, TheScreenHasMetricsAndAcceptsInvisibleDrawing) {
     const auto screen = q32SoftwareServices().m_pScreen;
     CDC* dc = screen->fnGetDC(nullptr);
     ASSERT_NE(dc, nullptr);
@@ -86,7 +86,7 @@ TEST(SoftwareServices, RegionsAreExactSets) {
     EXPECT_EQ(region->fnGetRects()[0].bottom, 2);
 }
 
-TEST(SoftwareServices, ABoxIsAnsweredByItsFirstButton) {
+TEST(SoftwareServices, ABoxReturnsItsFirstButton) {
     const auto messages = q32SoftwareServices().m_pMessages;
     std::string text = "old";
     EXPECT_EQ(messages->fnShowBox("text", MB_OKCANCEL, nullptr), IDOK);

@@ -5,12 +5,12 @@
 
 namespace {
 
-/// A BMP put together byte by byte.
+/// A BMP assembled byte by byte.
 class TestBmp {
 public:
     TestBmp(std::int32_t width, std::int32_t height, std::uint16_t bits,
             std::uint32_t compression = 0, std::uint32_t headerBytes = 40) {
-        fn32(0); // room for the file header
+        fn32(0); // space for the file header
         fn32(0);
         fn32(0);
         fn16(0);
@@ -44,7 +44,7 @@ public:
         return fn16(static_cast<std::uint16_t>(value))
             .fn16(static_cast<std::uint16_t>(value >> 16));
     }
-    /// The pixels begin here.
+    /// Marks the start of the pixels.
     TestBmp& fnPixels() {
         m_nPixelsAt = m_Bytes.size();
         return *this;
@@ -106,7 +106,7 @@ TEST_F(BmpFile, TheOldHeaderHasThreeByteColours) {
     EXPECT_EQ(fnPaletteOf(m_Image), (std::vector<RGBQUAD>{{1, 2, 3, 0}, {4, 5, 6, 0}}));
 }
 
-TEST_F(BmpFile, SixteenBitsAreWidenedOrTakenAsTheyAre) {
+TEST_F(BmpFile, SixteenBitsAreWidenedOrKept) {
     // 5-5-5: green 0x1F becomes 0x3E in six bits.
     TestBmp plain(2, 1, 16);
     plain.fnPixels().fn16(0x7FFF).fn16(0x0401);
@@ -119,7 +119,7 @@ TEST_F(BmpFile, SixteenBitsAreWidenedOrTakenAsTheyAre) {
     fnExpect(odd, 24, {255, 136, 0, 17, 34, 51});
 }
 
-TEST_F(BmpFile, ThirtyTwoBitsHaveAlphaOnlyWhereAMaskTellsIt) {
+TEST_F(BmpFile, ThirtyTwoBitsHaveAlphaOnlyWhereAMaskDeclaresIt) {
     TestBmp plain(1, 1, 32);
     plain.fnPixels().fn32(0x80112233);
     fnExpect(plain, 24, {0x11, 0x22, 0x33});
@@ -128,12 +128,12 @@ TEST_F(BmpFile, ThirtyTwoBitsHaveAlphaOnlyWhereAMaskTellsIt) {
     masked.m_Bytes.resize(14 + 108);
     masked.fnPixels().fn32(0x80112233);
     fnExpect(masked, 32, {0x80, 0x33, 0x22, 0x11});
-    TestBmp wide(1, 1, 32, 3); // ten bits a channel
+    TestBmp wide(1, 1, 32, 3); // ten bits per channel
     wide.fn32(0x3FF00000).fn32(0x000FFC00).fn32(0x000003FF).fnPixels().fn32(0x3FF00000 | 512 << 10);
     fnExpect(wide, 24, {255, 128, 0});
 }
 
-TEST_F(BmpFile, RunLengthsGoThroughTheInterchangeOfBitmaps) {
+TEST_F(BmpFile, RunLengthsAreDecodedByTheBitmapInterchange) {
     TestBmp bmp(4, 2, 8, 1);
     for (std::uint32_t i = 0; i < 256; ++i)
         bmp.fn32(i);
@@ -152,7 +152,7 @@ TEST_F(BmpFile, RunLengthsWithoutTheirEndAreCorrupted) {
     fnExpectRefused(-6);
 }
 
-TEST_F(BmpFile, RunLengthsMayLeaveOutNearlyAllRows) {
+TEST_F(BmpFile, RunLengthsMayOmitNearlyAllRows) {
     const std::int32_t sizes[][2] = {{4000, 3000}, {65535, 900}};
     for (const auto& [width, height] : sizes) {
         TestBmp bmp(width, height, 8, 1);
@@ -184,7 +184,7 @@ TEST_F(BmpFile, AbsurdSizesOfRunLengthsAreCorruptedAndTakeNoMemory) {
     EXPECT_EQ(m_World->m_pMemory->m_Reserve.fnGetCount(), reserved);
 }
 
-TEST_F(BmpFile, WhatTheLibraryCannotUnpackIsNotSupported) {
+TEST_F(BmpFile, UnknownCompressionsAreNotSupported) {
     for (const std::uint32_t compression : {2u, 4u, 5u}) {
         TestBmp bmp(4, 2, compression == 2 ? 4 : 24, compression);
         bmp.fnPixels().fn8({0, 1});
@@ -225,13 +225,13 @@ TEST_F(BmpFile, BrokenHeadersAreCorrupted) {
     fnExpectRefused(-6);
 }
 
-TEST_F(BmpFile, WithoutAPlaceThePixelsFollowTheHeaders) {
+TEST_F(BmpFile, WithoutAnOffsetThePixelsFollowTheHeaders) {
     TestBmp bmp(1, 1, 24);
     bmp.fn8({1, 2, 3, 0});
     fnExpect(bmp, 24, {3, 2, 1});
 }
 
-TEST_F(BmpFile, WhatTheImageDoesNotTakeIsTold) {
+TEST_F(BmpFile, FeaturesThatTheImageDropsAreReported) {
     const auto isReduced = [&](TestBmp bmp) {
         fnPut(bmp.fnPixels().fn32(0x12345678).fnMake());
         const CqPictureResult result = fnRead();

@@ -1,5 +1,5 @@
 /// @file
-/// Files made straight by the codec libraries, for the kinds that the library itself never writes.
+/// Files made directly by the codec libraries, for the kinds that the library itself never writes.
 #pragma once
 
 #include "tests/plugins/PictureTest.h"
@@ -11,7 +11,7 @@
 
 struct tiff;
 
-/// A PNG as libpng writes it. Samples lie as PNG stores them, rows packed.
+/// A PNG as libpng writes it. Samples are in PNG's layout, with packed rows.
 struct TestPng {
     std::uint32_t m_nWidth = 1;
     std::uint32_t m_nHeight = 1;
@@ -21,12 +21,12 @@ struct TestPng {
     Bytes m_Rows;
     std::vector<RGBQUAD> m_Palette;
     Bytes m_Transparent;                    ///< alpha of palette entries
-    std::vector<std::uint16_t> m_ClearGrey; ///< one value: the clear grey; three: the clear colour
+    std::vector<std::uint16_t> m_ClearGrey; ///< the clear value: one of grey, or three of colour
     std::uint32_t m_nDotsX = 0;
     std::uint32_t m_nDotsY = 0;
     int m_nUnit = 1;
     std::string m_Title;
-    bool m_bTitleBehind = false;                    ///< behind the pixels
+    bool m_bTitleBehind = false;                    ///< after the pixels
     std::function<void(void*, void*)> m_MoreChunks; ///< gets the png_struct* and the png_info*
 
     Bytes fnMake() const;
@@ -49,7 +49,7 @@ struct TestTiff {
     bool m_bBigEndian = false;
     std::function<void(void*)> m_MoreTags; ///< gets the TIFF*
     int m_nPages = 1;                      ///< all alike
-    Bytes m_Samples; ///< rows of the picture (plane after plane), each padded to whole bytes
+    Bytes m_Samples; ///< rows of the picture (plane by plane), each padded to full bytes
 
     Bytes fnMake() const;
 
@@ -63,9 +63,9 @@ struct TestJpeg {
     std::uint32_t m_nHeight = 8;
     int m_nComponents = 3; ///< 1 grey, 3 colour, 4 inks
     bool m_bProgressive = false;
-    int m_nScans = 0; ///< grey: above 0, so many scans of a coefficient or a bit of it each, to 253
+    int m_nScans = 0; ///< grey: above 0, so many scans of one coefficient or bit each, up to 253
     bool m_bArithmetic = false;
-    bool m_bAdobe = true; ///< inks: with the marker, so 255 is no ink
+    bool m_bAdobe = true; ///< inks: with the marker, which makes 255 no ink
     bool m_bYcck = false;
     int m_nQuality = 95;
     int m_nUnit = 0;

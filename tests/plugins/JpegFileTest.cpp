@@ -7,7 +7,7 @@ namespace {
 
 class JpegFile : public PictureTest {
 protected:
-    /// Smooth ramps, which the format keeps closely.
+    /// Smooth ramps, which the format reproduces closely.
     static TestJpeg fnRamps(std::uint32_t width, std::uint32_t height, int components) {
         TestJpeg jpeg;
         jpeg.m_nWidth = width;
@@ -36,7 +36,7 @@ protected:
         }
     }
 
-    /// Expects the file to be refused ahead of any storage for pixels.
+    /// Expects the file to be refused before any storage for pixels is allocated.
     void fnExpectNoStorage(const Bytes& file, int message) {
         fnPut(file);
         CqHeadlessCalls& memory = m_World->m_pMemory->m_Reserve;
@@ -72,8 +72,8 @@ TEST_F(JpegFile, GreyAndColourAreReadPlainAndProgressive) {
     }
 }
 
-TEST_F(JpegFile, InksBecomeColoursAsTheirMarkerTellsThem) {
-    // Cyan, magenta, yellow, black as amounts of ink; with the marker a file holds 255 less that.
+TEST_F(JpegFile, InksBecomeColoursAsTheirMarkerDeclares) {
+    // Cyan, magenta, yellow, black as amounts of ink; with the marker a file holds 255 minus that.
     for (const bool adobe : {false, true}) {
         for (const bool ycck : {false, true}) {
             TestJpeg jpeg = fnRamps(40, 24, 4);
@@ -97,7 +97,7 @@ TEST_F(JpegFile, InksBecomeColoursAsTheirMarkerTellsThem) {
     }
 }
 
-TEST_F(JpegFile, DensityIsTakenInItsUnit) {
+TEST_F(JpegFile, DensityIsReadInItsUnit) {
     TestJpeg jpeg = fnRamps(8, 8, 3);
     const int units[][3] = {{0, 300, 96}, {1, 300, 300}, {2, 100, 254}};
     for (const auto& [unit, density, expected] : units) {
@@ -110,7 +110,7 @@ TEST_F(JpegFile, DensityIsTakenInItsUnit) {
     }
 }
 
-TEST_F(JpegFile, AFileThatEndsEarlyIsCorruptedThoughADecoderWouldFillTheRest) {
+TEST_F(JpegFile, ATruncatedFileIsCorruptedThoughADecoderWouldFillTheRest) {
     for (const bool progressive : {false, true}) {
         TestJpeg jpeg = fnRamps(64, 64, 3);
         jpeg.m_bProgressive = progressive;
@@ -121,7 +121,7 @@ TEST_F(JpegFile, AFileThatEndsEarlyIsCorruptedThoughADecoderWouldFillTheRest) {
     }
 }
 
-TEST_F(JpegFile, BytesBetweenSegmentsAreNoHarm) {
+TEST_F(JpegFile, BytesBetweenSegmentsAreIgnored) {
     Bytes file = fnRamps(16, 16, 3).fnMake();
     const Bytes extra = {1, 2, 3};
     file.insert(file.end() - 2, extra.begin(), extra.end());
@@ -160,11 +160,11 @@ TEST_F(JpegFile, MoreThan200ScansAreCorrupted) {
     fnExpectRefused(-6);
 }
 
-TEST_F(JpegFile, CoefficientsBeyondAGibibyteAreOutOfMemory) {
+TEST_F(JpegFile, CoefficientsBeyondAGibibyteAreReportedAsOutOfMemory) {
     TestJpeg jpeg = fnRamps(16, 16, 1);
     jpeg.m_bProgressive = true;
     Bytes file = jpeg.fnMake();
-    // Two bytes a coefficient. The file could hold them all.
+    // Two bytes per coefficient. The file could hold them all.
     constexpr unsigned int kSide = 24000;
     ASSERT_NO_FATAL_FAILURE(fnClaimSize(file, 0xC2, kSide));
     file.resize(kSide * kSide / 512 + 1);
@@ -185,7 +185,7 @@ TEST_F(JpegFile, AnAbsurdSizeIsCorruptedAndTakesNoMemory) {
     }
 }
 
-TEST_F(JpegFile, WhatIsWrittenComesBackWithinTheBoundOfItsQuality) {
+TEST_F(JpegFile, AWrittenPictureReadsBackWithinTheErrorBoundOfItsQuality) {
     // Smooth ramps at quality 90 with halved chroma: no channel is off by more than 8.
     const TestJpeg ramps = fnRamps(131, 130, 3);
     for (const unsigned int bits : {4u, 8u, 16u, 24u, 32u}) {
@@ -231,7 +231,7 @@ TEST_F(JpegFile, AGreyImageIsWrittenGrey) {
     EXPECT_EQ(m_Image.DpiY, 150);
 }
 
-TEST_F(JpegFile, QualityDecidesTheSizeAndIsCutToItsRange) {
+TEST_F(JpegFile, QualityDeterminesTheSizeAndIsClampedToItsRange) {
     const auto image = fnMakeNoise(64, 64, 24, 1);
     std::vector<std::size_t> sizes;
     for (const unsigned int quality : {0u, 1u, 50u, 100u, 101u}) {
@@ -252,7 +252,7 @@ TEST_F(JpegFile, APictureWiderThanTheFormatAllowsIsNotSaved) {
     EXPECT_TRUE(m_World->m_pDisks->fnGetFiles().empty());
 }
 
-TEST_F(JpegFile, WhatTheImageDoesNotTakeIsTold) {
+TEST_F(JpegFile, FeaturesThatTheImageDropsAreReported) {
     const auto isReduced = [&](const Bytes& file) {
         fnPut(file);
         const CqPictureResult result = fnRead();
@@ -266,7 +266,7 @@ TEST_F(JpegFile, WhatTheImageDoesNotTakeIsTold) {
         EXPECT_EQ(isReduced(jpeg.fnMake()), components == 4) << components;
     }
     jpeg.m_nComponents = 3;
-    // A segment of notes right behind the start; its first two bytes are its length.
+    // A segment of notes right after the start; its first two bytes are its length.
     for (const int marker : {0xE1, 0xE2, 0xED, 0xEC, 0xFE}) {
         Bytes file = jpeg.fnMake();
         const Bytes segment = {0xFF, static_cast<std::uint8_t>(marker), 0, 6, 'n', 'o', 't', 'e'};
@@ -275,7 +275,7 @@ TEST_F(JpegFile, WhatTheImageDoesNotTakeIsTold) {
     }
 }
 
-TEST_F(JpegFile, NotesOfAnyLengthArePassedOver) {
+TEST_F(JpegFile, NotesOfAnyLengthAreSkipped) {
     TestJpeg jpeg;
     jpeg.m_nComponents = 3;
     jpeg.m_Samples.resize(8 * 8 * 3);
@@ -285,10 +285,10 @@ TEST_F(JpegFile, NotesOfAnyLengthArePassedOver) {
     fnPut(plain);
     ASSERT_TRUE(fnRead().fnIsDone());
     const Bytes pixels = fnPixelsOf(m_Image);
-    for (const std::size_t length : {2u, 3u, 16384u, 65535u}) { // the two bytes that tell it count
+    for (const std::size_t length : {2u, 3u, 16384u, 65535u}) { // includes its own two bytes
         Bytes file = plain;
         for (int i = 0; i < 3; ++i) {
-            Bytes segment(2 + length, 0xD9); // what would end the file elsewhere
+            Bytes segment(2 + length, 0xD9); // an end mark elsewhere
             segment[0] = 0xFF;
             segment[1] = 0xE1;
             segment[2] = static_cast<std::uint8_t>(length >> 8);

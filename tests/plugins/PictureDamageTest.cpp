@@ -8,7 +8,7 @@ namespace {
 
 class PictureDamage : public PictureTest {
 protected:
-    /// Small files of every format and of the kinds with ways of their own.
+    /// Small files of every format and of the kinds with special handling.
     std::vector<Bytes> fnMakeFiles() {
         std::vector<Bytes> files;
         const auto image = fnMakeNoise(11, 9, 24, 1);
@@ -52,7 +52,7 @@ protected:
         return files;
     }
 
-    /// Reads without an opinion on the result, but for what holds for every result.
+    /// Reads, and checks only what holds for every result.
     void fnReadAnyhow() {
         CqImage image;
         const CqPictureResult result = q32ReadPicture(kPath, image);
@@ -67,7 +67,7 @@ protected:
     }
 };
 
-TEST_F(PictureDamage, AFileCutAtAnyByteFailsCleanlyOrGivesTheSamePicture) {
+TEST_F(PictureDamage, AFileTruncatedAtAnyByteFailsCleanlyOrGivesTheSamePicture) {
     for (const Bytes& file : fnMakeFiles()) {
         fnPut(file);
         ASSERT_TRUE(fnRead().fnIsDone());
@@ -89,7 +89,7 @@ TEST_F(PictureDamage, AFileCutAtAnyByteFailsCleanlyOrGivesTheSamePicture) {
     }
 }
 
-TEST_F(PictureDamage, ChangedBytesNeverDoHarm) {
+TEST_F(PictureDamage, ChangedBytesAreHarmless) {
     std::mt19937 random(20);
     for (const Bytes& file : fnMakeFiles()) {
         for (int round = 0; round < 400; ++round) {
@@ -107,7 +107,7 @@ TEST_F(PictureDamage, ChangedBytesNeverDoHarm) {
     }
 }
 
-TEST_F(PictureDamage, ChangedHeadersNeverDoHarm) {
+TEST_F(PictureDamage, ChangedHeadersAreHarmless) {
     std::mt19937 random(21);
     for (const Bytes& file : fnMakeFiles()) {
         for (int round = 0; round < 400; ++round) {
@@ -137,8 +137,8 @@ TEST_F(PictureDamage, EveryLayoutOfATiffIsReadOrRefused) {
         if (tiff.m_nPhotometric == PHOTOMETRIC_YCBCR)
             TIFFSetField(file, TIFFTAG_YCBCRSUBSAMPLING, 1, 1);
     };
-    // Strips, tiles and compression make no difference to the pixels of one order of planes, if
-    // they are read: libtiff's own conversion refuses most small tiles without compression.
+    // Strips, tiles and compression make no difference to the pixels of one planar layout, if
+    // they are read: libtiff's conversion refuses most small tiles without compression.
     int read = 0;
     const auto expectSame = [&] {
         for (const bool separate : {false, true}) {
@@ -183,7 +183,7 @@ TEST_F(PictureDamage, EveryLayoutOfATiffIsReadOrRefused) {
     EXPECT_GT(read, 1000);
 }
 
-TEST_F(PictureDamage, PartsOfFilesPutTogetherNeverDoHarm) {
+TEST_F(PictureDamage, PartsOfFilesPutTogetherAreHarmless) {
     std::mt19937 random(22);
     const std::vector<Bytes> files = fnMakeFiles();
     for (int round = 0; round < 1000; ++round) {

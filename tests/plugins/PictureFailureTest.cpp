@@ -10,7 +10,7 @@ constexpr PICTURE_FORMAT kAll[] = {PICTURE_PNG, PICTURE_JPEG, PICTURE_TIFF, PICT
 
 class PictureFailure : public PictureTest {
 protected:
-    /// Writes over a file, with `fail` in force, and expects that file to be left as it was.
+    /// Writes over a file, with `fail` in force, and expects that file to be left unchanged.
     template <typename Fail>
     void fnExpectKept(CqImage& image, PICTURE_FORMAT format, int message, const Fail& fail) {
         fnPut("what stood there before");
@@ -25,7 +25,7 @@ protected:
     }
 };
 
-TEST_F(PictureFailure, AFullDiskLosesNothingThatStoodThere) {
+TEST_F(PictureFailure, AFullDiskLosesNoExistingFile) {
     const auto image = fnMakeNoise(200, 200, 24, 1);
     for (const PICTURE_FORMAT format : kAll) {
         for (const std::uint64_t room : {0u, 1u, 1000u, 10000u}) {
@@ -35,8 +35,8 @@ TEST_F(PictureFailure, AFullDiskLosesNothingThatStoodThere) {
     }
 }
 
-TEST_F(PictureFailure, EachFileCallOfAWriteFailsOnceInTurn) {
-    const auto image = fnMakeNoise(200, 160, 24, 1); // more than one block of the output
+TEST_F(PictureFailure, EachFailingFileCallOfAWriteKeepsTheOldFile) {
+    const auto image = fnMakeNoise(200, 160, 24, 1); // more than one block of output
     auto& stream = *m_World->m_pFiles->m_pStream;
     for (const PICTURE_FORMAT format : kAll) {
         for (CqHeadlessCalls* calls : {&stream.m_Write, &stream.m_Seek, &stream.m_Close,
@@ -53,7 +53,7 @@ TEST_F(PictureFailure, EachFileCallOfAWriteFailsOnceInTurn) {
     }
 }
 
-TEST_F(PictureFailure, EachFileCallOfAReadFailsOnceInTurn) {
+TEST_F(PictureFailure, EachFailingFileCallOfAReadLeavesTheImage) {
     const auto image = fnMakeNoise(200, 160, 24, 1);
     auto& stream = *m_World->m_pFiles->m_pStream;
     for (const PICTURE_FORMAT format : kAll) {
@@ -80,7 +80,7 @@ TEST_F(PictureFailure, ATargetThatAnotherProgramHasOpenIsKept) {
     EXPECT_EQ(m_World->m_pDisks->fnGetFiles().size(), 1u);
 }
 
-TEST_F(PictureFailure, ANameBesideThatIsTakenIsPassedOver) {
+TEST_F(PictureFailure, AnExistingTemporaryNameIsSkipped) {
     const auto image = fnMakeNoise(5, 5, 24, 1);
     const std::string beside = std::string(kPath) + ".~0";
     m_World->m_pDisks->fnPutFile(beside, "somebody's");
@@ -104,7 +104,7 @@ TEST_F(PictureFailure, AMissingDirectoryCannotBeSavedTo) {
     EXPECT_EQ(q32WritePicture("C:\\none\\a.png", *image, PICTURE_PNG).m_nMsgId, -5);
 }
 
-TEST_F(PictureFailure, EachAllocationOfAReadFailsOnceInTurn) {
+TEST_F(PictureFailure, EachFailedAllocationOfAReadLeavesTheImage) {
     for (const PICTURE_FORMAT format : kAll) {
         const auto image = fnMakeNoise(40, 30, format == PICTURE_PNG ? 8 : 24, 1);
         image->Title = "title";
@@ -120,7 +120,7 @@ TEST_F(PictureFailure, EachAllocationOfAReadFailsOnceInTurn) {
             const CqPictureResult result = q32ReadPicture(kPath, target);
             const bool failed = failure.fnHappened();
             failure.fnEnd();
-            // Memory that can't be had for pixels sends them to a scratch disk, which is no
+            // Pixels that can't be allocated in memory go to a scratch disk, which is not a
             // failure.
             if (result.fnIsDone()) {
                 EXPECT_EQ(fnPixelsOf(target), expected);
@@ -135,7 +135,7 @@ TEST_F(PictureFailure, EachAllocationOfAReadFailsOnceInTurn) {
     }
 }
 
-TEST_F(PictureFailure, EachAllocationOfAWriteFailsOnceInTurn) {
+TEST_F(PictureFailure, EachFailedAllocationOfAWriteKeepsTheOldFile) {
     for (const PICTURE_FORMAT format : kAll) {
         const auto image = fnMakeNoise(40, 30, format == PICTURE_PNG ? 8 : 24, 1);
         fnPut("before");
@@ -153,7 +153,7 @@ TEST_F(PictureFailure, EachAllocationOfAWriteFailsOnceInTurn) {
     }
 }
 
-TEST_F(PictureFailure, ProgressRisesToAHundredAndOneCallPerRowAtLeastForRows) {
+TEST_F(PictureFailure, ProgressRisesToAHundredWithAtLeastOneCallPerRow) {
     const auto image = fnMakeNoise(30, 250, 24, 1);
     for (const PICTURE_FORMAT format : kAll) {
         CqToldProgress written;
@@ -197,7 +197,7 @@ TEST_F(PictureFailure, AnAbortAtAnyCallLeavesNoImageAndNoFile) {
     }
 }
 
-TEST_F(PictureFailure, FailedReadsGiveTheirPixelsBack) {
+TEST_F(PictureFailure, FailedReadsReleaseTheirPixels) {
     const auto image = fnMakeNoise(200, 200, 24, 1);
     ASSERT_TRUE(fnWrite(*image, PICTURE_PNG).fnIsDone());
     const std::uint32_t used = q32GetVMPolicy()->fnGetRamUsed();

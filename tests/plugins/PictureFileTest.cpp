@@ -22,7 +22,7 @@ TEST_F(PictureFile, TheFormatsAreListedWithTheirNumbersAndExtensions) {
     EXPECT_EQ(numbers, (std::set<unsigned int>{1, 2, 3, 4}));
 }
 
-TEST_F(PictureFile, TheExtensionTellsTheFormatInAnyCase) {
+TEST_F(PictureFile, TheExtensionDeterminesTheFormatInAnyCase) {
     const auto formatOf = [](const char* path) {
         const CqPictureFormat* format = q32FindPictureFormat(path);
         return format ? static_cast<unsigned int>(format->m_eFormat) : 0u;
@@ -43,7 +43,7 @@ TEST_F(PictureFile, AMissingFileCannotBeOpened) {
     fnExpectRefused(-3);
 }
 
-TEST_F(PictureFile, AFileThatAnotherProgramHasOpenIsToldAsSuch) {
+TEST_F(PictureFile, AFileOpenInAnotherProgramIsReportedAsInUse) {
     fnPut("BM");
     CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
     const auto held = m_World->m_pFiles->fnOpen(kPath, {true, true, false, true}, cause);
@@ -51,7 +51,7 @@ TEST_F(PictureFile, AFileThatAnotherProgramHasOpenIsToldAsSuch) {
     fnExpectRefused(-7);
 }
 
-TEST_F(PictureFile, AnEmptyFileIsToldAsSuch) {
+TEST_F(PictureFile, AnEmptyFileIsReportedAsEmpty) {
     fnPut("");
     fnExpectRefused(-11);
 }
@@ -63,7 +63,7 @@ TEST_F(PictureFile, AnUnknownFormatIsNotSupported) {
     fnExpectRefused(-102);
 }
 
-TEST_F(PictureFile, TheFormatIsToldByTheBytesNotByTheName) {
+TEST_F(PictureFile, TheFormatIsDetectedByTheBytesNotByTheName) {
     const auto image = fnMakeNoise(5, 5, 24, 1);
     ASSERT_EQ(q32WritePicture("C:\\Temp\\a.png", *image, PICTURE_BMP).m_nMsgId, 0);
     ASSERT_EQ(q32ReadPicture("C:\\Temp\\a.png", m_Image).m_nMsgId, 0);
@@ -77,7 +77,7 @@ TEST_F(PictureFile, AnUnknownFormatIsNotWritten) {
     EXPECT_TRUE(m_World->m_pDisks->fnGetFiles().empty());
 }
 
-TEST_F(PictureFile, AnImageThatIsReadIntoLosesItsPluginsObjectAndNothingElse) {
+TEST_F(PictureFile, ReadingIntoAnImageDropsOnlyItsPluginObject) {
     class Told : public CObject {
     public:
         explicit Told(bool& gone) : m_bGone(gone) {}
@@ -107,7 +107,7 @@ TEST_F(PictureFile, ALargePictureIsReadIntoAScratchFileAndWrittenFromIt) {
     }
 }
 
-TEST_F(PictureFile, NoRoomForThePixelsIsOutOfMemory) {
+TEST_F(PictureFile, NoSpaceForThePixelsIsReportedAsOutOfMemory) {
     const auto image = fnMakeNoise(300, 260, 24, 5);
     ASSERT_EQ(fnWrite(*image, PICTURE_PNG).m_nMsgId, 0);
     q32GetVMPolicy()->fnSetRamLimit(q32GetVMPolicy()->fnGetRamUsed() + 1000);
@@ -115,7 +115,7 @@ TEST_F(PictureFile, NoRoomForThePixelsIsOutOfMemory) {
     fnExpectRefused(-1);
 }
 
-TEST_F(PictureFile, TheExchangeOfStorageLeavesAllElse) {
+TEST_F(PictureFile, TheExchangeOfStorageLeavesEverythingElse) {
     const auto a = fnMakeNoise(3, 2, 24, 1);
     CqImage b;
     a->Title = "a";

@@ -9,7 +9,7 @@ protected:
     static constexpr PICTURE_FORMAT kLossless[] = {PICTURE_PNG, PICTURE_TIFF, PICTURE_BMP};
 };
 
-TEST_F(PictureRoundTrip, EveryDepthComesBackByteForByteAtOddSizes) {
+TEST_F(PictureRoundTrip, EveryDepthReadsBackByteForByteAtOddSizes) {
     const std::uint32_t sizes[][2] = {{1, 1},     {2, 3},     {9, 1},   {127, 129},
                                       {128, 128}, {129, 257}, {257, 2}, {1, 300}};
     for (const PICTURE_FORMAT format : kLossless) {
@@ -21,7 +21,7 @@ TEST_F(PictureRoundTrip, EveryDepthComesBackByteForByteAtOddSizes) {
                 ASSERT_TRUE(fnRead().fnIsDone());
                 ASSERT_EQ(m_Image.Width, width);
                 ASSERT_EQ(m_Image.Height, height);
-                // Only BMP has 5-6-5; elsewhere it becomes colour as it is drawn.
+                // Only BMP has 5-6-5; the other formats get the colours as drawn.
                 const bool widened = bits == 16 && format != PICTURE_BMP;
                 ASSERT_EQ(m_Image.BitCount, widened ? 24u : bits);
                 ASSERT_EQ(fnPixelsOf(m_Image), widened ? fnColorsOf(*image) : fnPixelsOf(*image));
@@ -81,7 +81,7 @@ TEST_F(PictureRoundTrip, AGreyImageStaysGrey) {
     }
 }
 
-TEST_F(PictureRoundTrip, EveryResolutionComesBack) {
+TEST_F(PictureRoundTrip, EveryResolutionReadsBack) {
     const auto image = fnMakeNoise(3, 3, 24, 1);
     for (const PICTURE_FORMAT format : {PICTURE_PNG, PICTURE_JPEG, PICTURE_TIFF, PICTURE_BMP}) {
         for (const int dpi : {1, 2, 72, 96, 100, 254, 300, 1199, 2400, 65535}) {
@@ -95,7 +95,7 @@ TEST_F(PictureRoundTrip, EveryResolutionComesBack) {
     }
 }
 
-TEST_F(PictureRoundTrip, AResolutionThatIsNoneIsNotWritten) {
+TEST_F(PictureRoundTrip, AnInvalidResolutionIsNotWritten) {
     const auto image = fnMakeNoise(3, 3, 24, 1);
     for (const PICTURE_FORMAT format : {PICTURE_PNG, PICTURE_JPEG, PICTURE_TIFF, PICTURE_BMP}) {
         for (const auto& [x, y] : {std::pair{0, 300}, std::pair{300, -1}}) {
@@ -109,7 +109,7 @@ TEST_F(PictureRoundTrip, AResolutionThatIsNoneIsNotWritten) {
     }
 }
 
-TEST_F(PictureRoundTrip, TheTitleComesBackWhereTheFormatHasOne) {
+TEST_F(PictureRoundTrip, TheTitleReadsBackWhereTheFormatHasOne) {
     const auto image = fnMakeNoise(3, 3, 24, 1);
     for (const char* title : {"", "Sea", "100 % of \xE9\xA4 <b>"}) {
         image->Title = title;

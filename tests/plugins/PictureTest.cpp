@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Starts the library in the world ahead of the first image.
+/// Attaches the library in the world before the first image.
 std::shared_ptr<CqHeadlessWorld> fnStart() {
     auto world = q32HeadlessWorld();
     q32Attach(world->fnPlatform());

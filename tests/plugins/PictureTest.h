@@ -1,5 +1,5 @@
 /// @file
-/// What the tests of picture files share: a headless world with the library started in it, images
+/// Shared by the tests of picture files: a headless world with the library attached, images
 /// of seeded noise, and pixels as plain bytes.
 #pragma once
 
@@ -17,11 +17,11 @@
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// A row of an image: one byte a pixel at 4 and 8 bits, the stored bytes at the others.
+/// A row of an image: one byte per pixel at 4 and 8 bits, the stored bytes at other depths.
 Bytes fnRowOf(CqImage& image, std::uint32_t y);
 /// All rows, from the top down.
 Bytes fnPixelsOf(CqImage& image);
-/// The colours that an image shows, red, green, blue a pixel, whatever its depth.
+/// The colours that an image shows, as red, green, blue for each pixel, whatever its depth.
 Bytes fnColorsOf(CqImage& image);
 std::vector<RGBQUAD> fnPaletteOf(CqImage& image);
 bool operator==(const RGBQUAD& a, const RGBQUAD& b);
@@ -30,7 +30,7 @@ bool operator==(const RGBQUAD& a, const RGBQUAD& b);
 std::unique_ptr<CqImage> fnMakeNoise(std::uint32_t width, std::uint32_t height, unsigned int bits,
                                      unsigned int seed, unsigned int colors = 0);
 
-/// Remembers what it was told, and aborts at a call of choice.
+/// Records its calls, and aborts at a chosen one.
 class CqToldProgress : public CqPictureProgress {
 public:
     void fnOnProgress(unsigned int percent, bool& aborted) override {
@@ -61,7 +61,7 @@ protected:
                             CqPictureProgress* progress = nullptr) {
         return q32WritePicture(kPath, image, format, options, progress);
     }
-    /// Expects the file to be refused with a message, and the image to stay as it is.
+    /// Expects the file to be refused with a message, and the image to stay unchanged.
     void fnExpectRefused(int message);
 
     static constexpr char kPath[] = "C:\\Temp\\picture";

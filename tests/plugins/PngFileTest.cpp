@@ -1,4 +1,4 @@
-#include "plugins/CodecSamples.h"
+#include "plugins/CodecSamples_p.h"
 #include "tests/plugins/CodecFiles.h"
 
 #include <png.h>
@@ -13,7 +13,7 @@ namespace {
 
 class PngFile : public PictureTest {
 protected:
-    /// A picture of noise in every byte, with a palette if it needs one.
+    /// A picture of random bytes, with a palette if it needs one.
     static TestPng fnNoise(std::uint32_t width, std::uint32_t height, int type, int depth) {
         TestPng png;
         png.m_nWidth = width;
@@ -30,7 +30,7 @@ protected:
         return png;
     }
 
-    /// Sample `i` of a packed row, at its own depth.
+    /// Sample `i` of a packed row, at its stored depth.
     static unsigned int fnSample(const TestPng& png, std::uint32_t y, std::size_t i) {
         const std::uint8_t* row = png.m_Rows.data() + y * fnPngRowBytes(png);
         if (png.m_nDepth == 16)
@@ -40,13 +40,13 @@ protected:
         return row[i / perByte] >> shift & ((1u << png.m_nDepth) - 1);
     }
 
-    /// A sample widened or rounded to 8 bits by the plain rule: value x 255 / highest, rounded.
+    /// A sample converted to 8 bits by the plain rule: value x 255 / highest, rounded.
     static std::uint8_t fnTo8(unsigned int value, int depth) {
         const unsigned int highest = (1u << depth) - 1;
         return static_cast<std::uint8_t>((value * 255u + highest / 2) / highest);
     }
 
-    /// What a picture of grey or colour, with or without alpha, must become.
+    /// The expected result of a picture of grey or colour, with or without alpha.
     static Bytes fnExpected(const TestPng& png) {
         const int samples = png.m_nColorType == 2   ? 3
                             : png.m_nColorType == 4 ? 2
@@ -160,7 +160,7 @@ TEST_F(PngFile, TheClearColourOfA16BitPictureIsComparedAt16Bits) {
     EXPECT_EQ(fnPixelsOf(m_Image), (Bytes{0, 64, 64, 64, 255, 64, 64, 64}));
 }
 
-TEST_F(PngFile, ResolutionAndTitleAreTaken) {
+TEST_F(PngFile, ResolutionAndTitleAreRead) {
     TestPng png = fnNoise(3, 3, 2, 8);
     png.m_nDotsX = 11811;
     png.m_nDotsY = 2835;
@@ -176,9 +176,9 @@ TEST_F(PngFile, ResolutionAndTitleAreTaken) {
     }
 }
 
-TEST_F(PngFile, WithoutResolutionTheImageHasTheScreens) {
+TEST_F(PngFile, WithoutAResolutionTheImageHasTheScreensResolution) {
     TestPng png = fnNoise(3, 3, 2, 8);
-    for (const int unit : {0, 1}) { // an aspect ratio alone; a resolution below one dot per inch
+    for (const int unit : {0, 1}) { // an aspect ratio only; a resolution below one dot per inch
         png.m_nDotsX = png.m_nDotsY = unit == 0 ? 11811 : 10;
         png.m_nUnit = unit;
         fnPut(png.fnMake());
@@ -191,7 +191,7 @@ TEST_F(PngFile, WithoutResolutionTheImageHasTheScreens) {
     }
 }
 
-TEST_F(PngFile, SamplesOf16BitsAreRoundedNotCut) {
+TEST_F(PngFile, SamplesOf16BitsAreRoundedNotTruncated) {
     for (unsigned int value = 0; value < 65536; ++value)
         ASSERT_EQ(q32::fnScale16(static_cast<std::uint16_t>(value)), (value * 255 + 32767) / 65535);
 }
@@ -217,7 +217,7 @@ TEST_F(PngFile, AHugeSizeInASmallFileIsCorruptedAndTakesNoMemory) {
     EXPECT_EQ(m_World->m_pMemory->m_Reserve.fnGetCount(), reserved);
 }
 
-TEST_F(PngFile, WhatTheImageDoesNotTakeIsTold) {
+TEST_F(PngFile, FeaturesThatTheImageDropsAreReported) {
     const auto isReduced = [&](const TestPng& png) {
         fnPut(png.fnMake());
         const CqPictureResult result = fnRead();
@@ -231,7 +231,7 @@ TEST_F(PngFile, WhatTheImageDoesNotTakeIsTold) {
     titled.m_Title = "A title is kept";
     EXPECT_FALSE(isReduced(titled));
     EXPECT_TRUE(isReduced(fnNoise(5, 4, PNG_COLOR_TYPE_GRAY, 16)));
-    // A head, and one entry of noise: libpng refuses what packs to next to nothing.
+    // A header, and one entry of noise: libpng refuses extreme compression ratios.
     Bytes profile(0x160);
     std::mt19937 random(1);
     std::generate(profile.begin() + 0x90, profile.end(),

@@ -29,7 +29,7 @@ protected:
         return tiff;
     }
 
-    /// Sample `i` of row y, at its own depth.
+    /// Sample `i` of row y, at its stored depth.
     static unsigned int fnSample(const TestTiff& tiff, std::uint32_t y, std::size_t i) {
         const auto bits = static_cast<unsigned int>(tiff.m_nBits);
         const std::size_t rowBytes =
@@ -47,8 +47,8 @@ protected:
         return static_cast<std::uint8_t>((value * 255u + highest / 2) / highest);
     }
 
-    /// What grey, colour and alpha must become; `order` names the samples of a pixel's bytes. Where
-    /// 0 is white, that holds for the one colour sample; alpha behind it is as ever.
+    /// The expected result of grey, colour and alpha; `order` gives the sample of each byte of a
+    /// pixel. Where 0 is white, only the colour sample is inverted; alpha after it is unchanged.
     static Bytes fnExpected(const TestTiff& tiff, std::initializer_list<int> order) {
         Bytes all;
         const auto samples = static_cast<std::size_t>(tiff.m_nSamples);
@@ -65,7 +65,7 @@ protected:
         return all;
     }
 
-    /// The colours of inks, whatever samples follow the four.
+    /// The colours of four inks, whatever samples follow.
     static Bytes fnExpectedOfInks(const TestTiff& tiff) {
         Bytes all;
         for (std::size_t i = 0; i < tiff.m_Samples.size();
@@ -99,7 +99,7 @@ protected:
     }
 };
 
-TEST_F(TiffFile, GreyIsReadAtEveryDepthBothWaysRound) {
+TEST_F(TiffFile, GreyIsReadAtEveryDepthInBothPolarities) {
     for (const int bits : {1, 2, 4, 8, 16}) {
         for (const int photometric : {PHOTOMETRIC_MINISBLACK, PHOTOMETRIC_MINISWHITE}) {
             SCOPED_TRACE(bits);
@@ -122,7 +122,7 @@ TEST_F(TiffFile, ColourWithAndWithoutAlphaIsRead) {
     }
 }
 
-TEST_F(TiffFile, AlphaOfGreyIsTheSameBothWaysRound) {
+TEST_F(TiffFile, AlphaOfGreyIsTheSameInBothPolarities) {
     for (const int bits : {1, 2, 4, 8, 16}) {
         for (const int photometric : {PHOTOMETRIC_MINISBLACK, PHOTOMETRIC_MINISWHITE}) {
             SCOPED_TRACE(bits * 10 + photometric);
@@ -162,7 +162,7 @@ TEST_F(TiffFile, TilesPlanesCompressionAndByteOrderMakeNoDifference) {
     }
 }
 
-TEST_F(TiffFile, AlphaWeighedIntoTheColoursIsTakenOutAgain) {
+TEST_F(TiffFile, AlphaPremultipliedIntoTheColoursIsRemoved) {
     TestTiff tiff;
     tiff.m_nWidth = 3;
     tiff.m_nSamples = 4;
@@ -174,14 +174,14 @@ TEST_F(TiffFile, AlphaWeighedIntoTheColoursIsTakenOutAgain) {
     ASSERT_NO_FATAL_FAILURE(fnExpectPixels(fnApart(tiff), 32, expected));
 }
 
-TEST_F(TiffFile, AlphaWeighedIntoSamplesWhose0IsWhiteIsTakenOutOfThem) {
+TEST_F(TiffFile, AlphaPremultipliedIntoSamplesWhose0IsWhiteIsRemoved) {
     TestTiff tiff;
     tiff.m_nWidth = 4;
     tiff.m_nSamples = 2;
     tiff.m_nPhotometric = PHOTOMETRIC_MINISWHITE;
     tiff.m_Extra = {EXTRASAMPLE_ASSOCALPHA};
     tiff.m_Samples = {50, 128, 200, 128, 7, 0, 10, 255};
-    // 50 * 255 / 128 is nearly 100; more than alpha allows counts as all of it.
+    // 50 * 255 / 128 is nearly 100; a sample above its alpha is clamped to it.
     const Bytes expected = {128, 155, 155, 155, 128, 0, 0, 0, 0, 248, 248, 248, 255, 245, 245, 245};
     ASSERT_NO_FATAL_FAILURE(fnExpectPixels(tiff, 32, expected));
     ASSERT_NO_FATAL_FAILURE(fnExpectPixels(fnApart(tiff), 32, expected));
@@ -227,7 +227,7 @@ TEST_F(TiffFile, InksBecomeColours) {
     ASSERT_NO_FATAL_FAILURE(fnExpectPixels(fnApart(tiff), 24, expected));
 }
 
-TEST_F(TiffFile, AlphaWeighedIntoInksOrIndicesIsPassedOver) {
+TEST_F(TiffFile, AlphaPremultipliedIntoInksOrIndicesIsIgnored) {
     for (const bool inks : {false, true}) {
         for (const bool tiled : {false, true}) {
             SCOPED_TRACE(inks * 10 + tiled);
@@ -250,7 +250,7 @@ TEST_F(TiffFile, AlphaWeighedIntoInksOrIndicesIsPassedOver) {
 }
 
 TEST_F(TiffFile, LuminanceAndChromaBecomeColours) {
-    // Grey in that form: half-way chroma. The strips and rows of tiles are converted one by one.
+    // Grey has mid-range chroma here. The strips and rows of tiles are converted one by one.
     for (const bool tiled : {false, true}) {
         TestTiff tiff;
         tiff.m_nWidth = 70;
@@ -274,7 +274,7 @@ TEST_F(TiffFile, LuminanceAndChromaBecomeColours) {
     }
 }
 
-TEST_F(TiffFile, PhotographsInsideAreReadAndRefusedWhenBroken) {
+TEST_F(TiffFile, EmbeddedJpegDataIsReadAndRefusedWhenBroken) {
     TestTiff tiff;
     tiff.m_nWidth = tiff.m_nHeight = 64;
     tiff.m_nSamples = 3;
@@ -295,7 +295,7 @@ TEST_F(TiffFile, PhotographsInsideAreReadAndRefusedWhenBroken) {
     ASSERT_EQ(pixels.size(), tiff.m_Samples.size());
     for (std::size_t i = 0; i < pixels.size(); ++i)
         ASSERT_NEAR(pixels[i], tiff.m_Samples[i], 24);
-    // Entropy-coded data overwritten with end marks: a decoder would make the rest grey.
+    // Entropy-coded data overwritten with end marks: a decoder would fill the rest with grey.
     for (std::size_t i = 200; i + 1 < 400; i += 2) {
         file[i] = 0xFF;
         file[i + 1] = 0xD9;
@@ -326,7 +326,7 @@ TEST_F(TiffFile, AnAbsurdSizeIsCorruptedAndTakesNoMemory) {
     }
 }
 
-TEST_F(TiffFile, ResolutionAndTitleAreTaken) {
+TEST_F(TiffFile, ResolutionAndTitleAreRead) {
     TestTiff tiff = fnNoise(5, 5, PHOTOMETRIC_RGB, 3, 8);
     const struct {
         int m_nUnit;
@@ -357,7 +357,7 @@ TEST_F(TiffFile, ResolutionAndTitleAreTaken) {
     EXPECT_STREQ(m_Image.Title, "named");
 }
 
-TEST_F(TiffFile, FractionsAndSamplesOfOddSizesAreNotSupported) {
+TEST_F(TiffFile, FloatingPointAndOddSizedSamplesAreNotSupported) {
     TestTiff tiff = fnNoise(8, 8, PHOTOMETRIC_MINISBLACK, 1, 32);
     fnPut(tiff.fnMake());
     fnExpectRefused(-102);
@@ -368,7 +368,7 @@ TEST_F(TiffFile, FractionsAndSamplesOfOddSizesAreNotSupported) {
     fnExpectRefused(-102);
 }
 
-TEST_F(TiffFile, WhatTheImageDoesNotTakeIsTold) {
+TEST_F(TiffFile, FeaturesThatTheImageDropsAreReported) {
     const auto isReduced = [&](const TestTiff& tiff) {
         fnPut(tiff.fnMake());
         const CqPictureResult result = fnRead();

@@ -20,7 +20,7 @@ std::string fnLow(std::uint32_t value, int bytes) {
     return text;
 }
 
-/// A chunk, made even.
+/// A chunk, padded to even length.
 std::string fnChunk(const std::string& id, const std::string& bytes) {
     return id + fnLow(static_cast<std::uint32_t>(bytes.size()), 4) + bytes +
            std::string(bytes.size() % 2, '\0');
@@ -63,7 +63,7 @@ protected:
         EXPECT_EQ(fnSamples(wave), samples);
     }
 
-    /// The file ends with a message, and the sound stays.
+    /// Expects the read to fail with a message, and the sound to stay.
     void fnExpectRefused(int message, const std::string& file) {
         fnPut(file);
         fnExpectUnread(message);
@@ -83,7 +83,7 @@ protected:
     }
 };
 
-/// Notes what it is told, and ends the work at one of its calls, counted from 1; 0: never.
+/// Records its calls, and aborts at one of them, counted from 1; 0: never.
 class Listener : public CqPictureProgress {
 public:
     explicit Listener(std::size_t abortAt = 0) : m_nAbortAt(abortAt) {}
@@ -123,10 +123,10 @@ TEST_F(WaveFileTest, APlainFileIsRead) {
     EXPECT_EQ(format.cbSize, 0);
 }
 
-TEST_F(WaveFileTest, ChunksAreWalkedInWhateverOrderTheyStand) {
+TEST_F(WaveFileTest, ChunksAreReadInAnyOrder) {
     const std::string format = fnChunk("fmt ", fnFormat(1, 8));
     const std::string data = fnChunk("data", "abc");
-    const std::string other = fnChunk("LIST", "odd"); // with the byte that makes it even
+    const std::string other = fnChunk("LIST", "odd"); // with its padding byte
     for (const std::string& chunks :
          {other + format + data, format + other + data, format + data + other,
           data + other + format, other + other + data + format + other,
@@ -134,13 +134,13 @@ TEST_F(WaveFileTest, ChunksAreWalkedInWhateverOrderTheyStand) {
         fnExpectRead(fnFile(chunks), "abc");
 }
 
-TEST_F(WaveFileTest, OfSeveralFormatsAndSamplesTheFirstCounts) {
+TEST_F(WaveFileTest, TheFirstOfSeveralFormatsAndSamplesIsUsed) {
     fnExpectRead(fnFile(fnChunk("fmt ", fnFormat(1, 8)) + fnChunk("fmt ", fnFormat(1, 16)) +
                         fnChunk("data", "abc") + fnChunk("data", "de")),
                  "abc");
 }
 
-TEST_F(WaveFileTest, TheSizeInTheHeadIsNotLookedAt) {
+TEST_F(WaveFileTest, TheSizeInTheHeaderIsIgnored) {
     std::string file = fnFile(fnChunk("fmt ", fnFormat(1, 8)) + fnChunk("data", "abc"));
     for (const std::uint32_t size : {0u, 5u, 0xFFFFFFFFu}) {
         file.replace(4, 4, fnLow(size, 4));
@@ -159,7 +159,7 @@ TEST_F(WaveFileTest, LongerAndExtensibleFormatsAreRead) {
     EXPECT_EQ(wave.fnGetFormat().nChannels, 6);
 }
 
-TEST_F(WaveFileTest, BytesBehindTheLastWholeFrameAreLeftOut) {
+TEST_F(WaveFileTest, BytesAfterTheLastCompleteFrameAreDropped) {
     fnExpectRead(fnFile(fnChunk("fmt ", fnFormat(2, 16)) + fnChunk("data", "1234567")), "1234");
 }
 
@@ -180,7 +180,7 @@ TEST_F(WaveFileTest, OtherFilesAreNotSupported) {
     fnExpectRefused(-102, "R");
 }
 
-TEST_F(WaveFileTest, FormatsThatDisagreeWithThemselvesAreCorrupted) {
+TEST_F(WaveFileTest, InconsistentFormatsAreCorrupted) {
     const std::string data = fnChunk("data", "abcdefgh");
     for (const auto& [at, byte] : {std::pair{12, 0}, {12, 3}, {2, 0}, {2, 3}}) {
         std::string format = fnFormat(2, 16);
@@ -193,7 +193,7 @@ TEST_F(WaveFileTest, FormatsThatDisagreeWithThemselvesAreCorrupted) {
     fnExpectRefused(-6, fnFile(fnChunk("fmt ", fnFormat(2, 16).substr(0, 14)) + data));
 }
 
-TEST_F(WaveFileTest, AFileThatEndsEarlyIsCorruptedWhereverItEnds) {
+TEST_F(WaveFileTest, AFileTruncatedAnywhereIsCorrupted) {
     const std::string file = fnFile(fnChunk("LIST", "odd") + fnChunk("fmt ", fnFormat(1, 16)) +
                                     fnChunk("data", "abcdef"));
     for (std::size_t length = 8; length < file.size(); ++length)
@@ -209,13 +209,13 @@ TEST_F(WaveFileTest, SamplesThatReachBeyondTheFileAreCorrupted) {
     fnExpectRefused(-6, fnFile("LIST" + fnLow(0xFFFFFFFFu, 4)));
 }
 
-TEST_F(WaveFileTest, AFileOfNothingIsEmpty) {
+TEST_F(WaveFileTest, AFileOfZeroBytesIsEmpty) {
     fnExpectRefused(-11, "");
     fnExpectRefused(-11, fnFile(fnChunk("fmt ", fnFormat(1, 8)) + fnChunk("data", "")));
     fnExpectRefused(-11, fnFile(fnChunk("fmt ", fnFormat(2, 16)) + fnChunk("data", "abc")));
 }
 
-TEST_F(WaveFileTest, AFileThatCantBeOpenedOrReadIsTold) {
+TEST_F(WaveFileTest, AFileThatCannotBeOpenedOrReadIsReported) {
     fnExpectUnread(-3);
     fnPut(fnFile(fnChunk("fmt ", fnFormat(1, 8)) + fnChunk("data", std::string(100000, 'a'))));
     auto& stream = *m_World->m_pFiles->m_pStream;
@@ -227,7 +227,7 @@ TEST_F(WaveFileTest, AFileThatCantBeOpenedOrReadIsTold) {
     fnExpectUnread(-4);
 }
 
-TEST_F(WaveFileTest, ALongReadTellsHowFarItIs) {
+TEST_F(WaveFileTest, ALongReadReportsItsProgress) {
     std::string samples;
     fnPut(fnLongFile(samples));
     CqWave wave;
@@ -244,7 +244,7 @@ TEST_F(WaveFileTest, ALongReadTellsHowFarItIs) {
     EXPECT_EQ(brief.m_Told, (std::vector<unsigned int>{0, 100}));
 }
 
-TEST_F(WaveFileTest, AReadThatIsStoppedLeavesTheSoundWhereverItIsStopped) {
+TEST_F(WaveFileTest, AReadAbortedAnywhereLeavesTheSound) {
     std::string samples;
     fnPut(fnLongFile(samples));
     for (std::size_t call = 1; call <= 5; ++call) {
@@ -254,7 +254,7 @@ TEST_F(WaveFileTest, AReadThatIsStoppedLeavesTheSoundWhereverItIsStopped) {
     }
 }
 
-TEST_F(WaveFileTest, EachReadThatFailsLeavesTheSound) {
+TEST_F(WaveFileTest, EachFailedReadLeavesTheSound) {
     std::string samples;
     fnPut(fnLongFile(samples));
     CqWave wave;
@@ -271,7 +271,7 @@ TEST_F(WaveFileTest, EachReadThatFailsLeavesTheSound) {
     }
 }
 
-TEST_F(WaveFileTest, AFileThatBreaksOffInItsSamplesLeavesTheSound) {
+TEST_F(WaveFileTest, AFileTruncatedInItsSamplesLeavesTheSound) {
     std::string samples;
     const std::string file = fnLongFile(samples);
     for (const std::size_t missing : {1u, 300'000u, 999'999u}) {
@@ -282,7 +282,7 @@ TEST_F(WaveFileTest, AFileThatBreaksOffInItsSamplesLeavesTheSound) {
     }
 }
 
-TEST_F(WaveFileTest, WantOfMemoryIsTold) {
+TEST_F(WaveFileTest, ExhaustedMemoryIsReported) {
     fnPut(fnFile(fnChunk("fmt ", fnFormat(1, 8)) + fnChunk("data", "abc")));
     std::size_t told = 0;
     fnFailEachAllocation([&](CqAllocationFailure& failure) {
@@ -290,7 +290,7 @@ TEST_F(WaveFileTest, WantOfMemoryIsTold) {
         const CqWaveFileResult result = q32ReadWave(kPath, fresh);
         failure.fnEnd();
         EXPECT_EQ(result.fnIsDone(), fresh.fnGetBuffer() != nullptr);
-        // Some failures are got over: the block goes to a scratch disk.
+        // Some failures are recovered: the block goes to a scratch disk.
         EXPECT_TRUE(result.fnIsDone() || failure.fnHappened());
         told += result.fnIsDone() ? 0 : 1;
     });
@@ -303,14 +303,14 @@ TEST_F(WaveFileTest, WantOfMemoryIsTold) {
     EXPECT_EQ(fnSamples(wave), "abc");
 }
 
-TEST_F(WaveFileTest, ASoundIsWrittenPlainly) {
+TEST_F(WaveFileTest, ASoundIsWrittenInThePlainFormat) {
     CqWave wave(1, 8, 8000, 3, true);
     fnFill(wave, "abc");
     EXPECT_TRUE(q32WriteWave(kPath, wave).fnIsDone());
     EXPECT_EQ(fnGet(), fnFile(fnChunk("fmt ", fnFormat(1, 8)) + fnChunk("data", "abc")));
 }
 
-TEST_F(WaveFileTest, WhatIsWrittenIsAResourceToo) {
+TEST_F(WaveFileTest, AWrittenFileIsAValidResource) {
     CqWave wave(2, 16, 8000, 2, true);
     fnFill(wave, "12345678");
     ASSERT_TRUE(q32WriteWave(kPath, wave).fnIsDone());
@@ -319,7 +319,7 @@ TEST_F(WaveFileTest, WhatIsWrittenIsAResourceToo) {
     EXPECT_EQ(fnSamples(CqWave(1u)), "12345678");
 }
 
-TEST_F(WaveFileTest, WhatIsWrittenReadsBack) {
+TEST_F(WaveFileTest, AWrittenFileReadsBack) {
     Random random(3);
     for (int run = 0; run < 200; ++run) {
         CqWave wave(1 + random() % 8, 8 * (1 + random() % 2), 1 + random(),
@@ -336,7 +336,7 @@ TEST_F(WaveFileTest, WhatIsWrittenReadsBack) {
     }
 }
 
-TEST_F(WaveFileTest, WhatNoFileCanHoldIsNotWritten) {
+TEST_F(WaveFileTest, SoundsThatNoFileCanHoldAreNotWritten) {
     fnPut("what stood there before");
     EXPECT_EQ(q32WriteWave(kPath, CqWave()).m_nMsgId, -11);
     EXPECT_EQ(q32WriteWave(kPath, CqWave(1, 24, 8000, 3, true)).m_nMsgId, -102);
@@ -345,7 +345,7 @@ TEST_F(WaveFileTest, WhatNoFileCanHoldIsNotWritten) {
     EXPECT_EQ(fnGet(), "what stood there before");
 }
 
-/// A sound that claims bytes that nobody has.
+/// A sound that claims bytes that don't exist.
 struct ClaimedWave : CqWave {
     void fnClaim(std::uint32_t size) {
         CString path;
@@ -354,9 +354,9 @@ struct ClaimedWave : CqWave {
     }
 };
 
-TEST_F(WaveFileTest, ASoundTooLongForTheSizeInTheHeadIsNotWritten) {
+TEST_F(WaveFileTest, ASoundTooLongForTheSizeInTheHeaderIsNotWritten) {
     fnPut("what stood there before");
-    // The head counts 36 bytes of its own, and the one that makes an odd size even.
+    // The size in the header includes 36 bytes of headers and the padding byte of an odd size.
     for (const std::uint32_t size : {0xFFFFFFDBu, 0xFFFFFFDCu, 0xFFFFFFFFu}) {
         ClaimedWave wave;
         wave.fnClaim(size);
@@ -365,7 +365,7 @@ TEST_F(WaveFileTest, ASoundTooLongForTheSizeInTheHeadIsNotWritten) {
     EXPECT_EQ(fnGet(), "what stood there before");
 }
 
-TEST_F(WaveFileTest, AFileThatAnotherProgramHasOpenIsToldAsSuch) {
+TEST_F(WaveFileTest, AFileOpenInAnotherProgramIsReportedAsInUse) {
     const std::string file = fnFile(fnChunk("fmt ", fnFormat(1, 8)) + fnChunk("data", "abc"));
     fnPut(file);
     CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
@@ -383,7 +383,7 @@ TEST_F(WaveFileTest, AFileThatAnotherProgramHasOpenIsToldAsSuch) {
     EXPECT_EQ(m_World->m_pDisks->fnGetFiles().size(), 1u);
 }
 
-TEST_F(WaveFileTest, AFailedWriteKeepsWhatStoodThere) {
+TEST_F(WaveFileTest, AFailedWriteKeepsTheOldFile) {
     const CqWave wave(1, 8, 8000, 200000, true);
     auto& files = *m_World->m_pFiles;
     for (CqHeadlessCalls* calls :

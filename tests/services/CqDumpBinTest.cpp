@@ -9,7 +9,7 @@ namespace {
 
 using DumpBin = DumpTest;
 
-/// Cause of the file exception that `work` ends with; none without one.
+/// Cause of the file exception that `work` throws; none if it throws none.
 template <typename Work>
 CQ_FILE_CAUSE fnCauseOf(Work&& work) {
     try {
@@ -24,7 +24,7 @@ CQ_FILE_CAUSE fnCauseOf(Work&& work) {
 
 } // namespace
 
-TEST_F(DumpBin, AFreshStreamHasNoBuffer) {
+TEST_F(DumpBin, ANewStreamHasNoBuffer) {
     OpenDumpBin dump;
     EXPECT_EQ(dump.m_pBuffer, nullptr);
     EXPECT_EQ(dump.m_nCapacity, 0u);
@@ -35,13 +35,13 @@ TEST_F(DumpBin, AFreshStreamHasNoBuffer) {
     EXPECT_EQ(dump.m_pBuffer, nullptr) << "nothing was put out";
 }
 
-TEST_F(DumpBin, EachLineFeedGetsACarriageReturnInFront) {
+TEST_F(DumpBin, EachLineFeedGetsACarriageReturnBeforeIt) {
     OpenDumpBin dump;
     dump << "a\nb\n\nc";
     EXPECT_EQ(dump.fnGetText(), "a\r\nb\r\n\r\nc");
 }
 
-TEST_F(DumpBin, ACarriageReturnAheadOfALineFeedIsDoubled) {
+TEST_F(DumpBin, ACarriageReturnBeforeALineFeedIsDoubled) {
     OpenDumpBin dump;
     dump << "a\r\nb\rc";
     EXPECT_EQ(dump.fnGetText(), "a\r\r\nb\rc");
@@ -101,7 +101,7 @@ TEST_F(DumpBin, AFormatBeyondFifteenBytesIsRefused) {
     EXPECT_STREQ(OpenDumpBin::m_szFloatFmt, "%f");
 }
 
-TEST_F(DumpBin, ALongNumberOfAFloatIsWhole) {
+TEST_F(DumpBin, ALongFloatIsWrittenCompletely) {
     OpenDumpBin dump;
     dump << std::numeric_limits<double>::max();
     EXPECT_EQ(dump.m_nLength, 309u + 3u);
@@ -175,7 +175,7 @@ TEST_F(DumpBin, RandomOutputsFollowTheGrowthRule) {
     }
 }
 
-TEST_F(DumpBin, AHexDumpHasTheAddressAheadOfEachLine) {
+TEST_F(DumpBin, AHexDumpHasTheAddressAtTheStartOfEachLine) {
     unsigned char bytes[] = {0x00, 0x0A, 0xFF, 0x7F, 0x80};
     OpenDumpBin dump;
     dump.fnHexDump("%p:", bytes, 5, 4);
@@ -192,7 +192,7 @@ TEST_F(DumpBin, AFullLastLineEndsOnce) {
     EXPECT_EQ(dump.fnGetText(), " 01 02\r\n 03 04\r\n");
 }
 
-TEST_F(DumpBin, OneByteALine) {
+TEST_F(DumpBin, AHexDumpCanHaveOneBytePerLine) {
     unsigned char bytes[] = {1, 2};
     OpenDumpBin dump;
     dump.fnHexDump("#\n", bytes, 2, 1);
@@ -208,7 +208,7 @@ TEST_F(DumpBin, AHexDumpOfNothingIsNothing) {
     EXPECT_EQ(dump.m_pBuffer, nullptr);
 }
 
-TEST_F(DumpBin, WithoutALineLengthAllBytesStandInOneLine) {
+TEST_F(DumpBin, WithoutALineLengthAllBytesAreOnOneLine) {
     unsigned char bytes[] = {1, 2, 3};
     OpenDumpBin dump;
     dump.fnHexDump("a", bytes, 3, 0);
@@ -245,7 +245,7 @@ TEST_F(DumpBin, FlushingAClearedStreamMakesAnEmptyFile) {
     EXPECT_EQ(dump.fnGetText(), "new");
 }
 
-TEST_F(DumpBin, AFlushThatFailsTellsItsCause) {
+TEST_F(DumpBin, AFailedFlushReportsItsCause) {
     OpenDumpBin dump;
     dump << "text";
     const auto flush = [&] { dump.fnFlush("C:\\log.txt"); };
@@ -263,7 +263,7 @@ TEST_F(DumpBin, AFlushThatFailsTellsItsCause) {
     EXPECT_EQ(dump.fnGetText(), "text");
 }
 
-TEST_F(DumpBin, AFileThatIsOpenElsewhereCantBeFlushedTo) {
+TEST_F(DumpBin, AFileThatIsOpenElsewhereCannotBeFlushedTo) {
     OpenDumpBin dump;
     dump << "text";
     m_World->m_pDisks->fnPutFile("C:\\log.txt", "theirs");
@@ -271,7 +271,7 @@ TEST_F(DumpBin, AFileThatIsOpenElsewhereCantBeFlushedTo) {
     EXPECT_EQ(fnCauseOf([&] { dump.fnFlush("C:\\log.txt"); }), FILE_CAUSE_SHARING_VIOLATION);
 }
 
-TEST_F(DumpBin, WithoutMemoryTheTextStays) {
+TEST_F(DumpBin, WithoutMemoryTheTextIsUnchanged) {
     OpenDumpBin dump;
     dump << "kept";
     const char* buffer = dump.m_pBuffer;
@@ -290,7 +290,7 @@ TEST_F(DumpBin, WithoutMemoryTheTextStays) {
 TEST_F(DumpBin, ATextThatWouldPassFourGigabytesIsRefused) {
     OpenDumpBin dump;
     dump << "kept";
-    dump.m_nCapacity = dump.m_nLength = 0xFFFFFFF0u; // as if it were so long
+    dump.m_nCapacity = dump.m_nLength = 0xFFFFFFF0u; // simulates that length
     EXPECT_TRUE(fnRaisesMemoryException([&] { dump << "a few more bytes than there are left"; }));
     dump.m_nCapacity = 1024;
     dump.m_nLength = 4;
@@ -329,7 +329,7 @@ TEST_F(DumpBin, AFlushWithoutMemoryLeavesTheText) {
     EXPECT_EQ(m_World->m_pDisks->fnGetFile("C:\\Temp\\a log with a long name.txt"), "text");
 }
 
-TEST_F(DumpBin, AFileWithoutANameCantBeFlushedTo) {
+TEST_F(DumpBin, AFileWithoutANameCannotBeFlushedTo) {
     OpenDumpBin dump;
     dump << "text";
     const CQ_FILE_CAUSE cause = fnCauseOf([&] { dump.fnFlush(""); });
@@ -337,7 +337,7 @@ TEST_F(DumpBin, AFileWithoutANameCantBeFlushedTo) {
     EXPECT_EQ(fnCauseOf([&] { dump.fnFlush(nullptr); }), cause);
 }
 
-TEST(DumpBinAlone, AStreamThatOutlivesTheLibraryCantBeFlushed) {
+TEST(DumpBinAlone, AStreamThatOutlivesTheLibraryCannotBeFlushed) {
     const auto world = q32HeadlessWorld();
     OpenDumpBin dump;
     ASSERT_TRUE(q32Attach(world->fnPlatform()));

@@ -17,7 +17,7 @@ using DumpWnd = DumpTest;
 
 } // namespace
 
-TEST_F(DumpWnd, TheWindowIsMadeWithItsCaptionMenuAndPrompts) {
+TEST_F(DumpWnd, TheWindowIsCreatedWithItsCaptionMenuAndPrompts) {
     ASSERT_TRUE(q32CreateDumpWnd());
     const CqHeadlessDumpView& view = *fnView();
     EXPECT_EQ(view.fnGetCaption(), "Dump Window");
@@ -33,7 +33,7 @@ TEST_F(DumpWnd, TheWindowIsMadeWithItsCaptionMenuAndPrompts) {
                   {}}));
 }
 
-TEST_F(DumpWnd, AHighlightedItemHasItsPromptInTheStatusBar) {
+TEST_F(DumpWnd, AHighlightedItemShowsItsPromptInTheStatusBar) {
     CqHeadlessDumpView& view = fnOpen();
     view.fnHighlight(kSave);
     EXPECT_EQ(view.fnGetStatusText(), "Save the content of this window");
@@ -43,7 +43,7 @@ TEST_F(DumpWnd, AHighlightedItemHasItsPromptInTheStatusBar) {
     EXPECT_EQ(view.fnGetStatusText(), "Ready");
 }
 
-TEST_F(DumpWnd, ASecondWindowIsNotMade) {
+TEST_F(DumpWnd, ASecondWindowIsNotCreated) {
     ASSERT_TRUE(q32CreateDumpWnd());
     const CqHeadlessDumpView* view = fnView();
     EXPECT_TRUE(q32CreateDumpWnd());
@@ -81,7 +81,7 @@ TEST_F(DumpWnd, AStreamShowsItsTextAtOnce) {
 }
 
 TEST_F(DumpWnd, ThePictureShowsCaptionTextAndStatus) {
-    CqHeadlessDumpView& view = fnOpen("Layout=0,0,84,66\r\n"); // 14 cells by 6
+    CqHeadlessDumpView& view = fnOpen("Layout=0,0,84,66\r\n"); // 14 x 6 cells
     CqDumpBin dump;
     dump << "first line, a long one\n\tsecond\n3\n4\n5";
     EXPECT_EQ(view.fnGetCells(),
@@ -111,7 +111,7 @@ TEST_F(DumpWnd, ClearingAStreamThatHasWrittenNothingEmptiesTheWindow) {
     EXPECT_EQ(view.fnGetText(), "text!");
 }
 
-TEST_F(DumpWnd, TheLastStreamToWriteIsTheOneThatIsShown) {
+TEST_F(DumpWnd, TheLastStreamToWriteIsShown) {
     CqHeadlessDumpView& view = fnOpen();
     OpenDumpBin first;
     OpenDumpBin second;
@@ -126,7 +126,7 @@ TEST_F(DumpWnd, TheLastStreamToWriteIsTheOneThatIsShown) {
     EXPECT_EQ(view.fnGetText(), "");
 }
 
-TEST_F(DumpWnd, AWindowThatComesLaterShowsTheWholeStreamAtItsNextOutput) {
+TEST_F(DumpWnd, AWindowCreatedLaterShowsTheWholeStreamAtItsNextOutput) {
     OpenDumpBin dump;
     dump << "before ";
     CqHeadlessDumpView& view = fnOpen();
@@ -135,7 +135,7 @@ TEST_F(DumpWnd, AWindowThatComesLaterShowsTheWholeStreamAtItsNextOutput) {
     EXPECT_EQ(view.fnGetText(), "before after");
 }
 
-TEST_F(DumpWnd, AStreamInAnEndedOnesPlaceDoesNotContinueItsText) {
+TEST_F(DumpWnd, AStreamAtADestroyedOnesAddressDoesNotContinueItsText) {
     CqHeadlessDumpView& view = fnOpen();
     alignas(OpenDumpBin) unsigned char place[sizeof(OpenDumpBin)];
     auto* ended = new (place) OpenDumpBin;
@@ -163,7 +163,7 @@ TEST_F(DumpWnd, EachByteOfALongLogIsHandedToTheWindowOnce) {
     EXPECT_TRUE(view.fnGetText() == dump.fnGetText());
 }
 
-TEST_F(DumpWnd, AWindowThatCantAppendIsGivenTheWholeTextEachTime) {
+TEST_F(DumpWnd, AWindowThatCannotAppendGetsTheCompleteTextEachTime) {
     CqHeadlessDumpView& view = fnOpen();
     fnDesk().m_bAppends = false;
     OpenDumpBin dump;
@@ -206,7 +206,7 @@ TEST_F(DumpWnd, AlwaysOnTopIsSwitchedInTheMenu) {
     EXPECT_FALSE(view.fnChoose(0));
 }
 
-TEST_F(DumpWnd, AWindowThatCantBeMadeIsToldByTheResultAlone) {
+TEST_F(DumpWnd, AWindowThatCannotBeCreatedIsReportedOnlyByTheResult) {
     fnDesk().m_Create.fnFail();
     EXPECT_FALSE(q32CreateDumpWnd());
     EXPECT_TRUE(fnBoxes().empty());
@@ -214,7 +214,7 @@ TEST_F(DumpWnd, AWindowThatCantBeMadeIsToldByTheResultAlone) {
     EXPECT_TRUE(q32CreateDumpWnd());
 }
 
-TEST_F(DumpWnd, APartThatCantBeMadeIsToldByAMessage) {
+TEST_F(DumpWnd, APartThatCannotBeCreatedIsReportedByAMessage) {
     for (CqHeadlessCalls* calls : {&fnDesk().m_CreateText, &fnDesk().m_CreateStatusBar}) {
         m_World->m_pMessages->fnClearBoxes();
         calls->fnFail();
@@ -229,7 +229,7 @@ TEST_F(DumpWnd, APartThatCantBeMadeIsToldByAMessage) {
 
 TEST_F(DumpWnd, TheTextHasTheFontOfIconTitles) {
     m_World->m_pScreen->fnSetIconTitleHeight(22);
-    CqHeadlessDumpView& view = fnOpen("Layout=0,0,84,77\r\n"); // 14 cells by 7
+    CqHeadlessDumpView& view = fnOpen("Layout=0,0,84,77\r\n"); // 14 x 7 cells
     EXPECT_EQ(view.fnGetFont().fnGetMetrics().tmHeight, 22);
     CqDumpBin dump;
     dump << "first line\n2\n3";
@@ -238,7 +238,7 @@ TEST_F(DumpWnd, TheTextHasTheFontOfIconTitles) {
         << "seven cells of twelve pixels, and two and a half rows";
 }
 
-TEST_F(DumpWnd, WithoutTheFontTheWindowStandsAllTheSame) {
+TEST_F(DumpWnd, WithoutTheFontTheWindowIsStillCreated) {
     m_World->m_pScreen->fnSetIconTitleHeight(22);
     CqHeadlessPaintCalls& paint = m_World->m_pScreen->m_Paint;
     for (CqHeadlessCalls* calls : {&paint.m_IconTitleFont, &paint.m_CreateFont}) {
@@ -268,7 +268,7 @@ TEST_F(DumpWnd, CreatingWithoutMemoryShowsAMessageAndLeavesNoWindow) {
     EXPECT_GT(failures, refused) << "reading the settings is done without";
 }
 
-TEST_F(DumpWnd, DestroyingWithoutMemoryLosesTheLayoutAlone) {
+TEST_F(DumpWnd, DestroyingWithoutMemoryLosesOnlyTheLayout) {
     for (std::size_t nth = 1; nth <= 40; ++nth) {
         ASSERT_TRUE(q32CreateDumpWnd());
         CqAllocationFailure failure(nth, true);
@@ -280,12 +280,12 @@ TEST_F(DumpWnd, DestroyingWithoutMemoryLosesTheLayoutAlone) {
 
 namespace {
 
-/// A view that can do no more than it must, and has no memory to tell its place.
+/// A view with the mandatory functions only, which runs out of memory when asked for its position.
 class BareView : public CqDumpView {
 public:
     BareView(std::string& text, CqDumpViewEvents& events) : m_Text(text), m_Events(events) {}
     bool fnChoose(UINT id) { return m_Events.fnOnSysCommand(id); }
-    unsigned m_nRaised = 0; ///< how often the window was put above the others
+    unsigned m_nRaised = 0; ///< how often the window was raised
 
     bool fnCreateText() override { return true; }
     bool fnCreateStatusBar() override { return true; }
@@ -316,7 +316,7 @@ public:
     CWnd* fnGetMainWnd() override { return nullptr; }
     std::unique_ptr<CqDumpView> fnCreateDumpView(const CqDumpViewSetup& setup,
                                                  CqDumpViewEvents& events) override {
-        // Without a view of its own, a window service has none.
+        // The default of the window service creates no view.
         EXPECT_EQ(CqWindowService::fnCreateDumpView(setup, events), nullptr);
         if (!m_bHasView)
             return nullptr;
@@ -330,7 +330,7 @@ public:
 
 } // namespace
 
-TEST(DumpWndOfABareView, ShowsTheTextAndLosesNoMoreThanItsLayout) {
+TEST(DumpWndOfABareView, ShowsTheTextAndLosesOnlyItsLayout) {
     const auto world = q32HeadlessWorld();
     const auto windows = std::make_shared<BareWindows>();
     CqPlatform platform = world->fnPlatform();

@@ -35,7 +35,7 @@ protected:
         (text.*split)(path);
         return std::string(text, static_cast<std::size_t>(text.GetLength()));
     }
-    /// The whole content with its inner zeros.
+    /// The complete content with its embedded zeros.
     static std::string fnBytes(const CqPowerStr& text) {
         return std::string(text, static_cast<std::size_t>(text.GetLength()));
     }
@@ -80,14 +80,14 @@ TEST_F(PowerStr, APathIsSplitIntoItsParts) {
     }
 }
 
-TEST_F(PowerStr, ALongPathIsCutTo519BytesBeforeItsDirectoryIsLookedFor) {
+TEST_F(PowerStr, ALongPathIsTruncatedTo519BytesBeforeItsDirectoryIsSought) {
     const std::string path = "C:\\" + fnTimes(400, 'a') + "\\" + fnTimes(200, 'b') + "\\c";
     EXPECT_EQ(fnPath(path), "C:\\" + fnTimes(400, 'a') + "\\");
     EXPECT_EQ(fnPath(fnTimes(518, 'a') + "\\b"), fnTimes(518, 'a') + "\\");
     EXPECT_EQ(fnPath(fnTimes(519, 'a') + "\\b"), "");
 }
 
-TEST_F(PowerStr, ATitleAndARootLookAt259BytesAlone) {
+TEST_F(PowerStr, ATitleAndARootReadOnly259Bytes) {
     EXPECT_EQ(fnTitle("C:\\" + fnTimes(300, 'a')), fnTimes(256, 'a'));
     EXPECT_EQ(fnTitle(fnTimes(258, 'a') + "\\b"), "");
     EXPECT_EQ(fnTitle("C:\\" + fnTimes(255, 'a') + ".txt"), fnTimes(255, 'a'));
@@ -102,7 +102,7 @@ TEST_F(PowerStr, AFileNameAndAnExtensionHaveNoLimit) {
     EXPECT_EQ(fnExt((fnTimes(5000, 'a') + "." + fnTimes(5000, 'b')).c_str()), fnTimes(5000, 'b'));
 }
 
-TEST_F(PowerStr, ATrailByteIsNoSeparatorInADoubleByteCodePage) {
+TEST_F(PowerStr, ATrailByteIsNotASeparatorInADoubleByteCodePage) {
     // 83 5C is one character of code page 932; 5C alone is the backslash.
     const std::string so = "\x83\x5c";
     const std::string path = "C:\\" + so + "x\\" + so + "." + so + "t";
@@ -126,10 +126,10 @@ TEST_F(PowerStr, Utf8PathsAreSplitBetweenCharacters) {
     EXPECT_EQ(fnFile("\xE3\\a"), "a") << "an unfinished character ends ahead of the backslash";
 }
 
-TEST_F(PowerStr, ACutSplitsNoCharacter) {
+TEST_F(PowerStr, TruncationSplitsNoCharacter) {
     m_World->m_pLocale->fnSetCodePage(932);
     const std::string so = "\x83\x5c";
-    // 258 bytes, then a character on the border.
+    // 258 bytes, then a character across the limit.
     EXPECT_EQ(fnTitle("C:\\" + fnTimes(255, 'a') + so + "b"), fnTimes(255, 'a'));
     EXPECT_EQ(fnTitle("C:\\" + fnTimes(254, 'a') + so + "b"), fnTimes(254, 'a') + so);
     m_World->m_pLocale->fnSetCodePage(65001);
@@ -168,7 +168,7 @@ TEST_F(PowerStr, OneBackslashIsAppendedAtMost) {
     EXPECT_STREQ(text, "C:\\\x83\x5c\\");
 }
 
-TEST_F(PowerStr, ARemovedBackslashGoesWithoutChangingTheLength) {
+TEST_F(PowerStr, RemovingABackslashLeavesTheLength) {
     CqPowerStr text("C:\\dir\\");
     text.fnRemoveSlash();
     EXPECT_STREQ(text, "C:\\dir");
@@ -177,7 +177,7 @@ TEST_F(PowerStr, ARemovedBackslashGoesWithoutChangingTheLength) {
     EXPECT_STREQ(text, "C:\\dir");
 }
 
-TEST_F(PowerStr, ARemovedBackslashGoesFromTheCopiesToo) {
+TEST_F(PowerStr, RemovingABackslashChangesTheCopiesToo) {
     CqPowerStr text("C:\\dir\\");
     const CqPowerStr copy(text);
     const CString other(text);
@@ -187,7 +187,7 @@ TEST_F(PowerStr, ARemovedBackslashGoesFromTheCopiesToo) {
     EXPECT_EQ(other.GetLength(), 7);
 }
 
-TEST_F(PowerStr, OnlyABackslashAtTheEndIsRemoved) {
+TEST_F(PowerStr, OnlyATrailingBackslashIsRemoved) {
     for (const char* path : {"", "C:\\dir", "a/"}) {
         CqPowerStr text(path);
         text.fnRemoveSlash();
@@ -250,7 +250,7 @@ TEST_F(PowerStr, NoSegmentAtAllIsAnEmptyList) {
     EXPECT_EQ(std::string(filter, 2), std::string(2, '\0'));
 }
 
-TEST_F(PowerStr, AStringOfAnotherOriginTakesItsSpareRoomAlong) {
+TEST_F(PowerStr, ASegmentIsAppendedAfterTheSpareCapacity) {
     CqPowerStr text("abcdef");
     text.GetBuffer(0)[3] = 0;
     text.ReleaseBuffer();
@@ -260,7 +260,7 @@ TEST_F(PowerStr, AStringOfAnotherOriginTakesItsSpareRoomAlong) {
     EXPECT_EQ(fnBytes(text), std::string("abc\0efx", 7));
 }
 
-TEST_F(PowerStr, ASharedStringIsLeftAloneByASegment) {
+TEST_F(PowerStr, AddingASegmentLeavesASharedStringUnchanged) {
     CqPowerStr text;
     text.fnSegmentConcat("one");
     const CqPowerStr copy(text);
@@ -316,7 +316,7 @@ TEST_F(PowerStr, WithoutMemoryAStringKeepsItsContent) {
     }
 }
 
-TEST_F(PowerStr, SplitsTouchTheHeapForTheResultAlone) {
+TEST_F(PowerStr, SplitsAllocateOnlyForTheResult) {
     CqPowerStr text("with room for all results");
     const std::size_t before = CqAllocationFailure::fnCount();
     text.fnSplitPathName("C:\\dir\\a.txt");
@@ -326,7 +326,7 @@ TEST_F(PowerStr, SplitsTouchTheHeapForTheResultAlone) {
     EXPECT_EQ(CqAllocationFailure::fnCount(), before);
 }
 
-TEST(PowerStrAlone, PathsNeedNoLibraryToBeAttached) {
+TEST(PowerStrAlone, PathsWorkWithoutAnAttachedLibrary) {
     CqPowerStr text;
     text.fnSplitFileName("C:\\dir\\a.txt");
     EXPECT_STREQ(text, "a.txt");

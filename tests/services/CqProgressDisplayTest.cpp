@@ -8,7 +8,7 @@
 
 namespace {
 
-/// A display of a host's own, which replaces what it is told to.
+/// A host's display, which overrides the functions selected.
 class HostDisplay : public CqProgressDisplay {
 public:
     using CqProgressDisplay::CqProgressDisplay;
@@ -66,7 +66,7 @@ TEST_F(ProgressDisplay, StartsUnabortedWithTheRange0To100) {
     EXPECT_TRUE(display.m_Bitmap.HasHandle());
 }
 
-TEST_F(ProgressDisplay, KeepsARangeThatIsSet) {
+TEST_F(ProgressDisplay, KeepsTheRangeThatIsSet) {
     CqProgressDisplay display(false);
     display.fnSetRange(150, 50);
     unsigned low = 0, high = 0;
@@ -102,14 +102,14 @@ TEST_F(ProgressDisplay, WithoutOutputStillReportsEsc) {
     EXPECT_EQ(fnPainted(), 0u);
 }
 
-TEST_F(ProgressDisplay, PaintsAPercentageOnceButLooksForEscEachTime) {
+TEST_F(ProgressDisplay, PaintsAPercentageOnceButPollsEscEachTime) {
     CqProgressDisplay display;
     bool aborted;
     display.fnDrawStatus(10, &aborted);
     display.fnDrawStatus(10, &aborted);
     EXPECT_EQ(fnPainted(), 1u);
     EXPECT_EQ(fnKeyboard().fnGetLooks(), 2u);
-    display.fnDrawStatus(9, &aborted); // a step back is a change too
+    display.fnDrawStatus(9, &aborted); // a decrease is a change too
     EXPECT_EQ(fnPainted(), 2u);
 }
 
@@ -132,7 +132,7 @@ TEST_F(ProgressDisplay, PaintsNothingWhileEscIsDownAndForgetsItAfterwards) {
     display.fnDrawStatus(20, &aborted);
     EXPECT_TRUE(aborted);
     EXPECT_EQ(display.m_nLastPercent, 10);
-    display.fnDrawStatus(30, nullptr); // the last look still holds
+    display.fnDrawStatus(30, nullptr); // the last poll still applies
     EXPECT_EQ(display.m_nLastPercent, 10);
     EXPECT_EQ(fnPainted(), 1u);
     fnKeyboard().fnSetKey(VK_ESCAPE, false, false);
@@ -142,7 +142,7 @@ TEST_F(ProgressDisplay, PaintsNothingWhileEscIsDownAndForgetsItAfterwards) {
     EXPECT_EQ(display.m_nLastPercent, 40);
 }
 
-TEST_F(ProgressDisplay, KnowsEscByItsStateAsReadAndAsOfNowAndByItsMessages) {
+TEST_F(ProgressDisplay, RecognizesEscByBothKeyStatesAndByItsMessages) {
     const CqProgressDisplay display(false);
     EXPECT_FALSE(display.fnIsAborted());
     fnKeyboard().fnSetKey(VK_ESCAPE, true, false);
@@ -160,7 +160,7 @@ TEST_F(ProgressDisplay, KnowsEscByItsStateAsReadAndAsOfNowAndByItsMessages) {
     EXPECT_FALSE(display.fnIsAborted());
 }
 
-TEST_F(ProgressDisplay, ThrowsEveryKeyAwayUpToEscAndLeavesOtherMessages) {
+TEST_F(ProgressDisplay, DiscardsEveryKeyUpToEscAndLeavesOtherMessages) {
     constexpr UINT kPaint = 0x0F, kMouseMove = 0x200;
     const CqProgressDisplay display(false);
     fnKeyboard().fnPost(kPaint, 1);
@@ -179,11 +179,11 @@ TEST_F(ProgressDisplay, ThrowsEveryKeyAwayUpToEscAndLeavesOtherMessages) {
     fnKeyboard().fnPost(WM_KEYDOWN, VK_ESCAPE);
     fnKeyboard().fnPost(WM_KEYDOWN, 'D');
     EXPECT_TRUE(display.fnIsAborted());
-    ASSERT_EQ(fnKeyboard().fnGetQueue().size(), 3u); // what came after Esc waits
+    ASSERT_EQ(fnKeyboard().fnGetQueue().size(), 3u); // messages after Esc stay queued
     EXPECT_EQ(fnKeyboard().fnGetQueue()[2].m_wParam, WPARAM{'D'});
 }
 
-TEST_F(ProgressDisplay, AKeyThatIsDownLeavesTheQueueAlone) {
+TEST_F(ProgressDisplay, AKeyThatIsDownLeavesTheQueueUnchanged) {
     const CqProgressDisplay display(false);
     fnKeyboard().fnSetKey(VK_ESCAPE, true, false);
     fnKeyboard().fnPost(WM_KEYDOWN, 'A');
@@ -191,7 +191,7 @@ TEST_F(ProgressDisplay, AKeyThatIsDownLeavesTheQueueAlone) {
     EXPECT_EQ(fnKeyboard().fnGetQueue().size(), 1u);
 }
 
-TEST_F(ProgressDisplay, GivesTheBarBackAtTheEnd) {
+TEST_F(ProgressDisplay, RestoresTheBarAtTheEnd) {
     {
         CqProgressDisplay display;
         EXPECT_TRUE(m_Bar.fnGetMessages().empty());
@@ -203,14 +203,14 @@ TEST_F(ProgressDisplay, GivesTheBarBackAtTheEnd) {
     EXPECT_FALSE(m_Bar.fnGetInvalidations()[0].m_bErase);
 }
 
-TEST_F(ProgressDisplay, TellsAControlItsRangeAndEachNewValue) {
+TEST_F(ProgressDisplay, SetsAControlsRangeAndEachNewValue) {
     {
         OpenDisplay display(&m_Control);
         EXPECT_EQ(display.m_pStatusBar, nullptr);
         EXPECT_EQ(display.m_nLastPercent, -1);
         fnExpectMessage(m_Control, 0, 0x401, 0, 0x00640000);
         fnExpectMessage(m_Control, 1, 0x402, 0, 0);
-        display.fnSetRange(50, 150); // the control's own range stays
+        display.fnSetRange(50, 150); // the control keeps its range
         display.fnDrawStatus(0, nullptr);
         fnExpectMessage(m_Control, 2, 0x402, 50, 0);
         display.fnDrawStatus(37, nullptr);
@@ -225,7 +225,7 @@ TEST_F(ProgressDisplay, TellsAControlItsRangeAndEachNewValue) {
     EXPECT_TRUE(m_Bar.fnGetMessages().empty());
 }
 
-TEST_F(ProgressDisplay, ATurnedOrWideRangeWrapsIn32Bits) {
+TEST_F(ProgressDisplay, AnInvertedOrWideRangeWrapsIn32Bits) {
     OpenDisplay display(&m_Control);
     display.fnSetRange(100, 0);
     display.fnDrawStatus(50, nullptr);
@@ -243,7 +243,7 @@ TEST_F(ProgressDisplay, ANullControlMeansNoOutput) {
     EXPECT_FALSE(aborted);
 }
 
-TEST_F(ProgressDisplay, AHostThatReplacesTheLookForEscGetsItsAnswerThrough) {
+TEST_F(ProgressDisplay, AHostThatOverridesThePollForEscDecidesTheResult) {
     HostDisplay display(false);
     bool aborted = false;
     display.m_bAnswer = true;
@@ -256,7 +256,7 @@ TEST_F(ProgressDisplay, AHostThatReplacesTheLookForEscGetsItsAnswerThrough) {
     EXPECT_EQ(display.m_Calls, (std::vector<std::string>{"poll", "poll"}));
 }
 
-TEST_F(ProgressDisplay, AHostThatReplacesTheWipeIsCalledBeforeTheFirstPicture) {
+TEST_F(ProgressDisplay, AHostThatOverridesTheWipeIsCalledBeforeTheFirstPicture) {
     HostDisplay display;
     bool aborted;
     display.fnDrawStatus(1, &aborted);
@@ -265,7 +265,7 @@ TEST_F(ProgressDisplay, AHostThatReplacesTheWipeIsCalledBeforeTheFirstPicture) {
     EXPECT_TRUE(m_Bar.fnGetMessages().empty());
 }
 
-TEST_F(ProgressDisplay, AHostThatReplacesTheDrawingIsCalledThroughThePointer) {
+TEST_F(ProgressDisplay, AHostThatOverridesTheDrawingIsCalledThroughThePointer) {
     ReplacedDisplay replaced;
     CqProgressDisplay* display = &replaced;
     bool aborted = false;
@@ -276,7 +276,7 @@ TEST_F(ProgressDisplay, AHostThatReplacesTheDrawingIsCalledThroughThePointer) {
     EXPECT_EQ(replaced.m_Percents, (std::vector<unsigned>{50, 51}));
 }
 
-TEST_F(ProgressDisplay, FallsSilentWhenItCannotBeLaidOut) {
+TEST_F(ProgressDisplay, StopsDrawingWhenItCannotBeLaidOut) {
     CqHeadlessPaintCalls& paint = fnPaint();
     for (CqHeadlessCalls* calls :
          {&fnScreen().m_GetDC, &paint.m_TextMetrics, &paint.m_DrawText, &paint.m_CreateBitmap}) {
@@ -291,7 +291,7 @@ TEST_F(ProgressDisplay, FallsSilentWhenItCannotBeLaidOut) {
     EXPECT_TRUE(m_Bar.fnGetInvalidations().empty());
 }
 
-TEST_F(ProgressDisplay, FallsSilentOnABarWithoutRoom) {
+TEST_F(ProgressDisplay, StopsDrawingOnABarThatIsTooSmall) {
     for (const CRect& place : {CRect(0, 0, 12, 20), CRect(0, 0, 3, 20), CRect(0, 0, 300, 0)}) {
         m_Bar.fnMove(place);
         EXPECT_EQ(OpenDisplay().m_pStatusBar, nullptr);
@@ -302,7 +302,7 @@ TEST_F(ProgressDisplay, FallsSilentOnABarWithoutRoom) {
     display.fnDrawStatus(100, nullptr);
 }
 
-TEST_F(ProgressDisplay, TheFontIsNotNeeded) {
+TEST_F(ProgressDisplay, WorksWithoutTheFont) {
     for (CqHeadlessCalls* calls : {&fnPaint().m_IconTitleFont, &fnPaint().m_CreateFont}) {
         fnScreen().fnSetIconTitleHeight(22);
         calls->fnFail(1);
@@ -314,7 +314,7 @@ TEST_F(ProgressDisplay, TheFontIsNotNeeded) {
     }
 }
 
-TEST_F(ProgressDisplay, FallsSilentInTheMiddleWhenADeviceContextCannotBeHad) {
+TEST_F(ProgressDisplay, StopsDrawingMidwayWhenADeviceContextIsUnavailable) {
     for (const bool memory : {false, true}) {
         OpenDisplay display;
         display.fnDrawStatus(10, nullptr);
@@ -332,7 +332,7 @@ TEST_F(ProgressDisplay, FallsSilentInTheMiddleWhenADeviceContextCannotBeHad) {
     EXPECT_TRUE(m_Bar.fnGetInvalidations().empty());
 }
 
-TEST_F(ProgressDisplay, GoesOnWithoutAWipeThatFails) {
+TEST_F(ProgressDisplay, ContinuesAfterAFailedWipe) {
     OpenDisplay display;
     fnScreen().m_GetDC.fnFail(1);
     display.fnDrawStatus(10, nullptr);
@@ -340,7 +340,7 @@ TEST_F(ProgressDisplay, GoesOnWithoutAWipeThatFails) {
     EXPECT_EQ(display.m_nLastPercent, 10);
 }
 
-TEST_F(ProgressDisplay, GoesOnWhenAPaintingCallFails) {
+TEST_F(ProgressDisplay, ContinuesAfterAFailedPaintingCall) {
     CqHeadlessPaintCalls& paint = fnPaint();
     OpenDisplay display;
     int percent = 0;
@@ -355,7 +355,7 @@ TEST_F(ProgressDisplay, GoesOnWhenAPaintingCallFails) {
     }
 }
 
-TEST_F(ProgressDisplay, NoLackOfMemoryReachesTheOperationFromTheScreen) {
+TEST_F(ProgressDisplay, ExhaustedMemoryInPaintingNeverReachesTheOperation) {
     const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
         {
             CqProgressDisplay display;
@@ -363,12 +363,12 @@ TEST_F(ProgressDisplay, NoLackOfMemoryReachesTheOperationFromTheScreen) {
         }
         failure.fnEnd();
     });
-    EXPECT_GE(failures, 4u); // two device contexts, a font and a bitmap at the least
+    EXPECT_GE(failures, 4u); // at least two device contexts, a font and a bitmap
 }
 
-/// What the keyboard lacks is told as a lack of memory, since a poll has no other answer. No other
+/// A keyboard that runs out of memory throws, since a poll has no other way to fail. No other
 /// key is taken for Esc, and Esc isn't lost.
-TEST_F(ProgressDisplay, APollWithoutMemoryRaisesAndFindsEscTheNextTime) {
+TEST_F(ProgressDisplay, APollWithoutMemoryThrowsAndFindsEscTheNextTime) {
     const std::size_t failures = fnFailEachAllocation(
         [&] {
             fnKeyboard() = CqHeadlessKeyboard();
@@ -395,5 +395,5 @@ TEST_F(ProgressDisplay, APollWithoutMemoryRaisesAndFindsEscTheNextTime) {
             EXPECT_TRUE(aborted);
             EXPECT_TRUE(fnKeyboard().fnGetQueue().empty());
         });
-    EXPECT_EQ(failures, 2u); // a record of each key that is taken
+    EXPECT_EQ(failures, 2u); // a record of each key removed
 }

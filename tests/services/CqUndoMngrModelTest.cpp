@@ -1,5 +1,5 @@
 /// @file
-/// Random calls of the undo manager, held against a plain model of lists.
+/// Random calls of the undo manager, compared with a plain model of lists.
 
 #include "tests/services/UndoTestTools.h"
 #include "tests/support/AttachedTest.h"
@@ -106,7 +106,7 @@ protected:
         EXPECT_EQ(tag, wanted ? taken.m_nTag : 0u);
         delete object;
     }
-    /// False when the choice fell on a step that there is none of.
+    /// False when the step chosen is unavailable.
     bool fnCall() {
         const std::uint32_t choice = m_Random() % 100;
         if (choice < 45) {
@@ -159,7 +159,7 @@ protected:
         m_ToolBar.fnClearMessages();
         fnCompareAnswers();
     }
-    /// What the public operations say.
+    /// The state as reported by the public operations.
     void fnCompareAnswers() {
         ASSERT_EQ(m_Manager->fnCanUndo(), !m_Model.m_Undo.empty());
         ASSERT_EQ(m_Manager->fnCanRedo(), !m_Model.m_Redo.empty());
@@ -185,7 +185,7 @@ protected:
 
 } // namespace
 
-TEST_F(UndoModel, TenThousandRandomCallsAgreeWithThePlainModel) {
+TEST_F(UndoModel, TenThousandRandomCallsMatchThePlainModel) {
     for (int calls = 0; calls < 12000;) {
         if (!fnCall())
             continue;

@@ -19,7 +19,7 @@ class UndoMngr : public AttachedTest {
 protected:
     Snapshot* fnMake(int state) { return new Snapshot(state, m_Lives); }
     void fnAdd(int state, unsigned long tag = 0) { m_Manager.fnAddUndoBuf(fnMake(state), tag); }
-    /// The state that comes back; it is deleted.
+    /// The state of the snapshot returned, which is deleted.
     int fnUndo(int state, unsigned long* tag = nullptr) {
         return fnTake(m_Manager.fnUndo(fnMake(state), 0, tag));
     }
@@ -42,7 +42,7 @@ using States = std::multiset<int>;
 
 } // namespace
 
-TEST_F(UndoMngr, AFreshManagerHasNoLevelsAndNothingToUndo) {
+TEST_F(UndoMngr, ANewManagerHasNoLevelsAndNothingToUndo) {
     EXPECT_EQ(m_Manager.fnGetLevelNumber(), 0u);
     EXPECT_FALSE(m_Manager.fnCanUndo());
     EXPECT_FALSE(m_Manager.fnCanRedo());
@@ -71,7 +71,7 @@ TEST_F(UndoMngr, AFullStackDeletesItsOldestSnapshot) {
     EXPECT_FALSE(m_Manager.fnCanUndo());
 }
 
-TEST_F(UndoMngr, WithOneLevelTheSecondSnapshotTakesTheFirstOnesPlace) {
+TEST_F(UndoMngr, WithOneLevelTheSecondSnapshotReplacesTheFirst) {
     m_Document.m_nModified = 1;
     m_Manager.fnCreate(&m_Document, 1, nullptr);
     fnAdd(1);
@@ -107,7 +107,7 @@ TEST_F(UndoMngr, ARedoIntoAFullUndoStackDeletesItsOldest) {
     EXPECT_EQ(fnStateOf(m_Manager.fnPeekLastBuf(true)), 20);
 }
 
-TEST_F(UndoMngr, ANewChangeLeavesWhatCanBeRedone) {
+TEST_F(UndoMngr, ANewChangeLeavesTheRedoStack) {
     m_Manager.fnCreate(nullptr, 3, &m_ToolBar);
     fnAdd(0);
     fnUndo(1);
@@ -129,7 +129,7 @@ TEST_F(UndoMngr, FewerLevelsKeepTheOldestSnapshots) {
     EXPECT_FALSE(m_Manager.fnCanUndo());
 }
 
-TEST_F(UndoMngr, FewerLevelsCutTheRedoStackToo) {
+TEST_F(UndoMngr, FewerLevelsTrimTheRedoStackToo) {
     m_Manager.fnCreate(nullptr, 4, nullptr);
     for (int state = 0; state < 3; ++state)
         fnAdd(state);
@@ -154,7 +154,7 @@ TEST_F(UndoMngr, MoreLevelsKeepEverything) {
     EXPECT_EQ(tag, 6u);
 }
 
-TEST_F(UndoMngr, NoLevelsLeaveNothing) {
+TEST_F(UndoMngr, ZeroLevelsEmptyBothStacks) {
     m_Manager.fnCreate(nullptr, 2, nullptr);
     fnAdd(0);
     EXPECT_TRUE(m_Manager.fnChangeLevel(0));
@@ -178,7 +178,7 @@ TEST_F(UndoMngr, TheSameLevelsChangeNothing) {
     EXPECT_EQ(m_Lives, (States{0}));
 }
 
-TEST_F(UndoMngr, UndoingEverythingGivesTheDocumentItsFlagBack) {
+TEST_F(UndoMngr, UndoingEverythingRestoresTheDocumentsFlag) {
     m_Manager.fnCreate(&m_Document, 2, nullptr);
     fnAdd(0);
     m_Document.m_nModified = 1;
@@ -188,7 +188,7 @@ TEST_F(UndoMngr, UndoingEverythingGivesTheDocumentItsFlagBack) {
     EXPECT_EQ(m_Document.m_ModifiedSet, (std::vector<bool>{false, true}));
 }
 
-TEST_F(UndoMngr, ADocumentThatWasModifiedStaysSo) {
+TEST_F(UndoMngr, ADocumentThatWasModifiedStaysModified) {
     m_Document.m_nModified = 1;
     m_Manager.fnCreate(&m_Document, 2, nullptr);
     fnAdd(0);
@@ -196,7 +196,7 @@ TEST_F(UndoMngr, ADocumentThatWasModifiedStaysSo) {
     EXPECT_EQ(m_Document.m_ModifiedSet, (std::vector<bool>{true}));
 }
 
-TEST_F(UndoMngr, OnlyAnAnswerOfExactlyOneIsModified) {
+TEST_F(UndoMngr, OnlyAnAnswerOfExactlyOneMeansModified) {
     m_Document.m_nModified = 2;
     m_Manager.fnCreate(&m_Document, 2, nullptr);
     fnAdd(0);
@@ -206,7 +206,7 @@ TEST_F(UndoMngr, OnlyAnAnswerOfExactlyOneIsModified) {
     EXPECT_FALSE(m_Manager.m_bDocModified) << "it was taken when the stack left empty";
 }
 
-TEST_F(UndoMngr, TheFlagComesBackEvenWhenOldSnapshotsDroppedOut) {
+TEST_F(UndoMngr, TheFlagIsRestoredEvenWhenOldSnapshotsWereDropped) {
     m_Manager.fnCreate(&m_Document, 2, nullptr);
     for (int state = 0; state < 3; ++state)
         fnAdd(state);
@@ -217,7 +217,7 @@ TEST_F(UndoMngr, TheFlagComesBackEvenWhenOldSnapshotsDroppedOut) {
     EXPECT_EQ(m_Document.m_ModifiedSet, (std::vector<bool>{false}));
 }
 
-TEST_F(UndoMngr, ATagComesBackWithItsSnapshot) {
+TEST_F(UndoMngr, ATagIsReturnedWithItsSnapshot) {
     m_Manager.fnCreate(nullptr, 2, nullptr);
     m_Manager.fnAddUndoBuf(fnMake(0), 0xFFFFFFFFu);
     unsigned long tag = 0;
@@ -230,7 +230,7 @@ TEST_F(UndoMngr, ATagComesBackWithItsSnapshot) {
     EXPECT_EQ(m_Lives, (States{0}));
 }
 
-TEST_F(UndoMngr, ATagIsCutTo32Bits) {
+TEST_F(UndoMngr, ATagIsTruncatedTo32Bits) {
     m_Manager.fnCreate(nullptr, 2, nullptr);
     m_Manager.fnAddUndoBuf(fnMake(0), std::numeric_limits<unsigned long>::max());
     unsigned long tag = 0;
@@ -284,7 +284,7 @@ TEST_F(UndoMngr, TheButtonsFollowEachStep) {
               (std::vector<Message>{fnButton(kUndo, true), fnButton(kRedo, false)}));
 }
 
-TEST_F(UndoMngr, FewerLevelsLeaveTheButtonsAsTheyAre) {
+TEST_F(UndoMngr, FewerLevelsLeaveTheButtonsUnchanged) {
     m_Manager.fnCreate(nullptr, 2, &m_ToolBar);
     fnAdd(0);
     m_ToolBar.fnClearMessages();
@@ -294,7 +294,7 @@ TEST_F(UndoMngr, FewerLevelsLeaveTheButtonsAsTheyAre) {
     EXPECT_TRUE(m_ToolBar.fnIsEnabled(kUndo));
 }
 
-TEST_F(UndoMngr, CreatingAnewDisablesTheButtonsAlsoWhereThereIsSomethingToUndo) {
+TEST_F(UndoMngr, CreatingAgainDisablesTheButtonsEvenWithSomethingToUndo) {
     m_Manager.fnCreate(nullptr, 2, &m_ToolBar);
     fnAdd(0);
     m_Manager.fnCreate(nullptr, 2, &m_ToolBar);
@@ -302,7 +302,7 @@ TEST_F(UndoMngr, CreatingAnewDisablesTheButtonsAlsoWhereThereIsSomethingToUndo) 
     EXPECT_FALSE(m_ToolBar.fnIsEnabled(kUndo));
 }
 
-TEST_F(UndoMngr, ASnapshotOfTheTimeOfOneLevelGivesTheFlagOfAnEarlierTime) {
+TEST_F(UndoMngr, ASnapshotTakenAtOneLevelRestoresAnEarlierFlag) {
     m_Document.m_nModified = 1;
     m_Manager.fnCreate(&m_Document, 1, nullptr);
     fnAdd(0);
@@ -327,7 +327,7 @@ TEST_F(UndoMngr, RemovingAllDeletesEverythingAndLeavesTheDocument) {
     EXPECT_TRUE(m_Document.m_ModifiedSet.empty());
 }
 
-TEST_F(UndoMngr, RemovingAllTellsNothingToAToolBarThatIsGone) {
+TEST_F(UndoMngr, RemovingAllDoesNotCallAToolBarWhoseWindowIsGone) {
     m_Manager.fnCreate(nullptr, 3, &m_ToolBar);
     fnAdd(0);
     m_ToolBar.fnClearMessages();
@@ -337,7 +337,7 @@ TEST_F(UndoMngr, RemovingAllTellsNothingToAToolBarThatIsGone) {
     EXPECT_TRUE(m_Lives.empty());
 }
 
-TEST_F(UndoMngr, TheDestructorTellsNothingToAToolBarThatIsGone) {
+TEST_F(UndoMngr, TheDestructorDoesNotCallAToolBarWhoseWindowIsGone) {
     {
         CqUndoMngr manager;
         manager.fnCreate(nullptr, 3, &m_ToolBar);
@@ -361,7 +361,7 @@ TEST_F(UndoMngr, RemovingAllFromEmptyStacksStillDisablesTheButtons) {
     EXPECT_TRUE(m_ToolBar.fnGetMessages().empty()) << "without levels nothing happens";
 }
 
-TEST_F(UndoMngr, CreatingAnewTakesAnotherDocumentAndKeepsTheStacks) {
+TEST_F(UndoMngr, CreatingAgainTakesAnotherDocumentAndKeepsTheStacks) {
     CqHeadlessDocument other;
     m_Manager.fnCreate(&m_Document, 3, nullptr);
     fnAdd(0);
@@ -428,7 +428,7 @@ TEST_F(UndoMngr, CreatingWithoutMemoryShowsAMessageAndLeavesNoLevels) {
 }
 
 TEST_F(UndoMngr, AFailedCreationStillDisablesTheButtons) {
-    // More levels than any array has.
+    // More levels than any array can hold.
     EXPECT_FALSE(m_Manager.fnCreate(nullptr, 0xFFFFFFFFu, &m_ToolBar));
     EXPECT_EQ(m_ToolBar.fnGetMessages(),
               (std::vector<Message>{fnButton(kUndo, false), fnButton(kRedo, false)}));
@@ -436,7 +436,7 @@ TEST_F(UndoMngr, AFailedCreationStillDisablesTheButtons) {
     EXPECT_EQ(m_World->m_pMessages->fnGetBoxes().size(), 1u);
 }
 
-TEST_F(UndoMngr, MoreLevelsWithoutMemoryLeaveTheStacksAsTheyWere) {
+TEST_F(UndoMngr, MoreLevelsWithoutMemoryLeaveTheStacksUnchanged) {
     for (std::size_t nth = 1; nth <= 4; ++nth) {
         OpenUndoMngr manager;
         manager.fnCreate(nullptr, 2, nullptr);

@@ -1,5 +1,5 @@
 /// @file
-/// What the dump window keeps in the settings file.
+/// The dump window's entries in the settings file.
 
 #include "tests/services/DumpTestTools.h"
 
@@ -73,7 +73,7 @@ TEST(DumpLayoutAtTheEnd, TheWindowSavesItsLayoutWhenTheLibraryIsDetached) {
     }
 }
 
-TEST(DumpLayoutAtTheEnd, AHostThatEndsWithoutDetachingEndsWell) {
+TEST(DumpLayoutAtTheEnd, AHostThatExitsWithoutDetachingExitsCleanly) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
@@ -83,7 +83,7 @@ TEST(DumpLayoutAtTheEnd, AHostThatEndsWithoutDetachingEndsWell) {
         testing::ExitedWithCode(7), "");
 }
 
-TEST_F(DumpLayout, ALayoutOfFewerNumbersFillsTheFirstFieldsAlone) {
+TEST_F(DumpLayout, ALayoutOfFewerNumbersFillsOnlyTheFirstFields) {
     EXPECT_EQ(fnPlaceOf("10,20"), kDefaultDumpPlace) << "an empty rectangle";
     EXPECT_EQ(fnPlaceOf("-50,-60"), CRect(-50, -60, 0, 0));
     EXPECT_EQ(fnPlaceOf("-50,-60,40"), CRect(-50, -60, 40, 0));
@@ -97,7 +97,7 @@ TEST_F(DumpLayout, ALayoutOfMoreNumbersStopsAtFour) {
     EXPECT_EQ(fnPlaceOf("1,2,103,204" + commas), CRect(1, 2, 103, 204));
 }
 
-TEST_F(DumpLayout, AHostileLayoutDoesNoHarm) {
+TEST_F(DumpLayout, AHostileLayoutIsHarmless) {
     for (const char* layout :
          {"", " ", "x", "x,y,z,w", "5,5,5,5", "10,10,5,5", "0x10,0,0x20,9", ",,,", "1;2;3;4"})
         EXPECT_EQ(fnPlaceOf(layout), kDefaultDumpPlace) << layout;
@@ -116,7 +116,7 @@ TEST_F(DumpLayout, AHostileLayoutDoesNoHarm) {
 
 namespace {
 
-/// A locale with a lead byte that takes any byte for its other half, a comma too.
+/// A locale with a lead byte that accepts any trail byte, a comma included.
 class GreedyLocale : public CqLocaleService {
 public:
     std::size_t fnGetCharBytes(const char* text, std::size_t count) override {
@@ -146,7 +146,7 @@ TEST_F(DumpLayout, ALayoutIsReadUpTo259Bytes) {
     EXPECT_EQ(fnPlaceOf("1,2,103," + std::string(300, '0') + "204"), kDefaultDumpPlace);
 }
 
-TEST_F(DumpLayout, ALongFolderIsReadWhole) {
+TEST_F(DumpLayout, ALongFolderIsReadCompletely) {
     const std::string folder = "C:\\" + std::string(250, 'a') + "\\" + std::string(260, 'b') + "\\";
     fnOpen("PrefDir=" + folder + "\r\n");
     EXPECT_TRUE(fnView()->fnChoose(16));
@@ -155,7 +155,7 @@ TEST_F(DumpLayout, ALongFolderIsReadWhole) {
     EXPECT_EQ(fnSetting("PrefDir"), folder);
 }
 
-TEST_F(DumpLayout, AFolderThatCantBeWrittenToDoesNoHarm) {
+TEST_F(DumpLayout, AnUnwritableFolderIsHarmless) {
     m_World->fnSetSettings("[DumpWnd]\r\nLayout=1,2,103,204\r\n");
     ASSERT_TRUE(q32CreateDumpWnd());
     fnView()->fnMove({5, 6, 107, 208});
@@ -166,7 +166,7 @@ TEST_F(DumpLayout, AFolderThatCantBeWrittenToDoesNoHarm) {
     EXPECT_EQ(fnSetting("Layout"), "1,2,103,204");
 }
 
-TEST_F(DumpLayout, AnUnreadableSettingsFileIsOneWithoutKeys) {
+TEST_F(DumpLayout, AnUnreadableSettingsFileCountsAsOneWithoutKeys) {
     m_World->fnSetSettings("[DumpWnd]\r\nLayout=1,2,103,204\r\nOnTop=0\r\n");
     m_World->m_pFiles->m_ReadText.fnFail(1, CqHeadlessCalls::kForever);
     ASSERT_TRUE(q32CreateDumpWnd());

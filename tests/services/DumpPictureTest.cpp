@@ -16,7 +16,7 @@ protected:
     CqHeadlessDumpView& fnOpen(const char* layout) {
         return DumpTest::fnOpen(std::string("Layout=") + layout + "\r\n");
     }
-    /// Whether a line of text stands at a place, sign by sign, in ink on paper.
+    /// Whether a line of text is drawn at a position, character by character, in ink on paper.
     static bool fnShows(const CqHeadlessPicture& picture, const std::string& text, std::size_t left,
                         std::size_t top, const CqHeadlessFont& font, std::uint32_t ink,
                         std::uint32_t paper) {
@@ -37,7 +37,7 @@ protected:
 
 } // namespace
 
-TEST_F(DumpPicture, AWindowIsAsLargeAsItsPlaceWithItsTextBetweenCaptionAndStatusBar) {
+TEST_F(DumpPicture, AWindowFillsItsPlaceWithTextBetweenCaptionAndStatusBar) {
     const CqHeadlessDumpView& view = fnOpen("100,50,205,120"); // 17 cells and 3 pixels by 70
     CqDumpBin dump;
     dump << "first\nsecond \x80\n";
@@ -53,7 +53,7 @@ TEST_F(DumpPicture, AWindowIsAsLargeAsItsPlaceWithItsTextBetweenCaptionAndStatus
     EXPECT_EQ(picture.fnGetPixel(104, 69), kFace);
 }
 
-TEST_F(DumpPicture, TheTextIsSeenInItsOwnFont) {
+TEST_F(DumpPicture, TheTextIsShownInItsOwnFont) {
     m_World->m_pScreen->fnSetIconTitleHeight(33);
     const CqHeadlessDumpView& view = fnOpen("0,0,90,100");
     CqDumpBin dump;
@@ -65,7 +65,7 @@ TEST_F(DumpPicture, TheTextIsSeenInItsOwnFont) {
     EXPECT_TRUE(fnShows(picture, "Ready", 0, 89, m_FrameFont, kInk, kFace));
 }
 
-TEST_F(DumpPicture, TheMenuLiesOverTheTextWhileAnItemIsHighlighted) {
+TEST_F(DumpPicture, TheMenuCoversTheTextWhileAnItemIsHighlighted) {
     CqHeadlessDumpView& view = fnOpen("0,0,240,88");
     view.fnHighlight(32);
     const CqHeadlessPicture picture = view.fnGetPicture();
@@ -92,7 +92,7 @@ TEST_F(DumpPicture, AWindowThatIsTooSmallShowsWhatFits) {
     EXPECT_TRUE(view.fnGetPicture().m_Rgb.empty());
 }
 
-TEST_F(DumpPicture, IsAsItWasWhenItWasLookedAt) {
+TEST_F(DumpPicture, MatchesTheReviewedPictures) {
     CqHeadlessDumpView& view = fnOpen("0,0,360,143");
     unsigned char bytes[40];
     for (std::size_t i = 0; i < sizeof(bytes); ++i)

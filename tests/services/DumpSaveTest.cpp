@@ -29,7 +29,7 @@ protected:
 
 } // namespace
 
-TEST_F(DumpSave, TheDialogAsksForATextFile) {
+TEST_F(DumpSave, TheDialogSelectsATextFile) {
     fnSaveAs(std::nullopt);
     EXPECT_EQ(fnDialog().m_szDefaultExtension, "txt");
     EXPECT_EQ(fnDialog().m_nFlags, 0x80006u);
@@ -47,7 +47,7 @@ TEST_F(DumpSave, TheTextOfTheWindowIsSaved) {
     EXPECT_EQ(fnFile("C:\\Temp\\named.txt"), "what is shown\r\n");
 }
 
-TEST_F(DumpSave, WhatAnEndedStreamHasShownCanBeSaved) {
+TEST_F(DumpSave, TextShownByADestroyedStreamCanBeSaved) {
     {
         CqDumpBin ended;
         ended << "last words";
@@ -67,7 +67,7 @@ TEST_F(DumpSave, TheNextDialogStartsInTheFolderOfTheLastSave) {
     EXPECT_EQ(fnDialog().m_Folder, "C:\\Temp\\") << "it survives in the settings";
 }
 
-TEST_F(DumpSave, AFileInUseIsToldByMessage7) {
+TEST_F(DumpSave, AFileInUseIsReportedByMessage7) {
     for (const CQ_FILE_CAUSE cause : {FILE_CAUSE_SHARING_VIOLATION, FILE_CAUSE_LOCK_VIOLATION}) {
         m_World->m_pMessages->fnClearBoxes();
         m_World->m_pDisks->fnFailCreate("C:\\log.txt", cause);
@@ -79,7 +79,7 @@ TEST_F(DumpSave, AFileInUseIsToldByMessage7) {
     }
 }
 
-TEST_F(DumpSave, AFileThatSomebodyHasOpenIsInUse) {
+TEST_F(DumpSave, AFileOpenedElsewhereIsInUse) {
     m_World->m_pDisks->fnPutFile("C:\\log.txt", "theirs");
     const CFile theirs("C:\\log.txt", CFile::modeRead | CFile::shareDenyNone);
     fnSaveAs("C:\\log.txt");
@@ -88,7 +88,7 @@ TEST_F(DumpSave, AFileThatSomebodyHasOpenIsInUse) {
     EXPECT_EQ(fnFile("C:\\log.txt"), "theirs");
 }
 
-TEST_F(DumpSave, AnyOtherFailureIsToldByMessage5) {
+TEST_F(DumpSave, AnyOtherFailureIsReportedByMessage5) {
     const auto wants = [&](const char* what, const std::string& name = "C:\\log.txt") {
         ASSERT_EQ(fnBoxes().size(), 1u) << what;
         EXPECT_EQ(fnBoxes()[0].m_szText, "Unable to save the file [" + name + "].") << what;
@@ -114,7 +114,7 @@ TEST_F(DumpSave, AnyOtherFailureIsToldByMessage5) {
     wants("full disk", "C:\\new.txt");
 }
 
-TEST_F(DumpSave, ASaveThatFailsLeavesTheFolderAsItWas) {
+TEST_F(DumpSave, AFailedSaveLeavesTheFolderUnchanged) {
     fnSaveAs("C:\\Temp\\log.txt");
     m_World->m_pDisks->fnFailCreate("C:\\log.txt", FILE_CAUSE_ACCESS_DENIED);
     fnSaveAs("C:\\log.txt");

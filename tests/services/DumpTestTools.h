@@ -1,5 +1,5 @@
 /// @file
-/// A stream whose inside can be seen, and a test with a world around the dump window.
+/// A stream with accessible internals, and a test with a world around the dump window.
 #pragma once
 
 #include "tests/support/AttachedTest.h"
@@ -15,7 +15,7 @@ public:
     using CqDumpBin::m_szFloatFmt;
 
     std::string fnGetText() const { return std::string(m_pBuffer ? m_pBuffer : "", m_nLength); }
-    /// Whether the whole tail behind the text is zero.
+    /// Whether the buffer after the text is all zero.
     bool fnHasCleanTail() const {
         for (std::uint32_t i = m_nLength; i < m_nCapacity; ++i)
             if (m_pBuffer[i] != 0)
@@ -24,17 +24,17 @@ public:
     }
 };
 
-/// Where the window stands without a layout.
+/// The window's rectangle without a layout.
 inline const CRect kDefaultDumpPlace(22, 22, 22 + 480, 22 + 330);
 
-/// The float format is the same for all streams: each test begins and ends with the first one.
+/// The float format is shared by all streams: each test begins and ends with the initial one.
 class DumpTest : public AttachedTest {
 protected:
     void TearDown() override {
         CqDumpBin().fnSetFloatFormat("%.02f");
         AttachedTest::TearDown();
     }
-    /// Makes the window with these lines in its section of the settings.
+    /// Creates the window with these lines in its section of the settings.
     CqHeadlessDumpView& fnOpen(const std::string& lines = "") {
         q32DestroyDumpWnd();
         m_World->fnSetSettings("[DumpWnd]\r\n" + lines);

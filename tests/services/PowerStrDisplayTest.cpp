@@ -59,7 +59,7 @@ protected:
 
 constexpr SYSTEMTIME kTime{2024, 3, 4, 7, 14, 5, 9, 0};
 
-/// The rule of the table, in wider arithmetic and text of its own.
+/// The rule of the table, with wider arithmetic and independent formatting.
 std::string fnSizeByTable(std::uint64_t bytes) {
     const std::uint64_t high = bytes >> 32;
     const std::uint64_t low = bytes & 0xFFFFFFFF;
@@ -110,7 +110,7 @@ TEST_F(PowerStrDisplay, FourGigabytesCountAsOne) {
     EXPECT_EQ(fnSize(8 * kGiga + 1), "2 GB");
 }
 
-TEST_F(PowerStrDisplay, ASizeOfHalfAWordOfGigabytesReadsNegative) {
+TEST_F(PowerStrDisplay, ASizeWithTheTopBitOfItsGigabytesSetReadsNegative) {
     EXPECT_EQ(fnSize(std::uint64_t{0x80000000} << 32), "-2147483648 GB");
     EXPECT_EQ(fnSize(~std::uint64_t{0}), "2.99 GB") << "3 + 0xFFFFFFFF wraps";
 }
@@ -132,7 +132,7 @@ TEST_F(PowerStrDisplay, ASizeOfUnsignedLongHas32Bits) {
     EXPECT_STREQ(text, "3.99 GB");
 }
 
-TEST_F(PowerStrDisplay, AFileTellsItsSizeAndTime) {
+TEST_F(PowerStrDisplay, AFileReportsItsSizeAndTime) {
     m_World->m_pDisks->fnPutFile("C:\\a.txt", std::string(1536, 'x'));
     m_World->m_pDisks->fnSetTime("C:\\a.txt", 1709820309); // 2024-03-07 14:05:09 UTC
     CqPowerStr text;
@@ -145,7 +145,7 @@ TEST_F(PowerStrDisplay, AFileTellsItsSizeAndTime) {
     EXPECT_STREQ(text, "3/7/2024 3:05 PM") << "local time";
 }
 
-TEST_F(PowerStrDisplay, AFileThatCantBeOpenedHasNoSizeAndLeavesTheDate) {
+TEST_F(PowerStrDisplay, AFileThatCannotBeOpenedHasNoSizeAndLeavesTheDate) {
     CqPowerStr text("as it was");
     text.fnFileDateTime("C:\\missing.txt", true, true);
     EXPECT_STREQ(text, "as it was");
@@ -168,7 +168,7 @@ TEST_F(PowerStrDisplay, AnOpenFileHasATimeButNoSize) {
     EXPECT_STREQ(text, "1/1/2000 00:00:00");
 }
 
-TEST_F(PowerStrDisplay, AFileThatSomebodyHasAloneHasNeitherTimeNorSize) {
+TEST_F(PowerStrDisplay, AFileOpenedExclusivelyHasNeitherTimeNorSize) {
     m_World->m_pDisks->fnPutFile("C:\\a.txt", std::string(1536, 'x'));
     const CFile writer("C:\\a.txt", CFile::modeWrite | CFile::shareExclusive);
     CqPowerStr text("as it was");
@@ -178,7 +178,7 @@ TEST_F(PowerStrDisplay, AFileThatSomebodyHasAloneHasNeitherTimeNorSize) {
     EXPECT_STREQ(text, "0 KB");
 }
 
-TEST_F(PowerStrDisplay, AFileWhoseLocalTimeCantBeToldLeavesTheString) {
+TEST_F(PowerStrDisplay, AFileWithoutALocalTimeLeavesTheString) {
     m_World->m_pDisks->fnPutFile("C:\\a.txt", "x");
     m_World->m_pLocale->m_GetLocalTime.fnFail();
     CqPowerStr text("as it was");
@@ -186,14 +186,14 @@ TEST_F(PowerStrDisplay, AFileWhoseLocalTimeCantBeToldLeavesTheString) {
     EXPECT_STREQ(text, "as it was");
 }
 
-TEST_F(PowerStrDisplay, ADiskTellsItsTotalAndAvailableSpace) {
+TEST_F(PowerStrDisplay, ADiskReportsItsTotalAndAvailableSpace) {
     EXPECT_EQ(fnSpace("C:\\Temp", true), "2 GB");
     EXPECT_EQ(fnSpace("C:\\Temp\\", false), "1 GB");
     EXPECT_EQ(fnSpace(2u, true), "2 GB");
     EXPECT_EQ(fnSpace(2u, false), "1 GB");
 }
 
-TEST_F(PowerStrDisplay, ADiskThatIsNotThereHasNoSpace) {
+TEST_F(PowerStrDisplay, AMissingDiskHasNoSpace) {
     for (const bool flag : {false, true}) {
         EXPECT_EQ(fnSpace("Q:\\", flag), "0 KB");
         EXPECT_EQ(fnSpace(16u, flag), "0 KB");
@@ -231,7 +231,7 @@ TEST_F(PowerStrDisplay, SpaceFallsBackToTheOldQueryButAShareDoesNot) {
     EXPECT_EQ(fnSpace("C:\\", true), "0 KB");
 }
 
-TEST_F(PowerStrDisplay, AShareIsInWholePercent) {
+TEST_F(PowerStrDisplay, AShareIsAnIntegerPercentage) {
     fnAddDisk("D:\\", 1000, 250);
     EXPECT_EQ(fnRatio("D:\\", false), "25%");
     EXPECT_EQ(fnRatio("D:\\", true), "75%");
@@ -241,12 +241,12 @@ TEST_F(PowerStrDisplay, AShareIsInWholePercent) {
     EXPECT_EQ(fnRatioOf(1000, 0, false), "0%");
 }
 
-TEST_F(PowerStrDisplay, AnEntirelyFreeDiskIsUsedByNothing) {
+TEST_F(PowerStrDisplay, AnEntirelyFreeDiskIsZeroPercentUsed) {
     EXPECT_EQ(fnRatioOf(1000, 1000, true), "0%");
     EXPECT_EQ(fnRatioOf(1000, 1000, false), "100%");
 }
 
-TEST_F(PowerStrDisplay, ShareOfALargeDiskComesFromTheLow32BitsAlone) {
+TEST_F(PowerStrDisplay, TheShareOfALargeDiskComesFromTheLow32BitsOnly) {
     // 5 GB with 4.5 GB free: low words 0x40000000 and 0x20000000, halved once.
     EXPECT_EQ(fnRatioOf(5 * kGiga, 4 * kGiga + kGiga / 2, false), "50%");
     // Used: 0x40000000 - 0x20000000.
@@ -256,7 +256,7 @@ TEST_F(PowerStrDisplay, ShareOfALargeDiskComesFromTheLow32BitsAlone) {
     EXPECT_EQ(fnRatioOf(5 * kGiga, 3 * kGiga, false), "300%");
 }
 
-TEST_F(PowerStrDisplay, ADiskOfWholeFourGigabytesHasNoShare) {
+TEST_F(PowerStrDisplay, ADiskOfAMultipleOfFourGigabytesHasNoShare) {
     EXPECT_EQ(fnRatioOf(4 * kGiga, 2 * kGiga, false), "0%");
     EXPECT_EQ(fnRatioOf(4 * kGiga, 2 * kGiga, true), "49%") << "0x7FFFFFFF of 0xFFFFFFFF";
 }
@@ -280,7 +280,7 @@ TEST_F(PowerStrDisplay, ADateIsFollowedByTheTime) {
     EXPECT_EQ(fnDate(kTime, false, false), "3/7/2024 2:05 PM");
 }
 
-TEST_F(PowerStrDisplay, ADateThatCantBeToldLeavesTheString) {
+TEST_F(PowerStrDisplay, ADateThatCannotBeFormattedLeavesTheString) {
     m_World->m_pLocale->m_FormatDate.fnFail();
     EXPECT_EQ(fnDate(kTime, true, true), "old");
     m_World->m_pLocale->m_FormatTime.fnFail();
@@ -289,7 +289,7 @@ TEST_F(PowerStrDisplay, ADateThatCantBeToldLeavesTheString) {
     EXPECT_EQ(fnDate({2024, 12, 0, 1, 24, 0, 0, 0}, true, true), "old");
 }
 
-TEST_F(PowerStrDisplay, AMomentIsToldInLocalTime) {
+TEST_F(PowerStrDisplay, AMomentIsFormattedInLocalTime) {
     m_World->m_pLocale->fnSetTimeZone(-300);
     CqPowerStr text("old");
     text.fnDateTimeString(CTime(1709820309), true, true);
@@ -300,7 +300,7 @@ TEST_F(PowerStrDisplay, AMomentIsToldInLocalTime) {
 
 namespace {
 
-/// A locale with endless dates, or endless times.
+/// A locale with very long dates, or very long times.
 class WordyLocale : public CqLocaleService {
 public:
     std::size_t m_nDate = 3;

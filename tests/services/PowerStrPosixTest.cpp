@@ -16,7 +16,7 @@
 
 using namespace q32::test;
 
-/// The C library forgets a list of folders each time that it looks for a locale under LOCPATH.
+/// The C library leaks a list of folders each time that it looks for a locale under LOCPATH.
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the leak checker asks for this name.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
     return "leak:__argz_add_sep\n";
@@ -80,7 +80,7 @@ std::string fnSize(std::uint64_t bytes) {
 
 } // namespace
 
-TEST_F(PowerStrPosix, ARealVolumeTellsItsSpace) {
+TEST_F(PowerStrPosix, ARealVolumeReportsItsSpace) {
     fnStart();
     for (int attempt = 0;; ++attempt) {
         ASSERT_LT(attempt, 10000) << "the volume never stands still";
@@ -90,7 +90,7 @@ TEST_F(PowerStrPosix, ARealVolumeTellsItsSpace) {
         total.fnDiskSpace(m_Folder.fnPath().c_str(), true);
         available.fnDiskSpace(m_Folder.fnName().c_str(), false);
         if (fnAskSystem(m_Folder.fnPath()) != before)
-            continue; // others write to it
+            continue; // other processes write to it
         ASSERT_GT(before.m_nTotal, 0u);
         EXPECT_EQ(fnText(total), fnSize(before.m_nTotal));
         EXPECT_EQ(fnText(available), fnSize(before.m_nAvailable));
@@ -98,7 +98,7 @@ TEST_F(PowerStrPosix, ARealVolumeTellsItsSpace) {
     }
 }
 
-TEST_F(PowerStrPosix, ARealVolumeTellsItsShares) {
+TEST_F(PowerStrPosix, ARealVolumeReportsItsShares) {
     fnStart();
     for (int attempt = 0;; ++attempt) {
         ASSERT_LT(attempt, 10000) << "the volume never stands still";
@@ -108,14 +108,14 @@ TEST_F(PowerStrPosix, ARealVolumeTellsItsShares) {
         free.fnDiskSpaceRatio(m_Folder.fnPath().c_str(), false);
         used.fnDiskSpaceRatio(m_Folder.fnName().c_str(), true);
         if (fnAskSystem(m_Folder.fnPath()) != before)
-            continue; // others write to it
+            continue; // other processes write to it
         EXPECT_EQ(fnText(free), fnRatioBySteps(before.m_nTotal, before.m_nAvailable, false));
         EXPECT_EQ(fnText(used), fnRatioBySteps(before.m_nTotal, before.m_nAvailable, true));
         break;
     }
 }
 
-TEST_F(PowerStrPosix, AVolumeThatIsNotThereHasNoSpace) {
+TEST_F(PowerStrPosix, AMissingVolumeHasNoSpace) {
     fnStart();
     m_Folder.fnWrite("file", "x");
     CqPowerStr text;
@@ -123,7 +123,7 @@ TEST_F(PowerStrPosix, AVolumeThatIsNotThereHasNoSpace) {
     EXPECT_EQ(fnText(text), "0 KB");
 }
 
-TEST_F(PowerStrPosix, RealFilesTellTheirSizes) {
+TEST_F(PowerStrPosix, RealFilesReportTheirSizes) {
     fnStart();
     m_Folder.fnWrite("a.bin", std::string(1536, 'x'));
     CqPowerStr text;
@@ -142,7 +142,7 @@ TEST_F(PowerStrPosix, RealFilesTellTheirSizes) {
     EXPECT_EQ(fnText(text), "0 KB") << "a directory is no file";
 }
 
-TEST_F(PowerStrPosix, ARealFileTellsItsTimeInTheLanguageOfTheUser) {
+TEST_F(PowerStrPosix, ARealFilesTimeIsFormattedInTheLanguageOfTheUser) {
     m_Folder.fnWrite("a.txt", "x");
     const timespec times[2] = {{1709820309, 0}, {1709820309, 0}}; // 2024-03-07 14:05:09 UTC
     ASSERT_EQ(::utimensat(AT_FDCWD, m_Folder.fnPath("a.txt").c_str(), times, 0), 0);
@@ -164,7 +164,7 @@ TEST_F(PowerStrPosix, ARealFileTellsItsTimeInTheLanguageOfTheUser) {
     }
 }
 
-TEST_F(PowerStrPosix, TheClockIsThatOfTheLanguageUnless24HoursAreAskedFor) {
+TEST_F(PowerStrPosix, TheClockIsThatOfTheLanguageUnless24HoursAreRequested) {
     const struct {
         const char *m_szLocale, *m_szLong, *m_szShort;
     } cases[] = {
@@ -193,7 +193,7 @@ TEST_F(PowerStrPosix, ADateIsInTheCodePageOfTheLanguage) {
                             "05\x95\xAA");
 }
 
-TEST_F(PowerStrPosix, ARealFileThatSomebodyHasOpenHasNoSize) {
+TEST_F(PowerStrPosix, ARealFileOpenedElsewhereHasNoSize) {
     fnStart();
     m_Folder.fnWrite("a.bin", std::string(1536, 'x'));
     CqPowerStr text;
@@ -215,7 +215,7 @@ TEST_F(PowerStrPosix, ADirectoryHasNoDate) {
     EXPECT_EQ(fnText(text), "as it was");
 }
 
-TEST_F(PowerStrPosix, AFileThatSomebodyWritesHasNoDateAndOneThatIsReadHas) {
+TEST_F(PowerStrPosix, AFileOpenForWritingHasNoDateAndOneOpenForReadingHas) {
     fnStart();
     m_Folder.fnWrite("a.txt", "x");
     CqPowerStr text("as it was");

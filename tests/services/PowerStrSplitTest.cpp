@@ -1,5 +1,5 @@
 /// @file
-/// Splits of random paths, held against the rules on lists of characters.
+/// Splits of random paths, compared with the rules on lists of characters.
 
 #include "tests/support/AttachedTest.h"
 #include "tests/support/Random.h"
@@ -11,7 +11,7 @@ namespace {
 
 using Chars = std::vector<std::string>;
 
-/// The path of at most `limit` bytes.
+/// The path truncated to at most `limit` bytes.
 Chars fnCut(const Chars& path, std::size_t limit) {
     Chars cut;
     std::size_t bytes = 0;
@@ -73,11 +73,11 @@ std::string fnRootOf(const Chars& whole) {
 
 class PowerStrSplit : public AttachedTest {
 protected:
-    /// Compares all splits of paths of these characters, of up to 700 of them.
+    /// Compares all splits of random paths of up to 700 of these characters.
     static void fnCompare(const Chars& alphabet, std::uint32_t seed) {
         Random random(seed);
         for (int i = 0; i < 2000; ++i) {
-            // Separators come seldom in long paths, so that the limits have their say.
+            // Separators are rare in long paths, so that the limits are reached.
             const std::uint32_t count = random() % (i % 2 == 0 ? 12u : 700u);
             const std::uint32_t rare = i % 2 == 0 ? 1 : 1 + random() % 200;
             Chars path;

@@ -1,11 +1,11 @@
 /// @file
-/// The rule of shares of a disk, for comparison.
+/// A reference for the percentages of a disk.
 #pragma once
 
 #include <cstdint>
 #include <string>
 
-/// The rule step by step, on numbers of 64 bits that are cut by hand.
+/// The rule step by step, on 64-bit numbers that are truncated explicitly.
 inline std::string fnRatioBySteps(std::uint64_t total, std::uint64_t free, bool used) {
     constexpr std::uint64_t kLow = 0xFFFFFFFF;
     std::uint64_t high = total >> 32;

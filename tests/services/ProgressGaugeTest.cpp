@@ -1,4 +1,4 @@
-// What the gauge looks like, against a second computation of every pixel.
+// The gauge compared with a second computation of every pixel.
 
 #include "tests/services/ProgressWorld.h"
 #include "tests/support/GoldenPicture.h"
@@ -9,7 +9,7 @@
 namespace {
 
 constexpr std::uint32_t kFace = 0xC0C0C0;
-constexpr int kCellHeight = 11; // of a sign in the standard font
+constexpr int kCellHeight = 11; // of a character in the standard font
 constexpr int kCellWidth = 6;
 const std::string kHint = "Press Esc to abort...";
 
@@ -25,7 +25,7 @@ struct Canvas {
         const bool inside = x >= 0 && y >= 0 && x < m_nWidth && y < m_nHeight;
         return inside ? m_Pixels.data() + y * m_nWidth + x : nullptr;
     }
-    /// Writes text at (x, y), cut off at column `end`.
+    /// Writes text at (x, y), clipped at column `end`.
     void fnWrite(const std::string& text, int x, int y, int begin, int end) {
         const CqHeadlessFont font(kCellHeight);
         for (int column = 0; column < kCellWidth * static_cast<int>(text.size()); ++column)
@@ -105,13 +105,13 @@ TEST_F(ProgressGauge, ShowsFigureHintAndInvertedBar) {
     }
 }
 
-TEST_F(ProgressGauge, HasNoHintWhenNobodyLooksForEsc) {
+TEST_F(ProgressGauge, HasNoHintWhenEscIsNotPolled) {
     CqProgressDisplay display;
     display.fnDrawStatus(37, nullptr);
     fnExpect(fnGauge("37%", 93, false));
 }
 
-TEST_F(ProgressGauge, TakesMoreThanAHundredPercentForAHundred) {
+TEST_F(ProgressGauge, TreatsMoreThanAHundredPercentAsAHundred) {
     CqProgressDisplay display;
     display.fnDrawStatus(150, nullptr);
     fnExpect(fnGauge("100%", 252, false));
@@ -120,7 +120,7 @@ TEST_F(ProgressGauge, TakesMoreThanAHundredPercentForAHundred) {
     EXPECT_EQ(fnPaint().m_BitBlt.fnGetCount(), painted);
 }
 
-TEST_F(ProgressGauge, ShowsTheValueAndReachesPastItsEndWithARangeThatGoesOn) {
+TEST_F(ProgressGauge, ShowsTheValueAndDrawsPastTheEndWithAWiderRange) {
     CqProgressDisplay display;
     display.fnSetRange(50, 150);
     display.fnDrawStatus(0, nullptr);
@@ -128,10 +128,10 @@ TEST_F(ProgressGauge, ShowsTheValueAndReachesPastItsEndWithARangeThatGoesOn) {
     display.fnDrawStatus(37, nullptr);
     fnExpect(fnGauge("87%", 219, false)); // 252 x 87 / 100
     display.fnDrawStatus(100, nullptr);
-    fnExpect(fnGauge("150%", 378, false)); // the bitmap ends before
+    fnExpect(fnGauge("150%", 378, false)); // clipped by the bitmap
 }
 
-TEST_F(ProgressGauge, CutsAWideFigureAtItsCellOnBothSides) {
+TEST_F(ProgressGauge, ClipsAWideFigureToItsCellOnBothSides) {
     CqProgressDisplay display;
     display.fnSetRange(0, 1234567);
     display.fnDrawStatus(100, nullptr);
@@ -142,14 +142,14 @@ TEST_F(ProgressGauge, ReadsTheValueAsASignedNumber) {
     CqProgressDisplay display;
     display.fnSetRange(0xFFFFFFFF, 0xFFFFFFFF);
     display.fnDrawStatus(0, nullptr);
-    // 252 x 4294967295 wraps to -252, as unsigned a hundredth of it is 42949670.
+    // 252 x 4294967295 wraps to -252; as an unsigned number, a hundredth of it is 42949670.
     fnExpect(fnGauge("-1%", 252, false));
 }
 
 TEST_F(ProgressGauge, WipesTheBarBeforeItsFirstPictureOnly) {
     fnScreen().fnClear(0x00123456);
     CqProgressDisplay display;
-    EXPECT_EQ(fnScreen().fnGetPixel(12, 441), 0x123456u); // nothing yet
+    EXPECT_EQ(fnScreen().fnGetPixel(12, 441), 0x123456u); // not drawn yet
     display.fnDrawStatus(0, nullptr);
     fnExpect(fnGauge("0%", 0, false));
     ASSERT_EQ(m_Bar.fnGetMessages().size(), 1u);
@@ -161,7 +161,7 @@ TEST_F(ProgressGauge, WipesTheBarBeforeItsFirstPictureOnly) {
     EXPECT_EQ(fnScreen().fnGetPixel(310, 459), 0x123456u);
 }
 
-TEST_F(ProgressGauge, LooksTheSameOnScreensOf8And16And24Bits) {
+TEST_F(ProgressGauge, IsTheSameOnScreensOf8And16And24Bits) {
     for (const int bits : {8, 16, 24}) {
         CqHeadlessMode mode;
         mode.m_nBits = bits;
@@ -189,7 +189,7 @@ TEST_F(ProgressGauge, LooksTheSameOnScreensOf8And16And24Bits) {
     }
 }
 
-TEST_F(ProgressGauge, IsAsItWasWhenItWasLookedAt) {
+TEST_F(ProgressGauge, MatchesTheReviewedPictures) {
     ASSERT_TRUE(fnScreen().fnSetMode({300, 20, 32, 96, 96}));
     m_Bar.fnMove(CRect(0, 0, 300, 20));
     bool aborted;

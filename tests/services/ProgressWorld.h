@@ -1,5 +1,5 @@
 /// @file
-/// A started library whose main window has a status bar, and a display whose insides can be seen.
+/// An attached library whose main window has a status bar, and a display with accessible internals.
 #pragma once
 
 #include "platforms/headless/headless.h"
@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-/// Attaches the library for its life.
+/// Attaches the library for its lifetime.
 class ProgressWorld : public testing::Test {
 protected:
     ProgressWorld() : m_World(q32HeadlessWorld()) {

@@ -1,13 +1,13 @@
 /// @file
-/// A snapshot that counts its lives, and a manager whose inside can be seen.
+/// A snapshot that records live objects, and a manager with accessible internals.
 #pragma once
 
 #include "q32Base/services/CqUndoMngr.h"
 
 #include <set>
 
-/// A snapshot of the state `m_nState`. Each stands in the set of those that live; one that goes
-/// twice is the sanitizer's to see.
+/// A snapshot of the state `m_nState`. Each is in the set of live snapshots; a double delete is
+/// left to the sanitizer.
 class Snapshot : public CObject {
 public:
     Snapshot(int state, std::multiset<int>& lives) : m_nState(state), m_Lives(lives) {

@@ -1,4 +1,4 @@
-#include "q32Base/settings/ProfileFile.h"
+#include "q32Base/settings/ProfileFile_p.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@ using namespace std::string_view_literals;
 
 namespace {
 
-/// Reads with room to spare; "D" means the default came.
+/// Reads into a buffer with space to spare; "D" means that the default was returned.
 std::string fnRead(std::string_view text, std::string_view key, std::string_view section = "Main",
                    std::string_view fallback = "D") {
     std::string buffer(100000, 'x');
@@ -40,7 +40,7 @@ Cut fnReadInto(std::string_view text, std::string_view key, std::string_view fal
 
 } // namespace
 
-TEST(ProfileRead, BlanksAroundKeyAndValueGo) {
+TEST(ProfileRead, BlanksAroundKeyAndValueAreRemoved) {
     EXPECT_EQ(fnReadLine("a=1", "a"), "1");
     EXPECT_EQ(fnReadLine("b = 2", "b"), "2");
     EXPECT_EQ(fnReadLine("  c  =  3  ", "c"), "3");
@@ -62,7 +62,7 @@ TEST(ProfileRead, ALineWithoutAnEqualsSignGivesTheDefault) {
     EXPECT_EQ(fnReadLine("b\r\nb=2", "b"), "D") << "the bare line wins";
 }
 
-TEST(ProfileRead, OnePairOfEqualQuotesGoes) {
+TEST(ProfileRead, OnePairOfMatchingQuotesIsRemoved) {
     EXPECT_EQ(fnReadLine("f=\"quoted\"", "f"), "quoted");
     EXPECT_EQ(fnReadLine("g='single'", "g"), "single");
     EXPECT_EQ(fnReadLine("w=  \"sp q\"  ", "w"), "sp q");
@@ -72,7 +72,7 @@ TEST(ProfileRead, OnePairOfEqualQuotesGoes) {
     EXPECT_EQ(fnReadLine("q=\"\"", "q"), "");
 }
 
-TEST(ProfileRead, OtherQuotesStay) {
+TEST(ProfileRead, OtherQuotesAreKept) {
     EXPECT_EQ(fnReadLine("h=\"un", "h"), "\"un");
     EXPECT_EQ(fnReadLine("h='un\"", "h"), "'un\"");
     EXPECT_EQ(fnReadLine("i=x\"y\"z", "i"), "x\"y\"z");
@@ -95,7 +95,7 @@ TEST(ProfileRead, NothingButTheFirstEqualsSignIsSpecialInALine) {
     EXPECT_EQ(fnReadLine("hi=caf\xe9", "hi"), "caf\xe9");
 }
 
-TEST(ProfileRead, ACommentIsReachedByItsLiteralNameAlone) {
+TEST(ProfileRead, ACommentIsFoundOnlyByItsLiteralName) {
     EXPECT_EQ(fnReadLine(";l=comm", "l"), "D");
     EXPECT_EQ(fnReadLine(";l=comm", ";l"), "comm");
     EXPECT_EQ(fnReadLine("  ;b=1\r\nb=2", "b"), "2");
@@ -107,7 +107,7 @@ TEST(ProfileRead, TheFirstKeyWins) {
     EXPECT_EQ(fnReadLine("dup=first\r\ndup=second", "dup"), "first");
 }
 
-TEST(ProfileRead, CaseAndPaddingOfTheQueryDontCount) {
+TEST(ProfileRead, CaseAndPaddingOfTheQueryAreIgnored) {
     EXPECT_EQ(fnReadLine("CaseKey=1", "casekey"), "1");
     EXPECT_EQ(fnReadLine("casekey=1", "CASEKEY"), "1");
     EXPECT_EQ(fnRead("[Main]\na=1", "a", "mAIN"), "1");
@@ -118,7 +118,7 @@ TEST(ProfileRead, CaseAndPaddingOfTheQueryDontCount) {
     EXPECT_EQ(fnReadLine("[=1", "{"), "D");
 }
 
-TEST(ProfileRead, MissingThingsGiveTheDefault) {
+TEST(ProfileRead, MissingKeysAndSectionsGiveTheDefault) {
     EXPECT_EQ(fnRead("[Main]\r\na=1\r\n", "b"), "D");
     EXPECT_EQ(fnRead("[Main]\r\na=1\r\n", "a", "Other"), "D");
     EXPECT_EQ(fnRead("", "a"), "D");
@@ -127,7 +127,7 @@ TEST(ProfileRead, MissingThingsGiveTheDefault) {
     EXPECT_EQ(fnReadLine("a=1", "aa"), "D");
 }
 
-TEST(ProfileRead, TheDefaultLosesSpacesAtItsEndAndAPairOfQuotes) {
+TEST(ProfileRead, TheDefaultLosesTrailingSpacesAndAPairOfQuotes) {
     const auto fallback = [](std::string_view text) { return fnRead("", "a", "Main", text); };
     EXPECT_EQ(fallback("abc   "), "abc");
     EXPECT_EQ(fallback("abc\t"), "abc\t");
@@ -142,7 +142,7 @@ TEST(ProfileRead, TheDefaultLosesSpacesAtItsEndAndAPairOfQuotes) {
     EXPECT_EQ(fallback("\""), "\"");
 }
 
-TEST(ProfileRead, SectionNamesAreWhatStandsBetweenTheFirstAndTheLastBracket) {
+TEST(ProfileRead, SectionNamesLieBetweenTheFirstAndTheLastBracket) {
     const auto text = " [Indented]\na=1\n[Trail] junk\na=2\n[ Spaced ]\na=3\n[Sect;c]\na=4\n"
                       "[Br]ack]\na=5\n\t[Tab]\na=6\n"sv;
     EXPECT_EQ(fnRead(text, "a", "Indented"), "1");
@@ -161,7 +161,7 @@ TEST(ProfileRead, AnUnclosedBracketBeginsNoSection) {
     EXPECT_EQ(fnRead(text, "b", "noclose"), "D");
 }
 
-TEST(ProfileRead, TheFirstSectionOfANameAloneIsSearched) {
+TEST(ProfileRead, OnlyTheFirstSectionOfANameIsSearched) {
     EXPECT_EQ(fnRead("[Main]\na=1\n[Main]\nb=2\n", "b"), "D");
     EXPECT_EQ(fnRead("[Main]\n[main]\nb=2\n", "b"), "D");
     EXPECT_EQ(fnRead("[Main]\na=1\n[X]\n[Main]\na=2\n", "a"), "1");
@@ -174,7 +174,7 @@ TEST(ProfileRead, TheEmptySectionIsTheHeadOfTheFile) {
     EXPECT_EQ(fnRead("x=1\n[ ]\ny=2\n", "y", " "), "D");
 }
 
-TEST(ProfileRead, EveryLineEndWillDo) {
+TEST(ProfileRead, EveryLineEndIsAccepted) {
     for (const auto end : {"\r\n"sv, "\n"sv, "\r"sv, "\n\r"sv, "\r\r\n"sv, "\r\n\r\n"sv}) {
         std::string text;
         for (const auto line : {"[Other]"sv, "a=0"sv, "[Main]"sv, "a=1"sv, "b=2"sv})
@@ -185,12 +185,12 @@ TEST(ProfileRead, EveryLineEndWillDo) {
     EXPECT_EQ(fnRead("[Main]\r\na=1", "a"), "1") << "no line end at the end";
 }
 
-TEST(ProfileRead, LinesBehindAnEndOfFileCharacterAreStillRead) {
+TEST(ProfileRead, LinesAfterAnEndOfFileCharacterAreStillRead) {
     EXPECT_EQ(fnRead("[Main]\r\na=1\x1a\r\n\x1a\r\nb=2\x1a", "a"), "1");
     EXPECT_EQ(fnRead("[Main]\r\na=1\x1a\r\n\x1a\r\nb=2\x1a", "b"), "2");
 }
 
-TEST(ProfileRead, AZeroByteEndsItsLineAlone) {
+TEST(ProfileRead, AZeroByteEndsOnlyItsOwnLine) {
     const auto text = "[Main]\r\na=1\0junk\r\nb=2\r\n\0c=3\r\n[X]\0]\r\nd=4"sv;
     EXPECT_EQ(fnRead(text, "a"), "1");
     EXPECT_EQ(fnRead(text, "b"), "2");
@@ -198,7 +198,7 @@ TEST(ProfileRead, AZeroByteEndsItsLineAlone) {
     EXPECT_EQ(fnRead(text, "d", "X"), "4");
 }
 
-TEST(ProfileRead, AUtf8MarkIsPassedOver) {
+TEST(ProfileRead, AUtf8MarkIsSkipped) {
     EXPECT_EQ(fnRead("\xef\xbb\xbf[Main]\r\na=1", "a"), "1");
     EXPECT_EQ(fnRead("\xef\xbb\xbfx=1", "x", ""), "1");
     EXPECT_EQ(fnRead("\xef\xbb\xbf", "x", ""), "D");
@@ -212,7 +212,7 @@ TEST(ProfileRead, AUtf16TextHasNoKeys) {
     EXPECT_EQ(fnRead("\xfe\xff\n[Main]\na=1\n", "a"), "D");
 }
 
-TEST(ProfileRead, LongLinesAreReadWhole) {
+TEST(ProfileRead, LongLinesAreReadCompletely) {
     for (const std::size_t length : {300u, 5000u, 70000u}) {
         const std::string value(length, 'v');
         EXPECT_EQ(fnReadLine("a=" + value, "a"), value);
@@ -224,7 +224,7 @@ TEST(ProfileRead, LongLinesAreReadWhole) {
               99u);
 }
 
-TEST(ProfileRead, AValueIsCutToTheBuffer) {
+TEST(ProfileRead, AValueIsTruncatedToTheBuffer) {
     const auto text = "[Main]\nf=quoted\nq=\"abc\"\ne=\"\"\n"sv;
     EXPECT_EQ(fnReadInto(text, "f", "", 0).m_nLength, 0u);
     EXPECT_EQ(fnReadInto(text, "f", "", 0).m_Text[0], 'x');
@@ -255,8 +255,8 @@ TEST(ProfileRead, KeyAndDefaultMayLieInTheBuffer) {
     EXPECT_STREQ(fallback, "abc");
 }
 
-TEST(ProfileRead, LargeTextsTakeTimeByTheirSize) {
-    // Each would take hours if a line were looked at more often than a few times.
+TEST(ProfileRead, LargeTextsTakeTimeInProportionToTheirSize) {
+    // Each would take hours if a line were read more often than a few times.
     constexpr std::size_t kBytes = 10u << 20;
     std::string brackets(kBytes, '[');
     std::string opened = "[Main]\n";

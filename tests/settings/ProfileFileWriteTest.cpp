@@ -1,4 +1,4 @@
-#include "q32Base/settings/ProfileFile.h"
+#include "q32Base/settings/ProfileFile_p.h"
 #include "tests/support/FailingAllocator.h"
 
 #include <gtest/gtest.h>
@@ -48,7 +48,7 @@ TEST(ProfileWrite, AnEmptyFileGetsSectionAndKey) {
     EXPECT_EQ(fnWrite("", "A", "k", "v"), "[A]\r\nk=v\r\n");
 }
 
-TEST(ProfileWrite, AKeyIsReplacedInPlaceAndKeepsItsSpelling) {
+TEST(ProfileWrite, AValueIsReplacedInPlaceAndTheKeyKeepsItsSpelling) {
     EXPECT_EQ(fnWrite(kStart, "A", "k", "NEW"), fnReplaced(kStart, "k = 1 ", "k=NEW"));
     EXPECT_EQ(fnWrite(kStart, "a", "K", "NEW"), fnReplaced(kStart, "k = 1 ", "k=NEW"));
     EXPECT_EQ(fnWrite(kStart, " A ", " k ", "NEW"), fnReplaced(kStart, "k = 1 ", "k=NEW"));
@@ -62,12 +62,12 @@ TEST(ProfileWrite, TheSameValueChangesNothing) {
     fnExpectUnchanged("[A]\nk=\"q\"", "A", "k", "\"q\"");
 }
 
-TEST(ProfileWrite, AValueThatReadsTheSameButIsSpelledOtherwiseIsWritten) {
+TEST(ProfileWrite, AValueThatReadsTheSameButIsSpelledDifferentlyIsWritten) {
     EXPECT_EQ(fnWrite("[A]\nk=q", "A", "k", "\"q\""), "[A]\nk=\"q\"");
     EXPECT_EQ(fnWrite("[A]\nk=Q", "A", "k", "q"), "[A]\nk=q");
 }
 
-TEST(ProfileWrite, ANewKeyGoesBehindTheLastLineOfItsSectionThatIsNotBlank) {
+TEST(ProfileWrite, ANewKeyFollowsTheLastNonBlankLineOfItsSection) {
     EXPECT_EQ(fnWrite(kStart, "A", "m", "5"),
               fnReplaced(kStart, "; tail\r\n", "; tail\r\nm=5\r\n"));
     EXPECT_EQ(fnWrite(kStart, "B", "m", "5"), kStart + "m=5\r\n");
@@ -75,7 +75,7 @@ TEST(ProfileWrite, ANewKeyGoesBehindTheLastLineOfItsSectionThatIsNotBlank) {
     EXPECT_EQ(fnWrite("[A]\n \t\x1a\n", "A", "m", "5"), "[A]\nm=5\n \t\x1a\n");
 }
 
-TEST(ProfileWrite, ANewSectionGoesToTheEnd) {
+TEST(ProfileWrite, ANewSectionIsAddedAtTheEnd) {
     EXPECT_EQ(fnWrite(kStart, "C", "m", "5"), kStart + "[C]\r\nm=5\r\n");
     EXPECT_EQ(fnWrite("[A]\nk=1\n\n\n", "C", "m", "5"), "[A]\nk=1\n\n\n[C]\nm=5\n")
         << "blank lines stay";
@@ -109,7 +109,7 @@ TEST(ProfileWrite, ABareLineOfTheNameGetsTheValue) {
     EXPECT_EQ(fnWrite("[A]\nk\n", "A", "k", ""), "[A]\nk=\n");
 }
 
-TEST(ProfileWrite, ValuesAreWrittenAsTheyStandButForBlanksAhead) {
+TEST(ProfileWrite, ValuesAreWrittenVerbatimExceptForLeadingBlanks) {
     EXPECT_EQ(fnWrite("", "A", "k", ""), "[A]\r\nk=\r\n");
     EXPECT_EQ(fnWrite("", "A", "k", "  v  "), "[A]\r\nk=v  \r\n");
     EXPECT_EQ(fnWrite("", "A", "k", "\t"), "[A]\r\nk=\r\n");
@@ -122,14 +122,14 @@ TEST(ProfileWrite, ValuesAreWrittenAsTheyStandButForBlanksAhead) {
     EXPECT_EQ(fnWrite("", "A", "k", longValue), "[A]\r\nk=" + longValue + "\r\n");
 }
 
-TEST(ProfileWrite, AValueEndsAtALineBreakSoThatItBecomesNoLineOfItsOwn) {
+TEST(ProfileWrite, AValueEndsAtALineBreakSoThatItAddsNoLine) {
     EXPECT_EQ(fnWrite("", "A", "k", "v\r\nw=2"), "[A]\r\nk=v\r\n");
     EXPECT_EQ(fnWrite("", "A", "k", "v\n[B]"), "[A]\r\nk=v\r\n");
     EXPECT_EQ(fnWrite("", "A", "k", "v\0w"sv), "[A]\r\nk=v\r\n");
     EXPECT_EQ(fnWrite("", "A\n[B]", "k\nl=1", "v"), "[A]\r\nk=v\r\n");
 }
 
-TEST(ProfileWrite, OddNamesAreWrittenAsThePlatformDoes) {
+TEST(ProfileWrite, OddNamesAreWrittenByTheSameRules) {
     EXPECT_EQ(fnWrite("[A]\n", "A", "", "v"), "[A]\n=v\n");
     EXPECT_EQ(fnWrite("[A]\n", "A", "p=q", "v"), "[A]\np=q=v\n");
     EXPECT_EQ(fnWrite("[A]\n", "A", ";k", "v"), "[A]\n;k=v\n");
@@ -139,12 +139,12 @@ TEST(ProfileWrite, OddNamesAreWrittenAsThePlatformDoes) {
     EXPECT_EQ(fnWrite("", "", "k", "v"), "k=v\r\n");
 }
 
-TEST(ProfileWrite, AZeroByteInTheOldLineGoesWithTheLine) {
+TEST(ProfileWrite, AZeroByteInTheOldLineIsReplacedWithTheLine) {
     EXPECT_EQ(fnWrite(std::string("[A]\nk=1\0junk\nj=\0\n"sv), "A", "k", "2"),
               "[A]\nk=2\nj=\0\n"sv);
 }
 
-TEST(ProfileWrite, AUtf8MarkStaysAhead) {
+TEST(ProfileWrite, AUtf8MarkStaysFirst) {
     EXPECT_EQ(fnWrite("\xef\xbb\xbf[A]\nk=1\n", "A", "k", "2"), "\xef\xbb\xbf[A]\nk=2\n");
     EXPECT_EQ(fnWrite("\xef\xbb\xbf", "A", "k", "2"), "\xef\xbb\xbf[A]\r\nk=2\r\n");
     EXPECT_EQ(fnWrite("\xef\xbb\xbf[A]\n", "", "k", "2"), "\xef\xbb\xbfk=2\n[A]\n");
@@ -170,7 +170,7 @@ TEST(ProfileWrite, WhatIsWrittenIsReadBack) {
         EXPECT_EQ(fnRead(fnWrite(kStart, "B", "new", written), "B", "new"), read);
 }
 
-TEST(ProfileDelete, AKeysLineGoes) {
+TEST(ProfileDelete, AKeysLineIsRemoved) {
     std::string text = kStart;
     EXPECT_EQ(q32::fnDeleteProfileKey(text, "A", "K"), PROFILE_EDIT::CHANGED);
     EXPECT_EQ(text, fnReplaced(kStart, "k = 1 \r\n", ""));
@@ -181,7 +181,7 @@ TEST(ProfileDelete, AKeysLineGoes) {
     EXPECT_EQ(text, "[A]\n");
 }
 
-TEST(ProfileDelete, WhatIsNotThereChangesNothing) {
+TEST(ProfileDelete, AMissingKeyOrSectionChangesNothing) {
     std::string text = kStart;
     EXPECT_EQ(q32::fnDeleteProfileKey(text, "A", "zz"), PROFILE_EDIT::UNCHANGED);
     EXPECT_EQ(q32::fnDeleteProfileKey(text, "Z", "k"), PROFILE_EDIT::UNCHANGED);
@@ -192,7 +192,7 @@ TEST(ProfileDelete, WhatIsNotThereChangesNothing) {
     EXPECT_EQ(text, "[A]\n");
 }
 
-TEST(ProfileDelete, ASectionGoesWithAllItsLinesAndComments) {
+TEST(ProfileDelete, ASectionIsRemovedWithAllItsLinesAndComments) {
     std::string text = kStart;
     EXPECT_EQ(q32::fnDeleteProfileSection(text, "a"), PROFILE_EDIT::CHANGED);
     EXPECT_EQ(text, "; head\r\n\r\n[B]\r\nx=9\r\n");
@@ -205,7 +205,7 @@ TEST(ProfileDelete, ASectionGoesWithAllItsLinesAndComments) {
     EXPECT_EQ(text, "[B]\nb=1\n[A]\nk=2\n") << "the first one alone";
 }
 
-TEST(ProfileWrite, AllocationsThatFailLeaveTheText) {
+TEST(ProfileWrite, FailedAllocationsLeaveTheText) {
     const std::string value(300, 'v');
     for (const char* section : {"A", "C"}) {
         for (const char* key : {"k", "a new key whose name doesn't fit into a short string"}) {

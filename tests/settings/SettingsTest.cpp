@@ -1,5 +1,4 @@
-#include "q32Base/settings/Settings.h"
-
+#include "q32Base/settings/Settings_p.h"
 #include "tests/support/FailingAllocator.h"
 #include "tests/support/FakePlatform.h"
 
@@ -37,7 +36,7 @@ protected:
 
 } // namespace
 
-TEST_F(Settings, TheFileStandsInTheConfigurationDirectory) {
+TEST_F(Settings, TheFileIsInTheConfigurationDirectory) {
     CString path;
     EXPECT_TRUE(q32::GetSettingsPath(path));
     EXPECT_STREQ(path, kPath);
@@ -49,14 +48,14 @@ TEST_F(Settings, TheFileStandsInTheConfigurationDirectory) {
     EXPECT_STREQ(path, "/etc/q32Base\\Qkz.cfg");
 }
 
-TEST_F(Settings, ThePathIsHadEvenWithoutAConfigurationDirectory) {
+TEST_F(Settings, ThePathIsAvailableEvenWithoutAConfigurationDirectory) {
     m_World.m_pFiles->m_ConfigDirectory.reset();
     CString path("before");
     EXPECT_TRUE(q32::GetSettingsPath(path));
     EXPECT_STREQ(path, "\\Qkz.cfg");
 }
 
-TEST_F(Settings, ATrailByteOfTheDirectoryIsNoBackslash) {
+TEST_F(Settings, ATrailByteOfTheDirectoryIsNotTakenForABackslash) {
     m_World.m_pLocale->m_bDoubleByte = true;
     m_World.m_pFiles->m_ConfigDirectory = "D:\\\x83\x5c";
     CString path;
@@ -76,7 +75,7 @@ TEST_F(Settings, AValueIsFoundByTheNumbersOfSectionAndKey) {
     EXPECT_EQ(fnReadNumber(), 40);
 }
 
-TEST_F(Settings, AnEmptyValueIsNoNumber) {
+TEST_F(Settings, AnEmptyValueIsNotANumber) {
     fnText() = "[VMPolicy]\r\nMemPercent=\r\n";
     EXPECT_EQ(fnRead("x"), "");
     EXPECT_EQ(fnReadNumber(), std::nullopt);
@@ -84,13 +83,13 @@ TEST_F(Settings, AnEmptyValueIsNoNumber) {
     EXPECT_EQ(fnReadNumber(), std::nullopt);
 }
 
-TEST_F(Settings, AValueIsCutToTheBuffer) {
+TEST_F(Settings, AValueIsTruncatedToTheBuffer) {
     fnText() = "[VMPolicy]\r\nMemPercent=" + std::string(300, '7') + "\r\n";
     EXPECT_EQ(fnRead(), std::string(259, '7'));
     EXPECT_EQ(fnRead(nullptr, 32), std::string(31, '7'));
 }
 
-TEST_F(Settings, ANumberIsCutToItsBufferBeforeItIsRead) {
+TEST_F(Settings, ANumberIsTruncatedToItsBufferBeforeItIsParsed) {
     fnText() = "[VMPolicy]\r\nMemPercent=" + std::string(30, '0') + "12\r\n";
     EXPECT_EQ(fnReadNumber(q32::kShortSettingBytes), 1);
     EXPECT_EQ(fnReadNumber(q32::kSettingBytes), 12);
@@ -105,7 +104,7 @@ TEST_F(Settings, EveryCallReachesTheFile) {
     EXPECT_EQ(m_World.m_pFiles->m_nReads, 2);
 }
 
-TEST_F(Settings, AFileThatCantBeReadHasNoKeys) {
+TEST_F(Settings, AnUnreadableFileHasNoKeys) {
     fnText() = "[VMPolicy]\r\nMemPercent=1\r\n";
     m_World.m_pFiles->m_bReadFails = true;
     EXPECT_EQ(fnRead("x"), "x");
@@ -129,7 +128,7 @@ TEST_F(Settings, NumbersAreWrittenInDecimal) {
     }
 }
 
-TEST_F(Settings, AWriteOfTheSameValueTouchesNoFile) {
+TEST_F(Settings, WritingTheSameValueTouchesNoFile) {
     EXPECT_TRUE(fnWrite(40));
     EXPECT_EQ(m_World.m_pFiles->m_nWrites, 1);
     EXPECT_TRUE(fnWrite(40));
@@ -138,7 +137,7 @@ TEST_F(Settings, AWriteOfTheSameValueTouchesNoFile) {
     EXPECT_TRUE(fnWrite(40));
 }
 
-TEST_F(Settings, AFailedWriteIsFalse) {
+TEST_F(Settings, AFailedWriteReturnsFalse) {
     m_World.m_pFiles->m_bWriteFails = true;
     EXPECT_FALSE(fnWrite(40));
     EXPECT_FALSE(fnWrite("40"));
@@ -153,7 +152,7 @@ TEST_F(Settings, AFileInUtf16IsNeitherReadNorDamaged) {
     EXPECT_EQ(fnText(), start);
 }
 
-TEST_F(Settings, MemoryThatRunsOutReadsAsNoKeysAndFailsAWrite) {
+TEST_F(Settings, ExhaustedMemoryReadsAsNoKeysAndFailsAWrite) {
     fnText() = "[VMPolicy]\r\nMemPercent=1\r\n";
     m_World.m_pFiles->m_bMemoryFails = true;
     EXPECT_EQ(fnRead("x"), "x");
@@ -199,7 +198,7 @@ TEST(SettingsWithoutAPlatform, HaveNoKeysAndFailWrites) {
     EXPECT_FALSE(q32::fnWriteSetting(213, 208, 1));
 }
 
-TEST(ParseInt, ReadsADecimalNumberBehindBlanksAndASign) {
+TEST(ParseInt, ReadsADecimalNumberAfterBlanksAndASign) {
     const std::pair<const char*, int> cases[] = {
         {"12", 12},  {"-5", -5},    {"+7", 7},     {" \t\n\v\f\r42", 42},
         {"010", 10}, {"12abc", 12}, {"3.9", 3},    {"abc", 0},

@@ -9,7 +9,7 @@ using namespace q32::test;
 
 namespace {
 
-/// What a derived class of a host can reach.
+/// Exposes the protected members to the tests.
 struct OpenSoundCtrl : CqSoundCtrl {
     using CqSoundCtrl::fnGetMixerHandle;
     using CqSoundCtrl::OnDestroy;
@@ -18,7 +18,7 @@ struct OpenSoundCtrl : CqSoundCtrl {
 
 class CqSoundCtrlTest : public MixerTest {
 protected:
-    /// A control of the usual mixer, with a step of 10.
+    /// Creates a control of the usual mixer, with a step of 10.
     void fnStart() {
         fnMixers().fnAddDevice(CqHeadlessMixers::fnMakeUsualDevice());
         ASSERT_TRUE(m_Control.fnCreate(&m_Parent, 42, 10));
@@ -48,7 +48,7 @@ TEST_F(CqSoundCtrlTest, BeginsInTheMiddleWithoutAMixer) {
     EXPECT_FALSE(m_Control.fnCanHandleTreble());
 }
 
-TEST_F(CqSoundCtrlTest, WithoutAMixerEverySetterSaysNo) {
+TEST_F(CqSoundCtrlTest, WithoutAMixerEverySetterReturnsFalse) {
     EXPECT_FALSE(m_Control.fnSetMute(false)) << "even for the value that is there";
     EXPECT_FALSE(m_Control.fnSwitchMute());
     EXPECT_FALSE(m_Control.fnSetVolume(128));
@@ -115,7 +115,7 @@ TEST_F(CqSoundCtrlTest, TheFirstMixerWithControlsOnItsSpeakerLineIsTaken) {
     EXPECT_EQ(fnMixers().fnGetOpen(), 1u);
 }
 
-TEST_F(CqSoundCtrlTest, AFailedCallOnTheWayGoesOnToTheNextMixer) {
+TEST_F(CqSoundCtrlTest, AFailedCallMovesTheSearchToTheNextMixer) {
     auto& calls = *fnMixers().m_pCalls;
     fnMixers().fnAddDevice(CqHeadlessMixers::fnMakeUsualDevice());
     fnMixers().fnAddDevice({.m_Controls = {{VOLUME, 9, {65535, 65535}}}});
@@ -140,7 +140,7 @@ TEST_F(CqSoundCtrlTest, ControlsThatAreMissingStayAbsentAndRefuse) {
     EXPECT_FALSE(m_Control.fnSetMute(true));
     EXPECT_EQ(fnMixers().m_pCalls->m_SetValues.fnGetCount(), before + 3) << "the mixer was asked";
     EXPECT_EQ(m_Control.fnGetBass(), 128u);
-    fnMixers().fnReport(0, 0); // the id of those that are absent
+    fnMixers().fnReport(0, 0); // the id of absent controls
     EXPECT_EQ(fnMixers().fnPump(), 1u);
     EXPECT_EQ(fnTold(), Codes());
 }
@@ -169,7 +169,7 @@ TEST_F(CqSoundCtrlTest, EachControlMayFailToBeFoundOrRead) {
     }
 }
 
-TEST_F(CqSoundCtrlTest, AWindowThatStandsIsNotMadeAgain) {
+TEST_F(CqSoundCtrlTest, AnExistingWindowIsNotCreatedAgain) {
     fnStart();
     CqHeadlessWnd other({0, 0, 5, 5});
     EXPECT_FALSE(m_Control.fnCreate(&other, 1, 99));
@@ -179,7 +179,7 @@ TEST_F(CqSoundCtrlTest, AWindowThatStandsIsNotMadeAgain) {
     EXPECT_EQ(m_Control.fnGetVolume(), 138u) << "the old step";
 }
 
-TEST_F(CqSoundCtrlTest, ValuesAreCutToTheirRange) {
+TEST_F(CqSoundCtrlTest, ValuesAreClampedToTheirRange) {
     fnStart();
     EXPECT_TRUE(m_Control.fnSetVolume(300));
     EXPECT_EQ(m_Control.fnGetVolume(), 255u);
@@ -196,7 +196,7 @@ TEST_F(CqSoundCtrlTest, ValuesAreCutToTheirRange) {
     EXPECT_EQ(fnGet(TREBLE), (Values{0}));
 }
 
-TEST_F(CqSoundCtrlTest, AValueThatIsThereIsNotSentAgain) {
+TEST_F(CqSoundCtrlTest, AnUnchangedValueIsNotSentAgain) {
     fnStart();
     const auto before = fnMixers().m_pCalls->m_SetValues.fnGetCount();
     EXPECT_TRUE(m_Control.fnSetVolume(128));
@@ -286,7 +286,7 @@ TEST_F(CqSoundCtrlTest, HugeStepsWrapIn32Bits) {
     EXPECT_EQ(m_Control.fnGetBass(), 129u) << "one up";
 }
 
-TEST_F(CqSoundCtrlTest, AChangeFromOutsideIsToldToTheParent) {
+TEST_F(CqSoundCtrlTest, AChangeFromOutsideIsReportedToTheParent) {
     fnStart();
     EXPECT_TRUE(fnMove(MUTE, {1}));
     ASSERT_EQ(m_Parent.m_Told.size(), 1u);
@@ -305,7 +305,7 @@ TEST_F(CqSoundCtrlTest, AChangeFromOutsideIsToldToTheParent) {
     EXPECT_EQ(m_Control.fnGetVolume(), 100u);
 }
 
-TEST_F(CqSoundCtrlTest, OneChangeMayBeToldTwiceVolumeFirst) {
+TEST_F(CqSoundCtrlTest, OneChangeMayBeReportedTwiceVolumeFirst) {
     fnStart();
     Values seen;
     m_Parent.m_OnNotify = [&](const NMHDR&) {
@@ -320,7 +320,7 @@ TEST_F(CqSoundCtrlTest, OneChangeMayBeToldTwiceVolumeFirst) {
     EXPECT_EQ(fnTold(), (Codes{SCN_BALANCE}));
 }
 
-TEST_F(CqSoundCtrlTest, ItsOwnChangesAreNotTold) {
+TEST_F(CqSoundCtrlTest, ItsOwnChangesAreNotReported) {
     fnStart();
     m_Control.fnSetVolume(200);
     m_Control.fnSetBalance(31);
@@ -331,14 +331,14 @@ TEST_F(CqSoundCtrlTest, ItsOwnChangesAreNotTold) {
     EXPECT_EQ(fnTold(), Codes());
 }
 
-TEST_F(CqSoundCtrlTest, ChangesBelowTheScaleAreNotTold) {
+TEST_F(CqSoundCtrlTest, ChangesBelowTheScaleAreNotReported) {
     fnStart();
     EXPECT_TRUE(fnMove(VOLUME, {32768 + 255, 32768 + 255}));
     EXPECT_TRUE(fnMove(BASS, {32768 + 255}));
     EXPECT_EQ(fnTold(), Codes());
 }
 
-TEST_F(CqSoundCtrlTest, ABalanceThatWasSetAtVolumeZeroIsToldAsCentred) {
+TEST_F(CqSoundCtrlTest, ABalanceSetAtVolumeZeroIsReportedAsCentred) {
     fnStart();
     m_Control.fnSetVolume(0);
     fnMixers().fnPump();
@@ -397,7 +397,7 @@ TEST_F(CqSoundCtrlTest, ADestroyedWindowKeepsItsValuesAndSetsNoMore) {
     EXPECT_EQ(m_Control.fnGetVolume(), 77u);
 }
 
-TEST_F(CqSoundCtrlTest, TheMessageOfItsEndClosesTheMixer) {
+TEST_F(CqSoundCtrlTest, TheDestroyMessageClosesTheMixer) {
     fnStart();
     m_Control.fnSetVolume(77);
     EXPECT_EQ(m_Control.SendMessage(WM_DESTROY, 0, 0), 0);
@@ -412,7 +412,7 @@ TEST_F(CqSoundCtrlTest, TheMessageOfItsEndClosesTheMixer) {
     EXPECT_TRUE(m_Control.DestroyWindow());
 }
 
-TEST_F(CqSoundCtrlTest, TheWindowGoesWithItsParent) {
+TEST_F(CqSoundCtrlTest, TheWindowIsDestroyedWithItsParent) {
     fnStart();
     m_Parent.fnDestroy();
     EXPECT_FALSE(m_Control.IsWindow());
@@ -428,7 +428,7 @@ TEST_F(CqSoundCtrlTest, TheWindowGoesWithItsParent) {
     EXPECT_EQ(fnMixers().fnGetOpen(), 0u);
 }
 
-TEST_F(CqSoundCtrlTest, ControlsOfOneParentGoInAnyOrder) {
+TEST_F(CqSoundCtrlTest, ControlsOfOneParentMayBeDestroyedInAnyOrder) {
     fnMixers().fnAddDevice(CqHeadlessMixers::fnMakeUsualDevice());
     for (const std::array<int, 3>& order :
          {std::array{0, 1, 2}, std::array{2, 1, 0}, std::array{1, 0, 2}}) {
@@ -442,7 +442,7 @@ TEST_F(CqSoundCtrlTest, ControlsOfOneParentGoInAnyOrder) {
     m_Parent.fnDestroy();
 }
 
-TEST_F(CqSoundCtrlTest, AParentMayDestroyTheWindowWhenItIsTold) {
+TEST_F(CqSoundCtrlTest, AParentMayDestroyTheWindowDuringAReport) {
     fnStart();
     m_Parent.m_OnNotify = [&](const NMHDR&) { m_Control.DestroyWindow(); };
     EXPECT_TRUE(fnMove(VOLUME, {51200, 25600}));
@@ -451,7 +451,7 @@ TEST_F(CqSoundCtrlTest, AParentMayDestroyTheWindowWhenItIsTold) {
     EXPECT_EQ(fnMixers().fnGetOpen(), 0u);
 }
 
-TEST_F(CqSoundCtrlTest, WantOfMemoryIsARefusal) {
+TEST_F(CqSoundCtrlTest, ExhaustedMemoryIsAFailure) {
     fnMixers().fnAddDevice(CqHeadlessMixers::fnMakeUsualDevice());
     std::size_t refused = 0;
     const std::size_t runs = fnFailEachAllocation([&](CqAllocationFailure& failure) {

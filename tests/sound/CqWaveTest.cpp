@@ -11,7 +11,7 @@ namespace {
 
 using CqWaveTest = WaveTest;
 
-/// What a derived class of a host can reach.
+/// Exposes the protected members to the tests.
 struct OpenWave : CqWave {
     using CqWave::CqWave;
     using CqWave::fnAllocBuf;
@@ -30,7 +30,7 @@ TEST_F(CqWaveTest, IsWithoutABlockAtFirst) {
     EXPECT_EQ(std::memcmp(&format, &none, sizeof format), 0);
 }
 
-TEST_F(CqWaveTest, KnowsItsClass) {
+TEST_F(CqWaveTest, ReportsItsClass) {
     const CqWave wave;
     const CRuntimeClass* known = wave.GetRuntimeClass();
     EXPECT_STREQ(known->m_lpszClassName, "CqWave");
@@ -56,7 +56,7 @@ TEST_F(CqWaveTest, AnAllocationFillsTheFormat) {
     EXPECT_EQ(q32GetVMPolicy()->fnGetRamUsed(), 40u);
 }
 
-TEST_F(CqWaveTest, AnAllocationIsSilencedOnlyIfAsked) {
+TEST_F(CqWaveTest, AnAllocationIsSilencedOnlyOnRequest) {
     EXPECT_EQ(fnBytes(CqWave(1, 8, 8000, 3, true)), Bytes(3, 0x80));
     EXPECT_EQ(fnBytes(CqWave(1, 8, 8000, 3, false)), Bytes(3, 0)) << "as the memory came";
 }
@@ -68,7 +68,7 @@ TEST_F(CqWaveTest, TheBytesOfAFrameAreKeptIn16Bits) {
     EXPECT_EQ(wave.fnGetBufferSize(), 14464u);
 }
 
-TEST_F(CqWaveTest, BitsOfAFrameThatFillNoByteAreLeftOut) {
+TEST_F(CqWaveTest, BitsOfAFrameThatFillNoByteAreDropped) {
     EXPECT_EQ(CqWave(3, 12, 10, 1, true).fnGetFormat().nBlockAlign, 4);
 }
 
@@ -78,12 +78,12 @@ TEST_F(CqWaveTest, SizesWrapIn32Bits) {
     EXPECT_EQ(CqWave(1, 16, 0x80000001u, 1, true).fnGetFormat().nAvgBytesPerSec, 2u);
 }
 
-TEST_F(CqWaveTest, ASoundOfNoBytesCantBeHad) {
+TEST_F(CqWaveTest, ASoundOfZeroBytesCannotBeAllocated) {
     EXPECT_TRUE(fnRaisesMemoryException([] { CqWave(1, 8, 8000, 0, true); }));
     EXPECT_TRUE(fnRaisesMemoryException([] { CqWave(0, 8, 8000, 10, true); }));
 }
 
-TEST_F(CqWaveTest, AFormatWithoutBytesAFrameCountsNoFrames) {
+TEST_F(CqWaveTest, AFormatOfZeroBytesPerFrameHasNoFrames) {
     OpenWave wave;
     CqFileHandle file = 0;
     CqMappingHandle mapping = 1;
@@ -100,7 +100,7 @@ TEST_F(CqWaveTest, AFormatWithoutBytesAFrameCountsNoFrames) {
     EXPECT_EQ(wave.fnGetFormat().cbSize, 7) << "all of the format is copied";
 }
 
-TEST_F(CqWaveTest, ASoundWhoseBlockWasGivenBackIsEmptyAndKeepsItsFormat) {
+TEST_F(CqWaveTest, ASoundWhoseBlockWasReleasedIsEmptyAndKeepsItsFormat) {
     OpenWave wave(1, 16, 8000, 4, true);
     wave.fnFreeBuf();
     wave.fnFreeBuf();
@@ -120,7 +120,7 @@ TEST_F(CqWaveTest, ASoundWhoseBlockWasGivenBackIsEmptyAndKeepsItsFormat) {
     EXPECT_EQ(wave.fnGetFrameCount(), 1u);
 }
 
-TEST_F(CqWaveTest, FramesAreCountedWhole) {
+TEST_F(CqWaveTest, OnlyCompleteFramesAreCounted) {
     OpenWave wave(1, 8, 8000, 1, true);
     CqFileHandle file = 0;
     CqMappingHandle mapping = 0;
@@ -132,7 +132,7 @@ TEST_F(CqWaveTest, FramesAreCountedWhole) {
     EXPECT_EQ(wave.fnGetFrameCount(), 2u);
 }
 
-TEST_F(CqWaveTest, AFillOfAsManyFramesReplacesThemAll) {
+TEST_F(CqWaveTest, AFillOfEqualLengthReplacesAllFrames) {
     CqWave wave(2, 8, 8000, 4, true);
     const unsigned char* block = wave.fnGetBuffer();
     fnFill(wave, fnRamp(8));
@@ -153,7 +153,7 @@ TEST_F(CqWaveTest, AShorterFillSilencesTheRestAndKeepsTheLength) {
     }
 }
 
-TEST_F(CqWaveTest, ALongerFillMakesALongerBlockOfTheSameFormat) {
+TEST_F(CqWaveTest, ALongerFillAllocatesALongerBlockOfTheSameFormat) {
     CqWave wave(2, 16, 22050, 2, true);
     fnFill(wave, fnRamp(20));
     EXPECT_EQ(fnBytes(wave), fnRamp(20));
@@ -162,7 +162,7 @@ TEST_F(CqWaveTest, ALongerFillMakesALongerBlockOfTheSameFormat) {
     EXPECT_EQ(q32GetVMPolicy()->fnGetRamUsed(), 20u) << "the old block is gone";
 }
 
-TEST_F(CqWaveTest, AFillOfNoFramesSilencesAll) {
+TEST_F(CqWaveTest, AFillOfZeroFramesSilencesTheSound) {
     CqWave wave(1, 8, 8000, 3, true);
     fnFill(wave, fnRamp(3));
     wave.fnFillBuffer(nullptr, 0);
@@ -222,7 +222,7 @@ TEST_F(CqWaveTest, ASoundAssignedToItselfLosesItsSamples) {
     EXPECT_EQ(wave.fnGetFormat().nSamplesPerSec, 8000u);
 }
 
-TEST_F(CqWaveTest, AnEmptySoundCantBeCopied) {
+TEST_F(CqWaveTest, AnEmptySoundCannotBeCopied) {
     const CqWave empty;
     EXPECT_TRUE(fnRaisesMemoryException([&] { static_cast<void>(CqWave(empty)); }));
     CqWave wave(1, 8, 8000, 4, true);
@@ -248,7 +248,7 @@ TEST_F(CqWaveTest, TwoSoundsExchangeFormatAndBlock) {
     EXPECT_EQ(fnBytes(second), Bytes(200, 0));
 }
 
-TEST_F(CqWaveTest, ALongSoundLiesOnAScratchDisk) {
+TEST_F(CqWaveTest, ALongSoundIsOnAScratchDisk) {
     q32GetVMPolicy()->fnSetRamLimit(1000);
     CqWave small(1, 8, 8000, 600, true);
     EXPECT_EQ(m_World->m_pScratch->fnGetViews(), 0u);
@@ -267,8 +267,8 @@ TEST_F(CqWaveTest, ALongSoundLiesOnAScratchDisk) {
     EXPECT_TRUE(m_World->m_pDisks->fnGetFiles().empty());
 }
 
-/// Each operation that takes a new block, with no block to be had: the sound stays.
-TEST_F(CqWaveTest, WhatFailsForMemoryLeavesTheOldSound) {
+/// Each operation that allocates a block, with none available: the sound stays.
+TEST_F(CqWaveTest, OperationsWithoutMemoryLeaveTheOldSound) {
     const WAVEFORMATEX format = {1, 1, 8000, 8000, 1, 8, 0};
     fnAddResource(7, fnMakeResource(format, 5, fnRamp(5)));
     CqWave other(2, 16, 44100, 100, true);
@@ -291,7 +291,7 @@ TEST_F(CqWaveTest, WhatFailsForMemoryLeavesTheOldSound) {
 
 /// The same with each single allocation and each call of the memory and scratch services failing
 /// once.
-TEST_F(CqWaveTest, EachFailingStepOnTheWayToABlockLeavesTheOldSound) {
+TEST_F(CqWaveTest, EachFailingStepOfAnAllocationLeavesTheOldSound) {
     const WAVEFORMATEX format = {1, 1, 8000, 8000, 1, 8, 0};
     fnAddResource(7, fnMakeResource(format, 5, fnRamp(5)));
     CqWave wave(1, 8, 11025, 4, true);

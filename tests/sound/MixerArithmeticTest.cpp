@@ -5,7 +5,7 @@ using namespace q32::test;
 
 namespace {
 
-/// The table of volume and balance, written out.
+/// The table of volume and balance, spelt out.
 Values fnLevels(std::uint32_t v, std::uint32_t b) {
     if (b < 128)
         return {v * 256, b * v * 2};
@@ -24,7 +24,7 @@ protected:
         ASSERT_TRUE(m_Control.fnCreate(&m_Parent, 1, 1));
     }
     Values fnGet() { return fnMixers().fnGetValues(0, CQ_MIXER_CONTROL::VOLUME); }
-    /// What is read of levels that come from outside: volume and balance.
+    /// Volume and balance as read from levels set outside.
     Values fnRead(const Values& levels) {
         fnMixers().fnMove(0, CQ_MIXER_CONTROL::VOLUME, levels);
         fnMixers().fnPump();
@@ -49,7 +49,7 @@ TEST_F(MixerArithmeticTest, EachVolumeAndBalanceGivesItsLevelsAndReadsBack) {
         }
 }
 
-TEST_F(MixerArithmeticTest, LevelsThatNobodySetAreReadByTheSameRule) {
+TEST_F(MixerArithmeticTest, LevelsFromOutsideAreReadByTheSameRule) {
     fnStart(2);
     EXPECT_EQ(fnRead({51200, 25600}), (Values{200, 64}));
     EXPECT_EQ(fnRead({25600, 51200}), (Values{200, 191}));

@@ -10,7 +10,7 @@ namespace q32::test {
 
 using Values = std::vector<std::uint32_t>;
 
-/// A parent window that remembers what its children tell.
+/// A parent window that records the notifications of its children.
 class NotifiedWnd : public CqHeadlessWnd {
 public:
     NotifiedWnd() : CqHeadlessWnd({10, 10, 60, 40}) {}
@@ -25,7 +25,7 @@ public:
         return 0;
     }
 
-    /// The codes told so far, in order; they are forgotten then.
+    /// The codes reported so far, in order; clears the record.
     std::vector<UINT> fnTakeCodes() {
         std::vector<UINT> codes;
         for (const NMHDR& told : std::exchange(m_Told, {}))

@@ -1,5 +1,5 @@
 #include "platforms/posix/posix.h"
-#include "q32Base/memory/CqTileMap.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "tests/sound/SoundTestTools.h"
 #include "tests/support/Random.h"
 
@@ -26,7 +26,7 @@ void fnBlacken(CqImage& image) {
     }
 }
 
-/// The rule written out: each sample, each pixel.
+/// The rule spelt out for each sample and pixel.
 void fnPlain(CqImage& image, const CqWave& wave, std::uint32_t start, std::uint32_t length,
              bool vertical) {
     fnBlacken(image);
@@ -104,7 +104,7 @@ std::vector<int> fnRange(int first, int last) {
 
 class OscillogramTest : public WaveTest {
 protected:
-    /// Draws one frame on one column (row) and tells what is green there.
+    /// Draws one frame on one column (row) and returns the green pixels there.
     std::vector<int> fnDraw(unsigned int channels, unsigned int bits, const Bytes& frame,
                             unsigned int across, bool vertical = false) {
         CqWave wave(channels, bits, 8000, 1, true);
@@ -119,7 +119,7 @@ TEST_F(OscillogramTest, SilenceOfAStereoSoundIsAPointInEachBand) {
     EXPECT_EQ(fnDraw(2, 16, {0, 0, 0, 0}, 200), (std::vector{49, 149}));
 }
 
-TEST_F(OscillogramTest, TheLoudestSampleIsABarOverTheWholeBand) {
+TEST_F(OscillogramTest, TheLoudestSampleIsABarAcrossTheBand) {
     EXPECT_EQ(fnDraw(1, 16, {0xFF, 0x7F}, 100), fnRange(0, 99)) << "0 to 100, which is outside";
     EXPECT_EQ(fnDraw(1, 16, {0x00, 0x80}, 100), fnRange(1, 99)) << "99 down to 1";
     EXPECT_EQ(fnDraw(1, 8, {255}, 100), fnRange(0, 99));
@@ -148,7 +148,7 @@ TEST_F(OscillogramTest, VerticallyLoudSamplesAreToTheRight) {
     EXPECT_EQ(fnDraw(2, 16, {0, 0, 0, 0}, 200, true), (std::vector{50, 150}));
 }
 
-TEST_F(OscillogramTest, OfMoreThanTwoChannelsTheFirstAloneIsDrawn) {
+TEST_F(OscillogramTest, WithMoreThanTwoChannelsOnlyTheFirstIsDrawn) {
     EXPECT_EQ(fnDraw(4, 8, {128, 0, 0, 0}, 100), (std::vector{12}));
 }
 
@@ -156,8 +156,8 @@ TEST_F(OscillogramTest, OtherDepthsAreReadAs8Bits) {
     EXPECT_EQ(fnDraw(2, 24, {128, 128, 0, 0, 0, 0}, 200), (std::vector{49, 149}));
 }
 
-TEST_F(OscillogramTest, AStepThatIsNoMultipleOfAFrameReadsOutOfStep) {
-    CqWave wave(2, 8, 8000, 3, true); // 6 bytes over 4 columns: a step of one
+TEST_F(OscillogramTest, AStepThatIsNotAMultipleOfAFrameReadsMisaligned) {
+    CqWave wave(2, 8, 8000, 3, true); // 6 bytes over 4 columns: a step of one byte
     fnFill(wave, {128, 255, 128, 255, 128, 255});
     CqImage image(4, 20, 24, nullptr, 0);
     wave.fnRasterize(image, 0, 3, false, false);
@@ -168,10 +168,10 @@ TEST_F(OscillogramTest, AStepThatIsNoMultipleOfAFrameReadsOutOfStep) {
     EXPECT_EQ(fnGreen(image, 1, false).front(), 0) << "255 first: the second channel's byte";
 }
 
-TEST_F(OscillogramTest, WhatLiesBehindTheBlockIsNotDrawn) {
+TEST_F(OscillogramTest, BytesBeyondTheBlockAreNotDrawn) {
     CqWave wave(2, 16, 8000, 1, true);
     CqImage image(4, 20, 24, nullptr, 0);
-    wave.fnRasterize(image, 0, 1, false, false); // one byte a step
+    wave.fnRasterize(image, 0, 1, false, false); // one byte per step
     EXPECT_EQ(fnGreen(image, 0, false).size(), 2u);
     EXPECT_EQ(fnGreen(image, 1, false).size(), 1u) << "the second channel's sample is cut off";
     EXPECT_EQ(fnGreen(image, 2, false).size(), 1u);
@@ -200,7 +200,7 @@ TEST_F(OscillogramTest, APaletteWithoutGreenShowsItsFirstColour) {
         EXPECT_EQ(*image.fnGetPixelAddr(0, y), y == 4 ? 0 : 1) << y;
 }
 
-TEST_F(OscillogramTest, IsAsThePlainRuleHasItForAnySoundAndImage) {
+TEST_F(OscillogramTest, FollowsThePlainRuleForAnySoundAndImage) {
     Random random(7);
     for (int run = 0; run < 1500; ++run) {
         const unsigned int channels = 1 + random() % 3;
@@ -232,7 +232,7 @@ TEST_F(OscillogramTest, IsAsThePlainRuleHasItForAnySoundAndImage) {
     }
 }
 
-TEST_F(OscillogramTest, EachSampleOf16BitsLiesWhereTheRuleHasIt) {
+TEST_F(OscillogramTest, EachSampleOf16BitsFollowsTheRule) {
     // 65536 columns, one for each sample.
     CqWave wave(1, 16, 8000, 65536, false);
     for (std::uint32_t i = 0; i < 65536; ++i) {
@@ -248,7 +248,7 @@ TEST_F(OscillogramTest, EachSampleOf16BitsLiesWhereTheRuleHasIt) {
     }
 }
 
-TEST(OscillogramPages, EachStepTouchesThePageOfItsFrameAlone) {
+TEST(OscillogramPages, EachStepTouchesOnlyThePageOfItsFrame) {
     ASSERT_TRUE(q32Attach(q32PosixPlatform()));
     {
         const auto page = static_cast<std::uint32_t>(sysconf(_SC_PAGESIZE));
@@ -260,7 +260,7 @@ TEST(OscillogramPages, EachStepTouchesThePageOfItsFrameAlone) {
         ASSERT_EQ(mprotect(block, wave.fnGetBufferSize(), PROT_NONE), 0);
         for (std::uint32_t column = 0; column < kColumns; ++column)
             ASSERT_EQ(mprotect(block + column * 3 * page, page, PROT_READ), 0);
-        // Any other page ends the program.
+        // A read of any other page is a fault.
         wave.fnRasterize(image, 0, frames, false, false);
         EXPECT_EQ(fnGreen(image, kColumns - 1, false).size(), 2u);
         ASSERT_EQ(mprotect(block, wave.fnGetBufferSize(), PROT_READ | PROT_WRITE), 0);

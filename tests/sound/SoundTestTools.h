@@ -16,7 +16,7 @@ inline Bytes fnBytes(const CqWave& wave) {
     return {wave.fnGetBuffer(), wave.fnGetBuffer() + wave.fnGetBufferSize()};
 }
 
-/// Bytes that tell where they come from.
+/// Bytes that identify their position.
 inline Bytes fnRamp(std::size_t count, unsigned char first = 1) {
     Bytes bytes(count);
     for (std::size_t i = 0; i < count; ++i)
@@ -24,7 +24,7 @@ inline Bytes fnRamp(std::size_t count, unsigned char first = 1) {
     return bytes;
 }
 
-/// A wave resource as its fixed layout has it; what isn't looked at is rubbish.
+/// A wave resource in the fixed layout; the fields that aren't read hold garbage.
 inline std::string fnMakeResource(const WAVEFORMATEX& format, std::uint32_t size,
                                   const Bytes& samples) {
     std::string image(44, '?');

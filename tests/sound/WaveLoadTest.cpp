@@ -19,7 +19,7 @@ protected:
     }
 };
 
-TEST_F(WaveLoadTest, TakesFormatSizeAndSamplesFromTheirPlaces) {
+TEST_F(WaveLoadTest, ReadsFormatSizeAndSamplesFromTheirOffsets) {
     fnAddResource(1, fnMakeResource(kStereo, 12, fnRamp(20)));
     const CqWave wave(1u);
     EXPECT_EQ(fnBytes(wave), fnRamp(12)) << "what follows is left";
@@ -36,7 +36,7 @@ TEST_F(WaveLoadTest, ReplacesTheOldSound) {
     EXPECT_EQ(q32GetVMPolicy()->fnGetRamUsed(), 12u);
 }
 
-TEST_F(WaveLoadTest, LooksAtNothingButTheKind) {
+TEST_F(WaveLoadTest, ChecksNothingButTheKind) {
     WAVEFORMATEX odd = {0x55, 9, 1, 2, 5, 3, 0};
     fnAddResource(1, fnMakeResource(odd, 7, fnRamp(7)));
     const CqWave wave(1u);
@@ -47,19 +47,19 @@ TEST_F(WaveLoadTest, LooksAtNothingButTheKind) {
 
 TEST_F(WaveLoadTest, TheSizeInFormatIsAlwaysZero) {
     std::string image = fnMakeResource(kStereo, 4, fnRamp(4));
-    image[36] = image[37] = '\x7F'; // where an extensible format has its size
+    image[36] = image[37] = '\x7F'; // the size field of an extensible format
     fnAddResource(1, image);
     EXPECT_EQ(CqWave(1u).fnGetFormat().cbSize, 0);
 }
 
 TEST_F(WaveLoadTest, ALongerFormatChunkIsMisread) {
-    // A format of 18 bytes moves all that follows by two: 40 falls into "data", 44 into the size.
+    // An 18-byte format shifts the rest by two: offset 40 is inside "data", 44 inside the size.
     std::string image = fnMakeResource(kStereo, 0, {});
     image.resize(36);
     image += std::string("\0\0data\x08\0\0\0", 10);
     const Bytes samples = fnRamp(8);
     image.append(samples.begin(), samples.end());
-    fnExpectRefused(image); // "ta" and the size's low half make a size beyond the resource
+    fnExpectRefused(image); // "ta" and the low half of the size give a size beyond the resource
     image[38] = image[39] = image[42] = image[43] = 0;
     image[40] = 6;
     image[41] = 0;
@@ -80,7 +80,7 @@ TEST_F(WaveLoadTest, FindsTheResourceInAnyModuleOfTheHost) {
     EXPECT_EQ(fnBytes(CqWave(3u)), fnRamp(4));
 }
 
-TEST_F(WaveLoadTest, AMissingResourceIsToldByTheResourceException) {
+TEST_F(WaveLoadTest, AMissingResourceRaisesTheResourceException) {
     CqHeadlessResources& resources = *m_World->m_pResources;
     ASSERT_TRUE(resources.fnAdd(resources.fnGetHostModule(), "SOUND", WORD{1},
                                 fnMakeResource(kStereo, 4, fnRamp(4))));
@@ -102,24 +102,24 @@ TEST_F(WaveLoadTest, AnotherKindOfResourceIsRefused) {
     }
 }
 
-TEST_F(WaveLoadTest, AResourceThatEndsEarlyIsRefusedWhereverItEnds) {
+TEST_F(WaveLoadTest, AResourceTruncatedAnywhereIsRefused) {
     const std::string whole = fnMakeResource(kStereo, 12, fnRamp(12));
     for (std::size_t length = 0; length < whole.size(); ++length)
         fnExpectRefused(whole.substr(0, length));
 }
 
-TEST_F(WaveLoadTest, ALyingSizeIsRefused) {
+TEST_F(WaveLoadTest, AWrongSizeIsRefused) {
     for (const std::uint32_t size : {13u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFD4u, 0xFFFFFFFFu})
         fnExpectRefused(fnMakeResource(kStereo, size, fnRamp(12)));
 }
 
-TEST_F(WaveLoadTest, AFrameWithoutBytesIsRefused) {
+TEST_F(WaveLoadTest, AFrameOfZeroBytesIsRefused) {
     WAVEFORMATEX format = kStereo;
     format.nBlockAlign = 0;
     fnExpectRefused(fnMakeResource(format, 12, fnRamp(12)));
 }
 
-TEST_F(WaveLoadTest, AResourceWithoutSamplesGivesTheMemoryException) {
+TEST_F(WaveLoadTest, AResourceWithoutSamplesRaisesTheMemoryException) {
     fnAddResource(1, fnMakeResource(kStereo, 0, {}));
     CqWave wave(1, 8, 8000, 3, true);
     EXPECT_TRUE(fnRaisesMemoryException([&] { wave.fnLoad(1); }));

@@ -50,7 +50,7 @@ protected:
     std::unique_ptr<CqWave> m_Wave;
 };
 
-/// Keeps the device's thread inside a report, so that later ends wait to be told.
+/// Blocks the device's thread inside a report, so that later ends stay unreported.
 class BusyReporter {
 public:
     explicit BusyReporter(CqHeadlessWaveOut& device) {
@@ -76,7 +76,7 @@ private:
     std::unique_ptr<CqWaveOut> m_pDevice;
 };
 
-TEST_F(WavePlaybackTest, TheBlockIsPlayedAsItLies) {
+TEST_F(WavePlaybackTest, TheBlockIsPlayedUnchanged) {
     EXPECT_TRUE(fnWave().fnPlay(false, false));
     EXPECT_EQ(fnWave().fnGetState(), WAVE_PLAYING);
     EXPECT_EQ(fnDevice().fnGetOpen(), 1u);
@@ -111,7 +111,7 @@ TEST_F(WavePlaybackTest, ALoopEndsOnlyByAStop) {
     EXPECT_EQ(fnWave().fnGetState(), WAVE_STOPPED);
 }
 
-TEST_F(WavePlaybackTest, ALoopIsNotWaitedFor) {
+TEST_F(WavePlaybackTest, PlayingALoopDoesNotWait) {
     EXPECT_TRUE(fnWave().fnPlay(true, true));
     EXPECT_EQ(fnWave().fnGetState(), WAVE_PLAYING);
 }
@@ -124,7 +124,7 @@ TEST_F(WavePlaybackTest, AWaitReturnsAtTheEnd) {
     });
 }
 
-TEST_F(WavePlaybackTest, AnEndBeforeTheCallReturnsHangsNobody) {
+TEST_F(WavePlaybackTest, AnEndBeforeTheCallReturnsDoesNotDeadlock) {
     fnDevice().fnEndInWrite(true);
     for (const bool wait : {false, true}) {
         EXPECT_TRUE(fnWave().fnPlay(wait, false));
@@ -169,7 +169,7 @@ TEST_F(WavePlaybackTest, APauseHoldsThePosition) {
     EXPECT_EQ(fnCalls().m_Pause.fnGetCount(), 1u) << "paused already";
 }
 
-TEST_F(WavePlaybackTest, APauseCountsEvenIfTheDeviceRefuses) {
+TEST_F(WavePlaybackTest, APauseTakesEffectEvenIfTheDeviceRefuses) {
     fnWave().fnPlay(false, false);
     fnCalls().m_Pause.fnFail();
     fnWave().fnPause();
@@ -179,7 +179,7 @@ TEST_F(WavePlaybackTest, APauseCountsEvenIfTheDeviceRefuses) {
     EXPECT_EQ(fnWave().fnGetState(), WAVE_STOPPED) << "it played on";
 }
 
-TEST_F(WavePlaybackTest, APausedSoundGoesOnWhateverIsAsked) {
+TEST_F(WavePlaybackTest, APausedSoundResumesWhateverTheArguments) {
     for (const bool wait : {false, true})
         for (const bool loop : {false, true}) {
             fnWave().fnPlay(false, false);
@@ -204,7 +204,7 @@ TEST_F(WavePlaybackTest, ARefusedResumeLeavesTheSoundPaused) {
     EXPECT_EQ(fnWave().fnGetState(), WAVE_PLAYING);
 }
 
-TEST_F(WavePlaybackTest, APlayWhilePlayingBeginsAnew) {
+TEST_F(WavePlaybackTest, APlayWhilePlayingRestartsTheSound) {
     fnWave().fnPlay(false, true);
     fnAdvance(30);
     EXPECT_TRUE(fnWave().fnPlay(false, false));
@@ -229,13 +229,13 @@ TEST_F(WavePlaybackTest, ARefusedFormatOpensNoDevice) {
     EXPECT_EQ(fnCalls().m_Open.fnGetCount(), 0u);
 }
 
-TEST_F(WavePlaybackTest, ADeviceThatCantBeOpenedPlaysNothing) {
+TEST_F(WavePlaybackTest, ADeviceThatCannotBeOpenedPlaysNothing) {
     fnCalls().m_Open.fnFail();
     EXPECT_FALSE(fnWave().fnPlay(true, false));
     EXPECT_EQ(fnWave().fnGetState(), WAVE_STOPPED);
 }
 
-TEST_F(WavePlaybackTest, ABlockThatIsRefusedLeavesTheDeviceOpenUntilTheNextPlay) {
+TEST_F(WavePlaybackTest, ARefusedBlockLeavesTheDeviceOpenUntilTheNextPlay) {
     for (CqHeadlessCalls* call : {&fnCalls().m_Prepare, &fnCalls().m_Write})
         for (const bool wait : {false, true}) {
             call->fnFail();
@@ -251,7 +251,7 @@ TEST_F(WavePlaybackTest, ABlockThatIsRefusedLeavesTheDeviceOpenUntilTheNextPlay)
         }
 }
 
-TEST_F(WavePlaybackTest, ADeviceThatIsLeftOpenStaysWhenTheNextOneCantBeOpened) {
+TEST_F(WavePlaybackTest, ADeviceLeftOpenStaysWhenTheNextOneCannotBeOpened) {
     fnCalls().m_Write.fnFail();
     fnWave().fnPlay(false, false);
     fnCalls().m_Open.fnFail();
@@ -273,7 +273,7 @@ TEST_F(WavePlaybackTest, AStopThatTheDeviceRefusesWaitsForTheEnd) {
     EXPECT_EQ(fnCalls().m_Reset.fnGetFailed(), 1u);
 }
 
-TEST_F(WavePlaybackTest, ABlockThatCantBeLetGoEndsAllTheSame) {
+TEST_F(WavePlaybackTest, ABlockThatCannotBeUnpreparedStillEnds) {
     fnWave().fnPlay(false, false);
     fnCalls().m_Unprepare.fnFail();
     fnAdvance(kFrames);
@@ -281,10 +281,10 @@ TEST_F(WavePlaybackTest, ABlockThatCantBeLetGoEndsAllTheSame) {
     EXPECT_EQ(fnDevice().fnGetOpen(), 0u);
 }
 
-TEST_F(WavePlaybackTest, AnEndThatComesLateEndsAPausedSound) {
+TEST_F(WavePlaybackTest, ALateEndEndsAPausedSound) {
     BusyReporter busy(fnDevice());
     fnWave().fnPlay(false, false);
-    fnDevice().fnAdvance(kFrames); // ended, but not told yet
+    fnDevice().fnAdvance(kFrames); // ended, but not reported yet
     fnWave().fnPause();
     EXPECT_EQ(fnWave().fnGetState(), WAVE_PAUSED);
     busy.fnLetGo();
@@ -294,7 +294,7 @@ TEST_F(WavePlaybackTest, AnEndThatComesLateEndsAPausedSound) {
     EXPECT_EQ(fnDevice().fnGetPlays().size(), 3u);
 }
 
-TEST_F(WavePlaybackTest, AnEndThatComesLateReleasesAStop) {
+TEST_F(WavePlaybackTest, ALateEndReleasesAStop) {
     BusyReporter busy(fnDevice());
     fnWave().fnPlay(false, false);
     fnDevice().fnAdvance(kFrames);
@@ -308,7 +308,7 @@ TEST_F(WavePlaybackTest, AnEndThatComesLateReleasesAStop) {
     later.join();
 }
 
-TEST_F(WavePlaybackTest, TheEndOfTheObjectEndsItsSound) {
+TEST_F(WavePlaybackTest, DestroyingTheObjectEndsItsSound) {
     fnWave().fnPlay(false, true);
     m_Wave.reset();
     EXPECT_EQ(fnDevice().fnGetOpen(), 0u);
@@ -316,7 +316,7 @@ TEST_F(WavePlaybackTest, TheEndOfTheObjectEndsItsSound) {
     EXPECT_EQ(fnDevice().fnGetReports(), 0u);
 }
 
-TEST_F(WavePlaybackTest, TheObjectMayEndWhileItsEndWaitsToBeTold) {
+TEST_F(WavePlaybackTest, TheObjectMayBeDestroyedWhileItsEndIsUnreported) {
     BusyReporter busy(fnDevice());
     fnWave().fnPlay(false, false);
     fnDevice().fnAdvance(kFrames);
@@ -326,7 +326,7 @@ TEST_F(WavePlaybackTest, TheObjectMayEndWhileItsEndWaitsToBeTold) {
     EXPECT_EQ(fnDevice().fnGetReports(), 1u) << "the busy one's";
 }
 
-TEST_F(WavePlaybackTest, ACopyOfASoundUnderWayIsStopped) {
+TEST_F(WavePlaybackTest, ACopyOfAPlayingSoundIsStopped) {
     fnWave().fnPlay(false, true);
     CqWave copy(fnWave());
     EXPECT_EQ(copy.fnGetState(), WAVE_STOPPED);
@@ -359,7 +359,7 @@ TEST_F(WavePlaybackTest, NoEndNeedsMemory) {
     }
 }
 
-TEST_F(WavePlaybackTest, WantOfMemoryIsARefusal) {
+TEST_F(WavePlaybackTest, ExhaustedMemoryIsAFailure) {
     const std::size_t runs = fnFailEachAllocation([&](CqAllocationFailure& failure) {
         const bool started = fnWave().fnPlay(false, true);
         failure.fnEnd();

@@ -10,7 +10,7 @@ namespace {
 constexpr int kSteps = 100'000;
 constexpr std::uint32_t kFrames = 40;
 
-/// The device's time, which passes on a thread of its own, so that ends come at any moment.
+/// Advances the device's time on its own thread, so that ends occur at any moment.
 class Time {
 public:
     explicit Time(CqHeadlessWaveOut& device)
@@ -33,7 +33,7 @@ private:
     std::thread m_Thread;
 };
 
-/// One sound, played at random by its owner.
+/// One sound that its owner plays at random.
 class Player {
 public:
     explicit Player(CqHeadlessWaveOut& device) : m_Device(device) { fnRenew(); }
@@ -67,8 +67,8 @@ public:
     }
 
     std::size_t m_nStarted = 0;
-    std::size_t m_nEnded = 0; ///< by itself
-    std::size_t m_nCut = 0;   ///< by the end of the object
+    std::size_t m_nEnded = 0; ///< sounds that reached their end
+    std::size_t m_nCut = 0;   ///< sounds ended by destruction
 
 private:
     /// Counts a sound that has ended since the last step.
@@ -82,7 +82,7 @@ private:
         const bool paused = m_Wave->fnGetState() == WAVE_PAUSED;
         const bool done = m_Wave->fnPlay(wait, loop);
         m_nStarted += done && !paused ? 1 : 0;
-        // A sound that was paused goes on, or begins anew when a late report has just ended it.
+        // A paused sound resumes, or restarts when a late report has just ended it.
         const WAVE_STATE state = m_Wave->fnGetState();
         if (!done) {
             EXPECT_NE(state, WAVE_PLAYING);
@@ -106,7 +106,7 @@ private:
         all[which % std::size(all)]->fnFail();
     }
 
-    /// The object goes in whatever state it is.
+    /// Destroys the object in whatever state it is.
     void fnRenew() {
         m_nCut += m_Wave && m_Wave->fnGetState() != WAVE_STOPPED ? 1 : 0;
         m_Wave = std::make_unique<CqWave>(1, 8, 8000, kFrames, true);
@@ -115,12 +115,12 @@ private:
 
     CqHeadlessWaveOut& m_Device;
     std::unique_ptr<CqWave> m_Wave;
-    bool m_bUnderWay = false; ///< when last looked at
+    bool m_bUnderWay = false; ///< at the last step
 };
 
 using WaveStressTest = WaveTest;
 
-TEST_F(WaveStressTest, AHundredThousandRandomStepsNeverHangAndNeverLoseAnEnd) {
+TEST_F(WaveStressTest, AHundredThousandRandomStepsNeitherHangNorLoseAnEnd) {
     {
         Player player(fnDevice());
         Random random(1);

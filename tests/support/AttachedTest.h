@@ -7,8 +7,8 @@
 
 #include <memory>
 
-/// A test that runs with the library attached to a headless world of its own. At the end it looks
-/// for what the library has left behind.
+/// A test that runs with the library attached to its own headless world. Checks at the end for
+/// anything the library left behind.
 class AttachedTest : public ::testing::Test {
 protected:
     explicit AttachedTest(const CqHeadlessOptions& options = CqHeadlessOptions())
@@ -30,7 +30,7 @@ protected:
     std::shared_ptr<CqHeadlessWorld> m_World;
 };
 
-/// Runs `work` and says whether it ended with the memory exception.
+/// Runs `work` and returns whether it ended with the memory exception.
 template <typename Work>
 bool fnRaisesMemoryException(Work&& work) {
     try {

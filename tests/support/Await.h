@@ -3,8 +3,7 @@
 #include <chrono>
 #include <thread>
 
-/// Looks until `test` holds; false when it takes too long. `tick` runs before each look but the
-/// first.
+/// Polls until `test` holds; false on timeout. `tick` runs before each poll but the first.
 template <typename Test, typename Tick>
 bool fnAwait(Test test, Tick tick, std::chrono::milliseconds patience = std::chrono::seconds(20)) {
     const auto end = std::chrono::steady_clock::now() + patience;

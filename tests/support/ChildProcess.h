@@ -5,12 +5,12 @@
 #include <sys/types.h>
 #include <vector>
 
-/// A program that the test has started. It ends with this object, and with the test's process,
-/// however that ends.
+/// A program started by the test. It ends with this object, and with the test's process, however
+/// that ends.
 class ChildProcess {
 public:
     enum class Output { NONE, PIPE };
-    /// The caller's descriptors that the program gets; -1: nothing.
+    /// The caller's descriptors that the program inherits; -1: none.
     struct Streams {
         int m_nInput = -1;
         int m_nOutput = -1;
@@ -18,7 +18,7 @@ public:
     };
 
     ChildProcess() = default;
-    /// @param environment  all of it, as NAME=value
+    /// @param environment  complete, as NAME=value
     /// Throws std::runtime_error.
     ChildProcess(const std::vector<std::string>& arguments,
                  const std::vector<std::string>& environment, Output output = Output::NONE);
@@ -31,14 +31,14 @@ public:
         fnSwap(other);
         return *this;
     }
-    /// Kills it, and waits until it is gone.
+    /// Kills the program and waits until it is gone.
     ~ChildProcess();
 
     bool fnIsRunning();
     void fnSignal(int signal);
-    /// Waits for its end; gives the exit code, or -1 if a signal ended it.
+    /// Waits for the program to end; returns the exit code, or -1 if a signal ended it.
     int fnWait();
-    /// Where its output is read; -1 without Output::PIPE.
+    /// Descriptor from which its output is read; -1 without Output::PIPE.
     int fnGetOutput() const { return m_nOutput; }
 
 private:

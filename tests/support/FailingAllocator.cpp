@@ -9,11 +9,11 @@ namespace {
 
 std::atomic<std::size_t> theOutstanding{0};
 thread_local std::size_t theCount = 0;
-thread_local std::size_t theCountdown = 0; ///< 0: no order, or it has been carried out
+thread_local std::size_t theCountdown = 0; ///< 0: none is pending
 thread_local bool theRestFails = false;
 thread_local bool theHappened = false;
 
-/// What a CqBlockWatch has seen. Plain arrays: it works inside operator new.
+/// What a CqBlockWatch has recorded. Plain arrays: it runs inside operator new.
 struct Watched {
     static constexpr std::size_t kMax = 64;
     bool running;
@@ -142,7 +142,7 @@ std::size_t CqBlockWatch::fnLargestOther() {
     return theWatched.largestOther;
 }
 
-// NOLINTBEGIN(misc-new-delete-overloads): all forms of the standard stand here
+// NOLINTBEGIN(misc-new-delete-overloads): all standard forms are defined here
 void* operator new(std::size_t size) {
     return fnTakeOrThrow(size, 1);
 }

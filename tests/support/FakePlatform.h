@@ -1,6 +1,5 @@
-/// @file
-/// A platform of small services, put in force for the life of an object: what the frame asks for,
-/// with nothing behind it but maps that a test fills and reads.
+/// @file A platform of minimal services, in force for the lifetime of an object: backed only by
+/// maps that a test fills and reads.
 #pragma once
 
 #include "q32Base/framework/Exceptions.h"
@@ -17,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-/// Files that are texts by name. Nothing else of the file service is there.
+/// Text files by name. The rest of the file service is missing.
 class CqFakeFiles : public CqFileService {
 public:
     std::map<std::string, std::string> m_Texts;
@@ -51,7 +50,7 @@ public:
             throw std::bad_alloc();
         const auto found = m_Texts.find(name);
         if (m_bReadFails) {
-            text = "[VMPolicy]\r\nMemPercent=1\r\n"; // what came before the failure doesn't count
+            text = "[VMPolicy]\r\nMemPercent=1\r\n"; // data read before the failure is discarded
             return false;
         }
         if (found == m_Texts.end())
@@ -117,7 +116,7 @@ inline std::unique_ptr<CqFileStream> CqFakeFiles::fnOpen(const char* name, const
                                                          CQ_FILE_CAUSE& cause) {
     cause = FILE_CAUSE_NONE;
     if (m_bReadFails)
-        return nullptr; // without a cause, as a careless service may
+        return nullptr; // without a cause, which a service may omit
     if (!mode.m_bCreate && !m_Texts.contains(name)) {
         cause = FILE_CAUSE_NOT_FOUND;
         return nullptr;
@@ -127,7 +126,7 @@ inline std::unique_ptr<CqFileStream> CqFakeFiles::fnOpen(const char* name, const
     return std::make_unique<CqFakeStream>(m_Texts[name], mode);
 }
 
-/// Boxes that are recorded and answered with one button.
+/// Message boxes that are recorded and answered with one button.
 class CqFakeMessages : public CqMessageService {
 public:
     struct Box {
@@ -163,7 +162,7 @@ public:
     }
 };
 
-/// Strings by module and number; module null stands for the host as a whole.
+/// Strings by module and number; a null module stands for the host as a whole.
 class CqFakeResources : public CqResourceService {
 public:
     std::map<std::pair<HINSTANCE, UINT>, std::string> m_Strings;
@@ -181,7 +180,7 @@ public:
     }
 };
 
-/// A double-byte code page when told so: 81h and above begin characters of two bytes.
+/// A double-byte code page if so set: 81h and above begin characters of two bytes.
 class CqFakeLocale : public CqLocaleService {
 public:
     bool m_bDoubleByte = false;
@@ -203,6 +202,7 @@ public:
     }
 };
 
+/// A window without size or messages.
 class CqFakeWnd : public CWnd {
 public:
     CRect GetClientRect() const override { return {}; }
@@ -211,6 +211,7 @@ public:
     bool IsWindow() const override { return true; }
 };
 
+/// An application with at most one document template.
 class CqFakeApp : public CWinApp {
 public:
     bool m_bMDI = false;
@@ -226,6 +227,7 @@ public:
     }
 };
 
+/// Returns the application and main window that a test sets; neither is owned.
 class CqFakeWindows : public CqWindowService {
 public:
     CWinApp* m_pApp = nullptr;
@@ -235,8 +237,8 @@ public:
     CWnd* fnGetMainWnd() override { return m_pMainWnd; }
 };
 
-/// Puts the services in force, and takes them out again. The platform isn't complete: nothing that
-/// is tested with it asks for more.
+/// Puts the services in force and removes them again. The platform isn't complete: nothing tested
+/// with it needs more.
 class CqFakeWorld {
 public:
     std::shared_ptr<CqFakeFiles> m_pFiles = std::make_shared<CqFakeFiles>();

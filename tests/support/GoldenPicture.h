@@ -9,9 +9,8 @@
 #include <iterator>
 #include <string>
 
-/// Compares a picture, byte by byte, with one of that name that was looked at. With
-/// Q32_GOLDEN_WRITE in the environment the picture is written instead. Q32_GOLDEN_FOLDER says
-/// where.
+/// Compares a picture, byte by byte, with the reviewed one of that name. With Q32_GOLDEN_WRITE in
+/// the environment the picture is written instead. The folder is Q32_GOLDEN_FOLDER.
 inline void fnCompareGolden(const CqHeadlessPicture& picture, const std::string& name) {
     const std::string path = std::string(Q32_GOLDEN_FOLDER) + "/" + name + ".ppm";
     if (std::getenv("Q32_GOLDEN_WRITE")) {

@@ -9,7 +9,7 @@
 #include <string>
 #include <unistd.h>
 
-/// Sound cards of the test's own, for ALSA in this process: "lab" with everything, "plain" without
+/// The test's own sound cards, for ALSA in this process: "lab" with everything, "plain" without
 /// bass and treble, "mono" with one channel. All three are one file.
 class LabCardFile {
 public:
@@ -35,7 +35,7 @@ public:
     LabCardFile(const LabCardFile&) = delete;
     LabCardFile& operator=(const LabCardFile&) = delete;
 
-    /// Turns the knobs from outside.
+    /// Changes the controls from outside.
     void fnTurn(const LabCard& card) {
         std::fstream file(m_szFolder + "/card",
                           m_bMade ? std::ios::in | std::ios::out | std::ios::binary

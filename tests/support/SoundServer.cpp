@@ -21,7 +21,7 @@ void fnWriteFile(const fs::path& path, std::string_view text) {
     std::ofstream(path) << text;
 }
 
-/// A sink that plays into nothing, at the rate of the tests, so that nothing is resampled.
+/// A null sink at the rate of the tests, so that nothing is resampled.
 constexpr std::string_view kPipeWire = R"(
 context.properties = { default.clock.rate = 44100, support.dbus = false }
 context.objects = [ { factory = adapter, args = {
@@ -29,7 +29,7 @@ context.objects = [ { factory = adapter, args = {
     object.linger = true, audio.position = [ FL FR ], audio.rate = 44100
     monitor.channel-volumes = true, monitor.passthrough = true } } ]
 )";
-/// Without these the session manager looks for a session bus, and ends.
+/// Without these the session manager looks for a session bus, and exits.
 constexpr std::string_view kWirePlumber = R"(
 alsa_monitor.enabled = false
 alsa_monitor.properties["alsa.reserve"] = false
@@ -92,7 +92,7 @@ void SoundServer::fnStartPulseAudio() {
          "--disallow-exit", "--realtime=no", "--high-priority=no", "--disable-shm=yes",
          "--log-target=file:" + m_szFolder + "/log", "-L",
          "module-native-protocol-unix auth-anonymous=1 " + socket,
-         // With rewinds the sink plays two seconds ahead, and its monitor loses what is taken back.
+         // With rewinds the sink plays two seconds ahead, and its monitor loses what is rewound.
          "-L", "module-null-sink sink_name=lab norewinds=1 format=s16le rate=44100 channels=2"},
         m_Environment));
 }
@@ -187,7 +187,7 @@ SoundRecorder::SoundRecorder(SoundServer& server, const std::string& sink,
             state->m_Bytes.append(piece, static_cast<std::size_t>(count));
         }
     });
-    fnWaitForMore(1); // from now on nothing is missed
+    fnWaitForMore(1); // nothing is missed from here on
 }
 
 SoundRecorder::~SoundRecorder() = default;
@@ -209,8 +209,9 @@ std::string SoundRecorder::fnGetBytes() const {
 }
 
 #ifdef __SANITIZE_THREAD__
-// libpulse hands blocks from one connection's thread to another's by atomic lists, which the
-// sanitizer doesn't see, since it isn't built for it. No code of ours runs below these functions.
+// libpulse passes blocks between the threads of two connections through atomic lists, which the
+// sanitizer can't see, since libpulse isn't instrumented. None of our code runs below these
+// functions.
 extern "C" const char* __tsan_default_suppressions(); // NOLINT: the sanitizer's name
 extern "C" __attribute__((visibility("default"))) const char* __tsan_default_suppressions() {
     return "race:pa_iochannel_\nrace:pa_packet_\nrace:pa_tagstruct_\n";

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-/// A sound server of the test's own: PulseAudio, or PipeWire when the environment says
-/// Q32_TEST_SOUND=pipewire. It needs no sound card and no session, and has one sink, "lab", of 16
-/// bits, 44,100 Hz, in stereo, that plays into nothing at full volume.
+/// The test's own sound server: PulseAudio, or PipeWire if Q32_TEST_SOUND is "pipewire" in the
+/// environment. It needs no sound card and no session, and has one sink, "lab", of 16 bits, 44,100
+/// Hz, stereo, which discards its sound, at full volume.
 class SoundServer {
 public:
     /// Starts it and waits until it is ready. Throws std::runtime_error.
@@ -21,15 +21,16 @@ public:
 
     static bool fnIsPipeWire();
     const std::string& fnGetAddress() const { return m_szAddress; }
-    /// Runs the server's own tool and gives its output. Throws std::runtime_error when that fails.
+    /// Runs the server's own control program and returns its output. Throws std::runtime_error when
+    /// that fails.
     std::string fnControl(const std::vector<std::string>& arguments);
-    /// Back to the sink "lab" at full volume, and to no other.
+    /// Restores the sink "lab" at full volume, as the only one.
     void fnRestore();
 
     void fnKill();
     /// Starts it again after fnKill, at the same address.
     void fnStart();
-    /// It stands still until fnThaw.
+    /// Suspends it until fnThaw.
     void fnFreeze();
     void fnThaw();
 
@@ -46,10 +47,10 @@ private:
     std::vector<ChildProcess> m_Processes;
 };
 
-/// What the sink "lab" plays, from its construction on.
+/// Records what the sink "lab" plays, from construction on.
 class SoundRecorder {
 public:
-    /// @param format  as the tool names it, with the sink's rate and channels
+    /// @param format  in the recorder program's notation, with the sink's rate and channels
     explicit SoundRecorder(SoundServer& server, const std::string& sink = "lab",
                            const std::vector<std::string>& format = {
                                "--format=s16le", "--rate=44100", "--channels=2"});
@@ -57,9 +58,9 @@ public:
     SoundRecorder(const SoundRecorder&) = delete;
     SoundRecorder& operator=(const SoundRecorder&) = delete;
 
-    /// Bytes that have arrived so far.
+    /// Bytes received so far.
     std::size_t fnGetSize() const;
-    /// Waits for so many bytes beyond those that have arrived.
+    /// Waits for `bytes` more than those already received.
     void fnWaitForMore(std::size_t bytes) const;
     std::string fnGetBytes() const;
 

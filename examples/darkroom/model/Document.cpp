@@ -16,12 +16,12 @@ namespace {
 constexpr int kNoMemory = -1;
 constexpr int kNotSupported = -102;
 
-/// Percent of an edit that is kept to the selection.
+/// Progress of an edit limited to the selection, in percent, after copying and after editing.
 constexpr unsigned int kPartCopied = 10;
 constexpr unsigned int kPartEdited = 90;
-/// Percent of a selection that makes its mask.
+/// Progress of a selection, in percent, once its mask is made.
 constexpr unsigned int kMaskMade = 50;
-/// Percent of a fill with a pattern.
+/// Progress of a pattern fill, in percent, once the pattern is converted.
 constexpr unsigned int kPatternConverted = 20;
 
 Outcome fnFail(int message, const std::string& path) {
@@ -37,7 +37,7 @@ Outcome fnStop() {
     return outcome;
 }
 
-/// Does `work`, and turns its memory failures into an outcome.
+/// Runs `work` and converts its memory failures into an outcome.
 template <typename Work>
 Outcome fnGuard(Work&& work) {
     try {
@@ -45,14 +45,14 @@ Outcome fnGuard(Work&& work) {
     } catch (CMemoryException* failure) {
         failure->Delete();
     } catch (const std::bad_alloc&) {
-        // The host's own containers.
+        // From the standard library's containers.
     }
-    Outcome outcome; // without a path: that might take memory again
+    Outcome outcome; // no path: setting it might allocate again
     outcome.m_nMsgId = kNoMemory;
     return outcome;
 }
 
-/// What a selection, and a view, has to fit.
+/// What a selection, and a view, must match.
 struct Form {
     explicit Form(const CqImage& image)
         : m_nWidth(image.Width), m_nHeight(image.Height), m_nBits(image.BitCount) {}
@@ -63,7 +63,7 @@ struct Form {
     std::uint32_t m_nBits;
 };
 
-/// Puts the picture back as it was, unless it is told that all went well.
+/// Restores the picture unless the edit is reported as successful.
 class Rollback {
 public:
     Rollback(CqImage& image, Snapshot& snapshot) : m_Image(image), m_pSnapshot(&snapshot) {}
@@ -149,9 +149,9 @@ Outcome Document::fnNew(unsigned int width, unsigned int height, const CqColor& 
         fresh.fnAlloc(width, height, 24, nullptr, 0);
         if (!fnFillPicture(fresh, color, progress))
             return fnStop();
-        m_Image.Title = ""; // the last that may fail
+        m_Image.Title = ""; // the last step that may fail
         m_Image.fnSwapBuf(fresh);
-        // Nothing of the picture before stays.
+        // Nothing of the former picture remains.
         m_Image.DpiX = fresh.DpiX;
         m_Image.DpiY = fresh.DpiY;
         m_Image.fnSetFioPlugin(fresh.fnGetFioPlugin());
@@ -193,8 +193,8 @@ Outcome Document::fnChange(const char* name, const Edit& edit, CqProgressDisplay
 }
 
 void Document::fnKeepToSelection(int reach, const Edit& edit, CqProgressDisplay* progress) {
-    // A copy of what the selection lies in, and of as much about it as the edit looks at, is edited
-    // and merged back by the mask, which stands in the copy's coordinates for that while.
+    // Edits a copy of the selection's bounds, extended by the edit's reach, and merges it back
+    // through the mask, which is moved to the copy's coordinates meanwhile.
     CRect bound = m_Selection->m_rectBound;
     CRect around = bound;
     if (reach > 0)

@@ -13,7 +13,7 @@ namespace darkroom {
 
 namespace {
 
-/// One row; columns beyond the edges repeat the edge.
+/// Filters one row; columns beyond the edges repeat the edge.
 void fnFilterRow(const std::array<unsigned char*, 3>& rows, std::size_t width, std::size_t pixel,
                  std::size_t firstChannel, int amount, std::vector<unsigned char>& out) {
     for (std::size_t x = 0; x < width; ++x) {
@@ -26,7 +26,7 @@ void fnFilterRow(const std::array<unsigned char*, 3>& rows, std::size_t width, s
                 for (const unsigned char* row : rows)
                     for (const std::size_t column : columns)
                         sum += row[column * pixel + channel];
-                // In ninths of a percent, so that it is rounded once.
+                // In ninths of a percent, so that the result is rounded only once.
                 value = (here * 900 + (sum - here * 9) * amount + 450) / 900;
             }
             out[x * pixel + channel] = static_cast<unsigned char>(std::clamp(value, 0, 255));
@@ -44,8 +44,8 @@ void fnPutRow(CqImage& image, std::uint32_t y, const std::vector<unsigned char>&
 
 void fnSoften(CqImage& image, int amount, CqProgressDisplay* progress) {
     const std::size_t pixel = image.BytesPerPixel;
-    // The window holds copies of the rows that it has reached, and it is one row ahead: the image's
-    // own row may be written as soon as it is filtered.
+    // The window holds copies of the rows it has reached and is one row ahead, so the image's own
+    // row may be overwritten as soon as it is filtered.
     CqConvMask window(image, 3, -1);
     std::vector<unsigned char> row(image.Width * pixel);
     for (std::uint32_t y = 0; y < image.Height; ++y) {

@@ -4,7 +4,7 @@ namespace darkroom {
 
 namespace {
 
-/// Deletes the oldest snapshots of a stack, which come first, and moves the others up.
+/// Deletes the oldest snapshots of a stack, which come first, and moves the others down.
 void fnKeepNewest(std::uint32_t levels, CObArray& bufs, CDWordArray& data, std::uint32_t& count) {
     if (count <= levels)
         return;

@@ -4,17 +4,17 @@
 
 namespace darkroom {
 
-/// Steps that can be undone when the user sets no number, and the most that he can set.
+/// Default and largest number of steps that can be undone.
 inline constexpr unsigned int kUsualLevels = 10;
 inline constexpr unsigned int kMaxLevels = 100;
 
-/// The library's undo manager, but fewer levels keep the newest snapshots: what a user has just
-/// done has to be what undo takes back.
+/// The library's undo manager, except that reducing the levels keeps the newest snapshots: undo has
+/// to take back what the user has just done.
 class History : public CqUndoMngr {
 public:
     /// Changes the capacity of both stacks.
-    /// @return false, after message -1, when memory ran out; the capacity is then as it was, but
-    /// what is older than the new levels is gone
+    /// @return false, after message -1, when memory is exhausted; the capacity is then unchanged,
+    /// but snapshots beyond the new number of levels are gone
     bool fnSetLevels(unsigned int levels);
 };
 

@@ -11,10 +11,10 @@ namespace darkroom {
 
 namespace {
 
-/// Percent of the work that looks for the result's rectangle.
+/// Progress in percent once the result's rectangle is found.
 constexpr unsigned int kBoundFound = 50;
 
-/// Where a mask has pixels.
+/// The rectangle in which a mask has pixels.
 CRect fnGetBound(const CqMask& mask) {
     return mask.TileMap && !mask.m_rectBound.IsRectEmpty() ? mask.m_rectBound : CRect(0, 0, 0, 0);
 }
@@ -33,10 +33,10 @@ public:
         m_Row.resize(static_cast<std::size_t>(m_Bound.Width()));
     }
 
-    /// Where pixels may be.
+    /// The rectangle that may hold pixels.
     const CRect& fnGetPlace() const { return m_Bound; }
 
-    /// One row of that place, from its left edge.
+    /// One row of that rectangle, from its left edge.
     const std::vector<unsigned char>& fnMakeRow(LONG y) {
         std::fill(m_Row.begin(), m_Row.end(), static_cast<unsigned char>(0));
         if (y >= m_OldBound.top && y < m_OldBound.bottom) {
@@ -76,7 +76,7 @@ private:
     std::vector<unsigned char> m_Row;
 };
 
-/// The smallest rectangle about all pixels of a combination. False when the user ended it.
+/// Finds the smallest rectangle around all pixels of a combination. False when the user aborted.
 bool fnFindPixels(Combination& rows, CRect& found, CqProgressDisplay* progress) {
     const CRect place = rows.fnGetPlace();
     found = CRect(place.right, place.bottom, place.left, place.top);
@@ -98,7 +98,7 @@ bool fnFindPixels(Combination& rows, CRect& found, CqProgressDisplay* progress) 
     return true;
 }
 
-/// Writes the pixels of a combination that lie in a rectangle. False when the user ended it.
+/// Writes the pixels of a combination that lie in a rectangle. False when the user aborted.
 bool fnWritePixels(Combination& rows, const CRect& place, CqMask& made,
                    CqProgressDisplay* progress) {
     CqImageLine line;
@@ -119,7 +119,7 @@ bool fnCombineMasks(CqMask& selection, CqMask& mask, Combine how, CqProgressDisp
     CqMask made;
     CRect place;
     {
-        // Twice over all rows: so nothing larger than the result is ever held.
+        // Two passes over all rows, so that nothing larger than the result is ever held.
         Combination rows(selection, mask, how);
         SpanProgress finding(progress, 0, kBoundFound);
         SpanProgress writing(progress, kBoundFound, 100);

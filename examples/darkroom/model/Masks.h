@@ -1,6 +1,5 @@
-/// @file
-/// Selections combined pixel by pixel. The sums of CqMask cut by rectangles and keep low bytes,
-/// which is not what a selection wants.
+/// @file Combines selections pixel by pixel. CqMask's own sums clip by rectangles and keep only the
+/// low byte, which doesn't suit a selection.
 #pragma once
 
 class CqMask;
@@ -10,11 +9,11 @@ namespace darkroom {
 
 enum class Combine { REPLACE, ADD, SUBTRACT };
 
-/// Takes a mask into a selection. Both are masks of 0 and 255 in the same coordinates; either may
-/// be nothing: without a bitmap, or with an empty rectangle. The result lies in the smallest
-/// rectangle that holds its pixels; without any, it is nothing.
-/// @return false when the user ended it, with both as they were
-/// Raises the memory exception, with both as they were.
+/// Combines a mask with a selection. Both are masks of 0 and 255 in the same coordinates; either
+/// may be empty: without a bitmap, or with an empty rectangle. The result has the smallest
+/// rectangle that holds its pixels; without any pixel it is empty.
+/// @return false when the user aborted it, with both unchanged
+/// Raises the memory exception, with both unchanged.
 bool fnCombineMasks(CqMask& selection, CqMask& mask, Combine how, CqProgressDisplay* progress);
 
 } // namespace darkroom

@@ -18,7 +18,7 @@ std::uint64_t fnGetMachineMemory() {
 void fnApplyMemoryShare() {
     const std::uint64_t memory = fnGetMachineMemory();
     if (memory == 0)
-        return; // the library's limit serves
+        return; // keep the library's limit
     CqVMPolicy& policy = *q32GetVMPolicy();
     policy.fnSetRamLimit(
         fnComputeLimit(memory, policy.fnIsMemEnabled() ? policy.fnGetMemUsage() : kUsualShare));

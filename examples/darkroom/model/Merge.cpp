@@ -11,8 +11,8 @@ namespace darkroom {
 
 namespace {
 
-/// The part of `over` that lands on the picture, in its own coordinates. The library doesn't cut at
-/// the target's left and top.
+/// The part of `over` that falls on the picture, in its own coordinates. The library doesn't clip
+/// at the target's left and top.
 CRect fnFindPart(const CqImage& image, const CqImage& over, const MergePlan& plan) {
     const auto span = [](unsigned int length, unsigned int room, int place) {
         const int first = std::max(0, -place);
@@ -28,11 +28,11 @@ CRect fnFindPart(const CqImage& image, const CqImage& over, const MergePlan& pla
 
 bool fnMergePicture(CqImage& image, CqImage& over, const MergePlan& plan, CqMask* selection,
                     CqProgressDisplay* progress) {
-    constexpr unsigned int kMasked = 20; // percent of the whole
+    constexpr unsigned int kMasked = 20; // progress in percent after each step
     constexpr unsigned int kConverted = 50;
     CqMask alpha;
     CqMask* mask = plan.m_eRule == MergeRule::SELECTION ? selection : nullptr;
-    CRect maskPlace; // a mask stands in the source's coordinates
+    CRect maskPlace; // a mask is in the source's coordinates
     if (mask && mask->m_rectBound.IsRectEmpty())
         return true;
     if (mask) {
@@ -56,7 +56,7 @@ bool fnMergePicture(CqImage& image, CqImage& over, const MergePlan& plan, CqMask
         const int y = plan.m_nY + band.top;
         if (!mask && plan.m_eRule != MergeRule::KEY)
             return image.fnCopyBlock(over, &band, x, y);
-        // What is merged is cut out first, so that no rule meets a part that would fall outside.
+        // The part to be merged is cut out first, so that no rule is applied to pixels outside.
         CqImage part;
         part.fnAlloc(static_cast<unsigned int>(band.Width()),
                      static_cast<unsigned int>(band.Height()), 24, nullptr, 0);

@@ -1,5 +1,4 @@
-/// @file
-/// A second picture laid over the first one.
+/// @file Lays a second picture over the first one.
 #pragma once
 
 #include "q32Base/image/CqMask.h"
@@ -9,32 +8,34 @@ class CqProgressDisplay;
 
 namespace darkroom {
 
+/// Which pixels of the second picture cover the first one.
 enum class MergeRule {
     ALL,       ///< every pixel
     KEY,       ///< all but a key colour
-    SELECTION, ///< what falls into the selection
-    ALPHA      ///< what the second picture's own alpha shows
+    SELECTION, ///< pixels inside the selection
+    ALPHA      ///< pixels that the second picture's alpha shows
 };
 
+/// Position and rule of a merge.
 struct MergePlan {
     MergeRule m_eRule = MergeRule::ALL;
     CqColor m_Key;
-    int m_nX = 0; ///< where its top left corner comes to lie; may be outside
+    int m_nX = 0; ///< position of its top left corner; may be outside
     int m_nY = 0;
 };
 
-/// An alpha of this and above counts as opaque: the library's merge doesn't blend, so that what is
-/// in between would show as white.
+/// Alpha from this value up counts as opaque: the library's merge doesn't blend, so values in
+/// between would show as white.
 inline constexpr int kOpaqueFrom = 128;
 
 /// Lays `over`, which is converted to 24 bits, over a picture of 24 bits.
-/// @param selection  for that rule, in the picture's coordinates
-/// @return false when the user ended it, with some of it laid over the picture
+/// @param selection  used by the rule SELECTION, in the picture's coordinates
+/// @return false when the user aborted it, with part of it laid over the picture
 /// Raises the memory exception.
 bool fnMergePicture(CqImage& image, CqImage& over, const MergePlan& plan, CqMask* selection,
                     CqProgressDisplay* progress);
 
-/// Moves a mask for as long as it lives.
+/// Moves a mask for its own lifetime.
 class MovedMask {
 public:
     MovedMask(CqMask& mask, const CPoint& place)

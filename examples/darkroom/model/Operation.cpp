@@ -16,7 +16,7 @@ namespace {
 constexpr std::uint32_t kTrueColor = fnDepthBit(24) | fnDepthBit(32);
 constexpr std::uint32_t kColor = kTrueColor | fnDepthBit(16);
 constexpr std::uint32_t kTones = kColor | kGreyBit;
-/// Pictures whose bytes are all brightnesses: at 32 bits one is alpha.
+/// Pictures whose bytes are all brightnesses; at 32 bits one of them is alpha.
 constexpr std::uint32_t kByteTones = fnDepthBit(24) | kGreyBit;
 constexpr std::uint32_t kBytes = kColor | fnDepthBit(8);
 constexpr std::uint32_t kAny = kBytes | fnDepthBit(4);
@@ -49,8 +49,8 @@ constexpr Parameter kAngle[] = {fnNumber("Angle, clockwise", -180, 180, 0, "°")
                                 {"Background", ParameterKind::COLOR, 0, 0xFFFFFF, 0xFFFFFF, ""}};
 constexpr Parameter kFillColor[] = {{"Color", ParameterKind::COLOR, 0, 0xFFFFFF, 0, ""}};
 
-/// A positive angle turns clockwise here, whichever angle it is; the library turns right angles
-/// clockwise and all others counter-clockwise.
+/// A positive angle always rotates clockwise here; the library rotates right angles clockwise and
+/// all others counter-clockwise.
 void fnTurn(CqImage& image, int degrees, unsigned int background, bool smooth,
             CqProgressDisplay* progress) {
     const int angle = ((degrees % 360) + 360) % 360;
@@ -61,7 +61,7 @@ void fnTurn(CqImage& image, int degrees, unsigned int background, bool smooth,
                    progress);
 }
 
-/// Whether the first values are all the one that does nothing.
+/// Whether the first values all equal the one that changes nothing.
 template <std::size_t Count, int Neutral>
 bool fnAllAre(const CqImage&, std::span<const int> values) {
     return std::all_of(values.begin(), values.begin() + Count,
@@ -120,7 +120,7 @@ const Operation kOperations[] = {
          values[0] = static_cast<int>(image.Width);
          values[1] = static_cast<int>(image.Height);
          if (image.BitCount == 16)
-             values[2] = 0; // the filter spoils the green of 16 bits
+             values[2] = 0; // the filter corrupts green at 16 bits
      },
      [](const CqImage& image, std::span<const int> values) {
          return static_cast<unsigned int>(values[0]) == image.Width &&
@@ -183,7 +183,7 @@ const Operation kOperations[] = {
      nullptr},
 };
 
-/// Its place in the menus is the host's affair.
+/// The host decides its place in the menus.
 const Operation kFill = {
     "fill",
     "Fill with Color",

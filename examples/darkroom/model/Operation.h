@@ -1,6 +1,5 @@
-/// @file
-/// The operations of the darkroom as a table: what a menu shows of each, what a dialog asks for,
-/// and the function that does it. Whoever adds an operation adds one entry here, and nothing
+/// @file The operations of the darkroom as a table: the menu text, the values that a dialog asks
+/// for, and the function that runs each. Adding an operation takes one entry here and nothing
 /// elsewhere.
 #pragma once
 
@@ -14,13 +13,14 @@ class CqProgressDisplay;
 
 namespace darkroom {
 
+/// Kind of a value; it selects the control in the dialog.
 enum class ParameterKind {
-    NUMBER, ///< a whole number between two limits
+    NUMBER, ///< an integer between two limits
     SWITCH, ///< 0 or 1
     COLOR   ///< red in bits 0 to 7, green in 8 to 15, blue in 16 to 23
 };
 
-/// One value that an operation asks for.
+/// One value that an operation needs.
 struct Parameter {
     const char* m_pszName;
     ParameterKind m_eKind;
@@ -32,44 +32,44 @@ struct Parameter {
 
 using Values = std::vector<int>;
 
-/// How the effect of an operation can be shown before it is done.
+/// How the effect of an operation can be previewed.
 enum class PreviewKind {
     NONE,
-    PIXELS,     ///< works on pixels where they stand
-    NEIGHBOURS, ///< the same, but looks at the eight around each
-    SIZE,       ///< gives another size: width, height, whether pixels are blended
-    SCALE,      ///< the same by percent, always blended
-    TURN        ///< turns: degrees clockwise, whether pixels are blended, colour of the ground
+    PIXELS,     ///< changes pixels in place
+    NEIGHBOURS, ///< the same, but reads the eight neighbours of each
+    SIZE,       ///< changes the size: width, height, whether pixels are blended
+    SCALE,      ///< changes the size by percent, always blended
+    TURN        ///< rotates: degrees clockwise, whether pixels are blended, background colour
 };
 
 enum class MenuPlace { ADJUST, FILTER, IMAGE };
 
-/// A change of a picture. All of the text lives as long as the program.
+/// A change to a picture. All text has static storage.
 struct Operation {
-    const char* m_pszId;   ///< of the action and for scripts
-    const char* m_pszName; ///< as the menu and "Undo …" tell it
+    const char* m_pszId;   ///< names the action; used by scripts
+    const char* m_pszName; ///< as shown in the menu and in "Undo …"
     MenuPlace m_eMenu;
     const char* m_pszShortcut; ///< may be empty
     std::span<const Parameter> m_Parameters;
     PreviewKind m_ePreview;
-    std::uint32_t m_nDepths; ///< depths that it works on, as a mask of fnDepthBit and kGreyBit
-    /// Does it. Told to end by the progress object, which may be null, it returns early, with the
-    /// image in any state. Raises the memory exception.
+    std::uint32_t m_nDepths; ///< supported depths, as a mask of fnDepthBit and kGreyBit
+    /// Runs it. If the progress object, which may be null, requests an abort, it returns early with
+    /// the image in any state. Raises the memory exception.
     void (*m_pRun)(CqImage& image, std::span<const int> values, CqProgressDisplay* progress);
-    /// Start values that depend on the picture; null: the table's own.
+    /// Start values that depend on the picture; null: those of the table.
     void (*m_pStart)(const CqImage& image, std::span<int> values) = nullptr;
-    /// Whether the picture stays as it is with these values; null: it never does.
+    /// Whether these values leave the picture unchanged; null: they never do.
     bool (*m_pIsNeutral)(const CqImage& image, std::span<const int> values) = nullptr;
-    int m_nReach = 0; ///< pixels about each pixel that it looks at
+    int m_nReach = 0; ///< pixels around each pixel that it reads
 
     bool fnSuits(const CqImage& image) const;
-    /// Whether it changes a picture that it suits.
+    /// Whether it changes a picture of a supported kind.
     bool fnChanges(const CqImage& image, std::span<const int> values) const {
         return !m_pIsNeutral || !m_pIsNeutral(image, values);
     }
-    /// The values that a dialog begins with.
+    /// The values that a dialog starts with.
     Values fnGetStart(const CqImage& image) const;
-    /// Whether it may be kept to a selection: size and depth stay.
+    /// Whether it may be limited to a selection: size and depth stay the same.
     bool fnIsLocal() const {
         return m_ePreview == PreviewKind::PIXELS || m_ePreview == PreviewKind::NEIGHBOURS;
     }
@@ -80,15 +80,15 @@ constexpr std::uint32_t fnDepthBit(unsigned int bits) {
     return 1u << (bits / 4);
 }
 
-/// Of a picture of 8 bits with the grey ramp: its bytes are brightnesses, not indices. It counts as
-/// 8 bits too.
+/// For a picture of 8 bits with the grey ramp: its bytes are brightnesses, not indices. It counts
+/// as 8 bits too.
 inline constexpr std::uint32_t kGreyBit = 1u;
 
 /// All operations, in the order of the menus.
 std::span<const Operation> fnGetOperations();
-/// Fills with a colour. Not among them: it begins with the colour of the host's tools.
+/// Fills with a colour. Not in the table, because it starts with the colour of the host's tools.
 const Operation& fnGetFillOperation();
-/// By its id, among them; null when there is none.
+/// Finds an operation of the table by its id; null when there is none.
 const Operation* fnFindOperation(const char* id);
 
 } // namespace darkroom

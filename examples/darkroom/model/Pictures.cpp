@@ -15,14 +15,15 @@ std::vector<RGBQUAD> fnReadPalette(CqImage& image) {
     return palette;
 }
 
-/// Makes an image of the same kind as another one.
+/// Allocates an image of the same kind as another one.
 void fnAllocAs(CqImage& image, CqImage& model, unsigned int width, unsigned int height) {
     std::vector<RGBQUAD> palette = fnReadPalette(model);
     image.fnAlloc(width, height, model.BitCount, palette.empty() ? nullptr : palette.data(),
                   model.PaletteCount);
 }
 
-/// Copies whole rows between images of one width and depth; at 4 bits the library copies no blocks.
+/// Copies complete rows between images of the same width and depth; the library copies no blocks at
+/// 4 bits.
 void fnCopyRows(CqImage& from, LONG fromRow, CqImage& to, LONG toRow, LONG count) {
     CqImageLine source;
     CqImageLine target;
@@ -73,7 +74,7 @@ bool fnFillPattern(CqImage& image, CqImage& pattern, const CPoint& corner,
                    CqProgressDisplay* progress) {
     const auto width = static_cast<LONG>(pattern.Width);
     const auto height = static_cast<LONG>(pattern.Height);
-    // Where the first whole tile begins; what comes before it is the end of another one.
+    // Start of the first complete tile; the space before it shows the end of another one.
     const LONG left = fnModulo(corner.x, width);
     const LONG top = fnModulo(corner.y, height);
     return fnForBands(fnGetWhole(image), progress, [&](const CRect& band) {

@@ -1,6 +1,6 @@
-/// @file
-/// What the library does with a whole picture at one go, done band by band, so that a user sees how
-/// far it is and can end it. Each returns false when that happened. All raise the memory exception.
+/// @file Operations that the library runs on a complete picture at once, done band by band so that
+/// the user sees the progress and can abort. Each returns false after an abort. All raise the
+/// memory exception.
 #pragma once
 
 #include "examples/darkroom/model/Progress.h"
@@ -14,10 +14,10 @@ class CqImage;
 
 namespace darkroom {
 
-/// What a picture may take; the library counts its bytes in 32 bits.
+/// Largest size of a picture in bytes; the library counts them in 32 bits.
 inline constexpr std::uint64_t kMaxBytes = 0xFFFFFFFEu;
 
-/// Bytes that the pixels of a picture take.
+/// Bytes taken by the pixels of a picture.
 constexpr std::uint64_t fnCountBytes(std::uint64_t width, std::uint64_t height, unsigned int bits) {
     return (width * bits + 7) / 8 * height;
 }
@@ -25,16 +25,16 @@ constexpr std::uint64_t fnCountBytes(std::uint64_t width, std::uint64_t height, 
 /// The rectangle of all pixels of a picture.
 CRect fnGetWhole(const CqImage& image);
 
-/// The rest of a division by a length, never below 0: the place in a tile.
+/// Remainder of a division by a length, never below 0: the position within a tile.
 constexpr LONG fnModulo(LONG place, LONG length) {
     const LONG rest = place % length;
     return rest < 0 ? rest + length : rest;
 }
 
-/// Rows that are worked on between two looks at the user's keys.
+/// Rows processed between two checks for an abort.
 inline constexpr LONG kBandRows = 256;
 
-/// Calls `work` with one band of a part after the other, from the top; never for an empty part.
+/// Calls `work` with the bands of a part, one after another from the top; never for an empty part.
 template <typename Work>
 bool fnForBands(const CRect& part, CqProgressDisplay* progress, Work work) {
     const LONG end = part.IsRectEmpty() ? part.top : part.bottom;
@@ -46,26 +46,26 @@ bool fnForBands(const CRect& part, CqProgressDisplay* progress, Work work) {
     return true;
 }
 
-/// Copies a picture, tile by tile. `to` has undefined pixels when it was ended.
+/// Copies a picture, tile by tile. After an abort the pixels of `to` are undefined.
 bool fnCopyPicture(CqImage& from, CqImage& to, CqProgressDisplay* progress);
 
-/// Copies a rectangle of a picture of 8 bits and more, which must lie in it, to a new one without a
-/// palette. `part` has undefined pixels when it was ended.
-/// @param corner  the place in the picture that becomes the corner of `part`: that of the
-///                rectangle, or one above it and to its left; pixels between are undefined
+/// Copies a rectangle of a picture of 8 bits or more, which must lie inside it, to a new one
+/// without a palette. After an abort the pixels of `part` are undefined.
+/// @param corner  position in the picture that becomes the corner of `part`: that of the rectangle,
+/// or one above and to the left; the pixels between are undefined
 bool fnCutOut(CqImage& image, const CRect& place, const CPoint& corner, CqImage& part,
               CqProgressDisplay* progress);
 
-/// Fills all of a picture, or some bands of it when it was ended.
+/// Fills all of a picture, or only some bands of it after an abort.
 bool fnFillPicture(CqImage& image, const CqColor& color, CqProgressDisplay* progress);
 
-/// Tiles a pattern over all of a picture of its depth.
-/// @param corner  where the corner of one of the tiles comes to lie, in the picture; anywhere
+/// Tiles a pattern over a complete picture of the same depth.
+/// @param corner  position in the picture of the corner of one tile; anywhere
 bool fnFillPattern(CqImage& image, CqImage& pattern, const CPoint& corner,
                    CqProgressDisplay* progress);
 
-/// Gives a picture 24 or 32 bits with the bytes of the library's conversion; as it was when it was
-/// ended.
+/// Converts a picture to 24 or 32 bits, with the bytes of the library's conversion; unchanged after
+/// an abort.
 bool fnConvertPicture(CqImage& image, unsigned int bits, CqProgressDisplay* progress);
 
 } // namespace darkroom

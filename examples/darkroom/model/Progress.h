@@ -1,5 +1,4 @@
-/// @file
-/// Ways from one progress object to another.
+/// @file Adapters between progress objects.
 #pragma once
 
 #include "plugins/PictureFile.h"
@@ -9,11 +8,11 @@
 
 namespace darkroom {
 
-/// What of a change's progress is its snapshot.
+/// Progress of a change, in percent, once its snapshot is taken.
 inline constexpr unsigned int kCopyPercent = 20;
 
-/// Tells a progress object, which may be null, how much of a work is done. False when the user ends
-/// it.
+/// Reports to a progress object, which may be null, how much of a task is done. False when the user
+/// aborts it.
 inline bool fnGoOn(CqProgressDisplay* progress, std::int64_t done, std::int64_t all) {
     bool aborted = false;
     if (progress)
@@ -21,10 +20,10 @@ inline bool fnGoOn(CqProgressDisplay* progress, std::int64_t done, std::int64_t 
     return !aborted;
 }
 
-/// Tells another object of one part of a longer work. Without output of its own.
+/// Forwards the progress of one part of a longer task. Has no output of its own.
 class SpanProgress : public CqProgressDisplay {
 public:
-    /// @param whole  not owned; null: nothing is told, and nothing aborts
+    /// @param whole  not owned; null: nothing is reported, and nothing aborts
     SpanProgress(CqProgressDisplay* whole, unsigned int low, unsigned int high)
         : CqProgressDisplay(false), m_pWhole(whole), m_nLow(low), m_nHigh(high) {}
 
@@ -43,7 +42,7 @@ private:
     unsigned int m_nHigh;
 };
 
-/// Tells the progress of picture files to a progress display, which may be null.
+/// Forwards the progress of picture files to a progress display, which may be null.
 class PictureProgress : public CqPictureProgress {
 public:
     explicit PictureProgress(CqProgressDisplay* display) : m_pDisplay(display) {}

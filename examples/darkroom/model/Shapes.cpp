@@ -15,7 +15,7 @@ namespace darkroom {
 
 namespace {
 
-/// Control points of a quarter of a circle lie so far out, for a radius of 1.
+/// Distance of the control points of a quarter circle of radius 1.
 constexpr double kQuarter = 0.5522847498307936;
 constexpr double kFlatness = 0.1;
 
@@ -64,7 +64,7 @@ CRect fnFindBound(std::span<const CqPoint2D> outline, unsigned int width, unsign
             cut(std::ceil(right), width), cut(std::ceil(bottom), height)};
 }
 
-/// Column of the first pixel whose centre is not left of a crossing.
+/// Column of the first pixel whose centre isn't left of a crossing.
 LONG fnFirstColumn(double crossing, const CRect& bound) {
     return static_cast<LONG>(std::clamp(std::ceil(crossing - 0.5), static_cast<double>(bound.left),
                                         static_cast<double>(bound.right)));
@@ -76,7 +76,7 @@ void fnMakeNone(CqMask& mask) {
     mask.m_rectBound = CRect(0, 0, 0, 0);
 }
 
-/// 255 in all pixels of an image of `Bits` that a test takes, which is given each pixel's bytes.
+/// 255 in all pixels of an image of `Bits` that pass a test of the pixel's bytes.
 template <unsigned int Bits, typename Test>
 bool fnMakePixelMask(CqImage& image, Test&& takes, CqMask& mask, CqProgressDisplay* progress) {
     if (!image.TileMap || image.BitCount != Bits) {
@@ -178,7 +178,7 @@ bool fnMakeAlphaMask(CqImage& image, int level, CqMask& mask, CqProgressDisplay*
 }
 
 void fnDrawPath(CqImage& image, std::span<const CqPoint2D> points, const CqColor& color) {
-    // The library's lines take whole numbers as the middle of a pixel, not its corner.
+    // The library's lines take integers as the centre of a pixel, not its corner.
     std::vector<CqPoint2D> places(points.begin(), points.end());
     for (CqPoint2D& place : places)
         place -= CqPoint2D(0.5, 0.5);

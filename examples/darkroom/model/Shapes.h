@@ -1,6 +1,5 @@
-/// @file
-/// Selections made of shapes and colours, and shapes drawn into the picture. Places are in the
-/// picture's pixels; what lies outside of it is left out.
+/// @file Selections made from shapes and colours, and shapes drawn into the picture. Positions are
+/// in the picture's pixels; anything outside is clipped.
 #pragma once
 
 #include "q32Base/geometry/CqPoint2D.h"
@@ -17,26 +16,26 @@ namespace darkroom {
 
 enum class ShapeKind { RECTANGLE, ELLIPSE, FREEHAND };
 
-/// The points of a shape's outline. A rectangle and an ellipse take the first and last point as
+/// The points of a shape's outline. A rectangle and an ellipse have the first and last point as
 /// opposite corners, an ellipse as four curves; freehand is the points themselves. Raises the
 /// memory exception.
 std::vector<CqPoint2D> fnMakeOutline(ShapeKind shape, std::span<const CqPoint2D> points);
 
-// The masks: false, with the mask as it was, when the user ended it. A mask without any pixel may
-// have an empty rectangle; so has one that is asked of a picture of another depth. They raise the
-// memory exception.
+// Mask functions: false after an abort, with the mask unchanged. A mask without any pixel may have
+// an empty rectangle, and a picture of an unsupported depth gives one. They raise the memory
+// exception.
 
 /// 255 in all pixels whose centre lies inside a closed outline, by the even-odd rule; 0 elsewhere.
-/// The mask has an empty rectangle when that is no pixel of a picture of this size.
+/// The mask has an empty rectangle when no pixel of a picture of this size is inside.
 bool fnMakeShapeMask(std::span<const CqPoint2D> outline, unsigned int width, unsigned int height,
                      CqMask& mask, CqProgressDisplay* progress);
 
-/// 255 in all pixels of a 24-bit picture whose red, green and blue each differ from a colour's by
-/// `tolerance` at most.
+/// 255 in all pixels of a 24-bit picture whose red, green and blue each differ from those of a
+/// colour by at most `tolerance`.
 bool fnMakeColorMask(CqImage& image, const CqColor& color, int tolerance, CqMask& mask,
                      CqProgressDisplay* progress);
 
-/// 255 in all pixels of a 32-bit picture whose alpha is `level` or more.
+/// 255 in all pixels of a 32-bit picture whose alpha is at least `level`.
 bool fnMakeAlphaMask(CqImage& image, int level, CqMask& mask, CqProgressDisplay* progress);
 
 /// Draws a line through two points, or a cubic curve from the first to the fourth.

@@ -1,5 +1,4 @@
-/// @file
-/// The actions of the main window that are no operations, as a table.
+/// @file The main window's actions other than operations, as a table.
 #pragma once
 
 #include "examples/darkroom/ui/PictureView.h"
@@ -10,18 +9,20 @@ namespace darkroom {
 
 class MainWindow;
 
-/// What there must be for an action to be on.
+/// The condition under which an action is enabled.
 enum class Needs { NOTHING, PICTURE, COLOR_PICTURE, SELECTABLE, SELECTION };
 
+/// An action of a menu.
 struct ActionEntry {
     const char* m_pszId;
-    const char* m_pszText; ///< null: a line between actions
+    const char* m_pszText; ///< null: a separator
     const char* m_pszKeys; ///< portable text, "; " between several; may be empty
     const char* m_pszMenu;
     Needs m_eNeeds;
     void (MainWindow::*m_pRun)();
 };
 
+/// A mouse tool, selected by an action.
 struct ToolEntry {
     const char* m_pszId;
     const char* m_pszText;
@@ -30,11 +31,12 @@ struct ToolEntry {
     Needs m_eNeeds;
 };
 
-/// The window's commands are its own; this names them.
+/// Commands are private to the window; this names them.
 struct ActionTable {
     static std::span<const ActionEntry> fnGetActions();
 };
 
+/// The mouse tools, in the order of the menu.
 std::span<const ToolEntry> fnGetTools();
 
 inline constexpr char kMenuFile[] = "&File";

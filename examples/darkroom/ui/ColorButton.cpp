@@ -33,14 +33,14 @@ void ColorButton::fnSetColor(const CqColor& color) {
     swatch.fill(shown);
     setIcon(QIcon(swatch));
     setText(shown.name());
-    setAccessibleDescription(shown.name()); // a name may stand before the text
+    setAccessibleDescription(shown.name()); // a label may name the button
     Q_EMIT colorChanged();
 }
 
 void ColorButton::fnAsk() {
     const CqColor before = m_Color;
     QColorDialog dialog(fnToQt(before), this);
-    // Whoever listens sees each colour that the user looks at.
+    // Listeners receive each colour that the user highlights.
     connect(&dialog, &QColorDialog::currentColorChanged, this,
             [this](const QColor& color) { fnSetColor(fnFromQt(color)); });
     const bool chosen = dialog.exec() == QDialog::Accepted;

@@ -6,8 +6,8 @@
 
 namespace darkroom {
 
-/// Shows a colour, and lets the user choose another one. While its dialog stands, the colour
-/// follows what is looked at there; cancelled, it comes back.
+/// Shows a colour and lets the user choose another one. While its dialog is open, the colour
+/// follows the one highlighted there; cancelling restores it.
 class ColorButton : public QPushButton {
     Q_OBJECT
 

@@ -14,7 +14,7 @@ namespace {
 
 constexpr char kUsualSuffix[] = "png";
 
-/// The filters of a file dialog, and the extension that each gives a name without one.
+/// The filters of a file dialog, and the extension that each adds to a name without one.
 struct Filters {
     explicit Filters(bool writing) {
         QStringList all;
@@ -36,7 +36,7 @@ struct Filters {
     QMap<QString, QString> m_Suffixes;
 };
 
-/// The extension of a picture that keeps its format, where that can be written.
+/// The extension that keeps a picture's format, if that format can be written.
 QString fnGetSuffix(const QString& path) {
     const CqPictureFormat* const format = q32FindPictureFormat(QFile::encodeName(path).constData());
     return format && format->m_bCanWrite ? QFileInfo(path).suffix()

@@ -5,10 +5,10 @@
 
 namespace darkroom {
 
-/// What the program hands its windows besides the library's platform.
+/// What the program gives its windows besides the library's platform.
 struct HostSetup {
     QString m_strSettings; ///< file of the host's own settings: recent files, window, undo levels
-    /// Readable while changes of the mixers wait to be told by `m_PumpMixers`; -1 for none.
+    /// Readable while mixer changes wait for `m_PumpMixers` to report them; -1 for none.
     int m_nMixerDescriptor = -1;
     std::function<void()> m_PumpMixers;
 };

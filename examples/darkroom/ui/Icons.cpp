@@ -12,7 +12,7 @@ namespace {
 
 /// Icons are drawn on a square of this many units.
 constexpr int kSide = 24;
-/// Pixels of a unit at which they are kept: Qt takes the next larger one.
+/// Cached resolutions, in pixels per unit; Qt picks the next larger one.
 constexpr int kScales[] = {1, 2, 4};
 
 void fnDrawLine(QPainter& painter, std::initializer_list<QPointF> points) {

@@ -1,15 +1,16 @@
 #include "examples/darkroom/ui/MainWindow.h"
 
 #include "examples/darkroom/ui/Actions.h"
-#include "examples/darkroom/ui/Guard.h"
 #include "examples/darkroom/ui/RecentFiles.h"
 #include "examples/darkroom/ui/SoundPanel.h"
 #include "examples/darkroom/ui/Texts.h"
 #include "platforms/qt/CqQtWindows.h"
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/framework/Exceptions.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/messages/Messages.h"
+#include "q32Base/messages/ReportMemory.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <algorithm>
@@ -39,7 +40,7 @@ constexpr QSize kStartSize(1100, 760);
 constexpr int kMessageMs = 4000;
 constexpr int kNoMemory = -1;
 
-/// The settings are a file that anybody may have written into.
+/// Anybody may have edited the settings file.
 unsigned int fnReadLevels(const QSettings& settings) {
     bool known = false;
     const qlonglong levels = settings.value("levels", kUsualLevels).toLongLong(&known);
@@ -47,7 +48,7 @@ unsigned int fnReadLevels(const QSettings& settings) {
                                 : kUsualLevels;
 }
 
-/// The first file of a drag, since the window has one picture; empty for anything else.
+/// The first file of a drag, since the window shows one picture; empty for anything else.
 QString fnFindFile(const QMimeData& data) {
     for (const QUrl& url : data.urls())
         if (url.isLocalFile())
@@ -57,7 +58,7 @@ QString fnFindFile(const QMimeData& data) {
 
 } // namespace
 
-/// How the window is while some work is under way.
+/// The window's state while a task is running.
 class MainWindow::Busy {
 public:
     explicit Busy(MainWindow& window) : m_Window(window) { m_Window.m_bBusy = true; }
@@ -69,14 +70,14 @@ public:
     Busy(const Busy&) = delete;
     Busy& operator=(const Busy&) = delete;
 
-    /// Apart from the start, since memory may run out.
+    /// Separate from the constructor, since memory may run out.
     void fnShow(const QString& what) {
         QApplication::setOverrideCursor(Qt::BusyCursor);
         m_Window.m_pGauge->show();
         m_Window.fnUpdateActions();
         m_Window.statusBar()->showMessage(tr("%1 … Esc stops").arg(what));
-        // The dialog that has just closed goes from the screen now: paints wait while work is under
-        // way. What the user does meanwhile, and timers, wait with them.
+        // Removes a dialog that has just closed from the screen now, because paint events wait
+        // while a task is running. User input and timers wait too.
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents |
                                         QEventLoop::ExcludeSocketNotifiers |
                                         QEventLoop::X11ExcludeTimers);
@@ -92,7 +93,7 @@ MainWindow::MainWindow(const HostSetup& setup, QWidget* parent)
       m_Document(fnReadLevels(m_Settings)), m_pView(new PictureView(m_Document)) {
     setCentralWidget(m_pView);
     setAcceptDrops(true);
-    m_pView->viewport()->setAcceptDrops(false); // the window takes them
+    m_pView->viewport()->setAcceptDrops(false); // the window handles drops itself
     resize(kStartSize);
     fnMakeActions();
     fnMakeToolBars();
@@ -103,11 +104,11 @@ MainWindow::MainWindow(const HostSetup& setup, QWidget* parent)
     m_Document.fnSetListener([this] { fnUpdate(); });
     connect(m_pView, &CqImageView::zoomChanged, this, &MainWindow::fnUpdateStatus);
     connect(m_pView, &CqImageView::pointed, this,
-            [this](const QPointF& place) { fnTry([&] { fnShowPointed(place); }); });
+            [this](const QPointF& place) { q32::fnTryMemory([&] { fnShowPointed(place); }); });
     connect(
         m_pView, &PictureView::drawn, this,
         [this](Tool tool, const std::vector<CqPoint2D>& points, Qt::KeyboardModifiers modifiers) {
-            fnTryAloud([&] { fnOnDrawn(tool, points, modifiers); });
+            q32::fnReportMemory([&] { fnOnDrawn(tool, points, modifiers); });
         });
     fnUpdate();
     m_pView->setFocus();
@@ -123,13 +124,13 @@ bool MainWindow::fnRun(const QString& what, const Work& work) {
         return false;
     const Outcome outcome = fnWork(what, work);
     if (!outcome.fnIsDone())
-        m_Shown.reset(); // the view may have drawn something of it
+        m_Shown.reset(); // the view may have drawn a state in between
     fnUpdate();
     statusBar()->showMessage(outcome.m_bAborted ? tr("%1: stopped").arg(what) : QString(),
                              kMessageMs);
     if (outcome.m_nMsgId != 0)
         q32ShowMsg(outcome.m_nMsgId, nullptr, outcome.m_strPath, nullptr, 0);
-    if (!m_strAsked.isEmpty()) // it found the window busy
+    if (!m_strAsked.isEmpty()) // the window was busy when it arrived
         fnOpenSoon(m_strAsked);
     return outcome.fnIsDone();
 }
@@ -144,7 +145,7 @@ Outcome MainWindow::fnWork(const QString& what, const Work& work) {
     } catch (CException* failure) {
         failure->Delete();
     } catch (const std::exception&) {
-        // The host's own containers.
+        // From the standard library's containers.
     }
     Outcome outcome;
     outcome.m_nMsgId = kNoMemory;
@@ -158,7 +159,7 @@ MainWindow::Look MainWindow::fnGetLook() const {
 
 void MainWindow::fnUpdate() {
     if (m_bBusy)
-        return; // once, at the end
+        return; // deferred to the end
     CqImage& image = m_Document.fnGetImage();
     CqImage* const shown = m_Document.fnHasImage() ? &image : nullptr;
     const Look look = fnGetLook();
@@ -168,7 +169,7 @@ void MainWindow::fnUpdate() {
         m_pView->fnImageChanged();
     m_Shown = look;
     m_pView->fnSelectionChanged();
-    m_pPlace->clear(); // its color was another picture's
+    m_pPlace->clear(); // its colour belonged to another picture
     const QString path = QFile::decodeName(m_Document.fnGetPath().c_str());
     const QString name = path.isEmpty() ? tr("Untitled") : QFileInfo(path).fileName();
     setWindowTitle(shown ? tr("%1[*] - Darkroom").arg(name) : tr("Darkroom"));
@@ -196,7 +197,7 @@ void MainWindow::fnUpdateActions() {
         }
         return false;
     };
-    // The items that are in no table too: recent files, the end.
+    // The items outside the tables too: recent files, quit.
     menuBar()->setEnabled(!m_bBusy);
     m_pSound->fnEnableLoading(!m_bBusy);
     for (const ActionEntry& entry : ActionTable::fnGetActions())
@@ -209,7 +210,7 @@ void MainWindow::fnUpdateActions() {
             ->setEnabled(picture && operation.fnSuits(m_Document.fnGetImage()));
     if (m_bBusy)
         return;
-    // A tool that is off by now would work on a picture that it isn't made for.
+    // A tool that is now disabled would work on a picture of an unsupported kind.
     for (const ToolEntry& entry : fnGetTools())
         if (entry.m_eTool == m_pView->fnGetTool() && !allows(entry.m_eNeeds))
             findChild<QAction*>("toolPan")->trigger();
@@ -301,13 +302,13 @@ bool MainWindow::fnSaveAs(const QString& path) {
 
 void MainWindow::changeEvent(QEvent* event) {
     QMainWindow::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange && m_pGauge) // not before all parts are made
+    if (event->type() == QEvent::PaletteChange && m_pGauge) // not before all parts exist
         fnMakeIcons();
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
     bool leaves = false;
-    fnTryAloud([&] { leaves = fnMayLeave(); });
+    q32::fnReportMemory([&] { leaves = fnMayLeave(); });
     if (!leaves)
         return event->ignore();
     m_Settings.setValue("geometry", saveGeometry());
@@ -326,7 +327,7 @@ void MainWindow::dropEvent(QDropEvent* event) {
     if (path.isEmpty() || m_bBusy)
         return;
     event->acceptProposedAction();
-    fnOpenSoon(path); // the program that it was dragged from waits until this returns
+    fnOpenSoon(path); // the program that is the drag's source waits until this returns
 }
 
 void MainWindow::fnOpenSoon(const QString& path) {
@@ -338,12 +339,12 @@ void MainWindow::fnOpenSoon(const QString& path) {
 
 void MainWindow::fnOpenAsked() {
     if (m_bBusy)
-        return; // the end of the work calls again
+        return; // called again at the end of the task
     const QString path = std::exchange(m_strAsked, {});
     if (path.isEmpty())
         return;
-    fnTryAloud([&] {
-        // A dialog that has come up meanwhile works on the present picture.
+    q32::fnReportMemory([&] {
+        // A dialog opened in the meantime works on the present picture.
         if (QApplication::activeModalWidget())
             statusBar()->showMessage(
                 tr("%1 isn't opened: close the dialog first").arg(QFileInfo(path).fileName()),

@@ -22,11 +22,11 @@ class ColorButton;
 class RecentFiles;
 class SoundPanel;
 
-/// The darkroom's window: one picture, its operations and tools, and what goes on. The library must
-/// be attached for as long as it lives.
+/// The darkroom's window: one picture, its operations and tools, and their progress. The library
+/// must stay attached for the window's lifetime.
 ///
-/// Every action is a QAction that is named by its id in the tables, so that scripts and tests find
-/// it. While one of them runs, all are off.
+/// Every action is a QAction named by its id in the tables, so that scripts and tests can find it.
+/// While one of them runs, all are disabled.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 
@@ -40,18 +40,18 @@ public:
 
     using Work = std::function<Outcome(CqProgressDisplay*)>;
 
-    /// Does some work with the gauge, the busy cursor and Esc, while nothing else can be started,
-    /// and shows the message that it ends with. An exception counts as memory that ran out.
-    /// @param what  the work's name for the user
-    /// @return false when the work failed or was stopped, and when other work is under way
+    /// Runs a task with the progress gauge, the busy cursor and Esc while nothing else can be
+    /// started, and shows its final message. An exception counts as exhausted memory.
+    /// @param what  name of the task for the user
+    /// @return false when the task failed or was aborted, or when another one is running
     bool fnRun(const QString& what, const Work& work);
 
     /// Opens a picture in place of the present one, without asking. Failures are shown.
     bool fnOpen(const QString& path);
     bool fnSaveAs(const QString& path);
-    /// Loads a second picture and asks how it is laid over this one.
+    /// Loads a second picture and asks how to lay it over this one.
     void fnMerge(const QString& path);
-    /// Loads a second picture and asks how it is tiled over the selection, or over all of this one.
+    /// Loads a second picture and asks how to tile it over the selection, or over all of this one.
     void fnFillPattern(const QString& path);
 
 protected:
@@ -92,7 +92,7 @@ private:
     void fnAddTools();
     QMenu* fnFindMenu(const char* title);
 
-    // MainWindowCommands.cpp; the table of actions names them
+    // MainWindowCommands.cpp; named by the table of actions
     friend struct ActionTable;
     void fnNew();
     void fnAskOpen();
@@ -135,8 +135,8 @@ private:
     QLabel* m_pFacts = nullptr;
     QLabel* m_pMemory = nullptr;
     QLabel* m_pZoom = nullptr;
-    std::optional<Look> m_Shown; ///< none: to be drawn anew
-    QString m_strAsked;          ///< file that is opened once the event loop runs; empty for none
+    std::optional<Look> m_Shown; ///< none: needs to be redrawn
+    QString m_strAsked;          ///< file to open once the event loop runs; empty for none
     bool m_bBusy = false;
 };
 

@@ -88,7 +88,7 @@ bool MainWindow::fnMayLoseAlpha(const QString& path) {
     const QByteArray file = QFile::encodeName(path);
     const CqPictureFormat* const format = q32FindPictureFormat(file.constData());
     if (!format || m_Document.fnKeepsAll(file.constData()))
-        return true; // what can't be written at all is told when it is tried
+        return true; // a format that can't be written is reported by the attempt
     return QMessageBox::question(this, tr("Darkroom"),
                                  tr("A %1 file keeps no transparency. Save a copy without it?")
                                      .arg(QString::fromLatin1(format->m_pszName)),
@@ -157,7 +157,7 @@ void MainWindow::fnStartOperation(const Operation& operation) {
 }
 
 std::optional<Values> MainWindow::fnAskValues(const Operation& operation, const Values& start) {
-    // Its preview is gone before the work begins.
+    // Its preview is gone before the operation runs.
     ParameterDialog dialog(operation, start, *m_pView, this);
     return dialog.exec() == QDialog::Accepted ? std::optional(dialog.fnGetValues()) : std::nullopt;
 }
@@ -266,7 +266,7 @@ void MainWindow::fnAskPreferences() {
     if (dialog.fnGetLevels() != m_Document.fnGetLevels() &&
         m_Document.fnSetLevels(dialog.fnGetLevels()))
         m_Settings.setValue("levels", dialog.fnGetLevels());
-    fnUpdate(); // the gamma may be another one
+    fnUpdate(); // the gamma may have changed
 }
 
 void MainWindow::fnShowDump() {

@@ -1,11 +1,11 @@
 // The parts of the main window.
 #include "examples/darkroom/ui/Actions.h"
 #include "examples/darkroom/ui/ColorButton.h"
-#include "examples/darkroom/ui/Guard.h"
 #include "examples/darkroom/ui/Icons.h"
 #include "examples/darkroom/ui/MainWindow.h"
 #include "examples/darkroom/ui/RecentFiles.h"
 #include "examples/darkroom/ui/SoundPanel.h"
+#include "q32Base/messages/ReportMemory.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -54,7 +54,7 @@ QAction* MainWindow::fnAddAction(const ActionEntry& entry) {
     action->setShortcuts(QKeySequence::listFromString(QString::fromLatin1(entry.m_pszKeys)));
     const auto run = entry.m_pRun;
     connect(action, &QAction::triggered, this,
-            [this, run] { fnTryAloud([&] { (this->*run)(); }); });
+            [this, run] { q32::fnReportMemory([&] { (this->*run)(); }); });
     return action;
 }
 
@@ -84,7 +84,7 @@ void MainWindow::fnAddOperations() {
         action->setObjectName(operation.m_pszId);
         action->setShortcut(QKeySequence(QString::fromLatin1(operation.m_pszShortcut)));
         connect(action, &QAction::triggered, this,
-                [this, &operation] { fnTryAloud([&] { fnStartOperation(operation); }); });
+                [this, &operation] { q32::fnReportMemory([&] { fnStartOperation(operation); }); });
     }
 }
 

@@ -10,13 +10,13 @@ namespace darkroom {
 
 class ColorButton;
 
-/// Asks where and by which rule a second picture is laid over the first one, and shows in the view
-/// what becomes of it.
+/// Asks where and by which rule to lay a second picture over the first one, and previews the result
+/// in the view.
 class MergeDialog : public PreviewDialog {
     Q_OBJECT
 
 public:
-    /// The second picture is read for as long as this lives.
+    /// Reads the second picture throughout the dialog's lifetime.
     MergeDialog(CqImage& over, bool hasSelection, PictureView& view, QWidget* parent = nullptr);
     ~MergeDialog() override;
 

@@ -1,13 +1,13 @@
 #include "examples/darkroom/ui/MergePreview.h"
 
-#include "examples/darkroom/ui/Guard.h"
 #include "examples/darkroom/ui/PartPreview.h"
+#include "q32Base/framework/Memory.h"
 
 namespace darkroom {
 
 namespace {
 
-/// Whether a pixel of the second picture covers the first one's by a rule.
+/// Whether a rule lets a pixel of the second picture cover the first one's.
 class Cover {
 public:
     Cover(const MergePlan& plan, Document& document, bool hasAlpha)
@@ -43,7 +43,7 @@ void fnShowMerge(PictureView& view, CqImage& over, const MergePlan& plan) {
                       CSize(static_cast<int>(over.Width), static_cast<int>(over.Height)));
     view.fnShowFrame(place);
     view.fnHidePreview();
-    fnTry([&] {
+    q32::fnTryMemory([&] {
         PixelReader above(over);
         PixelReader below(*view.fnGetImage());
         Cover cover(plan, view.fnGetDocument(), over.BitCount == 32);

@@ -6,11 +6,11 @@ namespace darkroom {
 
 class PictureView;
 
-/// Shows in a view what a merge would make of the part of the picture that is in sight, and
-/// outlines the second picture's place. Shows the place alone when memory runs out.
+/// Shows in a view what a merge would make of the visible part of the picture, and outlines the
+/// second picture's rectangle. Shows only the outline when memory is exhausted.
 /// @param over  the second picture, as it was read
 void fnShowMerge(PictureView& view, CqImage& over, const MergePlan& plan);
-/// Takes both away.
+/// Removes both.
 void fnHideMerge(PictureView& view);
 
 } // namespace darkroom

@@ -11,8 +11,8 @@ namespace darkroom {
 class ColorButton;
 class SizeLabel;
 
-/// Asks for the size and the colour of a new picture; tells what it takes, and refuses what no
-/// picture can have.
+/// Asks for the size and colour of a new picture, shows its size in bytes, and refuses sizes that
+/// no picture can have.
 class NewDialog : public QDialog {
     Q_OBJECT
 

@@ -2,10 +2,10 @@
 
 #include "examples/darkroom/model/Document.h"
 #include "examples/darkroom/ui/ColorButton.h"
-#include "examples/darkroom/ui/Guard.h"
 #include "examples/darkroom/ui/PictureView.h"
 #include "examples/darkroom/ui/Placement.h"
 #include "examples/darkroom/ui/SizeLabel.h"
+#include "q32Base/framework/Memory.h"
 
 #include <algorithm>
 #include <cmath>
@@ -25,13 +25,13 @@ namespace {
 
 constexpr int kSliderWidth = 240;
 constexpr int kBoxWidth = 80;
-/// The whole number nearest to a length that may lie beyond what a box holds.
+/// The nearest integer to a length that may exceed the range of a spin box.
 int fnToLength(double length) {
     constexpr double kMax = std::numeric_limits<int>::max();
     return static_cast<int>(std::clamp(std::round(length), 1.0, kMax));
 }
 
-/// Ranges beyond this can't be set with a slider.
+/// Larger ranges get no slider.
 constexpr int kSliderRange = 1000;
 
 } // namespace
@@ -85,7 +85,7 @@ void ParameterDialog::fnAddNumber(const Parameter& parameter, int value) {
     box->setSuffix(QString::fromUtf8(parameter.m_pszUnit));
     box->setValue(value);
     box->setObjectName(parameter.m_pszName);
-    box->setMinimumWidth(kBoxWidth); // so that sliders are of one length
+    box->setMinimumWidth(kBoxWidth); // so that all sliders have the same length
     if (parameter.m_nHigh - parameter.m_nLow <= kSliderRange) {
         auto* const slider = new QSlider(Qt::Horizontal);
         slider->setRange(parameter.m_nLow, parameter.m_nHigh);
@@ -137,7 +137,7 @@ void ParameterDialog::fnAddLock(double ratio) {
     QSpinBox* const height = m_Numbers[1];
     const auto follow = [this, lock](QSpinBox* box, double factor) {
         return [this, lock, box, factor](int value) {
-            // What follows must not lead in turn: it is rounded.
+            // The dependent value must not drive the other one in turn: it is rounded.
             if (!lock->isChecked() || std::exchange(m_bFollows, true))
                 return;
             box->setValue(fnToLength(value * factor));
@@ -146,7 +146,7 @@ void ParameterDialog::fnAddLock(double ratio) {
     };
     connect(width, &QSpinBox::valueChanged, this, follow(height, ratio));
     connect(height, &QSpinBox::valueChanged, this, follow(width, 1 / ratio));
-    // While they go together, none gets where the other one can't follow.
+    // While they are linked, neither may leave the range in which the other can follow.
     const auto limit = [width, height, ratio, mostWidth = width->maximum(),
                         mostHeight = height->maximum()](bool on) {
         width->setMaximum(on ? std::min(mostWidth, fnToLength(mostHeight / ratio)) : mostWidth);
@@ -165,7 +165,7 @@ void ParameterDialog::fnAddLock(double ratio) {
 
 void ParameterDialog::fnOnValue() {
     if (m_pBytes)
-        fnTry([&] {
+        q32::fnTryMemory([&] {
             const CqImage& image = fnGetView().fnGetDocument().fnGetImage();
             m_pBytes->fnTell(fnFindPlacement(m_Operation, image, fnGetValues()).m_Size,
                              image.BitCount);

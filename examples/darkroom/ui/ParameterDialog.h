@@ -11,14 +11,14 @@ namespace darkroom {
 
 class SizeLabel;
 
-/// Asks for the values of any operation, as its table tells them, and shows their effect on the
-/// picture while they change. A width and a height can be kept in proportion. A result that is too
-/// large for a picture can't be asked for.
+/// Asks for the values of any operation, as declared in its table, and previews their effect while
+/// they change. Width and height can be kept in proportion. A result too large for a picture can't
+/// be chosen.
 class ParameterDialog : public PreviewDialog {
     Q_OBJECT
 
 public:
-    /// @param start  the values that it begins with, and goes back to when it is reset
+    /// @param start  the initial values, restored by Reset
     ParameterDialog(const Operation& operation, const Values& start, PictureView& view,
                     QWidget* parent = nullptr);
 
@@ -29,7 +29,7 @@ private:
     void fnAddNumber(const Parameter& parameter, int value);
     void fnAddSwitch(const Parameter& parameter, int value);
     void fnAddColor(const Parameter& parameter, int value);
-    /// @param ratio  the picture's height to its width
+    /// @param ratio  the picture's height divided by its width
     void fnAddLock(double ratio);
     void fnOnValue();
     void fnShowPreview() override;
@@ -40,8 +40,8 @@ private:
     std::vector<std::function<void()>> m_Resetters;
     std::vector<QSpinBox*> m_Numbers;
     Preview m_Preview;
-    SizeLabel* m_pBytes = nullptr; ///< where the operation gives another size
-    bool m_bFollows = false;       ///< a number is set by the other one
+    SizeLabel* m_pBytes = nullptr; ///< null unless the operation changes the size
+    bool m_bFollows = false;       ///< a number is being set from the other one
 };
 
 } // namespace darkroom

@@ -1,6 +1,4 @@
-/// @file
-/// Previews that are computed for the visible part of a picture alone, pixel by pixel of the
-/// screen.
+/// @file Previews computed only for the visible part of a picture, per screen pixel.
 #pragma once
 
 #include "examples/darkroom/ui/PictureView.h"
@@ -28,8 +26,8 @@ private:
 };
 
 /// Shows a preview of a part of the picture: what `read` returns (a QRgb, without gamma) for each
-/// place of the picture that the view samples. Does nothing when the part isn't visible. Raises the
-/// memory exception and std::bad_alloc.
+/// position of the picture that the view samples. Does nothing when the part isn't visible. Raises
+/// the memory exception and std::bad_alloc.
 template <typename Read>
 void fnShowPart(PictureView& view, const CRect& part, Read&& read) {
     CRect visible;

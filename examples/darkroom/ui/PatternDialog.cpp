@@ -1,8 +1,8 @@
 #include "examples/darkroom/ui/PatternDialog.h"
 
 #include "examples/darkroom/model/Pictures.h"
-#include "examples/darkroom/ui/Guard.h"
 #include "examples/darkroom/ui/PartPreview.h"
+#include "q32Base/framework/Memory.h"
 
 #include <QSpinBox>
 
@@ -13,7 +13,7 @@ PatternDialog::PatternDialog(CqImage& pattern, PictureView& view, QWidget* paren
       m_pX(fnAddPixels(tr("Left:"), "x", 0, static_cast<int>(pattern.Width) - 1)),
       m_pY(fnAddPixels(tr("Top:"), "y", 0, static_cast<int>(pattern.Height) - 1)) {
     for (QSpinBox* box : {m_pX, m_pY})
-        box->setWrapping(true); // tiles that are moved by one of them lie as they did
+        box->setWrapping(true); // moving the tiles by one full tile changes nothing
     fnAddFoot();
     fnChanged();
 }
@@ -29,7 +29,7 @@ CPoint PatternDialog::fnGetCorner() const {
 void PatternDialog::fnShowPreview() {
     PictureView& view = fnGetView();
     view.fnHidePreview();
-    fnTry([&] {
+    q32::fnTryMemory([&] {
         Document& document = view.fnGetDocument();
         const bool selected = document.fnHasSelection();
         const CRect edited = document.fnGetEdited();

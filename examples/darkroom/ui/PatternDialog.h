@@ -8,17 +8,17 @@ class QSpinBox;
 
 namespace darkroom {
 
-/// Asks where the tiles of a pattern begin, and shows in the view how they fill the selection, or
-/// all of the picture without one.
+/// Asks where the tiles of a pattern begin, and previews in the view how they fill the selection,
+/// or all of the picture if there is none.
 class PatternDialog : public PreviewDialog {
     Q_OBJECT
 
 public:
-    /// The pattern is read for as long as this lives.
+    /// Reads the pattern throughout the dialog's lifetime.
     PatternDialog(CqImage& pattern, PictureView& view, QWidget* parent = nullptr);
     ~PatternDialog() override;
 
-    /// A corner of a tile, counted from the corner of what is filled.
+    /// A corner of a tile, relative to the corner of the filled rectangle.
     CPoint fnGetCorner() const;
 
 private:

@@ -1,8 +1,8 @@
 #include "examples/darkroom/ui/PictureView.h"
 
 #include "examples/darkroom/model/Shapes.h"
-#include "examples/darkroom/ui/Guard.h"
 #include "examples/darkroom/ui/SeenPart.h"
+#include "q32Base/framework/Memory.h"
 
 #include <algorithm>
 #include <new>
@@ -15,7 +15,7 @@ namespace darkroom {
 
 namespace {
 
-/// A curve has a start, two handles and an end: it is told by clicks.
+/// A curve has a start, two handles and an end, each set by a click.
 constexpr std::size_t kCurvePoints = 4;
 constexpr QRgb kShade = qRgba(0, 0, 0, 150);
 
@@ -23,7 +23,7 @@ bool fnIsDragged(Tool tool) {
     return tool != Tool::PAN && tool != Tool::CURVE && tool != Tool::PICK;
 }
 
-/// Seen on any ground: light on dark.
+/// Light on dark, visible on any background.
 void fnDrawContrast(QPainter& painter, const QPainterPath& line) {
     painter.strokePath(line, QPen(QColor(0, 0, 0, 180), 3));
     painter.strokePath(line, QPen(Qt::white, 1));
@@ -80,7 +80,7 @@ QImage PictureView::fnMakeShade() const {
     const SeenPart seen(*this, fnGetVisible());
     const std::vector<int>& columns = seen.m_Columns.m_Samples;
     CqImageLine line;
-    int read = -1; // row of the mask that the line stands on
+    int read = -1; // row of the mask that `line` holds
     for (std::size_t y = 0; y < seen.m_Rows.m_Samples.size(); ++y) {
         const int row = seen.m_Rows.m_Samples[y];
         auto* const out =
@@ -122,7 +122,7 @@ QPainterPath PictureView::fnMakePath() const {
     };
     QPainterPath path(place(0));
     if (m_eTool == Tool::CURVE && outline.size() > 2) {
-        // What isn't clicked yet lies under the cursor.
+        // Points not yet clicked follow the cursor.
         path.cubicTo(place(1), place(2), place(outline.size() - 1));
         return path;
     }
@@ -153,7 +153,7 @@ void PictureView::fnPaintOver(QPainter& painter, const QRegion&) {
 void PictureView::mousePressEvent(QMouseEvent* event) {
     if (m_eTool == Tool::PAN || event->button() != Qt::LeftButton || !m_Document.fnHasImage())
         return CqImageView::mousePressEvent(event);
-    fnTry([&] { fnTakePress(*event); });
+    q32::fnTryMemory([&] { fnTakePress(*event); });
     viewport()->update();
 }
 
@@ -172,14 +172,14 @@ void PictureView::fnTakePress(const QMouseEvent& event) {
 
 void PictureView::mouseMoveEvent(QMouseEvent* event) {
     CqImageView::mouseMoveEvent(event);
-    fnTry([&] { fnTakeMove(*event); });
+    q32::fnTryMemory([&] { fnTakeMove(*event); });
 }
 
 void PictureView::fnTakeMove(const QMouseEvent& event) {
     if (m_Points.empty())
         return;
     if (m_bDragging && !(event.buttons() & Qt::LeftButton))
-        return fnDrop(); // it was let go over another window, a dialog's maybe
+        return fnDrop(); // released over another window, perhaps a dialog
     const QPointF place = fnToImage(event.position());
     m_Cursor = CqPoint2D(place.x(), place.y());
     if (m_bDragging) {
@@ -193,7 +193,7 @@ void PictureView::fnTakeMove(const QMouseEvent& event) {
 void PictureView::mouseReleaseEvent(QMouseEvent* event) {
     CqImageView::mouseReleaseEvent(event);
     if (m_bDragging && event->button() == Qt::LeftButton)
-        fnTry([&] { fnFinish(event->modifiers()); });
+        q32::fnTryMemory([&] { fnFinish(event->modifiers()); });
 }
 
 void PictureView::keyPressEvent(QKeyEvent* event) {

@@ -14,8 +14,8 @@ namespace darkroom {
 /// What the left button does in the picture.
 enum class Tool { PAN, RECTANGLE, ELLIPSE, FREEHAND, PICK, LINE, CURVE };
 
-/// The picture of a document with what lies over it: the preview of an operation, the selection,
-/// and the shape that is being drawn.
+/// The picture of a document with its overlays: the preview of an operation, the selection, and the
+/// shape being drawn.
 class PictureView : public CqImageView {
     Q_OBJECT
 
@@ -23,24 +23,25 @@ public:
     explicit PictureView(Document& document, QWidget* parent = nullptr);
 
     Tool fnGetTool() const { return m_eTool; }
-    /// A shape that is being drawn is dropped.
+    /// Drops a shape that is being drawn.
     void fnSetTool(Tool tool);
 
     Document& fnGetDocument() const { return m_Document; }
 
-    /// Lays an image, of pixels of the screen, over the view until another part of the picture is
-    /// in sight. `corner` is counted from the view's top left corner, in such pixels too.
-    /// @param instead  of the picture, without its selection; else beside the rest of it
+    /// Lays an image, in screen pixels, over the view until another part of the picture becomes
+    /// visible. `corner` is relative to the view's top left corner, also in screen pixels.
+    /// @param instead  replaces the picture and hides its selection; otherwise the rest of the
+    /// picture stays visible beside it
     void fnShowPreview(const QImage& preview, const QPoint& corner, bool instead);
     void fnHidePreview();
     /// Outlines a rectangle of the picture; empty for none.
     void fnShowFrame(const CRect& frame);
 
-    /// The selection or the picture has changed: a shape that is being drawn is dropped.
+    /// The selection or the picture has changed: drops a shape that is being drawn.
     void fnSelectionChanged();
 
 Q_SIGNALS:
-    /// A shape is complete: places in the picture. `modifiers` tell how it combines.
+    /// A shape is complete: positions in the picture. `modifiers` determine how it combines.
     void drawn(darkroom::Tool tool, const std::vector<CqPoint2D>& points,
                Qt::KeyboardModifiers modifiers);
 
@@ -62,14 +63,14 @@ private:
 
     Document& m_Document;
     Tool m_eTool = Tool::PAN;
-    std::vector<CqPoint2D> m_Points; ///< of the shape that is being drawn
-    CqPoint2D m_Cursor;              ///< last place in the picture that it was seen at
+    std::vector<CqPoint2D> m_Points; ///< of the shape being drawn
+    CqPoint2D m_Cursor;              ///< last position over the picture
     bool m_bDragging = false;
     QImage m_Preview;
     QPoint m_PreviewCorner;
     bool m_bPreviewInstead = false; ///< of the picture
     CRect m_Frame;
-    QImage m_Shade; ///< of what isn't selected; null: to be made
+    QImage m_Shade; ///< of the unselected pixels; null: not made yet
 };
 
 } // namespace darkroom

@@ -11,7 +11,7 @@ namespace darkroom {
 
 PixelReader::PixelReader(CqImage& image)
     : m_Image(image),
-      // A QRgb is a number with alpha on top.
+      // A QRgb is an integer with alpha in the top byte.
       m_Reader(image, std::endian::native == std::endian::little ? PIXEL_BGRA32 : PIXEL_ARGB32) {}
 
 QRgb PixelReader::fnRead(int x, int y) {

@@ -10,8 +10,8 @@
 
 namespace darkroom {
 
-/// Reads single pixels of a picture of any depth; fast where they lie near to each other. The
-/// picture must not change while this lives. Raises the memory exception.
+/// Reads single pixels of a picture of any depth; fast where they lie close together. The picture
+/// must not change during the reader's lifetime. Raises the memory exception.
 class PixelReader {
 public:
     explicit PixelReader(CqImage& image);
@@ -20,12 +20,12 @@ public:
         return x >= 0 && y >= 0 && static_cast<std::uint32_t>(x) < m_Image.Width &&
                static_cast<std::uint32_t>(y) < m_Image.Height;
     }
-    /// A pixel that the picture has, without gamma. Its alpha is the picture's at 32 bits, else
+    /// A pixel inside the picture, without gamma. Its alpha is the picture's at 32 bits, otherwise
     /// 255.
     QRgb fnRead(int x, int y);
 
 private:
-    static constexpr int kBlock = 16; ///< pixels of a row that are read at a time
+    static constexpr int kBlock = 16; ///< pixels of a row that are read at once
     static constexpr int kBlocks = 128;
 
     struct Block {
@@ -38,15 +38,15 @@ private:
 
     CqImage& m_Image;
     CqPixelReader m_Reader;
-    std::array<Block, kBlocks> m_Blocks; ///< what was read last, by their places
+    std::array<Block, kBlocks> m_Blocks; ///< the blocks read last, indexed by position
 };
 
-/// Makes an image for the screen, through the library's gamma, of what `read` tells for each
-/// column and row. Throws std::bad_alloc.
+/// Makes a screen image, with the library's gamma, from what `read` returns for each column and
+/// row. Throws std::bad_alloc.
 template <typename Read>
 QImage fnMakeScreenImage(const QSize& size, Read&& read);
 
-/// Changes a row of pixels to what the screen shows, by the library's gamma.
+/// Applies the library's gamma to a row of pixels.
 void fnCorrectRow(QRgb* row, int count);
 /// An image in the screen's format. Throws std::bad_alloc.
 QImage fnNewScreenImage(const QSize& size);

@@ -1,5 +1,6 @@
 #include "examples/darkroom/ui/Placement.h"
 
+#include "q32Base/geometry/GeometryTolerance.h"
 #include "q32Base/image/CqColor.h"
 #include "q32Base/image/CqImage.h"
 
@@ -11,13 +12,11 @@ namespace darkroom {
 
 namespace {
 
-constexpr double kDust = 1e-10;
-
 QSize fnSizeOf(const CqImage& image) {
     return {static_cast<int>(image.Width), static_cast<int>(image.Height)};
 }
 
-/// The nearest pixel is found by steps of 1/256 of a pixel, from the first one's corner.
+/// Nearest neighbour, in steps of 1/256 pixel from the corner of the first pixel.
 Placement fnNearest(const QSize& from, const QSize& to) {
     const auto step = [](int of, int in) { return std::floor(of * 256.0 / in) / 256; };
     const double x = step(from.width(), to.width());
@@ -26,22 +25,22 @@ Placement fnNearest(const QSize& from, const QSize& to) {
 }
 
 Placement fnSized(const QSize& from, const QSize& to, double scaleX, double scaleY) {
-    if (from == to) // no change, whatever the values say
+    if (from == to) // no change, regardless of the values
         return {to, QTransform(), 0, false};
     return {to, QTransform::fromScale(1 / scaleX, 1 / scaleY), 0, true};
 }
 
-/// The pixel in the middle, to the right and below where there is none.
+/// The pixel at the centre, or to the right of and below it for an even size.
 QPoint fnMiddle(const QSize& size) {
     return {size.width() / 2, size.height() / 2};
 }
 
-/// The size that the library gives a turned picture: what holds it, and room for its fringe.
+/// The size that the library gives a rotated picture: its bounds plus space for the fringe.
 QSize fnTurnedSize(const QSize& from, double degrees, bool smooth) {
     const QRectF pixels(-fnMiddle(from), QSizeF(from.width() - 1, from.height() - 1));
     const QRectF box = QTransform().rotate(degrees).mapRect(pixels);
     const auto span = [&](double least, double most) {
-        return static_cast<int>(std::ceil(most - kDust)) - static_cast<int>(least) +
+        return static_cast<int>(std::ceil(most - GEOM_EPSILON)) - static_cast<int>(least) +
                (smooth ? 5 : 3);
     };
     return {span(box.left(), box.right()), span(box.top(), box.bottom())};
@@ -58,7 +57,7 @@ Placement fnTurned(const QSize& from, int degrees, bool smooth) {
         toSource.translate(-to.width() / 2.0, -to.height() / 2.0);
         return {to, toSource, 0, false};
     }
-    // The pixels in the middle lie on each other.
+    // The centre pixels coincide.
     const QSize to = fnTurnedSize(from, degrees, smooth);
     const QPoint there = fnMiddle(from);
     const QPoint here = fnMiddle(to);
@@ -85,7 +84,7 @@ Placement fnFindPlacement(const Operation& operation, const CqImage& image,
         const double scale = values[0] / 100.0;
         const auto length = [&](int of) {
             constexpr double kMax = std::numeric_limits<int>::max();
-            return static_cast<int>(std::min(std::ceil(of * scale - kDust), kMax));
+            return static_cast<int>(std::min(std::ceil(of * scale - GEOM_EPSILON), kMax));
         };
         return fnSized(from, {length(from.width()), length(from.height())}, scale, scale);
     }

@@ -2,9 +2,9 @@
 
 #include "examples/darkroom/model/History.h"
 #include "examples/darkroom/model/MemoryShare.h"
-#include "examples/darkroom/ui/Guard.h"
 #include "examples/darkroom/ui/Texts.h"
 #include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/services/CqPowerStr.h"
 
@@ -34,7 +34,7 @@ constexpr int kNotSaved = -5;
 constexpr int kPathWidth = 280;
 constexpr int kMaxTypedBytes = kMaxPathBytes - 2; // the library adds a separator
 
-/// A scratch path as people write it, without the library's backslash at the end.
+/// A scratch path in the usual notation, without the library's trailing backslash.
 QString fnShowPath(const CString& path) {
     CqPowerStr bare;
     bare = path;
@@ -86,7 +86,7 @@ QWidget* PreferencesDialog::fnMakeMemoryPage(unsigned int levels) {
     m_pShare->setAccessibleName(tr("Share of the memory"));
     m_pShareBytes = new QLabel;
     m_pShareBytes->setObjectName("shareBytes");
-    // Without a share of the user's own the usual one is in force.
+    // Without a share set by the user, the default applies.
     m_pShare->setValue(
         static_cast<int>(policy.fnIsMemEnabled() ? policy.fnGetMemUsage() : kUsualShare));
     m_pShare->setEnabled(policy.fnIsMemEnabled());
@@ -185,7 +185,7 @@ void PreferencesDialog::fnTell() {
         else
             disk.m_pFree->setText(tr("%1 free").arg(
                 fnTellSize(static_cast<std::uint64_t>(QStorageInfo(path).bytesAvailable()))));
-        // A disk that is off may be away for a while, but its path is kept.
+        // A disabled disk may be absent for a while, but its path is kept.
         usable = usable && (fault.isEmpty() || (!disk.m_pOn->isChecked() &&
                                                 QFile::encodeName(path).size() <= kMaxTypedBytes));
     }
@@ -205,7 +205,7 @@ unsigned int PreferencesDialog::fnGetLevels() const {
 
 int PreferencesDialog::fnApply() const {
     CqVMPolicy& policy = *q32GetVMPolicy();
-    const bool set = fnTry([&] {
+    const bool set = q32::fnTryMemory([&] {
         for (unsigned int i = 0; i < m_Disks.size(); ++i) {
             const QString path = m_Disks[i].m_pPath->text();
             // An empty path disables a disk, so the switch comes after it.
@@ -214,7 +214,7 @@ int PreferencesDialog::fnApply() const {
         }
     });
     if (!set) {
-        policy.fnSerialize(true); // not some of the disks and not the others
+        policy.fnSerialize(true); // never some of the disks without the others
         fnApplyMemoryShare();
         return kNoMemory;
     }
@@ -222,13 +222,13 @@ int PreferencesDialog::fnApply() const {
     policy.fnSetMemUsage(static_cast<unsigned int>(m_pShare->value()));
     CqDisplayProperty& display = *q32GetDisplayProperty();
     display.fnEnableHiColorDither(m_pDither->isChecked());
-    // Gamma that is switched on begins without a value, and one that is off takes none.
+    // Enabling gamma starts without a value, and a disabled one accepts none.
     if (m_pGammaOn->isChecked() != display.fnIsGammaEnabled())
         display.fnEnableGamma(m_pGammaOn->isChecked());
     if (display.fnIsGammaEnabled())
         display.fnSetGammaValue(static_cast<unsigned int>(m_pGamma->value()));
     bool saved = false;
-    fnTry([&] { saved = policy.fnSerialize(false) && display.fnSerialize(false); });
+    q32::fnTryMemory([&] { saved = policy.fnSerialize(false) && display.fnSerialize(false); });
     fnApplyMemoryShare();
     return saved ? 0 : kNotSaved;
 }

@@ -13,8 +13,8 @@ class QWidget;
 
 namespace darkroom {
 
-/// Scratch disks, memory and screen, as the library keeps them in its settings file, and the number
-/// of undo levels, which is the host's. Nothing changes before OK.
+/// Scratch disks, memory and screen, as stored in the library's settings file, and the number of
+/// undo levels, which is the host's. Nothing changes before OK.
 class PreferencesDialog : public QDialog {
     Q_OBJECT
 
@@ -22,9 +22,9 @@ public:
     explicit PreferencesDialog(unsigned int levels, QWidget* parent = nullptr);
 
     unsigned int fnGetLevels() const;
-    /// Puts the library's part in force and saves it.
-    /// @return 0; -5, with all in force, when it could not be saved; -1 when memory ran out: what
-    /// the settings have of it is in force then
+    /// Applies the library's part and saves it.
+    /// @return 0; -5, with everything applied, when it could not be saved; -1 when memory is
+    /// exhausted: whatever reached the settings is applied
     int fnApply() const;
 
 private:
@@ -38,11 +38,11 @@ private:
     QWidget* fnMakeScreenPage();
     void fnAddDisk(unsigned int index, QGridLayout& grid);
     void fnBrowse(const Disk& disk);
-    /// Why a folder can't take scratch files; empty when it can, and for no folder.
+    /// Why a folder can't hold scratch files; empty when it can, and for no folder.
     static QString fnFindFault(const Disk& disk);
-    /// Tells what each disk has room for, and lets nobody leave with one that can't be used.
+    /// Shows the free space of each disk, and disables OK while one can't be used.
     void fnTell();
-    /// Tells what the share of the memory comes to.
+    /// Shows the share of the memory in bytes.
     void fnTellShare();
 
     std::vector<Disk> m_Disks;

@@ -2,11 +2,11 @@
 
 #include "examples/darkroom/model/Document.h"
 #include "examples/darkroom/model/Pictures.h"
-#include "examples/darkroom/ui/Guard.h"
 #include "examples/darkroom/ui/PictureView.h"
 #include "examples/darkroom/ui/PixelReader.h"
 #include "examples/darkroom/ui/Placement.h"
 #include "examples/darkroom/ui/SeenPart.h"
+#include "q32Base/framework/Memory.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,13 +19,13 @@ namespace darkroom {
 
 namespace {
 
-/// A picture of more pixels is moved by way of a copy in the size that it is seen in: reading it
-/// from all over for each value would take too long when it isn't in memory. A copy that would have
-/// more pixels itself isn't made: what of it is in sight lies near to each other then.
+/// A picture with more pixels is moved by way of a copy at the size in which it is shown: reading
+/// scattered pixels for each value would take too long when it isn't in memory. No copy is made
+/// that would itself have more pixels: its visible part then lies close together.
 constexpr double kMaxRead = 8e6;
 
-/// The places that are needed for samples and `radius` places around each, without repetition;
-/// `seen` becomes where each sample stands among these.
+/// The positions needed for samples and `radius` positions around each, without repetition; `seen`
+/// receives the index of each sample among them.
 std::vector<int> fnGather(const std::vector<int>& samples, int radius, int length,
                           std::vector<int>& seen) {
     std::vector<int> places;
@@ -41,7 +41,7 @@ std::vector<int> fnGather(const std::vector<int>& samples, int radius, int lengt
     return places;
 }
 
-/// One place of the picture for each pixel of a smaller one, in the middle of what it stands for.
+/// One position of the picture for each pixel of a smaller one, at the centre of its area.
 std::vector<int> fnReduce(int length, double zoom) {
     std::vector<int> samples(std::max<std::size_t>(1, static_cast<std::size_t>(length * zoom)));
     for (std::size_t i = 0; i < samples.size(); ++i)
@@ -50,8 +50,8 @@ std::vector<int> fnReduce(int length, double zoom) {
     return samples;
 }
 
-/// Where the view, with `room` pixels, would begin to show a result of `length` pixels of the
-/// screen, if it could choose `wanted`.
+/// Where the view, `room` pixels wide, would begin to show a result of `length` screen pixels if it
+/// could choose `wanted`.
 int fnFindOrigin(int room, int length, double wanted) {
     const int spare = room - length;
     return spare > 0 ? -(spare / 2)
@@ -65,10 +65,10 @@ int fnBlendChannel(const QRgb (&four)[4], int shift, double x, double y) {
     return static_cast<int>(std::floor(top + (bottom - top) * y + 0.5));
 }
 
-/// Reads a picture at any place; outside of it lies a ground.
+/// Reads a picture at any position; outside of it is the background.
 class PlaceReader {
 public:
-    /// @param scale  of the picture that is read against the one that places are told in
+    /// @param scale  of the picture being read, relative to the one that positions refer to
     PlaceReader(CqImage& image, double scale, const Placement& placement)
         : m_Pixels(image), m_Scale(scale), m_Placement(placement),
           m_Last(static_cast<int>(image.Width) - 1, static_cast<int>(image.Height) - 1),
@@ -103,7 +103,7 @@ private:
     double m_Scale;
     const Placement& m_Placement;
     QPoint m_Last;
-    bool m_bKeepsEdge; ///< beyond the edge lies the edge, not the ground
+    bool m_bKeepsEdge; ///< beyond the edge the edge repeats, instead of the background
 };
 
 } // namespace
@@ -124,7 +124,7 @@ void Preview::fnForget() {
 }
 
 void Preview::fnSampleVisible() {
-    // The samples that the view itself takes: one for each of the screen's pixels.
+    // The view's own samples: one for each screen pixel.
     const CqImage& image = m_Document.fnGetImage();
     const auto width = static_cast<int>(image.Width);
     const auto height = static_cast<int>(image.Height);
@@ -247,7 +247,7 @@ void Preview::fnShow(const Values& values) {
     // The view draws its picture better than a preview does.
     if (!m_Operation.fnChanges(m_Document.fnGetImage(), values))
         return fnHide();
-    const bool shown = fnTry([&] {
+    const bool shown = q32::fnTryMemory([&] {
         const bool local = m_Operation.fnIsLocal();
         if (!m_bSampled)
             local ? fnSampleVisible() : fnSampleWhole();

@@ -12,17 +12,17 @@ namespace darkroom {
 class Document;
 class PictureView;
 
-/// Shows what an operation would do to the picture, at the place and zoom that it is seen in, for
-/// as long as it lives.
+/// Shows what an operation would do to the picture, at its present position and zoom, for the
+/// object's lifetime.
 ///
-/// Of operations that work on pixels where they stand, what is in sight is copied once, with the
-/// neighbours that the operation looks at: each change of the values then works on a fresh copy of
-/// that, whatever the size of the picture. What is shown is the nearest pixel of the result, also
-/// where the view itself shows means, below a zoom of 1/4.
+/// For operations that change pixels in place, the visible part is copied once, with the neighbours
+/// that the operation reads: each change of the values then works on a fresh copy of it, whatever
+/// the size of the picture. The nearest pixel of the result is shown, even below a zoom of 1/4,
+/// where the view itself shows means.
 ///
-/// Of operations that move pixels, the result is shown pixel by pixel of the screen: the place in
-/// the middle of the view stays there, as far as the view can scroll the result. Where the
-/// operation blends pixels, four are blended, whichever filter it has.
+/// For operations that move pixels, the result is shown per screen pixel: the position at the
+/// centre of the view stays there, as far as the view can scroll the result. Where the operation
+/// blends pixels, four are blended, whichever filter it uses.
 class Preview {
 public:
     /// Nothing is shown yet.
@@ -31,11 +31,11 @@ public:
     Preview(const Preview&) = delete;
     Preview& operator=(const Preview&) = delete;
 
-    /// Shows nothing for operations that have no preview, for values that change nothing, and when
-    /// memory for it runs out.
+    /// Shows nothing for operations without a preview, for values that change nothing, and when
+    /// memory is exhausted.
     void fnShow(const Values& values);
     void fnHide();
-    /// Another part of the picture is in sight; what is shown is to be shown anew.
+    /// Another part of the picture is visible; the preview has to be computed again.
     void fnForget();
 
 private:
@@ -49,13 +49,13 @@ private:
     Document& m_Document;
     PictureView& m_View;
     const Operation& m_Operation;
-    bool m_bSampled = false;    ///< what follows is for what is in sight
-    CqImage m_Base;             ///< places of the picture, as they are; may be none
-    std::vector<int> m_Columns; ///< of the picture, that the base's come from
+    bool m_bSampled = false;    ///< the members below match the visible part
+    CqImage m_Base;             ///< pixels of the picture, unchanged; may be empty
+    std::vector<int> m_Columns; ///< of the picture, for each column of the base
     std::vector<int> m_Rows;
     std::vector<int> m_SeenColumns; ///< of the base, for each column of the screen
     std::vector<int> m_SeenRows;
-    QPoint m_Corner; ///< where the first of them is seen, in pixels of the screen
+    QPoint m_Corner; ///< position of the first of them, in screen pixels
 };
 
 } // namespace darkroom

@@ -13,9 +13,9 @@ namespace darkroom {
 
 class PictureView;
 
-/// A dialog that shows in the picture what its values do, as they change and as another part of the
-/// picture comes into sight, unless the user switches that off. Whoever derives from it fills the
-/// form, ends it with the foot, and takes away what is shown when it is destroyed.
+/// A dialog that previews in the picture what its values do, whenever they or the visible part
+/// change, unless the user disables that. A derived class fills the form, ends it with the foot,
+/// and removes the preview when it is destroyed.
 class PreviewDialog : public QDialog {
     Q_OBJECT
 
@@ -26,10 +26,10 @@ protected:
     QFormLayout& fnGetForm() const { return *m_pForm; }
     /// A row of the form with a number of pixels.
     QSpinBox* fnAddPixels(const QString& label, const char* name, int low, int high);
-    /// The switch, OK and Cancel, and what else is asked for; the first two buttons work.
+    /// The preview check box, OK and Cancel, and any further buttons; OK and Cancel are connected.
     QDialogButtonBox& fnAddFoot(QDialogButtonBox::StandardButtons more = {});
 
-    /// Shows the effect anew, soon.
+    /// Schedules an update of the preview.
     void fnChanged() { m_Soon.start(0); }
     virtual void fnShowPreview() = 0;
     virtual void fnHidePreview() = 0;
@@ -40,7 +40,7 @@ private:
     PictureView& m_View;
     QFormLayout* m_pForm;
     QCheckBox* m_pShow;
-    QTimer m_Soon; ///< so that a slider that moves fast doesn't wait for pictures
+    QTimer m_Soon; ///< so that a fast slider doesn't wait for previews
 };
 
 } // namespace darkroom

@@ -9,19 +9,19 @@ class QSettings;
 
 namespace darkroom {
 
-/// The files that were opened or saved last, as a menu that is kept in the host's settings.
+/// The files opened or saved last, as a menu stored in the host's settings.
 class RecentFiles : public QObject {
     Q_OBJECT
 
 public:
     static constexpr int kMax = 8;
 
-    /// @param settings  outlives this
+    /// @param settings  must outlive this
     RecentFiles(QSettings& settings, QMenu& menu, QObject* parent);
 
     /// Puts a file first.
     void fnAdd(const QString& path);
-    /// Takes one out that can't be opened any more.
+    /// Removes a file that can't be opened any more.
     void fnRemove(const QString& path);
 
 Q_SIGNALS:

@@ -4,17 +4,16 @@
 
 namespace darkroom {
 
-/// The pixels of the screen along an axis that show a part of a picture, and which of its pixels
-/// each shows. They stand in a row.
+/// The screen pixels along an axis that show a part of a picture, and which of its pixels each
+/// shows. They are contiguous.
 struct SampledAxis {
     int m_nFirst = 0;
     std::vector<int> m_Samples;
 };
 
 /// The axis of what lies in [low, high) of the picture.
-/// @param room    pixels of the screen
-/// @param sample  tells the pixel of the picture for one of the screen; never falling, or never
-///                rising
+/// @param room    number of screen pixels
+/// @param sample  returns the pixel of the picture for a screen pixel; monotonic
 template <typename Sample>
 SampledAxis fnMakeAxis(int room, int low, int high, Sample&& sample) {
     SampledAxis axis;

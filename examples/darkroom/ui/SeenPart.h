@@ -7,7 +7,7 @@ namespace darkroom {
 
 /// Where the screen shows a part of the picture, column by column and row by row.
 struct SeenPart {
-    /// @param part  of the picture; what lies outside of the view is left out
+    /// @param part  of the picture; clipped to the view
     SeenPart(const CqImageView& view, const CRect& part);
 
     SampledAxis m_Columns;

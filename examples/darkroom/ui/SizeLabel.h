@@ -7,13 +7,12 @@ class QPushButton;
 
 namespace darkroom {
 
-/// Tells what the pixels of a picture take, and lets nobody ask for one that can't be: the button
-/// is off meanwhile.
+/// Shows the bytes that a picture takes, and disables OK while the picture is impossible.
 class SizeLabel : public QLabel {
     Q_OBJECT
 
 public:
-    /// @param ok  not owned; outlives what is told here
+    /// @param ok  not owned; must outlive any update of this label
     explicit SizeLabel(QPushButton& ok, QWidget* parent = nullptr);
 
     void fnTell(const QSize& size, unsigned int bits);

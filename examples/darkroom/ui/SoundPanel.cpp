@@ -1,11 +1,11 @@
 #include "examples/darkroom/ui/SoundPanel.h"
 
 #include "examples/darkroom/model/Progress.h"
-#include "examples/darkroom/ui/Guard.h"
 #include "platforms/qt/CqImageView.h"
 #include "plugins/WaveFile.h"
 #include "q32Base/framework/Exceptions.h"
 #include "q32Base/messages/Messages.h"
+#include "q32Base/messages/ReportMemory.h"
 
 #include <QCheckBox>
 #include <QFile>
@@ -49,7 +49,7 @@ SoundPanel::SoundPanel(const HostSetup& setup, Run run, QWidget* parent)
     m_pView->setAccessibleName(tr("Oscillogram"));
     m_pView->setFixedSize(kPictureWidth + 2 * m_pView->frameWidth(),
                           kPictureHeight + 2 * m_pView->frameWidth());
-    // It is drawn in pixels of the screen, of which a view that moves to another screen has more.
+    // Drawn in screen pixels, whose number changes when the view moves to another screen.
     connect(m_pView, &CqImageView::visibleChanged, this, &SoundPanel::fnFit);
     m_pView->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_pView->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -86,8 +86,10 @@ void SoundPanel::fnAddButtons(QHBoxLayout& row) {
         add("soundLoop", tr("Again and again, from the next start"), QStyle::SP_BrowserReload);
     m_pLoop->setCheckable(true);
     row.addStretch();
-    connect(m_pOpen, &QToolButton::clicked, this, [this] { fnTryAloud([&] { fnAsk(); }); });
-    connect(m_pPlay, &QToolButton::clicked, this, [this] { fnTryAloud([&] { fnPlay(); }); });
+    connect(m_pOpen, &QToolButton::clicked, this,
+            [this] { q32::fnReportMemory([&] { fnAsk(); }); });
+    connect(m_pPlay, &QToolButton::clicked, this,
+            [this] { q32::fnReportMemory([&] { fnPlay(); }); });
     connect(m_pPause, &QToolButton::clicked, this, [this] {
         m_Wave.fnPause();
         fnFollow();
@@ -138,7 +140,7 @@ QWidget* SoundPanel::fnMakeMixer(const HostSetup& setup) {
 }
 
 void SoundPanel::fnFollowMixer() {
-    // What comes from outside must not be sent back: a slider is coarser than the mixer.
+    // External changes must not be sent back: a slider is coarser than the mixer.
     for (const Level& level : m_Levels) {
         const QSignalBlocker blocker(level.m_pSlider);
         level.m_pSlider->setValue(static_cast<int>((m_Mixer.*level.m_pGet)()));
@@ -169,7 +171,7 @@ bool SoundPanel::fnLoad(const QString& path) {
     m_Wave.fnSwapBuf(fresh);
     const WAVEFORMATEX format = m_Wave.fnGetFormat();
     const double seconds = static_cast<double>(m_Wave.fnGetFrameCount()) / format.nSamplesPerSec;
-    // All at once: a name may have such signs too.
+    // A single call: a name may itself contain place markers.
     m_pName->setText(tr("%1: %2 s, %3 Hz, %4 bits, %5")
                          .arg(name, QString::number(seconds, 'f', 1),
                               QString::number(format.nSamplesPerSec),
@@ -186,7 +188,7 @@ void SoundPanel::fnEnableLoading(bool on) {
 
 void SoundPanel::fnDraw() {
     m_pView->fnSetImage(nullptr);
-    fnTryAloud([&] {
+    q32::fnReportMemory([&] {
         const QSize size = m_pView->fnGetPixelSize();
         m_Picture.fnAlloc(static_cast<unsigned int>(size.width()),
                           static_cast<unsigned int>(size.height()), 24, nullptr, 0);

@@ -20,28 +20,28 @@ class QToolButton;
 
 namespace darkroom {
 
-/// Loads a sound, shows its oscillogram, plays it, and steers the machine's mixer. The sliders
-/// follow changes from outside.
+/// Loads a sound, shows its oscillogram, plays it, and controls the machine's mixer. The sliders
+/// follow external changes.
 class SoundPanel : public QWidget {
     Q_OBJECT
 
 public:
-    /// Does some work while nothing else can be started, and shows how far it is and the message
-    /// that it ends with; false when it wasn't done.
+    /// Runs a task while nothing else can be started, and shows its progress and final message;
+    /// false when it wasn't completed.
     using Run =
         std::function<bool(const QString& what, const std::function<Outcome(CqProgressDisplay*)>&)>;
 
     SoundPanel(const HostSetup& setup, Run run, QWidget* parent = nullptr);
     ~SoundPanel() override;
 
-    /// When it can't be read, or the user stops it, the former sound stays, and plays on.
+    /// When it can't be read, or the user aborts, the former sound stays and continues to play.
     bool fnLoad(const QString& path);
     /// Whether a sound may be loaded now.
     void fnEnableLoading(bool on);
     const CqWave& fnGetWave() const { return m_Wave; }
 
 private:
-    /// Receives what the mixer's control tells.
+    /// Receives the messages of the mixer's control.
     class Owner : public CWnd {
     public:
         explicit Owner(SoundPanel& panel) : m_Panel(panel) {}
@@ -53,7 +53,7 @@ private:
     private:
         SoundPanel& m_Panel;
     };
-    /// A value of the mixer with its slider.
+    /// A mixer value with its slider.
     struct Level {
         QSlider* m_pSlider;
         unsigned int (CqSoundCtrl::*m_pGet)() const;
@@ -71,7 +71,7 @@ private:
 
     const Run m_Run;
     CqWave m_Wave;
-    CqImage m_Picture; ///< the oscillogram, in pixels of the screen
+    CqImage m_Picture; ///< the oscillogram, in screen pixels
     Owner m_Owner;
     CqSoundCtrl m_Mixer;
     std::vector<Level> m_Levels;
@@ -83,7 +83,7 @@ private:
     QToolButton* m_pStop = nullptr;
     QToolButton* m_pLoop = nullptr;
     QCheckBox* m_pMute = nullptr;
-    QTimer m_Watch; ///< the end of a sound is told on the device's thread; buttons look for it
+    QTimer m_Watch; ///< the end of a sound is reported on the device's thread; the buttons poll it
 };
 
 } // namespace darkroom

@@ -6,7 +6,7 @@
 
 namespace darkroom {
 
-/// A number of bytes as people read it. Not the library's own text, which is off above 4 GB.
+/// A number of bytes in readable form. Not the library's own text, which is wrong above 4 GB.
 inline QString fnTellSize(std::uint64_t bytes) {
     return QLocale().formattedDataSize(static_cast<qint64>(bytes), 1,
                                        QLocale::DataSizeTraditionalFormat);

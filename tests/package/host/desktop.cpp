@@ -1,4 +1,4 @@
-// The desktop back end as a host links it: a picture in a view, without a display.
+// Links the desktop back end as a host does: a picture in a view, without a display.
 #include "platforms/qt/CqImageView.h"
 #include "platforms/qt/qt.h"
 #include "q32Base/q32Base.h"

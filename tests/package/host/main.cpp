@@ -1,5 +1,6 @@
-// What crosses the border between a host and the installed library: strings, classes made from the
-// library's templates, run-time classes, and failures thrown as pointers, in both directions.
+// Exercises what crosses the boundary between a host and the installed library: strings, instances
+// of the library's templates, run-time classes, and failures thrown as pointers, in both
+// directions.
 #include "q32Base/framework/Framework.h"
 #include "q32Base/platform/CqPlatform.h"
 

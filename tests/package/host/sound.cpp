@@ -1,4 +1,4 @@
-// The sound back ends as a host links them: where there is no device they say so.
+// Links the sound back ends as a host does: without a device they report that there is none.
 #include "platforms/pulse/pulse.h"
 #if defined(WITH_ALSA)
 #include "platforms/alsa/alsa.h"

@@ -1,4 +1,4 @@
-// Zoom, and what the user does in a view.
+// Zoom and user input in a view.
 #include "tests/platforms/qt/ImageViewWorld.h"
 
 #include <QApplication>
@@ -18,13 +18,13 @@ TEST_F(ImageView, ZoomKeepsThePixelUnderTheCursor) {
         const QPointF before = m_pView->fnToImage(cursor);
         m_pView->fnSetZoom(zoom, cursor);
         const QPointF after = m_pView->fnToImage(cursor);
-        // Half a pixel of the screen may be lost to whole positions.
+        // Rounding to integer positions may lose half a screen pixel.
         EXPECT_NEAR(before.x(), after.x(), 0.51 / zoom) << zoom;
         EXPECT_NEAR(before.y(), after.y(), 0.51 / zoom) << zoom;
     }
 }
 
-TEST_F(ImageView, PositionsGoThereAndBack) {
+TEST_F(ImageView, PositionsConvertThereAndBack) {
     ASSERT_NO_FATAL_FAILURE(fnMake(3000, 100, 24));
     for (const double zoom : {1.0, 0.25, 6.0}) {
         m_pView->fnSetZoom(zoom);
@@ -35,7 +35,7 @@ TEST_F(ImageView, PositionsGoThereAndBack) {
     }
 }
 
-TEST_F(ImageView, StepsGoAlongRoundZooms) {
+TEST_F(ImageView, StepsUseRoundZooms) {
     ASSERT_NO_FATAL_FAILURE(fnMake(100, 100, 24));
     m_pView->fnSetZoom(1.0);
     std::vector<double> zooms;
@@ -91,7 +91,7 @@ TEST_F(ImageView, TheWheelZoomsAtTheCursorAndScrollsWithShift) {
     fnSendWheel(*m_pView, QPointF(40, 50), 120, Qt::NoModifier);
     EXPECT_EQ(m_pView->fnGetZoom(), 1.5);
     EXPECT_NEAR(m_pView->fnToImage(QPointF(40, 50)).x(), before.x(), 0.5);
-    // A fine wheel's small turns add up.
+    // The small steps of a high-resolution wheel add up.
     fnSendWheel(*m_pView, QPointF(40, 50), -60, Qt::NoModifier);
     EXPECT_EQ(m_pView->fnGetZoom(), 1.5);
     fnSendWheel(*m_pView, QPointF(40, 50), -60, Qt::NoModifier);
@@ -127,7 +127,7 @@ TEST_F(ImageView, AButtonDragsThePictureWithTheCursor) {
     EXPECT_EQ(drag(Qt::LeftButton), QPointF(60, -20) * fnCanvas().devicePixelRatioF());
 }
 
-TEST_F(ImageView, ADragWhoseReleaseWentElsewhereEndsWithTheNextMove) {
+TEST_F(ImageView, ADragReleasedElsewhereEndsWithTheNextMove) {
     ASSERT_NO_FATAL_FAILURE(fnMake(2000, 2000, 24));
     m_pView->fnSetZoom(1.0);
     m_pView->fnCenterOn(QPointF(1000, 1000));
@@ -169,7 +169,7 @@ TEST_F(ImageView, KeysZoom) {
     EXPECT_LT(m_pView->fnGetZoom(), 1.0);
 }
 
-TEST_F(ImageView, TellsWhereTheCursorIsAndWhatIsInSight) {
+TEST_F(ImageView, ReportsTheCursorPositionAndTheVisiblePart) {
     ASSERT_NO_FATAL_FAILURE(fnMake(2000, 2000, 24));
     m_pView->fnSetZoom(1.0);
     QPointF at;

@@ -25,7 +25,7 @@ TEST_F(ImageView, WhatIsPaintedIsWhatWasDrawn) {
     EXPECT_GT(m_pView->m_nOver, 0);
 }
 
-TEST_F(ImageView, WithoutAnImageShowsAnEmptyGround) {
+TEST_F(ImageView, WithoutAnImageShowsAnEmptyBackground) {
     ASSERT_NO_FATAL_FAILURE(fnMake(50, 50, 24));
     m_pView->fnSetImage(nullptr);
     EXPECT_TRUE(m_pView->fnGetVisible().IsRectEmpty());
@@ -42,7 +42,7 @@ TEST_F(ImageView, WithoutAnImageShowsAnEmptyGround) {
     m_pView->fnSetImage(nullptr);
 }
 
-TEST_F(ImageView, ScrollingDrawsTheStripThatComesIntoSight) {
+TEST_F(ImageView, ScrollingDrawsOnlyTheNewlyVisibleStrip) {
     ASSERT_NO_FATAL_FAILURE(fnMake(2000, 2000, 24));
     m_pView->fnSetZoom(1.0);
     fnSettle();
@@ -75,7 +75,7 @@ TEST_F(ImageView, AWalkOverThePictureEndsWithTheSamePixelsAsAFreshView) {
     fnCheckAll();
 }
 
-TEST_F(ImageView, AChangedPartIsDrawnAnewAndNothingElse) {
+TEST_F(ImageView, AChangedPartIsRedrawnAndNothingElse) {
     ASSERT_NO_FATAL_FAILURE(fnMake(1000, 1000, 24));
     m_pView->fnSetZoom(1.0);
     fnSettle();
@@ -87,7 +87,7 @@ TEST_F(ImageView, AChangedPartIsDrawnAnewAndNothingElse) {
     EXPECT_GE(drawn, 30 * 10);
     EXPECT_LE(drawn, 33 * 13);
     fnCheckAll();
-    m_pView->fnImageChanged(CRect(0, 0, 1, 1)); // out of sight
+    m_pView->fnImageChanged(CRect(0, 0, 1, 1)); // not visible
     EXPECT_EQ(m_pView->fnDrawNow(), 0);
 }
 
@@ -119,13 +119,13 @@ TEST_F(ImageView, GammaIsShown) {
     EXPECT_NE(pixels.pixel(200, 150), plain);
 }
 
-TEST_F(ImageView, AnImageThatWasMadeSmallerIsNotReadBeyond) {
+TEST_F(ImageView, AnImageThatWasMadeSmallerIsNotReadBeyondItsEnd) {
     ASSERT_NO_FATAL_FAILURE(fnMake(3000, 2000, 24));
     for (const double zoom : {2.0, 0.2}) {
         m_pView->fnSetZoom(zoom);
         m_pView->fnCenterOn(QPointF(2900, 1900));
         fnSettle();
-        // The view isn't told yet, and is painted all the same.
+        // The view isn't notified yet, but is painted all the same.
         m_pImage->fnAlloc(40, 30, 8, nullptr, 0);
         m_pView->resize(m_pView->size() + QSize(30, 30));
         m_pView->fnDrawNow();
@@ -157,7 +157,7 @@ TEST_F(ImageView, TheFarEndOfAWideImageIsReachedAtTheHighestZoom) {
     fnCheckAll();
 }
 
-TEST_F(ImageView, TheHighestZoomIsLessWhereScrollBarsWouldNotReach) {
+TEST_F(ImageView, TheHighestZoomIsReducedWhereScrollBarsWouldNotReach) {
     ASSERT_NO_FATAL_FAILURE(fnMake(40000000, 1, 4, QSize(200, 100)));
     m_pView->fnSetZoom(CqImageView::kMaxZoom);
     EXPECT_LT(m_pView->fnGetZoom(), 27.0);
@@ -209,7 +209,7 @@ TEST_F(ImageView, WhatIsPaintedInPartsIsWhatIsPaintedAsAWhole) {
     parts.setDevicePixelRatio(1);
     QImage whole = fnPixels();
     whole.setDevicePixelRatio(1);
-    // The last column and row may be covered in part alone.
+    // The last column and row may be covered only in part.
     const QRect sure = whole.rect().adjusted(0, 0, -1, -1);
     EXPECT_EQ(parts.copy(sure), whole.copy(sure));
 }

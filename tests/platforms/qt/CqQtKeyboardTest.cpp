@@ -16,7 +16,7 @@
 
 namespace {
 
-/// Writes down what reaches it.
+/// Records the events that reach it.
 class Recorder : public QWidget {
 public:
     std::vector<std::string> m_Seen;
@@ -44,13 +44,13 @@ protected:
         QtWorld::SetUp();
         m_Window.resize(200, 150);
         ASSERT_TRUE(fnShow(m_Window));
-        fnWaitFor([&] { // the window manager may still be on its way
+        fnWaitFor([&] { // the window manager may not be done yet
             m_Window.activateWindow();
             return m_Window.isActiveWindow();
         });
     }
 
-    /// Puts an event into the queue, as the window system does: at the window.
+    /// Queues an event at the window, as the window system does.
     void fnPost(QEvent* event) { QCoreApplication::postEvent(m_Window.windowHandle(), event); }
     void fnPostKey(QEvent::Type type, int key) { fnPost(new QKeyEvent(type, key, Qt::NoModifier)); }
     void fnPostClick(int x) {
@@ -59,7 +59,7 @@ protected:
                 type, QPointF(x, 5), m_Window.mapToGlobal(QPointF(x, 5)), Qt::LeftButton,
                 type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier));
     }
-    /// Asks again and again, as an operation does, until the answer is yes.
+    /// Polls, as an operation does, until the answer is yes.
     template <typename Question>
     static bool fnAskFor(Question&& question, int polls = 2000000) {
         for (; polls > 0; --polls)
@@ -72,16 +72,16 @@ protected:
         return fnAskFor([&] { return progress.fnIsAborted(); }, polls);
     }
 
-    /// Waits until what is queued by now has been delivered, as the event loop does it.
+    /// Waits until the event loop has delivered what is queued now.
     static void fnLetEventsHappen() {
         bool back = false;
         QTimer::singleShot(1, [&] { back = true; });
         ASSERT_TRUE(fnWaitFor([&] { return back; }));
     }
-    /// What Qt tells when a window gets the keyboard; null for one of another program.
+    /// What Qt reports when a window gets the focus; null for one of another program.
     static void fnTellFocus(QWidget* window) {
         if (window)
-            window->winId(); // makes it, though it isn't seen
+            window->winId(); // creates the window without showing it
         Q_EMIT qApp->focusWindowChanged(window ? window->windowHandle() : nullptr);
     }
     static void fnPressIn(QWidget& window) {
@@ -90,14 +90,13 @@ protected:
             window.windowHandle(), new QKeyEvent(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier));
         fnLetEventsHappen();
     }
-    /// What a host does so that its windows are painted before it begins an operation.
+    /// Paints windows without input, as a host does before it begins an operation.
     static void fnLetAllButInputHappen() {
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents |
                                         QEventLoop::ExcludeSocketNotifiers |
                                         QEventLoop::X11ExcludeTimers);
     }
-    /// Asks as an operation does until the queue, which isn't looked into at each question, is
-    /// empty.
+    /// Polls, as an operation does, until the queue, which isn't read at each poll, is empty.
     void fnLook() {
         fnPostKey(QEvent::KeyPress, Qt::Key_A);
         CqKeyMessage message;
@@ -133,7 +132,7 @@ TEST_F(QtKeyboard, EscIsSeenThoughAnActionOwnsIt) {
     EXPECT_EQ(triggered, 0);
 }
 
-TEST_F(QtKeyboard, KeysAreThrownAwayAndTheMouseArrivesAfterwardsInOrder) {
+TEST_F(QtKeyboard, KeysAreDiscardedAndTheMouseArrivesAfterwardsInOrder) {
     fnPostClick(10);
     fnPostKey(QEvent::KeyPress, Qt::Key_A);
     fnPostClick(20);
@@ -141,14 +140,14 @@ TEST_F(QtKeyboard, KeysAreThrownAwayAndTheMouseArrivesAfterwardsInOrder) {
     fnPostClick(30);
     EXPECT_TRUE(fnSeesEsc());
     EXPECT_TRUE(m_Window.m_Seen.empty());
-    fnPostClick(40); // newer than what waits
+    fnPostClick(40); // newer than the waiting one
     EXPECT_TRUE(fnWaitFor([&] { return m_Window.m_Seen.size() >= 8; }));
     EXPECT_EQ(m_Window.m_Seen,
               (std::vector<std::string>{"press 10", "release 10", "press 20", "release 20",
                                         "press 30", "release 30", "press 40", "release 40"}));
 }
 
-TEST_F(QtKeyboard, AClickThatWaitsStaysWhereTheHostLetsNoInputThrough) {
+TEST_F(QtKeyboard, AWaitingClickStaysWhereTheHostLetsNoInputThrough) {
     fnPostClick(10);
     EXPECT_FALSE(fnSeesEsc(1));
     // As before the host's next operation.
@@ -189,7 +188,7 @@ TEST_F(QtKeyboard, AClickThatStartsAnOperationIsFollowedByTheOthersAfterIt) {
                                         "release 20", "press 30", "release 30"}));
 }
 
-TEST_F(QtKeyboard, AClickThatWaitsStaysWhereTheProgramClosesAnotherWindow) {
+TEST_F(QtKeyboard, AWaitingClickStaysWhereTheProgramClosesAnotherWindow) {
     Recorder other;
     ASSERT_TRUE(fnShow(other));
     fnPostClick(10);
@@ -197,12 +196,12 @@ TEST_F(QtKeyboard, AClickThatWaitsStaysWhereTheProgramClosesAnotherWindow) {
     other.close();
     EXPECT_EQ(other.m_Seen, std::vector<std::string>{"close"});
     EXPECT_TRUE(m_Window.m_Seen.empty());
-    // But its own window gets the click first.
+    // But its own window receives the click first.
     m_Window.close();
     EXPECT_EQ(m_Window.m_Seen, (std::vector<std::string>{"press 10", "release 10", "close"}));
 }
 
-TEST_F(QtKeyboard, AClickThatWaitedMayEndTheBackEnd) {
+TEST_F(QtKeyboard, AWaitingClickMayDestroyTheBackEnd) {
     m_Window.m_OnPress = [this] {
         q32Detach();
         m_Platform = {};
@@ -215,7 +214,7 @@ TEST_F(QtKeyboard, AClickThatWaitedMayEndTheBackEnd) {
     EXPECT_FALSE(fnSeesEsc(1));
 }
 
-TEST_F(QtKeyboard, WhatWaitedDoesNotReachAWindowBehindABox) {
+TEST_F(QtKeyboard, WaitingInputDoesNotReachAWindowBehindABox) {
     fnPostClick(10);
     EXPECT_FALSE(fnSeesEsc(1));
     QTimer timer;
@@ -287,7 +286,7 @@ TEST_F(QtKeyboard, NeitherTimersNorRepaintsHappenInsideAnOperation) {
 
 TEST_F(QtKeyboard, ADialogThatAQueuedCallShowsInsideAnOperationCanBeAnswered) {
     QMessageBox box(QMessageBox::NoIcon, "t", "stopped", QMessageBox::Ok);
-    bool stopped = false; // an operation that the dialog begins
+    bool stopped = false; // an operation started by the dialog
     const auto post = [](QWidget& window, int key) {
         for (const auto type : {QEvent::KeyPress, QEvent::KeyRelease})
             QCoreApplication::postEvent(window.windowHandle(),
@@ -327,8 +326,8 @@ TEST_F(QtKeyboard, KeyMessagesComeOldestFirstWithTheirNumbers) {
     EXPECT_TRUE(fnKeyboard().fnIsKeyDownNow(37));
 }
 
-TEST_F(QtKeyboard, EscThatWasDownBeforeTheOperationStopsItUntilItGoesUp) {
-    // A key that is a shortcut comes as nothing but a question whether a window wants it.
+TEST_F(QtKeyboard, EscHeldBeforeTheOperationAbortsItUntilReleased) {
+    // A shortcut key arrives only as a query whether a window accepts it.
     for (const auto press : {QEvent::KeyPress, QEvent::ShortcutOverride}) {
         fnPostKey(press, Qt::Key_Escape);
         fnLetEventsHappen();
@@ -344,19 +343,19 @@ TEST_F(QtKeyboard, EscThatWasDownBeforeTheOperationStopsItUntilItGoesUp) {
     }
 }
 
-TEST_F(QtKeyboard, AKeyIsNotDownAnyMoreOnceADialogComesUp) {
+TEST_F(QtKeyboard, AKeyIsNoLongerDownOnceADialogOpens) {
     fnPostKey(QEvent::KeyPress, Qt::Key_Escape);
     fnLetEventsHappen();
     EXPECT_TRUE(fnSeesEsc(1));
     QDialog dialog(&m_Window);
     dialog.open();
-    fnLetEventsHappen(); // the release would go nowhere
+    fnLetEventsHappen(); // the release would get lost
     dialog.done(0);
     fnLetEventsHappen();
     EXPECT_FALSE(fnSeesEsc(1));
 }
 
-TEST_F(QtKeyboard, EscThatIsStillDownAfterAnOperationStopsTheNextOne) {
+TEST_F(QtKeyboard, EscStillDownAfterAnOperationAbortsTheNextOne) {
     fnPostKey(QEvent::KeyPress, Qt::Key_Escape);
     EXPECT_TRUE(fnSeesEsc());
     fnLetEventsHappen();
@@ -366,7 +365,7 @@ TEST_F(QtKeyboard, EscThatIsStillDownAfterAnOperationStopsTheNextOne) {
     EXPECT_FALSE(fnSeesEsc(1));
 }
 
-TEST_F(QtKeyboard, AKeyIsNotDownAnyMoreOnceAnotherProgramHasTheKeyboard) {
+TEST_F(QtKeyboard, AKeyIsNoLongerDownOnceAnotherProgramHasTheFocus) {
     fnPressIn(m_Window);
     EXPECT_TRUE(fnKeyboard().fnIsKeyDown(VK_ESCAPE));
     fnTellFocus(nullptr);
@@ -375,7 +374,7 @@ TEST_F(QtKeyboard, AKeyIsNotDownAnyMoreOnceAnotherProgramHasTheKeyboard) {
     EXPECT_FALSE(fnKeyboard().fnIsKeyDown(VK_ESCAPE));
 }
 
-TEST_F(QtKeyboard, AKeyIsNotDownAnyMoreOnceTheWindowThatHadItHasGone) {
+TEST_F(QtKeyboard, AKeyIsNoLongerDownOnceItsWindowHasGone) {
     {
         QWidget dialog;
         fnPressIn(dialog);
@@ -385,7 +384,7 @@ TEST_F(QtKeyboard, AKeyIsNotDownAnyMoreOnceTheWindowThatHadItHasGone) {
     EXPECT_FALSE(fnKeyboard().fnIsKeyDown(VK_ESCAPE));
 }
 
-TEST_F(QtKeyboard, AKeyThatGoesUpInAnotherWindowOfTheProgramIsDownUntilThen) {
+TEST_F(QtKeyboard, AKeyReleasedInAnotherWindowOfTheProgramIsDownUntilThen) {
     QWidget other;
     fnPressIn(m_Window);
     fnTellFocus(&other);

@@ -22,7 +22,7 @@ void fnPressEsc(QMessageBox& box) {
 
 class QtMessages : public QtWorld {
 protected:
-    /// Shows a box, lets `look` see it, and presses the button `answer` or, for none, Esc.
+    /// Shows a box, calls `look` with it, and presses the button `answer` or, for none, Esc.
     int fnShowBox(const char* text, UINT style, const char* caption,
                   QMessageBox::StandardButton answer,
                   const std::function<void(QMessageBox&)>& look = nullptr) {
@@ -120,7 +120,7 @@ TEST_F(QtMessages, TheDefaultButtonIsTheOneThatTheStyleNames) {
     expect(0xF00, QMessageBox::Yes);
 }
 
-TEST_F(QtMessages, ABoxStandsBeforeTheActiveWindow) {
+TEST_F(QtMessages, ABoxBelongsToTheActiveWindow) {
     QWidget window;
     window.resize(200, 100);
     ASSERT_TRUE(fnShow(window));
@@ -130,7 +130,7 @@ TEST_F(QtMessages, ABoxStandsBeforeTheActiveWindow) {
               [&](QMessageBox& box) { EXPECT_EQ(box.parentWidget(), &window); });
 }
 
-TEST_F(QtMessages, WithoutAnActiveWindowABoxStandsBeforeTheMainWindow) {
+TEST_F(QtMessages, WithoutAnActiveWindowABoxBelongsToTheMainWindow) {
     QWidget window;
     CqQtWnd frame(&window);
     m_pWindows->fnSetMainWnd(&frame);
@@ -140,7 +140,7 @@ TEST_F(QtMessages, WithoutAnActiveWindowABoxStandsBeforeTheMainWindow) {
     m_pWindows->fnSetMainWnd(nullptr);
 }
 
-TEST_F(QtMessages, ABoxGoesWithItsWindow) {
+TEST_F(QtMessages, ABoxClosesWithItsWindow) {
     const QPointer<QWidget> window(new QWidget);
     CqQtWnd frame(window);
     m_pWindows->fnSetMainWnd(&frame);
@@ -156,7 +156,7 @@ TEST_F(QtMessages, ABoxGoesWithItsWindow) {
     m_pWindows->fnSetMainWnd(nullptr);
 }
 
-TEST_F(QtMessages, ABoxInABoxStandsBeforeIt) {
+TEST_F(QtMessages, ABoxInABoxBelongsToIt) {
     int inner = 0;
     fnShowBox("outer", MB_YESNO, "t", QMessageBox::Yes, [&](QMessageBox& outer) {
         inner = fnShowBox("inner", MB_YESNO, "t", QMessageBox::No, [&](QMessageBox& box) {
@@ -167,7 +167,7 @@ TEST_F(QtMessages, ABoxInABoxStandsBeforeIt) {
     EXPECT_EQ(inner, IDNO);
 }
 
-TEST_F(QtMessages, TheLibrarysMessagesComeThisWay) {
+TEST_F(QtMessages, TheLibrarysMessagesUseTheService) {
     QString text;
     QTimer timer;
     QObject::connect(&timer, &QTimer::timeout, [&] {

@@ -44,13 +44,13 @@ TEST_F(QtScreen, MetricsAreThoseOfTheScreen) {
     EXPECT_TRUE(q32QtCanPaint());
 }
 
-TEST_F(QtScreen, AWindowsClientAreaIsInPixelsOfTheScreen) {
+TEST_F(QtScreen, AWindowsClientAreaIsInScreenPixels) {
     const CRect client = m_Wnd.GetClientRect();
     EXPECT_EQ(client.Width(), m_Canvas.fnGetPixelSize().width());
     EXPECT_EQ(client.Height(), m_Canvas.fnGetPixelSize().height());
 }
 
-TEST_F(QtScreen, RowsOfEveryDepthLandBottomUpAtTheirPlace) {
+TEST_F(QtScreen, RowsOfEveryDepthLandBottomUpAtTheirPosition) {
     std::mt19937 random(5);
     for (const int bits : {1, 4, 8, 16, 24, 32}) {
         SCOPED_TRACE(bits);
@@ -142,7 +142,7 @@ TEST_F(QtScreen, ATextIsDrawnWithinItsRectangle) {
     SIZE extent;
     ASSERT_TRUE(dc->GetTextExtentPoint32("100%", 4, &extent));
     EXPECT_EQ(needed.Width(), extent.cx);
-    CRect place(10, 10, 22, 16); // too small on purpose
+    CRect place(10, 10, 22, 16); // deliberately too small
     dc->SetBkMode(TRANSPARENT);
     EXPECT_GT(dc->DrawText("100%", -1, &place, DT_CENTER | DT_VCENTER | DT_SINGLELINE), 0);
     m_Wnd.ReleaseDC(dc);
@@ -181,7 +181,7 @@ TEST_F(QtScreen, IndicesTakeTheirColoursFromTheSelectedPaletteAsTheyAreDrawn) {
                                              DIB_PAL_COLORS),
               1);
     const PALETTEENTRY other{1, 1, 1, 0};
-    palette.SetPaletteEntries(0, 1, &other); // what is drawn already keeps its colours
+    palette.SetPaletteEntries(0, 1, &other); // pixels already drawn keep their colours
     palette.DeleteObject();
     EXPECT_EQ(dc->SelectPalette(nullptr, false), nullptr);
     m_Wnd.ReleaseDC(dc);
@@ -225,7 +225,7 @@ TEST_F(QtScreen, AnImageIsDrawnByTheLibraryOnACanvasAndOnAnImageView) {
     red.m_Red = 200;
     image.fnFill(red, nullptr, false);
     image.fnDrawInit(1u, false, CRect(0, 0, 60, 40), CPoint(0, 0), &m_Wnd);
-    image.fnFill(red, nullptr, true); // draws as it goes
+    image.fnFill(red, nullptr, true); // draws each part as it goes
     EXPECT_EQ(m_Canvas.fnGetPixels().pixel(49, 29), qRgb(200, 0, 0));
     EXPECT_NE(m_Canvas.fnGetPixels().pixel(50, 29), qRgb(200, 0, 0));
 

@@ -54,7 +54,7 @@ TEST_F(QtWindows, TheGaugeIsPaintedOnTheStatusBarWithoutTheEventLoop) {
     m_pWindows->fnSetMainWnd(nullptr);
 }
 
-TEST_F(QtWindows, TheGaugeCanBeReadInEveryPalette) {
+TEST_F(QtWindows, TheGaugeIsReadableInEveryPalette) {
     fnInBothPalettes([&](const QString& name) {
         QMainWindow window;
         window.resize(500, 160);
@@ -74,7 +74,7 @@ TEST_F(QtWindows, TheGaugeCanBeReadInEveryPalette) {
         gauge.fnDrawStatus(40, &aborted);
         CqProgressDisplay inControl(&control);
         inControl.fnDrawStatus(40, nullptr);
-        // The letters differ from the ground on both sides of the bar's end.
+        // The letters differ from the background on both sides of the bar's end.
         const QImage& pixels = bar.fnGetCanvas()->fnGetPixels();
         const int ground = qGray(window.palette().color(QPalette::Button).rgb());
         int least = 255;
@@ -133,7 +133,7 @@ TEST_F(QtWindows, UndoKeepsActionsAndTheTitlesMarkInStep) {
     EXPECT_EQ(tools.SendMessage(TB_ENABLEBUTTON, 4711, 1), 0);
 }
 
-TEST_F(QtWindows, WhatHasGoneIsLeftAlone) {
+TEST_F(QtWindows, DestroyedPartsAreNotUsed) {
     auto* bar = new QToolBar;
     auto* window = new QWidget;
     auto* progress = new QProgressBar;
@@ -205,7 +205,7 @@ TEST_F(QtDump, ShowsTextThatGrowsAndItsMenu) {
     EXPECT_EQ(fnFindWindow(), nullptr);
 }
 
-TEST_F(QtDump, CanBeReadInEveryPalette) {
+TEST_F(QtDump, IsReadableInEveryPalette) {
     fnInBothPalettes([&](const QString& name) {
         ASSERT_TRUE(q32CreateDumpWnd());
         QMainWindow* window = fnFindWindow();
@@ -228,7 +228,7 @@ TEST_F(QtDump, CanBeReadInEveryPalette) {
     });
 }
 
-TEST_F(QtDump, APromptStandsInTheStatusBarWhileItsItemIsHighlighted) {
+TEST_F(QtDump, APromptIsInTheStatusBarWhileItsItemIsHighlighted) {
     ASSERT_TRUE(q32CreateDumpWnd());
     QMainWindow* window = fnFindWindow();
     ASSERT_NE(window, nullptr);
@@ -241,8 +241,8 @@ TEST_F(QtDump, APromptStandsInTheStatusBarWhileItsItemIsHighlighted) {
     q32DestroyDumpWnd();
 }
 
-TEST_F(QtDump, ItIsNoBiggerThanAnyScreenAndReachable) {
-    // A place far off any screen, of a size that no screen has.
+TEST_F(QtDump, ItIsNoLargerThanAnyScreenAndReachable) {
+    // A position far off any screen, with a size larger than any screen.
     QFile file(m_Folder.path() + "/Qkz.cfg");
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write("[DumpWnd]\r\nLayout=900000,900000,2000000,2000000\r\nOnTop=0\r\n");
@@ -303,7 +303,7 @@ TEST_F(QtDump, TheTextIsSavedUnderTheChosenName) {
     q32DestroyDumpWnd();
 }
 
-TEST_F(QtDump, TheStopOfTheLibraryTakesTheWindowWithIt) {
+TEST_F(QtDump, DetachingTheLibraryClosesTheWindow) {
     ASSERT_TRUE(q32CreateDumpWnd());
     q32Detach();
     EXPECT_EQ(fnFindWindow(), nullptr);

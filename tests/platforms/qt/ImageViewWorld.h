@@ -18,6 +18,7 @@
 #include <new>
 #include <QScrollBar>
 
+/// Base of the view's tests, attached to the headless platform.
 class ImageView : public testing::Test {
 protected:
     void SetUp() override { ASSERT_TRUE(q32Attach(q32HeadlessPlatform())); }
@@ -27,7 +28,7 @@ protected:
         q32Detach();
     }
 
-    /// An image of random bytes, and a view of it in a window of that size.
+    /// Makes an image of random bytes, and a view of it in a window of that size.
     void fnMake(unsigned width, unsigned height, unsigned bits, QSize size = QSize(400, 300)) {
         m_pView.reset();
         m_pImage = std::make_unique<CqImage>(width, height, bits, nullptr, 0);
@@ -50,7 +51,7 @@ protected:
         fnWaitFor([&] { return m_pView->fnDrawNow() == 0 && !m_pView->fnIsRefining(); });
     }
 
-    /// Colour of an image's pixel, by the layout of its bytes.
+    /// Colour of an image's pixel, decoded from its bytes.
     QRgb fnColorAt(int x, int y) const {
         CqImageTile tile;
         CPoint at(x, y);
@@ -82,7 +83,7 @@ protected:
         return fnCanvas().fnGetPixels();
     }
 
-    /// Holds the canvas against the rule: pixel (x, y) shows the image's pixel under its middle.
+    /// Checks the canvas against the rule: pixel (x, y) shows the image's pixel under its centre.
     void fnCheckAll() {
         const QImage& pixels = fnPixels();
         const QPointF corner = m_pView->fnToImage(QPointF(0, 0)) * m_pView->fnGetZoom();
@@ -102,7 +103,7 @@ protected:
         EXPECT_EQ(wrong, 0) << "zoom " << m_pView->fnGetZoom();
     }
 
-    /// Counts what it was asked to paint over.
+    /// Counts the paints of its overlay; may run out of memory there.
     class View : public CqImageView {
     public:
         int m_nOver = 0;

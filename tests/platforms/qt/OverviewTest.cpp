@@ -1,5 +1,4 @@
-#include "platforms/qt/Overview.h"
-
+#include "platforms/qt/Overview_p.h"
 #include "tests/platforms/qt/ImageViewWorld.h"
 #include "tests/support/FailingAllocator.h"
 
@@ -28,8 +27,8 @@ protected:
         }
     };
 
-    /// The rule for a reduced pixel: by 4, the mean of the image's; from there on, of the four of
-    /// the size before. What lies outside of the image doesn't count.
+    /// The rule for a reduced pixel: at a quarter, the mean of the image's pixels; at smaller
+    /// sizes, of four pixels of the next larger one. Pixels outside the image don't count.
     QRgb fnReduced(int x, int y, unsigned shift) const {
         const int step = shift == 2 ? 1 : 1 << (shift - 1);
         const int size = 1 << shift;
@@ -43,7 +42,7 @@ protected:
         return mean.fnGet();
     }
 
-    /// Holds the canvas against the rule, once all is made.
+    /// Checks the canvas against the rule, once all copies are made.
     void fnCheckReduced(unsigned shift) {
         fnSettle();
         const QImage& pixels = fnPixels();
@@ -79,7 +78,7 @@ TEST_F(ImageOverview, SmallZoomsShowTheMeanAtEveryDepth) {
     }
 }
 
-TEST_F(ImageOverview, BeforeItIsMadeEverySecondPixelIsShown) {
+TEST_F(ImageOverview, UntilItIsMadeEverySecondPixelIsShown) {
     ASSERT_NO_FATAL_FAILURE(fnMake(4000, 3000, 24, QSize(200, 150)));
     m_pView->fnSetZoom(0.125);
     m_pView->fnImageChanged();
@@ -99,7 +98,7 @@ TEST_F(ImageOverview, BeforeItIsMadeEverySecondPixelIsShown) {
     EXPECT_FALSE(m_pView->fnIsRefining());
 }
 
-TEST_F(ImageOverview, WhatChangesIsNeverShownFromAnOldCopy) {
+TEST_F(ImageOverview, ChangedPixelsAreNeverShownFromAnOldCopy) {
     ASSERT_NO_FATAL_FAILURE(fnMake(2000, 1600, 24));
     m_pView->fnSetZoom(0.25);
     fnSettle();
@@ -110,7 +109,7 @@ TEST_F(ImageOverview, WhatChangesIsNeverShownFromAnOldCopy) {
     const QPointF middle = m_pView->fnToView(QPointF(500, 450)) * fnCanvas().devicePixelRatioF();
     EXPECT_EQ(pixels.pixel(middle.toPoint()), qRgb(0, 0, 0));
     fnCheckReduced(2);
-    // The same out of sight, which comes into sight later.
+    // The same for an invisible part that becomes visible later.
     m_pView->fnCenterOn(QPointF(0, 0));
     fnSettle();
     const CRect far(1700, 1400, 1990, 1590);
@@ -123,7 +122,7 @@ TEST_F(ImageOverview, WhatChangesIsNeverShownFromAnOldCopy) {
     fnCheckReduced(2);
 }
 
-TEST_F(ImageOverview, ScrollingMakesWhatComesIntoSight) {
+TEST_F(ImageOverview, ScrollingMakesTheNewlyVisiblePart) {
     ASSERT_NO_FATAL_FAILURE(fnMake(5000, 4000, 8, QSize(150, 120)));
     m_pView->fnSetZoom(0.2);
     m_pView->fnCenterOn(QPointF(0, 0));
@@ -154,14 +153,14 @@ TEST_F(ImageOverview, ItsMemoryIsBounded) {
     Overview overview;
     CqImage image;
     EXPECT_EQ(overview.fnGetShift(0.01), 0u);
-    image.Width = 20000; // only the size counts here
+    image.Width = 20000; // only the size matters here
     image.Height = 15000;
     overview.fnReset(&image);
     EXPECT_EQ(overview.fnGetShift(0.26), 0u);
     EXPECT_EQ(overview.fnGetShift(0.25), 2u);
     EXPECT_EQ(overview.fnGetShift(1.0 / 15), 3u);
     EXPECT_EQ(overview.fnGetShift(1.0 / 256), 7u);
-    // 469 x 469 cells of 1365 pixels don't fit; of 341 they don't, of 85 they do.
+    // 469 x 469 cells don't fit with 1365 pixels each, nor with 341, but with 85 they do.
     image.Width = 60000;
     image.Height = 60000;
     overview.fnReset(&image);

@@ -34,7 +34,7 @@ ContractPicture fnGrab(QWidget& widget) {
     return picture;
 }
 
-/// A window of its own, in which the library draws on a canvas or over another widget.
+/// A window in which the library draws on a canvas or over another widget.
 class Window final : public ContractWindow {
 public:
     explicit Window(QWidget* widget) : m_pWidget(widget), m_Wnd(widget) {
@@ -103,7 +103,7 @@ private:
     }
 
     QObject m_Owner;
-    QPointer<QMessageBox> m_pLast; ///< that is being answered
+    QPointer<QMessageBox> m_pLast; ///< the one being answered
 };
 
 class Keys final : public ContractKeys {
@@ -122,7 +122,7 @@ public:
     }
     std::vector<int> fnGetClicks(std::size_t expected) override {
         fnWaitFor([&] { return m_Window.m_Clicks.size() >= expected; });
-        for (int i = 0; i < 3; ++i) // none may follow
+        for (int i = 0; i < 3; ++i) // no more may follow
             QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
         return m_Window.m_Clicks;
     }
@@ -138,13 +138,13 @@ private:
         }
     };
 
-    /// Most tests press no key; the window is for those that do.
+    /// Most tests press no key; only those that do need the window.
     void fnOpen() {
         if (m_Window.isVisible())
             return;
         m_Window.resize(200, 150);
         EXPECT_TRUE(fnShow(m_Window));
-        EXPECT_TRUE(fnWaitFor([&] { // the window manager may still be on its way
+        EXPECT_TRUE(fnWaitFor([&] { // the window manager may not be done yet
             m_Window.activateWindow();
             return m_Window.isActiveWindow();
         }));
@@ -264,9 +264,9 @@ private:
     QObject m_Owner;
 };
 
-/// The desktop back end, its files in a new folder that goes with the test.
-/// @param bits  that the screen is drawn with; 0: its own
-/// @param over  the library draws over a widget that is no canvas
+/// The desktop back end, with its files in a new folder that is removed with the test.
+/// @param bits  depth of the screen; 0: its own
+/// @param over  the library draws over a widget that isn't a canvas
 ContractBackEnd fnDesktop(const std::string& name, std::set<CONTRACT> contracts, int bits,
                           bool over) {
     return {name, std::move(contracts), [bits, over] {

@@ -1,4 +1,4 @@
-// The services before the application object stands and after it has gone.
+// The services before the application object exists and after it is destroyed.
 #include "platforms/qt/qt.h"
 #include "q32Base/messages/Messages.h"
 #include "q32Base/module/Module.h"

@@ -1,5 +1,4 @@
-/// @file
-/// What the tests of the desktop back end share.
+/// @file Shared by the tests of the desktop back end.
 #pragma once
 
 #include <cstdlib>
@@ -15,7 +14,7 @@
 #include <QWidget>
 #include <QWindow>
 
-/// Lets events happen until a condition holds; false if it doesn't within ten seconds.
+/// Processes events until a condition holds; false if it doesn't within ten seconds.
 inline bool fnWaitFor(const std::function<bool()>& condition) {
     constexpr int kPatience = 10000;
     QElapsedTimer timer;
@@ -28,25 +27,25 @@ inline bool fnWaitFor(const std::function<bool()>& condition) {
     return true;
 }
 
-/// Shows a window and waits until it stands.
+/// Shows a window and waits until it is exposed.
 inline bool fnShow(QWidget& window) {
     window.show();
     return fnWaitFor([&] { return window.isVisible() && window.windowHandle()->isExposed(); });
 }
 
-/// Does something with light colours and with dark ones; the name is to tell pictures apart.
+/// Runs `work` with light and with dark colours; its argument names the pictures.
 inline void fnInBothPalettes(const std::function<void(const QString&)>& work) {
     const QPalette before = QApplication::palette();
     for (const bool dark : {false, true}) {
         const QColor ground = dark ? QColor(45, 45, 48) : QColor(239, 239, 239);
         QApplication::setPalette(QPalette(ground, ground));
-        QCoreApplication::processEvents(); // windows that stand learn it by an event
+        QCoreApplication::processEvents(); // open windows are notified by an event
         work(dark ? "-dark" : "-light");
     }
     QApplication::setPalette(before);
 }
 
-/// Keeps a picture of a window among the build's products, for people to look at.
+/// Saves a picture of a window with the build's products, for visual inspection.
 inline void fnKeepPicture(QWidget& window, const QString& name) {
     const char* folder = std::getenv("Q32_TEST_PICTURES");
     if (!folder)

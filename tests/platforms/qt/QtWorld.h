@@ -1,5 +1,4 @@
-/// @file
-/// The library on the desktop back end, with its files in a folder of its own.
+/// @file The library on the desktop back end, with its files in its own folder.
 #pragma once
 
 #include "platforms/qt/qt.h"
@@ -12,6 +11,7 @@
 #include <QTemporaryDir>
 #include <string>
 
+/// Base of tests of the desktop back end: attached to it from SetUp to TearDown.
 class QtWorld : public testing::Test {
 protected:
     CqQtOptions fnOptions() const {

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "platforms/posix/CodePage_p.h"
+#include "platforms/posix/Descriptor_p.h"
+#include "platforms/posix/MemoryLimit_p.h"
+#include "platforms/posix/ViewPages_p.h"
+#include "q32Base/platform/CqScratchService.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+/// Scratch files on real disks (docs/scratch-files.md).
+///
+/// A file has one descriptor throughout its life, with a lock that marks the file as in use.
+/// Handles and mappings share the descriptor, so the lock is released with the last of them; when
+/// the process dies, the system releases it. A forked child that doesn't execute another program
+/// shares the lock too, and so keeps the file in use.
+class CqPosixScratch : public CqScratchService {
+public:
+    /// @param usableMemory  returns how many bytes the process may use; 0 when unknown
+    explicit CqPosixScratch(std::shared_ptr<const q32::posix::CodePage> codePage,
+                            std::uint64_t (*usableMemory)() = q32::posix::fnUsableMemory);
+
+    bool fnCreateName(const char* directory, const char* prefix, std::string& name) override;
+    /// Takes over the file created by `fnCreateName`, which is still locked. Any other name is
+    /// opened if it is a file owned by the caller that nobody has locked.
+    CqFileHandle fnOpen(const char* name) override;
+    bool fnSetSize(CqFileHandle file, std::uint32_t size) override;
+    /// Keeps descriptor and lock, so that no one else can get the file in between; the name must
+    /// still be the file's own. The number of the handle is a new one.
+    CqFileHandle fnReopen(CqFileHandle file, const char* name) noexcept override;
+    void fnClose(CqFileHandle file) noexcept override;
+    CqMappingHandle fnCreateMapping(CqFileHandle file, std::uint32_t size) override;
+    void fnCloseMapping(CqMappingHandle mapping) noexcept override;
+    /// Maps with large pages where the file system supports them, and touches the pages, up to a
+    /// sixteenth of the usable memory, if known. A disk error at that point is a failure here, not
+    /// a signal at a later write.
+    void* fnMapView(CqMappingHandle mapping, std::uint32_t size) override;
+    void fnUnmapView(void* address, std::uint32_t size) noexcept override;
+    /// Has an effect only when all views together exceed half of the usable memory; otherwise the
+    /// system's own paging is better.
+    void fnAdvise(CQ_VIEW_ADVICE advice, void* address, std::uint32_t size) noexcept override;
+    /// Fails for a file in use.
+    bool fnDelete(const char* name) noexcept override;
+
+private:
+    struct Mapping {
+        std::shared_ptr<q32::posix::Descriptor> m_pFile;
+        std::uint32_t m_nSize = 0;
+    };
+
+    struct View {
+        std::shared_ptr<q32::posix::Descriptor> m_pFile;
+        std::uint32_t m_nSize = 0;
+        std::unique_ptr<q32::posix::ViewPages> m_pPages;
+    };
+
+    std::uint32_t fnNextHandle();
+    CqFileHandle fnAddFile(std::shared_ptr<q32::posix::Descriptor> file);
+
+    std::shared_ptr<const q32::posix::CodePage> m_pCodePage;
+    std::uint64_t (*m_fnUsableMemory)();
+    std::map<std::string, q32::posix::Descriptor, std::less<>>
+        m_Created; ///< created but not yet opened, by native path
+    std::map<CqFileHandle, std::shared_ptr<q32::posix::Descriptor>> m_Files;
+    std::map<CqMappingHandle, Mapping> m_Mappings;
+    std::map<char*, View> m_Views; ///< by address
+    std::uint64_t m_nMapped = 0;   ///< bytes of all views
+    std::uint64_t m_nMemory = 0;   ///< usable memory when the last view was created; 0: unknown
+    std::uint32_t m_nLastHandle = 0;
+};

@@ -1,0 +1,45 @@
+/// @file
+/// The headers of a BMP file.
+#pragma once
+
+#include "q32Base/image/DibLayout_p.h"
+#include "q32Base/platform/Records.h"
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+
+namespace q32 {
+
+class CodecInput;
+
+static_assert(std::endian::native == std::endian::little, "the records are used as they lie");
+
+inline constexpr std::uint32_t kBmpFileHeaderBytes = 14;
+
+/// The validated headers of a BMP.
+struct BmpHeader {
+    BITMAPINFOHEADER m_Info = {}; ///< `biSize` is that of the file's header variant
+    std::uint32_t m_nWidth = 0;
+    std::uint32_t m_nHeight = 0;
+    bool m_bTopDown = false;
+    std::uint32_t m_nPixelsAt = 0; ///< offset in the file
+    RGBQUAD m_Colors[256] = {};
+    unsigned int m_nColors = 0;
+    bool m_bProfile = false;       ///< the file refers to a colour profile
+    std::uint32_t m_Masks[4] = {}; ///< red, green, blue, alpha; 0 for an absent channel
+
+    bool fnIs555() const { return fnHasMasks16(0x7C00, 0x03E0); }
+    bool fnIs565() const { return fnHasMasks16(0xF800, 0x07E0); }
+    unsigned int fnImageDepth() const;
+    /// Whether the file holds more per pixel, or more metadata, than an image.
+    bool fnHoldsMore() const;
+
+private:
+    bool fnHasMasks16(std::uint32_t red, std::uint32_t green) const;
+};
+
+/// Reads and validates the headers, from the start of the file. Throws CodecFailure.
+BmpHeader fnReadBmpHeader(CodecInput& input);
+
+} // namespace q32

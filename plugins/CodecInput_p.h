@@ -1,0 +1,48 @@
+#pragma once
+
+#include "q32Base/platform/CqFileService.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+namespace q32 {
+
+/// A picture file opened for reading: buffered, and safe to call from callbacks of a C library,
+/// since only the constructor throws. Failure is permanent: every later read gives nothing.
+class CodecInput {
+public:
+    /// Opens the file. Throws CodecFailure.
+    explicit CodecInput(const char* path);
+
+    /// Reads up to `count` bytes; fewer only at the end of the file or after a failure.
+    std::size_t fnRead(void* out, std::size_t count) noexcept;
+    /// Consumes the rest of the buffer and returns a view of its `count` bytes; null and 0 at the
+    /// end of the file or after a failure. Valid until the next call.
+    const unsigned char* fnReadBlock(std::size_t& count) noexcept;
+    /// Sets the position from the start; beyond the end is allowed.
+    void fnSeek(std::uint64_t position) noexcept;
+    std::uint64_t fnGetPosition() const noexcept { return m_nBase + m_nNext; }
+    std::uint64_t fnGetLength() const noexcept { return m_nLength; }
+    /// Whether reading failed for a reason other than the end of the file.
+    bool fnHasFailed() const noexcept { return m_bFailed; }
+
+private:
+    static constexpr std::size_t kBlock = 65536;
+
+    bool fnFill() noexcept;
+
+    std::unique_ptr<CqFileStream> m_pStream;
+    std::unique_ptr<unsigned char[]> m_pBlock;
+    std::uint64_t m_nLength = 0;
+    std::uint64_t m_nBase = 0; ///< position of the buffer in the file
+    std::size_t m_nFilled = 0; ///< bytes in the buffer
+    std::size_t m_nNext = 0;   ///< index of the next byte in the buffer
+    bool m_bMoved = false;     ///< the stream isn't positioned at the end of the buffer
+    bool m_bFailed = false;
+};
+
+/// Reads `count` bytes. Throws CodecFailure if there are fewer.
+void fnReadExactly(CodecInput& input, void* out, std::size_t count);
+
+} // namespace q32

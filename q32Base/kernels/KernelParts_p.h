@@ -1,0 +1,96 @@
+/// @file
+/// The parts that the table of kernels is assembled from. Included only by the kernels' sources.
+#pragma once
+
+#include "q32Base/kernels/ContribList_p.h"
+#include "q32Base/kernels/HueShift_p.h"
+#include "q32Base/kernels/Kernels_p.h"
+
+#include <type_traits>
+
+/// The parts of the table, each a family of kernels. Every part exists for the scalar level and for
+/// AVX2, those of the second list for AVX-512 too.
+#define Q32_KERNEL_PARTS(PART)                                                                     \
+    PART(ChannelCurves)                                                                            \
+    PART(Convolve)                                                                                 \
+    PART(ConvolveFixed)                                                                            \
+    PART(Dither)                                                                                   \
+    PART(Fill)                                                                                     \
+    PART(HueShift)                                                                                 \
+    PART(MaskSum)                                                                                  \
+    PART(Merge)                                                                                    \
+    PART(Palette)                                                                                  \
+    PART(PixelFormat)                                                                              \
+    PART(Rotate)                                                                                   \
+    PART(Stream)                                                                                   \
+    PART(Threshold)                                                                                \
+    PART(ToneCurve)                                                                                \
+    PART(Transpose)                                                                                \
+    PART(Zoom)
+#define Q32_AVX512_KERNEL_PARTS(PART)                                                              \
+    PART(ChannelCurves)                                                                            \
+    PART(ToneCurve)
+
+namespace q32 {
+
+/// `fnUseScalarFill`, `fnUseAvx2Fill` and so on: each puts the kernels of one part and one
+/// instruction set into the table, and leaves the others alone.
+#define Q32_DECLARE_PART(part)                                                                     \
+    void fnUseScalar##part(Kernels& table);                                                        \
+    void fnUseAvx2##part(Kernels& table);
+#define Q32_DECLARE_AVX512_PART(part) void fnUseAvx512##part(Kernels& table);
+Q32_KERNEL_PARTS(Q32_DECLARE_PART)
+Q32_AVX512_KERNEL_PARTS(Q32_DECLARE_AVX512_PART)
+#undef Q32_DECLARE_PART
+#undef Q32_DECLARE_AVX512_PART
+
+/// The scalar kernels that the vector ones also use, for the ends of runs and for short ones. The
+/// members of Kernels document them.
+namespace scalar {
+
+/// The type of the functions that a kernel's pointer points to.
+template <class Run>
+using Kernel = std::remove_pointer_t<Run>;
+
+Kernel<PixelRun> fnRgb565ToBgr24, fnRgb565ToBgrx32, fnRgb565ToRgb24, fnRgb565ToArgb32;
+Kernel<PixelRun> fnRgb24ToBgr24, fnRgb24ToBgrx32, fnRgb24ToArgb32;
+Kernel<PixelRun> fnArgb32ToBgr24, fnArgb32ToRgb24, fnArgb32ToBgra32;
+Kernel<PixelRun> fnSwap16, fnRgb555LeToRgb565, fnRgb565ToRgb555Le;
+
+Kernel<PixelRun> fnIndex4ToIndex8;
+Kernel<PaletteRun> fnIndex8ToBgr24, fnIndex8ToBgrx32, fnIndex8ToRgb24, fnIndex8ToArgb32;
+
+Kernel<CurveRun> fnCurve8, fnCurve24, fnCurve32;
+Kernel<ChannelCurvesRun> fnChannelCurves24, fnChannelCurves32;
+Kernel<ThresholdRun> fnThreshold;
+Kernel<HueRun> fnHueShift16, fnHueShift24, fnHueShift32;
+
+Kernel<DitherRun> fnDither16, fnDither24, fnDither32;
+Kernel<HiColorRun> fnHiColorDither;
+
+Kernel<KeyRun> fnMergeKey16, fnMergeKey24;
+Kernel<WeightRun> fnMergeMask16, fnMergeMask24;
+Kernel<PixelRun> fnMergeAll16, fnMaskAdd, fnMaskSubtract;
+
+Kernel<BytesToFloatsRun> fnBytesToFloats;
+Kernel<RowsToLanesRun> fnRowsToLanes;
+Kernel<ReadLanesRun> fnReadLanes;
+Kernel<LanesToRowsRun> fnLanesToRows;
+Kernel<ConvolveRowsFixedRun> fnConvolveRowsFixed;
+
+// By bytes a pixel, 1 to 4.
+template <std::size_t kBytes>
+void fnInflate(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
+               std::size_t factor, std::size_t phase);
+template <std::size_t kBytes>
+void fnShrink(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
+              std::size_t factor);
+template <std::size_t kBytes>
+void fnSample(const std::uint8_t* source, std::uint8_t* target, std::size_t count, std::uint32_t at,
+              std::uint32_t step);
+template <std::size_t kBytes>
+void fnTranspose(const std::uint8_t* source, std::ptrdiff_t sourceStride, std::uint8_t* target,
+                 std::ptrdiff_t targetStride, std::size_t width, std::size_t height);
+
+} // namespace scalar
+} // namespace q32

@@ -1,0 +1,23 @@
+/// @file
+/// The only source of large blocks. Five values identify a block: address, size, file handle,
+/// mapping handle and the temporary file's name; `q32::PixelBlock` keeps them together.
+#pragma once
+
+#include "q32Base/framework/CString.h"
+#include "q32Base/platform/CqScratchService.h"
+
+#include <cstdint>
+
+/// Allocates a block of `size` bytes where the memory policy decides: in RAM, or in a mapped
+/// temporary file. Page-aligned; the contents are what the platform provides.
+/// @param file     `kNoFile` for a block in RAM
+/// @param mapping  `kNoMapping` for a block in RAM
+/// @param name     the file's full name; empty for a block in RAM
+/// @return the block, never null. Raises the memory exception when neither RAM nor any scratch disk
+///         has space; no file is left then, except an empty one that could not be opened.
+unsigned char* AllocPixelBuffer(std::uint32_t size, CqFileHandle& file, CqMappingHandle& mapping,
+                                CString& name);
+
+/// Releases a block, deletes its file, and resets the three to their empty values.
+void FreePixelBuffer(unsigned char* address, std::uint32_t size, CqFileHandle* file,
+                     CqMappingHandle* mapping, CString* name);
