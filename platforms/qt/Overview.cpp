@@ -110,7 +110,7 @@ const std::uint32_t* Overview::fnFind(std::uint32_t column, std::uint32_t row,
 void Overview::fnMake(const CqImage& image, std::uint32_t column, std::uint32_t row) {
     std::unique_ptr<std::uint32_t[]> cell(new std::uint32_t[fnOffset(kLastShift + 1)]);
     const CqPixelReader reader(image, kCanvasOrder);
-    std::array<std::uint32_t, kCellSize> pixels;
+    std::array<std::uint32_t, kCellSize> pixels{};
     std::uint32_t width = std::min(kCellSize, m_nWidth - column * kCellSize);
     std::uint32_t height = std::min(kCellSize, m_nHeight - row * kCellSize);
 

@@ -123,13 +123,16 @@ bool CqImage::fnKeyDraw(CDC* dc, const CRect& destination, int x, int y, const C
         destination.TopLeft(), x, y,
         std::min(destination.Width(), q32::fnWrapSub(static_cast<LONG>(Width), x)),
         std::min(destination.Height(), q32::fnWrapSub(static_cast<LONG>(Height), y))};
-    const bool drawn = q32::fnTryMemory([&] {
+    bool drawn = false;
+    {
         const q32::GammaPause pause(*q32GetDisplayProperty(), noGamma);
-        KeyScan scan;
-        // A 4-bit image isn't scanned, deliberately: nothing of it is drawn.
-        return fnMakeKey(*TileMap, param, scan) &&
-               (BitCount == 4 || fnDrawRows(*this, dc, param, scan, part));
-    });
+        drawn = q32::fnTryMemory([&] {
+            KeyScan scan;
+            // A 4-bit image isn't scanned, deliberately: nothing of it is drawn.
+            return fnMakeKey(*TileMap, param, scan) &&
+                   (BitCount == 4 || fnDrawRows(*this, dc, param, scan, part));
+        });
+    }
     q32::fnRestorePalette(*TileMap, dc);
     return drawn;
 }

@@ -27,7 +27,8 @@ class CWnd;
 /// bits, alpha, red, green, blue.
 ///
 /// Storage is replaced as a whole, and the new one is complete before the old one is destroyed: an
-/// operation that fails leaves the image as it was. Accessors must release the old storage before.
+/// operation that fails leaves the image as it was. Accessors must release the old storage before
+/// the call. Drawing is defined in display/, and what changes pixels in operations/.
 /// Every operation but `fnAlloc`, `fnLoad` and the assignments needs storage and does not check for
 /// it. Memory failures are raised as CMemoryException. An image is used by one thread at a time.
 class Q32_API CqImage : public CObject {
@@ -114,12 +115,12 @@ public:
     void fnSetPluginData(CObject* data);
 
     /// Changes the depth. 24 and 32 bits convert the pixels; any other depth gives a new, blank
-    /// image. A palette that is passed yields one of a single entry. The second argument isn't
-    /// read.
+    /// image. Of `palette` only the first entry is used, and the new palette has no other; null
+    /// gives the default palette. The second argument isn't read.
     void fnConvert(unsigned int bits, bool reserved, tagRGBQUAD* palette);
 
-    /// Fits the image into `view`; a scale below 1 is drawn unscaled and clipped. The first
-    /// argument isn't read.
+    /// Sets the scale at which the image just fits into `view`. Drawing enlarges by it; where it is
+    /// below 1, drawing doesn't scale, and clips. The first argument isn't read.
     void fnDrawInit(double reserved, const CRect& view, CWnd* window);
     /// Sets an integer scale: `factor` times as large, or as small if `shrink` is set. `origin` is
     /// the point of the scaled image that lands on the view's top left corner.

@@ -31,7 +31,8 @@ std::size_t fnGetDeclaredSize(const DibLayout& layout) {
     const BITMAPINFOHEADER& header = layout.m_Header;
     if (header.biCompression == BI_RLE8)
         return header.biSizeImage
-                   ? static_cast<std::size_t>(layout.m_nPixelsAt + header.biSizeImage)
+                   ? std::max(kDibHeaderBytes,
+                              static_cast<std::size_t>(layout.m_nPixelsAt + header.biSizeImage))
                    : static_cast<std::size_t>(-1) / 2;
     const std::uint64_t pixels =
         std::uint64_t{layout.m_nHeight} *

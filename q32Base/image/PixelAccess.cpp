@@ -68,6 +68,12 @@ void fnForEachRun(const CqTileMap& map, const CRect& rect, std::size_t stride,
     });
 }
 
+/// Whether an image still has the storage that a reader or writer was made for. New storage may lie
+/// at the old address, so its number counts as well.
+bool fnIsCurrent(const CqImage& image, const CqTileMap* map, std::uint64_t serial) {
+    return map && map == image.TileMap && map->fnGetSerial() == serial;
+}
+
 struct IndexRange {
     std::uint32_t m_nLeast, m_nMost;
 };
@@ -161,12 +167,13 @@ private:
 } // namespace
 
 CqPixelReader::CqPixelReader(const CqImage& image, PIXEL_ORDER order) noexcept
-    : m_Image(image), m_pMap(image.TileMap),
+    : m_Image(image), m_pMap(image.TileMap), m_nSerial(m_pMap ? m_pMap->fnGetSerial() : 0),
       m_Run(fnBitsOf(m_pMap), m_pMap ? m_pMap->Palette.get() : nullptr, order),
       m_nPixelBytes(q32::fnGetOrderBytes(fnBitsOf(m_pMap), order)) {}
 
 bool CqPixelReader::fnRead(const CRect& rect, void* out, std::size_t stride) const {
-    if (!m_pMap || m_pMap != m_Image.TileMap || !fnIsSound(*m_pMap, rect, stride, m_nPixelBytes))
+    if (!fnIsCurrent(m_Image, m_pMap, m_nSerial) ||
+        !fnIsSound(*m_pMap, rect, stride, m_nPixelBytes))
         return false;
     auto* to = static_cast<unsigned char*>(out);
     fnForEachRun(*m_pMap, rect, stride, m_nPixelBytes,
@@ -200,7 +207,7 @@ bool CqPixelReader::fnPick(const std::uint32_t* rows, std::size_t rowCount,
                            const std::uint32_t* columns, std::size_t count, void* out,
                            std::size_t stride) const {
     const std::size_t rowBytes = count * m_nPixelBytes;
-    if (!m_pMap || m_pMap != m_Image.TileMap || stride < rowBytes)
+    if (!fnIsCurrent(m_Image, m_pMap, m_nSerial) || stride < rowBytes)
         return false;
     const IndexRange across = fnFindRange(columns, count);
     if (fnFindRange(rows, rowCount).m_nMost >= m_pMap->Height || across.m_nMost >= m_pMap->Width)
@@ -217,13 +224,14 @@ bool CqPixelReader::fnPick(const std::uint32_t* rows, std::size_t rowCount,
 }
 
 CqPixelWriter::CqPixelWriter(CqImage& image, PIXEL_ORDER order) noexcept
-    : m_Image(image), m_pMap(image.TileMap),
+    : m_Image(image), m_pMap(image.TileMap), m_nSerial(m_pMap ? m_pMap->fnGetSerial() : 0),
       m_Run(fnBitsOf(m_pMap), m_pMap ? m_pMap->Palette.get() : nullptr,
             m_pMap ? m_pMap->PaletteCount : 0, order),
       m_nPixelBytes(q32::fnGetOrderBytes(fnBitsOf(m_pMap), order)) {}
 
 bool CqPixelWriter::fnWrite(const CRect& rect, const void* in, std::size_t stride) const {
-    if (!m_pMap || m_pMap != m_Image.TileMap || !fnIsSound(*m_pMap, rect, stride, m_nPixelBytes))
+    if (!fnIsCurrent(m_Image, m_pMap, m_nSerial) ||
+        !fnIsSound(*m_pMap, rect, stride, m_nPixelBytes))
         return false;
     const auto* from = static_cast<const unsigned char*>(in);
     fnForEachRun(

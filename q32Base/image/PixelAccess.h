@@ -57,6 +57,7 @@ public:
 private:
     const CqImage& m_Image;
     const CqTileMap* m_pMap;
+    std::uint64_t m_nSerial;
     q32::PixelReading m_Run;
     std::size_t m_nPixelBytes;
 };
@@ -81,6 +82,7 @@ public:
 private:
     const CqImage& m_Image;
     const CqTileMap* m_pMap;
+    std::uint64_t m_nSerial;
     q32::PixelWriting m_Run;
     std::size_t m_nPixelBytes;
 };

@@ -2,6 +2,7 @@
 #include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
+#include <atomic>
 #include <bit>
 #include <cassert>
 #include <cstring>
@@ -16,6 +17,11 @@ bool fnIsDepth(std::uint32_t bits) {
 }
 
 } // namespace
+
+std::uint64_t CqTileMap::fnMakeSerial() noexcept {
+    static std::atomic<std::uint64_t> last = 0; // images in several threads have storage, too
+    return ++last;
+}
 
 CqTileMap::CqTileMap(std::uint32_t width, std::uint32_t height, std::uint32_t bitCount,
                      const RGBQUAD* palette, std::uint32_t count)

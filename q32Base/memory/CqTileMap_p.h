@@ -58,6 +58,10 @@ public:
     /// which file.
     const q32::PixelBlock& fnGetBlock() const { return m_Block; }
 
+    /// A number that no other map of this process has or had; never 0. It tells storage apart that
+    /// lies at one address at different times.
+    std::uint64_t fnGetSerial() const { return m_nSerial; }
+
     // Defined beside the accessors, in image/.
 
     /// Place a tile accessor. The index or position must lie inside the image.
@@ -131,7 +135,10 @@ public:
     CList<std::uint32_t, std::uint32_t> LockedLines{10}; ///< claimed rows
 
 private:
+    static std::uint64_t fnMakeSerial() noexcept;
+
     q32::PixelBlock m_Block;
+    const std::uint64_t m_nSerial = fnMakeSerial();
 
     /// Frees what came from `::operator new`.
     struct RawDelete {

@@ -17,7 +17,7 @@ public:
     /// Allocates `size` bytes where the memory policy decides; their contents are what the platform
     /// provides. Raises the memory exception when neither RAM nor any scratch disk has space.
     explicit PixelBlock(std::uint32_t size);
-    /// Takes ownership of a block of `AllocPixelBuffer`; a null address gives an empty one.
+    /// Takes ownership of a block of `AllocPixelBuffer`, with the values that describe it.
     PixelBlock(unsigned char* bytes, std::uint32_t size, CqFileHandle file, CqMappingHandle mapping,
                const CString& fileName) noexcept;
     PixelBlock(PixelBlock&& other) noexcept;
