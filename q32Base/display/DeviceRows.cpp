@@ -80,8 +80,9 @@ void fnConvertRows(const SourceRows& rows, std::uint32_t deviceBits, unsigned ch
     const std::uint32_t source = rows.m_nBitCount < 9 ? 0 : rows.m_nBitCount / 8 - 1;
     const std::uint32_t target = deviceBits == 8 ? 0 : deviceBits / 8 - 2;
     const ConvertRun convert = kConversions[source][target];
-    DeviceRun run{rows.m_pPixels,  top,       static_cast<std::size_t>(rows.m_nWidth),
+    DeviceRun run{rows.m_pPixels,  nullptr,   static_cast<std::size_t>(rows.m_nWidth),
                   rows.m_pPalette, rows.m_nX, rows.m_nY};
+    run.m_pTarget = top;
     for (int row = 0; row < rows.m_nHeight; ++row, ++run.m_nY) {
         convert(run);
         run.m_pSource += rows.m_nRowBytes;
