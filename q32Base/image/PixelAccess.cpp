@@ -194,7 +194,7 @@ bool CqPixelReader::fnRead(const CRect& rect, void* out, std::size_t stride) con
 bool CqPixelReader::fnReadRow(std::uint32_t x, std::uint32_t y, std::uint32_t count,
                               void* out) const {
     CRect rect;
-    return m_pMap && fnMakeRect(*m_pMap, x, y, count, rect) &&
+    return fnIsCurrent(m_Image, m_pMap, m_nSerial) && fnMakeRect(*m_pMap, x, y, count, rect) &&
            fnRead(rect, out, count * m_nPixelBytes);
 }
 
@@ -252,7 +252,7 @@ bool CqPixelWriter::fnWrite(const CRect& rect, const void* in, std::size_t strid
 bool CqPixelWriter::fnWriteRow(std::uint32_t x, std::uint32_t y, std::uint32_t count,
                                const void* in) const {
     CRect rect;
-    return m_pMap && fnMakeRect(*m_pMap, x, y, count, rect) &&
+    return fnIsCurrent(m_Image, m_pMap, m_nSerial) && fnMakeRect(*m_pMap, x, y, count, rect) &&
            fnWrite(rect, in, count * m_nPixelBytes);
 }
 
