@@ -237,10 +237,10 @@ bool Connection::fnFinish(pa_operation* operation) {
     return done;
 }
 
-bool Connection::fnAskSink(const std::function<void(const pa_sink_info&)>& told) {
+bool Connection::fnAskSink(const std::function<void(const pa_sink_info&)>& onSink) {
     if (!fnConnect())
         return false;
-    SinkQuestion question{told};
+    SinkQuestion question{onSink};
     const auto ask = [&](SINK_ASKED which) {
         pa_context* context = fnGetContext(); // may be lost while the first answer is awaited
         return context && fnFinish(fnBeginAskSink(

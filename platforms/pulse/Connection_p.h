@@ -62,8 +62,8 @@ public:
     /// Waits for an operation and releases it. False for null, and if it didn't complete: its
     /// callback is not called after that.
     bool fnFinish(pa_operation* operation);
-    /// Queries whether there is a sink. `told`, if given, is called with it on the loop's thread.
-    bool fnAskSink(const std::function<void(const pa_sink_info&)>& told = {});
+    /// Queries whether there is a sink. `onSink`, if given, is called with it on the loop's thread.
+    bool fnAskSink(const std::function<void(const pa_sink_info&)>& onSink = {});
 
     /// Calls `changed` on the loop's thread, with the lock held, when the server or a sink may have
     /// changed, and after each connection. From now on a lost connection is retried at intervals of

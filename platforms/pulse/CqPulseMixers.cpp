@@ -83,9 +83,9 @@ struct CqPulseMixers::State {
         fnForgetRead();
         m_Known.reset();
     }
-    bool fnAsk(const std::function<void(const pa_sink_info&)>& told) {
+    bool fnAsk(const std::function<void(const pa_sink_info&)>& onSink) {
         const Connection::Lock lock(*m_pConnection);
-        return m_pConnection->fnAskSink(told);
+        return m_pConnection->fnAskSink(onSink);
     }
 };
 
@@ -269,8 +269,8 @@ private:
             }))
             return false;
         bool success = false;
-        pa_context_success_cb_t done = [](pa_context*, int result, void* told) {
-            *static_cast<bool*>(told) = result != 0;
+        pa_context_success_cb_t done = [](pa_context*, int result, void* succeeded) {
+            *static_cast<bool*>(succeeded) = result != 0;
         };
         // The server may have gone since the query.
         pa_context* context = connection.fnGetContext();
@@ -298,7 +298,7 @@ std::size_t CqPulseMixers::fnPump() {
     const std::shared_ptr<State> state = m_pState; // a report may destroy the service
     const auto reports =
         fnGuard(std::vector<State::Report>(), [&] { return state->fnTakeReports(); });
-    std::size_t told = 0;
+    std::size_t count = 0;
     for (std::size_t i = 0; i < reports.size(); ++i) {
         const auto& [open, control] = reports[i];
         {
@@ -306,7 +306,7 @@ std::size_t CqPulseMixers::fnPump() {
             if (open->m_bClosed)
                 continue;
         }
-        ++told;
+        ++count;
         try {
             if (open->m_Changed)
                 open->m_Changed(kControls[control]);
@@ -315,7 +315,7 @@ std::size_t CqPulseMixers::fnPump() {
             throw;
         }
     }
-    return told;
+    return count;
 }
 
 std::uint32_t CqPulseMixers::fnGetCount() {

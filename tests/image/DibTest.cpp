@@ -457,6 +457,27 @@ TEST_F(DibTest, TheDeclaredLengthOfAStreamBoundsAnAssignment) {
     EXPECT_EQ(fnRows(image), (Bytes{1, 1, 0, 0}));
 }
 
+TEST_F(DibTest, ADeclaredLengthShorterThanTheHeaderReadsNothingBehindIt) {
+    // Declares 0 header bytes, one colour and one byte of pixels: 5 bytes in all.
+    Bytes block(40 + 1024, 0x5A);
+    BITMAPINFOHEADER header{};
+    header.biWidth = 2;
+    header.biHeight = 1;
+    header.biPlanes = 1;
+    header.biBitCount = 8;
+    header.biCompression = BI_RLE8;
+    header.biClrUsed = 1;
+    header.biSizeImage = 1;
+    std::memcpy(block.data(), &header, sizeof(header));
+    CqImage image;
+    image = reinterpret_cast<BITMAPINFOHEADER*>(block.data());
+    RGBQUAD color{1, 1, 1, 1};
+    ASSERT_EQ(image.fnGetPaletteEntry(0, 1, &color), 1u);
+    EXPECT_EQ(color.rgbBlue, 0);
+    EXPECT_EQ(color.rgbGreen, 0);
+    EXPECT_EQ(color.rgbRed, 0);
+}
+
 TEST_F(DibTest, RunLengthsOfOtherDepthsLeaveThePixelsUnset) {
     Dib four(5, 2, 4, BI_RLE4);
     four.m_Pixels = {5, 0x12, 0, 0, 5, 0x34, 0, 1};
