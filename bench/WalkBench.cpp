@@ -121,25 +121,25 @@ int fnRun(unsigned int side, const std::string& job, unsigned int divisor) {
         std::fputs("WalkBench [side [paint|file|copy|turn|reduce|all [divisor]]]\n", stderr);
         return EXIT_FAILURE;
     }
-    const auto wanted = [&](const char* name) { return job == name || job == "all"; };
+    const auto expected = [&](const char* name) { return job == name || job == "all"; };
     // All pixels are on the disk.
     CqVMPolicy& policy = *q32GetVMPolicy();
     policy.fnSetRamLimit(0);
     CqImage image(side, side, 24, nullptr, 0);
     fnMeasure("paint", [&](Watch&) { fnPaint(image); });
     bool isCopied = true;
-    if (wanted("file"))
+    if (expected("file"))
         fnMeasure("plain copy of the file", [&](Watch&) { isCopied = fnCopyFile(image); });
     if (!isCopied) {
         std::fputs("the file can't be copied\n", stderr);
         return EXIT_FAILURE;
     }
-    if (wanted("copy"))
+    if (expected("copy"))
         fnMeasure("copy", [&](Watch&) { const CqImage copy(image); });
-    if (wanted("turn"))
+    if (expected("turn"))
         fnMeasure("turn by 90 degrees",
                   [&](Watch& watch) { image.fnRotate(90.0, CqColor(), nullptr, false, &watch); });
-    if (!wanted("reduce"))
+    if (!expected("reduce"))
         return EXIT_SUCCESS;
     const unsigned int reduced = side / divisor;
     const std::string what = "reduce by " + std::to_string(divisor);

@@ -129,7 +129,7 @@ void fnAdjustTone(Input& input, CqImage& image) {
     default:
         image.fnThresholding(static_cast<unsigned char>(a), draw, progress);
     }
-    fnCheck(display.m_nCalls <= image.TileCount, "a tile is told once");
+    fnCheck(display.m_nCalls <= image.TileCount, "a tile is reported once");
 }
 
 /// Sets a scale: by a factor, reduced, or fitted.
@@ -185,10 +185,11 @@ void fnSlideWindow(Input& input, CqImage& image) {
     for (int i = 0; i < moves; ++i)
         window.fnGotoNextLine();
     const int shown = static_cast<int>(std::max(lines, 1u));
-    std::vector<unsigned char> wanted(image.RowBytes);
+    std::vector<unsigned char> expected(image.RowBytes);
     for (int i = 0; i < shown; ++i) {
         const int at = window.fnGetLineCoord(i);
-        fnCheck(at >= 0 && at < static_cast<int>(image.Height), "a row is told inside the image");
+        fnCheck(at >= 0 && at < static_cast<int>(image.Height),
+                "a reported row is inside the image");
         const unsigned char* row = window.fnGetLine(i);
         fnCheck((row != nullptr) == (moves > 0), "the first move brings the rows");
         const std::int64_t centre = std::int64_t{start} + moves;
@@ -197,8 +198,9 @@ void fnSlideWindow(Input& input, CqImage& image) {
         const std::int64_t y = centre - shown / 2 + i;
         image.TileMap->fnFetchRow(static_cast<std::uint32_t>(std::clamp<std::int64_t>(
                                       y, 0, std::int64_t{image.Height} - 1)),
-                                  wanted.data());
-        fnCheck(std::memcmp(row, wanted.data(), wanted.size()) == 0, "a row is the image's row");
+                                  expected.data());
+        fnCheck(std::memcmp(row, expected.data(), expected.size()) == 0,
+                "a row is the image's row");
     }
 }
 

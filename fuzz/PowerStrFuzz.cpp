@@ -83,8 +83,8 @@ void fnTrySegments(const std::string& path) {
     list.fnSegmentConcat(path.c_str());
     list.fnSegmentConcat(path.c_str());
     list.fnSegmentConcat(nullptr);
-    const std::string wanted = path + '\0' + path + '\0';
-    fnCheck(std::string(list, static_cast<std::size_t>(list.GetLength())) == wanted &&
+    const std::string expected = path + '\0' + path + '\0';
+    fnCheck(std::string(list, static_cast<std::size_t>(list.GetLength())) == expected &&
                 list[list.GetLength()] == 0,
             "segments are ended by zeros");
 }

@@ -47,7 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     std::string text = start;
     const auto edit = q32::fnWriteProfileString(text, section, key, value);
-    fnCheck((edit == q32::PROFILE_EDIT::CHANGED) == (text != start), "a change is told");
+    fnCheck((edit == q32::PROFILE_EDIT::CHANGED) == (text != start), "a change is reported");
     if (edit != q32::PROFILE_EDIT::REFUSED) {
         std::string again = text;
         fnCheck(q32::fnWriteProfileString(again, section, key, value) ==

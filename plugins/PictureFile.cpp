@@ -57,12 +57,12 @@ const CqPictureFormat* q32FindPictureFormat(const char* path) {
     const std::size_t dot = name.find_last_of(".\\/");
     if (dot == std::string_view::npos || name[dot] != '.')
         return nullptr;
-    const std::string_view wanted = name.substr(dot + 1);
+    const std::string_view extension = name.substr(dot + 1);
     for (const CqPictureFormat& format : q32GetPictureFormats()) {
         std::string_view rest(format.m_pszExtensions);
         while (!rest.empty()) {
             const std::string_view one = rest.substr(0, rest.find(' '));
-            if (std::equal(one.begin(), one.end(), wanted.begin(), wanted.end(),
+            if (std::equal(one.begin(), one.end(), extension.begin(), extension.end(),
                            [](char a, char b) { return a == fnLower(b); }))
                 return &format;
             rest.remove_prefix(std::min(rest.size(), one.size() + 1));

@@ -43,8 +43,8 @@ void PictureTarget::fnCheckRoom(std::uint64_t fileBytes, std::uint64_t rowBytes,
 void PictureTarget::fnCheckSparseRoom(std::uint64_t fileBytes, std::uint64_t rowBytes,
                                       std::uint64_t rows) {
     constexpr std::uint64_t kRatio = 65536;
-    constexpr std::uint64_t kLeastBytes = 1024;
-    fnCheckRoom(std::max(fileBytes, kLeastBytes), rowBytes, rows, kRatio);
+    constexpr std::uint64_t kMinBytes = 1024;
+    fnCheckRoom(std::max(fileBytes, kMinBytes), rowBytes, rows, kRatio);
 }
 
 void PictureTarget::fnStore(std::uint32_t x, std::uint32_t y, std::uint32_t count,

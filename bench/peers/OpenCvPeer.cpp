@@ -97,7 +97,7 @@ BENCHMARK_CAPTURE(fnResize, fnResample_24_nearest_times_2, CV_8UC3, kWhole, cv::
 BENCHMARK_CAPTURE(fnResize, fnResample_24_nearest_times_2_fresh, CV_8UC3, kWhole,
                   cv::Size(8000, 6000), cv::INTER_NEAREST, false);
 
-void fnTurnRight(benchmark::State& state, int type, bool reuse) {
+void fnRotateRight(benchmark::State& state, int type, bool reuse) {
     cv::setNumThreads(1);
     auto bytes = fnPicture(static_cast<int>(CV_ELEM_SIZE(type)));
     const cv::Mat source(kHeight, kWidth, type, bytes.data());
@@ -111,12 +111,12 @@ void fnTurnRight(benchmark::State& state, int type, bool reuse) {
     fnReport(state);
 }
 
-BENCHMARK_CAPTURE(fnTurnRight, fnRotate_90_8, CV_8UC1, true);
-BENCHMARK_CAPTURE(fnTurnRight, fnRotate_90_24, CV_8UC3, true);
-BENCHMARK_CAPTURE(fnTurnRight, fnRotate_90_24_fresh, CV_8UC3, false);
-BENCHMARK_CAPTURE(fnTurnRight, fnRotate_90_32, CV_8UC4, true);
+BENCHMARK_CAPTURE(fnRotateRight, fnRotate_90_8, CV_8UC1, true);
+BENCHMARK_CAPTURE(fnRotateRight, fnRotate_90_24, CV_8UC3, true);
+BENCHMARK_CAPTURE(fnRotateRight, fnRotate_90_24_fresh, CV_8UC3, false);
+BENCHMARK_CAPTURE(fnRotateRight, fnRotate_90_32, CV_8UC4, true);
 
-void fnTurnAny(benchmark::State& state, int type, int method) {
+void fnRotateAny(benchmark::State& state, int type, int method) {
     cv::setNumThreads(1);
     auto bytes = fnPicture(static_cast<int>(CV_ELEM_SIZE(type)));
     const cv::Mat source(kHeight, kWidth, type, bytes.data());
@@ -132,11 +132,11 @@ void fnTurnAny(benchmark::State& state, int type, int method) {
     fnReport(state, size.width, size.height);
 }
 
-BENCHMARK_CAPTURE(fnTurnAny, fnRotate_30_bilinear_8, CV_8UC1, cv::INTER_LINEAR);
-BENCHMARK_CAPTURE(fnTurnAny, fnRotate_30_bilinear_24, CV_8UC3, cv::INTER_LINEAR);
-BENCHMARK_CAPTURE(fnTurnAny, fnRotate_30_bilinear_32, CV_8UC4, cv::INTER_LINEAR);
-BENCHMARK_CAPTURE(fnTurnAny, fnRotate_30_nearest_24, CV_8UC3, cv::INTER_NEAREST);
-BENCHMARK_CAPTURE(fnTurnAny, fnRotate_30_nearest_32, CV_8UC4, cv::INTER_NEAREST);
+BENCHMARK_CAPTURE(fnRotateAny, fnRotate_30_bilinear_8, CV_8UC1, cv::INTER_LINEAR);
+BENCHMARK_CAPTURE(fnRotateAny, fnRotate_30_bilinear_24, CV_8UC3, cv::INTER_LINEAR);
+BENCHMARK_CAPTURE(fnRotateAny, fnRotate_30_bilinear_32, CV_8UC4, cv::INTER_LINEAR);
+BENCHMARK_CAPTURE(fnRotateAny, fnRotate_30_nearest_24, CV_8UC3, cv::INTER_NEAREST);
+BENCHMARK_CAPTURE(fnRotateAny, fnRotate_30_nearest_32, CV_8UC4, cv::INTER_NEAREST);
 
 } // namespace
 

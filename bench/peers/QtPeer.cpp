@@ -59,8 +59,8 @@ BENCHMARK_CAPTURE(fnResize, fnResample_24_nearest_times_2, QImage::Format_RGB888
                   Qt::FastTransformation)
     ->MeasureProcessCPUTime();
 
-void fnTurn(benchmark::State& state, QImage::Format format, int bytes, double angle,
-            Qt::TransformationMode mode) {
+void fnRotate(benchmark::State& state, QImage::Format format, int bytes, double angle,
+              Qt::TransformationMode mode) {
     const auto pixels = fnPicture(bytes);
     const QImage source(pixels.data(), kWidth, kHeight, qsizetype{kWidth} * bytes, format);
     const QTransform turn = QTransform().rotate(angle);
@@ -75,16 +75,17 @@ void fnTurn(benchmark::State& state, QImage::Format format, int bytes, double an
     fnReport(state, width, height);
 }
 
-BENCHMARK_CAPTURE(fnTurn, fnRotate_90_8, QImage::Format_Grayscale8, 1, 90.0, Qt::FastTransformation)
+BENCHMARK_CAPTURE(fnRotate, fnRotate_90_8, QImage::Format_Grayscale8, 1, 90.0,
+                  Qt::FastTransformation)
     ->MeasureProcessCPUTime();
-BENCHMARK_CAPTURE(fnTurn, fnRotate_90_24, QImage::Format_RGB888, 3, 90.0, Qt::FastTransformation)
+BENCHMARK_CAPTURE(fnRotate, fnRotate_90_24, QImage::Format_RGB888, 3, 90.0, Qt::FastTransformation)
     ->MeasureProcessCPUTime();
-BENCHMARK_CAPTURE(fnTurn, fnRotate_90_32, QImage::Format_RGB32, 4, 90.0, Qt::FastTransformation)
+BENCHMARK_CAPTURE(fnRotate, fnRotate_90_32, QImage::Format_RGB32, 4, 90.0, Qt::FastTransformation)
     ->MeasureProcessCPUTime();
-BENCHMARK_CAPTURE(fnTurn, fnRotate_30_bilinear_32, QImage::Format_RGB32, 4, 30.0,
+BENCHMARK_CAPTURE(fnRotate, fnRotate_30_bilinear_32, QImage::Format_RGB32, 4, 30.0,
                   Qt::SmoothTransformation)
     ->MeasureProcessCPUTime();
-BENCHMARK_CAPTURE(fnTurn, fnRotate_30_nearest_32, QImage::Format_RGB32, 4, 30.0,
+BENCHMARK_CAPTURE(fnRotate, fnRotate_30_nearest_32, QImage::Format_RGB32, 4, 30.0,
                   Qt::FastTransformation)
     ->MeasureProcessCPUTime();
 

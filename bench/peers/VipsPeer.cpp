@@ -37,7 +37,7 @@ void fnResize(benchmark::State& state, int bands, int width, int height, double 
              y > 1.0 ? static_cast<int>(height * y) : height);
 }
 
-void fnTurn(benchmark::State& state, int bands) {
+void fnRotate(benchmark::State& state, int bands) {
     auto bytes = fnPicture(bands);
     VipsImage* source = fnSource(bytes, kWidth, kHeight, bands);
     for ([[maybe_unused]] auto _ : state) {
@@ -55,9 +55,9 @@ BENCHMARK_CAPTURE(fnResize, fnResample_8_third, 1, kWidth, kHeight, 1.0 / 3.0, 1
     ->UseRealTime();
 BENCHMARK_CAPTURE(fnResize, fnResample_24_height, 3, kWidth, kHeight, 1.0, 1.0 / 3.0)
     ->UseRealTime();
-BENCHMARK_CAPTURE(fnTurn, fnRotate_90_8, 1)->UseRealTime();
-BENCHMARK_CAPTURE(fnTurn, fnRotate_90_24, 3)->UseRealTime();
-BENCHMARK_CAPTURE(fnTurn, fnRotate_90_32, 4)->UseRealTime();
+BENCHMARK_CAPTURE(fnRotate, fnRotate_90_8, 1)->UseRealTime();
+BENCHMARK_CAPTURE(fnRotate, fnRotate_90_24, 3)->UseRealTime();
+BENCHMARK_CAPTURE(fnRotate, fnRotate_90_32, 4)->UseRealTime();
 
 } // namespace
 

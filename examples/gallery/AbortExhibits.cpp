@@ -13,7 +13,7 @@ void fnStopTone(Easel& easel) {
 }
 
 template <unsigned int PERCENT>
-void fnStopHalfTurn(Easel& easel) {
+void fnStopHalfway(Easel& easel) {
     StopDisplay stop(PERCENT);
     easel.m_Picture.fnRotate(180, kBackground, nullptr, false, &stop);
 }
@@ -32,9 +32,9 @@ constexpr Step kTones[] = {
 };
 
 constexpr Step kTurns[] = {
-    {"Stopped at 25 percent", fnStopHalfTurn<25>},
-    {"At 50 percent", fnStopHalfTurn<50>},
-    {"At 75 percent", fnStopHalfTurn<75>},
+    {"Stopped at 25 percent", fnStopHalfway<25>},
+    {"At 50 percent", fnStopHalfway<50>},
+    {"At 75 percent", fnStopHalfway<75>},
 };
 
 constexpr Step kRest[] = {

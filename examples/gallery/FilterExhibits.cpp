@@ -23,7 +23,7 @@ constexpr Kernel kGauss = {5, 256, Kernel::CUT, {1,  4, 6, 4,  1,  4,  16, 24, 1
 constexpr Kernel kEdges = {5, 2, Kernel::DROP, {0,  0,  -1, 0,  0,  0,  -1, -2, -1, 0,  -1, -2, 16,
                                                 -2, -1, 0,  -1, -2, -1, 0,  0,  0,  -1, 0,  0}};
 
-unsigned char fnWeigh(const Kernel& kernel, unsigned char* const* rows, const int* columns) {
+unsigned char fnConvolve(const Kernel& kernel, unsigned char* const* rows, const int* columns) {
     int sum = 0;
     const int* weight = kernel.m_Weights;
     for (int j = 0; j < kernel.m_nSide; ++j)
@@ -57,7 +57,7 @@ void fnFilter(CqImage& image, const Kernel& kernel) {
                 for (int channel = 0; channel < 3; ++channel) {
                     for (int i = 0; i < kernel.m_nSide; ++i)
                         columns[i] = 3 * std::clamp(x + i - kernel.m_nSide / 2, 0, last) + channel;
-                    out.LineBuffer[3 * x + channel] = fnWeigh(kernel, rows, columns);
+                    out.LineBuffer[3 * x + channel] = fnConvolve(kernel, rows, columns);
                 }
         }
     }

@@ -50,13 +50,13 @@ void ProgressLine::fnBegin(std::string what) {
 }
 
 void ProgressLine::fnTell(unsigned int percent) {
-    if (fnIsUnwanted())
+    if (fnIsHidden())
         throw Aborted();
     fnShow(percent);
 }
 
 void ProgressLine::fnOnProgress(unsigned int percent, bool& aborted) {
-    aborted = fnIsUnwanted();
+    aborted = fnIsHidden();
     if (!aborted)
         fnShow(percent);
 }
@@ -76,7 +76,7 @@ void ProgressLine::fnShow(unsigned int percent) {
     m_nShown = percent;
 }
 
-bool ProgressLine::fnIsUnwanted() {
+bool ProgressLine::fnIsHidden() {
     CqKeyMessage message;
     while (m_Keyboard.fnTakeKeyMessage(message))
         m_bAborted = m_bAborted || message.m_wParam == WPARAM{VK_ESCAPE};

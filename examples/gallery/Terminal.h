@@ -64,7 +64,7 @@ public:
 
 private:
     void fnShow(unsigned int percent);
-    bool fnIsUnwanted();
+    bool fnIsHidden();
 
     CqKeyboardService& m_Keyboard;
     std::string m_What;

@@ -15,7 +15,7 @@ void fnBalance(Easel& easel) {
 }
 
 template <int HUE, int SATURATION>
-void fnTurnHue(Easel& easel) {
+void fnShiftHue(Easel& easel) {
     easel.m_Picture.fnHueSaturation(HUE, SATURATION, false, nullptr);
 }
 
@@ -53,12 +53,12 @@ constexpr Step kBalance[] = {
 
 constexpr Step kHues[] = {
     kBefore,
-    {"Hue turned by 120 degrees", fnTurnHue<120, 0>},
-    {"Hue turned by -120 degrees", fnTurnHue<-120, 0>},
-    {"Saturation 25: percent of the full scale are added", fnTurnHue<0, 25>},
-    {"Saturation -100: brightness stays the greatest channel", fnTurnHue<0, -100>},
+    {"Hue turned by 120 degrees", fnShiftHue<120, 0>},
+    {"Hue turned by -120 degrees", fnShiftHue<-120, 0>},
+    {"Saturation 25: percent of the full scale are added", fnShiftHue<0, 25>},
+    {"Saturation -100: brightness stays the greatest channel", fnShiftHue<0, -100>},
     {"16 bits, saturation 25: green is misread, and pixels come back with their bytes exchanged",
-     fnAt<fnToHiColor, fnTurnHue<0, 25>>},
+     fnAt<fnToHiColor, fnShiftHue<0, 25>>},
 };
 
 constexpr Step kThresholds[] = {

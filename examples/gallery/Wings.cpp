@@ -27,7 +27,7 @@ std::span<const Wing> fnGetWings() {
     };
     static const Wing kWings[] = {
         {"operations", "Operations on pixels",
-         "What each operation makes of a photograph, at 24 bits unless it is told otherwise, and "
+         "What each operation makes of a photograph, at 24 bits unless stated otherwise, and "
          "what other depths make of it where that is worth seeing. Pictures are shown pixel for "
          "pixel.",
          "merge-key-2.png", kOperations},

@@ -83,10 +83,10 @@ public:
     }
 
     bool fnFindControl(std::uint32_t lineId, CQ_MIXER_CONTROL type, std::uint32_t& id) override {
-        const std::uint32_t wanted = Card::fnGetId(type);
-        if (lineId != kLine || !m_pOpen->m_pCard->fnFind(wanted))
+        const std::uint32_t requested = Card::fnGetId(type);
+        if (lineId != kLine || !m_pOpen->m_pCard->fnFind(requested))
             return false;
-        id = wanted;
+        id = requested;
         return true;
     }
 
@@ -158,7 +158,7 @@ std::size_t CqAlsaMixers::fnPump() {
         ::eventfd_read(state->m_Pending.fnGet(), &ignored);
         return open;
     });
-    std::size_t told = 0;
+    std::size_t notified = 0;
     for (const std::shared_ptr<State::Open>& open : mixers) {
         if (!open->m_bClosed)
             q32::fnTryMemoryOr(false, [&] { return state->fnUpdate(*open); });
@@ -166,7 +166,7 @@ std::size_t CqAlsaMixers::fnPump() {
             Control* control = open->m_pCard->fnFind(id);
             if (!control || !std::exchange(control->m_bPending, false))
                 continue;
-            ++told;
+            ++notified;
             try {
                 if (open->m_Changed)
                     open->m_Changed(id);
@@ -176,7 +176,7 @@ std::size_t CqAlsaMixers::fnPump() {
             }
         }
     }
-    return told;
+    return notified;
 }
 
 std::uint32_t CqAlsaMixers::fnGetCount() {

@@ -26,10 +26,10 @@ CqHeadlessBlock& CqHeadlessBlock::operator=(CqHeadlessBlock&& other) noexcept {
 
 bool CqHeadlessBlock::fnResize(std::size_t size, bool spare) {
     if (size > m_nCapacity) {
-        const std::size_t wanted = spare ? std::max(size, m_nCapacity + m_nCapacity / 2) : size;
-        if (wanted > kMax)
+        const std::size_t capacity = spare ? std::max(size, m_nCapacity + m_nCapacity / 2) : size;
+        if (capacity > kMax)
             return false;
-        void* raw = std::calloc(1, wanted + kPage - 1);
+        void* raw = std::calloc(1, capacity + kPage - 1);
         if (!raw)
             return false;
         const auto place = reinterpret_cast<std::uintptr_t>(raw);
@@ -38,7 +38,7 @@ bool CqHeadlessBlock::fnResize(std::size_t size, bool spare) {
             std::memcpy(data, m_pData, m_nSize);
         std::free(std::exchange(m_pRaw, raw));
         m_pData = data;
-        m_nCapacity = wanted;
+        m_nCapacity = capacity;
     } else if (size < m_nSize) {
         // A later growth must expose zeros.
         std::memset(m_pData + size, 0, m_nSize - size);

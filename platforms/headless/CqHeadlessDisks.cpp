@@ -34,9 +34,9 @@ CqHeadlessDisks::Volume* CqHeadlessDisks::fnFindRoot(std::string_view root) {
 }
 
 std::optional<CqHeadlessDisks::Place> CqHeadlessDisks::fnResolve(std::string_view path) const {
-    std::string full = fnTurnSlashes(path);
+    std::string full = fnConvertSlashes(path);
     if (!full.starts_with('\\') && (full.size() < 2 || full[1] != ':'))
-        full = fnTurnSlashes(m_szCurrent) + "\\" + full;
+        full = fnConvertSlashes(m_szCurrent) + "\\" + full;
     full += '\\';
     const std::string folded = fnFold(full);
     const auto none = m_Volumes.end();
@@ -151,7 +151,7 @@ CqHeadlessFilePtr CqHeadlessDisks::fnFindOpen(std::string_view path) const {
 void CqHeadlessDisks::fnFailCreate(std::string_view path, CQ_FILE_CAUSE cause) {
     const auto place = fnResolve(path);
     const std::string key = place ? fnVolumeOf(*place).fnGetKey() + fnNamesKey(place->m_Names)
-                                  : fnFold(fnTurnSlashes(path));
+                                  : fnFold(fnConvertSlashes(path));
     if (cause == FILE_CAUSE_NONE)
         m_FailingNames.erase(key);
     else

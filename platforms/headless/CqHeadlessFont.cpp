@@ -79,8 +79,8 @@ CqHeadlessFont::CqHeadlessFont(LONG height) {
     // Below 0, a height excludes the leading.
     const int smallest = height < 0 ? kRows : kHeight;
     constexpr LONG kMax = 64 * kHeight;
-    const LONG wanted = std::abs(std::clamp(height, -kMax, kMax));
-    m_nScale = std::max(1, static_cast<int>(wanted) / smallest);
+    const LONG requested = std::abs(std::clamp(height, -kMax, kMax));
+    m_nScale = std::max(1, static_cast<int>(requested) / smallest);
 }
 
 TEXTMETRICA CqHeadlessFont::fnGetMetrics() const {

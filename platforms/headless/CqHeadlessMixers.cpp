@@ -154,15 +154,15 @@ std::vector<std::uint32_t> CqHeadlessMixers::fnGetValues(std::uint32_t index,
 std::size_t CqHeadlessMixers::fnPump() {
     // Changes made during a report wait for the next pump.
     std::deque<State::Report> reports = std::exchange(m_pState->m_Reports, {});
-    std::size_t told = 0;
+    std::size_t notified = 0;
     for (const State::Report& report : reports) {
         const std::shared_ptr<State::Open> open = report.m_pOpen.lock();
         if (!open || !open->m_Changed)
             continue;
         open->m_Changed(report.m_nControl);
-        ++told;
+        ++notified;
     }
-    return told;
+    return notified;
 }
 
 std::size_t CqHeadlessMixers::fnGetOpen() const {

@@ -4,7 +4,7 @@
 
 namespace q32::headless {
 
-std::string fnTurnSlashes(std::string_view path) {
+std::string fnConvertSlashes(std::string_view path) {
     std::string turned(path);
     std::replace(turned.begin(), turned.end(), '/', '\\');
     return turned;

@@ -9,7 +9,7 @@
 namespace q32::headless {
 
 /// Replaces each slash of a path by a backslash.
-std::string fnTurnSlashes(std::string_view path);
+std::string fnConvertSlashes(std::string_view path);
 /// Converts ASCII letters to lower case, for comparison without case.
 std::string fnFold(std::string_view text);
 /// The names of a path without "."; each ".." removes the name before it, if any.

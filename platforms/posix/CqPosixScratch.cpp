@@ -75,7 +75,7 @@ struct NativeName {
             return false;
         }
         std::memcpy(m_Path, name, length + 1);
-        fnTurnSlashes(codePage, m_Path, length);
+        fnConvertSlashes(codePage, m_Path, length);
         return true;
     }
 };

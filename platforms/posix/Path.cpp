@@ -2,7 +2,7 @@
 
 namespace q32::posix {
 
-void fnTurnSlashes(const CodePage& codePage, char* path, std::size_t length) {
+void fnConvertSlashes(const CodePage& codePage, char* path, std::size_t length) {
     for (std::size_t at = 0; at < length;) {
         if (path[at] == '\\')
             path[at] = '/';
@@ -12,7 +12,7 @@ void fnTurnSlashes(const CodePage& codePage, char* path, std::size_t length) {
 
 std::string fnNativePath(const CodePage& codePage, std::string_view path) {
     std::string native(path);
-    fnTurnSlashes(codePage, native.data(), native.size());
+    fnConvertSlashes(codePage, native.data(), native.size());
     return native;
 }
 

@@ -11,7 +11,7 @@ namespace q32::posix {
 /// A backslash byte that is the second half of a double-byte character is kept.
 std::string fnNativePath(const CodePage& codePage, std::string_view path);
 /// The same in place, without allocating.
-void fnTurnSlashes(const CodePage& codePage, char* path, std::size_t length);
+void fnConvertSlashes(const CodePage& codePage, char* path, std::size_t length);
 
 /// Converts a system directory to the library's form: unchanged, with one backslash at its end.
 std::string fnLibraryDirectory(std::string_view directory);

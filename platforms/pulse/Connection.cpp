@@ -22,7 +22,7 @@ void fnDescribe(pa_proplist& properties, const char* key, const std::string& val
 
 /// The data of the sink query's callback.
 struct SinkQuestion {
-    const std::function<void(const pa_sink_info&)>& m_Told;
+    const std::function<void(const pa_sink_info&)>& m_Notified;
     bool m_bFound = false;
 };
 
@@ -249,8 +249,8 @@ bool Connection::fnAskSink(const std::function<void(const pa_sink_info&)>& onSin
                                   auto* asked = static_cast<SinkQuestion*>(data);
                                   if (!sink || std::exchange(asked->m_bFound, true))
                                       return;
-                                  if (asked->m_Told)
-                                      asked->m_Told(*sink);
+                                  if (asked->m_Notified)
+                                      asked->m_Notified(*sink);
                               },
                               &question));
     };

@@ -246,13 +246,14 @@ private:
         });
     }
     bool fnSetVolume(std::uint32_t left, std::uint32_t right) {
-        pa_cvolume wanted;
+        pa_cvolume requested;
         return fnSet(
             [&](const pa_sink_info& sink) {
-                wanted = fnSetLevels(sink.volume, sink.channel_map, left, right);
+                requested = fnSetLevels(sink.volume, sink.channel_map, left, right);
             },
             [&](pa_context* context, std::uint32_t index, auto done, bool& success) {
-                return pa_context_set_sink_volume_by_index(context, index, &wanted, done, &success);
+                return pa_context_set_sink_volume_by_index(context, index, &requested, done,
+                                                           &success);
             });
     }
     /// Calls `met` with the sink, and then sets it. Waits for the server, so that the next read

@@ -10,7 +10,7 @@ struct Reporter::State {
     std::mutex m_Lock;
     std::condition_variable m_Changed;
     Jobs m_Jobs;
-    const CqWaveOutService::Done* m_pTold = nullptr; ///< the callback of the running report
+    const CqWaveOutService::Done* m_pNotified = nullptr; ///< the callback of the running report
     bool m_bStop = false;
     std::thread m_Thread;
 
@@ -22,11 +22,11 @@ struct Reporter::State {
                 return;
             Jobs job;
             job.splice(job.begin(), m_Jobs, m_Jobs.begin());
-            m_pTold = job.front().m_pDone.get();
+            m_pNotified = job.front().m_pDone.get();
             lock.unlock();
-            (*m_pTold)(*job.front().m_pHeader);
+            (*m_pNotified)(*job.front().m_pHeader);
             lock.lock();
-            m_pTold = nullptr;
+            m_pNotified = nullptr;
             m_Changed.notify_all();
             // The owner of the callback may end with its last report, and destroy this thread's
             // owner.
@@ -69,7 +69,7 @@ void Reporter::fnForget(const CqWaveOutService::Done& done) {
         job = next;
     }
     if (m_pState->m_Thread.get_id() != std::this_thread::get_id())
-        m_pState->m_Changed.wait(lock, [&] { return m_pState->m_pTold != &done; });
+        m_pState->m_Changed.wait(lock, [&] { return m_pState->m_pNotified != &done; });
 }
 
 } // namespace q32::pulse

@@ -33,7 +33,7 @@ Side fnGetSide(pa_channel_position_t position) {
 /// Channels that are set together.
 struct Group {
     pa_volume_t m_nLoudest; ///< current volume of the loudest channel
-    pa_volume_t m_nWanted;  ///< its new volume
+    pa_volume_t m_nTarget;  ///< its new volume
 };
 
 pa_volume_t fnLoudest(const pa_cvolume& volume, const pa_channel_map& map, Side side) {
@@ -46,10 +46,10 @@ pa_volume_t fnLoudest(const pa_cvolume& volume, const pa_channel_map& map, Side 
 
 pa_volume_t fnFollow(pa_volume_t volume, const Group& group) {
     if (group.m_nLoudest == PA_VOLUME_MUTED)
-        return group.m_nWanted;
+        return group.m_nTarget;
     // A middle channel may be louder than the sides, and would exceed every bound with them.
     return static_cast<pa_volume_t>(
-        std::min<std::uint64_t>(std::uint64_t{volume} * group.m_nWanted / group.m_nLoudest,
+        std::min<std::uint64_t>(std::uint64_t{volume} * group.m_nTarget / group.m_nLoudest,
                                 std::max<std::uint64_t>(PA_VOLUME_NORM, volume)));
 }
 
@@ -83,7 +83,7 @@ pa_cvolume fnSetLevels(const pa_cvolume& volume, const pa_channel_map& map, std:
     const bool sides = pa_channel_map_can_balance(&map) != 0;
     if (sides)
         middle = {std::max(leftGroup.m_nLoudest, rightGroup.m_nLoudest),
-                  std::max(leftGroup.m_nWanted, rightGroup.m_nWanted)};
+                  std::max(leftGroup.m_nTarget, rightGroup.m_nTarget)};
     pa_cvolume result = volume;
     for (std::uint8_t i = 0; i < volume.channels; ++i) {
         const Side side = sides ? fnGetSide(map.map[i]) : Side::MIDDLE;

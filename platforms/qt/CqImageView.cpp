@@ -78,7 +78,7 @@ void CqImageView::fnImageChanged() {
     if (m_bFit)
         fnApplyZoom(fnGetFitZoom(), QPointF());
     else
-        fnApplyZoom(std::min(m_Zoom, fnGetMostZoom()), QPointF());
+        fnApplyZoom(std::min(m_Zoom, fnGetMaxZoom()), QPointF());
     fnUpdateBars();
     Q_EMIT visibleChanged();
 }
@@ -124,7 +124,7 @@ QPoint CqImageView::fnGetOrigin() const {
             spare.height() > 0 ? -(spare.height() / 2) : verticalScrollBar()->value()};
 }
 
-double CqImageView::fnGetMostZoom() const {
+double CqImageView::fnGetMaxZoom() const {
     if (!fnHasPicture())
         return kMaxZoom;
     // The whole scaled picture must be within the range of the scroll bars.
@@ -137,7 +137,7 @@ double CqImageView::fnGetFitZoom() const {
     // The size without scroll bars: a picture that fits needs none.
     const QSizeF room = QSizeF(maximumViewportSize()) * m_pCanvas->devicePixelRatioF();
     return std::clamp(std::min(room.width() / m_pImage->Width, room.height() / m_pImage->Height),
-                      kLeastZoom, 1.0);
+                      kMinZoom, 1.0);
 }
 
 void CqImageView::fnSetZoom(double zoom) {
@@ -146,7 +146,7 @@ void CqImageView::fnSetZoom(double zoom) {
 
 void CqImageView::fnSetZoom(double zoom, const QPointF& anchor) {
     m_bFit = false;
-    fnApplyZoom(std::isnan(zoom) ? 1.0 : std::clamp(zoom, kLeastZoom, fnGetMostZoom()), anchor);
+    fnApplyZoom(std::isnan(zoom) ? 1.0 : std::clamp(zoom, kMinZoom, fnGetMaxZoom()), anchor);
 }
 
 void CqImageView::fnStepZoom(int steps) {
@@ -155,9 +155,9 @@ void CqImageView::fnStepZoom(int steps) {
 
 void CqImageView::fnStepZoom(int steps, const QPointF& anchor) {
     double zoom = m_Zoom;
-    for (; steps > 0 && zoom < fnGetMostZoom(); --steps)
+    for (; steps > 0 && zoom < fnGetMaxZoom(); --steps)
         zoom = fnNextZoom(zoom, true);
-    for (; steps < 0 && zoom > kLeastZoom; ++steps)
+    for (; steps < 0 && zoom > kMinZoom; ++steps)
         zoom = fnNextZoom(zoom, false);
     fnSetZoom(zoom, anchor);
 }

@@ -40,7 +40,7 @@ class Q32_API CqImageView : public QAbstractScrollArea {
     Q_OBJECT
 
 public:
-    static constexpr double kLeastZoom = 1.0 / 256;
+    static constexpr double kMinZoom = 1.0 / 256;
     static constexpr double kMaxZoom = 64.0;
 
     explicit CqImageView(QWidget* parent = nullptr);
@@ -58,7 +58,7 @@ public:
     void fnImageChanged(const CRect& part);
 
     double fnGetZoom() const { return m_Zoom; }
-    /// Sets the zoom, clamped to kLeastZoom and kMaxZoom, or to a lower maximum for images of
+    /// Sets the zoom, clamped to kMinZoom and kMaxZoom, or to a lower maximum for images of
     /// millions of pixels across. The position in the middle of the view, or at `anchor`, stays
     /// fixed. Ends the fit.
     void fnSetZoom(double zoom);
@@ -67,7 +67,7 @@ public:
     /// `anchor`.
     void fnStepZoom(int steps);
     void fnStepZoom(int steps, const QPointF& anchor);
-    /// While on, keeps the whole image visible, with a zoom between `kLeastZoom` and 1.
+    /// While on, keeps the whole image visible, with a zoom between `kMinZoom` and 1.
     void fnSetFit(bool fit);
     bool fnIsFit() const { return m_bFit; }
 
@@ -128,7 +128,7 @@ private:
     Q32_LOCAL QSize fnGetScaledSize() const;
     Q32_LOCAL QPoint fnGetOrigin() const;
     Q32_LOCAL double fnGetFitZoom() const;
-    Q32_LOCAL double fnGetMostZoom() const;
+    Q32_LOCAL double fnGetMaxZoom() const;
     Q32_LOCAL void fnApplyZoom(double zoom, const QPointF& anchor);
     Q32_LOCAL void fnUpdateBars();
     Q32_LOCAL void fnMoveTo(const QPointF& origin);

@@ -17,13 +17,13 @@ QSize CqQtCanvas::fnGetPixelSize(const QWidget& widget) {
 }
 
 QImage& CqQtCanvas::fnGetPixels() {
-    const QSize wanted = fnGetPixelSize().expandedTo(QSize(1, 1));
-    if (m_Pixels.size() != wanted) {
-        QImage pixels(wanted, QImage::Format_RGB32);
+    const QSize size = fnGetPixelSize().expandedTo(QSize(1, 1));
+    if (m_Pixels.size() != size) {
+        QImage pixels(size, QImage::Format_RGB32);
         if (pixels.isNull())
             throw std::bad_alloc();
         pixels.fill(palette().color(QPalette::Window));
-        const QSize kept = wanted.boundedTo(m_Pixels.size());
+        const QSize kept = size.boundedTo(m_Pixels.size());
         for (int y = 0; y < kept.height(); ++y)
             std::copy_n(m_Pixels.constScanLine(y), static_cast<std::size_t>(kept.width()) * 4,
                         pixels.scanLine(y));

@@ -61,7 +61,7 @@ std::size_t Overview::fnOffset(unsigned shift) const {
 }
 
 void Overview::fnReset(const CqImage* image) {
-    constexpr unsigned kLeastShift = 2;
+    constexpr unsigned kMinShift = 2;
     constexpr unsigned kMaxShift = 4; // limit of the sums
     m_Cells.clear();
     m_nFirstShift = 0;
@@ -70,7 +70,7 @@ void Overview::fnReset(const CqImage* image) {
     m_nBits = image ? image->BitCount : 0;
     m_nAcross = (m_nWidth + kCellSize - 1) / kCellSize;
     const std::size_t count = std::size_t{m_nAcross} * ((m_nHeight + kCellSize - 1) / kCellSize);
-    for (m_nFirstShift = kLeastShift; m_nFirstShift <= kMaxShift; ++m_nFirstShift)
+    for (m_nFirstShift = kMinShift; m_nFirstShift <= kMaxShift; ++m_nFirstShift)
         if (count * (fnOffset(kLastShift + 1) * 4) <= kMaxBytes) {
             m_Cells.resize(count);
             return;
@@ -97,8 +97,8 @@ void Overview::fnForget(const CRect& part) {
 unsigned Overview::fnGetShift(double zoom) const {
     if (m_Cells.empty())
         return 0;
-    const double wanted = std::floor(std::log2(1 / zoom) + 1e-9);
-    return wanted < m_nFirstShift ? 0 : static_cast<unsigned>(std::min<double>(wanted, kLastShift));
+    const double shift = std::floor(std::log2(1 / zoom) + 1e-9);
+    return shift < m_nFirstShift ? 0 : static_cast<unsigned>(std::min<double>(shift, kLastShift));
 }
 
 const std::uint32_t* Overview::fnFind(std::uint32_t column, std::uint32_t row,

@@ -25,9 +25,9 @@ std::shared_ptr<CqQtWindows> q32QtWindows() {
 }
 
 bool q32QtCanPaint() {
-    constexpr int kLeastDepth = 15;
+    constexpr int kMinDepth = 15;
     const QScreen* screen = qobject_cast<QGuiApplication*>(QCoreApplication::instance())
                                 ? QGuiApplication::primaryScreen()
                                 : nullptr;
-    return screen && screen->depth() >= kLeastDepth;
+    return screen && screen->depth() >= kMinDepth;
 }

@@ -17,7 +17,7 @@ namespace {
 constexpr unsigned int kColors666 = 216;
 constexpr unsigned int kLevelStep = 51; ///< between the six levels of a component
 constexpr std::size_t kCurveBytes = 256;
-constexpr int kLeastStoredGamma = 1;
+constexpr int kMinStoredGamma = 1;
 constexpr int kMaxStoredGamma = 799;
 
 /// Creates a palette of 216 entries, whatever their colours. False when the screen refuses.
@@ -116,7 +116,7 @@ bool CqDisplayProperty::fnReadSettings() {
     }
     if (const std::optional<int> value = read(q32::STRING_KEY_GAMMA_VAL))
         fnSetGammaValue(
-            static_cast<unsigned int>(std::clamp(*value, kLeastStoredGamma, kMaxStoredGamma)));
+            static_cast<unsigned int>(std::clamp(*value, kMinStoredGamma, kMaxStoredGamma)));
     return true;
 }
 

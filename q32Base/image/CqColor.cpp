@@ -34,7 +34,7 @@ constexpr VideoLimits kPal = {2.8,
                               {-0.1473, -0.2891, 0.4364},
                               {0.6149, -0.5145, -0.1004}};
 
-double fnWeigh(const double (&weights)[3], double r, double g, double b) {
+double fnDot(const double (&weights)[3], double r, double g, double b) {
     return weights[0] * r + weights[1] * g + weights[2] * b;
 }
 
@@ -85,9 +85,9 @@ bool CqColor::fnEnsureVideoSafe(VIDEO_TYPE type) {
     const double er = std::pow(r, encode);
     const double eg = std::pow(g, encode);
     const double eb = std::pow(b, encode);
-    const double luma = fnWeigh(limits.m_dLuma, er, eg, eb);
-    const double chroma1 = fnWeigh(limits.m_dChroma1, er, eg, eb);
-    const double chroma2 = fnWeigh(limits.m_dChroma2, er, eg, eb);
+    const double luma = fnDot(limits.m_dLuma, er, eg, eb);
+    const double chroma1 = fnDot(limits.m_dChroma1, er, eg, eb);
+    const double chroma2 = fnDot(limits.m_dChroma2, er, eg, eb);
     const double squared = chroma1 * chroma1 + chroma2 * chroma2;
     const double room = limits.m_dComposite - luma;
     if (!fnExceeds(squared, limits.m_dChroma * limits.m_dChroma) &&

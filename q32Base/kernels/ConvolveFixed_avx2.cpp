@@ -84,7 +84,8 @@ struct Divider {
 };
 
 /// `count` is 32 or more.
-void fnWeigh(const Pairs& pairs, const ContribList& list, std::uint8_t* target, std::size_t count) {
+void fnConvolve(const Pairs& pairs, const ContribList& list, std::uint8_t* target,
+                std::size_t count) {
     const Divider divide(list);
     for (std::size_t i = 0; i < count; i += 32) {
         if (i + 32 > count)
@@ -99,7 +100,7 @@ void fnConvolveRowsFixed(const std::uint8_t* const* rows, const ContribList& lis
         scalar::fnConvolveRowsFixed(rows, list, target, count);
         return;
     }
-    fnWeigh(Pairs(list, [rows](std::int32_t k) { return rows[k]; }), list, target, count);
+    fnConvolve(Pairs(list, [rows](std::int32_t k) { return rows[k]; }), list, target, count);
 }
 
 void fnConvolveLanesFixed(const std::uint8_t* lanes, std::int32_t first, const ContribList& list,
@@ -108,7 +109,7 @@ void fnConvolveLanesFixed(const std::uint8_t* lanes, std::int32_t first, const C
     const auto addressOf = [&](std::int32_t k) {
         return lanes + static_cast<std::size_t>(list.m_pEntries[k].m_nPixel - first) * stride;
     };
-    fnWeigh(Pairs(list, addressOf), list, target, stride);
+    fnConvolve(Pairs(list, addressOf), list, target, stride);
 }
 
 } // namespace

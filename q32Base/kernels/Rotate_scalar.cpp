@@ -53,7 +53,7 @@ void fnBilinear(const RotateSource& source, std::uint8_t* target, double sx, dou
 using Sample = void (*)(const RotateSource&, std::uint8_t*, double, double);
 
 template <std::size_t kBytes, Sample kSample>
-void fnTurn(const RotateSource& source, const RotateRows& rows, std::size_t count) {
+void fnRotateRow(const RotateSource& source, const RotateRows& rows, std::size_t count) {
     for (std::size_t r = 0; r < kRotateRows; ++r) {
         double sx = rows.m_dX[r];
         double sy = rows.m_dY[r];
@@ -69,10 +69,10 @@ void fnTurn(const RotateSource& source, const RotateRows& rows, std::size_t coun
 } // namespace scalar
 
 void fnUseScalarRotate(Kernels& table) {
-    table.fnRotateNearest8 = scalar::fnTurn<1, scalar::fnNearest<1>>;
-    table.fnRotateNearest32 = scalar::fnTurn<4, scalar::fnNearest<4>>;
-    table.fnRotateBilinear8 = scalar::fnTurn<1, scalar::fnBilinear<1>>;
-    table.fnRotateBilinear32 = scalar::fnTurn<4, scalar::fnBilinear<4>>;
+    table.fnRotateNearest8 = scalar::fnRotateRow<1, scalar::fnNearest<1>>;
+    table.fnRotateNearest32 = scalar::fnRotateRow<4, scalar::fnNearest<4>>;
+    table.fnRotateBilinear8 = scalar::fnRotateRow<1, scalar::fnBilinear<1>>;
+    table.fnRotateBilinear32 = scalar::fnRotateRow<4, scalar::fnBilinear<4>>;
 }
 
 } // namespace q32

@@ -139,9 +139,9 @@ std::uint32_t CqTileMap::fnCutPaletteCount(std::uint32_t first, std::uint32_t co
 
 int CqTileMap::fnFindColor(std::uint8_t red, std::uint8_t green, std::uint8_t blue) const {
     const auto shown = std::bit_cast<std::uint32_t>(RGBQUAD{255, 255, 255, 0});
-    const auto wanted = std::bit_cast<std::uint32_t>(RGBQUAD{blue, green, red, 0});
+    const auto color = std::bit_cast<std::uint32_t>(RGBQUAD{blue, green, red, 0});
     const auto matches = [&](std::uint32_t i) {
-        return (std::bit_cast<std::uint32_t>(Palette[i]) & shown) == wanted;
+        return (std::bit_cast<std::uint32_t>(Palette[i]) & shown) == color;
     };
     // In groups without a branch per entry, so that several are compared at once; then one by one.
     constexpr std::uint32_t kTogether = 16;

@@ -98,7 +98,7 @@ int fnRadixBits(const ContribList& list, double denominator) {
 /// sum deviates from that by less than n 2^-45 for its additions and 2^-44 for its products, and p
 /// d by less than 255 n 2^-53: together below 0.08 kFilterDust. So p d decides; only where it is
 /// that close to kFilterDust does the sum itself.
-std::int16_t fnFlatMost(const ContribList& list, double sum) {
+std::int16_t fnFindFlatMax(const ContribList& list, double sum) {
     constexpr std::int32_t kMaxEntries = 100;
     const double lacking = 1.0 - sum;
     if (list.m_nCount > kMaxEntries || !(std::fabs(lacking) < 1e-3))
@@ -202,7 +202,7 @@ void fnSetApproximateWeights(ContribList& list) {
     }
     list.m_fBias = static_cast<float>(band);
     list.m_fErrorBound = 2.0F * list.m_fBias;
-    list.m_nFlatMax = fnFlatMost(list, sum);
+    list.m_nFlatMax = fnFindFlatMax(list, sum);
 }
 
 ContribTable::ContribTable(double scale, std::uint32_t dstCount, std::uint32_t srcCount)

@@ -10,12 +10,12 @@ constexpr std::uint32_t kCellHeight = CqTileMap::kMaxTileSize;
 constexpr std::uint32_t kAheadBytes = 4u << 20; ///< enough for a disk to work on
 
 /// Merges contiguous bytes into one piece of advice.
-class ToldRange {
+class AdvisedRange {
 public:
-    explicit ToldRange(CQ_VIEW_ADVICE advice) : m_Advice(advice) {}
-    ~ToldRange() { fnTell(); }
-    ToldRange(const ToldRange&) = delete;
-    ToldRange& operator=(const ToldRange&) = delete;
+    explicit AdvisedRange(CQ_VIEW_ADVICE advice) : m_Advice(advice) {}
+    ~AdvisedRange() { fnTell(); }
+    AdvisedRange(const AdvisedRange&) = delete;
+    AdvisedRange& operator=(const AdvisedRange&) = delete;
 
     void fnAdd(unsigned char* begin, unsigned char* end) {
         if (begin != m_pEnd) {
@@ -80,7 +80,7 @@ void PageWalk::fnGoOn(std::uint32_t first, std::uint32_t last) {
 }
 
 void PageWalk::fnTell(CQ_VIEW_ADVICE advice, std::uint32_t first, std::uint32_t end) const {
-    ToldRange told(advice);
+    AdvisedRange advised(advice);
     for (; first < end; ++first) {
         std::uint32_t column = m_Order.columns ? first / m_nDown : first % m_nAcross;
         std::uint32_t row = m_Order.columns ? first % m_nDown : first / m_nAcross;
@@ -94,8 +94,8 @@ void PageWalk::fnTell(CQ_VIEW_ADVICE advice, std::uint32_t first, std::uint32_t 
         const std::uint32_t right = std::min(m_Area.fnWidth() - x, m_nCellWidth) + x;
         for (std::uint32_t runEnd; x < right; x = runEnd) {
             runEnd = std::min(m_Area.fnRunEnd(x), right);
-            told.fnAdd(m_Area.fnAt(x, y),
-                       m_Area.fnAt(runEnd - 1, bottom - 1) + m_Area.fnBytesPerPixel());
+            advised.fnAdd(m_Area.fnAt(x, y),
+                          m_Area.fnAt(runEnd - 1, bottom - 1) + m_Area.fnBytesPerPixel());
         }
     }
 }

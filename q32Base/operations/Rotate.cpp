@@ -29,15 +29,15 @@ bool fnIsNear(double a, double value) {
     return std::fabs(a - value) < q32::kEpsilon;
 }
 
-struct TurnedSize {
+struct RotatedSize {
     std::int64_t width;
     std::int64_t height;
 };
 
 /// The size of the picture rotated about its pivot, with a margin. The box starts at the smallest
 /// positive number, deliberately: one that lies completely on the negative side is measured from 0.
-TurnedSize fnBoundingBox(const CqTileMap& map, const CPoint& center, double s, double c,
-                         bool antiAlias) {
+RotatedSize fnBoundingBox(const CqTileMap& map, const CPoint& center, double s, double c,
+                          bool antiAlias) {
     CqRect2D area(0.0, 0.0, map.Width - 1.0, map.Height - 1.0);
     area.fnOffsetRect(-static_cast<double>(center.x), -static_cast<double>(center.y));
     const CqPoint2D corners[] = {{area.m_Left, area.m_Top},
@@ -45,8 +45,8 @@ TurnedSize fnBoundingBox(const CqTileMap& map, const CPoint& center, double s, d
                                  {area.m_Right, area.m_Bottom},
                                  {area.m_Left, area.m_Bottom}};
     constexpr double kMax = std::numeric_limits<double>::max();
-    constexpr double kLeast = std::numeric_limits<double>::min();
-    CqRect2D box(kMax, kMax, kLeast, kLeast);
+    constexpr double kMin = std::numeric_limits<double>::min();
+    CqRect2D box(kMax, kMax, kMin, kMin);
     for (const CqPoint2D& corner : corners) {
         const double x = corner.m_X * c - corner.m_Y * s;
         const double y = corner.m_Y * c + corner.m_X * s;
@@ -66,7 +66,7 @@ TurnedSize fnBoundingBox(const CqTileMap& map, const CPoint& center, double s, d
 }
 
 /// Raises the memory exception for a size that no image can have.
-std::unique_ptr<CqTileMap> fnNewMap(const CqTileMap& map, const TurnedSize& size) {
+std::unique_ptr<CqTileMap> fnNewMap(const CqTileMap& map, const RotatedSize& size) {
     constexpr std::int64_t kMax = 0xFFFFFFFF;
     if (size.width > kMax || size.height > kMax)
         AfxThrowMemoryException();
@@ -97,7 +97,7 @@ void CqImage::fnRotate(double angle, const CqColor& background, CPoint* center, 
     if (right == 90.0 || right == 270.0) {
         target = fnNewMap(*TileMap, {Height, Width});
     } else if (right != 180.0) {
-        const TurnedSize size = fnBoundingBox(*TileMap, pivot, s, c, antiAlias);
+        const RotatedSize size = fnBoundingBox(*TileMap, pivot, s, c, antiAlias);
         target = fnNewMap(*TileMap, size);
         newCenter = {static_cast<LONG>(size.width / 2), static_cast<LONG>(size.height / 2)};
     }

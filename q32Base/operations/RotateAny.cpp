@@ -21,17 +21,17 @@ namespace {
 /// pixels are widened there to the four bytes of 32-bit ones.
 class AnyRotation {
 public:
-    AnyRotation(const CqTileMap& source, const AnyTurn& turn)
-        : m_Source(source), m_Turn(turn), m_nBytes(source.BitCount == 8 ? 1 : 4),
+    AnyRotation(const CqTileMap& source, const Rotation& rotation)
+        : m_Source(source), m_Rotation(rotation), m_nBytes(source.BitCount == 8 ? 1 : 4),
           m_bWiden(source.BitCount == 24),
           m_pPlace(fnNewArray<unsigned char>(std::size_t{kSide} * kSide * m_nBytes + kSlack)),
           m_pRows(fnNewArray<unsigned char>(kRotateRows * kTileRow)) {
         const Kernels& kernels = fnKernels();
         m_fnRotate = m_nBytes == 1
-                         ? turn.antiAlias ? kernels.fnRotateBilinear8 : kernels.fnRotateNearest8
-                     : turn.antiAlias ? kernels.fnRotateBilinear32
-                                      : kernels.fnRotateNearest32;
-        const CqColor& color = turn.background;
+                         ? rotation.antiAlias ? kernels.fnRotateBilinear8 : kernels.fnRotateNearest8
+                     : rotation.antiAlias ? kernels.fnRotateBilinear32
+                                          : kernels.fnRotateNearest32;
+        const CqColor& color = rotation.background;
         m_Background = {color.m_Alpha, color.m_Red, color.m_Green, color.m_Blue};
         if (m_nBytes == 1)
             m_Background[0] = fnPaletteIndex(source, color);
@@ -39,12 +39,12 @@ public:
     }
 
     void fnRotateTile(const CqImageTile& tile) const {
-        const double c = m_Turn.cosine;
-        const double s = m_Turn.sine;
-        const double dx = static_cast<double>(tile.Left) - m_Turn.newCenter.x;
-        const double dy = static_cast<double>(tile.Top) - m_Turn.newCenter.y;
-        double rowX = dx * c + dy * s + m_Turn.center.x;
-        double rowY = dy * c - dx * s + m_Turn.center.y;
+        const double c = m_Rotation.cosine;
+        const double s = m_Rotation.sine;
+        const double dx = static_cast<double>(tile.Left) - m_Rotation.newCenter.x;
+        const double dy = static_cast<double>(tile.Top) - m_Rotation.newCenter.y;
+        double rowX = dx * c + dy * s + m_Rotation.center.x;
+        double rowY = dy * c - dx * s + m_Rotation.center.y;
         const double right = c * (tile.Width - 1);
         const double down = s * (tile.Height - 1);
         const Range x = fnRangeOf(rowX, right, down);
@@ -141,7 +141,7 @@ private:
     }
 
     PixelArea m_Source;
-    const AnyTurn& m_Turn;
+    const Rotation& m_Rotation;
     std::size_t m_nBytes; ///< per pixel in the buffer
     bool m_bWiden;
     std::unique_ptr<unsigned char[]> m_pPlace;
@@ -152,11 +152,11 @@ private:
 
 } // namespace
 
-bool fnRotateAny(const CqTileMap& source, CqTileMap& target, const AnyTurn& turn,
+bool fnRotateAny(const CqTileMap& source, CqTileMap& target, const Rotation& rotation,
                  CqProgressDisplay* progress) {
     if (source.BitCount == 16)
         return true;
-    const AnyRotation rotation(source, turn);
+    const AnyRotation rotation(source, rotation);
     const ProgressRun run(progress, target.TileCount);
     CqImageTile tile(false);
     for (std::uint32_t i = 0; i < target.TileCount; ++i) {

@@ -27,7 +27,7 @@ bool fnRotateQuarterRight(CqTileMap& source, CqTileMap& target, CPoint& center,
 bool fnRotateHalf(CqTileMap& map, CPoint& center, CqProgressDisplay* progress);
 
 /// The arguments of a rotation by any angle.
-struct AnyTurn {
+struct Rotation {
     double sine;
     double cosine;
     CPoint center;    ///< in the source
@@ -38,7 +38,7 @@ struct AnyTurn {
 
 /// Samples the source for every target pixel; at 16 bits nothing is written, deliberately. One
 /// report per target tile.
-bool fnRotateAny(const CqTileMap& source, CqTileMap& target, const AnyTurn& turn,
+bool fnRotateAny(const CqTileMap& source, CqTileMap& target, const Rotation& rotation,
                  CqProgressDisplay* progress);
 
 } // namespace q32

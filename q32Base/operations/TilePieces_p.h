@@ -49,16 +49,16 @@ void fnForEachPiecePair(const CqTileMap& from, const CRect& rect, const CqTileMa
                         LONG y, Visit visit) {
     const CRect place(CPoint(x, y), rect.Size());
     fnForEachPiece(to, place, [&](const TilePiece& whole) {
-        CRect wanted = whole.m_rect;
-        wanted.OffsetRect(rect.left - x, rect.top - y);
-        fnForEachPiece(from, wanted, [&](const TilePiece& source) {
+        CRect sourceRect = whole.m_rect;
+        sourceRect.OffsetRect(rect.left - x, rect.top - y);
+        fnForEachPiece(from, sourceRect, [&](const TilePiece& source) {
             TilePiece target = whole;
             target.m_rect = source.m_rect;
             target.m_rect.OffsetRect(x - rect.left, y - rect.top);
             target.m_pPixels +=
-                whole.m_nStride * static_cast<std::size_t>(source.m_rect.top - wanted.top) +
+                whole.m_nStride * static_cast<std::size_t>(source.m_rect.top - sourceRect.top) +
                 std::size_t{to.BytesPerPixel} *
-                    static_cast<std::size_t>(source.m_rect.left - wanted.left);
+                    static_cast<std::size_t>(source.m_rect.left - sourceRect.left);
             visit(source, target);
         });
     });

@@ -12,7 +12,7 @@ ContractBackEnd fnOnCard() {
                 made.m_pKeep = card;
                 made.m_Platform.m_pMixers = mixers;
                 made.m_Tick = [mixers] { mixers->fnPump(); };
-                made.m_Turn = [card](bool up) {
+                made.m_ChangeElsewhere = [card](bool up) {
                     LabCard turned = card->fnGet();
                     turned.m_nMaster[0] = turned.m_nMaster[1] = up ? 20 : 10;
                     card->fnTurn(turned);

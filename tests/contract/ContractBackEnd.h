@@ -40,7 +40,7 @@ struct ContractWorld {
     /// Lets a little time pass: playback continues, and events are handled.
     std::function<void()> m_Tick = [] {};
     /// Sets the volume from outside to one of two values, both different from the initial one.
-    std::function<void(bool up)> m_Turn = [](bool) {};
+    std::function<void(bool up)> m_ChangeElsewhere = [](bool) {};
     /// Makes a visible window with a client area of at least `ContractWindow::kWidth` by `kHeight`.
     std::function<std::unique_ptr<ContractWindow>()> m_MakeWindow;
     std::function<void(DWORD code)> m_SetLastError;

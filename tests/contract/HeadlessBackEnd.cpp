@@ -270,7 +270,7 @@ ContractBackEnd fnSounding() {
                     world->m_pWaveOut->fnWaitForReports();
                     world->m_pMixers->fnPump();
                 };
-                made.m_Turn = [world](bool up) {
+                made.m_ChangeElsewhere = [world](bool up) {
                     const std::uint32_t value = up ? 50000 : 20000;
                     world->m_pMixers->fnMove(0, CQ_MIXER_CONTROL::VOLUME, {value, value});
                 };

@@ -12,7 +12,7 @@ protected:
 
     void SetUp() override {
         ASSERT_GE(m_Mixers.fnGetCount(), 1u);
-        m_pMixer = m_Mixers.fnOpen(0, [this](std::uint32_t id) { m_Told.push_back(id); });
+        m_pMixer = m_Mixers.fnOpen(0, [this](std::uint32_t id) { m_Notified.push_back(id); });
         ASSERT_NE(m_pMixer, nullptr);
         ASSERT_TRUE(m_pMixer->fnFindSpeakerLine(m_Line));
         ASSERT_TRUE(m_pMixer->fnFindControl(m_Line.m_nLineId, CQ_MIXER_CONTROL::VOLUME, m_nVolume));
@@ -24,9 +24,11 @@ protected:
         Values values(count, 77777);
         return m_pMixer->fnGetValues(control, channels, values) ? values : Values();
     }
-    bool fnAwaitTold(std::uint32_t control) {
+    bool fnAwaitNotified(std::uint32_t control) {
         return fnAwait(
-            [&] { return std::find(m_Told.begin(), m_Told.end(), control) != m_Told.end(); },
+            [&] {
+                return std::find(m_Notified.begin(), m_Notified.end(), control) != m_Notified.end();
+            },
             m_World.m_Tick);
     }
 
@@ -35,7 +37,7 @@ protected:
     CqMixerLine m_Line;
     std::uint32_t m_nVolume = 0;
     std::uint32_t m_nMute = 0;
-    Values m_Told;
+    Values m_Notified;
 };
 
 TEST_P(MixerContract, ControlIdsAreNeverZeroAndDiffer) {
@@ -108,21 +110,21 @@ TEST_P(MixerContract, ThereIsNoMixerAfterTheLast) {
 }
 
 TEST_P(MixerContract, AnExternalChangeIsReported) {
-    m_World.m_Turn(true);
-    ASSERT_TRUE(fnAwaitTold(m_nVolume));
+    m_World.m_ChangeElsewhere(true);
+    ASSERT_TRUE(fnAwaitNotified(m_nVolume));
     const Values first = fnGet(m_nVolume, 2, 2);
-    m_Told.clear();
-    m_World.m_Turn(false);
-    ASSERT_TRUE(fnAwaitTold(m_nVolume));
+    m_Notified.clear();
+    m_World.m_ChangeElsewhere(false);
+    ASSERT_TRUE(fnAwaitNotified(m_nVolume));
     EXPECT_NE(fnGet(m_nVolume, 2, 2), first);
 }
 
 TEST_P(MixerContract, AnOwnChangeIsReportedButNotBeforeTheCallReturns) {
     ASSERT_TRUE(m_pMixer->fnSetValues(m_nVolume, 2, {12000, 34000}));
     ASSERT_TRUE(m_pMixer->fnSetValues(m_nMute, 1, {1}));
-    EXPECT_EQ(m_Told, Values());
-    EXPECT_TRUE(fnAwaitTold(m_nVolume));
-    EXPECT_TRUE(fnAwaitTold(m_nMute));
+    EXPECT_EQ(m_Notified, Values());
+    EXPECT_TRUE(fnAwaitNotified(m_nVolume));
+    EXPECT_TRUE(fnAwaitNotified(m_nMute));
 }
 
 TEST_P(MixerContract, TwoMixersBothReport) {
@@ -130,21 +132,21 @@ TEST_P(MixerContract, TwoMixersBothReport) {
     const auto second = m_Mixers.fnOpen(0, [&](std::uint32_t id) { other.push_back(id); });
     ASSERT_NE(second, nullptr);
     ASSERT_TRUE(m_pMixer->fnSetValues(m_nVolume, 2, {12000, 34000}));
-    EXPECT_TRUE(fnAwaitTold(m_nVolume));
+    EXPECT_TRUE(fnAwaitNotified(m_nVolume));
     EXPECT_TRUE(fnAwait([&] { return !other.empty(); }, m_World.m_Tick));
 }
 
 TEST_P(MixerContract, AReportMayCloseItsMixer) {
-    int told = 0;
+    int notified = 0;
     std::unique_ptr<CqMixer> mixer = m_Mixers.fnOpen(0, [&](std::uint32_t) {
-        ++told;
+        ++notified;
         mixer.reset();
     });
     ASSERT_TRUE(m_pMixer->fnSetValues(m_nVolume, 2, {12000, 34000}));
     ASSERT_TRUE(m_pMixer->fnSetValues(m_nMute, 1, {1}));
-    EXPECT_TRUE(fnAwaitTold(m_nVolume));
-    EXPECT_TRUE(fnAwaitTold(m_nMute));
-    EXPECT_TRUE(fnAwait([&] { return told == 1; }, m_World.m_Tick));
+    EXPECT_TRUE(fnAwaitNotified(m_nVolume));
+    EXPECT_TRUE(fnAwaitNotified(m_nMute));
+    EXPECT_TRUE(fnAwait([&] { return notified == 1; }, m_World.m_Tick));
     EXPECT_EQ(mixer, nullptr);
 }
 

@@ -27,7 +27,7 @@ ContractBackEnd fnOnServer() {
             made.m_Platform.m_pWaveOut = pulse.m_pWaveOut;
             made.m_Platform.m_pMixers = pulse.m_pMixers;
             made.m_Tick = [pulse] { pulse.m_pMixers->fnPump(); };
-            made.m_Turn = [](bool up) {
+            made.m_ChangeElsewhere = [](bool up) {
                 ServerForAll::s_pServer->fnControl({"set-sink-volume", "lab", up ? "75%" : "25%"});
             };
             return made;

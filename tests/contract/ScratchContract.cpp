@@ -61,9 +61,11 @@ TEST_P(ScratchContract, AdviceChangesNoByte) {
     constexpr std::uint32_t kSize = 5'000'001;
     Buffer buffer;
     ASSERT_NO_FATAL_FAILURE(fnBegin(kSize, buffer));
-    const auto wanted = [](std::uint32_t i) { return static_cast<std::uint8_t>(i * 31 + i / 997); };
+    const auto expected = [](std::uint32_t i) {
+        return static_cast<std::uint8_t>(i * 31 + i / 997);
+    };
     for (std::uint32_t i = 0; i < kSize; ++i)
-        buffer.m_pBytes[i] = wanted(i);
+        buffer.m_pBytes[i] = expected(i);
     constexpr CQ_VIEW_ADVICE kAll[] = {VIEW_READ_NEXT, VIEW_WRITE_NEXT, VIEW_DONE,
                                        VIEW_DONE,      VIEW_WRITE_NEXT, VIEW_READ_NEXT};
     constexpr std::uint32_t kParts[][2] = {{0, kSize},     {0, 0},    {kSize, 0},
@@ -72,7 +74,7 @@ TEST_P(ScratchContract, AdviceChangesNoByte) {
         for (const auto& [at, size] : kParts)
             m_Scratch.fnAdvise(advice, buffer.m_pBytes + at, size);
     std::uint32_t same = 0;
-    while (same < kSize && buffer.m_pBytes[same] == wanted(same))
+    while (same < kSize && buffer.m_pBytes[same] == expected(same))
         ++same;
     EXPECT_EQ(same, kSize);
     fnEnd(buffer);

@@ -16,7 +16,7 @@ protected:
         m_Header.dwBufferLength = static_cast<DWORD>(m_Samples.size());
         m_pDevice = m_Sound.fnOpen(kFormat, [this](WAVEHDR& header) {
             m_bOtherThread = std::this_thread::get_id() != m_Here;
-            m_pTold = &header;
+            m_pNotified = &header;
             ++m_nReports;
         });
     }
@@ -36,7 +36,7 @@ protected:
     WAVEHDR m_Header{};
     const std::thread::id m_Here = std::this_thread::get_id();
     std::atomic<bool> m_bOtherThread{false};
-    std::atomic<WAVEHDR*> m_pTold{nullptr};
+    std::atomic<WAVEHDR*> m_pNotified{nullptr};
     std::atomic<int> m_nReports{0};
     std::unique_ptr<CqWaveOut> m_pDevice;
 };
@@ -62,7 +62,7 @@ TEST_P(WaveOutContract, TheEndIsReportedOnceOnAnotherThread) {
     ASSERT_TRUE(fnStart());
     ASSERT_TRUE(fnAwaitReports(1));
     EXPECT_TRUE(m_bOtherThread);
-    EXPECT_EQ(m_pTold, &m_Header);
+    EXPECT_EQ(m_pNotified, &m_Header);
     EXPECT_TRUE(m_pDevice->fnReset());
     EXPECT_TRUE(m_pDevice->fnUnprepare(m_Header));
     m_pDevice.reset();

@@ -225,18 +225,18 @@ TEST_F(DarkroomWindow, AScratchPathIsMeasuredInBytes) {
 TEST_F(DarkroomWindow, ASecondPictureIsMergedWhereTheDialogSays) {
     const QString over = fnMakePicture("over.png", 60, 50);
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("under.png", 300, 200)));
-    CqImage wanted;
+    CqImage expected;
     CqImage laid;
-    q32ReadPicture(QFile::encodeName(fnPath("under.png")).constData(), wanted);
+    q32ReadPicture(QFile::encodeName(fnPath("under.png")).constData(), expected);
     q32ReadPicture(QFile::encodeName(over).constData(), laid);
-    wanted.fnCopyBlock(laid, nullptr, 40, 70);
+    expected.fnCopyBlock(laid, nullptr, 40, 70);
     fnInDialog([&](QDialog& dialog) {
         dialog.findChild<QSpinBox*>("x")->setValue(40);
         dialog.findChild<QSpinBox*>("y")->setValue(70);
         fnAccept(dialog);
     });
     m_pWindow->fnMerge(over);
-    EXPECT_EQ(fnBytesOf(m_pWindow->fnGetDocument().fnGetImage()), fnBytesOf(wanted));
+    EXPECT_EQ(fnBytesOf(m_pWindow->fnGetDocument().fnGetImage()), fnBytesOf(expected));
 }
 
 TEST_F(DarkroomWindow, ASecondPictureIsMergedByAKeyColorAndBySelection) {
@@ -261,14 +261,14 @@ TEST_F(DarkroomWindow, ASecondPictureIsMergedByAKeyColorAndBySelection) {
     const Bytes laid = fnBytesOf(over);
     for (const char* rule : {"All but a key color", "Inside the selection"}) {
         const bool byKey = rule[0] == 'A';
-        Bytes wanted = before;
+        Bytes expected = before;
         for (int y = 0; y < 50; ++y)
             for (int x = 0; x < 60; ++x) {
                 const bool shown = byKey ? (y * 60 + x) % 3 != 0
                                          : fnHas(document.fnGetSelection(), x + 40, y + 70);
                 if (shown)
                     std::copy_n(&laid[static_cast<std::size_t>(y * 60 + x) * 3], 3,
-                                &wanted[static_cast<std::size_t>((y + 70) * 300 + x + 40) * 3]);
+                                &expected[static_cast<std::size_t>((y + 70) * 300 + x + 40) * 3]);
             }
         fnInDialog([&](QDialog& dialog) {
             auto* const rules = dialog.findChild<QComboBox*>("rule");
@@ -282,7 +282,7 @@ TEST_F(DarkroomWindow, ASecondPictureIsMergedByAKeyColorAndBySelection) {
             fnAccept(dialog);
         });
         m_pWindow->fnMerge(path);
-        EXPECT_EQ(fnBytesOf(document.fnGetImage()), wanted) << rule;
+        EXPECT_EQ(fnBytesOf(document.fnGetImage()), expected) << rule;
         EXPECT_EQ(document.fnGetUndoName(), "Merge");
         fnDo("undo");
         EXPECT_EQ(fnBytesOf(document.fnGetImage()), before) << rule;
@@ -307,11 +307,11 @@ TEST_F(DarkroomWindow, ThePictureIsCroppedToTheSelectionThroughTheMenu) {
     fnDo("crop");
     CqImage& image = document.fnGetImage();
     ASSERT_EQ(CSize(static_cast<int>(image.Width), static_cast<int>(image.Height)), bound.Size());
-    Bytes wanted;
+    Bytes expected;
     for (LONG y = bound.top; y < bound.bottom; ++y)
-        wanted.insert(wanted.end(), before.begin() + (y * 300 + bound.left) * 3,
-                      before.begin() + (y * 300 + bound.right) * 3);
-    EXPECT_EQ(fnBytesOf(image), wanted);
+        expected.insert(expected.end(), before.begin() + (y * 300 + bound.left) * 3,
+                        before.begin() + (y * 300 + bound.right) * 3);
+    EXPECT_EQ(fnBytesOf(image), expected);
     EXPECT_FALSE(document.fnHasSelection());
     EXPECT_FALSE(fnAction("crop").isEnabled());
     EXPECT_TRUE(fnAction("undo").text().contains("Crop to Selection"));

@@ -134,12 +134,12 @@ TEST_F(DarkroomDocument, SavesByTheExtensionAndReadsTheSameBack) {
     Document document(5);
     ASSERT_TRUE(document.fnOpen(kPath, nullptr).fnIsDone());
     ASSERT_TRUE(fnBrighten(document, 25).fnIsDone());
-    const Bytes wanted = fnBytesOf(document.fnGetImage());
+    const Bytes expected = fnBytesOf(document.fnGetImage());
     for (const char* path : {"C:\\a.png", "C:\\a.tif", "C:\\a.bmp"}) {
         ASSERT_TRUE(document.fnSave(path, nullptr).fnIsDone()) << path;
         Document again(0);
         ASSERT_TRUE(again.fnOpen(path, nullptr).fnIsDone()) << path;
-        EXPECT_EQ(fnBytesOf(again.fnGetImage()), wanted) << path;
+        EXPECT_EQ(fnBytesOf(again.fnGetImage()), expected) << path;
     }
     EXPECT_EQ(document.fnSave("C:\\a.txt", nullptr).m_nMsgId, -102);
     EXPECT_EQ(document.fnGetPath(), "C:\\a.bmp");
@@ -342,12 +342,12 @@ TEST_F(DarkroomDocument, AShareOfALargeMemoryIsNotTruncated) {
 
 TEST_F(DarkroomDocument, NotifiesItsListenerOfEachChange) {
     Document document(5);
-    int told = 0;
-    document.fnSetListener([&] { ++told; });
+    int notified = 0;
+    document.fnSetListener([&] { ++notified; });
     const auto changes = [&](auto&& work) {
-        told = 0;
+        notified = 0;
         work();
-        return told > 0;
+        return notified > 0;
     };
     EXPECT_TRUE(changes([&] { document.fnOpen(kPath, nullptr); }));
     EXPECT_TRUE(changes([&] { fnBrighten(document, 10); }));

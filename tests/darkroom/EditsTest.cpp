@@ -175,8 +175,8 @@ TEST_F(DarkroomEdits, APictureOfSixteenBitsDefaultsToNearestNeighbourResizing) {
     for (const unsigned int bits : kDepths) {
         Document document(5);
         fnOpenNoise(document, bits);
-        const Values wanted = {300, 170, bits == 16 ? 0 : 1};
-        EXPECT_EQ(fnFindOperation("resize")->fnGetStart(document.fnGetImage()), wanted) << bits;
+        const Values expected = {300, 170, bits == 16 ? 0 : 1};
+        EXPECT_EQ(fnFindOperation("resize")->fnGetStart(document.fnGetImage()), expected) << bits;
     }
 }
 
@@ -186,12 +186,12 @@ TEST_F(DarkroomEdits, AConversionByBandsHasTheBytesOfTheLibrarysOwn) {
             for (const unsigned int height : {1u, 256u, 257u, 700u}) {
                 CqImage image;
                 fnFillNoise(image, 67, height, from, height);
-                CqImage wanted;
-                ASSERT_TRUE(darkroom::fnCopyPicture(image, wanted, nullptr));
-                wanted.fnConvert(to, false, nullptr);
+                CqImage expected;
+                ASSERT_TRUE(darkroom::fnCopyPicture(image, expected, nullptr));
+                expected.fnConvert(to, false, nullptr);
                 ASSERT_TRUE(darkroom::fnConvertPicture(image, to, nullptr));
                 EXPECT_EQ(image.BitCount, to);
-                EXPECT_EQ(fnBytesOf(image), fnBytesOf(wanted)) << from << " to " << to;
+                EXPECT_EQ(fnBytesOf(image), fnBytesOf(expected)) << from << " to " << to;
             }
 }
 
@@ -199,26 +199,26 @@ TEST_F(DarkroomEdits, OperationsThatTheLibraryRunsAtOnceReportAndAbortBandByBand
     using Work = std::function<bool(CqImage&, CqProgressDisplay*)>;
     const std::vector<CqPoint2D> outline = {{0, 0}, {60, 0}, {60, 699}};
     const Work works[] = {
-        [](CqImage& image, CqProgressDisplay* told) {
-            return darkroom::fnFillPicture(image, CqColor(1, 2, 3, 255), told);
+        [](CqImage& image, CqProgressDisplay* bar) {
+            return darkroom::fnFillPicture(image, CqColor(1, 2, 3, 255), bar);
         },
-        [](CqImage& image, CqProgressDisplay* told) {
-            return darkroom::fnConvertPicture(image, 32, told);
+        [](CqImage& image, CqProgressDisplay* bar) {
+            return darkroom::fnConvertPicture(image, 32, bar);
         },
-        [](CqImage& image, CqProgressDisplay* told) {
+        [](CqImage& image, CqProgressDisplay* bar) {
             CqImage over;
             fnFillNoise(over, 60, 690, 32, 5);
             return darkroom::fnMergePicture(
-                image, over, {darkroom::MergeRule::ALPHA, CqColor(), 0, 0}, nullptr, told);
+                image, over, {darkroom::MergeRule::ALPHA, CqColor(), 0, 0}, nullptr, bar);
         },
-        [](CqImage& image, CqProgressDisplay* told) {
+        [](CqImage& image, CqProgressDisplay* bar) {
             CqImage pattern;
             fnFillNoise(pattern, 20, 650, 24, 6);
-            return darkroom::fnFillPattern(image, pattern, CPoint(7, 9), told);
+            return darkroom::fnFillPattern(image, pattern, CPoint(7, 9), bar);
         },
-        [&](CqImage&, CqProgressDisplay* told) {
+        [&](CqImage&, CqProgressDisplay* bar) {
             CqMask mask;
-            return darkroom::fnMakeShapeMask(outline, 67, 700, mask, told);
+            return darkroom::fnMakeShapeMask(outline, 67, 700, mask, bar);
         },
     };
     for (std::size_t i = 0; i < std::size(works); ++i) {
@@ -267,13 +267,13 @@ TEST_F(DarkroomEdits, SofteningAndSharpeningAverageTheNineNeighbours) {
     for (const int amount : {100, 50, 1, 0, -50, -100}) {
         CqImage image;
         fnFillNoise(image, 133, 40, 24, 3);
-        const Bytes wanted = fnSoftenPlainly(image, amount);
+        const Bytes expected = fnSoftenPlainly(image, amount);
         darkroom::fnSoften(image, amount, nullptr);
         const Bytes got = fnBytesOf(image);
-        ASSERT_EQ(got.size(), wanted.size());
+        ASSERT_EQ(got.size(), expected.size());
         int different = 0;
         for (std::size_t i = 0; i < got.size(); ++i)
-            different += std::abs(got[i] - wanted[i]) > 0 ? 1 : 0;
+            different += std::abs(got[i] - expected[i]) > 0 ? 1 : 0;
         EXPECT_EQ(different, 0) << amount;
     }
 }
@@ -309,9 +309,9 @@ TEST_F(DarkroomEdits, APatternIsTiledFromTheCornerOfTheFilledRectangle) {
                         // Far enough to the left and top that nothing is below 0.
                         const int tileX = (x - part.left - corner.x + 1300) % 13;
                         const int tileY = (y - part.top - corner.y + 1000 * height) % height;
-                        const CqColor wanted =
+                        const CqColor expected =
                             inside ? colors.fnGetPixelColor(tileX, tileY) : CqColor(9, 9, 9, 255);
-                        ASSERT_EQ(image.fnGetPixelColor(x, y), wanted)
+                        ASSERT_EQ(image.fnGetPixelColor(x, y), expected)
                             << x << ", " << y << " from " << bits << " bits";
                     }
                 document.fnUndo();
@@ -326,7 +326,7 @@ TEST_F(DarkroomEdits, AMergedPictureIsClippedWhereItSticksOut) {
         CqImage over;
         fnFillNoise(image, 300, 170, 24, 1);
         fnFillNoise(over, 90, 60, 24, 2);
-        Bytes wanted = fnBytesOf(image);
+        Bytes expected = fnBytesOf(image);
         const Bytes laid = fnBytesOf(over);
         const CqColor key = over.fnGetPixelColor(30, 30);
         for (int row = 0; row < 60; ++row)
@@ -337,12 +337,12 @@ TEST_F(DarkroomEdits, AMergedPictureIsClippedWhereItSticksOut) {
                 if (tx < 0 || ty < 0 || tx >= 300 || ty >= 170 || isKey)
                     continue;
                 for (int channel = 0; channel < 3; ++channel)
-                    wanted[static_cast<std::size_t>((ty * 300 + tx) * 3 + channel)] =
+                    expected[static_cast<std::size_t>((ty * 300 + tx) * 3 + channel)] =
                         laid[static_cast<std::size_t>((row * 90 + column) * 3 + channel)];
             }
         const darkroom::MergePlan plan{darkroom::MergeRule::KEY, key, x, y};
         darkroom::fnMergePicture(image, over, plan, nullptr, nullptr);
-        EXPECT_EQ(fnBytesOf(image), wanted) << x << ", " << y;
+        EXPECT_EQ(fnBytesOf(image), expected) << x << ", " << y;
     }
 }
 
@@ -351,14 +351,14 @@ TEST_F(DarkroomEdits, APictureWithAlphaShowsWhereItIsOpaque) {
     CqImage over;
     fnFillNoise(image, 100, 100, 24, 1);
     fnFillNoise(over, 100, 100, 32, 2);
-    Bytes wanted = fnBytesOf(image);
+    Bytes expected = fnBytesOf(image);
     const Bytes laid = fnBytesOf(over);
     for (std::size_t i = 0; i < 10000; ++i)
         if (laid[4 * i] >= darkroom::kOpaqueFrom)
-            std::copy_n(&laid[4 * i + 1], 3, &wanted[3 * i]);
+            std::copy_n(&laid[4 * i + 1], 3, &expected[3 * i]);
     darkroom::fnMergePicture(image, over, {darkroom::MergeRule::ALPHA, CqColor(), 0, 0}, nullptr,
                              nullptr);
-    EXPECT_EQ(fnBytesOf(image), wanted);
+    EXPECT_EQ(fnBytesOf(image), expected);
 }
 
 TEST_F(DarkroomEdits, AFillIsOpaqueAndFillsTheSelectionAlone) {
@@ -369,7 +369,7 @@ TEST_F(DarkroomEdits, AFillIsOpaqueAndFillsTheSelectionAlone) {
     EXPECT_EQ(clear.fnGetImage().fnGetPixelColor(299, 169), CqColor(10, 20, 30, 255));
     Document document(1);
     fnOpenNoise(document, 24);
-    Bytes wanted = fnBytesOf(document.fnGetImage());
+    Bytes expected = fnBytesOf(document.fnGetImage());
     const std::vector<CqPoint2D> corners = {{20, 30}, {150, 140}};
     ASSERT_TRUE(document
                     .fnSelectShape(darkroom::ShapeKind::ELLIPSE, corners,
@@ -378,10 +378,10 @@ TEST_F(DarkroomEdits, AFillIsOpaqueAndFillsTheSelectionAlone) {
     for (int y = 0; y < 170; ++y)
         for (int x = 0; x < 300; ++x)
             for (int channel = 0; channel < 3 && fnHas(document.fnGetSelection(), x, y); ++channel)
-                wanted[static_cast<std::size_t>((y * 300 + x) * 3 + channel)] =
+                expected[static_cast<std::size_t>((y * 300 + x) * 3 + channel)] =
                     static_cast<unsigned char>(10 * (channel + 1));
     ASSERT_TRUE(document.fnApply(darkroom::fnGetFillOperation(), {kColor}, nullptr).fnIsDone());
-    EXPECT_EQ(fnBytesOf(document.fnGetImage()), wanted);
+    EXPECT_EQ(fnBytesOf(document.fnGetImage()), expected);
     EXPECT_EQ(document.fnGetUndoName(), "Fill with Color");
 }
 

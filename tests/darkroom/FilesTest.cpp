@@ -183,9 +183,9 @@ TEST_F(DarkroomFiles, ADropAsksAboutChanges) {
 TEST_F(DarkroomFiles, AFileDroppedJustBeforeADialogIsReported) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("shown.png", 60, 40)));
     EXPECT_TRUE(fnDropFiles({fnMakePicture("dropped.png", 30, 20)})->isAccepted());
-    const auto told = [&] { return m_pWindow->statusBar()->currentMessage(); };
+    const auto message = [&] { return m_pWindow->statusBar()->currentMessage(); };
     fnDo("hue", [&](QDialog& dialog) {
-        EXPECT_TRUE(fnWaitFor([&] { return told().contains("dropped.png"); }));
+        EXPECT_TRUE(fnWaitFor([&] { return message().contains("dropped.png"); }));
         dialog.reject();
     });
     EXPECT_TRUE(fnStartsWith("shown.png")) << "the dialog was about this one";
@@ -271,18 +271,18 @@ TEST_F(DarkroomFiles, ReplacingAFileIsConfirmedForItsFullName) {
 }
 
 TEST_F(DarkroomFiles, TheLastEightFilesAreKeptNewestFirst) {
-    QStringList wanted;
+    QStringList expected;
     for (const char* name : {"0.bmp", "1.bmp", "2.bmp", "3.bmp", "4.bmp", "5.bmp", "6.bmp", "7.bmp",
                              "8.bmp", "9.bmp", "4.bmp"}) {
         ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture(name, 30, 20)));
-        wanted.removeAll(name);
-        wanted.prepend(name);
+        expected.removeAll(name);
+        expected.prepend(name);
     }
     fnRestart();
     QStringList shown;
     for (const QAction* action : fnRecent())
         shown << action->text();
-    EXPECT_EQ(shown, wanted.mid(0, 8));
+    EXPECT_EQ(shown, expected.mid(0, 8));
     fnRecent().back()->trigger();
     EXPECT_TRUE(fnWaitFor([&] { return fnStartsWith("2.bmp"); }));
     EXPECT_EQ(fnRecent().front()->text(), "2.bmp");

@@ -80,13 +80,13 @@ TEST_F(DarkroomWindow, OpensEditsUndoesAbortsSavesAndReopens) {
     EXPECT_FALSE(m_pWindow->isWindowModified());
     ASSERT_TRUE(m_pWindow->fnOpen(target));
 
-    CqImage wanted;
-    ASSERT_TRUE(q32ReadPicture(QFile::encodeName(source).constData(), wanted).fnIsDone());
-    wanted.fnBrightContrast(30, -10, false, nullptr);
-    wanted.fnRotate(90, CqColor(), nullptr, false, nullptr);
-    fnFindOperation("sharpen")->m_pRun(wanted, darkroom::Values{50}, nullptr);
+    CqImage expected;
+    ASSERT_TRUE(q32ReadPicture(QFile::encodeName(source).constData(), expected).fnIsDone());
+    expected.fnBrightContrast(30, -10, false, nullptr);
+    expected.fnRotate(90, CqColor(), nullptr, false, nullptr);
+    fnFindOperation("sharpen")->m_pRun(expected, darkroom::Values{50}, nullptr);
     EXPECT_EQ(m_pWindow->fnGetDocument().fnGetImage().Width, 2200u);
-    EXPECT_EQ(fnBytesOf(m_pWindow->fnGetDocument().fnGetImage()), fnBytesOf(wanted));
+    EXPECT_EQ(fnBytesOf(m_pWindow->fnGetDocument().fnGetImage()), fnBytesOf(expected));
     fnKeepPicture(*m_pWindow, "darkroom");
 }
 
@@ -168,9 +168,9 @@ TEST_F(DarkroomWindow, WheelAndKeysZoomAndTheMouseMovesThePicture) {
     fnDrag(place, place - QPoint(30, 20));
     // The picture is placed at integer screen pixels.
     const QPointF moved = view.fnToImage(place) - before;
-    const QPointF wanted = QPointF(30, 20) * view.devicePixelRatioF();
-    EXPECT_NEAR(moved.x(), wanted.x(), 0.5);
-    EXPECT_NEAR(moved.y(), wanted.y(), 0.5);
+    const QPointF expected = QPointF(30, 20) * view.devicePixelRatioF();
+    EXPECT_NEAR(moved.x(), expected.x(), 0.5);
+    EXPECT_NEAR(moved.y(), expected.y(), 0.5);
 }
 
 TEST_F(DarkroomWindow, TheViewIsRedrawnOnlyForAnotherPicture) {

@@ -111,11 +111,11 @@ TEST_F(DarkroomSelectedEdits, ACropKeepsTheRectangleOfTheSelection) {
         CqImage& image = document.fnGetImage();
         ASSERT_EQ(CSize(static_cast<int>(image.Width), static_cast<int>(image.Height)),
                   rect.Size());
-        Bytes wanted;
+        Bytes expected;
         for (LONG y = rect.top; y < rect.bottom; ++y)
-            wanted.insert(wanted.end(), before.begin() + (y * 70 + rect.left) * 3,
-                          before.begin() + (y * 70 + rect.right) * 3);
-        EXPECT_EQ(fnBytesOf(image), wanted);
+            expected.insert(expected.end(), before.begin() + (y * 70 + rect.left) * 3,
+                            before.begin() + (y * 70 + rect.right) * 3);
+        EXPECT_EQ(fnBytesOf(image), expected);
         EXPECT_EQ(image.DpiX, 300);
         EXPECT_FALSE(document.fnHasSelection()) << "it would lie on other pixels";
         EXPECT_EQ(document.fnGetUndoName(), "Crop to Selection");
@@ -123,7 +123,7 @@ TEST_F(DarkroomSelectedEdits, ACropKeepsTheRectangleOfTheSelection) {
         EXPECT_EQ(fnBytesOf(image), before);
         EXPECT_EQ(image.Width, 70u);
         document.fnRedo();
-        EXPECT_EQ(fnBytesOf(image), wanted);
+        EXPECT_EQ(fnBytesOf(image), expected);
     }
 }
 
@@ -194,7 +194,7 @@ TEST_F(DarkroomSelectedEdits, LinesAndCurvesAreClippedToTheSelection) {
                     document.fnSelectShape(ShapeKind::ELLIPSE, corners, Combine::REPLACE, nullptr)
                         .fnIsDone());
             }
-            Bytes wanted = fnBytesOf(document.fnGetImage());
+            Bytes expected = fnBytesOf(document.fnGetImage());
             const Bytes all = fnBytesOf(drawn);
             int kept = 0;
             for (int y = 0; y < 170; ++y)
@@ -202,13 +202,13 @@ TEST_F(DarkroomSelectedEdits, LinesAndCurvesAreClippedToTheSelection) {
                     const auto at = static_cast<std::size_t>((y * 300 + x) * 3);
                     if (selected && !fnHas(document.fnGetSelection(), x, y))
                         continue;
-                    kept += !std::equal(&wanted[at], &wanted[at] + 3, &all[at]);
-                    std::copy_n(&all[at], 3, &wanted[at]);
+                    kept += !std::equal(&expected[at], &expected[at] + 3, &all[at]);
+                    std::copy_n(&all[at], 3, &expected[at]);
                 }
             EXPECT_GT(kept, 30) << "some of it is inside";
-            EXPECT_EQ(wanted != all, selected) << "and some is not";
+            EXPECT_EQ(expected != all, selected) << "and some is not";
             ASSERT_TRUE(document.fnDraw(path, red, nullptr).fnIsDone());
-            EXPECT_TRUE(fnBytesOf(document.fnGetImage()) == wanted) << path.size() << selected;
+            EXPECT_TRUE(fnBytesOf(document.fnGetImage()) == expected) << path.size() << selected;
             EXPECT_EQ(document.fnGetUndoName(), path.size() == 2 ? "Line" : "Curve");
             EXPECT_EQ(document.fnHasSelection(), selected);
         }

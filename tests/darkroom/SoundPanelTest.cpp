@@ -140,7 +140,7 @@ TEST_F(DarkroomSound, AnExternalChangeReachesTheSlidersThroughTheMixersDescripto
         const int pumps = m_nPumps;
         ASSERT_TRUE(mixers.fnMove(0, CQ_MIXER_CONTROL::VOLUME, {level, level}));
         QCoreApplication::processEvents();
-        EXPECT_EQ(volume.value(), before) << "nobody has told the window yet";
+        EXPECT_EQ(volume.value(), before) << "the window has not been notified yet";
         fnTellMixers();
         EXPECT_TRUE(fnWaitFor([&] { return volume.value() == static_cast<int>(level >> 8); }));
         QCoreApplication::processEvents();

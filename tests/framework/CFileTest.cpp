@@ -164,7 +164,7 @@ TEST(CFile, CloseReportsAFailedWriteAndTheDestructorDoesNot) {
         CFile file("a.txt", CFile::modeCreate | CFile::modeWrite);
         file.Write("full", 4);
         EXPECT_EQ(fnCause([&] { file.Close(); }), FILE_CAUSE_DISK_FULL);
-        EXPECT_EQ(fnCause([&] { file.Close(); }), FILE_CAUSE_NONE) << "told once";
+        EXPECT_EQ(fnCause([&] { file.Close(); }), FILE_CAUSE_NONE) << "reported once";
     }
     CFile file("a.txt", CFile::modeCreate | CFile::modeWrite);
     file.Write("full", 4);

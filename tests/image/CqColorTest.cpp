@@ -277,13 +277,13 @@ TEST(CqColorVideo, EveryColourFollowsTheLimits) {
         for (int g = 0; g < 256; g += 15)
             for (int b = 0; b < 256; b += 15)
                 for (const bool ntsc : {true, false}) {
-                    int wanted[3] = {r, g, b};
-                    const bool safe = fnVideoByRule(wanted, ntsc);
+                    int expected[3] = {r, g, b};
+                    const bool safe = fnVideoByRule(expected, ntsc);
                     CqColor color = fnRgb(r, g, b);
                     ASSERT_EQ(
                         color.fnEnsureVideoSafe(ntsc ? CqColor::VIDEO_NTSC : CqColor::VIDEO_PAL),
                         safe);
-                    ASSERT_EQ(color, fnRgb(wanted[0], wanted[1], wanted[2]))
+                    ASSERT_EQ(color, fnRgb(expected[0], expected[1], expected[2]))
                         << r << ", " << g << ", " << b;
                 }
 }

@@ -307,12 +307,12 @@ TEST_F(PixelAccess, RowsAreReadAndWrittenFromOddPixelsAndAcrossTheEdgesOfTiles) 
 
 TEST_F(PixelAccess, AreasOutsideTheImageAreRefusedBeforeTheFirstByte) {
     Random random(5);
-    constexpr LONG kLeast = INT32_MIN;
-    constexpr LONG kMost = INT32_MAX;
-    const CRect outside[] = {{-1, 0, 5, 5},         {0, -1, 5, 5},         {0, 0, 131, 5},
-                             {0, 0, 5, 141},        {130, 0, 131, 1},      {5, 0, 4, 1},
-                             {0, 5, 1, 4},          {kLeast, 0, kMost, 1}, {0, kLeast, 1, kMost},
-                             {kMost, 0, kLeast, 1}, {-1, 0, -1, 0},        {131, 0, 131, 0}};
+    constexpr LONG kMin = INT32_MIN;
+    constexpr LONG kMax = INT32_MAX;
+    const CRect outside[] = {{-1, 0, 5, 5},      {0, -1, 5, 5},      {0, 0, 131, 5},
+                             {0, 0, 5, 141},     {130, 0, 131, 1},   {5, 0, 4, 1},
+                             {0, 5, 1, 4},       {kMin, 0, kMax, 1}, {0, kMin, 1, kMax},
+                             {kMax, 0, kMin, 1}, {-1, 0, -1, 0},     {131, 0, 131, 0}};
     for (const unsigned int bits : {4u, 8u, 16u, 24u, 32u}) {
         CqImage image;
         fnAlloc(image, random, 130, 140, bits);

@@ -61,14 +61,14 @@ TEST_F(BlockCopyTest, ABlockIsCopiedAsLineAccessorsCopyIt) {
         CqImage image(fnRandomSide(m_Random), fnRandomSide(m_Random), bits, nullptr, 0);
         fnSetRandom(src, m_Random);
         fnSetRandom(image, m_Random);
-        CqImage wanted(image);
+        CqImage expected(image);
         CRect rect = fnRandomRect(m_Random, src);
         rect.right = std::min(rect.right, rect.left + static_cast<LONG>(image.Width));
         rect.bottom = std::min(rect.bottom, rect.top + static_cast<LONG>(image.Height));
         const CPoint place = fnRandomPlace(rect, image);
         image.fnCopyBlock(src, &rect, place.x, place.y);
-        fnCopyByLines(wanted, src, rect, place.x, place.y);
-        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(wanted))) << bits << " bits";
+        fnCopyByLines(expected, src, rect, place.x, place.y);
+        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(expected))) << bits << " bits";
     }
 }
 
@@ -77,15 +77,15 @@ TEST_F(BlockCopyTest, WithinOneImageTheOrderOfRowsMatters) {
         const unsigned int bits = std::array{8u, 16u, 24u, 32u}[m_Random() % 4];
         CqImage image(1 + m_Random() % 200, 1 + m_Random() % 200, bits, nullptr, 0);
         fnSetRandom(image, m_Random);
-        CqImage wanted(image);
+        CqImage expected(image);
         const CRect rect = fnRandomRect(m_Random, image);
         CPoint place = fnRandomPlace(rect, image);
         const int last = static_cast<int>(image.Height) - rect.Height();
         if (m_Random() % 2) // nearby rows, where the order matters
             place.y = std::clamp(rect.top + fnBelow(m_Random, 7) - 3, 0, last);
         image.fnCopyBlock(image, &rect, place.x, place.y);
-        fnCopyByLines(wanted, wanted, rect, place.x, place.y);
-        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(wanted)))
+        fnCopyByLines(expected, expected, rect, place.x, place.y);
+        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(expected)))
             << bits << " bits, down by " << place.y - rect.top;
     }
 }
@@ -123,14 +123,14 @@ TEST_F(BlockCopyTest, A4BitBlockIsCopiedNibbleByNibbleFromTheTopRows) {
         CqImage image(1 + m_Random() % 40, 1 + m_Random() % 20, 4, nullptr, 0);
         fnSetRandom(src, m_Random);
         fnSetRandom(image, m_Random);
-        CqImage wanted(image);
+        CqImage expected(image);
         CRect rect = fnRandomRect(m_Random, src);
         rect.right = std::min(rect.right, rect.left + static_cast<LONG>(image.Width));
         rect.bottom = std::min(rect.bottom, rect.top + static_cast<LONG>(image.Height));
         const CPoint place = fnRandomPlace(rect, image);
         image.fnCopyBlock(src, &rect, place.x, place.y);
-        fnCopyByNibbles(wanted, src, rect, place.x);
-        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(wanted)));
+        fnCopyByNibbles(expected, src, rect, place.x);
+        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(expected)));
     }
 }
 
@@ -138,12 +138,12 @@ TEST_F(BlockCopyTest, A4BitBlockWithinOneImageReadsBackItsOwnWrites) {
     for (int round = 0; round < 200; ++round) {
         CqImage image(1 + m_Random() % 40, 1 + m_Random() % 20, 4, nullptr, 0);
         fnSetRandom(image, m_Random);
-        CqImage wanted(image);
+        CqImage expected(image);
         const CRect rect = fnRandomRect(m_Random, image);
         const CPoint place = fnRandomPlace(rect, image);
         image.fnCopyBlock(image, &rect, place.x, place.y);
-        fnCopyByNibbles(wanted, wanted, rect, place.x);
-        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(wanted)));
+        fnCopyByNibbles(expected, expected, rect, place.x);
+        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(expected)));
     }
 }
 
@@ -183,7 +183,7 @@ TEST_F(BlockCopyTest, PixelsOutsideEitherImageAreSkipped) {
         const CRect rect(coordinate(), coordinate(), coordinate(), coordinate());
         const int x = coordinate();
         const int y = coordinate();
-        Rows wanted = fnRows(image);
+        Rows expected = fnRows(image);
         const Rows from = fnRows(src);
         const int bytes = static_cast<int>(image.BytesPerPixel);
         for (LONG sy = rect.top; sy < rect.bottom; ++sy)
@@ -196,10 +196,10 @@ TEST_F(BlockCopyTest, PixelsOutsideEitherImageAreSkipped) {
                 };
                 if (in(sx, sy, src) && in(dx, dy, image))
                     std::copy_n(from[static_cast<std::size_t>(sy)].begin() + sx * bytes, bytes,
-                                wanted[static_cast<std::size_t>(dy)].begin() + dx * bytes);
+                                expected[static_cast<std::size_t>(dy)].begin() + dx * bytes);
             }
         image.fnCopyBlock(src, &rect, x, y);
-        ASSERT_TRUE(fnSameRows(fnRows(image), wanted)) << bits << " bits";
+        ASSERT_TRUE(fnSameRows(fnRows(image), expected)) << bits << " bits";
     }
 }
 
@@ -241,15 +241,15 @@ TEST_F(BlockCopyTest, WithoutMemoryForARowASidewaysMoveChangesNothing) {
     CqImage image(300, 20, 24, nullptr, 0);
     fnSetRandom(image, m_Random);
     const Rows before = fnRows(image);
-    CqImage wanted(image);
+    CqImage expected(image);
     const CRect rect(0, 0, 200, 20);
-    fnCopyByLines(wanted, wanted, rect, 50, 0);
+    fnCopyByLines(expected, expected, rect, 50, 0);
     const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
         const bool raised =
             fnRaisesMemoryException([&] { image.fnCopyBlock(image, &rect, 50, 0); });
         failure.fnEnd();
         EXPECT_EQ(raised, failure.fnHappened());
-        EXPECT_TRUE(fnSameRows(fnRows(image), raised ? before : fnRows(wanted)));
+        EXPECT_TRUE(fnSameRows(fnRows(image), raised ? before : fnRows(expected)));
     });
     EXPECT_EQ(failures, 1u);
 }

@@ -35,8 +35,8 @@ TEST_F(CqConvMaskTest, AWindowOf3RepeatsTheEdgeRows) {
     CqImage image(1, 4, 8, q32GreyRamp, 256);
     fnSetNumbers(image);
     CqConvMask window(image, 3, -1);
-    const std::vector<int> wanted[] = {{0, 0, 1}, {0, 1, 2}, {1, 2, 3}, {2, 3, 3}};
-    for (const std::vector<int>& rows : wanted) {
+    const std::vector<int> expected[] = {{0, 0, 1}, {0, 1, 2}, {1, 2, 3}, {2, 3, 3}};
+    for (const std::vector<int>& rows : expected) {
         window.fnGotoNextLine();
         EXPECT_EQ(fnShown(window, 3), rows);
         unsigned char *a, *b, *c;
@@ -226,7 +226,7 @@ TEST_F(CqConvMaskTest, NeighbourhoodFiltersOf3And5SeeTheirNeighbours) {
         CqImage image(140, 131, 8, q32GreyRamp, 256);
         fnSetRandom(image, m_Random);
         const Rows rows = fnRows(image);
-        Rows wanted(131, Bytes(140));
+        Rows expected(131, Bytes(140));
         for (int y = 0; y < 131; ++y)
             for (int x = 0; x < 140; ++x) {
                 int sum = 0;
@@ -234,10 +234,10 @@ TEST_F(CqConvMaskTest, NeighbourhoodFiltersOf3And5SeeTheirNeighbours) {
                     for (int dx = -(size / 2); dx <= size / 2; ++dx)
                         sum += rows[static_cast<std::size_t>(std::clamp(y + dy, 0, 130))]
                                    [static_cast<std::size_t>(std::clamp(x + dx, 0, 139))];
-                wanted[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)] =
+                expected[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)] =
                     static_cast<unsigned char>(sum / (size * size));
             }
-        EXPECT_TRUE(fnSameRows(fnMean(image, size), wanted)) << size;
+        EXPECT_TRUE(fnSameRows(fnMean(image, size), expected)) << size;
     }
 }
 

@@ -77,7 +77,7 @@ TEST_F(DrawLineTest, EveryLineGoesThroughTheRulesPoints) {
         CqImage image(fnRandomSide(m_Random), fnRandomSide(m_Random), fnRandomBits(m_Random),
                       nullptr, 0);
         fnSetRandom(image, m_Random);
-        CqImage wanted(image);
+        CqImage expected(image);
         const CqColor color = fnRandomColor(m_Random, image);
         const int reach = m_Random() % 3 ? 0 : 400;
         const auto place = [&](unsigned int size) {
@@ -91,8 +91,8 @@ TEST_F(DrawLineTest, EveryLineGoesThroughTheRulesPoints) {
         if (m_Random() % 4 == 0)
             ends[3] = ends[1] + fnBelow(m_Random, 5) - 2;
         image.fnDrawLine(ends[0], ends[1], ends[2], ends[3], color, false);
-        fnDrawByPoints(wanted, ends[0], ends[1], ends[2], ends[3], color);
-        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(wanted)))
+        fnDrawByPoints(expected, ends[0], ends[1], ends[2], ends[3], color);
+        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(expected)))
             << image.BitCount << " bits, " << ends[0] << ", " << ends[1] << " to " << ends[2]
             << ", " << ends[3];
     }
@@ -188,14 +188,14 @@ TEST_F(DrawLineTest, LinesWithEndsFarAwayGoThroughTheExactPoints) {
         const bool steep = m_Random() % 2 != 0;
         const bool left = m_Random() % 2 != 0; // runs towards 0 on the longer axis
         const auto image = fnBlack(200, 200);
-        Rows wanted(200, Bytes(200, 0));
+        Rows expected(200, Bytes(200, 0));
         for (std::int64_t i = 0; i < 200; ++i) {
             const std::int64_t other = start + at(before + i);
             if (other < 0 || other >= 200)
                 continue;
             const auto x = static_cast<std::size_t>(left ? 199 - i : i);
             const auto y = static_cast<std::size_t>(other);
-            (steep ? wanted[x][y] : wanted[y][x]) = 255;
+            (steep ? expected[x][y] : expected[y][x]) = 255;
         }
         const std::int64_t ends[2][2] = {
             {left ? 199 + before : -before, start},
@@ -204,7 +204,7 @@ TEST_F(DrawLineTest, LinesWithEndsFarAwayGoThroughTheExactPoints) {
             return static_cast<int>(ends[which][vertical != steep ? 1 : 0]);
         };
         image->fnDrawLine(end(0, false), end(0, true), end(1, false), end(1, true), kWhite, false);
-        ASSERT_TRUE(fnSameRows(fnRows(*image), wanted))
+        ASSERT_TRUE(fnSameRows(fnRows(*image), expected))
             << major << " by " << minor << (steep ? ", steep" : "") << (left ? ", back" : "");
     }
 }
@@ -216,10 +216,10 @@ TEST_F(DrawLineTest, ALineOfMillionsOfPointsIsExactToItsEnd) {
         fnSetAll(image, 0);
         image.fnDrawLine(0, 0, static_cast<int>(kLength) - 1, static_cast<int>(height) - 1, kWhite,
                          false);
-        Rows wanted(height, Bytes(kLength, 0));
+        Rows expected(height, Bytes(kLength, 0));
         for (unsigned int x = 0; x < kLength; ++x)
-            wanted[static_cast<std::size_t>(fnMinor(x, kLength - 1, height - 1))][x] = 255;
-        EXPECT_TRUE(fnSameRows(fnRows(image), wanted));
+            expected[static_cast<std::size_t>(fnMinor(x, kLength - 1, height - 1))][x] = 255;
+        EXPECT_TRUE(fnSameRows(fnRows(image), expected));
     }
 }
 

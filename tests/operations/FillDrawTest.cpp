@@ -92,10 +92,10 @@ TEST_F(FillDrawTest, TheWindowFillsUpTileByTile) {
         m_pImage->fnFill(kRedColor, nullptr, true);
         m_World->m_pScreen->m_SetDIBits.fnFailNever();
         const int sizes[] = {128 * 128, 128 * 128, 44 * 128, 128 * 72, 128 * 72, 44 * 72};
-        int wanted = 0;
+        int expected = 0;
         for (std::uint64_t i = 0; i < shown; ++i)
-            wanted += sizes[i];
-        EXPECT_EQ(fnCount(kRed), wanted) << shown << " tiles";
+            expected += sizes[i];
+        EXPECT_EQ(fnCount(kRed), expected) << shown << " tiles";
         EXPECT_EQ(m_pImage->fnGetPixelColor(299, 199), kRedColor);
     }
 }

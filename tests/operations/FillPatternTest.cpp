@@ -73,14 +73,14 @@ TEST_F(FillPatternTest, EveryPatternEqualsRepeatedBlockCopies) {
                         small ? 1 + m_Random() % 20 : fnRandomSide(m_Random), bits, nullptr, 0);
         fnSetRandom(image, m_Random);
         fnSetRandom(pattern, m_Random);
-        CqImage wanted(image);
+        CqImage expected(image);
         const CRect src = fnRandomRect(m_Random, pattern);
         const CRect dst = fnRandomRect(m_Random, image);
         const CRect* from = m_Random() % 3 ? &src : nullptr;
         const CRect* to = m_Random() % 3 ? &dst : nullptr;
         image.fnFill(pattern, from, to);
-        fnFillByBlocks(wanted, pattern, from, to);
-        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(wanted)))
+        fnFillByBlocks(expected, pattern, from, to);
+        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(expected)))
             << bits << " bits, " << pattern.Width << " x " << pattern.Height;
     }
 }
@@ -90,12 +90,12 @@ TEST_F(FillPatternTest, APatternFromTheImageItselfEqualsRepeatedBlockCopies) {
         const unsigned int bits = fnRandomBits(m_Random);
         CqImage image(1 + m_Random() % 200, 1 + m_Random() % 200, bits, nullptr, 0);
         fnSetRandom(image, m_Random);
-        CqImage wanted(image);
+        CqImage expected(image);
         const CRect src = fnRandomRect(m_Random, image);
         const CRect dst = fnRandomRect(m_Random, image);
         image.fnFill(image, &src, &dst);
-        fnFillByBlocks(wanted, wanted, &src, &dst);
-        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(wanted))) << bits << " bits";
+        fnFillByBlocks(expected, expected, &src, &dst);
+        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(expected))) << bits << " bits";
     }
 }
 
@@ -115,11 +115,11 @@ TEST_F(FillPatternTest, APatternThatBeginsFurtherDownHasALowerLastRow) {
     fnSetAll(image, 0xEE);
     const CRect src(0, 4, 1, 14);
     image.fnFill(pattern, &src, nullptr);
-    Rows wanted;
+    Rows expected;
     for (unsigned int y = 0; y < 21; ++y) // two rows of ten, and one line of the five left
-        wanted.push_back({static_cast<unsigned char>(16 * (4 + y % 10))});
-    wanted.resize(25, Bytes{0xEE});
-    EXPECT_EQ(fnRows(image), wanted);
+        expected.push_back({static_cast<unsigned char>(16 * (4 + y % 10))});
+    expected.resize(25, Bytes{0xEE});
+    EXPECT_EQ(fnRows(image), expected);
 }
 
 TEST_F(FillPatternTest, APatternThatBeginsBelowTheRestHasNoLastRowAtAll) {
@@ -141,10 +141,10 @@ TEST_F(FillPatternTest, APatternLargerThanTheTargetIsClippedToIt) {
     const CRect dst(2, 1, 290, 4);
     image.fnFill(pattern, nullptr, &dst);
     const Rows from = fnRows(pattern);
-    Rows wanted(5, Bytes(300, 0xEE));
+    Rows expected(5, Bytes(300, 0xEE));
     for (std::size_t y = 1; y < 4; ++y)
-        std::copy_n(from[y - 1].begin(), 288, wanted[y].begin() + 2);
-    EXPECT_TRUE(fnSameRows(fnRows(image), wanted));
+        std::copy_n(from[y - 1].begin(), 288, expected[y].begin() + 2);
+    EXPECT_TRUE(fnSameRows(fnRows(image), expected));
 }
 
 TEST_F(FillPatternTest, At4BitsThePatternReachesOnlyTheTopRows) {
@@ -193,14 +193,14 @@ TEST_F(FillPatternTest, WithoutMemoryForItsRowsANarrowPatternChangesNothing) {
         fnSetRandom(image, m_Random);
         fnSetRandom(pattern, m_Random);
         const Rows before = fnRows(image);
-        CqImage wanted(image);
-        fnFillByBlocks(wanted, pattern, nullptr, nullptr);
+        CqImage expected(image);
+        fnFillByBlocks(expected, pattern, nullptr, nullptr);
         const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
             const bool raised =
                 fnRaisesMemoryException([&] { image.fnFill(pattern, nullptr, nullptr); });
             failure.fnEnd();
             EXPECT_EQ(raised, failure.fnHappened());
-            EXPECT_TRUE(fnSameRows(fnRows(image), raised ? before : fnRows(wanted)));
+            EXPECT_TRUE(fnSameRows(fnRows(image), raised ? before : fnRows(expected)));
         });
         EXPECT_EQ(failures, 1u) << bits << " bits";
     }

@@ -63,11 +63,11 @@ TEST_F(FillTest, AWholeImageIsFilledAtEveryDepth) {
         const CqColor color = fnRandomColor(m_Random, image);
         image.fnFill(color, nullptr, false);
         const Bytes pixel = fnFilled(image, color);
-        Rows wanted(image.Height, Bytes(image.RowBytes));
-        for (Bytes& row : wanted)
+        Rows expected(image.Height, Bytes(image.RowBytes));
+        for (Bytes& row : expected)
             for (std::size_t i = 0; i < row.size(); ++i)
                 row[i] = pixel[i % pixel.size()];
-        ASSERT_TRUE(fnSameRows(fnRows(image), wanted)) << image.BitCount << " bits";
+        ASSERT_TRUE(fnSameRows(fnRows(image), expected)) << image.BitCount << " bits";
     }
 }
 
@@ -75,12 +75,12 @@ TEST_F(FillTest, ARectangleIsFilledAsALineAccessorFillsItsRows) {
     for (int round = 0; round < 400; ++round) {
         const std::unique_ptr<CqImage> random = fnRandomImage();
         CqImage& image = *random;
-        CqImage wanted(image);
+        CqImage expected(image);
         const CqColor color = fnRandomColor(m_Random, image);
         const CRect rect = fnRandomRect(m_Random, image);
         image.fnFill(color, &rect, false);
-        fnFillByLines(wanted, color, rect);
-        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(wanted)))
+        fnFillByLines(expected, color, rect);
+        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(expected)))
             << image.BitCount << " bits, from " << rect.left << ", " << rect.top;
     }
 }
@@ -93,11 +93,11 @@ TEST_F(FillTest, ARectangleIsFilledPixelByPixelFrom8BitsOn) {
         const CRect rect(126, 127, 130, 129);
         image.fnFill(color, &rect, false);
         const Bytes pixel = fnFilled(image, color);
-        Rows wanted(130, Bytes(image.RowBytes, 0xEE));
+        Rows expected(130, Bytes(image.RowBytes, 0xEE));
         for (std::size_t y = 127; y < 129; ++y)
             for (std::size_t i = 126 * pixel.size(); i < 130 * pixel.size(); ++i)
-                wanted[y][i] = pixel[i % pixel.size()];
-        EXPECT_TRUE(fnSameRows(fnRows(image), wanted)) << bits << " bits";
+                expected[y][i] = pixel[i % pixel.size()];
+        EXPECT_TRUE(fnSameRows(fnRows(image), expected)) << bits << " bits";
     }
 }
 
@@ -167,11 +167,11 @@ TEST_F(FillTest, ARectangleBeyondTheImageIsClipped) {
     for (const unsigned int bits : {4, 8, 16, 24, 32}) {
         CqImage image(20, 10, bits, nullptr, 0);
         fnSetRandom(image, m_Random);
-        CqImage wanted(image);
+        CqImage expected(image);
         const CRect rect(-6, -2147483647, 2147483647, 4);
         image.fnFill(CqColor(255, 0, 0, 9), &rect, false);
-        fnFillByLines(wanted, CqColor(255, 0, 0, 9), CRect(0, 0, 20, 4));
-        EXPECT_TRUE(fnSameRows(fnRows(image), fnRows(wanted))) << bits << " bits";
+        fnFillByLines(expected, CqColor(255, 0, 0, 9), CRect(0, 0, 20, 4));
+        EXPECT_TRUE(fnSameRows(fnRows(image), fnRows(expected))) << bits << " bits";
     }
 }
 

@@ -270,9 +270,9 @@ TEST_F(MaskTest, SubtractingABandAcrossTheMiddleKeepsTheRectangle) {
     fnPlace(other, -3, 2, 10, 1, 255);
     own -= other;
     EXPECT_EQ(own.m_rectBound, CRect(0, 0, 4, 5));
-    Rows wanted(5, Bytes(4, 200));
-    wanted[2] = Bytes(4, 0);
-    EXPECT_EQ(fnRows(own), wanted);
+    Rows expected(5, Bytes(4, 200));
+    expected[2] = Bytes(4, 0);
+    EXPECT_EQ(fnRows(own), expected);
 }
 
 TEST_F(MaskTest, SubtractingAFullStripTrimsTheRectangleWhateverItsWeight) {

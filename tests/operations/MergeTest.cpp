@@ -142,10 +142,10 @@ TEST_F(MergeTest, EveryRuleMatchesLineAccessors) {
         const int x = fnBelow(m_Random, image.Width - static_cast<unsigned int>(rect.Width()) + 1);
         const int y =
             fnBelow(m_Random, image.Height - static_cast<unsigned int>(rect.Height()) + 1);
-        CqImage wanted(image);
+        CqImage expected(image);
         image.fnMerge(src, &rect, param, x, y);
-        fnMergeByLines(wanted, src, &rect, param, x, y);
-        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(wanted)))
+        fnMergeByLines(expected, src, &rect, param, x, y);
+        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(expected)))
             << bits << " bits, type " << param.m_eType;
     }
 }
@@ -158,13 +158,13 @@ TEST_F(MergeTest, WithinOneImageTheOrderOfRowsMatters) {
         const CRect rect = fnRandomRect(m_Random, image);
         const std::unique_ptr<CqMask> mask = fnCover(rect);
         const CqMergeParam param = fnRandomParam(image, *mask);
-        CqImage wanted(image);
+        CqImage expected(image);
         const int x = fnBelow(m_Random, image.Width - static_cast<unsigned int>(rect.Width()) + 1);
         const int last = static_cast<int>(image.Height) - rect.Height();
         const int y = std::clamp(rect.top + fnBelow(m_Random, 7) - 3, 0, last);
         image.fnMerge(image, &rect, param, x, y);
-        fnMergeByLines(wanted, wanted, &rect, param, x, y);
-        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(wanted))) << "down by " << y - rect.top;
+        fnMergeByLines(expected, expected, &rect, param, x, y);
+        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(expected))) << "down by " << y - rect.top;
     }
 }
 
@@ -178,12 +178,13 @@ TEST_F(MergeTest, TheSourcesPixelSizeAppliesToATargetOfAnotherDepth) {
         const CRect rect = fnRandomRect(m_Random, src);
         const std::unique_ptr<CqMask> mask = fnCover(rect);
         const CqMergeParam param = fnRandomParam(src, *mask);
-        CqImage wanted(image);
+        CqImage expected(image);
         const int x = fnBelow(m_Random, image.RowBytes / src.BytesPerPixel - 40);
         const int y = fnBelow(m_Random, 20);
         image.fnMerge(src, &rect, param, x, y);
-        fnMergeByLines(wanted, src, &rect, param, x, y);
-        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(wanted))) << bits << " on " << image.BitCount;
+        fnMergeByLines(expected, src, &rect, param, x, y);
+        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(expected)))
+            << bits << " on " << image.BitCount;
     }
 }
 
@@ -255,9 +256,9 @@ TEST_F(MergeTest, AMaskIsInTheSourcesCoordinates) {
     mask.fnSetPos(CPoint(-1, -1)); // its set pixel lies on (1, 0)
     const CRect rect(1, 0, 3, 2);
     image.fnMerge(src, &rect, CqMergeParam(mask), 2, 1);
-    Rows wanted(3, Bytes(12, 0));
-    std::fill_n(wanted[1].begin() + 6, 3, static_cast<unsigned char>(7));
-    EXPECT_EQ(fnRows(image), wanted);
+    Rows expected(3, Bytes(12, 0));
+    std::fill_n(expected[1].begin() + 6, 3, static_cast<unsigned char>(7));
+    EXPECT_EQ(fnRows(image), expected);
 }
 
 TEST_F(MergeTest, TheTargetsSizeClipsTheSourceWhereverItLands) {
@@ -267,10 +268,10 @@ TEST_F(MergeTest, TheTargetsSizeClipsTheSourceWhereverItLands) {
     fnSetAll(image, 0);
     const CRect rect(4, 3, 10, 10);
     image.fnMerge(src, &rect, CqMergeParam(0x123456ul), 0, 0); // 2 x 2 pixels, not 6 x 5
-    Rows wanted(5, Bytes(18, 0));
+    Rows expected(5, Bytes(18, 0));
     for (std::size_t y = 0; y < 2; ++y)
-        std::fill_n(wanted[y].begin(), 6, static_cast<unsigned char>(7));
-    EXPECT_EQ(fnRows(image), wanted);
+        std::fill_n(expected[y].begin(), 6, static_cast<unsigned char>(7));
+    EXPECT_EQ(fnRows(image), expected);
 }
 
 TEST_F(MergeTest, PixelsPlacedOutsideTheTargetAreSkipped) {
@@ -288,7 +289,7 @@ TEST_F(MergeTest, PixelsPlacedOutsideTheTargetAreSkipped) {
         const CRect rect(coordinate(), coordinate(), coordinate(), coordinate());
         const int x = coordinate();
         const int y = coordinate();
-        Rows wanted = fnRows(image);
+        Rows expected = fnRows(image);
         const Rows from = fnRows(src);
         const Rows weights = fnRows(mask);
         const LONG left = std::max<LONG>(rect.left, 0);
@@ -311,14 +312,14 @@ TEST_F(MergeTest, PixelsPlacedOutsideTheTargetAreSkipped) {
                     continue;
                 fnMergePixel(
                     &from[static_cast<std::size_t>(sy)][static_cast<std::size_t>(sx) * bytes],
-                    &wanted[static_cast<std::size_t>(dy)][static_cast<std::size_t>(dx) * bytes],
+                    &expected[static_cast<std::size_t>(dy)][static_cast<std::size_t>(dx) * bytes],
                     bytes, param,
                     covered
                         ? &weights[static_cast<std::size_t>(at.y)][static_cast<std::size_t>(at.x)]
                         : nullptr);
             }
         image.fnMerge(src, &rect, param, x, y);
-        ASSERT_TRUE(fnSameRows(fnRows(image), wanted)) << "type " << param.m_eType;
+        ASSERT_TRUE(fnSameRows(fnRows(image), expected)) << "type " << param.m_eType;
     }
 }
 
@@ -377,21 +378,22 @@ TEST_F(MergeTest, AMaskMayBeTheTargetItself) {
         CqImage src(1 + m_Random() % 30, 1 + m_Random() % 60, bits, nullptr, 0);
         fnSetRandom(src, m_Random);
         CqMask image(200, 140);
-        CqMask wanted(200, 140);
+        CqMask expected(200, 140);
         if (const unsigned int depth = fnRandomBits(m_Random); depth != 8)
-            for (CqMask* mask : {&image, &wanted})
+            for (CqMask* mask : {&image, &expected})
                 mask->fnConvert(depth, false, nullptr);
         fnSetWeights(image);
-        fnSetRows(wanted, fnRows(image));
+        fnSetRows(expected, fnRows(image));
         const CRect rect = fnRandomRect(m_Random, src);
         const CPoint place(rect.left - fnBelow(m_Random, 20), rect.top - fnBelow(m_Random, 20));
         image.fnSetPos(place);
-        wanted.fnSetPos(place);
+        expected.fnSetPos(place);
         const int x = fnBelow(m_Random, image.RowBytes / src.BytesPerPixel - src.Width + 1);
         const int y = fnBelow(m_Random, 60);
         static_cast<CqImage&>(image).fnMerge(src, &rect, CqMergeParam(image), x, y);
-        fnMergeByLines(wanted, src, &rect, CqMergeParam(wanted), x, y);
-        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(wanted))) << bits << " on " << image.BitCount;
+        fnMergeByLines(expected, src, &rect, CqMergeParam(expected), x, y);
+        ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(expected)))
+            << bits << " on " << image.BitCount;
     }
 }
 
@@ -421,15 +423,15 @@ TEST_F(MergeTest, WithoutMemoryForARowNothingIsMerged) {
         const CRect rect(0, 0, 20, 10);
         const std::unique_ptr<CqMask> mask = fnCover(rect);
         const Rows before = fnRows(image);
-        CqImage wanted(image);
-        CqImage& wantedSrc = bits == 32 ? other : wanted;
-        fnMergeByLines(wanted, wantedSrc, &rect, CqMergeParam(*mask), 5, 3);
+        CqImage expected(image);
+        CqImage& expectedSrc = bits == 32 ? other : expected;
+        fnMergeByLines(expected, expectedSrc, &rect, CqMergeParam(*mask), 5, 3);
         const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
             const bool raised = fnRaisesMemoryException(
                 [&] { image.fnMerge(src, &rect, CqMergeParam(*mask), 5, 3); });
             failure.fnEnd();
             EXPECT_EQ(raised, failure.fnHappened());
-            EXPECT_TRUE(fnSameRows(fnRows(image), raised ? before : fnRows(wanted)));
+            EXPECT_TRUE(fnSameRows(fnRows(image), raised ? before : fnRows(expected)));
         });
         EXPECT_EQ(failures, 3u) << bits << " bits";
     }

@@ -90,12 +90,12 @@ protected:
                      std::to_string(bits) + " bits");
         CqHeadlessScratch& scratch = *m_World->m_pScratch;
         q32GetVMPolicy()->fnSetRamLimit(kNoLimit);
-        CqImage wanted(width, height, bits, q32GreyRamp, 256);
-        fnSetRandom(wanted, m_Random);
+        CqImage expected(width, height, bits, q32GreyRamp, 256);
+        fnSetRandom(expected, m_Random);
         q32GetVMPolicy()->fnSetRamLimit(0);
-        CqImage image(wanted);
+        CqImage image(expected);
         q32GetVMPolicy()->fnSetRamLimit(kNoLimit);
-        job(wanted, nullptr);
+        job(expected, nullptr);
         EXPECT_EQ(scratch.m_Advise.fnGetCount(), m_nHeard);
 
         q32GetVMPolicy()->fnSetRamLimit(0);
@@ -109,7 +109,7 @@ protected:
         m_nHeard = scratch.m_Advise.fnGetCount();
         mirage.fnRestore(image.TileMap->PixelBuffer, Mirage::fnSize(image));
 
-        EXPECT_TRUE(fnSameRows(fnRows(image), fnRows(wanted)));
+        EXPECT_TRUE(fnSameRows(fnRows(image), fnRows(expected)));
         EXPECT_TRUE(mirage.m_bFresh);
         EXPECT_EQ(fnCovered(mirage.m_Own[VIEW_READ_NEXT]), size);
         EXPECT_EQ(fnCovered(mirage.m_Own[VIEW_DONE]), size);
@@ -126,7 +126,7 @@ protected:
     std::uint64_t m_nHeard = 0;
 };
 
-Job fnTurn(double angle) {
+Job fnRotate(double angle) {
     return [angle](CqImage& image, CqProgressDisplay* progress) {
         image.fnRotate(angle, CqColor(), nullptr, false, progress);
     };
@@ -142,10 +142,10 @@ Job fnFilter(unsigned int width, unsigned int height) {
 
 TEST_F(PageWalkTest, ARotationReadsEachTileOnceBetweenItsAnnouncementAndItsEnd) {
     for (const double angle : {90.0, -90.0}) {
-        fnCheck(1500, 1337, 24, 0, fnTurn(angle));
-        fnCheck(1024, 1280, 32, 0, fnTurn(angle));
-        fnCheck(1537, 40, 8, 0, fnTurn(angle));
-        fnCheck(3, 4100, 16, 0, fnTurn(angle));
+        fnCheck(1500, 1337, 24, 0, fnRotate(angle));
+        fnCheck(1024, 1280, 32, 0, fnRotate(angle));
+        fnCheck(1537, 40, 8, 0, fnRotate(angle));
+        fnCheck(3, 4100, 16, 0, fnRotate(angle));
     }
 }
 
@@ -171,9 +171,9 @@ TEST_F(PageWalkTest, ASourceOfManyBytesPerTargetRowIsProcessedInLowerBands) {
 TEST_F(PageWalkTest, BandsThatShareTilesReleaseThemAfterTheLastBand) {
     fnCheck(6000, 129, 24, 0, fnFilter(6000, 300));   // three bands of one row of source tiles
     fnCheck(41000, 1000, 8, 0, fnFilter(41000, 130)); // several of one row of target tiles
-    fnCheck(92, 17000, 24, 0, fnTurn(90));            // a narrow last column, and long rows
-    fnCheck(220, 17000, 24, 0, fnTurn(-90));
-    fnCheck(220, 17000, 24, 0, fnTurn(90));
+    fnCheck(92, 17000, 24, 0, fnRotate(90));          // a narrow last column, and long rows
+    fnCheck(220, 17000, 24, 0, fnRotate(-90));
+    fnCheck(220, 17000, 24, 0, fnRotate(90));
 }
 
 TEST_F(PageWalkTest, EscIsPolledBeforeABandIsProcessed) {
@@ -196,7 +196,7 @@ TEST_F(PageWalkTest, PixelsInRamGiveNoAdvice) {
     q32GetVMPolicy()->fnSetRamLimit(kNoLimit);
     CqImage image(300, 500, 24, nullptr, 0);
     fnSetRandom(image, m_Random);
-    fnTurn(90)(image, nullptr);
+    fnRotate(90)(image, nullptr);
     fnFilter(200, 200)(image, nullptr);
     fnFilter(200, 100)(image, nullptr);
     fnFilter(300, 100)(image, nullptr);
@@ -212,24 +212,24 @@ TEST_F(PageWalkTest, FourBitImagesOnTheFilterRouteGiveNoAdvice) {
 }
 
 TEST_F(PageWalkTest, IgnoredAdviceChangesNoPixel) {
-    for (const Job& job : {fnTurn(90), fnFilter(100, 90)}) {
+    for (const Job& job : {fnRotate(90), fnFilter(100, 90)}) {
         q32GetVMPolicy()->fnSetRamLimit(kNoLimit);
-        CqImage wanted(300, 500, 24, nullptr, 0);
-        fnSetRandom(wanted, m_Random);
+        CqImage expected(300, 500, 24, nullptr, 0);
+        fnSetRandom(expected, m_Random);
         q32GetVMPolicy()->fnSetRamLimit(0);
-        CqImage image(wanted);
+        CqImage image(expected);
         m_World->m_pScratch->m_Advise.fnFail(1, CqHeadlessCalls::kForever);
         job(image, nullptr);
         EXPECT_GT(m_World->m_pScratch->m_Advise.fnGetFailed(), 0u);
         q32GetVMPolicy()->fnSetRamLimit(kNoLimit);
-        job(wanted, nullptr);
-        EXPECT_TRUE(fnSameRows(fnRows(image), fnRows(wanted)));
+        job(expected, nullptr);
+        EXPECT_TRUE(fnSameRows(fnRows(image), fnRows(expected)));
     }
 }
 
 TEST_F(PageWalkTest, AnAbortedWalkReleasesWhatItAnnounced) {
     q32GetVMPolicy()->fnSetRamLimit(0);
-    for (const Job& job : {fnTurn(90), fnTurn(-90), fnFilter(300, 450), fnFilter(450, 300)}) {
+    for (const Job& job : {fnRotate(90), fnRotate(-90), fnFilter(300, 450), fnFilter(450, 300)}) {
         for (const std::size_t step : {1u, 20u, 70u}) {
             CqImage image(1500, 1337, 24, nullptr, 0);
             std::size_t announced = 0;

@@ -69,17 +69,17 @@ inline CqColor fnRandomColor(Random& random, const CqImage& image) {
 }
 
 /// Success for equal rows, otherwise the first difference.
-inline testing::AssertionResult fnSameRows(const Rows& got, const Rows& wanted) {
-    if (got.size() != wanted.size())
-        return testing::AssertionFailure() << got.size() << " rows, not " << wanted.size();
+inline testing::AssertionResult fnSameRows(const Rows& got, const Rows& expected) {
+    if (got.size() != expected.size())
+        return testing::AssertionFailure() << got.size() << " rows, not " << expected.size();
     for (std::size_t y = 0; y < got.size(); ++y) {
-        if (got[y].size() != wanted[y].size())
+        if (got[y].size() != expected[y].size())
             return testing::AssertionFailure() << "row " << y << " has another length";
         for (std::size_t i = 0; i < got[y].size(); ++i)
-            if (got[y][i] != wanted[y][i])
+            if (got[y][i] != expected[y][i])
                 return testing::AssertionFailure()
                        << "row " << y << " byte " << i << " is " << unsigned{got[y][i]} << ", not "
-                       << unsigned{wanted[y][i]};
+                       << unsigned{expected[y][i]};
     }
     return testing::AssertionSuccess();
 }

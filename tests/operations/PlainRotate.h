@@ -41,7 +41,7 @@ struct Picture {
     }
 };
 
-struct PlainTurn {
+struct PlainRotation {
     double s, c;
     CPoint center, newCenter;
     Pixel background;
@@ -57,7 +57,7 @@ inline double fnPlainAngle(double angle) {
 }
 
 /// Size of the new map, and the new pivot, for any angle.
-inline void fnPlainBox(int width, int height, PlainTurn& turn, bool antiAlias,
+inline void fnPlainBox(int width, int height, PlainRotation& turn, bool antiAlias,
                        std::int64_t& newWidth, std::int64_t& newHeight) {
     double minX = std::numeric_limits<double>::max();
     double minY = minX;
@@ -119,7 +119,7 @@ inline Pixel fnPlainBlend(Picture& from, double sx, double sy, const Pixel& back
 }
 
 /// Any angle: running coordinates within each tile of 128 by 128.
-inline void fnPlainAnyTurn(Picture& from, Picture& to, const PlainTurn& turn) {
+inline void fnPlainRotateAny(Picture& from, Picture& to, const PlainRotation& turn) {
     for (int top = 0; top < to.height; top += 128)
         for (int left = 0; left < to.width; left += 128) {
             const double dx = double(left) - double(turn.newCenter.x);

@@ -106,11 +106,11 @@ TEST_F(RegionTest, AFailedRectangleThrowsAndLeavesThePartialRegion) {
         CRgn region;
         EXPECT_TRUE(fnRaisesMemoryException([&] { image.fnCreateRgn(kGrey3, region); })) << nth;
         EXPECT_EQ(region.HasHandle(), nth > 1);
-        Rows wanted(2, Bytes(5, nth > 1 ? 1 : 0));
+        Rows expected(2, Bytes(5, nth > 1 ? 1 : 0));
         for (std::size_t i = 0; i + 2 < nth; ++i)
             for (LONG x = runs[i].left; x < runs[i].right; ++x)
-                wanted[static_cast<std::size_t>(runs[i].top)][static_cast<std::size_t>(x)] = 0;
-        EXPECT_EQ(fnPicture(region, image), wanted) << nth;
+                expected[static_cast<std::size_t>(runs[i].top)][static_cast<std::size_t>(x)] = 0;
+        EXPECT_EQ(fnPicture(region, image), expected) << nth;
     }
     m_World->m_pScreen->m_CreateRegion.fnFailNever();
     EXPECT_EQ(image.TileMap->LockedLines.GetCount(), 0);

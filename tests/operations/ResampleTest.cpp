@@ -64,11 +64,11 @@ protected:
         const Rows before = fnRows(image);
         if (width == image.Width && height == image.Height)
             return;
-        const Rows wanted = fnPlainFilter(before, image.BitCount, width, height, scaleX, scaleY);
+        const Rows expected = fnPlainFilter(before, image.BitCount, width, height, scaleX, scaleY);
         image.fnResample(scaleX, scaleY, nullptr);
         ASSERT_EQ(image.Width, width) << what;
         ASSERT_EQ(image.Height, height) << what;
-        ASSERT_TRUE(fnSameRows(fnRows(image), wanted)) << what;
+        ASSERT_TRUE(fnSameRows(fnRows(image), expected)) << what;
     }
 };
 
@@ -97,11 +97,11 @@ TEST_F(ResampleTest, TheFilterFollowsItsRuleToEverySize) {
         const unsigned int height = m_Random() % 4 ? fnRandomSide(m_Random) : image.Height;
         if (width == image.Width && height == image.Height)
             continue;
-        const Rows wanted =
+        const Rows expected =
             fnPlainFilter(fnRows(image), bits, width, height, double(width) / image.Width,
                           double(height) / image.Height);
         image.fnResample(width, height, true, nullptr);
-        ASSERT_TRUE(fnSameRows(fnRows(image), wanted))
+        ASSERT_TRUE(fnSameRows(fnRows(image), expected))
             << bits << " bits to " << width << " x " << height;
     }
 }
@@ -166,10 +166,10 @@ std::size_t fnTableBytes(double scale, std::size_t dstCount) {
 TEST_F(ResampleTest, HugeReductionsTakeLittleMemoryBesidesTheirTables) {
     CqImage line(1000000, 1, 24, nullptr, 0);
     fnSetRandom(line, m_Random);
-    const Rows wantedLine = fnPlainFilter(fnRows(line), 24, 1, 1, 1e-6, 1.0);
+    const Rows expectedLine = fnPlainFilter(fnRows(line), 24, 1, 1, 1e-6, 1.0);
     CqImage strip(3, 100, 24, nullptr, 0);
     fnSetRandom(strip, m_Random);
-    const Rows wantedStrip = fnPlainFilter(fnRows(strip), 24, 1, 1, 1e-6, 1e-6);
+    const Rows expectedStrip = fnPlainFilter(fnRows(strip), 24, 1, 1, 1e-6, 1e-6);
     const CqBlockWatch watch({fnTableBytes(1e-6, 1)});
     line.fnResample(1, 1, true, nullptr);
     EXPECT_EQ(watch.fnTaken(), 1u);
@@ -177,8 +177,8 @@ TEST_F(ResampleTest, HugeReductionsTakeLittleMemoryBesidesTheirTables) {
     EXPECT_EQ(watch.fnTaken(), 3u);
     EXPECT_EQ(watch.fnMostHeld(), 1u);
     EXPECT_LE(watch.fnLargestOther(), 4u << 20);
-    EXPECT_EQ(fnRows(line), wantedLine);
-    EXPECT_EQ(fnRows(strip), wantedStrip);
+    EXPECT_EQ(fnRows(line), expectedLine);
+    EXPECT_EQ(fnRows(strip), expectedStrip);
 }
 
 TEST_F(ResampleTest, TheFirstPassReleasesItsTableBeforeTheSecondIsBuilt) {
@@ -296,10 +296,10 @@ TEST_F(ResampleTest, NearestFollowsItsRuleAtEveryDepth) {
         const unsigned int height = fnRandomSide(m_Random);
         if (width == image.Width && height == image.Height)
             continue;
-        Rows wanted(height, Bytes((width * bits + 7) / 8));
-        fnPlainNearest(fnRows(image), image.Width, bits, width, wanted);
+        Rows expected(height, Bytes((width * bits + 7) / 8));
+        fnPlainNearest(fnRows(image), image.Width, bits, width, expected);
         image.fnResample(width, height, false, nullptr);
-        ASSERT_TRUE(fnSameRows(fnRows(image), wanted))
+        ASSERT_TRUE(fnSameRows(fnRows(image), expected))
             << bits << " bits, " << width << " x " << height;
     }
 }
@@ -309,10 +309,10 @@ TEST_F(ResampleTest, NearestFollowsItsRuleOnLongImages) {
         for (const unsigned int to : {3u, 1000u, 4001u, 70000u, 200000u}) {
             CqImage wide(70001, 1, bits, nullptr, 0);
             fnSetRandom(wide, m_Random);
-            Rows wanted(1, Bytes((to * bits + 7) / 8));
-            fnPlainNearest(fnRows(wide), wide.Width, bits, to, wanted);
+            Rows expected(1, Bytes((to * bits + 7) / 8));
+            fnPlainNearest(fnRows(wide), wide.Width, bits, to, expected);
             wide.fnResample(to, 1, false, nullptr);
-            ASSERT_TRUE(fnSameRows(fnRows(wide), wanted)) << bits << " bits to " << to;
+            ASSERT_TRUE(fnSameRows(fnRows(wide), expected)) << bits << " bits to " << to;
         }
 }
 
@@ -320,10 +320,10 @@ TEST_F(ResampleTest, NearestRowsBeyond65535WrapToTheTop) {
     CqImage tall(1, 65540, 8, nullptr, 0);
     fnSetRandom(tall, m_Random);
     const Rows from = fnRows(tall);
-    Rows wanted(65541, Bytes(1));
-    fnPlainNearest(from, 1, 8, 1, wanted);
+    Rows expected(65541, Bytes(1));
+    fnPlainNearest(from, 1, 8, 1, expected);
     tall.fnResample(1, 65541, false, nullptr);
-    EXPECT_TRUE(fnSameRows(fnRows(tall), wanted));
+    EXPECT_TRUE(fnSameRows(fnRows(tall), expected));
     CqImage twice(1, 70000, 8, nullptr, 0);
     fnSetRandom(twice, m_Random);
     const Rows rows = fnRows(twice);
@@ -339,10 +339,10 @@ TEST_F(ResampleTest, FilteringA4BitImageGivesABlankOneOfTheNewSize) {
     EXPECT_EQ(image.Width, 22u);
     EXPECT_EQ(image.Height, 5u);
     EXPECT_EQ(fnRows(image), Rows(5, Bytes(11, 0)));
-    std::vector<unsigned int> wanted = fnRun(11, 0, 50);
+    std::vector<unsigned int> expected = fnRun(11, 0, 50);
     for (const unsigned int percent : fnRun(5, 50, 50))
-        wanted.push_back(percent);
-    EXPECT_EQ(display.m_Percents, wanted);
+        expected.push_back(percent);
+    EXPECT_EQ(display.m_Percents, expected);
 }
 
 TEST_F(ResampleTest, SizesThatNoImageCanHaveRaiseTheMemoryException) {
@@ -553,9 +553,9 @@ TEST_F(ResampleTest, EveryFailedStorageStepKeepsTheImageAndLeavesNoScratchFile) 
             for (const std::string& file : m_World->m_pDisks->fnGetFiles())
                 EXPECT_EQ(m_World->m_pDisks->fnGetFile(file), "") << file; // never opened
         }
-    const Rows wanted = fnPlainFilter(before, 24, 40, 30, 40.0 / 26.0, 30.0 / 33.0);
+    const Rows expected = fnPlainFilter(before, 24, 40, 30, 40.0 / 26.0, 30.0 / 33.0);
     image.fnResample(40, 30, true, nullptr);
-    EXPECT_TRUE(fnSameRows(fnRows(image), wanted));
+    EXPECT_TRUE(fnSameRows(fnRows(image), expected));
     EXPECT_EQ(scratch.fnGetHandles(), 1u); // that of the intermediate is closed
 }
 

@@ -56,19 +56,19 @@ protected:
                                  std::to_string(pivot.x) + "," + std::to_string(pivot.y);
         const double a = fnPlainAngle(angle);
         const double rad = kTestPi * a * 0.005555555555555556;
-        PlainTurn turn = {std::sin(rad),
-                          std::cos(rad),
-                          pivot,
-                          {},
-                          fnBackground(image, color),
-                          antiAlias && (image.BitCount != 8 || image.fnIsGrayScale())};
+        PlainRotation turn = {std::sin(rad),
+                              std::cos(rad),
+                              pivot,
+                              {},
+                              fnBackground(image, color),
+                              antiAlias && (image.BitCount != 8 || image.fnIsGrayScale())};
         Picture from(image);
         std::int64_t width;
         std::int64_t height;
         fnPlainBox(from.width, from.height, turn, antiAlias, width, height);
         Picture to(static_cast<int>(width), static_cast<int>(height), from.bytes);
         if (image.BitCount != 16)
-            fnPlainAnyTurn(from, to, turn);
+            fnPlainRotateAny(from, to, turn);
         image.fnRotate(angle, color, &pivot, antiAlias, nullptr);
         ASSERT_EQ(image.Width, width) << what;
         ASSERT_EQ(image.Height, height) << what;
@@ -171,12 +171,12 @@ TEST_F(RotateTest, QuartersMoveEveryPixelAtEveryDepth) {
         Picture to(from.height, from.width, from.bytes);
         fnPlainQuarter(from, to, left);
         CPoint center = fnPivot(image);
-        const CPoint wanted = left ? CPoint(center.y, from.width - center.x)
-                                   : CPoint(from.height - center.y, center.x);
+        const CPoint expected = left ? CPoint(center.y, from.width - center.x)
+                                     : CPoint(from.height - center.y, center.x);
         image.fnRotate(angle, CqColor(), &center, m_Random() % 2 != 0, nullptr);
         ASSERT_EQ(image.Width, static_cast<unsigned int>(to.width));
         ASSERT_EQ(image.Height, static_cast<unsigned int>(to.height));
-        ASSERT_EQ(center, wanted);
+        ASSERT_EQ(center, expected);
         ASSERT_TRUE(fnSameRows(fnRows(image), to.rows))
             << from.width << " x " << from.height << " of " << from.bytes << " bytes by " << angle;
     }
@@ -320,7 +320,7 @@ TEST_F(RotateTest, AnglesVeryNearAQuarterMovePixelsIntoALargerMap) {
                     fnSetRandom(image, m_Random);
                     const double a = fnPlainAngle(angle);
                     const double rad = kTestPi * a * 0.005555555555555556;
-                    PlainTurn turn = {std::sin(rad), std::cos(rad), pivot, {}, {}, false};
+                    PlainRotation turn = {std::sin(rad), std::cos(rad), pivot, {}, {}, false};
                     std::int64_t width;
                     std::int64_t height;
                     Picture from(image);

@@ -194,14 +194,14 @@ TEST_F(ToneCurves, CurvesActOnTheChannelsOfEachDepth) {
             const int b = static_cast<int>(m_Random() % 201) - 100;
             const int c = static_cast<int>(m_Random() % 201) - 100;
             const bool balance = round % 2 != 0;
-            Bytes wanted = fnRead(*image);
+            Bytes expected = fnRead(*image);
             std::array<Curve, 3> curves;
             if (balance)
                 curves = {fnBalanceByRule(a), fnBalanceByRule(b), fnBalanceByRule(c)};
             else
                 curves.fill(fnContrastByRule(a, b));
-            for (std::size_t i = 0; i < wanted.size(); i += bits / 8) {
-                std::uint8_t* p = &wanted[i];
+            for (std::size_t i = 0; i < expected.size(); i += bits / 8) {
+                std::uint8_t* p = &expected[i];
                 if (bits == 16) {
                     const unsigned red = p[0] & 0xF8u;
                     const unsigned green = ((p[0] * 256u + p[1]) >> 3) & 0xFC;
@@ -220,7 +220,7 @@ TEST_F(ToneCurves, CurvesActOnTheChannelsOfEachDepth) {
             }
             balance ? image->fnColorBalance(a, b, c, false, nullptr)
                     : image->fnBrightContrast(a, b, false, nullptr);
-            ASSERT_EQ(fnRead(*image), wanted) << bits << " bits, " << a << ", " << b << ", " << c;
+            ASSERT_EQ(fnRead(*image), expected) << bits << " bits, " << a << ", " << b << ", " << c;
         }
 }
 

@@ -17,10 +17,10 @@ TEST_F(Tone, HueAndSaturationFollowTheColourClass) {
                             Shift{0, INT_MAX}, Shift{0, INT_MIN}, Shift{5, 8421505}})
         for (const unsigned bits : {24u, 32u}) {
             const auto image = fnNoise(140, 130, bits);
-            Bytes wanted = fnRead(*image);
+            Bytes expected = fnRead(*image);
             const std::int64_t shift = fnIn32Bits(std::int64_t{by.saturation} * 255) / 100;
-            for (std::size_t i = bits / 8 - 3; i < wanted.size(); i += bits / 8) {
-                CqColor color(wanted[i], wanted[i + 1], wanted[i + 2], 0);
+            for (std::size_t i = bits / 8 - 3; i < expected.size(); i += bits / 8) {
+                CqColor color(expected[i], expected[i + 1], expected[i + 2], 0);
                 int h, s, v;
                 color.fnConvertToHSB(h, s, v);
                 if (h != HSB_UNDEFINED_HUE) {
@@ -29,12 +29,12 @@ TEST_F(Tone, HueAndSaturationFollowTheColourClass) {
                         std::min<std::int64_t>(255, std::max<std::int64_t>(0, s + shift)));
                 }
                 color.fnAssignFromHSB(h, s, v);
-                wanted[i] = color.m_Red;
-                wanted[i + 1] = color.m_Green;
-                wanted[i + 2] = color.m_Blue;
+                expected[i] = color.m_Red;
+                expected[i + 1] = color.m_Green;
+                expected[i + 2] = color.m_Blue;
             }
             image->fnHueSaturation(by.hue, by.saturation, false, nullptr);
-            ASSERT_EQ(fnRead(*image), wanted)
+            ASSERT_EQ(fnRead(*image), expected)
                 << bits << " bits, " << by.hue << ", " << by.saturation;
         }
 }
@@ -78,11 +78,11 @@ TEST_F(Tone, AThresholdActsOnEveryByteOfEveryDepth) {
     for (const unsigned bits : {4u, 8u, 16u, 24u, 32u})
         for (const unsigned level : {0u, 1u, 128u, 255u}) {
             const auto image = fnNoise(131, 130, bits);
-            Bytes wanted = fnRead(*image);
-            for (std::uint8_t& byte : wanted)
+            Bytes expected = fnRead(*image);
+            for (std::uint8_t& byte : expected)
                 byte = byte < level ? 0 : 255;
             image->fnThresholding(static_cast<unsigned char>(level), false, nullptr);
-            ASSERT_EQ(fnRead(*image), wanted) << bits << " bits, level " << level;
+            ASSERT_EQ(fnRead(*image), expected) << bits << " bits, level " << level;
         }
 }
 

@@ -24,7 +24,7 @@ protected:
     bool fnOpen(const std::string& device) {
         m_pMixer.reset();
         m_pMixers = std::make_unique<CqAlsaMixers>(device);
-        m_pMixer = m_pMixers->fnOpen(0, [this](std::uint32_t id) { m_Told.push_back(id); });
+        m_pMixer = m_pMixers->fnOpen(0, [this](std::uint32_t id) { m_Notified.push_back(id); });
         return m_pMixer != nullptr;
     }
     Values fnGet(std::uint32_t control) {
@@ -36,20 +36,20 @@ protected:
         return ::poll(&event, 1, ms) == 1;
     }
     /// Waits as a host's loop does, and returns the reports.
-    Values fnTakeTold() {
-        m_Told.clear();
-        fnAwait([&] { return !m_Told.empty(); },
+    Values fnTakeNotified() {
+        m_Notified.clear();
+        fnAwait([&] { return !m_Notified.empty(); },
                 [&] {
                     if (fnIsAwake(1000))
                         m_pMixers->fnPump();
                 });
-        return m_Told;
+        return m_Notified;
     }
 
     LabCardFile m_Card;
     std::unique_ptr<CqAlsaMixers> m_pMixers;
     std::unique_ptr<CqMixer> m_pMixer;
-    Values m_Told;
+    Values m_Notified;
 };
 
 } // namespace
@@ -60,13 +60,13 @@ TEST_F(Alsa, TheCardsStepsSpanTheFullRange) {
     card.m_nMaster[1] = 31;
     card.m_nBass = -10;
     card.m_nTreble = 14;
-    m_Card.fnTurn(card);
+    m_Card.fnWriteCard(card);
     EXPECT_EQ(fnGet(kVolume), (Values{0, 65535}));
     EXPECT_EQ(fnGet(kMute), Values{0});
     EXPECT_EQ(fnGet(kBass), Values{0});
     EXPECT_EQ(fnGet(kTreble), Values{65535});
     card.m_nBass = 2; // half way from -10 to 14
-    m_Card.fnTurn(card);
+    m_Card.fnWriteCard(card);
     EXPECT_EQ(fnGet(kBass), Values{32768});
 }
 
@@ -90,7 +90,7 @@ TEST_F(Alsa, SettingBassOrTrebleSwitchesTheCardsToneOn) {
     for (const std::uint32_t control : {kBass, kTreble}) {
         LabCard card = m_Card.fnGet();
         card.m_nToneOn = 0;
-        m_Card.fnTurn(card);
+        m_Card.fnWriteCard(card);
         EXPECT_TRUE(m_pMixer->fnSetValues(control, 2, {65535}));
         EXPECT_EQ(m_Card.fnGet().m_nToneOn, 1) << control;
         m_pMixers->fnPump(); // the card sends no event for a change undone before it is read
@@ -100,17 +100,17 @@ TEST_F(Alsa, SettingBassOrTrebleSwitchesTheCardsToneOn) {
 TEST_F(Alsa, AnExceptionFromAReportPropagatesAndTheNextPumpReportsTheRest) {
     static int s_Thrown = 0;
     m_pMixer = m_pMixers->fnOpen(0, [this](std::uint32_t id) {
-        m_Told.push_back(id);
+        m_Notified.push_back(id);
         if (id == kBass)
             throw &s_Thrown;
     });
     LabCard card;
     card.m_nBass = 0;
     card.m_nTreble = 0;
-    m_Card.fnTurn(card);
+    m_Card.fnWriteCard(card);
     ASSERT_TRUE(fnIsAwake(1000));
     EXPECT_THROW(m_pMixers->fnPump(), int*);
-    EXPECT_EQ(fnTakeTold(), Values{kTreble});
+    EXPECT_EQ(fnTakeNotified(), Values{kTreble});
     EXPECT_FALSE(fnIsAwake(50));
 }
 
@@ -120,41 +120,41 @@ TEST_F(Alsa, AValueBetweenTwoStepsIsRememberedUntilTheControlChangesElsewhere) {
     LabCard card = m_Card.fnGet();
     EXPECT_EQ(card.m_nBass, -10 + 5) << "12345 / 65535 of 24 steps is 4.52";
     ++card.m_nBass;
-    m_Card.fnTurn(card);
+    m_Card.fnWriteCard(card);
     EXPECT_EQ(fnGet(kBass), Values{16384});
 }
 
 TEST_F(Alsa, EachControlChangedFromOutsideIsReportedOnce) {
     LabCard card;
     card.m_nMaster[0] = 5;
-    m_Card.fnTurn(card);
-    EXPECT_EQ(fnTakeTold(), Values{kVolume});
+    m_Card.fnWriteCard(card);
+    EXPECT_EQ(fnTakeNotified(), Values{kVolume});
     card.m_nMasterOn[0] = card.m_nMasterOn[1] = 0;
-    m_Card.fnTurn(card);
-    EXPECT_EQ(fnTakeTold(), Values{kMute});
+    m_Card.fnWriteCard(card);
+    EXPECT_EQ(fnTakeNotified(), Values{kMute});
     card.m_nBass = 0;
     card.m_nTreble = 0;
-    m_Card.fnTurn(card);
-    EXPECT_EQ(fnTakeTold(), (Values{kBass, kTreble}));
+    m_Card.fnWriteCard(card);
+    EXPECT_EQ(fnTakeNotified(), (Values{kBass, kTreble}));
     EXPECT_FALSE(fnIsAwake(50));
 }
 
 TEST_F(Alsa, ACardIsMuteWhenAllItsChannelsAreOff) {
     LabCard card;
     card.m_nMasterOn[0] = 0;
-    m_Card.fnTurn(card);
+    m_Card.fnWriteCard(card);
     EXPECT_EQ(fnGet(kMute), Values{0}) << "the right one is heard";
     card.m_nMasterOn[1] = 0;
-    m_Card.fnTurn(card);
-    EXPECT_EQ(fnTakeTold(), Values{kMute});
+    m_Card.fnWriteCard(card);
+    EXPECT_EQ(fnTakeNotified(), Values{kMute});
     EXPECT_EQ(fnGet(kMute), Values{1});
     card.m_nMasterOn[0] = 1;
-    m_Card.fnTurn(card);
-    EXPECT_EQ(fnTakeTold(), Values{kMute});
+    m_Card.fnWriteCard(card);
+    EXPECT_EQ(fnTakeNotified(), Values{kMute});
     EXPECT_EQ(fnGet(kMute), Values{0}) << "the left one is heard";
     card.m_nMasterOn[1] = 1;
-    m_Card.fnTurn(card);
-    EXPECT_FALSE(fnIsAwake(50) && m_pMixers->fnPump() != 0) << "nothing that can be told";
+    m_Card.fnWriteCard(card);
+    EXPECT_FALSE(fnIsAwake(50) && m_pMixers->fnPump() != 0) << "no change to report";
     EXPECT_TRUE(m_pMixer->fnSetValues(kMute, 1, {1}));
     EXPECT_EQ(m_Card.fnGet().m_nMasterOn[0] + m_Card.fnGet().m_nMasterOn[1], 0);
     EXPECT_TRUE(m_pMixer->fnSetValues(kMute, 1, {0}));
@@ -164,9 +164,9 @@ TEST_F(Alsa, ACardIsMuteWhenAllItsChannelsAreOff) {
 TEST_F(Alsa, AChangeThatWasAlreadyReadIsStillReported) {
     LabCard card;
     card.m_nBass = 0;
-    m_Card.fnTurn(card);
+    m_Card.fnWriteCard(card);
     EXPECT_EQ(fnGet(kBass), Values{27306});
-    EXPECT_EQ(fnTakeTold(), Values{kBass});
+    EXPECT_EQ(fnTakeNotified(), Values{kBass});
     EXPECT_FALSE(fnIsAwake(50));
 }
 
@@ -200,7 +200,7 @@ TEST_F(Alsa, WithoutTheCardThereIsNoMixer) {
 TEST_F(Alsa, ARemovedCardFailsAndCausesNoMoreWakeUps) {
     LabCard card;
     card.m_nGone = 1;
-    m_Card.fnTurn(card);
+    m_Card.fnWriteCard(card);
     EXPECT_EQ(fnGet(kVolume), Values());
     EXPECT_FALSE(m_pMixer->fnSetValues(kVolume, 2, {1, 2}));
     CqMixerLine line;
@@ -208,19 +208,19 @@ TEST_F(Alsa, ARemovedCardFailsAndCausesNoMoreWakeUps) {
     m_pMixers->fnPump();
     EXPECT_FALSE(fnIsAwake(50));
     EXPECT_EQ(m_pMixers->fnGetCount(), 0u);
-    EXPECT_EQ(m_Told, Values());
+    EXPECT_EQ(m_Notified, Values());
 }
 
 TEST_F(Alsa, AReportMayEndTheService) {
     m_pMixer = m_pMixers->fnOpen(0, [this](std::uint32_t id) {
-        m_Told.push_back(id);
+        m_Notified.push_back(id);
         m_pMixer.reset();
         m_pMixers.reset();
     });
     LabCard card;
     card.m_nMasterOn[0] = card.m_nMasterOn[1] = 0;
     card.m_nBass = 0;
-    m_Card.fnTurn(card);
-    ASSERT_TRUE(fnAwait([&] { return !m_Told.empty(); }, [&] { m_pMixers->fnPump(); }));
-    EXPECT_EQ(m_Told, Values{kMute});
+    m_Card.fnWriteCard(card);
+    ASSERT_TRUE(fnAwait([&] { return !m_Notified.empty(); }, [&] { m_pMixers->fnPump(); }));
+    EXPECT_EQ(m_Notified, Values{kMute});
 }

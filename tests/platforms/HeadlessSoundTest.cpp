@@ -65,12 +65,12 @@ private:
 
 struct HeadlessMixer : testing::Test {
     CqHeadlessMixers m_Mixers;
-    std::vector<std::uint32_t> m_Told;
+    std::vector<std::uint32_t> m_Notified;
     std::unique_ptr<CqMixer> m_pMixer;
 
     HeadlessMixer() {
         m_Mixers.fnAddDevice(CqHeadlessMixers::fnMakeUsualDevice());
-        m_pMixer = m_Mixers.fnOpen(0, [this](std::uint32_t id) { m_Told.push_back(id); });
+        m_pMixer = m_Mixers.fnOpen(0, [this](std::uint32_t id) { m_Notified.push_back(id); });
     }
     std::vector<std::uint32_t> fnGet(std::uint32_t control, std::uint32_t channels,
                                      std::size_t count) {
@@ -318,9 +318,9 @@ TEST_F(HeadlessMixer, ChangesAreReportedWhenTheOwnerPumps) {
     EXPECT_FALSE(m_Mixers.fnMove(1, CQ_MIXER_CONTROL::VOLUME, {1, 2}));
     EXPECT_TRUE(m_pMixer->fnSetValues(1, 1, {1}));
     m_Mixers.fnReport(0, 77);
-    EXPECT_TRUE(m_Told.empty());
+    EXPECT_TRUE(m_Notified.empty());
     EXPECT_EQ(m_Mixers.fnPump(), 3u);
-    EXPECT_EQ(m_Told, (Values{2, 1, 77}));
+    EXPECT_EQ(m_Notified, (Values{2, 1, 77}));
     EXPECT_EQ(m_Mixers.fnPump(), 0u);
 }
 
@@ -329,18 +329,18 @@ TEST_F(HeadlessMixer, AClosedMixerGetsNoReports) {
     m_pMixer.reset();
     EXPECT_EQ(m_Mixers.fnGetOpen(), 0u);
     EXPECT_EQ(m_Mixers.fnPump(), 0u);
-    EXPECT_TRUE(m_Told.empty());
+    EXPECT_TRUE(m_Notified.empty());
 }
 
 TEST_F(HeadlessMixer, AReportMayCloseItsMixer) {
     m_pMixer = m_Mixers.fnOpen(0, [this](std::uint32_t id) {
-        m_Told.push_back(id);
+        m_Notified.push_back(id);
         m_pMixer.reset();
     });
     m_Mixers.fnMove(0, CQ_MIXER_CONTROL::VOLUME, {1, 2});
     m_Mixers.fnMove(0, CQ_MIXER_CONTROL::BASS, {1});
     EXPECT_EQ(m_Mixers.fnPump(), 1u);
-    EXPECT_EQ(m_Told, (Values{2}));
+    EXPECT_EQ(m_Notified, (Values{2}));
 }
 
 TEST_F(HeadlessMixer, EachCallFailsOnDemand) {

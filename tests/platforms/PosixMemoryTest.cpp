@@ -38,7 +38,7 @@ std::size_t fnKiloBytes(const char* file, const std::string& key) {
 /// The system's flags of the range that holds `address`.
 std::string fnRangeFlags(const void* address) {
     std::ifstream maps("/proc/self/smaps");
-    const auto wanted = reinterpret_cast<std::uintptr_t>(address);
+    const auto expected = reinterpret_cast<std::uintptr_t>(address);
     bool inside = false;
     for (std::string line; std::getline(maps, line);) {
         std::uintptr_t begin = 0;
@@ -46,7 +46,7 @@ std::string fnRangeFlags(const void* address) {
         char dash = 0;
         std::istringstream head(line);
         if (head >> std::hex >> begin >> dash >> end && dash == '-')
-            inside = begin <= wanted && wanted < end;
+            inside = begin <= expected && expected < end;
         else if (inside && line.starts_with("VmFlags:"))
             return line + ' ';
     }

@@ -44,14 +44,14 @@ std::string fnReadAll(CqFileStream& stream, std::size_t most) {
 }
 
 /// Writes until the disk is full, and expects that to be reported.
-std::string fnFill(const std::string& name, CQ_FILE_CAUSE wanted) {
+std::string fnFill(const std::string& name, CQ_FILE_CAUSE expected) {
     const auto stream = fnOpen(name, kCreate);
     Q32_WANT(stream != nullptr);
     const std::string block(1 << 20, 'x');
     CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
     for (int i = 0; i < 100 && cause == FILE_CAUSE_NONE; ++i)
         cause = stream->fnWrite(block.data(), block.size());
-    Q32_WANT(cause == wanted);
+    Q32_WANT(cause == expected);
     return "";
 }
 

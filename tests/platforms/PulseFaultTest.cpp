@@ -18,7 +18,7 @@ struct HostsDay {
             m_Failed += what;
     }
     void fnLive() {
-        m_pMixer = m_Pulse.m_pMixers->fnOpen(0, [this](std::uint32_t) { ++m_nTold; });
+        m_pMixer = m_Pulse.m_pMixers->fnOpen(0, [this](std::uint32_t) { ++m_nNotified; });
         fnNote("open mixer;", m_pMixer != nullptr);
         if (m_pMixer) {
             Values values(2);
@@ -61,7 +61,7 @@ struct HostsDay {
 
     CqPulse m_Pulse;
     std::unique_ptr<CqMixer> m_pMixer;
-    std::atomic<int> m_nTold{0};
+    std::atomic<int> m_nNotified{0};
     std::string m_Failed;
 };
 

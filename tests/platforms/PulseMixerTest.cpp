@@ -17,7 +17,7 @@ protected:
     PulseMixer() { s_pServer->fnRestore(); }
 
     void SetUp() override {
-        m_pMixer = m_Mixers.fnOpen(0, [this](std::uint32_t id) { m_Told.push_back(id); });
+        m_pMixer = m_Mixers.fnOpen(0, [this](std::uint32_t id) { m_Notified.push_back(id); });
         ASSERT_NE(m_pMixer, nullptr);
     }
     Values fnGet(std::uint32_t control = kVolume) {
@@ -25,8 +25,8 @@ protected:
         return m_pMixer->fnGetValues(control, 2, values) ? values : Values();
     }
     /// Waits as a host's loop does, and pumps the reports.
-    bool fnAwaitTold(std::size_t count) {
-        return fnAwait([&] { return m_Told.size() >= count; },
+    bool fnAwaitNotified(std::size_t count) {
+        return fnAwait([&] { return m_Notified.size() >= count; },
                        [&] {
                            pollfd event = {m_Mixers.fnGetDescriptor(), POLLIN, 0};
                            if (::poll(&event, 1, 1000) > 0) {
@@ -49,33 +49,33 @@ protected:
     CqPulse m_Pulse = q32Pulse(fnRetrying());
     CqPulseMixers& m_Mixers = *m_Pulse.m_pMixers;
     std::unique_ptr<CqMixer> m_pMixer;
-    Values m_Told;
+    Values m_Notified;
 };
 
 } // namespace
 
 TEST_F(PulseMixer, AVolumeFromOutsideIsReportedOnce) {
     s_pServer->fnControl({"set-sink-volume", "lab", "32768"});
-    ASSERT_TRUE(fnAwaitTold(1));
+    ASSERT_TRUE(fnAwaitNotified(1));
     EXPECT_TRUE(fnIsQuiet());
-    EXPECT_EQ(m_Told, Values{kVolume});
+    EXPECT_EQ(m_Notified, Values{kVolume});
     EXPECT_EQ(fnGet(), (Values{32768, 32768}));
     s_pServer->fnControl({"set-sink-volume", "lab", "0", "65536"});
-    ASSERT_TRUE(fnAwaitTold(2));
+    ASSERT_TRUE(fnAwaitNotified(2));
     EXPECT_EQ(fnGet(), (Values{0, 65535}));
 }
 
 TEST_F(PulseMixer, MuteFromOutsideIsReportedOnce) {
     s_pServer->fnControl({"set-sink-mute", "lab", "1"});
-    ASSERT_TRUE(fnAwaitTold(1));
+    ASSERT_TRUE(fnAwaitNotified(1));
     EXPECT_TRUE(fnIsQuiet());
-    EXPECT_EQ(m_Told, Values{kMute});
+    EXPECT_EQ(m_Notified, Values{kMute});
     EXPECT_EQ(fnGet(kMute), Values{1});
 }
 
 TEST_F(PulseMixer, AVolumeAboveFullReadsAsFull) {
     s_pServer->fnControl({"set-sink-volume", "lab", "150%", "50%"});
-    ASSERT_TRUE(fnAwaitTold(1));
+    ASSERT_TRUE(fnAwaitNotified(1));
     EXPECT_EQ(fnGet(), (Values{65535, 32768}));
 }
 
@@ -98,21 +98,21 @@ TEST_F(PulseMixer, ThereIsNoBassAndNoTreble) {
 
 TEST_F(PulseMixer, AServerThatComesBackIsFoundAndItsValuesReported) {
     ASSERT_TRUE(m_pMixer->fnSetValues(kVolume, 2, {100, 200}));
-    ASSERT_TRUE(fnAwaitTold(1));
+    ASSERT_TRUE(fnAwaitNotified(1));
     s_pServer->fnKill();
     EXPECT_TRUE(fnAwait([&] { return fnGet().empty(); }));
     EXPECT_FALSE(m_pMixer->fnSetValues(kVolume, 2, {1, 1}));
     CqMixerLine line;
     EXPECT_FALSE(m_pMixer->fnFindSpeakerLine(line));
     s_pServer->fnStart();
-    ASSERT_TRUE(fnAwaitTold(2));
+    ASSERT_TRUE(fnAwaitNotified(2));
     EXPECT_EQ(fnGet(), (Values{65535, 65535}));
 }
 
 TEST_F(PulseMixer, AnExceptionFromAReportPropagatesAndTheNextPumpReportsTheRest) {
     static int s_Thrown = 0;
     m_pMixer = m_Mixers.fnOpen(0, [this](std::uint32_t id) {
-        m_Told.push_back(id);
+        m_Notified.push_back(id);
         if (id == kVolume)
             throw &s_Thrown;
     });
@@ -120,8 +120,8 @@ TEST_F(PulseMixer, AnExceptionFromAReportPropagatesAndTheNextPumpReportsTheRest)
     ASSERT_TRUE(m_pMixer->fnSetValues(kMute, 1, {1}));
     ASSERT_NE(m_Mixers.fnOpen(0, {}), nullptr) << "which meets both, if nothing has before";
     EXPECT_THROW(m_Mixers.fnPump(), int*);
-    ASSERT_TRUE(fnAwaitTold(2));
-    EXPECT_EQ(m_Told, (Values{kVolume, kMute}));
+    ASSERT_TRUE(fnAwaitNotified(2));
+    EXPECT_EQ(m_Notified, (Values{kVolume, kMute}));
     EXPECT_TRUE(fnIsQuiet());
 }
 
@@ -129,10 +129,10 @@ TEST_F(PulseMixer, AReportMayEndTheService) {
     m_pMixer = m_Mixers.fnOpen(0, [this](std::uint32_t) {
         m_pMixer.reset();
         m_Pulse = {};
-        m_Told.push_back(0);
+        m_Notified.push_back(0);
     });
     ASSERT_TRUE(m_pMixer->fnSetValues(kVolume, 2, {100, 200}));
-    EXPECT_TRUE(fnAwait([&] { return !m_Told.empty(); },
+    EXPECT_TRUE(fnAwait([&] { return !m_Notified.empty(); },
                         [&] {
                             if (m_Pulse.m_pMixers)
                                 m_Mixers.fnPump();
@@ -165,11 +165,11 @@ TEST_F(PulseMixer, TheSoundControlReportsOnlyOthersChangesToItsParent) {
         EXPECT_EQ(control.fnGetVolume(), 255u);
 
         s_pServer->fnControl({"set-sink-volume", "lab", "50%"});
-        ASSERT_TRUE(fnAwaitTold(1));
+        ASSERT_TRUE(fnAwaitNotified(1));
         EXPECT_EQ(parent.m_Codes, Values{SCN_VOLUME});
         EXPECT_EQ(control.fnGetVolume(), 128u);
         s_pServer->fnControl({"set-sink-mute", "lab", "1"});
-        ASSERT_TRUE(fnAwaitTold(2));
+        ASSERT_TRUE(fnAwaitNotified(2));
         EXPECT_EQ(parent.m_Codes, (Values{SCN_VOLUME, SCN_MUTE}));
 
         for (int volume = 0; volume < 256; volume += 15) {
@@ -179,11 +179,11 @@ TEST_F(PulseMixer, TheSoundControlReportsOnlyOthersChangesToItsParent) {
         }
         EXPECT_TRUE(control.fnSetMute(false));
         EXPECT_TRUE(control.fnSetVolume(200));
-        const std::size_t told = m_Told.size();
-        ASSERT_TRUE(fnAwaitTold(told + 1));
+        const std::size_t notified = m_Notified.size();
+        ASSERT_TRUE(fnAwaitNotified(notified + 1));
         while (!fnIsQuiet())
             ;
-        EXPECT_EQ(parent.m_Codes.size(), 2u) << "own changes are not told";
+        EXPECT_EQ(parent.m_Codes.size(), 2u) << "own changes are not reported";
 
         s_pServer->fnControl({"set-sink-volume", "lab", "100%", "50%"});
         ASSERT_TRUE(
@@ -212,13 +212,13 @@ protected:
 
 TEST_F(PulseAudioMixer, AnotherDefaultOutputIsFollowed) {
     ASSERT_TRUE(m_pMixer->fnSetValues(kVolume, 2, {100, 200}));
-    ASSERT_TRUE(fnAwaitTold(1));
+    ASSERT_TRUE(fnAwaitNotified(1));
     fnUseSink("channels=2");
-    ASSERT_TRUE(fnAwaitTold(2));
-    EXPECT_EQ(m_Told.back(), kVolume);
+    ASSERT_TRUE(fnAwaitNotified(2));
+    EXPECT_EQ(m_Notified.back(), kVolume);
     EXPECT_EQ(fnGet(), (Values{65535, 65535}));
     s_pServer->fnControl({"set-default-sink", "lab"});
-    ASSERT_TRUE(fnAwaitTold(3));
+    ASSERT_TRUE(fnAwaitNotified(3));
     EXPECT_EQ(fnGet(), (Values{100, 200}));
 }
 

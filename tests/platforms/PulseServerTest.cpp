@@ -131,7 +131,7 @@ TEST_F(PulseServer, ADeviceMayBeDestroyedAtAnyTime) {
         sound.m_pDevice.reset();
         const int reports = sound.m_nReports;
         EXPECT_TRUE(m_Sound.fnCanPlay(kSinkFormat));
-        EXPECT_EQ(sound.m_nReports, reports) << "told after its end";
+        EXPECT_EQ(sound.m_nReports, reports) << "reported after its end";
     }
 }
 

@@ -8,10 +8,10 @@ using std::chrono::milliseconds;
 class PulseWatch : public PulseFault {
 protected:
     std::unique_ptr<CqMixer> fnOpenMixer() {
-        return m_Mixers.fnOpen(0, [this](std::uint32_t) { ++m_nTold; });
+        return m_Mixers.fnOpen(0, [this](std::uint32_t) { ++m_nNotified; });
     }
-    bool fnAwaitTold(int count) {
-        return fnAwait([&] { return m_nTold >= count; }, [&] { m_Mixers.fnPump(); });
+    bool fnAwaitNotified(int count) {
+        return fnAwait([&] { return m_nNotified >= count; }, [&] { m_Mixers.fnPump(); });
     }
     /// Whether the server is found again after it was gone. Another client finds it first, which
     /// looks for it five times less often than the services under test would.
@@ -34,7 +34,7 @@ protected:
 
     CqPulse m_Pulse = q32Pulse(m_Options);
     CqPulseMixers& m_Mixers = *m_Pulse.m_pMixers;
-    int m_nTold = 0;
+    int m_nNotified = 0;
 };
 
 } // namespace
@@ -52,19 +52,19 @@ TEST_F(PulseWatch, AServerIsSoughtAgainAfterEachAttemptThatFails) {
     }
     // No more calls are made.
     EXPECT_TRUE(fnAwait([&] { return fnIsConnected(kHost); }));
-    m_nTold = 0;
+    m_nNotified = 0;
     s_pServer->fnControl({"set-sink-volume", "lab", "30000"});
-    EXPECT_TRUE(fnAwaitTold(1));
+    EXPECT_TRUE(fnAwaitNotified(1));
 }
 
 TEST_F(PulseWatch, AServerThatDidNotAnswerInTimeIsSoughtAgain) {
     CqPulseOptions options = m_Options;
     options.m_Patience = milliseconds(100);
     m_Pulse = q32Pulse(options);
-    int told = 0;
+    int notified = 0;
     std::unique_ptr<CqMixer> mixer;
     ASSERT_TRUE(fnAwait([&] { // so short a timeout may fail a server that is only slow
-        mixer = m_Pulse.m_pMixers->fnOpen(0, [&](std::uint32_t) { ++told; });
+        mixer = m_Pulse.m_pMixers->fnOpen(0, [&](std::uint32_t) { ++notified; });
         return mixer != nullptr;
     }));
     {
@@ -79,7 +79,7 @@ TEST_F(PulseWatch, AServerThatDidNotAnswerInTimeIsSoughtAgain) {
     s_pServer->fnThaw();
     EXPECT_TRUE(fnAwait([&] { return fnIsConnected(kHost); })) << "without another call";
     s_pServer->fnControl({"set-sink-volume", "lab", "30000"});
-    EXPECT_TRUE(fnAwait([&] { return told > 0; }, [&] { m_Pulse.m_pMixers->fnPump(); }));
+    EXPECT_TRUE(fnAwait([&] { return notified > 0; }, [&] { m_Pulse.m_pMixers->fnPump(); }));
 }
 
 TEST_F(PulseWatch, ChangesAreReportedEvenIfTheFirstSubscriptionFailed) {
@@ -88,7 +88,7 @@ TEST_F(PulseWatch, ChangesAreReportedEvenIfTheFirstSubscriptionFailed) {
     ASSERT_NE(mixer, nullptr);
     ASSERT_EQ(PulseFailure::fnGetFailed(), "pa_context_subscribe");
     s_pServer->fnControl({"set-sink-volume", "lab", "30000"});
-    EXPECT_TRUE(fnAwaitTold(1));
+    EXPECT_TRUE(fnAwaitNotified(1));
 }
 
 TEST_F(PulseWatch, AChangeIsReportedEvenIfItsFirstReadFailed) {
@@ -96,7 +96,7 @@ TEST_F(PulseWatch, AChangeIsReportedEvenIfItsFirstReadFailed) {
     ASSERT_NE(mixer, nullptr);
     const PulseFailure failure(1, "pa_context_get_sink_info_by_name");
     s_pServer->fnControl({"set-sink-volume", "lab", "30000"});
-    EXPECT_TRUE(fnAwaitTold(1));
+    EXPECT_TRUE(fnAwaitNotified(1));
     EXPECT_EQ(PulseFailure::fnGetFailed(), "pa_context_get_sink_info_by_name");
 }
 
@@ -111,10 +111,10 @@ TEST_F(PulseWatch, AnOutputIsUsedAndFollowedEvenIfTheServerNamesNoDefault) {
     ASSERT_TRUE(mixer->fnGetValues(kVolume, 2, values));
     EXPECT_EQ(values, (Values{100, 200}));
     EXPECT_EQ(s_pServer->fnControl({"get-sink-mute", "lab"}), "Mute: yes\n");
-    ASSERT_TRUE(fnAwaitTold(2));
+    ASSERT_TRUE(fnAwaitNotified(2));
     const PulseFailure failure(1, "pa_context_get_sink_info_list");
     s_pServer->fnControl({"set-sink-volume", "lab", "30000"});
-    EXPECT_TRUE(fnAwaitTold(3));
+    EXPECT_TRUE(fnAwaitNotified(3));
     EXPECT_EQ(PulseFailure::fnGetFailed(), "pa_context_get_sink_info_list");
 }
 
@@ -160,7 +160,7 @@ TEST_F(PulseWatch, AMixerGetsNoReportsOfChangesWhileNoneWasOpen) {
     Values values(2);
     ASSERT_TRUE(mixer->fnGetValues(kVolume, 2, values));
     EXPECT_EQ(m_Mixers.fnPump(), 0u);
-    EXPECT_EQ(m_nTold, 0);
+    EXPECT_EQ(m_nNotified, 0);
     s_pServer->fnControl({"set-sink-volume", "lab", "20000"});
-    EXPECT_TRUE(fnAwaitTold(1));
+    EXPECT_TRUE(fnAwaitNotified(1));
 }

@@ -156,14 +156,14 @@ TEST_F(PictureFailure, EachFailedAllocationOfAWriteKeepsTheOldFile) {
 TEST_F(PictureFailure, ProgressRisesToAHundredWithAtLeastOneCallPerRow) {
     const auto image = fnMakeNoise(30, 250, 24, 1);
     for (const PICTURE_FORMAT format : kAll) {
-        CqToldProgress written;
+        RecordedProgress written;
         ASSERT_TRUE(fnWrite(*image, format, {}, &written).fnIsDone());
-        CqToldProgress read;
+        RecordedProgress read;
         ASSERT_TRUE(fnRead(&read).fnIsDone());
-        for (const auto& told : {written.m_Told, read.m_Told}) {
-            EXPECT_EQ(told.size(), 250u) << format;
-            EXPECT_TRUE(std::is_sorted(told.begin(), told.end()));
-            EXPECT_EQ(told.back(), 100u);
+        for (const auto& percents : {written.m_Percents, read.m_Percents}) {
+            EXPECT_EQ(percents.size(), 250u) << format;
+            EXPECT_TRUE(std::is_sorted(percents.begin(), percents.end()));
+            EXPECT_EQ(percents.back(), 100u);
         }
     }
 }
@@ -173,25 +173,25 @@ TEST_F(PictureFailure, AnAbortAtAnyCallLeavesNoImageAndNoFile) {
     for (const PICTURE_FORMAT format : kAll) {
         for (std::size_t at = 1; at <= 25; ++at) {
             fnPut("before");
-            CqToldProgress progress;
+            RecordedProgress progress;
             progress.m_nAbortAt = at;
             const CqPictureResult written = fnWrite(*image, format, {}, &progress);
             EXPECT_TRUE(written.m_bAborted);
             EXPECT_EQ(written.m_nMsgId, 0);
             EXPECT_FALSE(written.fnIsDone());
-            EXPECT_EQ(progress.m_Told.size(), at) << "no call after the abort";
+            EXPECT_EQ(progress.m_Percents.size(), at) << "no call after the abort";
             EXPECT_TRUE(fnGet() == "before");
             EXPECT_EQ(m_World->m_pDisks->fnGetFiles().size(), 1u);
         }
         ASSERT_TRUE(fnWrite(*image, format).fnIsDone());
         for (std::size_t at = 1; at <= 25; ++at) {
             CqImage target;
-            CqToldProgress progress;
+            RecordedProgress progress;
             progress.m_nAbortAt = at;
             const CqPictureResult read = q32ReadPicture(kPath, target, &progress);
             EXPECT_TRUE(read.m_bAborted);
             EXPECT_EQ(read.m_nMsgId, 0);
-            EXPECT_EQ(progress.m_Told.size(), at);
+            EXPECT_EQ(progress.m_Percents.size(), at);
             EXPECT_EQ(target.TileMap, nullptr);
         }
     }

@@ -78,16 +78,16 @@ TEST_F(PictureFile, AnUnknownFormatIsNotWritten) {
 }
 
 TEST_F(PictureFile, ReadingIntoAnImageDropsOnlyItsPluginObject) {
-    class Told : public CObject {
+    class DestructionFlag : public CObject {
     public:
-        explicit Told(bool& gone) : m_bGone(gone) {}
-        ~Told() override { m_bGone = true; }
+        explicit DestructionFlag(bool& gone) : m_bGone(gone) {}
+        ~DestructionFlag() override { m_bGone = true; }
         bool& m_bGone;
     };
     const auto image = fnMakeNoise(5, 5, 24, 1);
     ASSERT_EQ(fnWrite(*image, PICTURE_PNG).m_nMsgId, 0);
     bool gone = false;
-    m_Image.fnSetPluginData(new Told(gone));
+    m_Image.fnSetPluginData(new DestructionFlag(gone));
     m_Image.TitleFlag = 7;
     ASSERT_EQ(fnRead().m_nMsgId, 0);
     EXPECT_TRUE(gone);

@@ -31,14 +31,14 @@ std::unique_ptr<CqImage> fnMakeNoise(std::uint32_t width, std::uint32_t height, 
                                      unsigned int seed, unsigned int colors = 0);
 
 /// Records its calls, and aborts at a chosen one.
-class CqToldProgress : public CqPictureProgress {
+class RecordedProgress : public CqPictureProgress {
 public:
     void fnOnProgress(unsigned int percent, bool& aborted) override {
-        m_Told.push_back(percent);
-        aborted = m_Told.size() == m_nAbortAt;
+        m_Percents.push_back(percent);
+        aborted = m_Percents.size() == m_nAbortAt;
     }
 
-    std::vector<unsigned int> m_Told;
+    std::vector<unsigned int> m_Percents;
     std::size_t m_nAbortAt = 0; ///< counted from 1; 0 for never
 };
 

@@ -89,10 +89,10 @@ public:
     explicit Listener(std::size_t abortAt = 0) : m_nAbortAt(abortAt) {}
     void fnOnProgress(unsigned int percent, bool& aborted) override {
         EXPECT_FALSE(aborted);
-        m_Told.push_back(percent);
-        aborted = m_Told.size() == m_nAbortAt;
+        m_Percents.push_back(percent);
+        aborted = m_Percents.size() == m_nAbortAt;
     }
-    std::vector<unsigned int> m_Told;
+    std::vector<unsigned int> m_Percents;
 
 private:
     std::size_t m_nAbortAt;
@@ -234,14 +234,14 @@ TEST_F(WaveFileTest, ALongReadReportsItsProgress) {
     Listener listener;
     ASSERT_TRUE(q32ReadWave(kPath, wave, &listener).fnIsDone());
     // Pieces of 262,144 bytes.
-    EXPECT_EQ(listener.m_Told, (std::vector<unsigned int>{0, 26, 52, 78, 100}));
+    EXPECT_EQ(listener.m_Percents, (std::vector<unsigned int>{0, 26, 52, 78, 100}));
     EXPECT_EQ(fnSamples(wave), samples);
     ASSERT_TRUE(q32ReadWave(kPath, wave).fnIsDone());
     EXPECT_EQ(fnSamples(wave), samples) << "the same without a listener";
     fnPut(fnFile(fnChunk("fmt ", fnFormat(1, 8)) + fnChunk("data", "a")));
     Listener brief;
     ASSERT_TRUE(q32ReadWave(kPath, wave, &brief).fnIsDone());
-    EXPECT_EQ(brief.m_Told, (std::vector<unsigned int>{0, 100}));
+    EXPECT_EQ(brief.m_Percents, (std::vector<unsigned int>{0, 100}));
 }
 
 TEST_F(WaveFileTest, AReadAbortedAnywhereLeavesTheSound) {
@@ -250,7 +250,7 @@ TEST_F(WaveFileTest, AReadAbortedAnywhereLeavesTheSound) {
     for (std::size_t call = 1; call <= 5; ++call) {
         Listener listener(call);
         fnExpectUnread(0, &listener);
-        EXPECT_EQ(listener.m_Told.size(), call) << "nothing is told after it";
+        EXPECT_EQ(listener.m_Percents.size(), call) << "nothing is reported after it";
     }
 }
 
@@ -267,7 +267,7 @@ TEST_F(WaveFileTest, EachFailedReadLeavesTheSound) {
         stream.m_Read.fnFail(nth);
         Listener listener;
         fnExpectUnread(-4, &listener);
-        EXPECT_TRUE(listener.m_Told.empty() || listener.m_Told.back() < 100) << nth;
+        EXPECT_TRUE(listener.m_Percents.empty() || listener.m_Percents.back() < 100) << nth;
     }
 }
 
@@ -278,13 +278,13 @@ TEST_F(WaveFileTest, AFileTruncatedInItsSamplesLeavesTheSound) {
         fnPut(file.substr(0, file.size() - missing));
         Listener listener;
         fnExpectUnread(-6, &listener);
-        EXPECT_TRUE(listener.m_Told.empty()) << "its length tells it";
+        EXPECT_TRUE(listener.m_Percents.empty()) << "its length tells it";
     }
 }
 
 TEST_F(WaveFileTest, ExhaustedMemoryIsReported) {
     fnPut(fnFile(fnChunk("fmt ", fnFormat(1, 8)) + fnChunk("data", "abc")));
-    std::size_t told = 0;
+    std::size_t notified = 0;
     fnFailEachAllocation([&](CqAllocationFailure& failure) {
         CqWave fresh;
         const CqWaveFileResult result = q32ReadWave(kPath, fresh);
@@ -292,9 +292,9 @@ TEST_F(WaveFileTest, ExhaustedMemoryIsReported) {
         EXPECT_EQ(result.fnIsDone(), fresh.fnGetBuffer() != nullptr);
         // Some failures are recovered: the block goes to a scratch disk.
         EXPECT_TRUE(result.fnIsDone() || failure.fnHappened());
-        told += result.fnIsDone() ? 0 : 1;
+        notified += result.fnIsDone() ? 0 : 1;
     });
-    EXPECT_GT(told, 2u);
+    EXPECT_GT(notified, 2u);
     CqWave wave;
     ASSERT_TRUE(q32ReadWave(kPath, wave).fnIsDone());
     q32GetVMPolicy()->fnSetRamLimit(0);

@@ -179,10 +179,10 @@ TEST_F(DumpBin, AHexDumpHasTheAddressAtTheStartOfEachLine) {
     unsigned char bytes[] = {0x00, 0x0A, 0xFF, 0x7F, 0x80};
     OpenDumpBin dump;
     dump.fnHexDump("%p:", bytes, 5, 4);
-    char wanted[100];
-    std::snprintf(wanted, sizeof(wanted), "%p: 00 0A FF 7F\r\n%p: 80\r\n",
+    char expected[100];
+    std::snprintf(expected, sizeof(expected), "%p: 00 0A FF 7F\r\n%p: 80\r\n",
                   static_cast<void*>(bytes), static_cast<void*>(bytes + 4));
-    EXPECT_EQ(dump.fnGetText(), wanted);
+    EXPECT_EQ(dump.fnGetText(), expected);
 }
 
 TEST_F(DumpBin, AFullLastLineEndsOnce) {

@@ -320,14 +320,14 @@ TEST_F(ProgressDisplay, StopsDrawingMidwayWhenADeviceContextIsUnavailable) {
         display.fnDrawStatus(10, nullptr);
         (memory ? fnPaint().m_CreateDC : fnScreen().m_GetDC).fnFail(1);
         const auto painted = fnPainted();
-        const auto told = m_Bar.fnGetMessages().size();
+        const auto notified = m_Bar.fnGetMessages().size();
         display.fnDrawStatus(20, nullptr);
         EXPECT_EQ(display.m_pStatusBar, nullptr);
         EXPECT_EQ(display.m_nLastPercent, 10);
         display.fnDrawStatus(30, nullptr);
         display.fnClearStatus();
         EXPECT_EQ(fnPainted(), painted);
-        EXPECT_EQ(m_Bar.fnGetMessages().size(), told);
+        EXPECT_EQ(m_Bar.fnGetMessages().size(), notified);
     }
     EXPECT_TRUE(m_Bar.fnGetInvalidations().empty());
 }

@@ -97,13 +97,13 @@ protected:
     void fnStep(bool undo) {
         const Entry current = fnNew();
         unsigned long tag = 0;
-        const bool wanted = m_Random() % 4 != 0;
+        const bool expected = m_Random() % 4 != 0;
         CObject* object =
-            undo ? m_Manager->fnUndo(fnMake(current), current.m_nTag, wanted ? &tag : nullptr)
-                 : m_Manager->fnRedo(fnMake(current), current.m_nTag, wanted ? &tag : nullptr);
+            undo ? m_Manager->fnUndo(fnMake(current), current.m_nTag, expected ? &tag : nullptr)
+                 : m_Manager->fnRedo(fnMake(current), current.m_nTag, expected ? &tag : nullptr);
         const Entry taken = undo ? m_Model.fnUndo(current) : m_Model.fnRedo(current);
         EXPECT_EQ(fnStateOf(object), taken.m_nState);
-        EXPECT_EQ(tag, wanted ? taken.m_nTag : 0u);
+        EXPECT_EQ(tag, expected ? taken.m_nTag : 0u);
         delete object;
     }
     /// False when the step chosen is unavailable.

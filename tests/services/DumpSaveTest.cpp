@@ -123,7 +123,7 @@ TEST_F(DumpSave, AFailedSaveLeavesTheFolderUnchanged) {
 }
 
 TEST_F(DumpSave, WithoutMemoryMessage1IsShown) {
-    std::size_t told = 0;
+    std::size_t notified = 0;
     for (std::size_t nth = 1;; ++nth) {
         fnDesk().fnAnswerSave("C:\\Temp\\a file with a long name.txt");
         m_World->m_pMessages->fnClearBoxes();
@@ -135,11 +135,11 @@ TEST_F(DumpSave, WithoutMemoryMessage1IsShown) {
             break;
         ASSERT_LE(fnBoxes().size(), 1u) << nth;
         if (!fnBoxes().empty()) {
-            ++told;
+            ++notified;
             EXPECT_EQ(fnBoxes()[0].m_szText.substr(0, 20), "Insufficient memory.") << nth;
         }
     }
-    EXPECT_GT(told, 5u);
+    EXPECT_GT(notified, 5u);
     EXPECT_EQ(fnFile("C:\\Temp\\a file with a long name.txt"), "what is shown\r\n");
 }
 

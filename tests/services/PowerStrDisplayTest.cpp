@@ -295,7 +295,7 @@ TEST_F(PowerStrDisplay, AMomentIsFormattedInLocalTime) {
     text.fnDateTimeString(CTime(1709820309), true, true);
     EXPECT_STREQ(text, "3/7/2024 09:05:09");
     text.fnDateTimeString(CTime(-1), true, true);
-    EXPECT_STREQ(text, "3/7/2024 09:05:09") << "no moment that can be told";
+    EXPECT_STREQ(text, "3/7/2024 09:05:09") << "not a representable time";
 }
 
 namespace {

@@ -27,7 +27,7 @@ protected:
         return fnMixers().fnMove(0, type, values) && fnMixers().fnPump() == 1;
     }
     Values fnGet(CQ_MIXER_CONTROL type) { return fnMixers().fnGetValues(0, type); }
-    std::vector<UINT> fnTold() { return m_Parent.fnTakeCodes(); }
+    std::vector<UINT> fnTakeNotified() { return m_Parent.fnTakeCodes(); }
 
     OpenSoundCtrl m_Control;
 };
@@ -85,7 +85,7 @@ TEST_F(CqSoundCtrlTest, IsAHiddenChildThatReadsTheMixer) {
     EXPECT_TRUE(m_Control.fnCanHandleVolume());
     EXPECT_TRUE(m_Control.fnCanHandleBass());
     EXPECT_TRUE(m_Control.fnCanHandleTreble());
-    EXPECT_EQ(fnTold(), Codes()) << "a beginning is no change";
+    EXPECT_EQ(fnTakeNotified(), Codes()) << "a beginning is no change";
 }
 
 TEST_F(CqSoundCtrlTest, NeedsAParentWindow) {
@@ -142,7 +142,7 @@ TEST_F(CqSoundCtrlTest, ControlsThatAreMissingStayAbsentAndRefuse) {
     EXPECT_EQ(m_Control.fnGetBass(), 128u);
     fnMixers().fnReport(0, 0); // the id of absent controls
     EXPECT_EQ(fnMixers().fnPump(), 1u);
-    EXPECT_EQ(fnTold(), Codes());
+    EXPECT_EQ(fnTakeNotified(), Codes());
 }
 
 TEST_F(CqSoundCtrlTest, EachControlMayFailToBeFoundOrRead) {
@@ -236,7 +236,7 @@ TEST_F(CqSoundCtrlTest, MuteBassAndTrebleAreSetAndRead) {
         EXPECT_EQ(fnGet(TREBLE)[0], static_cast<std::uint32_t>(255 - value) * 256);
     }
     fnMixers().fnPump();
-    EXPECT_EQ(fnTold(), Codes());
+    EXPECT_EQ(fnTakeNotified(), Codes());
     EXPECT_EQ(m_Control.fnGetBass(), 255u);
 }
 
@@ -289,17 +289,18 @@ TEST_F(CqSoundCtrlTest, HugeStepsWrapIn32Bits) {
 TEST_F(CqSoundCtrlTest, AChangeFromOutsideIsReportedToTheParent) {
     fnStart();
     EXPECT_TRUE(fnMove(MUTE, {1}));
-    ASSERT_EQ(m_Parent.m_Told.size(), 1u);
-    EXPECT_EQ(m_Parent.m_Told[0].code, static_cast<UINT>(SCN_MUTE));
-    EXPECT_EQ(m_Parent.m_Told[0].idFrom, 42u);
-    EXPECT_EQ(m_Parent.m_Told[0].hwndFrom, reinterpret_cast<HWND>(static_cast<CWnd*>(&m_Control)));
+    ASSERT_EQ(m_Parent.m_Notified.size(), 1u);
+    EXPECT_EQ(m_Parent.m_Notified[0].code, static_cast<UINT>(SCN_MUTE));
+    EXPECT_EQ(m_Parent.m_Notified[0].idFrom, 42u);
+    EXPECT_EQ(m_Parent.m_Notified[0].hwndFrom,
+              reinterpret_cast<HWND>(static_cast<CWnd*>(&m_Control)));
     EXPECT_EQ(m_Parent.m_nLastWParam, 42u);
     EXPECT_TRUE(m_Control.fnGetMute());
-    m_Parent.m_Told.clear();
+    m_Parent.m_Notified.clear();
     EXPECT_TRUE(fnMove(BASS, {100 * 256}));
     EXPECT_TRUE(fnMove(TREBLE, {101 * 256}));
     EXPECT_TRUE(fnMove(VOLUME, {25600, 25600}));
-    EXPECT_EQ(fnTold(), (Codes{SCN_BASS, SCN_TREBLE, SCN_VOLUME}));
+    EXPECT_EQ(fnTakeNotified(), (Codes{SCN_BASS, SCN_TREBLE, SCN_VOLUME}));
     EXPECT_EQ(m_Control.fnGetBass(), 100u);
     EXPECT_EQ(m_Control.fnGetTreble(), 101u);
     EXPECT_EQ(m_Control.fnGetVolume(), 100u);
@@ -313,11 +314,11 @@ TEST_F(CqSoundCtrlTest, OneChangeMayBeReportedTwiceVolumeFirst) {
         seen.push_back(m_Control.fnGetBalance());
     };
     EXPECT_TRUE(fnMove(VOLUME, {51200, 25600}));
-    EXPECT_EQ(fnTold(), (Codes{SCN_VOLUME, SCN_BALANCE}));
+    EXPECT_EQ(fnTakeNotified(), (Codes{SCN_VOLUME, SCN_BALANCE}));
     EXPECT_EQ(seen, (Values{200, 128, 200, 64}))
-        << "the balance is stored after the volume is told";
+        << "the balance is stored after the volume is reported";
     EXPECT_TRUE(fnMove(VOLUME, {51200, 51200}));
-    EXPECT_EQ(fnTold(), (Codes{SCN_BALANCE}));
+    EXPECT_EQ(fnTakeNotified(), (Codes{SCN_BALANCE}));
 }
 
 TEST_F(CqSoundCtrlTest, ItsOwnChangesAreNotReported) {
@@ -328,14 +329,14 @@ TEST_F(CqSoundCtrlTest, ItsOwnChangesAreNotReported) {
     m_Control.fnSetBass(9);
     m_Control.fnSetTreble(8);
     EXPECT_EQ(fnMixers().fnPump(), 5u);
-    EXPECT_EQ(fnTold(), Codes());
+    EXPECT_EQ(fnTakeNotified(), Codes());
 }
 
 TEST_F(CqSoundCtrlTest, ChangesBelowTheScaleAreNotReported) {
     fnStart();
     EXPECT_TRUE(fnMove(VOLUME, {32768 + 255, 32768 + 255}));
     EXPECT_TRUE(fnMove(BASS, {32768 + 255}));
-    EXPECT_EQ(fnTold(), Codes());
+    EXPECT_EQ(fnTakeNotified(), Codes());
 }
 
 TEST_F(CqSoundCtrlTest, ABalanceSetAtVolumeZeroIsReportedAsCentred) {
@@ -345,7 +346,7 @@ TEST_F(CqSoundCtrlTest, ABalanceSetAtVolumeZeroIsReportedAsCentred) {
     EXPECT_TRUE(m_Control.fnSetBalance(10));
     fnMixers().fnReport(0, 2);
     EXPECT_EQ(fnMixers().fnPump(), 1u);
-    EXPECT_EQ(fnTold(), (Codes{SCN_BALANCE}));
+    EXPECT_EQ(fnTakeNotified(), (Codes{SCN_BALANCE}));
     EXPECT_EQ(m_Control.fnGetBalance(), 128u);
 }
 
@@ -354,7 +355,7 @@ TEST_F(CqSoundCtrlTest, MuteIsOnlyExactlyOne) {
     ASSERT_TRUE(m_Control.fnCreate(&m_Parent, 42, 10));
     EXPECT_TRUE(m_Control.fnGetMute());
     EXPECT_TRUE(fnMove(MUTE, {2}));
-    EXPECT_EQ(fnTold(), (Codes{SCN_MUTE}));
+    EXPECT_EQ(fnTakeNotified(), (Codes{SCN_MUTE}));
     EXPECT_FALSE(m_Control.fnGetMute());
 }
 
@@ -366,7 +367,7 @@ TEST_F(CqSoundCtrlTest, AFailedReadIsIgnored) {
         fnMixers().m_pCalls->m_GetValues.fnFail();
         EXPECT_TRUE(fnMove(type, values));
     }
-    EXPECT_EQ(fnTold(), Codes());
+    EXPECT_EQ(fnTakeNotified(), Codes());
     EXPECT_FALSE(m_Control.fnGetMute());
     EXPECT_EQ(m_Control.fnGetVolume(), 128u);
 }
@@ -378,9 +379,9 @@ TEST_F(CqSoundCtrlTest, AChangeOfAnotherMixerOrControlIsIgnored) {
     EXPECT_EQ(m_Control.SendMessage(MM_MIXM_CONTROL_CHANGE, mixer + 1, 2), 0);
     EXPECT_EQ(m_Control.SendMessage(MM_MIXM_CONTROL_CHANGE, mixer, 77), 0);
     EXPECT_EQ(m_Control.SendMessage(MM_MIXM_CONTROL_CHANGE - 1, mixer, 2), 0) << "a line's change";
-    EXPECT_EQ(fnTold(), Codes());
+    EXPECT_EQ(fnTakeNotified(), Codes());
     EXPECT_EQ(m_Control.SendMessage(MM_MIXM_CONTROL_CHANGE, mixer, 2), 0);
-    EXPECT_EQ(fnTold(), (Codes{SCN_VOLUME}));
+    EXPECT_EQ(fnTakeNotified(), (Codes{SCN_VOLUME}));
 }
 
 TEST_F(CqSoundCtrlTest, ADestroyedWindowKeepsItsValuesAndSetsNoMore) {
@@ -446,7 +447,7 @@ TEST_F(CqSoundCtrlTest, AParentMayDestroyTheWindowDuringAReport) {
     fnStart();
     m_Parent.m_OnNotify = [&](const NMHDR&) { m_Control.DestroyWindow(); };
     EXPECT_TRUE(fnMove(VOLUME, {51200, 25600}));
-    EXPECT_EQ(fnTold(), (Codes{SCN_VOLUME})) << "nobody is there for the balance";
+    EXPECT_EQ(fnTakeNotified(), (Codes{SCN_VOLUME})) << "nobody is there for the balance";
     EXPECT_EQ(m_Control.fnGetBalance(), 64u);
     EXPECT_EQ(fnMixers().fnGetOpen(), 0u);
 }

@@ -146,9 +146,9 @@ TEST_F(CqWaveTest, AShorterFillSilencesTheRestAndKeepsTheLength) {
         const std::size_t frame = bits / 8;
         fnFill(wave, fnRamp(4 * frame));
         fnFill(wave, fnRamp(frame, 99));
-        Bytes wanted = fnRamp(frame, 99);
-        wanted.resize(4 * frame, bits == 8 ? 0x80 : 0);
-        EXPECT_EQ(fnBytes(wave), wanted);
+        Bytes expected = fnRamp(frame, 99);
+        expected.resize(4 * frame, bits == 8 ? 0x80 : 0);
+        EXPECT_EQ(fnBytes(wave), expected);
         EXPECT_EQ(wave.fnGetFrameCount(), 4u);
     }
 }
@@ -192,10 +192,10 @@ TEST_F(CqWaveTest, ASoundOf24BitsIsNotSilenced) {
     wave.fnMute();
     EXPECT_EQ(fnBytes(wave), fnRamp(9));
     fnFill(wave, fnRamp(3, 50));
-    Bytes wanted = fnRamp(9);
+    Bytes expected = fnRamp(9);
     const Bytes head = fnRamp(3, 50);
-    std::copy(head.begin(), head.end(), wanted.begin());
-    EXPECT_EQ(fnBytes(wave), wanted);
+    std::copy(head.begin(), head.end(), expected.begin());
+    EXPECT_EQ(fnBytes(wave), expected);
 }
 
 TEST_F(CqWaveTest, ACopyIsIndependent) {

@@ -18,22 +18,22 @@ public:
     LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM lParam) override {
         EXPECT_EQ(message, WM_NOTIFY);
         m_nLastWParam = wParam;
-        const NMHDR told = *reinterpret_cast<const NMHDR*>(lParam);
-        m_Told.push_back(told);
+        const NMHDR header = *reinterpret_cast<const NMHDR*>(lParam);
+        m_Notified.push_back(header);
         if (m_OnNotify)
-            m_OnNotify(told);
+            m_OnNotify(header);
         return 0;
     }
 
     /// The codes reported so far, in order; clears the record.
     std::vector<UINT> fnTakeCodes() {
         std::vector<UINT> codes;
-        for (const NMHDR& told : std::exchange(m_Told, {}))
-            codes.push_back(told.code);
+        for (const NMHDR& header : std::exchange(m_Notified, {}))
+            codes.push_back(header.code);
         return codes;
     }
 
-    std::vector<NMHDR> m_Told;
+    std::vector<NMHDR> m_Notified;
     WPARAM m_nLastWParam = 0;
     std::function<void(const NMHDR&)> m_OnNotify;
 };

@@ -127,9 +127,9 @@ TEST_F(OscillogramTest, TheLoudestSampleIsABarAcrossTheBand) {
 
 TEST_F(OscillogramTest, ABarReachesOnePixelIntoTheNextBand) {
     EXPECT_EQ(fnDraw(2, 16, {0xFF, 0x7F, 0, 0}, 200), [] {
-        std::vector<int> wanted = fnRange(0, 100);
-        wanted.push_back(149);
-        return wanted;
+        std::vector<int> expected = fnRange(0, 100);
+        expected.push_back(149);
+        return expected;
     }());
 }
 
@@ -220,12 +220,12 @@ TEST_F(OscillogramTest, FollowsThePlainRuleForAnySoundAndImage) {
         const std::uint32_t length =
             run % 5 ? 1 + random() % (frames - start) : 1 + random() % 2000;
         CqImage image(width, height, depth, nullptr, 0);
-        CqImage wanted(width, height, depth, nullptr, 0);
+        CqImage expected(width, height, depth, nullptr, 0);
         image.fnFill(CqColor(9, 8, 7, 6), nullptr, false);
         const bool vertical = random() % 2 != 0;
         wave.fnRasterize(image, start, length, vertical, run % 2 != 0);
-        fnPlain(wanted, wave, start, length, vertical);
-        ASSERT_TRUE(fnSamePixels(image, wanted))
+        fnPlain(expected, wave, start, length, vertical);
+        ASSERT_TRUE(fnSamePixels(image, expected))
             << run << ": " << width << "x" << height << " of " << depth << " bits, " << channels
             << " channels of " << bits << ", " << start << " + " << length << " of " << frames
             << (vertical ? ", vertical" : "");
@@ -241,10 +241,10 @@ TEST_F(OscillogramTest, EachSampleOf16BitsFollowsTheRule) {
     }
     for (const bool vertical : {false, true}) {
         CqImage image(vertical ? 33 : 65536, vertical ? 65536 : 33, 8, nullptr, 0);
-        CqImage wanted(image.Width, image.Height, 8, nullptr, 0);
+        CqImage expected(image.Width, image.Height, 8, nullptr, 0);
         wave.fnRasterize(image, 0, 65536, vertical, false);
-        fnPlain(wanted, wave, 0, 65536, vertical);
-        EXPECT_TRUE(fnSamePixels(image, wanted)) << vertical;
+        fnPlain(expected, wave, 0, 65536, vertical);
+        EXPECT_TRUE(fnSamePixels(image, expected)) << vertical;
     }
 }
 

@@ -64,8 +64,8 @@ TEST_F(WaveLoadTest, ALongerFormatChunkIsMisread) {
     image[40] = 6;
     image[41] = 0;
     fnAddResource(2, image);
-    const Bytes wanted = {0, 0, 1, 8, 15, 22};
-    EXPECT_EQ(fnBytes(CqWave(2u)), wanted);
+    const Bytes expected = {0, 0, 1, 8, 15, 22};
+    EXPECT_EQ(fnBytes(CqWave(2u)), expected);
 }
 
 TEST_F(WaveLoadTest, TakesTheLow16BitsOfTheId) {

@@ -18,6 +18,7 @@ inline void fnCompareGolden(const CqHeadlessPicture& picture, const std::string&
         return;
     }
     std::ifstream in(path, std::ios::binary);
-    const std::string wanted{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    EXPECT_TRUE(picture.fnToPpm() == wanted) << path << " shows something else";
+    const std::string expected{std::istreambuf_iterator<char>(in),
+                               std::istreambuf_iterator<char>()};
+    EXPECT_TRUE(picture.fnToPpm() == expected) << path << " shows something else";
 }

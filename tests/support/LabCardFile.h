@@ -26,7 +26,7 @@ public:
             settings << "ctl." << kind << " type lab file \"" << m_szFolder << "/card\" }\n";
         settings.close();
         ::setenv("ALSA_CONFIG_PATH", (m_szFolder + "/asound.conf").c_str(), 1);
-        fnTurn({});
+        fnWriteCard({});
     }
     ~LabCardFile() {
         std::error_code ignored;
@@ -36,7 +36,7 @@ public:
     LabCardFile& operator=(const LabCardFile&) = delete;
 
     /// Changes the controls from outside.
-    void fnTurn(const LabCard& card) {
+    void fnWriteCard(const LabCard& card) {
         std::fstream file(m_szFolder + "/card",
                           m_bMade ? std::ios::in | std::ios::out | std::ios::binary
                                   : std::ios::out | std::ios::binary);

@@ -42,8 +42,8 @@ constexpr std::string_view kWirePlumberBluetooth = "bluez_monitor.enabled = fals
 } // namespace
 
 bool SoundServer::fnIsPipeWire() {
-    const char* wanted = std::getenv("Q32_TEST_SOUND");
-    return wanted && std::string_view(wanted) == "pipewire";
+    const char* expected = std::getenv("Q32_TEST_SOUND");
+    return expected && std::string_view(expected) == "pipewire";
 }
 
 SoundServer::SoundServer() {

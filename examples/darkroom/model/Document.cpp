@@ -110,8 +110,8 @@ void Document::fnReset(std::string path, bool reduced) {
 Outcome Document::fnOpen(const std::string& path, CqProgressDisplay* progress) {
     return fnGuard([&] {
         std::string newPath = path;
-        PictureProgress told(progress);
-        Outcome outcome = q32ReadPicture(path.c_str(), m_Image, &told);
+        PictureProgress pictureProgress(progress);
+        Outcome outcome = q32ReadPicture(path.c_str(), m_Image, &pictureProgress);
         if (outcome.fnIsDone())
             fnReset(std::move(newPath), outcome.m_bReduced);
         return outcome;
@@ -124,8 +124,9 @@ Outcome Document::fnSave(const std::string& path, CqProgressDisplay* progress) {
         if (!format || !format->m_bCanWrite)
             return fnFail(kNotSupported, path);
         std::string newPath = path;
-        PictureProgress told(progress);
-        Outcome outcome = q32WritePicture(path.c_str(), m_Image, format->m_eFormat, {}, &told);
+        PictureProgress pictureProgress(progress);
+        Outcome outcome =
+            q32WritePicture(path.c_str(), m_Image, format->m_eFormat, {}, &pictureProgress);
         if (outcome.fnIsDone() && fnKeepsAll(path.c_str())) {
             m_strPath = std::move(newPath);
             m_bReduced = false;
@@ -223,7 +224,7 @@ Outcome Document::fnChangeSelected(const char* name, int reach, const Edit& edit
     if (!fnIsLimited())
         return fnChange(name, edit, progress);
     return fnChange(
-        name, [&](CqImage&, CqProgressDisplay* told) { fnKeepToSelection(reach, edit, told); },
+        name, [&](CqImage&, CqProgressDisplay* bar) { fnKeepToSelection(reach, edit, bar); },
         progress);
 }
 
@@ -234,8 +235,8 @@ Outcome Document::fnApply(const Operation& operation, const Values& values,
     if (!operation.fnChanges(m_Image, values))
         return {};
     return fnGuard([&] {
-        const Edit edit = [&](CqImage& image, CqProgressDisplay* told) {
-            operation.m_pRun(image, values, told);
+        const Edit edit = [&](CqImage& image, CqProgressDisplay* bar) {
+            operation.m_pRun(image, values, bar);
         };
         return operation.fnIsLocal()
                    ? fnChangeSelected(operation.m_pszName, operation.m_nReach, edit, progress)
@@ -249,9 +250,9 @@ CRect Document::fnGetEdited() const {
 
 Outcome Document::fnFillPattern(CqImage& pattern, const CPoint& corner,
                                 CqProgressDisplay* progress) {
-    const auto fill = [&](CqImage& image, CqProgressDisplay* told) {
-        SpanProgress converting(told, 0, kPatternConverted);
-        SpanProgress filling(told, kPatternConverted, 100);
+    const auto fill = [&](CqImage& image, CqProgressDisplay* bar) {
+        SpanProgress converting(bar, 0, kPatternConverted);
+        SpanProgress filling(bar, kPatternConverted, 100);
         if (pattern.BitCount == image.BitCount ||
             fnConvertPicture(pattern, image.BitCount, &converting))
             darkroom::fnFillPattern(image, pattern, corner, &filling);
@@ -265,9 +266,9 @@ Outcome Document::fnCrop(CqProgressDisplay* progress) {
     const CRect place = fnGetEdited();
     if (place == fnGetWhole(m_Image))
         return {};
-    const auto crop = [&](CqImage& image, CqProgressDisplay* told) {
+    const auto crop = [&](CqImage& image, CqProgressDisplay* bar) {
         CqImage part;
-        if (fnCutOut(image, place, place.TopLeft(), part, told))
+        if (fnCutOut(image, place, place.TopLeft(), part, bar))
             image.fnSwapBuf(part);
     };
     return fnGuard([&] { return fnDo("Crop to Selection", true, crop, progress); });
@@ -342,9 +343,9 @@ Outcome Document::fnSelectMade(Make&& make, Combine how, CqProgressDisplay* prog
 Outcome Document::fnSelectShape(ShapeKind shape, std::span<const CqPoint2D> points, Combine how,
                                 CqProgressDisplay* progress) {
     return fnSelectMade(
-        [&](CqMask& mask, CqProgressDisplay* told) {
+        [&](CqMask& mask, CqProgressDisplay* bar) {
             return fnMakeShapeMask(fnMakeOutline(shape, points), m_Image.Width, m_Image.Height,
-                                   mask, told);
+                                   mask, bar);
         },
         how, progress);
 }
@@ -352,8 +353,8 @@ Outcome Document::fnSelectShape(ShapeKind shape, std::span<const CqPoint2D> poin
 Outcome Document::fnSelectColor(const CqColor& color, int tolerance, Combine how,
                                 CqProgressDisplay* progress) {
     return fnSelectMade(
-        [&](CqMask& mask, CqProgressDisplay* told) {
-            return fnMakeColorMask(m_Image, color, tolerance, mask, told);
+        [&](CqMask& mask, CqProgressDisplay* bar) {
+            return fnMakeColorMask(m_Image, color, tolerance, mask, bar);
         },
         how, progress);
 }

@@ -40,8 +40,8 @@ bool fnMergePicture(CqImage& image, CqImage& over, const MergePlan& plan, CqMask
         maskPlace.OffsetRect(-plan.m_nX, -plan.m_nY);
     }
     if (plan.m_eRule == MergeRule::ALPHA && over.BitCount == 32) {
-        SpanProgress told(progress, 0, kMasked);
-        if (!fnMakeAlphaMask(over, kOpaqueFrom, alpha, &told))
+        SpanProgress masking(progress, 0, kMasked);
+        if (!fnMakeAlphaMask(over, kOpaqueFrom, alpha, &masking))
             return false;
         mask = &alpha;
     }

@@ -51,8 +51,8 @@ constexpr Parameter kFillColor[] = {{"Color", ParameterKind::COLOR, 0, 0xFFFFFF,
 
 /// A positive angle always rotates clockwise here; the library rotates right angles clockwise and
 /// all others counter-clockwise.
-void fnTurn(CqImage& image, int degrees, unsigned int background, bool smooth,
-            CqProgressDisplay* progress) {
+void fnRotate(CqImage& image, int degrees, unsigned int background, bool smooth,
+              CqProgressDisplay* progress) {
     const int angle = ((degrees % 360) + 360) % 360;
     if (angle == 0)
         return;
@@ -69,8 +69,8 @@ bool fnAllAre(const CqImage&, std::span<const int> values) {
 }
 
 template <int Degrees>
-void fnTurnBy(CqImage& image, std::span<const int>, CqProgressDisplay* progress) {
-    fnTurn(image, Degrees, 0, false, progress);
+void fnRotateBy(CqImage& image, std::span<const int>, CqProgressDisplay* progress) {
+    fnRotate(image, Degrees, 0, false, progress);
 }
 
 template <int Bits>
@@ -133,7 +133,7 @@ const Operation kOperations[] = {
      nullptr, fnAllAre<1, 100>},
     {"rotate", "Rotate", MenuPlace::IMAGE, "Ctrl+R", kAngle, PreviewKind::TURN, kTrueColor,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
-         fnTurn(image, values[0], static_cast<unsigned int>(values[2]), values[1] != 0, progress);
+         fnRotate(image, values[0], static_cast<unsigned int>(values[2]), values[1] != 0, progress);
      },
      nullptr, fnAllAre<1, 0>},
     {"right",
@@ -143,7 +143,7 @@ const Operation kOperations[] = {
      {},
      PreviewKind::NONE,
      kBytes,
-     fnTurnBy<90>,
+     fnRotateBy<90>,
      nullptr},
     {"left",
      "Turn Left",
@@ -152,7 +152,7 @@ const Operation kOperations[] = {
      {},
      PreviewKind::NONE,
      kBytes,
-     fnTurnBy<270>,
+     fnRotateBy<270>,
      nullptr},
     {"half",
      "Turn Upside Down",
@@ -161,7 +161,7 @@ const Operation kOperations[] = {
      {},
      PreviewKind::NONE,
      kBytes,
-     fnTurnBy<180>,
+     fnRotateBy<180>,
      nullptr},
     {"to24",
      "Convert to 24 Bits",

@@ -161,13 +161,13 @@ bool fnMakeShapeMask(std::span<const CqPoint2D> outline, unsigned int width, uns
 
 bool fnMakeColorMask(CqImage& image, const CqColor& color, int tolerance, CqMask& mask,
                      CqProgressDisplay* progress) {
-    const int wanted[] = {color.m_Red, color.m_Green, color.m_Blue};
+    const int target[] = {color.m_Red, color.m_Green, color.m_Blue};
     return fnMakePixelMask<24>(
         image,
         [&](const unsigned char* pixel) {
-            return std::abs(pixel[0] - wanted[0]) <= tolerance &&
-                   std::abs(pixel[1] - wanted[1]) <= tolerance &&
-                   std::abs(pixel[2] - wanted[2]) <= tolerance;
+            return std::abs(pixel[0] - target[0]) <= tolerance &&
+                   std::abs(pixel[1] - target[1]) <= tolerance &&
+                   std::abs(pixel[2] - target[2]) <= tolerance;
         },
         mask, progress);
 }

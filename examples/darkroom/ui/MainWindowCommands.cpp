@@ -217,10 +217,10 @@ void MainWindow::fnMerge(const QString& path) {
     fnRun(tr("Merge"), [&](CqProgressDisplay* progress) {
         return m_Document.fnChange(
             "Merge",
-            [&](CqImage& image, CqProgressDisplay* told) {
+            [&](CqImage& image, CqProgressDisplay* bar) {
                 CqMask* const selection =
                     m_Document.fnHasSelection() ? &m_Document.fnGetSelection() : nullptr;
-                fnMergePicture(image, second.fnGetImage(), plan, selection, told);
+                fnMergePicture(image, second.fnGetImage(), plan, selection, bar);
             },
             progress);
     });

@@ -36,7 +36,7 @@ QPoint fnMiddle(const QSize& size) {
 }
 
 /// The size that the library gives a rotated picture: its bounds plus space for the fringe.
-QSize fnTurnedSize(const QSize& from, double degrees, bool smooth) {
+QSize fnRotatedSize(const QSize& from, double degrees, bool smooth) {
     const QRectF pixels(-fnMiddle(from), QSizeF(from.width() - 1, from.height() - 1));
     const QRectF box = QTransform().rotate(degrees).mapRect(pixels);
     const auto span = [&](double least, double most) {
@@ -46,7 +46,7 @@ QSize fnTurnedSize(const QSize& from, double degrees, bool smooth) {
     return {span(box.left(), box.right()), span(box.top(), box.bottom())};
 }
 
-Placement fnTurned(const QSize& from, int degrees, bool smooth) {
+Placement fnPlaceRotated(const QSize& from, int degrees, bool smooth) {
     if (degrees % 360 == 0)
         return {from, QTransform(), 0, false};
     QTransform toSource;
@@ -58,7 +58,7 @@ Placement fnTurned(const QSize& from, int degrees, bool smooth) {
         return {to, toSource, 0, false};
     }
     // The centre pixels coincide.
-    const QSize to = fnTurnedSize(from, degrees, smooth);
+    const QSize to = fnRotatedSize(from, degrees, smooth);
     const QPoint there = fnMiddle(from);
     const QPoint here = fnMiddle(to);
     toSource.translate(there.x() + 0.5, there.y() + 0.5);
@@ -88,7 +88,7 @@ Placement fnFindPlacement(const Operation& operation, const CqImage& image,
         };
         return fnSized(from, {length(from.width()), length(from.height())}, scale, scale);
     }
-    Placement placement = fnTurned(from, values[0], values[1] != 0);
+    Placement placement = fnPlaceRotated(from, values[0], values[1] != 0);
     const CqColor ground(static_cast<unsigned long>(values[2]));
     placement.m_Ground = qRgb(ground.m_Red, ground.m_Green, ground.m_Blue);
     return placement;

@@ -51,11 +51,11 @@ std::vector<int> fnReduce(int length, double zoom) {
 }
 
 /// Where the view, `room` pixels wide, would begin to show a result of `length` screen pixels if it
-/// could choose `wanted`.
-int fnFindOrigin(int room, int length, double wanted) {
+/// could choose `preferred`.
+int fnFindOrigin(int room, int length, double preferred) {
     const int spare = room - length;
     return spare > 0 ? -(spare / 2)
-                     : static_cast<int>(std::clamp(std::round(wanted), 0.0, -1.0 * spare));
+                     : static_cast<int>(std::clamp(std::round(preferred), 0.0, -1.0 * spare));
 }
 
 int fnBlendChannel(const QRgb (&four)[4], int shift, double x, double y) {
@@ -217,7 +217,7 @@ void Preview::fnShowMoved(const Values& values) {
     const QPointF middle(room.width() / 2.0, room.height() / 2.0);
     const QPointF kept =
         placement.m_ToSource.inverted().map(m_View.fnToImage(middle / m_View.devicePixelRatioF()));
-    const QPointF wanted = kept * zoom - middle;
+    const QPointF preferred = kept * zoom - middle;
     constexpr double kMaxScaled = std::numeric_limits<int>::max();
     const auto scaled = [&](int length) {
         return static_cast<int>(std::clamp(length * zoom, 1.0, kMaxScaled));
@@ -228,8 +228,8 @@ void Preview::fnShowMoved(const Values& values) {
             return static_cast<int>(std::floor((at + 0.5 + origin) / zoom));
         });
     };
-    const SampledAxis across = axis(room.width(), placement.m_Size.width(), wanted.x());
-    const SampledAxis down = axis(room.height(), placement.m_Size.height(), wanted.y());
+    const SampledAxis across = axis(room.width(), placement.m_Size.width(), preferred.x());
+    const SampledAxis down = axis(room.height(), placement.m_Size.height(), preferred.y());
     const bool reduced = !m_Columns.empty();
     PlaceReader reader(reduced ? m_Base : image, reduced ? zoom : 1, placement);
     const QSize size(static_cast<int>(across.m_Samples.size()),

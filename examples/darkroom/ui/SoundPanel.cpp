@@ -162,8 +162,8 @@ bool SoundPanel::fnLoad(const QString& path) {
     const QString name = QFileInfo(path).fileName();
     CqWave fresh;
     const bool done = m_Run(tr("Loading %1").arg(name), [&](CqProgressDisplay* progress) {
-        PictureProgress told(progress);
-        return q32ReadWave(QFile::encodeName(path).constData(), fresh, &told);
+        PictureProgress pictureProgress(progress);
+        return q32ReadWave(QFile::encodeName(path).constData(), fresh, &pictureProgress);
     });
     if (!done)
         return false;

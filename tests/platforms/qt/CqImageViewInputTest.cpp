@@ -60,7 +60,7 @@ TEST_F(ImageView, StepsUseRoundZooms) {
     m_pView->fnStepZoom(1000);
     EXPECT_EQ(m_pView->fnGetZoom(), CqImageView::kMaxZoom);
     m_pView->fnStepZoom(-1000);
-    EXPECT_EQ(m_pView->fnGetZoom(), CqImageView::kLeastZoom);
+    EXPECT_EQ(m_pView->fnGetZoom(), CqImageView::kMinZoom);
     m_pView->fnSetZoom(std::nan(""));
     EXPECT_EQ(m_pView->fnGetZoom(), 1.0);
 }

@@ -142,7 +142,7 @@ TEST_F(ImageView, TinyImagesFillTheViewAtTheHighestZoom) {
         fnCheckAll();
         m_pView->fnSetZoom(CqImageView::kMaxZoom);
         fnCheckAll();
-        m_pView->fnSetZoom(CqImageView::kLeastZoom);
+        m_pView->fnSetZoom(CqImageView::kMinZoom);
         fnCheckAll();
     }
 }

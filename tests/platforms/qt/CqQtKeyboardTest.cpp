@@ -159,7 +159,7 @@ TEST_F(QtKeyboard, AWaitingClickStaysWhereTheHostLetsNoInputThrough) {
             return m_Window.size() == QSize(260, 210);
         },
         200000);
-    EXPECT_TRUE(resized) << "how the window lies is told all the same";
+    EXPECT_TRUE(resized) << "the window state is reported all the same";
     EXPECT_TRUE(m_Window.m_Seen.empty());
     fnPostClick(20);
     fnLook();
