@@ -2,13 +2,15 @@
 """Runs the benchmark programs, keeps their JSON, compares two builds, and writes the page of results.
 
 Each figure is the best of all rounds: other work on a machine only ever makes a run slower. With two
-builds the rounds alternate, so that both meet the same conditions.
+builds each round runs both, in alternating order, and the ratio is the median of the rounds' ratios:
+where buffers lie in physical memory differs from run to run, and moves single figures by a third.
 """
 import argparse
 import json
 import os
 import pathlib
 import platform
+import statistics
 import subprocess
 import sys
 import tempfile
@@ -49,7 +51,11 @@ def run(program, seconds, pattern):
                         f"--benchmark_min_time={seconds}", f"--benchmark_filter={pattern}"],
                        check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         text = out.read()
-    return {row["name"]: row for row in json.loads(text)["benchmarks"]} if text else {}
+    rows = {row["name"]: row for row in json.loads(text)["benchmarks"]} if text else {}
+    for name, row in rows.items():
+        if "error_occurred" in row:
+            sys.exit(f"{name}: {row['error_message']}")
+    return rows
 
 
 def seconds_of(row):
@@ -61,8 +67,6 @@ def seconds_of(row):
 
 def keep_best(best, rows):
     for name, row in rows.items():
-        if "error_occurred" in row:
-            sys.exit(f"{name}: {row['error_message']}")
         if name not in best or seconds_of(row) < seconds_of(best[name]):
             best[name] = row
 
@@ -109,15 +113,20 @@ def write_page(results):
     PAGE.write_text("\n".join(lines), encoding="utf-8")
 
 
-def compare(ours, theirs):
-    slower = []
+def keep_ratios(ratios, ours, theirs):
     for name, row in ours.items():
         if name in theirs:
-            ratio = seconds_of(row) / seconds_of(theirs[name])
-            print(f"  {name:50} {time_text(seconds_of(theirs[name])):>10} {time_text(seconds_of(row)):>10}"
-                  f" {ratio:6.2f}{'  slower' if ratio > SLOWER else ''}")
-            if ratio > SLOWER:
-                slower.append(name)
+            ratios.setdefault(name, []).append(seconds_of(row) / seconds_of(theirs[name]))
+
+
+def compare(ours, theirs, ratios):
+    slower = []
+    for name, of_rounds in ratios.items():
+        ratio = statistics.median(of_rounds)
+        print(f"  {name:50} {time_text(seconds_of(theirs[name])):>10} {time_text(seconds_of(ours[name])):>10}"
+              f" {ratio:6.2f}{'  slower' if ratio > SLOWER else ''}")
+        if ratio > SLOWER:
+            slower.append(name)
     return slower
 
 
@@ -135,14 +144,21 @@ def main():
     slower = []
     for program in programs(BUILD, options.names):
         other = options.against / program.relative_to(BUILD) if options.against else None
-        ours, theirs = {}, {}
+        builds = [(program, {})] + ([(other, {})] if other and other.exists() else [])
+        ratios = {}
         for _ in range(options.rounds):
-            if other and other.exists():
-                keep_best(theirs, run(other, options.seconds, options.filter))
-            keep_best(ours, run(program, options.seconds, options.filter))
+            builds.reverse()
+            rows = {}
+            for path, best in builds:
+                rows[path] = run(path, options.seconds, options.filter)
+                keep_best(best, rows[path])
+            if other in rows:
+                keep_ratios(ratios, rows[program], rows[other])
+        best = dict(builds)
+        ours = best[program]
         print(program.name, flush=True)
-        if theirs:
-            slower += [f"{program.name} {name}" for name in compare(ours, theirs)]
+        if ratios:
+            slower += [f"{program.name} {name}" for name in compare(ours, best[other], ratios)]
         else:
             for name, row in ours.items():
                 print(f"  {name:50} {time_text(seconds_of(row)):>10}  {rate_text(row)}")
