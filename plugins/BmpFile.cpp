@@ -17,8 +17,6 @@ namespace q32 {
 
 namespace {
 
-/// The header written for pictures with alpha.
-constexpr std::uint32_t kV4HeaderBytes = 108;
 constexpr std::uint32_t kSrgbSpace = 0x73524742;
 /// Limit for run-length coded data, which is decoded in one block.
 constexpr std::uint64_t kMaxRleBytes = 64u << 20;
@@ -53,16 +51,16 @@ bool fnKnowsBmp(const unsigned char* head, std::size_t count) {
     return count >= 2 && head[0] == 'B' && head[1] == 'M';
 }
 
-/// Converts rows of the file to rows for a PictureTarget.
-class RowConverter {
+/// Decodes rows of the file to rows for a PictureTarget.
+class RowDecoder {
 public:
-    explicit RowConverter(const BmpHeader& header)
+    explicit RowDecoder(const BmpHeader& header)
         : m_Header(header), m_b555(header.fnIs555()), m_b565(header.fnIs565()) {
-        std::transform(header.m_Masks, header.m_Masks + 4, m_Channels,
+        std::transform(header.m_Masks.begin(), header.m_Masks.end(), m_Channels,
                        [](std::uint32_t mask) { return Channel(mask); });
     }
 
-    void fnConvert(const unsigned char* in, unsigned char* out) const {
+    void fnDecode(const unsigned char* in, unsigned char* out) const {
         const unsigned int bits = m_Header.m_Info.biBitCount;
         if (bits <= 8)
             fnUnpackBits(in, bits, m_Header.m_nWidth, out);
@@ -117,14 +115,14 @@ void fnReadPlain(CodecInput& input, const BmpHeader& header, PictureTarget& targ
     target.fnAlloc(header.m_nWidth, header.m_nHeight, depth, depth <= 8 ? header.m_Colors : nullptr,
                    header.m_nColors);
 
-    const RowConverter converter(header);
+    const RowDecoder decoder(header);
     const auto stored = std::make_unique_for_overwrite<unsigned char[]>(stride);
     const auto row = std::make_unique_for_overwrite<unsigned char[]>(std::size_t{header.m_nWidth} *
                                                                      fnCodecBytes(depth));
     input.fnSeek(header.m_nPixelsAt);
     for (std::uint32_t i = 0; i < header.m_nHeight; ++i) {
         fnReadExactly(input, stored.get(), stride);
-        converter.fnConvert(stored.get(), row.get());
+        decoder.fnDecode(stored.get(), row.get());
         target.fnStoreRow(header.m_bTopDown ? i : header.m_nHeight - 1 - i, row.get());
         target.fnTell(std::uint64_t{i} + 1, header.m_nHeight);
     }
@@ -193,8 +191,10 @@ void fnReadBmp(CodecInput& input, PictureTarget& target) {
 /// The bytes ahead of the pixels: file header, information header with masks, colour table.
 std::vector<unsigned char> fnMakeHeaders(const PictureSource& source, std::uint64_t pixelBytes) {
     const unsigned int bits = source.fnGetBitCount();
-    const std::uint32_t infoBytes = bits == 32 ? kV4HeaderBytes : std::uint32_t{kDibHeaderBytes};
-    const std::uint32_t maskBytes = bits == 16 ? 12 : 0;
+    // The longer header, for pictures with alpha, holds the masks.
+    const std::uint32_t infoBytes =
+        bits == 32 ? std::uint32_t{kDibV4HeaderBytes} : std::uint32_t{kDibHeaderBytes};
+    const std::uint32_t maskBytes = bits == 16 ? std::uint32_t{kDibMaskBytes} : 0;
     const std::uint32_t pixelsAt = kBmpFileHeaderBytes + infoBytes + maskBytes +
                                    source.fnGetColorCount() * std::uint32_t{sizeof(RGBQUAD)};
     if (pixelBytes > UINT32_MAX - pixelsAt)
@@ -223,14 +223,15 @@ std::vector<unsigned char> fnMakeHeaders(const PictureSource& source, std::uint6
         info.biClrUsed = source.fnGetColorCount();
     put(kBmpFileHeaderBytes, info);
 
-    const std::uint32_t masks16[3] = {0xF800, 0x07E0, 0x001F};
-    const std::uint32_t masks32[5] = {0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000, kSrgbSpace};
+    constexpr std::size_t kBehindInfo = kBmpFileHeaderBytes + kDibHeaderBytes;
     if (bits == 16)
-        put(kBmpFileHeaderBytes + kDibHeaderBytes, masks16);
-    if (bits == 32)
-        put(kBmpFileHeaderBytes + kDibHeaderBytes, masks32);
+        std::memcpy(bytes.data() + kBehindInfo, kDibMasks565.data(), kDibMaskBytes);
+    if (bits == 32) {
+        put(kBehindInfo, kDibMasks8888);
+        put(kBehindInfo + sizeof(kDibMasks8888), kSrgbSpace);
+    }
     if (bits <= 8)
-        std::memcpy(bytes.data() + kBmpFileHeaderBytes + kDibHeaderBytes, source.fnGetColors(),
+        std::memcpy(bytes.data() + kBehindInfo, source.fnGetColors(),
                     source.fnGetColorCount() * sizeof(RGBQUAD));
     return bytes;
 }

@@ -26,17 +26,14 @@ struct BmpHeader {
     std::uint32_t m_nPixelsAt = 0; ///< offset in the file
     RGBQUAD m_Colors[256] = {};
     unsigned int m_nColors = 0;
-    bool m_bProfile = false;       ///< the file refers to a colour profile
-    std::uint32_t m_Masks[4] = {}; ///< red, green, blue, alpha; 0 for an absent channel
+    bool m_bProfile = false; ///< the file refers to a colour profile
+    DibMasks m_Masks = {};   ///< of 16- and 32-bit pixels
 
-    bool fnIs555() const { return fnHasMasks16(0x7C00, 0x03E0); }
-    bool fnIs565() const { return fnHasMasks16(0xF800, 0x07E0); }
+    bool fnIs555() const { return m_Info.biBitCount == 16 && m_Masks == kDibMasks555; }
+    bool fnIs565() const { return m_Info.biBitCount == 16 && m_Masks == kDibMasks565; }
     unsigned int fnImageDepth() const;
     /// Whether the file holds more per pixel, or more metadata, than an image.
     bool fnHoldsMore() const;
-
-private:
-    bool fnHasMasks16(std::uint32_t red, std::uint32_t green) const;
 };
 
 /// Reads and validates the headers, from the start of the file. Throws CodecFailure.

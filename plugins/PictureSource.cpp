@@ -1,5 +1,6 @@
 #include "plugins/CodecSamples_p.h"
 #include "plugins/PictureSource_p.h"
+#include "q32Base/pixels/PixelFormat_p.h"
 
 #include <algorithm>
 #include <memory>
@@ -11,7 +12,7 @@ PictureSource::PictureSource(CqImage& image, CqPictureProgress* progress)
       m_nDotsX(fnDotsPerMeter(image.DpiX)), m_nDotsY(fnDotsPerMeter(image.DpiY)) {
     if (m_nDotsX == 0 || m_nDotsY == 0)
         m_nDotsX = m_nDotsY = 0;
-    if (image.BitCount <= 8)
+    if (fnIsIndexed(image.BitCount))
         fnFindColors();
 }
 

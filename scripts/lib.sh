@@ -1,14 +1,14 @@
-# Shared pieces of the scripts. Sourced with `set -euo pipefail` in force; moves to the tree's root.
+# Functions shared by the scripts. To be sourced under `set -euo pipefail`; changes to the root of the tree.
 # shellcheck shell=bash
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 jobs=$(nproc)
-# Objects don't depend on the folder that they are built in, so that builds share them.
+# Objects don't depend on the folder in which they are built, so builds share them.
 export CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros
-# What a source includes is told by the compiler as it compiles, not by a run of the preprocessor before.
+# The compiler itself reports what a source includes; no separate preprocessor run is needed.
 export CCACHE_DEPEND=1
 
-# step <what>: tells what comes next.
+# step <what>: announces the next step.
 step() { printf '\n== %s\n' "$*"; }
 
 die() {
@@ -26,7 +26,7 @@ quietly() {
     return "$status"
 }
 
-# missing_packages <group>...: those packages of the groups that are not installed.
+# missing_packages <group>...: lists the packages of the groups that aren't installed.
 missing_packages() {
     local group package
     while read -r group package _; do
@@ -36,7 +36,7 @@ missing_packages() {
     done < <(grep -v '^#' scripts/packages)
 }
 
-# apt_get <arguments>...: apt-get as root, asking nothing.
+# apt_get <arguments>...: runs apt-get as root, without questions.
 apt_get() {
     local root=()
     ((EUID == 0)) || root=(sudo -n)
@@ -44,8 +44,8 @@ apt_get() {
         -o DPkg::Lock::Timeout=300 "$@"
 }
 
-# need <group>...: installs the groups' missing packages; where that is not allowed it names them
-# and stops. With nothing missing it asks nothing of the network.
+# need <group>...: installs the missing packages of the groups, or names them and stops if it may not.
+# Without missing packages it doesn't use the network.
 need() {
     command -v dpkg-query >/dev/null || die "needs a Debian system; see scripts/packages"
     local missing
@@ -55,16 +55,16 @@ need() {
         die "these Debian packages are missing, and only root may install them:" "${missing[@]}"
     fi
     step "Installing ${missing[*]}"
-    quietly apt_get update || die "the package lists can't be had"
-    quietly apt_get install --no-install-recommends "${missing[@]}" || die "not all could be installed"
+    quietly apt_get update || die "the package lists can't be downloaded"
+    quietly apt_get install --no-install-recommends "${missing[@]}" || die "not all packages could be installed"
 }
 
-# want <group>...: the same for what can be done without.
+# want <group>...: the same for optional packages; failures are ignored.
 want() {
     (need "$@") 2>/dev/null || true
 }
 
-# build <preset> [<target>...]: configures and builds; waits where the same preset is being built.
+# build <preset> [<target>...]: configures and builds, after any other build of the same preset has ended.
 build() {
     local preset=$1
     shift

@@ -9,6 +9,7 @@
 #include "platforms/headless/headless.h"
 #include "platforms/posix/posix.h"
 #include "plugins/PictureFile.h"
+#include "q32Base/messages/ReportMemory.h"
 #include "q32Base/q32Base.h"
 
 #include <cstdio>
@@ -225,14 +226,12 @@ int fnRunGallery(const Options& options) {
 
     int code = 0;
     try {
-        code = Gallery(options, *world, *keyboard).fnRun() ? 0 : kExitFailed;
+        const bool done =
+            q32::fnReportMemory([&] { return Gallery(options, *world, *keyboard).fnRun(); });
+        code = done ? 0 : kExitFailed;
     } catch (const Aborted&) {
         std::puts("Stopped.");
         code = kExitAborted;
-    } catch (CMemoryException* exception) {
-        exception->Delete();
-        q32ShowMsg(MESSAGE_NO_MEMORY, nullptr, nullptr, nullptr, 0);
-        code = kExitFailed;
     }
     q32Detach();
     return code;

@@ -5,6 +5,7 @@
 #include "platforms/pulse/pulse.h"
 #include "plugins/PictureFile.h"
 #include "plugins/WaveFile.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/q32Base.h"
 
 #include <cstdio>
@@ -232,12 +233,8 @@ int main(int count, char** arguments) {
     if (!q32Attach(platform))
         return kExitFailed;
     int code = kExitFailed;
-    try {
-        code = fnRun(options, pulse) ? 0 : kExitFailed;
-    } catch (CMemoryException* exception) {
-        exception->Delete();
+    if (!q32::fnTryMemory([&] { code = fnRun(options, pulse) ? 0 : kExitFailed; }))
         std::fputs("Out of memory.\n", stderr);
-    }
     q32Detach();
     return code;
 }

@@ -1,6 +1,6 @@
 #include "platforms/headless/CqHeadlessCalls.h"
 
-#include <new>
+#include "q32Base/framework/Memory.h"
 
 void CqHeadlessCalls::fnFail(std::uint64_t nth, std::uint64_t times) {
     const std::lock_guard lock(m_Lock);
@@ -35,10 +35,8 @@ bool CqHeadlessCalls::fnPass() {
 
 void CqHeadlessMisuses::fnAdd(std::string_view what) noexcept {
     const std::lock_guard lock(m_Lock);
-    try {
-        m_All.emplace_back(what);
-    } catch (const std::bad_alloc&) { // a caller that releases something couldn't handle it
-    }
+    // A caller that releases something couldn't handle a failure.
+    q32::fnTryMemory([&] { m_All.emplace_back(what); });
 }
 
 std::vector<std::string> CqHeadlessMisuses::fnGetAll() const {

@@ -1,7 +1,8 @@
 #include "platforms/headless/CqHeadlessMemory.h"
 
+#include "q32Base/framework/Memory.h"
+
 #include <cstring>
-#include <new>
 #include <string>
 #include <utility>
 
@@ -30,12 +31,8 @@ void* CqHeadlessMemory::fnReserve(std::size_t size) {
     if (!range.m_Block.fnResize(size))
         return nullptr;
     void* address = range.m_Block.fnGetData();
-    try {
-        m_Ranges.emplace(address, std::move(range));
-    } catch (const std::bad_alloc&) {
-        return nullptr;
-    }
-    return address;
+    const bool kept = q32::fnTryMemory([&] { m_Ranges.emplace(address, std::move(range)); });
+    return kept ? address : nullptr;
 }
 
 CqHeadlessMemory::Range* CqHeadlessMemory::fnFindRange(void* address, std::size_t size,

@@ -1,9 +1,10 @@
 #include "platforms/headless/CqHeadlessScratch.h"
 
+#include "q32Base/framework/Memory.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <functional>
-#include <new>
 #include <utility>
 
 CqHeadlessScratch::CqHeadlessScratch(std::shared_ptr<CqHeadlessDisks> disks,
@@ -82,15 +83,13 @@ CqFileHandle CqHeadlessScratch::fnReopen(CqFileHandle file, const char* name) no
     const CqHeadlessFilePtr old = found == m_Files.end() ? nullptr : found->second;
     if (!fnCloseHandle(file, "reopening of a file that isn't open") || !m_Reopen.fnPass())
         return kNoFile;
-    try {
+    return q32::fnTryMemoryOr(CqFileHandle{kNoFile}, [&]() -> CqFileHandle {
         const CqFileHandle handle = fnOpenHandle(name);
         if (handle == kNoFile || m_Files[handle]->m_szName == old->m_szName)
             return handle;
         fnCloseHandle(handle, "");
-    } catch (const std::bad_alloc&) {
         return kNoFile;
-    }
-    return kNoFile;
+    });
 }
 
 void CqHeadlessScratch::fnClose(CqFileHandle file) noexcept {
@@ -174,12 +173,8 @@ bool CqHeadlessScratch::fnDelete(const char* name) noexcept {
         return false;
     // Bookkeeping may allocate, and an allocation failure injected by a test must not keep a file
     // alive, so a failure is retried once.
-    for (int tries = 0; tries < 2; ++tries) {
-        try {
-            return m_pDisks->fnDelete(name);
-        } catch (const std::bad_alloc&) {
-            continue;
-        }
-    }
-    return false;
+    bool deleted = false;
+    const auto tryOnce = [&] { deleted = m_pDisks->fnDelete(name); };
+    static_cast<void>(q32::fnTryMemory(tryOnce) || q32::fnTryMemory(tryOnce));
+    return deleted;
 }

@@ -1,8 +1,8 @@
 #include "platforms/headless/CqHeadlessScreen.h"
 
 #include "platforms/headless/CqHeadlessRegion.h"
-#include "platforms/headless/DeviceContext_p.h"
-#include "platforms/headless/RowConverter_p.h"
+#include "platforms/headless/FrameContext_p.h"
+#include "platforms/headless/FrameRows_p.h"
 #include "platforms/software/DibRows_p.h"
 #include "platforms/software/PaletteEntries_p.h"
 
@@ -65,18 +65,18 @@ CqHeadlessPicture CqHeadlessScreen::fnGetPicture() const {
 CDC* CqHeadlessScreen::fnGetDC(CWnd* window) {
     if (!m_GetDC.fnPass() || (window && !window->IsWindow()))
         return nullptr;
-    m_DCs.push_back(std::make_unique<DeviceContext>(m_Frame, m_Paint, window, false));
+    m_DCs.push_back(std::make_unique<FrameContext>(m_Frame, m_Paint, window, false));
     return m_DCs.back().get();
 }
 
-DeviceContext* CqHeadlessScreen::fnFindDC(const CDC* dc) const {
+FrameContext* CqHeadlessScreen::fnFindDC(const CDC* dc) const {
     const auto found = std::find_if(m_DCs.begin(), m_DCs.end(),
                                     [&](const auto& open) { return open.get() == dc; });
     return found == m_DCs.end() ? nullptr : found->get();
 }
 
 void CqHeadlessScreen::fnReleaseDC(CWnd* window, CDC* dc) noexcept {
-    const DeviceContext* found = fnFindDC(dc);
+    const FrameContext* found = fnFindDC(dc);
     if (!found || found->fnGetWindow() != window) {
         m_Frame.m_pMisuses->fnAdd("release of a device context that isn't open for that window");
         return;
@@ -89,7 +89,7 @@ int CqHeadlessScreen::fnSetDIBitsToDevice(CDC* dc, int x, int y, UINT width, UIN
                                           const void* bits, const BITMAPINFOHEADER* header,
                                           UINT use) {
     const bool pass = m_SetDIBits.fnPass();
-    const DeviceContext* target = fnFindDC(dc);
+    const FrameContext* target = fnFindDC(dc);
     CqHeadlessDraw draw{dc,        target ? target->fnGetWindow() : nullptr,
                         x,         y,
                         width,     height,
@@ -129,13 +129,13 @@ int CqHeadlessScreen::fnSetDIBitsToDevice(CDC* dc, int x, int y, UINT width, UIN
         const CPoint origin = area.TopLeft();
         const CRect screen(0, 0, m_Frame.m_Mode.m_nWidth, m_Frame.m_Mode.m_nHeight);
         if (area.IntersectRect(area, screen)) {
-            RowConverter converter(rows, draw.m_Table.data(), use,
-                                   static_cast<unsigned>(m_Frame.m_Mode.m_nBits),
-                                   m_Frame.m_Hardware, target->fnGetPalette());
+            FrameRows frameRows(rows, draw.m_Table.data(), use,
+                                static_cast<unsigned>(m_Frame.m_Mode.m_nBits), m_Frame.m_Hardware,
+                                target->fnGetPalette());
             fnPlaceRows(job, rows, taken, origin, area,
                         [&](const std::uint8_t* row, std::size_t from, std::size_t count, int toX,
                             int toY) {
-                            converter.fnConvert(row, from, count,
+                            frameRows.fnConvert(row, from, count,
                                                 &m_Frame.m_Pixels[m_Frame.fnIndex(toX, toY)]);
                         });
         }
@@ -179,7 +179,7 @@ std::unique_ptr<CqFontObject> CqHeadlessScreen::fnCreateFont(const LOGFONTA& fon
 std::unique_ptr<CqBitmapObject> CqHeadlessScreen::fnCreateCompatibleBitmap(CDC* dc, int width,
                                                                            int height) {
     constexpr int kMax = 32767;
-    if (!m_Paint.m_CreateBitmap.fnPass() || !dynamic_cast<DeviceContext*>(dc) || width < 1 ||
+    if (!m_Paint.m_CreateBitmap.fnPass() || !dynamic_cast<FrameContext*>(dc) || width < 1 ||
         height < 1 || width > kMax || height > kMax)
         return nullptr;
     return std::make_unique<Bitmap>(width, height);

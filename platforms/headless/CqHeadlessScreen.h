@@ -17,7 +17,7 @@
 #include <vector>
 
 namespace q32::headless {
-class DeviceContext;
+class FrameContext;
 }
 
 /// The arguments and result of a call of `fnSetDIBitsToDevice`.
@@ -106,13 +106,13 @@ public:
                                                              int height) override;
 
 private:
-    Q32_LOCAL q32::headless::DeviceContext* fnFindDC(const CDC* dc) const;
+    Q32_LOCAL q32::headless::FrameContext* fnFindDC(const CDC* dc) const;
 
     q32::headless::FrameBuffer m_Frame;
     std::vector<CqHeadlessDraw> m_Draws;
     bool m_bKeep = true;
     int m_nFailedResult = -1;
     LONG m_nIconTitleHeight = CqHeadlessFont::kHeight;
-    std::vector<std::unique_ptr<q32::headless::DeviceContext>>
+    std::vector<std::unique_ptr<q32::headless::FrameContext>>
         m_DCs; ///< destroyed first: they report misuses
 };

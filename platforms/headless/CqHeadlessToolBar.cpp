@@ -1,6 +1,6 @@
 #include "platforms/headless/CqHeadlessToolBar.h"
 
-#include <new>
+#include "q32Base/framework/Memory.h"
 
 bool CqHeadlessToolBar::fnIsEnabled(UINT command) const {
     const auto found = m_Enabled.find(command);
@@ -11,10 +11,7 @@ LRESULT CqHeadlessToolBar::SendMessage(UINT message, WPARAM wParam, LPARAM lPara
     CqHeadlessWndOf::SendMessage(message, wParam, lParam);
     if (message != TB_ENABLEBUTTON || !IsWindow())
         return 0;
-    try {
-        m_Enabled[static_cast<UINT>(wParam)] = (lParam & 0xFFFF) != 0;
-    } catch (const std::bad_alloc&) {
-        return 0;
-    }
-    return 1;
+    const bool kept =
+        q32::fnTryMemory([&] { m_Enabled[static_cast<UINT>(wParam)] = (lParam & 0xFFFF) != 0; });
+    return kept ? 1 : 0;
 }

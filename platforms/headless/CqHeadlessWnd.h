@@ -1,9 +1,9 @@
 #pragma once
 
+#include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/platform/Export.h"
 
-#include <new>
 #include <optional>
 #include <vector>
 
@@ -64,10 +64,7 @@ private:
     /// Windows don't throw; when memory is exhausted, the record is lost.
     template <typename Record>
     static void fnKeep(std::vector<Record>& records, const Record& record) {
-        try {
-            records.push_back(record);
-        } catch (const std::bad_alloc&) {
-        }
+        q32::fnTryMemory([&] { records.push_back(record); });
     }
 
     CRect m_Client;

@@ -3,7 +3,7 @@
 #include "platforms/qt/CqQtCanvas.h"
 #include "platforms/qt/Overview_p.h"
 #include "platforms/qt/TileSampler_p.h"
-#include "q32Base/framework/Exceptions.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
 
 #include <algorithm>
@@ -11,7 +11,6 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <new>
 #include <QElapsedTimer>
 #include <QEvent>
 #include <QPainter>
@@ -291,11 +290,8 @@ long long CqImageView::fnDrawNow() {
 }
 
 void CqImageView::fnResetOverview() {
-    try {
-        m_pOverview->fnReset(fnHasPicture() ? m_pImage : nullptr);
-    } catch (const std::bad_alloc&) {
+    if (!q32::fnTryMemory([&] { m_pOverview->fnReset(fnHasPicture() ? m_pImage : nullptr); }))
         m_pOverview->fnReset(nullptr); // the image itself is shown instead
-    }
 }
 
 bool CqImageView::fnMakeCells() {
@@ -334,28 +330,20 @@ void CqImageView::timerEvent(QTimerEvent* event) {
         QAbstractScrollArea::timerEvent(event);
         return;
     }
-    try {
-        if (!fnMakeCells())
-            m_Idle.stop();
-    } catch (const std::bad_alloc&) {
-        m_Idle.stop(); // the existing part of the overview stays in use
-    }
+    if (!q32::fnTryMemory([&] { return fnMakeCells(); }))
+        m_Idle.stop(); // without memory, the existing part of the overview stays in use
 }
 
 void CqImageView::fnPaintOver(QPainter&, const QRegion&) {}
 
 void CqImageView::paintEvent(QPaintEvent* event) {
     // Exceptions must not reach the event loop. Anything not drawn is drawn by a later event.
-    try {
+    q32::fnTryMemory([&] {
         fnDrawNow();
         QPainter painter(m_pCanvas);
         m_pCanvas->fnPaint(painter, event->region());
         fnPaintOver(painter, event->region());
-    } catch (const std::bad_alloc&) {
-        return;
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-    }
+    });
 }
 
 void CqImageView::resizeEvent(QResizeEvent* event) {

@@ -1,8 +1,9 @@
 #include "platforms/qt/CqQtCanvas.h"
 
+#include "q32Base/framework/Memory.h"
+
 #include <algorithm>
 #include <cmath>
-#include <new>
 #include <QPainter>
 #include <QPaintEvent>
 
@@ -71,10 +72,9 @@ void CqQtCanvas::fnPaint(QPainter& painter, const QRegion& exposed) {
 }
 
 void CqQtCanvas::paintEvent(QPaintEvent* event) {
-    try {
+    // Exceptions must not reach the event loop; the screen is left unchanged.
+    q32::fnTryMemory([&] {
         QPainter painter(this);
         fnPaint(painter, event->region());
-    } catch (const std::bad_alloc&) {
-        return; // exceptions must not reach the event loop; the screen is left unchanged
-    }
+    });
 }

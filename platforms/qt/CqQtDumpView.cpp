@@ -1,5 +1,5 @@
+#include "platforms/qt/CanvasContext_p.h"
 #include "platforms/qt/CqQtDumpView_p.h"
-#include "platforms/qt/DeviceContext_p.h"
 #include "platforms/qt/Text_p.h"
 #include "q32Base/framework/CFont.h"
 #include "q32Base/framework/Values.h"

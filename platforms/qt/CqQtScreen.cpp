@@ -1,12 +1,12 @@
+#include "platforms/qt/CanvasContext_p.h"
+#include "platforms/qt/CanvasRows_p.h"
 #include "platforms/qt/CqQtScreen_p.h"
 #include "platforms/qt/CqQtWindows.h"
-#include "platforms/qt/DeviceContext_p.h"
-#include "platforms/qt/DeviceRows_p.h"
 #include "platforms/qt/Text_p.h"
+#include "q32Base/framework/Memory.h"
 
 #include <algorithm>
 #include <cstring>
-#include <new>
 #include <QApplication>
 #include <QFontInfo>
 #include <QFontMetrics>
@@ -43,11 +43,11 @@ CDC* CqQtScreen::fnGetDC(CWnd* window) {
     // Qt paints at one of two depths, whatever the screen's exact one.
     device.m_nBits = m_nBits != 0 ? m_nBits : device.m_pScreen->depth() > 16 ? 32 : 16;
     device.m_pCodePage = m_pCodePage;
-    m_DCs.push_back(std::make_unique<DeviceContext>(device, window, canvas, over));
+    m_DCs.push_back(std::make_unique<CanvasContext>(device, window, canvas, over));
     return m_DCs.back().get();
 }
 
-DeviceContext* CqQtScreen::fnFindDC(const CDC* dc) const {
+CanvasContext* CqQtScreen::fnFindDC(const CDC* dc) const {
     const auto found = std::find_if(m_DCs.begin(), m_DCs.end(),
                                     [&](const auto& open) { return open.get() == dc; });
     return found == m_DCs.end() ? nullptr : found->get();
@@ -60,14 +60,10 @@ void CqQtScreen::fnReleaseDC(CWnd* window, CDC* dc) noexcept {
     if (found == m_DCs.end())
         return;
     // Showing may call the host, which may request other device contexts.
-    const std::unique_ptr<DeviceContext> released = std::move(*found);
+    const std::unique_ptr<CanvasContext> released = std::move(*found);
     m_DCs.erase(found);
-    try {
-        released->fnShow();
-    } catch (const std::bad_alloc&) {
-        // The pixels stay in the canvas, and a later paint event shows them.
-        return;
-    }
+    // Without memory, the pixels stay in the canvas, and a later paint event shows them.
+    q32::fnTryMemory([&] { released->fnShow(); });
 }
 
 int CqQtScreen::fnSetDIBitsToDevice(CDC* dc, int x, int y, UINT width, UINT height, int sourceX,
@@ -75,16 +71,16 @@ int CqQtScreen::fnSetDIBitsToDevice(CDC* dc, int x, int y, UINT width, UINT heig
                                     const BITMAPINFOHEADER* header, UINT use) {
     if (!dc)
         return 0;
-    DeviceContext* target = fnFindDC(dc);
+    CanvasContext* target = fnFindDC(dc);
     if (!target)
-        target = dynamic_cast<DeviceContext*>(dc); // one of a bitmap
+        target = dynamic_cast<CanvasContext*>(dc); // one of a bitmap
     QImage surface = target ? target->fnGetSurface() : QImage();
     if (surface.isNull())
         return -1;
     const q32::software::RowJob job{x,         y,     width, height, sourceX, sourceY,
                                     startScan, scans, bits,  header, use};
     QRect changed;
-    const int taken = fnPutRows(job, target->fnGetPalette(), surface, changed);
+    const int taken = fnPutCanvasRows(job, target->fnGetPalette(), surface, changed);
     target->fnAddChange(changed);
     return taken;
 }
@@ -147,7 +143,7 @@ std::unique_ptr<CqFontObject> CqQtScreen::fnCreateFont(const LOGFONTA& font) {
 std::unique_ptr<CqBitmapObject> CqQtScreen::fnCreateCompatibleBitmap(CDC* dc, int width,
                                                                      int height) {
     constexpr int kMax = 32767;
-    if (!dynamic_cast<DeviceContext*>(dc) || width < 1 || height < 1 || width > kMax ||
+    if (!dynamic_cast<CanvasContext*>(dc) || width < 1 || height < 1 || width > kMax ||
         height > kMax)
         return nullptr;
     QImage pixels(width, height, QImage::Format_RGB32);

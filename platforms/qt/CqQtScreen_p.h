@@ -7,7 +7,7 @@
 #include <vector>
 
 namespace q32::qt {
-class DeviceContext;
+class CanvasContext;
 }
 
 /// The desktop's screen. Coordinates are device pixels, also on a scaled display, whose density is
@@ -39,10 +39,10 @@ public:
                                                              int height) override;
 
 private:
-    q32::qt::DeviceContext* fnFindDC(const CDC* dc) const;
+    q32::qt::CanvasContext* fnFindDC(const CDC* dc) const;
 
     std::shared_ptr<CqScreenService> m_pBase;
     std::shared_ptr<const q32::posix::CodePage> m_pCodePage;
     int m_nBits;
-    std::vector<std::unique_ptr<q32::qt::DeviceContext>> m_DCs;
+    std::vector<std::unique_ptr<q32::qt::CanvasContext>> m_DCs;
 };

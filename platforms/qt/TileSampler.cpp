@@ -26,7 +26,7 @@ struct Span {
 };
 
 /// The image column or row under each one of a part, and the cell boundaries.
-struct Axis {
+struct SampledAxis {
     std::vector<std::uint32_t> m_Index;
     std::vector<std::uint32_t> m_Pairs; ///< the same, with each odd entry equal to the one before
     std::vector<Span> m_Spans;          ///< offsets into m_Index, one span per cell
@@ -37,8 +37,8 @@ struct Axis {
     }
 };
 
-Axis fnMakeAxis(int first, int end, int origin, double zoom, std::uint32_t length) {
-    Axis axis;
+SampledAxis fnMakeAxis(int first, int end, int origin, double zoom, std::uint32_t length) {
+    SampledAxis axis;
     while (first < end && fnSampleIndex(first, origin, zoom) < 0)
         ++first;
     axis.m_nFirst = first;
@@ -133,9 +133,9 @@ QRect fnSampleTiles(const CqImage& image, const Overview* overview, const Sample
     const QRect cut = part & canvas.rect();
     if (cut.isEmpty())
         return {};
-    const Axis across =
+    const SampledAxis across =
         fnMakeAxis(cut.left(), cut.right() + 1, place.m_Origin.x(), place.m_Zoom, image.Width);
-    const Axis down =
+    const SampledAxis down =
         fnMakeAxis(cut.top(), cut.bottom() + 1, place.m_Origin.y(), place.m_Zoom, image.Height);
     const CqDisplayProperty* display = q32GetDisplayProperty();
     const bool gamma = display && display->fnIsGammaInEffect();

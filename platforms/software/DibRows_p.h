@@ -6,6 +6,7 @@
 #include "q32Base/platform/Records.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -39,6 +40,35 @@ struct DibRows {
 /// Reads a header of 40 bytes for 1, 4, 8, 16, 24 or 32 bits without compression. False for any
 /// other.
 Q32_API bool fnReadDibRows(const BITMAPINFOHEADER& header, UINT use, DibRows& rows);
+
+/// What the indices of a bitmap mean on a device: a value for each.
+using DibTable = std::array<std::uint32_t, 256>;
+
+/// Reads the colour table behind a header.
+/// @param table      the table, `rows.m_nTableBytes` long
+/// @param fromColor  gives the value of a colour, 0x00RRGGBB
+/// @param fromIndex  gives the value of an index into the selected palette
+/// @param missing    the value of entries that the table lacks
+template <typename FromColor, typename FromIndex>
+DibTable fnReadDibTable(const DibRows& rows, const std::uint8_t* table, UINT use,
+                        std::uint32_t missing, FromColor fromColor, FromIndex fromIndex) {
+    DibTable values{};
+    values.fill(missing);
+    if (use == DIB_RGB_COLORS) {
+        for (std::size_t i = 0; i < rows.m_nTableBytes / 4; ++i, table += 4)
+            values[i] =
+                fromColor(std::uint32_t{table[2]} << 16 | std::uint32_t{table[1]} << 8 | table[0]);
+    } else {
+        for (std::size_t i = 0; i < rows.m_nTableBytes / 2; ++i, table += 2)
+            values[i] = fromIndex(table[0] | std::size_t{table[1]} << 8);
+    }
+    return values;
+}
+
+/// Decodes pixels `from` to `from + count - 1` of a row: up to 8 bits to their values in the table,
+/// above to 0xFFRRGGBB. 16 bits are 5-5-5.
+Q32_API void fnDecodeDibRow(unsigned bits, const DibTable& table, const std::uint8_t* row,
+                            std::size_t from, std::size_t count, std::uint32_t* out);
 
 /// Number of a job's scans that exist in the bitmap.
 inline std::size_t fnCountScans(const RowJob& job, const DibRows& rows) {

@@ -16,9 +16,9 @@ constexpr int kScreenHeight = 768;
 constexpr int kScreenBits = 32;
 constexpr int kScreenDpi = 96;
 
-class DeviceContext final : public CDC {
+class BlankContext final : public CDC {
 public:
-    explicit DeviceContext(CWnd* window) : m_pWindow(window) {}
+    explicit BlankContext(CWnd* window) : m_pWindow(window) {}
 
     CWnd* fnGetWindow() const { return m_pWindow; }
     void fnForgetPalette(const CPalette& palette) {
@@ -56,7 +56,7 @@ public:
     CDC* fnGetDC(CWnd* window) override {
         if (window && !window->IsWindow())
             return nullptr;
-        m_DCs.push_back(std::make_unique<DeviceContext>(window));
+        m_DCs.push_back(std::make_unique<BlankContext>(window));
         return m_DCs.back().get();
     }
 
@@ -96,7 +96,7 @@ public:
     }
 
 private:
-    std::vector<std::unique_ptr<DeviceContext>> m_DCs;
+    std::vector<std::unique_ptr<BlankContext>> m_DCs;
 };
 
 class Messages final : public CqMessageService {

@@ -3,6 +3,7 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/DibLayout_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/pixels/PixelFormat_p.h"
 
 #include <algorithm>
 #include <cstring>
@@ -18,7 +19,7 @@ bool fnIsDeviceDepth(std::uint32_t bits) {
 
 /// Replaces DrawDib by a new one for `capacity` bytes of pixels.
 void fnMakeDib(CqTileMap& map, std::uint32_t depth, std::uint32_t capacity) {
-    const std::size_t slot = depth < 9 ? std::size_t{4} << depth : 0;
+    const std::size_t slot = fnIsIndexed(depth) ? std::size_t{4} << depth : 0;
     const std::size_t bytes = kDibHeaderBytes + slot + capacity;
     void* block = ::operator new(bytes, std::nothrow);
     if (!block)
@@ -61,7 +62,7 @@ bool fnEnsure(CqTileMap& map, std::uint32_t width, std::uint32_t height) {
         return false;
     const std::uint64_t dib = std::uint64_t{fnDibStride(width, depth)} * height;
     const std::uint64_t rowBytes =
-        map.BitCount > 8 ? (std::uint64_t{map.BitCount} * width + 7) >> 3 : width;
+        fnIsIndexed(map.BitCount) ? width : std::uint64_t{map.BitCount} * width >> 3;
     const std::uint64_t scratch = rowBytes * height;
     if (std::max(dib, scratch) > 0xFFFFFFFFu)
         return false;
@@ -69,7 +70,7 @@ bool fnEnsure(CqTileMap& map, std::uint32_t width, std::uint32_t height) {
         fnMakeDib(map, depth, std::max(static_cast<std::uint32_t>(dib), map.DibTileBytes));
     if (!map.DrawScratch || scratch > map.DrawScratchCapacity)
         fnMakeScratch(map, std::max(static_cast<std::uint32_t>(scratch), map.PackedTileBytes));
-    if (!map.DrawPalette && depth == 8 && map.BitCount < 16)
+    if (!map.DrawPalette && depth == 8 && fnIsIndexed(map.BitCount))
         return fnMakePalette(map);
     return true;
 }

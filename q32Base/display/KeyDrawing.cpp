@@ -31,7 +31,7 @@ bool fnMakeColorKey(const CqTileMap& map, unsigned long key, KeyScan& scan) {
     const auto value = static_cast<std::uint32_t>(key);
     const CqColor color(static_cast<unsigned char>(value), static_cast<unsigned char>(value >> 8),
                         static_cast<unsigned char>(value >> 16), 255);
-    if (map.BitCount < 9) {
+    if (q32::fnIsIndexed(map.BitCount)) {
         const int index = map.fnFindColor(color.m_Red, color.m_Green, color.m_Blue);
         scan = {{static_cast<unsigned char>(index)}, 1, 1};
         return index >= 0;
@@ -53,7 +53,7 @@ bool fnMakeKey(const CqTileMap& map, const CqMergeParam& param, KeyScan& scan) {
         scan = {{0}, 1, 1};
         return param.m_pMask && param.m_pMask->TileMap;
     }
-    scan = {{0}, map.BitCount == 32 ? std::size_t{1} : std::size_t{0}, 4}; // alpha comes first
+    scan = {{0}, q32::fnPixelFormat(map.BitCount).m_bAlpha ? std::size_t{1} : std::size_t{0}, 4};
     return true;
 }
 

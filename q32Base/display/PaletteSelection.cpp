@@ -3,6 +3,7 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/pixels/PixelFormat_p.h"
 
 namespace q32 {
 namespace {
@@ -16,8 +17,8 @@ bool fnNeedsPalette(const CDC* dc) {
 bool fnSelectDrawPalette(CqTileMap& map, CDC* dc, bool background) {
     if (!fnNeedsPalette(dc))
         return true;
-    CPalette* palette =
-        map.BitCount < 16 ? map.DrawPalette.get() : q32GetDisplayProperty()->fnGetPalette666();
+    CPalette* palette = fnIsIndexed(map.BitCount) ? map.DrawPalette.get()
+                                                  : q32GetDisplayProperty()->fnGetPalette666();
     if (!fnTryMemory([&] { map.SavedPalette = dc->SelectPalette(palette, background); }))
         return false;
     const bool realized = fnTryMemory([&] { dc->RealizePalette(); });

@@ -14,11 +14,11 @@ namespace {
 
 /// The block that all empty strings share: never counted, freed or written.
 struct EmptyBlock {
-    CStringData head{{-1}, 0, 0};
-    char end = 0;
+    CStringData m_Head{{-1}, 0, 0};
+    char m_cEnd = 0;
 };
 constinit EmptyBlock theEmptyBlock;
-static_assert(offsetof(EmptyBlock, end) == sizeof(CStringData));
+static_assert(offsetof(EmptyBlock, m_cEnd) == sizeof(CStringData));
 
 int fnLength(const char* text) {
     if (!text)
@@ -42,7 +42,7 @@ bool fnIsBlank(char c) {
 }
 
 void fnReleaseBlock(CStringData* data) {
-    if (data != &theEmptyBlock.head && data->nRefs.fetch_sub(1) <= 1) {
+    if (data != &theEmptyBlock.m_Head && data->nRefs.fetch_sub(1) <= 1) {
         data->~CStringData();
         ::operator delete(data);
     }
@@ -50,10 +50,10 @@ void fnReleaseBlock(CStringData* data) {
 
 } // namespace
 
-CString::CString() noexcept : m_pchData(&theEmptyBlock.end) {}
+CString::CString() noexcept : m_pchData(&theEmptyBlock.m_cEnd) {}
 
 CString::CString(const CString& other) noexcept : m_pchData(other.m_pchData) {
-    if (fnGetData() != &theEmptyBlock.head)
+    if (fnGetData() != &theEmptyBlock.m_Head)
         fnGetData()->nRefs.fetch_add(1);
 }
 
@@ -221,7 +221,7 @@ void CString::FormatV(const char* format, va_list arguments) {
 
 char* CString::GetBuffer(int minLength) {
     CStringData* old = fnGetData();
-    if (old->nRefs > 1 || minLength > old->nAllocLength || old == &theEmptyBlock.head) {
+    if (old->nRefs > 1 || minLength > old->nAllocLength || old == &theEmptyBlock.m_Head) {
         const int length = old->nDataLength;
         CString grown;
         grown.fnAllocBuffer(std::max({minLength, length, 1}));
@@ -236,7 +236,7 @@ void CString::ReleaseBuffer(int newLength) {
     fnMakeSingle();
     if (newLength == -1)
         newLength = fnLength(m_pchData);
-    if (fnGetData() == &theEmptyBlock.head)
+    if (fnGetData() == &theEmptyBlock.m_Head)
         return;
     assert(newLength >= 0 && newLength <= GetAllocLength());
     fnGetData()->nDataLength = newLength;
@@ -258,12 +258,12 @@ void CString::FreeExtra() {
 
 void CString::fnRelease() noexcept {
     fnReleaseBlock(fnGetData());
-    m_pchData = &theEmptyBlock.end;
+    m_pchData = &theEmptyBlock.m_cEnd;
 }
 
 void CString::fnAllocBuffer(int length) {
     if (length == 0) {
-        m_pchData = &theEmptyBlock.end;
+        m_pchData = &theEmptyBlock.m_cEnd;
         return;
     }
     const std::size_t bytes = sizeof(CStringData) + static_cast<std::size_t>(length) + 1;

@@ -4,6 +4,7 @@
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/pixels/PixelFormat_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>
@@ -136,7 +137,7 @@ void CqImage::fnAlloc(unsigned int width, unsigned int height, unsigned int bitC
 CqImage& CqImage::operator=(CqImage& other) {
     assert(other.TileMap);
     const CqTileMap& source = *other.TileMap;
-    const std::uint32_t count = source.BitCount < 9 ? source.PaletteCount : 0;
+    const std::uint32_t count = q32::fnIsIndexed(source.BitCount) ? source.PaletteCount : 0;
     fnSetBuf(q32::fnNew<CqTileMap>(source.Width, source.Height, source.BitCount,
                                    source.Palette.get(), count));
     CqImageTile from(true);

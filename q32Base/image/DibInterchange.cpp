@@ -2,6 +2,7 @@
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/DibLayout_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/pixels/PixelFormat_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>
@@ -17,8 +18,8 @@ using q32::fnDibStride;
 using q32::fnReadDibLayout;
 using q32::kDibHeaderBytes;
 using q32::kDibMaskBytes;
+using q32::kDibMasks565;
 
-constexpr std::uint32_t kMasks565[3] = {0xF800, 0x07E0, 0x001F};
 constexpr unsigned int kWholeRow = 0xFFFFFFFFu;
 
 std::span<const unsigned char> fnBlock(const BITMAPINFOHEADER* header, std::size_t size) {
@@ -51,8 +52,7 @@ CqTileMap* fnMakeMap(const DibLayout& layout, std::span<const unsigned char> blo
                      std::uint32_t height) {
     constexpr std::uint32_t kMaxColors = 256;
     const BITMAPINFOHEADER& header = layout.m_Header;
-    if (header.biWidth <= 0 || height == 0 || header.biBitCount == 0 || header.biBitCount > 32 ||
-        (header.biBitCount != 4 && header.biBitCount % 8 != 0))
+    if (header.biWidth <= 0 || height == 0 || !q32::fnFindPixelFormat(header.biBitCount))
         AfxThrowResourceException();
     RGBQUAD table[kMaxColors] = {};
     const std::uint32_t count = std::min(layout.m_nColors, kMaxColors);
@@ -69,7 +69,7 @@ bool fnIs565(const DibLayout& layout) {
     if (layout.m_Header.biCompression == BI_RGB)
         return false;
     return layout.m_Header.biCompression != BI_BITFIELDS ||
-           std::memcmp(layout.m_Masks, kMasks565, kDibMaskBytes) == 0;
+           std::memcmp(layout.m_Masks.data(), kDibMasks565.data(), kDibMaskBytes) == 0;
 }
 
 } // namespace
@@ -125,9 +125,10 @@ void CqImage::fnTakeDib(const BITMAPINFOHEADER* header, std::size_t size) {
 
 CqImage::operator BITMAPINFOHEADER*() {
     const std::size_t stride = fnDibStride(Width, BitCount);
-    const std::size_t head = kDibHeaderBytes + (BitCount < 9     ? sizeof(RGBQUAD) * PaletteCount
-                                                : BitCount == 16 ? kDibMaskBytes
-                                                                 : 0);
+    const std::size_t head =
+        kDibHeaderBytes + (q32::fnIsIndexed(BitCount) ? sizeof(RGBQUAD) * PaletteCount
+                           : BitCount == 16           ? kDibMaskBytes
+                                                      : 0);
     // A 4-bit row can be longer than the stride: it then extends into its neighbour, and the last
     // one in memory beyond the end, into the slack.
     constexpr std::size_t kSlack = 4;
@@ -146,13 +147,13 @@ CqImage::operator BITMAPINFOHEADER*() {
     header->biPlanes = 1;
     header->biBitCount = static_cast<WORD>(BitCount);
     auto* bytes = static_cast<unsigned char*>(block);
-    if (BitCount < 9) {
+    if (q32::fnIsIndexed(BitCount)) {
         std::memcpy(bytes + kDibHeaderBytes, TileMap->Palette.get(),
                     sizeof(RGBQUAD) * PaletteCount);
         header->biClrUsed = PaletteCount == 1u << BitCount ? 0 : PaletteCount;
     } else if (BitCount == 16) {
         header->biCompression = BI_BITFIELDS;
-        std::memcpy(bytes + kDibHeaderBytes, kMasks565, kDibMaskBytes);
+        std::memcpy(bytes + kDibHeaderBytes, kDibMasks565.data(), kDibMaskBytes);
     }
 
     unsigned char* row = bytes + head + Height * stride;

@@ -4,6 +4,7 @@
 
 #include "q32Base/platform/Records.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -13,10 +14,22 @@
 namespace q32 {
 
 inline constexpr std::size_t kDibHeaderBytes = 40;
+/// The oldest header, which has 16-bit fields and is followed by a table of three-byte entries.
+inline constexpr std::size_t kDibCoreHeaderBytes = 12;
+/// The headers with masks and a colour space.
+inline constexpr std::size_t kDibV4HeaderBytes = 108;
+inline constexpr std::size_t kDibV5HeaderBytes = 124;
 /// Red, green and blue masks, in a longer header or directly after one of 40 bytes.
 inline constexpr std::size_t kDibMaskBytes = 12;
 /// The compression with masks as for BI_BITFIELDS and one for alpha.
 inline constexpr DWORD kDibAlphaBitFields = 6;
+
+/// Channel masks of 16- and 32-bit pixels: red, green, blue, alpha; 0 for a missing one.
+using DibMasks = std::array<std::uint32_t, 4>;
+inline constexpr DibMasks kDibMasks555 = {0x7C00, 0x03E0, 0x001F, 0};
+inline constexpr DibMasks kDibMasks565 = {0xF800, 0x07E0, 0x001F, 0};
+inline constexpr DibMasks kDibMasks888 = {0x00FF0000, 0x0000FF00, 0x000000FF, 0};
+inline constexpr DibMasks kDibMasks8888 = {0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000};
 
 /// Bytes per row, with the byte count first rounded down and then padded to four bytes. Only for
 /// 4-bit rows can that be less than `fnDibRowBytes`.
@@ -56,15 +69,24 @@ struct DibLayout {
     BITMAPINFOHEADER m_Header;
     std::uint32_t m_nHeight = 0; ///< absolute value
     bool m_bTopDown = false;
-    std::uint32_t m_nColors = 0;      ///< entries that the colour table is declared to have
-    std::uint64_t m_nPixelsAt = 0;    ///< see `fnDibPixelOffset`
-    std::uint32_t m_Masks[4] = {};    ///< red, green, blue, alpha; 0 for a missing one
+    std::uint32_t m_nColors = 0;   ///< entries that the colour table is declared to have
+    std::uint64_t m_nPixelsAt = 0; ///< see `fnDibPixelOffset`
+    DibMasks m_Masks = {};         ///< as declared by the compression; 0 without one that has masks
     std::uint32_t m_nMasksBehind = 0; ///< bytes of masks after a header of 40 bytes
+    bool m_bProfile = false;          ///< refers to a colour profile
 
     /// Whether the compression defines its channels by masks.
     constexpr bool fnIsMasked() const {
         return m_Header.biCompression == BI_BITFIELDS ||
                m_Header.biCompression == kDibAlphaBitFields;
+    }
+    /// The masks that define the channels of 16 and 32 bits: the declared ones, or those of
+    /// uncompressed pixels. Masks in a header whose compression doesn't use them don't count.
+    constexpr DibMasks fnGetChannels() const {
+        return fnIsMasked()                ? m_Masks
+               : m_Header.biBitCount == 16 ? kDibMasks555
+               : m_Header.biBitCount == 32 ? kDibMasks888
+                                           : DibMasks{};
     }
     /// Where the colour table begins: after the header and its masks.
     constexpr std::uint64_t fnGetTableAt() const {
@@ -78,6 +100,33 @@ struct DibLayout {
     /// Whether width and height are those of a bitmap that has pixels.
     constexpr bool fnHasPixels() const { return m_Header.biWidth > 0 && m_nHeight != 0; }
 };
+
+/// Widens a core header to one of 40 bytes, in which `biSize` stays 12.
+inline BITMAPINFOHEADER
+fnWidenCoreHeader(std::span<const unsigned char, kDibCoreHeaderBytes> core) {
+    std::uint16_t fields[4]; // width, height, planes, bits
+    std::memcpy(fields, core.data() + 4, sizeof(fields));
+    BITMAPINFOHEADER header = {};
+    header.biSize = kDibCoreHeaderBytes;
+    header.biWidth = fields[0];
+    header.biHeight = fields[1];
+    header.biPlanes = fields[2];
+    header.biBitCount = fields[3];
+    return header;
+}
+
+/// Whether the longest header refers to a colour profile, by the four letters that declare its
+/// colour space.
+inline bool fnRefersToProfile(std::span<const unsigned char> block, std::uint32_t headerBytes) {
+    constexpr std::size_t kColorSpaceAt = 56;
+    constexpr std::uint32_t kEmbedded = 0x4D424544;
+    constexpr std::uint32_t kLinked = 0x4C494E4B;
+    if (headerBytes != kDibV5HeaderBytes || block.size() < kColorSpaceAt + 4)
+        return false;
+    std::uint32_t space;
+    std::memcpy(&space, block.data() + kColorSpaceAt, sizeof(space));
+    return space == kEmbedded || space == kLinked;
+}
 
 /// Reads what a header declares, without checking whether it makes sense. Masks beyond the block
 /// are 0.
@@ -94,6 +143,7 @@ inline std::optional<DibLayout> fnReadDibLayout(std::span<const unsigned char> b
     layout.m_nHeight = layout.m_bTopDown ? 0u - height : height;
     layout.m_nColors = fnDibPaletteCount(header);
     layout.m_nPixelsAt = fnDibPixelOffset(header);
+    layout.m_bProfile = fnRefersToProfile(block, header.biSize);
     if (!layout.fnIsMasked())
         return layout;
     // Alpha counts where the header is long enough for its mask, or the compression says so.

@@ -13,13 +13,13 @@ namespace {
 constexpr std::int64_t kTileSize = CqTileMap::kMaxTileSize;
 
 /// One coordinate of a line, in 64 bits, since the ends may lie anywhere.
-struct Axis {
+struct LineAxis {
     std::int64_t m_nStart;
     std::int64_t m_nSize;   ///< of the image
     std::int64_t m_nStep;   ///< 1 or -1
     std::int64_t m_nLength; ///< steps to the other end
 
-    Axis(std::int32_t from, std::int32_t to, std::uint32_t size)
+    LineAxis(std::int32_t from, std::int32_t to, std::uint32_t size)
         : m_nStart(from), m_nSize(size), m_nStep(to > from ? 1 : -1),
           m_nLength((std::int64_t{to} - from) * m_nStep) {}
 
@@ -37,14 +37,14 @@ struct Axis {
 
 /// Bresenham's line: each step moves along the longer axis, and along the shorter one too if the
 /// error isn't negative.
-class Line {
+class SteppedLine {
 public:
     struct State {
         std::int64_t m_nMinor; ///< steps along the shorter axis so far
         std::int64_t m_nError;
     };
 
-    Line(const Axis& major, const Axis& minor)
+    SteppedLine(const LineAxis& major, const LineAxis& minor)
         : m_Major(major), m_Minor(minor), m_nSpan(std::max<std::int64_t>(major.m_nLength, 1)),
           m_nGain(2 * minor.m_nLength), m_nLoss(2 * m_nSpan) {}
 
@@ -72,7 +72,7 @@ public:
         return first <= last;
     }
 
-    Axis m_Major, m_Minor;
+    LineAxis m_Major, m_Minor;
     std::int64_t m_nSpan; ///< length along the longer axis; at least 1, for a single point too
     std::int64_t m_nGain, m_nLoss; ///< of the error, per step along the longer and the shorter axis
 
@@ -101,7 +101,7 @@ public:
     static constexpr unsigned kBits = 56;
     static constexpr std::int64_t kMaxSteps = 1 << 21;
 
-    Slope(const Line& line, const Line::State& state)
+    Slope(const SteppedLine& line, const SteppedLine::State& state)
         : m_nRise(fnRatio(line.m_Minor.m_nLength, line.m_nSpan)),
           m_nPlace(fnFindPlace(state.m_nError + line.m_nLoss - line.m_nGain, line)),
           m_fInverse(1.0 / static_cast<double>(m_nRise)) {}
@@ -131,7 +131,7 @@ public:
 
 private:
     /// Lines that begin inside the image, as most do, begin in the middle.
-    static std::uint64_t fnFindPlace(std::int64_t part, const Line& line) {
+    static std::uint64_t fnFindPlace(std::int64_t part, const SteppedLine& line) {
         return part == line.m_nSpan ? (std::uint64_t{1} << (kBits - 1)) + 1
                                     : fnRatio(part, line.m_nLoss);
     }
@@ -176,7 +176,7 @@ struct Place {
 };
 
 template <std::size_t Bytes>
-Place fnFindPlace(const CqTileMap& map, const Line& line, bool steep, std::int64_t major,
+Place fnFindPlace(const CqTileMap& map, const SteppedLine& line, bool steep, std::int64_t major,
                   std::int64_t minor) {
     const std::int64_t x = steep ? minor : major;
     const std::int64_t y = steep ? major : minor;
@@ -193,7 +193,7 @@ Place fnFindPlace(const CqTileMap& map, const Line& line, bool steep, std::int64
 /// A short line in one tile, by the error itself: curves are made of such lines, and setting up a
 /// slope would take longer than their points do.
 template <std::size_t Bytes>
-void fnPlotShort(const Place& place, const unsigned char* pixel, const Line& line) {
+void fnPlotShort(const Place& place, const unsigned char* pixel, const SteppedLine& line) {
     unsigned char bytes[Bytes];
     std::memcpy(bytes, pixel, Bytes);
     const std::int64_t gain = line.m_nGain;
@@ -212,7 +212,7 @@ void fnPlotShort(const Place& place, const unsigned char* pixel, const Line& lin
 }
 
 /// Whether a line, which begins inside the image, stays in its first tile and has few points.
-bool fnIsShort(const Line& line, std::int64_t last) {
+bool fnIsShort(const SteppedLine& line, std::int64_t last) {
     constexpr std::int64_t kMaxShort = 48;
     return last == line.m_Major.m_nLength && last <= kMaxShort &&
            last <= line.m_Major.fnRoom(line.m_Major.m_nStart) &&
@@ -221,9 +221,9 @@ bool fnIsShort(const Line& line, std::int64_t last) {
 
 /// From tile to tile, over as many steps as a slope is exact for.
 template <std::size_t Bytes>
-void fnPlotTiles(const CqTileMap& map, const unsigned char* pixel, const Line& line, bool steep,
-                 std::int64_t first, std::int64_t last) {
-    const Line::State start = line.fnAfter(first);
+void fnPlotTiles(const CqTileMap& map, const unsigned char* pixel, const SteppedLine& line,
+                 bool steep, std::int64_t first, std::int64_t last) {
+    const SteppedLine::State start = line.fnAfter(first);
     Slope slope(line, start);
     std::int64_t minorSteps = start.m_nMinor;
     for (std::int64_t step = first; step <= last;) {
@@ -239,8 +239,8 @@ void fnPlotTiles(const CqTileMap& map, const unsigned char* pixel, const Line& l
 }
 
 template <std::size_t Bytes>
-void fnPlotBytes(const CqTileMap& map, const unsigned char* pixel, const Line& line, bool steep,
-                 std::int64_t first, std::int64_t last) {
+void fnPlotBytes(const CqTileMap& map, const unsigned char* pixel, const SteppedLine& line,
+                 bool steep, std::int64_t first, std::int64_t last) {
     for (; first <= last; first += Slope::kMaxSteps)
         fnPlotTiles<Bytes>(map, pixel, line, steep, first,
                            std::min(last, first + Slope::kMaxSteps - 1));
@@ -248,9 +248,9 @@ void fnPlotBytes(const CqTileMap& map, const unsigned char* pixel, const Line& l
 
 /// Plots in the single tile of a 4-bit image. An odd column lies one byte after its pair, as in
 /// single-pixel access.
-void fnPlotNibbles(const CqTileMap& map, const unsigned char* pixel, const Line& line, bool steep,
-                   std::int64_t first, std::int64_t last) {
-    Line::State state = line.fnAfter(first);
+void fnPlotNibbles(const CqTileMap& map, const unsigned char* pixel, const SteppedLine& line,
+                   bool steep, std::int64_t first, std::int64_t last) {
+    SteppedLine::State state = line.fnAfter(first);
     for (std::int64_t step = first; step <= last; ++step) {
         const std::int64_t major = line.m_Major.fnAt(step);
         const std::int64_t minor = line.m_Minor.fnAt(state.m_nMinor);
@@ -268,10 +268,11 @@ void fnPlotNibbles(const CqTileMap& map, const unsigned char* pixel, const Line&
 /// Draws a line with a pixel of so many bytes, 0 for a nibble. All of it in one function, so that a
 /// short line needs no memory but the image's.
 template <std::size_t Bytes>
-void fnDrawLine(const CqTileMap& map, const unsigned char* pixel, const Axis& across,
-                const Axis& down) {
+void fnDrawLine(const CqTileMap& map, const unsigned char* pixel, const LineAxis& across,
+                const LineAxis& down) {
     const bool steep = across.m_nLength <= down.m_nLength;
-    const Line line(steep ? Axis(down) : Axis(across), steep ? Axis(across) : Axis(down));
+    const SteppedLine line(steep ? LineAxis(down) : LineAxis(across),
+                           steep ? LineAxis(across) : LineAxis(down));
     std::int64_t first = 0;
     std::int64_t last = 0;
     if (!line.fnClip(first, last))
@@ -296,8 +297,8 @@ DigitalLine::DigitalLine(CqImage& image, const CqColor& color) : m_pMap(image.Ti
 void DigitalLine::fnDraw(std::int32_t x0, std::int32_t y0, std::int32_t x1, std::int32_t y1) const {
     if (!m_pMap)
         return;
-    const Axis across(x0, x1, m_pMap->Width);
-    const Axis down(y0, y1, m_pMap->Height);
+    const LineAxis across(x0, x1, m_pMap->Width);
+    const LineAxis down(y0, y1, m_pMap->Height);
     switch (m_pMap->BytesPerPixel) {
     case 0:
         return fnDrawLine<0>(*m_pMap, m_Pixel, across, down);

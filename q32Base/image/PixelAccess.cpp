@@ -104,7 +104,7 @@ IndexRange fnFindRange(const std::uint32_t* columns, std::size_t count) {
 /// Picks pixels of some columns, which lie in the image, from one row after the other.
 class Picking {
 public:
-    Picking(const CqTileMap& map, const q32::PixelReading& run, std::size_t pixelBytes,
+    Picking(const CqTileMap& map, const q32::PixelDecoder& run, std::size_t pixelBytes,
             std::span<const std::uint32_t> columns, const IndexRange& range)
         : m_Map(map), m_Run(run), m_nPixelBytes(pixelBytes), m_Columns(columns), m_Range(range) {
         if (map.BytesPerPixel == 0 || columns.empty())
@@ -155,7 +155,7 @@ private:
     }
 
     const CqTileMap& m_Map;
-    const q32::PixelReading& m_Run;
+    const q32::PixelDecoder& m_Run;
     std::size_t m_nPixelBytes;
     std::span<const std::uint32_t> m_Columns;
     IndexRange m_Range;

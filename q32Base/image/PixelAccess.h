@@ -58,7 +58,7 @@ private:
     const CqImage& m_Image;
     const CqTileMap* m_pMap;
     std::uint64_t m_nSerial;
-    q32::PixelReading m_Run;
+    q32::PixelDecoder m_Run;
     std::size_t m_nPixelBytes;
 };
 
@@ -83,7 +83,7 @@ private:
     const CqImage& m_Image;
     const CqTileMap* m_pMap;
     std::uint64_t m_nSerial;
-    q32::PixelWriting m_Run;
+    q32::PixelEncoder m_Run;
     std::size_t m_nPixelBytes;
 };
 

@@ -10,20 +10,20 @@ namespace {
 
 /// 32 samples in four registers.
 struct Block {
-    __m256 part[4];
+    __m256 m_Parts[4];
     Block() = default;
     explicit Block(const float* from)
-        : part{_mm256_loadu_ps(from), _mm256_loadu_ps(from + 8), _mm256_loadu_ps(from + 16),
-               _mm256_loadu_ps(from + 24)} {}
-    explicit Block(__m256 all) : part{all, all, all, all} {}
+        : m_Parts{_mm256_loadu_ps(from), _mm256_loadu_ps(from + 8), _mm256_loadu_ps(from + 16),
+                  _mm256_loadu_ps(from + 24)} {}
+    explicit Block(__m256 all) : m_Parts{all, all, all, all} {}
 };
 
 /// Truncates to bytes, in groups of four: 0 to 3, 8 to 11, 16 to 19, 24 to 27, 4 to 7, and so on.
 inline __m256i fnCut(const Block& sums) {
-    const __m256i low =
-        _mm256_packs_epi32(_mm256_cvttps_epi32(sums.part[0]), _mm256_cvttps_epi32(sums.part[1]));
-    const __m256i high =
-        _mm256_packs_epi32(_mm256_cvttps_epi32(sums.part[2]), _mm256_cvttps_epi32(sums.part[3]));
+    const __m256i low = _mm256_packs_epi32(_mm256_cvttps_epi32(sums.m_Parts[0]),
+                                           _mm256_cvttps_epi32(sums.m_Parts[1]));
+    const __m256i high = _mm256_packs_epi32(_mm256_cvttps_epi32(sums.m_Parts[2]),
+                                            _mm256_cvttps_epi32(sums.m_Parts[3]));
     return _mm256_packus_epi16(low, high);
 }
 
@@ -34,26 +34,27 @@ inline __m256i fnInOrder(__m256i groups) {
 /// The samples of entry k are in a row of their own.
 struct RowsByAddress {
     static constexpr bool kHasRuns = false;
-    const float* const* rows;
-    const float* operator()(std::int32_t k) const { return rows[k]; }
+    const float* const* m_pRows;
+    const float* operator()(std::int32_t k) const { return m_pRows[k]; }
 
     /// All ones in those of 32 bytes whose samples are equal in all rows; `value` receives the
     /// equal values.
     __m256i fnEqual(const ContribList& list, std::size_t at, __m256i& value) const {
-        const Block first(rows[0] + at);
+        const Block first(m_pRows[0] + at);
         Block equal(_mm256_castsi256_ps(_mm256_set1_epi32(-1)));
         for (std::int32_t k = 1; k < list.m_nCount; ++k) {
-            const Block samples(rows[k] + at);
+            const Block samples(m_pRows[k] + at);
 #pragma GCC unroll 4
             for (int i = 0; i < 4; ++i)
-                equal.part[i] = _mm256_and_ps(
-                    equal.part[i], _mm256_cmp_ps(first.part[i], samples.part[i], _CMP_EQ_OQ));
+                equal.m_Parts[i] =
+                    _mm256_and_ps(equal.m_Parts[i],
+                                  _mm256_cmp_ps(first.m_Parts[i], samples.m_Parts[i], _CMP_EQ_OQ));
         }
         value = fnInOrder(fnCut(first));
-        const __m256i low = _mm256_packs_epi32(_mm256_castps_si256(equal.part[0]),
-                                               _mm256_castps_si256(equal.part[1]));
-        const __m256i high = _mm256_packs_epi32(_mm256_castps_si256(equal.part[2]),
-                                                _mm256_castps_si256(equal.part[3]));
+        const __m256i low = _mm256_packs_epi32(_mm256_castps_si256(equal.m_Parts[0]),
+                                               _mm256_castps_si256(equal.m_Parts[1]));
+        const __m256i high = _mm256_packs_epi32(_mm256_castps_si256(equal.m_Parts[2]),
+                                                _mm256_castps_si256(equal.m_Parts[3]));
         return fnInOrder(_mm256_packs_epi16(low, high));
     }
 };
@@ -61,22 +62,23 @@ struct RowsByAddress {
 /// The samples of entry k are in lanes, at its pixel.
 struct RowsByPixel {
     static constexpr bool kHasRuns = true;
-    const FloatLanes& lanes;
-    const ContribEntry* entries;
-    std::size_t stride;
+    const FloatLanes& m_Lanes;
+    const ContribEntry* m_pEntries;
+    std::size_t m_nStride;
     std::size_t fnPlace(std::int32_t k) const {
-        return static_cast<std::size_t>(entries[k].m_nPixel - lanes.m_nFirst) * stride;
+        return static_cast<std::size_t>(m_pEntries[k].m_nPixel - m_Lanes.m_nFirst) * m_nStride;
     }
-    const float* operator()(std::int32_t k) const { return lanes.m_pSamples + fnPlace(k); }
+    const float* operator()(std::int32_t k) const { return m_Lanes.m_pSamples + fnPlace(k); }
 
     /// The runs apply to entries whose pixels are consecutive, as all are except at the edges.
     __m256i fnEqual(const ContribList& list, std::size_t at, __m256i& value) const {
         const std::int32_t steps = list.m_nCount - 1;
-        if (steps > 255 || entries[steps].m_nPixel - entries[0].m_nPixel != steps)
+        if (steps > 255 || m_pEntries[steps].m_nPixel - m_pEntries[0].m_nPixel != steps)
             return _mm256_setzero_si256();
         const std::size_t last = fnPlace(steps) + at;
-        value = fnLoad(lanes.m_pBytes + last);
-        return fnAtLeast(fnLoad(lanes.m_pRuns + last), _mm256_set1_epi8(static_cast<char>(steps)));
+        value = fnLoad(m_Lanes.m_pBytes + last);
+        return fnAtLeast(fnLoad(m_Lanes.m_pRuns + last),
+                         _mm256_set1_epi8(static_cast<char>(steps)));
     }
 };
 
@@ -136,7 +138,7 @@ inline void fnFinish(const Rows& rows, const ContribList& list, std::size_t at,
     const __m256 bound = _mm256_set1_ps(list.m_fErrorBound);
 #pragma GCC unroll 4
     for (int i = 0; i < 4; ++i)
-        sums.part[i] = _mm256_sub_ps(sums.part[i], bound);
+        sums.m_Parts[i] = _mm256_sub_ps(sums.m_Parts[i], bound);
     __m256i certain = fnInOrder(_mm256_cmpeq_epi8(groups, fnCut(sums)));
     if (Rows::kHasRuns && list.m_nFlatMax >= 0) {
         __m256i value = _mm256_setzero_si256();
@@ -165,8 +167,8 @@ inline void fnConvolveBlocks(const Rows& rows, const ContribList& list, std::siz
         for (int b = 0; b < kBlocks; ++b)
 #pragma GCC unroll 4
             for (int i = 0; i < 4; ++i)
-                sums[b].part[i] = _mm256_fmadd_ps(_mm256_loadu_ps(from + 32 * b + 8 * i), weight,
-                                                  sums[b].part[i]);
+                sums[b].m_Parts[i] = _mm256_fmadd_ps(_mm256_loadu_ps(from + 32 * b + 8 * i), weight,
+                                                     sums[b].m_Parts[i]);
     }
 #pragma GCC unroll 4
     for (int b = 0; b < kBlocks; ++b)

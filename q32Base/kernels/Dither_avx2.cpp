@@ -21,16 +21,16 @@ namespace {
 // the last multiple, where the step brings the contribution back to 0.
 template <int kWeight>
 struct LevelTables {
-    alignas(16) std::uint8_t nextMultiple[16];
-    alignas(16) std::uint8_t below[16]; // the contribution below the next multiple
-    alignas(16) std::uint8_t step[16];  // what reaching it adds
+    alignas(16) std::uint8_t m_NextMultiple[16];
+    alignas(16) std::uint8_t m_Below[16]; // the contribution below the next multiple
+    alignas(16) std::uint8_t m_Step[16];  // what reaching it adds
 
-    constexpr LevelTables() : nextMultiple{}, below{}, step{} {
+    constexpr LevelTables() : m_NextMultiple{}, m_Below{}, m_Step{} {
         for (int h = 0; h < 16; ++h) {
             const int level = 16 * h / 51 + 1;
-            nextMultiple[h] = static_cast<std::uint8_t>(51 * level);
-            below[h] = static_cast<std::uint8_t>(level * kWeight);
-            step[h] = static_cast<std::uint8_t>(level == 5 ? -5 * kWeight : kWeight);
+            m_NextMultiple[h] = static_cast<std::uint8_t>(51 * level);
+            m_Below[h] = static_cast<std::uint8_t>(level * kWeight);
+            m_Step[h] = static_cast<std::uint8_t>(level == 5 ? -5 * kWeight : kWeight);
         }
     }
 };
@@ -40,9 +40,9 @@ constexpr LevelTables<kWeight> kLevelTables{};
 
 template <int kWeight>
 __m256i fnContribution(__m256i component, __m256i threshold) {
-    const __m256i nextMultiple = fnLoadTwice(kLevelTables<kWeight>.nextMultiple);
-    const __m256i below = fnLoadTwice(kLevelTables<kWeight>.below);
-    const __m256i step = fnLoadTwice(kLevelTables<kWeight>.step);
+    const __m256i nextMultiple = fnLoadTwice(kLevelTables<kWeight>.m_NextMultiple);
+    const __m256i below = fnLoadTwice(kLevelTables<kWeight>.m_Below);
+    const __m256i step = fnLoadTwice(kLevelTables<kWeight>.m_Step);
     const __m256i difference = _mm256_subs_epu8(component, threshold);
     const __m256i nibble =
         _mm256_and_si256(_mm256_srli_epi16(difference, 4), _mm256_set1_epi8(0x0F));
@@ -54,14 +54,14 @@ __m256i fnContribution(__m256i component, __m256i threshold) {
 }
 
 struct Planes {
-    __m256i red, green, blue;
+    __m256i m_Red, m_Green, m_Blue;
 };
 
 // The pixels may be in any order that keeps each group of eight together.
 __m256i fnIndices(const Planes& pixels, __m256i thresholds) {
-    return _mm256_add_epi8(_mm256_add_epi8(fnContribution<36>(pixels.red, thresholds),
-                                           fnContribution<6>(pixels.green, thresholds)),
-                           fnContribution<1>(pixels.blue, thresholds));
+    return _mm256_add_epi8(_mm256_add_epi8(fnContribution<36>(pixels.m_Red, thresholds),
+                                           fnContribution<6>(pixels.m_Green, thresholds)),
+                           fnContribution<1>(pixels.m_Blue, thresholds));
 }
 
 // The row of eight thresholds, rotated to begin at x and repeated.

@@ -21,34 +21,34 @@ struct Hsb {
 constexpr Hsb fnRgbToHsb(Rgb8 color) {
     enum Channel { RED, GREEN, BLUE };
     struct Ranked {
-        int value;
-        Channel channel;
+        int m_nValue;
+        Channel m_eChannel;
     };
     Ranked low{color.m_nRed, RED};
     Ranked high{color.m_nBlue, BLUE};
     if (color.m_nRed > color.m_nBlue)
         std::swap(low, high);
     Ranked middle{color.m_nGreen, GREEN};
-    if (middle.value < low.value)
+    if (middle.m_nValue < low.m_nValue)
         std::swap(middle, low);
-    else if (middle.value > high.value)
+    else if (middle.m_nValue > high.m_nValue)
         std::swap(middle, high);
 
-    const int delta = high.value - low.value;
+    const int delta = high.m_nValue - low.m_nValue;
     if (delta == 0)
-        return {kUndefinedHue, 0, high.value};
-    const int saturation = ((high.value >> 1) + delta * 255) / high.value;
+        return {kUndefinedHue, 0, high.m_nValue};
+    const int saturation = ((high.m_nValue >> 1) + delta * 255) / high.m_nValue;
     const int half = delta >> 1;
-    const int rising = (half + (middle.value - low.value) * 60) / delta;
-    const int falling = (half + (high.value - middle.value) * 60) / delta;
+    const int rising = (half + (middle.m_nValue - low.m_nValue) * 60) / delta;
+    const int falling = (half + (high.m_nValue - middle.m_nValue) * 60) / delta;
     int hue = 0;
-    if (high.channel == RED)
-        hue = middle.channel == GREEN ? rising : falling + 300;
-    else if (high.channel == GREEN)
-        hue = middle.channel == RED ? falling + 60 : rising + 120;
+    if (high.m_eChannel == RED)
+        hue = middle.m_eChannel == GREEN ? rising : falling + 300;
+    else if (high.m_eChannel == GREEN)
+        hue = middle.m_eChannel == RED ? falling + 60 : rising + 120;
     else
-        hue = middle.channel == GREEN ? falling + 180 : rising + 240;
-    return {hue, saturation, high.value};
+        hue = middle.m_eChannel == GREEN ? falling + 180 : rising + 240;
+    return {hue, saturation, high.m_nValue};
 }
 
 /// The inverse. Any values are accepted: 360 degrees are added to or subtracted from the hue at

@@ -41,7 +41,7 @@ __m256i fnRgbTo0Rgb() {
 // 32 pixels of four bytes, in groups of four: the first half of each register has one of the groups
 // 0 to 3, the second half one of the groups 4 to 7. So both halves are processed alike.
 struct EightGroups {
-    __m256i a, b, c, d;
+    __m256i m_A, m_B, m_C, m_D;
 };
 
 // Converts groups to three bytes a pixel, 48 bytes for each half:
@@ -53,10 +53,10 @@ public:
           m_C(_mm256_alignr_epi8(order, order, 8)), m_D(_mm256_alignr_epi8(order, order, 12)) {}
 
     void fnStore96(std::uint8_t* target, const EightGroups& groups) const {
-        const __m256i a = _mm256_shuffle_epi8(groups.a, m_A);
-        const __m256i b = _mm256_shuffle_epi8(groups.b, m_B);
-        const __m256i c = _mm256_shuffle_epi8(groups.c, m_C);
-        const __m256i d = _mm256_shuffle_epi8(groups.d, m_D);
+        const __m256i a = _mm256_shuffle_epi8(groups.m_A, m_A);
+        const __m256i b = _mm256_shuffle_epi8(groups.m_B, m_B);
+        const __m256i c = _mm256_shuffle_epi8(groups.m_C, m_C);
+        const __m256i d = _mm256_shuffle_epi8(groups.m_D, m_D);
         fnStorePair(target, target + 48, _mm256_blend_epi32(a, b, 0x88));
         fnStorePair(target + 16, target + 64, _mm256_blend_epi32(b, c, 0xCC));
         fnStorePair(target + 32, target + 80, _mm256_blend_epi32(c, d, 0xEE));
@@ -81,9 +81,10 @@ bool fnInSteps(const std::uint8_t* source, std::uint8_t* target, std::size_t cou
     return true;
 }
 
-// 16 pixels as alpha 255, red, green, blue: `low` has the first four of each half, `high` the rest.
+// 16 pixels as alpha 255, red, green, blue: `m_Low` has the first four of each half, `m_High` the
+// rest.
 struct Argb16 {
-    __m256i low, high;
+    __m256i m_Low, m_High;
 };
 
 Argb16 fnWiden565(__m256i pixels) {
@@ -108,7 +109,7 @@ bool fn565To24(const std::uint8_t* source, std::uint8_t* target, std::size_t cou
         [writer = Rgb24Writer(kOrder())](const std::uint8_t* from, std::uint8_t* to) {
             const Argb16 ab = fnWiden565(fnLoadPair(from, from + 32));
             const Argb16 cd = fnWiden565(fnLoadPair(from + 16, from + 48));
-            writer.fnStore96(to, {ab.low, ab.high, cd.low, cd.high});
+            writer.fnStore96(to, {ab.m_Low, ab.m_High, cd.m_Low, cd.m_High});
         });
 }
 
@@ -125,8 +126,8 @@ void fnRgb565ToBgr24(const std::uint8_t* source, std::uint8_t* target, std::size
 void fnRgb565ToArgb32(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
     const auto step = [](const std::uint8_t* from, std::uint8_t* to) {
         const Argb16 pixels = fnWiden565(fnLoad(from));
-        fnStorePair(to, to + 32, pixels.low);
-        fnStorePair(to + 16, to + 48, pixels.high);
+        fnStorePair(to, to + 32, pixels.m_Low);
+        fnStorePair(to + 16, to + 48, pixels.m_High);
     };
     if (!fnInSteps<16, 2, 4>(source, target, count, step))
         scalar::fnRgb565ToArgb32(source, target, count);
@@ -135,8 +136,8 @@ void fnRgb565ToArgb32(const std::uint8_t* source, std::uint8_t* target, std::siz
 void fnRgb565ToBgrx32(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
     const auto step = [order = fnArgbToBgr0()](const std::uint8_t* from, std::uint8_t* to) {
         const Argb16 pixels = fnWiden565(fnLoad(from));
-        fnStorePair(to, to + 32, _mm256_shuffle_epi8(pixels.low, order));
-        fnStorePair(to + 16, to + 48, _mm256_shuffle_epi8(pixels.high, order));
+        fnStorePair(to, to + 32, _mm256_shuffle_epi8(pixels.m_Low, order));
+        fnStorePair(to + 16, to + 48, _mm256_shuffle_epi8(pixels.m_High, order));
     };
     if (!fnInSteps<16, 2, 4>(source, target, count, step))
         scalar::fnRgb565ToBgrx32(source, target, count);

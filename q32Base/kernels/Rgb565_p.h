@@ -17,17 +17,32 @@ constexpr Rgb8 fnWiden565(unsigned int value) {
             static_cast<std::uint8_t>(value << 3 & 0xF8)};
 }
 
-/// Packs channels of 0 to 255; their low bits are dropped.
-constexpr std::uint16_t fnPack565(unsigned int red, unsigned int green, unsigned int blue) {
-    return static_cast<std::uint16_t>((red & 0xF8) << 8 | (green & 0xFC) << 3 | blue >> 3);
-}
-
 /// Converts 5-5-5 (the top bit is dropped) to 5-6-5, with the low green bit 0, and back.
 constexpr unsigned int fnWiden555To565(unsigned int value) {
     return (value & 0x7FE0) << 1 | (value & 0x001F);
 }
 constexpr unsigned int fnNarrow565To555(unsigned int value) {
     return (value >> 1 & 0x7FE0) | (value & 0x001F);
+}
+
+/// The channels of a 5-6-5 value, or of a 5-5-5 one (the top bit is dropped), with their high bits
+/// repeated in the low ones, as a device shows them: full intensity is 255.
+constexpr Rgb8 fnExpand565(unsigned int value) {
+    const Rgb8 high = fnWiden565(value);
+    return {static_cast<std::uint8_t>(high.m_nRed | high.m_nRed >> 5),
+            static_cast<std::uint8_t>(high.m_nGreen | high.m_nGreen >> 6),
+            static_cast<std::uint8_t>(high.m_nBlue | high.m_nBlue >> 5)};
+}
+constexpr Rgb8 fnExpand555(unsigned int value) {
+    const Rgb8 high = fnWiden565(fnWiden555To565(value));
+    return {static_cast<std::uint8_t>(high.m_nRed | high.m_nRed >> 5),
+            static_cast<std::uint8_t>(high.m_nGreen | high.m_nGreen >> 5),
+            static_cast<std::uint8_t>(high.m_nBlue | high.m_nBlue >> 5)};
+}
+
+/// Packs channels of 0 to 255; their low bits are dropped.
+constexpr std::uint16_t fnPack565(unsigned int red, unsigned int green, unsigned int blue) {
+    return static_cast<std::uint16_t>((red & 0xF8) << 8 | (green & 0xFC) << 3 | blue >> 3);
 }
 
 // The two bytes of a value: images store the high one first, device bitmaps the low one.

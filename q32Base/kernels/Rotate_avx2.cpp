@@ -9,33 +9,33 @@ static_assert(kRotateRows == 4); // a register of doubles holds one coordinate o
 
 /// The current source coordinates of the rows.
 struct Places {
-    __m256d x;
-    __m256d y;
-    __m256d c;
-    __m256d s;
+    __m256d m_X;
+    __m256d m_Y;
+    __m256d m_C;
+    __m256d m_S;
     explicit Places(const RotateRows& rows)
-        : x(_mm256_loadu_pd(rows.m_dX)), y(_mm256_loadu_pd(rows.m_dY)),
-          c(_mm256_set1_pd(rows.m_dCosine)), s(_mm256_set1_pd(rows.m_dSine)) {}
+        : m_X(_mm256_loadu_pd(rows.m_dX)), m_Y(_mm256_loadu_pd(rows.m_dY)),
+          m_C(_mm256_set1_pd(rows.m_dCosine)), m_S(_mm256_set1_pd(rows.m_dSine)) {}
     inline void fnStep() {
-        x = _mm256_add_pd(x, c);
-        y = _mm256_sub_pd(y, s);
+        m_X = _mm256_add_pd(m_X, m_C);
+        m_Y = _mm256_sub_pd(m_Y, m_S);
     }
 };
 
 /// Converts coordinates to pixel indices.
 struct Finder {
-    __m256d left;
-    __m256d top;
-    __m128i stride;
+    __m256d m_Left;
+    __m256d m_Top;
+    __m128i m_Stride;
     explicit Finder(const RotateSource& source)
-        : left(_mm256_set1_pd(source.m_dLeft)), top(_mm256_set1_pd(source.m_dTop)),
-          stride(_mm_set1_epi32(source.m_nStride)) {}
+        : m_Left(_mm256_set1_pd(source.m_dLeft)), m_Top(_mm256_set1_pd(source.m_dTop)),
+          m_Stride(_mm_set1_epi32(source.m_nStride)) {}
     /// Indices of the pixels at integral coordinates.
     inline __m128i operator()(__m256d x, __m256d y) const {
-        const __m128i column = _mm256_cvttpd_epi32(_mm256_sub_pd(x, left));
-        const __m128i row = _mm256_cvttpd_epi32(_mm256_sub_pd(y, top));
+        const __m128i column = _mm256_cvttpd_epi32(_mm256_sub_pd(x, m_Left));
+        const __m128i row = _mm256_cvttpd_epi32(_mm256_sub_pd(y, m_Top));
         // Both factors fit into 16 bits.
-        return _mm_add_epi32(_mm_madd_epi16(row, stride), column);
+        return _mm_add_epi32(_mm_madd_epi16(row, m_Stride), column);
     }
 };
 
@@ -61,7 +61,8 @@ void fnNearest(const RotateSource& source, const RotateRows& rows, std::size_t c
     Places at(rows);
     for (std::size_t i = 0; i < count; ++i, at.fnStep()) {
         alignas(16) std::uint32_t numbers[4];
-        _mm_store_si128(reinterpret_cast<__m128i*>(numbers), find(fnRound(at.x), fnRound(at.y)));
+        _mm_store_si128(reinterpret_cast<__m128i*>(numbers),
+                        find(fnRound(at.m_X), fnRound(at.m_Y)));
 #pragma GCC unroll 4
         for (std::size_t r = 0; r < kRotateRows; ++r)
             __builtin_memcpy(rows.m_pTarget[r] + i * kBytes,
@@ -70,14 +71,14 @@ void fnNearest(const RotateSource& source, const RotateRows& rows, std::size_t c
 }
 
 struct Weights {
-    __m256d w11, w10, w01, w00;
+    __m256d m_W11, m_W10, m_W01, m_W00;
     Weights(const Places& at, __m256d x0, __m256d y0) {
-        const __m256d fx = fnFraction(at.x, x0);
-        const __m256d fy = fnFraction(at.y, y0);
-        w11 = _mm256_mul_pd(fx, fy);
-        w10 = _mm256_sub_pd(fx, w11);
-        w01 = _mm256_sub_pd(fy, w11);
-        w00 = _mm256_add_pd(_mm256_sub_pd(_mm256_sub_pd(_mm256_set1_pd(1.0), fx), fy), w11);
+        const __m256d fx = fnFraction(at.m_X, x0);
+        const __m256d fy = fnFraction(at.m_Y, y0);
+        m_W11 = _mm256_mul_pd(fx, fy);
+        m_W10 = _mm256_sub_pd(fx, m_W11);
+        m_W01 = _mm256_sub_pd(fy, m_W11);
+        m_W00 = _mm256_add_pd(_mm256_sub_pd(_mm256_sub_pd(_mm256_set1_pd(1.0), fx), fy), m_W11);
     }
 };
 
@@ -88,8 +89,8 @@ void fnBilinear8(const RotateSource& source, const RotateRows& rows, std::size_t
     const __m128i byte = _mm_set1_epi32(0xFF);
     Places at(rows);
     for (std::size_t i = 0; i < count; ++i, at.fnStep()) {
-        const __m256d x0 = fnTruncate(at.x);
-        const __m256d y0 = fnTruncate(at.y);
+        const __m256d x0 = fnTruncate(at.m_X);
+        const __m256d y0 = fnTruncate(at.m_Y);
         const Weights w(at, x0, y0);
         const __m128i numbers = find(x0, y0);
         const __m128i above = _mm_i32gather_epi32(upper, numbers, 1);
@@ -98,10 +99,10 @@ void fnBilinear8(const RotateSource& source, const RotateRows& rows, std::size_t
         const __m256d p10 = _mm256_cvtepi32_pd(_mm_and_si128(_mm_srli_epi32(above, 8), byte));
         const __m256d p01 = _mm256_cvtepi32_pd(_mm_and_si128(below, byte));
         const __m256d p11 = _mm256_cvtepi32_pd(_mm_and_si128(_mm_srli_epi32(below, 8), byte));
-        __m256d sum = _mm256_mul_pd(p00, w.w00);
-        sum = _mm256_add_pd(sum, _mm256_mul_pd(p01, w.w01));
-        sum = _mm256_add_pd(sum, _mm256_mul_pd(p10, w.w10));
-        sum = _mm256_add_pd(sum, _mm256_mul_pd(p11, w.w11));
+        __m256d sum = _mm256_mul_pd(p00, w.m_W00);
+        sum = _mm256_add_pd(sum, _mm256_mul_pd(p01, w.m_W01));
+        sum = _mm256_add_pd(sum, _mm256_mul_pd(p10, w.m_W10));
+        sum = _mm256_add_pd(sum, _mm256_mul_pd(p11, w.m_W11));
         const __m128i whole = _mm256_cvttpd_epi32(sum);
         rows.m_pTarget[0][i] = static_cast<std::uint8_t>(_mm_extract_epi8(whole, 0));
         rows.m_pTarget[1][i] = static_cast<std::uint8_t>(_mm_extract_epi8(whole, 4));
@@ -127,8 +128,8 @@ void fnBilinear32(const RotateSource& source, const RotateRows& rows, std::size_
     const std::size_t below = static_cast<std::size_t>(source.m_nStride) * 4;
     Places at(rows);
     for (std::size_t i = 0; i < count; ++i, at.fnStep()) {
-        const __m256d x0 = fnTruncate(at.x);
-        const __m256d y0 = fnTruncate(at.y);
+        const __m256d x0 = fnTruncate(at.m_X);
+        const __m256d y0 = fnTruncate(at.m_Y);
         const Weights w(at, x0, y0);
         alignas(16) std::uint32_t numbers[4];
         alignas(32) double w11[4];
@@ -136,10 +137,10 @@ void fnBilinear32(const RotateSource& source, const RotateRows& rows, std::size_
         alignas(32) double w01[4];
         alignas(32) double w00[4];
         _mm_store_si128(reinterpret_cast<__m128i*>(numbers), find(x0, y0));
-        _mm256_store_pd(w11, w.w11);
-        _mm256_store_pd(w10, w.w10);
-        _mm256_store_pd(w01, w.w01);
-        _mm256_store_pd(w00, w.w00);
+        _mm256_store_pd(w11, w.m_W11);
+        _mm256_store_pd(w10, w.m_W10);
+        _mm256_store_pd(w01, w.m_W01);
+        _mm256_store_pd(w00, w.m_W00);
         __m128i whole[4];
 #pragma GCC unroll 4
         for (std::size_t r = 0; r < kRotateRows; ++r) {

@@ -15,17 +15,17 @@ constexpr std::size_t kStorePixels = 16 / kBytes;
 // Up to this factor the shuffles come from a table, one for all source pixels of a store.
 constexpr std::size_t kSmallFactor = 8;
 
-// shuffles[factor][phase] repeats the pixels of a 16-byte load `factor` times, beginning with copy
-// `phase` of the first.
+// m_Shuffles[factor][phase] repeats the pixels of a 16-byte load `factor` times, beginning with
+// copy `phase` of the first.
 template <std::size_t kBytes>
 struct RepeatTable {
-    alignas(16) std::uint8_t shuffles[kSmallFactor + 1][kSmallFactor][16];
+    alignas(16) std::uint8_t m_Shuffles[kSmallFactor + 1][kSmallFactor][16];
 
-    constexpr RepeatTable() : shuffles{} {
+    constexpr RepeatTable() : m_Shuffles{} {
         for (std::size_t factor = 1; factor <= kSmallFactor; ++factor)
             for (std::size_t phase = 0; phase < factor; ++phase)
                 for (std::size_t i = 0; i < 16; ++i)
-                    shuffles[factor][phase][i] = static_cast<std::uint8_t>(
+                    m_Shuffles[factor][phase][i] = static_cast<std::uint8_t>(
                         (phase + i / kBytes) / factor * kBytes + i % kBytes);
     }
 };
@@ -37,7 +37,7 @@ template <std::size_t kBytes>
 void fnInflateBySmall(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                       std::size_t factor, std::size_t phase) {
     constexpr std::size_t kPixels = kStorePixels<kBytes>;
-    const auto& shuffles = kRepeatTable<kBytes>.shuffles[factor];
+    const auto& shuffles = kRepeatTable<kBytes>.m_Shuffles[factor];
     const std::size_t storeSources = kPixels / factor;
     const std::size_t storeOdd = kPixels % factor;
     std::size_t sourceBytes = (phase + count + factor - 1) / factor * kBytes;

@@ -1,5 +1,6 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/pixels/PixelFormat_p.h"
 
 #include <algorithm>
 #include <atomic>
@@ -10,14 +11,6 @@
 CCriticalSection CqTileMap::TileLock;
 CCriticalSection CqTileMap::LineLock;
 
-namespace {
-
-bool fnIsDepth(std::uint32_t bits) {
-    return bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
-}
-
-} // namespace
-
 std::uint64_t CqTileMap::fnMakeSerial() noexcept {
     static std::atomic<std::uint64_t> last = 0; // images in several threads have storage, too
     return ++last;
@@ -25,10 +18,11 @@ std::uint64_t CqTileMap::fnMakeSerial() noexcept {
 
 CqTileMap::CqTileMap(std::uint32_t width, std::uint32_t height, std::uint32_t bitCount,
                      const RGBQUAD* palette, std::uint32_t count)
-    : Width(width), Height(height), BitCount(bitCount), PaletteCount(bitCount < 9 ? count : 0) {
+    : Width(width), Height(height), BitCount(bitCount),
+      PaletteCount(q32::fnIsIndexed(bitCount) ? count : 0) {
     fnSetGeometry();
     TileTable.reset(q32::fnNewArray<TileEntry>(TileCount));
-    if (BitCount < 9) {
+    if (q32::fnIsIndexed(BitCount)) {
         // Zero beyond the requested entries: no index that a pixel can hold leaves the block.
         const std::size_t slots = std::max<std::size_t>(PaletteCount, 256);
         Palette.reset(q32::fnNewArray<RGBQUAD>(slots));
@@ -47,7 +41,7 @@ void CqTileMap::fnSetGeometry() {
     constexpr std::uint32_t kMaxPixels = 0x7FFFFFFFu; // positions are signed
     constexpr std::uint32_t kMaxBytes = 0xFFFFFFFEu;  // leaves space for a byte of slack
     if (Width == 0 || Height == 0 || Width > kMaxPixels || Height > kMaxPixels ||
-        !fnIsDepth(BitCount) || rowBytes > kMaxBytes / Height)
+        !q32::fnFindPixelFormat(BitCount) || rowBytes > kMaxBytes / Height)
         AfxThrowMemoryException();
     BytesPerPixel = BitCount >> 3;
     RowBytes = static_cast<std::uint32_t>(rowBytes);
@@ -69,7 +63,7 @@ void CqTileMap::fnSetGeometry() {
     const std::uint32_t drawHeight = std::min(TileHeight, kMaxTileSize);
     const std::uint32_t drawRow = (drawWidth * BitCount) >> 3;
     DibTileBytes = ((drawRow + 3) & ~3u) * drawHeight;
-    PackedTileBytes = BitCount < 9 ? drawWidth * drawHeight : drawRow * drawHeight;
+    PackedTileBytes = q32::fnIsIndexed(BitCount) ? drawWidth * drawHeight : drawRow * drawHeight;
 }
 
 std::uint32_t CqTileMap::fnBlockSize() const {

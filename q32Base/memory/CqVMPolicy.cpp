@@ -122,7 +122,7 @@ CqDiskUsage CqVMPolicy::fnGetDiskUsage(unsigned int index) const {
     CqDiskUsage usage;
     const std::size_t length = std::strlen(DiskPaths[index]);
     for (POSITION at = m_ScratchFiles.GetHeadPosition(); at;) {
-        const ScratchFile& file = m_ScratchFiles.GetNext(at);
+        const NotedFile& file = m_ScratchFiles.GetNext(at);
         const char* name = file.m_strName;
         if (length == 0 || std::strncmp(name, DiskPaths[index], length) != 0 ||
             std::strchr(name + length, '\\'))

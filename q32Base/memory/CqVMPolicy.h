@@ -82,7 +82,7 @@ public:
 
 private:
     /// One buffer that is mapped from a file.
-    struct ScratchFile {
+    struct NotedFile {
         CString m_strName;
         std::uint32_t m_nSize;
     };
@@ -100,7 +100,7 @@ private:
     bool MemEnabled;
     std::uint32_t RamLimit;
     std::uint32_t RamUsed;
-    CList<ScratchFile, const ScratchFile&> m_ScratchFiles;
+    CList<NotedFile, const NotedFile&> m_ScratchFiles;
 };
 
 /// The one policy; null before the start, and where its construction failed.

@@ -36,9 +36,9 @@ public:
           m_nLastWidth(width - ((m_nAcross - 1) << shiftX)), m_nWidth(width), m_nHeight(height),
           m_nBytes(bytesPerPixel), m_bScratch(isScratch) {}
 
-    std::uint32_t fnWidth() const { return m_nWidth; }
-    std::uint32_t fnHeight() const { return m_nHeight; }
-    std::uint32_t fnBytesPerPixel() const { return m_nBytes; }
+    std::uint32_t fnGetWidth() const { return m_nWidth; }
+    std::uint32_t fnGetHeight() const { return m_nHeight; }
+    std::uint32_t fnGetBytesPerPixel() const { return m_nBytes; }
     /// Whether the pixels lie in a scratch file.
     bool fnIsScratch() const { return m_bScratch; }
 

@@ -69,10 +69,10 @@ double fnDenominator(const ContribList& list) {
 
 /// A weight in units, split into a multiple of the radix 2^bits and the least remainder.
 struct CutWeight {
-    int high;
-    int low;
+    int m_nHigh;
+    int m_nLow;
     CutWeight(int parts, int bits)
-        : high((parts + (1 << (bits - 1))) >> bits), low(parts - high * (1 << bits)) {}
+        : m_nHigh((parts + (1 << (bits - 1))) >> bits), m_nLow(parts - m_nHigh * (1 << bits)) {}
 };
 
 /// The bits of a radix at which neither part of any sum of bytes exceeds 16 bits, or 0.
@@ -83,8 +83,8 @@ int fnRadixBits(const ContribList& list, double denominator) {
         int low = 0;
         for (std::int32_t i = 0; i < list.m_nCount && high <= kMax && low <= kMax; ++i) {
             const CutWeight cut(fnUnits(list.m_pEntries[i].m_dWeight, denominator), bits);
-            high += std::abs(cut.high);
-            low += std::abs(cut.low);
+            high += std::abs(cut.m_nHigh);
+            low += std::abs(cut.m_nLow);
         }
         if (high <= kMax && low <= kMax)
             return bits;
@@ -163,7 +163,7 @@ bool fnSetFixedPointWeights(ContribList& list) {
     for (std::int32_t k = begin; k < end; k += 2) {
         const CutWeight one(partsOf(k), bits);
         const CutWeight other(partsOf(k + 1), bits);
-        const int parts[] = {one.low, other.low, one.high, other.high};
+        const int parts[] = {one.m_nLow, other.m_nLow, one.m_nHigh, other.m_nHigh};
         std::transform(parts, parts + 4, list.m_pEntries[k].m_Parts,
                        [](int part) { return static_cast<std::int8_t>(part); });
     }

@@ -20,7 +20,7 @@ bool fnSetFixedPointWeights(ContribList& list);
 
 /// The samples and weights of one axis, for the filter of Mitchell and Netravali with B = C = 1/3
 /// (Reconstruction Filters in Computer Graphics, 1988), whose support widens when reducing. One
-/// heap block: the lists, then an array of `fnCapacity` entries for each.
+/// heap block: the lists, then an array of `fnGetCapacity` entries for each.
 ///
 /// Output position i is at source position i / scale: there is no half-pixel offset. Samples beyond
 /// an edge are reflected, with the edge sample used once at the low side and twice at the high
@@ -33,7 +33,7 @@ public:
 
     const ContribList& operator[](std::uint32_t i) const { return m_pLists[i]; }
     /// The most entries that a list can have.
-    std::uint32_t fnCapacity() const { return m_nCapacity; }
+    std::uint32_t fnGetCapacity() const { return m_nCapacity; }
     /// Whether all lists have fixed-point sums, as for the usual factors. Otherwise all have fast
     /// sums.
     bool fnIsFixedPoint() const { return m_bFixedPoint; }

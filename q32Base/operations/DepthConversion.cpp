@@ -10,9 +10,9 @@
 namespace {
 
 /// The conversion from one image's depth to the 24 or 32 bits of another.
-q32::PixelReading fnWidening(const CqTileMap& source, const CqTileMap& target) {
+q32::PixelDecoder fnWidening(const CqTileMap& source, const CqTileMap& target) {
     return {source.BitCount, source.Palette.get(),
-            target.BitCount == 32 ? PIXEL_ARGB32 : PIXEL_RGB24};
+            q32::fnPixelFormat(target.BitCount).m_bAlpha ? PIXEL_ARGB32 : PIXEL_RGB24};
 }
 
 /// A 4-bit image is a single tile of any size, so it is converted row by row.
@@ -20,7 +20,7 @@ void fnWidenRows(CqTileMap& source, CqTileMap& target) {
     const std::unique_ptr<unsigned char[]> packed(q32::fnNewArray<unsigned char>(source.RowBytes));
     const std::unique_ptr<unsigned char[]> indices(q32::fnNewArray<unsigned char>(source.Width));
     const std::unique_ptr<unsigned char[]> row(q32::fnNewArray<unsigned char>(target.RowBytes));
-    const q32::PixelReading widening = fnWidening(source, target);
+    const q32::PixelDecoder widening = fnWidening(source, target);
     for (std::uint32_t y = 0; y < source.Height; ++y) {
         source.fnFetchRow(y, packed.get());
         q32::fnKernels().fnIndex4ToIndex8(packed.get(), indices.get(), source.Width);
@@ -31,7 +31,7 @@ void fnWidenRows(CqTileMap& source, CqTileMap& target) {
 
 /// Tiles of both maps have the same shape, so each is one run of pixels.
 void fnWidenTiles(CqTileMap& source, CqTileMap& target) {
-    const q32::PixelReading widening = fnWidening(source, target);
+    const q32::PixelDecoder widening = fnWidening(source, target);
     CqImageTile from(false);
     CqImageTile to(false);
     for (std::uint32_t i = 0; i < source.TileCount; ++i) {

@@ -41,13 +41,13 @@ private:
 
 PageWalk::PageWalk(const PixelArea& area, CQ_VIEW_ADVICE coming, const WalkOrder& order)
     : m_Area(area), m_Coming(coming), m_Order(order),
-      m_nCellWidth(std::max({order.cellWidth, CqTileMap::kMaxTileSize, area.fnRunEnd(0)})),
-      m_nAcross((area.fnWidth() - 1) / m_nCellWidth + 1),
-      m_nDown((area.fnHeight() - 1) / kCellHeight + 1) {
-    if (!area.fnIsScratch() || area.fnBytesPerPixel() == 0)
+      m_nCellWidth(std::max({order.m_nCellWidth, CqTileMap::kMaxTileSize, area.fnRunEnd(0)})),
+      m_nAcross((area.fnGetWidth() - 1) / m_nCellWidth + 1),
+      m_nDown((area.fnGetHeight() - 1) / kCellHeight + 1) {
+    if (!area.fnIsScratch() || area.fnGetBytesPerPixel() == 0)
         return;
     m_nCells = m_nAcross * m_nDown;
-    m_nAhead = std::max(kAheadBytes / (m_nCellWidth * kCellHeight * area.fnBytesPerPixel()), 2u);
+    m_nAhead = std::max(kAheadBytes / (m_nCellWidth * kCellHeight * area.fnGetBytesPerPixel()), 2u);
 }
 
 PageWalk::~PageWalk() {
@@ -58,11 +58,11 @@ PageWalk::~PageWalk() {
 std::uint32_t PageWalk::fnCell(std::uint32_t x, std::uint32_t y) const {
     std::uint32_t column = x / m_nCellWidth;
     std::uint32_t row = y / kCellHeight;
-    if (m_Order.rightToLeft)
+    if (m_Order.m_bRightToLeft)
         column = m_nAcross - 1 - column;
-    if (m_Order.bottomUp)
+    if (m_Order.m_bBottomUp)
         row = m_nDown - 1 - row;
-    return m_Order.columns ? column * m_nDown + row : row * m_nAcross + column;
+    return m_Order.m_bColumns ? column * m_nDown + row : row * m_nAcross + column;
 }
 
 void PageWalk::fnGoOn(std::uint32_t first, std::uint32_t last) {
@@ -82,20 +82,20 @@ void PageWalk::fnGoOn(std::uint32_t first, std::uint32_t last) {
 void PageWalk::fnTell(CQ_VIEW_ADVICE advice, std::uint32_t first, std::uint32_t end) const {
     AdvisedRange advised(advice);
     for (; first < end; ++first) {
-        std::uint32_t column = m_Order.columns ? first / m_nDown : first % m_nAcross;
-        std::uint32_t row = m_Order.columns ? first % m_nDown : first / m_nAcross;
-        if (m_Order.rightToLeft)
+        std::uint32_t column = m_Order.m_bColumns ? first / m_nDown : first % m_nAcross;
+        std::uint32_t row = m_Order.m_bColumns ? first % m_nDown : first / m_nAcross;
+        if (m_Order.m_bRightToLeft)
             column = m_nAcross - 1 - column;
-        if (m_Order.bottomUp)
+        if (m_Order.m_bBottomUp)
             row = m_nDown - 1 - row;
         const std::uint32_t y = row * kCellHeight;
-        const std::uint32_t bottom = std::min(m_Area.fnHeight() - y, kCellHeight) + y;
+        const std::uint32_t bottom = std::min(m_Area.fnGetHeight() - y, kCellHeight) + y;
         std::uint32_t x = column * m_nCellWidth;
-        const std::uint32_t right = std::min(m_Area.fnWidth() - x, m_nCellWidth) + x;
+        const std::uint32_t right = std::min(m_Area.fnGetWidth() - x, m_nCellWidth) + x;
         for (std::uint32_t runEnd; x < right; x = runEnd) {
             runEnd = std::min(m_Area.fnRunEnd(x), right);
             advised.fnAdd(m_Area.fnAt(x, y),
-                          m_Area.fnAt(runEnd - 1, bottom - 1) + m_Area.fnBytesPerPixel());
+                          m_Area.fnAt(runEnd - 1, bottom - 1) + m_Area.fnGetBytesPerPixel());
         }
     }
 }

@@ -10,10 +10,11 @@ namespace q32 {
 
 /// The order in which a walk visits the cells of an area.
 struct WalkOrder {
-    bool columns; ///< column by column, each from the top down; else row by row
-    bool rightToLeft = false;
-    bool bottomUp = false;
-    std::uint32_t cellWidth = 0; ///< minimum width in pixels; cells are never narrower than a tile
+    bool m_bColumns; ///< column by column, each from the top down; else row by row
+    bool m_bRightToLeft = false;
+    bool m_bBottomUp = false;
+    std::uint32_t m_nCellWidth =
+        0; ///< minimum width in pixels; cells are never narrower than a tile
 };
 
 /// Accompanies a walk through an area in a scratch file and advises the scratch service which pages
@@ -46,7 +47,7 @@ public:
         if (m_nCells == 0)
             return;
         const std::uint32_t first = fnCell(firstX, firstY);
-        fnGoOn(nextY < m_Area.fnHeight() ? std::min(first, fnCell(0, nextY)) : first,
+        fnGoOn(nextY < m_Area.fnGetHeight() ? std::min(first, fnCell(0, nextY)) : first,
                fnCell(lastX, lastY));
     }
 

@@ -3,6 +3,7 @@
 #include "q32Base/kernels/Epsilon.h"
 #include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/operations/Resample_p.h"
+#include "q32Base/pixels/PixelFormat_p.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <cmath>
@@ -37,7 +38,7 @@ void CqImage::fnResample(unsigned int width, unsigned int height, bool interpola
     if (width == Width && height == Height)
         return;
     auto target = fnNewSize(*TileMap, width, height);
-    const bool paletteImage = BitCount <= 8 && !TileMap->GrayScale;
+    const bool paletteImage = q32::fnIsIndexed(BitCount) && !TileMap->GrayScale;
     const bool done =
         interpolate && !paletteImage
             ? q32::fnFilterResample(*TileMap, *target, static_cast<double>(width) / Width,

@@ -64,14 +64,14 @@ private:
 
 bool fnFilterRowsFirst(const PixelArea& source, const PixelArea& target, const PixelArea& between,
                        double scaleX, double scaleY, CqProgressDisplay* progress) {
-    return fnFilterWidth(source, between, scaleX, {progress, source.fnHeight(), 0, 50}) &&
-           fnFilterHeight(between, target, scaleY, {progress, target.fnWidth(), 50, 50});
+    return fnFilterWidth(source, between, scaleX, {progress, source.fnGetHeight(), 0, 50}) &&
+           fnFilterHeight(between, target, scaleY, {progress, target.fnGetWidth(), 50, 50});
 }
 
 bool fnFilterColsFirst(const PixelArea& source, const PixelArea& target, const PixelArea& between,
                        double scaleX, double scaleY, CqProgressDisplay* progress) {
-    return fnFilterHeight(source, between, scaleY, {progress, source.fnWidth(), 0, 50}) &&
-           fnFilterWidth(between, target, scaleX, {progress, target.fnHeight(), 50, 50});
+    return fnFilterHeight(source, between, scaleY, {progress, source.fnGetWidth(), 0, 50}) &&
+           fnFilterWidth(between, target, scaleX, {progress, target.fnGetHeight(), 50, 50});
 }
 
 } // namespace

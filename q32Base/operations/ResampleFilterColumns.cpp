@@ -45,20 +45,20 @@ class ColumnFilter {
 public:
     ColumnFilter(const PixelArea& source, const PixelArea& target, const ContribTable& table)
         : m_Source(source), m_Target(target),
-          m_nChannels(fnFilterChannels(source.fnBytesPerPixel())), m_Table(table),
-          m_nRing(fnRingRows(std::min(m_Table.fnCapacity(), source.fnHeight()))),
+          m_nChannels(fnFilterChannels(source.fnGetBytesPerPixel())), m_Table(table),
+          m_nRing(fnRingRows(std::min(m_Table.fnGetCapacity(), source.fnGetHeight()))),
           m_nBlock(fnBlockColumns()),
           m_SourceWalk(source, VIEW_READ_NEXT, {false, false, false, m_nBlock}),
           m_TargetWalk(target, VIEW_WRITE_NEXT, {false, false, false, m_nBlock}) {
         const std::size_t samples = std::size_t{m_nBlock} * m_nChannels;
         m_pRing.reset(fnNewArray<Sample>(m_nRing * samples));
         m_pPresent.reset(fnNewArray<std::int32_t>(m_nRing));
-        if (m_Table.fnCapacity() > kWideSum)
+        if (m_Table.fnGetCapacity() > kWideSum)
             m_pWideSums.reset(fnNewArray<double>(samples));
         else
-            m_pRows.reset(fnNewArray<const Sample*>(m_Table.fnCapacity()));
+            m_pRows.reset(fnNewArray<const Sample*>(m_Table.fnGetCapacity()));
         m_pSums.reset(fnNewArray<unsigned char>(samples));
-        if (source.fnBytesPerPixel() == 2)
+        if (source.fnGetBytesPerPixel() == 2)
             m_pUnpacked.reset(fnNewArray<unsigned char>(samples));
     }
 
@@ -69,15 +69,15 @@ public:
         std::uint32_t rows = kTile;
         if (m_Source.fnIsScratch()) {
             const double rowBytes =
-                static_cast<double>(m_Source.fnWidth()) * m_Source.fnBytesPerPixel();
-            const double most = (kBandBytes / rowBytes - m_Table.fnCapacity()) *
-                                m_Target.fnHeight() / m_Source.fnHeight();
+                static_cast<double>(m_Source.fnGetWidth()) * m_Source.fnGetBytesPerPixel();
+            const double most = (kBandBytes / rowBytes - m_Table.fnGetCapacity()) *
+                                m_Target.fnGetHeight() / m_Source.fnGetHeight();
             // Equal parts of a tile.
             const auto parts = static_cast<std::uint32_t>(
                 std::ceil(kTile / std::clamp(std::floor(most), 1.0, double{kTile})));
             rows = (kTile + parts - 1) / parts;
         }
-        return std::min({m_Target.fnHeight() - y, kTile - y % kTile, rows}) + y;
+        return std::min({m_Target.fnGetHeight() - y, kTile - y % kTile, rows}) + y;
     }
 
     /// Filters target rows from y to before `bottom`, block by block. After each block it calls
@@ -87,7 +87,7 @@ public:
         const auto [top, last] = fnSourceRows(y, bottom);
         const std::uint32_t nextTop = fnNextTop(bottom);
         std::uint32_t end;
-        for (std::uint32_t x = 0; x < m_Target.fnWidth(); x = end) {
+        for (std::uint32_t x = 0; x < m_Target.fnGetWidth(); x = end) {
             end = fnBlockEnd(x);
             m_SourceWalk.fnReach(x, top, end - 1, last, nextTop);
             m_TargetWalk.fnReach(x, y, end - 1, bottom - 1, bottom);
@@ -117,7 +117,7 @@ private:
 
     /// The end column of the block that begins at x.
     std::uint32_t fnBlockEnd(std::uint32_t x) const {
-        return m_Target.fnWidth() - x > m_nBlock ? x + m_nBlock : m_Target.fnWidth();
+        return m_Target.fnGetWidth() - x > m_nBlock ? x + m_nBlock : m_Target.fnGetWidth();
     }
 
     /// The first and the last source row that these target rows need.
@@ -135,9 +135,9 @@ private:
 
     /// No target row from y on needs a source row above this one.
     std::uint32_t fnNextTop(std::uint32_t y) const {
-        const std::uint32_t height = m_Target.fnHeight();
+        const std::uint32_t height = m_Target.fnGetHeight();
         if (y == height)
-            return m_Source.fnHeight();
+            return m_Source.fnGetHeight();
         // Each target row's source rows begin lower than those of the row before, except for rows
         // reflected at the lower edge; of those, the last target row reaches highest.
         return std::min(fnSourceRows(y, y + 1).first, fnSourceRows(height - 1, height).first);
@@ -269,18 +269,18 @@ bool fnFilterColumns(const PixelArea& source, const PixelArea& target, const Con
                      const ProgressRun& progress) {
     ColumnFilter<Sample> filter(source, target, table);
     // Columns are reported in proportion to the work done.
-    const std::uint64_t width = target.fnWidth();
+    const std::uint64_t width = target.fnGetWidth();
     std::uint32_t reported = 0;
     const auto isAborted = [&](std::uint64_t pixels) {
         const std::uint32_t first = reported;
-        reported = static_cast<std::uint32_t>(pixels / target.fnHeight());
+        reported = static_cast<std::uint32_t>(pixels / target.fnGetHeight());
         return progress.fnAborts(first, reported);
     };
     std::uint32_t bottom;
-    for (std::uint32_t y = 0; y < target.fnHeight(); y = bottom) {
+    for (std::uint32_t y = 0; y < target.fnGetHeight(); y = bottom) {
         bottom = filter.fnBandEnd(y);
         const std::uint64_t above = width * y;
-        const bool goesOn = target.fnBytesPerPixel() == 0
+        const bool goesOn = target.fnGetBytesPerPixel() == 0
                                 ? !isAborted(width * bottom)
                                 : filter.fnFilter(y, bottom, [&](std::uint32_t end) {
                                       return isAborted(above + std::uint64_t{bottom - y} * end);
@@ -295,7 +295,7 @@ bool fnFilterColumns(const PixelArea& source, const PixelArea& target, const Con
 
 bool fnFilterHeight(const PixelArea& source, const PixelArea& target, double scale,
                     const ProgressRun& progress) {
-    const ContribTable table(scale, target.fnHeight(), source.fnHeight());
+    const ContribTable table(scale, target.fnGetHeight(), source.fnGetHeight());
     return (table.fnIsFixedPoint() ? fnFilterColumns<std::uint8_t>
                                    : fnFilterColumns<float>)(source, target, table, progress);
 }

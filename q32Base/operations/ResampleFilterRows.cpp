@@ -21,7 +21,7 @@ class RowFilter {
 public:
     RowFilter(const PixelArea& source, const PixelArea& target, const ContribTable& table)
         : m_Source(source), m_Target(target),
-          m_nChannels(fnFilterChannels(source.fnBytesPerPixel())), m_Table(table),
+          m_nChannels(fnFilterChannels(source.fnGetBytesPerPixel())), m_Table(table),
           m_SourceWalk(source, VIEW_READ_NEXT, {false}),
           m_TargetWalk(target, VIEW_WRITE_NEXT, {false}) {
         const std::size_t pixels = fnPlanSteps();
@@ -33,7 +33,7 @@ public:
         }
         m_pSums.reset(fnNewArray<unsigned char>(kMaxColumns * pixelBytes));
         m_pSpare.reset(fnNewArray<unsigned char>(kMaxColumns * std::size_t{m_nChannels}));
-        if (source.fnBytesPerPixel() == 2)
+        if (source.fnGetBytesPerPixel() == 2)
             m_pUnpacked.reset(
                 fnNewArray<unsigned char>(std::max<std::size_t>(pixels, kMaxColumns) * pixelBytes));
     }
@@ -41,9 +41,9 @@ public:
     /// Filters rows of the same tiles: each step processes all of them before the next one.
     void fnFilter(std::uint32_t y, std::uint32_t rows) {
         std::uint32_t x = 0;
-        for (const Step* next = m_pSteps.get(); x < m_Target.fnWidth(); x = next++->end) {
-            m_SourceWalk.fnReach(next->first, y, next->last, y + rows - 1);
-            m_TargetWalk.fnReach(x, y, next->end - 1, y + rows - 1);
+        for (const Step* next = m_pSteps.get(); x < m_Target.fnGetWidth(); x = next++->m_nEnd) {
+            m_SourceWalk.fnReach(next->m_nFirst, y, next->m_nLast, y + rows - 1);
+            m_TargetWalk.fnReach(x, y, next->m_nEnd - 1, y + rows - 1);
             for (std::uint32_t done = 0; done < rows; done += kFilterLanes)
                 fnFilterStep(*next, x, y + done,
                              std::min<std::uint32_t>(kFilterLanes, rows - done));
@@ -56,68 +56,68 @@ private:
 
     /// Target columns up to `end`, and the source pixels that they need.
     struct Step {
-        std::uint32_t end;
-        std::uint32_t first;
-        std::uint32_t last;
-        std::uint32_t fnPixels() const { return last - first + 1; }
+        std::uint32_t m_nEnd;
+        std::uint32_t m_nFirst;
+        std::uint32_t m_nLast;
+        std::uint32_t fnGetPixels() const { return m_nLast - m_nFirst + 1; }
     };
 
     void fnWiden(Step& step, const ContribList& list) const {
         const auto ends = std::minmax_element(
             list.m_pEntries, list.m_pEntries + list.m_nCount,
             [](const ContribEntry& a, const ContribEntry& b) { return a.m_nPixel < b.m_nPixel; });
-        step.first = std::min(step.first, static_cast<std::uint32_t>(ends.first->m_nPixel));
-        step.last = std::max(step.last, static_cast<std::uint32_t>(ends.second->m_nPixel));
+        step.m_nFirst = std::min(step.m_nFirst, static_cast<std::uint32_t>(ends.first->m_nPixel));
+        step.m_nLast = std::max(step.m_nLast, static_cast<std::uint32_t>(ends.second->m_nPixel));
     }
 
     Step fnNextStep(std::uint32_t x) const {
         Step step = {x, 0xFFFFFFFFu, 0};
         do {
             Step wider = step;
-            fnWiden(wider, m_Table[step.end]);
-            if (step.end != x && (wider.last - wider.first) * m_nChannels >= kMaxSamples)
+            fnWiden(wider, m_Table[step.m_nEnd]);
+            if (step.m_nEnd != x && (wider.m_nLast - wider.m_nFirst) * m_nChannels >= kMaxSamples)
                 break;
-            wider.end = step.end + 1;
+            wider.m_nEnd = step.m_nEnd + 1;
             step = wider;
-        } while (step.end < m_Target.fnWidth() && step.end - x < kMaxColumns);
+        } while (step.m_nEnd < m_Target.fnGetWidth() && step.m_nEnd - x < kMaxColumns);
         return step;
     }
 
     /// Plans the steps, and returns the most pixels that one needs in lanes.
     std::size_t fnPlanSteps() {
         std::size_t count = 0;
-        for (std::uint32_t x = 0; x < m_Target.fnWidth(); x = fnNextStep(x).end)
+        for (std::uint32_t x = 0; x < m_Target.fnGetWidth(); x = fnNextStep(x).m_nEnd)
             ++count;
         m_pSteps.reset(fnNewArray<Step>(count));
         std::size_t widest = 0;
         std::uint32_t x = 0;
-        for (Step* next = m_pSteps.get(); x < m_Target.fnWidth(); x = next++->end) {
+        for (Step* next = m_pSteps.get(); x < m_Target.fnGetWidth(); x = next++->m_nEnd) {
             *next = fnNextStep(x);
-            if (next->fnPixels() <= kWideSum)
-                widest = std::max<std::size_t>(widest, next->fnPixels());
+            if (next->fnGetPixels() <= kWideSum)
+                widest = std::max<std::size_t>(widest, next->fnGetPixels());
         }
         return widest;
     }
 
     void fnFilterStep(const Step& step, std::uint32_t x, std::uint32_t y,
                       std::uint32_t rows) const {
-        if (step.fnPixels() > kWideSum)
+        if (step.fnGetPixels() > kWideSum)
             fnSumWide(m_Table[x], y, rows);
         else
             fnSum(step, x, y, rows);
-        fnStore(x, step.end, y, rows);
+        fnStore(x, step.m_nEnd, y, rows);
     }
 
     void fnSum(const Step& step, std::uint32_t x, std::uint32_t y, std::uint32_t rows) const {
         fnFetch(step, y, rows);
         const Kernels& kernels = fnKernels();
         if (m_pSamples)
-            kernels.fnReadLanes(m_pLanes.get(), m_pSamples.get(), m_pRuns.get(), step.fnPixels(),
+            kernels.fnReadLanes(m_pLanes.get(), m_pSamples.get(), m_pRuns.get(), step.fnGetPixels(),
                                 m_nChannels);
-        const auto first = static_cast<std::int32_t>(step.first);
+        const auto first = static_cast<std::int32_t>(step.m_nFirst);
         const FloatLanes lanes = {m_pSamples.get(), m_pLanes.get(), m_pRuns.get(), first};
         unsigned char* sums = m_pSums.get();
-        for (; x < step.end; ++x, sums += m_nChannels * kFilterLanes)
+        for (; x < step.m_nEnd; ++x, sums += m_nChannels * kFilterLanes)
             if (m_pSamples)
                 kernels.fnConvolveLanes(lanes, m_Table[x], sums, m_nChannels);
             else
@@ -148,8 +148,8 @@ private:
     void fnFetch(const Step& step, std::uint32_t y, std::uint32_t rows) const {
         const std::uint8_t* from[kFilterLanes];
         std::uint32_t end;
-        for (std::uint32_t x = step.first; x <= step.last; x = end) {
-            end = std::min(m_Source.fnRunEnd(x), step.last + 1);
+        for (std::uint32_t x = step.m_nFirst; x <= step.m_nLast; x = end) {
+            end = std::min(m_Source.fnRunEnd(x), step.m_nLast + 1);
             const std::size_t bytes = std::size_t{end - x} * m_nChannels;
             for (std::uint32_t r = 0; r < kFilterLanes; ++r) {
                 // Lanes without a row repeat the last one.
@@ -162,7 +162,7 @@ private:
                 from[r] = row;
             }
             fnKernels().fnRowsToLanes(
-                from, m_pLanes.get() + std::size_t{x - step.first} * m_nChannels * kFilterLanes,
+                from, m_pLanes.get() + std::size_t{x - step.m_nFirst} * m_nChannels * kFilterLanes,
                 bytes);
         }
     }
@@ -205,12 +205,12 @@ private:
 
 bool fnFilterWidth(const PixelArea& source, const PixelArea& target, double scale,
                    const ProgressRun& progress) {
-    const ContribTable table(scale, target.fnWidth(), source.fnWidth());
+    const ContribTable table(scale, target.fnGetWidth(), source.fnGetWidth());
     RowFilter filter(source, target, table);
     std::uint32_t rows;
-    for (std::uint32_t y = 0; y < target.fnHeight(); y += rows) {
-        rows = std::min(CqTileMap::kMaxTileSize, target.fnHeight() - y);
-        if (target.fnBytesPerPixel() != 0)
+    for (std::uint32_t y = 0; y < target.fnGetHeight(); y += rows) {
+        rows = std::min(CqTileMap::kMaxTileSize, target.fnGetHeight() - y);
+        if (target.fnGetBytesPerPixel() != 0)
             filter.fnFilter(y, rows);
         if (progress.fnAborts(y, y + rows))
             return false;

@@ -30,8 +30,8 @@ bool fnIsNear(double a, double value) {
 }
 
 struct RotatedSize {
-    std::int64_t width;
-    std::int64_t height;
+    std::int64_t m_nWidth;
+    std::int64_t m_nHeight;
 };
 
 /// The size of the picture rotated about its pivot, with a margin. The box starts at the smallest
@@ -68,10 +68,10 @@ RotatedSize fnBoundingBox(const CqTileMap& map, const CPoint& center, double s, 
 /// Raises the memory exception for a size that no image can have.
 std::unique_ptr<CqTileMap> fnNewMap(const CqTileMap& map, const RotatedSize& size) {
     constexpr std::int64_t kMax = 0xFFFFFFFF;
-    if (size.width > kMax || size.height > kMax)
+    if (size.m_nWidth > kMax || size.m_nHeight > kMax)
         AfxThrowMemoryException();
     return std::unique_ptr<CqTileMap>(q32::fnNew<CqTileMap>(
-        static_cast<std::uint32_t>(size.width), static_cast<std::uint32_t>(size.height),
+        static_cast<std::uint32_t>(size.m_nWidth), static_cast<std::uint32_t>(size.m_nHeight),
         map.BitCount, map.Palette.get(), map.PaletteCount));
 }
 
@@ -99,7 +99,7 @@ void CqImage::fnRotate(double angle, const CqColor& background, CPoint* center, 
     } else if (right != 180.0) {
         const RotatedSize size = fnBoundingBox(*TileMap, pivot, s, c, antiAlias);
         target = fnNewMap(*TileMap, size);
-        newCenter = {static_cast<LONG>(size.width / 2), static_cast<LONG>(size.height / 2)};
+        newCenter = {static_cast<LONG>(size.m_nWidth / 2), static_cast<LONG>(size.m_nHeight / 2)};
     }
 
     bool done;

@@ -27,11 +27,11 @@ public:
           m_pPlace(fnNewArray<unsigned char>(std::size_t{kSide} * kSide * m_nBytes + kSlack)),
           m_pRows(fnNewArray<unsigned char>(kRotateRows * kTileRow)) {
         const Kernels& kernels = fnKernels();
-        m_fnRotate = m_nBytes == 1
-                         ? rotation.antiAlias ? kernels.fnRotateBilinear8 : kernels.fnRotateNearest8
-                     : rotation.antiAlias ? kernels.fnRotateBilinear32
-                                          : kernels.fnRotateNearest32;
-        const CqColor& color = rotation.background;
+        m_fnRotate = m_nBytes == 1           ? rotation.m_bAntiAlias ? kernels.fnRotateBilinear8
+                                                                     : kernels.fnRotateNearest8
+                     : rotation.m_bAntiAlias ? kernels.fnRotateBilinear32
+                                             : kernels.fnRotateNearest32;
+        const CqColor& color = rotation.m_Background;
         m_Background = {color.m_Alpha, color.m_Red, color.m_Green, color.m_Blue};
         if (m_nBytes == 1)
             m_Background[0] = fnPaletteIndex(source, color);
@@ -39,18 +39,18 @@ public:
     }
 
     void fnRotateTile(const CqImageTile& tile) const {
-        const double c = m_Rotation.cosine;
-        const double s = m_Rotation.sine;
-        const double dx = static_cast<double>(tile.Left) - m_Rotation.newCenter.x;
-        const double dy = static_cast<double>(tile.Top) - m_Rotation.newCenter.y;
-        double rowX = dx * c + dy * s + m_Rotation.center.x;
-        double rowY = dy * c - dx * s + m_Rotation.center.y;
+        const double c = m_Rotation.m_dCosine;
+        const double s = m_Rotation.m_dSine;
+        const double dx = static_cast<double>(tile.Left) - m_Rotation.m_NewCenter.x;
+        const double dy = static_cast<double>(tile.Top) - m_Rotation.m_NewCenter.y;
+        double rowX = dx * c + dy * s + m_Rotation.m_Center.x;
+        double rowY = dy * c - dx * s + m_Rotation.m_Center.y;
         const double right = c * (tile.Width - 1);
         const double down = s * (tile.Height - 1);
         const Range x = fnRangeOf(rowX, right, down);
         const Range y = fnRangeOf(rowY, -s * (tile.Width - 1), c * (tile.Height - 1));
         fnFetch(x, y);
-        const RotateSource place = {m_pPlace.get(), kSide, x.first, y.first};
+        const RotateSource place = {m_pPlace.get(), kSide, x.m_dFirst, y.m_dFirst};
         RotateRows rows;
         rows.m_dCosine = c;
         rows.m_dSine = s;
@@ -85,8 +85,8 @@ private:
     /// Integral source coordinates, both included. Doubles, since a distant centre puts them beyond
     /// 32 bits.
     struct Range {
-        double first;
-        double last;
+        double m_dFirst;
+        double m_dLast;
     };
 
     /// The range that the samples between the four corners read. Coordinates are below 2^34, so the
@@ -98,17 +98,17 @@ private:
     }
 
     void fnFetch(const Range& x, const Range& y) const {
-        const auto columns = static_cast<std::size_t>(x.last - x.first) + 1;
-        const double width = m_Source.fnWidth();
-        const double inner = std::clamp(x.first, 0.0, width);
+        const auto columns = static_cast<std::size_t>(x.m_dLast - x.m_dFirst) + 1;
+        const double width = m_Source.fnGetWidth();
+        const double inner = std::clamp(x.m_dFirst, 0.0, width);
         const auto begin = static_cast<std::uint32_t>(inner);
-        const auto end = static_cast<std::uint32_t>(std::clamp(x.last + 1.0, inner, width));
+        const auto end = static_cast<std::uint32_t>(std::clamp(x.m_dLast + 1.0, inner, width));
         const auto before = static_cast<std::size_t>(
-            std::clamp(inner - x.first, 0.0, static_cast<double>(columns)));
-        for (double row = y.first; row <= y.last; row += 1.0) {
+            std::clamp(inner - x.m_dFirst, 0.0, static_cast<double>(columns)));
+        for (double row = y.m_dFirst; row <= y.m_dLast; row += 1.0) {
             unsigned char* to =
-                m_pPlace.get() + static_cast<std::size_t>(row - y.first) * kSide * m_nBytes;
-            if (row < 0.0 || row >= m_Source.fnHeight()) {
+                m_pPlace.get() + static_cast<std::size_t>(row - y.m_dFirst) * kSide * m_nBytes;
+            if (row < 0.0 || row >= m_Source.fnGetHeight()) {
                 fnFillPixels(to, m_Background.data(), m_nBytes, columns);
                 continue;
             }

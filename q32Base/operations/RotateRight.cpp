@@ -28,16 +28,16 @@ public:
         const auto tileX = static_cast<std::uint32_t>(tile.Left);
         const auto tileY = static_cast<std::uint32_t>(tile.Top);
         m_SourceWalk.fnReach(tileX, tileY, tileX, tileY);
-        const auto width = static_cast<std::int64_t>(m_Source.fnWidth());
-        const auto height = static_cast<std::int64_t>(m_Source.fnHeight());
+        const auto width = static_cast<std::int64_t>(m_Source.fnGetWidth());
+        const auto height = static_cast<std::int64_t>(m_Source.fnGetHeight());
         const std::uint32_t left =
-            fnCut(m_bLeft ? tile.Top : height - tile.Bottom, m_Target.fnWidth());
+            fnCut(m_bLeft ? tile.Top : height - tile.Bottom, m_Target.fnGetWidth());
         const std::uint32_t right =
-            fnCut(m_bLeft ? tile.Bottom : height - tile.Top, m_Target.fnWidth());
+            fnCut(m_bLeft ? tile.Bottom : height - tile.Top, m_Target.fnGetWidth());
         const std::uint32_t top =
-            fnCut(m_bLeft ? width - tile.Right : tile.Left, m_Target.fnHeight());
+            fnCut(m_bLeft ? width - tile.Right : tile.Left, m_Target.fnGetHeight());
         const std::uint32_t bottom =
-            fnCut(m_bLeft ? width - tile.Left : tile.Right, m_Target.fnHeight());
+            fnCut(m_bLeft ? width - tile.Left : tile.Right, m_Target.fnGetHeight());
         if (left < right && top < bottom)
             m_TargetWalk.fnReach(left, top, right - 1, bottom - 1, bottom);
         std::uint32_t endY;
@@ -61,11 +61,11 @@ private:
                      std::uint32_t endY) const {
         const std::ptrdiff_t to = m_Target.fnStride(x);
         if (m_bLeft) {
-            const std::uint32_t sourceX = m_Source.fnWidth() - endY;
+            const std::uint32_t sourceX = m_Source.fnGetWidth() - endY;
             m_fnTranspose(m_Source.fnAt(sourceX, x), m_Source.fnStride(sourceX),
                           m_Target.fnAt(x, endY - 1), -to, endY - y, endX - x);
         } else {
-            m_fnTranspose(m_Source.fnAt(y, m_Source.fnHeight() - 1 - x), -m_Source.fnStride(y),
+            m_fnTranspose(m_Source.fnAt(y, m_Source.fnGetHeight() - 1 - x), -m_Source.fnStride(y),
                           m_Target.fnAt(x, y), to, endY - y, endX - x);
         }
     }

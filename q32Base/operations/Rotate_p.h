@@ -28,12 +28,12 @@ bool fnRotateHalf(CqTileMap& map, CPoint& center, CqProgressDisplay* progress);
 
 /// The arguments of a rotation by any angle.
 struct Rotation {
-    double sine;
-    double cosine;
-    CPoint center;    ///< in the source
-    CPoint newCenter; ///< in the target
-    CqColor background;
-    bool antiAlias;
+    double m_dSine;
+    double m_dCosine;
+    CPoint m_Center;    ///< in the source
+    CPoint m_NewCenter; ///< in the target
+    CqColor m_Background;
+    bool m_bAntiAlias;
 };
 
 /// Samples the source for every target pixel; at 16 bits nothing is written, deliberately. One

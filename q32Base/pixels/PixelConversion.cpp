@@ -134,7 +134,7 @@ std::size_t fnGetOrderBytes(std::uint32_t bits, PIXEL_ORDER order) {
     }
 }
 
-PixelReading::PixelReading(std::uint32_t bits, const RGBQUAD* palette, PIXEL_ORDER order)
+PixelDecoder::PixelDecoder(std::uint32_t bits, const RGBQUAD* palette, PIXEL_ORDER order)
     : m_nBits(bits), m_eOrder(order), m_fnPick(fnChoosePick(bits, order)) {
     for (std::size_t i = 0; fnIsIndexed(bits) && i < kPaletteSlots; ++i) {
         m_Palette[i] = palette[i];
@@ -143,7 +143,7 @@ PixelReading::PixelReading(std::uint32_t bits, const RGBQUAD* palette, PIXEL_ORD
     }
 }
 
-void PixelReading::fnRunIndices(const std::uint8_t* in, std::uint8_t* out,
+void PixelDecoder::fnRunIndices(const std::uint8_t* in, std::uint8_t* out,
                                 std::size_t count) const {
     const Kernels& kernels = fnKernels();
     const auto* palette = reinterpret_cast<const std::uint8_t*>(m_Palette);
@@ -160,7 +160,7 @@ void PixelReading::fnRunIndices(const std::uint8_t* in, std::uint8_t* out,
     }
 }
 
-void PixelReading::fnRun(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const {
+void PixelDecoder::fnRun(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const {
     const PixelFormat& format = fnPixelFormat(m_nBits);
     const Kernels& kernels = fnKernels();
     if (m_eOrder == PIXEL_STORED) {
@@ -198,18 +198,18 @@ void PixelReading::fnRun(const std::uint8_t* in, std::uint8_t* out, std::size_t 
     });
 }
 
-PixelWriting::PixelWriting(std::uint32_t bits, const RGBQUAD* palette, std::size_t count,
+PixelEncoder::PixelEncoder(std::uint32_t bits, const RGBQUAD* palette, std::size_t count,
                            PIXEL_ORDER order)
     : m_nBits(bits), m_eOrder(order) {
     if (fnIsIndexed(bits) && order != PIXEL_STORED)
         fnMakeTable(palette, std::min(count, kPaletteSlots));
 }
 
-std::size_t PixelWriting::fnHash(std::uint32_t color) {
+std::size_t PixelEncoder::fnHash(std::uint32_t color) {
     return (color * 0x9E3779B1u) >> 22;
 }
 
-void PixelWriting::fnMakeTable(const RGBQUAD* palette, std::size_t count) {
+void PixelEncoder::fnMakeTable(const RGBQUAD* palette, std::size_t count) {
     std::fill_n(m_Colors, kSlots, kNoColor);
     for (std::size_t i = 0; i < count; ++i) {
         const std::uint32_t color =
@@ -224,14 +224,14 @@ void PixelWriting::fnMakeTable(const RGBQUAD* palette, std::size_t count) {
     }
 }
 
-std::uint8_t PixelWriting::fnFindIndex(std::uint32_t color) const {
+std::uint8_t PixelEncoder::fnFindIndex(std::uint32_t color) const {
     for (std::size_t slot = fnHash(color); m_Colors[slot] != kNoColor; slot = (slot + 1) % kSlots)
         if (m_Colors[slot] == color)
             return m_Indices[slot];
     return 0;
 }
 
-void PixelWriting::fnRunTo32(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const {
+void PixelEncoder::fnRunTo32(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const {
     const Kernels& kernels = fnKernels();
     switch (m_eOrder) {
     case PIXEL_ARGB32:
@@ -250,7 +250,7 @@ void PixelWriting::fnRunTo32(const std::uint8_t* in, std::uint8_t* out, std::siz
     }
 }
 
-void PixelWriting::fnRunToRgb24(const std::uint8_t* in, std::uint8_t* out,
+void PixelEncoder::fnRunToRgb24(const std::uint8_t* in, std::uint8_t* out,
                                 std::size_t count) const {
     const Kernels& kernels = fnKernels();
     switch (m_eOrder) {
@@ -273,7 +273,7 @@ void PixelWriting::fnRunToRgb24(const std::uint8_t* in, std::uint8_t* out,
     }
 }
 
-void PixelWriting::fnRun(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const {
+void PixelEncoder::fnRun(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const {
     const PixelFormat& format = fnPixelFormat(m_nBits);
     if (m_eOrder == PIXEL_STORED) {
         std::memcpy(out, in, count * std::max<std::size_t>(format.m_nBytes, 1));

@@ -23,11 +23,11 @@ constexpr std::uint8_t fnGreyOf(unsigned int red, unsigned int green, unsigned i
 std::size_t fnGetOrderBytes(std::uint32_t bits, PIXEL_ORDER order);
 
 /// Converts from the stored form to one order. Several threads may use one object.
-class PixelReading {
+class PixelDecoder {
 public:
     /// @param bits     of the image: a depth of kPixelFormats
     /// @param palette  kPaletteSlots entries, which are copied; not read above 8 bits
-    PixelReading(std::uint32_t bits, const RGBQUAD* palette, PIXEL_ORDER order);
+    PixelDecoder(std::uint32_t bits, const RGBQUAD* palette, PIXEL_ORDER order);
 
     /// Source and target don't overlap.
     /// @param in  pixels as stored, but at 4 bits one index a byte
@@ -56,11 +56,11 @@ private:
 /// Converts from one order to the stored form. Indexed depths take the first entry of equal red,
 /// green and blue, or 0; 16 bits drop the low bits; a depth without alpha drops it, and an order
 /// without it gives 255. Several threads may use one object.
-class PixelWriting {
+class PixelEncoder {
 public:
     /// @param palette  copied; not read above 8 bits
     /// @param count    its entries; those beyond the 256th are ignored
-    PixelWriting(std::uint32_t bits, const RGBQUAD* palette, std::size_t count, PIXEL_ORDER order);
+    PixelEncoder(std::uint32_t bits, const RGBQUAD* palette, std::size_t count, PIXEL_ORDER order);
 
     /// Source and target don't overlap.
     /// @param out  pixels as stored, but at 4 bits one index a byte

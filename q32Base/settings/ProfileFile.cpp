@@ -42,20 +42,20 @@ size_t fnStart(string_view text) {
 }
 
 /// Offsets of a line in the text.
-struct Line {
+struct LineSpan {
     size_t m_nBegin;
     size_t m_nEnd;  ///< of its characters, without the line break
     size_t m_nNext; ///< start of the next line
 };
 
-Line fnLineAt(string_view text, size_t begin) {
+LineSpan fnLineAt(string_view text, size_t begin) {
     const size_t end = std::min(text.find_first_of(kLineEnds, begin), text.size());
     const size_t mark = text.substr(end, 2) == kLineEnds ? 2 : 1;
     return {begin, end, std::min(end + mark, text.size())};
 }
 
 /// The content of a line: anything after a NUL is ignored.
-string_view fnContent(string_view text, const Line& line) {
+string_view fnContent(string_view text, const LineSpan& line) {
     const string_view all = text.substr(line.m_nBegin, line.m_nEnd - line.m_nBegin);
     return fnTrim(all.substr(0, all.find('\0')));
 }
@@ -84,10 +84,10 @@ Entry fnSplit(string_view content) {
 /// Location of a section and a key in the text.
 struct Found {
     bool m_bSection;
-    size_t m_nBegin;           ///< of the section, its header included
-    size_t m_nEnd;             ///< of the section
-    size_t m_nInsert;          ///< after its last non-blank line
-    std::optional<Line> m_Key; ///< the key's line
+    size_t m_nBegin;               ///< of the section, its header included
+    size_t m_nEnd;                 ///< of the section
+    size_t m_nInsert;              ///< after its last non-blank line
+    std::optional<LineSpan> m_Key; ///< the key's line
 };
 
 Found fnFind(string_view text, string_view section, string_view key) {
@@ -96,7 +96,7 @@ Found fnFind(string_view text, string_view section, string_view key) {
     size_t at = fnStart(text);
     Found found{section.empty(), at, text.size(), at, std::nullopt};
     for (; at < text.size();) {
-        const Line line = fnLineAt(text, at);
+        const LineSpan line = fnLineAt(text, at);
         const string_view content = fnContent(text, line);
         const auto header = fnHeaderName(content);
         if (header && found.m_bSection) {

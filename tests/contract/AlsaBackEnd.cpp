@@ -26,3 +26,7 @@ ContractBackEnd fnOnCard() {
 std::vector<ContractBackEnd> fnGetBackEnds() {
     return {fnOnCard()};
 }
+
+std::set<CONTRACT> fnGetOmittedContracts() {
+    return {};
+}

@@ -1,6 +1,6 @@
 /// @file What a back end provides to run the contract suites of its services. The suites are
-/// compiled once; each program links them and defines `fnGetBackEnds` in one file, which lists the
-/// contracts its back ends must meet.
+/// compiled once; each program links them and defines `fnGetBackEnds` and `fnGetOmittedContracts`
+/// in one file, which lists the contracts its back ends must meet.
 #pragma once
 
 #include "q32Base/platform/CqPlatform.h"
@@ -21,6 +21,8 @@ enum class CONTRACT {
     FILES,
     LOCALE,
     SCREEN,    ///< needs a complete platform and `m_MakeWindow`
+    REGIONS,   ///< the regions of the screen service
+    PALETTES,  ///< its palettes
     BOXES,     ///< the boxes of the message service: needs a complete platform and `m_pBoxes`
     ERRORS,    ///< its errors: needs `m_SetLastError`
     KEYBOARD,  ///< needs `m_pKeys`
@@ -60,6 +62,9 @@ struct ContractBackEnd {
 
 /// The back ends of the program, at least one. Each program defines it once.
 std::vector<ContractBackEnd> fnGetBackEnds();
+/// Contracts that the program doesn't run though its platforms have the service: it is another back
+/// end's, which is tested there, or a stand-in for an absent device. Each program defines it once.
+std::set<CONTRACT> fnGetOmittedContracts();
 /// Those that must meet a contract.
 std::vector<ContractBackEnd> fnGetBackEnds(CONTRACT contract);
 

@@ -1,5 +1,6 @@
 #include "platforms/headless/headless.h"
 #include "tests/contract/ContractBackEnd.h"
+#include "tests/contract/SoftwareModules.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -94,25 +95,6 @@ public:
 private:
     static constexpr UINT kButtonDown = 0x201;
     CqHeadlessKeyboard& m_Keyboard;
-};
-
-class Modules final : public ContractModules {
-public:
-    explicit Modules(CqHeadlessResources& resources) : m_Resources(resources) {}
-    HINSTANCE fnAddModule() override { return m_Resources.fnAddModule(); }
-    void fnRemoveModule(HINSTANCE module) override {
-        EXPECT_TRUE(m_Resources.fnRemoveModule(module));
-    }
-    void fnAdd(HINSTANCE module, CqResourceId type, CqResourceId name,
-               std::string_view bytes) override {
-        EXPECT_TRUE(m_Resources.fnAdd(module, type, name, bytes));
-    }
-    void fnAddString(HINSTANCE module, UINT id, const std::string& text) override {
-        EXPECT_TRUE(m_Resources.fnAddString(module, id, text));
-    }
-
-private:
-    CqHeadlessResources& m_Resources;
 };
 
 class Host final : public ContractHost {
@@ -219,7 +201,7 @@ ContractWorld fnMakeWorld(const CqHeadlessOptions& options, std::shared_ptr<void
     made.m_SetLastError = [world](DWORD code) { world->m_pMessages->fnSetLastError(code); };
     made.m_pBoxes = std::make_shared<Boxes>(*world->m_pMessages);
     made.m_pKeys = std::make_shared<Keys>(*world->m_pKeyboard);
-    made.m_pModules = std::make_shared<Modules>(*world->m_pResources);
+    made.m_pModules = std::make_shared<SoftwareModules>(world->m_pResources);
     made.m_pHost = std::make_shared<Host>(*world);
     made.m_pDump = std::make_shared<Dump>(*world->m_pWindows);
     return made;
@@ -235,7 +217,9 @@ ContractBackEnd fnInMemory(UINT codePage, int minutesEast, std::set<CONTRACT> co
 }
 
 ContractBackEnd fnOnScreen(int bits) {
-    return {"Bits" + std::to_string(bits), {CONTRACT::SCREEN}, [=] {
+    return {"Bits" + std::to_string(bits),
+            {CONTRACT::SCREEN, CONTRACT::REGIONS, CONTRACT::PALETTES},
+            [=] {
                 CqHeadlessOptions options;
                 options.m_Mode.m_nBits = bits;
                 return fnMakeWorld(options);
@@ -293,4 +277,8 @@ std::vector<ContractBackEnd> fnGetBackEnds() {
             fnOnScreen(24),
             fnOnScreen(32),
             fnSounding()};
+}
+
+std::set<CONTRACT> fnGetOmittedContracts() {
+    return {};
 }

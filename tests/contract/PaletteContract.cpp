@@ -85,4 +85,4 @@ TEST_P(PaletteContract, PalettesAreIndependent) {
 
 } // namespace
 
-Q32_CONTRACT(PaletteContract, SCREEN);
+Q32_CONTRACT(PaletteContract, PALETTES);

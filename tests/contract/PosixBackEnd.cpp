@@ -39,3 +39,10 @@ std::vector<ContractBackEnd> fnGetBackEnds() {
                         CONTRACT::ERRORS}),
             fnInLocale("Utf8", "C.UTF-8", {CONTRACT::FILES, CONTRACT::LOCALE, CONTRACT::ERRORS})};
 }
+
+std::set<CONTRACT> fnGetOmittedContracts() {
+    // Services of platforms/software; that of messages shows its boxes.
+    return {CONTRACT::SCREEN,   CONTRACT::REGIONS,   CONTRACT::PALETTES, CONTRACT::BOXES,
+            CONTRACT::KEYBOARD, CONTRACT::RESOURCES, CONTRACT::WINDOWS,  CONTRACT::DUMP_VIEW,
+            CONTRACT::WAVE_OUT, CONTRACT::MIXERS};
+}

@@ -39,3 +39,7 @@ ContractBackEnd fnOnServer() {
 std::vector<ContractBackEnd> fnGetBackEnds() {
     return {fnOnServer()};
 }
+
+std::set<CONTRACT> fnGetOmittedContracts() {
+    return {};
+}

@@ -192,4 +192,4 @@ TEST_P(RegionContract, RowAfterRowCanBeRemoved) {
 
 } // namespace
 
-Q32_CONTRACT(RegionContract, SCREEN);
+Q32_CONTRACT(RegionContract, REGIONS);

@@ -136,6 +136,20 @@ TEST_F(DibTest, A16BitSourceWithoutMasksIsReadAs555) {
     EXPECT_EQ(fnLoadRows(dib), (Bytes{0xFF, 0xDF, 0x68, 0x12, 0xAA, 0xBB, 0xCC, 0xDD}));
 }
 
+TEST_F(DibTest, MasksInALongHeaderDoNotCountWithoutTheirCompression) {
+    for (const DWORD headerBytes : {108u, 124u}) {
+        Dib dib(2, 1, 16); // only the first half of a row is converted
+        dib.m_Header.biSize = headerBytes;
+        dib.m_Table.assign(headerBytes - 40, 0); // the rest of the header, which begins with masks
+        const std::uint32_t masks[] = {0xF800, 0x07E0, 0x001F};
+        std::memcpy(dib.m_Table.data(), masks, sizeof(masks));
+        dib.m_Pixels = {0xFF, 0x7F, 0, 0};
+        EXPECT_EQ(fnLoadRows(dib), (Bytes{0xFF, 0xDF, 0, 0})) << headerBytes << ": white as 5-5-5";
+        dib.m_Header.biCompression = BI_BITFIELDS;
+        EXPECT_EQ(fnLoadRows(dib), (Bytes{0x7F, 0xFF, 0, 0})) << headerBytes;
+    }
+}
+
 TEST_F(DibTest, TheMasksOfABitmapCountAsItsFirstPixels) {
     Dib dib(2, 4, 16, BI_BITFIELDS);
     const std::uint32_t masks[3] = {0xF800, 0x07E0, 0x001F};

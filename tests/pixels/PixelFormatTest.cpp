@@ -54,6 +54,21 @@ TEST(PixelFormat, SinglePixelsOf16BitsMixTheirGreenAndAreWrittenLowByteFirst) {
     EXPECT_EQ(out[1], pixel[0]);
 }
 
+TEST(PixelFormat, ExpandedChannelsRepeatTheirHighBits) {
+    const auto repeat5 = [](unsigned int value) { return value % 32 << 3 | value % 32 >> 2; };
+    const auto repeat6 = [](unsigned int value) { return value % 64 << 2 | value % 64 >> 4; };
+    for (unsigned int value = 0; value <= 0xFFFF; ++value) {
+        const Rgb8 wide = fnExpand565(value);
+        ASSERT_EQ(wide.m_nRed, repeat5(value >> 11)) << value;
+        ASSERT_EQ(wide.m_nGreen, repeat6(value >> 5)) << value;
+        ASSERT_EQ(wide.m_nBlue, repeat5(value)) << value;
+        const Rgb8 narrow = fnExpand555(value);
+        ASSERT_EQ(narrow.m_nRed, repeat5(value >> 10)) << value;
+        ASSERT_EQ(narrow.m_nGreen, repeat5(value >> 5)) << value;
+        ASSERT_EQ(narrow.m_nBlue, repeat5(value)) << value;
+    }
+}
+
 TEST(PixelFormat, EveryValueOf16BitsComesBackFromItsColor) {
     for (unsigned int value = 0; value <= 0xFFFF; ++value) {
         const Rgb8 color = fnWiden565(value);

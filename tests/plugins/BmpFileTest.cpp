@@ -119,6 +119,29 @@ TEST_F(BmpFile, SixteenBitsAreWidenedOrKept) {
     fnExpect(odd, 24, {255, 136, 0, 17, 34, 51});
 }
 
+TEST_F(BmpFile, MasksInALongHeaderDoNotCountWithoutTheirCompression) {
+    for (const std::uint32_t headerBytes : {108u, 124u}) {
+        const auto expect = [&](std::uint16_t bits, std::uint32_t compression,
+                                const std::vector<std::uint32_t>& masks, std::uint32_t pixel,
+                                unsigned int imageBits, const Bytes& stored) {
+            SCOPED_TRACE(testing::Message() << headerBytes << " bytes, " << bits << " bits");
+            TestBmp bmp(1, 1, bits, compression, headerBytes);
+            for (const std::uint32_t mask : masks)
+                bmp.fn32(mask);
+            for (std::uint32_t i = 56; i < headerBytes; i += 4)
+                bmp.fn32(0);
+            bmp.fnPixels().fn32(pixel);
+            fnExpect(bmp, imageBits, stored);
+        };
+        const std::vector<std::uint32_t> k565 = {0xF800, 0x07E0, 0x001F, 0};
+        expect(16, 0, k565, 0x7FFF, 16, {0xFF, 0xDF}); // white as 5-5-5
+        expect(16, 3, k565, 0x7FFF, 16, {0x7F, 0xFF});
+        const std::vector<std::uint32_t> kSwapped = {0xFF, 0xFF00, 0xFF0000, 0xFF000000};
+        expect(32, 0, kSwapped, 0x80112233, 24, {0x11, 0x22, 0x33}); // no alpha either
+        expect(32, 3, kSwapped, 0x80112233, 32, {0x80, 0x33, 0x22, 0x11});
+    }
+}
+
 TEST_F(BmpFile, ThirtyTwoBitsHaveAlphaOnlyWhereAMaskDeclaresIt) {
     TestBmp plain(1, 1, 32);
     plain.fnPixels().fn32(0x80112233);

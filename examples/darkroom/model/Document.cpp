@@ -2,11 +2,10 @@
 
 #include "examples/darkroom/model/Merge.h"
 #include "examples/darkroom/model/Pictures.h"
-#include "q32Base/framework/Exceptions.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/messages/Messages.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
-#include <new>
 #include <utility>
 
 namespace darkroom {
@@ -40,16 +39,9 @@ Outcome fnStop() {
 /// Runs `work` and converts its memory failures into an outcome.
 template <typename Work>
 Outcome fnGuard(Work&& work) {
-    try {
-        return work();
-    } catch (CMemoryException* failure) {
-        failure->Delete();
-    } catch (const std::bad_alloc&) {
-        // From the standard library's containers.
-    }
-    Outcome outcome; // no path: setting it might allocate again
-    outcome.m_nMsgId = kNoMemory;
-    return outcome;
+    Outcome failed; // no path: setting it might allocate again
+    failed.m_nMsgId = kNoMemory;
+    return q32::fnTryMemoryOr(std::move(failed), std::forward<Work>(work));
 }
 
 /// What a selection, and a view, must match.

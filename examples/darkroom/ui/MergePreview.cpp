@@ -44,8 +44,8 @@ void fnShowMerge(PictureView& view, CqImage& over, const MergePlan& plan) {
     view.fnShowFrame(place);
     view.fnHidePreview();
     q32::fnTryMemory([&] {
-        PixelReader above(over);
-        PixelReader below(*view.fnGetImage());
+        PixelProbe above(over);
+        PixelProbe below(*view.fnGetImage());
         Cover cover(plan, view.fnGetDocument(), over.BitCount == 32);
         fnShowPart(view, place, [&](int x, int y) {
             const QRgb pixel = above.fnRead(x - plan.m_nX, y - plan.m_nY);

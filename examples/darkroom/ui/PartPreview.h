@@ -2,7 +2,7 @@
 #pragma once
 
 #include "examples/darkroom/ui/PictureView.h"
-#include "examples/darkroom/ui/PixelReader.h"
+#include "examples/darkroom/ui/PixelProbe.h"
 #include "examples/darkroom/ui/SeenPart.h"
 
 #include <cstddef>
@@ -22,7 +22,7 @@ public:
 
 private:
     CRect m_Bound;
-    std::optional<PixelReader> m_Mask;
+    std::optional<PixelProbe> m_Mask;
 };
 
 /// Shows a preview of a part of the picture: what `read` returns (a QRgb, without gamma) for each

@@ -34,8 +34,8 @@ void PatternDialog::fnShowPreview() {
         const bool selected = document.fnHasSelection();
         const CRect edited = document.fnGetEdited();
         SelectionReader selection(document);
-        PixelReader tile(m_Pattern);
-        PixelReader below(document.fnGetImage());
+        PixelProbe tile(m_Pattern);
+        PixelProbe below(document.fnGetImage());
         const auto width = static_cast<LONG>(m_Pattern.Width);
         const auto height = static_cast<LONG>(m_Pattern.Height);
         const CPoint corner(edited.left + fnGetCorner().x, edited.top + fnGetCorner().y);

@@ -3,7 +3,7 @@
 #include "examples/darkroom/model/Document.h"
 #include "examples/darkroom/model/Pictures.h"
 #include "examples/darkroom/ui/PictureView.h"
-#include "examples/darkroom/ui/PixelReader.h"
+#include "examples/darkroom/ui/PixelProbe.h"
 #include "examples/darkroom/ui/Placement.h"
 #include "examples/darkroom/ui/SeenPart.h"
 #include "q32Base/framework/Memory.h"
@@ -99,7 +99,7 @@ private:
         return m_Pixels.fnRead(static_cast<int>(x), static_cast<int>(y));
     }
 
-    PixelReader m_Pixels;
+    PixelProbe m_Pixels;
     double m_Scale;
     const Placement& m_Placement;
     QPoint m_Last;
@@ -200,7 +200,7 @@ void Preview::fnShowLocal(const Values& values) {
     m_Operation.m_pRun(image, values, nullptr);
     if (m_Document.fnHasSelection() && m_Document.fnCanSelect())
         fnKeepUnselected(image);
-    PixelReader reader(image);
+    PixelProbe reader(image);
     const QSize size(static_cast<int>(m_SeenColumns.size()), static_cast<int>(m_SeenRows.size()));
     const QImage screen = fnMakeScreenImage(size, [&](int x, int y) {
         return reader.fnRead(m_SeenColumns[static_cast<std::size_t>(x)],

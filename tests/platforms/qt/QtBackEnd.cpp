@@ -296,11 +296,17 @@ ContractBackEnd fnDesktop(const std::string& name, std::set<CONTRACT> contracts,
 } // namespace
 
 std::vector<ContractBackEnd> fnGetBackEnds() {
-    return {fnDesktop("Desktop",
-                      {CONTRACT::MEMORY, CONTRACT::SCRATCH, CONTRACT::FILES, CONTRACT::LOCALE,
-                       CONTRACT::SCREEN, CONTRACT::BOXES, CONTRACT::ERRORS, CONTRACT::KEYBOARD,
-                       CONTRACT::WINDOWS, CONTRACT::DUMP_VIEW},
-                      0, false),
-            fnDesktop("Bits8Over", {CONTRACT::SCREEN}, 8, true),
-            fnDesktop("Bits16", {CONTRACT::SCREEN}, 16, false)};
+    return {
+        fnDesktop("Desktop",
+                  {CONTRACT::MEMORY, CONTRACT::SCRATCH, CONTRACT::FILES, CONTRACT::LOCALE,
+                   CONTRACT::SCREEN, CONTRACT::REGIONS, CONTRACT::PALETTES, CONTRACT::BOXES,
+                   CONTRACT::ERRORS, CONTRACT::KEYBOARD, CONTRACT::WINDOWS, CONTRACT::DUMP_VIEW},
+                  0, false),
+        fnDesktop("Bits8Over", {CONTRACT::SCREEN, CONTRACT::REGIONS, CONTRACT::PALETTES}, 8, true),
+        fnDesktop("Bits16", {CONTRACT::SCREEN, CONTRACT::REGIONS, CONTRACT::PALETTES}, 16, false)};
+}
+
+std::set<CONTRACT> fnGetOmittedContracts() {
+    // Services of platforms/software.
+    return {CONTRACT::RESOURCES, CONTRACT::WAVE_OUT, CONTRACT::MIXERS};
 }

@@ -12,9 +12,9 @@ namespace darkroom {
 
 /// Reads single pixels of a picture of any depth; fast where they lie close together. The picture
 /// must not change during the reader's lifetime. Raises the memory exception.
-class PixelReader {
+class PixelProbe {
 public:
-    explicit PixelReader(CqImage& image);
+    explicit PixelProbe(CqImage& image);
 
     bool fnHas(int x, int y) const {
         return x >= 0 && y >= 0 && static_cast<std::uint32_t>(x) < m_Image.Width &&

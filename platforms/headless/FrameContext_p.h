@@ -26,12 +26,12 @@ public:
 };
 
 /// A device context of a window's client area, of the whole screen, or of a bitmap.
-class DeviceContext final : public CDC {
+class FrameContext final : public CDC {
 public:
     /// @param window  null for the whole screen
-    DeviceContext(FrameBuffer& frame, CqHeadlessPaintCalls& calls, CWnd* window, bool memory)
+    FrameContext(FrameBuffer& frame, CqHeadlessPaintCalls& calls, CWnd* window, bool memory)
         : m_Frame(frame), m_Calls(calls), m_pWindow(window), m_bMemory(memory) {}
-    ~DeviceContext() override;
+    ~FrameContext() override;
 
     void fnForgetPalette(const CPalette& palette) {
         if (m_pPalette == &palette)

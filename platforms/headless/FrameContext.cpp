@@ -1,6 +1,6 @@
 #include "platforms/headless/CqHeadlessWnd.h"
-#include "platforms/headless/DeviceContext_p.h"
-#include "platforms/headless/RowConverter_p.h"
+#include "platforms/headless/FrameContext_p.h"
+#include "platforms/headless/FrameRows_p.h"
 #include "q32Base/framework/CBitmap.h"
 #include "q32Base/framework/CFont.h"
 
@@ -23,12 +23,12 @@ std::size_t fnLength(const char* text, int count) {
 
 } // namespace
 
-DeviceContext::~DeviceContext() {
+FrameContext::~FrameContext() {
     if (m_pFont || m_pBitmap)
         m_Frame.m_pMisuses->fnAdd("a device context goes with a font or a bitmap selected");
 }
 
-CRect DeviceContext::fnGetArea() const {
+CRect FrameContext::fnGetArea() const {
     const CRect screen(0, 0, m_Frame.m_Mode.m_nWidth, m_Frame.m_Mode.m_nHeight);
     if (!m_pWindow)
         return screen;
@@ -36,7 +36,7 @@ CRect DeviceContext::fnGetArea() const {
     return placed ? placed->fnGetPlace() : m_pWindow->GetClientRect();
 }
 
-int DeviceContext::GetDeviceCaps(int index) const {
+int FrameContext::GetDeviceCaps(int index) const {
     const CqHeadlessMode& mode = m_Frame.m_Mode;
     switch (index) {
     case HORZRES:
@@ -54,33 +54,33 @@ int DeviceContext::GetDeviceCaps(int index) const {
     }
 }
 
-CPalette* DeviceContext::SelectPalette(CPalette* palette, bool background) {
+CPalette* FrameContext::SelectPalette(CPalette* palette, bool background) {
     m_bBackground = background;
     return std::exchange(m_pPalette, palette);
 }
 
-UINT DeviceContext::RealizePalette() {
+UINT FrameContext::RealizePalette() {
     auto* palette = dynamic_cast<CqHeadlessPalette*>(fnGetPalette());
     return palette && m_Frame.m_Mode.m_nBits == 8
                ? m_Frame.m_Hardware.fnRealize(*palette, m_bBackground)
                : 0;
 }
 
-std::unique_ptr<CDC> DeviceContext::CreateCompatibleDC() {
+std::unique_ptr<CDC> FrameContext::CreateCompatibleDC() {
     if (!m_Calls.m_CreateDC.fnPass())
         return nullptr;
-    return std::unique_ptr<CDC>(new (std::nothrow) DeviceContext(m_Frame, m_Calls, nullptr, true));
+    return std::unique_ptr<CDC>(new (std::nothrow) FrameContext(m_Frame, m_Calls, nullptr, true));
 }
 
-CFont* DeviceContext::SelectObject(CFont* font) {
+CFont* FrameContext::SelectObject(CFont* font) {
     return std::exchange(m_pFont, font);
 }
 
-CBitmap* DeviceContext::SelectObject(CBitmap* bitmap) {
+CBitmap* FrameContext::SelectObject(CBitmap* bitmap) {
     return m_bMemory ? std::exchange(m_pBitmap, bitmap) : nullptr;
 }
 
-DeviceContext::Surface DeviceContext::fnGetSurface() const {
+FrameContext::Surface FrameContext::fnGetSurface() const {
     if (m_bMemory) {
         auto* bitmap = m_pBitmap ? dynamic_cast<Bitmap*>(m_pBitmap->GetObject()) : nullptr;
         return bitmap ? Surface{bitmap->m_Pixels.data(), bitmap->m_nWidth,
@@ -99,14 +99,14 @@ DeviceContext::Surface DeviceContext::fnGetSurface() const {
     return surface;
 }
 
-const CqHeadlessFont& DeviceContext::fnGetFont() const {
+const CqHeadlessFont& FrameContext::fnGetFont() const {
     static const CqHeadlessFont standard(CqHeadlessFont::kHeight);
     const auto* font =
         m_pFont ? dynamic_cast<const CqHeadlessFont*>(m_pFont->GetObject()) : nullptr;
     return font ? *font : standard;
 }
 
-std::uint32_t DeviceContext::fnToRaw(std::uint32_t color) const {
+std::uint32_t FrameContext::fnToRaw(std::uint32_t color) const {
     switch (m_Frame.m_Mode.m_nBits) {
     case 8:
         for (std::uint32_t slot = 0; slot < CqHeadlessHardware::kSlots; ++slot)
@@ -121,7 +121,7 @@ std::uint32_t DeviceContext::fnToRaw(std::uint32_t color) const {
 }
 
 template <typename Change>
-void DeviceContext::fnChange(const RECT& rect, Change change) const {
+void FrameContext::fnChange(const RECT& rect, Change change) const {
     const Surface surface = fnGetSurface();
     CRect part;
     part.IntersectRect(rect, surface.m_Clip);
@@ -130,21 +130,21 @@ void DeviceContext::fnChange(const RECT& rect, Change change) const {
             change(x, y, surface.fnAt(x, y));
 }
 
-bool DeviceContext::GetTextMetrics(TEXTMETRICA* metrics) const {
+bool FrameContext::GetTextMetrics(TEXTMETRICA* metrics) const {
     if (!m_Calls.m_TextMetrics.fnPass())
         return false;
     *metrics = fnGetFont().fnGetMetrics();
     return true;
 }
 
-bool DeviceContext::GetTextExtentPoint32(const char* text, int count, SIZE* size) const {
+bool FrameContext::GetTextExtentPoint32(const char* text, int count, SIZE* size) const {
     if (!m_Calls.m_TextExtent.fnPass())
         return false;
     *size = fnGetFont().fnMeasure(fnLength(text, count));
     return true;
 }
 
-int DeviceContext::DrawText(const char* text, int count, RECT* rect, UINT format) {
+int FrameContext::DrawText(const char* text, int count, RECT* rect, UINT format) {
     if (!m_Calls.m_DrawText.fnPass() || !(format & DT_SINGLELINE))
         return 0;
     const CqHeadlessFont& font = fnGetFont();
@@ -176,11 +176,11 @@ int DeviceContext::DrawText(const char* text, int count, RECT* rect, UINT format
     return size.cy;
 }
 
-int DeviceContext::SetBkMode(int mode) {
+int FrameContext::SetBkMode(int mode) {
     return std::exchange(m_nBkMode, mode);
 }
 
-bool DeviceContext::FillRect(const RECT& rect, int systemColor) {
+bool FrameContext::FillRect(const RECT& rect, int systemColor) {
     if (!m_Calls.m_FillRect.fnPass())
         return false;
     const std::uint32_t raw = fnToRaw(systemColor == COLOR_BTNFACE ? kButtonFace : kTextColor);
@@ -188,7 +188,7 @@ bool DeviceContext::FillRect(const RECT& rect, int systemColor) {
     return true;
 }
 
-bool DeviceContext::InvertRect(const RECT& rect) {
+bool FrameContext::InvertRect(const RECT& rect) {
     if (!m_Calls.m_InvertRect.fnPass())
         return false;
     const int bits = std::min(m_Frame.m_Mode.m_nBits, 24);
@@ -197,9 +197,9 @@ bool DeviceContext::InvertRect(const RECT& rect) {
     return true;
 }
 
-bool DeviceContext::BitBlt(int x, int y, int width, int height, CDC* source, int sourceX,
-                           int sourceY, DWORD rop) {
-    const auto* from = dynamic_cast<const DeviceContext*>(source);
+bool FrameContext::BitBlt(int x, int y, int width, int height, CDC* source, int sourceX,
+                          int sourceY, DWORD rop) {
+    const auto* from = dynamic_cast<const FrameContext*>(source);
     if (!m_Calls.m_BitBlt.fnPass() || !from || rop != SRCCOPY || from == this)
         return false;
     const Surface pixels = from->fnGetSurface();

@@ -1,4 +1,4 @@
-#include "examples/darkroom/ui/PixelReader.h"
+#include "examples/darkroom/ui/PixelProbe.h"
 
 #include "q32Base/display/CqDisplayProperty.h"
 
@@ -9,12 +9,12 @@
 
 namespace darkroom {
 
-PixelReader::PixelReader(CqImage& image)
+PixelProbe::PixelProbe(CqImage& image)
     : m_Image(image),
       // A QRgb is an integer with alpha in the top byte.
       m_Reader(image, std::endian::native == std::endian::little ? PIXEL_BGRA32 : PIXEL_ARGB32) {}
 
-QRgb PixelReader::fnRead(int x, int y) {
+QRgb PixelProbe::fnRead(int x, int y) {
     const int left = x - x % kBlock;
     Block& block = m_Blocks[static_cast<std::size_t>(y + left / kBlock) % kBlocks];
     if (block.m_nLeft != left || block.m_nRow != y)
@@ -22,7 +22,7 @@ QRgb PixelReader::fnRead(int x, int y) {
     return block.m_Pixels[static_cast<std::size_t>(x - left)];
 }
 
-void PixelReader::fnFill(Block& block, int left, int row) {
+void PixelProbe::fnFill(Block& block, int left, int row) {
     const auto first = static_cast<std::uint32_t>(left);
     const std::uint32_t count = std::min<std::uint32_t>(kBlock, m_Image.Width - first);
     m_Reader.fnReadRow(first, static_cast<std::uint32_t>(row), count, block.m_Pixels.data());

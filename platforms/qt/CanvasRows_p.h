@@ -17,7 +17,7 @@ namespace q32::qt {
 /// @param changed  receives the part of the canvas that was written
 /// @return the scans taken; -1 for a bitmap other than 1, 4, 8, 16, 24 or 32 bits without
 ///         compression
-int fnPutRows(const software::RowJob& job, const CqPaletteObject* palette, QImage& canvas,
-              QRect& changed);
+int fnPutCanvasRows(const software::RowJob& job, const CqPaletteObject* palette, QImage& canvas,
+                    QRect& changed);
 
 } // namespace q32::qt

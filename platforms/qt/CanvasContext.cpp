@@ -1,4 +1,4 @@
-#include "platforms/qt/DeviceContext_p.h"
+#include "platforms/qt/CanvasContext_p.h"
 #include "platforms/qt/Text_p.h"
 #include "platforms/qt/TileSampler_p.h"
 #include "q32Base/framework/CBitmap.h"
@@ -36,7 +36,7 @@ QFont fnGetStandardFont(double scale) {
     return font;
 }
 
-QImage DeviceContext::fnGetSurface() const {
+QImage CanvasContext::fnGetSurface() const {
     QImage* pixels = nullptr;
     if (m_bMemory) {
         auto* bitmap = m_pBitmap ? dynamic_cast<Bitmap*>(m_pBitmap->GetObject()) : nullptr;
@@ -50,7 +50,7 @@ QImage DeviceContext::fnGetSurface() const {
                   : QImage();
 }
 
-void DeviceContext::fnShow() {
+void CanvasContext::fnShow() {
     const QRegion changed = std::exchange(m_Changed, QRegion());
     if (!m_pCanvas || changed.isEmpty())
         return;
@@ -59,7 +59,7 @@ void DeviceContext::fnShow() {
     m_pCanvas->fnShowPixels(changed);
 }
 
-int DeviceContext::GetDeviceCaps(int index) const {
+int CanvasContext::GetDeviceCaps(int index) const {
     const QScreen* screen = m_Device.m_pScreen;
     if (!screen)
         return 0;
@@ -82,37 +82,37 @@ int DeviceContext::GetDeviceCaps(int index) const {
     }
 }
 
-CPalette* DeviceContext::SelectPalette(CPalette* palette, bool) {
+CPalette* CanvasContext::SelectPalette(CPalette* palette, bool) {
     return std::exchange(m_pPalette, palette);
 }
 
-std::unique_ptr<CDC> DeviceContext::CreateCompatibleDC() {
-    std::unique_ptr<DeviceContext> dc(new (std::nothrow)
-                                          DeviceContext(m_Device, nullptr, nullptr, false));
+std::unique_ptr<CDC> CanvasContext::CreateCompatibleDC() {
+    std::unique_ptr<CanvasContext> dc(new (std::nothrow)
+                                          CanvasContext(m_Device, nullptr, nullptr, false));
     if (dc)
         dc->m_bMemory = true;
     return dc;
 }
 
-CFont* DeviceContext::SelectObject(CFont* font) {
+CFont* CanvasContext::SelectObject(CFont* font) {
     return std::exchange(m_pFont, font);
 }
 
-CBitmap* DeviceContext::SelectObject(CBitmap* bitmap) {
+CBitmap* CanvasContext::SelectObject(CBitmap* bitmap) {
     return m_bMemory ? std::exchange(m_pBitmap, bitmap) : nullptr;
 }
 
-QFont DeviceContext::fnGetFont() const {
+QFont CanvasContext::fnGetFont() const {
     const auto* font = m_pFont ? dynamic_cast<const Font*>(m_pFont->GetObject()) : nullptr;
     return font ? font->m_Font : fnGetStandardFont(m_Device.m_Scale);
 }
 
-QString DeviceContext::fnToText(const char* text, int count) const {
+QString CanvasContext::fnToText(const char* text, int count) const {
     const std::size_t length = count < 0 ? std::strlen(text) : static_cast<std::size_t>(count);
     return qt::fnToText(*m_Device.m_pCodePage, {text, length});
 }
 
-bool DeviceContext::GetTextMetrics(TEXTMETRICA* metrics) const {
+bool CanvasContext::GetTextMetrics(TEXTMETRICA* metrics) const {
     return fnTryMemoryOr(false, [&] {
         const QFont font = fnGetFont();
         const QFontMetrics sizes(font);
@@ -138,7 +138,7 @@ bool DeviceContext::GetTextMetrics(TEXTMETRICA* metrics) const {
     });
 }
 
-bool DeviceContext::GetTextExtentPoint32(const char* text, int count, SIZE* size) const {
+bool CanvasContext::GetTextExtentPoint32(const char* text, int count, SIZE* size) const {
     return fnTryMemoryOr(false, [&] {
         const QFontMetrics sizes(fnGetFont());
         *size =
@@ -147,7 +147,7 @@ bool DeviceContext::GetTextExtentPoint32(const char* text, int count, SIZE* size
     });
 }
 
-int DeviceContext::DrawText(const char* text, int count, RECT* rect, UINT format) {
+int CanvasContext::DrawText(const char* text, int count, RECT* rect, UINT format) {
     if (!(format & DT_SINGLELINE))
         return 0;
     return fnTryMemoryOr(0, [&] {
@@ -182,11 +182,11 @@ int DeviceContext::DrawText(const char* text, int count, RECT* rect, UINT format
     });
 }
 
-int DeviceContext::SetBkMode(int mode) {
+int CanvasContext::SetBkMode(int mode) {
     return std::exchange(m_nBkMode, mode);
 }
 
-bool DeviceContext::FillRect(const RECT& rect, int systemColor) {
+bool CanvasContext::FillRect(const RECT& rect, int systemColor) {
     return fnTryMemoryOr(false, [&] {
         QImage surface = fnGetSurface();
         if (surface.isNull())
@@ -202,7 +202,7 @@ bool DeviceContext::FillRect(const RECT& rect, int systemColor) {
     });
 }
 
-bool DeviceContext::InvertRect(const RECT& rect) {
+bool CanvasContext::InvertRect(const RECT& rect) {
     return fnTryMemoryOr(false, [&] {
         QImage surface = fnGetSurface();
         if (surface.isNull())
@@ -218,9 +218,9 @@ bool DeviceContext::InvertRect(const RECT& rect) {
     });
 }
 
-bool DeviceContext::BitBlt(int x, int y, int width, int height, CDC* source, int sourceX,
+bool CanvasContext::BitBlt(int x, int y, int width, int height, CDC* source, int sourceX,
                            int sourceY, DWORD rop) {
-    const auto* from = dynamic_cast<const DeviceContext*>(source);
+    const auto* from = dynamic_cast<const CanvasContext*>(source);
     if (!from || from == this || rop != SRCCOPY)
         return false;
     return fnTryMemoryOr(false, [&] {

@@ -38,11 +38,11 @@ struct Device {
 };
 
 /// Draws on a canvas, on a bitmap, or, for the whole screen, on nothing.
-class DeviceContext final : public CDC {
+class CanvasContext final : public CDC {
 public:
     /// @param canvas  null for the whole screen
     /// @param over    the canvas lies over a widget, and is hidden until something is drawn
-    DeviceContext(const Device& device, CWnd* window, CqQtCanvas* canvas, bool over)
+    CanvasContext(const Device& device, CWnd* window, CqQtCanvas* canvas, bool over)
         : m_Device(device), m_pWindow(window), m_pCanvas(canvas), m_bOver(over) {}
 
     CWnd* fnGetWindow() const { return m_pWindow; }

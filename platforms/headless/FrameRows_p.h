@@ -15,13 +15,13 @@ namespace q32::headless {
 
 /// Converts pixels of a bitmap to those of a screen: slots at 8 bits, 5-6-5 at 16, else 0x00RRGGBB.
 /// A missing table entry, or one that names a missing palette entry, is black.
-class RowConverter {
+class FrameRows {
 public:
     /// @param table    the colour table, `rows.m_nTableBytes` long
     /// @param palette  the one selected into the device context; may be null
-    RowConverter(const software::DibRows& rows, const std::uint8_t* table, UINT use,
-                 unsigned screenBits, const CqHeadlessHardware& hardware,
-                 const CqPaletteObject* palette);
+    FrameRows(const software::DibRows& rows, const std::uint8_t* table, UINT use,
+              unsigned screenBits, const CqHeadlessHardware& hardware,
+              const CqPaletteObject* palette);
 
     /// Converts pixels `from` to `from + count - 1` of a row.
     void fnConvert(const std::uint8_t* row, std::size_t from, std::size_t count,
@@ -34,7 +34,7 @@ private:
     unsigned m_nScreenBits;
     const CqHeadlessHardware& m_Hardware;
     std::vector<BYTE> m_Slots; ///< slots available to colours on an 8-bit screen
-    std::uint32_t m_Table[256] = {};
+    software::DibTable m_Table{};
     std::uint32_t m_nLastColor = 0;
     std::uint32_t m_nLastResult = 0;
     bool m_bHasLast = false;
