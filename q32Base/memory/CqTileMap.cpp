@@ -35,7 +35,8 @@ CqTileMap::CqTileMap(std::uint32_t width, std::uint32_t height, std::uint32_t bi
         std::memset(Palette.get(), 0, slots * sizeof(RGBQUAD));
         fnInitPalette(palette);
     }
-    m_Block = q32::PixelBlock(fnBlockSize());
+    // At 4 bits, single-pixel access at the last odd column of the last row touches one more byte.
+    m_Block = q32::PixelBlock(BufferSize, BitCount == 4 ? 1 : 0);
     PixelBuffer = m_Block.fnGetBytes();
     fnFillTileTable();
 }
@@ -70,11 +71,6 @@ void CqTileMap::fnSetGeometry() {
     const std::uint32_t drawRow = (drawWidth * BitCount) >> 3;
     DibTileBytes = ((drawRow + 3) & ~3u) * drawHeight;
     PackedTileBytes = BitCount < 9 ? drawWidth * drawHeight : drawRow * drawHeight;
-}
-
-std::uint32_t CqTileMap::fnBlockSize() const {
-    // At 4 bits, single-pixel access at the last odd column of the last row touches one more byte.
-    return BitCount == 4 ? BufferSize + 1 : BufferSize;
 }
 
 void CqTileMap::fnFillTileTable() {

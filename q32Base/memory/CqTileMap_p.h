@@ -161,5 +161,4 @@ public:
 private:
     void fnSetGeometry();
     void fnFillTileTable();
-    std::uint32_t fnBlockSize() const;
 };

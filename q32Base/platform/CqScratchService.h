@@ -55,7 +55,9 @@ public:
 
     virtual void fnCloseMapping(CqMappingHandle mapping) noexcept = 0;
 
-    /// Maps the entire mapping into memory, page-aligned. Null on failure.
+    /// Maps the entire mapping into memory, page-aligned and in whole pages: the bytes behind it up
+    /// to the end of its last page, of 4096 bytes at least, can be accessed too, and aren't kept.
+    /// Null on failure.
     virtual void* fnMapView(CqMappingHandle mapping, std::uint32_t size) = 0;
 
     virtual void fnUnmapView(void* address, std::uint32_t size) noexcept = 0;
