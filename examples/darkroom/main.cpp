@@ -70,7 +70,7 @@ int main(int count, char** arguments) {
     const auto windows = q32QtWindows();
     CqQtApp app("Darkroom");
     windows->fnSetApp(&app);
-    CqPlatform platform = q32QtPlatform(windows);
+    CqPlatform platform = q32QtPlatform(windows, {.m_Posix = {.m_bGuardViews = true}});
 #ifdef DARKROOM_PULSE
     const CqPulse sound = q32Pulse({.m_szApplication = "Darkroom"});
     platform.m_pWaveOut = sound.m_pWaveOut;

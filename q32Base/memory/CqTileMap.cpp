@@ -1,3 +1,4 @@
+#include "q32Base/framework/CheckedSize_p.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/memory/CqTileMap_p.h"
 
@@ -44,14 +45,14 @@ CqTileMap::CqTileMap(std::uint32_t width, std::uint32_t height, std::uint32_t bi
 CqTileMap::~CqTileMap() = default;
 
 void CqTileMap::fnSetGeometry() {
-    const std::uint64_t rowBytes = (static_cast<std::uint64_t>(Width) * BitCount + 7) >> 3;
+    const q32::CheckedSize rowBytes = (q32::CheckedSize(Width) * BitCount).fnDivideUp(8);
     constexpr std::uint32_t kMaxPixels = 0x7FFFFFFFu; // positions are signed
     constexpr std::uint32_t kMaxBytes = 0xFFFFFFFEu;  // leaves space for a byte of slack
     if (Width == 0 || Height == 0 || Width > kMaxPixels || Height > kMaxPixels ||
-        !fnIsDepth(BitCount) || rowBytes > kMaxBytes / Height)
+        !fnIsDepth(BitCount) || !(rowBytes * Height).fnIsWithin(kMaxBytes))
         AfxThrowMemoryException();
     BytesPerPixel = BitCount >> 3;
-    RowBytes = static_cast<std::uint32_t>(rowBytes);
+    RowBytes = rowBytes.fnGetOrThrow<std::uint32_t>();
     BufferSize = RowBytes * Height;
     if (BitCount == 4) { // two pixels share a byte, and no tile edge may split it
         TileWidth = Width;

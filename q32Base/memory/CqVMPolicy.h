@@ -49,11 +49,11 @@ public:
 
     /// Bytes of RAM that buffers may take, as 32 bits count them: a greater limit is all bits set.
     std::uint32_t fnGetRamLimit() const { return RamLimit; }
-    /// Sets that limit directly, and the most that is ever passed out, until the settings are next
-    /// read. It isn't stored.
+    /// Sets that limit and `fnGetRamBound` directly, until the settings are next read. It isn't
+    /// stored.
     void fnSetRamLimit(std::uint64_t bytes);
-    /// The bytes of RAM that buffers never pass together, counted in 64 bits: the host's limit,
-    /// else that of the memory service. `kNoMemoryLimit`: none.
+    /// Bytes of RAM that buffers together never exceed, counted in 64 bits: the host's limit, else
+    /// that of the memory service. `kNoMemoryLimit`: none.
     std::uint64_t fnGetRamBound() const { return m_nRamBound; }
     /// Bytes of RAM that buffers occupy at present, modulo 4 GiB.
     std::uint32_t fnGetRamUsed() const { return RamUsed; }
@@ -68,18 +68,18 @@ public:
 
     /// Reads (true) or writes (false) the section "VMPolicy" of the settings file. Reading computes
     /// the RAM limit again, in 32 bits that wrap before the division by 100, deliberately (call
-    /// fnSetRamLimit afterwards to set another), asks the memory service for the bound again, and
-    /// never fails: a key that can't be read counts
-    /// as missing, and a disk keeps its path and flag when memory runs out. False when a write
-    /// fails.
+    /// fnSetRamLimit afterwards to set another), and asks the memory service for the bound again.
+    /// It never fails: a key that can't be read counts as missing, and a disk keeps its path and
+    /// flag when memory runs out. False when a write fails.
     bool fnSerialize(bool read);
 
     /// Chooses where to put a block of `size` bytes. True with an empty `path` means RAM; otherwise
     /// `path` is a scratch directory, which is created if it is missing. False when there is no
     /// space, no memory, or the directory can't be created. Never throws.
     ///
-    /// The sum of RAM in use and `size` is that of 32 bits, which wraps, deliberately. The allocator
-    /// therefore asks `fnFitsRam` as well, and takes a block that doesn't fit to a scratch disk.
+    /// The sum of RAM in use and `size` is that of 32 bits, which wraps, deliberately. The
+    /// allocator therefore asks `fnFitsRam` as well, and takes a block that doesn't fit to a
+    /// scratch disk.
     bool fnSearchAvail(unsigned long size, bool allowRam, CString& path);
     /// Keep the record of RAM in use; sizes in bytes. For the allocator.
     void fnConsumeRAM(unsigned long size);

@@ -1,6 +1,7 @@
 #include "q32Base/memory/PixelBlock.h"
 
 #include "q32Base/memory/PixelBuffer_p.h"
+#include "q32Base/platform/CqPlatform.h"
 
 #include <utility>
 
@@ -27,6 +28,10 @@ PixelBlock& PixelBlock::operator=(PixelBlock&& other) noexcept {
 PixelBlock::~PixelBlock() {
     if (m_pBytes)
         FreePixelBuffer(m_pBytes, m_nSize, &m_File, &m_Mapping, &m_strFileName, m_nSlack);
+}
+
+std::uint32_t PixelBlock::fnCountLosses() const noexcept {
+    return fnIsOnDisk() ? fnPlatform().m_pScratch->fnCountLosses(m_pBytes) : 0;
 }
 
 void PixelBlock::fnSwap(PixelBlock& other) noexcept {

@@ -37,6 +37,9 @@ public:
     const CString& fnGetFileName() const { return m_strFileName; }
     /// Whether the block lies in a file on a scratch disk.
     bool fnIsOnDisk() const { return m_File != kNoFile; }
+    /// How often bytes of a block on disk were lost and became zeros, because the disk could not
+    /// supply them any more. Counted where the scratch service survives that, else 0.
+    std::uint32_t fnCountLosses() const noexcept;
 
 private:
     void fnSwap(PixelBlock& other) noexcept;

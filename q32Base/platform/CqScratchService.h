@@ -67,6 +67,11 @@ public:
     virtual void fnAdvise(CQ_VIEW_ADVICE /*advice*/, void* /*address*/,
                           std::uint32_t /*size*/) noexcept {}
 
+    /// How often bytes of the view at `address` were lost since it was mapped: the disk could not
+    /// supply them any more, and zeros took their place. A service that ends the process in that
+    /// case counts none.
+    virtual std::uint32_t fnCountLosses(const void* /*address*/) noexcept { return 0; }
+
     /// Deletes a file by its name; a name without a directory is relative to the current one.
     virtual bool fnDelete(const char* name) noexcept = 0;
 };
