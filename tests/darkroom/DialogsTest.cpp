@@ -123,7 +123,7 @@ TEST_F(DarkroomWindow, PreferencesTakeEffectAndOutliveTheProgram) {
         fnAccept(dialog);
     });
     EXPECT_EQ(q32GetVMPolicy()->fnGetRamBound(),
-              darkroom::fnComputeLimit(q32PosixUsableMemory(), 37));
+              darkroom::fnComputeLimit(darkroom::fnGetMachineMemory(), 37));
     for (const bool again : {false, true}) {
         if (again)
             fnRestart();
