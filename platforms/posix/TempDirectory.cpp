@@ -67,8 +67,12 @@ std::string fnChooseTempDirectory(const CodePage& codePage, const std::string& c
         const std::string found = fnFindFault(codePage, path.empty() ? "/" : path);
         if (found.empty()) {
             if (!fault.empty())
-                fnReportOnce(report, "temporary files go to " + candidate + ", since " + first +
-                                         " can't be used: " + fault);
+                fnReportOnce(report, std::string("temporary files go to ")
+                                         .append(candidate)
+                                         .append(", since ")
+                                         .append(first)
+                                         .append(" can't be used: ")
+                                         .append(fault));
             return fnLibraryDirectory(candidate);
         }
         if (fault.empty()) {
@@ -76,7 +80,10 @@ std::string fnChooseTempDirectory(const CodePage& codePage, const std::string& c
             fault = found;
         }
     }
-    fnReportOnce(report, "no directory takes temporary files; " + first + ": " + fault);
+    fnReportOnce(report, std::string("no directory takes temporary files; ")
+                             .append(first)
+                             .append(": ")
+                             .append(fault));
     return fnLibraryDirectory(kUsual);
 }
 
