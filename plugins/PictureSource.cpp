@@ -1,4 +1,5 @@
 #include "plugins/CodecSamples_p.h"
+#include "plugins/PictureCodec_p.h"
 #include "plugins/PictureSource_p.h"
 #include "q32Base/pixels/PixelFormat_p.h"
 
@@ -40,11 +41,16 @@ void PictureSource::fnFindColors() {
 }
 
 void PictureSource::fnFetchRow(std::uint32_t y, unsigned char* out) {
-    m_Stored.fnReadRow(0, y, m_Image.Width, out);
+    fnFetch(m_Stored, y, out);
 }
 
 void PictureSource::fnFetchRgb(std::uint32_t y, unsigned char* out) {
-    m_Rgb.fnReadRow(0, y, m_Image.Width, out);
+    fnFetch(m_Rgb, y, out);
+}
+
+void PictureSource::fnFetch(const CqPixelReader& reader, std::uint32_t y, unsigned char* out) {
+    if (!reader.fnReadRow(0, y, m_Image.Width, out)) // its scratch file lost pixels
+        throw CodecFailure{MESSAGE_NO_MEMORY};
 }
 
 } // namespace q32

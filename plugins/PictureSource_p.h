@@ -33,7 +33,7 @@ public:
     std::int32_t fnGetDpiX() const { return m_Image.DpiX; }
     std::int32_t fnGetDpiY() const { return m_Image.DpiY; }
 
-    /// Reads a row in the layout of CodecSamples_p.h.
+    /// Reads a row in the layout of CodecSamples_p.h. Throws CodecFailure when pixels were lost.
     void fnFetchRow(std::uint32_t y, unsigned char* out);
     /// Reads a row as red, green, blue at any depth; alpha is dropped.
     void fnFetchRgb(std::uint32_t y, unsigned char* out);
@@ -41,6 +41,7 @@ public:
 
 private:
     void fnFindColors();
+    void fnFetch(const CqPixelReader& reader, std::uint32_t y, unsigned char* out);
 
     CqImage& m_Image;
     CqPixelReader m_Stored;

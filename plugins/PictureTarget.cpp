@@ -3,7 +3,6 @@
 #include "plugins/PictureTarget_p.h"
 
 #include <algorithm>
-#include <cassert>
 
 namespace q32 {
 
@@ -49,14 +48,14 @@ void PictureTarget::fnCheckSparseRoom(std::uint64_t fileBytes, std::uint64_t row
 
 void PictureTarget::fnStore(std::uint32_t x, std::uint32_t y, std::uint32_t count,
                             const unsigned char* in) {
-    [[maybe_unused]] const bool stored = m_Writer->fnWriteRow(x, y, count, in);
-    assert(stored);
+    if (!m_Writer->fnWriteRow(x, y, count, in)) // its scratch file lost pixels
+        throw CodecFailure{MESSAGE_NO_MEMORY};
 }
 
 void PictureTarget::fnFetch(std::uint32_t x, std::uint32_t y, std::uint32_t count,
                             unsigned char* out) {
-    [[maybe_unused]] const bool fetched = m_Reader->fnReadRow(x, y, count, out);
-    assert(fetched);
+    if (!m_Reader->fnReadRow(x, y, count, out))
+        throw CodecFailure{MESSAGE_NO_MEMORY};
 }
 
 void PictureTarget::fnSetDotsPerMeter(double x, double y) {

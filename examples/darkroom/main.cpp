@@ -70,7 +70,9 @@ int main(int count, char** arguments) {
     const auto windows = q32QtWindows();
     CqQtApp app("Darkroom");
     windows->fnSetApp(&app);
-    CqPlatform platform = q32QtPlatform(windows);
+    CqQtOptions options;
+    options.m_Posix.m_bGuardViews = true; // a picture may lose pixels, but not the program
+    CqPlatform platform = q32QtPlatform(windows, options);
 #ifdef DARKROOM_PULSE
     const CqPulse sound = q32Pulse({.m_szApplication = "Darkroom"});
     platform.m_pWaveOut = sound.m_pWaveOut;

@@ -26,9 +26,10 @@ CqHeadlessBlock& CqHeadlessBlock::operator=(CqHeadlessBlock&& other) noexcept {
 
 bool CqHeadlessBlock::fnResize(std::size_t size, bool spare) {
     if (size > m_nCapacity) {
-        const std::size_t capacity = spare ? std::max(size, m_nCapacity + m_nCapacity / 2) : size;
+        std::size_t capacity = spare ? std::max(size, m_nCapacity + m_nCapacity / 2) : size;
         if (capacity > kMax)
             return false;
+        capacity = (capacity + kPage - 1) / kPage * kPage;
         void* raw = std::calloc(1, capacity + kPage - 1);
         if (!raw)
             return false;
@@ -39,9 +40,9 @@ bool CqHeadlessBlock::fnResize(std::size_t size, bool spare) {
         std::free(std::exchange(m_pRaw, raw));
         m_pData = data;
         m_nCapacity = capacity;
-    } else if (size < m_nSize) {
-        // A later growth must expose zeros.
-        std::memset(m_pData + size, 0, m_nSize - size);
+    } else if (size > m_nSize) {
+        // The bytes were in use before a reduction, or as those behind a view.
+        std::memset(m_pData + m_nSize, 0, size - m_nSize);
     }
     m_nSize = size;
     return true;

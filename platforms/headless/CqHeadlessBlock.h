@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Zeroed memory, aligned to pages. A large block takes no physical memory until it is touched.
+/// Zeroed memory, in whole pages. A large block takes no physical memory until it is touched.
 class Q32_API CqHeadlessBlock {
 public:
     static constexpr std::size_t kPage = 4096;

@@ -18,6 +18,7 @@ public:
     CqHeadlessCalls m_Commit;  ///< calls of fnCommit
 
     void fnSetPhysicalBytes(std::uint64_t bytes) { m_nPhysicalBytes = bytes; }
+    void fnSetBlockLimit(std::uint64_t bytes) { m_nBlockLimit = bytes; }
     /// Currently reserved ranges, including committed ones.
     std::size_t fnGetReservedRanges() const { return m_Ranges.size(); }
     /// Currently committed ranges.
@@ -32,6 +33,7 @@ public:
     void fnDecommit(void* address, std::size_t size) override;
     bool fnRelease(void* address, std::size_t size) override;
     std::uint64_t fnGetPhysicalBytes() override { return m_nPhysicalBytes; }
+    std::uint64_t fnGetBlockLimit() override { return m_nBlockLimit; }
 
 private:
     struct Range {
@@ -43,6 +45,7 @@ private:
 
     std::map<void*, Range> m_Ranges;
     std::uint64_t m_nPhysicalBytes;
+    std::uint64_t m_nBlockLimit = kNoMemoryLimit;
     std::uint64_t m_nReleased = 0;
     std::shared_ptr<CqHeadlessMisuses> m_pMisuses;
 };

@@ -5,6 +5,7 @@
 #include "platforms/posix/FileAccess_p.h"
 #include "platforms/posix/Path_p.h"
 #include "platforms/posix/ReplaceFile_p.h"
+#include "platforms/posix/TempDirectory_p.h"
 #include "platforms/posix/TextFile_p.h"
 
 #include <algorithm>
@@ -21,7 +22,6 @@ using namespace q32::posix;
 
 namespace {
 
-constexpr char kDefaultTempDirectory[] = "/var/tmp";
 constexpr char kConfigFolder[] = "/q32Base";
 constexpr unsigned long kSectorBytes = 512;
 
@@ -43,11 +43,12 @@ std::string fnGetHome() {
     return found && found->pw_dir ? found->pw_dir : "";
 }
 
-std::string fnChooseTemp(const CqPosixOptions& options) {
+std::string fnChooseTemp(const CqPosixOptions& options, const CodePage& codePage) {
     if (!options.m_szTempDirectory.empty())
-        return options.m_szTempDirectory;
+        return fnLibraryDirectory(options.m_szTempDirectory);
     const std::string variable = fnGetVariable("TMPDIR");
-    return variable.starts_with('/') ? variable : kDefaultTempDirectory;
+    return fnChooseTempDirectory(codePage, variable.starts_with('/') ? variable : "",
+                                 options.m_Report);
 }
 
 std::string fnChooseConfig(const CqPosixOptions& options) {
@@ -91,7 +92,7 @@ std::uint32_t fnNarrow(std::uint64_t count) {
 } // namespace
 
 CqPosixFiles::CqPosixFiles(const CqPosixOptions& options, std::shared_ptr<const CodePage> codePage)
-    : m_szTempDirectory(fnLibraryDirectory(fnChooseTemp(options))),
+    : m_szTempDirectory(fnChooseTemp(options, *codePage)),
       m_szConfigDirectory(fnWithoutSlash(fnNativePath(*codePage, fnChooseConfig(options)))),
       m_Patience(options.m_SettingsPatience), m_pCodePage(std::move(codePage)) {}
 

@@ -75,3 +75,8 @@ std::uint64_t CqPosixMemory::fnGetPhysicalBytes() {
     const long pages = ::sysconf(_SC_PHYS_PAGES);
     return pages <= 0 ? 0 : static_cast<std::uint64_t>(pages) * fnPageBytes();
 }
+
+std::uint64_t CqPosixMemory::fnGetBlockLimit() {
+    const std::uint64_t usable = m_fnUsableMemory();
+    return usable == 0 ? kNoMemoryLimit : usable / 2;
+}

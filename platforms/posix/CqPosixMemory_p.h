@@ -1,11 +1,16 @@
 #pragma once
 
+#include "platforms/posix/MemoryLimit_p.h"
 #include "q32Base/platform/CqMemoryService.h"
 
 /// Anonymous memory of the system. A range of 2 MiB or more is aligned to 2 MiB and requests large
 /// pages, which makes its first touch several times cheaper (docs/scratch-files.md).
 class CqPosixMemory : public CqMemoryService {
 public:
+    /// @param usableMemory  returns how many bytes the process may use; 0 when unknown
+    explicit CqPosixMemory(std::uint64_t (*usableMemory)() = q32::posix::fnUsableMemory)
+        : m_fnUsableMemory(usableMemory) {}
+
     void* fnReserve(std::size_t size) override;
     /// The memory counts towards the system's commit limit, so that an excessive size fails here.
     bool fnCommit(void* address, std::size_t size) override;
@@ -14,4 +19,9 @@ public:
     /// The machine's memory. Limits of a container or a session are deliberately not included: a
     /// host that needs a lower limit sets it explicitly.
     std::uint64_t fnGetPhysicalBytes() override;
+    /// Half of the memory that the process may use, by its machine and its control groups.
+    std::uint64_t fnGetBlockLimit() override;
+
+private:
+    std::uint64_t (*m_fnUsableMemory)();
 };

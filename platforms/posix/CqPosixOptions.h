@@ -3,13 +3,26 @@
 #include "q32Base/platform/CqPlatform.h"
 
 #include <chrono>
+#include <functional>
 #include <string>
 
 /// Options of the POSIX back end. Directories may have the system's form or the library's.
 struct CqPosixOptions {
-    /// Directory of temporary files. Empty: `$TMPDIR`, else /var/tmp (/tmp is memory on many
-    /// systems).
+    /// Directory of temporary files. Empty: `$TMPDIR`, else /var/tmp, else /tmp (which is memory on
+    /// many systems): the first that can be used.
     std::string m_szTempDirectory;
+    /// Receives a sentence in English, once in a process, when `$TMPDIR` can't be used, while the
+    /// platform is made. Null: it goes to the standard error stream.
+    std::function<void(const std::string& text)> m_Report;
+    /// Whether the host survives the loss of pages of a scratch file, as when another process cuts
+    /// the file or the disk fails. The pages become zeros, the operation raises the memory
+    /// exception, and `CqImage::fnCountLosses` counts. Without it, the system ends the process by
+    /// the signal SIGBUS.
+    ///
+    /// The first platform with this option installs a handler of that signal, for good. It passes
+    /// other faults on to the handler that was there before; a host that installs its own later
+    /// does the same, or loses this one.
+    bool m_bGuardViews = false;
     /// Directory of the settings. Empty: `$XDG_CONFIG_HOME/q32Base`, else `~/.config/q32Base`. It
     /// is created with mode 0700 when settings are first written.
     std::string m_szConfigDirectory;

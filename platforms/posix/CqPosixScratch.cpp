@@ -7,9 +7,11 @@
 #include <climits>
 #include <cstring>
 #include <fcntl.h>
+#include <linux/fs.h>
 #include <new>
 #include <string_view>
 #include <sys/file.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <utility>
@@ -46,6 +48,18 @@ bool fnWriteZeros(const Descriptor& file, std::uint32_t size) {
         if (!fnWriteAt(file, zeros.data(), std::min(zeros.size(), size - at), at))
             return false;
     return fnRetry([&] { return ::fdatasync(file.fnGet()); }) == 0;
+}
+
+/// Lets an empty file on a file system that writes copies (btrfs) be written in place: elsewhere,
+/// reserved blocks only serve the first write, and a later one may find the disk full. Compression
+/// excludes that, so it is switched off too. Other file systems refuse, and reserve for good.
+void fnSwitchOffCopies(const Descriptor& file) {
+    int flags = 0;
+    if (::ioctl(file.fnGet(), FS_IOC_GETFLAGS, &flags) != 0)
+        return;
+    const int inPlace = (flags | FS_NOCOW_FL) & ~FS_COMPR_FL;
+    if (inPlace != flags)
+        ::ioctl(file.fnGet(), FS_IOC_SETFLAGS, &inPlace);
 }
 
 bool fnReserveBlocks(const Descriptor& file, std::uint32_t size) {
@@ -105,8 +119,8 @@ std::size_t fnBehind(std::uint64_t memory) {
 } // namespace
 
 CqPosixScratch::CqPosixScratch(std::shared_ptr<const CodePage> codePage,
-                               std::uint64_t (*usableMemory)())
-    : m_pCodePage(std::move(codePage)), m_fnUsableMemory(usableMemory) {}
+                               std::uint64_t (*usableMemory)(), bool guardViews)
+    : m_pCodePage(std::move(codePage)), m_fnUsableMemory(usableMemory), m_bGuardViews(guardViews) {}
 
 std::uint32_t CqPosixScratch::fnNextHandle() {
     do
@@ -125,52 +139,74 @@ bool CqPosixScratch::fnCreateName(const char* directory, const char* prefix, std
         std::string candidate = std::string(directory) + prefix + fnRandomDigits() + ".tmp";
         std::string path = fnNativePath(*m_pCodePage, candidate);
         // The entry is made first: after the file's creation, nothing here may fail for memory.
-        const auto [place, isNew] = m_Created.try_emplace(path);
+        const auto created = std::make_shared<Descriptor>();
+        const auto [place, isNew] = m_Own.try_emplace(path);
         if (!isNew)
             continue;
-        Descriptor& file = place->second;
+        Descriptor& file = *created;
         file = Descriptor(fnRetry([&] {
             return ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                           kScratchMode);
         }));
         const bool exists = !file && errno == EEXIST;
         const Claim claim = file ? fnClaim(path.c_str(), file) : Claim::FAILED;
-        if (claim == Claim::HELD) {
+        if (claim == Claim::HELD && fnIdentify(created, place->second)) {
+            place->second.m_pCreated = created;
             name = std::move(candidate);
             return true;
         }
-        if (file && claim == Claim::FAILED) {
+        if (file && claim != Claim::TAKEN_AWAY) {
             const int cause = errno;
             ::unlink(path.c_str());
             errno = cause;
         }
-        m_Created.erase(place);
-        if (claim == Claim::FAILED && !exists)
+        m_Own.erase(place);
+        if (claim != Claim::TAKEN_AWAY && !exists)
             return false;
     }
     return false;
 }
 
+/// Records which file it is; false when the system doesn't say.
+bool CqPosixScratch::fnIdentify(const std::shared_ptr<Descriptor>& file, OwnFile& own) {
+    struct stat facts {};
+    if (::fstat(file->fnGet(), &facts) != 0)
+        return false;
+    own = {nullptr, file, facts.st_dev, facts.st_ino};
+    return true;
+}
+
 CqFileHandle CqPosixScratch::fnOpen(const char* name) {
     const std::string path = fnNativePath(*m_pCodePage, name);
-    const auto file = std::make_shared<Descriptor>();
-    const auto created = m_Created.find(path);
-    if (created != m_Created.end()) {
-        *file = std::move(created->second);
-        m_Created.erase(created);
-    } else {
-        *file = fnOpenRegular(path.c_str(), O_RDWR | O_NOFOLLOW);
-        struct stat facts {};
-        if (!*file || ::fstat(file->fnGet(), &facts) != 0)
-            return kNoFile;
-        if (facts.st_uid != ::geteuid() || facts.st_nlink != 1) {
-            errno = EACCES;
+    const auto created = m_Own.find(path);
+    if (created != m_Own.end() && created->second.m_pCreated) {
+        if (!fnIsNameOf(AT_FDCWD, path.c_str(), *created->second.m_pCreated)) {
+            const int cause = errno;
+            m_Own.erase(created);
+            errno = cause;
             return kNoFile;
         }
-        if (!fnTryLock(*file, LOCK_EX))
-            return kNoFile;
+        const CqFileHandle handle = fnAddFile(created->second.m_pCreated);
+        created->second.m_pCreated = nullptr;
+        return handle;
     }
-    return fnIsNameOf(AT_FDCWD, path.c_str(), *file) ? fnAddFile(file) : kNoFile;
+    const auto file =
+        std::make_shared<Descriptor>(fnOpenRegular(path.c_str(), O_RDWR | O_NOFOLLOW));
+    struct stat facts {};
+    if (!*file || ::fstat(file->fnGet(), &facts) != 0)
+        return kNoFile;
+    if (facts.st_uid != ::geteuid() || facts.st_nlink != 1) {
+        errno = EACCES;
+        return kNoFile;
+    }
+    OwnFile own;
+    if (!fnTryLock(*file, LOCK_EX) || !fnIsNameOf(AT_FDCWD, path.c_str(), *file) ||
+        !fnIdentify(file, own))
+        return kNoFile;
+    OwnFile& entry = m_Own[path];
+    const CqFileHandle handle = fnAddFile(file);
+    entry = std::move(own);
+    return handle;
 }
 
 bool CqPosixScratch::fnSetSize(CqFileHandle file, std::uint32_t size) {
@@ -185,6 +221,8 @@ bool CqPosixScratch::fnSetSize(CqFileHandle file, std::uint32_t size) {
     bool done = ::fstat(open.fnGet(), &facts) == 0;
     if (done && facts.st_size > off_t{size})
         done = setLength(size);
+    if (done && facts.st_size == 0)
+        fnSwitchOffCopies(open);
     if (done && size != 0)
         done = fnReserveBlocks(open, size);
     if (done)
@@ -235,13 +273,16 @@ void* CqPosixScratch::fnMapView(CqMappingHandle mapping, std::uint32_t size) {
     if (view == MAP_FAILED)
         return nullptr;
     ::madvise(view, size, MADV_HUGEPAGE); // advice only: on failure, small pages are used
-    if (!fnTouch(view, size, memory)) {
+    ViewGuard guard;
+    if (m_bGuardViews)
+        guard = ViewGuard(found->second.m_pFile->fnGet(), view, size);
+    if ((m_bGuardViews && !guard) || !fnTouch(view, size, memory)) {
         const int cause = errno;
         ::munmap(view, size);
         errno = cause;
         return nullptr;
     }
-    made = {found->second.m_pFile, size, nullptr};
+    made = {found->second.m_pFile, size, nullptr, std::move(guard)};
     auto node = place.extract(place.begin());
     node.key() = view;
     m_Views.insert(std::move(node));
@@ -286,12 +327,29 @@ void CqPosixScratch::fnAdvise(CQ_VIEW_ADVICE advice, void* address, std::uint32_
     }
 }
 
+std::uint32_t CqPosixScratch::fnCountLosses(const void* address) noexcept {
+    if (!m_bGuardViews || !ViewGuard::fnIsAnyLost())
+        return 0;
+    const auto found = m_Views.find(static_cast<char*>(const_cast<void*>(address)));
+    return found == m_Views.end() ? 0 : found->second.m_Guard.fnCountLosses();
+}
+
 bool CqPosixScratch::fnDelete(const char* name) noexcept {
     NativeName path;
     if (!path.fnSet(*m_pCodePage, name))
         return false;
-    const auto created = m_Created.find(std::string_view(path.m_Path));
-    if (created != m_Created.end())
-        m_Created.erase(created);
-    return fnRemoveUnheld(AT_FDCWD, path.m_Path);
+    const auto found = m_Own.find(std::string_view(path.m_Path));
+    if (found == m_Own.end())
+        return fnRemoveUnheld(AT_FDCWD, path.m_Path);
+    OwnFile& own = found->second;
+    own.m_pCreated = nullptr;
+    if (!own.m_pOpen.expired()) {
+        errno = EWOULDBLOCK;
+        return false;
+    }
+    struct stat facts {};
+    const bool isOwn = ::fstatat(AT_FDCWD, path.m_Path, &facts, AT_SYMLINK_NOFOLLOW) == 0 &&
+                       facts.st_dev == own.m_nDevice && facts.st_ino == own.m_nNumber;
+    m_Own.erase(found);
+    return isOwn ? ::unlink(path.m_Path) == 0 : fnRemoveUnheld(AT_FDCWD, path.m_Path);
 }

@@ -3,6 +3,7 @@
 #include "platforms/posix/CodePage_p.h"
 #include "platforms/posix/Descriptor_p.h"
 #include "platforms/posix/MemoryLimit_p.h"
+#include "platforms/posix/ViewGuard_p.h"
 #include "platforms/posix/ViewPages_p.h"
 #include "q32Base/platform/CqScratchService.h"
 
@@ -10,18 +11,21 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <sys/types.h>
 
 /// Scratch files on real disks (docs/scratch-files.md).
 ///
 /// A file has one descriptor throughout its life, with a lock that marks the file as in use.
 /// Handles and mappings share the descriptor, so the lock is released with the last of them; when
 /// the process dies, the system releases it. A forked child that doesn't execute another program
-/// shares the lock too, and so keeps the file in use.
+/// shares the lock too, and so keeps the file safe from a sweep; each of them can delete it.
 class CqPosixScratch : public CqScratchService {
 public:
     /// @param usableMemory  returns how many bytes the process may use; 0 when unknown
+    /// @param guardViews    whether lost pages become zeros; needs `ViewGuard::fnInstall`
     explicit CqPosixScratch(std::shared_ptr<const q32::posix::CodePage> codePage,
-                            std::uint64_t (*usableMemory)() = q32::posix::fnUsableMemory);
+                            std::uint64_t (*usableMemory)() = q32::posix::fnUsableMemory,
+                            bool guardViews = false);
 
     bool fnCreateName(const char* directory, const char* prefix, std::string& name) override;
     /// Takes over the file created by `fnCreateName`, which is still locked. Any other name is
@@ -42,7 +46,10 @@ public:
     /// Has an effect only when all views together exceed half of the usable memory; otherwise the
     /// system's own paging is better.
     void fnAdvise(CQ_VIEW_ADVICE advice, void* address, std::uint32_t size) noexcept override;
-    /// Fails for a file in use.
+    std::uint32_t fnCountLosses(const void* address) noexcept override;
+    /// Fails for a file in use: of this service as long as one of its handles is open, and of
+    /// others as long as it is locked. A file of this service is known by its device and number, so
+    /// that a lock which a forked child shares doesn't keep it.
     bool fnDelete(const char* name) noexcept override;
 
 private:
@@ -55,15 +62,25 @@ private:
         std::shared_ptr<q32::posix::Descriptor> m_pFile;
         std::uint32_t m_nSize = 0;
         std::unique_ptr<q32::posix::ViewPages> m_pPages;
+        q32::posix::ViewGuard m_Guard;
+    };
+
+    /// A file that this service created or opened, until it is deleted.
+    struct OwnFile {
+        std::shared_ptr<q32::posix::Descriptor> m_pCreated; ///< null once it is opened
+        std::weak_ptr<q32::posix::Descriptor> m_pOpen;      ///< expired once nothing uses it
+        dev_t m_nDevice = 0;
+        ino_t m_nNumber = 0;
     };
 
     std::uint32_t fnNextHandle();
     CqFileHandle fnAddFile(std::shared_ptr<q32::posix::Descriptor> file);
+    static bool fnIdentify(const std::shared_ptr<q32::posix::Descriptor>& file, OwnFile& own);
 
     std::shared_ptr<const q32::posix::CodePage> m_pCodePage;
     std::uint64_t (*m_fnUsableMemory)();
-    std::map<std::string, q32::posix::Descriptor, std::less<>>
-        m_Created; ///< created but not yet opened, by native path
+    bool m_bGuardViews;
+    std::map<std::string, OwnFile, std::less<>> m_Own; ///< by native path
     std::map<CqFileHandle, std::shared_ptr<q32::posix::Descriptor>> m_Files;
     std::map<CqMappingHandle, Mapping> m_Mappings;
     std::map<char*, View> m_Views; ///< by address

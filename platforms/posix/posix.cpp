@@ -30,12 +30,17 @@ void fnFillUp(CqPlatform& platform) {
 
 } // namespace
 
+std::uint64_t q32PosixUsableMemory() {
+    return fnUsableMemory();
+}
+
 CqPlatform q32PosixPlatform(const CqPosixOptions& options) {
     const auto codePage = std::make_shared<const CodePage>(options.m_szLocale);
     CqPlatform platform = options.m_Others;
     fnFillUp(platform);
     platform.m_pMemory = std::make_shared<CqPosixMemory>();
-    platform.m_pScratch = std::make_shared<CqPosixScratch>(codePage);
+    platform.m_pScratch = std::make_shared<CqPosixScratch>(
+        codePage, fnUsableMemory, options.m_bGuardViews && ViewGuard::fnInstall());
     platform.m_pFiles = std::make_shared<CqPosixFiles>(options, codePage);
     platform.m_pLocale = std::make_shared<CqPosixLocale>(codePage);
     if (options.m_bSystemErrors)

@@ -7,12 +7,17 @@
 #include "q32Base/platform/Export.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string>
 
 /// A complete platform: memory, scratch files, files, language and errors of this system, and the
 /// rest according to the options. Throws std::bad_alloc.
 Q32_API CqPlatform q32PosixPlatform(const CqPosixOptions& options = {});
+
+/// How many bytes of memory this process may use: those of the machine, or less where a control
+/// group limits it. 0 when unknown. Throws std::bad_alloc.
+Q32_API std::uint64_t q32PosixUsableMemory();
 
 /// Deletes scratch files left by killed processes in a directory: regular files owned by the
 /// caller, named "~qd*.tmp", that are not locked. Files in use by any process stay.

@@ -75,8 +75,16 @@ void CqImage::fnFreeBuf() {
 }
 
 void CqImage::fnSetBuf(CqTileMap* map) {
+    std::unique_ptr<CqTileMap> fresh(map);
+    if (TileMap)
+        TileMap->fnRequirePixels(); // what the new storage was made from
+    fnTakeBuf(std::move(fresh));
+}
+
+void CqImage::fnTakeBuf(std::unique_ptr<CqTileMap> map) {
+    map->fnRequirePixels();
     fnFreeBuf();
-    TileMap = map;
+    TileMap = map.get();
     Width = map->Width;
     Height = map->Height;
     BitCount = map->BitCount;
@@ -86,6 +94,7 @@ void CqImage::fnSetBuf(CqTileMap* map) {
     TileCount = map->TileCount;
     TilesAcross = map->TilesAcross;
     TilesDown = map->TilesDown;
+    map.release(); // NOLINT(bugprone-unused-return-value): it is the image's
 }
 
 void CqImage::fnSwapBuf(CqImage& other) noexcept {
@@ -112,7 +121,8 @@ void CqImage::fnAlloc(unsigned int width, unsigned int height, unsigned int bitC
         count = 1u << bitCount;
     else if (palette == q32GreyRamp)
         count = 256;
-    fnSetBuf(q32::fnNew<CqTileMap>(width, height, bitCount, palette, count));
+    fnTakeBuf(
+        std::unique_ptr<CqTileMap>(q32::fnNew<CqTileMap>(width, height, bitCount, palette, count)));
 }
 
 void CqImage::fnAlloc(unsigned int width, unsigned int height, unsigned int bitCount,
@@ -147,6 +157,8 @@ CqImage& CqImage::operator=(CqImage& other) {
         fnAccessTile(i, &to);
         to.fnCopy(from);
     }
+    other.TileMap->fnRequirePixels();
+    TileMap->fnRequirePixels();
     if (!other.Title.IsEmpty())
         Title = other.Title;
     TitleFlag = other.TitleFlag;
@@ -179,6 +191,10 @@ bool CqImage::fnIsGrayScale() const {
 
 CString CqImage::fnGetScratchPath() const {
     return TileMap ? TileMap->fnGetBlock().fnGetFileName() : CString();
+}
+
+std::uint32_t CqImage::fnCountLosses() const noexcept {
+    return TileMap ? TileMap->fnGetBlock().fnCountLosses() : 0;
 }
 
 unsigned char* CqImage::fnGetPixelAddr(int x, int y) {

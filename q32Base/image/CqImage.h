@@ -13,6 +13,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 class CqProgressDisplay;
 class CqTileMap;
@@ -89,6 +90,13 @@ public:
     /// Path of the scratch file that holds the pixels; empty for pixels in RAM, and without
     /// storage. The file belongs to the image.
     CString fnGetScratchPath() const;
+    /// How often pixels in the scratch file were lost and became zeros, because its disk could not
+    /// supply them any more; 0 for pixels in RAM, and without storage. The operation in which it
+    /// happens raises the memory exception at its end, and a reader or writer of pixels returns
+    /// false, once; what is left of the image can still be used. Drawing and the accessors only
+    /// count. Without a platform that survives this (`CqPosixOptions::m_bGuardViews`), the system
+    /// ends the process instead.
+    std::uint32_t fnCountLosses() const noexcept;
 
     /// Address of a pixel, which must lie inside the image. At 4 bits an odd x gives the byte after
     /// the one that holds its pair, deliberately.
@@ -229,10 +237,13 @@ protected:
     void fnInit();
     /// Destroys the storage; the mirror fields keep their values.
     void fnFreeBuf();
-    /// Destroys the storage, takes ownership of `map` and mirrors it.
+    /// Destroys the storage, takes ownership of `map` and mirrors it. If pixels of either were
+    /// lost and that wasn't reported yet, destroys `map` and raises the memory exception.
     void fnSetBuf(CqTileMap* map);
 
 private:
+    /// The same; pixels of the old storage don't matter.
+    Q32_LOCAL void fnTakeBuf(std::unique_ptr<CqTileMap> map);
     Q32_LOCAL void fnTakeDib(const BITMAPINFOHEADER* header, std::size_t size);
     Q32_LOCAL void fnTransferDib(const BITMAPINFOHEADER* header, std::size_t size);
     Q32_LOCAL void fnDecompressRle8(const BITMAPINFOHEADER* header, std::size_t size);

@@ -1,3 +1,4 @@
+#include "q32Base/framework/CheckedSize_p.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/DibLayout_p.h"
@@ -86,12 +87,14 @@ void CqImage::fnLoad(int id, unsigned int depth) {
     const auto layout = fnReadDibLayout(fnBlock(header, data.m_nSize));
     if (!layout)
         AfxThrowResourceException();
-    fnSetBuf(fnMakeMap(*layout, fnBlock(header, data.m_nSize), layout->m_nHeight));
+    fnTakeBuf(std::unique_ptr<CqTileMap>(
+        fnMakeMap(*layout, fnBlock(header, data.m_nSize), layout->m_nHeight)));
     if (header->biCompression > BI_BITFIELDS) {
         fnFreeBuf();
         AfxThrowResourceException();
     }
     fnTakeDib(header, data.m_nSize);
+    TileMap->fnRequirePixels();
     if (depth != 0)
         fnConvert(depth, true, nullptr);
 }
@@ -100,9 +103,10 @@ CqImage& CqImage::operator=(BITMAPINFOHEADER* const header) {
     const auto layout = fnReadDibLayout(fnBlock(header, kDibHeaderBytes));
     const std::size_t size = fnGetDeclaredSize(*layout);
     // A negative height becomes a large unsigned number, which no image can have.
-    fnSetBuf(
-        fnMakeMap(*layout, fnBlock(header, size), static_cast<std::uint32_t>(header->biHeight)));
+    fnTakeBuf(std::unique_ptr<CqTileMap>(
+        fnMakeMap(*layout, fnBlock(header, size), static_cast<std::uint32_t>(header->biHeight))));
     fnTakeDib(header, size);
+    TileMap->fnRequirePixels();
     DpiX = header->biXPelsPerMeter;
     DpiY = header->biYPelsPerMeter;
     return *this;
@@ -132,7 +136,8 @@ CqImage::operator BITMAPINFOHEADER*() {
     // A 4-bit row can be longer than the stride: it then extends into its neighbour, and the last
     // one in memory beyond the end, into the slack.
     constexpr std::size_t kSlack = 4;
-    void* block = ::operator new(head + Height * stride + kSlack, std::nothrow);
+    const q32::CheckedSize size = q32::CheckedSize(Height) * stride + head + kSlack;
+    void* block = ::operator new(size.fnGetOrThrow(), std::nothrow);
     if (!block)
         AfxThrowMemoryException();
     struct Free {
@@ -169,6 +174,7 @@ CqImage::operator BITMAPINFOHEADER*() {
         if (stride > RowBytes)
             std::memset(row + RowBytes, 0, stride - RowBytes);
     }
+    TileMap->fnRequirePixels();
     static_cast<void>(owner.release());
     return header;
 }

@@ -188,7 +188,7 @@ bool CqPixelReader::fnRead(const CRect& rect, void* out, std::size_t stride) con
                          m_Run.fnRun(indices, to + offset + done * m_nPixelBytes, part);
                      }
                  });
-    return true;
+    return !m_pMap->fnHasNewLosses();
 }
 
 bool CqPixelReader::fnReadRow(std::uint32_t x, std::uint32_t y, std::uint32_t count,
@@ -220,7 +220,7 @@ bool CqPixelReader::fnPick(const std::uint32_t* rows, std::size_t rowCount,
         else
             picking.fnPickRow(rows[i], to);
     }
-    return true;
+    return !m_pMap->fnHasNewLosses();
 }
 
 CqPixelWriter::CqPixelWriter(CqImage& image, PIXEL_ORDER order) noexcept
@@ -246,7 +246,7 @@ bool CqPixelWriter::fnWrite(const CRect& rect, const void* in, std::size_t strid
                 q32::fnPackNibbles(indices, part, pixels, nibble + done);
             }
         });
-    return true;
+    return !m_pMap->fnHasNewLosses();
 }
 
 bool CqPixelWriter::fnWriteRow(std::uint32_t x, std::uint32_t y, std::uint32_t count,

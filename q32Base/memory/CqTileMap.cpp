@@ -1,3 +1,4 @@
+#include "q32Base/framework/CheckedSize_p.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/pixels/PixelFormat_p.h"
@@ -29,7 +30,8 @@ CqTileMap::CqTileMap(std::uint32_t width, std::uint32_t height, std::uint32_t bi
         std::memset(Palette.get(), 0, slots * sizeof(RGBQUAD));
         fnInitPalette(palette);
     }
-    m_Block = q32::PixelBlock(fnBlockSize());
+    // At 4 bits, single-pixel access at the last odd column of the last row touches one more byte.
+    m_Block = q32::PixelBlock(BufferSize, BitCount == 4 ? 1 : 0);
     PixelBuffer = m_Block.fnGetBytes();
     fnFillTileTable();
 }
@@ -37,14 +39,14 @@ CqTileMap::CqTileMap(std::uint32_t width, std::uint32_t height, std::uint32_t bi
 CqTileMap::~CqTileMap() = default;
 
 void CqTileMap::fnSetGeometry() {
-    const std::uint64_t rowBytes = (static_cast<std::uint64_t>(Width) * BitCount + 7) >> 3;
+    const q32::CheckedSize rowBytes = (q32::CheckedSize(Width) * BitCount).fnDivideUp(8);
     constexpr std::uint32_t kMaxPixels = 0x7FFFFFFFu; // positions are signed
     constexpr std::uint32_t kMaxBytes = 0xFFFFFFFEu;  // leaves space for a byte of slack
     if (Width == 0 || Height == 0 || Width > kMaxPixels || Height > kMaxPixels ||
-        !q32::fnFindPixelFormat(BitCount) || rowBytes > kMaxBytes / Height)
+        !q32::fnFindPixelFormat(BitCount) || !(rowBytes * Height).fnIsWithin(kMaxBytes))
         AfxThrowMemoryException();
     BytesPerPixel = BitCount >> 3;
-    RowBytes = static_cast<std::uint32_t>(rowBytes);
+    RowBytes = rowBytes.fnGetOrThrow<std::uint32_t>();
     BufferSize = RowBytes * Height;
     if (BitCount == 4) { // two pixels share a byte, and no tile edge may split it
         TileWidth = Width;
@@ -64,11 +66,6 @@ void CqTileMap::fnSetGeometry() {
     const std::uint32_t drawRow = (drawWidth * BitCount) >> 3;
     DibTileBytes = ((drawRow + 3) & ~3u) * drawHeight;
     PackedTileBytes = q32::fnIsIndexed(BitCount) ? drawWidth * drawHeight : drawRow * drawHeight;
-}
-
-std::uint32_t CqTileMap::fnBlockSize() const {
-    // At 4 bits, single-pixel access at the last odd column of the last row touches one more byte.
-    return BitCount == 4 ? BufferSize + 1 : BufferSize;
 }
 
 void CqTileMap::fnFillTileTable() {

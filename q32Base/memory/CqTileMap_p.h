@@ -3,6 +3,7 @@
 #include "q32Base/framework/CList.h"
 #include "q32Base/framework/CPalette.h"
 #include "q32Base/framework/CString.h"
+#include "q32Base/framework/Exceptions.h"
 #include "q32Base/framework/Sync.h"
 #include "q32Base/framework/Values.h"
 #include "q32Base/memory/PixelBlock.h"
@@ -12,6 +13,7 @@
 #include <cstdint>
 #include <memory>
 #include <new>
+#include <utility>
 
 class CqImageLine;
 class CqImageTile;
@@ -57,6 +59,18 @@ public:
     /// The block that `PixelBuffer` points into; it also says whether the pixels lie in RAM or in
     /// which file.
     const q32::PixelBlock& fnGetBlock() const { return m_Block; }
+
+    /// Whether pixels were lost (`q32::PixelBlock::fnCountLosses`) since this was last asked. So a
+    /// loss is reported once, and what is left of the image can still be read.
+    bool fnHasNewLosses() const noexcept {
+        const std::uint32_t losses = m_Block.fnIsOnDisk() ? m_Block.fnCountLosses() : 0;
+        return losses != std::exchange(m_nLosses, losses);
+    }
+    /// Raises the memory exception for such a loss, at the end of an operation.
+    void fnRequirePixels() const {
+        if (fnHasNewLosses())
+            AfxThrowMemoryException();
+    }
 
     /// A number that no other map of this process has or had; never 0. It tells storage apart that
     /// lies at one address at different times.
@@ -139,6 +153,7 @@ private:
 
     q32::PixelBlock m_Block;
     const std::uint64_t m_nSerial = fnMakeSerial();
+    mutable std::uint32_t m_nLosses = 0; ///< those reported
 
     /// Frees what came from `::operator new`.
     struct RawDelete {
@@ -161,5 +176,4 @@ public:
 private:
     void fnSetGeometry();
     void fnFillTileTable();
-    std::uint32_t fnBlockSize() const;
 };

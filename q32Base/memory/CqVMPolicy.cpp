@@ -33,7 +33,8 @@ void fnStoreTempPath(char (&target)[kMaxPathBytes]) {
 
 CqVMPolicy::CqVMPolicy()
     : DiskFlags{true, false, false, false}, DiskPaths{}, AnyDiskEnabled(true), MemPercent(100),
-      MemEnabled(false), RamLimit(fnPhysicalBytes()), RamUsed(0) {
+      MemEnabled(false), RamLimit(fnPhysicalBytes()), RamUsed(0),
+      m_nRamBound(q32::fnPlatform().m_pMemory->fnGetBlockLimit()) {
     q32::fnGuardMemory([this] { fnStoreTempPath(DiskPaths[0]); });
 }
 
@@ -81,6 +82,7 @@ bool CqVMPolicy::fnReadSettings() {
     // Deliberate: the product wraps at 32 bits before the division, at 100 percent too.
     const std::uint32_t product = (MemEnabled ? MemPercent : 100u) * fnPhysicalBytes();
     RamLimit = product / 100;
+    m_nRamBound = q32::fnPlatform().m_pMemory->fnGetBlockLimit();
     return true;
 }
 
@@ -116,6 +118,21 @@ bool CqVMPolicy::fnWriteSettings() const {
     return fnWriteSetting(STRING_SECTION_VM_POLICY, STRING_KEY_MEM_PERCENT,
                           static_cast<int>(MemPercent)) &&
            fnWriteSetting(STRING_SECTION_VM_POLICY, STRING_KEY_MEM_ENABLED, MemEnabled);
+}
+
+void CqVMPolicy::fnSetRamLimit(std::uint64_t bytes) {
+    RamLimit = static_cast<std::uint32_t>(std::min<std::uint64_t>(bytes, UINT32_MAX));
+    m_nRamBound = bytes;
+}
+
+void CqVMPolicy::fnConsumeRAM(unsigned long size) {
+    RamUsed += static_cast<std::uint32_t>(size);
+    m_nRamBytes += size;
+}
+
+void CqVMPolicy::fnReleaseRAM(unsigned long size) {
+    RamUsed -= static_cast<std::uint32_t>(size);
+    m_nRamBytes -= std::min<std::uint64_t>(size, m_nRamBytes);
 }
 
 CqDiskUsage CqVMPolicy::fnGetDiskUsage(unsigned int index) const {

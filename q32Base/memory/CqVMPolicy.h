@@ -47,29 +47,43 @@ public:
     bool fnIsMemEnabled() const { return MemEnabled; }
     void fnEnableMemUsage(bool enable) { MemEnabled = enable; }
 
-    /// Bytes of RAM that buffers may take.
+    /// Bytes of RAM that buffers may take, as 32 bits count them: a greater limit is all bits set.
     std::uint32_t fnGetRamLimit() const { return RamLimit; }
-    /// Sets that limit directly, until the settings are next read. It isn't stored.
-    void fnSetRamLimit(std::uint32_t bytes) { RamLimit = bytes; }
-    /// Bytes of RAM that buffers occupy at present.
+    /// Sets that limit and `fnGetRamBound` directly, until the settings are next read. It isn't
+    /// stored.
+    void fnSetRamLimit(std::uint64_t bytes);
+    /// Bytes of RAM that buffers together never exceed, counted in 64 bits: the host's limit, else
+    /// that of the memory service. `kNoMemoryLimit`: none.
+    std::uint64_t fnGetRamBound() const { return m_nRamBound; }
+    /// Bytes of RAM that buffers occupy at present, modulo 4 GiB.
     std::uint32_t fnGetRamUsed() const { return RamUsed; }
+    /// Bytes of RAM that buffers occupy at present.
+    std::uint64_t fnGetRamBytes() const { return m_nRamBytes; }
+    /// Whether a block of `size` bytes more stays within `fnGetRamBound`.
+    bool fnFitsRam(std::uint64_t size) const {
+        return size <= m_nRamBound && m_nRamBytes <= m_nRamBound - size;
+    }
     /// What the buffers whose files lie in a disk's directory occupy at present.
     CqDiskUsage fnGetDiskUsage(unsigned int index) const;
 
     /// Reads (true) or writes (false) the section "VMPolicy" of the settings file. Reading computes
     /// the RAM limit again, in 32 bits that wrap before the division by 100, deliberately (call
-    /// fnSetRamLimit afterwards to set another), and never fails: a key that can't be read counts
-    /// as missing, and a disk keeps its path and flag when memory runs out. False when a write
-    /// fails.
+    /// fnSetRamLimit afterwards to set another), and asks the memory service for the bound again.
+    /// It never fails: a key that can't be read counts as missing, and a disk keeps its path and
+    /// flag when memory runs out. False when a write fails.
     bool fnSerialize(bool read);
 
     /// Chooses where to put a block of `size` bytes. True with an empty `path` means RAM; otherwise
     /// `path` is a scratch directory, which is created if it is missing. False when there is no
     /// space, no memory, or the directory can't be created. Never throws.
+    ///
+    /// The sum of RAM in use and `size` is that of 32 bits, which wraps, deliberately. The
+    /// allocator therefore asks `fnFitsRam` as well, and takes a block that doesn't fit to a
+    /// scratch disk.
     bool fnSearchAvail(unsigned long size, bool allowRam, CString& path);
     /// Keep the record of RAM in use; sizes in bytes. For the allocator.
-    void fnConsumeRAM(unsigned long size) { RamUsed += static_cast<std::uint32_t>(size); }
-    void fnReleaseRAM(unsigned long size) { RamUsed -= static_cast<std::uint32_t>(size); }
+    void fnConsumeRAM(unsigned long size);
+    void fnReleaseRAM(unsigned long size);
 
     /// Deletes left-over temporary files, listed in all scratch directories, by their bare names,
     /// deliberately: only files of those names in the current directory are deleted. A host deletes
@@ -100,6 +114,8 @@ private:
     bool MemEnabled;
     std::uint32_t RamLimit;
     std::uint32_t RamUsed;
+    std::uint64_t m_nRamBytes = 0;
+    std::uint64_t m_nRamBound;
     CList<NotedFile, const NotedFile&> m_ScratchFiles;
 };
 

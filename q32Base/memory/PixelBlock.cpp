@@ -1,13 +1,14 @@
 #include "q32Base/memory/PixelBlock.h"
 
 #include "q32Base/memory/PixelBuffer_p.h"
+#include "q32Base/platform/CqPlatform.h"
 
 #include <utility>
 
 namespace q32 {
 
-PixelBlock::PixelBlock(std::uint32_t size) : m_nSize(size) {
-    m_pBytes = AllocPixelBuffer(size, m_File, m_Mapping, m_strFileName);
+PixelBlock::PixelBlock(std::uint32_t size, std::uint32_t slack) : m_nSize(size), m_nSlack(slack) {
+    m_pBytes = AllocPixelBuffer(size, m_File, m_Mapping, m_strFileName, slack);
 }
 
 PixelBlock::PixelBlock(unsigned char* bytes, std::uint32_t size, CqFileHandle file,
@@ -26,12 +27,17 @@ PixelBlock& PixelBlock::operator=(PixelBlock&& other) noexcept {
 
 PixelBlock::~PixelBlock() {
     if (m_pBytes)
-        FreePixelBuffer(m_pBytes, m_nSize, &m_File, &m_Mapping, &m_strFileName);
+        FreePixelBuffer(m_pBytes, m_nSize, &m_File, &m_Mapping, &m_strFileName, m_nSlack);
+}
+
+std::uint32_t PixelBlock::fnCountLosses() const noexcept {
+    return fnIsOnDisk() ? fnPlatform().m_pScratch->fnCountLosses(m_pBytes) : 0;
 }
 
 void PixelBlock::fnSwap(PixelBlock& other) noexcept {
     std::swap(m_pBytes, other.m_pBytes);
     std::swap(m_nSize, other.m_nSize);
+    std::swap(m_nSlack, other.m_nSlack);
     std::swap(m_File, other.m_File);
     std::swap(m_Mapping, other.m_Mapping);
     std::swap(m_strFileName, other.m_strFileName);

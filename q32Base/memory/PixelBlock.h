@@ -16,7 +16,9 @@ public:
     PixelBlock() = default;
     /// Allocates `size` bytes where the memory policy decides; their contents are what the platform
     /// provides. Raises the memory exception when neither RAM nor any scratch disk has space.
-    explicit PixelBlock(std::uint32_t size);
+    /// @param slack  bytes after those, at most a page, that can be accessed too. They count
+    ///               nowhere, and their contents may be lost.
+    explicit PixelBlock(std::uint32_t size, std::uint32_t slack = 0);
     /// Takes ownership of a block of `AllocPixelBuffer`, with the values that describe it.
     PixelBlock(unsigned char* bytes, std::uint32_t size, CqFileHandle file, CqMappingHandle mapping,
                const CString& fileName) noexcept;
@@ -35,12 +37,16 @@ public:
     const CString& fnGetFileName() const { return m_strFileName; }
     /// Whether the block lies in a file on a scratch disk.
     bool fnIsOnDisk() const { return m_File != kNoFile; }
+    /// How often bytes of a block on disk were lost and became zeros, because the disk could not
+    /// supply them any more. Counted where the scratch service survives that, else 0.
+    std::uint32_t fnCountLosses() const noexcept;
 
 private:
     void fnSwap(PixelBlock& other) noexcept;
 
     unsigned char* m_pBytes = nullptr; ///< owned
     std::uint32_t m_nSize = 0;
+    std::uint32_t m_nSlack = 0;
     CqFileHandle m_File = kNoFile;
     CqMappingHandle m_Mapping = kNoMapping;
     CString m_strFileName;

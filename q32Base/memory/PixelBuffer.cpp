@@ -8,8 +8,16 @@
 
 namespace {
 
+/// Size of the file and the view for a block with slack. A view is whole pages, so that slack is
+/// missing only where the block ends with its page.
+std::uint32_t fnViewBytes(std::uint32_t size, std::uint32_t slack) {
+    constexpr std::uint32_t kPage = 4096; // the smallest that a system has
+    const std::uint32_t behind = (kPage - size % kPage) % kPage;
+    return slack > behind ? size + slack : size;
+}
+
 /// A block in RAM; null if there is none, and the caller then tries the disks.
-unsigned char* fnAllocRam(std::uint32_t size) {
+unsigned char* fnAllocRam(std::size_t size) {
     CqMemoryService& memory = *q32::fnPlatform().m_pMemory;
     void* block = memory.fnReserve(size);
     if (!block)
@@ -40,11 +48,12 @@ public:
             m_Service.fnCloseMapping(m_Mapping);
         if (m_File != kNoFile)
             m_Service.fnClose(m_File);
-        if (m_bOpened)
+        if (m_bDelete)
             m_Service.fnDelete(m_strName);
     }
 
-    /// False at the first step that fails. A file that can't even be opened stays behind, empty.
+    /// False at the first step that fails. A file that the service refuses to open stays behind,
+    /// empty, deliberately; one that there is no memory to open doesn't.
     bool fnMake(const CString& directory, std::uint32_t size) {
         m_nSize = size;
         // Space for the name is reserved first, so that running out of memory can't leave a file
@@ -55,10 +64,11 @@ public:
         if (!m_Service.fnCreateName(directory, q32::fnFindString(q32::STRING_TEMP_PREFIX), name))
             return false;
         m_strName = name.c_str();
+        m_bDelete = true;
         m_File = m_Service.fnOpen(m_strName);
-        if (m_File == kNoFile)
+        m_bDelete = m_File != kNoFile;
+        if (!m_bDelete)
             return false;
-        m_bOpened = true;
         if (!m_Service.fnSetSize(m_File, size))
             return false;
         m_File = m_Service.fnReopen(m_File, m_strName);
@@ -81,7 +91,7 @@ public:
         m_pView = nullptr;
         m_Mapping = kNoMapping;
         m_File = kNoFile;
-        m_bOpened = false;
+        m_bDelete = false;
         return view;
     }
 
@@ -92,13 +102,13 @@ private:
     void* m_pView = nullptr;
     std::uint32_t m_nSize = 0;
     CString m_strName;
-    bool m_bOpened = false;
+    bool m_bDelete = false;
 };
 
 } // namespace
 
 unsigned char* AllocPixelBuffer(std::uint32_t size, CqFileHandle& file, CqMappingHandle& mapping,
-                                CString& name) {
+                                CString& name, std::uint32_t slack) {
     file = kNoFile;
     mapping = kNoMapping;
     name.Empty();
@@ -107,7 +117,10 @@ unsigned char* AllocPixelBuffer(std::uint32_t size, CqFileHandle& file, CqMappin
     if (!policy.fnSearchAvail(size, true, path))
         AfxThrowMemoryException();
     if (path.IsEmpty()) {
-        if (unsigned char* block = fnAllocRam(size)) {
+        unsigned char* block = nullptr;
+        if (policy.fnFitsRam(size))
+            block = fnAllocRam(std::size_t{size} + slack);
+        if (block) {
             policy.fnConsumeRAM(size);
             return block;
         }
@@ -116,7 +129,7 @@ unsigned char* AllocPixelBuffer(std::uint32_t size, CqFileHandle& file, CqMappin
     }
     return q32::fnGuardMemory([&] {
         ScratchFile scratch(*q32::fnPlatform().m_pScratch);
-        if (!scratch.fnMake(path, size))
+        if (!scratch.fnMake(path, fnViewBytes(size, slack)))
             AfxThrowMemoryException();
         policy.fnNoteScratchFile(scratch.fnGetName(), size);
         return scratch.fnHandOver(file, mapping, name);
@@ -124,16 +137,16 @@ unsigned char* AllocPixelBuffer(std::uint32_t size, CqFileHandle& file, CqMappin
 }
 
 void FreePixelBuffer(unsigned char* address, std::uint32_t size, CqFileHandle* file,
-                     CqMappingHandle* mapping, CString* name) {
+                     CqMappingHandle* mapping, CString* name, std::uint32_t slack) {
     if (*file == kNoFile) {
         CqMemoryService& memory = *q32::fnPlatform().m_pMemory;
-        memory.fnDecommit(address, size);
-        memory.fnRelease(address, size);
+        memory.fnDecommit(address, std::size_t{size} + slack);
+        memory.fnRelease(address, std::size_t{size} + slack);
         q32GetVMPolicy()->fnReleaseRAM(size);
         return;
     }
     CqScratchService& scratch = *q32::fnPlatform().m_pScratch;
-    scratch.fnUnmapView(address, size);
+    scratch.fnUnmapView(address, fnViewBytes(size, slack));
     scratch.fnCloseMapping(*mapping);
     *mapping = kNoMapping;
     scratch.fnClose(*file);

@@ -13,11 +13,13 @@
 /// @param file     `kNoFile` for a block in RAM
 /// @param mapping  `kNoMapping` for a block in RAM
 /// @param name     the file's full name; empty for a block in RAM
+/// @param slack    bytes after those, at most a page, that can be accessed too and count nowhere
 /// @return the block, never null. Raises the memory exception when neither RAM nor any scratch disk
-///         has space; no file is left then, except an empty one that could not be opened.
+///         has space; no file is left then, except an empty one that the service refused to open.
 unsigned char* AllocPixelBuffer(std::uint32_t size, CqFileHandle& file, CqMappingHandle& mapping,
-                                CString& name);
+                                CString& name, std::uint32_t slack = 0);
 
-/// Releases a block, deletes its file, and resets the three to their empty values.
+/// Releases a block, deletes its file, and resets the three to their empty values. Size and slack
+/// are those of its allocation.
 void FreePixelBuffer(unsigned char* address, std::uint32_t size, CqFileHandle* file,
-                     CqMappingHandle* mapping, CString* name);
+                     CqMappingHandle* mapping, CString* name, std::uint32_t slack = 0);

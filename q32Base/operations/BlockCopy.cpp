@@ -100,4 +100,6 @@ void CqImage::fnCopyBlock(CqImage& src, const CRect* rect, int x, int y) {
         fnCopyBlock4(*src.TileMap, block, *TileMap, x);
     else
         q32::fnCopyPixels(*src.TileMap, block, *TileMap, x, y);
+    src.TileMap->fnRequirePixels();
+    TileMap->fnRequirePixels();
 }

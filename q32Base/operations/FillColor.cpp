@@ -66,10 +66,12 @@ void CqImage::fnFill(const CqColor& color, const CRect* rect, bool draw) {
         fnFillRect(*TileMap, color, inside);
         if (draw)
             fnShow(*this, inside);
-        return;
+        return TileMap->fnRequirePixels();
     }
-    if (!draw)
-        return fnFillAll(*TileMap, color);
+    if (!draw) {
+        fnFillAll(*TileMap, color);
+        return TileMap->fnRequirePixels();
+    }
     unsigned char pixel[4];
     const unsigned int bytes = q32::fnPackFill(*TileMap, color, pixel);
     CqImageTile tile(true);
@@ -78,4 +80,5 @@ void CqImage::fnFill(const CqColor& color, const CRect* rect, bool draw) {
         q32::fnFillPixels(tile.Pixels, pixel, bytes, tile.Size / bytes);
         tile.fnDraw(nullptr);
     }
+    TileMap->fnRequirePixels();
 }

@@ -143,4 +143,6 @@ void CqImage::fnFill(CqImage& pattern, const CRect* srcRect, const CRect* dstRec
         fnFillByTiles(*TileMap, *pattern.TileMap, src, dst);
     else
         fnFillByCopies(*this, pattern, src, dst);
+    pattern.TileMap->fnRequirePixels();
+    TileMap->fnRequirePixels();
 }

@@ -137,4 +137,6 @@ void CqImage::fnMerge(CqImage& src, const CRect* rect, const CqMergeParam& param
         fnMergeTiles(merge, *src.TileMap, *TileMap, run);
     else
         fnMergeLines(merge, src, *this, run);
+    src.TileMap->fnRequirePixels();
+    TileMap->fnRequirePixels();
 }

@@ -35,6 +35,9 @@ public:
                 m_nHeight,      m_nBytes,  m_Block.fnIsOnDisk()};
     }
 
+    /// Whether pixels were lost.
+    bool fnHasLosses() const { return m_Block.fnCountLosses() != 0; }
+
 private:
     static constexpr std::uint32_t kTileShift = 7; ///< tiles of 128
     static constexpr std::uint32_t kWideShift = 9; ///< a block of the column filter at 8 bits
@@ -89,8 +92,11 @@ bool fnFilterResample(const CqTileMap& source, CqTileMap& target, double scaleX,
     const IntermediateBuffer buffer(rowsFirst ? target.Width : source.Width,
                                     rowsFirst ? source.Height : target.Height,
                                     target.BytesPerPixel);
-    return (rowsFirst ? fnFilterRowsFirst : fnFilterColsFirst)(from, to, buffer.fnArea(), scaleX,
-                                                               scaleY, progress);
+    const bool done = (rowsFirst ? fnFilterRowsFirst : fnFilterColsFirst)(from, to, buffer.fnArea(),
+                                                                          scaleX, scaleY, progress);
+    if (buffer.fnHasLosses())
+        AfxThrowMemoryException();
+    return done;
 }
 
 } // namespace q32

@@ -132,6 +132,7 @@ bool fnRotateHalf(CqTileMap& map, CPoint& center, CqProgressDisplay* progress) {
         map.fnAccessLine(i, &top, false);
         top.fnReverseLine();
     }
+    map.fnRequirePixels();
     center = {fnWrapSub(static_cast<LONG>(map.Width), center.x),
               fnWrapSub(static_cast<LONG>(map.Height), center.y)};
     return true;

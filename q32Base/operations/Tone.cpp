@@ -2,6 +2,7 @@
 #include "q32Base/image/CqImage.h"
 #include "q32Base/kernels/HueShift_p.h"
 #include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/operations/ToneCurves_p.h"
 #include "q32Base/pixels/PixelFormat_p.h"
 #include "q32Base/services/CqProgressDisplay.h"
@@ -27,6 +28,7 @@ void fnChangeTiles(CqImage& image, bool draw, CqProgressDisplay* progress, Chang
         if (aborted)
             return;
     }
+    image.TileMap->fnRequirePixels();
 }
 
 std::size_t fnPixelCount(const CqImageTile& tile) {

@@ -5,6 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 
+/// The limit of memory that has none: all bits set.
+inline constexpr std::uint64_t kNoMemoryLimit = ~std::uint64_t{0};
+
 /// Address space and memory in whole ranges, for the library's large blocks.
 /// Called on the host's thread. Nothing here throws.
 class Q32_API CqMemoryService {
@@ -26,4 +29,8 @@ public:
 
     /// Physical memory of the machine in bytes.
     virtual std::uint64_t fnGetPhysicalBytes() = 0;
+
+    /// How many bytes the library's blocks may hold together where the host sets no limit of its
+    /// own. `kNoMemoryLimit`, which is the default: as many as the memory policy's settings allow.
+    virtual std::uint64_t fnGetBlockLimit() { return kNoMemoryLimit; }
 };

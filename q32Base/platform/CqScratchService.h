@@ -55,7 +55,9 @@ public:
 
     virtual void fnCloseMapping(CqMappingHandle mapping) noexcept = 0;
 
-    /// Maps the entire mapping into memory, page-aligned. Null on failure.
+    /// Maps the entire mapping into memory, page-aligned and in whole pages: the bytes behind it up
+    /// to the end of its last page, of 4096 bytes at least, can be accessed too, and aren't kept.
+    /// Null on failure.
     virtual void* fnMapView(CqMappingHandle mapping, std::uint32_t size) = 0;
 
     virtual void fnUnmapView(void* address, std::uint32_t size) noexcept = 0;
@@ -64,6 +66,11 @@ public:
     /// A service may ignore it, and doesn't report whether it did.
     virtual void fnAdvise(CQ_VIEW_ADVICE /*advice*/, void* /*address*/,
                           std::uint32_t /*size*/) noexcept {}
+
+    /// How often bytes of the view at `address` were lost since it was mapped: the disk could not
+    /// supply them any more, and zeros took their place. A service that ends the process in that
+    /// case counts none.
+    virtual std::uint32_t fnCountLosses(const void* /*address*/) noexcept { return 0; }
 
     /// Deletes a file by its name; a name without a directory is relative to the current one.
     virtual bool fnDelete(const char* name) noexcept = 0;

@@ -120,6 +120,18 @@ TEST_P(ScratchContract, AViewIsPageAlignedZeroedAndWritableToItsEnd) {
     }
 }
 
+TEST_P(ScratchContract, AViewIsWholePagesAndItsFileIsNot) {
+    constexpr std::uint32_t kSize = 4096 + 15;
+    Buffer buffer;
+    ASSERT_NO_FATAL_FAILURE(fnBegin(kSize, buffer));
+    for (std::uint32_t at : {kSize, 8191u}) {
+        buffer.m_pBytes[at] = 0x77;
+        EXPECT_EQ(buffer.m_pBytes[at], 0x77);
+    }
+    EXPECT_EQ(fnGetSize(buffer.m_szName), kSize);
+    fnEnd(buffer);
+}
+
 TEST_P(ScratchContract, WhatWasWrittenIntoAViewIsInTheFile) {
     Buffer buffer;
     ASSERT_NO_FATAL_FAILURE(fnBegin(10000, buffer));

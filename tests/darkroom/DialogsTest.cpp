@@ -122,10 +122,8 @@ TEST_F(DarkroomWindow, PreferencesTakeEffectAndOutliveTheProgram) {
         dialog.findChild<QCheckBox*>("dither")->setChecked(false);
         fnAccept(dialog);
     });
-    const long pages = ::sysconf(_SC_PHYS_PAGES);
-    const auto memory =
-        static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
-    EXPECT_EQ(q32GetVMPolicy()->fnGetRamLimit(), darkroom::fnComputeLimit(memory, 37));
+    EXPECT_EQ(q32GetVMPolicy()->fnGetRamBound(),
+              darkroom::fnComputeLimit(darkroom::fnGetMachineMemory(), 37));
     for (const bool again : {false, true}) {
         if (again)
             fnRestart();
@@ -180,7 +178,7 @@ TEST_F(DarkroomWindow, TheShareInForceIsShownWithItsSizeInBytes) {
                                      darkroom::fnGetMachineMemory(), percent)));
     };
     expect(darkroom::kUsualShare);
-    EXPECT_EQ(bytes->text(), darkroom::fnTellSize(policy.fnGetRamLimit()));
+    EXPECT_EQ(bytes->text(), darkroom::fnTellSize(policy.fnGetRamBound()));
     on->setChecked(true);
     for (const unsigned int percent : {1u, 3u, 20u}) {
         share->setValue(static_cast<int>(percent));
@@ -189,7 +187,7 @@ TEST_F(DarkroomWindow, TheShareInForceIsShownWithItsSizeInBytes) {
     on->setChecked(false);
     expect(darkroom::kUsualShare);
     EXPECT_EQ(dialog.fnApply(), 0);
-    EXPECT_EQ(bytes->text(), darkroom::fnTellSize(policy.fnGetRamLimit()));
+    EXPECT_EQ(bytes->text(), darkroom::fnTellSize(policy.fnGetRamBound()));
 }
 
 TEST_F(DarkroomWindow, AnUnusableScratchFolderIsRefused) {

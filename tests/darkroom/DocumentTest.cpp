@@ -328,16 +328,19 @@ TEST_F(DarkroomDocument, AShareOfALargeMemoryIsNotTruncated) {
     EXPECT_EQ(darkroom::fnComputeLimit(1'000'000'000, 37), 370'000'000u);
     EXPECT_EQ(darkroom::fnComputeLimit(std::uint64_t{6} << 30, 50), 3'221'225'450u)
         << "the library's own rule wraps here";
-    EXPECT_EQ(darkroom::fnComputeLimit(std::uint64_t{64} << 30, 100), UINT32_MAX);
+    EXPECT_EQ(darkroom::fnComputeLimit(std::uint64_t{64} << 30, 50), 34'359'738'350u)
+        << "more than 32 bits count";
     q32GetVMPolicy()->fnEnableMemUsage(true);
     q32GetVMPolicy()->fnSetMemUsage(1);
     darkroom::fnApplyMemoryShare();
-    const std::uint32_t one = q32GetVMPolicy()->fnGetRamLimit();
+    const std::uint64_t one = q32GetVMPolicy()->fnGetRamBound();
     q32GetVMPolicy()->fnSetMemUsage(2);
     darkroom::fnApplyMemoryShare();
-    EXPECT_EQ(q32GetVMPolicy()->fnGetRamLimit(),
-              std::min<std::uint64_t>(2 * std::uint64_t{one}, UINT32_MAX));
+    EXPECT_EQ(q32GetVMPolicy()->fnGetRamBound(), 2 * one);
     EXPECT_GT(one, 0u);
+    q32GetVMPolicy()->fnSetMemUsage(100);
+    darkroom::fnApplyMemoryShare();
+    EXPECT_GE(q32GetVMPolicy()->fnGetRamBound(), 100 * one) << "not cut to 4 GiB";
 }
 
 TEST_F(DarkroomDocument, NotifiesItsListenerOfEachChange) {

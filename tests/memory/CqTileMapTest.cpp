@@ -60,6 +60,25 @@ TEST_F(CqTileMapTest, A4BitImageIsOneTileWhateverItsSize) {
     EXPECT_EQ(map.TileTable[0].Pixels, map.PixelBuffer);
 }
 
+TEST_F(CqTileMapTest, TheSpareByteOfA4BitImageCountsNowhere) {
+    CqVMPolicy& policy = *q32GetVMPolicy();
+    policy.fnSetRamLimit(15);
+    {
+        const CqTileMap map(9, 3, 4, nullptr, 16);
+        EXPECT_FALSE(map.fnGetBlock().fnIsOnDisk());
+        EXPECT_EQ(policy.fnGetRamUsed(), 15u);
+        EXPECT_EQ(policy.fnGetRamBytes(), 15u);
+        map.PixelBuffer[15] = 1;
+    }
+    EXPECT_EQ(policy.fnGetRamUsed(), 0u);
+    policy.fnSetRamLimit(14);
+    const CqTileMap map(9, 3, 4, nullptr, 16);
+    map.PixelBuffer[15] = 1;
+    const std::string name(map.fnGetBlock().fnGetFileName());
+    EXPECT_EQ(m_World->m_pDisks->fnGetFile(name)->size(), 15u);
+    EXPECT_EQ(policy.fnGetDiskUsage(0).m_nBytes, 15u);
+}
+
 TEST_F(CqTileMapTest, FieldsHaveTheirStartValues) {
     const CqTileMap map(5, 3, 4, nullptr, 16);
     EXPECT_EQ(map.RowBytes, 3u);

@@ -238,6 +238,41 @@ TEST_F(CqVMPolicyTest, TheSumWithTheRamInUseMayWrap) {
     fnPolicy().fnReleaseRAM(0xFFFF'FF00u);
 }
 
+TEST_F(CqVMPolicyTest, RamInUseIsCountedIn64BitsToo) {
+    EXPECT_EQ(fnPolicy().fnGetRamBytes(), 0u);
+    fnPolicy().fnConsumeRAM(0xFFFF'FF00u);
+    fnPolicy().fnConsumeRAM(0x200);
+    EXPECT_EQ(fnPolicy().fnGetRamUsed(), 0x100u);
+    EXPECT_EQ(fnPolicy().fnGetRamBytes(), 0x1'0000'0100u);
+    fnPolicy().fnReleaseRAM(0x200);
+    fnPolicy().fnReleaseRAM(0xFFFF'FF00u);
+    EXPECT_EQ(fnPolicy().fnGetRamBytes(), 0u);
+}
+
+TEST_F(CqVMPolicyTest, TheHostsLimitHas64BitsAndCountsAllRamInUse) {
+    fnPolicy().fnSetRamLimit(6'000'000'000u);
+    EXPECT_EQ(fnPolicy().fnGetRamBound(), 6'000'000'000u);
+    EXPECT_EQ(fnPolicy().fnGetRamLimit(), 0xFFFF'FFFFu);
+    fnPolicy().fnConsumeRAM(4'000'000'000u);
+    EXPECT_TRUE(fnPolicy().fnFitsRam(2'000'000'000u));
+    EXPECT_FALSE(fnPolicy().fnFitsRam(2'000'000'001u));
+    fnPolicy().fnSetRamLimit(1000);
+    EXPECT_FALSE(fnPolicy().fnFitsRam(0)) << "already passed by";
+    fnPolicy().fnReleaseRAM(4'000'000'000u);
+    EXPECT_TRUE(fnPolicy().fnFitsRam(1000));
+    EXPECT_FALSE(fnPolicy().fnFitsRam(1001));
+    EXPECT_FALSE(fnPolicy().fnFitsRam(UINT64_MAX));
+}
+
+TEST_F(CqVMPolicyTest, WithoutAHostsLimitTheBoundIsThatOfTheMemoryService) {
+    EXPECT_EQ(CqVMPolicy().fnGetRamBound(), kNoMemoryLimit);
+    m_World->m_pMemory->fnSetBlockLimit(123'456'789'012u);
+    EXPECT_EQ(CqVMPolicy().fnGetRamBound(), 123'456'789'012u);
+    fnPolicy().fnSetRamLimit(1000);
+    fnReadSettings("");
+    EXPECT_EQ(fnPolicy().fnGetRamBound(), 123'456'789'012u);
+}
+
 TEST_F(CqVMPolicyTest, ADiskIsTakenOnlyWithMoreSpaceThanTheBlock) {
     m_World->m_pDisks->fnSetFree("C:\\", 5000);
     EXPECT_EQ(fnSearch(5000), "none");

@@ -1,3 +1,4 @@
+#include "platforms/posix/CqPosixMemory_p.h"
 #include "tests/platforms/PosixTestTools.h"
 
 #include <gtest/gtest.h>
@@ -166,4 +167,15 @@ TEST(PosixMemory, ARefusedCommitLeavesTheRangeReserved) {
 
 TEST(PosixMemory, PhysicalMemoryIsThatOfTheMachine) {
     EXPECT_EQ(fnMemory().fnGetPhysicalBytes(), fnKiloBytes("/proc/meminfo", "MemTotal"));
+}
+
+TEST(PosixMemory, BlocksMayHoldHalfOfTheMemoryThatTheProcessMayUse) {
+    const auto limitOf = [](std::uint64_t (*usable)()) {
+        return CqPosixMemory(usable).fnGetBlockLimit();
+    };
+    EXPECT_EQ(limitOf([] { return std::uint64_t{3} << 30; }), std::uint64_t{3} << 29);
+    EXPECT_EQ(limitOf([] { return std::uint64_t{24} << 30; }), std::uint64_t{12} << 30);
+    EXPECT_EQ(limitOf([] { return std::uint64_t{0}; }), kNoMemoryLimit) << "unknown";
+    EXPECT_EQ(fnMemory().fnGetBlockLimit(), q32PosixUsableMemory() / 2);
+    EXPECT_LE(q32PosixUsableMemory(), fnMemory().fnGetPhysicalBytes());
 }

@@ -1,18 +1,13 @@
 #include "examples/darkroom/model/MemoryShare.h"
 
+#include "platforms/posix/posix.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/module/Module.h"
-
-#include <unistd.h>
 
 namespace darkroom {
 
 std::uint64_t fnGetMachineMemory() {
-    const long pages = ::sysconf(_SC_PHYS_PAGES);
-    const long size = ::sysconf(_SC_PAGESIZE);
-    return pages > 0 && size > 0
-               ? static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(size)
-               : 0;
+    return q32PosixUsableMemory();
 }
 
 void fnApplyMemoryShare() {

@@ -274,8 +274,8 @@ void MainWindow::fnShowDump() {
         return;
     m_Dump.fnClear();
     const CqVMPolicy& policy = *q32GetVMPolicy();
-    m_Dump << "RAM for pictures: " << static_cast<unsigned long>(policy.fnGetRamUsed()) << " of "
-           << static_cast<unsigned long>(policy.fnGetRamLimit()) << " bytes\n";
+    m_Dump << "RAM for pictures: " << static_cast<unsigned long>(policy.fnGetRamBytes()) << " of "
+           << static_cast<unsigned long>(policy.fnGetRamBound()) << " bytes\n";
     for (unsigned int i = 0; i < CqVMPolicy::kDisks; ++i)
         if (policy.fnIsDiskEnabled(i))
             m_Dump << "Scratch disk " << static_cast<int>(i + 1) << ": " << policy.fnGetDisk(i)

@@ -195,7 +195,7 @@ void PreferencesDialog::fnTell() {
 void PreferencesDialog::fnTellShare() {
     const std::uint64_t memory = fnGetMachineMemory();
     m_pShareBytes->setText(fnTellSize(
-        memory == 0 ? q32GetVMPolicy()->fnGetRamLimit()
+        memory == 0 ? q32GetVMPolicy()->fnGetRamBound()
                     : fnComputeLimit(memory, static_cast<unsigned int>(m_pShare->value()))));
 }
 

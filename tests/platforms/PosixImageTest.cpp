@@ -1,0 +1,203 @@
+#include "q32Base/memory/PixelBuffer_p.h"
+#include "q32Base/q32Base.h"
+#include "tests/platforms/PosixTestTools.h"
+#include "tests/support/AttachedTest.h"
+#include "tests/support/FailingAllocator.h"
+
+#include <filesystem>
+#include <list>
+#include <unistd.h>
+
+using namespace q32::test;
+
+namespace {
+
+/// The library on this system, with all large blocks in scratch files of a folder.
+class PosixImages : public testing::Test {
+protected:
+    void SetUp() override { fnAttach(m_Folder, false); }
+    void TearDown() override {
+        q32Detach();
+        EXPECT_EQ(m_Folder.fnCount(), 0u);
+    }
+
+    static void fnAttach(const Folder& folder, bool guarded) {
+        CqPosixOptions options;
+        options.m_szTempDirectory = folder.fnPath();
+        options.m_szConfigDirectory = folder.fnPath("config");
+        options.m_bGuardViews = guarded;
+        ASSERT_TRUE(q32Attach(q32PosixPlatform(options)));
+        q32GetVMPolicy()->fnSetRamLimit(0);
+    }
+
+    static std::ptrdiff_t fnDescriptors() {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+    }
+
+    Folder m_Folder;
+};
+
+/// A process with the library, guarded against lost pages, and an image in a scratch file.
+std::string fnWithGuardedImage(const std::function<std::string(CqImage&)>& work) {
+    return fnInChild([&]() -> std::string {
+        const Folder folder;
+        CqPosixOptions options;
+        options.m_szTempDirectory = folder.fnPath();
+        options.m_szConfigDirectory = folder.fnPath("config");
+        options.m_bGuardViews = true;
+        Q32_WANT(q32Attach(q32PosixPlatform(options)));
+        q32GetVMPolicy()->fnSetRamLimit(0);
+        std::string found;
+        {
+            CqImage image(500, 300, 24, nullptr, 0);
+            image.fnFill(CqColor(10, 20, 30, 255), nullptr, false);
+            found = work(image);
+        }
+        q32Detach();
+        return found.empty() && folder.fnCount() != 0 ? "a file is left" : found;
+    });
+}
+
+/// Cuts an image's scratch file from another process.
+void fnCut(const CqImage& image, off_t bytes) {
+    std::string path(image.fnGetScratchPath());
+    std::replace(path.begin(), path.end(), '\\', '/');
+    EXPECT_EQ(fnInChild([&]() -> std::string {
+                  Q32_WANT(::truncate(path.c_str(), bytes) == 0);
+                  return "";
+              }),
+              "");
+}
+
+} // namespace
+
+TEST_F(PosixImages, AForkedChildKeepsNoFileOfItsParentFromBeingDeleted) {
+    std::list<CqImage> images;
+    for (int i = 0; i < 300; ++i)
+        images.emplace_back(20, 10, 24, nullptr, 0);
+    ASSERT_EQ(m_Folder.fnCount(), 300u);
+    const Holder child([]() -> std::string { return ""; });
+    images.clear();
+    EXPECT_EQ(m_Folder.fnCount(), 0u);
+    EXPECT_EQ(q32GetVMPolicy()->fnGetDiskUsage(0).m_nFiles, 0u);
+}
+
+TEST_F(PosixImages, AForkedChildThatDestroysItsCopiesHarmsNoPixelOfItsParent) {
+    std::list<CqImage> images;
+    for (int i = 0; i < 30; ++i) {
+        images.emplace_back(200, 100, 24, nullptr, 0);
+        images.back().fnFill(CqColor(static_cast<unsigned char>(i), 2, 3, 255), nullptr, false);
+    }
+    EXPECT_EQ(fnInChild([&]() -> std::string {
+                  images.clear();
+                  return "";
+              }),
+              "");
+    int i = 0;
+    for (CqImage& image : images)
+        EXPECT_TRUE(image.fnGetPixelColor(199, 99) ==
+                    CqColor(static_cast<unsigned char>(i++), 2, 3, 255));
+    images.clear();
+    EXPECT_EQ(m_Folder.fnCount(), 0u);
+}
+
+TEST_F(PosixImages, NoFailedAllocationLeavesAFileOrADescriptor) {
+    { const CqImage first(100, 100, 24, nullptr, 0); } // lasting allocations happen here
+    const std::ptrdiff_t before = fnDescriptors();
+    const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
+        fnRaisesMemoryException([] { const CqImage image(100, 100, 24, nullptr, 0); });
+        failure.fnEnd();
+        EXPECT_EQ(m_Folder.fnCount(), 0u);
+        EXPECT_EQ(fnDescriptors(), before);
+    });
+    EXPECT_GE(failures, 10u);
+}
+
+TEST_F(PosixImages, ThePixelsOfA4BitImageThatFillItsPagesHaveASpareByte) {
+    CqImage image(128, 64, 4, nullptr, 0); // 4096 bytes
+    image.fnSetPixelColor(127, 63, CqColor(255, 255, 255, 255));
+    EXPECT_TRUE(image.fnGetPixelColor(127, 63) == CqColor(255, 255, 255, 255));
+    EXPECT_EQ(q32GetVMPolicy()->fnGetDiskUsage(0).m_nBytes, 4096u);
+}
+
+TEST(PosixLostPixels, AnOperationOnACutScratchFileFailsAndTheProcessLives) {
+    EXPECT_EQ(fnWithGuardedImage([](CqImage& image) -> std::string {
+                  Q32_WANT(image.fnCountLosses() == 0);
+                  fnCut(image, 0);
+                  Q32_WANT(fnRaisesMemoryException(
+                      [&] { image.fnBrightContrast(5, 5, false, nullptr); }));
+                  Q32_WANT(image.fnCountLosses() == 1);
+                  // Reported once; what is left can be used.
+                  image.fnFill(CqColor(1, 2, 3, 255), nullptr, false);
+                  Q32_WANT(image.fnGetPixelColor(499, 299) == CqColor(1, 2, 3, 255));
+                  Q32_WANT(image.fnCountLosses() == 1);
+                  return "";
+              }),
+              "");
+}
+
+TEST(PosixLostPixels, WhatAnotherProcessLeftOfTheFileIsKept) {
+    EXPECT_EQ(fnWithGuardedImage([](CqImage& image) -> std::string {
+                  fnCut(image, 200000);
+                  CqImage other;
+                  Q32_WANT(fnRaisesMemoryException([&] { other = image; }));
+                  Q32_WANT(image.fnCountLosses() == 1);
+                  Q32_WANT(image.fnGetPixelColor(0, 0) == CqColor(10, 20, 30, 255));
+                  Q32_WANT(image.fnGetPixelColor(499, 299) == CqColor(0, 0, 0, 255));
+                  other = image;
+                  Q32_WANT(other.fnCountLosses() == 0);
+                  return "";
+              }),
+              "");
+}
+
+TEST(PosixLostPixels, EachOperationReportsTheLossAndKeepsTheOldStorage) {
+    using Operation = std::function<void(CqImage&)>;
+    CqImage* pattern = nullptr;
+    const CqColor black(0, 0, 0, 255);
+    for (const Operation& operation : std::initializer_list<Operation>{
+             [](CqImage& image) {
+                 image.fnRotate(90, CqColor(0, 0, 0, 255), nullptr, false, nullptr);
+             },
+             [](CqImage& image) {
+                 image.fnRotate(180, CqColor(0, 0, 0, 255), nullptr, false, nullptr);
+             },
+             [](CqImage& image) {
+                 image.fnRotate(5, CqColor(0, 0, 0, 255), nullptr, true, nullptr);
+             },
+             [](CqImage& image) { image.fnResample(100, 90, true, nullptr); },
+             [](CqImage& image) { image.fnResample(100, 90, false, nullptr); },
+             [](CqImage& image) { image.fnConvert(32, true, nullptr); },
+             [](CqImage& image) { image.fnFill(CqColor(1, 1, 1, 255), nullptr, false); },
+             [](CqImage& image) {
+                 const CRect rect(10, 10, 490, 290);
+                 image.fnFill(CqColor(1, 1, 1, 255), &rect, false);
+             },
+             [](CqImage& image) { image.fnCopyBlock(image, nullptr, 3, 3); },
+             [&](CqImage& image) { image.fnFill(*pattern, nullptr, nullptr); },
+             [](CqImage& image) { ::operator delete(static_cast<BITMAPINFOHEADER*>(image)); }}) {
+        EXPECT_EQ(fnWithGuardedImage([&](CqImage& image) -> std::string {
+                      CqImage small(3, 3, 24, nullptr, 0);
+                      pattern = &small;
+                      const unsigned int width = image.Width;
+                      fnCut(image, 0);
+                      Q32_WANT(fnRaisesMemoryException([&] { operation(image); }));
+                      Q32_WANT(image.Width == width && image.BitCount == 24);
+                      Q32_WANT(image.fnGetPixelColor(499, 299).m_Red < 2);
+                      return "";
+                  }),
+                  "");
+    }
+}
+
+TEST(PosixLostPixels, AReaderAndAWriterReturnFalseOnce) {
+    EXPECT_EQ(fnWithGuardedImage([](CqImage& image) -> std::string {
+                  fnCut(image, 0);
+                  std::vector<unsigned char> row(500 * 4);
+                  const CqPixelReader reader(image, PIXEL_BGRA32);
+                  Q32_WANT(!reader.fnReadRow(0, 7, 500, row.data()));
+                  Q32_WANT(reader.fnReadRow(0, 7, 500, row.data()));
+                  return "";
+              }),
+              "");
+}
