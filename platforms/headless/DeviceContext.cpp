@@ -99,6 +99,14 @@ DeviceContext::Surface DeviceContext::fnGetSurface() const {
     return surface;
 }
 
+bool DeviceContext::GetClipBox(RECT* box) const {
+    const Surface surface = fnGetSurface();
+    if (m_bMemory && !surface.m_pPixels)
+        return false;
+    *box = surface.m_Clip;
+    return true;
+}
+
 const CqHeadlessFont& DeviceContext::fnGetFont() const {
     static const CqHeadlessFont standard(CqHeadlessFont::kHeight);
     const auto* font =

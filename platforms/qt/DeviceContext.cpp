@@ -50,6 +50,14 @@ QImage DeviceContext::fnGetSurface() const {
                   : QImage();
 }
 
+bool DeviceContext::GetClipBox(RECT* box) const {
+    const QImage surface = fnGetSurface();
+    if (surface.isNull())
+        return false;
+    *box = {0, 0, surface.width(), surface.height()};
+    return true;
+}
+
 void DeviceContext::fnShow() {
     const QRegion changed = std::exchange(m_Changed, QRegion());
     if (!m_pCanvas || changed.isEmpty())
