@@ -8,40 +8,13 @@
 
 namespace q32 {
 
-namespace {
-
-constexpr int kMaxNames = 100;
-
-} // namespace
-
 CodecOutput::CodecOutput(const char* path)
-    : m_strPath(path), m_pBlock(std::make_unique_for_overwrite<unsigned char[]>(kBlock)) {
-    fnCreate();
-}
-
-CodecOutput::~CodecOutput() {
-    m_pStream.reset();
-    m_bFailed = false;
-    if (!m_strNewPath.IsEmpty())
-        fnTry([this] { return fnPlatform().m_pFiles->fnDelete(m_strNewPath); });
-}
-
-void CodecOutput::fnCreate() {
-    CqFileMode mode;
-    mode.m_bWrite = mode.m_bCreate = mode.m_bNew = mode.m_bExclusive = true;
+    : m_pBlock(std::make_unique_for_overwrite<unsigned char[]>(kBlock)) {
     CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
-    CString name;
-    for (int i = 0; i < kMaxNames; ++i) {
-        name.Format("%s.~%d", static_cast<const char*>(m_strPath), i);
-        m_pStream = fnPlatform().m_pFiles->fnOpen(name, mode, cause);
-        if (m_pStream) {
-            m_strNewPath = name;
-            return;
-        }
-        if (!fnPlatform().m_pFiles->fnExists(name))
-            break;
-    }
-    throw CodecFailure{MESSAGE_CANNOT_SAVE};
+    m_pFile = fnPlatform().m_pFiles->fnOpenReplacement(path, cause);
+    if (!m_pFile)
+        throw CodecFailure{MESSAGE_CANNOT_SAVE};
+    m_pStream = &m_pFile->fnGetStream();
 }
 
 template <typename Work>
@@ -97,17 +70,14 @@ std::uint64_t CodecOutput::fnGetLength() const noexcept {
 
 void CodecOutput::fnCommit() {
     fnFlush();
-    fnTry([this] { return m_pStream->fnClose() == FILE_CAUSE_NONE; });
-    m_pStream.reset();
     CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
     const bool done = fnTry([&] {
-        cause = fnPlatform().m_pFiles->fnReplace(m_strNewPath, m_strPath);
+        cause = m_pFile->fnCommit();
         return cause == FILE_CAUSE_NONE;
     });
     if (!done)
         throw CodecFailure{cause == FILE_CAUSE_SHARING_VIOLATION ? MESSAGE_IN_USE
                                                                  : MESSAGE_CANNOT_SAVE};
-    m_strNewPath.Empty();
 }
 
 } // namespace q32

@@ -14,6 +14,7 @@
 #include "q32Base/geometry/CqQuadBezier2D.h"
 #include "q32Base/geometry/CqRect2D.h"
 #include "q32Base/geometry/CqVector2D.h"
+#include "q32Base/geometry/CurveLimit.h"
 #include "q32Base/image/CqColor.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/CqImageLine.h"

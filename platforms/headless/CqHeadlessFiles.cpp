@@ -1,9 +1,11 @@
 #include "platforms/headless/CqHeadlessFiles.h"
 
 #include "platforms/headless/Path_p.h"
+#include "q32Base/framework/Memory.h"
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 #include <utility>
 
 namespace {
@@ -91,6 +93,40 @@ private:
     std::uint64_t m_nPosition = 0;
 };
 
+/// Must not outlive the service.
+class Replacement final : public CqFileReplacement {
+public:
+    Replacement(CqHeadlessDisks& disks, CqHeadlessCalls& calls, std::string from, std::string to)
+        : m_Disks(disks), m_Calls(calls), m_szFrom(std::move(from)), m_szTo(std::move(to)) {}
+    ~Replacement() override {
+        const bool stands = m_pStream && !m_bDone;
+        m_pStream.reset();
+        if (stands)
+            q32::fnTryMemory([this] { m_Disks.fnDelete(m_szFrom); });
+    }
+
+    const char* fnGetName() const { return m_szFrom.c_str(); }
+    void fnTake(std::unique_ptr<CqFileStream> stream) { m_pStream = std::move(stream); }
+
+    CqFileStream& fnGetStream() override { return *m_pStream; }
+
+    CQ_FILE_CAUSE fnCommit() override {
+        CQ_FILE_CAUSE cause = m_pStream->fnClose();
+        if (cause == FILE_CAUSE_NONE)
+            cause = m_Calls.fnPass() ? m_Disks.fnReplace(m_szFrom, m_szTo) : FILE_CAUSE_HARD_IO;
+        m_bDone = cause == FILE_CAUSE_NONE;
+        return cause;
+    }
+
+private:
+    CqHeadlessDisks& m_Disks;
+    CqHeadlessCalls& m_Calls;
+    std::string m_szFrom;
+    std::string m_szTo;
+    std::unique_ptr<CqFileStream> m_pStream; ///< null until the file is open
+    bool m_bDone = false;
+};
+
 } // namespace
 
 CqHeadlessFiles::CqHeadlessFiles(std::shared_ptr<CqHeadlessDisks> disks, std::string tempDirectory,
@@ -174,8 +210,21 @@ std::unique_ptr<CqFileStream> CqHeadlessFiles::fnOpen(const char* name, const Cq
     return stream;
 }
 
-CQ_FILE_CAUSE CqHeadlessFiles::fnReplace(const char* from, const char* to) {
-    return m_Replace.fnPass() ? m_pDisks->fnReplace(from, to) : FILE_CAUSE_HARD_IO;
+std::unique_ptr<CqFileReplacement> CqHeadlessFiles::fnOpenReplacement(const char* name,
+                                                                      CQ_FILE_CAUSE& cause) {
+    constexpr int kMaxNames = 100;
+    constexpr CqFileMode kNew{true, true, true, true, true};
+    for (int i = 0; i < kMaxNames; ++i) {
+        auto made = std::make_unique<Replacement>(
+            *m_pDisks, m_Replace, std::string(name) + ".~" + std::to_string(i), name);
+        if (auto stream = fnOpen(made->fnGetName(), kNew, cause)) {
+            made->fnTake(std::move(stream));
+            return made;
+        }
+        if (!fnExists(made->fnGetName()))
+            break;
+    }
+    return nullptr;
 }
 
 bool CqHeadlessFiles::fnReadText(const char* name, std::string& text) {

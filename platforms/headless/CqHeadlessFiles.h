@@ -21,7 +21,7 @@ public:
     CqHeadlessCalls m_GetSpace;
     CqHeadlessCalls m_GetClusters;
     CqHeadlessCalls m_Open;    ///< fails with FILE_CAUSE_GENERIC; by name: CqHeadlessDisks
-    CqHeadlessCalls m_Replace; ///< fails with FILE_CAUSE_HARD_IO
+    CqHeadlessCalls m_Replace; ///< commits of replacements; fails with FILE_CAUSE_HARD_IO
     CqHeadlessCalls m_ReadText;
     CqHeadlessCalls m_UpdateText;
     /// Calls of all streams; shared with them, because a stream may outlive the service. A failure
@@ -54,7 +54,9 @@ public:
     bool fnGetClusters(const char* path, CqDiskClusters& clusters) override;
     std::unique_ptr<CqFileStream> fnOpen(const char* name, const CqFileMode& mode,
                                          CQ_FILE_CAUSE& cause) override;
-    CQ_FILE_CAUSE fnReplace(const char* from, const char* to) override;
+    /// The new file is called like the other one, with ".~0" to ".~99" appended.
+    std::unique_ptr<CqFileReplacement> fnOpenReplacement(const char* name,
+                                                         CQ_FILE_CAUSE& cause) override;
     bool fnReadText(const char* name, std::string& text) override;
     bool fnUpdateText(const char* name,
                       const std::function<bool(std::string& text)>& edit) override;

@@ -99,6 +99,14 @@ FrameContext::Surface FrameContext::fnGetSurface() const {
     return surface;
 }
 
+bool FrameContext::GetClipBox(RECT* box) const {
+    const Surface surface = fnGetSurface();
+    if (m_bMemory && !surface.m_pPixels)
+        return false;
+    *box = surface.m_Clip;
+    return true;
+}
+
 const CqHeadlessFont& FrameContext::fnGetFont() const {
     static const CqHeadlessFont standard(CqHeadlessFont::kHeight);
     const auto* font =

@@ -57,6 +57,7 @@ public:
     bool InvertRect(const RECT& rect) override;
     bool BitBlt(int x, int y, int width, int height, CDC* source, int sourceX, int sourceY,
                 DWORD rop) override;
+    bool GetClipBox(RECT* box) const override;
 
 private:
     /// The target's pixels: those inside `m_Clip`, in the drawing area's coordinates.

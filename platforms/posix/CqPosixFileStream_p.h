@@ -21,6 +21,8 @@ public:
     CQ_FILE_CAUSE fnGetLength(std::uint64_t& length) override;
     CQ_FILE_CAUSE fnClose() override;
 
+    const q32::posix::Descriptor& fnGetFile() const { return m_File; }
+
 private:
     q32::posix::Descriptor m_File;
     CqFileMode m_Mode;

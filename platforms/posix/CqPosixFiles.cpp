@@ -1,10 +1,10 @@
 #include "platforms/posix/CqPosixFiles_p.h"
 #include "platforms/posix/CqPosixFileStream_p.h"
 #include "platforms/posix/CqPosixOptions.h"
+#include "platforms/posix/CqPosixReplacement_p.h"
 #include "platforms/posix/Directory_p.h"
 #include "platforms/posix/FileAccess_p.h"
 #include "platforms/posix/Path_p.h"
-#include "platforms/posix/ReplaceFile_p.h"
 #include "platforms/posix/TempDirectory_p.h"
 #include "platforms/posix/TextFile_p.h"
 
@@ -172,8 +172,9 @@ std::unique_ptr<CqFileStream> CqPosixFiles::fnOpen(const char* name, const CqFil
     return CqPosixFileStream::fnOpen(fnNative(name).c_str(), mode, cause);
 }
 
-CQ_FILE_CAUSE CqPosixFiles::fnReplace(const char* from, const char* to) {
-    return fnReplaceFile(fnNative(from), fnNative(to));
+std::unique_ptr<CqFileReplacement> CqPosixFiles::fnOpenReplacement(const char* name,
+                                                                   CQ_FILE_CAUSE& cause) {
+    return CqPosixReplacement::fnOpen(fnNative(name), cause);
 }
 
 bool CqPosixFiles::fnReadText(const char* name, std::string& text) {

@@ -40,7 +40,8 @@ public:
     std::unique_ptr<CqFileStream> fnOpen(const char* name, const CqFileMode& mode,
                                          CQ_FILE_CAUSE& cause) override;
 
-    CQ_FILE_CAUSE fnReplace(const char* from, const char* to) override;
+    std::unique_ptr<CqFileReplacement> fnOpenReplacement(const char* name,
+                                                         CQ_FILE_CAUSE& cause) override;
     bool fnReadText(const char* name, std::string& text) override;
     bool fnUpdateText(const char* name,
                       const std::function<bool(std::string& text)>& edit) override;

@@ -34,6 +34,8 @@ public:
 
     explicit operator bool() const { return m_nFd >= 0; }
     int fnGet() const { return m_nFd; }
+    /// Gives up ownership.
+    int fnRelease() { return std::exchange(m_nFd, -1); }
 
     /// Closes now. False, with errno, when data could not be written. An interrupted close counts
     /// as closed: repeating it could close a descriptor of another thread.

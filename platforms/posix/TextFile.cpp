@@ -21,51 +21,14 @@ Descriptor fnHoldLock(const std::string& path, std::chrono::milliseconds patienc
         fnOpenRegular((path + ".lock").c_str(), O_RDWR | O_CREAT | O_NOFOLLOW, kNewTextMode);
     const auto end = std::chrono::steady_clock::now() + patience;
     while (lock && !fnTryLock(lock, LOCK_EX)) {
-        if (errno != EWOULDBLOCK || std::chrono::steady_clock::now() >= end)
+        if (errno != EWOULDBLOCK)
+            break; // the file system has no locks
+        if (std::chrono::steady_clock::now() >= end)
             return {};
         std::this_thread::sleep_for(kLockPause);
     }
     return lock;
 }
-
-/// A new file that either replaces another one or is deleted.
-class Replacement {
-public:
-    /// Called under the lock, so an existing file of the name was left by a killed process.
-    explicit Replacement(const std::string& path) : m_Path(path), m_New(path + ".new") {
-        ::unlink(m_New.c_str());
-        m_File =
-            fnOpenRegular(m_New.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, kNewTextMode);
-        m_bStands = static_cast<bool>(m_File);
-    }
-    ~Replacement() {
-        const int cause = errno;
-        if (m_bStands)
-            ::unlink(m_New.c_str());
-        errno = cause;
-    }
-    Replacement(const Replacement&) = delete;
-    Replacement& operator=(const Replacement&) = delete;
-
-    bool fnFill(const std::string& text) {
-        return fnWriteAt(m_File, text.data(), text.size(), 0) &&
-               fnRetry([&] { return ::fsync(m_File.fnGet()); }) == 0 && m_File.fnClose();
-    }
-
-    bool fnTakePlace() {
-        m_bStands = !fnRename(m_New, m_Path);
-        return !m_bStands;
-    }
-
-    const Descriptor& fnGetFile() const { return m_File; }
-    explicit operator bool() const { return m_bStands; }
-
-private:
-    std::string m_Path;
-    std::string m_New;
-    Descriptor m_File;
-    bool m_bStands = false;
-};
 
 } // namespace
 
@@ -123,9 +86,10 @@ bool fnUpdateTextFile(const std::string& path, std::chrono::milliseconds patienc
         return false;
     }
 
-    Replacement replacement(target);
-    return replacement && (!exists || fnKeepFacts(replacement.fnGetFile(), old)) &&
-           replacement.fnFill(text) && replacement.fnTakePlace();
+    Descriptor file;
+    ReplacementFile replacement(target, file);
+    return replacement && fnWriteAt(file, text.data(), text.size(), 0) &&
+           replacement.fnTakePlace(file, kNewTextMode);
 }
 
 } // namespace q32::posix

@@ -50,6 +50,14 @@ QImage CanvasContext::fnGetSurface() const {
                   : QImage();
 }
 
+bool CanvasContext::GetClipBox(RECT* box) const {
+    const QImage surface = fnGetSurface();
+    if (surface.isNull())
+        return false;
+    *box = {0, 0, surface.width(), surface.height()};
+    return true;
+}
+
 void CanvasContext::fnShow() {
     const QRegion changed = std::exchange(m_Changed, QRegion());
     if (!m_pCanvas || changed.isEmpty())

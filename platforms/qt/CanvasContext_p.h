@@ -73,6 +73,7 @@ public:
     bool InvertRect(const RECT& rect) override;
     bool BitBlt(int x, int y, int width, int height, CDC* source, int sourceX, int sourceY,
                 DWORD rop) override;
+    bool GetClipBox(RECT* box) const override;
 
 private:
     QFont fnGetFont() const;

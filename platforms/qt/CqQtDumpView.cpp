@@ -18,6 +18,7 @@
 #include <QStatusBar>
 #include <QTextCursor>
 #include <QWindow>
+#include <string_view>
 #include <utility>
 
 namespace q32::qt {
@@ -170,8 +171,9 @@ RECT CqQtDumpView::fnGetPlace() const {
     return CRect(CPoint(corner.x(), corner.y()), CSize(size.width(), size.height()));
 }
 
-QString CqQtDumpView::fnToLines(const char* text, std::size_t length) const {
-    return fnToText(*m_pCodePage, {text, length}).remove('\r');
+QString CqQtDumpView::fnToLines(std::size_t first) {
+    return fnToText(*m_pCodePage, std::string_view(m_szText).substr(first), &m_nUnfinished)
+        .remove('\r');
 }
 
 bool CqQtDumpView::fnIsAtEnd() const {
@@ -190,7 +192,7 @@ void CqQtDumpView::fnSetText(const char* text, std::size_t length) {
     m_szText.assign(text, length);
     const bool follow = fnIsAtEnd();
     const int row = m_pText->verticalScrollBar()->value();
-    m_pText->setPlainText(fnToLines(text, length));
+    m_pText->setPlainText(fnToLines(0));
     if (follow)
         fnGoToEnd();
     else
@@ -200,11 +202,15 @@ void CqQtDumpView::fnSetText(const char* text, std::size_t length) {
 bool CqQtDumpView::fnAppendText(const char* text, std::size_t length) {
     if (!m_pText)
         return false;
+    // A character may come in parts: what was shown for the first ones is replaced.
+    const std::size_t first = m_szText.size() - m_nUnfinished;
+    const int shown = static_cast<int>(m_nUnfinished);
     m_szText.append(text, length);
     const bool follow = fnIsAtEnd();
     QTextCursor cursor(m_pText->document());
     cursor.movePosition(QTextCursor::End);
-    cursor.insertText(fnToLines(text, length));
+    cursor.movePosition(QTextCursor::Left, QTextCursor::KeepAnchor, shown);
+    cursor.insertText(fnToLines(first));
     if (follow)
         fnGoToEnd();
     return true;

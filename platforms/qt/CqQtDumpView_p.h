@@ -56,8 +56,9 @@ public:
     bool fnAskSaveName(const CqSaveRequest& request, std::string& path) override;
 
 private:
-    /// Converts a text for the widget: lines end in a line feed alone.
-    QString fnToLines(const char* text, std::size_t length) const;
+    /// Converts the received bytes from `first` on for the widget, where lines end in a line feed
+    /// alone, and notes whether the last character is incomplete.
+    QString fnToLines(std::size_t first);
     bool fnIsAtEnd() const;
     void fnGoToEnd();
 
@@ -68,7 +69,8 @@ private:
     QMenu* m_pMenu = nullptr;
     QString m_IdlePrompt;
     std::map<UINT, QAction*> m_Items;
-    std::string m_szText; ///< the exact bytes received, for saving
+    std::string m_szText;          ///< the exact bytes received, for saving
+    std::size_t m_nUnfinished = 0; ///< bytes at its end that begin a character
 };
 
 } // namespace q32::qt

@@ -21,18 +21,30 @@ private:
 
 } // namespace
 
-QString fnToText(const posix::CodePage& codePage, std::string_view bytes) {
+QString fnToText(const posix::CodePage& codePage, std::string_view bytes, std::size_t* unfinished) {
+    constexpr auto kUnfinished = static_cast<std::size_t>(-2);
     const UseLocale use(codePage.fnGetLocale());
     std::u32string text;
     text.reserve(bytes.size());
+    std::size_t open = 0;
     while (!bytes.empty()) {
         std::mbstate_t state{};
         wchar_t wide = 0;
         const std::size_t taken = std::mbrtowc(&wide, bytes.data(), bytes.size(), &state);
         const bool whole = taken <= bytes.size();
+        if (taken == kUnfinished && open == 0)
+            open = bytes.size();
+        if (open != 0) { // byte by byte to the end
+            text += static_cast<unsigned char>(bytes[0]) < 0x80 ? static_cast<char32_t>(bytes[0])
+                                                                : U'\uFFFD';
+            bytes.remove_prefix(1);
+            continue;
+        }
         text += whole ? static_cast<char32_t>(wide) : U'\uFFFD';
         bytes.remove_prefix(whole && taken > 0 ? taken : 1); // a zero byte reports a length of 0
     }
+    if (unfinished)
+        *unfinished = open;
     return QString::fromStdU32String(text);
 }
 

@@ -125,7 +125,7 @@ bool CqDisplayProperty::fnWriteSettings() const {
         return q32::fnWriteSetting(q32::STRING_SECTION_DISP_PROP, key, value);
     };
     return write(q32::STRING_KEY_DITHER_HC, m_bHiColorDither) &&
-           write(q32::STRING_KEY_GAMMA_FLAG, m_bGammaEnabled) &&
+           write(q32::STRING_KEY_GAMMA_FLAG, m_bGammaEnabled || m_bGammaOwed) &&
            write(q32::STRING_KEY_GAMMA_VAL, static_cast<int>(m_nGammaValue));
 }
 
@@ -184,6 +184,7 @@ void CqDisplayProperty::fnSetGammaValue(unsigned int nValue) {
 }
 
 bool CqDisplayProperty::fnEnableGamma(bool bEnable) {
+    m_bGammaOwed = false; // the caller decides
     if (bEnable == m_bGammaEnabled)
         return true;
     if (!bEnable) {
@@ -191,13 +192,15 @@ bool CqDisplayProperty::fnEnableGamma(bool bEnable) {
         m_bGammaEnabled = false;
         return true;
     }
-    if (!q32::fnReportMemory(
-            [this] { m_pGammaCurve.reset(q32::fnNewArray<unsigned char>(kCurveBytes)); }))
-        return false;
+    return q32::fnReportMemory([this] { fnSwitchGammaOn(); });
+}
+
+/// Raises the memory exception, with gamma still off.
+void CqDisplayProperty::fnSwitchGammaOn() {
+    m_pGammaCurve.reset(q32::fnNewArray<unsigned char>(kCurveBytes));
     fnCalcGammaCurve();
     fnBuild666Palette(); // with gamma still off, deliberately
     m_bGammaEnabled = true;
-    return true;
 }
 
 void CqDisplayProperty::fnGammaCorrect(unsigned char* pPixels, unsigned int nCount,

@@ -7,6 +7,10 @@
 #include <cstdint>
 #include <memory>
 
+namespace q32 {
+class GammaPause;
+}
+
 /// The screen's properties and the preparation of pixels for it: size, resolution and depth, a
 /// gamma curve, a fixed palette of 216 colours with an ordered dither for screens of 256 colours,
 /// and a dither to 5 bits a channel for screens of 16 bits.
@@ -128,8 +132,14 @@ protected:
     unsigned char m_bySpare = 0;
 
 private:
+    friend class q32::GammaPause;
+
+    Q32_LOCAL void fnSwitchGammaOn();
     Q32_LOCAL bool fnReadSettings();
     Q32_LOCAL bool fnWriteSettings() const;
+
+    /// Gamma is off only because memory ran out when a draw without it ended.
+    bool m_bGammaOwed = false;
 };
 
 /// The library's record of the screen; null if it could not be created.

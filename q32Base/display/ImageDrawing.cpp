@@ -66,8 +66,11 @@ void CqImage::fnDrawInit(double, const CRect& view, CWnd* window) {
     map.ViewRect = view;
     map.Zoom = std::min(static_cast<double>(view.Width()) / Width,
                         static_cast<double>(view.Height()) / Height);
-    map.ImageRect =
-        CRect(0, 0, static_cast<LONG>(Width * map.Zoom), static_cast<LONG>(Height * map.Zoom));
+    // One size of a view may be negative, and so the other product beyond 32 bits.
+    const auto scale = [&](std::uint32_t length) {
+        return static_cast<LONG>(std::clamp(length * map.Zoom, -2147483648.0, 2147483647.0));
+    };
+    map.ImageRect = CRect(0, 0, scale(Width), scale(Height));
     map.DrawWnd = window;
 }
 

@@ -49,21 +49,51 @@ std::int32_t fnBandRows(const CqTileMap& map, std::int32_t width, std::int32_t h
     return static_cast<std::int32_t>(std::clamp<std::int64_t>(rows, 1, height));
 }
 
-/// One row of an enlarged 4-bit image. `source` holds the pair that begins with the first pixel.
+/// Cuts a piece of one axis to the visible part and what is around it, in 64 bits. False if that is
+/// nothing.
+bool fnClipAxis(LONG low, LONG high, LONG around, LONG& place, int& source, int& length) {
+    const auto along = [&](std::int64_t at) {
+        return std::clamp<std::int64_t>(at - place, 0, length);
+    };
+    const std::int64_t skipped = along(std::int64_t{low} - around);
+    const std::int64_t end = along(std::int64_t{high} + around);
+    place = q32::fnWrapAdd(place, static_cast<LONG>(skipped));
+    source += static_cast<int>(skipped);
+    length = static_cast<int>(end - skipped);
+    return length > 0;
+}
+
+/// Cuts a piece at (x, y) of the scaled image to the surroundings of what can be seen, so that the
+/// work doesn't grow with a destination far beyond the screen; the platform clips exactly. False if
+/// nothing can be seen. A fit isn't cut: what it shows depends on the width of its piece.
+bool fnClipPiece(const CqTileMap& map, const CDC* dc, CPoint& place, int& x, int& y, int& width,
+                 int& height) {
+    constexpr LONG kAround = 1024;
+    CRect box;
+    if (!dc || map.ZoomMode == ZOOM_FIT || !dc->GetClipBox(&box))
+        return true;
+    return fnClipAxis(box.left, box.right, kAround, place.x, x, width) &&
+           fnClipAxis(box.top, box.bottom, kAround, place.y, y, height);
+}
+
+/// One row of an enlarged 4-bit image.
+/// @param source  the pair that holds the first pixel
+/// @param odd     1 if that is the second pixel of its pair, else 0
 void fnInflateNibbles(const unsigned char* source, unsigned char* target, std::size_t count,
-                      std::size_t factor, std::size_t phase) {
+                      std::size_t factor, std::size_t phase, std::size_t odd) {
     constexpr std::size_t kPixels = 256; // even: no chunk splits a pair
     unsigned char indices[kPixels];
     const q32::Kernels& kernels = q32::fnKernels();
     while (count != 0) {
-        const std::size_t most = kPixels * factor - phase;
+        const std::size_t most = (kPixels - odd) * factor - phase;
         const std::size_t chunk = std::min(count, most);
-        kernels.fnIndex4ToIndex8(source, indices, (chunk + phase + factor - 1) / factor);
-        kernels.fnInflate[0](indices, target, chunk, factor, phase);
+        kernels.fnIndex4ToIndex8(source, indices, (chunk + phase + factor - 1) / factor + odd);
+        kernels.fnInflate[0](indices + odd, target, chunk, factor, phase);
         source += kPixels / 2;
         target += chunk;
         count -= chunk;
         phase = 0;
+        odd = 0;
     }
 }
 
@@ -90,7 +120,7 @@ void CqImageTile::fnDrawInflate(unsigned int factor, int x, int y, int width, in
             Pixels + std::size_t{RowBytes} * (line - static_cast<std::uint32_t>(Top)) +
             (left * BitCount >> 3);
         if (BitCount == 4)
-            fnInflateNibbles(source, target, count, factor, phase);
+            fnInflateNibbles(source, target, count, factor, phase, left & 1);
         else if (factor == 1)
             std::memcpy(target, source, count * bytes);
         else
@@ -168,7 +198,7 @@ bool CqImageTile::fnDraw(CDC* dc, const CRect& rect, int x, int y, bool) {
     y = std::max(y, scaled.top);
     CPoint place = rect.TopLeft();
     int width = std::min(rect.Width(), q32::fnWrapSub(scaled.right, x));
-    const int height = std::min(rect.Height(), q32::fnWrapSub(scaled.bottom, y));
+    int height = std::min(rect.Height(), q32::fnWrapSub(scaled.bottom, y));
     if (width < 1 || height < 1)
         return true;
     if (BitCount == 4) {
@@ -177,6 +207,8 @@ bool CqImageTile::fnDraw(CDC* dc, const CRect& rect, int x, int y, bool) {
         width += distance;
         place.Offset(-distance, 0);
     }
+    if (!fnClipPiece(*TileMap, dc, place, x, y, width, height))
+        return true;
     // The depth that bands are computed from is checked first.
     if (!q32::fnEnsureDrawBuffers(*TileMap))
         return false;

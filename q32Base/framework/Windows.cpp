@@ -79,3 +79,6 @@ CClientDC::~CClientDC() {
     if (m_pDC)
         m_pWnd->ReleaseDC(m_pDC);
 }
+bool CDC::GetClipBox(RECT*) const {
+    return false;
+}

@@ -58,6 +58,10 @@ public:
     /// Copies pixels from another device context of the same device. `rop` is SRCCOPY.
     virtual bool BitBlt(int x, int y, int width, int height, CDC* source, int sourceX, int sourceY,
                         DWORD rop);
+
+    /// The area that drawing can reach at present. False, with `box` unchanged, for a device
+    /// context that doesn't know it.
+    virtual bool GetClipBox(RECT* box) const;
 };
 
 /// A window. It may be the child of another one; either may be destroyed first. Child objects

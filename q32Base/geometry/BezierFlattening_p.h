@@ -9,9 +9,11 @@
 #include "q32Base/framework/CArray.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/geometry/CqLine2D.h"
+#include "q32Base/geometry/CurveLimit.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 namespace q32 {
@@ -159,9 +161,23 @@ void fnFlatten(const CqPoint2D (&curve)[kCount], const IsFlat& isFlat, const Emi
         fnHalveUntilFlat(curve, 0.0, 1.0, isFlat, emit);
 }
 
+/// Counts the parts of one curve. Raises the memory exception beyond the host's limit.
+class PartCount {
+public:
+    void fnAdd() {
+        if (m_nLeft == 0)
+            AfxThrowMemoryException();
+        --m_nLeft;
+    }
+
+private:
+    std::uint32_t m_nLeft = q32GetCurveLimit();
+};
+
 /// Crossings of a curve with a segment. The slots are filled in order; each further crossing
 /// replaces the last slot.
-/// @return the count, which may exceed the number of slots; 0 when memory for the hits runs out
+/// @return the count, which may exceed the number of slots; 0 when memory for the hits runs out,
+///         and for a curve of more parts than the host permits
 template <int kCount, int kSlots>
 int fnIntersectCurve(const CqPoint2D (&curve)[kCount], const CqLine2D& line,
                      double* const (&slots)[kSlots]) {
@@ -170,10 +186,12 @@ int fnIntersectCurve(const CqPoint2D (&curve)[kCount], const CqLine2D& line,
         return CqLine2D(curve[0], curve[kCount - 1]).fnIntersectLine(line, *slots[0], nullptr) ? 1
                                                                                                : 0;
     CArray<double, double> hits;
+    PartCount parts;
     const bool collected = fnTryMemory([&] {
         fnHalveUntilFlat(
             curve, 0.0, 1.0, isFlat,
             [&](const CqPoint2D(&part)[kCount], double tLow, double tHigh) {
+                parts.fnAdd();
                 double s;
                 if (CqLine2D(part[0], part[kCount - 1]).fnIntersectLine(line, s, nullptr))
                     hits.Add(tLow + (tHigh - tLow) * s);

@@ -176,9 +176,11 @@ void CqCubicBezier2D::fnTessellate(CqPolyline2D& polyline, double tolerance) con
     const CqCubicBezier2D curve(*this);
     polyline.fnRemoveAll();
     Growth growth(polyline);
+    q32::PartCount parts;
     int count = 0;
     q32::fnFlatten(curve.m_Points, q32::FlatnessTest(curve.m_Points, tolerance),
                    [&](const Points& part, double tLow, double tHigh) {
+                       parts.fnAdd();
                        if (++count == growth.m_nNext) {
                            polyline.fnSetGrowth(count / 2);
                            growth.m_nNext += count / 2;
@@ -190,8 +192,10 @@ void CqCubicBezier2D::fnTessellate(CqPolyline2D& polyline, double tolerance) con
 
 void CqCubicBezier2D::fnRasterize(CqImage& image, const CqColor& color) {
     const q32::DigitalLine line(image, color);
+    q32::PartCount parts;
     q32::fnFlatten(m_Points, FlatOrUnseen(m_Points, image),
-                   [&line](const Points& part, double, double) {
+                   [&](const Points& part, double, double) {
+                       parts.fnAdd();
                        q32::fnDrawSegment(line, part[0], part[3]);
                    });
 }

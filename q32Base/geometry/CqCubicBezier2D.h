@@ -13,8 +13,8 @@ class CqPolyline2D;
 /// The thickness is stored and copied to parts of the curve; no computation uses it. Division into
 /// flat parts measures the inner control points' distances from the line through the ends; a curve,
 /// or part, that ends where it starts counts as flat, whatever its other points, deliberately.
-/// Curves of finite coordinates are divided into at most about 2^25 parts; infinity and
-/// not-a-number give no useful result, but terminate.
+/// Curves of finite coordinates consist of at most about 2^25 parts; infinity and not-a-number give
+/// no useful result, but terminate. The host limits the parts (CurveLimit.h).
 struct Q32_API CqCubicBezier2D {
     /// All points at the origin, thickness 0.
     CqCubicBezier2D() = default;
@@ -67,15 +67,17 @@ struct Q32_API CqCubicBezier2D {
     /// two parts is reported twice, deliberately. A flat curve counts as its chord, and t is the
     /// chord's.
     /// @return the count, which may be above 3: the first two are in `t1` and `t2`, the last one in
-    ///         `t3`; 0 when memory for the hits runs out
+    ///         `t3`; 0 when memory for the hits runs out, and beyond the limit of parts
     int fnIntersectLine(const CqLine2D& line, double& t1, double& t2, double& t3) const;
 
     /// Replaces the polyline by segments that lie within `tolerance` of the curve; the record of
     /// each is its range of t, with tag 0. A tolerance below the rounding of the coordinates counts
-    /// as that rounding. Raises CMemoryException, with the polyline incomplete.
+    /// as that rounding. Raises CMemoryException, also beyond the limit of parts, with the polyline
+    /// incomplete.
     void fnTessellate(CqPolyline2D& polyline, double tolerance) const;
     /// Draws the curve one pixel wide, as lines with a flatness of half a pixel, by the rules of
-    /// `CqLine2D::fnRasterize`. The thickness is ignored.
+    /// `CqLine2D::fnRasterize`. The thickness is ignored. Parts that can't touch the image count as
+    /// few. Raises CMemoryException beyond the limit of parts, with the curve drawn up to there.
     void fnRasterize(CqImage& image, const CqColor& color);
 
     /// Saves or loads the control points: eight doubles, x and y of each. Loading computes the box

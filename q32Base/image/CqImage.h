@@ -14,11 +14,15 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 
 class CqProgressDisplay;
 class CqTileMap;
 class CRgn;
 class CWnd;
+namespace q32 {
+struct DibLayout;
+}
 
 /// A raster image of 4, 8, 16, 24 or 32 bits a pixel, which may be larger than memory: a handle to
 /// a tile map, whose geometry is mirrored in public fields.
@@ -60,6 +64,14 @@ public:
     /// The masks of a compression-3 header count as the first pixels, deliberately. Raises the
     /// resource exception for a size or depth that no image can have.
     CqImage& operator=(BITMAPINFOHEADER* const header);
+    /// Converts a device-independent bitmap that isn't trusted, with the results of the assignment;
+    /// only the bytes of the span are read. A negative height is accepted, and means rows from the
+    /// top down. Raises the resource exception, with the image unchanged, unless header, colour
+    /// table and all uncompressed rows lie in the span, for an unknown compression, for an encoded
+    /// bitmap with less than a byte for every 65,536 pixels, and for a size or depth that no image
+    /// can have.
+    /// @param bitmap  from the header on, at any address
+    void fnTake(std::span<const std::byte> bitmap);
     /// A new device-independent bitmap of this image, bottom row first, which the caller frees with
     /// `delete`. The second half of every 16-bit row keeps the image's byte order, deliberately.
     operator BITMAPINFOHEADER*();
@@ -137,6 +149,7 @@ public:
     /// Draws the part of the scaled image that begins at (x, y).
     /// @param noGamma     switches gamma off for this draw; for an image of one tile it stays off,
     ///                    deliberately: call CqDisplayProperty::fnEnableGamma to restore it
+    /// @param destination  may reach far beyond the drawing area: only its surroundings are drawn
     /// @param background  passed to the selection of a palette
     /// @return false when a buffer can't be allocated or the platform call fails
     bool fnDraw(CDC* dc, const CRect& destination, int x, int y, bool noGamma, bool background);
@@ -244,10 +257,14 @@ protected:
 private:
     /// The same; pixels of the old storage don't matter.
     Q32_LOCAL void fnTakeBuf(std::unique_ptr<CqTileMap> map);
-    Q32_LOCAL void fnTakeDib(const BITMAPINFOHEADER* header, std::size_t size);
-    Q32_LOCAL void fnTransferDib(const BITMAPINFOHEADER* header, std::size_t size);
-    Q32_LOCAL void fnDecompressRle8(const BITMAPINFOHEADER* header, std::size_t size);
-    Q32_LOCAL void fnDecompressRle4(const BITMAPINFOHEADER* header, std::size_t size);
+    Q32_LOCAL static void fnTakeDib(CqTileMap& map, const q32::DibLayout& layout,
+                                    std::span<const unsigned char> block);
+    Q32_LOCAL static void fnTransferDib(CqTileMap& map, const q32::DibLayout& layout,
+                                        std::span<const unsigned char> block);
+    Q32_LOCAL static void fnDecompressRle8(CqTileMap& map, const q32::DibLayout& layout,
+                                           std::span<const unsigned char> block);
+    Q32_LOCAL static void fnDecompressRle4(CqTileMap& map, const q32::DibLayout& layout,
+                                           std::span<const unsigned char> block);
     Q32_LOCAL void fnConvert24(CqTileMap* target);
     Q32_LOCAL void fnConvert32(CqTileMap* target);
 };

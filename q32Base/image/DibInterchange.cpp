@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <utility>
 #include <new>
 #include <span>
 
@@ -23,8 +24,8 @@ using q32::kDibMasks565;
 
 constexpr unsigned int kWholeRow = 0xFFFFFFFFu;
 
-std::span<const unsigned char> fnBlock(const BITMAPINFOHEADER* header, std::size_t size) {
-    return {reinterpret_cast<const unsigned char*>(header), size};
+std::span<const unsigned char> fnBlock(const void* header, std::size_t size) {
+    return {static_cast<const unsigned char*>(header), size};
 }
 
 /// Bytes of a block as its header declares them. An RLE stream of undeclared length extends to its
@@ -49,8 +50,8 @@ std::size_t fnGetDeclaredSize(const DibLayout& layout) {
 
 /// A map of that geometry with the header's colour table, as far as the block holds it; the other
 /// entries are black.
-CqTileMap* fnMakeMap(const DibLayout& layout, std::span<const unsigned char> block,
-                     std::uint32_t height) {
+std::unique_ptr<CqTileMap> fnMakeMap(const DibLayout& layout, std::span<const unsigned char> block,
+                                     std::uint32_t height) {
     constexpr std::uint32_t kMaxColors = 256;
     const BITMAPINFOHEADER& header = layout.m_Header;
     if (header.biWidth <= 0 || height == 0 || !q32::fnFindPixelFormat(header.biBitCount))
@@ -61,8 +62,30 @@ CqTileMap* fnMakeMap(const DibLayout& layout, std::span<const unsigned char> blo
     const std::size_t there =
         std::min<std::size_t>(block.size() - kDibHeaderBytes, count * sizeof(RGBQUAD));
     std::memcpy(table, block.data() + kDibHeaderBytes, there);
-    return q32::fnNew<CqTileMap>(static_cast<std::uint32_t>(header.biWidth), height,
-                                 header.biBitCount, table, count);
+    return std::unique_ptr<CqTileMap>(q32::fnNew<CqTileMap>(
+        static_cast<std::uint32_t>(header.biWidth), height, header.biBitCount, table, count));
+}
+
+/// Whether a block of that size holds everything that its header declares. An encoded bitmap must
+/// have a byte for every so many pixels, lest a few bytes demand gigabytes.
+bool fnIsWhole(const DibLayout& layout, std::uint64_t size) {
+    constexpr std::uint64_t kMaxPixelsPerByte = 65536;
+    const BITMAPINFOHEADER& header = layout.m_Header;
+    if (!layout.fnHasPixels() || header.biSize < kDibHeaderBytes || layout.m_nPixelsAt > size)
+        return false;
+    const std::uint64_t room = size - layout.m_nPixelsAt;
+    const auto width = static_cast<std::uint32_t>(header.biWidth);
+    switch (header.biCompression) {
+    case BI_RLE8:
+    case BI_RLE4:
+        return std::uint64_t{width} * layout.m_nHeight / kMaxPixelsPerByte <= room;
+    case BI_RGB:
+    case BI_BITFIELDS: // the masks count as pixels
+        return layout.m_nHeight <=
+               room / std::max<std::uint64_t>(fnDibStride(width, header.biBitCount), 1);
+    default:
+        return false;
+    }
 }
 
 /// Whether 16-bit pixels of a block are 5-6-5 already.
@@ -83,45 +106,62 @@ void CqImage::fnLoad(int id, unsigned int depth) {
     });
     if (!found)
         AfxThrowResourceException();
-    const auto* header = static_cast<const BITMAPINFOHEADER*>(data.m_pBytes);
-    const auto layout = fnReadDibLayout(fnBlock(header, data.m_nSize));
+    const auto block = fnBlock(data.m_pBytes, data.m_nSize);
+    const auto layout = fnReadDibLayout(block);
     if (!layout)
         AfxThrowResourceException();
-    fnTakeBuf(std::unique_ptr<CqTileMap>(
-        fnMakeMap(*layout, fnBlock(header, data.m_nSize), layout->m_nHeight)));
-    if (header->biCompression > BI_BITFIELDS) {
+    auto map = fnMakeMap(*layout, block, layout->m_nHeight);
+    if (layout->m_Header.biCompression > BI_BITFIELDS) {
+        // Deliberate: the storage is gone, and the mirror fields describe that of the bitmap.
+        fnTakeBuf(std::move(map));
         fnFreeBuf();
         AfxThrowResourceException();
     }
-    fnTakeDib(header, data.m_nSize);
-    TileMap->fnRequirePixels();
-    if (depth != 0)
-        fnConvert(depth, true, nullptr);
+    fnTakeDib(*map, *layout, block);
+    if (depth == 0)
+        return fnTakeBuf(std::move(map));
+    CqImage loaded;
+    loaded.fnTakeBuf(std::move(map));
+    loaded.fnConvert(depth, true, nullptr);
+    fnSwapBuf(loaded);
 }
 
 CqImage& CqImage::operator=(BITMAPINFOHEADER* const header) {
     const auto layout = fnReadDibLayout(fnBlock(header, kDibHeaderBytes));
-    const std::size_t size = fnGetDeclaredSize(*layout);
+    const auto block = fnBlock(header, fnGetDeclaredSize(*layout));
     // A negative height becomes a large unsigned number, which no image can have.
-    fnTakeBuf(std::unique_ptr<CqTileMap>(
-        fnMakeMap(*layout, fnBlock(header, size), static_cast<std::uint32_t>(header->biHeight))));
-    fnTakeDib(header, size);
-    TileMap->fnRequirePixels();
+    auto map = fnMakeMap(*layout, block, static_cast<std::uint32_t>(header->biHeight));
+    fnTakeDib(*map, *fnReadDibLayout(block), block);
+    fnTakeBuf(std::move(map));
     DpiX = header->biXPelsPerMeter;
     DpiY = header->biYPelsPerMeter;
     return *this;
 }
 
+void CqImage::fnTake(std::span<const std::byte> bitmap) {
+    auto block = fnBlock(bitmap.data(), bitmap.size());
+    const auto layout = fnReadDibLayout(block);
+    if (!layout || !fnIsWhole(*layout, block.size()))
+        AfxThrowResourceException();
+    block = block.first(std::min(block.size(), fnGetDeclaredSize(*layout)));
+    auto map = fnMakeMap(*layout, block, layout->m_nHeight);
+    fnTakeDib(*map, *layout, block);
+    fnTakeBuf(std::move(map));
+    DpiX = layout->m_Header.biXPelsPerMeter;
+    DpiY = layout->m_Header.biYPelsPerMeter;
+}
+
 /// Copies the pixels by the compression; an unknown one leaves them as allocated.
-void CqImage::fnTakeDib(const BITMAPINFOHEADER* header, std::size_t size) {
-    switch (header->biCompression) {
+void CqImage::fnTakeDib(CqTileMap& map, const DibLayout& layout,
+                        std::span<const unsigned char> block) {
+    switch (layout.m_Header.biCompression) {
     case BI_RLE4:
-        return fnDecompressRle4(header, size);
+        return fnDecompressRle4(map, layout, block);
     case BI_RLE8:
-        return fnDecompressRle8(header, size);
+        return fnDecompressRle8(map, layout, block);
     case BI_RGB:
     case BI_BITFIELDS:
-        return fnTransferDib(header, size);
+        return fnTransferDib(map, layout, block);
     default:
         return;
     }
@@ -179,28 +219,27 @@ CqImage::operator BITMAPINFOHEADER*() {
     return header;
 }
 
-void CqImage::fnTransferDib(const BITMAPINFOHEADER* header, std::size_t size) {
-    const std::span<const unsigned char> block = fnBlock(header, size);
-    const DibLayout layout = *fnReadDibLayout(block);
-    const std::size_t stride = fnDibStride(Width, BitCount);
+void CqImage::fnTransferDib(CqTileMap& map, const DibLayout& layout,
+                            std::span<const unsigned char> block) {
+    const std::size_t stride = fnDibStride(map.Width, map.BitCount);
     const bool swapOnly = fnIs565(layout);
     CqImageLine line;
-    for (std::uint32_t y = 0; y < Height; ++y) {
-        const std::uint64_t stored = layout.m_bTopDown ? y : Height - 1 - y;
+    for (std::uint32_t y = 0; y < map.Height; ++y) {
+        const std::uint64_t stored = layout.m_bTopDown ? y : map.Height - 1 - y;
         const std::uint64_t at = layout.m_nPixelsAt + stored * stride;
-        if (at >= size)
+        if (at >= block.size())
             continue; // a row beyond the block stays as it is
-        fnAccessLine(y, &line, false);
-        std::memcpy(line.LineBuffer, block.data() + at,
-                    std::min<std::size_t>(RowBytes, size - static_cast<std::size_t>(at)));
-        if (BitCount >= 24)
+        const std::size_t left = block.size() - static_cast<std::size_t>(at);
+        map.fnAccessLine(y, &line, false);
+        std::memcpy(line.LineBuffer, block.data() + at, std::min<std::size_t>(map.RowBytes, left));
+        if (map.BitCount >= 24)
             line.fnReversePixel(0, kWholeRow);
-        else if (BitCount == 16)
+        else if (map.BitCount == 16)
             line.fnReversePixel(swapOnly, true);
     }
 }
 
-void CqImage::fnDecompressRle4(const BITMAPINFOHEADER*, std::size_t) {
+void CqImage::fnDecompressRle4(CqTileMap&, const DibLayout&, std::span<const unsigned char>) {
     // Deliberate: such a bitmap gives an image of the right size and palette with its pixels not
     // set.
 }

@@ -92,6 +92,12 @@ struct DibLayout {
     constexpr std::uint64_t fnGetTableAt() const {
         return std::uint64_t{m_Header.biSize} + m_nMasksBehind;
     }
+    /// Where an RLE stream begins: with the pixels, but never inside the header, even if that
+    /// declares fewer bytes than it has.
+    constexpr std::uint64_t fnGetStreamAt() const {
+        const std::uint64_t behindTable = kDibHeaderBytes + 4ull * m_nColors;
+        return m_nPixelsAt < behindTable ? behindTable : m_nPixelsAt;
+    }
     /// Entries of the colour table that pixels can index.
     constexpr std::uint32_t fnGetUsedColors() const {
         const std::uint32_t all = m_Header.biBitCount > 8 ? 0 : 1u << m_Header.biBitCount;

@@ -43,16 +43,16 @@ private:
 /// dropped.
 class RleWriter {
 public:
-    RleWriter(CqImage& image, int x, int y) : m_Image(image), m_nX(x), m_nY(y) {
-        image.fnAccessTile(image.TileCount - image.TilesAcross, &m_Tile);
+    RleWriter(CqTileMap& map, int x, int y) : m_Map(map), m_nX(x), m_nY(y) {
+        map.fnAccessTile(map.TileCount - map.TilesAcross, &m_Tile);
     }
 
     /// Writes `count` pixels: copies of `pixels[0]`, or `count` of them if `literal`.
     void fnWrite(const unsigned char* pixels, std::size_t count, bool literal) {
-        const int width = static_cast<int>(m_Image.Width);
+        const int width = static_cast<int>(m_Map.Width);
         while (count > 0 && m_nX < width) {
             if (m_nX >= m_Tile.Right)
-                m_Image.fnAccessTile(static_cast<unsigned int>(m_Tile.Index) + 1, &m_Tile);
+                m_Map.fnAccessTile(static_cast<unsigned int>(m_Tile.Index) + 1, &m_Tile);
             const std::size_t part = std::min(count, static_cast<std::size_t>(m_Tile.Right - m_nX));
             unsigned char* at = m_Tile.Pixels +
                                 static_cast<std::size_t>(m_nY - m_Tile.Top) * m_Tile.RowBytes +
@@ -76,8 +76,8 @@ public:
     /// Moves right by dx and down by dy, deliberately, although lines advance upward. Does nothing
     /// if that is outside the image.
     void fnMove(int dx, int dy) {
-        if (m_nX + dx >= static_cast<int>(m_Image.Width) ||
-            m_nY + dy >= static_cast<int>(m_Image.Height))
+        if (m_nX + dx >= static_cast<int>(m_Map.Width) ||
+            m_nY + dy >= static_cast<int>(m_Map.Height))
             return;
         m_nX += dx;
         m_nY += dy;
@@ -87,11 +87,11 @@ public:
 private:
     bool fnPlace() {
         CPoint place(m_nX, m_nY);
-        m_Image.fnAccessTile(place, &m_Tile);
+        m_Map.fnAccessTile(place, &m_Tile);
         return true;
     }
 
-    CqImage& m_Image;
+    CqTileMap& m_Map;
     CqImageTile m_Tile{false};
     int m_nX;
     int m_nY;
@@ -100,13 +100,13 @@ private:
 } // namespace
 
 /// The run-length encoding of 8-bit bitmaps. Pixels that the stream skips stay as allocated.
-void CqImage::fnDecompressRle8(const BITMAPINFOHEADER* header, std::size_t size) {
-    const std::uint64_t start = q32::fnDibPixelOffset(*header);
-    if (BitCount != 8 || start >= size)
+void CqImage::fnDecompressRle8(CqTileMap& map, const q32::DibLayout& layout,
+                               std::span<const unsigned char> block) {
+    const std::uint64_t start = layout.fnGetStreamAt();
+    if (map.BitCount != 8 || start >= block.size())
         return;
-    RleStream stream(reinterpret_cast<const unsigned char*>(header) + start,
-                     size - static_cast<std::size_t>(start));
-    RleWriter writer(*this, 0, static_cast<int>(Height) - 1);
+    RleStream stream(block.data() + start, block.size() - static_cast<std::size_t>(start));
+    RleWriter writer(map, 0, static_cast<int>(map.Height) - 1);
     unsigned char count = 0;
     unsigned char value = 0;
     while (stream.fnTakePair(count, value)) {

@@ -69,7 +69,7 @@ Rule fnRule(int id, UINT type) {
 /// A text of up to `Bytes` bytes and a NUL; the excess is dropped.
 template <std::size_t Bytes>
 struct Text {
-    char m_szText[Bytes + 1] = "";
+    char m_szText[Bytes + 1] = {};
     std::size_t m_nLength = 0;
 
     void fnAppend(std::string_view part) {
@@ -98,16 +98,18 @@ void fnLoadText(int id, HINSTANCE module, Loaded& loaded) {
         loaded.fnAppend(fnCut(text.c_str(), kMaxTextBytes));
 }
 
-/// The arguments, truncated to fit into one box with the format.
+/// The arguments that a message has, truncated to fit into one box with the format. A missing one
+/// is empty.
 struct Arguments {
     std::string_view m_Parts[2];
     std::size_t m_nCount = 0;
 
-    void fnCollect(std::size_t formatLength, const char* first, const char* second) {
+    void fnCollect(std::size_t count, std::size_t formatLength, const char* first,
+                   const char* second) {
+        const char* const texts[] = {first, second};
         std::size_t room = kMaxShownBytes - formatLength;
-        for (const char* text : {first, second}) {
-            if (!text)
-                return;
+        while (m_nCount < count) {
+            const char* text = texts[m_nCount] ? texts[m_nCount] : "";
             const auto part = fnCut(text, std::min(room, kMaxArgumentBytes));
             m_Parts[m_nCount++] = part;
             room -= part.size();
@@ -154,10 +156,8 @@ int q32ShowMsg(int nMsgId, HINSTANCE hInstance, const char* pszArg1, const char*
         return fnShowBox(loaded.m_szText, rule.m_nStyle);
 
     Arguments arguments;
-    q32::fnTryMemory([&] {
-        arguments.fnCollect(loaded.m_nLength, rule.m_nArguments >= 1 ? pszArg1 : nullptr,
-                            rule.m_nArguments >= 2 ? pszArg2 : nullptr);
-    });
+    q32::fnTryMemory(
+        [&] { arguments.fnCollect(rule.m_nArguments, loaded.m_nLength, pszArg1, pszArg2); });
     Shown shown;
     fnFormat({loaded.m_szText, loaded.m_nLength}, arguments, shown);
     return fnShowBox(shown.m_szText, rule.m_nStyle);

@@ -40,8 +40,7 @@ extern "C" {
 ///                  modules
 /// @param pszArg1   replaces the first "%s"; null shows the text verbatim, including any "%s". Each
 ///                  argument is truncated to 260 bytes, and the result to 520.
-/// @param pszArg2   replaces the second "%s" if the message has two arguments; null leaves that
-///                  "%s" in place
+/// @param pszArg2   replaces the second "%s" if the message has two arguments; null counts as empty
 /// @param nType     MB_ bits for an id of 0 or more, with the exclamation icon if they name none;
 ///                  ignored for a negative id
 /// @return the chosen button: IDOK, IDYES, IDNO or IDCANCEL; 0 if no box could be shown

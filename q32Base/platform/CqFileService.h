@@ -55,6 +55,22 @@ public:
     virtual CQ_FILE_CAUSE fnClose() = 0;
 };
 
+/// A new file that is to replace another one as a whole, or to take a free name. Until it does, its
+/// bytes lie in a file of another name in the same directory, which only the user's own programs
+/// can read. The destructor deletes that file unless it has taken its place.
+class Q32_API CqFileReplacement {
+public:
+    virtual ~CqFileReplacement() = default;
+
+    /// The new file, open for reading and writing, which belongs to this object.
+    virtual CqFileStream& fnGetStream() = 0;
+    /// Closes the file and gives it its name atomically, with its bytes flushed to disk and the
+    /// permissions of the file that stood there, or those of any new file. Returns the cause on
+    /// failure, which includes an existing file that is open or not writable; that file is then
+    /// unchanged. To be called once. May throw std::bad_alloc, with the same result.
+    virtual CQ_FILE_CAUSE fnCommit() = 0;
+};
+
 struct CqDiskSpace {
     std::uint64_t m_nAvailable = 0; ///< bytes that the caller may use
     std::uint64_t m_nTotal = 0;
@@ -108,11 +124,10 @@ public:
     virtual std::unique_ptr<CqFileStream> fnOpen(const char* name, const CqFileMode& mode,
                                                  CQ_FILE_CAUSE& cause) = 0;
 
-    /// Renames a closed file to `to` atomically, with its bytes flushed to disk; an existing file
-    /// is replaced, and its location and permissions are kept. Both names are in one directory.
-    /// Returns the cause on failure, which includes an existing file that is open or not writable;
-    /// both files are then unchanged.
-    virtual CQ_FILE_CAUSE fnReplace(const char* from, const char* to) = 0;
+    /// Begins to replace the file `name`, which need not exist. Null, with the cause, on failure.
+    /// Files that killed programs left behind in its directory may be deleted.
+    virtual std::unique_ptr<CqFileReplacement> fnOpenReplacement(const char* name,
+                                                                 CQ_FILE_CAUSE& cause) = 0;
 
     /// Reads a whole small text file. False when it is missing or unreadable.
     virtual bool fnReadText(const char* name, std::string& text) = 0;

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <string>
 
 char CqDumpBin::m_szFloatFmt[16] = "%.02f";
 
@@ -19,6 +20,41 @@ constexpr std::uint32_t kLargeCapacity = 0x100000;
 
 /// Bytes of the longest number with its NUL.
 constexpr std::size_t kNumberBytes = std::numeric_limits<unsigned long>::digits10 + 4;
+
+/// What the C library prints before decimals in the locale in force.
+std::string fnFindPoint() {
+    char shown[16];
+    std::snprintf(shown, sizeof(shown), "%.1f", 0.5);
+    return {shown + 1, std::strlen(shown) - 2};
+}
+
+/// A number as the format gives it in the "C" locale: a log doesn't depend on the host's language.
+CString fnFormatNumber(const char* format, double value) {
+    CString text;
+    const std::string point = fnFindPoint();
+    if (point == "." && !std::strchr(format, '\'')) {
+        text.Format(format, value);
+        return text;
+    }
+    // The text around the conversion may contain what looks like the point.
+    std::size_t at = 0;
+    while (format[at] && (format[at] != '%' || format[at + 1] == '%'))
+        at += format[at] == '%' ? 2 : 1;
+    const std::size_t letter = at + std::strcspn(format + at, "aAeEfFgG");
+    const std::size_t end = format[letter] ? letter + 1 : letter;
+    std::string conversion(format + at, end - at);
+    std::erase(conversion, '\''); // groups digits, but not in the "C" locale
+    text.Format(conversion.c_str(), value);
+    std::string number(text);
+    if (const std::size_t found = number.find(point); found != std::string::npos) {
+        number[found] = '.';
+        number.erase(found + 1, point.size() - 1);
+    }
+    CString after;
+    text.Format(std::string(format, at).c_str());
+    after.Format(format + end);
+    return text + number.c_str() + after;
+}
 
 } // namespace
 
@@ -80,9 +116,7 @@ CqDumpBin& CqDumpBin::operator<<(float f) {
 }
 
 CqDumpBin& CqDumpBin::operator<<(double d) {
-    CString text;
-    text.Format(m_szFloatFmt, d);
-    fnOutputString(text);
+    fnOutputString(q32::fnGuardMemory([d] { return fnFormatNumber(m_szFloatFmt, d); }));
     return *this;
 }
 

@@ -27,7 +27,7 @@ public:
     CqDumpBin& operator<<(unsigned int n);
     CqDumpBin& operator<<(long n);
     CqDumpBin& operator<<(unsigned long n);
-    /// In the format set by `fnSetFloatFormat`.
+    /// In the format set by `fnSetFloatFormat`, with a decimal point in every locale.
     CqDumpBin& operator<<(float f);
     CqDumpBin& operator<<(double d);
 

@@ -90,7 +90,8 @@ public:
     /// A step is an integer number of bytes, but not always of frames: samples are then
     /// deliberately read out of step (docs/behaviour/sound.md). Each step reads one frame, so that
     /// the time doesn't depend on the length of the sound. Samples that aren't entirely in the
-    /// block aren't drawn; a sound without channels gives only the background.
+    /// block aren't drawn; a sound without channels gives only the background, and an
+    /// image without storage stays so.
     /// @param bLineFlag  passed on to `CqImage::fnDrawLine`
     void fnRasterize(CqImage& image, unsigned long nStart, unsigned long nLength, bool bVertical,
                      bool bLineFlag) const;

@@ -51,6 +51,8 @@ private:
 
 void CqWave::fnRasterize(CqImage& image, unsigned long nStart, unsigned long nLength,
                          bool bVertical, bool bLineFlag) const {
+    if (!image.TileMap)
+        return;
     image.fnFill(kBackground, nullptr, false);
     if (m_nChannels == 0)
         return;

@@ -117,29 +117,41 @@ TEST_P(FileContract, ANewFileIsRefusedWhereAnythingExists) {
 }
 
 TEST_P(FileContract, AFileReplacesAnotherOrTakesAFreeName) {
-    const std::string from = fnName("new.txt");
-    const std::string to = fnName("old.txt");
-    for (const char* text : {"first", "second"}) {
-        ASSERT_NO_FATAL_FAILURE(fnWrite(from, text));
-        EXPECT_EQ(m_Files.fnReplace(from.c_str(), to.c_str()), FILE_CAUSE_NONE);
-        EXPECT_FALSE(m_Files.fnExists(from.c_str()));
-        EXPECT_EQ(fnRead(*fnOpen(to, kRead), 100), text);
+    const std::string name = fnName("picture");
+    for (const std::string text : {"first", "second"}) {
+        CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
+        const auto made = m_Files.fnOpenReplacement(name.c_str(), cause);
+        ASSERT_NE(made, nullptr);
+        CqFileStream& stream = made->fnGetStream();
+        EXPECT_EQ(stream.fnWrite("-----!", 6), FILE_CAUSE_NONE);
+        EXPECT_EQ(stream.fnSeek(5), FILE_CAUSE_NONE);
+        EXPECT_EQ(fnRead(stream, 100), "!") << "what was written can be read";
+        EXPECT_EQ(stream.fnSeek(0), FILE_CAUSE_NONE);
+        EXPECT_EQ(stream.fnWrite(text.data(), text.size()), FILE_CAUSE_NONE);
+        EXPECT_EQ(m_Files.fnExists(name.c_str()), text == "second") << "still the old file";
+        EXPECT_EQ(made->fnCommit(), FILE_CAUSE_NONE);
+        EXPECT_EQ(fnRead(*fnOpen(name, kRead), 100), text + (text == "first" ? "!" : ""));
     }
+    EXPECT_EQ(m_Files.fnFind(fnName("*").c_str()), std::vector<std::string>{"picture"});
 }
 
-TEST_P(FileContract, AReplacementThatFailsLeavesBothFiles) {
-    const std::string from = fnName("new.txt");
-    const std::string to = fnName("old.txt");
-    ASSERT_NO_FATAL_FAILURE(fnWrite(to, "old"));
-    EXPECT_EQ(m_Files.fnReplace(from.c_str(), to.c_str()), FILE_CAUSE_NOT_FOUND);
-    ASSERT_NO_FATAL_FAILURE(fnWrite(from, "new"));
+TEST_P(FileContract, AReplacementThatFailsLeavesTheFileAndNothingElse) {
+    const std::string name = fnName("picture");
+    ASSERT_NO_FATAL_FAILURE(fnWrite(name, "old"));
+    CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
     {
-        const auto held = fnOpen(to, CqFileMode{true, true, false, true});
-        EXPECT_EQ(m_Files.fnReplace(from.c_str(), to.c_str()), FILE_CAUSE_SHARING_VIOLATION);
+        const auto made = m_Files.fnOpenReplacement(name.c_str(), cause);
+        ASSERT_NE(made, nullptr);
+        const auto held = fnOpen(name, CqFileMode{true, true, false, true});
+        EXPECT_EQ(made->fnCommit(), FILE_CAUSE_SHARING_VIOLATION);
     }
-    EXPECT_NE(m_Files.fnReplace(from.c_str(), m_World.m_szDirectory.c_str()), FILE_CAUSE_NONE);
-    EXPECT_EQ(fnRead(*fnOpen(to, kRead), 100), "old");
-    EXPECT_EQ(fnRead(*fnOpen(from, kRead), 100), "new");
+    EXPECT_NE(m_Files.fnOpenReplacement(name.c_str(), cause), nullptr) << "never committed";
+    EXPECT_EQ(m_Files.fnOpenReplacement(fnName("none\\picture").c_str(), cause), nullptr);
+    EXPECT_EQ(cause, FILE_CAUSE_BAD_PATH);
+    EXPECT_EQ(fnRead(*fnOpen(name, kRead), 100), "old");
+    EXPECT_EQ(m_Files.fnFind(fnName("*").c_str()), std::vector<std::string>{"picture"});
+    const auto directory = m_Files.fnOpenReplacement(m_World.m_szDirectory.c_str(), cause);
+    EXPECT_TRUE(!directory || directory->fnCommit() != FILE_CAUSE_NONE);
 }
 
 TEST_P(FileContract, AClosedStreamFails) {

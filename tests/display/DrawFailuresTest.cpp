@@ -198,7 +198,7 @@ TEST(DrawFailures, WithoutADeviceContextAnImageIsNotDrawn) {
     EXPECT_FALSE(image->fnDraw(nullptr, CRect(0, 0, 200, 5), 0, 0, false, false));
 }
 
-TEST(DrawFailures, AGammaThatCannotBeRestoredIsReportedToTheUser) {
+TEST(DrawFailures, AGammaThatCannotBeRestoredIsReportedToTheUserAndRestoredByTheNextDraw) {
     CqHeadlessOptions options;
     options.m_Mode.m_nBits = 24;
     const auto world = q32HeadlessWorld(options);
@@ -217,8 +217,38 @@ TEST(DrawFailures, AGammaThatCannotBeRestoredIsReportedToTheUser) {
             EXPECT_TRUE(failure.fnHappened());
         }
         EXPECT_TRUE(drawn); // the picture was drawn
-        EXPECT_FALSE(q32GetDisplayProperty()->fnIsGammaEnabled());
+        CqDisplayProperty& display = *q32GetDisplayProperty();
+        EXPECT_FALSE(display.fnIsGammaEnabled());
         EXPECT_EQ(world->m_pMessages->fnGetBoxes().size(), 1u);
+        // What is saved meanwhile is what the user chose.
+        ASSERT_TRUE(display.fnSerialize(false));
+        ASSERT_TRUE(display.fnSerialize(true));
+        EXPECT_TRUE(display.fnIsGammaEnabled());
+
+        // The next draw tries again, without a message.
+        const auto lose = [&] {
+            const CqAllocationFailure failure(1);
+            image->fnDraw(dc, all, 0, 0, true, false);
+            EXPECT_FALSE(display.fnIsGammaEnabled());
+        };
+        for (const bool noGamma : {false, true}) {
+            lose();
+            {
+                const CqAllocationFailure failure(1);
+                EXPECT_TRUE(image->fnDraw(dc, all, 0, 0, noGamma, false));
+                EXPECT_TRUE(failure.fnHappened());
+                EXPECT_FALSE(display.fnIsGammaEnabled());
+            }
+            EXPECT_TRUE(image->fnDraw(dc, all, 0, 0, noGamma, false));
+            EXPECT_TRUE(display.fnIsGammaEnabled());
+        }
+        EXPECT_EQ(world->m_pMessages->fnGetBoxes().size(), 3u);
+
+        // Unless the host has decided otherwise.
+        lose();
+        display.fnEnableGamma(false);
+        EXPECT_TRUE(image->fnDraw(dc, all, 0, 0, false, false));
+        EXPECT_FALSE(display.fnIsGammaEnabled());
         world->m_pScreen->fnReleaseDC(nullptr, dc);
     }
     q32Detach();

@@ -89,9 +89,14 @@ TEST_F(Messages, WithoutAFirstArgumentTheTextIsShownUnfilled) {
     EXPECT_EQ(fnBox().m_Text, "100%% %s");
 }
 
-TEST_F(Messages, WithoutASecondArgumentItsPlaceholderIsShownUnfilled) {
+TEST_F(Messages, AMissingSecondArgumentIsShownAsNothing) {
     q32ShowMsg(-8, nullptr, "a", nullptr, 0);
-    EXPECT_EQ(fnBox().m_Text, "Unable to rename [a] to [%s].");
+    EXPECT_EQ(fnBox().m_Text, "Unable to rename [a] to [].");
+    q32ShowMsg(-11, nullptr, "a", nullptr, 0);
+    EXPECT_EQ(fnBox().m_Text, "The file [a] is empty.\nUnable to open.");
+    fnSetHostString(7, "%s and %s, not %s");
+    q32ShowMsg(7, nullptr, "a", nullptr, 0);
+    EXPECT_EQ(fnBox().m_Text, "a and , not %s") << "no message has a third argument";
 }
 
 TEST_F(Messages, AnEmptyArgumentReplacesItsPlaceholder) {

@@ -355,11 +355,11 @@ TEST_F(ResampleTest, SizesThatNoImageCanHaveRaiseTheMemoryException) {
         EXPECT_TRUE(fnRaisesMemoryException([&] { image.fnResample(bad, 1.5, nullptr); })) << bad;
         EXPECT_TRUE(fnRaisesMemoryException([&] { image.fnResample(1.5, bad, nullptr); })) << bad;
     }
-    for (const auto& [width, height] :
+    for (const auto& size :
          {std::pair{0u, 100u}, {100u, 0u}, {0u, 0u}, {0xFFFFFFFFu, 100u}, {65536u, 65536u}})
         for (const bool interpolate : {false, true})
             EXPECT_TRUE(fnRaisesMemoryException(
-                [&] { image.fnResample(width, height, interpolate, nullptr); }));
+                [&] { image.fnResample(size.first, size.second, interpolate, nullptr); }));
     EXPECT_EQ(image.TileMap, map);
     EXPECT_TRUE(fnSameRows(fnRows(image), before));
 }

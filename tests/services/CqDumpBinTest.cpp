@@ -2,7 +2,9 @@
 #include "tests/support/FailingAllocator.h"
 #include "tests/support/Random.h"
 
+#include <clocale>
 #include <cstdio>
+#include <cstdlib>
 #include <limits>
 
 namespace {
@@ -84,6 +86,36 @@ TEST_F(DumpBin, AFloatHasTwoPlacesUntilTheFormatOfAllStreamsChanges) {
     other.fnSetFloatFormat("<%.3e>");
     dump << 1.5f << 2.25;
     EXPECT_EQ(dump.fnGetText(), "1.50 2.25<1.500e+00><2.250e+00>");
+}
+
+TEST_F(DumpBin, ANumberHasADecimalPointInEveryLocale) {
+    const char* const formats[] = {"%.02f", "<%%%8.2f>%%", "%-8.1f|",   "%+09.3f",
+                                   "% .4e", "%'.1f, ",     "%#.0f",     "%10.0f|",
+                                   "%a",    "%G",          "1,5: %.1f", "%08.2f"};
+    const double numbers[] = {1.5, -1234567.891, 0.0, 1e300,
+                              std::numeric_limits<double>::infinity()};
+    const auto print = [&] {
+        OpenDumpBin dump;
+        for (const char* format : formats) {
+            dump.fnSetFloatFormat(format);
+            EXPECT_STREQ(OpenDumpBin::m_szFloatFmt, format);
+            for (const double number : numbers)
+                dump << number << "\n";
+        }
+        return dump.fnGetText();
+    };
+    const std::string expected = print();
+    EXPECT_TRUE(expected.starts_with("1.50\r\n-1234567.89\r\n"));
+    ::setenv("LOCPATH", Q32_TEST_LOCALES, 1);
+    for (const char* locale : {"de_DE.UTF-8", "ps_AF.UTF-8"}) { // a comma, and one of two bytes
+        ASSERT_NE(std::setlocale(LC_ALL, locale), nullptr) << locale;
+        char shown[16];
+        std::snprintf(shown, sizeof(shown), "%.1f", 1.5);
+        EXPECT_STRNE(shown, "1.5") << locale;
+        EXPECT_EQ(print(), expected) << locale;
+    }
+    std::setlocale(LC_ALL, "C");
+    ::unsetenv("LOCPATH");
 }
 
 TEST_F(DumpBin, AFormatBeyondFifteenBytesIsRefused) {

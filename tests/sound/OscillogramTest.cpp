@@ -182,6 +182,21 @@ TEST_F(OscillogramTest, BytesBeyondTheBlockAreNotDrawn) {
     EXPECT_EQ(fnGreen(image, 0, false).size(), 0u);
 }
 
+TEST_F(OscillogramTest, IntoAnImageWithoutStorageNothingIsDrawn) {
+    const CqWave wave(2, 16, 8000, 4, true);
+    CqImage never;
+    CqImage lost(3, 2, 24, nullptr, 0);
+    CqImage other;
+    lost.fnSwapBuf(other);
+    lost.Width = 3; // fields that describe storage which is gone
+    lost.Height = 2;
+    for (CqImage* image : {&never, &lost})
+        for (const bool vertical : {false, true})
+            wave.fnRasterize(*image, 0, 4, vertical, false);
+    EXPECT_EQ(never.TileMap, nullptr);
+    EXPECT_EQ(lost.TileMap, nullptr);
+}
+
 TEST_F(OscillogramTest, ASoundWithoutChannelsIsBlack) {
     CqImage image(5, 5, 24, nullptr, 0);
     image.fnFill(kGreen, nullptr, false);

@@ -42,7 +42,11 @@ public:
     bool fnGetClusters(const char*, CqDiskClusters&) override { return false; }
     std::unique_ptr<CqFileStream> fnOpen(const char* name, const CqFileMode& mode,
                                          CQ_FILE_CAUSE& cause) override;
-    CQ_FILE_CAUSE fnReplace(const char*, const char*) override { return FILE_CAUSE_GENERIC; }
+    std::unique_ptr<CqFileReplacement> fnOpenReplacement(const char*,
+                                                         CQ_FILE_CAUSE& cause) override {
+        cause = FILE_CAUSE_GENERIC;
+        return nullptr;
+    }
 
     bool fnReadText(const char* name, std::string& text) override {
         ++m_nReads;

@@ -205,6 +205,41 @@ TEST_F(QtDump, ShowsTextThatGrowsAndItsMenu) {
     EXPECT_EQ(fnFindWindow(), nullptr);
 }
 
+TEST_F(QtDump, ACharacterThatComesInPartsIsShownWhole) {
+    q32Detach();
+    CqQtOptions options = fnOptions();
+    options.m_Posix.m_szLocale = "C.UTF-8";
+    fnAttach(options);
+    ASSERT_TRUE(q32CreateDumpWnd());
+    const auto* text = fnFindWindow()->findChild<QPlainTextEdit*>();
+    const QChar broken(0xFFFD);
+    {
+        CqDumpBin dump;
+        for (const char byte : std::string("a\xC3\xA4\xE2\x82\xAC\n\xF0\x9F\x8E\xA8.")) {
+            const char part[2] = {byte, 0};
+            dump << part;
+        }
+        EXPECT_EQ(text->toPlainText(), QString::fromUtf8("a\u00E4\u20AC\n\U0001F3A8."));
+        dump << "\xE2\x82"; // begun, and never completed
+        EXPECT_TRUE(text->toPlainText().endsWith(QString(2, broken)));
+        dump << "x\xE2"
+             << "\x82";
+        EXPECT_TRUE(text->toPlainText().endsWith(QString(2, broken) + 'x' + QString(2, broken)));
+        dump << "\xAC!";
+        EXPECT_TRUE(text->toPlainText().endsWith(QString(2, broken) + 'x' + QChar(0x20AC) + '!'));
+    }
+    {
+        CqDumpBin other; // replaces the text, which ends in a part again
+        other << "\xC3";
+        other << "\xA4";
+        EXPECT_EQ(text->toPlainText(), QString(QChar(0xE4)));
+        other.fnClear();
+        other << "b";
+        EXPECT_EQ(text->toPlainText(), "b");
+    }
+    q32DestroyDumpWnd();
+}
+
 TEST_F(QtDump, IsReadableInEveryPalette) {
     fnInBothPalettes([&](const QString& name) {
         ASSERT_TRUE(q32CreateDumpWnd());

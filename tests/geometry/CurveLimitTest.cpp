@@ -1,0 +1,108 @@
+#include "q32Base/geometry/CurveLimit.h"
+
+#include "q32Base/framework/CArchive.h"
+#include "q32Base/geometry/CqCubicBezier2D.h"
+#include "q32Base/geometry/CqPolyline2D.h"
+#include "q32Base/geometry/CqQuadBezier2D.h"
+#include "tests/geometry/GeometryTestTools.h"
+#include "tests/support/FailingAllocator.h"
+
+namespace {
+
+/// Sets the limit, and restores it.
+class Limit {
+public:
+    explicit Limit(std::uint32_t parts) { q32SetCurveLimit(parts); }
+    ~Limit() { q32SetCurveLimit(0); }
+    Limit(const Limit&) = delete;
+    Limit& operator=(const Limit&) = delete;
+};
+
+/// A curve that consists of millions of parts, of whatever size its coordinates are.
+CqCubicBezier2D fnHuge(double size) {
+    return {CqPoint2D(0.0, 0.1 * size), CqPoint2D(0.3 * size, 0.9 * size),
+            CqPoint2D(0.7 * size, -0.8 * size), CqPoint2D(size, 0.0), 1.0};
+}
+
+bool fnIsRefused(const CqCubicBezier2D& curve, CqPolyline2D& polyline, double tolerance) {
+    try {
+        curve.fnTessellate(polyline, tolerance);
+    } catch (CMemoryException* failure) {
+        failure->Delete();
+        return true;
+    }
+    return false;
+}
+
+} // namespace
+
+TEST(CurveLimit, IsAMillionPartsUnlessTheHostSetsAnother) {
+    EXPECT_EQ(q32GetCurveLimit(), 1048576u);
+    {
+        const Limit limit(7);
+        EXPECT_EQ(q32GetCurveLimit(), 7u);
+    }
+    EXPECT_EQ(q32GetCurveLimit(), kMaxCurveParts);
+}
+
+TEST(CurveLimit, PermitsExactlySoManySegments) {
+    const CqCubicBezier2D curve = fnHuge(1000.0);
+    CqPolyline2D expected;
+    curve.fnTessellate(expected, 0.01);
+    const int count = expected.fnGetNumberLine();
+    ASSERT_GT(count, 50);
+    CqPolyline2D polyline;
+    {
+        const Limit limit(static_cast<std::uint32_t>(count));
+        ASSERT_FALSE(fnIsRefused(curve, polyline, 0.01));
+        ASSERT_EQ(polyline.fnGetNumberLine(), count);
+        for (int i = 0; i <= count; ++i)
+            EXPECT_TRUE(polyline.fnGetVertex(i) == expected.fnGetVertex(i));
+    }
+    const Limit limit(static_cast<std::uint32_t>(count) - 1);
+    EXPECT_TRUE(fnIsRefused(curve, polyline, 0.01));
+    EXPECT_EQ(polyline.fnGetNumberLine(), count - 1);
+    const CqCubicBezier2D flat(CqPoint2D(0, 0), CqPoint2D(1, 0), CqPoint2D(2, 0), CqPoint2D(3, 0),
+                               1.0);
+    const Limit one(1);
+    EXPECT_FALSE(fnIsRefused(flat, polyline, 0.01));
+    EXPECT_EQ(polyline.fnGetNumberLine(), 1);
+}
+
+TEST(CurveLimit, StopsACurveFromAnArchiveBeforeItTakesTheMemory) {
+    CMemFile file;
+    {
+        CArchive archive(&file, CArchive::store);
+        CqCubicBezier2D curve = fnHuge(1e100);
+        curve.fnSerialize(archive);
+        archive.Close();
+    }
+    ASSERT_EQ(file.GetLength(), 64u);
+    file.Seek(0);
+    CqCubicBezier2D curve;
+    CArchive archive(&file, CArchive::load);
+    curve.fnSerialize(archive);
+    archive.Close();
+    CqPolyline2D polyline;
+    const CqBlockWatch watch({});
+    EXPECT_TRUE(fnIsRefused(curve, polyline, 0.1));
+    EXPECT_EQ(polyline.fnGetNumberLine(), 1048576);
+    EXPECT_LT(CqBlockWatch::fnLargestOther(), std::size_t{32} << 20);
+}
+
+TEST(CurveLimit, ALineMeetsACurveBeyondItNowhere) {
+    const double size = 1e100;
+    const CqCubicBezier2D cubic = fnHuge(size);
+    const CqQuadBezier2D quad(CqPoint2D(0.0, 0.0), CqPoint2D(0.5 * size, size),
+                              CqPoint2D(size, 0.0), 1.0);
+    const CqLine2D line(CqPoint2D(0.4 * size, -size), CqPoint2D(0.4 * size, size));
+    double t[3];
+    EXPECT_EQ(cubic.fnIntersectLine(line, t[0], t[1], t[2]), 0);
+    EXPECT_EQ(quad.fnIntersectLine(line, t[0], t[1]), 0);
+
+    const CqCubicBezier2D small = fnHuge(1e6);
+    const CqLine2D near(CqPoint2D(4e5, -1e6), CqPoint2D(4e5, 1e6));
+    EXPECT_GE(small.fnIntersectLine(near, t[0], t[1], t[2]), 1);
+    const Limit limit(100);
+    EXPECT_EQ(small.fnIntersectLine(near, t[0], t[1], t[2]), 0);
+}
