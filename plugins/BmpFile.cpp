@@ -155,6 +155,8 @@ void fnReadRle(CodecInput& input, const BmpHeader& header, PictureTarget& target
     if (coded > kMaxRleBytes)
         throw CodecFailure{MESSAGE_UNSUPPORTED};
     PictureTarget::fnCheckSparseRoom(coded, header.m_nWidth, header.m_nHeight);
+    target.fnCheckCodecBytes(coded);
+    target.fnCheckSize(header.m_nWidth, header.m_nHeight, 8);
     const std::size_t colorBytes = header.m_nColors * sizeof(RGBQUAD);
     std::vector<unsigned char> block(kDibHeaderBytes + colorBytes +
                                      static_cast<std::size_t>(coded));

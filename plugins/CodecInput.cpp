@@ -1,5 +1,6 @@
 #include "plugins/CodecInput_p.h"
 #include "plugins/PictureCodec_p.h"
+#include "plugins/PictureTarget_p.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/platform/CqPlatform.h"
 
@@ -21,12 +22,24 @@ CodecInput::CodecInput(const char* path)
         throw CodecFailure{MESSAGE_CANNOT_READ};
 }
 
-bool CodecInput::fnFill() noexcept {
-    if (m_bFailed)
+bool CodecInput::fnReport() noexcept {
+    try {
+        if (m_pSteps)
+            m_pSteps->fnTick();
+        return true;
+    } catch (...) {
+        m_pStop = std::current_exception();
         return false;
+    }
+}
+
+bool CodecInput::fnFill() noexcept {
     const std::uint64_t place = fnGetPosition();
     // A corrupt file may name an offset to which no stream can seek.
-    if (place >= m_nLength)
+    if (m_bFailed || place >= m_nLength)
+        return false;
+    m_bFailed = !fnReport();
+    if (m_bFailed)
         return false;
     std::size_t done = 0;
     m_bFailed = !fnTryMemory([&] {
@@ -73,9 +86,15 @@ void CodecInput::fnSeek(std::uint64_t position) noexcept {
     m_bMoved = true;
 }
 
+void CodecInput::fnFail(const CodecFailure& otherwise) const {
+    if (m_pStop)
+        std::rethrow_exception(m_pStop);
+    throw m_bFailed ? CodecFailure{MESSAGE_CANNOT_READ} : otherwise;
+}
+
 void fnReadExactly(CodecInput& input, void* out, std::size_t count) {
     if (input.fnRead(out, count) != count)
-        throw CodecFailure{input.fnHasFailed() ? MESSAGE_CANNOT_READ : MESSAGE_CORRUPTED};
+        input.fnFail(CodecFailure{MESSAGE_CORRUPTED});
 }
 
 } // namespace q32

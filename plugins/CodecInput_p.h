@@ -4,16 +4,25 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <memory>
 
 namespace q32 {
 
+struct CodecFailure;
+class PictureSteps;
+
 /// A picture file opened for reading: buffered, and safe to call from callbacks of a C library,
-/// since only the constructor throws. Failure is permanent: every later read gives nothing.
+/// since only the constructor and `fnFail` throw. Failure is permanent: every later read gives
+/// nothing.
 class CodecInput {
 public:
     /// Opens the file. Throws CodecFailure.
     explicit CodecInput(const char* path);
+
+    /// From now on, reports to `steps` whenever the buffer is filled; null ends that. What it
+    /// throws, an abort or a limit, is stored for `fnFail`, and reading fails from then on.
+    void fnReportTo(PictureSteps* steps) { m_pSteps = steps; }
 
     /// Reads up to `count` bytes; fewer only at the end of the file or after a failure.
     std::size_t fnRead(void* out, std::size_t count) noexcept;
@@ -26,14 +35,20 @@ public:
     std::uint64_t fnGetLength() const noexcept { return m_nLength; }
     /// Whether reading failed for a reason other than the end of the file.
     bool fnHasFailed() const noexcept { return m_bFailed; }
+    /// Throws the reason why reading failed: what stopped it, or MESSAGE_CANNOT_READ; `otherwise`
+    /// if it hasn't failed.
+    [[noreturn]] void fnFail(const CodecFailure& otherwise) const;
 
 private:
     static constexpr std::size_t kBlock = 65536;
 
     bool fnFill() noexcept;
+    bool fnReport() noexcept;
 
     std::unique_ptr<CqFileStream> m_pStream;
     std::unique_ptr<unsigned char[]> m_pBlock;
+    PictureSteps* m_pSteps = nullptr;
+    std::exception_ptr m_pStop; ///< thrown by the steps
     std::uint64_t m_nLength = 0;
     std::uint64_t m_nBase = 0; ///< position of the buffer in the file
     std::size_t m_nFilled = 0; ///< bytes in the buffer

@@ -9,6 +9,7 @@
 #include <jpeglib.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstddef>
 #include <cstdio>
 #include <jerror.h>
@@ -21,10 +22,10 @@ namespace {
 /// A block of 8 x 8 pixels takes at least a bit, except with arithmetic coding, where any number of
 /// equal blocks takes nearly nothing.
 constexpr std::uint64_t kMaxPixelsPerByte = 512;
-/// More scans than any encoder writes; a hostile file could keep the decoder busy for hours.
-constexpr int kMaxScans = 200;
-/// Limit of the coefficients of a progressive picture, which libjpeg holds in memory.
-constexpr long kMaxCoefficientBytes = 1L << 30;
+/// An empty scan costs few bytes, but a walk over all coefficients. From this number on, scans need
+/// a byte for so many blocks each. Pictures have some ten scans, and those of more are not empty.
+constexpr unsigned int kFreeScans = 32;
+constexpr std::uint64_t kMaxBlocksPerByte = 256;
 constexpr std::size_t kOutputBlock = 16384;
 constexpr double kInchesPerMeter = 1 / 0.0254;
 /// Camera and editor metadata (APP1), profiles and further pictures (APP2), print metadata (APP13).
@@ -36,7 +37,7 @@ constexpr int kDotsPerCentimeterUnit = 2;
 struct JpegState {
     std::jmp_buf m_Jump;
     jpeg_error_mgr m_Errors;
-    CQ_MESSAGE m_eFailure = MESSAGE_CORRUPTED;
+    CodecFailure m_Failure = {MESSAGE_CORRUPTED};
     CodecInput* m_pInput = nullptr;
     CodecOutput* m_pOutput = nullptr;
     bool m_bHasNotes = false; ///< the file being read has markers of kNoteMarkers
@@ -51,14 +52,16 @@ JpegState& fnState(j_common_ptr jpeg) {
     JpegState& state = fnState(jpeg);
     switch (jpeg->err->msg_code) {
     case JERR_OUT_OF_MEMORY:
+        state.m_Failure = {MESSAGE_NO_MEMORY};
+        break;
     case JERR_NO_BACKING_STORE:
-        state.m_eFailure = MESSAGE_NO_MEMORY;
+        state.m_Failure = {MESSAGE_NO_MEMORY, PICTURE_LIMIT_CODEC};
         break;
     case JERR_ARITH_NOTIMPL:
     case JERR_BAD_PRECISION:
     case JERR_CONVERSION_NOTIMPL:
     case JERR_SOF_UNSUPPORTED:
-        state.m_eFailure = MESSAGE_UNSUPPORTED;
+        state.m_Failure = {MESSAGE_UNSUPPORTED};
         break;
     default:
         break;
@@ -153,7 +156,9 @@ bool fnKnowsJpeg(const unsigned char* head, std::size_t count) {
 /// The libjpeg object for reading one file. Every call into libjpeg goes through `fnCall`.
 class JpegReader {
 public:
-    explicit JpegReader(CodecInput& input) { m_State.m_pInput = &input; }
+    JpegReader(CodecInput& input, PictureTarget& target) : m_Target(target) {
+        m_State.m_pInput = &input;
+    }
     ~JpegReader() { jpeg_destroy_decompress(&m_Jpeg); }
     JpegReader(const JpegReader&) = delete;
     JpegReader& operator=(const JpegReader&) = delete;
@@ -161,9 +166,9 @@ public:
     void fnOpen();
     void fnReadHeader();
     void fnStart();
-    void fnAllocImage(PictureTarget& target);
-    void fnReadScans(PictureTarget& target);
-    void fnReadRows(PictureTarget& target);
+    void fnAllocImage();
+    void fnReadScans();
+    void fnReadRows();
     /// Whether the file holds more than the image: CMYK, or metadata.
     bool fnHoldsMore() const { return m_Jpeg.out_color_space == JCS_CMYK || m_State.m_bHasNotes; }
 
@@ -171,11 +176,13 @@ private:
     template <typename Call>
     void fnCall(const Call& call) {
         if (!fnGuardJump(m_State.m_Jump, call))
-            throw CodecFailure{m_State.m_pInput->fnHasFailed() ? MESSAGE_CANNOT_READ
-                                                               : m_State.m_eFailure};
+            m_State.m_pInput->fnFail(m_State.m_Failure);
     }
+    CheckedSize fnCountBlocks() const;
+    void fnCheckScans() const;
     unsigned char* fnConvertRow(unsigned char* row) const;
 
+    PictureTarget& m_Target;
     JpegState m_State;
     jpeg_decompress_struct m_Jpeg = {};
     jpeg_source_mgr m_Source = {};
@@ -195,7 +202,8 @@ void JpegReader::fnOpen() {
     m_Source.resync_to_restart = jpeg_resync_to_restart;
     m_Source.term_source = fnNothing;
     m_Jpeg.src = &m_Source;
-    m_Jpeg.mem->max_memory_to_use = kMaxCoefficientBytes;
+    m_Jpeg.mem->max_memory_to_use =
+        static_cast<long>(std::min<std::uint64_t>(m_Target.fnGetLimits().m_nCodecBytes, LONG_MAX));
 }
 
 void JpegReader::fnReadHeader() {
@@ -223,36 +231,59 @@ void JpegReader::fnReadHeader() {
     }
 }
 
+/// The blocks of 8 x 8 coefficients of all components, as libjpeg allocates them.
+CheckedSize JpegReader::fnCountBlocks() const {
+    CheckedSize blocks = 0;
+    for (int i = 0; i < m_Jpeg.num_components; ++i) {
+        const jpeg_component_info& part = m_Jpeg.comp_info[i];
+        blocks = blocks + CheckedSize(part.width_in_blocks).fnAlignUp(part.h_samp_factor) *
+                              CheckedSize(part.height_in_blocks).fnAlignUp(part.v_samp_factor);
+    }
+    return blocks;
+}
+
 /// Starts the decompressor; allocates libjpeg's own memory, ahead of the image's.
 void JpegReader::fnStart() {
+    m_Target.fnCheckSize(m_Jpeg.image_width, m_Jpeg.image_height,
+                         m_Jpeg.out_color_space == JCS_GRAYSCALE ? 8 : 24);
     m_Jpeg.buffered_image = jpeg_has_multiple_scans(&m_Jpeg);
+    if (m_Jpeg.buffered_image)
+        m_Target.fnCheckCodecBytes(fnCountBlocks() * sizeof(JBLOCK));
     fnCall([this] { jpeg_start_decompress(&m_Jpeg); });
 }
 
-void JpegReader::fnAllocImage(PictureTarget& target) {
+void JpegReader::fnAllocImage() {
     const bool grey = m_Jpeg.out_color_space == JCS_GRAYSCALE;
-    target.fnAlloc(m_Jpeg.image_width, m_Jpeg.image_height, grey ? 8 : 24,
-                   grey ? q32GreyRamp : nullptr, grey ? 256 : 0);
+    m_Target.fnAlloc(m_Jpeg.image_width, m_Jpeg.image_height, grey ? 8 : 24,
+                     grey ? q32GreyRamp : nullptr, grey ? 256 : 0);
     const double unit = m_Jpeg.density_unit == kDotsPerInchUnit         ? kInchesPerMeter
                         : m_Jpeg.density_unit == kDotsPerCentimeterUnit ? 100
                                                                         : 0;
     if (m_Jpeg.saw_JFIF_marker)
-        target.fnSetDotsPerMeter(m_Jpeg.X_density * unit, m_Jpeg.Y_density * unit);
+        m_Target.fnSetDotsPerMeter(m_Jpeg.X_density * unit, m_Jpeg.Y_density * unit);
+}
+
+void JpegReader::fnCheckScans() const {
+    const auto scans = static_cast<unsigned int>(m_Jpeg.input_scan_number);
+    const CheckedSize paid = CheckedSize(m_State.m_pInput->fnGetLength()) * kMaxBlocksPerByte;
+    const auto most = paid.fnGet<std::uint64_t>();
+    if (scans > m_Target.fnGetLimits().m_nScans ||
+        (scans > kFreeScans && most && !(fnCountBlocks() * scans).fnIsWithin(*most)))
+        throw CodecFailure{MESSAGE_CORRUPTED, PICTURE_LIMIT_SCANS};
 }
 
 /// Reads all scans of a progressive picture, so that the rows come out complete. Counts as half of
 /// the progress.
-void JpegReader::fnReadScans(PictureTarget& target) {
+void JpegReader::fnReadScans() {
     const std::uint64_t length = m_State.m_pInput->fnGetLength();
     if (!m_Jpeg.buffered_image)
         return;
     int state = JPEG_SUSPENDED;
     while (state != JPEG_REACHED_EOI) {
         fnCall([&] { state = jpeg_consume_input(&m_Jpeg); });
-        if (m_Jpeg.input_scan_number > kMaxScans)
-            throw CodecFailure{MESSAGE_CORRUPTED};
+        fnCheckScans();
         if (state == JPEG_ROW_COMPLETED)
-            target.fnTell(m_State.m_pInput->fnGetPosition(), 2 * length);
+            m_Target.fnTell(m_State.m_pInput->fnGetPosition(), 2 * length);
     }
     fnCall([this] { jpeg_start_output(&m_Jpeg, m_Jpeg.input_scan_number); });
 }
@@ -269,7 +300,7 @@ unsigned char* JpegReader::fnConvertRow(unsigned char* row) const {
     return row;
 }
 
-void JpegReader::fnReadRows(PictureTarget& target) {
+void JpegReader::fnReadRows() {
     const std::uint32_t height = m_Jpeg.output_height;
     const std::uint32_t before = m_Jpeg.buffered_image ? height : 0;
     const auto row = std::make_unique_for_overwrite<unsigned char[]>(
@@ -277,8 +308,8 @@ void JpegReader::fnReadRows(PictureTarget& target) {
     JSAMPROW rows = row.get();
     for (std::uint32_t y = 0; y < height; ++y) {
         fnCall([&] { jpeg_read_scanlines(&m_Jpeg, &rows, 1); });
-        target.fnStoreRow(y, fnConvertRow(row.get()));
-        target.fnTell(std::uint64_t{before} + y + 1, std::uint64_t{before} + height);
+        m_Target.fnStoreRow(y, fnConvertRow(row.get()));
+        m_Target.fnTell(std::uint64_t{before} + y + 1, std::uint64_t{before} + height);
     }
     fnCall([this] {
         if (m_Jpeg.buffered_image)
@@ -288,13 +319,13 @@ void JpegReader::fnReadRows(PictureTarget& target) {
 }
 
 void fnReadJpeg(CodecInput& input, PictureTarget& target) {
-    const auto reader = std::make_unique<JpegReader>(input);
+    const auto reader = std::make_unique<JpegReader>(input, target);
     reader->fnOpen();
     reader->fnReadHeader();
     reader->fnStart();
-    reader->fnAllocImage(target);
-    reader->fnReadScans(target);
-    reader->fnReadRows(target);
+    reader->fnAllocImage();
+    reader->fnReadScans();
+    reader->fnReadRows();
     if (reader->fnHoldsMore())
         target.fnNoteReduced();
 }
@@ -314,8 +345,9 @@ private:
     template <typename Call>
     void fnCall(const Call& call) {
         if (!fnGuardJump(m_State.m_Jump, call))
-            throw CodecFailure{m_State.m_eFailure == MESSAGE_NO_MEMORY ? MESSAGE_NO_MEMORY
-                                                                       : MESSAGE_CANNOT_SAVE};
+            throw CodecFailure{m_State.m_Failure.m_eMessage == MESSAGE_NO_MEMORY
+                                   ? MESSAGE_NO_MEMORY
+                                   : MESSAGE_CANNOT_SAVE};
     }
     void fnDescribe(const PictureSource& source, const CqPictureOptions& options);
 

@@ -20,6 +20,7 @@ class PictureTarget;
 /// Thrown by value within this folder. MESSAGE_NONE means that the host aborted.
 struct CodecFailure {
     CQ_MESSAGE m_eMessage;
+    PICTURE_LIMIT m_eLimit = PICTURE_LIMIT_NONE; ///< if one of the host's limits is the reason
 };
 
 /// One format. The functions throw CodecFailure, the framework's exceptions and std::bad_alloc.
@@ -43,6 +44,7 @@ CqPictureResult fnRunOnFile(const char* path, const Work& work) noexcept {
     } catch (const CodecFailure& failure) {
         result.m_nMsgId = failure.m_eMessage;
         result.m_bAborted = failure.m_eMessage == MESSAGE_NONE;
+        result.m_eLimit = failure.m_eLimit;
     } catch (CException* exception) {
         exception->Delete();
         result.m_nMsgId = MESSAGE_NO_MEMORY;

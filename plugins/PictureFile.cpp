@@ -72,13 +72,19 @@ const CqPictureFormat* q32FindPictureFormat(const char* path) {
 }
 
 CqPictureResult q32ReadPicture(const char* path, CqImage& image, CqPictureProgress* progress) {
+    return q32ReadPicture(path, image, CqPictureLimits(), progress);
+}
+
+CqPictureResult q32ReadPicture(const char* path, CqImage& image, const CqPictureLimits& limits,
+                               CqPictureProgress* progress) {
     bool reduced = false;
     CqPictureResult result = fnRunOnFile(path, [&] {
         CodecInput input(path);
         const PictureCodec& codec = fnRecognise(input);
         CqImage fresh;
         {
-            PictureTarget target(fresh, progress);
+            PictureTarget target(fresh, input.fnGetLength(), limits, progress);
+            input.fnReportTo(&target.fnGetSteps());
             codec.m_pRead(input, target);
             reduced = target.fnIsReduced();
         }
@@ -92,6 +98,26 @@ CqPictureResult q32ReadPicture(const char* path, CqImage& image, CqPictureProgre
     });
     result.m_bReduced = reduced && result.fnIsDone();
     return result;
+}
+
+const char* q32GetPictureLimitText(PICTURE_LIMIT limit) {
+    switch (limit) {
+    case PICTURE_LIMIT_PIXELS:
+        return "The picture has more pixels than this program allows.";
+    case PICTURE_LIMIT_STORAGE:
+        return "The picture needs more space for its pixels than this program allows.";
+    case PICTURE_LIMIT_EXPANSION:
+        return "The picture is far larger than its file, more than this program allows.";
+    case PICTURE_LIMIT_CODEC:
+        return "Decoding the picture needs more memory than this program allows.";
+    case PICTURE_LIMIT_SCANS:
+        return "The picture has more scans than this program allows.";
+    case PICTURE_LIMIT_TIME:
+        return "Decoding the picture takes longer than this program allows.";
+    case PICTURE_LIMIT_NONE:
+        break;
+    }
+    return nullptr;
 }
 
 CqPictureResult q32WritePicture(const char* path, CqImage& image, PICTURE_FORMAT format,

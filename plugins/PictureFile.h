@@ -48,6 +48,14 @@ Q32_API const CqPictureFormat* q32FindPictureFormat(const char* path);
 /// @param progress  called from this thread; may be null
 Q32_API CqPictureResult q32ReadPicture(const char* path, CqImage& image,
                                        CqPictureProgress* progress = nullptr);
+/// The same with limits of the host's. The other form uses the defaults.
+Q32_API CqPictureResult q32ReadPicture(const char* path, CqImage& image,
+                                       const CqPictureLimits& limits,
+                                       CqPictureProgress* progress = nullptr);
+
+/// A sentence in English for a result that a limit has caused, naming the limit; null for none. It
+/// has static storage.
+Q32_API const char* q32GetPictureLimitText(PICTURE_LIMIT limit);
 
 /// Writes a picture. Everything is first written to a new file beside `path`, which then replaces
 /// it: an existing file stays complete until then, and remains when anything fails. An image

@@ -12,6 +12,7 @@ namespace q32 {
 class PictureSource {
 public:
     /// Reads the palette; also scans the pixels if the palette is shorter than the depth allows.
+    /// Throws CodecFailure if the host aborts that.
     /// `image` must outlive this; `progress` may be null.
     PictureSource(CqImage& image, CqPictureProgress* progress);
     PictureSource(const PictureSource&) = delete;

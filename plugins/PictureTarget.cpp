@@ -3,28 +3,71 @@
 #include "plugins/PictureTarget_p.h"
 
 #include <algorithm>
+#include <cassert>
+#include <cstring>
 
 namespace q32 {
 
 void PictureSteps::fnTell(std::uint64_t done, std::uint64_t total) {
-    if (!m_pProgress)
-        return;
     const auto percent = static_cast<unsigned int>(done >= total ? 100 : done * 100 / total);
     m_nPercent = std::max(m_nPercent, percent);
+    m_bReported = true;
+    fnReport();
+}
+
+void PictureSteps::fnTick() {
+    if (!m_bReported)
+        fnReport();
+    m_bReported = false;
+}
+
+void PictureSteps::fnReport() {
+    const auto now = m_nMilliseconds > 0 ? Clock::now() : m_Start;
+    if (m_nMilliseconds > 0 && now - m_Start >= std::chrono::milliseconds(m_nMilliseconds))
+        throw CodecFailure{MESSAGE_CANNOT_READ, PICTURE_LIMIT_TIME};
+    if (!m_pProgress)
+        return;
     bool aborted = false;
     m_pProgress->fnOnProgress(m_nPercent, aborted);
     if (aborted)
         throw CodecFailure{MESSAGE_NONE};
+    if (m_nMilliseconds > 0)
+        m_Start += Clock::now() - now;
 }
 
-void PictureTarget::fnAlloc(std::uint64_t width, std::uint64_t height, unsigned int bitCount,
-                            const RGBQUAD* palette, unsigned int count) {
+void PictureTarget::fnCheckSize(std::uint64_t width, std::uint64_t height,
+                                unsigned int bitCount) const {
     constexpr std::uint64_t kMaxSide = INT32_MAX;
     constexpr std::uint64_t kMaxBytes = UINT32_MAX;
     if (width == 0 || height == 0)
         throw CodecFailure{MESSAGE_CORRUPTED};
-    if (width > kMaxSide || height > kMaxSide || (width * bitCount + 7) / 8 > kMaxBytes / height)
+    const CheckedSize bytes = (CheckedSize(width) * bitCount).fnDivideUp(8) * height;
+    if (width > kMaxSide || height > kMaxSide || !bytes.fnIsWithin(kMaxBytes))
         throw CodecFailure{MESSAGE_NO_MEMORY};
+    if (width * height > m_Limits.m_nPixels)
+        throw CodecFailure{MESSAGE_NO_MEMORY, PICTURE_LIMIT_PIXELS};
+    if (!bytes.fnIsWithin(m_Limits.m_nStorageBytes))
+        throw CodecFailure{MESSAGE_NO_MEMORY, PICTURE_LIMIT_STORAGE};
+    const auto most = (CheckedSize(m_nFileBytes) * m_Limits.m_nExpansion).fnGet<std::uint64_t>();
+    if (!bytes.fnIsWithin(m_Limits.m_nSmallBytes) && most && !bytes.fnIsWithin(*most))
+        throw CodecFailure{MESSAGE_CORRUPTED, PICTURE_LIMIT_EXPANSION};
+}
+
+void PictureTarget::fnCheckCodecBytes(CheckedSize bytes) const {
+    if (!bytes.fnIsWithin(m_Limits.m_nCodecBytes))
+        throw CodecFailure{MESSAGE_NO_MEMORY, PICTURE_LIMIT_CODEC};
+}
+
+void PictureTarget::fnSetTitle(const char* title) {
+    if (std::strlen(title) > m_Limits.m_nTextBytes)
+        fnNoteReduced();
+    else
+        m_Image.Title = title;
+}
+
+void PictureTarget::fnAlloc(std::uint64_t width, std::uint64_t height, unsigned int bitCount,
+                            const RGBQUAD* palette, unsigned int count) {
+    fnCheckSize(width, height, bitCount);
     m_Image.fnAlloc(static_cast<unsigned int>(width), static_cast<unsigned int>(height), bitCount,
                     palette, count);
     m_Reader.emplace(m_Image, PIXEL_STORED);

@@ -1,38 +1,61 @@
 #pragma once
 
 #include "plugins/PictureTypes.h"
+#include "q32Base/framework/CheckedSize_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelAccess.h"
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 
 namespace q32 {
 
-/// Reports progress to the host's progress object; throws CodecFailure on an abort.
+/// Reports progress to the host's progress object; throws CodecFailure on an abort, and at the end
+/// of the time that the host allows.
 class PictureSteps {
 public:
-    explicit PictureSteps(CqPictureProgress* progress) : m_pProgress(progress) {}
+    /// @param milliseconds  as in CqPictureLimits
+    explicit PictureSteps(CqPictureProgress* progress, unsigned int milliseconds = 0)
+        : m_pProgress(progress), m_nMilliseconds(milliseconds) {}
 
     /// Reports that `done` of `total` parts are complete; `total` must be above 0.
     void fnTell(std::uint64_t done, std::uint64_t total);
+    /// Repeats the last report if there was none since the last call: work goes on, but no part is
+    /// complete.
+    void fnTick();
 
 private:
+    using Clock = std::chrono::steady_clock;
+
+    void fnReport();
+
     CqPictureProgress* m_pProgress;
+    unsigned int m_nMilliseconds;
+    Clock::time_point m_Start = Clock::now(); ///< moved ahead by the time spent in the host
     unsigned int m_nPercent = 0;
+    bool m_bReported = false; ///< since the last tick
 };
 
 /// The image that a codec reads into. Everything declared by a file goes through here, so that no
 /// size is used before it is validated.
 class PictureTarget {
 public:
-    PictureTarget(CqImage& image, CqPictureProgress* progress)
-        : m_Image(image), m_Steps(progress) {}
+    /// `limits` must outlive this; `progress` may be null.
+    PictureTarget(CqImage& image, std::uint64_t fileBytes, const CqPictureLimits& limits,
+                  CqPictureProgress* progress)
+        : m_Image(image), m_nFileBytes(fileBytes), m_Limits(limits),
+          m_Steps(progress, limits.m_nMilliseconds) {}
     PictureTarget(const PictureTarget&) = delete;
     PictureTarget& operator=(const PictureTarget&) = delete;
 
+    /// Throws MESSAGE_CORRUPTED for a width or height of 0, MESSAGE_NO_MEMORY for 4 GiB or more,
+    /// and for a size beyond the host's limits. Called before a codec allocates its own memory.
+    void fnCheckSize(std::uint64_t width, std::uint64_t height, unsigned int bitCount) const;
+    /// Throws for `bytes` beyond the memory that a codec may take.
+    void fnCheckCodecBytes(CheckedSize bytes) const;
     /// Allocates the image's storage. `palette` and `count` are those of `CqImage::fnAlloc`. Throws
-    /// MESSAGE_CORRUPTED for a width or height of 0, MESSAGE_NO_MEMORY for 4 GiB or more.
+    /// as `fnCheckSize`.
     void fnAlloc(std::uint64_t width, std::uint64_t height, unsigned int bitCount,
                  const RGBQUAD* palette, unsigned int count);
     /// Throws MESSAGE_CORRUPTED if a file of `fileBytes` can't hold `rows` rows of `rowBytes` bytes
@@ -56,16 +79,21 @@ public:
 
     /// Sets the resolution, unless one of the values is out of range.
     void fnSetDotsPerMeter(double x, double y);
-    void fnSetTitle(const char* title) { m_Image.Title = title; }
+    /// Sets the title, unless it is longer than the host allows; then notes that.
+    void fnSetTitle(const char* title);
     /// Notes that the file holds more than the image, for CqPictureResult::m_bReduced.
     void fnNoteReduced() { m_bReduced = true; }
     bool fnIsReduced() const { return m_bReduced; }
     void fnTell(std::uint64_t done, std::uint64_t total) { m_Steps.fnTell(done, total); }
 
     CqImage& fnGetImage() { return m_Image; }
+    const CqPictureLimits& fnGetLimits() const { return m_Limits; }
+    PictureSteps& fnGetSteps() { return m_Steps; }
 
 private:
     CqImage& m_Image;
+    std::uint64_t m_nFileBytes;
+    const CqPictureLimits& m_Limits;
     std::optional<CqPixelReader> m_Reader; ///< on the storage allocated by fnAlloc
     std::optional<CqPixelWriter> m_Writer;
     PictureSteps m_Steps;

@@ -5,6 +5,8 @@
 #include "q32Base/framework/CString.h"
 #include "q32Base/platform/Export.h"
 
+#include <cstdint>
+
 /// The formats, numbered as in `CqImage::fnGetFioPlugin`.
 enum PICTURE_FORMAT : unsigned int {
     PICTURE_PNG = 1,
@@ -23,7 +25,8 @@ struct CqPictureFormat {
 };
 
 /// Receives the progress of a read or write, about once per row, on the thread that reads or
-/// writes.
+/// writes; also for every 64 KiB of a file from which no row comes, such as headers, metadata and
+/// the first scans of a progressive JPEG.
 class Q32_API CqPictureProgress {
 public:
     virtual ~CqPictureProgress() = default;
@@ -31,6 +34,41 @@ public:
     /// @param percent  0 to 100, never decreasing
     /// @param aborted  false on entry; if set to true, the work ends without an image or a file
     virtual void fnOnProgress(unsigned int percent, bool& aborted) = 0;
+};
+
+/// A limit of CqPictureLimits.
+enum PICTURE_LIMIT : unsigned int {
+    PICTURE_LIMIT_NONE,
+    PICTURE_LIMIT_PIXELS,
+    PICTURE_LIMIT_STORAGE,
+    PICTURE_LIMIT_EXPANSION,
+    PICTURE_LIMIT_CODEC,
+    PICTURE_LIMIT_SCANS,
+    PICTURE_LIMIT_TIME
+};
+
+/// What reading one file may take. A file that needs more is refused, if its headers show that,
+/// before anything is allocated for its pixels. The defaults accept every picture that an image can
+/// hold, unless it is hundreds of times smaller than its pixels.
+struct CqPictureLimits {
+    /// Width times height.
+    std::uint64_t m_nPixels = UINT64_MAX;
+    /// Bytes of the image's tiles, in memory or in a scratch file. An image holds less than 4 GiB.
+    std::uint64_t m_nStorageBytes = UINT32_MAX;
+    /// Bytes of tiles for each byte of the file, where they are more than `m_nSmallBytes`.
+    std::uint64_t m_nExpansion = 2048;
+    /// Tiles of so many bytes may come from a file of any length.
+    std::uint64_t m_nSmallBytes = std::uint64_t{1} << 30;
+    /// Memory of the decoder, apart from the image: the coefficients of a progressive JPEG, the
+    /// rows of a PNG, a tile or strip and the tables of a TIFF, the data of a run-length coded BMP.
+    std::uint64_t m_nCodecBytes = std::uint64_t{1} << 30;
+    /// Decoded bytes of a title. A longer one is left out; the result then has `m_bReduced`.
+    std::uint64_t m_nTextBytes = std::uint64_t{1} << 20;
+    /// Scans of a progressive JPEG.
+    unsigned int m_nScans = 200;
+    /// Elapsed time, without that in the progress object; 0 for any. Checked at each report of
+    /// progress.
+    unsigned int m_nMilliseconds = 0;
 };
 
 /// How a read or write ended.
@@ -46,6 +84,9 @@ struct Q32_API CqPictureResult {
     /// and alpha, a colour profile, an orientation, or metadata of a camera or editor. Writing the
     /// image over that file would lose it.
     bool m_bReduced = false;
+    /// The limit that refused the file. The message is then -1 for memory (pixels, storage, codec),
+    /// -6 for what no ordinary encoder writes (expansion, scans), and -4 for the time.
+    PICTURE_LIMIT m_eLimit = PICTURE_LIMIT_NONE;
 
     /// Whether the picture was read or written.
     bool fnIsDone() const { return m_nMsgId == 0 && !m_bAborted; }

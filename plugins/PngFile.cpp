@@ -4,6 +4,7 @@
 #include "plugins/PictureCodec_p.h"
 #include "plugins/PictureSource_p.h"
 #include "plugins/PictureTarget_p.h"
+#include "plugins/PngChunks_p.h"
 
 #include <png.h>
 
@@ -16,21 +17,26 @@ namespace q32 {
 
 namespace {
 
-constexpr png_alloc_size_t kMaxChunkBytes = 8u << 20;
 constexpr png_uint_32 kMaxSide = 0x7FFFFFFF;
 /// Deflate expands a byte to at most 1032 bytes.
 constexpr std::uint64_t kMaxRatio = 1032;
 constexpr int kPngSignatureBytes = 8;
 constexpr char kTitleKey[] = "Title";
-constexpr char kProgramKey[] = "Software"; ///< names the program that wrote the file
-constexpr png_byte kAnimation[] = {'a', 'c', 'T', 'L', 0};
+
+/// Ahead of each block for libpng: its size. Of the size of the strictest alignment.
+struct alignas(std::max_align_t) BlockHead {
+    std::size_t m_nBytes;
+};
 
 /// The state of libpng's callbacks, reached through its user pointers.
 struct PngState {
     std::jmp_buf m_Jump;
     CodecInput* m_pInput = nullptr;
+    PngChunks* m_pChunks = nullptr;
     CodecOutput* m_pOutput = nullptr;
+    std::uint64_t m_nFree = UINT64_MAX; ///< bytes that libpng may still allocate
     bool m_bNoMemory = false;
+    PICTURE_LIMIT m_eLimit = PICTURE_LIMIT_NONE; ///< the reason, if memory isn't exhausted
 };
 
 [[noreturn]] void fnPngError(png_structp png, png_const_charp) {
@@ -41,19 +47,30 @@ struct PngState {
 void fnPngWarning(png_structp, png_const_charp) {}
 
 png_voidp fnPngAlloc(png_structp png, png_alloc_size_t size) {
-    void* block = ::operator new(size, std::nothrow);
-    if (!block)
-        static_cast<PngState*>(png_get_mem_ptr(png))->m_bNoMemory = true;
-    return block;
+    PngState& state = *static_cast<PngState*>(png_get_mem_ptr(png));
+    const auto total = (CheckedSize(size) + sizeof(BlockHead)).fnGet();
+    const bool granted = total && *total <= state.m_nFree;
+    void* block = granted ? ::operator new(*total, std::nothrow) : nullptr;
+    if (!block) {
+        state.m_bNoMemory = true;
+        state.m_eLimit = granted ? PICTURE_LIMIT_NONE : PICTURE_LIMIT_CODEC;
+        return nullptr;
+    }
+    state.m_nFree -= *total;
+    return new (block) BlockHead{*total} + 1;
 }
 
-void fnPngFree(png_structp, png_voidp block) {
-    ::operator delete(block);
+void fnPngFree(png_structp png, png_voidp block) {
+    if (!block)
+        return;
+    BlockHead* head = static_cast<BlockHead*>(block) - 1;
+    static_cast<PngState*>(png_get_mem_ptr(png))->m_nFree += head->m_nBytes;
+    ::operator delete(head);
 }
 
 void fnPngRead(png_structp png, png_bytep out, std::size_t count) {
     auto* state = static_cast<PngState*>(png_get_io_ptr(png));
-    if (state->m_pInput->fnRead(out, count) != count)
+    if (!state->m_pChunks->fnRead(out, count))
         png_error(png, "ended early");
 }
 
@@ -72,7 +89,12 @@ bool fnKnowsPng(const unsigned char* head, std::size_t count) {
 /// The libpng objects for reading one file. Every call into libpng goes through `fnCall`.
 class PngReader {
 public:
-    explicit PngReader(CodecInput& input) { m_State.m_pInput = &input; }
+    PngReader(CodecInput& input, PictureTarget& target)
+        : m_Target(target), m_Chunks(input, target.fnGetLimits().m_nTextBytes) {
+        m_State.m_pInput = &input;
+        m_State.m_pChunks = &m_Chunks;
+        m_State.m_nFree = target.fnGetLimits().m_nCodecBytes;
+    }
     ~PngReader() { png_destroy_read_struct(&m_pPng, &m_pInfo, &m_pEnd); }
     PngReader(const PngReader&) = delete;
     PngReader& operator=(const PngReader&) = delete;
@@ -82,24 +104,23 @@ public:
         const bool done = fnGuardJump(m_State.m_Jump, call);
         // When memory is exhausted for something optional, libpng only warns.
         if (m_State.m_bNoMemory)
-            throw CodecFailure{MESSAGE_NO_MEMORY};
+            throw CodecFailure{MESSAGE_NO_MEMORY, m_State.m_eLimit};
         if (!done)
-            throw CodecFailure{m_State.m_pInput->fnHasFailed() ? MESSAGE_CANNOT_READ
-                                                               : MESSAGE_CORRUPTED};
+            m_State.m_pInput->fnFail(CodecFailure{MESSAGE_CORRUPTED});
     }
 
     void fnOpen();
     void fnReadHeader();
     void fnSetConversion();
-    void fnAllocImage(PictureTarget& target);
-    void fnReadRows(PictureTarget& target);
-    void fnTakeNotes(PictureTarget& target);
-    bool fnHoldsMore();
+    void fnAllocImage();
+    void fnReadRows();
+    void fnTakeNotes();
 
 private:
-    void fnTakeTitle(png_infop info, PictureTarget& target);
-    bool fnHasNotes(png_infop info);
+    unsigned int fnTakeTitles(png_infop info);
 
+    PictureTarget& m_Target;
+    PngChunks m_Chunks;
     PngState m_State;
     png_structp m_pPng = nullptr;
     png_infop m_pInfo = nullptr;
@@ -127,9 +148,7 @@ void PngReader::fnReadHeader() {
     fnCall([this] {
         png_set_read_fn(m_pPng, &m_State, fnPngRead);
         png_set_user_limits(m_pPng, kMaxSide, kMaxSide);
-        png_set_chunk_malloc_max(m_pPng, kMaxChunkBytes);
-        // The chunk that declares an animation shows that there are further frames.
-        png_set_keep_unknown_chunks(m_pPng, PNG_HANDLE_CHUNK_ALWAYS, kAnimation, 1);
+        png_set_chunk_malloc_max(m_pPng, m_Target.fnGetLimits().m_nTextBytes);
         png_read_info(m_pPng, m_pInfo);
         png_get_IHDR(m_pPng, m_pInfo, &m_nWidth, &m_nHeight, &m_nDepth, &m_nColorType, nullptr,
                      nullptr, nullptr);
@@ -149,6 +168,7 @@ void PngReader::fnSetConversion() {
         m_nBitCount = m_nDepth <= 4 ? 4 : 8;
     else
         m_nBitCount = grey ? 8 : 24;
+    m_Target.fnCheckSize(m_nWidth, m_nHeight, m_nBitCount);
     fnCall([&] {
         if (m_nDepth == 16)
             png_set_scale_16(m_pPng);
@@ -171,15 +191,15 @@ void PngReader::fnSetConversion() {
         throw CodecFailure{MESSAGE_CORRUPTED};
 }
 
-void PngReader::fnAllocImage(PictureTarget& target) {
+void PngReader::fnAllocImage() {
     if (m_nBitCount > 8) {
-        target.fnAlloc(m_nWidth, m_nHeight, m_nBitCount, nullptr, 0);
+        m_Target.fnAlloc(m_nWidth, m_nHeight, m_nBitCount, nullptr, 0);
         return;
     }
     png_colorp colors = nullptr;
     int count = 0;
     if (m_nColorType != PNG_COLOR_TYPE_PALETTE) {
-        target.fnAlloc(m_nWidth, m_nHeight, m_nBitCount, q32GreyRamp, 256);
+        m_Target.fnAlloc(m_nWidth, m_nHeight, m_nBitCount, q32GreyRamp, 256);
         return;
     }
     fnCall([&] { png_get_PLTE(m_pPng, m_pInfo, &colors, &count); });
@@ -188,78 +208,64 @@ void PngReader::fnAllocImage(PictureTarget& target) {
     std::transform(colors, colors + count, palette, [](const png_color& color) {
         return RGBQUAD{color.blue, color.green, color.red, 0};
     });
-    target.fnAlloc(m_nWidth, m_nHeight, m_nBitCount, palette, static_cast<unsigned int>(count));
+    m_Target.fnAlloc(m_nWidth, m_nHeight, m_nBitCount, palette, static_cast<unsigned int>(count));
 }
 
-void PngReader::fnReadRows(PictureTarget& target) {
+void PngReader::fnReadRows() {
     // The passes of an interlaced picture are combined in the image itself: a row is read back,
     // completed by the pass, and stored.
-    const auto row = std::make_unique<unsigned char[]>(png_get_rowbytes(m_pPng, m_pInfo));
+    const std::size_t rowBytes = png_get_rowbytes(m_pPng, m_pInfo);
+    if (rowBytes > m_State.m_nFree)
+        throw CodecFailure{MESSAGE_NO_MEMORY, PICTURE_LIMIT_CODEC};
+    const auto row = std::make_unique<unsigned char[]>(rowBytes);
     const std::uint64_t total = std::uint64_t{m_nHeight} * static_cast<unsigned int>(m_nPasses);
     std::uint64_t done = 0;
     for (int pass = 0; pass < m_nPasses; ++pass) {
         for (png_uint_32 y = 0; y < m_nHeight; ++y) {
             const bool touched = m_nPasses == 1 || PNG_ROW_IN_INTERLACE_PASS(y, pass);
             if (touched && pass > 0)
-                target.fnFetchRow(y, row.get());
+                m_Target.fnFetchRow(y, row.get());
             fnCall([&] { png_read_row(m_pPng, touched ? row.get() : nullptr, nullptr); });
             if (touched)
-                target.fnStoreRow(y, row.get());
-            target.fnTell(++done, total);
+                m_Target.fnStoreRow(y, row.get());
+            m_Target.fnTell(++done, total);
         }
     }
     fnCall([this] { png_read_end(m_pPng, m_pEnd); });
 }
 
-void PngReader::fnTakeTitle(png_infop info, PictureTarget& target) {
+/// Sets the title, the last one of several. Returns how many there are.
+unsigned int PngReader::fnTakeTitles(png_infop info) {
     png_textp texts = nullptr;
     int count = 0;
     fnCall([&] { png_get_text(m_pPng, info, &texts, &count); });
     for (int i = 0; i < count; ++i) {
         if (texts[i].text && std::strcmp(texts[i].key, kTitleKey) == 0)
-            target.fnSetTitle(texts[i].text);
+            m_Target.fnSetTitle(texts[i].text);
     }
+    return static_cast<unsigned int>(count);
 }
 
-void PngReader::fnTakeNotes(PictureTarget& target) {
-    fnTakeTitle(m_pInfo, target);
-    fnTakeTitle(m_pEnd, target);
+void PngReader::fnTakeNotes() {
+    const unsigned int titles = fnTakeTitles(m_pInfo) + fnTakeTitles(m_pEnd);
+    if (m_nDepth == 16 || m_Chunks.fnHasNotes() || titles < m_Chunks.fnGetTitles())
+        m_Target.fnNoteReduced();
     png_uint_32 x = 0;
     png_uint_32 y = 0;
     int unit = PNG_RESOLUTION_UNKNOWN;
     fnCall([&] { png_get_pHYs(m_pPng, m_pInfo, &x, &y, &unit); });
     if (unit == PNG_RESOLUTION_METER)
-        target.fnSetDotsPerMeter(x, y);
-}
-
-bool PngReader::fnHasNotes(png_infop info) {
-    png_textp texts = nullptr;
-    int count = 0;
-    fnCall([&] { png_get_text(m_pPng, info, &texts, &count); });
-    return png_get_valid(m_pPng, info, PNG_INFO_iCCP | PNG_INFO_eXIf) != 0 ||
-           std::any_of(texts, texts + count, [](const png_text& text) {
-               return std::strcmp(text.key, kTitleKey) != 0 &&
-                      std::strcmp(text.key, kProgramKey) != 0;
-           });
-}
-
-/// Whether the file holds more than the image.
-bool PngReader::fnHoldsMore() {
-    png_unknown_chunkp unknown = nullptr;
-    fnCall([&] { png_get_unknown_chunks(m_pPng, m_pInfo, &unknown); });
-    return m_nDepth == 16 || unknown || fnHasNotes(m_pInfo) || fnHasNotes(m_pEnd);
+        m_Target.fnSetDotsPerMeter(x, y);
 }
 
 void fnReadPng(CodecInput& input, PictureTarget& target) {
-    PngReader reader(input);
+    PngReader reader(input, target);
     reader.fnOpen();
     reader.fnReadHeader();
     reader.fnSetConversion();
-    reader.fnAllocImage(target);
-    reader.fnReadRows(target);
-    reader.fnTakeNotes(target);
-    if (reader.fnHoldsMore())
-        target.fnNoteReduced();
+    reader.fnAllocImage();
+    reader.fnReadRows();
+    reader.fnTakeNotes();
 }
 
 /// The libpng objects for writing one file.

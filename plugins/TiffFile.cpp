@@ -1,16 +1,18 @@
 #include "plugins/CodecInput_p.h"
-#include "plugins/CodecOutput_p.h"
 #include "plugins/CodecSamples_p.h"
 #include "plugins/PictureCodec_p.h"
-#include "plugins/PictureSource_p.h"
 #include "plugins/PictureTarget_p.h"
 #include "plugins/TiffHandle_p.h"
 #include "plugins/TiffSamples_p.h"
+#include "plugins/TiffTags_p.h"
+#include "plugins/TiffWriting_p.h"
 
 #include <tiffio.h>
 
 #include <algorithm>
 #include <cstring>
+#include <initializer_list>
+#include <iterator>
 #include <memory>
 
 namespace q32 {
@@ -21,9 +23,8 @@ using Bytes = std::unique_ptr<unsigned char[]>;
 
 /// Upper bound of the expansion by LZW, the largest of the general compressions.
 constexpr std::uint64_t kMaxRatio = 4096;
-/// Limit of decoded samples held at a time: a row, a tile, or a strip converted by libtiff.
-constexpr std::uint64_t kMaxPartBytes = std::uint64_t{512} << 20;
-constexpr std::uint32_t kStripBytes = 65536;
+/// Of samples without compression: chroma of YCbCr may be stored for 4 x 4 pixels at a time.
+constexpr std::uint64_t kMaxPlainRatio = 3;
 constexpr double kInchesPerMeter = 1 / 0.0254;
 
 bool fnKnowsTiff(const unsigned char* head, std::size_t count) {
@@ -33,25 +34,18 @@ bool fnKnowsTiff(const unsigned char* head, std::size_t count) {
             std::memcmp(head, "II+\0", 4) == 0 || std::memcmp(head, "MM\0+", 4) == 0);
 }
 
-std::uint64_t fnSampleBytes(std::uint64_t width, const TiffLayout& layout) {
+CheckedSize fnSampleBytes(CheckedSize width, const TiffLayout& layout) {
     const unsigned int samples = layout.m_bSeparate ? 1 : layout.m_nSamples;
-    return (width * samples * layout.m_nBits + 7) / 8;
-}
-
-/// Allocates a block of `given` bytes, the size that libtiff writes in one call; at least `needed`.
-Bytes fnMakePart(std::uint64_t given, std::uint64_t needed) {
-    if (given < needed)
-        throw CodecFailure{MESSAGE_CORRUPTED};
-    if (given > kMaxPartBytes)
-        throw CodecFailure{MESSAGE_NO_MEMORY};
-    return std::make_unique_for_overwrite<unsigned char[]>(static_cast<std::size_t>(given));
+    return (width * samples * layout.m_nBits).fnDivideUp(8);
 }
 
 /// Reads the pixels of one picture, by rows or tiles as its layout requires.
 class TiffReader {
 public:
-    TiffReader(TiffHandle& file, const TiffLayout& layout, PictureTarget& target)
-        : m_File(file), m_Layout(layout), m_Target(target), m_Samples(layout) {}
+    /// @param tagBytes  memory that libtiff has taken
+    TiffReader(TiffHandle& file, const TiffLayout& layout, PictureTarget& target,
+               std::uint64_t tagBytes)
+        : m_File(file), m_Layout(layout), m_Target(target), m_nTaken(tagBytes), m_Samples(layout) {}
 
     void fnRead() {
         if (m_Layout.m_eKind == TIFF_OTHER)
@@ -64,6 +58,7 @@ public:
 
 private:
     std::uint64_t fnPlanes() const { return m_Layout.m_bSeparate ? m_Layout.fnUsedSamples() : 1; }
+    Bytes fnMakePart(CheckedSize given, CheckedSize needed);
     void fnReadRows();
     void fnReadTiles();
     void fnReadConverted();
@@ -73,8 +68,20 @@ private:
     TiffHandle& m_File;
     const TiffLayout& m_Layout;
     PictureTarget& m_Target;
+    CheckedSize m_nTaken; ///< of the memory that a codec may take
     TiffSamples m_Samples;
 };
+
+/// Allocates a block of `given` bytes, the size that libtiff writes in one call; at least `needed`.
+/// Counts it twice: libtiff may hold as much.
+Bytes TiffReader::fnMakePart(CheckedSize given, CheckedSize needed) {
+    const auto size = given.fnGetOrThrow();
+    if (!needed.fnIsWithin(size))
+        throw CodecFailure{MESSAGE_CORRUPTED};
+    m_nTaken = m_nTaken + given * 2;
+    m_Target.fnCheckCodecBytes(m_nTaken);
+    return std::make_unique_for_overwrite<unsigned char[]>(size);
+}
 
 /// Stores decoded samples in the image. Separate planes are combined in the image itself.
 void TiffReader::fnTake(const unsigned char* samples, unsigned int plane, std::uint32_t x,
@@ -92,8 +99,7 @@ void TiffReader::fnTake(const unsigned char* samples, unsigned int plane, std::u
 void TiffReader::fnReadRows() {
     const std::uint32_t width = m_Layout.m_nWidth;
     const Bytes samples = fnMakePart(TIFFScanlineSize64(m_File), fnSampleBytes(width, m_Layout));
-    const Bytes pixels =
-        std::make_unique<unsigned char[]>(std::size_t{width} * fnCodecBytes(m_Layout.fnBitCount()));
+    const Bytes pixels = fnMakePart(CheckedSize(width) * fnCodecBytes(m_Layout.fnBitCount()), 0);
     std::uint64_t done = 0;
     for (unsigned int plane = 0; plane < fnPlanes(); ++plane) {
         for (std::uint32_t y = 0; y < m_Layout.m_nHeight; ++y) {
@@ -108,10 +114,11 @@ void TiffReader::fnReadRows() {
 void TiffReader::fnReadTiles() {
     const std::uint32_t tileWidth = m_Layout.m_nTileWidth;
     const std::uint32_t tileHeight = m_Layout.m_nTileHeight;
-    const std::uint64_t tileRow = fnSampleBytes(tileWidth, m_Layout);
-    const Bytes samples = fnMakePart(TIFFTileSize64(m_File), tileRow * tileHeight);
+    const auto tileRow = fnSampleBytes(tileWidth, m_Layout).fnGetOrThrow();
+    const Bytes samples = fnMakePart(TIFFTileSize64(m_File), CheckedSize(tileRow) * tileHeight);
     const Bytes pixels =
-        fnMakePart(std::uint64_t{tileWidth} * fnCodecBytes(m_Layout.fnBitCount()), 0);
+        fnMakePart(CheckedSize(tileWidth) * fnCodecBytes(m_Layout.fnBitCount()), 0);
+    const auto across = (std::uint64_t{m_Layout.m_nWidth} + tileWidth - 1) / tileWidth;
     const auto down = (std::uint64_t{m_Layout.m_nHeight} + tileHeight - 1) / tileHeight;
     std::uint64_t done = 0;
     for (unsigned int plane = 0; plane < fnPlanes(); ++plane) {
@@ -126,8 +133,8 @@ void TiffReader::fnReadTiles() {
                 for (std::uint64_t y = top; y < bottom; ++y)
                     fnTake(samples.get() + (y - top) * tileRow, plane, x,
                            static_cast<std::uint32_t>(y), count, pixels.get());
+                m_Target.fnTell(++done, fnPlanes() * down * across);
             }
-            m_Target.fnTell(++done, fnPlanes() * down);
         }
     }
 }
@@ -136,12 +143,13 @@ void TiffReader::fnReadTiles() {
 void TiffReader::fnReadConverted() {
     const std::uint32_t width = m_Layout.m_nWidth;
     const std::uint32_t band = std::min(m_Layout.m_nTileHeight, m_Layout.m_nHeight);
-    const Bytes raster = fnMakePart(std::uint64_t{width} * band * sizeof(std::uint32_t), 0);
-    const Bytes row = std::make_unique_for_overwrite<unsigned char[]>(std::size_t{width} * 3);
+    const Bytes raster = fnMakePart(CheckedSize(width) * band * sizeof(std::uint32_t), 0);
+    const Bytes row = fnMakePart(CheckedSize(width) * 3, 0);
     char reason[1024] = {};
     TIFFRGBAImage image = {};
     if (!TIFFRGBAImageBegin(&image, m_File, 1, reason))
         m_File.fnFail();
+    m_File.fnCheckMemory();
     const std::unique_ptr<TIFFRGBAImage, void (*)(TIFFRGBAImage*)> end(&image, TIFFRGBAImageEnd);
     image.req_orientation = image.orientation; // rows in the order in which they are stored
     for (std::uint32_t top = 0; top < m_Layout.m_nHeight; top += band) {
@@ -170,6 +178,8 @@ void fnReadPalette(TIFF* file, unsigned int count, RGBQUAD* palette) {
     std::uint16_t* channels[3] = {};
     if (!TIFFGetField(file, TIFFTAG_COLORMAP, &channels[0], &channels[1], &channels[2]))
         throw CodecFailure{MESSAGE_CORRUPTED};
+    if (!channels[0] || !channels[1] || !channels[2])
+        throw CodecFailure{MESSAGE_NO_MEMORY};
     const bool narrow = std::all_of(channels, channels + 3, [&](const std::uint16_t* channel) {
         return std::all_of(channel, channel + count, [](std::uint16_t v) { return v < 256; });
     });
@@ -196,6 +206,7 @@ void fnAllocImage(TIFF* file, const TiffLayout& layout, PictureTarget& target) {
     target.fnAlloc(layout.m_nWidth, layout.m_nHeight, layout.fnBitCount(), colors, count);
 }
 
+/// Checks all that is decoded, also what tiles hold beyond the edges of the picture.
 void fnCheckRoom(TIFF* file, const TiffLayout& layout, std::uint64_t fileBytes) {
     std::uint16_t compression = COMPRESSION_NONE;
     TIFFGetFieldDefaulted(file, TIFFTAG_COMPRESSION, &compression);
@@ -203,18 +214,22 @@ void fnCheckRoom(TIFF* file, const TiffLayout& layout, std::uint64_t fileBytes) 
                          compression == COMPRESSION_PACKBITS ||
                          compression == COMPRESSION_DEFLATE ||
                          compression == COMPRESSION_ADOBE_DEFLATE;
-    const std::uint64_t rowBytes = fnSampleBytes(layout.m_nWidth, layout);
+    const std::uint32_t unitHeight = layout.m_bTiled ? layout.m_nTileHeight : 1;
+    const CheckedSize across = CheckedSize(layout.m_nWidth).fnDivideUp(layout.m_nTileWidth);
+    const auto rowBytes =
+        (across * fnSampleBytes(layout.m_nTileWidth, layout)).fnGetOrThrow<std::uint64_t>();
+    const unsigned int planes = layout.m_bSeparate ? std::max(layout.fnUsedSamples(), 1u) : 1;
+    const auto rows = (CheckedSize(layout.m_nHeight).fnAlignUp(unitHeight) * planes)
+                          .fnGetOrThrow<std::uint64_t>();
     if (bounded)
-        PictureTarget::fnCheckRoom(fileBytes, rowBytes, layout.m_nHeight, kMaxRatio);
+        PictureTarget::fnCheckRoom(fileBytes, rowBytes, rows,
+                                   compression == COMPRESSION_NONE ? kMaxPlainRatio : kMaxRatio);
     else
-        PictureTarget::fnCheckSparseRoom(fileBytes, rowBytes, layout.m_nHeight);
+        PictureTarget::fnCheckSparseRoom(fileBytes, rowBytes, rows);
 }
 
-void fnTakeNotes(TIFF* file, PictureTarget& target) {
-    const char* title = nullptr;
-    if (TIFFGetField(file, TIFFTAG_DOCUMENTNAME, &title) ||
-        TIFFGetField(file, TIFFTAG_IMAGEDESCRIPTION, &title))
-        target.fnSetTitle(title);
+void fnTakeNotes(TIFF* file, const TiffTags& tags, PictureTarget& target) {
+    target.fnSetTitle(tags.fnGetTitle());
     float x = 0;
     float y = 0;
     std::uint16_t unit = RESUNIT_INCH;
@@ -227,134 +242,70 @@ void fnTakeNotes(TIFF* file, PictureTarget& target) {
 }
 
 /// Whether the file holds more than the image does of its first directory.
-bool fnHoldsMore(TIFF* file, const TiffLayout& layout) {
+bool fnHoldsMore(TIFF* file, const TiffTags& tags, const TiffLayout& layout) {
+    constexpr std::uint16_t kDropped[] = {TIFFTAG_ICCPROFILE,   TIFFTAG_XMLPACKET, TIFFTAG_SUBIFD,
+                                          TIFFTAG_RICHTIFFIPTC, TIFFTAG_PHOTOSHOP, TIFFTAG_ARTIST,
+                                          TIFFTAG_COPYRIGHT,    TIFFTAG_EXIFIFD,   TIFFTAG_GPSIFD};
     std::uint16_t orientation = ORIENTATION_TOPLEFT;
     TIFFGetFieldDefaulted(file, TIFFTAG_ORIENTATION, &orientation);
-    const auto has = [file]<typename Count>(ttag_t tag, Count count) {
-        void* value = nullptr;
-        return TIFFGetField(file, tag, &count, &value) != 0;
-    };
-    const auto tells = [file](ttag_t tag) {
-        const char* text = nullptr;
-        return TIFFGetField(file, tag, &text) != 0;
-    };
-    const auto leads = [file](ttag_t tag) {
-        std::uint64_t offset = 0;
-        return TIFFGetField(file, tag, &offset) != 0;
-    };
     return !TIFFLastDirectory(file) || layout.m_nBits > 8 || layout.m_eKind == TIFF_OTHER ||
            layout.m_eKind == TIFF_CMYK || layout.m_nSamples > layout.fnUsedSamples() ||
-           orientation != ORIENTATION_TOPLEFT || has(TIFFTAG_ICCPROFILE, 0u) ||
-           has(TIFFTAG_XMLPACKET, 0u) || has(TIFFTAG_SUBIFD, std::uint16_t{0}) ||
-           has(TIFFTAG_RICHTIFFIPTC, 0u) || has(TIFFTAG_PHOTOSHOP, 0u) || tells(TIFFTAG_ARTIST) ||
-           tells(TIFFTAG_COPYRIGHT) ||
-           (tells(TIFFTAG_DOCUMENTNAME) && tells(TIFFTAG_IMAGEDESCRIPTION)) ||
-           leads(TIFFTAG_EXIFIFD) || leads(TIFFTAG_GPSIFD);
+           orientation != ORIENTATION_TOPLEFT || tags.fnHasLeftOutTitle() ||
+           std::any_of(std::begin(kDropped), std::end(kDropped),
+                       [&](std::uint16_t tag) { return tags.fnHas(tag); }) ||
+           (tags.fnHas(TIFFTAG_DOCUMENTNAME) && tags.fnHas(TIFFTAG_IMAGEDESCRIPTION));
+}
+
+/// Throws if libtiff has ignored one of the tags that determine pixels, and would go on with a
+/// default. Of a tag with a list it may hold a null in its place, if memory was exhausted.
+void fnCheckTaken(TIFF* file, const TiffTags& tags, const TiffLayout& layout) {
+    const auto check = [&](std::initializer_list<std::uint16_t> list, bool lists) {
+        for (const std::uint16_t tag : list) {
+            std::uint64_t values[4] = {}; // numbers or addresses, by tag
+            if (!tags.fnHas(tag))
+                continue;
+            if (!TIFFGetField(file, tag, &values[0], &values[1], &values[2], &values[3]))
+                throw CodecFailure{MESSAGE_CORRUPTED};
+            if (lists && values[0] == 0)
+                throw CodecFailure{MESSAGE_NO_MEMORY};
+        }
+    };
+    std::uint16_t compression = COMPRESSION_NONE;
+    TIFFGetFieldDefaulted(file, TIFFTAG_COMPRESSION, &compression);
+    check({TIFFTAG_FILLORDER, TIFFTAG_PLANARCONFIG, TIFFTAG_EXTRASAMPLES, TIFFTAG_SAMPLEFORMAT,
+           TIFFTAG_INKSET},
+          false);
+    if (compression == COMPRESSION_LZW || compression == COMPRESSION_DEFLATE ||
+        compression == COMPRESSION_ADOBE_DEFLATE)
+        check({TIFFTAG_PREDICTOR}, false);
+    if (compression == COMPRESSION_CCITTFAX3)
+        check({TIFFTAG_GROUP3OPTIONS}, false);
+    if (layout.m_nPhotometric == PHOTOMETRIC_YCBCR) {
+        check({TIFFTAG_YCBCRSUBSAMPLING}, false);
+        check({TIFFTAG_YCBCRCOEFFICIENTS, TIFFTAG_REFERENCEBLACKWHITE}, true);
+    }
+    if (layout.m_eKind == TIFF_OTHER)
+        check({TIFFTAG_WHITEPOINT}, true);
 }
 
 void fnReadTiff(CodecInput& input, PictureTarget& target) {
-    TiffHandle file(input);
+    const CqPictureLimits& limits = target.fnGetLimits();
+    const TiffTags tags(input, limits.m_nTextBytes);
+    target.fnCheckCodecBytes(tags.fnGetBytes());
+    TiffHandle file(input, tags, limits.m_nCodecBytes);
     const TiffLayout layout = fnReadLayout(file);
     fnCheckRoom(file, layout, input.fnGetLength());
+    fnCheckTaken(file, tags, layout);
+    file.fnCheckMemory();
     fnAllocImage(file, layout, target);
-    fnTakeNotes(file, target);
-    if (fnHoldsMore(file, layout))
+    fnTakeNotes(file, tags, target);
+    if (fnHoldsMore(file, tags, layout) || file.fnHasGuessed())
         target.fnNoteReduced();
     file.fnWatchWarnings();
-    TiffReader(file, layout, target).fnRead();
+    TiffReader(file, layout, target, tags.fnGetBytes()).fnRead();
     if (file.fnHasWarned() || input.fnHasFailed())
         file.fnFail();
-}
-
-void fnDescribePalette(TIFF* file, const PictureSource& source) {
-    std::uint16_t channels[3][256] = {};
-    for (int i = 0; i < 256; ++i) {
-        const RGBQUAD& color = source.fnGetColors()[i];
-        channels[0][i] = static_cast<std::uint16_t>(color.rgbRed * 257);
-        channels[1][i] = static_cast<std::uint16_t>(color.rgbGreen * 257);
-        channels[2][i] = static_cast<std::uint16_t>(color.rgbBlue * 257);
-    }
-    TIFFSetField(file, TIFFTAG_COLORMAP, channels[0], channels[1], channels[2]);
-}
-
-std::uint32_t fnStoredRowBytes(const PictureSource& source) {
-    const unsigned int bits = source.fnGetBitCount();
-    return bits == 4 ? (source.fnGetWidth() + 1) / 2
-                     : source.fnGetWidth() * (bits == 16 ? 3 : fnCodecBytes(bits));
-}
-
-void fnDescribe(TIFF* file, const PictureSource& source, const CqPictureOptions& options) {
-    const unsigned int bits = source.fnGetBitCount();
-    const bool palette = bits <= 8 && !source.fnIsGrey();
-    TIFFSetField(file, TIFFTAG_IMAGEWIDTH, source.fnGetWidth());
-    TIFFSetField(file, TIFFTAG_IMAGELENGTH, source.fnGetHeight());
-    TIFFSetField(file, TIFFTAG_BITSPERSAMPLE, bits == 4 ? 4 : 8);
-    TIFFSetField(file, TIFFTAG_SAMPLESPERPIXEL, bits <= 8 ? 1 : bits == 32 ? 4 : 3);
-    TIFFSetField(file, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(file, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
-    TIFFSetField(file, TIFFTAG_PHOTOMETRIC,
-                 palette     ? PHOTOMETRIC_PALETTE
-                 : bits <= 8 ? PHOTOMETRIC_MINISBLACK
-                             : PHOTOMETRIC_RGB);
-    TIFFSetField(file, TIFFTAG_ROWSPERSTRIP,
-                 std::max(1u, kStripBytes / std::max(1u, fnStoredRowBytes(source))));
-    if (palette)
-        fnDescribePalette(file, source);
-    if (bits == 32) {
-        const std::uint16_t extra = EXTRASAMPLE_UNASSALPHA;
-        TIFFSetField(file, TIFFTAG_EXTRASAMPLES, 1, &extra);
-    }
-    constexpr int kCompressions[] = {COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE, COMPRESSION_NONE};
-    TIFFSetField(file, TIFFTAG_COMPRESSION,
-                 kCompressions[std::min<unsigned int>(options.m_eTiffCompression, 2)]);
-    if (!palette && options.m_eTiffCompression != PICTURE_UNCOMPRESSED)
-        TIFFSetField(file, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL);
-    if (source.fnGetDotsPerMeterX() > 0) {
-        TIFFSetField(file, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
-        TIFFSetField(file, TIFFTAG_XRESOLUTION, static_cast<double>(source.fnGetDpiX()));
-        TIFFSetField(file, TIFFTAG_YRESOLUTION, static_cast<double>(source.fnGetDpiY()));
-    }
-    if (*source.fnGetTitle())
-        TIFFSetField(file, TIFFTAG_DOCUMENTNAME, source.fnGetTitle());
-}
-
-/// Fetches a row in the order of the file: alpha follows the colours.
-void fnFetchStored(PictureSource& source, std::uint32_t y, unsigned char* row,
-                   unsigned char* stored) {
-    const std::size_t width = source.fnGetWidth();
-    switch (source.fnGetBitCount()) {
-    case 4:
-        source.fnFetchRow(y, row);
-        fnJoinNibbles(row, width, stored);
-        break;
-    case 32:
-        source.fnFetchRow(y, stored);
-        for (std::size_t x = 0; x < width; ++x)
-            std::rotate(stored + 4 * x, stored + 4 * x + 1, stored + 4 * x + 4);
-        break;
-    case 8:
-        source.fnFetchRow(y, stored);
-        break;
-    default:
-        source.fnFetchRgb(y, stored);
-        break;
-    }
-}
-
-void fnWriteTiff(CodecOutput& output, PictureSource& source, const CqPictureOptions& options) {
-    TiffHandle file(output);
-    fnDescribe(file, source, options);
-    const std::uint32_t height = source.fnGetHeight();
-    const Bytes row = std::make_unique_for_overwrite<unsigned char[]>(source.fnGetWidth());
-    const Bytes stored = std::make_unique_for_overwrite<unsigned char[]>(fnStoredRowBytes(source));
-    for (std::uint32_t y = 0; y < height; ++y) {
-        fnFetchStored(source, y, row.get(), stored.get());
-        if (TIFFWriteScanline(file, stored.get(), y, 0) < 0)
-            file.fnFail();
-        source.fnTell(std::uint64_t{y} + 1, height);
-    }
-    if (!TIFFWriteDirectory(file) || output.fnHasFailed())
-        file.fnFail();
+    file.fnCheckMemory();
 }
 
 } // namespace

@@ -1,21 +1,23 @@
 #include "plugins/CodecInput_p.h"
 #include "plugins/CodecOutput_p.h"
-#include "plugins/PictureCodec_p.h"
 #include "plugins/TiffHandle_p.h"
+#include "plugins/TiffTags_p.h"
 
 #include <tiffio.h>
 
+#include <algorithm>
+#include <csetjmp>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <new>
+#include <fcntl.h>
 
 namespace q32 {
 
 namespace {
 
-/// Limit of a single allocation by libtiff; tags of a corrupt file may request any size.
-constexpr tmsize_t kMaxBlockBytes = tmsize_t{1} << 30;
+/// Limit of a single allocation when writing: no more than a strip and the tables of all strips.
+constexpr std::uint64_t kMaxWriteBytes = std::uint64_t{1} << 34;
 
 TiffHandle& fnHandle(thandle_t handle) {
     return *static_cast<TiffHandle*>(handle);
@@ -24,8 +26,12 @@ TiffHandle& fnHandle(thandle_t handle) {
 tmsize_t fnTiffRead(thandle_t handle, void* out, tmsize_t count) {
     TiffHandle& file = fnHandle(handle);
     const auto size = static_cast<std::size_t>(count);
-    return static_cast<tmsize_t>(file.m_pInput ? file.m_pInput->fnRead(out, size)
-                                               : file.m_pOutput->fnRead(out, size));
+    if (!file.m_pInput)
+        return static_cast<tmsize_t>(file.m_pOutput->fnRead(out, size));
+    const std::uint64_t position = file.m_pInput->fnGetPosition();
+    const std::size_t done = file.m_pInput->fnRead(out, size);
+    file.m_pTags->fnOverlay(position, static_cast<unsigned char*>(out), done);
+    return static_cast<tmsize_t>(done);
 }
 
 tmsize_t fnTiffWrite(thandle_t handle, void* bytes, tmsize_t count) {
@@ -57,50 +63,96 @@ int fnTiffClose(thandle_t) {
     return 0;
 }
 
-int fnTiffError(TIFF*, void*, const char*, const char*, std::va_list) {
+int fnTiffError(TIFF*, void* user, const char*, const char* format, std::va_list) {
+    fnHandle(user).fnTakeError(format);
     return 1;
 }
 
-int fnTiffWarning(TIFF*, void* user, const char* module, const char*, std::va_list) {
-    TiffHandle& file = fnHandle(user);
-    // libtiff warns of the old bit order of LZW, but decodes it correctly.
-    const bool harmless = module && std::strcmp(module, "LZWPreDecode") == 0;
-    file.m_bWarned = file.m_bWarned || (file.m_bWatching && !harmless);
+int fnTiffWarning(TIFF*, void* user, const char* module, const char* format, std::va_list) {
+    fnHandle(user).fnTakeWarning(module, format);
     return 1;
+}
+
+bool fnSays(const char* format, const char* part) {
+    return std::strstr(format, part) != nullptr;
 }
 
 } // namespace
 
-TiffHandle::TiffHandle(CodecInput& input) : m_pInput(&input) {
-    fnOpen("rm");
+TiffHandle::TiffHandle(CodecInput& input, const TiffTags& tags, std::uint64_t codecBytes)
+    : m_pInput(&input), m_pTags(&tags) {
+    fnOpen("rm", codecBytes);
 }
 
 TiffHandle::TiffHandle(CodecOutput& output) : m_pOutput(&output) {
-    fnOpen("w");
+    fnOpen("w", kMaxWriteBytes);
 }
 
 TiffHandle::~TiffHandle() {
+    // Closing must not write: a complete file is written by now, and what a failure has left of the
+    // directory may lack values, which libtiff would copy all the same.
+    TIFFSetMode(m_pTiff, O_RDONLY);
+    // libtiff has counted a tag for which it has no memory, and would walk over a list that doesn't
+    // exist. An empty directory in its place leaks the old one's arrays.
+    if (m_bBrokenList)
+        TIFFCreateDirectory(m_pTiff);
     TIFFClose(m_pTiff);
 }
 
-void TiffHandle::fnOpen(const char* mode) {
+/// libtiff reports an exhausted memory only by its texts.
+void TiffHandle::fnTakeError(const char* format) {
+    m_bBrokenList = m_bBrokenList || fnSays(format, "list of custom values");
+    // Reading on, libtiff would look for the next tag in the list that doesn't exist.
+    if (m_bOpening && (m_bBrokenList || fnSays(format, "fields array")))
+        std::longjmp(m_Jump, 1);
+    if (fnSays(format, "defined in open options"))
+        m_Failure = {MESSAGE_NO_MEMORY, PICTURE_LIMIT_CODEC};
+    else if (fnSays(format, "Out of memory") || fnSays(format, "No space for") ||
+             fnSays(format, "llocate") || fnSays(format, "Not enough memory"))
+        m_Failure = {MESSAGE_NO_MEMORY};
+}
+
+void TiffHandle::fnTakeWarning(const char* module, const char* format) {
+    fnTakeError(format);
+    // libtiff warns of the old bit order of LZW, but decodes it correctly.
+    const bool harmless = module && std::strcmp(module, "LZWPreDecode") == 0;
+    m_bWarned = m_bWarned || (m_bWatching && !harmless);
+    // Subsampling is taken from the JPEG data itself where the tag differs.
+    m_bGuessed = m_bGuessed || (fnSays(format, "assum") && !fnSays(format, "ubsampling")) ||
+                 fnSays(format, "calculating from");
+}
+
+void TiffHandle::fnOpen(const char* mode, std::uint64_t maxBlockBytes) {
     TIFFOpenOptions* options = TIFFOpenOptionsAlloc();
     if (!options)
         throw CodecFailure{MESSAGE_NO_MEMORY};
-    TIFFOpenOptionsSetMaxSingleMemAlloc(options, kMaxBlockBytes);
+    TIFFOpenOptionsSetMaxSingleMemAlloc(
+        options, static_cast<tmsize_t>(std::clamp<std::uint64_t>(maxBlockBytes, 1, INT64_MAX)));
     TIFFOpenOptionsSetErrorHandlerExtR(options, fnTiffError, this);
     TIFFOpenOptionsSetWarningHandlerExtR(options, fnTiffWarning, this);
-    m_pTiff = TIFFClientOpenExt("picture", mode, this, fnTiffRead, fnTiffWrite, fnTiffSeek,
-                                fnTiffClose, fnTiffSize, nullptr, nullptr, options);
+    m_bOpening = true;
+    const bool returned = fnGuardJump(m_Jump, [&] {
+        m_pTiff = TIFFClientOpenExt("picture", mode, this, fnTiffRead, fnTiffWrite, fnTiffSeek,
+                                    fnTiffClose, fnTiffSize, nullptr, nullptr, options);
+    });
+    m_bOpening = false;
     TIFFOpenOptionsFree(options);
+    if (!returned)
+        throw CodecFailure{MESSAGE_NO_MEMORY};
     if (!m_pTiff)
         fnFail();
 }
 
+void TiffHandle::fnCheckMemory() const {
+    if (m_Failure.m_eMessage != MESSAGE_NONE)
+        throw m_Failure;
+}
+
 void TiffHandle::fnFail() const {
+    fnCheckMemory();
     if (m_pOutput)
         throw CodecFailure{MESSAGE_CANNOT_SAVE};
-    throw CodecFailure{m_pInput->fnHasFailed() ? MESSAGE_CANNOT_READ : MESSAGE_CORRUPTED};
+    m_pInput->fnFail(CodecFailure{MESSAGE_CORRUPTED});
 }
 
 } // namespace q32

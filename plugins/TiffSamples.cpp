@@ -47,6 +47,8 @@ void fnSetKind(TIFF* file, TiffLayout& layout) {
     std::uint16_t extras = 0;
     std::uint16_t* list = nullptr;
     TIFFGetFieldDefaulted(file, TIFFTAG_EXTRASAMPLES, &extras, &list);
+    if (extras > 0 && !list) // libtiff reports no failure when it can't copy a list
+        throw CodecFailure{MESSAGE_NO_MEMORY};
     const std::uint16_t extra = extras > 0 ? list[0] : std::uint16_t{EXTRASAMPLE_UNSPECIFIED};
     layout.m_eKind = fnKindOf(file, layout, extras, extra);
     layout.m_bPremultiplied =

@@ -125,9 +125,7 @@ Found fnWalk(CodecInput& input) {
     return found;
 }
 
-void fnReadSamples(CodecInput& input, unsigned char* out, std::uint32_t size,
-                   CqPictureProgress* progress) {
-    PictureSteps steps(progress);
+void fnReadSamples(CodecInput& input, unsigned char* out, std::uint32_t size, PictureSteps& steps) {
     steps.fnTell(0, size);
     for (std::uint32_t done = 0; done < size;) {
         const std::uint32_t count = std::min(kPiece, size - done);
@@ -142,15 +140,18 @@ void fnReadSamples(CodecInput& input, unsigned char* out, std::uint32_t size,
 CqWaveFileResult q32ReadWave(const char* path, CqWave& wave, CqPictureProgress* progress) {
     return fnRunOnFile(path, [&] {
         CodecInput input(path);
+        PictureSteps steps(progress);
         fnReadHead(input);
+        input.fnReportTo(&steps);
         const Found found = fnWalk(input);
+        input.fnReportTo(nullptr);
         const std::uint32_t frames = found.m_nSize / found.m_Format.nBlockAlign;
         if (frames == 0)
             fnFail(MESSAGE_EMPTY);
         CqWave fresh(found.m_Format.nChannels, found.m_Format.wBitsPerSample,
                      found.m_Format.nSamplesPerSec, frames, false);
         input.fnSeek(found.m_nSamplesAt);
-        fnReadSamples(input, fresh.fnGetBuffer(), fresh.fnGetBufferSize(), progress);
+        fnReadSamples(input, fresh.fnGetBuffer(), fresh.fnGetBufferSize(), steps);
         wave.fnSwapBuf(fresh);
     });
 }

@@ -20,7 +20,8 @@ using CqWaveFileResult = CqPictureResult;
 /// Bytes after the last complete frame are ignored. A file that ends before its samples do gives
 /// -6, one without samples -11. On success the wave is replaced, otherwise it is unchanged; old and
 /// new exist at the same time. It must not be playing.
-/// @param progress  called before the samples are read, and after each 256 KiB of them; may be null
+/// @param progress  called for every 64 KiB of chunks ahead of the samples, before these are read,
+///                  and after each 256 KiB of them; may be null
 Q32_API CqWaveFileResult q32ReadWave(const char* path, CqWave& wave,
                                      CqPictureProgress* progress = nullptr);
 
