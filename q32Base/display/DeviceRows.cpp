@@ -11,41 +11,56 @@
 namespace q32 {
 namespace {
 
-/// A run of adjacent pixels.
-struct DeviceRun {
-    unsigned char* m_pSource;
-    unsigned char* m_pTarget;
-    std::size_t m_nCount;
-    const RGBQUAD* m_pPalette;
-    int m_nX;
-    int m_nY;
-};
+using ConvertRows = void (*)(const SourceRows& rows, unsigned char* top, std::size_t stride);
 
-using ConvertRun = void (*)(const DeviceRun&);
+/// Calls convert(source, target, row) for each row.
+template <typename Convert>
+void fnEachRow(const SourceRows& rows, unsigned char* target, std::size_t stride,
+               const Convert& convert) {
+    unsigned char* source = rows.m_pPixels;
+    for (int row = 0; row < rows.m_nHeight; ++row) {
+        convert(source, target, row);
+        source += rows.m_nRowBytes;
+        target -= stride;
+    }
+}
 
 template <PixelRun Kernels::*kRun>
-void fnPixels(const DeviceRun& run) {
-    (fnKernels().*kRun)(run.m_pSource, run.m_pTarget, run.m_nCount);
+void fnPixels(const SourceRows& rows, unsigned char* top, std::size_t stride) {
+    const PixelRun run = fnKernels().*kRun;
+    const auto count = static_cast<std::size_t>(rows.m_nWidth);
+    fnEachRow(rows, top, stride, [&](const unsigned char* source, unsigned char* target, int) {
+        run(source, target, count);
+    });
 }
 
 template <PaletteRun Kernels::*kRun>
-void fnLookUp(const DeviceRun& run) {
-    (fnKernels().*kRun)(run.m_pSource, run.m_pTarget, run.m_nCount,
-                        reinterpret_cast<const std::uint8_t*>(run.m_pPalette), 256);
+void fnLookUp(const SourceRows& rows, unsigned char* top, std::size_t stride) {
+    const PaletteRun run = fnKernels().*kRun;
+    const auto count = static_cast<std::size_t>(rows.m_nWidth);
+    const auto* palette = reinterpret_cast<const std::uint8_t*>(rows.m_pPalette);
+    fnEachRow(rows, top, stride, [&](const unsigned char* source, unsigned char* target, int) {
+        run(source, target, count, palette, 256);
+    });
 }
 
 template <unsigned int kBits>
-void fnDither(const DeviceRun& run) {
-    q32GetDisplayProperty()->fnDitherRGB666(run.m_pSource, run.m_pTarget, kBits, run.m_nX, run.m_nY,
-                                            static_cast<int>(run.m_nCount));
+void fnDither(const SourceRows& rows, unsigned char* top, std::size_t stride) {
+    CqDisplayProperty& display = *q32GetDisplayProperty();
+    fnEachRow(rows, top, stride, [&](unsigned char* source, unsigned char* target, int row) {
+        display.fnDitherRGB666(source, target, kBits, rows.m_nX, rows.m_nY + row, rows.m_nWidth);
+    });
 }
 
-void fnCopyIndices(const DeviceRun& run) {
-    std::memcpy(run.m_pTarget, run.m_pSource, run.m_nCount);
+void fnCopyIndices(const SourceRows& rows, unsigned char* top, std::size_t stride) {
+    const auto count = static_cast<std::size_t>(rows.m_nWidth);
+    fnEachRow(rows, top, stride, [&](const unsigned char* source, unsigned char* target, int) {
+        std::memcpy(target, source, count);
+    });
 }
 
 /// Rows: indices, 16, 24 and 32 image bits. Columns: 8, 24 and 32 device bits.
-constexpr ConvertRun kConversions[4][3] = {
+constexpr ConvertRows kConversions[4][3] = {
     {fnCopyIndices, fnLookUp<&Kernels::fnIndex8ToBgr24>, fnLookUp<&Kernels::fnIndex8ToBgrx32>},
     {fnDither<16>, fnPixels<&Kernels::fnRgb565ToBgr24>, fnPixels<&Kernels::fnRgb565ToBgrx32>},
     {fnDither<24>, fnPixels<&Kernels::fnRgb24ToBgr24>, fnPixels<&Kernels::fnRgb24ToBgrx32>},
@@ -79,15 +94,7 @@ void fnConvertRows(const SourceRows& rows, std::uint32_t deviceBits, unsigned ch
     assert(deviceBits == 8 || deviceBits == 24 || deviceBits == 32);
     const std::uint32_t source = rows.m_nBitCount < 9 ? 0 : rows.m_nBitCount / 8 - 1;
     const std::uint32_t target = deviceBits == 8 ? 0 : deviceBits / 8 - 2;
-    const ConvertRun convert = kConversions[source][target];
-    DeviceRun run{rows.m_pPixels,  nullptr,   static_cast<std::size_t>(rows.m_nWidth),
-                  rows.m_pPalette, rows.m_nX, rows.m_nY};
-    run.m_pTarget = top;
-    for (int row = 0; row < rows.m_nHeight; ++row, ++run.m_nY) {
-        convert(run);
-        run.m_pSource += rows.m_nRowBytes;
-        run.m_pTarget -= stride;
-    }
+    kConversions[source][target](rows, top, stride);
 }
 
 int fnDrawRows(CDC* dc, int x, int y, BITMAPINFOHEADER& dib, const SourceRows& rows) {

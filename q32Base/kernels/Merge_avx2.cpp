@@ -26,7 +26,7 @@ __m256i fnSpread(int part) {
     return fnLoadTwice(kSpread[part]);
 }
 
-__m256i fnBlend(__m256i target, __m256i source, __m256i weight) {
+__m256i fnBlendBytes(__m256i target, __m256i source, __m256i weight) {
     const __m256i zero = _mm256_setzero_si256();
     const __m256i low =
         fnBlend(_mm256_unpacklo_epi8(target, zero), _mm256_unpacklo_epi8(source, zero),
@@ -43,9 +43,9 @@ __m256i fnBlend(__m256i target, __m256i source, __m256i weight) {
 void fnMerge32Pixels(const std::uint8_t* source, std::uint8_t* target, __m256i weight) {
     for (int part = 0; part < 3; ++part, source += 16, target += 16)
         fnStorePair(target, target + kGroupBytes,
-                    fnBlend(fnLoadPair(target, target + kGroupBytes),
-                            fnLoadPair(source, source + kGroupBytes),
-                            _mm256_shuffle_epi8(weight, fnSpread(part))));
+                    fnBlendBytes(fnLoadPair(target, target + kGroupBytes),
+                                 fnLoadPair(source, source + kGroupBytes),
+                                 _mm256_shuffle_epi8(weight, fnSpread(part))));
 }
 
 // A run's last pixels are processed together with earlier ones that are already done; these get a

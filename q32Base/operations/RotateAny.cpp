@@ -156,12 +156,12 @@ bool fnRotateAny(const CqTileMap& source, CqTileMap& target, const Rotation& rot
                  CqProgressDisplay* progress) {
     if (source.BitCount == 16)
         return true;
-    const AnyRotation rotation(source, rotation);
+    const AnyRotation rotate(source, rotation);
     const ProgressRun run(progress, target.TileCount);
     CqImageTile tile(false);
     for (std::uint32_t i = 0; i < target.TileCount; ++i) {
         target.fnAccessTile(i, &tile);
-        rotation.fnRotateTile(tile);
+        rotate.fnRotateTile(tile);
         if (run.fnAborts(i))
             return false;
     }

@@ -15,7 +15,7 @@ ContractBackEnd fnOnCard() {
                 made.m_ChangeElsewhere = [card](bool up) {
                     LabCard turned = card->fnGet();
                     turned.m_nMaster[0] = turned.m_nMaster[1] = up ? 20 : 10;
-                    card->fnTurn(turned);
+                    card->fnWriteCard(turned);
                 };
                 return made;
             }};
