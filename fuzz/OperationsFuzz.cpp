@@ -3,111 +3,27 @@
 /// sanitizers), an image keeps its size, a window contains the rows that it reports, and an abort
 /// ends the operation.
 
-#include "platforms/headless/headless.h"
+#include "fuzz/FuzzInput.h"
 #include "q32Base/framework/CRgn.h"
 #include "q32Base/image/CqMask.h"
 #include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/operations/CqConvMask.h"
-#include "q32Base/q32Base.h"
-#include "q32Base/services/CqProgressDisplay.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <iterator>
 #include <memory>
 #include <vector>
 
 namespace {
 
-void fnCheck(bool holds, const char* what) {
-    if (holds)
-        return;
-    std::fprintf(stderr, "does not hold: %s\n", what);
-    std::abort();
+using namespace q32::fuzz;
+
+/// Position of a mask: usually one where it meets others.
+int fnMaskPlace(Input& input) {
+    const int place = input.fnPlace();
+    return input.fnBelow(16) ? place % 200 : place;
 }
-
-/// The input as values; zeros once it is used up.
-class Input {
-public:
-    Input(const std::uint8_t* data, std::size_t size) : m_pAt(data), m_pEnd(data + size) {}
-
-    bool fnIsEmpty() const { return m_pAt == m_pEnd; }
-    std::uint8_t fnByte() { return fnIsEmpty() ? std::uint8_t{0} : *m_pAt++; }
-    unsigned int fnBelow(unsigned int limit) { return fnByte() % limit; }
-    /// Usually near an image, occasionally at the limits of the type.
-    int fnPlace() {
-        static constexpr int kFar[] = {-2147483647 - 1, -2147483647, -65536,
-                                       65536,           2147483646,  2147483647};
-        const int value = fnByte();
-        return value < 248 ? value - 60 : kFar[static_cast<std::size_t>(value) % std::size(kFar)];
-    }
-    /// Position of a mask: usually one where it meets others.
-    int fnMaskPlace() {
-        const int place = fnPlace();
-        return fnBelow(16) ? place % 200 : place;
-    }
-    CRect fnRect() {
-        const int left = fnPlace();
-        const int top = fnPlace();
-        const int right = fnPlace();
-        return {left, top, right, fnPlace()};
-    }
-    CqColor fnColor() {
-        const std::uint8_t red = fnByte();
-        const std::uint8_t green = fnByte();
-        return {red, green, fnByte(), red};
-    }
-
-private:
-    const std::uint8_t* m_pAt;
-    const std::uint8_t* m_pEnd;
-};
-
-/// Pixels of all kinds from one byte; some bytes produce runs, for keys and regions.
-void fnPaint(const CqImage& image, std::uint8_t seed) {
-    std::uint32_t state = seed;
-    for (std::uint32_t i = 0; i < image.TileMap->BufferSize; ++i) {
-        if (i % (1u + seed % 5) == 0)
-            state = state * 1664525u + 1013904223u;
-        image.TileMap->PixelBuffer[i] = static_cast<unsigned char>(state >> 24);
-    }
-}
-
-std::unique_ptr<CqImage> fnMakeImage(Input& input) {
-    static constexpr unsigned int kBits[] = {4, 8, 16, 24, 32};
-    const unsigned int bits = kBits[input.fnBelow(std::size(kBits))];
-    const unsigned int width = 1 + input.fnBelow(140);
-    const unsigned int height = 1 + input.fnBelow(140);
-    const std::uint8_t seed = input.fnByte();
-    const bool ramp = seed % 3 == 0; // at 4 bits too, where most of its indices don't fit in a
-                                     // nibble
-    auto image = std::make_unique<CqImage>(width, height, bits, ramp ? q32GreyRamp : nullptr,
-                                           ramp ? 256u : 0u);
-    fnPaint(*image, seed);
-    return image;
-}
-
-/// Reports Esc at a chosen call.
-class CountedDisplay : public CqProgressDisplay {
-public:
-    explicit CountedDisplay(unsigned int abortAt) : CqProgressDisplay(false), m_nAbortAt(abortAt) {}
-
-    void fnDrawStatus(unsigned int percent, bool* aborted) override {
-        fnCheck(percent < 100, "a percentage stays below 100");
-        fnCheck(m_nCalls < m_nAbortAt, "an abort ends the work");
-        ++m_nCalls;
-        CqProgressDisplay::fnDrawStatus(percent, aborted);
-    }
-    bool fnIsAborted() const override { return m_nCalls == m_nAbortAt; }
-
-    unsigned int m_nCalls = 0;
-
-private:
-    unsigned int m_nAbortAt;
-};
 
 void fnAdjustTone(Input& input, CqImage& image) {
     const std::uint8_t how = input.fnByte();
@@ -147,12 +63,12 @@ void fnSetScale(Input& input, CqImage& image, CWnd* window) {
 void fnUseMask(Input& input, CqMask& own, CqMask& other) {
     switch (input.fnBelow(6)) {
     case 0: {
-        const int x = input.fnMaskPlace();
-        return own.fnSetPos(CPoint(x, input.fnMaskPlace()));
+        const int x = fnMaskPlace(input);
+        return own.fnSetPos(CPoint(x, fnMaskPlace(input)));
     }
     case 1: {
-        const int dx = input.fnMaskPlace() / 8;
-        return own.fnOffsetPos(dx, input.fnMaskPlace() / 8);
+        const int dx = fnMaskPlace(input) / 8;
+        return own.fnOffsetPos(dx, fnMaskPlace(input) / 8);
     }
     case 2:
         own += other;
@@ -243,11 +159,10 @@ void fnOperate(Input& input, CqImage& image, CqImage& other, CqMask& mask, CqMas
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const bool attached = q32Attach(q32HeadlessPlatform());
-    fnCheck(attached, "the library starts");
+    const Balance balance;
     Input input(data, size);
-    const std::unique_ptr<CqImage> images[] = {fnMakeImage(input), fnMakeImage(input),
-                                               fnMakeImage(input)};
+    const std::unique_ptr<CqImage> images[] = {fnMakeImage(input, 140), fnMakeImage(input, 140),
+                                               fnMakeImage(input, 140)};
     CqMask masks[2];
     for (CqMask& mask : masks) {
         mask.fnAlloc(1 + input.fnBelow(140), 1 + input.fnBelow(140));

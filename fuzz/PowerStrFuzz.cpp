@@ -1,35 +1,15 @@
 /// @file The path and size operations of CqPowerStr on any text. The first byte selects the code
 /// page, the next sixteen are two sizes, the rest is the path.
 
-#include "platforms/headless/headless.h"
+#include "fuzz/FuzzInput.h"
 #include "q32Base/framework/PathRules_p.h"
-#include "q32Base/q32Base.h"
 
-#include <algorithm>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
 namespace {
 
-void fnCheck(bool holds, const char* what) {
-    if (holds)
-        return;
-    std::fprintf(stderr, "does not hold: %s\n", what);
-    std::abort();
-}
-
-CqHeadlessWorld& fnWorld() {
-    static const std::shared_ptr<CqHeadlessWorld> world = [] {
-        auto made = q32HeadlessWorld();
-        fnCheck(q32Attach(made->fnPlatform()), "the library starts");
-        std::atexit(q32Detach);
-        return made;
-    }();
-    return *world;
-}
+using namespace q32::fuzz;
 
 using Split = void (CqPowerStr::*)(const char*);
 

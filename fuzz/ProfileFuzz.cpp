@@ -1,29 +1,19 @@
 /// @file The settings file's reader and writer on any text. The first four bytes select section,
 /// key, value and buffer size; the rest is the text.
 
+#include "fuzz/FuzzInput.h"
 #include "q32Base/settings/ProfileFile_p.h"
 
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <iterator>
-#include <string>
-#include <string_view>
-#include <vector>
 
 namespace {
+
+using namespace q32::fuzz;
 
 constexpr std::string_view kSections[] = {"VMPolicy", "dispprop", "DumpWnd", "", "A]B"};
 constexpr std::string_view kKeys[] = {"MemPercent", "gammaval", "Layout", ";comment", "k k"};
 constexpr std::string_view kValues[] = {"1",     "",           "C:\\Temp\\", "\"quoted\"",
                                         "a=b;c", "two\nlines", "[x]"};
-
-void fnCheck(bool holds, const char* what) {
-    if (holds)
-        return;
-    std::fprintf(stderr, "does not hold: %s\n", what);
-    std::abort();
-}
 
 std::string fnRead(std::string_view text, std::string_view section, std::string_view key,
                    std::size_t size) {

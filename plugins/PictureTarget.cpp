@@ -3,8 +3,6 @@
 #include "plugins/PictureTarget_p.h"
 
 #include <algorithm>
-#include <cassert>
-#include <cstring>
 
 namespace q32 {
 

@@ -1,5 +1,6 @@
 #include "q32Base/image/PixelAccess.h"
 
+#include "tests/image/PlainPixels.h"
 #include "tests/operations/PlainImage.h"
 #include "tests/support/AttachedTest.h"
 #include "tests/support/FailingAllocator.h"
@@ -15,95 +16,6 @@ using namespace q32::test;
 constexpr PIXEL_ORDER kOrders[] = {PIXEL_STORED, PIXEL_ARGB32, PIXEL_BGRA32,
                                    PIXEL_BGRX32, PIXEL_RGB24,  PIXEL_GREY8};
 constexpr unsigned char kGuard = 0xC7;
-
-struct Plain {
-    unsigned int red, green, blue, alpha;
-};
-
-unsigned int fnBytesOf(unsigned int bits, PIXEL_ORDER order) {
-    if (order == PIXEL_STORED)
-        return bits < 8 ? 1 : bits / 8;
-    return order == PIXEL_RGB24 ? 3 : order == PIXEL_GREY8 ? 1 : 4;
-}
-
-/// A pixel of a row as stored bytes, at 4 bits one byte.
-Bytes fnStored(unsigned int bits, const Bytes& row, unsigned int x) {
-    if (bits == 4)
-        return {static_cast<unsigned char>(x % 2 == 0 ? row[x / 2] / 16 : row[x / 2] % 16)};
-    return Bytes(row.begin() + x * (bits / 8), row.begin() + (x + 1) * (bits / 8));
-}
-
-void fnStore(unsigned int bits, Bytes& row, unsigned int x, const Bytes& pixel) {
-    if (bits != 4) {
-        std::copy(pixel.begin(), pixel.end(), row.begin() + x * (bits / 8));
-        return;
-    }
-    unsigned char& pair = row[x / 2];
-    const unsigned int index = pixel[0] % 16u;
-    pair = static_cast<unsigned char>(x % 2 == 0 ? pair % 16 + index * 16 : pair / 16 * 16 + index);
-}
-
-Plain fnColorOf(const CqImage& image, const Bytes& stored) {
-    if (image.BitCount <= 8) {
-        const RGBQUAD& entry = image.TileMap->Palette[stored[0]];
-        return {entry.rgbRed, entry.rgbGreen, entry.rgbBlue, 255};
-    }
-    if (image.BitCount == 16) {
-        const unsigned int value = stored[0] * 256u + stored[1];
-        return {value / 2048 * 8, value / 32 % 64 * 4, value % 32 * 8, 255};
-    }
-    if (image.BitCount == 24)
-        return {stored[0], stored[1], stored[2], 255};
-    return {stored[1], stored[2], stored[3], stored[0]};
-}
-
-Bytes fnInOrder(const CqImage& image, const Bytes& stored, PIXEL_ORDER order) {
-    const Plain c = fnColorOf(image, stored);
-    const auto byte = [](unsigned int value) { return static_cast<unsigned char>(value); };
-    switch (order) {
-    case PIXEL_STORED:
-        return stored;
-    case PIXEL_ARGB32:
-        return {byte(c.alpha), byte(c.red), byte(c.green), byte(c.blue)};
-    case PIXEL_BGRA32:
-        return {byte(c.blue), byte(c.green), byte(c.red), byte(c.alpha)};
-    case PIXEL_BGRX32:
-        return {byte(c.blue), byte(c.green), byte(c.red), 255};
-    case PIXEL_RGB24:
-        return {byte(c.red), byte(c.green), byte(c.blue)};
-    default:
-        return {byte((77 * c.red + 150 * c.green + 29 * c.blue) / 256)};
-    }
-}
-
-/// The stored bytes of a pixel written in a given order.
-Bytes fnToStored(const CqImage& image, const Bytes& in, PIXEL_ORDER order) {
-    if (order == PIXEL_STORED)
-        return in;
-    const Plain c = order == PIXEL_ARGB32   ? Plain{in[1], in[2], in[3], in[0]}
-                    : order == PIXEL_BGRA32 ? Plain{in[2], in[1], in[0], in[3]}
-                    : order == PIXEL_BGRX32 ? Plain{in[2], in[1], in[0], 255}
-                    : order == PIXEL_RGB24  ? Plain{in[0], in[1], in[2], 255}
-                                            : Plain{in[0], in[0], in[0], 255};
-    const auto byte = [](unsigned int value) { return static_cast<unsigned char>(value); };
-    switch (image.BitCount) {
-    case 16: {
-        const unsigned int value = c.red / 8 * 2048 + c.green / 4 * 32 + c.blue / 8;
-        return {byte(value / 256), byte(value)};
-    }
-    case 24:
-        return {byte(c.red), byte(c.green), byte(c.blue)};
-    case 32:
-        return {byte(c.alpha), byte(c.red), byte(c.green), byte(c.blue)};
-    default:
-        for (unsigned int i = 0; i < image.PaletteCount; ++i) {
-            const RGBQUAD& entry = image.TileMap->Palette[i];
-            if (entry.rgbRed == c.red && entry.rgbGreen == c.green && entry.rgbBlue == c.blue)
-                return {byte(i)};
-        }
-        return {0};
-    }
-}
 
 /// Rows with a stride and guards around them.
 struct Field {

@@ -1,84 +1,17 @@
 /// @file
 /// Random calls of the undo manager, compared with a plain model of lists.
 
+#include "tests/services/UndoModel.h"
 #include "tests/services/UndoTestTools.h"
 #include "tests/support/AttachedTest.h"
 #include "tests/support/Random.h"
 
-#include <deque>
 #include <optional>
 #include <vector>
 
 namespace {
 
-struct Entry {
-    int m_nState;
-    std::uint32_t m_nTag;
-    bool operator==(const Entry&) const = default;
-};
-
-/// The rules on two lists, oldest first.
-struct Model {
-    std::size_t m_nLevels = 0;
-    std::deque<Entry> m_Undo;
-    std::deque<Entry> m_Redo;
-    bool m_bKept = false;
-    std::vector<bool> m_FlagsSet;
-    bool m_bUndoButton = false;
-    bool m_bRedoButton = false;
-
-    void fnPush(std::deque<Entry>& stack, const Entry& entry) {
-        if (stack.size() == m_nLevels)
-            stack.pop_front();
-        stack.push_back(entry);
-    }
-    void fnAdd(const Entry& entry, int modified) {
-        if (m_nLevels == 0)
-            return;
-        if (m_Undo.empty() && m_nLevels >= 2)
-            m_bKept = modified == 1;
-        fnPush(m_Undo, entry);
-        m_bUndoButton = true;
-    }
-    Entry fnUndo(const Entry& current) {
-        fnPush(m_Redo, current);
-        const Entry taken = m_Undo.back();
-        m_Undo.pop_back();
-        if (m_Undo.empty() && m_nLevels >= 2)
-            m_FlagsSet.push_back(m_bKept);
-        m_bUndoButton = !m_Undo.empty();
-        m_bRedoButton = true;
-        return taken;
-    }
-    Entry fnRedo(const Entry& current) {
-        if (m_Undo.empty() && m_nLevels >= 2)
-            m_FlagsSet.push_back(true);
-        fnPush(m_Undo, current);
-        const Entry taken = m_Redo.back();
-        m_Redo.pop_back();
-        m_bUndoButton = true;
-        m_bRedoButton = !m_Redo.empty();
-        return taken;
-    }
-    void fnResize(std::size_t levels) {
-        if (m_Undo.size() > levels)
-            m_Undo.resize(levels, {});
-        if (m_Redo.size() > levels)
-            m_Redo.resize(levels, {});
-        m_nLevels = levels;
-    }
-    void fnRemoveAll() {
-        if (m_nLevels == 0)
-            return;
-        m_Undo.clear();
-        m_Redo.clear();
-        m_bUndoButton = m_bRedoButton = false;
-    }
-    void fnCreate(std::size_t levels) {
-        fnResize(levels);
-        m_bUndoButton = m_bRedoButton = false;
-    }
-};
+using Entry = UndoModelEntry;
 
 class UndoModel : public AttachedTest {
 protected:
@@ -178,7 +111,7 @@ protected:
     CqHeadlessToolBar m_ToolBar;
     CqHeadlessDocument m_Document;
     std::optional<OpenUndoMngr> m_Manager;
-    Model m_Model;
+    UndoModelLists m_Model;
     Random m_Random{8101};
     int m_nNext = 0;
 };
