@@ -9,9 +9,9 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
-#include <utility>
 #include <new>
 #include <span>
+#include <utility>
 
 namespace {
 
