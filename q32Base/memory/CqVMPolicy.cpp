@@ -125,6 +125,21 @@ void CqVMPolicy::fnSetRamLimit(std::uint64_t bytes) {
     m_nRamBound = bytes;
 }
 
+std::uint32_t CqVMPolicy::fnGetRamUsed() const {
+    const CSingleLock lock(m_Lock);
+    return RamUsed;
+}
+
+std::uint64_t CqVMPolicy::fnGetRamBytes() const {
+    const CSingleLock lock(m_Lock);
+    return m_nRamBytes;
+}
+
+bool CqVMPolicy::fnFitsRam(std::uint64_t size) const {
+    const CSingleLock lock(m_Lock);
+    return size <= m_nRamBound && m_nRamBytes <= m_nRamBound - size;
+}
+
 void CqVMPolicy::fnConsumeRAM(unsigned long size) {
     RamUsed += static_cast<std::uint32_t>(size);
     m_nRamBytes += size;
@@ -136,6 +151,7 @@ void CqVMPolicy::fnReleaseRAM(unsigned long size) {
 }
 
 CqDiskUsage CqVMPolicy::fnGetDiskUsage(unsigned int index) const {
+    const CSingleLock lock(m_Lock);
     CqDiskUsage usage;
     const std::size_t length = std::strlen(DiskPaths[index]);
     for (POSITION at = m_ScratchFiles.GetHeadPosition(); at;) {

@@ -2,6 +2,7 @@
 
 #include "q32Base/framework/CList.h"
 #include "q32Base/framework/CString.h"
+#include "q32Base/framework/Sync.h"
 #include "q32Base/platform/Export.h"
 #include "q32Base/platform/Records.h"
 
@@ -18,8 +19,9 @@ struct CqDiskUsage {
 
 /// Decides where large blocks of pixels or samples lie: in RAM up to a limit, otherwise in a mapped
 /// temporary file on one of up to four scratch disks. One instance exists between the library's
-/// start and stop. It isn't synchronized: call it from one thread at a time. Disk indices are 0 to
-/// 3 and aren't checked.
+/// start and stop. Buffers may be taken and freed in several threads; settings, limits and disks
+/// belong to one thread, while no other one takes a buffer. Disk indices are 0 to 3 and aren't
+/// checked.
 class Q32_API CqVMPolicy {
 public:
     static constexpr unsigned int kDisks = 4;
@@ -56,13 +58,11 @@ public:
     /// that of the memory service. `kNoMemoryLimit`: none.
     std::uint64_t fnGetRamBound() const { return m_nRamBound; }
     /// Bytes of RAM that buffers occupy at present, modulo 4 GiB.
-    std::uint32_t fnGetRamUsed() const { return RamUsed; }
+    std::uint32_t fnGetRamUsed() const;
     /// Bytes of RAM that buffers occupy at present.
-    std::uint64_t fnGetRamBytes() const { return m_nRamBytes; }
+    std::uint64_t fnGetRamBytes() const;
     /// Whether a block of `size` bytes more stays within `fnGetRamBound`.
-    bool fnFitsRam(std::uint64_t size) const {
-        return size <= m_nRamBound && m_nRamBytes <= m_nRamBound - size;
-    }
+    bool fnFitsRam(std::uint64_t size) const;
     /// What the buffers whose files lie in a disk's directory occupy at present.
     CqDiskUsage fnGetDiskUsage(unsigned int index) const;
 
@@ -81,6 +81,9 @@ public:
     /// allocator therefore asks `fnFitsRam` as well, and takes a block that doesn't fit to a
     /// scratch disk.
     bool fnSearchAvail(unsigned long size, bool allowRam, CString& path);
+    /// Held by the allocator while it takes or frees a block, so that no two threads pass the limit
+    /// together.
+    CCriticalSection& fnGetLock() const { return m_Lock; }
     /// Keep the record of RAM in use; sizes in bytes. For the allocator.
     void fnConsumeRAM(unsigned long size);
     void fnReleaseRAM(unsigned long size);
@@ -114,6 +117,7 @@ private:
     bool MemEnabled;
     std::uint32_t RamLimit;
     std::uint32_t RamUsed;
+    mutable CCriticalSection m_Lock;
     std::uint64_t m_nRamBytes = 0;
     std::uint64_t m_nRamBound;
     CList<NotedFile, const NotedFile&> m_ScratchFiles;

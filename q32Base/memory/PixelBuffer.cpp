@@ -113,6 +113,7 @@ unsigned char* AllocPixelBuffer(std::uint32_t size, CqFileHandle& file, CqMappin
     mapping = kNoMapping;
     name.Empty();
     CqVMPolicy& policy = *q32GetVMPolicy();
+    const CSingleLock lock(policy.fnGetLock());
     CString path;
     if (!policy.fnSearchAvail(size, true, path))
         AfxThrowMemoryException();
@@ -138,6 +139,7 @@ unsigned char* AllocPixelBuffer(std::uint32_t size, CqFileHandle& file, CqMappin
 
 void FreePixelBuffer(unsigned char* address, std::uint32_t size, CqFileHandle* file,
                      CqMappingHandle* mapping, CString* name, std::uint32_t slack) {
+    const CSingleLock lock(q32GetVMPolicy()->fnGetLock());
     if (*file == kNoFile) {
         CqMemoryService& memory = *q32::fnPlatform().m_pMemory;
         memory.fnDecommit(address, std::size_t{size} + slack);

@@ -89,8 +89,8 @@ struct CqFileInfo {
 };
 
 /// Directories, disks and ordinary files. The separator is the backslash; a service may accept
-/// others too. Called on the host's thread. May throw std::bad_alloc; every other failure is
-/// reported by the result.
+/// others too. Called on every thread of the host that makes images or reads or writes files. May
+/// throw std::bad_alloc; every other failure is reported by the result.
 class Q32_API CqFileService {
 public:
     virtual ~CqFileService() = default;

@@ -9,7 +9,8 @@
 inline constexpr std::uint64_t kNoMemoryLimit = ~std::uint64_t{0};
 
 /// Address space and memory in whole ranges, for the library's large blocks.
-/// Called on the host's thread. Nothing here throws.
+/// Called on every thread of the host that makes or frees images, one call at a time. Nothing here
+/// throws.
 class Q32_API CqMemoryService {
 public:
     virtual ~CqMemoryService() = default;

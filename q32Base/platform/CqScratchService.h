@@ -22,7 +22,8 @@ enum CQ_VIEW_ADVICE {
 
 /// Temporary files mapped into memory, for buffers that don't fit into RAM. A file is set up by
 /// `fnCreateName`, `fnOpen`, `fnSetSize`, `fnReopen`, `fnCreateMapping`, `fnMapView`, and torn down
-/// by `fnUnmapView`, `fnCloseMapping`, `fnClose`, `fnDelete`. Called on the host's thread.
+/// by `fnUnmapView`, `fnCloseMapping`, `fnClose`, `fnDelete`. These are called on
+/// every thread of the host that makes or frees images, one call at a time; the others at any time.
 /// Functions that acquire something may throw std::bad_alloc; those that release it never throw,
 /// and work even when memory is exhausted. Every other failure is reported by the result.
 class Q32_API CqScratchService {
