@@ -5,6 +5,7 @@
 #include "q32Base/geometry/CqCubicBezier2D.h"
 #include "q32Base/geometry/CqPolyline2D.h"
 #include "q32Base/geometry/CqQuadBezier2D.h"
+#include "q32Base/geometry/CurveLimit.h"
 
 #include <bit>
 #include <cmath>
@@ -13,6 +14,8 @@
 namespace {
 
 using namespace q32::fuzz;
+
+constexpr std::uint32_t kMaxParts = 4096;
 
 CqPoint2D fnPoint(Input& input) {
     const double x = input.fnReal();
@@ -25,15 +28,6 @@ bool fnIsSame(double a, double b) {
 }
 bool fnIsSame(const CqPoint2D& a, const CqPoint2D& b) {
     return fnIsSame(a.m_X, b.m_X) && fnIsSame(a.m_Y, b.m_Y);
-}
-
-/// Whether dividing the curve takes few enough parts for an execution.
-template <typename Curve>
-bool fnIsSmall(const Curve& curve) {
-    for (const CqPoint2D& point : curve.m_Points)
-        if (!(std::fabs(point.m_X) <= 4096 && std::fabs(point.m_Y) <= 4096))
-            return false;
-    return true;
 }
 
 void fnCheckRange(int count, int most, const double* t) {
@@ -83,14 +77,16 @@ void fnTryCurve(const Curve& curve, Input& input) {
     back.fnReverse();
     fnCheck(fnIsSame(back.m_Points[0], curve.m_Points[kLast]),
             "a reversed curve begins at its end");
-    if (fnIsSmall(curve)) {
-        const CqPoint2D start = fnPoint(input);
-        fnCheck(fnCountHits(curve, CqLine2D(start, fnPoint(input))) >= 0, "hits are counted");
-    }
+    const CqPoint2D start = fnPoint(input);
+    fnCheck(fnCountHits(curve, CqLine2D(start, fnPoint(input))) >= 0, "hits are counted");
 }
 
 void fnTryTessellation(const CqCubicBezier2D& curve, double tolerance, CqPolyline2D& line) {
-    curve.fnTessellate(line, tolerance);
+    if (!fnTry([&] { curve.fnTessellate(line, tolerance); })) {
+        fnCheck(line.fnGetNumberLine() <= static_cast<int>(kMaxParts), "the limit holds");
+        line.fnRemoveAll();
+        return;
+    }
     const int count = line.fnGetNumberLine();
     fnCheck(count >= 1, "a curve has a segment");
     fnCheck(fnIsSame(line.fnGetVertex(0), curve.m_Points[0]) &&
@@ -132,6 +128,7 @@ void fnTryPolyline(CqPolyline2D& line, Input& input) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fnWorld();
+    q32SetCurveLimit(kMaxParts);
     const Balance balance;
     Input input(data, size);
     CqPoint2D points[4];
@@ -143,10 +140,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::unique_ptr<CqImage> image = fnMakeImage(input, 140);
     CqLine2D(points[1], points[2]).fnRasterize(*image, input.fnColor());
     CqPolyline2D line;
-    if (fnIsSmall(cubic)) {
-        fnTryTessellation(cubic, 0.01 + std::fabs(std::fmod(input.fnReal(), 8.0)), line);
-        cubic.fnRasterize(*image, input.fnColor());
-    }
+    fnTryTessellation(cubic, 0.01 + std::fabs(std::fmod(input.fnReal(), 8.0)), line);
+    const CqColor color = input.fnColor();
+    fnTry([&] { cubic.fnRasterize(*image, color); });
     fnTryPolyline(line, input);
     return 0;
 }

@@ -1,11 +1,13 @@
-/// @file Device-independent bitmaps: any bytes as a resource, and a block that is as long as its
-/// header declares by assignment. What is exported comes back the same.
+/// @file Device-independent bitmaps: any bytes as a resource and as a block of known length, and a
+/// block that is as long as its header declares by assignment. What is exported comes back the
+/// same.
 
 #include "fuzz/FuzzInput.h"
 #include "q32Base/image/DibLayout_p.h"
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 
 namespace {
 
@@ -74,6 +76,16 @@ void fnAssign(const std::uint8_t* data, std::size_t size) {
         fnCheck(image.Width == 3 && image.TileMap, "a refused bitmap changes nothing");
 }
 
+/// The same bytes as a block that isn't trusted.
+void fnTake(const std::uint8_t* data, std::size_t size) {
+    CqImage image(3, 2, 8, nullptr, 0);
+    const bool taken = fnTry([&] { image.fnTake(std::as_bytes(std::span(data, size))); });
+    if (taken)
+        fnExport(image);
+    else
+        fnCheck(image.Width == 3 && image.TileMap, "a refused bitmap changes nothing");
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -85,5 +97,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static constexpr unsigned int kDepths[] = {0, 24, 32, 8};
     fnLoad(fnText(data + 1, size - 1), kDepths[data[0] % 4]);
     fnAssign(data + 1, size - 1);
+    fnTake(data + 1, size - 1);
     return 0;
 }

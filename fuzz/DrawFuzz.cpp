@@ -30,7 +30,7 @@ void fnSetScreen(Input& input, CqHeadlessScreen& screen) {
     display.fnEnableHiColorDither(input.fnFlag());
 }
 
-/// A destination that isn't far outside the window: the work is in proportion to it.
+/// A destination that isn't far outside the window: the work of a fit is in proportion to it.
 CRect fnDestination(Input& input) {
     const CRect rect = input.fnRect();
     const auto clamp = [](LONG value) { return std::clamp<LONG>(value, -400, 400); };
@@ -39,9 +39,9 @@ CRect fnDestination(Input& input) {
 
 void fnSetScale(Input& input, CqImage& image, CWnd& window) {
     const std::uint8_t how = input.fnByte();
-    const CRect view = fnDestination(input);
     if (how % 3 == 0)
-        return image.fnDrawInit(1.0, view, &window);
+        return image.fnDrawInit(1.0, fnDestination(input), &window);
+    const CRect view = input.fnRect();
     const unsigned int factor = how < 250 ? how % 9 : 1000000u * how;
     image.fnDrawInit(factor, how % 3 == 1, view, CPoint(input.fnPlace(), input.fnPlace()), &window);
 }
