@@ -3,6 +3,7 @@
 #include "plugins/PictureTarget_p.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace q32 {
 

@@ -1,4 +1,5 @@
 #include "platforms/posix/CqPosixMemory_p.h"
+#include "q32Base/framework/Memory.h"
 
 #include <cstdint>
 #include <sys/mman.h>
@@ -77,6 +78,6 @@ std::uint64_t CqPosixMemory::fnGetPhysicalBytes() {
 }
 
 std::uint64_t CqPosixMemory::fnGetBlockLimit() {
-    const std::uint64_t usable = m_fnUsableMemory();
-    return usable == 0 ? kNoMemoryLimit : usable / 2;
+    q32::fnTryMemory([this] { m_nUsable = m_fnUsableMemory(); });
+    return m_nUsable == 0 ? kNoMemoryLimit : m_nUsable / 2;
 }

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <new>
 #include <sstream>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -167,6 +168,18 @@ TEST(PosixMemory, ARefusedCommitLeavesTheRangeReserved) {
 
 TEST(PosixMemory, PhysicalMemoryIsThatOfTheMachine) {
     EXPECT_EQ(fnMemory().fnGetPhysicalBytes(), fnKiloBytes("/proc/meminfo", "MemTotal"));
+}
+
+TEST(PosixMemory, TheLimitLastReadHoldsWhenThereIsNoMemoryToReadIt) {
+    static bool exhausted;
+    exhausted = false;
+    CqPosixMemory memory([] {
+        if (exhausted)
+            throw std::bad_alloc();
+        return std::uint64_t{8} << 30;
+    });
+    exhausted = true;
+    EXPECT_EQ(memory.fnGetBlockLimit(), std::uint64_t{4} << 30);
 }
 
 TEST(PosixMemory, BlocksMayHoldHalfOfTheMemoryThatTheProcessMayUse) {

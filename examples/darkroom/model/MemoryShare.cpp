@@ -1,13 +1,14 @@
 #include "examples/darkroom/model/MemoryShare.h"
 
 #include "platforms/posix/posix.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/module/Module.h"
 
 namespace darkroom {
 
 std::uint64_t fnGetMachineMemory() {
-    return q32PosixUsableMemory();
+    return q32::fnTryMemoryOr(std::uint64_t{0}, [] { return q32PosixUsableMemory(); });
 }
 
 void fnApplyMemoryShare() {
