@@ -7,6 +7,7 @@
 #include <climits>
 #include <cstring>
 #include <fcntl.h>
+#include <iterator>
 #include <linux/fs.h>
 #include <new>
 #include <string_view>
@@ -285,6 +286,7 @@ void* CqPosixScratch::fnMapView(CqMappingHandle mapping, std::uint32_t size) {
     made = {found->second.m_pFile, size, nullptr, std::move(guard)};
     auto node = place.extract(place.begin());
     node.key() = view;
+    const std::lock_guard lock(m_ViewsLock);
     m_Views.insert(std::move(node));
     m_nMapped += size;
     m_nMemory = memory;
@@ -292,26 +294,39 @@ void* CqPosixScratch::fnMapView(CqMappingHandle mapping, std::uint32_t size) {
 }
 
 void CqPosixScratch::fnUnmapView(void* address, std::uint32_t size) noexcept {
-    const auto found = m_Views.find(static_cast<char*>(address));
-    if (found != m_Views.end()) {
-        m_nMapped -= found->second.m_nSize;
-        m_Views.erase(found);
+    {
+        const std::lock_guard lock(m_ViewsLock);
+        const auto found = m_Views.find(static_cast<char*>(address));
+        if (found != m_Views.end()) {
+            m_nMapped -= found->second.m_nSize;
+            m_Views.erase(found);
+        }
     }
     ::munmap(address, size);
 }
 
-void CqPosixScratch::fnAdvise(CQ_VIEW_ADVICE advice, void* address, std::uint32_t size) noexcept {
+/// The view that an address lies in, while most of memory is taken by views; else null. It stays
+/// while the caller's image does.
+std::pair<char* const, CqPosixScratch::View>*
+CqPosixScratch::fnFindCrowdedView(void* address, std::uint64_t& memory) noexcept {
+    const std::lock_guard lock(m_ViewsLock);
+    memory = m_nMemory;
     if (m_nMemory == 0 || m_nMapped <= m_nMemory / 2)
+        return nullptr;
+    const auto found = m_Views.upper_bound(static_cast<char*>(address));
+    return found == m_Views.begin() ? nullptr : &*std::prev(found);
+}
+
+void CqPosixScratch::fnAdvise(CQ_VIEW_ADVICE advice, void* address, std::uint32_t size) noexcept {
+    std::uint64_t memory = 0;
+    auto* const found = fnFindCrowdedView(address, memory);
+    if (!found)
         return;
-    auto found = m_Views.upper_bound(static_cast<char*>(address));
-    if (found == m_Views.begin())
-        return;
-    --found;
     View& view = found->second;
     const auto begin = static_cast<std::size_t>(static_cast<char*>(address) - found->first);
     if (!view.m_pPages)
         view.m_pPages.reset(new (std::nothrow) ViewPages(view.m_pFile->fnGet(), found->first,
-                                                         view.m_nSize, fnBehind(m_nMemory)));
+                                                         view.m_nSize, fnBehind(memory)));
     if (!view.m_pPages)
         return;
     switch (advice) {
@@ -330,6 +345,7 @@ void CqPosixScratch::fnAdvise(CQ_VIEW_ADVICE advice, void* address, std::uint32_
 std::uint32_t CqPosixScratch::fnCountLosses(const void* address) noexcept {
     if (!m_bGuardViews || !ViewGuard::fnIsAnyLost())
         return 0;
+    const std::lock_guard lock(m_ViewsLock);
     const auto found = m_Views.find(static_cast<char*>(const_cast<void*>(address)));
     return found == m_Views.end() ? 0 : found->second.m_Guard.fnCountLosses();
 }

@@ -10,8 +10,10 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <sys/types.h>
+#include <utility>
 
 /// Scratch files on real disks (docs/scratch-files.md).
 ///
@@ -80,9 +82,12 @@ private:
     std::shared_ptr<const q32::posix::CodePage> m_pCodePage;
     std::uint64_t (*m_fnUsableMemory)();
     bool m_bGuardViews;
+    std::pair<char* const, View>* fnFindCrowdedView(void* address, std::uint64_t& memory) noexcept;
+
     std::map<std::string, OwnFile, std::less<>> m_Own; ///< by native path
     std::map<CqFileHandle, std::shared_ptr<q32::posix::Descriptor>> m_Files;
     std::map<CqMappingHandle, Mapping> m_Mappings;
+    std::mutex m_ViewsLock;        ///< of the next three, which advice in another thread reads
     std::map<char*, View> m_Views; ///< by address
     std::uint64_t m_nMapped = 0;   ///< bytes of all views
     std::uint64_t m_nMemory = 0;   ///< usable memory when the last view was created; 0: unknown

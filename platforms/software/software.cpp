@@ -51,16 +51,19 @@ private:
     CPalette* m_pPalette = nullptr;
 };
 
+/// Locked, since each new image asks the screen for its resolution, in whatever thread it is made.
 class Screen final : public CqScreenService {
 public:
     CDC* fnGetDC(CWnd* window) override {
         if (window && !window->IsWindow())
             return nullptr;
+        const std::lock_guard lock(m_Lock);
         m_DCs.push_back(std::make_unique<BlankContext>(window));
         return m_DCs.back().get();
     }
 
     void fnReleaseDC(CWnd* window, CDC* dc) noexcept override {
+        const std::lock_guard lock(m_Lock);
         std::erase_if(m_DCs, [&](const auto& open) {
             return open.get() == dc && open->fnGetWindow() == window;
         });
@@ -74,6 +77,7 @@ public:
         const RowJob job{x,         y,     width, height, sourceX, sourceY,
                          startScan, scans, bits,  header, use};
         DibRows rows;
+        const std::lock_guard lock(m_Lock);
         const bool open = std::any_of(m_DCs.begin(), m_DCs.end(),
                                       [&](const auto& one) { return one.get() == dc; });
         if (!open || !bits || !header || !fnReadDibRows(*header, use, rows))
@@ -87,6 +91,7 @@ public:
     }
 
     void fnPaletteGone(const CPalette& palette) noexcept override {
+        const std::lock_guard lock(m_Lock);
         for (const auto& dc : m_DCs)
             dc->fnForgetPalette(palette);
     }
@@ -96,6 +101,7 @@ public:
     }
 
 private:
+    std::mutex m_Lock;
     std::vector<std::unique_ptr<BlankContext>> m_DCs;
 };
 
