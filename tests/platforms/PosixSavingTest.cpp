@@ -398,7 +398,7 @@ TEST(PosixSaving, AFileThatIsNotWritableOrNotRegularIsKept) {
 
 TEST(PosixSaving, AProcessKilledAnywhereLeavesTheOldFileOrTheNewOne) {
     const Folder folder;
-    constexpr int kKills = 300;
+    constexpr int kKills = 200;
     Random random(9);
     const std::string a(70000, 'a');
     const std::string b(50000, 'b');
@@ -408,9 +408,13 @@ TEST(PosixSaving, AProcessKilledAnywhereLeavesTheOldFileOrTheNewOne) {
     int counted = 0;
     std::size_t left = 0;
     for (int kill = 0; kill < kKills; ++kill) {
+        int started[2];
+        ASSERT_EQ(::pipe(started), 0);
         const pid_t child = ::fork();
         if (child == 0) {
             for (int i = 0;; ++i) {
+                if (i == 1 && ::write(started[1], "", 1) != 1)
+                    ::_exit(1);
                 fnSave(folder.fnName("picture"), i % 2 == 0 ? b : a);
                 fnFiles()->fnUpdateText(folder.fnName("Qkz.cfg").c_str(), [&](std::string& all) {
                     all = lines + std::to_string(std::stoi(all.substr(lines.size())) + 1) + "\n";
@@ -419,6 +423,11 @@ TEST(PosixSaving, AProcessKilledAnywhereLeavesTheOldFileOrTheNewOne) {
             }
         }
         ASSERT_GT(child, 0);
+        // The first round takes as long as the machine is busy.
+        char byte;
+        ASSERT_EQ(::read(started[0], &byte, 1), 1);
+        ::close(started[0]);
+        ::close(started[1]);
         ::usleep(static_cast<useconds_t>(random() % 6000));
         ::kill(child, SIGKILL);
         ::waitpid(child, nullptr, 0);
