@@ -64,8 +64,7 @@ std::vector<unsigned char> fnEdit(int seed) {
     const CqPixelReader reader(image, PIXEL_STORED);
     std::vector<unsigned char> pixels(std::size_t{image.Width} * image.Height * 4);
     for (unsigned int y = 0; y < image.Height; ++y)
-        EXPECT_TRUE(reader.fnReadRow(0, y, image.Width,
-                                     &pixels[std::size_t{y} * image.Width * 4]));
+        EXPECT_TRUE(reader.fnReadRow(0, y, image.Width, &pixels[std::size_t{y} * image.Width * 4]));
     return pixels;
 }
 
