@@ -236,7 +236,7 @@ TEST(PosixSaving, WorksOnAFileSystemWithoutLocks) {
         std::filesystem::remove(folder.fnPath("Qkz.cfg"));
         std::filesystem::remove(folder.fnPath("Qkz.cfg.lock"));
 
-        // There a file that nobody holds can't be told from one that is being written.
+        // There a file that nobody holds can't be distinguished from one that is being written.
         folder.fnWrite(kLeftover, "half a pic");
         ASSERT_EQ(fnSave(folder.fnName("a"), "x"), FILE_CAUSE_NONE);
         EXPECT_EQ(fnHidden(folder).size(), 1u);
