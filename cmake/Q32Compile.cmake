@@ -62,8 +62,8 @@ function(q32_folders)
     endforeach()
 endfunction()
 
-# q32_precompile(<target> <header>...): compiles what most sources of a target include once, in builds that are
-# only tested under sanitizers. The others show that each source includes what it needs.
+# q32_precompile(<target> <header>...): compiles what most sources of a target include once, in builds for tests.
+# Release builds and clang-tidy show that each source includes what it needs.
 option(Q32_PRECOMPILE "Precompile headers of the libraries, too" OFF)
 function(q32_precompile target)
     if(Q32_PRECOMPILE)

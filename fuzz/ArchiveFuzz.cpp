@@ -30,6 +30,7 @@ void fnCopyCurve(CArchive& from, CArchive& to) {
     CqCubicBezier2D curve;
     const CqCubicBezier2D before = curve;
     if (!fnTry([&] { curve.fnSerialize(from); })) {
+        // By bytes: coordinates may be NaN. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
         fnCheck(std::memcmp(&curve, &before, sizeof(curve)) == 0, "a failed load changes nothing");
         AfxThrowArchiveException(CArchiveException::endOfFile);
     }

@@ -89,7 +89,7 @@ double Input::fnReal() {
 Bytes Input::fnBytes(std::size_t most) {
     const std::size_t count =
         std::min({std::size_t{fnWord()}, most, static_cast<std::size_t>(m_pEnd - m_pAt)});
-    const Bytes bytes(m_pAt, m_pAt + count);
+    Bytes bytes(m_pAt, m_pAt + count);
     m_pAt += count;
     return bytes;
 }

@@ -11,10 +11,10 @@ namespace {
 using namespace q32::fuzz;
 
 constexpr LONG kSide = 48;
-using Field = std::array<bool, static_cast<std::size_t>(kSide* kSide)>;
+using Field = std::array<bool, std::size_t{kSide} * kSide>;
 
 bool& fnAt(Field& field, LONG x, LONG y) {
-    return field[static_cast<std::size_t>(y * kSide + x)];
+    return field[static_cast<std::size_t>(y) * kSide + static_cast<std::size_t>(x)];
 }
 
 /// The field of rectangles inside it, which must not overlap, in rows from the top.
