@@ -27,6 +27,7 @@
 #include "q32Base/messages/Messages.h"
 #include "q32Base/messages/ReportMemory.h"
 #include "q32Base/module/Module.h"
+#include "q32Base/operations/Blend.h"
 #include "q32Base/operations/CqConvMask.h"
 #include "q32Base/platform/CqPlatform.h"
 #include "q32Base/services/CqDumpBin.h"
