@@ -29,6 +29,7 @@
 #include "q32Base/module/Module.h"
 #include "q32Base/operations/Blend.h"
 #include "q32Base/operations/CqConvMask.h"
+#include "q32Base/operations/WeightedResample.h"
 #include "q32Base/platform/CqPlatform.h"
 #include "q32Base/services/CqDumpBin.h"
 #include "q32Base/services/CqPowerStr.h"
