@@ -32,6 +32,8 @@
 #include "q32Base/operations/Crop.h"
 #include "q32Base/operations/Flip.h"
 #include "q32Base/operations/Grey.h"
+#include "q32Base/operations/Histogram.h"
+#include "q32Base/operations/ToneApply.h"
 #include "q32Base/operations/WeightedResample.h"
 #include "q32Base/platform/CqPlatform.h"
 #include "q32Base/services/CqDumpBin.h"
