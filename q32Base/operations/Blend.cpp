@@ -41,18 +41,38 @@ void fnBlend24(const unsigned char* over, unsigned char* under, const unsigned c
             under[c] = fnMix(over[c + 1], under[c], weights[i]);
 }
 
-void fnBlend32(const unsigned char* over, unsigned char* under, const unsigned char* weights,
+/// Mixes two colours by shares that add up to a `sum` above 0.
+void fnMixColors(const unsigned char* over, unsigned int share, unsigned char* under,
+                 unsigned int rest, unsigned int sum) {
+    for (std::size_t c = 1; c < 4; ++c)
+        under[c] = static_cast<unsigned char>((over[c] * share + under[c] * rest + sum / 2) / sum);
+}
+
+void fnCover32(const unsigned char* over, unsigned char* under, const unsigned char* weights,
                std::size_t count) {
     for (std::size_t i = 0; i < count; ++i, over += 4, under += 4) {
         const unsigned int weight = weights[i];
         if (weight == 0)
             continue;
         const unsigned int rest = under[0] * (255 - weight);
-        const unsigned int sum = 255 * weight + rest;
-        for (std::size_t c = 1; c < 4; ++c)
-            under[c] = static_cast<unsigned char>(
-                (over[c] * 255 * weight + under[c] * rest + sum / 2) / sum);
+        fnMixColors(over, 255 * weight, under, rest, 255 * weight + rest);
         under[0] = static_cast<unsigned char>(weight + fnDiv255(rest));
+    }
+}
+
+void fnReplace32(const unsigned char* over, unsigned char* under, const unsigned char* weights,
+                 std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i, over += 4, under += 4) {
+        const unsigned int weight = weights[i];
+        if (weight == 0)
+            continue;
+        const unsigned int share = over[0] * weight;
+        const unsigned int rest = under[0] * (255 - weight);
+        if (share + rest == 0)
+            std::copy_n(over + 1, 3, under + 1);
+        else
+            fnMixColors(over, share, under, rest, share + rest);
+        under[0] = static_cast<unsigned char>(fnDiv255(share + rest));
     }
 }
 
@@ -63,9 +83,10 @@ public:
     Blending(const CqImage& source, const CqTileMap& target, const CPoint& shift,
              const CqBlendParam& param)
         : m_Source(source, PIXEL_ARGB32), m_Shift(shift), m_nOpacity(param.m_nOpacity),
-          m_nBytes(target.BytesPerPixel), m_fnRun(m_nBytes == 1   ? fnBlend8
-                                                  : m_nBytes == 3 ? fnBlend24
-                                                                  : fnBlend32) {
+          m_bReplace(param.m_eMode == BLEND_REPLACE), m_nBytes(target.BytesPerPixel),
+          m_fnRun(m_nBytes == 1   ? fnBlend8
+                  : m_nBytes == 3 ? fnBlend24
+                                  : (m_bReplace ? fnReplace32 : fnCover32)) {
         if (!param.m_pMask)
             return;
         m_Mask.emplace(*param.m_pMask, PIXEL_STORED);
@@ -92,9 +113,11 @@ private:
             AfxThrowMemoryException(); // pixels were lost
         if (!m_Mask)
             std::fill_n(weights, count, static_cast<unsigned char>(255));
-        for (std::size_t i = 0; i < count; ++i)
-            weights[i] = static_cast<unsigned char>(
-                fnDiv255(fnDiv255(weights[i] * m_nOpacity) * over[4 * i]));
+        for (std::size_t i = 0; i < count; ++i) {
+            const unsigned int weight = fnDiv255(weights[i] * m_nOpacity);
+            weights[i] =
+                static_cast<unsigned char>(m_bReplace ? weight : fnDiv255(weight * over[4 * i]));
+        }
         m_fnRun(over, target, weights, count);
     }
 
@@ -109,6 +132,7 @@ private:
     CPoint m_Shift;
     CPoint m_MaskPlace;
     unsigned int m_nOpacity;
+    bool m_bReplace;
     std::size_t m_nBytes;
     void (*m_fnRun)(const unsigned char* over, unsigned char* under, const unsigned char* weights,
                     std::size_t count);

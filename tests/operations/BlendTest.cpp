@@ -36,7 +36,7 @@ protected:
     }
 
     static void fnPlainPixel(const std::array<unsigned int, 4>& over, unsigned int weight,
-                             unsigned int bits, unsigned char* to) {
+                             BLEND_MODE mode, unsigned int bits, unsigned char* to) {
         if (weight == 0)
             return;
         const auto mix = [weight](unsigned int s, unsigned int t) {
@@ -48,11 +48,15 @@ protected:
             for (std::size_t c = 0; c < 3; ++c)
                 to[c] = mix(over[c + 1], to[c]);
         } else {
+            const bool replace = mode == BLEND_REPLACE;
+            const unsigned int share = (replace ? over[0] : 255) * weight;
             const unsigned int rest = to[0] * (255 - weight);
             for (std::size_t c = 1; c < 4; ++c)
                 to[c] = static_cast<unsigned char>(
-                    fnRounded(over[c] * 255 * weight + to[c] * rest, 255 * weight + rest));
-            to[0] = static_cast<unsigned char>(weight + fnRounded(rest, 255));
+                    share + rest == 0 ? over[c]
+                                      : fnRounded(over[c] * share + to[c] * rest, share + rest));
+            to[0] = static_cast<unsigned char>(replace ? fnRounded(share + rest, 255)
+                                                       : weight + fnRounded(rest, 255));
         }
     }
 
@@ -84,9 +88,11 @@ protected:
                                     [static_cast<std::size_t>(tx - bound.left)];
                 }
                 const std::array<unsigned int, 4> over = fnColor(source, sx, sy);
-                weight = fnRounded(fnRounded(weight * param.m_nOpacity, 255) * over[0], 255);
+                weight = fnRounded(weight * param.m_nOpacity, 255);
+                if (param.m_eMode != BLEND_REPLACE)
+                    weight = fnRounded(weight * over[0], 255);
                 fnPlainPixel(
-                    over, weight, target.BitCount,
+                    over, weight, param.m_eMode, target.BitCount,
                     &rows[static_cast<std::size_t>(ty)][static_cast<std::size_t>(tx) * bytes]);
             }
         return rows;
@@ -120,6 +126,7 @@ TEST_F(BlendTest, EveryPairOfDepthsFollowsTheRule) {
         CqBlendParam param;
         param.m_nOpacity = m_Random() % 2 ? 255 : static_cast<unsigned char>(m_Random());
         param.m_pMask = m_Random() % 2 ? &mask : nullptr;
+        param.m_eMode = m_Random() % 2 ? BLEND_REPLACE : BLEND_OVER;
         CRect rect(fnPlace(), fnPlace(), fnPlace() + 30, fnPlace() + 30);
         const bool whole = m_Random() % 2;
         if (whole)
@@ -174,6 +181,34 @@ TEST_F(BlendTest, OverTransparencyTheSourceArrivesUnchanged) {
     fnSetRows(target, {{0, 200, 200, 200, 0, 200, 200, 200, 0, 201, 202, 203}});
     ASSERT_TRUE(q32Blend(source, nullptr, target, 0, 0, {}, nullptr));
     EXPECT_EQ(fnRows(target)[0], (Bytes{255, 1, 2, 3, 100, 4, 5, 6, 0, 201, 202, 203}));
+}
+
+TEST_F(BlendTest, ReplacingErasesAndCopiesExactly) {
+    CqImage source(4, 1, 32, nullptr, 0);
+    fnSetRows(source, {{0, 1, 2, 3, 0, 4, 5, 6, 100, 7, 8, 9, 0, 0, 0, 0}});
+    CqImage target(4, 1, 32, nullptr, 0);
+    fnSetRows(target, {{255, 200, 200, 200, 0, 9, 9, 9, 50, 60, 70, 80, 200, 10, 20, 30}});
+    CqMask mask(4, 1);
+    fnSetRows(mask, {{255, 255, 255, 51}});
+    ASSERT_TRUE(q32Blend(source, nullptr, target, 0, 0, {255, &mask, BLEND_REPLACE}, nullptr));
+    // The last one keeps four fifths of its alpha, and its colour.
+    EXPECT_EQ(fnRows(target)[0], (Bytes{0, 1, 2, 3, 0, 4, 5, 6, 100, 7, 8, 9, 160, 10, 20, 30}));
+}
+
+TEST_F(BlendTest, APictureReplacedByItselfStaysAsItIs) {
+    for (const unsigned int bits : {8u, 24u, 32u}) {
+        CqImage image(140, 60, bits, q32GreyRamp, 0);
+        fnPaint(image);
+        if (bits == 32) // what is invisible has no color to keep
+            for (std::uint32_t i = 0; i < image.TileMap->BufferSize; i += 4)
+                image.TileMap->PixelBuffer[i] |= 1;
+        CqImage copy(image);
+        CqMask mask(140, 60);
+        fnPaint(mask);
+        const Rows before = fnRows(image);
+        ASSERT_TRUE(q32Blend(copy, nullptr, image, 0, 0, {200, &mask, BLEND_REPLACE}, nullptr));
+        EXPECT_TRUE(fnSameRows(fnRows(image), before)) << bits;
+    }
 }
 
 TEST_F(BlendTest, AnOpacityOf0AndAnEmptyMaskChangeNothing) {

@@ -157,7 +157,7 @@ TEST_F(BlurTest, SumsBeyond32BitsFollowTheRule) {
         }
 }
 
-TEST_F(BlurTest, TheKernelHasTheVarianceThatIsAskedFor) {
+TEST_F(BlurTest, TheKernelsDeviationIsCloseToSigma) {
     for (double sigma = 0.3; sigma < 1000.0; sigma *= 1.07) {
         const BlurKernel kernel = fnMakeBlurKernel(sigma);
         const double pair = kernel.m_nPair;
