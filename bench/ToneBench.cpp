@@ -5,6 +5,8 @@
 #include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/module/Module.h"
+#include "q32Base/operations/Histogram.h"
+#include "q32Base/operations/ToneApply.h"
 
 #include <benchmark/benchmark.h>
 
@@ -74,6 +76,30 @@ void fnThresholding(benchmark::State& state) {
     fnMeasure(state, [](CqImage& image) { image.fnThresholding(128, false, nullptr); });
 }
 
+void fnToneCurves(benchmark::State& state) {
+    CqToneCurves curves;
+    for (std::size_t i = 0; i < 256; ++i) {
+        curves.m_Red[i] = static_cast<unsigned char>(255 - i);
+        curves.m_Green[i] = static_cast<unsigned char>(i * i / 255);
+        curves.m_Blue[i] = static_cast<unsigned char>(i);
+    }
+    fnMeasure(state, [&](CqImage& image) { q32ApplyToneCurves(image, nullptr, curves, nullptr); });
+}
+
+/// The same number of pixels, of one value if the second argument is set.
+void fnHistogram(benchmark::State& state) {
+    const Stage stage(static_cast<unsigned>(state.range(0)));
+    if (state.range(1) != 0)
+        std::memset(stage.m_pImage->TileMap->PixelBuffer, 200, stage.m_pImage->TileMap->BufferSize);
+    CqHistogram histogram;
+    for (auto _ : state) {
+        q32CountHistogram(*stage.m_pImage, nullptr, nullptr, histogram, nullptr);
+        benchmark::DoNotOptimize(histogram);
+    }
+    state.counters["pixels"] = benchmark::Counter(
+        static_cast<double>(state.iterations()) * kWidth * kHeight, benchmark::Counter::kIsRate);
+}
+
 } // namespace
 
 BENCHMARK(fnCopy)->ArgName("image")->Arg(24)->Unit(benchmark::kMillisecond);
@@ -97,5 +123,10 @@ BENCHMARK(fnHueSaturation)
     ->Arg(32)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(fnThresholding)->ArgName("image")->Arg(24)->Unit(benchmark::kMillisecond);
+BENCHMARK(fnToneCurves)->ArgName("image")->Arg(24)->Arg(32)->Unit(benchmark::kMillisecond);
+BENCHMARK(fnHistogram)
+    ->ArgNames({"image", "flat"})
+    ->ArgsProduct({{24, 32}, {0, 1}})
+    ->Unit(benchmark::kMillisecond);
 
 BENCHMARK_MAIN();

@@ -27,6 +27,7 @@ PAGES = {
     "DrawBench": "Drawing",
     "OperationsBench": "Filling, copying, merging",
     "ToneBench": "Tone",
+    "EditorBench": "Editing",
     "ResampleBench": "Resampling",
     "RotateBench": "Rotation",
     "GeometryBench": "Geometry",

@@ -21,8 +21,9 @@ class CqTileMap;
 class CRgn;
 class CWnd;
 namespace q32 {
+class ImageStorage;
 struct DibLayout;
-}
+} // namespace q32
 
 /// A raster image of 4, 8, 16, 24 or 32 bits a pixel, which may be larger than memory: a handle to
 /// a tile map, whose geometry is mirrored in public fields.
@@ -255,6 +256,8 @@ protected:
     void fnSetBuf(CqTileMap* map);
 
 private:
+    friend class q32::ImageStorage;
+
     /// The same; pixels of the old storage don't matter.
     Q32_LOCAL void fnTakeBuf(std::unique_ptr<CqTileMap> map);
     Q32_LOCAL static void fnTakeDib(CqTileMap& map, const q32::DibLayout& layout,

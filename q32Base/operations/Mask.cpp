@@ -1,6 +1,7 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqMask.h"
 #include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/operations/PlacedMask_p.h"
 #include "q32Base/operations/TilePieces_p.h"
 
 #include <cstring>
@@ -28,37 +29,10 @@ CRect fnCutStrips(const CRect& a, const CRect& shared) {
     return rest;
 }
 
-/// A mask's bitmap, if any, and where it lies.
-struct PlacedMask {
-    const CqTileMap* m_pMap;
-    CRect m_rect;
-
-    explicit PlacedMask(const CqMask& mask) : m_pMap(mask.TileMap), m_rect(mask.m_rectBound) {
-        const std::int64_t width = m_pMap ? m_pMap->Width : 0;
-        const std::int64_t height = m_pMap ? m_pMap->Height : 0;
-        m_rect.right = static_cast<LONG>(std::min(m_rect.left + width, std::int64_t{m_rect.right}));
-        m_rect.bottom =
-            static_cast<LONG>(std::min(m_rect.top + height, std::int64_t{m_rect.bottom}));
-    }
-
-    /// Calls `visit(source, target, pixels)` where the mask overlaps `area`, a part of the bitmap
-    /// `target`, which lies at `corner`.
-    template <class Visit>
-    void fnForEachOverlap(const CRect& area, CqTileMap& target, const CPoint& corner,
-                          Visit visit) const {
-        CRect shared;
-        if (!shared.IntersectRect(m_rect, area))
-            return;
-        const CPoint start(shared.left - m_rect.left, shared.top - m_rect.top);
-        q32::fnForEachRun(*m_pMap, CRect(start, shared.Size()), target, shared.left - corner.x,
-                          shared.top - corner.y, visit);
-    }
-};
-
 /// Fills `result`, which lies at `corner`, with `own` on black, and adds or subtracts `other`.
 /// Works tile by tile, so that both passes find the tile in the cache.
-void fnCombine(const PlacedMask& own, const PlacedMask& other, bool add, CqTileMap& result,
-               const CPoint& corner) {
+void fnCombine(const q32::PlacedMask& own, const q32::PlacedMask& other, bool add,
+               CqTileMap& result, const CPoint& corner) {
     const q32::PixelRun run = add ? q32::fnKernels().fnMaskAdd : q32::fnKernels().fnMaskSubtract;
     const auto copy = [](const unsigned char* from, unsigned char* to, std::size_t count) {
         std::memcpy(to, from, count);
@@ -98,7 +72,7 @@ void CqMask::fnMerge(CqMask& other, bool add) {
     std::unique_ptr<CqTileMap> map(
         q32::fnNew<CqTileMap>(static_cast<std::uint32_t>(result.Width()),
                               static_cast<std::uint32_t>(result.Height()), 8u, q32GreyRamp, 256u));
-    fnCombine(PlacedMask(*this), PlacedMask(other), add, *map, result.TopLeft());
+    fnCombine(q32::PlacedMask(*this), q32::PlacedMask(other), add, *map, result.TopLeft());
     fnSetBuf(map.release());
     m_rectBound = result;
 }

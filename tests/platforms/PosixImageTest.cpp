@@ -175,6 +175,22 @@ TEST(PosixLostPixels, EachOperationReportsTheLossAndKeepsTheOldStorage) {
              },
              [](CqImage& image) { image.fnCopyBlock(image, nullptr, 3, 3); },
              [&](CqImage& image) { image.fnFill(*pattern, nullptr, nullptr); },
+             [&](CqImage& image) { q32Blend(*pattern, nullptr, image, 0, 0, {}, nullptr); },
+             [](CqImage& image) { q32Blur(image, 2.0, nullptr); },
+             [](CqImage& image) { q32Sharpen(image, 2.0, 100, 0, nullptr); },
+             [](CqImage& image) { q32Crop(image, CRect(1, 1, 200, 200), image, nullptr); },
+             [](CqImage& image) { q32FlipHorizontal(image, nullptr); },
+             [](CqImage& image) { q32FlipVertical(image, nullptr); },
+             [](CqImage& image) { q32ConvertToGrey(image, 8, nullptr); },
+             [](CqImage& image) { q32ResampleByAlpha(image, 100, 90, nullptr); },
+             [](CqImage& image) {
+                 const CqToneCurves curves = {};
+                 q32ApplyToneCurves(image, nullptr, curves, nullptr);
+             },
+             [](CqImage& image) {
+                 CqHistogram histogram;
+                 q32CountHistogram(image, nullptr, nullptr, histogram, nullptr);
+             },
              [](CqImage& image) { ::operator delete(static_cast<BITMAPINFOHEADER*>(image)); }}) {
         EXPECT_EQ(fnWithGuardedImage([&](CqImage& image) -> std::string {
                       CqImage small(3, 3, 24, nullptr, 0);
