@@ -12,7 +12,8 @@ enum PICTURE_FORMAT : unsigned int {
     PICTURE_PNG = 1,
     PICTURE_JPEG = 2,
     PICTURE_TIFF = 3,
-    PICTURE_BMP = 4
+    PICTURE_BMP = 4,
+    PICTURE_OF_HOST = 1000 ///< the first number for formats of the host's own (CqPictureCodec.h)
 };
 
 /// A format of picture files.
