@@ -117,8 +117,8 @@ void CqPictureReader::fnSetDotsPerInch(double x, double y) noexcept {
     m_Target.fnSetDotsPerMeter(x * kInchesPerMeter, y * kInchesPerMeter);
 }
 
-void CqPictureReader::fnNoteReduced() noexcept {
-    m_Target.fnNoteReduced();
+void CqPictureReader::fnNoteReduced(unsigned int parts) noexcept {
+    m_Target.fnNoteReduced(parts);
 }
 
 bool CqPictureReader::fnFail(CQ_MESSAGE message) noexcept {

@@ -71,8 +71,8 @@ public:
     bool fnSetTitle(const char* title) noexcept;
     /// Sets the image's resolution, unless one of the values isn't above 0.
     void fnSetDotsPerInch(double x, double y) noexcept;
-    /// Notes that the file holds more than the image takes, for CqPictureResult::m_bReduced.
-    void fnNoteReduced() noexcept;
+    /// Notes what the file holds beside the image, for the result: bits of PICTURE_PART.
+    void fnNoteReduced(unsigned int parts) noexcept;
 
     /// Ends the read with a message of the library: MESSAGE_CORRUPTED, MESSAGE_UNSUPPORTED, or
     /// another. Returns false.

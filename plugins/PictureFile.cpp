@@ -83,7 +83,7 @@ CqPictureResult q32ReadPicture(const char* path, CqImage& image, CqPictureProgre
 
 CqPictureResult q32ReadPicture(const char* path, CqImage& image, const CqPictureLimits& limits,
                                CqPictureProgress* progress) {
-    bool reduced = false;
+    unsigned int parts = 0;
     CqPictureResult result = fnRunOnFile(path, [&] {
         CodecInput input(path);
         const std::size_t format = fnRecognise(input);
@@ -92,7 +92,7 @@ CqPictureResult q32ReadPicture(const char* path, CqImage& image, const CqPicture
             PictureTarget target(fresh, input.fnGetLength(), limits, progress);
             input.fnReportTo(&target.fnGetSteps());
             fnGetCodec(format).fnRead(input, target);
-            reduced = target.fnIsReduced();
+            parts = target.fnGetParts();
         }
         // Nothing fails from here on.
         image.fnSwapBuf(fresh);
@@ -102,7 +102,8 @@ CqPictureResult q32ReadPicture(const char* path, CqImage& image, const CqPicture
         image.fnSetPluginData(nullptr);
         image.fnSetFioPlugin(fnGetFormats()[format].m_eFormat);
     });
-    result.m_bReduced = reduced && result.fnIsDone();
+    result.m_nParts = result.fnIsDone() ? parts : 0;
+    result.m_bReduced = result.m_nParts != 0;
     return result;
 }
 
@@ -151,6 +152,26 @@ bool q32ShowPictureResult(const CqPictureResult& result) {
     if (!result.fnIsDone() && !result.m_bAborted)
         q32ShowMsgStr(q32GetPictureResultText(result), MB_ICONHAND);
     return result.fnIsDone();
+}
+
+const char* q32GetPicturePartText(PICTURE_PART part) {
+    switch (part) {
+    case PICTURE_PART_PAGES:
+        return "further pictures";
+    case PICTURE_PART_DEPTH:
+        return "more than 8 bits per channel";
+    case PICTURE_PART_CHANNELS:
+        return "other channels than red, green, blue and alpha";
+    case PICTURE_PART_PROFILE:
+        return "a colour profile";
+    case PICTURE_PART_ORIENTATION:
+        return "an orientation";
+    case PICTURE_PART_NOTES:
+        return "notes of a camera or editor";
+    case PICTURE_PART_OTHER:
+        return "notes, a colour profile, or other channels";
+    }
+    return nullptr;
 }
 
 CqPictureResult q32WritePicture(const char* path, CqImage& image, PICTURE_FORMAT format,

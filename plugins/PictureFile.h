@@ -60,6 +60,10 @@ Q32_API CqPictureResult q32ReadPicture(const char* path, CqImage& image,
 /// has static storage.
 Q32_API const char* q32GetPictureLimitText(PICTURE_LIMIT limit);
 
+/// Words in English for something that a file holds beside the image, such as "a colour profile";
+/// null for anything but one bit of PICTURE_PART. They have static storage.
+Q32_API const char* q32GetPicturePartText(PICTURE_PART part);
+
 /// What a result means, in one line for a terminal, a log or a status bar: the library's message
 /// with the file's name, and the limit if one is the reason. Empty for success, and if memory is
 /// exhausted.

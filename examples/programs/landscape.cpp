@@ -8,16 +8,16 @@
 
 namespace {
 
-constexpr int kSide = 1000; // the scene's own units, each way
+constexpr int kHeight = 1000; // of the scene, in units of its own
 
 CqColor fnPaint(int x, int y) {
-    const int far = 560 + (x - 250) * (x - 250) / 1500; // a hill is a parabola
-    const int near = 620 + (x - 800) * (x - 800) / 1200;
+    const int far = 560 + (x - 375) * (x - 375) / 1500; // a hill is a parabola
+    const int near = 620 + (x - 1200) * (x - 1200) / 1200;
     if (y >= near)
         return {30 + (y - near) / 8, 90 + (y - near) / 6, 30};
     if (y >= far)
         return {70, 120 - (y - far) / 8, 90};
-    const int sun = (x - 700) * (x - 700) + (y - 220) * (y - 220);
+    const int sun = (x - 1050) * (x - 1050) + (y - 220) * (y - 220);
     if (sun < 70 * 70)
         return {255, 240, 190};
     const int glow = std::max(0, 60 - sun / 1000);
@@ -37,7 +37,7 @@ int main(int count, char** arguments) {
         for (int y = 0; y < height; ++y) {
             image.fnAccessLine(y, &line, false); // writes the row before back
             for (int x = 0; x < width; ++x)
-                line.fnSetPixelColor(x, fnPaint(x * kSide / width, y * kSide / height));
+                line.fnSetPixelColor(x, fnPaint(x * kHeight / height, y * kHeight / height));
         }
         line.fnUnAssociate(); // writes the last row back
         image.Title = "Landscape";

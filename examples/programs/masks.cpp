@@ -36,10 +36,11 @@ bool fnRun(const char* from, const char* to) {
     fnMakeDisc(hole, x, y, y * 2 / 5);
     ring -= hole;
 
-    const CRect bound = ring.m_rectBound;
+    const CRect bound = ring.m_rectBound; // what of the picture is concerned
     CqImage part(bound.Width(), bound.Height(), 24);
     part.fnCopyBlock(image, &bound, 0, 0);
     part.fnHueSaturation(180, 20, false, nullptr);
+    ring.fnSetPos({0, 0}); // a merge takes the mask in the coordinates of its source
     image.fnMerge(part, nullptr, CqMergeParam(ring), bound.left, bound.top);
     return q32ShowPictureResult(q32WritePicture(to, image));
 }

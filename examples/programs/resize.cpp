@@ -14,7 +14,7 @@ bool fnResize(const char* from, const char* to, unsigned int width) {
     CqImage image;
     if (!q32ShowPictureResult(q32ReadPicture(from, image)))
         return false;
-    const double scale = double{width} / image.Width;
+    const double scale = 1.0 * width / image.Width;
     const auto height = static_cast<unsigned int>(std::max(1.0, std::round(image.Height * scale)));
     std::printf("%u x %u -> %u x %u\n", image.Width, image.Height, width, height);
     if (image.BitCount <= 8 && !image.fnIsGrayScale())

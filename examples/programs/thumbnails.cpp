@@ -19,6 +19,9 @@ public:
 
     void fnOnProgress(unsigned int percent, bool& /*aborted*/) override {
         const std::size_t tenths = (10 * m_nDone + percent / 10) / m_nCount;
+        if (tenths == m_nShown)
+            return; // it is called about once for each row
+        m_nShown = tenths;
         std::printf("\r[%-10.*s]", static_cast<int>(tenths), "##########");
         std::fflush(stdout);
     }
@@ -27,6 +30,7 @@ public:
 
 private:
     std::size_t m_nCount;
+    std::size_t m_nShown = 11; // none yet
 };
 
 /// Makes one thumbnail, at most 128 pixels wide and high.

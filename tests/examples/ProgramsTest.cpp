@@ -87,9 +87,9 @@ TEST_F(Programs, LandscapePaintsItsScene) {
     ASSERT_EQ(image.Height, 100u);
     EXPECT_STREQ(image.Title, "Landscape");
     EXPECT_EQ(image.fnGetPixelColor(0, 0), CqColor(90, 140, 220)) << "sky";
-    EXPECT_EQ(image.fnGetPixelColor(140, 22), CqColor(255, 240, 190)) << "the sun's middle";
-    EXPECT_EQ(image.fnGetPixelColor(50, 60), CqColor(70, 115, 90)) << "the far hill";
-    EXPECT_EQ(image.fnGetPixelColor(160, 90), CqColor(65, 136, 30)) << "the near hill";
+    EXPECT_EQ(image.fnGetPixelColor(105, 22), CqColor(255, 240, 190)) << "the sun's middle";
+    EXPECT_EQ(image.fnGetPixelColor(37, 60), CqColor(70, 115, 90)) << "the far hill";
+    EXPECT_EQ(image.fnGetPixelColor(120, 90), CqColor(65, 136, 30)) << "the near hill";
 }
 
 TEST_F(Programs, LandscapeSaysWhyItFails) {
@@ -337,8 +337,8 @@ TEST_F(Programs, TheWindowShowsThePictureInItsMiddle) {
     ASSERT_EQ(shot.Width, 800u);
     ASSERT_EQ(shot.Height, 600u);
     // At 300, 250 of the window: the whole picture is seen, and not enlarged.
-    EXPECT_TRUE(shot.fnGetPixelColor(300 + 140, 250 + 22).fnIsEqual(CqColor(255, 240, 190), false));
-    EXPECT_TRUE(shot.fnGetPixelColor(300 + 160, 250 + 95).m_Green > 130);
+    EXPECT_TRUE(shot.fnGetPixelColor(300 + 105, 250 + 22).fnIsEqual(CqColor(255, 240, 190), false));
+    EXPECT_TRUE(shot.fnGetPixelColor(300 + 120, 250 + 95).m_Green > 130);
     EXPECT_EQ(fnRun("qt_window"), 1);
 }
 #endif

@@ -98,6 +98,16 @@ TEST_F(PictureFile, AResultIsWordedInOneLineThatNamesTheFile) {
     EXPECT_EQ(text(fnRead(&progress)), "Stopped: C:\\Temp\\picture");
 }
 
+TEST_F(PictureFile, EachPartOfAFileHasItsWords) {
+    std::set<std::string> words;
+    for (unsigned int part = 1; part <= PICTURE_PART_OTHER; part *= 2)
+        words.insert(q32GetPicturePartText(static_cast<PICTURE_PART>(part)));
+    EXPECT_EQ(words.size(), 7u);
+    EXPECT_EQ(words.count("a colour profile"), 1u);
+    for (const unsigned int none : {0u, 3u, 128u})
+        EXPECT_EQ(q32GetPicturePartText(static_cast<PICTURE_PART>(none)), nullptr);
+}
+
 TEST_F(PictureFile, AResultIsShownUnlessItIsASuccessOrTheHostsOwnAbort) {
     EXPECT_FALSE(q32ShowPictureResult(fnRead()));
     ASSERT_EQ(m_World->m_pMessages->fnGetBoxes().size(), 1u);
