@@ -42,17 +42,17 @@ TEST(PosixMessages, BoxesAreForwardedToTheOtherWorld) {
 // The two tests below read the stream itself: gtest captures what is written to the descriptor.
 TEST(PosixMessages, WithoutADesktopABoxIsALineOfTheErrorStream) {
     const CqPlatform platform = q32PosixPlatform();
-    errno = ENOENT;
     testing::internal::CaptureStderr();
+    errno = ENOENT;
     EXPECT_EQ(platform.m_pMessages->fnShowBox("Unable to open\nthe file.", MB_ICONHAND, nullptr),
               IDOK);
     EXPECT_EQ(platform.m_pMessages->fnShowBox("Overwrite?", MB_YESNO, "Gallery"), IDYES);
     EXPECT_EQ(platform.m_pMessages->fnShowBox("Save?", MB_YESNOCANCEL, ""), IDYES);
     EXPECT_EQ(platform.m_pMessages->fnShowBox("a\x1b[2J\tb\x7f", MB_OKCANCEL, nullptr), IDOK);
+    const DWORD error = platform.m_pMessages->fnGetLastError();
     const std::string said = testing::internal::GetCapturedStderr();
     EXPECT_EQ(said, "Unable to open the file.\nGallery: Overwrite? (Yes)\nSave? (Yes)\na?[2J?b?\n");
-    EXPECT_EQ(platform.m_pMessages->fnGetLastError(), static_cast<DWORD>(ENOENT))
-        << "the error stays the one that the box tells of";
+    EXPECT_EQ(error, static_cast<DWORD>(ENOENT)) << "the error stays the one that the box tells of";
 }
 
 TEST(PosixMessages, ALongTextIsWrittenCompletely) {
