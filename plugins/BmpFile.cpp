@@ -185,8 +185,7 @@ void fnReadBmp(CodecInput& input, PictureTarget& target) {
         fnReadRle(input, header, target);
     else
         fnReadPlain(input, header, target);
-    if (header.fnHoldsMore())
-        target.fnNoteReduced();
+    target.fnNoteReduced(header.fnGetParts());
     target.fnSetDotsPerMeter(header.m_Info.biXPelsPerMeter, header.m_Info.biYPelsPerMeter);
 }
 

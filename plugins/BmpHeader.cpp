@@ -97,12 +97,12 @@ unsigned int BmpHeader::fnImageDepth() const {
     return m_Masks[3] != 0 ? 32 : 24;
 }
 
-bool BmpHeader::fnHoldsMore() const {
+unsigned int BmpHeader::fnGetParts() const {
     const bool wide =
         m_Info.biBitCount > 8 && std::any_of(std::begin(m_Masks), std::end(m_Masks), [](auto mask) {
             return mask >> (mask ? std::countr_zero(mask) : 0) > 0xFF;
         });
-    return wide || m_bProfile;
+    return (wide ? PICTURE_PART_DEPTH : 0u) | (m_bProfile ? PICTURE_PART_PROFILE : 0u);
 }
 
 } // namespace q32

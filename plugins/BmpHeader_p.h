@@ -32,8 +32,8 @@ struct BmpHeader {
     bool fnIs555() const { return m_Info.biBitCount == 16 && m_Masks == kDibMasks555; }
     bool fnIs565() const { return m_Info.biBitCount == 16 && m_Masks == kDibMasks565; }
     unsigned int fnImageDepth() const;
-    /// Whether the file holds more per pixel, or more metadata, than an image.
-    bool fnHoldsMore() const;
+    /// What the file holds beside the image, as bits of PICTURE_PART.
+    unsigned int fnGetParts() const;
 };
 
 /// Reads and validates the headers, from the start of the file. Throws CodecFailure.

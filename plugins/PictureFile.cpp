@@ -3,20 +3,19 @@
 #include "plugins/CodecInput_p.h"
 #include "plugins/CodecOutput_p.h"
 #include "plugins/PictureCodec_p.h"
+#include "plugins/PictureRegistry_p.h"
 #include "plugins/PictureSource_p.h"
 #include "plugins/PictureTarget_p.h"
+#include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
 
 #include <algorithm>
-#include <array>
+#include <cstddef>
 #include <string_view>
 
 namespace {
 
 using namespace q32;
-
-const std::array<const PictureCodec*, 4> kCodecs = {&kPngCodec, &kJpegCodec, &kTiffCodec,
-                                                    &kBmpCodec};
 
 constexpr std::size_t kHeadBytes = 16;
 
@@ -24,32 +23,39 @@ char fnLower(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-const PictureCodec& fnRecognise(CodecInput& input) {
+/// The index of the format by which a file begins.
+std::size_t fnRecognise(CodecInput& input) {
     unsigned char head[kHeadBytes];
     const std::size_t count = input.fnRead(head, kHeadBytes);
     if (input.fnHasFailed())
         throw CodecFailure{MESSAGE_CANNOT_READ};
     if (count == 0)
         throw CodecFailure{MESSAGE_EMPTY};
-    const auto* found = std::find_if(kCodecs.begin(), kCodecs.end(), [&](const auto* codec) {
-        return codec->m_pKnows(head, count);
+    const std::size_t all = fnGetFormats().size();
+    for (std::size_t i = 0; i < all; ++i) {
+        if (fnGetCodec(i).fnKnows(head, count)) {
+            input.fnSeek(0);
+            return i;
+        }
+    }
+    throw CodecFailure{MESSAGE_UNSUPPORTED};
+}
+
+/// The index of a format that can be written.
+std::size_t fnFindWritable(PICTURE_FORMAT format) {
+    const auto formats = fnGetFormats();
+    const auto found = std::find_if(formats.begin(), formats.end(), [&](const auto& one) {
+        return one.m_eFormat == format && one.m_bCanWrite;
     });
-    if (found == kCodecs.end())
+    if (found == formats.end())
         throw CodecFailure{MESSAGE_UNSUPPORTED};
-    input.fnSeek(0);
-    return **found;
+    return static_cast<std::size_t>(found - formats.begin());
 }
 
 } // namespace
 
 std::span<const CqPictureFormat> q32GetPictureFormats() {
-    static const std::array<CqPictureFormat, kCodecs.size()> formats = [] {
-        std::array<CqPictureFormat, kCodecs.size()> all{};
-        std::transform(kCodecs.begin(), kCodecs.end(), all.begin(),
-                       [](const auto* codec) { return codec->m_Format; });
-        return all;
-    }();
-    return formats;
+    return fnGetFormats();
 }
 
 const CqPictureFormat* q32FindPictureFormat(const char* path) {
@@ -77,16 +83,16 @@ CqPictureResult q32ReadPicture(const char* path, CqImage& image, CqPictureProgre
 
 CqPictureResult q32ReadPicture(const char* path, CqImage& image, const CqPictureLimits& limits,
                                CqPictureProgress* progress) {
-    bool reduced = false;
+    unsigned int parts = 0;
     CqPictureResult result = fnRunOnFile(path, [&] {
         CodecInput input(path);
-        const PictureCodec& codec = fnRecognise(input);
+        const std::size_t format = fnRecognise(input);
         CqImage fresh;
         {
             PictureTarget target(fresh, input.fnGetLength(), limits, progress);
             input.fnReportTo(&target.fnGetSteps());
-            codec.m_pRead(input, target);
-            reduced = target.fnIsReduced();
+            fnGetCodec(format).fnRead(input, target);
+            parts = target.fnGetParts();
         }
         // Nothing fails from here on.
         image.fnSwapBuf(fresh);
@@ -94,9 +100,10 @@ CqPictureResult q32ReadPicture(const char* path, CqImage& image, const CqPicture
         image.DpiX = fresh.DpiX;
         image.DpiY = fresh.DpiY;
         image.fnSetPluginData(nullptr);
-        image.fnSetFioPlugin(codec.m_Format.m_eFormat);
+        image.fnSetFioPlugin(fnGetFormats()[format].m_eFormat);
     });
-    result.m_bReduced = reduced && result.fnIsDone();
+    result.m_nParts = result.fnIsDone() ? parts : 0;
+    result.m_bReduced = result.m_nParts != 0;
     return result;
 }
 
@@ -120,19 +127,70 @@ const char* q32GetPictureLimitText(PICTURE_LIMIT limit) {
     return nullptr;
 }
 
+CString q32GetPictureResultText(const CqPictureResult& result) {
+    return fnTryMemoryOr(CString(), [&]() -> CString {
+        const CString& path = result.m_strPath;
+        if (result.m_bAborted)
+            return "Stopped: " + path;
+        if (result.m_nMsgId == 0)
+            return CString();
+        CString text = q32MessageText(result.m_nMsgId, path);
+        if (text.Find(path) < 0)
+            text = path + ": " + text;
+        if (const char* limit = q32GetPictureLimitText(result.m_eLimit)) {
+            text += ' ';
+            text += limit;
+        }
+        for (int i = 0; i < text.GetLength(); ++i)
+            if (text[i] == '\n')
+                text.SetAt(i, ' ');
+        return text;
+    });
+}
+
+bool q32ShowPictureResult(const CqPictureResult& result) {
+    if (!result.fnIsDone() && !result.m_bAborted)
+        q32ShowMsgStr(q32GetPictureResultText(result), MB_ICONHAND);
+    return result.fnIsDone();
+}
+
+const char* q32GetPicturePartText(PICTURE_PART part) {
+    switch (part) {
+    case PICTURE_PART_PAGES:
+        return "further pictures";
+    case PICTURE_PART_DEPTH:
+        return "more than 8 bits per channel";
+    case PICTURE_PART_CHANNELS:
+        return "other channels than red, green, blue and alpha";
+    case PICTURE_PART_PROFILE:
+        return "a colour profile";
+    case PICTURE_PART_ORIENTATION:
+        return "an orientation";
+    case PICTURE_PART_NOTES:
+        return "notes of a camera or editor";
+    case PICTURE_PART_OTHER:
+        return "notes, a colour profile, or other channels";
+    }
+    return nullptr;
+}
+
 CqPictureResult q32WritePicture(const char* path, CqImage& image, PICTURE_FORMAT format,
                                 const CqPictureOptions& options, CqPictureProgress* progress) {
     return fnRunOnFile(path, [&] {
-        const auto* found = std::find_if(kCodecs.begin(), kCodecs.end(), [&](const auto* codec) {
-            return codec->m_Format.m_eFormat == format;
-        });
-        if (found == kCodecs.end())
-            throw CodecFailure{MESSAGE_UNSUPPORTED};
+        const RegisteredCodec& codec = fnGetCodec(fnFindWritable(format));
         if (!image.TileMap)
             throw CodecFailure{MESSAGE_CANNOT_SAVE};
         PictureSource source(image, progress);
         CodecOutput output(path);
-        (*found)->m_pWrite(output, source, options);
+        codec.fnWrite(output, source, image, options);
         output.fnCommit();
     });
+}
+
+CqPictureResult q32WritePicture(const char* path, CqImage& image, const CqPictureOptions& options,
+                                CqPictureProgress* progress) {
+    const CqPictureFormat* format = q32FindPictureFormat(path);
+    // No format has the number 0.
+    return q32WritePicture(path, image, format ? format->m_eFormat : PICTURE_FORMAT{}, options,
+                           progress);
 }

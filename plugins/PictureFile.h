@@ -23,6 +23,8 @@
 /// - the title (PNG: text "Title"; TIFF: document name, else description), its bytes unchanged.
 ///
 /// A picture of 4 GiB or more is rejected as too large for memory.
+///
+/// A host adds formats of its own by `q32AddPictureFormat` (CqPictureCodec.h).
 #pragma once
 
 #include "plugins/PictureTypes.h"
@@ -32,7 +34,8 @@
 
 class CqImage;
 
-/// All formats that can be read. The list has static storage.
+/// All formats that can be read, in the order in which files are recognised. The list has static
+/// storage; formats that a host adds later are not in it.
 Q32_API std::span<const CqPictureFormat> q32GetPictureFormats();
 /// The format of the extension of `path`, without regard to case; null for an unknown extension or
 /// none. The record has static storage.
@@ -57,6 +60,18 @@ Q32_API CqPictureResult q32ReadPicture(const char* path, CqImage& image,
 /// has static storage.
 Q32_API const char* q32GetPictureLimitText(PICTURE_LIMIT limit);
 
+/// Words in English for something that a file holds beside the image, such as "a colour profile";
+/// null for anything but one bit of PICTURE_PART. They have static storage.
+Q32_API const char* q32GetPicturePartText(PICTURE_PART part);
+
+/// What a result means, in one line for a terminal, a log or a status bar: the library's message
+/// with the file's name, and the limit if one is the reason. Empty for success, and if memory is
+/// exhausted.
+Q32_API CString q32GetPictureResultText(const CqPictureResult& result);
+/// Shows that text in a message box, unless the host itself has aborted the work. Returns whether
+/// the result is a success, for which nothing is shown. Call on the thread of the user interface.
+Q32_API bool q32ShowPictureResult(const CqPictureResult& result);
+
 /// Writes a picture. Everything is first written to a new file beside `path`, which then replaces
 /// it: an existing file stays complete until then, and remains when anything fails. An image
 /// without storage can't be saved: -5.
@@ -64,8 +79,12 @@ Q32_API const char* q32GetPictureLimitText(PICTURE_LIMIT limit);
 /// 4 and 8 bits are written with their palette (a full grey ramp as grey; JPEG: other palettes as
 /// colour), 16 bits as colour (BMP: as 5-6-5), 32 bits with alpha (JPEG: without). Indices beyond
 /// the palette are black. All formats keep the resolution if both values are above 0; PNG and TIFF
-/// keep the title.
+/// keep the title. A format that can't be written, or isn't known, gives -102.
 /// @param progress  called from this thread; may be null
 Q32_API CqPictureResult q32WritePicture(const char* path, CqImage& image, PICTURE_FORMAT format,
+                                        const CqPictureOptions& options = {},
+                                        CqPictureProgress* progress = nullptr);
+/// The same in the format of the path's extension; an unknown extension gives -102.
+Q32_API CqPictureResult q32WritePicture(const char* path, CqImage& image,
                                         const CqPictureOptions& options = {},
                                         CqPictureProgress* progress = nullptr);

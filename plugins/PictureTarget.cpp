@@ -59,7 +59,7 @@ void PictureTarget::fnCheckCodecBytes(CheckedSize bytes) const {
 
 void PictureTarget::fnSetTitle(const char* title) {
     if (std::strlen(title) > m_Limits.m_nTextBytes)
-        fnNoteReduced();
+        fnNoteReduced(PICTURE_PART_NOTES);
     else
         m_Image.Title = title;
 }

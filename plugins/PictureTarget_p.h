@@ -81,9 +81,9 @@ public:
     void fnSetDotsPerMeter(double x, double y);
     /// Sets the title, unless it is longer than the host allows; then notes that.
     void fnSetTitle(const char* title);
-    /// Notes that the file holds more than the image, for CqPictureResult::m_bReduced.
-    void fnNoteReduced() { m_bReduced = true; }
-    bool fnIsReduced() const { return m_bReduced; }
+    /// Notes what the file holds beside the image: bits of PICTURE_PART, or none.
+    void fnNoteReduced(unsigned int parts = PICTURE_PART_OTHER) { m_nParts |= parts; }
+    unsigned int fnGetParts() const { return m_nParts; }
     void fnTell(std::uint64_t done, std::uint64_t total) { m_Steps.fnTell(done, total); }
 
     CqImage& fnGetImage() { return m_Image; }
@@ -97,7 +97,7 @@ private:
     std::optional<CqPixelReader> m_Reader; ///< on the storage allocated by fnAlloc
     std::optional<CqPixelWriter> m_Writer;
     PictureSteps m_Steps;
-    bool m_bReduced = false;
+    unsigned int m_nParts = 0;
 };
 
 } // namespace q32

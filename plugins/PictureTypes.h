@@ -12,7 +12,8 @@ enum PICTURE_FORMAT : unsigned int {
     PICTURE_PNG = 1,
     PICTURE_JPEG = 2,
     PICTURE_TIFF = 3,
-    PICTURE_BMP = 4
+    PICTURE_BMP = 4,
+    PICTURE_OF_HOST = 1000 ///< the first number for formats of the host's own (CqPictureCodec.h)
 };
 
 /// A format of picture files.
@@ -71,6 +72,18 @@ struct CqPictureLimits {
     unsigned int m_nMilliseconds = 0;
 };
 
+/// What a file may hold that an image doesn't: bits of CqPictureResult::m_nParts.
+enum PICTURE_PART : unsigned int {
+    PICTURE_PART_PAGES = 1,        ///< further pictures, frames or reduced copies
+    PICTURE_PART_DEPTH = 2,        ///< more than 8 bits per channel
+    PICTURE_PART_CHANNELS = 4,     ///< a colour model other than RGB, channels beside RGB and alpha
+    PICTURE_PART_PROFILE = 8,      ///< a colour profile
+    PICTURE_PART_ORIENTATION = 16, ///< an orientation, which isn't applied
+    PICTURE_PART_NOTES =
+        32, ///< metadata of a camera or editor, texts beside the title, a long title
+    PICTURE_PART_OTHER = 64 ///< one or more of these, which the codec doesn't tell apart
+};
+
 /// How a read or write ended.
 struct Q32_API CqPictureResult {
     /// A message of the library, 0 for none: -1 out of memory, -3 the file can't be opened, -4 it
@@ -84,6 +97,8 @@ struct Q32_API CqPictureResult {
     /// and alpha, a colour profile, an orientation, or metadata of a camera or editor. Writing the
     /// image over that file would lose it.
     bool m_bReduced = false;
+    /// Which of these it holds: bits of PICTURE_PART; 0 unless `m_bReduced`.
+    unsigned int m_nParts = 0;
     /// The limit that refused the file. The message is then -1 for memory (pixels, storage, codec),
     /// -6 for what no ordinary encoder writes (expansion, scans), and -4 for the time.
     PICTURE_LIMIT m_eLimit = PICTURE_LIMIT_NONE;

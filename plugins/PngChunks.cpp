@@ -1,4 +1,5 @@
 #include "plugins/CodecInput_p.h"
+#include "plugins/PictureTypes.h"
 #include "plugins/PngChunks_p.h"
 
 #include <algorithm>
@@ -27,7 +28,13 @@ struct Kind {
 /// The chunks that libpng gets besides titles. Any other critical one is refused.
 constexpr Kind kNeeded[] = {{"IHDR", kMaxLength}, {"PLTE", kMaxLength}, {"IDAT", kMaxLength},
                             {"IEND", kMaxLength}, {"tRNS", 256},        {"pHYs", 9}};
-constexpr char kNotes[][5] = {"iCCP", "eXIf", "acTL"};
+/// Those that hold what the image doesn't.
+struct PartChunk {
+    char m_Type[5];
+    PICTURE_PART m_ePart;
+};
+constexpr PartChunk kParts[] = {
+    {"iCCP", PICTURE_PART_PROFILE}, {"eXIf", PICTURE_PART_NOTES}, {"acTL", PICTURE_PART_PAGES}};
 constexpr char kTexts[][5] = {"tEXt", "zTXt", "iTXt"};
 
 constexpr std::uint32_t fnChecksum(const unsigned char* bytes, std::size_t count) {
@@ -115,7 +122,8 @@ bool PngChunks::fnIsNeeded(const unsigned char* type, std::uint32_t length) noex
     const auto isType = [type](const char* name) { return fnIs(type, name); };
     if (std::any_of(std::begin(kTexts), std::end(kTexts), isType))
         return fnTakeText(length);
-    m_bNotes = m_bNotes || std::any_of(std::begin(kNotes), std::end(kNotes), isType);
+    for (const PartChunk& chunk : kParts)
+        m_nParts |= isType(chunk.m_Type) ? chunk.m_ePart : 0u;
     return std::any_of(std::begin(kNeeded), std::end(kNeeded), [&](const Kind& kind) {
         return fnIs(type, kind.m_Type) && length <= kind.m_nMaxLength;
     });
@@ -133,7 +141,7 @@ bool PngChunks::fnTakeText(std::uint32_t length) noexcept {
     const bool title = key == "Title";
     const bool fits = title && m_nTitles < kMaxTitles && m_nTextBytes > 0 &&
                       length <= m_nTextBytes - std::min(m_nStoredTitles, m_nTextBytes);
-    m_bNotes = m_bNotes || (title ? !fits : key != "Software");
+    m_nParts |= (title ? !fits : key != "Software") ? PICTURE_PART_NOTES : 0u;
     if (fits) {
         ++m_nTitles;
         m_nStoredTitles += length;

@@ -20,9 +20,9 @@ public:
     /// and for a chunk that is invalid or extends beyond the end of the file.
     bool fnRead(unsigned char* out, std::size_t count) noexcept;
 
-    /// Whether chunks left out hold what the image doesn't: a colour profile, metadata of a camera,
-    /// the frames of an animation, texts other than title and program.
-    bool fnHasNotes() const { return m_bNotes; }
+    /// What chunks left out hold beside the image, as bits of PICTURE_PART: a colour profile,
+    /// metadata of a camera, the frames of an animation, texts other than title and program.
+    unsigned int fnGetParts() const { return m_nParts; }
     /// Titles that libpng gets. It drops those that are damaged, or too long when decompressed.
     unsigned int fnGetTitles() const { return m_nTitles; }
 
@@ -43,7 +43,7 @@ private:
     std::uint64_t m_nRest = kSignatureBytes; ///< bytes of the file up to the next chunk
     std::uint64_t m_nStoredTitles = 0;       ///< bytes of titles in the file so far
     unsigned int m_nTitles = 0;
-    bool m_bNotes = false;
+    unsigned int m_nParts = 0;
 };
 
 } // namespace q32

@@ -248,8 +248,11 @@ unsigned int PngReader::fnTakeTitles(png_infop info) {
 
 void PngReader::fnTakeNotes() {
     const unsigned int titles = fnTakeTitles(m_pInfo) + fnTakeTitles(m_pEnd);
-    if (m_nDepth == 16 || m_Chunks.fnHasNotes() || titles < m_Chunks.fnGetTitles())
-        m_Target.fnNoteReduced();
+    m_Target.fnNoteReduced(m_Chunks.fnGetParts());
+    if (m_nDepth == 16)
+        m_Target.fnNoteReduced(PICTURE_PART_DEPTH);
+    if (titles < m_Chunks.fnGetTitles())
+        m_Target.fnNoteReduced(PICTURE_PART_NOTES);
     png_uint_32 x = 0;
     png_uint_32 y = 0;
     int unit = PNG_RESOLUTION_UNKNOWN;

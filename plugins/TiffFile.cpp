@@ -14,6 +14,7 @@
 #include <initializer_list>
 #include <iterator>
 #include <memory>
+#include <utility>
 
 namespace q32 {
 
@@ -241,19 +242,30 @@ void fnTakeNotes(TIFF* file, const TiffTags& tags, PictureTarget& target) {
     }
 }
 
-/// Whether the file holds more than the image does of its first directory.
-bool fnHoldsMore(TIFF* file, const TiffTags& tags, const TiffLayout& layout) {
-    constexpr std::uint16_t kDropped[] = {TIFFTAG_ICCPROFILE,   TIFFTAG_XMLPACKET, TIFFTAG_SUBIFD,
-                                          TIFFTAG_RICHTIFFIPTC, TIFFTAG_PHOTOSHOP, TIFFTAG_ARTIST,
-                                          TIFFTAG_COPYRIGHT,    TIFFTAG_EXIFIFD,   TIFFTAG_GPSIFD};
+/// What the file holds beside the image of its first directory, as bits of PICTURE_PART.
+unsigned int fnFindParts(TIFF* file, const TiffTags& tags, const TiffLayout& layout) {
+    constexpr std::pair<std::uint16_t, PICTURE_PART> kDropped[] = {
+        {TIFFTAG_ICCPROFILE, PICTURE_PART_PROFILE}, {TIFFTAG_SUBIFD, PICTURE_PART_PAGES},
+        {TIFFTAG_XMLPACKET, PICTURE_PART_NOTES},    {TIFFTAG_RICHTIFFIPTC, PICTURE_PART_NOTES},
+        {TIFFTAG_PHOTOSHOP, PICTURE_PART_NOTES},    {TIFFTAG_ARTIST, PICTURE_PART_NOTES},
+        {TIFFTAG_COPYRIGHT, PICTURE_PART_NOTES},    {TIFFTAG_EXIFIFD, PICTURE_PART_NOTES},
+        {TIFFTAG_GPSIFD, PICTURE_PART_NOTES}};
     std::uint16_t orientation = ORIENTATION_TOPLEFT;
     TIFFGetFieldDefaulted(file, TIFFTAG_ORIENTATION, &orientation);
-    return !TIFFLastDirectory(file) || layout.m_nBits > 8 || layout.m_eKind == TIFF_OTHER ||
-           layout.m_eKind == TIFF_CMYK || layout.m_nSamples > layout.fnUsedSamples() ||
-           orientation != ORIENTATION_TOPLEFT || tags.fnHasLeftOutTitle() ||
-           std::any_of(std::begin(kDropped), std::end(kDropped),
-                       [&](std::uint16_t tag) { return tags.fnHas(tag); }) ||
-           (tags.fnHas(TIFFTAG_DOCUMENTNAME) && tags.fnHas(TIFFTAG_IMAGEDESCRIPTION));
+    unsigned int parts = 0;
+    const auto note = [&parts](bool has, PICTURE_PART part) { parts |= has ? part : 0u; };
+    note(!TIFFLastDirectory(file), PICTURE_PART_PAGES);
+    note(layout.m_nBits > 8, PICTURE_PART_DEPTH);
+    note(layout.m_eKind == TIFF_OTHER || layout.m_eKind == TIFF_CMYK ||
+             layout.m_nSamples > layout.fnUsedSamples(),
+         PICTURE_PART_CHANNELS);
+    note(orientation != ORIENTATION_TOPLEFT, PICTURE_PART_ORIENTATION);
+    note(tags.fnHasLeftOutTitle() ||
+             (tags.fnHas(TIFFTAG_DOCUMENTNAME) && tags.fnHas(TIFFTAG_IMAGEDESCRIPTION)),
+         PICTURE_PART_NOTES);
+    for (const auto& [tag, part] : kDropped)
+        note(tags.fnHas(tag), part);
+    return parts;
 }
 
 /// Throws if libtiff has ignored one of the tags that determine pixels, and would go on with a
@@ -299,8 +311,9 @@ void fnReadTiff(CodecInput& input, PictureTarget& target) {
     file.fnCheckMemory();
     fnAllocImage(file, layout, target);
     fnTakeNotes(file, tags, target);
-    if (fnHoldsMore(file, tags, layout) || file.fnHasGuessed())
-        target.fnNoteReduced();
+    target.fnNoteReduced(fnFindParts(file, tags, layout));
+    if (file.fnHasGuessed())
+        target.fnNoteReduced(PICTURE_PART_OTHER);
     file.fnWatchWarnings();
     TiffReader(file, layout, target, tags.fnGetBytes()).fnRead();
     if (file.fnHasWarned() || input.fnHasFailed())

@@ -35,7 +35,8 @@ struct CqPosixOptions {
     /// with real files; otherwise they come from the other message service.
     bool m_bSystemErrors = true;
     /// The services that this back end doesn't provide: screen, messages, keyboard, resources,
-    /// sound, mixers and windows. A null one is replaced by that of `q32SoftwareServices`; the
-    /// other four aren't used.
+    /// sound, mixers and windows. A null one is replaced by that of `q32SoftwareServices`, but
+    /// without a message service boxes become lines of the standard error stream, and are answered
+    /// by their first button; the software one shows nothing. The other four aren't used.
     CqPlatform m_Others;
 };

@@ -1,6 +1,7 @@
 #include "platforms/posix/posix.h"
 
 #include "platforms/posix/CodePage_p.h"
+#include "platforms/posix/CqPosixErrorStream_p.h"
 #include "platforms/posix/CqPosixFiles_p.h"
 #include "platforms/posix/CqPosixLocale_p.h"
 #include "platforms/posix/CqPosixMemory_p.h"
@@ -12,7 +13,7 @@ using namespace q32::posix;
 
 namespace {
 
-/// Replaces null services by those of `q32SoftwareServices`.
+/// Replaces null services by those of `q32SoftwareServices`, but messages go to the error stream.
 void fnFillUp(CqPlatform& platform) {
     const CqPlatform software = q32SoftwareServices();
     const auto fill = [](auto& service, const auto& standard) {
@@ -20,7 +21,8 @@ void fnFillUp(CqPlatform& platform) {
             service = standard;
     };
     fill(platform.m_pScreen, software.m_pScreen);
-    fill(platform.m_pMessages, software.m_pMessages);
+    if (!platform.m_pMessages)
+        platform.m_pMessages = std::make_shared<CqPosixErrorStream>();
     fill(platform.m_pKeyboard, software.m_pKeyboard);
     fill(platform.m_pResources, software.m_pResources);
     fill(platform.m_pWaveOut, software.m_pWaveOut);

@@ -26,6 +26,9 @@ public:
     CqColor(unsigned long packed) { *this = packed; }
     CqColor(unsigned char red, unsigned char green, unsigned char blue, unsigned char alpha)
         : m_Alpha(alpha), m_Red(red), m_Green(green), m_Blue(blue) {}
+    /// Opaque; numbers below 0 count as 0, and those above 255 as 255.
+    CqColor(int red, int green, int blue)
+        : m_Red(fnClamp(red)), m_Green(fnClamp(green)), m_Blue(fnClamp(blue)) {}
 
     void operator=(const CqColor& other) {
         fnSet(other.m_Red, other.m_Green, other.m_Blue, other.m_Alpha);
@@ -84,6 +87,9 @@ public:
     unsigned char m_Blue = 0;
 
 private:
+    static constexpr BYTE fnClamp(int value) {
+        return static_cast<BYTE>(value < 0 ? 0 : value > 255 ? 255 : value);
+    }
     void fnSet(BYTE red, BYTE green, BYTE blue, BYTE alpha) {
         m_Alpha = alpha;
         m_Red = red;

@@ -11,10 +11,12 @@
 #include "q32Base/memory/GreyRamp.h"
 #include "q32Base/platform/Export.h"
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <utility>
 
 class CqProgressDisplay;
 class CqTileMap;
@@ -46,6 +48,10 @@ public:
     CqImage(unsigned int width, unsigned int height, unsigned int bitCount, const RGBQUAD* palette,
             unsigned int count);
     CqImage(unsigned int width, unsigned int height, unsigned int bitCount, CPalette& palette);
+    /// With the default palette of the depth, from numbers of any integral type. A size that no
+    /// image can have, such as a negative one, raises the memory exception.
+    CqImage(std::integral auto width, std::integral auto height, std::integral auto bitCount)
+        : CqImage(fnSide(width), fnSide(height), fnSide(bitCount), nullptr, 0) {}
     /// Calls `CqImage::fnLoad`.
     CqImage(int id, unsigned int depth);
     /// Call the assignments.
@@ -84,6 +90,10 @@ public:
     void fnAlloc(unsigned int width, unsigned int height, unsigned int bitCount,
                  const RGBQUAD* palette, unsigned int count);
     void fnAlloc(unsigned int width, unsigned int height, unsigned int bitCount, CPalette& palette);
+    /// The same with the default palette, as in the constructor.
+    void fnAlloc(std::integral auto width, std::integral auto height, std::integral auto bitCount) {
+        fnAlloc(fnSide(width), fnSide(height), fnSide(bitCount), nullptr, 0);
+    }
     /// Loads a bitmap resource of the host by the low 16 bits of `id`, and converts it to `depth`
     /// unless that is 0. Raises the resource exception when it is missing or can't be read.
     virtual void fnLoad(int id, unsigned int depth);
@@ -125,6 +135,9 @@ public:
     void fnAccessTile(CPoint& position, CqImageTile* tile);
     /// Places an accessor on a row.
     void fnAccessLine(unsigned int row, CqImageLine* line, bool readOnly);
+    void fnAccessLine(std::signed_integral auto row, CqImageLine* line, bool readOnly) {
+        fnAccessLine(static_cast<unsigned int>(row), line, readOnly);
+    }
     /// Size of a full tile.
     CSize fnGetMaxTileSize() const;
 
@@ -258,7 +271,12 @@ protected:
 private:
     friend class q32::ImageStorage;
 
-    /// The same; pixels of the old storage don't matter.
+    /// A size or depth as 32 bits; one that they don't hold becomes one that no image can have.
+    static constexpr unsigned int fnSide(std::integral auto number) {
+        return std::in_range<unsigned int>(number) ? static_cast<unsigned int>(number)
+                                                   : 0xFFFFFFFFu;
+    }
+    /// As `fnSetBuf`; pixels of the old storage don't matter.
     Q32_LOCAL void fnTakeBuf(std::unique_ptr<CqTileMap> map);
     Q32_LOCAL static void fnTakeDib(CqTileMap& map, const q32::DibLayout& layout,
                                     std::span<const unsigned char> block);

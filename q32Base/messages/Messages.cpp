@@ -135,6 +135,22 @@ void fnFormat(std::string_view format, const Arguments& arguments, Shown& shown)
     }
 }
 
+/// Loads a message and fills in its arguments.
+void fnCompose(const Rule& rule, HINSTANCE module, const char* first, const char* second,
+               Shown& shown) {
+    Loaded loaded;
+    q32::fnTryMemory([&] { fnLoadText(rule.m_nId, module, loaded); });
+    const std::string_view format(loaded.m_szText, loaded.m_nLength);
+    if (!first) {
+        shown.fnAppend(format);
+        return;
+    }
+    Arguments arguments;
+    q32::fnTryMemory(
+        [&] { arguments.fnCollect(rule.m_nArguments, loaded.m_nLength, first, second); });
+    fnFormat(format, arguments, shown);
+}
+
 int fnShowBox(const char* text, UINT style) {
     const std::shared_ptr<CqMessageService> messages = q32::fnMessageService();
     int answer = 0;
@@ -150,17 +166,15 @@ int fnShowBox(const char* text, UINT style) {
 int q32ShowMsg(int nMsgId, HINSTANCE hInstance, const char* pszArg1, const char* pszArg2,
                unsigned int nType) {
     const Rule rule = fnRule(nMsgId, nType);
-    Loaded loaded;
-    q32::fnTryMemory([&] { fnLoadText(nMsgId, hInstance, loaded); });
-    if (!pszArg1)
-        return fnShowBox(loaded.m_szText, rule.m_nStyle);
-
-    Arguments arguments;
-    q32::fnTryMemory(
-        [&] { arguments.fnCollect(rule.m_nArguments, loaded.m_nLength, pszArg1, pszArg2); });
     Shown shown;
-    fnFormat({loaded.m_szText, loaded.m_nLength}, arguments, shown);
+    fnCompose(rule, hInstance, pszArg1, pszArg2, shown);
     return fnShowBox(shown.m_szText, rule.m_nStyle);
+}
+
+CString q32MessageText(int nMsgId, const char* pszArg1, const char* pszArg2, HINSTANCE hInstance) {
+    Shown shown;
+    fnCompose(fnRule(nMsgId, 0), hInstance, pszArg1, pszArg2, shown);
+    return q32::fnTryMemoryOr(CString(), [&] { return CString(shown.m_szText); });
 }
 
 int q32ShowMsgStr(const char* pszText, unsigned int nType) {

@@ -6,8 +6,11 @@
 /// allocated is left out.
 #pragma once
 
+#include "q32Base/framework/CString.h"
 #include "q32Base/platform/Export.h"
 #include "q32Base/platform/Records.h"
+
+class CException;
 
 /// Ids of the library's own messages.
 enum CQ_MESSAGE : int {
@@ -55,3 +58,13 @@ Q32_API int q32ShowMsgStr(const char* pszText, unsigned int nType);
 /// 0. Without an error, or without a text for it, nothing is shown.
 Q32_API void q32ShowSysMsg(unsigned long nError);
 }
+
+/// The text that `q32ShowMsg` shows for these arguments, for hosts with an output of their own.
+/// Empty for an id without a text, and if memory is exhausted.
+Q32_API CString q32MessageText(int nMsgId, const char* pszArg1 = nullptr,
+                               const char* pszArg2 = nullptr, HINSTANCE hInstance = nullptr);
+
+/// A sentence that says what an exception of the library means: for the memory exception message
+/// -1, for the others one in English that names the file and the cause. Empty if memory is
+/// exhausted meanwhile.
+Q32_API CString q32ExceptionText(const CException& exception);

@@ -83,6 +83,10 @@ bool q32Attach(CqPlatform platform) {
     return true;
 }
 
+const char* q32Version() {
+    return Q32_VERSION;
+}
+
 void q32Detach() {
     if (!theDisplay.m_pOwned)
         return;

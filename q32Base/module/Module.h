@@ -16,6 +16,10 @@
 ///         attached, but the platform's message service stays in force.
 Q32_API bool q32Attach(CqPlatform platform);
 
+/// The version of the library as "major.minor.patch", also while it isn't attached. The string has
+/// static storage.
+Q32_API const char* q32Version();
+
 /// Stops the library: destroys the dump window, if there is one, and saves its layout in the
 /// settings file; destroys the memory policy and the display property; releases the platform.
 /// Nothing else is written to the settings file: to save the settings, call `fnSerialize(false)` of

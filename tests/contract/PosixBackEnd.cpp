@@ -41,7 +41,7 @@ std::vector<ContractBackEnd> fnGetBackEnds() {
 }
 
 std::set<CONTRACT> fnGetOmittedContracts() {
-    // Services of platforms/software; that of messages shows its boxes.
+    // Services of platforms/software; message boxes are lines of the error stream.
     return {CONTRACT::SCREEN,   CONTRACT::REGIONS,   CONTRACT::PALETTES, CONTRACT::BOXES,
             CONTRACT::KEYBOARD, CONTRACT::RESOURCES, CONTRACT::WINDOWS,  CONTRACT::DUMP_VIEW,
             CONTRACT::WAVE_OUT, CONTRACT::MIXERS};

@@ -35,6 +35,14 @@ CqColor fnRgb(int red, int green, int blue) {
             static_cast<unsigned char>(blue), 255};
 }
 
+TEST(CqColor, ThreeNumbersMakeAnOpaqueColorClampedToTheBytes) {
+    const int blue = 30;
+    const CqColor color(10, 20, blue);
+    EXPECT_EQ(color, CqColor(BYTE{10}, BYTE{20}, BYTE{30}, BYTE{255}));
+    EXPECT_EQ(CqColor(-1, 256, 255), CqColor(BYTE{0}, BYTE{255}, BYTE{255}, BYTE{255}));
+    EXPECT_EQ(CqColor(-2147483647 - 1, 2147483647, 0), CqColor(0, 255, 0));
+}
+
 TEST(CqColor, BeginsAsOpaqueBlack) {
     const CqColor color;
     EXPECT_EQ(color.m_Alpha, 255);

@@ -79,6 +79,58 @@ TEST_F(CqImageTest, ItsFieldsMirrorTheGeometryOfItsStorage) {
     EXPECT_EQ(CqImage(1000, 1000, 4, nullptr, 0).fnGetMaxTileSize(), CSize(1000, 1000));
 }
 
+TEST_F(CqImageTest, ASizeAndADepthOfAnyIntegralTypeMakeAnImageWithTheDefaultPalette) {
+    const int width = 5;
+    const std::size_t height = 3;
+    CqImage image(width, height, 24);
+    EXPECT_EQ(image.Width, 5u);
+    EXPECT_EQ(image.Height, 3u);
+    EXPECT_EQ(image.BitCount, 24u);
+    CqImage indexed(7u, 2L, short{8});
+    CqImage plain(7, 2, 8, nullptr, 0);
+    ASSERT_EQ(indexed.PaletteCount, 256u);
+    RGBQUAD a[256];
+    RGBQUAD b[256];
+    indexed.fnGetPaletteEntry(0, 256, a);
+    plain.fnGetPaletteEntry(0, 256, b);
+    EXPECT_EQ(std::memcmp(a, b, sizeof a), 0);
+    image.fnAlloc(width, image.Height * std::uint64_t{2}, 8);
+    EXPECT_EQ(image.Height, 6u);
+    EXPECT_EQ(image.PaletteCount, 256u);
+}
+
+TEST_F(CqImageTest, NumbersThatNoImageCanHaveRaiseTheMemoryExceptionAndLeaveIt) {
+    CqImage image(5, 3, 24);
+    const auto refuses = [&](std::int64_t width, std::int64_t height, int depth) {
+        const CqTileMap* map = image.TileMap;
+        try {
+            image.fnAlloc(width, height, depth);
+            return false;
+        } catch (CMemoryException* exception) {
+            exception->Delete();
+        }
+        return image.TileMap == map && image.Width == 5;
+    };
+    EXPECT_TRUE(refuses(-5, 3, 24));
+    EXPECT_TRUE(refuses(5, -3, 24));
+    EXPECT_TRUE(refuses(5, 3, -24));
+    EXPECT_TRUE(refuses(0, 3, 24));
+    EXPECT_TRUE(refuses((std::int64_t{1} << 32) + 5, 3, 24)) << "a size isn't cut to 32 bits";
+}
+
+TEST_F(CqImageTest, ARowIsPlacedByASignedNumberToo) {
+    CqImage image(5, 3, 24);
+    CqImageLine line;
+    for (int y = 0; y < 3; ++y) {
+        image.fnAccessLine(y, &line, false);
+        EXPECT_EQ(line.Row, y);
+        line.fnFillColor(CqColor(y, 0, 0), 0, 5);
+    }
+    image.fnAccessLine(2L, &line, true);
+    image.fnAccessLine(std::size_t{1}, &line, true);
+    EXPECT_EQ(line.fnGetPixelColor(4), CqColor(1, 0, 0));
+}
+
 TEST_F(CqImageTest, FreeingTheStorageLeavesTheMirrorFields) {
     Bare image;
     image.fnAlloc(300, 200, 8, nullptr, 0);

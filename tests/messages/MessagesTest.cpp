@@ -121,6 +121,35 @@ TEST_F(Messages, UnassignedNegativeIdsHaveTwoArgumentsAndTheIconOfTheirRange) {
     EXPECT_EQ(fnBox().m_Text, "");
 }
 
+TEST_F(Messages, TheTextOfAMessageIsTheOneThatIsShown) {
+    fnSetHostString(7, "%s and %s, not %s");
+    m_World.m_pResources->m_Strings[{kModule, 7}] = "of the module: %s";
+    const auto expectShown = [&](int id, const char* first, const char* second, HINSTANCE module) {
+        q32ShowMsg(id, module, first, second, 0);
+        EXPECT_EQ(fnBox().m_Text,
+                  static_cast<const char*>(q32MessageText(id, first, second, module)))
+            << id;
+    };
+    for (const Expected& expected : kMessages) {
+        EXPECT_STREQ(q32MessageText(expected.m_nId, "one", "two"), expected.m_szFilled);
+        expectShown(expected.m_nId, nullptr, "two", nullptr);
+        expectShown(expected.m_nId, std::string(300, 'a').c_str(), "b", nullptr);
+    }
+    expectShown(7, "a", nullptr, nullptr);
+    expectShown(7, "a", nullptr, kModule);
+    expectShown(INT_MIN, "a", "b", nullptr);
+    EXPECT_STREQ(q32MessageText(-3), "Unable to open the file [%s].");
+    EXPECT_STREQ(q32MessageText(5000, "a"), "");
+    EXPECT_TRUE(m_World.m_pMessages->m_Boxes.empty());
+}
+
+TEST_F(Messages, ATextWithoutMemoryIsEmpty) {
+    CqAllocationFailure failure(1, true);
+    const CString text = q32MessageText(-3, "x.bmp");
+    failure.fnEnd();
+    EXPECT_STREQ(text, "");
+}
+
 TEST_F(Messages, ThePressedButtonIsReturned) {
     for (const int button : {IDYES, IDNO, IDCANCEL, IDOK}) {
         m_World.m_pMessages->m_nAnswer = button;

@@ -15,6 +15,7 @@ set(tools -G "${GENERATOR}" -DCMAKE_BUILD_TYPE=None "-DCMAKE_CXX_COMPILER=${COMP
 
 # Files from an earlier run must not affect this one.
 file(REMOVE_RECURSE "${SCRATCH}/prefix" "${SCRATCH}/host")
+set(given "${BUILD}")
 if(NOT BUILD)
     set(BUILD "${SCRATCH}/shared")
     run("${CMAKE_COMMAND}" -S "${SOURCE}" -B "${BUILD}" ${tools} -DBUILD_SHARED_LIBS=ON
@@ -40,3 +41,12 @@ run("${CMAKE_COMMAND}" -S "${SOURCE}/tests/package/host" -B "${SCRATCH}/host" ${
     "-DCMAKE_PREFIX_PATH=${SCRATCH}/prefix" "-DFIRST_PROGRAM=${SOURCE}/examples/first/main.cpp")
 run("${CMAKE_COMMAND}" --build "${SCRATCH}/host" --parallel 2)
 run("${CMAKE_COMMAND}" --build "${SCRATCH}/host" --target run)
+
+# The programs of the guide compile outside of the tree. Once is enough.
+if(given)
+    file(REMOVE_RECURSE "${SCRATCH}/programs")
+    file(COPY "${SOURCE}/examples/programs" DESTINATION "${SCRATCH}")
+    run("${CMAKE_COMMAND}" -S "${SCRATCH}/programs" -B "${SCRATCH}/programs/build" ${tools}
+        "-DCMAKE_PREFIX_PATH=${SCRATCH}/prefix")
+    run("${CMAKE_COMMAND}" --build "${SCRATCH}/programs/build" --parallel 2)
+endif()

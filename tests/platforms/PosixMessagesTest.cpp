@@ -1,9 +1,11 @@
 #include "platforms/headless/headless.h"
 #include "platforms/posix/posix.h"
+#include "platforms/software/software.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <string>
 
 namespace {
 
@@ -35,6 +37,43 @@ TEST(PosixMessages, BoxesAreForwardedToTheOtherWorld) {
     platform.m_pMessages->fnShowBox("Disk full", 0, "Gallery");
     ASSERT_EQ(world->m_pMessages->fnGetBoxes().size(), 1u);
     EXPECT_EQ(world->m_pMessages->fnGetBoxes()[0].m_szText, "Disk full");
+}
+
+// The two tests below read the stream itself: gtest captures what is written to the descriptor.
+TEST(PosixMessages, WithoutADesktopABoxIsALineOfTheErrorStream) {
+    const CqPlatform platform = q32PosixPlatform();
+    testing::internal::CaptureStderr();
+    errno = ENOENT;
+    EXPECT_EQ(platform.m_pMessages->fnShowBox("Unable to open\nthe file.", MB_ICONHAND, nullptr),
+              IDOK);
+    EXPECT_EQ(platform.m_pMessages->fnShowBox("Overwrite?", MB_YESNO, "Gallery"), IDYES);
+    EXPECT_EQ(platform.m_pMessages->fnShowBox("Save?", MB_YESNOCANCEL, ""), IDYES);
+    EXPECT_EQ(platform.m_pMessages->fnShowBox("a\x1b[2J\tb\x7f", MB_OKCANCEL, nullptr), IDOK);
+    const DWORD error = platform.m_pMessages->fnGetLastError();
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(said, "Unable to open the file.\nGallery: Overwrite? (Yes)\nSave? (Yes)\na?[2J?b?\n");
+    EXPECT_EQ(error, static_cast<DWORD>(ENOENT)) << "the error stays the one that the box tells of";
+}
+
+TEST(PosixMessages, ALongTextIsWrittenCompletely) {
+    const std::string text(5000, 'x');
+    CqPosixOptions options;
+    options.m_bSystemErrors = false;
+    const CqPlatform platform = q32PosixPlatform(options);
+    testing::internal::CaptureStderr();
+    platform.m_pMessages->fnShowBox(text.c_str(), MB_OK, nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), text + '\n');
+    std::string none = "as it was";
+    EXPECT_EQ(platform.m_pMessages->fnGetLastError(), 0u);
+    EXPECT_FALSE(platform.m_pMessages->fnFormatError(2, none));
+}
+
+TEST(PosixMessages, AHostThatWantsSilenceProvidesTheSoftwareService) {
+    CqPosixOptions options;
+    options.m_Others.m_pMessages = q32SoftwareServices().m_pMessages;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(q32PosixPlatform(options).m_pMessages->fnShowBox("a", MB_YESNO, nullptr), IDYES);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 TEST(PosixMessages, AHostMayUseTheOtherWorldsErrors) {

@@ -255,16 +255,18 @@ TEST_F(BmpFile, WithoutAnOffsetThePixelsFollowTheHeaders) {
 }
 
 TEST_F(BmpFile, FeaturesThatTheImageDropsAreReported) {
-    const auto isReduced = [&](TestBmp bmp) {
+    const auto partsOf = [&](TestBmp bmp) {
         fnPut(bmp.fnPixels().fn32(0x12345678).fnMake());
         const CqPictureResult result = fnRead();
         EXPECT_TRUE(result.fnIsDone());
-        return result.m_bReduced;
+        EXPECT_EQ(result.m_bReduced, result.m_nParts != 0);
+        return result.m_nParts;
     };
-    EXPECT_FALSE(isReduced(TestBmp(1, 1, 24)));
-    EXPECT_FALSE(isReduced(TestBmp(1, 1, 16))) << "5 bits a channel stay";
-    EXPECT_FALSE(isReduced(TestBmp(1, 1, 32)));
-    EXPECT_TRUE(isReduced(TestBmp(1, 1, 32, 3).fn32(0x3FF00000).fn32(0x000FFC00).fn32(0x000003FF)))
+    EXPECT_EQ(partsOf(TestBmp(1, 1, 24)), 0u);
+    EXPECT_EQ(partsOf(TestBmp(1, 1, 16)), 0u) << "5 bits a channel stay";
+    EXPECT_EQ(partsOf(TestBmp(1, 1, 32)), 0u);
+    EXPECT_EQ(partsOf(TestBmp(1, 1, 32, 3).fn32(0x3FF00000).fn32(0x000FFC00).fn32(0x000003FF)),
+              PICTURE_PART_DEPTH)
         << "10 bits a channel";
     for (const std::uint32_t space : {0x73524742u, 0x4D424544u, 0x4C494E4Bu}) {
         TestBmp bmp(1, 1, 24, 0, 124);
@@ -273,7 +275,8 @@ TEST_F(BmpFile, FeaturesThatTheImageDropsAreReported) {
         bmp.fn32(space);
         for (int i = 0; i < 16; ++i)
             bmp.fn32(0);
-        EXPECT_EQ(isReduced(bmp), space != 0x73524742u) << "a profile inside, or beside";
+        EXPECT_EQ(partsOf(bmp), space != 0x73524742u ? PICTURE_PART_PROFILE : 0u)
+            << "a profile inside, or beside";
     }
 }
 

@@ -77,6 +77,67 @@ TEST_F(PictureFile, AnUnknownFormatIsNotWritten) {
     EXPECT_TRUE(m_World->m_pDisks->fnGetFiles().empty());
 }
 
+TEST_F(PictureFile, AResultIsWordedInOneLineThatNamesTheFile) {
+    const auto text = [](const CqPictureResult& result) {
+        return std::string(q32GetPictureResultText(result));
+    };
+    EXPECT_EQ(text(fnRead()), "Unable to open the file [C:\\Temp\\picture].");
+    fnPut("nothing known");
+    EXPECT_EQ(text(fnRead()), "C:\\Temp\\picture: File format is not supported. Unable to access "
+                              "the file.");
+    const auto image = fnMakeNoise(5, 5, 24, 1);
+    const CqPictureResult done = fnWrite(*image, PICTURE_PNG);
+    EXPECT_EQ(text(done), "");
+    CqPictureLimits limits;
+    limits.m_nPixels = 3;
+    EXPECT_EQ(text(q32ReadPicture(kPath, m_Image, limits)),
+              "C:\\Temp\\picture: Insufficient memory. Please close other programs to free up "
+              "system resources. The picture has more pixels than this program allows.");
+    RecordedProgress progress;
+    progress.m_nAbortAt = 1;
+    EXPECT_EQ(text(fnRead(&progress)), "Stopped: C:\\Temp\\picture");
+}
+
+TEST_F(PictureFile, EachPartOfAFileHasItsWords) {
+    std::set<std::string> words;
+    for (unsigned int part = 1; part <= PICTURE_PART_OTHER; part *= 2)
+        words.insert(q32GetPicturePartText(static_cast<PICTURE_PART>(part)));
+    EXPECT_EQ(words.size(), 7u);
+    EXPECT_EQ(words.count("a colour profile"), 1u);
+    for (const unsigned int none : {0u, 3u, 128u})
+        EXPECT_EQ(q32GetPicturePartText(static_cast<PICTURE_PART>(none)), nullptr);
+}
+
+TEST_F(PictureFile, AResultIsShownUnlessItIsASuccessOrTheHostsOwnAbort) {
+    EXPECT_FALSE(q32ShowPictureResult(fnRead()));
+    ASSERT_EQ(m_World->m_pMessages->fnGetBoxes().size(), 1u);
+    EXPECT_EQ(m_World->m_pMessages->fnGetBoxes()[0].m_szText,
+              "Unable to open the file [C:\\Temp\\picture].");
+    EXPECT_EQ(m_World->m_pMessages->fnGetBoxes()[0].m_nStyle, MB_ICONHAND);
+    const auto image = fnMakeNoise(5, 5, 24, 1);
+    EXPECT_TRUE(q32ShowPictureResult(fnWrite(*image, PICTURE_PNG)));
+    RecordedProgress progress;
+    progress.m_nAbortAt = 1;
+    EXPECT_FALSE(q32ShowPictureResult(fnRead(&progress)));
+    EXPECT_EQ(m_World->m_pMessages->fnGetBoxes().size(), 1u);
+}
+
+TEST_F(PictureFile, APictureIsWrittenInTheFormatOfItsExtension) {
+    const auto image = fnMakeNoise(5, 5, 24, 1);
+    const std::pair<const char*, PICTURE_FORMAT> kFiles[] = {{"C:\\Temp\\a.png", PICTURE_PNG},
+                                                             {"C:\\Temp\\a.JPG", PICTURE_JPEG},
+                                                             {"C:\\Temp\\a.tif", PICTURE_TIFF},
+                                                             {"C:\\Temp\\a.bmp", PICTURE_BMP}};
+    for (const auto& [path, format] : kFiles) {
+        ASSERT_TRUE(q32WritePicture(path, *image).fnIsDone()) << path;
+        ASSERT_TRUE(q32ReadPicture(path, m_Image).fnIsDone()) << path;
+        EXPECT_EQ(m_Image.fnGetFioPlugin(), format);
+    }
+    for (const char* path : {"C:\\Temp\\a", "C:\\Temp\\a.xyz"})
+        EXPECT_EQ(q32WritePicture(path, *image).m_nMsgId, -102);
+    EXPECT_EQ(m_World->m_pDisks->fnGetFiles().size(), 4u);
+}
+
 TEST_F(PictureFile, ReadingIntoAnImageDropsOnlyItsPluginObject) {
     class DestructionFlag : public CObject {
     public:

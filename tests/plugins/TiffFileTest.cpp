@@ -369,32 +369,33 @@ TEST_F(TiffFile, FloatingPointAndOddSizedSamplesAreNotSupported) {
 }
 
 TEST_F(TiffFile, FeaturesThatTheImageDropsAreReported) {
-    const auto isReduced = [&](const TestTiff& tiff) {
+    const auto partsOf = [&](const TestTiff& tiff) {
         fnPut(tiff.fnMake());
         const CqPictureResult result = fnRead();
         EXPECT_TRUE(result.fnIsDone());
-        return result.m_bReduced;
+        EXPECT_EQ(result.m_bReduced, result.m_nParts != 0);
+        return result.m_nParts;
     };
     const TestTiff plain = fnNoise(9, 7, PHOTOMETRIC_RGB, 3, 8);
-    EXPECT_FALSE(isReduced(plain));
-    EXPECT_FALSE(isReduced(fnNoise(9, 7, PHOTOMETRIC_MINISWHITE, 1, 1)));
+    EXPECT_EQ(partsOf(plain), 0u);
+    EXPECT_EQ(partsOf(fnNoise(9, 7, PHOTOMETRIC_MINISWHITE, 1, 1)), 0u);
     TestTiff alpha = fnNoise(9, 7, PHOTOMETRIC_RGB, 4, 8);
     alpha.m_Extra = {EXTRASAMPLE_UNASSALPHA};
-    EXPECT_FALSE(isReduced(alpha));
+    EXPECT_EQ(partsOf(alpha), 0u);
     alpha.m_Extra = {EXTRASAMPLE_UNSPECIFIED};
-    EXPECT_TRUE(isReduced(alpha)) << "the fourth channel is passed over";
-    EXPECT_TRUE(isReduced(fnNoise(9, 7, PHOTOMETRIC_RGB, 3, 16)));
-    EXPECT_TRUE(isReduced(fnNoise(9, 7, PHOTOMETRIC_MINISBLACK, 1, 16)));
-    EXPECT_TRUE(isReduced(fnNoise(9, 7, PHOTOMETRIC_SEPARATED, 4, 8)));
+    EXPECT_EQ(partsOf(alpha), PICTURE_PART_CHANNELS) << "the fourth channel is passed over";
+    EXPECT_EQ(partsOf(fnNoise(9, 7, PHOTOMETRIC_RGB, 3, 16)), PICTURE_PART_DEPTH);
+    EXPECT_EQ(partsOf(fnNoise(9, 7, PHOTOMETRIC_MINISBLACK, 1, 16)), PICTURE_PART_DEPTH);
+    EXPECT_EQ(partsOf(fnNoise(9, 7, PHOTOMETRIC_SEPARATED, 4, 8)), PICTURE_PART_CHANNELS);
     TestTiff pages = plain;
     pages.m_nPages = 2;
-    EXPECT_TRUE(isReduced(pages));
+    EXPECT_EQ(partsOf(pages), PICTURE_PART_PAGES);
     EXPECT_EQ(m_Image.Width, 9u);
     TestTiff described = plain;
     described.m_MoreTags = [](void* file) {
         TIFFSetField(static_cast<TIFF*>(file), TIFFTAG_IMAGEDESCRIPTION, "the title");
     };
-    EXPECT_FALSE(isReduced(described));
+    EXPECT_EQ(partsOf(described), 0u);
     const std::function<void(TIFF*)> tags[] = {
         [](TIFF* file) { TIFFSetField(file, TIFFTAG_ORIENTATION, ORIENTATION_RIGHTTOP); },
         [](TIFF* file) { TIFFSetField(file, TIFFTAG_ICCPROFILE, 4, "prof"); },
@@ -411,9 +412,12 @@ TEST_F(TiffFile, FeaturesThatTheImageDropsAreReported) {
         [](TIFF* file) { TIFFSetField(file, TIFFTAG_GPSIFD, std::uint64_t{8}); },
     };
     for (std::size_t i = 0; i < std::size(tags); ++i) {
+        const PICTURE_PART part = i == 0   ? PICTURE_PART_ORIENTATION
+                                  : i == 1 ? PICTURE_PART_PROFILE
+                                           : PICTURE_PART_NOTES;
         TestTiff tagged = plain;
         tagged.m_MoreTags = [&](void* file) { tags[i](static_cast<TIFF*>(file)); };
-        EXPECT_TRUE(isReduced(tagged)) << i;
+        EXPECT_EQ(partsOf(tagged), part) << i;
     }
 }
 

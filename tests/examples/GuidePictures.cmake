@@ -1,0 +1,23 @@
+# Makes the pictures of the documentation in FOLDER, with the programs of the build BUILD, and fails unless they
+# are those of the tree SOURCE, byte by byte, and each is shown by a page. With another compression library the
+# bytes may differ; then renew them.
+execute_process(COMMAND "${SOURCE}/scripts/pictures" "${BUILD}" "${FOLDER}" COMMAND_ERROR_IS_FATAL ANY)
+file(GLOB_RECURSE current RELATIVE "${SOURCE}/docs" "${SOURCE}/docs/pictures/*")
+file(GLOB_RECURSE made RELATIVE "${FOLDER}" "${FOLDER}/pictures/*")
+if(NOT made OR NOT current STREQUAL made)
+    message(FATAL_ERROR "docs/pictures has ${current}, but scripts/pictures makes ${made}")
+endif()
+file(READ "${SOURCE}/docs/guide.md" pages)
+file(READ "${SOURCE}/docs/operations.md" page)
+string(APPEND pages "${page}")
+foreach(file IN LISTS made ITEMS operations.md)
+    file(SHA256 "${SOURCE}/docs/${file}" was)
+    file(SHA256 "${FOLDER}/${file}" is)
+    if(NOT was STREQUAL is)
+        message(SEND_ERROR "docs/${file} is out of date: run scripts/pictures")
+    endif()
+    string(FIND "${pages}" "](${file})" place)
+    if(place EQUAL -1)
+        message(SEND_ERROR "Neither docs/guide.md nor docs/operations.md shows ${file}")
+    endif()
+endforeach()
