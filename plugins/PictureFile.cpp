@@ -78,6 +78,7 @@ CqPictureResult q32ReadPicture(const char* path, CqImage& image, CqPictureProgre
 CqPictureResult q32ReadPicture(const char* path, CqImage& image, const CqPictureLimits& limits,
                                CqPictureProgress* progress) {
     bool reduced = false;
+    unsigned int reduction = 1;
     CqPictureResult result = fnRunOnFile(path, [&] {
         CodecInput input(path);
         const PictureCodec& codec = fnRecognise(input);
@@ -87,6 +88,7 @@ CqPictureResult q32ReadPicture(const char* path, CqImage& image, const CqPicture
             input.fnReportTo(&target.fnGetSteps());
             codec.m_pRead(input, target);
             reduced = target.fnIsReduced();
+            reduction = target.fnGetReduction();
         }
         // Nothing fails from here on.
         image.fnSwapBuf(fresh);
@@ -97,6 +99,7 @@ CqPictureResult q32ReadPicture(const char* path, CqImage& image, const CqPicture
         image.fnSetFioPlugin(codec.m_Format.m_eFormat);
     });
     result.m_bReduced = reduced && result.fnIsDone();
+    result.m_nReduction = result.fnIsDone() ? reduction : 1;
     return result;
 }
 

@@ -100,7 +100,7 @@ TEST_F(ToolFailureTest, ExplainsAWrongCommandLine) {
     refuse({"resize", "in.png", "ten", "out.png"}, "SIZE \"ten\" must be a size such as");
     refuse({"resize", "in.png", "x", "out.png"}, "must be a size");
     refuse({"resize", "in.png", "0x10", "out.png"}, "must be a size");
-    refuse({"resize", "in.png", "-5%", "out.png"}, "must be a size");
+    refuse({"resize", "in.png", "-5%", "out.png"}, "-5%");
     refuse({"resize", "in.png", "10x", "out.xyz"}, "out.xyz: the extension must be one of");
     refuse({"resize", "in.png", "10x", "out"}, "extension");
     refuse({"rotate", "in.png", "400", "out.png"}, "a number from -360 to 360");

@@ -3,7 +3,7 @@
 #include "tools/q32/Failure.h"
 
 #include <algorithm>
-#include <CLI/App.hpp>
+#include <CLI/CLI.hpp>
 #include <deque>
 
 namespace tool {

@@ -61,11 +61,11 @@ std::string fnMakeBash() {
            "    choices='" +
            fnListCommands(false) + " help'\n    ((start == 0)) || choices='" +
            fnListCommands(true) +
-           "'\n    COMPREPLY=($(compgen -W \"$choices\" -- \"$word\"))\n    return\n  fi\n"
+           "'\n    COMPREPLY=($(compgen -W \"$choices\" -- \"$word\"))\n    return 0\n  fi\n"
            "  command=${COMP_WORDS[start+1]}\n"
            "  case $command in\n" +
            options + "    help) COMPREPLY=($(compgen -W '" + fnListCommands(false) +
-           "' -- \"$word\")); return ;;\n  esac\n  case \"$command $before\" in\n" + choices +
+           "' -- \"$word\")); return 0 ;;\n  esac\n  case \"$command $before\" in\n" + choices +
            "  esac\n"
            "  if [[ -n $choices ]]; then\n"
            "    COMPREPLY=($(compgen -W \"$choices\" -- \"$word\"))\n"
@@ -77,10 +77,10 @@ std::string fnMakeBash() {
            "    COMPREPLY=($(compgen -W \"$words\" -- \"$word\"))\n"
            "    local IFS=$'\\n'\n"
            "    COMPREPLY+=($(compgen -f -- \"$word\"))\n"
-           "    type compopt >/dev/null 2>&1 && compopt -o filenames\n"
            "  fi\n"
+           "  return 0\n"
            "}\n"
-           "complete -F _q32_words q32\n";
+           "complete -o filenames -F _q32_words q32\n";
 }
 
 /// A word of fish in single quotes.

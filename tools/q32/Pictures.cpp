@@ -82,11 +82,14 @@ FileFacts fnReadFile(const std::string& path, CqImage& image, Session& session) 
     return fnReadFile(path, image, Extent{}, session);
 }
 
-FileFacts fnReadFile(const std::string& path, CqImage& image, const Extent&, Session& session) {
+FileFacts fnReadFile(const std::string& path, CqImage& image, const Extent& fit, Session& session) {
     session.fnGetProgress().fnBegin("reading " + path);
+    CqPictureLimits limits = session.fnGetLimits();
+    limits.m_nFitWidth = fit.m_nWidth;
+    limits.m_nFitHeight = fit.m_nHeight;
     errno = 0;
     const CqPictureResult result =
-        q32ReadPicture(path.c_str(), image, session.fnGetLimits(), &session.fnGetProgress());
+        q32ReadPicture(path.c_str(), image, limits, &session.fnGetProgress());
     const int error = errno;
     session.fnGetProgress().fnRequire();
     if (!result.fnIsDone())
