@@ -1,6 +1,7 @@
 // What the tool says and leaves when something goes wrong.
-#include "plugins/PictureFile.h"
 #include "tests/tools/ToolTest.h"
+
+#include <cstdint>
 
 namespace {
 
@@ -71,22 +72,39 @@ TEST_F(ToolFailureTest, SaysWhereTheScratchSpaceIsMissing) {
     fnExpect(1, {"resize", "in.png", "2000000000x2000000000", "out.png"}, {"less than 4 GiB"});
 }
 
+/// A run-length coded BMP of `height` rows of 4096 equal pixels, in runs of one.
+std::string fnCodeBmp(unsigned int height) {
+    const auto number = [](std::uint32_t value, int bytes) {
+        std::string text;
+        for (int i = 0; i < bytes; ++i)
+            text += static_cast<char>(value >> 8 * i);
+        return text;
+    };
+    std::string row;
+    for (int x = 0; x < 4096; ++x)
+        row += "\x01\x07";
+    row += std::string(2, '\0');
+    std::string data;
+    for (unsigned int y = 0; y < height; ++y)
+        data += row;
+    data += std::string("\0\x01", 2);
+    const auto size = static_cast<std::uint32_t>(data.size());
+    const std::uint32_t start = 14 + 40 + 4 * 256;
+    std::string file = "BM" + number(start + size, 4) + number(0, 4) + number(start, 4);
+    file += number(40, 4) + number(4096, 4) + number(height, 4) + number(1, 2) + number(8, 2);
+    file += number(1, 4) + number(size, 4) + number(0, 8) + number(256, 4) + number(0, 4);
+    for (std::uint32_t i = 0; i < 256; ++i)
+        file += number(i * 0x010101, 4);
+    return file + data;
+}
+
 TEST_F(ToolFailureTest, RefusesPicturesThatTakeMoreThanAllowed) {
-    // 200 x 100 pixels, of which 30 rows would take more memory than the decoder gets.
-    CqImage image(3000, 3000, 24, nullptr, 0);
-    image.fnFill(CqColor(1, 2, 3, 255), nullptr, false);
-    CqPictureOptions options;
-    options.m_eTiffCompression = PICTURE_DEFLATE;
-    ASSERT_TRUE(q32WritePicture(fnPath("in.tif").c_str(), image, PICTURE_TIFF, options).fnIsDone());
-    EXPECT_EQ(fnRun({"info", "in.tif"}), 0) << m_Errors;
-    // A bomb: the size in the header of a PNG, without pixels for it.
-    std::string bomb = [&] {
-        fnMake("small.png", 9, 9, 24);
-        return fnGet("small.png");
-    }();
-    bomb[17] = 0x7F; // the width, whose check sum is wrong then, too
-    fnPut("bomb.png", bomb);
-    fnExpect(1, {"convert", "bomb.png", "out.png"}, {"bomb.png"});
+    // A decoder gets a quarter of the memory, and at least 16 MB; it needs all of the coded rows.
+    fnPut("runs.bmp", fnCodeBmp(2100));
+    EXPECT_EQ(fnRun({"info", "runs.bmp"}), 0) << m_Errors;
+    EXPECT_EQ(fnRun({"info", "runs.bmp", "--memory", "80M"}), 0) << m_Errors;
+    fnExpect(1, {"convert", "runs.bmp", "out.png", "--memory", "64M"},
+             {"runs.bmp: can't be read: Decoding the picture needs more memory"});
 }
 
 TEST_F(ToolFailureTest, ExplainsAWrongCommandLine) {

@@ -257,6 +257,18 @@ TEST_F(ToolPicturesTest, MakesThumbnailsThatFitAndAreNeverLarger) {
     EXPECT_TRUE(fnPixels(*fnLoad("one.png")) == fnPixels(*expected));
 }
 
+TEST_F(ToolPicturesTest, DecodesNoMoreOfAJpegThanAThumbnailNeeds) {
+    fnMake("in.jpg", 900, 640, 24);
+    ASSERT_EQ(fnRun({"thumbnail", "in.jpg", "out.png", "--size", "100x100"}), 0) << m_Errors;
+    CqPictureLimits limits;
+    limits.m_nFitWidth = limits.m_nFitHeight = 100;
+    CqImage expected;
+    ASSERT_EQ(q32ReadPicture(fnPath("in.jpg").c_str(), expected, limits).m_nReduction, 8U);
+    ASSERT_EQ(expected.Width, 113U);
+    expected.fnResample(100, 71, true, nullptr);
+    EXPECT_TRUE(fnPixels(*fnLoad("out.png")) == fnPixels(expected));
+}
+
 TEST_F(ToolPicturesTest, ArrangesPicturesInCells) {
     fnMake("a.png", 20, 10, 24, 1);
     fnMake("b.png", 10, 20, 24, 2);

@@ -42,6 +42,8 @@ ToolTest::ToolTest() : m_Folder(fnMakeFolder()) {
     options.m_szConfigDirectory = fnPath("host-config");
     options.m_szTempDirectory = fnPath("scratch");
     EXPECT_TRUE(q32Attach(q32PosixPlatform(options)));
+    // The scratch files here are the tool's alone.
+    q32GetVMPolicy()->fnSetRamLimit(std::uint64_t{1} << 30);
 }
 
 ToolTest::~ToolTest() {
@@ -91,7 +93,7 @@ void ToolTest::fnBecomeTool(const ToolWords& words, const ToolRun& run) const {
         const int file = ::open(fnPath(name).c_str(), flags, 0666);
         ::dup2(file, stream);
     };
-    redirect("input", O_RDONLY, STDIN_FILENO);
+    redirect("/dev/null", O_RDONLY, STDIN_FILENO);
     redirect("said", O_WRONLY | O_CREAT | O_TRUNC, STDOUT_FILENO);
     redirect("errors", O_WRONLY | O_CREAT | O_TRUNC, STDERR_FILENO);
     const rlimit limit{run.m_nFileLimit, run.m_nFileLimit};
@@ -113,7 +115,6 @@ void ToolTest::fnBecomeTool(const ToolWords& words, const ToolRun& run) const {
 }
 
 pid_t ToolTest::fnStart(const ToolWords& words, const ToolRun& run) {
-    fnPut("input", run.m_szInput);
     const pid_t child = ::fork();
     if (child == 0)
         fnBecomeTool(words, run);

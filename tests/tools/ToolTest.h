@@ -21,7 +21,6 @@ using ToolWords = std::vector<std::string>;
 struct ToolRun {
     std::uint64_t m_nFileLimit = 0; ///< bytes of a file that it may write; 0: any
     bool m_bUnprivileged = false;   ///< as a user whom file modes bind, if the test's is not
-    std::string m_szInput;          ///< what its standard input holds
 };
 
 class ToolTest : public testing::Test {

@@ -51,7 +51,8 @@ std::string fnMakeManual() {
                      "memory.") +
             "\n.PP\n" + fnEscape(fnGetChainText()) +
             "\n.PP\nOn a terminal, a line shows how far the work is, and Esc or q stops it. "
-            "Whatever stops it leaves no file behind, and the one that was to be replaced as it "
+            "Whatever stops it leaves no new file behind, and a file that was to be replaced stays "
+            "as it "
             "was.\n.SH COMMANDS\n";
     for (const Command& command : fnGetCommands())
         text += fnDescribeCommand(command);
