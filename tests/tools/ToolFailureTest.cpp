@@ -92,7 +92,8 @@ std::string fnCodeBmp(unsigned int height) {
     const std::uint32_t start = 14 + 40 + 4 * 256;
     std::string file = "BM" + number(start + size, 4) + number(0, 4) + number(start, 4);
     file += number(40, 4) + number(4096, 4) + number(height, 4) + number(1, 2) + number(8, 2);
-    file += number(1, 4) + number(size, 4) + number(0, 8) + number(256, 4) + number(0, 4);
+    file += number(1, 4) + number(size, 4) + number(0, 4) + number(0, 4) + number(256, 4) +
+            number(0, 4);
     for (std::uint32_t i = 0; i < 256; ++i)
         file += number(i * 0x010101, 4);
     return file + data;
