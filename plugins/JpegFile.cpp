@@ -165,6 +165,7 @@ public:
 
     void fnOpen();
     void fnReadHeader();
+    void fnReduce();
     void fnStart();
     void fnAllocImage();
     void fnReadScans();
@@ -242,9 +243,18 @@ CheckedSize JpegReader::fnCountBlocks() const {
     return blocks;
 }
 
+/// Has libjpeg decode a fraction of the picture's size where that is enough for the host.
+void JpegReader::fnReduce() {
+    constexpr unsigned int kMaxReduction = 8;
+    m_Jpeg.scale_num = 1;
+    m_Jpeg.scale_denom =
+        m_Target.fnChooseReduction(m_Jpeg.image_width, m_Jpeg.image_height, kMaxReduction);
+    fnCall([this] { jpeg_calc_output_dimensions(&m_Jpeg); });
+}
+
 /// Starts the decompressor; allocates libjpeg's own memory, ahead of the image's.
 void JpegReader::fnStart() {
-    m_Target.fnCheckSize(m_Jpeg.image_width, m_Jpeg.image_height,
+    m_Target.fnCheckSize(m_Jpeg.output_width, m_Jpeg.output_height,
                          m_Jpeg.out_color_space == JCS_GRAYSCALE ? 8 : 24);
     m_Jpeg.buffered_image = jpeg_has_multiple_scans(&m_Jpeg);
     if (m_Jpeg.buffered_image)
@@ -254,7 +264,7 @@ void JpegReader::fnStart() {
 
 void JpegReader::fnAllocImage() {
     const bool grey = m_Jpeg.out_color_space == JCS_GRAYSCALE;
-    m_Target.fnAlloc(m_Jpeg.image_width, m_Jpeg.image_height, grey ? 8 : 24,
+    m_Target.fnAlloc(m_Jpeg.output_width, m_Jpeg.output_height, grey ? 8 : 24,
                      grey ? q32GreyRamp : nullptr, grey ? 256 : 0);
     const double unit = m_Jpeg.density_unit == kDotsPerInchUnit         ? kInchesPerMeter
                         : m_Jpeg.density_unit == kDotsPerCentimeterUnit ? 100
@@ -322,6 +332,7 @@ void fnReadJpeg(CodecInput& input, PictureTarget& target) {
     const auto reader = std::make_unique<JpegReader>(input, target);
     reader->fnOpen();
     reader->fnReadHeader();
+    reader->fnReduce();
     reader->fnStart();
     reader->fnAllocImage();
     reader->fnReadScans();

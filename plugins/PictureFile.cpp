@@ -84,6 +84,7 @@ CqPictureResult q32ReadPicture(const char* path, CqImage& image, CqPictureProgre
 CqPictureResult q32ReadPicture(const char* path, CqImage& image, const CqPictureLimits& limits,
                                CqPictureProgress* progress) {
     unsigned int parts = 0;
+    unsigned int reduction = 1;
     CqPictureResult result = fnRunOnFile(path, [&] {
         CodecInput input(path);
         const std::size_t format = fnRecognise(input);
@@ -93,6 +94,7 @@ CqPictureResult q32ReadPicture(const char* path, CqImage& image, const CqPicture
             input.fnReportTo(&target.fnGetSteps());
             fnGetCodec(format).fnRead(input, target);
             parts = target.fnGetParts();
+            reduction = target.fnGetReduction();
         }
         // Nothing fails from here on.
         image.fnSwapBuf(fresh);
@@ -104,6 +106,7 @@ CqPictureResult q32ReadPicture(const char* path, CqImage& image, const CqPicture
     });
     result.m_nParts = result.fnIsDone() ? parts : 0;
     result.m_bReduced = result.m_nParts != 0;
+    result.m_nReduction = result.fnIsDone() ? reduction : 1;
     return result;
 }
 

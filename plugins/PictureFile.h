@@ -51,7 +51,8 @@ Q32_API const CqPictureFormat* q32FindPictureFormat(const char* path);
 /// @param progress  called from this thread; may be null
 Q32_API CqPictureResult q32ReadPicture(const char* path, CqImage& image,
                                        CqPictureProgress* progress = nullptr);
-/// The same with limits of the host's. The other form uses the defaults.
+/// The same with limits of the host's, which may also ask for a reduced picture. The other form
+/// uses the defaults.
 Q32_API CqPictureResult q32ReadPicture(const char* path, CqImage& image,
                                        const CqPictureLimits& limits,
                                        CqPictureProgress* progress = nullptr);

@@ -57,6 +57,17 @@ void PictureTarget::fnCheckCodecBytes(CheckedSize bytes) const {
         throw CodecFailure{MESSAGE_NO_MEMORY, PICTURE_LIMIT_CODEC};
 }
 
+unsigned int PictureTarget::fnChooseReduction(std::uint32_t width, std::uint32_t height,
+                                              unsigned int most) {
+    const auto reaches = [](std::uint32_t length, std::uint32_t side, unsigned int reduction) {
+        return side > 0 && (std::uint64_t{length} + reduction - 1) / reduction >= side;
+    };
+    while (m_nReduction < most && (reaches(width, m_Limits.m_nFitWidth, 2 * m_nReduction) ||
+                                   reaches(height, m_Limits.m_nFitHeight, 2 * m_nReduction)))
+        m_nReduction *= 2;
+    return m_nReduction;
+}
+
 void PictureTarget::fnSetTitle(const char* title) {
     if (std::strlen(title) > m_Limits.m_nTextBytes)
         fnNoteReduced(PICTURE_PART_NOTES);

@@ -84,6 +84,10 @@ public:
     /// Notes what the file holds beside the image: bits of PICTURE_PART, or none.
     void fnNoteReduced(unsigned int parts = PICTURE_PART_OTHER) { m_nParts |= parts; }
     unsigned int fnGetParts() const { return m_nParts; }
+    /// Chooses by how much a picture of this size may be reduced on decoding: the largest power of
+    /// two up to `most` at which it still reaches the host's box. Keeps it for the result.
+    unsigned int fnChooseReduction(std::uint32_t width, std::uint32_t height, unsigned int most);
+    unsigned int fnGetReduction() const { return m_nReduction; }
     void fnTell(std::uint64_t done, std::uint64_t total) { m_Steps.fnTell(done, total); }
 
     CqImage& fnGetImage() { return m_Image; }
@@ -98,6 +102,7 @@ private:
     std::optional<CqPixelWriter> m_Writer;
     PictureSteps m_Steps;
     unsigned int m_nParts = 0;
+    unsigned int m_nReduction = 1;
 };
 
 } // namespace q32

@@ -70,6 +70,12 @@ struct CqPictureLimits {
     /// Elapsed time, without that in the progress object; 0 for any. Checked at each report of
     /// progress.
     unsigned int m_nMilliseconds = 0;
+    /// A box, in pixels, into which the host is going to reduce the picture; a side of 0 has no
+    /// bound. A format that can (JPEG) then decodes a half, a quarter or an eighth of the width and
+    /// height, rounded up, as long as the picture still reaches the box in one of its sides. That
+    /// takes less time and storage; the limits on pixels and storage apply to what is decoded.
+    std::uint32_t m_nFitWidth = 0;
+    std::uint32_t m_nFitHeight = 0;
 };
 
 /// What a file may hold that an image doesn't: bits of CqPictureResult::m_nParts.
@@ -102,6 +108,9 @@ struct Q32_API CqPictureResult {
     /// The limit that refused the file. The message is then -1 for memory (pixels, storage, codec),
     /// -6 for what no ordinary encoder writes (expansion, scans), and -4 for the time.
     PICTURE_LIMIT m_eLimit = PICTURE_LIMIT_NONE;
+    /// The picture's width and height were divided by this while it was decoded, to suit the box of
+    /// the limits: 1, 2, 4 or 8. The image's resolution is still that of the file.
+    unsigned int m_nReduction = 1;
 
     /// Whether the picture was read or written.
     bool fnIsDone() const { return m_nMsgId == 0 && !m_bAborted; }

@@ -1,6 +1,6 @@
 // Plays a WAV file on the sound server, controlled by keys, and draws its oscillogram into a
 // picture file.
-#include "examples/player/Keys.h"
+#include "examples/terminal/Keys.h"
 #include "platforms/posix/posix.h"
 #include "platforms/pulse/pulse.h"
 #include "plugins/PictureFile.h"

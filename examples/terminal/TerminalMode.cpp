@@ -10,7 +10,7 @@ namespace {
 // State accessible to the signal handler.
 termios g_Former;
 volatile std::sig_atomic_t g_bChanged = 0;
-volatile std::sig_atomic_t g_bSignalled = 0;
+volatile std::sig_atomic_t g_nSignal = 0;
 
 void fnRestore() {
     if (g_bChanged) {
@@ -21,9 +21,9 @@ void fnRestore() {
 
 /// The first signal ends the program in order; a second one at once. The terminal is restored in
 /// either case.
-void fnOnSignal(int) {
+void fnOnSignal(int signal) {
     fnRestore();
-    g_bSignalled = 1;
+    g_nSignal = signal;
 }
 
 } // namespace
@@ -53,6 +53,10 @@ bool TerminalMode::fnIsChanged() const {
     return g_bChanged != 0;
 }
 
-bool TerminalMode::fnIsSignalled() {
-    return g_bSignalled != 0;
+int TerminalMode::fnGetSignal() {
+    return g_nSignal;
+}
+
+bool TerminalMode::fnMayRead() const {
+    return fnIsChanged() && tcgetpgrp(STDIN_FILENO) == getpgrp();
 }

@@ -13,5 +13,10 @@ public:
     /// Whether keys come one by one; false after a signal.
     bool fnIsChanged() const;
     /// Whether a signal requests the end.
-    static bool fnIsSignalled();
+    static bool fnIsSignalled() { return fnGetSignal() != 0; }
+    /// The number of that signal; 0 for none.
+    static int fnGetSignal();
+    /// Whether the terminal is set and the program still in the foreground: elsewhere, reading a
+    /// key would stop it.
+    bool fnMayRead() const;
 };

@@ -1,4 +1,4 @@
-#include "examples/player/Keys.h"
+#include "examples/terminal/Keys.h"
 
 #include <poll.h>
 #include <unistd.h>

@@ -16,6 +16,10 @@ public:
     /// the end. Keys that arrive together are returned one by one.
     int fnWait(int descriptor, int ms);
 
+    /// Whether there is a terminal that may be read now. Without one, `fnWait` reads whatever the
+    /// standard input is.
+    bool fnHasTerminal() const { return m_Mode.fnMayRead(); }
+
     /// Whether the input has ended, so that no more keys will come.
     bool fnHasEnded() const { return m_bEnded && m_szRead.empty(); }
 
