@@ -97,7 +97,8 @@ void CqMask::fnMerge(CqMask& other, bool add) {
     }
     std::unique_ptr<CqTileMap> map(
         q32::fnNew<CqTileMap>(static_cast<std::uint32_t>(result.Width()),
-                              static_cast<std::uint32_t>(result.Height()), 8u, q32GreyRamp, 256u));
+                              static_cast<std::uint32_t>(result.Height()), 8u, q32GreyRamp, 256u,
+                              q32::BlockContents::ANY));
     fnCombine(PlacedMask(*this), PlacedMask(other), add, *map, result.TopLeft());
     fnSetBuf(map.release());
     m_rectBound = result;
