@@ -2,7 +2,15 @@
 
 #include <cstddef>
 #include <cstdint>
+
+// Intrinsics whose other operand doesn't matter leave it uninitialised, which GCC 12 reports.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#ifndef __clang__
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #include <immintrin.h>
+#pragma GCC diagnostic pop
 
 // Helpers of the AVX-512 kernels. Included only by _avx512.cpp files; see Avx2_p.h.
 namespace q32 {

@@ -14,11 +14,9 @@ __m128i fnLoad128(const std::uint8_t* from) {
     return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
 }
 
-/// Truncates and clamps to bytes, still 32 bits each.
+/// Truncates, and clamps at 0.
 __m512i fnCut(__m512 sums) {
-    const __m512i whole = _mm512_cvttps_epi32(sums);
-    return _mm512_min_epi32(_mm512_max_epi32(whole, _mm512_setzero_si512()),
-                            _mm512_set1_epi32(255));
+    return _mm512_max_epi32(_mm512_cvttps_epi32(sums), _mm512_setzero_si512());
 }
 
 /// The samples of entry k are in a row of their own.
@@ -97,13 +95,13 @@ __attribute__((noinline)) void fnSettle(const Rows& rows, const ContribList& lis
         fnExactEight(rows, list, at + 8, target + 8, static_cast<__mmask8>(part >> 8));
 }
 
-/// Convolves kParts times 16 samples, of which the last part has those in `last`. Several parts at
-/// once hide the latency of the additions.
+/// Convolves kParts times 16 samples; several at once hide the latency of the additions.
+/// @param part  the samples that exist, of a single part
 template <std::size_t kParts, class Rows>
 inline void fnConvolveParts(const Rows& rows, const ContribList& list, std::size_t at,
-                            std::uint8_t* target, __mmask16 last = 0xFFFF) {
-    const auto maskOf = [last](std::size_t p) {
-        return p + 1 == kParts ? last : static_cast<__mmask16>(0xFFFF);
+                            std::uint8_t* target, __mmask16 part = 0xFFFF) {
+    const auto load = [part](const float* from) {
+        return kParts == 1 ? _mm512_maskz_loadu_ps(part, from) : _mm512_loadu_ps(from);
     };
     __m512 sums[kParts];
 #pragma GCC unroll 8
@@ -114,8 +112,7 @@ inline void fnConvolveParts(const Rows& rows, const ContribList& list, std::size
         const __m512 weight = _mm512_set1_ps(list.m_pEntries[k].m_fWeight);
 #pragma GCC unroll 8
         for (std::size_t p = 0; p < kParts; ++p)
-            sums[p] = _mm512_fmadd_ps(_mm512_maskz_loadu_ps(maskOf(p), from + kPart * p), weight,
-                                      sums[p]);
+            sums[p] = _mm512_fmadd_ps(load(from + kPart * p), weight, sums[p]);
     }
     const __m512 bound = _mm512_set1_ps(list.m_fErrorBound);
     unsigned anyUncertain = 0;
@@ -123,16 +120,14 @@ inline void fnConvolveParts(const Rows& rows, const ContribList& list, std::size
 #pragma GCC unroll 8
     for (std::size_t p = 0; p < kParts; ++p) {
         const __m512i bytes = fnCut(sums[p]);
-        uncertain[p] =
-            _mm512_mask_cmpneq_epi32_mask(maskOf(p), bytes, fnCut(_mm512_sub_ps(sums[p], bound)));
+        uncertain[p] = part & _mm512_cmpneq_epi32_mask(bytes, fnCut(_mm512_sub_ps(sums[p], bound)));
         anyUncertain |= uncertain[p];
-        _mm_mask_storeu_epi8(target + at + kPart * p, maskOf(p), _mm512_cvtepi32_epi8(bytes));
+        _mm_mask_storeu_epi8(target + at + kPart * p, part, _mm512_cvtusepi32_epi8(bytes));
     }
     if (__builtin_expect(anyUncertain != 0, 0))
         for (std::size_t p = 0; p < kParts; ++p)
             if (uncertain[p] != 0)
-                fnSettle(rows, list, at + kPart * p, target + at + kPart * p, maskOf(p),
-                         uncertain[p]);
+                fnSettle(rows, list, at + kPart * p, target + at + kPart * p, part, uncertain[p]);
 }
 
 template <class Rows>

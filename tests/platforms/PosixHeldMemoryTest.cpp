@@ -206,7 +206,7 @@ TEST_F(PosixHeldMemory, RandomRequestsNeverShareAByteAndCountExactly) {
     };
     for (int step = 0; step < 20000; ++step) {
         g_Now += std::chrono::milliseconds(random() % 40);
-        const unsigned what = random() % 100;
+        const auto what = static_cast<unsigned>(random() % 100);
         if (what < 48 && live.size() < 40) {
             const std::size_t size = 1 + random() % (random() % 4 == 0 ? 3 * kMega : 300 * 1024);
             const std::size_t need = pagesOf(size);
@@ -439,20 +439,15 @@ TEST_F(PosixHeldImages, SumsOfMasksAreTheSameInMemoryThatWasUsed) {
         }
 }
 
-TEST_F(PosixHeldImages, ANewImageAndANewSoundAreZeroInMemoryThatWasUsed) {
+TEST_F(PosixHeldImages, ANewImageAndANewBlockAreZeroInMemoryThatWasUsed) {
     const auto isZero = [](const unsigned char* bytes, std::size_t size) {
         return std::all_of(bytes, bytes + size, [](unsigned char byte) { return byte == 0; });
     };
     fnLeaveNoise();
     const CqImage image(1001, 503, 24, nullptr, 0);
     EXPECT_TRUE(isZero(image.TileMap->PixelBuffer, image.TileMap->BufferSize));
-    CqFileHandle file;
-    CqMappingHandle mapping;
-    CString name;
-    CqWave wave;
-    unsigned char* const samples = wave.fnAllocBuf(1000000, file, mapping, name);
-    EXPECT_TRUE(isZero(samples, 1000000));
-    wave.fnSetBuf(samples, {1, 1, 8000, 8000, 1, 8, 0}, 1000000, file, mapping, name);
+    const q32::PixelBlock samples(1000000);
+    EXPECT_TRUE(isZero(samples.fnGetBytes(), samples.fnGetSize()));
     EXPECT_LT(q32GetVMPolicy()->fnGetHeldBytes(), 90 * kMega);
 }
 
