@@ -47,12 +47,17 @@ void* CqPosixMemory::fnReserve(std::size_t size) {
     const std::size_t bytes = fnWholePages(size);
     if (bytes == 0)
         return nullptr;
-    return bytes < kLargePage ? fnMapNothing(nullptr, bytes, 0) : fnMapAligned(bytes);
+    const auto map = [bytes] {
+        return bytes < kLargePage ? fnMapNothing(nullptr, bytes, 0) : fnMapAligned(bytes);
+    };
+    void* const range = map();
+    return range || !m_Held.fnTrim(0) ? range : map();
 }
 
 bool CqPosixMemory::fnCommit(void* address, std::size_t size) {
     const std::size_t bytes = fnWholePages(size);
-    if (::mprotect(address, bytes, PROT_READ | PROT_WRITE) != 0)
+    const auto commit = [=] { return ::mprotect(address, bytes, PROT_READ | PROT_WRITE) == 0; };
+    if (!commit() && !(m_Held.fnTrim(0) && commit()))
         return false;
     if (bytes >= kLargePage)
         ::madvise(address, bytes, MADV_HUGEPAGE); // advice only: on failure, small pages are used
@@ -70,6 +75,18 @@ void CqPosixMemory::fnDecommit(void* address, std::size_t size) {
 
 bool CqPosixMemory::fnRelease(void* address, std::size_t size) {
     return address && ::munmap(address, fnWholePages(size)) == 0;
+}
+
+bool CqPosixMemory::fnHoldBack(void* address, std::size_t size, std::uint64_t limit) {
+    if (!m_Held.fnAdd(address, fnWholePages(size), limit))
+        return false;
+    if (m_fnMemoryHeld)
+        q32::fnTryMemory(m_fnMemoryHeld);
+    return true;
+}
+
+void* CqPosixMemory::fnTakeHeld(std::size_t size) {
+    return m_Held.fnTake(fnWholePages(size));
 }
 
 std::uint64_t CqPosixMemory::fnGetPhysicalBytes() {

@@ -40,7 +40,7 @@ CqPlatform q32PosixPlatform(const CqPosixOptions& options) {
     const auto codePage = std::make_shared<const CodePage>(options.m_szLocale);
     CqPlatform platform = options.m_Others;
     fnFillUp(platform);
-    platform.m_pMemory = std::make_shared<CqPosixMemory>();
+    platform.m_pMemory = std::make_shared<CqPosixMemory>(fnUsableMemory, options.m_MemoryHeld);
     platform.m_pScratch = std::make_shared<CqPosixScratch>(
         codePage, fnUsableMemory, options.m_bGuardViews && ViewGuard::fnInstall());
     platform.m_pFiles = std::make_shared<CqPosixFiles>(options, codePage);

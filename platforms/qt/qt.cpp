@@ -4,13 +4,22 @@
 #include "platforms/qt/CqQtKeyboard_p.h"
 #include "platforms/qt/CqQtMessages_p.h"
 #include "platforms/qt/CqQtScreen_p.h"
+#include "platforms/qt/HeldMemoryTimer_p.h"
 
 #include <QGuiApplication>
 #include <QScreen>
 
 CqPlatform q32QtPlatform(const std::shared_ptr<CqQtWindows>& windows, const CqQtOptions& options) {
     const auto codePage = std::make_shared<const q32::posix::CodePage>(options.m_Posix.m_szLocale);
-    CqPlatform platform = q32PosixPlatform(options.m_Posix);
+    const auto timer = std::make_shared<HeldMemoryTimer>();
+    CqPosixOptions posix = options.m_Posix;
+    posix.m_MemoryHeld = [timer, hosts = options.m_Posix.m_MemoryHeld] {
+        timer->fnStart();
+        if (hosts)
+            hosts();
+    };
+    CqPlatform platform = q32PosixPlatform(posix);
+    timer->fnWatch(platform.m_pMemory);
     platform.m_pScreen =
         std::make_shared<CqQtScreen>(platform.m_pScreen, codePage, options.m_nBits);
     platform.m_pMessages = std::make_shared<CqQtMessages>(platform.m_pMessages, codePage, windows);

@@ -149,7 +149,7 @@ CqImage& CqImage::operator=(CqImage& other) {
     const CqTileMap& source = *other.TileMap;
     const std::uint32_t count = q32::fnIsIndexed(source.BitCount) ? source.PaletteCount : 0;
     fnSetBuf(q32::fnNew<CqTileMap>(source.Width, source.Height, source.BitCount,
-                                   source.Palette.get(), count));
+                                   source.Palette.get(), count, q32::BlockContents::ANY));
     CqImageTile from(true);
     CqImageTile to(true);
     for (std::uint32_t i = 0; i < TileCount; ++i) {

@@ -29,6 +29,9 @@
     PART(Zoom)
 #define Q32_AVX512_KERNEL_PARTS(PART)                                                              \
     PART(ChannelCurves)                                                                            \
+    PART(Convolve)                                                                                 \
+    PART(ConvolveFixed)                                                                            \
+    PART(PixelFormat)                                                                              \
     PART(ToneCurve)
 
 namespace q32 {

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <immintrin.h>
+#include "q32Base/kernels/Avx512_p.h"
 
 // Look-ups in a table of 256 bytes. Included only by _avx512.cpp files; see Avx2_p.h.
 namespace q32 {
@@ -26,11 +24,6 @@ public:
 private:
     __m512i m_First, m_Second, m_Third, m_Fourth;
 };
-
-// The mask of the first 0 to 63 bytes.
-__mmask64 fnFirstBytes(std::size_t bytes) {
-    return (std::uint64_t{1} << bytes) - 1;
-}
 
 } // namespace
 } // namespace avx512

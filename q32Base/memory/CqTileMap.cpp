@@ -18,7 +18,7 @@ std::uint64_t CqTileMap::fnMakeSerial() noexcept {
 }
 
 CqTileMap::CqTileMap(std::uint32_t width, std::uint32_t height, std::uint32_t bitCount,
-                     const RGBQUAD* palette, std::uint32_t count)
+                     const RGBQUAD* palette, std::uint32_t count, q32::BlockContents contents)
     : Width(width), Height(height), BitCount(bitCount),
       PaletteCount(q32::fnIsIndexed(bitCount) ? count : 0) {
     fnSetGeometry();
@@ -31,7 +31,7 @@ CqTileMap::CqTileMap(std::uint32_t width, std::uint32_t height, std::uint32_t bi
         fnInitPalette(palette);
     }
     // At 4 bits, single-pixel access at the last odd column of the last row touches one more byte.
-    m_Block = q32::PixelBlock(BufferSize, BitCount == 4 ? 1 : 0);
+    m_Block = q32::PixelBlock(BufferSize, BitCount == 4 ? 1 : 0, contents);
     PixelBuffer = m_Block.fnGetBytes();
     fnFillTileTable();
 }

@@ -50,8 +50,10 @@ public:
     /// 24 or 32, and a size of 4 GiB or more.
     /// @param palette  null: the depth's default palette; `q32GreyRamp`: the grey ramp; else a
     ///                 table of `count` entries. Both are ignored for 16 bits and above.
+    /// @param contents ANY: for a caller that writes every pixel; their bytes are arbitrary
     CqTileMap(std::uint32_t width, std::uint32_t height, std::uint32_t bitCount,
-              const RGBQUAD* palette, std::uint32_t count);
+              const RGBQUAD* palette, std::uint32_t count,
+              q32::BlockContents contents = q32::BlockContents::ZERO);
     ~CqTileMap();
     CqTileMap(const CqTileMap&) = delete;
     CqTileMap& operator=(const CqTileMap&) = delete;

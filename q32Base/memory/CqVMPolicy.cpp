@@ -83,6 +83,7 @@ bool CqVMPolicy::fnReadSettings() {
     const std::uint32_t product = (MemEnabled ? MemPercent : 100u) * fnPhysicalBytes();
     RamLimit = product / 100;
     m_nRamBound = q32::fnPlatform().m_pMemory->fnGetBlockLimit();
+    fnTrimHeld();
     return true;
 }
 
@@ -123,6 +124,7 @@ bool CqVMPolicy::fnWriteSettings() const {
 void CqVMPolicy::fnSetRamLimit(std::uint64_t bytes) {
     RamLimit = static_cast<std::uint32_t>(std::min<std::uint64_t>(bytes, UINT32_MAX));
     m_nRamBound = bytes;
+    fnTrimHeld();
 }
 
 std::uint32_t CqVMPolicy::fnGetRamUsed() const {
@@ -138,6 +140,39 @@ std::uint64_t CqVMPolicy::fnGetRamBytes() const {
 bool CqVMPolicy::fnFitsRam(std::uint64_t size) const {
     const CSingleLock lock(m_Lock);
     return size <= m_nRamBound && m_nRamBytes <= m_nRamBound - size;
+}
+
+/// The RAM limit of 32 bits, or of 64 where those are all set.
+std::uint64_t CqVMPolicy::fnGetEffectiveLimit() const {
+    return RamLimit == UINT32_MAX ? m_nRamBound : std::min<std::uint64_t>(RamLimit, m_nRamBound);
+}
+
+std::uint64_t CqVMPolicy::fnGetHeldLimit() const {
+    return m_nHeldLimit.value_or(fnGetEffectiveLimit() / 4);
+}
+
+void CqVMPolicy::fnSetHeldLimit(std::uint64_t bytes) {
+    m_nHeldLimit = bytes;
+    fnTrimHeld();
+}
+
+std::uint64_t CqVMPolicy::fnGetHeldBytes() const {
+    return q32::fnPlatform().m_pMemory->fnGetHeldBytes();
+}
+
+void CqVMPolicy::fnReleaseHeld() {
+    q32::fnPlatform().m_pMemory->fnTrimHeld(0);
+}
+
+std::uint64_t CqVMPolicy::fnGetHeldRoom(std::uint64_t size) const {
+    const CSingleLock lock(m_Lock);
+    const std::uint64_t limit = fnGetEffectiveLimit();
+    const std::uint64_t used = m_nRamBytes + size;
+    return std::min(fnGetHeldLimit(), limit > used ? limit - used : 0);
+}
+
+void CqVMPolicy::fnTrimHeld() const {
+    q32::fnPlatform().m_pMemory->fnTrimHeld(fnGetHeldRoom());
 }
 
 void CqVMPolicy::fnConsumeRAM(unsigned long size) {

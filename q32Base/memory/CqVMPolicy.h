@@ -7,6 +7,7 @@
 #include "q32Base/platform/Records.h"
 
 #include <cstdint>
+#include <optional>
 
 /// Size of a path buffer in bytes, the terminating zero included.
 inline constexpr int kMaxPathBytes = 260;
@@ -63,6 +64,25 @@ public:
     std::uint64_t fnGetRamBytes() const;
     /// Whether a block of `size` bytes more stays within `fnGetRamBound`.
     bool fnFitsRam(std::uint64_t size) const;
+
+    // Freed blocks are held back by a memory service that can, and handed out again without page
+    // faults. They count nowhere else; together with the buffers they stay within the RAM limit.
+    // The service releases them once they are older than `kHeldMemoryAge`, when it is next called
+    // or by a timer of the platform; the system may take their memory before that.
+
+    /// The most bytes of RAM that may be held back: as set, else a quarter of the RAM limit.
+    std::uint64_t fnGetHeldLimit() const;
+    /// Sets that limit, until the library stops, and releases at once what exceeds it. 0: nothing
+    /// is held back. It isn't stored.
+    void fnSetHeldLimit(std::uint64_t bytes);
+    /// Bytes of RAM that are held back at present. From any thread.
+    std::uint64_t fnGetHeldBytes() const;
+    /// Releases everything that is held back, as before a host falls idle. From any thread.
+    void fnReleaseHeld();
+    /// How many bytes may be held back next to the buffers and a new one of `size` bytes. For the
+    /// allocator.
+    std::uint64_t fnGetHeldRoom(std::uint64_t size = 0) const;
+
     /// What the buffers whose files lie in a disk's directory occupy at present.
     CqDiskUsage fnGetDiskUsage(unsigned int index) const;
 
@@ -109,6 +129,8 @@ private:
     Q32_LOCAL void fnTakeDisk(unsigned int index);
     Q32_LOCAL bool fnWriteSettings() const;
     Q32_LOCAL bool fnHasRoom(unsigned int index, std::uint32_t size) const;
+    Q32_LOCAL std::uint64_t fnGetEffectiveLimit() const;
+    Q32_LOCAL void fnTrimHeld() const;
 
     bool DiskFlags[kDisks];
     char DiskPaths[kDisks][kMaxPathBytes];
@@ -120,6 +142,7 @@ private:
     mutable CCriticalSection m_Lock;
     std::uint64_t m_nRamBytes = 0;
     std::uint64_t m_nRamBound;
+    std::optional<std::uint64_t> m_nHeldLimit; ///< empty: a quarter of the RAM limit
     CList<NotedFile, const NotedFile&> m_ScratchFiles;
 };
 

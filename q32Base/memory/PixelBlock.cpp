@@ -7,8 +7,9 @@
 
 namespace q32 {
 
-PixelBlock::PixelBlock(std::uint32_t size, std::uint32_t slack) : m_nSize(size), m_nSlack(slack) {
-    m_pBytes = AllocPixelBuffer(size, m_File, m_Mapping, m_strFileName, slack);
+PixelBlock::PixelBlock(std::uint32_t size, std::uint32_t slack, BlockContents contents)
+    : m_nSize(size), m_nSlack(slack) {
+    m_pBytes = AllocPixelBuffer(size, m_File, m_Mapping, m_strFileName, slack, contents);
 }
 
 PixelBlock::PixelBlock(unsigned char* bytes, std::uint32_t size, CqFileHandle file,

@@ -7,6 +7,12 @@
 
 namespace q32 {
 
+/// What the bytes of a new block are.
+enum class BlockContents {
+    ZERO,
+    ANY, ///< for a caller that writes each byte: memory used before isn't cleared
+};
+
 /// A large block of pixels or samples, in RAM or in a mapped temporary file, with the five values
 /// that identify it. Owns the block and releases it; moving leaves the source empty. Destroy every
 /// block before the library stops.
@@ -14,11 +20,12 @@ class PixelBlock {
 public:
     /// Empty: no address, no bytes.
     PixelBlock() = default;
-    /// Allocates `size` bytes where the memory policy decides; their contents are what the platform
-    /// provides. Raises the memory exception when neither RAM nor any scratch disk has space.
+    /// Allocates `size` bytes where the memory policy decides. Raises the memory exception when
+    /// neither RAM nor any scratch disk has space.
     /// @param slack  bytes after those, at most a page, that can be accessed too. They count
     ///               nowhere, and their contents may be lost.
-    explicit PixelBlock(std::uint32_t size, std::uint32_t slack = 0);
+    explicit PixelBlock(std::uint32_t size, std::uint32_t slack = 0,
+                        BlockContents contents = BlockContents::ZERO);
     /// Takes ownership of a block of `AllocPixelBuffer`, with the values that describe it.
     PixelBlock(unsigned char* bytes, std::uint32_t size, CqFileHandle file, CqMappingHandle mapping,
                const CString& fileName) noexcept;

@@ -4,6 +4,7 @@
 #include "q32Base/messages/StringTable_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
+#include <cstring>
 #include <string>
 
 namespace {
@@ -16,18 +17,35 @@ std::uint32_t fnViewBytes(std::uint32_t size, std::uint32_t slack) {
     return slack > behind ? size + slack : size;
 }
 
+/// A block, and whether it has the contents of an earlier one instead of zeros.
+struct NewBlock {
+    unsigned char* m_pBytes = nullptr;
+    bool m_bUsed = false;
+};
+
 /// A block in RAM; null if there is none, and the caller then tries the disks.
-unsigned char* fnAllocRam(std::size_t size) {
+NewBlock fnAllocRam(std::size_t size) {
     CqMemoryService& memory = *q32::fnPlatform().m_pMemory;
+    if (void* held = memory.fnTakeHeld(size))
+        return {static_cast<unsigned char*>(held), true};
+    memory.fnTrimHeld(q32GetVMPolicy()->fnGetHeldRoom(size));
     void* block = memory.fnReserve(size);
     if (!block)
-        return nullptr;
+        return {};
     if (memory.fnCommit(block, size))
-        return static_cast<unsigned char*>(block);
+        return {static_cast<unsigned char*>(block)};
     // Deliberate: the address passed is the commit's null result, so the reservation isn't
     // released. It holds address space but no memory.
     memory.fnRelease(nullptr, size);
-    return nullptr;
+    return {};
+}
+
+void fnFreeRam(unsigned char* block, std::size_t size) {
+    CqMemoryService& memory = *q32::fnPlatform().m_pMemory;
+    if (memory.fnHoldBack(block, size, q32GetVMPolicy()->fnGetHeldRoom()))
+        return;
+    memory.fnDecommit(block, size);
+    memory.fnRelease(block, size);
 }
 
 /// Longest bare name of a temporary file, in bytes.
@@ -105,46 +123,53 @@ private:
     bool m_bDelete = false;
 };
 
-} // namespace
-
-unsigned char* AllocPixelBuffer(std::uint32_t size, CqFileHandle& file, CqMappingHandle& mapping,
-                                CString& name, std::uint32_t slack) {
-    file = kNoFile;
-    mapping = kNoMapping;
-    name.Empty();
+/// A block in RAM or in a file. The file's values are empty at first, and remain so for RAM.
+NewBlock fnAllocBlock(std::uint32_t size, std::uint32_t slack, CqFileHandle& file,
+                      CqMappingHandle& mapping, CString& name) {
     CqVMPolicy& policy = *q32GetVMPolicy();
     const CSingleLock lock(policy.fnGetLock());
     CString path;
     if (!policy.fnSearchAvail(size, true, path))
         AfxThrowMemoryException();
     if (path.IsEmpty()) {
-        unsigned char* block = nullptr;
+        NewBlock block;
         if (policy.fnFitsRam(size))
             block = fnAllocRam(std::size_t{size} + slack);
-        if (block) {
+        if (block.m_pBytes) {
             policy.fnConsumeRAM(size);
             return block;
         }
         if (!policy.fnSearchAvail(size, false, path))
             AfxThrowMemoryException();
     }
-    return q32::fnGuardMemory([&] {
+    return q32::fnGuardMemory([&]() -> NewBlock {
         ScratchFile scratch(*q32::fnPlatform().m_pScratch);
         if (!scratch.fnMake(path, fnViewBytes(size, slack)))
             AfxThrowMemoryException();
         policy.fnNoteScratchFile(scratch.fnGetName(), size);
-        return scratch.fnHandOver(file, mapping, name);
+        return {scratch.fnHandOver(file, mapping, name)};
     });
+}
+
+} // namespace
+
+unsigned char* AllocPixelBuffer(std::uint32_t size, CqFileHandle& file, CqMappingHandle& mapping,
+                                CString& name, std::uint32_t slack, q32::BlockContents contents) {
+    file = kNoFile;
+    mapping = kNoMapping;
+    name.Empty();
+    const NewBlock block = fnAllocBlock(size, slack, file, mapping, name);
+    if (block.m_bUsed && contents == q32::BlockContents::ZERO)
+        std::memset(block.m_pBytes, 0, std::size_t{size} + slack);
+    return block.m_pBytes;
 }
 
 void FreePixelBuffer(unsigned char* address, std::uint32_t size, CqFileHandle* file,
                      CqMappingHandle* mapping, CString* name, std::uint32_t slack) {
     const CSingleLock lock(q32GetVMPolicy()->fnGetLock());
     if (*file == kNoFile) {
-        CqMemoryService& memory = *q32::fnPlatform().m_pMemory;
-        memory.fnDecommit(address, std::size_t{size} + slack);
-        memory.fnRelease(address, std::size_t{size} + slack);
         q32GetVMPolicy()->fnReleaseRAM(size);
+        fnFreeRam(address, std::size_t{size} + slack);
         return;
     }
     CqScratchService& scratch = *q32::fnPlatform().m_pScratch;

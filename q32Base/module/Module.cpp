@@ -91,6 +91,7 @@ void q32Detach() {
     if (!theDisplay.m_pOwned)
         return;
     q32DestroyDumpWnd();
+    thePolicy.m_pOwned->fnReleaseHeld();
     thePolicy.m_pOwned.reset();
     theDisplay.m_pOwned.reset();
     q32::fnClearPlatform();

@@ -49,7 +49,11 @@ void CqImage::fnConvert(unsigned int bits, bool, tagRGBQUAD* palette) {
     if (bits == BitCount)
         return;
     const unsigned int count = !q32::fnIsIndexed(bits) ? 0 : palette ? 1 : 1u << bits;
-    std::unique_ptr<CqTileMap> target(q32::fnNew<CqTileMap>(Width, Height, bits, palette, count));
+    // Other depths are left as they are.
+    const auto contents =
+        bits == 24 || bits == 32 ? q32::BlockContents::ANY : q32::BlockContents::ZERO;
+    std::unique_ptr<CqTileMap> target(
+        q32::fnNew<CqTileMap>(Width, Height, bits, palette, count, contents));
     if (bits == 24)
         fnConvert24(target.get());
     else if (bits == 32)

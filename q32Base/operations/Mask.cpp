@@ -69,9 +69,9 @@ void CqMask::fnMerge(CqMask& other, bool add) {
             return m_rectBound.SetRectEmpty();
         result = fnCutStrips(own, shared);
     }
-    std::unique_ptr<CqTileMap> map(
-        q32::fnNew<CqTileMap>(static_cast<std::uint32_t>(result.Width()),
-                              static_cast<std::uint32_t>(result.Height()), 8u, q32GreyRamp, 256u));
+    std::unique_ptr<CqTileMap> map(q32::fnNew<CqTileMap>(
+        static_cast<std::uint32_t>(result.Width()), static_cast<std::uint32_t>(result.Height()), 8u,
+        q32GreyRamp, 256u, q32::BlockContents::ANY));
     fnCombine(q32::PlacedMask(*this), q32::PlacedMask(other), add, *map, result.TopLeft());
     fnSetBuf(map.release());
     m_rectBound = result;

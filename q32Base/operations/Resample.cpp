@@ -13,8 +13,10 @@ namespace {
 
 std::unique_ptr<CqTileMap> fnNewSize(const CqTileMap& map, std::uint32_t width,
                                      std::uint32_t height) {
-    return std::unique_ptr<CqTileMap>(
-        q32::fnNew<CqTileMap>(width, height, map.BitCount, map.Palette.get(), map.PaletteCount));
+    // At 4 bits the filter writes nothing, and nearest neighbour leaves the last nibble of a row.
+    const auto contents = map.BitCount == 4 ? q32::BlockContents::ZERO : q32::BlockContents::ANY;
+    return std::unique_ptr<CqTileMap>(q32::fnNew<CqTileMap>(
+        width, height, map.BitCount, map.Palette.get(), map.PaletteCount, contents));
 }
 
 /// Checked in addition to the last call's result: a host's own display may set only one of the two.

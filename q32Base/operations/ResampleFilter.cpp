@@ -26,7 +26,7 @@ public:
         const std::size_t down = ((height - 1) >> kTileShift) + 1;
         m_pTiles.reset(fnNewArray<TileEntry>(across * down));
         if (size != 0) // 4-bit pixels have 0 bytes
-            m_Block = PixelBlock(size);
+            m_Block = PixelBlock(size, 0, BlockContents::ANY);
         fnPlaceTiles(across, down);
     }
 

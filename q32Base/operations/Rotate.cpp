@@ -66,13 +66,14 @@ RotatedSize fnBoundingBox(const CqTileMap& map, const CPoint& center, double s, 
 }
 
 /// Raises the memory exception for a size that no image can have.
-std::unique_ptr<CqTileMap> fnNewMap(const CqTileMap& map, const RotatedSize& size) {
+std::unique_ptr<CqTileMap> fnNewMap(const CqTileMap& map, const RotatedSize& size,
+                                    q32::BlockContents contents) {
     constexpr std::int64_t kMax = 0xFFFFFFFF;
     if (size.m_nWidth > kMax || size.m_nHeight > kMax)
         AfxThrowMemoryException();
     return std::unique_ptr<CqTileMap>(q32::fnNew<CqTileMap>(
         static_cast<std::uint32_t>(size.m_nWidth), static_cast<std::uint32_t>(size.m_nHeight),
-        map.BitCount, map.Palette.get(), map.PaletteCount));
+        map.BitCount, map.Palette.get(), map.PaletteCount, contents));
 }
 
 } // namespace
@@ -95,10 +96,13 @@ void CqImage::fnRotate(double angle, const CqColor& background, CPoint* center, 
     CPoint newCenter;
     const double right = std::fabs(a);
     if (right == 90.0 || right == 270.0) {
-        target = fnNewMap(*TileMap, {Height, Width});
+        target = fnNewMap(*TileMap, {Height, Width}, q32::BlockContents::ANY);
     } else if (right != 180.0) {
         const RotatedSize size = fnBoundingBox(*TileMap, pivot, s, c, antiAlias);
-        target = fnNewMap(*TileMap, size);
+        // Moved pixels don't fill the larger map, and those of 16 bits aren't sampled.
+        const bool fills = BitCount != 16 && !fnIsNear(std::remainder(right, 90.0), 0.0);
+        target =
+            fnNewMap(*TileMap, size, fills ? q32::BlockContents::ANY : q32::BlockContents::ZERO);
         newCenter = {static_cast<LONG>(size.m_nWidth / 2), static_cast<LONG>(size.m_nHeight / 2)};
     }
 

@@ -1,6 +1,7 @@
 #include "tests/contract/ContractBackEnd.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -79,6 +80,47 @@ TEST_P(MemoryContract, RangesDontOverlap) {
                                 [&](std::uint8_t byte) { return byte == i; }));
         m_Memory.fnDecommit(ranges[i], kSize);
         EXPECT_TRUE(m_Memory.fnRelease(ranges[i], kSize));
+    }
+}
+
+TEST_P(MemoryContract, ARangeHeldBackIsHandedOutOnceAndAnotherStaysTheCallers) {
+    constexpr std::size_t kSize = 1u << 20;
+    for (const std::uint64_t limit : {std::uint64_t{0}, std::uint64_t{64} << 20}) {
+        void* address = m_Memory.fnReserve(kSize);
+        ASSERT_TRUE(m_Memory.fnCommit(address, kSize));
+        std::memset(address, 0x5A, kSize);
+        if (m_Memory.fnHoldBack(address, kSize, limit)) {
+            EXPECT_NE(limit, 0u);
+            EXPECT_GE(m_Memory.fnGetHeldBytes(), kSize);
+            address = m_Memory.fnTakeHeld(kSize);
+            ASSERT_NE(address, nullptr);
+        } else {
+            EXPECT_EQ(static_cast<std::uint8_t*>(address)[kSize - 1], 0x5A);
+        }
+        EXPECT_EQ(m_Memory.fnTakeHeld(kSize), nullptr);
+        EXPECT_EQ(m_Memory.fnGetHeldBytes(), 0u);
+        std::memset(address, 0xA5, kSize);
+        m_Memory.fnDecommit(address, kSize);
+        EXPECT_TRUE(m_Memory.fnRelease(address, kSize));
+    }
+}
+
+TEST_P(MemoryContract, WhatIsHeldBackIsReleasedOnRequest) {
+    constexpr std::size_t kSize = 1u << 20;
+    for (const bool byAge : {false, true}) {
+        void* address = m_Memory.fnReserve(kSize);
+        ASSERT_TRUE(m_Memory.fnCommit(address, kSize));
+        if (!m_Memory.fnHoldBack(address, kSize, kSize)) {
+            m_Memory.fnDecommit(address, kSize);
+            EXPECT_TRUE(m_Memory.fnRelease(address, kSize));
+        } else {
+            EXPECT_GT(m_Memory.fnReleaseHeld(std::chrono::hours(1)).count(), 0);
+        }
+        if (byAge)
+            EXPECT_EQ(m_Memory.fnReleaseHeld({}).count(), 0);
+        else
+            m_Memory.fnTrimHeld(0);
+        EXPECT_EQ(m_Memory.fnGetHeldBytes(), 0u);
     }
 }
 
