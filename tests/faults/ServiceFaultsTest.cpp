@@ -212,18 +212,25 @@ TEST(PlatformFaults, ATextIsUpdatedOrKeptWhateverFails) {
     const auto files = q32PosixPlatform().m_pFiles;
     const std::string name = folder.fnName("a");
     const std::string text(100000, 'x');
-    FaultOperation operation = fnService("update a text", [&] {
-        return files->fnUpdateText(name.c_str(), [&](std::string& all) {
-            all.assign(text);
-            return true;
+    for (const bool exists : {false, true}) {
+        FaultOperation operation = fnService("update a text", [&] {
+            return files->fnUpdateText(name.c_str(), [&](std::string& all) {
+                all.assign(text);
+                return true;
+            });
         });
-    });
-    operation.m_Prepare = [&] { folder.fnWrite("a", "old"); };
-    operation.m_Check = [&](bool done) -> std::string {
-        Q32_WANT(folder.fnRead("a") == (done ? text : "old"));
-        return "";
-    };
-    EXPECT_GT(fnFailEachCall(folder, operation).m_nRefused, 5u);
+        operation.m_Prepare = [&] {
+            std::filesystem::remove(folder.fnPath("a"));
+            if (exists)
+                folder.fnWrite("a", "old");
+        };
+        operation.m_Check = [&](bool done) -> std::string {
+            Q32_WANT(folder.fnRead("a") == (done ? text : exists ? "old" : ""));
+            return "";
+        };
+        operation.m_Clear = [&] { std::filesystem::remove(folder.fnPath("a")); };
+        EXPECT_GT(fnFailEachCall(folder, operation).m_nRefused, 5u);
+    }
 }
 
 TEST(PlatformFaults, ASweepDeletesLeftoversOrLeavesThemForTheNext) {

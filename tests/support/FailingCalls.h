@@ -1,8 +1,9 @@
 /// @file
 /// Makes calls of the system and of the C library's allocator fail on demand, counts them, and
 /// kills the process at one of them. A test program that links q32_failing_calls has these
-/// functions replaced, also for the shared libraries that it loads; outside the sections below
-/// they behave as usual. Calls of other threads never fail and aren't counted.
+/// functions replaced, also for the shared libraries that it loads; unless one
+/// of the objects below exists, they behave as usual. Calls of other threads never fail and aren't
+/// counted.
 #pragma once
 
 #include <cstddef>
@@ -26,7 +27,7 @@ std::span<const FailingFunction> fnFailingFunctions();
 
 /// During its lifetime, the `nth` call of a function by this thread (1 is the next one) fails with
 /// `error`, and with `all` every later one too. A close that fails has closed its descriptor.
-/// Sections, which the three classes here are, don't nest.
+/// Only one of CallFault, CallCount and fnKillAtCall is in force at a time.
 class CallFault {
 public:
     CallFault(const char* function, std::size_t nth, int error, bool all = false);
