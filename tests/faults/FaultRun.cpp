@@ -16,6 +16,7 @@
 #include <new>
 #include <set>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 // NOLINTBEGIN(bugprone-reserved-identifier): the sanitizer's names. Null without it.
@@ -279,6 +280,14 @@ FaultTally Runner::fnRun() {
 
 bool fnIsLongRun() {
     return std::getenv("Q32_TEST_LONG") != nullptr;
+}
+
+FaultOperation fnService(const char* name, std::function<bool()> work) {
+    FaultOperation operation;
+    operation.m_szName = name;
+    operation.m_Work = std::move(work);
+    operation.m_bService = true;
+    return operation;
 }
 
 FaultTally fnFailEachCall(const Folder& folder, const FaultOperation& operation) {

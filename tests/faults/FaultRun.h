@@ -33,6 +33,9 @@ struct FaultOperation {
     bool m_bRepeats = true;
 };
 
+/// The work of a service of the platform.
+FaultOperation fnService(const char* name, std::function<bool()> work);
+
 struct FaultTally {
     std::size_t m_nCalls = 0;   ///< of one clean run
     std::size_t m_nRuns = 0;    ///< with a failure
