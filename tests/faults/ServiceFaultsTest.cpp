@@ -16,8 +16,9 @@ namespace {
 TEST(ScratchFaults, ASweepDeletesLeftoversOrLeavesThemForTheNext) {
     const Folder folder;
     const std::string path = folder.fnPath();
-    FaultOperation operation =
-        fnService("sweep", [&] { return q32PosixSweepScratchFiles(path.c_str()) == 2; });
+    FaultOperation operation;
+    operation.m_szName = "sweep";
+    operation.m_Work = [&] { return q32PosixSweepScratchFiles(path.c_str()) == 2; };
     operation.m_Prepare = [&] {
         folder.fnWrite("~qd1.tmp", "left over");
         folder.fnWrite("~qd2.tmp", "left over");
