@@ -158,7 +158,7 @@ bool CqPosixScratch::fnCreateName(const char* directory, const char* prefix, std
             name = std::move(candidate);
             return true;
         }
-        if (file && claim != Claim::TAKEN_AWAY) {
+        if (file && errno != ESTALE) { // then the name is another file's
             const int cause = errno;
             ::unlink(path.c_str());
             errno = cause;

@@ -28,7 +28,7 @@ namespace q32::test {
 
 namespace {
 
-constexpr std::size_t kShortCalls = 12; ///< of one function in one operation, in the short form
+constexpr std::size_t kShortCalls = 30; ///< of one function in one operation, in the short form
 
 /// What a run may not change.
 struct Facts {
@@ -292,7 +292,6 @@ FaultOperation fnService(const char* name, std::function<bool()> work) {
 
 FaultTally fnFailEachCall(const Folder& folder, const FaultOperation& operation) {
     const FaultTally tally = Runner(folder, operation).fnRun();
-    EXPECT_GT(tally.m_nRuns, 0u) << operation.m_szName << " calls nothing";
     if (fnIsLongRun())
         std::printf("%-40s %6zu calls, %7zu failures, %7zu refused\n", operation.m_szName.c_str(),
                     tally.m_nCalls, tally.m_nRuns, tally.m_nRefused);

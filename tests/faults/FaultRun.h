@@ -11,6 +11,9 @@
 
 namespace q32::test {
 
+/// Where the folders of these tests are: in memory, since they save files thousands of times.
+inline constexpr char kFaultRoot[] = "/dev/shm";
+
 /// Whether the long forms run: each call, with each of its errors. The short ones stride over the
 /// calls, with one error for each.
 bool fnIsLongRun();

@@ -30,7 +30,7 @@ protected:
         return options;
     }
 
-    Folder m_Folder;
+    Folder m_Folder{kFaultRoot};
 };
 
 /// What a picture shows.

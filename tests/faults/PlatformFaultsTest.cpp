@@ -34,7 +34,7 @@ private:
 } // namespace
 
 TEST(PlatformFaults, APlatformIsMadeOrRefusedWhateverFails) {
-    const Folder folder;
+    const Folder folder{kFaultRoot};
     const Variable temp("TMPDIR", folder.fnPath().c_str());
     const Variable config("XDG_CONFIG_HOME", nullptr);
     const Variable home("HOME", nullptr);
@@ -56,7 +56,7 @@ TEST(PlatformFaults, APlatformIsMadeOrRefusedWhateverFails) {
 }
 
 TEST(PlatformFaults, TheLibraryIsAttachedOrNotWhateverFails) {
-    const Folder folder;
+    const Folder folder{kFaultRoot};
     CqPosixOptions options;
     options.m_szTempDirectory = folder.fnPath();
     options.m_szConfigDirectory = folder.fnPath();
@@ -74,12 +74,12 @@ TEST(PlatformFaults, TheLibraryIsAttachedOrNotWhateverFails) {
 }
 
 TEST(PlatformFaults, AskingForUsableMemoryNeverFailsForAFile) {
-    const Folder folder;
+    const Folder folder{kFaultRoot};
     fnFailEachCall(folder, fnService("usable memory", [] { return q32PosixUsableMemory() != 0; }));
 }
 
 TEST(PlatformFaults, QueriesOfFilesSucceedOrFailCleanly) {
-    const Folder folder;
+    const Folder folder{kFaultRoot};
     for (const char* name : {"a1.txt", "a2.txt", "b.txt"})
         folder.fnWrite(name, "123");
     const auto files = q32PosixPlatform().m_pFiles;
@@ -110,7 +110,7 @@ TEST(PlatformFaults, QueriesOfFilesSucceedOrFailCleanly) {
 }
 
 TEST(PlatformFaults, AFileIsDeletedOrStaysWhateverFails) {
-    const Folder folder;
+    const Folder folder{kFaultRoot};
     const auto files = q32PosixPlatform().m_pFiles;
     const std::string name = folder.fnName("a");
     FaultOperation operation =
@@ -134,7 +134,7 @@ TEST(PlatformFaults, AFileIsDeletedOrStaysWhateverFails) {
 }
 
 TEST(PlatformFaults, AStreamReadsWhatItWroteOrFails) {
-    const Folder folder;
+    const Folder folder{kFaultRoot};
     const auto files = q32PosixPlatform().m_pFiles;
     const std::string name = folder.fnName("a");
     const std::string text(300000, 'x');
@@ -168,7 +168,7 @@ TEST(PlatformFaults, AStreamReadsWhatItWroteOrFails) {
 }
 
 TEST(PlatformFaults, AReplacementIsWholeOrNothingWhateverFails) {
-    const Folder folder;
+    const Folder folder{kFaultRoot};
     const auto files = q32PosixPlatform().m_pFiles;
     const std::string name = folder.fnName("a");
     const std::string text(100000, 'x');
@@ -195,7 +195,7 @@ TEST(PlatformFaults, AReplacementIsWholeOrNothingWhateverFails) {
 }
 
 TEST(PlatformFaults, ATextIsUpdatedOrKeptWhateverFails) {
-    const Folder folder;
+    const Folder folder{kFaultRoot};
     const auto files = q32PosixPlatform().m_pFiles;
     const std::string name = folder.fnName("a");
     const std::string text(100000, 'x');

@@ -14,7 +14,7 @@ namespace q32::test {
 namespace {
 
 TEST(ScratchFaults, ASweepDeletesLeftoversOrLeavesThemForTheNext) {
-    const Folder folder;
+    const Folder folder{kFaultRoot};
     const std::string path = folder.fnPath();
     FaultOperation operation;
     operation.m_szName = "sweep";
@@ -33,7 +33,7 @@ TEST(ScratchFaults, ASweepDeletesLeftoversOrLeavesThemForTheNext) {
 }
 
 TEST(ScratchFaults, BytesOfACrowdedViewStayWhateverAdviceFails) {
-    const Folder folder;
+    const Folder folder{kFaultRoot};
     constexpr std::uint32_t kBytes = 9u << 20;
     constexpr std::uint32_t kPart = 1u << 20;
     for (const bool guarded : {false, true}) {
