@@ -30,7 +30,8 @@ struct FaultOperation {
     std::function<void()> m_Clear = [] {};
     /// A service of the platform may throw std::bad_alloc; what a host calls may not.
     bool m_bService = false;
-    /// A codec's library doesn't free all blocks when it is refused others.
+    /// A foreign library (libtiff, or the C library in newlocale) doesn't free all blocks when it
+    /// is refused others.
     bool m_bLosesBlocks = false;
     /// An interrupted or partial call doesn't matter to it.
     bool m_bRepeats = true;

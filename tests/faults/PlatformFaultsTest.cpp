@@ -45,6 +45,7 @@ TEST(PlatformFaults, APlatformIsMadeOrRefusedWhateverFails) {
         platform = q32PosixPlatform(options);
         return true;
     });
+    operation.m_bLosesBlocks = true; // newlocale
     operation.m_Check = [&](bool done) -> std::string {
         Q32_WANT(!done || platform->fnIsComplete());
         std::string directory;

@@ -18,6 +18,7 @@ TEST(ScratchFaults, ASweepDeletesLeftoversOrLeavesThemForTheNext) {
     const std::string path = folder.fnPath();
     FaultOperation operation;
     operation.m_szName = "sweep";
+    operation.m_bLosesBlocks = true; // newlocale
     operation.m_Work = [&] { return q32PosixSweepScratchFiles(path.c_str()) == 2; };
     operation.m_Prepare = [&] {
         folder.fnWrite("~qd1.tmp", "left over");
