@@ -34,6 +34,7 @@ void* fnGiveOut(void* block) {
 
 } // namespace
 
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the headers have reserved names
 Q32_VISIBLE void* malloc(std::size_t size) noexcept {
     if (Call(CALL_malloc).fnFails())
         return nullptr;
@@ -106,6 +107,7 @@ Q32_VISIBLE int mprotect(void* where, std::size_t size, int access) noexcept {
 Q32_VISIBLE int madvise(void* where, std::size_t size, int advice) noexcept {
     Q32_CALL(-1, madvise, where, size, advice);
 }
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
 
 namespace q32::test {
 

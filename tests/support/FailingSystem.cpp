@@ -1,9 +1,9 @@
 #include "tests/support/FailingCalls_p.h"
 
+#include <clocale>
 #include <cstdarg>
 #include <dirent.h>
 #include <fcntl.h>
-#include <locale.h>
 #include <pwd.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
@@ -24,6 +24,7 @@ mode_t fnMode(int flags, va_list rest) {
 
 // Files by name.
 
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the headers have reserved names
 Q32_VISIBLE int open(const char* path, int flags, ...) {
     va_list rest;
     va_start(rest, flags);
@@ -148,3 +149,4 @@ Q32_VISIBLE int getpwuid_r(uid_t user, passwd* entry, char* buffer, size_t size,
     *found = nullptr;
     Q32_CALL(call.fnGetError(), getpwuid_r, user, entry, buffer, size, found);
 }
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
