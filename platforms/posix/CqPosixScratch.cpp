@@ -38,7 +38,9 @@ enum class Claim { HELD, TAKEN_AWAY, FAILED };
 Claim fnClaim(const char* path, const Descriptor& file) {
     if (!fnTryLock(file, LOCK_EX))
         return errno == EWOULDBLOCK ? Claim::TAKEN_AWAY : Claim::FAILED;
-    return fnIsNameOf(AT_FDCWD, path, file) ? Claim::HELD : Claim::TAKEN_AWAY;
+    if (fnIsNameOf(AT_FDCWD, path, file))
+        return Claim::HELD;
+    return errno == ENOENT || errno == ESTALE ? Claim::TAKEN_AWAY : Claim::FAILED;
 }
 
 /// Reserves blocks where the file system has no call for it: by writing zeros, synchronised to
@@ -156,7 +158,7 @@ bool CqPosixScratch::fnCreateName(const char* directory, const char* prefix, std
             name = std::move(candidate);
             return true;
         }
-        if (file && claim != Claim::TAKEN_AWAY) {
+        if (file && errno != ESTALE) { // then the name is another file's
             const int cause = errno;
             ::unlink(path.c_str());
             errno = cause;

@@ -2,6 +2,7 @@
 #include "platforms/posix/FileAccess_p.h"
 #include "platforms/posix/Path_p.h"
 #include "platforms/posix/posix.h"
+#include "q32Base/framework/Memory.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -30,16 +31,18 @@ bool fnSweepOne(int directory, const std::string& name) {
 } // namespace
 
 std::size_t q32PosixSweepScratchFiles(const char* directory) {
-    const CodePage codePage{std::string()};
-    const std::string path = fnNativePath(codePage, directory);
-    const Descriptor open(
-        fnRetry([&] { return ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
-    if (!open)
-        return 0;
     std::size_t deleted = 0;
-    for (const std::string& name : fnListDirectory(path))
-        if (fnMatches(codePage, kScratchMask, name) && fnSweepOne(open.fnGet(), name))
-            ++deleted;
+    q32::fnTryMemory([&] {
+        const CodePage codePage{std::string()};
+        const std::string path = fnNativePath(codePage, directory);
+        const Descriptor open(
+            fnRetry([&] { return ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+        if (!open)
+            return;
+        for (const std::string& name : fnListDirectory(path))
+            if (fnMatches(codePage, kScratchMask, name) && fnSweepOne(open.fnGet(), name))
+                ++deleted;
+    });
     return deleted;
 }
 

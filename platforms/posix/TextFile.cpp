@@ -86,6 +86,11 @@ bool fnUpdateTextFile(const std::string& path, std::chrono::milliseconds patienc
         return false;
     }
 
+    // One that has appeared meanwhile isn't lost for what was added to nothing.
+    if (!exists && ::stat(target.c_str(), &old) == 0) {
+        errno = EEXIST;
+        return false;
+    }
     Descriptor file;
     ReplacementFile replacement(target, file);
     return replacement && fnWriteAt(file, text.data(), text.size(), 0) &&

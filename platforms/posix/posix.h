@@ -21,7 +21,8 @@ Q32_API std::uint64_t q32PosixUsableMemory();
 
 /// Deletes scratch files left by killed processes in a directory: regular files owned by the
 /// caller, named "~qd*.tmp", that are not locked. Files in use by any process stay.
-/// @return  how many were deleted; 0 also for a directory that can't be read
+/// @return  how many were deleted; 0 also for a directory that can't be read, and fewer when memory
+///          runs out
 Q32_API std::size_t q32PosixSweepScratchFiles(const char* directory);
 /// The same for several directories, such as the scratch paths; empty names are skipped.
 Q32_API std::size_t q32PosixSweepScratchFiles(std::span<const std::string> directories);

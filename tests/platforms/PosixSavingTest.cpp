@@ -1,21 +1,18 @@
 /// @file
-/// Files are replaced whole or not at all, whatever fails and whenever the process is killed.
+/// Files are replaced whole or not at all, whatever fails. Kills are in tests/faults/KillTest.cpp.
 
-#include "tests/platforms/FileFaults.h"
 #include "tests/platforms/PosixTestTools.h"
 #include "tests/support/FailingAllocator.h"
-#include "tests/support/Random.h"
+#include "tests/support/FailingCalls.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace q32::test;
@@ -81,6 +78,30 @@ private:
     mode_t m_nBefore;
 };
 
+void fnPrepare(const Folder& folder, bool exists) {
+    std::filesystem::remove(folder.fnPath("a"));
+    if (exists)
+        folder.fnWrite("a", "old");
+}
+
+bool fnSaveEither(const Folder& folder, bool settings) {
+    return settings ? fnPut(folder.fnName("a"), "new")
+                    : fnSave(folder.fnName("a"), "new") == FILE_CAUSE_NONE;
+}
+
+/// The calls of the system that saving makes.
+std::vector<std::string> fnCalled(const Folder& folder, bool settings, bool exists) {
+    fnPrepare(folder, exists);
+    std::vector<std::string> called;
+    const CallCount count;
+    EXPECT_TRUE(fnSaveEither(folder, settings));
+    const auto functions = fnFailingFunctions();
+    for (std::size_t i = 0; i < functions.size(); ++i)
+        if (!functions[i].m_bMemory && CallCount::fnOf(i) != 0)
+            called.emplace_back(functions[i].m_szName);
+    return called;
+}
+
 constexpr char kLeftover[] = ".q32save-0123456789abcdef";
 
 } // namespace
@@ -126,14 +147,14 @@ TEST(PosixSaving, WhoMayNotKeepOwnerAndGroupGrantsNobodyMore) {
         folder.fnWrite("a", "old");
         ::chmod(folder.fnPath("a").c_str(), mode.m_nOld);
         {
-            const FileFault fault("fchown", 1, EPERM, true);
+            const CallFault fault("fchown", 1, EPERM, true);
             EXPECT_EQ(fnSave(folder.fnName("a"), "new"), FILE_CAUSE_NONE);
         }
         EXPECT_EQ(fnMode(folder.fnPath("a")), mode.m_nNew) << mode.m_nOld;
     }
     // The group alone may be kept.
     ::chmod(folder.fnPath("a").c_str(), 06775);
-    const FileFault fault("fchown", 1, EPERM);
+    const CallFault fault("fchown", 1, EPERM);
     EXPECT_EQ(fnSave(folder.fnName("a"), "new"), FILE_CAUSE_NONE);
     EXPECT_EQ(fnMode(folder.fnPath("a")), 0775u);
 }
@@ -225,7 +246,7 @@ TEST(PosixSaving, WorksOnAFileSystemWithoutLocks) {
     const Folder folder;
     folder.fnWrite("a", "old");
     for (const int error : {ENOLCK, EOPNOTSUPP, ENOSYS, EINVAL}) {
-        const FileFault fault("flock", 1, error, true);
+        const CallFault fault("flock", 1, error, true);
         for (int i = 0; i < (error == ENOLCK ? 101 : 2); ++i)
             ASSERT_EQ(fnSave(folder.fnName("a"), std::to_string(i)), FILE_CAUSE_NONE);
         EXPECT_EQ(folder.fnRead("a"), error == ENOLCK ? "100" : "1");
@@ -253,21 +274,18 @@ TEST(PosixSaving, EachFailedCallKeepsTheOldFileOrSavesTheNewOne) {
         for (const bool exists : {false, true}) {
             int failed = 0;
             int saved = 0;
-            for (const std::string& function : fnFileFunctions()) {
+            for (const std::string& function : fnCalled(folder, settings, exists)) {
                 constexpr int kErrors[] = {EIO, ENOSPC, EACCES, EINTR, ENOENT, EMFILE};
                 for (std::size_t first = 0; first < 2; ++first) {
                     for (std::size_t nth = 1;; ++nth) {
                         const int error = kErrors[(first * 3 + nth) % std::size(kErrors)];
-                        std::filesystem::remove(folder.fnPath("a"));
-                        if (exists)
-                            folder.fnWrite("a", "old");
+                        fnPrepare(folder, exists);
                         const std::ptrdiff_t open = fnCountDescriptors();
                         bool done = false;
                         bool happened = false;
                         {
-                            const FileFault fault(function, nth, error);
-                            done = settings ? fnPut(folder.fnName("a"), "new")
-                                            : fnSave(folder.fnName("a"), "new") == FILE_CAUSE_NONE;
+                            const CallFault fault(function.c_str(), nth, error);
+                            done = fnSaveEither(folder, settings);
                             happened = fault.fnHappened();
                         }
                         const std::string what =
@@ -296,7 +314,7 @@ TEST(PosixSaving, EachFailedCallKeepsTheOldFileOrSavesTheNewOne) {
 TEST(PosixSaving, AFailureAfterTheRenameIsNone) {
     const Folder folder;
     const auto made = fnBegin(folder.fnName("a"), "new");
-    const FileFault fault("fsync", 2, EIO);
+    const CallFault fault("fsync", 2, EIO);
     EXPECT_EQ(made->fnCommit(), FILE_CAUSE_NONE);
     EXPECT_TRUE(fault.fnHappened()) << "the directory";
     EXPECT_EQ(folder.fnRead("a"), "new");
@@ -394,54 +412,4 @@ TEST(PosixSaving, AFileThatIsNotWritableOrNotRegularIsKept) {
     EXPECT_NE(fnSave(folder.fnName("pipe"), "new"), FILE_CAUSE_NONE);
     EXPECT_EQ(fnSave(folder.fnName("none\\a"), "new"), FILE_CAUSE_BAD_PATH);
     EXPECT_EQ(folder.fnCount(), 3u);
-}
-
-TEST(PosixSaving, AProcessKilledAnywhereLeavesTheOldFileOrTheNewOne) {
-    const Folder folder;
-    constexpr int kKills = 200;
-    Random random(9);
-    const std::string a(70000, 'a');
-    const std::string b(50000, 'b');
-    const std::string lines = "[VMPolicy]\nMemPercent=50\n[Count]\nn=";
-    ASSERT_EQ(fnSave(folder.fnName("picture"), a), FILE_CAUSE_NONE);
-    ASSERT_TRUE(fnPut(folder.fnName("Qkz.cfg"), lines + "0\n"));
-    int counted = 0;
-    std::size_t left = 0;
-    for (int kill = 0; kill < kKills; ++kill) {
-        int started[2];
-        ASSERT_EQ(::pipe(started), 0);
-        const pid_t child = ::fork();
-        if (child == 0) {
-            for (int i = 0;; ++i) {
-                if (i == 1 && ::write(started[1], "", 1) != 1)
-                    ::_exit(1);
-                fnSave(folder.fnName("picture"), i % 2 == 0 ? b : a);
-                fnFiles()->fnUpdateText(folder.fnName("Qkz.cfg").c_str(), [&](std::string& all) {
-                    all = lines + std::to_string(std::stoi(all.substr(lines.size())) + 1) + "\n";
-                    return true;
-                });
-            }
-        }
-        ASSERT_GT(child, 0);
-        // The first round takes as long as the machine is busy.
-        char byte;
-        ASSERT_EQ(::read(started[0], &byte, 1), 1);
-        ::close(started[0]);
-        ::close(started[1]);
-        ::usleep(static_cast<useconds_t>(random() % 6000));
-        ::kill(child, SIGKILL);
-        ::waitpid(child, nullptr, 0);
-        left += fnHidden(folder).size();
-        const std::string picture = folder.fnRead("picture");
-        ASSERT_TRUE(picture == a || picture == b) << kill;
-        const std::string settings = folder.fnRead("Qkz.cfg");
-        ASSERT_TRUE(settings.starts_with(lines) && settings.ends_with("\n")) << settings;
-        const int count = std::stoi(settings.substr(lines.size()));
-        ASSERT_GE(count, counted);
-        counted = count;
-    }
-    EXPECT_GT(counted, 0);
-    EXPECT_GT(left, 0u) << "no kill hit a save";
-    EXPECT_EQ(fnSave(folder.fnName("picture"), a), FILE_CAUSE_NONE);
-    EXPECT_EQ(folder.fnCount(), 3u) << "two files and a lock";
 }

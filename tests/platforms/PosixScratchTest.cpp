@@ -1,18 +1,13 @@
-#include "platforms/posix/CqPosixScratch_p.h"
-#include "tests/platforms/PosixTestTools.h"
+#include "tests/platforms/PosixScratchTools.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/statvfs.h>
 #include <unistd.h>
 #include <vector>
 
@@ -21,141 +16,6 @@ using namespace q32::test;
 namespace {
 
 constexpr std::uint32_t kSize = 300001; // not a multiple of pages or blocks
-
-std::shared_ptr<CqScratchService> fnNewService() {
-    return q32PosixPlatform().m_pScratch;
-}
-
-template <std::uint64_t kMemory>
-std::shared_ptr<CqScratchService> fnNewServiceOfMemory() {
-    return std::make_shared<CqPosixScratch>(std::make_shared<q32::posix::CodePage>(""),
-                                            [] { return kMemory; });
-}
-
-std::string fnNative(std::string name) {
-    std::replace(name.begin(), name.end(), '\\', '/');
-    return name;
-}
-
-struct stat fnFacts(const std::string& name) {
-    struct stat facts {};
-    ::stat(fnNative(name).c_str(), &facts);
-    return facts;
-}
-
-bool fnStands(const std::string& name) {
-    return std::filesystem::exists(std::filesystem::symlink_status(fnNative(name)));
-}
-
-std::size_t fnFreeBytes(const std::string& path) {
-    struct statvfs facts {};
-    ::statvfs(path.c_str(), &facts);
-    return facts.f_bfree * facts.f_frsize;
-}
-
-/// A scratch buffer, created through all its steps.
-struct Buffer {
-    Buffer(CqScratchService& scratch, const std::string& directory, std::uint32_t size)
-        : m_Scratch(scratch), m_nSize(size) {
-        if (!scratch.fnCreateName(directory.c_str(), "~qd", m_Name))
-            return;
-        m_File = scratch.fnOpen(m_Name.c_str());
-        if (!scratch.fnSetSize(m_File, size))
-            return;
-        m_File = scratch.fnReopen(m_File, m_Name.c_str());
-        m_Mapping = scratch.fnCreateMapping(m_File, size);
-        m_pView = static_cast<char*>(scratch.fnMapView(m_Mapping, size));
-    }
-    ~Buffer() {
-        if (m_pView)
-            m_Scratch.fnUnmapView(m_pView, m_nSize);
-        m_Scratch.fnCloseMapping(m_Mapping);
-        m_Scratch.fnClose(m_File);
-        m_Scratch.fnDelete(m_Name.c_str());
-    }
-
-    CqScratchService& m_Scratch;
-    std::uint32_t m_nSize;
-    std::string m_Name;
-    CqFileHandle m_File = kNoFile;
-    CqMappingHandle m_Mapping = kNoMapping;
-    char* m_pView = nullptr;
-};
-
-/// Shared by the tests of a real full disk and of the limit that simulates it.
-std::string fnFailToReserve(const std::string& directory, std::uint32_t size) {
-    const std::size_t before = fnFreeBytes(directory);
-    const auto scratch = fnNewService();
-    std::string name;
-    Q32_WANT(scratch->fnCreateName((directory + '\\').c_str(), "~qd", name));
-    const CqFileHandle file = scratch->fnOpen(name.c_str());
-    Q32_WANT(file != kNoFile);
-    Q32_WANT(!scratch->fnSetSize(file, size));
-    Q32_WANT(fnFacts(name).st_size == 0);
-    Q32_WANT(fnFacts(name).st_blocks == 0);
-    // The handle is still usable, for a size that fits.
-    Q32_WANT(scratch->fnSetSize(file, 4096));
-    Q32_WANT(fnFacts(name).st_size == 4096);
-    scratch->fnClose(file);
-    Q32_WANT(scratch->fnDelete(name.c_str()));
-    Q32_WANT(!fnStands(name));
-    // Other processes write to the machine's disk meanwhile, but not to the small one.
-    if (before < (std::size_t{64} << 20))
-        Q32_WANT(fnFreeBytes(directory) == before);
-    return "";
-}
-
-/// Writes out what this file system holds back.
-void fnSyncDisk(const std::string& directory) {
-    const int place = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    ::syncfs(place);
-    ::close(place);
-}
-
-/// Writes to a disk until it takes no byte more, and then makes small files, which take the room of
-/// its records.
-std::string fnFillDisk(const std::string& directory) {
-    const std::string big = directory + "/fill";
-    const int file = ::open(big.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-    Q32_WANT(file >= 0);
-    std::vector<char> bytes(1u << 20, 'f');
-    for (std::size_t part = bytes.size(); part != 0; part /= 4)
-        while (::write(file, bytes.data(), part) == static_cast<ssize_t>(part)) {
-        }
-    ::fsync(file);
-    ::close(file);
-    for (int i = 0; i < 3000; ++i) {
-        const int small =
-            ::open((big + std::to_string(i)).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-        if (small < 0)
-            break;
-        const bool more = ::write(small, bytes.data(), 100) == 100;
-        ::close(small);
-        if (!more)
-            break;
-    }
-    fnSyncDisk(directory);
-    return "";
-}
-
-/// Writes a buffer again and again, each time out to its disk, that another process may have filled
-/// after the buffer was made.
-std::string fnWriteOften(const std::string& directory, std::uint32_t size, bool fill) {
-    const auto scratch = fnNewServiceOfMemory<1>(); // touches nothing in advance
-    const Buffer buffer(*scratch, directory + '\\', size);
-    Q32_WANT(buffer.m_pView != nullptr);
-    if (fill)
-        Q32_WANT(fnInChild([&] { return fnFillDisk(directory); }).empty());
-    for (int round = 1; round < 4; ++round) {
-        std::memset(buffer.m_pView, round, size);
-        Q32_WANT(::msync(buffer.m_pView, size, MS_SYNC) == 0);
-        fnSyncDisk(directory);
-        Q32_WANT(::madvise(buffer.m_pView, size, MADV_DONTNEED) == 0);
-        Q32_WANT(std::all_of(buffer.m_pView, buffer.m_pView + size,
-                             [=](char byte) { return byte == round; }));
-    }
-    return "";
-}
 
 } // namespace
 
@@ -272,42 +132,6 @@ TEST(PosixScratch, TheBlocksAreReservedBeforeAnythingIsWritten) {
     EXPECT_EQ(fnFacts(name).st_size, 0);
     scratch->fnClose(file);
     EXPECT_FALSE(scratch->fnSetSize(file, 1)) << "a closed handle";
-}
-
-TEST(PosixScratch, AFullDiskFailsAtTheReservationWhichFreesItsBlocks) {
-    const Folder folder;
-    const std::string disk = folder.fnPath("disk");
-    std::filesystem::create_directory(disk);
-    std::string found;
-    // Without the right to mount, the limit of the next test simulates the full disk.
-    if (!fnOnSmallDisk(
-            disk, [&] { return fnFailToReserve(disk, 64u << 20); }, found))
-        found = fnWithFileLimit(1u << 20, [&] { return fnFailToReserve(disk, 64u << 20); });
-    EXPECT_EQ(found, "");
-}
-
-// scripts/test-filesystems runs this on the file systems that it mounts.
-TEST(PosixScratch, ADiskThatAnotherProcessFillsKeepsTheBytesOfAReservedView) {
-    if (const char* const disk = std::getenv("Q32_TEST_DISK")) {
-        for (const bool fill : {false, true})
-            EXPECT_EQ(fnInChild([&] { return fnWriteOften(disk, 64u << 20, fill); }), "") << fill;
-        return;
-    }
-    const Folder folder;
-    const std::string disk = folder.fnPath("disk");
-    std::filesystem::create_directory(disk);
-    std::string found;
-    // Without the right to mount, the disk of the tests stays as full as it is.
-    if (!fnOnSmallDisk(
-            disk, [&] { return fnWriteOften(disk, 6u << 20, true); }, found))
-        found = fnInChild([&] { return fnWriteOften(folder.fnPath(), 6u << 20, false); });
-    EXPECT_EQ(found, "");
-}
-
-TEST(PosixScratch, AFileSizeLimitIsAFailureAndNotASignal) {
-    const Folder folder;
-    EXPECT_EQ(fnWithFileLimit(1u << 20, [&] { return fnFailToReserve(folder.fnPath(), 2u << 20); }),
-              "");
 }
 
 TEST(PosixScratch, ANameReplacedByALinkIsNotFollowed) {

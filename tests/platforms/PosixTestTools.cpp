@@ -60,7 +60,7 @@ bool fnMountSmallDisk(const std::string& mountPoint) {
 
 } // namespace
 
-Folder::Folder() : m_Path("/var/tmp/q32testXXXXXX") {
+Folder::Folder(const std::string& root) : m_Path(root + "/q32testXXXXXX") {
     if (!::mkdtemp(m_Path.data()))
         throw std::runtime_error("no folder for the test: " + std::string(std::strerror(errno)));
 }

@@ -11,10 +11,10 @@
 
 namespace q32::test {
 
-/// A new folder on the disk of /var/tmp; deleted with its content.
+/// A new folder on the disk of /var/tmp, or of another directory; deleted with its content.
 class Folder {
 public:
-    Folder();
+    explicit Folder(const std::string& root = "/var/tmp");
     ~Folder();
     Folder(const Folder&) = delete;
     Folder& operator=(const Folder&) = delete;
