@@ -140,7 +140,7 @@ void fnRegisterAll(const Kernels& kernels, const std::string& name, std::size_t 
 }
 
 void fnRegisterMemcpy() {
-    for (const std::size_t bytes : {1, 2, 3, 4}) {
+    for (const std::size_t bytes : {1u, 2u, 3u, 4u}) {
         const std::string name = "memcpy" + std::to_string(8 * bytes);
         const auto copy = [bytes](const std::uint8_t* source, std::uint8_t* target,
                                   std::size_t count) {
@@ -239,15 +239,15 @@ void fnRegisterInPlace(const Kernels& k, const std::string& level) {
 
 // Pixels are counted in the target, in rows of 128.
 void fnRegisterZooms(const Kernels& k, const std::string& level) {
-    for (const std::size_t bytes : {1, 2, 3, 4}) {
-        for (const std::size_t factor : {2, 3, 5, 16})
+    for (const std::size_t bytes : {1u, 2u, 3u, 4u}) {
+        for (const std::size_t factor : {2u, 3u, 5u, 16u})
             fnRegister(level + "Inflate" + std::to_string(8 * bytes) + "By" +
                            std::to_string(factor) + "/tile",
                        0, bytes, true,
                        [=, &k](const std::uint8_t*, std::uint8_t* target, std::size_t count) {
                            k.fnInflate[bytes - 1](fnSource(), target, count, factor, 0);
                        });
-        for (const std::size_t factor : {2, 3, 8})
+        for (const std::size_t factor : {2u, 3u, 8u})
             fnRegister(level + "Shrink" + std::to_string(8 * bytes) + "By" +
                            std::to_string(factor) + "/tile",
                        0, bytes, true,

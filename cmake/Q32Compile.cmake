@@ -62,13 +62,30 @@ function(q32_folders)
     endforeach()
 endfunction()
 
+# Options of sources that use precompiled headers. gcc 12 warns about the standard library itself when it is
+# precompiled. With the others ccache knows that what is precompiled depends on nothing but its sources.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    set(Q32_PRECOMPILED_OPTIONS -Wno-array-bounds -Wno-stringop-overflow -fpch-preprocess)
+else()
+    set(Q32_PRECOMPILED_OPTIONS "SHELL:-Xclang -fno-pch-timestamp")
+endif()
+
 # q32_precompile(<target> <header>...): compiles what most sources of a target include once, in builds for tests.
 # Release builds and clang-tidy show that each source includes what it needs.
 option(Q32_PRECOMPILE "Precompile headers of the libraries, too" OFF)
 function(q32_precompile target)
     if(Q32_PRECOMPILE)
-        # gcc 12 warns of the standard library itself where that is precompiled; ccache needs the last option.
-        target_compile_options(${target} PRIVATE -Wno-array-bounds -Wno-stringop-overflow -fpch-preprocess)
+        target_compile_options(${target} PRIVATE ${Q32_PRECOMPILED_OPTIONS})
         target_precompile_headers(${target} PRIVATE ${ARGN})
+    endif()
+endfunction()
+
+# q32_check_integers(<target>): ends a test, under clang, where unsigned arithmetic of the target wraps or a
+# conversion loses bits, unless cmake/integers.ignore names the place.
+option(Q32_CHECK_INTEGERS "Check unsigned arithmetic and conversions, too; needs clang" OFF)
+function(q32_check_integers target)
+    if(Q32_CHECK_INTEGERS)
+        target_compile_options(${target} PRIVATE
+            -fsanitize=integer "-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/integers.ignore")
     endif()
 endfunction()

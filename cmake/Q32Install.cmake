@@ -40,9 +40,12 @@ function(q32_component target name)
 
     # Undefined symbols of a shared library are reported when it is linked, not when a host starts.
     if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+        set(exports "${PROJECT_SOURCE_DIR}/cmake/exports.map")
         target_link_options(${target} PRIVATE
-            $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY>:LINKER:--no-undefined>)
+            $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY>:LINKER:--no-undefined,--version-script=${exports}>)
+        set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${exports}")
     endif()
+    q32_harden(${target})
 
     # A host's find_package loads components in the order of these calls.
     get_target_property(type ${target} TYPE)

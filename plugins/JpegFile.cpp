@@ -1,17 +1,12 @@
 #include "plugins/CodecInput_p.h"
-#include "plugins/CodecOutput_p.h"
 #include "plugins/CodecSamples_p.h"
-#include "plugins/PictureCodec_p.h"
-#include "plugins/PictureSource_p.h"
+#include "plugins/JpegHandle_p.h"
+#include "plugins/JpegScans_p.h"
 #include "plugins/PictureTarget_p.h"
-
-// jpeglib.h needs size_t and FILE declared ahead of it.
-#include <jpeglib.h>
 
 #include <algorithm>
 #include <climits>
 #include <cstddef>
-#include <cstdio>
 #include <jerror.h>
 #include <memory>
 
@@ -26,68 +21,29 @@ constexpr std::uint64_t kMaxPixelsPerByte = 512;
 /// a byte for so many blocks each. Pictures have some ten scans, and those of more are not empty.
 constexpr unsigned int kFreeScans = 32;
 constexpr std::uint64_t kMaxBlocksPerByte = 256;
-constexpr std::size_t kOutputBlock = 16384;
 constexpr double kInchesPerMeter = 1 / 0.0254;
 /// Camera and editor metadata (APP1), profiles and further pictures (APP2), print metadata (APP13).
 constexpr int kNoteMarkers[] = {JPEG_APP0 + 1, JPEG_APP0 + 2, JPEG_APP0 + 13};
-constexpr int kDotsPerInchUnit = 1;
 constexpr int kDotsPerCentimeterUnit = 2;
 
-/// The state of libjpeg's callbacks, reached through `client_data`.
-struct JpegState {
-    std::jmp_buf m_Jump;
-    jpeg_error_mgr m_Errors;
-    CodecFailure m_Failure = {MESSAGE_CORRUPTED};
-    CodecInput* m_pInput = nullptr;
-    CodecOutput* m_pOutput = nullptr;
-    bool m_bHasNotes = false; ///< the file being read has markers of kNoteMarkers
-    JOCTET m_Block[kOutputBlock];
+struct ReadState : JpegState {
+    explicit ReadState(CodecInput& input) : m_Input(input) {}
+
+    CodecInput& m_Input;
+    bool m_bHasNotes = false; ///< the file has markers of kNoteMarkers
 };
 
-JpegState& fnState(j_common_ptr jpeg) {
-    return *static_cast<JpegState*>(jpeg->client_data);
-}
-
-[[noreturn]] void fnJpegError(j_common_ptr jpeg) {
-    JpegState& state = fnState(jpeg);
-    switch (jpeg->err->msg_code) {
-    case JERR_OUT_OF_MEMORY:
-        state.m_Failure = {MESSAGE_NO_MEMORY};
-        break;
-    case JERR_NO_BACKING_STORE:
-        state.m_Failure = {MESSAGE_NO_MEMORY, PICTURE_LIMIT_CODEC};
-        break;
-    case JERR_ARITH_NOTIMPL:
-    case JERR_BAD_PRECISION:
-    case JERR_CONVERSION_NOTIMPL:
-    case JERR_SOF_UNSUPPORTED:
-        state.m_Failure = {MESSAGE_UNSUPPORTED};
-        break;
-    default:
-        break;
-    }
-    std::longjmp(state.m_Jump, 1);
-}
-
-/// Except for those about bytes between segments and about versions, a warning means that pixels
-/// were invented.
-void fnJpegMessage(j_common_ptr jpeg, int level) {
-    const int code = jpeg->err->msg_code;
-    const bool harmless = level >= 0 || code == JWRN_EXTRANEOUS_DATA || code == JWRN_JFIF_MAJOR ||
-                          code == JWRN_ADOBE_XFORM || code == JWRN_TOO_MUCH_DATA;
-    if (!harmless)
-        fnJpegError(jpeg);
+ReadState& fnState(j_decompress_ptr jpeg) {
+    return static_cast<ReadState&>(*static_cast<JpegState*>(jpeg->client_data));
 }
 
 void fnNothing(j_decompress_ptr) {}
 
 boolean fnFillInput(j_decompress_ptr jpeg) {
-    CodecInput& input = *fnState(reinterpret_cast<j_common_ptr>(jpeg)).m_pInput;
+    CodecInput& input = fnState(jpeg).m_Input;
     jpeg->src->next_input_byte = input.fnReadBlock(jpeg->src->bytes_in_buffer);
-    if (jpeg->src->bytes_in_buffer == 0) {
-        jpeg->err->msg_code = JERR_INPUT_EOF;
-        fnJpegError(reinterpret_cast<j_common_ptr>(jpeg));
-    }
+    if (jpeg->src->bytes_in_buffer == 0)
+        fnFailJpeg(reinterpret_cast<j_common_ptr>(jpeg), JERR_INPUT_EOF);
     return TRUE;
 }
 
@@ -106,7 +62,7 @@ void fnSkipInput(j_decompress_ptr jpeg, long count) {
 /// Skips a marker and notes only its presence. libjpeg would allocate an object for each, and a
 /// file may have millions.
 boolean fnPassNotes(j_decompress_ptr jpeg) {
-    fnState(reinterpret_cast<j_common_ptr>(jpeg)).m_bHasNotes = true;
+    fnState(jpeg).m_bHasNotes = true;
     long length = 0; // includes its own two bytes
     for (int i = 0; i < 2; ++i) {
         if (jpeg->src->bytes_in_buffer == 0)
@@ -118,37 +74,6 @@ boolean fnPassNotes(j_decompress_ptr jpeg) {
     return TRUE;
 }
 
-void fnStartOutput(j_compress_ptr jpeg) {
-    jpeg->dest->next_output_byte = fnState(reinterpret_cast<j_common_ptr>(jpeg)).m_Block;
-    jpeg->dest->free_in_buffer = kOutputBlock;
-}
-
-void fnWriteBlock(j_compress_ptr jpeg, std::size_t count) {
-    JpegState& state = fnState(reinterpret_cast<j_common_ptr>(jpeg));
-    if (!state.m_pOutput->fnWrite(state.m_Block, count)) {
-        jpeg->err->msg_code = JERR_FILE_WRITE;
-        fnJpegError(reinterpret_cast<j_common_ptr>(jpeg));
-    }
-}
-
-boolean fnEmptyOutput(j_compress_ptr jpeg) {
-    fnWriteBlock(jpeg, kOutputBlock);
-    fnStartOutput(jpeg);
-    return TRUE;
-}
-
-void fnEndOutput(j_compress_ptr jpeg) {
-    fnWriteBlock(jpeg, kOutputBlock - jpeg->dest->free_in_buffer);
-}
-
-jpeg_error_mgr* fnPrepareErrors(JpegState& state) {
-    jpeg_std_error(&state.m_Errors);
-    state.m_Errors.error_exit = fnJpegError;
-    state.m_Errors.emit_message = fnJpegMessage;
-    state.m_Errors.output_message = [](j_common_ptr) {};
-    return &state.m_Errors;
-}
-
 bool fnKnowsJpeg(const unsigned char* head, std::size_t count) {
     return count >= 3 && head[0] == 0xFF && head[1] == 0xD8 && head[2] == 0xFF;
 }
@@ -156,9 +81,7 @@ bool fnKnowsJpeg(const unsigned char* head, std::size_t count) {
 /// The libjpeg object for reading one file. Every call into libjpeg goes through `fnCall`.
 class JpegReader {
 public:
-    JpegReader(CodecInput& input, PictureTarget& target) : m_Target(target) {
-        m_State.m_pInput = &input;
-    }
+    JpegReader(CodecInput& input, PictureTarget& target) : m_Target(target), m_State(input) {}
     ~JpegReader() { jpeg_destroy_decompress(&m_Jpeg); }
     JpegReader(const JpegReader&) = delete;
     JpegReader& operator=(const JpegReader&) = delete;
@@ -177,21 +100,21 @@ private:
     template <typename Call>
     void fnCall(const Call& call) {
         if (!fnGuardJump(m_State.m_Jump, call))
-            m_State.m_pInput->fnFail(m_State.m_Failure);
+            m_State.m_Input.fnFail(m_State.m_Failure);
     }
     CheckedSize fnCountBlocks() const;
-    void fnCheckScans() const;
+    void fnCountScans();
+    void fnCheckScans(unsigned int scans) const;
     unsigned char* fnConvertRow(unsigned char* row) const;
 
     PictureTarget& m_Target;
-    JpegState m_State;
+    ReadState m_State;
     jpeg_decompress_struct m_Jpeg = {};
     jpeg_source_mgr m_Source = {};
 };
 
 void JpegReader::fnOpen() {
-    m_Jpeg.err = fnPrepareErrors(m_State);
-    m_Jpeg.client_data = &m_State;
+    m_State.fnConnect(m_Jpeg);
     fnCall([this] {
         jpeg_create_decompress(&m_Jpeg);
         for (const int marker : kNoteMarkers)
@@ -209,7 +132,7 @@ void JpegReader::fnOpen() {
 
 void JpegReader::fnReadHeader() {
     fnCall([this] { jpeg_read_header(&m_Jpeg, TRUE); });
-    const std::uint64_t length = m_State.m_pInput->fnGetLength();
+    const std::uint64_t length = m_State.m_Input.fnGetLength();
     if (m_Jpeg.arith_code)
         PictureTarget::fnCheckSparseRoom(length, m_Jpeg.image_width, m_Jpeg.image_height);
     else
@@ -257,8 +180,10 @@ void JpegReader::fnStart() {
     m_Target.fnCheckSize(m_Jpeg.output_width, m_Jpeg.output_height,
                          m_Jpeg.out_color_space == JCS_GRAYSCALE ? 8 : 24);
     m_Jpeg.buffered_image = jpeg_has_multiple_scans(&m_Jpeg);
-    if (m_Jpeg.buffered_image)
+    if (m_Jpeg.buffered_image) {
         m_Target.fnCheckCodecBytes(fnCountBlocks() * sizeof(JBLOCK));
+        fnCountScans();
+    }
     fnCall([this] { jpeg_start_decompress(&m_Jpeg); });
 }
 
@@ -266,16 +191,29 @@ void JpegReader::fnAllocImage() {
     const bool grey = m_Jpeg.out_color_space == JCS_GRAYSCALE;
     m_Target.fnAlloc(m_Jpeg.output_width, m_Jpeg.output_height, grey ? 8 : 24,
                      grey ? q32GreyRamp : nullptr, grey ? 256 : 0);
-    const double unit = m_Jpeg.density_unit == kDotsPerInchUnit         ? kInchesPerMeter
+    const double unit = m_Jpeg.density_unit == kJpegDotsPerInch         ? kInchesPerMeter
                         : m_Jpeg.density_unit == kDotsPerCentimeterUnit ? 100
                                                                         : 0;
     if (m_Jpeg.saw_JFIF_marker)
         m_Target.fnSetDotsPerMeter(m_Jpeg.X_density * unit, m_Jpeg.Y_density * unit);
 }
 
-void JpegReader::fnCheckScans() const {
-    const auto scans = static_cast<unsigned int>(m_Jpeg.input_scan_number);
-    const CheckedSize paid = CheckedSize(m_State.m_pInput->fnGetLength()) * kMaxBlocksPerByte;
+/// Looks ahead for the scans of the whole file, so that too many of them are refused before
+/// coefficients take memory.
+void JpegReader::fnCountScans() {
+    CodecInput& input = m_State.m_Input;
+    const std::uint64_t place = input.fnGetPosition() - m_Source.bytes_in_buffer;
+    m_Source.bytes_in_buffer = 0; // libjpeg asks for them again
+    input.fnSeek(place);
+    const unsigned int more = fnCountJpegScans(input, m_Target.fnGetLimits().m_nScans);
+    if (input.fnHasFailed())
+        input.fnFail(m_State.m_Failure);
+    input.fnSeek(place);
+    fnCheckScans(1 + more); // the header ended in the first
+}
+
+void JpegReader::fnCheckScans(unsigned int scans) const {
+    const CheckedSize paid = CheckedSize(m_State.m_Input.fnGetLength()) * kMaxBlocksPerByte;
     const auto most = paid.fnGet<std::uint64_t>();
     if (scans > m_Target.fnGetLimits().m_nScans ||
         (scans > kFreeScans && most && !(fnCountBlocks() * scans).fnIsWithin(*most)))
@@ -285,15 +223,16 @@ void JpegReader::fnCheckScans() const {
 /// Reads all scans of a progressive picture, so that the rows come out complete. Counts as half of
 /// the progress.
 void JpegReader::fnReadScans() {
-    const std::uint64_t length = m_State.m_pInput->fnGetLength();
+    const std::uint64_t length = m_State.m_Input.fnGetLength();
     if (!m_Jpeg.buffered_image)
         return;
     int state = JPEG_SUSPENDED;
     while (state != JPEG_REACHED_EOI) {
         fnCall([&] { state = jpeg_consume_input(&m_Jpeg); });
-        fnCheckScans();
+        // The file may be another by now than the one that was counted.
+        fnCheckScans(static_cast<unsigned int>(m_Jpeg.input_scan_number));
         if (state == JPEG_ROW_COMPLETED)
-            m_Target.fnTell(m_State.m_pInput->fnGetPosition(), 2 * length);
+            m_Target.fnTell(m_State.m_Input.fnGetPosition(), 2 * length);
     }
     fnCall([this] { jpeg_start_output(&m_Jpeg, m_Jpeg.input_scan_number); });
 }
@@ -339,85 +278,6 @@ void fnReadJpeg(CodecInput& input, PictureTarget& target) {
     reader->fnReadRows();
     if (reader->fnHoldsMore())
         target.fnNoteReduced();
-}
-
-/// The libjpeg object for writing one file.
-class JpegWriter {
-public:
-    explicit JpegWriter(CodecOutput& output) { m_State.m_pOutput = &output; }
-    ~JpegWriter() { jpeg_destroy_compress(&m_Jpeg); }
-    JpegWriter(const JpegWriter&) = delete;
-    JpegWriter& operator=(const JpegWriter&) = delete;
-
-    void fnOpen();
-    void fnWrite(PictureSource& source, const CqPictureOptions& options);
-
-private:
-    template <typename Call>
-    void fnCall(const Call& call) {
-        if (!fnGuardJump(m_State.m_Jump, call))
-            throw CodecFailure{m_State.m_Failure.m_eMessage == MESSAGE_NO_MEMORY
-                                   ? MESSAGE_NO_MEMORY
-                                   : MESSAGE_CANNOT_SAVE};
-    }
-    void fnDescribe(const PictureSource& source, const CqPictureOptions& options);
-
-    JpegState m_State;
-    jpeg_compress_struct m_Jpeg = {};
-    jpeg_destination_mgr m_Destination = {};
-};
-
-void JpegWriter::fnOpen() {
-    m_Jpeg.err = fnPrepareErrors(m_State);
-    m_Jpeg.client_data = &m_State;
-    fnCall([this] { jpeg_create_compress(&m_Jpeg); });
-    m_Destination.init_destination = fnStartOutput;
-    m_Destination.empty_output_buffer = fnEmptyOutput;
-    m_Destination.term_destination = fnEndOutput;
-    m_Jpeg.dest = &m_Destination;
-}
-
-/// Called inside `fnCall`.
-void JpegWriter::fnDescribe(const PictureSource& source, const CqPictureOptions& options) {
-    m_Jpeg.image_width = source.fnGetWidth();
-    m_Jpeg.image_height = source.fnGetHeight();
-    m_Jpeg.input_components = source.fnIsGrey() ? 1 : 3;
-    m_Jpeg.in_color_space = source.fnIsGrey() ? JCS_GRAYSCALE : JCS_RGB;
-    jpeg_set_defaults(&m_Jpeg);
-    jpeg_set_quality(&m_Jpeg, static_cast<int>(std::clamp(options.m_nQuality, 1u, 100u)), TRUE);
-    // The density field has 16 bits.
-    if (source.fnGetDotsPerMeterX() > 0 &&
-        std::max(source.fnGetDpiX(), source.fnGetDpiY()) <= UINT16_MAX) {
-        m_Jpeg.density_unit = kDotsPerInchUnit;
-        m_Jpeg.X_density = static_cast<UINT16>(source.fnGetDpiX());
-        m_Jpeg.Y_density = static_cast<UINT16>(source.fnGetDpiY());
-    }
-}
-
-void JpegWriter::fnWrite(PictureSource& source, const CqPictureOptions& options) {
-    fnCall([&] {
-        fnDescribe(source, options);
-        jpeg_start_compress(&m_Jpeg, TRUE);
-    });
-    const std::uint32_t height = source.fnGetHeight();
-    const auto row = std::make_unique_for_overwrite<unsigned char[]>(
-        std::size_t{source.fnGetWidth()} * static_cast<unsigned int>(m_Jpeg.input_components));
-    JSAMPROW rows = row.get();
-    for (std::uint32_t y = 0; y < height; ++y) {
-        if (source.fnIsGrey())
-            source.fnFetchRow(y, row.get());
-        else
-            source.fnFetchRgb(y, row.get());
-        fnCall([&] { jpeg_write_scanlines(&m_Jpeg, &rows, 1); });
-        source.fnTell(std::uint64_t{y} + 1, height);
-    }
-    fnCall([this] { jpeg_finish_compress(&m_Jpeg); });
-}
-
-void fnWriteJpeg(CodecOutput& output, PictureSource& source, const CqPictureOptions& options) {
-    const auto writer = std::make_unique<JpegWriter>(output);
-    writer->fnOpen();
-    writer->fnWrite(source, options);
 }
 
 } // namespace

@@ -166,7 +166,8 @@ CqWaveFileResult q32WriteWave(const char* path, const CqWave& wave) {
         if (format.wFormatTag != kPcm || !fnHasKnownDepth(format) || !fnAgrees(format) ||
             fileSize - sizeof(ChunkHead) > 0xFFFFFFFFu)
             fnFail(MESSAGE_UNSUPPORTED);
-        format.nAvgBytesPerSec = format.nBlockAlign * format.nSamplesPerSec;
+        format.nAvgBytesPerSec =
+            static_cast<DWORD>(std::uint64_t{format.nBlockAlign} * format.nSamplesPerSec);
         PlainHead head;
         head.m_File = {
             {{'R', 'I', 'F', 'F'}, static_cast<std::uint32_t>(fileSize - sizeof(ChunkHead))},

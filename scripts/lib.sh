@@ -64,11 +64,19 @@ want() {
     (need "$@") 2>/dev/null || true
 }
 
+# configure <preset>: twice where the folder was made with another compiler, since CMake then forgets what the
+# preset sets.
+configure() (
+    flock 9
+    log=$(cmake --preset "$1" 2>&1) || { printf '%s\n' "$log" && exit 1; }
+    ! grep -q 'require your cache to be deleted' <<<"$log" || cmake --preset "$1"
+) 9>"build/$1.lock"
+
 # build <preset> [<target>...]: configures and builds, after any other build of the same preset has ended.
 build() {
     local preset=$1
     shift
     mkdir -p build
-    quietly flock "build/$preset.lock" cmake --preset "$preset" || return
+    quietly configure "$preset" || return
     quietly flock "build/$preset.lock" cmake --build --preset "$preset" --parallel "$jobs" ${1:+--target "$@"}
 }

@@ -131,7 +131,7 @@ bool fnWriteAt(const Descriptor& file, const void* buffer, std::size_t count,
 std::string fnRandomDigits() {
     static constexpr char kDigits[] = "0123456789abcdef";
     std::uint64_t bits = 0;
-    if (fnRetry([&] { return ::getrandom(&bits, sizeof bits, 0); }) != sizeof bits)
+    if (fnRetry([&] { return ::getrandom(&bits, sizeof bits, 0); }) != ssize_t{sizeof bits})
         bits =
             static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
     std::string digits;

@@ -78,7 +78,7 @@ bool fnIsMark(std::string_view text) {
 
 std::string fnForce24Hour(std::string_view pattern, std::string_view twelveHour) {
     Pieces pieces = fnSplit(pattern, twelveHour);
-    for (std::size_t at = 0; at < pieces.size(); ++at) {
+    for (std::size_t at = 0; at < pieces.size();) {
         Piece& piece = pieces[at];
         if (piece.m_cConversion == 'I' || piece.m_cConversion == 'l') {
             piece.m_cConversion = piece.m_cConversion == 'I' ? 'H' : 'k';
@@ -92,8 +92,10 @@ std::string fnForce24Hour(std::string_view pattern, std::string_view twelveHour)
                 before->pop_back();
             else if (behind && behind->starts_with(' '))
                 behind->erase(0, 1);
-            pieces.erase(pieces.begin() + static_cast<std::ptrdiff_t>(at--));
+            pieces.erase(pieces.begin() + static_cast<std::ptrdiff_t>(at));
+            continue;
         }
+        ++at;
     }
     return std::string(fnTrim(fnJoin(pieces)));
 }

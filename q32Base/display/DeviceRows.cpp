@@ -98,6 +98,7 @@ void fnConvertRows(const SourceRows& rows, std::uint32_t deviceBits, unsigned ch
 }
 
 int fnDrawRows(CDC* dc, int x, int y, BITMAPINFOHEADER& dib, const SourceRows& rows) {
+    assert(rows.m_nWidth > 0 && rows.m_nHeight > 0);
     dib.biWidth = rows.m_nWidth;
     dib.biHeight = rows.m_nHeight;
     const auto stride = static_cast<std::uint32_t>(

@@ -6,6 +6,7 @@
 #include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace {
 
@@ -47,6 +48,7 @@ bool fnDrawTiles(CqTileMap& map, CqImageTile& tile, CDC* dc, const CPoint& place
             const CPoint from(start.x + doneX, start.y + doneY);
             pieceWidth = std::min(scaled.right - from.x, size.cx - doneX);
             pieceHeight = std::min(scaled.bottom - from.y, size.cy - doneY);
+            assert(pieceWidth >= 0 && pieceHeight >= 0);
             map.fnAccessTile(index, &tile);
             const CRect piece(
                 CPoint(q32::fnWrapAdd(place.x, doneX), q32::fnWrapAdd(place.y, doneY)),

@@ -10,6 +10,7 @@
 #include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 namespace {
@@ -82,6 +83,7 @@ bool fnClipPiece(const CqTileMap& map, const CDC* dc, CPoint& place, int& x, int
 void fnInflateNibbles(const unsigned char* source, unsigned char* target, std::size_t count,
                       std::size_t factor, std::size_t phase, std::size_t odd) {
     constexpr std::size_t kPixels = 256; // even: no chunk splits a pair
+    assert(factor > 0 && phase < factor && odd <= 1);
     unsigned char indices[kPixels];
     const q32::Kernels& kernels = q32::fnKernels();
     while (count != 0) {
@@ -180,6 +182,13 @@ void CqImageTile::fnBlt32(unsigned char* target, unsigned int stride, int width,
 /// Draws the part that begins at (x, y) of the scaled image. `width` and `height` are above 0 and
 /// the buffers hold them.
 bool CqImageTile::fnDrawBand(CDC* dc, const CPoint& place, int x, int y, int width, int height) {
+    assert(width > 0 && height > 0);
+    assert(static_cast<std::size_t>(width) * fnStagedBytes(*TileMap) *
+               static_cast<std::size_t>(height) <=
+           TileMap->DrawScratchCapacity);
+    assert(q32::fnDibStride(static_cast<std::uint32_t>(width), TileMap->DrawDib->biBitCount) *
+               static_cast<std::size_t>(height) <=
+           TileMap->DrawDibCapacity);
     const unsigned int factor = fnFactor(*TileMap);
     q32::SourceRows rows = fnStagedRows(*TileMap, width, height, x, y);
     if (TileMap->ZoomMode == ZOOM_FIT) {
@@ -222,6 +231,7 @@ bool CqImageTile::fnDraw(CDC* dc, const CRect& rect, int x, int y, bool) {
     if (!q32::fnEnsureDrawBuffers(*TileMap, static_cast<std::uint32_t>(width),
                                   static_cast<std::uint32_t>(band)))
         return false;
+    assert(band > 0);
     for (int done = 0; done < height; done += band) {
         const CPoint at(place.x, q32::fnWrapAdd(place.y, done));
         if (!fnDrawBand(dc, at, x, y + done, width, std::min(band, height - done)))

@@ -1,6 +1,7 @@
 #include "q32Base/framework/CArchive.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 CArchive::CArchive(CFile* file, Mode mode) : m_pFile(file), m_eMode(mode) {}
@@ -19,6 +20,7 @@ std::size_t CArchive::Read(void* buffer, std::size_t count) {
     auto* out = static_cast<unsigned char*>(buffer);
     std::size_t done = 0;
     while (done < count) {
+        assert(m_nTaken <= m_nUsed && m_nUsed <= sizeof(m_Buffer));
         if (m_nTaken == m_nUsed) {
             m_nTaken = 0;
             m_nUsed = 0;
@@ -39,6 +41,7 @@ void CArchive::Write(const void* buffer, std::size_t count) {
         AfxThrowArchiveException(CArchiveException::readOnly);
     const auto* in = static_cast<const unsigned char*>(buffer);
     while (count > 0) {
+        assert(m_nUsed <= sizeof(m_Buffer));
         if (m_nUsed == sizeof(m_Buffer))
             Flush();
         const std::size_t part = std::min(count, sizeof(m_Buffer) - m_nUsed);
@@ -89,6 +92,7 @@ CArchive& CArchive::operator>>(double& value) {
 
 CArchive& CArchive::fnPut(std::uint64_t value, std::size_t bytes) {
     unsigned char raw[8];
+    assert(bytes <= sizeof(raw));
     for (std::size_t i = 0; i < bytes; ++i)
         raw[i] = static_cast<unsigned char>(value >> (8 * i));
     Write(raw, bytes);
@@ -97,6 +101,7 @@ CArchive& CArchive::fnPut(std::uint64_t value, std::size_t bytes) {
 
 std::uint64_t CArchive::fnGet(std::size_t bytes) {
     unsigned char raw[8];
+    assert(bytes <= sizeof(raw));
     if (Read(raw, bytes) != bytes)
         AfxThrowArchiveException(CArchiveException::endOfFile);
     std::uint64_t value = 0;

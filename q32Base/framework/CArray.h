@@ -95,6 +95,7 @@ public:
     }
     /// Sets an element; an index beyond the end grows the array.
     void SetAtGrow(int index, ARG_TYPE value) {
+        assert(index >= 0);
         TYPE copy = value;
         if (index >= m_nSize)
             SetSize(index + 1);
@@ -125,6 +126,7 @@ private:
 
     /// Moves the elements to new storage for `capacity` of them.
     void fnMove(int capacity) {
+        assert(capacity > 0 && capacity >= m_nSize);
         // NOLINTNEXTLINE(bugprone-sizeof-expression): elements may be pointers
         const std::size_t bytes = static_cast<std::size_t>(capacity) * sizeof(TYPE);
         auto* fresh = static_cast<TYPE*>(::operator new(bytes, std::nothrow));

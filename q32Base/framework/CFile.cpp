@@ -4,6 +4,7 @@
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 namespace {
@@ -112,6 +113,7 @@ void CMemFile::Seek(std::uint64_t position) {
 }
 
 void CMemFile::fnGrow(std::size_t needed) {
+    assert(m_nLength <= m_nCapacity && (m_nCapacity == 0) == !m_pBytes);
     if (needed <= m_nCapacity)
         return;
     const std::size_t capacity = std::max(needed, 2 * m_nCapacity);

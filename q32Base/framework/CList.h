@@ -27,11 +27,13 @@ public:
     POSITION GetTailPosition() const { return fnPosition(m_pTail); }
     /// Returns the element at `position` and advances `position`, to null after the last element.
     TYPE& GetNext(POSITION& position) {
+        assert(position);
         Node* node = fnNode(position);
         position = fnPosition(node->m_pNext);
         return node->m_Value;
     }
     const TYPE& GetNext(POSITION& position) const {
+        assert(position);
         const Node* node = fnNode(position);
         position = fnPosition(node->m_pNext);
         return node->m_Value;
@@ -66,12 +68,17 @@ public:
     }
 
     void RemoveAt(POSITION position) {
+        assert(position && m_nCount > 0);
         Node* node = fnNode(position);
+        assert((node->m_pPrevious ? node->m_pPrevious->m_pNext : m_pHead) == node);
+        assert((node->m_pNext ? node->m_pNext->m_pPrevious : m_pTail) == node);
         (node->m_pPrevious ? node->m_pPrevious->m_pNext : m_pHead) = node->m_pNext;
         (node->m_pNext ? node->m_pNext->m_pPrevious : m_pTail) = node->m_pPrevious;
         node->~Node();
         fnRecycle(node);
-        if (--m_nCount == 0)
+        --m_nCount;
+        assert((m_nCount == 0) == !m_pHead && (m_nCount == 0) == !m_pTail);
+        if (m_nCount == 0)
             fnFreeBlocks();
     }
 
@@ -127,6 +134,7 @@ private:
     void fnRecycle(void* room) { m_pFree = new (room) Free{m_pFree}; }
 
     void fnFreeBlocks() {
+        assert(m_nCount == 0);
         m_pHead = m_pTail = nullptr;
         m_pFree = nullptr;
         if (m_pBlocks)

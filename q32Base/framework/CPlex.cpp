@@ -2,9 +2,11 @@
 
 #include "q32Base/framework/Exceptions.h"
 
+#include <cassert>
 #include <new>
 
 CPlex* CPlex::Create(CPlex*& head, std::size_t count, std::size_t size) {
+    assert(count > 0 && size > 0);
     void* block = ::operator new(sizeof(CPlex) + count * size, std::nothrow);
     if (!block)
         AfxThrowMemoryException();

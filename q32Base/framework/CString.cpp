@@ -42,6 +42,9 @@ bool fnIsBlank(char c) {
 }
 
 void fnReleaseBlock(CStringData* data) {
+    assert(data == &theEmptyBlock.m_Head
+               ? data->nRefs == -1 && theEmptyBlock.m_cEnd == 0
+               : data->nRefs > 0 && data->nDataLength <= data->nAllocLength);
     if (data != &theEmptyBlock.m_Head && data->nRefs.fetch_sub(1) <= 1) {
         data->~CStringData();
         ::operator delete(data);
@@ -221,6 +224,7 @@ void CString::FormatV(const char* format, va_list arguments) {
 
 char* CString::GetBuffer(int minLength) {
     CStringData* old = fnGetData();
+    assert(old->nDataLength >= 0 && old->nDataLength <= old->nAllocLength);
     if (old->nRefs > 1 || minLength > old->nAllocLength || old == &theEmptyBlock.m_Head) {
         const int length = old->nDataLength;
         CString grown;
@@ -262,12 +266,15 @@ void CString::fnRelease() noexcept {
 }
 
 void CString::fnAllocBuffer(int length) {
+    assert(fnGetData() == &theEmptyBlock.m_Head); // or a block would be lost
     if (length == 0) {
         m_pchData = &theEmptyBlock.m_cEnd;
         return;
     }
+    if (length < 0)
+        AfxThrowMemoryException();
     const std::size_t bytes = sizeof(CStringData) + static_cast<std::size_t>(length) + 1;
-    void* block = length < 0 ? nullptr : ::operator new(bytes, std::nothrow);
+    void* block = ::operator new(bytes, std::nothrow);
     if (!block)
         AfxThrowMemoryException();
     // Zeroed entirely: spare space can become text when segments are concatenated.
@@ -293,6 +300,7 @@ void CString::fnAssign(const char* text, int length) {
 }
 
 void CString::fnAppend(const char* text, int length) {
+    assert(length >= 0);
     if (length == 0)
         return;
     const int old = GetLength();

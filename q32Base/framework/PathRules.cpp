@@ -3,11 +3,13 @@
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 namespace q32 {
 
 std::size_t fnCharBytes(const char* text, std::size_t count) {
+    assert(count > 0);
     if (!fnHasPlatform())
         return 1;
     const std::size_t bytes =
@@ -56,6 +58,7 @@ std::size_t fnCutLength(const char* text, std::size_t limit) {
         if (cut + bytes > limit)
             return cut;
         cut += bytes;
+        assert(cut < length);
     }
 }
 

@@ -29,7 +29,9 @@ public:
     CSize(LONG width, LONG height) : SIZE{width, height} {}
     CSize(const SIZE& size) : SIZE(size) {}
 
+    // Two forms each, so that C++20's reversed one isn't as good for two objects of the class.
     bool operator==(const SIZE& other) const { return cx == other.cx && cy == other.cy; }
+    bool operator==(const CSize& other) const { return *this == static_cast<const SIZE&>(other); }
 };
 
 class CPoint : public POINT {
@@ -39,6 +41,7 @@ public:
     CPoint(const POINT& point) : POINT(point) {}
 
     bool operator==(const POINT& other) const { return x == other.x && y == other.y; }
+    bool operator==(const CPoint& other) const { return *this == static_cast<const POINT&>(other); }
     void Offset(LONG dx, LONG dy) {
         x = q32::fnWrapAdd(x, dx);
         y = q32::fnWrapAdd(y, dy);
@@ -98,6 +101,7 @@ public:
     bool operator==(const RECT& o) const {
         return left == o.left && top == o.top && right == o.right && bottom == o.bottom;
     }
+    bool operator==(const CRect& o) const { return *this == static_cast<const RECT&>(o); }
 };
 
 static_assert(sizeof(CSize) == 8 && sizeof(CPoint) == 8 && sizeof(CRect) == 16);

@@ -3,6 +3,7 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/platform/CqPlatform.h"
 
+#include <cassert>
 #include <utility>
 
 CWnd::~CWnd() {
@@ -13,10 +14,13 @@ CWnd::~CWnd() {
 void CWnd::fnSetParent(CWnd* parent) {
     if (m_pParent) {
         CWnd** place = &m_pParent->m_pFirstChild;
-        while (*place != this)
+        while (*place != this) {
+            assert(*place); // a window is among its parent's children
             place = &(*place)->m_pNextChild;
+        }
         *place = m_pNextChild;
     }
+    assert(parent != this);
     m_pParent = parent;
     m_pNextChild = nullptr;
     if (parent)

@@ -12,6 +12,7 @@
 #include "q32Base/geometry/CurveLimit.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -137,6 +138,7 @@ private:
 template <int kCount, typename IsFlat, typename Emit>
 void fnHalveUntilFlat(const CqPoint2D (&curve)[kCount], double tLow, double tHigh,
                       const IsFlat& isFlat, const Emit& emit, int depth = 0) {
+    assert(depth < kCurveDepth);
     CqPoint2D left[kCount];
     CqPoint2D right[kCount];
     fnHalve(curve, left, right);

@@ -1,6 +1,7 @@
 #include "q32Base/geometry/CurveRoots_p.h"
 
 #include <bit>
+#include <cassert>
 #include <cstdint>
 
 namespace q32 {
@@ -63,7 +64,10 @@ public:
         return !(root < -margin || root > 1.0 + margin);
     }
     void fnAddUnshifted(double root) { fnAdd((root * 3.0 - m_dA) * kThird); }
-    void fnAdd(double root) { m_dRoots[m_nCount++] = fnIsZero(root) ? 0.0 : root; }
+    void fnAdd(double root) {
+        assert(m_nCount < 3);
+        m_dRoots[m_nCount++] = fnIsZero(root) ? 0.0 : root;
+    }
     int fnGetCount() const { return m_nCount; }
 
 private:

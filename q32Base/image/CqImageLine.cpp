@@ -36,6 +36,7 @@ void CqImageLine::fnMakeBuffer() {
 }
 
 void CqImageLine::fnSetup(unsigned int row, bool readOnly) {
+    assert(TileMap && LineBuffer);
     if (static_cast<std::int32_t>(row) == Row)
         return;
     if (Row > -1 && !ReadOnly)
@@ -133,6 +134,8 @@ void CqImageLine::fnStartSegment(int x) {
 
 /// Moves to the first pixel of the row in the tile `SegTile`, whose left edge is `SegLeft`.
 void CqImageLine::fnEnterTile(std::uint32_t column) {
+    assert(SegTile < TileMap->TileCount && SegTile % TileMap->TilesAcross == column);
+    assert(Row >= SegTop && Row - SegTop < static_cast<std::int32_t>(TileMap->TileHeight));
     const std::uint32_t width = TileMap->fnColumnWidth(column);
     SegEnd = SegLeft + static_cast<std::int32_t>(width);
     SegPixel =
@@ -162,6 +165,7 @@ void CqImageLine::fnNextPixel() {
 }
 
 void CqTileMap::fnAccessLine(std::uint32_t row, CqImageLine* line, bool readOnly) {
+    assert(row < Height);
     if (line->Row == static_cast<std::int32_t>(row))
         return;
     if (line->Claim) {

@@ -2,6 +2,7 @@
 
 #include "q32Base/memory/CqTileMap_p.h"
 
+#include <cassert>
 #include <cstring>
 
 CqImageTile::~CqImageTile() {
@@ -10,10 +11,12 @@ CqImageTile::~CqImageTile() {
 }
 
 void CqImageTile::fnCopy(CqImageTile& source) {
+    assert(Pixels && source.Pixels);
     std::memmove(Pixels, source.Pixels, Size);
 }
 
 void CqTileMap::fnAccessTile(std::uint32_t index, CqImageTile* tile) {
+    assert(index < TileCount);
     if (tile->Index == static_cast<std::int32_t>(index))
         return;
     if (tile->Claim) {
@@ -40,6 +43,7 @@ void CqTileMap::fnAccessTile(std::uint32_t index, CqImageTile* tile) {
     tile->RowBytes = fnRowBytes(static_cast<std::uint32_t>(tile->Width));
     tile->Size = tile->RowBytes * static_cast<std::uint32_t>(tile->Height);
     tile->Pixels = TileTable[index].Pixels;
+    assert(tile->Pixels >= PixelBuffer && tile->Pixels + tile->Size <= PixelBuffer + BufferSize);
     if (tile->Claim) {
         const CSingleLock lock(TileLock);
         TileTable[index].Locked = true;

@@ -23,7 +23,7 @@ const CRuntimeClass* CqMask::GetRuntimeClass() const {
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): deliberate, see the declaration
 CqMask& CqMask::operator=(CqMask& other) {
     if (other.TileMap) {
-        fnSetBuf(q32::fnNew<CqTileMap>(other.Width, other.Height, 8, q32GreyRamp, 256,
+        fnSetBuf(q32::fnNew<CqTileMap>(other.Width, other.Height, 8u, q32GreyRamp, 256u,
                                        q32::BlockContents::ANY));
         if (other.BitCount < 8) // its single tile has fewer bytes than this mask's
             fnFill(CqColor(), nullptr, false);

@@ -7,6 +7,7 @@
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -28,6 +29,9 @@ std::span<const unsigned char> fnBlock(const void* header, std::size_t size) {
     return {static_cast<const unsigned char*>(header), size};
 }
 
+/// The size of a block that its header doesn't bound.
+constexpr std::size_t kUnbounded = static_cast<std::size_t>(-1) / 2;
+
 /// Bytes of a block as its header declares them. An RLE stream of undeclared length extends to its
 /// end mark.
 std::size_t fnGetDeclaredSize(const DibLayout& layout) {
@@ -36,16 +40,17 @@ std::size_t fnGetDeclaredSize(const DibLayout& layout) {
         return header.biSizeImage
                    ? std::max(kDibHeaderBytes,
                               static_cast<std::size_t>(layout.m_nPixelsAt + header.biSizeImage))
-                   : static_cast<std::size_t>(-1) / 2;
-    const std::uint64_t pixels =
-        std::uint64_t{layout.m_nHeight} *
+                   : kUnbounded;
+    const q32::CheckedSize pixels =
+        q32::CheckedSize(layout.m_nHeight) *
         fnDibStride(static_cast<std::uint32_t>(header.biWidth), header.biBitCount);
-    const std::uint64_t size =
-        std::max<std::uint64_t>(layout.m_nPixelsAt, kDibHeaderBytes + 4ull * layout.m_nColors) +
-        pixels;
+    const q32::CheckedSize declared =
+        pixels +
+        std::max<std::uint64_t>(layout.m_nPixelsAt, kDibHeaderBytes + 4ull * layout.m_nColors);
+    const std::size_t size = declared.fnGet().value_or(kUnbounded);
     const std::size_t masks = header.biCompression == BI_BITFIELDS ? kDibMaskBytes : 0;
     // The block holds the masks even if they are longer than the pixels that they count as.
-    return static_cast<std::size_t>(std::max<std::uint64_t>(size, kDibHeaderBytes + masks));
+    return std::max(size, kDibHeaderBytes + masks);
 }
 
 /// A map of that geometry with the header's colour table, as far as the block holds it; the other
@@ -58,6 +63,7 @@ std::unique_ptr<CqTileMap> fnMakeMap(const DibLayout& layout, std::span<const un
         AfxThrowResourceException();
     RGBQUAD table[kMaxColors] = {};
     const std::uint32_t count = std::min(layout.m_nColors, kMaxColors);
+    assert(block.size() >= kDibHeaderBytes);
     // Deliberately read at byte 40, whatever length the header declares.
     const std::size_t there =
         std::min<std::size_t>(block.size() - kDibHeaderBytes, count * sizeof(RGBQUAD));
@@ -214,6 +220,7 @@ CqImage::operator BITMAPINFOHEADER*() {
         if (stride > RowBytes)
             std::memset(row + RowBytes, 0, stride - RowBytes);
     }
+    assert(row == bytes + head);
     TileMap->fnRequirePixels();
     static_cast<void>(owner.release());
     return header;

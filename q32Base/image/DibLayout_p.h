@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <span>
@@ -144,9 +145,8 @@ inline std::optional<DibLayout> fnReadDibLayout(std::span<const unsigned char> b
     DibLayout layout;
     BITMAPINFOHEADER& header = layout.m_Header;
     std::memcpy(&header, block.data(), kDibHeaderBytes);
-    const auto height = static_cast<std::uint32_t>(header.biHeight);
     layout.m_bTopDown = header.biHeight < 0;
-    layout.m_nHeight = layout.m_bTopDown ? 0u - height : height;
+    layout.m_nHeight = static_cast<std::uint32_t>(std::abs(std::int64_t{header.biHeight}));
     layout.m_nColors = fnDibPaletteCount(header);
     layout.m_nPixelsAt = fnDibPixelOffset(header);
     layout.m_bProfile = fnRefersToProfile(block, header.biSize);

@@ -3,6 +3,7 @@
 #include "q32Base/image/PixelBytes_p.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 namespace q32 {
@@ -50,6 +51,7 @@ public:
 
     /// The state after some steps, without walking them.
     State fnAfter(std::int64_t steps) const {
+        assert(steps >= 0 && steps <= m_nSpan);
         if (steps == 0)
             return {0, m_nGain - m_nSpan};
         const auto major = static_cast<std::uint64_t>(m_nSpan);
@@ -137,6 +139,7 @@ private:
     }
 
     static std::uint64_t fnRatio(std::int64_t part, std::int64_t whole) {
+        assert(part >= 0 && whole > 0 && part <= whole);
         constexpr std::int64_t kMaxShort = 1 << (64 - kBits);
         if (part < kMaxShort) // one division instead of two: curves are made of short lines
             return (static_cast<std::uint64_t>(part) << kBits) / static_cast<std::uint64_t>(whole) +
@@ -180,6 +183,7 @@ Place fnFindPlace(const CqTileMap& map, const SteppedLine& line, bool steep, std
                   std::int64_t minor) {
     const std::int64_t x = steep ? minor : major;
     const std::int64_t y = steep ? major : minor;
+    assert(x >= 0 && x < map.Width && y >= 0 && y < map.Height);
     const auto column = static_cast<std::uint32_t>(x) / CqTileMap::kMaxTileSize;
     const auto row = static_cast<std::uint32_t>(y) / CqTileMap::kMaxTileSize;
     const std::ptrdiff_t stride = map.fnRowBytes(map.fnColumnWidth(column));
@@ -232,6 +236,7 @@ void fnPlotTiles(const CqTileMap& map, const unsigned char* pixel, const Stepped
         const Place place = fnFindPlace<Bytes>(map, line, steep, major, minor);
         const std::int64_t points = std::min({last - step + 1, line.m_Major.fnRoom(major) + 1,
                                               slope.fnPoints(line.m_Minor.fnRoom(minor))});
+        assert(points > 0 && points <= kTileSize);
         fnPlotRun<Bytes>(place.m_pAt, pixel, points, slope, place.m_nMajor, place.m_nMinor);
         minorSteps += slope.fnMove(points);
         step += points;
@@ -256,6 +261,7 @@ void fnPlotNibbles(const CqTileMap& map, const unsigned char* pixel, const Stepp
         const std::int64_t minor = line.m_Minor.fnAt(state.m_nMinor);
         const std::int64_t x = steep ? minor : major;
         const std::int64_t y = steep ? major : minor;
+        assert(x >= 0 && x < map.Width && y >= 0 && y < map.Height);
         fnPutNibble(map.PixelBuffer + y * map.RowBytes + (x + 1) / 2, (x & 1) != 0, *pixel);
         if (state.m_nError >= 0) {
             ++state.m_nMinor;

@@ -7,6 +7,7 @@
 #include "q32Base/pixels/PixelConversion.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <cstring>
 #include <span>
@@ -117,6 +118,7 @@ public:
     }
 
     void fnPickRow(std::uint32_t y, unsigned char* out) const {
+        assert(y < m_Map.Height && m_Range.m_nMost < m_Map.Width);
         if (m_Map.BytesPerPixel == 0)
             return m_Run.fnPick(m_Map.PixelBuffer + std::size_t{y} * m_Map.RowBytes, 0,
                                 m_Columns.data(), m_Columns.size(), out);
@@ -132,6 +134,7 @@ private:
     /// Where most pixels are picked, all are converted at the speed of the kernels.
     void fnPickDense(std::uint32_t y, unsigned char* out) const {
         unsigned char pixels[4 * kChunk];
+        assert(m_nPixelBytes == 4 && m_Range.m_nMost - m_Range.m_nLeast < kChunk);
         m_Run.fnRun(q32::PixelArea(m_Map).fnAt(m_Range.m_nLeast, y), pixels,
                     m_Range.m_nMost - m_Range.m_nLeast + std::size_t{1});
         for (const std::uint32_t column : m_Columns) {

@@ -3,6 +3,7 @@
 #include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 namespace {
@@ -51,6 +52,7 @@ public:
     void fnWrite(const unsigned char* pixels, std::size_t count, bool literal) {
         const int width = static_cast<int>(m_Map.Width);
         while (count > 0 && m_nX < width) {
+            assert(m_nX >= m_Tile.Left && m_nY >= m_Tile.Top && m_nY < m_Tile.Bottom);
             if (m_nX >= m_Tile.Right)
                 m_Map.fnAccessTile(static_cast<unsigned int>(m_Tile.Index) + 1, &m_Tile);
             const std::size_t part = std::min(count, static_cast<std::size_t>(m_Tile.Right - m_nX));

@@ -171,7 +171,7 @@ inline void fnConvolveBlocks(const Rows& rows, const ContribList& list, std::siz
                                                      sums[b].m_Parts[i]);
     }
 #pragma GCC unroll 4
-    for (int b = 0; b < kBlocks; ++b)
+    for (std::size_t b = 0; b < kBlocks; ++b)
         fnFinish(rows, list, at + 32 * b, target + at + 32 * b, sums[b]);
 }
 

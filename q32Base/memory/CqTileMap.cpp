@@ -60,6 +60,8 @@ void CqTileMap::fnSetGeometry() {
     TileCount = TilesAcross * TilesDown;
     LastTileWidth = Width - (TilesAcross - 1) * TileWidth;
     LastTileHeight = Height - (TilesDown - 1) * TileHeight;
+    assert(LastTileWidth > 0 && LastTileWidth <= TileWidth);
+    assert(LastTileHeight > 0 && LastTileHeight <= TileHeight);
 
     const std::uint32_t drawWidth = std::min(TileWidth, kMaxTileSize);
     const std::uint32_t drawHeight = std::min(TileHeight, kMaxTileSize);
@@ -79,9 +81,11 @@ void CqTileMap::fnFillTileTable() {
         start += (TilesAcross - 1) * tileBytes +
                  static_cast<std::size_t>(fnRowBytes(LastTileWidth)) * height;
     }
+    assert(entry == TileTable.get() + TileCount && start == PixelBuffer + BufferSize);
 }
 
 void CqTileMap::fnReleaseTile(std::uint32_t index) {
+    assert(index < TileCount);
     const CSingleLock lock(TileLock);
     TileTable[index].Locked = false;
 }
@@ -93,12 +97,15 @@ void CqTileMap::fnReleaseLine(std::uint32_t row) {
 }
 
 void CqTileMap::fnGetTileRect(CRect* out, std::uint32_t index, bool scaled) const {
+    assert(index < TileCount);
     const std::uint32_t column = index % TilesAcross;
     const std::uint32_t row = index / TilesAcross;
     out->left = static_cast<LONG>(column * TileWidth);
     out->top = static_cast<LONG>(row * TileHeight);
     out->right = out->left + static_cast<LONG>(fnColumnWidth(column));
     out->bottom = out->top + static_cast<LONG>(row + 1 == TilesDown ? LastTileHeight : TileHeight);
+    assert(static_cast<std::uint32_t>(out->right) <= Width);
+    assert(static_cast<std::uint32_t>(out->bottom) <= Height);
     if (!scaled)
         return;
     out->left = fnScale(out->left);
@@ -150,6 +157,7 @@ int CqTileMap::fnFindColor(std::uint8_t red, std::uint8_t green, std::uint8_t bl
 }
 
 void CqTileMap::fnFetchRow(std::uint32_t row, unsigned char* out) const {
+    assert(row < Height);
     const std::uint32_t tileRow = row / TileHeight;
     const std::uint32_t inTile = row - tileRow * TileHeight;
     const TileEntry* tile = &TileTable[static_cast<std::size_t>(tileRow) * TilesAcross];
@@ -161,6 +169,7 @@ void CqTileMap::fnFetchRow(std::uint32_t row, unsigned char* out) const {
 }
 
 void CqTileMap::fnStoreRow(std::uint32_t row, const unsigned char* in) {
+    assert(row < Height);
     const std::uint32_t tileRow = row / TileHeight;
     const std::uint32_t inTile = row - tileRow * TileHeight;
     TileEntry* tile = &TileTable[static_cast<std::size_t>(tileRow) * TilesAcross];

@@ -9,6 +9,7 @@
 #include "q32Base/memory/PixelBlock.h"
 #include "q32Base/platform/Records.h"
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -115,6 +116,7 @@ public:
     }
     /// Width of the tiles in a tile column.
     std::uint32_t fnColumnWidth(std::uint32_t column) const {
+        assert(column < TilesAcross);
         return column + 1 == TilesAcross ? LastTileWidth : TileWidth;
     }
 

@@ -7,6 +7,7 @@
 #include "q32Base/settings/Settings_p.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <string>
 
@@ -39,6 +40,7 @@ CqVMPolicy::CqVMPolicy()
 }
 
 void CqVMPolicy::fnGetDiskFreeSpace(unsigned int index, ULARGE_INTEGER& space) const {
+    assert(index < kDisks);
     space.QuadPart = 0;
     CqDiskSpace found;
     q32::fnGetDiskSpace(DiskPaths[index], true, found);
@@ -46,6 +48,7 @@ void CqVMPolicy::fnGetDiskFreeSpace(unsigned int index, ULARGE_INTEGER& space) c
 }
 
 void CqVMPolicy::fnSetDisk(unsigned int index, const char* path) {
+    assert(index < kDisks);
     if (!path || !*path) {
         DiskPaths[index][0] = 0;
         DiskFlags[index] = false;
@@ -57,6 +60,7 @@ void CqVMPolicy::fnSetDisk(unsigned int index, const char* path) {
 }
 
 void CqVMPolicy::fnEnableDisk(unsigned int index, bool enable) {
+    assert(index < kDisks);
     DiskFlags[index] = enable;
     AnyDiskEnabled = std::find(DiskFlags, DiskFlags + kDisks, true) != DiskFlags + kDisks;
 }
@@ -186,6 +190,7 @@ void CqVMPolicy::fnReleaseRAM(unsigned long size) {
 }
 
 CqDiskUsage CqVMPolicy::fnGetDiskUsage(unsigned int index) const {
+    assert(index < kDisks);
     const CSingleLock lock(m_Lock);
     CqDiskUsage usage;
     const std::size_t length = std::strlen(DiskPaths[index]);
@@ -251,4 +256,5 @@ void CqVMPolicy::fnForgetScratchFile(const CString& name) {
             return;
         }
     }
+    assert(false && "a scratch file that was never noted");
 }

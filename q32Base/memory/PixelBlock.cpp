@@ -3,6 +3,7 @@
 #include "q32Base/memory/PixelBuffer_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
+#include <cassert>
 #include <utility>
 
 namespace q32 {
@@ -10,6 +11,7 @@ namespace q32 {
 PixelBlock::PixelBlock(std::uint32_t size, std::uint32_t slack, BlockContents contents)
     : m_nSize(size), m_nSlack(slack) {
     m_pBytes = AllocPixelBuffer(size, m_File, m_Mapping, m_strFileName, slack, contents);
+    assert(m_pBytes);
 }
 
 PixelBlock::PixelBlock(unsigned char* bytes, std::uint32_t size, CqFileHandle file,

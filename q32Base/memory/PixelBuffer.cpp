@@ -4,6 +4,7 @@
 #include "q32Base/messages/StringTable_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
+#include <cassert>
 #include <cstring>
 #include <string>
 
@@ -13,6 +14,7 @@ namespace {
 /// missing only where the block ends with its page.
 std::uint32_t fnViewBytes(std::uint32_t size, std::uint32_t slack) {
     constexpr std::uint32_t kPage = 4096; // the smallest that a system has
+    assert(slack <= kPage);
     const std::uint32_t behind = (kPage - size % kPage) % kPage;
     return slack > behind ? size + slack : size;
 }
@@ -73,6 +75,7 @@ public:
     /// False at the first step that fails. A file that the service refuses to open stays behind,
     /// empty, deliberately; one that there is no memory to open doesn't.
     bool fnMake(const CString& directory, std::uint32_t size) {
+        assert(m_File == kNoFile && m_Mapping == kNoMapping && !m_pView);
         m_nSize = size;
         // Space for the name is reserved first, so that running out of memory can't leave a file
         // behind.
@@ -102,6 +105,7 @@ public:
     const CString& fnGetName() const { return m_strName; }
 
     unsigned char* fnHandOver(CqFileHandle& file, CqMappingHandle& mapping, CString& name) {
+        assert(m_File != kNoFile && m_Mapping != kNoMapping && m_pView && m_bDelete);
         auto* view = static_cast<unsigned char*>(m_pView);
         file = m_File;
         mapping = m_Mapping;
@@ -166,6 +170,8 @@ unsigned char* AllocPixelBuffer(std::uint32_t size, CqFileHandle& file, CqMappin
 
 void FreePixelBuffer(unsigned char* address, std::uint32_t size, CqFileHandle* file,
                      CqMappingHandle* mapping, CString* name, std::uint32_t slack) {
+    assert(address);
+    assert((*file == kNoFile) == (*mapping == kNoMapping) && (*file == kNoFile) == name->IsEmpty());
     const CSingleLock lock(q32GetVMPolicy()->fnGetLock());
     if (*file == kNoFile) {
         q32GetVMPolicy()->fnReleaseRAM(size);

@@ -3,6 +3,7 @@
 #include "q32Base/memory/GreyRamp.h"
 
 #include <algorithm>
+#include <cassert>
 #include <memory>
 
 namespace {
@@ -58,6 +59,7 @@ bool fnIsRamp(const RGBQUAD* palette) {
 } // namespace
 
 void CqTileMap::fnInitPalette(const RGBQUAD* palette) {
+    assert(Palette);
     if (palette == q32GreyRamp) {
         for (std::uint32_t i = 0; i < PaletteCount; ++i)
             Palette[i] = fnQuad(static_cast<int>(i), static_cast<int>(i), static_cast<int>(i));

@@ -7,6 +7,7 @@
 #include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 
@@ -43,6 +44,7 @@ public:
     bool fnIsScratch() const { return m_bScratch; }
 
     unsigned char* fnAt(std::uint32_t x, std::uint32_t y) const {
+        assert(x < m_nWidth && y < m_nHeight);
         const std::uint32_t column = x >> m_nShiftX;
         const std::uint32_t row = y >> m_nShiftY;
         const TileEntry& tile = m_pTiles[static_cast<std::size_t>(row) * m_nAcross + column];
@@ -97,6 +99,8 @@ void fnForEachPiece(const PixelArea& area, const CRect& rect, Visit visit) {
     const auto left = static_cast<std::uint32_t>(rect.left);
     const auto right = static_cast<std::uint32_t>(rect.right);
     const auto bottom = static_cast<std::uint32_t>(rect.bottom);
+    assert(rect.left >= 0 && right <= area.fnGetWidth());
+    assert(rect.top >= 0 && bottom <= area.fnGetHeight());
     for (auto y = static_cast<std::uint32_t>(rect.top); y < bottom;) {
         const std::uint32_t endY = std::min(bottom, area.fnRowsEnd(y));
         for (std::uint32_t x = left; x < right;) {

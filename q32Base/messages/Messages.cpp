@@ -7,6 +7,7 @@
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <iterator>
 #include <memory>
@@ -73,6 +74,7 @@ struct Text {
     std::size_t m_nLength = 0;
 
     void fnAppend(std::string_view part) {
+        assert(m_nLength <= Bytes);
         part = part.substr(0, Bytes - m_nLength);
         m_nLength += part.copy(m_szText + m_nLength, part.size());
         m_szText[m_nLength] = 0;
@@ -88,7 +90,7 @@ std::string_view fnCut(const char* text, std::size_t limit) {
 
 void fnLoadText(int id, HINSTANCE module, Loaded& loaded) {
     if (id < 0) {
-        const char* own = q32::fnFindString(q32::STRING_MESSAGE_BASE + static_cast<UINT>(id));
+        const char* own = q32::fnFindString(static_cast<UINT>(int{q32::STRING_MESSAGE_BASE} + id));
         loaded.fnAppend(own ? own : "");
         return;
     }
@@ -107,6 +109,7 @@ struct Arguments {
     void fnCollect(std::size_t count, std::size_t formatLength, const char* first,
                    const char* second) {
         const char* const texts[] = {first, second};
+        assert(count <= std::size(texts) && formatLength <= kMaxShownBytes);
         std::size_t room = kMaxShownBytes - formatLength;
         while (m_nCount < count) {
             const char* text = texts[m_nCount] ? texts[m_nCount] : "";

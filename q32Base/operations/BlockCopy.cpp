@@ -5,6 +5,7 @@
 #include "q32Base/operations/BlockCopy_p.h"
 #include "q32Base/operations/TilePieces_p.h"
 
+#include <cassert>
 #include <cstring>
 #include <memory>
 
@@ -26,6 +27,7 @@ void fnCopyPieces(const CqTileMap& from, const CRect& rect, CqTileMap& to, LONG 
 
 /// Copies sideways within the same rows: each row is read completely before it is written.
 void fnShiftRows(CqTileMap& map, const CRect& rect, LONG x) {
+    assert(x >= 0 && static_cast<std::uint32_t>(x + rect.Width()) <= map.Width);
     const std::size_t bytes = map.BytesPerPixel;
     const std::unique_ptr<unsigned char[]> row(q32::fnNewArray<unsigned char>(map.RowBytes));
     for (LONG y = rect.top; y < rect.bottom; ++y) {

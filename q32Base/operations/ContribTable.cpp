@@ -248,7 +248,7 @@ void ContribTable::fnFillList(ContribList& list, std::uint32_t i, double scale,
         double k = fnKernel(d);
         if (scale < 1.0)
             k = k * scale;
-        list.m_pEntries[list.m_nCount++] = {fnReflect(j, srcCount), 0.0F, k};
+        list.m_pEntries[list.m_nCount++] = {fnReflect(j, srcCount), {0.0F}, k};
         sum += k;
     }
     if (std::fabs(sum - 1.0) > kEpsilon) {

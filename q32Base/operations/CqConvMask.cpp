@@ -5,12 +5,14 @@
 #include "q32Base/memory/CqTileMap_p.h"
 
 #include <algorithm>
+#include <cassert>
 
 CqConvMask::CqConvMask(const CqImage& image, unsigned int lines, int row)
     : m_pImage(&image), m_nLines(std::max(lines, 1u)), m_nRow(row),
       m_pRing(q32::fnGuardMemory([this] { return std::make_unique<CqImageLine[]>(m_nLines); })) {}
 
 void CqConvMask::fnFetch(std::uint32_t slot, std::int64_t row) {
+    assert(slot < m_nLines);
     const std::int64_t last = std::int64_t{m_pImage->Height} - 1;
     const auto inside = static_cast<std::uint32_t>(std::clamp<std::int64_t>(row, 0, last));
     m_pImage->TileMap->fnAccessLine(inside, &m_pRing[slot], true);
@@ -42,6 +44,7 @@ void CqConvMask::fnGetLine(unsigned char*& a, unsigned char*& b, unsigned char*&
 
 /// Any further rows all go to the last pointer.
 void CqConvMask::fnGetLines(unsigned char** const (&out)[5], std::uint32_t count) {
+    assert(count > 0 && count <= std::size(out));
     for (std::uint32_t i = 0; i < m_nLines; ++i)
         *out[std::min(i, count - 1)] = m_pRing[fnSlot(i)].LineBuffer;
 }

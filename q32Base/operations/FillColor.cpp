@@ -4,12 +4,15 @@
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/operations/TilePieces_p.h"
 
+#include <cassert>
+
 namespace {
 
 /// The block is filled as one run, since tiles follow each other without gaps.
 void fnFillAll(CqTileMap& map, const CqColor& color) {
     unsigned char pixel[4];
     const unsigned int bytes = q32::fnPackFill(map, color, pixel);
+    assert(map.BufferSize % bytes == 0);
     q32::fnFillPixels(map.PixelBuffer, pixel, bytes, map.BufferSize / bytes);
 }
 

@@ -4,6 +4,7 @@
 #include "q32Base/operations/BlockCopy_p.h"
 #include "q32Base/operations/TilePieces_p.h"
 
+#include <cassert>
 #include <cstring>
 #include <memory>
 
@@ -22,6 +23,7 @@ struct Repeats {
     LONG m_nRest;  ///< length of a partial last one, else 0
 
     Repeats(LONG length, LONG whole) : m_nCount(std::max<LONG>(whole / length, 1)), m_nRest(0) {
+        assert(length > 0);
         if (length < whole)
             m_nRest = whole - length * m_nCount;
         if (m_nRest > 0)
@@ -65,6 +67,7 @@ public:
 
     /// Builds `count` rows of the repeated pattern, from row `first` of the fill on.
     void fnTake(LONG first, LONG count) {
+        assert(first >= 0 && count <= static_cast<LONG>(kMaxRows));
         const CRect& src = m_rectSource;
         const std::size_t once = static_cast<std::size_t>(src.Width()) * m_Pattern.BytesPerPixel;
         LONG y = src.top + first % src.Height();
@@ -87,6 +90,7 @@ public:
 
     /// The first row built, from column `column` of the fill on.
     const unsigned char* fnAt(LONG column) const {
+        assert(column >= 0);
         return m_pRows.get() +
                static_cast<std::size_t>(column % m_rectSource.Width()) * m_Pattern.BytesPerPixel;
     }

@@ -3,6 +3,7 @@
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/operations/TilePieces_p.h"
 
+#include <cassert>
 #include <cstring>
 
 namespace {
@@ -19,6 +20,7 @@ public:
     /// `weights` is read only for a mask.
     void operator()(const unsigned char* source, unsigned char* target, std::size_t pixels,
                     const unsigned char* weights) const {
+        assert(m_eType != MERGE_MASK || weights);
         const q32::Kernels& kernels = q32::fnKernels();
         if (m_eType == MERGE_KEY)
             (m_bShort ? kernels.fnMergeKey16 : kernels.fnMergeKey24)(source, target, pixels, m_Key);

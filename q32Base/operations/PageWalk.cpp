@@ -2,6 +2,7 @@
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace q32 {
 namespace {
@@ -18,6 +19,7 @@ public:
     AdvisedRange& operator=(const AdvisedRange&) = delete;
 
     void fnAdd(unsigned char* begin, unsigned char* end) {
+        assert(begin < end);
         if (begin != m_pEnd) {
             fnTell();
             m_pBegin = begin;
@@ -66,6 +68,7 @@ std::uint32_t PageWalk::fnCell(std::uint32_t x, std::uint32_t y) const {
 }
 
 void PageWalk::fnGoOn(std::uint32_t first, std::uint32_t last) {
+    assert(last < m_nCells);
     // In batches, so that neighbouring cells share one piece of advice.
     if (last + m_nAhead / 2 >= m_nComing && m_nComing != m_nCells) {
         const std::uint32_t end = m_nCells - last > m_nAhead ? last + m_nAhead : m_nCells;
@@ -77,6 +80,7 @@ void PageWalk::fnGoOn(std::uint32_t first, std::uint32_t last) {
         fnTell(VIEW_DONE, m_nDone, done);
         m_nDone = done;
     }
+    assert(m_nDone <= m_nComing && m_nComing <= m_nCells);
 }
 
 void PageWalk::fnTell(CQ_VIEW_ADVICE advice, std::uint32_t first, std::uint32_t end) const {

@@ -2,6 +2,7 @@
 
 #include "q32Base/services/CqProgressDisplay.h"
 
+#include <cassert>
 #include <cstdint>
 
 namespace q32 {
@@ -16,6 +17,7 @@ public:
     /// Reports a unit. True if the user has aborted the operation.
     bool fnAborts(std::uint32_t unit) const {
         bool aborted = false;
+        assert(unit < m_nCount);
         if (m_pProgress)
             m_pProgress->fnDrawStatus(
                 m_nBase + static_cast<unsigned>(std::uint64_t{unit} * m_nSpan / m_nCount),

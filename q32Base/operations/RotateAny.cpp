@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <cmath>
 #include <cstring>
 #include <memory>
@@ -99,6 +100,7 @@ private:
 
     void fnFetch(const Range& x, const Range& y) const {
         const auto columns = static_cast<std::size_t>(x.m_dLast - x.m_dFirst) + 1;
+        assert(columns <= kSide && y.m_dLast - y.m_dFirst < kSide);
         const double width = m_Source.fnGetWidth();
         const double inner = std::clamp(x.m_dFirst, 0.0, width);
         const auto begin = static_cast<std::uint32_t>(inner);
@@ -115,6 +117,7 @@ private:
             fnFillPixels(to, m_Background.data(), m_nBytes, before);
             fnCopyRun(begin, end, static_cast<std::uint32_t>(row), to + before * m_nBytes);
             const std::size_t done = before + (end - begin);
+            assert(done <= columns);
             fnFillPixels(to + done * m_nBytes, m_Background.data(), m_nBytes, columns - done);
         }
     }

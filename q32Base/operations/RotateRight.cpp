@@ -8,6 +8,7 @@
 #include "q32Base/operations/Rotate_p.h"
 
 #include <algorithm>
+#include <cassert>
 #include <utility>
 
 namespace q32 {
@@ -53,6 +54,7 @@ public:
 
 private:
     static std::uint32_t fnCut(std::int64_t place, std::uint32_t end) {
+        assert(place >= 0);
         return static_cast<std::uint32_t>(std::min<std::int64_t>(place, end));
     }
 

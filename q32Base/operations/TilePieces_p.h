@@ -9,6 +9,7 @@
 #include "q32Base/memory/TileWalk_p.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 
@@ -47,6 +48,7 @@ struct PlacedSpan {
 template <class Visit>
 void fnForEachPiecePair(const CqTileMap& from, const CRect& rect, const CqTileMap& to, LONG x,
                         LONG y, Visit visit) {
+    assert(from.BytesPerPixel != 0 && to.BytesPerPixel != 0);
     const CRect place(CPoint(x, y), rect.Size());
     fnForEachPiece(to, place, [&](const TilePiece& whole) {
         CRect sourceRect = whole.m_rect;

@@ -3,6 +3,7 @@
 #include "q32Base/operations/ToneCurves_p.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 
 namespace q32 {
@@ -32,6 +33,7 @@ void fnMakeGammaCurve(double gamma, std::uint8_t* curve) {
 // Compresses 256 entries between two end points, in integer steps that are spread evenly: 0 below
 // `low`, 255 above `high`.
 void fnSqueeze(const std::uint8_t* source, int low, int high, std::uint8_t* curve) {
+    assert(low >= 0 && low <= high && high <= 255);
     const int span = high - low;
     const int step = span == 0 ? 0 : 255 / span;
     const int rest = span == 0 ? 0 : 255 % span;
@@ -39,6 +41,7 @@ void fnSqueeze(const std::uint8_t* source, int low, int high, std::uint8_t* curv
     int index = 0;
     int error = span / 2;
     for (int i = low; i <= high; ++i) {
+        assert(index < 256);
         curve[i] = source[index];
         index += step;
         error += rest;

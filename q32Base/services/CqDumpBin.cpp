@@ -5,11 +5,13 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/services/CqDumpWnd_p.h"
 
+#include <cassert>
 #include <cstdio>
 #include <cstring>
 #include <limits>
 #include <memory>
 #include <string>
+#include <string_view>
 
 char CqDumpBin::m_szFloatFmt[16] = "%.02f";
 
@@ -26,6 +28,14 @@ std::string fnFindPoint() {
     char shown[16];
     std::snprintf(shown, sizeof(shown), "%.1f", 0.5);
     return {shown + 1, std::strlen(shown) - 2};
+}
+
+/// The text of a part of a format that holds no conversion.
+std::string fnUnescape(std::string_view part) {
+    std::string text;
+    for (; !part.empty(); part.remove_prefix(part.starts_with("%%") ? 2 : 1))
+        text += part.front();
+    return text;
 }
 
 /// A number as the format gives it in the "C" locale: a log doesn't depend on the host's language.
@@ -50,10 +60,7 @@ CString fnFormatNumber(const char* format, double value) {
         number[found] = '.';
         number.erase(found + 1, point.size() - 1);
     }
-    CString after;
-    text.Format(std::string(format, at).c_str());
-    after.Format(format + end);
-    return text + number.c_str() + after;
+    return (fnUnescape({format, at}) + number + fnUnescape(format + end)).c_str();
 }
 
 } // namespace
@@ -126,6 +133,7 @@ void CqDumpBin::fnOutputString(const char* pszText) {
     const std::size_t added = std::strlen(pszText);
     if (std::uint64_t{added} + m_nLength >= m_nCapacity)
         fnGrow(added);
+    assert(m_nLength + added < m_nCapacity); // a NUL follows
     std::memcpy(m_pBuffer + m_nLength, pszText, added);
     const std::uint32_t before = m_nLength;
     m_nLength += static_cast<std::uint32_t>(added);
@@ -139,6 +147,7 @@ void CqDumpBin::fnGrow(std::size_t added) {
         capacity = added < kFirstCapacity ? kFirstCapacity : std::uint64_t{added} + 1;
     if (capacity > std::numeric_limits<std::uint32_t>::max())
         AfxThrowMemoryException();
+    assert(capacity > m_nLength + added);
     char* grown = q32::fnNewArray<char>(static_cast<std::size_t>(capacity));
     if (m_nLength > 0)
         std::memcpy(grown, m_pBuffer, m_nLength);

@@ -5,6 +5,7 @@
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -113,6 +114,7 @@ void CqProgressDisplay::fnDrawStatus(unsigned int nPercent, bool* pbAborted) {
 // Paints the gauge with a number, by way of an off-screen bitmap. False if a device context is
 // unavailable; failed drawing calls are ignored.
 bool CqProgressDisplay::fnPaint(std::uint32_t value, bool hint) {
+    assert(m_Bitmap.HasHandle());
     const CClientDC bar(m_pStatusBar);
     const std::unique_ptr<CDC> image = bar ? bar->CreateCompatibleDC() : nullptr;
     if (!image)

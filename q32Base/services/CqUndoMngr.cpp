@@ -69,6 +69,7 @@ void CqUndoMngr::fnCheckArraySpace(CObArray& bufs, CDWordArray& data, unsigned i
 void CqUndoMngr::fnPush(CObArray& bufs, CDWordArray& data, std::uint32_t& nCount, CObject* pBuf,
                         unsigned long nData) {
     fnCheckArraySpace(bufs, data, nCount);
+    assert(nCount < m_nLevels);
     const int top = static_cast<int>(nCount++);
     bufs[top] = pBuf;
     data[top] = static_cast<std::uint32_t>(nData);

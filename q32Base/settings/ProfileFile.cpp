@@ -1,6 +1,7 @@
 #include "q32Base/settings/ProfileFile_p.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <optional>
 
@@ -49,6 +50,7 @@ struct LineSpan {
 };
 
 LineSpan fnLineAt(string_view text, size_t begin) {
+    assert(begin < text.size());
     const size_t end = std::min(text.find_first_of(kLineEnds, begin), text.size());
     const size_t mark = text.substr(end, 2) == kLineEnds ? 2 : 1;
     return {begin, end, std::min(end + mark, text.size())};
@@ -130,6 +132,7 @@ void fnInsertLines(std::string& text, size_t at, const std::string& lines, strin
 }
 
 PROFILE_EDIT fnErase(std::string& text, size_t begin, size_t end) {
+    assert(begin <= end && end <= text.size());
     if (begin == end)
         return PROFILE_EDIT::UNCHANGED;
     text.erase(begin, end - begin);
@@ -148,6 +151,7 @@ size_t fnCopyValue(string_view value, char* buffer, size_t size) {
         --length; // the closing quote, or the character in its place
     if (length > 0)
         std::memmove(buffer, value.data(), length); // the fallback may lie in the buffer
+    assert(length < size);
     buffer[length] = 0;
     return length;
 }

@@ -8,6 +8,7 @@
 #include "q32Base/platform/CqPlatform.h"
 #include "q32Base/sound/CqWave.h"
 
+#include <cassert>
 #include <utility>
 
 namespace {
@@ -108,6 +109,7 @@ void CqWave::fnStop() {
     if (m_nState == WAVE_STOPPED)
         return;
     std::shared_ptr<CqWaveOut> device = m_hWaveOut;
+    assert(device); // released together with the state
     lock.unlock();
     device->fnReset();
     device.reset();

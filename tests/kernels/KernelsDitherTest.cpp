@@ -84,7 +84,7 @@ TEST_P(KernelsDither, FollowsTheRuleAtEveryPhaseAndTouchesNothingElse) {
 }
 
 TEST_P(KernelsDither, FollowsTheRuleForEveryValueInEveryCellOfEachComponent) {
-    for (const std::size_t bytes : {3, 4})
+    for (const std::size_t bytes : {3u, 4u})
         for (std::size_t component = 0; component < 3; ++component)
             for (int y = 0; y < 8; ++y)
                 for (int x = 0; x < 8; ++x) {

@@ -140,7 +140,7 @@ protected:
 Q32_AT_EACH_LEVEL(KernelsMerge);
 
 TEST_P(KernelsMerge, AKeyLeavesThePixelsOfItsColour) {
-    for (const std::size_t size : {2, 3})
+    for (const std::size_t size : {2u, 3u})
         fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
             Bytes key = fnRandomBytes(m_Random, 3);
             if (size == 2 && m_Random() % 4)
@@ -168,7 +168,7 @@ TEST_P(KernelsMerge, AKeyLeavesThePixelsOfItsColour) {
 }
 
 TEST_P(KernelsMerge, AMaskBlendsEachPixelWithoutADivision) {
-    for (const std::size_t size : {2, 3})
+    for (const std::size_t size : {2u, 3u})
         fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
             const Bytes source = fnDarkBytes(count * size);
             const Bytes under = fnDarkBytes(count * size);

@@ -84,7 +84,7 @@ TEST_P(KernelsFilter, SumsAreThoseOfDoublesForEveryCount) {
         const std::size_t taps = 1 + m_Random() % 30;
         std::vector<ContribEntry> entries;
         for (std::size_t k = 0; k < taps; ++k)
-            entries.push_back({0, 0, (fnUnit() * 4.0 - 1.0) / static_cast<double>(taps)});
+            entries.push_back({0, {0}, (fnUnit() * 4.0 - 1.0) / static_cast<double>(taps)});
         std::vector<Bytes> rows;
         for (std::size_t k = 0; k < taps; ++k)
             rows.push_back(fnRandomBytes(m_Random, count));
@@ -105,7 +105,7 @@ TEST_P(KernelsFilter, SumsBarelyBelowAnIntegerAreDecidedInDouble) {
                 for (std::size_t k = 0; k < taps; ++k) {
                     rows.push_back(fnRandomBytes(m_Random, 64));
                     rows.back()[0] = static_cast<std::uint8_t>(200 + m_Random() % 50);
-                    entries.push_back({0, 0, (0.5 + fnUnit()) / static_cast<double>(taps) * 0.9});
+                    entries.push_back({0, {0}, (0.5 + fnUnit()) / static_cast<double>(taps) * 0.9});
                     if (k + 1 < taps)
                         sum += rows[k][0] * entries[k].m_dWeight;
                 }
@@ -131,7 +131,7 @@ TEST_P(KernelsFilter, FastSumsStayWithinTheirErrorBound) {
         std::vector<ContribEntry> entries;
         for (std::size_t k = 0; k < taps; ++k)
             entries.push_back(
-                {0, 0, (k % 2 ? -1.0 : 1.0) * fnBetweenFloats(size * shares[k] / all)});
+                {0, {0}, (k % 2 ? -1.0 : 1.0) * fnBetweenFloats(size * shares[k] / all)});
         ContribList list = {static_cast<std::int32_t>(taps), 0, 0, 0, entries.data()};
         fnSetApproximateWeights(list);
         ASSERT_GT(list.m_fErrorBound, 0.0F);
@@ -163,13 +163,13 @@ TEST_P(KernelsFilter, SumsNearTheLimitsOfAByteAreThoseOfDoubles) {
                         const bool low = k % 2 == 0;
                         const double most = low ? 0.85 / 3.0 : whole / 254.0 / 3.0;
                         entries.push_back(
-                            {0, 0, fnBetweenFloats(most * fnUnit()) * (low ? -1.0 : 1.0)});
+                            {0, {0}, fnBetweenFloats(most * fnUnit()) * (low ? -1.0 : 1.0)});
                         rows.emplace_back(
                             70, static_cast<std::uint8_t>((low ? 0 : 253) + m_Random() % 3));
                         sum += rows.back()[0] * entries.back().m_dWeight;
                     }
                     rows.emplace_back(70, static_cast<std::uint8_t>(253 + m_Random() % 3));
-                    entries.push_back({0, 0, (whole + sign * off - sum) / rows.back()[0]});
+                    entries.push_back({0, {0}, (whole + sign * off - sum) / rows.back()[0]});
                     ContribList list = {static_cast<std::int32_t>(taps), 0, 0, 0, entries.data()};
                     fnSetApproximateWeights(list);
                     ASSERT_GE(list.m_fErrorBound, 0.0F); // the fast sum is taken
@@ -190,7 +190,7 @@ TEST_P(KernelsFilter, EqualBytesFollowTheRuleEvenWhenTheWeightsDoNotSumToOne) {
             for (std::size_t k = 0; k < taps; ++k) {
                 const double weight = k + 1 == taps ? left : left * fnUnit();
                 left -= weight;
-                entries.push_back({0, 0, weight});
+                entries.push_back({0, {0}, weight});
             }
             Bytes row(256);
             for (std::size_t i = 0; i < 256; ++i)
@@ -204,7 +204,7 @@ TEST_P(KernelsFilter, EqualBytesFollowTheRuleEvenWhenTheWeightsDoNotSumToOne) {
 TEST_P(KernelsFilter, WeightsBeyondSinglePrecisionAreSummedInDouble) {
     for (const double weight : {1.95, -1.95, 3.0, 1e9, -1e9, 1e300, std::nan(""),
                                 std::numeric_limits<double>::infinity()}) {
-        std::vector<ContribEntry> entries = {{0, 0, weight}, {0, 0, 0.25}};
+        std::vector<ContribEntry> entries = {{0, {0}, weight}, {0, {0}, 0.25}};
         std::vector<Bytes> rows = {fnRandomBytes(m_Random, 70), fnRandomBytes(m_Random, 70)};
         ContribList list = {2, 0, 0, 0, entries.data()};
         fnSetApproximateWeights(list);
@@ -235,7 +235,7 @@ TEST_P(KernelsFilter, SumsOfIntegerRatiosNeverNeedTheDoubleFallbackAndAreExact) 
                                                          (static_cast<int>(taps) * 400) -
                                                      denominator / 200;
                 left -= part;
-                entries.push_back({0, 0, static_cast<double>(part) / denominator});
+                entries.push_back({0, {0}, static_cast<double>(part) / denominator});
             }
             ContribList list = {static_cast<std::int32_t>(taps), 0, 0, 0, entries.data()};
             fnSetApproximateWeights(list);

@@ -184,12 +184,13 @@ TEST_P(KernelsFixedPoint, OtherFactorsAndLongListsAreNotFixedPoint) {
         EXPECT_GE(table[1].m_fErrorBound, 0.0F) << scale; // the fast sum is available
     }
     for (const double weight : {1.95, -1.95, 1e9, 1e300, std::nan("")}) {
-        std::array<ContribEntry, 2> entries = {{{0, 0, weight}, {0, 0, 0.5}}};
+        std::array<ContribEntry, 2> entries = {{{0, {0}, weight}, {0, {0}, 0.5}}};
         ContribList list = {2, 0, 0, 0, entries.data()};
         EXPECT_FALSE(fnSetFixedPointWeights(list)) << weight;
     }
     for (const int count : {128, 129}) {
-        std::vector<ContribEntry> entries(static_cast<std::size_t>(count), ContribEntry{0, 0, 0.0});
+        std::vector<ContribEntry> entries(static_cast<std::size_t>(count),
+                                          ContribEntry{0, {0}, 0.0});
         entries[70].m_dWeight = 1.0;
         ContribList list = {count, 0, 0, 0, entries.data()};
         EXPECT_EQ(fnSetFixedPointWeights(list), count == 128);
@@ -197,7 +198,8 @@ TEST_P(KernelsFixedPoint, OtherFactorsAndLongListsAreNotFixedPoint) {
 }
 
 TEST_P(KernelsFixedPoint, AListOfOddLengthHasNoPartnerForItsLastEntry) {
-    std::array<ContribEntry, 3> entries = {{{0, 0, 1.0 / 18}, {1, 0, 16.0 / 18}, {2, 0, 1.0 / 18}}};
+    std::array<ContribEntry, 3> entries = {
+        {{0, {0}, 1.0 / 18}, {1, {0}, 16.0 / 18}, {2, {0}, 1.0 / 18}}};
     ContribList list = {3, 0, 0, 0, entries.data()};
     ASSERT_TRUE(fnSetFixedPointWeights(list));
     ASSERT_EQ(list.m_FixedPoint.m_nPairs, 2);

@@ -248,8 +248,9 @@ TEST_P(KernelsPalette, LooksUpEveryIndexAndTouchesNothingElse) {
 
 TEST_P(KernelsPalette, AnIndexBeyondThePaletteIsBlackAndReadsNothing) {
     for (const PaletteCase& look : kPaletteCases)
-        for (const std::size_t paletteCount : {0, 1, 2, 7, 8, 9, 15, 16, 100, 216, 252, 255, 256})
-            for (const std::size_t repeat : {1, 3}) {
+        for (const std::size_t paletteCount :
+             {0u, 1u, 2u, 7u, 8u, 9u, 15u, 16u, 100u, 216u, 252u, 255u, 256u})
+            for (const std::size_t repeat : {1u, 3u}) {
                 const Bytes palette = fnRandomBytes(m_Random, 4 * paletteCount);
                 const SourceBytes entries(palette, 0); // ends with the allocation
                 Bytes content(256 * repeat);
@@ -332,7 +333,7 @@ Q32_AT_EACH_LEVEL(KernelsStream);
 
 TEST_P(KernelsStream, CopiesEveryByteAndTouchesNothingElse) {
     for (std::size_t count = 0; count <= 300; ++count)
-        for (const std::size_t misalignment : {0, 1, 3, 16, 31}) {
+        for (const std::size_t misalignment : {0u, 1u, 3u, 16u, 31u}) {
             const Bytes content = fnRandomBytes(m_Random, count);
             const SourceBytes source(content, m_Random() % 32);
             TargetBytes target(count, misalignment);
@@ -343,7 +344,7 @@ TEST_P(KernelsStream, CopiesEveryByteAndTouchesNothingElse) {
 }
 
 TEST_P(KernelsStream, AStreamedRunEqualsTheKernelsOutput) {
-    for (const std::size_t count : {0, 1, 255, 256, 257, 511, 512, 513, 4000})
+    for (const std::size_t count : {0u, 1u, 255u, 256u, 257u, 511u, 512u, 513u, 4000u})
         for (const FormatCase& format : kFormatCases) {
             const Bytes content = fnRandomBytes(m_Random, count * format.sourceBytes);
             const SourceBytes source(content, 1);

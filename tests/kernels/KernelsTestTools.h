@@ -79,7 +79,7 @@ private:
 template <class Test>
 void fnForManyRuns(std::mt19937& random, Test test) {
     for (std::size_t count = 0; count <= 70; ++count)
-        for (const std::size_t misalignment : {0, 1, 2, 3, 7, 16, 31})
+        for (const std::size_t misalignment : {0u, 1u, 2u, 3u, 7u, 16u, 31u})
             test(count, misalignment);
     for (int i = 0; i < 12; ++i) {
         const std::size_t count = 71 + random() % 5000;

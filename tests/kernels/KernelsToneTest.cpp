@@ -82,7 +82,7 @@ TEST_P(KernelsTone, ThreeCurvesActOnEvery565Value) {
 }
 
 TEST_P(KernelsTone, AThresholdLeaves0Below255AtAndAboveIt) {
-    for (const unsigned level : {0, 1, 2, 127, 128, 129, 254, 255})
+    for (const unsigned level : {0u, 1u, 2u, 127u, 128u, 129u, 254u, 255u})
         fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
             Bytes expected = fnRandomBytes(m_Random, count);
             TargetBytes pixels(expected, misalignment);
@@ -119,7 +119,7 @@ TEST_P(KernelsTone, AHueShiftFollowsTheColourClassForEveryDepth) {
     for (const Shift& by : kShifts) {
         const HueShift shift(by.hue, by.saturation);
         fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
-            for (const std::size_t bytes : {3, 4}) {
+            for (const std::size_t bytes : {3u, 4u}) {
                 Bytes expected = fnRandomBytes(m_Random, bytes * count);
                 TargetBytes pixels(expected, misalignment);
                 (bytes == 3 ? m_Kernels.fnHueShift24 : m_Kernels.fnHueShift32)(pixels.fnData(),

@@ -170,10 +170,11 @@ TEST_F(CqTileMapTest, TheDefault4BitPaletteIsTheSixteenColours) {
                                  {192, 192, 192}, {255, 0, 0},   {0, 255, 0},   {255, 255, 0},
                                  {0, 0, 255},     {255, 0, 255}, {0, 255, 255}, {255, 255, 255}};
     for (int i = 0; i < 16; ++i) {
-        EXPECT_EQ(map.Palette[i].rgbRed, expected[i][0]) << i;
-        EXPECT_EQ(map.Palette[i].rgbGreen, expected[i][1]) << i;
-        EXPECT_EQ(map.Palette[i].rgbBlue, expected[i][2]) << i;
-        EXPECT_EQ(map.Palette[i].rgbReserved, 0) << i;
+        const RGBQUAD& entry = map.Palette.get()[i];
+        EXPECT_EQ(entry.rgbRed, expected[i][0]) << i;
+        EXPECT_EQ(entry.rgbGreen, expected[i][1]) << i;
+        EXPECT_EQ(entry.rgbBlue, expected[i][2]) << i;
+        EXPECT_EQ(entry.rgbReserved, 0) << i;
     }
     EXPECT_FALSE(map.GrayScale);
 }
@@ -182,15 +183,17 @@ TEST_F(CqTileMapTest, TheDefault8BitPaletteIsACubeThatContinuesPastItsEnd) {
     const CqTileMap map(1, 1, 8, nullptr, 256);
     const int greens[7] = {0, 43, 85, 128, 170, 213, 255};
     for (int i = 0; i < 252; ++i) {
-        EXPECT_EQ(map.Palette[i].rgbBlue, i % 6 * 51) << i;
-        EXPECT_EQ(map.Palette[i].rgbGreen, greens[i / 6 % 7]) << i;
-        EXPECT_EQ(map.Palette[i].rgbRed, i / 42 * 51) << i;
-        EXPECT_EQ(map.Palette[i].rgbReserved, 0) << i;
+        const RGBQUAD& entry = map.Palette.get()[i];
+        EXPECT_EQ(entry.rgbBlue, i % 6 * 51) << i;
+        EXPECT_EQ(entry.rgbGreen, greens[i / 6 % 7]) << i;
+        EXPECT_EQ(entry.rgbRed, i / 42 * 51) << i;
+        EXPECT_EQ(entry.rgbReserved, 0) << i;
     }
     for (int i = 252; i < 256; ++i) {
-        EXPECT_EQ(map.Palette[i].rgbRed, 50);
-        EXPECT_EQ(map.Palette[i].rgbGreen, 0);
-        EXPECT_EQ(map.Palette[i].rgbBlue, (i - 252) * 51);
+        const RGBQUAD& entry = map.Palette.get()[i];
+        EXPECT_EQ(entry.rgbRed, 50);
+        EXPECT_EQ(entry.rgbGreen, 0);
+        EXPECT_EQ(entry.rgbBlue, (i - 252) * 51);
     }
 }
 

@@ -162,7 +162,7 @@ TEST_F(BlockCopyTest, A4BitBlockCopyIgnoresTheRowsOfBothPositions) {
 }
 
 TEST_F(BlockCopyTest, WithoutARectangleAllOfTheSourceIsCopied) {
-    for (const unsigned int bits : {4, 8, 16, 24, 32}) {
+    for (const unsigned int bits : {4u, 8u, 16u, 24u, 32u}) {
         CqImage src(130, 129, bits, nullptr, 0);
         CqImage image(130, 129, bits, nullptr, 0);
         fnSetRandom(src, m_Random);
@@ -210,7 +210,7 @@ TEST_F(BlockCopyTest, DistantAndInvertedRectanglesAreHarmless) {
                            {kMax - 1, 0, kMax, 1},
                            {5, 5, 5, 5},
                            {0, 0, kMax, kMax}};
-    for (const unsigned int bits : {4, 8, 16, 24, 32}) {
+    for (const unsigned int bits : {4u, 8u, 16u, 24u, 32u}) {
         CqImage src(9, 9, bits, nullptr, 0);
         CqImage image(9, 9, bits, nullptr, 0);
         fnSetAll(src, 0);
@@ -227,7 +227,7 @@ TEST_F(BlockCopyTest, DistantAndInvertedRectanglesAreHarmless) {
 TEST_F(BlockCopyTest, ImagesOfDifferentDepthsStayUnchanged) {
     CqImage src(9, 9, 8, q32GreyRamp, 256);
     fnSetAll(src, 1);
-    for (const unsigned int bits : {4, 16, 24, 32}) {
+    for (const unsigned int bits : {4u, 16u, 24u, 32u}) {
         CqImage image(9, 9, bits, nullptr, 0);
         fnSetAll(image, 2);
         image.fnCopyBlock(src, nullptr, 0, 0);

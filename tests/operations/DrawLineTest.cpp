@@ -130,7 +130,7 @@ TEST_F(DrawLineTest, ALineOfOnePointIsThatPoint) {
 }
 
 TEST_F(DrawLineTest, ALineOfOnePointOutsideIsNotDrawn) {
-    for (const unsigned int bits : {4, 8, 16, 24, 32}) {
+    for (const unsigned int bits : {4u, 8u, 16u, 24u, 32u}) {
         CqImage image(3, 3, bits, nullptr, 0);
         fnSetAll(image, 0);
         for (const int at : {-2147483647 - 1, -1, 3, 2147483647}) {
@@ -211,7 +211,7 @@ TEST_F(DrawLineTest, LinesWithEndsFarAwayGoThroughTheExactPoints) {
 
 TEST_F(DrawLineTest, ALineOfMillionsOfPointsIsExactToItsEnd) {
     constexpr unsigned int kLength = 5000011;
-    for (const unsigned int height : {2, 3}) {
+    for (const unsigned int height : {2u, 3u}) {
         CqImage image(kLength, height, 8, q32GreyRamp, 256);
         fnSetAll(image, 0);
         image.fnDrawLine(0, 0, static_cast<int>(kLength) - 1, static_cast<int>(height) - 1, kWhite,

@@ -185,7 +185,7 @@ TEST_F(FillDrawTest, WithoutADeviceContextTheFillIsKept) {
 }
 
 TEST_F(FillDrawTest, APictureOfEveryDepthShowsItsFill) {
-    for (const unsigned int bits : {4, 8, 16, 24, 32}) {
+    for (const unsigned int bits : {4u, 8u, 16u, 24u, 32u}) {
         m_World->m_pScreen->fnClear();
         fnMakeImage(bits);
         m_pImage->fnDrawInit(1, false, CRect(0, 0, 300, 200), CPoint(0, 0), &m_Window);
@@ -208,7 +208,7 @@ TEST_F(FillDrawTest, APictureOfEveryDepthShowsItsFill) {
 
 TEST_F(FillDrawTest, AScreenOf256ColoursShowsFillsOfEveryDepth) {
     fnSetScreen(8);
-    for (const unsigned int bits : {4, 8, 16, 24, 32}) {
+    for (const unsigned int bits : {4u, 8u, 16u, 24u, 32u}) {
         fnMakeImage(bits);
         m_pImage->fnDrawInit(1, false, CRect(0, 0, 300, 200), CPoint(0, 0), &m_Window);
         m_World->m_pScreen->fnClear(0xEE);

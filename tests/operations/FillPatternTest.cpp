@@ -187,7 +187,7 @@ TEST_F(FillPatternTest, RectanglesBeyondTheImagesAreClipped) {
 }
 
 TEST_F(FillPatternTest, WithoutMemoryForItsRowsANarrowPatternChangesNothing) {
-    for (const unsigned int bits : {8, 16, 24, 32}) {
+    for (const unsigned int bits : {8u, 16u, 24u, 32u}) {
         CqImage image(300, 20, bits, nullptr, 0);
         CqImage pattern(7, 5, bits, nullptr, 0);
         fnSetRandom(image, m_Random);

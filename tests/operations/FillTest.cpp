@@ -86,7 +86,7 @@ TEST_F(FillTest, ARectangleIsFilledAsALineAccessorFillsItsRows) {
 }
 
 TEST_F(FillTest, ARectangleIsFilledPixelByPixelFrom8BitsOn) {
-    for (const unsigned int bits : {8, 16, 24, 32}) {
+    for (const unsigned int bits : {8u, 16u, 24u, 32u}) {
         CqImage image(131, 130, bits, nullptr, 0);
         fnSetAll(image, 0xEE);
         const CqColor color(1, 2, 3, 4);
@@ -102,7 +102,7 @@ TEST_F(FillTest, ARectangleIsFilledPixelByPixelFrom8BitsOn) {
 }
 
 TEST_F(FillTest, AColourMissingFromThePalettePaintsIndex0) {
-    for (const unsigned int bits : {4, 8}) {
+    for (const unsigned int bits : {4u, 8u}) {
         CqImage image(10, 2, bits, nullptr, 0);
         fnSetAll(image, 0x33);
         image.fnFill(CqColor(1, 2, 3, 255), nullptr, false);
@@ -164,7 +164,7 @@ TEST_F(FillTest, A4BitFillAtTheEndOfARowStaysInItsRow) {
 }
 
 TEST_F(FillTest, ARectangleBeyondTheImageIsClipped) {
-    for (const unsigned int bits : {4, 8, 16, 24, 32}) {
+    for (const unsigned int bits : {4u, 8u, 16u, 24u, 32u}) {
         CqImage image(20, 10, bits, nullptr, 0);
         fnSetRandom(image, m_Random);
         CqImage expected(image);
@@ -180,7 +180,7 @@ TEST_F(FillTest, AnEmptyInvertedOrOutlyingRectanglePaintsNothing) {
         {5, 5, 5, 8},       {5, 5, 8, 5},    {8, 2, 5, 6},   {2, 8, 6, 5},
         {20, 0, 30, 10},    {0, 10, 20, 20}, {-9, -9, 0, 0}, {2147483647, 0, -2147483647 - 1, 10},
         {100, 100, 99, 99}, {3, 3, 3, 3}};
-    for (const unsigned int bits : {4, 8, 16, 24, 32}) {
+    for (const unsigned int bits : {4u, 8u, 16u, 24u, 32u}) {
         CqImage image(20, 10, bits, nullptr, 0);
         fnSetRandom(image, m_Random);
         const Rows before = fnRows(image);

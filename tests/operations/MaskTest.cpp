@@ -185,7 +185,7 @@ TEST_F(MaskTest, AMaskAssignedToItselfKeepsAllButItsPixels) {
 }
 
 TEST_F(MaskTest, ACopyIsGreyWhateverTheDepthOfTheSource) {
-    for (const unsigned int bits : {4, 16, 24, 32}) {
+    for (const unsigned int bits : {4u, 16u, 24u, 32u}) {
         CqMask odd(200, 140);
         odd.fnConvert(bits, false, nullptr);
         fnSetAll(odd, 0x55);
@@ -244,7 +244,8 @@ TEST_F(MaskTest, AnEmptiedMaskContributesNothingToASum) {
     CqMask own;
     CqMask other;
     fnPlace(own, 0, 0, 5, 5, 99);
-    own -= own;
+    CqMask& same = own;
+    own -= same;
     EXPECT_EQ(own.m_rectBound, CRect(0, 0, 0, 0));
     EXPECT_EQ(fnRows(own), Rows(5, Bytes(5, 99))); // the bitmap stays
     fnPlace(other, 10, 10, 2, 2, 3);

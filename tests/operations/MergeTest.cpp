@@ -18,7 +18,7 @@ protected:
                                      const CqMergeParam& param, const unsigned char* weights) {
         const auto read = [bpp](const unsigned char* p) {
             if (bpp == 2)
-                return std::array<unsigned int, 3>{p[0] & 0xF8u, 0, (p[1] << 3) & 0xFFu};
+                return std::array<unsigned int, 3>{p[0] & 0xF8u, 0, unsigned{p[1]} << 3 & 0xFFu};
             if (bpp == 3)
                 return std::array<unsigned int, 3>{p[0], p[1], p[2]};
             return std::array<unsigned int, 3>{p[1], p[2], p[3]};
@@ -233,7 +233,7 @@ TEST_F(MergeTest, AKeyWithGreenNeverMatchesAt16Bits) {
 TEST_F(MergeTest, Sources4And8And32BitsDeepChangeNothing) {
     CqMask mask(20, 20);
     fnSetAll(mask, 255);
-    for (const unsigned int bits : {4, 8, 32}) {
+    for (const unsigned int bits : {4u, 8u, 32u}) {
         CqImage src(20, 20, bits, nullptr, 0);
         CqImage image(20, 20, bits, nullptr, 0);
         fnSetRandom(src, m_Random);
@@ -414,7 +414,7 @@ TEST_F(MergeTest, EachConstructorOfTheParameterSetsWhatItIsGiven) {
 
 /// A merge allocates only three row buffers, all for its first row.
 TEST_F(MergeTest, WithoutMemoryForARowNothingIsMerged) {
-    for (const unsigned int bits : {16, 24, 32}) { // of the target
+    for (const unsigned int bits : {16u, 24u, 32u}) { // of the target
         CqImage image(60, 40, bits, nullptr, 0);
         CqImage other(60, 40, 24, nullptr, 0);
         fnSetRandom(image, m_Random);

@@ -3,6 +3,7 @@
 #include "tests/operations/PlainImage.h"
 #include "tests/support/AttachedTest.h"
 #include "tests/support/FailingAllocator.h"
+#include "tests/support/Sanitizers.h"
 
 #include <algorithm>
 
@@ -86,7 +87,7 @@ TEST_F(RegionTest, TheLowestByteOfTheKeyIsRed) {
 }
 
 TEST_F(RegionTest, ImagesOfOtherDepthsGiveTheWholeRectangle) {
-    for (const unsigned int bits : {4, 16, 24, 32}) {
+    for (const unsigned int bits : {4u, 16u, 24u, 32u}) {
         CqImage image(9, 5, bits, nullptr, 0);
         fnSetAll(image, 0);
         CRgn region;
@@ -160,11 +161,7 @@ TEST_F(RegionTest, ExhaustedMemoryLeavesThePartialRegion) {
 /// One call for each run and one for the image, each of which moves a few spans: neither may grow
 /// with the preceding runs, nor may the time contain a second pass over the picture.
 TEST_F(RegionTest, NoiseTakesOneRectanglePerRunAndLittleWorkForEach) {
-#ifdef __SANITIZE_ADDRESS__
-    constexpr unsigned int kSide = 1000;
-#else
-    constexpr unsigned int kSide = 4000;
-#endif
+    constexpr unsigned int kSide = kAddressSanitizer ? 1000 : 4000;
     constexpr std::uint64_t kWorkPerRun = 8;
     CqImage image(kSide, kSide, 8, q32GreyRamp, 256);
     for (std::uint32_t i = 0; i < image.TileMap->BufferSize; ++i)

@@ -505,7 +505,7 @@ void fnForEachWay(unsigned int bits, Work work) {
 
 TEST_F(ResampleTest, EveryFailedAllocationKeepsTheImageAndLeaksNothing) {
     for (const unsigned int bits : {4u, 8u, 16u, 24u, 32u})
-        fnForEachWay(bits, [this](unsigned int depth, auto resample) {
+        fnForEachWay(bits, [](unsigned int depth, auto resample) {
             CqImage image(26, 33, depth, q32GreyRamp, 0);
             fnSetAll(image, 99);
             const Rows before = fnRows(image);

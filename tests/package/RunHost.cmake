@@ -3,6 +3,7 @@
 #   NM, GENERATOR, COMPILER, LAUNCHER, FLAGS  the tools and flags to build with
 #   PLUGINS          whether a shared build has the plug-ins
 #   ABSENT           libraries on record that this system can't build, separated by commas
+#   PROTECTED        whether its libraries must have the compiler's protections
 #   BUILD            the build to install; without it, a shared one is made here, and the exports of
 #                    its libraries are compared with the record
 function(run)
@@ -31,6 +32,15 @@ file(GLOB libraries "${SCRATCH}/prefix/lib*/libq32Base-*")
 list(FILTER libraries EXCLUDE REGEX "-headless")
 list(JOIN libraries "," libraries)
 run("${CMAKE_COMMAND}" "-DNM=${NM}" "-DFILES=${libraries}" -P "${SOURCE}/tests/package/NoHeadless.cmake")
+
+if(PROTECTED)
+    file(GLOB libraries "${SCRATCH}/prefix/lib*/libq32Base*.so")
+    execute_process(COMMAND "${SOURCE}/tests/package/list-unprotected" ${libraries}
+        OUTPUT_VARIABLE lacking COMMAND_ERROR_IS_FATAL ANY)
+    if(NOT libraries OR lacking)
+        message(FATAL_ERROR "The shared libraries lack protections:\n${lacking}")
+    endif()
+endif()
 
 file(GLOB includes RELATIVE "${SCRATCH}/prefix/include" "${SCRATCH}/prefix/include/*")
 if(NOT includes STREQUAL "q32Base")

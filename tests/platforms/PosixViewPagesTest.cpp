@@ -184,7 +184,8 @@ TEST_F(PosixViewPages, NothingIsDroppedAfterTheFirstFailedWriteOut) {
     OnlyCopy dropped;
     dropped.fnWalk(m_File.fnGet());
     EXPECT_GT(dropped.fnLost(), OnlyCopy::kPieces / 2); // as without a failure
-    for (const unsigned flags : {SYNC_FILE_RANGE_WRITE, SYNC_FILE_RANGE_WAIT_BEFORE})
+    for (const unsigned flags :
+         {unsigned{SYNC_FILE_RANGE_WRITE}, unsigned{SYNC_FILE_RANGE_WAIT_BEFORE}})
         for (const unsigned nth : {0u, 1u, 20u}) {
             g_Fault = {flags, nth};
             OnlyCopy copy;

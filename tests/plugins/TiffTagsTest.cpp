@@ -90,8 +90,8 @@ protected:
 
     /// Changes the type of a tag in a little-endian file, so that libtiff ignores it.
     static void fnSpoil(Bytes& file, std::uint16_t tag) {
-        const std::size_t directory = file[4] | file[5] << 8 | file[6] << 16;
-        const std::size_t count = file[directory] | file[directory + 1] << 8;
+        const std::size_t directory = file[4] + 256u * file[5] + 65536u * file[6];
+        const std::size_t count = file[directory] + 256u * file[directory + 1];
         for (std::size_t i = 0; i < count; ++i) {
             const std::size_t at = directory + 2 + 12 * i;
             if ((file[at] | file[at + 1] << 8) == tag) {

@@ -19,7 +19,7 @@ using namespace q32::test;
 /// The C library leaks a list of folders each time that it looks for a locale under LOCPATH.
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the leak checker asks for this name.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
-    return "leak:__argz_add_sep\n";
+    return "leak:argz_add_sep\n";
 }
 
 namespace {

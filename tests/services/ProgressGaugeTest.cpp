@@ -195,14 +195,14 @@ TEST_F(ProgressGauge, MatchesTheReviewedPictures) {
     bool aborted;
     {
         CqProgressDisplay display;
-        for (const unsigned percent : {0, 37, 100}) {
+        for (const unsigned percent : {0u, 37u, 100u}) {
             display.fnDrawStatus(percent, &aborted);
             fnCompareGolden(fnScreen().fnGetPicture(), "gauge_" + std::to_string(percent));
         }
     }
     CqProgressDisplay display;
     display.fnSetRange(50, 150);
-    for (const unsigned percent : {0, 37, 100}) {
+    for (const unsigned percent : {0u, 37u, 100u}) {
         display.fnDrawStatus(percent, &aborted);
         fnCompareGolden(fnScreen().fnGetPicture(), "gauge_50to150_" + std::to_string(percent));
     }
