@@ -43,10 +43,10 @@ constexpr Parameter kAmount[] = {fnNumber("Amount", 0, 100, 50, " %")};
 constexpr Parameter kSize[] = {fnNumber("Width", 1, kMaxPixels, 1, " px"),
                                fnNumber("Height", 1, kMaxPixels, 1, " px"),
                                fnSwitch("Interpolate", true)};
-constexpr Parameter kAngle[] = {{"Angle, clockwise", ParameterKind::NUMBER, -180 * kDegree,
-                                 180 * kDegree, 0, "°", kDegree},
-                                fnSwitch("Smooth edges", true),
-                                {"Background", ParameterKind::COLOR, 0, 0xFFFFFF, 0xFFFFFF, ""}};
+constexpr Parameter kAngle[] = {
+    {"Angle, clockwise", ParameterKind::NUMBER, -180 * kDegree, 180 * kDegree, 0, "°", kDegree},
+    fnSwitch("Smooth edges", true),
+    {"Background", ParameterKind::COLOR, 0, 0xFFFFFF, 0xFFFFFF, ""}};
 constexpr Parameter kFillColor[] = {{"Color", ParameterKind::COLOR, 0, 0xFFFFFF, 0, ""}};
 
 /// A positive angle always rotates clockwise here; the library rotates right angles clockwise and
