@@ -4,11 +4,14 @@
 #include "plugins/CodecOutput_p.h"
 #include "plugins/PictureCodec_p.h"
 #include "plugins/PictureTarget_p.h"
+#include "plugins/WaveSamples_p.h"
 #include "q32Base/sound/CqWave.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <memory>
+#include <optional>
 
 namespace {
 
@@ -17,13 +20,15 @@ using namespace q32;
 static_assert(std::endian::native == std::endian::little, "the records are used as they lie");
 
 constexpr WORD kPcm = 1;
+constexpr WORD kFloat = 3;
 constexpr WORD kExtensible = 0xFFFE;
-/// The subformat of an extensible format: the plain PCM tag and the fixed rest of the GUID.
-constexpr unsigned char kPcmKind[16] = {1,    0, 0, 0,    0, 0,    0x10, 0,
-                                        0x80, 0, 0, 0xAA, 0, 0x38, 0x9B, 0x71};
+/// The subformat of an extensible format: a plain tag, and this rest of a GUID.
+constexpr unsigned char kKindRest[14] = {0, 0, 0,    0, 0x10, 0,    0x80,
+                                         0, 0, 0xAA, 0, 0x38, 0x9B, 0x71};
 constexpr std::uint32_t kFormatBytes = 16;
 constexpr std::uint32_t kExtensibleBytes = 40;
 constexpr std::uint32_t kKindAt = 24;
+constexpr WORD kReducedBits = 16;
 /// Bytes of samples read between two progress reports.
 constexpr std::uint32_t kPiece = 256 * 1024;
 
@@ -52,7 +57,7 @@ static_assert(sizeof(PlainHead) == 44);
 /// The format and location of the samples in a file.
 struct Found {
     WAVEFORMATEX m_Format = {};
-    bool m_bHasFormat = false;
+    std::optional<WaveSamples> m_Samples;
     std::uint64_t m_nSamplesAt = 0; ///< file offset; 0: none
     std::uint32_t m_nSize = 0;
 };
@@ -86,34 +91,48 @@ void fnReadHead(CodecInput& input) {
         fnFail(MESSAGE_UNSUPPORTED);
 }
 
-WAVEFORMATEX fnReadFormat(CodecInput& input, std::uint32_t size) {
+/// The kind of the samples of a format; none for one that can't be read.
+std::optional<WaveSamples> fnFindKind(const WAVEFORMATEX& format) {
+    static constexpr struct {
+        WORD m_nTag;
+        WORD m_nBits;
+        WaveSamples m_Kind;
+    } kKinds[] = {{kPcm, 8, WaveSamples::BYTES},      {kPcm, 16, WaveSamples::SHORTS},
+                  {kPcm, 24, WaveSamples::PCM24},     {kPcm, 32, WaveSamples::PCM32},
+                  {kFloat, 32, WaveSamples::FLOAT32}, {kFloat, 64, WaveSamples::FLOAT64}};
+    for (const auto& kind : kKinds)
+        if (kind.m_nTag == format.wFormatTag && kind.m_nBits == format.wBitsPerSample)
+            return kind.m_Kind;
+    return std::nullopt;
+}
+
+void fnReadFormat(CodecInput& input, std::uint32_t size, Found& found) {
     if (size < kFormatBytes)
         fnFail(MESSAGE_CORRUPTED);
     unsigned char bytes[kExtensibleBytes] = {};
     fnReadExactly(input, bytes, std::min(size, kExtensibleBytes));
-    WAVEFORMATEX format = {};
+    WAVEFORMATEX& format = found.m_Format;
     std::memcpy(&format, bytes, kFormatBytes);
     if (format.wFormatTag == kExtensible &&
-        std::memcmp(bytes + kKindAt, kPcmKind, sizeof kPcmKind) == 0)
-        format.wFormatTag = kPcm;
-    if (format.wFormatTag != kPcm || !fnHasKnownDepth(format))
+        std::memcmp(bytes + kKindAt + 2, kKindRest, sizeof kKindRest) == 0)
+        std::memcpy(&format.wFormatTag, bytes + kKindAt, sizeof format.wFormatTag);
+    found.m_Samples = fnFindKind(format);
+    if (!found.m_Samples)
         fnFail(MESSAGE_UNSUPPORTED);
     if (!fnAgrees(format))
         fnFail(MESSAGE_CORRUPTED);
-    return format;
 }
 
 /// Walks the chunks until format and samples are found. The size in the file's header is ignored:
 /// many writers don't set it.
 Found fnWalk(CodecInput& input) {
     Found found;
-    while (!found.m_bHasFormat || found.m_nSamplesAt == 0) {
+    while (!found.m_Samples || found.m_nSamplesAt == 0) {
         ChunkHead chunk;
         fnReadExactly(input, &chunk, sizeof chunk);
         const std::uint64_t at = input.fnGetPosition();
-        if (chunk.fnIs("fmt ") && !found.m_bHasFormat) {
-            found.m_Format = fnReadFormat(input, chunk.m_nSize);
-            found.m_bHasFormat = true;
+        if (chunk.fnIs("fmt ") && !found.m_Samples) {
+            fnReadFormat(input, chunk.m_nSize, found);
         } else if (chunk.fnIs("data") && found.m_nSamplesAt == 0) {
             if (chunk.m_nSize > input.fnGetLength() - at)
                 fnFail(MESSAGE_CORRUPTED);
@@ -125,11 +144,22 @@ Found fnWalk(CodecInput& input) {
     return found;
 }
 
-void fnReadSamples(CodecInput& input, unsigned char* out, std::uint32_t size, PictureSteps& steps) {
+/// Reads the bytes of the samples.
+/// @param size  of those in the file
+/// @param out   receives them, reduced to 16 bits if they are larger
+void fnReadSamples(CodecInput& input, WaveSamples kind, std::uint32_t size, unsigned char* out,
+                   PictureSteps& steps) {
+    const std::uint32_t sample = fnGetSampleBytes(kind);
+    const bool reduces = fnIsReduced(kind);
+    const std::uint32_t piece = kPiece / sample * sample;
+    const auto bytes = std::make_unique_for_overwrite<unsigned char[]>(reduces ? piece : 0);
     steps.fnTell(0, size);
     for (std::uint32_t done = 0; done < size;) {
-        const std::uint32_t count = std::min(kPiece, size - done);
-        fnReadExactly(input, out + done, count);
+        const std::uint32_t count = std::min(piece, size - done);
+        fnReadExactly(input, reduces ? bytes.get() : out + done, count);
+        if (reduces)
+            fnReduceSamples(kind, bytes.get(), count / sample,
+                            out + std::size_t{2} * (done / sample));
         done += count;
         steps.fnTell(done, size);
     }
@@ -138,7 +168,8 @@ void fnReadSamples(CodecInput& input, unsigned char* out, std::uint32_t size, Pi
 } // namespace
 
 CqWaveFileResult q32ReadWave(const char* path, CqWave& wave, CqPictureProgress* progress) {
-    return fnRunOnFile(path, [&] {
+    bool reduced = false;
+    CqWaveFileResult result = fnRunOnFile(path, [&] {
         CodecInput input(path);
         PictureSteps steps(progress);
         fnReadHead(input);
@@ -148,12 +179,17 @@ CqWaveFileResult q32ReadWave(const char* path, CqWave& wave, CqPictureProgress* 
         const std::uint32_t frames = found.m_nSize / found.m_Format.nBlockAlign;
         if (frames == 0)
             fnFail(MESSAGE_EMPTY);
-        CqWave fresh(found.m_Format.nChannels, found.m_Format.wBitsPerSample,
+        reduced = fnIsReduced(*found.m_Samples);
+        CqWave fresh(found.m_Format.nChannels,
+                     reduced ? kReducedBits : found.m_Format.wBitsPerSample,
                      found.m_Format.nSamplesPerSec, frames, false);
         input.fnSeek(found.m_nSamplesAt);
-        fnReadSamples(input, fresh.fnGetBuffer(), fresh.fnGetBufferSize(), steps);
+        fnReadSamples(input, *found.m_Samples, frames * found.m_Format.nBlockAlign,
+                      fresh.fnGetBuffer(), steps);
         wave.fnSwapBuf(fresh);
     });
+    result.m_bReduced = reduced && result.fnIsDone();
+    return result;
 }
 
 CqWaveFileResult q32WriteWave(const char* path, const CqWave& wave) {

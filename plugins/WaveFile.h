@@ -15,11 +15,13 @@ class CqWave;
 /// How a read or write ended. A write is never aborted.
 using CqWaveFileResult = CqPictureResult;
 
-/// Reads PCM of 8 or 16 bits, in any number of channels and at any rate, declared by the plain or
-/// the extensible form of the format; others give -102, and so do the variants for 4 GiB and more.
-/// Bytes after the last complete frame are ignored. A file that ends before its samples do gives
-/// -6, one without samples -11. On success the wave is replaced, otherwise it is unchanged; old and
-/// new exist at the same time. It must not be playing.
+/// Reads PCM of 8, 16, 24 and 32 bits and floating-point samples of 32 and 64 bits, in any number
+/// of channels and at any rate, declared by the plain or the extensible form of the format; others
+/// give -102, and so do the variants for 4 GiB and more. A wave holds 8 or 16 bits: all larger
+/// samples are rounded to 16, which the result's `m_bReduced` says. Floating-point samples are
+/// limited to -1 to 1; NaN becomes silence. Bytes after the last complete frame are ignored. A file
+/// that ends before its samples do gives -6, one without samples -11. On success the wave is
+/// replaced, otherwise it is unchanged; old and new exist at the same time. It must not be playing.
 /// @param progress  called for every 64 KiB of chunks ahead of the samples, before these are read,
 ///                  and after each 256 KiB of them; may be null
 Q32_API CqWaveFileResult q32ReadWave(const char* path, CqWave& wave,

@@ -1,5 +1,6 @@
 // Plays a WAV file on the sound server, controlled by keys, and draws its oscillogram into a
 // picture file.
+#include "examples/sound/Oscillogram.h"
 #include "examples/terminal/Keys.h"
 #include "platforms/posix/posix.h"
 #include "platforms/pulse/pulse.h"
@@ -28,9 +29,13 @@ constexpr char kUsage[] =
     "  --loop           plays again and again\n"
     "  --picture file   draws the oscillogram into a PNG, JPEG, TIFF or BMP file\n"
     "  --no-play        does that alone\n"
+    "  --help           shows this\n"
+    "\n"
+    "Samples of more than 16 bits and floating-point samples are reduced to 16 bits.\n"
     "\n"
     "Keys: space pauses and goes on, p plays from the start, l loops, s stops, up and down or\n"
-    "+ and - turn the volume, left and right the balance, m mutes, q or Esc ends.\n"
+    "+ and - change the volume of the machine, left and right its balance, m mutes, q or Esc "
+    "ends.\n"
     "Exit codes: 0 played, 1 something failed, 2 wrong use.\n";
 
 struct Options {
@@ -58,22 +63,47 @@ bool fnParse(int count, char** arguments, Options& options) {
     return !options.m_Sound.empty();
 }
 
-/// Prints what the library would show in a message box.
+/// What the message of a result means for a file.
+const char* fnTellCause(int message) {
+    switch (message) {
+    case MESSAGE_NO_MEMORY:
+        return "there is not enough memory for it";
+    case MESSAGE_CANNOT_OPEN:
+        return "it does not exist, or you may not read it";
+    case MESSAGE_CANNOT_SAVE:
+        return "it can't be written: check the folder, your permissions and the free space";
+    case MESSAGE_CORRUPTED:
+        return "it is damaged or incomplete";
+    case MESSAGE_IN_USE:
+        return "another program is using it";
+    case MESSAGE_EMPTY:
+        return "it has no sound in it";
+    case MESSAGE_UNSUPPORTED:
+        return "it is not a WAV file of PCM or floating-point samples";
+    default:
+        return "it can't be read";
+    }
+}
+
+/// Prints why a file could not be read or written.
 bool fnTell(const CqPictureResult& result) {
     if (!result.fnIsDone())
-        std::fprintf(stderr, "%s: can't be read or written (message %d)\n",
-                     static_cast<const char*>(result.m_strPath), result.m_nMsgId);
+        std::fprintf(stderr, "player: %s: %s\n", static_cast<const char*>(result.m_strPath),
+                     fnTellCause(result.m_nMsgId));
     return result.fnIsDone();
 }
 
 bool fnDraw(const CqWave& wave, const std::string& path) {
     const CqPictureFormat* format = q32FindPictureFormat(path.c_str());
     if (!format || !format->m_bCanWrite) {
-        std::fprintf(stderr, "%s: not the name of a picture\n", path.c_str());
+        std::fprintf(
+            stderr,
+            "player: %s: the name must end in .png, .jpg, .tif or .bmp for the oscillogram\n",
+            path.c_str());
         return false;
     }
     CqImage image(kPictureWidth, kPictureHeight, 24, nullptr, 0);
-    wave.fnRasterize(image, 0, wave.fnGetFrameCount(), false, true);
+    fnDrawOscillogram(wave, image);
     return fnTell(q32WritePicture(path.c_str(), image, format->m_eFormat));
 }
 
@@ -204,11 +234,13 @@ private:
 
 bool fnRun(const Options& options, const CqPulse& pulse) {
     CqWave wave;
-    if (!fnTell(q32ReadWave(options.m_Sound.c_str(), wave)))
+    const CqWaveFileResult result = q32ReadWave(options.m_Sound.c_str(), wave);
+    if (!fnTell(result))
         return false;
     const WAVEFORMATEX format = wave.fnGetFormat();
-    std::printf("%s: %u channels of %u bits, %u Hz, %u frames\n", options.m_Sound.c_str(),
+    std::printf("%s: %u channels of %u bits%s, %u Hz, %u frames\n", options.m_Sound.c_str(),
                 unsigned{format.nChannels}, unsigned{format.wBitsPerSample},
+                result.m_bReduced ? ", reduced from finer ones" : "",
                 unsigned{format.nSamplesPerSec}, unsigned{wave.fnGetFrameCount()});
     std::fflush(stdout);
     if (!options.m_Picture.empty() && !fnDraw(wave, options.m_Picture))
@@ -219,6 +251,11 @@ bool fnRun(const Options& options, const CqPulse& pulse) {
 } // namespace
 
 int main(int count, char** arguments) {
+    for (int i = 1; i < count; ++i)
+        if (std::string_view(arguments[i]) == "--help") {
+            std::fputs(kUsage, stdout);
+            return 0;
+        }
     Options options;
     if (!fnParse(count, arguments, options)) {
         std::fputs(kUsage, stderr);

@@ -1,5 +1,6 @@
 #include "platforms/qt/CqImageView.h"
 
+#include "platforms/qt/Checkerboard_p.h"
 #include "platforms/qt/CqQtCanvas.h"
 #include "platforms/qt/Overview_p.h"
 #include "platforms/qt/TileSampler_p.h"
@@ -11,13 +12,11 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <QElapsedTimer>
 #include <QEvent>
 #include <QPainter>
 #include <QPaintEvent>
 #include <QResizeEvent>
 #include <QScrollBar>
-#include <QTimerEvent>
 #include <utility>
 
 namespace {
@@ -64,6 +63,26 @@ CqImageView::~CqImageView() = default;
 
 bool CqImageView::fnHasPicture() const {
     return m_pImage && m_pImage->TileMap;
+}
+
+bool CqImageView::fnHasAlpha() const {
+    return m_bTransparency && fnHasPicture() && m_pImage->BitCount == 32;
+}
+
+void CqImageView::fnSetTransparency(bool on) {
+    if (std::exchange(m_bTransparency, on) != on)
+        fnImageChanged();
+}
+
+void CqImageView::fnLayOverBoard(QRgb* row, int count, const QPoint& first) const {
+    const QPoint place = first + fnGetOrigin();
+    if (fnHasAlpha() && place.x() >= 0 && place.y() >= 0)
+        q32::qt::fnLayOverBoard(row, static_cast<std::size_t>(count), place.x(), place.y());
+}
+
+void CqImageView::fnSetAveraging(bool on) {
+    if (std::exchange(m_bAveraging, on) != on)
+        fnImageChanged();
 }
 
 void CqImageView::fnSetImage(CqImage* image) {
@@ -251,18 +270,22 @@ void CqImageView::fnMatchCanvas() {
     QImage& pixels = m_pCanvas->fnGetPixels();
     const QPoint origin = fnGetOrigin();
     const QPoint moved = m_Drawn - origin;
-    QRegion stale; // a separate region, so that a failure to allocate changes nothing
+    // Separate regions, so that a failure to allocate changes nothing.
+    QRegion stale;
+    QRegion coarse;
     if (m_CanvasSize != pixels.size()) {
         stale = pixels.rect();
     } else if (!moved.isNull()) {
         stale = m_Stale.translated(moved);
         stale += QRegion(pixels.rect()) - (pixels.rect() & pixels.rect().translated(moved));
         stale &= pixels.rect();
+        coarse = m_Coarse.translated(moved) & pixels.rect();
         q32::qt::fnScrollPixels(pixels, moved);
     } else {
         return;
     }
     m_Stale.swap(stale);
+    m_Coarse.swap(coarse);
     m_CanvasSize = pixels.size();
     m_Drawn = origin;
 }
@@ -274,10 +297,8 @@ long long CqImageView::fnDrawNow() {
     if (fnHasPicture()) {
         if (!m_pOverview->fnIsFor(*m_pImage))
             fnResetOverview();
-        const q32::qt::SamplePlace place{m_Drawn, m_Zoom};
-        for (const QRect& rect : m_Stale)
-            around -= q32::qt::fnSampleTiles(*m_pImage, m_pOverview.get(), place, rect, pixels);
-        if (!m_Stale.isEmpty() && m_pOverview->fnGetShift(m_Zoom) != 0)
+        fnDrawStale(around);
+        if (!m_Coarse.isEmpty() || (!m_Stale.isEmpty() && m_pOverview->fnGetShift(m_Zoom) != 0))
             m_Idle.start(0, this);
     }
     const QRgb ground = palette().color(QPalette::Mid).rgb();
@@ -287,51 +308,6 @@ long long CqImageView::fnDrawNow() {
     for (const QRect& rect : std::exchange(m_Stale, QRegion()))
         count += static_cast<long long>(rect.width()) * rect.height();
     return count;
-}
-
-void CqImageView::fnResetOverview() {
-    if (!q32::fnTryMemory([&] { m_pOverview->fnReset(fnHasPicture() ? m_pImage : nullptr); }))
-        m_pOverview->fnReset(nullptr); // the image itself is shown instead
-}
-
-bool CqImageView::fnMakeCells() {
-    constexpr qint64 kMaxTime = 6; // milliseconds, well within a frame
-    const unsigned shift = fnHasPicture() ? m_pOverview->fnGetShift(m_Zoom) : 0;
-    if (shift == 0 || !m_pOverview->fnIsFor(*m_pImage) || !isVisible())
-        return false;
-    fnMatchCanvas();
-    QElapsedTimer timer;
-    timer.start();
-    constexpr auto kSize = static_cast<LONG>(q32::qt::Overview::kCellSize);
-    const CRect seen = fnGetVisible();
-    for (LONG row = seen.top / kSize; row * kSize < seen.bottom; ++row) {
-        CRect made; // the cells made in this row
-        for (LONG column = seen.left / kSize; column * kSize < seen.right; ++column) {
-            const auto x = static_cast<std::uint32_t>(column);
-            const auto y = static_cast<std::uint32_t>(row);
-            if (m_pOverview->fnFind(x, y, shift))
-                continue;
-            if (timer.elapsed() >= kMaxTime) {
-                if (!made.IsRectEmpty())
-                    fnAddStale(made);
-                return true;
-            }
-            m_pOverview->fnMake(*m_pImage, x, y);
-            made.UnionRect(made, CRect(CPoint(column * kSize, row * kSize), CSize(kSize, kSize)));
-        }
-        if (!made.IsRectEmpty())
-            fnAddStale(made);
-    }
-    return false;
-}
-
-void CqImageView::timerEvent(QTimerEvent* event) {
-    if (event->timerId() != m_Idle.timerId()) {
-        QAbstractScrollArea::timerEvent(event);
-        return;
-    }
-    if (!q32::fnTryMemory([&] { return fnMakeCells(); }))
-        m_Idle.stop(); // without memory, the existing part of the overview stays in use
 }
 
 void CqImageView::fnPaintOver(QPainter&, const QRegion&) {}

@@ -11,6 +11,7 @@
 #include <QPoint>
 #include <QPointF>
 #include <QRegion>
+#include <QRgb>
 #include <QSize>
 
 class CqImage;
@@ -23,11 +24,14 @@ class Overview;
 
 /// A widget that shows a CqImage of any size: it scrolls, zooms about the cursor, and draws only
 /// the visible part, tile by tile. Parts drawn before are reused, so that scrolling draws only a
-/// strip. Colours go through the library's gamma; alpha is not shown.
+/// strip. Colours go through the library's gamma; alpha is not shown, unless
+/// `fnSetTransparency` is on.
 ///
 /// Each pixel of the screen shows the nearest neighbour in the image; below a zoom of 1/4, the mean
 /// of the pixels around it: when the event loop is idle, reduced copies of the visible tiles are
-/// made, up to 128 MiB of them, and the view is redrawn from these.
+/// made, up to 128 MiB of them, and the view is redrawn from these. With `fnSetAveraging`, each
+/// pixel at zooms from 1/4 to below 1 is the mean of the area of the image that it covers: what
+/// takes longer than a frame is drawn from nearest neighbours first and then replaced.
 ///
 /// Zoom is in screen pixels per image pixel, so that 1 is sharp on any display. The wheel zooms;
 /// with the Shift or Alt key it scrolls. The middle button drags the picture, and so does the left
@@ -71,6 +75,18 @@ public:
     void fnSetFit(bool fit);
     bool fnIsFit() const { return m_bFit; }
 
+    /// Whether transparent pixels of a 32-bit image show a checkerboard of squares of 8 screen
+    /// pixels; false initially: colours are then shown whatever their alpha.
+    void fnSetTransparency(bool on);
+    bool fnIsTransparent() const { return m_bTransparency; }
+    /// Makes pixels with alpha look as in this view, before gamma: over the checkerboard if that is
+    /// on and the image has 32 bits. For hosts that draw over the picture.
+    /// @param first  the screen pixel of the first one, from the view's top left corner
+    void fnLayOverBoard(QRgb* row, int count, const QPoint& first) const;
+    /// Whether pixels at zooms between 1/4 and 1 are means; false initially.
+    void fnSetAveraging(bool on);
+    bool fnIsAveraging() const { return m_bAveraging; }
+
     /// Whether the left button drags the picture; true initially. Hosts with tools switch it off.
     void fnSetPanning(bool on) { m_bPanning = on; }
 
@@ -93,7 +109,7 @@ public:
     /// have it done now, for example to measure it.
     /// @return screen pixels that were drawn
     long long fnDrawNow();
-    /// Whether reduced copies of the visible tiles are still being made.
+    /// Whether reduced copies of the visible tiles, or means, are still being made.
     bool fnIsRefining() const { return m_Idle.isActive(); }
 
     QSize sizeHint() const override;
@@ -125,6 +141,7 @@ protected:
 
 private:
     Q32_LOCAL bool fnHasPicture() const;
+    Q32_LOCAL bool fnHasAlpha() const;
     Q32_LOCAL QSize fnGetScaledSize() const;
     Q32_LOCAL QPoint fnGetOrigin() const;
     Q32_LOCAL double fnGetFitZoom() const;
@@ -138,15 +155,21 @@ private:
     Q32_LOCAL void fnAddStale(const CRect& part);
     Q32_LOCAL void fnResetOverview();
     Q32_LOCAL bool fnMakeCells();
+    Q32_LOCAL bool fnShowsMeans() const;
+    Q32_LOCAL void fnDrawStale(QRegion& around);
+    Q32_LOCAL bool fnRefineMeans();
 
     CqQtCanvas* m_pCanvas; ///< the viewport
     CqImage* m_pImage = nullptr;
     double m_Zoom = 1.0;
     bool m_bFit = true;
     bool m_bPanning = true;
+    bool m_bTransparency = false;
+    bool m_bAveraging = false;
     std::unique_ptr<q32::qt::Overview> m_pOverview;
     QBasicTimer m_Idle; ///< runs while cells of the overview are to be made
     QRegion m_Stale;    ///< pixels of the canvas that are not drawn yet
+    QRegion m_Coarse;   ///< those drawn from nearest neighbours that are to become means
     QSize m_CanvasSize; ///< for which the stale region was computed
     QPoint m_Drawn;     ///< origin at which the canvas was drawn
     int m_nWheel = 0;   ///< wheel movement of an incomplete step

@@ -27,13 +27,36 @@ struct Sum {
     }
 };
 
+/// Sums of up to 256 pixels with alpha in their top byte; colours are weighted by it.
+struct AlphaSum {
+    std::uint32_t m_nRed = 0;
+    std::uint32_t m_nGreen = 0;
+    std::uint32_t m_nBlue = 0;
+    std::uint32_t m_nAlpha = 0;
+
+    void fnAdd(std::uint32_t pixel) {
+        const std::uint32_t alpha = pixel >> 24;
+        m_nRed += (pixel >> 16 & 0xFFu) * alpha;
+        m_nGreen += (pixel >> 8 & 0xFFu) * alpha;
+        m_nBlue += (pixel & 0xFFu) * alpha;
+        m_nAlpha += alpha;
+    }
+    std::uint32_t fnGetMean(std::uint32_t count) const {
+        if (m_nAlpha == 0)
+            return 0;
+        const auto divide = [this](std::uint32_t sum) { return (sum + m_nAlpha / 2) / m_nAlpha; };
+        return (m_nAlpha + count / 2) / count << 24 | divide(m_nRed) << 16 | divide(m_nGreen) << 8 |
+               divide(m_nBlue);
+    }
+};
+
 std::uint32_t fnDivideUp(std::uint32_t value, unsigned shift) {
     return (value + (1u << shift) - 1) >> shift;
 }
 
 /// Reduces `height` rows of `width` pixels by the same power of two in both directions.
 /// @param fetch  returns the row of a number below `height`
-template <typename Fetch>
+template <typename Sum, typename Fetch>
 void fnReduce(std::uint32_t width, std::uint32_t height, unsigned shift, std::size_t stride,
               std::uint32_t* out, Fetch fetch) {
     std::array<Sum, Overview::kCellSize> sums;
@@ -60,11 +83,12 @@ std::size_t Overview::fnOffset(unsigned shift) const {
     return offset;
 }
 
-void Overview::fnReset(const CqImage* image) {
+void Overview::fnReset(const CqImage* image, bool alpha) {
     constexpr unsigned kMinShift = 2;
     constexpr unsigned kMaxShift = 4; // limit of the sums
     m_Cells.clear();
     m_nFirstShift = 0;
+    m_bAlpha = alpha;
     m_nWidth = image ? image->Width : 0;
     m_nHeight = image ? image->Height : 0;
     m_nBits = image ? image->BitCount : 0;
@@ -107,30 +131,39 @@ const std::uint32_t* Overview::fnFind(std::uint32_t column, std::uint32_t row,
     return cell ? cell + fnOffset(shift) : nullptr;
 }
 
-void Overview::fnMake(const CqImage& image, std::uint32_t column, std::uint32_t row) {
-    std::unique_ptr<std::uint32_t[]> cell(new std::uint32_t[fnOffset(kLastShift + 1)]);
-    const CqPixelReader reader(image, kCanvasOrder);
+template <typename Sum>
+void Overview::fnReduceCell(const CqImage& image, std::uint32_t column, std::uint32_t row,
+                            std::uint32_t* cell) const {
+    const CqPixelReader reader(image, m_bAlpha ? kAlphaOrder : kCanvasOrder);
     std::array<std::uint32_t, kCellSize> pixels{};
     std::uint32_t width = std::min(kCellSize, m_nWidth - column * kCellSize);
     std::uint32_t height = std::min(kCellSize, m_nHeight - row * kCellSize);
 
-    fnReduce(width, height, m_nFirstShift, kCellSize >> m_nFirstShift, cell.get(),
-             [&](std::uint32_t y) {
-                 reader.fnReadRow(column * kCellSize, row * kCellSize + y, width, pixels.data());
-                 return pixels.data();
-             });
-    std::uint32_t* from = cell.get();
+    fnReduce<Sum>(
+        width, height, m_nFirstShift, kCellSize >> m_nFirstShift, cell, [&](std::uint32_t y) {
+            reader.fnReadRow(column * kCellSize, row * kCellSize + y, width, pixels.data());
+            return pixels.data();
+        });
+    std::uint32_t* from = cell;
     width = fnDivideUp(width, m_nFirstShift);
     height = fnDivideUp(height, m_nFirstShift);
     for (unsigned shift = m_nFirstShift; shift < kLastShift; ++shift) {
         const std::size_t stride = kCellSize >> shift;
         std::uint32_t* to = from + stride * stride;
-        fnReduce(width, height, 1, stride / 2, to,
-                 [&](std::uint32_t y) { return from + y * stride; });
+        fnReduce<Sum>(width, height, 1, stride / 2, to,
+                      [&](std::uint32_t y) { return from + y * stride; });
         from = to;
         width = fnDivideUp(width, 1);
         height = fnDivideUp(height, 1);
     }
+}
+
+void Overview::fnMake(const CqImage& image, std::uint32_t column, std::uint32_t row) {
+    std::unique_ptr<std::uint32_t[]> cell(new std::uint32_t[fnOffset(kLastShift + 1)]);
+    if (m_bAlpha)
+        fnReduceCell<AlphaSum>(image, column, row, cell.get());
+    else
+        fnReduceCell<Sum>(image, column, row, cell.get());
     m_Cells[std::size_t{row} * m_nAcross + column] = std::move(cell);
 }
 

@@ -26,7 +26,8 @@ public:
 
     /// Discards everything and prepares for another image, or for none. On std::bad_alloc, it is
     /// prepared for none.
-    void fnReset(const CqImage* image);
+    /// @param alpha  pixels keep the image's alpha; means of colours are weighted by it
+    void fnReset(const CqImage* image, bool alpha = false);
     /// Whether this is prepared for an image of that size and depth.
     bool fnIsFor(const CqImage& image) const;
     /// Discards the cells that intersect a part of the image.
@@ -42,6 +43,10 @@ public:
     void fnMake(const CqImage& image, std::uint32_t column, std::uint32_t row);
 
 private:
+    template <typename Sum>
+    void fnReduceCell(const CqImage& image, std::uint32_t column, std::uint32_t row,
+                      std::uint32_t* cell) const;
+
     static constexpr unsigned kLastShift = 7;
 
     std::size_t fnOffset(unsigned shift) const;
@@ -51,6 +56,7 @@ private:
     std::uint32_t m_nBits = 0;
     std::uint32_t m_nAcross = 0;
     unsigned m_nFirstShift = 0; ///< 0: no cells at all
+    bool m_bAlpha = false;
     std::vector<std::unique_ptr<std::uint32_t[]>> m_Cells;
 };
 

@@ -1,4 +1,5 @@
 #include "platforms/qt/CanvasPixels_p.h"
+#include "platforms/qt/Checkerboard_p.h"
 #include "platforms/qt/Overview_p.h"
 #include "platforms/qt/TileSampler_p.h"
 #include "q32Base/display/CqDisplayProperty.h"
@@ -37,7 +38,9 @@ struct SampledAxis {
     }
 };
 
-SampledAxis fnMakeAxis(int first, int end, int origin, double zoom, std::uint32_t length) {
+/// @param keepsOne  even an image of less than half a canvas pixel has one
+SampledAxis fnMakeAxis(int first, int end, int origin, double zoom, std::uint32_t length,
+                       bool keepsOne) {
     SampledAxis axis;
     while (first < end && fnSampleIndex(first, origin, zoom) < 0)
         ++first;
@@ -45,7 +48,9 @@ SampledAxis fnMakeAxis(int first, int end, int origin, double zoom, std::uint32_
     axis.m_Index.reserve(static_cast<std::size_t>(std::max(0, end - first)));
     axis.m_Pairs.reserve(axis.m_Index.capacity());
     for (int at = first; at < end; ++at) {
-        const long long index = fnSampleIndex(at, origin, zoom);
+        long long index = fnSampleIndex(at, origin, zoom);
+        if (keepsOne && at + origin == 0)
+            index = std::min<long long>(index, length - 1);
         if (index >= static_cast<long long>(length))
             break;
         const auto found = static_cast<std::uint32_t>(index);
@@ -64,8 +69,9 @@ SampledAxis fnMakeAxis(int first, int end, int origin, double zoom, std::uint32_
 /// The rows of a cell, from the image or from its reduced copy.
 class CellRows {
 public:
-    CellRows(const CqImage& image, const Overview* overview, unsigned shift)
-        : m_Reader(image, kCanvasOrder), m_pOverview(overview), m_nShift(shift) {}
+    CellRows(const CqImage& image, const Overview* overview, unsigned shift, bool alpha)
+        : m_Reader(image, alpha ? kAlphaOrder : kCanvasOrder), m_pOverview(overview),
+          m_nShift(shift) {}
 
     void fnGoTo(std::uint32_t column, std::uint32_t row) {
         m_nColumn = column;
@@ -121,6 +127,19 @@ void fnCorrect(const CqDisplayProperty& display, std::span<const std::uint32_t> 
     }
 }
 
+/// Lays rows of pixels with alpha over the checkerboard, and takes them through the gamma.
+/// @param place    of the first pixel on the scaled picture
+/// @param display  null: no gamma
+void fnLayOut(const QPoint& place, std::size_t rows, std::size_t count, std::uint32_t* out,
+              std::size_t stride, const CqDisplayProperty* display) {
+    for (std::size_t y = 0; y < rows; ++y, out += stride) {
+        fnLayOverBoard(out, count, place.x(), place.y() + static_cast<int>(y));
+        if (display)
+            display->fnGammaCorrect(reinterpret_cast<unsigned char*>(out),
+                                    static_cast<unsigned>(count), 32);
+    }
+}
+
 } // namespace
 
 long long fnSampleIndex(int pixel, int origin, double zoom) {
@@ -133,17 +152,18 @@ QRect fnSampleTiles(const CqImage& image, const Overview* overview, const Sample
     const QRect cut = part & canvas.rect();
     if (cut.isEmpty())
         return {};
-    const SampledAxis across =
-        fnMakeAxis(cut.left(), cut.right() + 1, place.m_Origin.x(), place.m_Zoom, image.Width);
-    const SampledAxis down =
-        fnMakeAxis(cut.top(), cut.bottom() + 1, place.m_Origin.y(), place.m_Zoom, image.Height);
+    const SampledAxis across = fnMakeAxis(cut.left(), cut.right() + 1, place.m_Origin.x(),
+                                          place.m_Zoom, image.Width, place.m_bKeepsOne);
+    const SampledAxis down = fnMakeAxis(cut.top(), cut.bottom() + 1, place.m_Origin.y(),
+                                        place.m_Zoom, image.Height, place.m_bKeepsOne);
     const CqDisplayProperty* display = q32GetDisplayProperty();
     const bool gamma = display && display->fnIsGammaInEffect();
     const auto stride = static_cast<std::size_t>(canvas.bytesPerLine()) / 4;
     auto* corner = reinterpret_cast<std::uint32_t*>(canvas.bits()) +
                    static_cast<std::size_t>(down.m_nFirst) * stride + across.m_nFirst;
 
-    CellRows cell(image, overview, overview ? overview->fnGetShift(place.m_Zoom) : 0);
+    CellRows cell(image, overview, overview ? overview->fnGetShift(place.m_Zoom) : 0,
+                  place.m_bAlpha);
     for (const Span& rows : down.m_Spans) {
         for (const Span& columns : across.m_Spans) {
             cell.fnGoTo(across.fnGetCell(columns), down.fnGetCell(rows));
@@ -156,7 +176,14 @@ QRect fnSampleTiles(const CqImage& image, const Overview* overview, const Sample
             std::uint32_t* out = corner + rows.m_nFirst * stride + columns.m_nFirst;
             cell.fnPick(listedRows, std::span(xs).subspan(columns.m_nFirst, columns.fnGetCount()),
                         out, stride);
-            if (gamma)
+            if (place.m_bAlpha)
+                fnLayOut(
+                    QPoint(across.m_nFirst + static_cast<int>(columns.m_nFirst) +
+                               place.m_Origin.x(),
+                           down.m_nFirst + static_cast<int>(rows.m_nFirst) + place.m_Origin.y()),
+                    listedRows.size(), columns.fnGetCount(), out, stride,
+                    gamma ? display : nullptr);
+            else if (gamma)
                 fnCorrect(*display, listedRows, columns.fnGetCount(), out, stride);
         }
     }

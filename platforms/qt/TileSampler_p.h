@@ -16,6 +16,9 @@ class Overview;
 struct SamplePlace {
     QPoint m_Origin;
     double m_Zoom = 1.0;
+    /// Transparent pixels show a checkerboard; the overview is made for that.
+    bool m_bAlpha = false;
+    bool m_bKeepsOne = false; ///< an image of less than half a canvas pixel is shown on one
 };
 
 /// Column or row of the image under a canvas pixel; may lie outside the image.

@@ -54,7 +54,8 @@ TEST_F(DarkroomWindow, APictureOfFourGigabytesCannotBeRequested) {
     const auto* const bytes = dialog.findChild<QLabel*>("bytes");
     EXPECT_TRUE(fnCanAccept(dialog));
     const QString small = bytes->text();
-    EXPECT_TRUE(small.contains("2.3")) << "1024 x 768 x 3 are 2.25 MB, not " << small.toStdString();
+    EXPECT_TRUE(small.contains("2.3"))
+        << "1024 x 768 x 3 are 2.25 MiB, not " << small.toStdString();
     width->setValue(60000);
     height->setValue(60000);
     EXPECT_FALSE(fnCanAccept(dialog));
@@ -72,7 +73,7 @@ TEST_F(DarkroomWindow, APictureCannotBeMadeLargerThanFourGigabytesEither) {
     fnDo("resize", [&](QDialog& dialog) {
         const auto* const bytes = dialog.findChild<QLabel*>("bytes");
         EXPECT_TRUE(bytes->text().startsWith("64"))
-            << "67,500,000 bytes are 64.4 MB, not " << bytes->text().toStdString();
+            << "67,500,000 bytes are 64.4 MiB, not " << bytes->text().toStdString();
         dialog.findChild<QCheckBox*>("proportions")->setChecked(false);
         dialog.findChild<QSpinBox*>("Width")->setValue(60000);
         dialog.findChild<QSpinBox*>("Height")->setValue(23861);
@@ -85,11 +86,11 @@ TEST_F(DarkroomWindow, APictureCannotBeMadeLargerThanFourGigabytesEither) {
         EXPECT_TRUE(fnCanAccept(dialog));
         dialog.reject();
     });
-    fnDo("scale", [&](QDialog& dialog) {
-        auto* const scale = dialog.findChild<QSpinBox*>("Scale");
-        scale->setValue(800);
+    fnDo("resize", [&](QDialog& dialog) {
+        auto* const percent = dialog.findChild<QSpinBox*>("percent");
+        percent->setValue(800 * 100);
         EXPECT_FALSE(fnCanAccept(dialog)) << "40,000 x 36,000 pixels";
-        scale->setValue(797);
+        percent->setValue(797 * 100);
         EXPECT_TRUE(fnCanAccept(dialog)) << "39,850 x 35,865 pixels are 4,287,660,750 bytes";
         dialog.reject();
     });

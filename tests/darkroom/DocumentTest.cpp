@@ -218,7 +218,6 @@ TEST_F(DarkroomDocument, ValuesThatDoNothingAreNoChange) {
         {"sharpen", {0}},
         {"resize", {200, 150, 1}},
         {"resize", {200, 150, 0}},
-        {"scale", {100}},
         {"rotate", {0, 1, 0xFFFFFF}},
         {"rotate", {0, 0, 0x1234}},
     };
@@ -239,8 +238,8 @@ TEST_F(DarkroomDocument, ValuesThatDoNothingAreNoChange) {
     const std::pair<const char*, darkroom::Values> effective[] = {
         {"brightness", {0, 1}},    {"balance", {0, 0, -1}},
         {"hue", {1, 0}},           {"threshold", {0}},
-        {"resize", {200, 149, 0}}, {"scale", {99}},
-        {"rotate", {180, 0, 0}},   {"right", {}},
+        {"resize", {200, 149, 0}}, {"rotate", {1, 0, 0}},
+        {"rotate", {18000, 0, 0}}, {"right", {}},
     };
     for (const auto& [id, values] : effective)
         EXPECT_TRUE(fnFindOperation(id)->fnChanges(document.fnGetImage(), values)) << id;

@@ -149,9 +149,8 @@ TEST_F(DarkroomEdits, EachDepthHasTheOperationsThatMakeSenseForIt) {
     const std::pair<unsigned int, std::string> others[] = {
         {4, "resize to24 to32 "},
         {16, "brightness balance resize " + turns + "to24 to32 "},
-        {24,
-         "brightness balance hue threshold soften sharpen resize scale rotate " + turns + "to32 "},
-        {32, "brightness balance hue soften sharpen resize scale rotate " + turns + "to24 "},
+        {24, "brightness balance hue threshold soften sharpen resize rotate " + turns + "to32 "},
+        {32, "brightness balance hue soften sharpen resize rotate " + turns + "to24 "},
     };
     for (const auto& [bits, names] : others) {
         CqImage image;
@@ -244,7 +243,7 @@ TEST_F(DarkroomEdits, APositiveAngleRotatesClockwiseWhateverItIs) {
         image.fnFill(CqColor(0, 0, 0, 255), nullptr, false);
         const CRect top(46, 0, 56, 10);
         image.fnFill(CqColor(255, 255, 255, 255), &top, false);
-        fnFindOperation("rotate")->m_pRun(image, Values{angle, 0, 0}, nullptr);
+        fnFindOperation("rotate")->m_pRun(image, Values{angle * darkroom::kDegree, 0, 0}, nullptr);
         double x = 0;
         double y = 0;
         int count = 0;

@@ -114,7 +114,7 @@ TEST_P(DarkroomLooks, ADialogShowsItsEffectInThePicture) {
     });
     EXPECT_GT(colorAt(560, 200).red(), 240) << "taken back";
     fnDo("rotate", [&](QDialog& dialog) {
-        dialog.findChild<QSpinBox*>("Angle, clockwise")->setValue(30);
+        dialog.findChild<QSpinBox*>("Angle, clockwise")->setValue(30 * darkroom::kDegree);
         // The disk moves from (160, -100) relative to the centre to (189, -7).
         EXPECT_TRUE(fnWaitFor([&] { return colorAt(589, 293).red() > 240; }));
         EXPECT_EQ(colorAt(20, 20), QColor(Qt::white)) << "the corner shows the background";

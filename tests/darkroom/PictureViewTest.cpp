@@ -10,6 +10,7 @@ class DarkroomView : public DarkroomWindow {
 protected:
     void SetUp() override {
         DarkroomWindow::SetUp();
+        fnView().fnSetAveraging(false); // so that pixels can be compared one by one
         ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("view.png", 640, 480)));
         fnView().fnSetZoom(1);
         QCoreApplication::processEvents();

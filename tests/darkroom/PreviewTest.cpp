@@ -102,8 +102,9 @@ TEST_F(DarkroomPreview, RightAnglesAndNearestNeighbourShowTheResultInItsPlace) {
     for (const double zoom : {1.0, 0.5, 3.0}) {
         fnZoomTo(zoom);
         for (const int angle : {90, 180, -90}) {
-            const Promise promise = fnPromise(
-                "rotate", [&](QDialog& dialog) { fnSet(dialog, "Angle, clockwise", angle); });
+            const Promise promise = fnPromise("rotate", [&](QDialog& dialog) {
+                fnSet(dialog, "Angle, clockwise", angle * darkroom::kDegree);
+            });
             EXPECT_TRUE(promise.m_Shown == promise.m_Done) << angle << " at " << zoom;
             fnDo("undo");
         }
@@ -130,8 +131,9 @@ TEST_F(DarkroomPreview, OtherAnglesAndScalesShowTheResultInItsPlaceExceptForTheF
         fnZoomTo(zoom);
         const QRgb ground = fnLook().pixel(0, 0);
         for (const int angle : {1, 30, -137}) {
-            const Promise promise = fnPromise(
-                "rotate", [&](QDialog& dialog) { fnSet(dialog, "Angle, clockwise", angle); });
+            const Promise promise = fnPromise("rotate", [&](QDialog& dialog) {
+                fnSet(dialog, "Angle, clockwise", angle * darkroom::kDegree);
+            });
             EXPECT_LT(fnDistance(promise.m_Shown, promise.m_Done, ground), kNear)
                 << angle << " at " << zoom;
             EXPECT_GT(fnDistance(promise.m_Before, promise.m_Done, ground), kNear)
@@ -140,8 +142,8 @@ TEST_F(DarkroomPreview, OtherAnglesAndScalesShowTheResultInItsPlaceExceptForTheF
         }
         for (const int percent : {40, 150}) {
             const double near = kNear * 100 / std::min(percent, 100); // gradients get steeper
-            const Promise promise =
-                fnPromise("scale", [&](QDialog& dialog) { fnSet(dialog, "Scale", percent); });
+            const Promise promise = fnPromise(
+                "resize", [&](QDialog& dialog) { fnSet(dialog, "percent", percent * 100); });
             EXPECT_LT(fnDistance(promise.m_Shown, promise.m_Done, ground), near)
                 << percent << " % at " << zoom;
             EXPECT_GT(fnDistance(promise.m_Before, promise.m_Done, ground), near)
@@ -161,9 +163,9 @@ TEST_F(DarkroomPreview, APictureBeyondTheViewRotatesInPlaceAndReturns) {
         const QPoint middle(before.width() / 2, before.height() / 2);
         fnDo("rotate", [&](QDialog& dialog) {
             fnSwitch(dialog, "Smooth edges", false);
-            fnSet(dialog, "Angle, clockwise", 10);
+            fnSet(dialog, "Angle, clockwise", 10 * darkroom::kDegree);
             ASSERT_TRUE(fnWaitFor([&] { return fnLook() != before; }));
-            fnSet(dialog, "Angle, clockwise", 0);
+            fnSet(dialog, "Angle, clockwise", 0 * darkroom::kDegree);
             EXPECT_TRUE(fnWaitFor([&] { return fnLook() == before; })) << zoom;
             dialog.reject();
         });
@@ -176,8 +178,9 @@ TEST_F(DarkroomPreview, AHugePictureIsRotatedFromACopyAtItsVisibleSize) {
     fnZoomTo(0.1);
     ASSERT_TRUE(fnWaitFor([&] { return !fnView().fnIsRefining(); }));
     const QRgb ground = fnLook().pixel(0, 0);
-    const Promise promise =
-        fnPromise("rotate", [](QDialog& dialog) { fnSet(dialog, "Angle, clockwise", 30); });
+    const Promise promise = fnPromise("rotate", [](QDialog& dialog) {
+        fnSet(dialog, "Angle, clockwise", 30 * darkroom::kDegree);
+    });
     ASSERT_TRUE(fnWaitFor([&] { return !fnView().fnIsRefining(); }));
     EXPECT_LT(fnDistance(promise.m_Shown, fnLook(), ground), 0.5);
     EXPECT_GT(fnDistance(promise.m_Before, fnLook(), ground), 2);
@@ -201,10 +204,10 @@ TEST_F(DarkroomPreview, AMovedPictureIsOnTheViewsBackgroundWithoutTheSelectionsS
     ASSERT_FALSE(shaded == plain);
     fnDo("rotate", [&](QDialog& dialog) {
         EXPECT_TRUE(fnLook() == shaded) << "not turned yet";
-        fnSet(dialog, "Angle, clockwise", 180);
+        fnSet(dialog, "Angle, clockwise", 180 * darkroom::kDegree);
         ASSERT_TRUE(fnWaitFor([&] { return fnLook() != shaded; }));
         EXPECT_TRUE(fnLook() == upsideDown) << "no shade";
-        fnSet(dialog, "Angle, clockwise", 45);
+        fnSet(dialog, "Angle, clockwise", 45 * darkroom::kDegree);
         ASSERT_TRUE(fnWaitFor([&] { return fnLook() != upsideDown; }));
         const QImage turned = fnLook();
         EXPECT_EQ(turned.pixel(2, 2), ground);
@@ -221,7 +224,7 @@ TEST_F(DarkroomPreview, AResizedViewGetsANewPreview) {
         const QImage first = fnLook();
         fnDo(id, [&](QDialog& dialog) {
             if (std::string(id) == "rotate")
-                fnSet(dialog, "Angle, clockwise", 30);
+                fnSet(dialog, "Angle, clockwise", 30 * darkroom::kDegree);
             EXPECT_TRUE(fnWaitFor([&] { return fnLook() != first; })) << id;
             m_pWindow->resize(700, 500);
             EXPECT_TRUE(fnWaitFor([&] { return fnLook().size() != first.size(); }));
@@ -292,7 +295,7 @@ TEST_F(DarkroomPreview, ACopyAtTheVisibleSizeHasAtMostEightMillionPixels) {
         std::uint32_t bytes = 0;
         fnDo("rotate", [&](QDialog& dialog) {
             const std::uint32_t used = q32GetVMPolicy()->fnGetRamUsed();
-            fnSet(dialog, "Angle, clockwise", 30);
+            fnSet(dialog, "Angle, clockwise", 30 * darkroom::kDegree);
             EXPECT_TRUE(fnWaitFor([&] { return fnLook() != before; }));
             bytes = q32GetVMPolicy()->fnGetRamUsed() - used;
             dialog.reject();

@@ -241,14 +241,28 @@ TEST_F(Player, ReportsWhatItCannotDo) {
     EXPECT_EQ(fnSays({sound}, 1),
               "There is no sound device that plays this: Connection refused.\n");
     const std::string missing = (m_Folder / "missing.wav").string();
-    EXPECT_EQ(fnSays({missing}, 1), missing + ": can't be read or written (message -3)\n");
-    EXPECT_EQ(fnSays({"--picture", "sound.xyz", sound}, 1),
-              "sound.xyz: not the name of a picture\n");
-    EXPECT_EQ(fnSays({"--picture", "/nowhere/sound.png", sound}, 1),
-              "/nowhere/sound.png: can't be read or written (message -5)\n");
+    EXPECT_EQ(fnSays({missing}, 1),
+              "player: " + missing + ": it does not exist, or you may not read it\n");
+    const std::string text = (m_Folder / "text.wav").string();
+    std::ofstream(text) << "Dear listener";
+    EXPECT_EQ(fnSays({text}, 1),
+              "player: " + text + ": it is not a WAV file of PCM or floating-point samples\n");
+    EXPECT_TRUE(fnSays({"--picture", "sound.xyz", sound}, 1)
+                    .starts_with("player: sound.xyz: the name must end in .png"));
+    EXPECT_TRUE(fnSays({"--picture", "/nowhere/sound.png", sound}, 1)
+                    .starts_with("player: /nowhere/sound.png: it can't be written"));
     for (const std::vector<std::string>& wrong :
          {std::vector<std::string>{}, {"--unknown", sound}, {sound, sound}, {sound, "--picture"}})
         EXPECT_TRUE(fnSays(wrong, 2).starts_with("usage: player "));
+}
+
+TEST_F(Player, ExplainsItselfOnRequest) {
+    Stream said = Stream::fnFromPlayer();
+    ChildProcess player =
+        fnRun({"--help"}, "unix:/nowhere/native", {.m_nOutput = said.fnGetPlayers()});
+    said.fnGive();
+    EXPECT_TRUE(said.fnReadAll().starts_with("usage: player "));
+    EXPECT_EQ(player.fnWait(), 0);
 }
 
 TEST_F(Player, ReportsWhatItPlays) {

@@ -6,6 +6,7 @@
 #include "tests/support/Random.h"
 
 #include <cstring>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -166,10 +167,89 @@ TEST_F(WaveFileTest, BytesAfterTheLastCompleteFrameAreDropped) {
 TEST_F(WaveFileTest, OtherKindsOfSoundAreNotSupported) {
     const std::string data = fnChunk("data", "abcdefghijklmnopqrstuvwx");
     fnExpectRefused(-102, fnFile(fnChunk("fmt ", fnFormat(1, 16, 2)) + data));
-    fnExpectRefused(-102, fnFile(fnChunk("fmt ", fnFormat(1, 24)) + data));
-    fnExpectRefused(-102, fnFile(fnChunk("fmt ", fnFormat(1, 32, 3)) + data));
+    fnExpectRefused(-102, fnFile(fnChunk("fmt ", fnFormat(1, 40)) + data));
+    fnExpectRefused(-102, fnFile(fnChunk("fmt ", fnFormat(1, 64)) + data));
+    fnExpectRefused(-102, fnFile(fnChunk("fmt ", fnFormat(1, 16, 3)) + data));
     fnExpectRefused(-102, fnFile(fnChunk("fmt ", fnExtensible(1, 16, 3)) + data));
+    fnExpectRefused(-102, fnFile(fnChunk("fmt ", fnExtensible(1, 24, 6)) + data));
     fnExpectRefused(-102, fnFile(fnChunk("fmt ", fnFormat(1, 16, 0xFFFE)) + data));
+}
+
+TEST_F(WaveFileTest, LargerSamplesAreRoundedToSixteenBitsAndThatIsSaid) {
+    const auto bytes = [](auto value) {
+        std::string text(sizeof value, '\0');
+        std::memcpy(text.data(), &value, sizeof value);
+        return text;
+    };
+    struct Case {
+        int m_nTag;
+        int m_nBits;
+        std::string m_Samples;
+        std::vector<int> m_Expected;
+    };
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const double infinity = std::numeric_limits<double>::infinity();
+    const Case cases[] = {
+        {1,
+         24,
+         fnLow(0x7FFFFF, 3) + fnLow(0x800000, 3) + fnLow(0x00017F, 3) + fnLow(0x000180, 3) +
+             fnLow(0xFFFF80, 3) + fnLow(0xFFFF7F, 3),
+         {32767, -32768, 1, 2, 0, -1}},
+        {1,
+         32,
+         fnLow(0x7FFFFFFF, 4) + fnLow(0x80000000, 4) + fnLow(0x00017FFF, 4) + fnLow(0x00018000, 4) +
+             fnLow(0xFFFF8000, 4) + fnLow(0xFFFF7FFF, 4),
+         {32767, -32768, 1, 2, 0, -1}},
+        {3,
+         32,
+         bytes(1.0F) + bytes(-1.0F) + bytes(0.5F) + bytes(-7.0F) + bytes(nan) + bytes(1.5F / 32768),
+         {32767, -32768, 16384, -32768, 0, 2}},
+        {3,
+         64,
+         bytes(1.0) + bytes(-1.0) + bytes(-0.25) + bytes(infinity) + bytes(-infinity) +
+             bytes(-1.5 / 32768),
+         {32767, -32768, -8192, 32767, -32768, -1}},
+    };
+    for (const Case& one : cases)
+        for (const bool extensible : {false, true}) {
+            SCOPED_TRACE(std::to_string(one.m_nBits) + " bits, tag " + std::to_string(one.m_nTag));
+            std::string expected;
+            for (const int value : one.m_Expected)
+                expected += fnLow(static_cast<std::uint32_t>(value), 2);
+            const auto bits = static_cast<std::uint32_t>(one.m_nBits);
+            fnPut(fnFile(
+                fnChunk("fmt ", extensible
+                                    ? fnExtensible(2, bits, static_cast<char>(one.m_nTag))
+                                    : fnFormat(2, bits, static_cast<std::uint32_t>(one.m_nTag))) +
+                fnChunk("data", one.m_Samples + "?"))); // an incomplete frame is dropped
+            CqWave wave;
+            const CqWaveFileResult result = q32ReadWave(kPath, wave);
+            ASSERT_TRUE(result.fnIsDone());
+            EXPECT_TRUE(result.m_bReduced);
+            EXPECT_EQ(fnSamples(wave), expected);
+            EXPECT_EQ(wave.fnGetFormat().wBitsPerSample, 16);
+            EXPECT_EQ(wave.fnGetFormat().nBlockAlign, 4);
+            EXPECT_EQ(wave.fnGetFormat().nAvgBytesPerSec, 32000u);
+        }
+    fnPut(fnFile(fnChunk("fmt ", fnFormat(1, 16)) + fnChunk("data", "ab")));
+    CqWave wave;
+    EXPECT_FALSE(q32ReadWave(kPath, wave).m_bReduced);
+}
+
+TEST_F(WaveFileTest, ALongSoundOfThreeBytesASampleIsReadAcrossThePieces) {
+    std::string samples;
+    std::string expected;
+    for (std::uint32_t i = 0; i < 300'000; ++i) {
+        samples += fnLow(i * 37 << 8, 3);
+        expected += fnLow(i * 37, 2);
+    }
+    fnPut(fnFile(fnChunk("fmt ", fnFormat(1, 24)) + fnChunk("data", samples)));
+    CqWave wave;
+    Listener listener;
+    ASSERT_TRUE(q32ReadWave(kPath, wave, &listener).fnIsDone());
+    EXPECT_TRUE(fnSamples(wave) == expected);
+    EXPECT_EQ(listener.m_Percents.back(), 100u);
+    EXPECT_GE(listener.m_Percents.size(), 4u);
 }
 
 TEST_F(WaveFileTest, OtherFilesAreNotSupported) {

@@ -1,9 +1,10 @@
 #include "examples/darkroom/model/Document.h"
 
+#include "examples/darkroom/model/FileExtras.h"
 #include "examples/darkroom/model/Merge.h"
 #include "examples/darkroom/model/Pictures.h"
-#include "q32Base/framework/Memory.h"
-#include "q32Base/messages/Messages.h"
+#include "examples/darkroom/model/Progress.h"
+#include "examples/darkroom/model/Room.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <utility>
@@ -12,39 +13,15 @@ namespace darkroom {
 
 namespace {
 
-constexpr int kNoMemory = -1;
-constexpr int kNotSupported = -102;
-
+/// Progress of a change, in percent, once its pixels are saved.
+constexpr unsigned int kCopyPercent = 20;
 /// Progress of an edit limited to the selection, in percent, after copying and after editing.
 constexpr unsigned int kPartCopied = 10;
 constexpr unsigned int kPartEdited = 90;
-/// Progress of a selection, in percent, once its mask is made.
-constexpr unsigned int kMaskMade = 50;
 /// Progress of a pattern fill, in percent, once the pattern is converted.
 constexpr unsigned int kPatternConverted = 20;
 
-Outcome fnFail(int message, const std::string& path) {
-    Outcome outcome;
-    outcome.m_nMsgId = message;
-    outcome.m_strPath = path.c_str();
-    return outcome;
-}
-
-Outcome fnStop() {
-    Outcome outcome;
-    outcome.m_bAborted = true;
-    return outcome;
-}
-
-/// Runs `work` and converts its memory failures into an outcome.
-template <typename Work>
-Outcome fnGuard(Work&& work) {
-    Outcome failed; // no path: setting it might allocate again
-    failed.m_nMsgId = kNoMemory;
-    return q32::fnTryMemoryOr(std::move(failed), std::forward<Work>(work));
-}
-
-/// What a selection, and a view, must match.
+/// What a selection must match.
 struct Form {
     explicit Form(const CqImage& image)
         : m_nWidth(image.Width), m_nHeight(image.Height), m_nBits(image.BitCount) {}
@@ -58,18 +35,18 @@ struct Form {
 /// Restores the picture unless the edit is reported as successful.
 class Rollback {
 public:
-    Rollback(CqImage& image, Snapshot& snapshot) : m_Image(image), m_pSnapshot(&snapshot) {}
+    Rollback(CqImage& image, Step& step) : m_Image(image), m_pStep(&step) {}
     ~Rollback() {
-        if (m_pSnapshot)
-            m_Image.fnSwapBuf(m_pSnapshot->m_Image);
+        if (m_pStep)
+            m_pStep->fnExchange(m_Image);
     }
     Rollback(const Rollback&) = delete;
     Rollback& operator=(const Rollback&) = delete;
-    void fnKeep() { m_pSnapshot = nullptr; }
+    void fnKeep() { m_pStep = nullptr; }
 
 private:
     CqImage& m_Image;
-    Snapshot* m_pSnapshot;
+    Step* m_pStep;
 };
 
 } // namespace
@@ -96,31 +73,44 @@ void Document::fnReset(std::string path, bool reduced) {
     m_bReduced = reduced;
     m_nSavedState = m_nState = ++m_nLastState;
     m_bModified = false;
-    fnSelectNone();
+    m_Touched.reset();
+    fnDropSelection();
+    fnTell();
 }
 
 Outcome Document::fnOpen(const std::string& path, CqProgressDisplay* progress) {
-    return fnGuard([&] {
+    return fnWithRoom([&] {
         std::string newPath = path;
         PictureProgress pictureProgress(progress);
         Outcome outcome = q32ReadPicture(path.c_str(), m_Image, &pictureProgress);
-        if (outcome.fnIsDone())
+        if (outcome.fnIsDone()) {
+            m_nExtras = outcome.m_bReduced ? fnFindExtras(path.c_str()) : 0;
             fnReset(std::move(newPath), outcome.m_bReduced);
+        }
         return outcome;
     });
 }
 
+const CqPictureFormat* Document::fnFindFormat(const char* path) const {
+    const CqPictureFormat* format = q32FindPictureFormat(path);
+    for (const CqPictureFormat& one : q32GetPictureFormats())
+        if (m_strPath == path && one.m_eFormat == m_Image.fnGetFioPlugin())
+            format = &one;
+    return format && format->m_bCanWrite ? format : nullptr;
+}
+
 Outcome Document::fnSave(const std::string& path, CqProgressDisplay* progress) {
     return fnGuard([&] {
-        const CqPictureFormat* format = q32FindPictureFormat(path.c_str());
-        if (!format || !format->m_bCanWrite)
-            return fnFail(kNotSupported, path);
+        const CqPictureFormat* format = fnFindFormat(path.c_str());
+        if (!format)
+            return fnFail(MESSAGE_UNSUPPORTED, path);
         std::string newPath = path;
         PictureProgress pictureProgress(progress);
         Outcome outcome =
             q32WritePicture(path.c_str(), m_Image, format->m_eFormat, {}, &pictureProgress);
         if (outcome.fnIsDone() && fnKeepsAll(path.c_str())) {
             m_strPath = std::move(newPath);
+            m_Image.fnSetFioPlugin(format->m_eFormat);
             m_bReduced = false;
             m_nSavedState = m_nState;
             m_bModified = false;
@@ -131,13 +121,13 @@ Outcome Document::fnSave(const std::string& path, CqProgressDisplay* progress) {
 }
 
 bool Document::fnKeepsAll(const char* path) const {
-    const CqPictureFormat* const format = q32FindPictureFormat(path);
+    const CqPictureFormat* const format = fnFindFormat(path);
     return format && (format->m_bHasAlpha || m_Image.BitCount != 32);
 }
 
 Outcome Document::fnNew(unsigned int width, unsigned int height, const CqColor& color,
                         CqProgressDisplay* progress) {
-    return fnGuard([&] {
+    return fnWithRoom([&] {
         CqImage fresh;
         fresh.fnAlloc(width, height, 24, nullptr, 0);
         if (!fnFillPicture(fresh, color, progress))
@@ -154,35 +144,69 @@ Outcome Document::fnNew(unsigned int width, unsigned int height, const CqColor& 
     });
 }
 
-Outcome Document::fnDo(const char* name, bool moves, const Edit& edit,
-                       CqProgressDisplay* progress) {
-    Outcome outcome = fnGuard([&] {
-        auto snapshot = std::make_unique<Snapshot>();
-        snapshot->m_Change = {name, moves, m_nState, m_nLastState + 1};
-        SpanProgress copying(progress, 0, kCopyPercent);
-        if (!fnCopyPicture(m_Image, snapshot->m_Image, progress ? &copying : nullptr))
-            return fnStop();
-        SpanProgress editing(progress, kCopyPercent, 100);
-        Rollback rollback(m_Image, *snapshot);
-        edit(m_Image, progress ? &editing : nullptr);
-        if (progress && progress->fnWasAborted())
-            return fnStop();
-        rollback.fnKeep();
-        moves = moves || Form(m_Image) != Form(snapshot->m_Image);
-        snapshot->m_Change.m_bMoves = moves;
-        m_Undo.fnAddUndoBuf(snapshot.release(), m_nState);
-        m_nState = ++m_nLastState;
-        m_bModified = true;
-        if (moves)
-            fnDropSelection();
-        return Outcome();
-    });
+bool Document::fnDropStep() {
+    const std::uint64_t bytes = fnCountBytes(m_Image.Width, m_Image.Height, m_Image.BitCount);
+    const bool dropped =
+        q32::fnTryMemory([&] { return fnIsRoomShort(bytes); }) && m_Undo.fnDropFarthest();
+    m_nDropped += dropped ? 1 : 0;
+    return dropped;
+}
+
+Outcome Document::fnDo(const Change& change, const Edit& edit, CqProgressDisplay* progress) {
+    Outcome outcome = fnWithRoom([&] { return fnTry(change, edit, progress); });
     fnTell();
     return outcome;
 }
 
-Outcome Document::fnChange(const char* name, const Edit& edit, CqProgressDisplay* progress) {
-    return fnHasImage() ? fnDo(name, false, edit, progress) : fnStop();
+Outcome Document::fnTry(const Change& change, const Edit& edit, CqProgressDisplay* progress) {
+    auto step = std::make_unique<Step>(change.m_pszName, change.m_bMoves);
+    SpanProgress copying(progress, 0, kCopyPercent);
+    if (!step->fnSave(m_Image, change.m_Tiles, progress ? &copying : nullptr))
+        return fnStop();
+    const Form before(m_Image);
+    SpanProgress editing(progress, kCopyPercent, 100);
+    Rollback rollback(m_Image, *step);
+    edit(m_Image, progress ? &editing : nullptr);
+    if (progress && progress->fnWasAborted())
+        return fnStop();
+    if (change.m_bClips && fnIsLimited())
+        step->fnRestoreUnselected(m_Image, *m_Selection);
+    rollback.fnKeep();
+    step->fnSetMoves(change.m_bMoves || Form(m_Image) != before);
+    const std::uint32_t left = std::exchange(m_nState, m_nLastState + 1);
+    ++m_nLastState;
+    m_bModified = true;
+    fnNoteStep(*step, left);
+    m_Undo.fnForgetRedo();
+    m_Undo.fnAddUndoBuf(step.release(), left);
+    return {};
+}
+
+void Document::fnNoteStep(const Step& step, std::uint32_t before) noexcept {
+    step.fnMoves() ? fnDropSelection() : fnForgetSelections();
+    m_Touched.reset();
+    if (const Tiles* const tiles = step.fnGetTiles())
+        q32::fnTryMemory([&] { m_Touched = Touched{before, m_nState, *tiles}; });
+}
+
+std::optional<std::vector<CRect>> Document::fnFindChanges(std::uint32_t state) const {
+    std::vector<CRect> parts;
+    if (state == m_nState)
+        return parts;
+    if (!m_Touched || m_Touched->m_nAfter != m_nState || m_Touched->m_nBefore != state)
+        return std::nullopt;
+    for (const unsigned int tile : m_Touched->m_Tiles)
+        parts.push_back(fnGetTileRect(m_Image, tile));
+    return parts;
+}
+
+Outcome Document::fnChange(const char* name, const CRect& part, const Edit& edit,
+                           CqProgressDisplay* progress) {
+    if (!fnHasImage())
+        return fnStop();
+    return fnGuard([&] {
+        return fnDo({.m_pszName = name, .m_Tiles = fnFindTiles(m_Image, part)}, edit, progress);
+    });
 }
 
 void Document::fnKeepToSelection(int reach, const Edit& edit, CqProgressDisplay* progress) {
@@ -190,13 +214,12 @@ void Document::fnKeepToSelection(int reach, const Edit& edit, CqProgressDisplay*
     // through the mask, which is moved to the copy's coordinates meanwhile.
     CRect bound = m_Selection->m_rectBound;
     CRect around = bound;
-    if (reach > 0)
-        around.InflateRect(reach, reach);
+    around.InflateRect(reach, reach);
     around.IntersectRect(around, fnGetWhole(m_Image));
-    const CPoint corner = reach == kInPlace ? CPoint(0, 0) : around.TopLeft();
+    const CPoint corner = around.TopLeft();
     CqImage part;
     SpanProgress copying(progress, 0, kPartCopied);
-    if (!fnCutOut(m_Image, around, corner, part, &copying))
+    if (!fnCutOut(m_Image, around, part, &copying))
         return;
     SpanProgress editing(progress, kPartCopied, kPartEdited);
     edit(part, &editing);
@@ -213,11 +236,13 @@ void Document::fnKeepToSelection(int reach, const Edit& edit, CqProgressDisplay*
 
 Outcome Document::fnChangeSelected(const char* name, int reach, const Edit& edit,
                                    CqProgressDisplay* progress) {
+    if (!fnHasImage())
+        return fnStop();
     if (!fnIsLimited())
-        return fnChange(name, edit, progress);
+        return fnDo({.m_pszName = name}, edit, progress);
     return fnChange(
-        name, [&](CqImage&, CqProgressDisplay* bar) { fnKeepToSelection(reach, edit, bar); },
-        progress);
+        name, m_Selection->m_rectBound,
+        [&](CqImage&, CqProgressDisplay* bar) { fnKeepToSelection(reach, edit, bar); }, progress);
 }
 
 Outcome Document::fnApply(const Operation& operation, const Values& values,
@@ -232,7 +257,7 @@ Outcome Document::fnApply(const Operation& operation, const Values& values,
         };
         return operation.fnIsLocal()
                    ? fnChangeSelected(operation.m_pszName, operation.m_nReach, edit, progress)
-                   : fnDo(operation.m_pszName, true, edit, progress);
+                   : fnDo({.m_pszName = operation.m_pszName, .m_bMoves = true}, edit, progress);
     });
 }
 
@@ -260,17 +285,23 @@ Outcome Document::fnCrop(CqProgressDisplay* progress) {
         return {};
     const auto crop = [&](CqImage& image, CqProgressDisplay* bar) {
         CqImage part;
-        if (fnCutOut(image, place, place.TopLeft(), part, bar))
+        if (fnCutOut(image, place, part, bar))
             image.fnSwapBuf(part);
     };
-    return fnGuard([&] { return fnDo("Crop to Selection", true, crop, progress); });
+    return fnGuard(
+        [&] { return fnDo({.m_pszName = "Crop to Selection", .m_bMoves = true}, crop, progress); });
 }
 
 Outcome Document::fnDraw(std::span<const CqPoint2D> points, const CqColor& color,
                          CqProgressDisplay* progress) {
+    if (!fnHasImage())
+        return fnStop();
     const auto draw = [&](CqImage& image, CqProgressDisplay*) { fnDrawPath(image, points, color); };
     return fnGuard([&] {
-        return fnChangeSelected(points.size() == 2 ? "Line" : "Curve", kInPlace, draw, progress);
+        return fnDo({.m_pszName = points.size() == 2 ? "Line" : "Curve",
+                     .m_Tiles = fnFindPathTiles(m_Image, points),
+                     .m_bClips = true},
+                    draw, progress);
     });
 }
 
@@ -278,26 +309,21 @@ void Document::fnTravel(bool back) {
     if (back ? !fnCanUndo() : !fnCanRedo())
         return;
     const Outcome outcome = fnGuard([&] {
-        auto current = std::make_unique<Snapshot>();
-        ChangeNote& change = current->m_Change = fnPeek(back).m_Change;
-        std::uint32_t& left = back ? change.m_nAfter : change.m_nBefore;
-        if (std::exchange(left, m_nState) != m_nState)
-            change.m_bMoves = true; // from one picture to another
-        const bool moves = change.m_bMoves;
-        current->m_Image.fnSwapBuf(m_Image);
+        auto fresh = std::make_unique<Step>();
+        Step& opposite = *fresh;
         unsigned long state = 0;
-        CObject* const taken = back ? m_Undo.fnUndo(current.release(), m_nState, &state)
-                                    : m_Undo.fnRedo(current.release(), m_nState, &state);
-        const std::unique_ptr<Snapshot> reached(static_cast<Snapshot*>(taken));
-        m_Image.fnSwapBuf(reached->m_Image);
-        m_nState = static_cast<std::uint32_t>(state);
+        CObject* const taken = back ? m_Undo.fnUndo(fresh.release(), m_nState, &state)
+                                    : m_Undo.fnRedo(fresh.release(), m_nState, &state);
+        const std::unique_ptr<Step> step(static_cast<Step*>(taken));
+        step->fnExchange(m_Image);
+        const std::uint32_t left = std::exchange(m_nState, static_cast<std::uint32_t>(state));
         m_bModified = m_nState != m_nSavedState;
-        if (moves)
-            fnDropSelection();
+        fnNoteStep(*step, left);
+        opposite.fnTake(*step);
         return Outcome();
     });
     if (!outcome.fnIsDone())
-        q32ShowMsg(kNoMemory, nullptr, nullptr, nullptr, 0);
+        q32ShowMsg(MESSAGE_NO_MEMORY, nullptr, nullptr, nullptr, 0);
     fnTell();
 }
 
@@ -305,60 +331,6 @@ bool Document::fnSetLevels(unsigned int levels) {
     const bool changed = m_Undo.fnSetLevels(levels);
     fnTell();
     return changed;
-}
-
-Outcome Document::fnSelect(CqMask& mask, Combine how, CqProgressDisplay* progress) {
-    if (!fnCanSelect())
-        return fnStop();
-    Outcome outcome = fnGuard([&] {
-        if (!m_Selection)
-            m_Selection.emplace();
-        return fnCombineMasks(*m_Selection, mask, how, progress) ? Outcome() : fnStop();
-    });
-    ++m_nSelectionSerial;
-    fnTell();
-    return outcome;
-}
-
-template <typename Make>
-Outcome Document::fnSelectMade(Make&& make, Combine how, CqProgressDisplay* progress) {
-    if (!fnCanSelect())
-        return fnStop();
-    return fnGuard([&] {
-        CqMask mask;
-        SpanProgress making(progress, 0, kMaskMade);
-        SpanProgress combining(progress, kMaskMade, 100);
-        return make(mask, &making) ? fnSelect(mask, how, &combining) : fnStop();
-    });
-}
-
-Outcome Document::fnSelectShape(ShapeKind shape, std::span<const CqPoint2D> points, Combine how,
-                                CqProgressDisplay* progress) {
-    return fnSelectMade(
-        [&](CqMask& mask, CqProgressDisplay* bar) {
-            return fnMakeShapeMask(fnMakeOutline(shape, points), m_Image.Width, m_Image.Height,
-                                   mask, bar);
-        },
-        how, progress);
-}
-
-Outcome Document::fnSelectColor(const CqColor& color, int tolerance, Combine how,
-                                CqProgressDisplay* progress) {
-    return fnSelectMade(
-        [&](CqMask& mask, CqProgressDisplay* bar) {
-            return fnMakeColorMask(m_Image, color, tolerance, mask, bar);
-        },
-        how, progress);
-}
-
-void Document::fnSelectNone() {
-    fnDropSelection();
-    fnTell();
-}
-
-void Document::fnDropSelection() {
-    m_Selection.reset();
-    ++m_nSelectionSerial;
 }
 
 } // namespace darkroom

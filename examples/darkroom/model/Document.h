@@ -3,7 +3,9 @@
 #include "examples/darkroom/model/History.h"
 #include "examples/darkroom/model/Masks.h"
 #include "examples/darkroom/model/Operation.h"
+#include "examples/darkroom/model/Outcome.h"
 #include "examples/darkroom/model/Shapes.h"
+#include "examples/darkroom/model/Step.h"
 #include "plugins/PictureFile.h"
 #include "q32Base/framework/CDocument.h"
 #include "q32Base/image/CqImage.h"
@@ -15,38 +17,20 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
+#include <vector>
 
 class CqProgressDisplay;
 
 namespace darkroom {
 
-/// The outcome of an edit, in the result codes of the picture files, so that one function reports
-/// both to the user.
-using Outcome = CqPictureResult;
-
-/// What the history knows about a change.
-struct ChangeNote {
-    std::string m_strName;
-    bool m_bMoves = false; ///< pixels move, so a selection would cover different ones
-    // The states before and after it. A redoable change survives new changes, so it may be redone
-    // on a picture other than the one it was made on.
-    std::uint32_t m_nBefore = 0;
-    std::uint32_t m_nAfter = 0;
-};
-
-/// A state of the picture that was left, and the change that led away from it.
-class Snapshot : public CObject {
-public:
-    CqImage m_Image;
-    ChangeNote m_Change;
-};
-
 /// A picture with its path, history and selection. Knows nothing about windows. Every edit either
 /// succeeds and can be undone, or leaves the picture unchanged: aborted or out of memory. Nothing
 /// throws except the constructor and edits of the caller that fail for a reason other than memory.
 ///
-/// Snapshots are complete pictures. Their pixels are allocated as the memory policy decides, so a
-/// history may be larger than memory; moving through it copies nothing.
+/// A step of the history holds the tiles that its change touches, or the complete picture. Pixels
+/// are allocated as the memory policy decides, so a history may be larger than memory. When memory
+/// and scratch disks are full, the steps farthest from the present state are dropped to make room.
 class Document : public CDocument {
 public:
     /// @param levels   number of steps that can be undone
@@ -62,6 +46,8 @@ public:
     /// The file at that path holds more than the picture read from it, so saving to this path would
     /// lose something.
     bool fnIsReduced() const { return m_bReduced; }
+    /// What that is, as far as it is known: a set of FileExtra.
+    std::uint32_t fnGetExtras() const { return m_bReduced ? m_nExtras : 0; }
     /// A number that changes with the picture's pixels, size or depth; returning to an earlier
     /// state restores that state's number.
     std::uint32_t fnGetState() const { return m_nState; }
@@ -73,14 +59,30 @@ public:
     // Files. `progress` may be null.
 
     Outcome fnOpen(const std::string& path, CqProgressDisplay* progress);
-    /// The extension selects the format; -102 if it names none that can be written. A format that
-    /// can't hold everything saves a copy: path and modified mark stay unchanged.
+    /// The format in which a path would be saved: that of its content for the picture's own path,
+    /// otherwise that of the extension. Null if it names none that can be written.
+    const CqPictureFormat* fnFindFormat(const char* path) const;
+    /// -102 without a format. A format that can't hold everything saves a copy: path and modified
+    /// mark stay unchanged.
     Outcome fnSave(const std::string& path, CqProgressDisplay* progress);
-    /// Whether the format of a path preserves all of the picture, including its alpha.
+    /// Whether a save to a path preserves all of the picture, including its alpha.
     bool fnKeepsAll(const char* path) const;
     /// A single-colour picture of 24 bits.
     Outcome fnNew(unsigned int width, unsigned int height, const CqColor& color,
                   CqProgressDisplay* progress);
+
+    /// Runs a task that needs space for pixels, again and again while that is short and there are
+    /// steps to drop.
+    /// @param work  Outcome(); may raise the memory exception
+    template <typename Work>
+    Outcome fnWithRoom(Work&& work) {
+        Outcome outcome;
+        do
+            outcome = fnGuard(work);
+        while (outcome.m_nMsgId == MESSAGE_NO_MEMORY && outcome.m_eLimit == PICTURE_LIMIT_NONE &&
+               fnDropStep());
+        return outcome;
+    }
 
     // Edits.
 
@@ -90,9 +92,11 @@ public:
     /// Values that change nothing succeed at once and record no change. An operation that doesn't
     /// suit the picture ends like an aborted one.
     Outcome fnApply(const Operation& operation, const Values& values, CqProgressDisplay* progress);
-    /// Runs any change that leaves pixels in place or changes the picture's size or depth, recorded
-    /// in the history under a name.
-    Outcome fnChange(const char* name, const Edit& edit, CqProgressDisplay* progress);
+    /// Runs a change that leaves pixels in place, recorded in the history under a name. The edit
+    /// runs again if steps had to be dropped to make room.
+    /// @param part  changes only pixels of this rectangle
+    Outcome fnChange(const char* name, const CRect& part, const Edit& edit,
+                     CqProgressDisplay* progress);
     /// The rectangle that edits change: around the selection, or the entire picture if there is
     /// none.
     CRect fnGetEdited() const;
@@ -113,8 +117,8 @@ public:
     bool fnCanUndo() const { return m_Undo.fnCanUndo(); }
     bool fnCanRedo() const { return m_Undo.fnCanRedo(); }
     /// Name of the change that would be undone or redone; there must be one.
-    const std::string& fnGetUndoName() const { return fnPeek(true).m_Change.m_strName; }
-    const std::string& fnGetRedoName() const { return fnPeek(false).m_Change.m_strName; }
+    const std::string& fnGetUndoName() const { return fnPeek(true).fnGetName(); }
+    const std::string& fnGetRedoName() const { return fnPeek(false).fnGetName(); }
     void fnUndo() { fnTravel(true); }
     void fnRedo() { fnTravel(false); }
     /// Has the undo manager set the state of a menu item.
@@ -123,6 +127,11 @@ public:
     /// Reducing the number keeps the newest steps. False, after the library's message, when memory
     /// is exhausted.
     bool fnSetLevels(unsigned int levels);
+    /// Number of steps dropped to make room since the last call.
+    unsigned int fnTakeDropped() { return std::exchange(m_nDropped, 0); }
+    /// The rectangles in which the present state differs from another one; none when that isn't
+    /// known: any pixel may differ, or the size and depth. May throw std::bad_alloc.
+    std::optional<std::vector<CRect>> fnFindChanges(std::uint32_t state) const;
 
     // Selection: a mask of 0 and 255 in the picture's coordinates. Any change that moves pixels or
     // alters the size or depth removes it. At depths where edits can't be limited to a selection
@@ -144,46 +153,88 @@ public:
                           CqProgressDisplay* progress);
     Outcome fnSelectColor(const CqColor& color, int tolerance, Combine how,
                           CqProgressDisplay* progress);
+    Outcome fnSelectAll(CqProgressDisplay* progress);
+    /// Selects what isn't selected.
+    Outcome fnInvertSelection(CqProgressDisplay* progress);
+    /// Moves and scales the selection into a rectangle, as fnPlaceMask does; without a selection,
+    /// selects the rectangle. An empty rectangle selects nothing.
+    Outcome fnPlaceSelection(const CRect& place, CqProgressDisplay* progress);
     void fnSelectNone();
+
+    /// Selections since the last change of the picture can be undone. Those before can't: undoing
+    /// that change comes first.
+    bool fnCanUndoSelection() const { return !m_Former.empty(); }
+    bool fnCanRedoSelection() const { return !m_Later.empty(); }
+    void fnUndoSelection() { fnTravelSelection(m_Former, m_Later); }
+    void fnRedoSelection() { fnTravelSelection(m_Later, m_Former); }
 
     // CDocument.
     int IsModified() override { return m_bModified ? 1 : 0; }
     void SetModifiedFlag(bool modified) override;
 
 private:
-    const Snapshot& fnPeek(bool undo) const {
-        return *static_cast<const Snapshot*>(m_Undo.fnPeekLastBuf(undo));
+    /// A change to the picture.
+    struct Change {
+        const char* m_pszName;
+        bool m_bMoves = false;                       ///< pixels move
+        std::optional<Tiles> m_Tiles = std::nullopt; ///< that may change; none: all
+        bool m_bClips = false; ///< what the edit does outside the selection is taken back
+    };
+    using Selections = std::vector<std::unique_ptr<CqMask>>; ///< null: nothing selected
+
+    const Step& fnPeek(bool undo) const {
+        return *static_cast<const Step*>(m_Undo.fnPeekLastBuf(undo));
     }
     void fnTravel(bool back);
     void fnReset(std::string path, bool reduced);
     void fnTell() const;
-    static constexpr int kInPlace = -1;
-    /// Any change.
-    /// @param moves  pixels move
-    Outcome fnDo(const char* name, bool moves, const Edit& edit, CqProgressDisplay* progress);
+    /// Drops the step farthest from the present state if space is short. False otherwise.
+    bool fnDropStep();
+    Outcome fnDo(const Change& change, const Edit& edit, CqProgressDisplay* progress);
+    Outcome fnTry(const Change& change, const Edit& edit, CqProgressDisplay* progress);
+    void fnNoteStep(const Step& step, std::uint32_t before) noexcept;
     /// A change to the selection, or to the entire picture if there is none.
-    /// @param reach  pixels around each pixel that the edit reads; kInPlace: none, but the edit
-    /// depends on the picture's coordinates
+    /// @param reach  pixels around each pixel that the edit reads
     Outcome fnChangeSelected(const char* name, int reach, const Edit& edit,
                              CqProgressDisplay* progress);
-    /// @param make  makes the mask: bool(CqMask&, CqProgressDisplay*)
-    template <typename Make>
-    Outcome fnSelectMade(Make&& make, Combine how, CqProgressDisplay* progress);
-    void fnDropSelection();
     bool fnIsLimited() const { return fnHasSelection() && fnCanSelect(); }
     void fnKeepToSelection(int reach, const Edit& edit, CqProgressDisplay* progress);
 
+    // DocumentSelection.cpp
+    /// @param make  makes the selection: bool(CqMask& made, CqProgressDisplay*), false when the
+    /// user aborted it
+    template <typename Make>
+    Outcome fnReplaceSelection(Make&& make, CqProgressDisplay* progress);
+    /// @param make  makes the mask that is combined with the selection, likewise
+    template <typename Make>
+    Outcome fnCombine(Make&& make, Combine how, CqProgressDisplay* progress);
+    void fnKeepFormer() noexcept;
+    void fnTravelSelection(Selections& from, Selections& to);
+    void fnForgetSelections() noexcept;
+    void fnDropSelection() noexcept;
+
     CqImage m_Image;
-    std::optional<CqMask> m_Selection; ///< even an empty mask may fail to be allocated
+    std::unique_ptr<CqMask> m_Selection; ///< null or empty: none
+    Selections m_Former;                 ///< since the last change of the picture, newest last
+    Selections m_Later;                  ///< undone ones, next last
     std::uint32_t m_nSelectionSerial = 0;
     std::string m_strPath;
     bool m_bReduced = false;
+    std::uint32_t m_nExtras = 0;
     bool m_bModified = false;
-    // States are numbered. Snapshots carry the number as their tag, so the modified mark is right
+    // States are numbered. Steps carry the number as their tag, so the modified mark is right
     // wherever in the history the picture was saved.
     std::uint32_t m_nState = 0;
     std::uint32_t m_nLastState = 0;
     std::uint32_t m_nSavedState = 0;
+    /// What the last change touched.
+    struct Touched {
+        std::uint32_t m_nBefore = 0;
+        std::uint32_t m_nAfter = 0;
+        Tiles m_Tiles;
+    };
+    std::optional<Touched> m_Touched;
+    unsigned int m_nDropped = 0;
     std::function<void()> m_Changed;
     History m_Undo; ///< last, so that it is destroyed first: it may access this document
 };

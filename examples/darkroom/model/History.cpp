@@ -4,7 +4,7 @@ namespace darkroom {
 
 namespace {
 
-/// Deletes the oldest snapshots of a stack, which come first, and moves the others down.
+/// Deletes the oldest entries of a stack, which come first, and moves the others down.
 void fnKeepNewest(std::uint32_t levels, CObArray& bufs, CDWordArray& data, std::uint32_t& count) {
     if (count <= levels)
         return;
@@ -26,6 +26,20 @@ bool History::fnSetLevels(unsigned int levels) {
     fnKeepNewest(levels, m_UndoBufs, m_UndoData, m_nUndoCount);
     fnKeepNewest(levels, m_RedoBufs, m_RedoData, m_nRedoCount);
     return fnChangeLevel(levels);
+}
+
+void History::fnForgetRedo() {
+    fnKeepNewest(0, m_RedoBufs, m_RedoData, m_nRedoCount);
+}
+
+bool History::fnDropFarthest() {
+    if (m_nRedoCount > 0)
+        fnKeepNewest(m_nRedoCount - 1, m_RedoBufs, m_RedoData, m_nRedoCount);
+    else if (m_nUndoCount > 0)
+        fnKeepNewest(m_nUndoCount - 1, m_UndoBufs, m_UndoData, m_nUndoCount);
+    else
+        return false;
+    return true;
 }
 
 } // namespace darkroom

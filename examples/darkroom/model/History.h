@@ -8,14 +8,19 @@ namespace darkroom {
 inline constexpr unsigned int kUsualLevels = 10;
 inline constexpr unsigned int kMaxLevels = 100;
 
-/// The library's undo manager, except that reducing the levels keeps the newest snapshots: undo has
-/// to take back what the user has just done.
+/// The library's undo manager, except that reducing the levels keeps the newest steps: undo has to
+/// take back what the user has just done. Steps can be dropped to make room.
 class History : public CqUndoMngr {
 public:
     /// Changes the capacity of both stacks.
     /// @return false, after message -1, when memory is exhausted; the capacity is then unchanged,
-    /// but snapshots beyond the new number of levels are gone
+    /// but steps beyond the new number of levels are gone
     bool fnSetLevels(unsigned int levels);
+    /// Deletes what could be redone: after a new change it would lead to another picture.
+    void fnForgetRedo();
+    /// Deletes the step that is the farthest from the present state: the last one to redo, else the
+    /// oldest to undo. False when there is none.
+    bool fnDropFarthest();
 };
 
 } // namespace darkroom

@@ -13,6 +13,8 @@ namespace {
 
 /// Progress in percent once the result's rectangle is found.
 constexpr unsigned int kBoundFound = 50;
+/// Progress in percent once a mask has been scaled.
+constexpr unsigned int kPlaced = 50;
 
 /// The rectangle in which a mask has pixels.
 CRect fnGetBound(const CqMask& mask) {
@@ -113,11 +115,38 @@ bool fnWritePixels(Combination& rows, const CRect& place, CqMask& made,
     return true;
 }
 
+/// The index of the nearest of `from` pixels for one of `to`.
+LONG fnFindNearest(LONG index, LONG from, LONG to) {
+    return static_cast<LONG>((2 * std::int64_t{index} + 1) * from / (2 * std::int64_t{to}));
+}
+
+/// Writes the part `seen` of a mask that is scaled into `place`. False when the user aborted.
+bool fnScaleInto(CqMask& mask, const CRect& place, const CRect& seen, CqMask& out,
+                 CqProgressDisplay* progress) {
+    const CRect& bound = mask.m_rectBound;
+    std::vector<LONG> columns;
+    for (LONG x = seen.left; x < seen.right; ++x)
+        columns.push_back(fnFindNearest(x - place.left, bound.Width(), place.Width()));
+    CqImageLine from;
+    CqImageLine to;
+    for (LONG y = seen.top; y < seen.bottom; ++y) {
+        const LONG row = fnFindNearest(y - place.top, bound.Height(), place.Height());
+        mask.fnAccessLine(static_cast<unsigned int>(row), &from, true);
+        out.fnAccessLine(static_cast<unsigned int>(y - seen.top), &to, false);
+        for (std::size_t x = 0; x < columns.size(); ++x)
+            to.LineBuffer[x] = from.LineBuffer[columns[x]];
+        if (!fnGoOn(progress, y - seen.top, seen.Height()))
+            return false;
+    }
+    return true;
+}
+
 } // namespace
 
-bool fnCombineMasks(CqMask& selection, CqMask& mask, Combine how, CqProgressDisplay* progress) {
-    CqMask made;
+bool fnCombineMasks(CqMask& selection, CqMask& mask, Combine how, CqMask& made,
+                    CqProgressDisplay* progress) {
     CRect place;
+    CqMask fresh;
     {
         // Two passes over all rows, so that nothing larger than the result is ever held.
         Combination rows(selection, mask, how);
@@ -128,15 +157,40 @@ bool fnCombineMasks(CqMask& selection, CqMask& mask, Combine how, CqProgressDisp
         if (place.IsRectEmpty()) {
             place = CRect(0, 0, 0, 0);
         } else {
-            made.fnAlloc(static_cast<unsigned int>(place.Width()),
-                         static_cast<unsigned int>(place.Height()));
-            if (!fnWritePixels(rows, place, made, &writing))
+            fresh.fnAlloc(static_cast<unsigned int>(place.Width()),
+                          static_cast<unsigned int>(place.Height()));
+            if (!fnWritePixels(rows, place, fresh, &writing))
                 return false;
         }
     }
-    selection.fnSwapBuf(made);
-    selection.m_rectBound = place;
+    made.fnSwapBuf(fresh);
+    made.m_rectBound = place;
     return true;
+}
+
+bool fnInvertMask(CqMask& selection, unsigned int width, unsigned int height, CqMask& made,
+                  CqProgressDisplay* progress) {
+    CqMask all(width, height);
+    all.fnFill(CqColor(255, 255, 255, 255), nullptr, false);
+    return fnCombineMasks(all, selection, Combine::SUBTRACT, made, progress);
+}
+
+bool fnPlaceMask(CqMask& selection, const CRect& place, unsigned int width, unsigned int height,
+                 CqMask& made, CqProgressDisplay* progress) {
+    const CRect whole(0, 0, static_cast<LONG>(width), static_cast<LONG>(height));
+    CRect seen;
+    CqMask moved;
+    CqMask none;
+    if (seen.IntersectRect(place, whole)) {
+        SpanProgress placing(progress, 0, kPlaced);
+        moved.fnAlloc(static_cast<unsigned int>(seen.Width()),
+                      static_cast<unsigned int>(seen.Height()));
+        if (!fnScaleInto(selection, place, seen, moved, &placing))
+            return false;
+        moved.fnSetPos(seen.TopLeft());
+    }
+    SpanProgress combining(progress, kPlaced, 100);
+    return fnCombineMasks(none, moved, Combine::REPLACE, made, &combining);
 }
 
 } // namespace darkroom

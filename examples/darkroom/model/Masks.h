@@ -2,6 +2,8 @@
 /// low byte, which doesn't suit a selection.
 #pragma once
 
+#include "q32Base/framework/Values.h"
+
 class CqMask;
 class CqProgressDisplay;
 
@@ -12,8 +14,20 @@ enum class Combine { REPLACE, ADD, SUBTRACT };
 /// Combines a mask with a selection. Both are masks of 0 and 255 in the same coordinates; either
 /// may be empty: without a bitmap, or with an empty rectangle. The result has the smallest
 /// rectangle that holds its pixels; without any pixel it is empty.
-/// @return false when the user aborted it, with both unchanged
-/// Raises the memory exception, with both unchanged.
-bool fnCombineMasks(CqMask& selection, CqMask& mask, Combine how, CqProgressDisplay* progress);
+/// @param made  receives the result; neither of the others
+/// @return false when the user aborted it, with `made` unchanged
+/// Raises the memory exception, with `made` unchanged.
+bool fnCombineMasks(CqMask& selection, CqMask& mask, Combine how, CqMask& made,
+                    CqProgressDisplay* progress);
+
+/// 255 in all pixels of a picture of this size that a selection lacks. As above.
+bool fnInvertMask(CqMask& selection, unsigned int width, unsigned int height, CqMask& made,
+                  CqProgressDisplay* progress);
+
+/// A selection moved and scaled into another rectangle by the nearest pixel, without what is
+/// outside of a picture of this size. As above.
+/// @param place  not empty; may be outside
+bool fnPlaceMask(CqMask& selection, const CRect& place, unsigned int width, unsigned int height,
+                 CqMask& made, CqProgressDisplay* progress);
 
 } // namespace darkroom

@@ -26,6 +26,12 @@ CRect fnFindPart(const CqImage& image, const CqImage& over, const MergePlan& pla
 
 } // namespace
 
+CRect fnFindMerged(const CqImage& image, const CqImage& over, const MergePlan& plan) {
+    CRect part = fnFindPart(image, over, plan);
+    part.OffsetRect(plan.m_nX, plan.m_nY);
+    return part;
+}
+
 bool fnMergePicture(CqImage& image, CqImage& over, const MergePlan& plan, CqMask* selection,
                     CqProgressDisplay* progress) {
     constexpr unsigned int kMasked = 20; // progress in percent after each step

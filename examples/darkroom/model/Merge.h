@@ -1,6 +1,7 @@
 /// @file Lays a second picture over the first one.
 #pragma once
 
+#include "q32Base/framework/Values.h"
 #include "q32Base/image/CqMask.h"
 
 class CqImage;
@@ -27,6 +28,9 @@ struct MergePlan {
 /// Alpha from this value up counts as opaque: the library's merge doesn't blend, so values in
 /// between would show as white.
 inline constexpr int kOpaqueFrom = 128;
+
+/// The rectangle of a picture that another one covers, whatever the rule; empty for none.
+CRect fnFindMerged(const CqImage& image, const CqImage& over, const MergePlan& plan);
 
 /// Lays `over`, which is converted to 24 bits, over a picture of 24 bits.
 /// @param selection  used by the rule SELECTION, in the picture's coordinates

@@ -43,22 +43,23 @@ constexpr Parameter kAmount[] = {fnNumber("Amount", 0, 100, 50, " %")};
 constexpr Parameter kSize[] = {fnNumber("Width", 1, kMaxPixels, 1, " px"),
                                fnNumber("Height", 1, kMaxPixels, 1, " px"),
                                fnSwitch("Interpolate", true)};
-constexpr Parameter kScale[] = {fnNumber("Scale", 1, 800, 50, " %")};
-constexpr Parameter kAngle[] = {fnNumber("Angle, clockwise", -180, 180, 0, "°"),
-                                fnSwitch("Smooth edges", true),
-                                {"Background", ParameterKind::COLOR, 0, 0xFFFFFF, 0xFFFFFF, ""}};
+constexpr Parameter kAngle[] = {
+    {"Angle, clockwise", ParameterKind::NUMBER, -180 * kDegree, 180 * kDegree, 0, "°", kDegree},
+    fnSwitch("Smooth edges", true),
+    {"Background", ParameterKind::COLOR, 0, 0xFFFFFF, 0xFFFFFF, ""}};
 constexpr Parameter kFillColor[] = {{"Color", ParameterKind::COLOR, 0, 0xFFFFFF, 0, ""}};
 
 /// A positive angle always rotates clockwise here; the library rotates right angles clockwise and
 /// all others counter-clockwise.
-void fnRotate(CqImage& image, int degrees, unsigned int background, bool smooth,
+void fnRotate(CqImage& image, int clockwise, unsigned int background, bool smooth,
               CqProgressDisplay* progress) {
-    const int angle = ((degrees % 360) + 360) % 360;
+    constexpr int kFull = 360 * kDegree;
+    const int angle = ((clockwise % kFull) + kFull) % kFull;
     if (angle == 0)
         return;
-    const int turned = angle % 90 == 0 ? angle : 360 - angle;
-    image.fnRotate(turned, CqColor(static_cast<unsigned long>(background)), nullptr, smooth,
-                   progress);
+    const int rotated = angle % (90 * kDegree) == 0 ? angle : kFull - angle;
+    image.fnRotate(static_cast<double>(rotated) / kDegree,
+                   CqColor(static_cast<unsigned long>(background)), nullptr, smooth, progress);
 }
 
 /// Whether the first values all equal the one that changes nothing.
@@ -70,7 +71,7 @@ bool fnAllAre(const CqImage&, std::span<const int> values) {
 
 template <int Degrees>
 void fnRotateBy(CqImage& image, std::span<const int>, CqProgressDisplay* progress) {
-    fnRotate(image, Degrees, 0, false, progress);
+    fnRotate(image, Degrees * kDegree, 0, false, progress);
 }
 
 template <int Bits>
@@ -126,12 +127,7 @@ const Operation kOperations[] = {
          return static_cast<unsigned int>(values[0]) == image.Width &&
                 static_cast<unsigned int>(values[1]) == image.Height;
      }},
-    {"scale", "Scale", MenuPlace::IMAGE, "", kScale, PreviewKind::SCALE, kTrueColor,
-     [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
-         image.fnResample(values[0] / 100.0, values[0] / 100.0, progress);
-     },
-     nullptr, fnAllAre<1, 100>},
-    {"rotate", "Rotate", MenuPlace::IMAGE, "Ctrl+R", kAngle, PreviewKind::TURN, kTrueColor,
+    {"rotate", "Rotate", MenuPlace::IMAGE, "Ctrl+R", kAngle, PreviewKind::ROTATION, kTrueColor,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          fnRotate(image, values[0], static_cast<unsigned int>(values[2]), values[1] != 0, progress);
      },

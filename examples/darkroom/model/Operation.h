@@ -28,9 +28,13 @@ struct Parameter {
     int m_nHigh;
     int m_nStart;
     const char* m_pszUnit; ///< shown behind the number; may be empty
+    int m_nScale = 1;      ///< values are this many times what is shown: 100 gives two decimals
 };
 
 using Values = std::vector<int>;
+
+/// Angles are in hundredths of degrees.
+inline constexpr int kDegree = 100;
 
 /// How the effect of an operation can be previewed.
 enum class PreviewKind {
@@ -38,8 +42,7 @@ enum class PreviewKind {
     PIXELS,     ///< changes pixels in place
     NEIGHBOURS, ///< the same, but reads the eight neighbours of each
     SIZE,       ///< changes the size: width, height, whether pixels are blended
-    SCALE,      ///< changes the size by percent, always blended
-    TURN        ///< rotates: degrees clockwise, whether pixels are blended, background colour
+    ROTATION    ///< hundredths of degrees clockwise, whether pixels are blended, background colour
 };
 
 enum class MenuPlace { ADJUST, FILTER, IMAGE };

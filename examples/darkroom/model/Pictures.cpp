@@ -56,12 +56,11 @@ bool fnCopyPicture(CqImage& from, CqImage& to, CqProgressDisplay* progress) {
     return true;
 }
 
-bool fnCutOut(CqImage& image, const CRect& place, const CPoint& corner, CqImage& part,
-              CqProgressDisplay* progress) {
-    part.fnAlloc(static_cast<unsigned int>(place.right - corner.x),
-                 static_cast<unsigned int>(place.bottom - corner.y), image.BitCount, nullptr, 0);
+bool fnCutOut(CqImage& image, const CRect& place, CqImage& part, CqProgressDisplay* progress) {
+    part.fnAlloc(static_cast<unsigned int>(place.Width()),
+                 static_cast<unsigned int>(place.Height()), image.BitCount, nullptr, 0);
     return fnForBands(place, progress, [&](const CRect& band) {
-        part.fnCopyBlock(image, &band, band.left - corner.x, band.top - corner.y);
+        part.fnCopyBlock(image, &band, band.left - place.left, band.top - place.top);
     });
 }
 

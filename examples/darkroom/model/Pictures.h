@@ -51,10 +51,7 @@ bool fnCopyPicture(CqImage& from, CqImage& to, CqProgressDisplay* progress);
 
 /// Copies a rectangle of a picture of 8 bits or more, which must lie inside it, to a new one
 /// without a palette. After an abort the pixels of `part` are undefined.
-/// @param corner  position in the picture that becomes the corner of `part`: that of the rectangle,
-/// or one above and to the left; the pixels between are undefined
-bool fnCutOut(CqImage& image, const CRect& place, const CPoint& corner, CqImage& part,
-              CqProgressDisplay* progress);
+bool fnCutOut(CqImage& image, const CRect& place, CqImage& part, CqProgressDisplay* progress);
 
 /// Fills all of a picture, or only some bands of it after an abort.
 bool fnFillPicture(CqImage& image, const CqColor& color, CqProgressDisplay* progress);

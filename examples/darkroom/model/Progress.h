@@ -8,9 +8,6 @@
 
 namespace darkroom {
 
-/// Progress of a change, in percent, once its snapshot is taken.
-inline constexpr unsigned int kCopyPercent = 20;
-
 /// Reports to a progress object, which may be null, how much of a task is done. False when the user
 /// aborts it.
 inline bool fnGoOn(CqProgressDisplay* progress, std::int64_t done, std::int64_t all) {

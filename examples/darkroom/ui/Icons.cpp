@@ -61,6 +61,19 @@ void fnDrawPipette(QPainter& painter) {
     painter.drawEllipse(QPointF(17.5, 6.5), 3, 3);
 }
 
+void fnDrawAdjust(QPainter& painter) {
+    painter.drawRect(6, 7, 12, 10);
+    painter.setBrush(painter.pen().color());
+    for (const QPointF& corner : {QPointF(6, 7), QPointF(18, 7), QPointF(6, 17), QPointF(18, 17)})
+        painter.drawEllipse(corner, 1.6, 1.6);
+}
+
+void fnDrawStraighten(QPainter& painter) {
+    fnDrawLine(painter, {{3, 19}, {21, 19}});
+    fnDrawLine(painter, {{4, 14}, {20, 6}});
+    fnDrawLine(painter, {{16, 5}, {20, 6}, {18, 10}});
+}
+
 void fnDrawStroke(QPainter& painter) {
     fnDrawLine(painter, {{4, 20}, {20, 4}});
     painter.setBrush(painter.pen().color());
@@ -134,13 +147,21 @@ struct Entry {
 };
 
 constexpr Entry kIcons[] = {
-    {"undo", fnDrawUndo},           {"redo", fnDrawRedo},
-    {"zoomIn", fnDrawZoomIn},       {"zoomOut", fnDrawZoomOut},
-    {"zoomFit", fnDrawFit},         {"zoomOne", fnDrawOne},
-    {"toolPan", fnDrawMove},        {"toolRectangle", fnDrawRectangle},
-    {"toolEllipse", fnDrawEllipse}, {"toolFreehand", fnDrawFreehand},
-    {"toolColor", fnDrawPipette},   {"toolLine", fnDrawStroke},
+    {"undo", fnDrawUndo},
+    {"redo", fnDrawRedo},
+    {"zoomIn", fnDrawZoomIn},
+    {"zoomOut", fnDrawZoomOut},
+    {"zoomFit", fnDrawFit},
+    {"zoomOne", fnDrawOne},
+    {"toolPan", fnDrawMove},
+    {"toolRectangle", fnDrawRectangle},
+    {"toolEllipse", fnDrawEllipse},
+    {"toolFreehand", fnDrawFreehand},
+    {"toolColor", fnDrawPipette},
+    {"toolLine", fnDrawStroke},
     {"toolCurve", fnDrawCurve},
+    {"toolAdjust", fnDrawAdjust},
+    {"toolStraighten", fnDrawStraighten},
 };
 
 QPixmap fnDraw(const Entry& entry, int scale, const QColor& color) {

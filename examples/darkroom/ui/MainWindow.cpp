@@ -1,7 +1,8 @@
 #include "examples/darkroom/ui/MainWindow.h"
 
+#include "examples/darkroom/model/Pictures.h"
 #include "examples/darkroom/ui/Actions.h"
-#include "examples/darkroom/ui/RecentFiles.h"
+#include "examples/darkroom/ui/FailureText.h"
 #include "examples/darkroom/ui/SoundPanel.h"
 #include "examples/darkroom/ui/Texts.h"
 #include "platforms/qt/CqQtWindows.h"
@@ -9,7 +10,6 @@
 #include "q32Base/framework/Exceptions.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/memory/CqVMPolicy.h"
-#include "q32Base/messages/Messages.h"
 #include "q32Base/messages/ReportMemory.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
@@ -19,17 +19,13 @@
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
-#include <QDragEnterEvent>
-#include <QDropEvent>
 #include <QFile>
 #include <QFileInfo>
 #include <QLabel>
 #include <QMenuBar>
-#include <QMessageBox>
-#include <QMimeData>
 #include <QProgressBar>
+#include <QScreen>
 #include <QStatusBar>
-#include <QUrl>
 #include <utility>
 
 namespace darkroom {
@@ -37,8 +33,8 @@ namespace darkroom {
 namespace {
 
 constexpr QSize kStartSize(1100, 760);
+constexpr double kScreenShare = 0.9; ///< leaves room for the frame
 constexpr int kMessageMs = 4000;
-constexpr int kNoMemory = -1;
 
 /// Anybody may have edited the settings file.
 unsigned int fnReadLevels(const QSettings& settings) {
@@ -46,14 +42,6 @@ unsigned int fnReadLevels(const QSettings& settings) {
     const qlonglong levels = settings.value("levels", kUsualLevels).toLongLong(&known);
     return known && levels >= 0 ? static_cast<unsigned int>(std::min<qlonglong>(levels, kMaxLevels))
                                 : kUsualLevels;
-}
-
-/// The first file of a drag, since the window shows one picture; empty for anything else.
-QString fnFindFile(const QMimeData& data) {
-    for (const QUrl& url : data.urls())
-        if (url.isLocalFile())
-            return url.toLocalFile();
-    return {};
 }
 
 } // namespace
@@ -94,7 +82,7 @@ MainWindow::MainWindow(const HostSetup& setup, QWidget* parent)
     setCentralWidget(m_pView);
     setAcceptDrops(true);
     m_pView->viewport()->setAcceptDrops(false); // the window handles drops itself
-    resize(kStartSize);
+    resize(kStartSize.boundedTo(screen()->availableSize() * kScreenShare));
     fnMakeActions();
     fnMakeToolBars();
     fnMakeStatusBar();
@@ -110,6 +98,8 @@ MainWindow::MainWindow(const HostSetup& setup, QWidget* parent)
         [this](Tool tool, const std::vector<CqPoint2D>& points, Qt::KeyboardModifiers modifiers) {
             q32::fnReportMemory([&] { fnOnDrawn(tool, points, modifiers); });
         });
+    connect(m_pView, &PictureView::placed, this,
+            [this](const CRect& place) { q32::fnReportMemory([&] { fnPlaceSelection(place); }); });
     fnUpdate();
     m_pView->setFocus();
 }
@@ -125,14 +115,23 @@ bool MainWindow::fnRun(const QString& what, const Work& work) {
     const Outcome outcome = fnWork(what, work);
     if (!outcome.fnIsDone())
         m_Shown.reset(); // the view may have drawn a state in between
-    fnUpdate();
-    statusBar()->showMessage(outcome.m_bAborted ? tr("%1: stopped").arg(what) : QString(),
-                             kMessageMs);
-    if (outcome.m_nMsgId != 0)
-        q32ShowMsg(outcome.m_nMsgId, nullptr, outcome.m_strPath, nullptr, 0);
+    fnFinish(outcome, outcome.m_bAborted ? tr("%1: stopped").arg(what) : QString());
     if (!m_strAsked.isEmpty()) // the window was busy when it arrived
         fnOpenSoon(m_strAsked);
     return outcome.fnIsDone();
+}
+
+void MainWindow::fnFinish(const Outcome& outcome, const QString& message) {
+    fnUpdate();
+    const unsigned int dropped = m_Document.fnTakeDropped();
+    const QString news =
+        dropped == 0   ? message
+        : dropped == 1 ? tr("To make room, one step of the history was dropped")
+                       : tr("To make room, %1 steps of the history were dropped").arg(dropped);
+    statusBar()->showMessage(news, kMessageMs);
+    fnShowFailure(outcome,
+                  fnCountBytes(m_Document.fnGetImage().Width, m_Document.fnGetImage().Height,
+                               m_Document.fnGetImage().BitCount));
 }
 
 Outcome MainWindow::fnWork(const QString& what, const Work& work) {
@@ -148,13 +147,23 @@ Outcome MainWindow::fnWork(const QString& what, const Work& work) {
         // From the standard library's containers.
     }
     Outcome outcome;
-    outcome.m_nMsgId = kNoMemory;
+    outcome.m_nMsgId = MESSAGE_NO_MEMORY;
     return outcome;
 }
 
 MainWindow::Look MainWindow::fnGetLook() const {
     const CqDisplayProperty& display = *q32GetDisplayProperty();
     return {m_Document.fnGetState(), display.fnIsGammaEnabled() ? display.fnGetGammaValue() : 0};
+}
+
+void MainWindow::fnShowChange(const Look& look) {
+    std::optional<std::vector<CRect>> parts;
+    if (m_Shown && m_Shown->m_nGamma == look.m_nGamma)
+        parts = m_Document.fnFindChanges(m_Shown->m_nState);
+    if (!parts)
+        return m_pView->fnImageChanged();
+    for (const CRect& part : *parts)
+        m_pView->fnImageChanged(part);
 }
 
 void MainWindow::fnUpdate() {
@@ -166,13 +175,11 @@ void MainWindow::fnUpdate() {
     if (m_pView->fnGetImage() != shown)
         m_pView->fnSetImage(shown);
     else if (m_Shown != look)
-        m_pView->fnImageChanged();
+        fnShowChange(look);
     m_Shown = look;
     m_pView->fnSelectionChanged();
     m_pPlace->clear(); // its colour belonged to another picture
-    const QString path = QFile::decodeName(m_Document.fnGetPath().c_str());
-    const QString name = path.isEmpty() ? tr("Untitled") : QFileInfo(path).fileName();
-    setWindowTitle(shown ? tr("%1[*] - Darkroom").arg(name) : tr("Darkroom"));
+    setWindowTitle(shown ? tr("%1[*] - Darkroom").arg(fnGetName()) : tr("Darkroom"));
     setWindowFilePath(QString());
     setWindowModified(m_Document.IsModified() != 0);
     fnUpdateActions();
@@ -198,17 +205,19 @@ void MainWindow::fnUpdateActions() {
         return false;
     };
     // The items outside the tables too: recent files, quit.
-    menuBar()->setEnabled(!m_bBusy);
-    m_pSound->fnEnableLoading(!m_bBusy);
+    const bool idle = !m_bBusy && !m_bAsking;
+    menuBar()->setEnabled(idle);
+    m_pSound->fnEnableLoading(idle);
     for (const ActionEntry& entry : ActionTable::fnGetActions())
         if (entry.m_pszId)
-            findChild<QAction*>(entry.m_pszId)->setEnabled(allows(entry.m_eNeeds));
+            findChild<QAction*>(entry.m_pszId)
+                ->setEnabled(allows(entry.m_eNeeds) && (idle || entry.m_pszMenu == kMenuView));
     for (const ToolEntry& entry : fnGetTools())
-        findChild<QAction*>(entry.m_pszId)->setEnabled(allows(entry.m_eNeeds));
+        findChild<QAction*>(entry.m_pszId)->setEnabled(idle && allows(entry.m_eNeeds));
     for (const Operation& operation : fnGetOperations())
         findChild<QAction*>(operation.m_pszId)
-            ->setEnabled(picture && operation.fnSuits(m_Document.fnGetImage()));
-    if (m_bBusy)
+            ->setEnabled(idle && picture && operation.fnSuits(m_Document.fnGetImage()));
+    if (!idle)
         return;
     // A tool that is now disabled would work on a picture of an unsupported kind.
     for (const ToolEntry& entry : fnGetTools())
@@ -230,6 +239,15 @@ void MainWindow::fnUpdateHistory() {
     redo->setText(m_Document.fnCanRedo()
                       ? tr("&Redo %1").arg(QString::fromStdString(m_Document.fnGetRedoName()))
                       : tr("&Redo"));
+    // Selections are newer than the last change of the picture.
+    if (m_Document.fnCanUndoSelection()) {
+        undo->setEnabled(true);
+        undo->setText(tr("&Undo Selection"));
+    }
+    if (m_Document.fnCanRedoSelection()) {
+        redo->setEnabled(true);
+        redo->setText(tr("&Redo Selection"));
+    }
 }
 
 void MainWindow::fnUpdateStatus() {
@@ -256,48 +274,8 @@ void MainWindow::fnShowPointed(const QPointF& place) {
         return m_pPlace->clear();
     const CqColor color = image.fnGetPixelColor(static_cast<int>(x), static_cast<int>(y));
     m_pPlace->setText(
-        tr("%1, %2: %3 %4 %5").arg(x).arg(y).arg(color.m_Red).arg(color.m_Green).arg(color.m_Blue));
-}
-
-bool MainWindow::fnMayLeave() {
-    if (m_bBusy)
-        return false;
-    if (m_Document.IsModified() == 0)
-        return true;
-    const auto answer = QMessageBox::question(
-        this, tr("Darkroom"), tr("The picture has changes that aren't saved. Save them?"),
-        QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel);
-    if (answer == QMessageBox::Save) {
-        fnSave();
-        return m_Document.IsModified() == 0;
-    }
-    return answer == QMessageBox::Discard;
-}
-
-bool MainWindow::fnOpen(const QString& path) {
-    const bool done =
-        fnRun(tr("Opening %1").arg(QFileInfo(path).fileName()), [&](CqProgressDisplay* progress) {
-            return m_Document.fnOpen(QFile::encodeName(path).toStdString(), progress);
-        });
-    if (done) {
-        m_pRecent->fnAdd(path);
-        m_pView->fnSetFit(true);
-    } else if (!QFileInfo::exists(path)) {
-        m_pRecent->fnRemove(path);
-    }
-    return done;
-}
-
-bool MainWindow::fnSaveAs(const QString& path) {
-    const bool done =
-        fnRun(tr("Saving %1").arg(QFileInfo(path).fileName()), [&](CqProgressDisplay* progress) {
-            return m_Document.fnSave(QFile::encodeName(path).toStdString(), progress);
-        });
-    if (done)
-        m_pRecent->fnAdd(path);
-    if (done && !m_Document.fnKeepsAll(QFile::encodeName(path).constData()))
-        statusBar()->showMessage(tr("A copy without transparency was saved"), kMessageMs);
-    return done;
+        tr("%1, %2: %3 %4 %5").arg(x).arg(y).arg(color.m_Red).arg(color.m_Green).arg(color.m_Blue) +
+        (image.BitCount == 32 ? tr(", alpha %1").arg(color.m_Alpha) : QString()));
 }
 
 void MainWindow::changeEvent(QEvent* event) {
@@ -315,43 +293,6 @@ void MainWindow::closeEvent(QCloseEvent* event) {
     m_Settings.setValue("windows", saveState());
     q32DestroyDumpWnd();
     event->accept();
-}
-
-void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
-    if (!m_bBusy && !fnFindFile(*event->mimeData()).isEmpty())
-        event->acceptProposedAction();
-}
-
-void MainWindow::dropEvent(QDropEvent* event) {
-    const QString path = fnFindFile(*event->mimeData());
-    if (path.isEmpty() || m_bBusy)
-        return;
-    event->acceptProposedAction();
-    fnOpenSoon(path); // the program that is the drag's source waits until this returns
-}
-
-void MainWindow::fnOpenSoon(const QString& path) {
-    if (m_bBusy)
-        return;
-    m_strAsked = path;
-    QMetaObject::invokeMethod(this, &MainWindow::fnOpenAsked, Qt::QueuedConnection);
-}
-
-void MainWindow::fnOpenAsked() {
-    if (m_bBusy)
-        return; // called again at the end of the task
-    const QString path = std::exchange(m_strAsked, {});
-    if (path.isEmpty())
-        return;
-    q32::fnReportMemory([&] {
-        // A dialog opened in the meantime works on the present picture.
-        if (QApplication::activeModalWidget())
-            statusBar()->showMessage(
-                tr("%1 isn't opened: close the dialog first").arg(QFileInfo(path).fileName()),
-                kMessageMs);
-        else if (fnMayLeave())
-            fnOpen(path);
-    });
 }
 
 } // namespace darkroom

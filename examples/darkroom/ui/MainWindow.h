@@ -19,6 +19,7 @@ namespace darkroom {
 
 struct ActionEntry;
 class ColorButton;
+class PreviewDialog;
 class RecentFiles;
 class SoundPanel;
 
@@ -71,15 +72,15 @@ private:
         bool operator==(const Look&) const = default;
     };
     Look fnGetLook() const;
+    void fnShowChange(const Look& look);
     Outcome fnWork(const QString& what, const Work& work);
+    /// Shows the picture and how a task ended.
+    void fnFinish(const Outcome& outcome, const QString& message);
     void fnUpdate();
     void fnUpdateActions();
     void fnUpdateHistory();
     void fnUpdateStatus();
     void fnShowPointed(const QPointF& place);
-    bool fnMayLeave();
-    void fnOpenSoon(const QString& path);
-    void fnOpenAsked();
 
     // MainWindowSetup.cpp
     void fnMakeActions();
@@ -92,18 +93,33 @@ private:
     void fnAddTools();
     QMenu* fnFindMenu(const char* title);
 
-    // MainWindowCommands.cpp; named by the table of actions
+    // MainWindowFiles.cpp
+    QString fnGetOwnPath() const;
+    /// Of the picture, for the user.
+    QString fnGetName() const;
+    bool fnMayLeave();
+    void fnOpenSoon(const QString& path);
+    void fnOpenAsked();
+    /// What a file at that path would lack of the picture.
+    /// @param extras  also what the picture's present file holds besides it
+    QStringList fnListLosses(const QString& path, bool extras) const;
+    static QString fnMakeList(const QStringList& losses);
+    bool fnMayLose(const QString& path, bool extras);
+    void fnChooseName(bool asksForExtras);
+
+    // MainWindowFiles.cpp and MainWindowCommands.cpp; named by the table of actions
     friend struct ActionTable;
     void fnNew();
     void fnAskOpen();
     void fnSave();
     void fnAskSaveAs();
-    void fnAskReplace(const QString& path);
-    bool fnMayLoseAlpha(const QString& path);
     void fnUndo();
     void fnRedo();
     void fnFill();
+    void fnSelectAll();
     void fnSelectNone();
+    void fnInvertSelection();
+    void fnAskSelection();
     void fnCrop();
     void fnAskPattern();
     void fnAskMerge();
@@ -116,11 +132,17 @@ private:
     void fnShowAbout();
     bool fnReadSecond(Document& second, const QString& path);
     void fnStartOperation(const Operation& operation);
+    /// Runs a dialog while only the visible part of the picture can be changed. False when it was
+    /// cancelled.
+    bool fnAsk(PreviewDialog& dialog);
     std::optional<Values> fnAskValues(const Operation& operation, const Values& start);
+    void fnAskAndApply(const Operation& operation, const Values& start);
     void fnApply(const Operation& operation, const Values& values);
     void fnOnDrawn(Tool tool, const std::vector<CqPoint2D>& points,
                    Qt::KeyboardModifiers modifiers);
     void fnSelectColor(const CqPoint2D& place, Document::Combine how);
+    void fnStraighten(const CqPoint2D& from, const CqPoint2D& to);
+    void fnPlaceSelection(const CRect& place);
 
     QSettings m_Settings;
     Document m_Document;
@@ -138,6 +160,7 @@ private:
     std::optional<Look> m_Shown; ///< none: needs to be redrawn
     QString m_strAsked;          ///< file to open once the event loop runs; empty for none
     bool m_bBusy = false;
+    bool m_bAsking = false; ///< a dialog previews something
 };
 
 } // namespace darkroom

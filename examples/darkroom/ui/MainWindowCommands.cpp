@@ -4,20 +4,20 @@
 #include "examples/darkroom/ui/FileDialogs.h"
 #include "examples/darkroom/ui/MainWindow.h"
 #include "examples/darkroom/ui/MergeDialog.h"
-#include "examples/darkroom/ui/NewDialog.h"
 #include "examples/darkroom/ui/ParameterDialog.h"
 #include "examples/darkroom/ui/PatternDialog.h"
 #include "examples/darkroom/ui/PreferencesDialog.h"
+#include "examples/darkroom/ui/SelectionDialog.h"
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/messages/Messages.h"
 #include "q32Base/module/Module.h"
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <QFile>
 #include <QFileInfo>
 #include <QMessageBox>
-#include <QPushButton>
 #include <QSpinBox>
 #include <utility>
 
@@ -37,79 +37,16 @@ Document::Combine fnGetCombine(Qt::KeyboardModifiers modifiers) {
 
 } // namespace
 
-void MainWindow::fnNew() {
-    if (!fnMayLeave())
-        return;
-    NewDialog dialog(this);
-    if (dialog.exec() != QDialog::Accepted)
-        return;
-    if (fnRun(tr("New picture"), [&](CqProgressDisplay* progress) {
-            return m_Document.fnNew(dialog.fnGetWidth(), dialog.fnGetHeight(), dialog.fnGetColor(),
-                                    progress);
-        }))
-        m_pView->fnSetFit(true);
-}
-
-void MainWindow::fnAskOpen() {
-    if (!fnMayLeave())
-        return;
-    const QString path = fnAskPictureToOpen(this, tr("Open"));
-    if (!path.isEmpty())
-        fnOpen(path);
-}
-
-void MainWindow::fnSave() {
-    const QString path = QFile::decodeName(m_Document.fnGetPath().c_str());
-    const CqPictureFormat* const format = q32FindPictureFormat(m_Document.fnGetPath().c_str());
-    if (path.isEmpty() || !format || !format->m_bCanWrite ||
-        !m_Document.fnKeepsAll(m_Document.fnGetPath().c_str()))
-        return fnAskSaveAs();
-    m_Document.fnIsReduced() ? fnAskReplace(path) : void(fnSaveAs(path));
-}
-
-void MainWindow::fnAskReplace(const QString& path) {
-    QMessageBox box(QMessageBox::Warning, tr("Darkroom"),
-                    tr("%1 holds more than this picture, and saving over it would lose that: "
-                       "further pages or frames, finer or other channels, a color profile, or "
-                       "notes.")
-                        .arg(QFileInfo(path).fileName()),
-                    QMessageBox::Cancel, this);
-    QPushButton* const other = box.addButton(tr("Save &As…"), QMessageBox::AcceptRole);
-    const QPushButton* const replace = box.addButton(tr("&Replace"), QMessageBox::DestructiveRole);
-    box.setDefaultButton(other);
-    box.exec();
-    if (box.clickedButton() == other)
-        fnAskSaveAs();
-    else if (box.clickedButton() == replace)
-        fnSaveAs(path);
-}
-
-bool MainWindow::fnMayLoseAlpha(const QString& path) {
-    const QByteArray file = QFile::encodeName(path);
-    const CqPictureFormat* const format = q32FindPictureFormat(file.constData());
-    if (!format || m_Document.fnKeepsAll(file.constData()))
-        return true; // a format that can't be written is reported by the attempt
-    return QMessageBox::question(this, tr("Darkroom"),
-                                 tr("A %1 file keeps no transparency. Save a copy without it?")
-                                     .arg(QString::fromLatin1(format->m_pszName)),
-                                 QMessageBox::Save | QMessageBox::Cancel) == QMessageBox::Save;
-}
-
-void MainWindow::fnAskSaveAs() {
-    const QString path =
-        fnAskPictureToSave(this, QFile::decodeName(m_Document.fnGetPath().c_str()));
-    if (!path.isEmpty() && fnMayLoseAlpha(path))
-        fnSaveAs(path);
-}
-
 void MainWindow::fnUndo() {
-    if (!m_bBusy)
-        m_Document.fnUndo();
+    if (m_bBusy)
+        return;
+    m_Document.fnCanUndoSelection() ? m_Document.fnUndoSelection() : m_Document.fnUndo();
 }
 
 void MainWindow::fnRedo() {
-    if (!m_bBusy)
-        m_Document.fnRedo();
+    if (m_bBusy)
+        return;
+    m_Document.fnCanRedoSelection() ? m_Document.fnRedoSelection() : m_Document.fnRedo();
 }
 
 void MainWindow::fnFill() {
@@ -120,6 +57,45 @@ void MainWindow::fnFill() {
         return;
     m_pColor->fnSetColor(CqColor(static_cast<unsigned long>(values->front())));
     fnApply(fill, *values);
+}
+
+void MainWindow::fnSelectAll() {
+    fnRun(tr("Selecting"),
+          [&](CqProgressDisplay* progress) { return m_Document.fnSelectAll(progress); });
+}
+
+void MainWindow::fnInvertSelection() {
+    fnRun(tr("Selecting"),
+          [&](CqProgressDisplay* progress) { return m_Document.fnInvertSelection(progress); });
+}
+
+void MainWindow::fnPlaceSelection(const CRect& place) {
+    fnRun(tr("Selecting"), [&](CqProgressDisplay* progress) {
+        return m_Document.fnPlaceSelection(place, progress);
+    });
+}
+
+void MainWindow::fnAskSelection() {
+    CRect place;
+    {
+        SelectionDialog dialog(*m_pView, this);
+        if (dialog.exec() != QDialog::Accepted)
+            return;
+        place = dialog.fnGetPlace();
+    }
+    fnPlaceSelection(place);
+}
+
+void MainWindow::fnStraighten(const CqPoint2D& from, const CqPoint2D& to) {
+    constexpr double kRight = 90 * kDegree;
+    const double angle =
+        std::atan2(to.m_Y - from.m_Y, to.m_X - from.m_X) * 2 * kRight / std::numbers::pi;
+    // To the nearest of horizontal and vertical.
+    const double lean = angle - kRight * std::round(angle / kRight);
+    const Operation& rotate = *fnFindOperation("rotate");
+    Values values = rotate.fnGetStart(m_Document.fnGetImage());
+    values[0] = static_cast<int>(std::lround(-lean));
+    fnAskAndApply(rotate, values);
 }
 
 void MainWindow::fnSelectNone() {
@@ -151,15 +127,34 @@ void MainWindow::fnStartOperation(const Operation& operation) {
         return;
     if (operation.m_Parameters.empty())
         fnApply(operation, {});
-    else if (const auto values =
-                 fnAskValues(operation, operation.fnGetStart(m_Document.fnGetImage())))
+    else
+        fnAskAndApply(operation, operation.fnGetStart(m_Document.fnGetImage()));
+}
+
+void MainWindow::fnAskAndApply(const Operation& operation, const Values& start) {
+    if (const auto values = fnAskValues(operation, start))
         fnApply(operation, *values);
 }
 
 std::optional<Values> MainWindow::fnAskValues(const Operation& operation, const Values& start) {
     // Its preview is gone before the operation runs.
-    ParameterDialog dialog(operation, start, *m_pView, this);
-    return dialog.exec() == QDialog::Accepted ? std::optional(dialog.fnGetValues()) : std::nullopt;
+    ParameterDialog dialog(operation, start, *m_pView);
+    return fnAsk(dialog) ? std::optional(dialog.fnGetValues()) : std::nullopt;
+}
+
+bool MainWindow::fnAsk(PreviewDialog& dialog) {
+    constexpr QPoint kInset(24, 96);
+    const Tool tool = m_pView->fnGetTool();
+    m_bAsking = true;
+    m_pView->fnSetTool(Tool::PAN);
+    fnUpdateActions();
+    dialog.adjustSize();
+    dialog.move(geometry().topRight() + QPoint(-dialog.width() - kInset.x(), kInset.y()));
+    const bool accepted = dialog.exec() == QDialog::Accepted;
+    m_bAsking = false;
+    m_pView->fnSetTool(tool);
+    fnUpdateActions();
+    return accepted;
 }
 
 void MainWindow::fnApply(const Operation& operation, const Values& values) {
@@ -171,7 +166,8 @@ void MainWindow::fnApply(const Operation& operation, const Values& values) {
 bool MainWindow::fnReadSecond(Document& second, const QString& path) {
     return fnRun(tr("Reading %1").arg(QFileInfo(path).fileName()),
                  [&](CqProgressDisplay* progress) {
-                     return second.fnOpen(QFile::encodeName(path).toStdString(), progress);
+                     const std::string file = QFile::encodeName(path).toStdString();
+                     return m_Document.fnWithRoom([&] { return second.fnOpen(file, progress); });
                  });
 }
 
@@ -187,8 +183,8 @@ void MainWindow::fnFillPattern(const QString& path) {
         return;
     CPoint corner;
     {
-        PatternDialog dialog(pattern.fnGetImage(), *m_pView, this);
-        if (dialog.exec() != QDialog::Accepted)
+        PatternDialog dialog(pattern.fnGetImage(), *m_pView);
+        if (!fnAsk(dialog))
             return;
         corner = dialog.fnGetCorner();
     }
@@ -209,14 +205,14 @@ void MainWindow::fnMerge(const QString& path) {
         return;
     MergePlan plan;
     {
-        MergeDialog dialog(second.fnGetImage(), m_Document.fnHasSelection(), *m_pView, this);
-        if (dialog.exec() != QDialog::Accepted)
+        MergeDialog dialog(second.fnGetImage(), m_Document.fnHasSelection(), *m_pView);
+        if (!fnAsk(dialog))
             return;
         plan = dialog.fnGetPlan();
     }
     fnRun(tr("Merge"), [&](CqProgressDisplay* progress) {
         return m_Document.fnChange(
-            "Merge",
+            "Merge", fnFindMerged(m_Document.fnGetImage(), second.fnGetImage(), plan),
             [&](CqImage& image, CqProgressDisplay* bar) {
                 CqMask* const selection =
                     m_Document.fnHasSelection() ? &m_Document.fnGetSelection() : nullptr;
@@ -230,14 +226,13 @@ void MainWindow::fnOnDrawn(Tool tool, const std::vector<CqPoint2D>& points,
                            Qt::KeyboardModifiers modifiers) {
     if (m_bBusy)
         return;
+    if (tool == Tool::STRAIGHTEN)
+        return fnStraighten(points.front(), points.back());
     if (tool == Tool::PICK)
         return fnSelectColor(points.front(), fnGetCombine(modifiers));
-    if (tool == Tool::LINE || tool == Tool::CURVE) {
-        fnRun(tr("Drawing"), [&](CqProgressDisplay* progress) {
-            return m_Document.fnDraw(points, m_pColor->fnGetColor(), progress);
-        });
-        return;
-    }
+    // Takes less time than showing that it takes time.
+    if (tool == Tool::LINE || tool == Tool::CURVE)
+        return fnFinish(m_Document.fnDraw(points, m_pColor->fnGetColor(), nullptr), QString());
     const ShapeKind shape = tool == Tool::RECTANGLE ? ShapeKind::RECTANGLE
                             : tool == Tool::ELLIPSE ? ShapeKind::ELLIPSE
                                                     : ShapeKind::FREEHAND;

@@ -127,7 +127,7 @@ void MainWindow::fnMakeToolBars() {
     m_pTolerance->setObjectName("tolerance");
     m_pTolerance->setRange(0, kMaxTolerance);
     m_pTolerance->setValue(kStartTolerance);
-    m_pTolerance->setPrefix(tr("± "));
+    m_pTolerance->setPrefix(tr("Tolerance ± "));
     m_pTolerance->setAccessibleName(tr("Tolerance"));
     m_pTolerance->setToolTip(tr("How far a color may differ that is selected by color"));
     tools->addWidget(m_pTolerance);

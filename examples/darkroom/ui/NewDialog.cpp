@@ -2,6 +2,7 @@
 
 #include "examples/darkroom/model/Pictures.h"
 #include "examples/darkroom/ui/ColorButton.h"
+#include "examples/darkroom/ui/Focus.h"
 #include "examples/darkroom/ui/SizeLabel.h"
 
 #include <QDialogButtonBox>
@@ -41,6 +42,7 @@ NewDialog::NewDialog(QWidget* parent)
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     form->addRow(buttons);
+    fnFocusFirst(*this);
 }
 
 void NewDialog::fnTellBytes() {

@@ -2,6 +2,7 @@
 
 #include "examples/darkroom/model/Document.h"
 #include "examples/darkroom/ui/ColorButton.h"
+#include "examples/darkroom/ui/DecimalBox.h"
 #include "examples/darkroom/ui/PictureView.h"
 #include "examples/darkroom/ui/Placement.h"
 #include "examples/darkroom/ui/SizeLabel.h"
@@ -33,6 +34,9 @@ int fnToLength(double length) {
 
 /// Larger ranges get no slider.
 constexpr int kSliderRange = 1000;
+constexpr int kSliderPage = 10;
+constexpr int kPercent = 100; ///< scale of percentages
+constexpr int kMaxPercent = 10'000;
 
 } // namespace
 
@@ -43,7 +47,7 @@ ParameterDialog::ParameterDialog(const Operation& operation, const Values& start
     for (std::size_t i = 0; i < start.size(); ++i)
         fnAdd(operation.m_Parameters[i], start[i]);
     if (operation.m_ePreview == PreviewKind::SIZE)
-        fnAddLock(static_cast<double>(start[1]) / start[0]);
+        fnAddLock(start[0], start[1]);
     QDialogButtonBox& buttons = fnAddFoot(QDialogButtonBox::Reset);
     if (!operation.fnIsLocal()) {
         m_pBytes = new SizeLabel(*buttons.button(QDialogButtonBox::Ok));
@@ -78,16 +82,20 @@ void ParameterDialog::fnAdd(const Parameter& parameter, int value) {
 void ParameterDialog::fnAddNumber(const Parameter& parameter, int value) {
     auto* const row = new QHBoxLayout;
     auto* const label = new QLabel(tr(parameter.m_pszName));
-    auto* const box = new QSpinBox;
+    QSpinBox* const box =
+        parameter.m_nScale == 1 ? new QSpinBox : new DecimalBox(parameter.m_nScale);
     box->setAccessibleName(label->text());
     label->setBuddy(box);
     box->setRange(parameter.m_nLow, parameter.m_nHigh);
     box->setSuffix(QString::fromUtf8(parameter.m_pszUnit));
+    box->setSingleStep(std::max(1, parameter.m_nScale / 10));
     box->setValue(value);
     box->setObjectName(parameter.m_pszName);
     box->setMinimumWidth(kBoxWidth); // so that all sliders have the same length
-    if (parameter.m_nHigh - parameter.m_nLow <= kSliderRange) {
+    if ((parameter.m_nHigh - parameter.m_nLow) / parameter.m_nScale <= kSliderRange) {
         auto* const slider = new QSlider(Qt::Horizontal);
+        slider->setSingleStep(parameter.m_nScale);
+        slider->setPageStep(kSliderPage * parameter.m_nScale);
         slider->setRange(parameter.m_nLow, parameter.m_nHigh);
         slider->setValue(value);
         slider->setMinimumWidth(kSliderWidth);
@@ -128,39 +136,64 @@ void ParameterDialog::fnAddColor(const Parameter& parameter, int value) {
         [button, value] { button->fnSetColor(CqColor(static_cast<unsigned long>(value))); });
 }
 
-void ParameterDialog::fnAddLock(double ratio) {
+void ParameterDialog::fnAddLock(int startWidth, int startHeight) {
     auto* const lock = new QCheckBox(tr("&Keep proportions"));
     lock->setObjectName("proportions");
     lock->setChecked(true);
+    auto* const percent = new DecimalBox(kPercent);
+    percent->setObjectName("percent");
+    percent->setRange(1, kMaxPercent * kPercent);
+    percent->setSuffix(tr(" %"));
+    percent->setValue(100 * kPercent);
+    percent->setSingleStep(kPercent);
+    fnGetForm().addRow(tr("&Scale"), percent);
     fnGetForm().addRow(QString(), lock);
     QSpinBox* const width = m_Numbers[0];
     QSpinBox* const height = m_Numbers[1];
-    const auto follow = [this, lock](QSpinBox* box, double factor) {
-        return [this, lock, box, factor](int value) {
-            // The dependent value must not drive the other one in turn: it is rounded.
-            if (!lock->isChecked() || std::exchange(m_bFollows, true))
+    const double ratio = static_cast<double>(startHeight) / startWidth;
+    // Dependent values must not drive the others in turn: they are rounded.
+    const auto follow = [this](auto set) {
+        return [this, set](int value) {
+            if (std::exchange(m_bFollows, true))
                 return;
-            box->setValue(fnToLength(value * factor));
+            set(value);
             m_bFollows = false;
         };
     };
-    connect(width, &QSpinBox::valueChanged, this, follow(height, ratio));
-    connect(height, &QSpinBox::valueChanged, this, follow(width, 1 / ratio));
+    const auto show = [=] {
+        percent->setValue(
+            static_cast<int>(std::lround(100.0 * kPercent * width->value() / startWidth)));
+    };
+    connect(percent, &QSpinBox::valueChanged, this, follow([=](int value) {
+                const double factor = value / (100.0 * kPercent);
+                width->setValue(fnToLength(startWidth * factor));
+                height->setValue(fnToLength(startHeight * factor));
+            }));
+    connect(width, &QSpinBox::valueChanged, this, follow([=](int value) {
+                if (lock->isChecked())
+                    height->setValue(fnToLength(value * ratio));
+                show();
+            }));
+    connect(height, &QSpinBox::valueChanged, this, follow([=](int value) {
+                if (lock->isChecked())
+                    width->setValue(fnToLength(value / ratio));
+                show();
+            }));
     // While they are linked, neither may leave the range in which the other can follow.
     const auto limit = [width, height, ratio, mostWidth = width->maximum(),
                         mostHeight = height->maximum()](bool on) {
         width->setMaximum(on ? std::min(mostWidth, fnToLength(mostHeight / ratio)) : mostWidth);
         height->setMaximum(on ? std::min(mostHeight, fnToLength(mostWidth * ratio)) : mostHeight);
     };
-    connect(lock, &QCheckBox::toggled, this, [=, this](bool on) {
-        limit(on);
-        if (on) {
-            m_bFollows = true;
+    const auto link = follow([=](int on) {
+        limit(on != 0);
+        if (on != 0)
             height->setValue(fnToLength(width->value() * ratio));
-            m_bFollows = false;
-        }
+        show();
     });
+    connect(lock, &QCheckBox::toggled, this, [link](bool on) { link(on ? 1 : 0); });
     limit(true);
+    m_Resetters.emplace_back([percent] { percent->setValue(100 * kPercent); });
 }
 
 void ParameterDialog::fnOnValue() {

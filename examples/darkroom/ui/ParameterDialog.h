@@ -29,8 +29,9 @@ private:
     void fnAddNumber(const Parameter& parameter, int value);
     void fnAddSwitch(const Parameter& parameter, int value);
     void fnAddColor(const Parameter& parameter, int value);
-    /// @param ratio  the picture's height divided by its width
-    void fnAddLock(double ratio);
+    /// The scale in percent and whether width and height, the first two numbers, stay in
+    /// proportion.
+    void fnAddLock(int startWidth, int startHeight);
     void fnOnValue();
     void fnShowPreview() override;
     void fnHidePreview() override;

@@ -37,10 +37,14 @@ void fnShowPart(PictureView& view, const CRect& part, Read&& read) {
     const std::vector<int>& columns = seen.m_Columns.m_Samples;
     const std::vector<int>& rows = seen.m_Rows.m_Samples;
     const QSize size(static_cast<int>(columns.size()), static_cast<int>(rows.size()));
-    const QImage screen = fnMakeScreenImage(size, [&](int x, int y) {
-        return read(columns[static_cast<std::size_t>(x)], rows[static_cast<std::size_t>(y)]);
-    });
-    view.fnShowPreview(screen, {seen.m_Columns.m_nFirst, seen.m_Rows.m_nFirst}, false);
+    const QPoint corner(seen.m_Columns.m_nFirst, seen.m_Rows.m_nFirst);
+    const QImage screen = fnMakeScreenImage(
+        size,
+        [&](int x, int y) {
+            return read(columns[static_cast<std::size_t>(x)], rows[static_cast<std::size_t>(y)]);
+        },
+        [&](QRgb* row, int y) { view.fnLayOverBoard(row, size.width(), corner + QPoint(0, y)); });
+    view.fnShowPreview(screen, corner, false);
 }
 
 } // namespace darkroom

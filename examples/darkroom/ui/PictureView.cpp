@@ -5,6 +5,7 @@
 #include "q32Base/framework/Memory.h"
 
 #include <algorithm>
+#include <cmath>
 #include <new>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -34,6 +35,8 @@ void fnDrawContrast(QPainter& painter, const QPainterPath& line) {
 PictureView::PictureView(Document& document, QWidget* parent)
     : CqImageView(parent), m_Document(document) {
     setAccessibleName(tr("Picture"));
+    fnSetTransparency(true);
+    fnSetAveraging(true);
     connect(this, &CqImageView::visibleChanged, this, [this] {
         m_Shade = QImage();
         m_Preview = QImage();
@@ -43,8 +46,21 @@ PictureView::PictureView(Document& document, QWidget* parent)
 void PictureView::fnSetTool(Tool tool) {
     fnDrop();
     m_eTool = tool;
-    fnSetPanning(tool == Tool::PAN);
-    viewport()->setCursor(tool == Tool::PAN ? Qt::OpenHandCursor : Qt::CrossCursor);
+    m_bSpace = false;
+    fnShowCursor();
+}
+
+void PictureView::fnShowCursor() {
+    const bool pans = m_eTool == Tool::PAN || m_bSpace;
+    fnSetPanning(pans);
+    viewport()->setCursor(pans ? Qt::OpenHandCursor : Qt::CrossCursor);
+}
+
+void PictureView::fnSetSpace(bool held) {
+    if (m_bSpace == held || (held && m_bDragging))
+        return;
+    m_bSpace = held;
+    fnShowCursor();
 }
 
 void PictureView::fnShowPreview(const QImage& preview, const QPoint& corner, bool instead) {
@@ -140,18 +156,30 @@ void PictureView::fnPaintOver(QPainter& painter, const QRegion&) {
     }
     if (!previewed || !m_bPreviewInstead)
         fnPaintSelection(painter);
-    if (m_Points.size() > 1 || (m_eTool == Tool::CURVE && !m_Points.empty()))
+    const bool adjusts = m_eTool == Tool::ADJUST;
+    if (!adjusts && (m_Points.size() > 1 || (m_eTool == Tool::CURVE && !m_Points.empty())))
         fnDrawContrast(painter, fnMakePath());
-    if (!m_Frame.IsRectEmpty()) {
-        QPainterPath frame;
-        frame.addRect(QRectF(fnToView(QPointF(m_Frame.left, m_Frame.top)),
-                             fnToView(QPointF(m_Frame.right, m_Frame.bottom))));
-        fnDrawContrast(painter, frame);
-    }
+    if (!m_Frame.IsRectEmpty())
+        fnPaintFrame(painter, QRectF(fnToView(QPointF(m_Frame.left, m_Frame.top)),
+                                     fnToView(QPointF(m_Frame.right, m_Frame.bottom))));
+    else if (adjusts && m_Document.fnHasSelection())
+        fnPaintFrame(painter, fnGetSelectionFrame());
+}
+
+void PictureView::fnPaintFrame(QPainter& painter, const QRectF& frame) {
+    QPainterPath path;
+    path.addRect(frame);
+    fnDrawContrast(painter, path);
+}
+
+QRectF PictureView::fnGetSelectionFrame() const {
+    const CRect& bound = m_Document.fnGetSelection().m_rectBound;
+    return {fnToView(QPointF(bound.left, bound.top)), fnToView(QPointF(bound.right, bound.bottom))};
 }
 
 void PictureView::mousePressEvent(QMouseEvent* event) {
-    if (m_eTool == Tool::PAN || event->button() != Qt::LeftButton || !m_Document.fnHasImage())
+    if (m_eTool == Tool::PAN || m_bSpace || event->button() != Qt::LeftButton ||
+        !m_Document.fnHasImage())
         return CqImageView::mousePressEvent(event);
     q32::fnTryMemory([&] { fnTakePress(*event); });
     viewport()->update();
@@ -163,6 +191,8 @@ void PictureView::fnTakePress(const QMouseEvent& event) {
     const bool drags = fnIsDragged(m_eTool);
     if (drags)
         m_Points.clear(); // of a drag whose release went elsewhere
+    if (m_eTool == Tool::ADJUST && !fnGrabSelection(event))
+        return;
     m_Points.push_back(m_Cursor);
     if (drags)
         m_bDragging = true;
@@ -187,11 +217,32 @@ void PictureView::fnTakeMove(const QMouseEvent& event) {
             m_Points.resize(1);
         m_Points.push_back(m_Cursor);
     }
+    if (m_bDragging && m_eTool == Tool::ADJUST) {
+        const CqPoint2D by = m_Cursor - m_Points.front();
+        m_Frame = fnDragSides(
+            m_Document.fnGetSelection().m_rectBound, m_Grabbed,
+            {static_cast<int>(std::lround(by.m_X)), static_cast<int>(std::lround(by.m_Y))});
+    }
     viewport()->update();
+}
+
+bool PictureView::fnGrabSelection(const QMouseEvent& event) {
+    if (!m_Document.fnHasSelection())
+        return false;
+    m_Grabbed = fnGrab(fnGetSelectionFrame(), event.position());
+    return m_Grabbed.fnIsAny();
+}
+
+void PictureView::fnFinishAdjusting() {
+    const CRect place = std::exchange(m_Frame, CRect(0, 0, 0, 0));
+    if (!place.IsRectEmpty() && place != m_Document.fnGetSelection().m_rectBound)
+        Q_EMIT placed(place);
 }
 
 void PictureView::mouseReleaseEvent(QMouseEvent* event) {
     CqImageView::mouseReleaseEvent(event);
+    if (!(event->buttons() & (Qt::LeftButton | Qt::MiddleButton)))
+        fnShowCursor(); // the space bar may have been released during the drag
     if (m_bDragging && event->button() == Qt::LeftButton)
         q32::fnTryMemory([&] { fnFinish(event->modifiers()); });
 }
@@ -199,19 +250,37 @@ void PictureView::mouseReleaseEvent(QMouseEvent* event) {
 void PictureView::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_Escape && !m_Points.empty())
         return fnDrop();
+    if (event->key() == Qt::Key_Space)
+        return fnSetSpace(true);
     CqImageView::keyPressEvent(event);
+}
+
+void PictureView::keyReleaseEvent(QKeyEvent* event) {
+    if (event->key() != Qt::Key_Space)
+        return CqImageView::keyReleaseEvent(event);
+    if (!event->isAutoRepeat())
+        fnSetSpace(false);
+}
+
+void PictureView::focusOutEvent(QFocusEvent* event) {
+    CqImageView::focusOutEvent(event);
+    fnSetSpace(false);
 }
 
 void PictureView::fnFinish(Qt::KeyboardModifiers modifiers) {
     const std::vector<CqPoint2D> points = std::exchange(m_Points, {});
     m_bDragging = false;
     viewport()->update();
+    if (m_eTool == Tool::ADJUST)
+        return fnFinishAdjusting();
     if (points.size() > 1 || m_eTool == Tool::PICK)
         Q_EMIT drawn(m_eTool, points, modifiers);
 }
 
 void PictureView::fnDrop() {
     m_Points.clear();
+    if (m_eTool == Tool::ADJUST && m_bDragging)
+        m_Frame = CRect(0, 0, 0, 0);
     m_bDragging = false;
     viewport()->update();
 }

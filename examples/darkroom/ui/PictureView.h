@@ -1,6 +1,7 @@
 #pragma once
 
 #include "examples/darkroom/model/Document.h"
+#include "examples/darkroom/ui/SelectionHandles.h"
 #include "platforms/qt/CqImageView.h"
 #include "q32Base/geometry/CqPoint2D.h"
 
@@ -12,10 +13,20 @@
 namespace darkroom {
 
 /// What the left button does in the picture.
-enum class Tool { PAN, RECTANGLE, ELLIPSE, FREEHAND, PICK, LINE, CURVE };
+enum class Tool {
+    PAN,
+    RECTANGLE,
+    ELLIPSE,
+    FREEHAND,
+    PICK,
+    ADJUST, ///< moves and scales the selection
+    STRAIGHTEN,
+    LINE,
+    CURVE
+};
 
 /// The picture of a document with its overlays: the preview of an operation, the selection, and the
-/// shape being drawn.
+/// shape being drawn. While the space bar is held, the left button pans, whatever the tool.
 class PictureView : public CqImageView {
     Q_OBJECT
 
@@ -44,6 +55,8 @@ Q_SIGNALS:
     /// A shape is complete: positions in the picture. `modifiers` determine how it combines.
     void drawn(darkroom::Tool tool, const std::vector<CqPoint2D>& points,
                Qt::KeyboardModifiers modifiers);
+    /// The selection has been dragged into another rectangle of the picture.
+    void placed(const CRect& place);
 
 protected:
     void fnPaintOver(QPainter& painter, const QRegion& exposed) override;
@@ -51,8 +64,18 @@ protected:
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void keyReleaseEvent(QKeyEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
 
 private:
+    void fnSetSpace(bool held);
+    void fnShowCursor();
+    /// The rectangle of the selection, in the coordinates of the view.
+    QRectF fnGetSelectionFrame() const;
+    /// False without a handle of the selection there.
+    bool fnGrabSelection(const QMouseEvent& event);
+    void fnFinishAdjusting();
+    void fnPaintFrame(QPainter& painter, const QRectF& frame);
     void fnPaintSelection(QPainter& painter);
     QPainterPath fnMakePath() const;
     void fnTakePress(const QMouseEvent& event);
@@ -66,6 +89,8 @@ private:
     std::vector<CqPoint2D> m_Points; ///< of the shape being drawn
     CqPoint2D m_Cursor;              ///< last position over the picture
     bool m_bDragging = false;
+    bool m_bSpace = false;  ///< held, so the left button pans
+    GrabbedSides m_Grabbed; ///< of the selection
     QImage m_Preview;
     QPoint m_PreviewCorner;
     bool m_bPreviewInstead = false; ///< of the picture

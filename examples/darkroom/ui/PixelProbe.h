@@ -43,21 +43,23 @@ private:
 
 /// Makes a screen image, with the library's gamma, from what `read` returns for each column and
 /// row. Throws std::bad_alloc.
-template <typename Read>
-QImage fnMakeScreenImage(const QSize& size, Read&& read);
+/// @param finish  changes each row before the gamma: void(QRgb* row, int y)
+template <typename Read, typename Finish>
+QImage fnMakeScreenImage(const QSize& size, Read&& read, Finish&& finish);
 
 /// Applies the library's gamma to a row of pixels.
 void fnCorrectRow(QRgb* row, int count);
 /// An image in the screen's format. Throws std::bad_alloc.
 QImage fnNewScreenImage(const QSize& size);
 
-template <typename Read>
-QImage fnMakeScreenImage(const QSize& size, Read&& read) {
+template <typename Read, typename Finish>
+QImage fnMakeScreenImage(const QSize& size, Read&& read, Finish&& finish) {
     QImage screen = fnNewScreenImage(size);
     for (int y = 0; y < size.height(); ++y) {
         auto* const out = reinterpret_cast<QRgb*>(screen.scanLine(y));
         for (int x = 0; x < size.width(); ++x)
             out[x] = read(x, y);
+        finish(out, y);
         fnCorrectRow(out, size.width());
     }
     return screen;

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace darkroom {
 
@@ -46,12 +45,14 @@ QSize fnRotatedSize(const QSize& from, double degrees, bool smooth) {
     return {span(box.left(), box.right()), span(box.top(), box.bottom())};
 }
 
-Placement fnPlaceRotated(const QSize& from, int degrees, bool smooth) {
-    if (degrees % 360 == 0)
+/// @param clockwise  in hundredths of degrees
+Placement fnPlaceRotated(const QSize& from, int clockwise, bool smooth) {
+    const double degrees = static_cast<double>(clockwise) / kDegree;
+    if (clockwise % (360 * kDegree) == 0)
         return {from, QTransform(), 0, false};
     QTransform toSource;
-    if (degrees % 90 == 0) {
-        const QSize to = degrees % 180 == 0 ? from : from.transposed();
+    if (clockwise % (90 * kDegree) == 0) {
+        const QSize to = clockwise % (180 * kDegree) == 0 ? from : from.transposed();
         toSource.translate(from.width() / 2.0, from.height() / 2.0);
         toSource.rotate(-degrees);
         toSource.translate(-to.width() / 2.0, -to.height() / 2.0);
@@ -79,14 +80,6 @@ Placement fnFindPlacement(const Operation& operation, const CqImage& image,
             return fnNearest(from, to);
         return fnSized(from, to, static_cast<double>(to.width()) / from.width(),
                        static_cast<double>(to.height()) / from.height());
-    }
-    if (operation.m_ePreview == PreviewKind::SCALE) {
-        const double scale = values[0] / 100.0;
-        const auto length = [&](int of) {
-            constexpr double kMax = std::numeric_limits<int>::max();
-            return static_cast<int>(std::min(std::ceil(of * scale - GEOM_EPSILON), kMax));
-        };
-        return fnSized(from, {length(from.width()), length(from.height())}, scale, scale);
     }
     Placement placement = fnPlaceRotated(from, values[0], values[1] != 0);
     const CqColor ground(static_cast<unsigned long>(values[2]));

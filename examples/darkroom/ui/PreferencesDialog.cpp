@@ -2,6 +2,7 @@
 
 #include "examples/darkroom/model/History.h"
 #include "examples/darkroom/model/MemoryShare.h"
+#include "examples/darkroom/ui/DecimalBox.h"
 #include "examples/darkroom/ui/Texts.h"
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/framework/Memory.h"
@@ -17,6 +18,7 @@
 #include <QGridLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QLocale>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QStorageInfo>
@@ -29,6 +31,7 @@ namespace darkroom {
 namespace {
 
 constexpr int kMaxGamma = 799;
+constexpr int kGammaScale = 100;
 constexpr int kNoMemory = -1;
 constexpr int kNotSaved = -5;
 constexpr int kPathWidth = 280;
@@ -115,12 +118,14 @@ QWidget* PreferencesDialog::fnMakeScreenPage() {
     m_pGammaOn->setObjectName("gammaOn");
     m_pGammaOn->setChecked(display.fnIsGammaEnabled());
     form->addRow(m_pGammaOn);
-    m_pGamma = new QSpinBox;
+    m_pGamma = new DecimalBox(kGammaScale);
     m_pGamma->setObjectName("gamma");
     m_pGamma->setRange(1, kMaxGamma);
+    m_pGamma->setSingleStep(kGammaScale / 10);
     m_pGamma->setValue(static_cast<int>(display.fnGetGammaValue()));
     m_pGamma->setEnabled(display.fnIsGammaEnabled());
-    m_pGamma->setToolTip(tr("180 leaves the colors as they are; more is brighter."));
+    m_pGamma->setToolTip(tr("%1 leaves the colors as they are; more is brighter.")
+                             .arg(QLocale().toString(1.8, 'f', 1)));
     connect(m_pGammaOn, &QCheckBox::toggled, m_pGamma, &QWidget::setEnabled);
     form->addRow(tr("Gamma:"), m_pGamma);
     m_pDither = new QCheckBox(tr("Dither on screens of 16 bits"));

@@ -202,10 +202,15 @@ void Preview::fnShowLocal(const Values& values) {
         fnKeepUnselected(image);
     PixelProbe reader(image);
     const QSize size(static_cast<int>(m_SeenColumns.size()), static_cast<int>(m_SeenRows.size()));
-    const QImage screen = fnMakeScreenImage(size, [&](int x, int y) {
-        return reader.fnRead(m_SeenColumns[static_cast<std::size_t>(x)],
-                             m_SeenRows[static_cast<std::size_t>(y)]);
-    });
+    const QImage screen = fnMakeScreenImage(
+        size,
+        [&](int x, int y) {
+            return reader.fnRead(m_SeenColumns[static_cast<std::size_t>(x)],
+                                 m_SeenRows[static_cast<std::size_t>(y)]);
+        },
+        [&](QRgb* row, int y) {
+            m_View.fnLayOverBoard(row, size.width(), m_Corner + QPoint(0, y));
+        });
     m_View.fnShowPreview(screen, m_Corner, false);
 }
 
@@ -234,10 +239,13 @@ void Preview::fnShowMoved(const Values& values) {
     PlaceReader reader(reduced ? m_Base : image, reduced ? zoom : 1, placement);
     const QSize size(static_cast<int>(across.m_Samples.size()),
                      static_cast<int>(down.m_Samples.size()));
-    const QImage screen = fnMakeScreenImage(size, [&](int x, int y) {
-        return reader.fnRead({across.m_Samples[static_cast<std::size_t>(x)] + 0.5,
-                              down.m_Samples[static_cast<std::size_t>(y)] + 0.5});
-    });
+    const QImage screen = fnMakeScreenImage(
+        size,
+        [&](int x, int y) {
+            return reader.fnRead({across.m_Samples[static_cast<std::size_t>(x)] + 0.5,
+                                  down.m_Samples[static_cast<std::size_t>(y)] + 0.5});
+        },
+        [](QRgb*, int) {}); // alpha isn't shown while the picture moves
     m_View.fnShowPreview(screen, {across.m_nFirst, down.m_nFirst}, true);
 }
 

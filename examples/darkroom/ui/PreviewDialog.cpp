@@ -1,5 +1,6 @@
 #include "examples/darkroom/ui/PreviewDialog.h"
 
+#include "examples/darkroom/ui/Focus.h"
 #include "examples/darkroom/ui/PictureView.h"
 
 #include <QCheckBox>
@@ -10,9 +11,10 @@
 namespace darkroom {
 
 PreviewDialog::PreviewDialog(const QString& title, PictureView& view, QWidget* parent)
-    : QDialog(parent), m_View(view), m_pForm(new QFormLayout),
-      m_pShow(new QCheckBox(tr("&Preview"))) {
+    : QDialog(parent, Qt::Dialog | Qt::WindowStaysOnTopHint), m_View(view),
+      m_pForm(new QFormLayout), m_pShow(new QCheckBox(tr("&Preview"))) {
     setWindowTitle(title);
+    setWindowModality(Qt::WindowModal); // without a parent, of no window
     auto* const layout = new QVBoxLayout(this);
     layout->addLayout(m_pForm);
     layout->addWidget(m_pShow);
@@ -41,6 +43,11 @@ QDialogButtonBox& PreviewDialog::fnAddFoot(QDialogButtonBox::StandardButtons mor
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     layout()->addWidget(buttons);
     return *buttons;
+}
+
+void PreviewDialog::showEvent(QShowEvent* event) {
+    QDialog::showEvent(event);
+    fnFocusFirst(*this);
 }
 
 void PreviewDialog::fnUpdatePreview() {

@@ -14,8 +14,9 @@ namespace darkroom {
 class PictureView;
 
 /// A dialog that previews in the picture what its values do, whenever they or the visible part
-/// change, unless the user disables that. A derived class fills the form, ends it with the foot,
-/// and removes the preview when it is destroyed.
+/// change, unless the user disables that. Without a parent it blocks no other window, so that the
+/// picture can be scrolled and zoomed meanwhile. A derived class fills the form, ends it with the
+/// foot, and removes the preview when it is destroyed.
 class PreviewDialog : public QDialog {
     Q_OBJECT
 
@@ -33,6 +34,7 @@ protected:
     void fnChanged() { m_Soon.start(0); }
     virtual void fnShowPreview() = 0;
     virtual void fnHidePreview() = 0;
+    void showEvent(QShowEvent* event) override;
 
 private:
     void fnUpdatePreview();

@@ -1,6 +1,7 @@
 #include "examples/darkroom/ui/SoundPanel.h"
 
 #include "examples/darkroom/model/Progress.h"
+#include "examples/sound/Oscillogram.h"
 #include "platforms/qt/CqImageView.h"
 #include "plugins/WaveFile.h"
 #include "q32Base/framework/Exceptions.h"
@@ -31,6 +32,12 @@ constexpr unsigned int kMixerStep = 8;
 constexpr int kPictureWidth = 320;
 constexpr int kPictureHeight = 120;
 constexpr int kWatchMs = 100;
+
+QString fnTellChannels(unsigned int channels) {
+    return channels == 1   ? QObject::tr("mono")
+           : channels == 2 ? QObject::tr("stereo")
+                           : QObject::tr("%1 channels").arg(channels);
+}
 
 } // namespace
 
@@ -161,9 +168,12 @@ void SoundPanel::fnAsk() {
 bool SoundPanel::fnLoad(const QString& path) {
     const QString name = QFileInfo(path).fileName();
     CqWave fresh;
+    bool reduced = false;
     const bool done = m_Run(tr("Loading %1").arg(name), [&](CqProgressDisplay* progress) {
         PictureProgress pictureProgress(progress);
-        return q32ReadWave(QFile::encodeName(path).constData(), fresh, &pictureProgress);
+        Outcome outcome = q32ReadWave(QFile::encodeName(path).constData(), fresh, &pictureProgress);
+        reduced = outcome.m_bReduced;
+        return outcome;
     });
     if (!done)
         return false;
@@ -172,11 +182,11 @@ bool SoundPanel::fnLoad(const QString& path) {
     const WAVEFORMATEX format = m_Wave.fnGetFormat();
     const double seconds = static_cast<double>(m_Wave.fnGetFrameCount()) / format.nSamplesPerSec;
     // A single call: a name may itself contain place markers.
-    m_pName->setText(tr("%1: %2 s, %3 Hz, %4 bits, %5")
-                         .arg(name, QString::number(seconds, 'f', 1),
-                              QString::number(format.nSamplesPerSec),
-                              QString::number(format.wBitsPerSample),
-                              format.nChannels == 1 ? tr("mono") : tr("stereo")));
+    m_pName->setText(
+        tr("%1: %2 s, %3 Hz, %4 bits, %5")
+            .arg(name, QString::number(seconds, 'f', 1), QString::number(format.nSamplesPerSec),
+                 reduced ? tr("reduced to 16") : QString::number(format.wBitsPerSample),
+                 fnTellChannels(format.nChannels)));
     fnDraw();
     fnFollow();
     return true;
@@ -192,7 +202,7 @@ void SoundPanel::fnDraw() {
         const QSize size = m_pView->fnGetPixelSize();
         m_Picture.fnAlloc(static_cast<unsigned int>(size.width()),
                           static_cast<unsigned int>(size.height()), 24, nullptr, 0);
-        m_Wave.fnRasterize(m_Picture, 0, m_Wave.fnGetFrameCount(), false, false);
+        fnDrawOscillogram(m_Wave, m_Picture);
         m_pView->fnSetImage(&m_Picture);
     });
 }
@@ -206,7 +216,7 @@ void SoundPanel::fnFit() {
 
 void SoundPanel::fnPlay() {
     if (!m_Wave.fnPlay(false, m_pLoop->isChecked()))
-        m_pName->setText(tr("The sound device refuses."));
+        m_pName->setText(tr("No sound device plays this, or none is there."));
     fnFollow();
 }
 

@@ -6,10 +6,10 @@
 
 namespace darkroom {
 
-/// A number of bytes in readable form. Not the library's own text, which is wrong above 4 GB.
+/// A number of bytes in readable form, in multiples of 1024 and their units. Not the library's own
+/// text, which is wrong above 4 GB.
 inline QString fnTellSize(std::uint64_t bytes) {
-    return QLocale().formattedDataSize(static_cast<qint64>(bytes), 1,
-                                       QLocale::DataSizeTraditionalFormat);
+    return QLocale().formattedDataSize(static_cast<qint64>(bytes), 1, QLocale::DataSizeIecFormat);
 }
 
 } // namespace darkroom

@@ -1,0 +1,59 @@
+/// @file What one step of the history holds.
+#pragma once
+
+#include "examples/darkroom/model/Tiles.h"
+#include "q32Base/framework/CObject.h"
+#include "q32Base/image/CqImage.h"
+#include "q32Base/image/CqMask.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+
+class CqProgressDisplay;
+
+namespace darkroom {
+
+/// The pixels of a picture on the other side of a change: the complete picture, or only the tiles
+/// that the change touches. Exchanging them with the picture undoes the change, and exchanging them
+/// again redoes it. They are allocated as the memory policy decides.
+class Step : public CObject {
+public:
+    Step() = default;
+    /// @param moves  pixels move, so a selection would cover different ones
+    Step(std::string name, bool moves) : m_strName(std::move(name)), m_bMoves(moves) {}
+
+    /// Saves the pixels of a picture before it is changed: all of them, or those of some tiles.
+    /// After an abort the content is undefined. Raises the memory exception.
+    /// @param tiles     that the change may touch; nothing else of the picture may change then
+    /// @param progress  may be null
+    /// @return false when the user aborted it
+    bool fnSave(CqImage& image, std::optional<Tiles> tiles, CqProgressDisplay* progress);
+    /// Exchanges the saved pixels with the picture's. Copies saved tiles, but not a complete
+    /// picture.
+    void fnExchange(CqImage& image) noexcept;
+    /// Restores the saved pixels outside a selection, at depths of whole bytes.
+    void fnRestoreUnselected(CqImage& image, CqMask& selection);
+    /// Takes over the content of another step.
+    void fnTake(Step& other) noexcept;
+
+    /// The tiles that differ; null: any pixel may, or the size and depth.
+    const Tiles* fnGetTiles() const { return m_bWhole ? nullptr : &m_Tiles; }
+    const std::string& fnGetName() const { return m_strName; }
+    bool fnMoves() const { return m_bMoves; }
+    void fnSetMoves(bool moves) { m_bMoves = moves; }
+
+private:
+    bool fnSaveTiles(CqImage& image, CqProgressDisplay* progress);
+    /// Calls `work` with each saved tile and the picture's.
+    template <typename Work>
+    void fnForTiles(CqImage& image, Work&& work);
+
+    std::string m_strName;
+    bool m_bMoves = false;
+    bool m_bWhole = true;
+    CqImage m_Image; ///< the picture, or its tiles one below the other
+    Tiles m_Tiles;
+};
+
+} // namespace darkroom

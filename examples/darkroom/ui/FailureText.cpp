@@ -1,0 +1,130 @@
+#include "examples/darkroom/ui/FailureText.h"
+
+#include "examples/darkroom/ui/Texts.h"
+#include "plugins/PictureFile.h"
+#include "q32Base/memory/CqVMPolicy.h"
+#include "q32Base/platform/CqMemoryService.h"
+
+#include <algorithm>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QObject>
+#include <QStorageInfo>
+#include <QStringList>
+
+namespace darkroom {
+
+namespace {
+
+QString fnShowPath(const QString& path) {
+    return QDir::toNativeSeparators(path);
+}
+
+QString fnTellUnread(const QFileInfo& file) {
+    const QString path = fnShowPath(file.filePath());
+    if (!file.exists())
+        return QObject::tr("%1 does not exist.").arg(path);
+    if (file.isDir())
+        return QObject::tr("%1 is a folder.").arg(path);
+    if (!file.isReadable())
+        return QObject::tr("%1 may not be read: you have no permission.").arg(path);
+    return QObject::tr("%1 can't be read.").arg(path);
+}
+
+QString fnTellUnsaved(const QFileInfo& file, std::uint64_t bytes) {
+    const QString name = file.fileName();
+    const QFileInfo folder(file.absolutePath());
+    const QString place = fnShowPath(folder.filePath());
+    if (!folder.isDir())
+        return QObject::tr("%1 isn't saved: there is no folder %2.").arg(name, place);
+    if (file.isDir())
+        return QObject::tr("%1 isn't saved: that is the name of a folder.").arg(name);
+    const QStorageInfo disk(folder.filePath());
+    if (disk.isReadOnly() || !folder.isWritable())
+        return QObject::tr("%1 isn't saved: you may not write in %2.").arg(name, place);
+    const auto free = static_cast<std::uint64_t>(std::max<qint64>(0, disk.bytesAvailable()));
+    if (free < bytes)
+        return QObject::tr("%1 isn't saved: the disk of %2 has only %3 left.")
+            .arg(name, place, fnTellSize(free));
+    return QObject::tr("%1 can't be saved in %2.").arg(name, place);
+}
+
+} // namespace
+
+QString fnListFormats(bool writing) {
+    QStringList formats;
+    for (const CqPictureFormat& format : q32GetPictureFormats())
+        if (!writing || format.m_bCanWrite)
+            formats << QObject::tr("%1 (.%2)")
+                           .arg(QString::fromLatin1(format.m_pszName),
+                                QString::fromLatin1(format.m_pszExtensions).replace(' ', ", ."));
+    return formats.join(", ");
+}
+
+QString fnTellFull() {
+    const CqVMPolicy& policy = *q32GetVMPolicy();
+    QStringList lines{
+        QObject::tr("There is no room left for pictures."),
+        QString(),
+        policy.fnGetRamBound() == kNoMemoryLimit
+            ? QObject::tr("Memory: %1 in use").arg(fnTellSize(policy.fnGetRamBytes()))
+            : QObject::tr("Memory: %1 of %2 in use")
+                  .arg(fnTellSize(policy.fnGetRamBytes()), fnTellSize(policy.fnGetRamBound())),
+    };
+    for (unsigned int i = 0; i < CqVMPolicy::kDisks; ++i) {
+        if (!policy.fnIsDiskEnabled(i))
+            continue;
+        ULARGE_INTEGER free{};
+        policy.fnGetDiskFreeSpace(i, free);
+        lines << QObject::tr("Scratch disk %1: %2 free")
+                     .arg(QFile::decodeName(static_cast<const char*>(policy.fnGetDisk(i))),
+                          fnTellSize(free.QuadPart));
+    }
+    if (lines.size() == 3)
+        lines << QObject::tr("No scratch disk is in use");
+    lines << QString()
+          << QObject::tr("Edit > Preferences sets the share of the memory and the scratch disks.");
+    return lines.join('\n');
+}
+
+QString fnTellFailure(const Outcome& outcome, std::uint64_t bytes) {
+    const QFileInfo file(QFile::decodeName(static_cast<const char*>(outcome.m_strPath)));
+    const QString path = fnShowPath(file.filePath());
+    if (const char* const limit = q32GetPictureLimitText(outcome.m_eLimit))
+        return QObject::tr("%1 isn't opened. %2").arg(path, QString::fromLatin1(limit));
+    switch (outcome.m_nMsgId) {
+    case MESSAGE_NONE:
+        return {};
+    case MESSAGE_NO_MEMORY:
+        return fnTellFull();
+    case MESSAGE_CANNOT_OPEN:
+    case MESSAGE_CANNOT_READ:
+        return fnTellUnread(file);
+    case MESSAGE_CANNOT_SAVE:
+        return fnTellUnsaved(file, bytes);
+    case MESSAGE_CORRUPTED:
+        return QObject::tr("%1 is damaged or incomplete.").arg(path);
+    case MESSAGE_IN_USE:
+        return QObject::tr("%1 is in use by another program.").arg(path);
+    case MESSAGE_EMPTY:
+        return QObject::tr("%1 is empty.").arg(path);
+    case MESSAGE_UNSUPPORTED:
+        return QObject::tr("%1 is in no format, or in a variant of one, that can be used here. "
+                           "These can: %2; and sounds in WAV (.wav).")
+            .arg(path, fnListFormats(false));
+    default:
+        return QObject::tr("%1: failure %2").arg(path).arg(outcome.m_nMsgId);
+    }
+}
+
+void fnShowFailure(const Outcome& outcome, std::uint64_t bytes) {
+    const bool shown = q32::fnTryMemory([&] {
+        if (const QString text = fnTellFailure(outcome, bytes); !text.isEmpty())
+            q32ShowMsgStr(text.toLocal8Bit().constData(), MB_OK | MB_ICONEXCLAMATION);
+    });
+    if (!shown)
+        q32ShowMsg(outcome.m_nMsgId, nullptr, outcome.m_strPath, nullptr, 0);
+}
+
+} // namespace darkroom
