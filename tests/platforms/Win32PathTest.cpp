@@ -23,7 +23,7 @@ TEST(Win32Path, APathBecomesAbsolute) {
 }
 
 TEST(Win32Path, ALongPathGetsThePrefixThatLiftsTheLimit) {
-    const std::string name(240, 'x');
+    const std::string name(242, 'x');
     const std::wstring wide(name.begin(), name.end());
     EXPECT_EQ(fnNativePath(kUtf8, "C:\\" + name), L"C:\\" + wide);
     EXPECT_EQ(fnNativePath(kUtf8, "C:\\abc/" + name), L"\\\\?\\C:\\abc\\" + wide);

@@ -38,22 +38,25 @@ TEST(Win32Services, TheServicesThatAreMissingAreNull) {
                 services.m_pMessages && services.m_pKeyboard && services.m_pLocale);
 }
 
-TEST(Win32Memory, MoreThanTheSystemHasIsReservedButNotCommitted) {
-    CqMemoryService& memory = *fnServices().m_pMemory;
-    constexpr std::size_t kHuge = std::size_t{1} << 44;
-    void* const range = memory.fnReserve(kHuge);
+TEST(Win32Memory, MoreThanWasReservedIsNotCommitted) {
+    const CqPlatform services = fnServices();
+    CqMemoryService& memory = *services.m_pMemory;
+    constexpr std::size_t kReserved = std::size_t{1} << 20;
+    void* const range = memory.fnReserve(kReserved);
     ASSERT_NE(range, nullptr);
-    EXPECT_FALSE(memory.fnCommit(range, std::size_t{1} << 60));
-    EXPECT_TRUE(memory.fnRelease(range, kHuge));
+    EXPECT_FALSE(memory.fnCommit(range, std::size_t{1} << 40));
+    EXPECT_TRUE(memory.fnRelease(range, kReserved));
 }
 
 TEST(Win32Memory, BlocksTakeHalfOfTheMachinesMemory) {
-    CqMemoryService& memory = *fnServices().m_pMemory;
+    const CqPlatform services = fnServices();
+    CqMemoryService& memory = *services.m_pMemory;
     EXPECT_EQ(memory.fnGetBlockLimit(), memory.fnGetPhysicalBytes() / 2);
 }
 
 TEST(Win32Keyboard, ARequestToQuitIsNoKeyAndStaysInTheQueue) {
-    CqKeyboardService& keyboard = *fnServices().m_pKeyboard;
+    const CqPlatform services = fnServices();
+    CqKeyboardService& keyboard = *services.m_pKeyboard;
     ::PostQuitMessage(17);
     CqKeyMessage message;
     EXPECT_FALSE(keyboard.fnTakeKeyMessage(message));
@@ -65,7 +68,8 @@ TEST(Win32Keyboard, ARequestToQuitIsNoKeyAndStaysInTheQueue) {
 }
 
 TEST(Win32Locale, DatesAndTimesHaveTheFormOfTheThreadsLocale) {
-    CqLocaleService& locale = *fnServices().m_pLocale;
+    const CqPlatform services = fnServices();
+    CqLocaleService& locale = *services.m_pLocale;
     std::string text;
     {
         const ThreadLocale english(kEnglish);
@@ -84,7 +88,8 @@ TEST(Win32Locale, DatesAndTimesHaveTheFormOfTheThreadsLocale) {
 }
 
 TEST(Win32Locale, LocalTimeIsTheSystems) {
-    CqLocaleService& locale = *fnServices().m_pLocale;
+    const CqPlatform services = fnServices();
+    CqLocaleService& locale = *services.m_pLocale;
     for (int attempt = 0; attempt < 3; ++attempt) { // the minute may end in between
         SYSTEMTIME expected;
         ::GetLocalTime(&expected);
@@ -102,7 +107,8 @@ TEST(Win32Locale, LocalTimeIsTheSystems) {
 }
 
 TEST(Win32Locale, AMomentBeyondTheSystemsCalendarHasNoLocalTime) {
-    CqLocaleService& locale = *fnServices().m_pLocale;
+    const CqPlatform services = fnServices();
+    CqLocaleService& locale = *services.m_pLocale;
     SYSTEMTIME time{};
     EXPECT_FALSE(locale.fnGetLocalTime(INT64_MAX, time));
     EXPECT_FALSE(locale.fnGetLocalTime(INT64_MIN, time));
