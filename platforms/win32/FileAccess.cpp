@@ -8,6 +8,7 @@ namespace q32::win32 {
 
 namespace {
 
+constexpr DWORD kDiskQuotaExceeded = 1295;                 // not in the headers of MinGW
 constexpr std::size_t kMaxTransfer = std::size_t{1} << 30; ///< by one call
 
 OVERLAPPED fnAt(std::uint64_t offset) {
@@ -64,7 +65,7 @@ CQ_FILE_CAUSE fnFileCause(DWORD error) {
         return FILE_CAUSE_LOCK_VIOLATION;
     case ERROR_DISK_FULL:
     case ERROR_HANDLE_DISK_FULL:
-    case ERROR_DISK_QUOTA_EXCEEDED:
+    case kDiskQuotaExceeded:
         return FILE_CAUSE_DISK_FULL;
     case ERROR_HANDLE_EOF:
         return FILE_CAUSE_END_OF_FILE;

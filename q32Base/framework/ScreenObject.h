@@ -2,6 +2,7 @@
 
 #include "q32Base/framework/CObject.h"
 #include "q32Base/framework/Memory.h"
+#include "q32Base/platform/Records.h" // GetObject is a macro of the system
 
 #include <cassert>
 #include <memory>

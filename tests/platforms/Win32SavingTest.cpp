@@ -25,8 +25,9 @@ std::unique_ptr<CqFileReplacement> fnBegin(CqFileService& files, const std::stri
                                            const std::string& text) {
     CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
     auto made = files.fnOpenReplacement(name.c_str(), cause);
-    if (made)
+    if (made) {
         EXPECT_EQ(made->fnGetStream().fnWrite(text.data(), text.size()), FILE_CAUSE_NONE);
+    }
     return made;
 }
 
