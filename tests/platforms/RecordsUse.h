@@ -27,6 +27,8 @@ inline void fnUseSystemAndLibrary() {
 
     CRgn region;
     EXPECT_EQ(region.GetObject(), nullptr);
+    CString text16;
+    EXPECT_FALSE(text16.LoadString(0));
     BITMAP bitmap{};
     const HBITMAP object = CreateBitmap(3, 2, 1, 1, nullptr);
     EXPECT_NE(GetObject(object, sizeof(bitmap), &bitmap), 0);
