@@ -100,22 +100,6 @@ TEST_F(Win32Files, ARecreatedFileKeepsNothingOfTheOldOne) {
     EXPECT_EQ(fnReadFile(m_Folder.fnWide(L"a")), "");
 }
 
-TEST_F(Win32Files, AFileThatCantBeWrittenIsNeitherOpenedForItNorReplaced) {
-    fnWriteFile(m_Folder.fnWide(L"a"), "kept");
-    ::SetFileAttributesW(m_Folder.fnWide(L"a").c_str(), FILE_ATTRIBUTE_READONLY);
-    EXPECT_EQ(fnOpenCause(*m_pFiles, m_Folder.fnPath("a"), {true, true, true}),
-              FILE_CAUSE_ACCESS_DENIED);
-    CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
-    {
-        const auto made = m_pFiles->fnOpenReplacement(m_Folder.fnPath("a").c_str(), cause);
-        ASSERT_NE(made, nullptr);
-        EXPECT_EQ(made->fnCommit(), FILE_CAUSE_ACCESS_DENIED);
-    }
-    EXPECT_EQ(fnReadFile(m_Folder.fnWide(L"a")), "kept");
-    EXPECT_EQ(m_Folder.fnList(), std::vector<std::wstring>{L"a"});
-    ::SetFileAttributesW(m_Folder.fnWide(L"a").c_str(), FILE_ATTRIBUTE_NORMAL);
-}
-
 TEST_F(Win32Files, AnOpenFileIsNotDeleted) {
     CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
     const auto stream = m_pFiles->fnOpen(m_Folder.fnPath("a").c_str(), {true, true, true}, cause);

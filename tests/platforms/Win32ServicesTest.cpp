@@ -82,7 +82,7 @@ TEST(Win32Locale, DatesAndTimesHaveTheFormOfTheThreadsLocale) {
     }
     const ThreadLocale german(kGerman);
     EXPECT_TRUE(locale.fnFormatDate(kMoment, text));
-    EXPECT_EQ(text, "03.02.2001");
+    EXPECT_TRUE(text == "03.02.2001" || text == "3.2.2001") << text; // Wine drops the zeros
     EXPECT_TRUE(locale.fnFormatTime(kMoment, kTimeForce24Hour, text));
     EXPECT_EQ(text, "13:05:09");
 }
