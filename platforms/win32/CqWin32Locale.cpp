@@ -11,6 +11,13 @@ constexpr int kMaxUnits = 260; ///< of a formatted date or time, with the NUL
 
 static_assert(kTimeNoSeconds == TIME_NOSECONDS && kTimeForce24Hour == TIME_FORCE24HOURFORMAT);
 
+/// The date alone, with its day of the week. False for one that doesn't exist.
+bool fnFindDate(const SYSTEMTIME& time, SYSTEMTIME& date) {
+    const SYSTEMTIME midnight{time.wYear, time.wMonth, 0, time.wDay, 0, 0, 0, 0};
+    FILETIME moment;
+    return ::SystemTimeToFileTime(&midnight, &moment) && ::FileTimeToSystemTime(&moment, &date);
+}
+
 } // namespace
 
 CqWin32Locale::CqWin32Locale(std::shared_ptr<const CodePage> codePage)
@@ -22,7 +29,9 @@ std::size_t CqWin32Locale::fnGetCharBytes(const char* text, std::size_t count) {
 
 bool CqWin32Locale::fnFormatDate(const SYSTEMTIME& time, std::string& text) {
     wchar_t wide[kMaxUnits];
-    if (::GetDateFormatW(::GetThreadLocale(), 0, &time, nullptr, wide, kMaxUnits) == 0)
+    SYSTEMTIME date;
+    if (!fnFindDate(time, date) ||
+        ::GetDateFormatW(::GetThreadLocale(), 0, &date, nullptr, wide, kMaxUnits) == 0)
         return false;
     text = m_pCodePage->fnFromWideAnyhow(wide);
     return true;
