@@ -15,7 +15,9 @@ static_assert(kTimeNoSeconds == TIME_NOSECONDS && kTimeForce24Hour == TIME_FORCE
 bool fnFindDate(const SYSTEMTIME& time, SYSTEMTIME& date) {
     const SYSTEMTIME midnight{time.wYear, time.wMonth, 0, time.wDay, 0, 0, 0, 0};
     FILETIME moment;
-    return ::SystemTimeToFileTime(&midnight, &moment) && ::FileTimeToSystemTime(&moment, &date);
+    // Not every version of the system refuses a day beyond the end of its month.
+    return ::SystemTimeToFileTime(&midnight, &moment) && ::FileTimeToSystemTime(&moment, &date) &&
+           date.wDay == time.wDay;
 }
 
 } // namespace
