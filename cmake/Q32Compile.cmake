@@ -19,10 +19,22 @@ if(PROJECT_IS_TOP_LEVEL)
     endif()
 endif()
 
+# The oldest Windows that the library runs on is 7.
+if(WIN32)
+    add_compile_definitions(_WIN32_WINNT=0x0601)
+endif()
+
 # Floating-point results are part of the behaviour: no contraction, no reassociation.
 add_compile_options(-Wall -Wextra -Wconversion -ffp-contract=off)
 if(Q32_WERROR)
     add_compile_options(-Werror)
+endif()
+
+# The calling convention of 64-bit Windows aligns the stack to 16 bytes only, and gcc spills wider vectors there
+# as if it were aligned to their size: the assembler replaces the instructions that need it.
+set(q32_vector_options)
+if(MINGW)
+    set(q32_vector_options "-Wa,-muse-unaligned-vector-move")
 endif()
 
 # q32_sources(<target> <file>...): sources of this folder. The file's suffix alone selects the
@@ -34,11 +46,11 @@ function(q32_sources target)
         if(file MATCHES "_avx2\\.cpp$")
             set_source_files_properties("${CMAKE_CURRENT_SOURCE_DIR}/${file}"
                 TARGET_DIRECTORY ${target} PROPERTIES
-                COMPILE_OPTIONS "-mavx2;-mfma" SKIP_PRECOMPILE_HEADERS ON)
+                COMPILE_OPTIONS "-mavx2;-mfma;${q32_vector_options}" SKIP_PRECOMPILE_HEADERS ON)
         elseif(file MATCHES "_avx512\\.cpp$")
             set_source_files_properties("${CMAKE_CURRENT_SOURCE_DIR}/${file}"
                 TARGET_DIRECTORY ${target} PROPERTIES
-                COMPILE_OPTIONS "-mavx512f;-mavx512bw;-mavx512vl;-mavx512dq;-mavx512vbmi"
+                COMPILE_OPTIONS "-mavx512f;-mavx512bw;-mavx512vl;-mavx512dq;-mavx512vbmi;${q32_vector_options}"
                 SKIP_PRECOMPILE_HEADERS ON)
         endif()
     endforeach()

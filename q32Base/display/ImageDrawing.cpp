@@ -101,8 +101,8 @@ bool CqImage::fnDraw(CDC* dc, const CRect& destination, int x, int y, bool noGam
                        TileMap->fnScale(static_cast<LONG>(Height)));
     const CSize size(std::min(destination.Width(), scaled.cx),
                      std::min(destination.Height(), scaled.cy));
-    const CPoint start(std::clamp(x, 0, std::max<LONG>(scaled.cx - size.cx, 0)),
-                       std::clamp(y, 0, std::max<LONG>(scaled.cy - size.cy, 0)));
+    const CPoint start(std::clamp<LONG>(x, 0, std::max<LONG>(scaled.cx - size.cx, 0)),
+                       std::clamp<LONG>(y, 0, std::max<LONG>(scaled.cy - size.cy, 0)));
     bool drawn = false;
     {
         q32::GammaPause pause(*q32GetDisplayProperty(), noGamma);

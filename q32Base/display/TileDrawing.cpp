@@ -209,8 +209,8 @@ bool CqImageTile::fnDrawBand(CDC* dc, const CPoint& place, int x, int y, int wid
 bool CqImageTile::fnDraw(CDC* dc, const CRect& rect, int x, int y, bool) {
     CRect scaled;
     TileMap->fnGetTileRect(&scaled, static_cast<std::uint32_t>(Index), true);
-    x = std::max(x, scaled.left);
-    y = std::max(y, scaled.top);
+    x = std::max<int>(x, scaled.left);
+    y = std::max<int>(y, scaled.top);
     CPoint place = rect.TopLeft();
     int width = std::min(rect.Width(), q32::fnWrapSub(scaled.right, x));
     int height = std::min(rect.Height(), q32::fnWrapSub(scaled.bottom, y));

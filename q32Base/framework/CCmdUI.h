@@ -3,8 +3,8 @@
 #include "q32Base/platform/Export.h"
 #include "q32Base/platform/Records.h"
 
-/// Ids of the platform's standard commands that the library uses.
-#ifndef _WIN32
+/// Ids of the standard commands that the library uses, unless the host has macros for them.
+#ifndef ID_EDIT_UNDO
 inline constexpr UINT ID_EDIT_UNDO = 0xE12B;
 inline constexpr UINT ID_EDIT_REDO = 0xE12C;
 #endif

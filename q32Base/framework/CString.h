@@ -1,6 +1,7 @@
 #pragma once
 
 #include "q32Base/platform/Export.h"
+#include "q32Base/platform/Records.h" // LoadString may be a macro before it
 
 #include <atomic>
 #include <cstdarg>

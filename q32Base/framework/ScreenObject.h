@@ -2,6 +2,7 @@
 
 #include "q32Base/framework/CObject.h"
 #include "q32Base/framework/Memory.h"
+#include "q32Base/platform/Records.h" // GetObject may be a macro before it
 
 #include <cassert>
 #include <memory>

@@ -64,7 +64,7 @@ Rule fnRule(int id, UINT type) {
                                     [id](const Rule& r) { return r.m_nId == id; });
     if (rule != std::end(kRules))
         return *rule;
-    return {id, 2, id >= kLastFailureId ? MB_ICONHAND : MB_ICONEXCLAMATION};
+    return {id, 2, id >= kLastFailureId ? UINT{MB_ICONHAND} : UINT{MB_ICONEXCLAMATION}};
 }
 
 /// A text of up to `Bytes` bytes and a NUL; the excess is dropped.

@@ -14,7 +14,7 @@ constexpr double kUnit = 0.00392156862745098; ///< 1 / 255
 // Converts percent to a scale of 128, limited to 127, so that the slope is never horizontal or
 // vertical and no divisor below becomes 0.
 int fnScalePercent(std::int32_t percent) {
-    return std::clamp(fnWrapMultiply(percent, 128) / 100, -127, 127);
+    return std::clamp<std::int32_t>(fnWrapMultiply(percent, 128) / 100, -127, 127);
 }
 
 // Truncates a number to an integer and that to its low byte; numbers beyond 32 bits become 0.

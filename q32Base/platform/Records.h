@@ -7,9 +7,57 @@
 #include <cstdint>
 
 #if defined(_WIN32)
-#include <commctrl.h>
-#include <shlwapi.h>
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+// clang-format off: the others need this one
 #include <windows.h>
+#include <commctrl.h>
+#include <mmsystem.h>
+#include <shlwapi.h>
+// clang-format on
+
+// A host may include <windows.h> before this header, perhaps with these two macros.
+#undef min
+#undef max
+
+// The system's headers define macros for its functions with texts, which would rename members of
+// the same name, and differently with and without UNICODE. Functions of the system's names replace
+// them.
+#ifdef UNICODE
+#define Q32_SYSTEM_NAME(name) name##W
+#else
+#define Q32_SYSTEM_NAME(name) name##A
+#endif
+#undef CreateFontIndirect
+static inline HFONT CreateFontIndirect(const LOGFONT* font) {
+    return Q32_SYSTEM_NAME(CreateFontIndirect)(font);
+}
+#undef DrawText
+static inline int DrawText(HDC dc, LPCTSTR text, int count, LPRECT rect, UINT format) {
+    return Q32_SYSTEM_NAME(DrawText)(dc, text, count, rect, format);
+}
+#undef GetObject
+static inline int GetObject(HGDIOBJ object, int size, LPVOID record) {
+    return Q32_SYSTEM_NAME(GetObject)(object, size, record);
+}
+#undef GetTextExtentPoint32
+static inline BOOL GetTextExtentPoint32(HDC dc, LPCTSTR text, int count, LPSIZE size) {
+    return Q32_SYSTEM_NAME(GetTextExtentPoint32)(dc, text, count, size);
+}
+#undef GetTextMetrics
+static inline BOOL GetTextMetrics(HDC dc, LPTEXTMETRIC metrics) {
+    return Q32_SYSTEM_NAME(GetTextMetrics)(dc, metrics);
+}
+#undef LoadString
+static inline int LoadString(HINSTANCE module, UINT id, LPTSTR text, int size) {
+    return Q32_SYSTEM_NAME(LoadString)(module, id, text, size);
+}
+#undef SendMessage
+static inline LRESULT SendMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    return Q32_SYSTEM_NAME(SendMessage)(window, message, wParam, lParam);
+}
+#undef Q32_SYSTEM_NAME
 #else
 
 using BYTE = std::uint8_t;
@@ -251,10 +299,6 @@ inline constexpr int IDCANCEL = 2;
 inline constexpr int IDYES = 6;
 inline constexpr int IDNO = 7;
 
-inline constexpr WORD RT_BITMAP_ID = 2;
-inline constexpr WORD RT_STRING_ID = 6;
-inline constexpr WORD RT_VERSION_ID = 16;
-
 /// wParam: the button's command, lParam: 1 or 0.
 inline constexpr UINT TB_ENABLEBUTTON = 0x401;
 
@@ -274,6 +318,11 @@ inline constexpr UINT PBM_SETPOS = 0x402;   ///< wParam: the position
 
 #endif
 
+// Types of resources, as numbers.
+inline constexpr WORD RT_BITMAP_ID = 2;
+inline constexpr WORD RT_STRING_ID = 6;
+inline constexpr WORD RT_VERSION_ID = 16;
+
 static_assert(sizeof(RGBQUAD) == 4 && offsetof(RGBQUAD, rgbRed) == 2);
 static_assert(sizeof(PALETTEENTRY) == 4 && offsetof(PALETTEENTRY, peBlue) == 2);
 static_assert(sizeof(LOGPALETTE) == 8 && offsetof(LOGPALETTE, palPalEntry) == 4);
@@ -283,6 +332,13 @@ static_assert(sizeof(BITMAPINFOHEADER) == 40 && offsetof(BITMAPINFOHEADER, biBit
 static_assert(sizeof(WAVEFORMATEX) == 18 && offsetof(WAVEFORMATEX, nBlockAlign) == 12);
 static_assert(sizeof(WAVEHDR) == 16 + 4 * sizeof(void*) &&
               offsetof(WAVEHDR, dwFlags) == 8 + 2 * sizeof(void*));
-static_assert(sizeof(ULARGE_INTEGER) == 8 && sizeof(SYSTEMTIME) == 16);
-static_assert(sizeof(DLLVERSIONINFO) == 20 && sizeof(RECT) == 16);
-static_assert(sizeof(LOGFONTA) == 60 && sizeof(TEXTMETRICA) == 56);
+static_assert(sizeof(ULARGE_INTEGER) == 8 && offsetof(ULARGE_INTEGER, HighPart) == 4);
+static_assert(sizeof(SYSTEMTIME) == 16 && offsetof(SYSTEMTIME, wDayOfWeek) == 4);
+static_assert(sizeof(NMHDR) == 3 * sizeof(void*) && offsetof(NMHDR, code) == 2 * sizeof(void*));
+static_assert(sizeof(POINT) == 8 && sizeof(SIZE) == 8 && offsetof(RECT, bottom) == 12);
+static_assert(sizeof(LONG) == 4 && sizeof(DWORD) == 4 && sizeof(UINT) == 4 && sizeof(WORD) == 2);
+static_assert(sizeof(WPARAM) == sizeof(void*) && sizeof(LRESULT) == sizeof(void*));
+static_assert(sizeof(DLLVERSIONINFO) == 20 && offsetof(DLLVERSIONINFO, dwPlatformID) == 16);
+static_assert(sizeof(RECT) == 16 && sizeof(COLORREF) == 4);
+static_assert(sizeof(LOGFONTA) == 60 && offsetof(LOGFONTA, lfFaceName) == 28);
+static_assert(sizeof(TEXTMETRICA) == 56 && offsetof(TEXTMETRICA, tmCharSet) == 52);

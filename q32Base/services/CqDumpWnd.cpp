@@ -175,8 +175,9 @@ bool CqDumpWnd::fnLayout(CRect& rect, bool saving) {
     return fnTryMemory([&] {
         char value[kSettingBytes];
         if (saving) {
-            std::snprintf(value, sizeof(value), "%d,%d,%d,%d", rect.left, rect.top, rect.right,
-                          rect.bottom);
+            std::snprintf(value, sizeof(value), "%d,%d,%d,%d", static_cast<int>(rect.left),
+                          static_cast<int>(rect.top), static_cast<int>(rect.right),
+                          static_cast<int>(rect.bottom));
             fnWriteSetting(STRING_SECTION_DUMP_WND, STRING_KEY_LAYOUT, value);
             fnWriteSetting(STRING_SECTION_DUMP_WND, STRING_KEY_PREF_DIR, m_strPrefDir);
             fnWriteSetting(STRING_SECTION_DUMP_WND, STRING_KEY_ON_TOP, m_bOnTop);

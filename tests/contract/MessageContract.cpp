@@ -45,8 +45,8 @@ TEST_P(BoxContract, EachSetHasItsButtonsAndEachButtonItsAnswer) {
 
 TEST_P(BoxContract, TheIconIsThatOfTheStyleWhateverTheButtons) {
     for (const UINT buttons : {MB_OK, MB_YESNOCANCEL})
-        for (const UINT icon :
-             {0u, MB_ICONHAND, MB_ICONQUESTION, MB_ICONEXCLAMATION, MB_ICONASTERISK})
+        for (const UINT icon : std::initializer_list<UINT>{0, MB_ICONHAND, MB_ICONQUESTION,
+                                                           MB_ICONEXCLAMATION, MB_ICONASTERISK})
             EXPECT_EQ(fnShow("a", buttons | icon, "b", buttons == MB_OK ? IDOK : IDNO).m_nIcon,
                       icon);
 }

@@ -361,7 +361,8 @@ TEST_P(RowContract, BitmapsOfOtherKindsFail) {
         dib.m_Header.m_Head.biBitCount = static_cast<WORD>(bits);
         fnExpectRefused(dib);
     }
-    for (const DWORD compression : {BI_RLE8, BI_RLE4, BI_BITFIELDS, DWORD{4}, DWORD{0xFFFFFFFF}}) {
+    for (const DWORD compression :
+         std::initializer_list<DWORD>{BI_RLE8, BI_RLE4, BI_BITFIELDS, 4, 0xFFFFFFFF}) {
         Dib dib = sound;
         dib.m_Header.m_Head.biCompression = compression;
         fnExpectRefused(dib);

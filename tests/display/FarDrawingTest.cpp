@@ -62,37 +62,38 @@ TEST(FarDrawing, ShowsTheSamePixelsAsTheRuleAndDrawsLittleElse) {
     for (const int screen : {8, 16, 24, 32}) {
         CqDisplayWorld world(screen);
         world.fnDisplay().fnSetGammaValue(220);
-        for (const Far& far : cases) {
-            const auto image = fnMakeNoise(300, 300, static_cast<unsigned>(far.m_nDepth));
-            image->fnDrawInit(static_cast<unsigned>(far.m_nFactor), false, CRect(0, 0, 99, 99),
+        for (const Far& place : cases) {
+            const auto image = fnMakeNoise(300, 300, static_cast<unsigned>(place.m_nDepth));
+            image->fnDrawInit(static_cast<unsigned>(place.m_nFactor), false, CRect(0, 0, 99, 99),
                               CPoint(), nullptr);
             world.fnScreen().fnClearDraws();
-            ASSERT_TRUE(
-                image->fnDraw(world.fnDC(), far.m_Destination, far.m_nX, far.m_nY, false, false));
+            ASSERT_TRUE(image->fnDraw(world.fnDC(), place.m_Destination, place.m_nX, place.m_nY,
+                                      false, false));
             const std::vector<CqHeadlessDraw>& draws = world.fnScreen().fnGetDraws();
             EXPECT_LE(fnCountPixels(draws), kMaxPixels);
             EXPECT_GT(fnCountPixels(draws), 0u);
 
             CqReferenceSetup setup;
             setup.m_nScreenBits = screen;
-            setup.m_nFactor = far.m_nFactor;
+            setup.m_nFactor = place.m_nFactor;
             setup.m_nGamma = 220;
             const std::int64_t scaled =
-                std::min<std::int64_t>(300ll * far.m_nFactor, std::numeric_limits<int>::max());
-            const std::int64_t width = std::min<std::int64_t>(far.m_Destination.Width(), scaled);
-            const std::int64_t height = std::min<std::int64_t>(far.m_Destination.Height(), scaled);
-            const std::int64_t left = std::clamp<std::int64_t>(far.m_nX, 0, scaled - width);
-            const std::int64_t top = std::clamp<std::int64_t>(far.m_nY, 0, scaled - height);
+                std::min<std::int64_t>(300ll * place.m_nFactor, std::numeric_limits<int>::max());
+            const std::int64_t width = std::min<std::int64_t>(place.m_Destination.Width(), scaled);
+            const std::int64_t height =
+                std::min<std::int64_t>(place.m_Destination.Height(), scaled);
+            const std::int64_t left = std::clamp<std::int64_t>(place.m_nX, 0, scaled - width);
+            const std::int64_t top = std::clamp<std::int64_t>(place.m_nY, 0, scaled - height);
             for (int y = 0; y < kScreenHeight; y += 23) {
                 for (int x = 0; x < kScreenWidth; x += 17) {
-                    const std::int64_t column = std::int64_t{x} - far.m_Destination.left;
-                    const std::int64_t row = std::int64_t{y} - far.m_Destination.top;
+                    const std::int64_t column = std::int64_t{x} - place.m_Destination.left;
+                    const std::int64_t row = std::int64_t{y} - place.m_Destination.top;
                     std::vector<std::uint8_t> expected;
                     if (column < width && row < height) {
                         const int atX = static_cast<int>(left + column);
                         const int atY = static_cast<int>(top + row);
                         const auto pixel =
-                            fnReferencePixel(*image, atX / far.m_nFactor, atY / far.m_nFactor);
+                            fnReferencePixel(*image, atX / place.m_nFactor, atY / place.m_nFactor);
                         const CqDevicePixel device =
                             fnReferenceDevicePixel(*image, pixel, setup, atX, atY);
                         expected.assign(device.m_Bytes.begin(),
@@ -100,7 +101,7 @@ TEST(FarDrawing, ShowsTheSamePixelsAsTheRuleAndDrawsLittleElse) {
                                             static_cast<std::ptrdiff_t>(device.m_nCount));
                     }
                     ASSERT_EQ(fnShown(draws, x, y), expected)
-                        << far.m_nDepth << " bits by " << far.m_nFactor << " on " << screen
+                        << place.m_nDepth << " bits by " << place.m_nFactor << " on " << screen
                         << " at " << x << ", " << y;
                 }
             }

@@ -57,15 +57,15 @@ TEST(CqLine2D, TakesTheStartFirstWhenBothEndsAreTheSame) {
 TEST(CqLine2D, DividesTheStepsWhenRoundingMakesThemEqualVectors) {
     // The point differs from the end by one unit in the last place, 1.2e-7, but the steps from the
     // distant start round to the same vector.
-    const double far = -1e17;
+    const double away = -1e17;
     const double end = 1e9;
     const double point = std::nextafter(end, 2e9);
-    ASSERT_EQ(end - far, point - far);
+    ASSERT_EQ(end - away, point - away);
     double t = kUntouched;
-    EXPECT_TRUE(fnLine(far, 0, end, 0).fnIntersectPoint({point, 0.0}, t));
+    EXPECT_TRUE(fnLine(away, 0, end, 0).fnIntersectPoint({point, 0.0}, t));
     EXPECT_BITS(t, 1.0);
     t = kUntouched;
-    EXPECT_TRUE(fnLine(0, far, 0, end).fnIntersectPoint({0.0, point}, t));
+    EXPECT_TRUE(fnLine(0, away, 0, end).fnIntersectPoint({0.0, point}, t));
     EXPECT_BITS(t, 1.0);
 }
 

@@ -1,8 +1,8 @@
-#include "platforms/posix/posix.h"
 #include "q32Base/framework/CArchive.h"
 #include "q32Base/geometry/CqCubicBezier2D.h"
 #include "q32Base/image/CqColor.h"
 #include "tests/geometry/GeometryTestTools.h"
+#include "tests/support/SystemPlatform.h"
 
 #include <cstdio>
 #include <cstring>
@@ -76,7 +76,7 @@ TEST(CurveArchive, LeavesTheCurveWhenItIsTruncated) {
 }
 
 TEST(CurveArchive, RoundTripsThroughARealFile) {
-    q32::fnSetPlatform(q32PosixPlatform());
+    q32::fnSetPlatform(q32::test::fnSystemPlatform());
     const std::string name = ::testing::TempDir() + "q32BaseCurve.bin";
     {
         CFile file(name.c_str(), CFile::modeCreate | CFile::modeWrite);
@@ -105,7 +105,7 @@ TEST(CurveArchive, RoundTripsThroughARealFile) {
 }
 
 TEST(CurveArchive, LeavesCurveAndColourWhenARealFileIsTruncated) {
-    q32::fnSetPlatform(q32PosixPlatform());
+    q32::fnSetPlatform(q32::test::fnSystemPlatform());
     const std::string name = ::testing::TempDir() + "q32BaseShortCurve.bin";
     CMemFile whole;
     {

@@ -100,9 +100,9 @@ TEST(CurveLimit, ALineMeetsACurveBeyondItNowhere) {
     EXPECT_EQ(cubic.fnIntersectLine(line, t[0], t[1], t[2]), 0);
     EXPECT_EQ(quad.fnIntersectLine(line, t[0], t[1]), 0);
 
-    const CqCubicBezier2D small = fnHuge(1e6);
-    const CqLine2D near(CqPoint2D(4e5, -1e6), CqPoint2D(4e5, 1e6));
-    EXPECT_GE(small.fnIntersectLine(near, t[0], t[1], t[2]), 1);
+    const CqCubicBezier2D simple = fnHuge(1e6);
+    const CqLine2D crossing(CqPoint2D(4e5, -1e6), CqPoint2D(4e5, 1e6));
+    EXPECT_GE(simple.fnIntersectLine(crossing, t[0], t[1], t[2]), 1);
     const Limit limit(100);
-    EXPECT_EQ(small.fnIntersectLine(near, t[0], t[1], t[2]), 0);
+    EXPECT_EQ(simple.fnIntersectLine(crossing, t[0], t[1], t[2]), 0);
 }

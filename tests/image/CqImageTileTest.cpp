@@ -47,9 +47,9 @@ TEST_F(CqImageTileTest, IsSelectedByThePositionOfAPixel) {
         EXPECT_EQ(tile.Index, c.index) << c.x << "," << c.y;
     }
     CqImage wide(1000, 1, 4, nullptr, 0);
-    CPoint far(999, 0);
+    CPoint outside(999, 0);
     CqImageTile tile;
-    wide.fnAccessTile(far, &tile);
+    wide.fnAccessTile(outside, &tile);
     EXPECT_EQ(tile.Index, 0);
 }
 

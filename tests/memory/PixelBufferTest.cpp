@@ -75,12 +75,12 @@ TEST_F(PixelBufferTest, IsInAScratchFileBeyondTheLimit) {
 
 TEST_F(PixelBufferTest, NothingPassesTheHostsLimitWhereTheSettledSumWraps) {
     fnPolicy().fnSetRamLimit(21u << 20);
-    Buffer small = fnAlloc(100);
+    Buffer little = fnAlloc(100);
     m_World->m_pDisks->fnSetFree("C:\\", 1000);
     EXPECT_TRUE(fnCantAlloc(0xFFFF'FFFFu)) << "with the 100 bytes, 99 modulo 4 GiB";
     EXPECT_EQ(fnPolicy().fnGetRamBytes(), 100u);
     EXPECT_EQ(m_World->m_pMemory->fnGetCommittedBytes(), 100u);
-    fnFree(small);
+    fnFree(little);
 }
 
 TEST_F(PixelBufferTest, NothingPassesTheMemoryServicesLimitAndTheDisksTakeTheRest) {

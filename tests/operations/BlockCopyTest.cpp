@@ -82,7 +82,7 @@ TEST_F(BlockCopyTest, WithinOneImageTheOrderOfRowsMatters) {
         CPoint place = fnRandomPlace(rect, image);
         const int last = static_cast<int>(image.Height) - rect.Height();
         if (m_Random() % 2) // nearby rows, where the order matters
-            place.y = std::clamp(rect.top + fnBelow(m_Random, 7) - 3, 0, last);
+            place.y = std::clamp<LONG>(rect.top + fnBelow(m_Random, 7) - 3, 0, last);
         image.fnCopyBlock(image, &rect, place.x, place.y);
         fnCopyByLines(expected, expected, rect, place.x, place.y);
         ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(expected)))

@@ -161,7 +161,7 @@ TEST_F(MergeTest, WithinOneImageTheOrderOfRowsMatters) {
         CqImage expected(image);
         const int x = fnBelow(m_Random, image.Width - static_cast<unsigned int>(rect.Width()) + 1);
         const int last = static_cast<int>(image.Height) - rect.Height();
-        const int y = std::clamp(rect.top + fnBelow(m_Random, 7) - 3, 0, last);
+        const int y = std::clamp<int>(rect.top + fnBelow(m_Random, 7) - 3, 0, last);
         image.fnMerge(image, &rect, param, x, y);
         fnMergeByLines(expected, expected, &rect, param, x, y);
         ASSERT_TRUE(fnSameRows(fnRows(image), fnRows(expected))) << "down by " << y - rect.top;

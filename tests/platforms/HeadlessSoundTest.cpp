@@ -41,6 +41,7 @@ struct HeadlessWave : testing::Test {
     }
 };
 
+#ifdef __GLIBC__
 /// During its lifetime the system has no space for the stack of another thread.
 class NoThreads {
 public:
@@ -62,6 +63,7 @@ public:
 private:
     pthread_attr_t m_Former;
 };
+#endif
 
 struct HeadlessMixer : testing::Test {
     CqHeadlessMixers m_Mixers;
@@ -285,6 +287,7 @@ TEST_F(HeadlessMixer, OneValueMovesAllChannels) {
     EXPECT_EQ(fnGet(3, 2, 1), (Values{8}));
 }
 
+#ifdef __GLIBC__
 TEST_F(HeadlessWave, WithoutAThreadABlockStaysWithItsOwner) {
     ASSERT_TRUE(m_pDevice->fnPrepare(m_Header));
     {
@@ -296,6 +299,7 @@ TEST_F(HeadlessWave, WithoutAThreadABlockStaysWithItsOwner) {
     EXPECT_TRUE(m_pDevice->fnWrite(m_Header));
     EXPECT_EQ(fnAdvance(100), 1);
 }
+#endif
 
 TEST_F(HeadlessMixer, WrongControlsChannelsAndValuesAreRefused) {
     EXPECT_FALSE(m_pMixer->fnSetValues(0, 1, {1}));

@@ -106,8 +106,13 @@ TEST_F(DumpBin, ANumberHasADecimalPointInEveryLocale) {
     };
     const std::string expected = print();
     EXPECT_TRUE(expected.starts_with("1.50\r\n-1234567.89\r\n"));
+#ifdef _WIN32
+    constexpr const char* kLocales[] = {"German_Germany.1252"}; // a comma
+#else
     ::setenv("LOCPATH", Q32_TEST_LOCALES, 1);
-    for (const char* locale : {"de_DE.UTF-8", "ps_AF.UTF-8"}) { // a comma, and one of two bytes
+    constexpr const char* kLocales[] = {"de_DE.UTF-8", "ps_AF.UTF-8"}; // and one of two bytes
+#endif
+    for (const char* locale : kLocales) {
         ASSERT_NE(std::setlocale(LC_ALL, locale), nullptr) << locale;
         char shown[16];
         std::snprintf(shown, sizeof(shown), "%.1f", 1.5);
@@ -115,7 +120,9 @@ TEST_F(DumpBin, ANumberHasADecimalPointInEveryLocale) {
         EXPECT_EQ(print(), expected) << locale;
     }
     std::setlocale(LC_ALL, "C");
+#ifndef _WIN32
     ::unsetenv("LOCPATH");
+#endif
 }
 
 TEST_F(DumpBin, AFormatBeyondFifteenBytesIsRefused) {

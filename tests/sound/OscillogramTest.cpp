@@ -1,10 +1,7 @@
-#include "platforms/posix/posix.h"
 #include "q32Base/memory/CqTileMap_p.h"
 #include "tests/sound/SoundTestTools.h"
 #include "tests/support/Random.h"
-
-#include <sys/mman.h>
-#include <unistd.h>
+#include "tests/support/SystemPlatform.h"
 
 using namespace q32::test;
 
@@ -264,21 +261,21 @@ TEST_F(OscillogramTest, EachSampleOf16BitsFollowsTheRule) {
 }
 
 TEST(OscillogramPages, EachStepTouchesOnlyThePageOfItsFrame) {
-    ASSERT_TRUE(q32Attach(q32PosixPlatform()));
+    ASSERT_TRUE(q32Attach(q32::test::fnSystemPlatform()));
     {
-        const auto page = static_cast<std::uint32_t>(sysconf(_SC_PAGESIZE));
+        const auto page = static_cast<std::uint32_t>(q32::test::fnGetPageBytes());
         constexpr std::uint32_t kColumns = 100;
         const std::uint32_t frames = kColumns * 3 * page / 4;
         CqWave wave(2, 16, 48000, frames, false);
         CqImage image(kColumns, 64, 24, nullptr, 0);
         unsigned char* block = wave.fnGetBuffer();
-        ASSERT_EQ(mprotect(block, wave.fnGetBufferSize(), PROT_NONE), 0);
+        ASSERT_TRUE(fnProtect(block, wave.fnGetBufferSize(), Access::NONE));
         for (std::uint32_t column = 0; column < kColumns; ++column)
-            ASSERT_EQ(mprotect(block + column * 3 * page, page, PROT_READ), 0);
+            ASSERT_TRUE(fnProtect(block + column * 3 * page, page, Access::READ));
         // A read of any other page is a fault.
         wave.fnRasterize(image, 0, frames, false, false);
         EXPECT_EQ(fnGreen(image, kColumns - 1, false).size(), 2u);
-        ASSERT_EQ(mprotect(block, wave.fnGetBufferSize(), PROT_READ | PROT_WRITE), 0);
+        ASSERT_TRUE(fnProtect(block, wave.fnGetBufferSize(), Access::WRITE));
     }
     q32Detach();
 }

@@ -59,13 +59,30 @@ bool fnMustFail() {
     return fails;
 }
 
+#ifdef _WIN32
+// The system's aligned blocks have a function of their own to free them: all blocks are such ones.
+void* fnAllocate(std::size_t size, std::size_t alignment) noexcept {
+    return ::_aligned_malloc(size, std::max(alignment, alignof(std::max_align_t)));
+}
+void fnFree(void* block) noexcept {
+    ::_aligned_free(block);
+}
+#else
+void* fnAllocate(std::size_t size, std::size_t alignment) noexcept {
+    return alignment <= alignof(std::max_align_t)
+               ? std::malloc(size)
+               : std::aligned_alloc(alignment, (size + alignment - 1) & ~(alignment - 1));
+}
+void fnFree(void* block) noexcept {
+    std::free(block);
+}
+#endif
+
 void* fnTake(std::size_t size, std::size_t alignment) noexcept {
     if (fnMustFail())
         return nullptr;
     size = std::max<std::size_t>(size, 1);
-    void* block = alignment <= alignof(std::max_align_t)
-                      ? std::malloc(size)
-                      : std::aligned_alloc(alignment, (size + alignment - 1) & ~(alignment - 1));
+    void* block = fnAllocate(size, alignment);
     if (block) {
         ++theOutstanding;
         fnWatchTaken(block, size);
@@ -85,7 +102,7 @@ void fnGive(void* block) noexcept {
         return;
     --theOutstanding;
     fnWatchGiven(block);
-    std::free(block);
+    fnFree(block);
 }
 
 } // namespace

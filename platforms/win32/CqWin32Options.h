@@ -1,0 +1,21 @@
+#pragma once
+
+#include "q32Base/platform/Records.h"
+
+#include <chrono>
+#include <string>
+
+/// Options of the Windows back end. Paths are in its code page.
+struct CqWin32Options {
+    /// Code page of all texts and paths. CP_ACP: the process's own, which is UTF-8 if the program's
+    /// manifest says so (`activeCodePage`).
+    UINT m_nCodePage = CP_ACP;
+    /// Directory of temporary files. Empty: the system's, from `%TMP%`, `%TEMP%` or the profile.
+    std::string m_szTempDirectory;
+    /// Directory of the settings. Empty: `q32Base` in the user's application data. It is created
+    /// when settings are first written.
+    std::string m_szConfigDirectory;
+    /// How long a change of the settings waits for another process that is changing or reading
+    /// them; then it fails, so that a stopped process can't hang the host.
+    std::chrono::milliseconds m_SettingsPatience{10000};
+};

@@ -1,0 +1,11 @@
+// A host uses the system's functions for UTF-16.
+// clang-format off: the order is what is tested
+#define UNICODE
+#include <windows.h>
+#include "q32Base/q32Base.h"
+// clang-format on
+#include "tests/platforms/RecordsUse.h"
+
+TEST(Records, AHostMayUseTheSystemsTextsOf16Bits) {
+    fnUseSystemAndLibrary();
+}

@@ -1,0 +1,122 @@
+#include "tests/platforms/Win32TestTools.h"
+
+#include <gtest/gtest.h>
+
+#include <ctime>
+
+namespace {
+
+/// The thread's locale, for the life of the object.
+class ThreadLocale {
+public:
+    explicit ThreadLocale(LCID locale) { ::SetThreadLocale(locale); }
+    ~ThreadLocale() { ::SetThreadLocale(m_Before); }
+    ThreadLocale(const ThreadLocale&) = delete;
+    ThreadLocale& operator=(const ThreadLocale&) = delete;
+
+private:
+    LCID m_Before = ::GetThreadLocale();
+};
+
+constexpr LCID kEnglish = 0x0409; ///< of the United States
+constexpr LCID kGerman = 0x0407;
+constexpr SYSTEMTIME kMoment{2001, 2, 6, 3, 13, 5, 9, 0};
+
+CqPlatform fnServices(UINT codePage = CP_ACP) {
+    CqWin32Options options;
+    options.m_nCodePage = codePage;
+    return q32Win32Services(options);
+}
+
+} // namespace
+
+TEST(Win32Services, TheServicesThatAreMissingAreNull) {
+    const CqPlatform services = fnServices();
+    EXPECT_FALSE(services.m_pScreen || services.m_pResources || services.m_pWaveOut ||
+                 services.m_pMixers || services.m_pWindows);
+    EXPECT_TRUE(services.m_pMemory && services.m_pScratch && services.m_pFiles &&
+                services.m_pMessages && services.m_pKeyboard && services.m_pLocale);
+}
+
+TEST(Win32Memory, MoreThanWasReservedIsNotCommitted) {
+    const CqPlatform services = fnServices();
+    CqMemoryService& memory = *services.m_pMemory;
+    constexpr std::size_t kReserved = std::size_t{1} << 20;
+    void* const range = memory.fnReserve(kReserved);
+    ASSERT_NE(range, nullptr);
+    EXPECT_FALSE(memory.fnCommit(range, std::size_t{1} << 40));
+    EXPECT_TRUE(memory.fnRelease(range, kReserved));
+}
+
+TEST(Win32Memory, BlocksTakeHalfOfTheMachinesMemory) {
+    const CqPlatform services = fnServices();
+    CqMemoryService& memory = *services.m_pMemory;
+    EXPECT_EQ(memory.fnGetBlockLimit(), memory.fnGetPhysicalBytes() / 2);
+}
+
+TEST(Win32Keyboard, ARequestToQuitIsNoKeyAndStaysInTheQueue) {
+    const CqPlatform services = fnServices();
+    CqKeyboardService& keyboard = *services.m_pKeyboard;
+    ::PostQuitMessage(17);
+    CqKeyMessage message;
+    EXPECT_FALSE(keyboard.fnTakeKeyMessage(message));
+    EXPECT_FALSE(keyboard.fnTakeKeyMessage(message));
+    MSG found{};
+    ASSERT_TRUE(::PeekMessageW(&found, nullptr, 0, 0, PM_REMOVE));
+    EXPECT_EQ(found.message, UINT{WM_QUIT});
+    EXPECT_EQ(found.wParam, 17u);
+}
+
+TEST(Win32Locale, DatesAndTimesHaveTheFormOfTheThreadsLocale) {
+    const CqPlatform services = fnServices();
+    CqLocaleService& locale = *services.m_pLocale;
+    std::string text;
+    {
+        const ThreadLocale english(kEnglish);
+        EXPECT_TRUE(locale.fnFormatDate(kMoment, text));
+        EXPECT_EQ(text, "2/3/2001");
+        EXPECT_TRUE(locale.fnFormatTime(kMoment, 0, text));
+        EXPECT_EQ(text, "1:05:09 PM");
+        EXPECT_TRUE(locale.fnFormatTime(kMoment, kTimeNoSeconds, text));
+        EXPECT_EQ(text, "1:05 PM");
+    }
+    const ThreadLocale german(kGerman);
+    EXPECT_TRUE(locale.fnFormatDate(kMoment, text));
+    EXPECT_TRUE(text == "03.02.2001" || text == "3.2.2001") << text; // Wine drops the zeros
+    EXPECT_TRUE(locale.fnFormatTime(kMoment, kTimeForce24Hour, text));
+    EXPECT_EQ(text, "13:05:09");
+}
+
+TEST(Win32Locale, LocalTimeIsTheSystems) {
+    const CqPlatform services = fnServices();
+    CqLocaleService& locale = *services.m_pLocale;
+    for (int attempt = 0; attempt < 3; ++attempt) { // the minute may end in between
+        SYSTEMTIME expected;
+        ::GetLocalTime(&expected);
+        SYSTEMTIME time{};
+        ASSERT_TRUE(locale.fnGetLocalTime(std::time(nullptr), time));
+        if (time.wMinute != expected.wMinute)
+            continue;
+        EXPECT_EQ(time.wHour, expected.wHour);
+        EXPECT_EQ(time.wDay, expected.wDay);
+        EXPECT_EQ(time.wYear, expected.wYear);
+        EXPECT_EQ(time.wDayOfWeek, expected.wDayOfWeek);
+        return;
+    }
+    FAIL() << "the minutes never agreed";
+}
+
+TEST(Win32Locale, AMomentBeyondTheSystemsCalendarHasNoLocalTime) {
+    const CqPlatform services = fnServices();
+    CqLocaleService& locale = *services.m_pLocale;
+    SYSTEMTIME time{};
+    EXPECT_FALSE(locale.fnGetLocalTime(INT64_MAX, time));
+    EXPECT_FALSE(locale.fnGetLocalTime(INT64_MIN, time));
+}
+
+TEST(Win32Messages, TheLastErrorIsThatOfAFailedService) {
+    const CqPlatform services = fnServices();
+    CqFileInfo info;
+    EXPECT_FALSE(services.m_pFiles->fnGetInfo("C:\\no such directory\\a", false, info));
+    EXPECT_EQ(services.m_pMessages->fnGetLastError(), DWORD{ERROR_PATH_NOT_FOUND});
+}
