@@ -4,7 +4,7 @@
 #pragma once
 
 #include "q32Base/framework/CString.h"
-#include "q32Base/memory/PixelBlock.h"
+#include "q32Base/memory/BlockContents.h"
 #include "q32Base/platform/CqScratchService.h"
 
 #include <cstdint>
