@@ -1,12 +1,17 @@
 #pragma once
 
 #include "q32Base/framework/CString.h"
-#include "q32Base/memory/BlockContents.h"
 #include "q32Base/platform/CqScratchService.h"
 
 #include <cstdint>
 
 namespace q32 {
+
+/// What the bytes of a new block are.
+enum class BlockContents {
+    ZERO,
+    ANY, ///< for a caller that writes each byte: memory used before isn't cleared
+};
 
 /// A large block of pixels or samples, in RAM or in a mapped temporary file, with the five values
 /// that identify it. Owns the block and releases it; moving leaves the source empty. Destroy every

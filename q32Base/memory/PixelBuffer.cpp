@@ -1,5 +1,6 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/memory/CqVMPolicy.h"
+#include "q32Base/memory/PixelBlock.h"
 #include "q32Base/memory/PixelBuffer_p.h"
 #include "q32Base/messages/StringTable_p.h"
 #include "q32Base/platform/CqPlatform.h"
