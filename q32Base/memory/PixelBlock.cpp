@@ -9,7 +9,8 @@ namespace q32 {
 
 PixelBlock::PixelBlock(std::uint32_t size, std::uint32_t slack, BlockContents contents)
     : m_nSize(size), m_nSlack(slack) {
-    m_pBytes = AllocPixelBuffer(size, m_File, m_Mapping, m_strFileName, slack, contents);
+    m_pBytes = AllocPixelBuffer(size, m_File, m_Mapping, m_strFileName, slack,
+                                contents == BlockContents::ZERO);
 }
 
 PixelBlock::PixelBlock(unsigned char* bytes, std::uint32_t size, CqFileHandle file,
