@@ -24,10 +24,10 @@ struct CqPosixOptions {
     /// does the same, or loses this one.
     bool m_bGuardViews = false;
     /// Called after memory was held back, possibly for each block that is freed, on the thread that
-    /// freed it; it must not call the library, nor throw anything but std::bad_alloc. A host with an
-    /// event loop of its own then arranges to call the memory service's `fnReleaseHeld` with
-    /// `kHeldMemoryAge`, after that time, and again as long as the result isn't 0. Null: memory held
-    /// back is only released when another block is allocated or freed, or by the host
+    /// freed it; it must not call the library, nor throw anything but std::bad_alloc. A host with
+    /// an event loop of its own then arranges to call the memory service's `fnReleaseHeld` with
+    /// `kHeldMemoryAge`, after that time, and again as long as the result isn't 0. Null: memory
+    /// held back is only released when another block is allocated or freed, or by the host
     /// (`CqVMPolicy::fnReleaseHeld`). The desktop back end does this itself.
     std::function<void()> m_MemoryHeld;
     /// Directory of the settings. Empty: `$XDG_CONFIG_HOME/q32Base`, else `~/.config/q32Base`. It

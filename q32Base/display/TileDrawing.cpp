@@ -190,20 +190,14 @@ bool CqImageTile::fnDrawBand(CDC* dc, const CPoint& place, int x, int y, int wid
                static_cast<std::size_t>(height) <=
            TileMap->DrawDibCapacity);
     const unsigned int factor = fnFactor(*TileMap);
-    q32::SourceRows rows = fnStagedRows(*TileMap, width, height, x, y);
-    if (TileMap->ZoomMode == ZOOM_FIT) {
+    if (TileMap->ZoomMode == ZOOM_FIT)
         fnDrawFit(factor, x, y, width, height);
-    } else if (TileMap->ZoomMode == ZOOM_SHRINK) {
+    else if (TileMap->ZoomMode == ZOOM_SHRINK)
         fnDrawShrink(factor, x, y, width, height);
-    } else if (factor == 1 && BitCount != 4) {
-        // Pixels that keep their size are read where they lie.
-        rows.m_pPixels = Pixels + std::size_t{RowBytes} * static_cast<std::uint32_t>(y - Top) +
-                         std::size_t{TileMap->BytesPerPixel} * static_cast<std::uint32_t>(x - Left);
-        rows.m_nRowBytes = RowBytes;
-    } else {
+    else
         fnDrawInflate(factor, x, y, width, height);
-    }
-    return q32::fnDrawRows(dc, place.x, place.y, *TileMap->DrawDib, rows) == height;
+    return q32::fnDrawRows(dc, place.x, place.y, *TileMap->DrawDib,
+                           fnStagedRows(*TileMap, width, height, x, y)) == height;
 }
 
 bool CqImageTile::fnDraw(CDC* dc, const CRect& rect, int x, int y, bool) {

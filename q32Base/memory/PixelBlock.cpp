@@ -10,7 +10,8 @@ namespace q32 {
 
 PixelBlock::PixelBlock(std::uint32_t size, std::uint32_t slack, BlockContents contents)
     : m_nSize(size), m_nSlack(slack) {
-    m_pBytes = AllocPixelBuffer(size, m_File, m_Mapping, m_strFileName, slack, contents);
+    m_pBytes = AllocPixelBuffer(size, m_File, m_Mapping, m_strFileName, slack,
+                                contents == BlockContents::ZERO);
     assert(m_pBytes);
 }
 

@@ -158,12 +158,12 @@ NewBlock fnAllocBlock(std::uint32_t size, std::uint32_t slack, CqFileHandle& fil
 } // namespace
 
 unsigned char* AllocPixelBuffer(std::uint32_t size, CqFileHandle& file, CqMappingHandle& mapping,
-                                CString& name, std::uint32_t slack, q32::BlockContents contents) {
+                                CString& name, std::uint32_t slack, bool zero) {
     file = kNoFile;
     mapping = kNoMapping;
     name.Empty();
     const NewBlock block = fnAllocBlock(size, slack, file, mapping, name);
-    if (block.m_bUsed && contents == q32::BlockContents::ZERO)
+    if (block.m_bUsed && zero)
         std::memset(block.m_pBytes, 0, std::size_t{size} + slack);
     return block.m_pBytes;
 }

@@ -4,7 +4,6 @@
 #pragma once
 
 #include "q32Base/framework/CString.h"
-#include "q32Base/memory/PixelBlock.h"
 #include "q32Base/platform/CqScratchService.h"
 
 #include <cstdint>
@@ -15,11 +14,11 @@
 /// @param mapping  `kNoMapping` for a block in RAM
 /// @param name     the file's full name; empty for a block in RAM
 /// @param slack    bytes after those, at most a page, that can be accessed too and count nowhere
+/// @param zero     whether all bytes are zero; otherwise they are arbitrary
 /// @return the block, never null. Raises the memory exception when neither RAM nor any scratch disk
 ///         has space; no file is left then, except an empty one that the service refused to open.
 unsigned char* AllocPixelBuffer(std::uint32_t size, CqFileHandle& file, CqMappingHandle& mapping,
-                                CString& name, std::uint32_t slack = 0,
-                                q32::BlockContents contents = q32::BlockContents::ZERO);
+                                CString& name, std::uint32_t slack = 0, bool zero = true);
 
 /// Releases a block, deletes its file, and resets the three to their empty values. Size and slack
 /// are those of its allocation. The memory service may hold back a block in RAM.
