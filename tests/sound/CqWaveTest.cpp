@@ -251,7 +251,7 @@ TEST_F(CqWaveTest, TwoSoundsExchangeFormatAndBlock) {
 
 TEST_F(CqWaveTest, ALongSoundIsOnAScratchDisk) {
     q32GetVMPolicy()->fnSetRamLimit(1000);
-    CqWave small(1, 8, 8000, 600, true);
+    CqWave little(1, 8, 8000, 600, true);
     EXPECT_EQ(m_World->m_pScratch->fnGetViews(), 0u);
     {
         CqWave wave(1, 8, 8000, 600, true);
