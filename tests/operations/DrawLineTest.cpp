@@ -174,10 +174,10 @@ std::int64_t fnMinor(std::uint64_t steps, std::uint64_t major, std::uint64_t min
 TEST_F(DrawLineTest, LinesWithEndsFarAwayGoThroughTheExactPoints) {
     for (int round = 0; round < 400; ++round) {
         const int bits = round % 2 ? 30 : 18; // of the longest distance to an end
-        const auto far = [&] { return std::int64_t{m_Random() >> (32 - bits)} + 1; };
-        const std::int64_t before = far();
-        const std::int64_t major = before + 200 + far();
-        const std::int64_t minor = far() % major;
+        const auto distance = [&] { return std::int64_t{m_Random() >> (32 - bits)} + 1; };
+        const std::int64_t before = distance();
+        const std::int64_t major = before + 200 + distance();
+        const std::int64_t minor = distance() % major;
         const std::int64_t down = m_Random() % 2 ? 1 : -1;
         const auto at = [&](std::int64_t steps) {
             return down * fnMinor(static_cast<std::uint64_t>(steps),

@@ -68,9 +68,9 @@ TEST_F(FillPatternTest, EveryPatternEqualsRepeatedBlockCopies) {
     for (int round = 0; round < 400; ++round) {
         const unsigned int bits = fnRandomBits(m_Random);
         CqImage image(fnRandomSide(m_Random), fnRandomSide(m_Random), bits, nullptr, 0);
-        const bool small = m_Random() % 2 == 0;
-        CqImage pattern(small ? 1 + m_Random() % 20 : fnRandomSide(m_Random),
-                        small ? 1 + m_Random() % 20 : fnRandomSide(m_Random), bits, nullptr, 0);
+        const bool little = m_Random() % 2 == 0;
+        CqImage pattern(little ? 1 + m_Random() % 20 : fnRandomSide(m_Random),
+                        little ? 1 + m_Random() % 20 : fnRandomSide(m_Random), bits, nullptr, 0);
         fnSetRandom(image, m_Random);
         fnSetRandom(pattern, m_Random);
         CqImage expected(image);

@@ -328,16 +328,16 @@ TEST_F(MergeTest, DistantPositionsInvertedRectanglesAndMissingMasksAreHarmless) 
     const CRect rects[] = {
         {-kMax - 1, -kMax - 1, kMax, kMax}, {kMax, kMax, -kMax - 1, -kMax - 1}, {3, 3, 3, 9}};
     CqMask none;
-    CqMask far(9, 9);
-    fnSetAll(far, 255);
+    CqMask remote(9, 9);
+    fnSetAll(remote, 255);
     CqImage src(9, 9, 24, nullptr, 0);
     CqImage image(9, 9, 24, nullptr, 0);
     fnSetAll(src, 1);
     fnSetAll(image, 2);
     for (const CRect& rect : rects)
         for (const LONG place : {-kMax - 1, -9, 9, kMax}) {
-            far.fnSetPos(CPoint(place, place));
-            image.fnMerge(src, &rect, CqMergeParam(far), 0, 0);
+            remote.fnSetPos(CPoint(place, place));
+            image.fnMerge(src, &rect, CqMergeParam(remote), 0, 0);
             image.fnMerge(src, &rect, CqMergeParam(0ul), place, place);
             image.fnMerge(src, &rect, CqMergeParam(none), 0, 0);
             image.fnMerge(src, &rect, CqMergeParam(MERGE_MASK, 0, nullptr), 0, 0);

@@ -1,5 +1,6 @@
 // A host includes the system's header first, with all that it defines.
-// clang-format off: the order is what is tested
+// The order is what is tested.
+// clang-format off
 #include <windows.h>
 #include "q32Base/q32Base.h"
 // clang-format on

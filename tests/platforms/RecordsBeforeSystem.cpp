@@ -1,5 +1,6 @@
 // A host includes the library first.
-// clang-format off: the order is what is tested
+// The order is what is tested.
+// clang-format off
 #include "q32Base/q32Base.h"
 #include <windows.h>
 // clang-format on

@@ -1,5 +1,6 @@
 // A host uses the system's functions for UTF-16.
-// clang-format off: the order is what is tested
+// The order is what is tested.
+// clang-format off
 #define UNICODE
 #include <windows.h>
 #include "q32Base/q32Base.h"

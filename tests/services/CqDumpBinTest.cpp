@@ -147,9 +147,9 @@ TEST_F(DumpBin, ALongFloatIsWrittenCompletely) {
 }
 
 TEST_F(DumpBin, TheFirstBufferHas1024BytesOrFitsTheText) {
-    OpenDumpBin small;
-    small << std::string(1023, 'x').c_str();
-    EXPECT_EQ(small.m_nCapacity, 1024u);
+    OpenDumpBin little;
+    little << std::string(1023, 'x').c_str();
+    EXPECT_EQ(little.m_nCapacity, 1024u);
     OpenDumpBin exact;
     exact << std::string(1024, 'x').c_str();
     EXPECT_EQ(exact.m_nCapacity, 1025u);

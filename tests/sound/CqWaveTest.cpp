@@ -74,7 +74,8 @@ TEST_F(CqWaveTest, BitsOfAFrameThatFillNoByteAreDropped) {
 
 TEST_F(CqWaveTest, SizesWrapIn32Bits) {
     EXPECT_EQ(CqWave(2, 16, 44100, 0x40000003ul, true).fnGetBufferSize(), 12u);
-    EXPECT_EQ(CqWave(1, 8, 8000, 0x100000005ul, true).fnGetBufferSize(), 5u);
+    EXPECT_EQ(
+        CqWave(1, 8, 8000, static_cast<unsigned long>(0x100000005ull), true).fnGetBufferSize(), 5u);
     EXPECT_EQ(CqWave(1, 16, 0x80000001u, 1, true).fnGetFormat().nAvgBytesPerSec, 2u);
 }
 
@@ -250,7 +251,7 @@ TEST_F(CqWaveTest, TwoSoundsExchangeFormatAndBlock) {
 
 TEST_F(CqWaveTest, ALongSoundIsOnAScratchDisk) {
     q32GetVMPolicy()->fnSetRamLimit(1000);
-    CqWave small(1, 8, 8000, 600, true);
+    CqWave little(1, 8, 8000, 600, true);
     EXPECT_EQ(m_World->m_pScratch->fnGetViews(), 0u);
     {
         CqWave wave(1, 8, 8000, 600, true);

@@ -44,7 +44,8 @@ protected:
 
     static void fnFill(CqWave& wave, Bytes bytes) {
         ASSERT_NE(wave.fnGetFormat().nBlockAlign, 0);
-        wave.fnFillBuffer(bytes.data(), bytes.size() / wave.fnGetFormat().nBlockAlign);
+        const std::size_t frames = bytes.size() / wave.fnGetFormat().nBlockAlign;
+        wave.fnFillBuffer(bytes.data(), static_cast<unsigned long>(frames));
     }
 
     void fnAddResource(WORD id, const std::string& image) {
