@@ -10,7 +10,8 @@
 #ifndef NOMINMAX
 #define NOMINMAX
 #endif
-// clang-format off: the others need this one
+// The others need the first one.
+// clang-format off
 #include <windows.h>
 #include <commctrl.h>
 #include <mmsystem.h>
