@@ -32,18 +32,8 @@ void fnShrink(const std::uint8_t* source, std::uint8_t* target, std::size_t coun
 template <std::size_t kBytes>
 void fnSample(const std::uint8_t* source, std::uint8_t* target, std::size_t count, std::uint32_t at,
               std::uint32_t step) {
-    const auto from = [source](std::uint32_t at) {
-        return source + static_cast<std::size_t>(at >> 8) * kBytes;
-    };
-    if constexpr (kBytes == 3) {
-        // Four bytes at a time: the next pixel overwrites the fourth. So not for the last one, nor
-        // where the fourth would lie beyond the source.
-        const std::uint32_t last = (at + static_cast<std::uint32_t>(count - 1) * step) >> 8;
-        for (; count > 1 && at >> 8 < last; --count, at += step, target += kBytes)
-            std::memcpy(target, from(at), 4);
-    }
-    for (; count != 0; --count, at += step, target += kBytes)
-        std::memcpy(target, from(at), kBytes);
+    for (std::size_t i = 0; i < count; ++i, at += step, target += kBytes)
+        std::memcpy(target, source + static_cast<std::size_t>(at >> 8) * kBytes, kBytes);
 }
 
 template <std::size_t kBytes>
