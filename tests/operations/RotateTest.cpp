@@ -131,9 +131,9 @@ TEST_F(RotateTest, APivotFarOutsideGivesALargeMap) {
     fnSetRandom(other, m_Random);
     fnCheckAny(other, 30.0, CPoint(-900, 700), false, CqColor(5, 6, 7, 255));
     // Towards the upper left the size doesn't grow, however far: only precision is lost.
-    CqImage image(200, 100, 32, nullptr, 0);
-    fnSetRandom(image, m_Random);
-    fnCheckAny(image, 30.0, CPoint(-0x7FFFFFFF - 1, -0x7FFFFFFF - 1), true, CqColor(1, 2, 3, 4));
+    CqImage large(200, 100, 32, nullptr, 0);
+    fnSetRandom(large, m_Random);
+    fnCheckAny(large, 30.0, CPoint(-0x7FFFFFFF - 1, -0x7FFFFFFF - 1), true, CqColor(1, 2, 3, 4));
 }
 
 TEST_F(RotateTest, APivotThatNoMapCanHoldRaisesTheMemoryException) {
