@@ -208,7 +208,8 @@ unsigned char* CqImage::fnGetPixelAddr(int x, int y) {
         map.fnRowBytes(map.fnColumnWidth(static_cast<std::uint32_t>(column)));
     const std::ptrdiff_t index = static_cast<std::ptrdiff_t>(map.TilesAcross) * row + column;
     const std::ptrdiff_t bits = std::ptrdiff_t{x - tileWidth * column} * map.BitCount;
-    return map.TileTable.get()[index].Pixels + rowBytes * (y - tileHeight * row) + ((bits + 7) >> 3);
+    return map.TileTable.get()[index].Pixels + rowBytes * (y - tileHeight * row) +
+           ((bits + 7) >> 3);
 }
 
 CqColor CqImage::fnGetPixelColor(int x, int y) {
