@@ -1,6 +1,7 @@
 // The panel with a sound and the machine's mixer.
 #include "examples/darkroom/ui/SoundPanel.h"
 
+#include "examples/sound/Oscillogram.h"
 #include "platforms/qt/CqImageView.h"
 #include "plugins/WaveFile.h"
 #include "tests/darkroom/DarkroomWorld.h"
@@ -85,7 +86,7 @@ TEST_F(DarkroomSound, TheOscillogramFillsItsPanelInScreenPixels) {
     CqImage expected;
     expected.fnAlloc(static_cast<unsigned int>(shown.width()),
                      static_cast<unsigned int>(shown.height()), 24, nullptr, 0);
-    m_pPanel->fnGetWave().fnRasterize(expected, 0, 8000, false, false);
+    fnDrawOscillogram(m_pPanel->fnGetWave(), expected);
     int wrong = 0;
     for (int y = 0; y < shown.height(); ++y)
         for (int x = 0; x < shown.width(); ++x) {

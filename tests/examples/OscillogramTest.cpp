@@ -55,6 +55,27 @@ TEST_F(Oscillogram, EachColumnShowsWholeFramesWhateverTheLength) {
     EXPECT_GT(fnCountColumns(image), 2u);
 }
 
+TEST_F(Oscillogram, TheEndOfASoundIsShownWhateverItsLength) {
+    for (const std::uint32_t frames : {321u, 479u, 639u, 999u, 12345u, 7u}) {
+        CqWave wave;
+        fnFill(wave, frames);
+        std::memset(wave.fnGetBuffer() + 4 * std::size_t{frames / 2}, 0,
+                    4 * std::size_t{frames - frames / 2}); // the second half is silent
+        CqImage image(320, 120, 24, nullptr, 0);
+        fnDrawOscillogram(wave, image);
+        const auto isLoud = [&](int x) {
+            int green = 0;
+            for (int y = 0; y < 60; ++y)
+                green += image.fnGetPixelColor(x, y).m_Green == 255;
+            return green > 2;
+        };
+        int loud = 0;
+        for (int x = 0; x < 320; ++x)
+            loud += isLoud(x);
+        EXPECT_NEAR(loud, 160, frames < 320 ? 30 : 3) << frames;
+    }
+}
+
 TEST_F(Oscillogram, ASoundWithoutFramesIsDrawnAsBackground) {
     CqImage image(32, 12, 24, nullptr, 0);
     fnDrawOscillogram(CqWave(), image);
