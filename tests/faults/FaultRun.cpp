@@ -41,7 +41,10 @@ struct Facts {
 Facts fnTakeFacts(const Folder& folder) {
     Facts facts;
     facts.m_nDescriptors = std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-    facts.m_nRam = q32::fnHasPlatform() ? q32GetVMPolicy()->fnGetRamBytes() : 0;
+    if (q32::fnHasPlatform()) {
+        q32GetVMPolicy()->fnReleaseHeld(); // what is held back isn't lost
+        facts.m_nRam = q32GetVMPolicy()->fnGetRamBytes();
+    }
     facts.m_nMapped = fnCountMapped();
     for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.fnPath()))
         facts.m_Files.insert(entry.path().string());

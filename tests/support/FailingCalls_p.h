@@ -22,6 +22,7 @@
     X(close, EIO, ENOSPC, EINTR)                                                                   \
     X(read, EIO, kShortTransfer, EINTR)                                                            \
     X(pread, EIO, kShortTransfer, EINTR)                                                           \
+    X(write, EIO, ENOSPC, kShortTransfer, EINTR)                                                   \
     X(pwrite, ENOSPC, kShortTransfer, EIO, EDQUOT, EFBIG, EINTR)                                   \
     X(stat, EACCES, ENOENT, EIO, ENOMEM)                                                           \
     X(lstat, EACCES, ENOENT, EIO, ENOMEM)                                                          \

@@ -96,6 +96,9 @@ Q32_VISIBLE ssize_t read(int file, void* bytes, size_t count) {
 Q32_VISIBLE ssize_t pread(int file, void* bytes, size_t count, off_t offset) {
     Q32_CALL(-1, pread, file, bytes, call.fnLimit(count), offset);
 }
+Q32_VISIBLE ssize_t write(int file, const void* bytes, size_t count) {
+    Q32_CALL(-1, write, file, bytes, call.fnLimit(count));
+}
 Q32_VISIBLE ssize_t pwrite(int file, const void* bytes, size_t count, off_t offset) {
     Q32_CALL(-1, pwrite, file, bytes, call.fnLimit(count), offset);
 }
