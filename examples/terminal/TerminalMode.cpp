@@ -31,7 +31,7 @@ void fnOnSignal(int signal) {
 TerminalMode::TerminalMode() {
     struct sigaction action {};
     action.sa_handler = fnOnSignal;
-    action.sa_flags = SA_RESETHAND;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP})
         sigaction(signal, &action, nullptr);
     // A background program must not change the terminal: it would be stopped.

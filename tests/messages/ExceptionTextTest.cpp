@@ -47,7 +47,7 @@ TEST(ExceptionText, AResourceExceptionSaysWhatIsMissing) {
 
 TEST(ExceptionText, WithoutMemoryTheTextIsEmpty) {
     const CFileException exception(FILE_CAUSE_DISK_FULL, "a.bmp");
-    for (int i = 1; i <= 2; ++i) {
+    for (std::size_t i = 1; i <= 2; ++i) {
         CqAllocationFailure failure(i, true);
         const CString text = q32ExceptionText(exception);
         failure.fnEnd();
