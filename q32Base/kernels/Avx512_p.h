@@ -21,10 +21,5 @@ static inline __mmask64 fnFirstBytes(std::size_t bytes) {
     return bytes < 64 ? (std::uint64_t{1} << bytes) - 1 : ~std::uint64_t{0};
 }
 
-/// The mask of the first 0 to 16 values.
-static inline __mmask16 fnFirstWords(std::size_t values) {
-    return static_cast<__mmask16>((1u << values) - 1);
-}
-
 } // namespace avx512
 } // namespace q32

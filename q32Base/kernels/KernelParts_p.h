@@ -29,8 +29,6 @@
     PART(Zoom)
 #define Q32_AVX512_KERNEL_PARTS(PART)                                                              \
     PART(ChannelCurves)                                                                            \
-    PART(Convolve)                                                                                 \
-    PART(ConvolveFixed)                                                                            \
     PART(PixelFormat)                                                                              \
     PART(ToneCurve)
 

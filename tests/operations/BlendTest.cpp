@@ -28,8 +28,8 @@ protected:
             return {255, q.rgbRed, q.rgbGreen, q.rgbBlue};
         }
         if (image.BitCount == 16)
-            return {255, row[2 * i] & 0xF8u, (row[2 * i] << 5 | row[2 * i + 1] >> 3) & 0xFCu,
-                    (row[2 * i + 1] << 3) & 0xF8u};
+            return {255, row[2 * i] & 0xF8u, (row[2 * i] * 32u + row[2 * i + 1] / 8u) & 0xFCu,
+                    row[2 * i + 1] * 8u & 0xF8u};
         if (image.BitCount == 24)
             return {255, row[3 * i], row[3 * i + 1], row[3 * i + 2]};
         return {row[4 * i], row[4 * i + 1], row[4 * i + 2], row[4 * i + 3]};
