@@ -60,6 +60,7 @@ public:
 private:
     std::uint64_t fnPlanes() const { return m_Layout.m_bSeparate ? m_Layout.fnUsedSamples() : 1; }
     Bytes fnMakePart(CheckedSize given, CheckedSize needed);
+    void fnCountWidened(std::uint32_t columns);
     void fnReadRows();
     void fnReadTiles();
     void fnReadConverted();
@@ -84,6 +85,13 @@ Bytes TiffReader::fnMakePart(CheckedSize given, CheckedSize needed) {
     return std::make_unique_for_overwrite<unsigned char[]>(size);
 }
 
+/// Counts a byte for each sample of a row, which is how samples are converted.
+void TiffReader::fnCountWidened(std::uint32_t columns) {
+    const unsigned int samples = m_Layout.m_bSeparate ? 1 : m_Layout.m_nSamples;
+    m_nTaken = m_nTaken + CheckedSize(columns) * samples;
+    m_Target.fnCheckCodecBytes(m_nTaken);
+}
+
 /// Stores decoded samples in the image. Separate planes are combined in the image itself.
 void TiffReader::fnTake(const unsigned char* samples, unsigned int plane, std::uint32_t x,
                         std::uint32_t y, std::uint32_t count, unsigned char* pixels) {
@@ -101,6 +109,7 @@ void TiffReader::fnReadRows() {
     const std::uint32_t width = m_Layout.m_nWidth;
     const Bytes samples = fnMakePart(TIFFScanlineSize64(m_File), fnSampleBytes(width, m_Layout));
     const Bytes pixels = fnMakePart(CheckedSize(width) * fnCodecBytes(m_Layout.fnBitCount()), 0);
+    fnCountWidened(width);
     std::uint64_t done = 0;
     for (unsigned int plane = 0; plane < fnPlanes(); ++plane) {
         for (std::uint32_t y = 0; y < m_Layout.m_nHeight; ++y) {
@@ -119,6 +128,7 @@ void TiffReader::fnReadTiles() {
     const Bytes samples = fnMakePart(TIFFTileSize64(m_File), CheckedSize(tileRow) * tileHeight);
     const Bytes pixels =
         fnMakePart(CheckedSize(tileWidth) * fnCodecBytes(m_Layout.fnBitCount()), 0);
+    fnCountWidened(tileWidth);
     const auto across = (std::uint64_t{m_Layout.m_nWidth} + tileWidth - 1) / tileWidth;
     const auto down = (std::uint64_t{m_Layout.m_nHeight} + tileHeight - 1) / tileHeight;
     std::uint64_t done = 0;

@@ -118,6 +118,22 @@ TEST_F(PictureLimits, ATileOfATiffCountsAsCodecMemory) {
     EXPECT_EQ(fnReadWithin(limits, -1), PICTURE_LIMIT_NONE);
 }
 
+TEST_F(PictureLimits, SamplesOfATiffCountAsTheBytesThatTheyBecome) {
+    TestTiff tiff;
+    tiff.m_nWidth = 4096;
+    tiff.m_nSamples = 64;
+    tiff.m_nBits = 1;
+    tiff.m_Extra.resize(63);
+    tiff.m_Samples.resize(4096 * 64 / 8);
+    fnPut(tiff.fnMake());
+    // A row of 32 KiB and one of pixels, each twice, and 256 KiB for its samples.
+    CqPictureLimits limits;
+    limits.m_nCodecBytes = 2 * (32 << 10) + 2 * 4096 + (256 << 10) - 1;
+    EXPECT_EQ(fnReadWithin(limits, -1), PICTURE_LIMIT_CODEC);
+    limits.m_nCodecBytes = 1 << 20;
+    EXPECT_TRUE(q32ReadPicture(kPath, m_Image, limits).fnIsDone());
+}
+
 TEST_F(PictureLimits, ScansBeyondTheLimitAreRefused) {
     TestJpeg jpeg = fnGrey(24);
     jpeg.m_nScans = 6;
