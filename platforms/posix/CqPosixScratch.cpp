@@ -325,6 +325,8 @@ void CqPosixScratch::fnAdvise(CQ_VIEW_ADVICE advice, void* address, std::uint32_
     if (!found)
         return;
     View& view = found->second;
+    if (view.m_Guard.fnCountLosses() != 0)
+        return; // pages that replace lost ones have no file behind them to be dropped to
     const auto begin = static_cast<std::size_t>(static_cast<char*>(address) - found->first);
     if (!view.m_pPages)
         view.m_pPages.reset(new (std::nothrow) ViewPages(view.m_pFile->fnGet(), found->first,

@@ -1,3 +1,4 @@
+#include "platforms/posix/ViewGuard_p.h"
 #include "tests/platforms/PosixScratchTools.h"
 
 #include <gtest/gtest.h>
@@ -77,6 +78,28 @@ TEST(PosixScratch, UnknownMemoryIsNoLimit) {
     EXPECT_LE(touched[2], touched[0]);
     EXPECT_EQ(left[0], kBytes / 4096);
     EXPECT_EQ(left[1], kBytes / 4096);
+}
+
+TEST(PosixScratch, PagesThatReplaceLostOnesKeepWhatIsWrittenToThem) {
+    const Folder folder;
+    EXPECT_EQ(fnInChild([&]() -> std::string {
+                  constexpr std::uint32_t kBytes = 40u << 20;
+                  Q32_WANT(q32::posix::ViewGuard::fnInstall());
+                  CqPosixScratch scratch(
+                      std::make_shared<q32::posix::CodePage>(""),
+                      [] { return std::uint64_t{4} << 20; }, true);
+                  const Buffer buffer(scratch, folder.fnName(), kBytes);
+                  Q32_WANT(buffer.m_pView);
+                  Q32_WANT(::truncate(fnNative(buffer.m_Name).c_str(), 0) == 0);
+                  std::memset(buffer.m_pView, 'x', kBytes);
+                  Q32_WANT(scratch.fnCountLosses(buffer.m_pView) == 1);
+                  for (std::uint32_t at = 0; at < kBytes; at += 1u << 20)
+                      scratch.fnAdvise(VIEW_DONE, buffer.m_pView + at, 1u << 20);
+                  Q32_WANT(std::all_of(buffer.m_pView, buffer.m_pView + kBytes,
+                                       [](char byte) { return byte == 'x'; }));
+                  return "";
+              }),
+              "");
 }
 
 TEST(PosixScratch, BytesWrittenToTheViewAreInTheFile) {
