@@ -73,6 +73,7 @@ void CqMask::fnMerge(CqMask& other, bool add) {
         static_cast<std::uint32_t>(result.Width()), static_cast<std::uint32_t>(result.Height()), 8u,
         q32GreyRamp, 256u, q32::BlockContents::ANY));
     fnCombine(q32::PlacedMask(*this), q32::PlacedMask(other), add, *map, result.TopLeft());
+    other.TileMap->fnRequirePixels();
     fnSetBuf(map.release());
     m_rectBound = result;
 }

@@ -140,5 +140,7 @@ void CqImage::fnMerge(CqImage& src, const CRect* rect, const CqMergeParam& param
     else
         fnMergeLines(merge, src, *this, run);
     src.TileMap->fnRequirePixels();
+    if (mask)
+        mask->TileMap->fnRequirePixels();
     TileMap->fnRequirePixels();
 }

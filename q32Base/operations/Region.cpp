@@ -45,4 +45,5 @@ void CqImage::fnCreateRgn(unsigned long key, CRgn& region) {
         fnSubtractRuns(region, line.LineBuffer, Width, static_cast<unsigned char>(index),
                        static_cast<LONG>(y));
     }
+    TileMap->fnRequirePixels();
 }

@@ -206,6 +206,34 @@ TEST(PosixLostPixels, EachOperationReportsTheLossAndKeepsTheOldStorage) {
     }
 }
 
+TEST(PosixLostPixels, WhatReadsAMaskReportsItsLoss) {
+    using Operation = std::function<void(CqImage & image, CqMask & mask)>;
+    for (const Operation& operation : std::initializer_list<Operation>{
+             [](CqImage&image, CqMask&mask) {
+                 CqImage source(500, 300, 24, nullptr, 0);
+                 image.fnMerge(source, nullptr, CqMergeParam(mask), 0, 0);
+             },
+             [](CqImage&, CqMask&mask) {
+                 CqMask own(400, 200);
+                 own += mask;
+             },
+             [](CqImage&, CqMask&mask) {
+                 CqMask own(600, 400);
+                 own -= mask;
+             },
+             [](CqImage&, CqMask&mask) {
+                 CRgn region;
+                 mask.fnCreateRgn(0, region);
+             }})
+        EXPECT_EQ(fnWithGuardedImage([&](CqImage& image) -> std::string {
+                      CqMask mask(500, 300);
+                      fnCut(mask, 0);
+                      Q32_WANT(fnRaisesMemoryException([&] { operation(image, mask); }));
+                      return "";
+                  }),
+                  "");
+}
+
 TEST(PosixLostPixels, AReaderAndAWriterReturnFalseOnce) {
     EXPECT_EQ(fnWithGuardedImage([](CqImage& image) -> std::string {
                   fnCut(image, 0);
