@@ -4,7 +4,15 @@
 #include <algorithm>
 #include <sys/mman.h>
 
+// gcc defines a macro, clang has a feature.
 #if defined(__SANITIZE_ADDRESS__)
+#define Q32_POISONS_MEMORY
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define Q32_POISONS_MEMORY
+#endif
+#endif
+#ifdef Q32_POISONS_MEMORY
 #include <sanitizer/asan_interface.h>
 #else
 #define ASAN_POISON_MEMORY_REGION(begin, bytes) ((void)(begin), (void)(bytes))
