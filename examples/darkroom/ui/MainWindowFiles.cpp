@@ -194,17 +194,17 @@ bool MainWindow::fnMayLeave() {
     return answer == QMessageBox::Discard;
 }
 
-bool MainWindow::fnOpen(const QString& file) {
-    const QString path = QFileInfo(file).absoluteFilePath(); // also for the recent files
+bool MainWindow::fnOpen(const QString& path) {
+    const QString full = QFileInfo(path).absoluteFilePath(); // also for the recent files
     const bool done =
-        fnRun(tr("Opening %1").arg(QFileInfo(path).fileName()), [&](CqProgressDisplay* progress) {
-            return m_Document.fnOpen(QFile::encodeName(path).toStdString(), progress);
+        fnRun(tr("Opening %1").arg(QFileInfo(full).fileName()), [&](CqProgressDisplay* progress) {
+            return m_Document.fnOpen(QFile::encodeName(full).toStdString(), progress);
         });
     if (done) {
-        m_pRecent->fnAdd(path);
+        m_pRecent->fnAdd(full);
         m_pView->fnSetFit(true);
-    } else if (!QFileInfo::exists(path)) {
-        m_pRecent->fnRemove(path);
+    } else if (!QFileInfo::exists(full)) {
+        m_pRecent->fnRemove(full);
     }
     return done;
 }
