@@ -146,9 +146,10 @@ private:
     // as a product with 1 / D it is off by less than 2^-43; D is below 2^33. So truncation gives
     // the integer below n' / D.
     void fnDivide(const Sum* sums, std::size_t count) {
-        const double sum = static_cast<double>(m_Kernel.fnGetSum());
-        const double factor = 1.0 / sum;
-        const double half = static_cast<double>(m_Kernel.fnGetSum() / 2) + 0.5;
+        const auto sum = m_Kernel.fnGetSum();
+        const double factor = 1.0 / static_cast<double>(sum);
+        const auto rounding = sum / 2;
+        const double half = static_cast<double>(rounding) + 0.5;
         unsigned char* out = m_pBytes.get();
         for (std::size_t i = 0; i < count; ++i)
             out[i] =

@@ -47,7 +47,7 @@ std::string fnMakeBash() {
         const std::string name = command.m_pszName;
         options += "    " + name + ") options='" + fnListOptionNames(command.m_Options) +
                    "' words='" + fnListWords(command) + "' ;;\n";
-        choices = fnListChoices(name + " ", command.m_Options) + choices;
+        choices.insert(0, fnListChoices(name + " ", command.m_Options));
     }
     // A pattern that begins with a star must not be quoted there.
     for (std::size_t at = choices.find("'* "); at != std::string::npos; at = choices.find("'* "))
