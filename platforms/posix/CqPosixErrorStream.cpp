@@ -26,9 +26,10 @@ public:
     void fnWrite() {
         for (std::size_t done = 0; done < m_nFilled;) {
             const ssize_t count = ::write(STDERR_FILENO, m_szPiece + done, m_nFilled - done);
-            if (count < 0 && errno != EINTR)
+            if (count > 0)
+                done += static_cast<std::size_t>(count);
+            else if (count == 0 || errno != EINTR)
                 break;
-            done += count > 0 ? static_cast<std::size_t>(count) : 0;
         }
         m_nFilled = 0;
     }
