@@ -1,4 +1,4 @@
-// What a user of other editors expects without being told.
+// What users of other editors expect.
 #include "examples/darkroom/ui/SelectionHandles.h"
 #include "q32Base/memory/CqVMPolicy.h"
 #include "tests/darkroom/DarkroomWorld.h"
