@@ -65,6 +65,12 @@ function(q32_headers target)
         FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${ARGN})
 endfunction()
 
+# q32_apart(<file>...): sources of this folder that a unity build compiles on their own, since they share names of
+# internal linkage with others of their target.
+function(q32_apart)
+    set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+endfunction()
+
 # q32_folders(<folder>...): adds those that have a CMakeLists.txt.
 function(q32_folders)
     foreach(folder IN LISTS ARGN)
