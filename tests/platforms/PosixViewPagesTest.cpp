@@ -1,4 +1,4 @@
-#include "platforms/posix/Descriptor_p.h"
+#include "platforms/common/Descriptor_p.h"
 #include "platforms/posix/ViewPages_p.h"
 #include "tests/platforms/PosixTestTools.h"
 
