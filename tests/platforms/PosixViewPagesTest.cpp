@@ -16,6 +16,7 @@
 #include <vector>
 
 using namespace q32::posix;
+using q32::Descriptor;
 using q32::test::Folder;
 
 namespace {
