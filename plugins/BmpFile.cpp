@@ -124,7 +124,7 @@ void fnReadPlain(CodecInput& input, const BmpHeader& header, PictureTarget& targ
         fnReadExactly(input, stored.get(), stride);
         decoder.fnDecode(stored.get(), row.get());
         target.fnStoreRow(header.m_bTopDown ? i : header.m_nHeight - 1 - i, row.get());
-        target.fnTell(std::uint64_t{i} + 1, header.m_nHeight);
+        target.fnReport(std::uint64_t{i} + 1, header.m_nHeight);
     }
 }
 
@@ -176,7 +176,7 @@ void fnReadRle(CodecInput& input, const BmpHeader& header, PictureTarget& target
     image = reinterpret_cast<BITMAPINFOHEADER*>(block.data());
     image.DpiX = dpiX;
     image.DpiY = dpiY;
-    target.fnTell(1, 1);
+    target.fnReport(1, 1);
 }
 
 void fnReadBmp(CodecInput& input, PictureTarget& target) {
@@ -263,7 +263,7 @@ void fnWriteBmp(CodecOutput& output, PictureSource& source, const CqPictureOptio
         source.fnFetchRow(height - 1 - i, row.get());
         fnStoreBytes(row.get(), source.fnGetWidth(), bits, stored.get());
         done = output.fnWrite(stored.get(), stride);
-        source.fnTell(std::uint64_t{i} + 1, height);
+        source.fnReport(std::uint64_t{i} + 1, height);
     }
     if (!done)
         throw CodecFailure{MESSAGE_CANNOT_SAVE};

@@ -232,7 +232,7 @@ void JpegReader::fnReadScans() {
         // The file may be another by now than the one that was counted.
         fnCheckScans(static_cast<unsigned int>(m_Jpeg.input_scan_number));
         if (state == JPEG_ROW_COMPLETED)
-            m_Target.fnTell(m_State.m_Input.fnGetPosition(), 2 * length);
+            m_Target.fnReport(m_State.m_Input.fnGetPosition(), 2 * length);
     }
     fnCall([this] { jpeg_start_output(&m_Jpeg, m_Jpeg.input_scan_number); });
 }
@@ -258,7 +258,7 @@ void JpegReader::fnReadRows() {
     for (std::uint32_t y = 0; y < height; ++y) {
         fnCall([&] { jpeg_read_scanlines(&m_Jpeg, &rows, 1); });
         m_Target.fnStoreRow(y, fnConvertRow(row.get()));
-        m_Target.fnTell(std::uint64_t{before} + y + 1, std::uint64_t{before} + height);
+        m_Target.fnReport(std::uint64_t{before} + y + 1, std::uint64_t{before} + height);
     }
     fnCall([this] {
         if (m_Jpeg.buffered_image)

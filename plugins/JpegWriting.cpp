@@ -113,7 +113,7 @@ void JpegWriter::fnWrite(PictureSource& source, const CqPictureOptions& options)
         else
             source.fnFetchRgb(y, row.get());
         fnCall([&] { jpeg_write_scanlines(&m_Jpeg, &rows, 1); });
-        source.fnTell(std::uint64_t{y} + 1, height);
+        source.fnReport(std::uint64_t{y} + 1, height);
     }
     fnCall([this] { jpeg_finish_compress(&m_Jpeg); });
 }

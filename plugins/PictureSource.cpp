@@ -36,7 +36,7 @@ void PictureSource::fnFindColors() {
         fnFetchRow(y, row.get());
         highest = std::max<unsigned int>(highest,
                                          *std::max_element(row.get(), row.get() + m_Image.Width));
-        m_Steps.fnTell(0, m_Image.Height);
+        m_Steps.fnReport(0, m_Image.Height);
     }
     m_nColors = std::max(m_nColors, highest + 1);
 }

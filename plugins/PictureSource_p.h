@@ -38,7 +38,7 @@ public:
     void fnFetchRow(std::uint32_t y, unsigned char* out);
     /// Reads a row as red, green, blue at any depth; alpha is dropped.
     void fnFetchRgb(std::uint32_t y, unsigned char* out);
-    void fnTell(std::uint64_t done, std::uint64_t total) { m_Steps.fnTell(done, total); }
+    void fnReport(std::uint64_t done, std::uint64_t total) { m_Steps.fnReport(done, total); }
 
 private:
     void fnFindColors();

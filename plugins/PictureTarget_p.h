@@ -20,7 +20,7 @@ public:
         : m_pProgress(progress), m_nMilliseconds(milliseconds) {}
 
     /// Reports that `done` of `total` parts are complete; `total` must be above 0.
-    void fnTell(std::uint64_t done, std::uint64_t total);
+    void fnReport(std::uint64_t done, std::uint64_t total);
     /// Repeats the last report if there was none since the last call: work goes on, but no part is
     /// complete.
     void fnTick();
@@ -28,7 +28,7 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    void fnReport();
+    void fnCallHost();
 
     CqPictureProgress* m_pProgress;
     unsigned int m_nMilliseconds;
@@ -88,7 +88,7 @@ public:
     /// two up to `most` at which it still reaches the host's box. Keeps it for the result.
     unsigned int fnChooseReduction(std::uint32_t width, std::uint32_t height, unsigned int most);
     unsigned int fnGetReduction() const { return m_nReduction; }
-    void fnTell(std::uint64_t done, std::uint64_t total) { m_Steps.fnTell(done, total); }
+    void fnReport(std::uint64_t done, std::uint64_t total) { m_Steps.fnReport(done, total); }
 
     CqImage& fnGetImage() { return m_Image; }
     const CqPictureLimits& fnGetLimits() const { return m_Limits; }

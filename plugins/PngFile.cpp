@@ -228,7 +228,7 @@ void PngReader::fnReadRows() {
             fnCall([&] { png_read_row(m_pPng, touched ? row.get() : nullptr, nullptr); });
             if (touched)
                 m_Target.fnStoreRow(y, row.get());
-            m_Target.fnTell(++done, total);
+            m_Target.fnReport(++done, total);
         }
     }
     fnCall([this] { png_read_end(m_pPng, m_pEnd); });
@@ -363,7 +363,7 @@ void PngWriter::fnWrite(PictureSource& source, const CqPictureOptions& options) 
         else
             source.fnFetchRow(y, row.get());
         fnCall([&] { png_write_row(m_pPng, row.get()); });
-        source.fnTell(y + 1, height);
+        source.fnReport(y + 1, height);
     }
     fnCall([this] { png_write_end(m_pPng, nullptr); });
 }

@@ -116,7 +116,7 @@ void TiffReader::fnReadRows() {
             if (TIFFReadScanline(m_File, samples.get(), y, static_cast<std::uint16_t>(plane)) < 0)
                 m_File.fnFail();
             fnTake(samples.get(), plane, 0, y, width, pixels.get());
-            m_Target.fnTell(++done, fnPlanes() * m_Layout.m_nHeight);
+            m_Target.fnReport(++done, fnPlanes() * m_Layout.m_nHeight);
         }
     }
 }
@@ -144,7 +144,7 @@ void TiffReader::fnReadTiles() {
                 for (std::uint64_t y = top; y < bottom; ++y)
                     fnTake(samples.get() + (y - top) * tileRow, plane, x,
                            static_cast<std::uint32_t>(y), count, pixels.get());
-                m_Target.fnTell(++done, fnPlanes() * down * across);
+                m_Target.fnReport(++done, fnPlanes() * down * across);
             }
         }
     }
@@ -178,7 +178,7 @@ void TiffReader::fnReadConverted() {
             }
             m_Target.fnStoreRow(top + i, row.get());
         }
-        m_Target.fnTell(std::uint64_t{top} + rows, m_Layout.m_nHeight);
+        m_Target.fnReport(std::uint64_t{top} + rows, m_Layout.m_nHeight);
         if (m_Layout.m_nHeight - top <= band)
             break; // `top` would wrap
     }

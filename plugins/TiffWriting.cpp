@@ -134,7 +134,7 @@ void fnWriteTiff(CodecOutput& output, PictureSource& source, const CqPictureOpti
         fnFetchStored(source, y, row.get(), stored.get());
         if (TIFFWriteScanline(file, stored.get(), y, 0) < 0)
             file.fnFail();
-        source.fnTell(std::uint64_t{y} + 1, height);
+        source.fnReport(std::uint64_t{y} + 1, height);
     }
     if (!TIFFWriteDirectory(file) || output.fnHasFailed())
         file.fnFail();

@@ -153,7 +153,7 @@ void fnReadSamples(CodecInput& input, WaveSamples kind, std::uint32_t size, unsi
     const bool reduces = fnIsReduced(kind);
     const std::uint32_t piece = kPiece / sample * sample;
     const auto bytes = std::make_unique_for_overwrite<unsigned char[]>(reduces ? piece : 0);
-    steps.fnTell(0, size);
+    steps.fnReport(0, size);
     for (std::uint32_t done = 0; done < size;) {
         const std::uint32_t count = std::min(piece, size - done);
         fnReadExactly(input, reduces ? bytes.get() : out + done, count);
@@ -161,7 +161,7 @@ void fnReadSamples(CodecInput& input, WaveSamples kind, std::uint32_t size, unsi
             fnReduceSamples(kind, bytes.get(), count / sample,
                             out + std::size_t{2} * (done / sample));
         done += count;
-        steps.fnTell(done, size);
+        steps.fnReport(done, size);
     }
 }
 

@@ -32,7 +32,7 @@ void Hanging::fnHang(const Wing& wing, Page& page) {
         if (*hall.m_Text)
             section.m_Facts.emplace_back(hall.m_Text);
         for (const Exhibit& exhibit : hall.m_Exhibits) {
-            m_Progress.fnTell(static_cast<unsigned int>(100 * done++ / total));
+            m_Progress.fnReport(static_cast<unsigned int>(100 * done++ / total));
             Row& row = section.m_Rows.emplace_back(Row{exhibit.m_Title, exhibit.m_Text, {}});
             for (std::size_t i = 0; i < exhibit.m_Steps.size(); ++i)
                 row.m_Plates.push_back(fnHangStep(*this, exhibit, i));

@@ -33,6 +33,6 @@ void fnMakeLargePicture(CqImage& photograph, CqImage& large, ProgressLine& progr
             out[1] = in[1];
             out[2] = fnTint(in[2], y, kLargeHeight);
         }
-        progress.fnTell(100 * (y + 1) / kLargeHeight);
+        progress.fnReport(100 * (y + 1) / kLargeHeight);
     }
 }

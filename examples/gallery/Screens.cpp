@@ -126,7 +126,7 @@ void Screens::fnShow(CqImage& image, const std::vector<View>& views, const std::
         for (const unsigned int gamma : kGammas) {
             display.fnSetGammaValue(gamma);
             for (std::size_t i = 0; i < views.size(); ++i) {
-                progress.fnTell(static_cast<unsigned int>(100 * done++ / total));
+                progress.fnReport(static_cast<unsigned int>(100 * done++ / total));
                 m_World.m_pScreen->fnClear(fnDarkGrey(depth));
                 const std::string file = name + '-' + views[i].m_Name + '-' +
                                          std::to_string(depth) + "bit-gamma" +

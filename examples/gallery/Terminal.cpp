@@ -49,7 +49,7 @@ void ProgressLine::fnBegin(std::string what) {
     m_What = std::move(what);
 }
 
-void ProgressLine::fnTell(unsigned int percent) {
+void ProgressLine::fnReport(unsigned int percent) {
     if (fnIsHidden())
         throw Aborted();
     fnShow(percent);

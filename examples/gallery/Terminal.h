@@ -1,10 +1,10 @@
 /// @file The gallery's user interface on the terminal: a progress line, the Esc key, messages.
 #pragma once
 
-#include "examples/terminal/TerminalMode.h"
 #include "plugins/PictureFile.h"
 #include "q32Base/platform/CqKeyboardService.h"
 #include "q32Base/platform/CqMessageService.h"
+#include "tools/terminal/TerminalMode.h"
 
 #include <deque>
 #include <memory>
@@ -56,7 +56,7 @@ public:
     /// Sets the task to be shown.
     void fnBegin(std::string what);
     /// Shows the percentage; throws Aborted when the user aborts.
-    void fnTell(unsigned int percent);
+    void fnReport(unsigned int percent);
     /// The same for picture files.
     void fnOnProgress(unsigned int percent, bool& aborted) override;
     /// Clears the line.

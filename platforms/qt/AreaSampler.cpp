@@ -33,7 +33,7 @@ struct CoverAxis {
     std::uint32_t fnGetEnd() const { return m_Covers.back().m_nFirst + m_Covers.back().m_nCount; }
 };
 
-CoverAxis fnMakeAxis(int first, int end, int origin, double zoom, std::uint32_t length) {
+CoverAxis fnMakeCoverAxis(int first, int end, int origin, double zoom, std::uint32_t length) {
     CoverAxis axis;
     axis.m_nFirst = std::max(first, -origin);
     for (int at = axis.m_nFirst; at < end; ++at) {
@@ -144,9 +144,9 @@ QRect fnSampleMeans(const CqImage& image, const SamplePlace& place, const QRect&
                     QImage& canvas) {
     const QRect cut = part & canvas.rect();
     const CoverAxis across =
-        fnMakeAxis(cut.left(), cut.right() + 1, place.m_Origin.x(), place.m_Zoom, image.Width);
-    const CoverAxis down =
-        fnMakeAxis(cut.top(), cut.bottom() + 1, place.m_Origin.y(), place.m_Zoom, image.Height);
+        fnMakeCoverAxis(cut.left(), cut.right() + 1, place.m_Origin.x(), place.m_Zoom, image.Width);
+    const CoverAxis down = fnMakeCoverAxis(cut.top(), cut.bottom() + 1, place.m_Origin.y(),
+                                           place.m_Zoom, image.Height);
     if (across.m_Covers.empty() || down.m_Covers.empty())
         return {};
     const CqDisplayProperty* display = q32GetDisplayProperty();

@@ -303,7 +303,7 @@ long long CqImageView::fnDrawNow() {
     }
     const QRgb ground = palette().color(QPalette::Mid).rgb();
     for (const QRect& rect : around)
-        q32::qt::fnFillPixels(pixels, rect, ground);
+        q32::qt::fnFillCanvas(pixels, rect, ground);
     long long count = 0;
     for (const QRect& rect : std::exchange(m_Stale, QRegion()))
         count += static_cast<long long>(rect.width()) * rect.height();

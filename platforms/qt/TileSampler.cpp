@@ -27,7 +27,7 @@ struct Span {
 };
 
 /// The image column or row under each one of a part, and the cell boundaries.
-struct SampledAxis {
+struct CellAxis {
     std::vector<std::uint32_t> m_Index;
     std::vector<std::uint32_t> m_Pairs; ///< the same, with each odd entry equal to the one before
     std::vector<Span> m_Spans;          ///< offsets into m_Index, one span per cell
@@ -39,9 +39,9 @@ struct SampledAxis {
 };
 
 /// @param keepsOne  even an image of less than half a canvas pixel has one
-SampledAxis fnMakeAxis(int first, int end, int origin, double zoom, std::uint32_t length,
-                       bool keepsOne) {
-    SampledAxis axis;
+CellAxis fnMakeCellAxis(int first, int end, int origin, double zoom, std::uint32_t length,
+                        bool keepsOne) {
+    CellAxis axis;
     while (first < end && fnSampleIndex(first, origin, zoom) < 0)
         ++first;
     axis.m_nFirst = first;
@@ -152,10 +152,10 @@ QRect fnSampleTiles(const CqImage& image, const Overview* overview, const Sample
     const QRect cut = part & canvas.rect();
     if (cut.isEmpty())
         return {};
-    const SampledAxis across = fnMakeAxis(cut.left(), cut.right() + 1, place.m_Origin.x(),
-                                          place.m_Zoom, image.Width, place.m_bKeepsOne);
-    const SampledAxis down = fnMakeAxis(cut.top(), cut.bottom() + 1, place.m_Origin.y(),
-                                        place.m_Zoom, image.Height, place.m_bKeepsOne);
+    const CellAxis across = fnMakeCellAxis(cut.left(), cut.right() + 1, place.m_Origin.x(),
+                                           place.m_Zoom, image.Width, place.m_bKeepsOne);
+    const CellAxis down = fnMakeCellAxis(cut.top(), cut.bottom() + 1, place.m_Origin.y(),
+                                         place.m_Zoom, image.Height, place.m_bKeepsOne);
     const CqDisplayProperty* display = q32GetDisplayProperty();
     const bool gamma = display && display->fnIsGammaInEffect();
     const auto stride = static_cast<std::size_t>(canvas.bytesPerLine()) / 4;
@@ -205,7 +205,7 @@ void fnScrollPixels(QImage& canvas, const QPoint& by) {
     }
 }
 
-void fnFillPixels(QImage& canvas, const QRect& part, QRgb color) {
+void fnFillCanvas(QImage& canvas, const QRect& part, QRgb color) {
     for (int y = part.top(); y <= part.bottom(); ++y)
         std::fill_n(reinterpret_cast<QRgb*>(canvas.scanLine(y)) + part.left(), part.width(),
                     color | kOpaque);

@@ -37,6 +37,6 @@ QRect fnSampleTiles(const CqImage& image, const Overview* overview, const Sample
 void fnScrollPixels(QImage& canvas, const QPoint& by);
 
 /// Fills a part, which must lie within the canvas, with a colour.
-void fnFillPixels(QImage& canvas, const QRect& part, QRgb color);
+void fnFillCanvas(QImage& canvas, const QRect& part, QRgb color);
 
 } // namespace q32::qt

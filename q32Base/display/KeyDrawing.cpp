@@ -85,8 +85,8 @@ bool fnDrawRow(CDC* dc, CqImageLine& line, const unsigned char* keys, int count,
 }
 
 /// Draws row by row. Pixels outside the mask count as key.
-bool fnDrawRows(CqImage& image, CDC* dc, const CqMergeParam& param, const KeyScan& scan,
-                const KeyPart& part) {
+bool fnDrawKeyRows(CqImage& image, CDC* dc, const CqMergeParam& param, const KeyScan& scan,
+                   const KeyPart& part) {
     CqImage* mask = param.m_eType == MERGE_MASK ? param.m_pMask : nullptr;
     CqImageLine line;
     CqImageLine maskLine;
@@ -130,7 +130,7 @@ bool CqImage::fnKeyDraw(CDC* dc, const CRect& destination, int x, int y, const C
             KeyScan scan;
             // A 4-bit image isn't scanned, deliberately: nothing of it is drawn.
             return fnMakeKey(*TileMap, param, scan) &&
-                   (BitCount == 4 || fnDrawRows(*this, dc, param, scan, part));
+                   (BitCount == 4 || fnDrawKeyRows(*this, dc, param, scan, part));
         });
     }
     q32::fnRestorePalette(*TileMap, dc);

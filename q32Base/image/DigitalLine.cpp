@@ -320,3 +320,7 @@ void DigitalLine::fnDraw(std::int32_t x0, std::int32_t y0, std::int32_t x1, std:
 }
 
 } // namespace q32
+
+void CqImage::fnDrawLine(int x0, int y0, int x1, int y1, const CqColor& color, bool) {
+    q32::DigitalLine(*this, color).fnDraw(x0, y0, x1, y1);
+}

@@ -8,6 +8,7 @@
 #include "q32Base/pixels/Nibbles_p.h"
 #include "q32Base/pixels/PixelFormat_p.h"
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 
@@ -66,6 +67,16 @@ inline unsigned int fnPackFill(const CqTileMap& map, const CqColor& color,
     const unsigned int index = fnPaletteIndex(map, color);
     bytes[0] = static_cast<unsigned char>(format.m_nBytes != 0 ? index : index << 4 | index);
     return 1;
+}
+
+/// Sets all pixels of an image. They are one run, since tiles follow each other without gaps.
+/// Raises the memory exception where pixels of it were lost.
+inline void fnFillAll(CqTileMap& map, const CqColor& color) {
+    unsigned char pixel[4];
+    const unsigned int bytes = fnPackFill(map, color, pixel);
+    assert(map.BufferSize % bytes == 0);
+    fnFillPixels(map.PixelBuffer, pixel, bytes, map.BufferSize / bytes);
+    map.fnRequirePixels();
 }
 
 } // namespace q32

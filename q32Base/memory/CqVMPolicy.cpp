@@ -3,6 +3,7 @@
 #include "q32Base/framework/DiskSpace_p.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/PathRules_p.h"
+#include "q32Base/memory/CqVMPolicy_p.h"
 #include "q32Base/platform/CqPlatform.h"
 #include "q32Base/settings/Settings_p.h"
 
@@ -12,6 +13,8 @@
 #include <string>
 
 namespace {
+
+CqVMPolicy* thePolicy = nullptr; ///< in force
 
 std::uint32_t fnPhysicalBytes() {
     return static_cast<std::uint32_t>(q32::fnPlatform().m_pMemory->fnGetPhysicalBytes());
@@ -257,4 +260,12 @@ void CqVMPolicy::fnForgetScratchFile(const CString& name) {
         }
     }
     assert(false && "a scratch file that was never noted");
+}
+
+CqVMPolicy* q32GetVMPolicy() {
+    return thePolicy;
+}
+
+void q32::fnSetVMPolicy(CqVMPolicy* policy) {
+    thePolicy = policy;
 }

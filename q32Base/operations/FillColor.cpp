@@ -4,17 +4,7 @@
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/operations/TilePieces_p.h"
 
-#include <cassert>
-
 namespace {
-
-/// The block is filled as one run, since tiles follow each other without gaps.
-void fnFillAll(CqTileMap& map, const CqColor& color) {
-    unsigned char pixel[4];
-    const unsigned int bytes = q32::fnPackFill(map, color, pixel);
-    assert(map.BufferSize % bytes == 0);
-    q32::fnFillPixels(map.PixelBuffer, pixel, bytes, map.BufferSize / bytes);
-}
 
 /// The rectangle lies inside the image.
 void fnFillRect(CqTileMap& map, const CqColor& color, const CRect& rect) {
@@ -71,10 +61,8 @@ void CqImage::fnFill(const CqColor& color, const CRect* rect, bool draw) {
             fnShow(*this, inside);
         return TileMap->fnRequirePixels();
     }
-    if (!draw) {
-        fnFillAll(*TileMap, color);
-        return TileMap->fnRequirePixels();
-    }
+    if (!draw)
+        return q32::fnFillAll(*TileMap, color);
     unsigned char pixel[4];
     const unsigned int bytes = q32::fnPackFill(*TileMap, color, pixel);
     CqImageTile tile(true);

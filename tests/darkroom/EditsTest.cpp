@@ -1,7 +1,7 @@
 // Edits succeed completely or change nothing, whatever the operation.
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Filters.h"
 #include "examples/darkroom/model/Merge.h"
-#include "examples/darkroom/model/Pictures.h"
 #include "tests/darkroom/PictureTools.h"
 #include "tests/support/AttachedTest.h"
 

@@ -1,6 +1,6 @@
 # Installs a build into SCRATCH/prefix, then configures, builds and runs the host against it.
 #   SOURCE, SCRATCH  the tree, and a folder to work in
-#   NM, GENERATOR, COMPILER, LAUNCHER, FLAGS  the tools and flags to build with
+#   NM, OBJDUMP, GENERATOR, COMPILER, LAUNCHER, FLAGS  the tools and flags to build with
 #   PLUGINS          whether a shared build has the plug-ins
 #   ABSENT           libraries on record that this system can't build, separated by commas
 #   PROTECTED        whether its libraries must have the compiler's protections
@@ -29,11 +29,12 @@ if(NOT BUILD)
 endif()
 run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${SCRATCH}/prefix")
 
-# Only the scripted world's own back end may hold its code.
-file(GLOB libraries "${SCRATCH}/prefix/lib*/libq32Base-*")
-list(FILTER libraries EXCLUDE REGEX "-headless")
-list(JOIN libraries "," libraries)
-run("${CMAKE_COMMAND}" "-DNM=${NM}" "-DFILES=${libraries}" -P "${SOURCE}/tests/package/NoHeadless.cmake")
+# Of all that is installed, only the scripted world's own back end may hold or need its code.
+file(GLOB products "${SCRATCH}/prefix/lib*/libq32Base*" "${SCRATCH}/prefix/bin/*")
+list(FILTER products EXCLUDE REGEX "-headless")
+list(JOIN products "," products)
+run("${CMAKE_COMMAND}" "-DNM=${NM}" "-DOBJDUMP=${OBJDUMP}" "-DFILES=${products}"
+    -P "${SOURCE}/tests/package/NoHeadless.cmake")
 
 if(PROTECTED)
     file(GLOB libraries "${SCRATCH}/prefix/lib*/libq32Base*.so")

@@ -1,8 +1,8 @@
 #include "examples/darkroom/model/Document.h"
 
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/FileExtras.h"
 #include "examples/darkroom/model/Merge.h"
-#include "examples/darkroom/model/Pictures.h"
 #include "examples/darkroom/model/Progress.h"
 #include "examples/darkroom/model/Room.h"
 #include "q32Base/services/CqProgressDisplay.h"
@@ -59,7 +59,7 @@ void Document::SetModifiedFlag(bool modified) {
     m_bModified = modified;
 }
 
-void Document::fnTell() const {
+void Document::fnNotify() const {
     if (m_Changed)
         fnGuard([&] {
             m_Changed();
@@ -75,7 +75,7 @@ void Document::fnReset(std::string path, bool reduced) {
     m_bModified = false;
     m_Touched.reset();
     fnDropSelection();
-    fnTell();
+    fnNotify();
 }
 
 Outcome Document::fnOpen(const std::string& path, CqProgressDisplay* progress) {
@@ -114,7 +114,7 @@ Outcome Document::fnSave(const std::string& path, CqProgressDisplay* progress) {
             m_bReduced = false;
             m_nSavedState = m_nState;
             m_bModified = false;
-            fnTell();
+            fnNotify();
         }
         return outcome;
     });
@@ -154,7 +154,7 @@ bool Document::fnDropStep() {
 
 Outcome Document::fnDo(const Change& change, const Edit& edit, CqProgressDisplay* progress) {
     Outcome outcome = fnWithRoom([&] { return fnTry(change, edit, progress); });
-    fnTell();
+    fnNotify();
     return outcome;
 }
 
@@ -324,12 +324,12 @@ void Document::fnTravel(bool back) {
     });
     if (!outcome.fnIsDone())
         q32ShowMsg(MESSAGE_NO_MEMORY, nullptr, nullptr, nullptr, 0);
-    fnTell();
+    fnNotify();
 }
 
 bool Document::fnSetLevels(unsigned int levels) {
     const bool changed = m_Undo.fnSetLevels(levels);
-    fnTell();
+    fnNotify();
     return changed;
 }
 

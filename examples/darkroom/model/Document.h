@@ -187,7 +187,7 @@ private:
     }
     void fnTravel(bool back);
     void fnReset(std::string path, bool reduced);
-    void fnTell() const;
+    void fnNotify() const;
     /// Drops the step farthest from the present state if space is short. False otherwise.
     bool fnDropStep();
     Outcome fnDo(const Change& change, const Edit& edit, CqProgressDisplay* progress);

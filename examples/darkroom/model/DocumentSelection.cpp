@@ -29,7 +29,7 @@ Outcome Document::fnReplaceSelection(Make&& make, CqProgressDisplay* progress) {
         return Outcome();
     });
     ++m_nSelectionSerial;
-    fnTell();
+    fnNotify();
     return outcome;
 }
 
@@ -111,7 +111,7 @@ void Document::fnSelectNone() {
         fnKeepFormer();
     m_Selection.reset();
     ++m_nSelectionSerial;
-    fnTell();
+    fnNotify();
 }
 
 void Document::fnKeepFormer() noexcept {
@@ -132,7 +132,7 @@ void Document::fnTravelSelection(Selections& from, Selections& to) {
     if (!moved)
         q32ShowMsg(MESSAGE_NO_MEMORY, nullptr, nullptr, nullptr, 0);
     ++m_nSelectionSerial;
-    fnTell();
+    fnNotify();
 }
 
 void Document::fnForgetSelections() noexcept {

@@ -1,6 +1,6 @@
 #include "examples/darkroom/model/Merge.h"
 
-#include "examples/darkroom/model/Pictures.h"
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Shapes.h"
 #include "q32Base/image/CqImage.h"
 

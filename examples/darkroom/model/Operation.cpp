@@ -1,7 +1,7 @@
 #include "examples/darkroom/model/Operation.h"
 
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Filters.h"
-#include "examples/darkroom/model/Pictures.h"
 #include "q32Base/image/CqImage.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "examples/darkroom/model/Step.h"
 
-#include "examples/darkroom/model/Pictures.h"
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Progress.h"
 
 #include <algorithm>

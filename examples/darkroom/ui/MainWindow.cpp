@@ -1,6 +1,6 @@
 #include "examples/darkroom/ui/MainWindow.h"
 
-#include "examples/darkroom/model/Pictures.h"
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/ui/Actions.h"
 #include "examples/darkroom/ui/FailureText.h"
 #include "examples/darkroom/ui/SoundPanel.h"

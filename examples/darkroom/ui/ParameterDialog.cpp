@@ -200,7 +200,7 @@ void ParameterDialog::fnOnValue() {
     if (m_pBytes)
         q32::fnTryMemory([&] {
             const CqImage& image = fnGetView().fnGetDocument().fnGetImage();
-            m_pBytes->fnTell(fnFindPlacement(m_Operation, image, fnGetValues()).m_Size,
+            m_pBytes->fnShow(fnFindPlacement(m_Operation, image, fnGetValues()).m_Size,
                              image.BitCount);
         });
     fnChanged();

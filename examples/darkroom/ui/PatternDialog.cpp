@@ -1,6 +1,6 @@
 #include "examples/darkroom/ui/PatternDialog.h"
 
-#include "examples/darkroom/model/Pictures.h"
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/ui/PartPreview.h"
 #include "q32Base/framework/Memory.h"
 

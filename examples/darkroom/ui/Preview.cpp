@@ -1,7 +1,7 @@
 #include "examples/darkroom/ui/Preview.h"
 
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Document.h"
-#include "examples/darkroom/model/Pictures.h"
 #include "examples/darkroom/ui/PictureView.h"
 #include "examples/darkroom/ui/PixelProbe.h"
 #include "examples/darkroom/ui/Placement.h"

@@ -1,4 +1,4 @@
-#include "tools/q32/Values.h"
+#include "tools/q32/Words.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "examples/terminal/Keys.h"
+#include "tools/terminal/Keys.h"
 
 #include <poll.h>
 #include <unistd.h>

@@ -4,7 +4,7 @@
 #include <unistd.h>
 #include <utility>
 
-namespace q32::posix {
+namespace q32 {
 
 /// Repeats `call` for as long as a signal interrupts it, and returns its result.
 template <typename Call>
@@ -48,4 +48,4 @@ private:
     int m_nFd = -1;
 };
 
-} // namespace q32::posix
+} // namespace q32

@@ -1,4 +1,4 @@
-#include "examples/darkroom/model/Pictures.h"
+#include "examples/darkroom/model/Bands.h"
 
 #include "q32Base/image/CqImage.h"
 

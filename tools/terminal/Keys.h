@@ -1,6 +1,6 @@
 #pragma once
 
-#include "examples/terminal/TerminalMode.h"
+#include "tools/terminal/TerminalMode.h"
 
 #include <string>
 

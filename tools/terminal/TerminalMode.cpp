@@ -1,4 +1,4 @@
-#include "examples/terminal/TerminalMode.h"
+#include "tools/terminal/TerminalMode.h"
 
 #include <csignal>
 #include <initializer_list>

@@ -1,4 +1,4 @@
-#include "examples/sound/Oscillogram.h"
+#include "examples/sound/WholeOscillogram.h"
 
 #include "tests/support/AttachedTest.h"
 
@@ -8,7 +8,7 @@
 
 namespace {
 
-class Oscillogram : public AttachedTest {
+class WholeOscillogram : public AttachedTest {
 protected:
     /// A sound of two channels, each of which has one value throughout.
     static void fnFill(CqWave& wave, std::uint32_t frames) {
@@ -34,7 +34,7 @@ protected:
 
 } // namespace
 
-TEST_F(Oscillogram, EachColumnShowsWholeFramesWhateverTheLength) {
+TEST_F(WholeOscillogram, EachColumnShowsWholeFramesWhateverTheLength) {
     for (const std::uint32_t frames : {320u, 321u, 333u, 479u, 481u, 999u, 12345u, 100u, 7u, 1u}) {
         CqWave wave;
         fnFill(wave, frames);
@@ -55,7 +55,7 @@ TEST_F(Oscillogram, EachColumnShowsWholeFramesWhateverTheLength) {
     EXPECT_GT(fnCountColumns(image), 2u);
 }
 
-TEST_F(Oscillogram, TheEndOfASoundIsShownWhateverItsLength) {
+TEST_F(WholeOscillogram, TheEndOfASoundIsShownWhateverItsLength) {
     for (const std::uint32_t frames : {321u, 479u, 639u, 999u, 12345u, 7u}) {
         CqWave wave;
         fnFill(wave, frames);
@@ -76,7 +76,7 @@ TEST_F(Oscillogram, TheEndOfASoundIsShownWhateverItsLength) {
     }
 }
 
-TEST_F(Oscillogram, ASoundWithoutFramesIsDrawnAsBackground) {
+TEST_F(WholeOscillogram, ASoundWithoutFramesIsDrawnAsBackground) {
     CqImage image(32, 12, 24, nullptr, 0);
     fnDrawOscillogram(CqWave(), image);
     EXPECT_EQ(fnCountColumns(image), 1u);
