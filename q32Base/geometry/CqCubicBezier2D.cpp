@@ -198,6 +198,7 @@ void CqCubicBezier2D::fnRasterize(CqImage& image, const CqColor& color) {
                        parts.fnAdd();
                        q32::fnDrawSegment(line, part[0], part[3]);
                    });
+    line.fnRequirePixels();
 }
 
 void CqCubicBezier2D::fnSerialize(CArchive& ar) {

@@ -300,6 +300,11 @@ DigitalLine::DigitalLine(CqImage& image, const CqColor& color) : m_pMap(image.Ti
         fnWritePixel(*m_pMap, m_Pixel, true, color);
 }
 
+void DigitalLine::fnRequirePixels() const {
+    if (m_pMap)
+        m_pMap->fnRequirePixels();
+}
+
 void DigitalLine::fnDraw(std::int32_t x0, std::int32_t y0, std::int32_t x1, std::int32_t y1) const {
     if (!m_pMap)
         return;

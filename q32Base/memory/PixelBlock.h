@@ -47,6 +47,11 @@ public:
     /// How often bytes of a block on disk were lost and became zeros, because the disk could not
     /// supply them any more. Counted where the scratch service survives that, else 0.
     std::uint32_t fnCountLosses() const noexcept;
+    /// Whether bytes were lost since this was last asked. So a loss is reported once, and what is
+    /// left of the block can still be read.
+    bool fnHasNewLosses() const noexcept;
+    /// Raises the memory exception for such a loss, at the end of an operation.
+    void fnRequireBytes() const;
 
 private:
     void fnSwap(PixelBlock& other) noexcept;
@@ -57,6 +62,7 @@ private:
     CqFileHandle m_File = kNoFile;
     CqMappingHandle m_Mapping = kNoMapping;
     CString m_strFileName;
+    mutable std::uint32_t m_nLosses = 0; ///< those reported
 };
 
 } // namespace q32

@@ -80,4 +80,5 @@ void CqWave::fnRasterize(CqImage& image, unsigned long nStart, unsigned long nLe
                 drawing.fnDraw(t, sample, full, drawing.m_nBand, across);
         }
     }
+    m_Block.fnRequireBytes();
 }
