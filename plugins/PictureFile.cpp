@@ -124,6 +124,12 @@ const char* q32GetPictureLimitText(PICTURE_LIMIT limit) {
         return "The picture has more scans than this program allows.";
     case PICTURE_LIMIT_TIME:
         return "Decoding the picture takes longer than this program allows.";
+    case PICTURE_LIMIT_SOUND_STORAGE:
+        return "The sound needs more space for its samples than this program allows.";
+    case PICTURE_LIMIT_SOUND_CHUNKS:
+        return "The sound has more parts ahead of its samples than this program allows.";
+    case PICTURE_LIMIT_SOUND_TIME:
+        return "Reading the sound takes longer than this program allows.";
     case PICTURE_LIMIT_NONE:
         break;
     }

@@ -16,8 +16,10 @@ namespace q32 {
 class PictureSteps {
 public:
     /// @param milliseconds  as in CqPictureLimits
-    explicit PictureSteps(CqPictureProgress* progress, unsigned int milliseconds = 0)
-        : m_pProgress(progress), m_nMilliseconds(milliseconds) {}
+    /// @param limit         what the failure at their end names
+    explicit PictureSteps(CqPictureProgress* progress, unsigned int milliseconds = 0,
+                          PICTURE_LIMIT limit = PICTURE_LIMIT_TIME)
+        : m_pProgress(progress), m_nMilliseconds(milliseconds), m_eLimit(limit) {}
 
     /// Reports that `done` of `total` parts are complete; `total` must be above 0.
     void fnTell(std::uint64_t done, std::uint64_t total);
@@ -32,6 +34,7 @@ private:
 
     CqPictureProgress* m_pProgress;
     unsigned int m_nMilliseconds;
+    PICTURE_LIMIT m_eLimit;
     Clock::time_point m_Start = Clock::now(); ///< moved ahead by the time spent in the host
     unsigned int m_nPercent = 0;
     bool m_bReported = false; ///< since the last tick

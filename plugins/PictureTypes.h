@@ -37,7 +37,7 @@ public:
     virtual void fnOnProgress(unsigned int percent, bool& aborted) = 0;
 };
 
-/// A limit of CqPictureLimits.
+/// A limit of CqPictureLimits, or of CqWaveLimits for those of sounds.
 enum PICTURE_LIMIT : unsigned int {
     PICTURE_LIMIT_NONE,
     PICTURE_LIMIT_PIXELS,
@@ -45,7 +45,10 @@ enum PICTURE_LIMIT : unsigned int {
     PICTURE_LIMIT_EXPANSION,
     PICTURE_LIMIT_CODEC,
     PICTURE_LIMIT_SCANS,
-    PICTURE_LIMIT_TIME
+    PICTURE_LIMIT_TIME,
+    PICTURE_LIMIT_SOUND_STORAGE,
+    PICTURE_LIMIT_SOUND_CHUNKS,
+    PICTURE_LIMIT_SOUND_TIME
 };
 
 /// What reading one file may take. A file that needs more is refused, if its headers show that,
@@ -61,7 +64,8 @@ struct CqPictureLimits {
     /// Tiles of so many bytes may come from a file of any length.
     std::uint64_t m_nSmallBytes = std::uint64_t{1} << 30;
     /// Memory of the decoder, apart from the image: the coefficients of a progressive JPEG, the
-    /// rows of a PNG, a tile or strip and the tables of a TIFF, the data of a run-length coded BMP.
+    /// rows of a PNG or BMP, a tile or strip and the tables of a TIFF, the window of its Zstandard
+    /// coding (129 MiB), the data of a run-length coded BMP.
     std::uint64_t m_nCodecBytes = std::uint64_t{1} << 30;
     /// Decoded bytes of a title. A longer one is left out; the result then has `m_bReduced`.
     std::uint64_t m_nTextBytes = std::uint64_t{1} << 20;
@@ -106,7 +110,7 @@ struct Q32_API CqPictureResult {
     /// Which of these it holds: bits of PICTURE_PART; 0 unless `m_bReduced`.
     unsigned int m_nParts = 0;
     /// The limit that refused the file. The message is then -1 for memory (pixels, storage, codec),
-    /// -6 for what no ordinary encoder writes (expansion, scans), and -4 for the time.
+    /// -6 for what no ordinary encoder writes (expansion, scans, chunks), and -4 for the time.
     PICTURE_LIMIT m_eLimit = PICTURE_LIMIT_NONE;
     /// The picture's width and height were divided by this while it was decoded, to suit the box of
     /// the limits: 1, 2, 4 or 8. The image's resolution is still that of the file.

@@ -43,10 +43,9 @@ CheckedSize fnSampleBytes(CheckedSize width, const TiffLayout& layout) {
 /// Reads the pixels of one picture, by rows or tiles as its layout requires.
 class TiffReader {
 public:
-    /// @param tagBytes  memory that libtiff has taken
-    TiffReader(TiffHandle& file, const TiffLayout& layout, PictureTarget& target,
-               std::uint64_t tagBytes)
-        : m_File(file), m_Layout(layout), m_Target(target), m_nTaken(tagBytes), m_Samples(layout) {}
+    /// @param taken  memory that libtiff takes for the tags and the decoder
+    TiffReader(TiffHandle& file, const TiffLayout& layout, PictureTarget& target, CheckedSize taken)
+        : m_File(file), m_Layout(layout), m_Target(target), m_nTaken(taken), m_Samples(layout) {}
 
     void fnRead() {
         if (m_Layout.m_eKind == TIFF_OTHER)
@@ -154,6 +153,9 @@ void TiffReader::fnReadTiles() {
 void TiffReader::fnReadConverted() {
     const std::uint32_t width = m_Layout.m_nWidth;
     const std::uint32_t band = std::min(m_Layout.m_nTileHeight, m_Layout.m_nHeight);
+    // libtiff decodes the same part in the file's own depth, all planes of it at a time.
+    const CheckedSize decoded(m_Layout.m_bTiled ? TIFFTileSize64(m_File) : TIFFStripSize64(m_File));
+    m_nTaken = m_nTaken + decoded * (m_Layout.m_bSeparate ? m_Layout.m_nSamples : 1u);
     const Bytes raster = fnMakePart(CheckedSize(width) * band * sizeof(std::uint32_t), 0);
     const Bytes row = fnMakePart(CheckedSize(width) * 3, 0);
     char reason[1024] = {};
@@ -215,6 +217,38 @@ void fnAllocImage(TIFF* file, const TiffLayout& layout, PictureTarget& target) {
         count = 256;
     }
     target.fnAlloc(layout.m_nWidth, layout.m_nHeight, layout.fnBitCount(), colors, count);
+}
+
+/// Memory of the decoder itself, which libtiff doesn't count. Throws for one that takes as much as
+/// the coded data demands (LZMA, WebP, LERC, JBIG), and for unknown ones.
+std::uint64_t fnFindDecoderBytes(TIFF* file) {
+    /// The largest window that the library for Zstandard accepts, and its buffers.
+    constexpr std::uint64_t kZstdBytes = (std::uint64_t{128} << 20) + (1u << 20);
+    std::uint16_t compression = COMPRESSION_NONE;
+    TIFFGetFieldDefaulted(file, TIFFTAG_COMPRESSION, &compression);
+    switch (compression) {
+    case COMPRESSION_NONE:
+    case COMPRESSION_CCITTRLE:
+    case COMPRESSION_CCITTRLEW:
+    case COMPRESSION_CCITTFAX3:
+    case COMPRESSION_CCITTFAX4:
+    case COMPRESSION_LZW:
+    case COMPRESSION_OJPEG:
+    case COMPRESSION_JPEG:
+    case COMPRESSION_DEFLATE:
+    case COMPRESSION_ADOBE_DEFLATE:
+    case COMPRESSION_PACKBITS:
+    case COMPRESSION_NEXT:
+    case COMPRESSION_THUNDERSCAN:
+    case COMPRESSION_PIXARLOG:
+    case COMPRESSION_SGILOG:
+    case COMPRESSION_SGILOG24:
+        return 0;
+    case COMPRESSION_ZSTD:
+        return kZstdBytes;
+    default:
+        throw CodecFailure{MESSAGE_UNSUPPORTED};
+    }
 }
 
 /// Checks all that is decoded, also what tiles hold beyond the edges of the picture.
@@ -315,6 +349,8 @@ void fnReadTiff(CodecInput& input, PictureTarget& target) {
     const TiffTags tags(input, limits.m_nTextBytes);
     target.fnCheckCodecBytes(tags.fnGetBytes());
     TiffHandle file(input, tags, limits.m_nCodecBytes);
+    const CheckedSize taken = CheckedSize(tags.fnGetBytes()) + fnFindDecoderBytes(file);
+    target.fnCheckCodecBytes(taken);
     const TiffLayout layout = fnReadLayout(file);
     fnCheckRoom(file, layout, input.fnGetLength());
     fnCheckTaken(file, tags, layout);
@@ -325,7 +361,7 @@ void fnReadTiff(CodecInput& input, PictureTarget& target) {
     if (file.fnHasGuessed())
         target.fnNoteReduced(PICTURE_PART_OTHER);
     file.fnWatchWarnings();
-    TiffReader(file, layout, target, tags.fnGetBytes()).fnRead();
+    TiffReader(file, layout, target, taken).fnRead();
     if (file.fnHasWarned() || input.fnHasFailed())
         file.fnFail();
     file.fnCheckMemory();

@@ -63,7 +63,6 @@ constexpr std::uint16_t kNeeded[] = {
     TIFFTAG_DATATYPE,
     TIFFTAG_IMAGEDEPTH,
     TIFFTAG_TILEDEPTH,
-    TIFFTAG_LERC_PARAMETERS,
 };
 
 static_assert(std::is_sorted(std::begin(kNeeded), std::end(kNeeded)));
