@@ -1,0 +1,99 @@
+"""Prints the share of branches that the tests take, room by room, and compares what the core misses with a list.
+
+coverage.py <export of llvm-cov> <list> [--missing]
+
+A line of the list is a file, a condition as it stands in the source, which way it never goes, and why:
+
+    q32Base/memory/CqVMPolicy.cpp | !DiskPaths[i][0] | false | why
+
+The lines of a condition are joined by single spaces. One line stands for all equal conditions of a file. Empty lines, and
+those that begin with #, are ignored.
+"""
+
+import json
+import os
+import sys
+
+ROOMS = ("q32Base/", "platforms/posix/", "plugins/")
+CORE = "q32Base/"
+
+
+def read_branches(path):
+    """How often each branch was taken: by file, place and way, the most that any instance of a template has."""
+    root = os.getcwd() + "/"
+    counts = {}
+    with open(path, encoding="utf-8") as file:
+        data = json.load(file)["data"]
+    for export in data:
+        for source in export["files"]:
+            name = source["filename"].removeprefix(root)
+            if not name.startswith(ROOMS):
+                continue
+            for branch in source.get("branches", []):
+                place = tuple(branch[:4])
+                for way, count in (("true", branch[4]), ("false", branch[5])):
+                    key = (name, place, way)
+                    counts[key] = max(counts.get(key, 0), count)
+    return counts
+
+
+def read_condition(lines, place):
+    first, start, last, end = place
+    if first == last:
+        return lines[first - 1][start - 1 : end - 1].strip()
+    text = [lines[first - 1][start - 1 :], *lines[first : last - 1], lines[last - 1][: end - 1]]
+    return " ".join(" ".join(text).split())
+
+
+def read_list(path):
+    explained = set()
+    with open(path, encoding="utf-8") as file:
+        for line in file:
+            if not line.strip() or line.startswith("#"):
+                continue
+            # A condition may contain a bar; the other three parts don't.
+            name, rest = line.split(" | ", 1)
+            condition, way, why = rest.rsplit(" | ", 2)
+            if not why.strip():
+                sys.exit(f"{path}: nothing explains {name}: {condition}")
+            explained.add((name.strip(), condition.strip(), way.strip()))
+    return explained
+
+
+def print_rooms(counts):
+    rooms = {}
+    for (name, _, _), count in counts.items():
+        sums = rooms.setdefault(os.path.dirname(name), [0, 0])
+        sums[0] += 1
+        sums[1] += count > 0
+    for group in ROOMS:
+        parts = [sums for room, sums in rooms.items() if (room + "/").startswith(group)]
+        rooms[group + " in all"] = [sum(part) for part in zip(*parts)] if parts else [0, 0]
+    for room, (every, taken) in sorted(rooms.items()):
+        share = 100 * taken / every if every else 100
+        print(f"{room:32} {taken:5} of {every:5} branches {share:6.2f} %")
+
+
+def main():
+    counts = read_branches(sys.argv[1])
+    explained = read_list(sys.argv[2])
+    print_rooms(counts)
+    sources = {}
+    missing = set()
+    for name, place, way in sorted(key for key, count in counts.items() if count == 0):
+        if name not in sources:
+            with open(name, encoding="utf-8") as file:
+                sources[name] = file.read().split("\n")
+        condition = read_condition(sources[name], place)
+        missing.add((name, condition, way))
+        unexplained = name.startswith(CORE) and (name, condition, way) not in explained
+        if unexplained or "--missing" in sys.argv:
+            print(f"{name}:{place[0]}: {condition}: never {way}" + (" (not explained)" if unexplained else ""))
+    core = {entry for entry in missing if entry[0].startswith(CORE)}
+    for name, condition, way in sorted(explained - missing):
+        print(f"{name}: {condition}: explained, but taken or gone: {way}")
+    return 1 if core != explained else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
