@@ -1,4 +1,5 @@
 #include "q32Base/image/CqImage.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/sound/CqWave.h"
 
 #include <algorithm>
@@ -81,4 +82,5 @@ void CqWave::fnRasterize(CqImage& image, unsigned long nStart, unsigned long nLe
         }
     }
     m_Block.fnRequireBytes();
+    image.TileMap->fnRequirePixels();
 }

@@ -202,6 +202,10 @@ TEST(PosixLostPixels, EachOperationReportsTheLossAndKeepsTheOldStorage) {
                  curve.fnRasterize(image, CqColor(1, 1, 1, 255));
              },
              [](CqImage& image) { CqConvMask(image, 3, -1).fnGotoNextLine(); },
+             [](CqImage& image) {
+                 const CqWave sound(1, 8, 8000, 10, true);
+                 sound.fnRasterize(image, 0, 10, false, false);
+             },
              [](CqImage& image) { ::operator delete(static_cast<BITMAPINFOHEADER*>(image)); }}) {
         EXPECT_EQ(fnWithGuardedImage([&](CqImage& image) -> std::string {
                       CqImage small(3, 3, 24, nullptr, 0);
