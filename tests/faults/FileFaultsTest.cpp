@@ -1,54 +1,17 @@
 /// @file
 /// Picture and sound files, read and written with each call of the system failing in turn.
 
-#include "plugins/CqPictureCodec.h"
 #include "plugins/PictureFile.h"
 #include "plugins/WaveFile.h"
 #include "tests/faults/FaultTest.h"
 #include "tests/plugins/CodecFiles.h"
+#include "tests/plugins/PlainCodec.h"
 
-#include <cstring>
 #include <optional>
 #include <vector>
 
 namespace q32::test {
 namespace {
-
-constexpr auto kPlain = static_cast<PICTURE_FORMAT>(PICTURE_OF_HOST);
-
-/// "PLAIN", width and height in a byte each, then rows of red, green, blue.
-class PlainCodec : public CqPictureCodec {
-public:
-    CqPictureFormat fnGetFormat() const noexcept override {
-        return {kPlain, "Plain", "pln", true, false};
-    }
-    bool fnKnows(const unsigned char* head, std::size_t count) const noexcept override {
-        return count >= 5 && std::memcmp(head, "PLAIN", 5) == 0;
-    }
-    bool fnRead(CqPictureReader& reader) const override {
-        unsigned char head[7];
-        if (!reader.fnRead(head, sizeof head) || !reader.fnCheckMemory(head[5] * 3u) ||
-            !reader.fnAlloc(head[5], head[6], 24) || !reader.fnSetTitle("a title"))
-            return false;
-        std::vector<unsigned char> row(head[5] * 3u);
-        for (unsigned int y = 0; y < head[6]; ++y)
-            if (!reader.fnRead(row.data(), row.size()) ||
-                !reader.fnWriteRow(y, row.data(), PIXEL_RGB24))
-                return false;
-        return true;
-    }
-    bool fnWrite(CqPictureWriter& writer) const override {
-        const CqImage& image = writer.fnGetImage();
-        const unsigned char sizes[] = {static_cast<unsigned char>(image.Width),
-                                       static_cast<unsigned char>(image.Height)};
-        std::vector<unsigned char> row(image.Width * std::size_t{3});
-        bool done = writer.fnWrite("PLAIN", 5) && writer.fnWrite(sizes, 2);
-        for (unsigned int y = 0; y < image.Height && done; ++y)
-            done = writer.fnReadRow(y, row.data(), PIXEL_RGB24) &&
-                   writer.fnWrite(row.data(), row.size());
-        return done;
-    }
-};
 
 struct Kind {
     const char* m_szName;
