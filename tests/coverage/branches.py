@@ -7,7 +7,7 @@ A line of the list is a file, a condition as it stands in the source, which way 
     q32Base/memory/CqVMPolicy.cpp | !DiskPaths[i][0] | false | why
 
 The lines of a condition are joined by single spaces. One line stands for all equal conditions of a file. Empty lines, and
-those that begin with #, are ignored. Branches of macros, such as assert, aren't counted.
+those that begin with #, are ignored. Branches of macros, such as assert, and those that the compiler decides (if constexpr) aren't counted.
 """
 
 import json
@@ -29,12 +29,23 @@ def read_branches(path):
         name = source["filename"].removeprefix(root)
         if not name.startswith((CORE, *OTHERS)):
             continue
+        with open(name, encoding="utf-8") as file:
+            lines = file.read().split("\n")
         for branch in source.get("branches", []):
             place = tuple(branch[:4])
+            if is_constant(lines, place):
+                continue
             for way, count in (("true", branch[4]), ("false", branch[5])):
                 key = (name, place, way)
                 counts[key] = max(counts.get(key, 0), count)
     return counts
+
+
+def is_constant(lines, place):
+    """Whether the compiler decides: a condition of `if constexpr`, which may go on over two lines."""
+    first, start, _, _ = place
+    before = lines[first - 2] + lines[first - 1][: start - 1]
+    return "if constexpr" in before.rsplit(";", 1)[-1]
 
 
 def read_condition(lines, place):
