@@ -6,7 +6,6 @@
 #include "tests/operations/PlainImage.h"
 
 #include <functional>
-#include <string>
 #include <vector>
 
 namespace q32::test {
@@ -155,6 +154,14 @@ inline std::vector<ParallelOperation> fnGetParallelOperations() {
              const CRect part(0, 0, 100, 60);
              image.fnCopyBlock(image, &part, 20, 30);
          })},
+        {"to a bitmap and back",
+         [](Image& image, Image&, Mask&, Progress*) -> Rows {
+             BITMAPINFOHEADER* const bitmap = image;
+             Image copy;
+             copy = bitmap;
+             ::operator delete(bitmap);
+             return fnRows(copy);
+         }},
         {"histogram",
          [](Image& image, Image&, Mask& mask, Progress* progress) -> Rows {
              CqHistogram all;
