@@ -274,6 +274,7 @@ ContractBackEnd fnDesktop(const std::string& name, std::set<CONTRACT> contracts,
                 CqQtOptions options;
                 options.m_Posix.m_szConfigDirectory = folder->path().toStdString() + "/config";
                 options.m_Posix.m_szLocale = "C.UTF-8";
+                options.m_Posix.m_nConcurrency = 5;
                 options.m_nBits = bits;
                 const auto windows = q32QtWindows();
                 ContractWorld made;
@@ -296,7 +297,7 @@ ContractBackEnd fnDesktop(const std::string& name, std::set<CONTRACT> contracts,
 } // namespace
 
 std::vector<ContractBackEnd> fnGetBackEnds() {
-    return {
+    std::vector<ContractBackEnd> all = {
         fnDesktop("Desktop",
                   {CONTRACT::MEMORY, CONTRACT::SCRATCH, CONTRACT::FILES, CONTRACT::LOCALE,
                    CONTRACT::SCREEN, CONTRACT::REGIONS, CONTRACT::PALETTES, CONTRACT::BOXES,
@@ -304,6 +305,10 @@ std::vector<ContractBackEnd> fnGetBackEnds() {
                   0, false),
         fnDesktop("Bits8Over", {CONTRACT::SCREEN, CONTRACT::REGIONS, CONTRACT::PALETTES}, 8, true),
         fnDesktop("Bits16", {CONTRACT::SCREEN, CONTRACT::REGIONS, CONTRACT::PALETTES}, 16, false)};
+    // The threads of the POSIX back end, if it was built with any.
+    if (all[0].m_Make().m_Platform.m_pWork)
+        all[0].m_Contracts.insert(CONTRACT::WORK);
+    return all;
 }
 
 std::set<CONTRACT> fnGetOmittedContracts() {
