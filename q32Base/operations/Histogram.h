@@ -24,7 +24,8 @@ struct CqHistogram {
 ///
 /// Returns false, with `histogram` unchanged, after an abort, for an image without storage, and for
 /// a mask that isn't 8 bits deep. Allocates nothing if one thread does it. Raises the memory
-/// exception, also for lost pixels of a scratch file. Called from the thread that uses the image and the mask.
+/// exception, also for lost pixels of a scratch file. Called from the thread that uses the image
+/// and the mask.
 /// @param rect      clipped to the image; null: all of it
 /// @param mask      counts only pixels whose weight is 128 or more; in the image's coordinates.
 ///                  Null: all pixels
