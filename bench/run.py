@@ -42,7 +42,7 @@ def programs(folder, names):
     found = [path for path in sorted([*folder.glob("*Bench"), *folder.glob("peers/*Peer")])
              if os.access(path, os.X_OK)]
     return [path for path in found
-            if path.name in names or (not names and path.name not in ("KernelsBench", "WalkBench"))]
+            if path.name in names or (not names and path.name not in ("KernelsBench", "WalkBench", "WorkBench"))]
 
 
 def count_real_time(row):
