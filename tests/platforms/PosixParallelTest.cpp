@@ -112,7 +112,7 @@ TEST_F(PosixParallelTest, TwoThreadsOfAHostShareThem) {
 }
 
 TEST_F(PosixParallelTest, APieceMayRunOperations) {
-    constexpr std::uint32_t kPieces = 6;
+    constexpr std::uint32_t kPieces = 3;
     std::vector<std::unique_ptr<ParallelCase>> images;
     std::vector<std::vector<ParallelResult>> expected;
     for (std::uint32_t i = 0; i < kPieces; ++i) {
