@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <numeric>
@@ -177,7 +179,7 @@ TEST_F(ParallelTest, TheMemoryExceptionOfAPieceIsThatOfTheCaller) {
 TEST_F(ParallelTest, EachWorkerHasItsOwnStateAndBytes) {
     const Parallel parallel(100, 1.0);
     ASSERT_EQ(parallel.fnGetWorkers(), 4u);
-    PerWorker<std::vector<int>> states(parallel, 3);
+    PerWorker<std::vector<int>> states(parallel, std::size_t{3});
     const WorkerBytes bytes(parallel, 10);
     for (std::uint32_t i = 0; i < 4; ++i) {
         states[i].push_back(static_cast<int>(i));

@@ -6,6 +6,7 @@
 #include "tests/operations/PlainImage.h"
 
 #include <functional>
+#include <memory>
 #include <vector>
 
 namespace q32::test {
@@ -160,10 +161,10 @@ inline std::vector<ParallelOperation> fnGetParallelOperations() {
          })},
         {"to a bitmap and back",
          [](Image& image, Image&, Mask&, Progress*) -> Rows {
-             BITMAPINFOHEADER* const bitmap = image;
+             const std::unique_ptr<BITMAPINFOHEADER, void (*)(BITMAPINFOHEADER*)> bitmap(
+                 image, [](BITMAPINFOHEADER* block) { ::operator delete(block); });
              Image copy;
-             copy = bitmap;
-             ::operator delete(bitmap);
+             copy = bitmap.get();
              return fnRows(copy);
          }},
         {"histogram",
