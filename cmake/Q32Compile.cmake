@@ -50,7 +50,7 @@ function(q32_sources target)
         elseif(file MATCHES "_avx512\\.cpp$")
             set_source_files_properties("${CMAKE_CURRENT_SOURCE_DIR}/${file}"
                 TARGET_DIRECTORY ${target} PROPERTIES
-                COMPILE_OPTIONS "-mavx512f;-mavx512bw;-mavx512vl;-mavx512dq;-mavx512vbmi;${q32_vector_options}"
+                COMPILE_OPTIONS "-mavx512f;-mavx512bw;-mavx512vl;-mavx512dq;-mavx512vbmi;-mavx512vnni;${q32_vector_options}"
                 SKIP_PRECOMPILE_HEADERS ON)
         endif()
     endforeach()

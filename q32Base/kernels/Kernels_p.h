@@ -9,7 +9,7 @@ namespace q32 {
 enum class KernelLevel {
     SCALAR, ///< plain C++, on every machine; the reference for the others
     AVX2,   ///< with FMA
-    AVX512, ///< F, BW, VL, DQ and VBMI together
+    AVX512, ///< F, BW, VL, DQ, VBMI and VNNI together
 };
 
 // Rules common to all kernels.
@@ -129,6 +129,29 @@ using ConvolveRowsFixedRun = void (*)(const std::uint8_t* const* rows, const Con
 using ConvolveLanesFixedRun = void (*)(const std::uint8_t* lanes, std::int32_t first,
                                        const ContribList& list, std::uint8_t* target,
                                        std::size_t channels);
+
+// The same two sums in integers, for lists that have them. Where a level prefers these, it is for
+// speed alone.
+
+struct QuadList;
+
+/// Convolves rows as ConvolveRowsRun does. `rows[i]` are the samples of pixel `m_nLeast` + i of the
+/// list, up to its last pixel and to that of its last quad, whichever is later.
+using ConvolveQuadRowsRun = void (*)(const std::uint8_t* const* rows, const QuadList& list,
+                                     std::uint8_t* target, std::size_t count);
+
+/// Convolves kFilterLanes rows, for `count` lists that follow each other. `quads` comes from
+/// RowsToQuadsRun and begins with pixel `first`, a multiple of 4, as are the lists' first pixels of
+/// quads. Writes one block of kFilterLanes bytes per list and channel. `channels` is 1 to 4.
+using ConvolveQuadsRun = void (*)(const std::uint8_t* quads, std::int32_t first,
+                                  const QuadList* lists, std::size_t count, std::uint8_t* target,
+                                  std::size_t channels);
+
+/// Arranges `pixels` pixels of each of kFilterLanes rows in quads: for each four pixels and each of
+/// their channels, one block that has the four samples of each row next to each other. The last
+/// block is completed with 0. A row may be listed twice. `channels` is 1 to 4.
+using RowsToQuadsRun = void (*)(const std::uint8_t* const* rows, std::uint8_t* target,
+                                std::size_t pixels, std::size_t channels);
 
 /// Converts samples for ConvolveRowsRun.
 using BytesToFloatsRun = void (*)(const std::uint8_t* source, float* target, std::size_t count);
@@ -276,6 +299,10 @@ struct Kernels {
     RowsToLanesRun fnRowsToLanes;
     ReadLanesRun fnReadLanes;
     LanesToRowsRun fnLanesToRows;
+    bool m_bPrefersQuads; ///< whether the sums in quads are faster than the others
+    ConvolveQuadRowsRun fnConvolveQuadRows;
+    ConvolveQuadsRun fnConvolveQuads;
+    RowsToQuadsRun fnRowsToQuads;
 
     // Rotation: by 90 degrees, as a transposition, and by any angle.
     TransposeRun fnTranspose[4]; ///< by bytes a pixel: element 0 for one to element 3 for four

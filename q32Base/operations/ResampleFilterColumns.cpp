@@ -2,18 +2,18 @@
 #include "q32Base/kernels/ContribList_p.h"
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/memory/TileWalk_p.h"
+#include "q32Base/operations/ColumnBands_p.h"
 #include "q32Base/operations/ContribTable_p.h"
 #include "q32Base/operations/FilterChannels_p.h"
 #include "q32Base/operations/PageWalk_p.h"
 #include "q32Base/operations/ProgressRun_p.h"
+#include "q32Base/operations/QuadTable_p.h"
 #include "q32Base/operations/Resample_p.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <memory>
 #include <type_traits>
-#include <utility>
 
 namespace q32 {
 namespace {
@@ -43,8 +43,9 @@ void fnTakeSamples(const std::uint8_t* source, std::uint8_t* target, std::size_t
 template <typename Sample>
 class ColumnFilter {
 public:
-    ColumnFilter(const PixelArea& source, const PixelArea& target, const ContribTable& table)
-        : m_Source(source), m_Target(target),
+    ColumnFilter(const PixelArea& source, const PixelArea& target, const ContribTable& table,
+                 const ColumnBands& bands)
+        : m_Source(source), m_Target(target), m_Bands(bands),
           m_nChannels(fnFilterChannels(source.fnGetBytesPerPixel())), m_Table(table),
           m_nRing(fnRingRows(std::min(m_Table.fnGetCapacity(), source.fnGetHeight()))),
           m_nBlock(fnBlockColumns()),
@@ -62,30 +63,12 @@ public:
             m_pUnpacked.reset(fnNewArray<unsigned char>(samples));
     }
 
-    /// The end of the band that begins at row y: target rows of the same tiles, and for scratch
-    /// files so few that the source rows they need fit in memory.
-    std::uint32_t fnBandEnd(std::uint32_t y) const {
-        constexpr std::uint32_t kTile = CqTileMap::kMaxTileSize;
-        std::uint32_t rows = kTile;
-        if (m_Source.fnIsScratch()) {
-            const double rowBytes =
-                static_cast<double>(m_Source.fnGetWidth()) * m_Source.fnGetBytesPerPixel();
-            const double most = (kBandBytes / rowBytes - m_Table.fnGetCapacity()) *
-                                m_Target.fnGetHeight() / m_Source.fnGetHeight();
-            // Equal parts of a tile.
-            const auto parts = static_cast<std::uint32_t>(
-                std::ceil(kTile / std::clamp(std::floor(most), 1.0, double{kTile})));
-            rows = (kTile + parts - 1) / parts;
-        }
-        return std::min({m_Target.fnGetHeight() - y, kTile - y % kTile, rows}) + y;
-    }
-
     /// Filters target rows from y to before `bottom`, block by block. After each block it calls
     /// `isAborted` with the block's end column, and returns false if that returns true.
     template <typename IsAborted>
     bool fnFilter(std::uint32_t y, std::uint32_t bottom, IsAborted isAborted) {
-        const auto [top, last] = fnSourceRows(y, bottom);
-        const std::uint32_t nextTop = fnNextTop(bottom);
+        const auto [top, last] = m_Bands.fnSourceRows(y, bottom);
+        const std::uint32_t nextTop = m_Bands.fnNextTop(bottom);
         std::uint32_t end;
         for (std::uint32_t x = 0; x < m_Target.fnGetWidth(); x = end) {
             end = fnBlockEnd(x);
@@ -120,32 +103,8 @@ private:
         return m_Target.fnGetWidth() - x > m_nBlock ? x + m_nBlock : m_Target.fnGetWidth();
     }
 
-    /// The first and the last source row that these target rows need.
-    std::pair<std::uint32_t, std::uint32_t> fnSourceRows(std::uint32_t y,
-                                                         std::uint32_t bottom) const {
-        std::int32_t first = m_Table[y].m_pEntries[0].m_nPixel;
-        std::int32_t last = first;
-        for (; y < bottom; ++y)
-            for (std::int32_t k = 0; k < m_Table[y].m_nCount; ++k) {
-                first = std::min(first, m_Table[y].m_pEntries[k].m_nPixel);
-                last = std::max(last, m_Table[y].m_pEntries[k].m_nPixel);
-            }
-        return {static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(last)};
-    }
-
-    /// No target row from y on needs a source row above this one.
-    std::uint32_t fnNextTop(std::uint32_t y) const {
-        const std::uint32_t height = m_Target.fnGetHeight();
-        if (y == height)
-            return m_Source.fnGetHeight();
-        // Each target row's source rows begin lower than those of the row before, except for rows
-        // reflected at the lower edge; of those, the last target row reaches highest.
-        return std::min(fnSourceRows(y, y + 1).first, fnSourceRows(height - 1, height).first);
-    }
-
     static constexpr std::size_t kBlockSamples = 512;       ///< a ring of them stays in the cache
     static constexpr std::size_t kRingSamples = 256 * 1024; ///< limit for huge reductions
-    static constexpr double kBandBytes = 32 << 20;          ///< of the source
 
     static std::uint32_t fnRingRows(std::uint32_t needed) {
         std::uint32_t rows = 1;
@@ -250,6 +209,7 @@ private:
 
     const PixelArea& m_Source;
     const PixelArea& m_Target;
+    const ColumnBands& m_Bands;
     std::uint32_t m_nChannels;
     const ContribTable& m_Table;
     std::uint32_t m_nRing;  ///< rows of the ring: a power of 2
@@ -267,28 +227,9 @@ private:
 template <typename Sample>
 bool fnFilterColumns(const PixelArea& source, const PixelArea& target, const ContribTable& table,
                      const ProgressRun& progress) {
-    ColumnFilter<Sample> filter(source, target, table);
-    // Columns are reported in proportion to the work done.
-    const std::uint64_t width = target.fnGetWidth();
-    std::uint32_t reported = 0;
-    const auto isAborted = [&](std::uint64_t pixels) {
-        const std::uint32_t first = reported;
-        reported = static_cast<std::uint32_t>(pixels / target.fnGetHeight());
-        return progress.fnAborts(first, reported);
-    };
-    std::uint32_t bottom;
-    for (std::uint32_t y = 0; y < target.fnGetHeight(); y = bottom) {
-        bottom = filter.fnBandEnd(y);
-        const std::uint64_t above = width * y;
-        const bool goesOn = target.fnGetBytesPerPixel() == 0
-                                ? !isAborted(width * bottom)
-                                : filter.fnFilter(y, bottom, [&](std::uint32_t end) {
-                                      return isAborted(above + std::uint64_t{bottom - y} * end);
-                                  });
-        if (!goesOn)
-            return false;
-    }
-    return true;
+    const ColumnBands bands(source, target, table);
+    ColumnFilter<Sample> filter(source, target, table, bands);
+    return fnFilterBands(filter, bands, target, progress);
 }
 
 } // namespace
@@ -296,6 +237,8 @@ bool fnFilterColumns(const PixelArea& source, const PixelArea& target, const Con
 bool fnFilterHeight(const PixelArea& source, const PixelArea& target, double scale,
                     const ProgressRun& progress) {
     const ContribTable table(scale, target.fnGetHeight(), source.fnGetHeight());
+    if (const std::unique_ptr<QuadTable> quads = fnMakeQuads(table, target.fnGetHeight(), 1))
+        return fnFilterHeightInQuads(source, target, table, *quads, progress);
     return (table.fnIsFixedPoint() ? fnFilterColumns<std::uint8_t>
                                    : fnFilterColumns<float>)(source, target, table, progress);
 }

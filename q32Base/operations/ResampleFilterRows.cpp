@@ -1,11 +1,13 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/kernels/ContribList_p.h"
 #include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/kernels/QuadList_p.h"
 #include "q32Base/memory/TileWalk_p.h"
 #include "q32Base/operations/ContribTable_p.h"
 #include "q32Base/operations/FilterChannels_p.h"
 #include "q32Base/operations/PageWalk_p.h"
 #include "q32Base/operations/ProgressRun_p.h"
+#include "q32Base/operations/QuadTable_p.h"
 #include "q32Base/operations/Resample_p.h"
 
 #include <algorithm>
@@ -19,15 +21,17 @@ namespace {
 /// sums don't use that.
 class RowFilter {
 public:
-    RowFilter(const PixelArea& source, const PixelArea& target, const ContribTable& table)
+    /// @param quads  the table's integer sums, or null
+    RowFilter(const PixelArea& source, const PixelArea& target, const ContribTable& table,
+              const QuadTable* quads)
         : m_Source(source), m_Target(target),
           m_nChannels(fnFilterChannels(source.fnGetBytesPerPixel())), m_Table(table),
-          m_SourceWalk(source, VIEW_READ_NEXT, {false}),
+          m_pQuads(quads), m_SourceWalk(source, VIEW_READ_NEXT, {false}),
           m_TargetWalk(target, VIEW_WRITE_NEXT, {false}) {
         const std::size_t pixels = fnPlanSteps();
         const std::size_t pixelBytes = std::size_t{m_nChannels} * kFilterLanes;
         m_pLanes.reset(fnNewArray<unsigned char>(pixels * pixelBytes));
-        if (!table.fnIsFixedPoint()) {
+        if (!quads && !table.fnIsFixedPoint()) {
             m_pSamples.reset(fnNewArray<float>(pixels * pixelBytes));
             m_pRuns.reset(fnNewArray<unsigned char>(pixels * pixelBytes));
         }
@@ -52,7 +56,9 @@ public:
 
 private:
     static constexpr std::uint32_t kMaxColumns = 256; ///< of a step
-    static constexpr std::uint32_t kMaxSamples = 192; ///< of a row, unless one column needs more
+    // Samples of a row, unless one column needs more. As floats they take more of the cache.
+    static constexpr std::uint32_t kMaxSamples = 192;
+    static constexpr std::uint32_t kMaxQuadSamples = 512;
 
     /// Target columns up to `end`, and the source pixels that they need.
     struct Step {
@@ -72,10 +78,13 @@ private:
 
     Step fnNextStep(std::uint32_t x) const {
         Step step = {x, 0xFFFFFFFFu, 0};
+        const std::uint32_t samples = m_pQuads ? kMaxQuadSamples : kMaxSamples;
         do {
             Step wider = step;
             fnWiden(wider, m_Table[step.m_nEnd]);
-            if (step.m_nEnd != x && (wider.m_nLast - wider.m_nFirst) * m_nChannels >= kMaxSamples)
+            if (m_pQuads)
+                wider.m_nFirst -= wider.m_nFirst % 4;
+            if (step.m_nEnd != x && (wider.m_nLast - wider.m_nFirst) * m_nChannels >= samples)
                 break;
             wider.m_nEnd = step.m_nEnd + 1;
             step = wider;
@@ -83,7 +92,7 @@ private:
         return step;
     }
 
-    /// Plans the steps, and returns the most pixels that one needs in lanes.
+    /// Plans the steps, and returns the most pixels that one needs in lanes, in complete quads.
     std::size_t fnPlanSteps() {
         std::size_t count = 0;
         for (std::uint32_t x = 0; x < m_Target.fnGetWidth(); x = fnNextStep(x).m_nEnd)
@@ -96,7 +105,7 @@ private:
             if (next->fnGetPixels() <= kWideSum)
                 widest = std::max<std::size_t>(widest, next->fnGetPixels());
         }
-        return widest;
+        return (widest + 3) / 4 * 4;
     }
 
     void fnFilterStep(const Step& step, std::uint32_t x, std::uint32_t y,
@@ -111,6 +120,11 @@ private:
     void fnSum(const Step& step, std::uint32_t x, std::uint32_t y, std::uint32_t rows) const {
         fnFetch(step, y, rows);
         const Kernels& kernels = fnKernels();
+        if (m_pQuads) {
+            kernels.fnConvolveQuads(m_pLanes.get(), static_cast<std::int32_t>(step.m_nFirst),
+                                    &(*m_pQuads)[x], step.m_nEnd - x, m_pSums.get(), m_nChannels);
+            return;
+        }
         if (m_pSamples)
             kernels.fnReadLanes(m_pLanes.get(), m_pSamples.get(), m_pRuns.get(), step.fnGetPixels(),
                                 m_nChannels);
@@ -161,9 +175,12 @@ private:
                 }
                 from[r] = row;
             }
-            fnKernels().fnRowsToLanes(
-                from, m_pLanes.get() + std::size_t{x - step.m_nFirst} * m_nChannels * kFilterLanes,
-                bytes);
+            unsigned char* to =
+                m_pLanes.get() + std::size_t{x - step.m_nFirst} * m_nChannels * kFilterLanes;
+            if (m_pQuads)
+                fnKernels().fnRowsToQuads(from, to, end - x, m_nChannels);
+            else
+                fnKernels().fnRowsToLanes(from, to, bytes);
         }
     }
 
@@ -190,10 +207,12 @@ private:
     const PixelArea& m_Target;
     std::uint32_t m_nChannels;
     const ContribTable& m_Table;
+    const QuadTable* m_pQuads; ///< null for other sums
     std::unique_ptr<Step[]> m_pSteps;
-    std::unique_ptr<unsigned char[]> m_pLanes; ///< source pixels of a step; unused for wide sums
-    std::unique_ptr<float[]> m_pSamples; ///< the same as floats; null if the table is fixed-point
-    std::unique_ptr<unsigned char[]> m_pRuns;  ///< of the same; null if the table is fixed-point
+    /// Source pixels of a step, in lanes or in quads; unused for wide sums.
+    std::unique_ptr<unsigned char[]> m_pLanes;
+    std::unique_ptr<float[]> m_pSamples;       ///< the same as floats; null for integer sums
+    std::unique_ptr<unsigned char[]> m_pRuns;  ///< of the same; null for integer sums
     std::unique_ptr<unsigned char[]> m_pSums;  ///< target pixels of a step
     std::unique_ptr<unsigned char[]> m_pSpare; ///< dummy target of lanes without a row
     std::unique_ptr<unsigned char[]> m_pUnpacked;
@@ -206,7 +225,8 @@ private:
 bool fnFilterWidth(const PixelArea& source, const PixelArea& target, double scale,
                    const ProgressRun& progress) {
     const ContribTable table(scale, target.fnGetWidth(), source.fnGetWidth());
-    RowFilter filter(source, target, table);
+    const std::unique_ptr<QuadTable> quads = fnMakeQuads(table, target.fnGetWidth(), 4);
+    RowFilter filter(source, target, table, quads.get());
     std::uint32_t rows;
     for (std::uint32_t y = 0; y < target.fnGetHeight(); y += rows) {
         rows = std::min(CqTileMap::kMaxTileSize, target.fnGetHeight() - y);
