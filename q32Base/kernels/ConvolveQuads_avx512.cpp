@@ -203,6 +203,25 @@ __attribute__((noinline)) void fnSettleLanes(const Lanes& lanes, const QuadList&
     }
 }
 
+/// Stores the sums of kVectors times 16 samples, truncated and clamped to bytes.
+template <std::size_t kVectors>
+inline void fnStoreLanes(const __m512i (&sums)[kVectors], std::uint8_t* target) {
+    const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+#pragma GCC unroll 2
+    for (std::size_t v = 0; v < kVectors; v += 4) {
+        const bool four = v + 4 <= kVectors; // else two
+        const __m512i whole[4] = {fnWhole(sums[v]), fnWhole(sums[v + 1]),
+                                  fnWhole(sums[four ? v + 2 : v]),
+                                  fnWhole(sums[four ? v + 3 : v + 1])};
+        const __m512i bytes = _mm512_permutexvar_epi32(order, fnPack(whole));
+        if (four)
+            _mm512_storeu_si512(target + 16 * v, bytes);
+        else
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(target + 16 * v),
+                                _mm512_castsi512_si256(bytes));
+    }
+}
+
 /// One target pixel of kVectors times 16 samples.
 template <std::size_t kVectors>
 inline void fnConvolvePixel(const Lanes& lanes, const QuadList& list, std::uint8_t* target) {
@@ -218,17 +237,16 @@ inline void fnConvolvePixel(const Lanes& lanes, const QuadList& list, std::uint8
             weights.fnAddTo(parts[v], _mm512_loadu_si512(from + 64 * v));
     }
     __m512i sums[kVectors];
-    __m512i least = _mm512_set1_epi32(-1);
 #pragma GCC unroll 8
-    for (std::size_t v = 0; v < kVectors; ++v) {
+    for (std::size_t v = 0; v < kVectors; ++v)
         sums[v] = parts[v].fnSum();
-        least = _mm512_min_epu32(least, fnFraction(sums[v]));
-        const __m512i positive = _mm512_max_epi32(fnWhole(sums[v]), _mm512_setzero_si512());
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(target + 16 * v),
-                         _mm512_cvtusepi32_epi8(positive));
-    }
+    fnStoreLanes(sums, target);
     if (list.m_nErrorBound == 0)
         return;
+    __m512i least = fnFraction(sums[0]);
+#pragma GCC unroll 8
+    for (std::size_t v = 1; v < kVectors; ++v)
+        least = _mm512_min_epu32(least, fnFraction(sums[v]));
     const __m512i bound = fnBoundOf(list);
     if (__builtin_expect(_mm512_cmplt_epu32_mask(least, bound) == 0, 1))
         return;
