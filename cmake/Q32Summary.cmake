@@ -2,6 +2,7 @@
 function(q32_summary)
     message(STATUS "${PROJECT_NAME} ${PROJECT_VERSION}, ${CMAKE_BUILD_TYPE}:")
     q32_summary_row("core, software, headless, posix" q32Base::posix "" "")
+    q32_summary_row("operations on several threads" TBB::tbb Q32_TBB "libtbb-dev")
     q32_summary_row("picture and sound files" q32Base::files Q32_PLUGINS "")
     q32_summary_row("desktop (Qt)" q32Base::qt Q32_QT "qt6-base-dev")
     q32_summary_row("sound (libpulse)" q32Base::pulse Q32_PULSE "libpulse-dev")

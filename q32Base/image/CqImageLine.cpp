@@ -78,13 +78,8 @@ void CqImageLine::fnFillColor(const CqColor& color, unsigned int start, unsigned
 }
 
 void CqImageLine::fnReverseLine() {
-    if (Width < 2 || BitCount == 4)
-        return;
-    const std::uint32_t bytes = BitCount >> 3;
-    unsigned char* left = LineBuffer;
-    unsigned char* right = LineBuffer + static_cast<std::size_t>(Width - 1) * bytes;
-    for (std::uint32_t i = 0; i < Width / 2; ++i, left += bytes, right -= bytes)
-        std::swap_ranges(left, left + bytes, right);
+    if (BitCount != 4)
+        q32::fnReversePixels(LineBuffer, Width, BitCount >> 3);
 }
 
 void CqImageLine::fnReversePixel(int start, unsigned int count) {

@@ -8,6 +8,7 @@
 #include "q32Base/pixels/Nibbles_p.h"
 #include "q32Base/pixels/PixelFormat_p.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -17,6 +18,17 @@ namespace q32 {
 inline void fnFillPixels(unsigned char* target, const unsigned char* pixel, std::size_t size,
                          std::size_t count) {
     fnKernels().fnFill[size - 1](target, count, pixel);
+}
+
+/// Mirrors a row of pixels of `size` bytes each.
+inline void fnReversePixels(unsigned char* row, std::size_t pixels, std::size_t size) {
+    if (size == 1)
+        return std::reverse(row, row + pixels);
+    unsigned char* end = row + pixels * size;
+    for (std::size_t i = 0; i < pixels / 2; ++i, row += size) {
+        end -= size;
+        std::swap_ranges(row, row + size, end);
+    }
 }
 
 inline PixelColor fnPixelColor(const CqColor& color) {

@@ -9,6 +9,7 @@
 #include "q32Base/memory/PixelBlock.h"
 #include "q32Base/platform/Records.h"
 
+#include <atomic>
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
@@ -67,7 +68,9 @@ public:
     /// loss is reported once, and what is left of the image can still be read.
     bool fnHasNewLosses() const noexcept {
         const std::uint32_t losses = m_Block.fnIsOnDisk() ? m_Block.fnCountLosses() : 0;
-        return losses != std::exchange(m_nLosses, losses);
+        // Several threads that read one map share this.
+        return losses != m_nLosses.load(std::memory_order_relaxed) &&
+               losses != m_nLosses.exchange(losses, std::memory_order_relaxed);
     }
     /// Raises the memory exception for such a loss, at the end of an operation.
     void fnRequirePixels() const {
@@ -157,7 +160,7 @@ private:
 
     q32::PixelBlock m_Block;
     const std::uint64_t m_nSerial = fnMakeSerial();
-    mutable std::uint32_t m_nLosses = 0; ///< those reported
+    mutable std::atomic<std::uint32_t> m_nLosses = 0; ///< those reported
 
     /// Frees what came from `::operator new`.
     struct RawDelete {

@@ -1,19 +1,33 @@
 #include "q32Base/framework/Memory.h"
+#include "q32Base/framework/Parallel_p.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelBytes_p.h"
+#include "q32Base/operations/BandWalk_p.h"
 #include "q32Base/operations/TilePieces_p.h"
 
+#include <algorithm>
 #include <cassert>
+#include <cstddef>
+#include <cstdint>
 
 namespace {
+
+constexpr double kByteTime = 0.06; ///< nanoseconds
 
 /// The block is filled as one run, since tiles follow each other without gaps.
 void fnFillAll(CqTileMap& map, const CqColor& color) {
     unsigned char pixel[4];
     const unsigned int bytes = q32::fnPackFill(map, color, pixel);
     assert(map.BufferSize % bytes == 0);
-    q32::fnFillPixels(map.PixelBuffer, pixel, bytes, map.BufferSize / bytes);
+    constexpr std::uint32_t kRun = 4096; // pixels of a unit: full pages
+    const std::uint32_t pixels = map.BufferSize / bytes;
+    q32::Parallel((pixels - 1) / kRun + 1, kByteTime * kRun * bytes)
+        .fnRun([&](std::uint32_t, std::uint32_t first, std::uint32_t end) {
+            const std::size_t begin = std::size_t{first} * kRun;
+            q32::fnFillPixels(map.PixelBuffer + begin * bytes, pixel, bytes,
+                              std::min(std::size_t{end} * kRun, std::size_t{pixels}) - begin);
+        });
 }
 
 /// The rectangle lies inside the image.
@@ -29,14 +43,15 @@ void fnFillRect(CqTileMap& map, const CqColor& color, const CRect& rect) {
     }
     unsigned char pixel[4];
     const unsigned int bytes = q32::fnPackFill(map, color, pixel);
-    q32::fnForEachPiece(map, rect, [&](const q32::TilePiece& piece) {
+    const auto fill = [&](std::uint32_t, const q32::TilePiece& piece) {
         const auto width = static_cast<std::size_t>(piece.m_rect.Width());
         const auto height = static_cast<std::size_t>(piece.m_rect.Height());
         if (piece.m_nStride == width * bytes)
             return q32::fnFillPixels(piece.m_pPixels, pixel, bytes, width * height);
         for (std::size_t row = 0; row < height; ++row)
             q32::fnFillPixels(piece.m_pPixels + row * piece.m_nStride, pixel, bytes, width);
-    });
+    };
+    q32::fnDividePieces(map, rect, kByteTime * bytes, fill);
 }
 
 /// Draws the rectangle in the window of the last fnDrawInit.

@@ -1,13 +1,17 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqMask.h"
 #include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/operations/BandWalk_p.h"
 #include "q32Base/operations/PlacedMask_p.h"
 #include "q32Base/operations/TilePieces_p.h"
 
+#include <cstdint>
 #include <cstring>
 #include <memory>
 
 namespace {
+
+constexpr double kPixelTime = 0.15; ///< nanoseconds
 
 /// The rectangle that remains of `a` after a subtraction: full strips of `a` at its edges that
 /// `shared`, the overlap of both masks, covers are removed; anything else stays. `shared` isn't all
@@ -37,7 +41,7 @@ void fnCombine(const q32::PlacedMask& own, const q32::PlacedMask& other, bool ad
     const auto copy = [](const unsigned char* from, unsigned char* to, std::size_t count) {
         std::memcpy(to, from, count);
     };
-    q32::fnForEachPiece(result, q32::fnWholeRect(result), [&](const q32::TilePiece& tile) {
+    const auto combine = [&](std::uint32_t, const q32::TilePiece& tile) {
         CRect area = tile.m_rect;
         area.OffsetRect(corner.x, corner.y);
         CRect covered;
@@ -47,7 +51,8 @@ void fnCombine(const q32::PlacedMask& own, const q32::PlacedMask& other, bool ad
                         tile.m_nStride * static_cast<std::size_t>(tile.m_rect.Height()));
         own.fnForEachOverlap(area, result, corner, copy);
         other.fnForEachOverlap(area, result, corner, run);
-    });
+    };
+    q32::fnDividePieces(result, q32::fnWholeRect(result), kPixelTime, combine);
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "q32Base/framework/Memory.h"
+#include "q32Base/framework/Parallel_p.h"
 #include "q32Base/image/CqImageTile.h"
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/kernels/Kernels_p.h"
@@ -16,6 +17,10 @@
 
 namespace q32 {
 namespace {
+
+// Nanoseconds for a pixel.
+constexpr double kBlendTime = 6.0;
+constexpr double kNearestTime = 2.0;
 
 /// Rotates tile by tile. The source pixels that a tile reads are first collected in one buffer,
 /// with the background painted around the image, so that no sample needs a bounds test. 24-bit
@@ -159,16 +164,17 @@ bool fnRotateAny(const CqTileMap& source, CqTileMap& target, const Rotation& rot
                  CqProgressDisplay* progress) {
     if (source.BitCount == 16)
         return true;
-    const AnyRotation rotate(source, rotation);
-    const ProgressRun run(progress, target.TileCount);
-    CqImageTile tile(false);
-    for (std::uint32_t i = 0; i < target.TileCount; ++i) {
-        target.fnAccessTile(i, &tile);
-        rotate.fnRotateTile(tile);
-        if (run.fnAborts(i))
-            return false;
-    }
-    return true;
+    const Parallel tiles(target.TileCount, (rotation.m_bAntiAlias ? kBlendTime : kNearestTime) *
+                                               target.TileWidth * target.TileHeight);
+    PerWorker<AnyRotation> rotate(tiles, source, rotation);
+    return ProgressRun(progress, target.TileCount)
+        .fnRun(tiles, [&](std::uint32_t worker, std::uint32_t first, std::uint32_t end) {
+            CqImageTile tile(false);
+            for (; first < end; ++first) {
+                target.fnAccessTile(first, &tile);
+                rotate[worker].fnRotateTile(tile);
+            }
+        });
 }
 
 } // namespace q32

@@ -1,5 +1,7 @@
-#include "q32Base/image/CqImageLine.h"
+#include "q32Base/framework/Memory.h"
+#include "q32Base/framework/Parallel_p.h"
 #include "q32Base/image/CqImageTile.h"
+#include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/memory/TileWalk_p.h"
@@ -9,10 +11,13 @@
 
 #include <algorithm>
 #include <cassert>
-#include <utility>
+#include <cstdint>
+#include <memory>
 
 namespace q32 {
 namespace {
+
+constexpr double kByteTime = 0.3; ///< nanoseconds
 
 /// A rotation by 90 degrees: rows become columns, and either the rows or the columns are reversed.
 class Quarter {
@@ -82,21 +87,51 @@ private:
 
 bool fnRotateQuarter(CqTileMap& source, CqTileMap& target, bool left, CqProgressDisplay* progress) {
     Quarter quarter(source, target, left);
-    const ProgressRun run(progress, source.TileCount);
-    CqImageTile tile(true);
-    for (std::uint32_t i = 0; i < source.TileCount; ++i) {
-        // Down the source's columns, in the order in which the target's tiles lie.
-        const std::uint32_t column = i / source.TilesDown;
-        const std::uint32_t row = i % source.TilesDown;
-        source.fnAccessTile(left ? row * source.TilesAcross + (source.TilesAcross - 1 - column)
-                                 : (source.TilesDown - 1 - row) * source.TilesAcross + column,
-                            &tile);
-        quarter.fnMove(tile);
-        if (run.fnAborts(i))
-            return false;
-    }
-    return true;
+    // In scratch files the walk of the pages needs the tiles in their order.
+    const bool inOrder = source.fnGetBlock().fnIsOnDisk() || target.fnGetBlock().fnIsOnDisk();
+    const Parallel tiles(source.TileCount,
+                         kByteTime * source.BytesPerPixel * source.TileWidth * source.TileHeight,
+                         inOrder ? 1 : Parallel::kAnyBatch);
+    const auto move = [&](std::uint32_t, std::uint32_t i, std::uint32_t end) {
+        CqImageTile tile(false);
+        for (; i < end; ++i) {
+            // Down the source's columns, in the order in which the target's tiles lie.
+            const std::uint32_t column = i / source.TilesDown;
+            const std::uint32_t row = i % source.TilesDown;
+            source.fnAccessTile(left ? row * source.TilesAcross + (source.TilesAcross - 1 - column)
+                                     : (source.TilesDown - 1 - row) * source.TilesAcross + column,
+                                &tile);
+            quarter.fnMove(tile);
+        }
+    };
+    return ProgressRun(progress, source.TileCount).fnRun(tiles, move);
 }
+
+/// Exchanges a row with the one opposite of it, and reverses both.
+class RowExchange {
+public:
+    explicit RowExchange(CqTileMap& map)
+        : m_Map(map), m_pRow(fnNewArray<unsigned char>(map.RowBytes)),
+          m_pOpposite(fnNewArray<unsigned char>(map.RowBytes)) {}
+
+    void fnExchange(std::uint32_t y) const {
+        const std::uint32_t opposite = m_Map.Height - 1 - y;
+        fnFetch(y, m_pRow.get());
+        fnFetch(opposite, m_pOpposite.get());
+        m_Map.fnStoreRow(y, m_pOpposite.get());
+        m_Map.fnStoreRow(opposite, m_pRow.get());
+    }
+
+private:
+    void fnFetch(std::uint32_t y, unsigned char* row) const {
+        m_Map.fnFetchRow(y, row);
+        fnReversePixels(row, m_Map.Width, m_Map.BytesPerPixel);
+    }
+
+    CqTileMap& m_Map;
+    std::unique_ptr<unsigned char[]> m_pRow;
+    std::unique_ptr<unsigned char[]> m_pOpposite;
+};
 
 } // namespace
 
@@ -118,22 +153,21 @@ bool fnRotateQuarterRight(CqTileMap& source, CqTileMap& target, CPoint& center,
 
 bool fnRotateHalf(CqTileMap& map, CPoint& center, CqProgressDisplay* progress) {
     const ProgressRun run(progress, map.Height, 0, 200);
-    CqImageLine top(false, true);
-    CqImageLine bottom(false, true);
-    std::uint32_t i = 0;
-    for (; i < map.Height >> 1; ++i) {
-        map.fnAccessLine(i, &top, false);
-        map.fnAccessLine(map.Height - 1 - i, &bottom, false);
-        top.fnReverseLine();
-        bottom.fnReverseLine();
-        std::swap(top.LineBuffer, bottom.LineBuffer);
-        if (run.fnAborts(i))
-            return false;
-    }
-    if (map.Height % 2 != 0) {
-        map.fnAccessLine(i, &top, false);
-        top.fnReverseLine();
-    }
+    const std::uint32_t pairs = map.Height >> 1;
+    const Parallel rows(pairs, 2.0 * kByteTime * map.RowBytes);
+    PerWorker<RowExchange> exchange(rows, map);
+    const auto exchangeRows = [&](std::uint32_t worker, std::uint32_t y, std::uint32_t end) {
+        for (; y < end; ++y)
+            exchange[worker].fnExchange(y);
+    };
+    const auto exchangeBack = [&](std::uint32_t y, std::uint32_t end) { exchangeRows(0, y, end); };
+    if (!progress)
+        rows.fnRun(exchangeRows);
+    else if (!rows.fnRunReported(
+                 exchangeRows, [&](std::uint32_t y) { return run.fnAborts(y); }, exchangeBack))
+        return false;
+    if (map.Height % 2 != 0)
+        exchange[0].fnExchange(pairs);
     map.fnRequirePixels();
     center = {fnWrapSub(static_cast<LONG>(map.Width), center.x),
               fnWrapSub(static_cast<LONG>(map.Height), center.y)};

@@ -1,4 +1,5 @@
 #include "q32Base/framework/Memory.h"
+#include "q32Base/framework/Parallel_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/kernels/HueShift_p.h"
 #include "q32Base/kernels/Kernels_p.h"
@@ -9,26 +10,105 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <memory>
 
 namespace {
 
-/// Changes the image tile by tile, in place. An abort leaves the tiles done so far changed.
+// Nanoseconds for a pixel.
+constexpr double kLineTime = 0.2;
+constexpr double kCurveTime = 0.3;
+constexpr double kCurveTime16 = 2.0;
+constexpr double kHueTime = 2.3;
+
+/// Copies of the tiles of a batch, to restore those that an abort leaves unchanged.
+class Originals {
+public:
+    Originals(CqImage& image, const q32::Parallel& tiles)
+        : m_Image(image), m_nBatch(tiles.fnGetBatch()) {
+        if (m_nBatch > 1)
+            m_pCopies.reset(q32::fnNewArray<unsigned char>(m_nBatch * kTile));
+    }
+
+    void fnSave(const CqImageTile& tile) const {
+        if (m_pCopies)
+            std::memcpy(fnCopy(static_cast<std::uint32_t>(tile.Index)), tile.Pixels, tile.Size);
+    }
+    void fnRestore(std::uint32_t first, std::uint32_t end) const {
+        CqImageTile tile(false);
+        for (; first < end; ++first) {
+            m_Image.fnAccessTile(first, &tile);
+            std::memcpy(tile.Pixels, fnCopy(first), tile.Size);
+        }
+    }
+
+private:
+    static constexpr std::size_t kTile =
+        std::size_t{4} * CqTileMap::kMaxTileSize * CqTileMap::kMaxTileSize; ///< bytes, at most
+
+    unsigned char* fnCopy(std::uint32_t tile) const {
+        return m_pCopies.get() + tile % m_nBatch * kTile;
+    }
+
+    CqImage& m_Image;
+    std::uint32_t m_nBatch;
+    std::unique_ptr<unsigned char[]> m_pCopies; ///< null if tiles are changed one by one
+};
+
+/// Does the same with reports and drawing: both on this thread, for one tile after another. An
+/// abort leaves the tiles done so far changed, and no others.
 template <typename Change>
-void fnChangeTiles(CqImage& image, bool draw, CqProgressDisplay* progress, Change change) {
-    CqImageTile tile(false);
-    for (std::uint32_t i = 0; i < image.TileCount; ++i) {
-        image.fnAccessTile(i, &tile);
-        change(tile);
-        if (draw)
-            tile.fnDraw(nullptr);
+void fnChangeVisibly(CqImage& image, double tileTime, bool draw, CqProgressDisplay* progress,
+                     const Change& change) {
+    constexpr std::uint32_t kBatch = 64; // tiles, whose copies take 4 MiB
+    constexpr double kCopyTime = 1.5e3;  // nanoseconds, of a tile
+    const q32::Parallel tiles(image.TileCount, tileTime - kCopyTime, kBatch);
+    const Originals originals(image, tiles);
+    const auto run = [&](std::uint32_t, std::uint32_t first, std::uint32_t end) {
+        CqImageTile tile(false);
+        for (; first < end; ++first) {
+            image.fnAccessTile(first, &tile);
+            originals.fnSave(tile);
+            change(tile);
+        }
+    };
+    CqImageTile shown(false);
+    const auto report = [&](std::uint32_t index) {
+        if (draw) {
+            image.fnAccessTile(index, &shown);
+            shown.fnDraw(nullptr);
+        }
         bool aborted = false;
         if (progress)
-            progress->fnDrawStatus(i * 100 / image.TileCount, &aborted);
-        if (aborted)
-            return;
-    }
-    image.TileMap->fnRequirePixels();
+            progress->fnDrawStatus(index * 100 / image.TileCount, &aborted);
+        return aborted;
+    };
+    const auto restore = [&](std::uint32_t first, std::uint32_t end) {
+        originals.fnRestore(first, end);
+    };
+    const bool done = tiles.fnRunReported(run, report, restore);
+    if (done)
+        image.TileMap->fnRequirePixels();
+}
+
+/// Changes the image tile by tile, in place.
+/// @param pixelTime  nanoseconds for a pixel
+template <typename Change>
+void fnChangeTiles(CqImage& image, double pixelTime, bool draw, CqProgressDisplay* progress,
+                   Change change) {
+    const CqTileMap& map = *image.TileMap;
+    const double tileTime = pixelTime * map.TileWidth * map.TileHeight;
+    if (draw || progress)
+        return fnChangeVisibly(image, tileTime, draw, progress, change);
+    q32::Parallel(image.TileCount, tileTime)
+        .fnRun([&](std::uint32_t, std::uint32_t first, std::uint32_t end) {
+            CqImageTile tile(false);
+            for (; first < end; ++first) {
+                image.fnAccessTile(first, &tile);
+                change(tile);
+            }
+        });
+    map.fnRequirePixels();
 }
 
 std::size_t fnPixelCount(const CqImageTile& tile) {
@@ -38,7 +118,7 @@ std::size_t fnPixelCount(const CqImageTile& tile) {
 void fnChangeChannels(CqImage& image, const std::uint8_t* curves, bool draw,
                       CqProgressDisplay* progress) {
     const auto run = q32::fnKernels().*q32::fnPixelFormat(image.BitCount).m_pChannelCurves;
-    fnChangeTiles(image, draw, progress,
+    fnChangeTiles(image, image.BitCount == 16 ? kCurveTime16 : kCurveTime, draw, progress,
                   [&](CqImageTile& tile) { run(tile.Pixels, fnPixelCount(tile), curves); });
 }
 
@@ -53,7 +133,7 @@ void CqImage::fnBrightContrast(int brightness, int contrast, bool draw,
     const std::unique_ptr<std::uint8_t[]> curves(q32::fnNewArray<std::uint8_t>(3 * kCurve));
     q32::fnMakeContrastCurve(brightness, contrast, curves.get());
     if (BitCount == 8 || BitCount == 24) {
-        fnChangeTiles(*this, draw, progress, [&](CqImageTile& tile) {
+        fnChangeTiles(*this, kLineTime, draw, progress, [&](CqImageTile& tile) {
             q32::fnKernels().fnCurve8(tile.Pixels, tile.Size, curves.get());
         });
         return;
@@ -78,12 +158,12 @@ void CqImage::fnHueSaturation(int hue, int saturation, bool draw, CqProgressDisp
         return;
     const auto run = q32::fnKernels().*q32::fnPixelFormat(BitCount).m_pHueShift;
     const q32::HueShift shift(hue, q32::fnWrapMultiply(saturation, 255) / 100);
-    fnChangeTiles(*this, draw, progress,
+    fnChangeTiles(*this, kHueTime, draw, progress,
                   [&](CqImageTile& tile) { run(tile.Pixels, fnPixelCount(tile), shift); });
 }
 
 void CqImage::fnThresholding(unsigned char level, bool draw, CqProgressDisplay* progress) {
-    fnChangeTiles(*this, draw, progress, [&](CqImageTile& tile) {
+    fnChangeTiles(*this, kLineTime, draw, progress, [&](CqImageTile& tile) {
         q32::fnKernels().fnThreshold(tile.Pixels, tile.Size, level);
     });
 }

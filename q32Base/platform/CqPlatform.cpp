@@ -52,6 +52,10 @@ HINSTANCE fnModuleInstance() {
 
 } // namespace q32
 
+std::chrono::nanoseconds CqWorkService::fnGetOverhead() {
+    return std::chrono::microseconds(20);
+}
+
 bool CqScreenService::fnGetIconTitleFont(LOGFONTA&) {
     return false;
 }
