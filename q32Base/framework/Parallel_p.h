@@ -28,6 +28,9 @@ public:
     /// @param batch        the most units between two reports
     Parallel(std::uint32_t units, double nanoseconds, std::uint32_t batch = kAnyBatch);
 
+    /// Units that the caller does alone.
+    explicit Parallel(std::uint32_t units) : m_nUnits(units) {}
+
     std::uint32_t fnGetUnits() const { return m_nUnits; }
     /// Workers are numbered below this; 1: the caller works alone.
     std::uint32_t fnGetWorkers() const { return m_nWorkers; }

@@ -40,10 +40,13 @@ public:
     /// the one reported last are then done as well.
     template <class Work>
     bool fnRun(const Parallel& parallel, Work&& work, std::uint32_t step = 1) const {
+        return fnRunWith(parallel, work, [&](std::uint32_t unit) { return fnAborts(unit * step); });
+    }
+    /// The same, but `isAborted(unit)` reports a unit, if anything is to be reported.
+    template <class Work, class IsAborted>
+    bool fnRunWith(const Parallel& parallel, Work&& work, IsAborted&& isAborted) const {
         if (m_pProgress)
-            return parallel.fnRunReported(
-                work, [&](std::uint32_t unit) { return fnAborts(unit * step); },
-                [](std::uint32_t, std::uint32_t) {});
+            return parallel.fnRunReported(work, isAborted, [](std::uint32_t, std::uint32_t) {});
         parallel.fnRun(work);
         return true;
     }

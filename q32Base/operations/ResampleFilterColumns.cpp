@@ -5,7 +5,6 @@
 #include "q32Base/operations/ColumnBands_p.h"
 #include "q32Base/operations/ContribTable_p.h"
 #include "q32Base/operations/FilterChannels_p.h"
-#include "q32Base/operations/PageWalk_p.h"
 #include "q32Base/operations/ProgressRun_p.h"
 #include "q32Base/operations/QuadTable_p.h"
 #include "q32Base/operations/Resample_p.h"
@@ -36,21 +35,16 @@ void fnTakeSamples(const std::uint8_t* source, std::uint8_t* target, std::size_t
     std::memcpy(target, source, count);
 }
 
-/// Convolves blocks of columns, in bands of target rows, so that source and target are traversed
-/// tile by tile, in memory order. Samples are floats, or bytes if the table is fixed-point. A
-/// block's source rows are converted to floats once per band, in a ring that holds what one target
-/// row needs, unless its sums are wide. Bytes are read in place if possible.
+/// Convolves blocks of columns. Samples are floats, or bytes if the table is fixed-point. A block's
+/// source rows are converted to floats once, in a ring that holds what one target row needs, unless
+/// its sums are wide. Bytes are read in place if possible.
 template <typename Sample>
 class ColumnFilter {
 public:
-    ColumnFilter(const PixelArea& source, const PixelArea& target, const ContribTable& table,
-                 const ColumnBands& bands)
-        : m_Source(source), m_Target(target), m_Bands(bands),
+    ColumnFilter(const PixelArea& source, const PixelArea& target, const ContribTable& table)
+        : m_Source(source), m_Target(target),
           m_nChannels(fnFilterChannels(source.fnGetBytesPerPixel())), m_Table(table),
-          m_nRing(fnRingRows(std::min(m_Table.fnGetCapacity(), source.fnGetHeight()))),
-          m_nBlock(fnBlockColumns()),
-          m_SourceWalk(source, VIEW_READ_NEXT, {false, false, false, m_nBlock}),
-          m_TargetWalk(target, VIEW_WRITE_NEXT, {false, false, false, m_nBlock}) {
+          m_nRing(fnRingRows(source, table)), m_nBlock(fnBlockColumns(source, table)) {
         const std::size_t samples = std::size_t{m_nBlock} * m_nChannels;
         m_pRing.reset(fnNewArray<Sample>(m_nRing * samples));
         m_pPresent.reset(fnNewArray<std::int32_t>(m_nRing));
@@ -63,29 +57,21 @@ public:
             m_pUnpacked.reset(fnNewArray<unsigned char>(samples));
     }
 
-    /// Filters target rows from y to before `bottom`, block by block. After each block it calls
-    /// `isAborted` with the block's end column, and returns false if that returns true.
-    template <typename IsAborted>
-    bool fnFilter(std::uint32_t y, std::uint32_t bottom, IsAborted isAborted) {
-        const auto [top, last] = m_Bands.fnSourceRows(y, bottom);
-        const std::uint32_t nextTop = m_Bands.fnNextTop(bottom);
-        std::uint32_t end;
-        for (std::uint32_t x = 0; x < m_Target.fnGetWidth(); x = end) {
-            end = fnBlockEnd(x);
-            m_SourceWalk.fnReach(x, top, end - 1, last, nextTop);
-            m_TargetWalk.fnReach(x, y, end - 1, bottom - 1, bottom);
-            fnFilterBlock(x, end, y, bottom);
-            if (isAborted(end))
-                return false;
-        }
-        return true;
+    /// The width of a block: complete tiles side by side, if possible. Each is then traversed once.
+    static std::uint32_t fnBlockColumns(const PixelArea& source, const ContribTable& table) {
+        const std::size_t samples =
+            std::min(kBlockSamples, kRingSamples / fnRingRows(source, table));
+        const auto columns = static_cast<std::uint32_t>(
+            samples / std::max(fnFilterChannels(source.fnGetBytesPerPixel()), 1u));
+        constexpr std::uint32_t kTile = CqTileMap::kMaxTileSize;
+        return columns >= kTile ? columns / kTile * kTile : std::max(columns, 1u);
     }
 
-private:
-    void fnFilterBlock(std::uint32_t x, std::uint32_t end, std::uint32_t y,
-                       std::uint32_t bottom) const {
+    void fnFilter(const ColumnBlock& block) {
+        const std::uint32_t x = block.m_nX;
+        const std::uint32_t end = block.m_nEnd;
         std::fill_n(m_pPresent.get(), m_nRing, -1);
-        for (; y < bottom; ++y) {
+        for (std::uint32_t y = block.m_nY; y < block.m_nBottom; ++y) {
             const ContribList& list = m_Table[y];
             const bool direct = !m_pUnpacked && m_Target.fnRunEnd(x) >= end;
             unsigned char* sums = direct ? m_Target.fnAt(x, y) : m_pSums.get();
@@ -98,27 +84,16 @@ private:
         }
     }
 
-    /// The end column of the block that begins at x.
-    std::uint32_t fnBlockEnd(std::uint32_t x) const {
-        return m_Target.fnGetWidth() - x > m_nBlock ? x + m_nBlock : m_Target.fnGetWidth();
-    }
-
+private:
     static constexpr std::size_t kBlockSamples = 512;       ///< a ring of them stays in the cache
     static constexpr std::size_t kRingSamples = 256 * 1024; ///< limit for huge reductions
 
-    static std::uint32_t fnRingRows(std::uint32_t needed) {
+    static std::uint32_t fnRingRows(const PixelArea& source, const ContribTable& table) {
+        const std::uint32_t needed = std::min(table.fnGetCapacity(), source.fnGetHeight());
         std::uint32_t rows = 1;
         while (rows < needed && rows < kWideSum)
             rows *= 2;
         return rows;
-    }
-    /// Complete tiles side by side, if possible: each is then traversed once.
-    std::uint32_t fnBlockColumns() const {
-        const std::size_t samples = std::min(kBlockSamples, kRingSamples / m_nRing);
-        const auto columns =
-            static_cast<std::uint32_t>(samples / std::max<std::uint32_t>(m_nChannels, 1));
-        constexpr std::uint32_t kTile = CqTileMap::kMaxTileSize;
-        return columns >= kTile ? columns / kTile * kTile : std::max(columns, 1u);
     }
 
     void fnSum(const ContribList& list, std::uint32_t x, std::uint32_t end,
@@ -209,7 +184,6 @@ private:
 
     const PixelArea& m_Source;
     const PixelArea& m_Target;
-    const ColumnBands& m_Bands;
     std::uint32_t m_nChannels;
     const ContribTable& m_Table;
     std::uint32_t m_nRing;  ///< rows of the ring: a power of 2
@@ -220,17 +194,7 @@ private:
     std::unique_ptr<double[]> m_pWideSums;      ///< null for others
     std::unique_ptr<unsigned char[]> m_pSums;
     std::unique_ptr<unsigned char[]> m_pUnpacked;
-    PageWalk m_SourceWalk;
-    PageWalk m_TargetWalk;
 };
-
-template <typename Sample>
-bool fnFilterColumns(const PixelArea& source, const PixelArea& target, const ContribTable& table,
-                     const ProgressRun& progress) {
-    const ColumnBands bands(source, target, table);
-    ColumnFilter<Sample> filter(source, target, table, bands);
-    return fnFilterBands(filter, bands, target, progress);
-}
 
 } // namespace
 
@@ -239,8 +203,9 @@ bool fnFilterHeight(const PixelArea& source, const PixelArea& target, double sca
     const ContribTable table(scale, target.fnGetHeight(), source.fnGetHeight());
     if (const std::unique_ptr<QuadTable> quads = fnMakeQuads(table, target.fnGetHeight(), 1))
         return fnFilterHeightInQuads(source, target, table, *quads, progress);
-    return (table.fnIsFixedPoint() ? fnFilterColumns<std::uint8_t>
-                                   : fnFilterColumns<float>)(source, target, table, progress);
+    return table.fnIsFixedPoint()
+               ? fnFilterColumns<ColumnFilter<std::uint8_t>>(source, target, table, progress, table)
+               : fnFilterColumns<ColumnFilter<float>>(source, target, table, progress, table);
 }
 
 } // namespace q32

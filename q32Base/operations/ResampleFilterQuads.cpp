@@ -2,7 +2,6 @@
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/operations/ColumnBands_p.h"
 #include "q32Base/operations/FilterChannels_p.h"
-#include "q32Base/operations/PageWalk_p.h"
 #include "q32Base/operations/QuadTable_p.h"
 
 #include <algorithm>
@@ -10,7 +9,6 @@
 #include <memory>
 
 namespace q32 {
-
 namespace {
 
 /// Convolves columns by integer sums, a tile's width at a time. Bytes are read and written in
@@ -18,12 +16,10 @@ namespace {
 class QuadColumns {
 public:
     QuadColumns(const PixelArea& source, const PixelArea& target, const ContribTable& table,
-                const QuadTable& quads, const ColumnBands& bands)
-        : m_Source(source), m_Target(target), m_Quads(quads), m_Bands(bands),
+                const QuadTable& quads)
+        : m_Source(source), m_Target(target), m_Quads(quads),
           m_nChannels(fnFilterChannels(source.fnGetBytesPerPixel())),
-          m_nMostRows(std::min(std::max(kPieceRows, table.fnGetCapacity()), source.fnGetHeight())),
-          m_SourceWalk(source, VIEW_READ_NEXT, {false}),
-          m_TargetWalk(target, VIEW_WRITE_NEXT, {false}) {
+          m_nMostRows(std::min(std::max(kPieceRows, table.fnGetCapacity()), source.fnGetHeight())) {
         m_pRows.reset(fnNewArray<const unsigned char*>(m_nMostRows + kSpareRows));
         if (source.fnGetBytesPerPixel() == 2) {
             m_pUnpacked.reset(fnNewArray<unsigned char>(std::size_t{m_nMostRows} * kBlock * 3));
@@ -31,20 +27,23 @@ public:
         }
     }
 
-    template <typename IsAborted>
-    bool fnFilter(std::uint32_t y, std::uint32_t bottom, IsAborted isAborted) {
-        const auto [top, last] = m_Bands.fnSourceRows(y, bottom);
-        const std::uint32_t nextTop = m_Bands.fnNextTop(bottom);
-        std::uint32_t end;
-        for (std::uint32_t x = 0; x < m_Target.fnGetWidth(); x = end) {
-            end = std::min(m_Target.fnGetWidth(), x + kBlock);
-            m_SourceWalk.fnReach(x, top, end - 1, last, nextTop);
-            m_TargetWalk.fnReach(x, y, end - 1, bottom - 1, bottom);
-            fnFilterBlock(x, end, y, bottom);
-            if (isAborted(end))
-                return false;
+    static std::uint32_t fnBlockColumns(const PixelArea&, const ContribTable&) { return kBlock; }
+
+    void fnFilter(const ColumnBlock& block) {
+        std::uint32_t y = block.m_nY;
+        while (y < block.m_nBottom) {
+            RowRange range(m_Quads[y]);
+            std::uint32_t next = y + 1;
+            for (; next < block.m_nBottom; ++next) {
+                const RowRange wider = range.fnJoin(RowRange(m_Quads[next]));
+                if (wider.fnCount() > m_nMostRows)
+                    break;
+                range = wider;
+            }
+            fnFindRows(block.m_nX, block.m_nEnd, range);
+            for (; y < next; ++y)
+                fnFilterRow(block.m_nX, block.m_nEnd, y, range.m_nTop);
         }
-        return true;
     }
 
 private:
@@ -67,23 +66,6 @@ private:
         }
         std::uint32_t fnCount() const { return m_nLast - m_nTop + 1; }
     };
-
-    void fnFilterBlock(std::uint32_t x, std::uint32_t end, std::uint32_t y,
-                       std::uint32_t bottom) const {
-        while (y < bottom) {
-            RowRange range(m_Quads[y]);
-            std::uint32_t next = y + 1;
-            for (; next < bottom; ++next) {
-                const RowRange wider = range.fnJoin(RowRange(m_Quads[next]));
-                if (wider.fnCount() > m_nMostRows)
-                    break;
-                range = wider;
-            }
-            fnFindRows(x, end, range);
-            for (; y < next; ++y)
-                fnFilterRow(x, end, y, range.m_nTop);
-        }
-    }
 
     void fnFindRows(std::uint32_t x, std::uint32_t end, const RowRange& range) const {
         const unsigned char** to = m_pRows.get();
@@ -117,14 +99,11 @@ private:
     const PixelArea& m_Source;
     const PixelArea& m_Target;
     const QuadTable& m_Quads;
-    const ColumnBands& m_Bands;
     std::uint32_t m_nChannels;
     std::uint32_t m_nMostRows; ///< of a piece
     std::unique_ptr<const unsigned char*[]> m_pRows;
     std::unique_ptr<unsigned char[]> m_pUnpacked; ///< null except at 16 bits
     std::unique_ptr<unsigned char[]> m_pSums;     ///< null except at 16 bits
-    PageWalk m_SourceWalk;
-    PageWalk m_TargetWalk;
 };
 
 } // namespace
@@ -132,9 +111,7 @@ private:
 bool fnFilterHeightInQuads(const PixelArea& source, const PixelArea& target,
                            const ContribTable& table, const QuadTable& quads,
                            const ProgressRun& progress) {
-    const ColumnBands bands(source, target, table);
-    QuadColumns filter(source, target, table, quads, bands);
-    return fnFilterBands(filter, bands, target, progress);
+    return fnFilterColumns<QuadColumns>(source, target, table, progress, table, quads);
 }
 
 } // namespace q32
