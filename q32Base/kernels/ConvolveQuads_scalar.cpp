@@ -29,6 +29,8 @@ std::uint8_t fnExactOfQuads(const std::uint8_t* quads, std::size_t stride, std::
     });
 }
 
+namespace {
+
 void fnConvolveQuadRows(const std::uint8_t* const* rows, const QuadList& list, std::uint8_t* target,
                         std::size_t count) {
     for (std::size_t i = 0; i < count; ++i)
@@ -43,22 +45,13 @@ void fnConvolveQuads(const std::uint8_t* quads, std::int32_t first, const QuadLi
             target[lane] = fnExactOfQuads(quads + 4 * lane, 4 * lanes, first, lists[i]);
 }
 
-void fnRowsToQuads(const std::uint8_t* const* rows, std::uint8_t* target, std::size_t pixels,
-                   std::size_t channels) {
-    for (std::size_t at = 0; at < (pixels + 3) / 4 * 4; ++at)
-        for (std::size_t c = 0; c < channels; ++c)
-            for (std::size_t row = 0; row < kFilterLanes; ++row)
-                target[((at / 4 * channels + c) * kFilterLanes + row) * 4 + at % 4] =
-                    at < pixels ? rows[row][at * channels + c] : std::uint8_t{0};
-}
-
+} // namespace
 } // namespace scalar
 
 void fnUseScalarConvolveQuads(Kernels& table) {
     table.m_bPrefersQuads = false;
     table.fnConvolveQuadRows = scalar::fnConvolveQuadRows;
     table.fnConvolveQuads = scalar::fnConvolveQuads;
-    table.fnRowsToQuads = scalar::fnRowsToQuads;
 }
 
 } // namespace q32

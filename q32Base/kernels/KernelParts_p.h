@@ -31,7 +31,9 @@
     PART(ChannelCurves)                                                                            \
     PART(PixelFormat)                                                                              \
     PART(ToneCurve)
-#define Q32_WIDE_KERNEL_PARTS(PART) PART(ConvolveQuads)
+#define Q32_WIDE_KERNEL_PARTS(PART)                                                                \
+    PART(ConvolveQuads)                                                                            \
+    PART(RowsToQuads)
 
 namespace q32 {
 
