@@ -4,7 +4,7 @@
 // Pictures are in RAM of the POSIX back end, as in a host. "moved" means that the tile edges of
 // source and target don't coincide.
 
-#include "platforms/posix/posix.h"
+#include "bench/OperationBench.h"
 #include "q32Base/framework/CRgn.h"
 #include "q32Base/image/CqMask.h"
 #include "q32Base/kernels/Kernels_p.h"
@@ -242,7 +242,8 @@ BENCHMARK(fnRegionOfNoise)
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv) || !q32Attach(q32PosixPlatform()))
+    if (benchmark::ReportUnrecognizedArguments(argc, argv) ||
+        !q32Attach(q32::bench::fnMakePlatform()))
         return 1;
     q32GetVMPolicy()->fnSetRamLimit(0xFFFFFFFFu);
     benchmark::RunSpecifiedBenchmarks();

@@ -10,6 +10,8 @@ void CqHeadlessWork::fnSetOrder(CQ_WORK_ORDER order, std::uint32_t seed) {
 
 void CqHeadlessWork::fnRun(std::uint32_t count, CqWorkPieces& pieces) noexcept {
     ++m_nTasks;
+    if (count == 0)
+        return;
     m_nPieces += count;
     const std::uint32_t workers = std::min(m_nConcurrency, count);
     // The first piece and the distance to the next one, which shares no divisor with the count:

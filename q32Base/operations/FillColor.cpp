@@ -15,18 +15,23 @@ namespace {
 
 constexpr double kByteTime = 0.06; ///< nanoseconds
 
+// Bytes that one thread fills at least. The kernel writes long runs past the cache.
+constexpr std::uint32_t kLongRun = 1u << 20;
+constexpr std::uint32_t kShortRun = 1u << 14;
+
 /// The block is filled as one run, since tiles follow each other without gaps.
 void fnFillAll(CqTileMap& map, const CqColor& color) {
     unsigned char pixel[4];
     const unsigned int bytes = q32::fnPackFill(map, color, pixel);
     assert(map.BufferSize % bytes == 0);
-    constexpr std::uint32_t kRun = 4096; // pixels of a unit: full pages
     const std::uint32_t pixels = map.BufferSize / bytes;
-    q32::Parallel((pixels - 1) / kRun + 1, kByteTime * kRun * bytes)
+    const std::uint32_t run =
+        (map.BufferSize >= 2 * kLongRun ? kLongRun : kShortRun) / bytes + 1; // pixels
+    q32::Parallel((pixels - 1) / run + 1, kByteTime * run * bytes)
         .fnRun([&](std::uint32_t, std::uint32_t first, std::uint32_t end) {
-            const std::size_t begin = std::size_t{first} * kRun;
+            const std::size_t begin = std::size_t{first} * run;
             q32::fnFillPixels(map.PixelBuffer + begin * bytes, pixel, bytes,
-                              std::min(std::size_t{end} * kRun, std::size_t{pixels}) - begin);
+                              std::min(std::size_t{end} * run, std::size_t{pixels}) - begin);
         });
 }
 

@@ -151,6 +151,10 @@ inline std::vector<ParallelOperation> fnGetParallelOperations() {
              image.fnCopyBlock(other, nullptr, 9, -2);
          })},
         {"move", plain([](Image& image, Image&, Mask&, Progress*) {
+             const CRect part(0, 0, 120, 60);
+             image.fnCopyBlock(image, &part, 9, 70);
+         })},
+        {"move over itself", plain([](Image& image, Image&, Mask&, Progress*) {
              const CRect part(0, 0, 100, 60);
              image.fnCopyBlock(image, &part, 20, 30);
          })},

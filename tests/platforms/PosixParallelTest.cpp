@@ -123,6 +123,33 @@ TEST_F(PosixParallelTest, APieceMayRunOperations) {
     m_pWork->fnRun(kPieces, pieces);
 }
 
+TEST_F(PosixParallelTest, PiecesOfAHostReadOneImageAndWriteRowsOfTheirOwn) {
+    constexpr std::uint32_t kRows = 10;
+    ParallelCase images(200, 150, 24, false);
+    CqImage& source = images.m_Image;
+    const auto soften = [&](CqImage& target, std::uint32_t y, std::uint32_t end) {
+        CqConvMask window(source, 3, static_cast<int>(y) - 1);
+        const CqPixelWriter writer(target, PIXEL_STORED);
+        Bytes row(source.RowBytes);
+        for (; y < end; ++y) {
+            window.fnGotoNextLine();
+            unsigned char* above;
+            unsigned char* here;
+            unsigned char* below;
+            window.fnGetLine(above, here, below);
+            for (std::size_t i = 0; i < row.size(); ++i)
+                row[i] = static_cast<unsigned char>((above[i] + 2 * here[i] + below[i]) / 4);
+            EXPECT_TRUE(writer.fnWriteRow(0, y, source.Width, row.data()));
+        }
+    };
+    CqImage expected(source.Width, source.Height, 24, nullptr, 0);
+    soften(expected, 0, source.Height);
+    CqImage result(source.Width, source.Height, 24, nullptr, 0);
+    Numbers pieces([&](std::uint32_t i) { soften(result, i * kRows, (i + 1) * kRows); });
+    m_pWork->fnRun(source.Height / kRows, pieces);
+    EXPECT_EQ(fnRows(result), fnRows(expected));
+}
+
 TEST(PosixWork, OneThreadNeedsNoService) {
     CqPosixOptions options;
     options.m_nConcurrency = 1;
