@@ -209,7 +209,7 @@ struct Lanes {
                                                   _mm_cvtsi32_si128(static_cast<int>(8 * before))),
                                  _mm512_set1_epi32(255));
         const __m512i all = _mm512_mullo_epi32(value, _mm512_set1_epi32(0x01010101));
-        std::uint32_t counts = ~std::uint32_t{0} << 8 * before;
+        std::uint32_t counts = ~((std::uint32_t{1} << 8 * before) - 1);
         for (;; at += m_nStride, counts = ~std::uint32_t{0}) {
             if (at == last)
                 counts &= ~std::uint32_t{0} >> 8 * after;

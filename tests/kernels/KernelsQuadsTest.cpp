@@ -308,8 +308,10 @@ TEST_P(KernelsQuads, EqualBytesFollowTheRuleEvenWhenTheWeightsDoNotSumToOne) {
             std::vector<Bytes> rows(taps + 9, row);
             for (std::size_t k : {0U, 1U, 2U, 3U, 4U})
                 rows[k] = rows[taps + 8 - k] = fnRandomBytes(m_Random, 256);
-            for (int i = 0; i < 20; ++i)
-                ++rows[5 + m_Random() % taps][m_Random() % 256];
+            for (int i = 0; i < 20; ++i) {
+                std::uint8_t& byte = rows[5 + m_Random() % taps][m_Random() % 256];
+                byte = static_cast<std::uint8_t>(byte ^ 1);
+            }
             fnCheck(entries, rows);
             if (HasFatalFailure())
                 return;
