@@ -199,10 +199,8 @@ bool fnFilterWidth(const PixelArea& source, const PixelArea& target, double scal
         }
     };
     const auto run = [&](std::uint32_t worker, std::uint32_t first, std::uint32_t end) {
-        // In RAM from the bottom up, the pass between going down: what it wrote last is still in the
-        // cache.
         for (; first < end && target.fnGetBytesPerPixel() != 0; ++first)
-            work(worker, scratch ? first : count - 1 - first);
+            work(worker, first);
     };
     return progress.fnRunWith(bands, run, [&](std::uint32_t band) {
         return progress.fnAborts(band * rows, endOf(band));
