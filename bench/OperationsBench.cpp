@@ -158,9 +158,9 @@ void fnMaskKernel(benchmark::State& state) {
     std::vector<std::uint8_t> own(kPixels, 1);
     const std::vector<std::uint8_t> other(kPixels, 3);
     const q32::Kernels& kernels = q32::fnKernels();
-    const q32::PixelRun run = state.range(0) != 0 ? kernels.fnMaskAdd : kernels.fnMaskSubtract;
+    const q32::MaskSumRun run = state.range(0) != 0 ? kernels.fnMaskAdd : kernels.fnMaskSubtract;
     for (auto _ : state) {
-        run(other.data(), own.data(), kPixels);
+        run(own.data(), other.data(), own.data(), kPixels);
         benchmark::ClobberMemory();
     }
     fnCount(state, kPixels, 3 * kPixels);

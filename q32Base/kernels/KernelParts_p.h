@@ -30,7 +30,9 @@
 #define Q32_AVX512_KERNEL_PARTS(PART)                                                              \
     PART(ChannelCurves)                                                                            \
     PART(PixelFormat)                                                                              \
-    PART(ToneCurve)
+    PART(Rotate)                                                                                   \
+    PART(ToneCurve)                                                                                \
+    PART(Zoom)
 
 namespace q32 {
 
@@ -71,7 +73,8 @@ Kernel<HiColorRun> fnHiColorDither;
 
 Kernel<KeyRun> fnMergeKey16, fnMergeKey24;
 Kernel<WeightRun> fnMergeMask16, fnMergeMask24;
-Kernel<PixelRun> fnMergeAll16, fnMaskAdd, fnMaskSubtract;
+Kernel<PixelRun> fnMergeAll16;
+Kernel<MaskSumRun> fnMaskAdd, fnMaskSubtract;
 
 Kernel<BytesToFloatsRun> fnBytesToFloats;
 Kernel<RowsToLanesRun> fnRowsToLanes;

@@ -79,6 +79,11 @@ using ShrinkRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std
 using SampleRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                            std::uint32_t at, std::uint32_t step);
 
+/// Takes pixels from places in increasing order that don't overlap: target pixel i is the one at
+/// `source + offsets[i]`.
+using GatherRun = void (*)(const std::uint8_t* source, const std::uint32_t* offsets,
+                           std::uint8_t* target, std::size_t count);
+
 /// Sets every pixel of a run to the one at `pixel`.
 using FillRun = void (*)(std::uint8_t* target, std::size_t count, const std::uint8_t* pixel);
 
@@ -93,6 +98,10 @@ using KeyRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std::s
 /// Merges a run into another of the same format, with one weight per pixel.
 using WeightRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                            const std::uint8_t* weights);
+
+/// Combines two runs of bytes. `target` may be `first`.
+using MaskSumRun = void (*)(const std::uint8_t* first, const std::uint8_t* second,
+                            std::uint8_t* target, std::size_t count);
 
 struct ContribList;
 
@@ -179,6 +188,11 @@ struct RotateRows {
 /// four weights; the sums, in double, are truncated.
 using RotateRun = void (*)(const RotateSource& source, const RotateRows& rows, std::size_t count);
 
+/// The same as the bilinear one where every pixel read is `pixel`. The result isn't always that
+/// pixel: the weights add up to 1 only nearly.
+using RotateFlatRun = void (*)(const std::uint8_t* pixel, const RotateRows& rows,
+                               std::size_t count);
+
 /// The inner loops of the library for one instruction set.
 ///
 /// Example: `fnKernels().fnRgb24ToBgrx32(row, screenRow, width);`
@@ -242,6 +256,7 @@ struct Kernels {
     InflateRun fnInflate[4];
     ShrinkRun fnShrink[4];
     SampleRun fnSample[4];
+    GatherRun fnGather[4];
 
     // Fill, by bytes a pixel: element 0 for one byte to element 3 for four. Long runs bypass the
     // caches.
@@ -261,11 +276,11 @@ struct Kernels {
     WeightRun fnMergeMask24;
     PixelRun fnMergeAll16; ///< as if every weight were 255
 
-    // Masks, a byte a pixel: the source is added to or subtracted from the target. A sum that
+    // Masks, a byte a pixel: the second is added to or subtracted from the first. A sum that
     // overflows a signed byte becomes 255: so 100 and 100 give 255, but 200 and 100 give 44. This
     // is deliberate. A difference below 0 is 0.
-    PixelRun fnMaskAdd;
-    PixelRun fnMaskSubtract;
+    MaskSumRun fnMaskAdd;
+    MaskSumRun fnMaskSubtract;
 
     // The cubic filter. In lanes, byte i of row r is at i * kFilterLanes + r.
     ConvolveRowsRun fnConvolveRows;
@@ -280,11 +295,16 @@ struct Kernels {
     // Rotation: by 90 degrees, as a transposition, and by any angle.
     TransposeRun fnTranspose[4]; ///< by bytes a pixel: element 0 for one to element 3 for four
     RotateRun fnRotateNearest8;
+    RotateRun fnRotateNearest24;
     RotateRun fnRotateNearest32;
     /// The sum is p00 w00 + p01 w01 + p10 w10 + p11 w11, from the left.
     RotateRun fnRotateBilinear8;
     /// Each byte separately. The sum is p11 w11 + p01 w01 + p10 w10 + p00 w00, from the left.
+    RotateRun fnRotateBilinear24;
     RotateRun fnRotateBilinear32;
+    RotateFlatRun fnRotateFlat8;
+    RotateFlatRun fnRotateFlat24;
+    RotateFlatRun fnRotateFlat32;
 
     // Streaming.
     /// Copies `count` bytes, bypassing the caches: for a large target that isn't read soon. Call

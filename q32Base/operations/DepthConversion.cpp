@@ -1,6 +1,7 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/kernels/StreamPixels_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/pixels/PixelConversion.h"
 #include "q32Base/pixels/PixelFormat_p.h"
@@ -32,14 +33,22 @@ void fnWidenRows(CqTileMap& source, CqTileMap& target) {
 /// Tiles of both maps have the same shape, so each is one run of pixels.
 void fnWidenTiles(CqTileMap& source, CqTileMap& target) {
     const q32::PixelDecoder widening = fnWidening(source, target);
+    const bool streams = source.PaletteCount == 0 && target.BufferSize >= q32::kStreamLeast;
     CqImageTile from(false);
     CqImageTile to(false);
     for (std::uint32_t i = 0; i < source.TileCount; ++i) {
         source.fnAccessTile(i, &from);
         target.fnAccessTile(i, &to);
-        widening.fnRun(from.Pixels, to.Pixels,
-                       static_cast<std::size_t>(from.Width) *
-                           static_cast<std::size_t>(from.Height));
+        const std::size_t pixels =
+            static_cast<std::size_t>(from.Width) * static_cast<std::size_t>(from.Height);
+        const auto run = [&](const unsigned char* in, unsigned char* out, std::size_t count) {
+            widening.fnRun(in, out, count);
+        };
+        if (streams)
+            q32::fnStreamPixels(q32::fnKernels(), from.Pixels, source.BytesPerPixel, to.Pixels,
+                                target.BytesPerPixel, pixels, run);
+        else
+            run(from.Pixels, to.Pixels, pixels);
     }
 }
 
