@@ -17,8 +17,7 @@ struct RotateValues {
 
 template <int kBytes>
 static inline RotateValues<kBytes> fnRotateValues(const std::uint8_t* pixel) {
-    RotateValues<kBytes> values;
-    values.m_nCount = 0;
+    RotateValues<kBytes> values = {};
     for (int i = 0; i < kBytes; ++i) {
         if (pixel[i] == 0)
             continue;
@@ -27,7 +26,6 @@ static inline RotateValues<kBytes> fnRotateValues(const std::uint8_t* pixel) {
             ++known;
         if (known == values.m_nCount) {
             values.m_dValue[known] = pixel[i];
-            values.m_nPlaces[known] = 0;
             ++values.m_nCount;
         }
         values.m_nPlaces[known] |= 1u << (8 * i);
