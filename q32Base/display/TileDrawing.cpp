@@ -164,15 +164,6 @@ q32::SourceRows fnStagedRows(const CqTileMap& map, int width, int height, int x,
     return {map.DrawScratch.get(), rowBytes, map.BitCount, map.Palette.get(), width, height, x, y};
 }
 
-/// Rows of the tile itself, for an image that is drawn in its own size.
-q32::SourceRows fnTileRows(const CqImageTile& tile, int width, int height, int x, int y) {
-    q32::SourceRows rows = fnStagedRows(*tile.TileMap, width, height, x, y);
-    rows.m_nRowBytes = tile.RowBytes;
-    rows.m_pPixels = tile.Pixels + rows.m_nRowBytes * static_cast<std::uint32_t>(y - tile.Top) +
-                     fnStagedBytes(*tile.TileMap) * static_cast<std::uint32_t>(x - tile.Left);
-    return rows;
-}
-
 } // namespace
 
 void CqImageTile::fnBlt8(unsigned char* target, unsigned int stride, int width, int height, int x,
@@ -199,9 +190,6 @@ bool CqImageTile::fnDrawBand(CDC* dc, const CPoint& place, int x, int y, int wid
                static_cast<std::size_t>(height) <=
            TileMap->DrawDibCapacity);
     const unsigned int factor = fnFactor(*TileMap);
-    if (factor == 1 && TileMap->ZoomMode == ZOOM_INFLATE && BitCount != 4)
-        return q32::fnDrawRows(dc, place.x, place.y, *TileMap->DrawDib,
-                               fnTileRows(*this, width, height, x, y)) == height;
     if (TileMap->ZoomMode == ZOOM_FIT)
         fnDrawFit(factor, x, y, width, height);
     else if (TileMap->ZoomMode == ZOOM_SHRINK)

@@ -67,13 +67,15 @@ private:
         auto& params = m_Polyline.m_Params;
         if (vertices.IsEmpty())
             vertices.Add(m_Start);
+        // Each list is complete as far as it goes, should a later one find no memory.
         const int line = tags.GetSize();
         vertices.SetSize(line + 1 + count);
+        for (int i = 0; i < count; ++i)
+            vertices[line + 1 + i] = m_Parts[static_cast<std::size_t>(i)].fnEnd();
         tags.SetSize(line + count);
         params.SetSize(2 * (line + count));
         for (int i = 0; i < count; ++i) {
             const Part& part = m_Parts[static_cast<std::size_t>(i)];
-            vertices[line + 1 + i] = part.fnEnd();
             params[2 * (line + i)] = part.m_dLow;
             params[2 * (line + i) + 1] = part.m_dHigh;
         }
