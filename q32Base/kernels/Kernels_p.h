@@ -79,11 +79,6 @@ using ShrinkRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std
 using SampleRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                            std::uint32_t at, std::uint32_t step);
 
-/// Takes pixels from places in increasing order that don't overlap: target pixel i is the one at
-/// `source + offsets[i]`.
-using GatherRun = void (*)(const std::uint8_t* source, const std::uint32_t* offsets,
-                           std::uint8_t* target, std::size_t count);
-
 /// Sets every pixel of a run to the one at `pixel`.
 using FillRun = void (*)(std::uint8_t* target, std::size_t count, const std::uint8_t* pixel);
 
@@ -256,7 +251,6 @@ struct Kernels {
     InflateRun fnInflate[4];
     ShrinkRun fnShrink[4];
     SampleRun fnSample[4];
-    GatherRun fnGather[4];
 
     // Fill, by bytes a pixel: element 0 for one byte to element 3 for four. Long runs bypass the
     // caches.

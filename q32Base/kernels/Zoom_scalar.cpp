@@ -54,17 +54,10 @@ void fnSample(const std::uint8_t* source, std::uint8_t* target, std::size_t coun
 }
 
 template <std::size_t kBytes>
-void fnGather(const std::uint8_t* source, const std::uint32_t* offsets, std::uint8_t* target,
-              std::size_t count) {
-    fnCopyPixels<kBytes>(target, count, [=](std::size_t i) { return source + offsets[i]; });
-}
-
-template <std::size_t kBytes>
 static void fnUseZoom(Kernels& table) {
     table.fnInflate[kBytes - 1] = fnInflate<kBytes>;
     table.fnShrink[kBytes - 1] = fnShrink<kBytes>;
     table.fnSample[kBytes - 1] = fnSample<kBytes>;
-    table.fnGather[kBytes - 1] = fnGather<kBytes>;
 }
 
 template void fnInflate<1>(const std::uint8_t*, std::uint8_t*, std::size_t, std::size_t,

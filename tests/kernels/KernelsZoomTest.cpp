@@ -52,25 +52,6 @@ protected:
         ASSERT_TRUE(target.fnHolds(expected))
             << count << " pixels of " << bytes << " bytes from " << at << " in steps of " << step;
     }
-
-    void fnCheckGather(std::size_t bytes, std::size_t count, std::size_t misalignment) {
-        std::vector<std::uint32_t> offsets;
-        std::size_t end = 0;
-        for (std::size_t i = 0; i < count; ++i) {
-            end += m_Random() % 3 == 0 ? 0 : m_Random() % 40;
-            offsets.push_back(static_cast<std::uint32_t>(end));
-            end += bytes;
-        }
-        const Bytes content = fnRandomBytes(m_Random, end);
-        const SourceBytes source(content, misalignment);
-        TargetBytes target(count * bytes, m_Random() % 32);
-        m_Kernels.fnGather[bytes - 1](source.fnData(), offsets.data(), target.fnData(), count);
-        Bytes expected;
-        for (const std::uint32_t offset : offsets)
-            for (std::size_t k = 0; k < bytes; ++k)
-                expected.push_back(content[offset + k]);
-        ASSERT_TRUE(target.fnHolds(expected)) << count << " pixels of " << bytes << " bytes";
-    }
 };
 Q32_AT_EACH_LEVEL(KernelsZoom);
 
@@ -112,12 +93,6 @@ TEST_P(KernelsZoom, SamplesInStepsOf256thsFromAnyPosition) {
             fnCheckSample(bytes, m_Random() % 5000, m_Random() % 1000, m_Random() % 1000,
                           m_Random() % 32);
     }
-}
-
-TEST_P(KernelsZoom, GathersPixelsUpToTheLastByteOfTheSource) {
-    for (std::size_t bytes = 1; bytes <= 4; ++bytes)
-        for (std::size_t count = 0; count <= 70; ++count)
-            fnCheckGather(bytes, count, count % 4);
 }
 
 } // namespace
