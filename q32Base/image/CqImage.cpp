@@ -2,6 +2,7 @@
 
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
+#include "q32Base/image/CheckedImage_p.h"
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/pixels/PixelFormat_p.h"
@@ -53,6 +54,7 @@ const CRuntimeClass* CqImage::GetRuntimeClass() const {
 }
 
 void CqImage::fnInit() {
+    q32::fnRequireAttached("CqImage::CqImage");
     Width = Height = BitCount = BytesPerPixel = RowBytes = PaletteCount = 0;
     TileCount = TilesAcross = TilesDown = 0;
     TitleFlag = 1;
@@ -146,6 +148,7 @@ void CqImage::fnAlloc(unsigned int width, unsigned int height, unsigned int bitC
 
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): deliberate, see the declaration
 CqImage& CqImage::operator=(CqImage& other) {
+    q32::fnRequirePixels("CqImage::operator=", other, "the source");
     assert(other.TileMap);
     const CqTileMap& source = *other.TileMap;
     const std::uint32_t count = q32::fnIsIndexed(source.BitCount) ? source.PaletteCount : 0;
@@ -169,6 +172,7 @@ CqImage& CqImage::operator=(CqImage& other) {
 }
 
 void CqImage::fnGetPalette(CPalette& palette) {
+    q32::fnRequirePixels("CqImage::fnGetPalette", *this);
     if (palette.HasHandle())
         palette.DeleteObject();
     if (!TileMap->fnCreatePalette(palette))
@@ -176,6 +180,7 @@ void CqImage::fnGetPalette(CPalette& palette) {
 }
 
 unsigned int CqImage::fnGetPaletteEntry(unsigned int first, unsigned int count, RGBQUAD* out) {
+    q32::fnRequirePixels("CqImage::fnGetPaletteEntry", *this);
     count = TileMap->fnCutPaletteCount(first, count);
     std::copy_n(TileMap->Palette.get() + (count ? first : 0), count, out);
     return count;
@@ -183,10 +188,12 @@ unsigned int CqImage::fnGetPaletteEntry(unsigned int first, unsigned int count, 
 
 unsigned int CqImage::fnSetPaletteEntry(unsigned int first, unsigned int count,
                                         const RGBQUAD* entries) {
+    q32::fnRequirePixels("CqImage::fnSetPaletteEntry", *this);
     return TileMap->fnSetPaletteEntry(first, count, entries);
 }
 
 bool CqImage::fnIsGrayScale() const {
+    q32::fnRequirePixels("CqImage::fnIsGrayScale", *this);
     return TileMap->GrayScale;
 }
 
@@ -199,6 +206,7 @@ std::uint32_t CqImage::fnCountLosses() const noexcept {
 }
 
 unsigned char* CqImage::fnGetPixelAddr(int x, int y) {
+    q32::fnRequireInside("CqImage::fnGetPixelAddr", *this, x, y);
     const CqTileMap& map = *TileMap;
     const int tileWidth = static_cast<int>(map.TileWidth);
     const int tileHeight = static_cast<int>(map.TileHeight);
@@ -213,26 +221,34 @@ unsigned char* CqImage::fnGetPixelAddr(int x, int y) {
 }
 
 CqColor CqImage::fnGetPixelColor(int x, int y) {
+    q32::fnRequireInside("CqImage::fnGetPixelColor", *this, x, y);
     return q32::fnReadPixel(*TileMap, fnGetPixelAddr(x, y), (x & 1) != 0);
 }
 
 void CqImage::fnSetPixelColor(int x, int y, const CqColor& color) {
+    q32::fnRequireInside("CqImage::fnSetPixelColor", *this, x, y);
     q32::fnWritePixel(*TileMap, fnGetPixelAddr(x, y), (x & 1) != 0, color);
 }
 
 void CqImage::fnAccessTile(unsigned int index, CqImageTile* tile) {
+    q32::fnRequirePixels("CqImage::fnAccessTile", *this);
+    q32::fnRequireBelow("CqImage::fnAccessTile", "index", index, TileCount, "number of tiles");
     TileMap->fnAccessTile(index, tile);
 }
 
 void CqImage::fnAccessTile(CPoint& position, CqImageTile* tile) {
+    q32::fnRequireInside("CqImage::fnAccessTile", *this, position.x, position.y);
     TileMap->fnAccessTile(position, tile);
 }
 
 void CqImage::fnAccessLine(unsigned int row, CqImageLine* line, bool readOnly) {
+    q32::fnRequirePixels("CqImage::fnAccessLine", *this);
+    q32::fnRequireBelow("CqImage::fnAccessLine", "row", row, Height, "height");
     TileMap->fnAccessLine(row, line, readOnly);
 }
 
 CSize CqImage::fnGetMaxTileSize() const {
+    q32::fnRequirePixels("CqImage::fnGetMaxTileSize", *this);
     return {static_cast<LONG>(TileMap->TileWidth), static_cast<LONG>(TileMap->TileHeight)};
 }
 

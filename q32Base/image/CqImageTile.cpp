@@ -1,5 +1,6 @@
 #include "q32Base/image/CqImageTile.h"
 
+#include "q32Base/image/CheckedImage_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
 
 #include <cassert>
@@ -11,6 +12,8 @@ CqImageTile::~CqImageTile() {
 }
 
 void CqImageTile::fnCopy(CqImageTile& source) {
+    q32::fnRequirePlace("CqImageTile::fnCopy", Index, "CqImage::fnAccessTile");
+    q32::fnRequirePlace("CqImageTile::fnCopy", source.Index, "CqImage::fnAccessTile");
     assert(Pixels && source.Pixels);
     std::memmove(Pixels, source.Pixels, Size);
 }

@@ -1,4 +1,5 @@
 #include "q32Base/framework/Memory.h"
+#include "q32Base/image/CheckedImage_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/kernels/Kernels_p.h"
@@ -95,6 +96,8 @@ void q32::fnCopyPixels(const CqTileMap& from, const CRect& rect, CqTileMap& to, 
 }
 
 void CqImage::fnCopyBlock(CqImage& src, const CRect* rect, int x, int y) {
+    q32::fnRequirePixels("CqImage::fnCopyBlock", *this);
+    q32::fnRequirePixels("CqImage::fnCopyBlock", src, "src");
     if (src.BitCount != BitCount)
         return;
     const CRect block = rect ? *rect : q32::fnWholeRect(*src.TileMap);

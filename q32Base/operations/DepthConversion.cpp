@@ -1,4 +1,5 @@
 #include "q32Base/framework/Memory.h"
+#include "q32Base/image/CheckedImage_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
@@ -46,6 +47,7 @@ void fnWidenTiles(CqTileMap& source, CqTileMap& target) {
 } // namespace
 
 void CqImage::fnConvert(unsigned int bits, bool, tagRGBQUAD* palette) {
+    q32::fnRequirePixels("CqImage::fnConvert", *this);
     if (bits == BitCount)
         return;
     const unsigned int count = !q32::fnIsIndexed(bits) ? 0 : palette ? 1 : 1u << bits;

@@ -1,5 +1,6 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
+#include "q32Base/image/CheckedImage_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/operations/TilePieces_p.h"
@@ -62,6 +63,7 @@ void fnShow(CqImage& image, const CRect& rect) {
 } // namespace
 
 void CqImage::fnFill(const CqColor& color, const CRect* rect, bool draw) {
+    q32::fnRequirePixels("CqImage::fnFill", *this);
     if (rect) {
         CRect inside;
         if (!inside.IntersectRect(*rect, q32::fnWholeRect(*TileMap)))

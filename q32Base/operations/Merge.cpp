@@ -1,3 +1,4 @@
+#include "q32Base/image/CheckedImage_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/CqMask.h"
 #include "q32Base/kernels/Kernels_p.h"
@@ -120,6 +121,8 @@ void fnMergeLines(const MergePlace& merge, CqImage& source, CqImage& target, con
 } // namespace
 
 void CqImage::fnMerge(CqImage& src, const CRect* rect, const CqMergeParam& param, int x, int y) {
+    q32::fnRequirePixels("CqImage::fnMerge", *this);
+    q32::fnRequirePixels("CqImage::fnMerge", src, "src");
     if (src.BitCount != 16 && src.BitCount != 24) // nothing is written at the other depths
         return;
     CqMask* const mask = param.m_eType == MERGE_MASK ? param.m_pMask : nullptr;

@@ -1,4 +1,5 @@
 #include "q32Base/framework/Memory.h"
+#include "q32Base/image/CheckedImage_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/kernels/Epsilon.h"
 #include "q32Base/memory/CqTileMap_p.h"
@@ -37,6 +38,7 @@ std::uint32_t fnScaledSize(std::uint32_t size, double scale) {
 
 void CqImage::fnResample(unsigned int width, unsigned int height, bool interpolate,
                          CqProgressDisplay* progress) {
+    q32::fnRequirePixels("CqImage::fnResample", *this);
     if (width == Width && height == Height)
         return;
     auto target = fnNewSize(*TileMap, width, height);
@@ -51,6 +53,7 @@ void CqImage::fnResample(unsigned int width, unsigned int height, bool interpola
 }
 
 void CqImage::fnResample(double scaleX, double scaleY, CqProgressDisplay* progress) {
+    q32::fnRequirePixels("CqImage::fnResample", *this);
     const std::uint32_t width = fnScaledSize(Width, scaleX);
     const std::uint32_t height = fnScaledSize(Height, scaleY);
     if (width == Width && height == Height)

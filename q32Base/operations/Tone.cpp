@@ -1,4 +1,5 @@
 #include "q32Base/framework/Memory.h"
+#include "q32Base/image/CheckedImage_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/kernels/HueShift_p.h"
 #include "q32Base/kernels/Kernels_p.h"
@@ -48,6 +49,7 @@ constexpr std::size_t kCurve = 256; ///< bytes
 
 void CqImage::fnBrightContrast(int brightness, int contrast, bool draw,
                                CqProgressDisplay* progress) {
+    q32::fnRequirePixels("CqImage::fnBrightContrast", *this);
     if ((brightness == 0 && contrast == 0) || BitCount < 8)
         return;
     const std::unique_ptr<std::uint8_t[]> curves(q32::fnNewArray<std::uint8_t>(3 * kCurve));
@@ -64,6 +66,7 @@ void CqImage::fnBrightContrast(int brightness, int contrast, bool draw,
 }
 
 void CqImage::fnColorBalance(int red, int green, int blue, bool draw, CqProgressDisplay* progress) {
+    q32::fnRequirePixels("CqImage::fnColorBalance", *this);
     if ((red == 0 && green == 0 && blue == 0) || q32::fnIsIndexed(BitCount))
         return;
     const std::unique_ptr<std::uint8_t[]> curves(q32::fnNewArray<std::uint8_t>(3 * kCurve));
@@ -74,6 +77,7 @@ void CqImage::fnColorBalance(int red, int green, int blue, bool draw, CqProgress
 }
 
 void CqImage::fnHueSaturation(int hue, int saturation, bool draw, CqProgressDisplay* progress) {
+    q32::fnRequirePixels("CqImage::fnHueSaturation", *this);
     if ((hue == 0 && saturation == 0) || q32::fnIsIndexed(BitCount))
         return;
     const auto run = q32::fnKernels().*q32::fnPixelFormat(BitCount).m_pHueShift;
@@ -83,6 +87,7 @@ void CqImage::fnHueSaturation(int hue, int saturation, bool draw, CqProgressDisp
 }
 
 void CqImage::fnThresholding(unsigned char level, bool draw, CqProgressDisplay* progress) {
+    q32::fnRequirePixels("CqImage::fnThresholding", *this);
     fnChangeTiles(*this, draw, progress, [&](CqImageTile& tile) {
         q32::fnKernels().fnThreshold(tile.Pixels, tile.Size, level);
     });

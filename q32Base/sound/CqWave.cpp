@@ -2,6 +2,7 @@
 
 #include "q32Base/framework/Memory.h"
 #include "q32Base/memory/PixelBuffer_p.h"
+#include "q32Base/platform/Checked_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <cstring>
@@ -142,6 +143,7 @@ void CqWave::fnLoad(unsigned int nResourceId) {
 
 void CqWave::fnAlloc(unsigned int nChannels, unsigned int nBits, unsigned int nSampleRate,
                      unsigned long nFrames, bool bMute) {
+    q32::fnRequireAttached("CqWave::fnAlloc");
     WAVEFORMATEX format = {};
     format.wFormatTag = kPcm;
     format.nChannels = static_cast<WORD>(nChannels);
