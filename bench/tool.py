@@ -65,7 +65,10 @@ def environment(folder, memory):
 
 
 def make_inputs(q32, folder, side, formats, memory):
-    """A picture of gradients and noise: repeated patterns would compress as no photograph does."""
+    """A picture of gradients and noise: repeated patterns would compress as no photograph does. Files that are there stay."""
+    formats = [extension for extension in formats if not (folder / f"IN.{extension}").exists()]
+    if not formats:
+        return
     small = folder / "seed.bmp"
     width = min(side, 2000)
     height = width * 3 // 4 if side <= 8000 else width
@@ -85,9 +88,9 @@ def make_inputs(q32, folder, side, formats, memory):
                        check=True)
 
 
-def measure(command, folder, environ):
+def measure(command, inputs, folder, environ):
     """Seconds, seconds of the processor and peak KiB of one run; none if it failed."""
-    words = [word.replace("IN.", f"{folder}/IN.").replace("OUT.", f"{folder}/OUT.") for word in command]
+    words = [word.replace("IN.", f"{inputs}/IN.").replace("OUT.", f"{folder}/OUT.") for word in command]
     start = time.monotonic()
     run = subprocess.Popen(words, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, env=environ)
     _, status, usage = os.wait4(run.pid, 0)
@@ -100,9 +103,10 @@ def main():
     parser.add_argument("program", type=pathlib.Path, help="q32")
     parser.add_argument("--side", type=int, default=4000, help="width of the picture in pixels")
     parser.add_argument("--memory", help="passed on to q32")
-    parser.add_argument("--rounds", type=int, default=3)
+    parser.add_argument("--rounds", type=int, default=3, help="0: only make the pictures to read")
     parser.add_argument("--work", help="only the works with this in their name", default="")
     parser.add_argument("--tools", help="only these, separated by commas", default="")
+    parser.add_argument("--inputs", type=pathlib.Path, help="a folder for the pictures to read, kept for the next run")
     parser.add_argument("--folder", help="where the pictures go", default=None)
     options = parser.parse_args()
     q32 = str(options.program.resolve())
@@ -113,8 +117,9 @@ def main():
     with tempfile.TemporaryDirectory(dir=options.folder) as name:
         folder = pathlib.Path(name)
         environ = environment(folder, options.memory)
-        make_inputs(q32, folder, options.side, sorted(formats), options.memory)
-        for work, tools in chosen.items():
+        inputs = options.inputs or folder
+        make_inputs(q32, inputs, options.side, sorted(formats), options.memory)
+        for work, tools in chosen.items() if options.rounds else ():
             print(work, flush=True)
             for tool, command in tools.items():
                 if options.tools and tool not in options.tools.split(","):
@@ -122,7 +127,7 @@ def main():
                 if not shutil.which(command[0]):
                     print(f"  {tool:8} not installed")
                     continue
-                runs = [measure(command, folder, environ) for _ in range(options.rounds)]
+                runs = [measure(command, inputs, folder, environ) for _ in range(options.rounds)]
                 if None in runs:
                     print(f"  {tool:8} failed")
                 else:
