@@ -161,8 +161,8 @@ const Fault kDetachedFaults[] = {
      [] { const CqImage image; }},
     {"a sound", "CqWave::fnAlloc: the library isn't attached",
      [] { CqWave().fnAlloc(1, 8, 8000, 100, false); }},
-    {"a file", "a function that needs the platform: the library isn't attached",
-     [] { CFile("name", CFile::modeRead); }},
+    {"a gauge", "a function that needs the platform: the library isn't attached",
+     [] { const CqProgressDisplay progress(true); }},
 };
 
 class Checked : public testing::Test {
