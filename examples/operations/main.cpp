@@ -76,7 +76,7 @@ const Row kRows[] = {
               image.fnMerge(disc, nullptr, CqMergeParam(CqColor(255, 0, 255)), 20, 20))},
     {nullptr, "line", "A line of one pixel's width",
      Q32_CALL(image.fnDrawLine(0, 99, 149, 0, CqColor(255, 255, 255), false))},
-    {"Tone curves, greys and depths", "curves", "A curve for each channel",
+    {"Tone curves, greys and depths", "tone-curves", "A curve for each channel",
      Q32_CALL(CqToneCurves tone = fnSwingingCurves();
               q32ApplyToneCurves(image, nullptr, tone, nullptr))},
     {nullptr, "grey-8", "256 greys", Q32_CALL(q32ConvertToGrey(image, 8, nullptr))},
