@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Compares q32 with other command line tools for pictures, where these are installed (scripts/bench --tool): the same
 work, wall time, processor time, and the most memory that the process held, as the kernel counted it (pages of mapped
-files included).
+files included, which it takes back when it needs them: --within shows what a tool can do with).
 
   bench/tool.py build/release/tools/q32/q32                         12 megapixels, best of three runs
   bench/tool.py PROGRAM --side 30000 --memory 512M --rounds 1      900 megapixels, one run
@@ -103,6 +103,7 @@ def main():
     parser.add_argument("program", type=pathlib.Path, help="q32")
     parser.add_argument("--side", type=int, default=4000, help="width of the picture in pixels")
     parser.add_argument("--memory", help="passed on to q32")
+    parser.add_argument("--within", help="a limit that the system enforces, file pages included: 512M, say; as root")
     parser.add_argument("--rounds", type=int, default=3, help="0: only make the pictures to read")
     parser.add_argument("--work", help="only the works with this in their name", default="")
     parser.add_argument("--tools", help="only these, separated by commas", default="")
@@ -127,6 +128,8 @@ def main():
                 if not shutil.which(command[0]):
                     print(f"  {tool:8} not installed")
                     continue
+                if options.within:
+                    command = [str(pathlib.Path(__file__).parent.parent / "scripts/with-memory"), options.within, *command]
                 runs = [measure(command, inputs, folder, environ) for _ in range(options.rounds)]
                 if None in runs:
                     print(f"  {tool:8} failed")
