@@ -3,11 +3,11 @@
 #include "q32Base/display/PaletteSelection_p.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
-#include "q32Base/image/CheckedImage_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/CqMask.h"
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/platform/Checked_p.h"
 
 #include <algorithm>
 #include <cstring>
@@ -115,7 +115,7 @@ bool fnDrawRows(CqImage& image, CDC* dc, const CqMergeParam& param, const KeySca
 
 bool CqImage::fnKeyDraw(CDC* dc, const CRect& destination, int x, int y, const CqMergeParam& param,
                         bool noGamma, bool background) {
-    q32::fnRequirePixels("CqImage::fnKeyDraw", *this);
+    q32::fnRequirePixels("CqImage::fnKeyDraw", TileMap);
     if (destination.Width() < 1 || destination.Height() < 1 ||
         !q32::fnEnsureDrawBuffers(*TileMap) || !q32::fnSelectDrawPalette(*TileMap, dc, background))
         return false;

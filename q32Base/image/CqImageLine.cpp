@@ -1,10 +1,10 @@
 #include "q32Base/image/CqImageLine.h"
 
 #include "q32Base/framework/Memory.h"
-#include "q32Base/image/CheckedImage_p.h"
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/platform/Checked_p.h"
 
 #include <algorithm>
 #include <cassert>

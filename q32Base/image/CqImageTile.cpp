@@ -1,7 +1,7 @@
 #include "q32Base/image/CqImageTile.h"
 
-#include "q32Base/image/CheckedImage_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/platform/Checked_p.h"
 
 #include <cassert>
 #include <cstring>

@@ -1,10 +1,10 @@
 #include "q32Base/framework/Memory.h"
-#include "q32Base/image/CheckedImage_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/operations/BlockCopy_p.h"
 #include "q32Base/operations/TilePieces_p.h"
+#include "q32Base/platform/Checked_p.h"
 
 #include <cassert>
 #include <cstring>
@@ -96,8 +96,8 @@ void q32::fnCopyPixels(const CqTileMap& from, const CRect& rect, CqTileMap& to, 
 }
 
 void CqImage::fnCopyBlock(CqImage& src, const CRect* rect, int x, int y) {
-    q32::fnRequirePixels("CqImage::fnCopyBlock", *this);
-    q32::fnRequirePixels("CqImage::fnCopyBlock", src, "src");
+    q32::fnRequirePixels("CqImage::fnCopyBlock", TileMap);
+    q32::fnRequirePixels("CqImage::fnCopyBlock", src.TileMap, "src");
     if (src.BitCount != BitCount)
         return;
     const CRect block = rect ? *rect : q32::fnWholeRect(*src.TileMap);

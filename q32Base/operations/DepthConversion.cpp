@@ -1,10 +1,10 @@
 #include "q32Base/framework/Memory.h"
-#include "q32Base/image/CheckedImage_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/pixels/PixelConversion.h"
 #include "q32Base/pixels/PixelFormat_p.h"
+#include "q32Base/platform/Checked_p.h"
 
 #include <memory>
 
@@ -47,7 +47,7 @@ void fnWidenTiles(CqTileMap& source, CqTileMap& target) {
 } // namespace
 
 void CqImage::fnConvert(unsigned int bits, bool, tagRGBQUAD* palette) {
-    q32::fnRequirePixels("CqImage::fnConvert", *this);
+    q32::fnRequirePixels("CqImage::fnConvert", TileMap);
     if (bits == BitCount)
         return;
     const unsigned int count = !q32::fnIsIndexed(bits) ? 0 : palette ? 1 : 1u << bits;

@@ -1,9 +1,9 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
-#include "q32Base/image/CheckedImage_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/operations/TilePieces_p.h"
+#include "q32Base/platform/Checked_p.h"
 
 #include <cassert>
 
@@ -63,7 +63,7 @@ void fnShow(CqImage& image, const CRect& rect) {
 } // namespace
 
 void CqImage::fnFill(const CqColor& color, const CRect* rect, bool draw) {
-    q32::fnRequirePixels("CqImage::fnFill", *this);
+    q32::fnRequirePixels("CqImage::fnFill", TileMap);
     if (rect) {
         CRect inside;
         if (!inside.IntersectRect(*rect, q32::fnWholeRect(*TileMap)))

@@ -1,9 +1,9 @@
 #include "q32Base/framework/Memory.h"
-#include "q32Base/image/CheckedImage_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/operations/BlockCopy_p.h"
 #include "q32Base/operations/TilePieces_p.h"
+#include "q32Base/platform/Checked_p.h"
 
 #include <cassert>
 #include <cstring>
@@ -133,8 +133,8 @@ void fnFillByTiles(CqTileMap& map, const CqTileMap& pattern, const CRect& src, c
 } // namespace
 
 void CqImage::fnFill(CqImage& pattern, const CRect* srcRect, const CRect* dstRect) {
-    q32::fnRequirePixels("CqImage::fnFill", *this);
-    q32::fnRequirePixels("CqImage::fnFill", pattern, "pattern");
+    q32::fnRequirePixels("CqImage::fnFill", TileMap);
+    q32::fnRequirePixels("CqImage::fnFill", pattern.TileMap, "pattern");
     const CRect dst = fnClipped(dstRect, *TileMap);
     if (dst.IsRectEmpty())
         return;

@@ -1,8 +1,8 @@
-#include "q32Base/image/CheckedImage_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/CqMask.h"
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/operations/TilePieces_p.h"
+#include "q32Base/platform/Checked_p.h"
 
 #include <cassert>
 #include <cstring>
@@ -121,8 +121,8 @@ void fnMergeLines(const MergePlace& merge, CqImage& source, CqImage& target, con
 } // namespace
 
 void CqImage::fnMerge(CqImage& src, const CRect* rect, const CqMergeParam& param, int x, int y) {
-    q32::fnRequirePixels("CqImage::fnMerge", *this);
-    q32::fnRequirePixels("CqImage::fnMerge", src, "src");
+    q32::fnRequirePixels("CqImage::fnMerge", TileMap);
+    q32::fnRequirePixels("CqImage::fnMerge", src.TileMap, "src");
     if (src.BitCount != 16 && src.BitCount != 24) // nothing is written at the other depths
         return;
     CqMask* const mask = param.m_eType == MERGE_MASK ? param.m_pMask : nullptr;

@@ -1,10 +1,10 @@
 #include "q32Base/framework/Memory.h"
-#include "q32Base/image/CheckedImage_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/kernels/Epsilon.h"
 #include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/operations/Resample_p.h"
 #include "q32Base/pixels/PixelFormat_p.h"
+#include "q32Base/platform/Checked_p.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <cmath>
@@ -38,7 +38,7 @@ std::uint32_t fnScaledSize(std::uint32_t size, double scale) {
 
 void CqImage::fnResample(unsigned int width, unsigned int height, bool interpolate,
                          CqProgressDisplay* progress) {
-    q32::fnRequirePixels("CqImage::fnResample", *this);
+    q32::fnRequirePixels("CqImage::fnResample", TileMap);
     if (width == Width && height == Height)
         return;
     auto target = fnNewSize(*TileMap, width, height);
@@ -53,7 +53,7 @@ void CqImage::fnResample(unsigned int width, unsigned int height, bool interpola
 }
 
 void CqImage::fnResample(double scaleX, double scaleY, CqProgressDisplay* progress) {
-    q32::fnRequirePixels("CqImage::fnResample", *this);
+    q32::fnRequirePixels("CqImage::fnResample", TileMap);
     const std::uint32_t width = fnScaledSize(Width, scaleX);
     const std::uint32_t height = fnScaledSize(Height, scaleY);
     if (width == Width && height == Height)

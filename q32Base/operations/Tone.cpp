@@ -1,11 +1,11 @@
 #include "q32Base/framework/Memory.h"
-#include "q32Base/image/CheckedImage_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/kernels/HueShift_p.h"
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/operations/ToneCurves_p.h"
 #include "q32Base/pixels/PixelFormat_p.h"
+#include "q32Base/platform/Checked_p.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <algorithm>
@@ -49,7 +49,7 @@ constexpr std::size_t kCurve = 256; ///< bytes
 
 void CqImage::fnBrightContrast(int brightness, int contrast, bool draw,
                                CqProgressDisplay* progress) {
-    q32::fnRequirePixels("CqImage::fnBrightContrast", *this);
+    q32::fnRequirePixels("CqImage::fnBrightContrast", TileMap);
     if ((brightness == 0 && contrast == 0) || BitCount < 8)
         return;
     const std::unique_ptr<std::uint8_t[]> curves(q32::fnNewArray<std::uint8_t>(3 * kCurve));
@@ -66,7 +66,7 @@ void CqImage::fnBrightContrast(int brightness, int contrast, bool draw,
 }
 
 void CqImage::fnColorBalance(int red, int green, int blue, bool draw, CqProgressDisplay* progress) {
-    q32::fnRequirePixels("CqImage::fnColorBalance", *this);
+    q32::fnRequirePixels("CqImage::fnColorBalance", TileMap);
     if ((red == 0 && green == 0 && blue == 0) || q32::fnIsIndexed(BitCount))
         return;
     const std::unique_ptr<std::uint8_t[]> curves(q32::fnNewArray<std::uint8_t>(3 * kCurve));
@@ -77,7 +77,7 @@ void CqImage::fnColorBalance(int red, int green, int blue, bool draw, CqProgress
 }
 
 void CqImage::fnHueSaturation(int hue, int saturation, bool draw, CqProgressDisplay* progress) {
-    q32::fnRequirePixels("CqImage::fnHueSaturation", *this);
+    q32::fnRequirePixels("CqImage::fnHueSaturation", TileMap);
     if ((hue == 0 && saturation == 0) || q32::fnIsIndexed(BitCount))
         return;
     const auto run = q32::fnKernels().*q32::fnPixelFormat(BitCount).m_pHueShift;
@@ -87,7 +87,7 @@ void CqImage::fnHueSaturation(int hue, int saturation, bool draw, CqProgressDisp
 }
 
 void CqImage::fnThresholding(unsigned char level, bool draw, CqProgressDisplay* progress) {
-    q32::fnRequirePixels("CqImage::fnThresholding", *this);
+    q32::fnRequirePixels("CqImage::fnThresholding", TileMap);
     fnChangeTiles(*this, draw, progress, [&](CqImageTile& tile) {
         q32::fnKernels().fnThreshold(tile.Pixels, tile.Size, level);
     });

@@ -26,7 +26,7 @@ void q32SetMessageService(std::shared_ptr<CqMessageService> messages) {
 namespace q32 {
 
 const CqPlatform& fnPlatform() {
-    fnRequireAttached("a function that needs the platform");
+    fnRequireAttached("a function that needs the platform", thePlatform.has_value());
     assert(thePlatform && "the library is not attached");
     return *thePlatform;
 }

@@ -143,7 +143,7 @@ void CqWave::fnLoad(unsigned int nResourceId) {
 
 void CqWave::fnAlloc(unsigned int nChannels, unsigned int nBits, unsigned int nSampleRate,
                      unsigned long nFrames, bool bMute) {
-    q32::fnRequireAttached("CqWave::fnAlloc");
+    q32::fnRequireAttached("CqWave::fnAlloc", q32::fnHasPlatform());
     WAVEFORMATEX format = {};
     format.wFormatTag = kPcm;
     format.nChannels = static_cast<WORD>(nChannels);
