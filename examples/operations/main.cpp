@@ -8,6 +8,7 @@
 #include "q32Base/q32Base.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -122,9 +123,10 @@ const Row kRows[] = {
 bool fnFit(CqImage& image) {
     image.fnConvert(24, false, nullptr);
     const double scale = std::max(1.0 * kWidth / image.Width, 1.0 * kHeight / image.Height);
-    image.fnResample(std::max(kWidth, static_cast<unsigned int>(image.Width * scale + 0.5)),
-                     std::max(kHeight, static_cast<unsigned int>(image.Height * scale + 0.5)), true,
-                     nullptr);
+    const auto scaled = [scale](unsigned int length, unsigned int least) {
+        return std::max(least, static_cast<unsigned int>(std::lround(length * scale)));
+    };
+    image.fnResample(scaled(image.Width, kWidth), scaled(image.Height, kHeight), true, nullptr);
     const CPoint corner(static_cast<int>(image.Width - kWidth) / 2,
                         static_cast<int>(image.Height - kHeight) / 2);
     return q32Crop(image, CRect(corner, CSize(kWidth, kHeight)), image, nullptr);
