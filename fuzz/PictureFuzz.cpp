@@ -1,5 +1,6 @@
 /// @file Picture files of one format, that of the target's name: for any bytes, reading ends with a
-/// picture or a message. Checksums of a PNG are put right, which no mutation would do.
+/// picture or a message, also if damaged files are accepted. The metadata that is read can be
+/// written, and comes back. Checksums of a PNG are put right, which no mutation would do.
 
 #include "fuzz/FuzzInput.h"
 #include "plugins/PictureFile.h"
@@ -73,13 +74,38 @@ void fnMendChecksums(std::string& png) {
     }
 }
 
+/// Writes a picture with metadata; what the format can hold must be what is read again.
+void fnWriteBack(CqImage& image, const CqPictureMetadata& metadata, PICTURE_FORMAT format) {
+    const unsigned int lost = q32FindLostMetadata(image, metadata, format);
+    if (!q32WritePicture(kPath, image, metadata, format).fnIsDone())
+        return; // too wide for the format
+    CqImage again;
+    CqPictureMetadata read;
+    fnCheck(q32ReadPicture(kPath, again, read).fnIsDone(), "what was written can be read");
+    fnCheck((lost & PICTURE_PART_PROFILE) != 0 || read.m_Profile == metadata.m_Profile,
+            "the profile comes back");
+    fnCheck((lost & PICTURE_PART_NOTES) != 0 || read.m_Xmp.size() == metadata.m_Xmp.size(),
+            "the notes come back");
+}
+
 void fnRead(const std::string& file, const Format& format) {
     fnWorld().m_pDisks->fnPutFile(kPath, file);
     const Balance balance;
     CqImage image;
-    const CqPictureResult result = q32ReadPicture(kPath, image);
+    CqPictureMetadata metadata;
+    CqPictureLimits limits;
+    const CqPictureResult result = q32ReadPicture(kPath, image, metadata);
     fnCheck(result.fnIsDone() == (image.TileMap != nullptr), "a picture or a message");
     fnCheck(!image.TileMap || image.fnGetFioPlugin() == format.m_nFormat, "of that format");
+    limits.m_bPartial = true;
+    CqImage part;
+    const CqPictureResult partial = q32ReadPicture(kPath, part, limits);
+    fnCheck(partial.fnIsDone() == (part.TileMap != nullptr), "a picture or a message");
+    fnCheck(!result.fnIsDone() || partial.fnIsDone(), "what is whole can be read as a part");
+    constexpr std::uint64_t kMaxPixels = 4096; // so that writing takes little of the time
+    if (image.TileMap && std::uint64_t{image.Width} * image.Height <= kMaxPixels)
+        for (const PICTURE_FORMAT one : {PICTURE_PNG, PICTURE_JPEG, PICTURE_TIFF})
+            fnWriteBack(image, metadata, one);
 }
 
 } // namespace

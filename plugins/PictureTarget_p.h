@@ -1,5 +1,6 @@
 #pragma once
 
+#include "plugins/MetadataTarget_p.h"
 #include "plugins/PictureTypes.h"
 #include "q32Base/framework/CheckedSize_p.h"
 #include "q32Base/image/CqImage.h"
@@ -42,9 +43,10 @@ private:
 class PictureTarget {
 public:
     /// `limits` must outlive this; `progress` may be null.
+    /// @param metadata  receives metadata; null if the host doesn't ask for it
     PictureTarget(CqImage& image, std::uint64_t fileBytes, const CqPictureLimits& limits,
-                  CqPictureProgress* progress)
-        : m_Image(image), m_nFileBytes(fileBytes), m_Limits(limits),
+                  CqPictureProgress* progress, CqPictureMetadata* metadata = nullptr)
+        : m_Image(image), m_nFileBytes(fileBytes), m_Limits(limits), m_pMetadata(metadata),
           m_Steps(progress, limits.m_nMilliseconds) {}
     PictureTarget(const PictureTarget&) = delete;
     PictureTarget& operator=(const PictureTarget&) = delete;
@@ -90,14 +92,35 @@ public:
     unsigned int fnGetReduction() const { return m_nReduction; }
     void fnTell(std::uint64_t done, std::uint64_t total) { m_Steps.fnTell(done, total); }
 
+    /// The host asks for metadata: a codec doesn't note as left out what `fnCollect` takes.
+    bool fnWantsMetadata() const { return m_pMetadata != nullptr; }
+    /// Has `take(MetadataTarget&)` collect the metadata, if the host asks for it, and notes what it
+    /// leaves out.
+    template <typename Take>
+    void fnCollect(CodecInput& input, const Take& take) {
+        if (!m_pMetadata)
+            return;
+        MetadataTarget target(*m_pMetadata, m_Limits.m_nMetadataBytes);
+        take(target);
+        fnCheckInput(input);
+        fnNoteReduced(target.fnGetParts());
+    }
+    /// Notes that pixels are missing.
+    void fnNotePartial() { m_bPartial = true; }
+    bool fnIsPartial() const { return m_bPartial; }
+
     CqImage& fnGetImage() { return m_Image; }
     const CqPictureLimits& fnGetLimits() const { return m_Limits; }
     PictureSteps& fnGetSteps() { return m_Steps; }
 
 private:
+    static void fnCheckInput(const CodecInput& input);
+
     CqImage& m_Image;
     std::uint64_t m_nFileBytes;
     const CqPictureLimits& m_Limits;
+    CqPictureMetadata* m_pMetadata;
+    bool m_bPartial = false;
     std::optional<CqPixelReader> m_Reader; ///< on the storage allocated by fnAlloc
     std::optional<CqPixelWriter> m_Writer;
     PictureSteps m_Steps;

@@ -76,6 +76,13 @@ struct CqPictureLimits {
     /// takes less time and storage; the limits on pixels and storage apply to what is decoded.
     std::uint32_t m_nFitWidth = 0;
     std::uint32_t m_nFitHeight = 0;
+    /// Bytes of all metadata, for a read that collects it. A block beyond that is left out, and
+    /// noted in the result.
+    std::uint64_t m_nMetadataBytes = std::uint64_t{64} << 20;
+    /// Whether a PNG or JPEG that ends early, or whose pixels are damaged, is read as far as it
+    /// goes. What is missing is black, transparent if the picture has alpha, or what the decoder
+    /// makes of it; the result says so. Headers must be there.
+    bool m_bPartial = false;
 };
 
 /// What a file may hold that an image doesn't: bits of CqPictureResult::m_nParts.
@@ -111,6 +118,9 @@ struct Q32_API CqPictureResult {
     /// The picture's width and height were divided by this while it was decoded, to suit the box of
     /// the limits: 1, 2, 4 or 8. The image's resolution is still that of the file.
     unsigned int m_nReduction = 1;
+    /// The file ends early or is damaged, and the picture holds what could be decoded; only if the
+    /// limits allow that.
+    bool m_bPartial = false;
 
     /// Whether the picture was read or written.
     bool fnIsDone() const { return m_nMsgId == 0 && !m_bAborted; }

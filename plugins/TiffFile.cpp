@@ -1,5 +1,6 @@
 #include "plugins/CodecInput_p.h"
 #include "plugins/CodecSamples_p.h"
+#include "plugins/MetadataTarget_p.h"
 #include "plugins/PictureCodec_p.h"
 #include "plugins/PictureTarget_p.h"
 #include "plugins/TiffHandle_p.h"
@@ -252,16 +253,24 @@ void fnTakeNotes(TIFF* file, const TiffTags& tags, PictureTarget& target) {
     }
 }
 
-/// What the file holds beside the image of its first directory, as bits of PICTURE_PART.
-unsigned int fnFindParts(TIFF* file, const TiffTags& tags, const TiffLayout& layout) {
-    constexpr std::pair<std::uint16_t, PICTURE_PART> kDropped[] = {
-        {TIFFTAG_ICCPROFILE, PICTURE_PART_PROFILE}, {TIFFTAG_SUBIFD, PICTURE_PART_PAGES},
-        {TIFFTAG_XMLPACKET, PICTURE_PART_NOTES},    {TIFFTAG_RICHTIFFIPTC, PICTURE_PART_NOTES},
-        {TIFFTAG_PHOTOSHOP, PICTURE_PART_NOTES},    {TIFFTAG_ARTIST, PICTURE_PART_NOTES},
-        {TIFFTAG_COPYRIGHT, PICTURE_PART_NOTES},    {TIFFTAG_EXIFIFD, PICTURE_PART_NOTES},
-        {TIFFTAG_GPSIFD, PICTURE_PART_NOTES}};
+std::uint16_t fnGetOrientation(TIFF* file) {
     std::uint16_t orientation = ORIENTATION_TOPLEFT;
     TIFFGetFieldDefaulted(file, TIFFTAG_ORIENTATION, &orientation);
+    return orientation;
+}
+
+/// What the file holds beside the image of its first directory, as bits of PICTURE_PART.
+/// @param metadata  without what `fnTakeTiffMetadata` collects
+unsigned int fnFindParts(TIFF* file, const TiffTags& tags, const TiffLayout& layout,
+                         bool metadata) {
+    constexpr std::pair<std::uint16_t, PICTURE_PART> kDropped[] = {
+        {TIFFTAG_SUBIFD, PICTURE_PART_PAGES},  {TIFFTAG_PHOTOSHOP, PICTURE_PART_NOTES},
+        {TIFFTAG_ARTIST, PICTURE_PART_NOTES},  {TIFFTAG_COPYRIGHT, PICTURE_PART_NOTES},
+        {TIFFTAG_EXIFIFD, PICTURE_PART_NOTES}, {TIFFTAG_GPSIFD, PICTURE_PART_NOTES}};
+    constexpr std::pair<std::uint16_t, PICTURE_PART> kMetadata[] = {
+        {TIFFTAG_ICCPROFILE, PICTURE_PART_PROFILE},
+        {TIFFTAG_XMLPACKET, PICTURE_PART_NOTES},
+        {TIFFTAG_RICHTIFFIPTC, PICTURE_PART_NOTES}};
     unsigned int parts = 0;
     const auto note = [&parts](bool has, PICTURE_PART part) { parts |= has ? part : 0u; };
     note(!TIFFLastDirectory(file), PICTURE_PART_PAGES);
@@ -269,12 +278,14 @@ unsigned int fnFindParts(TIFF* file, const TiffTags& tags, const TiffLayout& lay
     note(layout.m_eKind == TIFF_OTHER || layout.m_eKind == TIFF_CMYK ||
              layout.m_nSamples > layout.fnUsedSamples(),
          PICTURE_PART_CHANNELS);
-    note(orientation != ORIENTATION_TOPLEFT, PICTURE_PART_ORIENTATION);
+    note(!metadata && fnGetOrientation(file) != ORIENTATION_TOPLEFT, PICTURE_PART_ORIENTATION);
     note(tags.fnHasLeftOutTitle() ||
              (tags.fnHas(TIFFTAG_DOCUMENTNAME) && tags.fnHas(TIFFTAG_IMAGEDESCRIPTION)),
          PICTURE_PART_NOTES);
     for (const auto& [tag, part] : kDropped)
         note(tags.fnHas(tag), part);
+    for (const auto& [tag, part] : kMetadata)
+        note(!metadata && tags.fnHas(tag), part);
     return parts;
 }
 
@@ -321,7 +332,7 @@ void fnReadTiff(CodecInput& input, PictureTarget& target) {
     file.fnCheckMemory();
     fnAllocImage(file, layout, target);
     fnTakeNotes(file, tags, target);
-    target.fnNoteReduced(fnFindParts(file, tags, layout));
+    target.fnNoteReduced(fnFindParts(file, tags, layout, target.fnWantsMetadata()));
     if (file.fnHasGuessed())
         target.fnNoteReduced(PICTURE_PART_OTHER);
     file.fnWatchWarnings();
@@ -329,6 +340,10 @@ void fnReadTiff(CodecInput& input, PictureTarget& target) {
     if (file.fnHasWarned() || input.fnHasFailed())
         file.fnFail();
     file.fnCheckMemory();
+    target.fnCollect(input, [&](MetadataTarget& blocks) {
+        fnTakeTiffMetadata(input, tags, blocks);
+        blocks.fnGet().m_nOrientation = fnGetOrientation(file);
+    });
 }
 
 } // namespace
