@@ -74,10 +74,11 @@ void fnDescribeBlock(TiffHandle& file, ttag_t tag, const std::vector<unsigned ch
     fnCheckStored(stored, block.data(), block.size());
 }
 
-/// libtiff takes IPTC as numbers of 32 bits.
+/// Some versions of libtiff take IPTC as numbers of 32 bits.
 void fnDescribeIptc(TiffHandle& file, const std::vector<unsigned char>& block) {
-    if (block.empty())
-        return;
+    const TIFFField* field = TIFFFindField(file, TIFFTAG_RICHTIFFIPTC, TIFF_ANY);
+    if (block.empty() || !field || TIFFDataWidth(TIFFFieldDataType(field)) == 1)
+        return fnDescribeBlock(file, TIFFTAG_RICHTIFFIPTC, block);
     std::vector<std::uint32_t> numbers((block.size() + 3) / 4);
     std::memcpy(numbers.data(), block.data(), block.size());
     fnSet(file, TIFFTAG_RICHTIFFIPTC, static_cast<std::uint32_t>(numbers.size()), numbers.data());

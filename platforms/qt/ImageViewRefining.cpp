@@ -7,6 +7,7 @@
 #include "q32Base/image/CqImage.h"
 
 #include <algorithm>
+#include <new>
 #include <QElapsedTimer>
 #include <QTimerEvent>
 
@@ -63,49 +64,99 @@ bool CqImageView::fnShowsMeans() const {
            m_pOverview->fnGetShift(m_Zoom) == 0;
 }
 
-void CqImageView::fnDrawStale(QRegion& around) {
-    QImage& pixels = m_pCanvas->fnGetPixels();
-    const q32::qt::SamplePlace place{m_Drawn, m_Zoom, fnHasAlpha(), m_bAveraging};
-    const bool means = fnShowsMeans();
+/// Draws everything stale as means, if that can be done within a frame. False if it can't: some of
+/// it may be drawn then.
+bool CqImageView::fnDrawMeans(QRegion& around) {
+    const q32::qt::SamplePlace place{m_Drawn, m_Zoom, fnHasAlpha(), m_bAveraging, &m_Colors};
+    double pixels = 0;
+    for (const QRect& rect : m_Stale)
+        pixels += static_cast<double>(rect.width()) * rect.height() / (m_Zoom * m_Zoom);
+    if (m_MeansPerMs > 0 && pixels > m_MeansPerMs * kMaxPaintTime)
+        return false;
     QElapsedTimer timer;
     timer.start();
+    QRegion drawn;
+    double done = 0;
+    bool inTime = true;
     for (const QRect& rect : m_Stale) {
-        int top = rect.top();
-        for (; means && top <= rect.bottom() && timer.elapsed() < kMaxPaintTime; top += kBand) {
+        for (int top = rect.top(); inTime && top <= rect.bottom(); top += kBand) {
             const QRect band = rect & QRect(rect.left(), top, rect.width(), kBand);
-            around -= q32::qt::fnSampleMeans(*m_pImage, place, band, pixels);
-            m_Coarse -= band;
+            drawn += q32::qt::fnSampleMeans(*m_pImage, place, band, m_pCanvas->fnGetPixels());
+            done += static_cast<double>(band.width()) * band.height() / (m_Zoom * m_Zoom);
+            inTime = timer.elapsed() < kMaxPaintTime;
         }
-        if (top > rect.bottom())
-            continue;
-        const QRect rest(QPoint(rect.left(), top), rect.bottomRight());
-        const QRect drawn =
-            q32::qt::fnSampleTiles(*m_pImage, m_pOverview.get(), place, rest, pixels);
-        around -= drawn;
-        if (means)
-            m_Coarse += drawn;
     }
+    if (timer.elapsed() > 0)
+        m_MeansPerMs = done / static_cast<double>(timer.elapsed());
+    if (!inTime)
+        return false;
+    around -= drawn;
+    m_Coarse -= m_Stale;
+    m_Missing -= m_Stale;
+    return true;
+}
+
+void CqImageView::fnDrawStale(QRegion& around) {
+    const bool means = fnShowsMeans();
+    if (means && fnDrawMeans(around))
+        return;
+    const q32::qt::SamplePlace place{m_Drawn, m_Zoom, fnHasAlpha(), m_bAveraging, &m_Colors};
+    for (const QRect& rect : m_Stale) {
+        const QRect drawn = q32::qt::fnSampleTiles(*m_pImage, m_pOverview.get(), place, rect,
+                                                   m_pCanvas->fnGetPixels());
+        around -= drawn;
+        if (!means)
+            continue;
+        m_Coarse += drawn;
+        m_Missing += drawn;
+    }
+}
+
+void CqImageView::fnUpdatePixels(const QRect& pixels) {
+    const double scale = m_pCanvas->devicePixelRatioF();
+    m_pCanvas->update(QRectF(pixels.x() / scale, pixels.y() / scale, pixels.width() / scale,
+                             pixels.height() / scale)
+                          .toAlignedRect());
+}
+
+/// Replaces all coarse pixels by their means.
+void CqImageView::fnShowMeans() {
+    QImage& pixels = m_pCanvas->fnGetPixels();
+    for (const QRect& rect : m_Coarse) {
+        for (int y = rect.top(); y <= rect.bottom(); ++y)
+            std::copy_n(reinterpret_cast<const QRgb*>(m_Means.constScanLine(y)) + rect.left(),
+                        rect.width(), reinterpret_cast<QRgb*>(pixels.scanLine(y)) + rect.left());
+        fnUpdatePixels(rect);
+    }
+    m_Coarse = QRegion();
+    m_Means = QImage();
 }
 
 bool CqImageView::fnRefineMeans() {
     if (!fnHasPicture() || !isVisible() || !fnShowsMeans()) {
-        m_Coarse = QRegion();
+        m_Coarse = m_Missing = QRegion();
+        m_Means = QImage();
         return false;
     }
     fnMatchCanvas();
-    const q32::qt::SamplePlace place{m_Drawn, m_Zoom, fnHasAlpha(), m_bAveraging};
-    const double scale = m_pCanvas->devicePixelRatioF();
+    const QImage& pixels = m_pCanvas->fnGetPixels();
+    if (m_Means.size() != pixels.size()) {
+        m_Means = QImage(pixels.size(), pixels.format());
+        if (m_Means.isNull())
+            throw std::bad_alloc();
+        m_Missing = m_Coarse;
+    }
+    const q32::qt::SamplePlace place{m_Drawn, m_Zoom, fnHasAlpha(), m_bAveraging, &m_Colors};
     QElapsedTimer timer;
     timer.start();
-    while (!m_Coarse.isEmpty() && timer.elapsed() < kMaxTime) {
-        const QRect rect = *m_Coarse.begin();
+    while (!m_Missing.isEmpty() && timer.elapsed() < kMaxTime) {
+        const QRect rect = *m_Missing.begin();
         const QRect band = rect & QRect(rect.left(), rect.top(), rect.width(), kBand);
-        q32::qt::fnSampleMeans(*m_pImage, place, band, m_pCanvas->fnGetPixels());
-        m_Coarse -= band;
-        m_pCanvas->update(
-            QRectF(band.x() / scale, band.y() / scale, band.width() / scale, band.height() / scale)
-                .toAlignedRect());
+        q32::qt::fnSampleMeans(*m_pImage, place, band, m_Means);
+        m_Missing -= band;
     }
+    if (m_Missing.isEmpty())
+        fnShowMeans();
     return !m_Coarse.isEmpty();
 }
 

@@ -3,6 +3,7 @@
 #include "examples/darkroom/model/Pictures.h"
 #include "examples/darkroom/ui/Actions.h"
 #include "examples/darkroom/ui/FailureText.h"
+#include "examples/darkroom/ui/ScreenColors.h"
 #include "examples/darkroom/ui/SoundPanel.h"
 #include "examples/darkroom/ui/Texts.h"
 #include "platforms/qt/CqQtWindows.h"
@@ -22,6 +23,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QLabel>
+#include <QListWidget>
 #include <QMenuBar>
 #include <QProgressBar>
 #include <QScreen>
@@ -87,6 +89,7 @@ MainWindow::MainWindow(const HostSetup& setup, QWidget* parent)
     fnMakeToolBars();
     fnMakeStatusBar();
     fnMakeSoundPanel(setup);
+    fnMakeHistoryPanel();
     restoreGeometry(m_Settings.value("geometry").toByteArray());
     restoreState(m_Settings.value("windows").toByteArray());
     m_Document.fnSetListener([this] { fnUpdate(); });
@@ -171,6 +174,7 @@ void MainWindow::fnUpdate() {
         return; // deferred to the end
     CqImage& image = m_Document.fnGetImage();
     CqImage* const shown = m_Document.fnHasImage() ? &image : nullptr;
+    fnShowColors();
     const Look look = fnGetLook();
     if (m_pView->fnGetImage() != shown)
         m_pView->fnSetImage(shown);
@@ -184,6 +188,18 @@ void MainWindow::fnUpdate() {
     setWindowModified(m_Document.IsModified() != 0);
     fnUpdateActions();
     fnUpdateStatus();
+}
+
+/// Sets the conversion to the screen's colours that the picture's profile asks for.
+void MainWindow::fnShowColors() {
+    const std::vector<unsigned char>& profile = m_Document.fnGetMetadata().m_Profile;
+    const CqImage& image = m_Document.fnGetImage();
+    const bool grey = m_Document.fnHasImage() && image.BitCount == 8 && image.fnIsGrayScale();
+    if (profile == m_ShownProfile && grey == m_bShownGrey)
+        return;
+    m_pView->fnSetColors(fnMakeScreenColors(profile, grey));
+    m_ShownProfile = profile;
+    m_bShownGrey = grey;
 }
 
 void MainWindow::fnUpdateActions() {
@@ -208,6 +224,7 @@ void MainWindow::fnUpdateActions() {
     const bool idle = !m_bBusy && !m_bAsking;
     menuBar()->setEnabled(idle);
     m_pSound->fnEnableLoading(idle);
+    m_pSteps->setEnabled(idle);
     for (const ActionEntry& entry : ActionTable::fnGetActions())
         if (entry.m_pszId)
             findChild<QAction*>(entry.m_pszId)
@@ -248,6 +265,7 @@ void MainWindow::fnUpdateHistory() {
         redo->setEnabled(true);
         redo->setText(tr("&Redo Selection"));
     }
+    fnUpdateSteps();
 }
 
 void MainWindow::fnUpdateStatus() {
