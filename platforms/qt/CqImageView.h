@@ -168,6 +168,8 @@ private:
     Q32_LOCAL bool fnMakeCells();
     Q32_LOCAL bool fnShowsMeans() const;
     Q32_LOCAL void fnDrawStale(QRegion& around);
+    Q32_LOCAL double fnCountPixels(const QRect& part) const;
+    Q32_LOCAL void fnNoteRate(double pixels, qint64 milliseconds);
     Q32_LOCAL bool fnDrawMeans(QRegion& around);
     Q32_LOCAL bool fnRefineMeans();
     Q32_LOCAL void fnShowMeans();

@@ -64,13 +64,25 @@ bool CqImageView::fnShowsMeans() const {
            m_pOverview->fnGetShift(m_Zoom) == 0;
 }
 
+/// Pixels of the image under a part of the canvas.
+double CqImageView::fnCountPixels(const QRect& part) const {
+    return static_cast<double>(part.width()) * part.height() / (m_Zoom * m_Zoom);
+}
+
+/// Notes how fast means are computed, for times that can be measured.
+void CqImageView::fnNoteRate(double pixels, qint64 milliseconds) {
+    constexpr qint64 kLeast = 4;
+    if (milliseconds >= kLeast)
+        m_MeansPerMs = pixels / static_cast<double>(milliseconds);
+}
+
 /// Draws everything stale as means, if that can be done within a frame. False if it can't: some of
 /// it may be drawn then.
 bool CqImageView::fnDrawMeans(QRegion& around) {
     const q32::qt::SamplePlace place{m_Drawn, m_Zoom, fnHasAlpha(), m_bAveraging, &m_Colors};
     double pixels = 0;
     for (const QRect& rect : m_Stale)
-        pixels += static_cast<double>(rect.width()) * rect.height() / (m_Zoom * m_Zoom);
+        pixels += fnCountPixels(rect);
     if (m_MeansPerMs > 0 && pixels > m_MeansPerMs * kMaxPaintTime)
         return false;
     QElapsedTimer timer;
@@ -82,12 +94,11 @@ bool CqImageView::fnDrawMeans(QRegion& around) {
         for (int top = rect.top(); inTime && top <= rect.bottom(); top += kBand) {
             const QRect band = rect & QRect(rect.left(), top, rect.width(), kBand);
             drawn += q32::qt::fnSampleMeans(*m_pImage, place, band, m_pCanvas->fnGetPixels());
-            done += static_cast<double>(band.width()) * band.height() / (m_Zoom * m_Zoom);
+            done += fnCountPixels(band);
             inTime = timer.elapsed() < kMaxPaintTime;
         }
     }
-    if (timer.elapsed() > 0)
-        m_MeansPerMs = done / static_cast<double>(timer.elapsed());
+    fnNoteRate(done, timer.elapsed());
     if (!inTime)
         return false;
     around -= drawn;
@@ -149,12 +160,15 @@ bool CqImageView::fnRefineMeans() {
     const q32::qt::SamplePlace place{m_Drawn, m_Zoom, fnHasAlpha(), m_bAveraging, &m_Colors};
     QElapsedTimer timer;
     timer.start();
+    double done = 0;
     while (!m_Missing.isEmpty() && timer.elapsed() < kMaxTime) {
         const QRect rect = *m_Missing.begin();
         const QRect band = rect & QRect(rect.left(), rect.top(), rect.width(), kBand);
         q32::qt::fnSampleMeans(*m_pImage, place, band, m_Means);
         m_Missing -= band;
+        done += fnCountPixels(band);
     }
+    fnNoteRate(done, timer.elapsed());
     if (m_Missing.isEmpty())
         fnShowMeans();
     return !m_Coarse.isEmpty();
