@@ -74,6 +74,7 @@ TEST_F(DarkroomEveryday, APictureIsShownThroughItsProfileWhichIsKept) {
     fnDo("levels", [&](QDialog& dialog) {
         dialog.findChild<QSpinBox*>("White")->setValue(240);
         EXPECT_TRUE(fnWaitFor([&] { return fnSeen(50, 40).blue() > 225; })) << "the preview too";
+        fnKeepPicture(dialog, "levels");
         fnAccept(dialog);
     });
     fnDo("left");
@@ -140,6 +141,7 @@ TEST_F(DarkroomEveryday, AClickInTheHistoryGoesBackAndForward) {
     auto* const list = m_pWindow->findChild<QListWidget*>("history");
     ASSERT_EQ(list->count(), 4);
     EXPECT_EQ(list->currentRow(), 3);
+    fnKeepPicture(*m_pWindow, "history");
     const auto click = [&](int row) {
         QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
                           list->visualItemRect(list->item(row)).center());
@@ -171,8 +173,11 @@ TEST_F(DarkroomEveryday, ASelectionIsFeatheredByTheRadiusThatIsTyped) {
     ASSERT_TRUE(fnSelect(fnDocument(), CRect(40, 30, 80, 60)).fnIsDone());
     fnDo("feather", [&](QDialog& dialog) {
         qobject_cast<QInputDialog*>(&dialog)->setDoubleValue(2);
+        fnKeepPicture(dialog, "feather");
         fnAccept(dialog);
     });
+    QCoreApplication::processEvents();
+    fnKeepPicture(*m_pWindow, "feathered");
     EXPECT_LT(fnDocument().fnGetSelection().m_rectBound.left, 40);
     EXPECT_GE(fnDocument().fnGetSelection().m_rectBound.left, 30);
 }
@@ -186,6 +191,7 @@ TEST_F(DarkroomEveryday, TheQualityOfJpegFilesIsAskedAndKept) {
         auto* const input = qobject_cast<QInputDialog*>(&dialog);
         EXPECT_EQ(input->intValue(), 90);
         input->setIntValue(10);
+        fnKeepPicture(dialog, "quality");
         fnAccept(dialog);
     });
     ASSERT_TRUE(m_pWindow->fnSaveAs(rough));

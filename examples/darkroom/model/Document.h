@@ -72,8 +72,8 @@ public:
     /// mark stay unchanged.
     Outcome fnSave(const std::string& path, CqProgressDisplay* progress,
                    const CqPictureOptions& options = {});
-    /// What a file at a path would lack of the metadata: a set of FileExtra. May throw
-    /// std::bad_alloc.
+    /// What a file at a path would lack of the metadata, and the picture's own one doesn't lack
+    /// already: a set of FileExtra. May throw std::bad_alloc.
     std::uint32_t fnFindLostMetadata(const char* path) const;
     /// Whether a save to a path preserves all of the picture, including its alpha.
     bool fnKeepsAll(const char* path) const;
@@ -253,6 +253,7 @@ private:
     std::uint32_t m_nExtras = 0;
     CqPictureMetadata m_Metadata;
     bool m_bPartial = false;
+    std::uint32_t m_nLostBefore = 0; ///< what the file at the path lacks of the metadata already
     bool m_bModified = false;
     // States are numbered. Steps carry the number as their tag, so the modified mark is right
     // wherever in the history the picture was saved.

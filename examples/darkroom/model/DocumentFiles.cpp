@@ -33,8 +33,11 @@ std::uint32_t fnFindMissing(const char* path, const CqPictureMetadata& metadata,
     std::uint32_t found = fnFindExtras(path) & ~std::uint32_t{EXTRA_ORIENTATION};
     for (const auto& [block, extra] : kBlocks)
         found &= (metadata.*block).empty() ? ~0u : ~std::uint32_t{extra};
+    if (found != 0)
+        return found;
     for (const auto& [part, extra] : kParts)
-        found |= found == 0 && (outcome.m_nParts & part) != 0 ? extra : EXTRA_NONE;
+        if (outcome.m_nParts & part)
+            found |= extra;
     return found;
 }
 
@@ -42,6 +45,7 @@ std::uint32_t fnFindMissing(const char* path, const CqPictureMetadata& metadata,
 
 /// Takes over another picture's storage, and nothing of the former one remains but the title.
 void Document::fnTakePixels(CqImage& fresh) noexcept {
+    m_nLostBefore = 0;
     m_Image.fnSwapBuf(fresh);
     m_Image.DpiX = fresh.DpiX;
     m_Image.DpiY = fresh.DpiY;
@@ -90,10 +94,12 @@ Outcome Document::fnSave(const std::string& path, CqProgressDisplay* progress,
         if (!format)
             return fnFail(MESSAGE_UNSUPPORTED, path);
         std::string newPath = path;
+        const std::uint32_t lost = fnFindLostMetadata(path.c_str());
         PictureProgress pictureProgress(progress);
         Outcome outcome = q32WritePicture(path.c_str(), m_Image, m_Metadata, format->m_eFormat,
                                           options, &pictureProgress);
         if (outcome.fnIsDone() && fnKeepsAll(path.c_str())) {
+            m_nLostBefore = m_strPath == newPath ? m_nLostBefore | lost : lost;
             m_strPath = std::move(newPath);
             m_Image.fnSetFioPlugin(format->m_eFormat);
             m_bReduced = m_bPartial = false;
@@ -114,7 +120,7 @@ std::uint32_t Document::fnFindLostMetadata(const char* path) const {
         if (format && q32FindLostMetadata(m_Image, one, format->m_eFormat) != 0)
             lost |= extra;
     }
-    return lost;
+    return m_strPath == path ? lost & ~m_nLostBefore : lost;
 }
 
 bool Document::fnKeepsAll(const char* path) const {

@@ -1,4 +1,5 @@
 // The list of steps, in which a click goes back or forward.
+#include "examples/darkroom/ui/Actions.h"
 #include "examples/darkroom/ui/MainWindow.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/messages/ReportMemory.h"
@@ -23,7 +24,7 @@ void MainWindow::fnMakeHistoryPanel() {
     addDockWidget(Qt::RightDockWidgetArea, dock);
     dock->hide();
     dock->toggleViewAction()->setObjectName("historyPanel");
-    fnFindMenu("&View")->addAction(dock->toggleViewAction());
+    fnFindMenu(kMenuView)->addAction(dock->toggleViewAction());
     const auto go = [this](const QListWidgetItem* item) {
         const auto done = static_cast<unsigned int>(m_pSteps->row(item));
         // Going there replaces the items, so not while one of them reports.
