@@ -39,7 +39,8 @@ int fnRun(QApplication& application, CqQtWindows& windows, const darkroom::HostS
     CqQtWnd frame(&window);
     windows.fnSetMainWnd(&frame);
     window.show();
-    if (!picture.isEmpty())
+    window.fnOfferRecovery();
+    if (!picture.isEmpty() && !window.fnGetDocument().fnHasImage())
         window.fnOpen(picture);
     const int code = application.exec();
     windows.fnSetMainWnd(nullptr);

@@ -196,7 +196,8 @@ public:
     void fnRedoSelection() { fnTravelSelection(m_Later, m_Former); }
 
     // CDocument.
-    /// Nothing of the history is the state of a file.
+    /// Makes the picture one that has never been saved: nothing of the history is the state of a
+    /// file.
     void fnMarkUnsaved();
     int IsModified() override { return m_bModified ? 1 : 0; }
     void SetModifiedFlag(bool modified) override;

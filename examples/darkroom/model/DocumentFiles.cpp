@@ -142,6 +142,7 @@ Outcome Document::fnNew(unsigned int width, unsigned int height, const CqColor& 
 void Document::fnMarkUnsaved() {
     m_nSavedState = 0; // states count from 1
     m_bModified = true;
+    m_strPath.clear();
     fnTell();
 }
 

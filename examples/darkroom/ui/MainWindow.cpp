@@ -15,11 +15,13 @@
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <exception>
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QLabel>
@@ -37,6 +39,7 @@ namespace {
 constexpr QSize kStartSize(1100, 760);
 constexpr double kScreenShare = 0.9; ///< leaves room for the frame
 constexpr int kMessageMs = 4000;
+constexpr std::chrono::minutes kKeepInterval(2); ///< between copies of unsaved changes
 
 /// Anybody may have edited the settings file.
 unsigned int fnReadLevels(const QSettings& settings) {
@@ -80,7 +83,8 @@ private:
 
 MainWindow::MainWindow(const HostSetup& setup, QWidget* parent)
     : QMainWindow(parent), m_Settings(setup.m_strSettings, QSettings::IniFormat),
-      m_Document(fnReadLevels(m_Settings)), m_pView(new PictureView(m_Document)) {
+      m_Document(fnReadLevels(m_Settings)), m_pView(new PictureView(m_Document)),
+      m_Recovery(QFileInfo(setup.m_strSettings).dir().filePath("recovery")) {
     setCentralWidget(m_pView);
     setAcceptDrops(true);
     m_pView->viewport()->setAcceptDrops(false); // the window handles drops itself
@@ -103,6 +107,9 @@ MainWindow::MainWindow(const HostSetup& setup, QWidget* parent)
         });
     connect(m_pView, &PictureView::placed, this,
             [this](const CRect& place) { q32::fnReportMemory([&] { fnPlaceSelection(place); }); });
+    connect(&m_KeepSoon, &QTimer::timeout, this,
+            [this] { q32::fnTryMemory([&] { fnKeepCopy(); }); });
+    m_KeepSoon.start(kKeepInterval);
     fnUpdate();
     m_pView->setFocus();
 }
@@ -186,6 +193,7 @@ void MainWindow::fnUpdate() {
     setWindowTitle(shown ? tr("%1[*] - Darkroom").arg(fnGetName()) : tr("Darkroom"));
     setWindowFilePath(QString());
     setWindowModified(m_Document.IsModified() != 0);
+    fnDropSavedCopy();
     fnUpdateActions();
     fnUpdateStatus();
 }
@@ -309,6 +317,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
         return event->ignore();
     m_Settings.setValue("geometry", saveGeometry());
     m_Settings.setValue("windows", saveState());
+    m_Recovery.fnDrop(); // saved, or discarded by the user
     q32DestroyDumpWnd();
     event->accept();
 }

@@ -4,6 +4,7 @@
 #include "examples/darkroom/ui/Clipboard.h"
 #include "examples/darkroom/ui/HostSetup.h"
 #include "examples/darkroom/ui/PictureView.h"
+#include "examples/darkroom/ui/Recovery.h"
 #include "q32Base/services/CqDumpBin.h"
 
 #include <cstdint>
@@ -11,6 +12,7 @@
 #include <optional>
 #include <QMainWindow>
 #include <QSettings>
+#include <QTimer>
 
 class QLabel;
 class QListWidget;
@@ -53,6 +55,10 @@ public:
     /// @param partial  shows a damaged file as far as it goes
     bool fnOpen(const QString& path, bool partial = false);
     bool fnSaveAs(const QString& path);
+    /// Asks whether to open the changes that a program which was killed has left. For the start.
+    void fnOfferRecovery();
+    /// Keeps a copy of unsaved changes, unless the user is at work. Called now and then.
+    void fnKeepCopy();
     /// Loads a second picture and asks how to lay it over this one.
     void fnMerge(const QString& path);
     /// Loads a second picture and asks how to tile it over the selection, or over all of this one.
@@ -146,6 +152,9 @@ private:
     void fnPasteNew();
     bool fnTakeClip(CqImage& image);
 
+    // MainWindowRecovery.cpp
+    void fnDropSavedCopy();
+
     // MainWindowHistory.cpp
     void fnUpdateSteps();
     void fnGoToStep(unsigned int done);
@@ -176,6 +185,8 @@ private:
     SoundPanel* m_pSound = nullptr;
     QListWidget* m_pSteps = nullptr;
     Clipboard m_Clipboard;
+    Recovery m_Recovery;
+    QTimer m_KeepSoon;
     std::vector<unsigned char> m_ShownProfile;
     bool m_bShownGrey = false;
     QProgressBar* m_pGauge = nullptr;
