@@ -289,11 +289,12 @@ void fnReadJpeg(CodecInput& input, PictureTarget& target) {
     reader->fnReadRows();
     if (reader->fnIsDamaged())
         target.fnNotePartial();
-    if (target.fnWantsMetadata())
+    if (target.fnGetMetadata())
         target.fnNoteReduced(reader->fnIsCmyk() ? PICTURE_PART_CHANNELS : 0u);
     else if (reader->fnIsCmyk() || reader->fnHasNotes())
         target.fnNoteReduced();
-    target.fnCollect(input, [&](MetadataTarget& blocks) { fnTakeJpegMetadata(input, blocks); });
+    fnCollectMetadata(input, target,
+                      [&](MetadataTarget& blocks) { fnTakeJpegMetadata(input, blocks); });
 }
 
 } // namespace

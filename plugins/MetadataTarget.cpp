@@ -20,8 +20,7 @@ bool MetadataTarget::fnAppend(Block& block, CodecInput& input, std::uint64_t pla
     block.resize(before + static_cast<std::size_t>(count));
     input.fnSeek(place);
     if (input.fnRead(block.data() + before, static_cast<std::size_t>(count)) != count) {
-        if (input.fnHasFailed())
-            input.fnFail(CodecFailure{MESSAGE_CANNOT_READ});
+        fnRequireRead(input);
         block.resize(before); // the file has become shorter
         return false;
     }
@@ -56,6 +55,11 @@ bool MetadataTarget::fnInflate(Block& block, std::span<const unsigned char> stor
     m_nFree -= made.size();
     block = std::move(made);
     return true;
+}
+
+void fnRequireRead(const CodecInput& input) {
+    if (input.fnHasFailed())
+        input.fnFail(CodecFailure{MESSAGE_CANNOT_READ});
 }
 
 std::span<const unsigned char> fnFindIptc(std::span<const unsigned char> resources, bool& more) {

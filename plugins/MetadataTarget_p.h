@@ -1,6 +1,7 @@
 #pragma once
 
 #include "plugins/CqPictureMetadata.h"
+#include "plugins/PictureTarget_p.h"
 #include "plugins/PictureTypes.h"
 
 #include <cstdint>
@@ -43,6 +44,21 @@ private:
     std::uint64_t m_nFree;
     unsigned int m_nParts = 0;
 };
+
+/// Throws if reading has failed.
+void fnRequireRead(const CodecInput& input);
+
+/// Has `take(MetadataTarget&)` collect the metadata, if the host asks for it, and notes what it
+/// leaves out.
+template <typename Take>
+void fnCollectMetadata(CodecInput& input, PictureTarget& target, const Take& take) {
+    if (!target.fnGetMetadata())
+        return;
+    MetadataTarget blocks(*target.fnGetMetadata(), target.fnGetLimits().m_nMetadataBytes);
+    take(blocks);
+    fnRequireRead(input);
+    target.fnNoteReduced(blocks.fnGetParts());
+}
 
 /// Collect the metadata of a file of each format whose pixels could be read; the input's position
 /// changes. The orientation of a TIFF is set by its reader.

@@ -1,4 +1,3 @@
-#include "plugins/CodecInput_p.h"
 #include "plugins/CodecSamples_p.h"
 #include "plugins/PictureCodec_p.h"
 #include "plugins/PictureTarget_p.h"
@@ -67,11 +66,6 @@ unsigned int PictureTarget::fnChooseReduction(std::uint32_t width, std::uint32_t
                                    reaches(height, m_Limits.m_nFitHeight, 2 * m_nReduction)))
         m_nReduction *= 2;
     return m_nReduction;
-}
-
-void PictureTarget::fnCheckInput(const CodecInput& input) {
-    if (input.fnHasFailed())
-        input.fnFail(CodecFailure{MESSAGE_CANNOT_READ});
 }
 
 void PictureTarget::fnSetTitle(const char* title) {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "plugins/MetadataTarget_p.h"
 #include "plugins/PictureTypes.h"
 #include "q32Base/framework/CheckedSize_p.h"
 #include "q32Base/image/CqImage.h"
@@ -9,6 +8,8 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+
+struct CqPictureMetadata;
 
 namespace q32 {
 
@@ -92,19 +93,9 @@ public:
     unsigned int fnGetReduction() const { return m_nReduction; }
     void fnTell(std::uint64_t done, std::uint64_t total) { m_Steps.fnTell(done, total); }
 
-    /// The host asks for metadata: a codec doesn't note as left out what `fnCollect` takes.
-    bool fnWantsMetadata() const { return m_pMetadata != nullptr; }
-    /// Has `take(MetadataTarget&)` collect the metadata, if the host asks for it, and notes what it
-    /// leaves out.
-    template <typename Take>
-    void fnCollect(CodecInput& input, const Take& take) {
-        if (!m_pMetadata)
-            return;
-        MetadataTarget target(*m_pMetadata, m_Limits.m_nMetadataBytes);
-        take(target);
-        fnCheckInput(input);
-        fnNoteReduced(target.fnGetParts());
-    }
+    /// Receives the file's metadata; null if the host doesn't ask for it. Otherwise a codec doesn't
+    /// note as left out what `fnCollectMetadata` takes.
+    CqPictureMetadata* fnGetMetadata() const { return m_pMetadata; }
     /// Notes that pixels are missing.
     void fnNotePartial() { m_bPartial = true; }
     bool fnIsPartial() const { return m_bPartial; }
@@ -114,8 +105,6 @@ public:
     PictureSteps& fnGetSteps() { return m_Steps; }
 
 private:
-    static void fnCheckInput(const CodecInput& input);
-
     CqImage& m_Image;
     std::uint64_t m_nFileBytes;
     const CqPictureLimits& m_Limits;

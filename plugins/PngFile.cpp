@@ -34,8 +34,9 @@ bool fnKnowsPng(const unsigned char* head, std::size_t count) {
 class PngReader {
 public:
     PngReader(CodecInput& input, PictureTarget& target)
-        : m_Target(target), m_Chunks(input, target.fnGetLimits().m_nTextBytes,
-                                     target.fnWantsMetadata(), target.fnGetLimits().m_bPartial) {
+        : m_Target(target),
+          m_Chunks(input, target.fnGetLimits().m_nTextBytes, target.fnGetMetadata() != nullptr,
+                   target.fnGetLimits().m_bPartial) {
         m_State.m_pInput = &input;
         m_State.m_pChunks = &m_Chunks;
         m_State.m_nFree = target.fnGetLimits().m_nCodecBytes;
@@ -226,7 +227,8 @@ void fnReadPng(CodecInput& input, PictureTarget& target) {
     reader.fnAllocImage();
     reader.fnReadRows();
     reader.fnTakeNotes();
-    target.fnCollect(input, [&](MetadataTarget& blocks) { fnTakePngMetadata(input, blocks); });
+    fnCollectMetadata(input, target,
+                      [&](MetadataTarget& blocks) { fnTakePngMetadata(input, blocks); });
 }
 
 } // namespace

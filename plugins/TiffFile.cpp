@@ -332,7 +332,7 @@ void fnReadTiff(CodecInput& input, PictureTarget& target) {
     file.fnCheckMemory();
     fnAllocImage(file, layout, target);
     fnTakeNotes(file, tags, target);
-    target.fnNoteReduced(fnFindParts(file, tags, layout, target.fnWantsMetadata()));
+    target.fnNoteReduced(fnFindParts(file, tags, layout, target.fnGetMetadata() != nullptr));
     if (file.fnHasGuessed())
         target.fnNoteReduced(PICTURE_PART_OTHER);
     file.fnWatchWarnings();
@@ -340,7 +340,7 @@ void fnReadTiff(CodecInput& input, PictureTarget& target) {
     if (file.fnHasWarned() || input.fnHasFailed())
         file.fnFail();
     file.fnCheckMemory();
-    target.fnCollect(input, [&](MetadataTarget& blocks) {
+    fnCollectMetadata(input, target, [&](MetadataTarget& blocks) {
         fnTakeTiffMetadata(input, tags, blocks);
         blocks.fnGet().m_nOrientation = fnGetOrientation(file);
     });
