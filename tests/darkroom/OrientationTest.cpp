@@ -186,7 +186,7 @@ TEST_F(DarkroomSoftSelection, AFeatheredEdgeMixesTheEditWithThePicture) {
             continue;
         CqImage noise;
         fnFillNoise(noise, 300, 170, 24, 24);
-        for (int x = 30; x < 50; ++x) {
+        for (int x = mask.m_rectBound.left; x < 50; ++x) {
             const int w = weight(x, 60);
             const int was = noise.fnGetPixelColor(x, 60).m_Red;
             EXPECT_EQ(document.fnGetImage().fnGetPixelColor(x, 60).m_Red,
