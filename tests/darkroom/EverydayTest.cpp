@@ -160,7 +160,7 @@ TEST_F(DarkroomEveryday, TheEyedropperTakesOverAColourForTheTools) {
     fnOpenAt(60, 40);
     const CqColor picked = fnDocument().fnGetImage().fnGetPixelColor(20, 10);
     fnDo("toolEyedropper");
-    QTest::mouseClick(fnView().viewport(), Qt::LeftButton, {}, fnAt(20.5, 10.5));
+    QTest::mouseClick(fnView().viewport(), Qt::LeftButton, {}, fnAt(20.25, 10.25));
     fnDo("fill", [&](QDialog& dialog) { fnAccept(dialog); });
     const CqColor filled = fnDocument().fnGetImage().fnGetPixelColor(50, 30);
     EXPECT_EQ(filled.m_Red, picked.m_Red);

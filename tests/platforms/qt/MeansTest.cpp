@@ -102,6 +102,8 @@ TEST_F(ImageMeans, ALargeViewIsOfOneKindAtEveryInstant) {
     ASSERT_NO_FATAL_FAILURE(fnMake(6000, 4500, 24, QSize(1500, 1100)));
     m_pView->fnSetAveraging(true);
     m_pView->fnSetZoom(0.26);
+    fnSettle(); // scroll bars change the view's size
+    m_pView->fnImageChanged();
     m_pView->fnDrawNow();
     QImage nearest(fnPixels().size(), QImage::Format_RGB32);
     nearest.fill(m_pView->palette().color(QPalette::Mid));
