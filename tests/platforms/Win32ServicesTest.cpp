@@ -25,17 +25,13 @@ constexpr SYSTEMTIME kMoment{2001, 2, 6, 3, 13, 5, 9, 0};
 CqPlatform fnServices(UINT codePage = CP_ACP) {
     CqWin32Options options;
     options.m_nCodePage = codePage;
-    return q32Win32Services(options);
+    return q32Win32Platform(q32Win32Windows(), options);
 }
 
 } // namespace
 
-TEST(Win32Services, TheServicesThatAreMissingAreNull) {
-    const CqPlatform services = fnServices();
-    EXPECT_FALSE(services.m_pScreen || services.m_pResources || services.m_pWaveOut ||
-                 services.m_pMixers || services.m_pWindows);
-    EXPECT_TRUE(services.m_pMemory && services.m_pScratch && services.m_pFiles &&
-                services.m_pMessages && services.m_pKeyboard && services.m_pLocale);
+TEST(Win32Services, ThePlatformIsComplete) {
+    EXPECT_TRUE(fnServices().fnIsComplete());
 }
 
 TEST(Win32Memory, MoreThanWasReservedIsNotCommitted) {
