@@ -186,7 +186,13 @@ bool DeviceContext::fnClip(const RECT& rect, RECT& part) const {
 
 bool DeviceContext::FillRect(const RECT& rect, int systemColor) {
     RECT part;
-    return !fnClip(rect, part) || ::FillRect(m_DC, &part, ::GetSysColorBrush(systemColor)) != 0;
+    if (!fnClip(rect, part))
+        return true;
+    // A brush would be dithered on a screen of 256 colours; the background of a text has one.
+    const COLORREF before = ::SetBkColor(m_DC, ::GetSysColor(systemColor));
+    const bool done = ::ExtTextOutW(m_DC, 0, 0, ETO_OPAQUE, &part, L"", 0, nullptr);
+    ::SetBkColor(m_DC, before);
+    return done;
 }
 
 bool DeviceContext::InvertRect(const RECT& rect) {

@@ -59,11 +59,11 @@ std::vector<PALETTEENTRY> fnGetEntries(const CqWin32Palette* palette) {
     return entries;
 }
 
-/// Indices stay indices where the device has a palette of its own, unless one of them names no
-/// entry: black has no index.
+/// Indices stay indices in bitmaps of 8 bits where the device has a palette of its own, unless one
+/// of them names no entry: black has no index. Wine confuses those of 1 and 4 bits.
 bool fnCanUseIndices(HDC dc, const software::DibRows& rows, const std::uint8_t* table,
                      std::size_t entries) {
-    if ((::GetDeviceCaps(dc, RASTERCAPS) & RC_PALETTE) == 0)
+    if (rows.m_nBits != 8 || (::GetDeviceCaps(dc, RASTERCAPS) & RC_PALETTE) == 0)
         return false;
     for (std::size_t i = 0; i < rows.m_nTableBytes / 2; ++i)
         if ((table[2 * i] | std::size_t{table[2 * i + 1]} << 8) >= entries)

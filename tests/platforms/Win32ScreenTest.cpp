@@ -44,6 +44,13 @@ int fnGetScreenBits() {
     return bits;
 }
 
+/// Detaches the library. The palette that it keeps is one of this world's screen.
+void fnEnd() {
+    q32GetDisplayProperty()->fnGetPalette666()->DeleteObject();
+    q32Detach();
+    q32SetMessageService(nullptr);
+}
+
 std::vector<Picture> fnShowHeadless(const Scene& scene, int bits) {
     CqHeadlessOptions options;
     options.m_Mode = {800, 600, bits};
@@ -61,8 +68,7 @@ std::vector<Picture> fnShowHeadless(const Scene& scene, int bits) {
                    }};
         pictures = scene(made);
     }
-    q32Detach();
-    q32SetMessageService(nullptr);
+    fnEnd();
     return pictures;
 }
 
@@ -77,8 +83,7 @@ std::vector<Picture> fnShowReal(const Scene& scene) {
         pictures = scene(made);
         ::DestroyWindow(window.fnGetHandle());
     }
-    q32Detach();
-    q32SetMessageService(nullptr);
+    fnEnd();
     return pictures;
 }
 
@@ -165,6 +170,24 @@ std::uint32_t fnGetColor565(Random& random) {
     return (red << 3 | red >> 2) << 16 | (green << 2 | green >> 4) << 8 | blue << 3 | blue >> 2;
 }
 
+/// On a screen of 256 colours: realizes a palette that takes all of them, the twenty static ones
+/// included. Among fewer Wine would also find colours that aren't in the palette.
+std::unique_ptr<CPalette> fnTakeAllColors(CDC& dc) {
+    if (dc.GetDeviceCaps(BITSPIXEL) != 8)
+        return nullptr;
+    Random random(99);
+    std::vector<std::uint32_t> colors = {0x000000, 0x800000, 0x008000, 0x808000, 0x000080,
+                                         0x800080, 0x008080, 0xC0C0C0, 0xC0DCC0, 0xA6CAF0,
+                                         0xFFFBF0, 0xA0A0A4, 0x808080, 0xFF0000, 0x00FF00,
+                                         0xFFFF00, 0x0000FF, 0xFF00FF, 0x00FFFF, 0xFFFFFF};
+    while (colors.size() < 256)
+        colors.push_back(random() & 0xFFFFFFu);
+    auto palette = fnMakePalette(colors);
+    dc.SelectPalette(palette.get(), false);
+    dc.RealizePalette();
+    return palette;
+}
+
 TEST(Win32Screen, ColoursOfEveryDepthAreTheSame) {
     for (const int bits : {1, 4, 8, 16, 24, 32}) {
         SCOPED_TRACE(testing::Message() << "bitmap of " << bits << " bits");
@@ -172,12 +195,14 @@ TEST(Win32Screen, ColoursOfEveryDepthAreTheSame) {
             Random random(static_cast<std::uint32_t>(bits));
             std::vector<Picture> pictures;
             const CClientDC dc(&world.m_Wnd);
+            const auto palette = fnTakeAllColors(*dc.GetDC());
             fnBlacken(world, dc.GetDC());
             for (const LONG height : {LONG{40}, LONG{-40}}) {
                 const Dib dib(bits, height, random, false);
                 dib.fnPut(world, dc.GetDC(), DIB_RGB_COLORS, CPoint(3, 5));
                 pictures.push_back(world.m_Look());
             }
+            dc->SelectPalette(nullptr, true);
             return pictures;
         });
     }
