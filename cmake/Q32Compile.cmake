@@ -50,10 +50,21 @@ function(q32_sources target)
         elseif(file MATCHES "_avx512\\.cpp$")
             set_source_files_properties("${CMAKE_CURRENT_SOURCE_DIR}/${file}"
                 TARGET_DIRECTORY ${target} PROPERTIES
-                COMPILE_OPTIONS "-mavx512f;-mavx512bw;-mavx512vl;-mavx512dq;-mavx512vbmi;${q32_vector_options}"
+                COMPILE_OPTIONS "-mavx512f;-mavx512bw;-mavx512vl;-mavx512dq;-mavx512vbmi;-mavx512vnni;${q32_vector_options}"
                 SKIP_PRECOMPILE_HEADERS ON)
         endif()
     endforeach()
+endfunction()
+
+# q32_resources(<target> <script>): what the resource compiler makes of a script of this folder. It takes none of the
+# other compilers' options.
+function(q32_resources target script)
+    set(object "${CMAKE_CURRENT_BINARY_DIR}/${script}.obj")
+    add_custom_command(OUTPUT "${object}"
+        COMMAND "${CMAKE_RC_COMPILER}" -I "${CMAKE_CURRENT_SOURCE_DIR}" -O coff
+            "${CMAKE_CURRENT_SOURCE_DIR}/${script}" "${object}"
+        DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${script}")
+    target_sources(${target} PRIVATE "${object}")
 endfunction()
 
 # q32_headers(<target> <file>...): public headers of this folder. They are installed with the

@@ -112,13 +112,14 @@ void fnReadPlain(CodecInput& input, const BmpHeader& header, PictureTarget& targ
     if (header.m_nPixelsAt > length || (length - header.m_nPixelsAt) / stride < header.m_nHeight)
         throw CodecFailure{MESSAGE_CORRUPTED};
     const unsigned int depth = header.fnImageDepth();
+    const CheckedSize rowBytes = CheckedSize(header.m_nWidth) * fnCodecBytes(depth);
+    target.fnCheckCodecBytes(rowBytes + CheckedSize(stride));
     target.fnAlloc(header.m_nWidth, header.m_nHeight, depth, depth <= 8 ? header.m_Colors : nullptr,
                    header.m_nColors);
 
     const RowDecoder decoder(header);
     const auto stored = std::make_unique_for_overwrite<unsigned char[]>(stride);
-    const auto row = std::make_unique_for_overwrite<unsigned char[]>(std::size_t{header.m_nWidth} *
-                                                                     fnCodecBytes(depth));
+    const auto row = std::make_unique_for_overwrite<unsigned char[]>(rowBytes.fnGetOrThrow());
     input.fnSeek(header.m_nPixelsAt);
     for (std::uint32_t i = 0; i < header.m_nHeight; ++i) {
         fnReadExactly(input, stored.get(), stride);

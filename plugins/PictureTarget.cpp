@@ -23,7 +23,7 @@ void PictureSteps::fnTick() {
 void PictureSteps::fnCallHost() {
     const auto now = m_nMilliseconds > 0 ? Clock::now() : m_Start;
     if (m_nMilliseconds > 0 && now - m_Start >= std::chrono::milliseconds(m_nMilliseconds))
-        throw CodecFailure{MESSAGE_CANNOT_READ, PICTURE_LIMIT_TIME};
+        throw CodecFailure{MESSAGE_CANNOT_READ, m_eLimit};
     if (!m_pProgress)
         return;
     bool aborted = false;

@@ -34,7 +34,7 @@ bool fnTryLock(const Descriptor& file, int operation);
 /// link.
 bool fnIsNameOf(int directory, const char* name, const Descriptor& file);
 
-/// Removes a name unless the file is locked, which gives EWOULDBLOCK.
+/// Removes a name unless the file is locked, which gives EWOULDBLOCK, or can't be opened to ask.
 bool fnRemoveUnheld(int directory, const char* name);
 
 /// Reads up to `count` bytes at `offset`; fewer only at the end of the file. Nothing on failure.

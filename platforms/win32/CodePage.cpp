@@ -1,5 +1,7 @@
 #include "platforms/win32/CodePage_p.h"
 
+#include <algorithm>
+
 namespace q32::win32 {
 
 namespace {
@@ -32,6 +34,22 @@ std::size_t CodePage::fnGetCharBytes(const char* text, std::size_t count) const 
                               : ::IsDBCSLeadByteEx(m_nPage, first) ? 2
                                                                    : 1;
     return bytes > 1 && bytes <= count && fnIsCharacter(text, bytes) ? bytes : 1;
+}
+
+std::size_t CodePage::fnCountUnfinished(std::string_view text) const {
+    if (m_nPage == CP_UTF8) {
+        for (std::size_t count = 1; count <= std::min<std::size_t>(3, text.size()); ++count) {
+            const auto byte = static_cast<unsigned char>(text[text.size() - count]);
+            if (byte < 0x80 || byte >= 0xC0)
+                return fnGetSequence(byte) > count ? count : 0;
+        }
+        return 0;
+    }
+    // A second byte may look like a first one: only from the beginning are they told apart.
+    std::size_t at = 0;
+    while (at + 1 < text.size())
+        at += fnGetCharBytes(text.data() + at, text.size() - at);
+    return at < text.size() && ::IsDBCSLeadByteEx(m_nPage, static_cast<BYTE>(text[at])) ? 1 : 0;
 }
 
 bool CodePage::fnToWide(std::string_view text, wchar_t* buffer, int size) const {

@@ -22,6 +22,9 @@ public:
     /// that doesn't begin a complete character counts as a character of its own.
     std::size_t fnGetCharBytes(const char* text, std::size_t count) const;
 
+    /// Bytes at the end of a text that begin a character, which lacks its other bytes.
+    std::size_t fnCountUnfinished(std::string_view text) const;
+
     /// Converts to UTF-16 and appends a NUL. False, with the last error, if the bytes are no text
     /// of the code page, or the buffer of `size` units is too small.
     bool fnToWide(std::string_view text, wchar_t* buffer, int size) const;

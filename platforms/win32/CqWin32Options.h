@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <string>
+#include <vector>
 
 /// Options of the Windows back end. Paths are in its code page.
 struct CqWin32Options {
@@ -15,6 +16,8 @@ struct CqWin32Options {
     /// Directory of the settings. Empty: `q32Base` in the user's application data. It is created
     /// when settings are first written.
     std::string m_szConfigDirectory;
+    /// The host's modules, in the order in which resources are searched. Empty: the program's own.
+    std::vector<HINSTANCE> m_Modules;
     /// How long a change of the settings waits for another process that is changing or reading
     /// them; then it fails, so that a stopped process can't hang the host.
     std::chrono::milliseconds m_SettingsPatience{10000};

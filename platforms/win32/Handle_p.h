@@ -27,6 +27,9 @@ public:
     explicit operator bool() const { return m_Handle != nullptr; }
     HANDLE fnGet() const { return m_Handle; }
 
+    /// Gives up ownership.
+    HANDLE fnRelease() { return std::exchange(m_Handle, nullptr); }
+
     /// Closes now. False, with the last error, on failure.
     bool fnClose() {
         const HANDLE handle = std::exchange(m_Handle, nullptr);

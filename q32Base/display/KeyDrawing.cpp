@@ -7,6 +7,7 @@
 #include "q32Base/image/CqMask.h"
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/platform/Checked_p.h"
 
 #include <algorithm>
 #include <cstring>
@@ -114,6 +115,7 @@ bool fnDrawKeyRows(CqImage& image, CDC* dc, const CqMergeParam& param, const Key
 
 bool CqImage::fnKeyDraw(CDC* dc, const CRect& destination, int x, int y, const CqMergeParam& param,
                         bool noGamma, bool background) {
+    q32::fnRequirePixels("CqImage::fnKeyDraw", TileMap);
     if (destination.Width() < 1 || destination.Height() < 1 ||
         !q32::fnEnsureDrawBuffers(*TileMap) || !q32::fnSelectDrawPalette(*TileMap, dc, background))
         return false;

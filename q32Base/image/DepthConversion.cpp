@@ -1,13 +1,20 @@
 #include "q32Base/framework/Memory.h"
+#include "q32Base/framework/Parallel_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/kernels/StreamPixels_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/pixels/PixelConversion.h"
 #include "q32Base/pixels/PixelFormat_p.h"
+#include "q32Base/platform/Checked_p.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 
 namespace {
+
+constexpr double kDepthConversionPixelTime = 0.4; ///< nanoseconds
 
 /// The conversion from one image's depth to the 24 or 32 bits of another.
 q32::PixelDecoder fnWidening(const CqTileMap& source, const CqTileMap& target) {
@@ -17,35 +24,51 @@ q32::PixelDecoder fnWidening(const CqTileMap& source, const CqTileMap& target) {
 
 /// A 4-bit image is a single tile of any size, so it is converted row by row.
 void fnWidenRows(CqTileMap& source, CqTileMap& target) {
-    const std::unique_ptr<unsigned char[]> packed(q32::fnNewArray<unsigned char>(source.RowBytes));
-    const std::unique_ptr<unsigned char[]> indices(q32::fnNewArray<unsigned char>(source.Width));
-    const std::unique_ptr<unsigned char[]> row(q32::fnNewArray<unsigned char>(target.RowBytes));
+    const q32::Parallel rows(source.Height, kDepthConversionPixelTime * source.Width);
+    const q32::WorkerBytes packed(rows, source.RowBytes);
+    const q32::WorkerBytes indices(rows, source.Width);
+    const q32::WorkerBytes row(rows, target.RowBytes);
     const q32::PixelDecoder widening = fnWidening(source, target);
-    for (std::uint32_t y = 0; y < source.Height; ++y) {
-        source.fnFetchRow(y, packed.get());
-        q32::fnKernels().fnIndex4ToIndex8(packed.get(), indices.get(), source.Width);
-        widening.fnRun(indices.get(), row.get(), source.Width);
-        target.fnStoreRow(y, row.get());
-    }
+    rows.fnRun([&](std::uint32_t worker, std::uint32_t y, std::uint32_t end) {
+        for (; y < end; ++y) {
+            source.fnFetchRow(y, packed[worker]);
+            q32::fnKernels().fnIndex4ToIndex8(packed[worker], indices[worker], source.Width);
+            widening.fnRun(indices[worker], row[worker], source.Width);
+            target.fnStoreRow(y, row[worker]);
+        }
+    });
 }
 
 /// Tiles of both maps have the same shape, so each is one run of pixels.
 void fnWidenTiles(CqTileMap& source, CqTileMap& target) {
     const q32::PixelDecoder widening = fnWidening(source, target);
-    CqImageTile from(false);
-    CqImageTile to(false);
-    for (std::uint32_t i = 0; i < source.TileCount; ++i) {
-        source.fnAccessTile(i, &from);
-        target.fnAccessTile(i, &to);
-        widening.fnRun(from.Pixels, to.Pixels,
-                       static_cast<std::size_t>(from.Width) *
-                           static_cast<std::size_t>(from.Height));
-    }
+    const q32::Parallel tiles(source.TileCount,
+                              kDepthConversionPixelTime * source.TileWidth * source.TileHeight);
+    const bool streams = source.PaletteCount == 0 && target.BufferSize >= q32::kStreamLeast;
+    tiles.fnRun([&](std::uint32_t, std::uint32_t i, std::uint32_t end) {
+        CqImageTile from(false);
+        CqImageTile to(false);
+        const auto run = [&](const unsigned char* in, unsigned char* out, std::size_t count) {
+            widening.fnRun(in, out, count);
+        };
+        for (; i < end; ++i) {
+            source.fnAccessTile(i, &from);
+            target.fnAccessTile(i, &to);
+            const std::size_t pixels =
+                static_cast<std::size_t>(from.Width) * static_cast<std::size_t>(from.Height);
+            if (streams)
+                q32::fnStreamPixels(q32::fnKernels(), from.Pixels, source.BytesPerPixel, to.Pixels,
+                                    target.BytesPerPixel, pixels, run);
+            else
+                run(from.Pixels, to.Pixels, pixels);
+        }
+    });
 }
 
 } // namespace
 
 void CqImage::fnConvert(unsigned int bits, bool, tagRGBQUAD* palette) {
+    q32::fnRequirePixels("CqImage::fnConvert", TileMap);
     if (bits == BitCount)
         return;
     const unsigned int count = !q32::fnIsIndexed(bits) ? 0 : palette ? 1 : 1u << bits;

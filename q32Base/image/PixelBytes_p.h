@@ -8,7 +8,7 @@
 #include "q32Base/pixels/Nibbles_p.h"
 #include "q32Base/pixels/PixelFormat_p.h"
 
-#include <cassert>
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -18,6 +18,17 @@ namespace q32 {
 inline void fnFillPixels(unsigned char* target, const unsigned char* pixel, std::size_t size,
                          std::size_t count) {
     fnKernels().fnFill[size - 1](target, count, pixel);
+}
+
+/// Mirrors a row of pixels of `size` bytes each.
+inline void fnReversePixels(unsigned char* row, std::size_t pixels, std::size_t size) {
+    if (size == 1)
+        return std::reverse(row, row + pixels);
+    unsigned char* end = row + pixels * size;
+    for (std::size_t i = 0; i < pixels / 2; ++i, row += size) {
+        end -= size;
+        std::swap_ranges(row, row + size, end);
+    }
 }
 
 inline PixelColor fnPixelColor(const CqColor& color) {
@@ -69,14 +80,9 @@ inline unsigned int fnPackFill(const CqTileMap& map, const CqColor& color,
     return 1;
 }
 
-/// Sets all pixels of an image. They are one run, since tiles follow each other without gaps.
-/// Raises the memory exception where pixels of it were lost.
-inline void fnFillAll(CqTileMap& map, const CqColor& color) {
-    unsigned char pixel[4];
-    const unsigned int bytes = fnPackFill(map, color, pixel);
-    assert(map.BufferSize % bytes == 0);
-    fnFillPixels(map.PixelBuffer, pixel, bytes, map.BufferSize / bytes);
-    map.fnRequirePixels();
-}
+constexpr double kFillTime = 0.06; ///< nanoseconds for a byte
+
+/// Sets all pixels of an image. Raises the memory exception where pixels of it were lost.
+void fnFillAll(CqTileMap& map, const CqColor& color);
 
 } // namespace q32

@@ -89,7 +89,10 @@ bool CqVMPolicy::fnReadSettings() {
     // Deliberate: the product wraps at 32 bits before the division, at 100 percent too.
     const std::uint32_t product = (MemEnabled ? MemPercent : 100u) * fnPhysicalBytes();
     RamLimit = product / 100;
-    m_nRamBound = q32::fnPlatform().m_pMemory->fnGetBlockLimit();
+    CqMemoryService& memory = *q32::fnPlatform().m_pMemory;
+    m_nRamBound = memory.fnGetBlockLimit();
+    if (MemEnabled) // the user's percentage holds, too, where the sum with a block wraps
+        m_nRamBound = std::min(m_nRamBound, memory.fnGetPhysicalBytes() / 100 * MemPercent);
     fnTrimHeld();
     return true;
 }

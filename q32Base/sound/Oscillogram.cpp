@@ -1,5 +1,6 @@
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelBytes_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/sound/CqWave.h"
 
 #include <algorithm>
@@ -81,4 +82,6 @@ void CqWave::fnRasterize(CqImage& image, unsigned long nStart, unsigned long nLe
                 drawing.fnDraw(t, sample, full, drawing.m_nBand, across);
         }
     }
+    m_Block.fnRequireBytes();
+    image.TileMap->fnRequirePixels();
 }

@@ -1,180 +1,124 @@
-#include "platforms/headless/headless.h"
+#include "platforms/win32/CodePage_p.h"
+#include "platforms/win32/CqWin32Mixers_p.h"
 #include "platforms/win32/win32.h"
 #include "tests/contract/ContractBackEnd.h"
+#include "tests/contract/Win32Dump.h"
+#include "tests/contract/Win32Input.h"
+#include "tests/support/FakeMixer.h"
+#include "tests/support/Win32Capture.h"
+#include "tests/support/Win32Module.h"
 
 #include <filesystem>
 #include <random>
-#include <string_view>
 #include <utility>
 
 namespace {
 
 namespace fs = std::filesystem;
 
-/// Answers boxes from within their own message loop: a hook sees each one become active, and a
-/// timer of its window fires once it waits.
-class Boxes final : public ContractBoxes {
-public:
-    Boxes() {
-        thePresent = this;
-        m_Hook = ::SetWindowsHookExW(WH_CBT, fnSeeWindow, nullptr, ::GetCurrentThreadId());
-    }
-    ~Boxes() override {
-        ::UnhookWindowsHookEx(m_Hook);
-        thePresent = nullptr;
-    }
-    Boxes(const Boxes&) = delete;
-    Boxes& operator=(const Boxes&) = delete;
-
-    void fnAnswer(int button, std::function<void(const ContractBox&)> look) override {
-        m_nAnswer = button;
-        m_Look = std::move(look);
-    }
-
-private:
-    static LRESULT CALLBACK fnSeeWindow(int code, WPARAM wParam, LPARAM lParam) {
-        const auto window = reinterpret_cast<HWND>(wParam); // NOLINT(performance-no-int-to-ptr)
-        wchar_t name[16] = {};
-        if (code == HCBT_ACTIVATE && ::GetClassNameW(window, name, 16) &&
-            std::wstring_view(name) == L"#32770" && thePresent->m_Look)
-            ::SetTimer(window, 4711, 1, fnOnTimer);
-        return ::CallNextHookEx(nullptr, code, wParam, lParam);
-    }
-
-    static void CALLBACK fnOnTimer(HWND window, UINT, UINT_PTR id, DWORD) {
-        ::KillTimer(window, id);
-        thePresent->fnSee(window);
-    }
-
-    void fnSee(HWND window) {
-        const auto look = std::exchange(m_Look, nullptr);
-        if (!look)
-            return;
-        const int answer = m_nAnswer;
-        const ContractBox box = fnRead(window);
-        look(box);
-        // The only button of a box answers OK, whatever its id.
-        const bool isOnly = box.m_Buttons == std::set<int>{IDOK} && !::GetDlgItem(window, IDOK);
-        ::PostMessageW(window, WM_COMMAND, static_cast<WPARAM>(isOnly ? IDCANCEL : answer), 0);
-    }
-
-    static std::string fnGetText(HWND window) {
-        std::wstring text(static_cast<std::size_t>(::GetWindowTextLengthW(window)) + 1, L'\0');
-        text.resize(static_cast<std::size_t>(
-            ::GetWindowTextW(window, text.data(), static_cast<int>(text.size()))));
-        return {text.begin(), text.end()}; // the suite's texts are ASCII
-    }
-
-    static ContractBox fnRead(HWND window) {
-        ContractBox box;
-        box.m_szCaption = fnGetText(window);
-        for (const int id : {IDOK, IDCANCEL, IDYES, IDNO})
-            if (::GetDlgItem(window, id))
-                box.m_Buttons.insert(id);
-        if (box.m_Buttons == std::set<int>{IDCANCEL})
-            box.m_Buttons = {IDOK};
-        const std::pair<UINT, HICON> icons[] = {
-            {MB_ICONHAND, ::LoadIcon(nullptr, IDI_HAND)},
-            {MB_ICONQUESTION, ::LoadIcon(nullptr, IDI_QUESTION)},
-            {MB_ICONEXCLAMATION, ::LoadIcon(nullptr, IDI_EXCLAMATION)},
-            {MB_ICONASTERISK, ::LoadIcon(nullptr, IDI_ASTERISK)}};
-        for (HWND child = ::GetWindow(window, GW_CHILD); child;
-             child = ::GetWindow(child, GW_HWNDNEXT)) {
-            wchar_t name[16] = {};
-            ::GetClassNameW(child, name, 16);
-            if (std::wstring_view(name) != L"Static")
-                continue;
-            const LRESULT shown = ::SendMessageW(child, STM_GETICON, 0, 0);
-            if (shown == 0 && fnGetText(child).empty())
-                continue;
-            if (shown == 0)
-                box.m_szText = fnGetText(child);
-            for (const auto& [style, icon] : icons)
-                if (shown != 0 && shown == reinterpret_cast<LRESULT>(icon))
-                    box.m_nIcon = style;
-        }
-        return box;
-    }
-
-    static inline Boxes* thePresent = nullptr;
-    HHOOK m_Hook;
-    int m_nAnswer = 0;
-    std::function<void(const ContractBox&)> m_Look;
-};
-
-constexpr UINT kClick = WM_APP + 1;
-
-/// The keyboard, and messages posted as other input, to a window that has the focus.
-class Keys final : public ContractKeys {
-public:
-    Keys() {
-        WNDCLASSW kind{};
-        kind.lpfnWndProc = fnHandle;
-        kind.hInstance = ::GetModuleHandleW(nullptr);
-        kind.lpszClassName = L"q32Keys";
-        ::RegisterClassW(&kind);
-        m_Window = ::CreateWindowExW(0, kind.lpszClassName, L"keys", WS_POPUP | WS_VISIBLE, 0, 0,
-                                     100, 100, nullptr, nullptr, kind.hInstance, nullptr);
-        ::SetForegroundWindow(m_Window);
-        ::SetFocus(m_Window);
-        fnPump();
-    }
-    ~Keys() override {
-        for (const int key : m_Down)
-            ::keybd_event(static_cast<BYTE>(key), 0, KEYEVENTF_KEYUP, 0);
-        fnPump();
-        ::DestroyWindow(m_Window);
-    }
-    Keys(const Keys&) = delete;
-    Keys& operator=(const Keys&) = delete;
-
-    void fnPress(int key) override {
-        m_Down.insert(key);
-        ::keybd_event(static_cast<BYTE>(key), 0, 0, 0);
-    }
-    void fnRelease(int key) override {
-        m_Down.erase(key);
-        ::keybd_event(static_cast<BYTE>(key), 0, KEYEVENTF_KEYUP, 0);
-    }
-    void fnClick(int number) override {
-        ::PostMessageW(m_Window, kClick, static_cast<WPARAM>(number), 0);
-    }
-    std::vector<int> fnGetClicks(std::size_t) override {
-        theClicks.clear();
-        fnPump();
-        return theClicks;
-    }
-
-private:
-    static LRESULT CALLBACK fnHandle(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-        if (message == kClick)
-            theClicks.push_back(static_cast<int>(wParam));
-        return ::DefWindowProcW(window, message, wParam, lParam);
-    }
-
-    static void fnPump() {
-        MSG message;
-        while (::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
-            ::DispatchMessageW(&message);
-    }
-
-    static inline std::vector<int> theClicks;
-    HWND m_Window;
-    std::set<int> m_Down;
-};
-
-/// The services of this system, and those of a scripted world where it has none yet.
-CqPlatform fnMakePlatform(const CqWin32Options& options) {
-    CqPlatform platform = q32HeadlessPlatform();
-    const CqPlatform system = q32Win32Services(options);
-    platform.m_pMemory = system.m_pMemory;
-    platform.m_pScratch = system.m_pScratch;
-    platform.m_pFiles = system.m_pFiles;
-    platform.m_pLocale = system.m_pLocale;
-    platform.m_pMessages = system.m_pMessages;
-    platform.m_pKeyboard = system.m_pKeyboard;
-    return platform;
+ContractPicture fnSee(HWND window) {
+    RECT client;
+    ::GetClientRect(window, &client);
+    return {client.right, client.bottom, q32::test::fnCapture(window)};
 }
+
+class Window final : public ContractWindow {
+public:
+    ~Window() override { Window::fnEnd(); }
+    CWnd& fnGetWnd() override { return m_Wnd; }
+    ContractPicture fnGetPicture() override { return fnSee(m_Wnd.fnGetHandle()); }
+    void fnEnd() override { ::DestroyWindow(m_Wnd.fnGetHandle()); }
+
+private:
+    CqWin32Wnd m_Wnd{q32::test::fnMakePlainWindow({100, 50, 100 + kWidth, 50 + kHeight})};
+};
+
+class Host final : public ContractHost {
+public:
+    explicit Host(std::shared_ptr<CqWin32Windows> windows) : m_pWindows(std::move(windows)) {
+        const INITCOMMONCONTROLSEX kinds{sizeof kinds, ICC_BAR_CLASSES | ICC_PROGRESS_CLASS};
+        ::InitCommonControlsEx(&kinds);
+    }
+    ~Host() override {
+        Host::fnForget();
+        Host::fnEndWindow();
+    }
+    void fnOpen() override {
+        m_Frame = q32::test::fnMakePlainWindow({20, 20, 320, 220});
+        const HWND bar = fnMakeChild(STATUSCLASSNAMEW, {0, 180, 300, 200});
+        const HWND progress = fnMakeChild(PROGRESS_CLASSW, {10, 10, 110, 30});
+        m_pFrame = std::make_unique<CqWin32Wnd>(m_Frame);
+        m_pBar = std::make_unique<CqWin32Wnd>(bar);
+        m_pProgress = std::make_unique<CqWin32ProgressCtrl>(progress);
+        m_pFrame->fnSetMessageBar(m_pBar.get());
+        m_pWindows->fnSetApp(&m_App);
+        m_pWindows->fnSetMainWnd(m_pFrame.get());
+    }
+    CWinApp& fnGetApp() override { return m_App; }
+    CWnd& fnGetFrame() override { return *m_pFrame; }
+    CProgressCtrl& fnGetProgress() override { return *m_pProgress; }
+    std::vector<int> fnGetProgressState() override {
+        PBRANGE range{};
+        const HWND progress = m_pProgress->fnGetHandle();
+        ::SendMessageW(progress, PBM_GETRANGE, TRUE, reinterpret_cast<LPARAM>(&range));
+        return {range.iLow, range.iHigh,
+                static_cast<int>(::SendMessageW(progress, PBM_GETPOS, 0, 0))};
+    }
+    ContractPicture fnGetBarPicture() override { return fnSee(m_pBar->fnGetHandle()); }
+    void fnEndWindow() override { ::DestroyWindow(std::exchange(m_Frame, nullptr)); }
+    void fnForget() override {
+        m_pWindows->fnSetApp(nullptr);
+        m_pWindows->fnSetMainWnd(nullptr);
+    }
+
+private:
+    HWND fnMakeChild(const wchar_t* kind, const RECT& place) {
+        return ::CreateWindowExW(0, kind, L"", WS_CHILD | WS_VISIBLE | CCS_NORESIZE, place.left,
+                                 place.top, place.right - place.left, place.bottom - place.top,
+                                 m_Frame, nullptr, nullptr, nullptr);
+    }
+
+    std::shared_ptr<CqWin32Windows> m_pWindows;
+    CqWin32App m_App{"contract"};
+    HWND m_Frame = nullptr;
+    std::unique_ptr<CqWin32Wnd> m_pFrame;
+    std::unique_ptr<CqWin32Wnd> m_pBar;
+    std::unique_ptr<CqWin32ProgressCtrl> m_pProgress;
+};
+
+/// Modules in memory, which the system searches.
+class Modules final : public ContractModules {
+public:
+    explicit Modules(std::shared_ptr<CqWin32Resources> resources)
+        : m_pResources(std::move(resources)) {}
+    HINSTANCE fnAddModule() override {
+        m_Modules.push_back(std::make_unique<q32::test::Win32Module>());
+        m_pResources->fnAddModule(m_Modules.back()->fnGet());
+        return m_Modules.back()->fnGet();
+    }
+    void fnRemoveModule(HINSTANCE module) override {
+        EXPECT_TRUE(m_pResources->fnRemoveModule(module));
+        std::erase_if(m_Modules, [&](const auto& each) { return each->fnGet() == module; });
+    }
+    void fnAdd(HINSTANCE module, CqResourceId type, CqResourceId name,
+               std::string_view bytes) override {
+        fnGet(module).fnAdd(type, name, bytes);
+    }
+    void fnAddString(HINSTANCE module, UINT id, const std::string& text) override {
+        fnGet(module).fnAddString(id, text);
+    }
+
+private:
+    q32::test::Win32Module& fnGet(HINSTANCE module) {
+        for (const auto& each : m_Modules)
+            if (each->fnGet() == module)
+                return *each;
+        throw std::logic_error("no such module");
+    }
+
+    std::shared_ptr<CqWin32Resources> m_pResources;
+    std::vector<std::unique_ptr<q32::test::Win32Module>> m_Modules;
+};
 
 /// The real system, in a new folder in the directory of temporary files, removed with the test.
 ContractBackEnd fnInCodePage(const std::string& name, UINT codePage, std::set<CONTRACT> contracts) {
@@ -186,16 +130,58 @@ ContractBackEnd fnInCodePage(const std::string& name, UINT codePage, std::set<CO
                 CqWin32Options options;
                 options.m_nCodePage = codePage;
                 options.m_szConfigDirectory = (folder / "config").string();
+                const auto windows = q32Win32Windows();
+                const auto resources = std::make_shared<CqWin32Resources>(
+                    std::vector<HINSTANCE>(),
+                    std::make_shared<const q32::win32::CodePage>(codePage));
                 ContractWorld made;
-                made.m_Platform = fnMakePlatform(options);
+                made.m_Platform = q32Win32Platform(windows, options);
+                made.m_Platform.m_pResources = resources;
                 made.m_szDirectory = folder.string() + '\\';
+                made.m_MakeWindow = [] { return std::make_unique<Window>(); };
                 made.m_SetLastError = [](DWORD code) { ::SetLastError(code); };
-                made.m_pBoxes = std::make_shared<Boxes>();
-                made.m_pKeys = std::make_shared<Keys>();
+                made.m_pBoxes = fnMakeWin32Boxes();
+                made.m_pKeys = fnMakeWin32Keys();
+                made.m_pModules = std::make_shared<Modules>(resources);
+                made.m_pHost = std::make_shared<Host>(windows);
+                made.m_pDump = fnMakeWin32Dump();
                 made.m_pKeep = std::shared_ptr<void>(nullptr, [folder](void*) {
                     std::error_code ignored;
                     fs::remove_all(folder, ignored);
                 });
+                return made;
+            }};
+}
+
+/// Handles messages, and lets a little time pass.
+void fnPump() {
+    MSG message;
+    while (::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
+        ::DispatchMessageW(&message);
+    ::Sleep(5);
+}
+
+/// The system's sound output.
+ContractBackEnd fnSounding() {
+    return {"Sounding", {CONTRACT::WAVE_OUT}, [] {
+                ContractWorld made;
+                made.m_Platform = q32Win32Platform(q32Win32Windows());
+                made.m_Tick = fnPump;
+                return made;
+            }};
+}
+
+/// The system's mixers on a device in memory.
+ContractBackEnd fnMixing(bool sends) {
+    return {sends ? "SendingMixer" : "SilentMixer", {CONTRACT::MIXERS}, [sends] {
+                const auto device = std::make_shared<q32::test::FakeMixer>();
+                device->m_bSends = sends;
+                ContractWorld made;
+                made.m_Platform.m_pMixers = std::make_shared<CqWin32Mixers>(device->fnGetCalls());
+                made.m_Tick = fnPump;
+                made.m_ChangeElsewhere = [device](bool up) {
+                    device->fnMoveVolume(up ? 50000 : 20000);
+                };
                 return made;
             }};
 }
@@ -205,13 +191,16 @@ ContractBackEnd fnInCodePage(const std::string& name, UINT codePage, std::set<CO
 std::vector<ContractBackEnd> fnGetBackEnds() {
     return {fnInCodePage("System", CP_ACP,
                          {CONTRACT::MEMORY, CONTRACT::SCRATCH, CONTRACT::FILES, CONTRACT::LOCALE,
-                          CONTRACT::BOXES, CONTRACT::ERRORS, CONTRACT::KEYBOARD}),
+                          CONTRACT::SCREEN, CONTRACT::REGIONS, CONTRACT::PALETTES, CONTRACT::BOXES,
+                          CONTRACT::ERRORS, CONTRACT::KEYBOARD, CONTRACT::RESOURCES,
+                          CONTRACT::WINDOWS, CONTRACT::DUMP_VIEW}),
             fnInCodePage("CodePage932", 932, {CONTRACT::FILES, CONTRACT::LOCALE}),
-            fnInCodePage("Utf8", CP_UTF8, {CONTRACT::SCRATCH, CONTRACT::FILES, CONTRACT::LOCALE})};
+            fnInCodePage("Utf8", CP_UTF8, {CONTRACT::SCRATCH, CONTRACT::FILES, CONTRACT::LOCALE}),
+            fnSounding(),
+            fnMixing(true),
+            fnMixing(false)};
 }
 
 std::set<CONTRACT> fnGetOmittedContracts() {
-    // Services of the scripted world.
-    return {CONTRACT::SCREEN,  CONTRACT::REGIONS,   CONTRACT::PALETTES, CONTRACT::RESOURCES,
-            CONTRACT::WINDOWS, CONTRACT::DUMP_VIEW, CONTRACT::WAVE_OUT, CONTRACT::MIXERS};
+    return {CONTRACT::WORK};
 }

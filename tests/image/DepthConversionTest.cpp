@@ -1,3 +1,4 @@
+#include "q32Base/kernels/StreamPixels_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
 #include "tests/support/AttachedTest.h"
 #include "tests/support/FailingAllocator.h"
@@ -72,6 +73,23 @@ TEST_F(DepthConversionTest, EveryDepthWidensPixelByPixel) {
                     << bits << " to " << to << " at " << x << "," << y;
             }
         }
+    }
+}
+
+TEST_F(DepthConversionTest, TargetsLargerThanTheCachesAreWidenedLikeOthers) {
+    Random random(8);
+    CqImage image(2601, 2450, 24, nullptr, 0);
+    fnRandomPixels(image, random);
+    CqImage wide(image);
+    wide.fnConvert(32, true, nullptr);
+    ASSERT_GT(wide.TileMap->BufferSize, q32::kStreamLeast);
+    for (std::uint32_t y = 0; y < image.Height; ++y) {
+        const Bytes from = fnRow(image, y);
+        const Bytes got = fnRow(wide, y);
+        Bytes expected;
+        for (std::size_t x = 0; x < from.size(); x += 3)
+            expected.insert(expected.end(), {255, from[x], from[x + 1], from[x + 2]});
+        ASSERT_EQ(got, expected) << y;
     }
 }
 

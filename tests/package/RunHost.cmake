@@ -15,7 +15,7 @@ set(tools -G "${GENERATOR}" -DCMAKE_BUILD_TYPE=None "-DCMAKE_CXX_COMPILER=${COMP
     "-DCMAKE_CXX_COMPILER_LAUNCHER=${LAUNCHER}" "-DCMAKE_CXX_FLAGS=${FLAGS}")
 
 # Files from an earlier run must not affect this one.
-file(REMOVE_RECURSE "${SCRATCH}/prefix" "${SCRATCH}/host")
+file(REMOVE_RECURSE "${SCRATCH}/prefix" "${SCRATCH}/made" "${SCRATCH}/host")
 set(given "${BUILD}")
 if(NOT BUILD)
     set(BUILD "${SCRATCH}/shared")
@@ -27,7 +27,9 @@ if(NOT BUILD)
     string(REPLACE "," ";" absent "${ABSENT}")
     run("${SOURCE}/scripts/abi" "${BUILD}" ${absent})
 endif()
-run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${SCRATCH}/prefix")
+# An installation can be moved.
+run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${SCRATCH}/made")
+file(RENAME "${SCRATCH}/made" "${SCRATCH}/prefix")
 
 # Of all that is installed, only the scripted world's own back end may hold or need its code.
 file(GLOB products "${SCRATCH}/prefix/lib*/libq32Base*" "${SCRATCH}/prefix/bin/*")
@@ -54,6 +56,22 @@ run("${CMAKE_COMMAND}" -S "${SOURCE}/tests/package/host" -B "${SCRATCH}/host" ${
     "-DCMAKE_PREFIX_PATH=${SCRATCH}/prefix" "-DFIRST_PROGRAM=${SOURCE}/examples/first/main.cpp")
 run("${CMAKE_COMMAND}" --build "${SCRATCH}/host" --parallel 2)
 run("${CMAKE_COMMAND}" --build "${SCRATCH}/host" --target run)
+
+# A host without CMake.
+find_program(pkg_config NAMES pkg-config pkgconf)
+if(pkg_config)
+    file(GLOB modules "${SCRATCH}/prefix/lib*/pkgconfig" "${SCRATCH}/prefix/lib*/*/pkgconfig")
+    set(ENV{PKG_CONFIG_PATH} "${modules}")
+    execute_process(COMMAND "${pkg_config}" --cflags --libs q32Base-headless OUTPUT_VARIABLE words
+        OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    execute_process(COMMAND "${pkg_config}" --variable libdir q32Base OUTPUT_VARIABLE libraries
+        OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    separate_arguments(words UNIX_COMMAND "${words}")
+    separate_arguments(flags UNIX_COMMAND "${FLAGS}")
+    run("${COMPILER}" -std=c++20 ${flags} "${SOURCE}/examples/first/main.cpp" -o "${SCRATCH}/first" ${words}
+        "-Wl,-rpath,${libraries}")
+    run("${SCRATCH}/first")
+endif()
 
 # The programs of the guide compile outside of the tree. Once is enough.
 if(given)

@@ -22,7 +22,7 @@ protected:
         ASSERT_LT(space.m_nTotal, 4u << 20) << "another disk";
     }
 
-    CqPlatform m_Services = q32Win32Services();
+    CqPlatform m_Services = q32Win32Platform(q32Win32Windows());
     std::string m_szDisk;
 };
 

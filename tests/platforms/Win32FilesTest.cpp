@@ -13,7 +13,7 @@ protected:
     static std::shared_ptr<CqFileService> fnFiles(UINT codePage) {
         CqWin32Options options;
         options.m_nCodePage = codePage;
-        return q32Win32Services(options).m_pFiles;
+        return q32Win32Platform(q32Win32Windows(), options).m_pFiles;
     }
     static CQ_FILE_CAUSE fnOpenCause(CqFileService& files, const std::string& name,
                                      const CqFileMode& mode = {}) {
@@ -132,7 +132,7 @@ TEST_F(Win32Files, TheDirectoryOfTheSettingsIsMadeWhenTheyAreWritten) {
     CqWin32Options options;
     options.m_nCodePage = CP_UTF8;
     options.m_szConfigDirectory = m_Folder.fnPath("one\\\xC3\xA4");
-    const auto files = q32Win32Services(options).m_pFiles;
+    const auto files = q32Win32Platform(q32Win32Windows(), options).m_pFiles;
     std::string directory;
     ASSERT_TRUE(files->fnGetConfigDirectory(directory));
     EXPECT_EQ(directory, m_Folder.fnPath("one\\\xC3\xA4\\"));
@@ -150,7 +150,8 @@ TEST_F(Win32Files, TheDirectoriesAreTheSystemsUnlessTheHostSetsThem) {
     EXPECT_TRUE(directory.ends_with("\\q32Base\\")) << directory;
     CqWin32Options options;
     options.m_szTempDirectory = m_Folder.fnPath();
-    ASSERT_TRUE(q32Win32Services(options).m_pFiles->fnGetTempDirectory(directory));
+    ASSERT_TRUE(
+        q32Win32Platform(q32Win32Windows(), options).m_pFiles->fnGetTempDirectory(directory));
     EXPECT_EQ(directory, m_Folder.fnPath());
 }
 

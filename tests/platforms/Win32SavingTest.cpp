@@ -17,7 +17,7 @@ std::shared_ptr<CqFileService> fnFiles(std::chrono::milliseconds patience = {}) 
     CqWin32Options options;
     options.m_nCodePage = CP_UTF8;
     options.m_SettingsPatience = patience;
-    return q32Win32Services(options).m_pFiles;
+    return q32Win32Platform(q32Win32Windows(), options).m_pFiles;
 }
 
 /// Begins to replace a file and writes the new one.

@@ -13,7 +13,7 @@ constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELE
 std::shared_ptr<CqScratchService> fnScratch() {
     CqWin32Options options;
     options.m_nCodePage = CP_UTF8;
-    return q32Win32Services(options).m_pScratch;
+    return q32Win32Platform(q32Win32Windows(), options).m_pScratch;
 }
 
 class Win32Scratch : public testing::Test {

@@ -25,17 +25,25 @@ constexpr SYSTEMTIME kMoment{2001, 2, 6, 3, 13, 5, 9, 0};
 CqPlatform fnServices(UINT codePage = CP_ACP) {
     CqWin32Options options;
     options.m_nCodePage = codePage;
-    return q32Win32Services(options);
+    return q32Win32Platform(q32Win32Windows(), options);
 }
 
 } // namespace
 
-TEST(Win32Services, TheServicesThatAreMissingAreNull) {
-    const CqPlatform services = fnServices();
-    EXPECT_FALSE(services.m_pScreen || services.m_pResources || services.m_pWaveOut ||
-                 services.m_pMixers || services.m_pWindows);
-    EXPECT_TRUE(services.m_pMemory && services.m_pScratch && services.m_pFiles &&
-                services.m_pMessages && services.m_pKeyboard && services.m_pLocale);
+TEST(Win32Services, ThePlatformIsComplete) {
+    EXPECT_TRUE(fnServices().fnIsComplete());
+}
+
+TEST(Win32Windows, AnItemOfAMenuIsEnabledByItsCommand) {
+    const HMENU menu = ::CreatePopupMenu();
+    ASSERT_TRUE(::AppendMenuW(menu, MF_STRING, 77, L"item"));
+    CqWin32CmdUI item(77, menu);
+    EXPECT_EQ(item.m_nID, 77u);
+    item.Enable(false);
+    EXPECT_NE(::GetMenuState(menu, 77, MF_BYCOMMAND) & MF_GRAYED, 0u);
+    item.Enable(true);
+    EXPECT_EQ(::GetMenuState(menu, 77, MF_BYCOMMAND) & MF_GRAYED, 0u);
+    ::DestroyMenu(menu);
 }
 
 TEST(Win32Memory, MoreThanWasReservedIsNotCommitted) {

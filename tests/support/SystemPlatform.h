@@ -6,7 +6,6 @@
 #include <cstddef>
 
 #ifdef _WIN32
-#include "platforms/headless/headless.h"
 #include "platforms/win32/win32.h"
 #else
 #include "platforms/posix/posix.h"
@@ -17,16 +16,10 @@
 
 namespace q32::test {
 
-/// Memory and files of the system; what a back end lacks comes from a scripted world.
+/// A complete platform of the system.
 inline CqPlatform fnSystemPlatform() {
 #ifdef _WIN32
-    CqPlatform platform = q32HeadlessPlatform();
-    const CqPlatform system = q32Win32Services();
-    platform.m_pMemory = system.m_pMemory;
-    platform.m_pScratch = system.m_pScratch;
-    platform.m_pFiles = system.m_pFiles;
-    platform.m_pLocale = system.m_pLocale;
-    return platform;
+    return q32Win32Platform(q32Win32Windows());
 #else
     return q32PosixPlatform();
 #endif

@@ -56,14 +56,6 @@ bool fnCopyPicture(CqImage& from, CqImage& to, CqProgressDisplay* progress) {
     return true;
 }
 
-bool fnCutOut(CqImage& image, const CRect& place, CqImage& part, CqProgressDisplay* progress) {
-    part.fnAlloc(static_cast<unsigned int>(place.Width()),
-                 static_cast<unsigned int>(place.Height()), image.BitCount, nullptr, 0);
-    return fnForBands(place, progress, [&](const CRect& band) {
-        part.fnCopyBlock(image, &band, band.left - place.left, band.top - place.top);
-    });
-}
-
 bool fnFillPicture(CqImage& image, const CqColor& color, CqProgressDisplay* progress) {
     return fnForBands(fnGetWhole(image), progress,
                       [&](const CRect& band) { image.fnFill(color, &band, false); });

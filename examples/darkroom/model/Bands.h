@@ -49,10 +49,6 @@ bool fnForBands(const CRect& part, CqProgressDisplay* progress, Work work) {
 /// Copies a picture, tile by tile. After an abort the pixels of `to` are undefined.
 bool fnCopyPicture(CqImage& from, CqImage& to, CqProgressDisplay* progress);
 
-/// Copies a rectangle of a picture of 8 bits or more, which must lie inside it, to a new one
-/// without a palette. After an abort the pixels of `part` are undefined.
-bool fnCutOut(CqImage& image, const CRect& place, CqImage& part, CqProgressDisplay* progress);
-
 /// Fills all of a picture, or only some bands of it after an abort.
 bool fnFillPicture(CqImage& image, const CqColor& color, CqProgressDisplay* progress);
 

@@ -1,6 +1,8 @@
 // The selection of a document.
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Document.h"
 #include "examples/darkroom/model/Progress.h"
+#include "q32Base/operations/MaskEdit.h"
 
 #include <utility>
 
@@ -88,6 +90,20 @@ Outcome Document::fnInvertSelection(CqProgressDisplay* progress) {
             CqMask none;
             return fnInvertMask(fnHasSelection() ? *m_Selection : none, m_Image.Width,
                                 m_Image.Height, made, bar);
+        },
+        progress);
+}
+
+Outcome Document::fnFeather(double sigma, CqProgressDisplay* progress) {
+    if (!fnHasSelection())
+        return fnStop();
+    return fnReplaceSelection(
+        [&](CqMask& made, CqProgressDisplay* bar) {
+            CqMask none;
+            SpanProgress copying(bar, 0, kMaskMade);
+            SpanProgress blurring(bar, kMaskMade, 100);
+            return fnCombineMasks(none, *m_Selection, Combine::REPLACE, made, &copying) &&
+                   q32FeatherMask(made, sigma, fnGetWhole(m_Image), &blurring);
         },
         progress);
 }

@@ -1,0 +1,103 @@
+#include "platforms/win32/CqWin32Mixers_p.h"
+#include "platforms/win32/MixerControls_p.h"
+#include "q32Base/framework/Memory.h"
+
+#include <utility>
+
+using namespace q32::win32;
+
+namespace {
+
+constexpr wchar_t kClass[] = L"q32Mixer";
+constexpr UINT kLookInterval = 200; ///< ms
+
+/// An open mixer with the hidden window that receives its messages.
+class Mixer final : public CqMixer {
+public:
+    Mixer(const MixerCalls& calls, CqMixerService::Changed changed)
+        : m_Calls(calls), m_Changed(std::move(changed)) {}
+    ~Mixer() override {
+        if (m_Mixer)
+            m_Calls.m_Close(m_Mixer);
+        if (m_Window)
+            ::DestroyWindow(m_Window);
+    }
+    Mixer(const Mixer&) = delete;
+    Mixer& operator=(const Mixer&) = delete;
+
+    bool fnOpen(std::uint32_t index);
+
+    bool fnFindSpeakerLine(CqMixerLine& line) override {
+        return m_pControls->fnFindSpeakerLine(line);
+    }
+    bool fnFindControl(std::uint32_t lineId, CQ_MIXER_CONTROL type, std::uint32_t& id) override {
+        return m_pControls->fnFind(lineId, type, id);
+    }
+    bool fnGetValues(std::uint32_t control, std::uint32_t channels,
+                     std::vector<std::uint32_t>& values) override {
+        return m_pControls->fnGet(control, channels, values);
+    }
+    bool fnSetValues(std::uint32_t control, std::uint32_t channels,
+                     const std::vector<std::uint32_t>& values) override {
+        return m_pControls->fnSet(control, channels, values);
+    }
+
+private:
+    static LRESULT CALLBACK fnHandle(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    void fnReport(const MixerControls::Values& controls) const;
+
+    MixerCalls m_Calls;
+    CqMixerService::Changed m_Changed;
+    HWND m_Window = nullptr;
+    HMIXER m_Mixer = nullptr;
+    std::unique_ptr<MixerControls> m_pControls;
+};
+
+bool Mixer::fnOpen(std::uint32_t index) {
+    WNDCLASSW kind{};
+    kind.lpfnWndProc = fnHandle;
+    kind.hInstance = ::GetModuleHandleW(nullptr);
+    kind.lpszClassName = kClass;
+    ::RegisterClassW(&kind); // fails if it is there already
+    m_Window = ::CreateWindowExW(0, kClass, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
+                                 kind.hInstance, nullptr);
+    if (!m_Window || m_Calls.m_Open(&m_Mixer, index, reinterpret_cast<DWORD_PTR>(m_Window), 0,
+                                    CALLBACK_WINDOW | MIXER_OBJECTF_MIXER) != MMSYSERR_NOERROR)
+        return false;
+    m_pControls = std::make_unique<MixerControls>(m_Calls, m_Mixer);
+    ::SetWindowLongPtrW(m_Window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+    return ::SetTimer(m_Window, 1, kLookInterval, nullptr) != 0;
+}
+
+LRESULT CALLBACK Mixer::fnHandle(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    auto* mixer = reinterpret_cast<Mixer*>( // NOLINT(performance-no-int-to-ptr)
+        ::GetWindowLongPtrW(window, GWLP_USERDATA));
+    if (!mixer || (message != WM_TIMER && message != MM_MIXM_CONTROL_CHANGE))
+        return ::DefWindowProcW(window, message, wParam, lParam);
+    // No exception may pass the system's frames. What is missed now, the next look finds.
+    q32::fnTryMemory([&] {
+        const std::uint32_t id = MixerControls::fnToId(static_cast<DWORD>(lParam));
+        if (message == WM_TIMER)
+            mixer->fnReport(mixer->m_pControls->fnTakeChanges());
+        else if (mixer->m_pControls->fnTakeChange(id))
+            mixer->fnReport({id});
+    });
+    return 0;
+}
+
+void Mixer::fnReport(const MixerControls::Values& controls) const {
+    const HWND window = m_Window; // gone if a report destroys this
+    const CqMixerService::Changed changed = m_Changed;
+    for (const std::uint32_t control : controls)
+        if (changed && ::IsWindow(window))
+            changed(control);
+}
+
+} // namespace
+
+std::unique_ptr<CqMixer> CqWin32Mixers::fnOpen(std::uint32_t index, Changed changed) {
+    if (index >= fnGetCount())
+        return nullptr;
+    auto mixer = std::make_unique<Mixer>(m_Calls, std::move(changed));
+    return mixer->fnOpen(index) ? std::move(mixer) : nullptr;
+}

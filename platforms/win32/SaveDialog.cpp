@@ -1,0 +1,51 @@
+#include "platforms/win32/Path_p.h"
+#include "platforms/win32/SaveDialog_p.h"
+
+// clang-format off
+#include <windows.h>
+#include <commdlg.h>
+// clang-format on
+
+#include <cwchar>
+
+namespace q32::win32 {
+
+namespace {
+
+/// Labels and masks in turn, each ended by a NUL, and a final NUL.
+std::wstring fnConvertFilter(const CodePage& codePage, const char* filter) {
+    std::wstring wide;
+    while (filter && *filter) {
+        const std::string_view part = filter;
+        wide += codePage.fnToWideAnyhow(part);
+        wide += L'\0';
+        filter += part.size() + 1;
+    }
+    wide += L'\0';
+    return wide;
+}
+
+} // namespace
+
+bool fnAskSaveName(HWND owner, const CodePage& codePage, const CqSaveRequest& request,
+                   std::string& path) {
+    const std::wstring filter = fnConvertFilter(codePage, request.m_pszFilter);
+    const std::wstring extension =
+        codePage.fnToWideAnyhow(request.m_szDefaultExtension ? request.m_szDefaultExtension : "");
+    const std::wstring folder =
+        codePage.fnToWideAnyhow(request.m_szFolder ? request.m_szFolder : "");
+    std::wstring name(kMaxPathUnits, L'\0');
+    OPENFILENAMEW dialog{};
+    dialog.lStructSize = sizeof dialog;
+    dialog.hwndOwner = owner;
+    dialog.lpstrFilter = filter.c_str();
+    dialog.lpstrFile = name.data();
+    dialog.nMaxFile = static_cast<DWORD>(name.size());
+    dialog.lpstrInitialDir = request.m_szFolder ? folder.c_str() : nullptr;
+    dialog.lpstrDefExt = extension.c_str();
+    dialog.Flags = request.m_nFlags | OFN_NOCHANGEDIR;
+    return ::GetSaveFileNameW(&dialog) &&
+           codePage.fnFromWide({name.c_str(), std::wcslen(name.c_str())}, path);
+}
+
+} // namespace q32::win32

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "platforms/win32/CodePage_p.h"
+#include "q32Base/platform/CqDumpView.h"
+
+#include <string>
+
+namespace q32::win32 {
+
+/// Shows the system's save dialog and waits for it. False, with `path` unchanged, unless the user
+/// confirms a name that has a form in the code page.
+/// @param owner  the dialog's owner
+bool fnAskSaveName(HWND owner, const CodePage& codePage, const CqSaveRequest& request,
+                   std::string& path);
+
+} // namespace q32::win32

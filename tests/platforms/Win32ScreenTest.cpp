@@ -1,0 +1,387 @@
+/// @file The system's screen shows what the screen of the headless world shows for the same calls.
+/// Run on screens of each depth by scripts/test-windows.
+
+#include "platforms/headless/headless.h"
+#include "platforms/win32/win32.h"
+#include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/framework/CPalette.h"
+#include "q32Base/image/CqImage.h"
+#include "q32Base/module/Module.h"
+#include "tests/support/Random.h"
+#include "tests/support/Win32Capture.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace {
+
+constexpr int kWidth = 96;
+constexpr int kHeight = 64;
+constexpr RECT kPlace{40, 30, 40 + kWidth, 30 + kHeight};
+
+using Picture = std::vector<std::uint32_t>;
+
+/// A world with a window, and what its screen shows there.
+struct World {
+    CqScreenService& m_Screen;
+    CWnd& m_Wnd;
+    std::function<Picture()> m_Look;
+};
+/// Draws, and looks after each step.
+using Scene = std::function<std::vector<Picture>(World& world)>;
+
+int fnGetScreenBits() {
+    const HDC screen = ::GetDC(nullptr);
+    const int bits = ::GetDeviceCaps(screen, BITSPIXEL);
+    ::ReleaseDC(nullptr, screen);
+    return bits;
+}
+
+/// Detaches the library. The palette that it keeps is one of this world's screen.
+void fnEnd() {
+    q32GetDisplayProperty()->fnGetPalette666()->DeleteObject();
+    q32Detach();
+    q32SetMessageService(nullptr);
+}
+
+std::vector<Picture> fnShowHeadless(const Scene& scene, int bits) {
+    CqHeadlessOptions options;
+    options.m_Mode = {800, 600, bits};
+    const auto world = q32HeadlessWorld(options);
+    EXPECT_TRUE(q32Attach(world->fnPlatform()));
+    std::vector<Picture> pictures;
+    {
+        CqHeadlessWnd window{kPlace};
+        World made{*world->m_pScreen, window, [&] {
+                       Picture picture;
+                       for (int y = kPlace.top; y < kPlace.bottom; ++y)
+                           for (int x = kPlace.left; x < kPlace.right; ++x)
+                               picture.push_back(world->m_pScreen->fnGetPixel(x, y));
+                       return picture;
+                   }};
+        pictures = scene(made);
+    }
+    fnEnd();
+    return pictures;
+}
+
+std::vector<Picture> fnShowReal(const Scene& scene) {
+    const CqPlatform platform = q32Win32Platform(q32Win32Windows());
+    EXPECT_TRUE(q32Attach(platform));
+    std::vector<Picture> pictures;
+    {
+        CqWin32Wnd window(q32::test::fnMakePlainWindow(kPlace));
+        World made{*platform.m_pScreen, window,
+                   [&] { return q32::test::fnCapture(window.fnGetHandle()); }};
+        pictures = scene(made);
+        ::DestroyWindow(window.fnGetHandle());
+    }
+    fnEnd();
+    return pictures;
+}
+
+void fnExpectSame(const std::vector<Picture>& expected, const std::vector<Picture>& seen) {
+    ASSERT_EQ(seen.size(), expected.size());
+    for (std::size_t step = 0; step < seen.size(); ++step) {
+        ASSERT_EQ(seen[step].size(), expected[step].size());
+        std::size_t others = 0;
+        std::size_t first = 0;
+        for (std::size_t i = 0; i < seen[step].size(); ++i)
+            if (seen[step][i] != expected[step][i] && others++ == 0)
+                first = i;
+        EXPECT_EQ(others, 0u) << "step " << step << ", first at " << first % kWidth << ", "
+                              << first / kWidth << ": " << std::hex << seen[step][first]
+                              << " instead of " << expected[step][first];
+    }
+}
+
+void fnCompare(const Scene& scene) {
+    const int bits = fnGetScreenBits();
+    SCOPED_TRACE(testing::Message() << "screen of " << bits << " bits");
+    const std::vector<Picture> expected = fnShowHeadless(scene, bits);
+    fnExpectSame(expected, fnShowReal(scene));
+}
+
+std::unique_ptr<CPalette> fnMakePalette(const std::vector<std::uint32_t>& colors) {
+    std::vector<std::uint8_t> block(sizeof(LOGPALETTE) + colors.size() * sizeof(PALETTEENTRY));
+    auto* log = reinterpret_cast<LOGPALETTE*>(block.data());
+    log->palVersion = 0x300;
+    log->palNumEntries = static_cast<WORD>(colors.size());
+    for (std::size_t i = 0; i < colors.size(); ++i) {
+        const PALETTEENTRY entry{static_cast<BYTE>(colors[i] >> 16),
+                                 static_cast<BYTE>(colors[i] >> 8), static_cast<BYTE>(colors[i]),
+                                 0};
+        std::memcpy(block.data() + offsetof(LOGPALETTE, palPalEntry) + i * sizeof entry, &entry,
+                    sizeof entry);
+    }
+    auto palette = std::make_unique<CPalette>();
+    EXPECT_TRUE(palette->CreatePalette(log));
+    return palette;
+}
+
+/// A bitmap of random bytes, whose table holds random colours or indices below 256.
+struct Dib {
+    struct {
+        BITMAPINFOHEADER m_Head{};
+        std::array<std::uint8_t, 1024> m_Table{};
+    } m_Header;
+    std::vector<std::uint8_t> m_Bytes;
+
+    Dib(int bits, LONG height, Random& random, bool indices) {
+        m_Header.m_Head = {sizeof(BITMAPINFOHEADER),
+                           kWidth,
+                           height,
+                           1,
+                           static_cast<WORD>(bits),
+                           BI_RGB,
+                           0,
+                           0,
+                           0,
+                           0,
+                           0};
+        const std::size_t stride = (static_cast<std::size_t>(kWidth * bits) + 31) / 32 * 4;
+        m_Bytes.resize(stride * static_cast<std::size_t>(std::abs(height)));
+        for (std::uint8_t& byte : m_Bytes)
+            byte = static_cast<std::uint8_t>(random());
+        for (std::size_t i = 0; i < 1024; ++i)
+            m_Header.m_Table[i] =
+                indices && i % 2 == 1 ? std::uint8_t{0} : static_cast<std::uint8_t>(random());
+    }
+    void fnPut(World& world, CDC* dc, UINT use, const CPoint& at) const {
+        const auto rows = static_cast<UINT>(std::abs(m_Header.m_Head.biHeight));
+        EXPECT_EQ(world.m_Screen.fnSetDIBitsToDevice(dc, at.x, at.y, kWidth, rows, 0, 0, 0, rows,
+                                                     m_Bytes.data(), &m_Header.m_Head, use),
+                  static_cast<int>(rows));
+    }
+};
+
+/// Fills the window, whose first pixels are the system's.
+void fnBlacken(World& world, CDC* dc) {
+    Random random(1);
+    Dib black(32, kHeight, random, false);
+    std::ranges::fill(black.m_Bytes, std::uint8_t{0});
+    black.fnPut(world, dc, DIB_RGB_COLORS, CPoint(0, 0));
+}
+
+/// Random colours that a screen of 5, 6 and 5 bits has.
+std::uint32_t fnGetColor565(Random& random) {
+    const std::uint32_t red = random() % 32;
+    const std::uint32_t green = random() % 64;
+    const std::uint32_t blue = random() % 32;
+    return (red << 3 | red >> 2) << 16 | (green << 2 | green >> 4) << 8 | blue << 3 | blue >> 2;
+}
+
+/// On a screen of 256 colours: realizes a palette that takes all of them, the twenty static ones
+/// included. Among fewer Wine would also find colours that aren't in the palette.
+std::unique_ptr<CPalette> fnTakeAllColors(CDC& dc) {
+    if (dc.GetDeviceCaps(BITSPIXEL) != 8)
+        return nullptr;
+    Random random(99);
+    std::vector<std::uint32_t> colors = {0x000000, 0x800000, 0x008000, 0x808000, 0x000080,
+                                         0x800080, 0x008080, 0xC0C0C0, 0xC0DCC0, 0xA6CAF0,
+                                         0xFFFBF0, 0xA0A0A4, 0x808080, 0xFF0000, 0x00FF00,
+                                         0xFFFF00, 0x0000FF, 0xFF00FF, 0x00FFFF, 0xFFFFFF};
+    while (colors.size() < 256)
+        colors.push_back(random() & 0xFFFFFFu);
+    auto palette = fnMakePalette(colors);
+    dc.SelectPalette(palette.get(), false);
+    dc.RealizePalette();
+    return palette;
+}
+
+TEST(Win32Screen, ColoursOfEveryDepthAreTheSame) {
+    for (const int bits : {1, 4, 8, 16, 24, 32}) {
+        SCOPED_TRACE(testing::Message() << "bitmap of " << bits << " bits");
+        fnCompare([bits](World& world) {
+            Random random(static_cast<std::uint32_t>(bits));
+            std::vector<Picture> pictures;
+            const CClientDC dc(&world.m_Wnd);
+            const auto palette = fnTakeAllColors(*dc.GetDC());
+            fnBlacken(world, dc.GetDC());
+            for (const LONG height : {LONG{40}, LONG{-40}}) {
+                const Dib dib(bits, height, random, false);
+                dib.fnPut(world, dc.GetDC(), DIB_RGB_COLORS, CPoint(3, 5));
+                pictures.push_back(world.m_Look());
+            }
+            dc->SelectPalette(nullptr, true);
+            return pictures;
+        });
+    }
+}
+
+TEST(Win32Screen, IndicesIntoARealizedPaletteAreTheSame) {
+    for (const int bits : {1, 4, 8}) {
+        SCOPED_TRACE(testing::Message() << "bitmap of " << bits << " bits");
+        fnCompare([bits](World& world) {
+            Random random(static_cast<std::uint32_t>(bits));
+            std::vector<std::uint32_t> colors(230); // as many as are free
+            for (std::uint32_t& color : colors)
+                color = fnGetColor565(random);
+            const auto palette = fnMakePalette(colors);
+            const CClientDC dc(&world.m_Wnd);
+            fnBlacken(world, dc.GetDC());
+            dc->SelectPalette(palette.get(), false);
+            dc->RealizePalette();
+            const Dib dib(bits, 40, random, true);
+            dib.fnPut(world, dc.GetDC(), DIB_PAL_COLORS, CPoint(-3, 30));
+            std::vector<Picture> pictures = {world.m_Look()};
+            dc->SelectPalette(nullptr, true);
+            return pictures;
+        });
+    }
+}
+
+TEST(Win32Screen, IndicesWithoutAPaletteAreTheSystemsTwentyColours) {
+    fnCompare([](World& world) {
+        Random random(3);
+        const CClientDC dc(&world.m_Wnd);
+        fnBlacken(world, dc.GetDC());
+        Dib dib(8, 40, random, true);
+        for (std::size_t i = 0; i < 512; i += 2)
+            dib.m_Header.m_Table[i] = static_cast<std::uint8_t>(dib.m_Header.m_Table[i] % 24);
+        dib.fnPut(world, dc.GetDC(), DIB_PAL_COLORS, CPoint(0, 0));
+        return std::vector<Picture>{world.m_Look()};
+    });
+}
+
+TEST(Win32Screen, InversionsAndCopiesAreTheSame) {
+    fnCompare([](World& world) {
+        Random random(4);
+        const CClientDC dc(&world.m_Wnd);
+        fnBlacken(world, dc.GetDC());
+        Dib dib(4, kHeight, random, false);
+        for (std::size_t i = 0; i < 64; ++i) // corners of the colour cube, which every screen has
+            dib.m_Header.m_Table[i] = dib.m_Header.m_Table[i] % 2 == 0 ? 0 : 255;
+        dib.fnPut(world, dc.GetDC(), DIB_RGB_COLORS, CPoint(0, 0));
+        std::vector<Picture> pictures = {world.m_Look()};
+        for (int i = 0; i < 10; ++i) {
+            const auto side = [&] { return static_cast<LONG>(random() % 120) - 20; };
+            const LONG left = side();
+            const LONG top = side();
+            const RECT rect{left, top, side(), side()};
+            EXPECT_TRUE(dc->InvertRect(rect));
+            pictures.push_back(world.m_Look());
+        }
+        return pictures;
+    });
+}
+
+/// A picture with every kind of edge: ramps, and a few flat rectangles.
+void fnPaintImage(CqImage& image) {
+    CqImageLine line;
+    for (unsigned int y = 0; y < image.Height; ++y) {
+        image.fnAccessLine(static_cast<int>(y), &line, false);
+        for (unsigned int x = 0; x < image.Width; ++x)
+            line.fnSetPixelColor(static_cast<int>(x),
+                                 CqColor(static_cast<unsigned char>(x * 5),
+                                         static_cast<unsigned char>(y * 7),
+                                         static_cast<unsigned char>((x ^ y) * 3)));
+        line.fnUnAssociate();
+    }
+}
+
+TEST(Win32Screen, ImagesAreDrawnTheSameAtEveryScale) {
+    for (const unsigned int bits : {8u, 16u, 24u, 32u})
+        for (const auto& [factor, shrink] :
+             {std::pair{1u, false}, std::pair{3u, false}, std::pair{2u, true}}) {
+            SCOPED_TRACE(testing::Message() << bits << " bits, factor " << factor);
+            fnCompare([=](World& world) {
+                CqImage image(150, 100, 24);
+                fnPaintImage(image);
+                if (bits != 24)
+                    image.fnConvert(bits, false, nullptr);
+                const CRect all(0, 0, kWidth, kHeight);
+                const CClientDC dc(&world.m_Wnd);
+                fnBlacken(world, dc.GetDC());
+                image.fnDrawInit(factor, shrink, all, CPoint(7, 9), &world.m_Wnd);
+                EXPECT_TRUE(image.fnDraw(dc.GetDC(), all, 7, 9, false, false));
+                return std::vector<Picture>{world.m_Look()};
+            });
+        }
+}
+
+TEST(Win32Screen, GammaIsTheSame) {
+    fnCompare([](World& world) {
+        CqImage image(150, 100, 24);
+        fnPaintImage(image);
+        q32GetDisplayProperty()->fnSetGammaValue(260);
+        const CRect all(0, 0, kWidth, kHeight);
+        const CClientDC dc(&world.m_Wnd);
+        fnBlacken(world, dc.GetDC());
+        image.fnDrawInit(1u, false, all, CPoint(), &world.m_Wnd);
+        EXPECT_TRUE(image.fnDraw(dc.GetDC(), all, 0, 0, false, false));
+        std::vector<Picture> pictures = {world.m_Look()};
+        q32GetDisplayProperty()->fnSetGammaValue(180);
+        return pictures;
+    });
+}
+
+/// A device context of memory with a bitmap of `bits`, whose colours of 16 bits are 5-6-5.
+class MemoryBitmap {
+public:
+    explicit MemoryBitmap(int bits) : m_DC(::CreateCompatibleDC(nullptr)) {
+        struct {
+            BITMAPINFOHEADER m_Head;
+            std::uint32_t m_Masks[3];
+        } header{{sizeof(BITMAPINFOHEADER), kWidth, -kHeight, 1, static_cast<WORD>(bits),
+                  bits == 16 ? DWORD{BI_BITFIELDS} : DWORD{BI_RGB}, 0, 0, 0, 0, 0},
+                 {0xF800, 0x07E0, 0x001F}};
+        void* bytes = nullptr;
+        m_Bitmap = ::CreateDIBSection(m_DC, reinterpret_cast<const BITMAPINFO*>(&header),
+                                      DIB_RGB_COLORS, &bytes, nullptr, 0);
+        m_Initial = ::SelectObject(m_DC, m_Bitmap);
+    }
+    ~MemoryBitmap() {
+        ::SelectObject(m_DC, m_Initial);
+        ::DeleteObject(m_Bitmap);
+        ::DeleteDC(m_DC);
+    }
+    MemoryBitmap(const MemoryBitmap&) = delete;
+    MemoryBitmap& operator=(const MemoryBitmap&) = delete;
+
+    HDC fnGet() const { return m_DC; }
+
+private:
+    HDC m_DC;
+    HBITMAP m_Bitmap;
+    HGDIOBJ m_Initial;
+};
+
+TEST(Win32Memory, BitmapsOfEveryDepthShowWhatSuchScreensShow) {
+    for (const int screen : {16, 24, 32})
+        for (const int bits : {1, 4, 8, 16, 24, 32}) {
+            SCOPED_TRACE(testing::Message() << screen << " bits, bitmap of " << bits);
+            const auto draw = [bits](World& world, CDC* dc) {
+                Random random(static_cast<std::uint32_t>(bits));
+                fnBlacken(world, dc);
+                const Dib dib(bits, 50, random, false);
+                dib.fnPut(world, dc, DIB_RGB_COLORS, CPoint(5, -6));
+                return std::vector<Picture>{world.m_Look()};
+            };
+            const std::vector<Picture> expected = fnShowHeadless(
+                [&](World& world) {
+                    const CClientDC dc(&world.m_Wnd);
+                    return draw(world, dc.GetDC());
+                },
+                screen);
+            fnExpectSame(expected, fnShowReal([&](World& world) {
+                             const MemoryBitmap memory(screen);
+                             const std::unique_ptr<CDC> dc = q32Win32DC(memory.fnGet(), screen);
+                             EXPECT_EQ(dc->GetDeviceCaps(BITSPIXEL), screen);
+                             World there{world.m_Screen, world.m_Wnd, [&] {
+                                             return q32::test::fnCapture(memory.fnGet(), kWidth,
+                                                                         kHeight);
+                                         }};
+                             return draw(there, dc.get());
+                         }));
+        }
+}
+
+} // namespace
