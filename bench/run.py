@@ -108,12 +108,30 @@ def processor():
     return platform.machine()
 
 
+def peers_table():
+    """What bench/peers.py measured last, if it did."""
+    path = BUILD.parent / "peers.json"
+    if not path.exists():
+        return []
+    peers = json.loads(path.read_text(encoding="utf-8"))
+    lines = ["## Beside other libraries", "",
+             f"`scripts/bench --peers`: real time, the best of {peers['rounds']} rounds. The ratio is the median of the",
+             "rounds: the time of the fastest peer on one thread divided by ours, so above 1 the library is ahead.", "",
+             f"| Work | Ours | {peers['threads']} threads | Fastest peer | Ratio | {peers['threads']} threads | Goal |",
+             "|---|---|---|---|---|---|---|"]
+    lines += [f"| {row['work']} | {time_text(row['ours'])} | {time_text(row['several'])} |"
+              f" {time_text(row['theirs'])} {row['peer']} | {row['ratio']:.2f} | {row['ratio_several']:.2f} |"
+              f" {row['goal'] or 'keep'} |" for row in peers["rows"]]
+    return [*lines, ""]
+
+
 def write_page(results):
     lines = ["# Measured speed", "",
              f"Written by `scripts/bench --page` on a machine with {os.cpu_count()} processors",
              f"({processor()}), {platform.system()} {platform.release()}. Threads: {results['threads']}; the best of",
              f"{results['rounds']} rounds; {'processor' if results['threads'] == 1 else 'real'} time. Pictures have 4000 x 3000 pixels unless a row",
              "says otherwise. What the figures mean for a host is in [tuning.md](tuning.md).", ""]
+    lines += peers_table()
     groups = [(name, title) for name, title in PAGES.items() if name in results["programs"]]
     groups += [(name, f"Peer: {name.removesuffix('Peer')}") for name in results["programs"]
                if name.endswith("Peer")]
@@ -184,4 +202,5 @@ def main():
         print(f"{len(slower)} slower by more than {SLOWER - 1:.0%}" + "".join(f"\n  {name}" for name in slower))
 
 
-main()
+if __name__ == "__main__":
+    main()

@@ -60,10 +60,12 @@ inline __m256d fnFraction(__m256d v, __m256d whole) {
 /// row may be stored with a fourth byte, which the next one overwrites.
 template <int kBytes>
 inline void fnStorePixel(std::uint8_t* to, std::uint32_t value, bool last) {
-    if (kBytes == 3 && !last)
-        __builtin_memcpy(to, &value, 4);
-    else
-        __builtin_memcpy(to, &value, kBytes);
+    if constexpr (kBytes == 3)
+        if (!last) {
+            __builtin_memcpy(to, &value, 4);
+            return;
+        }
+    __builtin_memcpy(to, &value, kBytes);
 }
 
 template <int kBytes>
