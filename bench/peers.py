@@ -80,6 +80,11 @@ def find(program):
     return None
 
 
+def escape(name):
+    """As re.escape, which also escapes what the benchmarks' expressions don't know escaped, such as blanks."""
+    return re.sub(r"([.()\[\]{}+*?|^$\\])", r"\\\1", name)
+
+
 def real_seconds(row):
     return row["real_time"] * {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}[row["time_unit"]]
 
@@ -99,7 +104,7 @@ def measure(chosen, options):
     times = {}
     for _ in range(options.rounds):
         for program, rows in wanted_rows(chosen).items():
-            pattern = "|".join(f"^{re.escape(row)}$" for row in sorted(rows))
+            pattern = "|".join(f"^{escape(row)}$" for row in sorted(rows))
             for threads in [1] if program.endswith("Peer") else [1, options.threads]:
                 for name, row in bench.run(find(program), options.seconds, pattern, threads).items():
                     times.setdefault((program, name, threads), []).append(real_seconds(row))
