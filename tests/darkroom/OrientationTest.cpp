@@ -20,8 +20,7 @@ constexpr char kPath[] = "C:\\picture.tif";
 
 class DarkroomOrientation : public AttachedTest {
 protected:
-    /// Writes the letter F, two pixels of its own kind to each side, as it lies in a file of an
-    /// orientation.
+    /// Writes the letter F, 4 by 5 pixels when upright, as a file of that orientation stores it.
     static void fnWriteTurned(unsigned int orientation, unsigned int bits) {
         const std::array<const char*, 5> upright = {"####", "#...", "##..", "#...", "#..."};
         const bool lies = orientation >= 5;

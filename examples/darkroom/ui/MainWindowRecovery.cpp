@@ -16,7 +16,7 @@ void MainWindow::fnKeepCopy() {
     if (!m_Recovery.fnIsNeeded(m_Document))
         return;
     constexpr int kMessageMs = 4000;
-    // It isn't the user's own task: a failure is told in the status bar alone.
+    // The user hasn't asked for it: a failure appears in the status bar alone.
     Outcome outcome = fnWork(tr("Keeping a copy"), [&](CqProgressDisplay* progress) {
         return m_Recovery.fnKeep(m_Document, progress);
     });
