@@ -1,16 +1,14 @@
 // Runs the program that makes the page of operations on pictures of unusual shapes.
-#include "platforms/posix/posix.h"
 #include "plugins/PictureFile.h"
 #include "q32Base/q32Base.h"
+#include "tests/examples/ProgramFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <set>
-#include <sstream>
 #include <string>
 #include <sys/wait.h>
 
@@ -18,29 +16,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string fnTextOf(const fs::path& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
+using q32::test::fnTextOf;
 
-class OperationsPage : public testing::Test {
+class OperationsPage : public q32::test::ProgramFolder {
 protected:
-    OperationsPage() {
-        std::string name = (fs::temp_directory_path() / "q32page-XXXXXX").string();
-        if (!::mkdtemp(name.data()))
-            throw fs::filesystem_error("mkdtemp", std::error_code(errno, std::generic_category()));
-        m_Folder = name;
-        EXPECT_TRUE(q32Attach(q32PosixPlatform()));
-    }
-    ~OperationsPage() override {
-        q32Detach();
-        std::error_code ignored;
-        fs::remove_all(m_Folder, ignored);
-    }
-    OperationsPage(const OperationsPage&) = delete;
-    OperationsPage& operator=(const OperationsPage&) = delete;
-
     /// Saves a picture with pixels of many values.
     void fnPut(const char* name, unsigned int width, unsigned int height, unsigned int bits) const {
         CqImage image(width, height, bits);
@@ -79,7 +58,6 @@ protected:
         return colors;
     }
 
-    fs::path m_Folder;
     std::string m_Said;
 };
 
