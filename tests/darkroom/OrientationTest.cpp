@@ -16,7 +16,7 @@ using darkroom::fnFindOperation;
 
 namespace {
 
-constexpr char kPath[] = "C:\\picture.tif";
+constexpr char kOrientedPath[] = "C:\\picture.tif";
 
 class DarkroomOrientation : public AttachedTest {
 protected:
@@ -46,7 +46,7 @@ protected:
         image.DpiY = lies ? 100 : 200;
         CqPictureMetadata metadata;
         metadata.m_nOrientation = orientation;
-        ASSERT_TRUE(q32WritePicture(kPath, image, metadata, PICTURE_TIFF).fnIsDone());
+        ASSERT_TRUE(q32WritePicture(kOrientedPath, image, metadata, PICTURE_TIFF).fnIsDone());
     }
     static std::string fnLook(CqImage& image) {
         std::string look;
@@ -64,15 +64,15 @@ TEST_F(DarkroomOrientation, AllEightAreShownUprightAtEveryDepthAndSavedSo) {
         for (unsigned int orientation = 1; orientation <= 8; ++orientation) {
             fnWriteTurned(orientation, bits);
             Document document(2);
-            ASSERT_TRUE(document.fnOpen(kPath, nullptr).fnIsDone());
+            ASSERT_TRUE(document.fnOpen(kOrientedPath, nullptr).fnIsDone());
             EXPECT_EQ(fnLook(document.fnGetImage()), "#### #... ##.. #... #... ") << orientation;
             EXPECT_EQ(document.fnGetImage().DpiX, 100) << orientation;
             EXPECT_EQ(document.fnGetImage().DpiY, 200) << orientation;
             EXPECT_FALSE(document.fnIsReduced()) << orientation;
             EXPECT_EQ(document.IsModified(), 0);
-            ASSERT_TRUE(document.fnSave(kPath, nullptr).fnIsDone());
+            ASSERT_TRUE(document.fnSave(kOrientedPath, nullptr).fnIsDone());
             Document again(2);
-            ASSERT_TRUE(again.fnOpen(kPath, nullptr).fnIsDone());
+            ASSERT_TRUE(again.fnOpen(kOrientedPath, nullptr).fnIsDone());
             EXPECT_EQ(fnLook(again.fnGetImage()), "#### #... ##.. #... #... ") << orientation;
         }
 }
@@ -80,16 +80,16 @@ TEST_F(DarkroomOrientation, AllEightAreShownUprightAtEveryDepthAndSavedSo) {
 TEST_F(DarkroomOrientation, AnAbortWhileAPictureIsTurnedLeavesTheFormerOne) {
     Document document(2);
     fnWriteTurned(1, 24);
-    ASSERT_TRUE(document.fnOpen(kPath, nullptr).fnIsDone());
+    ASSERT_TRUE(document.fnOpen(kOrientedPath, nullptr).fnIsDone());
     fnWriteTurned(5, 24);
     AbortingProgress whole(100000);
     {
         Document other(1);
-        ASSERT_TRUE(other.fnOpen(kPath, &whole).fnIsDone());
+        ASSERT_TRUE(other.fnOpen(kOrientedPath, &whole).fnIsDone());
     }
     for (unsigned int call = 1; call <= whole.m_nCalls; ++call) {
         AbortingProgress progress(call);
-        EXPECT_TRUE(document.fnOpen(kPath, &progress).m_bAborted) << call;
+        EXPECT_TRUE(document.fnOpen(kOrientedPath, &progress).m_bAborted) << call;
         EXPECT_EQ(document.fnGetImage().Width, 4u);
     }
 }
@@ -102,9 +102,9 @@ TEST_F(DarkroomOrientation, MetadataIsKeptThroughEditsAndWhatAFormatLacksIsKnown
     metadata.m_Iptc.assign(8, 'i');
     metadata.m_Profile.assign(200, 0);
     std::copy_n("RGB ", 4, metadata.m_Profile.begin() + 16);
-    ASSERT_TRUE(q32WritePicture(kPath, image, metadata, PICTURE_TIFF).fnIsDone());
+    ASSERT_TRUE(q32WritePicture(kOrientedPath, image, metadata, PICTURE_TIFF).fnIsDone());
     Document document(2);
-    ASSERT_TRUE(document.fnOpen(kPath, nullptr).fnIsDone());
+    ASSERT_TRUE(document.fnOpen(kOrientedPath, nullptr).fnIsDone());
     ASSERT_TRUE(document.fnApply(*fnFindOperation("right"), {}, nullptr).fnIsDone());
     EXPECT_EQ(document.fnFindLostMetadata("C:\\a.jpg"), 0u);
     EXPECT_EQ(document.fnFindLostMetadata("C:\\a.png"), darkroom::EXTRA_PRESS);

@@ -21,7 +21,7 @@ using q32::test::Folder;
 
 namespace {
 
-constexpr std::size_t kSize = (std::size_t{24} << 20) + 4097;
+constexpr std::size_t kViewSize = (std::size_t{24} << 20) + 4097;
 constexpr std::size_t kBehind = std::size_t{4} << 20;
 
 /// Calls of one kind, one of which fails as on a broken disk. The kernel reports that once.
@@ -52,15 +52,16 @@ protected:
         : m_File(::open(m_Folder.fnPath("view").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {}
     ~PosixViewPages() override {
         g_Fault.flags = 0;
-        ::munmap(m_pView, kSize);
+        ::munmap(m_pView, kViewSize);
     }
 
     void SetUp() override {
-        ASSERT_EQ(::ftruncate(m_File.fnGet(), off_t{kSize}), 0);
-        void* view = ::mmap(nullptr, kSize, PROT_READ | PROT_WRITE, MAP_SHARED, m_File.fnGet(), 0);
+        ASSERT_EQ(::ftruncate(m_File.fnGet(), off_t{kViewSize}), 0);
+        void* view =
+            ::mmap(nullptr, kViewSize, PROT_READ | PROT_WRITE, MAP_SHARED, m_File.fnGet(), 0);
         ASSERT_NE(view, MAP_FAILED);
         m_pView = static_cast<char*>(view);
-        for (std::size_t i = 0; i < kSize; ++i)
+        for (std::size_t i = 0; i < kViewSize; ++i)
             m_pView[i] = fnByte(i, 0);
     }
 
@@ -68,15 +69,15 @@ protected:
         return static_cast<char>(i * 7 + i / 4096 + round);
     }
     bool fnHolds(unsigned round) const {
-        for (std::size_t i = 0; i < kSize; ++i)
+        for (std::size_t i = 0; i < kViewSize; ++i)
             if (m_pView[i] != fnByte(i, round))
                 return false;
         return true;
     }
     std::size_t fnResident() const {
         const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
-        std::vector<unsigned char> pages((kSize + page - 1) / page);
-        EXPECT_EQ(::mincore(m_pView, kSize, pages.data()), 0);
+        std::vector<unsigned char> pages((kViewSize + page - 1) / page);
+        EXPECT_EQ(::mincore(m_pView, kViewSize, pages.data()), 0);
         std::size_t bytes = 0;
         for (const unsigned char state : pages)
             bytes += (state & 1) != 0 ? page : 0;
@@ -94,10 +95,10 @@ protected:
 };
 
 TEST_F(PosixViewPages, ReleasedPiecesLeaveMemoryAndAreReadBackOnAccess) {
-    ViewPages pages(m_File.fnGet(), m_pView, kSize, kBehind);
-    EXPECT_EQ(fnResident() / 4096, (kSize + 4095) / 4096);
+    ViewPages pages(m_File.fnGet(), m_pView, kViewSize, kBehind);
+    EXPECT_EQ(fnResident() / 4096, (kViewSize + 4095) / 4096);
     constexpr std::size_t kTile = 49152;
-    for (std::size_t at = 0; at < kSize; at += kTile)
+    for (std::size_t at = 0; at < kViewSize; at += kTile)
         pages.fnDone(at, at + kTile); // the last one is clipped
     if (fnIsOnDisk()) {
         // The data being written, and the piece being collected.
@@ -107,24 +108,24 @@ TEST_F(PosixViewPages, ReleasedPiecesLeaveMemoryAndAreReadBackOnAccess) {
 }
 
 TEST_F(PosixViewPages, ScatteredPiecesLeaveMemoryToo) {
-    ViewPages pages(m_File.fnGet(), m_pView, kSize, kBehind);
+    ViewPages pages(m_File.fnGet(), m_pView, kViewSize, kBehind);
     constexpr std::size_t kTile = 49152;
     constexpr std::size_t kAcross = 16;
     for (std::size_t column = 0; column < kAcross; ++column)
-        for (std::size_t at = column * kTile; at < kSize; at += kTile * kAcross)
+        for (std::size_t at = column * kTile; at < kViewSize; at += kTile * kAcross)
             pages.fnDone(at, at + kTile);
     if (fnIsOnDisk()) {
-        EXPECT_LE(fnResident(), kSize / 2);
+        EXPECT_LE(fnResident(), kViewSize / 2);
     }
     EXPECT_TRUE(fnHolds(0));
 }
 
 TEST_F(PosixViewPages, BytesWrittenAfterTheirReleaseAreKept) {
-    ViewPages pages(m_File.fnGet(), m_pView, kSize, kBehind);
+    ViewPages pages(m_File.fnGet(), m_pView, kViewSize, kBehind);
     constexpr std::size_t kPiece = 1000003; // not a multiple of the page size
     for (unsigned round = 1; round < 4; ++round) {
-        for (std::size_t at = 0; at < kSize; at += kPiece) {
-            const std::size_t end = std::min(at + kPiece, kSize);
+        for (std::size_t at = 0; at < kViewSize; at += kPiece) {
+            const std::size_t end = std::min(at + kPiece, kViewSize);
             pages.fnWriteNext(at, end);
             pages.fnDone(at, end);
             for (std::size_t i = at; i < end; ++i)
@@ -136,14 +137,14 @@ TEST_F(PosixViewPages, BytesWrittenAfterTheirReleaseAreKept) {
 }
 
 TEST_F(PosixViewPages, AdviceThatTheSystemRefusesIsNotAFailure) {
-    ViewPages pages(-1, m_pView, kSize, kBehind); // no file: nothing can be written out
+    ViewPages pages(-1, m_pView, kViewSize, kBehind); // no file: nothing can be written out
     errno = ENODATA;
-    for (std::size_t at = 0; at < kSize; at += 49152) {
+    for (std::size_t at = 0; at < kViewSize; at += 49152) {
         pages.fnReadNext(at, at + 49152);
         pages.fnDone(at, at + 49152);
     }
-    pages.fnDone(kSize, kSize + 5);
-    pages.fnDone(kSize + 5, kSize + 9);
+    pages.fnDone(kViewSize, kViewSize + 5);
+    pages.fnDone(kViewSize + 5, kViewSize + 9);
     EXPECT_EQ(errno, ENODATA);
     EXPECT_TRUE(fnHolds(0));
 }
