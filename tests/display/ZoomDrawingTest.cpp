@@ -2,6 +2,7 @@
 
 #include "tests/display/DisplayWorld.h"
 #include "tests/display/DrawReference.h"
+#include "tests/support/Sanitizers.h"
 
 #include <string>
 #include <tuple>
@@ -62,6 +63,8 @@ TEST_P(ZoomDrawing, PassesTheRowsOfTheRuleToTheScreen) {
     const auto [screen, depth] = GetParam();
     CqDisplayWorld world(screen);
     for (const unsigned gamma : {180u, 220u}) {
+        if (kAddressSanitizer && gamma != 180)
+            continue; // other values in the same places
         world.fnDisplay().fnSetGammaValue(gamma);
         for (const Size& size : kSizes) {
             for (const Zoom& zoom : kZooms) {

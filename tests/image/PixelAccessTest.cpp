@@ -57,7 +57,7 @@ protected:
 
 TEST_F(PixelAccess, ReadingGivesEveryPixelOfARectangleInTheRequestedOrder) {
     Random random(1);
-    for (int round = 0; round < 300; ++round) {
+    for (int round = 0; round < fnRandomCases(300); ++round) {
         CqImage image;
         fnAlloc(image, random, fnRandomSide(random), fnRandomSide(random), fnRandomBits(random));
         const PIXEL_ORDER order = kOrders[random() % std::size(kOrders)];
@@ -89,7 +89,7 @@ TEST_F(PixelAccess, ReadingGivesEveryPixelOfARectangleInTheRequestedOrder) {
 
 TEST_F(PixelAccess, WritingStoresExactlyThePixelsOfARectangle) {
     Random random(2);
-    for (int round = 0; round < 300; ++round) {
+    for (int round = 0; round < fnRandomCases(300); ++round) {
         CqImage image;
         fnAlloc(image, random, fnRandomSide(random), fnRandomSide(random), fnRandomBits(random));
         const PIXEL_ORDER order = kOrders[random() % std::size(kOrders)];
@@ -120,7 +120,7 @@ TEST_F(PixelAccess, WritingStoresExactlyThePixelsOfARectangle) {
 
 TEST_F(PixelAccess, PickingGivesThePixelsOfARowInListOrder) {
     Random random(3);
-    for (int round = 0; round < 200; ++round) {
+    for (int round = 0; round < fnRandomCases(200); ++round) {
         CqImage image;
         fnAlloc(image, random, fnRandomSide(random), 1 + random() % 140, fnRandomBits(random));
         const PIXEL_ORDER order = kOrders[random() % std::size(kOrders)];
@@ -147,7 +147,7 @@ TEST_F(PixelAccess, PickingGivesThePixelsOfARowInListOrder) {
 
 TEST_F(PixelAccess, PickingRowsAndColumnsGivesTheirCrossings) {
     Random random(6);
-    for (int round = 0; round < 300; ++round) {
+    for (int round = 0; round < fnRandomCases(300); ++round) {
         CqImage image;
         fnAlloc(image, random, fnRandomSide(random), fnRandomSide(random), fnRandomBits(random));
         const PIXEL_ORDER order = kOrders[random() % std::size(kOrders)];

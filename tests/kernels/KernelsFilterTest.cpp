@@ -1,5 +1,6 @@
 #include "q32Base/operations/ContribTable_p.h"
 #include "tests/kernels/KernelsTestTools.h"
+#include "tests/support/Sanitizers.h"
 
 #include <cmath>
 #include <limits>
@@ -119,7 +120,7 @@ TEST_P(KernelsFilter, SumsBarelyBelowAnIntegerAreDecidedInDouble) {
 }
 
 TEST_P(KernelsFilter, FastSumsStayWithinTheirErrorBound) {
-    for (int round = 0; round < 5000; ++round) {
+    for (int round = 0; round < fnRandomCases(5000); ++round) {
         // With few entries, rounded weights account for most of the error bound.
         const std::size_t taps = 1 + m_Random() % 6;
         const double size = 0.9 + 0.99 * fnUnit();
@@ -225,7 +226,7 @@ TEST_P(KernelsFilter, WeightsBeyondSinglePrecisionAreSummedInDouble) {
 
 TEST_P(KernelsFilter, SumsOfIntegerRatiosNeverNeedTheDoubleFallbackAndAreExact) {
     for (const int denominator : {18, 144, 288, 486, 1152, 2250})
-        for (int round = 0; round < 40; ++round) {
+        for (int round = 0; round < fnRandomCases(40); ++round) {
             // Weights in units; the last one completes the sum.
             std::vector<ContribEntry> entries;
             int left = denominator;
@@ -286,7 +287,7 @@ TEST_P(KernelsFilter, RowsBecomeLanesAndBack) {
 }
 
 TEST_P(KernelsFilter, BlocksAreTransposedWithStridesOfEitherSign) {
-    for (int round = 0; round < 600; ++round) {
+    for (int round = 0; round < fnRandomCases(600); ++round) {
         const std::size_t bytes = 1 + m_Random() % 4;
         const std::size_t width = 1 + m_Random() % (round % 2 ? 40 : 130);
         const std::size_t height = 1 + m_Random() % (round % 2 ? 70 : 130);
@@ -315,7 +316,7 @@ TEST_P(KernelsFilter, BlocksAreTransposedWithStridesOfEitherSign) {
 
 TEST_P(KernelsFilter, RotationsSampleLikeTheScalarKernels) {
     const Kernels& scalar = *fnKernelsOfLevel(KernelLevel::SCALAR);
-    for (int round = 0; round < 200; ++round) {
+    for (int round = 0; round < fnRandomCases(200); ++round) {
         constexpr int kSide = 192;
         const Bytes content =
             round % 4 == 0 ? Bytes(kSide * kSide * 4 + 8, static_cast<std::uint8_t>(m_Random()))
@@ -362,7 +363,7 @@ TEST_P(KernelsFilter, RotationsSampleLikeTheScalarKernels) {
 TEST_P(KernelsFilter, FlatRotationsGiveWhatSamplesOfOnePixelGive) {
     const Kernels& scalar = *fnKernelsOfLevel(KernelLevel::SCALAR);
     bool differed = false;
-    for (int round = 0; round < 200; ++round) {
+    for (int round = 0; round < fnRandomCases(200); ++round) {
         constexpr int kSide = 64;
         Bytes pixel = fnRandomBytes(m_Random, 4);
         for (std::uint8_t& byte : pixel)

@@ -2,6 +2,7 @@
 #include "q32Base/operations/ContribTable_p.h"
 #include "q32Base/operations/QuadTable_p.h"
 #include "tests/kernels/KernelsTestTools.h"
+#include "tests/support/Sanitizers.h"
 
 #include <cmath>
 #include <limits>
@@ -226,7 +227,7 @@ TEST_P(KernelsQuads, SumsBarelyBesideAnIntegerAreDecidedInDouble) {
 }
 
 TEST_P(KernelsQuads, IntegerSumsStayWithinTheirErrorBound) {
-    for (int round = 0; round < 2000; ++round) {
+    for (int round = 0; round < fnRandomCases(2000); ++round) {
         std::vector<ContribEntry> entries;
         std::vector<Bytes> extremes;
         const std::size_t taps = 1 + m_Random() % 20;

@@ -3,6 +3,7 @@
 #include "tests/operations/PlainImage.h"
 #include "tests/operations/StepDisplay.h"
 #include "tests/support/AttachedTest.h"
+#include "tests/support/Sanitizers.h"
 
 #include <algorithm>
 
@@ -33,7 +34,7 @@ protected:
 };
 
 TEST_F(ArrangeTest, ACropTakesTheRectangleAtEveryDepth) {
-    for (int round = 0; round < 200; ++round) {
+    for (int round = 0; round < fnRandomCases(200); ++round) {
         CqImage source(fnRandomSide(m_Random), fnRandomSide(m_Random), fnRandomBits(m_Random),
                        nullptr, 0);
         fnSetRandom(source, m_Random);
@@ -90,7 +91,7 @@ TEST_F(ArrangeTest, ACropOfNothingIsRefused) {
 }
 
 TEST_F(ArrangeTest, AFlipMirrorsEveryDepth) {
-    for (int round = 0; round < 40; ++round) {
+    for (int round = 0; round < fnRandomCases(40); ++round) {
         CqImage image(fnRandomSide(m_Random), fnRandomSide(m_Random), fnRandomBits(m_Random),
                       nullptr, 0);
         fnSetRandom(image, m_Random);
@@ -137,7 +138,7 @@ TEST_F(ArrangeTest, AFlipThatIsAbortedOrFailsIsTakenBack) {
 }
 
 TEST_F(ArrangeTest, GreyFollowsItsWeightsFromEveryDepthToEveryDepth) {
-    for (int round = 0; round < 120; ++round) {
+    for (int round = 0; round < fnRandomCases(120); ++round) {
         CqImage image(fnRandomSide(m_Random), fnRandomSide(m_Random), fnRandomBits(m_Random),
                       nullptr, 0);
         fnSetRandom(image, m_Random);

@@ -4,6 +4,7 @@
 #include "tests/operations/PlainImage.h"
 #include "tests/operations/StepDisplay.h"
 #include "tests/support/AttachedTest.h"
+#include "tests/support/Sanitizers.h"
 
 #include <algorithm>
 #include <cmath>
@@ -133,7 +134,7 @@ protected:
 };
 
 TEST_F(BlurTest, EverySizeDepthAndSigmaFollowsTheRule) {
-    for (int round = 0; round < 90; ++round) {
+    for (int round = 0; round < fnRandomCases(90); ++round) {
         const unsigned int bits = fnDepth();
         CqImage image(m_Random() % 2 ? fnRandomSide(m_Random) : 1 + m_Random() % 40,
                       1 + m_Random() % 150, bits, q32GreyRamp, 0);
@@ -252,7 +253,7 @@ TEST_F(BlurTest, OtherImagesAndSigmasAreRefused) {
 }
 
 TEST_F(BlurTest, SharpeningAddsAPartOfTheDifference) {
-    for (int round = 0; round < 60; ++round) {
+    for (int round = 0; round < fnRandomCases(60); ++round) {
         const unsigned int bits = fnDepth();
         CqImage image(1 + m_Random() % 200, 1 + m_Random() % 60, bits, q32GreyRamp, 0);
         fnPaint(image);
@@ -320,7 +321,7 @@ protected:
 };
 
 TEST_F(MaskEditTest, FeatheringBlursOnBlackAndGrowsInsideTheArea) {
-    for (int round = 0; round < 60; ++round) {
+    for (int round = 0; round < fnRandomCases(60); ++round) {
         CqMask mask(1 + m_Random() % 60, 1 + m_Random() % 60);
         fnSetRandom(mask, m_Random);
         mask.fnSetPos(CPoint(fnBelow(m_Random, 80) - 10, fnBelow(m_Random, 80) - 10));
@@ -348,7 +349,7 @@ TEST_F(MaskEditTest, AMaskThatSelectsEverythingStaysSoWhenFeathered) {
 }
 
 TEST_F(MaskEditTest, InvertingCoversExactlyTheArea) {
-    for (int round = 0; round < 60; ++round) {
+    for (int round = 0; round < fnRandomCases(60); ++round) {
         CqMask mask(fnRandomSide(m_Random), fnRandomSide(m_Random));
         fnSetRandom(mask, m_Random);
         mask.fnSetPos(CPoint(fnBelow(m_Random, 300) - 150, fnBelow(m_Random, 300) - 150));

@@ -202,7 +202,7 @@ TEST_F(PosixHeldMemory, RandomRequestsNeverShareAByteAndCountExactly) {
             bytes += range.m_nBytes;
         return bytes;
     };
-    for (int step = 0; step < 3000; ++step) {
+    for (int step = 0; step < fnRandomCases(3000); ++step) {
         g_Now += std::chrono::milliseconds(random() % 40);
         const auto what = static_cast<unsigned>(random() % 100);
         if (what < 48 && live.size() < 40) {

@@ -1,4 +1,5 @@
 #include "tests/platforms/PosixTestTools.h"
+#include "tests/support/Sanitizers.h"
 
 #include <gtest/gtest.h>
 
@@ -119,7 +120,7 @@ TEST(PosixSweep, AConstantlyRunningSweepTakesNoFileFromItsCreator) {
     }
     const auto scratch = q32PosixPlatform().m_pScratch;
     int lost = 0;
-    for (int i = 0; i < 2000; ++i) {
+    for (int i = 0; i < fnRandomCases(2000); ++i) {
         std::string name;
         CqFileHandle file = kNoFile;
         if (scratch->fnCreateName(folder.fnName().c_str(), "~qd", name) &&
