@@ -22,6 +22,8 @@ inline constexpr bool kThreadSanitizer = false;
 
 #undef Q32_HAS_SANITIZER
 
-/// How many random cases a test takes: a quarter of them under the address sanitizer, which slows each down and
-/// looks for faults of memory, not of results.
-constexpr int fnRandomCases(int cases) { return kAddressSanitizer ? cases / 4 : cases; }
+/// How many random cases a test takes: a quarter of them under the address sanitizer, which slows
+/// each down and looks for faults of memory, not of results.
+constexpr int fnRandomCases(int cases) {
+    return kAddressSanitizer ? cases / 4 : cases;
+}
