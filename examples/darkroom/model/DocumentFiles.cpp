@@ -22,19 +22,14 @@ constexpr std::pair<std::vector<unsigned char> CqPictureMetadata::*, FileExtra> 
     {&CqPictureMetadata::m_Profile, EXTRA_PROFILE}};
 
 /// What a file holds that neither the picture nor its metadata does.
-std::uint32_t fnFindMissing(const char* path, const CqPictureMetadata& metadata,
-                            const Outcome& outcome) {
+std::uint32_t fnFindMissing(const Outcome& outcome) {
     constexpr std::pair<PICTURE_PART, FileExtra> kParts[] = {
         {PICTURE_PART_PAGES, EXTRA_PAGES},
         {PICTURE_PART_DEPTH, EXTRA_DEPTH},
         {PICTURE_PART_CHANNELS, EXTRA_CHANNELS},
         {PICTURE_PART_PROFILE, EXTRA_PROFILE},
         {PICTURE_PART_NOTES, EXTRA_NOTES}};
-    std::uint32_t found = fnFindExtras(path) & ~std::uint32_t{EXTRA_ORIENTATION};
-    for (const auto& [block, extra] : kBlocks)
-        found &= (metadata.*block).empty() ? ~0u : ~std::uint32_t{extra};
-    if (found != 0)
-        return found;
+    std::uint32_t found = EXTRA_NONE;
     for (const auto& [part, extra] : kParts)
         if (outcome.m_nParts & part)
             found |= extra;
@@ -69,7 +64,7 @@ Outcome Document::fnOpen(const std::string& path, CqProgressDisplay* progress, b
         if (!fnTurnUpright(fresh, metadata.m_nOrientation, &turning))
             return fnStop();
         metadata.m_nOrientation = 1;
-        m_nExtras = outcome.m_bReduced ? fnFindMissing(path.c_str(), metadata, outcome) : 0;
+        m_nExtras = fnFindMissing(outcome);
         m_bPartial = outcome.m_bPartial;
         m_Image.Title = fresh.Title; // the last step that may fail
         m_Metadata = std::move(metadata);

@@ -15,12 +15,7 @@ enum FileExtra : std::uint32_t {
     EXTRA_CAMERA = 16,  ///< EXIF
     EXTRA_EDITING = 32, ///< XMP
     EXTRA_PRESS = 64,   ///< IPTC
-    EXTRA_NOTES = 128,  ///< texts
-    EXTRA_ORIENTATION = 256
+    EXTRA_NOTES = 128   ///< texts, and metadata of other kinds
 };
-
-/// Looks for them in the structure of a PNG, JPEG or TIFF file that could be read. The set may be
-/// incomplete, and is empty for other files and after a failure. Throws nothing.
-std::uint32_t fnFindExtras(const char* path) noexcept;
 
 } // namespace darkroom

@@ -53,8 +53,7 @@ QStringList fnNameExtras(std::uint32_t extras) {
         {EXTRA_CAMERA, QObject::tr("camera data (EXIF)")},
         {EXTRA_EDITING, QObject::tr("editing data (XMP)")},
         {EXTRA_PRESS, QObject::tr("captions and rights (IPTC)")},
-        {EXTRA_NOTES, QObject::tr("notes")},
-        {EXTRA_ORIENTATION, QObject::tr("an orientation")},
+        {EXTRA_NOTES, QObject::tr("notes or other metadata")},
     };
     QStringList list;
     for (const auto& [extra, name] : names)
