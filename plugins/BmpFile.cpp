@@ -211,12 +211,9 @@ std::vector<unsigned char> fnMakeHeaders(const PictureSource& source, std::uint6
     put(2, static_cast<std::uint32_t>(pixelsAt + pixelBytes));
     put(10, pixelsAt);
 
-    BITMAPINFOHEADER info = {};
+    BITMAPINFOHEADER info =
+        fnMakeDibHeader(source.fnGetWidth(), static_cast<std::int32_t>(source.fnGetHeight()), bits);
     info.biSize = infoBytes;
-    info.biWidth = static_cast<LONG>(source.fnGetWidth());
-    info.biHeight = static_cast<LONG>(source.fnGetHeight());
-    info.biPlanes = 1;
-    info.biBitCount = static_cast<WORD>(bits);
     info.biCompression = bits == 16 || bits == 32 ? BI_BITFIELDS : BI_RGB;
     info.biSizeImage = static_cast<DWORD>(pixelBytes);
     info.biXPelsPerMeter = static_cast<LONG>(source.fnGetDotsPerMeterX());

@@ -1,4 +1,4 @@
-// What CqImageView draws in idle time.
+// What CqImageView paints: first what can be done within a frame, the rest in idle time.
 #include "platforms/qt/AreaSampler_p.h"
 #include "platforms/qt/CqImageView.h"
 #include "platforms/qt/CqQtCanvas.h"

@@ -25,12 +25,10 @@ void fnMakeDib(CqTileMap& map, std::uint32_t depth, std::uint32_t capacity) {
     if (!block)
         AfxThrowMemoryException();
     std::memset(block, 0, bytes);
-    auto* header = new (block) BITMAPINFOHEADER{};
-    header->biSize = kDibHeaderBytes;
-    header->biWidth = static_cast<LONG>(std::min(map.TileWidth, CqTileMap::kMaxTileSize));
-    header->biHeight = static_cast<LONG>(std::min(map.TileHeight, CqTileMap::kMaxTileSize));
-    header->biPlanes = 1;
-    header->biBitCount = static_cast<WORD>(depth);
+    const auto height =
+        static_cast<std::int32_t>(std::min(map.TileHeight, CqTileMap::kMaxTileSize));
+    auto* header = new (block) BITMAPINFOHEADER(
+        fnMakeDibHeader(std::min(map.TileWidth, CqTileMap::kMaxTileSize), height, depth));
     if (slot != 0) {
         auto* index = reinterpret_cast<WORD*>(header + 1);
         for (unsigned int i = 0; i < 256; ++i)

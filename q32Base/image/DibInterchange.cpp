@@ -194,12 +194,8 @@ CqImage::operator BITMAPINFOHEADER*() {
     };
     std::unique_ptr<void, Free> owner(block);
 
-    auto* header = new (block) BITMAPINFOHEADER{};
-    header->biSize = kDibHeaderBytes;
-    header->biWidth = static_cast<LONG>(Width);
-    header->biHeight = static_cast<LONG>(Height);
-    header->biPlanes = 1;
-    header->biBitCount = static_cast<WORD>(BitCount);
+    auto* header = new (block)
+        BITMAPINFOHEADER(q32::fnMakeDibHeader(Width, static_cast<std::int32_t>(Height), BitCount));
     auto* bytes = static_cast<unsigned char*>(block);
     if (q32::fnIsIndexed(BitCount)) {
         std::memcpy(bytes + kDibHeaderBytes, TileMap->Palette.get(),

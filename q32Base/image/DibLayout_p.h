@@ -108,6 +108,19 @@ struct DibLayout {
     constexpr bool fnHasPixels() const { return m_Header.biWidth > 0 && m_nHeight != 0; }
 };
 
+/// A header of 40 bytes for rows of `bits` bits a pixel, without compression. A negative height
+/// declares rows from the top down.
+inline BITMAPINFOHEADER fnMakeDibHeader(std::uint32_t width, std::int32_t height,
+                                        std::uint32_t bits) {
+    BITMAPINFOHEADER header = {};
+    header.biSize = kDibHeaderBytes;
+    header.biWidth = static_cast<LONG>(width);
+    header.biHeight = static_cast<LONG>(height);
+    header.biPlanes = 1;
+    header.biBitCount = static_cast<WORD>(bits);
+    return header;
+}
+
 /// Widens a core header to one of 40 bytes, in which `biSize` stays 12.
 inline BITMAPINFOHEADER
 fnWidenCoreHeader(std::span<const unsigned char, kDibCoreHeaderBytes> core) {
