@@ -21,15 +21,16 @@ public:
     /// Whether there is a message.
     bool fnGotMsg() const { return m_nMsgId != 0; }
 
+    /// Shows the message. Called by the host alone, in the thread and at the time of its choice.
     virtual void fnOnMessage() = 0;
 
 protected:
-    static constexpr int kTextBytes = 261;
+    static constexpr int kTextBytes = 261; ///< of a text, the terminating zero included
 
     ~CqErrCallback() = default;
 
-    int m_nMsgId = 0; ///< as for `q32ShowMsg`; 0 for no message
-    HINSTANCE m_hInstance = nullptr;
-    char m_szArg1[kTextBytes];
-    char m_szArg2[kTextBytes];
+    int m_nMsgId = 0;                ///< as for `q32ShowMsg`; 0 for no message
+    HINSTANCE m_hInstance = nullptr; ///< module of the host's texts
+    char m_szArg1[kTextBytes];       ///< text for the first place of the message
+    char m_szArg2[kTextBytes];       ///< text for the second place
 };
