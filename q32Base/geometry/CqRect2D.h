@@ -12,6 +12,7 @@
 /// "Empty" means neither width nor height; a rectangle with one of them is not empty. "Null" means
 /// that all four fields are near zero.
 struct Q32_API CqRect2D {
+    /// Zeros, or the given edges as they are, not ordered.
     CqRect2D() : CqRect2D(0.0, 0.0, 0.0, 0.0) {}
     CqRect2D(double left, double top, double right, double bottom)
         : m_Left(left), m_Top(top), m_Right(right), m_Bottom(bottom) {}
@@ -41,11 +42,13 @@ struct Q32_API CqRect2D {
     /// References into this rectangle; writing through them changes it.
     CqPoint2D& fnTopLeft() { return m_TopLeft; }
     CqPoint2D& fnBottomRight() { return m_BottomRight; }
+    /// Whether the rectangle is empty, or null, in the sense above; within GEOM_EPSILON.
     bool fnIsRectEmpty() const { return q32::fnIsZero(fnWidth()) && q32::fnIsZero(fnHeight()); }
     bool fnIsRectNull() const;
     /// All four edges, and GEOM_EPSILON around them, belong to the rectangle.
     bool fnPtInRect(const CqPoint2D& point) const;
 
+    /// Adds `dx` to left and right, `dy` to top and bottom.
     void fnOffsetRect(double dx, double dy);
     /// Moves each edge outward by `dx` or `dy`.
     void fnInflateRect(int dx, int dy);
@@ -62,17 +65,17 @@ struct Q32_API CqRect2D {
 
     union {
         struct {
-            double m_Left;
-            double m_Top;
+            double m_Left; ///< smallest x, unless inverted
+            double m_Top;  ///< smallest y, unless inverted
         };
         CqPoint2D m_TopLeft; ///< the same two numbers
     };
     union {
         struct {
-            double m_Right;
-            double m_Bottom;
+            double m_Right;  ///< largest x, unless inverted
+            double m_Bottom; ///< largest y, unless inverted
         };
-        CqPoint2D m_BottomRight;
+        CqPoint2D m_BottomRight; ///< the same two numbers
     };
 };
 
