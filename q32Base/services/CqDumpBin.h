@@ -51,7 +51,7 @@ public:
     void fnClear();
 
 protected:
-    static char m_szFloatFmt[16];
+    static char m_szFloatFmt[16]; ///< printf format of all streams for floating-point numbers
 
     /// Appends a text verbatim. Null and empty texts are ignored.
     void fnOutputString(const char* pszText);
