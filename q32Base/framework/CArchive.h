@@ -33,6 +33,7 @@ public:
 
     /// Reads up to `count` bytes, fewer only at the end of the file; returns their number.
     std::size_t Read(void* buffer, std::size_t count);
+    /// Writes all `count` bytes, into the buffer first: a failure of the file may be raised later.
     void Write(const void* buffer, std::size_t count);
     /// Writes the buffered bytes to the file.
     void Flush();

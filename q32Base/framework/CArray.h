@@ -18,6 +18,7 @@
 template <typename TYPE, typename ARG_TYPE>
 class CArray : public CObject {
 public:
+    /// Empty, without storage.
     CArray() = default;
     ~CArray() override { fnFree(); }
 

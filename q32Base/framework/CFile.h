@@ -61,6 +61,7 @@ private:
 /// A file in memory, which grows as it is written.
 class Q32_API CMemFile : public CFile {
 public:
+    /// Empty.
     CMemFile() = default;
     /// Starts with a copy of `count` bytes, positioned at its start.
     CMemFile(const void* bytes, std::size_t count);

@@ -33,6 +33,7 @@ public:
     virtual void Serialize(CArchive& archive);
     /// Debug builds: aborts if the object is corrupt. Does nothing here.
     virtual void AssertValid() const;
+    /// Writes the object's state for diagnosis. Does nothing here.
     virtual void Dump() const;
 
     /// Whether the object's class is `base` or derived from it.

@@ -8,8 +8,8 @@
 /// A moment in whole seconds since 1970-01-01 00:00 UTC.
 class Q32_API CTime {
 public:
+    /// The first second of 1970, or the given one, counted from it.
     CTime() = default;
-    /// From seconds since 1970-01-01 00:00 UTC.
     explicit CTime(std::int64_t seconds) : m_nTime(seconds) {}
 
     /// The same seconds; 0 for a default object.

@@ -73,8 +73,9 @@ public:
     ~CWnd() override;
 
     /// A device context of the client area, by the platform in force; null on failure. Release it
-    /// by `ReleaseDC`, which never throws. Raises the memory exception.
+    /// by `ReleaseDC`. Raises the memory exception.
     CDC* GetDC();
+    /// Releases a device context of `GetDC`. Never throws.
     void ReleaseDC(CDC* dc) noexcept;
 
     /// The client area in its own coordinates: (0, 0) to its size in pixels.

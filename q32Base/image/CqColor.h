@@ -72,6 +72,7 @@ public:
     /// A copy with red, green and blue multiplied by `factor`, truncated and clamped to 0 to 255; a
     /// negative factor counts as 0. Alpha stays.
     CqColor operator*(double factor);
+    /// The same in place.
     void operator*=(double factor);
 
     /// Sets red, green and blue from hue (degrees), saturation and brightness (0 to 255). Any

@@ -43,6 +43,7 @@ class Q32_API CqImage : public CObject {
 public:
     static const CRuntimeClass classCqImage;
 
+    /// Without storage, at the resolution of the screen (0 without one).
     CqImage();
     /// Calls `fnAlloc`.
     CqImage(unsigned int width, unsigned int height, unsigned int bitCount, const RGBQUAD* palette,

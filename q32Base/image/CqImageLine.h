@@ -29,7 +29,7 @@ class CqTileMap;
 class Q32_API CqImageLine {
 public:
     /// On no row.
-    /// @param memoryless  for a walk without a buffer
+    /// @param memoryless  has only the walk, and no buffer
     /// @param claim       marks the row as in use
     explicit CqImageLine(bool memoryless = false, bool claim = false)
         : Memoryless(memoryless), Claim(claim) {}

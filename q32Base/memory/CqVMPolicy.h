@@ -41,6 +41,7 @@ public:
     /// but doesn't update `fnIsAnyDiskEnabled`. A path of more than 259 bytes is refused: the disk
     /// keeps its present one.
     void fnSetDisk(unsigned int index, const char* path);
+    /// Sets whether new buffers may be placed on a disk.
     void fnEnableDisk(unsigned int index, bool enable);
     /// Whether any disk was enabled when a flag was last set or the settings were last read.
     bool fnIsAnyDiskEnabled() const { return AnyDiskEnabled; }

@@ -13,6 +13,7 @@ public:
     /// Texts are copied, truncated to 260 bytes without splitting a character; null gives an empty
     /// text.
     CqErrCallback(int nMsgId, HINSTANCE hInstance, const char* pszArg1, const char* pszArg2);
+    /// Copies id, module and texts.
     CqErrCallback(const CqErrCallback& other);
     /// Copies id and module, and those texts that aren't empty: an empty text of the source
     /// deliberately leaves the present one. To copy everything, construct a new object.

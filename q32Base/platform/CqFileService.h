@@ -11,21 +11,21 @@
 
 /// Why a file could not be used: the numbers of CFileException::m_cause.
 enum CQ_FILE_CAUSE : int {
-    FILE_CAUSE_NONE = 0,
-    FILE_CAUSE_GENERIC = 1,
-    FILE_CAUSE_NOT_FOUND = 2,
-    FILE_CAUSE_BAD_PATH = 3,
-    FILE_CAUSE_TOO_MANY_OPEN = 4,
-    FILE_CAUSE_ACCESS_DENIED = 5,
-    FILE_CAUSE_INVALID = 6,
-    FILE_CAUSE_REMOVE_CURRENT_DIR = 7,
-    FILE_CAUSE_DIRECTORY_FULL = 8,
-    FILE_CAUSE_BAD_SEEK = 9,
-    FILE_CAUSE_HARD_IO = 10,
-    FILE_CAUSE_SHARING_VIOLATION = 11,
-    FILE_CAUSE_LOCK_VIOLATION = 12,
-    FILE_CAUSE_DISK_FULL = 13,
-    FILE_CAUSE_END_OF_FILE = 14
+    FILE_CAUSE_NONE = 0,               ///< no failure
+    FILE_CAUSE_GENERIC = 1,            ///< any other reason
+    FILE_CAUSE_NOT_FOUND = 2,          ///< there is no such file
+    FILE_CAUSE_BAD_PATH = 3,           ///< there is no such directory, or the name is invalid
+    FILE_CAUSE_TOO_MANY_OPEN = 4,      ///< the process, or the system, has too many files open
+    FILE_CAUSE_ACCESS_DENIED = 5,      ///< the user may not do that
+    FILE_CAUSE_INVALID = 6,            ///< the file isn't open, or not for that
+    FILE_CAUSE_REMOVE_CURRENT_DIR = 7, ///< the directory is the current one
+    FILE_CAUSE_DIRECTORY_FULL = 8,     ///< the directory takes no more names
+    FILE_CAUSE_BAD_SEEK = 9,           ///< there is no such position
+    FILE_CAUSE_HARD_IO = 10,           ///< the device failed
+    FILE_CAUSE_SHARING_VIOLATION = 11, ///< it is open elsewhere
+    FILE_CAUSE_LOCK_VIOLATION = 12,    ///< a part of it is locked elsewhere
+    FILE_CAUSE_DISK_FULL = 13,         ///< the disk, or the user's share of it, is full
+    FILE_CAUSE_END_OF_FILE = 14        ///< the file ends too early
 };
 
 /// How a stream is opened.

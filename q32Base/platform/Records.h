@@ -304,8 +304,7 @@ inline constexpr int IDCANCEL = 2; ///< Cancel, or the box was closed
 inline constexpr int IDYES = 6;    ///< Yes
 inline constexpr int IDNO = 7;     ///< No
 
-/// wParam: the button's command, lParam: 1 or 0.
-inline constexpr UINT TB_ENABLEBUTTON = 0x401;
+inline constexpr UINT TB_ENABLEBUTTON = 0x401; ///< wParam: the button's command, lParam: 1 or 0
 
 inline constexpr int VK_ESCAPE = 27;        ///< number of the Esc key
 inline constexpr UINT WM_DESTROY = 0x2;     ///< the window is being destroyed
@@ -316,8 +315,8 @@ inline constexpr UINT WM_KEYUP = 0x101;     ///< wParam: the key
 inline constexpr UINT WM_CHAR = 0x102;      ///< wParam: the character
 inline constexpr UINT WM_KEYFIRST = 0x100;  ///< first of the messages of keys
 inline constexpr UINT WM_KEYLAST = 0x108;   ///< last of the messages of keys
-/// wParam: the mixer, lParam: the control's id.
-inline constexpr UINT MM_MIXM_CONTROL_CHANGE = 0x3D1;
+inline constexpr UINT MM_MIXM_CONTROL_CHANGE =
+    0x3D1;                                  ///< wParam: the mixer, lParam: the control's id
 inline constexpr UINT PBM_SETRANGE = 0x401; ///< lParam: low word the lower end, high word the upper
 inline constexpr UINT PBM_SETPOS = 0x402;   ///< wParam: the position
 

@@ -21,6 +21,7 @@
 /// Use on the thread of the document's user interface. Call `fnCreate` first.
 class Q32_API CqUndoMngr {
 public:
+    /// Without a document, and with a capacity of 0, until `fnCreate`.
     CqUndoMngr() = default;
     ~CqUndoMngr();
     CqUndoMngr(const CqUndoMngr&) = delete;

@@ -28,6 +28,7 @@ enum SOUND_CTRL_NOTIFICATION : std::uint32_t {
 /// notification; its window may be destroyed.
 class Q32_API CqSoundCtrl : public CWnd {
 public:
+    /// Without window and mixer, until `fnCreate`.
     CqSoundCtrl() = default;
     ~CqSoundCtrl() override;
 
