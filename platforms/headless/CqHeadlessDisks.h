@@ -63,8 +63,9 @@ public:
 
     // Called by the services.
 
-    /// Whether there is a file, or a directory, of that name; the root of a volume is a directory.
+    /// Whether there is a file of that name.
     bool fnIsFile(std::string_view path) const;
+    /// Whether there is a directory of that name; the root of a volume is one.
     bool fnIsDirectory(std::string_view path) const;
     /// Creates one directory. False if it exists, if a file has its name, and without a parent.
     bool fnMakeDirectory(std::string_view path);
@@ -72,6 +73,7 @@ public:
     std::vector<std::string> fnList(std::string_view directory) const;
     /// Space of the volume of a directory. False if that is missing.
     bool fnGetSpace(std::string_view path, CqDiskSpace& space) const;
+    /// The same as cluster counts, those of `fnSetClusters` if it was called.
     bool fnGetClusters(std::string_view path, CqDiskClusters& clusters) const;
     /// Size and time of a file, without opening it. False if it is missing.
     bool fnStat(std::string_view path, std::uint64_t& size, std::int64_t& time) const;

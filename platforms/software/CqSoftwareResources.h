@@ -20,8 +20,9 @@ public:
     /// @param codePage  of loaded strings; see `q32::software::fnFromUtf16`
     explicit CqSoftwareResources(UINT codePage);
 
-    /// The host's module, or the library's own.
+    /// The host's module, which is there from the start.
     HINSTANCE fnGetHostModule() const { return fnToHandle(0); }
+    /// The library's own module, with its version.
     HINSTANCE fnGetLibraryModule() const { return q32::fnModuleInstance(); }
     /// Adds an empty module and returns its handle.
     HINSTANCE fnAddModule();

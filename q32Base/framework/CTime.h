@@ -8,8 +8,9 @@
 /// A moment in whole seconds since 1970-01-01 00:00 UTC.
 class Q32_API CTime {
 public:
-    /// The first second of 1970, or the given one, counted from it.
+    /// 1970-01-01 00:00 UTC.
     CTime() = default;
+    /// So many seconds after that; a negative number lies before it.
     explicit CTime(std::int64_t seconds) : m_nTime(seconds) {}
 
     /// The same seconds; 0 for a default object.

@@ -26,8 +26,9 @@ inline LONG fnWrapMultiply(LONG a, LONG b) {
 /// A width and a height, usually in pixels. Neither is checked.
 class CSize : public SIZE {
 public:
-    /// Zeros, or the given values.
+    /// 0 by 0.
     CSize() : SIZE{0, 0} {}
+    /// The given lengths.
     CSize(LONG width, LONG height) : SIZE{width, height} {}
     CSize(const SIZE& size) : SIZE(size) {}
 
@@ -41,8 +42,9 @@ public:
 /// A position, usually in pixels from the top left corner.
 class CPoint : public POINT {
 public:
-    /// Zeros, or the given values.
+    /// The origin.
     CPoint() : POINT{0, 0} {}
+    /// The given coordinates.
     CPoint(LONG px, LONG py) : POINT{px, py} {}
     CPoint(const POINT& point) : POINT(point) {}
 
@@ -60,11 +62,12 @@ public:
 /// and differences wrap at 32 bits.
 class CRect : public RECT {
 public:
-    /// Zeros, or the given edges, which may be inverted.
+    /// All edges 0: empty.
     CRect() : RECT{0, 0, 0, 0} {}
+    /// The given edges, which may be inverted.
     CRect(LONG l, LONG t, LONG r, LONG b) : RECT{l, t, r, b} {}
     CRect(const RECT& rect) : RECT(rect) {}
-    /// From the top left corner and a size.
+    /// From the top left corner on, of a size.
     CRect(const POINT& corner, const SIZE& size)
         : RECT{corner.x, corner.y, q32::fnWrapAdd(corner.x, size.cx),
                q32::fnWrapAdd(corner.y, size.cy)} {}

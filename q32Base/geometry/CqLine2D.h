@@ -12,8 +12,9 @@ class CqImage;
 /// Nothing fails, and neither zero-length segments nor parallel lines are detected: the
 /// not-a-number that results counts as a hit, deliberately.
 struct Q32_API CqLine2D {
-    /// Both ends at the origin, or as given.
+    /// Both ends at the origin.
     CqLine2D() = default;
+    /// From one point to another.
     CqLine2D(const CqPoint2D& start, const CqPoint2D& end) : m_Start(start), m_End(end) {}
     CqLine2D(const CqLine2D&) = default;
     ~CqLine2D() = default;

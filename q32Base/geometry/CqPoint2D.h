@@ -11,8 +11,9 @@ struct CqMatrix2D;
 /// A point in double coordinates, in the caller's units. No axis is ever flipped; a positive angle
 /// rotates positive x toward positive y. Nothing fails: arithmetic follows IEEE 754 throughout.
 struct Q32_API CqPoint2D {
-    /// The origin, or the given coordinates.
+    /// The origin.
     constexpr CqPoint2D() = default;
+    /// The given coordinates; integers are converted exactly.
     constexpr CqPoint2D(int x, int y) : m_X(x), m_Y(y) {}
     constexpr CqPoint2D(double x, double y) : m_X(x), m_Y(y) {}
     CqPoint2D(const CPoint& point) : m_X(point.x), m_Y(point.y) {}

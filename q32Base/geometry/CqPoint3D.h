@@ -6,8 +6,9 @@
 
 /// A point in space. Unlike in the 2-D geometry, comparisons are exact, deliberately.
 struct Q32_API CqPoint3D {
-    /// The origin, or the given coordinates.
+    /// The origin.
     constexpr CqPoint3D() = default;
+    /// The given coordinates; integers are converted exactly.
     constexpr CqPoint3D(int x, int y, int z) : m_X(x), m_Y(y), m_Z(z) {}
     constexpr CqPoint3D(double x, double y, double z) : m_X(x), m_Y(y), m_Z(z) {}
     CqPoint3D(const CqPoint3D&) = default;

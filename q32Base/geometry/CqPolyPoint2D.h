@@ -5,8 +5,9 @@
 
 /// A position on a polyline: a segment and the parameter on it.
 struct CqPolyPoint2D {
-    /// None, or a position.
+    /// No position.
     constexpr CqPolyPoint2D() = default;
+    /// The point at `param` of segment `line`.
     constexpr CqPolyPoint2D(int line, double param) : m_Line(line), m_Param(param) {}
 
     std::int32_t m_Line = -1; ///< index of the segment; -1: none

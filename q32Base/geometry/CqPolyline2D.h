@@ -22,8 +22,9 @@ public:
     /// A list of positions.
     using Places = CArray<CqPolyPoint2D, const CqPolyPoint2D&>;
 
-    /// Without vertices, or a copy.
+    /// Without vertices.
     CqPolyline2D() = default;
+    /// Copies vertices, records and box.
     CqPolyline2D(const CqPolyline2D& other);
     virtual ~CqPolyline2D();
 

@@ -12,8 +12,9 @@
 /// "Empty" means neither width nor height; a rectangle with one of them is not empty. "Null" means
 /// that all four fields are near zero.
 struct Q32_API CqRect2D {
-    /// Zeros, or the given edges as they are, not ordered.
+    /// All four edges 0: empty and null.
     CqRect2D() : CqRect2D(0.0, 0.0, 0.0, 0.0) {}
+    /// The edges as they are, not ordered.
     CqRect2D(double left, double top, double right, double bottom)
         : m_Left(left), m_Top(top), m_Right(right), m_Bottom(bottom) {}
     CqRect2D(const RECT& rect) : CqRect2D(rect.left, rect.top, rect.right, rect.bottom) {}
@@ -42,8 +43,9 @@ struct Q32_API CqRect2D {
     /// References into this rectangle; writing through them changes it.
     CqPoint2D& fnTopLeft() { return m_TopLeft; }
     CqPoint2D& fnBottomRight() { return m_BottomRight; }
-    /// Whether the rectangle is empty, or null, in the sense above; within GEOM_EPSILON.
+    /// Whether width and height are both within GEOM_EPSILON of 0.
     bool fnIsRectEmpty() const { return q32::fnIsZero(fnWidth()) && q32::fnIsZero(fnHeight()); }
+    /// Whether all four edges are within GEOM_EPSILON of 0.
     bool fnIsRectNull() const;
     /// All four edges, and GEOM_EPSILON around them, belong to the rectangle.
     bool fnPtInRect(const CqPoint2D& point) const;

@@ -9,8 +9,9 @@
 /// Names a resource type or a resource: by number, or by name when `m_szName` isn't null
 /// (case-insensitive).
 struct CqResourceId {
-    /// By number, or by a name, which isn't copied.
+    /// By number.
     CqResourceId(WORD number) : m_nNumber(number) {}
+    /// By a name, which isn't copied.
     CqResourceId(const char* name) : m_szName(name) {}
 
     WORD m_nNumber = 0;             ///< meaningless beside a name

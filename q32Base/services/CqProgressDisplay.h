@@ -20,6 +20,7 @@
 /// stops painting and the operation continues.
 ///
 /// Example:
+///
 ///     CqProgressDisplay progress;
 ///     image.fnBrightContrast(20, 0, true, &progress);
 class Q32_API CqProgressDisplay {

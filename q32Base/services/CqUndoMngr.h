@@ -56,8 +56,9 @@ public:
     /// empty. Still owned by the manager.
     CObject* fnPeekLastBuf(bool bUndo) const;
 
-    /// Whether there is a step to undo, or to redo.
+    /// Whether there is a step to undo.
     bool fnCanUndo() const { return m_nUndoCount > 0; }
+    /// Whether there is a step to redo.
     bool fnCanRedo() const { return m_nRedoCount > 0; }
     /// Capacity of each stack; 0 before `fnCreate`.
     unsigned int fnGetLevelNumber() const { return m_nLevels; }

@@ -57,9 +57,10 @@ public:
     /// Level of high tones; 128 before it is known.
     unsigned int fnGetTreble() const { return m_nTreble; }
 
-    /// Silences the machine or ends that, or switches to the other state. False without a mixer, or
-    /// if it refuses. A state equal to the cached one isn't sent.
+    /// Silences the machine, or ends that. False without a mixer, or if it refuses. A state equal
+    /// to the cached one isn't sent.
     bool fnSetMute(bool bMute);
+    /// Silences the machine if it isn't, else ends that. False as above.
     bool fnSwitchMute();
     /// Set a value, clamped to 0 to 255. Return false without a mixer, or if it refuses. A value
     /// equal to the cached one isn't sent.
