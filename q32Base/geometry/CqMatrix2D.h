@@ -63,12 +63,12 @@ struct Q32_API CqMatrix2D {
     /// `fnTranslate` gives false, deliberately: its scales are 1.
     bool fnHasTranslateOnly() const;
 
-    double m_ScaleX = 1.0; ///< x to x
-    double m_ShearX = 0.0; ///< y to x
-    double m_TransX = 0.0; ///< added to x
-    double m_ShearY = 0.0; ///< x to y
-    double m_ScaleY = 1.0; ///< y to y
-    double m_TransY = 0.0; ///< added to y
+    double m_ScaleX = 1.0; ///< factor of x in the new x
+    double m_ShearX = 0.0; ///< factor of y in the new x
+    double m_TransX = 0.0; ///< added to the new x
+    double m_ShearY = 0.0; ///< factor of x in the new y
+    double m_ScaleY = 1.0; ///< factor of y in the new y
+    double m_TransY = 0.0; ///< added to the new y
 };
 
 static_assert(std::is_trivially_copyable_v<CqMatrix2D> && std::is_standard_layout_v<CqMatrix2D>);

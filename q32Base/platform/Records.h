@@ -215,14 +215,14 @@ using RECT = tagRECT; ///< the name that hosts use
 
 /// A requested font.
 struct tagLOGFONTA {
-    LONG lfHeight;         ///< below 0: without the internal leading
+    LONG lfHeight;         ///< in pixels; below 0: without the internal leading
     LONG lfWidth;          ///< mean width of a character; 0: what suits the height
     LONG lfEscapement;     ///< angle of the line of text, in tenths of a degree, counter-clockwise
     LONG lfOrientation;    ///< angle of a character, likewise
     LONG lfWeight;         ///< 400 is regular, 700 bold; 0: any
-    BYTE lfItalic;         ///< 0 or 1
-    BYTE lfUnderline;      ///< 0 or 1
-    BYTE lfStrikeOut;      ///< 0 or 1
+    BYTE lfItalic;         ///< 1: italic
+    BYTE lfUnderline;      ///< 1: underlined
+    BYTE lfStrikeOut;      ///< 1: struck out
     BYTE lfCharSet;        ///< number of a character set; 0 for western European, 1 for the default
     BYTE lfOutPrecision;   ///< hint to the system; 0: none
     BYTE lfClipPrecision;  ///< hint to the system; 0: none
