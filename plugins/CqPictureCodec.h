@@ -47,6 +47,7 @@ public:
     std::size_t fnReadSome(void* out, std::size_t count) noexcept;
     /// Sets the position from the file's start; beyond the end is allowed.
     void fnSeek(std::uint64_t position) noexcept;
+    /// The position, from the file's start.
     std::uint64_t fnGetPosition() const noexcept;
     /// Bytes of the file.
     std::uint64_t fnGetLength() const noexcept;
@@ -105,6 +106,7 @@ public:
 
     /// The image, to be read only; it has storage.
     CqImage& fnGetImage() const { return m_Image; }
+    /// The host's options, most of them for the library's own formats.
     const CqPictureOptions& fnGetOptions() const { return m_Options; }
     /// Reads row `y` of the image in `order`, for the image's width, and reports progress: 100
     /// percent after as many rows as the image has.
@@ -113,10 +115,12 @@ public:
     bool fnWrite(const void* bytes, std::size_t count) noexcept;
     /// Sets the position from the file's start, to complete what was written.
     bool fnSeek(std::uint64_t position) noexcept;
+    /// The position, from the file's start.
     std::uint64_t fnGetPosition() const noexcept;
 
     /// As for a reader; MESSAGE_CANNOT_SAVE stands for a codec that returns false without a reason.
     bool fnFail(CQ_MESSAGE message) noexcept;
+    /// Throws the reason of the first failure. For q32WritePicture.
     void fnFinish(bool done) const;
 
 private:

@@ -9,20 +9,20 @@
 
 /// The formats, numbered as in `CqImage::fnGetFioPlugin`.
 enum PICTURE_FORMAT : unsigned int {
-    PICTURE_PNG = 1,
-    PICTURE_JPEG = 2,
-    PICTURE_TIFF = 3,
-    PICTURE_BMP = 4,
+    PICTURE_PNG = 1,       ///< Portable Network Graphics
+    PICTURE_JPEG = 2,      ///< Joint Photographic Experts Group
+    PICTURE_TIFF = 3,      ///< Tagged Image File Format
+    PICTURE_BMP = 4,       ///< a device-independent bitmap as a file
     PICTURE_OF_HOST = 1000 ///< the first number for formats of the host's own (CqPictureCodec.h)
 };
 
 /// A format of picture files.
 struct CqPictureFormat {
-    PICTURE_FORMAT m_eFormat;
+    PICTURE_FORMAT m_eFormat;    ///< its number
     const char* m_pszName;       ///< for display
     const char* m_pszExtensions; ///< lower case, no dots, separated by spaces, the usual one first
-    bool m_bCanWrite;
-    bool m_bHasAlpha; ///< a file keeps the alpha channel of a 32-bit image
+    bool m_bCanWrite;            ///< false: it can only be read
+    bool m_bHasAlpha;            ///< a file keeps the alpha channel of a 32-bit image
 };
 
 /// Receives the progress of a read or write, about once per row, on the thread that reads or
@@ -39,16 +39,16 @@ public:
 
 /// A limit of CqPictureLimits, or of CqWaveLimits for those of sounds.
 enum PICTURE_LIMIT : unsigned int {
-    PICTURE_LIMIT_NONE,
-    PICTURE_LIMIT_PIXELS,
-    PICTURE_LIMIT_STORAGE,
-    PICTURE_LIMIT_EXPANSION,
-    PICTURE_LIMIT_CODEC,
-    PICTURE_LIMIT_SCANS,
-    PICTURE_LIMIT_TIME,
-    PICTURE_LIMIT_SOUND_STORAGE,
-    PICTURE_LIMIT_SOUND_CHUNKS,
-    PICTURE_LIMIT_SOUND_TIME
+    PICTURE_LIMIT_NONE,          ///< none has refused the file
+    PICTURE_LIMIT_PIXELS,        ///< `CqPictureLimits::m_nPixels`
+    PICTURE_LIMIT_STORAGE,       ///< `CqPictureLimits::m_nStorageBytes`
+    PICTURE_LIMIT_EXPANSION,     ///< `CqPictureLimits::m_nExpansion`
+    PICTURE_LIMIT_CODEC,         ///< `CqPictureLimits::m_nCodecBytes`
+    PICTURE_LIMIT_SCANS,         ///< `CqPictureLimits::m_nScans`
+    PICTURE_LIMIT_TIME,          ///< `CqPictureLimits::m_nMilliseconds`
+    PICTURE_LIMIT_SOUND_STORAGE, ///< `CqWaveLimits::m_nStorageBytes`
+    PICTURE_LIMIT_SOUND_CHUNKS,  ///< `CqWaveLimits::m_nChunks`
+    PICTURE_LIMIT_SOUND_TIME     ///< `CqWaveLimits::m_nMilliseconds`
 };
 
 /// What reading one file may take. A file that needs more is refused, if its headers show that,
@@ -109,6 +109,7 @@ struct Q32_API CqPictureResult {
     int m_nMsgId = 0;
     bool m_bAborted = false; ///< the progress object ended the work; there is no message then
     CString m_strPath;       ///< the file as named by the caller: the message's first argument
+
     /// The picture was read, but the file holds more than the image does: further pictures or
     /// frames, more than 8 bits per channel, a colour model other than RGB, channels other than RGB
     /// and alpha, a colour profile, an orientation, or metadata of a camera or editor. Writing the
@@ -131,11 +132,15 @@ struct Q32_API CqPictureResult {
 };
 
 /// Compressions of a TIFF.
-enum PICTURE_COMPRESSION : unsigned int { PICTURE_LZW, PICTURE_DEFLATE, PICTURE_UNCOMPRESSED };
+enum PICTURE_COMPRESSION : unsigned int {
+    PICTURE_LZW,         ///< lossless
+    PICTURE_DEFLATE,     ///< lossless, by zlib
+    PICTURE_UNCOMPRESSED ///< the samples as they are
+};
 
 /// Options of writing; each applies to one format and is ignored for the others.
 struct CqPictureOptions {
     unsigned int m_nQuality = 90;  ///< of a JPEG, 1 to 100; clamped
     unsigned int m_nPngEffort = 6; ///< zlib's level for a PNG, 0 to 9; clamped
-    PICTURE_COMPRESSION m_eTiffCompression = PICTURE_LZW;
+    PICTURE_COMPRESSION m_eTiffCompression = PICTURE_LZW; ///< of a TIFF
 };

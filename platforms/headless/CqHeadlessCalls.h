@@ -11,11 +11,13 @@
 /// Counts the calls of one kind and makes chosen ones fail. Thread-safe.
 class Q32_API CqHeadlessCalls {
 public:
+    /// For `fnFail`: the calls fail until `fnFailNever`.
     static constexpr std::uint64_t kForever = ~std::uint64_t{0};
 
     /// Makes the nth call from now on fail, counted from 1, and those after it: `times` calls in
     /// all. Replaces an earlier setting.
     void fnFail(std::uint64_t nth = 1, std::uint64_t times = 1);
+    /// Lets all later calls pass.
     void fnFailNever() { fnFail(1, 0); }
     /// Calls so far, including failed ones.
     std::uint64_t fnGetCount() const;
@@ -39,7 +41,9 @@ class Q32_API CqHeadlessMisuses {
 public:
     /// Adds a misuse; it is lost when memory is exhausted.
     void fnAdd(std::string_view what) noexcept;
+    /// All misuses since the start, or since they were last cleared.
     std::vector<std::string> fnGetAll() const;
+    /// Forgets them.
     void fnClear();
 
 private:

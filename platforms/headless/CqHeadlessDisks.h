@@ -23,11 +23,13 @@ class Volume;
 /// since, each counted exactly. Not thread-safe.
 class Q32_API CqHeadlessDisks {
 public:
+    /// Without directories and files, but those in the real folders of volumes.
     explicit CqHeadlessDisks(const std::vector<CqHeadlessVolume>& volumes);
     ~CqHeadlessDisks();
 
     // For scripts.
 
+    /// Adds a volume. One whose root lies within another's hides what that has there.
     void fnAddVolume(const CqHeadlessVolume& volume);
     /// Sets the free bytes of the volume with that root. False for an unknown root.
     bool fnSetFree(std::string_view root, std::uint64_t bytes);
@@ -40,6 +42,7 @@ public:
     void fnSetCurrentDirectory(std::string directory) { m_szCurrent = std::move(directory); }
     /// Sets the time of files written from now on, in seconds since 1970-01-01 00:00 UTC.
     void fnSetNow(std::int64_t seconds) { m_nNow = seconds; }
+    /// That time; initially 2000-01-01 00:00 UTC.
     std::int64_t fnGetNow() const { return m_nNow; }
 
     /// Creates a directory with its parents. False if there is no volume or a file is in the way.
@@ -60,11 +63,17 @@ public:
 
     // Called by the services.
 
+    /// Whether there is a file of that name.
     bool fnIsFile(std::string_view path) const;
+    /// Whether there is a directory of that name; the root of a volume is one.
     bool fnIsDirectory(std::string_view path) const;
+    /// Creates one directory. False if it exists, if a file has its name, and without a parent.
     bool fnMakeDirectory(std::string_view path);
+    /// Names of the files in a directory, without paths; none for an unknown directory.
     std::vector<std::string> fnList(std::string_view directory) const;
+    /// Space of the volume of a directory. False if that is missing.
     bool fnGetSpace(std::string_view path, CqDiskSpace& space) const;
+    /// The same as cluster counts, those of `fnSetClusters` if it was called.
     bool fnGetClusters(std::string_view path, CqDiskClusters& clusters) const;
     /// Size and time of a file, without opening it. False if it is missing.
     bool fnStat(std::string_view path, std::uint64_t& size, std::int64_t& time) const;

@@ -18,8 +18,8 @@
 
 /// A save dialog as it was shown.
 struct CqHeadlessSaveDialog {
-    std::string m_szDefaultExtension;
-    UINT m_nFlags = 0;
+    std::string m_szDefaultExtension;                           ///< appended to a name without one
+    UINT m_nFlags = 0;                                          ///< OFN_ bits
     std::vector<std::pair<std::string, std::string>> m_Filters; ///< label and mask
     std::optional<std::string> m_Folder; ///< initial folder; none: the system's choice
     std::optional<std::string> m_Answer; ///< none: cancelled
@@ -30,17 +30,18 @@ class CqHeadlessDumpView;
 /// The script of dump views, and what can be read of them after their end. Shared by them and the
 /// window service.
 struct Q32_API CqHeadlessDumpDesk {
-    CqHeadlessCalls m_Create; ///< of the frame
-    CqHeadlessCalls m_CreateText;
-    CqHeadlessCalls m_CreateStatusBar;
-    CqHeadlessCalls m_SetText;      ///< a failed call throws std::bad_alloc and changes nothing
-    CqHeadlessCalls m_AppendText;   ///< the same
-    bool m_bAppends = true;         ///< whether views can append
-    std::uint64_t m_nTextBytes = 0; ///< total bytes of text passed to views
+    CqHeadlessCalls m_Create;          ///< of the frame
+    CqHeadlessCalls m_CreateText;      ///< of the text control
+    CqHeadlessCalls m_CreateStatusBar; ///< of the status bar
+    CqHeadlessCalls m_SetText;         ///< a failed call throws std::bad_alloc and changes nothing
+    CqHeadlessCalls m_AppendText;      ///< the same
+    bool m_bAppends = true;            ///< whether views can append
+    std::uint64_t m_nTextBytes = 0;    ///< total bytes of text passed to views
 
     /// Answers the next save dialog without an answer: with a name, or none to cancel. A name
     /// without an extension gets the default one. Dialogs without an answer are cancelled.
     void fnAnswerSave(std::optional<std::string> name) { m_Answers.push_back(std::move(name)); }
+    /// The save dialogs so far, in order.
     const std::vector<CqHeadlessSaveDialog>& fnGetSaveDialogs() const { return m_SaveDialogs; }
     /// Called while a save dialog is open, before it is answered.
     std::function<void(const CqHeadlessSaveDialog&)> m_OnSaveDialog;
@@ -56,18 +57,20 @@ private:
 /// and a status row. Scripts read and operate it through this class.
 class Q32_API CqHeadlessDumpView final : public CqDumpView {
 public:
-    /// Pixels of a cell in the caption, the status bar and the menu.
-    static constexpr int kCellWidth = 6;
-    static constexpr int kCellHeight = 11;
+    static constexpr int kCellWidth = 6;   ///< of caption, status bar and menu, in pixels
+    static constexpr int kCellHeight = 11; ///< likewise
 
+    /// An item of the system menu.
     struct MenuItem {
-        UINT m_nId = 0; ///< 0: a separator
-        std::string m_szText;
-        std::string m_szPrompt;
-        bool m_bChecked = false;
+        UINT m_nId = 0;          ///< 0: a separator
+        std::string m_szText;    ///< an ampersand precedes the access key
+        std::string m_szPrompt;  ///< status bar text while it is highlighted
+        bool m_bChecked = false; ///< whether it has a check mark
+
         bool operator==(const MenuItem&) const = default;
     };
 
+    /// Made by the window service, hidden. `events` must outlive it.
     CqHeadlessDumpView(const CqDumpViewSetup& setup, CqDumpViewEvents& events,
                        std::shared_ptr<CqHeadlessDumpDesk> desk);
     ~CqHeadlessDumpView() override;
@@ -77,8 +80,11 @@ public:
 
     // Appearance.
 
+    /// The window's title.
     const std::string& fnGetCaption() const { return m_szCaption; }
+    /// Whether the library has shown it.
     bool fnIsShown() const { return m_bShown; }
+    /// Whether it stays above all other windows; initially false.
     bool fnIsOnTop() const { return m_bOnTop; }
     /// The font of the text; initially with the cells of the caption.
     const CqHeadlessFont& fnGetFont() const { return m_Font; }
@@ -96,6 +102,7 @@ public:
 
     // User input.
 
+    /// Moves and resizes the window, in screen coordinates; a negative size counts as 0.
     void fnMove(const RECT& place);
     /// Scrolls a row and a column of the text to the first cell.
     void fnScroll(std::size_t row, std::size_t column);

@@ -7,39 +7,43 @@
 #include <memory>
 #include <string>
 
-/// Ordinary files on the disks of the headless world.
+/// Ordinary files on the disks of the headless world. A call that a counter makes fail reports that
+/// as any other failure, and has no effect.
 class Q32_API CqHeadlessFiles final : public CqFileService {
 public:
+    /// The directories as the service reports them; they need not exist.
     CqHeadlessFiles(std::shared_ptr<CqHeadlessDisks> disks, std::string tempDirectory,
                     std::string configDirectory);
 
-    CqHeadlessCalls m_GetTempDirectory;
-    CqHeadlessCalls m_GetConfigDirectory;
-    CqHeadlessCalls m_CreateDirectory;
-    CqHeadlessCalls m_Delete;
-    CqHeadlessCalls m_GetInfo;
-    CqHeadlessCalls m_GetSpace;
-    CqHeadlessCalls m_GetClusters;
-    CqHeadlessCalls m_Open;    ///< fails with FILE_CAUSE_GENERIC; by name: CqHeadlessDisks
-    CqHeadlessCalls m_Replace; ///< commits of replacements; fails with FILE_CAUSE_HARD_IO
-    CqHeadlessCalls m_ReadText;
-    CqHeadlessCalls m_UpdateText;
+    CqHeadlessCalls m_GetTempDirectory;   ///< calls of `fnGetTempDirectory`
+    CqHeadlessCalls m_GetConfigDirectory; ///< calls of `fnGetConfigDirectory`
+    CqHeadlessCalls m_CreateDirectory;    ///< calls of `fnCreateDirectory`
+    CqHeadlessCalls m_Delete;             ///< calls of `fnDelete`
+    CqHeadlessCalls m_GetInfo;            ///< calls of `fnGetInfo`
+    CqHeadlessCalls m_GetSpace;           ///< calls of `fnGetSpace`
+    CqHeadlessCalls m_GetClusters;        ///< calls of `fnGetClusters`
+    CqHeadlessCalls m_Open;       ///< fails with FILE_CAUSE_GENERIC; by name: CqHeadlessDisks
+    CqHeadlessCalls m_Replace;    ///< commits of replacements; fails with FILE_CAUSE_HARD_IO
+    CqHeadlessCalls m_ReadText;   ///< calls of `fnReadText`
+    CqHeadlessCalls m_UpdateText; ///< replacements by `fnUpdateText`, once the text is edited
+
     /// Calls of all streams; shared with them, because a stream may outlive the service. A failure
     /// has the cause FILE_CAUSE_HARD_IO.
     struct StreamCalls {
-        CqHeadlessCalls m_Read;
-        CqHeadlessCalls m_Write;
-        CqHeadlessCalls m_Seek;
-        CqHeadlessCalls m_GetLength;
-        CqHeadlessCalls m_Close;
+        CqHeadlessCalls m_Read;      ///< of an open file
+        CqHeadlessCalls m_Write;     ///< of an open file
+        CqHeadlessCalls m_Seek;      ///< of an open file
+        CqHeadlessCalls m_GetLength; ///< of an open file
+        CqHeadlessCalls m_Close;     ///< a failed one closes the file all the same
     };
-    const std::shared_ptr<StreamCalls> m_pStream = std::make_shared<StreamCalls>();
+    const std::shared_ptr<StreamCalls> m_pStream = std::make_shared<StreamCalls>(); ///< never null
 
     /// Whether the wide free space query is available; true initially.
     void fnSetWideSpaceQuery(bool wide) { m_bWide = wide; }
-    /// The names are used unchanged; a directory need not exist.
+    /// Set the directories as the service reports them, unchanged; they need not exist.
     void fnSetTempDirectory(std::string directory) { m_szTemp = std::move(directory); }
     void fnSetConfigDirectory(std::string directory) { m_szConfig = std::move(directory); }
+    /// The directory of the settings, also while its query is set to fail.
     const std::string& fnGetConfiguredDirectory() const { return m_szConfig; }
 
     bool fnGetTempDirectory(std::string& directory) override;
@@ -58,6 +62,7 @@ public:
     std::unique_ptr<CqFileReplacement> fnOpenReplacement(const char* name,
                                                          CQ_FILE_CAUSE& cause) override;
     bool fnReadText(const char* name, std::string& text) override;
+
     bool fnUpdateText(const char* name,
                       const std::function<bool(std::string& text)>& edit) override;
 

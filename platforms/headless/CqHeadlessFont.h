@@ -16,7 +16,9 @@ public:
     /// @param height  as in LOGFONTA: below 0, it excludes the two rows of leading
     explicit CqHeadlessFont(LONG height);
 
+    /// Metrics in pixels: fixed pitch, weight 400, characters 20h to 7Fh.
     TEXTMETRICA fnGetMetrics() const;
+    /// Size in pixels of a line of `count` characters; at most 00FFFFFFh wide.
     SIZE fnMeasure(std::size_t count) const;
     /// Whether a pixel of a glyph's cell is drawn.
     bool fnIsInk(char sign, int x, int y) const;

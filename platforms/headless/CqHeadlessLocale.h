@@ -8,14 +8,17 @@
 /// 1:05:09 PM or, in the 24-hour form, 13:05:09, and a fixed offset from UTC.
 class Q32_API CqHeadlessLocale final : public CqLocaleService {
 public:
+    /// See the setters.
     CqHeadlessLocale(UINT codePage, int minutesEast)
         : m_nCodePage(codePage), m_nMinutesEast(minutesEast) {}
 
-    CqHeadlessCalls m_FormatDate;
-    CqHeadlessCalls m_FormatTime;
-    CqHeadlessCalls m_GetLocalTime;
+    CqHeadlessCalls m_FormatDate;   ///< calls of `fnFormatDate`
+    CqHeadlessCalls m_FormatTime;   ///< calls of `fnFormatTime`
+    CqHeadlessCalls m_GetLocalTime; ///< calls of `fnGetLocalTime`
 
+    /// Sets the code page: 932 or 65001; any other number is a code page of single bytes.
     void fnSetCodePage(UINT codePage) { m_nCodePage = codePage; }
+    /// Sets the offset of local time from UTC in minutes, above 0 east of Greenwich.
     void fnSetTimeZone(int minutesEast) { m_nMinutesEast = minutesEast; }
 
     std::size_t fnGetCharBytes(const char* text, std::size_t count) override;

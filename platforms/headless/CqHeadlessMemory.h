@@ -12,12 +12,16 @@
 /// caller's error and isn't trapped.
 class Q32_API CqHeadlessMemory final : public CqMemoryService {
 public:
+    /// `misuses` receives releases and commits of what isn't reserved.
     CqHeadlessMemory(std::uint64_t physicalBytes, std::shared_ptr<CqHeadlessMisuses> misuses);
 
     CqHeadlessCalls m_Reserve; ///< calls of fnReserve
     CqHeadlessCalls m_Commit;  ///< calls of fnCommit
 
+    /// Sets the bytes of RAM that the machine reports.
     void fnSetPhysicalBytes(std::uint64_t bytes) { m_nPhysicalBytes = bytes; }
+    /// Sets the bytes that the library's blocks may hold together, as the service reports them;
+    /// initially `kNoMemoryLimit`.
     void fnSetBlockLimit(std::uint64_t bytes) { m_nBlockLimit = bytes; }
     /// Currently reserved ranges, including committed ones.
     std::size_t fnGetReservedRanges() const { return m_Ranges.size(); }

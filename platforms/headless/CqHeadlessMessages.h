@@ -13,18 +13,21 @@
 
 /// A message box as it was shown.
 struct CqHeadlessBox {
-    std::string m_szText;
+    std::string m_szText;                 ///< in the code page
     UINT m_nStyle = 0;                    ///< all MB_ bits
     std::optional<std::string> m_Caption; ///< none when there was no application
     int m_nAnswer = 0;                    ///< 0 when it could not be shown
 
+    /// The MB_ bits of the buttons.
     UINT fnGetButtons() const { return m_nStyle & 0xFu; }
+    /// The MB_ICON bits.
     UINT fnGetIcon() const { return m_nStyle & MB_ICONMASK; }
 };
 
 /// Message boxes that are recorded and answered by a script, and the system's last error.
 class Q32_API CqHeadlessMessages final : public CqMessageService {
 public:
+    /// With no last error, and with texts for codes 2, 3, 5, 8, 32 and 112.
     CqHeadlessMessages();
 
     CqHeadlessCalls m_ShowBox;     ///< a failed one is recorded with the answer 0
@@ -36,8 +39,11 @@ public:
     /// Answers the next box without an answer. Boxes without one are answered with their first
     /// button.
     void fnAnswer(int button) { m_Answers.push_back(button); }
+    /// The boxes so far, or since they were last cleared.
     const std::vector<CqHeadlessBox>& fnGetBoxes() const { return m_Boxes; }
+    /// Forgets the boxes; answers that are waiting stay.
     void fnClearBoxes() { m_Boxes.clear(); }
+    /// Sets the system's last error; initially 0, for none.
     void fnSetLastError(DWORD code) { m_nLastError = code; }
     /// Sets the system's text for a code; none: the code has no text.
     void fnSetErrorText(DWORD code, std::optional<std::string> text);

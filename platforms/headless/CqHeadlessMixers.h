@@ -10,17 +10,17 @@
 
 /// A control of a headless mixer: one value for all channels, or one for each.
 struct CqHeadlessControl {
-    CQ_MIXER_CONTROL m_Type = CQ_MIXER_CONTROL::VOLUME;
-    std::uint32_t m_nId = 0;
-    std::vector<std::uint32_t> m_Values;
+    CQ_MIXER_CONTROL m_Type = CQ_MIXER_CONTROL::VOLUME; ///< what it controls
+    std::uint32_t m_nId = 0;                            ///< unique in its mixer, and not 0
+    std::vector<std::uint32_t> m_Values;                ///< 0 to 65535 (mute: 0 or 1), left first
 };
 
 /// A mixer of the headless machine.
 struct CqHeadlessMixerDevice {
-    bool m_bOpens = true;
-    bool m_bHasSpeakers = true;
-    std::uint32_t m_nLineId = 0xFFFF0000u;
-    std::uint32_t m_nChannels = 2;
+    bool m_bOpens = true;                      ///< whether it can be opened
+    bool m_bHasSpeakers = true;                ///< whether it has a speaker line
+    std::uint32_t m_nLineId = 0xFFFF0000u;     ///< id of that line
+    std::uint32_t m_nChannels = 2;             ///< channels of that line
     std::vector<CqHeadlessControl> m_Controls; ///< of the speaker line
 };
 
@@ -28,18 +28,19 @@ struct CqHeadlessMixerDevice {
 /// `fnPump`, on the thread that calls it: the owner's.
 class Q32_API CqHeadlessMixers final : public CqMixerService {
 public:
+    /// Without mixers.
     CqHeadlessMixers();
     ~CqHeadlessMixers() override;
 
     /// Calls of the mixers; shared with them, because they may outlive the service.
     struct Calls {
-        CqHeadlessCalls m_Open;
-        CqHeadlessCalls m_FindSpeakerLine;
-        CqHeadlessCalls m_FindControl;
-        CqHeadlessCalls m_GetValues;
-        CqHeadlessCalls m_SetValues;
+        CqHeadlessCalls m_Open;            ///< calls of `fnOpen`
+        CqHeadlessCalls m_FindSpeakerLine; ///< calls of `CqMixer::fnFindSpeakerLine`
+        CqHeadlessCalls m_FindControl;     ///< calls of `CqMixer::fnFindControl`
+        CqHeadlessCalls m_GetValues;       ///< calls of `CqMixer::fnGetValues`
+        CqHeadlessCalls m_SetValues; ///< calls of `CqMixer::fnSetValues`; a failed one sets nothing
     };
-    const std::shared_ptr<Calls> m_pCalls = std::make_shared<Calls>();
+    const std::shared_ptr<Calls> m_pCalls = std::make_shared<Calls>(); ///< never null
 
     /// Adds a mixer and returns its index.
     std::uint32_t fnAddDevice(const CqHeadlessMixerDevice& device);

@@ -23,9 +23,10 @@ private:
 /// assigned when palettes are realized.
 class Q32_API CqHeadlessHardware {
 public:
-    static constexpr std::size_t kSlots = 256;
+    static constexpr std::size_t kSlots = 256; ///< in all
     static constexpr std::size_t kStatic = 10; ///< at each end
 
+    /// As after `fnReset`.
     CqHeadlessHardware();
 
     /// Makes all slots except the static ones free and black, and invalidates realized palettes.

@@ -10,9 +10,9 @@
 /// A picture of a screen: rows from the top down, three bytes per pixel, red first, without
 /// padding.
 struct Q32_API CqHeadlessPicture {
-    std::size_t m_nWidth = 0;
-    std::size_t m_nHeight = 0;
-    std::vector<std::uint8_t> m_Rgb;
+    std::size_t m_nWidth = 0;        ///< in pixels
+    std::size_t m_nHeight = 0;       ///< in pixels
+    std::vector<std::uint8_t> m_Rgb; ///< 3 x width x height bytes
 
     /// A pixel's colour, 0x00RRGGBB. The position must lie inside.
     std::uint32_t fnGetPixel(std::size_t x, std::size_t y) const;

@@ -10,8 +10,8 @@ class CqHeadlessResources final : public CqSoftwareResources {
 public:
     using CqSoftwareResources::CqSoftwareResources;
 
-    CqHeadlessCalls m_Find;
-    CqHeadlessCalls m_LoadString;
+    CqHeadlessCalls m_Find;       ///< calls of `fnFind`; a failed one finds nothing
+    CqHeadlessCalls m_LoadString; ///< calls of `fnLoadString`; a failed one finds nothing
 
     bool fnFind(HINSTANCE module, CqResourceId type, CqResourceId name,
                 CqResourceData& data) override {

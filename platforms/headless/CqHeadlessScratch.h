@@ -10,21 +10,23 @@
 #include <memory>
 
 /// Scratch files on the disks of the headless world. A view is the file's own bytes. Handles are
-/// checked: use of one that isn't open is a misuse, and the call fails.
+/// checked: use of one that isn't open is a misuse, and the call fails. A call that a counter makes
+/// fail reports that as any other failure; what is to be released is released all the same.
 class Q32_API CqHeadlessScratch final : public CqScratchService {
 public:
+    /// `misuses` receives what is done with handles and views that aren't open.
     CqHeadlessScratch(std::shared_ptr<CqHeadlessDisks> disks,
                       std::shared_ptr<CqHeadlessMisuses> misuses);
     ~CqHeadlessScratch() override;
 
-    CqHeadlessCalls m_CreateName;
-    CqHeadlessCalls m_Open;
-    CqHeadlessCalls m_SetSize;
-    CqHeadlessCalls m_Reopen;
-    CqHeadlessCalls m_CreateMapping;
-    CqHeadlessCalls m_MapView;
-    CqHeadlessCalls m_Delete;
-    CqHeadlessCalls m_Advise; ///< a failed call is ignored
+    CqHeadlessCalls m_CreateName;    ///< calls of `fnCreateName`
+    CqHeadlessCalls m_Open;          ///< calls of `fnOpen`
+    CqHeadlessCalls m_SetSize;       ///< calls of `fnSetSize`
+    CqHeadlessCalls m_Reopen;        ///< calls of `fnReopen`; a failed one has closed the file
+    CqHeadlessCalls m_CreateMapping; ///< calls of `fnCreateMapping`
+    CqHeadlessCalls m_MapView;       ///< calls of `fnMapView`
+    CqHeadlessCalls m_Delete;        ///< calls of `fnDelete`; after a failed one the file stays
+    CqHeadlessCalls m_Advise;        ///< a failed call is ignored
 
     /// Called with each advice on bytes of a view. It may read and change the bytes, but must not
     /// throw.

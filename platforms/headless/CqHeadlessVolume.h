@@ -10,5 +10,5 @@ struct CqHeadlessVolume {
     std::uint64_t m_nFree = 0x40000000u;     ///< bytes free before the first file is put on it
     std::string m_szFolder = {};             ///< real folder that holds the files; empty: memory
     std::uint32_t m_nSectorsPerCluster = 8u; ///< for the cluster query
-    std::uint32_t m_nBytesPerSector = 512u;
+    std::uint32_t m_nBytesPerSector = 512u;  ///< for the cluster query
 };

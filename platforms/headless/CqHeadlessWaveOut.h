@@ -11,32 +11,33 @@
 
 /// A block written to a headless sound device.
 struct CqHeadlessPlay {
-    WAVEFORMATEX m_Format;
-    const void* m_pData;
-    DWORD m_nBytes;
-    DWORD m_nFlags; ///< flags when the block was written
-    DWORD m_nLoops;
+    WAVEFORMATEX m_Format; ///< of the device
+    const void* m_pData;   ///< the samples; not owned, and not to be read after their end
+    DWORD m_nBytes;        ///< their length
+    DWORD m_nFlags;        ///< flags when the block was written
+    DWORD m_nLoops;        ///< how often it is played, if its flags say so
 };
 
 /// Sound devices whose time advances only by a script. The end of a block is reported on a thread
 /// of the service. The script runs on any other thread.
 class Q32_API CqHeadlessWaveOut final : public CqWaveOutService {
 public:
+    /// Without open devices.
     CqHeadlessWaveOut();
     ~CqHeadlessWaveOut() override;
 
     /// Calls of the devices; shared with them, because they may outlive the service.
     struct Calls {
-        CqHeadlessCalls m_CanPlay;
-        CqHeadlessCalls m_Open;
-        CqHeadlessCalls m_Prepare;
-        CqHeadlessCalls m_Write;
-        CqHeadlessCalls m_Unprepare;
-        CqHeadlessCalls m_Pause;
-        CqHeadlessCalls m_Restart;
-        CqHeadlessCalls m_Reset;
+        CqHeadlessCalls m_CanPlay;   ///< calls of `fnCanPlay`
+        CqHeadlessCalls m_Open;      ///< calls of `fnOpen`; a failed one returns null
+        CqHeadlessCalls m_Prepare;   ///< calls of `CqWaveOut::fnPrepare`
+        CqHeadlessCalls m_Write;     ///< calls of `CqWaveOut::fnWrite`; a failed one plays nothing
+        CqHeadlessCalls m_Unprepare; ///< calls of `CqWaveOut::fnUnprepare`
+        CqHeadlessCalls m_Pause;     ///< calls of `CqWaveOut::fnPause`
+        CqHeadlessCalls m_Restart;   ///< calls of `CqWaveOut::fnRestart`
+        CqHeadlessCalls m_Reset; ///< calls of `CqWaveOut::fnReset`; after a failed one it plays on
     };
-    const std::shared_ptr<Calls> m_pCalls = std::make_shared<Calls>();
+    const std::shared_ptr<Calls> m_pCalls = std::make_shared<Calls>(); ///< never null
 
     /// Sets whether a block ends, and its end has been reported, before the call that starts it
     /// returns; except for endless loops.

@@ -13,7 +13,7 @@
 /// An application object configured by a script.
 class Q32_API CqHeadlessApp : public CWinApp {
 public:
-    bool m_bMDI = false;
+    bool m_bMDI = false;                        ///< the answer of `IsMDI`
     std::optional<std::string> m_TemplateTitle; ///< none: no document template
 
     bool IsMDI() const override { return m_bMDI; }
@@ -24,6 +24,7 @@ public:
 /// initially null.
 class Q32_API CqHeadlessWindows final : public CqWindowService {
 public:
+    /// Set the application and its main window; null for none.
     void fnSetApp(CWinApp* app) { m_pApp = app; }
     void fnSetMainWnd(CWnd* window) { m_pMainWnd = window; }
 

@@ -11,6 +11,7 @@
 class Q32_API CqHeadlessPlace {
 public:
     virtual ~CqHeadlessPlace() = default;
+    /// The client area in screen coordinates.
     virtual const CRect& fnGetPlace() const = 0;
 };
 
@@ -19,15 +20,18 @@ public:
 template <typename Base>
 class CqHeadlessWndOf : public Base, public CqHeadlessPlace {
 public:
+    /// A message as the window received it.
     struct Message {
-        UINT m_nMessage;
-        WPARAM m_wParam;
-        LPARAM m_lParam;
+        UINT m_nMessage; ///< a WM_, PBM_ or TB_ number
+        WPARAM m_wParam; ///< its first argument
+        LPARAM m_lParam; ///< its second argument
+
         bool operator==(const Message&) const = default;
     };
+    /// A request to repaint.
     struct Invalidation {
         std::optional<RECT> m_Rect; ///< none: the whole client area
-        bool m_bErase;
+        bool m_bErase;              ///< whether the background is to be erased first
     };
 
     /// @param client  the client area in screen coordinates
@@ -35,6 +39,7 @@ public:
 
     /// Moves the client area; the screen's pixels are unchanged.
     void fnMove(const RECT& client) { m_Client = client; }
+    /// @copydoc CqHeadlessPlace::fnGetPlace
     const CRect& fnGetPlace() const override { return m_Client; }
     /// Destroys the window, from the library's view, and its child windows.
     void fnDestroy() {
@@ -45,19 +50,27 @@ public:
     void fnSetAnswer(LRESULT answer) { m_nAnswer = answer; }
     /// Sets the message bar of a frame window, not owned; initially null.
     void fnSetMessageBar(CWnd* bar) { m_pMessageBar = bar; }
+    /// The messages so far, or since they were last cleared.
     const std::vector<Message>& fnGetMessages() const { return m_Messages; }
+    /// Forgets the messages; invalidations stay.
     void fnClearMessages() { m_Messages.clear(); }
+    /// The invalidations so far.
     const std::vector<Invalidation>& fnGetInvalidations() const { return m_Invalidations; }
 
+    /// @copydoc CWnd::GetClientRect
     CRect GetClientRect() const override { return {0, 0, m_Client.Width(), m_Client.Height()}; }
+    /// Records a message and returns the answer that was set.
     LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM lParam) override {
         fnKeep(m_Messages, {message, wParam, lParam});
         return m_nAnswer;
     }
+    /// Records the request.
     void InvalidateRect(const RECT* rect, bool erase) override {
         fnKeep(m_Invalidations, {rect ? std::optional<RECT>(*rect) : std::nullopt, erase});
     }
+    /// False once it is destroyed.
     bool IsWindow() const override { return m_bExists; }
+    /// As set.
     CWnd* GetMessageBar() override { return m_pMessageBar; }
 
 private:
@@ -75,6 +88,7 @@ private:
     std::vector<Invalidation> m_Invalidations;
 };
 
+/// Any window: a main window, a view.
 using CqHeadlessWnd = CqHeadlessWndOf<CWnd>;
 /// A progress bar, whose state can be read from its messages.
 using CqHeadlessProgressCtrl = CqHeadlessWndOf<CProgressCtrl>;
@@ -83,5 +97,7 @@ using CqHeadlessProgressCtrl = CqHeadlessWndOf<CProgressCtrl>;
 class Q32_API CqHeadlessStatusBar : public CqHeadlessWnd {
 public:
     using CqHeadlessWnd::CqHeadlessWnd;
+    /// Fills the client area for WM_ERASEBKGND. Records any message and returns the answer that was
+    /// set.
     LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
 };

@@ -9,8 +9,8 @@
 
 /// The order in which pieces are done.
 enum class CQ_WORK_ORDER {
-    FORWARD,
-    REVERSED,
+    FORWARD,  ///< from piece 0 on
+    REVERSED, ///< from the last piece on
     SCRAMBLED ///< pseudo-random, from a seed
 };
 
@@ -19,6 +19,7 @@ enum class CQ_WORK_ORDER {
 /// while nothing runs.
 class Q32_API CqHeadlessWork final : public CqWorkService {
 public:
+    /// Sets the number of threads that the service claims to have, at least 1.
     void fnSetConcurrency(std::uint32_t concurrency) { m_nConcurrency = concurrency; }
     /// Each task is done in another order of the kind, if it is scrambled.
     void fnSetOrder(CQ_WORK_ORDER order, std::uint32_t seed = 1);

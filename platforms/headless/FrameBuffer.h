@@ -13,10 +13,10 @@ namespace q32::headless {
 
 /// The drawing target of the screen and its device contexts.
 struct FrameBuffer {
-    CqHeadlessMode m_Mode;
-    std::vector<std::uint32_t> m_Pixels; ///< raw pixels, rows from the top
-    CqHeadlessHardware m_Hardware;
-    std::shared_ptr<CqHeadlessMisuses> m_pMisuses;
+    CqHeadlessMode m_Mode;                         ///< size, depth and resolution
+    std::vector<std::uint32_t> m_Pixels;           ///< raw pixels, rows from the top
+    CqHeadlessHardware m_Hardware;                 ///< used at 8 bits only
+    std::shared_ptr<CqHeadlessMisuses> m_pMisuses; ///< receives those of device contexts
 
     /// Index of a pixel, which must lie inside.
     std::size_t fnIndex(int x, int y) const {

@@ -33,37 +33,39 @@
 
 /// The initial state of a headless world. All of it can be changed later through the services.
 struct CqHeadlessOptions {
-    std::uint64_t m_nPhysicalBytes = 0x10000000u; ///< 256 MiB
-    std::vector<CqHeadlessVolume> m_Volumes = {CqHeadlessVolume()};
-    std::string m_szTempDirectory = "C:\\Temp\\"; ///< created if it lies on a volume
-    std::string m_szConfigDirectory = "C:\\Config\\";
+    std::uint64_t m_nPhysicalBytes = 0x10000000u;                   ///< 256 MiB
+    std::vector<CqHeadlessVolume> m_Volumes = {CqHeadlessVolume()}; ///< disks
+    std::string m_szTempDirectory = "C:\\Temp\\";     ///< created if it lies on a volume
+    std::string m_szConfigDirectory = "C:\\Config\\"; ///< of the settings; created likewise
     std::int64_t m_nNow = 946684800; ///< time of new files, in seconds since 1970: 2000-01-01
-    CqHeadlessMode m_Mode;
-    UINT m_nCodePage = 1252; ///< or 932, or 65001
-    int m_nMinutesEast = 0;  ///< east of UTC
+    CqHeadlessMode m_Mode;           ///< the screen
+    UINT m_nCodePage = 1252;         ///< or 932, or 65001
+    int m_nMinutesEast = 0;          ///< east of UTC
 };
 
 /// A headless world. Its services are shared: a platform created from it, or one that uses some of
 /// them, keeps them alive.
 class Q32_API CqHeadlessWorld {
 public:
+    /// Creates all services, and the two directories.
     explicit CqHeadlessWorld(const CqHeadlessOptions& options);
 
-    /// Misuses by the library that a real system would punish.
-    const std::shared_ptr<CqHeadlessMisuses> m_pMisuses;
-    const std::shared_ptr<CqHeadlessDisks> m_pDisks;
-    const std::shared_ptr<CqHeadlessMemory> m_pMemory;
-    const std::shared_ptr<CqHeadlessScratch> m_pScratch;
-    const std::shared_ptr<CqHeadlessFiles> m_pFiles;
-    const std::shared_ptr<CqHeadlessScreen> m_pScreen;
-    const std::shared_ptr<CqHeadlessMessages> m_pMessages;
-    const std::shared_ptr<CqHeadlessKeyboard> m_pKeyboard;
-    const std::shared_ptr<CqHeadlessResources> m_pResources;
-    const std::shared_ptr<CqHeadlessWaveOut> m_pWaveOut;
-    const std::shared_ptr<CqHeadlessMixers> m_pMixers;
-    const std::shared_ptr<CqHeadlessLocale> m_pLocale;
-    const std::shared_ptr<CqHeadlessWindows> m_pWindows;
-    const std::shared_ptr<CqHeadlessWork> m_pWork;
+    // None is null.
+
+    const std::shared_ptr<CqHeadlessMisuses> m_pMisuses;     ///< what a real system would punish
+    const std::shared_ptr<CqHeadlessDisks> m_pDisks;         ///< volumes, directories and files
+    const std::shared_ptr<CqHeadlessMemory> m_pMemory;       ///< address space
+    const std::shared_ptr<CqHeadlessScratch> m_pScratch;     ///< temporary files on the disks
+    const std::shared_ptr<CqHeadlessFiles> m_pFiles;         ///< ordinary files on the disks
+    const std::shared_ptr<CqHeadlessScreen> m_pScreen;       ///< pixels that can be read back
+    const std::shared_ptr<CqHeadlessMessages> m_pMessages;   ///< boxes, answered by a script
+    const std::shared_ptr<CqHeadlessKeyboard> m_pKeyboard;   ///< keys, pressed by a script
+    const std::shared_ptr<CqHeadlessResources> m_pResources; ///< modules, filled by a script
+    const std::shared_ptr<CqHeadlessWaveOut> m_pWaveOut;     ///< devices, advanced by a script
+    const std::shared_ptr<CqHeadlessMixers> m_pMixers;       ///< mixers, added by a script
+    const std::shared_ptr<CqHeadlessLocale> m_pLocale;       ///< code page and time zone
+    const std::shared_ptr<CqHeadlessWindows> m_pWindows;     ///< main window and dump window
+    const std::shared_ptr<CqHeadlessWork> m_pWork; ///< pieces in a scripted order, on one thread
 
     /// A complete platform of this world's services.
     CqPlatform fnPlatform() const;

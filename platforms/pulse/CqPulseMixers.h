@@ -30,6 +30,7 @@ class Connection;
 /// values that differ are reported.
 class Q32_API CqPulseMixers final : public CqMixerService {
 public:
+    /// Over a connection that is shared with the sound output.
     explicit CqPulseMixers(std::shared_ptr<q32::pulse::Connection> connection);
     ~CqPulseMixers() override;
 

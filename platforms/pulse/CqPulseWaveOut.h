@@ -19,6 +19,7 @@ class Connection;
 /// call throws, and for each answer a call waits no longer than the options' patience.
 class Q32_API CqPulseWaveOut final : public CqWaveOutService {
 public:
+    /// Over a connection that is shared with the mixers.
     explicit CqPulseWaveOut(std::shared_ptr<q32::pulse::Connection> connection);
     ~CqPulseWaveOut() override;
 

@@ -16,8 +16,8 @@
 
 /// Both sound services, over one connection.
 struct CqPulse {
-    std::shared_ptr<CqPulseWaveOut> m_pWaveOut;
-    std::shared_ptr<CqPulseMixers> m_pMixers;
+    std::shared_ptr<CqPulseWaveOut> m_pWaveOut; ///< sound output; never null
+    std::shared_ptr<CqPulseMixers> m_pMixers;   ///< volume and mute; never null
 };
 
 /// Creates the services. The server is contacted when first needed, and again at each call until it

@@ -47,15 +47,17 @@ class Q32_API CqImageView : public QAbstractScrollArea {
     Q_OBJECT
 
 public:
-    static constexpr double kMinZoom = 1.0 / 256;
-    static constexpr double kMaxZoom = 64.0;
+    static constexpr double kMinZoom = 1.0 / 256; ///< 256 image pixels to a screen pixel
+    static constexpr double kMaxZoom = 64.0;      ///< 64 screen pixels to an image pixel
 
+    /// Without an image, with the fit on.
     explicit CqImageView(QWidget* parent = nullptr);
     ~CqImageView() override;
 
     /// Shows an image, or nothing for null or an image without storage. It isn't owned, and must be
     /// replaced or outlive this. Zoom and fit are unchanged.
     void fnSetImage(CqImage* image);
+    /// The image; null if there is none.
     CqImage* fnGetImage() const { return m_pImage; }
 
     /// Call when all pixels, the size, depth or palette of the image have changed; everything is
@@ -64,6 +66,7 @@ public:
     /// Call when pixels in a rectangle of the image have changed.
     void fnImageChanged(const CRect& part);
 
+    /// Screen pixels per image pixel.
     double fnGetZoom() const { return m_Zoom; }
     /// Sets the zoom, clamped to kMinZoom and kMaxZoom, or to a lower maximum for images of
     /// millions of pixels across. The position in the middle of the view, or at `anchor`, stays
@@ -123,6 +126,7 @@ public:
     /// Whether reduced copies of the visible tiles, or means, are still being made.
     bool fnIsRefining() const { return m_Idle.isActive(); }
 
+    /// 640 x 480, whatever the image.
     QSize sizeHint() const override;
 
 Q_SIGNALS:
@@ -137,17 +141,28 @@ protected:
     /// Paints on top of the picture, in the coordinates of the view; does nothing by default.
     virtual void fnPaintOver(QPainter& painter, const QRegion& exposed);
 
+    /// Draws what is missing, shows the exposed part, and calls `fnPaintOver`. When memory is
+    /// exhausted, a later event does the rest.
     void paintEvent(QPaintEvent* event) override;
+    /// Fits the image again, if that is on, and reports the visible part.
     void resizeEvent(QResizeEvent* event) override;
+    /// Draws everything again in another palette or style.
     void changeEvent(QEvent* event) override;
+    /// Makes reduced copies and means while the event loop is idle.
     void timerEvent(QTimerEvent* event) override;
+    /// Draws the strip that has become visible, and reports the visible part.
     void scrollContentsBy(int dx, int dy) override;
+    /// Zooms about the cursor; scrolls with the Shift or Alt key.
     void wheelEvent(QWheelEvent* event) override;
+    /// Begins a drag by the middle button, or by the left one while panning is on; ignores others.
     void mousePressEvent(QMouseEvent* event) override;
+    /// Drags the picture, and reports the position; accepts the event only during a drag.
     void mouseMoveEvent(QMouseEvent* event) override;
+    /// Ends a drag.
     void mouseReleaseEvent(QMouseEvent* event) override;
     /// Handles the second press of a double click like any other press.
     void mouseDoubleClickEvent(QMouseEvent* event) override;
+    /// Handles the keys of the view.
     void keyPressEvent(QKeyEvent* event) override;
 
 private:

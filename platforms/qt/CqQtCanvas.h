@@ -20,6 +20,7 @@ class Q32_API CqQtCanvas : public QWidget {
     Q_OBJECT
 
 public:
+    /// Owned by the parent, as any widget. Allocates no pixels yet.
     explicit CqQtCanvas(QWidget* parent = nullptr);
 
     /// The pixels, in the widget's current size and scale; at least one. Those that are new since
@@ -41,6 +42,7 @@ public:
     QRegion fnToPixels(const QRegion& part) const;
 
 protected:
+    /// Copies the exposed part from the pixels.
     void paintEvent(QPaintEvent* event) override;
 
 private:

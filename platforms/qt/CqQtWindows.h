@@ -29,6 +29,7 @@ class CodePage;
 /// The widget behind a window.
 class Q32_API CqQtPlace {
 public:
+    /// Null counts as a widget that is deleted.
     explicit CqQtPlace(QWidget* widget) : m_pWidget(widget) {}
     virtual ~CqQtPlace() = default;
 
@@ -43,7 +44,9 @@ public:
 protected:
     /// The client area in device pixels.
     CRect fnGetClient() const;
+    /// Handles WM_ERASEBKGND; any other message is ignored and returns 0.
     LRESULT fnSend(UINT message, WPARAM wParam) const;
+    /// Requests a repaint of a part in device pixels, or of everything for null.
     void fnInvalidate(const RECT* rect) const;
 
 private:
@@ -58,17 +61,23 @@ private:
 template <typename Base>
 class CqQtWndOf : public Base, public CqQtPlace {
 public:
+    /// @copydoc CqQtPlace::CqQtPlace
     explicit CqQtWndOf(QWidget* widget) : CqQtPlace(widget) {}
 
     /// The window in which a frame shows its messages, not owned; initially null.
     void fnSetMessageBar(CWnd* bar) { m_pMessageBar = bar; }
 
+    /// @copydoc CWnd::GetClientRect
     CRect GetClientRect() const override { return fnGetClient(); }
+    /// Handles WM_ERASEBKGND; any other message is ignored and returns 0.
     LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM) override {
         return fnSend(message, wParam);
     }
+    /// @copydoc CWnd::InvalidateRect
     void InvalidateRect(const RECT* rect, bool) override { fnInvalidate(rect); }
+    /// @copydoc CWnd::IsWindow
     bool IsWindow() const override { return fnGetWidget() != nullptr; }
+    /// As set.
     CWnd* GetMessageBar() override { return m_pMessageBar; }
 
 private:
@@ -81,13 +90,16 @@ using CqQtWnd = CqQtWndOf<CWnd>;
 /// A progress bar. A change is painted at once, even while no events are handled.
 class Q32_API CqQtProgressCtrl final : public CqQtWndOf<CProgressCtrl> {
 public:
+    /// Null counts as a bar that is deleted.
     explicit CqQtProgressCtrl(QProgressBar* bar) : CqQtWndOf(bar) {}
+    /// Handles PBM_SETRANGE and PBM_SETPOS too, which return 0.
     LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
 };
 
 /// A toolbar whose buttons are actions, so that their menu items change with them.
 class Q32_API CqQtToolBar final : public CqQtWndOf<CToolBarCtrl> {
 public:
+    /// Null counts as a toolbar that is deleted. It has no commands yet.
     explicit CqQtToolBar(QToolBar* bar) : CqQtWndOf(bar) {}
 
     /// Assigns a command to an action, which isn't owned.
@@ -102,6 +114,7 @@ private:
 /// An action whose state is being updated, for example that of a menu about to be shown.
 class Q32_API CqQtCmdUI final : public CCmdUI {
 public:
+    /// Identifies an action by its command for one update.
     CqQtCmdUI(UINT command, QAction* action) : m_pAction(action) { m_nID = command; }
     void Enable(bool on) override;
 
@@ -112,6 +125,7 @@ private:
 /// A document whose modified flag is the window's `windowModified`, shown in titles with "[*]".
 class Q32_API CqQtDocument final : public CDocument {
 public:
+    /// `window` usually is the main window.
     explicit CqQtDocument(QWidget* window) : m_pWindow(window) {}
     int IsModified() override { return m_pWindow && m_pWindow->isWindowModified() ? 1 : 0; }
     void SetModifiedFlag(bool modified) override;
@@ -135,9 +149,11 @@ private:
 /// The application and the main window, both set by the host and not owned, and the dump window.
 class Q32_API CqQtWindows final : public CqWindowService {
 public:
+    /// Made by `q32QtWindows`.
     CqQtWindows();
     ~CqQtWindows() override;
 
+    /// Set the application and its main window; null for none.
     void fnSetApp(CWinApp* app) { m_pApp = app; }
     void fnSetMainWnd(CWnd* window) { m_pMainWnd = window; }
     /// The code page of texts; set by the platform.

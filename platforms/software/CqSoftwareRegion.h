@@ -15,12 +15,15 @@ class Q32_API CqSoftwareRegion : public CqRegionObject {
 public:
     /// From `first` to `second`, exclusive.
     using Span = std::pair<LONG, LONG>;
+    /// Those of one band, in order, neither overlapping nor touching.
     using Spans = std::vector<Span>;
 
+    /// The pixels of a rectangle; none if it is empty or inverted.
     explicit CqSoftwareRegion(const RECT& rect);
 
     bool fnCombine(const CqRegionObject& a, const CqRegionObject& b, int mode) override;
     std::vector<RECT> fnGetRects() const override;
+    /// Whether a pixel is in the set.
     bool fnContains(LONG x, LONG y) const;
 
     /// Spans written or moved so far by combinations of all regions: a measure of work independent

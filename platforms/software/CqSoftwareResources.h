@@ -20,8 +20,11 @@ public:
     /// @param codePage  of loaded strings; see `q32::software::fnFromUtf16`
     explicit CqSoftwareResources(UINT codePage);
 
+    /// The host's module, which is there from the start.
     HINSTANCE fnGetHostModule() const { return fnToHandle(0); }
+    /// The library's own module, with its version.
     HINSTANCE fnGetLibraryModule() const { return q32::fnModuleInstance(); }
+    /// Adds an empty module and returns its handle.
     HINSTANCE fnAddModule();
     /// Removes a module with its resources. False for an unknown one.
     bool fnRemoveModule(HINSTANCE module);
@@ -29,6 +32,7 @@ public:
     /// Adds a resource to a module, replacing one of the same type and name. False for an unknown
     /// module.
     bool fnAdd(HINSTANCE module, CqResourceId type, CqResourceId name, std::string_view bytes);
+    /// Removes a resource, whose bytes are then freed. False if it is missing.
     bool fnRemove(HINSTANCE module, CqResourceId type, CqResourceId name);
     /// Adds a text in the code page to a module. It takes precedence over a compiled one of the
     /// same id. False for an unknown module.

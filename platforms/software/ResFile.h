@@ -13,7 +13,7 @@ namespace q32::software {
 
 /// A type or name of a compiled resource: a number, or a text in upper case.
 struct ResName {
-    WORD m_nNumber = 0;
+    WORD m_nNumber = 0;   ///< 0 beside a text
     std::string m_szText; ///< empty: the number is used
 
     // NOLINTNEXTLINE(modernize-use-nullptr): the check takes the comparison's own 0 for a null.
@@ -22,9 +22,9 @@ struct ResName {
 
 /// One entry of a compiled resource file.
 struct ResEntry {
-    ResName m_Type;
-    ResName m_Name;
-    WORD m_nLanguage = 0;
+    ResName m_Type;          ///< a bitmap, a string block, …
+    ResName m_Name;          ///< which of that type
+    WORD m_nLanguage = 0;    ///< as the file has it; 0: neutral
     std::string_view m_Data; ///< points into the file's bytes
 };
 

@@ -24,7 +24,7 @@ public:
 
     /// Adds a module of the host after the others. It must stay loaded until it is removed.
     void fnAddModule(HINSTANCE module) { m_Modules.push_back(module); }
-    /// False for a module that wasn't added.
+    /// Removes a module of the host. False for one that wasn't added.
     bool fnRemoveModule(HINSTANCE module) { return std::erase(m_Modules, module) > 0; }
 
     /// A name that begins with '#' is a number to the system.

@@ -20,6 +20,7 @@ class CodePage;
 /// The system's window behind a window.
 class Q32_API CqWin32Place {
 public:
+    /// Null counts as a window that is destroyed.
     explicit CqWin32Place(HWND window) : m_Window(window) {}
     virtual ~CqWin32Place() = default;
 
@@ -27,8 +28,11 @@ public:
     HWND fnGetHandle() const { return m_Window && ::IsWindow(m_Window) ? m_Window : nullptr; }
 
 protected:
+    /// The client area, from (0, 0); empty once the window is destroyed.
     CRect fnGetClient() const;
+    /// Passes a message on to the window, but handles WM_ERASEBKGND.
     LRESULT fnSend(UINT message, WPARAM wParam, LPARAM lParam) const;
+    /// Requests a repaint of a part, or of everything for null.
     void fnInvalidate(const RECT* rect, bool erase) const;
 
 private:
@@ -40,19 +44,27 @@ private:
 template <typename Base>
 class CqWin32WndOf : public Base, public CqWin32Place {
 public:
+    /// @copydoc CqWin32Place::CqWin32Place
     explicit CqWin32WndOf(HWND window) : CqWin32Place(window) {}
 
     /// The window in which a frame shows its messages, not owned; initially null.
     void fnSetMessageBar(CWnd* bar) { m_pMessageBar = bar; }
 
+    /// @copydoc CWnd::GetClientRect
     CRect GetClientRect() const override { return fnGetClient(); }
+    /// Passes a message on to the window, but handles WM_ERASEBKGND.
     LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM lParam) override {
         return fnSend(message, wParam, lParam);
     }
+    /// @copydoc CWnd::InvalidateRect
     void InvalidateRect(const RECT* rect, bool erase) override { fnInvalidate(rect, erase); }
+    /// @copydoc CWnd::IsWindow
     bool IsWindow() const override { return fnGetHandle() != nullptr; }
+    /// As set.
     CWnd* GetMessageBar() override { return m_pMessageBar; }
+    /// @copydoc CWnd::GetDlgCtrlID
     int GetDlgCtrlID() const override { return ::GetDlgCtrlID(fnGetHandle()); }
+    /// Destroys the system's window. False for one of another thread, and if it is gone.
     bool DestroyWindow() override { return ::DestroyWindow(fnGetHandle()) != 0; }
 
 private:
@@ -68,13 +80,16 @@ using CqWin32ToolBar = CqWin32WndOf<CToolBarCtrl>;
 /// A progress bar of the system. A change is painted at once, even while no messages are handled.
 class Q32_API CqWin32ProgressCtrl final : public CqWin32WndOf<CProgressCtrl> {
 public:
+    /// Null counts as a bar that is destroyed.
     explicit CqWin32ProgressCtrl(HWND bar) : CqWin32WndOf(bar) {}
+    /// Passes a message on to the bar, and paints the change.
     LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
 };
 
 /// A menu item whose state is being updated, for example on WM_INITMENUPOPUP.
 class Q32_API CqWin32CmdUI final : public CCmdUI {
 public:
+    /// Identifies an item of a menu by its command for one update.
     CqWin32CmdUI(UINT command, HMENU menu) : m_Menu(menu) { m_nID = command; }
     void Enable(bool on) override;
 
@@ -97,9 +112,11 @@ private:
 /// The application and the main window, both set by the host and not owned, and the dump window.
 class Q32_API CqWin32Windows final : public CqWindowService {
 public:
+    /// Made by `q32Win32Windows`.
     CqWin32Windows();
     ~CqWin32Windows() override;
 
+    /// Set the application and its main window; null for none.
     void fnSetApp(CWinApp* app) { m_pApp = app; }
     void fnSetMainWnd(CWnd* window) { m_pMainWnd = window; }
     /// The code page of texts; set by the platform.

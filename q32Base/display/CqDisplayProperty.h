@@ -40,17 +40,22 @@ public:
     /// False when the file's location is unknown, a write fails, or gamma can't be switched on.
     bool fnSerialize(bool bLoad);
 
+    /// Width and height of the screen in pixels.
     CSize fnGetDisplaySize() const { return {m_nDisplayWidth, m_nDisplayHeight}; }
+    /// Horizontal and vertical resolution of the screen in dots per inch.
     CSize fnGetDPI() const { return {m_nDpiX, m_nDpiY}; }
     /// Bits a pixel used for drawing. A screen of 16 bits counts as one of 24.
     unsigned int fnGetColorDepth() const { return m_nColorDepth; }
 
+    /// Whether `fnHiColorDither` has an effect; initially true. It is one of the settings.
     void fnEnableHiColorDither(bool bEnable) { m_bHiColorDither = bEnable; }
     bool fnIsHiColorDitherEnabled() const { return m_bHiColorDither; }
     /// Whether the screen really has 16 bits a pixel.
     bool fnIsHiColorDisplay() const { return m_bHiColorDisplay; }
 
+    /// The gamma in force while gamma is on; 180 is neutral.
     unsigned int fnGetGammaValue() const { return m_nGammaValue; }
+    /// Whether gamma is on; initially true.
     bool fnIsGammaEnabled() const { return m_bGammaEnabled; }
     /// Whether gamma is on and changes anything.
     bool fnIsGammaInEffect() const { return m_bGammaEnabled && m_nGammaValue != kNeutralGamma; }
@@ -94,9 +99,13 @@ public:
 
 protected:
     /// Size of an ordered-dither table. Any value but the first two means 8 by 8.
-    enum DITHER_PATTERN : int { DITHER_2X2 = 0, DITHER_4X4 = 1, DITHER_8X8 = 2 };
+    enum DITHER_PATTERN : int {
+        DITHER_2X2 = 0, ///< ranks 0 to 3
+        DITHER_4X4 = 1, ///< ranks 0 to 15
+        DITHER_8X8 = 2  ///< ranks 0 to 63
+    };
 
-    static constexpr unsigned int kNeutralGamma = 180;
+    static constexpr unsigned int kNeutralGamma = 180; ///< the value that changes nothing
 
     /// Fills a square ordered-dither table, row by row, with the ranks from 0 on.
     void fnBuildDitherTable(unsigned char* pTable, DITHER_PATTERN ePattern);
@@ -110,26 +119,27 @@ protected:
 
     static CPalette m_Pal666; ///< made by the first constructor, kept until the program ends
 
-    std::int32_t m_nDisplayWidth = 0; ///< pixels
-    std::int32_t m_nDisplayHeight = 0;
-    std::int32_t m_nDpiX = 0; ///< dots per inch
-    std::int32_t m_nDpiY = 0;
-    std::uint32_t m_nColorDepth = 0;
-    bool m_bHiColorDisplay = false;
-    bool m_bHiColorDither = true;
-    unsigned char m_byHiColorPattern[16]; ///< 4 rows of 4, values 0 to 15
-    bool m_bGammaEnabled = true;
-    std::uint32_t m_nGammaValue = kNeutralGamma;
-    std::unique_ptr<unsigned char[]> m_pGammaCurve; ///< 256 bytes, while gamma is on
-    unsigned char m_byDitherPattern[64];            ///< 8 rows of 8, values 0 to 50
-    /// Quotients by 51, then remainders, 256 bytes each, while `m_nColorDepth` is 8.
-    std::unique_ptr<unsigned char[]> m_pMappingTable;
+    std::int32_t m_nDisplayWidth = 0;                 ///< pixels
+    std::int32_t m_nDisplayHeight = 0;                ///< pixels
+    std::int32_t m_nDpiX = 0;                         ///< dots per inch
+    std::int32_t m_nDpiY = 0;                         ///< dots per inch
+    std::uint32_t m_nColorDepth = 0;                  ///< bits a pixel; 24 for a screen of 16
+    bool m_bHiColorDisplay = false;                   ///< whether the screen has 16
+    bool m_bHiColorDither = true;                     ///< whether pixels are dithered for it
+    unsigned char m_byHiColorPattern[16];             ///< 4 rows of 4, values 0 to 15
+    bool m_bGammaEnabled = true;                      ///< whether gamma is on
+    std::uint32_t m_nGammaValue = kNeutralGamma;      ///< as set
+    std::unique_ptr<unsigned char[]> m_pGammaCurve;   ///< 256 bytes, while gamma is on
+    unsigned char m_byDitherPattern[64];              ///< 8 rows of 8, values 0 to 50
+    std::unique_ptr<unsigned char[]> m_pMappingTable; ///< quotients by 51, then remainders, 256
+                                                      ///< bytes each, while `m_nColorDepth` is 8
     // What levels 0 to 5 of a component add to an index. The tables are adjacent: level 6 reads the
     // first entry of the next table, or the spare byte after the last one, so it adds nothing.
-    unsigned char m_byStep36[6];
-    unsigned char m_byStep6[6];
-    unsigned char m_byStep1[6];
-    unsigned char m_bySpare = 0;
+
+    unsigned char m_byStep36[6]; ///< of red: 0, 36 to 180
+    unsigned char m_byStep6[6];  ///< of green: 0, 6 to 30
+    unsigned char m_byStep1[6];  ///< of blue: 0 to 5
+    unsigned char m_bySpare = 0; ///< stands behind the last table
 
 private:
     friend class q32::GammaPause;

@@ -18,17 +18,25 @@
 template <typename TYPE, typename ARG_TYPE>
 class CArray : public CObject {
 public:
+    /// Empty, without storage.
     CArray() = default;
     ~CArray() override { fnFree(); }
 
+    /// Number of elements.
     int GetSize() const { return m_nSize; }
+    /// Index of the last element; -1 for an empty array.
     int GetUpperBound() const { return m_nSize - 1; }
+    /// Whether there are no elements.
     bool IsEmpty() const { return m_nSize == 0; }
     /// Elements that fit into the present storage.
     int GetCapacity() const { return m_nMaxSize; }
+    /// The first element, which all others follow; owned by the array and valid until it grows or
+    /// shrinks its storage. Null without storage.
     TYPE* GetData() { return m_pData; }
     const TYPE* GetData() const { return m_pData; }
 
+    /// The element at `index`, from 0 to the upper bound. The reference is valid as long as the
+    /// storage.
     TYPE& operator[](int index) { return ElementAt(index); }
     const TYPE& operator[](int index) const { return GetAt(index); }
     const TYPE& GetAt(int index) const {
@@ -39,6 +47,7 @@ public:
         assert(index >= 0 && index < m_nSize);
         return m_pData[index];
     }
+    /// Replaces an element that exists.
     void SetAt(int index, ARG_TYPE value) { ElementAt(index) = value; }
 
     /// Sets the size; 0 frees the storage. A `growBy` of -1 keeps the step; 0 selects the rule
@@ -60,6 +69,7 @@ public:
         m_nSize = newSize;
     }
 
+    /// Removes all elements and frees the storage; the growth step stays.
     void RemoveAll() { SetSize(0, -1); }
     /// Shrinks the storage to the size.
     void FreeExtra() {
@@ -87,6 +97,7 @@ public:
         std::copy_n(other.m_pData, count, m_pData + old);
         return old;
     }
+    /// Takes the size and copies of the elements of another array, which may be this one.
     void Copy(const CArray& other) {
         if (this == &other)
             return;
@@ -111,6 +122,7 @@ public:
             std::move_backward(m_pData + index, m_pData + old, m_pData + old + count);
         std::fill_n(m_pData + index, count, copy);
     }
+    /// Removes `count` elements, which must exist; those behind them move up. The storage stays.
     void RemoveAt(int index, int count = 1) {
         assert(index >= 0 && count >= 0 && index + count <= m_nSize);
         std::move(m_pData + index + count, m_pData + m_nSize, m_pData + index);
@@ -154,5 +166,7 @@ private:
 
 /// Objects by pointer; not owned.
 using CObArray = CArray<CObject*, CObject*>;
+/// Unsigned numbers of 32 bits.
 using CDWordArray = CArray<std::uint32_t, std::uint32_t>;
+/// Unsigned numbers.
 using CUIntArray = CArray<unsigned int, unsigned int>;

@@ -16,5 +16,6 @@ public:
 
     UINT m_nID = 0; ///< its command id
 
+    /// Enables the item, or greys it out.
     virtual void Enable(bool on) = 0;
 };

@@ -14,16 +14,18 @@
 /// CMemoryException.
 class Q32_API CFile : public CObject {
 public:
+    /// How a file is opened: one mode, one way of sharing, and modeCreate or not, combined by OR.
     enum OpenFlags : unsigned int {
-        modeRead = 0x0000,
-        modeWrite = 0x0001,
-        modeReadWrite = 0x0002,
-        shareExclusive = 0x0010,
-        shareDenyWrite = 0x0020,
-        shareDenyNone = 0x0040,
-        modeCreate = 0x1000
+        modeRead = 0x0000,       ///< only for reading
+        modeWrite = 0x0001,      ///< only for writing
+        modeReadWrite = 0x0002,  ///< for both
+        shareExclusive = 0x0010, ///< nobody else may have it open
+        shareDenyWrite = 0x0020, ///< as shareDenyNone
+        shareDenyNone = 0x0040,  ///< others may use it
+        modeCreate = 0x1000      ///< creates the file; an existing one is truncated
     };
 
+    /// No file: only `Open` and `Close` may be called, all else fails with FILE_CAUSE_INVALID.
     CFile() = default;
     /// Opens a file with OpenFlags; raises CFileException on failure.
     CFile(const char* fileName, unsigned int flags);
@@ -36,12 +38,17 @@ public:
 
     /// Reads up to `count` bytes, fewer only at the end; returns the bytes read.
     virtual std::size_t Read(void* buffer, std::size_t count);
+    /// Writes all `count` bytes at the present position.
     virtual void Write(const void* buffer, std::size_t count);
-    /// Moves to `position` bytes from the start.
+    /// Moves to `position` bytes from the start; beyond the end is allowed.
     virtual void Seek(std::uint64_t position);
+    /// Length of the file in bytes.
     virtual std::uint64_t GetLength();
+    /// Closes the file; raises CFileException if something could not be written, with the file
+    /// closed all the same. Does nothing without a file.
     virtual void Close();
 
+    /// The name as passed to `Open`, also after `Close`; empty before.
     const CString& GetFilePath() const { return m_strFileName; }
 
 private:
@@ -54,6 +61,7 @@ private:
 /// A file in memory, which grows as it is written.
 class Q32_API CMemFile : public CFile {
 public:
+    /// Empty.
     CMemFile() = default;
     /// Starts with a copy of `count` bytes, positioned at its start.
     CMemFile(const void* bytes, std::size_t count);

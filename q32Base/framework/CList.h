@@ -17,12 +17,17 @@ using POSITION = struct POSITION__*;
 template <typename TYPE, typename ARG_TYPE>
 class CList : public CObject {
 public:
+    /// An empty list. `blockSize`, above 0, is the number of nodes allocated at a time.
     explicit CList(int blockSize = 10) : m_nBlockSize(blockSize) { assert(blockSize > 0); }
     ~CList() override { RemoveAll(); }
 
+    /// Number of elements.
     int GetCount() const { return m_nCount; }
+    /// Whether there are no elements.
     bool IsEmpty() const { return m_nCount == 0; }
 
+    /// Position of the first or the last element; null for an empty list. A position is valid until
+    /// its element is removed.
     POSITION GetHeadPosition() const { return fnPosition(m_pHead); }
     POSITION GetTailPosition() const { return fnPosition(m_pTail); }
     /// Returns the element at `position` and advances `position`, to null after the last element.
@@ -38,11 +43,12 @@ public:
         position = fnPosition(node->m_pNext);
         return node->m_Value;
     }
+    /// The element at a position, which must not be null.
     TYPE& GetAt(POSITION position) { return fnNode(position)->m_Value; }
     const TYPE& GetAt(POSITION position) const { return fnNode(position)->m_Value; }
 
-    /// Appends at the tail. If memory is exhausted, raises the memory exception; the list is then
-    /// unchanged.
+    /// Appends a copy at the tail, and returns its position. If memory is exhausted, raises the
+    /// memory exception; the list is then unchanged.
     POSITION AddTail(ARG_TYPE value) {
         Node* node = fnNewNode(value);
         node->m_pPrevious = m_pTail;
@@ -50,6 +56,7 @@ public:
         m_pTail = node;
         return fnPosition(node);
     }
+    /// The same at the head.
     POSITION AddHead(ARG_TYPE value) {
         Node* node = fnNewNode(value);
         node->m_pNext = m_pHead;
@@ -67,6 +74,7 @@ public:
         return nullptr;
     }
 
+    /// Removes the element at a position, which must not be null. All other positions stay valid.
     void RemoveAt(POSITION position) {
         assert(position && m_nCount > 0);
         Node* node = fnNode(position);
@@ -82,6 +90,7 @@ public:
             fnFreeBlocks();
     }
 
+    /// Removes all elements and frees the blocks.
     void RemoveAll() {
         for (Node* node = m_pHead; node;) {
             Node* next = node->m_pNext;

@@ -13,6 +13,7 @@ public:
     void Delete();
 
 protected:
+    /// `autoDelete`: allocated for one throw, so that `Delete` frees it.
     explicit CException(bool autoDelete) : m_bAutoDelete(autoDelete) {}
 
 private:
@@ -38,13 +39,21 @@ public:
 /// An archive ended early or was used against its direction.
 class Q32_API CArchiveException final : public CException {
 public:
-    enum CAUSE { none, genericException, readOnly, endOfFile, writeOnly };
+    /// What went wrong.
+    enum CAUSE {
+        none,             ///< no failure
+        genericException, ///< any other reason
+        readOnly,         ///< writing while loading
+        endOfFile,        ///< the file ended within a value
+        writeOnly         ///< reading while storing
+    };
 
     static const CRuntimeClass classCArchiveException;
     const CRuntimeClass* GetRuntimeClass() const override;
+    /// For one throw; see `AfxThrowArchiveException`.
     explicit CArchiveException(CAUSE cause) : CException(true), m_cause(cause) {}
 
-    CAUSE m_cause;
+    CAUSE m_cause; ///< what went wrong
 };
 
 /// Throw the exceptions; if one can't be allocated, the memory exception instead.

@@ -14,6 +14,7 @@ namespace q32 {
 template <typename Object>
 class Q32_API ScreenObject : public CObject {
 public:
+    /// Whether there is an object.
     bool HasHandle() const { return m_pObject != nullptr; }
     /// The screen's object; null when there is none.
     Object* GetObject() const { return m_pObject.get(); }

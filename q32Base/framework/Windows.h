@@ -73,10 +73,12 @@ public:
     ~CWnd() override;
 
     /// A device context of the client area, by the platform in force; null on failure. Release it
-    /// by `ReleaseDC`, which never throws. Raises the memory exception.
+    /// by `ReleaseDC`. Raises the memory exception.
     CDC* GetDC();
+    /// Releases a device context of `GetDC`. Never throws.
     void ReleaseDC(CDC* dc) noexcept;
 
+    /// The client area in its own coordinates: (0, 0) to its size in pixels.
     virtual CRect GetClientRect() const = 0;
     /// Handles a message. The wParam of WM_ERASEBKGND is the CDC* to erase on.
     virtual LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM lParam) = 0;
@@ -117,12 +119,15 @@ class Q32_API CToolBarCtrl : public CWnd {};
 /// unavailable or memory is exhausted.
 class Q32_API CClientDC {
 public:
+    /// Takes the device context of `window`, which must outlive this object. Never throws.
     explicit CClientDC(CWnd* window);
     ~CClientDC();
     CClientDC(const CClientDC&) = delete;
     CClientDC& operator=(const CClientDC&) = delete;
 
-    CDC* GetDC() const { return m_pDC; } ///< may be null
+    /// The device context; null if there is none. Owned by this object.
+    CDC* GetDC() const { return m_pDC; }
+    /// Whether there is a device context; `->` needs one.
     explicit operator bool() const { return m_pDC != nullptr; }
     CDC* operator->() const { return m_pDC; }
 

@@ -18,6 +18,7 @@ class CqPolyline2D;
 struct Q32_API CqCubicBezier2D {
     /// All points at the origin, thickness 0.
     CqCubicBezier2D() = default;
+    /// From the four control points, with their box. Integer points are converted exactly.
     CqCubicBezier2D(const CqPoint2D& p0, const CqPoint2D& p1, const CqPoint2D& p2,
                     const CqPoint2D& p3, double thickness);
     CqCubicBezier2D(const CPoint& p0, const CPoint& p1, const CPoint& p2, const CPoint& p3,
@@ -27,6 +28,7 @@ struct Q32_API CqCubicBezier2D {
 
     CqCubicBezier2D& operator=(const CqCubicBezier2D&) = default;
 
+    /// The stored thickness, in the units of the points.
     double fnGetThickness() const { return m_Thickness; }
     void fnSetThickness(double thickness) { m_Thickness = thickness; }
     /// The bounding box of the control points, not the tight one of the curve.
@@ -86,11 +88,12 @@ struct Q32_API CqCubicBezier2D {
     /// changed.
     void fnSerialize(CArchive& ar);
 
-    CqPoint2D m_Points[4]; ///< writing to them doesn't update the box
-    double m_Thickness = 0.0;
-    CqRect2D m_BoundRect;
+    CqPoint2D m_Points[4];    ///< writing to them doesn't update the box
+    double m_Thickness = 0.0; ///< in the units of the points
+    CqRect2D m_BoundRect;     ///< the box of the points when they were last set as a whole
 
 protected:
+    /// Recomputes the box from the points.
     void fnFindBoundRect();
 };
 

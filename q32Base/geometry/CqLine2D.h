@@ -12,13 +12,16 @@ class CqImage;
 /// Nothing fails, and neither zero-length segments nor parallel lines are detected: the
 /// not-a-number that results counts as a hit, deliberately.
 struct Q32_API CqLine2D {
+    /// Both ends at the origin.
     CqLine2D() = default;
+    /// From one point to another.
     CqLine2D(const CqPoint2D& start, const CqPoint2D& end) : m_Start(start), m_End(end) {}
     CqLine2D(const CqLine2D&) = default;
     ~CqLine2D() = default;
 
     CqLine2D& operator=(const CqLine2D&) = default;
 
+    /// Distance of the ends.
     double fnFindLength() const { return m_Start.fnFindDistance(m_End); }
     /// The point at t on the infinite line; t isn't clamped.
     CqPoint2D fnComputePointOnLine(double t) const { return m_Start * (1.0 - t) + m_End * t; }
@@ -48,8 +51,8 @@ struct Q32_API CqLine2D {
     /// pixels of the image, once the line is drawn.
     void fnRasterize(CqImage& image, const CqColor& color);
 
-    CqPoint2D m_Start;
-    CqPoint2D m_End;
+    CqPoint2D m_Start; ///< at t = 0
+    CqPoint2D m_End;   ///< at t = 1
 };
 
 static_assert(std::is_trivially_copyable_v<CqLine2D> && std::is_standard_layout_v<CqLine2D>);

@@ -33,12 +33,16 @@ struct Q32_API CqMatrix2D {
     /// m_TransX both differ, or m_ShearY and m_ScaleY both differ, or m_TransY differs.
     bool operator!=(const CqMatrix2D& other) const;
 
-    /// These four set all six elements, whatever their values were; to combine transforms, call
-    /// fnConcat.
+    // These four set all six elements, whatever their values were; to combine transforms, call
+    // fnConcat.
+
+    /// Becomes the identity.
     void fnIdentity() { *this = CqMatrix2D(); }
+    /// Becomes a translation.
     void fnTranslate(double tx, double ty) { *this = CqMatrix2D(1.0, 1.0, 0.0, 0.0, tx, ty); }
+    /// Becomes a scale about the origin; a negative factor mirrors.
     void fnScale(double sx, double sy) { *this = CqMatrix2D(sx, sy, 0.0, 0.0, 0.0, 0.0); }
-    /// About the origin; the angle is not reduced.
+    /// Becomes a rotation about the origin; the angle is not reduced.
     void fnRotate(double angle);
 
     /// Becomes the transform that applies this matrix first and `next` after it.
@@ -59,12 +63,12 @@ struct Q32_API CqMatrix2D {
     /// `fnTranslate` gives false, deliberately: its scales are 1.
     bool fnHasTranslateOnly() const;
 
-    double m_ScaleX = 1.0;
-    double m_ShearX = 0.0;
-    double m_TransX = 0.0;
-    double m_ShearY = 0.0;
-    double m_ScaleY = 1.0;
-    double m_TransY = 0.0;
+    double m_ScaleX = 1.0; ///< factor of x in the new x
+    double m_ShearX = 0.0; ///< factor of y in the new x
+    double m_TransX = 0.0; ///< added to the new x
+    double m_ShearY = 0.0; ///< factor of x in the new y
+    double m_ScaleY = 1.0; ///< factor of y in the new y
+    double m_TransY = 0.0; ///< added to the new y
 };
 
 static_assert(std::is_trivially_copyable_v<CqMatrix2D> && std::is_standard_layout_v<CqMatrix2D>);

@@ -17,28 +17,37 @@ struct CqCubicBezier2D;
 /// raises CMemoryException, with the lists incomplete.
 class Q32_API CqPolyline2D {
 public:
+    /// A list of numbers.
     using Values = CArray<double, double>;
+    /// A list of positions.
     using Places = CArray<CqPolyPoint2D, const CqPolyPoint2D&>;
 
+    /// Without vertices.
     CqPolyline2D() = default;
+    /// Copies vertices, records and box.
     CqPolyline2D(const CqPolyline2D& other);
     virtual ~CqPolyline2D();
 
+    /// Copies vertices, records and box.
     CqPolyline2D& operator=(const CqPolyline2D& other);
     /// Adds the point to each vertex and to the cached box.
     void operator+=(const CqPoint2D& offset);
 
+    /// Number of segments: one less than vertices, and 0 without any.
     virtual int fnGetNumberLine() const;
     /// The segment from vertex `index` to the next one.
     virtual CqLine2D fnGetLine(int index) const;
     /// The record of a segment; returns its tag.
     virtual int fnGetParam(int index, double& t0, double& t1) const;
+    /// Appends a record: the tag, and the two parameters.
     virtual void fnAddParam(int tag, double t0, double t1);
     /// Removes the last segment and its record; there must be at least one of each. Removing the
     /// only segment empties all three lists.
     virtual void fnRemoveLine();
 
+    /// Number of vertices.
     int fnGetNumberVertex() const { return m_Vertices.GetSize(); }
+    /// A vertex. Writing to it doesn't update the cached box.
     CqPoint2D fnGetVertex(int index) const { return m_Vertices[index]; }
     CqPoint2D& fnGetVertex(int index) { return m_Vertices[index]; }
     /// The cached box, as the last `fnFindBoundRect` left it, moved by `operator+=` since.
@@ -88,10 +97,10 @@ public:
     void fnIntersectY(double y, Values& values, Places* where) const;
 
 protected:
-    CArray<CqPoint2D, const CqPoint2D&> m_Vertices;
-    CUIntArray m_Tags;
-    Values m_Params; ///< two to a record
-    CqRect2D m_BoundRect;
+    CArray<CqPoint2D, const CqPoint2D&> m_Vertices; ///< the ends of the segments, in order
+    CUIntArray m_Tags;                              ///< one to a record
+    Values m_Params;                                ///< two to a record
+    CqRect2D m_BoundRect;                           ///< the cached box
 
 private:
     friend struct CqCubicBezier2D;

@@ -12,6 +12,7 @@
 struct Q32_API CqQuadBezier2D {
     /// All points at the origin, thickness 0.
     CqQuadBezier2D() = default;
+    /// From the three control points, with their box. Integer points are converted exactly.
     CqQuadBezier2D(const CqPoint2D& p0, const CqPoint2D& p1, const CqPoint2D& p2, double thickness);
     CqQuadBezier2D(const CPoint& p0, const CPoint& p1, const CPoint& p2, double thickness);
     CqQuadBezier2D(const CqQuadBezier2D&) = default;
@@ -19,6 +20,7 @@ struct Q32_API CqQuadBezier2D {
 
     CqQuadBezier2D& operator=(const CqQuadBezier2D&) = default;
 
+    /// The stored thickness, in the units of the points.
     double fnGetThickness() const { return m_Thickness; }
     void fnSetThickness(double thickness) { m_Thickness = thickness; }
     /// The bounding box of the control points, not the tight one of the curve.
@@ -49,11 +51,12 @@ struct Q32_API CqQuadBezier2D {
     ///         when memory for the hits runs out
     int fnIntersectLine(const CqLine2D& line, double& t1, double& t2) const;
 
-    CqPoint2D m_Points[3]; ///< writing to them doesn't update the box
-    double m_Thickness = 0.0;
-    CqRect2D m_BoundRect;
+    CqPoint2D m_Points[3];    ///< writing to them doesn't update the box
+    double m_Thickness = 0.0; ///< in the units of the points
+    CqRect2D m_BoundRect;     ///< the box of the points when they were last set as a whole
 
 protected:
+    /// Recomputes the box from the points.
     void fnFindBoundRect();
 };
 

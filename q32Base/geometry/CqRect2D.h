@@ -12,7 +12,9 @@
 /// "Empty" means neither width nor height; a rectangle with one of them is not empty. "Null" means
 /// that all four fields are near zero.
 struct Q32_API CqRect2D {
+    /// All four edges 0: empty and null.
     CqRect2D() : CqRect2D(0.0, 0.0, 0.0, 0.0) {}
+    /// The edges as they are, not ordered.
     CqRect2D(double left, double top, double right, double bottom)
         : m_Left(left), m_Top(top), m_Right(right), m_Bottom(bottom) {}
     CqRect2D(const RECT& rect) : CqRect2D(rect.left, rect.top, rect.right, rect.bottom) {}
@@ -41,11 +43,14 @@ struct Q32_API CqRect2D {
     /// References into this rectangle; writing through them changes it.
     CqPoint2D& fnTopLeft() { return m_TopLeft; }
     CqPoint2D& fnBottomRight() { return m_BottomRight; }
+    /// Whether width and height are both within GEOM_EPSILON of 0.
     bool fnIsRectEmpty() const { return q32::fnIsZero(fnWidth()) && q32::fnIsZero(fnHeight()); }
+    /// Whether all four edges are within GEOM_EPSILON of 0.
     bool fnIsRectNull() const;
     /// All four edges, and GEOM_EPSILON around them, belong to the rectangle.
     bool fnPtInRect(const CqPoint2D& point) const;
 
+    /// Adds `dx` to left and right, `dy` to top and bottom.
     void fnOffsetRect(double dx, double dy);
     /// Moves each edge outward by `dx` or `dy`.
     void fnInflateRect(int dx, int dy);
@@ -62,17 +67,17 @@ struct Q32_API CqRect2D {
 
     union {
         struct {
-            double m_Left;
-            double m_Top;
+            double m_Left; ///< smallest x, unless inverted
+            double m_Top;  ///< smallest y, unless inverted
         };
         CqPoint2D m_TopLeft; ///< the same two numbers
     };
     union {
         struct {
-            double m_Right;
-            double m_Bottom;
+            double m_Right;  ///< largest x, unless inverted
+            double m_Bottom; ///< largest y, unless inverted
         };
-        CqPoint2D m_BottomRight;
+        CqPoint2D m_BottomRight; ///< the same two numbers
     };
 };
 

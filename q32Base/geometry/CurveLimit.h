@@ -16,5 +16,6 @@ extern "C" {
 /// itself. For the whole process, from any thread; an operation under way may or may not notice.
 /// @param parts  at least 1; 0 restores `kMaxCurveParts`
 Q32_API void q32SetCurveLimit(std::uint32_t parts);
+/// The limit in force. From any thread.
 Q32_API std::uint32_t q32GetCurveLimit();
 }

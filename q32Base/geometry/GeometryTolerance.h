@@ -25,6 +25,7 @@ inline constexpr double GEOM_PI = std::numbers::pi;
 
 namespace q32 {
 
+/// Less than GEOM_EPSILON from 0, or from each other; false for not-a-number.
 inline bool fnIsZero(double value) {
     return std::fabs(value) < GEOM_EPSILON;
 }

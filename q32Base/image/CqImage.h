@@ -43,6 +43,7 @@ class Q32_API CqImage : public CObject {
 public:
     static const CRuntimeClass classCqImage;
 
+    /// Without storage, at the resolution of the screen (0 without one).
     CqImage();
     /// Calls `fnAlloc`.
     CqImage(unsigned int width, unsigned int height, unsigned int bitCount, const RGBQUAD* palette,
@@ -141,6 +142,8 @@ public:
     /// Size of a full tile.
     CSize fnGetMaxTileSize() const;
 
+    /// Number of the format of the picture file that the image was read from, which the reading of
+    /// a file sets; all bits set means none. Copies of the image don't take it.
     unsigned int fnGetFioPlugin() const { return FioPlugin; }
     void fnSetFioPlugin(unsigned int plugin) { FioPlugin = plugin; }
     /// Returns the plug-in's object, which the image still owns.
@@ -243,22 +246,24 @@ public:
     /// at depths other than 8 bits, to the whole area. Raises the memory exception.
     void fnCreateRgn(unsigned long key, CRgn& region);
 
-    std::uint32_t Width = 0;
-    std::uint32_t Height = 0;
-    std::uint32_t BitCount = 0;
-    std::uint32_t BytesPerPixel = 0;
-    std::uint32_t RowBytes = 0;
-    std::uint32_t PaletteCount = 0;
-    std::uint32_t TileCount = 0;
-    std::uint32_t TilesAcross = 0;
-    std::uint32_t TilesDown = 0;
-    CString Title;
-    std::uint32_t TitleFlag = 1;
+    // The first nine mirror the storage, and are read only; 0 before the first allocation.
+
+    std::uint32_t Width = 0;         ///< in pixels
+    std::uint32_t Height = 0;        ///< in pixels
+    std::uint32_t BitCount = 0;      ///< bits per pixel: 4, 8, 16, 24 or 32
+    std::uint32_t BytesPerPixel = 0; ///< 0 at 4 bits
+    std::uint32_t RowBytes = 0;      ///< bytes of a row across all tiles, without padding
+    std::uint32_t PaletteCount = 0;  ///< entries of the palette; 0 above 8 bits
+    std::uint32_t TileCount = 0;     ///< `TilesAcross` x `TilesDown`; tiles are in row-major order
+    std::uint32_t TilesAcross = 0;   ///< tile columns
+    std::uint32_t TilesDown = 0;     ///< tile rows
+    CString Title;                   ///< for the host; the library only copies it
+    std::uint32_t TitleFlag = 1;     ///< for the host; the library only copies it
     std::int32_t DpiX = 0; ///< horizontal resolution; initially the screen's, in dots per inch
-    std::int32_t DpiY = 0;
+    std::int32_t DpiY = 0; ///< vertical resolution, likewise
     CqTileMap* TileMap = nullptr;          ///< owned; null before the first allocation
     std::uint32_t FioPlugin = 0xFFFFFFFFu; ///< number of the picture file's format; initially none
-    CObject* PluginData = nullptr;         ///< owned
+    CObject* PluginData = nullptr;         ///< data of a format's own, or null; owned
 
 protected:
     /// Sets the initial values.

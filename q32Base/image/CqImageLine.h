@@ -28,12 +28,16 @@ class CqTileMap;
 /// written to that image, and the buffer keeps the length of the first image's row.
 class Q32_API CqImageLine {
 public:
+    /// On no row.
+    /// @param memoryless  has only the walk, and no buffer
+    /// @param claim       marks the row as in use
     explicit CqImageLine(bool memoryless = false, bool claim = false)
         : Memoryless(memoryless), Claim(claim) {}
     ~CqImageLine();
     CqImageLine(const CqImageLine&) = delete;
     CqImageLine& operator=(const CqImageLine&) = delete;
 
+    /// Whether the accessor has no buffer, only the walk.
     bool fnIsMemoryless() const { return Memoryless; }
     /// Address of the pixel at `SegX`.
     unsigned char* fnGetPixel() { return SegPixel; }
@@ -76,17 +80,19 @@ public:
     /// effect. False when a buffer can't be allocated or the platform call fails.
     bool fnDraw(CDC* dc, int x, int y, int count, int sourceX, bool flag);
 
-    std::int32_t Row = -1; ///< -1 when free
-    std::uint32_t Width = 0;
-    std::uint32_t BitCount = 0;
-    std::uint32_t BytesPerPixel = 0;
-    std::uint32_t RowBytes = 0;
+    // Written by the accessor; the caller changes only the bytes of the buffer.
+
+    std::int32_t Row = -1;           ///< -1 when free
+    std::uint32_t Width = 0;         ///< of the row, in pixels
+    std::uint32_t BitCount = 0;      ///< bits per pixel
+    std::uint32_t BytesPerPixel = 0; ///< 0 at 4 bits
+    std::uint32_t RowBytes = 0;      ///< bytes of the row in the buffer
     unsigned char* LineBuffer =
-        nullptr; ///< the row in the image's byte order; null when memoryless
-    CqTileMap* TileMap = nullptr;
-    bool Memoryless = false;
-    bool Claim = false;
-    bool ReadOnly = true;
+        nullptr;                       ///< the row in the image's byte order; null when memoryless
+    CqTileMap* TileMap = nullptr;      ///< the image's storage; not owned
+    bool Memoryless = false;           ///< as constructed
+    bool Claim = false;                ///< whether the row is, or will be, claimed
+    bool ReadOnly = true;              ///< whether the row isn't written back
     std::int32_t SegX = 0;             ///< column of the walk
     std::uint32_t SegTile = 0;         ///< index of the tile that contains it
     std::int32_t SegLeft = 0;          ///< the tile's left edge, in image pixels

@@ -17,6 +17,7 @@ class CqTileMap;
 /// same. Destroy the accessor before the image changes its storage, unless it holds no claim.
 class Q32_API CqImageTile {
 public:
+    /// On no tile. `claim`: marks the tile as in use.
     explicit CqImageTile(bool claim = false) : Claim(claim) {}
     ~CqImageTile();
     CqImageTile(const CqImageTile&) = delete;
@@ -33,20 +34,22 @@ public:
     /// False when a buffer can't be allocated or the platform call fails.
     bool fnDraw(CDC* dc, const CRect& rect, int x, int y, bool background);
 
-    std::int32_t Index = -1; ///< -1 when free
-    std::int32_t Left = 0;   ///< the tile's rectangle, in image pixels
-    std::int32_t Top = 0;
-    std::int32_t Right = 0;
-    std::int32_t Bottom = 0;
-    std::int32_t Width = 0;
-    std::int32_t Height = 0;
-    std::uint32_t BitCount = 0;
+    // Written by the accessor; the caller changes only the bytes of the tile.
+
+    std::int32_t Index = -1;         ///< -1 when free
+    std::int32_t Left = 0;           ///< the tile's rectangle, in image pixels
+    std::int32_t Top = 0;            ///< its first row
+    std::int32_t Right = 0;          ///< the column after its last one
+    std::int32_t Bottom = 0;         ///< the row after its last one
+    std::int32_t Width = 0;          ///< in pixels, at most 128 unless the image has 4 bits
+    std::int32_t Height = 0;         ///< in pixels, likewise
+    std::uint32_t BitCount = 0;      ///< bits per pixel
     std::uint32_t BytesPerPixel = 0; ///< 0 at 4 bits
     std::uint32_t RowBytes = 0;      ///< this tile's own row length
     std::uint32_t Size = 0;          ///< RowBytes x Height
     unsigned char* Pixels = nullptr; ///< first byte of the tile; rows follow without padding
-    CqTileMap* TileMap = nullptr;
-    bool Claim = false;
+    CqTileMap* TileMap = nullptr;    ///< the image's storage; not owned
+    bool Claim = false;              ///< whether the tile is, or will be, claimed
 
 protected:
     /// Stage a part of the scaled tile, which begins at (x, y) of the scaled image, in the map's

@@ -37,8 +37,10 @@ public:
     /// of the bitmap; a mask that is completely covered gets an empty rectangle and keeps its
     /// bitmap. Raises the memory exception, with this mask unchanged.
     void fnMerge(CqMask& other, bool add);
+    /// The sum or difference in a new mask, by the rules of `fnMerge`.
     CqMask operator+(CqMask& other);
     CqMask operator-(CqMask& other);
+    /// The same as `fnMerge`.
     CqMask& operator+=(CqMask& other);
     CqMask& operator-=(CqMask& other);
 

@@ -34,6 +34,7 @@ class CqTileMap;
 /// is (77 red + 150 green + 29 blue) / 256, rounded down.
 class Q32_API CqPixelReader {
 public:
+    /// Takes the palette and the conversion of the image's present depth.
     CqPixelReader(const CqImage& image, PIXEL_ORDER order) noexcept;
 
     /// Bytes per pixel in the reader's order.
@@ -70,6 +71,7 @@ private:
 /// blue. Stored indices of a 4-bit image lose their high four bits.
 class Q32_API CqPixelWriter {
 public:
+    /// Takes the palette and the conversion to the image's present depth.
     CqPixelWriter(CqImage& image, PIXEL_ORDER order) noexcept;
 
     /// Bytes per pixel in the writer's order.

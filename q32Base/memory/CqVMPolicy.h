@@ -14,8 +14,8 @@ inline constexpr int kMaxPathBytes = 260;
 
 /// What the buffers on one scratch disk occupy at present.
 struct CqDiskUsage {
-    std::uint64_t m_nBytes = 0;
-    std::uint32_t m_nFiles = 0;
+    std::uint64_t m_nBytes = 0; ///< sum of the sizes of the files
+    std::uint32_t m_nFiles = 0; ///< one for each buffer
 };
 
 /// Decides where large blocks of pixels or samples lie: in RAM up to a limit, otherwise in a mapped
@@ -25,12 +25,15 @@ struct CqDiskUsage {
 /// checked.
 class Q32_API CqVMPolicy {
 public:
-    static constexpr unsigned int kDisks = 4;
+    static constexpr unsigned int kDisks = 4; ///< number of scratch disks
 
     /// Disk 0 is the system's temporary directory, enabled; the others are empty and disabled.
     CqVMPolicy();
 
+    /// A disk's path, with a backslash at its end; empty if none is set. Raises the memory
+    /// exception.
     CString fnGetDisk(unsigned int index) const { return DiskPaths[index]; }
+    /// Whether new buffers may be placed on a disk.
     bool fnIsDiskEnabled(unsigned int index) const { return DiskFlags[index]; }
     /// Bytes available to the caller at a disk's path; 0 when that can't be determined.
     void fnGetDiskFreeSpace(unsigned int index, ULARGE_INTEGER& space) const;
@@ -38,6 +41,7 @@ public:
     /// but doesn't update `fnIsAnyDiskEnabled`. A path of more than 259 bytes is refused: the disk
     /// keeps its present one.
     void fnSetDisk(unsigned int index, const char* path);
+    /// Sets whether new buffers may be placed on a disk.
     void fnEnableDisk(unsigned int index, bool enable);
     /// Whether any disk was enabled when a flag was last set or the settings were last read.
     bool fnIsAnyDiskEnabled() const { return AnyDiskEnabled; }

@@ -10,8 +10,8 @@ namespace q32 {
 
 /// What the bytes of a new block are.
 enum class BlockContents {
-    ZERO,
-    ANY, ///< for a caller that writes each byte: memory used before isn't cleared
+    ZERO, ///< all of them are 0
+    ANY,  ///< for a caller that writes each byte: memory used before isn't cleared
 };
 
 /// A large block of pixels or samples, in RAM or in a mapped temporary file, with the five values
@@ -30,12 +30,14 @@ public:
     /// Takes ownership of a block of `AllocPixelBuffer`, with the values that describe it.
     PixelBlock(unsigned char* bytes, std::uint32_t size, CqFileHandle file, CqMappingHandle mapping,
                const CString& fileName) noexcept;
+    /// Take the block over; what this object had is released.
     PixelBlock(PixelBlock&& other) noexcept;
     PixelBlock& operator=(PixelBlock&& other) noexcept;
     ~PixelBlock();
 
     /// The block, page-aligned; null for an empty one.
     unsigned char* fnGetBytes() const { return m_pBytes; }
+    /// Bytes of the block, without slack.
     std::uint32_t fnGetSize() const { return m_nSize; }
     /// `kNoFile` for a block in RAM.
     CqFileHandle fnGetFile() const { return m_File; }

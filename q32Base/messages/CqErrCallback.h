@@ -13,6 +13,7 @@ public:
     /// Texts are copied, truncated to 260 bytes without splitting a character; null gives an empty
     /// text.
     CqErrCallback(int nMsgId, HINSTANCE hInstance, const char* pszArg1, const char* pszArg2);
+    /// Copies id, module and texts.
     CqErrCallback(const CqErrCallback& other);
     /// Copies id and module, and those texts that aren't empty: an empty text of the source
     /// deliberately leaves the present one. To copy everything, construct a new object.
@@ -21,15 +22,16 @@ public:
     /// Whether there is a message.
     bool fnGotMsg() const { return m_nMsgId != 0; }
 
+    /// Shows the message. Called by the host alone, in the thread and at the time of its choice.
     virtual void fnOnMessage() = 0;
 
 protected:
-    static constexpr int kTextBytes = 261;
+    static constexpr int kTextBytes = 261; ///< of a text, the terminating zero included
 
     ~CqErrCallback() = default;
 
-    int m_nMsgId = 0; ///< as for `q32ShowMsg`; 0 for no message
-    HINSTANCE m_hInstance = nullptr;
-    char m_szArg1[kTextBytes];
-    char m_szArg2[kTextBytes];
+    int m_nMsgId = 0;                ///< as for `q32ShowMsg`; 0 for no message
+    HINSTANCE m_hInstance = nullptr; ///< module of the host's texts
+    char m_szArg1[kTextBytes];       ///< text for the first place of the message
+    char m_szArg2[kTextBytes];       ///< text for the second place
 };

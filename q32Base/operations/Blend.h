@@ -16,6 +16,7 @@ enum BLEND_MODE : int {
 /// How strongly one image covers another.
 struct CqBlendParam {
     unsigned char m_nOpacity = 255; ///< 0 changes nothing
+
     /// Weights from 0 to 255, 8 bits deep, in the target's coordinates; pixels that it doesn't
     /// cover stay unchanged. Null: 255 everywhere. Not owned.
     const CqMask* m_pMask = nullptr;

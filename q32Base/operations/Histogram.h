@@ -12,11 +12,11 @@ class CqProgressDisplay;
 /// How many pixels have each value of each channel. The luminance is the library's grey: (77 red +
 /// 150 green + 29 blue) / 256, rounded down.
 struct CqHistogram {
-    std::uint64_t m_nRed[256] = {};
-    std::uint64_t m_nGreen[256] = {};
-    std::uint64_t m_nBlue[256] = {};
-    std::uint64_t m_nLuminance[256] = {};
-    std::uint64_t m_nPixels = 0; ///< the sum of each of the four
+    std::uint64_t m_nRed[256] = {};       ///< pixels with each value of red
+    std::uint64_t m_nGreen[256] = {};     ///< with each value of green
+    std::uint64_t m_nBlue[256] = {};      ///< with each value of blue
+    std::uint64_t m_nLuminance[256] = {}; ///< with each grey
+    std::uint64_t m_nPixels = 0;          ///< the sum of each of the four
 };
 
 /// Counts the colours of an image of any depth, with palettes resolved. Of 32-bit images, pixels

@@ -8,9 +8,9 @@ class CqProgressDisplay;
 
 /// A tone curve for each channel: the new value of each old one.
 struct CqToneCurves {
-    unsigned char m_Red[256]; ///< at 8 bits, that of grey
-    unsigned char m_Green[256];
-    unsigned char m_Blue[256];
+    unsigned char m_Red[256];   ///< at 8 bits, that of grey
+    unsigned char m_Green[256]; ///< not read at 8 bits
+    unsigned char m_Blue[256];  ///< not read at 8 bits
 };
 
 /// Maps the channels of a rectangle, clipped to the image, through tone curves, in place. Acts on

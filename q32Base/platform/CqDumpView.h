@@ -25,7 +25,7 @@ protected:
 
 /// How the window is created.
 struct CqDumpViewSetup {
-    const char* m_szCaption;
+    const char* m_szCaption;     ///< the window's title
     std::optional<RECT> m_Place; ///< in screen coordinates; none: the system's default position
     const char* m_szIdlePrompt;  ///< the status bar's text when nothing else is shown
 };
@@ -66,6 +66,7 @@ public:
     virtual void fnCheckMenuItem(UINT id, bool checked) = 0;
     /// Sets whether the window stays above all others. It is neither moved nor resized.
     virtual void fnSetOnTop(bool onTop) = 0;
+    /// Shows the window, which was created hidden.
     virtual void fnShow() = 0;
     /// The window's rectangle, frame included, in screen coordinates.
     virtual RECT fnGetPlace() const = 0;
@@ -75,6 +76,7 @@ public:
     /// Appends to the text, in time that doesn't depend on its present length. False, with nothing
     /// changed, if the back end can't; it then receives the whole text by `fnSetText`.
     virtual bool fnAppendText(const char*, std::size_t) { return false; }
+    /// The whole text.
     virtual std::string fnGetText() const = 0;
 
     /// Shows a save dialog owned by this window and waits for it. A name without an extension gets

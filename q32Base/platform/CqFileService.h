@@ -11,27 +11,27 @@
 
 /// Why a file could not be used: the numbers of CFileException::m_cause.
 enum CQ_FILE_CAUSE : int {
-    FILE_CAUSE_NONE = 0,
-    FILE_CAUSE_GENERIC = 1,
-    FILE_CAUSE_NOT_FOUND = 2,
-    FILE_CAUSE_BAD_PATH = 3,
-    FILE_CAUSE_TOO_MANY_OPEN = 4,
-    FILE_CAUSE_ACCESS_DENIED = 5,
-    FILE_CAUSE_INVALID = 6,
-    FILE_CAUSE_REMOVE_CURRENT_DIR = 7,
-    FILE_CAUSE_DIRECTORY_FULL = 8,
-    FILE_CAUSE_BAD_SEEK = 9,
-    FILE_CAUSE_HARD_IO = 10,
-    FILE_CAUSE_SHARING_VIOLATION = 11,
-    FILE_CAUSE_LOCK_VIOLATION = 12,
-    FILE_CAUSE_DISK_FULL = 13,
-    FILE_CAUSE_END_OF_FILE = 14
+    FILE_CAUSE_NONE = 0,               ///< no failure
+    FILE_CAUSE_GENERIC = 1,            ///< any other reason
+    FILE_CAUSE_NOT_FOUND = 2,          ///< there is no such file
+    FILE_CAUSE_BAD_PATH = 3,           ///< there is no such directory, or the name is invalid
+    FILE_CAUSE_TOO_MANY_OPEN = 4,      ///< the process, or the system, has too many files open
+    FILE_CAUSE_ACCESS_DENIED = 5,      ///< the user may not do that
+    FILE_CAUSE_INVALID = 6,            ///< the file isn't open, or not for that
+    FILE_CAUSE_REMOVE_CURRENT_DIR = 7, ///< the directory is the current one
+    FILE_CAUSE_DIRECTORY_FULL = 8,     ///< the directory takes no more names
+    FILE_CAUSE_BAD_SEEK = 9,           ///< there is no such position
+    FILE_CAUSE_HARD_IO = 10,           ///< the device failed
+    FILE_CAUSE_SHARING_VIOLATION = 11, ///< it is open elsewhere
+    FILE_CAUSE_LOCK_VIOLATION = 12,    ///< a part of it is locked elsewhere
+    FILE_CAUSE_DISK_FULL = 13,         ///< the disk, or the user's share of it, is full
+    FILE_CAUSE_END_OF_FILE = 14        ///< the file ends too early
 };
 
 /// How a stream is opened.
 struct CqFileMode {
-    bool m_bRead = true;
-    bool m_bWrite = false;
+    bool m_bRead = true;       ///< for reading
+    bool m_bWrite = false;     ///< for writing
     bool m_bCreate = false;    ///< an existing file is truncated
     bool m_bExclusive = false; ///< nobody else may have it open
     bool m_bNew = false;       ///< with `m_bCreate`: fails if the name exists
@@ -50,6 +50,7 @@ public:
     virtual CQ_FILE_CAUSE fnWrite(const void* buffer, std::size_t count) = 0;
     /// Moves to `position` bytes from the start; beyond the end is allowed.
     virtual CQ_FILE_CAUSE fnSeek(std::uint64_t position) = 0;
+    /// Stores the length of the file in bytes. Returns the cause on failure.
     virtual CQ_FILE_CAUSE fnGetLength(std::uint64_t& length) = 0;
     /// Closes the file; later calls fail. Returns the cause if something could not be written.
     virtual CQ_FILE_CAUSE fnClose() = 0;
@@ -71,20 +72,23 @@ public:
     virtual CQ_FILE_CAUSE fnCommit() = 0;
 };
 
+/// Space of a volume.
 struct CqDiskSpace {
     std::uint64_t m_nAvailable = 0; ///< bytes that the caller may use
-    std::uint64_t m_nTotal = 0;
+    std::uint64_t m_nTotal = 0;     ///< bytes of the volume, free or not
 };
 
+/// Space of a volume, as the product of three counts.
 struct CqDiskClusters {
-    std::uint32_t m_nSectorsPerCluster = 0;
-    std::uint32_t m_nBytesPerSector = 0;
-    std::uint32_t m_nFreeClusters = 0;
-    std::uint32_t m_nTotalClusters = 0;
+    std::uint32_t m_nSectorsPerCluster = 0; ///< the smallest space that a file takes
+    std::uint32_t m_nBytesPerSector = 0;    ///< usually 512
+    std::uint32_t m_nFreeClusters = 0;      ///< those that the caller may use
+    std::uint32_t m_nTotalClusters = 0;     ///< free or not
 };
 
+/// What `CqFileService::fnGetInfo` reports.
 struct CqFileInfo {
-    std::uint64_t m_nSize = 0;
+    std::uint64_t m_nSize = 0;     ///< bytes
     std::int64_t m_nLastWrite = 0; ///< seconds since 1970-01-01 00:00 UTC
 };
 
@@ -106,6 +110,7 @@ public:
     /// The names, without directories, of the files that match `mask`, a directory followed by a
     /// pattern with `*` and `?`.
     virtual std::vector<std::string> fnFind(const char* mask) = 0;
+    /// Deletes a file. False if it is missing or can't be deleted.
     virtual bool fnDelete(const char* name) = 0;
     /// Size and last write time of a file. With `exclusive` set, fails if anyone else has it open.
     virtual bool fnGetInfo(const char* name, bool exclusive, CqFileInfo& info) = 0;

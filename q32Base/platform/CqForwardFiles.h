@@ -9,6 +9,7 @@
 /// some things itself, such as opening files from an archive.
 class CqForwardFiles : public CqFileService {
 public:
+    /// `other` must not be null.
     explicit CqForwardFiles(std::shared_ptr<CqFileService> other) : m_pOther(std::move(other)) {}
 
     bool fnGetTempDirectory(std::string& directory) override {
@@ -48,5 +49,5 @@ public:
     }
 
 protected:
-    const std::shared_ptr<CqFileService> m_pOther;
+    const std::shared_ptr<CqFileService> m_pOther; ///< receives the calls
 };

@@ -3,6 +3,7 @@
 #include "q32Base/platform/Export.h"
 #include "q32Base/platform/Records.h"
 
+/// A message of the keyboard.
 struct CqKeyMessage {
     UINT m_nMessage = 0; ///< WM_KEYFIRST to WM_KEYLAST
     WPARAM m_wParam = 0; ///< the key

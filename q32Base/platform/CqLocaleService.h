@@ -7,9 +7,10 @@
 #include <cstdint>
 #include <string>
 
-/// Flags of `CqLocaleService::fnFormatTime`.
-inline constexpr UINT kTimeNoSeconds = 2;
-inline constexpr UINT kTimeForce24Hour = 8;
+// Flags of `CqLocaleService::fnFormatTime`.
+
+inline constexpr UINT kTimeNoSeconds = 2;   ///< for `fnFormatTime`: hours and minutes only
+inline constexpr UINT kTimeForce24Hour = 8; ///< for `fnFormatTime`: no AM and PM
 
 /// The user's language and code page. May throw std::bad_alloc.
 class Q32_API CqLocaleService {

@@ -9,17 +9,17 @@
 
 /// Type of a mixer line's control.
 enum class CQ_MIXER_CONTROL : std::uint32_t {
-    MUTE = 0x20010002u,
-    VOLUME = 0x50030001u,
-    BASS = 0x50030002u,
-    TREBLE = 0x50030003u
+    MUTE = 0x20010002u,   ///< 0 or 1
+    VOLUME = 0x50030001u, ///< 0 to 65535, for each channel
+    BASS = 0x50030002u,   ///< 0 to 65535
+    TREBLE = 0x50030003u  ///< 0 to 65535
 };
 
 /// A line of a mixer.
 struct CqMixerLine {
-    std::uint32_t m_nLineId = 0;
-    std::uint32_t m_nChannels = 0;
-    std::uint32_t m_nControls = 0;
+    std::uint32_t m_nLineId = 0;   ///< identifies it within its mixer
+    std::uint32_t m_nChannels = 0; ///< number of channels: 1 for mono, 2 for stereo
+    std::uint32_t m_nControls = 0; ///< number of its controls
 };
 
 /// An open mixer. Destroying it closes it; no change is reported afterwards. It may be destroyed

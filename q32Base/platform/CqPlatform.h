@@ -19,17 +19,18 @@
 /// The services through which the library reaches the system. A host starts from a complete
 /// platform (headless, posix) and replaces individual services. Their ownership is shared.
 struct Q32_API CqPlatform {
-    std::shared_ptr<CqMemoryService> m_pMemory;
-    std::shared_ptr<CqScratchService> m_pScratch;
-    std::shared_ptr<CqFileService> m_pFiles;
-    std::shared_ptr<CqScreenService> m_pScreen;
-    std::shared_ptr<CqMessageService> m_pMessages;
-    std::shared_ptr<CqKeyboardService> m_pKeyboard;
-    std::shared_ptr<CqResourceService> m_pResources;
-    std::shared_ptr<CqWaveOutService> m_pWaveOut;
-    std::shared_ptr<CqMixerService> m_pMixers;
-    std::shared_ptr<CqLocaleService> m_pLocale;
-    std::shared_ptr<CqWindowService> m_pWindows;
+    std::shared_ptr<CqMemoryService> m_pMemory;      ///< blocks of pixels and samples in RAM
+    std::shared_ptr<CqScratchService> m_pScratch;    ///< those that lie in temporary files
+    std::shared_ptr<CqFileService> m_pFiles;         ///< directories, disks and ordinary files
+    std::shared_ptr<CqScreenService> m_pScreen;      ///< device contexts, palettes, regions, fonts
+    std::shared_ptr<CqMessageService> m_pMessages;   ///< message boxes
+    std::shared_ptr<CqKeyboardService> m_pKeyboard;  ///< keys, to look for Esc
+    std::shared_ptr<CqResourceService> m_pResources; ///< what is compiled into the host's modules
+    std::shared_ptr<CqWaveOutService> m_pWaveOut;    ///< sound output
+    std::shared_ptr<CqMixerService> m_pMixers;       ///< volume and tone of the machine
+    std::shared_ptr<CqLocaleService> m_pLocale;      ///< code page, date and time
+    std::shared_ptr<CqWindowService> m_pWindows;     ///< the main window, and dump windows
+
     /// Optional: null means that each operation is done by the thread that calls it.
     std::shared_ptr<CqWorkService> m_pWork;
 

@@ -9,18 +9,20 @@
 /// Names a resource type or a resource: by number, or by name when `m_szName` isn't null
 /// (case-insensitive).
 struct CqResourceId {
+    /// By number.
     CqResourceId(WORD number) : m_nNumber(number) {}
+    /// By a name, which isn't copied.
     CqResourceId(const char* name) : m_szName(name) {}
 
-    WORD m_nNumber = 0;
-    const char* m_szName = nullptr;
+    WORD m_nNumber = 0;             ///< meaningless beside a name
+    const char* m_szName = nullptr; ///< null: by number
 };
 
 /// A resource's bytes, aligned to four. They are owned by the service and valid until the resource
 /// is removed.
 struct CqResourceData {
-    const void* m_pBytes = nullptr;
-    std::size_t m_nSize = 0;
+    const void* m_pBytes = nullptr; ///< the first byte
+    std::size_t m_nSize = 0;        ///< how many there are
 };
 
 /// Resources compiled into the host's modules: bitmaps, sounds, strings, version. Called on the

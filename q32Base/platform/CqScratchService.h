@@ -5,7 +5,9 @@
 #include <cstdint>
 #include <string>
 
+/// An open scratch file; a service chooses the numbers.
 using CqFileHandle = std::uint32_t;
+/// A mapping of such a file; a service chooses the numbers.
 using CqMappingHandle = std::uint32_t;
 
 /// The handle of no file: all bits set.
@@ -48,12 +50,14 @@ public:
     /// the old handle is closed in any case.
     virtual CqFileHandle fnReopen(CqFileHandle file, const char* name) noexcept = 0;
 
+    /// Closes the file, which stays. Its mapping and views must be gone.
     virtual void fnClose(CqFileHandle file) noexcept = 0;
 
     /// Creates a mapping of the first `size` bytes of the file, for reading and writing.
     /// `kNoMapping` on failure, including a shorter file and a size of 0.
     virtual CqMappingHandle fnCreateMapping(CqFileHandle file, std::uint32_t size) = 0;
 
+    /// Closes the mapping. Its views must be gone.
     virtual void fnCloseMapping(CqMappingHandle mapping) noexcept = 0;
 
     /// Maps the entire mapping into memory, page-aligned and in whole pages: the bytes behind it up
@@ -61,6 +65,7 @@ public:
     /// Null on failure.
     virtual void* fnMapView(CqMappingHandle mapping, std::uint32_t size) = 0;
 
+    /// Unmaps a view, given the address and size of `fnMapView`. What was written is in the file.
     virtual void fnUnmapView(void* address, std::uint32_t size) noexcept = 0;
 
     /// Gives advice on the `size` bytes at `address`, which lie in one view but needn't be aligned.

@@ -13,9 +13,11 @@ class CWnd;
 /// The screen's palette object: up to 65,535 entries. Owned by a CPalette.
 class Q32_API CqPaletteObject {
 public:
+    /// Takes the entries over.
     explicit CqPaletteObject(std::vector<PALETTEENTRY> entries) : m_Entries(std::move(entries)) {}
     virtual ~CqPaletteObject() = default;
 
+    /// The entries; the number never changes.
     const std::vector<PALETTEENTRY>& fnGetEntries() const { return m_Entries; }
 
     /// Replaces entries from `first` on; those past the end are dropped. Returns the number
@@ -62,6 +64,7 @@ public:
     /// failure, and for a destroyed window. Owned by the service; release it by `fnReleaseDC`, even
     /// if the window is destroyed meanwhile. Several may be open for one window.
     virtual CDC* fnGetDC(CWnd* window) = 0;
+    /// Releases a device context that `fnGetDC` returned for the same window.
     virtual void fnReleaseDC(CWnd* window, CDC* dc) noexcept = 0;
 
     /// Draws rows of a bitmap on a device. Scans count from 0, the lowest row of the bitmap for a

@@ -31,6 +31,7 @@ public:
     virtual bool fnUnprepare(WAVEHDR& header) = 0;
     /// Pauses until `fnRestart`.
     virtual bool fnPause() = 0;
+    /// Continues after a pause.
     virtual bool fnRestart() = 0;
     /// Stops at once, ends a pause, and returns the block, which is reported like a normal end,
     /// perhaps before this returns. Nothing is reported if nothing is playing.

@@ -1,7 +1,10 @@
 #pragma once
 
-/// Q32_API marks what a shared library exports; everything else is hidden. Q32_LOCAL hides private
-/// functions of an exported class that no inline function calls.
+/// @def Q32_API
+/// Marks what a shared library exports; everything else is hidden.
+/// @def Q32_LOCAL
+/// Hides private functions of an exported class that no inline function calls.
+
 #if defined(_WIN32)
 #define Q32_LOCAL
 #if defined(Q32_BUILDING)

@@ -1,6 +1,7 @@
 /// @file
 /// Platform records and constants that the library uses, with their published layouts. On Windows
-/// they are the system's own; elsewhere they are defined here.
+/// they are the system's own; elsewhere they are defined here. Names that begin with "tag" serve
+/// declarations ahead of the record.
 #pragma once
 
 #include <cstddef>
@@ -61,16 +62,16 @@ static inline LRESULT SendMessage(HWND window, UINT message, WPARAM wParam, LPAR
 #undef Q32_SYSTEM_NAME
 #else
 
-using BYTE = std::uint8_t;
-using WORD = std::uint16_t;
-using DWORD = std::uint32_t;
-using LONG = std::int32_t;
-using UINT = std::uint32_t;
-using HRESULT = std::int32_t;
-using COLORREF = std::uint32_t;
-using WPARAM = std::uintptr_t;
-using LPARAM = std::intptr_t;
-using LRESULT = std::intptr_t;
+using BYTE = std::uint8_t;      ///< 8 bits, unsigned
+using WORD = std::uint16_t;     ///< 16 bits, unsigned
+using DWORD = std::uint32_t;    ///< 32 bits, unsigned
+using LONG = std::int32_t;      ///< 32 bits, signed
+using UINT = std::uint32_t;     ///< 32 bits, unsigned
+using HRESULT = std::int32_t;   ///< a result: below 0 for a failure
+using COLORREF = std::uint32_t; ///< red in bits 0 to 7, green in 8 to 15, blue in 16 to 23
+using WPARAM = std::uintptr_t;  ///< first argument of a message
+using LPARAM = std::intptr_t;   ///< second argument of a message
+using LRESULT = std::intptr_t;  ///< answer to a message
 
 /// A loaded module, in which resources are found. Opaque: only a resource service interprets it.
 using HINSTANCE = struct HINSTANCE__*;
@@ -80,249 +81,251 @@ using HWND = struct HWND__*;
 
 /// What a child window sends its parent with WM_NOTIFY.
 struct tagNMHDR {
-    HWND hwndFrom;
+    HWND hwndFrom;         ///< the child
     std::uintptr_t idFrom; ///< the child's id
-    UINT code;
+    UINT code;             ///< what has happened, as the child numbers it
 };
-using NMHDR = tagNMHDR;
+using NMHDR = tagNMHDR; ///< the name that hosts use
 
 /// One colour of a bitmap's table: blue first.
 struct tagRGBQUAD {
-    BYTE rgbBlue;
-    BYTE rgbGreen;
-    BYTE rgbRed;
-    BYTE rgbReserved;
+    BYTE rgbBlue;     ///< 0 to 255, as the others
+    BYTE rgbGreen;    ///< second byte
+    BYTE rgbRed;      ///< third byte
+    BYTE rgbReserved; ///< not a part of the colour
 };
-using RGBQUAD = tagRGBQUAD;
+using RGBQUAD = tagRGBQUAD; ///< the name that hosts use
 
 /// One colour of a palette object: red first.
 struct tagPALETTEENTRY {
-    BYTE peRed;
-    BYTE peGreen;
-    BYTE peBlue;
-    BYTE peFlags;
+    BYTE peRed;   ///< 0 to 255, as the others
+    BYTE peGreen; ///< second byte
+    BYTE peBlue;  ///< third byte
+    BYTE peFlags; ///< for the system; the library only copies them
 };
-using PALETTEENTRY = tagPALETTEENTRY;
+using PALETTEENTRY = tagPALETTEENTRY; ///< the name that hosts use
 
 /// Header of a palette description; palNumEntries entries start at palPalEntry.
 struct tagLOGPALETTE {
-    WORD palVersion;
-    WORD palNumEntries;
-    PALETTEENTRY palPalEntry[1];
+    WORD palVersion;             ///< 0x300
+    WORD palNumEntries;          ///< at least 1
+    PALETTEENTRY palPalEntry[1]; ///< the first entry; the others follow the record
 };
-using LOGPALETTE = tagLOGPALETTE;
+using LOGPALETTE = tagLOGPALETTE; ///< the name that hosts use
 
 /// Header of a device-independent bitmap: 40 bytes, followed by the colour table or three masks.
 struct tagBITMAPINFOHEADER {
-    DWORD biSize;
-    LONG biWidth;
-    LONG biHeight; ///< above 0: rows stored from the bottom up
-    WORD biPlanes;
-    WORD biBitCount;
-    DWORD biCompression;
-    DWORD biSizeImage;
-    LONG biXPelsPerMeter;
-    LONG biYPelsPerMeter;
-    DWORD biClrUsed;
-    DWORD biClrImportant;
+    DWORD biSize;         ///< bytes of this header: 40
+    LONG biWidth;         ///< in pixels
+    LONG biHeight;        ///< above 0: rows stored from the bottom up
+    WORD biPlanes;        ///< 1
+    WORD biBitCount;      ///< bits per pixel
+    DWORD biCompression;  ///< BI_RGB, BI_RLE8, BI_RLE4 or BI_BITFIELDS
+    DWORD biSizeImage;    ///< bytes of the pixels; 0 where the size alone gives them
+    LONG biXPelsPerMeter; ///< horizontal resolution, in pixels per metre
+    LONG biYPelsPerMeter; ///< vertical resolution, in pixels per metre
+    DWORD biClrUsed;      ///< entries of the colour table; 0: as many as the depth allows
+    DWORD biClrImportant; ///< entries that a device should show; 0: all
 };
-using BITMAPINFOHEADER = tagBITMAPINFOHEADER;
+using BITMAPINFOHEADER = tagBITMAPINFOHEADER; ///< the name that hosts use
 
 #pragma pack(push, 1)
 /// Format of PCM sound; 18 bytes, packed as published.
 struct tWAVEFORMATEX {
-    WORD wFormatTag;
-    WORD nChannels;
-    DWORD nSamplesPerSec;
-    DWORD nAvgBytesPerSec;
-    WORD nBlockAlign;
-    WORD wBitsPerSample;
-    WORD cbSize;
+    WORD wFormatTag;       ///< 1 for PCM
+    WORD nChannels;        ///< 1 for mono, 2 for stereo
+    DWORD nSamplesPerSec;  ///< frames per second
+    DWORD nAvgBytesPerSec; ///< `nSamplesPerSec` x `nBlockAlign`
+    WORD nBlockAlign;      ///< bytes of a frame: one sample of each channel
+    WORD wBitsPerSample;   ///< of one channel
+    WORD cbSize;           ///< bytes of further data after this record; 0 for PCM
 };
 #pragma pack(pop)
-using WAVEFORMATEX = tWAVEFORMATEX;
+using WAVEFORMATEX = tWAVEFORMATEX; ///< the name that hosts use
 
 /// One block passed to the sound device. Pointers have native width.
 struct wavehdr_tag {
-    char* lpData;
-    DWORD dwBufferLength;
-    DWORD dwBytesRecorded;
-    std::uintptr_t dwUser;
-    DWORD dwFlags;
-    DWORD dwLoops;
-    wavehdr_tag* lpNext;
-    std::uintptr_t reserved;
+    char* lpData;          ///< the samples; not owned
+    DWORD dwBufferLength;  ///< their length in bytes
+    DWORD dwBytesRecorded; ///< for recording; not used
+    std::uintptr_t dwUser; ///< for whoever plays the block; the device leaves it alone
+    DWORD dwFlags;         ///< state, kept by the device, and the two loop flags, set by the caller
+    DWORD dwLoops; ///< how often the block is played, with the loop flags; all bits set: endlessly
+    wavehdr_tag* lpNext;     ///< for the device
+    std::uintptr_t reserved; ///< for the device
 };
-using WAVEHDR = wavehdr_tag;
+using WAVEHDR = wavehdr_tag; ///< the name that hosts use
 
 /// A 64-bit byte count of a disk, also as two halves.
 union ULARGE_INTEGER {
     struct {
-        DWORD LowPart;
-        DWORD HighPart;
+        DWORD LowPart;  ///< bits 0 to 31
+        DWORD HighPart; ///< bits 32 to 63
     };
     struct {
-        DWORD LowPart;
-        DWORD HighPart;
-    } u;
-    std::uint64_t QuadPart;
+        DWORD LowPart;      ///< bits 0 to 31
+        DWORD HighPart;     ///< bits 32 to 63
+    } u;                    ///< the halves by a name
+    std::uint64_t QuadPart; ///< all 64 bits
 };
 
+/// A date and a time of day.
 struct SYSTEMTIME {
-    WORD wYear;
-    WORD wMonth; ///< 1 to 12
-    WORD wDayOfWeek;
-    WORD wDay; ///< 1 to 31
-    WORD wHour;
-    WORD wMinute;
-    WORD wSecond;
-    WORD wMilliseconds;
+    WORD wYear;         ///< with the century
+    WORD wMonth;        ///< 1 to 12
+    WORD wDayOfWeek;    ///< 0 for Sunday to 6
+    WORD wDay;          ///< 1 to 31
+    WORD wHour;         ///< 0 to 23
+    WORD wMinute;       ///< 0 to 59
+    WORD wSecond;       ///< 0 to 59
+    WORD wMilliseconds; ///< 0 to 999
 };
 
 /// A module's version, as `DllGetVersion` reports it.
 struct DLLVERSIONINFO {
-    DWORD cbSize;
-    DWORD dwMajorVersion;
-    DWORD dwMinorVersion;
-    DWORD dwBuildNumber;
-    DWORD dwPlatformID;
+    DWORD cbSize;         ///< bytes to clear first, set by the caller
+    DWORD dwMajorVersion; ///< high half of the product version
+    DWORD dwMinorVersion; ///< low half of the product version
+    DWORD dwBuildNumber;  ///< 0
+    DWORD dwPlatformID;   ///< 1
 };
 
+/// A position in pixels.
 struct tagPOINT {
-    LONG x;
-    LONG y;
+    LONG x; ///< grows to the right
+    LONG y; ///< grows downwards
 };
-using POINT = tagPOINT;
+using POINT = tagPOINT; ///< the name that hosts use
 
+/// A width and a height in pixels.
 struct tagSIZE {
-    LONG cx;
-    LONG cy;
+    LONG cx; ///< width
+    LONG cy; ///< height
 };
-using SIZE = tagSIZE;
+using SIZE = tagSIZE; ///< the name that hosts use
 
 /// A rectangle; right and bottom are exclusive.
 struct tagRECT {
-    LONG left;
-    LONG top;
-    LONG right;
-    LONG bottom;
+    LONG left;   ///< first column
+    LONG top;    ///< first row
+    LONG right;  ///< the column after the last one
+    LONG bottom; ///< the row after the last one
 };
-using RECT = tagRECT;
+using RECT = tagRECT; ///< the name that hosts use
 
 /// A requested font.
 struct tagLOGFONTA {
-    LONG lfHeight; ///< below 0: without the internal leading
-    LONG lfWidth;
-    LONG lfEscapement;
-    LONG lfOrientation;
-    LONG lfWeight;
-    BYTE lfItalic;
-    BYTE lfUnderline;
-    BYTE lfStrikeOut;
-    BYTE lfCharSet;
-    BYTE lfOutPrecision;
-    BYTE lfClipPrecision;
-    BYTE lfQuality;
-    BYTE lfPitchAndFamily;
-    char lfFaceName[32];
+    LONG lfHeight;         ///< in pixels; below 0: without the internal leading
+    LONG lfWidth;          ///< mean width of a character; 0: what suits the height
+    LONG lfEscapement;     ///< angle of the line of text, in tenths of a degree, counter-clockwise
+    LONG lfOrientation;    ///< angle of a character, likewise
+    LONG lfWeight;         ///< 400 is regular, 700 bold; 0: any
+    BYTE lfItalic;         ///< 1: italic
+    BYTE lfUnderline;      ///< 1: underlined
+    BYTE lfStrikeOut;      ///< 1: struck out
+    BYTE lfCharSet;        ///< number of a character set; 0 for western European, 1 for the default
+    BYTE lfOutPrecision;   ///< hint to the system; 0: none
+    BYTE lfClipPrecision;  ///< hint to the system; 0: none
+    BYTE lfQuality;        ///< hint to the system; 0: none
+    BYTE lfPitchAndFamily; ///< bits 0 and 1: fixed or variable pitch; bits 4 to 7: family
+    char lfFaceName[32];   ///< name of the typeface, ended by a NUL; empty: any
 };
-using LOGFONTA = tagLOGFONTA;
+using LOGFONTA = tagLOGFONTA; ///< the name that hosts use
 
 /// Metrics of an actual font, in pixels.
 struct tagTEXTMETRICA {
-    LONG tmHeight; ///< ascent and descent together
-    LONG tmAscent;
-    LONG tmDescent;
-    LONG tmInternalLeading;
-    LONG tmExternalLeading;
-    LONG tmAveCharWidth;
-    LONG tmMaxCharWidth;
-    LONG tmWeight;
-    LONG tmOverhang;
-    LONG tmDigitizedAspectX;
-    LONG tmDigitizedAspectY;
-    BYTE tmFirstChar;
-    BYTE tmLastChar;
-    BYTE tmDefaultChar;
-    BYTE tmBreakChar;
-    BYTE tmItalic;
-    BYTE tmUnderlined;
-    BYTE tmStruckOut;
-    BYTE tmPitchAndFamily;
-    BYTE tmCharSet;
+    LONG tmHeight;           ///< ascent and descent together
+    LONG tmAscent;           ///< above the base line
+    LONG tmDescent;          ///< below the base line
+    LONG tmInternalLeading;  ///< part of the ascent that is left for accents
+    LONG tmExternalLeading;  ///< recommended space between lines, not part of the height
+    LONG tmAveCharWidth;     ///< mean width of a character
+    LONG tmMaxCharWidth;     ///< width of the widest character
+    LONG tmWeight;           ///< 400 is regular, 700 bold
+    LONG tmOverhang;         ///< extra width of a synthesized bold or italic font
+    LONG tmDigitizedAspectX; ///< horizontal dots per inch that the font was made for
+    LONG tmDigitizedAspectY; ///< vertical dots per inch that the font was made for
+    BYTE tmFirstChar;        ///< first character that the font has
+    BYTE tmLastChar;         ///< last character that the font has
+    BYTE tmDefaultChar;      ///< shown for characters that it lacks
+    BYTE tmBreakChar;        ///< at which words end
+    BYTE tmItalic;           ///< 0 unless italic
+    BYTE tmUnderlined;       ///< 0 unless underlined
+    BYTE tmStruckOut;        ///< 0 unless struck out
+    BYTE tmPitchAndFamily;   ///< as in a requested font; bit 0 is set for a variable pitch
+    BYTE tmCharSet;          ///< as in a requested font
 };
-using TEXTMETRICA = tagTEXTMETRICA;
+using TEXTMETRICA = tagTEXTMETRICA; ///< the name that hosts use
 
-inline constexpr DWORD BI_RGB = 0;
-inline constexpr DWORD BI_RLE8 = 1;
-inline constexpr DWORD BI_RLE4 = 2;
-inline constexpr DWORD BI_BITFIELDS = 3;
+inline constexpr DWORD BI_RGB = 0;       ///< rows of pixels, not compressed
+inline constexpr DWORD BI_RLE8 = 1;      ///< runs of 8-bit indices
+inline constexpr DWORD BI_RLE4 = 2;      ///< runs of 4-bit indices
+inline constexpr DWORD BI_BITFIELDS = 3; ///< rows of pixels, with three masks before them
 
-inline constexpr UINT DIB_RGB_COLORS = 0;
-inline constexpr UINT DIB_PAL_COLORS = 1;
+inline constexpr UINT DIB_RGB_COLORS = 0; ///< the colour table holds colours
+inline constexpr UINT DIB_PAL_COLORS = 1; ///< it holds 16-bit indices into the selected palette
 
-inline constexpr int HORZRES = 8;
-inline constexpr int VERTRES = 10;
-inline constexpr int BITSPIXEL = 12;
-inline constexpr int LOGPIXELSX = 88;
-inline constexpr int LOGPIXELSY = 90;
+inline constexpr int HORZRES = 8;     ///< `CDC::GetDeviceCaps`: width in pixels
+inline constexpr int VERTRES = 10;    ///< height in pixels
+inline constexpr int BITSPIXEL = 12;  ///< bits per pixel
+inline constexpr int LOGPIXELSX = 88; ///< horizontal dots per inch
+inline constexpr int LOGPIXELSY = 90; ///< vertical dots per inch
 
-inline constexpr int RGN_AND = 1;
-inline constexpr int RGN_OR = 2;
-inline constexpr int RGN_XOR = 3;
-inline constexpr int RGN_DIFF = 4;
-inline constexpr int RGN_COPY = 5;
+inline constexpr int RGN_AND = 1;  ///< `CRgn::CombineRgn`: pixels of both regions
+inline constexpr int RGN_OR = 2;   ///< pixels of either region
+inline constexpr int RGN_XOR = 3;  ///< pixels of only one of them
+inline constexpr int RGN_DIFF = 4; ///< pixels of the first that aren't of the second
+inline constexpr int RGN_COPY = 5; ///< pixels of the first
 
-inline constexpr int COLOR_BTNFACE = 15;
+inline constexpr int COLOR_BTNFACE = 15; ///< `CDC::FillRect`: the colour of buttons and bars
 
-inline constexpr int TRANSPARENT = 1;
-inline constexpr int OPAQUE = 2;
+inline constexpr int TRANSPARENT = 1; ///< `CDC::SetBkMode`: text leaves its background
+inline constexpr int OPAQUE = 2;      ///< text fills its background
 
-inline constexpr UINT DT_CENTER = 0x1;
-inline constexpr UINT DT_VCENTER = 0x4;
-inline constexpr UINT DT_SINGLELINE = 0x20;
-inline constexpr UINT DT_CALCRECT = 0x400;
+inline constexpr UINT DT_CENTER = 0x1;      ///< `CDC::DrawText`: centred horizontally
+inline constexpr UINT DT_VCENTER = 0x4;     ///< centred vertically, for a single line
+inline constexpr UINT DT_SINGLELINE = 0x20; ///< line ends don't break the line
+inline constexpr UINT DT_CALCRECT = 0x400;  ///< measures and draws nothing
 
-inline constexpr DWORD SRCCOPY = 0x00CC0020;
+inline constexpr DWORD SRCCOPY = 0x00CC0020; ///< `CDC::BitBlt`: the source replaces the target
 
-inline constexpr UINT MB_OK = 0;
-inline constexpr UINT MB_OKCANCEL = 1;
-inline constexpr UINT MB_YESNOCANCEL = 3;
-inline constexpr UINT MB_YESNO = 4;
-inline constexpr UINT MB_ICONHAND = 0x10;
-inline constexpr UINT MB_ICONQUESTION = 0x20;
-inline constexpr UINT MB_ICONEXCLAMATION = 0x30;
-inline constexpr UINT MB_ICONASTERISK = 0x40;
-inline constexpr UINT MB_ICONMASK = 0x70;
+inline constexpr UINT MB_OK = 0;                 ///< message boxes: one button
+inline constexpr UINT MB_OKCANCEL = 1;           ///< two buttons
+inline constexpr UINT MB_YESNOCANCEL = 3;        ///< three buttons
+inline constexpr UINT MB_YESNO = 4;              ///< two buttons
+inline constexpr UINT MB_ICONHAND = 0x10;        ///< icon of an error
+inline constexpr UINT MB_ICONQUESTION = 0x20;    ///< icon of a question
+inline constexpr UINT MB_ICONEXCLAMATION = 0x30; ///< icon of a warning
+inline constexpr UINT MB_ICONASTERISK = 0x40;    ///< icon of information
+inline constexpr UINT MB_ICONMASK = 0x70;        ///< the bits of the icon
 
-inline constexpr int IDOK = 1;
-inline constexpr int IDCANCEL = 2;
-inline constexpr int IDYES = 6;
-inline constexpr int IDNO = 7;
+inline constexpr int IDOK = 1;     ///< answer of a message box: OK
+inline constexpr int IDCANCEL = 2; ///< Cancel, or the box was closed
+inline constexpr int IDYES = 6;    ///< Yes
+inline constexpr int IDNO = 7;     ///< No
 
-/// wParam: the button's command, lParam: 1 or 0.
-inline constexpr UINT TB_ENABLEBUTTON = 0x401;
+inline constexpr UINT TB_ENABLEBUTTON = 0x401; ///< wParam: the button's command, lParam: 1 or 0
 
-inline constexpr int VK_ESCAPE = 27;
-inline constexpr UINT WM_DESTROY = 0x2;
-inline constexpr UINT WM_ERASEBKGND = 0x14;
-inline constexpr UINT WM_NOTIFY = 0x4E; ///< wParam: the child's id, lParam: its NMHDR
-inline constexpr UINT WM_KEYDOWN = 0x100;
-inline constexpr UINT WM_KEYUP = 0x101;
-inline constexpr UINT WM_CHAR = 0x102;
-inline constexpr UINT WM_KEYFIRST = 0x100;
-inline constexpr UINT WM_KEYLAST = 0x108;
-/// wParam: the mixer, lParam: the control's id.
-inline constexpr UINT MM_MIXM_CONTROL_CHANGE = 0x3D1;
+inline constexpr int VK_ESCAPE = 27;        ///< number of the Esc key
+inline constexpr UINT WM_DESTROY = 0x2;     ///< the window is being destroyed
+inline constexpr UINT WM_ERASEBKGND = 0x14; ///< wParam: the CDC* to erase on
+inline constexpr UINT WM_NOTIFY = 0x4E;     ///< wParam: the child's id, lParam: its NMHDR
+inline constexpr UINT WM_KEYDOWN = 0x100;   ///< wParam: the key
+inline constexpr UINT WM_KEYUP = 0x101;     ///< wParam: the key
+inline constexpr UINT WM_CHAR = 0x102;      ///< wParam: the character
+inline constexpr UINT WM_KEYFIRST = 0x100;  ///< first of the messages of keys
+inline constexpr UINT WM_KEYLAST = 0x108;   ///< last of the messages of keys
+inline constexpr UINT MM_MIXM_CONTROL_CHANGE =
+    0x3D1;                                  ///< wParam: the mixer, lParam: the control's id
 inline constexpr UINT PBM_SETRANGE = 0x401; ///< lParam: low word the lower end, high word the upper
 inline constexpr UINT PBM_SETPOS = 0x402;   ///< wParam: the position
 
 #endif
 
 // Types of resources, as numbers.
-inline constexpr WORD RT_BITMAP_ID = 2;
-inline constexpr WORD RT_STRING_ID = 6;
-inline constexpr WORD RT_VERSION_ID = 16;
+inline constexpr WORD RT_BITMAP_ID = 2;   ///< bitmaps, without a file header
+inline constexpr WORD RT_STRING_ID = 6;   ///< string tables, in blocks of 16
+inline constexpr WORD RT_VERSION_ID = 16; ///< the version of the module
 
 static_assert(sizeof(RGBQUAD) == 4 && offsetof(RGBQUAD, rgbRed) == 2);
 static_assert(sizeof(PALETTEENTRY) == 4 && offsetof(PALETTEENTRY, peBlue) == 2);

@@ -11,6 +11,7 @@
 /// can't grow, an output raises the memory exception and the text is unchanged.
 class Q32_API CqDumpBin {
 public:
+    /// An empty stream, which allocates at its first output.
     CqDumpBin() = default;
     virtual ~CqDumpBin();
     CqDumpBin(const CqDumpBin&) = delete;
@@ -19,8 +20,8 @@ public:
     /// Appends a text, with a carriage return inserted before each line feed, even if there is one
     /// already. Null and empty texts are ignored.
     CqDumpBin& operator<<(const char* pszText);
-    // Numbers are decimal, except `unsigned int`, which is deliberately hexadecimal (0xFF): cast to
-    // `unsigned long` for decimal.
+    /// Append a number, in decimal, except `unsigned int`, which is deliberately hexadecimal
+    /// (0xFF): cast to `unsigned long` for decimal.
     CqDumpBin& operator<<(unsigned char n);
     CqDumpBin& operator<<(unsigned short n);
     CqDumpBin& operator<<(int n);
@@ -51,7 +52,7 @@ public:
     void fnClear();
 
 protected:
-    static char m_szFloatFmt[16];
+    static char m_szFloatFmt[16]; ///< printf format of all streams for floating-point numbers
 
     /// Appends a text verbatim. Null and empty texts are ignored.
     void fnOutputString(const char* pszText);

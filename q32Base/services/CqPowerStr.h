@@ -14,6 +14,7 @@
 /// is not attached.
 class Q32_API CqPowerStr : public CString {
 public:
+    /// Empty.
     CqPowerStr() noexcept = default;
     /// Copies a text; null is empty. An address below 0x10000 isn't a text but the id of a
     /// string-table entry, which is loaded as CString::LoadString does.

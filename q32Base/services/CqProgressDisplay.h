@@ -20,6 +20,7 @@
 /// stops painting and the operation continues.
 ///
 /// Example:
+///
 ///     CqProgressDisplay progress;
 ///     image.fnBrightContrast(20, 0, true, &progress);
 class Q32_API CqProgressDisplay {
@@ -55,15 +56,15 @@ public:
     bool fnWasAborted() const { return m_bAborted; }
 
 protected:
-    bool m_bAborted = false;
+    bool m_bAborted = false;                  ///< result of the last check for Esc
     CWnd* m_pStatusBar = nullptr;             ///< painted on; null when not in use; not owned
     CProgressCtrl* m_pProgressCtrl = nullptr; ///< driven instead; not owned
-    std::uint32_t m_nRangeLow = 0;
-    std::uint32_t m_nRangeHigh = 100;
-    CRect m_rcGauge; ///< on the status bar, in its client coordinates
-    CRect m_rcText;  ///< cell of the number inside the gauge
-    CFont m_Font;    ///< without a handle, the device context's own font is used
-    CBitmap m_Bitmap;
+    std::uint32_t m_nRangeLow = 0;            ///< value shown at 0 percent
+    std::uint32_t m_nRangeHigh = 100;         ///< value shown at 100 percent
+    CRect m_rcGauge;                          ///< on the status bar, in its client coordinates
+    CRect m_rcText;                           ///< cell of the number inside the gauge
+    CFont m_Font;                     ///< without a handle, the device context's own font is used
+    CBitmap m_Bitmap;                 ///< the gauge is painted on it, then copied to the bar
     std::int32_t m_nLastPercent = -1; ///< -1: nothing has been shown
 
 private:

@@ -21,6 +21,7 @@
 /// Use on the thread of the document's user interface. Call `fnCreate` first.
 class Q32_API CqUndoMngr {
 public:
+    /// Without a document, and with a capacity of 0, until `fnCreate`.
     CqUndoMngr() = default;
     ~CqUndoMngr();
     CqUndoMngr(const CqUndoMngr&) = delete;
@@ -55,8 +56,11 @@ public:
     /// empty. Still owned by the manager.
     CObject* fnPeekLastBuf(bool bUndo) const;
 
+    /// Whether there is a step to undo.
     bool fnCanUndo() const { return m_nUndoCount > 0; }
+    /// Whether there is a step to redo.
     bool fnCanRedo() const { return m_nRedoCount > 0; }
+    /// Capacity of each stack; 0 before `fnCreate`.
     unsigned int fnGetLevelNumber() const { return m_nLevels; }
 
     /// Changes the capacity. A stack that holds more deliberately keeps its oldest snapshots,
@@ -75,17 +79,19 @@ protected:
     /// Makes space for one more entry: a full stack deletes its oldest. The capacity must not be 0.
     void fnCheckArraySpace(CObArray& bufs, CDWordArray& data, unsigned int& nCount);
 
-    std::uint32_t m_nLevels = 0; ///< capacity of each stack
-    std::uint32_t m_nUndoCount = 0;
-    std::uint32_t m_nRedoCount = 0;
+    std::uint32_t m_nLevels = 0;    ///< capacity of each stack
+    std::uint32_t m_nUndoCount = 0; ///< snapshots in the undo stack
+    std::uint32_t m_nRedoCount = 0; ///< snapshots in the redo stack
+
     // All arrays are of the capacity's size, oldest entry first. Entries at and above the count
     // are null or stale.
-    CObArray m_UndoBufs;
-    CObArray m_RedoBufs;
-    CDWordArray m_UndoData;
-    CDWordArray m_RedoData;
-    CDocument* m_pDocument = nullptr;
-    CToolBarCtrl* m_pToolBar = nullptr;
+
+    CObArray m_UndoBufs;                ///< snapshots to undo
+    CObArray m_RedoBufs;                ///< snapshots to redo
+    CDWordArray m_UndoData;             ///< tags of those to undo
+    CDWordArray m_RedoData;             ///< tags of those to redo
+    CDocument* m_pDocument = nullptr;   ///< kept up to date; not owned; null: none
+    CToolBarCtrl* m_pToolBar = nullptr; ///< kept up to date; not owned; null: none
     bool m_bDocModified = false; ///< the document's flag when the undo stack last became non-empty
 
 private:

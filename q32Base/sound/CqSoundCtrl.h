@@ -9,11 +9,11 @@
 
 /// Notification code of CqSoundCtrl: the value that has changed.
 enum SOUND_CTRL_NOTIFICATION : std::uint32_t {
-    SCN_VOLUME = 1,
-    SCN_MUTE = 2,
-    SCN_BALANCE = 3,
-    SCN_BASS = 4,
-    SCN_TREBLE = 5
+    SCN_VOLUME = 1,  ///< see `CqSoundCtrl::fnGetVolume`
+    SCN_MUTE = 2,    ///< see `CqSoundCtrl::fnGetMute`
+    SCN_BALANCE = 3, ///< see `CqSoundCtrl::fnGetBalance`
+    SCN_BASS = 4,    ///< see `CqSoundCtrl::fnGetBass`
+    SCN_TREBLE = 5   ///< see `CqSoundCtrl::fnGetTreble`
 };
 
 /// The machine's volume, balance, bass, treble and mute as five values, for the speaker line of the
@@ -28,6 +28,7 @@ enum SOUND_CTRL_NOTIFICATION : std::uint32_t {
 /// notification; its window may be destroyed.
 class Q32_API CqSoundCtrl : public CWnd {
 public:
+    /// Without window and mixer, until `fnCreate`.
     CqSoundCtrl() = default;
     ~CqSoundCtrl() override;
 
@@ -39,27 +40,35 @@ public:
     ///         window already exists, which is then unchanged
     bool fnCreate(CWnd* pParent, unsigned int nID, unsigned int nStep);
 
+    /// Whether the mixer has a control for this value. That of the volume serves the balance too.
     bool fnCanHandleMute() const { return m_nMuteControl != 0; }
-    bool fnCanHandleVolume() const { return m_nVolumeControl != 0; } ///< balance too
+    bool fnCanHandleVolume() const { return m_nVolumeControl != 0; }
     bool fnCanHandleBass() const { return m_nBassControl != 0; }
     bool fnCanHandleTreble() const { return m_nTrebleControl != 0; }
 
+    /// Whether the machine is silenced; false before it is known.
     bool fnGetMute() const { return m_bMute; }
+    /// The louder channel's level, from 0; 128 before it is known.
     unsigned int fnGetVolume() const { return m_nVolume; }
+    /// 0 is left alone, 255 right alone, 128 both alike, which it is before it is known.
     unsigned int fnGetBalance() const { return m_nBalance; }
+    /// Level of low tones; 128 before it is known.
     unsigned int fnGetBass() const { return m_nBass; }
+    /// Level of high tones; 128 before it is known.
     unsigned int fnGetTreble() const { return m_nTreble; }
 
-    // Setters. False without a mixer, or if it refuses. A value equal to the cached one isn't sent.
-    // The `int` forms clamp their argument to 0 to 255; the `bool` forms move by one step, up
-    // (balance: to the right) for true.
-
+    /// Silences the machine, or ends that. False without a mixer, or if it refuses. A state equal
+    /// to the cached one isn't sent.
     bool fnSetMute(bool bMute);
+    /// Silences the machine if it isn't, else ends that. False as above.
     bool fnSwitchMute();
+    /// Set a value, clamped to 0 to 255. Return false without a mixer, or if it refuses. A value
+    /// equal to the cached one isn't sent.
     bool fnSetVolume(int nVolume);
     bool fnSetBalance(int nBalance);
     bool fnSetBass(int nBass);
     bool fnSetTreble(int nTreble);
+    /// Move a value by one step, up for true (balance: to the right). They fail as the others do.
     bool fnSetVolume(bool bUp);
     bool fnSetBalance(bool bUp);
     bool fnSetBass(bool bUp);
@@ -67,6 +76,7 @@ public:
 
     // The window.
 
+    /// That of the parent when the control was created. Nothing is ever shown in it.
     CRect GetClientRect() const override { return m_Client; }
     /// Handles WM_DESTROY and MM_MIXM_CONTROL_CHANGE. Always returns 0.
     LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
@@ -78,6 +88,7 @@ public:
     bool DestroyWindow() override;
 
 protected:
+    /// Closes the mixer, as the answer to WM_DESTROY.
     void OnDestroy();
     /// @param wParam  the mixer's handle, `fnGetMixerHandle`; changes of any other are ignored
     /// @param lParam  id of the control that has changed

@@ -16,7 +16,11 @@
 class CqImage;
 
 /// Playback state of a sound.
-enum WAVE_STATE : std::int32_t { WAVE_STOPPED = 0, WAVE_PLAYING = 1, WAVE_PAUSED = 2 };
+enum WAVE_STATE : std::int32_t {
+    WAVE_STOPPED = 0, ///< not played yet, at its end, or stopped
+    WAVE_PLAYING = 1, ///< the device reads the block
+    WAVE_PAUSED = 2   ///< the device stands still within the block
+};
 
 /// One PCM sound: its format and all of its samples in one block, which the memory policy places in
 /// RAM or on a scratch disk. It can be drawn as an oscillogram and played on the platform's default
