@@ -87,6 +87,20 @@ TEST_F(ParallelOperationsTest, EachOperationIsDividedAtSomeDepth) {
     }
 }
 
+// However much time an operation takes for a pixel, Esc ends it soon.
+TEST_F(ParallelOperationsTest, LittleWorkIsDoneBetweenTwoReports) {
+    constexpr unsigned int kSide = 520;
+    constexpr std::size_t kTilePixels = 128 * 128;
+    ParallelCase images(kSide, kSide, 24, false);
+    fnWorkAlone();
+    for (const ParallelOperation& operation : m_Operations) {
+        StepDisplay display;
+        images.fnRun(operation, &display);
+        const std::size_t reports = display.m_Percents.size();
+        EXPECT_TRUE(reports == 0 || reports * kTilePixels >= kSide * kSide) << operation.m_pName;
+    }
+}
+
 TEST_F(ParallelOperationsTest, AnAbortAtAnyReportLeavesTheSameState) {
     for (const Depth& depth : {Depth{24, false}, Depth{32, false}}) {
         ParallelCase images(150, 300, depth.m_nBits, depth.m_bGrey);
