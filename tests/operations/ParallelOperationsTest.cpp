@@ -2,6 +2,7 @@
 
 #include "tests/operations/ParallelOperations.h"
 
+#include "q32Base/memory/CqTileMap_p.h"
 #include "tests/operations/StepDisplay.h"
 #include "tests/support/AttachedTest.h"
 #include "tests/support/FailingAllocator.h"
@@ -87,17 +88,16 @@ TEST_F(ParallelOperationsTest, EachOperationIsDividedAtSomeDepth) {
     }
 }
 
-// However much time an operation takes for a pixel, Esc ends it soon.
-TEST_F(ParallelOperationsTest, LittleWorkIsDoneBetweenTwoReports) {
-    constexpr unsigned int kSide = 520;
-    constexpr std::size_t kTilePixels = 128 * 128;
+TEST_F(ParallelOperationsTest, AtMostARowOfTilesIsDoneBetweenTwoReports) {
+    constexpr std::size_t kSide = 250;
     ParallelCase images(kSide, kSide, 24, false);
     fnWorkAlone();
     for (const ParallelOperation& operation : m_Operations) {
         StepDisplay display;
         images.fnRun(operation, &display);
         const std::size_t reports = display.m_Percents.size();
-        EXPECT_TRUE(reports == 0 || reports * kTilePixels >= kSide * kSide) << operation.m_pName;
+        EXPECT_TRUE(reports == 0 || reports * CqTileMap::kMaxTileSize >= kSide)
+            << operation.m_pName;
     }
 }
 
