@@ -68,6 +68,8 @@ WORK = [
      [("AggPeer", 'fnTessellate/"tolerance 0.1"')]),
     ("flatten 100,000 cubics, tolerance 0.5", 1.5, "GeometryBench", 'fnTessellate/"tolerance 0.5"',
      [("AggPeer", 'fnTessellate/"tolerance 0.5"')]),
+    ("1,000,000 cubics and lines", 1.1, "GeometryBench", "fnIntersect",
+     [("Lib2geomPeer", "fnLib2geom"), ("Lib2geomPeer", "fnClosedForm")]),
     ("100,000 lines, 8 bits", None, "GeometryBench", 'fnDrawSegments/"8 bits"',
      [("AggPeer", "fnDrawSegments<agg::pixfmt_gray8>")]),
 ]
@@ -78,11 +80,6 @@ def find(program):
         if os.access(path, os.X_OK):
             return path
     return None
-
-
-def escape(name):
-    """As re.escape, which also escapes what the benchmarks' expressions don't know escaped, such as blanks."""
-    return re.sub(r"([.()\[\]{}+*?|^$\\])", r"\\\1", name)
 
 
 def real_seconds(row):
@@ -104,7 +101,7 @@ def measure(chosen, options):
     times = {}
     for _ in range(options.rounds):
         for program, rows in wanted_rows(chosen).items():
-            pattern = "|".join(f"^{escape(row)}$" for row in sorted(rows))
+            pattern = bench.exactly(rows)
             for threads in [1] if program.endswith("Peer") else [1, options.threads]:
                 for name, row in bench.run(find(program), options.seconds, pattern, threads).items():
                     times.setdefault((program, name, threads), []).append(real_seconds(row))
@@ -120,13 +117,13 @@ def tabulate(chosen, times, threads):
     for work, goal, program, row, peers in chosen:
         ours = times.get((program, row, 1))
         several = times.get((program, row, threads))
-        known = {name: times[name, one, 1] for name, one in peers if (name, one, 1) in times}
+        known = {(name, one): times[name, one, 1] for name, one in peers if (name, one, 1) in times}
         if not ours or not several or not known:
             continue
         best_of_peers = [min(rounds) for rounds in zip(*known.values())]
-        fastest = min(known, key=lambda name: statistics.median(known[name]))
+        fastest = min(known, key=lambda peer: statistics.median(known[peer]))
         table.append({"work": work, "goal": goal, "ours": min(ours), "several": min(several),
-                      "peer": fastest.removesuffix("Peer"), "theirs": min(best_of_peers),
+                      "peer": fastest[0].removesuffix("Peer"), "theirs": min(best_of_peers),
                       "ratio": ratio(best_of_peers, ours), "ratio_several": ratio(best_of_peers, several),
                       "speed_up": ratio(ours, several)})
     return table

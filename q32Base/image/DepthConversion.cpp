@@ -14,7 +14,9 @@
 
 namespace {
 
-constexpr double kDepthConversionPixelTime = 0.4; ///< nanoseconds
+// Nanoseconds for a pixel.
+constexpr double kLookUpTime = 0.3;
+constexpr double kFormatTime = 0.1;
 
 /// The conversion from one image's depth to the 24 or 32 bits of another.
 q32::PixelDecoder fnWidening(const CqTileMap& source, const CqTileMap& target) {
@@ -24,7 +26,7 @@ q32::PixelDecoder fnWidening(const CqTileMap& source, const CqTileMap& target) {
 
 /// A 4-bit image is a single tile of any size, so it is converted row by row.
 void fnWidenRows(CqTileMap& source, CqTileMap& target) {
-    const q32::Parallel rows(source.Height, kDepthConversionPixelTime * source.Width);
+    const q32::Parallel rows(source.Height, kLookUpTime * source.Width);
     const q32::WorkerBytes packed(rows, source.RowBytes);
     const q32::WorkerBytes indices(rows, source.Width);
     const q32::WorkerBytes row(rows, target.RowBytes);
@@ -42,9 +44,13 @@ void fnWidenRows(CqTileMap& source, CqTileMap& target) {
 /// Tiles of both maps have the same shape, so each is one run of pixels.
 void fnWidenTiles(CqTileMap& source, CqTileMap& target) {
     const q32::PixelDecoder widening = fnWidening(source, target);
-    const q32::Parallel tiles(source.TileCount,
-                              kDepthConversionPixelTime * source.TileWidth * source.TileHeight);
-    const bool streams = source.PaletteCount == 0 && target.BufferSize >= q32::kStreamLeast;
+    const bool indexed = source.PaletteCount != 0;
+    const bool streams = !indexed && target.BufferSize >= q32::kStreamLeast;
+    // One thread that bypasses the caches takes all that the memory gives.
+    const q32::Parallel tiles =
+        streams ? q32::Parallel(source.TileCount)
+                : q32::Parallel(source.TileCount, (indexed ? kLookUpTime : kFormatTime) *
+                                                      source.TileWidth * source.TileHeight);
     tiles.fnRun([&](std::uint32_t, std::uint32_t i, std::uint32_t end) {
         CqImageTile from(false);
         CqImageTile to(false);

@@ -1,6 +1,7 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/kernels/ContribList_p.h"
 #include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/kernels/Prefetch_p.h"
 #include "q32Base/memory/TileWalk_p.h"
 #include "q32Base/operations/ColumnBands_p.h"
 #include "q32Base/operations/ContribTable_p.h"
@@ -44,6 +45,9 @@ public:
     ColumnFilter(const PixelArea& source, const PixelArea& target, const ContribTable& table)
         : m_Source(source), m_Target(target),
           m_nChannels(fnFilterChannels(source.fnGetBytesPerPixel())), m_Table(table),
+          m_bPrefetches(std::uint64_t{source.fnGetWidth()} * source.fnGetHeight() *
+                            source.fnGetBytesPerPixel() >=
+                        kPrefetchLeast),
           m_nRing(fnRingRows(source, table)), m_nBlock(fnBlockColumns(source, table)) {
         const std::size_t samples = std::size_t{m_nBlock} * m_nChannels;
         m_pRing.reset(fnNewArray<Sample>(m_nRing * samples));
@@ -71,8 +75,10 @@ public:
         const std::uint32_t x = block.m_nX;
         const std::uint32_t end = block.m_nEnd;
         std::fill_n(m_pPresent.get(), m_nRing, -1);
+        std::uint32_t fetched = 0;
         for (std::uint32_t y = block.m_nY; y < block.m_nBottom; ++y) {
             const ContribList& list = m_Table[y];
+            fnPrefetchRows(list, x, end, fetched);
             const bool direct = !m_pUnpacked && m_Target.fnRunEnd(x) >= end;
             unsigned char* sums = direct ? m_Target.fnAt(x, y) : m_pSums.get();
             if (m_pWideSums)
@@ -85,6 +91,8 @@ public:
     }
 
 private:
+    static constexpr std::uint32_t kAheadBytes = 6144; ///< measured
+    static constexpr std::uint64_t kPrefetchLeast = std::uint64_t{16} << 20;
     static constexpr std::size_t kBlockSamples = 512;       ///< a ring of them stays in the cache
     static constexpr std::size_t kRingSamples = 256 * 1024; ///< limit for huge reductions
 
@@ -94,6 +102,24 @@ private:
         while (rows < needed && rows < kWideSum)
             rows *= 2;
         return rows;
+    }
+
+    /// Prefetches some rows beyond those of a list, unless the caches may hold the source. Those
+    /// above `fetched` were before.
+    void fnPrefetchRows(const ContribList& list, std::uint32_t x, std::uint32_t end,
+                        std::uint32_t& fetched) const {
+        if (!m_bPrefetches)
+            return;
+        const std::uint32_t bytes = (end - x) * m_Source.fnGetBytesPerPixel();
+        const auto last = static_cast<std::uint32_t>(list.m_pEntries[list.m_nCount - 1].m_nPixel);
+        const std::uint32_t bottom =
+            std::min(last + kAheadBytes / bytes + 2, m_Source.fnGetHeight());
+        for (fetched = std::max(fetched, last + 1); fetched < bottom; ++fetched)
+            for (std::uint32_t from = x, next; from < end; from = next) {
+                next = std::min(end, m_Source.fnRunEnd(from));
+                fnPrefetch(m_Source.fnAt(from, fetched),
+                           std::size_t{next - from} * m_Source.fnGetBytesPerPixel());
+            }
     }
 
     void fnSum(const ContribList& list, std::uint32_t x, std::uint32_t end,
@@ -186,6 +212,7 @@ private:
     const PixelArea& m_Target;
     std::uint32_t m_nChannels;
     const ContribTable& m_Table;
+    bool m_bPrefetches;
     std::uint32_t m_nRing;  ///< rows of the ring: a power of 2
     std::uint32_t m_nBlock; ///< columns of a block, at most
     std::unique_ptr<Sample[]> m_pRing;

@@ -1,4 +1,6 @@
+#include "q32Base/framework/Parallel_p.h"
 #include "q32Base/image/CqImage.h"
+#include "q32Base/image/DigitalLine_p.h"
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/sound/CqWave.h"
@@ -10,11 +12,14 @@ namespace {
 const CqColor kBackground(0, 0, 0, 255);
 const CqColor kTrace(0, 255, 0, 255);
 
+// Nanoseconds.
+constexpr double kStepTime = 100.0; ///< for the samples, each in a page of its own
+constexpr double kPlotTime = 0.3;   ///< for a pixel of the band
+
 /// Layout of an oscillogram in its image.
 struct Drawing {
-    CqImage& m_Image;
+    q32::DigitalLine m_Line;
     bool m_bVertical;
-    bool m_bLineFlag;
     std::int64_t m_nAcross; ///< size across the time axis
     std::int64_t m_nBand;   ///< part of it for one channel
 
@@ -36,23 +41,21 @@ private:
     void fnPlot(std::uint32_t t, std::int64_t place) const {
         if (place < 0 || place >= m_nAcross)
             return;
-        const int along = static_cast<int>(t);
-        const int across = static_cast<int>(place);
-        m_Image.fnSetPixelColor(m_bVertical ? across : along, m_bVertical ? along : across, kTrace);
+        fnPlotLine(static_cast<int>(t), static_cast<int>(place), static_cast<int>(place));
     }
 
     void fnPlotLine(int t, int from, int to) const {
         if (m_bVertical)
-            m_Image.fnDrawLine(from, t, to, t, kTrace, m_bLineFlag);
+            m_Line.fnDraw(from, t, to, t);
         else
-            m_Image.fnDrawLine(t, from, t, to, kTrace, m_bLineFlag);
+            m_Line.fnDraw(t, from, t, to);
     }
 };
 
 } // namespace
 
 void CqWave::fnRasterize(CqImage& image, unsigned long nStart, unsigned long nLength,
-                         bool bVertical, bool bLineFlag) const {
+                         bool bVertical, bool) const {
     if (!image.TileMap)
         return;
     q32::fnFillAll(*image.TileMap, kBackground);
@@ -63,25 +66,34 @@ void CqWave::fnRasterize(CqImage& image, unsigned long nStart, unsigned long nLe
     const std::uint32_t sampleBytes = wide ? 2 : 1;
     const std::uint32_t steps = bVertical ? image.Height : image.Width;
     const std::uint32_t across = bVertical ? image.Width : image.Height;
-    const Drawing drawing = {image, bVertical, bLineFlag, across, across / m_nChannels};
+    const Drawing drawing = {q32::DigitalLine(image, kTrace), bVertical, across,
+                             across / m_nChannels};
     // In bytes, not frames: a step that isn't a multiple of a frame deliberately reads out of step.
     const std::uint32_t stride = m_nBlockAlign * static_cast<std::uint32_t>(nLength) / steps;
-    std::uint64_t position = m_nBlockAlign * static_cast<std::uint32_t>(nStart);
-    for (std::uint32_t t = 0; t < steps; ++t, position += stride) {
-        for (std::uint32_t channel = 0; channel < (m_nChannels == 2 ? 2u : 1u); ++channel) {
-            const std::uint64_t at = position + channel * sampleBytes;
-            if (at + sampleBytes > fnGetBufferSize())
-                break;
-            const unsigned char* bytes = fnGetBuffer() + at;
-            // Flipping the sign bit adds 32768.
-            const std::uint32_t sample =
-                wide ? static_cast<std::uint32_t>(bytes[0] | bytes[1] << 8) ^ 0x8000u : *bytes;
-            if (channel == 0)
-                drawing.fnDraw(t, sample, full, 0, drawing.m_nBand);
-            else
-                drawing.fnDraw(t, sample, full, drawing.m_nBand, across);
+    const std::uint64_t first = m_nBlockAlign * static_cast<std::uint32_t>(nStart);
+    const auto draw = [&](std::uint32_t, std::uint32_t t, std::uint32_t end) {
+        std::uint64_t position = first + std::uint64_t{stride} * t;
+        for (; t < end; ++t, position += stride) {
+            for (std::uint32_t channel = 0; channel < (m_nChannels == 2 ? 2u : 1u); ++channel) {
+                const std::uint64_t at = position + channel * sampleBytes;
+                if (at + sampleBytes > fnGetBufferSize())
+                    break;
+                const unsigned char* bytes = fnGetBuffer() + at;
+                // Flipping the sign bit adds 32768.
+                const std::uint32_t sample =
+                    wide ? static_cast<std::uint32_t>(bytes[0] | bytes[1] << 8) ^ 0x8000u : *bytes;
+                if (channel == 0)
+                    drawing.fnDraw(t, sample, full, 0, drawing.m_nBand);
+                else
+                    drawing.fnDraw(t, sample, full, drawing.m_nBand, across);
+            }
         }
-    }
+    };
+    // At 4 bits, two steps may share a byte.
+    if (image.BitCount == 4)
+        q32::Parallel(steps).fnRun(draw);
+    else
+        q32::Parallel(steps, kStepTime + kPlotTime * across).fnRun(draw);
     m_Block.fnRequireBytes();
     image.TileMap->fnRequirePixels();
 }

@@ -63,6 +63,17 @@ inline std::vector<ParallelOperation> fnGetParallelOperations() {
             image.fnMerge(other, nullptr, CqMergeParam(type, 0x102030, &mask), 5, 3);
         });
     };
+    const auto oscillogram = [&](bool vertical) {
+        return plain([=](Image& image, Image&, Mask&, Progress*) {
+            constexpr unsigned long kFrames = 700;
+            CqWave wave(2, 16, 8000, kFrames, false);
+            Bytes samples(4 * kFrames);
+            for (std::size_t i = 0; i < samples.size(); ++i)
+                samples[i] = static_cast<unsigned char>(i * i >> 3);
+            wave.fnFillBuffer(samples.data(), kFrames);
+            wave.fnRasterize(image, 20, kFrames - 30, vertical, false);
+        });
+    };
     const auto blend = [&](BLEND_MODE mode) {
         return plain([=](Image& image, Image& other, Mask& mask, Progress* progress) {
             CqBlendParam param{177, &mask};
@@ -175,6 +186,8 @@ inline std::vector<ParallelOperation> fnGetParallelOperations() {
              q32CountHistogram(image, nullptr, &mask, selected, progress);
              return {fnBytesOf(&all, sizeof(all)), fnBytesOf(&selected, sizeof(selected))};
          }},
+        {"oscillogram", oscillogram(false)},
+        {"vertical oscillogram", oscillogram(true)},
         {"masks",
          [](Image&, Image&, Mask& mask, Progress* progress) -> Rows {
              CqMask second(150, 140);
