@@ -15,7 +15,6 @@
 #include <QIcon>
 #include <QStandardPaths>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace {
@@ -55,9 +54,6 @@ int fnRun(QApplication& application, CqQtWindows& windows, const darkroom::HostS
 } // namespace
 
 int main(int count, char** arguments) {
-    // Ahead of everything that needs a display.
-    if (count > 1 && std::string_view(arguments[1]) == "--help")
-        return std::fputs(kUsage, stdout) < 0 ? kExitFailed : 0;
     QApplication application(count, arguments);
     QApplication::setApplicationName("darkroom");
     QApplication::setDesktopFileName(kDesktopFile);
@@ -65,9 +61,10 @@ int main(int count, char** arguments) {
     std::setlocale(LC_NUMERIC, "C"); // the application adopted the user's locale; dumps have
                                      // decimal points
     const QStringList words = QApplication::arguments();
-    if (words.size() > 2) {
-        std::fputs(kUsage, stderr);
-        return kExitUsage;
+    const bool help = words.contains("--help");
+    if (help || words.size() > 2) {
+        std::fputs(kUsage, help ? stdout : stderr);
+        return help ? 0 : kExitUsage;
     }
     if (!q32QtCanPaint()) {
         std::fputs("darkroom: the screen has too few colors; it needs 15 bits a pixel\n", stderr);
