@@ -47,8 +47,8 @@ Q32_API CqWaveFileResult q32ReadWave(const char* path, CqWave& wave, const CqWav
 
 /// What a WAV file declares: format and length of the wave that is read from it.
 struct CqWaveFacts {
-    WAVEFORMATEX m_Format{}; ///< PCM of 8 or 16 bits
-    std::uint32_t m_nFrames = 0;
+    WAVEFORMATEX m_Format{};     ///< PCM of 8 or 16 bits
+    std::uint32_t m_nFrames = 0; ///< samples per channel
 };
 /// Describes a sound by its headers, without its samples: what these show to be corrupt,
 /// unsupported or beyond the limits fails as a read would.
