@@ -1,8 +1,8 @@
 /// @file Picture files of one format, that of the target's name: for any bytes, reading ends with a
 /// picture or a message, also if damaged files are accepted. The metadata that is read can be
-/// written, and comes back. An input that doesn't begin with the signature of the format begins
-/// with a host's limits, which the picture then keeps. Checksums of a PNG are put right, which no
-/// mutation would do.
+/// written, and comes back. The headers alone declare what is read. An input that doesn't begin
+/// with the signature of the format begins with a host's limits, which the picture then keeps.
+/// Checksums of a PNG are put right, which no mutation would do.
 
 #include "fuzz/FuzzInput.h"
 #include "plugins/PictureFile.h"
@@ -131,6 +131,20 @@ void fnWriteBack(CqImage& image, const CqPictureMetadata& metadata, PICTURE_FORM
             "the notes come back");
 }
 
+/// What is known of a picture without its pixels must be what was read with them.
+void fnDescribe(const CqImage& image, const CqPictureLimits& limits) {
+    CqPictureFacts facts;
+    CqPictureMetadata metadata;
+    const CqPictureResult result = q32DescribePicture(kPath, facts, &metadata, limits);
+    fnCheck(result.fnIsDone() == (facts.m_nWidth > 0), "facts or a message");
+    if (!image.TileMap)
+        return;
+    fnCheck(result.fnIsDone(), "what can be read can be described");
+    fnCheck(facts.m_nWidth == image.Width && facts.m_nHeight == image.Height &&
+                facts.m_nBitCount == image.BitCount && facts.m_nColors == image.PaletteCount,
+            "as it is read");
+}
+
 void fnRead(const std::string& file, const Format& format, CqPictureLimits limits) {
     fnWorld().m_pDisks->fnPutFile(kPath, file);
     const Balance balance;
@@ -140,6 +154,7 @@ void fnRead(const std::string& file, const Format& format, CqPictureLimits limit
     fnCheck(result.fnIsDone() == (image.TileMap != nullptr), "a picture or a message");
     fnCheck(!image.TileMap || image.fnGetFioPlugin() == format.m_nFormat, "of that format");
     fnCheckLimits(limits, result, image, file.size());
+    fnDescribe(image, limits);
     limits.m_bPartial = true;
     CqImage part;
     const CqPictureResult partial = q32ReadPicture(kPath, part, limits);

@@ -116,6 +116,8 @@ void fnReadPlain(CodecInput& input, const BmpHeader& header, PictureTarget& targ
     target.fnCheckCodecBytes(rowBytes + CheckedSize(stride));
     target.fnAlloc(header.m_nWidth, header.m_nHeight, depth, depth <= 8 ? header.m_Colors : nullptr,
                    header.m_nColors);
+    if (!target.fnNeedsPixels())
+        return;
 
     const RowDecoder decoder(header);
     const auto stored = std::make_unique_for_overwrite<unsigned char[]>(stride);
@@ -157,6 +159,9 @@ void fnReadRle(CodecInput& input, const BmpHeader& header, PictureTarget& target
         throw CodecFailure{MESSAGE_UNSUPPORTED};
     PictureTarget::fnCheckSparseRoom(coded, header.m_nWidth, header.m_nHeight);
     target.fnCheckCodecBytes(coded);
+    if (!target.fnNeedsPixels())
+        return target.fnAlloc(header.m_nWidth, header.m_nHeight, 8, header.m_Colors,
+                              header.m_nColors);
     target.fnCheckSize(header.m_nWidth, header.m_nHeight, 8);
     const std::size_t colorBytes = header.m_nColors * sizeof(RGBQUAD);
     std::vector<unsigned char> block(kDibHeaderBytes + colorBytes +

@@ -91,6 +91,8 @@ bool CqPictureReader::fnAlloc(std::uint64_t width, std::uint64_t height, unsigne
 }
 
 bool CqPictureReader::fnWriteRow(std::uint64_t y, const void* pixels, PIXEL_ORDER order) noexcept {
+    if (!m_Target.fnNeedsPixels())
+        return false; // the codec gives up, and its headers are known
     return fnTry([&] {
         CqImage& image = m_Target.fnGetImage();
         if (y >= image.Height) // of an image without storage, too
@@ -127,6 +129,8 @@ bool CqPictureReader::fnFail(CQ_MESSAGE message) noexcept {
 
 void CqPictureReader::fnFinish(bool done) const {
     const CqImage& image = m_Target.fnGetImage();
+    if (!m_Target.fnNeedsPixels() && !m_pFailure && image.TileMap)
+        return;
     if (m_pFailure || !done || !image.TileMap || m_nRows < image.Height)
         fnThrow(m_pFailure, MESSAGE_CORRUPTED);
 }

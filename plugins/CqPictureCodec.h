@@ -62,7 +62,8 @@ public:
                  const RGBQUAD* palette = nullptr, unsigned int count = 0) noexcept;
     /// Stores a row of the allocated image, from `pixels` of the image's width in `order`, and
     /// reports progress: 100 percent after as many rows as the image has. Rows may come in any
-    /// order, and a picture is complete after as many.
+    /// order, and a picture is complete after as many. Also returns false, without a failure, if
+    /// the host asks only for what the headers declare (q32DescribePicture).
     bool fnWriteRow(std::uint64_t y, const void* pixels, PIXEL_ORDER order) noexcept;
     /// Reports that `done` of `total` parts of work are complete, for work that yields no rows.
     /// False if the host has aborted the read, or its time is over.

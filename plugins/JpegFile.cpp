@@ -283,10 +283,13 @@ void fnReadJpeg(CodecInput& input, PictureTarget& target) {
     reader->fnOpen();
     reader->fnReadHeader();
     reader->fnReduce();
-    reader->fnStart();
+    if (target.fnNeedsPixels())
+        reader->fnStart();
     reader->fnAllocImage();
-    reader->fnReadScans();
-    reader->fnReadRows();
+    if (target.fnNeedsPixels()) {
+        reader->fnReadScans();
+        reader->fnReadRows();
+    }
     if (reader->fnIsDamaged())
         target.fnNotePartial();
     if (target.fnGetMetadata())

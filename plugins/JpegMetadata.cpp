@@ -43,7 +43,7 @@ private:
 
 bool JpegBlocks::fnTakeWhole(MetadataTarget::Block& block, const Segment& segment,
                              std::size_t head) {
-    return block.empty() &&
+    return block.empty() && segment.m_nBytes > head &&
            m_Target.fnAppend(block, m_Input, segment.m_nPlace + head, segment.m_nBytes - head);
 }
 

@@ -54,33 +54,42 @@ std::size_t fnFindWritable(PICTURE_FORMAT format) {
     return static_cast<std::size_t>(found - formats.begin());
 }
 
+/// What a codec has found, apart from the image.
+struct Found {
+    std::size_t m_nFormat = 0; ///< index
+    std::uint32_t m_nWidth = 0;
+    std::uint32_t m_nHeight = 0;
+    CqPictureMetadata m_Metadata;
+};
+
+/// Has the codec of a file read it, and hands what that found to `take(image, found)`.
 /// @param metadata  receives the file's; null if the host doesn't ask for it
-CqPictureResult fnRead(const char* path, CqImage& image, CqPictureMetadata* metadata,
-                       const CqPictureLimits& limits, CqPictureProgress* progress) {
+/// @param pixels    whether they are read, too
+template <typename Take>
+CqPictureResult fnRead(const char* path, CqPictureMetadata* metadata, bool pixels,
+                       const CqPictureLimits& limits, CqPictureProgress* progress,
+                       const Take& take) {
     CqPictureResult facts;
     CqPictureResult result = fnRunOnFile(path, [&] {
         CodecInput input(path);
-        const std::size_t format = fnRecognise(input);
         CqImage fresh;
-        CqPictureMetadata found;
+        Found found;
+        found.m_nFormat = fnRecognise(input);
         {
             PictureTarget target(fresh, input.fnGetLength(), limits, progress,
-                                 metadata ? &found : nullptr);
+                                 metadata ? &found.m_Metadata : nullptr, pixels);
             input.fnReportTo(&target.fnGetSteps());
-            fnGetCodec(format).fnRead(input, target);
+            fnGetCodec(found.m_nFormat).fnRead(input, target);
+            found.m_nWidth = target.fnGetWidth();
+            found.m_nHeight = target.fnGetHeight();
             facts.m_nParts = target.fnGetParts();
             facts.m_nReduction = target.fnGetReduction();
             facts.m_bPartial = target.fnIsPartial();
         }
+        take(fresh, found);
         // Nothing fails from here on.
-        image.fnSwapBuf(fresh);
-        image.Title = fresh.Title;
-        image.DpiX = fresh.DpiX;
-        image.DpiY = fresh.DpiY;
-        image.fnSetPluginData(nullptr);
-        image.fnSetFioPlugin(fnGetFormats()[format].m_eFormat);
         if (metadata)
-            *metadata = std::move(found);
+            *metadata = std::move(found.m_Metadata);
     });
     if (result.fnIsDone()) {
         result.m_nParts = facts.m_nParts;
@@ -89,6 +98,18 @@ CqPictureResult fnRead(const char* path, CqImage& image, CqPictureMetadata* meta
         result.m_bPartial = facts.m_bPartial;
     }
     return result;
+}
+
+CqPictureResult fnReadImage(const char* path, CqImage& image, CqPictureMetadata* metadata,
+                            const CqPictureLimits& limits, CqPictureProgress* progress) {
+    return fnRead(path, metadata, true, limits, progress, [&](CqImage& fresh, const Found& found) {
+        image.fnSwapBuf(fresh); // nothing fails from here on
+        image.Title = fresh.Title;
+        image.DpiX = fresh.DpiX;
+        image.DpiY = fresh.DpiY;
+        image.fnSetPluginData(nullptr);
+        image.fnSetFioPlugin(fnGetFormats()[found.m_nFormat].m_eFormat);
+    });
 }
 
 } // namespace
@@ -122,12 +143,31 @@ CqPictureResult q32ReadPicture(const char* path, CqImage& image, CqPictureProgre
 
 CqPictureResult q32ReadPicture(const char* path, CqImage& image, const CqPictureLimits& limits,
                                CqPictureProgress* progress) {
-    return fnRead(path, image, nullptr, limits, progress);
+    return fnReadImage(path, image, nullptr, limits, progress);
 }
 
 CqPictureResult q32ReadPicture(const char* path, CqImage& image, CqPictureMetadata& metadata,
                                const CqPictureLimits& limits, CqPictureProgress* progress) {
-    return fnRead(path, image, &metadata, limits, progress);
+    return fnReadImage(path, image, &metadata, limits, progress);
+}
+
+CqPictureResult q32DescribePicture(const char* path, CqPictureFacts& facts,
+                                   CqPictureMetadata* metadata, const CqPictureLimits& limits,
+                                   CqPictureProgress* progress) {
+    return fnRead(path, metadata, false, limits, progress,
+                  [&](const CqImage& fresh, const Found& found) {
+                      CqPictureFacts made;
+                      made.m_eFormat = fnGetFormats()[found.m_nFormat].m_eFormat;
+                      made.m_nWidth = found.m_nWidth;
+                      made.m_nHeight = found.m_nHeight;
+                      made.m_nBitCount = fresh.BitCount;
+                      made.m_nColors = fresh.PaletteCount;
+                      made.m_bGrey = fresh.BitCount == 8 && fresh.fnIsGrayScale();
+                      made.m_nDpiX = fresh.DpiX;
+                      made.m_nDpiY = fresh.DpiY;
+                      made.m_strTitle = fresh.Title;
+                      facts = made;
+                  });
 }
 
 const char* q32GetPictureLimitText(PICTURE_LIMIT limit) {

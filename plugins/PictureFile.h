@@ -68,6 +68,20 @@ Q32_API CqPictureResult q32ReadPicture(const char* path, CqImage& image,
                                        const CqPictureLimits& limits = {},
                                        CqPictureProgress* progress = nullptr);
 
+/// Describes a picture by what its file declares, in the time that reading the headers takes: no
+/// pixel is decoded, and nothing is allocated for any. What headers show to be corrupt, unsupported
+/// or beyond the limits fails as a read would; damaged pixels aren't noticed. A PNG must be there
+/// up to its end, a BMP without compression with all of its rows; a title that a PNG has behind its
+/// pixels isn't read but noted in the result, and of a JPEG only what is ahead of its first scan
+/// counts. A format of the host's own is read up to its first row.
+/// @param facts     replaced on success, otherwise unchanged
+/// @param metadata  as for q32ReadPicture; may be null
+/// @param progress  called from this thread; may be null
+Q32_API CqPictureResult q32DescribePicture(const char* path, CqPictureFacts& facts,
+                                           CqPictureMetadata* metadata = nullptr,
+                                           const CqPictureLimits& limits = {},
+                                           CqPictureProgress* progress = nullptr);
+
 /// A sentence in English for a result that a limit has caused, naming the limit; null for none. It
 /// has static storage.
 Q32_API const char* q32GetPictureLimitText(PICTURE_LIMIT limit);

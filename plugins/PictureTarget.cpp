@@ -78,8 +78,9 @@ void PictureTarget::fnSetTitle(const char* title) {
 void PictureTarget::fnAlloc(std::uint64_t width, std::uint64_t height, unsigned int bitCount,
                             const RGBQUAD* palette, unsigned int count) {
     fnCheckSize(width, height, bitCount);
-    m_Image.fnAlloc(static_cast<unsigned int>(width), static_cast<unsigned int>(height), bitCount,
-                    palette, count);
+    m_nWidth = static_cast<std::uint32_t>(width);
+    m_nHeight = static_cast<std::uint32_t>(height);
+    m_Image.fnAlloc(m_bPixels ? m_nWidth : 1, m_bPixels ? m_nHeight : 1, bitCount, palette, count);
     m_Reader.emplace(m_Image, PIXEL_STORED);
     m_Writer.emplace(m_Image, PIXEL_STORED);
 }

@@ -48,10 +48,12 @@ class PictureTarget {
 public:
     /// `limits` must outlive this; `progress` may be null.
     /// @param metadata  receives metadata; null if the host doesn't ask for it
+    /// @param pixels    false if the host asks only what the headers declare
     PictureTarget(CqImage& image, std::uint64_t fileBytes, const CqPictureLimits& limits,
-                  CqPictureProgress* progress, CqPictureMetadata* metadata = nullptr)
+                  CqPictureProgress* progress, CqPictureMetadata* metadata = nullptr,
+                  bool pixels = true)
         : m_Image(image), m_nFileBytes(fileBytes), m_Limits(limits), m_pMetadata(metadata),
-          m_Steps(progress, limits.m_nMilliseconds) {}
+          m_bPixels(pixels), m_Steps(progress, limits.m_nMilliseconds) {}
     PictureTarget(const PictureTarget&) = delete;
     PictureTarget& operator=(const PictureTarget&) = delete;
 
@@ -60,6 +62,9 @@ public:
     void fnCheckSize(std::uint64_t width, std::uint64_t height, unsigned int bitCount) const;
     /// Throws for `bytes` beyond the memory that a codec may take.
     void fnCheckCodecBytes(CheckedSize bytes) const;
+    /// Whether pixels are to be stored. Otherwise the image is one of a single pixel, and a codec
+    /// returns when it knows what the headers declare.
+    bool fnNeedsPixels() const { return m_bPixels; }
     /// Allocates the image's storage. `palette` and `count` are those of `CqImage::fnAlloc`. Throws
     /// as `fnCheckSize`.
     void fnAlloc(std::uint64_t width, std::uint64_t height, unsigned int bitCount,
@@ -104,6 +109,9 @@ public:
     bool fnIsPartial() const { return m_bPartial; }
 
     CqImage& fnGetImage() { return m_Image; }
+    /// The size given to `fnAlloc`; 0 before.
+    std::uint32_t fnGetWidth() const { return m_nWidth; }
+    std::uint32_t fnGetHeight() const { return m_nHeight; }
     const CqPictureLimits& fnGetLimits() const { return m_Limits; }
     PictureSteps& fnGetSteps() { return m_Steps; }
 
@@ -112,7 +120,10 @@ private:
     std::uint64_t m_nFileBytes;
     const CqPictureLimits& m_Limits;
     CqPictureMetadata* m_pMetadata;
+    bool m_bPixels;
     bool m_bPartial = false;
+    std::uint32_t m_nWidth = 0;
+    std::uint32_t m_nHeight = 0;
     std::optional<CqPixelReader> m_Reader; ///< on the storage allocated by fnAlloc
     std::optional<CqPixelWriter> m_Writer;
     PictureSteps m_Steps;

@@ -97,6 +97,16 @@ bool PngChunks::fnRead(unsigned char* out, std::size_t count) noexcept {
     return true;
 }
 
+bool PngChunks::fnSkipRest() noexcept {
+    do {
+        m_Input.fnSeek(m_Input.fnGetPosition() + m_nRest);
+        m_nRest = 0;
+        if (!fnStartChunk())
+            return false;
+    } while (!fnIs(m_Head + 4, "IEND"));
+    return true;
+}
+
 /// Reads the head of the next chunk, and decides what libpng gets of it.
 bool PngChunks::fnStartChunk() noexcept {
     if (m_Input.fnRead(m_Head, kHeadBytes) != kHeadBytes)

@@ -22,6 +22,10 @@ public:
     /// and for a chunk that is invalid or extends beyond the end of the file.
     bool fnRead(unsigned char* out, std::size_t count) noexcept;
 
+    /// Passes over the rest of the file, from the first chunk of pixels on; false as `fnRead`, and
+    /// if the file has no end.
+    bool fnSkipRest() noexcept;
+
     /// What chunks left out hold beside the image, as bits of PICTURE_PART: a colour profile,
     /// metadata of a camera, the frames of an animation, texts other than title and program.
     unsigned int fnGetParts() const { return m_nParts; }

@@ -60,6 +60,7 @@ public:
     void fnSetConversion();
     void fnAllocImage();
     void fnReadRows();
+    void fnSkipRows();
     void fnTakeNotes();
 
 private:
@@ -170,6 +171,14 @@ void PngReader::fnReadRows() {
     }
 }
 
+void PngReader::fnSkipRows() {
+    if (m_Chunks.fnSkipRest())
+        return;
+    if (!m_Target.fnGetLimits().m_bPartial || m_State.m_pInput->fnHasFailed())
+        m_State.m_pInput->fnFail(CodecFailure{MESSAGE_CORRUPTED});
+    m_Target.fnNotePartial();
+}
+
 void PngReader::fnReadPasses() {
     // The passes of an interlaced picture are combined in the image itself: a row is read back,
     // completed by the pass, and stored.
@@ -225,7 +234,10 @@ void fnReadPng(CodecInput& input, PictureTarget& target) {
     reader.fnReadHeader();
     reader.fnSetConversion();
     reader.fnAllocImage();
-    reader.fnReadRows();
+    if (target.fnNeedsPixels())
+        reader.fnReadRows();
+    else
+        reader.fnSkipRows();
     reader.fnTakeNotes();
     fnCollectMetadata(input, target,
                       [&](MetadataTarget& blocks) { fnTakePngMetadata(input, blocks); });

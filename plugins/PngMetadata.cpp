@@ -48,7 +48,8 @@ bool fnTakeChunk(std::string_view type, CodecInput& input, std::uint64_t place,
                  std::uint32_t length, MetadataTarget& target) {
     CqPictureMetadata& metadata = target.fnGet();
     if (type == "eXIf")
-        return metadata.m_Exif.empty() && target.fnAppend(metadata.m_Exif, input, place, length);
+        return metadata.m_Exif.empty() && length > 0 &&
+               target.fnAppend(metadata.m_Exif, input, place, length);
     std::vector<unsigned char> chunk;
     if (type == "iCCP")
         return metadata.m_Profile.empty() && target.fnAppend(chunk, input, place, length) &&

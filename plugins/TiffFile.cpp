@@ -372,7 +372,8 @@ void fnReadTiff(CodecInput& input, PictureTarget& target) {
     if (file.fnHasGuessed())
         target.fnNoteReduced(PICTURE_PART_OTHER);
     file.fnWatchWarnings();
-    TiffReader(file, layout, target, taken).fnRead();
+    if (target.fnNeedsPixels())
+        TiffReader(file, layout, target, taken).fnRead();
     if (file.fnHasWarned() || input.fnHasFailed())
         file.fnFail();
     file.fnCheckMemory();

@@ -60,7 +60,23 @@ struct Found {
     std::optional<WaveSamples> m_Samples;
     std::uint64_t m_nSamplesAt = 0; ///< file offset; 0: none
     std::uint32_t m_nSize = 0;
+
+    std::uint32_t fnCountFrames() const { return m_nSize / m_Format.nBlockAlign; }
+    /// The format of the wave that is read.
+    WAVEFORMATEX fnGetWaveFormat() const;
 };
+
+WAVEFORMATEX Found::fnGetWaveFormat() const {
+    const WORD bits = fnIsReduced(*m_Samples) ? kReducedBits : m_Format.wBitsPerSample;
+    const auto align = static_cast<WORD>(m_Format.nChannels * bits / 8);
+    return {kPcm,
+            m_Format.nChannels,
+            m_Format.nSamplesPerSec,
+            align * m_Format.nSamplesPerSec,
+            align,
+            bits,
+            0};
+}
 
 [[noreturn]] void fnFail(CQ_MESSAGE message) {
     throw CodecFailure{message};
@@ -167,6 +183,31 @@ void fnReadSamples(CodecInput& input, WaveSamples kind, std::uint32_t size, unsi
     }
 }
 
+/// Finds the format and the samples of a file, and hands them to `take(input, found, steps)`.
+template <typename Take>
+CqWaveFileResult fnOpen(const char* path, const CqWaveLimits& limits, CqPictureProgress* progress,
+                        const Take& take) {
+    bool reduced = false;
+    CqWaveFileResult result = fnRunOnFile(path, [&] {
+        CodecInput input(path);
+        PictureSteps steps(progress, limits.m_nMilliseconds, PICTURE_LIMIT_SOUND_TIME);
+        fnReadHead(input);
+        input.fnReportTo(&steps);
+        const Found found = fnWalk(input, limits.m_nChunks);
+        input.fnReportTo(nullptr);
+        if (found.fnCountFrames() == 0)
+            fnFail(MESSAGE_EMPTY);
+        reduced = fnIsReduced(*found.m_Samples);
+        const WAVEFORMATEX format = found.fnGetWaveFormat();
+        if (std::uint64_t{found.fnCountFrames()} * format.nChannels * (format.wBitsPerSample / 8) >
+            limits.m_nStorageBytes)
+            throw CodecFailure{MESSAGE_NO_MEMORY, PICTURE_LIMIT_SOUND_STORAGE};
+        take(input, found, steps);
+    });
+    result.m_bReduced = reduced && result.fnIsDone();
+    return result;
+}
+
 /// Throws if the wave's scratch file has lost some.
 void fnRequireSamples(const CqWave& wave) {
     if (wave.fnHasNewLosses())
@@ -181,30 +222,26 @@ CqWaveFileResult q32ReadWave(const char* path, CqWave& wave, CqPictureProgress* 
 
 CqWaveFileResult q32ReadWave(const char* path, CqWave& wave, const CqWaveLimits& limits,
                              CqPictureProgress* progress) {
-    bool reduced = false;
-    CqWaveFileResult result = fnRunOnFile(path, [&] {
-        CodecInput input(path);
-        PictureSteps steps(progress, limits.m_nMilliseconds, PICTURE_LIMIT_SOUND_TIME);
-        fnReadHead(input);
-        input.fnReportTo(&steps);
-        const Found found = fnWalk(input, limits.m_nChunks);
-        input.fnReportTo(nullptr);
-        const std::uint32_t frames = found.m_nSize / found.m_Format.nBlockAlign;
-        if (frames == 0)
-            fnFail(MESSAGE_EMPTY);
-        reduced = fnIsReduced(*found.m_Samples);
-        const unsigned int bits = reduced ? kReducedBits : found.m_Format.wBitsPerSample;
-        if (std::uint64_t{frames} * found.m_Format.nChannels * (bits / 8) > limits.m_nStorageBytes)
-            throw CodecFailure{MESSAGE_NO_MEMORY, PICTURE_LIMIT_SOUND_STORAGE};
-        CqWave fresh(found.m_Format.nChannels, bits, found.m_Format.nSamplesPerSec, frames, false);
-        input.fnSeek(found.m_nSamplesAt);
-        fnReadSamples(input, *found.m_Samples, frames * found.m_Format.nBlockAlign,
-                      fresh.fnGetBuffer(), steps);
-        fnRequireSamples(fresh);
-        wave.fnSwapBuf(fresh);
-    });
-    result.m_bReduced = reduced && result.fnIsDone();
-    return result;
+    return fnOpen(path, limits, progress,
+                  [&](CodecInput& input, const Found& found, PictureSteps& steps) {
+                      const WAVEFORMATEX format = found.fnGetWaveFormat();
+                      const std::uint32_t frames = found.fnCountFrames();
+                      CqWave fresh(format.nChannels, format.wBitsPerSample, format.nSamplesPerSec,
+                                   frames, false);
+                      input.fnSeek(found.m_nSamplesAt);
+                      fnReadSamples(input, *found.m_Samples, frames * found.m_Format.nBlockAlign,
+                                    fresh.fnGetBuffer(), steps);
+                      fnRequireSamples(fresh);
+                      wave.fnSwapBuf(fresh);
+                  });
+}
+
+CqWaveFileResult q32DescribeWave(const char* path, CqWaveFacts& facts, const CqWaveLimits& limits,
+                                 CqPictureProgress* progress) {
+    return fnOpen(path, limits, progress,
+                  [&](const CodecInput&, const Found& found, const PictureSteps&) {
+                      facts = {found.fnGetWaveFormat(), found.fnCountFrames()};
+                  });
 }
 
 CqWaveFileResult q32WriteWave(const char* path, const CqWave& wave) {

@@ -9,6 +9,7 @@
 #pragma once
 
 #include "plugins/PictureTypes.h"
+#include "q32Base/platform/Records.h"
 
 #include <cstdint>
 
@@ -43,6 +44,19 @@ Q32_API CqWaveFileResult q32ReadWave(const char* path, CqWave& wave,
 /// The same, within limits; the result names the one that refused the file.
 Q32_API CqWaveFileResult q32ReadWave(const char* path, CqWave& wave, const CqWaveLimits& limits,
                                      CqPictureProgress* progress = nullptr);
+
+/// What a WAV file declares: format and length of the wave that is read from it.
+struct CqWaveFacts {
+    WAVEFORMATEX m_Format{};     ///< PCM of 8 or 16 bits
+    std::uint32_t m_nFrames = 0; ///< samples per channel
+};
+/// Describes a sound by its headers, without its samples: what these show to be corrupt,
+/// unsupported or beyond the limits fails as a read would.
+/// @param facts     replaced on success, otherwise unchanged
+/// @param progress  called for every 64 KiB of chunks ahead of the samples; may be null
+Q32_API CqWaveFileResult q32DescribeWave(const char* path, CqWaveFacts& facts,
+                                         const CqWaveLimits& limits = {},
+                                         CqPictureProgress* progress = nullptr);
 
 /// Writes the format and the frames, which must be 8- or 16-bit PCM (else -102) and at least one
 /// (else -11). Everything is first written to a new file beside `path`, which then replaces it.

@@ -47,7 +47,7 @@ bool fnRun(const char* from, const char* to) {
 
 int main(int count, char** arguments) {
     if (count != 3)
-        return EXIT_FAILURE;
+        return std::fputs("curves <picture> <new file>\n", stderr), EXIT_FAILURE;
     return q32RunHost(q32PosixPlatform(), [&] {
         return fnRun(arguments[1], arguments[2]) ? EXIT_SUCCESS : EXIT_FAILURE;
     });

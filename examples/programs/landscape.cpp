@@ -4,6 +4,7 @@
 #include "q32Base/q32Base.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 
 namespace {
@@ -28,7 +29,7 @@ CqColor fnPaint(int x, int y) {
 
 int main(int count, char** arguments) {
     if (count != 2 && count != 4)
-        return EXIT_FAILURE;
+        return std::fputs("landscape <new file> [<width> <height>]\n", stderr), EXIT_FAILURE;
     const int width = count == 4 ? std::atoi(arguments[2]) : 600;
     const int height = count == 4 ? std::atoi(arguments[3]) : 400;
     return q32RunHost(q32PosixPlatform(), [&] {

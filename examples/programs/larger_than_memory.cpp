@@ -34,7 +34,7 @@ int fnRun(int width, int height) {
 
 int main(int count, char** arguments) {
     if (count != 6)
-        return EXIT_FAILURE;
+        return std::fputs("larger_than_memory <width> <height> <MB> <disk> <disk>\n", stderr), 1;
     return q32RunHost(q32PosixPlatform(), [&] {
         q32SetMemoryLimit(std::strtoull(arguments[3], nullptr, 10) << 20);
         CqVMPolicy& policy = *q32GetVMPolicy();

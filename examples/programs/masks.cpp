@@ -3,6 +3,7 @@
 #include "plugins/PictureFile.h"
 #include "q32Base/q32Base.h"
 
+#include <cstdio>
 #include <cstdlib>
 
 namespace {
@@ -49,7 +50,7 @@ bool fnRun(const char* from, const char* to) {
 
 int main(int count, char** arguments) {
     if (count != 3)
-        return EXIT_FAILURE;
+        return std::fputs("masks <picture> <new file>\n", stderr), EXIT_FAILURE;
     return q32RunHost(q32PosixPlatform(), [&] {
         return fnRun(arguments[1], arguments[2]) ? EXIT_SUCCESS : EXIT_FAILURE;
     });

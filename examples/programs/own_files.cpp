@@ -1,5 +1,4 @@
-// Files of the host's own: names that begin with "memory:" are read from memory, all others from
-// the system's disks: own_files <picture>
+// Files in memory, of the host's own, beside those on disk: own_files <picture>
 #include "platforms/posix/posix.h"
 #include "plugins/PictureFile.h"
 #include "q32Base/q32Base.h"
@@ -46,15 +45,16 @@ struct Files final : CqForwardFiles {
 };
 
 int main(int count, char** arguments) {
-    std::ifstream file(count == 2 ? arguments[1] : "", std::ios::binary);
+    if (count != 2)
+        return std::fputs("own_files <picture>\n", stderr), 1;
+    std::ifstream file(arguments[1], std::ios::binary);
     CqPlatform platform = q32PosixPlatform();
     platform.m_pFiles = std::make_shared<Files>(
         platform.m_pFiles, std::string(std::istreambuf_iterator<char>(file), {}));
     return q32RunHost(platform, [] {
         CqImage image;
-        if (!q32ShowPictureResult(q32ReadPicture("memory:picture", image)))
-            return 1;
-        std::printf("from memory: %u x %u pixels\n", image.Width, image.Height);
-        return 0;
+        if (q32ShowPictureResult(q32ReadPicture("memory:picture", image)))
+            return std::printf("from memory: %u x %u pixels\n", image.Width, image.Height), 0;
+        return 1;
     });
 }

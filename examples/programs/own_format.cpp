@@ -50,7 +50,7 @@ public:
 int main(int count, char** arguments) {
     static const Pixmap pixmap; // the library doesn't own it
     if (count != 3 || !q32AddPictureFormat(pixmap))
-        return 1;
+        return std::fputs("own_format <in> <out>\n", stderr), 1;
     return q32RunHost(q32PosixPlatform(), [&] {
         CqImage image;
         const bool done = q32ShowPictureResult(q32ReadPicture(arguments[1], image)) &&

@@ -46,7 +46,7 @@ private:
 
 int main(int count, char** arguments) {
     if (count != 3 && count != 4)
-        return EXIT_FAILURE;
+        return std::fputs("own_operation <picture> <new file> [<percent>]\n", stderr), EXIT_FAILURE;
     Progress progress(count == 4 ? static_cast<unsigned int>(std::atoi(arguments[3])) : 101);
     return q32RunHost(q32PosixPlatform(), [&] {
         CqImage image;

@@ -10,7 +10,7 @@
 
 int main(int count, char** arguments) {
     if (count != 2 && count != 3)
-        return EXIT_FAILURE;
+        return std::fputs("play <sound> [<server>]\n", stderr), EXIT_FAILURE;
     CqPulseOptions options;
     options.m_szApplication = "play";
     options.m_szServer = count == 3 ? arguments[2] : ""; // empty: the user's own

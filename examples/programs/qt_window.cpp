@@ -4,12 +4,15 @@
 #include "plugins/PictureFile.h"
 #include "q32Base/q32Base.h"
 
+#include <cstdio>
 #include <QApplication>
 #include <QMainWindow>
 
 int main(int count, char** arguments) {
     QApplication app(count, arguments);
-    if (count < 2 || !q32QtCanPaint())
+    if (count < 2)
+        return std::fputs("qt_window <picture> [<file for a shot>]\n", stderr), 1;
+    if (!q32QtCanPaint())
         return 1;
     return q32RunHost(q32QtPlatform(q32QtWindows()), [&] {
         q32SetMemoryLimit(); // half of the memory; what is larger goes to the scratch disk

@@ -27,10 +27,8 @@ bool fnResize(const char* from, const char* to, unsigned int width) {
 
 int main(int count, char** arguments) {
     const int width = count == 4 ? std::atoi(arguments[3]) : 0;
-    if (width < 1) {
-        std::fprintf(stderr, "resize <picture> <new file> <width>\n");
-        return EXIT_FAILURE;
-    }
+    if (width < 1)
+        return std::fputs("resize <picture> <new file> <width>\n", stderr), EXIT_FAILURE;
     return q32RunHost(q32PosixPlatform(), [&] {
         q32SetMemoryLimit(); // half of the memory; larger pictures go to the scratch disk
         const bool done = fnResize(arguments[1], arguments[2], static_cast<unsigned int>(width));

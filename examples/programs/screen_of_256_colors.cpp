@@ -11,7 +11,7 @@
 
 int main(int count, char** arguments) {
     if (count != 3)
-        return EXIT_FAILURE;
+        return std::fputs("screen_of_256_colors <picture> <new BMP file>\n", stderr), EXIT_FAILURE;
     CqHeadlessOptions options;
     options.m_Mode = {320, 200, 8}; // pixels across and down, bits of each
     const auto world = q32HeadlessWorld(options);

@@ -41,7 +41,7 @@ bool fnShrink(const fs::path& from, const fs::path& to, Bar& bar) {
 
 int main(int count, char** arguments) {
     if (count != 3)
-        return 1;
+        return std::fputs("thumbnails <folder> <folder for thumbnails>\n", stderr), 1;
     return q32RunHost(q32PosixPlatform(), [&] {
         std::set<fs::path> pictures;
         for (const auto& entry : fs::directory_iterator(arguments[1]))

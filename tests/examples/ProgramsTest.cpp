@@ -58,6 +58,15 @@ int fnCountWrong(CqImage& image, const Expected& expected) {
 
 } // namespace
 
+TEST_F(Programs, EachSaysWhatItTakes) {
+    for (const std::string name :
+         {"landscape", "resize", "thumbnails", "larger_than_memory", "masks", "curves",
+          "screen_of_256_colors", "own_files", "own_format", "own_operation"}) {
+        EXPECT_EQ(fnRun(name), 1);
+        EXPECT_EQ(m_Err.find(name + " <"), 0u) << m_Err;
+    }
+}
+
 TEST_F(Programs, LandscapePaintsItsScene) {
     fnPaint("200 100");
     EXPECT_EQ(m_Out + m_Err, "");
@@ -320,5 +329,6 @@ TEST_F(Programs, TheWindowShowsThePictureInItsMiddle) {
     EXPECT_TRUE(shot.fnGetPixelColor(300 + 105, 250 + 22).fnIsEqual(CqColor(255, 240, 190), false));
     EXPECT_TRUE(shot.fnGetPixelColor(300 + 120, 250 + 95).m_Green > 130);
     EXPECT_EQ(fnRun("qt_window"), 1);
+    EXPECT_NE(m_Err.find("qt_window <picture>"), std::string::npos) << m_Err;
 }
 #endif

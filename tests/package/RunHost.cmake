@@ -62,15 +62,25 @@ find_program(pkg_config NAMES pkg-config pkgconf)
 if(pkg_config)
     file(GLOB modules "${SCRATCH}/prefix/lib*/pkgconfig" "${SCRATCH}/prefix/lib*/*/pkgconfig")
     set(ENV{PKG_CONFIG_PATH} "${modules}")
-    execute_process(COMMAND "${pkg_config}" --cflags --libs q32Base-headless OUTPUT_VARIABLE words
-        OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
     execute_process(COMMAND "${pkg_config}" --variable libdir q32Base OUTPUT_VARIABLE libraries
         OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-    separate_arguments(words UNIX_COMMAND "${words}")
     separate_arguments(flags UNIX_COMMAND "${FLAGS}")
-    run("${COMPILER}" -std=c++20 ${flags} "${SOURCE}/examples/first/main.cpp" -o "${SCRATCH}/first" ${words}
-        "-Wl,-rpath,${libraries}")
+    # compile(<source> <program> <module>...): with nothing but what pkg-config says.
+    function(compile source program)
+        execute_process(COMMAND "${pkg_config}" --cflags --libs ${ARGN} OUTPUT_VARIABLE words
+            OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+        separate_arguments(words UNIX_COMMAND "${words}")
+        run("${COMPILER}" -std=c++20 ${flags} "${SOURCE}/examples/${source}" -o "${SCRATCH}/${program}" ${words}
+            "-Wl,-rpath,${libraries}")
+    endfunction()
+    compile(first/main.cpp first q32Base-headless)
     run("${SCRATCH}/first")
+    # Static ones name all that they link: the libraries of picture files, and the one that runs threads.
+    file(GLOB files "${libraries}/libq32Base-files.*")
+    if(files)
+        compile(programs/resize.cpp resize q32Base-files q32Base-posix)
+        run("${SCRATCH}/resize" "${SOURCE}/docs/pictures/landscape.png" "${SCRATCH}/small.png" 30)
+    endif()
 endif()
 
 # The programs of the guide compile outside of the tree. Once is enough.

@@ -68,7 +68,7 @@ class BmpFile : public PictureTest {
 protected:
     void fnExpect(TestBmp& bmp, unsigned int bits, const Bytes& pixels) {
         fnPut(bmp.fnMake());
-        ASSERT_EQ(fnRead().m_nMsgId, 0);
+        ASSERT_EQ(fnReadAsDescribed().m_nMsgId, 0);
         EXPECT_EQ(m_Image.BitCount, bits);
         EXPECT_EQ(fnPixelsOf(m_Image), pixels);
         EXPECT_EQ(m_Image.fnGetFioPlugin(), PICTURE_BMP);
@@ -184,7 +184,7 @@ TEST_F(BmpFile, RunLengthsMayOmitNearlyAllRows) {
         // The bottom row begins with four pixels, the one above it with one.
         bmp.fnPixels().fn8({4, 7, 0, 0, 1, 9, 0, 1});
         fnPut(bmp.fnMake());
-        ASSERT_EQ(fnRead().m_nMsgId, 0);
+        ASSERT_EQ(fnReadAsDescribed().m_nMsgId, 0);
         EXPECT_EQ(m_Image.Width, static_cast<std::uint32_t>(width));
         EXPECT_EQ(m_Image.Height, static_cast<std::uint32_t>(height));
         const Bytes bottom = fnRowOf(m_Image, m_Image.Height - 1);

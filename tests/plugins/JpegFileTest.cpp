@@ -62,7 +62,7 @@ TEST_F(JpegFile, GreyAndColourAreReadPlainAndProgressive) {
             TestJpeg jpeg = fnRamps(131, 257, components);
             jpeg.m_bProgressive = progressive;
             fnPut(jpeg.fnMake());
-            ASSERT_EQ(fnRead().m_nMsgId, 0);
+            ASSERT_EQ(fnReadAsDescribed().m_nMsgId, 0);
             EXPECT_EQ(m_Image.BitCount, components == 1 ? 8u : 24u);
             EXPECT_EQ(m_Image.Width, 131u);
             EXPECT_EQ(m_Image.Height, 257u);
@@ -90,7 +90,7 @@ TEST_F(JpegFile, InksBecomeColoursAsTheirMarkerDeclares) {
                 for (std::uint8_t& value : jpeg.m_Samples)
                     value = static_cast<std::uint8_t>(255 - value);
             fnPut(jpeg.fnMake());
-            ASSERT_EQ(fnRead().m_nMsgId, 0);
+            ASSERT_EQ(fnReadAsDescribed().m_nMsgId, 0);
             ASSERT_EQ(m_Image.BitCount, 24u);
             EXPECT_LE(fnFarthest(fnPixelsOf(m_Image), expected), 8) << adobe << ycck;
         }
@@ -104,7 +104,7 @@ TEST_F(JpegFile, DensityIsReadInItsUnit) {
         jpeg.m_nUnit = unit;
         jpeg.m_nDensity = density;
         fnPut(jpeg.fnMake());
-        ASSERT_EQ(fnRead().m_nMsgId, 0);
+        ASSERT_EQ(fnReadAsDescribed().m_nMsgId, 0);
         EXPECT_EQ(m_Image.DpiX, expected);
         EXPECT_EQ(m_Image.DpiY, expected);
     }
@@ -154,7 +154,7 @@ TEST_F(JpegFile, MoreThan200ScansAreCorrupted) {
     jpeg.m_bProgressive = true;
     jpeg.m_nScans = 200;
     fnPut(jpeg.fnMake());
-    ASSERT_EQ(fnRead().m_nMsgId, 0);
+    ASSERT_EQ(fnReadAsDescribed().m_nMsgId, 0);
     jpeg.m_nScans = 201;
     fnPut(jpeg.fnMake());
     fnExpectRefused(-6);
@@ -177,7 +177,7 @@ TEST_F(JpegFile, AnAbsurdSizeIsCorruptedAndTakesNoMemory) {
         jpeg.m_bArithmetic = arithmetic;
         Bytes file = jpeg.fnMake();
         fnPut(file);
-        ASSERT_EQ(fnRead().m_nMsgId, 0);
+        ASSERT_EQ(fnReadAsDescribed().m_nMsgId, 0);
         ASSERT_NO_FATAL_FAILURE(fnClaimSize(file, arithmetic ? 0xC9 : 0xC0, 65500));
         fnExpectNoStorage(file, -6);
         m_World->m_pMemory->m_Reserve.fnFailNever();
@@ -207,7 +207,7 @@ TEST_F(JpegFile, AWrittenPictureReadsBackWithinTheErrorBoundOfItsQuality) {
             }
         }
         ASSERT_EQ(fnWrite(image, PICTURE_JPEG).m_nMsgId, 0);
-        ASSERT_EQ(fnRead().m_nMsgId, 0);
+        ASSERT_EQ(fnReadAsDescribed().m_nMsgId, 0);
         EXPECT_EQ(m_Image.BitCount, 24u);
         EXPECT_LE(fnFarthest(fnPixelsOf(m_Image), fnColorsOf(image)), 8) << bits;
     }
@@ -223,7 +223,7 @@ TEST_F(JpegFile, AGreyImageIsWrittenGrey) {
     image.DpiX = 300;
     image.DpiY = 150;
     ASSERT_EQ(fnWrite(image, PICTURE_JPEG).m_nMsgId, 0);
-    ASSERT_EQ(fnRead().m_nMsgId, 0);
+    ASSERT_EQ(fnReadAsDescribed().m_nMsgId, 0);
     EXPECT_EQ(m_Image.BitCount, 8u);
     EXPECT_TRUE(m_Image.fnIsGrayScale());
     EXPECT_LE(fnFarthest(fnPixelsOf(m_Image), fnPixelsOf(image)), 4);
@@ -283,7 +283,7 @@ TEST_F(JpegFile, NotesOfAnyLengthAreSkipped) {
         jpeg.m_Samples[i] = static_cast<std::uint8_t>(i);
     const Bytes plain = jpeg.fnMake();
     fnPut(plain);
-    ASSERT_TRUE(fnRead().fnIsDone());
+    ASSERT_TRUE(fnReadAsDescribed().fnIsDone());
     const Bytes pixels = fnPixelsOf(m_Image);
     for (const std::size_t length : {2u, 3u, 16384u, 65535u}) { // includes its own two bytes
         Bytes file = plain;
@@ -296,7 +296,7 @@ TEST_F(JpegFile, NotesOfAnyLengthAreSkipped) {
             file.insert(file.begin() + 2, segment.begin(), segment.end());
         }
         fnPut(file);
-        ASSERT_TRUE(fnRead().fnIsDone()) << length;
+        ASSERT_TRUE(fnReadAsDescribed().fnIsDone()) << length;
         EXPECT_EQ(fnPixelsOf(m_Image), pixels) << length;
         for (const std::size_t end : {std::size_t{5}, length + 1, 3 * length + 7}) {
             fnPut(Bytes(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(end)));

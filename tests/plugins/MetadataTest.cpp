@@ -131,6 +131,16 @@ TEST_F(PictureMetadata, AReadWithoutItReportsItAsLeftOut) {
     }
 }
 
+TEST_F(PictureMetadata, AnEmptyBlockIsNotedAsLeftOut) {
+    ASSERT_TRUE(fnWriteWith({}, PICTURE_JPEG).fnIsDone());
+    const std::string file = fnGet();
+    const std::string empty("\xFF\xE1\x00\x08"
+                            "Exif\0\0",
+                            10);
+    fnPut(file.substr(0, 2) + empty + file.substr(2));
+    EXPECT_EQ(fnReadAll().m_nParts, static_cast<unsigned int>(PICTURE_PART_NOTES));
+}
+
 TEST_F(PictureMetadata, TheOrientationOfTheHostReplacesThatOfExifAndXmpInPlace) {
     CqPictureMetadata written = fnMake(6);
     written.m_nOrientation = 1;

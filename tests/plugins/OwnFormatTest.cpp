@@ -70,7 +70,7 @@ TEST_F(OwnFormat, APictureIsWrittenAndReadAsByTheLibrarysOwn) {
     ASSERT_EQ(fnWrite(*image, kPlain).m_nMsgId, 0);
     EXPECT_EQ(fnGet().substr(0, 7), "PLAIN\x1E\x14");
     EXPECT_EQ(fnGet().size(), 7u + 30 * 20 * 3);
-    ASSERT_TRUE(fnRead().fnIsDone());
+    ASSERT_TRUE(fnReadAsDescribed().fnIsDone());
     EXPECT_EQ(fnPixelsOf(m_Image), fnPixelsOf(*image));
     EXPECT_EQ(m_Image.fnGetFioPlugin(), 1000u);
     EXPECT_STREQ(m_Image.Title, "");
@@ -80,9 +80,31 @@ TEST_F(OwnFormat, AnImageOfAnyDepthIsWrittenByItsColors) {
     for (const unsigned int bits : {4u, 8u, 16u, 32u}) {
         const auto image = fnMakeNoise(9, 5, bits, bits);
         ASSERT_EQ(fnWrite(*image, kPlain).m_nMsgId, 0);
-        ASSERT_TRUE(fnRead().fnIsDone());
+        ASSERT_TRUE(fnReadAsDescribed().fnIsDone());
         EXPECT_EQ(fnPixelsOf(m_Image), fnColorsOf(*image)) << bits;
     }
+}
+
+TEST_F(OwnFormat, APictureIsDescribedUpToItsFirstRow) {
+    fnPut(kFile.substr(0, kFile.size() - 9)); // the second row is missing
+    CqPictureFacts facts;
+    ASSERT_TRUE(q32DescribePicture(kPath, facts).fnIsDone());
+    EXPECT_EQ(facts.m_eFormat, kPlain);
+    EXPECT_EQ(facts.m_nWidth, 3u);
+    EXPECT_EQ(facts.m_nHeight, 2u);
+    EXPECT_EQ(fnRead().m_nMsgId, -6);
+}
+
+TEST_F(OwnFormat, WithoutASizeNothingIsDescribed) {
+    fnPut(kFile);
+    CqPictureFacts facts;
+    fnPlain().m_Read = [](CqPictureReader&) { return false; };
+    EXPECT_EQ(q32DescribePicture(kPath, facts).m_nMsgId, -6);
+    fnPlain().m_Read = [](CqPictureReader& reader) {
+        return reader.fnAlloc(3, 2, 24) && reader.fnFail(MESSAGE_UNSUPPORTED);
+    };
+    EXPECT_EQ(q32DescribePicture(kPath, facts).m_nMsgId, -102);
+    EXPECT_EQ(facts.m_nWidth, 0u);
 }
 
 TEST_F(OwnFormat, TheFormatIsListedAndFoundByItsExtensions) {
@@ -295,7 +317,7 @@ TEST_F(OwnFormat, TheLibrarysOwnFormatsAreRecognizedFirst) {
     greedy.m_bKnows = true;
     const auto image = fnMakeNoise(3, 2, 24, 1);
     ASSERT_TRUE(fnWrite(*image, PICTURE_PNG).fnIsDone());
-    ASSERT_TRUE(fnRead().fnIsDone());
+    ASSERT_TRUE(fnReadAsDescribed().fnIsDone());
     EXPECT_EQ(m_Image.fnGetFioPlugin(), PICTURE_PNG);
     EXPECT_EQ(q32FindPictureFormat("a.png")->m_eFormat, PICTURE_PNG);
     EXPECT_EQ(fnWrite(*image, fnNumber(1001)).m_nMsgId, -102) << "it can't be written";

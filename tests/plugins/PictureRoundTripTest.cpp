@@ -18,7 +18,7 @@ TEST_F(PictureRoundTrip, EveryDepthReadsBackByteForByteAtOddSizes) {
                 SCOPED_TRACE(testing::Message() << format << ' ' << bits << ' ' << width);
                 const auto image = fnMakeNoise(width, height, bits, width * height + bits);
                 ASSERT_TRUE(fnWrite(*image, format).fnIsDone());
-                ASSERT_TRUE(fnRead().fnIsDone());
+                ASSERT_TRUE(fnReadAsDescribed().fnIsDone());
                 ASSERT_EQ(m_Image.Width, width);
                 ASSERT_EQ(m_Image.Height, height);
                 // Only BMP has 5-6-5; the other formats get the colours as drawn.
@@ -36,13 +36,13 @@ TEST_F(PictureRoundTrip, AShortPaletteKeepsItsLength) {
         const auto image = fnMakeNoise(50, 40, bits, bits, 7);
         for (const PICTURE_FORMAT format : {PICTURE_PNG, PICTURE_BMP}) {
             ASSERT_TRUE(fnWrite(*image, format).fnIsDone());
-            ASSERT_TRUE(fnRead().fnIsDone());
+            ASSERT_TRUE(fnReadAsDescribed().fnIsDone());
             EXPECT_EQ(fnPaletteOf(m_Image), fnPaletteOf(*image));
             EXPECT_EQ(fnPixelsOf(m_Image), fnPixelsOf(*image));
         }
         // A TIFF's colour table is always full; the rest is black.
         ASSERT_TRUE(fnWrite(*image, PICTURE_TIFF).fnIsDone());
-        ASSERT_TRUE(fnRead().fnIsDone());
+        ASSERT_TRUE(fnReadAsDescribed().fnIsDone());
         EXPECT_EQ(m_Image.PaletteCount, 1u << bits);
         EXPECT_EQ(fnColorsOf(m_Image), fnColorsOf(*image));
     }
@@ -60,7 +60,7 @@ TEST_F(PictureRoundTrip, IndicesBeyondThePaletteShowAsBlackAgain) {
     }
     for (const PICTURE_FORMAT format : kLossless) {
         ASSERT_TRUE(fnWrite(narrow, format).fnIsDone());
-        ASSERT_TRUE(fnRead().fnIsDone());
+        ASSERT_TRUE(fnReadAsDescribed().fnIsDone());
         EXPECT_EQ(fnPixelsOf(m_Image), fnPixelsOf(narrow));
         EXPECT_EQ(fnColorsOf(m_Image), fnColorsOf(narrow));
     }
@@ -75,7 +75,7 @@ TEST_F(PictureRoundTrip, AGreyImageStaysGrey) {
     }
     for (const PICTURE_FORMAT format : kLossless) {
         ASSERT_TRUE(fnWrite(grey, format).fnIsDone());
-        ASSERT_TRUE(fnRead().fnIsDone());
+        ASSERT_TRUE(fnReadAsDescribed().fnIsDone());
         EXPECT_TRUE(m_Image.fnIsGrayScale());
         EXPECT_EQ(fnPixelsOf(m_Image), fnPixelsOf(grey));
     }
@@ -88,7 +88,7 @@ TEST_F(PictureRoundTrip, EveryResolutionReadsBack) {
             image->DpiX = dpi;
             image->DpiY = 2 * dpi <= 65535 ? 2 * dpi : dpi;
             ASSERT_TRUE(fnWrite(*image, format).fnIsDone());
-            ASSERT_TRUE(fnRead().fnIsDone());
+            ASSERT_TRUE(fnReadAsDescribed().fnIsDone());
             EXPECT_EQ(m_Image.DpiX, image->DpiX) << format;
             EXPECT_EQ(m_Image.DpiY, image->DpiY) << format;
         }
@@ -102,7 +102,7 @@ TEST_F(PictureRoundTrip, AnInvalidResolutionIsNotWritten) {
             image->DpiX = x;
             image->DpiY = y;
             ASSERT_TRUE(fnWrite(*image, format).fnIsDone());
-            ASSERT_TRUE(fnRead().fnIsDone());
+            ASSERT_TRUE(fnReadAsDescribed().fnIsDone());
             EXPECT_EQ(m_Image.DpiX, 96) << format;
             EXPECT_EQ(m_Image.DpiY, 96) << format;
         }
@@ -115,7 +115,7 @@ TEST_F(PictureRoundTrip, TheTitleReadsBackWhereTheFormatHasOne) {
         image->Title = title;
         for (const PICTURE_FORMAT format : {PICTURE_PNG, PICTURE_TIFF}) {
             ASSERT_TRUE(fnWrite(*image, format).fnIsDone());
-            ASSERT_TRUE(fnRead().fnIsDone());
+            ASSERT_TRUE(fnReadAsDescribed().fnIsDone());
             EXPECT_STREQ(m_Image.Title, title) << format;
         }
     }
@@ -128,14 +128,14 @@ TEST_F(PictureRoundTrip, EveryCompressionGivesTheSamePixels) {
         CqPictureOptions options;
         options.m_eTiffCompression = compression;
         ASSERT_TRUE(fnWrite(*image, PICTURE_TIFF, options).fnIsDone());
-        ASSERT_TRUE(fnRead().fnIsDone());
+        ASSERT_TRUE(fnReadAsDescribed().fnIsDone());
         EXPECT_EQ(fnPixelsOf(m_Image), fnPixelsOf(*image)) << compression;
     }
     for (const unsigned int effort : {0u, 1u, 9u, 99u}) {
         CqPictureOptions options;
         options.m_nPngEffort = effort;
         ASSERT_TRUE(fnWrite(*image, PICTURE_PNG, options).fnIsDone());
-        ASSERT_TRUE(fnRead().fnIsDone());
+        ASSERT_TRUE(fnReadAsDescribed().fnIsDone());
         EXPECT_EQ(fnPixelsOf(m_Image), fnPixelsOf(*image)) << effort;
     }
 }

@@ -43,6 +43,26 @@ void PictureTest::fnExpectRefused(int message) {
     EXPECT_EQ(m_Image.fnGetFioPlugin(), 99u);
 }
 
+CqPictureResult PictureTest::fnReadAsDescribed() {
+    const CqPictureResult result = fnRead();
+    EXPECT_TRUE(result.fnIsDone());
+    CqPictureFacts facts;
+    const CqPictureResult described = q32DescribePicture(kPath, facts);
+    EXPECT_TRUE(described.fnIsDone());
+    EXPECT_EQ(described.m_bReduced, result.m_bReduced);
+    EXPECT_EQ(described.m_nParts, result.m_nParts);
+    EXPECT_EQ(facts.m_eFormat, m_Image.fnGetFioPlugin());
+    EXPECT_EQ(facts.m_nWidth, m_Image.Width);
+    EXPECT_EQ(facts.m_nHeight, m_Image.Height);
+    EXPECT_EQ(facts.m_nBitCount, m_Image.BitCount);
+    EXPECT_EQ(facts.m_nColors, m_Image.PaletteCount);
+    EXPECT_EQ(facts.m_bGrey, m_Image.BitCount == 8 && m_Image.fnIsGrayScale());
+    EXPECT_EQ(facts.m_nDpiX, m_Image.DpiX);
+    EXPECT_EQ(facts.m_nDpiY, m_Image.DpiY);
+    EXPECT_STREQ(facts.m_strTitle, m_Image.Title);
+    return result;
+}
+
 Bytes fnRowOf(CqImage& image, std::uint32_t y) {
     CqImageLine line;
     image.fnAccessLine(y, &line, true);

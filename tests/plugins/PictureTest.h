@@ -56,6 +56,8 @@ protected:
     CqPictureResult fnRead(CqPictureProgress* progress = nullptr) {
         return q32ReadPicture(kPath, m_Image, progress);
     }
+    /// Reads it likewise, and expects its headers to declare what was read.
+    CqPictureResult fnReadAsDescribed();
     CqPictureResult fnWrite(CqImage& image, PICTURE_FORMAT format,
                             const CqPictureOptions& options = {},
                             CqPictureProgress* progress = nullptr) {

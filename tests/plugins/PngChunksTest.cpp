@@ -110,7 +110,7 @@ TEST_F(PngChunks, TheLastOfSeveralTitlesIsTaken) {
     EXPECT_FALSE(result.m_bReduced);
     EXPECT_STREQ(m_Image.Title, "three");
     fnPut(fnWith({fnTitle("one"), fnCompressedText("Title", 7)}));
-    ASSERT_TRUE(fnRead().fnIsDone());
+    ASSERT_TRUE(fnReadAsDescribed().fnIsDone());
     EXPECT_STREQ(m_Image.Title, "aaaaaaa");
 }
 
@@ -158,7 +158,7 @@ TEST_F(PngChunks, AnAncillaryChunkAnywhereMakesNoDifference) {
         Bytes file = plain;
         file.insert(file.begin() + static_cast<std::ptrdiff_t>(place), extra.begin(), extra.end());
         fnPut(file);
-        ASSERT_TRUE(fnRead().fnIsDone());
+        ASSERT_TRUE(fnReadAsDescribed().fnIsDone());
         EXPECT_EQ(fnPixelsOf(m_Image), fnPicture().m_Rows);
     }
 }

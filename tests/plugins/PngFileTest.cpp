@@ -85,7 +85,7 @@ TEST_F(PngFile, EveryKindOfColourIsReadPlainAndInterlaced) {
                 TestPng png = fnNoise(width, height, type, depth);
                 png.m_bInterlaced = interlaced;
                 fnPut(png.fnMake());
-                ASSERT_EQ(fnRead().m_nMsgId, 0) << type << ' ' << depth << ' ' << width;
+                ASSERT_EQ(fnReadAsDescribed().m_nMsgId, 0) << type << ' ' << depth << ' ' << width;
                 ASSERT_EQ(m_Image.BitCount, type == 0 ? 8u : type == 2 ? 24u : 32u);
                 ASSERT_EQ(fnPixelsOf(m_Image), fnExpected(png))
                     << type << ' ' << depth << ' ' << width << 'x' << height << ' ' << interlaced;
@@ -101,7 +101,7 @@ TEST_F(PngFile, APaletteStaysAPalette) {
             TestPng png = fnNoise(131, 66, 3, depth);
             png.m_bInterlaced = interlaced;
             fnPut(png.fnMake());
-            ASSERT_EQ(fnRead().m_nMsgId, 0);
+            ASSERT_EQ(fnReadAsDescribed().m_nMsgId, 0);
             EXPECT_EQ(m_Image.BitCount, depth == 8 ? 8u : 4u);
             EXPECT_EQ(fnPaletteOf(m_Image), png.m_Palette);
             Bytes expected;
@@ -117,7 +117,7 @@ TEST_F(PngFile, TransparencyGives32Bits) {
     TestPng palette = fnNoise(9, 4, 3, 2);
     palette.m_Transparent = {0, 100};
     fnPut(palette.fnMake());
-    ASSERT_EQ(fnRead().m_nMsgId, 0);
+    ASSERT_EQ(fnReadAsDescribed().m_nMsgId, 0);
     ASSERT_EQ(m_Image.BitCount, 32u);
     Bytes expected;
     for (std::uint32_t y = 0; y < 4; ++y) {
@@ -136,7 +136,7 @@ TEST_F(PngFile, TransparencyGives32Bits) {
     grey.m_Rows = {7, 8};
     grey.m_ClearGrey = {7};
     fnPut(grey.fnMake());
-    ASSERT_EQ(fnRead().m_nMsgId, 0);
+    ASSERT_EQ(fnReadAsDescribed().m_nMsgId, 0);
     EXPECT_EQ(fnPixelsOf(m_Image), (Bytes{0, 7, 7, 7, 255, 8, 8, 8}));
 
     TestPng color;
@@ -144,7 +144,7 @@ TEST_F(PngFile, TransparencyGives32Bits) {
     color.m_Rows = {1, 2, 3, 1, 2, 4};
     color.m_ClearGrey = {1, 2, 3};
     fnPut(color.fnMake());
-    ASSERT_EQ(fnRead().m_nMsgId, 0);
+    ASSERT_EQ(fnReadAsDescribed().m_nMsgId, 0);
     EXPECT_EQ(fnPixelsOf(m_Image), (Bytes{0, 1, 2, 3, 255, 1, 2, 4}));
 }
 
@@ -156,7 +156,7 @@ TEST_F(PngFile, TheClearColourOfA16BitPictureIsComparedAt16Bits) {
     png.m_Rows = {0x40, 0x00, 0x40, 0x01};
     png.m_ClearGrey = {0x4000};
     fnPut(png.fnMake());
-    ASSERT_EQ(fnRead().m_nMsgId, 0);
+    ASSERT_EQ(fnReadAsDescribed().m_nMsgId, 0);
     EXPECT_EQ(fnPixelsOf(m_Image), (Bytes{0, 64, 64, 64, 255, 64, 64, 64}));
 }
 
@@ -184,7 +184,7 @@ TEST_F(PngFile, WithoutAResolutionTheImageHasTheScreensResolution) {
         fnPut(png.fnMake());
         m_Image.DpiX = m_Image.DpiY = 5;
         m_Image.Title = "old";
-        ASSERT_EQ(fnRead().m_nMsgId, 0);
+        ASSERT_EQ(fnReadAsDescribed().m_nMsgId, 0);
         EXPECT_EQ(m_Image.DpiX, 96);
         EXPECT_EQ(m_Image.DpiY, 96);
         EXPECT_STREQ(m_Image.Title, "") << "the title of an earlier picture is none of this one";

@@ -92,7 +92,7 @@ protected:
 
     void fnExpectPixels(const TestTiff& tiff, unsigned int bits, const Bytes& expected) {
         fnPut(tiff.fnMake());
-        ASSERT_EQ(fnRead().m_nMsgId, 0);
+        ASSERT_EQ(fnReadAsDescribed().m_nMsgId, 0);
         ASSERT_EQ(m_Image.BitCount, bits);
         ASSERT_EQ(fnPixelsOf(m_Image), expected);
         EXPECT_EQ(m_Image.fnGetFioPlugin(), PICTURE_TIFF);
@@ -289,7 +289,7 @@ TEST_F(TiffFile, EmbeddedJpegDataIsReadAndRefusedWhenBroken) {
                               {static_cast<std::uint8_t>(i % 64 * 4), 90, 60});
     Bytes file = tiff.fnMake();
     fnPut(file);
-    ASSERT_EQ(fnRead().m_nMsgId, 0);
+    ASSERT_EQ(fnReadAsDescribed().m_nMsgId, 0);
     ASSERT_EQ(m_Image.BitCount, 24u);
     const Bytes pixels = fnPixelsOf(m_Image);
     ASSERT_EQ(pixels.size(), tiff.m_Samples.size());
@@ -343,7 +343,7 @@ TEST_F(TiffFile, ResolutionAndTitleAreRead) {
             TIFFSetField(handle, TIFFTAG_IMAGEDESCRIPTION, "described");
         };
         fnPut(tiff.fnMake());
-        ASSERT_EQ(fnRead().m_nMsgId, 0);
+        ASSERT_EQ(fnReadAsDescribed().m_nMsgId, 0);
         EXPECT_EQ(m_Image.DpiX, one.m_nExpected);
         EXPECT_EQ(m_Image.DpiY, one.m_nExpected);
         EXPECT_STREQ(m_Image.Title, "described");
@@ -353,7 +353,7 @@ TEST_F(TiffFile, ResolutionAndTitleAreRead) {
         TIFFSetField(static_cast<TIFF*>(file), TIFFTAG_IMAGEDESCRIPTION, "described");
     };
     fnPut(tiff.fnMake());
-    ASSERT_EQ(fnRead().m_nMsgId, 0);
+    ASSERT_EQ(fnReadAsDescribed().m_nMsgId, 0);
     EXPECT_STREQ(m_Image.Title, "named");
 }
 

@@ -60,8 +60,21 @@ protected:
     void fnExpectRead(const std::string& file, const std::string& samples) {
         fnPut(file);
         CqWave wave;
-        EXPECT_EQ(q32ReadWave(kPath, wave).m_nMsgId, 0);
+        const CqWaveFileResult result = q32ReadWave(kPath, wave);
+        EXPECT_EQ(result.m_nMsgId, 0);
         EXPECT_EQ(fnSamples(wave), samples);
+        fnExpectDescribed(wave, result);
+    }
+
+    /// Expects the file's headers to declare what was read.
+    static void fnExpectDescribed(const CqWave& wave, const CqWaveFileResult& result) {
+        CqWaveFacts facts;
+        const CqWaveFileResult described = q32DescribeWave(kPath, facts);
+        EXPECT_EQ(described.m_nMsgId, 0);
+        EXPECT_EQ(described.m_bReduced, result.m_bReduced);
+        const WAVEFORMATEX format = wave.fnGetFormat();
+        EXPECT_EQ(std::memcmp(&facts.m_Format, &format, sizeof format), 0);
+        EXPECT_EQ(facts.m_nFrames, wave.fnGetFrameCount());
     }
 
     /// Expects the read to fail with a message, and the sound to stay.
@@ -83,6 +96,24 @@ protected:
         EXPECT_EQ(m_World->m_pDisks->fnGetOpenFiles(), 0u);
     }
 };
+
+TEST_F(WaveFileTest, ASoundIsDescribedWithoutItsSamples) {
+    fnPut(fnFile(fnChunk("fmt ", fnFormat(2, 24)) + fnChunk("data", std::string(60, 'x'))));
+    auto& reads = m_World->m_pFiles->m_pStream->m_Read;
+    CqWaveFacts facts;
+    const CqWaveFileResult result = q32DescribeWave(kPath, facts);
+    ASSERT_TRUE(result.fnIsDone());
+    EXPECT_TRUE(result.m_bReduced);
+    EXPECT_EQ(facts.m_nFrames, 10u);
+    EXPECT_EQ(facts.m_Format.nBlockAlign, 4u);
+    EXPECT_EQ(facts.m_Format.wBitsPerSample, 16u);
+    CqWaveLimits limits;
+    limits.m_nStorageBytes = 39;
+    EXPECT_EQ(q32DescribeWave(kPath, facts, limits).m_eLimit, PICTURE_LIMIT_SOUND_STORAGE);
+    reads.fnFail(1);
+    EXPECT_EQ(q32DescribeWave(kPath, facts).m_nMsgId, -4);
+    EXPECT_EQ(facts.m_nFrames, 10u);
+}
 
 /// Records its calls, and aborts at one of them, counted from 1; 0: never.
 class Listener : public CqPictureProgress {

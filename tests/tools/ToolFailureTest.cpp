@@ -204,7 +204,9 @@ TEST_F(ToolFailureTest, StoresSettingsOnlyOnRequest) {
     EXPECT_FALSE(fs::exists(fnPath("config/q32Base/Qkz.cfg")));
     fs::create_directory(fnPath("large"));
     EXPECT_EQ(fnRun({"settings", "--scratch", "scratch,large", "--share", "30"}), 0) << m_Errors;
+    const std::string changed = m_Said.substr(m_Said.find("memory:"));
     EXPECT_EQ(fnRun({"settings"}), 0);
+    EXPECT_EQ(m_Said.substr(m_Said.find("memory:")), changed);
     EXPECT_NE(m_Said.find(fnPath("large").string()), std::string::npos) << m_Said;
     EXPECT_NE(m_Said.find("30 percent"), std::string::npos) << m_Said;
     // A run's own folders aren't stored.

@@ -1,4 +1,5 @@
 // What the tool says: help, manual page, completions, JSON, and the recipes of its page.
+#include "plugins/PictureFile.h"
 #include "plugins/WaveFile.h"
 #include "q32Base/sound/CqWave.h"
 #include "tests/tools/ToolTest.h"
@@ -155,6 +156,41 @@ TEST_F(ToolTextTest, InfoDescribesPicturesAndSoundsInJson) {
     EXPECT_EQ(read("1;file"), "odd \"name\""); // its first line
     EXPECT_EQ(read("2;seconds"), "0.5");
     EXPECT_EQ(read("2;channels"), "2");
+}
+
+TEST_F(ToolTextTest, InfoReadsHeadersUnlessAskedToCheck) {
+    fnMake("in.jpg", 200, 100, 24);
+    fnPut("in.jpg", fnGet("in.jpg").substr(0, 2000));
+    ASSERT_EQ(fnRun({"info", "in.jpg"}), 0) << m_Errors;
+    EXPECT_EQ(m_Said.find("in.jpg: JPEG, 200 x 100 pixels, 24 bits, "), 0U) << m_Said;
+    EXPECT_EQ(fnRun({"info", "--check", "in.jpg"}), 1);
+    EXPECT_NE(m_Errors.find("is damaged or incomplete"), std::string::npos) << m_Errors;
+    CqWave wave(1, 8, 8000, 4000, true);
+    ASSERT_TRUE(q32WriteWave(fnPath("tone.wav").c_str(), wave).fnIsDone());
+    fnMake("in.jpg", 200, 100, 24);
+    EXPECT_EQ(fnRun({"info", "--check", "in.jpg", "tone.wav"}), 0) << m_Errors;
+}
+
+TEST_F(ToolTextTest, InfoNamesWhatIsNotRead) {
+    const auto image = fnMake("in.jpg", 20, 10, 24);
+    CqPictureMetadata metadata;
+    metadata.m_Xmp.assign(40, ' ');
+    metadata.m_nOrientation = 6;
+    const unsigned char exif[] = {'I', 'I', 42, 0, 8, 0, 0, 0, 1, 0, 0x12, 1, 3,
+                                  0,   1,   0,  0, 0, 1, 0, 0, 0, 0, 0,    0, 0};
+    metadata.m_Exif.assign(std::begin(exif), std::end(exif));
+    ASSERT_TRUE(
+        q32WritePicture(fnPath("in.jpg").c_str(), *image, metadata, PICTURE_JPEG).fnIsDone());
+    ASSERT_EQ(fnRun({"info", "in.jpg"}), 0) << m_Errors;
+    EXPECT_NE(m_Said.find("holds more than is read: an orientation; notes of a camera or editor\n"),
+              std::string::npos)
+        << m_Said;
+    ASSERT_EQ(fnRun({"info", "--json", "in.jpg"}), 0) << m_Errors;
+    const std::string json = m_Said;
+    EXPECT_EQ(fnRead(json, "0;complete"), "OFF");
+    EXPECT_EQ(fnRead(json, "0;unread;0"), "an orientation");
+    ASSERT_EQ(fnRun({"convert", "in.jpg", "out.png"}), 0);
+    EXPECT_NE(m_Errors.find("an orientation; notes"), std::string::npos) << m_Errors;
 }
 
 TEST_F(ToolTextTest, InfoReportsFailuresInJsonToo) {

@@ -22,13 +22,11 @@ int fnRunChain(const CommandLine& line) {
     fnRequireFormat(line.m_szOutput);
     Session session(line.m_Common);
     CqImage image;
-    const FileFacts facts = fnReadFile(input, image, session);
-    if (facts.m_bReduced) {
+    if (const unsigned int parts = fnReadFile(input, image, session)) {
         if (fnIsSameFile(input, line.m_szOutput) && !line.m_Common.fnHas("force"))
             throw Failure{input + ": holds more than was read, which would be lost: save under "
                                   "another name, or use --force"};
-        session.fnWarn(input + ": holds more than is read: further pictures, deeper channels, a "
-                               "colour profile, or metadata");
+        session.fnWarn(input + ": " + fnExplainParts(parts));
     }
     for (const Step& step : line.m_Steps) {
         session.fnGetProgress().fnBegin(step.m_pCommand->m_pszName);

@@ -99,7 +99,8 @@ constexpr Argument kMontageOptions[] = {
     fnInteger("columns", 1, 1000, "", "cells side by side; about as many as rows otherwise"),
     fnInteger("gap", 0, 1000, "8", "pixels between the cells and around them"),
 };
-constexpr Argument kInfoOptions[] = {kJson};
+constexpr Argument kInfoOptions[] = {
+    fnFlag("check", "decodes each file to its end, and fails for one that is damaged"), kJson};
 constexpr Argument kPlayWords[] = {{"FILE", Kind::FILE, "a WAV file"}};
 constexpr Argument kPlayOptions[] = {fnFlag("loop", "plays again and again")};
 constexpr Argument kSettingsOptions[] = {
@@ -162,8 +163,8 @@ constexpr Command kCommands[] = {
      fnRunMontage},
     {"info",
      "Describes pictures and WAV files.",
-     "Each file is decoded from its first byte to its last, so a description says that it is "
-     "intact.",
+     "The headers of a file are enough for that, whatever its size; damage behind them is found "
+     "with --check.",
      Form::FILES,
      {},
      kInfoOptions,

@@ -39,59 +39,86 @@ bool fnIsWave(const std::string& path) {
     return text.starts_with("RIFF") && text.ends_with("WAVE");
 }
 
-const char* fnNameFormat(const CqImage& image) {
+const char* fnNameFormat(PICTURE_FORMAT number) {
     for (const CqPictureFormat& format : q32GetPictureFormats())
-        if (format.m_eFormat == image.fnGetFioPlugin())
+        if (format.m_eFormat == number)
             return format.m_pszName;
     return "";
 }
 
-Description fnDescribePicture(const std::string& path, Session& session) {
+std::string fnListInJson(const std::vector<std::string>& texts) {
+    std::string list;
+    for (const std::string& text : texts)
+        list += (list.empty() ? "" : ", ") + fnQuoteJson(text);
+    return "[" + list + "]";
+}
+
+/// Reads all of a picture, since damage to its pixels doesn't show in its headers.
+void fnCheckPicture(const std::string& path, Session& session) {
     CqImage image;
-    const FileFacts facts = fnReadFile(path, image, session);
-    const std::string title = static_cast<const char*>(image.Title);
-    const bool grey = image.BitCount == 8 && image.fnIsGrayScale();
+    fnReadFile(path, image, session);
+}
+
+Description fnDescribePicture(const std::string& path, bool check, Session& session) {
+    if (check)
+        fnCheckPicture(path, session);
+    CqPictureFacts facts;
+    const unsigned int parts = fnDescribeFile(path, facts, session);
+    const std::string title = static_cast<const char*>(facts.m_strTitle);
     const std::uint64_t bytes = fnMeasureFile(path);
-    const auto text = [](std::uint64_t value) { return std::to_string(value); };
+    const auto text = [](auto value) { return std::to_string(value); };
     Description made;
-    made.m_szText = path + ": " + fnNameFormat(image) + ", " + text(image.Width) + " x " +
-                    text(image.Height) + " pixels, " + text(image.BitCount) + " bits" +
-                    (grey                     ? " of grey"
-                     : image.PaletteCount > 0 ? " with a palette"
-                                              : "") +
-                    ", " + std::to_string(image.DpiX) + " x " + std::to_string(image.DpiY) +
-                    " dpi, " + text(bytes) + " bytes\n";
+    made.m_szText = path + ": " + fnNameFormat(facts.m_eFormat) + ", " + text(facts.m_nWidth) +
+                    " x " + text(facts.m_nHeight) + " pixels, " + text(facts.m_nBitCount) +
+                    " bits" +
+                    (facts.m_bGrey         ? " of grey"
+                     : facts.m_nColors > 0 ? " with a palette"
+                                           : "") +
+                    ", " + text(facts.m_nDpiX) + " x " + text(facts.m_nDpiY) + " dpi, " +
+                    text(bytes) + " bytes\n";
     if (!title.empty())
         made.m_szText += "  title: " + title + '\n';
-    if (facts.m_bReduced)
-        made.m_szText += "  holds more than is read: further pictures, deeper channels, a colour "
-                         "profile, or metadata\n";
+    if (parts != 0)
+        made.m_szText += "  " + fnExplainParts(parts) + '\n';
     made.m_Json.fnAdd("file", path);
     made.m_Json.fnAdd("kind", "picture");
-    made.m_Json.fnAdd("format", fnNameFormat(image));
-    made.m_Json.fnAdd("width", std::uint64_t{image.Width});
-    made.m_Json.fnAdd("height", std::uint64_t{image.Height});
-    made.m_Json.fnAdd("bits", std::uint64_t{image.BitCount});
-    made.m_Json.fnAdd("palette", std::uint64_t{image.PaletteCount});
-    made.m_Json.fnAddFlag("grey", grey);
-    made.m_Json.fnAddRaw("dpi", "[" + std::to_string(image.DpiX) + ", " +
-                                    std::to_string(image.DpiY) + "]");
+    made.m_Json.fnAdd("format", fnNameFormat(facts.m_eFormat));
+    made.m_Json.fnAdd("width", std::uint64_t{facts.m_nWidth});
+    made.m_Json.fnAdd("height", std::uint64_t{facts.m_nHeight});
+    made.m_Json.fnAdd("bits", std::uint64_t{facts.m_nBitCount});
+    made.m_Json.fnAdd("palette", std::uint64_t{facts.m_nColors});
+    made.m_Json.fnAddFlag("grey", facts.m_bGrey);
+    made.m_Json.fnAddRaw("dpi", "[" + text(facts.m_nDpiX) + ", " + text(facts.m_nDpiY) + "]");
     made.m_Json.fnAdd("title", title);
     made.m_Json.fnAdd("bytes", bytes);
-    made.m_Json.fnAddFlag("complete", !facts.m_bReduced);
+    made.m_Json.fnAddFlag("complete", parts == 0);
+    made.m_Json.fnAddRaw("unread", fnListInJson(fnNameParts(parts)));
     return made;
 }
 
-Description fnDescribeWave(const std::string& path, Session& session) {
-    CqWave wave;
+CqWaveFileResult fnReadSound(const std::string& path, bool check, CqWaveFacts& facts,
+                             Session& session) {
+    Progress& progress = session.fnGetProgress();
+    progress.fnBegin("reading " + path);
+    if (check) {
+        CqWave wave;
+        const CqWaveFileResult result = q32ReadWave(path.c_str(), wave, &progress);
+        if (!result.fnIsDone())
+            return result;
+    }
+    return q32DescribeWave(path.c_str(), facts, {}, &progress);
+}
+
+Description fnDescribeWave(const std::string& path, bool check, Session& session) {
+    CqWaveFacts facts;
     errno = 0;
-    const CqWaveFileResult result = q32ReadWave(path.c_str(), wave, &session.fnGetProgress());
+    const CqWaveFileResult result = fnReadSound(path, check, facts, session);
     const int error = errno;
     session.fnGetProgress().fnRequire();
     if (!result.fnIsDone())
         throw Failure{fnExplainReading(path, result, error)};
-    const WAVEFORMATEX format = wave.fnGetFormat();
-    const std::uint64_t frames = wave.fnGetFrameCount();
+    const WAVEFORMATEX& format = facts.m_Format;
+    const std::uint64_t frames = facts.m_nFrames;
     std::array<char, 32> seconds{};
     std::snprintf(seconds.data(), seconds.size(), "%.3f",
                   static_cast<double>(frames) / std::max<double>(1, format.nSamplesPerSec));
@@ -115,15 +142,17 @@ Description fnDescribeWave(const std::string& path, Session& session) {
 } // namespace
 
 int fnRunInfo(const CommandLine& line) {
-    const bool json = line.m_Steps.front().m_Words.fnHas("json");
+    const Words& words = line.m_Steps.front().m_Words;
+    const bool json = words.fnHas("json");
+    const bool check = words.fnHas("check");
     Session session(line.m_Common);
     int code = CODE_DONE;
     std::string list;
     for (const std::string& path : line.m_Files) {
         Description made;
         try {
-            made =
-                fnIsWave(path) ? fnDescribeWave(path, session) : fnDescribePicture(path, session);
+            made = fnIsWave(path) ? fnDescribeWave(path, check, session)
+                                  : fnDescribePicture(path, check, session);
         } catch (const Failure& failure) {
             session.fnReport(failure.m_szText);
             made.m_Json.fnAdd("file", path);

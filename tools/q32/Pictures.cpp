@@ -76,25 +76,64 @@ void fnRemake(CqImage& image, Depth from, Depth to, Session& session, Change cha
     image.fnSwapBuf(fresh);
 }
 
-} // namespace
-
-FileFacts fnReadFile(const std::string& path, CqImage& image, Session& session) {
-    return fnReadFile(path, image, Extent{}, session);
+/// What of its metadata a picture loses, which the tool neither applies nor saves.
+unsigned int fnFindParts(const CqPictureMetadata& metadata) {
+    const bool notes =
+        !metadata.m_Exif.empty() || !metadata.m_Xmp.empty() || !metadata.m_Iptc.empty();
+    return (notes ? PICTURE_PART_NOTES : 0u) |
+           (metadata.m_Profile.empty() ? 0u : PICTURE_PART_PROFILE) |
+           (metadata.m_nOrientation == 1 ? 0u : PICTURE_PART_ORIENTATION);
 }
 
-FileFacts fnReadFile(const std::string& path, CqImage& image, const Extent& fit, Session& session) {
+/// Has `read(limits, metadata)` read a file: the metadata only tell apart what it holds.
+template <typename Read>
+unsigned int fnOpen(const std::string& path, Session& session, const Read& read) {
     session.fnGetProgress().fnBegin("reading " + path);
     CqPictureLimits limits = session.fnGetLimits();
-    limits.m_nFitWidth = fit.m_nWidth;
-    limits.m_nFitHeight = fit.m_nHeight;
+    CqPictureMetadata metadata;
     errno = 0;
-    const CqPictureResult result =
-        q32ReadPicture(path.c_str(), image, limits, &session.fnGetProgress());
+    const CqPictureResult result = read(limits, metadata);
     const int error = errno;
     session.fnGetProgress().fnRequire();
     if (!result.fnIsDone())
         throw Failure{fnExplainReading(path, result, error)};
-    return {result.m_bReduced};
+    return result.m_nParts | fnFindParts(metadata);
+}
+
+} // namespace
+
+unsigned int fnReadFile(const std::string& path, CqImage& image, Session& session) {
+    return fnReadFile(path, image, Extent{}, session);
+}
+
+unsigned int fnReadFile(const std::string& path, CqImage& image, const Extent& fit,
+                        Session& session) {
+    return fnOpen(path, session, [&](CqPictureLimits& limits, CqPictureMetadata& metadata) {
+        limits.m_nFitWidth = fit.m_nWidth;
+        limits.m_nFitHeight = fit.m_nHeight;
+        return q32ReadPicture(path.c_str(), image, metadata, limits, &session.fnGetProgress());
+    });
+}
+
+unsigned int fnDescribeFile(const std::string& path, CqPictureFacts& facts, Session& session) {
+    return fnOpen(path, session, [&](const CqPictureLimits& limits, CqPictureMetadata& metadata) {
+        return q32DescribePicture(path.c_str(), facts, &metadata, limits, &session.fnGetProgress());
+    });
+}
+
+std::vector<std::string> fnNameParts(unsigned int parts) {
+    std::vector<std::string> names;
+    for (unsigned int part = 1; part <= parts; part *= 2)
+        if (parts & part)
+            names.emplace_back(q32GetPicturePartText(static_cast<PICTURE_PART>(part)));
+    return names;
+}
+
+std::string fnExplainParts(unsigned int parts) {
+    std::string list;
+    for (const std::string& name : fnNameParts(parts))
+        list += (list.empty() ? "" : "; ") + name;
+    return "holds more than is read: " + list;
 }
 
 const CqPictureFormat& fnRequireFormat(const std::string& path) {

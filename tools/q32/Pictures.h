@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 class CqImage;
 
@@ -20,15 +21,18 @@ struct Extent {
     std::uint32_t m_nHeight = 0;
 };
 
-/// What a file holds apart from its pixels.
-struct FileFacts {
-    bool m_bReduced = false; ///< as in CqPictureResult
-};
-
-FileFacts fnReadFile(const std::string& path, CqImage& image, Session& session);
+/// Reads a file. Returns what it holds that the picture doesn't, as bits of PICTURE_PART.
+unsigned int fnReadFile(const std::string& path, CqImage& image, Session& session);
 /// The same for a picture that is to be reduced: where the format can, it is decoded at a fraction
 /// of its size, but no smaller than `fit` in both directions.
-FileFacts fnReadFile(const std::string& path, CqImage& image, const Extent& fit, Session& session);
+unsigned int fnReadFile(const std::string& path, CqImage& image, const Extent& fit,
+                        Session& session);
+/// Reads only what the file's headers declare. Returns the same.
+unsigned int fnDescribeFile(const std::string& path, CqPictureFacts& facts, Session& session);
+/// The words for such bits, in their order.
+std::vector<std::string> fnNameParts(unsigned int parts);
+/// The same as a warning: that the file holds them, and no more of them.
+std::string fnExplainParts(unsigned int parts);
 
 /// The format of a name's extension. Throws UsageError for one that can't be written.
 const CqPictureFormat& fnRequireFormat(const std::string& path);

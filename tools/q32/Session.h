@@ -33,14 +33,14 @@ public:
     Keys& fnGetKeys() { return m_Keys; }
     /// What reading one picture may take.
     const CqPictureLimits& fnGetLimits() const { return m_Limits; }
+    /// Sets what pixels and decoders may take, by the command line, else by the settings.
+    void fnLimitMemory();
     /// Prints a line on the error stream, unless the user wants none.
     void fnWarn(const std::string& text);
     /// Prints a line on the error stream.
     void fnReport(const std::string& text);
 
 private:
-    void fnLimitMemory();
-
     const Words& m_Common;
     Keys m_Keys;
     Progress m_Progress;

@@ -64,10 +64,12 @@ void fnPrint(const CqVMPolicy& policy, bool json) {
 
 int fnRunSettings(const CommandLine& line) {
     const Words& words = line.m_Steps.front().m_Words;
-    const Session session(line.m_Common);
+    Session session(line.m_Common);
     CqVMPolicy& policy = *q32GetVMPolicy();
-    if (words.fnHas("share") || line.m_Common.fnHas("scratch"))
+    if (words.fnHas("share") || line.m_Common.fnHas("scratch")) {
         fnStore(policy, words);
+        session.fnLimitMemory();
+    }
     fnPrint(policy, words.fnHas("json"));
     return CODE_DONE;
 }
