@@ -394,4 +394,34 @@ TEST_F(PictureMetadata, AnAbortWhileItIsCollectedEndsTheRead) {
     EXPECT_TRUE(m_Read.m_Profile.empty());
 }
 
+TEST_F(PictureMetadata, AWalkOverEmptyPartsReportsProgressAndCanBeAborted) {
+    constexpr std::size_t kParts = 20'000;
+    const std::pair<PICTURE_FORMAT, Bytes> kinds[] = {
+        {PICTURE_PNG, {0, 0, 0, 0, 's', 'k', 'I', 'P', 1, 2, 3, 4}},
+        {PICTURE_JPEG, {0xFF, 0xFE, 0, 10, 1, 2, 3, 4, 5, 6, 7, 8}}};
+    for (const auto& [format, part] : kinds) {
+        ASSERT_TRUE(fnWriteWith({}, format).fnIsDone());
+        const std::string written = fnGet();
+        Bytes file(written.begin(), written.end());
+        Bytes parts;
+        for (std::size_t i = 0; i < kParts; ++i)
+            parts.insert(parts.end(), part.begin(), part.end());
+        file.insert(file.begin() + (format == PICTURE_PNG ? 33 : 2), parts.begin(), parts.end());
+        fnPut(file);
+        RecordedProgress plain;
+        ASSERT_TRUE(fnRead(&plain).fnIsDone());
+        RecordedProgress all;
+        ASSERT_TRUE(q32ReadPicture(kPath, m_Image, m_Read, {}, &all).fnIsDone());
+        EXPECT_GE(all.m_Percents.size(), plain.m_Percents.size() + parts.size() / 65536) << format;
+        for (std::size_t at = plain.m_Percents.size() + 1; at <= all.m_Percents.size(); ++at) {
+            RecordedProgress aborting;
+            aborting.m_nAbortAt = at;
+            CqImage image;
+            EXPECT_TRUE(q32ReadPicture(kPath, image, m_Read, {}, &aborting).m_bAborted);
+            EXPECT_EQ(aborting.m_Percents.size(), at) << "no call after the abort";
+            EXPECT_EQ(image.TileMap, nullptr);
+        }
+    }
+}
+
 } // namespace
