@@ -304,7 +304,7 @@ TEST(CArchive, BlocksLargerThanItsBufferPassThrough) {
 TEST(CArchive, AClosedOneReadsNothingAndWritesNothing) {
     CMemFile file;
     file.Write("abc", 3);
-    file.SeekToBegin();
+    file.Seek(0);
     CArchive load(&file, CArchive::load);
     load.Close();
     char bytes[3];
