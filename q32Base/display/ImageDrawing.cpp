@@ -22,7 +22,7 @@ std::uint32_t fnFindTile(const CqTileMap& map, const CPoint& point) {
     CRect rect;
     for (std::uint32_t row = 0; row < map.TileCount; row += map.TilesAcross) {
         map.fnGetTileRect(&rect, row, true);
-        if (point.y < rect.top || point.y >= rect.bottom)
+        if (point.y >= rect.bottom)
             continue;
         for (std::uint32_t index = row; index < row + map.TilesAcross; ++index) {
             map.fnGetTileRect(&rect, index, true);

@@ -99,9 +99,7 @@ bool fnIsWhole(const DibLayout& layout, std::uint64_t size) {
 
 /// Whether 16-bit pixels of a block are 5-6-5 already.
 bool fnIs565(const DibLayout& layout) {
-    if (layout.m_Header.biCompression == BI_RGB)
-        return false;
-    return layout.m_Header.biCompression != BI_BITFIELDS ||
+    return layout.m_Header.biCompression == BI_BITFIELDS &&
            std::memcmp(layout.m_Masks.data(), kDibMasks565.data(), kDibMaskBytes) == 0;
 }
 

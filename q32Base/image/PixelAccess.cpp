@@ -114,7 +114,8 @@ public:
         m_nFirst = area.fnRunBegin(range.m_nLeast);
         m_bOneTile = range.m_nMost < area.fnRunEnd(range.m_nLeast);
         const std::size_t span = range.m_nMost - range.m_nLeast + std::size_t{1};
-        m_bDense = m_bOneTile && pixelBytes == 4 && span <= kChunk && span <= 2 * columns.size();
+        static_assert(CqTileMap::kMaxTileSize <= kChunk);
+        m_bDense = m_bOneTile && pixelBytes == 4 && span <= 2 * columns.size();
     }
 
     void fnPickRow(std::uint32_t y, unsigned char* out) const {

@@ -72,7 +72,10 @@ public:
     /// Moves to the start of the next line, upward. False above the first one.
     bool fnEndLine() {
         m_nX = 0;
-        return --m_nY >= 0 && fnPlace();
+        if (--m_nY < 0)
+            return false;
+        fnPlace();
+        return true;
     }
 
     /// Moves right by dx and down by dy, deliberately, although lines advance upward. Does nothing
@@ -87,10 +90,9 @@ public:
     }
 
 private:
-    bool fnPlace() {
+    void fnPlace() {
         CPoint place(m_nX, m_nY);
         m_Map.fnAccessTile(place, &m_Tile);
-        return true;
     }
 
     CqTileMap& m_Map;

@@ -4,6 +4,7 @@
 #include "q32Base/operations/Blur_p.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -76,6 +77,8 @@ private:
     /// The line so many lines back.
     std::uint16_t* fnLine(std::uint64_t at, std::uint32_t back) {
         const std::uint64_t line = at < back ? 0 : std::min<std::uint64_t>(at - back, m_nLast);
+        assert(std::min<std::uint64_t>(at / m_nStep * m_nStep + m_nStep - 1, m_nLast) - line <
+               m_nRing); // not overwritten by the newest lines
         return m_pRing.get() + static_cast<std::size_t>(line % m_nRing) * m_nWidth;
     }
 

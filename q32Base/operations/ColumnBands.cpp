@@ -2,6 +2,7 @@
 #include "q32Base/operations/ColumnBands_p.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 
 namespace q32 {
@@ -45,6 +46,7 @@ std::uint32_t ColumnBands::fnPlanBands() {
     std::uint32_t* next = m_pBands.get();
     for (std::uint32_t y = 0; y < height; y = fnBandEnd(y))
         *next++ = y;
+    assert(next == m_pBands.get() + count);
     *next = height;
     return count;
 }
@@ -62,6 +64,7 @@ double ColumnBands::fnBlockTime() const {
 ColumnBlock ColumnBands::fnGetBlock(std::uint32_t unit) const {
     const std::uint32_t x = unit % m_nAcross * m_nColumns;
     const std::uint32_t* const band = m_pBands.get() + unit / m_nAcross;
+    assert(x < m_Target.fnGetWidth() && band[0] < band[1] && band[1] <= m_Target.fnGetHeight());
     return {x, x + std::min(m_nColumns, m_Target.fnGetWidth() - x), band[0], band[1]};
 }
 

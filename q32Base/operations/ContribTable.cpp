@@ -3,6 +3,7 @@
 #include "q32Base/operations/ContribTable_p.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstddef>
 #include <cstdlib>
@@ -31,6 +32,7 @@ std::int32_t fnReflect(std::int64_t j, std::uint32_t srcCount) {
     std::int64_t at = j % period;
     if (at < 0)
         at += period;
+    assert(at >= 0 && at < period);
     return static_cast<std::int32_t>(at < n ? at : period - at);
 }
 
@@ -243,9 +245,11 @@ void ContribTable::fnFillList(ContribList& list, std::uint32_t i, double scale,
         double k = fnKernel(d);
         if (scale < 1.0)
             k = k * scale;
+        assert(static_cast<std::uint32_t>(list.m_nCount) < m_nCapacity);
         list.m_pEntries[list.m_nCount++] = {fnReflect(j, srcCount), {0.0F}, k};
         sum += k;
     }
+    assert(list.m_nCount > 0); // what takes the least and the most pixel relies on it
     if (std::fabs(sum - 1.0) > kEpsilon) {
         const double factor = 1.0 / sum;
         for (std::int32_t k = 0; k < list.m_nCount; ++k)

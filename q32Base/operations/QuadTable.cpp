@@ -4,6 +4,7 @@
 #include "q32Base/operations/QuadTable_p.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstddef>
 #include <utility>
@@ -26,6 +27,8 @@ struct PixelWeights {
             [](const ContribEntry& a, const ContribEntry& b) { return a.m_nPixel < b.m_nPixel; });
         m_nLeast = ends.first->m_nPixel;
         m_nCount = ends.second->m_nPixel - m_nLeast + 1;
+        // Entries are neighbours, and reflecting some brings them nearer.
+        assert(m_nCount > 0 && m_nCount <= static_cast<std::int32_t>(kMaxQuadEntries));
         std::fill_n(m_dExact, m_nCount, 0.0);
         // Reflected entries may share a pixel.
         for (std::int32_t k = 0; k < list.m_nCount; ++k)
@@ -118,6 +121,8 @@ bool fnSetQuadWeights(const ContribList& list, std::int32_t alignment, QuadList&
     quads.m_nMost = pixels.m_nLeast + pixels.m_nCount - 1;
     quads.m_nFlatMax = -1;
     fnSetWeights(pixels, alignment, quads, weights);
+    assert(quads.m_nQuads > 0 && static_cast<std::uint32_t>(quads.m_nQuads) <=
+                                     fnMostQuads(static_cast<std::uint32_t>(list.m_nCount)));
     const Deviation off(pixels);
     const double denominator = fnDenominator(list);
     if (denominator != 0.0 && off.fnSpan() / 2.0 + 2.0 < 0.49 * kOne / denominator) {

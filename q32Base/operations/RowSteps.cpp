@@ -2,6 +2,7 @@
 #include "q32Base/operations/RowSteps_p.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace q32 {
 
@@ -14,6 +15,7 @@ RowSteps::RowSteps(const ContribTable& table, std::uint32_t width, std::uint32_t
     m_pSteps.reset(fnNewArray<Step>(m_nSteps));
     std::uint32_t x = 0;
     for (Step* next = m_pSteps.get(); x < width; x = next++->m_nEnd) {
+        assert(next < m_pSteps.get() + m_nSteps);
         *next = fnNextStep(x);
         if (next->fnGetPixels() <= kWideSum)
             m_nMostPixels = std::max<std::size_t>(m_nMostPixels, next->fnGetPixels());

@@ -1,5 +1,4 @@
 #include "q32Base/framework/Values.h"
-#include "q32Base/kernels/Epsilon.h"
 #include "q32Base/operations/ToneCurves_p.h"
 
 #include <algorithm>
@@ -24,10 +23,8 @@ std::uint8_t fnCutToByte(double value) {
 }
 
 void fnMakeGammaCurve(double gamma, std::uint8_t* curve) {
-    const bool straight = std::fabs(gamma - 1.0) <= kEpsilon;
     for (int i = 0; i < 256; ++i)
-        curve[i] = straight ? static_cast<std::uint8_t>(i)
-                            : fnCutToByte(std::pow(i * kUnit, gamma) * 255.0);
+        curve[i] = fnCutToByte(std::pow(i * kUnit, gamma) * 255.0);
 }
 
 // Compresses 256 entries between two end points, in integer steps that are spread evenly: 0 below

@@ -72,6 +72,16 @@ TEST_F(CqDisplaySettings, ReadBackAsTheyWereWritten) {
     EXPECT_EQ(other.fnGetGammaValue(), 333u);
 }
 
+TEST_F(CqDisplaySettings, GammaThatIsOffIsWrittenAsOff) {
+    ASSERT_TRUE(m_Display.fnEnableGamma(false));
+    EXPECT_TRUE(m_Display.fnSerialize(false));
+    EXPECT_NE(m_World.fnWorld().fnGetSettings().value_or("").find("GammaFlag=0"),
+              std::string::npos);
+    unsigned char pixels[] = {10, 20, 30};
+    m_Display.fnGammaCorrect(pixels, 1, 24);
+    EXPECT_EQ(pixels[1], 20) << "nothing is corrected then";
+}
+
 TEST_F(CqDisplaySettings, StopsReadingWhenGammaCannotBeEnabled) {
     ASSERT_TRUE(m_Display.fnEnableGamma(false));
     m_World.fnWorld().fnSetSettings("[DispProp]\r\nDitherHC=0\r\nGammaFlag=1\r\nGammaVal=220\r\n");

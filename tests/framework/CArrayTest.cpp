@@ -183,3 +183,11 @@ TEST(CArray, AFailedGrowthLeavesTheArrayUnchanged) {
     EXPECT_EQ(fnToVector(array), (std::vector<unsigned int>{0, 1, 2}));
     EXPECT_EQ(array.GetCapacity(), 4);
 }
+
+TEST(CArray, SettingAnElementThatExistsKeepsTheSize) {
+    CArray<int, int> array;
+    array.SetSize(2);
+    array.SetAtGrow(0, 5);
+    EXPECT_EQ(array.GetSize(), 2);
+    EXPECT_EQ(array[0], 5);
+}

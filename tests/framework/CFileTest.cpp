@@ -300,3 +300,18 @@ TEST(CArchive, BlocksLargerThanItsBufferPassThrough) {
     EXPECT_EQ(in.Read(read.data(), read.size()), read.size());
     EXPECT_EQ(read, block);
 }
+
+TEST(CArchive, AClosedOneReadsNothingAndWritesNothing) {
+    CMemFile file;
+    file.Write("abc", 3);
+    file.Seek(0);
+    CArchive load(&file, CArchive::load);
+    load.Close();
+    char bytes[3];
+    EXPECT_EQ(load.Read(bytes, 3), 0u);
+    CArchive store(&file, CArchive::store);
+    store.Close();
+    store.Write("more", 4);
+    store.Flush();
+    EXPECT_EQ(file.GetLength(), 3u);
+}

@@ -340,3 +340,27 @@ TEST(CString, SharingNeverAllocates) {
     EXPECT_STREQ(other.Mid(0), kLong);
     EXPECT_FALSE(failure.fnHappened());
 }
+
+TEST(CString, OnlySmallLettersAreRaisedAndOnlyBlanksTrimmed) {
+    CString text("aZ{1`\xE4");
+    text.MakeUpper();
+    EXPECT_STREQ(text, "AZ{1`\xE4");
+    CString control("\x01 x \x01");
+    control.TrimLeft();
+    control.TrimRight();
+    EXPECT_STREQ(control, "\x01 x \x01");
+}
+
+TEST(CString, NoTextCountsAsAnEmptyOne) {
+    const CString text("ab");
+    EXPECT_GT(text.CompareNoCase(nullptr), 0);
+    EXPECT_EQ(CString().CompareNoCase(nullptr), 0);
+    EXPECT_EQ(text.Find(static_cast<const char*>(nullptr), 1), 1);
+}
+
+TEST(CString, WhatCannotBeFormattedRaisesTheMemoryException) {
+    const wchar_t noCharacter[] = {static_cast<wchar_t>(0x7FFFFFFF), 0};
+    CString text("old");
+    EXPECT_THROW(text.Format("%ls", noCharacter), CMemoryException*);
+    EXPECT_STREQ(text, "old");
+}

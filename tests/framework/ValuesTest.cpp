@@ -166,3 +166,19 @@ TEST(Records, HaveTheirPublishedLayouts) {
     EXPECT_EQ(wide.HighPart, 1u);
     EXPECT_EQ(wide.u.HighPart, 1u);
 }
+
+TEST(Values, SizesDifferByEitherSide) {
+    EXPECT_FALSE(CSize(1, 2) == CSize(3, 2));
+    EXPECT_FALSE(CSize(1, 2) == CSize(1, 3));
+}
+
+TEST(Values, AUnionIgnoresAnEmptyRectangleOnEitherSide) {
+    const CRect rect(1, 2, 3, 4);
+    CRect all;
+    EXPECT_TRUE(all.UnionRect(rect, CRect(9, 9, 9, 9)));
+    EXPECT_TRUE(all == rect);
+    EXPECT_TRUE(all.UnionRect(CRect(9, 9, 9, 9), rect));
+    EXPECT_TRUE(all == rect);
+    EXPECT_FALSE(all.UnionRect(CRect(9, 9, 9, 9), CRect(5, 5, 4, 9)));
+    EXPECT_TRUE(all == CRect(0, 0, 0, 0));
+}

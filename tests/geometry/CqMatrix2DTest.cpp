@@ -326,4 +326,26 @@ TEST(CqMatrix2D, IsNeitherEqualNorUnequalWhenOnlyTransXDiffers) {
     EXPECT_FALSE(m != CqMatrix2D());
 }
 
+TEST(CqMatrix2D, AShearAlongXAloneIsConcatenatedAndInverted) {
+    CqMatrix2D shear = fnMatrix(1, 2, 0, 0, 1, 0);
+    const CqMatrix2D move = fnMatrix(1, 0, 3, 0, 1, 4);
+    CqMatrix2D both;
+    shear.fnConcat(move, both);
+    EXPECT_EQ(fnMoved(both, {5, 6}), CqPoint2D(5 + 2 * 6 + 3, 6 + 4));
+    move.fnConcat(shear, both);
+    EXPECT_EQ(fnMoved(both, {5, 6}), CqPoint2D(5 + 3 + 2 * (6 + 4), 6 + 4));
+    shear.fnInverse();
+    EXPECT_EQ(fnMoved(shear, {17, 6}), CqPoint2D(5, 6));
+}
+
+TEST(CqMatrix2D, HasTranslationOnlyWhereAllElseIsZero) {
+    EXPECT_TRUE(fnMatrix(0, 0, 3, 0, 0, 0).fnHasTranslateOnly());
+    EXPECT_TRUE(fnMatrix(0, 0, 0, 0, 0, 4).fnHasTranslateOnly());
+    EXPECT_FALSE(fnMatrix(0, 0, 0, 0, 0, 0).fnHasTranslateOnly());
+    EXPECT_FALSE(fnMatrix(1, 0, 3, 0, 0, 4).fnHasTranslateOnly());
+    EXPECT_FALSE(fnMatrix(0, 0, 3, 0, 1, 4).fnHasTranslateOnly());
+    EXPECT_FALSE(fnMatrix(0, 0, 3, 1, 0, 4).fnHasTranslateOnly());
+    EXPECT_FALSE(fnMatrix(0, 1, 3, 0, 0, 4).fnHasTranslateOnly());
+}
+
 } // namespace

@@ -229,4 +229,30 @@ TEST(CqRect2D, ClampsTheIntegerRectangleTo32Bits) {
               CRect(0, 0, 0, INT_MAX));
 }
 
+TEST(CqRect2D, ATranslationAloneMovesBothCornersToOnePoint) {
+    CqMatrix2D matrix;
+    matrix.m_ScaleX = matrix.m_ScaleY = 0.0;
+    matrix.m_TransX = 3.0;
+    matrix.m_TransY = 4.0;
+    CqRect2D rect(1, 2, 5, 6);
+    rect.fnTransform(matrix);
+    fnExpectBits(rect, 3, 4, 3, 4);
+}
+
+TEST(CqRect2D, RectanglesThatTouchFromAboveDoNotIntersect) {
+    CqRect2D rect;
+    EXPECT_FALSE(rect.fnIntersectRect({0, 0, 10, 10}, {2, 10, 8, 20}));
+    fnExpectBits(rect, 2, 10, 8, 10);
+}
+
+TEST(CqRect2D, EdgesNearZeroMakeANullRectangleThoughItHasASize) {
+    const double edge = 0.9 * GEOM_EPSILON;
+    const CqRect2D null(-edge, -edge, edge, edge);
+    ASSERT_FALSE(null.fnIsRectEmpty());
+    ASSERT_TRUE(null.fnIsRectNull());
+    CqRect2D rect;
+    rect.fnUnionRect(null, {1, 2, 3, 4});
+    fnExpectBits(rect, 1, 2, 3, 4);
+}
+
 } // namespace

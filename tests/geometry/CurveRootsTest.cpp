@@ -155,4 +155,11 @@ TEST(CurveRoots, EndsForAnyNumbers) {
     }
 }
 
+TEST(CurveRoots, ACurveThatIsAPointMeetsNoLine) {
+    double roots[3] = {77, 78, 79};
+    EXPECT_EQ(q32::fnFindRoots({5.0, 5.0, 5.0}, 2.0, roots), 0);
+    EXPECT_EQ(q32::fnFindRoots({5.0, 5.0, 5.0, 5.0}, 2.0, roots), 0);
+    EXPECT_BITS(roots[0], 77.0);
+}
+
 } // namespace

@@ -393,4 +393,38 @@ TEST_F(CqImageLineTest, PastTheLastPixelTheWalkStaysWhereItIs) {
     EXPECT_EQ(line.fnGetPixel(), last);
 }
 
+TEST_F(CqImageLineTest, AFlushWithoutARowWritesNothing) {
+    CqImageLine line;
+    line.fnFlush();
+    EXPECT_EQ(line.Row, -1);
+    EXPECT_EQ(line.LineBuffer, nullptr);
+    CqImage image(5, 2, 8, nullptr, 0);
+    fnClear(image);
+    CqImageLine memoryless(true, true);
+    image.fnAccessLine(1, &memoryless, false);
+    memoryless.fnFlush();
+    EXPECT_EQ(fnRow(image, 0), std::vector<unsigned char>(5, 0));
+}
+
+TEST_F(CqImageLineTest, PixelsBeyondTheRowAreNotReversed) {
+    CqImage image(5, 1, 24, nullptr, 0);
+    CqImageLine line;
+    image.fnAccessLine(0, &line, false);
+    std::memset(line.LineBuffer, 0, line.RowBytes);
+    line.LineBuffer[0] = 9;
+    line.fnReversePixel(5, 3);
+    line.fnReversePixel(-1, 3);
+    EXPECT_EQ(line.LineBuffer[0], 9);
+}
+
+TEST_F(CqImageLineTest, TheRowThatItIsOnIsNotReadAgain) {
+    CqImage image(5, 2, 8, nullptr, 0);
+    fnClear(image);
+    CqImageLine line;
+    image.fnAccessLine(1, &line, false);
+    line.LineBuffer[2] = 7;
+    image.fnAccessLine(1, &line, false);
+    EXPECT_EQ(line.LineBuffer[2], 7);
+}
+
 } // namespace

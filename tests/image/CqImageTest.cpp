@@ -442,4 +442,11 @@ TEST_F(CqImageTest, AnIndexBeyondTheTableReadsAsBlack) {
     EXPECT_TRUE(image.fnGetPixelColor(0, 0) == CqColor(0, 0, 0, 255));
 }
 
+TEST_F(CqImageTest, PixelsInMemoryAreNeverLost) {
+    CqImage image;
+    EXPECT_EQ(image.fnCountLosses(), 0u);
+    image.fnAlloc(3, 2, 24, nullptr, 0);
+    EXPECT_EQ(image.fnCountLosses(), 0u);
+}
+
 } // namespace

@@ -250,10 +250,10 @@ TEST_P(KernelsPalette, AnIndexBeyondThePaletteIsBlackAndReadsNothing) {
     for (const PaletteCase& look : kPaletteCases)
         for (const std::size_t paletteCount :
              {0u, 1u, 2u, 7u, 8u, 9u, 15u, 16u, 100u, 216u, 252u, 255u, 256u})
-            for (const std::size_t repeat : {1u, 3u}) {
+            for (const std::size_t count : {40u, 256u, 768u}) {
                 const Bytes palette = fnRandomBytes(m_Random, 4 * paletteCount);
                 const SourceBytes entries(palette, 0); // ends with the allocation
-                Bytes content(256 * repeat);
+                Bytes content(count);
                 std::iota(content.begin(), content.end(), std::uint8_t{0});
                 TargetBytes target(content.size() * look.targetBytes, 0);
                 (m_Kernels.*look.kernel)(content.data(), target.fnData(), content.size(),

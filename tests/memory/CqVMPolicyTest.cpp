@@ -395,4 +395,11 @@ TEST_F(CqVMPolicyTest, LeftOverFilesAreDeletedOnlyByTheirBareNames) {
     EXPECT_TRUE(disks.fnIsFile("C:\\here\\other.tmp"));
 }
 
+TEST_F(CqVMPolicyTest, NoPathDisablesADiskLikeAnEmptyOne) {
+    CqVMPolicy policy;
+    policy.fnSetDisk(1, "D:\\Scratch");
+    policy.fnSetDisk(1, nullptr);
+    EXPECT_STREQ(policy.fnGetDisk(1), "");
+}
+
 } // namespace

@@ -54,3 +54,12 @@ TEST(ExceptionText, WithoutMemoryTheTextIsEmpty) {
         EXPECT_STREQ(text, "");
     }
 }
+
+TEST(ExceptionText, CausesAndClassesThatItDoesNotKnowHaveGeneralTexts) {
+    const std::string general = "The file [a] cannot be used: an error of the system.";
+    EXPECT_EQ(fnText(CFileException(FILE_CAUSE_NONE, "a")), general);
+    struct OwnException : CException {
+        OwnException() : CException(true) {}
+    };
+    EXPECT_EQ(fnText(OwnException()), "An operation has failed.");
+}

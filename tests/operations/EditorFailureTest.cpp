@@ -7,6 +7,7 @@
 #include "tests/support/FailingAllocator.h"
 
 #include <functional>
+#include <string_view>
 
 namespace q32::test {
 namespace {
@@ -83,6 +84,46 @@ TEST_F(EditorFailureTest, EachFailedAllocationLeavesTheImageUnchanged) {
                              });
         EXPECT_GE(raised, 1u) << operation.m_pName;
     }
+}
+
+/// A host's display that notes the abort, but doesn't tell the call that asked.
+class QuietDisplay : public CqProgressDisplay {
+public:
+    QuietDisplay() : CqProgressDisplay(false) {}
+    void fnDrawStatus(unsigned int, bool*) override { m_bAborted = true; }
+};
+
+TEST_F(EditorFailureTest, AnAbortThatOnlyTheDisplayKnowsLeavesTheStorage) {
+    const Operation resamplings[] = {{"filter", 24,
+                                      [](CqImage& image, CqProgressDisplay* progress) {
+                                          image.fnResample(70, 60, true, progress);
+                                          return false;
+                                      }},
+                                     {"height of an opaque picture", 24,
+                                      [](CqImage& image, CqProgressDisplay* progress) {
+                                          return q32ResampleByAlpha(image, 140, 90, progress);
+                                      }},
+                                     {"scale", 24, [](CqImage& image, CqProgressDisplay* progress) {
+                                          image.fnResample(0.5, 0.4, progress);
+                                          return false;
+                                      }}};
+    const auto expectNothing = [this](const Operation& operation) {
+        const auto image = fnNoise(operation.m_nBits);
+        const CqTileMap* const map = image->TileMap;
+        QuietDisplay display;
+        EXPECT_FALSE(operation.m_fnWork(*image, &display)) << operation.m_pName;
+        EXPECT_EQ(image->TileMap, map) << operation.m_pName;
+    };
+    for (const Operation& operation : kOperations)
+        if (!std::string_view(operation.m_pName).starts_with("flip"))
+            expectNothing(operation);
+    for (const Operation& operation : resamplings)
+        expectNothing(operation);
+    CqMask mask(30, 20);
+    const CqTileMap* const map = mask.TileMap;
+    QuietDisplay display;
+    EXPECT_FALSE(q32FeatherMask(mask, 2.0, CRect(0, 0, 50, 50), &display));
+    EXPECT_EQ(mask.TileMap, map);
 }
 
 TEST_F(EditorFailureTest, MasksAreUnchangedAfterEachFailedAllocation) {

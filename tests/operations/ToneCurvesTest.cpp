@@ -1,7 +1,9 @@
 // The curves of brightness, contrast and colour balance, compared with their rules.
 
+#include "q32Base/operations/ToneCurves_p.h"
 #include "tests/operations/ToneWorld.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace q32::test {
@@ -265,6 +267,14 @@ TEST_F(ToneCurves, HugeWeightsWrapIn32BitsHarmlessly) {
     EXPECT_EQ(fnBalance(-274)[254], 0);
     EXPECT_EQ(fnBalance(-274)[255], 255);
     EXPECT_EQ(fnBalance(INT_MAX), fnBalance(-1));
+}
+
+TEST_F(ToneCurves, ABalanceFarOutsideItsRangeMayBeAStep) {
+    Curve curve;
+    fnMakeBalanceCurve(325, curve.data());
+    EXPECT_EQ(curve[0], 0);
+    EXPECT_TRUE(
+        std::all_of(curve.begin() + 1, curve.end(), [](int value) { return value == 255; }));
 }
 
 } // namespace

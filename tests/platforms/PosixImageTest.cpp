@@ -191,6 +191,12 @@ TEST(PosixLostPixels, EachOperationReportsTheLossAndKeepsTheOldStorage) {
                  CqHistogram histogram;
                  q32CountHistogram(image, nullptr, nullptr, histogram, nullptr);
              },
+             [](CqImage& image) {
+                 CqHistogram histogram;
+                 const CqMask all(500, 300);
+                 q32CountHistogram(image, nullptr, &all, histogram, nullptr);
+             },
+             [&](CqImage& image) { q32Blend(image, nullptr, *pattern, 0, 0, {}, nullptr); },
              [](CqImage& image) { image.fnDrawLine(1, 1, 400, 200, CqColor(1, 1, 1, 255), false); },
              [](CqImage& image) {
                  CqLine2D line(CqPoint2D(1, 1), CqPoint2D(400, 200));
@@ -236,6 +242,16 @@ TEST(PosixLostPixels, WhatReadsAMaskReportsItsLoss) {
                  CqMask own(600, 400);
                  own -= mask;
              },
+             [](CqImage&image, CqMask&mask) {
+                 const CqImage source(500, 300, 24, nullptr, 0);
+                 CqBlendParam param;
+                 param.m_pMask = &mask;
+                 q32Blend(source, nullptr, image, 0, 0, param, nullptr);
+             },
+             [](CqImage&image, CqMask&mask) {
+                 CqHistogram histogram;
+                 q32CountHistogram(image, nullptr, &mask, histogram, nullptr);
+             },
              [](CqImage&, CqMask&mask) {
                  CRgn region;
                  mask.fnCreateRgn(0, region);
@@ -256,6 +272,15 @@ TEST(PosixLostPixels, AReaderAndAWriterReturnFalseOnce) {
                   const CqPixelReader reader(image, PIXEL_BGRA32);
                   Q32_WANT(!reader.fnReadRow(0, 7, 500, row.data()));
                   Q32_WANT(reader.fnReadRow(0, 7, 500, row.data()));
+                  return "";
+              }),
+              "");
+    EXPECT_EQ(fnWithGuardedImage([](CqImage& image) -> std::string {
+                  fnCut(image, 0);
+                  const std::vector<unsigned char> row(500 * 4);
+                  const CqPixelWriter writer(image, PIXEL_BGRA32);
+                  Q32_WANT(!writer.fnWriteRow(0, 7, 500, row.data()));
+                  Q32_WANT(writer.fnWriteRow(0, 7, 500, row.data()));
                   return "";
               }),
               "");

@@ -159,3 +159,28 @@ TEST(PosixMemoryLimit, MalformedLinesAreNoLimit) {
 TEST(PosixMemoryLimit, ThisProcessMayUseSomeMemory) {
     EXPECT_GT(fnUsableMemory(), std::uint64_t{16} << 20);
 }
+
+TEST(PosixMemoryLimit, ABackslashWithoutThreeOctalDigitsIsItself) {
+    for (const char* name : {"v2\\!11", "v2\\911", "v2\\1!1", "v2\\191", "v2\\11!", "v2\\119"}) {
+        const GroupTree tree;
+        tree.fnSetFile("cgroup", "0::/\n");
+        std::string mount = tree.fnMount("v2");
+        mount.replace(mount.rfind("/v2 ") + 1, 2, name);
+        tree.fnSetFile("mountinfo", mount);
+        tree.fnSetFile(std::string(name) + "/memory.max", "5 \n7\n");
+        EXPECT_EQ(tree.fnLimit(), 5u) << name << ", and only the first line counts";
+    }
+}
+
+TEST(PosixMemoryLimit, TheFirstGroupOfAHierarchyCountsAlsoWithoutASlash) {
+    const GroupTree tree;
+    tree.fnSetFile("cgroup", "0:name:/other\n4:memory:/job\n5:memory:/other\n");
+    tree.fnSetFile("mountinfo", tree.fnMount("v1"));
+    tree.fnSetFile("v1/job/memory.limit_in_bytes", "40\n");
+    tree.fnSetFile("v1/other/memory.limit_in_bytes", "30\n");
+    EXPECT_EQ(tree.fnLimit(), 40u);
+    tree.fnSetFile("cgroup", "4:memory:job\n");
+    tree.fnSetFile("v1job/memory.limit_in_bytes", "20\n");
+    tree.fnSetFile("v1/memory.limit_in_bytes", "50\n");
+    EXPECT_EQ(tree.fnLimit(), 20u);
+}

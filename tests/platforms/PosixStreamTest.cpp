@@ -1,7 +1,9 @@
+#include "platforms/posix/FileAccess_p.h"
 #include "tests/platforms/PosixTestTools.h"
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -238,4 +240,16 @@ TEST(PosixStream, AClosedStreamDoesNothingMore) {
     EXPECT_NE(stream->fnSeek(0), FILE_CAUSE_NONE);
     EXPECT_NE(stream->fnGetLength(length), FILE_CAUSE_NONE);
     EXPECT_EQ(folder.fnRead("file"), "");
+}
+
+TEST(PosixStream, ErrorsOfTheSystemHaveTheirCauses) {
+    using q32::posix::fnFileCause;
+    EXPECT_EQ(fnFileCause(0), FILE_CAUSE_NONE);
+    EXPECT_EQ(fnFileCause(ENFILE), FILE_CAUSE_TOO_MANY_OPEN);
+    EXPECT_EQ(fnFileCause(EPERM), FILE_CAUSE_ACCESS_DENIED);
+    EXPECT_EQ(fnFileCause(EROFS), FILE_CAUSE_ACCESS_DENIED);
+    EXPECT_EQ(fnFileCause(ETXTBSY), FILE_CAUSE_SHARING_VIOLATION);
+    EXPECT_EQ(fnFileCause(EDQUOT), FILE_CAUSE_DISK_FULL);
+    EXPECT_EQ(fnFileCause(EIO), FILE_CAUSE_HARD_IO);
+    EXPECT_EQ(fnFileCause(ENODEV), FILE_CAUSE_GENERIC);
 }

@@ -41,3 +41,12 @@ TEST(PosixTimePattern, PercentSignsAreKept) {
     EXPECT_EQ(fnDropSeconds("%%%H%%S", ""), "%%%H%%S");
     EXPECT_EQ(fnDropSeconds("%H%", ""), "%H") << "a lone one says nothing";
 }
+
+TEST(PosixTimePattern, WhatStandsBesideARemovedPieceWithoutABlankStays) {
+    EXPECT_EQ(fnForce24Hour("%I:%M-%p", ""), "%H:%M-");
+    EXPECT_EQ(fnForce24Hour("%p-%I", ""), "-%H");
+    EXPECT_EQ(fnDropSeconds("%H:%M %S", ""), "%H:%M");
+    EXPECT_EQ(fnDropSeconds("%Mx%S", ""), "%Mx") << "no mark";
+    EXPECT_EQ(fnDropSeconds("%M%S", ""), "%M");
+    EXPECT_EQ(fnDropSeconds("%S s %H", ""), "%H");
+}

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -83,6 +85,41 @@ protected:
         }
         file.insert(file.begin() + 2, added.begin(), added.end());
         fnPut(file);
+    }
+    /// Writes a PNG with chunks behind its header. Those with metadata need no checksum.
+    void fnPutChunks(const std::vector<std::pair<std::string_view, Bytes>>& chunks) {
+        ASSERT_TRUE(fnWriteWith({}, PICTURE_PNG).fnIsDone());
+        std::string added;
+        for (const auto& [type, data] : chunks) {
+            for (int shift = 24; shift >= 0; shift -= 8)
+                added += static_cast<char>(data.size() >> shift);
+            added += type;
+            added.append(data.begin(), data.end());
+            added.append(4, '\0');
+        }
+        fnPut(fnGet().insert(33, added));
+    }
+    /// A stream of zlib that holds up to 255 bytes as they are.
+    static Bytes fnStored(std::string_view text) {
+        const auto size = static_cast<std::uint8_t>(text.size());
+        Bytes made = {0x78, 1, 1, size, 0, static_cast<std::uint8_t>(~size), 0xFF};
+        made.insert(made.end(), text.begin(), text.end());
+        std::uint32_t a = 1;
+        std::uint32_t b = 0;
+        for (const char c : text) {
+            a += static_cast<std::uint8_t>(c);
+            b += a;
+        }
+        for (const std::uint32_t sum : {b, a}) { // below 65521, since the text is short
+            made.push_back(static_cast<std::uint8_t>(sum >> 8));
+            made.push_back(static_cast<std::uint8_t>(sum));
+        }
+        return made;
+    }
+    static Bytes fnJoin(std::string_view head, const Bytes& tail) {
+        Bytes made = fnBytes(head);
+        made.insert(made.end(), tail.begin(), tail.end());
+        return made;
     }
     static Bytes fnPiece(unsigned int number, unsigned int of, std::string_view data) {
         Bytes made = fnBytes(std::string_view("ICC_PROFILE\0", 12));
@@ -402,6 +439,90 @@ TEST_F(PictureMetadata, AnAbortWhileItIsCollectedEndsTheRead) {
     m_Read = CqPictureMetadata();
     EXPECT_TRUE(q32ReadPicture(kPath, m_Image, m_Read, {}, &progress).m_bAborted);
     EXPECT_TRUE(m_Read.m_Profile.empty());
+}
+
+TEST_F(PictureMetadata, AWalkOverEmptyPartsReportsProgressAndCanBeAborted) {
+    constexpr std::size_t kParts = 20'000;
+    const std::pair<PICTURE_FORMAT, Bytes> kinds[] = {
+        {PICTURE_PNG, {0, 0, 0, 0, 's', 'k', 'I', 'P', 1, 2, 3, 4}},
+        {PICTURE_JPEG, {0xFF, 0xFE, 0, 10, 1, 2, 3, 4, 5, 6, 7, 8}}};
+    for (const auto& [format, part] : kinds) {
+        ASSERT_TRUE(fnWriteWith({}, format).fnIsDone());
+        const std::string written = fnGet();
+        Bytes file(written.begin(), written.end());
+        Bytes parts;
+        for (std::size_t i = 0; i < kParts; ++i)
+            parts.insert(parts.end(), part.begin(), part.end());
+        file.insert(file.begin() + (format == PICTURE_PNG ? 33 : 2), parts.begin(), parts.end());
+        fnPut(file);
+        RecordedProgress plain;
+        ASSERT_TRUE(fnRead(&plain).fnIsDone());
+        RecordedProgress all;
+        ASSERT_TRUE(q32ReadPicture(kPath, m_Image, m_Read, {}, &all).fnIsDone());
+        EXPECT_GE(all.m_Percents.size(), plain.m_Percents.size() + parts.size() / 65536) << format;
+        for (std::size_t at = plain.m_Percents.size() + 1; at <= all.m_Percents.size(); ++at) {
+            RecordedProgress aborting;
+            aborting.m_nAbortAt = at;
+            CqImage image;
+            EXPECT_TRUE(q32ReadPicture(kPath, image, m_Read, {}, &aborting).m_bAborted);
+            EXPECT_EQ(aborting.m_Percents.size(), at) << "no call after the abort";
+            EXPECT_EQ(image.TileMap, nullptr);
+        }
+    }
+}
+
+TEST_F(PictureMetadata, CompressedXmpAndProfilesOfAPngAreReadAndDamagedOnesNamed) {
+    using namespace std::string_view_literals;
+    constexpr std::string_view key = "XML:com.adobe.xmp\0"sv;
+    const auto xmp = [&](std::string_view flags, const Bytes& tail) {
+        return fnJoin(std::string(key) + std::string(flags), tail);
+    };
+    fnPutChunks({{"iTXt", xmp("\1\0\0\0"sv, fnStored("<x/>"))},
+                 {"iCCP", fnJoin("name\0\0"sv, fnStored("RGB"))},
+                 {"iTXt", fnBytes("Comment of some length\0\0\0\0\0text"sv)},
+                 {"iTXt", fnBytes("short"sv)},
+                 {"eXIf", fnExif(3, false)}});
+    ASSERT_TRUE(fnReadAll().fnIsDone());
+    EXPECT_EQ(m_Read.m_Xmp, fnBytes("<x/>"));
+    EXPECT_EQ(m_Read.m_Profile, fnBytes("RGB"));
+    EXPECT_EQ(m_Read.m_Exif, fnExif(3, false));
+
+    // Of several blocks the first is taken.
+    fnPutChunks({{"iTXt", xmp("\0\0\0\0"sv, fnBytes("one"))},
+                 {"iTXt", xmp("\0\0\0\0"sv, fnBytes("two"))},
+                 {"iCCP", fnJoin("name\0\0"sv, fnStored("one"))},
+                 {"iCCP", fnJoin("name\0\0"sv, fnStored("two"))},
+                 {"eXIf", fnExif(3, false)},
+                 {"eXIf", fnExif(4, false)}});
+    CqPictureResult result = fnReadAll();
+    ASSERT_TRUE(result.fnIsDone());
+    EXPECT_EQ(result.m_nParts, static_cast<unsigned>(PICTURE_PART_PROFILE | PICTURE_PART_NOTES));
+    EXPECT_EQ(m_Read.m_Xmp, fnBytes("one"));
+    EXPECT_EQ(m_Read.m_Profile, fnBytes("one"));
+    EXPECT_EQ(m_Read.m_nOrientation, 3u);
+
+    for (const Bytes& damaged : {fnBytes(key), xmp("\1"sv, {}), xmp("\1\1\0\0"sv, fnStored("<x/>")),
+                                 xmp("\1\0\0\0"sv, fnBytes("no stream"))}) {
+        fnPutChunks({{"iTXt", damaged}});
+        EXPECT_EQ(fnReadAll().m_nParts, static_cast<unsigned>(PICTURE_PART_NOTES));
+        EXPECT_TRUE(m_Read.m_Xmp.empty());
+    }
+    for (const Bytes& damaged : {fnBytes("name"), fnJoin("name\0\1"sv, fnStored("RGB")),
+                                 fnJoin("name\0\0"sv, fnBytes("no stream"))}) {
+        fnPutChunks({{"iCCP", damaged}});
+        EXPECT_EQ(fnReadAll().m_nParts, static_cast<unsigned>(PICTURE_PART_PROFILE));
+        EXPECT_TRUE(m_Read.m_Profile.empty());
+    }
+}
+
+TEST_F(PictureMetadata, PiecesOfAProfileThatContradictEachOtherAreLeftOut) {
+    for (const auto& [number, of] : {std::pair(3u, 2u), std::pair(2u, 3u)}) {
+        fnPutSegments({{0xE2, fnPiece(1, 2, "ab")}, {0xE2, fnPiece(number, of, "cd")}});
+        const CqPictureResult result = fnReadAll();
+        ASSERT_TRUE(result.fnIsDone());
+        EXPECT_EQ(result.m_nParts, static_cast<unsigned>(PICTURE_PART_PROFILE));
+        EXPECT_TRUE(m_Read.m_Profile.empty());
+    }
 }
 
 } // namespace

@@ -89,9 +89,9 @@ TEST_F(DumpBin, AFloatHasTwoPlacesUntilTheFormatOfAllStreamsChanges) {
 }
 
 TEST_F(DumpBin, ANumberHasADecimalPointInEveryLocale) {
-    const char* const formats[] = {"%.02f", "<%%%8.2f>%%", "%-8.1f|",   "%+09.3f",
-                                   "% .4e", "%'.1f, ",     "%#.0f",     "%10.0f|",
-                                   "%a",    "%G",          "1,5: %.1f", "%08.2f"};
+    const char* const formats[] = {"%.02f",     "<%%%8.2f>%%", "%-8.1f|",  "%+09.3f", "% .4e",
+                                   "%'.1f, ",   "%#.0f",       "%10.0f|",  "%a",      "%G",
+                                   "1,5: %.1f", "%08.2f",      "no number"};
     const double numbers[] = {1.5, -1234567.891, 0.0, 1e300,
                               std::numeric_limits<double>::infinity()};
     const auto print = [&] {

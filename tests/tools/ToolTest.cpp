@@ -103,6 +103,8 @@ void ToolTest::fnBecomeTool(const ToolWords& words, const ToolRun& run) const {
     if (::chdir(m_Folder.c_str()) != 0 || !bound ||
         (run.m_nFileLimit != 0 && ::setrlimit(RLIMIT_FSIZE, &limit) != 0))
         ::_exit(99);
+    if (run.m_nFileLimit != 0 || run.m_bUnprivileged) // no profile can be written
+        ::setenv("LLVM_PROFILE_FILE", "/dev/null", 1);
     ::setenv("TMPDIR", fnPath("scratch").c_str(), 1);
     ::setenv("XDG_CONFIG_HOME", fnPath("config").c_str(), 1);
     const std::string program = fnPath("program/q32");
