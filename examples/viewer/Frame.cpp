@@ -3,11 +3,15 @@
 #include "examples/viewer/Commands.h"
 #include "plugins/PictureFile.h"
 #include "q32Base/framework/Exceptions.h"
+#include "q32Base/messages/Messages.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <algorithm>
+#include <cctype>
 #include <commdlg.h>
 #include <cstdio>
+#include <iterator>
+#include <new>
 #include <shellapi.h>
 
 namespace {
@@ -17,8 +21,8 @@ constexpr UINT kCommands[] = {COMMAND_ZOOM_IN, COMMAND_ZOOM_OUT, COMMAND_ACTUAL,
 constexpr double kAngle = 30; ///< degrees
 
 std::string fnToUtf8(const wchar_t* text) {
-    std::string bytes(static_cast<std::size_t>(::WideCharToMultiByte(
-                          CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr)),
+    std::string bytes(static_cast<std::size_t>(::WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr,
+                                                                     0, nullptr, nullptr)),
                       '\0');
     ::WideCharToMultiByte(CP_UTF8, 0, text, -1, bytes.data(), static_cast<int>(bytes.size()),
                           nullptr, nullptr);
@@ -36,7 +40,9 @@ std::wstring fnToWide(const std::string& text) {
 
 bool fnIsSound(const std::string& path) {
     std::string end = path.substr(path.size() < 4 ? 0 : path.size() - 4);
-    std::ranges::transform(end, end.begin(), [](unsigned char c) { return std::tolower(c); });
+    std::ranges::transform(end, end.begin(), [](char letter) {
+        return static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+    });
     return end == ".wav";
 }
 
@@ -49,6 +55,18 @@ public:
 
 private:
     CqProgressDisplay m_Display;
+};
+
+/// While it lives, commands have no effect.
+class Busy {
+public:
+    explicit Busy(bool& mark) : m_bMark(mark) { m_bMark = true; }
+    ~Busy() { m_bMark = false; }
+    Busy(const Busy&) = delete;
+    Busy& operator=(const Busy&) = delete;
+
+private:
+    bool& m_bMark;
 };
 
 } // namespace
@@ -81,9 +99,9 @@ void Frame::fnCreateParts() {
     ::InitCommonControlsEx(&kinds);
     ::SetWindowLongPtrW(m_Window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
     m_pFrame = std::make_unique<CqWin32Wnd>(m_Window);
-    m_pBar = std::make_unique<CqWin32Wnd>(::CreateWindowExW(
-        0, STATUSCLASSNAMEW, L"Open a picture, or drop one here", WS_CHILD | WS_VISIBLE, 0, 0, 0,
-        0, m_Window, nullptr, nullptr, nullptr));
+    m_pBar = std::make_unique<CqWin32Wnd>(
+        ::CreateWindowExW(0, STATUSCLASSNAMEW, L"Open a picture, or drop one here",
+                          WS_CHILD | WS_VISIBLE, 0, 0, 0, 0, m_Window, nullptr, nullptr, nullptr));
     m_pFrame->fnSetMessageBar(m_pBar.get());
     m_pView = std::make_unique<CqWin32View>(m_Window, RECT{0, 0, 10, 10}, 1);
     m_pView->m_OnMoved = [this] { fnShowState(); };
@@ -111,8 +129,9 @@ LRESULT CALLBACK Frame::fnDispatch(HWND window, UINT message, WPARAM wParam, LPA
     try {
         return frame->fnHandle(window, message, wParam, lParam);
     } catch (CException* failure) {
-        failure->ReportError();
+        const CString text = q32ExceptionText(*failure);
         failure->Delete();
+        q32ShowMsgStr(text, MB_ICONHAND);
     } catch (const std::bad_alloc&) {
         ::MessageBeep(MB_ICONHAND);
     }
@@ -121,14 +140,16 @@ LRESULT CALLBACK Frame::fnDispatch(HWND window, UINT message, WPARAM wParam, LPA
 
 LRESULT Frame::fnHandle(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     LRESULT result = 0;
-    if (m_pView->fnOnFrameMessage(message, wParam, result))
+    if (m_pView && m_pView->fnOnFrameMessage(message, wParam, result))
         return result;
     switch (message) {
     case WM_SIZE:
-        fnLayOut();
+        if (m_pView)
+            fnLayOut();
         return 0;
     case WM_SETFOCUS:
-        ::SetFocus(m_pView->fnGetHandle());
+        if (m_pView)
+            ::SetFocus(m_pView->fnGetHandle());
         return 0;
     case WM_MOUSEWHEEL: // the system sends it to the focus
         return ::SendMessageW(m_pView->fnGetHandle(), message, wParam, lParam);
@@ -233,16 +254,14 @@ void Frame::fnOpen(const std::string& path) {
         return;
     }
     auto image = std::make_unique<CqImage>();
+    CqPictureResult result;
     {
-        m_bBusy = true;
+        const Busy busy(m_bBusy);
         Reading progress;
-        const CqPictureResult result = q32ReadPicture(path.c_str(), *image, &progress);
-        m_bBusy = false;
-        if (!q32ShowPictureResult(result))
-            return;
-        if (result.m_bAborted)
-            return;
+        result = q32ReadPicture(path.c_str(), *image, &progress);
     }
+    if (!q32ShowPictureResult(result))
+        return;
     m_pView->fnSetImage(image.get());
     m_pImage = std::move(image); // the old one goes when nothing shows it
     m_szName = path.substr(path.find_last_of("\\/") + 1);
@@ -251,12 +270,11 @@ void Frame::fnOpen(const std::string& path) {
 }
 
 void Frame::fnRotate() {
-    m_bBusy = true;
     {
+        const Busy busy(m_bBusy);
         CqProgressDisplay progress;
         m_pImage->fnRotate(kAngle, CqColor(255, 255, 255), nullptr, true, &progress);
     }
-    m_bBusy = false;
     m_pView->fnUpdateImage(nullptr);
     fnShowState();
 }

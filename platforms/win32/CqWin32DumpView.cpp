@@ -1,5 +1,4 @@
 #include "platforms/win32/CqWin32DumpView_p.h"
-
 #include "platforms/win32/DeviceContext_p.h"
 #include "platforms/win32/SaveDialog_p.h"
 #include "q32Base/framework/CFont.h"

@@ -1,5 +1,4 @@
 #include "platforms/win32/CqWin32Mixers_p.h"
-
 #include "platforms/win32/MixerControls_p.h"
 #include "q32Base/framework/Memory.h"
 
@@ -28,7 +27,9 @@ public:
 
     bool fnOpen(std::uint32_t index);
 
-    bool fnFindSpeakerLine(CqMixerLine& line) override { return m_pControls->fnFindSpeakerLine(line); }
+    bool fnFindSpeakerLine(CqMixerLine& line) override {
+        return m_pControls->fnFindSpeakerLine(line);
+    }
     bool fnFindControl(std::uint32_t lineId, CQ_MIXER_CONTROL type, std::uint32_t& id) override {
         return m_pControls->fnFind(lineId, type, id);
     }

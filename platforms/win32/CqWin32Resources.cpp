@@ -20,7 +20,9 @@ public:
         if (m_bIsText)
             m_szText = codePage.fnToWideAnyhow(id.m_szName);
     }
-    const wchar_t* fnGet() const { return m_bIsText ? m_szText.c_str() : MAKEINTRESOURCEW(m_nNumber); }
+    const wchar_t* fnGet() const {
+        return m_bIsText ? m_szText.c_str() : MAKEINTRESOURCEW(m_nNumber);
+    }
 
 private:
     WORD m_nNumber;

@@ -1,8 +1,7 @@
-#include "platforms/win32/CqWin32Screen_p.h"
-
 #include "platforms/software/PaletteEntries_p.h"
 #include "platforms/win32/CqWin32Palette_p.h"
 #include "platforms/win32/CqWin32Region_p.h"
+#include "platforms/win32/CqWin32Screen_p.h"
 #include "platforms/win32/CqWin32Windows.h"
 #include "platforms/win32/DeviceContext_p.h"
 #include "platforms/win32/DibOutput_p.h"
@@ -57,9 +56,8 @@ CDC* CqWin32Screen::fnGetDC(CWnd* window) {
 }
 
 void CqWin32Screen::fnReleaseDC(CWnd* window, CDC* dc) noexcept {
-    std::erase_if(m_DCs, [&](const auto& open) {
-        return open.get() == dc && open->fnGetWindow() == window;
-    });
+    std::erase_if(
+        m_DCs, [&](const auto& open) { return open.get() == dc && open->fnGetWindow() == window; });
 }
 
 int CqWin32Screen::fnSetDIBitsToDevice(CDC* dc, int x, int y, UINT width, UINT height, int sourceX,
@@ -71,10 +69,9 @@ int CqWin32Screen::fnSetDIBitsToDevice(CDC* dc, int x, int y, UINT width, UINT h
     const HDC own = target ? target->fnGetTarget() : nullptr;
     if (!own)
         return -1;
-    return fnPutRows(
-        own,
-        {x, y, width, height, sourceX, sourceY, startScan, scans, bits, header, use},
-        target->fnGetPalette());
+    return fnPutRows(own,
+                     {x, y, width, height, sourceX, sourceY, startScan, scans, bits, header, use},
+                     target->fnGetPalette());
 }
 
 std::unique_ptr<CqPaletteObject> CqWin32Screen::fnCreatePalette(const LOGPALETTE& palette) {

@@ -168,8 +168,9 @@ void CqWin32View::fnPaintPart(HDC dc, CDC& output, const CRect& part) {
     CRect picture(CPoint(-m_Origin.x, -m_Origin.y), fnGetScaledSize(m_nScale));
     if (picture.IntersectRect(picture, part)) {
         const CPoint from(m_Origin.x + picture.left, m_Origin.y + picture.top);
-        m_pImage->fnDrawInit(static_cast<unsigned>(std::max(fnGetUp(m_nScale), fnGetDown(m_nScale))),
-                             m_nScale < 0, picture, from, this);
+        m_pImage->fnDrawInit(
+            static_cast<unsigned>(std::max(fnGetUp(m_nScale), fnGetDown(m_nScale))), m_nScale < 0,
+            picture, from, this);
         m_pImage->fnDraw(&output, picture, from.x, from.y, false, m_bBackground);
         ::ExcludeClipRect(dc, picture.left, picture.top, picture.right, picture.bottom);
     }

@@ -81,7 +81,7 @@ private:
     int m_nScale = 1;
     CPoint m_Origin;
     bool m_bDragging = false;
-    CPoint m_DragPoint; ///< where the mouse was last
-    int m_nWheel = 0;   ///< movement that makes no whole step yet
+    CPoint m_DragPoint;         ///< where the mouse was last
+    int m_nWheel = 0;           ///< movement that makes no whole step yet
     bool m_bBackground = false; ///< another program's palette comes first
 };

@@ -1,5 +1,4 @@
 #include "platforms/win32/CqWin32WaveOut_p.h"
-
 #include "platforms/win32/Voice_p.h"
 
 #include <utility>

@@ -1,5 +1,4 @@
 #include "platforms/win32/DeviceContext_p.h"
-
 #include "q32Base/framework/CBitmap.h"
 #include "q32Base/framework/CFont.h"
 #include "q32Base/framework/Memory.h"
@@ -104,8 +103,8 @@ std::unique_ptr<CDC> DeviceContext::CreateCompatibleDC() {
     const HDC dc = ::CreateCompatibleDC(m_DC);
     if (!dc)
         return nullptr;
-    std::unique_ptr<CDC> made(new (std::nothrow) DeviceContext(
-        dc, END::DESTROY, m_pCodePage, nullptr, nullptr, m_nBits));
+    std::unique_ptr<CDC> made(
+        new (std::nothrow) DeviceContext(dc, END::DESTROY, m_pCodePage, nullptr, nullptr, m_nBits));
     if (!made)
         ::DeleteDC(dc);
     return made;

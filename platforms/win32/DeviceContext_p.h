@@ -47,8 +47,8 @@ public:
     /// @param window  whose client area, not owned; null for others
     /// @param handle  of that window
     /// @param bits    depth to report; 0 for that of the device
-    DeviceContext(HDC dc, END end, std::shared_ptr<const CodePage> codePage,
-                  CWnd* window = nullptr, HWND handle = nullptr, int bits = 0);
+    DeviceContext(HDC dc, END end, std::shared_ptr<const CodePage> codePage, CWnd* window = nullptr,
+                  HWND handle = nullptr, int bits = 0);
     ~DeviceContext() override;
     DeviceContext(const DeviceContext&) = delete;
     DeviceContext& operator=(const DeviceContext&) = delete;

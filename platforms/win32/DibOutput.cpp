@@ -36,14 +36,13 @@ Part fnClip(const software::RowJob& job, const software::DibRows& rows, std::siz
     const Wide up = Wide{job.m_nY} + job.m_nHeight - 1 + job.m_nSourceY;
     Part part{};
     part.m_nFirstColumn = std::max({Wide{0}, Wide{job.m_nSourceX}, box.left + left});
-    part.m_nLastColumn = std::min({static_cast<Wide>(rows.m_nWidth),
-                                   Wide{job.m_nSourceX} + job.m_nWidth, box.right + left});
+    part.m_nLastColumn = std::min(
+        {static_cast<Wide>(rows.m_nWidth), Wide{job.m_nSourceX} + job.m_nWidth, box.right + left});
     part.m_nFirstScan = std::max({Wide{job.m_nStartScan}, Wide{job.m_nSourceY},
                                   rows.m_bTopDown ? box.top - down : up - box.bottom + 1});
-    part.m_nLastScan =
-        std::min({Wide{job.m_nStartScan} + static_cast<Wide>(taken),
-                  Wide{job.m_nSourceY} + job.m_nHeight,
-                  rows.m_bTopDown ? box.bottom - down : up - box.top + 1});
+    part.m_nLastScan = std::min({Wide{job.m_nStartScan} + static_cast<Wide>(taken),
+                                 Wide{job.m_nSourceY} + job.m_nHeight,
+                                 rows.m_bTopDown ? box.bottom - down : up - box.top + 1});
     part.m_nX = part.m_nFirstColumn - left;
     part.m_nY = rows.m_bTopDown ? part.m_nFirstScan + down : up - part.m_nLastScan + 1;
     return part;
@@ -119,11 +118,11 @@ int fnPutRows(HDC dc, const software::RowJob& job, const CqWin32Palette* palette
     const UINT use = fnFillTable(dc, job, rows, palette, header);
     const auto skipped = static_cast<std::size_t>(part.m_nFirstScan - job.m_nStartScan);
     const auto* bits = static_cast<const std::uint8_t*>(job.m_pBits) + skipped * rows.m_nStride;
-    const int done = ::SetDIBitsToDevice(
-        dc, static_cast<int>(part.m_nX), static_cast<int>(part.m_nY),
-        static_cast<DWORD>(part.m_nLastColumn - part.m_nFirstColumn), scans,
-        static_cast<int>(part.m_nFirstColumn), 0, 0, scans, bits,
-        reinterpret_cast<const BITMAPINFO*>(&header), use);
+    const int done =
+        ::SetDIBitsToDevice(dc, static_cast<int>(part.m_nX), static_cast<int>(part.m_nY),
+                            static_cast<DWORD>(part.m_nLastColumn - part.m_nFirstColumn), scans,
+                            static_cast<int>(part.m_nFirstColumn), 0, 0, scans, bits,
+                            reinterpret_cast<const BITMAPINFO*>(&header), use);
     return done > 0 ? static_cast<int>(taken) : -1;
 }
 

@@ -56,8 +56,10 @@ bool MixerControls::fnFind(std::uint32_t lineId, CQ_MIXER_CONTROL type, std::uin
             MMSYSERR_NOERROR)
         return false;
     const bool isUniform = (control.fdwControl & MIXERCONTROL_CONTROLF_UNIFORM) != 0;
-    Control found{line.cChannels, isUniform ? 1 : line.cChannels,
-                  type == CQ_MIXER_CONTROL::MUTE ? 1 : kMaxValue, {}};
+    Control found{line.cChannels,
+                  isUniform ? 1 : line.cChannels,
+                  type == CQ_MIXER_CONTROL::MUTE ? 1 : kMaxValue,
+                  {}};
     fnRead(fnToId(control.dwControlID), found, found.m_Seen);
     id = fnToId(control.dwControlID);
     m_Controls.emplace(id, std::move(found)); // a second search forgets no change
@@ -67,8 +69,7 @@ bool MixerControls::fnFind(std::uint32_t lineId, CQ_MIXER_CONTROL type, std::uin
 const MixerControls::Control* MixerControls::fnFind(std::uint32_t id,
                                                     std::uint32_t channels) const {
     const auto found = m_Controls.find(id);
-    return found != m_Controls.end() &&
-                   (channels == 1 || channels == found->second.m_nLineChannels)
+    return found != m_Controls.end() && (channels == 1 || channels == found->second.m_nLineChannels)
                ? &found->second
                : nullptr;
 }

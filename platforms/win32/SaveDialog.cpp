@@ -1,6 +1,5 @@
-#include "platforms/win32/SaveDialog_p.h"
-
 #include "platforms/win32/Path_p.h"
+#include "platforms/win32/SaveDialog_p.h"
 
 // clang-format off
 #include <windows.h>
@@ -31,8 +30,8 @@ std::wstring fnConvertFilter(const CodePage& codePage, const char* filter) {
 bool fnAskSaveName(HWND owner, const CodePage& codePage, const CqSaveRequest& request,
                    std::string& path) {
     const std::wstring filter = fnConvertFilter(codePage, request.m_pszFilter);
-    const std::wstring extension = codePage.fnToWideAnyhow(
-        request.m_szDefaultExtension ? request.m_szDefaultExtension : "");
+    const std::wstring extension =
+        codePage.fnToWideAnyhow(request.m_szDefaultExtension ? request.m_szDefaultExtension : "");
     const std::wstring folder =
         codePage.fnToWideAnyhow(request.m_szFolder ? request.m_szFolder : "");
     std::wstring name(kMaxPathUnits, L'\0');

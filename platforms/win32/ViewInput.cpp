@@ -72,8 +72,8 @@ bool CqWin32View::fnOnInput(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_MOUSEMOVE:
         if (m_bDragging) {
             const CPoint now = fnToPoint(lParam);
-            fnScrollTo(CPoint(m_Origin.x + m_DragPoint.x - now.x,
-                              m_Origin.y + m_DragPoint.y - now.y));
+            fnScrollTo(
+                CPoint(m_Origin.x + m_DragPoint.x - now.x, m_Origin.y + m_DragPoint.y - now.y));
             m_DragPoint = now;
         }
         return true;
@@ -87,7 +87,8 @@ bool CqWin32View::fnOnInput(UINT message, WPARAM wParam, LPARAM lParam) {
         POINT about = fnToPoint(lParam); // of the screen
         ::ScreenToClient(window, &about);
         m_nWheel += static_cast<short>(HIWORD(wParam));
-        for (; std::abs(m_nWheel) >= WHEEL_DELTA; m_nWheel -= m_nWheel > 0 ? WHEEL_DELTA : -WHEEL_DELTA)
+        for (; std::abs(m_nWheel) >= WHEEL_DELTA;
+             m_nWheel -= m_nWheel > 0 ? WHEEL_DELTA : -WHEEL_DELTA)
             fnSetScale(fnStep(m_nScale, m_nWheel > 0 ? 1 : -1), about);
         return true;
     }

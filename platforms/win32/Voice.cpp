@@ -15,10 +15,9 @@ std::shared_ptr<Voice> Voice::fnOpen(const WaveCalls& calls, const WAVEFORMATEX&
                                      CqWaveOutService::Done done) {
     auto voice = std::make_shared<Voice>(calls, std::move(done));
     voice->m_Event = Handle(::CreateEventW(nullptr, FALSE, FALSE, nullptr));
-    if (!voice->m_Event ||
-        calls.m_Open(&voice->m_Device, WAVE_MAPPER, &format,
-                     reinterpret_cast<DWORD_PTR>(voice->m_Event.fnGet()), 0,
-                     CALLBACK_EVENT) != MMSYSERR_NOERROR)
+    if (!voice->m_Event || calls.m_Open(&voice->m_Device, WAVE_MAPPER, &format,
+                                        reinterpret_cast<DWORD_PTR>(voice->m_Event.fnGet()), 0,
+                                        CALLBACK_EVENT) != MMSYSERR_NOERROR)
         return nullptr;
     try {
         std::thread([voice] { voice->fnRun(); }).detach();

@@ -42,7 +42,6 @@ std::unique_ptr<CDC> q32Win32DC(HDC dc, int bits) {
     using q32::win32::DeviceContext;
     if (!dc)
         return nullptr;
-    return std::make_unique<DeviceContext>(dc, DeviceContext::END::KEEP,
-                                           std::make_shared<const CodePage>(), nullptr, nullptr,
-                                           bits);
+    return std::make_unique<DeviceContext>(
+        dc, DeviceContext::END::KEEP, std::make_shared<const CodePage>(), nullptr, nullptr, bits);
 }

@@ -44,8 +44,8 @@ private:
     static LRESULT CALLBACK fnSeeWindow(int code, WPARAM wParam, LPARAM lParam) {
         const auto window = reinterpret_cast<HWND>(wParam); // NOLINT(performance-no-int-to-ptr)
         wchar_t name[16] = {};
-        if (code == HCBT_ACTIVATE && thePresent->m_bWaiting &&
-            ::GetClassNameW(window, name, 16) && std::wstring_view(name) == L"#32770")
+        if (code == HCBT_ACTIVATE && thePresent->m_bWaiting && ::GetClassNameW(window, name, 16) &&
+            std::wstring_view(name) == L"#32770")
             ::SetTimer(window, 4712, 50, fnOnTimer);
         return ::CallNextHookEx(nullptr, code, wParam, lParam);
     }
@@ -66,8 +66,7 @@ private:
         if (std::wstring_view(name) != L"Edit")
             return TRUE;
         const auto* dialogs = reinterpret_cast<SaveDialogs*>(self); // NOLINT
-        ::SendMessageA(child, WM_SETTEXT, 0,
-                       reinterpret_cast<LPARAM>(dialogs->m_Path->c_str()));
+        ::SendMessageA(child, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(dialogs->m_Path->c_str()));
         return FALSE;
     }
 
@@ -119,9 +118,7 @@ public:
         ::SendMessageW(fnFind(), WM_SYSCOMMAND, fnGetId(item), 0);
     }
     void fnClose() override { ::SendMessageW(fnFind(), WM_SYSCOMMAND, SC_CLOSE, 0); }
-    void fnAnswerSave(const std::optional<std::string>& path) override {
-        m_Dialogs.fnAnswer(path);
-    }
+    void fnAnswerSave(const std::optional<std::string>& path) override { m_Dialogs.fnAnswer(path); }
 
 private:
     static HWND fnFind() { return ::FindWindowW(L"q32DumpWindow", nullptr); }

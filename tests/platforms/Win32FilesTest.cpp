@@ -150,7 +150,8 @@ TEST_F(Win32Files, TheDirectoriesAreTheSystemsUnlessTheHostSetsThem) {
     EXPECT_TRUE(directory.ends_with("\\q32Base\\")) << directory;
     CqWin32Options options;
     options.m_szTempDirectory = m_Folder.fnPath();
-    ASSERT_TRUE(q32Win32Platform(q32Win32Windows(), options).m_pFiles->fnGetTempDirectory(directory));
+    ASSERT_TRUE(
+        q32Win32Platform(q32Win32Windows(), options).m_pFiles->fnGetTempDirectory(directory));
     EXPECT_EQ(directory, m_Folder.fnPath());
 }
 

@@ -135,8 +135,16 @@ struct Dib {
     std::vector<std::uint8_t> m_Bytes;
 
     Dib(int bits, LONG height, Random& random, bool indices) {
-        m_Header.m_Head = {sizeof(BITMAPINFOHEADER), kWidth, height, 1, static_cast<WORD>(bits),
-                           BI_RGB,                   0,      0,      0, 0,
+        m_Header.m_Head = {sizeof(BITMAPINFOHEADER),
+                           kWidth,
+                           height,
+                           1,
+                           static_cast<WORD>(bits),
+                           BI_RGB,
+                           0,
+                           0,
+                           0,
+                           0,
                            0};
         const std::size_t stride = (static_cast<std::size_t>(kWidth * bits) + 31) / 32 * 4;
         m_Bytes.resize(stride * static_cast<std::size_t>(std::abs(height)));
@@ -364,14 +372,15 @@ TEST(Win32Memory, BitmapsOfEveryDepthShowWhatSuchScreensShow) {
                 },
                 screen);
             fnExpectSame(expected, fnShowReal([&](World& world) {
-                const MemoryBitmap memory(screen);
-                const std::unique_ptr<CDC> dc = q32Win32DC(memory.fnGet(), screen);
-                EXPECT_EQ(dc->GetDeviceCaps(BITSPIXEL), screen);
-                World there{world.m_Screen, world.m_Wnd, [&] {
-                                return q32::test::fnCapture(memory.fnGet(), kWidth, kHeight);
-                            }};
-                return draw(there, dc.get());
-            }));
+                             const MemoryBitmap memory(screen);
+                             const std::unique_ptr<CDC> dc = q32Win32DC(memory.fnGet(), screen);
+                             EXPECT_EQ(dc->GetDeviceCaps(BITSPIXEL), screen);
+                             World there{world.m_Screen, world.m_Wnd, [&] {
+                                             return q32::test::fnCapture(memory.fnGet(), kWidth,
+                                                                         kHeight);
+                                         }};
+                             return draw(there, dc.get());
+                         }));
         }
 }
 

@@ -22,8 +22,7 @@ FakeMixer::~FakeMixer() {
 }
 
 q32::win32::MixerCalls FakeMixer::fnGetCalls() const {
-    return {fnGetCount, fnOpen, fnClose, fnGetLine, fnGetControls,
-            fnGetDetails, fnSetDetails};
+    return {fnGetCount, fnOpen, fnClose, fnGetLine, fnGetControls, fnGetDetails, fnSetDetails};
 }
 
 UINT WINAPI FakeMixer::fnGetCount() {
@@ -45,9 +44,9 @@ MMRESULT WINAPI FakeMixer::fnClose(HMIXER) {
 }
 
 MMRESULT WINAPI FakeMixer::fnGetLine(HMIXEROBJ, LPMIXERLINEW line, DWORD flags) {
-    if (flags == MIXER_GETLINEINFOF_LINEID ? line->dwLineID != kLine
-                                           : line->dwComponentType !=
-                                                 MIXERLINE_COMPONENTTYPE_DST_SPEAKERS)
+    if (flags == MIXER_GETLINEINFOF_LINEID
+            ? line->dwLineID != kLine
+            : line->dwComponentType != MIXERLINE_COMPONENTTYPE_DST_SPEAKERS)
         return MIXERR_INVALLINE;
     line->dwLineID = kLine;
     line->cChannels = 2;

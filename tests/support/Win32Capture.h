@@ -19,15 +19,14 @@ inline std::vector<std::uint32_t> fnCapture(HDC from, int width, int height) {
     header.biBitCount = 32;
     void* bits = nullptr;
     const HDC dc = ::CreateCompatibleDC(from);
-    const HBITMAP bitmap =
-        ::CreateDIBSection(from, reinterpret_cast<const BITMAPINFO*>(&header), DIB_RGB_COLORS,
-                           &bits, nullptr, 0);
+    const HBITMAP bitmap = ::CreateDIBSection(from, reinterpret_cast<const BITMAPINFO*>(&header),
+                                              DIB_RGB_COLORS, &bits, nullptr, 0);
     const HGDIOBJ initial = ::SelectObject(dc, bitmap);
     ::BitBlt(dc, 0, 0, width, height, from, 0, 0, SRCCOPY);
     ::GdiFlush();
     const auto* pixels = static_cast<const std::uint32_t*>(bits);
-    std::vector<std::uint32_t> copy(
-        pixels, pixels + static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+    std::vector<std::uint32_t> copy(pixels, pixels + static_cast<std::size_t>(width) *
+                                                         static_cast<std::size_t>(height));
     for (std::uint32_t& pixel : copy)
         pixel &= 0xFFFFFF;
     ::SelectObject(dc, initial);

@@ -52,7 +52,7 @@ void Win32Module::fnWriteHeaders() {
     headers.OptionalHeader.SizeOfHeaders = kTables;
     headers.OptionalHeader.NumberOfRvaAndSizes = IMAGE_NUMBEROF_DIRECTORY_ENTRIES;
     headers.OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_RESOURCE] = {kTables,
-                                                                           kSize - kTables};
+                                                                            kSize - kTables};
     fnPut(sizeof dos, headers);
 }
 
@@ -89,8 +89,8 @@ template <typename Entries, typename Write>
 std::uint32_t Win32Module::fnWriteTable(const Entries& entries, Write write) {
     const std::uint32_t table = m_nTableEnd;
     IMAGE_RESOURCE_DIRECTORY head{};
-    const auto texts = std::ranges::count_if(
-        entries, [](const auto& entry) { return entry.first.first == 0; });
+    const auto texts =
+        std::ranges::count_if(entries, [](const auto& entry) { return entry.first.first == 0; });
     head.NumberOfNamedEntries = static_cast<WORD>(texts);
     head.NumberOfIdEntries = static_cast<WORD>(static_cast<std::ptrdiff_t>(entries.size()) - texts);
     fnPut(table, head);
