@@ -16,3 +16,5 @@ if(NOT BUILD_SHARED_LIBS)
     set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
 endif()
 set(CMAKE_CROSSCOMPILING_EMULATOR wine64)
+# Not its DLL, which hosts would need, too.
+set(ZLIB_LIBRARY /usr/${triple}/lib/libz.a CACHE FILEPATH "")
