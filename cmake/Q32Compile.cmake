@@ -56,6 +56,17 @@ function(q32_sources target)
     endforeach()
 endfunction()
 
+# q32_resources(<target> <script>): what the resource compiler makes of a script of this folder. It takes none of the
+# other compilers' options.
+function(q32_resources target script)
+    set(object "${CMAKE_CURRENT_BINARY_DIR}/${script}.obj")
+    add_custom_command(OUTPUT "${object}"
+        COMMAND "${CMAKE_RC_COMPILER}" -I "${CMAKE_CURRENT_SOURCE_DIR}" -O coff
+            "${CMAKE_CURRENT_SOURCE_DIR}/${script}" "${object}"
+        DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${script}")
+    target_sources(${target} PRIVATE "${object}")
+endfunction()
+
 # q32_headers(<target> <file>...): public headers of this folder. They are installed with the
 # target, at the same place below include/q32Base/ as in the tree, and each is checked to compile on
 # its own. Headers not listed here are private.

@@ -38,6 +38,10 @@ std::wstring fnToWide(const std::string& text) {
     return wide;
 }
 
+std::string fnGetFileName(const std::string& path) {
+    return path.substr(path.find_last_of("\\/") + 1);
+}
+
 bool fnIsSound(const std::string& path) {
     std::string end = path.substr(path.size() < 4 ? 0 : path.size() - 4);
     std::ranges::transform(end, end.begin(), [](char letter) {
@@ -80,9 +84,9 @@ Frame::Frame(CqWin32Windows& windows) : m_Windows(windows) {
     kind.lpszMenuName = MAKEINTRESOURCEW(MENU_MAIN);
     kind.lpszClassName = L"" WINDOW_CLASS;
     ::RegisterClassW(&kind);
-    m_Window = ::CreateWindowExW(WS_EX_ACCEPTFILES, kind.lpszClassName, L"Viewer",
-                                 WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, CW_USEDEFAULT,
-                                 CW_USEDEFAULT, 640, 480, nullptr, nullptr, kind.hInstance, this);
+    m_Window = ::CreateWindowExW(
+        WS_EX_ACCEPTFILES, kind.lpszClassName, L"Viewer", WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN,
+        CW_USEDEFAULT, CW_USEDEFAULT, 640, 480, nullptr, nullptr, kind.hInstance, nullptr);
     if (m_Window)
         fnCreateParts();
 }
@@ -218,9 +222,11 @@ void Frame::fnOnCommand(UINT command) {
         break;
     case COMMAND_PLAY:
         m_Player.fnPlay();
+        fnShowSound();
         break;
     case COMMAND_STOP:
         m_Player.fnStop();
+        fnShowSound();
         break;
     default:
         break;
@@ -249,8 +255,11 @@ void Frame::fnAskAndOpen() {
 
 void Frame::fnOpen(const std::string& path) {
     if (fnIsSound(path)) {
-        if (m_Player.fnOpen(path.c_str()))
+        if (m_Player.fnOpen(path.c_str())) {
+            m_szSound = fnGetFileName(path);
             m_Player.fnPlay();
+            fnShowSound();
+        }
         return;
     }
     auto image = std::make_unique<CqImage>();
@@ -264,7 +273,7 @@ void Frame::fnOpen(const std::string& path) {
         return;
     m_pView->fnSetImage(image.get());
     m_pImage = std::move(image); // the old one goes when nothing shows it
-    m_szName = path.substr(path.find_last_of("\\/") + 1);
+    m_szName = fnGetFileName(path);
     m_pView->fnFit();
     fnShowState();
 }
@@ -286,6 +295,14 @@ void Frame::fnShowState() {
     char state[128];
     std::snprintf(state, sizeof state, "   %u x %u, %u bits, %d:%d", m_pImage->Width,
                   m_pImage->Height, m_pImage->BitCount, std::max(scale, 1), std::max(-scale, 1));
-    const std::wstring text = fnToWide(m_szName + state);
-    ::SendMessageW(m_pBar->fnGetHandle(), SB_SETTEXTW, 0, reinterpret_cast<LPARAM>(text.c_str()));
+    fnShow(m_szName + state);
+}
+
+void Frame::fnShowSound() {
+    fnShow(m_szSound + (m_Player.fnIsPlaying() ? "   playing" : "   stopped"));
+}
+
+void Frame::fnShow(const std::string& text) {
+    const std::wstring wide = fnToWide(text);
+    ::SendMessageW(m_pBar->fnGetHandle(), SB_SETTEXTW, 0, reinterpret_cast<LPARAM>(wide.c_str()));
 }

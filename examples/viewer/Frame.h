@@ -1,6 +1,7 @@
 #pragma once
 
 #include "examples/viewer/Player.h"
+#include "platforms/win32/CqWin32View.h"
 #include "platforms/win32/win32.h"
 #include "q32Base/image/CqImage.h"
 
@@ -32,6 +33,8 @@ private:
     void fnAskAndOpen();
     void fnRotate();
     void fnShowState();
+    void fnShowSound();
+    void fnShow(const std::string& text);
 
     CqWin32Windows& m_Windows;
     CqWin32App m_App{"Viewer"};
@@ -41,6 +44,7 @@ private:
     std::unique_ptr<CqImage> m_pImage;
     std::unique_ptr<CqWin32View> m_pView;
     Player m_Player;
-    std::string m_szName;
-    bool m_bBusy = false; ///< a long operation runs
+    std::string m_szName;  ///< of the picture
+    std::string m_szSound; ///< of the sound
+    bool m_bBusy = false;  ///< a long operation runs
 };

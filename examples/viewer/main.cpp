@@ -3,7 +3,10 @@
 #include "examples/viewer/Frame.h"
 #include "q32Base/q32Base.h"
 
+#include <cwchar>
 #include <shellapi.h>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -12,7 +15,7 @@ std::vector<std::string> fnGetArguments() {
     wchar_t** const words = ::CommandLineToArgvW(::GetCommandLineW(), &count);
     std::vector<std::string> arguments;
     for (int i = 1; i < count; ++i) {
-        std::string bytes(4 * ::wcslen(words[i]) + 1, '\0');
+        std::string bytes(4 * std::wcslen(words[i]) + 1, '\0');
         ::WideCharToMultiByte(CP_UTF8, 0, words[i], -1, bytes.data(),
                               static_cast<int>(bytes.size()), nullptr, nullptr);
         arguments.emplace_back(bytes.c_str());

@@ -34,6 +34,18 @@ TEST(Win32Services, ThePlatformIsComplete) {
     EXPECT_TRUE(fnServices().fnIsComplete());
 }
 
+TEST(Win32Windows, AnItemOfAMenuIsEnabledByItsCommand) {
+    const HMENU menu = ::CreatePopupMenu();
+    ASSERT_TRUE(::AppendMenuW(menu, MF_STRING, 77, L"item"));
+    CqWin32CmdUI item(77, menu);
+    EXPECT_EQ(item.m_nID, 77u);
+    item.Enable(false);
+    EXPECT_NE(::GetMenuState(menu, 77, MF_BYCOMMAND) & MF_GRAYED, 0u);
+    item.Enable(true);
+    EXPECT_EQ(::GetMenuState(menu, 77, MF_BYCOMMAND) & MF_GRAYED, 0u);
+    ::DestroyMenu(menu);
+}
+
 TEST(Win32Memory, MoreThanWasReservedIsNotCommitted) {
     const CqPlatform services = fnServices();
     CqMemoryService& memory = *services.m_pMemory;
