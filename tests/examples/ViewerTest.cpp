@@ -38,9 +38,7 @@ public:
         start.cb = sizeof start;
         EXPECT_TRUE(::CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr,
                                      nullptr, &start, &m_Process));
-        EXPECT_TRUE(fnAwait([&] { return fnFind() != nullptr; })) << "it opens its window";
-        m_View = ::FindWindowExW(m_Frame, nullptr, L"q32View", nullptr);
-        m_Bar = ::FindWindowExW(m_Frame, nullptr, STATUSCLASSNAMEW, nullptr);
+        EXPECT_TRUE(fnAwait([&] { return fnFind(); })) << "it opens its window";
     }
     ~Viewer() {
         ::TerminateProcess(m_Process.hProcess, 1);
@@ -77,7 +75,12 @@ public:
     }
 
 private:
-    HWND fnFind() { return m_Frame = ::FindWindowW(L"" WINDOW_CLASS, nullptr); }
+    bool fnFind() {
+        m_Frame = ::FindWindowW(L"" WINDOW_CLASS, nullptr);
+        m_View = ::FindWindowExW(m_Frame, nullptr, L"q32View", nullptr);
+        m_Bar = ::FindWindowExW(m_Frame, nullptr, STATUSCLASSNAMEW, nullptr);
+        return m_Frame && m_View && m_Bar;
+    }
 
     PROCESS_INFORMATION m_Process{};
     HWND m_Frame = nullptr;
@@ -165,14 +168,17 @@ TEST_F(ViewerTest, ItShowsAPictureAndZooms) {
 
 TEST_F(ViewerTest, ItRotatesAndStopsByEscape) {
     const Viewer viewer(fnGetArgument("large.bmp"));
-    ASSERT_TRUE(viewer.fnAwaitState("3000 x 2000, 24 bits, 1:5")) << viewer.fnGetState();
+    ASSERT_TRUE(
+        fnAwait([&] { return viewer.fnGetState().starts_with("large.bmp   3000 x 2000"); }));
+    viewer.fnCommand(COMMAND_ACTUAL);
+    ASSERT_TRUE(viewer.fnAwaitState("3000 x 2000, 24 bits, 1:1")) << viewer.fnGetState();
     ::PostMessageW(viewer.fnGetFrame(), WM_COMMAND, COMMAND_ROTATE, 0);
     ::PostMessageW(viewer.fnGetView(), WM_KEYDOWN, VK_ESCAPE, 0);
     ::PostMessageW(viewer.fnGetFrame(), WM_COMMAND, COMMAND_ZOOM_IN, 0);
-    EXPECT_TRUE(viewer.fnAwaitState("3000 x 2000, 24 bits, 1:4")) << viewer.fnGetState();
+    EXPECT_TRUE(viewer.fnAwaitState("3000 x 2000, 24 bits, 2:1")) << viewer.fnGetState();
     viewer.fnCommand(COMMAND_ROTATE);
-    EXPECT_FALSE(viewer.fnGetState().ends_with("3000 x 2000, 24 bits, 1:4"));
-    EXPECT_TRUE(viewer.fnGetState().ends_with("1:4"));
+    EXPECT_FALSE(viewer.fnGetState().ends_with("3000 x 2000, 24 bits, 2:1"));
+    EXPECT_TRUE(viewer.fnGetState().ends_with("2:1"));
     EXPECT_EQ(viewer.fnClose(), 0u);
 }
 
