@@ -1,7 +1,7 @@
 // Rows, tiles, depth conversion and bitmaps of a picture of 4000 x 3000, compared with a copy of
 // the same bytes. Pictures are in RAM, or in a scratch file where a case says so.
 
-#include "platforms/posix/posix.h"
+#include "bench/OperationBench.h"
 #include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/q32Base.h"
 
@@ -21,7 +21,7 @@ constexpr std::uint32_t kHeight = 3000;
 class Stage {
 public:
     explicit Stage(bool scratch = false) {
-        q32Attach(q32PosixPlatform());
+        q32Attach(q32::bench::fnMakePlatform());
         q32GetVMPolicy()->fnSetRamLimit(scratch ? 0 : 0xFFFFFFFFu);
     }
     ~Stage() { q32Detach(); }

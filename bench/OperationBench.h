@@ -13,9 +13,19 @@
 
 namespace q32::bench {
 
+/// The POSIX back end, with as many threads as the environment variable `Q32_BENCH_THREADS` says; 1
+/// by default, 0 for one on each core.
+inline CqPlatform fnMakePlatform() {
+    const char* const threads = std::getenv("Q32_BENCH_THREADS");
+    CqPosixOptions options;
+    options.m_nConcurrency =
+        threads ? static_cast<std::uint32_t>(std::strtoul(threads, nullptr, 10)) : 1;
+    return q32PosixPlatform(options);
+}
+
 /// Attaches the library for the rest of the program, with all pixels in RAM.
 inline void fnAttach() {
-    if (!q32Attach(q32PosixPlatform()))
+    if (!q32Attach(fnMakePlatform()))
         std::abort();
     q32GetVMPolicy()->fnSetRamLimit(0xFFFFFFFFu);
 }

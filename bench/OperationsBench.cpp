@@ -4,7 +4,7 @@
 // Pictures are in RAM of the POSIX back end, as in a host. "moved" means that the tile edges of
 // source and target don't coincide.
 
-#include "platforms/posix/posix.h"
+#include "bench/OperationBench.h"
 #include "q32Base/framework/CRgn.h"
 #include "q32Base/image/CqMask.h"
 #include "q32Base/kernels/Kernels_p.h"
@@ -158,9 +158,9 @@ void fnMaskKernel(benchmark::State& state) {
     std::vector<std::uint8_t> own(kPixels, 1);
     const std::vector<std::uint8_t> other(kPixels, 3);
     const q32::Kernels& kernels = q32::fnKernels();
-    const q32::PixelRun run = state.range(0) != 0 ? kernels.fnMaskAdd : kernels.fnMaskSubtract;
+    const q32::MaskSumRun run = state.range(0) != 0 ? kernels.fnMaskAdd : kernels.fnMaskSubtract;
     for (auto _ : state) {
-        run(other.data(), own.data(), kPixels);
+        run(own.data(), other.data(), own.data(), kPixels);
         benchmark::ClobberMemory();
     }
     fnCount(state, kPixels, 3 * kPixels);
@@ -242,7 +242,8 @@ BENCHMARK(fnRegionOfNoise)
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv) || !q32Attach(q32PosixPlatform()))
+    if (benchmark::ReportUnrecognizedArguments(argc, argv) ||
+        !q32Attach(q32::bench::fnMakePlatform()))
         return 1;
     q32GetVMPolicy()->fnSetRamLimit(0xFFFFFFFFu);
     benchmark::RunSpecifiedBenchmarks();

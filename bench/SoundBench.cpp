@@ -102,7 +102,8 @@ void fnMemcpy(benchmark::State& state) {
 /// Into a freshly allocated block, as loading and copying require.
 void fnMemcpyFresh(benchmark::State& state) {
     const std::string from(kCopyBytes, '\1');
-    CqMemoryService& memory = *q32PosixPlatform().m_pMemory;
+    const CqPlatform platform = q32PosixPlatform();
+    CqMemoryService& memory = *platform.m_pMemory;
     fnMeasure(state, [&] {
         void* to = memory.fnReserve(kCopyBytes);
         if (!memory.fnCommit(to, kCopyBytes))

@@ -1,5 +1,6 @@
 // Tone adjustments of a picture of 4000 x 3000 in RAM, compared with a copy of its bytes.
 
+#include "bench/OperationBench.h"
 #include "platforms/headless/headless.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/memory/CqTileMap_p.h"
@@ -24,7 +25,9 @@ constexpr std::uint32_t kHeight = 3000;
 class Stage {
 public:
     explicit Stage(unsigned bits) {
-        q32Attach(q32HeadlessPlatform());
+        CqPlatform platform = q32HeadlessPlatform();
+        platform.m_pWork = q32::bench::fnMakePlatform().m_pWork;
+        q32Attach(platform);
         q32GetVMPolicy()->fnSetRamLimit(0xFFFFFFFFu);
         m_pImage = std::make_unique<CqImage>(kWidth, kHeight, bits, nullptr, 0u);
         std::uint32_t state = 1;

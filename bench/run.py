@@ -42,20 +42,33 @@ def programs(folder, names):
     found = [path for path in sorted([*folder.glob("*Bench"), *folder.glob("peers/*Peer")])
              if os.access(path, os.X_OK)]
     return [path for path in found
-            if path.name in names or (not names and path.name not in ("KernelsBench", "WalkBench"))]
+            if path.name in names or (not names and path.name not in ("KernelsBench", "WalkBench", "WorkBench"))]
 
 
-def run(program, seconds, pattern):
+def count_real_time(row):
+    """Makes the row's figures those of real time: the processor time is that of one thread."""
+    for key in row:
+        if "/s" in key or key.endswith("_per_second"):
+            row[key] *= row["cpu_time"] / row["real_time"]
+    row["cpu_time"] = row["real_time"]
+
+
+def run(program, seconds, pattern, threads):
     """Runs a program once: the JSON row of each benchmark, by name."""
     with tempfile.NamedTemporaryFile(suffix=".json") as out:
         subprocess.run([program, f"--benchmark_out={out.name}", "--benchmark_out_format=json",
-                        f"--benchmark_min_time={seconds}", f"--benchmark_filter={pattern}"],
-                       check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                        f"--benchmark_min_time={seconds}", f"--benchmark_filter={pattern}",
+                        # The first pass over memory takes up to ten times as long as the next ones.
+                        f"--benchmark_min_warmup_time={seconds / 4}"],
+                       check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                       env={**os.environ, "Q32_BENCH_THREADS": str(threads)})
         text = out.read()
     rows = {row["name"]: row for row in json.loads(text)["benchmarks"]} if text else {}
     for name, row in rows.items():
         if "error_occurred" in row:
             sys.exit(f"{name}: {row['error_message']}")
+        if threads != 1:
+            count_real_time(row)
     return rows
 
 
@@ -97,12 +110,30 @@ def processor():
     return platform.machine()
 
 
+def peers_table():
+    """What bench/peers.py measured last, if it did."""
+    path = BUILD.parent / "peers.json"
+    if not path.exists():
+        return []
+    peers = json.loads(path.read_text(encoding="utf-8"))
+    lines = ["## Beside other libraries", "",
+             f"`scripts/bench --peers`: real time, the best of {peers['rounds']} rounds. The ratio is the median of the",
+             "rounds: the time of the fastest peer on one thread divided by ours, so above 1 the library is ahead.", "",
+             f"| Work | Ours | {peers['threads']} threads | Fastest peer | Ratio | {peers['threads']} threads | Goal |",
+             "|---|---|---|---|---|---|---|"]
+    lines += [f"| {row['work']} | {time_text(row['ours'])} | {time_text(row['several'])} |"
+              f" {time_text(row['theirs'])} {row['peer']} | {row['ratio']:.2f} | {row['ratio_several']:.2f} |"
+              f" {row['goal'] or 'keep'} |" for row in peers["rows"]]
+    return [*lines, ""]
+
+
 def write_page(results):
     lines = ["# Measured speed", "",
              f"Written by `scripts/bench --page` on a machine with {os.cpu_count()} processors",
-             f"({processor()}), {platform.system()} {platform.release()}. One thread; the best of",
-             f"{results['rounds']} rounds; processor time. Pictures have 4000 x 3000 pixels unless a row",
+             f"({processor()}), {platform.system()} {platform.release()}. Threads: {results['threads']}; the best of",
+             f"{results['rounds']} rounds; {'processor' if results['threads'] == 1 else 'real'} time. Pictures have 4000 x 3000 pixels unless a row",
              "says otherwise. What the figures mean for a host is in [tuning.md](tuning.md).", ""]
+    lines += peers_table()
     groups = [(name, title) for name, title in PAGES.items() if name in results["programs"]]
     groups += [(name, f"Peer: {name.removesuffix('Peer')}") for name in results["programs"]
                if name.endswith("Peer")]
@@ -137,11 +168,13 @@ def main():
     parser.add_argument("--rounds", type=int, default=3)
     parser.add_argument("--seconds", type=float, default=0.2, help="least time of one benchmark")
     parser.add_argument("--filter", default=".", help="regular expression of benchmarks")
+    parser.add_argument("--threads", type=int, default=1,
+                        help="threads that operations use; 0: one on each core; real time then counts")
     parser.add_argument("--page", action="store_true", help="write docs/performance.md")
     parser.add_argument("names", nargs="*", help="programs; all but KernelsBench by default")
     options = parser.parse_args()
 
-    results = {"rounds": options.rounds, "programs": {}}
+    results = {"rounds": options.rounds, "threads": options.threads, "programs": {}}
     slower = []
     for program in programs(BUILD, options.names):
         other = options.against / program.relative_to(BUILD) if options.against else None
@@ -151,7 +184,7 @@ def main():
             builds.reverse()
             rows = {}
             for path, best in builds:
-                rows[path] = run(path, options.seconds, options.filter)
+                rows[path] = run(path, options.seconds, options.filter, options.threads)
                 keep_best(best, rows[path])
             if other in rows:
                 keep_ratios(ratios, rows[program], rows[other])
@@ -171,4 +204,5 @@ def main():
         print(f"{len(slower)} slower by more than {SLOWER - 1:.0%}" + "".join(f"\n  {name}" for name in slower))
 
 
-main()
+if __name__ == "__main__":
+    main()

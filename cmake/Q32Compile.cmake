@@ -50,7 +50,7 @@ function(q32_sources target)
         elseif(file MATCHES "_avx512\\.cpp$")
             set_source_files_properties("${CMAKE_CURRENT_SOURCE_DIR}/${file}"
                 TARGET_DIRECTORY ${target} PROPERTIES
-                COMPILE_OPTIONS "-mavx512f;-mavx512bw;-mavx512vl;-mavx512dq;-mavx512vbmi;${q32_vector_options}"
+                COMPILE_OPTIONS "-mavx512f;-mavx512bw;-mavx512vl;-mavx512dq;-mavx512vbmi;-mavx512vnni;${q32_vector_options}"
                 SKIP_PRECOMPILE_HEADERS ON)
         endif()
     endforeach()
@@ -74,6 +74,12 @@ function(q32_headers target)
     list(TRANSFORM ARGN PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/")
     target_sources(${target} PUBLIC
         FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${ARGN})
+endfunction()
+
+# q32_apart(<file>...): sources of this folder that a unity build compiles on their own, since they share names of
+# internal linkage with others of their target.
+function(q32_apart)
+    set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
 endfunction()
 
 # q32_folders(<folder>...): adds those that have a CMakeLists.txt.

@@ -14,8 +14,9 @@ set(Q32_INCLUDE_DIR "${CMAKE_INSTALL_INCLUDEDIR}/q32Base")
 #   NEEDS     components besides the core that it links
 #   PACKAGES  packages that find_package must find for a static build of it
 #   PUBLIC_PACKAGES  packages that any build needs, because public headers use them
+#   MODULES, PUBLIC_MODULES  what these packages are called in pkg-config; -l… is a library without such a file
 function(q32_component target name)
-    cmake_parse_arguments(arg "" "" "HEADERS;NEEDS;PACKAGES;PUBLIC_PACKAGES" ${ARGN})
+    cmake_parse_arguments(arg "" "" "HEADERS;NEEDS;PACKAGES;PUBLIC_PACKAGES;MODULES;PUBLIC_MODULES" ${ARGN})
     if(NOT TARGET q32Base::${name})
         add_library(q32Base::${name} ALIAS ${target})
     endif()
@@ -71,7 +72,52 @@ function(q32_component target name)
             FILE_SET HEADERS DESTINATION "${Q32_INCLUDE_DIR}")
         install(EXPORT q32Base_${name} FILE q32Base_${name}.cmake NAMESPACE q32Base::
             DESTINATION "${Q32_PACKAGE_DIR}")
+        q32_pkg_config(${target} "${arg_NEEDS}" "${arg_MODULES}" "${arg_PUBLIC_MODULES}")
     endif()
+endfunction()
+
+# q32_pkg_config(<target> <components> <modules> <public modules>): the component's file for pkg-config. Its
+# paths are relative to itself, so that an installation can be moved.
+function(q32_pkg_config target needs modules public_modules)
+    get_target_property(type ${target} TYPE)
+    get_target_property(library ${target} OUTPUT_NAME)
+    if(NOT library)
+        set(library ${target})
+    endif()
+    set(requires)
+    if(NOT library STREQUAL "q32Base")
+        set(requires "q32Base = ${PROJECT_VERSION}")
+    endif()
+    foreach(need IN LISTS needs)
+        list(APPEND requires "q32Base-${need} = ${PROJECT_VERSION}")
+    endforeach()
+    list(APPEND requires ${public_modules})
+    # A static library is useless without what it links, so that it needs no --static.
+    set(libraries "-L\${libdir} -l${library}")
+    if(type STREQUAL "STATIC_LIBRARY")
+        set(files ${modules})
+        list(FILTER files EXCLUDE REGEX "^-l")
+        list(APPEND requires ${files})
+        list(FILTER modules INCLUDE REGEX "^-l")
+        string(JOIN " " libraries "${libraries}" ${modules})
+    endif()
+    list(JOIN requires ", " requires)
+    set(folder "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+    cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}/${folder}"
+        OUTPUT_VARIABLE prefix)
+    file(CONFIGURE OUTPUT "${PROJECT_BINARY_DIR}/${library}.pc" @ONLY CONTENT [=[
+prefix=${pcfiledir}/@prefix@
+libdir=${prefix}/@CMAKE_INSTALL_LIBDIR@
+includedir=${prefix}/@Q32_INCLUDE_DIR@
+
+Name: @library@
+Description: @PROJECT_DESCRIPTION@
+Version: @PROJECT_VERSION@
+Requires: @requires@
+Libs: @libraries@
+Cflags: -I${includedir}
+]=])
+    install(FILES "${PROJECT_BINARY_DIR}/${library}.pc" DESTINATION "${folder}")
 endfunction()
 
 # q32_package(): the package's own files; call it after all components.
@@ -100,6 +146,9 @@ endfunction()
 # q32_header_check(): the target header_check compiles every public header on its own, included
 # twice.
 function(q32_header_check)
+    if(NOT PROJECT_IS_TOP_LEVEL)
+        return()
+    endif()
     add_custom_target(header_check)
     get_property(targets GLOBAL PROPERTY Q32_TARGETS)
     foreach(target IN LISTS targets)

@@ -1,17 +1,22 @@
 /// @file Picture files of one format, that of the target's name: for any bytes, reading ends with a
-/// picture or a message. Checksums of a PNG are put right, which no mutation would do.
+/// picture or a message, also if damaged files are accepted. The metadata that is read can be
+/// written, and comes back. An input that doesn't begin with the signature of the format begins
+/// with a host's limits, which the picture then keeps. Checksums of a PNG are put right, which no
+/// mutation would do.
 
 #include "fuzz/FuzzInput.h"
 #include "plugins/PictureFile.h"
 
+#include <algorithm>
 #include <array>
-#include <cstring>
 #include <string>
+#include <type_traits>
 
 namespace {
 
 using namespace q32::fuzz;
 
+constexpr std::size_t kLimitBytes = 9;
 constexpr char kPath[] = "C:\\Temp\\picture";
 
 struct Format {
@@ -73,29 +78,109 @@ void fnMendChecksums(std::string& png) {
     }
 }
 
-void fnRead(const std::string& file, const Format& format) {
+/// A byte for each limit; 0 leaves the default.
+CqPictureLimits fnMakeLimits(Input& input) {
+    CqPictureLimits limits;
+    const auto set = [&input](auto& limit, unsigned int unit) {
+        if (const unsigned int value = input.fnByte())
+            limit = std::remove_reference_t<decltype(limit)>{unit} * value;
+    };
+    const auto setPower = [&input](std::uint64_t& limit, unsigned int most) {
+        if (const unsigned int value = input.fnByte())
+            limit = std::uint64_t{1} << value % most;
+    };
+    setPower(limits.m_nPixels, 24);
+    setPower(limits.m_nStorageBytes, 24);
+    setPower(limits.m_nCodecBytes, 28);
+    setPower(limits.m_nTextBytes, 12);
+    setPower(limits.m_nSmallBytes, 20);
+    set(limits.m_nExpansion, 1);
+    set(limits.m_nScans, 1);
+    set(limits.m_nFitWidth, 4);
+    set(limits.m_nFitHeight, 4);
+    return limits;
+}
+
+void fnCheckLimits(const CqPictureLimits& limits, const CqPictureResult& result,
+                   const CqImage& image, std::size_t fileBytes) {
+    if (!result.fnIsDone()) {
+        fnCheck(result.m_eLimit <= PICTURE_LIMIT_SCANS, "no other limit is set");
+        return;
+    }
+    const std::uint64_t pixels = std::uint64_t{image.Width} * image.Height;
+    const std::uint64_t bytes = std::uint64_t{image.RowBytes} * image.Height;
+    fnCheck(result.m_eLimit == PICTURE_LIMIT_NONE, "a picture that was read keeps the limits");
+    fnCheck(pixels <= limits.m_nPixels, "of pixels");
+    fnCheck(bytes <= limits.m_nStorageBytes, "of storage");
+    fnCheck(bytes <= limits.m_nSmallBytes || bytes / limits.m_nExpansion <= fileBytes,
+            "of expansion");
+    fnCheck(static_cast<std::uint64_t>(image.Title.GetLength()) <= limits.m_nTextBytes, "of texts");
+}
+
+/// Writes a picture with metadata; what the format can hold must be what is read again.
+void fnWriteBack(CqImage& image, const CqPictureMetadata& metadata, PICTURE_FORMAT format) {
+    const unsigned int lost = q32FindLostMetadata(image, metadata, format);
+    if (!q32WritePicture(kPath, image, metadata, format).fnIsDone())
+        return; // too wide for the format
+    CqImage again;
+    CqPictureMetadata read;
+    fnCheck(q32ReadPicture(kPath, again, read).fnIsDone(), "what was written can be read");
+    fnCheck((lost & PICTURE_PART_PROFILE) != 0 || read.m_Profile == metadata.m_Profile,
+            "the profile comes back");
+    fnCheck((lost & PICTURE_PART_NOTES) != 0 || read.m_Xmp.size() == metadata.m_Xmp.size(),
+            "the notes come back");
+}
+
+void fnRead(const std::string& file, const Format& format, CqPictureLimits limits) {
     fnWorld().m_pDisks->fnPutFile(kPath, file);
     const Balance balance;
     CqImage image;
-    const CqPictureResult result = q32ReadPicture(kPath, image);
+    CqPictureMetadata metadata;
+    const CqPictureResult result = q32ReadPicture(kPath, image, metadata, limits);
     fnCheck(result.fnIsDone() == (image.TileMap != nullptr), "a picture or a message");
     fnCheck(!image.TileMap || image.fnGetFioPlugin() == format.m_nFormat, "of that format");
+    fnCheckLimits(limits, result, image, file.size());
+    limits.m_bPartial = true;
+    CqImage part;
+    const CqPictureResult partial = q32ReadPicture(kPath, part, limits);
+    fnCheck(partial.fnIsDone() == (part.TileMap != nullptr), "a picture or a message");
+    // The other picture is still there, so that memory may not suffice for this one.
+    fnCheck(!result.fnIsDone() || partial.fnIsDone() || partial.m_nMsgId == -1,
+            "what is whole can be read as a part");
+    constexpr std::uint64_t kMaxPixels = 4096; // so that writing takes little of the time
+    if (image.TileMap && std::uint64_t{image.Width} * image.Height <= kMaxPixels)
+        for (const PICTURE_FORMAT one : {PICTURE_PNG, PICTURE_JPEG, PICTURE_TIFF})
+            fnWriteBack(image, metadata, one);
+}
+
+/// TIFF files that are big-endian or have wide offsets keep their own signature.
+bool fnIsFile(std::string_view bytes, const Format& format) {
+    return bytes.starts_with(format.m_Signature) ||
+           (format.m_nFormat == PICTURE_TIFF &&
+            (bytes.starts_with("MM") || bytes.starts_with("II+")));
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const Format& format = fnFormat();
+    CqPictureLimits limits;
+    if (!fnIsFile(fnText(data, size), format)) {
+        Input input(data, size);
+        limits = fnMakeLimits(input);
+        const std::size_t used = std::min(size, kLimitBytes);
+        data += used;
+        size -= used;
+    }
     std::string file(fnText(data, size));
-    // Big-endian TIFF files keep their own signature.
-    if (file.size() >= format.m_Signature.size() && !file.starts_with("MM"))
+    if (file.size() >= format.m_Signature.size() && !fnIsFile(file, format))
         format.m_Signature.copy(file.data(), format.m_Signature.size());
-    fnRead(file, format);
+    fnRead(file, format, limits);
     if (format.m_nFormat == PICTURE_PNG) {
         std::string mended = file;
         fnMendChecksums(mended);
         if (mended != file)
-            fnRead(mended, format);
+            fnRead(mended, format, limits);
     }
     return 0;
 }

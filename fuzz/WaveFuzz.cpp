@@ -1,5 +1,6 @@
 /// @file Sounds: for any bytes, as a resource and as a file, loading ends with a sound or a
-/// failure, and the sound can be drawn.
+/// failure, and the sound can be drawn. An input that doesn't begin as a WAV file begins with a
+/// host's limits for the file, which the sound then keeps.
 
 #include "fuzz/FuzzInput.h"
 #include "plugins/WaveFile.h"
@@ -22,6 +23,14 @@ void fnLook(const CqWave& wave, bool loaded) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    CqWaveLimits limits;
+    if (!fnText(data, size).starts_with("RIFF") && size >= 2) {
+        Input input(data, size);
+        limits.m_nStorageBytes = std::uint64_t{1} << input.fnBelow(33);
+        limits.m_nChunks = input.fnByte();
+        data += 2;
+        size -= 2;
+    }
     CqHeadlessWorld& world = fnWorld();
     const Balance balance;
     CqHeadlessResources& resources = *world.m_pResources;
@@ -30,6 +39,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     CqWave fromResource;
     fnLook(fromResource, fnTry([&] { fromResource.fnLoad(kResource); }));
     CqWave fromFile;
-    fnLook(fromFile, q32ReadWave(kPath, fromFile).fnIsDone());
+    const CqWaveFileResult result = q32ReadWave(kPath, fromFile, limits);
+    fnLook(fromFile, result.fnIsDone());
+    fnCheck(fromFile.fnGetBufferSize() <= limits.m_nStorageBytes, "within the limit of storage");
+    fnCheck(result.m_eLimit == PICTURE_LIMIT_NONE || !result.fnIsDone(), "a limit refuses");
     return 0;
 }

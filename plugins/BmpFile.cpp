@@ -112,19 +112,20 @@ void fnReadPlain(CodecInput& input, const BmpHeader& header, PictureTarget& targ
     if (header.m_nPixelsAt > length || (length - header.m_nPixelsAt) / stride < header.m_nHeight)
         throw CodecFailure{MESSAGE_CORRUPTED};
     const unsigned int depth = header.fnImageDepth();
+    const CheckedSize rowBytes = CheckedSize(header.m_nWidth) * fnCodecBytes(depth);
+    target.fnCheckCodecBytes(rowBytes + CheckedSize(stride));
     target.fnAlloc(header.m_nWidth, header.m_nHeight, depth, depth <= 8 ? header.m_Colors : nullptr,
                    header.m_nColors);
 
     const RowDecoder decoder(header);
     const auto stored = std::make_unique_for_overwrite<unsigned char[]>(stride);
-    const auto row = std::make_unique_for_overwrite<unsigned char[]>(std::size_t{header.m_nWidth} *
-                                                                     fnCodecBytes(depth));
+    const auto row = std::make_unique_for_overwrite<unsigned char[]>(rowBytes.fnGetOrThrow());
     input.fnSeek(header.m_nPixelsAt);
     for (std::uint32_t i = 0; i < header.m_nHeight; ++i) {
         fnReadExactly(input, stored.get(), stride);
         decoder.fnDecode(stored.get(), row.get());
         target.fnStoreRow(header.m_bTopDown ? i : header.m_nHeight - 1 - i, row.get());
-        target.fnTell(std::uint64_t{i} + 1, header.m_nHeight);
+        target.fnReport(std::uint64_t{i} + 1, header.m_nHeight);
     }
 }
 
@@ -176,7 +177,7 @@ void fnReadRle(CodecInput& input, const BmpHeader& header, PictureTarget& target
     image = reinterpret_cast<BITMAPINFOHEADER*>(block.data());
     image.DpiX = dpiX;
     image.DpiY = dpiY;
-    target.fnTell(1, 1);
+    target.fnReport(1, 1);
 }
 
 void fnReadBmp(CodecInput& input, PictureTarget& target) {
@@ -263,7 +264,7 @@ void fnWriteBmp(CodecOutput& output, PictureSource& source, const CqPictureOptio
         source.fnFetchRow(height - 1 - i, row.get());
         fnStoreBytes(row.get(), source.fnGetWidth(), bits, stored.get());
         done = output.fnWrite(stored.get(), stride);
-        source.fnTell(std::uint64_t{i} + 1, height);
+        source.fnReport(std::uint64_t{i} + 1, height);
     }
     if (!done)
         throw CodecFailure{MESSAGE_CANNOT_SAVE};

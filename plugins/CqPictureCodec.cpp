@@ -100,12 +100,12 @@ bool CqPictureReader::fnWriteRow(std::uint64_t y, const void* pixels, PIXEL_ORDE
         if (!m_Pixels->fnWriteRow(0, static_cast<std::uint32_t>(y), image.Width, pixels))
             throw CodecFailure{MESSAGE_NO_MEMORY}; // its scratch file lost pixels
         m_nRows = std::min<std::uint64_t>(m_nRows + 1, image.Height);
-        m_Target.fnTell(m_nRows, image.Height);
+        m_Target.fnReport(m_nRows, image.Height);
     });
 }
 
 bool CqPictureReader::fnReport(std::uint64_t done, std::uint64_t total) noexcept {
-    return fnTry([&] { m_Target.fnTell(done, std::max<std::uint64_t>(total, 1)); });
+    return fnTry([&] { m_Target.fnReport(done, std::max<std::uint64_t>(total, 1)); });
 }
 
 bool CqPictureReader::fnSetTitle(const char* title) noexcept {
@@ -149,7 +149,7 @@ bool CqPictureWriter::fnReadRow(std::uint64_t y, void* out, PIXEL_ORDER order) n
         if (!m_Pixels->fnReadRow(0, static_cast<std::uint32_t>(y), m_Image.Width, out))
             throw CodecFailure{MESSAGE_NO_MEMORY}; // its scratch file lost pixels
         m_nRows = std::min<std::uint64_t>(m_nRows + 1, m_Image.Height);
-        m_Source.fnTell(m_nRows, m_Image.Height);
+        m_Source.fnReport(m_nRows, m_Image.Height);
     });
 }
 

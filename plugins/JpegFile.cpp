@@ -2,6 +2,7 @@
 #include "plugins/CodecSamples_p.h"
 #include "plugins/JpegHandle_p.h"
 #include "plugins/JpegScans_p.h"
+#include "plugins/MetadataTarget_p.h"
 #include "plugins/PictureTarget_p.h"
 
 #include <algorithm>
@@ -42,8 +43,15 @@ void fnNothing(j_decompress_ptr) {}
 boolean fnFillInput(j_decompress_ptr jpeg) {
     CodecInput& input = fnState(jpeg).m_Input;
     jpeg->src->next_input_byte = input.fnReadBlock(jpeg->src->bytes_in_buffer);
-    if (jpeg->src->bytes_in_buffer == 0)
+    if (jpeg->src->bytes_in_buffer > 0)
+        return TRUE;
+    ReadState& state = fnState(jpeg);
+    if (!state.m_bLenient || input.fnHasFailed())
         fnFailJpeg(reinterpret_cast<j_common_ptr>(jpeg), JERR_INPUT_EOF);
+    static constexpr JOCTET kEnd[] = {0xFF, JPEG_EOI};
+    state.m_bDamaged = true;
+    jpeg->src->next_input_byte = kEnd;
+    jpeg->src->bytes_in_buffer = sizeof(kEnd);
     return TRUE;
 }
 
@@ -93,8 +101,10 @@ public:
     void fnAllocImage();
     void fnReadScans();
     void fnReadRows();
-    /// Whether the file holds more than the image: CMYK, or metadata.
-    bool fnHoldsMore() const { return m_Jpeg.out_color_space == JCS_CMYK || m_State.m_bHasNotes; }
+    /// Whether pixels were invented.
+    bool fnIsDamaged() const { return m_State.m_bDamaged; }
+    bool fnIsCmyk() const { return m_Jpeg.out_color_space == JCS_CMYK; }
+    bool fnHasNotes() const { return m_State.m_bHasNotes; }
 
 private:
     template <typename Call>
@@ -132,6 +142,7 @@ void JpegReader::fnOpen() {
 
 void JpegReader::fnReadHeader() {
     fnCall([this] { jpeg_read_header(&m_Jpeg, TRUE); });
+    m_State.m_bLenient = m_Target.fnGetLimits().m_bPartial;
     const std::uint64_t length = m_State.m_Input.fnGetLength();
     if (m_Jpeg.arith_code)
         PictureTarget::fnCheckSparseRoom(length, m_Jpeg.image_width, m_Jpeg.image_height);
@@ -232,7 +243,7 @@ void JpegReader::fnReadScans() {
         // The file may be another by now than the one that was counted.
         fnCheckScans(static_cast<unsigned int>(m_Jpeg.input_scan_number));
         if (state == JPEG_ROW_COMPLETED)
-            m_Target.fnTell(m_State.m_Input.fnGetPosition(), 2 * length);
+            m_Target.fnReport(m_State.m_Input.fnGetPosition(), 2 * length);
     }
     fnCall([this] { jpeg_start_output(&m_Jpeg, m_Jpeg.input_scan_number); });
 }
@@ -258,7 +269,7 @@ void JpegReader::fnReadRows() {
     for (std::uint32_t y = 0; y < height; ++y) {
         fnCall([&] { jpeg_read_scanlines(&m_Jpeg, &rows, 1); });
         m_Target.fnStoreRow(y, fnConvertRow(row.get()));
-        m_Target.fnTell(std::uint64_t{before} + y + 1, std::uint64_t{before} + height);
+        m_Target.fnReport(std::uint64_t{before} + y + 1, std::uint64_t{before} + height);
     }
     fnCall([this] {
         if (m_Jpeg.buffered_image)
@@ -276,8 +287,14 @@ void fnReadJpeg(CodecInput& input, PictureTarget& target) {
     reader->fnAllocImage();
     reader->fnReadScans();
     reader->fnReadRows();
-    if (reader->fnHoldsMore())
+    if (reader->fnIsDamaged())
+        target.fnNotePartial();
+    if (target.fnGetMetadata())
+        target.fnNoteReduced(reader->fnIsCmyk() ? PICTURE_PART_CHANNELS : 0u);
+    else if (reader->fnIsCmyk() || reader->fnHasNotes())
         target.fnNoteReduced();
+    fnCollectMetadata(input, target,
+                      [&](MetadataTarget& blocks) { fnTakeJpegMetadata(input, blocks); });
 }
 
 } // namespace

@@ -34,7 +34,9 @@ void fnOnMessage(j_common_ptr jpeg, int level) {
     const int code = jpeg->err->msg_code;
     const bool harmless = level >= 0 || code == JWRN_EXTRANEOUS_DATA || code == JWRN_JFIF_MAJOR ||
                           code == JWRN_ADOBE_XFORM || code == JWRN_TOO_MUCH_DATA;
-    if (!harmless)
+    auto& state = *static_cast<JpegState*>(jpeg->client_data);
+    state.m_bDamaged = state.m_bDamaged || !harmless;
+    if (!harmless && !state.m_bLenient)
         fnOnError(jpeg);
 }
 

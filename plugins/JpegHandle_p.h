@@ -28,6 +28,8 @@ struct JpegState {
     std::jmp_buf m_Jump;
     jpeg_error_mgr m_Errors;
     CodecFailure m_Failure = {MESSAGE_CORRUPTED};
+    bool m_bLenient = false; ///< invented pixels are accepted
+    bool m_bDamaged = false; ///< there are some
 };
 
 /// Ends the call into libjpeg with one of its error codes.

@@ -1,12 +1,17 @@
 #include "plugins/CodecOutput_p.h"
 #include "plugins/JpegHandle_p.h"
+#include "plugins/JpegMetadata_p.h"
 #include "plugins/PictureSource_p.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <jerror.h>
 #include <memory>
+#include <numeric>
+#include <span>
+#include <string_view>
 
 namespace q32 {
 
@@ -66,6 +71,9 @@ private:
                                    : MESSAGE_CANNOT_SAVE};
     }
     void fnDescribe(const PictureSource& source, const CqPictureOptions& options);
+    void fnWriteSegment(unsigned char marker,
+                        std::initializer_list<std::span<const unsigned char>> data);
+    void fnWriteMetadata(const CqPictureMetadata& metadata);
 
     WriteState m_State;
     jpeg_compress_struct m_Jpeg = {};
@@ -98,10 +106,52 @@ void JpegWriter::fnDescribe(const PictureSource& source, const CqPictureOptions&
     }
 }
 
+/// Called inside `fnCall`, as the next.
+void JpegWriter::fnWriteSegment(unsigned char marker,
+                                std::initializer_list<std::span<const unsigned char>> data) {
+    const auto size =
+        std::accumulate(data.begin(), data.end(), std::size_t{0},
+                        [](std::size_t sum, const auto& piece) { return sum + piece.size(); });
+    jpeg_write_m_header(&m_Jpeg, marker, static_cast<unsigned int>(size));
+    for (const auto& piece : data)
+        for (const unsigned char byte : piece)
+            jpeg_write_m_byte(&m_Jpeg, byte);
+}
+
+void JpegWriter::fnWriteMetadata(const CqPictureMetadata& metadata) {
+    const auto head = [](std::string_view text) {
+        return std::span(reinterpret_cast<const unsigned char*>(text.data()), text.size());
+    };
+    if (!metadata.m_Exif.empty())
+        fnWriteSegment(kJpegNotes, {head(kJpegExif), metadata.m_Exif});
+    if (!metadata.m_Xmp.empty())
+        fnWriteSegment(kJpegNotes, {head(kJpegXmp), metadata.m_Xmp});
+    const std::size_t count = metadata.m_Iptc.size();
+    if (count > 0) {
+        const auto byte = [](std::size_t value) { return static_cast<unsigned char>(value); };
+        const unsigned char resource[kJpegResourceHead] = {
+            '8', 'B', 'I', 'M', 4, 4, 0, 0, 0, 0, byte(count >> 8), byte(count)};
+        constexpr unsigned char kPad[1] = {};
+        fnWriteSegment(kJpegPress, {head(kJpegResources), resource, metadata.m_Iptc,
+                                    std::span(kPad).first(count % 2)});
+    }
+    const std::span<const unsigned char> profile = metadata.m_Profile;
+    const std::size_t pieces = (profile.size() + kMaxJpegPiece - 1) / kMaxJpegPiece;
+    for (std::size_t i = 0; i < pieces; ++i) {
+        const std::size_t from = i * kMaxJpegPiece;
+        const unsigned char numbers[] = {static_cast<unsigned char>(i + 1),
+                                         static_cast<unsigned char>(pieces)};
+        fnWriteSegment(kJpegProfile,
+                       {head(kJpegIcc), numbers,
+                        profile.subspan(from, std::min(kMaxJpegPiece, profile.size() - from))});
+    }
+}
+
 void JpegWriter::fnWrite(PictureSource& source, const CqPictureOptions& options) {
     fnCall([&] {
         fnDescribe(source, options);
         jpeg_start_compress(&m_Jpeg, TRUE);
+        fnWriteMetadata(source.fnGetMetadata());
     });
     const std::uint32_t height = source.fnGetHeight();
     const auto row = std::make_unique_for_overwrite<unsigned char[]>(
@@ -113,7 +163,7 @@ void JpegWriter::fnWrite(PictureSource& source, const CqPictureOptions& options)
         else
             source.fnFetchRgb(y, row.get());
         fnCall([&] { jpeg_write_scanlines(&m_Jpeg, &rows, 1); });
-        source.fnTell(std::uint64_t{y} + 1, height);
+        source.fnReport(std::uint64_t{y} + 1, height);
     }
     fnCall([this] { jpeg_finish_compress(&m_Jpeg); });
 }

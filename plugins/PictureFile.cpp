@@ -2,6 +2,7 @@
 
 #include "plugins/CodecInput_p.h"
 #include "plugins/CodecOutput_p.h"
+#include "plugins/MetadataSource_p.h"
 #include "plugins/PictureCodec_p.h"
 #include "plugins/PictureRegistry_p.h"
 #include "plugins/PictureSource_p.h"
@@ -12,6 +13,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -52,6 +54,43 @@ std::size_t fnFindWritable(PICTURE_FORMAT format) {
     return static_cast<std::size_t>(found - formats.begin());
 }
 
+/// @param metadata  receives the file's; null if the host doesn't ask for it
+CqPictureResult fnRead(const char* path, CqImage& image, CqPictureMetadata* metadata,
+                       const CqPictureLimits& limits, CqPictureProgress* progress) {
+    CqPictureResult facts;
+    CqPictureResult result = fnRunOnFile(path, [&] {
+        CodecInput input(path);
+        const std::size_t format = fnRecognise(input);
+        CqImage fresh;
+        CqPictureMetadata found;
+        {
+            PictureTarget target(fresh, input.fnGetLength(), limits, progress,
+                                 metadata ? &found : nullptr);
+            input.fnReportTo(&target.fnGetSteps());
+            fnGetCodec(format).fnRead(input, target);
+            facts.m_nParts = target.fnGetParts();
+            facts.m_nReduction = target.fnGetReduction();
+            facts.m_bPartial = target.fnIsPartial();
+        }
+        // Nothing fails from here on.
+        image.fnSwapBuf(fresh);
+        image.Title = fresh.Title;
+        image.DpiX = fresh.DpiX;
+        image.DpiY = fresh.DpiY;
+        image.fnSetPluginData(nullptr);
+        image.fnSetFioPlugin(fnGetFormats()[format].m_eFormat);
+        if (metadata)
+            *metadata = std::move(found);
+    });
+    if (result.fnIsDone()) {
+        result.m_nParts = facts.m_nParts;
+        result.m_bReduced = facts.m_nParts != 0;
+        result.m_nReduction = facts.m_nReduction;
+        result.m_bPartial = facts.m_bPartial;
+    }
+    return result;
+}
+
 } // namespace
 
 std::span<const CqPictureFormat> q32GetPictureFormats() {
@@ -83,31 +122,12 @@ CqPictureResult q32ReadPicture(const char* path, CqImage& image, CqPictureProgre
 
 CqPictureResult q32ReadPicture(const char* path, CqImage& image, const CqPictureLimits& limits,
                                CqPictureProgress* progress) {
-    unsigned int parts = 0;
-    unsigned int reduction = 1;
-    CqPictureResult result = fnRunOnFile(path, [&] {
-        CodecInput input(path);
-        const std::size_t format = fnRecognise(input);
-        CqImage fresh;
-        {
-            PictureTarget target(fresh, input.fnGetLength(), limits, progress);
-            input.fnReportTo(&target.fnGetSteps());
-            fnGetCodec(format).fnRead(input, target);
-            parts = target.fnGetParts();
-            reduction = target.fnGetReduction();
-        }
-        // Nothing fails from here on.
-        image.fnSwapBuf(fresh);
-        image.Title = fresh.Title;
-        image.DpiX = fresh.DpiX;
-        image.DpiY = fresh.DpiY;
-        image.fnSetPluginData(nullptr);
-        image.fnSetFioPlugin(fnGetFormats()[format].m_eFormat);
-    });
-    result.m_nParts = result.fnIsDone() ? parts : 0;
-    result.m_bReduced = result.m_nParts != 0;
-    result.m_nReduction = result.fnIsDone() ? reduction : 1;
-    return result;
+    return fnRead(path, image, nullptr, limits, progress);
+}
+
+CqPictureResult q32ReadPicture(const char* path, CqImage& image, CqPictureMetadata& metadata,
+                               const CqPictureLimits& limits, CqPictureProgress* progress) {
+    return fnRead(path, image, &metadata, limits, progress);
 }
 
 const char* q32GetPictureLimitText(PICTURE_LIMIT limit) {
@@ -124,6 +144,12 @@ const char* q32GetPictureLimitText(PICTURE_LIMIT limit) {
         return "The picture has more scans than this program allows.";
     case PICTURE_LIMIT_TIME:
         return "Decoding the picture takes longer than this program allows.";
+    case PICTURE_LIMIT_SOUND_STORAGE:
+        return "The sound needs more space for its samples than this program allows.";
+    case PICTURE_LIMIT_SOUND_CHUNKS:
+        return "The sound has more parts ahead of its samples than this program allows.";
+    case PICTURE_LIMIT_SOUND_TIME:
+        return "Reading the sound takes longer than this program allows.";
     case PICTURE_LIMIT_NONE:
         break;
     }
@@ -179,15 +205,27 @@ const char* q32GetPicturePartText(PICTURE_PART part) {
 
 CqPictureResult q32WritePicture(const char* path, CqImage& image, PICTURE_FORMAT format,
                                 const CqPictureOptions& options, CqPictureProgress* progress) {
+    return q32WritePicture(path, image, CqPictureMetadata(), format, options, progress);
+}
+
+CqPictureResult q32WritePicture(const char* path, CqImage& image, const CqPictureMetadata& metadata,
+                                PICTURE_FORMAT format, const CqPictureOptions& options,
+                                CqPictureProgress* progress) {
     return fnRunOnFile(path, [&] {
         const RegisteredCodec& codec = fnGetCodec(fnFindWritable(format));
         if (!image.TileMap)
             throw CodecFailure{MESSAGE_CANNOT_SAVE};
-        PictureSource source(image, progress);
+        const CqPictureMetadata prepared = fnPrepareMetadata(image, metadata, format);
+        PictureSource source(image, prepared, progress);
         CodecOutput output(path);
         codec.fnWrite(output, source, image, options);
         output.fnCommit();
     });
+}
+
+unsigned int q32FindLostMetadata(const CqImage& image, const CqPictureMetadata& metadata,
+                                 PICTURE_FORMAT format) {
+    return image.TileMap ? fnFindLostMetadata(image, metadata, format) : 0;
 }
 
 CqPictureResult q32WritePicture(const char* path, CqImage& image, const CqPictureOptions& options,

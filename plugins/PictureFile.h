@@ -27,6 +27,7 @@
 /// A host adds formats of its own by `q32AddPictureFormat` (CqPictureCodec.h).
 #pragma once
 
+#include "plugins/CqPictureMetadata.h"
 #include "plugins/PictureTypes.h"
 #include "q32Base/platform/Export.h"
 
@@ -55,6 +56,16 @@ Q32_API CqPictureResult q32ReadPicture(const char* path, CqImage& image,
 /// uses the defaults.
 Q32_API CqPictureResult q32ReadPicture(const char* path, CqImage& image,
                                        const CqPictureLimits& limits,
+                                       CqPictureProgress* progress = nullptr);
+/// The same with the file's metadata: of a PNG EXIF, XMP and the profile; of a JPEG these and IPTC,
+/// except for XMP and profiles beyond what their first segments declare; of a TIFF XMP, IPTC and
+/// the profile, but not EXIF, whose blocks are spread over the file. Other formats have none. The
+/// result then notes as parts only what neither the image nor the metadata holds, and names them
+/// for JPEG files too. The orientation isn't applied.
+/// @param metadata  replaced on success, otherwise unchanged
+Q32_API CqPictureResult q32ReadPicture(const char* path, CqImage& image,
+                                       CqPictureMetadata& metadata,
+                                       const CqPictureLimits& limits = {},
                                        CqPictureProgress* progress = nullptr);
 
 /// A sentence in English for a result that a limit has caused, naming the limit; null for none. It
@@ -85,7 +96,21 @@ Q32_API bool q32ShowPictureResult(const CqPictureResult& result);
 Q32_API CqPictureResult q32WritePicture(const char* path, CqImage& image, PICTURE_FORMAT format,
                                         const CqPictureOptions& options = {},
                                         CqPictureProgress* progress = nullptr);
-/// The same in the format of the path's extension; an unknown extension gives -102.
+/// The same with metadata, except for what the format can't hold (see q32FindLostMetadata). The
+/// orientation replaces that in EXIF and XMP, in place; everything else in the blocks is unchanged,
+/// also a small picture and a size that they declare.
+Q32_API CqPictureResult q32WritePicture(const char* path, CqImage& image,
+                                        const CqPictureMetadata& metadata, PICTURE_FORMAT format,
+                                        const CqPictureOptions& options = {},
+                                        CqPictureProgress* progress = nullptr);
+/// What a file of a format would lack of the metadata, as bits of PICTURE_PART; 0 for an image
+/// without storage. PNG has no IPTC, TIFF no EXIF here, BMP and formats of the host's own nothing;
+/// a JPEG holds up to about 64 KiB each of EXIF, XMP and IPTC. A profile must be one of grey for a
+/// grey image of 8 bits, and of RGB for all others. Only TIFF, and EXIF with an orientation, can
+/// say that a picture isn't upright.
+Q32_API unsigned int q32FindLostMetadata(const CqImage& image, const CqPictureMetadata& metadata,
+                                         PICTURE_FORMAT format);
+/// The same as the first, in the format of the path's extension; an unknown extension gives -102.
 Q32_API CqPictureResult q32WritePicture(const char* path, CqImage& image,
                                         const CqPictureOptions& options = {},
                                         CqPictureProgress* progress = nullptr);

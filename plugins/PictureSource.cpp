@@ -8,9 +8,11 @@
 
 namespace q32 {
 
-PictureSource::PictureSource(CqImage& image, CqPictureProgress* progress)
-    : m_Image(image), m_Stored(image, PIXEL_STORED), m_Rgb(image, PIXEL_RGB24), m_Steps(progress),
-      m_nDotsX(fnDotsPerMeter(image.DpiX)), m_nDotsY(fnDotsPerMeter(image.DpiY)) {
+PictureSource::PictureSource(CqImage& image, const CqPictureMetadata& metadata,
+                             CqPictureProgress* progress)
+    : m_Image(image), m_Metadata(metadata), m_Stored(image, PIXEL_STORED),
+      m_Rgb(image, PIXEL_RGB24), m_Steps(progress), m_nDotsX(fnDotsPerMeter(image.DpiX)),
+      m_nDotsY(fnDotsPerMeter(image.DpiY)) {
     if (m_nDotsX == 0 || m_nDotsY == 0)
         m_nDotsX = m_nDotsY = 0;
     if (fnIsIndexed(image.BitCount))
@@ -36,7 +38,7 @@ void PictureSource::fnFindColors() {
         fnFetchRow(y, row.get());
         highest = std::max<unsigned int>(highest,
                                          *std::max_element(row.get(), row.get() + m_Image.Width));
-        m_Steps.fnTell(0, m_Image.Height);
+        m_Steps.fnReport(0, m_Image.Height);
     }
     m_nColors = std::max(m_nColors, highest + 1);
 }

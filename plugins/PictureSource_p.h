@@ -1,5 +1,6 @@
 #pragma once
 
+#include "plugins/CqPictureMetadata.h"
 #include "plugins/PictureTarget_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelAccess.h"
@@ -13,8 +14,9 @@ class PictureSource {
 public:
     /// Reads the palette; also scans the pixels if the palette is shorter than the depth allows.
     /// Throws CodecFailure if the host aborts that.
-    /// `image` must outlive this; `progress` may be null.
-    PictureSource(CqImage& image, CqPictureProgress* progress);
+    /// `image` and `metadata` must outlive this; `progress` may be null.
+    /// @param metadata  to be stored as it is
+    PictureSource(CqImage& image, const CqPictureMetadata& metadata, CqPictureProgress* progress);
     PictureSource(const PictureSource&) = delete;
     PictureSource& operator=(const PictureSource&) = delete;
 
@@ -27,6 +29,7 @@ public:
     /// 256 entries can be read; those beyond the count are black.
     const RGBQUAD* fnGetColors() const { return m_Colors; }
     unsigned int fnGetColorCount() const { return m_nColors; }
+    const CqPictureMetadata& fnGetMetadata() const { return m_Metadata; }
     const char* fnGetTitle() const { return m_Image.Title; }
     /// Dots per metre; both 0 unless the image has a resolution in both directions.
     std::uint32_t fnGetDotsPerMeterX() const { return m_nDotsX; }
@@ -38,13 +41,14 @@ public:
     void fnFetchRow(std::uint32_t y, unsigned char* out);
     /// Reads a row as red, green, blue at any depth; alpha is dropped.
     void fnFetchRgb(std::uint32_t y, unsigned char* out);
-    void fnTell(std::uint64_t done, std::uint64_t total) { m_Steps.fnTell(done, total); }
+    void fnReport(std::uint64_t done, std::uint64_t total) { m_Steps.fnReport(done, total); }
 
 private:
     void fnFindColors();
     void fnFetch(const CqPixelReader& reader, std::uint32_t y, unsigned char* out);
 
     CqImage& m_Image;
+    const CqPictureMetadata& m_Metadata;
     CqPixelReader m_Stored;
     CqPixelReader m_Rgb;
     PictureSteps m_Steps;

@@ -7,23 +7,23 @@
 
 namespace q32 {
 
-void PictureSteps::fnTell(std::uint64_t done, std::uint64_t total) {
+void PictureSteps::fnReport(std::uint64_t done, std::uint64_t total) {
     const auto percent = static_cast<unsigned int>(done >= total ? 100 : done * 100 / total);
     m_nPercent = std::max(m_nPercent, percent);
     m_bReported = true;
-    fnReport();
+    fnCallHost();
 }
 
 void PictureSteps::fnTick() {
     if (!m_bReported)
-        fnReport();
+        fnCallHost();
     m_bReported = false;
 }
 
-void PictureSteps::fnReport() {
+void PictureSteps::fnCallHost() {
     const auto now = m_nMilliseconds > 0 ? Clock::now() : m_Start;
     if (m_nMilliseconds > 0 && now - m_Start >= std::chrono::milliseconds(m_nMilliseconds))
-        throw CodecFailure{MESSAGE_CANNOT_READ, PICTURE_LIMIT_TIME};
+        throw CodecFailure{MESSAGE_CANNOT_READ, m_eLimit};
     if (!m_pProgress)
         return;
     bool aborted = false;

@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <optional>
 
+struct CqPictureMetadata;
+
 namespace q32 {
 
 /// Reports progress to the host's progress object; throws CodecFailure on an abort, and at the end
@@ -16,11 +18,13 @@ namespace q32 {
 class PictureSteps {
 public:
     /// @param milliseconds  as in CqPictureLimits
-    explicit PictureSteps(CqPictureProgress* progress, unsigned int milliseconds = 0)
-        : m_pProgress(progress), m_nMilliseconds(milliseconds) {}
+    /// @param limit         what the failure at their end names
+    explicit PictureSteps(CqPictureProgress* progress, unsigned int milliseconds = 0,
+                          PICTURE_LIMIT limit = PICTURE_LIMIT_TIME)
+        : m_pProgress(progress), m_nMilliseconds(milliseconds), m_eLimit(limit) {}
 
     /// Reports that `done` of `total` parts are complete; `total` must be above 0.
-    void fnTell(std::uint64_t done, std::uint64_t total);
+    void fnReport(std::uint64_t done, std::uint64_t total);
     /// Repeats the last report if there was none since the last call: work goes on, but no part is
     /// complete.
     void fnTick();
@@ -28,10 +32,11 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    void fnReport();
+    void fnCallHost();
 
     CqPictureProgress* m_pProgress;
     unsigned int m_nMilliseconds;
+    PICTURE_LIMIT m_eLimit;
     Clock::time_point m_Start = Clock::now(); ///< moved ahead by the time spent in the host
     unsigned int m_nPercent = 0;
     bool m_bReported = false; ///< since the last tick
@@ -42,9 +47,10 @@ private:
 class PictureTarget {
 public:
     /// `limits` must outlive this; `progress` may be null.
+    /// @param metadata  receives metadata; null if the host doesn't ask for it
     PictureTarget(CqImage& image, std::uint64_t fileBytes, const CqPictureLimits& limits,
-                  CqPictureProgress* progress)
-        : m_Image(image), m_nFileBytes(fileBytes), m_Limits(limits),
+                  CqPictureProgress* progress, CqPictureMetadata* metadata = nullptr)
+        : m_Image(image), m_nFileBytes(fileBytes), m_Limits(limits), m_pMetadata(metadata),
           m_Steps(progress, limits.m_nMilliseconds) {}
     PictureTarget(const PictureTarget&) = delete;
     PictureTarget& operator=(const PictureTarget&) = delete;
@@ -88,7 +94,14 @@ public:
     /// two up to `most` at which it still reaches the host's box. Keeps it for the result.
     unsigned int fnChooseReduction(std::uint32_t width, std::uint32_t height, unsigned int most);
     unsigned int fnGetReduction() const { return m_nReduction; }
-    void fnTell(std::uint64_t done, std::uint64_t total) { m_Steps.fnTell(done, total); }
+    void fnReport(std::uint64_t done, std::uint64_t total) { m_Steps.fnReport(done, total); }
+
+    /// Receives the file's metadata; null if the host doesn't ask for it. Otherwise a codec doesn't
+    /// note as left out what `fnCollectMetadata` takes.
+    CqPictureMetadata* fnGetMetadata() const { return m_pMetadata; }
+    /// Notes that pixels are missing.
+    void fnNotePartial() { m_bPartial = true; }
+    bool fnIsPartial() const { return m_bPartial; }
 
     CqImage& fnGetImage() { return m_Image; }
     const CqPictureLimits& fnGetLimits() const { return m_Limits; }
@@ -98,6 +111,8 @@ private:
     CqImage& m_Image;
     std::uint64_t m_nFileBytes;
     const CqPictureLimits& m_Limits;
+    CqPictureMetadata* m_pMetadata;
+    bool m_bPartial = false;
     std::optional<CqPixelReader> m_Reader; ///< on the storage allocated by fnAlloc
     std::optional<CqPixelWriter> m_Writer;
     PictureSteps m_Steps;

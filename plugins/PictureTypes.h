@@ -37,7 +37,7 @@ public:
     virtual void fnOnProgress(unsigned int percent, bool& aborted) = 0;
 };
 
-/// A limit of CqPictureLimits.
+/// A limit of CqPictureLimits, or of CqWaveLimits for those of sounds.
 enum PICTURE_LIMIT : unsigned int {
     PICTURE_LIMIT_NONE,
     PICTURE_LIMIT_PIXELS,
@@ -45,7 +45,10 @@ enum PICTURE_LIMIT : unsigned int {
     PICTURE_LIMIT_EXPANSION,
     PICTURE_LIMIT_CODEC,
     PICTURE_LIMIT_SCANS,
-    PICTURE_LIMIT_TIME
+    PICTURE_LIMIT_TIME,
+    PICTURE_LIMIT_SOUND_STORAGE,
+    PICTURE_LIMIT_SOUND_CHUNKS,
+    PICTURE_LIMIT_SOUND_TIME
 };
 
 /// What reading one file may take. A file that needs more is refused, if its headers show that,
@@ -61,7 +64,8 @@ struct CqPictureLimits {
     /// Tiles of so many bytes may come from a file of any length.
     std::uint64_t m_nSmallBytes = std::uint64_t{1} << 30;
     /// Memory of the decoder, apart from the image: the coefficients of a progressive JPEG, the
-    /// rows of a PNG, a tile or strip and the tables of a TIFF, the data of a run-length coded BMP.
+    /// rows of a PNG or BMP, a tile or strip and the tables of a TIFF, the window of its Zstandard
+    /// coding (129 MiB), the data of a run-length coded BMP.
     std::uint64_t m_nCodecBytes = std::uint64_t{1} << 30;
     /// Decoded bytes of a title. A longer one is left out; the result then has `m_bReduced`.
     std::uint64_t m_nTextBytes = std::uint64_t{1} << 20;
@@ -76,6 +80,13 @@ struct CqPictureLimits {
     /// takes less time and storage; the limits on pixels and storage apply to what is decoded.
     std::uint32_t m_nFitWidth = 0;
     std::uint32_t m_nFitHeight = 0;
+    /// Bytes of all metadata, for a read that collects it. A block beyond that is left out, and
+    /// noted in the result.
+    std::uint64_t m_nMetadataBytes = std::uint64_t{64} << 20;
+    /// Whether a PNG or JPEG that ends early, or whose pixels are damaged, is read as far as it
+    /// goes. What is missing is black, transparent if the picture has alpha, or what the decoder
+    /// makes of it; the result says so. Headers must be there.
+    bool m_bPartial = false;
 };
 
 /// What a file may hold that an image doesn't: bits of CqPictureResult::m_nParts.
@@ -106,11 +117,14 @@ struct Q32_API CqPictureResult {
     /// Which of these it holds: bits of PICTURE_PART; 0 unless `m_bReduced`.
     unsigned int m_nParts = 0;
     /// The limit that refused the file. The message is then -1 for memory (pixels, storage, codec),
-    /// -6 for what no ordinary encoder writes (expansion, scans), and -4 for the time.
+    /// -6 for what no ordinary encoder writes (expansion, scans, chunks), and -4 for the time.
     PICTURE_LIMIT m_eLimit = PICTURE_LIMIT_NONE;
     /// The picture's width and height were divided by this while it was decoded, to suit the box of
     /// the limits: 1, 2, 4 or 8. The image's resolution is still that of the file.
     unsigned int m_nReduction = 1;
+    /// The file ends early or is damaged, and the picture holds what could be decoded; only if the
+    /// limits allow that.
+    bool m_bPartial = false;
 
     /// Whether the picture was read or written.
     bool fnIsDone() const { return m_nMsgId == 0 && !m_bAborted; }

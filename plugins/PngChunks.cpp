@@ -32,10 +32,15 @@ constexpr Kind kNeeded[] = {{"IHDR", kMaxLength}, {"PLTE", kMaxLength}, {"IDAT",
 struct PartChunk {
     char m_Type[5];
     PICTURE_PART m_ePart;
+    bool m_bMetadata;
 };
-constexpr PartChunk kParts[] = {
-    {"iCCP", PICTURE_PART_PROFILE}, {"eXIf", PICTURE_PART_NOTES}, {"acTL", PICTURE_PART_PAGES}};
+constexpr PartChunk kParts[] = {{"iCCP", PICTURE_PART_PROFILE, true},
+                                {"eXIf", PICTURE_PART_NOTES, true},
+                                {"acTL", PICTURE_PART_PAGES, false}};
 constexpr char kTexts[][5] = {"tEXt", "zTXt", "iTXt"};
+constexpr char kInternational[] = "iTXt";
+/// The key of a text that is metadata.
+constexpr std::string_view kXmp = "XML:com.adobe.xmp";
 
 constexpr std::uint32_t fnChecksum(const unsigned char* bytes, std::size_t count) {
     std::uint32_t sum = 0xFFFFFFFFu;
@@ -101,10 +106,15 @@ bool PngChunks::fnStartChunk() noexcept {
         static_cast<std::uint32_t>(m_Head[0]) << 24 |
         static_cast<std::uint32_t>(m_Head[1] << 16 | m_Head[2] << 8 | m_Head[3]);
     const std::uint64_t end = m_Input.fnGetPosition() + length + 4;
-    if (length > kMaxLength || end > m_Input.fnGetLength() ||
-        !std::all_of(type, type + 4, fnIsLetter))
+    const bool whole = end <= m_Input.fnGetLength();
+    const bool cutOff = !whole && m_bCutOff && fnIs(type, "IDAT");
+    if (length > kMaxLength || !(whole || cutOff) || !std::all_of(type, type + 4, fnIsLetter))
         return false;
     m_nHeadNext = 0;
+    if (cutOff) {
+        fnCutOff();
+        return true;
+    }
     if (fnIsNeeded(type, length)) {
         m_nHeadEnd = kHeadBytes;
         m_nRest = std::uint64_t{length} + 4;
@@ -118,12 +128,22 @@ bool PngChunks::fnStartChunk() noexcept {
     return true;
 }
 
+/// Declares a chunk only as long as the file, so that libpng decodes all of it before it misses the
+/// checksum.
+void PngChunks::fnCutOff() noexcept {
+    m_nRest = m_Input.fnGetLength() - m_Input.fnGetPosition();
+    for (std::size_t i = 0; i < 4; ++i)
+        m_Head[i] = static_cast<unsigned char>(m_nRest >> (24 - 8 * i));
+    m_nHeadEnd = kHeadBytes;
+}
+
 bool PngChunks::fnIsNeeded(const unsigned char* type, std::uint32_t length) noexcept {
     const auto isType = [type](const char* name) { return fnIs(type, name); };
     if (std::any_of(std::begin(kTexts), std::end(kTexts), isType))
-        return fnTakeText(length);
+        return fnTakeText(length, isType(kInternational));
     for (const PartChunk& chunk : kParts)
-        m_nParts |= isType(chunk.m_Type) ? chunk.m_ePart : 0u;
+        if (isType(chunk.m_Type) && !(chunk.m_bMetadata && m_bMetadata))
+            m_nParts |= chunk.m_ePart;
     return std::any_of(std::begin(kNeeded), std::end(kNeeded), [&](const Kind& kind) {
         return fnIs(type, kind.m_Type) && length <= kind.m_nMaxLength;
     });
@@ -131,13 +151,15 @@ bool PngChunks::fnIsNeeded(const unsigned char* type, std::uint32_t length) noex
 
 /// Looks at the keyword of a text: titles are needed, others only noted. The name of the program
 /// that wrote the file isn't even that.
-bool PngChunks::fnTakeText(std::uint32_t length) noexcept {
+bool PngChunks::fnTakeText(std::uint32_t length, bool international) noexcept {
     const std::uint64_t start = m_Input.fnGetPosition();
     char bytes[kMaxKeyBytes] = {};
     const std::size_t count = m_Input.fnRead(bytes, std::min<std::size_t>(length, kMaxKeyBytes));
     m_Input.fnSeek(start);
     const std::string_view key(
         bytes, static_cast<std::size_t>(std::find(bytes, bytes + count, '\0') - bytes));
+    if (international && m_bMetadata && key == kXmp)
+        return false;
     const bool title = key == "Title";
     const bool fits = title && m_nTitles < kMaxTitles && m_nTextBytes > 0 &&
                       length <= m_nTextBytes - std::min(m_nStoredTitles, m_nTextBytes);

@@ -13,8 +13,10 @@ class CodecInput;
 class PngChunks {
 public:
     /// @param textBytes  limit of one title, and of all titles as stored in the file
-    PngChunks(CodecInput& input, std::uint64_t textBytes)
-        : m_Input(input), m_nTextBytes(textBytes) {}
+    /// @param metadata   blocks of metadata are collected elsewhere, and not noted as left out
+    /// @param cutOff     pixels may end with the file
+    PngChunks(CodecInput& input, std::uint64_t textBytes, bool metadata, bool cutOff)
+        : m_Input(input), m_nTextBytes(textBytes), m_bMetadata(metadata), m_bCutOff(cutOff) {}
 
     /// Reads the next `count` bytes; false at the end of the file, after a failure of the input,
     /// and for a chunk that is invalid or extends beyond the end of the file.
@@ -32,11 +34,14 @@ private:
     static constexpr std::size_t kEmptyBytes = 12; ///< of an empty chunk, with its checksum
 
     bool fnStartChunk() noexcept;
+    void fnCutOff() noexcept;
     bool fnIsNeeded(const unsigned char* type, std::uint32_t length) noexcept;
-    bool fnTakeText(std::uint32_t length) noexcept;
+    bool fnTakeText(std::uint32_t length, bool international) noexcept;
 
     CodecInput& m_Input;
     std::uint64_t m_nTextBytes;
+    bool m_bMetadata;
+    bool m_bCutOff;
     unsigned char m_Head[kEmptyBytes] = {}; ///< given ahead of bytes of the file
     std::size_t m_nHeadNext = 0;
     std::size_t m_nHeadEnd = 0;

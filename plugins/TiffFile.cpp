@@ -1,5 +1,6 @@
 #include "plugins/CodecInput_p.h"
 #include "plugins/CodecSamples_p.h"
+#include "plugins/MetadataTarget_p.h"
 #include "plugins/PictureCodec_p.h"
 #include "plugins/PictureTarget_p.h"
 #include "plugins/TiffHandle_p.h"
@@ -43,10 +44,9 @@ CheckedSize fnSampleBytes(CheckedSize width, const TiffLayout& layout) {
 /// Reads the pixels of one picture, by rows or tiles as its layout requires.
 class TiffReader {
 public:
-    /// @param tagBytes  memory that libtiff has taken
-    TiffReader(TiffHandle& file, const TiffLayout& layout, PictureTarget& target,
-               std::uint64_t tagBytes)
-        : m_File(file), m_Layout(layout), m_Target(target), m_nTaken(tagBytes), m_Samples(layout) {}
+    /// @param taken  memory that libtiff takes for the tags and the decoder
+    TiffReader(TiffHandle& file, const TiffLayout& layout, PictureTarget& target, CheckedSize taken)
+        : m_File(file), m_Layout(layout), m_Target(target), m_nTaken(taken), m_Samples(layout) {}
 
     void fnRead() {
         if (m_Layout.m_eKind == TIFF_OTHER)
@@ -116,7 +116,7 @@ void TiffReader::fnReadRows() {
             if (TIFFReadScanline(m_File, samples.get(), y, static_cast<std::uint16_t>(plane)) < 0)
                 m_File.fnFail();
             fnTake(samples.get(), plane, 0, y, width, pixels.get());
-            m_Target.fnTell(++done, fnPlanes() * m_Layout.m_nHeight);
+            m_Target.fnReport(++done, fnPlanes() * m_Layout.m_nHeight);
         }
     }
 }
@@ -144,7 +144,7 @@ void TiffReader::fnReadTiles() {
                 for (std::uint64_t y = top; y < bottom; ++y)
                     fnTake(samples.get() + (y - top) * tileRow, plane, x,
                            static_cast<std::uint32_t>(y), count, pixels.get());
-                m_Target.fnTell(++done, fnPlanes() * down * across);
+                m_Target.fnReport(++done, fnPlanes() * down * across);
             }
         }
     }
@@ -154,6 +154,9 @@ void TiffReader::fnReadTiles() {
 void TiffReader::fnReadConverted() {
     const std::uint32_t width = m_Layout.m_nWidth;
     const std::uint32_t band = std::min(m_Layout.m_nTileHeight, m_Layout.m_nHeight);
+    // libtiff decodes the same part in the file's own depth, all planes of it at a time.
+    const CheckedSize decoded(m_Layout.m_bTiled ? TIFFTileSize64(m_File) : TIFFStripSize64(m_File));
+    m_nTaken = m_nTaken + decoded * (m_Layout.m_bSeparate ? m_Layout.m_nSamples : 1u);
     const Bytes raster = fnMakePart(CheckedSize(width) * band * sizeof(std::uint32_t), 0);
     const Bytes row = fnMakePart(CheckedSize(width) * 3, 0);
     char reason[1024] = {};
@@ -178,7 +181,7 @@ void TiffReader::fnReadConverted() {
             }
             m_Target.fnStoreRow(top + i, row.get());
         }
-        m_Target.fnTell(std::uint64_t{top} + rows, m_Layout.m_nHeight);
+        m_Target.fnReport(std::uint64_t{top} + rows, m_Layout.m_nHeight);
         if (m_Layout.m_nHeight - top <= band)
             break; // `top` would wrap
     }
@@ -217,6 +220,38 @@ void fnAllocImage(TIFF* file, const TiffLayout& layout, PictureTarget& target) {
     target.fnAlloc(layout.m_nWidth, layout.m_nHeight, layout.fnBitCount(), colors, count);
 }
 
+/// Memory of the decoder itself, which libtiff doesn't count. Throws for one that takes as much as
+/// the coded data demands (LZMA, WebP, LERC, JBIG), and for unknown ones.
+std::uint64_t fnFindDecoderBytes(TIFF* file) {
+    /// The largest window that the library for Zstandard accepts, and its buffers.
+    constexpr std::uint64_t kZstdBytes = (std::uint64_t{128} << 20) + (1u << 20);
+    std::uint16_t compression = COMPRESSION_NONE;
+    TIFFGetFieldDefaulted(file, TIFFTAG_COMPRESSION, &compression);
+    switch (compression) {
+    case COMPRESSION_NONE:
+    case COMPRESSION_CCITTRLE:
+    case COMPRESSION_CCITTRLEW:
+    case COMPRESSION_CCITTFAX3:
+    case COMPRESSION_CCITTFAX4:
+    case COMPRESSION_LZW:
+    case COMPRESSION_OJPEG:
+    case COMPRESSION_JPEG:
+    case COMPRESSION_DEFLATE:
+    case COMPRESSION_ADOBE_DEFLATE:
+    case COMPRESSION_PACKBITS:
+    case COMPRESSION_NEXT:
+    case COMPRESSION_THUNDERSCAN:
+    case COMPRESSION_PIXARLOG:
+    case COMPRESSION_SGILOG:
+    case COMPRESSION_SGILOG24:
+        return 0;
+    case COMPRESSION_ZSTD:
+        return kZstdBytes;
+    default:
+        throw CodecFailure{MESSAGE_UNSUPPORTED};
+    }
+}
+
 /// Checks all that is decoded, also what tiles hold beyond the edges of the picture.
 void fnCheckRoom(TIFF* file, const TiffLayout& layout, std::uint64_t fileBytes) {
     std::uint16_t compression = COMPRESSION_NONE;
@@ -252,16 +287,24 @@ void fnTakeNotes(TIFF* file, const TiffTags& tags, PictureTarget& target) {
     }
 }
 
-/// What the file holds beside the image of its first directory, as bits of PICTURE_PART.
-unsigned int fnFindParts(TIFF* file, const TiffTags& tags, const TiffLayout& layout) {
-    constexpr std::pair<std::uint16_t, PICTURE_PART> kDropped[] = {
-        {TIFFTAG_ICCPROFILE, PICTURE_PART_PROFILE}, {TIFFTAG_SUBIFD, PICTURE_PART_PAGES},
-        {TIFFTAG_XMLPACKET, PICTURE_PART_NOTES},    {TIFFTAG_RICHTIFFIPTC, PICTURE_PART_NOTES},
-        {TIFFTAG_PHOTOSHOP, PICTURE_PART_NOTES},    {TIFFTAG_ARTIST, PICTURE_PART_NOTES},
-        {TIFFTAG_COPYRIGHT, PICTURE_PART_NOTES},    {TIFFTAG_EXIFIFD, PICTURE_PART_NOTES},
-        {TIFFTAG_GPSIFD, PICTURE_PART_NOTES}};
+std::uint16_t fnGetOrientation(TIFF* file) {
     std::uint16_t orientation = ORIENTATION_TOPLEFT;
     TIFFGetFieldDefaulted(file, TIFFTAG_ORIENTATION, &orientation);
+    return orientation;
+}
+
+/// What the file holds beside the image of its first directory, as bits of PICTURE_PART.
+/// @param metadata  without what `fnTakeTiffMetadata` collects
+unsigned int fnFindParts(TIFF* file, const TiffTags& tags, const TiffLayout& layout,
+                         bool metadata) {
+    constexpr std::pair<std::uint16_t, PICTURE_PART> kDropped[] = {
+        {TIFFTAG_SUBIFD, PICTURE_PART_PAGES},  {TIFFTAG_PHOTOSHOP, PICTURE_PART_NOTES},
+        {TIFFTAG_ARTIST, PICTURE_PART_NOTES},  {TIFFTAG_COPYRIGHT, PICTURE_PART_NOTES},
+        {TIFFTAG_EXIFIFD, PICTURE_PART_NOTES}, {TIFFTAG_GPSIFD, PICTURE_PART_NOTES}};
+    constexpr std::pair<std::uint16_t, PICTURE_PART> kMetadata[] = {
+        {TIFFTAG_ICCPROFILE, PICTURE_PART_PROFILE},
+        {TIFFTAG_XMLPACKET, PICTURE_PART_NOTES},
+        {TIFFTAG_RICHTIFFIPTC, PICTURE_PART_NOTES}};
     unsigned int parts = 0;
     const auto note = [&parts](bool has, PICTURE_PART part) { parts |= has ? part : 0u; };
     note(!TIFFLastDirectory(file), PICTURE_PART_PAGES);
@@ -269,12 +312,14 @@ unsigned int fnFindParts(TIFF* file, const TiffTags& tags, const TiffLayout& lay
     note(layout.m_eKind == TIFF_OTHER || layout.m_eKind == TIFF_CMYK ||
              layout.m_nSamples > layout.fnUsedSamples(),
          PICTURE_PART_CHANNELS);
-    note(orientation != ORIENTATION_TOPLEFT, PICTURE_PART_ORIENTATION);
+    note(!metadata && fnGetOrientation(file) != ORIENTATION_TOPLEFT, PICTURE_PART_ORIENTATION);
     note(tags.fnHasLeftOutTitle() ||
              (tags.fnHas(TIFFTAG_DOCUMENTNAME) && tags.fnHas(TIFFTAG_IMAGEDESCRIPTION)),
          PICTURE_PART_NOTES);
     for (const auto& [tag, part] : kDropped)
         note(tags.fnHas(tag), part);
+    for (const auto& [tag, part] : kMetadata)
+        note(!metadata && tags.fnHas(tag), part);
     return parts;
 }
 
@@ -315,20 +360,26 @@ void fnReadTiff(CodecInput& input, PictureTarget& target) {
     const TiffTags tags(input, limits.m_nTextBytes);
     target.fnCheckCodecBytes(tags.fnGetBytes());
     TiffHandle file(input, tags, limits.m_nCodecBytes);
+    const CheckedSize taken = CheckedSize(tags.fnGetBytes()) + fnFindDecoderBytes(file);
+    target.fnCheckCodecBytes(taken);
     const TiffLayout layout = fnReadLayout(file);
     fnCheckRoom(file, layout, input.fnGetLength());
     fnCheckTaken(file, tags, layout);
     file.fnCheckMemory();
     fnAllocImage(file, layout, target);
     fnTakeNotes(file, tags, target);
-    target.fnNoteReduced(fnFindParts(file, tags, layout));
+    target.fnNoteReduced(fnFindParts(file, tags, layout, target.fnGetMetadata() != nullptr));
     if (file.fnHasGuessed())
         target.fnNoteReduced(PICTURE_PART_OTHER);
     file.fnWatchWarnings();
-    TiffReader(file, layout, target, tags.fnGetBytes()).fnRead();
+    TiffReader(file, layout, target, taken).fnRead();
     if (file.fnHasWarned() || input.fnHasFailed())
         file.fnFail();
     file.fnCheckMemory();
+    fnCollectMetadata(input, target, [&](MetadataTarget& blocks) {
+        fnTakeTiffMetadata(input, tags, blocks);
+        blocks.fnGet().m_nOrientation = fnGetOrientation(file);
+    });
 }
 
 } // namespace

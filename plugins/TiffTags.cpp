@@ -63,10 +63,12 @@ constexpr std::uint16_t kNeeded[] = {
     TIFFTAG_DATATYPE,
     TIFFTAG_IMAGEDEPTH,
     TIFFTAG_TILEDEPTH,
-    TIFFTAG_LERC_PARAMETERS,
 };
 
 static_assert(std::is_sorted(std::begin(kNeeded), std::end(kNeeded)));
+
+/// Tags of metadata that hosts may ask for.
+constexpr std::uint16_t kMetadata[] = {TIFFTAG_XMLPACKET, TIFFTAG_RICHTIFFIPTC, TIFFTAG_ICCPROFILE};
 
 /// Bytes of one value, by type; 0 for an unknown one.
 constexpr std::uint8_t kTypeBytes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8};
@@ -119,6 +121,8 @@ void TiffTags::fnReadEntries(CodecInput& input, const Shape& shape) {
     m_View.resize(shape.fnNumberBytes());
     std::uint64_t taken = 0;
     for (const unsigned char* entry = all.data(); entry != all.data() + all.size(); entry += each) {
+        fnNotePlace(entry, shape, m_nPlace + shape.fnNumberBytes() + m_Tags.size() * each,
+                    input.fnGetLength());
         if (fnTakeEntry(entry, shape, input.fnGetLength())) {
             m_View.insert(m_View.end(), entry, entry + each);
             ++taken;
@@ -129,6 +133,24 @@ void TiffTags::fnReadEntries(CodecInput& input, const Shape& shape) {
         throw CodecFailure{MESSAGE_CORRUPTED};
     fnPut(m_View.data(), shape.fnNumberBytes(), shape.m_bBigEndian, taken);
     m_View.insert(m_View.end(), next, next + shape.fnWideBytes());
+}
+
+/// Notes where the values of metadata are.
+/// @param position  of the entry in the file; short values lie in the entry itself
+void TiffTags::fnNotePlace(const unsigned char* entry, const Shape& shape, std::uint64_t position,
+                           std::uint64_t fileBytes) {
+    const auto tag = static_cast<std::uint16_t>(fnGet(entry, 2, shape.m_bBigEndian));
+    const std::uint64_t type = fnGet(entry + 2, 2, shape.m_bBigEndian);
+    const CheckedSize count = fnGet(entry + 4, shape.fnWideBytes(), shape.m_bBigEndian);
+    const std::size_t each = type < std::size(kTypeBytes) ? kTypeBytes[type] : 0;
+    const std::size_t head = 4 + shape.fnWideBytes();
+    const auto bytes = (count * each).fnGet<std::uint64_t>();
+    if (std::find(std::begin(kMetadata), std::end(kMetadata), tag) == std::end(kMetadata) ||
+        each == 0 || !bytes || *bytes > fileBytes)
+        return;
+    const bool inside = *bytes <= shape.fnWideBytes();
+    const std::uint64_t place = fnGet(entry + head, shape.fnWideBytes(), shape.m_bBigEndian);
+    m_Metadata.emplace_back(tag, Place{inside ? position + head : place, *bytes});
 }
 
 /// Notes an entry; whether libtiff gets it.
@@ -185,6 +207,12 @@ void TiffTags::fnReadTitle(CodecInput& input, const std::vector<unsigned char>& 
 
 bool TiffTags::fnHas(std::uint16_t tag) const {
     return std::find(m_Tags.begin(), m_Tags.end(), tag) != m_Tags.end();
+}
+
+std::optional<TiffTags::Place> TiffTags::fnFind(std::uint16_t tag) const {
+    const auto found = std::find_if(m_Metadata.begin(), m_Metadata.end(),
+                                    [tag](const auto& entry) { return entry.first == tag; });
+    return found == m_Metadata.end() ? std::nullopt : std::optional(found->second);
 }
 
 void TiffTags::fnOverlay(std::uint64_t position, unsigned char* bytes,

@@ -2,7 +2,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace q32 {
@@ -22,6 +24,14 @@ public:
 
     /// Whether the file has the tag.
     bool fnHas(std::uint16_t tag) const;
+    /// Where the values of a tag lie in the file.
+    struct Place {
+        std::uint64_t m_nPosition;
+        std::uint64_t m_nBytes;
+    };
+    /// The place of a tag of metadata; none if the file lacks it, and for values of an unknown
+    /// type or longer than the file.
+    std::optional<Place> fnFind(std::uint16_t tag) const;
     /// The document's name, else the description; empty if the file has none, or one that was left
     /// out. Ends at the first zero.
     const char* fnGetTitle() const { return m_strTitle.c_str(); }
@@ -45,6 +55,8 @@ private:
     };
 
     void fnReadEntries(CodecInput& input, const Shape& shape);
+    void fnNotePlace(const unsigned char* entry, const Shape& shape, std::uint64_t position,
+                     std::uint64_t fileBytes);
     bool fnTakeEntry(const unsigned char* entry, const Shape& shape, std::uint64_t fileBytes);
     bool fnReadText(CodecInput& input, const unsigned char* entry, const Shape& shape);
     void fnReadTitle(CodecInput& input, const std::vector<unsigned char>& entries,
@@ -54,6 +66,7 @@ private:
     std::uint64_t m_nPlace = 0;        ///< of the directory in the file
     std::vector<unsigned char> m_View; ///< what replaces it; shorter
     std::vector<std::uint16_t> m_Tags; ///< of the file
+    std::vector<std::pair<std::uint16_t, Place>> m_Metadata;
     std::uint64_t m_nBytes = 0;
     std::string m_strTitle;
     bool m_bTitleLeftOut = false;

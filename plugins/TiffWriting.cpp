@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <vector>
 
 namespace q32 {
 
@@ -63,6 +64,30 @@ void fnDescribeTitle(TiffHandle& file, const char* title) {
     fnCheckStored(stored, title, std::strlen(title) + 1);
 }
 
+void fnDescribeBlock(TiffHandle& file, ttag_t tag, const std::vector<unsigned char>& block) {
+    if (block.empty())
+        return;
+    fnSet(file, tag, static_cast<std::uint32_t>(block.size()), block.data());
+    std::uint32_t count = 0;
+    unsigned char* stored = nullptr;
+    TIFFGetField(file, tag, &count, &stored);
+    fnCheckStored(stored, block.data(), block.size());
+}
+
+/// Some versions of libtiff take IPTC as numbers of 32 bits.
+void fnDescribeIptc(TiffHandle& file, const std::vector<unsigned char>& block) {
+    const TIFFField* field = TIFFFindField(file, TIFFTAG_RICHTIFFIPTC, TIFF_ANY);
+    if (block.empty() || !field || TIFFDataWidth(TIFFFieldDataType(field)) == 1)
+        return fnDescribeBlock(file, TIFFTAG_RICHTIFFIPTC, block);
+    std::vector<std::uint32_t> numbers((block.size() + 3) / 4);
+    std::memcpy(numbers.data(), block.data(), block.size());
+    fnSet(file, TIFFTAG_RICHTIFFIPTC, static_cast<std::uint32_t>(numbers.size()), numbers.data());
+    std::uint32_t count = 0;
+    std::uint32_t* stored = nullptr;
+    TIFFGetField(file, TIFFTAG_RICHTIFFIPTC, &count, &stored);
+    fnCheckStored(stored, numbers.data(), numbers.size());
+}
+
 void fnDescribe(TiffHandle& file, const PictureSource& source, const CqPictureOptions& options) {
     const unsigned int bits = source.fnGetBitCount();
     const bool palette = bits <= 8 && !source.fnIsGrey();
@@ -72,7 +97,7 @@ void fnDescribe(TiffHandle& file, const PictureSource& source, const CqPictureOp
     fnSet(file, TIFFTAG_BITSPERSAMPLE, bits == 4 ? 4 : 8);
     fnSet(file, TIFFTAG_SAMPLESPERPIXEL, bits <= 8 ? 1 : bits == 32 ? 4 : 3);
     fnSet(file, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    fnSet(file, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
+    fnSet(file, TIFFTAG_ORIENTATION, source.fnGetMetadata().m_nOrientation);
     fnSet(file, TIFFTAG_PHOTOMETRIC,
           palette     ? PHOTOMETRIC_PALETTE
           : bits <= 8 ? PHOTOMETRIC_MINISBLACK
@@ -96,6 +121,9 @@ void fnDescribe(TiffHandle& file, const PictureSource& source, const CqPictureOp
     }
     if (*source.fnGetTitle())
         fnDescribeTitle(file, source.fnGetTitle());
+    fnDescribeBlock(file, TIFFTAG_ICCPROFILE, source.fnGetMetadata().m_Profile);
+    fnDescribeBlock(file, TIFFTAG_XMLPACKET, source.fnGetMetadata().m_Xmp);
+    fnDescribeIptc(file, source.fnGetMetadata().m_Iptc);
 }
 
 /// Fetches a row in the order of the file: alpha follows the colours.
@@ -134,7 +162,7 @@ void fnWriteTiff(CodecOutput& output, PictureSource& source, const CqPictureOpti
         fnFetchStored(source, y, row.get(), stored.get());
         if (TIFFWriteScanline(file, stored.get(), y, 0) < 0)
             file.fnFail();
-        source.fnTell(std::uint64_t{y} + 1, height);
+        source.fnReport(std::uint64_t{y} + 1, height);
     }
     if (!TIFFWriteDirectory(file) || output.fnHasFailed())
         file.fnFail();

@@ -125,9 +125,11 @@ void fnReadFormat(CodecInput& input, std::uint32_t size, Found& found) {
 
 /// Walks the chunks until format and samples are found. The size in the file's header is ignored:
 /// many writers don't set it.
-Found fnWalk(CodecInput& input) {
+Found fnWalk(CodecInput& input, unsigned int chunks) {
     Found found;
-    while (!found.m_Samples || found.m_nSamplesAt == 0) {
+    for (; !found.m_Samples || found.m_nSamplesAt == 0; --chunks) {
+        if (chunks == 0)
+            throw CodecFailure{MESSAGE_CORRUPTED, PICTURE_LIMIT_SOUND_CHUNKS};
         ChunkHead chunk;
         fnReadExactly(input, &chunk, sizeof chunk);
         const std::uint64_t at = input.fnGetPosition();
@@ -153,7 +155,7 @@ void fnReadSamples(CodecInput& input, WaveSamples kind, std::uint32_t size, unsi
     const bool reduces = fnIsReduced(kind);
     const std::uint32_t piece = kPiece / sample * sample;
     const auto bytes = std::make_unique_for_overwrite<unsigned char[]>(reduces ? piece : 0);
-    steps.fnTell(0, size);
+    steps.fnReport(0, size);
     for (std::uint32_t done = 0; done < size;) {
         const std::uint32_t count = std::min(piece, size - done);
         fnReadExactly(input, reduces ? bytes.get() : out + done, count);
@@ -161,31 +163,44 @@ void fnReadSamples(CodecInput& input, WaveSamples kind, std::uint32_t size, unsi
             fnReduceSamples(kind, bytes.get(), count / sample,
                             out + std::size_t{2} * (done / sample));
         done += count;
-        steps.fnTell(done, size);
+        steps.fnReport(done, size);
     }
+}
+
+/// Throws if the wave's scratch file has lost some.
+void fnRequireSamples(const CqWave& wave) {
+    if (wave.fnHasNewLosses())
+        fnFail(MESSAGE_NO_MEMORY);
 }
 
 } // namespace
 
 CqWaveFileResult q32ReadWave(const char* path, CqWave& wave, CqPictureProgress* progress) {
+    return q32ReadWave(path, wave, CqWaveLimits(), progress);
+}
+
+CqWaveFileResult q32ReadWave(const char* path, CqWave& wave, const CqWaveLimits& limits,
+                             CqPictureProgress* progress) {
     bool reduced = false;
     CqWaveFileResult result = fnRunOnFile(path, [&] {
         CodecInput input(path);
-        PictureSteps steps(progress);
+        PictureSteps steps(progress, limits.m_nMilliseconds, PICTURE_LIMIT_SOUND_TIME);
         fnReadHead(input);
         input.fnReportTo(&steps);
-        const Found found = fnWalk(input);
+        const Found found = fnWalk(input, limits.m_nChunks);
         input.fnReportTo(nullptr);
         const std::uint32_t frames = found.m_nSize / found.m_Format.nBlockAlign;
         if (frames == 0)
             fnFail(MESSAGE_EMPTY);
         reduced = fnIsReduced(*found.m_Samples);
-        CqWave fresh(found.m_Format.nChannels,
-                     reduced ? kReducedBits : found.m_Format.wBitsPerSample,
-                     found.m_Format.nSamplesPerSec, frames, false);
+        const unsigned int bits = reduced ? kReducedBits : found.m_Format.wBitsPerSample;
+        if (std::uint64_t{frames} * found.m_Format.nChannels * (bits / 8) > limits.m_nStorageBytes)
+            throw CodecFailure{MESSAGE_NO_MEMORY, PICTURE_LIMIT_SOUND_STORAGE};
+        CqWave fresh(found.m_Format.nChannels, bits, found.m_Format.nSamplesPerSec, frames, false);
         input.fnSeek(found.m_nSamplesAt);
         fnReadSamples(input, *found.m_Samples, frames * found.m_Format.nBlockAlign,
                       fresh.fnGetBuffer(), steps);
+        fnRequireSamples(fresh);
         wave.fnSwapBuf(fresh);
     });
     result.m_bReduced = reduced && result.fnIsDone();
@@ -215,6 +230,7 @@ CqWaveFileResult q32WriteWave(const char* path, const CqWave& wave) {
         output.fnWrite(&head, sizeof head);
         output.fnWrite(wave.fnGetBuffer(), size);
         output.fnWrite("", size & 1);
+        fnRequireSamples(wave);
         output.fnCommit();
     });
 }

@@ -10,10 +10,24 @@
 
 #include "plugins/PictureTypes.h"
 
+#include <cstdint>
+
 class CqWave;
 
 /// How a read or write ended. A write is never aborted.
 using CqWaveFileResult = CqPictureResult;
+
+/// What reading one file may take. A file that needs more is refused before anything is allocated
+/// for its samples. The defaults accept every sound that a wave can hold.
+struct CqWaveLimits {
+    /// Bytes of the samples, as the wave holds them.
+    std::uint64_t m_nStorageBytes = UINT32_MAX;
+    /// Chunks ahead of the samples, and between these and the format.
+    unsigned int m_nChunks = 65536;
+    /// Elapsed time, without that in the progress object; 0 for any. Checked at each report of
+    /// progress.
+    unsigned int m_nMilliseconds = 0;
+};
 
 /// Reads PCM of 8, 16, 24 and 32 bits and floating-point samples of 32 and 64 bits, in any number
 /// of channels and at any rate, declared by the plain or the extensible form of the format; others
@@ -26,7 +40,11 @@ using CqWaveFileResult = CqPictureResult;
 ///                  and after each 256 KiB of them; may be null
 Q32_API CqWaveFileResult q32ReadWave(const char* path, CqWave& wave,
                                      CqPictureProgress* progress = nullptr);
+/// The same, within limits; the result names the one that refused the file.
+Q32_API CqWaveFileResult q32ReadWave(const char* path, CqWave& wave, const CqWaveLimits& limits,
+                                     CqPictureProgress* progress = nullptr);
 
 /// Writes the format and the frames, which must be 8- or 16-bit PCM (else -102) and at least one
 /// (else -11). Everything is first written to a new file beside `path`, which then replaces it.
+/// Samples that the wave's scratch file has lost give -1, and the old file stays.
 Q32_API CqWaveFileResult q32WriteWave(const char* path, const CqWave& wave);

@@ -92,6 +92,8 @@ BENCHMARK_CAPTURE(fnResize, fnResample_24_third_area, CV_8UC3, kWhole, cv::Size(
                   cv::INTER_AREA, true);
 BENCHMARK_CAPTURE(fnResize, fnResample_8_third_area, CV_8UC1, kWhole, cv::Size(1333, 1000),
                   cv::INTER_AREA, true);
+BENCHMARK_CAPTURE(fnResize, fnResample_24_nearest_third, CV_8UC3, kWhole, cv::Size(1333, 1000),
+                  cv::INTER_NEAREST, true);
 BENCHMARK_CAPTURE(fnResize, fnResample_24_nearest_times_2, CV_8UC3, kWhole, cv::Size(8000, 6000),
                   cv::INTER_NEAREST, true);
 BENCHMARK_CAPTURE(fnResize, fnResample_24_nearest_times_2_fresh, CV_8UC3, kWhole,

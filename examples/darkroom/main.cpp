@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <QApplication>
 #include <QDir>
+#include <QIcon>
 #include <QStandardPaths>
 #include <string>
 #include <vector>
@@ -20,6 +21,9 @@ namespace {
 
 constexpr int kExitFailed = 1;
 constexpr int kExitUsage = 2;
+
+/// The entry in the desktop's menu and the icon of that name, if they are installed.
+constexpr char kDesktopFile[] = "q32base.examples.darkroom";
 
 constexpr char kUsage[] = "usage: darkroom [picture]\n"
                           "\n"
@@ -39,7 +43,8 @@ int fnRun(QApplication& application, CqQtWindows& windows, const darkroom::HostS
     CqQtWnd frame(&window);
     windows.fnSetMainWnd(&frame);
     window.show();
-    if (!picture.isEmpty())
+    window.fnOfferRecovery();
+    if (!picture.isEmpty() && !window.fnGetDocument().fnHasImage())
         window.fnOpen(picture);
     const int code = application.exec();
     windows.fnSetMainWnd(nullptr);
@@ -51,6 +56,8 @@ int fnRun(QApplication& application, CqQtWindows& windows, const darkroom::HostS
 int main(int count, char** arguments) {
     QApplication application(count, arguments);
     QApplication::setApplicationName("darkroom");
+    QApplication::setDesktopFileName(kDesktopFile);
+    QApplication::setWindowIcon(QIcon::fromTheme(kDesktopFile));
     std::setlocale(LC_NUMERIC, "C"); // the application adopted the user's locale; dumps have
                                      // decimal points
     const QStringList words = QApplication::arguments();

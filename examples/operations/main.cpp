@@ -1,10 +1,16 @@
-// Makes docs/operations.md and its pictures: every operation, before and after.
+// Makes docs/operations.md and its pictures: every operation, before and after, and pictures on
+// screens of every depth.
 //   operations <picture> <folder>
+#include "examples/operations/Samples.h"
+#include "platforms/headless/headless.h"
 #include "platforms/posix/posix.h"
 #include "plugins/PictureFile.h"
 #include "q32Base/q32Base.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -71,14 +77,69 @@ const Row kRows[] = {
               image.fnMerge(disc, nullptr, CqMergeParam(CqColor(255, 0, 255)), 20, 20))},
     {nullptr, "line", "A line of one pixel's width",
      Q32_CALL(image.fnDrawLine(0, 99, 149, 0, CqColor(255, 255, 255), false))},
+    {"Tone curves, greys and depths", "tone-curves", "A curve for each channel",
+     Q32_CALL(CqToneCurves tone = fnSwingingCurves();
+              q32ApplyToneCurves(image, nullptr, tone, nullptr))},
+    {nullptr, "grey-8", "256 greys", Q32_CALL(q32ConvertToGrey(image, 8, nullptr))},
+    {"Filters", "blur", "Blurred", Q32_CALL(q32Blur(image, 3.0, nullptr))},
+    {nullptr, "sharp", "Sharpened", Q32_CALL(q32Sharpen(image, 1.5, 200, 2, nullptr))},
+    {nullptr, "relief", "A filter of the host's own, on a window of rows: a relief",
+     Q32_CALL(fnEmboss(image))},
+    {"Cuts and flips", "crop", "Cropped",
+     Q32_CALL(q32Crop(image, CRect(60, 0, 150, 60), image, nullptr))},
+    {nullptr, "mirror", "Left and right exchanged", Q32_CALL(q32FlipHorizontal(image, nullptr))},
+    {nullptr, "upside-down", "Top and bottom exchanged", Q32_CALL(q32FlipVertical(image, nullptr))},
+    {"Masks and blending", "mask", "Merged through a mask of 0 and 255",
+     Q32_CALL(CqImage grey(image); grey.fnHueSaturation(0, -100, false, nullptr);
+              CqMask disc = fnMakeDisc(75, 50, 40); image.fnMerge(grey, nullptr, disc, 0, 0))},
+    {nullptr, "feather", "The same with a feathered mask",
+     Q32_CALL(CqImage grey(image); grey.fnHueSaturation(0, -100, false, nullptr);
+              CqMask disc = fnMakeDisc(75, 50, 40);
+              q32FeatherMask(disc, 8, CRect(0, 0, 150, 100), nullptr);
+              q32Blend(grey, nullptr, image, 0, 0, {255, &disc}, nullptr))},
+    {nullptr, "opacity", "Blended at half the opacity",
+     Q32_CALL(CqImage turned(image); q32FlipHorizontal(turned, nullptr);
+              q32Blend(turned, nullptr, image, 0, 0, {128}, nullptr))},
+    {"Curves", "bezier", "A Bezier curve and its control points",
+     Q32_CALL(fnDrawWithPolygon(image, fnWave()))},
+    {nullptr, "flattened", "The same in straight segments, at most 4 pixels off it",
+     Q32_CALL(CqPolyline2D segments; fnWave().fnTessellate(segments, 4.0);
+              fnDrawSegments(image, segments))},
+    {"Screens", "screen-8", "256 colours", Q32_CALL(fnShow(image, {8}))},
+    {nullptr, "screen-16", "65,536 colours", Q32_CALL(fnShow(image, {16}))},
+    {nullptr, "screen-16-plain", "The same without the dither",
+     Q32_CALL(fnShow(image, {.m_nBits = 16, .m_bDither = false}))},
+    {nullptr, "screen-24", "24 bits", Q32_CALL(fnShow(image, {24}))},
+    {nullptr, "screen-32", "32 bits", Q32_CALL(fnShow(image, {32}))},
+    {nullptr, "screen-gamma", "The same with a gamma of 220",
+     Q32_CALL(fnShow(image, {.m_nBits = 32, .m_nGamma = 220}))},
+    {nullptr, "screen-zoom", "Four times as large",
+     Q32_CALL(fnShow(image, {.m_nBits = 8, .m_nFactor = 4}))},
+    {nullptr, "screen-reduced", "Half as large",
+     Q32_CALL(fnShow(image, {.m_nBits = 32, .m_nFactor = 2, .m_bShrink = true}))},
 };
+
+/// Scales a picture until it covers 150 x 100 pixels, and cuts those out of its middle.
+bool fnFit(CqImage& image) {
+    image.fnConvert(24, false, nullptr);
+    const double scale = std::max(1.0 * kWidth / image.Width, 1.0 * kHeight / image.Height);
+    const auto scaled = [scale](unsigned int length, unsigned int least) {
+        return std::max(least, static_cast<unsigned int>(std::lround(length * scale)));
+    };
+    image.fnResample(scaled(image.Width, kWidth), scaled(image.Height, kHeight), true, nullptr);
+    const CPoint corner(static_cast<int>(image.Width - kWidth) / 2,
+                        static_cast<int>(image.Height - kHeight) / 2);
+    return q32Crop(image, CRect(corner, CSize(kWidth, kHeight)), image, nullptr);
+}
 
 bool fnRun(const char* from, const std::string& folder) {
     CqImage before;
     if (!q32ShowPictureResult(q32ReadPicture(from, before)))
         return false;
-    before.fnConvert(24, false, nullptr);
-    before.fnResample(150, 100, true, nullptr);
+    if (!fnFit(before))
+        return false;
+    std::error_code ignored; // saving reports what is missing
+    std::filesystem::create_directories(folder + "/pictures/operations", ignored);
     std::ofstream page(folder + "/operations.md");
     page << "# Operations, before and after\n\n"
             "Made by `examples/operations`; scripts/pictures renews it. The picture before is\n\n"
@@ -105,6 +166,7 @@ bool fnRun(const char* from, const std::string& folder) {
 int main(int count, char** arguments) {
     if (count != 3)
         return 1;
-    return q32RunHost(q32PosixPlatform(),
-                      [&] { return fnRun(arguments[1], arguments[2]) ? 0 : 1; });
+    CqPlatform platform = q32PosixPlatform();
+    fnTakeScreen(platform);
+    return q32RunHost(platform, [&] { return fnRun(arguments[1], arguments[2]) ? 0 : 1; });
 }

@@ -1,13 +1,13 @@
 // Plays a WAV file on the sound server, controlled by keys, and draws its oscillogram into a
 // picture file.
-#include "examples/sound/Oscillogram.h"
-#include "examples/terminal/Keys.h"
+#include "examples/sound/WholeOscillogram.h"
 #include "platforms/posix/posix.h"
 #include "platforms/pulse/pulse.h"
 #include "plugins/PictureFile.h"
 #include "plugins/WaveFile.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/q32Base.h"
+#include "tools/terminal/Keys.h"
 
 #include <cstdio>
 #include <cstring>
@@ -86,7 +86,7 @@ const char* fnTellCause(int message) {
 }
 
 /// Prints why a file could not be read or written.
-bool fnTell(const CqPictureResult& result) {
+bool fnReport(const CqPictureResult& result) {
     if (!result.fnIsDone())
         std::fprintf(stderr, "player: %s: %s\n", static_cast<const char*>(result.m_strPath),
                      fnTellCause(result.m_nMsgId));
@@ -104,7 +104,7 @@ bool fnDraw(const CqWave& wave, const std::string& path) {
     }
     CqImage image(kPictureWidth, kPictureHeight, 24, nullptr, 0);
     fnDrawOscillogram(wave, image);
-    return fnTell(q32WritePicture(path.c_str(), image, format->m_eFormat));
+    return fnReport(q32WritePicture(path.c_str(), image, format->m_eFormat));
 }
 
 /// The window that the volume control notifies of external changes: the terminal line is redrawn
@@ -235,7 +235,7 @@ private:
 bool fnRun(const Options& options, const CqPulse& pulse) {
     CqWave wave;
     const CqWaveFileResult result = q32ReadWave(options.m_Sound.c_str(), wave);
-    if (!fnTell(result))
+    if (!fnReport(result))
         return false;
     const WAVEFORMATEX format = wave.fnGetFormat();
     std::printf("%s: %u channels of %u bits%s, %u Hz, %u frames\n", options.m_Sound.c_str(),

@@ -9,13 +9,9 @@
 #include <iterator>
 #include <string_view>
 
-namespace {
-
 /// A file that is read from memory, at any position.
-class Stream final : public CqFileStream {
-public:
+struct Stream final : CqFileStream {
     explicit Stream(const std::string& bytes) : m_Bytes(bytes) {}
-
     CQ_FILE_CAUSE fnRead(void* buffer, std::size_t count, std::size_t& done) override {
         done = m_nAt < m_Bytes.size() ? m_Bytes.copy(static_cast<char*>(buffer), count, m_nAt) : 0;
         m_nAt += done;
@@ -31,18 +27,14 @@ public:
         return FILE_CAUSE_NONE;
     }
     CQ_FILE_CAUSE fnClose() override { return FILE_CAUSE_NONE; }
-
-private:
     const std::string& m_Bytes;
     std::size_t m_nAt = 0;
 };
 
 /// Passes on all calls but the one that opens such a file.
-class Files final : public CqForwardFiles {
-public:
+struct Files final : CqForwardFiles {
     Files(std::shared_ptr<CqFileService> other, std::string bytes)
         : CqForwardFiles(std::move(other)), m_Bytes(std::move(bytes)) {}
-
     std::unique_ptr<CqFileStream> fnOpen(const char* name, const CqFileMode& mode,
                                          CQ_FILE_CAUSE& cause) override {
         if (!std::string_view(name).starts_with("memory:"))
@@ -50,12 +42,8 @@ public:
         cause = mode.m_bWrite ? FILE_CAUSE_ACCESS_DENIED : FILE_CAUSE_NONE;
         return mode.m_bWrite ? nullptr : std::make_unique<Stream>(m_Bytes);
     }
-
-private:
     const std::string m_Bytes;
 };
-
-} // namespace
 
 int main(int count, char** arguments) {
     std::ifstream file(count == 2 ? arguments[1] : "", std::ios::binary);

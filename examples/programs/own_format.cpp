@@ -7,8 +7,6 @@
 #include <cstdio>
 #include <vector>
 
-namespace {
-
 class Pixmap final : public CqPictureCodec {
 public:
     CqPictureFormat fnGetFormat() const noexcept override {
@@ -49,18 +47,14 @@ public:
     }
 };
 
-const Pixmap thePixmap;
-
-} // namespace
-
 int main(int count, char** arguments) {
-    if (count != 3 || !q32AddPictureFormat(thePixmap))
+    static const Pixmap pixmap; // the library doesn't own it
+    if (count != 3 || !q32AddPictureFormat(pixmap))
         return 1;
     return q32RunHost(q32PosixPlatform(), [&] {
         CqImage image;
-        return q32ShowPictureResult(q32ReadPicture(arguments[1], image)) &&
-                       q32ShowPictureResult(q32WritePicture(arguments[2], image))
-                   ? 0
-                   : 1;
+        const bool done = q32ShowPictureResult(q32ReadPicture(arguments[1], image)) &&
+                          q32ShowPictureResult(q32WritePicture(arguments[2], image));
+        return done ? 0 : 1;
     });
 }

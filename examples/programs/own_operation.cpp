@@ -7,8 +7,6 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace {
-
 /// Reduces each channel to four levels. The result replaces the picture only when it is complete:
 /// after an abort, which gives false, and after the memory exception the picture is as it was.
 bool fnPosterize(CqImage& image, CqProgressDisplay* progress) {
@@ -37,7 +35,6 @@ bool fnPosterize(CqImage& image, CqProgressDisplay* progress) {
 class Progress : public CqProgressDisplay {
 public:
     explicit Progress(unsigned int end) : CqProgressDisplay(false), m_nEnd(end) {}
-
     void fnDrawStatus(unsigned int percent, bool* aborted) override {
         std::fprintf(stderr, "%u %%\n", percent);
         *aborted = m_bAborted = percent >= m_nEnd;
@@ -46,8 +43,6 @@ public:
 private:
     unsigned int m_nEnd;
 };
-
-} // namespace
 
 int main(int count, char** arguments) {
     if (count != 3 && count != 4)
@@ -59,7 +54,7 @@ int main(int count, char** arguments) {
             return EXIT_FAILURE;
         image.fnConvert(24, false, nullptr);
         std::printf("%s\n", fnPosterize(image, &progress) ? "done" : "aborted");
-        return q32ShowPictureResult(q32WritePicture(arguments[2], image)) ? EXIT_SUCCESS
-                                                                          : EXIT_FAILURE;
+        const bool saved = q32ShowPictureResult(q32WritePicture(arguments[2], image));
+        return saved ? EXIT_SUCCESS : EXIT_FAILURE;
     });
 }

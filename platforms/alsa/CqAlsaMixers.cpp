@@ -1,7 +1,7 @@
 #include "platforms/alsa/CqAlsaMixers.h"
 
 #include "platforms/alsa/Card_p.h"
-#include "platforms/posix/Descriptor_p.h"
+#include "platforms/common/Descriptor_p.h"
 #include "q32Base/framework/Memory.h"
 
 #include <algorithm>
@@ -11,7 +11,7 @@
 #include <utility>
 
 using namespace q32::alsa;
-using q32::posix::Descriptor;
+using q32::Descriptor;
 
 namespace {
 

@@ -14,7 +14,8 @@ CqHeadlessWorld::CqHeadlessWorld(const CqHeadlessOptions& options)
       m_pWaveOut(std::make_shared<CqHeadlessWaveOut>()),
       m_pMixers(std::make_shared<CqHeadlessMixers>()),
       m_pLocale(std::make_shared<CqHeadlessLocale>(options.m_nCodePage, options.m_nMinutesEast)),
-      m_pWindows(std::make_shared<CqHeadlessWindows>()) {
+      m_pWindows(std::make_shared<CqHeadlessWindows>()),
+      m_pWork(std::make_shared<CqHeadlessWork>()) {
     m_pDisks->fnSetNow(options.m_nNow);
     m_pDisks->fnPutDirectory(options.m_szTempDirectory);
     m_pDisks->fnPutDirectory(options.m_szConfigDirectory);
@@ -33,6 +34,7 @@ CqPlatform CqHeadlessWorld::fnPlatform() const {
     platform.m_pMixers = m_pMixers;
     platform.m_pLocale = m_pLocale;
     platform.m_pWindows = m_pWindows;
+    platform.m_pWork = m_pWork;
     return platform;
 }
 

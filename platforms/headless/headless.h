@@ -21,6 +21,7 @@
 #include "platforms/headless/CqHeadlessWaveOut.h"
 #include "platforms/headless/CqHeadlessWindows.h"
 #include "platforms/headless/CqHeadlessWnd.h"
+#include "platforms/headless/CqHeadlessWork.h"
 #include "q32Base/platform/CqPlatform.h"
 #include "q32Base/platform/Export.h"
 
@@ -62,6 +63,7 @@ public:
     const std::shared_ptr<CqHeadlessMixers> m_pMixers;
     const std::shared_ptr<CqHeadlessLocale> m_pLocale;
     const std::shared_ptr<CqHeadlessWindows> m_pWindows;
+    const std::shared_ptr<CqHeadlessWork> m_pWork;
 
     /// A complete platform of this world's services.
     CqPlatform fnPlatform() const;

@@ -8,6 +8,8 @@
 #include <utility>
 
 using namespace q32::posix;
+using q32::Descriptor;
+using q32::fnRetry;
 
 namespace {
 
@@ -83,53 +85,10 @@ std::unique_ptr<CqFileStream> CqPosixFileStream::fnOpen(const char* path, const 
     return stream;
 }
 
-CqPosixFileStream::CqPosixFileStream(Descriptor file, const CqFileMode& mode)
-    : m_File(std::move(file)), m_Mode(mode) {}
-
-CQ_FILE_CAUSE CqPosixFileStream::fnRead(void* buffer, std::size_t count, std::size_t& done) {
-    done = 0;
-    if (!m_File)
-        return FILE_CAUSE_INVALID;
-    if (!m_Mode.m_bRead)
-        return FILE_CAUSE_ACCESS_DENIED;
-    const auto got = fnReadAt(m_File, buffer, count, m_nPosition);
-    if (!got)
-        return fnFileCause(errno);
-    done = *got;
-    m_nPosition += done;
-    return FILE_CAUSE_NONE;
-}
-
-CQ_FILE_CAUSE CqPosixFileStream::fnWrite(const void* buffer, std::size_t count) {
-    if (!m_File)
-        return FILE_CAUSE_INVALID;
-    if (!m_Mode.m_bWrite)
-        return FILE_CAUSE_ACCESS_DENIED;
-    if (!fnWriteAt(m_File, buffer, count, m_nPosition))
-        return fnFileCause(errno);
-    m_nPosition += count;
-    return FILE_CAUSE_NONE;
-}
-
-CQ_FILE_CAUSE CqPosixFileStream::fnSeek(std::uint64_t position) {
-    if (!m_File)
-        return FILE_CAUSE_INVALID;
-    if (position > static_cast<std::uint64_t>(INT64_MAX))
-        return FILE_CAUSE_BAD_SEEK;
-    m_nPosition = position;
-    return FILE_CAUSE_NONE;
-}
-
 CQ_FILE_CAUSE CqPosixFileStream::fnGetLength(std::uint64_t& length) {
     struct stat facts {};
     if (::fstat(m_File.fnGet(), &facts) != 0)
-        return fnFileCause(errno);
+        return fnLastCause();
     length = static_cast<std::uint64_t>(facts.st_size);
     return FILE_CAUSE_NONE;
-}
-
-CQ_FILE_CAUSE CqPosixFileStream::fnClose() {
-    if (!m_File)
-        return FILE_CAUSE_INVALID;
-    return m_File.fnClose() ? FILE_CAUSE_NONE : fnFileCause(errno);
 }

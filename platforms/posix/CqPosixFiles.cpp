@@ -19,6 +19,8 @@
 #include <utility>
 
 using namespace q32::posix;
+using q32::Descriptor;
+using q32::fnRetry;
 
 namespace {
 

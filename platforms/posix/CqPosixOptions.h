@@ -3,6 +3,7 @@
 #include "q32Base/platform/CqPlatform.h"
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -30,6 +31,10 @@ struct CqPosixOptions {
     /// held back is only released when another block is allocated or freed, or by the host
     /// (`CqVMPolicy::fnReleaseHeld`). The desktop back end does this itself.
     std::function<void()> m_MemoryHeld;
+    /// How many threads work on one operation, the caller's included. 0: one for each core that
+    /// this process may use; 1: the caller's alone. Operations also use the caller's alone where
+    /// the library was built without oneTBB.
+    std::uint32_t m_nConcurrency = 0;
     /// Directory of the settings. Empty: `$XDG_CONFIG_HOME/q32Base`, else `~/.config/q32Base`. It
     /// is created with mode 0700 when settings are first written.
     std::string m_szConfigDirectory;
@@ -44,6 +49,7 @@ struct CqPosixOptions {
     /// The services that this back end doesn't provide: screen, messages, keyboard, resources,
     /// sound, mixers and windows. A null one is replaced by that of `q32SoftwareServices`, but
     /// without a message service boxes become lines of the standard error stream, and are answered
-    /// by their first button; the software one shows nothing. The other four aren't used.
+    /// by their first button; the software one shows nothing. A null work service is one of as many
+    /// threads as `m_nConcurrency` says. The other four aren't used.
     CqPlatform m_Others;
 };

@@ -5,6 +5,8 @@
 #include <sys/file.h>
 
 using namespace q32::posix;
+using q32::Descriptor;
+using q32::fnRetry;
 
 namespace {
 

@@ -20,7 +20,7 @@ public:
     CQ_FILE_CAUSE fnCommit() override;
 
 private:
-    q32::posix::Descriptor m_New; ///< until the stream has it
+    q32::Descriptor m_New; ///< until the stream has it
     q32::posix::ReplacementFile m_File;
     CqPosixFileStream m_Stream;
 };

@@ -19,6 +19,8 @@
 #include <vector>
 
 using namespace q32::posix;
+using q32::Descriptor;
+using q32::fnRetry;
 
 #ifndef MADV_POPULATE_WRITE
 #define MADV_POPULATE_WRITE 23 // missing from older C libraries

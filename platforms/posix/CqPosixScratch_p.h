@@ -1,7 +1,7 @@
 #pragma once
 
+#include "platforms/common/Descriptor_p.h"
 #include "platforms/posix/CodePage_p.h"
-#include "platforms/posix/Descriptor_p.h"
 #include "platforms/posix/MemoryLimit_p.h"
 #include "platforms/posix/ViewGuard_p.h"
 #include "platforms/posix/ViewPages_p.h"
@@ -56,12 +56,12 @@ public:
 
 private:
     struct Mapping {
-        std::shared_ptr<q32::posix::Descriptor> m_pFile;
+        std::shared_ptr<q32::Descriptor> m_pFile;
         std::uint32_t m_nSize = 0;
     };
 
     struct View {
-        std::shared_ptr<q32::posix::Descriptor> m_pFile;
+        std::shared_ptr<q32::Descriptor> m_pFile;
         std::uint32_t m_nSize = 0;
         std::unique_ptr<q32::posix::ViewPages> m_pPages;
         q32::posix::ViewGuard m_Guard;
@@ -69,15 +69,15 @@ private:
 
     /// A file that this service created or opened, until it is deleted.
     struct OwnFile {
-        std::shared_ptr<q32::posix::Descriptor> m_pCreated; ///< null once it is opened
-        std::weak_ptr<q32::posix::Descriptor> m_pOpen;      ///< expired once nothing uses it
+        std::shared_ptr<q32::Descriptor> m_pCreated; ///< null once it is opened
+        std::weak_ptr<q32::Descriptor> m_pOpen;      ///< expired once nothing uses it
         dev_t m_nDevice = 0;
         ino_t m_nNumber = 0;
     };
 
     std::uint32_t fnNextHandle();
-    CqFileHandle fnAddFile(std::shared_ptr<q32::posix::Descriptor> file);
-    static bool fnIdentify(const std::shared_ptr<q32::posix::Descriptor>& file, OwnFile& own);
+    CqFileHandle fnAddFile(std::shared_ptr<q32::Descriptor> file);
+    static bool fnIdentify(const std::shared_ptr<q32::Descriptor>& file, OwnFile& own);
 
     std::shared_ptr<const q32::posix::CodePage> m_pCodePage;
     std::uint64_t (*m_fnUsableMemory)();
@@ -85,7 +85,7 @@ private:
     std::pair<char* const, View>* fnFindCrowdedView(void* address, std::uint64_t& memory) noexcept;
 
     std::map<std::string, OwnFile, std::less<>> m_Own; ///< by native path
-    std::map<CqFileHandle, std::shared_ptr<q32::posix::Descriptor>> m_Files;
+    std::map<CqFileHandle, std::shared_ptr<q32::Descriptor>> m_Files;
     std::map<CqMappingHandle, Mapping> m_Mappings;
     std::mutex m_ViewsLock;        ///< of the next three, which advice in another thread reads
     std::map<char*, View> m_Views; ///< by address

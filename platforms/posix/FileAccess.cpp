@@ -82,15 +82,18 @@ bool fnIsNameOf(int directory, const char* name, const Descriptor& file) {
 }
 
 bool fnRemoveUnheld(int directory, const char* name) {
-    // Only a regular file that can be opened may have our lock; anything else is just unlinked.
     struct stat facts {};
+    if (::fstatat(directory, name, &facts, AT_SYMLINK_NOFOLLOW) != 0)
+        return false;
     Descriptor file;
-    if (::fstatat(directory, name, &facts, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(facts.st_mode))
+    // Only a regular file can have our lock; anything else is just unlinked.
+    if (S_ISREG(facts.st_mode)) {
         file = Descriptor(fnRetry([&] {
             return ::openat(directory, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
         }));
-    if (file && !fnTryLock(file, LOCK_EX) && errno == EWOULDBLOCK)
-        return false;
+        if (!file || (!fnTryLock(file, LOCK_EX) && errno == EWOULDBLOCK))
+            return false;
+    }
     return ::unlinkat(directory, name, 0) == 0;
 }
 

@@ -3,9 +3,10 @@
 /// errno.
 #pragma once
 
-#include "platforms/posix/Descriptor_p.h"
+#include "platforms/common/Descriptor_p.h"
 #include "q32Base/platform/CqFileService.h"
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -16,6 +17,10 @@ namespace q32::posix {
 
 /// The library's cause for an errno.
 CQ_FILE_CAUSE fnFileCause(int error);
+/// The same for the error of the last call of the system.
+inline CQ_FILE_CAUSE fnLastCause() {
+    return fnFileCause(errno);
+}
 
 /// Opens a regular file, without blocking on a pipe. Anything else gives EACCES, as a directory
 /// does when opened as a file.
@@ -29,7 +34,7 @@ bool fnTryLock(const Descriptor& file, int operation);
 /// link.
 bool fnIsNameOf(int directory, const char* name, const Descriptor& file);
 
-/// Removes a name unless the file is locked, which gives EWOULDBLOCK.
+/// Removes a name unless the file is locked, which gives EWOULDBLOCK, or can't be opened to ask.
 bool fnRemoveUnheld(int directory, const char* name);
 
 /// Reads up to `count` bytes at `offset`; fewer only at the end of the file. Nothing on failure.

@@ -7,7 +7,7 @@
 /// file system without locks a file counts as left behind once nothing was written to it for a day.
 #pragma once
 
-#include "platforms/posix/Descriptor_p.h"
+#include "platforms/common/Descriptor_p.h"
 
 #include <optional>
 #include <string>

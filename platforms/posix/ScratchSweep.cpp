@@ -9,6 +9,8 @@
 #include <sys/stat.h>
 
 using namespace q32::posix;
+using q32::Descriptor;
+using q32::fnRetry;
 
 namespace {
 

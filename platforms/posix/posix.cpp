@@ -7,6 +7,7 @@
 #include "platforms/posix/CqPosixMemory_p.h"
 #include "platforms/posix/CqPosixMessages_p.h"
 #include "platforms/posix/CqPosixScratch_p.h"
+#include "platforms/posix/CqPosixWork_p.h"
 #include "platforms/software/software.h"
 
 using namespace q32::posix;
@@ -45,6 +46,8 @@ CqPlatform q32PosixPlatform(const CqPosixOptions& options) {
         codePage, fnUsableMemory, options.m_bGuardViews && ViewGuard::fnInstall());
     platform.m_pFiles = std::make_shared<CqPosixFiles>(options, codePage);
     platform.m_pLocale = std::make_shared<CqPosixLocale>(codePage);
+    if (!platform.m_pWork)
+        platform.m_pWork = fnMakeWork(options.m_nConcurrency);
     if (options.m_bSystemErrors)
         platform.m_pMessages = std::make_shared<CqPosixMessages>(platform.m_pMessages, codePage);
     return platform;

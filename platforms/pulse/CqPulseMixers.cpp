@@ -1,6 +1,6 @@
 #include "platforms/pulse/CqPulseMixers.h"
 
-#include "platforms/posix/Descriptor_p.h"
+#include "platforms/common/Descriptor_p.h"
 #include "platforms/pulse/Connection_p.h"
 #include "platforms/pulse/SinkVolume_p.h"
 
@@ -11,7 +11,7 @@
 #include <vector>
 
 using namespace q32::pulse;
-using q32::posix::Descriptor;
+using q32::Descriptor;
 
 namespace {
 

@@ -1,7 +1,6 @@
 #include "platforms/qt/AreaSampler_p.h"
 #include "platforms/qt/CanvasPixels_p.h"
 #include "platforms/qt/Checkerboard_p.h"
-#include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelAccess.h"
 
@@ -33,7 +32,7 @@ struct CoverAxis {
     std::uint32_t fnGetEnd() const { return m_Covers.back().m_nFirst + m_Covers.back().m_nCount; }
 };
 
-CoverAxis fnMakeAxis(int first, int end, int origin, double zoom, std::uint32_t length) {
+CoverAxis fnMakeCoverAxis(int first, int end, int origin, double zoom, std::uint32_t length) {
     CoverAxis axis;
     axis.m_nFirst = std::max(first, -origin);
     for (int at = axis.m_nFirst; at < end; ++at) {
@@ -144,13 +143,12 @@ QRect fnSampleMeans(const CqImage& image, const SamplePlace& place, const QRect&
                     QImage& canvas) {
     const QRect cut = part & canvas.rect();
     const CoverAxis across =
-        fnMakeAxis(cut.left(), cut.right() + 1, place.m_Origin.x(), place.m_Zoom, image.Width);
-    const CoverAxis down =
-        fnMakeAxis(cut.top(), cut.bottom() + 1, place.m_Origin.y(), place.m_Zoom, image.Height);
+        fnMakeCoverAxis(cut.left(), cut.right() + 1, place.m_Origin.x(), place.m_Zoom, image.Width);
+    const CoverAxis down = fnMakeCoverAxis(cut.top(), cut.bottom() + 1, place.m_Origin.y(),
+                                           place.m_Zoom, image.Height);
     if (across.m_Covers.empty() || down.m_Covers.empty())
         return {};
-    const CqDisplayProperty* display = q32GetDisplayProperty();
-    const bool gamma = display && display->fnIsGammaInEffect();
+    const RowFinish finish(place);
     const std::size_t count = across.m_Covers.size();
     ReducedRows rows(image, across, place.m_bAlpha);
     RowSums sums(count);
@@ -165,9 +163,7 @@ QRect fnSampleMeans(const CqImage& image, const SamplePlace& place, const QRect&
         if (place.m_bAlpha)
             fnLayPremultiplied(out, count, across.m_nFirst + place.m_Origin.x(),
                                line + place.m_Origin.y());
-        if (gamma)
-            display->fnGammaCorrect(reinterpret_cast<unsigned char*>(out),
-                                    static_cast<unsigned>(count), 32);
+        finish.fnRun(out, count);
     }
     return {across.m_nFirst, down.m_nFirst, static_cast<int>(count),
             static_cast<int>(down.m_Covers.size())};

@@ -201,7 +201,7 @@ bool CanvasContext::FillRect(const RECT& rect, int systemColor) {
             return false;
         const QRect part = fnToRect(rect, surface.rect());
         const QPalette colors = QApplication::palette();
-        fnFillPixels(
+        fnFillCanvas(
             surface, part,
             colors.color(systemColor == COLOR_BTNFACE ? QPalette::Button : QPalette::WindowText)
                 .rgb());

@@ -80,6 +80,16 @@ void CqImageView::fnLayOverBoard(QRgb* row, int count, const QPoint& first) cons
         q32::qt::fnLayOverBoard(row, static_cast<std::size_t>(count), place.x(), place.y());
 }
 
+void CqImageView::fnSetColors(ColorConversion conversion) {
+    m_Colors = std::move(conversion);
+    fnForgetAll();
+}
+
+void CqImageView::fnConvertColors(QRgb* row, int count) const {
+    if (m_Colors)
+        m_Colors(row, count);
+}
+
 void CqImageView::fnSetAveraging(bool on) {
     if (std::exchange(m_bAveraging, on) != on)
         fnImageChanged();
@@ -273,6 +283,7 @@ void CqImageView::fnMatchCanvas() {
     // Separate regions, so that a failure to allocate changes nothing.
     QRegion stale;
     QRegion coarse;
+    QRegion missing;
     if (m_CanvasSize != pixels.size()) {
         stale = pixels.rect();
     } else if (!moved.isNull()) {
@@ -280,12 +291,16 @@ void CqImageView::fnMatchCanvas() {
         stale += QRegion(pixels.rect()) - (pixels.rect() & pixels.rect().translated(moved));
         stale &= pixels.rect();
         coarse = m_Coarse.translated(moved) & pixels.rect();
+        missing = m_Missing.translated(moved) & pixels.rect();
         q32::qt::fnScrollPixels(pixels, moved);
+        if (!m_Means.isNull())
+            q32::qt::fnScrollPixels(m_Means, moved);
     } else {
         return;
     }
     m_Stale.swap(stale);
     m_Coarse.swap(coarse);
+    m_Missing.swap(missing);
     m_CanvasSize = pixels.size();
     m_Drawn = origin;
 }
@@ -303,7 +318,7 @@ long long CqImageView::fnDrawNow() {
     }
     const QRgb ground = palette().color(QPalette::Mid).rgb();
     for (const QRect& rect : around)
-        q32::qt::fnFillPixels(pixels, rect, ground);
+        q32::qt::fnFillCanvas(pixels, rect, ground);
     long long count = 0;
     for (const QRect& rect : std::exchange(m_Stale, QRegion()))
         count += static_cast<long long>(rect.width()) * rect.height();

@@ -3,11 +3,13 @@
 #include "q32Base/framework/Values.h"
 #include "q32Base/platform/Export.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <QAbstractScrollArea>
 #include <QBasicTimer>
 #include <QCursor>
+#include <QImage>
 #include <QPoint>
 #include <QPointF>
 #include <QRegion>
@@ -30,8 +32,9 @@ class Overview;
 /// Each pixel of the screen shows the nearest neighbour in the image; below a zoom of 1/4, the mean
 /// of the pixels around it: when the event loop is idle, reduced copies of the visible tiles are
 /// made, up to 128 MiB of them, and the view is redrawn from these. With `fnSetAveraging`, each
-/// pixel at zooms from 1/4 to below 1 is the mean of the area of the image that it covers: what
-/// takes longer than a frame is drawn from nearest neighbours first and then replaced.
+/// pixel at zooms from 1/4 to below 1 is the mean of the area of the image that it covers. What
+/// takes longer than a frame is drawn from nearest neighbours first, all of it, and replaced at
+/// once when all its means are there.
 ///
 /// Zoom is in screen pixels per image pixel, so that 1 is sharp on any display. The wheel zooms;
 /// with the Shift or Alt key it scrolls. The middle button drags the picture, and so does the left
@@ -83,6 +86,14 @@ public:
     /// on and the image has 32 bits. For hosts that draw over the picture.
     /// @param first  the screen pixel of the first one, from the view's top left corner
     void fnLayOverBoard(QRgb* row, int count, const QPoint& first) const;
+    /// Converts a row of pixels from the colours of the image to those of the screen, as a colour
+    /// profile says. Called while painting, on the GUI thread; must not throw.
+    using ColorConversion = std::function<void(QRgb* row, int count)>;
+    /// Sets the conversion of everything that the view shows, ahead of gamma; empty for none, as
+    /// initially. Everything is redrawn. May throw std::bad_alloc.
+    void fnSetColors(ColorConversion conversion);
+    /// Converts pixels as this view shows them, before gamma. For hosts that draw over the picture.
+    void fnConvertColors(QRgb* row, int count) const;
     /// Whether pixels at zooms between 1/4 and 1 are means; false initially.
     void fnSetAveraging(bool on);
     bool fnIsAveraging() const { return m_bAveraging; }
@@ -157,7 +168,12 @@ private:
     Q32_LOCAL bool fnMakeCells();
     Q32_LOCAL bool fnShowsMeans() const;
     Q32_LOCAL void fnDrawStale(QRegion& around);
+    Q32_LOCAL double fnCountPixels(const QRect& part) const;
+    Q32_LOCAL void fnNoteRate(double pixels, qint64 milliseconds);
+    Q32_LOCAL bool fnDrawMeans(QRegion& around);
     Q32_LOCAL bool fnRefineMeans();
+    Q32_LOCAL void fnShowMeans();
+    Q32_LOCAL void fnUpdatePixels(const QRect& pixels);
 
     CqQtCanvas* m_pCanvas; ///< the viewport
     CqImage* m_pImage = nullptr;
@@ -167,9 +183,13 @@ private:
     bool m_bTransparency = false;
     bool m_bAveraging = false;
     std::unique_ptr<q32::qt::Overview> m_pOverview;
-    QBasicTimer m_Idle; ///< runs while cells of the overview are to be made
-    QRegion m_Stale;    ///< pixels of the canvas that are not drawn yet
-    QRegion m_Coarse;   ///< those drawn from nearest neighbours that are to become means
+    QBasicTimer m_Idle;      ///< runs while cells of the overview are to be made
+    QRegion m_Stale;         ///< pixels of the canvas that are not drawn yet
+    QRegion m_Coarse;        ///< those drawn from nearest neighbours that are to become means
+    QRegion m_Missing;       ///< those of them whose means aren't computed yet
+    QImage m_Means;          ///< of the canvas's size; the means computed so far of coarse pixels
+    double m_MeansPerMs = 0; ///< pixels of the image; 0: not measured yet
+    ColorConversion m_Colors;
     QSize m_CanvasSize; ///< for which the stale region was computed
     QPoint m_Drawn;     ///< origin at which the canvas was drawn
     int m_nWheel = 0;   ///< wheel movement of an incomplete step

@@ -4,6 +4,8 @@
 #include <QMetaObject>
 #include <QTimer>
 
+namespace q32::qt {
+
 void HeldMemoryTimer::fnStart() {
     QCoreApplication* const application = QCoreApplication::instance();
     if (!application || m_bRuns.exchange(true))
@@ -32,3 +34,5 @@ void HeldMemoryTimer::fnRelease(const std::shared_ptr<void>& running) {
     if (next.count() != 0 && !m_bRuns.exchange(true))
         fnRunAfter(next, running);
 }
+
+} // namespace q32::qt

@@ -6,6 +6,8 @@
 #include <chrono>
 #include <memory>
 
+namespace q32::qt {
+
 /// Releases memory held back once it has a certain age, by a timer in the application's thread.
 /// Without an application object nothing happens.
 class HeldMemoryTimer : public std::enable_shared_from_this<HeldMemoryTimer> {
@@ -26,3 +28,5 @@ private:
     std::weak_ptr<CqMemoryService> m_pMemory;
     std::atomic<bool> m_bRuns = false;
 };
+
+} // namespace q32::qt

@@ -7,6 +7,7 @@
 #include "q32Base/image/CqImage.h"
 
 #include <algorithm>
+#include <new>
 #include <QElapsedTimer>
 #include <QTimerEvent>
 
@@ -63,49 +64,113 @@ bool CqImageView::fnShowsMeans() const {
            m_pOverview->fnGetShift(m_Zoom) == 0;
 }
 
-void CqImageView::fnDrawStale(QRegion& around) {
-    QImage& pixels = m_pCanvas->fnGetPixels();
-    const q32::qt::SamplePlace place{m_Drawn, m_Zoom, fnHasAlpha(), m_bAveraging};
-    const bool means = fnShowsMeans();
+/// Pixels of the image under a part of the canvas.
+double CqImageView::fnCountPixels(const QRect& part) const {
+    return static_cast<double>(part.width()) * part.height() / (m_Zoom * m_Zoom);
+}
+
+/// Notes how fast means are computed, for times that can be measured.
+void CqImageView::fnNoteRate(double pixels, qint64 milliseconds) {
+    constexpr qint64 kLeast = 4;
+    if (milliseconds >= kLeast)
+        m_MeansPerMs = pixels / static_cast<double>(milliseconds);
+}
+
+/// Draws everything stale as means, if that can be done within a frame. False if it can't: some of
+/// it may be drawn then.
+bool CqImageView::fnDrawMeans(QRegion& around) {
+    const q32::qt::SamplePlace place{m_Drawn, m_Zoom, fnHasAlpha(), m_bAveraging, &m_Colors};
+    double pixels = 0;
+    for (const QRect& rect : m_Stale)
+        pixels += fnCountPixels(rect);
+    if (m_MeansPerMs > 0 && pixels > m_MeansPerMs * kMaxPaintTime)
+        return false;
     QElapsedTimer timer;
     timer.start();
+    QRegion drawn;
+    double done = 0;
+    bool inTime = true;
     for (const QRect& rect : m_Stale) {
-        int top = rect.top();
-        for (; means && top <= rect.bottom() && timer.elapsed() < kMaxPaintTime; top += kBand) {
+        for (int top = rect.top(); inTime && top <= rect.bottom(); top += kBand) {
             const QRect band = rect & QRect(rect.left(), top, rect.width(), kBand);
-            around -= q32::qt::fnSampleMeans(*m_pImage, place, band, pixels);
-            m_Coarse -= band;
+            drawn += q32::qt::fnSampleMeans(*m_pImage, place, band, m_pCanvas->fnGetPixels());
+            done += fnCountPixels(band);
+            inTime = timer.elapsed() < kMaxPaintTime;
         }
-        if (top > rect.bottom())
-            continue;
-        const QRect rest(QPoint(rect.left(), top), rect.bottomRight());
-        const QRect drawn =
-            q32::qt::fnSampleTiles(*m_pImage, m_pOverview.get(), place, rest, pixels);
-        around -= drawn;
-        if (means)
-            m_Coarse += drawn;
     }
+    fnNoteRate(done, timer.elapsed());
+    if (!inTime)
+        return false;
+    around -= drawn;
+    m_Coarse -= m_Stale;
+    m_Missing -= m_Stale;
+    return true;
+}
+
+void CqImageView::fnDrawStale(QRegion& around) {
+    const bool means = fnShowsMeans();
+    if (means && fnDrawMeans(around))
+        return;
+    const q32::qt::SamplePlace place{m_Drawn, m_Zoom, fnHasAlpha(), m_bAveraging, &m_Colors};
+    for (const QRect& rect : m_Stale) {
+        const QRect drawn = q32::qt::fnSampleTiles(*m_pImage, m_pOverview.get(), place, rect,
+                                                   m_pCanvas->fnGetPixels());
+        around -= drawn;
+        if (!means)
+            continue;
+        m_Coarse += drawn;
+        m_Missing += drawn;
+    }
+}
+
+void CqImageView::fnUpdatePixels(const QRect& pixels) {
+    const double scale = m_pCanvas->devicePixelRatioF();
+    m_pCanvas->update(QRectF(pixels.x() / scale, pixels.y() / scale, pixels.width() / scale,
+                             pixels.height() / scale)
+                          .toAlignedRect());
+}
+
+/// Replaces all coarse pixels by their means.
+void CqImageView::fnShowMeans() {
+    QImage& pixels = m_pCanvas->fnGetPixels();
+    for (const QRect& rect : m_Coarse) {
+        for (int y = rect.top(); y <= rect.bottom(); ++y)
+            std::copy_n(reinterpret_cast<const QRgb*>(m_Means.constScanLine(y)) + rect.left(),
+                        rect.width(), reinterpret_cast<QRgb*>(pixels.scanLine(y)) + rect.left());
+        fnUpdatePixels(rect);
+    }
+    m_Coarse = QRegion();
+    m_Means = QImage();
 }
 
 bool CqImageView::fnRefineMeans() {
     if (!fnHasPicture() || !isVisible() || !fnShowsMeans()) {
-        m_Coarse = QRegion();
+        m_Coarse = m_Missing = QRegion();
+        m_Means = QImage();
         return false;
     }
     fnMatchCanvas();
-    const q32::qt::SamplePlace place{m_Drawn, m_Zoom, fnHasAlpha(), m_bAveraging};
-    const double scale = m_pCanvas->devicePixelRatioF();
+    const QImage& pixels = m_pCanvas->fnGetPixels();
+    if (m_Means.size() != pixels.size()) {
+        m_Means = QImage(pixels.size(), pixels.format());
+        if (m_Means.isNull())
+            throw std::bad_alloc();
+        m_Missing = m_Coarse;
+    }
+    const q32::qt::SamplePlace place{m_Drawn, m_Zoom, fnHasAlpha(), m_bAveraging, &m_Colors};
     QElapsedTimer timer;
     timer.start();
-    while (!m_Coarse.isEmpty() && timer.elapsed() < kMaxTime) {
-        const QRect rect = *m_Coarse.begin();
+    double done = 0;
+    while (!m_Missing.isEmpty() && timer.elapsed() < kMaxTime) {
+        const QRect rect = *m_Missing.begin();
         const QRect band = rect & QRect(rect.left(), rect.top(), rect.width(), kBand);
-        q32::qt::fnSampleMeans(*m_pImage, place, band, m_pCanvas->fnGetPixels());
-        m_Coarse -= band;
-        m_pCanvas->update(
-            QRectF(band.x() / scale, band.y() / scale, band.width() / scale, band.height() / scale)
-                .toAlignedRect());
+        q32::qt::fnSampleMeans(*m_pImage, place, band, m_Means);
+        m_Missing -= band;
+        done += fnCountPixels(band);
     }
+    fnNoteRate(done, timer.elapsed());
+    if (m_Missing.isEmpty())
+        fnShowMeans();
     return !m_Coarse.isEmpty();
 }
 

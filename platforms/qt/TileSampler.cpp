@@ -27,7 +27,7 @@ struct Span {
 };
 
 /// The image column or row under each one of a part, and the cell boundaries.
-struct SampledAxis {
+struct CellAxis {
     std::vector<std::uint32_t> m_Index;
     std::vector<std::uint32_t> m_Pairs; ///< the same, with each odd entry equal to the one before
     std::vector<Span> m_Spans;          ///< offsets into m_Index, one span per cell
@@ -39,9 +39,9 @@ struct SampledAxis {
 };
 
 /// @param keepsOne  even an image of less than half a canvas pixel has one
-SampledAxis fnMakeAxis(int first, int end, int origin, double zoom, std::uint32_t length,
-                       bool keepsOne) {
-    SampledAxis axis;
+CellAxis fnMakeCellAxis(int first, int end, int origin, double zoom, std::uint32_t length,
+                        bool keepsOne) {
+    CellAxis axis;
     while (first < end && fnSampleIndex(first, origin, zoom) < 0)
         ++first;
     axis.m_nFirst = first;
@@ -115,32 +115,42 @@ private:
     std::uint32_t m_nRow = 0;
 };
 
-/// Takes rows of pixels through the gamma; equal ones once.
-void fnCorrect(const CqDisplayProperty& display, std::span<const std::uint32_t> rows,
-               std::size_t count, std::uint32_t* out, std::size_t stride) {
+/// Finishes rows of pixels; equal ones once.
+void fnCorrect(const RowFinish& finish, std::span<const std::uint32_t> rows, std::size_t count,
+               std::uint32_t* out, std::size_t stride) {
     for (std::size_t y = 0; y < rows.size(); ++y, out += stride) {
         if (y > 0 && rows[y] == rows[y - 1])
             std::memcpy(out, out - stride, count * 4);
         else
-            display.fnGammaCorrect(reinterpret_cast<unsigned char*>(out),
-                                   static_cast<unsigned>(count), 32);
+            finish.fnRun(out, count);
     }
 }
 
-/// Lays rows of pixels with alpha over the checkerboard, and takes them through the gamma.
-/// @param place    of the first pixel on the scaled picture
-/// @param display  null: no gamma
+/// Lays rows of pixels with alpha over the checkerboard, and finishes them.
+/// @param place  of the first pixel on the scaled picture
 void fnLayOut(const QPoint& place, std::size_t rows, std::size_t count, std::uint32_t* out,
-              std::size_t stride, const CqDisplayProperty* display) {
+              std::size_t stride, const RowFinish& finish) {
     for (std::size_t y = 0; y < rows; ++y, out += stride) {
         fnLayOverBoard(out, count, place.x(), place.y() + static_cast<int>(y));
-        if (display)
-            display->fnGammaCorrect(reinterpret_cast<unsigned char*>(out),
-                                    static_cast<unsigned>(count), 32);
+        finish.fnRun(out, count);
     }
 }
 
 } // namespace
+
+RowFinish::RowFinish(const SamplePlace& place)
+    : m_pColors(place.m_pColors && *place.m_pColors ? place.m_pColors : nullptr) {
+    const CqDisplayProperty* display = q32GetDisplayProperty();
+    m_pGamma = display && display->fnIsGammaInEffect() ? display : nullptr;
+}
+
+void RowFinish::fnRun(std::uint32_t* row, std::size_t count) const {
+    if (m_pColors)
+        (*m_pColors)(reinterpret_cast<QRgb*>(row), static_cast<int>(count));
+    if (m_pGamma)
+        m_pGamma->fnGammaCorrect(reinterpret_cast<unsigned char*>(row),
+                                 static_cast<unsigned>(count), 32);
+}
 
 long long fnSampleIndex(int pixel, int origin, double zoom) {
     // The half samples at the centre of the screen pixel.
@@ -152,12 +162,11 @@ QRect fnSampleTiles(const CqImage& image, const Overview* overview, const Sample
     const QRect cut = part & canvas.rect();
     if (cut.isEmpty())
         return {};
-    const SampledAxis across = fnMakeAxis(cut.left(), cut.right() + 1, place.m_Origin.x(),
-                                          place.m_Zoom, image.Width, place.m_bKeepsOne);
-    const SampledAxis down = fnMakeAxis(cut.top(), cut.bottom() + 1, place.m_Origin.y(),
-                                        place.m_Zoom, image.Height, place.m_bKeepsOne);
-    const CqDisplayProperty* display = q32GetDisplayProperty();
-    const bool gamma = display && display->fnIsGammaInEffect();
+    const CellAxis across = fnMakeCellAxis(cut.left(), cut.right() + 1, place.m_Origin.x(),
+                                           place.m_Zoom, image.Width, place.m_bKeepsOne);
+    const CellAxis down = fnMakeCellAxis(cut.top(), cut.bottom() + 1, place.m_Origin.y(),
+                                         place.m_Zoom, image.Height, place.m_bKeepsOne);
+    const RowFinish finish(place);
     const auto stride = static_cast<std::size_t>(canvas.bytesPerLine()) / 4;
     auto* corner = reinterpret_cast<std::uint32_t*>(canvas.bits()) +
                    static_cast<std::size_t>(down.m_nFirst) * stride + across.m_nFirst;
@@ -181,10 +190,9 @@ QRect fnSampleTiles(const CqImage& image, const Overview* overview, const Sample
                     QPoint(across.m_nFirst + static_cast<int>(columns.m_nFirst) +
                                place.m_Origin.x(),
                            down.m_nFirst + static_cast<int>(rows.m_nFirst) + place.m_Origin.y()),
-                    listedRows.size(), columns.fnGetCount(), out, stride,
-                    gamma ? display : nullptr);
-            else if (gamma)
-                fnCorrect(*display, listedRows, columns.fnGetCount(), out, stride);
+                    listedRows.size(), columns.fnGetCount(), out, stride, finish);
+            else if (finish.fnIsNeeded())
+                fnCorrect(finish, listedRows, columns.fnGetCount(), out, stride);
         }
     }
     return {across.m_nFirst, down.m_nFirst, static_cast<int>(across.m_Index.size()),
@@ -205,7 +213,7 @@ void fnScrollPixels(QImage& canvas, const QPoint& by) {
     }
 }
 
-void fnFillPixels(QImage& canvas, const QRect& part, QRgb color) {
+void fnFillCanvas(QImage& canvas, const QRect& part, QRgb color) {
     for (int y = part.top(); y <= part.bottom(); ++y)
         std::fill_n(reinterpret_cast<QRgb*>(canvas.scanLine(y)) + part.left(), part.width(),
                     color | kOpaque);

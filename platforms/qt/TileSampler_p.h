@@ -1,10 +1,14 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <QImage>
 #include <QPoint>
 #include <QRect>
 #include <QRgb>
 
+class CqDisplayProperty;
 class CqImage;
 
 namespace q32::qt {
@@ -19,6 +23,22 @@ struct SamplePlace {
     /// Transparent pixels show a checkerboard; the overview is made for that.
     bool m_bAlpha = false;
     bool m_bKeepsOne = false; ///< an image of less than half a canvas pixel is shown on one
+    /// Converts rows from the image's colours to those of the screen; null or empty: they are the
+    /// same.
+    const std::function<void(QRgb* row, int count)>* m_pColors = nullptr;
+};
+
+/// What happens to rows of pixels after sampling: the conversion of colours, then the library's
+/// gamma, if they are in effect.
+class RowFinish {
+public:
+    explicit RowFinish(const SamplePlace& place);
+    bool fnIsNeeded() const { return m_pColors || m_pGamma; }
+    void fnRun(std::uint32_t* row, std::size_t count) const;
+
+private:
+    const std::function<void(QRgb* row, int count)>* m_pColors;
+    const CqDisplayProperty* m_pGamma;
 };
 
 /// Column or row of the image under a canvas pixel; may lie outside the image.
@@ -37,6 +57,6 @@ QRect fnSampleTiles(const CqImage& image, const Overview* overview, const Sample
 void fnScrollPixels(QImage& canvas, const QPoint& by);
 
 /// Fills a part, which must lie within the canvas, with a colour.
-void fnFillPixels(QImage& canvas, const QRect& part, QRgb color);
+void fnFillCanvas(QImage& canvas, const QRect& part, QRgb color);
 
 } // namespace q32::qt

@@ -11,7 +11,7 @@
 
 CqPlatform q32QtPlatform(const std::shared_ptr<CqQtWindows>& windows, const CqQtOptions& options) {
     const auto codePage = std::make_shared<const q32::posix::CodePage>(options.m_Posix.m_szLocale);
-    const auto timer = std::make_shared<HeldMemoryTimer>();
+    const auto timer = std::make_shared<q32::qt::HeldMemoryTimer>();
     CqPosixOptions posix = options.m_Posix;
     posix.m_MemoryHeld = [timer, hosts = options.m_Posix.m_MemoryHeld] {
         timer->fnStart();

@@ -1,6 +1,7 @@
 #include "platforms/software/DibRows_p.h"
 #include "q32Base/image/DibLayout_p.h"
 #include "q32Base/kernels/Rgb565_p.h"
+#include "q32Base/pixels/Nibbles_p.h"
 
 #include <cstring>
 #include <span>
@@ -46,7 +47,7 @@ void fnDecodeDibRow(unsigned bits, const DibTable& table, const std::uint8_t* ro
         break;
     case 4:
         for (std::size_t x = from; x < from + count; ++x)
-            *out++ = table[row[x / 2] >> (x % 2 == 0 ? 4 : 0) & 15];
+            *out++ = table[fnGetNibble(row, x)];
         break;
     case 8:
         for (std::size_t x = from; x < from + count; ++x)

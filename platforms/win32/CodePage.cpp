@@ -45,7 +45,7 @@ std::size_t CodePage::fnCountUnfinished(std::string_view text) const {
         }
         return 0;
     }
-    // A second byte may look like a first one: only from the beginning are they told apart.
+    // A second byte may look like a first one: only a scan from the beginning tells which it is.
     std::size_t at = 0;
     while (at + 1 < text.size())
         at += fnGetCharBytes(text.data() + at, text.size() - at);

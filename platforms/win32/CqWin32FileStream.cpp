@@ -20,58 +20,15 @@ std::unique_ptr<CqFileStream> CqWin32FileStream::fnOpen(const wchar_t* path, con
                                               : OPEN_ALWAYS;
     Handle file = fnOpenFile(path, access, mode.m_bExclusive ? kShareNone : kShareUse, disposition);
     const bool open = file && (!mode.m_bCreate || mode.m_bNew || fnSetEnd(file, 0));
-    cause = open ? FILE_CAUSE_NONE : fnFileCause(::GetLastError());
+    cause = open ? FILE_CAUSE_NONE : fnLastCause();
     if (!open)
         return nullptr;
     stream->m_File = std::move(file);
     return stream;
 }
 
-CqWin32FileStream::CqWin32FileStream(Handle file, const CqFileMode& mode)
-    : m_File(std::move(file)), m_Mode(mode) {}
-
-CQ_FILE_CAUSE CqWin32FileStream::fnRead(void* buffer, std::size_t count, std::size_t& done) {
-    done = 0;
-    if (!m_File)
-        return FILE_CAUSE_INVALID;
-    if (!m_Mode.m_bRead)
-        return FILE_CAUSE_ACCESS_DENIED;
-    const auto got = fnReadAt(m_File, buffer, count, m_nPosition);
-    if (!got)
-        return fnFileCause(::GetLastError());
-    done = *got;
-    m_nPosition += done;
-    return FILE_CAUSE_NONE;
-}
-
-CQ_FILE_CAUSE CqWin32FileStream::fnWrite(const void* buffer, std::size_t count) {
-    if (!m_File)
-        return FILE_CAUSE_INVALID;
-    if (!m_Mode.m_bWrite)
-        return FILE_CAUSE_ACCESS_DENIED;
-    if (!fnWriteAt(m_File, buffer, count, m_nPosition))
-        return fnFileCause(::GetLastError());
-    m_nPosition += count;
-    return FILE_CAUSE_NONE;
-}
-
-CQ_FILE_CAUSE CqWin32FileStream::fnSeek(std::uint64_t position) {
-    if (!m_File)
-        return FILE_CAUSE_INVALID;
-    if (position > static_cast<std::uint64_t>(INT64_MAX))
-        return FILE_CAUSE_BAD_SEEK;
-    m_nPosition = position;
-    return FILE_CAUSE_NONE;
-}
-
 CQ_FILE_CAUSE CqWin32FileStream::fnGetLength(std::uint64_t& length) {
     if (!m_File)
         return FILE_CAUSE_INVALID;
-    return fnGetSize(m_File, length) ? FILE_CAUSE_NONE : fnFileCause(::GetLastError());
-}
-
-CQ_FILE_CAUSE CqWin32FileStream::fnClose() {
-    if (!m_File)
-        return FILE_CAUSE_INVALID;
-    return m_File.fnClose() ? FILE_CAUSE_NONE : fnFileCause(::GetLastError());
+    return fnGetSize(m_File, length) ? FILE_CAUSE_NONE : fnLastCause();
 }

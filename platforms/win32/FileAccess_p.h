@@ -20,6 +20,10 @@ inline constexpr DWORD kShareUse = FILE_SHARE_READ | FILE_SHARE_WRITE;
 
 /// The library's cause for an error of the system.
 CQ_FILE_CAUSE fnFileCause(DWORD error);
+/// The same for the error of the last call of the system.
+inline CQ_FILE_CAUSE fnLastCause() {
+    return fnFileCause(::GetLastError());
+}
 
 /// Opens a file of a disk. Anything else, such as a directory or a device, gives
 /// ERROR_ACCESS_DENIED.

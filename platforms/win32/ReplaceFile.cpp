@@ -30,9 +30,9 @@ bool fnHasNoPermissions(DWORD error) {
 
 /// Gives a file the access list of another one, with or without entries of its directory.
 bool fnCopyAccess(const Handle& from, const Handle& to) {
-    struct Descriptor {
+    struct SecurityDescriptor {
         PSECURITY_DESCRIPTOR m_pBlock = nullptr;
-        ~Descriptor() { ::LocalFree(m_pBlock); }
+        ~SecurityDescriptor() { ::LocalFree(m_pBlock); }
     } old;
     ACL* list = nullptr;
     DWORD error = ::GetSecurityInfo(from.fnGet(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION,

@@ -1,5 +1,6 @@
 #include "q32Base/display/CqDisplayProperty.h"
 
+#include "q32Base/display/CqDisplayProperty_p.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/DibLayout_p.h"
@@ -13,6 +14,8 @@
 #include <optional>
 
 namespace {
+
+CqDisplayProperty* theDisplay = nullptr; ///< in force
 
 constexpr unsigned int kColors666 = 216;
 constexpr unsigned int kLevelStep = 51; ///< between the six levels of a component
@@ -256,4 +259,12 @@ void CqDisplayProperty::fnHiColorDither(BITMAPINFOHEADER* pDib, unsigned long nP
     for (LONG row = pDib->biHeight; row-- > 0; nY = fnNextRow(nY))
         fnHiColorDither(pixels + static_cast<std::size_t>(pitch) * static_cast<std::size_t>(row),
                         static_cast<unsigned int>(pDib->biWidth), pDib->biBitCount, nX, nY);
+}
+
+CqDisplayProperty* q32GetDisplayProperty() {
+    return theDisplay;
+}
+
+void q32::fnSetDisplayProperty(CqDisplayProperty* display) {
+    theDisplay = display;
 }

@@ -97,6 +97,24 @@ void fnConvertRows(const SourceRows& rows, std::uint32_t deviceBits, unsigned ch
     kConversions[source][target](rows, top, stride);
 }
 
+namespace {
+
+/// The same, and gamma correction, row by row: each is still in the cache.
+void fnConvertAndCorrect(const SourceRows& rows, std::uint32_t deviceBits, unsigned char* top,
+                         std::size_t stride) {
+    const CqDisplayProperty& display = *q32GetDisplayProperty();
+    SourceRows row = rows;
+    row.m_nHeight = 1;
+    for (int done = 0; done < rows.m_nHeight; ++done) {
+        fnConvertRows(row, deviceBits, top, stride);
+        display.fnGammaCorrect(top, static_cast<unsigned int>(rows.m_nWidth), deviceBits);
+        row.m_pPixels += rows.m_nRowBytes;
+        top -= stride;
+    }
+}
+
+} // namespace
+
 int fnDrawRows(CDC* dc, int x, int y, BITMAPINFOHEADER& dib, const SourceRows& rows) {
     assert(rows.m_nWidth > 0 && rows.m_nHeight > 0);
     dib.biWidth = rows.m_nWidth;
@@ -105,10 +123,11 @@ int fnDrawRows(CDC* dc, int x, int y, BITMAPINFOHEADER& dib, const SourceRows& r
         fnDibStride(static_cast<std::uint32_t>(rows.m_nWidth), dib.biBitCount));
     const std::size_t above = std::size_t{stride} * static_cast<std::size_t>(rows.m_nHeight - 1);
     const CqDisplayProperty& display = *q32GetDisplayProperty();
-    fnConvertRows(rows, dib.biBitCount, fnDibPixels(&dib) + above, stride);
+    if (dib.biBitCount > 8 && display.fnIsGammaInEffect())
+        fnConvertAndCorrect(rows, dib.biBitCount, fnDibPixels(&dib) + above, stride);
+    else
+        fnConvertRows(rows, dib.biBitCount, fnDibPixels(&dib) + above, stride);
     fnClearPadding(dib);
-    if (dib.biBitCount > 8)
-        display.fnGammaCorrect(&dib, stride);
     if (display.fnIsHiColorDisplay())
         display.fnHiColorDither(&dib, stride, rows.m_nX, rows.m_nY);
     return fnPutRows(dc, x, y, dib);

@@ -4,6 +4,7 @@
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/platform/Checked_p.h"
 
 #include <algorithm>
 #include <cassert>
@@ -63,6 +64,7 @@ bool fnDrawTiles(CqTileMap& map, CqImageTile& tile, CDC* dc, const CPoint& place
 } // namespace
 
 void CqImage::fnDrawInit(double, const CRect& view, CWnd* window) {
+    q32::fnRequirePixels("CqImage::fnDrawInit", TileMap);
     CqTileMap& map = *TileMap;
     map.ZoomMode = ZOOM_FIT;
     map.ViewRect = view;
@@ -78,6 +80,7 @@ void CqImage::fnDrawInit(double, const CRect& view, CWnd* window) {
 
 void CqImage::fnDrawInit(unsigned int factor, bool shrink, const CRect& view, const CPoint& origin,
                          CWnd* window) {
+    q32::fnRequirePixels("CqImage::fnDrawInit", TileMap);
     CqTileMap& map = *TileMap;
     map.Zoom = factor;
     map.ZoomMode = shrink ? ZOOM_SHRINK : ZOOM_INFLATE;
@@ -94,6 +97,7 @@ void CqImage::fnDrawInit(unsigned int factor, bool shrink, const CRect& view, co
 
 bool CqImage::fnDraw(CDC* dc, const CRect& destination, int x, int y, bool noGamma,
                      bool background) {
+    q32::fnRequirePixels("CqImage::fnDraw", TileMap);
     if (destination.Width() < 1 || destination.Height() < 1 ||
         !q32::fnEnsureDrawBuffers(*TileMap) || !q32::fnSelectDrawPalette(*TileMap, dc, background))
         return false;

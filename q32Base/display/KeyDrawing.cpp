@@ -7,6 +7,7 @@
 #include "q32Base/image/CqMask.h"
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/platform/Checked_p.h"
 
 #include <algorithm>
 #include <cstring>
@@ -85,8 +86,8 @@ bool fnDrawRow(CDC* dc, CqImageLine& line, const unsigned char* keys, int count,
 }
 
 /// Draws row by row. Pixels outside the mask count as key.
-bool fnDrawRows(CqImage& image, CDC* dc, const CqMergeParam& param, const KeyScan& scan,
-                const KeyPart& part) {
+bool fnDrawKeyRows(CqImage& image, CDC* dc, const CqMergeParam& param, const KeyScan& scan,
+                   const KeyPart& part) {
     CqImage* mask = param.m_eType == MERGE_MASK ? param.m_pMask : nullptr;
     CqImageLine line;
     CqImageLine maskLine;
@@ -114,6 +115,7 @@ bool fnDrawRows(CqImage& image, CDC* dc, const CqMergeParam& param, const KeySca
 
 bool CqImage::fnKeyDraw(CDC* dc, const CRect& destination, int x, int y, const CqMergeParam& param,
                         bool noGamma, bool background) {
+    q32::fnRequirePixels("CqImage::fnKeyDraw", TileMap);
     if (destination.Width() < 1 || destination.Height() < 1 ||
         !q32::fnEnsureDrawBuffers(*TileMap) || !q32::fnSelectDrawPalette(*TileMap, dc, background))
         return false;
@@ -130,7 +132,7 @@ bool CqImage::fnKeyDraw(CDC* dc, const CRect& destination, int x, int y, const C
             KeyScan scan;
             // A 4-bit image isn't scanned, deliberately: nothing of it is drawn.
             return fnMakeKey(*TileMap, param, scan) &&
-                   (BitCount == 4 || fnDrawRows(*this, dc, param, scan, part));
+                   (BitCount == 4 || fnDrawKeyRows(*this, dc, param, scan, part));
         });
     }
     q32::fnRestorePalette(*TileMap, dc);

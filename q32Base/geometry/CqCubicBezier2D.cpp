@@ -4,6 +4,7 @@
 #include "q32Base/geometry/BezierFlattening_p.h"
 #include "q32Base/geometry/CqPolyline2D.h"
 #include "q32Base/geometry/CurveRoots_p.h"
+#include "q32Base/geometry/PartList_p.h"
 #include "q32Base/geometry/SegmentDrawing_p.h"
 #include "q32Base/image/CqImage.h"
 
@@ -164,30 +165,19 @@ int CqCubicBezier2D::fnIntersectLine(const CqLine2D& line, double& t1, double& t
 }
 
 void CqCubicBezier2D::fnTessellate(CqPolyline2D& polyline, double tolerance) const {
-    // The lists grow by half here, and by their own rule for all later additions.
-    constexpr int kFirstGrowth = 64;
-    struct Growth {
-        CqPolyline2D& m_Polyline;
-        int m_nNext = kFirstGrowth;
-
-        explicit Growth(CqPolyline2D& list) : m_Polyline(list) { list.fnSetGrowth(kFirstGrowth); }
-        ~Growth() { m_Polyline.fnSetGrowth(0); }
-    };
     const CqCubicBezier2D curve(*this);
     polyline.fnRemoveAll();
-    Growth growth(polyline);
     q32::PartCount parts;
-    int count = 0;
+    CqPolyline2D::PartList list(polyline);
     q32::fnFlatten(curve.m_Points, q32::FlatnessTest(curve.m_Points, tolerance),
                    [&](const Points& part, double tLow, double tHigh) {
-                       parts.fnAdd();
-                       if (++count == growth.m_nNext) {
-                           polyline.fnSetGrowth(count / 2);
-                           growth.m_nNext += count / 2;
+                       if (!parts.fnTryAdd()) {
+                           list.fnFlush();
+                           AfxThrowMemoryException();
                        }
-                       polyline.fnAddLine(part[0], part[3]);
-                       polyline.fnAddParam(0, tLow, tHigh);
+                       list.fnAdd(part[0], part[3], tLow, tHigh);
                    });
+    list.fnFlush();
 }
 
 void CqCubicBezier2D::fnRasterize(CqImage& image, const CqColor& color) {
@@ -198,6 +188,7 @@ void CqCubicBezier2D::fnRasterize(CqImage& image, const CqColor& color) {
                        parts.fnAdd();
                        q32::fnDrawSegment(line, part[0], part[3]);
                    });
+    line.fnRequirePixels();
 }
 
 void CqCubicBezier2D::fnSerialize(CArchive& ar) {

@@ -77,7 +77,8 @@ struct Q32_API CqCubicBezier2D {
     void fnTessellate(CqPolyline2D& polyline, double tolerance) const;
     /// Draws the curve one pixel wide, as lines with a flatness of half a pixel, by the rules of
     /// `CqLine2D::fnRasterize`. The thickness is ignored. Parts that can't touch the image count as
-    /// few. Raises CMemoryException beyond the limit of parts, with the curve drawn up to there.
+    /// few. Raises CMemoryException beyond the limit of parts, with the curve drawn up to there,
+    /// and for lost pixels of the image, with all of it drawn.
     void fnRasterize(CqImage& image, const CqColor& color);
 
     /// Saves or loads the control points: eight doubles, x and y of each. Loading computes the box

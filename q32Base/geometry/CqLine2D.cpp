@@ -38,5 +38,7 @@ bool CqLine2D::fnIntersectLine(const CqLine2D& other, double& t, CqPoint2D* hit)
 }
 
 void CqLine2D::fnRasterize(CqImage& image, const CqColor& color) {
-    q32::fnDrawSegment(q32::DigitalLine(image, color), m_Start, m_End);
+    const q32::DigitalLine line(image, color);
+    q32::fnDrawSegment(line, m_Start, m_End);
+    line.fnRequirePixels();
 }

@@ -44,7 +44,8 @@ struct Q32_API CqLine2D {
     /// Draws one pixel per step of the longer axis, both ends included, each as
     /// `CqImage::fnSetPixelColor` writes it. Coordinates are rounded by adding 0.5 and truncating
     /// toward zero, so that -0.6 rounds to 0; they are clamped to 2^30 either way. Pixels outside
-    /// the image are clipped. The image needs storage.
+    /// the image are clipped. Without storage nothing is drawn. Raises CMemoryException for lost
+    /// pixels of the image, once the line is drawn.
     void fnRasterize(CqImage& image, const CqColor& color);
 
     CqPoint2D m_Start;

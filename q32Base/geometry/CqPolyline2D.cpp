@@ -162,12 +162,6 @@ void CqPolyline2D::fnIntersectY(double y, Values& values, Places* where) const {
     fnScan(&CqPoint2D::m_Y, &CqPoint2D::m_X, y, values, where);
 }
 
-void CqPolyline2D::fnSetGrowth(int segments) {
-    m_Vertices.SetSize(m_Vertices.GetSize(), segments);
-    m_Tags.SetSize(m_Tags.GetSize(), segments);
-    m_Params.SetSize(m_Params.GetSize(), 2 * segments);
-}
-
 void CqPolyline2D::fnScan(double CqPoint2D::*along, double CqPoint2D::*other, double value,
                           Values& values, Places* where) const {
     values.RemoveAll();

@@ -96,8 +96,8 @@ protected:
 private:
     friend struct CqCubicBezier2D;
 
-    /// Sets the growth of the lists in segments; 0: the arrays' own rule.
-    Q32_LOCAL void fnSetGrowth(int segments);
+    class PartList;
+
     Q32_LOCAL void fnScan(double CqPoint2D::*along, double CqPoint2D::*other, double value,
                           Values& values, Places* where) const;
 };

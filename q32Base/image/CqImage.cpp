@@ -5,6 +5,7 @@
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/pixels/PixelFormat_p.h"
+#include "q32Base/platform/Checked_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>
@@ -15,6 +16,17 @@
 
 const CRuntimeClass CqImage::classCqImage = {"CqImage", sizeof(CqImage), 0xFFFF, nullptr,
                                              &CObject::classCObject};
+
+namespace {
+
+/// In the checked variant, stops for an image without storage, and for a pixel outside of it.
+void fnRequireInside(const char* call, const CqImage& image, int x, int y) {
+    q32::fnRequirePixels(call, image.TileMap);
+    q32::fnRequireBelow(call, "x", x, image.Width, "width");
+    q32::fnRequireBelow(call, "y", y, image.Height, "height");
+}
+
+} // namespace
 
 CqImage::CqImage() {
     fnInit();
@@ -53,6 +65,7 @@ const CRuntimeClass* CqImage::GetRuntimeClass() const {
 }
 
 void CqImage::fnInit() {
+    q32::fnRequireAttached("CqImage::CqImage", q32::fnHasPlatform());
     Width = Height = BitCount = BytesPerPixel = RowBytes = PaletteCount = 0;
     TileCount = TilesAcross = TilesDown = 0;
     TitleFlag = 1;
@@ -146,6 +159,7 @@ void CqImage::fnAlloc(unsigned int width, unsigned int height, unsigned int bitC
 
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): deliberate, see the declaration
 CqImage& CqImage::operator=(CqImage& other) {
+    q32::fnRequirePixels("CqImage::operator=", other.TileMap, "the source");
     assert(other.TileMap);
     const CqTileMap& source = *other.TileMap;
     const std::uint32_t count = q32::fnIsIndexed(source.BitCount) ? source.PaletteCount : 0;
@@ -169,6 +183,7 @@ CqImage& CqImage::operator=(CqImage& other) {
 }
 
 void CqImage::fnGetPalette(CPalette& palette) {
+    q32::fnRequirePixels("CqImage::fnGetPalette", TileMap);
     if (palette.HasHandle())
         palette.DeleteObject();
     if (!TileMap->fnCreatePalette(palette))
@@ -176,6 +191,7 @@ void CqImage::fnGetPalette(CPalette& palette) {
 }
 
 unsigned int CqImage::fnGetPaletteEntry(unsigned int first, unsigned int count, RGBQUAD* out) {
+    q32::fnRequirePixels("CqImage::fnGetPaletteEntry", TileMap);
     count = TileMap->fnCutPaletteCount(first, count);
     std::copy_n(TileMap->Palette.get() + (count ? first : 0), count, out);
     return count;
@@ -183,10 +199,12 @@ unsigned int CqImage::fnGetPaletteEntry(unsigned int first, unsigned int count, 
 
 unsigned int CqImage::fnSetPaletteEntry(unsigned int first, unsigned int count,
                                         const RGBQUAD* entries) {
+    q32::fnRequirePixels("CqImage::fnSetPaletteEntry", TileMap);
     return TileMap->fnSetPaletteEntry(first, count, entries);
 }
 
 bool CqImage::fnIsGrayScale() const {
+    q32::fnRequirePixels("CqImage::fnIsGrayScale", TileMap);
     return TileMap->GrayScale;
 }
 
@@ -199,6 +217,7 @@ std::uint32_t CqImage::fnCountLosses() const noexcept {
 }
 
 unsigned char* CqImage::fnGetPixelAddr(int x, int y) {
+    fnRequireInside("CqImage::fnGetPixelAddr", *this, x, y);
     const CqTileMap& map = *TileMap;
     const int tileWidth = static_cast<int>(map.TileWidth);
     const int tileHeight = static_cast<int>(map.TileHeight);
@@ -213,26 +232,34 @@ unsigned char* CqImage::fnGetPixelAddr(int x, int y) {
 }
 
 CqColor CqImage::fnGetPixelColor(int x, int y) {
+    fnRequireInside("CqImage::fnGetPixelColor", *this, x, y);
     return q32::fnReadPixel(*TileMap, fnGetPixelAddr(x, y), (x & 1) != 0);
 }
 
 void CqImage::fnSetPixelColor(int x, int y, const CqColor& color) {
+    fnRequireInside("CqImage::fnSetPixelColor", *this, x, y);
     q32::fnWritePixel(*TileMap, fnGetPixelAddr(x, y), (x & 1) != 0, color);
 }
 
 void CqImage::fnAccessTile(unsigned int index, CqImageTile* tile) {
+    q32::fnRequirePixels("CqImage::fnAccessTile", TileMap);
+    q32::fnRequireBelow("CqImage::fnAccessTile", "index", index, TileCount, "number of tiles");
     TileMap->fnAccessTile(index, tile);
 }
 
 void CqImage::fnAccessTile(CPoint& position, CqImageTile* tile) {
+    fnRequireInside("CqImage::fnAccessTile", *this, position.x, position.y);
     TileMap->fnAccessTile(position, tile);
 }
 
 void CqImage::fnAccessLine(unsigned int row, CqImageLine* line, bool readOnly) {
+    q32::fnRequirePixels("CqImage::fnAccessLine", TileMap);
+    q32::fnRequireBelow("CqImage::fnAccessLine", "row", row, Height, "height");
     TileMap->fnAccessLine(row, line, readOnly);
 }
 
 CSize CqImage::fnGetMaxTileSize() const {
+    q32::fnRequirePixels("CqImage::fnGetMaxTileSize", TileMap);
     return {static_cast<LONG>(TileMap->TileWidth), static_cast<LONG>(TileMap->TileHeight)};
 }
 

@@ -116,9 +116,9 @@ public:
     /// How often pixels in the scratch file were lost and became zeros, because its disk could not
     /// supply them any more; 0 for pixels in RAM, and without storage. The operation in which it
     /// happens raises the memory exception at its end, and a reader or writer of pixels returns
-    /// false, once; what is left of the image can still be used. Drawing and the accessors only
-    /// count. Without a platform that survives this (`CqPosixOptions::m_bGuardViews`), the system
-    /// ends the process instead.
+    /// false, once; what is left of the image can still be used. Drawing on the screen, single
+    /// pixels and the accessors only count. Without a platform that survives this
+    /// (`CqPosixOptions::m_bGuardViews`), the system ends the process instead.
     std::uint32_t fnCountLosses() const noexcept;
 
     /// Address of a pixel, which must lie inside the image. At 4 bits an odd x gives the byte after
@@ -236,7 +236,8 @@ public:
                   CqProgressDisplay* progress);
 
     /// Draws a line one pixel wide by Bresenham's algorithm. Points outside the image are skipped,
-    /// even if both ends are the same point. The last argument isn't read.
+    /// even if both ends are the same point. The last argument isn't read. Raises the memory
+    /// exception for lost pixels, once the line is drawn.
     void fnDrawLine(int x0, int y0, int x1, int y1, const CqColor& color, bool reserved);
     /// Sets `region` to the image's area without the pixels of a key colour (red in bits 0 to 7);
     /// at depths other than 8 bits, to the whole area. Raises the memory exception.

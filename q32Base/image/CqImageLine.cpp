@@ -4,6 +4,7 @@
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/platform/Checked_p.h"
 
 #include <algorithm>
 #include <cassert>
@@ -66,6 +67,9 @@ void CqImageLine::fnUnAssociate() {
 }
 
 void CqImageLine::fnFillColor(const CqColor& color, unsigned int start, unsigned int count) {
+    q32::fnRequirePlace("CqImageLine::fnFillColor", Row, "CqImage::fnAccessLine");
+    q32::fnRequireBelow("CqImageLine::fnFillColor", "the end", std::int64_t{start} + count - 1,
+                        Width, "width");
     unsigned char* at = LineBuffer + ((std::size_t{start} * BitCount + 7) >> 3);
     unsigned char bytes[4];
     const unsigned int size = q32::fnPackFill(*TileMap, color, bytes);
@@ -78,13 +82,9 @@ void CqImageLine::fnFillColor(const CqColor& color, unsigned int start, unsigned
 }
 
 void CqImageLine::fnReverseLine() {
-    if (Width < 2 || BitCount == 4)
-        return;
-    const std::uint32_t bytes = BitCount >> 3;
-    unsigned char* left = LineBuffer;
-    unsigned char* right = LineBuffer + static_cast<std::size_t>(Width - 1) * bytes;
-    for (std::uint32_t i = 0; i < Width / 2; ++i, left += bytes, right -= bytes)
-        std::swap_ranges(left, left + bytes, right);
+    q32::fnRequirePlace("CqImageLine::fnReverseLine", Row, "CqImage::fnAccessLine");
+    if (BitCount != 4)
+        q32::fnReversePixels(LineBuffer, Width, BitCount >> 3);
 }
 
 void CqImageLine::fnReversePixel(int start, unsigned int count) {
@@ -114,14 +114,20 @@ std::size_t CqImageLine::fnOffset(int x) const {
 }
 
 CqColor CqImageLine::fnGetPixelColor(int x) const {
+    q32::fnRequirePlace("CqImageLine::fnGetPixelColor", Row, "CqImage::fnAccessLine");
+    q32::fnRequireBelow("CqImageLine::fnGetPixelColor", "x", x, Width, "width");
     return q32::fnReadPixel(*TileMap, LineBuffer + fnOffset(x), (x & 1) != 0);
 }
 
 void CqImageLine::fnSetPixelColor(int x, const CqColor& color) {
+    q32::fnRequirePlace("CqImageLine::fnSetPixelColor", Row, "CqImage::fnAccessLine");
+    q32::fnRequireBelow("CqImageLine::fnSetPixelColor", "x", x, Width, "width");
     q32::fnWritePixel(*TileMap, LineBuffer + fnOffset(x), (x & 1) != 0, color);
 }
 
 void CqImageLine::fnStartSegment(int x) {
+    q32::fnRequirePlace("CqImageLine::fnStartSegment", Row, "CqImage::fnAccessLine");
+    q32::fnRequireBelow("CqImageLine::fnStartSegment", "x", x, Width, "width");
     const std::uint32_t column = fnTileOf(x, TileMap->TilesAcross, TileMap->TileWidth);
     const std::uint32_t row = fnTileOf(Row, TileMap->TilesDown, TileMap->TileHeight);
     SegLeft = static_cast<std::int32_t>(column * TileMap->TileWidth);
@@ -145,11 +151,13 @@ void CqImageLine::fnEnterTile(std::uint32_t column) {
 
 void CqImageLine::fnSetPixel(unsigned char red, unsigned char green, unsigned char blue,
                              unsigned char alpha) {
+    q32::fnRequirePlace("CqImageLine::fnSetPixel", Row, "CqImage::fnAccessLine");
     q32::fnWritePixel(*TileMap, SegPixel, (SegX & 1) != 0, CqColor(red, green, blue, alpha));
     fnNextPixel();
 }
 
 void CqImageLine::fnNextPixel() {
+    q32::fnRequirePlace("CqImageLine::fnNextPixel", Row, "CqImage::fnAccessLine");
     ++SegX;
     if (SegX >= static_cast<std::int32_t>(Width))
         return;

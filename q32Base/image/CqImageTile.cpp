@@ -1,6 +1,7 @@
 #include "q32Base/image/CqImageTile.h"
 
 #include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/platform/Checked_p.h"
 
 #include <cassert>
 #include <cstring>
@@ -11,6 +12,8 @@ CqImageTile::~CqImageTile() {
 }
 
 void CqImageTile::fnCopy(CqImageTile& source) {
+    q32::fnRequirePlace("CqImageTile::fnCopy", Index, "CqImage::fnAccessTile");
+    q32::fnRequirePlace("CqImageTile::fnCopy", source.Index, "CqImage::fnAccessTile");
     assert(Pixels && source.Pixels);
     std::memmove(Pixels, source.Pixels, Size);
 }

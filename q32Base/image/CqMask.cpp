@@ -1,7 +1,7 @@
 #include "q32Base/image/CqMask.h"
 
 #include "q32Base/framework/Memory.h"
-#include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/image/PixelBytes_p.h"
 
 const CRuntimeClass CqMask::classCqMask = {"CqMask", sizeof(CqMask), 0xFFFF, nullptr,
                                            &CqImage::classCqImage};
@@ -26,7 +26,7 @@ CqMask& CqMask::operator=(CqMask& other) {
         fnSetBuf(q32::fnNew<CqTileMap>(other.Width, other.Height, 8u, q32GreyRamp, 256u,
                                        q32::BlockContents::ANY));
         if (other.BitCount < 8) // its single tile has fewer bytes than this mask's
-            fnFill(CqColor(), nullptr, false);
+            q32::fnFillAll(*TileMap, CqColor());
         CqImageTile from(true);
         CqImageTile to(true);
         for (std::uint32_t i = 0; i < TileCount && other.BitCount >= 8; ++i) {

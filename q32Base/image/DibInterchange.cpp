@@ -1,5 +1,6 @@
 #include "q32Base/framework/CheckedSize_p.h"
 #include "q32Base/framework/Memory.h"
+#include "q32Base/framework/Parallel_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/DibLayout_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -24,6 +26,7 @@ using q32::kDibMaskBytes;
 using q32::kDibMasks565;
 
 constexpr unsigned int kWholeRow = 0xFFFFFFFFu;
+constexpr double kDibInterchangeByteTime = 0.15; ///< nanoseconds
 
 std::span<const unsigned char> fnBlock(const void* header, std::size_t size) {
     return {static_cast<const unsigned char*>(header), size};
@@ -207,20 +210,23 @@ CqImage::operator BITMAPINFOHEADER*() {
         std::memcpy(bytes + kDibHeaderBytes, kDibMasks565.data(), kDibMaskBytes);
     }
 
-    unsigned char* row = bytes + head + Height * stride;
-    CqImageLine line;
-    for (std::uint32_t y = 0; y < Height; ++y) {
-        row -= stride;
-        fnAccessLine(y, &line, true);
-        if (BitCount == 16)
-            line.fnReversePixel(true, true);
-        else if (BitCount > 16)
-            line.fnReversePixel(0, kWholeRow);
-        std::memcpy(row, line.LineBuffer, RowBytes);
-        if (stride > RowBytes)
-            std::memset(row + RowBytes, 0, stride - RowBytes);
-    }
-    assert(row == bytes + head);
+    // Rows that overlap need their order.
+    const q32::Parallel rows(Height, kDibInterchangeByteTime * RowBytes,
+                             RowBytes <= stride ? q32::Parallel::kAnyBatch : 1);
+    rows.fnRun([&](std::uint32_t, std::uint32_t y, std::uint32_t end) {
+        CqImageLine line;
+        for (; y < end; ++y) {
+            unsigned char* row = bytes + head + (Height - 1 - y) * stride;
+            fnAccessLine(y, &line, true);
+            if (BitCount == 16)
+                line.fnReversePixel(true, true);
+            else if (BitCount > 16)
+                line.fnReversePixel(0, kWholeRow);
+            std::memcpy(row, line.LineBuffer, RowBytes);
+            if (stride > RowBytes)
+                std::memset(row + RowBytes, 0, stride - RowBytes);
+        }
+    });
     TileMap->fnRequirePixels();
     static_cast<void>(owner.release());
     return header;
@@ -230,20 +236,24 @@ void CqImage::fnTransferDib(CqTileMap& map, const DibLayout& layout,
                             std::span<const unsigned char> block) {
     const std::size_t stride = fnDibStride(map.Width, map.BitCount);
     const bool swapOnly = fnIs565(layout);
-    CqImageLine line;
-    for (std::uint32_t y = 0; y < map.Height; ++y) {
-        const std::uint64_t stored = layout.m_bTopDown ? y : map.Height - 1 - y;
-        const std::uint64_t at = layout.m_nPixelsAt + stored * stride;
-        if (at >= block.size())
-            continue; // a row beyond the block stays as it is
-        const std::size_t left = block.size() - static_cast<std::size_t>(at);
-        map.fnAccessLine(y, &line, false);
-        std::memcpy(line.LineBuffer, block.data() + at, std::min<std::size_t>(map.RowBytes, left));
-        if (map.BitCount >= 24)
-            line.fnReversePixel(0, kWholeRow);
-        else if (map.BitCount == 16)
-            line.fnReversePixel(swapOnly, true);
-    }
+    const q32::Parallel rows(map.Height, kDibInterchangeByteTime * map.RowBytes);
+    rows.fnRun([&](std::uint32_t, std::uint32_t y, std::uint32_t end) {
+        CqImageLine line;
+        for (; y < end; ++y) {
+            const std::uint64_t stored = layout.m_bTopDown ? y : map.Height - 1 - y;
+            const std::uint64_t at = layout.m_nPixelsAt + stored * stride;
+            if (at >= block.size())
+                continue; // a row beyond the block stays as it is
+            const std::size_t left = block.size() - static_cast<std::size_t>(at);
+            map.fnAccessLine(y, &line, false);
+            std::memcpy(line.LineBuffer, block.data() + at,
+                        std::min<std::size_t>(map.RowBytes, left));
+            if (map.BitCount >= 24)
+                line.fnReversePixel(0, kWholeRow);
+            else if (map.BitCount == 16)
+                line.fnReversePixel(swapOnly, true);
+        }
+    });
 }
 
 void CqImage::fnDecompressRle4(CqTileMap&, const DibLayout&, std::span<const unsigned char>) {

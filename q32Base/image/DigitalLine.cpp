@@ -1,6 +1,7 @@
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/DigitalLine_p.h"
 #include "q32Base/image/PixelBytes_p.h"
+#include "q32Base/platform/Checked_p.h"
 
 #include <algorithm>
 #include <cassert>
@@ -300,6 +301,11 @@ DigitalLine::DigitalLine(CqImage& image, const CqColor& color) : m_pMap(image.Ti
         fnWritePixel(*m_pMap, m_Pixel, true, color);
 }
 
+void DigitalLine::fnRequirePixels() const {
+    if (m_pMap)
+        m_pMap->fnRequirePixels();
+}
+
 void DigitalLine::fnDraw(std::int32_t x0, std::int32_t y0, std::int32_t x1, std::int32_t y1) const {
     if (!m_pMap)
         return;
@@ -320,3 +326,10 @@ void DigitalLine::fnDraw(std::int32_t x0, std::int32_t y0, std::int32_t x1, std:
 }
 
 } // namespace q32
+
+void CqImage::fnDrawLine(int x0, int y0, int x1, int y1, const CqColor& color, bool) {
+    q32::fnRequirePixels("CqImage::fnDrawLine", TileMap);
+    const q32::DigitalLine line(*this, color);
+    line.fnDraw(x0, y0, x1, y1);
+    line.fnRequirePixels();
+}

@@ -26,6 +26,10 @@ public:
     /// Draws from (x0, y0) to (x1, y1), any two points.
     void fnDraw(std::int32_t x0, std::int32_t y0, std::int32_t x1, std::int32_t y1) const;
 
+    /// Raises the memory exception if pixels of the image's scratch file were lost, once the last
+    /// line is drawn.
+    void fnRequirePixels() const;
+
 private:
     const CqTileMap* m_pMap;
     unsigned char m_Pixel[4] = {}; ///< the stored bytes; at 4 bits the index

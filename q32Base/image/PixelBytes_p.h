@@ -8,6 +8,7 @@
 #include "q32Base/pixels/Nibbles_p.h"
 #include "q32Base/pixels/PixelFormat_p.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -17,6 +18,17 @@ namespace q32 {
 inline void fnFillPixels(unsigned char* target, const unsigned char* pixel, std::size_t size,
                          std::size_t count) {
     fnKernels().fnFill[size - 1](target, count, pixel);
+}
+
+/// Mirrors a row of pixels of `size` bytes each.
+inline void fnReversePixels(unsigned char* row, std::size_t pixels, std::size_t size) {
+    if (size == 1)
+        return std::reverse(row, row + pixels);
+    unsigned char* end = row + pixels * size;
+    for (std::size_t i = 0; i < pixels / 2; ++i, row += size) {
+        end -= size;
+        std::swap_ranges(row, row + size, end);
+    }
 }
 
 inline PixelColor fnPixelColor(const CqColor& color) {
@@ -67,5 +79,10 @@ inline unsigned int fnPackFill(const CqTileMap& map, const CqColor& color,
     bytes[0] = static_cast<unsigned char>(format.m_nBytes != 0 ? index : index << 4 | index);
     return 1;
 }
+
+constexpr double kFillTime = 0.06; ///< nanoseconds for a byte
+
+/// Sets all pixels of an image. Raises the memory exception where pixels of it were lost.
+void fnFillAll(CqTileMap& map, const CqColor& color);
 
 } // namespace q32

@@ -9,7 +9,7 @@
 #include <type_traits>
 
 /// The parts of the table, each a family of kernels. Every part exists for the scalar level and for
-/// AVX2, those of the second list for AVX-512 too.
+/// AVX2, those of the second list for AVX-512 too, and those of the third for AVX-512 instead.
 #define Q32_KERNEL_PARTS(PART)                                                                     \
     PART(ChannelCurves)                                                                            \
     PART(Convolve)                                                                                 \
@@ -30,19 +30,27 @@
 #define Q32_AVX512_KERNEL_PARTS(PART)                                                              \
     PART(ChannelCurves)                                                                            \
     PART(PixelFormat)                                                                              \
-    PART(ToneCurve)
+    PART(Rotate)                                                                                   \
+    PART(ToneCurve)                                                                                \
+    PART(Zoom)
+#define Q32_WIDE_KERNEL_PARTS(PART)                                                                \
+    PART(ConvolveQuads)                                                                            \
+    PART(RowsToQuads)
 
 namespace q32 {
 
 /// `fnUseScalarFill`, `fnUseAvx2Fill` and so on: each puts the kernels of one part and one
 /// instruction set into the table, and leaves the others alone.
-#define Q32_DECLARE_PART(part)                                                                     \
-    void fnUseScalar##part(Kernels& table);                                                        \
-    void fnUseAvx2##part(Kernels& table);
+#define Q32_DECLARE_SCALAR_PART(part) void fnUseScalar##part(Kernels& table);
+#define Q32_DECLARE_AVX2_PART(part) void fnUseAvx2##part(Kernels& table);
 #define Q32_DECLARE_AVX512_PART(part) void fnUseAvx512##part(Kernels& table);
-Q32_KERNEL_PARTS(Q32_DECLARE_PART)
+Q32_KERNEL_PARTS(Q32_DECLARE_SCALAR_PART)
+Q32_WIDE_KERNEL_PARTS(Q32_DECLARE_SCALAR_PART)
+Q32_KERNEL_PARTS(Q32_DECLARE_AVX2_PART)
 Q32_AVX512_KERNEL_PARTS(Q32_DECLARE_AVX512_PART)
-#undef Q32_DECLARE_PART
+Q32_WIDE_KERNEL_PARTS(Q32_DECLARE_AVX512_PART)
+#undef Q32_DECLARE_SCALAR_PART
+#undef Q32_DECLARE_AVX2_PART
 #undef Q32_DECLARE_AVX512_PART
 
 /// The scalar kernels that the vector ones also use, for the ends of runs and for short ones. The
@@ -71,13 +79,20 @@ Kernel<HiColorRun> fnHiColorDither;
 
 Kernel<KeyRun> fnMergeKey16, fnMergeKey24;
 Kernel<WeightRun> fnMergeMask16, fnMergeMask24;
-Kernel<PixelRun> fnMergeAll16, fnMaskAdd, fnMaskSubtract;
+Kernel<PixelRun> fnMergeAll16;
+Kernel<MaskSumRun> fnMaskAdd, fnMaskSubtract;
 
 Kernel<BytesToFloatsRun> fnBytesToFloats;
 Kernel<RowsToLanesRun> fnRowsToLanes;
 Kernel<ReadLanesRun> fnReadLanes;
 Kernel<LanesToRowsRun> fnLanesToRows;
 Kernel<ConvolveRowsFixedRun> fnConvolveRowsFixed;
+
+/// The byte of the sum of doubles, for sample `at` of rows as ConvolveQuadRowsRun has them.
+std::uint8_t fnExactOfRows(const std::uint8_t* const* rows, const QuadList& list, std::size_t at);
+/// The same for one row and channel of quads `stride` bytes apart, which begin with pixel `first`.
+std::uint8_t fnExactOfQuads(const std::uint8_t* quads, std::size_t stride, std::int32_t first,
+                            const QuadList& list);
 
 // By bytes a pixel, 1 to 4.
 template <std::size_t kBytes>

@@ -19,7 +19,7 @@ bool fnProcessorHas(KernelLevel level) {
     case KernelLevel::AVX512:
         return avx2 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
                __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq") &&
-               __builtin_cpu_supports("avx512vbmi");
+               __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vnni");
     }
     return false;
 }
@@ -33,6 +33,7 @@ void fnReplaceForLevel(Kernels& table, KernelLevel level) {
     }
     if (level >= KernelLevel::AVX512) {
         Q32_AVX512_KERNEL_PARTS(Q32_USE_AVX512_PART)
+        Q32_WIDE_KERNEL_PARTS(Q32_USE_AVX512_PART)
     }
 #undef Q32_USE_AVX2_PART
 #undef Q32_USE_AVX512_PART
@@ -49,6 +50,7 @@ Kernels fnBuildTable(KernelLevel level) {
     table.m_eLevel = level;
 #define Q32_USE_SCALAR_PART(part) fnUseScalar##part(table);
     Q32_KERNEL_PARTS(Q32_USE_SCALAR_PART)
+    Q32_WIDE_KERNEL_PARTS(Q32_USE_SCALAR_PART)
 #undef Q32_USE_SCALAR_PART
     fnReplaceForLevel(table, level);
     return table;

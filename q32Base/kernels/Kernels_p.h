@@ -9,7 +9,7 @@ namespace q32 {
 enum class KernelLevel {
     SCALAR, ///< plain C++, on every machine; the reference for the others
     AVX2,   ///< with FMA
-    AVX512, ///< F, BW, VL, DQ and VBMI together
+    AVX512, ///< F, BW, VL, DQ, VBMI and VNNI together
 };
 
 // Rules common to all kernels.
@@ -94,6 +94,10 @@ using KeyRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std::s
 using WeightRun = void (*)(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                            const std::uint8_t* weights);
 
+/// Combines two runs of bytes. `target` may be `first`.
+using MaskSumRun = void (*)(const std::uint8_t* first, const std::uint8_t* second,
+                            std::uint8_t* target, std::size_t count);
+
 struct ContribList;
 
 /// How many rows the filter's kernels process side by side, one per lane.
@@ -129,6 +133,29 @@ using ConvolveRowsFixedRun = void (*)(const std::uint8_t* const* rows, const Con
 using ConvolveLanesFixedRun = void (*)(const std::uint8_t* lanes, std::int32_t first,
                                        const ContribList& list, std::uint8_t* target,
                                        std::size_t channels);
+
+// The same two sums in integers, for lists that have them. Where a level prefers these, it is for
+// speed alone.
+
+struct QuadList;
+
+/// Convolves rows as ConvolveRowsRun does. `rows[i]` are the samples of pixel `m_nLeast` + i of the
+/// list, up to its last pixel and to that of its last quad, whichever is later.
+using ConvolveQuadRowsRun = void (*)(const std::uint8_t* const* rows, const QuadList& list,
+                                     std::uint8_t* target, std::size_t count);
+
+/// Convolves kFilterLanes rows, for `count` lists that follow each other. `quads` comes from
+/// RowsToQuadsRun and begins with pixel `first`, a multiple of 4, as are the lists' first pixels of
+/// quads. Writes one block of kFilterLanes bytes per list and channel. `channels` is 1 to 4.
+using ConvolveQuadsRun = void (*)(const std::uint8_t* quads, std::int32_t first,
+                                  const QuadList* lists, std::size_t count, std::uint8_t* target,
+                                  std::size_t channels);
+
+/// Arranges `pixels` pixels of each of kFilterLanes rows in quads: for each four pixels and each of
+/// their channels, one block that has the four samples of each row next to each other. The last
+/// block is completed with 0. A row may be listed twice. `channels` is 1 to 4.
+using RowsToQuadsRun = void (*)(const std::uint8_t* const* rows, std::uint8_t* target,
+                                std::size_t pixels, std::size_t channels);
 
 /// Converts samples for ConvolveRowsRun.
 using BytesToFloatsRun = void (*)(const std::uint8_t* source, float* target, std::size_t count);
@@ -178,6 +205,11 @@ struct RotateRows {
 /// Bilinear: coordinates are truncated toward 0, negative ones too, and their fractions give the
 /// four weights; the sums, in double, are truncated.
 using RotateRun = void (*)(const RotateSource& source, const RotateRows& rows, std::size_t count);
+
+/// The same as the bilinear one where every pixel read is `pixel`. The result isn't always that
+/// pixel: the weights add up to 1 only nearly.
+using RotateFlatRun = void (*)(const std::uint8_t* pixel, const RotateRows& rows,
+                               std::size_t count);
 
 /// The inner loops of the library for one instruction set.
 ///
@@ -261,11 +293,11 @@ struct Kernels {
     WeightRun fnMergeMask24;
     PixelRun fnMergeAll16; ///< as if every weight were 255
 
-    // Masks, a byte a pixel: the source is added to or subtracted from the target. A sum that
+    // Masks, a byte a pixel: the second is added to or subtracted from the first. A sum that
     // overflows a signed byte becomes 255: so 100 and 100 give 255, but 200 and 100 give 44. This
     // is deliberate. A difference below 0 is 0.
-    PixelRun fnMaskAdd;
-    PixelRun fnMaskSubtract;
+    MaskSumRun fnMaskAdd;
+    MaskSumRun fnMaskSubtract;
 
     // The cubic filter. In lanes, byte i of row r is at i * kFilterLanes + r.
     ConvolveRowsRun fnConvolveRows;
@@ -276,15 +308,24 @@ struct Kernels {
     RowsToLanesRun fnRowsToLanes;
     ReadLanesRun fnReadLanes;
     LanesToRowsRun fnLanesToRows;
+    bool m_bPrefersQuads; ///< whether the sums in quads are faster than the others
+    ConvolveQuadRowsRun fnConvolveQuadRows;
+    ConvolveQuadsRun fnConvolveQuads;
+    RowsToQuadsRun fnRowsToQuads;
 
     // Rotation: by 90 degrees, as a transposition, and by any angle.
     TransposeRun fnTranspose[4]; ///< by bytes a pixel: element 0 for one to element 3 for four
     RotateRun fnRotateNearest8;
+    RotateRun fnRotateNearest24;
     RotateRun fnRotateNearest32;
     /// The sum is p00 w00 + p01 w01 + p10 w10 + p11 w11, from the left.
     RotateRun fnRotateBilinear8;
     /// Each byte separately. The sum is p11 w11 + p01 w01 + p10 w10 + p00 w00, from the left.
+    RotateRun fnRotateBilinear24;
     RotateRun fnRotateBilinear32;
+    RotateFlatRun fnRotateFlat8;
+    RotateFlatRun fnRotateFlat24;
+    RotateFlatRun fnRotateFlat32;
 
     // Streaming.
     /// Copies `count` bytes, bypassing the caches: for a large target that isn't read soon. Call

@@ -16,31 +16,36 @@ __m256i fnSubtract(__m256i a, __m256i b) {
     return _mm256_subs_epu8(a, b);
 }
 
-// The last bytes are processed together with earlier ones that are already done: for those the
-// source is masked to 0, which changes nothing.
+// The last bytes are processed together with earlier ones. In place those are already done: for
+// them the second mask is set to 0, which changes nothing.
 template <__m256i (*Combine)(__m256i, __m256i)>
-void fnCombine(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
+void fnCombine(const std::uint8_t* first, const std::uint8_t* second, std::uint8_t* target,
+               std::size_t count) {
     std::size_t done = 0;
     for (; count - done >= 32; done += 32)
-        fnStore(target + done, Combine(fnLoad(target + done), fnLoad(source + done)));
+        fnStore(target + done, Combine(fnLoad(first + done), fnLoad(second + done)));
     if (done == count)
         return;
-    const __m256i rest = _mm256_and_si256(fnLoad(source + count - 32), fnLastBytes(count - done));
-    fnStore(target + count - 32, Combine(fnLoad(target + count - 32), rest));
+    __m256i rest = fnLoad(second + count - 32);
+    if (target == first)
+        rest = _mm256_and_si256(rest, fnLastBytes(count - done));
+    fnStore(target + count - 32, Combine(fnLoad(first + count - 32), rest));
 }
 
-void fnMaskAdd(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
+void fnMaskAdd(const std::uint8_t* first, const std::uint8_t* second, std::uint8_t* target,
+               std::size_t count) {
     if (count < 32)
-        scalar::fnMaskAdd(source, target, count);
+        scalar::fnMaskAdd(first, second, target, count);
     else
-        fnCombine<fnAdd>(source, target, count);
+        fnCombine<fnAdd>(first, second, target, count);
 }
 
-void fnMaskSubtract(const std::uint8_t* source, std::uint8_t* target, std::size_t count) {
+void fnMaskSubtract(const std::uint8_t* first, const std::uint8_t* second, std::uint8_t* target,
+                    std::size_t count) {
     if (count < 32)
-        scalar::fnMaskSubtract(source, target, count);
+        scalar::fnMaskSubtract(first, second, target, count);
     else
-        fnCombine<fnSubtract>(source, target, count);
+        fnCombine<fnSubtract>(first, second, target, count);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "q32Base/kernels/Avx2_p.h"
 #include "q32Base/kernels/KernelParts_p.h"
+#include "q32Base/kernels/RotateValues_p.h"
 
 namespace q32 {
 namespace avx2 {
@@ -55,6 +56,18 @@ inline __m256d fnFraction(__m256d v, __m256d whole) {
     return _mm256_add_pd(rest, _mm256_and_pd(below, _mm256_set1_pd(1.0)));
 }
 
+/// Stores a pixel that lies in the low bytes of `value`. Of three-byte pixels all but the last of a
+/// row may be stored with a fourth byte, which the next one overwrites.
+template <int kBytes>
+inline void fnStorePixel(std::uint8_t* to, std::uint32_t value, bool last) {
+    if constexpr (kBytes == 3)
+        if (!last) {
+            __builtin_memcpy(to, &value, 4);
+            return;
+        }
+    __builtin_memcpy(to, &value, kBytes);
+}
+
 template <int kBytes>
 void fnNearest(const RotateSource& source, const RotateRows& rows, std::size_t count) {
     const Finder find(source);
@@ -64,9 +77,11 @@ void fnNearest(const RotateSource& source, const RotateRows& rows, std::size_t c
         _mm_store_si128(reinterpret_cast<__m128i*>(numbers),
                         find(fnRound(at.m_X), fnRound(at.m_Y)));
 #pragma GCC unroll 4
-        for (std::size_t r = 0; r < kRotateRows; ++r)
-            __builtin_memcpy(rows.m_pTarget[r] + i * kBytes,
-                             source.m_pPixels + std::size_t{numbers[r]} * kBytes, kBytes);
+        for (std::size_t r = 0; r < kRotateRows; ++r) {
+            std::uint32_t pixel;
+            __builtin_memcpy(&pixel, source.m_pPixels + std::size_t{numbers[r]} * kBytes, 4);
+            fnStorePixel<kBytes>(rows.m_pTarget[r] + i * kBytes, pixel, i + 1 == count);
+        }
     }
 }
 
@@ -111,21 +126,32 @@ void fnBilinear8(const RotateSource& source, const RotateRows& rows, std::size_t
     }
 }
 
-inline __m256i fnTwoPixels(const std::uint8_t* from) {
-    return _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from)));
-}
+/// Two adjacent pixels, one channel in each lane.
+template <int kBytes>
+struct TwoPixels {
+    __m256d m_First;
+    __m256d m_Second;
+    explicit inline TwoPixels(const std::uint8_t* from) {
+        const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from));
+        if (kBytes == 4) {
+            const __m256i pixels = _mm256_cvtepu8_epi32(bytes);
+            m_First = _mm256_cvtepi32_pd(_mm256_castsi256_si128(pixels));
+            m_Second = _mm256_cvtepi32_pd(_mm256_extracti128_si256(pixels, 1));
+        } else {
+            const __m128i first =
+                _mm_setr_epi8(0, -1, -1, -1, 1, -1, -1, -1, 2, -1, -1, -1, -1, -1, -1, -1);
+            const __m128i second =
+                _mm_setr_epi8(3, -1, -1, -1, 4, -1, -1, -1, 5, -1, -1, -1, -1, -1, -1, -1);
+            m_First = _mm256_cvtepi32_pd(_mm_shuffle_epi8(bytes, first));
+            m_Second = _mm256_cvtepi32_pd(_mm_shuffle_epi8(bytes, second));
+        }
+    }
+};
 
-inline __m256d fnFirst(__m256i pixels) {
-    return _mm256_cvtepi32_pd(_mm256_castsi256_si128(pixels));
-}
-
-inline __m256d fnSecond(__m256i pixels) {
-    return _mm256_cvtepi32_pd(_mm256_extracti128_si256(pixels, 1));
-}
-
-void fnBilinear32(const RotateSource& source, const RotateRows& rows, std::size_t count) {
+template <int kBytes>
+void fnBilinear(const RotateSource& source, const RotateRows& rows, std::size_t count) {
     const Finder find(source);
-    const std::size_t below = static_cast<std::size_t>(source.m_nStride) * 4;
+    const std::size_t below = static_cast<std::size_t>(source.m_nStride) * kBytes;
     Places at(rows);
     for (std::size_t i = 0; i < count; ++i, at.fnStep()) {
         const __m256d x0 = fnTruncate(at.m_X);
@@ -144,13 +170,13 @@ void fnBilinear32(const RotateSource& source, const RotateRows& rows, std::size_
         __m128i whole[4];
 #pragma GCC unroll 4
         for (std::size_t r = 0; r < kRotateRows; ++r) {
-            const std::uint8_t* from = source.m_pPixels + std::size_t{numbers[r]} * 4;
-            const __m256i p0 = fnTwoPixels(from);
-            const __m256i p1 = fnTwoPixels(from + below);
-            __m256d sum = _mm256_mul_pd(fnSecond(p1), _mm256_broadcast_sd(&w11[r]));
-            sum = _mm256_add_pd(sum, _mm256_mul_pd(fnFirst(p1), _mm256_broadcast_sd(&w01[r])));
-            sum = _mm256_add_pd(sum, _mm256_mul_pd(fnSecond(p0), _mm256_broadcast_sd(&w10[r])));
-            sum = _mm256_add_pd(sum, _mm256_mul_pd(fnFirst(p0), _mm256_broadcast_sd(&w00[r])));
+            const std::uint8_t* from = source.m_pPixels + std::size_t{numbers[r]} * kBytes;
+            const TwoPixels<kBytes> p0(from);
+            const TwoPixels<kBytes> p1(from + below);
+            __m256d sum = _mm256_mul_pd(p1.m_Second, _mm256_broadcast_sd(&w11[r]));
+            sum = _mm256_add_pd(sum, _mm256_mul_pd(p1.m_First, _mm256_broadcast_sd(&w01[r])));
+            sum = _mm256_add_pd(sum, _mm256_mul_pd(p0.m_Second, _mm256_broadcast_sd(&w10[r])));
+            sum = _mm256_add_pd(sum, _mm256_mul_pd(p0.m_First, _mm256_broadcast_sd(&w00[r])));
             whole[r] = _mm256_cvttpd_epi32(sum);
         }
         // Every sum lies between 0 and 255.
@@ -160,7 +186,33 @@ void fnBilinear32(const RotateSource& source, const RotateRows& rows, std::size_
                                          _mm_packs_epi32(whole[2], whole[3])));
 #pragma GCC unroll 4
         for (std::size_t r = 0; r < kRotateRows; ++r)
-            __builtin_memcpy(rows.m_pTarget[r] + i * 4, &pixels[r], 4);
+            fnStorePixel<kBytes>(rows.m_pTarget[r] + i * kBytes, pixels[r], i + 1 == count);
+    }
+}
+
+template <int kBytes>
+void fnFlat(const std::uint8_t* pixel, const RotateRows& rows, std::size_t count) {
+    const RotateValues<kBytes> values = fnRotateValues<kBytes>(pixel);
+    Places at(rows);
+    for (std::size_t i = 0; i < count; ++i, at.fnStep()) {
+        const Weights w(at, fnTruncate(at.m_X), fnTruncate(at.m_Y));
+        const __m256d first = kBytes == 1 ? w.m_W00 : w.m_W11;
+        const __m256d last = kBytes == 1 ? w.m_W11 : w.m_W00;
+        __m128i sums = _mm_setzero_si128();
+        for (int k = 0; k < values.m_nCount; ++k) {
+            const __m256d p = _mm256_set1_pd(values.m_dValue[k]);
+            __m256d sum = _mm256_mul_pd(p, first);
+            sum = _mm256_add_pd(sum, _mm256_mul_pd(p, w.m_W01));
+            sum = _mm256_add_pd(sum, _mm256_mul_pd(p, w.m_W10));
+            sum = _mm256_add_pd(sum, _mm256_mul_pd(p, last));
+            const __m128i places = _mm_set1_epi32(static_cast<int>(values.m_nPlaces[k]));
+            sums = _mm_or_si128(sums, _mm_mullo_epi32(_mm256_cvttpd_epi32(sum), places));
+        }
+        alignas(16) std::uint32_t pixels[4];
+        _mm_store_si128(reinterpret_cast<__m128i*>(pixels), sums);
+#pragma GCC unroll 4
+        for (std::size_t r = 0; r < kRotateRows; ++r)
+            fnStorePixel<kBytes>(rows.m_pTarget[r] + i * kBytes, pixels[r], i + 1 == count);
     }
 }
 
@@ -169,9 +221,14 @@ void fnBilinear32(const RotateSource& source, const RotateRows& rows, std::size_
 
 void fnUseAvx2Rotate(Kernels& table) {
     table.fnRotateNearest8 = avx2::fnNearest<1>;
+    table.fnRotateNearest24 = avx2::fnNearest<3>;
     table.fnRotateNearest32 = avx2::fnNearest<4>;
     table.fnRotateBilinear8 = avx2::fnBilinear8;
-    table.fnRotateBilinear32 = avx2::fnBilinear32;
+    table.fnRotateBilinear24 = avx2::fnBilinear<3>;
+    table.fnRotateBilinear32 = avx2::fnBilinear<4>;
+    table.fnRotateFlat8 = avx2::fnFlat<1>;
+    table.fnRotateFlat24 = avx2::fnFlat<3>;
+    table.fnRotateFlat32 = avx2::fnFlat<4>;
 }
 
 } // namespace q32

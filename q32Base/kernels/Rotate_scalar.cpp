@@ -25,54 +25,91 @@ void fnNearest(const RotateSource& source, std::uint8_t* target, double sx, doub
     std::memcpy(target, fnAt<kBytes>(source, fnRound(sx), fnRound(sy)), kBytes);
 }
 
+struct Weights {
+    double m_d00, m_d10, m_d01, m_d11;
+    /// @param x0,y0 the truncated coordinates
+    Weights(double sx, double sy, double x0, double y0) {
+        double fx = sx - x0;
+        if (fx < 0.0)
+            fx += 1.0;
+        double fy = sy - y0;
+        if (fy < 0.0)
+            fy += 1.0;
+        m_d11 = fx * fy;
+        m_d10 = fx - m_d11;
+        m_d01 = fy - m_d11;
+        m_d00 = 1.0 - fx - fy + m_d11;
+    }
+    template <std::size_t kBytes>
+    std::uint8_t fnSum(int p00, int p10, int p01, int p11) const {
+        const double sum = kBytes == 1 ? p00 * m_d00 + p01 * m_d01 + p10 * m_d10 + p11 * m_d11
+                                       : p11 * m_d11 + p01 * m_d01 + p10 * m_d10 + p00 * m_d00;
+        return static_cast<std::uint8_t>(static_cast<int>(sum));
+    }
+};
+
 template <std::size_t kBytes>
 void fnBilinear(const RotateSource& source, std::uint8_t* target, double sx, double sy) {
     const double x0 = std::trunc(sx);
     const double y0 = std::trunc(sy);
-    double fx = sx - x0;
-    if (fx < 0.0)
-        fx += 1.0;
-    double fy = sy - y0;
-    if (fy < 0.0)
-        fy += 1.0;
-    const double w11 = fx * fy;
-    const double w10 = fx - w11;
-    const double w01 = fy - w11;
-    const double w00 = 1.0 - fx - fy + w11;
+    const Weights weights(sx, sy, x0, y0);
     const std::uint8_t* p00 = fnAt<kBytes>(source, x0, y0);
     const std::uint8_t* p10 = p00 + kBytes;
     const std::uint8_t* p01 = p00 + static_cast<std::ptrdiff_t>(kBytes) * source.m_nStride;
     const std::uint8_t* p11 = p01 + kBytes;
-    for (std::size_t i = 0; i < kBytes; ++i) {
-        const double sum = kBytes == 1 ? p00[i] * w00 + p01[i] * w01 + p10[i] * w10 + p11[i] * w11
-                                       : p11[i] * w11 + p01[i] * w01 + p10[i] * w10 + p00[i] * w00;
-        target[i] = static_cast<std::uint8_t>(static_cast<int>(sum));
-    }
+    for (std::size_t i = 0; i < kBytes; ++i)
+        target[i] = weights.fnSum<kBytes>(p00[i], p10[i], p01[i], p11[i]);
 }
 
-using Sample = void (*)(const RotateSource&, std::uint8_t*, double, double);
+template <std::size_t kBytes>
+void fnFlat(const std::uint8_t* pixel, std::uint8_t* target, double sx, double sy) {
+    const Weights weights(sx, sy, std::trunc(sx), std::trunc(sy));
+    for (std::size_t i = 0; i < kBytes; ++i)
+        target[i] = weights.fnSum<kBytes>(pixel[i], pixel[i], pixel[i], pixel[i]);
+}
 
-template <std::size_t kBytes, Sample kSample>
-void fnRotateRow(const RotateSource& source, const RotateRows& rows, std::size_t count) {
+/// Calls `sample(source, target, x, y)` for each pixel.
+template <std::size_t kBytes, class Source, class Sample>
+void fnRotateRows(const Source& source, const RotateRows& rows, std::size_t count, Sample sample) {
     for (std::size_t r = 0; r < kRotateRows; ++r) {
         double sx = rows.m_dX[r];
         double sy = rows.m_dY[r];
         for (std::size_t i = 0; i < count; ++i) {
-            kSample(source, rows.m_pTarget[r] + i * kBytes, sx, sy);
+            sample(source, rows.m_pTarget[r] + i * kBytes, sx, sy);
             sx += rows.m_dCosine;
             sy -= rows.m_dSine;
         }
     }
 }
 
+template <std::size_t kBytes>
+void fnRotateNearest(const RotateSource& source, const RotateRows& rows, std::size_t count) {
+    fnRotateRows<kBytes>(source, rows, count, fnNearest<kBytes>);
+}
+
+template <std::size_t kBytes>
+void fnRotateBilinear(const RotateSource& source, const RotateRows& rows, std::size_t count) {
+    fnRotateRows<kBytes>(source, rows, count, fnBilinear<kBytes>);
+}
+
+template <std::size_t kBytes>
+void fnRotateFlat(const std::uint8_t* pixel, const RotateRows& rows, std::size_t count) {
+    fnRotateRows<kBytes>(pixel, rows, count, fnFlat<kBytes>);
+}
+
 } // namespace
 } // namespace scalar
 
 void fnUseScalarRotate(Kernels& table) {
-    table.fnRotateNearest8 = scalar::fnRotateRow<1, scalar::fnNearest<1>>;
-    table.fnRotateNearest32 = scalar::fnRotateRow<4, scalar::fnNearest<4>>;
-    table.fnRotateBilinear8 = scalar::fnRotateRow<1, scalar::fnBilinear<1>>;
-    table.fnRotateBilinear32 = scalar::fnRotateRow<4, scalar::fnBilinear<4>>;
+    table.fnRotateNearest8 = scalar::fnRotateNearest<1>;
+    table.fnRotateNearest24 = scalar::fnRotateNearest<3>;
+    table.fnRotateNearest32 = scalar::fnRotateNearest<4>;
+    table.fnRotateBilinear8 = scalar::fnRotateBilinear<1>;
+    table.fnRotateBilinear24 = scalar::fnRotateBilinear<3>;
+    table.fnRotateBilinear32 = scalar::fnRotateBilinear<4>;
+    table.fnRotateFlat8 = scalar::fnRotateFlat<1>;
+    table.fnRotateFlat24 = scalar::fnRotateFlat<3>;
+    table.fnRotateFlat32 = scalar::fnRotateFlat<4>;
 }
 
 } // namespace q32

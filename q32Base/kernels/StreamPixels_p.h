@@ -4,6 +4,10 @@
 
 namespace q32 {
 
+/// The size of a target, in bytes, from which on its writes bypass the caches: those of most
+/// processors don't hold it until it is read again.
+inline constexpr std::size_t kStreamLeast = std::size_t{24} << 20;
+
 /// How many pixels precede the next one that begins a cache line; 0 also if none ever does.
 inline std::size_t fnPixelsToLine(const std::uint8_t* target, std::size_t bytesPerPixel) {
     for (std::size_t pixels = 0; pixels < 64; ++pixels)

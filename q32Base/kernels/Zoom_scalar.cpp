@@ -4,6 +4,23 @@
 #include <cstring>
 
 namespace q32 {
+namespace {
+
+/// Copies the pixels at `place(0)`, `place(1)` and so on, which don't overlap and lie in increasing
+/// order. Of three-byte pixels all but the last one are copied with the byte behind them, which the
+/// next one replaces.
+template <std::size_t kBytes, class Place>
+void fnCopyPixels(std::uint8_t* target, std::size_t count, Place place) {
+    std::size_t i = 0;
+    if (kBytes == 3)
+        for (; i + 1 < count; ++i)
+            std::memcpy(target + i * kBytes, place(i), 4);
+    for (; i < count; ++i)
+        std::memcpy(target + i * kBytes, place(i), kBytes);
+}
+
+} // namespace
+
 namespace scalar {
 template <std::size_t kBytes>
 void fnInflate(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
@@ -25,8 +42,8 @@ template <std::size_t kBytes>
 void fnShrink(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
               std::size_t factor) {
     assert(factor != 0);
-    for (std::size_t i = 0; i < count; ++i)
-        std::memcpy(target + i * kBytes, source + i * factor * kBytes, kBytes);
+    fnCopyPixels<kBytes>(target, count,
+                         [=](std::size_t i) { return source + i * factor * kBytes; });
 }
 
 template <std::size_t kBytes>

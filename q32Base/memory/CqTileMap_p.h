@@ -14,7 +14,6 @@
 #include <cstdint>
 #include <memory>
 #include <new>
-#include <utility>
 
 class CqImageLine;
 class CqImageTile;
@@ -63,11 +62,9 @@ public:
     /// which file.
     const q32::PixelBlock& fnGetBlock() const { return m_Block; }
 
-    /// Whether pixels were lost (`q32::PixelBlock::fnCountLosses`) since this was last asked. So a
-    /// loss is reported once, and what is left of the image can still be read.
+    /// Whether pixels were lost since this was last asked.
     bool fnHasNewLosses() const noexcept {
-        const std::uint32_t losses = m_Block.fnIsOnDisk() ? m_Block.fnCountLosses() : 0;
-        return losses != std::exchange(m_nLosses, losses);
+        return m_Block.fnIsOnDisk() && m_Block.fnHasNewLosses();
     }
     /// Raises the memory exception for such a loss, at the end of an operation.
     void fnRequirePixels() const {
@@ -157,7 +154,6 @@ private:
 
     q32::PixelBlock m_Block;
     const std::uint64_t m_nSerial = fnMakeSerial();
-    mutable std::uint32_t m_nLosses = 0; ///< those reported
 
     /// Frees what came from `::operator new`.
     struct RawDelete {

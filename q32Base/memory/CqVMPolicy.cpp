@@ -3,6 +3,7 @@
 #include "q32Base/framework/DiskSpace_p.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/PathRules_p.h"
+#include "q32Base/memory/CqVMPolicy_p.h"
 #include "q32Base/platform/CqPlatform.h"
 #include "q32Base/settings/Settings_p.h"
 
@@ -12,6 +13,8 @@
 #include <string>
 
 namespace {
+
+CqVMPolicy* thePolicy = nullptr; ///< in force
 
 std::uint32_t fnPhysicalBytes() {
     return static_cast<std::uint32_t>(q32::fnPlatform().m_pMemory->fnGetPhysicalBytes());
@@ -86,7 +89,10 @@ bool CqVMPolicy::fnReadSettings() {
     // Deliberate: the product wraps at 32 bits before the division, at 100 percent too.
     const std::uint32_t product = (MemEnabled ? MemPercent : 100u) * fnPhysicalBytes();
     RamLimit = product / 100;
-    m_nRamBound = q32::fnPlatform().m_pMemory->fnGetBlockLimit();
+    CqMemoryService& memory = *q32::fnPlatform().m_pMemory;
+    m_nRamBound = memory.fnGetBlockLimit();
+    if (MemEnabled) // the user's percentage holds, too, where the sum with a block wraps
+        m_nRamBound = std::min(m_nRamBound, memory.fnGetPhysicalBytes() / 100 * MemPercent);
     fnTrimHeld();
     return true;
 }
@@ -257,4 +263,12 @@ void CqVMPolicy::fnForgetScratchFile(const CString& name) {
         }
     }
     assert(false && "a scratch file that was never noted");
+}
+
+CqVMPolicy* q32GetVMPolicy() {
+    return thePolicy;
+}
+
+void q32::fnSetVMPolicy(CqVMPolicy* policy) {
+    thePolicy = policy;
 }

@@ -56,7 +56,8 @@ public:
     /// stored.
     void fnSetRamLimit(std::uint64_t bytes);
     /// Bytes of RAM that buffers together never exceed, counted in 64 bits: the host's limit, else
-    /// that of the memory service. `kNoMemoryLimit`: none.
+    /// that of the memory service or the percentage in the settings, if that is applied, whichever
+    /// is less. `kNoMemoryLimit`: none.
     std::uint64_t fnGetRamBound() const { return m_nRamBound; }
     /// Bytes of RAM that buffers occupy at present, modulo 4 GiB.
     std::uint32_t fnGetRamUsed() const;

@@ -1,5 +1,6 @@
 #include "q32Base/memory/PixelBlock.h"
 
+#include "q32Base/framework/Exceptions.h"
 #include "q32Base/memory/PixelBuffer_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
@@ -38,6 +39,17 @@ std::uint32_t PixelBlock::fnCountLosses() const noexcept {
     return fnIsOnDisk() ? fnPlatform().m_pScratch->fnCountLosses(m_pBytes) : 0;
 }
 
+bool PixelBlock::fnHasNewLosses() const noexcept {
+    const std::uint32_t losses = fnCountLosses();
+    return losses != m_nLosses.load(std::memory_order_relaxed) &&
+           losses != m_nLosses.exchange(losses, std::memory_order_relaxed);
+}
+
+void PixelBlock::fnRequireBytes() const {
+    if (fnHasNewLosses())
+        AfxThrowMemoryException();
+}
+
 void PixelBlock::fnSwap(PixelBlock& other) noexcept {
     std::swap(m_pBytes, other.m_pBytes);
     std::swap(m_nSize, other.m_nSize);
@@ -45,6 +57,7 @@ void PixelBlock::fnSwap(PixelBlock& other) noexcept {
     std::swap(m_File, other.m_File);
     std::swap(m_Mapping, other.m_Mapping);
     std::swap(m_strFileName, other.m_strFileName);
+    m_nLosses = other.m_nLosses.exchange(m_nLosses);
 }
 
 } // namespace q32

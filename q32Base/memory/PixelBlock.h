@@ -3,6 +3,7 @@
 #include "q32Base/framework/CString.h"
 #include "q32Base/platform/CqScratchService.h"
 
+#include <atomic>
 #include <cstdint>
 
 namespace q32 {
@@ -47,6 +48,11 @@ public:
     /// How often bytes of a block on disk were lost and became zeros, because the disk could not
     /// supply them any more. Counted where the scratch service survives that, else 0.
     std::uint32_t fnCountLosses() const noexcept;
+    /// Whether bytes were lost since this was last asked. So a loss is reported once, and what is
+    /// left of the block can still be read.
+    bool fnHasNewLosses() const noexcept;
+    /// Raises the memory exception for such a loss, at the end of an operation.
+    void fnRequireBytes() const;
 
 private:
     void fnSwap(PixelBlock& other) noexcept;
@@ -57,6 +63,8 @@ private:
     CqFileHandle m_File = kNoFile;
     CqMappingHandle m_Mapping = kNoMapping;
     CString m_strFileName;
+    /// Those reported. Several threads that read one block share this.
+    mutable std::atomic<std::uint32_t> m_nLosses = 0;
 };
 
 } // namespace q32

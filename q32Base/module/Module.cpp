@@ -1,7 +1,9 @@
 #include "q32Base/module/Module.h"
 
 #include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/display/CqDisplayProperty_p.h"
 #include "q32Base/framework/Memory.h"
+#include "q32Base/memory/CqVMPolicy_p.h"
 #include "q32Base/messages/ReportMemory.h"
 #include "q32Base/services/CqDumpBin.h"
 
@@ -11,34 +13,23 @@
 
 namespace {
 
-/// An object that exists while attached, and the pointer that its accessor returns, which a detach
-/// leaves unchanged.
-template <typename Object>
-struct Singleton {
-    std::unique_ptr<Object> m_pOwned;
-    Object* m_pAnswer = nullptr;
-
-    void fnMake() {
-        m_pOwned.reset(q32::fnNew<Object>());
-        m_pAnswer = m_pOwned.get();
-    }
-    void fnForget() {
-        m_pOwned.reset();
-        m_pAnswer = nullptr;
-    }
-};
-
-Singleton<CqVMPolicy> thePolicy;
-Singleton<CqDisplayProperty> theDisplay; // created last: the library is attached while it is owned
+// They exist while attached. What the accessors return is set apart, since a detach leaves it
+// unchanged.
+std::unique_ptr<CqVMPolicy> thePolicy;
+std::unique_ptr<CqDisplayProperty> theDisplay; // created last: the library is attached while it is
 
 /// Creates the two objects. False, after a message, if memory is exhausted.
 bool fnMakeSingletons() {
     const bool made = q32::fnReportMemory([] {
-        thePolicy.fnMake();
-        theDisplay.fnMake();
+        thePolicy.reset(q32::fnNew<CqVMPolicy>());
+        q32::fnSetVMPolicy(thePolicy.get());
+        theDisplay.reset(q32::fnNew<CqDisplayProperty>());
+        q32::fnSetDisplayProperty(theDisplay.get());
     });
-    if (!made)
-        thePolicy.fnForget();
+    if (!made) {
+        thePolicy.reset();
+        q32::fnSetVMPolicy(nullptr);
+    }
     return made;
 }
 
@@ -72,14 +63,14 @@ bool q32Attach(CqPlatform platform) {
     if (q32::fnHasPlatform() || !platform.fnIsComplete())
         return false;
     q32::fnSetPlatform(std::move(platform));
-    thePolicy.fnForget(); // left by an earlier attach
-    theDisplay.fnForget();
+    q32::fnSetVMPolicy(nullptr); // left by an earlier attach
+    q32::fnSetDisplayProperty(nullptr);
     if (!fnMakeSingletons()) {
         q32::fnClearPlatform();
         return false;
     }
-    thePolicy.m_pOwned->fnSerialize(true);
-    theDisplay.m_pOwned->fnSerialize(true);
+    thePolicy->fnSerialize(true);
+    theDisplay->fnSerialize(true);
     return true;
 }
 
@@ -88,21 +79,13 @@ const char* q32Version() {
 }
 
 void q32Detach() {
-    if (!theDisplay.m_pOwned)
+    if (!theDisplay)
         return;
     q32DestroyDumpWnd();
-    thePolicy.m_pOwned->fnReleaseHeld();
-    thePolicy.m_pOwned.reset();
-    theDisplay.m_pOwned.reset();
+    thePolicy->fnReleaseHeld();
+    thePolicy.reset();
+    theDisplay.reset();
     q32::fnClearPlatform();
-}
-
-CqVMPolicy* q32GetVMPolicy() {
-    return thePolicy.m_pAnswer;
-}
-
-CqDisplayProperty* q32GetDisplayProperty() {
-    return theDisplay.m_pAnswer;
 }
 
 HRESULT DllGetVersion(DLLVERSIONINFO* record) {

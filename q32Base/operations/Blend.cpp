@@ -16,6 +16,8 @@
 
 namespace {
 
+constexpr double kBlendPixelTime = 4.0; ///< nanoseconds
+
 /// A product of two bytes divided by 255, rounded to nearest; exact up to 65535.
 constexpr unsigned int fnDiv255(unsigned int product) {
     const unsigned int raised = product + 128;
@@ -159,7 +161,8 @@ bool q32Blend(const CqImage& source, const CRect* rect, CqImage& target, int x, 
     const CPoint shift(columns.m_nPlace - columns.m_nFirst, rows.m_nPlace - rows.m_nFirst);
     const Blending blending(source, to, shift, param);
     const bool done = q32::fnForEachBand(
-        to, place, progress, [&](const q32::TilePiece& piece) { blending.fnBlend(piece); });
+        to, place, kBlendPixelTime, progress,
+        [&](std::uint32_t, const q32::TilePiece& piece) { blending.fnBlend(piece); });
     to.fnRequirePixels();
     return done;
 }

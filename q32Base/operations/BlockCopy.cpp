@@ -2,14 +2,18 @@
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/operations/BandWalk_p.h"
 #include "q32Base/operations/BlockCopy_p.h"
 #include "q32Base/operations/TilePieces_p.h"
+#include "q32Base/platform/Checked_p.h"
 
 #include <cassert>
 #include <cstring>
 #include <memory>
 
 namespace {
+
+constexpr double kBlockCopyByteTime = 0.12; ///< nanoseconds
 
 void fnCopyPieces(const CqTileMap& from, const CRect& rect, CqTileMap& to, LONG x, LONG y) {
     q32::fnForEachPiecePair(
@@ -23,6 +27,13 @@ void fnCopyPieces(const CqTileMap& from, const CRect& rect, CqTileMap& to, LONG 
                 q32::fnKernels().fnCopyRows(source.m_pPixels, source.m_nStride, target.m_pPixels,
                                             target.m_nStride, bytes, rows);
         });
+}
+
+/// The same with several threads: source and target don't overlap.
+void fnCopyApart(const CqTileMap& from, const CRect& rect, CqTileMap& to, LONG x, LONG y) {
+    q32::fnDividePlaces(
+        rect, x, y, kBlockCopyByteTime * to.BytesPerPixel,
+        [&](const CRect& part, LONG left, LONG top) { fnCopyPieces(from, part, to, left, top); });
 }
 
 /// Copies sideways within the same rows: each row is read completely before it is written.
@@ -87,7 +98,7 @@ void q32::fnCopyPixels(const CqTileMap& from, const CRect& rect, CqTileMap& to, 
     const CPoint place(columns.m_nPlace, rows.m_nPlace);
     CRect shared;
     if (&from != &to || !shared.IntersectRect(source, CRect(place, source.Size())))
-        fnCopyPieces(from, source, to, place.x, place.y);
+        fnCopyApart(from, source, to, place.x, place.y);
     else if (place.y == source.top)
         fnShiftRows(to, source, place.x);
     else
@@ -95,6 +106,8 @@ void q32::fnCopyPixels(const CqTileMap& from, const CRect& rect, CqTileMap& to, 
 }
 
 void CqImage::fnCopyBlock(CqImage& src, const CRect* rect, int x, int y) {
+    q32::fnRequirePixels("CqImage::fnCopyBlock", TileMap);
+    q32::fnRequirePixels("CqImage::fnCopyBlock", src.TileMap, "src");
     if (src.BitCount != BitCount)
         return;
     const CRect block = rect ? *rect : q32::fnWholeRect(*src.TileMap);

@@ -2,6 +2,7 @@
 
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
+#include "q32Base/operations/BandWalk_p.h"
 #include "q32Base/operations/Blur_p.h"
 #include "q32Base/operations/ImageStorage_p.h"
 #include "q32Base/operations/TilePieces_p.h"
@@ -15,6 +16,8 @@
 #include <utility>
 
 namespace {
+
+constexpr double kSharpenTime = 3.0; ///< nanoseconds, for a pixel
 
 /// The blurred pixels of an image in new storage, or null after an abort.
 std::unique_ptr<CqTileMap> fnMakeBlurred(const CqImage& image, double sigma,
@@ -114,12 +117,14 @@ bool q32Sharpen(CqImage& image, double sigma, unsigned int amount, unsigned int 
         return false;
     const Sharpening sharpening(amount, threshold);
     const CqTileMap& from = *image.TileMap;
-    q32::fnForEachRun(from, q32::fnWholeRect(from), *map, 0, 0,
-                      [&](const unsigned char* source, unsigned char* blurred, std::size_t pixels) {
-                          if (from.BytesPerPixel == 4)
-                              sharpening.fnRun32(source, blurred, pixels);
-                          else
-                              sharpening.fnRun(source, blurred, pixels * from.BytesPerPixel);
-                      });
+    const auto run = [&](const unsigned char* source, unsigned char* blurred, std::size_t pixels) {
+        if (from.BytesPerPixel == 4)
+            sharpening.fnRun32(source, blurred, pixels);
+        else
+            sharpening.fnRun(source, blurred, pixels * from.BytesPerPixel);
+    };
+    q32::fnDividePlaces(
+        q32::fnWholeRect(from), 0, 0, kSharpenTime,
+        [&](const CRect& part, LONG x, LONG y) { q32::fnForEachRun(from, part, *map, x, y, run); });
     return q32::ImageStorage::fnReplace(image, std::move(map), progress);
 }

@@ -1,4 +1,5 @@
 #include "q32Base/framework/Memory.h"
+#include "q32Base/framework/Parallel_p.h"
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/memory/TileWalk_p.h"
 #include "q32Base/operations/Blur_p.h"
@@ -13,6 +14,8 @@
 
 namespace q32 {
 namespace {
+
+constexpr double kSampleTime = 1.5; ///< nanoseconds, for a byte in one direction
 
 /// Converts planes of alpha, red, green and blue: each channel is multiplied by alpha.
 void fnPremultiply(const unsigned char* planes, std::size_t plane, std::uint16_t* out) {
@@ -134,28 +137,33 @@ private:
 template <typename Sum>
 bool fnBlurRows(const PixelArea& source, const PixelArea& target, const BlurKernel& kernel,
                 const ProgressRun& progress) {
-    RowBlur<Sum> blur(source, target, kernel);
-    std::uint32_t rows;
-    for (std::uint32_t y = 0; y < source.fnGetHeight(); y += rows) {
-        rows = std::min<std::uint32_t>(kFilterLanes, source.fnGetHeight() - y);
-        blur.fnBlur(y, rows);
-        if (progress.fnAborts(y))
-            return false;
-    }
-    return true;
+    constexpr auto kRows = static_cast<std::uint32_t>(kFilterLanes);
+    const std::uint32_t height = source.fnGetHeight();
+    const Parallel groups((height - 1) / kRows + 1,
+                          kSampleTime * kRows * source.fnGetWidth() * source.fnGetBytesPerPixel());
+    PerWorker<RowBlur<Sum>> blur(groups, source, target, kernel);
+    return progress.fnRun(
+        groups,
+        [&](std::uint32_t worker, std::uint32_t group, std::uint32_t end) {
+            for (; group < end; ++group)
+                blur[worker].fnBlur(group * kRows, std::min(kRows, height - group * kRows));
+        },
+        kRows);
 }
 
 template <typename Sum>
 bool fnBlurColumns(const PixelArea& area, const BlurKernel& kernel, const ProgressRun& progress) {
-    ColumnBlur<Sum> blur(area, kernel);
-    std::uint32_t end;
-    for (std::uint32_t x = 0; x < area.fnGetWidth(); x = end) {
-        end = area.fnRunEnd(x);
-        blur.fnBlur(x, end);
-        if (progress.fnAborts(x))
-            return false;
-    }
-    return true;
+    const std::uint32_t width = area.fnRunEnd(0);
+    const Parallel strips((area.fnGetWidth() - 1) / width + 1,
+                          kSampleTime * width * area.fnGetHeight() * area.fnGetBytesPerPixel());
+    PerWorker<ColumnBlur<Sum>> blur(strips, area, kernel);
+    return progress.fnRun(
+        strips,
+        [&](std::uint32_t worker, std::uint32_t strip, std::uint32_t end) {
+            for (; strip < end; ++strip)
+                blur[worker].fnBlur(strip * width, area.fnRunEnd(strip * width));
+        },
+        width);
 }
 
 } // namespace

@@ -34,8 +34,13 @@ std::int32_t fnReflect(std::int64_t j, std::uint32_t srcCount) {
     return static_cast<std::int32_t>(at < n ? at : period - at);
 }
 
-/// Lists of a larger total weight have no fast sum, so that sums of bytes are below 512 in size.
-constexpr double kMaxWeight = 1.9;
+/// A weight in units of 1 / denominator, rounded; there may be a remainder.
+int fnUnits(double weight, double denominator) {
+    const double parts = weight * denominator;
+    return static_cast<int>(parts + std::copysign(0.5, parts));
+}
+
+} // namespace
 
 double fnWeightSize(const ContribList& list) {
     return std::accumulate(
@@ -43,15 +48,6 @@ double fnWeightSize(const ContribList& list) {
         [](double size, const ContribEntry& entry) { return size + std::fabs(entry.m_dWeight); });
 }
 
-/// A weight in units of 1 / denominator, rounded; there may be a remainder.
-int fnUnits(double weight, double denominator) {
-    const double parts = weight * denominator;
-    return static_cast<int>(parts + std::copysign(0.5, parts));
-}
-
-/// The denominator that all weights share, among those of the usual factors, or 0. A sum of bytes
-/// then counts as an integral multiple of its reciprocal: the weights deviate so little that
-/// kFilterDust compensates for it.
 double fnDenominator(const ContribList& list) {
     // Enlarging b times gives 18 b^3. Reducing to a half gives 288, and to a third 1458.
     for (const double denominator : {18.0, 144.0, 288.0, 486.0, 1152.0, 1458.0, 2250.0}) {
@@ -66,6 +62,8 @@ double fnDenominator(const ContribList& list) {
     }
     return 0.0;
 }
+
+namespace {
 
 /// A weight in units, split into a multiple of the radix 2^bits and the least remainder.
 struct CutWeight {
@@ -92,14 +90,17 @@ int fnRadixBits(const ContribList& list, double denominator) {
     return 0;
 }
 
-/// See ContribList::m_nFlatMax. `sum` is that of the weights, in their order.
-///
+} // namespace
+
 /// Equal bytes p add up to p - p d, where d is 1 minus the sum of the weights. With n entries the
 /// sum deviates from that by less than n 2^-45 for its additions and 2^-44 for its products, and p
 /// d by less than 255 n 2^-53: together below 0.08 kFilterDust. So p d decides; only where it is
 /// that close to kFilterDust does the sum itself.
-std::int16_t fnFindFlatMax(const ContribList& list, double sum) {
+std::int16_t fnFindFlatMax(const ContribList& list) {
     constexpr std::int32_t kMaxEntries = 100;
+    const double sum = std::accumulate(
+        list.m_pEntries, list.m_pEntries + list.m_nCount, 0.0,
+        [](double all, const ContribEntry& entry) { return all + entry.m_dWeight; });
     const double lacking = 1.0 - sum;
     if (list.m_nCount > kMaxEntries || !(std::fabs(lacking) < 1e-3))
         return -1;
@@ -124,8 +125,6 @@ std::int16_t fnFindFlatMax(const ContribList& list, double sum) {
             return -1;
     return static_cast<std::int16_t>(most);
 }
-
-} // namespace
 
 // Proof that the fixed-point sum M / D gives the byte of the sum of doubles, where D is the
 // denominator and M the sum of bytes times weights in units. Both parts of each weight fit into a
@@ -185,12 +184,8 @@ void fnSetApproximateWeights(ContribList& list) {
     list.m_nFlatMax = -1;
     if (list.m_nCount > kMaxEntries || !(size < kMaxWeight))
         return;
-    double sum = 0.0;
-    for (std::int32_t i = 0; i < list.m_nCount; ++i) {
-        ContribEntry& entry = list.m_pEntries[i];
-        entry.m_fWeight = static_cast<float>(entry.m_dWeight);
-        sum += entry.m_dWeight;
-    }
+    for (std::int32_t i = 0; i < list.m_nCount; ++i)
+        list.m_pEntries[i].m_fWeight = static_cast<float>(list.m_pEntries[i].m_dWeight);
     const double band = std::ldexp((list.m_nCount + 4) * (255.0 * size + 1.0), -24);
     const double denominator = fnDenominator(list);
     if (denominator != 0.0 && band * denominator < 0.49) {
@@ -202,7 +197,7 @@ void fnSetApproximateWeights(ContribList& list) {
     }
     list.m_fBias = static_cast<float>(band);
     list.m_fErrorBound = 2.0F * list.m_fBias;
-    list.m_nFlatMax = fnFindFlatMax(list, sum);
+    list.m_nFlatMax = fnFindFlatMax(list);
 }
 
 ContribTable::ContribTable(double scale, std::uint32_t dstCount, std::uint32_t srcCount)

@@ -11,6 +11,18 @@ namespace q32 {
 /// memory for each sample, and the fast sum isn't valid for such lists anyway.
 inline constexpr std::uint32_t kWideSum = 4096;
 
+/// Lists of a larger total weight have no fast sum, so that sums of bytes are below 512 in size.
+inline constexpr double kMaxWeight = 1.9;
+double fnWeightSize(const ContribList& list);
+
+/// The denominator that all weights share, among those of the usual factors, or 0. A sum of bytes
+/// then counts as an integral multiple of its reciprocal: the weights deviate so little that
+/// kFilterDust compensates for it.
+double fnDenominator(const ContribList& list);
+
+/// See ContribList::m_nFlatMax.
+std::int16_t fnFindFlatMax(const ContribList& list);
+
 /// Sets what the fast sum needs in a list whose entries have their weights.
 void fnSetApproximateWeights(ContribList& list);
 

@@ -24,6 +24,7 @@ void CqConvMask::fnGotoNextLine() {
     const std::int64_t top = std::int64_t{centre} - (m_nLines >> 1);
     for (std::uint32_t i = m_bFirst ? 0 : m_nLines - 1; i < m_nLines; ++i)
         fnFetch((head + i) % m_nLines, top + i);
+    m_pImage->TileMap->fnRequirePixels();
     m_nHead = head; // only now, so that a failed move can be repeated
     m_nRow = centre;
     m_bFirst = false;

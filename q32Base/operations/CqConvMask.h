@@ -34,7 +34,8 @@ public:
     CqConvMask& operator=(const CqConvMask&) = delete;
 
     /// Moves the window one row down; call it once before the first read. Raises the memory
-    /// exception, with the window unmoved, so that the call can be repeated.
+    /// exception, also for lost pixels of the image's scratch file, with the window unmoved, so
+    /// that the call can be repeated.
     void fnGotoNextLine();
 
     /// The window's row `i`, counted from the top, in the image's byte order. The address is valid

@@ -2,19 +2,11 @@
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelBytes_p.h"
+#include "q32Base/operations/BandWalk_p.h"
 #include "q32Base/operations/TilePieces_p.h"
-
-#include <cassert>
+#include "q32Base/platform/Checked_p.h"
 
 namespace {
-
-/// The block is filled as one run, since tiles follow each other without gaps.
-void fnFillAll(CqTileMap& map, const CqColor& color) {
-    unsigned char pixel[4];
-    const unsigned int bytes = q32::fnPackFill(map, color, pixel);
-    assert(map.BufferSize % bytes == 0);
-    q32::fnFillPixels(map.PixelBuffer, pixel, bytes, map.BufferSize / bytes);
-}
 
 /// The rectangle lies inside the image.
 void fnFillRect(CqTileMap& map, const CqColor& color, const CRect& rect) {
@@ -29,14 +21,15 @@ void fnFillRect(CqTileMap& map, const CqColor& color, const CRect& rect) {
     }
     unsigned char pixel[4];
     const unsigned int bytes = q32::fnPackFill(map, color, pixel);
-    q32::fnForEachPiece(map, rect, [&](const q32::TilePiece& piece) {
+    const auto fill = [&](std::uint32_t, const q32::TilePiece& piece) {
         const auto width = static_cast<std::size_t>(piece.m_rect.Width());
         const auto height = static_cast<std::size_t>(piece.m_rect.Height());
         if (piece.m_nStride == width * bytes)
             return q32::fnFillPixels(piece.m_pPixels, pixel, bytes, width * height);
         for (std::size_t row = 0; row < height; ++row)
             q32::fnFillPixels(piece.m_pPixels + row * piece.m_nStride, pixel, bytes, width);
-    });
+    };
+    q32::fnDividePieces(map, rect, q32::kFillTime * bytes, fill);
 }
 
 /// Draws the rectangle in the window of the last fnDrawInit.
@@ -62,6 +55,7 @@ void fnShow(CqImage& image, const CRect& rect) {
 } // namespace
 
 void CqImage::fnFill(const CqColor& color, const CRect* rect, bool draw) {
+    q32::fnRequirePixels("CqImage::fnFill", TileMap);
     if (rect) {
         CRect inside;
         if (!inside.IntersectRect(*rect, q32::fnWholeRect(*TileMap)))
@@ -71,10 +65,8 @@ void CqImage::fnFill(const CqColor& color, const CRect* rect, bool draw) {
             fnShow(*this, inside);
         return TileMap->fnRequirePixels();
     }
-    if (!draw) {
-        fnFillAll(*TileMap, color);
-        return TileMap->fnRequirePixels();
-    }
+    if (!draw)
+        return q32::fnFillAll(*TileMap, color);
     unsigned char pixel[4];
     const unsigned int bytes = q32::fnPackFill(*TileMap, color, pixel);
     CqImageTile tile(true);

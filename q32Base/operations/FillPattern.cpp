@@ -1,14 +1,18 @@
 #include "q32Base/framework/Memory.h"
+#include "q32Base/framework/Parallel_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/operations/BlockCopy_p.h"
 #include "q32Base/operations/TilePieces_p.h"
+#include "q32Base/platform/Checked_p.h"
 
 #include <cassert>
 #include <cstring>
 #include <memory>
 
 namespace {
+
+constexpr double kFillPatternByteTime = 0.07; ///< nanoseconds
 
 CRect fnClipped(const CRect* rect, const CqTileMap& map) {
     const CRect whole = q32::fnWholeRect(map);
@@ -104,6 +108,18 @@ private:
     std::unique_ptr<unsigned char[]> m_pRows;
 };
 
+/// Fills rows of one row of tiles. `corner` is that of the fill.
+void fnFillBand(CqTileMap& map, const CRect& band, const CPoint& corner, WideRows& rows) {
+    rows.fnTake(band.top - corner.y, band.Height());
+    q32::fnForEachPiece(map, band, [&](const q32::TilePiece& piece) {
+        const std::size_t bytes =
+            static_cast<std::size_t>(piece.m_rect.Width()) * map.BytesPerPixel;
+        q32::fnKernels().fnCopyRows(rows.fnAt(piece.m_rect.left - corner.x), rows.fnStride(),
+                                    piece.m_pPixels, piece.m_nStride, bytes,
+                                    static_cast<std::size_t>(piece.m_rect.Height()));
+    });
+}
+
 /// The same result for a pattern narrower than a tile: filled tile by tile instead of in copies of
 /// a few bytes each.
 void fnFillByTiles(CqTileMap& map, const CqTileMap& pattern, const CRect& src, const CRect& dst) {
@@ -112,26 +128,32 @@ void fnFillByTiles(CqTileMap& map, const CqTileMap& pattern, const CRect& src, c
     if (down.m_nRest != 0)
         bottom = dst.top + (down.m_nCount - 1) * src.Height() +
                  std::max<LONG>(down.m_nRest - src.top, 0);
-    WideRows rows(pattern, src);
+    if (bottom <= dst.top)
+        return;
+    // Rows of tiles, since each thread builds the rows of its own.
     const auto tileHeight = static_cast<LONG>(map.TileHeight);
-    for (LONG y = dst.top; y < bottom;) {
-        const LONG end = y + std::min(bottom - y, tileHeight - y % tileHeight);
-        rows.fnTake(y - dst.top, end - y);
-        q32::fnForEachPiece(
-            map, CRect(dst.left, y, dst.right, end), [&](const q32::TilePiece& piece) {
-                const std::size_t bytes =
-                    static_cast<std::size_t>(piece.m_rect.Width()) * map.BytesPerPixel;
-                q32::fnKernels().fnCopyRows(rows.fnAt(piece.m_rect.left - dst.left),
-                                            rows.fnStride(), piece.m_pPixels, piece.m_nStride,
-                                            bytes, static_cast<std::size_t>(piece.m_rect.Height()));
-            });
-        y = end;
-    }
+    const LONG firstBand = dst.top / tileHeight;
+    const double bandTime = kFillPatternByteTime * map.BytesPerPixel * dst.Width() * tileHeight;
+    const q32::Parallel bands(static_cast<std::uint32_t>((bottom - 1) / tileHeight - firstBand + 1),
+                              bandTime);
+    q32::PerWorker<WideRows> wide(bands, pattern, src);
+    bands.fnRun([&](std::uint32_t worker, std::uint32_t first, std::uint32_t end) {
+        for (; first < end; ++first) {
+            const LONG top = (firstBand + static_cast<LONG>(first)) * tileHeight;
+            const LONG y = std::max(top, dst.top);
+            fnFillBand(
+                map,
+                CRect(dst.left, y, dst.right, y + std::min(bottom - y, tileHeight - (y - top))),
+                CPoint(dst.left, dst.top), wide[worker]);
+        }
+    });
 }
 
 } // namespace
 
 void CqImage::fnFill(CqImage& pattern, const CRect* srcRect, const CRect* dstRect) {
+    q32::fnRequirePixels("CqImage::fnFill", TileMap);
+    q32::fnRequirePixels("CqImage::fnFill", pattern.TileMap, "pattern");
     const CRect dst = fnClipped(dstRect, *TileMap);
     if (dst.IsRectEmpty())
         return;

@@ -1,6 +1,7 @@
 #include "q32Base/operations/Grey.h"
 
 #include "q32Base/framework/Memory.h"
+#include "q32Base/framework/Parallel_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelAccess.h"
 #include "q32Base/operations/ImageStorage_p.h"
@@ -9,10 +10,13 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <utility>
 
 namespace {
+
+constexpr double kGreyPixelTime = 2.0; ///< nanoseconds
 
 /// Converts pixels of alpha, red, green and blue to grey ones of `bytes` bytes.
 void fnGreyRow(const unsigned char* argb, std::size_t count, unsigned char* out,
@@ -33,17 +37,18 @@ bool q32ConvertToGrey(CqImage& image, unsigned int bits, CqProgressDisplay* prog
     std::unique_ptr<CqTileMap> map(
         q32::fnNew<CqTileMap>(image.Width, image.Height, bits, q32GreyRamp, 256u));
     const CqPixelReader reader(image, PIXEL_ARGB32);
-    const std::unique_ptr<unsigned char[]> colors(
-        q32::fnNewArray<unsigned char>(std::size_t{4} * image.Width));
-    const std::unique_ptr<unsigned char[]> greys(q32::fnNewArray<unsigned char>(map->RowBytes));
-    const q32::ProgressRun run(progress, image.Height);
-    for (std::uint32_t y = 0; y < image.Height; ++y) {
-        if (!reader.fnReadRow(0, y, image.Width, colors.get()))
-            AfxThrowMemoryException(); // pixels were lost
-        fnGreyRow(colors.get(), image.Width, greys.get(), map->BytesPerPixel);
-        map->fnStoreRow(y, greys.get());
-        if (run.fnAborts(y))
-            return false;
-    }
+    const q32::Parallel rows(image.Height, kGreyPixelTime * image.Width);
+    const q32::WorkerBytes colors(rows, std::size_t{4} * image.Width);
+    const q32::WorkerBytes greys(rows, map->RowBytes);
+    const auto convert = [&](std::uint32_t worker, std::uint32_t y, std::uint32_t end) {
+        for (; y < end; ++y) {
+            if (!reader.fnReadRow(0, y, image.Width, colors[worker]))
+                AfxThrowMemoryException(); // pixels were lost
+            fnGreyRow(colors[worker], image.Width, greys[worker], map->BytesPerPixel);
+            map->fnStoreRow(y, greys[worker]);
+        }
+    };
+    if (!q32::ProgressRun(progress, image.Height).fnRun(rows, convert))
+        return false;
     return q32::ImageStorage::fnReplace(image, std::move(map), progress);
 }

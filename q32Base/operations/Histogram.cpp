@@ -15,6 +15,8 @@
 
 namespace {
 
+constexpr double kHistogramPixelTime = 1.2; ///< nanoseconds
+
 /// Counts runs of pixels. Pixels take turns among several sets of tables: a value that repeats
 /// would otherwise wait for the store of its last count. No count overflows, since an image has
 /// fewer than 2^32 pixels.
@@ -176,6 +178,16 @@ private:
     Tally m_Tally;
 };
 
+void fnAdd(CqHistogram& sum, const CqHistogram& part) {
+    for (std::size_t i = 0; i < 256; ++i) {
+        sum.m_nRed[i] += part.m_nRed[i];
+        sum.m_nGreen[i] += part.m_nGreen[i];
+        sum.m_nBlue[i] += part.m_nBlue[i];
+        sum.m_nLuminance[i] += part.m_nLuminance[i];
+    }
+    sum.m_nPixels += part.m_nPixels;
+}
+
 } // namespace
 
 bool q32CountHistogram(const CqImage& image, const CRect* rect, const CqMask* mask,
@@ -191,11 +203,17 @@ bool q32CountHistogram(const CqImage& image, const CRect* rect, const CqMask* ma
         histogram = CqHistogram();
         return true;
     }
-    PieceTally tally(image, mask, mask ? mask->m_rectBound.TopLeft() : CPoint());
-    if (!q32::fnForEachBand(map, inside, progress,
-                            [&](const q32::TilePiece& piece) { tally.fnCount(piece); }))
+    const q32::TileGrid grid(inside, kHistogramPixelTime);
+    q32::PerWorker<PieceTally> tallies(grid.fnGetParallel(), image, mask,
+                                       mask ? mask->m_rectBound.TopLeft() : CPoint());
+    if (!q32::fnForEachBand(map, inside, kHistogramPixelTime, progress,
+                            [&](std::uint32_t worker, const q32::TilePiece& piece) {
+                                tallies[worker].fnCount(piece);
+                            }))
         return false;
     map.fnRequirePixels();
-    histogram = tally.fnGetColors();
+    CqHistogram sum;
+    tallies.fnForEach([&](const PieceTally& tally) { fnAdd(sum, tally.fnGetColors()); });
+    histogram = sum;
     return true;
 }

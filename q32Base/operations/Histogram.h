@@ -23,8 +23,9 @@ struct CqHistogram {
 /// whose alpha is 0 show nothing and aren't counted.
 ///
 /// Returns false, with `histogram` unchanged, after an abort, for an image without storage, and for
-/// a mask that isn't 8 bits deep. Allocates nothing. Raises the memory exception for lost pixels of
-/// a scratch file. Called from the thread that uses the image and the mask.
+/// a mask that isn't 8 bits deep. Allocates nothing if one thread does it. Raises the memory
+/// exception, also for lost pixels of a scratch file. Called from the thread that uses the image
+/// and the mask.
 /// @param rect      clipped to the image; null: all of it
 /// @param mask      counts only pixels whose weight is 128 or more; in the image's coordinates.
 ///                  Null: all pixels

@@ -16,6 +16,8 @@
 
 namespace {
 
+constexpr double kMaskEditPixelTime = 0.1; ///< nanoseconds
+
 /// A bitmap of the size of `rect`, with one weight everywhere.
 std::unique_ptr<CqTileMap> fnNewBitmap(const CRect& rect, unsigned char weight) {
     std::unique_ptr<CqTileMap> map(q32::fnNew<CqTileMap>(static_cast<std::uint32_t>(rect.Width()),
@@ -49,10 +51,10 @@ bool q32FeatherMask(CqMask& mask, double sigma, const CRect& area, CqProgressDis
         !fnGrow(placed.m_rect, q32GetBlurReach(sigma), area, grown))
         return false;
     std::unique_ptr<CqTileMap> map = fnNewBitmap(grown, 0);
-    placed.fnForEachOverlap(grown, *map, grown.TopLeft(),
-                            [](const unsigned char* from, unsigned char* to, std::size_t count) {
-                                std::memcpy(to, from, count);
-                            });
+    placed.fnDivideOverlap(grown, *map, kMaskEditPixelTime,
+                           [](const unsigned char* from, unsigned char* to, std::size_t count) {
+                               std::memcpy(to, from, count);
+                           });
     if (!q32::fnBlurMap(*map, *map, q32::fnMakeBlurKernel(sigma), progress) ||
         !q32::ImageStorage::fnReplace(mask, std::move(map), progress))
         return false;
@@ -64,8 +66,8 @@ bool q32InvertMask(CqMask& mask, const CRect& area) {
     if (area.IsRectEmpty() || (mask.TileMap && mask.BitCount != 8))
         return false;
     std::unique_ptr<CqTileMap> map = fnNewBitmap(area, 255);
-    q32::PlacedMask(mask).fnForEachOverlap(
-        area, *map, area.TopLeft(),
+    q32::PlacedMask(mask).fnDivideOverlap(
+        area, *map, kMaskEditPixelTime,
         [](const unsigned char* from, unsigned char* to, std::size_t count) {
             std::transform(from, from + count, to, [](unsigned char weight) {
                 return static_cast<unsigned char>(~weight);

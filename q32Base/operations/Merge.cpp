@@ -1,12 +1,16 @@
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/CqMask.h"
 #include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/operations/BandWalk_p.h"
 #include "q32Base/operations/TilePieces_p.h"
+#include "q32Base/platform/Checked_p.h"
 
 #include <cassert>
 #include <cstring>
 
 namespace {
+
+constexpr double kMergePixelTime = 0.4; ///< nanoseconds
 
 /// Applies the rule of one merge to runs of 16- or 24-bit pixels.
 class MergeRun {
@@ -68,9 +72,9 @@ bool fnClip(MergePlace& merge, const CqTileMap& source, const CqTileMap& target)
     return true;
 }
 
-/// Merges directly from tile to tile; the three images have different storage.
-void fnMergeTiles(const MergePlace& merge, const CqTileMap& source, CqTileMap& target,
-                  const MergeRun& run) {
+/// Merges a part of the source directly from tile to tile.
+void fnMergePart(const MergePlace& merge, const CqTileMap& source, CqTileMap& target,
+                 const MergeRun& run) {
     if (!merge.m_pMask)
         return q32::fnForEachRun(source, merge.m_rect, target, merge.m_Place.x, merge.m_Place.y,
                                  [&](const unsigned char* from, unsigned char* to,
@@ -92,6 +96,16 @@ void fnMergeTiles(const MergePlace& merge, const CqTileMap& source, CqTileMap& t
     };
     q32::fnForEachPiecePair(source, merge.m_rect, target, merge.m_Place.x, merge.m_Place.y,
                             mergePieces);
+}
+
+/// Merges directly from tile to tile; the three images have different storage.
+void fnMergeTiles(const MergePlace& merge, const CqTileMap& source, CqTileMap& target,
+                  const MergeRun& run) {
+    q32::fnDividePlaces(
+        merge.m_rect, merge.m_Place.x, merge.m_Place.y, kMergePixelTime,
+        [&](const CRect& part, LONG left, LONG top) {
+            fnMergePart({part, CPoint(left, top), merge.m_pMask}, source, target, run);
+        });
 }
 
 /// Merges row by row through buffers: for images that share storage, where each row must be written
@@ -120,6 +134,8 @@ void fnMergeLines(const MergePlace& merge, CqImage& source, CqImage& target, con
 } // namespace
 
 void CqImage::fnMerge(CqImage& src, const CRect* rect, const CqMergeParam& param, int x, int y) {
+    q32::fnRequirePixels("CqImage::fnMerge", TileMap);
+    q32::fnRequirePixels("CqImage::fnMerge", src.TileMap, "src");
     if (src.BitCount != 16 && src.BitCount != 24) // nothing is written at the other depths
         return;
     CqMask* const mask = param.m_eType == MERGE_MASK ? param.m_pMask : nullptr;

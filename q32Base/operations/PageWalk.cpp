@@ -14,21 +14,21 @@ constexpr std::uint32_t kAheadBytes = 4u << 20; ///< enough for a disk to work o
 class AdvisedRange {
 public:
     explicit AdvisedRange(CQ_VIEW_ADVICE advice) : m_Advice(advice) {}
-    ~AdvisedRange() { fnTell(); }
+    ~AdvisedRange() { fnAdvise(); }
     AdvisedRange(const AdvisedRange&) = delete;
     AdvisedRange& operator=(const AdvisedRange&) = delete;
 
     void fnAdd(unsigned char* begin, unsigned char* end) {
         assert(begin < end);
         if (begin != m_pEnd) {
-            fnTell();
+            fnAdvise();
             m_pBegin = begin;
         }
         m_pEnd = end;
     }
 
 private:
-    void fnTell() const {
+    void fnAdvise() const {
         if (m_pBegin)
             fnPlatform().m_pScratch->fnAdvise(m_Advice, m_pBegin,
                                               static_cast<std::uint32_t>(m_pEnd - m_pBegin));
@@ -53,7 +53,7 @@ PageWalk::PageWalk(const PixelArea& area, CQ_VIEW_ADVICE coming, const WalkOrder
 }
 
 PageWalk::~PageWalk() {
-    fnTell(VIEW_DONE, m_nDone, m_nComing);
+    fnAdvise(VIEW_DONE, m_nDone, m_nComing);
 }
 
 /// The number of the cell in the order of the walk.
@@ -72,18 +72,18 @@ void PageWalk::fnGoOn(std::uint32_t first, std::uint32_t last) {
     // In batches, so that neighbouring cells share one piece of advice.
     if (last + m_nAhead / 2 >= m_nComing && m_nComing != m_nCells) {
         const std::uint32_t end = m_nCells - last > m_nAhead ? last + m_nAhead : m_nCells;
-        fnTell(m_Coming, m_nComing, end);
+        fnAdvise(m_Coming, m_nComing, end);
         m_nComing = end;
     }
     const std::uint32_t done = std::max(first, 1u) - 1; // at edges, filters look back
     if (done >= m_nDone + m_nAhead / 2) {
-        fnTell(VIEW_DONE, m_nDone, done);
+        fnAdvise(VIEW_DONE, m_nDone, done);
         m_nDone = done;
     }
     assert(m_nDone <= m_nComing && m_nComing <= m_nCells);
 }
 
-void PageWalk::fnTell(CQ_VIEW_ADVICE advice, std::uint32_t first, std::uint32_t end) const {
+void PageWalk::fnAdvise(CQ_VIEW_ADVICE advice, std::uint32_t first, std::uint32_t end) const {
     AdvisedRange advised(advice);
     for (; first < end; ++first) {
         std::uint32_t column = m_Order.m_bColumns ? first / m_nDown : first % m_nAcross;

@@ -54,7 +54,7 @@ public:
 private:
     std::uint32_t fnCell(std::uint32_t x, std::uint32_t y) const;
     void fnGoOn(std::uint32_t first, std::uint32_t last);
-    void fnTell(CQ_VIEW_ADVICE advice, std::uint32_t first, std::uint32_t end) const;
+    void fnAdvise(CQ_VIEW_ADVICE advice, std::uint32_t first, std::uint32_t end) const;
 
     const PixelArea& m_Area;
     CQ_VIEW_ADVICE m_Coming;

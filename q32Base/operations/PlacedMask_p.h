@@ -1,6 +1,7 @@
 #pragma once
 
 #include "q32Base/image/CqMask.h"
+#include "q32Base/operations/BandWalk_p.h"
 #include "q32Base/operations/TilePieces_p.h"
 
 #include <algorithm>
@@ -32,6 +33,15 @@ struct PlacedMask {
         const CPoint start(shared.left - m_rect.left, shared.top - m_rect.top);
         fnForEachRun(*m_pMap, CRect(start, shared.Size()), target, shared.left - corner.x,
                      shared.top - corner.y, visit);
+    }
+    /// The same by several threads, for all of `target`.
+    template <class Visit>
+    void fnDivideOverlap(const CRect& area, CqTileMap& target, double pixelTime,
+                         Visit visit) const {
+        TileGrid(fnWholeRect(target), pixelTime).fnRun([&](std::uint32_t, CRect part) {
+            part.OffsetRect(area.left, area.top);
+            fnForEachOverlap(part, target, area.TopLeft(), visit);
+        });
     }
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "q32Base/framework/Parallel_p.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <cassert>
@@ -32,6 +33,22 @@ public:
             if (fnAborts(first))
                 return true;
         return false;
+    }
+
+    /// Does the units of `parallel` by `work(worker, first, end)`, and reports each, as the first
+    /// of `step` units of this object. False if the user has aborted: up to a batch of units after
+    /// the one reported last are then done as well.
+    template <class Work>
+    bool fnRun(const Parallel& parallel, Work&& work, std::uint32_t step = 1) const {
+        return fnRunWith(parallel, work, [&](std::uint32_t unit) { return fnAborts(unit * step); });
+    }
+    /// The same, but `isAborted(unit)` reports a unit, if anything is to be reported.
+    template <class Work, class IsAborted>
+    bool fnRunWith(const Parallel& parallel, Work&& work, IsAborted&& isAborted) const {
+        if (m_pProgress)
+            return parallel.fnRunReported(work, isAborted, [](std::uint32_t, std::uint32_t) {});
+        parallel.fnRun(work);
+        return true;
     }
 
 private:

@@ -2,6 +2,7 @@
 #include "q32Base/framework/Exceptions.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/platform/Checked_p.h"
 
 #include <cstring>
 
@@ -32,6 +33,7 @@ void fnSubtractRuns(CRgn& region, const unsigned char* row, std::size_t width, u
 } // namespace
 
 void CqImage::fnCreateRgn(unsigned long key, CRgn& region) {
+    q32::fnRequirePixels("CqImage::fnCreateRgn", TileMap);
     region.DeleteObject();
     if (!region.CreateRectRgnIndirect({0, 0, static_cast<LONG>(Width), static_cast<LONG>(Height)}))
         AfxThrowMemoryException();

@@ -4,6 +4,7 @@
 #include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/operations/Resample_p.h"
 #include "q32Base/pixels/PixelFormat_p.h"
+#include "q32Base/platform/Checked_p.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <cmath>
@@ -37,6 +38,7 @@ std::uint32_t fnScaledSize(std::uint32_t size, double scale) {
 
 void CqImage::fnResample(unsigned int width, unsigned int height, bool interpolate,
                          CqProgressDisplay* progress) {
+    q32::fnRequirePixels("CqImage::fnResample", TileMap);
     if (width == Width && height == Height)
         return;
     auto target = fnNewSize(*TileMap, width, height);
@@ -51,6 +53,7 @@ void CqImage::fnResample(unsigned int width, unsigned int height, bool interpola
 }
 
 void CqImage::fnResample(double scaleX, double scaleY, CqProgressDisplay* progress) {
+    q32::fnRequirePixels("CqImage::fnResample", TileMap);
     const std::uint32_t width = fnScaledSize(Width, scaleX);
     const std::uint32_t height = fnScaledSize(Height, scaleY);
     if (width == Width && height == Height)

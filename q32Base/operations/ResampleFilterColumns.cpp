@@ -2,18 +2,17 @@
 #include "q32Base/kernels/ContribList_p.h"
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/memory/TileWalk_p.h"
+#include "q32Base/operations/ColumnBands_p.h"
 #include "q32Base/operations/ContribTable_p.h"
 #include "q32Base/operations/FilterChannels_p.h"
-#include "q32Base/operations/PageWalk_p.h"
 #include "q32Base/operations/ProgressRun_p.h"
+#include "q32Base/operations/QuadTable_p.h"
 #include "q32Base/operations/Resample_p.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <memory>
 #include <type_traits>
-#include <utility>
 
 namespace q32 {
 namespace {
@@ -36,20 +35,16 @@ void fnTakeSamples(const std::uint8_t* source, std::uint8_t* target, std::size_t
     std::memcpy(target, source, count);
 }
 
-/// Convolves blocks of columns, in bands of target rows, so that source and target are traversed
-/// tile by tile, in memory order. Samples are floats, or bytes if the table is fixed-point. A
-/// block's source rows are converted to floats once per band, in a ring that holds what one target
-/// row needs, unless its sums are wide. Bytes are read in place if possible.
+/// Convolves blocks of columns. Samples are floats, or bytes if the table is fixed-point. A block's
+/// source rows are converted to floats once, in a ring that holds what one target row needs, unless
+/// its sums are wide. Bytes are read in place if possible.
 template <typename Sample>
 class ColumnFilter {
 public:
     ColumnFilter(const PixelArea& source, const PixelArea& target, const ContribTable& table)
         : m_Source(source), m_Target(target),
           m_nChannels(fnFilterChannels(source.fnGetBytesPerPixel())), m_Table(table),
-          m_nRing(fnRingRows(std::min(m_Table.fnGetCapacity(), source.fnGetHeight()))),
-          m_nBlock(fnBlockColumns()),
-          m_SourceWalk(source, VIEW_READ_NEXT, {false, false, false, m_nBlock}),
-          m_TargetWalk(target, VIEW_WRITE_NEXT, {false, false, false, m_nBlock}) {
+          m_nRing(fnRingRows(source, table)), m_nBlock(fnBlockColumns(source, table)) {
         const std::size_t samples = std::size_t{m_nBlock} * m_nChannels;
         m_pRing.reset(fnNewArray<Sample>(m_nRing * samples));
         m_pPresent.reset(fnNewArray<std::int32_t>(m_nRing));
@@ -62,47 +57,21 @@ public:
             m_pUnpacked.reset(fnNewArray<unsigned char>(samples));
     }
 
-    /// The end of the band that begins at row y: target rows of the same tiles, and for scratch
-    /// files so few that the source rows they need fit in memory.
-    std::uint32_t fnBandEnd(std::uint32_t y) const {
+    /// The width of a block: complete tiles side by side, if possible. Each is then traversed once.
+    static std::uint32_t fnBlockColumns(const PixelArea& source, const ContribTable& table) {
+        const std::size_t samples =
+            std::min(kBlockSamples, kRingSamples / fnRingRows(source, table));
+        const auto columns = static_cast<std::uint32_t>(
+            samples / std::max(fnFilterChannels(source.fnGetBytesPerPixel()), 1u));
         constexpr std::uint32_t kTile = CqTileMap::kMaxTileSize;
-        std::uint32_t rows = kTile;
-        if (m_Source.fnIsScratch()) {
-            const double rowBytes =
-                static_cast<double>(m_Source.fnGetWidth()) * m_Source.fnGetBytesPerPixel();
-            const double most = (kBandBytes / rowBytes - m_Table.fnGetCapacity()) *
-                                m_Target.fnGetHeight() / m_Source.fnGetHeight();
-            // Equal parts of a tile.
-            const auto parts = static_cast<std::uint32_t>(
-                std::ceil(kTile / std::clamp(std::floor(most), 1.0, double{kTile})));
-            rows = (kTile + parts - 1) / parts;
-        }
-        return std::min({m_Target.fnGetHeight() - y, kTile - y % kTile, rows}) + y;
+        return columns >= kTile ? columns / kTile * kTile : std::max(columns, 1u);
     }
 
-    /// Filters target rows from y to before `bottom`, block by block. After each block it calls
-    /// `isAborted` with the block's end column, and returns false if that returns true.
-    template <typename IsAborted>
-    bool fnFilter(std::uint32_t y, std::uint32_t bottom, IsAborted isAborted) {
-        const auto [top, last] = fnSourceRows(y, bottom);
-        const std::uint32_t nextTop = fnNextTop(bottom);
-        std::uint32_t end;
-        for (std::uint32_t x = 0; x < m_Target.fnGetWidth(); x = end) {
-            end = fnBlockEnd(x);
-            m_SourceWalk.fnReach(x, top, end - 1, last, nextTop);
-            m_TargetWalk.fnReach(x, y, end - 1, bottom - 1, bottom);
-            fnFilterBlock(x, end, y, bottom);
-            if (isAborted(end))
-                return false;
-        }
-        return true;
-    }
-
-private:
-    void fnFilterBlock(std::uint32_t x, std::uint32_t end, std::uint32_t y,
-                       std::uint32_t bottom) const {
+    void fnFilter(const ColumnBlock& block) {
+        const std::uint32_t x = block.m_nX;
+        const std::uint32_t end = block.m_nEnd;
         std::fill_n(m_pPresent.get(), m_nRing, -1);
-        for (; y < bottom; ++y) {
+        for (std::uint32_t y = block.m_nY; y < block.m_nBottom; ++y) {
             const ContribList& list = m_Table[y];
             const bool direct = !m_pUnpacked && m_Target.fnRunEnd(x) >= end;
             unsigned char* sums = direct ? m_Target.fnAt(x, y) : m_pSums.get();
@@ -115,51 +84,16 @@ private:
         }
     }
 
-    /// The end column of the block that begins at x.
-    std::uint32_t fnBlockEnd(std::uint32_t x) const {
-        return m_Target.fnGetWidth() - x > m_nBlock ? x + m_nBlock : m_Target.fnGetWidth();
-    }
-
-    /// The first and the last source row that these target rows need.
-    std::pair<std::uint32_t, std::uint32_t> fnSourceRows(std::uint32_t y,
-                                                         std::uint32_t bottom) const {
-        std::int32_t first = m_Table[y].m_pEntries[0].m_nPixel;
-        std::int32_t last = first;
-        for (; y < bottom; ++y)
-            for (std::int32_t k = 0; k < m_Table[y].m_nCount; ++k) {
-                first = std::min(first, m_Table[y].m_pEntries[k].m_nPixel);
-                last = std::max(last, m_Table[y].m_pEntries[k].m_nPixel);
-            }
-        return {static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(last)};
-    }
-
-    /// No target row from y on needs a source row above this one.
-    std::uint32_t fnNextTop(std::uint32_t y) const {
-        const std::uint32_t height = m_Target.fnGetHeight();
-        if (y == height)
-            return m_Source.fnGetHeight();
-        // Each target row's source rows begin lower than those of the row before, except for rows
-        // reflected at the lower edge; of those, the last target row reaches highest.
-        return std::min(fnSourceRows(y, y + 1).first, fnSourceRows(height - 1, height).first);
-    }
-
+private:
     static constexpr std::size_t kBlockSamples = 512;       ///< a ring of them stays in the cache
     static constexpr std::size_t kRingSamples = 256 * 1024; ///< limit for huge reductions
-    static constexpr double kBandBytes = 32 << 20;          ///< of the source
 
-    static std::uint32_t fnRingRows(std::uint32_t needed) {
+    static std::uint32_t fnRingRows(const PixelArea& source, const ContribTable& table) {
+        const std::uint32_t needed = std::min(table.fnGetCapacity(), source.fnGetHeight());
         std::uint32_t rows = 1;
         while (rows < needed && rows < kWideSum)
             rows *= 2;
         return rows;
-    }
-    /// Complete tiles side by side, if possible: each is then traversed once.
-    std::uint32_t fnBlockColumns() const {
-        const std::size_t samples = std::min(kBlockSamples, kRingSamples / m_nRing);
-        const auto columns =
-            static_cast<std::uint32_t>(samples / std::max<std::uint32_t>(m_nChannels, 1));
-        constexpr std::uint32_t kTile = CqTileMap::kMaxTileSize;
-        return columns >= kTile ? columns / kTile * kTile : std::max(columns, 1u);
     }
 
     void fnSum(const ContribList& list, std::uint32_t x, std::uint32_t end,
@@ -260,44 +194,18 @@ private:
     std::unique_ptr<double[]> m_pWideSums;      ///< null for others
     std::unique_ptr<unsigned char[]> m_pSums;
     std::unique_ptr<unsigned char[]> m_pUnpacked;
-    PageWalk m_SourceWalk;
-    PageWalk m_TargetWalk;
 };
-
-template <typename Sample>
-bool fnFilterColumns(const PixelArea& source, const PixelArea& target, const ContribTable& table,
-                     const ProgressRun& progress) {
-    ColumnFilter<Sample> filter(source, target, table);
-    // Columns are reported in proportion to the work done.
-    const std::uint64_t width = target.fnGetWidth();
-    std::uint32_t reported = 0;
-    const auto isAborted = [&](std::uint64_t pixels) {
-        const std::uint32_t first = reported;
-        reported = static_cast<std::uint32_t>(pixels / target.fnGetHeight());
-        return progress.fnAborts(first, reported);
-    };
-    std::uint32_t bottom;
-    for (std::uint32_t y = 0; y < target.fnGetHeight(); y = bottom) {
-        bottom = filter.fnBandEnd(y);
-        const std::uint64_t above = width * y;
-        const bool goesOn = target.fnGetBytesPerPixel() == 0
-                                ? !isAborted(width * bottom)
-                                : filter.fnFilter(y, bottom, [&](std::uint32_t end) {
-                                      return isAborted(above + std::uint64_t{bottom - y} * end);
-                                  });
-        if (!goesOn)
-            return false;
-    }
-    return true;
-}
 
 } // namespace
 
 bool fnFilterHeight(const PixelArea& source, const PixelArea& target, double scale,
                     const ProgressRun& progress) {
     const ContribTable table(scale, target.fnGetHeight(), source.fnGetHeight());
-    return (table.fnIsFixedPoint() ? fnFilterColumns<std::uint8_t>
-                                   : fnFilterColumns<float>)(source, target, table, progress);
+    if (const std::unique_ptr<QuadTable> quads = fnMakeQuads(table, target.fnGetHeight(), 1))
+        return fnFilterHeightInQuads(source, target, table, *quads, progress);
+    return table.fnIsFixedPoint()
+               ? fnFilterColumns<ColumnFilter<std::uint8_t>>(source, target, table, progress, table)
+               : fnFilterColumns<ColumnFilter<float>>(source, target, table, progress, table);
 }
 
 } // namespace q32

@@ -1,12 +1,16 @@
 #include "q32Base/framework/Memory.h"
+#include "q32Base/framework/Parallel_p.h"
 #include "q32Base/kernels/ContribList_p.h"
 #include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/kernels/QuadList_p.h"
 #include "q32Base/memory/TileWalk_p.h"
 #include "q32Base/operations/ContribTable_p.h"
 #include "q32Base/operations/FilterChannels_p.h"
 #include "q32Base/operations/PageWalk_p.h"
 #include "q32Base/operations/ProgressRun_p.h"
+#include "q32Base/operations/QuadTable_p.h"
 #include "q32Base/operations/Resample_p.h"
+#include "q32Base/operations/RowSteps_p.h"
 
 #include <algorithm>
 #include <memory>
@@ -19,105 +23,52 @@ namespace {
 /// sums don't use that.
 class RowFilter {
 public:
-    RowFilter(const PixelArea& source, const PixelArea& target, const ContribTable& table)
+    /// @param quads  the table's integer sums, or null
+    RowFilter(const PixelArea& source, const PixelArea& target, const ContribTable& table,
+              const QuadTable* quads, const RowSteps& steps)
         : m_Source(source), m_Target(target),
           m_nChannels(fnFilterChannels(source.fnGetBytesPerPixel())), m_Table(table),
-          m_SourceWalk(source, VIEW_READ_NEXT, {false}),
-          m_TargetWalk(target, VIEW_WRITE_NEXT, {false}) {
-        const std::size_t pixels = fnPlanSteps();
+          m_pQuads(quads) {
+        constexpr std::size_t kColumns = RowSteps::kMaxColumns;
+        const std::size_t pixels = steps.fnGetMostPixels();
         const std::size_t pixelBytes = std::size_t{m_nChannels} * kFilterLanes;
         m_pLanes.reset(fnNewArray<unsigned char>(pixels * pixelBytes));
-        if (!table.fnIsFixedPoint()) {
+        if (!quads && !table.fnIsFixedPoint()) {
             m_pSamples.reset(fnNewArray<float>(pixels * pixelBytes));
             m_pRuns.reset(fnNewArray<unsigned char>(pixels * pixelBytes));
         }
-        m_pSums.reset(fnNewArray<unsigned char>(kMaxColumns * pixelBytes));
-        m_pSpare.reset(fnNewArray<unsigned char>(kMaxColumns * std::size_t{m_nChannels}));
+        m_pSums.reset(fnNewArray<unsigned char>(kColumns * pixelBytes));
+        m_pSpare.reset(fnNewArray<unsigned char>(kColumns * m_nChannels));
         if (source.fnGetBytesPerPixel() == 2)
-            m_pUnpacked.reset(
-                fnNewArray<unsigned char>(std::max<std::size_t>(pixels, kMaxColumns) * pixelBytes));
+            m_pUnpacked.reset(fnNewArray<unsigned char>(std::max(pixels, kColumns) * pixelBytes));
     }
 
-    /// Filters rows of the same tiles: each step processes all of them before the next one.
-    void fnFilter(std::uint32_t y, std::uint32_t rows) {
-        std::uint32_t x = 0;
-        for (const Step* next = m_pSteps.get(); x < m_Target.fnGetWidth(); x = next++->m_nEnd) {
-            m_SourceWalk.fnReach(next->m_nFirst, y, next->m_nLast, y + rows - 1);
-            m_TargetWalk.fnReach(x, y, next->m_nEnd - 1, y + rows - 1);
-            for (std::uint32_t done = 0; done < rows; done += kFilterLanes)
-                fnFilterStep(*next, x, y + done,
-                             std::min<std::uint32_t>(kFilterLanes, rows - done));
-        }
+    /// Filters a step of at most kFilterLanes rows of the same tiles.
+    void fnFilter(const RowSteps::Step& step, std::uint32_t y, std::uint32_t rows) {
+        if (step.fnGetPixels() > kWideSum)
+            fnSumWide(m_Table[step.m_nX], y, rows);
+        else
+            fnSum(step, y, rows);
+        fnStore(step.m_nX, step.m_nEnd, y, rows);
     }
 
 private:
-    static constexpr std::uint32_t kMaxColumns = 256; ///< of a step
-    static constexpr std::uint32_t kMaxSamples = 192; ///< of a row, unless one column needs more
-
-    /// Target columns up to `end`, and the source pixels that they need.
-    struct Step {
-        std::uint32_t m_nEnd;
-        std::uint32_t m_nFirst;
-        std::uint32_t m_nLast;
-        std::uint32_t fnGetPixels() const { return m_nLast - m_nFirst + 1; }
-    };
-
-    void fnWiden(Step& step, const ContribList& list) const {
-        const auto ends = std::minmax_element(
-            list.m_pEntries, list.m_pEntries + list.m_nCount,
-            [](const ContribEntry& a, const ContribEntry& b) { return a.m_nPixel < b.m_nPixel; });
-        step.m_nFirst = std::min(step.m_nFirst, static_cast<std::uint32_t>(ends.first->m_nPixel));
-        step.m_nLast = std::max(step.m_nLast, static_cast<std::uint32_t>(ends.second->m_nPixel));
-    }
-
-    Step fnNextStep(std::uint32_t x) const {
-        Step step = {x, 0xFFFFFFFFu, 0};
-        do {
-            Step wider = step;
-            fnWiden(wider, m_Table[step.m_nEnd]);
-            if (step.m_nEnd != x && (wider.m_nLast - wider.m_nFirst) * m_nChannels >= kMaxSamples)
-                break;
-            wider.m_nEnd = step.m_nEnd + 1;
-            step = wider;
-        } while (step.m_nEnd < m_Target.fnGetWidth() && step.m_nEnd - x < kMaxColumns);
-        return step;
-    }
-
-    /// Plans the steps, and returns the most pixels that one needs in lanes.
-    std::size_t fnPlanSteps() {
-        std::size_t count = 0;
-        for (std::uint32_t x = 0; x < m_Target.fnGetWidth(); x = fnNextStep(x).m_nEnd)
-            ++count;
-        m_pSteps.reset(fnNewArray<Step>(count));
-        std::size_t widest = 0;
-        std::uint32_t x = 0;
-        for (Step* next = m_pSteps.get(); x < m_Target.fnGetWidth(); x = next++->m_nEnd) {
-            *next = fnNextStep(x);
-            if (next->fnGetPixels() <= kWideSum)
-                widest = std::max<std::size_t>(widest, next->fnGetPixels());
-        }
-        return widest;
-    }
-
-    void fnFilterStep(const Step& step, std::uint32_t x, std::uint32_t y,
-                      std::uint32_t rows) const {
-        if (step.fnGetPixels() > kWideSum)
-            fnSumWide(m_Table[x], y, rows);
-        else
-            fnSum(step, x, y, rows);
-        fnStore(x, step.m_nEnd, y, rows);
-    }
-
-    void fnSum(const Step& step, std::uint32_t x, std::uint32_t y, std::uint32_t rows) const {
+    void fnSum(const RowSteps::Step& step, std::uint32_t y, std::uint32_t rows) const {
         fnFetch(step, y, rows);
         const Kernels& kernels = fnKernels();
+        if (m_pQuads) {
+            kernels.fnConvolveQuads(m_pLanes.get(), static_cast<std::int32_t>(step.m_nFirst),
+                                    &(*m_pQuads)[step.m_nX], step.m_nEnd - step.m_nX, m_pSums.get(),
+                                    m_nChannels);
+            return;
+        }
         if (m_pSamples)
             kernels.fnReadLanes(m_pLanes.get(), m_pSamples.get(), m_pRuns.get(), step.fnGetPixels(),
                                 m_nChannels);
         const auto first = static_cast<std::int32_t>(step.m_nFirst);
         const FloatLanes lanes = {m_pSamples.get(), m_pLanes.get(), m_pRuns.get(), first};
         unsigned char* sums = m_pSums.get();
-        for (; x < step.m_nEnd; ++x, sums += m_nChannels * kFilterLanes)
+        for (std::uint32_t x = step.m_nX; x < step.m_nEnd; ++x, sums += m_nChannels * kFilterLanes)
             if (m_pSamples)
                 kernels.fnConvolveLanes(lanes, m_Table[x], sums, m_nChannels);
             else
@@ -145,7 +96,7 @@ private:
         }
     }
 
-    void fnFetch(const Step& step, std::uint32_t y, std::uint32_t rows) const {
+    void fnFetch(const RowSteps::Step& step, std::uint32_t y, std::uint32_t rows) const {
         const std::uint8_t* from[kFilterLanes];
         std::uint32_t end;
         for (std::uint32_t x = step.m_nFirst; x <= step.m_nLast; x = end) {
@@ -161,9 +112,12 @@ private:
                 }
                 from[r] = row;
             }
-            fnKernels().fnRowsToLanes(
-                from, m_pLanes.get() + std::size_t{x - step.m_nFirst} * m_nChannels * kFilterLanes,
-                bytes);
+            unsigned char* to =
+                m_pLanes.get() + std::size_t{x - step.m_nFirst} * m_nChannels * kFilterLanes;
+            if (m_pQuads)
+                fnKernels().fnRowsToQuads(from, to, end - x, m_nChannels);
+            else
+                fnKernels().fnRowsToLanes(from, to, bytes);
         }
     }
 
@@ -190,32 +144,67 @@ private:
     const PixelArea& m_Target;
     std::uint32_t m_nChannels;
     const ContribTable& m_Table;
-    std::unique_ptr<Step[]> m_pSteps;
-    std::unique_ptr<unsigned char[]> m_pLanes; ///< source pixels of a step; unused for wide sums
-    std::unique_ptr<float[]> m_pSamples; ///< the same as floats; null if the table is fixed-point
-    std::unique_ptr<unsigned char[]> m_pRuns;  ///< of the same; null if the table is fixed-point
+    const QuadTable* m_pQuads; ///< null for other sums
+    /// Source pixels of a step, in lanes or in quads; unused for wide sums.
+    std::unique_ptr<unsigned char[]> m_pLanes;
+    std::unique_ptr<float[]> m_pSamples;       ///< the same as floats; null for integer sums
+    std::unique_ptr<unsigned char[]> m_pRuns;  ///< of the same; null for integer sums
     std::unique_ptr<unsigned char[]> m_pSums;  ///< target pixels of a step
     std::unique_ptr<unsigned char[]> m_pSpare; ///< dummy target of lanes without a row
     std::unique_ptr<unsigned char[]> m_pUnpacked;
-    PageWalk m_SourceWalk;
-    PageWalk m_TargetWalk;
 };
+
+// Samples of a step's row. As floats they take more of the cache.
+constexpr std::uint32_t kStepSamples = 192;
+constexpr std::uint32_t kQuadSamples = 512;
+
+/// Roughly what the filter takes for some rows, in nanoseconds.
+double fnRowsTime(const PixelArea& target, const ContribTable& table, std::uint32_t rows) {
+    constexpr double kSampleTime = 0.3;
+    constexpr double kEntryTime = 0.02;
+    return (kSampleTime + kEntryTime * table.fnGetCapacity()) * target.fnGetWidth() *
+           fnFilterChannels(target.fnGetBytesPerPixel()) * rows;
+}
 
 } // namespace
 
 bool fnFilterWidth(const PixelArea& source, const PixelArea& target, double scale,
                    const ProgressRun& progress) {
     const ContribTable table(scale, target.fnGetWidth(), source.fnGetWidth());
-    RowFilter filter(source, target, table);
-    std::uint32_t rows;
-    for (std::uint32_t y = 0; y < target.fnGetHeight(); y += rows) {
-        rows = std::min(CqTileMap::kMaxTileSize, target.fnGetHeight() - y);
-        if (target.fnGetBytesPerPixel() != 0)
-            filter.fnFilter(y, rows);
-        if (progress.fnAborts(y, y + rows))
-            return false;
-    }
-    return true;
+    const std::unique_ptr<QuadTable> quads = fnMakeQuads(table, target.fnGetWidth(), 4);
+    const RowSteps steps(table, target.fnGetWidth(), fnFilterChannels(source.fnGetBytesPerPixel()),
+                         quads ? kQuadSamples : kStepSamples, quads != nullptr);
+    // The caller alone goes through a scratch file, tile by tile, so that the advice on pages is
+    // true.
+    const bool scratch = source.fnIsScratch() || target.fnIsScratch();
+    const std::uint32_t height = target.fnGetHeight();
+    const std::uint32_t rows = scratch ? CqTileMap::kMaxTileSize : std::uint32_t{kFilterLanes};
+    const std::uint32_t count = (height - 1) / rows + 1;
+    const Parallel bands =
+        scratch ? Parallel(count) : Parallel(count, fnRowsTime(target, table, rows));
+    PerWorker<RowFilter> filters(bands, source, target, table, quads.get(), steps);
+    PageWalk sourceWalk(source, VIEW_READ_NEXT, {false});
+    PageWalk targetWalk(target, VIEW_WRITE_NEXT, {false});
+    const auto endOf = [&](std::uint32_t band) { return std::min(height, (band + 1) * rows); };
+    const auto work = [&](std::uint32_t worker, std::uint32_t band) {
+        const std::uint32_t end = endOf(band);
+        for (const RowSteps::Step& step : steps) {
+            std::uint32_t y = band * rows;
+            if (scratch) {
+                sourceWalk.fnReach(step.m_nFirst, y, step.m_nLast, end - 1);
+                targetWalk.fnReach(step.m_nX, y, step.m_nEnd - 1, end - 1);
+            }
+            for (; y < end; y += kFilterLanes)
+                filters[worker].fnFilter(step, y, std::min<std::uint32_t>(kFilterLanes, end - y));
+        }
+    };
+    const auto run = [&](std::uint32_t worker, std::uint32_t first, std::uint32_t end) {
+        for (; first < end && target.fnGetBytesPerPixel() != 0; ++first)
+            work(worker, first);
+    };
+    return progress.fnRunWith(bands, run, [&](std::uint32_t band) {
+        return progress.fnAborts(band * rows, endOf(band));
+    });
 }
 
 } // namespace q32

@@ -5,6 +5,7 @@
 #include "q32Base/kernels/Epsilon.h"
 #include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/operations/Rotate_p.h"
+#include "q32Base/platform/Checked_p.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <algorithm>
@@ -80,6 +81,7 @@ std::unique_ptr<CqTileMap> fnNewMap(const CqTileMap& map, const RotatedSize& siz
 
 void CqImage::fnRotate(double angle, const CqColor& background, CPoint* center, bool antiAlias,
                        CqProgressDisplay* progress) {
+    q32::fnRequirePixels("CqImage::fnRotate", TileMap);
     const double a = fnInnerAngle(angle);
     // Infinity and not-a-number aren't angles, and 4-bit pixels can't be moved one by one.
     if (!(std::fabs(a) >= q32::kEpsilon) || BitCount == 4)

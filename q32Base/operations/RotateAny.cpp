@@ -1,4 +1,5 @@
 #include "q32Base/framework/Memory.h"
+#include "q32Base/framework/Parallel_p.h"
 #include "q32Base/image/CqImageTile.h"
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/kernels/Kernels_p.h"
@@ -17,25 +18,27 @@
 namespace q32 {
 namespace {
 
+// Nanoseconds for a pixel.
+constexpr double kBlendTime = 6.0;
+constexpr double kNearestTime = 2.0;
+
 /// Rotates tile by tile. The source pixels that a tile reads are first collected in one buffer,
-/// with the background painted around the image, so that no sample needs a bounds test. 24-bit
-/// pixels are widened there to the four bytes of 32-bit ones.
+/// with the background painted around the image, so that no sample needs a bounds test. Tiles that
+/// read the background alone need no buffer.
 class AnyRotation {
 public:
     AnyRotation(const CqTileMap& source, const Rotation& rotation)
-        : m_Source(source), m_Rotation(rotation), m_nBytes(source.BitCount == 8 ? 1 : 4),
-          m_bWiden(source.BitCount == 24),
+        : m_Source(source), m_Rotation(rotation), m_nBytes(source.BytesPerPixel),
           m_pPlace(fnNewArray<unsigned char>(std::size_t{kSide} * kSide * m_nBytes + kSlack)),
-          m_pRows(fnNewArray<unsigned char>(kRotateRows * kTileRow)) {
-        const Kernels& kernels = fnKernels();
-        m_fnRotate = m_nBytes == 1           ? rotation.m_bAntiAlias ? kernels.fnRotateBilinear8
-                                                                     : kernels.fnRotateNearest8
-                     : rotation.m_bAntiAlias ? kernels.fnRotateBilinear32
-                                             : kernels.fnRotateNearest32;
+          m_pSpare(fnNewArray<unsigned char>(kTileRow)) {
         const CqColor& color = rotation.m_Background;
-        m_Background = {color.m_Alpha, color.m_Red, color.m_Green, color.m_Blue};
         if (m_nBytes == 1)
-            m_Background[0] = fnPaletteIndex(source, color);
+            m_Background = {fnPaletteIndex(source, color)};
+        else if (m_nBytes == 3)
+            m_Background = {color.m_Red, color.m_Green, color.m_Blue};
+        else
+            m_Background = {color.m_Alpha, color.m_Red, color.m_Green, color.m_Blue};
+        fnChooseKernels();
         std::memset(m_pPlace.get(), 0, std::size_t{kSide} * kSide * m_nBytes + kSlack);
     }
 
@@ -50,7 +53,15 @@ public:
         const double down = s * (tile.Height - 1);
         const Range x = fnRangeOf(rowX, right, down);
         const Range y = fnRangeOf(rowY, -s * (tile.Width - 1), c * (tile.Height - 1));
-        fnFetch(x, y);
+        const bool outside = fnIsOutside(x, y);
+        if (outside && !m_fnRotateFlat) {
+            fnFillPixels(tile.Pixels, m_Background.data(), m_nBytes,
+                         static_cast<std::size_t>(tile.Width) *
+                             static_cast<std::size_t>(tile.Height));
+            return;
+        }
+        if (!outside)
+            fnFetch(x, y);
         const RotateSource place = {m_pPlace.get(), kSide, x.m_dFirst, y.m_dFirst};
         RotateRows rows;
         rows.m_dCosine = c;
@@ -62,17 +73,18 @@ public:
                 rows.m_dY[r] = rowY;
                 const std::int32_t row = top + static_cast<std::int32_t>(r);
                 rows.m_pTarget[r] =
-                    m_bWiden || row >= tile.Height
-                        ? m_pRows.get() + r * kTileRow
+                    row >= tile.Height
+                        ? m_pSpare.get()
                         : tile.Pixels + tile.RowBytes * static_cast<std::size_t>(row);
                 if (row + 1 < tile.Height) {
                     rowX += s;
                     rowY += c;
                 }
             }
-            m_fnRotate(place, rows, static_cast<std::size_t>(tile.Width));
-            if (m_bWiden)
-                fnNarrow(tile, top);
+            if (outside)
+                m_fnRotateFlat(m_Background.data(), rows, static_cast<std::size_t>(tile.Width));
+            else
+                m_fnRotate(place, rows, static_cast<std::size_t>(tile.Width));
         }
     }
 
@@ -127,30 +139,46 @@ private:
         for (; x < end; x = next) {
             next = std::min(end, m_Source.fnRunEnd(x));
             const std::size_t count = next - x;
-            if (m_bWiden)
-                fnKernels().fnRgb24ToArgb32(m_Source.fnAt(x, y), to, count);
-            else
-                std::memcpy(to, m_Source.fnAt(x, y), count * m_nBytes);
+            std::memcpy(to, m_Source.fnAt(x, y), count * m_nBytes);
             to += count * m_nBytes;
         }
     }
 
-    void fnNarrow(const CqImageTile& tile, std::int32_t top) const {
-        for (std::int32_t r = 0; r < static_cast<int>(kRotateRows) && top + r < tile.Height; ++r)
-            fnKernels().fnArgb32ToRgb24(m_pRows.get() + static_cast<std::size_t>(r) * kTileRow,
-                                        tile.Pixels +
-                                            tile.RowBytes * static_cast<std::size_t>(top + r),
-                                        static_cast<std::size_t>(tile.Width));
+    /// Whether samples in this range read the background alone.
+    bool fnIsOutside(const Range& x, const Range& y) const {
+        return x.m_dLast < 0.0 || x.m_dFirst >= m_Source.fnGetWidth() || y.m_dLast < 0.0 ||
+               y.m_dFirst >= m_Source.fnGetHeight();
+    }
+
+    void fnChooseKernels() {
+        const Kernels& kernels = fnKernels();
+        const bool blends = m_Rotation.m_bAntiAlias;
+        switch (m_nBytes) {
+        case 1:
+            m_fnRotate = blends ? kernels.fnRotateBilinear8 : kernels.fnRotateNearest8;
+            m_fnRotateFlat = kernels.fnRotateFlat8;
+            break;
+        case 3:
+            m_fnRotate = blends ? kernels.fnRotateBilinear24 : kernels.fnRotateNearest24;
+            m_fnRotateFlat = kernels.fnRotateFlat24;
+            break;
+        default:
+            m_fnRotate = blends ? kernels.fnRotateBilinear32 : kernels.fnRotateNearest32;
+            m_fnRotateFlat = kernels.fnRotateFlat32;
+        }
+        // The weights of a blend add up to 1 only nearly, so other values than 0 may become less.
+        if (!blends || m_Background == std::array<unsigned char, 4>{})
+            m_fnRotateFlat = nullptr;
     }
 
     PixelArea m_Source;
     const Rotation& m_Rotation;
-    std::size_t m_nBytes; ///< per pixel in the buffer
-    bool m_bWiden;
+    std::size_t m_nBytes; ///< per pixel
     std::unique_ptr<unsigned char[]> m_pPlace;
-    std::unique_ptr<unsigned char[]> m_pRows;
-    RotateRun m_fnRotate;
-    std::array<unsigned char, 4> m_Background;
+    std::unique_ptr<unsigned char[]> m_pSpare; ///< a row of a tile
+    std::array<unsigned char, 4> m_Background{};
+    RotateRun m_fnRotate = nullptr;
+    RotateFlatRun m_fnRotateFlat = nullptr; ///< null where the background is left as it is
 };
 
 } // namespace
@@ -159,16 +187,17 @@ bool fnRotateAny(const CqTileMap& source, CqTileMap& target, const Rotation& rot
                  CqProgressDisplay* progress) {
     if (source.BitCount == 16)
         return true;
-    const AnyRotation rotate(source, rotation);
-    const ProgressRun run(progress, target.TileCount);
-    CqImageTile tile(false);
-    for (std::uint32_t i = 0; i < target.TileCount; ++i) {
-        target.fnAccessTile(i, &tile);
-        rotate.fnRotateTile(tile);
-        if (run.fnAborts(i))
-            return false;
-    }
-    return true;
+    const Parallel tiles(target.TileCount, (rotation.m_bAntiAlias ? kBlendTime : kNearestTime) *
+                                               target.TileWidth * target.TileHeight);
+    PerWorker<AnyRotation> rotate(tiles, source, rotation);
+    return ProgressRun(progress, target.TileCount)
+        .fnRun(tiles, [&](std::uint32_t worker, std::uint32_t first, std::uint32_t end) {
+            CqImageTile tile(false);
+            for (; first < end; ++first) {
+                target.fnAccessTile(first, &tile);
+                rotate[worker].fnRotateTile(tile);
+            }
+        });
 }
 
 } // namespace q32

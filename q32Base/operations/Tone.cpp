@@ -1,34 +1,115 @@
 #include "q32Base/framework/Memory.h"
+#include "q32Base/framework/Parallel_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/kernels/HueShift_p.h"
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/operations/ToneCurves_p.h"
 #include "q32Base/pixels/PixelFormat_p.h"
+#include "q32Base/platform/Checked_p.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <memory>
 
 namespace {
 
-/// Changes the image tile by tile, in place. An abort leaves the tiles done so far changed.
+// Nanoseconds for a pixel.
+constexpr double kToneLineTime = 0.2;
+constexpr double kCurveTime = 0.3;
+constexpr double kCurveTime16 = 2.0;
+constexpr double kHueTime = 2.3;
+
+/// Copies of the tiles of a batch, to restore those that an abort leaves unchanged.
+class Originals {
+public:
+    Originals(CqImage& image, const q32::Parallel& tiles)
+        : m_Image(image), m_nBatch(tiles.fnGetBatch()) {
+        if (m_nBatch > 1)
+            m_pCopies.reset(q32::fnNewArray<unsigned char>(m_nBatch * kTile));
+    }
+
+    void fnSave(const CqImageTile& tile) const {
+        if (m_pCopies)
+            std::memcpy(fnCopy(static_cast<std::uint32_t>(tile.Index)), tile.Pixels, tile.Size);
+    }
+    void fnRestore(std::uint32_t first, std::uint32_t end) const {
+        CqImageTile tile(false);
+        for (; first < end; ++first) {
+            m_Image.fnAccessTile(first, &tile);
+            std::memcpy(tile.Pixels, fnCopy(first), tile.Size);
+        }
+    }
+
+private:
+    static constexpr std::size_t kTile =
+        std::size_t{4} * CqTileMap::kMaxTileSize * CqTileMap::kMaxTileSize; ///< bytes, at most
+
+    unsigned char* fnCopy(std::uint32_t tile) const {
+        return m_pCopies.get() + tile % m_nBatch * kTile;
+    }
+
+    CqImage& m_Image;
+    std::uint32_t m_nBatch;
+    std::unique_ptr<unsigned char[]> m_pCopies; ///< null if tiles are changed one by one
+};
+
+/// Does the same with reports and drawing: both on this thread, for one tile after another. An
+/// abort leaves the tiles done so far changed, and no others.
 template <typename Change>
-void fnChangeTiles(CqImage& image, bool draw, CqProgressDisplay* progress, Change change) {
-    CqImageTile tile(false);
-    for (std::uint32_t i = 0; i < image.TileCount; ++i) {
-        image.fnAccessTile(i, &tile);
-        change(tile);
-        if (draw)
-            tile.fnDraw(nullptr);
+void fnChangeVisibly(CqImage& image, double tileTime, bool draw, CqProgressDisplay* progress,
+                     const Change& change) {
+    constexpr std::uint32_t kBatch = 64; // tiles, whose copies take 4 MiB
+    constexpr double kCopyTime = 1.5e3;  // nanoseconds, of a tile
+    const q32::Parallel tiles(image.TileCount, tileTime - kCopyTime, kBatch);
+    const Originals originals(image, tiles);
+    const auto run = [&](std::uint32_t, std::uint32_t first, std::uint32_t end) {
+        CqImageTile tile(false);
+        for (; first < end; ++first) {
+            image.fnAccessTile(first, &tile);
+            originals.fnSave(tile);
+            change(tile);
+        }
+    };
+    CqImageTile shown(false);
+    const auto report = [&](std::uint32_t index) {
+        if (draw) {
+            image.fnAccessTile(index, &shown);
+            shown.fnDraw(nullptr);
+        }
         bool aborted = false;
         if (progress)
-            progress->fnDrawStatus(i * 100 / image.TileCount, &aborted);
-        if (aborted)
-            return;
-    }
-    image.TileMap->fnRequirePixels();
+            progress->fnDrawStatus(index * 100 / image.TileCount, &aborted);
+        return aborted;
+    };
+    const auto restore = [&](std::uint32_t first, std::uint32_t end) {
+        originals.fnRestore(first, end);
+    };
+    const bool done = tiles.fnRunReported(run, report, restore);
+    if (done)
+        image.TileMap->fnRequirePixels();
+}
+
+/// Changes the image tile by tile, in place.
+/// @param pixelTime  nanoseconds for a pixel
+template <typename Change>
+void fnChangeTiles(CqImage& image, double pixelTime, bool draw, CqProgressDisplay* progress,
+                   Change change) {
+    const CqTileMap& map = *image.TileMap;
+    const double tileTime = pixelTime * map.TileWidth * map.TileHeight;
+    if (draw || progress)
+        return fnChangeVisibly(image, tileTime, draw, progress, change);
+    q32::Parallel(image.TileCount, tileTime)
+        .fnRun([&](std::uint32_t, std::uint32_t first, std::uint32_t end) {
+            CqImageTile tile(false);
+            for (; first < end; ++first) {
+                image.fnAccessTile(first, &tile);
+                change(tile);
+            }
+        });
+    map.fnRequirePixels();
 }
 
 std::size_t fnPixelCount(const CqImageTile& tile) {
@@ -38,7 +119,7 @@ std::size_t fnPixelCount(const CqImageTile& tile) {
 void fnChangeChannels(CqImage& image, const std::uint8_t* curves, bool draw,
                       CqProgressDisplay* progress) {
     const auto run = q32::fnKernels().*q32::fnPixelFormat(image.BitCount).m_pChannelCurves;
-    fnChangeTiles(image, draw, progress,
+    fnChangeTiles(image, image.BitCount == 16 ? kCurveTime16 : kCurveTime, draw, progress,
                   [&](CqImageTile& tile) { run(tile.Pixels, fnPixelCount(tile), curves); });
 }
 
@@ -48,12 +129,13 @@ constexpr std::size_t kCurve = 256; ///< bytes
 
 void CqImage::fnBrightContrast(int brightness, int contrast, bool draw,
                                CqProgressDisplay* progress) {
+    q32::fnRequirePixels("CqImage::fnBrightContrast", TileMap);
     if ((brightness == 0 && contrast == 0) || BitCount < 8)
         return;
     const std::unique_ptr<std::uint8_t[]> curves(q32::fnNewArray<std::uint8_t>(3 * kCurve));
     q32::fnMakeContrastCurve(brightness, contrast, curves.get());
     if (BitCount == 8 || BitCount == 24) {
-        fnChangeTiles(*this, draw, progress, [&](CqImageTile& tile) {
+        fnChangeTiles(*this, kToneLineTime, draw, progress, [&](CqImageTile& tile) {
             q32::fnKernels().fnCurve8(tile.Pixels, tile.Size, curves.get());
         });
         return;
@@ -64,6 +146,7 @@ void CqImage::fnBrightContrast(int brightness, int contrast, bool draw,
 }
 
 void CqImage::fnColorBalance(int red, int green, int blue, bool draw, CqProgressDisplay* progress) {
+    q32::fnRequirePixels("CqImage::fnColorBalance", TileMap);
     if ((red == 0 && green == 0 && blue == 0) || q32::fnIsIndexed(BitCount))
         return;
     const std::unique_ptr<std::uint8_t[]> curves(q32::fnNewArray<std::uint8_t>(3 * kCurve));
@@ -74,16 +157,18 @@ void CqImage::fnColorBalance(int red, int green, int blue, bool draw, CqProgress
 }
 
 void CqImage::fnHueSaturation(int hue, int saturation, bool draw, CqProgressDisplay* progress) {
+    q32::fnRequirePixels("CqImage::fnHueSaturation", TileMap);
     if ((hue == 0 && saturation == 0) || q32::fnIsIndexed(BitCount))
         return;
     const auto run = q32::fnKernels().*q32::fnPixelFormat(BitCount).m_pHueShift;
     const q32::HueShift shift(hue, q32::fnWrapMultiply(saturation, 255) / 100);
-    fnChangeTiles(*this, draw, progress,
+    fnChangeTiles(*this, kHueTime, draw, progress,
                   [&](CqImageTile& tile) { run(tile.Pixels, fnPixelCount(tile), shift); });
 }
 
 void CqImage::fnThresholding(unsigned char level, bool draw, CqProgressDisplay* progress) {
-    fnChangeTiles(*this, draw, progress, [&](CqImageTile& tile) {
+    q32::fnRequirePixels("CqImage::fnThresholding", TileMap);
+    fnChangeTiles(*this, kToneLineTime, draw, progress, [&](CqImageTile& tile) {
         q32::fnKernels().fnThreshold(tile.Pixels, tile.Size, level);
     });
 }

@@ -7,8 +7,11 @@
 #include "q32Base/pixels/PixelFormat_p.h"
 
 #include <cstddef>
+#include <cstdint>
 
 namespace {
+
+constexpr double kToneApplyPixelTime = 0.3; ///< nanoseconds
 
 /// Maps a run of pixels through the three curves, which follow each other.
 class CurvesRun {
@@ -45,14 +48,16 @@ bool q32ApplyToneCurves(CqImage& image, const CRect* rect, const CqToneCurves& c
         (rect && !inside.IntersectRect(*rect, q32::fnWholeRect(map))))
         return false;
     const CurvesRun run(map, curves);
-    const bool done = q32::fnForEachBand(map, inside, progress, [&](const q32::TilePiece& piece) {
-        const auto width = static_cast<std::size_t>(piece.m_rect.Width());
-        const auto height = static_cast<std::size_t>(piece.m_rect.Height());
-        if (piece.m_nStride == width * map.BytesPerPixel)
-            return run(piece.m_pPixels, width * height);
-        for (std::size_t row = 0; row < height; ++row)
-            run(piece.m_pPixels + row * piece.m_nStride, width);
-    });
+    const bool done =
+        q32::fnForEachBand(map, inside, kToneApplyPixelTime, progress,
+                           [&](std::uint32_t, const q32::TilePiece& piece) {
+                               const auto width = static_cast<std::size_t>(piece.m_rect.Width());
+                               const auto height = static_cast<std::size_t>(piece.m_rect.Height());
+                               if (piece.m_nStride == width * map.BytesPerPixel)
+                                   return run(piece.m_pPixels, width * height);
+                               for (std::size_t row = 0; row < height; ++row)
+                                   run(piece.m_pPixels + row * piece.m_nStride, width);
+                           });
     map.fnRequirePixels();
     return done;
 }

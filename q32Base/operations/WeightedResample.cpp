@@ -1,6 +1,7 @@
 #include "q32Base/operations/WeightedResample.h"
 
 #include "q32Base/framework/Memory.h"
+#include "q32Base/framework/Parallel_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/operations/BandWalk_p.h"
 #include "q32Base/operations/ContribTable_p.h"
@@ -9,13 +10,19 @@
 #include "q32Base/operations/TilePieces_p.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <utility>
 
 namespace {
 
 using q32::ContribList;
+
+// Nanoseconds.
+constexpr double kEntryTime = 4.0; ///< for an entry of a list
+constexpr double kLookTime = 0.4;  ///< for the alpha of a pixel
 
 constexpr std::size_t kBytes = 4; ///< alpha, red, green, blue
 
@@ -47,22 +54,22 @@ void fnSumPixel(const ContribList& list, unsigned char* out, At at) {
 bool fnFilterWidth(const CqTileMap& from, CqTileMap& to, double scale,
                    const q32::ProgressRun& progress) {
     const q32::ContribTable table(scale, to.Width, from.Width);
-    const std::unique_ptr<unsigned char[]> source(q32::fnNewArray<unsigned char>(from.RowBytes));
-    const std::unique_ptr<unsigned char[]> target(q32::fnNewArray<unsigned char>(to.RowBytes));
-    for (std::uint32_t y = 0; y < to.Height; ++y) {
-        from.fnFetchRow(y, source.get());
-        for (std::uint32_t x = 0; x < to.Width; ++x) {
-            const ContribList& list = table[x];
-            fnSumPixel(list, target.get() + kBytes * x, [&](std::int32_t k) {
-                return source.get() +
-                       kBytes * static_cast<std::size_t>(list.m_pEntries[k].m_nPixel);
-            });
+    const q32::Parallel rows(to.Height, kEntryTime * table.fnGetCapacity() * to.Width);
+    const q32::WorkerBytes source(rows, from.RowBytes);
+    const q32::WorkerBytes target(rows, to.RowBytes);
+    return progress.fnRun(rows, [&](std::uint32_t worker, std::uint32_t y, std::uint32_t end) {
+        for (; y < end; ++y) {
+            from.fnFetchRow(y, source[worker]);
+            for (std::uint32_t x = 0; x < to.Width; ++x) {
+                const ContribList& list = table[x];
+                fnSumPixel(list, target[worker] + kBytes * x, [&](std::int32_t k) {
+                    return source[worker] +
+                           kBytes * static_cast<std::size_t>(list.m_pEntries[k].m_nPixel);
+                });
+            }
+            to.fnStoreRow(y, target[worker]);
         }
-        to.fnStoreRow(y, target.get());
-        if (progress.fnAborts(y))
-            return false;
-    }
-    return true;
+    });
 }
 
 /// Changes the height, in strips as wide as a tile, so that the pixels of a strip's row are
@@ -72,21 +79,27 @@ bool fnFilterHeight(const CqTileMap& from, const CqTileMap& to, double scale,
     const q32::ContribTable table(scale, to.Height, from.Height);
     const q32::PixelArea source(from);
     const q32::PixelArea target(to);
-    const std::unique_ptr<const unsigned char*[]> rows(
-        q32::fnNewArray<const unsigned char*>(table.fnGetCapacity()));
+    const std::size_t capacity = table.fnGetCapacity();
+    const auto filter = [&](std::uint32_t x, std::uint32_t end, std::uint32_t y,
+                            const unsigned char** rows) {
+        const ContribList& list = table[y];
+        for (std::int32_t k = 0; k < list.m_nCount; ++k)
+            rows[k] = source.fnAt(x, static_cast<std::uint32_t>(list.m_pEntries[k].m_nPixel));
+        unsigned char* out = target.fnAt(x, y);
+        for (std::size_t i = 0; i < kBytes * (end - x); i += kBytes)
+            fnSumPixel(list, out + i, [&](std::int32_t k) { return rows[k] + i; });
+    };
     std::uint32_t end;
     for (std::uint32_t x = 0; x < to.Width; x = end) {
         end = target.fnRunEnd(x);
-        for (std::uint32_t y = 0; y < to.Height; ++y) {
-            const ContribList& list = table[y];
-            for (std::int32_t k = 0; k < list.m_nCount; ++k)
-                rows[static_cast<std::size_t>(k)] =
-                    source.fnAt(x, static_cast<std::uint32_t>(list.m_pEntries[k].m_nPixel));
-            unsigned char* out = target.fnAt(x, y);
-            for (std::size_t i = 0; i < kBytes * (end - x); i += kBytes)
-                fnSumPixel(list, out + i,
-                           [&](std::int32_t k) { return rows[static_cast<std::size_t>(k)] + i; });
-        }
+        const q32::Parallel strip(to.Height,
+                                  kEntryTime * static_cast<double>(capacity) * (end - x));
+        const std::unique_ptr<const unsigned char*[]> rows(
+            q32::fnNewArray<const unsigned char*>(capacity * strip.fnGetWorkers()));
+        strip.fnRun([&](std::uint32_t worker, std::uint32_t y, std::uint32_t bottom) {
+            for (; y < bottom; ++y)
+                filter(x, end, y, rows.get() + capacity * worker);
+        });
         if (progress.fnAborts(x, end))
             return false;
     }
@@ -116,14 +129,21 @@ bool fnFilter(const CqTileMap& from, CqTileMap& to, CqProgressDisplay* progress)
 bool fnIsOpaque(const CqTileMap& map) {
     if (map.BitCount != 32)
         return true;
-    unsigned int all = 255;
-    q32::fnForEachBand(map, q32::fnWholeRect(map), nullptr, [&](const q32::TilePiece& piece) {
-        const std::size_t bytes = piece.m_nStride * static_cast<std::size_t>(piece.m_rect.Height());
-        for (std::size_t i = 0; i < bytes && all == 255; i += piece.m_nStride)
-            for (std::size_t j = 0; j < piece.m_nStride; j += kBytes)
-                all &= piece.m_pPixels[i + j];
-    });
-    return all == 255;
+    std::atomic<bool> opaque = true;
+    const auto look = [&](std::uint32_t, const q32::TilePiece& piece) {
+        const std::size_t width = kBytes * static_cast<std::size_t>(piece.m_rect.Width());
+        for (LONG y = 0; y < piece.m_rect.Height() && opaque.load(std::memory_order_relaxed); ++y) {
+            const unsigned char* row =
+                piece.m_pPixels + piece.m_nStride * static_cast<std::size_t>(y);
+            unsigned int all = 255;
+            for (std::size_t j = 0; j < width; j += kBytes)
+                all &= row[j];
+            if (all != 255)
+                opaque.store(false, std::memory_order_relaxed);
+        }
+    };
+    q32::fnDividePieces(map, q32::fnWholeRect(map), kLookTime, look);
+    return opaque;
 }
 
 } // namespace

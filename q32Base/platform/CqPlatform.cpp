@@ -1,5 +1,7 @@
 #include "q32Base/platform/CqPlatform.h"
 
+#include "q32Base/platform/Checked_p.h"
+
 #include <algorithm>
 #include <cassert>
 #include <optional>
@@ -24,6 +26,7 @@ void q32SetMessageService(std::shared_ptr<CqMessageService> messages) {
 namespace q32 {
 
 const CqPlatform& fnPlatform() {
+    fnRequireAttached("a function that needs the platform", thePlatform.has_value());
     assert(thePlatform && "the library is not attached");
     return *thePlatform;
 }
@@ -51,6 +54,10 @@ HINSTANCE fnModuleInstance() {
 }
 
 } // namespace q32
+
+std::chrono::nanoseconds CqWorkService::fnGetOverhead() {
+    return std::chrono::microseconds(20);
+}
 
 bool CqScreenService::fnGetIconTitleFont(LOGFONTA&) {
     return false;

@@ -11,6 +11,7 @@
 #include "q32Base/platform/CqScreenService.h"
 #include "q32Base/platform/CqWaveOutService.h"
 #include "q32Base/platform/CqWindowService.h"
+#include "q32Base/platform/CqWorkService.h"
 #include "q32Base/platform/Export.h"
 
 #include <memory>
@@ -29,8 +30,10 @@ struct Q32_API CqPlatform {
     std::shared_ptr<CqMixerService> m_pMixers;
     std::shared_ptr<CqLocaleService> m_pLocale;
     std::shared_ptr<CqWindowService> m_pWindows;
+    /// Optional: null means that each operation is done by the thread that calls it.
+    std::shared_ptr<CqWorkService> m_pWork;
 
-    /// Whether every service is set.
+    /// Whether every service is set, except for the optional one.
     bool fnIsComplete() const;
 };
 

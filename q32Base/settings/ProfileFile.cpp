@@ -71,12 +71,12 @@ std::optional<string_view> fnHeaderName(string_view content) {
     return fnTrim(content.substr(1, close - 1));
 }
 
-struct Entry {
+struct KeyValue {
     string_view m_Key;
     std::optional<string_view> m_Value; ///< none for a line without "="
 };
 
-Entry fnSplit(string_view content) {
+KeyValue fnSplit(string_view content) {
     const size_t equals = content.find('=');
     if (equals == string_view::npos)
         return {content, std::nullopt};
@@ -180,7 +180,7 @@ PROFILE_EDIT fnWriteProfileString(std::string& text, string_view section, string
     value.remove_prefix(std::min(value.find_first_not_of(kBlanks), value.size()));
     const Found found = fnFind(text, section, key);
     if (found.m_Key) {
-        const Entry entry = fnSplit(fnContent(text, *found.m_Key));
+        const KeyValue entry = fnSplit(fnContent(text, *found.m_Key));
         if (entry.m_Value && *entry.m_Value == fnTrim(value))
             return PROFILE_EDIT::UNCHANGED;
         const std::string line = std::string(entry.m_Key) + '=' + std::string(value);

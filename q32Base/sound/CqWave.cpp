@@ -2,6 +2,7 @@
 
 #include "q32Base/framework/Memory.h"
 #include "q32Base/memory/PixelBuffer_p.h"
+#include "q32Base/platform/Checked_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <cstring>
@@ -23,10 +24,10 @@ std::uint32_t fnBytes(WORD blockAlign, unsigned long frames) {
     return blockAlign * static_cast<std::uint32_t>(frames);
 }
 
-/// Copies bytes; the ranges may be the same, and null if empty.
+/// Copies bytes; the addresses may be null if there are none.
 void fnCopy(unsigned char* target, const unsigned char* source, std::size_t count) {
     if (count != 0)
-        std::memmove(target, source, count);
+        std::memcpy(target, source, count);
 }
 
 } // namespace
@@ -68,8 +69,12 @@ CqWave::~CqWave() {
 }
 
 CqWave& CqWave::operator=(const CqWave& other) { // NOLINT(bugprone-unhandled-self-assignment)
-    fnReplaceBuf(other.m_Format, other.fnGetBufferSize());
-    fnCopy(fnGetBuffer(), other.fnGetBuffer(), fnGetBufferSize());
+    q32::PixelBlock block(other.fnGetBufferSize());
+    if (this != &other)
+        fnCopy(block.fnGetBytes(), other.fnGetBuffer(), block.fnGetSize());
+    other.m_Block.fnRequireBytes();
+    block.fnRequireBytes();
+    fnAdoptBuf(other.m_Format, std::move(block));
     return *this;
 }
 
@@ -115,9 +120,14 @@ void CqWave::fnAdoptBuf(const WAVEFORMATEX& format, q32::PixelBlock&& block) {
     m_nFrames = m_nBlockAlign == 0 ? 0 : fnGetBufferSize() / m_nBlockAlign;
 }
 
-/// Allocates a new block and only then releases the old one.
-void CqWave::fnReplaceBuf(const WAVEFORMATEX& format, std::uint32_t nSize) {
-    fnAdoptBuf(format, q32::PixelBlock(nSize));
+/// Allocates a new block, fills it with samples, if there are any, and only then releases the old
+/// one.
+void CqWave::fnReplaceBuf(const WAVEFORMATEX& format, std::uint32_t nSize,
+                          const unsigned char* pSamples) {
+    q32::PixelBlock block(nSize);
+    fnCopy(block.fnGetBytes(), pSamples, pSamples ? nSize : 0);
+    block.fnRequireBytes();
+    fnAdoptBuf(format, std::move(block));
 }
 
 void CqWave::fnLoad(unsigned int nResourceId) {
@@ -136,12 +146,12 @@ void CqWave::fnLoad(unsigned int nResourceId) {
     if (std::memcmp(bytes + kKindAt, "WAVE", 4) != 0 || format.nBlockAlign == 0 ||
         size > data.m_nSize - kSamplesAt)
         AfxThrowResourceException();
-    fnReplaceBuf(format, size);
-    fnCopy(fnGetBuffer(), bytes + kSamplesAt, size);
+    fnReplaceBuf(format, size, bytes + kSamplesAt);
 }
 
 void CqWave::fnAlloc(unsigned int nChannels, unsigned int nBits, unsigned int nSampleRate,
                      unsigned long nFrames, bool bMute) {
+    q32::fnRequireAttached("CqWave::fnAlloc", q32::fnHasPlatform());
     WAVEFORMATEX format = {};
     format.wFormatTag = kPcm;
     format.nChannels = static_cast<WORD>(nChannels);
@@ -149,7 +159,7 @@ void CqWave::fnAlloc(unsigned int nChannels, unsigned int nBits, unsigned int nS
     format.wBitsPerSample = static_cast<WORD>(nBits);
     format.nBlockAlign = static_cast<WORD>((nChannels * nBits) >> 3);
     format.nAvgBytesPerSec = format.nBlockAlign * nSampleRate;
-    fnReplaceBuf(format, fnBytes(format.nBlockAlign, nFrames));
+    fnReplaceBuf(format, fnBytes(format.nBlockAlign, nFrames), nullptr);
     if (bMute)
         fnMute();
 }
@@ -157,15 +167,18 @@ void CqWave::fnAlloc(unsigned int nChannels, unsigned int nBits, unsigned int nS
 void CqWave::fnFillBuffer(unsigned char* const pData, unsigned long nFrames) {
     const std::uint32_t size = fnBytes(m_Format.nBlockAlign, nFrames);
     if (size > fnGetBufferSize())
-        fnReplaceBuf(m_Format, size);
-    else if (size < fnGetBufferSize())
+        return fnReplaceBuf(m_Format, size, pData);
+    if (size < fnGetBufferSize())
         fnMute(fnGetBuffer() + size, fnGetBufferSize() - size);
     fnCopy(fnGetBuffer(), pData, size);
+    m_Block.fnRequireBytes();
 }
 
 void CqWave::fnMute() {
-    if (fnGetBuffer())
-        fnMute(fnGetBuffer(), fnGetBufferSize());
+    if (!fnGetBuffer())
+        return;
+    fnMute(fnGetBuffer(), fnGetBufferSize());
+    m_Block.fnRequireBytes();
 }
 
 void CqWave::fnMute(unsigned char* pData, unsigned long nBytes) {
@@ -173,6 +186,14 @@ void CqWave::fnMute(unsigned char* pData, unsigned long nBytes) {
         std::memset(pData, 0x80, nBytes);
     else if (m_Format.wBitsPerSample == 16)
         std::memset(pData, 0, nBytes);
+}
+
+std::uint32_t CqWave::fnCountLosses() const noexcept {
+    return m_Block.fnCountLosses();
+}
+
+bool CqWave::fnHasNewLosses() const noexcept {
+    return m_Block.fnHasNewLosses();
 }
 
 void CqWave::fnSwapBuf(CqWave& other) noexcept {

@@ -26,8 +26,8 @@ enum WAVE_STATE : std::int32_t { WAVE_STOPPED = 0, WAVE_PLAYING = 1, WAVE_PAUSED
 /// The channels of a frame are interleaved.
 ///
 /// A new block is complete before the old one is released: an operation that fails leaves the old
-/// sound intact. Exhausted memory raises CMemoryException. Sizes and frame counts are 32 bits wide,
-/// and their products wrap.
+/// sound intact. Exhausted memory raises CMemoryException, and so do samples lost from a scratch
+/// file (`fnCountLosses`). Sizes and frame counts are 32 bits wide, and their products wrap.
 ///
 /// A sound belongs to one thread; the device's thread touches only the playback state. While a
 /// sound is playing or paused, the block must not change: call `fnStop` before `fnLoad`, `fnAlloc`,
@@ -99,6 +99,15 @@ public:
     WAVEFORMATEX fnGetFormat() const { return m_Format; }
     /// The block, owned by this sound; null without one.
     unsigned char* fnGetBuffer() const { return m_Block.fnGetBytes(); }
+    /// How often samples in the scratch file were lost and became zeros, because its disk could not
+    /// supply them any more; 0 for a block in RAM. The next function of this class that raises
+    /// exceptions raises the memory exception, once, and `q32WriteWave` fails; what is left of the
+    /// sound can still be used. Without a platform that survives this
+    /// (`CqPosixOptions::m_bGuardViews`), the system ends the process instead.
+    std::uint32_t fnCountLosses() const noexcept;
+    /// Whether samples were lost since this or an exception last said so: for functions that read
+    /// the block.
+    bool fnHasNewLosses() const noexcept;
     /// Size of the block in bytes.
     std::uint32_t fnGetBufferSize() const { return m_Block.fnGetSize(); }
     /// Number of complete frames in the block.
@@ -111,9 +120,9 @@ public:
     /// @param bWait  blocks the thread until the end of the sound; a pause from elsewhere would
     ///               block it for good
     /// @param bLoop  repeats until `fnStop`, and doesn't wait
-    /// @return false if the device refuses. Completed steps aren't undone: a device that accepted
-    ///         the format and then rejected the block stays open until the next play or the
-    ///         destructor
+    /// @return false if the device refuses, or if it waited and samples were lost meanwhile.
+    ///         Completed steps aren't undone: a device that accepted the format and then rejected
+    ///         the block stays open until the next play or the destructor
     bool fnPlay(bool bWait, bool bLoop);
     /// Pauses a playing sound; otherwise no effect. The state becomes paused even if the device
     /// refuses.
@@ -141,7 +150,8 @@ private:
     Q32_LOCAL void fnMute(unsigned char* pData, unsigned long nBytes);
     /// Adopts a block and sets the copies of the format's fields, the only place that does.
     Q32_LOCAL void fnAdoptBuf(const WAVEFORMATEX& format, q32::PixelBlock&& block);
-    Q32_LOCAL void fnReplaceBuf(const WAVEFORMATEX& format, std::uint32_t nSize);
+    Q32_LOCAL void fnReplaceBuf(const WAVEFORMATEX& format, std::uint32_t nSize,
+                                const unsigned char* pSamples);
     /// The device, if the sound is in that state; null otherwise.
     Q32_LOCAL std::shared_ptr<CqWaveOut> fnGetDevice(WAVE_STATE state) const;
     Q32_LOCAL void fnChangeState(WAVE_STATE from, WAVE_STATE to);

@@ -1,4 +1,6 @@
 #include "q32Base/image/CqImage.h"
+#include "q32Base/image/PixelBytes_p.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/sound/CqWave.h"
 
 #include <algorithm>
@@ -53,7 +55,7 @@ void CqWave::fnRasterize(CqImage& image, unsigned long nStart, unsigned long nLe
                          bool bVertical, bool bLineFlag) const {
     if (!image.TileMap)
         return;
-    image.fnFill(kBackground, nullptr, false);
+    q32::fnFillAll(*image.TileMap, kBackground);
     if (m_nChannels == 0)
         return;
     const bool wide = m_nBitsPerSample == 16;
@@ -80,4 +82,6 @@ void CqWave::fnRasterize(CqImage& image, unsigned long nStart, unsigned long nLe
                 drawing.fnDraw(t, sample, full, drawing.m_nBand, across);
         }
     }
+    m_Block.fnRequireBytes();
+    image.TileMap->fnRequirePixels();
 }

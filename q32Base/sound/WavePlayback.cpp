@@ -78,9 +78,10 @@ bool CqWave::fnStart(bool bWait, bool bLoop) {
     }
     if (!fnWrite(std::move(device)))
         return false;
-    if (bWait)
-        fnAwaitEnd();
-    return true;
+    if (!bWait)
+        return true;
+    fnAwaitEnd();
+    return !m_Block.fnHasNewLosses();
 }
 
 /// Takes over the caller's reference, so that the device isn't kept open beyond the end.

@@ -32,8 +32,9 @@ constexpr ServiceContract kContracts[] = {
     {CONTRACT::DUMP_VIEW, "dump view", [](const CqPlatform& p) { return p.m_pWindows != nullptr; }},
     {CONTRACT::WAVE_OUT, "wave output",
      [](const CqPlatform& p) { return p.m_pWaveOut != nullptr; }},
-    {CONTRACT::MIXERS, "mixers", [](const CqPlatform& p) { return p.m_pMixers != nullptr; }}};
-static_assert(std::size(kContracts) == static_cast<std::size_t>(CONTRACT::MIXERS) + 1);
+    {CONTRACT::MIXERS, "mixers", [](const CqPlatform& p) { return p.m_pMixers != nullptr; }},
+    {CONTRACT::WORK, "work", [](const CqPlatform& p) { return p.m_pWork != nullptr; }}};
+static_assert(std::size(kContracts) == static_cast<std::size_t>(CONTRACT::WORK) + 1);
 
 } // namespace
 

@@ -30,7 +30,8 @@ enum class CONTRACT {
     WINDOWS,   ///< needs `m_pHost`
     DUMP_VIEW, ///< needs a complete platform and `m_pDump`
     WAVE_OUT,
-    MIXERS
+    MIXERS,
+    WORK ///< with a concurrency of several threads
 };
 
 /// A fresh world for one test. The fields after the services are the probes, by which a suite

@@ -262,6 +262,17 @@ ContractBackEnd fnSounding() {
             }};
 }
 
+ContractBackEnd fnWorking(const char* name, CQ_WORK_ORDER order) {
+    return {name, {CONTRACT::WORK}, [order] {
+                const auto world = q32HeadlessWorld();
+                world->m_pWork->fnSetConcurrency(5);
+                world->m_pWork->fnSetOrder(order);
+                ContractWorld made;
+                made.m_Platform = world->fnPlatform();
+                return made;
+            }};
+}
+
 } // namespace
 
 std::vector<ContractBackEnd> fnGetBackEnds() {
@@ -276,7 +287,10 @@ std::vector<ContractBackEnd> fnGetBackEnds() {
             fnOnScreen(16),
             fnOnScreen(24),
             fnOnScreen(32),
-            fnSounding()};
+            fnSounding(),
+            fnWorking("Forward", CQ_WORK_ORDER::FORWARD),
+            fnWorking("Reversed", CQ_WORK_ORDER::REVERSED),
+            fnWorking("Scrambled", CQ_WORK_ORDER::SCRAMBLED)};
 }
 
 std::set<CONTRACT> fnGetOmittedContracts() {

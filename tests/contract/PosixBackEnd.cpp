@@ -31,13 +31,28 @@ ContractBackEnd fnInLocale(const std::string& name, const std::string& locale,
             }};
 }
 
+/// More threads than most machines have cores. Null without oneTBB.
+CqPlatform fnMakeWorking() {
+    CqPosixOptions options;
+    options.m_nConcurrency = 5;
+    return q32PosixPlatform(options);
+}
+
 } // namespace
 
 std::vector<ContractBackEnd> fnGetBackEnds() {
-    return {fnInLocale("C", "C",
-                       {CONTRACT::MEMORY, CONTRACT::SCRATCH, CONTRACT::FILES, CONTRACT::LOCALE,
-                        CONTRACT::ERRORS}),
-            fnInLocale("Utf8", "C.UTF-8", {CONTRACT::FILES, CONTRACT::LOCALE, CONTRACT::ERRORS})};
+    std::vector<ContractBackEnd> all = {
+        fnInLocale("C", "C",
+                   {CONTRACT::MEMORY, CONTRACT::SCRATCH, CONTRACT::FILES, CONTRACT::LOCALE,
+                    CONTRACT::ERRORS}),
+        fnInLocale("Utf8", "C.UTF-8", {CONTRACT::FILES, CONTRACT::LOCALE, CONTRACT::ERRORS})};
+    if (fnMakeWorking().m_pWork)
+        all.push_back({"Threads", {CONTRACT::WORK}, [] {
+                           ContractWorld made;
+                           made.m_Platform = fnMakeWorking();
+                           return made;
+                       }});
+    return all;
 }
 
 std::set<CONTRACT> fnGetOmittedContracts() {

@@ -202,5 +202,5 @@ std::vector<ContractBackEnd> fnGetBackEnds() {
 }
 
 std::set<CONTRACT> fnGetOmittedContracts() {
-    return {};
+    return {CONTRACT::WORK};
 }

@@ -1,7 +1,7 @@
 #include "examples/darkroom/model/Document.h"
 
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/MemoryShare.h"
-#include "examples/darkroom/model/Pictures.h"
 #include "tests/darkroom/PictureTools.h"
 #include "tests/support/AttachedTest.h"
 #include "tests/support/FailingAllocator.h"

@@ -1,7 +1,9 @@
 // Edits succeed completely or change nothing, whatever the operation.
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Filters.h"
 #include "examples/darkroom/model/Merge.h"
-#include "examples/darkroom/model/Pictures.h"
+#include "examples/darkroom/model/PixelBlend.h"
+#include "q32Base/operations/Blend.h"
 #include "tests/darkroom/PictureTools.h"
 #include "tests/support/AttachedTest.h"
 
@@ -11,6 +13,7 @@
 #include <iterator>
 #include <string>
 #include <utility>
+#include <vector>
 
 using darkroom::Document;
 using darkroom::fnFindOperation;
@@ -138,19 +141,25 @@ TEST_F(DarkroomEdits, EachDepthHasTheOperationsThatMakeSenseForIt) {
         return names;
     };
     const std::string turns = "right left half ";
+    const std::string flips = "flipHorizontal flipVertical ";
     CqImage none;
     EXPECT_EQ(list(none), "");
     CqImage palette;
     fnFillNoise(palette, 9, 9, 8, 1);
-    EXPECT_EQ(list(palette), "resize " + turns + "to24 to32 ") << "its bytes are indices";
+    EXPECT_EQ(list(palette), "resize " + turns + flips + "to24 to32 ") << "its bytes are indices";
     CqImage grey;
     fnFillNoise(grey, 9, 9, 8, 1, q32GreyRamp);
-    EXPECT_EQ(list(grey), "brightness threshold resize " + turns + "to24 to32 ");
+    EXPECT_EQ(list(grey), "brightness levels curve threshold blur unsharp resize " + turns + flips +
+                              "to24 to32 ");
     const std::pair<unsigned int, std::string> others[] = {
-        {4, "resize to24 to32 "},
-        {16, "brightness balance resize " + turns + "to24 to32 "},
-        {24, "brightness balance hue threshold soften sharpen resize rotate " + turns + "to32 "},
-        {32, "brightness balance hue soften sharpen resize rotate " + turns + "to24 "},
+        {4, "resize " + flips + "to8 to24 to32 "},
+        {16, "brightness balance levels curve resize " + turns + flips + "to8 to24 to32 "},
+        {24,
+         "brightness balance hue levels curve grey threshold soften sharpen blur unsharp resize "
+         "rotate " +
+             turns + flips + "to8 to32 "},
+        {32, "brightness balance hue levels curve grey soften sharpen blur unsharp resize rotate " +
+                 turns + flips + "to8 to24 "},
     };
     for (const auto& [bits, names] : others) {
         CqImage image;
@@ -345,19 +354,88 @@ TEST_F(DarkroomEdits, AMergedPictureIsClippedWhereItSticksOut) {
     }
 }
 
-TEST_F(DarkroomEdits, APictureWithAlphaShowsWhereItIsOpaque) {
+TEST_F(DarkroomEdits, APictureWithAlphaShowsAsFarAsItIsOpaque) {
     CqImage image;
     CqImage over;
     fnFillNoise(image, 100, 100, 24, 1);
     fnFillNoise(over, 100, 100, 32, 2);
     Bytes expected = fnBytesOf(image);
     const Bytes laid = fnBytesOf(over);
-    for (std::size_t i = 0; i < 10000; ++i)
-        if (laid[4 * i] >= darkroom::kOpaqueFrom)
-            std::copy_n(&laid[4 * i + 1], 3, &expected[3 * i]);
+    for (std::size_t i = 0; i < 10000; ++i) {
+        const int alpha = laid[4 * i];
+        for (std::size_t c = 0; c < 3; ++c) {
+            unsigned char& byte = expected[3 * i + c];
+            byte = static_cast<unsigned char>(
+                (laid[4 * i + 1 + c] * alpha + byte * (255 - alpha) + 127) / 255);
+        }
+    }
     darkroom::fnMergePicture(image, over, {darkroom::MergeRule::ALPHA, CqColor(), 0, 0}, nullptr,
                              nullptr);
     EXPECT_EQ(fnBytesOf(image), expected);
+}
+
+TEST_F(DarkroomEdits, WhatAPreviewBlendsPixelByPixelIsWhatTheLibraryBlends) {
+    for (const unsigned int bits : {8u, 24u, 32u})
+        for (const bool covers : {false, true}) {
+            CqImage image;
+            CqImage over;
+            fnFillNoise(image, 64, 40, bits, 1, bits == 8 ? q32GreyRamp : nullptr);
+            fnFillNoise(over, 64, 40, 32, 2);
+            CqMask mask(64, 40);
+            for (int y = 0; y < 40; ++y)
+                for (int x = 0; x < 64; ++x)
+                    *mask.fnGetPixelAddr(x, y) = static_cast<unsigned char>((x * 40 + y) % 256);
+            mask.fnSetPos(CPoint(0, 0));
+            const auto read = [](CqImage& from, int x, int y) {
+                const CqColor color = from.fnGetPixelColor(x, y);
+                const unsigned int alpha = from.BitCount == 32 ? color.m_Alpha : 255u;
+                return darkroom::BlendPixel{alpha, color.m_Red, color.m_Green, color.m_Blue};
+            };
+            std::vector<darkroom::BlendPixel> expected;
+            for (int y = 0; y < 40; ++y)
+                for (int x = 0; x < 64; ++x) {
+                    darkroom::BlendPixel above = read(over, x, y);
+                    if (bits == 8)
+                        above[1] = above[2] = above[3] =
+                            (77 * above[1] + 150 * above[2] + 29 * above[3]) / 256;
+                    expected.push_back(darkroom::fnBlendPixel(
+                        above, read(image, x, y), *mask.fnGetPixelAddr(x, y), covers, bits == 32));
+                }
+            ASSERT_TRUE(q32Blend(over, nullptr, image, 0, 0,
+                                 {.m_pMask = &mask, .m_eMode = covers ? BLEND_OVER : BLEND_REPLACE},
+                                 nullptr));
+            for (int i = 0; i < 64 * 40; ++i)
+                ASSERT_EQ(read(image, i % 64, i / 64), expected[static_cast<std::size_t>(i)])
+                    << bits << ' ' << covers << ' ' << i;
+        }
+}
+
+TEST_F(DarkroomEdits, ATransparentBackgroundLeavesNoFringeWhenAPictureIsReducedAndMerged) {
+    // A red disc on a background that is green, but transparent.
+    CqImage over;
+    over.fnAlloc(200, 200, 32, nullptr, 0);
+    for (int y = 0; y < 200; ++y)
+        for (int x = 0; x < 200; ++x) {
+            const bool inside = (x - 100) * (x - 100) + (y - 100) * (y - 100) < 80 * 80;
+            over.fnSetPixelColor(x, y, inside ? CqColor(255, 0, 0, 255) : CqColor(0, 255, 0, 0));
+        }
+    fnFindOperation("resize")->m_pRun(over, Values{50, 50, 1}, nullptr);
+    for (const unsigned int bits : {24u, 32u}) {
+        CqImage image;
+        image.fnAlloc(60, 60, bits, nullptr, 0);
+        image.fnFill(CqColor(255, 255, 255, 255), nullptr, false);
+        darkroom::fnMergePicture(image, over, {darkroom::MergeRule::ALPHA, CqColor(), 5, 5},
+                                 nullptr, nullptr);
+        bool mixed = false;
+        for (int y = 0; y < 60; ++y)
+            for (int x = 0; x < 60; ++x) {
+                const CqColor color = image.fnGetPixelColor(x, y);
+                ASSERT_EQ(color.m_Red, 255) << x << ", " << y;
+                ASSERT_EQ(color.m_Green, color.m_Blue) << x << ", " << y;
+                mixed = mixed || (color.m_Green > 0 && color.m_Green < 255);
+            }
+        EXPECT_TRUE(mixed) << "the edge is soft";
+    }
 }
 
 TEST_F(DarkroomEdits, AFillIsOpaqueAndFillsTheSelectionAlone) {

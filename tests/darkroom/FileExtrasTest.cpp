@@ -112,10 +112,15 @@ TEST_F(DarkroomFileExtras, ThoseOfATiffAreItsTags) {
 
 TEST_F(DarkroomFileExtras, ADocumentKnowsThemUntilItIsSavedElsewhere) {
     const std::string jpeg = fnWrite(PICTURE_JPEG);
-    fnPut(fnWithSegment(jpeg, 0xE1, "Exif" + std::string(2, '\0') + "MM"));
+    const std::string exif = "Exif" + std::string(2, '\0') + "MM";
+    fnPut(fnWithSegment(jpeg, 0xE1, exif));
     Document document(1);
     ASSERT_TRUE(document.fnOpen(kPath, nullptr).fnIsDone());
-    EXPECT_EQ(document.fnGetExtras(), darkroom::EXTRA_CAMERA);
+    EXPECT_FALSE(document.fnIsReduced()) << "they are kept";
+    EXPECT_EQ(document.fnGetMetadata().m_Exif.size(), 2u);
+    fnPut(fnWithSegment(fnWithSegment(jpeg, 0xE1, "more of it"), 0xE1, exif));
+    ASSERT_TRUE(document.fnOpen(kPath, nullptr).fnIsDone());
+    EXPECT_EQ(document.fnGetExtras(), darkroom::EXTRA_NOTES);
     ASSERT_TRUE(document.fnSave("C:\\other.png", nullptr).fnIsDone());
     EXPECT_EQ(document.fnGetExtras(), 0u);
 }

@@ -249,18 +249,32 @@ TEST_F(DarkroomHabits, SavingNamesWhatThisFileWouldLose) {
     const QString path = fnMakePhoto("photo.jpg");
     ASSERT_TRUE(m_pWindow->fnOpen(path));
     fnDo("left");
+    fnDo("save"); // camera data are kept
+    EXPECT_FALSE(m_pWindow->isWindowModified());
+    EXPECT_EQ(fnDocument().fnGetMetadata().m_Exif.size(), 2u);
+    // What the document can't keep is named before the file is replaced.
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    QByteArray bytes = file.readAll();
+    bytes.insert(2, QByteArray("\xFF\xE2\x00\x06MPF\0", 8));
+    file.seek(0);
+    file.write(bytes);
+    file.close();
+    ASSERT_TRUE(m_pWindow->fnOpen(path));
+    EXPECT_TRUE(m_pWindow->statusBar()->currentMessage().contains("pages"));
+    fnDo("left");
     fnInDialog([&](QDialog& dialog) {
         auto* const box = qobject_cast<QMessageBox*>(&dialog);
         ASSERT_TRUE(box);
         EXPECT_TRUE(box->text().contains("photo.jpg"));
-        EXPECT_TRUE(box->text().contains("EXIF"));
-        EXPECT_FALSE(box->text().contains("ICC"));
+        EXPECT_TRUE(box->text().contains("pages"));
+        EXPECT_FALSE(box->text().contains("EXIF"));
         fnKeepPicture(dialog, "losses");
         dialog.reject();
     });
     fnDo("save");
-    // The same under another name, where nothing is replaced.
-    const QString other = fnPath("other.png");
+    // A format without metadata, under another name, where nothing is replaced.
+    const QString other = fnPath("other.bmp");
     fnDo("saveAs", [&](QDialog& dialog) {
         fnInDialog([&](QDialog& question) {
             EXPECT_TRUE(qobject_cast<QMessageBox*>(&question)->text().contains("EXIF"));

@@ -1,5 +1,5 @@
 // What the steps of the history hold, and what happens when there is no room for them.
-#include "examples/darkroom/model/Pictures.h"
+#include "examples/darkroom/model/Bands.h"
 #include "tests/darkroom/PictureTools.h"
 #include "tests/support/AttachedTest.h"
 

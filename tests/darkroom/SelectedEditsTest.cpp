@@ -1,6 +1,6 @@
 // Edits limited to a selection.
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Merge.h"
-#include "examples/darkroom/model/Pictures.h"
 #include "tests/darkroom/PictureTools.h"
 #include "tests/support/AttachedTest.h"
 

@@ -174,7 +174,7 @@ TEST_F(DarkroomSelection, SelectingWithoutMemoryLeavesTheSelection) {
 }
 
 TEST_F(DarkroomSelection, ThereIsNoneAtDepthsWhereEditsCannotBeLimitedToIt) {
-    for (const unsigned int bits : {4u, 8u, 16u, 32u}) {
+    for (const unsigned int bits : {4u, 16u}) {
         Document document(1);
         fnOpenNoise(document, bits);
         const std::uint32_t serial = document.fnGetSelectionSerial();
@@ -185,9 +185,6 @@ TEST_F(DarkroomSelection, ThereIsNoneAtDepthsWhereEditsCannotBeLimitedToIt) {
         EXPECT_TRUE(document.fnSelect(mask, Combine::REPLACE, nullptr).m_bAborted) << bits;
         EXPECT_FALSE(document.fnHasSelection()) << bits;
         EXPECT_EQ(document.fnGetSelectionSerial(), serial) << bits;
-        EXPECT_TRUE(
-            darkroom::fnMakeColorMask(document.fnGetImage(), CqColor(), 255, mask, nullptr));
-        EXPECT_TRUE(mask.m_rectBound.IsRectEmpty()) << bits << ": rows are of other lengths";
     }
     Document empty(1);
     EXPECT_TRUE(fnSelect(empty, CRect(10, 10, 20, 20)).m_bAborted);

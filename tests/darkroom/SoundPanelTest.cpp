@@ -1,7 +1,7 @@
 // The panel with a sound and the machine's mixer.
 #include "examples/darkroom/ui/SoundPanel.h"
 
-#include "examples/sound/Oscillogram.h"
+#include "examples/sound/WholeOscillogram.h"
 #include "platforms/qt/CqImageView.h"
 #include "plugins/WaveFile.h"
 #include "tests/darkroom/DarkroomWorld.h"

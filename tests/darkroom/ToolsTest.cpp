@@ -76,16 +76,16 @@ TEST_F(DarkroomTools, ToolsSelectAndDrawInThePicture) {
 TEST_F(DarkroomTools, AToolThatDoesNotSuitANewPictureGivesWayToMoving) {
     const QString palette = fnMakeDepth("palette.png", 8);
     const QString alpha = fnMakeDepth("alpha.png", 32);
-    for (const char* tool : {"toolColor", "toolRectangle", "toolEllipse", "toolFreehand"})
-        for (const QString& other : {palette, alpha}) {
-            fnOpen(fnMakePicture("color.png", 60, 40));
-            fnDo(tool);
-            ASSERT_TRUE(fnAction(tool).isChecked());
-            fnOpen(other);
-            fnExpectTool(Tool::PAN, "toolPan");
-            fnDrag(fnAt(10, 10), fnAt(30, 30));
-            EXPECT_FALSE(fnDocument().fnHasSelection()) << tool;
-        }
+    for (const char* tool : {"toolColor", "toolRectangle", "toolEllipse", "toolFreehand"}) {
+        fnOpen(fnMakePicture("color.png", 60, 40));
+        fnDo(tool);
+        fnOpen(alpha);
+        ASSERT_TRUE(fnAction(tool).isChecked()) << "edits can be limited at 32 bits too";
+        fnOpen(palette);
+        fnExpectTool(Tool::PAN, "toolPan");
+        fnDrag(fnAt(10, 10), fnAt(30, 30));
+        EXPECT_FALSE(fnDocument().fnHasSelection()) << tool;
+    }
     fnOpen(fnMakePicture("color.png", 60, 40));
     fnDo("toolLine");
     fnOpen(alpha);

@@ -1,8 +1,8 @@
 // Runs the programs of the guide, and compares what they print and write with values worked out
 // here or found in a second way.
-#include "platforms/posix/posix.h"
 #include "plugins/PictureFile.h"
 #include "q32Base/q32Base.h"
+#include "tests/examples/ProgramFolder.h"
 #include "tests/operations/PlainResample.h"
 
 #include <gtest/gtest.h>
@@ -19,29 +19,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string fnTextOf(const fs::path& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
+using q32::test::fnTextOf;
 
-class Programs : public testing::Test {
+class Programs : public q32::test::ProgramFolder {
 protected:
-    Programs() {
-        std::string name = (fs::temp_directory_path() / "q32programs-XXXXXX").string();
-        if (!::mkdtemp(name.data()))
-            throw fs::filesystem_error("mkdtemp", std::error_code(errno, std::generic_category()));
-        m_Folder = name;
-        EXPECT_TRUE(q32Attach(q32PosixPlatform()));
-    }
-    ~Programs() override {
-        q32Detach();
-        std::error_code ignored;
-        fs::remove_all(m_Folder, ignored);
-    }
-    Programs(const Programs&) = delete;
-    Programs& operator=(const Programs&) = delete;
-
     /// Runs a program in the folder, with its settings there too. Returns its exit code.
     int fnRun(const std::string& line) {
         const std::string folder = m_Folder.string();
@@ -61,7 +42,6 @@ protected:
     /// Makes the landscape "in.png".
     void fnPaint(const std::string& size) { ASSERT_EQ(fnRun("landscape in.png " + size), 0); }
 
-    fs::path m_Folder;
     std::string m_Out;
     std::string m_Err;
 };

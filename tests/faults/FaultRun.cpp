@@ -19,11 +19,6 @@
 #include <utility>
 #include <vector>
 
-// NOLINTBEGIN(bugprone-reserved-identifier): the sanitizer's names. Null without it.
-extern "C" [[gnu::weak]] void __lsan_disable();
-extern "C" [[gnu::weak]] void __lsan_enable();
-// NOLINTEND(bugprone-reserved-identifier)
-
 namespace q32::test {
 
 namespace {

@@ -9,6 +9,11 @@
 #include <functional>
 #include <string>
 
+// NOLINTBEGIN(bugprone-reserved-identifier): the sanitizer's names. Null without it.
+extern "C" [[gnu::weak]] void __lsan_disable();
+extern "C" [[gnu::weak]] void __lsan_enable();
+// NOLINTEND(bugprone-reserved-identifier)
+
 namespace q32::test {
 
 /// Where the folders of these tests are: in memory, since they save files thousands of times.

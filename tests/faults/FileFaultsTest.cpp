@@ -4,8 +4,11 @@
 #include "plugins/PictureFile.h"
 #include "plugins/WaveFile.h"
 #include "tests/faults/FaultTest.h"
+#include "tests/plugins/CodecFiles.h"
+#include "tests/plugins/PlainCodec.h"
 
 #include <optional>
+#include <vector>
 
 namespace q32::test {
 namespace {
@@ -27,12 +30,23 @@ const Kind kKinds[] = {
     {"TIFF of 8 bits", PICTURE_TIFF, 8, PICTURE_UNCOMPRESSED},
     {"BMP of 8 bits", PICTURE_BMP, 8},
     {"BMP of 24 bits", PICTURE_BMP, 24},
+    {"PNG of 4 bits", PICTURE_PNG, 4},
+    {"PNG of 16 bits", PICTURE_PNG, 16},
+    {"JPEG of 8 bits", PICTURE_JPEG, 8},
+    {"TIFF of 4 bits", PICTURE_TIFF, 4},
+    {"BMP of 4 bits", PICTURE_BMP, 4},
+    {"BMP of 16 bits", PICTURE_BMP, 16},
+    {"BMP of 32 bits", PICTURE_BMP, 32},
+    {"a format of the host", kPlain, 24},
 };
 
 class FileFaults : public FaultTest {
 protected:
     void SetUp() override {
         FaultTest::SetUp();
+        static const PlainCodec plain;
+        static const bool added = q32AddPictureFormat(plain);
+        ASSERT_TRUE(added);
         m_Folder.fnWrite("file", kOld);
         m_szFile = m_Folder.fnName("file");
     }
@@ -58,6 +72,8 @@ protected:
         return result.m_nMsgId == -1 || result.m_nMsgId == -3 || result.m_nMsgId == -4 ||
                result.m_nMsgId == -6 || result.m_nMsgId == -7;
     }
+
+    void fnFailReads(const char* name, bool losesBlocks);
 
     static constexpr char kOld[] = "what stood there before";
     std::string m_szFile;
@@ -85,44 +101,91 @@ TEST_F(FileFaults, AWrittenPictureReplacesTheOldFileOrLeavesItWhateverFails) {
     }
 }
 
+/// Reads the file, with each call failing: its picture replaces the image, or leaves it.
+void FileFaults::fnFailReads(const char* name, bool losesBlocks) {
+    Look whole;
+    {
+        CqImage image;
+        ASSERT_TRUE(q32ReadPicture(m_szFile.c_str(), image).fnIsDone()) << name;
+        whole = fnLook(image);
+    }
+    std::optional<CqImage> image;
+    Look before;
+    CqPictureResult result;
+    FaultOperation operation;
+    operation.m_szName = std::string("read ") + name;
+    operation.m_bLosesBlocks = losesBlocks;
+    operation.m_Prepare = [&] {
+        image.emplace(60, 50, 24, nullptr, 0);
+        fnPaint(*image, 6);
+        before = fnLook(*image);
+    };
+    operation.m_Work = [&] {
+        result = q32ReadPicture(m_szFile.c_str(), *image);
+        return result.fnIsDone();
+    };
+    operation.m_Check = [&](bool done) -> std::string {
+        Q32_WANT(fnLook(*image) == (done ? whole : before));
+        Q32_WANT(done || fnIsReadMessage(result));
+        return "";
+    };
+    operation.m_Clear = [&] {
+        image.reset();
+        result = {};
+    };
+    EXPECT_GT(fnFailEachCall(m_Folder, operation).m_nRefused, 10u);
+}
+
 TEST_F(FileFaults, AReadPictureReplacesTheImageOrLeavesItWhateverFails) {
     for (const Kind& kind : kKinds) {
-        Look written;
-        {
-            CqImage image(150, 110, kind.m_nBits, nullptr, 0);
-            fnPaint(image, 5);
-            image.Title = "the title";
-            ASSERT_TRUE(fnWrite(image, kind).fnIsDone());
-            ASSERT_TRUE(q32ReadPicture(m_szFile.c_str(), image).fnIsDone());
-            written = fnLook(image);
-        }
-        std::optional<CqImage> image;
-        Look before;
-        CqPictureResult result;
-        FaultOperation operation;
-        operation.m_szName = std::string("read ") + kind.m_szName;
-        operation.m_bLosesBlocks = kind.m_eFormat == PICTURE_TIFF;
-        operation.m_Prepare = [&] {
-            image.emplace(60, 50, 24, nullptr, 0);
-            fnPaint(*image, 6);
-            before = fnLook(*image);
-        };
-        operation.m_Work = [&] {
-            result = q32ReadPicture(m_szFile.c_str(), *image);
-            return result.fnIsDone();
-        };
-        operation.m_Check = [&](bool done) -> std::string {
-            Q32_WANT(fnLook(*image) == (done ? written : before));
-            Q32_WANT(done || fnIsReadMessage(result));
-            return "";
-        };
-        operation.m_Clear = [&] {
-            image.reset();
-            result = {};
-        };
-        const FaultTally tally = fnFailEachCall(m_Folder, operation);
-        EXPECT_GT(tally.m_nRefused, 10u);
+        CqImage image(150, 110, kind.m_nBits, nullptr, 0);
+        fnPaint(image, 5);
+        image.Title = "the title";
+        ASSERT_TRUE(fnWrite(image, kind).fnIsDone());
+        fnFailReads(kind.m_szName, kind.m_eFormat == PICTURE_TIFF);
     }
+}
+
+TEST_F(FileFaults, APictureOfAnotherWriterReplacesTheImageOrLeavesItWhateverFails) {
+    const auto put = [&](const Bytes& file) {
+        m_Folder.fnWrite("file", {file.begin(), file.end()});
+    };
+    TestPng png;
+    png.m_nWidth = png.m_nHeight = 40;
+    png.m_bInterlaced = true;
+    png.m_Rows.resize(fnPngRowBytes(png) * 40);
+    put(png.fnMake());
+    fnFailReads("interlaced PNG", false);
+    TestJpeg jpeg;
+    jpeg.m_nWidth = jpeg.m_nHeight = 40;
+    jpeg.m_bProgressive = true;
+    jpeg.m_Samples.resize(std::size_t{40} * 40 * 3);
+    put(jpeg.fnMake());
+    fnFailReads("progressive JPEG", false);
+    TestTiff tiff;
+    tiff.m_nWidth = tiff.m_nHeight = 40;
+    tiff.m_nSamples = 4;
+    tiff.m_nPhotometric = 5; // inks
+    tiff.m_nTileWidth = tiff.m_nTileHeight = 16;
+    tiff.m_Samples.resize(std::size_t{40} * 40 * 4);
+    put(tiff.fnMake());
+    fnFailReads("tiled TIFF", true);
+    tiff = {};
+    tiff.m_nWidth = tiff.m_nHeight = 40;
+    tiff.m_nSamples = 3;
+    tiff.m_nPhotometric = 8; // CIE L*a*b*
+    tiff.m_Samples.resize(std::size_t{40} * 40 * 3);
+    put(tiff.fnMake());
+    fnFailReads("TIFF that libtiff converts", true);
+    tiff.m_nPhotometric = 2;
+    tiff.m_bSeparate = true;
+    put(tiff.fnMake());
+    fnFailReads("TIFF of planes", true);
+    // 4 x 1 pixels of 8 bits, two colours: a run of four, the end.
+    put({'B', 'M', 0, 0, 0, 0, 0, 0, 0, 0, 62, 0, 0, 0, 40, 0, 0, 0, 4, 0, 0, 0,
+         1,   0,   0, 0, 1, 0, 8, 0, 1, 0, 0,  0, 0, 0, 0,  0, 0, 0, 0, 0, 0, 0,
+         0,   0,   2, 0, 0, 0, 0, 0, 0, 0, 1,  2, 3, 0, 4,  5, 6, 0, 4, 1, 0, 1});
+    fnFailReads("run-length coded BMP", false);
 }
 
 std::string fnSamples(const CqWave& wave) {

@@ -5,6 +5,7 @@
 #include "tests/faults/FaultTest.h"
 
 #include <optional>
+#include <span>
 
 namespace q32::test {
 namespace {
@@ -55,6 +56,46 @@ void fnSlide(CqImage& image) {
         window.fnGotoNextLine();
 }
 
+/// A run-length coded bitmap of 4 x 2 pixels and two colours.
+constexpr unsigned char kRunLengths[] = {40, 0, 0, 0, 4, 0, 0, 0, 2, 0, 0, 0, 1, 0, 8, 0, 1, 0, 0,
+                                         0,  0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0, 0, 0,
+                                         0,  0, 1, 2, 3, 0, 4, 5, 6, 0, 4, 1, 0, 0, 4, 0, 0, 1};
+
+void fnEditMask(Pictures& with, bool (*edit)(CqMask& mask, const CRect& area)) {
+    CqMask mask(with.m_Mask);
+    edit(mask, CRect(0, 0, 120, 100));
+    with.m_Image = mask;
+}
+
+/// As large as what is converted at once at 4 bits, and more.
+void fnCopyPixels(CqImage& from, CqImage& to) {
+    unsigned char row[4 * 90];
+    const CqPixelReader reader(from, PIXEL_BGRA32);
+    const CqPixelWriter writer(to, PIXEL_BGRA32);
+    const std::uint32_t columns[] = {1, 5, 80};
+    for (std::uint32_t y = 0; y < from.Height; ++y)
+        if (!reader.fnReadRow(0, y, from.Width, row) || !writer.fnWriteRow(0, y, from.Width, row) ||
+            !reader.fnPick(y, columns, 3, row))
+            AfxThrowMemoryException();
+}
+
+void fnDrawCurves(CqImage& image) {
+    CqCubicBezier2D curve(CqPoint2D(0, 0), CqPoint2D(300, 90), CqPoint2D(-200, 90),
+                          CqPoint2D(149, 0), 1.0);
+    CqPolyline2D polyline;
+    curve.fnTessellate(polyline, 0.1); // before anything is drawn
+    double t[3];
+    curve.fnIntersectLine(CqLine2D(CqPoint2D(70, -9), CqPoint2D(70, 99)), t[0], t[1], t[2]);
+    curve.fnRasterize(image, kColor);
+}
+
+void fnDrawSound(CqImage& image) {
+    CqWave wave(1, 8, 8000, 150, false);
+    for (std::uint32_t i = 0; i < wave.fnGetBufferSize(); ++i)
+        wave.fnGetBuffer()[i] = static_cast<unsigned char>(i * 7);
+    wave.fnRasterize(image, 0, 150, false, false);
+}
+
 const ImageOperation kOperations[] = {
     {"allocate", 24, [](Pictures& with) { with.m_Image.fnAlloc(77, 66, 8, nullptr, 0); }},
     {"copy an image", 24, [](Pictures& with) { with.m_Image = with.m_Other; }},
@@ -103,6 +144,52 @@ const ImageOperation kOperations[] = {
     {"threshold", 8, [](Pictures& with) { with.m_Image.fnThresholding(99, false, nullptr); }},
     {"draw a line", 24,
      [](Pictures& with) { with.m_Image.fnDrawLine(1, 2, 140, 99, kColor, false); }},
+    {"blend", 24,
+     [](Pictures& with) {
+         q32Blend(with.m_Other, nullptr, with.m_Image, 20, 10, {200, &with.m_Mask}, nullptr);
+     }},
+    {"blend with alpha", 32,
+     [](Pictures& with) {
+         q32Blend(with.m_Other, nullptr, with.m_Image, 20, 10, {200, nullptr, BLEND_REPLACE},
+                  nullptr);
+     }},
+    {"resample by alpha", 32,
+     [](Pictures& with) { q32ResampleByAlpha(with.m_Image, 100, 90, nullptr); }},
+    {"map by tone curves", 24,
+     [](Pictures& with) {
+         const CqToneCurves curves = {};
+         q32ApplyToneCurves(with.m_Image, nullptr, curves, nullptr);
+     }},
+    {"blur", 24, [](Pictures& with) { q32Blur(with.m_Image, 2.0, nullptr); }},
+    {"blur with alpha", 32, [](Pictures& with) { q32Blur(with.m_Image, 20.0, nullptr); }},
+    {"sharpen", 24, [](Pictures& with) { q32Sharpen(with.m_Image, 2.0, 90, 1, nullptr); }},
+    {"count a histogram", 24,
+     [](Pictures& with) {
+         CqHistogram histogram;
+         q32CountHistogram(with.m_Image, nullptr, &with.m_Mask, histogram, nullptr);
+     }},
+    {"crop in place", 4,
+     [](Pictures& with) { q32Crop(with.m_Image, CRect(9, 8, 140, 100), with.m_Image, nullptr); }},
+    {"crop to another", 32,
+     [](Pictures& with) { q32Crop(with.m_Other, CRect(9, 8, 80, 60), with.m_Image, nullptr); }},
+    {"flip across", 24, [](Pictures& with) { q32FlipHorizontal(with.m_Image, nullptr); }},
+    {"flip down", 4, [](Pictures& with) { q32FlipVertical(with.m_Image, nullptr); }},
+    {"make grey", 24, [](Pictures& with) { q32ConvertToGrey(with.m_Image, 8, nullptr); }},
+    {"feather a mask", 8,
+     [](Pictures& with) {
+         fnEditMask(with, [](CqMask& mask, const CRect& area) {
+             return q32FeatherMask(mask, 2.0, area, nullptr);
+         });
+     }},
+    {"invert a mask", 8, [](Pictures& with) { fnEditMask(with, q32InvertMask); }},
+    {"convert to 8 bits", 24, [](Pictures& with) { with.m_Image.fnConvert(8, true, nullptr); }},
+    {"convert to 16 bits", 32, [](Pictures& with) { with.m_Image.fnConvert(16, true, nullptr); }},
+    {"take run lengths", 24,
+     [](Pictures& with) { with.m_Image.fnTake(std::as_bytes(std::span(kRunLengths))); }},
+    {"copy pixels through accessors", 4,
+     [](Pictures& with) { fnCopyPixels(with.m_Other, with.m_Image); }},
+    {"draw curves", 24, [](Pictures& with) { fnDrawCurves(with.m_Image); }},
+    {"draw a sound", 24, [](Pictures& with) { fnDrawSound(with.m_Image); }},
     {"make a region", 8,
      [](Pictures& with) {
          CRgn region;

@@ -31,6 +31,30 @@ private:
     std::optional<std::string> m_Before;
 };
 
+/// Fails each call of `replace`, which gives the file of a name a text: of a file that doesn't
+/// exist yet, and of one that does. The file has either its old or its new contents.
+template <typename Replace>
+void fnFailReplacing(const char* what, const Replace& replace) {
+    const Folder folder{kFaultRoot};
+    const std::string name = folder.fnName("a");
+    const std::string text(100000, 'x');
+    const auto remove = [&] { std::filesystem::remove(folder.fnPath("a")); };
+    for (const bool exists : {false, true}) {
+        FaultOperation operation = fnService(what, [&] { return replace(name, text); });
+        operation.m_Prepare = [&] {
+            remove();
+            if (exists)
+                folder.fnWrite("a", "old");
+        };
+        operation.m_Check = [&](bool done) -> std::string {
+            Q32_WANT(folder.fnRead("a") == (done ? text : exists ? "old" : ""));
+            return "";
+        };
+        operation.m_Clear = remove;
+        EXPECT_GT(fnFailEachCall(folder, operation).m_nRefused, 5u);
+    }
+}
+
 } // namespace
 
 TEST(PlatformFaults, APlatformIsMadeOrRefusedWhateverFails) {
@@ -169,56 +193,23 @@ TEST(PlatformFaults, AStreamReadsWhatItWroteOrFails) {
 }
 
 TEST(PlatformFaults, AReplacementIsWholeOrNothingWhateverFails) {
-    const Folder folder{kFaultRoot};
     const auto files = q32PosixPlatform().m_pFiles;
-    const std::string name = folder.fnName("a");
-    const std::string text(100000, 'x');
-    for (const bool exists : {false, true}) {
-        FaultOperation operation = fnService("replace a file", [&] {
-            CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
-            const auto made = files->fnOpenReplacement(name.c_str(), cause);
-            return made &&
-                   made->fnGetStream().fnWrite(text.data(), text.size()) == FILE_CAUSE_NONE &&
-                   made->fnCommit() == FILE_CAUSE_NONE;
-        });
-        operation.m_Prepare = [&] {
-            std::filesystem::remove(folder.fnPath("a"));
-            if (exists)
-                folder.fnWrite("a", "old");
-        };
-        operation.m_Check = [&](bool done) -> std::string {
-            Q32_WANT(folder.fnRead("a") == (done ? text : exists ? "old" : ""));
-            return "";
-        };
-        operation.m_Clear = [&] { std::filesystem::remove(folder.fnPath("a")); };
-        EXPECT_GT(fnFailEachCall(folder, operation).m_nRefused, 5u);
-    }
+    fnFailReplacing("replace a file", [&](const std::string& name, const std::string& text) {
+        CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
+        const auto made = files->fnOpenReplacement(name.c_str(), cause);
+        return made && made->fnGetStream().fnWrite(text.data(), text.size()) == FILE_CAUSE_NONE &&
+               made->fnCommit() == FILE_CAUSE_NONE;
+    });
 }
 
 TEST(PlatformFaults, ATextIsUpdatedOrKeptWhateverFails) {
-    const Folder folder{kFaultRoot};
     const auto files = q32PosixPlatform().m_pFiles;
-    const std::string name = folder.fnName("a");
-    const std::string text(100000, 'x');
-    for (const bool exists : {false, true}) {
-        FaultOperation operation = fnService("update a text", [&] {
-            return files->fnUpdateText(name.c_str(), [&](std::string& all) {
-                all.assign(text);
-                return true;
-            });
+    fnFailReplacing("update a text", [&](const std::string& name, const std::string& text) {
+        return files->fnUpdateText(name.c_str(), [&](std::string& all) {
+            all.assign(text);
+            return true;
         });
-        operation.m_Prepare = [&] {
-            std::filesystem::remove(folder.fnPath("a"));
-            if (exists)
-                folder.fnWrite("a", "old");
-        };
-        operation.m_Check = [&](bool done) -> std::string {
-            Q32_WANT(folder.fnRead("a") == (done ? text : exists ? "old" : ""));
-            return "";
-        };
-        operation.m_Clear = [&] { std::filesystem::remove(folder.fnPath("a")); };
-        EXPECT_GT(fnFailEachCall(folder, operation).m_nRefused, 5u);
-    }
+    });
 }
 
 } // namespace q32::test

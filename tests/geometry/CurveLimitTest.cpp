@@ -5,6 +5,7 @@
 #include "q32Base/geometry/CqPolyline2D.h"
 #include "q32Base/geometry/CqQuadBezier2D.h"
 #include "tests/geometry/GeometryTestTools.h"
+#include "tests/support/AttachedTest.h"
 #include "tests/support/FailingAllocator.h"
 
 namespace {
@@ -23,6 +24,8 @@ CqCubicBezier2D fnHuge(double size) {
     return {CqPoint2D(0.0, 0.1 * size), CqPoint2D(0.3 * size, 0.9 * size),
             CqPoint2D(0.7 * size, -0.8 * size), CqPoint2D(size, 0.0), 1.0};
 }
+
+class CurveDrawing : public AttachedTest {};
 
 bool fnIsRefused(const CqCubicBezier2D& curve, CqPolyline2D& polyline, double tolerance) {
     try {
@@ -88,6 +91,35 @@ TEST(CurveLimit, StopsACurveFromAnArchiveBeforeItTakesTheMemory) {
     EXPECT_TRUE(fnIsRefused(curve, polyline, 0.1));
     EXPECT_EQ(polyline.fnGetNumberLine(), 1048576);
     EXPECT_LT(CqBlockWatch::fnLargestOther(), std::size_t{32} << 20);
+}
+
+TEST_F(CurveDrawing, StopsAtTheLimitOfPartsThatAreSeen) {
+    const CqColor color(1, 2, 3, 255);
+    CqCubicBezier2D curve(CqPoint2D(0, 0), CqPoint2D(3000, 1000), CqPoint2D(-2000, 1000),
+                          CqPoint2D(999, 0), 1.0);
+    const auto draw = [&](CqImage& image) {
+        return fnRaisesMemoryException([&] { curve.fnRasterize(image, color); });
+    };
+    CqImage whole(1000, 1000, 24, nullptr, 0);
+    ASSERT_FALSE(draw(whole));
+    EXPECT_TRUE(whole.fnGetPixelColor(999, 0) == color);
+    CqImage part(1000, 1000, 24, nullptr, 0);
+    {
+        const Limit limit(5);
+        EXPECT_TRUE(draw(part));
+    }
+    EXPECT_TRUE(part.fnGetPixelColor(0, 0) == color) << "drawn up to there";
+    EXPECT_FALSE(part.fnGetPixelColor(999, 0) == color);
+    for (int y = 0; y < 1000; ++y)
+        for (int x = 0; x < 1000; ++x)
+            ASSERT_TRUE(!(part.fnGetPixelColor(x, y) == color) ||
+                        whole.fnGetPixelColor(x, y) == color);
+    CqImage small(10, 10, 24, nullptr, 0);
+    const Limit limit(5);
+    CqCubicBezier2D beside(CqPoint2D(1e6, 0.0), CqPoint2D(9e6, 9e6), CqPoint2D(2e6, -9e6),
+                           CqPoint2D(8e6, 0.0), 1.0);
+    EXPECT_FALSE(fnRaisesMemoryException([&] { beside.fnRasterize(small, color); }))
+        << "parts that can't touch the picture count as few";
 }
 
 TEST(CurveLimit, ALineMeetsACurveBeyondItNowhere) {

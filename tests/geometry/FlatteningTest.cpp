@@ -191,6 +191,53 @@ TEST(Flatness, IsReachedStrictlyBelowTheThreshold) {
     EXPECT_TRUE(q32::FlatnessTest(quad, 3.1)(quad));
 }
 
+/// The rule of the test, with its divisions.
+bool fnIsPlainlyFlat(const CqPoint2D (&p)[4], double threshold) {
+    double largest = 0.0;
+    for (const CqPoint2D& point : p)
+        largest = std::max({largest, std::fabs(point.m_X), std::fabs(point.m_Y)});
+    const double rounding = largest * q32::kCurveRounding;
+    double distances[2];
+    for (int i = 0; i < 2; ++i) {
+        double t;
+        CqPoint2D foot;
+        CqLine2D(p[0], p[3]).fnFindNearestPoint(p[i + 1], t, &foot);
+        distances[i] = std::sqrt(p[i + 1].fnSquaredDistance(foot));
+    }
+    const double larger = distances[1] < distances[0] ? distances[0] : distances[1];
+    return !(larger >= (threshold < rounding ? rounding : threshold));
+}
+
+TEST(Flatness, IsDecidedByTheComputedDistanceAlsoNextToTheThreshold) {
+    CqRandom random(54);
+    int flat = 0;
+    int bent = 0;
+    for (int i = 0; i < 20000; ++i) {
+        const double size = std::pow(10.0, random.fnBetween(-40, 40));
+        const double at = size * random.fnBetween(0, 100);
+        CqPoint2D p[4];
+        for (CqPoint2D& point : p)
+            point =
+                CqPoint2D(at + size * random.fnBetween(-1, 1), at + size * random.fnBetween(-1, 1));
+        if (i % 16 == 0)
+            p[3] = p[0];
+        // The distance itself, the numbers around it, and those around the estimate's margin.
+        double t;
+        CqPoint2D foot;
+        CqLine2D(p[0], p[3]).fnFindNearestPoint(p[1 + i % 2], t, &foot);
+        const double distance = std::sqrt(p[1 + i % 2].fnSquaredDistance(foot));
+        for (const double factor : {1.0, 1.0 + 1e-15, 1.0 - 1e-15, 1.0 + 1e-9, 1.0 - 1e-9,
+                                    1.0 + 2e-6, 1.0 - 2e-6, 1.01, 0.99, 100.0, 1e-9}) {
+            const double threshold = distance * factor;
+            const bool expected = fnIsPlainlyFlat(p, threshold);
+            ASSERT_EQ(q32::FlatnessTest(p, threshold)(p), expected) << i << " by " << factor;
+            ++(expected ? flat : bent);
+        }
+    }
+    EXPECT_GT(flat, 10000);
+    EXPECT_GT(bent, 10000);
+}
+
 /// Statistics of the recursion on one curve.
 struct Effort {
     long m_nTests = 0;

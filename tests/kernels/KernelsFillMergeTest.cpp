@@ -226,10 +226,10 @@ TEST_P(KernelsMask, EveryPairOfWeightsIsAddedAndSubtractedByTheRule) {
             differences.push_back(static_cast<std::uint8_t>(i > j ? i - j : 0));
         }
     TargetBytes sum(a, 0);
-    m_Kernels.fnMaskAdd(b.data(), sum.fnData(), b.size());
+    m_Kernels.fnMaskAdd(sum.fnData(), b.data(), sum.fnData(), b.size());
     EXPECT_TRUE(sum.fnHolds(sums));
     TargetBytes difference(a, 0);
-    m_Kernels.fnMaskSubtract(b.data(), difference.fnData(), b.size());
+    m_Kernels.fnMaskSubtract(difference.fnData(), b.data(), difference.fnData(), b.size());
     EXPECT_TRUE(difference.fnHolds(differences));
 }
 
@@ -241,10 +241,14 @@ TEST_P(KernelsMask, RunsOfEveryLengthStayInBounds) {
         const SourceBytes source(other, misalignment);
         for (const auto kernel : {&Kernels::fnMaskAdd, &Kernels::fnMaskSubtract}) {
             Bytes expected = own;
-            (plain.*kernel)(other.data(), expected.data(), count);
+            (plain.*kernel)(own.data(), other.data(), expected.data(), count);
             TargetBytes target(own, misalignment);
-            (m_Kernels.*kernel)(source.fnData(), target.fnData(), count);
-            ASSERT_TRUE(target.fnHolds(expected)) << count;
+            (m_Kernels.*kernel)(target.fnData(), source.fnData(), target.fnData(), count);
+            ASSERT_TRUE(target.fnHolds(expected)) << count << " in place";
+            const SourceBytes first(own, misalignment);
+            TargetBytes third(count, misalignment);
+            (m_Kernels.*kernel)(first.fnData(), source.fnData(), third.fnData(), count);
+            ASSERT_TRUE(third.fnHolds(expected)) << count;
         }
     });
 }

@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <limits>
+#include <tuple>
 #include <utility>
 
 namespace q32::test {
@@ -336,8 +337,10 @@ TEST_P(KernelsFilter, RotationsSampleLikeTheScalarKernels) {
             rows.m_dY[0] = 1000.0 + 190.9 - std::max(0.0, -rows.m_dSine * steps);
         }
         for (const auto& [run, bytes] : {std::pair{&Kernels::fnRotateNearest8, 1u},
+                                         {&Kernels::fnRotateNearest24, 3u},
                                          {&Kernels::fnRotateNearest32, 4u},
                                          {&Kernels::fnRotateBilinear8, 1u},
+                                         {&Kernels::fnRotateBilinear24, 3u},
                                          {&Kernels::fnRotateBilinear32, 4u}}) {
             // Exactly the bytes that the kernels may read.
             const Bytes block(content.begin(), content.begin() + kSide * kSide * bytes + 8);
@@ -354,6 +357,50 @@ TEST_P(KernelsFilter, RotationsSampleLikeTheScalarKernels) {
                 ASSERT_TRUE(targets[r].fnHolds(expected[r])) << bytes << " bytes, row " << r;
         }
     }
+}
+
+TEST_P(KernelsFilter, FlatRotationsGiveWhatSamplesOfOnePixelGive) {
+    const Kernels& scalar = *fnKernelsOfLevel(KernelLevel::SCALAR);
+    bool differed = false;
+    for (int round = 0; round < 200; ++round) {
+        constexpr int kSide = 64;
+        Bytes pixel = fnRandomBytes(m_Random, 4);
+        for (std::uint8_t& byte : pixel)
+            byte = m_Random() % 3 == 0 ? pixel[0] : m_Random() % 3 == 0 ? std::uint8_t{0} : byte;
+        const double angle = fnUnit() * 6.3;
+        const std::size_t count = 1 + m_Random() % 30;
+        RotateRows rows;
+        rows.m_dCosine = std::cos(angle);
+        rows.m_dSine = std::sin(angle);
+        for (std::size_t r = 0; r < kRotateRows; ++r) {
+            rows.m_dX[r] = fnUnit() - 0.5;
+            rows.m_dY[r] = fnUnit() - 0.5;
+        }
+        for (const auto& [flat, run, bytes] :
+             {std::tuple{&Kernels::fnRotateFlat8, &Kernels::fnRotateBilinear8, 1u},
+              {&Kernels::fnRotateFlat24, &Kernels::fnRotateBilinear24, 3u},
+              {&Kernels::fnRotateFlat32, &Kernels::fnRotateBilinear32, 4u}}) {
+            Bytes block;
+            for (int i = 0; i < kSide * kSide; ++i)
+                block.insert(block.end(), pixel.begin(), pixel.begin() + bytes);
+            block.resize(block.size() + 8);
+            const RotateSource source = {block.data(), kSide, -32.0, -32.0};
+            std::vector<Bytes> expected(kRotateRows, Bytes(count * bytes));
+            std::vector<TargetBytes> targets(kRotateRows, TargetBytes(count * bytes, 3));
+            for (std::size_t r = 0; r < kRotateRows; ++r)
+                rows.m_pTarget[r] = expected[r].data();
+            (scalar.*run)(source, rows, count);
+            for (std::size_t r = 0; r < kRotateRows; ++r)
+                rows.m_pTarget[r] = targets[r].fnData();
+            (m_Kernels.*flat)(pixel.data(), rows, count);
+            for (std::size_t r = 0; r < kRotateRows; ++r) {
+                ASSERT_TRUE(targets[r].fnHolds(expected[r])) << bytes << " bytes, row " << r;
+                for (std::size_t i = 0; i < count * bytes; ++i)
+                    differed |= expected[r][i] != pixel[i % bytes];
+            }
+        }
+    }
+    EXPECT_TRUE(differed); // else a fill would do
 }
 
 } // namespace

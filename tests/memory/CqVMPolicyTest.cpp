@@ -273,6 +273,28 @@ TEST_F(CqVMPolicyTest, WithoutAHostsLimitTheBoundIsThatOfTheMemoryService) {
     EXPECT_EQ(fnPolicy().fnGetRamBound(), 123'456'789'012u);
 }
 
+TEST_F(CqVMPolicyTest, ThePercentageInTheSettingsBoundsRamIn64Bits) {
+    m_World->m_pMemory->fnSetPhysicalBytes(20'000'000'000u);
+    m_World->m_pMemory->fnSetBlockLimit(10'000'000'000u);
+    fnReadSettings("MemPercent=30\r\nMemEnabled=1\r\n");
+    EXPECT_EQ(fnPolicy().fnGetRamBound(), 6'000'000'000u);
+    EXPECT_EQ(fnPolicy().fnGetRamLimit(), 30 * 20'000'000'000u % 0x1'0000'0000u / 100) << "as ever";
+    fnReadSettings("MemPercent=90\r\nMemEnabled=1\r\n");
+    EXPECT_EQ(fnPolicy().fnGetRamBound(), 10'000'000'000u);
+    fnReadSettings("MemPercent=30\r\nMemEnabled=0\r\n");
+    EXPECT_EQ(fnPolicy().fnGetRamBound(), 10'000'000'000u);
+}
+
+TEST_F(CqVMPolicyTest, ABlockWhoseSumWithRamInUseWrapsDoesNotPassThePercentage) {
+    m_World->m_pMemory->fnSetPhysicalBytes(1'000'000'000u);
+    fnReadSettings("MemPercent=50\r\nMemEnabled=1\r\n");
+    fnPolicy().fnConsumeRAM(0x1000);
+    CString path;
+    EXPECT_TRUE(fnPolicy().fnSearchAvail(0xFFFF'F800u, true, path) && path.IsEmpty()) << "wraps";
+    EXPECT_FALSE(fnPolicy().fnFitsRam(0xFFFF'F800u));
+    fnPolicy().fnReleaseRAM(0x1000);
+}
+
 TEST_F(CqVMPolicyTest, ADiskIsTakenOnlyWithMoreSpaceThanTheBlock) {
     m_World->m_pDisks->fnSetFree("C:\\", 5000);
     EXPECT_EQ(fnSearch(5000), "none");

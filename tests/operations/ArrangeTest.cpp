@@ -90,7 +90,7 @@ TEST_F(ArrangeTest, ACropOfNothingIsRefused) {
 }
 
 TEST_F(ArrangeTest, AFlipMirrorsEveryDepth) {
-    for (int round = 0; round < 150; ++round) {
+    for (int round = 0; round < 40; ++round) {
         CqImage image(fnRandomSide(m_Random), fnRandomSide(m_Random), fnRandomBits(m_Random),
                       nullptr, 0);
         fnSetRandom(image, m_Random);

@@ -1,4 +1,5 @@
 #include "q32Base/kernels/ContribList_p.h"
+#include "q32Base/kernels/StreamPixels_p.h"
 #include "tests/operations/PlainResample.h"
 #include "tests/operations/StepDisplay.h"
 #include "tests/support/AttachedTest.h"
@@ -314,6 +315,16 @@ TEST_F(ResampleTest, NearestFollowsItsRuleOnLongImages) {
             wide.fnResample(to, 1, false, nullptr);
             ASSERT_TRUE(fnSameRows(fnRows(wide), expected)) << bits << " bits to " << to;
         }
+}
+
+TEST_F(ResampleTest, NearestFollowsItsRuleOnTargetsLargerThanTheCaches) {
+    CqImage image(1001, 700, 32, nullptr, 0);
+    fnSetRandom(image, m_Random);
+    Rows expected(2111, Bytes(std::size_t{4} * 2999));
+    fnPlainNearest(fnRows(image), image.Width, 32, 2999, expected);
+    image.fnResample(2999, 2111, false, nullptr);
+    ASSERT_GT(image.TileMap->BufferSize, q32::kStreamLeast);
+    EXPECT_TRUE(fnSameRows(fnRows(image), expected));
 }
 
 TEST_F(ResampleTest, NearestRowsBeyond65535WrapToTheTop) {

@@ -1,6 +1,6 @@
 # Installs a build into SCRATCH/prefix, then configures, builds and runs the host against it.
 #   SOURCE, SCRATCH  the tree, and a folder to work in
-#   NM, GENERATOR, COMPILER, LAUNCHER, FLAGS  the tools and flags to build with
+#   NM, OBJDUMP, GENERATOR, COMPILER, LAUNCHER, FLAGS  the tools and flags to build with
 #   PLUGINS          whether a shared build has the plug-ins
 #   ABSENT           libraries on record that this system can't build, separated by commas
 #   PROTECTED        whether its libraries must have the compiler's protections
@@ -15,23 +15,28 @@ set(tools -G "${GENERATOR}" -DCMAKE_BUILD_TYPE=None "-DCMAKE_CXX_COMPILER=${COMP
     "-DCMAKE_CXX_COMPILER_LAUNCHER=${LAUNCHER}" "-DCMAKE_CXX_FLAGS=${FLAGS}")
 
 # Files from an earlier run must not affect this one.
-file(REMOVE_RECURSE "${SCRATCH}/prefix" "${SCRATCH}/host")
+file(REMOVE_RECURSE "${SCRATCH}/prefix" "${SCRATCH}/made" "${SCRATCH}/host")
 set(given "${BUILD}")
 if(NOT BUILD)
     set(BUILD "${SCRATCH}/shared")
-    run("${CMAKE_COMMAND}" -S "${SOURCE}" -B "${BUILD}" ${tools} -DBUILD_SHARED_LIBS=ON
+    # What is tested is what the libraries export and need, not how fast they are.
+    run("${CMAKE_COMMAND}" -S "${SOURCE}" -B "${BUILD}" ${tools} "-DCMAKE_CXX_FLAGS=${FLAGS} -O1 -g0"
+        -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=12 -DBUILD_SHARED_LIBS=ON
         -DQ32_TESTS=OFF "-DQ32_PLUGINS=${PLUGINS}" -DQ32_EXAMPLES=OFF -DQ32_WERROR=ON)
     run("${CMAKE_COMMAND}" --build "${BUILD}" --parallel 2)
     string(REPLACE "," ";" absent "${ABSENT}")
     run("${SOURCE}/scripts/abi" "${BUILD}" ${absent})
 endif()
-run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${SCRATCH}/prefix")
+# An installation can be moved.
+run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${SCRATCH}/made")
+file(RENAME "${SCRATCH}/made" "${SCRATCH}/prefix")
 
-# Only the scripted world's own back end may hold its code.
-file(GLOB libraries "${SCRATCH}/prefix/lib*/libq32Base-*")
-list(FILTER libraries EXCLUDE REGEX "-headless")
-list(JOIN libraries "," libraries)
-run("${CMAKE_COMMAND}" "-DNM=${NM}" "-DFILES=${libraries}" -P "${SOURCE}/tests/package/NoHeadless.cmake")
+# Of all that is installed, only the scripted world's own back end may hold or need its code.
+file(GLOB products "${SCRATCH}/prefix/lib*/libq32Base*" "${SCRATCH}/prefix/bin/*")
+list(FILTER products EXCLUDE REGEX "-headless")
+list(JOIN products "," products)
+run("${CMAKE_COMMAND}" "-DNM=${NM}" "-DOBJDUMP=${OBJDUMP}" "-DFILES=${products}"
+    -P "${SOURCE}/tests/package/NoHeadless.cmake")
 
 if(PROTECTED)
     file(GLOB libraries "${SCRATCH}/prefix/lib*/libq32Base*.so")
@@ -51,6 +56,22 @@ run("${CMAKE_COMMAND}" -S "${SOURCE}/tests/package/host" -B "${SCRATCH}/host" ${
     "-DCMAKE_PREFIX_PATH=${SCRATCH}/prefix" "-DFIRST_PROGRAM=${SOURCE}/examples/first/main.cpp")
 run("${CMAKE_COMMAND}" --build "${SCRATCH}/host" --parallel 2)
 run("${CMAKE_COMMAND}" --build "${SCRATCH}/host" --target run)
+
+# A host without CMake.
+find_program(pkg_config NAMES pkg-config pkgconf)
+if(pkg_config)
+    file(GLOB modules "${SCRATCH}/prefix/lib*/pkgconfig" "${SCRATCH}/prefix/lib*/*/pkgconfig")
+    set(ENV{PKG_CONFIG_PATH} "${modules}")
+    execute_process(COMMAND "${pkg_config}" --cflags --libs q32Base-headless OUTPUT_VARIABLE words
+        OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    execute_process(COMMAND "${pkg_config}" --variable libdir q32Base OUTPUT_VARIABLE libraries
+        OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    separate_arguments(words UNIX_COMMAND "${words}")
+    separate_arguments(flags UNIX_COMMAND "${FLAGS}")
+    run("${COMPILER}" -std=c++20 ${flags} "${SOURCE}/examples/first/main.cpp" -o "${SCRATCH}/first" ${words}
+        "-Wl,-rpath,${libraries}")
+    run("${SCRATCH}/first")
+endif()
 
 # The programs of the guide compile outside of the tree. Once is enough.
 if(given)

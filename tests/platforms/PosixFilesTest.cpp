@@ -212,6 +212,20 @@ TEST(PosixFiles, AFileIsDeletedUnlessItIsOpen) {
     EXPECT_FALSE(files->fnDelete(folder.fnName("held").c_str()));
 }
 
+TEST(PosixFiles, AFileThatCannotBeAskedWhetherItIsOpenIsNotDeleted) {
+    EXPECT_EQ(fnAsNobody([]() -> std::string {
+                  const Folder folder;
+                  folder.fnWrite("closed", "x");
+                  const std::string name = folder.fnName("closed");
+                  Q32_WANT(::chmod(folder.fnPath("closed").c_str(), 0) == 0);
+                  Q32_WANT(!fnFiles()->fnDelete(name.c_str()) && folder.fnCount() == 1);
+                  Q32_WANT(::chmod(folder.fnPath("closed").c_str(), 0400) == 0);
+                  Q32_WANT(fnFiles()->fnDelete(name.c_str()) && folder.fnCount() == 0);
+                  return "";
+              }),
+              "");
+}
+
 TEST(PosixFiles, DeletingALinkLeavesItsTargetAndADirectoryIsNotDeleted) {
     const Folder folder;
     folder.fnWrite("target", "x");

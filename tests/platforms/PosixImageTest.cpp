@@ -191,6 +191,21 @@ TEST(PosixLostPixels, EachOperationReportsTheLossAndKeepsTheOldStorage) {
                  CqHistogram histogram;
                  q32CountHistogram(image, nullptr, nullptr, histogram, nullptr);
              },
+             [](CqImage& image) { image.fnDrawLine(1, 1, 400, 200, CqColor(1, 1, 1, 255), false); },
+             [](CqImage& image) {
+                 CqLine2D line(CqPoint2D(1, 1), CqPoint2D(400, 200));
+                 line.fnRasterize(image, CqColor(1, 1, 1, 255));
+             },
+             [](CqImage& image) {
+                 CqCubicBezier2D curve(CqPoint2D(0, 0), CqPoint2D(100, 90), CqPoint2D(300, 10),
+                                       CqPoint2D(400, 200), 1.0);
+                 curve.fnRasterize(image, CqColor(1, 1, 1, 255));
+             },
+             [](CqImage& image) { CqConvMask(image, 3, -1).fnGotoNextLine(); },
+             [](CqImage& image) {
+                 const CqWave sound(1, 8, 8000, 10, true);
+                 sound.fnRasterize(image, 0, 10, false, false);
+             },
              [](CqImage& image) { ::operator delete(static_cast<BITMAPINFOHEADER*>(image)); }}) {
         EXPECT_EQ(fnWithGuardedImage([&](CqImage& image) -> std::string {
                       CqImage small(3, 3, 24, nullptr, 0);

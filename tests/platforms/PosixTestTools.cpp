@@ -105,6 +105,17 @@ std::string fnInChild(const Work& work) {
     return WEXITSTATUS(status) == 0 ? found : "ended with " + std::to_string(WEXITSTATUS(status));
 }
 
+void fnCutFiles(const Folder& folder, std::size_t bytes) {
+    const std::string found = fnInChild([&]() -> std::string {
+        for (const auto& entry : std::filesystem::directory_iterator(folder.fnPath()))
+            if (entry.is_regular_file())
+                std::filesystem::resize_file(entry.path(), bytes);
+        return "";
+    });
+    if (!found.empty())
+        std::abort();
+}
+
 std::string fnAsNobody(const Work& work) {
     return fnInChild([&]() -> std::string {
         constexpr uid_t kNobody = 65534;

@@ -40,6 +40,9 @@ using Work = std::function<std::string()>;
 /// Runs the work in a child process. Returns its result, or how the child died.
 std::string fnInChild(const Work& work);
 
+/// Cuts all files of a folder to `bytes`, from another process.
+void fnCutFiles(const Folder& folder, std::size_t bytes);
+
 /// Runs the work in a child that has only the rights of an ordinary user.
 std::string fnAsNobody(const Work& work);
 

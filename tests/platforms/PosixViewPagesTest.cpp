@@ -1,4 +1,4 @@
-#include "platforms/posix/Descriptor_p.h"
+#include "platforms/common/Descriptor_p.h"
 #include "platforms/posix/ViewPages_p.h"
 #include "tests/platforms/PosixTestTools.h"
 
@@ -16,6 +16,7 @@
 #include <vector>
 
 using namespace q32::posix;
+using q32::Descriptor;
 using q32::test::Folder;
 
 namespace {

@@ -1,6 +1,9 @@
 #include "q32Base/framework/Exceptions.h"
 #include "tests/plugins/CodecFiles.h"
 
+#include <tiffio.h>
+
+#include <algorithm>
 #include <chrono>
 #include <set>
 #include <string>
@@ -134,6 +137,84 @@ TEST_F(PictureLimits, SamplesOfATiffCountAsTheBytesThatTheyBecome) {
     EXPECT_TRUE(q32ReadPicture(kPath, m_Image, limits).fnIsDone());
 }
 
+TEST_F(PictureLimits, RowsOfABitmapCountAsCodecMemory) {
+    for (const unsigned int bits : {4u, 8u, 16u, 24u, 32u}) {
+        const auto image = fnMakeNoise(1001, 3, bits, 1);
+        ASSERT_TRUE(fnWrite(*image, PICTURE_BMP).fnIsDone());
+        const std::uint64_t stored = (1001 * bits + 31) / 32 * 4;
+        CqPictureLimits limits;
+        limits.m_nCodecBytes = stored + 1001 * std::max(bits / 8, 1u) - 1;
+        EXPECT_EQ(fnReadWithin(limits, -1), PICTURE_LIMIT_CODEC) << bits;
+        ++limits.m_nCodecBytes;
+        EXPECT_EQ(fnReadWithin(limits, -1), PICTURE_LIMIT_NONE) << bits;
+    }
+}
+
+TEST_F(PictureLimits, WhatLibtiffDecodesAheadOfItsConversionCountsAsCodecMemory) {
+    TestTiff tiff;
+    tiff.m_nPhotometric = PHOTOMETRIC_CIELAB;
+    tiff.m_nCompression = COMPRESSION_PACKBITS; // libtiff divides a strip without compression
+    tiff.m_nWidth = 1000;
+    tiff.m_nHeight = tiff.m_nRowsPerStrip = 4;
+    tiff.m_nSamples = 3;
+    tiff.m_Samples.resize(1000 * 4 * 3);
+    fnPut(tiff.fnMake());
+    const auto read = [&](std::uint64_t codecBytes) {
+        CqPictureLimits limits;
+        limits.m_nCodecBytes = codecBytes;
+        return q32ReadPicture(kPath, m_Image, limits);
+    };
+    // The strip, and a raster and a row, each twice.
+    constexpr std::uint64_t kBytes = 1000 * 4 * 3 + 2 * 1000 * 4 * 4 + 2 * 1000 * 3;
+    EXPECT_EQ(read(kBytes - 1).m_eLimit, PICTURE_LIMIT_CODEC);
+    const CqPictureResult result = read(kBytes + 4096); // the values of tags
+    EXPECT_TRUE(result.fnIsDone()) << result.m_nMsgId << " " << result.m_eLimit;
+}
+
+/// A TIFF in a compression, or with no more than its number if libtiff can't write rows in it.
+Bytes fnCoded(int compression) {
+    TestTiff tiff;
+    tiff.m_nWidth = 16;
+    tiff.m_nHeight = tiff.m_nRowsPerStrip = 3;
+    tiff.m_nSamples = 3;
+    tiff.m_nPhotometric = PHOTOMETRIC_RGB;
+    tiff.m_Samples.assign(16 * 3 * 3, 0x55);
+    const bool known = compression != COMPRESSION_JBIG &&
+                       TIFFIsCODECConfigured(static_cast<std::uint16_t>(compression)) != 0;
+    tiff.m_nCompression = known ? compression : COMPRESSION_NONE;
+    Bytes file = tiff.fnMake();
+    if (known)
+        return file;
+    const Bytes entry = {
+        TIFFTAG_COMPRESSION & 255, TIFFTAG_COMPRESSION >> 8, 3, 0, 1, 0, 0, 0, COMPRESSION_NONE, 0};
+    const auto at = std::search(file.begin(), file.end(), entry.begin(), entry.end());
+    at[8] = static_cast<std::uint8_t>(compression);
+    at[9] = static_cast<std::uint8_t>(compression >> 8);
+    return file;
+}
+
+TEST_F(PictureLimits, CompressionsThatTakeWhateverTheirDataDemandAreNotSupported) {
+    for (const int compression :
+         {COMPRESSION_LZMA, COMPRESSION_WEBP, COMPRESSION_LERC, COMPRESSION_JBIG, 40000}) {
+        fnPut(fnCoded(compression));
+        EXPECT_EQ(fnRead().m_nMsgId, -102) << compression;
+    }
+}
+
+TEST_F(PictureLimits, TheWindowOfAZstandardStreamCountsAsCodecMemory) {
+    fnPut(fnCoded(COMPRESSION_ZSTD));
+    CqPictureLimits limits;
+    limits.m_nCodecBytes = 129 << 20;
+    EXPECT_EQ(fnReadWithin(limits, -1), PICTURE_LIMIT_CODEC);
+    if (TIFFIsCODECConfigured(COMPRESSION_ZSTD) == 0) {
+        EXPECT_EQ(fnRead().m_nMsgId, -6);
+        return;
+    }
+    limits.m_nCodecBytes += 4096;
+    EXPECT_EQ(fnReadWithin(limits, -1), PICTURE_LIMIT_NONE);
+    EXPECT_TRUE(m_Image.fnGetPixelColor(15, 2) == CqColor(0x55, 0x55, 0x55, 255));
+}
+
 TEST_F(PictureLimits, ScansBeyondTheLimitAreRefused) {
     TestJpeg jpeg = fnGrey(24);
     jpeg.m_nScans = 6;
@@ -222,9 +303,9 @@ TEST_F(PictureLimits, AShortPaletteIsSoughtWithProgressWhenWriting) {
 
 TEST_F(PictureLimits, EachLimitHasASentence) {
     std::set<std::string> texts;
-    for (unsigned int limit = PICTURE_LIMIT_PIXELS; limit <= PICTURE_LIMIT_TIME; ++limit)
+    for (unsigned int limit = PICTURE_LIMIT_PIXELS; limit <= PICTURE_LIMIT_SOUND_TIME; ++limit)
         texts.insert(q32GetPictureLimitText(static_cast<PICTURE_LIMIT>(limit)));
-    EXPECT_EQ(texts.size(), 6u);
+    EXPECT_EQ(texts.size(), 9u);
     EXPECT_EQ(q32GetPictureLimitText(PICTURE_LIMIT_NONE), nullptr);
 }
 

@@ -1,6 +1,7 @@
 #include "plugins/TiffWriting_p.h"
 #include "tests/plugins/CodecFiles.h"
 #include "tests/plugins/TiffAllocations.h"
+#include "tests/support/FailingAllocator.h"
 
 #include <tiffio.h>
 
@@ -120,6 +121,14 @@ TEST_F(TiffFailure, BytesOfAWideRowExceed32Bits) {
     EXPECT_EQ(fnTiffRowBytes(4294967295, 4).fnGet(), 2147483648u);
     EXPECT_EQ(fnTiffRowBytes(5, 4).fnGet(), 3u);
     EXPECT_EQ(fnTiffRowBytes(5, 8).fnGet(), 5u);
+}
+
+TEST_F(TiffFailure, TheWriterAllocatesARowOfThatSize) {
+    CqImage image(1, 1, 16, nullptr, 0);
+    image.Width = 1431655766; // without pixels, which the writer reads only after that
+    const CqBlockWatch blocks({});
+    EXPECT_EQ(fnWrite(image, PICTURE_TIFF).m_nMsgId, -1);
+    EXPECT_EQ(CqBlockWatch::fnLargestOther(), 4294967298u);
 }
 
 } // namespace

@@ -324,6 +324,68 @@ TEST_F(WaveFileTest, ALongReadReportsItsProgress) {
     EXPECT_EQ(brief.m_Percents, (std::vector<unsigned int>{0, 100}));
 }
 
+TEST_F(WaveFileTest, SamplesBeyondTheLimitOfStorageAreRefusedAndTakeNone) {
+    const struct {
+        std::string m_Format;
+        std::size_t m_nBytes; ///< in the file
+        std::uint64_t m_nHeld;
+    } kCases[] = {{fnFormat(2, 8), 100, 100}, {fnFormat(1, 24), 300, 200}};
+    for (const auto& one : kCases) {
+        fnPut(fnFile(fnChunk("fmt ", one.m_Format) +
+                     fnChunk("data", std::string(one.m_nBytes, '\1'))));
+        CqWave wave;
+        CqWaveLimits limits;
+        limits.m_nStorageBytes = one.m_nHeld - 1;
+        const std::uint64_t before = m_World->m_pMemory->m_Reserve.fnGetCount();
+        const CqWaveFileResult result = q32ReadWave(kPath, wave, limits);
+        EXPECT_EQ(result.m_nMsgId, -1);
+        EXPECT_EQ(result.m_eLimit, PICTURE_LIMIT_SOUND_STORAGE);
+        EXPECT_EQ(wave.fnGetBuffer(), nullptr);
+        EXPECT_EQ(m_World->m_pMemory->m_Reserve.fnGetCount(), before);
+        limits.m_nStorageBytes = one.m_nHeld;
+        EXPECT_TRUE(q32ReadWave(kPath, wave, limits).fnIsDone());
+        EXPECT_EQ(wave.fnGetBufferSize(), one.m_nHeld);
+    }
+}
+
+TEST_F(WaveFileTest, ChunksBeyondTheLimitAreRefused) {
+    std::string chunks;
+    for (int i = 0; i < 10; ++i)
+        chunks += fnChunk("junk", "");
+    fnPut(fnFile(chunks + fnChunk("fmt ", fnFormat(1, 8)) + fnChunk("data", "a")));
+    CqWave wave;
+    CqWaveLimits limits;
+    limits.m_nChunks = 11;
+    const CqWaveFileResult result = q32ReadWave(kPath, wave, limits);
+    EXPECT_EQ(result.m_nMsgId, -6);
+    EXPECT_EQ(result.m_eLimit, PICTURE_LIMIT_SOUND_CHUNKS);
+    limits.m_nChunks = 12;
+    EXPECT_TRUE(q32ReadWave(kPath, wave, limits).fnIsDone());
+    // A file of nothing but chunks is refused without being read to its end.
+    chunks.clear();
+    for (int i = 0; i < 300000; ++i)
+        chunks += fnChunk("junk", "");
+    fnPut(fnFile(chunks));
+    EXPECT_EQ(q32ReadWave(kPath, wave).m_eLimit, PICTURE_LIMIT_SOUND_CHUNKS);
+}
+
+TEST_F(WaveFileTest, AReadThatTakesTooLongIsEnded) {
+    std::string samples;
+    fnPut(fnLongFile(samples));
+    CqWave wave;
+    CqWaveLimits limits;
+    limits.m_nMilliseconds = 1;
+    // Chunks ahead of the samples, enough for more than a millisecond.
+    std::string chunks;
+    for (int i = 0; i < 60000; ++i)
+        chunks += fnChunk("junk", std::string(400, 'x'));
+    fnPut(fnFile(chunks + fnChunk("fmt ", fnFormat(1, 8)) + fnChunk("data", samples)));
+    const CqWaveFileResult result = q32ReadWave(kPath, wave, limits);
+    EXPECT_EQ(result.m_nMsgId, -4);
+    EXPECT_EQ(result.m_eLimit, PICTURE_LIMIT_SOUND_TIME);
+    EXPECT_EQ(wave.fnGetBuffer(), nullptr);
+}
+
 TEST_F(WaveFileTest, AReadAbortedAnywhereLeavesTheSound) {
     std::string samples;
     fnPut(fnLongFile(samples));

@@ -4,7 +4,7 @@
 #include "tests/tools/ToolTest.h"
 #include "tools/q32/Json.h"
 #include "tools/q32/Texts.h"
-#include "tools/q32/Values.h"
+#include "tools/q32/Words.h"
 
 #include <fstream>
 #include <sstream>

@@ -32,7 +32,7 @@ void fnApplyCurve(CqImage& image, const Curve& curve, Session& session) {
                 row[i] = curve[row[i]];
         if (!writer.fnWriteRow(0, y, image.Width, row.data()))
             AfxThrowMemoryException();
-        session.fnGetProgress().fnTell(y + 1, image.Height);
+        session.fnGetProgress().fnReport(y + 1, image.Height);
     }
 }
 

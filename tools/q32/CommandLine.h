@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tools/q32/Table.h"
-#include "tools/q32/Values.h"
+#include "tools/q32/Words.h"
 
 #include <cstdint>
 #include <map>

@@ -73,7 +73,7 @@ void fnComposite(CqImage& image, CqImage& over, const Place& place, const Weight
             fnBlend(&front[(x.m_nFrom + i) * kPixel], &back[i * kPixel]);
         if (!writer.fnWriteRow(x.m_nTo, y.m_nTo + row, x.m_nCount, back.data()))
             AfxThrowMemoryException();
-        session.fnGetProgress().fnTell(row + 1, y.m_nCount);
+        session.fnGetProgress().fnReport(row + 1, y.m_nCount);
     }
 }
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "q32Base/image/CqColor.h"
-#include "tools/q32/Values.h"
+#include "tools/q32/Words.h"
 
 #include <functional>
 #include <vector>

@@ -137,7 +137,7 @@ void fnRunFilter(CqImage& image, int reach, const RowFilter& filter, Session& se
                          : static_cast<unsigned char>(std::clamp(sums[i] + 0.5F, 0.0F, 255.0F));
         if (!writer.fnWriteRow(0, y, image.Width, row.data()))
             AfxThrowMemoryException();
-        session.fnGetProgress().fnTell(y + 1, image.Height);
+        session.fnGetProgress().fnReport(y + 1, image.Height);
     }
 }
 

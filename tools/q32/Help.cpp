@@ -1,5 +1,5 @@
 #include "tools/q32/Texts.h"
-#include "tools/q32/Values.h"
+#include "tools/q32/Words.h"
 
 #include <algorithm>
 

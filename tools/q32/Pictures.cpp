@@ -71,7 +71,7 @@ void fnRemake(CqImage& image, Depth from, Depth to, Session& session, Change cha
         change(row);
         if (!writer.fnWriteRow(0, y, image.Width, row.data()))
             AfxThrowMemoryException();
-        session.fnGetProgress().fnTell(y + 1, image.Height);
+        session.fnGetProgress().fnReport(y + 1, image.Height);
     }
     image.fnSwapBuf(fresh);
 }
@@ -111,7 +111,7 @@ const CqPictureFormat& fnRequireFormat(const std::string& path) {
 void fnSaveFile(const std::string& path, CqImage& image, Session& session) {
     const CqPictureFormat& format = fnRequireFormat(path);
     if (image.BitCount == 32 && !format.m_bHasAlpha)
-        fnFlatten(image, session.fnGetCommon().fnGetColor("background"), session);
+        fnFlattenAlpha(image, session.fnGetCommon().fnGetColor("background"), session);
     session.fnGetProgress().fnBegin("writing " + path);
     errno = 0;
     const CqPictureResult result =
@@ -141,7 +141,7 @@ void fnMakeTones(CqImage& image, Session& session) {
         fnMakeTrueColor(image, session);
 }
 
-void fnFlatten(CqImage& image, const CqColor& background, Session& session) {
+void fnFlattenAlpha(CqImage& image, const CqColor& background, Session& session) {
     session.fnGetProgress().fnBegin("flatten");
     fnRemake(image, Depth::ARGB32, Depth::RGB24, session,
              [&](std::vector<unsigned char>& row) { fnFlattenRow(row, background); });

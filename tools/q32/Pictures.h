@@ -45,7 +45,7 @@ void fnMakeTrueColor(CqImage& image, Session& session);
 /// The same, but 8-bit greys stay.
 void fnMakeTones(CqImage& image, Session& session);
 /// Lays a picture of 32 bits over a colour; it then has 24 bits.
-void fnFlatten(CqImage& image, const CqColor& background, Session& session);
+void fnFlattenAlpha(CqImage& image, const CqColor& background, Session& session);
 
 /// Throws Failure for a picture that no image can hold.
 void fnRequireRoom(std::uint64_t width, std::uint64_t height, unsigned int bits);

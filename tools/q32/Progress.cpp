@@ -24,10 +24,10 @@ Progress::Progress(Keys& keys, bool quiet)
 void Progress::fnBegin(std::string what) {
     m_szWhat = std::move(what);
     m_nLastPercent = -1;
-    fnTell(0, 1);
+    fnReport(0, 1);
 }
 
-void Progress::fnTell(std::uint64_t done, std::uint64_t all) {
+void Progress::fnReport(std::uint64_t done, std::uint64_t all) {
     bool aborted = false;
     fnDrawStatus(static_cast<unsigned int>(done * 100 / all), &aborted);
     fnRequire();

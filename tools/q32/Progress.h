@@ -1,9 +1,9 @@
 /// @file Progress on the terminal, and the wish to stop.
 #pragma once
 
-#include "examples/terminal/Keys.h"
 #include "plugins/PictureTypes.h"
 #include "q32Base/services/CqProgressDisplay.h"
+#include "tools/terminal/Keys.h"
 
 #include <chrono>
 #include <cstdint>
@@ -29,7 +29,7 @@ public:
     /// Starts a piece of work, named in the line.
     void fnBegin(std::string what);
     /// Reports that `done` of `all` parts are complete; throws Interrupted.
-    void fnTell(std::uint64_t done, std::uint64_t all);
+    void fnReport(std::uint64_t done, std::uint64_t all);
     /// Throws Interrupted if the user has stopped the run.
     void fnRequire();
 

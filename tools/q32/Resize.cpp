@@ -1,6 +1,7 @@
 #include "tools/q32/Resize.h"
 
 #include "q32Base/image/CqImage.h"
+#include "q32Base/kernels/Epsilon.h"
 #include "tools/q32/CommandLine.h"
 #include "tools/q32/Commands.h"
 #include "tools/q32/Failure.h"
@@ -15,19 +16,18 @@ namespace tool {
 namespace {
 
 constexpr double kMaxSide = 0x7FFFFFFF;
-/// The library rounds a size up unless it is less than this above an integer.
-constexpr double kSlack = 1e-10;
 
 std::uint32_t fnRoundSide(double side) {
     return static_cast<std::uint32_t>(std::clamp(std::round(side), 1.0, kMaxSide));
 }
 
-/// The largest factor that gives a length exactly.
+/// The largest factor that gives a length exactly: the library rounds a size up unless it is within
+/// its tolerance above an integer.
 double fnFindFactor(std::uint32_t from, std::uint32_t to) {
     if (from == to)
         return 1;
     double factor = static_cast<double>(to) / from;
-    while (factor * from - kSlack >= to)
+    while (factor * from - q32::kEpsilon >= to)
         factor = std::nextafter(factor, 0.0);
     return factor;
 }

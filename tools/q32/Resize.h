@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tools/q32/Pictures.h"
-#include "tools/q32/Values.h"
+#include "tools/q32/Words.h"
 
 namespace tool {
 

@@ -1,10 +1,11 @@
 #include "examples/darkroom/model/Document.h"
 
-#include "examples/darkroom/model/FileExtras.h"
-#include "examples/darkroom/model/Merge.h"
-#include "examples/darkroom/model/Pictures.h"
+#include "examples/darkroom/model/Bands.h"
+#include "examples/darkroom/model/Copy.h"
 #include "examples/darkroom/model/Progress.h"
 #include "examples/darkroom/model/Room.h"
+#include "q32Base/operations/Blend.h"
+#include "q32Base/operations/Crop.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <utility>
@@ -59,7 +60,7 @@ void Document::SetModifiedFlag(bool modified) {
     m_bModified = modified;
 }
 
-void Document::fnTell() const {
+void Document::fnNotify() const {
     if (m_Changed)
         fnGuard([&] {
             m_Changed();
@@ -75,73 +76,26 @@ void Document::fnReset(std::string path, bool reduced) {
     m_bModified = false;
     m_Touched.reset();
     fnDropSelection();
-    fnTell();
+    fnNotify();
 }
 
-Outcome Document::fnOpen(const std::string& path, CqProgressDisplay* progress) {
+Outcome Document::fnCopy(CqImage& copy, CqProgressDisplay* progress) {
+    if (!fnHasImage())
+        return fnStop();
     return fnWithRoom([&] {
-        std::string newPath = path;
-        PictureProgress pictureProgress(progress);
-        Outcome outcome = q32ReadPicture(path.c_str(), m_Image, &pictureProgress);
-        if (outcome.fnIsDone()) {
-            m_nExtras = outcome.m_bReduced ? fnFindExtras(path.c_str()) : 0;
-            fnReset(std::move(newPath), outcome.m_bReduced);
-        }
-        return outcome;
+        CqMask* const mask = fnIsLimited() ? m_Selection.get() : nullptr;
+        return fnCopyPart(m_Image, mask, copy, progress) ? Outcome() : fnStop();
     });
 }
 
-const CqPictureFormat* Document::fnFindFormat(const char* path) const {
-    const CqPictureFormat* format = q32FindPictureFormat(path);
-    for (const CqPictureFormat& one : q32GetPictureFormats())
-        if (m_strPath == path && one.m_eFormat == m_Image.fnGetFioPlugin())
-            format = &one;
-    return format && format->m_bCanWrite ? format : nullptr;
-}
-
-Outcome Document::fnSave(const std::string& path, CqProgressDisplay* progress) {
-    return fnGuard([&] {
-        const CqPictureFormat* format = fnFindFormat(path.c_str());
-        if (!format)
-            return fnFail(MESSAGE_UNSUPPORTED, path);
-        std::string newPath = path;
-        PictureProgress pictureProgress(progress);
-        Outcome outcome =
-            q32WritePicture(path.c_str(), m_Image, format->m_eFormat, {}, &pictureProgress);
-        if (outcome.fnIsDone() && fnKeepsAll(path.c_str())) {
-            m_strPath = std::move(newPath);
-            m_Image.fnSetFioPlugin(format->m_eFormat);
-            m_bReduced = false;
-            m_nSavedState = m_nState;
-            m_bModified = false;
-            fnTell();
-        }
-        return outcome;
-    });
-}
-
-bool Document::fnKeepsAll(const char* path) const {
-    const CqPictureFormat* const format = fnFindFormat(path);
-    return format && (format->m_bHasAlpha || m_Image.BitCount != 32);
-}
-
-Outcome Document::fnNew(unsigned int width, unsigned int height, const CqColor& color,
-                        CqProgressDisplay* progress) {
-    return fnWithRoom([&] {
-        CqImage fresh;
-        fresh.fnAlloc(width, height, 24, nullptr, 0);
-        if (!fnFillPicture(fresh, color, progress))
-            return fnStop();
-        m_Image.Title = ""; // the last step that may fail
-        m_Image.fnSwapBuf(fresh);
-        // Nothing of the former picture remains.
-        m_Image.DpiX = fresh.DpiX;
-        m_Image.DpiY = fresh.DpiY;
-        m_Image.fnSetFioPlugin(fresh.fnGetFioPlugin());
-        m_Image.fnSetPluginData(nullptr);
-        fnReset("", false);
-        return Outcome();
-    });
+Outcome Document::fnErase(CqProgressDisplay* progress) {
+    if (!fnCanSelect())
+        return fnStop();
+    const auto erase = [](CqImage& image, CqProgressDisplay* bar) {
+        const auto alpha = static_cast<unsigned char>(image.BitCount == 32 ? 0 : 255);
+        fnFillPicture(image, CqColor(255, 255, 255, alpha), bar);
+    };
+    return fnGuard([&] { return fnChangeSelected("Cut", 0, erase, progress); });
 }
 
 bool Document::fnDropStep() {
@@ -154,7 +108,7 @@ bool Document::fnDropStep() {
 
 Outcome Document::fnDo(const Change& change, const Edit& edit, CqProgressDisplay* progress) {
     Outcome outcome = fnWithRoom([&] { return fnTry(change, edit, progress); });
-    fnTell();
+    fnNotify();
     return outcome;
 }
 
@@ -210,28 +164,25 @@ Outcome Document::fnChange(const char* name, const CRect& part, const Edit& edit
 }
 
 void Document::fnKeepToSelection(int reach, const Edit& edit, CqProgressDisplay* progress) {
-    // Edits a copy of the selection's bounds, extended by the edit's reach, and merges it back
-    // through the mask, which is moved to the copy's coordinates meanwhile.
-    CRect bound = m_Selection->m_rectBound;
+    // Edits a copy of the selection's bounds, extended by the edit's reach, and blends it back
+    // through the mask.
+    const CRect bound = m_Selection->m_rectBound;
     CRect around = bound;
     around.InflateRect(reach, reach);
     around.IntersectRect(around, fnGetWhole(m_Image));
-    const CPoint corner = around.TopLeft();
     CqImage part;
     SpanProgress copying(progress, 0, kPartCopied);
-    if (!fnCutOut(m_Image, around, part, &copying))
+    if (!q32Crop(m_Image, around, part, &copying))
         return;
     SpanProgress editing(progress, kPartCopied, kPartEdited);
     edit(part, &editing);
     if (editing.fnWasAborted())
         return;
     SpanProgress merging(progress, kPartEdited, 100);
-    bound.OffsetRect(-corner.x, -corner.y);
-    const MovedMask moved(*m_Selection, bound.TopLeft());
-    const CqMergeParam param(*m_Selection);
-    fnForBands(bound, &merging, [&](const CRect& band) {
-        m_Image.fnMerge(part, &band, param, corner.x + band.left, corner.y + band.top);
-    });
+    CRect inside = bound;
+    inside.OffsetRect(-around.left, -around.top);
+    const CqBlendParam param{.m_pMask = m_Selection.get(), .m_eMode = BLEND_REPLACE};
+    q32Blend(part, &inside, m_Image, bound.left, bound.top, param, &merging);
 }
 
 Outcome Document::fnChangeSelected(const char* name, int reach, const Edit& edit,
@@ -256,7 +207,8 @@ Outcome Document::fnApply(const Operation& operation, const Values& values,
             operation.m_pRun(image, values, bar);
         };
         return operation.fnIsLocal()
-                   ? fnChangeSelected(operation.m_pszName, operation.m_nReach, edit, progress)
+                   ? fnChangeSelected(operation.m_pszName, operation.fnGetReach(values), edit,
+                                      progress)
                    : fnDo({.m_pszName = operation.m_pszName, .m_bMoves = true}, edit, progress);
     });
 }
@@ -284,9 +236,7 @@ Outcome Document::fnCrop(CqProgressDisplay* progress) {
     if (place == fnGetWhole(m_Image))
         return {};
     const auto crop = [&](CqImage& image, CqProgressDisplay* bar) {
-        CqImage part;
-        if (fnCutOut(image, place, part, bar))
-            image.fnSwapBuf(part);
+        q32Crop(image, place, image, bar);
     };
     return fnGuard(
         [&] { return fnDo({.m_pszName = "Crop to Selection", .m_bMoves = true}, crop, progress); });
@@ -324,12 +274,12 @@ void Document::fnTravel(bool back) {
     });
     if (!outcome.fnIsDone())
         q32ShowMsg(MESSAGE_NO_MEMORY, nullptr, nullptr, nullptr, 0);
-    fnTell();
+    fnNotify();
 }
 
 bool Document::fnSetLevels(unsigned int levels) {
     const bool changed = m_Undo.fnSetLevels(levels);
-    fnTell();
+    fnNotify();
     return changed;
 }
 

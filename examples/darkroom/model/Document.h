@@ -48,6 +48,10 @@ public:
     bool fnIsReduced() const { return m_bReduced; }
     /// What that is, as far as it is known: a set of FileExtra.
     std::uint32_t fnGetExtras() const { return m_bReduced ? m_nExtras : 0; }
+    /// What the picture's file said about it. Saving keeps it, as far as the format can.
+    const CqPictureMetadata& fnGetMetadata() const { return m_Metadata; }
+    /// Only a part of the picture's file could be read.
+    bool fnIsPartial() const { return m_bPartial; }
     /// A number that changes with the picture's pixels, size or depth; returning to an earlier
     /// state restores that state's number.
     std::uint32_t fnGetState() const { return m_nState; }
@@ -58,18 +62,26 @@ public:
 
     // Files. `progress` may be null.
 
-    Outcome fnOpen(const std::string& path, CqProgressDisplay* progress);
+    /// Opens a picture, and rotates and flips it as its file says it is to be shown.
+    /// @param partial  reads a damaged file as far as it goes
+    Outcome fnOpen(const std::string& path, CqProgressDisplay* progress, bool partial = false);
     /// The format in which a path would be saved: that of its content for the picture's own path,
     /// otherwise that of the extension. Null if it names none that can be written.
     const CqPictureFormat* fnFindFormat(const char* path) const;
     /// -102 without a format. A format that can't hold everything saves a copy: path and modified
     /// mark stay unchanged.
-    Outcome fnSave(const std::string& path, CqProgressDisplay* progress);
+    Outcome fnSave(const std::string& path, CqProgressDisplay* progress,
+                   const CqPictureOptions& options = {});
+    /// What a file at a path would lack of the metadata, and the picture's own one doesn't lack
+    /// already: a set of FileExtra. May throw std::bad_alloc.
+    std::uint32_t fnFindLostMetadata(const char* path) const;
     /// Whether a save to a path preserves all of the picture, including its alpha.
     bool fnKeepsAll(const char* path) const;
     /// A single-colour picture of 24 bits.
     Outcome fnNew(unsigned int width, unsigned int height, const CqColor& color,
                   CqProgressDisplay* progress);
+    /// Takes over a picture with storage as a new one that isn't saved.
+    Outcome fnTakeNew(CqImage& image);
 
     /// Runs a task that needs space for pixels, again and again while that is short and there are
     /// steps to drop.
@@ -104,6 +116,11 @@ public:
     /// has 24 or 32 bits; the pattern is converted to its depth.
     /// @param corner  of a tile, relative to the corner of `fnGetEdited`
     Outcome fnFillPattern(CqImage& pattern, const CPoint& corner, CqProgressDisplay* progress);
+    /// Copies the selection, or all of the picture if there is none. What isn't selected of its
+    /// rectangle is transparent, so the copy of any but a full rectangle has 32 bits.
+    Outcome fnCopy(CqImage& copy, CqProgressDisplay* progress);
+    /// Makes the selection, or all of the picture, transparent, or white at depths without alpha.
+    Outcome fnErase(CqProgressDisplay* progress);
     /// Removes everything outside the selection's rectangle. Without a selection it ends like an
     /// aborted edit; if the selection reaches all edges, nothing changes.
     Outcome fnCrop(CqProgressDisplay* progress);
@@ -121,6 +138,9 @@ public:
     const std::string& fnGetRedoName() const { return fnPeek(false).fnGetName(); }
     void fnUndo() { fnTravel(true); }
     void fnRedo() { fnTravel(false); }
+    /// The names of all steps, from the oldest, and how many of them have been done.
+    std::vector<std::string> fnListSteps() const { return m_Undo.fnListNames(); }
+    unsigned int fnCountDone() const { return m_Undo.fnCountDone(); }
     /// Has the undo manager set the state of a menu item.
     void fnUpdateMenu(CCmdUI& item) { m_Undo.fnUpdateMenu(&item); }
     unsigned int fnGetLevels() const { return m_Undo.fnGetLevelNumber(); }
@@ -133,9 +153,9 @@ public:
     /// known: any pixel may differ, or the size and depth. May throw std::bad_alloc.
     std::optional<std::vector<CRect>> fnFindChanges(std::uint32_t state) const;
 
-    // Selection: a mask of 0 and 255 in the picture's coordinates. Any change that moves pixels or
-    // alters the size or depth removes it. At depths where edits can't be limited to a selection
-    // there is none: making one ends like an aborted edit.
+    // Selection: a mask of weights up to 255 in the picture's coordinates. Any change that moves
+    // pixels or alters the size or depth removes it. At depths where edits can't be limited to a
+    // selection there is none: making one ends like an aborted edit.
 
     bool fnHasSelection() const { return m_Selection && !m_Selection->m_rectBound.IsRectEmpty(); }
     /// There must be one.
@@ -143,9 +163,12 @@ public:
     /// A number that changes with the selection.
     std::uint32_t fnGetSelectionSerial() const { return m_nSelectionSerial; }
     /// Edits can be limited to a selection at this depth.
-    bool fnCanSelect() const { return fnHasImage() && m_Image.BitCount == 24; }
+    bool fnCanSelect() const {
+        return fnHasImage() &&
+               (m_Image.BitCount == 8 ? m_Image.fnIsGrayScale() : m_Image.BitCount >= 24);
+    }
     using Combine = darkroom::Combine;
-    /// Combines a mask of 0 and 255 with the selection; an empty rectangle means no pixels.
+    /// Combines a mask of weights with the selection; an empty rectangle means no pixels.
     Outcome fnSelect(CqMask& mask, Combine how, CqProgressDisplay* progress);
     /// By a shape's points, or by a colour and a tolerance per channel. A shape that covers no
     /// pixel selects nothing.
@@ -154,6 +177,10 @@ public:
     Outcome fnSelectColor(const CqColor& color, int tolerance, Combine how,
                           CqProgressDisplay* progress);
     Outcome fnSelectAll(CqProgressDisplay* progress);
+    /// Makes the selection's edge soft: blurs its weights. Without a selection it ends like an
+    /// aborted edit.
+    /// @param sigma  standard deviation, in pixels
+    Outcome fnFeather(double sigma, CqProgressDisplay* progress);
     /// Selects what isn't selected.
     Outcome fnInvertSelection(CqProgressDisplay* progress);
     /// Moves and scales the selection into a rectangle, as fnPlaceMask does; without a selection,
@@ -169,6 +196,9 @@ public:
     void fnRedoSelection() { fnTravelSelection(m_Later, m_Former); }
 
     // CDocument.
+    /// Makes the picture one that has never been saved: nothing of the history is the state of a
+    /// file.
+    void fnMarkUnsaved();
     int IsModified() override { return m_bModified ? 1 : 0; }
     void SetModifiedFlag(bool modified) override;
 
@@ -187,7 +217,8 @@ private:
     }
     void fnTravel(bool back);
     void fnReset(std::string path, bool reduced);
-    void fnTell() const;
+    void fnTakePixels(CqImage& fresh) noexcept;
+    void fnNotify() const;
     /// Drops the step farthest from the present state if space is short. False otherwise.
     bool fnDropStep();
     Outcome fnDo(const Change& change, const Edit& edit, CqProgressDisplay* progress);
@@ -221,6 +252,9 @@ private:
     std::string m_strPath;
     bool m_bReduced = false;
     std::uint32_t m_nExtras = 0;
+    CqPictureMetadata m_Metadata;
+    bool m_bPartial = false;
+    std::uint32_t m_nLostBefore = 0; ///< what the file at the path lacks of the metadata already
     bool m_bModified = false;
     // States are numbered. Steps carry the number as their tag, so the modified mark is right
     // wherever in the history the picture was saved.

@@ -1,6 +1,8 @@
 // The selection of a document.
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Document.h"
 #include "examples/darkroom/model/Progress.h"
+#include "q32Base/operations/MaskEdit.h"
 
 #include <utility>
 
@@ -29,7 +31,7 @@ Outcome Document::fnReplaceSelection(Make&& make, CqProgressDisplay* progress) {
         return Outcome();
     });
     ++m_nSelectionSerial;
-    fnTell();
+    fnNotify();
     return outcome;
 }
 
@@ -92,6 +94,20 @@ Outcome Document::fnInvertSelection(CqProgressDisplay* progress) {
         progress);
 }
 
+Outcome Document::fnFeather(double sigma, CqProgressDisplay* progress) {
+    if (!fnHasSelection())
+        return fnStop();
+    return fnReplaceSelection(
+        [&](CqMask& made, CqProgressDisplay* bar) {
+            CqMask none;
+            SpanProgress copying(bar, 0, kMaskMade);
+            SpanProgress blurring(bar, kMaskMade, 100);
+            return fnCombineMasks(none, *m_Selection, Combine::REPLACE, made, &copying) &&
+                   q32FeatherMask(made, sigma, fnGetWhole(m_Image), &blurring);
+        },
+        progress);
+}
+
 Outcome Document::fnPlaceSelection(const CRect& place, CqProgressDisplay* progress) {
     return fnReplaceSelection(
         [&](CqMask& made, CqProgressDisplay* bar) {
@@ -111,7 +127,7 @@ void Document::fnSelectNone() {
         fnKeepFormer();
     m_Selection.reset();
     ++m_nSelectionSerial;
-    fnTell();
+    fnNotify();
 }
 
 void Document::fnKeepFormer() noexcept {
@@ -132,7 +148,7 @@ void Document::fnTravelSelection(Selections& from, Selections& to) {
     if (!moved)
         q32ShowMsg(MESSAGE_NO_MEMORY, nullptr, nullptr, nullptr, 0);
     ++m_nSelectionSerial;
-    fnTell();
+    fnNotify();
 }
 
 void Document::fnForgetSelections() noexcept {

@@ -1,5 +1,7 @@
 #include "examples/darkroom/model/History.h"
 
+#include "examples/darkroom/model/Step.h"
+
 namespace darkroom {
 
 namespace {
@@ -30,6 +32,18 @@ bool History::fnSetLevels(unsigned int levels) {
 
 void History::fnForgetRedo() {
     fnKeepNewest(0, m_RedoBufs, m_RedoData, m_nRedoCount);
+}
+
+std::vector<std::string> History::fnListNames() const {
+    std::vector<std::string> names;
+    const auto add = [&](const CObArray& bufs, std::uint32_t index) {
+        names.push_back(static_cast<const Step*>(bufs[static_cast<int>(index)])->fnGetName());
+    };
+    for (std::uint32_t i = 0; i < m_nUndoCount; ++i)
+        add(m_UndoBufs, i);
+    for (std::uint32_t i = m_nRedoCount; i-- > 0;) // the next one comes last
+        add(m_RedoBufs, i);
+    return names;
 }
 
 bool History::fnDropFarthest() {

@@ -2,6 +2,9 @@
 
 #include "q32Base/services/CqUndoMngr.h"
 
+#include <string>
+#include <vector>
+
 namespace darkroom {
 
 /// Default and largest number of steps that can be undone.
@@ -21,6 +24,11 @@ public:
     /// Deletes the step that is the farthest from the present state: the last one to redo, else the
     /// oldest to undo. False when there is none.
     bool fnDropFarthest();
+    /// The names of the steps, from the oldest to undo to the last one to redo. May throw
+    /// std::bad_alloc.
+    std::vector<std::string> fnListNames() const;
+    /// How many of them can be undone.
+    unsigned int fnCountDone() const { return m_nUndoCount; }
 };
 
 } // namespace darkroom

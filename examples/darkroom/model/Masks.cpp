@@ -62,7 +62,8 @@ private:
         for (LONG x = first; x < end; ++x) {
             unsigned char& here = m_Row[static_cast<std::size_t>(x - m_Bound.left)];
             const int byte = row[x - m_NewBound.left];
-            const int kept = m_eHow == Combine::SUBTRACT ? here & ~byte : here | byte;
+            const int kept = m_eHow == Combine::SUBTRACT ? std::min<int>(here, 255 - byte)
+                                                         : std::max<int>(here, byte);
             here = static_cast<unsigned char>(kept);
         }
     }

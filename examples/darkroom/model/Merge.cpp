@@ -1,18 +1,19 @@
 #include "examples/darkroom/model/Merge.h"
 
-#include "examples/darkroom/model/Pictures.h"
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Shapes.h"
 #include "q32Base/image/CqImage.h"
+#include "q32Base/operations/Blend.h"
+#include "q32Base/operations/MaskEdit.h"
 
 #include <algorithm>
-#include <optional>
+#include <utility>
 
 namespace darkroom {
 
 namespace {
 
-/// The part of `over` that falls on the picture, in its own coordinates. The library doesn't clip
-/// at the target's left and top.
+/// The part of `over` that falls on the picture, in its own coordinates.
 CRect fnFindPart(const CqImage& image, const CqImage& over, const MergePlan& plan) {
     const auto span = [](unsigned int length, unsigned int room, int place) {
         const int first = std::max(0, -place);
@@ -32,46 +33,27 @@ CRect fnFindMerged(const CqImage& image, const CqImage& over, const MergePlan& p
     return part;
 }
 
-bool fnMergePicture(CqImage& image, CqImage& over, const MergePlan& plan, CqMask* selection,
-                    CqProgressDisplay* progress) {
-    constexpr unsigned int kMasked = 20; // progress in percent after each step
-    constexpr unsigned int kConverted = 50;
-    CqMask alpha;
-    CqMask* mask = plan.m_eRule == MergeRule::SELECTION ? selection : nullptr;
-    CRect maskPlace; // a mask is in the source's coordinates
-    if (mask && mask->m_rectBound.IsRectEmpty())
-        return true;
-    if (mask) {
-        maskPlace = mask->m_rectBound;
-        maskPlace.OffsetRect(-plan.m_nX, -plan.m_nY);
+bool fnMergePicture(CqImage& image, const CqImage& over, const MergePlan& plan,
+                    const CqMask* selection, CqProgressDisplay* progress) {
+    constexpr unsigned int kMasked = 40; // progress in percent
+    CqMask keyed;
+    CqBlendParam param;
+    param.m_eMode = plan.m_eRule == MergeRule::ALPHA ? BLEND_OVER : BLEND_REPLACE;
+    if (plan.m_eRule == MergeRule::SELECTION && selection) {
+        if (selection->m_rectBound.IsRectEmpty())
+            return true;
+        param.m_pMask = selection;
     }
-    if (plan.m_eRule == MergeRule::ALPHA && over.BitCount == 32) {
+    if (plan.m_eRule == MergeRule::KEY) {
         SpanProgress masking(progress, 0, kMasked);
-        if (!fnMakeAlphaMask(over, kOpaqueFrom, alpha, &masking))
+        if (!fnMakeColorMask(over, plan.m_Key, 0, keyed, &masking))
             return false;
-        mask = &alpha;
+        q32InvertMask(keyed, fnGetWhole(over));
+        keyed.fnSetPos(CPoint(plan.m_nX, plan.m_nY));
+        param.m_pMask = &keyed;
     }
-    SpanProgress converting(progress, kMasked, kConverted);
-    if (over.BitCount != 24 && !fnConvertPicture(over, 24, &converting))
-        return false;
-    const CqMergeParam param =
-        mask ? CqMergeParam(*mask) : CqMergeParam(static_cast<unsigned long>(plan.m_Key));
-    SpanProgress merging(progress, kConverted, 100);
-    return fnForBands(fnFindPart(image, over, plan), &merging, [&](const CRect& band) {
-        const int x = plan.m_nX + band.left;
-        const int y = plan.m_nY + band.top;
-        if (!mask && plan.m_eRule != MergeRule::KEY)
-            return image.fnCopyBlock(over, &band, x, y);
-        // The part to be merged is cut out first, so that no rule is applied to pixels outside.
-        CqImage part;
-        part.fnAlloc(static_cast<unsigned int>(band.Width()),
-                     static_cast<unsigned int>(band.Height()), 24, nullptr, 0);
-        part.fnCopyBlock(over, &band, 0, 0);
-        std::optional<MovedMask> moved;
-        if (mask)
-            moved.emplace(*mask, CPoint(maskPlace.left - band.left, maskPlace.top - band.top));
-        image.fnMerge(part, nullptr, param, x, y);
-    });
+    SpanProgress blending(progress, param.m_pMask == &keyed ? kMasked : 0, 100);
+    return q32Blend(over, nullptr, image, plan.m_nX, plan.m_nY, param, &blending);
 }
 
 } // namespace darkroom

@@ -14,7 +14,7 @@ enum class MergeRule {
     ALL,       ///< every pixel
     KEY,       ///< all but a key colour
     SELECTION, ///< pixels inside the selection
-    ALPHA      ///< pixels that the second picture's alpha shows
+    ALPHA      ///< as far as the second picture's alpha shows it
 };
 
 /// Position and rule of a merge.
@@ -25,34 +25,15 @@ struct MergePlan {
     int m_nY = 0;
 };
 
-/// Alpha from this value up counts as opaque: the library's merge doesn't blend, so values in
-/// between would show as white.
-inline constexpr int kOpaqueFrom = 128;
-
 /// The rectangle of a picture that another one covers, whatever the rule; empty for none.
 CRect fnFindMerged(const CqImage& image, const CqImage& over, const MergePlan& plan);
 
-/// Lays `over`, which is converted to 24 bits, over a picture of 24 bits.
+/// Lays `over`, of any depth, over a picture of 8 bits of grey, 24 or 32 bits. A second picture
+/// with alpha blends by the rule ALPHA; by the others it replaces, alpha included.
 /// @param selection  used by the rule SELECTION, in the picture's coordinates
 /// @return false when the user aborted it, with part of it laid over the picture
 /// Raises the memory exception.
-bool fnMergePicture(CqImage& image, CqImage& over, const MergePlan& plan, CqMask* selection,
-                    CqProgressDisplay* progress);
-
-/// Moves a mask for its own lifetime.
-class MovedMask {
-public:
-    MovedMask(CqMask& mask, const CPoint& place)
-        : m_Mask(mask), m_Place(mask.m_rectBound.TopLeft()) {
-        m_Mask.fnSetPos(place);
-    }
-    ~MovedMask() { m_Mask.fnSetPos(m_Place); }
-    MovedMask(const MovedMask&) = delete;
-    MovedMask& operator=(const MovedMask&) = delete;
-
-private:
-    CqMask& m_Mask;
-    const CPoint m_Place;
-};
+bool fnMergePicture(CqImage& image, const CqImage& over, const MergePlan& plan,
+                    const CqMask* selection, CqProgressDisplay* progress);
 
 } // namespace darkroom

@@ -1,8 +1,13 @@
 #include "examples/darkroom/model/Operation.h"
 
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Filters.h"
-#include "examples/darkroom/model/Pictures.h"
+#include "examples/darkroom/model/Tones.h"
 #include "q32Base/image/CqImage.h"
+#include "q32Base/operations/Blur.h"
+#include "q32Base/operations/Flip.h"
+#include "q32Base/operations/Grey.h"
+#include "q32Base/operations/WeightedResample.h"
 
 #include <algorithm>
 #include <cstring>
@@ -40,6 +45,20 @@ constexpr Parameter kHue[] = {fnNumber("Hue", -180, 180, 0, "°"),
                               fnNumber("Saturation", -100, 100, 0, " %")};
 constexpr Parameter kThreshold[] = {fnNumber("Level", 0, 255, 128, "")};
 constexpr Parameter kAmount[] = {fnNumber("Amount", 0, 100, 50, " %")};
+constexpr Parameter kLevels[] = {fnNumber("Black", 0, 254, 0, ""),
+                                 {"Gamma", ParameterKind::NUMBER, 10, 1000, 100, "", 100},
+                                 fnNumber("White", 1, 255, 255, ""),
+                                 fnNumber("Black becomes", 0, 255, 0, ""),
+                                 fnNumber("White becomes", 0, 255, 255, "")};
+constexpr Parameter kCurve[] = {fnNumber("Shadows", -100, 100, 0, ""),
+                                fnNumber("Midtones", -100, 100, 0, ""),
+                                fnNumber("Highlights", -100, 100, 0, "")};
+/// Radii are in tenths of a pixel.
+constexpr int kTenth = 10;
+constexpr Parameter kRadius = {"Radius", ParameterKind::NUMBER, 1, 2500, 20, " px", kTenth};
+constexpr Parameter kBlur[] = {kRadius};
+constexpr Parameter kUnsharp[] = {kRadius, fnNumber("Amount", 0, 500, 100, " %"),
+                                  fnNumber("Threshold", 0, 255, 0, "")};
 constexpr Parameter kSize[] = {fnNumber("Width", 1, kMaxPixels, 1, " px"),
                                fnNumber("Height", 1, kMaxPixels, 1, " px"),
                                fnSwitch("Interpolate", true)};
@@ -79,6 +98,19 @@ void fnConvertTo(CqImage& image, std::span<const int>, CqProgressDisplay* progre
     fnConvertPicture(image, Bits, progress);
 }
 
+int fnReachOne(std::span<const int>) {
+    return 1;
+}
+
+int fnReachRadius(std::span<const int> values) {
+    return static_cast<int>(q32GetBlurReach(static_cast<double>(values[0]) / kTenth));
+}
+
+template <bool (*Flip)(CqImage&, CqProgressDisplay*)>
+void fnFlip(CqImage& image, std::span<const int>, CqProgressDisplay* progress) {
+    Flip(image, progress);
+}
+
 const Operation kOperations[] = {
     {"brightness", "Brightness and Contrast", MenuPlace::ADJUST, "Ctrl+B", kBrightness,
      PreviewKind::PIXELS, kTones,
@@ -97,6 +129,32 @@ const Operation kOperations[] = {
          image.fnHueSaturation(values[0], values[1], false, progress);
      },
      nullptr, fnAllAre<2, 0>},
+    {"levels", "Levels", MenuPlace::ADJUST, "Ctrl+Shift+L", kLevels, PreviewKind::PIXELS, kTones,
+     [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
+         q32ApplyToneCurves(image, nullptr, fnMakeLevels(values), progress);
+     },
+     nullptr,
+     [](const CqImage&, std::span<const int> values) {
+         constexpr int kNeutral[] = {0, 100, 255, 0, 255};
+         return std::equal(values.begin(), values.end(), std::begin(kNeutral));
+     },
+     nullptr, true},
+    {"curve", "Tone Curve", MenuPlace::ADJUST, "", kCurve, PreviewKind::PIXELS, kTones,
+     [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
+         q32ApplyToneCurves(image, nullptr, fnMakeToneCurve(values), progress);
+     },
+     nullptr, fnAllAre<3, 0>, nullptr, true},
+    {"grey",
+     "Grey",
+     MenuPlace::ADJUST,
+     "",
+     {},
+     PreviewKind::PIXELS,
+     kTrueColor,
+     [](CqImage& image, std::span<const int>, CqProgressDisplay* progress) {
+         q32ConvertToGrey(image, image.BitCount, progress);
+     },
+     nullptr},
     {"threshold", "Threshold", MenuPlace::ADJUST, "", kThreshold, PreviewKind::PIXELS, kByteTones,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          image.fnThresholding(static_cast<unsigned char>(values[0]), false, progress);
@@ -106,16 +164,34 @@ const Operation kOperations[] = {
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          fnSoften(image, values[0], progress);
      },
-     nullptr, fnAllAre<1, 0>, 1},
+     nullptr, fnAllAre<1, 0>, fnReachOne},
     {"sharpen", "Sharpen", MenuPlace::FILTER, "", kAmount, PreviewKind::NEIGHBOURS, kTrueColor,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
          fnSoften(image, -values[0], progress);
      },
-     nullptr, fnAllAre<1, 0>, 1},
+     nullptr, fnAllAre<1, 0>, fnReachOne},
+    {"blur", "Blur", MenuPlace::FILTER, "", kBlur, PreviewKind::AREA, kTrueColor | kGreyBit,
+     [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
+         q32Blur(image, static_cast<double>(values[0]) / kTenth, progress);
+     },
+     nullptr, nullptr, fnReachRadius},
+    {"unsharp", "Sharpen by Radius", MenuPlace::FILTER, "", kUnsharp, PreviewKind::AREA,
+     kTrueColor | kGreyBit,
+     [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
+         q32Sharpen(image, static_cast<double>(values[0]) / kTenth,
+                    static_cast<unsigned int>(values[1]), static_cast<unsigned int>(values[2]),
+                    progress);
+     },
+     nullptr, nullptr, fnReachRadius},
     {"resize", "Resize", MenuPlace::IMAGE, "Ctrl+Alt+I", kSize, PreviewKind::SIZE, kAny,
      [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
-         image.fnResample(static_cast<unsigned int>(values[0]),
-                          static_cast<unsigned int>(values[1]), values[2] != 0, progress);
+         const auto width = static_cast<unsigned int>(values[0]);
+         const auto height = static_cast<unsigned int>(values[1]);
+         // Colours of transparent pixels must not show at the edges.
+         if (values[2] != 0 && image.BitCount == 32)
+             q32ResampleByAlpha(image, width, height, progress);
+         else
+             image.fnResample(width, height, values[2] != 0, progress);
      },
      [](const CqImage& image, std::span<int> values) {
          values[0] = static_cast<int>(image.Width);
@@ -158,6 +234,35 @@ const Operation kOperations[] = {
      PreviewKind::NONE,
      kBytes,
      fnRotateBy<180>,
+     nullptr},
+    {"flipHorizontal",
+     "Flip Left and Right",
+     MenuPlace::IMAGE,
+     "",
+     {},
+     PreviewKind::NONE,
+     kAny,
+     fnFlip<q32FlipHorizontal>,
+     nullptr},
+    {"flipVertical",
+     "Flip Top and Bottom",
+     MenuPlace::IMAGE,
+     "",
+     {},
+     PreviewKind::NONE,
+     kAny,
+     fnFlip<q32FlipVertical>,
+     nullptr},
+    {"to8",
+     "Convert to 8 Bits of Grey",
+     MenuPlace::IMAGE,
+     "",
+     {},
+     PreviewKind::NONE,
+     kAny & ~fnDepthBit(8),
+     [](CqImage& image, std::span<const int>, CqProgressDisplay* progress) {
+         q32ConvertToGrey(image, 8, progress);
+     },
      nullptr},
     {"to24",
      "Convert to 24 Bits",

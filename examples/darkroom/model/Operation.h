@@ -41,6 +41,7 @@ enum class PreviewKind {
     NONE,
     PIXELS,     ///< changes pixels in place
     NEIGHBOURS, ///< the same, but reads the eight neighbours of each
+    AREA,       ///< reads the pixels around each, within a radius: the first value, scaled
     SIZE,       ///< changes the size: width, height, whether pixels are blended
     ROTATION    ///< hundredths of degrees clockwise, whether pixels are blended, background colour
 };
@@ -63,9 +64,12 @@ struct Operation {
     void (*m_pStart)(const CqImage& image, std::span<int> values) = nullptr;
     /// Whether these values leave the picture unchanged; null: they never do.
     bool (*m_pIsNeutral)(const CqImage& image, std::span<const int> values) = nullptr;
-    int m_nReach = 0; ///< pixels around each pixel that it reads
+    /// How many pixels around each pixel it reads; null: none.
+    int (*m_pReach)(std::span<const int> values) = nullptr;
+    bool m_bHistogram = false; ///< the dialog shows how often each value occurs
 
     bool fnSuits(const CqImage& image) const;
+    int fnGetReach(std::span<const int> values) const { return m_pReach ? m_pReach(values) : 0; }
     /// Whether it changes a picture of a supported kind.
     bool fnChanges(const CqImage& image, std::span<const int> values) const {
         return !m_pIsNeutral || !m_pIsNeutral(image, values);
@@ -74,7 +78,8 @@ struct Operation {
     Values fnGetStart(const CqImage& image) const;
     /// Whether it may be limited to a selection: size and depth stay the same.
     bool fnIsLocal() const {
-        return m_ePreview == PreviewKind::PIXELS || m_ePreview == PreviewKind::NEIGHBOURS;
+        return m_ePreview == PreviewKind::PIXELS || m_ePreview == PreviewKind::NEIGHBOURS ||
+               m_ePreview == PreviewKind::AREA;
     }
 };
 

@@ -1,6 +1,6 @@
 #include "examples/darkroom/model/Room.h"
 
-#include "examples/darkroom/model/Pictures.h"
+#include "examples/darkroom/model/Bands.h"
 #include "q32Base/memory/CqVMPolicy.h"
 
 #include <algorithm>

@@ -1,10 +1,12 @@
 #include "examples/darkroom/model/Shapes.h"
 
 #include "examples/darkroom/model/Progress.h"
+#include "q32Base/framework/Exceptions.h"
 #include "q32Base/geometry/CqCubicBezier2D.h"
 #include "q32Base/geometry/CqLine2D.h"
 #include "q32Base/geometry/CqPolyline2D.h"
 #include "q32Base/image/CqImage.h"
+#include "q32Base/image/PixelAccess.h"
 
 #include <algorithm>
 #include <cmath>
@@ -76,31 +78,6 @@ void fnMakeNone(CqMask& mask) {
     mask.m_rectBound = CRect(0, 0, 0, 0);
 }
 
-/// 255 in all pixels of an image of `Bits` that pass a test of the pixel's bytes.
-template <unsigned int Bits, typename Test>
-bool fnMakePixelMask(CqImage& image, Test&& takes, CqMask& mask, CqProgressDisplay* progress) {
-    if (!image.TileMap || image.BitCount != Bits) {
-        fnMakeNone(mask);
-        return true;
-    }
-    CqMask made(image.Width, image.Height);
-    CqImageLine from;
-    CqImageLine to;
-    for (unsigned int y = 0; y < image.Height; ++y) {
-        image.fnAccessLine(y, &from, true);
-        made.fnAccessLine(y, &to, false);
-        const unsigned char* pixel = from.LineBuffer;
-        for (unsigned int x = 0; x < image.Width; ++x, pixel += Bits / 8)
-            to.LineBuffer[x] = takes(pixel) ? 255 : 0;
-        if (!fnGoOn(progress, y, image.Height))
-            return false;
-    }
-    to.fnUnAssociate();
-    mask.fnSwapBuf(made);
-    mask.fnSetPos(CPoint(0, 0));
-    return true;
-}
-
 } // namespace
 
 std::vector<CqPoint2D> fnMakeOutline(ShapeKind shape, std::span<const CqPoint2D> points) {
@@ -159,22 +136,35 @@ bool fnMakeShapeMask(std::span<const CqPoint2D> outline, unsigned int width, uns
     return true;
 }
 
-bool fnMakeColorMask(CqImage& image, const CqColor& color, int tolerance, CqMask& mask,
+bool fnMakeColorMask(const CqImage& image, const CqColor& color, int tolerance, CqMask& mask,
                      CqProgressDisplay* progress) {
+    if (!image.TileMap) {
+        fnMakeNone(mask);
+        return true;
+    }
+    CqMask made(image.Width, image.Height);
+    const CqPixelReader reader(image, PIXEL_RGB24);
+    std::vector<unsigned char> row(std::size_t{image.Width} * 3);
     const int target[] = {color.m_Red, color.m_Green, color.m_Blue};
-    return fnMakePixelMask<24>(
-        image,
-        [&](const unsigned char* pixel) {
-            return std::abs(pixel[0] - target[0]) <= tolerance &&
-                   std::abs(pixel[1] - target[1]) <= tolerance &&
-                   std::abs(pixel[2] - target[2]) <= tolerance;
-        },
-        mask, progress);
-}
-
-bool fnMakeAlphaMask(CqImage& image, int level, CqMask& mask, CqProgressDisplay* progress) {
-    return fnMakePixelMask<32>(
-        image, [&](const unsigned char* pixel) { return pixel[0] >= level; }, mask, progress);
+    CqImageLine to;
+    for (unsigned int y = 0; y < image.Height; ++y) {
+        if (!reader.fnReadRow(0, y, image.Width, row.data()))
+            AfxThrowMemoryException(); // its scratch file lost pixels
+        made.fnAccessLine(y, &to, false);
+        const unsigned char* pixel = row.data();
+        for (unsigned int x = 0; x < image.Width; ++x, pixel += 3) {
+            const bool same = std::abs(pixel[0] - target[0]) <= tolerance &&
+                              std::abs(pixel[1] - target[1]) <= tolerance &&
+                              std::abs(pixel[2] - target[2]) <= tolerance;
+            to.LineBuffer[x] = same ? 255 : 0;
+        }
+        if (!fnGoOn(progress, y, image.Height))
+            return false;
+    }
+    to.fnUnAssociate();
+    mask.fnSwapBuf(made);
+    mask.fnSetPos(CPoint(0, 0));
+    return true;
 }
 
 void fnDrawPath(CqImage& image, std::span<const CqPoint2D> points, const CqColor& color) {

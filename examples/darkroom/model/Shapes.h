@@ -22,21 +22,17 @@ enum class ShapeKind { RECTANGLE, ELLIPSE, FREEHAND };
 std::vector<CqPoint2D> fnMakeOutline(ShapeKind shape, std::span<const CqPoint2D> points);
 
 // Mask functions: false after an abort, with the mask unchanged. A mask without any pixel may have
-// an empty rectangle, and a picture of an unsupported depth gives one. They raise the memory
-// exception.
+// an empty rectangle. They raise the memory exception.
 
 /// 255 in all pixels whose centre lies inside a closed outline, by the even-odd rule; 0 elsewhere.
 /// The mask has an empty rectangle when no pixel of a picture of this size is inside.
 bool fnMakeShapeMask(std::span<const CqPoint2D> outline, unsigned int width, unsigned int height,
                      CqMask& mask, CqProgressDisplay* progress);
 
-/// 255 in all pixels of a 24-bit picture whose red, green and blue each differ from those of a
-/// colour by at most `tolerance`.
-bool fnMakeColorMask(CqImage& image, const CqColor& color, int tolerance, CqMask& mask,
+/// 255 in all pixels of a picture of any depth whose red, green and blue each differ from those of
+/// a colour by at most `tolerance`, whatever their alpha.
+bool fnMakeColorMask(const CqImage& image, const CqColor& color, int tolerance, CqMask& mask,
                      CqProgressDisplay* progress);
-
-/// 255 in all pixels of a 32-bit picture whose alpha is at least `level`.
-bool fnMakeAlphaMask(CqImage& image, int level, CqMask& mask, CqProgressDisplay* progress);
 
 /// Draws a line through two points, or a cubic curve from the first to the fourth.
 void fnDrawPath(CqImage& image, std::span<const CqPoint2D> points, const CqColor& color);

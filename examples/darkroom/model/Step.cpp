@@ -1,6 +1,7 @@
 #include "examples/darkroom/model/Step.h"
 
-#include "examples/darkroom/model/Pictures.h"
+#include "examples/darkroom/model/Bands.h"
+#include "examples/darkroom/model/PixelBlend.h"
 #include "examples/darkroom/model/Progress.h"
 
 #include <algorithm>
@@ -14,10 +15,10 @@ namespace {
 /// Height of a tile in an image that has several above each other.
 constexpr unsigned int kTileHeight = 128;
 
-bool fnIsSelected(CqMask& selection, LONG x, LONG y) {
+unsigned int fnGetWeight(CqMask& selection, LONG x, LONG y) {
     const CRect& bound = selection.m_rectBound;
-    return bound.PtInRect(CPoint(x, y)) &&
-           *selection.fnGetPixelAddr(x - bound.left, y - bound.top) != 0;
+    return bound.PtInRect(CPoint(x, y)) ? *selection.fnGetPixelAddr(x - bound.left, y - bound.top)
+                                        : 0;
 }
 
 } // namespace
@@ -83,9 +84,9 @@ void Step::fnRestoreUnselected(CqImage& image, CqMask& selection) {
             const auto index =
                 static_cast<LONG>(static_cast<std::size_t>(at - here.Pixels) / pixel);
             const std::size_t offset = static_cast<std::size_t>(index) * pixel;
-            if (!fnIsSelected(selection, here.Left + index % here.Width,
-                              here.Top + index / here.Width))
-                std::memcpy(here.Pixels + offset, saved.Pixels + offset, pixel);
+            fnMixBack(here.Pixels + offset, saved.Pixels + offset, pixel,
+                      fnGetWeight(selection, here.Left + index % here.Width,
+                                  here.Top + index / here.Width));
             at = here.Pixels + offset + pixel;
         }
     });

@@ -32,7 +32,7 @@ public:
     /// Exchanges the saved pixels with the picture's. Copies saved tiles, but not a complete
     /// picture.
     void fnExchange(CqImage& image) noexcept;
-    /// Restores the saved pixels outside a selection, at depths of whole bytes.
+    /// Restores the saved pixels as far as a selection leaves them, at depths of whole bytes.
     void fnRestoreUnselected(CqImage& image, CqMask& selection);
     /// Takes over the content of another step.
     void fnTake(Step& other) noexcept;

@@ -1,6 +1,6 @@
 #include "examples/darkroom/model/Tiles.h"
 
-#include "examples/darkroom/model/Pictures.h"
+#include "examples/darkroom/model/Bands.h"
 #include "q32Base/image/CqImage.h"
 
 #include <algorithm>

@@ -9,6 +9,7 @@ std::span<const ToolEntry> fnGetTools() {
         {"toolEllipse", "Select an &Ellipse", "E", Tool::ELLIPSE, Needs::SELECTABLE},
         {"toolFreehand", "Select &Freehand", "F", Tool::FREEHAND, Needs::SELECTABLE},
         {"toolColor", "Select by &Color", "C", Tool::PICK, Needs::SELECTABLE},
+        {"toolEyedropper", "P&ick a Color", "I", Tool::EYEDROPPER, Needs::PICTURE},
         {"toolAdjust", "&Move or Scale the Selection", "M", Tool::ADJUST, Needs::SELECTABLE},
         {"toolStraighten", "&Straighten by a Line", "S", Tool::STRAIGHTEN, Needs::COLOR_PICTURE},
         {"toolLine", "Draw a &Line", "L", Tool::LINE, Needs::COLOR_PICTURE},

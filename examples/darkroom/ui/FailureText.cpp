@@ -104,7 +104,10 @@ QString fnTellFailure(const Outcome& outcome, std::uint64_t bytes) {
     case MESSAGE_CANNOT_SAVE:
         return fnTellUnsaved(file, bytes);
     case MESSAGE_CORRUPTED:
-        return QObject::tr("%1 is damaged or incomplete.").arg(path);
+        return QObject::tr(
+                   "%1 is damaged or incomplete. File > Open Damaged shows as much of it as "
+                   "there is.")
+            .arg(path);
     case MESSAGE_IN_USE:
         return QObject::tr("%1 is in use by another program.").arg(path);
     case MESSAGE_EMPTY:

@@ -141,27 +141,26 @@ void fnDrawRedo(QPainter& painter) {
     fnDrawUndo(painter);
 }
 
+void fnDrawEyedropper(QPainter& painter) {
+    fnDrawLine(painter, {{4, 20}, {5, 16}, {14, 7}, {17, 10}, {8, 19}, {4, 20}});
+    fnDrawLine(painter, {{12, 5}, {19, 12}});
+    fnDrawLine(painter, {{15.5, 8.5}, {19, 5}});
+}
+
 struct Entry {
     const char* m_pszId;
     void (*m_pDraw)(QPainter& painter);
 };
 
 constexpr Entry kIcons[] = {
-    {"undo", fnDrawUndo},
-    {"redo", fnDrawRedo},
-    {"zoomIn", fnDrawZoomIn},
-    {"zoomOut", fnDrawZoomOut},
-    {"zoomFit", fnDrawFit},
-    {"zoomOne", fnDrawOne},
-    {"toolPan", fnDrawMove},
-    {"toolRectangle", fnDrawRectangle},
-    {"toolEllipse", fnDrawEllipse},
-    {"toolFreehand", fnDrawFreehand},
-    {"toolColor", fnDrawPipette},
-    {"toolLine", fnDrawStroke},
-    {"toolCurve", fnDrawCurve},
-    {"toolAdjust", fnDrawAdjust},
-    {"toolStraighten", fnDrawStraighten},
+    {"undo", fnDrawUndo},           {"redo", fnDrawRedo},
+    {"zoomIn", fnDrawZoomIn},       {"zoomOut", fnDrawZoomOut},
+    {"zoomFit", fnDrawFit},         {"zoomOne", fnDrawOne},
+    {"toolPan", fnDrawMove},        {"toolRectangle", fnDrawRectangle},
+    {"toolEllipse", fnDrawEllipse}, {"toolFreehand", fnDrawFreehand},
+    {"toolColor", fnDrawPipette},   {"toolEyedropper", fnDrawEyedropper},
+    {"toolLine", fnDrawStroke},     {"toolCurve", fnDrawCurve},
+    {"toolAdjust", fnDrawAdjust},   {"toolStraighten", fnDrawStraighten},
 };
 
 QPixmap fnDraw(const Entry& entry, int scale, const QColor& color) {

@@ -1,8 +1,9 @@
 #include "examples/darkroom/ui/MainWindow.h"
 
-#include "examples/darkroom/model/Pictures.h"
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/ui/Actions.h"
 #include "examples/darkroom/ui/FailureText.h"
+#include "examples/darkroom/ui/ScreenColors.h"
 #include "examples/darkroom/ui/SoundPanel.h"
 #include "examples/darkroom/ui/Texts.h"
 #include "platforms/qt/CqQtWindows.h"
@@ -14,14 +15,17 @@
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <exception>
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QLabel>
+#include <QListWidget>
 #include <QMenuBar>
 #include <QProgressBar>
 #include <QScreen>
@@ -35,6 +39,7 @@ namespace {
 constexpr QSize kStartSize(1100, 760);
 constexpr double kScreenShare = 0.9; ///< leaves room for the frame
 constexpr int kMessageMs = 4000;
+constexpr std::chrono::minutes kKeepInterval(2); ///< between copies of unsaved changes
 
 /// Anybody may have edited the settings file.
 unsigned int fnReadLevels(const QSettings& settings) {
@@ -78,7 +83,8 @@ private:
 
 MainWindow::MainWindow(const HostSetup& setup, QWidget* parent)
     : QMainWindow(parent), m_Settings(setup.m_strSettings, QSettings::IniFormat),
-      m_Document(fnReadLevels(m_Settings)), m_pView(new PictureView(m_Document)) {
+      m_Document(fnReadLevels(m_Settings)), m_pView(new PictureView(m_Document)),
+      m_Recovery(QFileInfo(setup.m_strSettings).dir().filePath("recovery")) {
     setCentralWidget(m_pView);
     setAcceptDrops(true);
     m_pView->viewport()->setAcceptDrops(false); // the window handles drops itself
@@ -87,6 +93,7 @@ MainWindow::MainWindow(const HostSetup& setup, QWidget* parent)
     fnMakeToolBars();
     fnMakeStatusBar();
     fnMakeSoundPanel(setup);
+    fnMakeHistoryPanel();
     restoreGeometry(m_Settings.value("geometry").toByteArray());
     restoreState(m_Settings.value("windows").toByteArray());
     m_Document.fnSetListener([this] { fnUpdate(); });
@@ -100,6 +107,9 @@ MainWindow::MainWindow(const HostSetup& setup, QWidget* parent)
         });
     connect(m_pView, &PictureView::placed, this,
             [this](const CRect& place) { q32::fnReportMemory([&] { fnPlaceSelection(place); }); });
+    connect(&m_KeepSoon, &QTimer::timeout, this,
+            [this] { q32::fnTryMemory([&] { fnKeepCopy(); }); });
+    m_KeepSoon.start(kKeepInterval);
     fnUpdate();
     m_pView->setFocus();
 }
@@ -171,6 +181,7 @@ void MainWindow::fnUpdate() {
         return; // deferred to the end
     CqImage& image = m_Document.fnGetImage();
     CqImage* const shown = m_Document.fnHasImage() ? &image : nullptr;
+    fnShowColors();
     const Look look = fnGetLook();
     if (m_pView->fnGetImage() != shown)
         m_pView->fnSetImage(shown);
@@ -182,8 +193,21 @@ void MainWindow::fnUpdate() {
     setWindowTitle(shown ? tr("%1[*] - Darkroom").arg(fnGetName()) : tr("Darkroom"));
     setWindowFilePath(QString());
     setWindowModified(m_Document.IsModified() != 0);
+    fnDropSavedCopy();
     fnUpdateActions();
     fnUpdateStatus();
+}
+
+/// Sets the conversion to the screen's colours that the picture's profile asks for.
+void MainWindow::fnShowColors() {
+    const std::vector<unsigned char>& profile = m_Document.fnGetMetadata().m_Profile;
+    const CqImage& image = m_Document.fnGetImage();
+    const bool grey = m_Document.fnHasImage() && image.BitCount == 8 && image.fnIsGrayScale();
+    if (profile == m_ShownProfile && grey == m_bShownGrey)
+        return;
+    m_pView->fnSetColors(fnMakeScreenColors(profile, grey));
+    m_ShownProfile = profile;
+    m_bShownGrey = grey;
 }
 
 void MainWindow::fnUpdateActions() {
@@ -208,6 +232,7 @@ void MainWindow::fnUpdateActions() {
     const bool idle = !m_bBusy && !m_bAsking;
     menuBar()->setEnabled(idle);
     m_pSound->fnEnableLoading(idle);
+    m_pSteps->setEnabled(idle);
     for (const ActionEntry& entry : ActionTable::fnGetActions())
         if (entry.m_pszId)
             findChild<QAction*>(entry.m_pszId)
@@ -248,6 +273,7 @@ void MainWindow::fnUpdateHistory() {
         redo->setEnabled(true);
         redo->setText(tr("&Redo Selection"));
     }
+    fnUpdateSteps();
 }
 
 void MainWindow::fnUpdateStatus() {
@@ -291,6 +317,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
         return event->ignore();
     m_Settings.setValue("geometry", saveGeometry());
     m_Settings.setValue("windows", saveState());
+    m_Recovery.fnDrop(); // saved, or discarded by the user
     q32DestroyDumpWnd();
     event->accept();
 }

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "examples/darkroom/model/Document.h"
+#include "examples/darkroom/ui/Clipboard.h"
 #include "examples/darkroom/ui/HostSetup.h"
 #include "examples/darkroom/ui/PictureView.h"
+#include "examples/darkroom/ui/Recovery.h"
 #include "q32Base/services/CqDumpBin.h"
 
 #include <cstdint>
@@ -10,8 +12,10 @@
 #include <optional>
 #include <QMainWindow>
 #include <QSettings>
+#include <QTimer>
 
 class QLabel;
+class QListWidget;
 class QProgressBar;
 class QSpinBox;
 
@@ -48,8 +52,13 @@ public:
     bool fnRun(const QString& what, const Work& work);
 
     /// Opens a picture in place of the present one, without asking. Failures are shown.
-    bool fnOpen(const QString& path);
+    /// @param partial  shows a damaged file as far as it goes
+    bool fnOpen(const QString& path, bool partial = false);
     bool fnSaveAs(const QString& path);
+    /// Asks whether to open the changes that a program which was killed has left. For the start.
+    void fnOfferRecovery();
+    /// Keeps a copy of unsaved changes, unless the user is at work. Called now and then.
+    void fnKeepCopy();
     /// Loads a second picture and asks how to lay it over this one.
     void fnMerge(const QString& path);
     /// Loads a second picture and asks how to tile it over the selection, or over all of this one.
@@ -79,6 +88,7 @@ private:
     void fnUpdate();
     void fnUpdateActions();
     void fnUpdateHistory();
+    void fnShowColors();
     void fnUpdateStatus();
     void fnShowPointed(const QPointF& place);
 
@@ -88,6 +98,7 @@ private:
     void fnMakeIcons();
     void fnMakeStatusBar();
     void fnMakeSoundPanel(const HostSetup& setup);
+    void fnMakeHistoryPanel();
     QAction* fnAddAction(const ActionEntry& entry);
     void fnAddOperations();
     void fnAddTools();
@@ -111,6 +122,8 @@ private:
     friend struct ActionTable;
     void fnNew();
     void fnAskOpen();
+    void fnAskOpenDamaged();
+    void fnAskQuality();
     void fnSave();
     void fnAskSaveAs();
     void fnUndo();
@@ -130,7 +143,25 @@ private:
     void fnAskPreferences();
     void fnShowDump();
     void fnShowAbout();
+    void fnAskFeather();
+
+    // MainWindowClipboard.cpp
+    void fnCopy();
+    void fnCut();
+    void fnPasteInto();
+    void fnPasteNew();
+    bool fnTakeClip(CqImage& image);
+
+    // MainWindowRecovery.cpp
+    void fnDropSavedCopy();
+
+    // MainWindowHistory.cpp
+    void fnUpdateSteps();
+    void fnGoToStep(unsigned int done);
+
     bool fnReadSecond(Document& second, const QString& path);
+    /// Asks how to lay a picture over this one, and does it.
+    void fnLay(CqImage& over);
     void fnStartOperation(const Operation& operation);
     /// Runs a dialog while only the visible part of the picture can be changed. False when it was
     /// cancelled.
@@ -141,6 +172,8 @@ private:
     void fnOnDrawn(Tool tool, const std::vector<CqPoint2D>& points,
                    Qt::KeyboardModifiers modifiers);
     void fnSelectColor(const CqPoint2D& place, Document::Combine how);
+    /// The colour at a position; none outside of the picture.
+    std::optional<CqColor> fnFindColor(const CqPoint2D& place);
     void fnStraighten(const CqPoint2D& from, const CqPoint2D& to);
     void fnPlaceSelection(const CRect& place);
 
@@ -150,6 +183,12 @@ private:
     PictureView* m_pView;
     RecentFiles* m_pRecent = nullptr;
     SoundPanel* m_pSound = nullptr;
+    QListWidget* m_pSteps = nullptr;
+    Clipboard m_Clipboard;
+    Recovery m_Recovery;
+    QTimer m_KeepSoon;
+    std::vector<unsigned char> m_ShownProfile;
+    bool m_bShownGrey = false;
     QProgressBar* m_pGauge = nullptr;
     ColorButton* m_pColor = nullptr;
     QSpinBox* m_pTolerance = nullptr;

@@ -11,12 +11,14 @@
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/messages/Messages.h"
 #include "q32Base/module/Module.h"
+#include "q32Base/operations/Blur.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <QFile>
 #include <QFileInfo>
+#include <QInputDialog>
 #include <QMessageBox>
 #include <QSpinBox>
 #include <utility>
@@ -67,6 +69,17 @@ void MainWindow::fnSelectAll() {
 void MainWindow::fnInvertSelection() {
     fnRun(tr("Selecting"),
           [&](CqProgressDisplay* progress) { return m_Document.fnInvertSelection(progress); });
+}
+
+void MainWindow::fnAskFeather() {
+    constexpr double kStart = 5;
+    bool chosen = false;
+    const double radius =
+        QInputDialog::getDouble(this, tr("Feather Selection"), tr("&Radius in pixels:"), kStart,
+                                0.1, kMaxBlurSigma, 1, &chosen);
+    if (chosen)
+        fnRun(tr("Selecting"),
+              [&](CqProgressDisplay* progress) { return m_Document.fnFeather(radius, progress); });
 }
 
 void MainWindow::fnPlaceSelection(const CRect& place) {
@@ -201,22 +214,25 @@ void MainWindow::fnAskMerge() {
 
 void MainWindow::fnMerge(const QString& path) {
     Document second(0);
-    if (!fnReadSecond(second, path))
-        return;
+    if (fnReadSecond(second, path))
+        fnLay(second.fnGetImage());
+}
+
+void MainWindow::fnLay(CqImage& over) {
     MergePlan plan;
     {
-        MergeDialog dialog(second.fnGetImage(), m_Document.fnHasSelection(), *m_pView);
+        MergeDialog dialog(over, m_Document.fnHasSelection(), *m_pView);
         if (!fnAsk(dialog))
             return;
         plan = dialog.fnGetPlan();
     }
     fnRun(tr("Merge"), [&](CqProgressDisplay* progress) {
         return m_Document.fnChange(
-            "Merge", fnFindMerged(m_Document.fnGetImage(), second.fnGetImage(), plan),
+            "Merge", fnFindMerged(m_Document.fnGetImage(), over, plan),
             [&](CqImage& image, CqProgressDisplay* bar) {
                 CqMask* const selection =
                     m_Document.fnHasSelection() ? &m_Document.fnGetSelection() : nullptr;
-                fnMergePicture(image, second.fnGetImage(), plan, selection, bar);
+                fnMergePicture(image, over, plan, selection, bar);
             },
             progress);
     });
@@ -228,6 +244,11 @@ void MainWindow::fnOnDrawn(Tool tool, const std::vector<CqPoint2D>& points,
         return;
     if (tool == Tool::STRAIGHTEN)
         return fnStraighten(points.front(), points.back());
+    if (tool == Tool::EYEDROPPER) {
+        if (const auto color = fnFindColor(points.front()))
+            m_pColor->fnSetColor(*color);
+        return;
+    }
     if (tool == Tool::PICK)
         return fnSelectColor(points.front(), fnGetCombine(modifiers));
     // Takes less time than showing that it takes time.
@@ -241,14 +262,19 @@ void MainWindow::fnOnDrawn(Tool tool, const std::vector<CqPoint2D>& points,
     });
 }
 
-void MainWindow::fnSelectColor(const CqPoint2D& place, Document::Combine how) {
+std::optional<CqColor> MainWindow::fnFindColor(const CqPoint2D& place) {
     CqImage& image = m_Document.fnGetImage();
     if (place.m_X < 0 || place.m_Y < 0 || place.m_X >= image.Width || place.m_Y >= image.Height)
+        return std::nullopt;
+    return image.fnGetPixelColor(static_cast<int>(place.m_X), static_cast<int>(place.m_Y));
+}
+
+void MainWindow::fnSelectColor(const CqPoint2D& place, Document::Combine how) {
+    const auto color = fnFindColor(place);
+    if (!color)
         return;
-    const CqColor color =
-        image.fnGetPixelColor(static_cast<int>(place.m_X), static_cast<int>(place.m_Y));
     fnRun(tr("Selecting"), [&](CqProgressDisplay* progress) {
-        return m_Document.fnSelectColor(color, m_pTolerance->value(), how, progress);
+        return m_Document.fnSelectColor(*color, m_pTolerance->value(), how, progress);
     });
 }
 

@@ -12,6 +12,7 @@
 #include <QDropEvent>
 #include <QFile>
 #include <QFileInfo>
+#include <QInputDialog>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
@@ -33,6 +34,15 @@ QString fnFindFile(const QMimeData& data) {
     return {};
 }
 
+constexpr char kQualityKey[] = "quality";
+
+/// Anybody may have edited the settings file.
+int fnReadQuality(const QSettings& settings) {
+    constexpr int kUsual = 90;
+    const int quality = settings.value(kQualityKey, kUsual).toInt();
+    return quality >= 1 && quality <= 100 ? quality : kUsual;
+}
+
 /// What a set of FileExtra is called.
 QStringList fnNameExtras(std::uint32_t extras) {
     const std::pair<FileExtra, QString> names[] = {
@@ -40,7 +50,7 @@ QStringList fnNameExtras(std::uint32_t extras) {
         {EXTRA_DEPTH, QObject::tr("16 bits a channel; the picture has 8")},
         {EXTRA_CHANNELS, QObject::tr("ink colors or further channels")},
         {EXTRA_PROFILE, QObject::tr("a color profile (ICC)")},
-        {EXTRA_CAMERA, QObject::tr("camera data (EXIF), with the orientation")},
+        {EXTRA_CAMERA, QObject::tr("camera data (EXIF)")},
         {EXTRA_EDITING, QObject::tr("editing data (XMP)")},
         {EXTRA_PRESS, QObject::tr("captions and rights (IPTC)")},
         {EXTRA_NOTES, QObject::tr("notes")},
@@ -77,6 +87,23 @@ void MainWindow::fnAskOpen() {
     const QString path = fnAskPictureToOpen(this, tr("Open"));
     if (!path.isEmpty())
         fnOpen(path);
+}
+
+void MainWindow::fnAskOpenDamaged() {
+    if (!fnMayLeave())
+        return;
+    const QString path = fnAskPictureToOpen(this, tr("Open Damaged"));
+    if (!path.isEmpty())
+        fnOpen(path, true);
+}
+
+void MainWindow::fnAskQuality() {
+    bool chosen = false;
+    const int quality =
+        QInputDialog::getInt(this, tr("Quality of JPEG Files"), tr("&Quality, 1 to 100:"),
+                             fnReadQuality(m_Settings), 1, 100, 5, &chosen);
+    if (chosen)
+        m_Settings.setValue(kQualityKey, quality);
 }
 
 QString MainWindow::fnGetOwnPath() const {
@@ -137,7 +164,11 @@ QStringList MainWindow::fnListLosses(const QString& path, bool extras) const {
     const bool titled = format->m_eFormat == PICTURE_PNG || format->m_eFormat == PICTURE_TIFF;
     if (!titled && !image.Title.IsEmpty() && path != fnGetOwnPath())
         losses << tr("the title");
-    if (extras && m_Document.fnIsReduced())
+    if (const std::uint32_t lost = m_Document.fnFindLostMetadata(file.constData()); lost != 0)
+        losses << fnNameExtras(lost);
+    if (extras && m_Document.fnIsPartial())
+        losses << tr("what may still be rescued from the damaged file");
+    else if (extras && m_Document.fnIsReduced())
         losses << fnNameExtras(m_Document.fnGetExtras());
     return losses;
 }
@@ -169,8 +200,10 @@ bool MainWindow::fnSaveAs(const QString& path) {
         q32ShowMsgStr(text.toLocal8Bit().constData(), MB_OK | MB_ICONEXCLAMATION);
         return false;
     }
+    CqPictureOptions options;
+    options.m_nQuality = static_cast<unsigned int>(fnReadQuality(m_Settings));
     const bool done = fnRun(tr("Saving %1").arg(name), [&](CqProgressDisplay* progress) {
-        return m_Document.fnSave(file.toStdString(), progress);
+        return m_Document.fnSave(file.toStdString(), progress, options);
     });
     if (done)
         m_pRecent->fnAdd(path);
@@ -194,12 +227,18 @@ bool MainWindow::fnMayLeave() {
     return answer == QMessageBox::Discard;
 }
 
-bool MainWindow::fnOpen(const QString& path) {
+bool MainWindow::fnOpen(const QString& path, bool partial) {
     const QString full = QFileInfo(path).absoluteFilePath(); // also for the recent files
     const bool done =
         fnRun(tr("Opening %1").arg(QFileInfo(full).fileName()), [&](CqProgressDisplay* progress) {
-            return m_Document.fnOpen(QFile::encodeName(full).toStdString(), progress);
+            return m_Document.fnOpen(QFile::encodeName(full).toStdString(), progress, partial);
         });
+    if (done && m_Document.fnIsPartial())
+        statusBar()->showMessage(tr("The file is damaged: this is as far as it goes"), kMessageMs);
+    else if (done && m_Document.fnIsReduced())
+        statusBar()->showMessage(
+            tr("The file also holds: %1").arg(fnNameExtras(m_Document.fnGetExtras()).join(", ")),
+            kMessageMs);
     if (done) {
         m_pRecent->fnAdd(full);
         m_pView->fnSetFit(true);

@@ -7,31 +7,29 @@ namespace darkroom {
 
 namespace {
 
-/// Whether a rule lets a pixel of the second picture cover the first one's.
+/// The weight that a rule gives a pixel of the second picture, apart from its alpha.
 class Cover {
 public:
-    Cover(const MergePlan& plan, Document& document, bool hasAlpha)
-        : m_eRule(plan.m_eRule), m_bAlpha(hasAlpha),
+    Cover(const MergePlan& plan, Document& document)
+        : m_eRule(plan.m_eRule),
           m_nKey(qRgb(plan.m_Key.m_Red, plan.m_Key.m_Green, plan.m_Key.m_Blue)),
           m_Selection(document) {}
 
-    bool fnCovers(QRgb over, int x, int y) {
+    unsigned int fnGetWeight(QRgb over, int x, int y) {
         switch (m_eRule) {
-        case MergeRule::ALL:
-            break;
         case MergeRule::KEY:
-            return (over | 0xFF000000u) != m_nKey;
+            return (over | 0xFF000000u) != m_nKey ? 255 : 0;
         case MergeRule::SELECTION:
-            return m_Selection.fnHas(x, y);
+            return m_Selection.fnGetWeight(x, y);
+        case MergeRule::ALL:
         case MergeRule::ALPHA:
-            return !m_bAlpha || qAlpha(over) >= kOpaqueFrom;
+            break;
         }
-        return true;
+        return 255;
     }
 
 private:
     MergeRule m_eRule;
-    bool m_bAlpha;
     QRgb m_nKey;
     SelectionReader m_Selection;
 };
@@ -46,10 +44,12 @@ void fnShowMerge(PictureView& view, CqImage& over, const MergePlan& plan) {
     q32::fnTryMemory([&] {
         PixelProbe above(over);
         PixelProbe below(*view.fnGetImage());
-        Cover cover(plan, view.fnGetDocument(), over.BitCount == 32);
+        Cover cover(plan, view.fnGetDocument());
+        const bool covers = plan.m_eRule == MergeRule::ALPHA;
         fnShowPart(view, place, [&](int x, int y) {
             const QRgb pixel = above.fnRead(x - plan.m_nX, y - plan.m_nY);
-            return cover.fnCovers(pixel, x, y) ? pixel : below.fnRead(x, y);
+            return fnBlendSeen(pixel, below.fnRead(x, y), cover.fnGetWeight(pixel, x, y), covers,
+                               view.fnGetImage()->BitCount);
         });
     });
 }

@@ -1,6 +1,6 @@
 #include "examples/darkroom/ui/NewDialog.h"
 
-#include "examples/darkroom/model/Pictures.h"
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/ui/ColorButton.h"
 #include "examples/darkroom/ui/Focus.h"
 #include "examples/darkroom/ui/SizeLabel.h"
@@ -46,7 +46,7 @@ NewDialog::NewDialog(QWidget* parent)
 }
 
 void NewDialog::fnTellBytes() {
-    m_pBytes->fnTell({m_pWidth->value(), m_pHeight->value()}, kBits);
+    m_pBytes->fnShow({m_pWidth->value(), m_pHeight->value()}, kBits);
 }
 
 unsigned int NewDialog::fnGetWidth() const {

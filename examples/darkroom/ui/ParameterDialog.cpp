@@ -3,6 +3,7 @@
 #include "examples/darkroom/model/Document.h"
 #include "examples/darkroom/ui/ColorButton.h"
 #include "examples/darkroom/ui/DecimalBox.h"
+#include "examples/darkroom/ui/HistogramView.h"
 #include "examples/darkroom/ui/PictureView.h"
 #include "examples/darkroom/ui/Placement.h"
 #include "examples/darkroom/ui/SizeLabel.h"
@@ -44,6 +45,8 @@ ParameterDialog::ParameterDialog(const Operation& operation, const Values& start
                                  QWidget* parent)
     : PreviewDialog(tr(operation.m_pszName), view, parent), m_Operation(operation),
       m_Preview(view.fnGetDocument(), view, operation) {
+    if (operation.m_bHistogram)
+        fnGetForm().addRow(new HistogramView(view.fnGetDocument()));
     for (std::size_t i = 0; i < start.size(); ++i)
         fnAdd(operation.m_Parameters[i], start[i]);
     if (operation.m_ePreview == PreviewKind::SIZE)
@@ -200,7 +203,7 @@ void ParameterDialog::fnOnValue() {
     if (m_pBytes)
         q32::fnTryMemory([&] {
             const CqImage& image = fnGetView().fnGetDocument().fnGetImage();
-            m_pBytes->fnTell(fnFindPlacement(m_Operation, image, fnGetValues()).m_Size,
+            m_pBytes->fnShow(fnFindPlacement(m_Operation, image, fnGetValues()).m_Size,
                              image.BitCount);
         });
     fnChanged();

@@ -1,5 +1,7 @@
 #include "examples/darkroom/ui/PartPreview.h"
 
+#include "examples/darkroom/model/PixelBlend.h"
+
 namespace darkroom {
 
 SelectionReader::SelectionReader(Document& document) {
@@ -9,9 +11,21 @@ SelectionReader::SelectionReader(Document& document) {
     m_Mask.emplace(document.fnGetSelection());
 }
 
-bool SelectionReader::fnHas(int x, int y) {
-    return m_Mask && m_Bound.PtInRect(CPoint(x, y)) &&
-           qRed(m_Mask->fnRead(x - m_Bound.left, y - m_Bound.top)) != 0;
+unsigned int SelectionReader::fnGetWeight(int x, int y) {
+    if (!m_Mask || !m_Bound.PtInRect(CPoint(x, y)))
+        return 0;
+    return static_cast<unsigned int>(qRed(m_Mask->fnRead(x - m_Bound.left, y - m_Bound.top)));
+}
+
+QRgb fnBlendSeen(QRgb over, QRgb below, unsigned int weight, bool covers, unsigned int bits) {
+    const auto split = [](QRgb pixel) {
+        return BlendPixel{pixel >> 24, pixel >> 16 & 0xFF, pixel >> 8 & 0xFF, pixel & 0xFF};
+    };
+    BlendPixel above = split(over);
+    if (bits == 8)
+        above[1] = above[2] = above[3] = (77 * above[1] + 150 * above[2] + 29 * above[3]) / 256;
+    const BlendPixel made = fnBlendPixel(above, split(below), weight, covers, bits == 32);
+    return made[0] << 24 | made[1] << 16 | made[2] << 8 | made[3];
 }
 
 } // namespace darkroom

@@ -17,13 +17,17 @@ class SelectionReader {
 public:
     explicit SelectionReader(Document& document);
 
-    /// Whether a pixel of the picture is selected; never without a selection.
-    bool fnHas(int x, int y);
+    /// The weight of a pixel of the picture, 0 to 255; 0 without a selection.
+    unsigned int fnGetWeight(int x, int y);
 
 private:
     CRect m_Bound;
     std::optional<PixelProbe> m_Mask;
 };
+
+/// What q32Blend makes of a pixel of a picture that has `bits` bits.
+/// @param covers  as BLEND_OVER, otherwise as BLEND_REPLACE
+QRgb fnBlendSeen(QRgb over, QRgb below, unsigned int weight, bool covers, unsigned int bits);
 
 /// Shows a preview of a part of the picture: what `read` returns (a QRgb, without gamma) for each
 /// position of the picture that the view samples. Does nothing when the part isn't visible. Raises
@@ -43,7 +47,10 @@ void fnShowPart(PictureView& view, const CRect& part, Read&& read) {
         [&](int x, int y) {
             return read(columns[static_cast<std::size_t>(x)], rows[static_cast<std::size_t>(y)]);
         },
-        [&](QRgb* row, int y) { view.fnLayOverBoard(row, size.width(), corner + QPoint(0, y)); });
+        [&](QRgb* row, int y) {
+            view.fnLayOverBoard(row, size.width(), corner + QPoint(0, y));
+            view.fnConvertColors(row, size.width());
+        });
     view.fnShowPreview(screen, corner, false);
 }
 

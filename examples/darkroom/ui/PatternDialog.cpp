@@ -1,6 +1,6 @@
 #include "examples/darkroom/ui/PatternDialog.h"
 
-#include "examples/darkroom/model/Pictures.h"
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/ui/PartPreview.h"
 #include "q32Base/framework/Memory.h"
 
@@ -40,9 +40,11 @@ void PatternDialog::fnShowPreview() {
         const auto height = static_cast<LONG>(m_Pattern.Height);
         const CPoint corner(edited.left + fnGetCorner().x, edited.top + fnGetCorner().y);
         fnShowPart(view, edited, [&](int x, int y) {
-            return selected && !selection.fnHas(x, y)
-                       ? below.fnRead(x, y)
-                       : tile.fnRead(fnModulo(x - corner.x, width), fnModulo(y - corner.y, height));
+            const unsigned int weight = selected ? selection.fnGetWeight(x, y) : 255;
+            const QRgb pixel =
+                tile.fnRead(fnModulo(x - corner.x, width), fnModulo(y - corner.y, height));
+            return fnBlendSeen(pixel, below.fnRead(x, y), weight, false,
+                               document.fnGetImage().BitCount);
         });
     });
 }

@@ -1,5 +1,6 @@
 #include "examples/darkroom/ui/PictureView.h"
 
+#include "examples/darkroom/model/PixelBlend.h"
 #include "examples/darkroom/model/Shapes.h"
 #include "examples/darkroom/ui/SeenPart.h"
 #include "q32Base/framework/Memory.h"
@@ -18,10 +19,14 @@ namespace {
 
 /// A curve has a start, two handles and an end, each set by a click.
 constexpr std::size_t kCurvePoints = 4;
-constexpr QRgb kShade = qRgba(0, 0, 0, 150);
+constexpr unsigned int kShade = 150; ///< alpha of black over what isn't selected
+
+bool fnIsClicked(Tool tool) {
+    return tool == Tool::PICK || tool == Tool::EYEDROPPER;
+}
 
 bool fnIsDragged(Tool tool) {
-    return tool != Tool::PAN && tool != Tool::CURVE && tool != Tool::PICK;
+    return tool != Tool::PAN && tool != Tool::CURVE && !fnIsClicked(tool);
 }
 
 /// Light on dark, visible on any background.
@@ -102,15 +107,16 @@ QImage PictureView::fnMakeShade() const {
         auto* const out =
             reinterpret_cast<QRgb*>(shade.scanLine(seen.m_Rows.m_nFirst + static_cast<int>(y))) +
             seen.m_Columns.m_nFirst;
-        std::fill_n(out, columns.size(), kShade);
+        std::fill_n(out, columns.size(), qRgba(0, 0, 0, kShade));
         if (row < bound.top || row >= bound.bottom)
             continue;
         if (std::exchange(read, row - bound.top) != row - bound.top)
             mask.fnAccessLine(static_cast<unsigned int>(read), &line, true);
         for (std::size_t x = 0; x < columns.size(); ++x)
-            if (columns[x] >= bound.left && columns[x] < bound.right &&
-                line.LineBuffer[columns[x] - bound.left] != 0)
-                out[x] = 0;
+            if (columns[x] >= bound.left && columns[x] < bound.right)
+                out[x] = qRgba(0, 0, 0,
+                               static_cast<int>(fnShare(
+                                   kShade, 255u - line.LineBuffer[columns[x] - bound.left])));
     }
     shade.setDevicePixelRatio(devicePixelRatioF());
     return shade;
@@ -196,7 +202,7 @@ void PictureView::fnTakePress(const QMouseEvent& event) {
     m_Points.push_back(m_Cursor);
     if (drags)
         m_bDragging = true;
-    else if (m_eTool == Tool::PICK || m_Points.size() == kCurvePoints)
+    else if (fnIsClicked(m_eTool) || m_Points.size() == kCurvePoints)
         fnFinish(event.modifiers());
 }
 
@@ -273,7 +279,7 @@ void PictureView::fnFinish(Qt::KeyboardModifiers modifiers) {
     viewport()->update();
     if (m_eTool == Tool::ADJUST)
         return fnFinishAdjusting();
-    if (points.size() > 1 || m_eTool == Tool::PICK)
+    if (points.size() > 1 || fnIsClicked(m_eTool))
         Q_EMIT drawn(m_eTool, points, modifiers);
 }
 

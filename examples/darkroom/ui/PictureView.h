@@ -19,7 +19,8 @@ enum class Tool {
     ELLIPSE,
     FREEHAND,
     PICK,
-    ADJUST, ///< moves and scales the selection
+    EYEDROPPER, ///< takes over a colour
+    ADJUST,     ///< moves and scales the selection
     STRAIGHTEN,
     LINE,
     CURVE

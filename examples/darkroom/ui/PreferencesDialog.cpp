@@ -61,7 +61,7 @@ PreferencesDialog::PreferencesDialog(unsigned int levels, QWidget* parent) : QDi
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     layout->addWidget(buttons);
     m_pOk = buttons->button(QDialogButtonBox::Ok);
-    fnTell();
+    fnShowDisks();
 }
 
 QWidget* PreferencesDialog::fnMakeMemoryPage(unsigned int levels) {
@@ -148,8 +148,8 @@ void PreferencesDialog::fnAddDisk(unsigned int index, QGridLayout& grid) {
     auto* const browse = new QPushButton(tr("Browse…"));
     browse->setAccessibleName(tr("Browse for disk %1").arg(number));
     connect(browse, &QPushButton::clicked, this, [this, disk] { fnBrowse(disk); });
-    connect(disk.m_pPath, &QLineEdit::textChanged, this, &PreferencesDialog::fnTell);
-    connect(disk.m_pOn, &QCheckBox::toggled, this, &PreferencesDialog::fnTell);
+    connect(disk.m_pPath, &QLineEdit::textChanged, this, &PreferencesDialog::fnShowDisks);
+    connect(disk.m_pOn, &QCheckBox::toggled, this, &PreferencesDialog::fnShowDisks);
     const int row = static_cast<int>(index);
     grid.addWidget(disk.m_pOn, row, 0);
     grid.addWidget(disk.m_pPath, row, 1);
@@ -179,7 +179,7 @@ QString PreferencesDialog::fnFindFault(const Disk& disk) {
     return folder.isWritable() ? QString() : tr("can't be written");
 }
 
-void PreferencesDialog::fnTell() {
+void PreferencesDialog::fnShowDisks() {
     bool usable = true;
     for (const Disk& disk : m_Disks) {
         const QString path = disk.m_pPath->text();

@@ -41,7 +41,7 @@ private:
     /// Why a folder can't hold scratch files; empty when it can, and for no folder.
     static QString fnFindFault(const Disk& disk);
     /// Shows the free space of each disk, and disables OK while one can't be used.
-    void fnTell();
+    void fnShowDisks();
     /// Shows the share of the memory in bytes.
     void fnTellShare();
 

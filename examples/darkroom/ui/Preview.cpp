@@ -1,12 +1,14 @@
 #include "examples/darkroom/ui/Preview.h"
 
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Document.h"
-#include "examples/darkroom/model/Pictures.h"
+#include "examples/darkroom/model/PixelBlend.h"
 #include "examples/darkroom/ui/PictureView.h"
 #include "examples/darkroom/ui/PixelProbe.h"
 #include "examples/darkroom/ui/Placement.h"
 #include "examples/darkroom/ui/SeenPart.h"
 #include "q32Base/framework/Memory.h"
+#include "q32Base/image/PixelAccess.h"
 
 #include <algorithm>
 #include <cmath>
@@ -23,6 +25,10 @@ namespace {
 /// scattered pixels for each value would take too long when it isn't in memory. No copy is made
 /// that would itself have more pixels: its visible part then lies close together.
 constexpr double kMaxRead = 8e6;
+/// The lowest zoom at which previews take means.
+constexpr double kMinMeans = 0.25;
+/// Pixels around the visible part that previews of areas read at most.
+constexpr int kMaxPreviewReach = 64;
 
 /// The positions needed for samples and `radius` positions around each, without repetition; `seen`
 /// receives the index of each sample among them.
@@ -129,7 +135,17 @@ void Preview::fnSampleVisible() {
     const auto width = static_cast<int>(image.Width);
     const auto height = static_cast<int>(image.Height);
     const SeenPart seen(m_View, CRect(0, 0, width, height));
-    const int radius = m_Operation.m_ePreview == PreviewKind::NEIGHBOURS ? 1 : 0;
+    const double zoom = m_View.fnGetZoom();
+    const bool reduced = zoom < 1;
+    // Around each pixel of a reduced picture are pixels of the reduced picture.
+    const int radius = m_Operation.m_ePreview == PreviewKind::PIXELS       ? 0
+                       : m_Operation.m_ePreview == PreviewKind::NEIGHBOURS ? 1
+                       : reduced                                           ? 0
+                                                                           : kMaxPreviewReach;
+    m_nSide = m_View.fnIsAveraging() && reduced && zoom >= kMinMeans &&
+                      m_Operation.m_ePreview != PreviewKind::NEIGHBOURS
+                  ? static_cast<int>(std::lround(1 / zoom))
+                  : 1;
     m_Corner = {seen.m_Columns.m_nFirst, seen.m_Rows.m_nFirst};
     m_Columns = fnGather(seen.m_Columns.m_Samples, radius, width, m_SeenColumns);
     m_Rows = fnGather(seen.m_Rows.m_Samples, radius, height, m_SeenRows);
@@ -140,6 +156,7 @@ void Preview::fnSampleWhole() {
     const CqImage& image = m_Document.fnGetImage();
     const double zoom = m_View.fnGetZoom();
     m_Columns.clear();
+    m_nSide = 1;
     const double pixels = static_cast<double>(image.Width) * image.Height;
     if (zoom >= 1 || pixels <= kMaxRead || pixels * zoom * zoom > kMaxRead)
         return;
@@ -161,12 +178,56 @@ void Preview::fnTake() {
     CqImageLine line;
     for (std::size_t y = 0; y < m_Rows.size(); ++y) {
         m_Base.fnAccessLine(static_cast<unsigned int>(y), &line, false);
+        if (m_nSide > 1 && image.BitCount >= 24) {
+            fnTakeMeans(line, y);
+            continue;
+        }
         unsigned char* out = line.LineBuffer;
         for (const int column : m_Columns) {
             std::memcpy(out, image.fnGetPixelAddr(column, m_Rows[y]), pixel);
             out += pixel;
         }
     }
+}
+
+/// Fills a row of the base with means of squares of the picture.
+void Preview::fnTakeMeans(CqImageLine& line, std::size_t y) {
+    CqImage& image = m_Document.fnGetImage();
+    const std::size_t pixel = image.BytesPerPixel;
+    const auto width = static_cast<int>(image.Width);
+    const auto height = static_cast<int>(image.Height);
+    const int half = m_nSide / 2;
+    const int top = std::clamp(m_Rows[y] - half, 0, std::max(0, height - m_nSide));
+    const int bottom = std::min(height, top + m_nSide);
+    std::vector<unsigned int> sums(m_Columns.size() * 4);
+    const int first = std::max(0, m_Columns.front() - m_nSide);
+    const int end = std::min(width, m_Columns.back() + m_nSide + 1);
+    std::vector<unsigned char> row(static_cast<std::size_t>(end - first) * pixel);
+    const CqPixelReader reader(image, PIXEL_STORED);
+    for (int at = top; at < bottom; ++at) {
+        reader.fnReadRow(static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(at),
+                         static_cast<std::uint32_t>(end - first), row.data());
+        for (std::size_t x = 0; x < m_Columns.size(); ++x) {
+            const int left = std::clamp(m_Columns[x] - half, 0, std::max(0, width - m_nSide));
+            const int right = std::min(width, left + m_nSide);
+            for (std::size_t i = static_cast<std::size_t>(left - first) * pixel;
+                 i < static_cast<std::size_t>(right - first) * pixel; ++i)
+                sums[4 * x + i % pixel] += row[i];
+        }
+    }
+    const auto count = static_cast<unsigned int>((bottom - top) * std::min(width, m_nSide));
+    for (std::size_t x = 0; x < m_Columns.size(); ++x)
+        for (std::size_t i = 0; i < pixel; ++i)
+            line.LineBuffer[x * pixel + i] =
+                static_cast<unsigned char>((sums[4 * x + i] + count / 2) / count);
+}
+
+/// The values for the base, in which a radius covers fewer pixels.
+Values Preview::fnScale(const Values& values) const {
+    Values scaled = values;
+    if (m_Operation.m_ePreview == PreviewKind::AREA && m_View.fnGetZoom() < 1)
+        scaled[0] = std::max(1, static_cast<int>(std::lround(values[0] * m_View.fnGetZoom())));
+    return scaled;
 }
 
 void Preview::fnKeepUnselected(CqImage& image) {
@@ -185,9 +246,9 @@ void Preview::fnKeepUnselected(CqImage& image) {
         image.fnAccessLine(static_cast<unsigned int>(y), &after, false);
         for (std::size_t x = 0; x < m_Columns.size(); ++x) {
             const int column = m_Columns[x];
-            if (!crossed || column < bound.left || column >= bound.right ||
-                weights.LineBuffer[column - bound.left] == 0)
-                std::memcpy(after.LineBuffer + x * pixel, before.LineBuffer + x * pixel, pixel);
+            const bool inside = crossed && column >= bound.left && column < bound.right;
+            fnMixBack(after.LineBuffer + x * pixel, before.LineBuffer + x * pixel, pixel,
+                      inside ? weights.LineBuffer[column - bound.left] : 0);
         }
     }
 }
@@ -197,7 +258,7 @@ void Preview::fnShowLocal(const Values& values) {
         return;
     CqImage image;
     fnCopyPicture(m_Base, image, nullptr);
-    m_Operation.m_pRun(image, values, nullptr);
+    m_Operation.m_pRun(image, fnScale(values), nullptr);
     if (m_Document.fnHasSelection() && m_Document.fnCanSelect())
         fnKeepUnselected(image);
     PixelProbe reader(image);
@@ -210,6 +271,7 @@ void Preview::fnShowLocal(const Values& values) {
         },
         [&](QRgb* row, int y) {
             m_View.fnLayOverBoard(row, size.width(), m_Corner + QPoint(0, y));
+            m_View.fnConvertColors(row, size.width());
         });
     m_View.fnShowPreview(screen, m_Corner, false);
 }
@@ -245,7 +307,8 @@ void Preview::fnShowMoved(const Values& values) {
             return reader.fnRead({across.m_Samples[static_cast<std::size_t>(x)] + 0.5,
                                   down.m_Samples[static_cast<std::size_t>(y)] + 0.5});
         },
-        [](QRgb*, int) {}); // alpha isn't shown while the picture moves
+        // Alpha isn't shown while the picture moves.
+        [&](QRgb* row, int) { m_View.fnConvertColors(row, size.width()); });
     m_View.fnShowPreview(screen, {across.m_nFirst, down.m_nFirst}, true);
 }
 

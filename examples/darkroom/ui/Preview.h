@@ -17,8 +17,9 @@ class PictureView;
 ///
 /// For operations that change pixels in place, the visible part is copied once, with the neighbours
 /// that the operation reads: each change of the values then works on a fresh copy of it, whatever
-/// the size of the picture. The nearest pixel of the result is shown, even below a zoom of 1/4,
-/// where the view itself shows means.
+/// the size of the picture. Where the view shows means of the picture's pixels, the operation runs
+/// on these; below a zoom of 1/4 the nearest pixel of the result is shown. Radii are reduced with
+/// the picture.
 ///
 /// For operations that move pixels, the result is shown per screen pixel: the position at the
 /// centre of the view stays there, as far as the view can scroll the result. Where the operation
@@ -44,7 +45,9 @@ private:
     void fnSampleVisible();
     void fnSampleWhole();
     void fnTake();
+    void fnTakeMeans(CqImageLine& line, std::size_t y);
     void fnKeepUnselected(CqImage& image);
+    Values fnScale(const Values& values) const;
 
     Document& m_Document;
     PictureView& m_View;
@@ -53,6 +56,7 @@ private:
     CqImage m_Base;             ///< pixels of the picture, unchanged; may be empty
     std::vector<int> m_Columns; ///< of the picture, for each column of the base
     std::vector<int> m_Rows;
+    int m_nSide = 1; ///< pixels of the picture that one of the base is the mean of, along each side
     std::vector<int> m_SeenColumns; ///< of the base, for each column of the screen
     std::vector<int> m_SeenRows;
     QPoint m_Corner; ///< position of the first of them, in screen pixels

@@ -1,6 +1,6 @@
 #include "examples/darkroom/ui/SizeLabel.h"
 
-#include "examples/darkroom/model/Pictures.h"
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/ui/Texts.h"
 
 #include <QPushButton>
@@ -11,7 +11,7 @@ SizeLabel::SizeLabel(QPushButton& ok, QWidget* parent) : QLabel(parent), m_Ok(ok
     setObjectName("bytes");
 }
 
-void SizeLabel::fnTell(const QSize& size, unsigned int bits) {
+void SizeLabel::fnShow(const QSize& size, unsigned int bits) {
     const std::uint64_t bytes = fnCountBytes(static_cast<std::uint64_t>(size.width()),
                                              static_cast<std::uint64_t>(size.height()), bits);
     const bool possible = bytes <= kMaxBytes;

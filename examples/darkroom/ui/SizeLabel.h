@@ -15,7 +15,7 @@ public:
     /// @param ok  not owned; must outlive any update of this label
     explicit SizeLabel(QPushButton& ok, QWidget* parent = nullptr);
 
-    void fnTell(const QSize& size, unsigned int bits);
+    void fnShow(const QSize& size, unsigned int bits);
 
 private:
     QPushButton& m_Ok;

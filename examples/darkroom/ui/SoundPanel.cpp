@@ -1,7 +1,7 @@
 #include "examples/darkroom/ui/SoundPanel.h"
 
 #include "examples/darkroom/model/Progress.h"
-#include "examples/sound/Oscillogram.h"
+#include "examples/sound/WholeOscillogram.h"
 #include "platforms/qt/CqImageView.h"
 #include "plugins/WaveFile.h"
 #include "q32Base/framework/Exceptions.h"

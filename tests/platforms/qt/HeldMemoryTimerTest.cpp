@@ -7,6 +7,7 @@
 #include <thread>
 
 using namespace std::chrono_literals;
+using q32::qt::HeldMemoryTimer;
 
 namespace {
 

@@ -98,6 +98,56 @@ TEST_F(ImageMeans, ALargeViewIsRefinedInIdleTimeToTheSamePixels) {
     EXPECT_TRUE(whole == fnPixels());
 }
 
+TEST_F(ImageMeans, ALargeViewIsOfOneKindAtEveryInstant) {
+    ASSERT_NO_FATAL_FAILURE(fnMake(6000, 4500, 24, QSize(1500, 1100)));
+    m_pView->fnSetAveraging(true);
+    m_pView->fnSetZoom(0.26);
+    fnSettle(); // scroll bars change the view's size
+    m_pView->fnImageChanged();
+    m_pView->fnDrawNow();
+    QImage nearest(fnPixels().size(), QImage::Format_RGB32);
+    nearest.fill(m_pView->palette().color(QPalette::Mid));
+    QImage means = nearest.copy();
+    const q32::qt::SamplePlace place{fnGetOrigin(), m_pView->fnGetZoom()};
+    q32::qt::fnSampleTiles(*m_pImage, nullptr, place, nearest.rect(), nearest);
+    q32::qt::fnSampleMeans(*m_pImage, place, means.rect(), means);
+    ASSERT_FALSE(nearest == means);
+    do {
+        ASSERT_TRUE(fnPixels() == nearest || fnPixels() == means);
+        QCoreApplication::processEvents();
+    } while (m_pView->fnIsRefining());
+    EXPECT_TRUE(fnPixels() == means);
+}
+
+TEST_F(ImageMeans, ColoursAreConvertedAfterSamplingAtEveryZoom) {
+    ASSERT_NO_FATAL_FAILURE(fnMake(1301, 907, 24, QSize(220, 150)));
+    m_pView->fnSetAveraging(true);
+    for (const double zoom : {0.1, 0.5, 1.0, 3.0}) {
+        m_pView->fnSetColors({});
+        m_pView->fnSetZoom(zoom);
+        fnSettle();
+        QImage expected = fnPixels().copy();
+        const QPoint origin = fnGetOrigin();
+        for (int y = 0; y < expected.height(); ++y)
+            for (int x = 0; x < expected.width(); ++x) {
+                const QPoint at = QPoint(x, y) + origin;
+                const QRgb was = expected.pixel(x, y);
+                if (at.x() >= 0 && at.y() >= 0 && (at.x() + 0.5) / zoom < m_pImage->Width &&
+                    (at.y() + 0.5) / zoom < m_pImage->Height)
+                    expected.setPixel(x, y, qRgb(qBlue(was), qGreen(was), 255 - qRed(was)));
+            }
+        m_pView->fnSetColors([](QRgb* row, int count) {
+            for (int i = 0; i < count; ++i)
+                row[i] = qRgb(qBlue(row[i]), qGreen(row[i]), 255 - qRed(row[i]));
+        });
+        fnSettle();
+        EXPECT_TRUE(fnPixels() == expected) << zoom;
+        QRgb one = qRgb(10, 20, 30);
+        m_pView->fnConvertColors(&one, 1);
+        EXPECT_EQ(one, qRgb(30, 20, 245));
+    }
+}
+
 TEST_F(ImageMeans, AChangedPartIsShownAsMeans) {
     ASSERT_NO_FATAL_FAILURE(fnMake(700, 500, 24));
     m_pView->fnSetAveraging(true);

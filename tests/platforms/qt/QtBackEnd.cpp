@@ -264,6 +264,8 @@ private:
     QObject m_Owner;
 };
 
+constexpr std::uint32_t kConcurrency = 5;
+
 /// The desktop back end, with its files in a new folder that is removed with the test.
 /// @param bits  depth of the screen; 0: its own
 /// @param over  the library draws over a widget that isn't a canvas
@@ -274,6 +276,7 @@ ContractBackEnd fnDesktop(const std::string& name, std::set<CONTRACT> contracts,
                 CqQtOptions options;
                 options.m_Posix.m_szConfigDirectory = folder->path().toStdString() + "/config";
                 options.m_Posix.m_szLocale = "C.UTF-8";
+                options.m_Posix.m_nConcurrency = kConcurrency;
                 options.m_nBits = bits;
                 const auto windows = q32QtWindows();
                 ContractWorld made;
@@ -296,7 +299,7 @@ ContractBackEnd fnDesktop(const std::string& name, std::set<CONTRACT> contracts,
 } // namespace
 
 std::vector<ContractBackEnd> fnGetBackEnds() {
-    return {
+    std::vector<ContractBackEnd> all = {
         fnDesktop("Desktop",
                   {CONTRACT::MEMORY, CONTRACT::SCRATCH, CONTRACT::FILES, CONTRACT::LOCALE,
                    CONTRACT::SCREEN, CONTRACT::REGIONS, CONTRACT::PALETTES, CONTRACT::BOXES,
@@ -304,6 +307,12 @@ std::vector<ContractBackEnd> fnGetBackEnds() {
                   0, false),
         fnDesktop("Bits8Over", {CONTRACT::SCREEN, CONTRACT::REGIONS, CONTRACT::PALETTES}, 8, true),
         fnDesktop("Bits16", {CONTRACT::SCREEN, CONTRACT::REGIONS, CONTRACT::PALETTES}, 16, false)};
+    // The threads of the POSIX back end, if it was built with any.
+    CqPosixOptions options;
+    options.m_nConcurrency = kConcurrency;
+    if (q32PosixPlatform(options).m_pWork)
+        all[0].m_Contracts.insert(CONTRACT::WORK);
+    return all;
 }
 
 std::set<CONTRACT> fnGetOmittedContracts() {

@@ -1,0 +1,154 @@
+#!/usr/bin/env python3
+"""Times the library beside other libraries in the same rounds, on one thread and on several.
+
+Each round runs all of them. The ratio is the median over the rounds of the time of the fastest peer
+divided by ours: above 1 the library is ahead. Real time counts. Peers use one thread.
+"""
+import argparse
+import json
+import os
+import pathlib
+import re
+import statistics
+
+import run as bench
+
+RESULTS = bench.BUILD.parent / "peers.json"
+
+# What is done, the ratio to be reached, our program and row, and the peers'.
+WORK = [
+    ("filter 24 bits to 1333 x 1000", 1.3, "ResampleBench", "Filter/24/4000x3000_to_1333x1000",
+     [("ZimgPeer", "fnResize/fnResample_24_third"), ("VipsPeer", "fnResize/fnResample_24_third/real_time")]),
+    ("filter grey to 1333 x 1000", 1.1, "ResampleBench", "Filter/8/4000x3000_to_1333x1000",
+     [("ZimgPeer", "fnResize/fnResample_8_third"), ("VipsPeer", "fnResize/fnResample_8_third/real_time")]),
+    ("filter 32 bits to 1333 x 1000", 1.7, "ResampleBench", "Filter/32/4000x3000_to_1333x1000",
+     [("QtPeer", "fnResize/fnResample_32_third/process_time")]),
+    ("filter 24 bits 1000 x 750 to 4000 x 3000", 1.4, "ResampleBench", "Filter/24/1000x750_to_4000x3000",
+     [("ZimgPeer", "fnResize/fnResample_24_times_4"), ("OpenCvPeer", "fnResize/fnResample_24_times_4_cubic")]),
+    ("filter 24 bits, height only", None, "ResampleBench", "Filter/24/4000x3000_to_4000x1000",
+     [("ZimgPeer", "fnResize/fnResample_24_height"), ("VipsPeer", "fnResize/fnResample_24_height/real_time")]),
+    ("nearest 24 bits to 1333 x 1000", 1.0, "ResampleBench", "Nearest/24/4000x3000_to_1333x1000",
+     [("OpenCvPeer", "fnResize/fnResample_24_nearest_third")]),
+    ("nearest 24 bits to 8000 x 6000", 1.6, "ResampleBench", "Nearest/24/4000x3000_to_8000x6000",
+     [("OpenCvPeer", "fnResize/fnResample_24_nearest_times_2")]),
+    ("90 degrees, 8 bits", None, "RotateBench", "Right90/8",
+     [("OpenCvPeer", "fnRotateRight/fnRotate_90_8"), ("VipsPeer", "fnRotate/fnRotate_90_8/real_time")]),
+    ("90 degrees, 24 bits", None, "RotateBench", "Right90/24",
+     [("OpenCvPeer", "fnRotateRight/fnRotate_90_24"), ("VipsPeer", "fnRotate/fnRotate_90_24/real_time")]),
+    ("90 degrees, 32 bits", None, "RotateBench", "Right90/32",
+     [("OpenCvPeer", "fnRotateRight/fnRotate_90_32"), ("CairoPeer", "fnDraw/fnRotate_90_32")]),
+    ("30 degrees bilinear, 24 bits", 2.0, "RotateBench", "Any30/bilinear/24",
+     [("OpenCvPeer", "fnRotateAny/fnRotate_30_bilinear_24")]),
+    ("30 degrees bilinear, 32 bits", 2.0, "RotateBench", "Any30/bilinear/32",
+     [("OpenCvPeer", "fnRotateAny/fnRotate_30_bilinear_32"), ("CairoPeer", "fnDraw/fnRotate_30_bilinear_32")]),
+    ("30 degrees nearest, 24 bits", None, "RotateBench", "Any30/nearest/24",
+     [("OpenCvPeer", "fnRotateAny/fnRotate_30_nearest_24")]),
+    ("brightness, 24 bits", None, "ToneBench", "fnBrightContrast/image:24",
+     [("OpenCvPeer", "one table, for fnBrightContrast at 24 bits")]),
+    ("colour balance, 24 bits", None, "ToneBench", "fnColorBalance/image:24",
+     [("AggOperationsPeer", "three tables, for fnColorBalance at 24 bits")]),
+    ("hue, 24 bits", None, "ToneBench", "fnHueSaturation/image:24",
+     [("OpenCvPeer", "three passes, for fnHueSaturation at 24 bits")]),
+    ("convert 8 to 24 bits", 1.0, "ImageBench", "fnConvert, from/to/8/24",
+     [("SwscalePeer", "fnScale/Pal8ToRgb24_fnConvert_8_24")]),
+    ("convert 24 to 32 bits", 1.0, "ImageBench", "fnConvert, from/to/24/32",
+     [("OpenCvPeer", "fnCvtColor/RgbToRgba_fnConvert_24_32"), ("SwscalePeer", "fnScale/Rgb24ToArgb_fnConvert_24_32")]),
+    ("convert 16 to 24 bits", 1.0, "ImageBench", "fnConvert, from/to/16/24",
+     [("OpenCvPeer", "fnCvtColor/Bgr565ToRgb_fnConvert_16_24"), ("SwscalePeer", "fnScale/Rgb565ToRgb24_fnConvert_16_24")]),
+    ("merge by a mask, 24 bits", None, "OperationsBench", "merge/24/1/0",
+     [("AggOperationsPeer", "32 over 24 bits by a mask, for fnMerge")]),
+    ("sum of whole masks", 0.8, "OperationsBench", "mask/1/0",
+     [("PixmanPeer", "add masks, for CqMask/rows:1465")]),
+    ("draw 24 bits to 8", 1.0, "DrawBench", "fnDraw/screen:8/image:24/factor:1/gamma:180",
+     [("QtPeer", "fnConvertFormat/Rgb888ToIndexed8_fnDraw_24_to_8_bits/process_time")]),
+    ("draw 24 bits to 32", 1.0, "DrawBench", "fnDraw/screen:32/image:24/factor:1/gamma:180",
+     [("OpenCvPeer", "fnCvtColor/RgbToBgra_fnDraw_24_to_32_bits"),
+      ("QtPeer", "fnConvertFormat/Rgb888ToRgb32_fnDraw_24_to_32_bits/process_time")]),
+    ("flatten 100,000 cubics, tolerance 0.1", 1.5, "GeometryBench", 'fnTessellate/"tolerance 0.1"',
+     [("AggPeer", 'fnTessellate/"tolerance 0.1"')]),
+    ("flatten 100,000 cubics, tolerance 0.5", 1.5, "GeometryBench", 'fnTessellate/"tolerance 0.5"',
+     [("AggPeer", 'fnTessellate/"tolerance 0.5"')]),
+    ("100,000 lines, 8 bits", None, "GeometryBench", 'fnDrawSegments/"8 bits"',
+     [("AggPeer", "fnDrawSegments<agg::pixfmt_gray8>")]),
+]
+
+
+def find(program):
+    for path in (bench.BUILD / program, bench.BUILD / "peers" / program):
+        if os.access(path, os.X_OK):
+            return path
+    return None
+
+
+def escape(name):
+    """As re.escape, which also escapes what the benchmarks' expressions don't know escaped, such as blanks."""
+    return re.sub(r"([.()\[\]{}+*?|^$\\])", r"\\\1", name)
+
+
+def real_seconds(row):
+    return row["real_time"] * {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}[row["time_unit"]]
+
+
+def wanted_rows(chosen):
+    """The rows that each program is to run."""
+    rows = {}
+    for _, _, program, row, peers in chosen:
+        for name, one in [(program, row), *peers]:
+            if find(name):
+                rows.setdefault(name, set()).add(one)
+    return rows
+
+
+def measure(chosen, options):
+    """The seconds of each round, by program, row and number of threads."""
+    times = {}
+    for _ in range(options.rounds):
+        for program, rows in wanted_rows(chosen).items():
+            pattern = "|".join(f"^{escape(row)}$" for row in sorted(rows))
+            for threads in [1] if program.endswith("Peer") else [1, options.threads]:
+                for name, row in bench.run(find(program), options.seconds, pattern, threads).items():
+                    times.setdefault((program, name, threads), []).append(real_seconds(row))
+    return times
+
+
+def ratio(best_of_peers, ours):
+    return statistics.median(peer / own for peer, own in zip(best_of_peers, ours))
+
+
+def tabulate(chosen, times, threads):
+    table = []
+    for work, goal, program, row, peers in chosen:
+        ours = times.get((program, row, 1))
+        several = times.get((program, row, threads))
+        known = {name: times[name, one, 1] for name, one in peers if (name, one, 1) in times}
+        if not ours or not several or not known:
+            continue
+        best_of_peers = [min(rounds) for rounds in zip(*known.values())]
+        fastest = min(known, key=lambda name: statistics.median(known[name]))
+        table.append({"work": work, "goal": goal, "ours": min(ours), "several": min(several),
+                      "peer": fastest.removesuffix("Peer"), "theirs": min(best_of_peers),
+                      "ratio": ratio(best_of_peers, ours), "ratio_several": ratio(best_of_peers, several),
+                      "speed_up": ratio(ours, several)})
+    return table
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--rounds", type=int, default=5)
+    parser.add_argument("--seconds", type=float, default=0.1, help="least time of one benchmark")
+    parser.add_argument("--threads", type=int, default=2, help="how many are several")
+    parser.add_argument("--filter", default=".", help="regular expression of the work")
+    options = parser.parse_args()
+
+    chosen = [work for work in WORK if re.search(options.filter, work[0])]
+    table = tabulate(chosen, measure(chosen, options), options.threads)
+    for row in table:
+        print(f"{row['work']:42} {bench.time_text(row['ours']):>8} {bench.time_text(row['several']):>8}"
+              f" {bench.time_text(row['theirs']):>8} {row['peer']:14} {row['ratio']:5.2f} {row['ratio_several']:5.2f}"
+              f" {row['speed_up']:5.2f}  {row['goal'] or ''}")
+    RESULTS.write_text(json.dumps({"rounds": options.rounds, "threads": options.threads, "rows": table}, indent=1),
+                       encoding="utf-8")
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,57 @@
+#include "q32Base/kernels/KernelParts_p.h"
+#include "q32Base/kernels/QuadList_p.h"
+
+namespace q32 {
+namespace scalar {
+namespace {
+
+/// The byte of the sum of doubles. `at(pixel)` is a sample.
+template <class At>
+std::uint8_t fnExactByte(const ContribList& list, At at) {
+    double sum = 0.0;
+    for (std::int32_t k = 0; k < list.m_nCount; ++k)
+        sum += at(list.m_pEntries[k].m_nPixel) * list.m_pEntries[k].m_dWeight;
+    return fnStoredByte(sum);
+}
+
+} // namespace
+
+std::uint8_t fnExactOfRows(const std::uint8_t* const* rows, const QuadList& list, std::size_t at) {
+    return fnExactByte(*list.m_pExact,
+                       [&](std::int32_t pixel) { return rows[pixel - list.m_nLeast][at]; });
+}
+
+std::uint8_t fnExactOfQuads(const std::uint8_t* quads, std::size_t stride, std::int32_t first,
+                            const QuadList& list) {
+    return fnExactByte(*list.m_pExact, [&](std::int32_t pixel) {
+        const auto place = static_cast<std::size_t>(pixel - first);
+        return quads[place / 4 * stride + place % 4];
+    });
+}
+
+namespace {
+
+void fnConvolveQuadRows(const std::uint8_t* const* rows, const QuadList& list, std::uint8_t* target,
+                        std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i)
+        target[i] = fnExactOfRows(rows, list, i);
+}
+
+void fnConvolveQuads(const std::uint8_t* quads, std::int32_t first, const QuadList* lists,
+                     std::size_t count, std::uint8_t* target, std::size_t channels) {
+    const std::size_t lanes = channels * kFilterLanes;
+    for (std::size_t i = 0; i < count; ++i, target += lanes)
+        for (std::size_t lane = 0; lane < lanes; ++lane)
+            target[lane] = fnExactOfQuads(quads + 4 * lane, 4 * lanes, first, lists[i]);
+}
+
+} // namespace
+} // namespace scalar
+
+void fnUseScalarConvolveQuads(Kernels& table) {
+    table.m_bPrefersQuads = false;
+    table.fnConvolveQuadRows = scalar::fnConvolveQuadRows;
+    table.fnConvolveQuads = scalar::fnConvolveQuads;
+}
+
+} // namespace q32

@@ -1,0 +1,180 @@
+// Operations on real threads: the same bytes, with small images, so that the thread sanitizer sees
+// each of them.
+#include "platforms/posix/posix.h"
+#include "tests/operations/ParallelOperations.h"
+#include "tests/operations/StepDisplay.h"
+#include "tests/platforms/PosixTestTools.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace q32::test {
+namespace {
+
+constexpr std::uint32_t kConcurrency = 4;
+
+/// The threads of the back end, for work of any size, or none.
+class AnySize final : public CqWorkService {
+public:
+    explicit AnySize(std::shared_ptr<CqWorkService> threads) : m_pThreads(std::move(threads)) {}
+
+    std::uint32_t fnGetConcurrency() override { return m_bAlone ? 1 : kConcurrency; }
+    void fnRun(std::uint32_t count, CqWorkPieces& pieces) noexcept override {
+        m_pThreads->fnRun(count, pieces);
+    }
+    std::chrono::nanoseconds fnGetOverhead() override { return {}; }
+
+    std::atomic<bool> m_bAlone = false;
+
+private:
+    std::shared_ptr<CqWorkService> m_pThreads;
+};
+
+class Numbers final : public CqWorkPieces {
+public:
+    explicit Numbers(std::function<void(std::uint32_t)> function)
+        : m_Function(std::move(function)) {}
+    void fnRunPiece(std::uint32_t index, std::uint32_t) noexcept override { m_Function(index); }
+
+private:
+    std::function<void(std::uint32_t)> m_Function;
+};
+
+class PosixParallelTest : public testing::Test {
+protected:
+    void SetUp() override {
+        CqPosixOptions options;
+        options.m_szTempDirectory = m_Folder.fnPath();
+        options.m_szConfigDirectory = m_Folder.fnPath("config");
+        options.m_nConcurrency = kConcurrency;
+        CqPlatform platform = q32PosixPlatform(options);
+        ASSERT_TRUE(platform.m_pWork);
+        ASSERT_EQ(platform.m_pWork->fnGetConcurrency(), kConcurrency);
+        m_pWork = std::make_shared<AnySize>(platform.m_pWork);
+        platform.m_pWork = m_pWork;
+        ASSERT_TRUE(q32Attach(platform));
+    }
+    void TearDown() override { q32Detach(); }
+
+    /// The results of all operations, by one thread.
+    std::vector<ParallelResult> fnGetExpected(ParallelCase& images) {
+        m_pWork->m_bAlone = true;
+        std::vector<ParallelResult> results;
+        for (const ParallelOperation& operation : m_Operations)
+            results.push_back(images.fnRun(operation, nullptr));
+        m_pWork->m_bAlone = false;
+        return results;
+    }
+
+    void fnExpect(ParallelCase& images, const std::vector<ParallelResult>& expected) const {
+        for (std::size_t i = 0; i < m_Operations.size(); ++i) {
+            EXPECT_TRUE(images.fnRun(m_Operations[i], nullptr) == expected[i])
+                << m_Operations[i].m_pName;
+            StepDisplay display;
+            EXPECT_TRUE(images.fnRun(m_Operations[i], &display) == expected[i])
+                << m_Operations[i].m_pName;
+        }
+    }
+
+    Folder m_Folder;
+    std::shared_ptr<AnySize> m_pWork;
+    const std::vector<ParallelOperation> m_Operations = fnGetParallelOperations();
+};
+
+TEST_F(PosixParallelTest, SeveralThreadsMakeTheBytesOfOne) {
+    for (const unsigned int bits : {4u, 8u, 16u, 24u, 32u}) {
+        ParallelCase images(290, 150, bits, bits == 8);
+        fnExpect(images, fnGetExpected(images));
+    }
+}
+
+TEST_F(PosixParallelTest, SoTheyDoInScratchFiles) {
+    q32GetVMPolicy()->fnSetRamLimit(0);
+    ParallelCase images(290, 150, 24, false);
+    fnExpect(images, fnGetExpected(images));
+}
+
+TEST_F(PosixParallelTest, TwoThreadsOfAHostShareThem) {
+    ParallelCase first(200, 150, 24, false);
+    ParallelCase second(150, 200, 32, false);
+    const auto expectedFirst = fnGetExpected(first);
+    const auto expectedSecond = fnGetExpected(second);
+    std::thread other([&] { fnExpect(second, expectedSecond); });
+    fnExpect(first, expectedFirst);
+    other.join();
+}
+
+TEST_F(PosixParallelTest, APieceMayRunOperations) {
+    constexpr std::uint32_t kPieces = 3;
+    std::vector<std::unique_ptr<ParallelCase>> images;
+    std::vector<std::vector<ParallelResult>> expected;
+    for (std::uint32_t i = 0; i < kPieces; ++i) {
+        images.push_back(std::make_unique<ParallelCase>(140 + i, 131, 24, false));
+        expected.push_back(fnGetExpected(*images.back()));
+    }
+    Numbers pieces([&](std::uint32_t i) { fnExpect(*images[i], expected[i]); });
+    m_pWork->fnRun(kPieces, pieces);
+}
+
+TEST_F(PosixParallelTest, PiecesOfAHostReadOneImageAndWriteRowsOfTheirOwn) {
+    constexpr std::uint32_t kRows = 10;
+    ParallelCase images(200, 150, 24, false);
+    CqImage& source = images.m_Image;
+    const auto soften = [&](CqImage& target, std::uint32_t y, std::uint32_t end) {
+        CqConvMask window(source, 3, static_cast<int>(y) - 1);
+        const CqPixelWriter writer(target, PIXEL_STORED);
+        Bytes row(source.RowBytes);
+        for (; y < end; ++y) {
+            window.fnGotoNextLine();
+            unsigned char* above;
+            unsigned char* here;
+            unsigned char* below;
+            window.fnGetLine(above, here, below);
+            for (std::size_t i = 0; i < row.size(); ++i)
+                row[i] = static_cast<unsigned char>((above[i] + 2 * here[i] + below[i]) / 4);
+            EXPECT_TRUE(writer.fnWriteRow(0, y, source.Width, row.data()));
+        }
+    };
+    CqImage expected(source.Width, source.Height, 24, nullptr, 0);
+    soften(expected, 0, source.Height);
+    CqImage result(source.Width, source.Height, 24, nullptr, 0);
+    Numbers pieces([&](std::uint32_t i) { soften(result, i * kRows, (i + 1) * kRows); });
+    m_pWork->fnRun(source.Height / kRows, pieces);
+    EXPECT_EQ(fnRows(result), fnRows(expected));
+}
+
+TEST(PosixWork, OneThreadNeedsNoService) {
+    CqPosixOptions options;
+    options.m_nConcurrency = 1;
+    EXPECT_FALSE(q32PosixPlatform(options).m_pWork);
+}
+
+TEST(PosixWork, AServiceOfTheHostsStays) {
+    CqPosixOptions options;
+    options.m_nConcurrency = 3;
+    const auto own = std::make_shared<AnySize>(nullptr);
+    options.m_Others.m_pWork = own;
+    EXPECT_EQ(q32PosixPlatform(options).m_pWork, own);
+}
+
+TEST(PosixWork, EachPlatformHasAsManyThreadsAsItSays) {
+    CqPosixOptions options;
+    for (const std::uint32_t concurrency : {2u, 7u}) {
+        options.m_nConcurrency = concurrency;
+        EXPECT_EQ(q32PosixPlatform(options).m_pWork->fnGetConcurrency(), concurrency);
+    }
+    options.m_nConcurrency = 0;
+    const unsigned int cores = std::thread::hardware_concurrency();
+    const auto work = q32PosixPlatform(options).m_pWork;
+    EXPECT_EQ(work ? work->fnGetConcurrency() : 1, cores);
+}
+
+} // namespace
+} // namespace q32::test
