@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr wchar_t kClass[] = L"q32View";
+constexpr wchar_t kViewClass[] = L"q32View";
 /// Pixels of the image along one side of the view, above or below 1.
 constexpr int fnGetUp(int scale) {
     return scale > 0 ? scale : 1;
@@ -35,10 +35,10 @@ HWND CqWin32View::fnCreate(HWND parent, const RECT& place, int id) {
     kind.lpfnWndProc = fnDispatch;
     kind.hInstance = ::GetModuleHandleW(nullptr);
     kind.hCursor = ::LoadCursor(nullptr, IDC_ARROW);
-    kind.lpszClassName = kClass;
+    kind.lpszClassName = kViewClass;
     ::RegisterClassW(&kind); // fails if it is there already
     const CRect frame(place);
-    return ::CreateWindowExW(0, kClass, L"", WS_CHILD | WS_VISIBLE | WS_HSCROLL | WS_VSCROLL,
+    return ::CreateWindowExW(0, kViewClass, L"", WS_CHILD | WS_VISIBLE | WS_HSCROLL | WS_VSCROLL,
                              frame.left, frame.top, frame.Width(), frame.Height(), parent,
                              reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), // NOLINT
                              kind.hInstance, nullptr);
