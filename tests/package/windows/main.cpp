@@ -4,7 +4,9 @@
 #include "q32Base/q32Base.h"
 
 #include <cstdio>
+#include <memory>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -23,30 +25,36 @@ bool fnCatchesExceptions() {
 
 /// Classes are known on both sides.
 bool fnKnowsClasses() {
-    const std::unique_ptr<CObject> object(CqWave::classCqWave.CreateObject());
-    return dynamic_cast<CqWave*>(object.get()) != nullptr && object->IsKindOf(&CqWave::classCqWave);
+    const CqWave wave;
+    const std::shared_ptr<CqWindowService> windows = q32Win32Windows();
+    return wave.GetRuntimeClass() == &CqWave::classCqWave &&
+           std::dynamic_pointer_cast<CqWin32Windows>(windows) != nullptr;
 }
 
 bool fnWritesAndReads(const std::string& path) {
     CqImage image(30, 20, 24);
-    image.fnFill(CqColor(1, 2, 3), nullptr, false);
+    image.fnFill(CqColor(255, 255, 255), nullptr, false); // which JPEG stores exactly
     CqImage again;
     return q32WritePicture(path.c_str(), image).fnIsDone() &&
            q32ReadPicture(path.c_str(), again).fnIsDone() && again.Width == 30 &&
-           again.fnGetPixelColor(29, 19).m_Blue == 3;
+           again.fnGetPixelColor(29, 19).m_Blue == 255;
 }
 
 } // namespace
 
 int main() {
     return q32RunHost(q32Win32Platform(q32Win32Windows()), [] {
-        const bool results[] = {fnCatchesExceptions(), fnKnowsClasses(),
-                                fnWritesAndReads("consumer.png"), fnWritesAndReads("consumer.jpg"),
-                                fnWritesAndReads("consumer.tif")};
+        const std::pair<const char*, bool> results[] = {
+            {"exceptions", fnCatchesExceptions()},      {"classes", fnKnowsClasses()},
+            {"PNG", fnWritesAndReads("consumer.png")},  {"JPEG", fnWritesAndReads("consumer.jpg")},
+            {"TIFF", fnWritesAndReads("consumer.tif")},
+        };
         int failed = 0;
-        for (const bool good : results)
-            failed += good ? 0 : 1;
-        std::printf("%d failed\n", failed);
+        for (const auto& [what, good] : results)
+            if (!good) {
+                ++failed;
+                std::printf("failed: %s\n", what);
+            }
         return failed;
     });
 }
