@@ -34,6 +34,11 @@ function(q32_component target name)
         set_target_properties(${target} PROPERTIES OUTPUT_NAME "q32Base-${name}")
     endif()
 
+    # Hosts of a DLL import what it exports.
+    if(WIN32 AND BUILD_SHARED_LIBS)
+        target_compile_definitions(${target} INTERFACE Q32_SHARED)
+    endif()
+
     # Components find each other in their install folder: a host names only the one that it links.
     if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
         set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN")
@@ -126,6 +131,14 @@ function(q32_package)
         "${PROJECT_BINARY_DIR}/q32BaseConfig.cmake" INSTALL_DESTINATION "${Q32_PACKAGE_DIR}")
     write_basic_package_version_file("${PROJECT_BINARY_DIR}/q32BaseConfigVersion.cmake"
         COMPATIBILITY SameMajorVersion)
+    # DLLs and hosts share one C++ runtime, or else no exception could pass from one to the other.
+    if(MINGW AND BUILD_SHARED_LIBS)
+        foreach(name IN ITEMS libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
+            execute_process(COMMAND "${CMAKE_CXX_COMPILER}" "-print-file-name=${name}"
+                OUTPUT_VARIABLE file OUTPUT_STRIP_TRAILING_WHITESPACE)
+            install(FILES "${file}" DESTINATION "${CMAKE_INSTALL_BINDIR}")
+        endforeach()
+    endif()
     install(FILES "${PROJECT_BINARY_DIR}/q32BaseConfig.cmake"
         "${PROJECT_BINARY_DIR}/q32BaseConfigVersion.cmake" DESTINATION "${Q32_PACKAGE_DIR}")
 endfunction()

@@ -116,11 +116,10 @@ void PngWriter::fnWriteMetadata(const CqPictureMetadata& metadata) {
     // Name of the profile and kind of compression; key, no compression, no languages.
     constexpr unsigned char kProfileHead[] = {'I', 'C', 'C', 0, 0};
     constexpr unsigned char kXmpHead[] = "XML:com.adobe.xmp\0\0\0\0";
-    std::vector<unsigned char> packed(
-        metadata.m_Profile.empty() ? 0 : compressBound(metadata.m_Profile.size()));
-    uLongf size = packed.size();
-    if (!packed.empty() && compress(packed.data(), &size, metadata.m_Profile.data(),
-                                    metadata.m_Profile.size()) != Z_OK)
+    const auto whole = static_cast<uLong>(metadata.m_Profile.size()); // 2^30 at most
+    uLongf size = whole == 0 ? 0 : compressBound(whole);
+    std::vector<unsigned char> packed(size);
+    if (whole != 0 && compress(packed.data(), &size, metadata.m_Profile.data(), whole) != Z_OK)
         throw CodecFailure{MESSAGE_NO_MEMORY};
     packed.resize(size);
     fnCall([&] {

@@ -11,7 +11,7 @@ using namespace q32::win32;
 
 namespace {
 
-constexpr wchar_t kClass[] = L"q32DumpWindow";
+constexpr wchar_t kDumpClass[] = L"q32DumpWindow";
 constexpr DWORD kStyle = WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_THICKFRAME;
 constexpr UINT kFirstOfSystem = 0xF000; ///< the system's own commands begin here
 constexpr UINT kCommandMask = 0xFFF0;
@@ -22,7 +22,7 @@ void fnRegister(WNDPROC handler) {
     kind.lpfnWndProc = handler;
     kind.hInstance = ::GetModuleHandleW(nullptr);
     kind.hCursor = ::LoadCursor(nullptr, IDC_ARROW);
-    kind.lpszClassName = kClass;
+    kind.lpszClassName = kDumpClass;
     ::RegisterClassW(&kind); // fails if it is there already
 }
 
@@ -65,7 +65,7 @@ CqWin32DumpView::CqWin32DumpView(const CqDumpViewSetup& setup, CqDumpViewEvents&
     fnRegister(fnDispatch);
     const std::wstring caption = m_pCodePage->fnToWideAnyhow(setup.m_szCaption);
     const CRect place = fnChoosePlace(setup);
-    m_Frame = ::CreateWindowExW(WS_EX_TOOLWINDOW, kClass, caption.c_str(), kStyle, place.left,
+    m_Frame = ::CreateWindowExW(WS_EX_TOOLWINDOW, kDumpClass, caption.c_str(), kStyle, place.left,
                                 place.top, place.Width(), place.Height(), nullptr, nullptr,
                                 ::GetModuleHandleW(nullptr), nullptr);
     if (m_Frame)

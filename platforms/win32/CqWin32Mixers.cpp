@@ -8,7 +8,7 @@ using namespace q32::win32;
 
 namespace {
 
-constexpr wchar_t kClass[] = L"q32Mixer";
+constexpr wchar_t kMixerClass[] = L"q32Mixer";
 constexpr UINT kLookInterval = 200; ///< ms
 
 /// An open mixer with the hidden window that receives its messages.
@@ -57,9 +57,9 @@ bool Mixer::fnOpen(std::uint32_t index) {
     WNDCLASSW kind{};
     kind.lpfnWndProc = fnHandle;
     kind.hInstance = ::GetModuleHandleW(nullptr);
-    kind.lpszClassName = kClass;
+    kind.lpszClassName = kMixerClass;
     ::RegisterClassW(&kind); // fails if it is there already
-    m_Window = ::CreateWindowExW(0, kClass, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
+    m_Window = ::CreateWindowExW(0, kMixerClass, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
                                  kind.hInstance, nullptr);
     if (!m_Window || m_Calls.m_Open(&m_Mixer, index, reinterpret_cast<DWORD_PTR>(m_Window), 0,
                                     CALLBACK_WINDOW | MIXER_OBJECTF_MIXER) != MMSYSERR_NOERROR)

@@ -3,6 +3,7 @@
 #include "q32Base/platform/Records.h"
 
 #include <chrono>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,9 @@ struct CqWin32Options {
     /// Code page of all texts and paths. CP_ACP: the process's own, which is UTF-8 if the program's
     /// manifest says so (`activeCodePage`).
     UINT m_nCodePage = CP_ACP;
+    /// How many threads work on one operation, the caller's included. 0: one for each core that
+    /// this process may use; 1: the caller's alone.
+    std::uint32_t m_nConcurrency = 0;
     /// Directory of temporary files. Empty: the system's, from `%TMP%`, `%TEMP%` or the profile.
     std::string m_szTempDirectory;
     /// Directory of the settings. Empty: `q32Base` in the user's application data. It is created

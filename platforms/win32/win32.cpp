@@ -10,6 +10,7 @@
 #include "platforms/win32/CqWin32Scratch_p.h"
 #include "platforms/win32/CqWin32Screen_p.h"
 #include "platforms/win32/CqWin32WaveOut_p.h"
+#include "platforms/win32/CqWin32Work_p.h"
 #include "platforms/win32/DeviceContext_p.h"
 
 CqPlatform q32Win32Platform(const std::shared_ptr<CqWin32Windows>& windows,
@@ -28,6 +29,7 @@ CqPlatform q32Win32Platform(const std::shared_ptr<CqWin32Windows>& windows,
         codePage);
     platform.m_pWaveOut = std::make_shared<CqWin32WaveOut>();
     platform.m_pMixers = std::make_shared<CqWin32Mixers>();
+    platform.m_pWork = q32::win32::fnMakeWork(options.m_nConcurrency);
     windows->fnSetCodePage(codePage);
     platform.m_pWindows = windows;
     return platform;

@@ -129,6 +129,7 @@ ContractBackEnd fnInCodePage(const std::string& name, UINT codePage, std::set<CO
                 fs::create_directory(folder);
                 CqWin32Options options;
                 options.m_nCodePage = codePage;
+                options.m_nConcurrency = 4;
                 options.m_szConfigDirectory = (folder / "config").string();
                 const auto windows = q32Win32Windows();
                 const auto resources = std::make_shared<CqWin32Resources>(
@@ -193,7 +194,7 @@ std::vector<ContractBackEnd> fnGetBackEnds() {
                          {CONTRACT::MEMORY, CONTRACT::SCRATCH, CONTRACT::FILES, CONTRACT::LOCALE,
                           CONTRACT::SCREEN, CONTRACT::REGIONS, CONTRACT::PALETTES, CONTRACT::BOXES,
                           CONTRACT::ERRORS, CONTRACT::KEYBOARD, CONTRACT::RESOURCES,
-                          CONTRACT::WINDOWS, CONTRACT::DUMP_VIEW}),
+                          CONTRACT::WINDOWS, CONTRACT::DUMP_VIEW, CONTRACT::WORK}),
             fnInCodePage("CodePage932", 932, {CONTRACT::FILES, CONTRACT::LOCALE}),
             fnInCodePage("Utf8", CP_UTF8, {CONTRACT::SCRATCH, CONTRACT::FILES, CONTRACT::LOCALE}),
             fnSounding(),
@@ -202,5 +203,5 @@ std::vector<ContractBackEnd> fnGetBackEnds() {
 }
 
 std::set<CONTRACT> fnGetOmittedContracts() {
-    return {CONTRACT::WORK};
+    return {};
 }

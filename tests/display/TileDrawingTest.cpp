@@ -126,8 +126,8 @@ TEST(TileDrawing, ATileIsRedrawnAtThePlaceSetByTheLastInit) {
             for (std::uint32_t index = 0; index < image->TileCount; ++index) {
                 image->fnAccessTile(index, &tile);
                 CRect piece(static_cast<LONG>(index % 3 * 256), static_cast<LONG>(index / 3 * 256),
-                            std::min(static_cast<LONG>(index % 3 * 256 + 256), 600),
-                            std::min(static_cast<LONG>(index / 3 * 256 + 256), 260));
+                            std::min<LONG>(static_cast<LONG>(index % 3 * 256 + 256), 600),
+                            std::min<LONG>(static_cast<LONG>(index / 3 * 256 + 256), 260));
                 const bool shown = piece.IntersectRect(piece, CRect(50, 40, 350, 240));
                 std::vector<CqExpectedDraw> expected;
                 if (shown) {

@@ -233,8 +233,8 @@ TEST_F(BlendTest, PlacesFarOutsideChangeNothing) {
     fnPaint(source);
     fnPaint(target);
     const Rows before = fnRows(target);
-    for (const int far : {INT_MIN, -20, 20, INT_MAX})
-        EXPECT_TRUE(q32Blend(source, nullptr, target, far, 3, {}, nullptr));
+    for (const int place : {INT_MIN, -20, 20, INT_MAX})
+        EXPECT_TRUE(q32Blend(source, nullptr, target, place, 3, {}, nullptr));
     const CRect inverted(5, 5, 2, 9);
     EXPECT_TRUE(q32Blend(source, &inverted, target, 0, 0, {}, nullptr));
     EXPECT_TRUE(fnSameRows(fnRows(target), before));

@@ -335,7 +335,7 @@ TEST_F(MergeTest, DistantPositionsInvertedRectanglesAndMissingMasksAreHarmless) 
     fnSetAll(src, 1);
     fnSetAll(image, 2);
     for (const CRect& rect : rects)
-        for (const LONG place : {-kMax - 1, -9, 9, kMax}) {
+        for (const LONG place : std::initializer_list<LONG>{-kMax - 1, -9, 9, kMax}) {
             remote.fnSetPos(CPoint(place, place));
             image.fnMerge(src, &rect, CqMergeParam(remote), 0, 0);
             image.fnMerge(src, &rect, CqMergeParam(0ul), place, place);

@@ -18,7 +18,7 @@
 namespace {
 
 constexpr WAVEFORMATEX kFormat{WAVE_FORMAT_PCM, 2, 44100, 176400, 4, 16, 0};
-constexpr std::size_t kFrames = 30000;
+constexpr std::size_t kFrames = 15000;
 
 /// Noise that begins and ends with a loud sample, so that its place in silence is known.
 std::vector<std::int16_t> fnMakeSound() {

@@ -54,7 +54,7 @@ protected:
     }
     static void fnFill(CqWave& wave, std::string bytes) {
         wave.fnFillBuffer(reinterpret_cast<unsigned char*>(bytes.data()),
-                          bytes.size() / wave.fnGetFormat().nBlockAlign);
+                          static_cast<DWORD>(bytes.size() / wave.fnGetFormat().nBlockAlign));
     }
 
     void fnExpectRead(const std::string& file, const std::string& samples) {

@@ -1,0 +1,87 @@
+/// @file
+/// A view for hosts that write for Windows: a child window that shows an image.
+#pragma once
+
+#include "platforms/win32/CqWin32Windows.h"
+#include "q32Base/framework/Values.h"
+#include "q32Base/platform/Export.h"
+
+#include <functional>
+
+class CqImage;
+
+/// A child window that shows an image of any size. One pixel of the image is, at scale 1, one pixel
+/// of the screen, whatever its density. It scrolls by its scroll bars, by dragging with the left
+/// button and by the arrow keys, and zooms by the wheel, about the mouse, and by + and -. Only what
+/// is stale is drawn. On a screen of 256 colours its frame passes messages on (fnOnFrameMessage).
+///
+/// For the thread of the user interface. Destroy it before the library is detached, and before its
+/// image.
+class Q32_API CqWin32View final : public CWnd, public CqWin32Place {
+public:
+    static constexpr int kMaxScale = 16;
+
+    /// Creates the window, empty; fnGetHandle is null if that fails.
+    /// @param place  in the parent's client area
+    CqWin32View(HWND parent, const RECT& place, int id);
+    /// Destroys the window.
+    ~CqWin32View() override;
+    CqWin32View(const CqWin32View&) = delete;
+    CqWin32View& operator=(const CqWin32View&) = delete;
+
+    /// Shows an image, which isn't owned, from its top left corner; null for none.
+    void fnSetImage(CqImage* image);
+    CqImage* fnGetImage() const { return m_pImage; }
+    /// The image has changed: repaints a part of it, in its pixels, or all of it for null. A change
+    /// of its size scrolls back as far as needed.
+    void fnUpdateImage(const RECT* part);
+
+    /// 1 to 16 enlarges by that factor, -2 to -16 shrinks by 2 to 16. Others are limited.
+    int fnGetScale() const { return m_nScale; }
+    /// @param about  the point of the client area that keeps its place
+    void fnSetScale(int scale, const POINT& about);
+    /// The largest scale up to 1 at which the whole image is visible, or else the smallest.
+    void fnFit();
+    /// The point of the scaled image at the top left of the client area.
+    const CPoint& fnGetOrigin() const { return m_Origin; }
+    void fnScrollTo(const POINT& origin);
+    /// The image's pixel at a point of the client area; it may lie outside of the image.
+    CPoint fnToImage(const POINT& point) const;
+
+    /// Called after each change of scale or origin; not from within the constructor.
+    std::function<void()> m_OnMoved;
+
+    /// For the window procedure of the frame, a top-level window: WM_QUERYNEWPALETTE,
+    /// WM_PALETTECHANGED and WM_DISPLAYCHANGE, which no child receives. The last one makes the
+    /// library read the screen's metrics again.
+    /// @return whether the message is handled; `result` is then its result
+    bool fnOnFrameMessage(UINT message, WPARAM wParam, LRESULT& result);
+
+    CRect GetClientRect() const override { return fnGetClient(); }
+    LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM lParam) override {
+        return fnSend(message, wParam, lParam);
+    }
+    void InvalidateRect(const RECT* rect, bool erase) override { fnInvalidate(rect, erase); }
+    bool IsWindow() const override { return fnGetHandle() != nullptr; }
+
+private:
+    static LRESULT CALLBACK fnDispatch(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    Q32_LOCAL static HWND fnCreate(HWND parent, const RECT& place, int id);
+
+    Q32_LOCAL LRESULT fnHandle(UINT message, WPARAM wParam, LPARAM lParam);
+    Q32_LOCAL bool fnOnInput(UINT message, WPARAM wParam, LPARAM lParam);
+    Q32_LOCAL void fnOnKey(WPARAM key);
+    Q32_LOCAL void fnOnScrollBar(int bar, WORD what);
+    Q32_LOCAL void fnPaint();
+    Q32_LOCAL void fnPaintPart(HDC dc, CDC& output, const CRect& part);
+    Q32_LOCAL void fnUpdateScrollBars();
+    Q32_LOCAL CSize fnGetScaledSize(int scale) const;
+
+    CqImage* m_pImage = nullptr;
+    int m_nScale = 1;
+    CPoint m_Origin;
+    bool m_bDragging = false;
+    CPoint m_DragPoint;         ///< where the mouse was last
+    int m_nWheel = 0;           ///< movement that makes no whole step yet
+    bool m_bBackground = false; ///< another program's palette comes first
+};
