@@ -417,7 +417,7 @@ TEST_F(CqImageLineTest, PixelsBeyondTheRowAreNotReversed) {
     EXPECT_EQ(line.LineBuffer[0], 9);
 }
 
-TEST_F(CqImageLineTest, TheRowThatItIsOnIsNotReadAgain) {
+TEST_F(CqImageLineTest, ChangesStayWhereItsRowIsAccessedAgain) {
     CqImage image(5, 2, 8, nullptr, 0);
     fnClear(image);
     CqImageLine line;

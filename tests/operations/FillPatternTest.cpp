@@ -206,17 +206,5 @@ TEST_F(FillPatternTest, WithoutMemoryForItsRowsANarrowPatternChangesNothing) {
     }
 }
 
-TEST_F(FillPatternTest, APartThatBeginsBelowTheRestOfTheRowsFillsNone) {
-    CqImage image(40, 10, 24, nullptr, 0);
-    CqImage pattern(4, 20, 24, nullptr, 0);
-    fnSetRandom(image, m_Random);
-    fnSetRandom(pattern, m_Random);
-    const CRect src(0, 10, 4, 20);
-    const CRect dst(0, 0, 40, 3);
-    const Rows before = fnRows(image);
-    image.fnFill(pattern, &src, &dst);
-    EXPECT_TRUE(fnSameRows(fnRows(image), before));
-}
-
 } // namespace
 } // namespace q32::test
