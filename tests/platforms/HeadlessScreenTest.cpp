@@ -540,8 +540,10 @@ TEST_F(HeadlessScreen, ItsPictureIsSavedInTwoFormats) {
     const auto path = std::filesystem::temp_directory_path() /
                       ("q32screen" + std::to_string(std::random_device()()));
     ASSERT_TRUE(picture.fnSaveBmp(path.string()));
-    std::ifstream stream(path, std::ios::binary);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}), bmp);
+    {
+        std::ifstream stream(path, std::ios::binary);
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}), bmp);
+    }
     std::filesystem::remove(path);
     EXPECT_FALSE(picture.fnSavePpm((path / "missing" / "a.ppm").string()));
 }

@@ -79,7 +79,7 @@ TEST(HeadlessKeyboard, AKeyGoesDownAfterTheScriptedNumberOfPolls) {
 TEST(HeadlessKeyboard, OnlyKeyMessagesAreTakenAndTheOthersStayInTheirOrder) {
     CqHeadlessKeyboard keyboard;
     const CqKeyMessage posted[] = {
-        {0x0F, 1}, {WM_KEYFIRST, 2}, {0x109, 3}, {WM_KEYLAST, 4}, {0xFF, 5}};
+        {0x0F, 1}, {WM_KEYFIRST, 2}, {WM_KEYLAST + 1, 3}, {WM_KEYLAST, 4}, {0xFF, 5}};
     for (const CqKeyMessage& message : posted)
         keyboard.fnPost(message.m_nMessage, message.m_wParam);
     CqKeyMessage taken;

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
@@ -45,6 +46,8 @@ TEST(Win32Sound, Plays) {
     while (!ended)
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     EXPECT_TRUE(device->fnUnprepare(header));
+    // A block has ended when the server has it; what it hasn't played yet would go with the device.
+    std::this_thread::sleep_for(std::chrono::seconds(2));
 }
 
 TEST(Win32Sound, WasRecorded) {
