@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr PICTURE_FORMAT kFormats[] = {PICTURE_PNG, PICTURE_JPEG, PICTURE_TIFF};
+constexpr PICTURE_FORMAT kMetadataFormats[] = {PICTURE_PNG, PICTURE_JPEG, PICTURE_TIFF};
 
 Bytes fnBytes(std::string_view text) {
     return {text.begin(), text.end()};
@@ -136,7 +136,7 @@ protected:
 TEST_F(PictureMetadata, WhatAFormatHoldsComesBackAsItWas) {
     for (unsigned int orientation = 1; orientation <= 8; ++orientation) {
         const CqPictureMetadata written = fnMake(orientation);
-        for (const PICTURE_FORMAT format : kFormats) {
+        for (const PICTURE_FORMAT format : kMetadataFormats) {
             ASSERT_TRUE(fnWriteWith(written, format).fnIsDone());
             const CqPictureResult result = fnReadAll();
             ASSERT_TRUE(result.fnIsDone());
@@ -159,7 +159,7 @@ TEST_F(PictureMetadata, ABitmapHasNone) {
 }
 
 TEST_F(PictureMetadata, AReadWithoutItReportsItAsLeftOut) {
-    for (const PICTURE_FORMAT format : kFormats) {
+    for (const PICTURE_FORMAT format : kMetadataFormats) {
         ASSERT_TRUE(fnWriteWith(fnMake(6), format).fnIsDone());
         EXPECT_TRUE(fnRead().m_bReduced) << format;
         CqPictureMetadata plain;
@@ -181,7 +181,7 @@ TEST_F(PictureMetadata, AnEmptyBlockIsNotedAsLeftOut) {
 TEST_F(PictureMetadata, TheOrientationOfTheHostReplacesThatOfExifAndXmpInPlace) {
     CqPictureMetadata written = fnMake(6);
     written.m_nOrientation = 1;
-    for (const PICTURE_FORMAT format : kFormats) {
+    for (const PICTURE_FORMAT format : kMetadataFormats) {
         ASSERT_TRUE(fnWriteWith(written, format).fnIsDone());
         ASSERT_TRUE(fnReadAll().fnIsDone());
         EXPECT_EQ(m_Read.m_nOrientation, 1u);
@@ -250,7 +250,7 @@ TEST_F(PictureMetadata, AProfileOfOtherColoursThanThePictureIsNotWritten) {
 
 TEST_F(PictureMetadata, ALimitLeavesOutBlocksBeyondItAndSaysSo) {
     const CqPictureMetadata written = fnMake(3);
-    for (const PICTURE_FORMAT format : kFormats) {
+    for (const PICTURE_FORMAT format : kMetadataFormats) {
         ASSERT_TRUE(fnWriteWith(written, format).fnIsDone());
         CqPictureLimits limits;
         limits.m_nMetadataBytes = 1000;
@@ -391,7 +391,7 @@ TEST_F(PictureMetadata, TagsOfATiffThatPointOutsideOfItAreLeftOut) {
 
 TEST_F(PictureMetadata, AFailureLeavesTheImageAndTheMetadata) {
     const CqPictureMetadata written = fnMake(2);
-    for (const PICTURE_FORMAT format : kFormats) {
+    for (const PICTURE_FORMAT format : kMetadataFormats) {
         ASSERT_TRUE(fnWriteWith(written, format).fnIsDone());
         ASSERT_TRUE(fnReadAll().fnIsDone());
         auto& stream = *m_World->m_pFiles->m_pStream;
@@ -410,7 +410,7 @@ TEST_F(PictureMetadata, AFailureLeavesTheImageAndTheMetadata) {
 
 TEST_F(PictureMetadata, EachFailedAllocationEndsWithAMessageAndKeepsFileAndMetadata) {
     const CqPictureMetadata written = fnMake(4);
-    for (const PICTURE_FORMAT format : kFormats) {
+    for (const PICTURE_FORMAT format : kMetadataFormats) {
         ASSERT_TRUE(fnWriteWith(written, format).fnIsDone());
         const std::string file = fnGet();
         const auto each = [&](const auto& work) {
