@@ -10,7 +10,8 @@
 
 namespace {
 
-constexpr PICTURE_FORMAT kFormats[] = {PICTURE_PNG, PICTURE_JPEG, PICTURE_TIFF, PICTURE_BMP};
+constexpr PICTURE_FORMAT kDescribedFormats[] = {PICTURE_PNG, PICTURE_JPEG, PICTURE_TIFF,
+                                                PICTURE_BMP};
 
 class PictureDescription : public PictureTest {
 protected:
@@ -38,7 +39,7 @@ protected:
 };
 
 TEST_F(PictureDescription, NeedsNoPixels) {
-    for (const PICTURE_FORMAT format : kFormats) {
+    for (const PICTURE_FORMAT format : kDescribedFormats) {
         std::string file = fnMakeFile(format);
         // In the middle there are pixels, coded or not.
         std::fill_n(file.begin() + static_cast<std::ptrdiff_t>(file.size() / 2), 64, '\xFF');
@@ -82,7 +83,7 @@ TEST_F(PictureDescription, FailsWhereHeadersAreMissing) {
     fnExpectUnknown(-11);
     fnPut("GIF89a and more bytes than any head");
     fnExpectUnknown(-102);
-    for (const PICTURE_FORMAT format : kFormats) {
+    for (const PICTURE_FORMAT format : kDescribedFormats) {
         const std::string file = fnMakeFile(format);
         fnPut(file.substr(0, 24));
         fnExpectUnknown(-6);
@@ -123,7 +124,7 @@ TEST_F(PictureDescription, NotesATitleBehindThePixelsOfAPng) {
 }
 
 TEST_F(PictureDescription, KeepsToTheLimits) {
-    for (const PICTURE_FORMAT format : kFormats) {
+    for (const PICTURE_FORMAT format : kDescribedFormats) {
         fnMakeFile(format);
         CqPictureLimits limits;
         limits.m_nPixels = 2999;
@@ -159,7 +160,7 @@ TEST_F(PictureDescription, HasTheMetadataThatAReadHas) {
 }
 
 TEST_F(PictureDescription, EndsAtAnAbort) {
-    for (const PICTURE_FORMAT format : kFormats) {
+    for (const PICTURE_FORMAT format : kDescribedFormats) {
         const auto image = fnMakeNoise(300, 300, 24, 1);
         ASSERT_TRUE(fnWrite(*image, format).fnIsDone());
         RecordedProgress progress;
@@ -170,7 +171,7 @@ TEST_F(PictureDescription, EndsAtAnAbort) {
 }
 
 TEST_F(PictureDescription, EndsWithAMessageForEachFailedAllocationAndEachFailedRead) {
-    for (const PICTURE_FORMAT format : kFormats) {
+    for (const PICTURE_FORMAT format : kDescribedFormats) {
         fnMakeFile(format);
         EXPECT_GT(fnFailEachAllocation([&](CqAllocationFailure& failure) {
                       const CqPictureResult result = fnDescribe();
