@@ -2,9 +2,7 @@
 #include "q32Base/framework/Parallel_p.h"
 #include "q32Base/kernels/ContribList_p.h"
 #include "q32Base/kernels/Kernels_p.h"
-#include "q32Base/kernels/Prefetch_p.h"
 #include "q32Base/kernels/QuadList_p.h"
-#include "q32Base/kernels/StreamPixels_p.h"
 #include "q32Base/memory/TileWalk_p.h"
 #include "q32Base/operations/ContribTable_p.h"
 #include "q32Base/operations/FilterChannels_p.h"
@@ -30,9 +28,7 @@ public:
               const QuadTable* quads, const RowSteps& steps)
         : m_Source(source), m_Target(target),
           m_nChannels(fnFilterChannels(source.fnGetBytesPerPixel())), m_Table(table),
-          m_pQuads(quads), m_bLarge(std::uint64_t{target.fnGetWidth()} * target.fnGetHeight() *
-                                        target.fnGetBytesPerPixel() >=
-                                    kStreamLeast) {
+          m_pQuads(quads) {
         constexpr std::size_t kColumns = RowSteps::kMaxColumns;
         const std::size_t pixels = steps.fnGetMostPixels();
         const std::size_t pixelBytes = std::size_t{m_nChannels} * kFilterLanes;
@@ -49,8 +45,6 @@ public:
 
     /// Filters a step of at most kFilterLanes rows of the same tiles.
     void fnFilter(const RowSteps::Step& step, std::uint32_t y, std::uint32_t rows) {
-        if (m_bLarge)
-            fnPrefetchTarget(step.m_nX, step.m_nEnd, y, rows);
         if (step.fnGetPixels() > kWideSum)
             fnSumWide(m_Table[step.m_nX], y, rows);
         else
@@ -59,17 +53,6 @@ public:
     }
 
 private:
-    /// Rows of a tile are too short for the processor to foresee where it will write.
-    void fnPrefetchTarget(std::uint32_t x, std::uint32_t end, std::uint32_t y,
-                          std::uint32_t rows) const {
-        for (std::uint32_t next; x < end; x = next) {
-            next = std::min(m_Target.fnRunEnd(x), end);
-            for (std::uint32_t r = 0; r < rows; ++r)
-                fnPrefetch<true>(m_Target.fnAt(x, y + r),
-                                 std::size_t{next - x} * m_Target.fnGetBytesPerPixel());
-        }
-    }
-
     void fnSum(const RowSteps::Step& step, std::uint32_t y, std::uint32_t rows) const {
         fnFetch(step, y, rows);
         const Kernels& kernels = fnKernels();
@@ -162,7 +145,6 @@ private:
     std::uint32_t m_nChannels;
     const ContribTable& m_Table;
     const QuadTable* m_pQuads; ///< null for other sums
-    bool m_bLarge;             ///< whether the caches don't hold the target
     /// Source pixels of a step, in lanes or in quads; unused for wide sums.
     std::unique_ptr<unsigned char[]> m_pLanes;
     std::unique_ptr<float[]> m_pSamples;       ///< the same as floats; null for integer sums
