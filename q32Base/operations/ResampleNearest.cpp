@@ -1,7 +1,6 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Parallel_p.h"
 #include "q32Base/kernels/Kernels_p.h"
-#include "q32Base/kernels/Prefetch_p.h"
 #include "q32Base/kernels/StreamPixels_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/operations/ProgressRun_p.h"
@@ -38,18 +37,7 @@ void fnStreamRow(CqTileMap& target, std::uint32_t row, const unsigned char* in) 
     std::memcpy(tile->Pixels + last * inTile, in, last);
 }
 
-/// Prefetches a row of full bytes: the processor doesn't foresee the jumps from tile to tile.
-void fnPrefetchRow(const CqTileMap& map, std::uint32_t row) {
-    const std::uint32_t tileRow = row / map.TileHeight;
-    const std::uint32_t inTile = row - tileRow * map.TileHeight;
-    const TileEntry* tile = &map.TileTable[std::size_t{tileRow} * map.TilesAcross];
-    for (std::uint32_t column = 0; column < map.TilesAcross; ++column, ++tile) {
-        const std::size_t bytes = map.fnRowBytes(map.fnColumnWidth(column));
-        fnPrefetch(tile->Pixels + bytes * inTile, bytes);
-    }
-}
-
-constexpr double kRowByteTime = 0.04; ///< nanoseconds, for a byte read or written
+constexpr double kResampleNearestPixelTime = 0.5; ///< nanoseconds
 
 /// Samples rows. A source row that is repeated is sampled once.
 class NearestRows {
@@ -62,7 +50,6 @@ public:
           m_nStepY((source.Height << 8) / target.Height),
           m_bKeepsNibble(target.BitCount == 4 && target.Width % 2 != 0),
           m_bStreams(target.BytesPerPixel != 0 && target.BufferSize >= kStreamLeast),
-          m_bPrefetches(source.BytesPerPixel != 0 && source.BufferSize >= kStreamLeast),
           m_pFrom(fnNewArray<unsigned char>(source.RowBytes)),
           m_pTo(fnNewArray<unsigned char>(target.RowBytes)) {}
 
@@ -74,16 +61,9 @@ public:
     }
 
 private:
-    std::uint32_t fnSourceRow(std::uint32_t y) const {
-        const auto at = static_cast<std::uint32_t>(std::uint64_t{y} * m_nStepY);
-        return (at >> 8) & 0xFFFF;
-    }
-
     void fnSample(std::uint32_t y) {
-        const std::uint32_t row = fnSourceRow(y);
-        const std::uint32_t next = y + 1 < m_Target.Height ? fnSourceRow(y + 1) : row;
-        if (m_bPrefetches && next != row)
-            fnPrefetchRow(m_Source, next);
+        const auto at = static_cast<std::uint32_t>(std::uint64_t{y} * m_nStepY);
+        const std::uint32_t row = (at >> 8) & 0xFFFF;
         if (row != m_nPresent || m_bKeepsNibble) {
             if (m_bKeepsNibble)
                 m_Target.fnFetchRow(y, m_pTo.get());
@@ -104,7 +84,6 @@ private:
     std::uint32_t m_nStepY;
     bool m_bKeepsNibble;
     bool m_bStreams;
-    bool m_bPrefetches;
     std::uint32_t m_nPresent = 0xFFFFFFFFu; ///< none: row numbers have 16 bits
     std::unique_ptr<unsigned char[]> m_pFrom;
     std::unique_ptr<unsigned char[]> m_pTo;
@@ -113,7 +92,7 @@ private:
 } // namespace
 
 bool fnNearestResample(const CqTileMap& source, CqTileMap& target, CqProgressDisplay* progress) {
-    const Parallel rows(target.Height, kRowByteTime * (source.RowBytes + target.RowBytes));
+    const Parallel rows(target.Height, kResampleNearestPixelTime * target.Width);
     PerWorker<NearestRows> nearest(rows, source, target);
     return ProgressRun(progress, target.Height)
         .fnRun(rows, [&](std::uint32_t worker, std::uint32_t first, std::uint32_t end) {
