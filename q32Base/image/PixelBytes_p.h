@@ -80,8 +80,6 @@ inline unsigned int fnPackFill(const CqTileMap& map, const CqColor& color,
     return 1;
 }
 
-constexpr double kFillTime = 0.06; ///< nanoseconds for a byte
-
 /// Sets all pixels of an image. Raises the memory exception where pixels of it were lost.
 void fnFillAll(CqTileMap& map, const CqColor& color);
 

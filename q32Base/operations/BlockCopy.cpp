@@ -2,6 +2,7 @@
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/kernels/Kernels_p.h"
+#include "q32Base/kernels/StreamPixels_p.h"
 #include "q32Base/operations/BandWalk_p.h"
 #include "q32Base/operations/BlockCopy_p.h"
 #include "q32Base/operations/TilePieces_p.h"
@@ -13,7 +14,7 @@
 
 namespace {
 
-constexpr double kBlockCopyByteTime = 0.12; ///< nanoseconds
+constexpr double kBlockCopyByteTime = 0.015; ///< nanoseconds
 
 void fnCopyPieces(const CqTileMap& from, const CRect& rect, CqTileMap& to, LONG x, LONG y) {
     q32::fnForEachPiecePair(
@@ -31,8 +32,12 @@ void fnCopyPieces(const CqTileMap& from, const CRect& rect, CqTileMap& to, LONG 
 
 /// The same with several threads: source and target don't overlap.
 void fnCopyApart(const CqTileMap& from, const CRect& rect, CqTileMap& to, LONG x, LONG y) {
+    // Complete tiles beyond the caches are copied by one thread as fast as the memory allows.
+    const double bytes = 1.0 * rect.Width() * rect.Height() * to.BytesPerPixel;
+    const bool saturates = (x - rect.left) % static_cast<LONG>(CqTileMap::kMaxTileSize) == 0 &&
+                           bytes >= q32::kStreamLeast;
     q32::fnDividePlaces(
-        rect, x, y, kBlockCopyByteTime * to.BytesPerPixel,
+        rect, x, y, saturates ? 0.0 : kBlockCopyByteTime * to.BytesPerPixel,
         [&](const CRect& part, LONG left, LONG top) { fnCopyPieces(from, part, to, left, top); });
 }
 

@@ -2,7 +2,7 @@
 #include "q32Base/framework/Windows.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelBytes_p.h"
-#include "q32Base/operations/BandWalk_p.h"
+#include "q32Base/memory/TileWalk_p.h"
 #include "q32Base/operations/TilePieces_p.h"
 #include "q32Base/platform/Checked_p.h"
 
@@ -21,7 +21,7 @@ void fnFillRect(CqTileMap& map, const CqColor& color, const CRect& rect) {
     }
     unsigned char pixel[4];
     const unsigned int bytes = q32::fnPackFill(map, color, pixel);
-    const auto fill = [&](std::uint32_t, const q32::TilePiece& piece) {
+    const auto fill = [&](const q32::TilePiece& piece) {
         const auto width = static_cast<std::size_t>(piece.m_rect.Width());
         const auto height = static_cast<std::size_t>(piece.m_rect.Height());
         if (piece.m_nStride == width * bytes)
@@ -29,7 +29,7 @@ void fnFillRect(CqTileMap& map, const CqColor& color, const CRect& rect) {
         for (std::size_t row = 0; row < height; ++row)
             q32::fnFillPixels(piece.m_pPixels + row * piece.m_nStride, pixel, bytes, width);
     };
-    q32::fnDividePieces(map, rect, q32::kFillTime * bytes, fill);
+    q32::fnForEachPiece(map, rect, fill);
 }
 
 /// Draws the rectangle in the window of the last fnDrawInit.

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr double kFillPatternByteTime = 0.07; ///< nanoseconds
+constexpr double kFillPatternByteTime = 0.02; ///< nanoseconds
 
 CRect fnClipped(const CRect* rect, const CqTileMap& map) {
     const CRect whole = q32::fnWholeRect(map);

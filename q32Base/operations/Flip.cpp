@@ -13,7 +13,10 @@
 namespace {
 
 constexpr std::uint32_t kReported = 32; ///< rows to each report
-constexpr double kFlipByteTime = 0.5;   ///< nanoseconds
+
+// Nanoseconds for a byte.
+constexpr double kReverseTime = 0.3;
+constexpr double kExchangeTime = 0.03;
 
 /// Changes units in place by `change(worker, unit)`, which is its own inverse. An abort, or
 /// what the display throws, undoes all that is done.
@@ -41,7 +44,7 @@ bool q32FlipHorizontal(CqImage& image, CqProgressDisplay* progress) {
     if (!image.TileMap)
         return false;
     CqTileMap& map = *image.TileMap;
-    const q32::Parallel rows(map.Height, kFlipByteTime * map.RowBytes);
+    const q32::Parallel rows(map.Height, kReverseTime * map.RowBytes);
     const q32::WorkerBytes buffers(rows, map.RowBytes);
     const q32::WorkerBytes indices(rows, map.BytesPerPixel != 0 ? 1 : map.Width);
     const auto flip = [&](std::uint32_t worker, std::uint32_t y) {
@@ -68,7 +71,7 @@ bool q32FlipVertical(CqImage& image, CqProgressDisplay* progress) {
         return false;
     CqTileMap& map = *image.TileMap;
     const std::uint32_t pairs = map.Height / 2;
-    const q32::Parallel rows(pairs, kFlipByteTime * map.RowBytes);
+    const q32::Parallel rows(pairs, 2.0 * kExchangeTime * map.RowBytes);
     const q32::WorkerBytes upper(rows, map.RowBytes);
     const q32::WorkerBytes lower(rows, map.RowBytes);
     const auto flip = [&](std::uint32_t worker, std::uint32_t y) {

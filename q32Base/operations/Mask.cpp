@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr double kMaskPixelTime = 0.15; ///< nanoseconds
+constexpr double kMaskPixelTime = 0.04; ///< nanoseconds
 
 /// The rectangle that remains of `a` after a subtraction: full strips of `a` at its edges that
 /// `shared`, the overlap of both masks, covers are removed; anything else stays. `shared` isn't all

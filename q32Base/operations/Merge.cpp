@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr double kMergePixelTime = 0.4; ///< nanoseconds
+constexpr double kMergePixelTime = 0.1; ///< nanoseconds
 
 /// Applies the rule of one merge to runs of 16- or 24-bit pixels.
 class MergeRun {

@@ -17,7 +17,9 @@
 namespace q32 {
 namespace {
 
-constexpr double kRotateRightByteTime = 0.3; ///< nanoseconds
+// Nanoseconds for a byte.
+constexpr double kRotateRightByteTime = 0.06;
+constexpr double kRotateHalfByteTime = 0.3;
 
 /// A rotation by 90 degrees: rows become columns, and either the rows or the columns are reversed.
 class Quarter {
@@ -185,7 +187,7 @@ bool fnRotateQuarterRight(CqTileMap& source, CqTileMap& target, CPoint& center,
 bool fnRotateHalf(CqTileMap& map, CPoint& center, CqProgressDisplay* progress) {
     const ProgressRun run(progress, map.Height, 0, 200);
     const std::uint32_t pairs = map.Height >> 1;
-    const Parallel rows(pairs, 2.0 * kRotateRightByteTime * map.RowBytes);
+    const Parallel rows(pairs, 2.0 * kRotateHalfByteTime * map.RowBytes);
     PerWorker<RowExchange> exchange(rows, map);
     const auto exchangeRows = [&](std::uint32_t worker, std::uint32_t y, std::uint32_t end) {
         for (; y < end; ++y)

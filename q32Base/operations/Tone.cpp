@@ -17,7 +17,7 @@
 namespace {
 
 // Nanoseconds for a pixel.
-constexpr double kToneLineTime = 0.2;
+constexpr double kByteTime = 0.01; ///< for each of its bytes
 constexpr double kCurveTime = 0.3;
 constexpr double kCurveTime16 = 2.0;
 constexpr double kHueTime = 2.3;
@@ -135,9 +135,10 @@ void CqImage::fnBrightContrast(int brightness, int contrast, bool draw,
     const std::unique_ptr<std::uint8_t[]> curves(q32::fnNewArray<std::uint8_t>(3 * kCurve));
     q32::fnMakeContrastCurve(brightness, contrast, curves.get());
     if (BitCount == 8 || BitCount == 24) {
-        fnChangeTiles(*this, kToneLineTime, draw, progress, [&](CqImageTile& tile) {
-            q32::fnKernels().fnCurve8(tile.Pixels, tile.Size, curves.get());
-        });
+        fnChangeTiles(*this, kByteTime * TileMap->BytesPerPixel, draw, progress,
+                      [&](CqImageTile& tile) {
+                          q32::fnKernels().fnCurve8(tile.Pixels, tile.Size, curves.get());
+                      });
         return;
     }
     std::copy_n(curves.get(), kCurve, curves.get() + kCurve);
@@ -168,7 +169,7 @@ void CqImage::fnHueSaturation(int hue, int saturation, bool draw, CqProgressDisp
 
 void CqImage::fnThresholding(unsigned char level, bool draw, CqProgressDisplay* progress) {
     q32::fnRequirePixels("CqImage::fnThresholding", TileMap);
-    fnChangeTiles(*this, kToneLineTime, draw, progress, [&](CqImageTile& tile) {
-        q32::fnKernels().fnThreshold(tile.Pixels, tile.Size, level);
-    });
+    fnChangeTiles(
+        *this, kByteTime * TileMap->BytesPerPixel, draw, progress,
+        [&](CqImageTile& tile) { q32::fnKernels().fnThreshold(tile.Pixels, tile.Size, level); });
 }

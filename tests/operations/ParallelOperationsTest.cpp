@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <memory>
 #include <new>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -75,7 +76,8 @@ TEST_F(ParallelOperationsTest, NumberAndOrderOfPiecesChangeNeitherBytesNorReport
 }
 
 TEST_F(ParallelOperationsTest, EachOperationIsDividedAtSomeDepth) {
-    const std::string alone = "move over itself";
+    // One thread fills as fast as the memory allows.
+    const std::set<std::string> alone = {"move over itself", "fill", "fill a part"};
     fnDivide({3, CQ_WORK_ORDER::FORWARD});
     ParallelCase first(300, 390, 24, false);
     ParallelCase second(300, 390, 32, false);
@@ -84,7 +86,7 @@ TEST_F(ParallelOperationsTest, EachOperationIsDividedAtSomeDepth) {
         first.fnRun(operation, nullptr);
         second.fnRun(operation, nullptr);
         const bool divided = m_World->m_pWork->fnGetPieces() > before + 1;
-        EXPECT_TRUE(divided || alone == operation.m_pName) << operation.m_pName;
+        EXPECT_TRUE(divided || alone.contains(operation.m_pName)) << operation.m_pName;
     }
 }
 
