@@ -37,7 +37,7 @@ void fnStreamRow(CqTileMap& target, std::uint32_t row, const unsigned char* in) 
     std::memcpy(tile->Pixels + last * inTile, in, last);
 }
 
-constexpr double kResampleNearestPixelTime = 0.5; ///< nanoseconds
+constexpr double kRowByteTime = 0.04; ///< nanoseconds, for a byte read or written
 
 /// Samples rows. A source row that is repeated is sampled once.
 class NearestRows {
@@ -92,7 +92,7 @@ private:
 } // namespace
 
 bool fnNearestResample(const CqTileMap& source, CqTileMap& target, CqProgressDisplay* progress) {
-    const Parallel rows(target.Height, kResampleNearestPixelTime * target.Width);
+    const Parallel rows(target.Height, kRowByteTime * (source.RowBytes + target.RowBytes));
     PerWorker<NearestRows> nearest(rows, source, target);
     return ProgressRun(progress, target.Height)
         .fnRun(rows, [&](std::uint32_t worker, std::uint32_t first, std::uint32_t end) {
