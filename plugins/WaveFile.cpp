@@ -69,13 +69,8 @@ struct Found {
 WAVEFORMATEX Found::fnGetWaveFormat() const {
     const WORD bits = fnIsReduced(*m_Samples) ? kReducedBits : m_Format.wBitsPerSample;
     const auto align = static_cast<WORD>(m_Format.nChannels * bits / 8);
-    return {kPcm,
-            m_Format.nChannels,
-            m_Format.nSamplesPerSec,
-            align * m_Format.nSamplesPerSec,
-            align,
-            bits,
-            0};
+    const auto bytes = static_cast<DWORD>(std::uint64_t{align} * m_Format.nSamplesPerSec);
+    return {kPcm, m_Format.nChannels, m_Format.nSamplesPerSec, bytes, align, bits, 0};
 }
 
 [[noreturn]] void fnFail(CQ_MESSAGE message) {
