@@ -19,6 +19,7 @@ class CqImage;
 /// image.
 class Q32_API CqWin32View final : public CWnd, public CqWin32Place {
 public:
+    /// The greatest magnification: screen pixels per side of a pixel.
     static constexpr int kMaxScale = 16;
 
     /// Creates the window, empty; fnGetHandle is null if that fails.

@@ -1,11 +1,10 @@
 #include "q32Base/operations/Blur.h"
 
 #include "q32Base/framework/Memory.h"
-#include "q32Base/framework/Parallel_p.h"
 #include "q32Base/image/CqImage.h"
+#include "q32Base/operations/BandWalk_p.h"
 #include "q32Base/operations/Blur_p.h"
 #include "q32Base/operations/ImageStorage_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
 #include "q32Base/operations/TilePieces_p.h"
 
 #include <algorithm>
@@ -124,16 +123,8 @@ bool q32Sharpen(CqImage& image, double sigma, unsigned int amount, unsigned int 
         else
             sharpening.fnRun(source, blurred, pixels * from.BytesPerPixel);
     };
-    const std::uint32_t count = (from.Height - 1) / from.TileHeight + 1;
-    const q32::Parallel bands(count, kSharpenTime * from.Width * from.TileHeight);
-    const auto sharpen = [&](std::uint32_t, std::uint32_t first, std::uint32_t end) {
-        const CRect part(0, static_cast<LONG>(first * from.TileHeight),
-                         static_cast<LONG>(from.Width),
-                         static_cast<LONG>(std::min(end * from.TileHeight, from.Height)));
-        q32::fnForEachRun(from, part, *map, 0, part.top, run);
-    };
-    // Nothing more to show, but Esc is looked for.
-    if (!q32::ProgressRun(progress, count, 100, 0).fnRun(bands, sharpen))
-        return false;
+    q32::fnDividePlaces(
+        q32::fnWholeRect(from), 0, 0, kSharpenTime,
+        [&](const CRect& part, LONG x, LONG y) { q32::fnForEachRun(from, part, *map, x, y, run); });
     return q32::ImageStorage::fnReplace(image, std::move(map), progress);
 }

@@ -96,7 +96,7 @@ public:
     /// the time doesn't depend on the length of the sound. Samples that aren't entirely in the
     /// block aren't drawn; a sound without channels gives only the background, and an
     /// image without storage stays so.
-    /// @param bLineFlag  passed on to `CqImage::fnDrawLine`
+    /// @param bLineFlag  ignored, as by `CqImage::fnDrawLine`
     void fnRasterize(CqImage& image, unsigned long nStart, unsigned long nLength, bool bVertical,
                      bool bLineFlag) const;
     /// The format; all zeros initially. `cbSize` is always 0.
