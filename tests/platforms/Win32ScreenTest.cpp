@@ -148,8 +148,13 @@ struct Dib {
                            0};
         const std::size_t stride = (static_cast<std::size_t>(kWidth * bits) + 31) / 32 * 4;
         m_Bytes.resize(stride * static_cast<std::size_t>(std::abs(height)));
-        for (std::uint8_t& byte : m_Bytes)
+        // Wine looks for the nearest of 256 colours by five bits of each part.
+        const bool few = bits >= 24 && fnGetScreenBits() == 8;
+        for (std::uint8_t& byte : m_Bytes) {
             byte = static_cast<std::uint8_t>(random());
+            if (few)
+                byte = static_cast<std::uint8_t>((byte & 0xF8) | byte >> 5);
+        }
         for (std::size_t i = 0; i < 1024; ++i)
             m_Header.m_Table[i] =
                 indices && i % 2 == 1 ? std::uint8_t{0} : static_cast<std::uint8_t>(random());
