@@ -6,7 +6,7 @@
 //     scripts/with-memory 512M build/bench/bench/WalkBench
 //
 // WalkBench [side [job [divisor]]]; the job is paint, file (copies the scratch file in plain
-// pieces), copy, turn, reduce or, by default, all of them. Each is preceded by painting. Prints the
+// pieces), copy, rotate, reduce or, by default, all of them. Each is preceded by painting. Prints the
 // time, the peak memory besides the pixels seen in jobs that report progress, and the pages that
 // the job waited for.
 
@@ -115,10 +115,10 @@ void fnMeasure(const char* what, Job job) {
 
 /// @param divisor  of the reduction
 int fnRun(unsigned int side, const std::string& job, unsigned int divisor) {
-    static constexpr const char* kJobs[] = {"paint", "file", "copy", "turn", "reduce", "all"};
+    static constexpr const char* kJobs[] = {"paint", "file", "copy", "rotate", "reduce", "all"};
     if (divisor == 0 || side / divisor == 0 ||
         std::find(std::begin(kJobs), std::end(kJobs), job) == std::end(kJobs)) {
-        std::fputs("WalkBench [side [paint|file|copy|turn|reduce|all [divisor]]]\n", stderr);
+        std::fputs("WalkBench [side [paint|file|copy|rotate|reduce|all [divisor]]]\n", stderr);
         return EXIT_FAILURE;
     }
     const auto expected = [&](const char* name) { return job == name || job == "all"; };
@@ -136,8 +136,8 @@ int fnRun(unsigned int side, const std::string& job, unsigned int divisor) {
     }
     if (expected("copy"))
         fnMeasure("copy", [&](Watch&) { const CqImage copy(image); });
-    if (expected("turn"))
-        fnMeasure("turn by 90 degrees",
+    if (expected("rotate"))
+        fnMeasure("rotate by 90 degrees",
                   [&](Watch& watch) { image.fnRotate(90.0, CqColor(), nullptr, false, &watch); });
     if (!expected("reduce"))
         return EXIT_SUCCESS;

@@ -20,7 +20,6 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 BUILD = ROOT / "build" / "bench" / "bench"
 RESULTS = ROOT / "build" / "bench" / "results.json"
 PAGE = ROOT / "docs" / "performance.md"
-PROFILES = ROOT / "bench" / "profiles.md"  # prose of the page
 
 # Programs on the page, with the headings of their tables. KernelsBench has hundreds of rows and is
 # run by hand when working on a kernel.
@@ -134,8 +133,9 @@ def write_page(results):
              f"Written by `scripts/bench --page` on a machine with {os.cpu_count()} processors",
              f"({processor()}), {platform.system()} {platform.release()}. Threads: {results['threads']}; the best of",
              f"{results['rounds']} rounds; {'processor' if results['threads'] == 1 else 'real'} time. Pictures have 4000 x 3000 pixels unless a row",
-             "says otherwise. What the figures mean for a host is in [tuning.md](tuning.md).", ""]
-    lines += [*peers_table(), *PROFILES.read_text(encoding="utf-8").splitlines(), ""]
+             "says otherwise. What the figures mean for a host is in [tuning.md](tuning.md); why some goals are missed, in",
+             "[bench/profiles.md](../bench/profiles.md).", ""]
+    lines += peers_table()
     groups = [(name, title) for name, title in PAGES.items() if name in results["programs"]]
     groups += [(name, f"Peer: {name.removesuffix('Peer')}") for name in results["programs"]
                if name.endswith("Peer")]

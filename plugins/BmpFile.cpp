@@ -21,14 +21,6 @@ constexpr std::uint32_t kSrgbSpace = 0x73524742;
 /// Limit for run-length coded data, which is decoded in one block.
 constexpr std::uint64_t kMaxRleBytes = 64u << 20;
 
-std::uint32_t fnGet16(const unsigned char* bytes) {
-    return static_cast<std::uint32_t>(bytes[0] | bytes[1] << 8);
-}
-
-std::uint32_t fnGet32(const unsigned char* bytes) {
-    return fnGet16(bytes) | fnGet16(bytes + 2) << 16;
-}
-
 /// One channel of 16- or 32-bit pixels.
 struct Channel {
     std::uint32_t m_nMask = 0;

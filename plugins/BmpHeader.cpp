@@ -12,12 +12,6 @@ namespace q32 {
 
 namespace {
 
-std::uint32_t fnGet32(const unsigned char* bytes) {
-    std::uint32_t value;
-    std::memcpy(&value, bytes, sizeof(value));
-    return value;
-}
-
 /// Reads the information header, in either of its two layouts, with the masks behind it.
 DibLayout fnReadInfo(CodecInput& input, BmpHeader& header) {
     unsigned char file[kBmpFileHeaderBytes];

@@ -17,6 +17,14 @@ static_assert(std::endian::native == std::endian::little, "the records are used 
 
 inline constexpr std::uint32_t kBmpFileHeaderBytes = 14;
 
+/// Numbers of the file, the low byte first.
+constexpr std::uint32_t fnGet16(const unsigned char* bytes) {
+    return static_cast<std::uint32_t>(bytes[0] | bytes[1] << 8);
+}
+constexpr std::uint32_t fnGet32(const unsigned char* bytes) {
+    return fnGet16(bytes) | fnGet16(bytes + 2) << 16;
+}
+
 /// The validated headers of a BMP.
 struct BmpHeader {
     BITMAPINFOHEADER m_Info = {}; ///< `biSize` is that of the file's header variant

@@ -1,4 +1,5 @@
 #include "plugins/CodecSamples_p.h"
+#include "q32Base/pixels/Nibbles_p.h"
 
 #include <cmath>
 #include <cstring>
@@ -26,9 +27,9 @@ void fnUnpackBits(const unsigned char* in, unsigned int bits, std::size_t count,
 }
 
 void fnJoinNibbles(const unsigned char* in, std::size_t count, unsigned char* out) {
-    for (std::size_t i = 0; i < count; i += 2)
-        out[i / 2] =
-            static_cast<unsigned char>(in[i] << 4 | (i + 1 < count ? in[i + 1] & 0x0F : 0));
+    if (count % 2 != 0)
+        out[count / 2] = 0;
+    fnPackNibbles(in, count, out, 0);
 }
 
 void fnCmykToRgb(const unsigned char* in, std::size_t count, unsigned char* out) {

@@ -27,16 +27,16 @@ constexpr Kind kKinds[] = {{&CqPictureMetadata::m_Exif, PICTURE_PART_NOTES},
 /// their files' own numbers hold them.
 struct Room {
     PICTURE_FORMAT m_eFormat;
-    std::size_t m_nMost[std::size(kKinds)];
+    std::size_t m_nMax[std::size(kKinds)];
 };
-constexpr std::size_t kMost = std::size_t{1} << 30;
+constexpr std::size_t kMaxBlockBytes = std::size_t{1} << 30;
 constexpr Room kRooms[] = {
-    {PICTURE_PNG, {kMost, kMost, 0, kMost}},
+    {PICTURE_PNG, {kMaxBlockBytes, kMaxBlockBytes, 0, kMaxBlockBytes}},
     {PICTURE_JPEG,
      {kMaxJpegSegment - kJpegExif.size(), kMaxJpegSegment - kJpegXmp.size(),
       (kMaxJpegSegment - kJpegResources.size() - kJpegResourceHead) / 2 * 2,
       kMaxJpegPieces* kMaxJpegPiece}},
-    {PICTURE_TIFF, {0, kMost, kMost, kMost}},
+    {PICTURE_TIFF, {0, kMaxBlockBytes, kMaxBlockBytes, kMaxBlockBytes}},
 };
 
 /// Whether a profile describes the colours that a file of the image has: grey, or red, green and
@@ -55,7 +55,7 @@ bool fnHolds(const CqImage& image, const CqPictureMetadata& metadata, PICTURE_FO
     const auto room = std::find_if(std::begin(kRooms), std::end(kRooms),
                                    [format](const Room& one) { return one.m_eFormat == format; });
     const std::vector<unsigned char>& block = metadata.*kKinds[kind].m_Block;
-    return room != std::end(kRooms) && block.size() <= room->m_nMost[kind] &&
+    return room != std::end(kRooms) && block.size() <= room->m_nMax[kind] &&
            (kKinds[kind].m_ePart != PICTURE_PART_PROFILE || fnSuits(block, image));
 }
 

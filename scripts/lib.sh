@@ -4,7 +4,7 @@
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 jobs=$(nproc)
 # Objects don't depend on the folder in which they are built, so builds share them.
-export CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros
+export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros
 # The compiler itself reports what a source includes; no separate preprocessor run is needed.
 export CCACHE_DEPEND=1
 

@@ -4,8 +4,9 @@
 #   PLUGINS          whether a shared build has the plug-ins
 #   ABSENT           libraries on record that this system can't build, separated by commas
 #   PROTECTED        whether its libraries must have the compiler's protections
-#   BUILD            the build to install; without it, a shared one is made here, and the exports of
+#   BUILD            the build to install; without it, a shared one is made in SHARED, and the exports of
 #                    its libraries are compared with the record
+#   PRECOMPILE       Q32_PRECOMPILE of that build
 function(run)
     execute_process(COMMAND ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
@@ -18,10 +19,9 @@ set(tools -G "${GENERATOR}" -DCMAKE_BUILD_TYPE=None "-DCMAKE_CXX_COMPILER=${COMP
 file(REMOVE_RECURSE "${SCRATCH}/prefix" "${SCRATCH}/made" "${SCRATCH}/host")
 set(given "${BUILD}")
 if(NOT BUILD)
-    set(BUILD "${SCRATCH}/shared")
-    # What is tested is what the libraries export and need, not how fast they are.
-    run("${CMAKE_COMMAND}" -S "${SOURCE}" -B "${BUILD}" ${tools} "-DCMAKE_CXX_FLAGS=${FLAGS} -O1 -g0"
-        -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=12 -DBUILD_SHARED_LIBS=ON
+    set(BUILD "${SHARED}")
+    # Sources are compiled as for the static libraries, so that ccache compiles them once.
+    run("${CMAKE_COMMAND}" -S "${SOURCE}" -B "${BUILD}" ${tools} "-DQ32_PRECOMPILE=${PRECOMPILE}" -DBUILD_SHARED_LIBS=ON
         -DQ32_TESTS=OFF "-DQ32_PLUGINS=${PLUGINS}" -DQ32_EXAMPLES=OFF -DQ32_WERROR=ON)
     run("${CMAKE_COMMAND}" --build "${BUILD}" --parallel 2)
     string(REPLACE "," ";" absent "${ABSENT}")

@@ -59,7 +59,7 @@ TEST(PosixSweep, AFileIsSafeFromItsCreationToItsLastHandle) {
     EXPECT_EQ(fnSweep(folder), 0u) << "open";
     ASSERT_TRUE(scratch->fnSetSize(file, kSize));
     file = scratch->fnReopen(file, name.c_str());
-    EXPECT_EQ(fnSweep(folder), 0u) << "opened anew";
+    EXPECT_EQ(fnSweep(folder), 0u) << "reopened";
     const CqMappingHandle mapping = scratch->fnCreateMapping(file, kSize);
     scratch->fnClose(file);
     EXPECT_EQ(fnSweep(folder), 0u) << "mapped only";
