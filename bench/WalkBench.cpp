@@ -6,9 +6,9 @@
 //     scripts/with-memory 512M build/bench/bench/WalkBench
 //
 // WalkBench [side [job [divisor]]]; the job is paint, file (copies the scratch file in plain
-// pieces), copy, rotate, reduce or, by default, all of them. Each is preceded by painting. Prints the
-// time, the peak memory besides the pixels seen in jobs that report progress, and the pages that
-// the job waited for.
+// pieces), copy, rotate, reduce or, by default, all of them. Each is preceded by painting. Prints
+// the time, the peak memory besides the pixels seen in jobs that report progress, and the pages
+// that the job waited for.
 
 #include "platforms/posix/posix.h"
 #include "q32Base/image/CqImageTile.h"
