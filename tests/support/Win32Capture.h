@@ -2,6 +2,7 @@
 #pragma once
 
 #include "q32Base/platform/Records.h"
+#include "tests/support/Await.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -45,6 +46,16 @@ inline std::vector<std::uint32_t> fnCapture(HWND window) {
     return pixels;
 }
 
+/// Whether what is drawn in a window is there; it is left black at its top left.
+inline bool fnIsDrawable(HWND window) {
+    const HDC dc = ::GetDC(window);
+    ::SetPixel(dc, 0, 0, RGB(255, 255, 255));
+    const bool isThere = ::GetPixel(dc, 0, 0) == RGB(255, 255, 255);
+    ::SetPixel(dc, 0, 0, 0);
+    ::ReleaseDC(window, dc);
+    return isThere;
+}
+
 /// Makes a visible window without a frame, whose pixels change only by drawing.
 inline HWND fnMakePlainWindow(const RECT& place, HWND parent = nullptr) {
     WNDCLASSW kind{};
@@ -61,6 +72,9 @@ inline HWND fnMakePlainWindow(const RECT& place, HWND parent = nullptr) {
         place.top, place.right - place.left, place.bottom - place.top, parent, nullptr,
         kind.hInstance, nullptr);
     ::UpdateWindow(window);
+    // The X server shows it a little later; what is drawn until then is lost.
+    if (!parent)
+        fnAwait([window] { return fnIsDrawable(window); });
     return window;
 }
 
