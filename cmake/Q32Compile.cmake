@@ -99,13 +99,18 @@ else()
     set(Q32_PRECOMPILED_OPTIONS "SHELL:-Xclang -fno-pch-timestamp")
 endif()
 
-# q32_precompile(<target> <header>...): compiles what most sources of a target include once, in builds for tests.
+# q32_precompile(<target> [<header>...]): compiles what most sources of a target include once, in builds for tests. A
+# component without headers of its own shares those of q32Base.
 # Release builds and clang-tidy show that each source includes what it needs.
 option(Q32_PRECOMPILE "Precompile headers of the libraries, too" OFF)
 function(q32_precompile target)
     if(Q32_PRECOMPILE)
         target_compile_options(${target} PRIVATE ${Q32_PRECOMPILED_OPTIONS})
-        target_precompile_headers(${target} PRIVATE ${ARGN})
+        if(ARGN)
+            target_precompile_headers(${target} PRIVATE ${ARGN})
+        else()
+            target_precompile_headers(${target} REUSE_FROM q32Base)
+        endif()
     endif()
 endfunction()
 
