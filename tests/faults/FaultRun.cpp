@@ -4,6 +4,7 @@
 #include "q32Base/memory/CqVMPolicy.h"
 #include "q32Base/platform/CqPlatform.h"
 #include "tests/support/FailingCalls.h"
+#include "tests/support/Sanitizers.h"
 
 #include <gtest/gtest.h>
 
@@ -23,7 +24,8 @@ namespace q32::test {
 
 namespace {
 
-constexpr std::size_t kShortCalls = 30; ///< of one function in one operation, in the short form
+/// Calls of one function in one operation, in the short form.
+constexpr std::size_t kShortCalls = kAddressSanitizer ? 10 : 30;
 
 /// What a run may not change.
 struct Facts {
