@@ -33,24 +33,44 @@ struct Line {
     inline std::size_t fnStep() const { return std::size_t{4} * m_Sums.m_nChannels; }
 };
 
-/// The sums of a group. If kQuads is 0, the line says how many quads there are.
-template <bool kWide, std::size_t kQuads>
-__attribute__((always_inline)) inline Sums fnSumGroup(const Line& line, std::size_t group) {
-    const std::size_t quads = kQuads == 0 ? line.m_Sums.m_nQuads : kQuads;
-    const LineWeights* weights = line.m_Sums.m_pWeights + group * quads;
-    const __m512i places = fnLoad(line.m_Sums.m_pGroups[group].m_Places);
-    const std::uint8_t* window = line.fnWindow(group);
-    Parts parts(Sums{}, Sums{},
-                reinterpret_cast<Sums>(fnLoad(line.m_Sums.m_pGroups[group].m_Bias)));
+/// Groups one after another. It holds copies of what the sums point at: otherwise each byte stored
+/// might have changed them.
+struct Groups {
+    const std::uint8_t* m_pSamples;
+    std::size_t m_nOrigin;
+    const std::uint32_t* m_pFirst;
+    const LineGroup* m_pGroup;
+    const LineWeights* m_pWeights;
+    std::size_t m_nQuads;
+    std::size_t m_nStep;
+
+    Groups(const Line& line, std::size_t group)
+        : m_pSamples(line.m_pSamples), m_nOrigin(line.m_nOrigin),
+          m_pFirst(line.m_Sums.m_pFirst + group), m_pGroup(line.m_Sums.m_pGroups + group),
+          m_pWeights(line.m_Sums.m_pWeights + group * line.m_Sums.m_nQuads),
+          m_nQuads(line.m_Sums.m_nQuads), m_nStep(line.fnStep()) {}
+
+    /// The sums of the next group. If kQuads is 0, m_nQuads says how many quads there are.
+    template <bool kWide, std::size_t kQuads>
+    __attribute__((always_inline)) inline Sums fnNext() {
+        const __m512i places = fnLoad(m_pGroup->m_Places);
+        const std::uint8_t* window = m_pSamples + (*m_pFirst - m_nOrigin);
+        Parts parts(Sums{}, Sums{}, reinterpret_cast<Sums>(fnLoad(m_pGroup->m_Bias)));
+        const std::size_t quads = kQuads == 0 ? m_nQuads : kQuads;
 #pragma GCC unroll 4
-    for (std::size_t quad = 0; quad < quads; ++quad, ++weights, window += line.fnStep()) {
-        const __m512i samples = fnGather<kWide>(window, places);
-        fnAdd(parts.m_High, samples, reinterpret_cast<Sums>(fnLoad(weights->m_High)));
-        fnAdd(parts.m_Middle, samples, reinterpret_cast<Sums>(fnLoad(weights->m_Middle)));
-        fnAdd(parts.m_Low, samples, reinterpret_cast<Sums>(fnLoad(weights->m_Low)));
+        for (std::size_t quad = 0; quad < quads; ++quad, window += m_nStep) {
+            const __m512i samples = fnGather<kWide>(window, places);
+            const LineWeights& weights = m_pWeights[quad];
+            fnAdd(parts.m_High, samples, reinterpret_cast<Sums>(fnLoad(weights.m_High)));
+            fnAdd(parts.m_Middle, samples, reinterpret_cast<Sums>(fnLoad(weights.m_Middle)));
+            fnAdd(parts.m_Low, samples, reinterpret_cast<Sums>(fnLoad(weights.m_Low)));
+        }
+        ++m_pFirst;
+        ++m_pGroup;
+        m_pWeights += quads;
+        return parts.fnSum();
     }
-    return parts.fnSum();
-}
+};
 
 /// Sums whose entries are all equal, as a mask; `values` receives what these add up to.
 template <bool kWide>
@@ -85,7 +105,7 @@ __attribute__((noinline)) void fnSettleLine(const Line& line, std::size_t first,
     const __m512i bound = fnBoundOf(line.m_Sums.m_nErrorBound);
     for (std::size_t i = 0; i < count; i += kLineGroup) {
         const std::size_t group = (first + i) / kLineGroup;
-        const __m512i fraction = fnFraction(fnSumGroup<kWide, 0>(line, group));
+        const __m512i fraction = fnFraction(Groups(line, group).fnNext<kWide, 0>());
         unsigned uncertain = _mm512_cmplt_epu32_mask(fraction, bound);
         uncertain &= static_cast<unsigned>(fnFirstBytes(count - i));
         if (uncertain != 0 && line.m_Sums.m_pFlats) {
@@ -106,18 +126,21 @@ template <bool kWide, std::size_t kQuads>
 void fnConvolveLines(const Line& line, std::size_t first, std::uint8_t* target, std::size_t count) {
     constexpr std::size_t kSamples = kLineGroup * kLineBlock;
     const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+    const std::uint32_t errorBound = line.m_Sums.m_nErrorBound;
+    Groups groups(line, first / kLineGroup);
     for (std::size_t i = 0; i < count; i += kSamples) {
-        const std::size_t group = (first + i) / kLineGroup;
-        const std::size_t left = count - i < kSamples ? count - i : kSamples;
-        const Sums sums[] = {
-            fnSumGroup<kWide, kQuads>(line, group), fnSumGroup<kWide, kQuads>(line, group + 1),
-            fnSumGroup<kWide, kQuads>(line, group + 2), fnSumGroup<kWide, kQuads>(line, group + 3)};
-        _mm512_mask_storeu_epi8(
-            target + i, fnFirstBytes(left),
-            _mm512_permutexvar_epi32(order, fnCut(sums[0], sums[1], sums[2], sums[3])));
-        if (line.m_Sums.m_nErrorBound != 0 &&
-            __builtin_expect(fnAnyDoubts(sums, line.m_Sums.m_nErrorBound), 0))
-            fnSettleLine<kWide>(line, first + i, target + i, left);
+        const Sums a = groups.fnNext<kWide, kQuads>();
+        const Sums b = groups.fnNext<kWide, kQuads>();
+        const Sums c = groups.fnNext<kWide, kQuads>();
+        const Sums d = groups.fnNext<kWide, kQuads>();
+        const __m512i bytes = _mm512_permutexvar_epi32(order, fnCut(a, b, c, d));
+        if (__builtin_expect(count - i >= kSamples, 1))
+            _mm512_storeu_si512(target + i, bytes);
+        else
+            _mm512_mask_storeu_epi8(target + i, fnFirstBytes(count - i), bytes);
+        if (errorBound != 0 && __builtin_expect(fnAnyDoubts({a, b, c, d}, errorBound), 0))
+            fnSettleLine<kWide>(line, first + i, target + i,
+                                count - i < kSamples ? count - i : kSamples);
     }
 }
 
