@@ -1,46 +1,10 @@
 #include "q32Base/kernels/Avx512_p.h"
 #include "q32Base/kernels/KernelParts_p.h"
-#include "q32Base/kernels/QuadList_p.h"
-
-// An instruction multiplies four samples by four signed bytes and adds the products to an integer
-// of 32 bits. Weights have three bytes, so three such sums make one; QuadTable.cpp proves its error
-// bound. Only where a sum is that close to an integer, the sum in double decides.
+#include "q32Base/kernels/QuadSums512_p.h"
 
 namespace q32 {
 namespace avx512 {
 namespace {
-
-// gcc 12 copies a register before each product unless sums have this type throughout.
-using Sums = int __attribute__((vector_size(64)));
-
-inline __m512i fnBits(Sums sums) {
-    return reinterpret_cast<__m512i>(sums);
-}
-
-inline Sums fnBroadcast(std::uint32_t bits) {
-    return reinterpret_cast<Sums>(_mm512_set1_epi32(static_cast<int>(bits)));
-}
-
-/// Adds the products of four samples and weights each.
-inline void fnAdd(Sums& sums, __m512i samples, Sums weights) {
-    sums = reinterpret_cast<Sums>(_mm512_dpbusd_epi32(fnBits(sums), samples, fnBits(weights)));
-}
-
-/// The three parts of 16 sums.
-struct Parts {
-    Sums m_High;
-    Sums m_Middle;
-    Sums m_Low;
-    Parts(Sums high, Sums middle, Sums low) : m_High(high), m_Middle(middle), m_Low(low) {}
-    explicit Parts(const QuadList& list)
-        : m_High{}, m_Middle{}, m_Low(fnBroadcast(static_cast<std::uint32_t>(list.m_nBias))) {}
-    inline Sums fnSum() const {
-        return reinterpret_cast<Sums>(
-            _mm512_add_epi32(_mm512_add_epi32(_mm512_slli_epi32(fnBits(m_High), 16),
-                                              _mm512_slli_epi32(fnBits(m_Middle), 8)),
-                             fnBits(m_Low)));
-    }
-};
 
 /// The weights of a quad, broadcast.
 struct Weights {
@@ -56,22 +20,6 @@ struct Weights {
         fnAdd(parts.m_Low, samples, m_Low);
     }
 };
-
-/// The fraction of a sum, in the high bits.
-inline __m512i fnFraction(Sums sums) {
-    return _mm512_slli_epi32(fnBits(sums), 32 - kQuadBits);
-}
-
-inline __m512i fnBoundOf(const QuadList& list) {
-    return _mm512_set1_epi32(static_cast<int>(list.m_nErrorBound << (32 - kQuadBits)));
-}
-
-/// Truncates to bytes what four registers hold, four adjacent sums in each quarter of a register.
-inline __m512i fnCut(Sums a, Sums b, Sums c, Sums d) {
-    const auto whole = [](Sums sums) { return _mm512_srai_epi32(fnBits(sums), kQuadBits); };
-    return _mm512_packus_epi16(_mm512_packs_epi32(whole(a), whole(b)),
-                               _mm512_packs_epi32(whole(c), whole(d)));
-}
 
 /// The sum, as a byte, of equal samples of these values.
 inline __m512i fnFlatSum(const QuadList& list, __m512i value) {
@@ -133,13 +81,10 @@ struct RowSums {
     }
     inline __m512i fnCutAll() const { return fnCut(m_Sums[0], m_Sums[1], m_Sums[2], m_Sums[3]); }
     inline bool fnHasDoubts(const QuadList& list) const {
-        const __m512i least =
-            _mm512_min_epu32(_mm512_min_epu32(fnFraction(m_Sums[0]), fnFraction(m_Sums[1])),
-                             _mm512_min_epu32(fnFraction(m_Sums[2]), fnFraction(m_Sums[3])));
-        return _mm512_cmplt_epu32_mask(least, fnBoundOf(list)) != 0;
+        return fnAnyDoubts(m_Sums, list.m_nErrorBound);
     }
     __mmask64 fnDoubts(const QuadList& list) const {
-        const __m512i bound = fnBoundOf(list);
+        const __m512i bound = fnBoundOf(list.m_nErrorBound);
         const auto doubts = [&](Sums sums) {
             return _mm512_movm_epi32(_mm512_cmplt_epu32_mask(fnFraction(sums), bound));
         };
@@ -291,7 +236,7 @@ struct LaneSums {
 #pragma GCC unroll 8
         for (std::size_t v = 1; v < kVectors; ++v)
             least = _mm512_min_epu32(least, fnFraction(m_Sums[v]));
-        return _mm512_cmplt_epu32_mask(least, fnBoundOf(list)) != 0;
+        return _mm512_cmplt_epu32_mask(least, fnBoundOf(list.m_nErrorBound)) != 0;
     }
 };
 
@@ -301,9 +246,9 @@ __attribute__((noinline)) void fnSettlePixel(const Lanes& lanes, const QuadList&
                                              std::uint8_t* target) {
     const LaneSums<kVectors> sums(lanes, list);
     for (std::size_t v = 0; v < kVectors; ++v)
-        fnSettleLanes({lanes.m_pQuads + 64 * v, lanes.m_nStride, lanes.m_nFirst}, list,
-                      target + 16 * v,
-                      _mm512_cmplt_epu32_mask(fnFraction(sums.m_Sums[v]), fnBoundOf(list)));
+        fnSettleLanes(
+            {lanes.m_pQuads + 64 * v, lanes.m_nStride, lanes.m_nFirst}, list, target + 16 * v,
+            _mm512_cmplt_epu32_mask(fnFraction(sums.m_Sums[v]), fnBoundOf(list.m_nErrorBound)));
 }
 
 /// One target pixel of kVectors times 16 samples.

@@ -1,4 +1,5 @@
 #include "q32Base/kernels/KernelParts_p.h"
+#include "q32Base/kernels/LineSums_p.h"
 #include "q32Base/kernels/QuadList_p.h"
 
 namespace q32 {
@@ -29,7 +30,21 @@ std::uint8_t fnExactOfQuads(const std::uint8_t* quads, std::size_t stride, std::
     });
 }
 
+std::uint8_t fnExactOfLine(const std::uint8_t* samples, std::size_t origin, const LineSums& sums,
+                           std::size_t at) {
+    const std::size_t channel = at % sums.m_nChannels;
+    return fnExactByte(*sums.m_pLists[at / sums.m_nChannels].m_pExact, [&](std::int32_t pixel) {
+        return samples[static_cast<std::size_t>(pixel) * sums.m_nChannels + channel - origin];
+    });
+}
+
 namespace {
+
+void fnConvolveLine(const std::uint8_t* samples, std::size_t origin, const LineSums& sums,
+                    std::size_t first, std::uint8_t* target, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i)
+        target[i] = fnExactOfLine(samples, origin, sums, first + i);
+}
 
 void fnConvolveQuadRows(const std::uint8_t* const* rows, const QuadList& list, std::uint8_t* target,
                         std::size_t count) {
@@ -47,6 +62,10 @@ void fnConvolveQuads(const std::uint8_t* quads, std::int32_t first, const QuadLi
 
 } // namespace
 } // namespace scalar
+
+void fnUseScalarConvolveLine(Kernels& table) {
+    table.fnConvolveLine = scalar::fnConvolveLine;
+}
 
 void fnUseScalarConvolveQuads(Kernels& table) {
     table.m_bPrefersQuads = false;

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 
 namespace q32 {
 namespace {
@@ -89,6 +90,9 @@ bool fnFilterResample(const CqTileMap& source, CqTileMap& target, double scaleX,
         return fnFilterWidth(from, to, scaleX, {progress, source.Height});
     // Only the target's shape decides, not the cost: the order affects the pixels.
     const bool rowsFirst = target.Width < target.Height;
+    if (!rowsFirst && fnMayFilterInBands(from, to, scaleX, scaleY))
+        if (const std::optional<bool> done = fnFilterInBands(from, to, scaleX, scaleY, progress))
+            return *done;
     const IntermediateBuffer buffer(rowsFirst ? target.Width : source.Width,
                                     rowsFirst ? source.Height : target.Height,
                                     target.BytesPerPixel);

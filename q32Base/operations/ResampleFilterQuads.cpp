@@ -1,9 +1,9 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/kernels/Kernels_p.h"
-#include "q32Base/kernels/Prefetch_p.h"
 #include "q32Base/operations/ColumnBands_p.h"
 #include "q32Base/operations/FilterChannels_p.h"
 #include "q32Base/operations/QuadTable_p.h"
+#include "q32Base/operations/SourceRows_p.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -20,8 +20,8 @@ public:
                 const QuadTable& quads)
         : m_Source(source), m_Target(target), m_Quads(quads),
           m_nChannels(fnFilterChannels(source.fnGetBytesPerPixel())),
-          m_nMostRows(std::min(std::max(kPieceRows, table.fnGetCapacity()), source.fnGetHeight())) {
-        m_pRows.reset(fnNewArray<const unsigned char*>(m_nMostRows + kSpareRows));
+          m_nMostRows(std::min(std::max(kPieceRows, table.fnGetCapacity()), source.fnGetHeight())),
+          m_Rows(m_nMostRows) {
         if (source.fnGetBytesPerPixel() == 2) {
             m_pUnpacked.reset(fnNewArray<unsigned char>(std::size_t{m_nMostRows} * kBlock * 3));
             m_pSums.reset(fnNewArray<unsigned char>(kBlock * std::size_t{3}));
@@ -41,10 +41,12 @@ public:
                     break;
                 range = wider;
             }
-            fnFindRows(block.m_nX, block.m_nEnd, range);
-            std::uint32_t fetched = 0;
+            m_Rows.fnFind(
+                m_Source, block.m_nX, range, [&](const unsigned char* at, std::uint32_t place) {
+                    return m_pUnpacked ? fnUnpack(at, place, block.m_nEnd - block.m_nX) : at;
+                });
             for (; y < next; ++y) {
-                fnPrefetchRows(block.m_nEnd - block.m_nX, y, range, fetched);
+                fnPrefetchRows(block.m_nEnd - block.m_nX, y, range);
                 fnFilterRow(block.m_nX, block.m_nEnd, y, range.m_nTop);
             }
         }
@@ -52,50 +54,16 @@ public:
 
 private:
     static constexpr std::uint32_t kBlock = CqTileMap::kMaxTileSize;
-    static constexpr std::uint32_t kPieceRows = 512;   ///< unpacked, they fit in the cache
-    static constexpr std::uint32_t kAheadBytes = 6144; ///< measured: a few microseconds ahead
-    static constexpr std::uint32_t kSpareRows = 3;     ///< of a last quad, with weights of 0
+    static constexpr std::uint32_t kPieceRows = 512; ///< unpacked, they fit in the cache
 
-    /// Source rows from `top` to `last`.
-    struct RowRange {
-        std::uint32_t m_nTop;
-        std::uint32_t m_nLast;
-        explicit RowRange(const QuadList& list)
-            : m_nTop(static_cast<std::uint32_t>(list.m_nLeast)),
-              m_nLast(static_cast<std::uint32_t>(list.m_nMost)) {}
-        RowRange fnJoin(const RowRange& other) const {
-            RowRange joined = *this;
-            joined.m_nTop = std::min(m_nTop, other.m_nTop);
-            joined.m_nLast = std::max(m_nLast, other.m_nLast);
-            return joined;
-        }
-        std::uint32_t fnCount() const { return m_nLast - m_nTop + 1; }
-    };
-
-    void fnFindRows(std::uint32_t x, std::uint32_t end, const RowRange& range) const {
-        const unsigned char** to = m_pRows.get();
-        std::uint32_t next;
-        for (std::uint32_t y = range.m_nTop; y <= range.m_nLast; y = next) {
-            next = std::min(m_Source.fnRowsEnd(y), range.m_nLast + 1);
-            const unsigned char* at = m_Source.fnAt(x, y);
-            for (std::uint32_t row = y; row < next; ++row, at += m_Source.fnStride(x))
-                *to++ = m_pUnpacked ? fnUnpack(at, row - range.m_nTop, end - x) : at;
-        }
-        std::fill_n(to, kSpareRows, to[-1]);
-    }
-
-    /// Prefetches some rows beyond those of target row y. `fetched` counts the range's rows that
-    /// were.
-    void fnPrefetchRows(std::uint32_t columns, std::uint32_t y, const RowRange& range,
-                        std::uint32_t& fetched) const {
+    /// Prefetches some rows beyond those of target row y.
+    void fnPrefetchRows(std::uint32_t columns, std::uint32_t y, const RowRange& range) {
         if (m_pUnpacked)
             return;
         const std::uint32_t bytes = columns * m_nChannels;
         const std::uint32_t needed =
             static_cast<std::uint32_t>(m_Quads[y].m_nMost) - range.m_nTop + 1;
-        const std::uint32_t end = std::min(needed + kAheadBytes / bytes + 1, range.fnCount());
-        for (fetched = std::max(fetched, needed); fetched < end; ++fetched)
-            fnPrefetch(m_pRows[fetched], bytes);
+        m_Rows.fnPrefetchTo(needed, needed + SourceRows::fnRowsAhead(bytes), bytes);
     }
 
     const unsigned char* fnUnpack(const unsigned char* from, std::uint32_t place,
@@ -109,7 +77,7 @@ private:
         const QuadList& list = m_Quads[y];
         unsigned char* target = m_Target.fnAt(x, y);
         fnKernels().fnConvolveQuadRows(
-            m_pRows.get() + (static_cast<std::uint32_t>(list.m_nLeast) - top), list,
+            m_Rows.fnFrom(static_cast<std::uint32_t>(list.m_nLeast) - top), list,
             m_pSums ? m_pSums.get() : target, std::size_t{end - x} * m_nChannels);
         if (m_pSums)
             fnPack16(m_pSums.get(), target, end - x);
@@ -120,7 +88,7 @@ private:
     const QuadTable& m_Quads;
     std::uint32_t m_nChannels;
     std::uint32_t m_nMostRows; ///< of a piece
-    std::unique_ptr<const unsigned char*[]> m_pRows;
+    SourceRows m_Rows;
     std::unique_ptr<unsigned char[]> m_pUnpacked; ///< null except at 16 bits
     std::unique_ptr<unsigned char[]> m_pSums;     ///< null except at 16 bits
 };

@@ -1,16 +1,14 @@
 #include "q32Base/framework/Memory.h"
-#include "q32Base/framework/Parallel_p.h"
 #include "q32Base/kernels/ContribList_p.h"
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/kernels/QuadList_p.h"
 #include "q32Base/memory/TileWalk_p.h"
 #include "q32Base/operations/ContribTable_p.h"
 #include "q32Base/operations/FilterChannels_p.h"
-#include "q32Base/operations/PageWalk_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
+#include "q32Base/operations/LineTable_p.h"
 #include "q32Base/operations/QuadTable_p.h"
 #include "q32Base/operations/Resample_p.h"
-#include "q32Base/operations/RowSteps_p.h"
+#include "q32Base/operations/RowBands_p.h"
 
 #include <algorithm>
 #include <memory>
@@ -158,12 +156,12 @@ private:
 constexpr std::uint32_t kStepSamples = 192;
 constexpr std::uint32_t kQuadSamples = 512;
 
-/// Roughly what the filter takes for some rows, in nanoseconds.
-double fnRowsTime(const PixelArea& target, const ContribTable& table, std::uint32_t rows) {
+/// Roughly what the filter takes for a row, in nanoseconds.
+double fnRowTime(const PixelArea& target, const ContribTable& table) {
     constexpr double kSampleTime = 0.3;
     constexpr double kEntryTime = 0.02;
     return (kSampleTime + kEntryTime * table.fnGetCapacity()) * target.fnGetWidth() *
-           fnFilterChannels(target.fnGetBytesPerPixel()) * rows;
+           fnFilterChannels(target.fnGetBytesPerPixel());
 }
 
 } // namespace
@@ -171,40 +169,17 @@ double fnRowsTime(const PixelArea& target, const ContribTable& table, std::uint3
 bool fnFilterWidth(const PixelArea& source, const PixelArea& target, double scale,
                    const ProgressRun& progress) {
     const ContribTable table(scale, target.fnGetWidth(), source.fnGetWidth());
+    const std::uint32_t channels = fnFilterChannels(source.fnGetBytesPerPixel());
+    {
+        const std::unique_ptr<QuadTable> quads = fnMakeQuads(table, target.fnGetWidth(), 1);
+        if (const auto lines = fnMakeLines(quads.get(), target.fnGetWidth(), channels))
+            return fnFilterWidthInLines(source, target, *quads, *lines, progress);
+    }
     const std::unique_ptr<QuadTable> quads = fnMakeQuads(table, target.fnGetWidth(), 4);
-    const RowSteps steps(table, target.fnGetWidth(), fnFilterChannels(source.fnGetBytesPerPixel()),
-                         quads ? kQuadSamples : kStepSamples, quads != nullptr);
-    // The caller alone goes through a scratch file, tile by tile, so that the advice on pages is
-    // true.
-    const bool scratch = source.fnIsScratch() || target.fnIsScratch();
-    const std::uint32_t height = target.fnGetHeight();
-    const std::uint32_t rows = scratch ? CqTileMap::kMaxTileSize : std::uint32_t{kFilterLanes};
-    const std::uint32_t count = (height - 1) / rows + 1;
-    const Parallel bands =
-        scratch ? Parallel(count) : Parallel(count, fnRowsTime(target, table, rows));
-    PerWorker<RowFilter> filters(bands, source, target, table, quads.get(), steps);
-    PageWalk sourceWalk(source, VIEW_READ_NEXT, {false});
-    PageWalk targetWalk(target, VIEW_WRITE_NEXT, {false});
-    const auto endOf = [&](std::uint32_t band) { return std::min(height, (band + 1) * rows); };
-    const auto work = [&](std::uint32_t worker, std::uint32_t band) {
-        const std::uint32_t end = endOf(band);
-        for (const RowSteps::Step& step : steps) {
-            std::uint32_t y = band * rows;
-            if (scratch) {
-                sourceWalk.fnReach(step.m_nFirst, y, step.m_nLast, end - 1);
-                targetWalk.fnReach(step.m_nX, y, step.m_nEnd - 1, end - 1);
-            }
-            for (; y < end; y += kFilterLanes)
-                filters[worker].fnFilter(step, y, std::min<std::uint32_t>(kFilterLanes, end - y));
-        }
-    };
-    const auto run = [&](std::uint32_t worker, std::uint32_t first, std::uint32_t end) {
-        for (; first < end && target.fnGetBytesPerPixel() != 0; ++first)
-            work(worker, first);
-    };
-    return progress.fnRunWith(bands, run, [&](std::uint32_t band) {
-        return progress.fnAborts(band * rows, endOf(band));
-    });
+    const RowSteps steps(table, target.fnGetWidth(), channels, quads ? kQuadSamples : kStepSamples,
+                         quads != nullptr);
+    return fnFilterRows<RowFilter>(source, target, {steps.begin(), steps.end()},
+                                   fnRowTime(target, table), progress, table, quads.get(), steps);
 }
 
 } // namespace q32

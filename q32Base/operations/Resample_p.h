@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 class CqProgressDisplay;
 class CqTileMap;
@@ -31,5 +32,13 @@ bool fnFilterHeight(const PixelArea& source, const PixelArea& target, double sca
 /// Changes the width: target column x is a sum of source columns. One report per row.
 bool fnFilterWidth(const PixelArea& source, const PixelArea& target, double scale,
                    const ProgressRun& progress);
+
+/// Whether both passes may be done at once, columns first, band by band: for pictures in RAM whose
+/// intermediate image would be larger than the caches of a core.
+bool fnMayFilterInBands(const PixelArea& source, const PixelArea& target, double scaleX,
+                        double scaleY);
+/// Does so, with the reports of two passes. Nothing if the sums don't exist in that form.
+std::optional<bool> fnFilterInBands(const PixelArea& source, const PixelArea& target, double scaleX,
+                                    double scaleY, CqProgressDisplay* progress);
 
 } // namespace q32

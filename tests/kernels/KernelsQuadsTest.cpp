@@ -1,5 +1,6 @@
 #include "q32Base/kernels/QuadList_p.h"
 #include "q32Base/operations/ContribTable_p.h"
+#include "q32Base/operations/LineTable_p.h"
 #include "q32Base/operations/QuadTable_p.h"
 #include "tests/kernels/KernelsTestTools.h"
 #include "tests/support/Sanitizers.h"
@@ -137,6 +138,47 @@ protected:
         fnCheckLanes(entries, rows, 1 + m_Random() % 4, m_Random() % 32);
     }
 
+    /// Filters parts of a row, whose first pixels are missing where no sum needs them.
+    void fnCheckLine(const ContribTable& table, std::uint32_t count, std::size_t channels,
+                     const Bytes& row) {
+        const QuadTable quads(table, count, 1);
+        ASSERT_TRUE(quads.fnIsComplete());
+        const LineTable lines(quads, count, static_cast<std::uint32_t>(channels));
+        if (!lines.fnIsComplete())
+            return;
+        Bytes readable = row;
+        readable.resize(row.size() + lines.fnGetReach(), static_cast<std::uint8_t>(m_Random()));
+        for (std::size_t first = 0; first < count * channels; first += 64 * (1 + m_Random() % 3)) {
+            const std::size_t most = count * channels - first;
+            const std::size_t samples = m_Random() % 2 ? most : 1 + m_Random() % most;
+            std::size_t origin = row.size();
+            Bytes expected;
+            for (std::size_t at = first; at < first + samples; ++at) {
+                const ContribList& list = table[static_cast<std::uint32_t>(at / channels)];
+                double sum = 0.0;
+                for (std::int32_t k = 0; k < list.m_nCount; ++k) {
+                    const std::size_t from =
+                        static_cast<std::size_t>(list.m_pEntries[k].m_nPixel) * channels;
+                    origin = std::min(origin, from);
+                    sum += row[from + at % channels] * list.m_pEntries[k].m_dWeight;
+                }
+                expected.push_back(fnPlainByte(sum));
+            }
+            // Groups of a block that have no sample to be written are read as well.
+            for (std::size_t at = first / 16; at < (first + samples + 63) / 64 * 4; ++at)
+                origin = std::min<std::size_t>(origin, lines.fnGetSums().m_pFirst[at]);
+            origin -= origin % channels;
+            const SourceBytes source(
+                Bytes(readable.begin() + static_cast<std::ptrdiff_t>(origin), readable.end()),
+                m_Random() % 32);
+            TargetBytes target(samples, m_Random() % 32);
+            m_Kernels.fnConvolveLine(source.fnData(), origin, lines.fnGetSums(), first,
+                                     target.fnData(), samples);
+            ASSERT_TRUE(target.fnHolds(expected))
+                << count << " pixels of " << channels << " channels, from sample " << first;
+        }
+    }
+
     static std::vector<ContribEntry> fnEntriesOf(const ContribList& list) {
         return {list.m_pEntries, list.m_pEntries + list.m_nCount};
     }
@@ -199,6 +241,36 @@ TEST_P(KernelsQuads, SumsInOneCallAreThoseOfTheirLists) {
     TargetBytes target(expected.size(), 1);
     m_Kernels.fnConvolveQuads(samples.data(), 0, &quads[0], 12, target.fnData(), 1);
     EXPECT_TRUE(target.fnHolds(expected));
+}
+
+TEST_P(KernelsQuads, SumsOfALineAreThoseOfDoubles) {
+    for (const double scale : {0.13, 0.2, 0.2999, 0.33325, 1.0 / 3.0, 0.5, 0.77, 1.0, 1.1, 2.0, 4.0,
+                               5.3, 1.0 + 3.0 * fnUnit(), 0.13 + 0.8 * fnUnit()})
+        for (const std::size_t channels : {1U, 2U, 3U, 4U}) {
+            const auto source = static_cast<std::uint32_t>(1 + m_Random() % 200);
+            const auto count = static_cast<std::uint32_t>(std::ceil(source * scale));
+            const ContribTable table(scale, count, source);
+            Bytes row = fnRandomBytes(m_Random, source * channels);
+            fnCheckLine(table, count, channels, row);
+            // Runs of equal pixels, such as white ones, interrupted here and there.
+            for (std::size_t i = channels; i < row.size(); ++i)
+                if (i < row.size() / 3)
+                    row[i] = 255;
+                else if (m_Random() % 50 != 0)
+                    row[i] = row[i - channels];
+            fnCheckLine(table, count, channels, row);
+            if (HasFatalFailure())
+                return;
+        }
+}
+
+TEST_P(KernelsQuads, LinesExistForReductionsToASeventh) {
+    for (const std::uint32_t channels : {1U, 3U, 4U})
+        for (const double scale : {1.0 / 7.0, 0.3333, 4.0, 0.05}) {
+            const ContribTable table(scale, 40, 700);
+            const QuadTable quads(table, 40, 1);
+            EXPECT_EQ(LineTable(quads, 40, channels).fnIsComplete(), scale > 0.1);
+        }
 }
 
 TEST_P(KernelsQuads, SumsBarelyBesideAnIntegerAreDecidedInDouble) {
