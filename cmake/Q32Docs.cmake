@@ -56,7 +56,8 @@ function(q32_docs)
     file(GLOB headers "${PROJECT_SOURCE_DIR}/q32Base/*.h" "${PROJECT_SOURCE_DIR}/q32Base/*/*.h"
         "${PROJECT_SOURCE_DIR}/platforms/*/*.h" "${PROJECT_SOURCE_DIR}/plugins/*.h")
     list(FILTER headers EXCLUDE REGEX "_p\\.h$")
-    file(GLOB pages "${PROJECT_SOURCE_DIR}/*.md" "${PROJECT_SOURCE_DIR}/docs/*.md" "${PROJECT_SOURCE_DIR}/docs/behaviour/*.md")
+    file(GLOB pages "${PROJECT_SOURCE_DIR}/*.md" "${PROJECT_SOURCE_DIR}/docs/*.md" "${PROJECT_SOURCE_DIR}/docs/behaviour/*.md"
+        "${PROJECT_SOURCE_DIR}/bench/*.md")
     foreach(file IN LISTS pages headers)
         string(APPEND Q32_SITE_INPUT " \\\n    \"${file}\"")
     endforeach()

@@ -103,7 +103,7 @@ int main(int argc, char** argv) {
     }
     for (const Input& input : corpus)
         fnRun(input);
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(std::atoi(argv[2]));
+    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(std::atof(argv[2]));
     std::uint32_t round = 0;
     for (; std::chrono::steady_clock::now() < end; ++round) {
         std::mt19937 random(round);

@@ -78,5 +78,7 @@ build() {
     shift
     mkdir -p build
     quietly configure "$preset" || return
-    quietly flock "build/$preset.lock" cmake --build --preset "$preset" --parallel "$jobs" ${1:+--target "$@"}
+    # clang, which allocates by malloc, compiles faster with pages of 2 MB.
+    GLIBC_TUNABLES=glibc.malloc.hugetlb=1 quietly \
+        flock "build/$preset.lock" cmake --build --preset "$preset" --parallel "$jobs" ${1:+--target "$@"}
 }

@@ -102,7 +102,7 @@ CqWaveFileResult fnReadSound(const std::string& path, bool check, CqWaveFacts& f
     progress.fnBegin("reading " + path);
     if (check) {
         CqWave wave;
-        const CqWaveFileResult result = q32ReadWave(path.c_str(), wave, &progress);
+        CqWaveFileResult result = q32ReadWave(path.c_str(), wave, &progress);
         if (!result.fnIsDone())
             return result;
     }

@@ -38,7 +38,6 @@ namespace {
 
 constexpr QSize kStartSize(1100, 760);
 constexpr double kScreenShare = 0.9; ///< leaves room for the frame
-constexpr int kMessageMs = 4000;
 constexpr std::chrono::minutes kKeepInterval(2); ///< between copies of unsaved changes
 
 /// Anybody may have edited the settings file.

@@ -71,6 +71,8 @@ protected:
     void dropEvent(QDropEvent* event) override;
 
 private:
+    static constexpr int kMessageMs = 4000; ///< how long the status bar shows a message
+
     class Busy;
 
     // MainWindow.cpp

@@ -6,10 +6,6 @@
 
 namespace darkroom {
 
-namespace {
-constexpr int kMessageMs = 4000;
-}
-
 void MainWindow::fnCopy() {
     CqImage copy;
     if (fnRun(tr("Copy"), [&](CqProgressDisplay* progress) {

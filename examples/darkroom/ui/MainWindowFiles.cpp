@@ -24,8 +24,6 @@ namespace darkroom {
 
 namespace {
 
-constexpr int kMessageMs = 4000;
-
 /// The first file of a drag, since the window shows one picture; empty for anything else.
 QString fnFindFile(const QMimeData& data) {
     for (const QUrl& url : data.urls())
