@@ -19,7 +19,8 @@ function(q32_docs)
             set(folder "${CMAKE_MATCH_1}")
             set(text "${CMAKE_MATCH_2}")
             file(GLOB headers "${PROJECT_SOURCE_DIR}/${folder}/*.h")
-            if(NOT headers MATCHES "[^p]\\.h|[^_]p\\.h" OR folder MATCHES "^(examples|tools|tests)")
+            # The public header of the kernels declares nothing for hosts.
+            if(NOT headers MATCHES "[^p]\\.h|[^_]p\\.h" OR folder MATCHES "^(examples|tools|tests|q32Base/kernels)")
                 continue()
             endif()
             string(MAKE_C_IDENTIFIER "${folder}" id)
@@ -55,7 +56,7 @@ function(q32_docs)
     set(Q32_SITE_INPUT "\"${Q32_SITE_MADE}/site.dox\"")
     file(GLOB headers "${PROJECT_SOURCE_DIR}/q32Base/*.h" "${PROJECT_SOURCE_DIR}/q32Base/*/*.h"
         "${PROJECT_SOURCE_DIR}/platforms/*/*.h" "${PROJECT_SOURCE_DIR}/plugins/*.h")
-    list(FILTER headers EXCLUDE REGEX "_p\\.h$")
+    list(FILTER headers EXCLUDE REGEX "_p\\.h$|/kernels/")
     file(GLOB pages "${PROJECT_SOURCE_DIR}/*.md" "${PROJECT_SOURCE_DIR}/docs/*.md" "${PROJECT_SOURCE_DIR}/docs/behaviour/*.md"
         "${PROJECT_SOURCE_DIR}/bench/*.md")
     foreach(file IN LISTS pages headers)
