@@ -1,6 +1,6 @@
 # q32_docs(): the target docs makes the reference of the public headers as pages for a browser, with the guide, its
 # programs and the other documentation inside, in the build folder's docs/: of all back ends, whichever are built.
-# Warnings are errors, and a public declaration without a comment is one.
+# Warnings are errors, and so are a public declaration without a comment, a link to nowhere and an empty page.
 function(q32_docs)
     find_program(Q32_DOXYGEN doxygen)
     mark_as_advanced(Q32_DOXYGEN)
@@ -19,7 +19,8 @@ function(q32_docs)
             set(folder "${CMAKE_MATCH_1}")
             set(text "${CMAKE_MATCH_2}")
             file(GLOB headers "${PROJECT_SOURCE_DIR}/${folder}/*.h")
-            if(NOT headers MATCHES "[^p]\\.h|[^_]p\\.h" OR folder MATCHES "^(examples|tools|tests)")
+            # The public header of the kernels declares nothing for hosts.
+            if(NOT headers MATCHES "[^p]\\.h|[^_]p\\.h" OR folder MATCHES "^(examples|tools|tests|q32Base/kernels)")
                 continue()
             endif()
             string(MAKE_C_IDENTIFIER "${folder}" id)
@@ -39,8 +40,11 @@ function(q32_docs)
     set(list "")
     foreach(program IN LISTS programs)
         cmake_path(GET program STEM name)
-        file(STRINGS "${PROJECT_SOURCE_DIR}/examples/programs/${program}" what LIMIT_COUNT 1)
-        string(REGEX REPLACE "^// *" "" what "${what}")
+        # The comment at the top, which may have several lines.
+        file(READ "${PROJECT_SOURCE_DIR}/examples/programs/${program}" what LIMIT 1000)
+        string(REGEX MATCH "^(//[^\n]*\n)+" what "${what}")
+        string(REGEX REPLACE "(^|\n)// *" " " what "${what}")
+        string(STRIP "${what}" what)
         string(REPLACE "<" "&lt;" what "${what}")
         string(REPLACE ">" "&gt;" what "${what}")
         string(APPEND list "- @subpage program_${name} \"${program}\": ${what}\n")
@@ -52,7 +56,7 @@ function(q32_docs)
     set(Q32_SITE_INPUT "\"${Q32_SITE_MADE}/site.dox\"")
     file(GLOB headers "${PROJECT_SOURCE_DIR}/q32Base/*.h" "${PROJECT_SOURCE_DIR}/q32Base/*/*.h"
         "${PROJECT_SOURCE_DIR}/platforms/*/*.h" "${PROJECT_SOURCE_DIR}/plugins/*.h")
-    list(FILTER headers EXCLUDE REGEX "_p\\.h$")
+    list(FILTER headers EXCLUDE REGEX "_p\\.h$|/kernels/")
     file(GLOB pages "${PROJECT_SOURCE_DIR}/*.md" "${PROJECT_SOURCE_DIR}/docs/*.md" "${PROJECT_SOURCE_DIR}/docs/behaviour/*.md"
         "${PROJECT_SOURCE_DIR}/bench/*.md")
     foreach(file IN LISTS pages headers)
@@ -63,5 +67,6 @@ function(q32_docs)
     add_custom_target(docs
         COMMAND "${CMAKE_COMMAND}" -E rm -rf "${Q32_SITE}"
         COMMAND "${CMAKE_COMMAND}" -E env "Q32_TREE=${tree}" "${Q32_DOXYGEN}" "${Q32_SITE_MADE}/Doxyfile"
+        COMMAND "${PROJECT_SOURCE_DIR}/scripts/check-site" "${Q32_SITE}"
         WORKING_DIRECTORY "${PROJECT_SOURCE_DIR}" VERBATIM)
 endfunction()

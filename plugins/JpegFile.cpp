@@ -2,6 +2,7 @@
 #include "plugins/CodecSamples_p.h"
 #include "plugins/JpegHandle_p.h"
 #include "plugins/JpegScans_p.h"
+#include "plugins/JpegScanSieve_p.h"
 #include "plugins/MetadataTarget_p.h"
 #include "plugins/PictureTarget_p.h"
 
@@ -10,6 +11,7 @@
 #include <cstddef>
 #include <jerror.h>
 #include <memory>
+#include <optional>
 
 namespace q32 {
 
@@ -31,7 +33,8 @@ struct ReadState : JpegState {
     explicit ReadState(CodecInput& input) : m_Input(input) {}
 
     CodecInput& m_Input;
-    bool m_bHasNotes = false; ///< the file has markers of kNoteMarkers
+    std::optional<JpegScanSieve> m_Sieve; ///< between the file and libjpeg, if any
+    bool m_bHasNotes = false;             ///< the file has markers of kNoteMarkers
 };
 
 ReadState& fnState(j_decompress_ptr jpeg) {
@@ -41,11 +44,13 @@ ReadState& fnState(j_decompress_ptr jpeg) {
 void fnNothing(j_decompress_ptr) {}
 
 boolean fnFillInput(j_decompress_ptr jpeg) {
-    CodecInput& input = fnState(jpeg).m_Input;
-    jpeg->src->next_input_byte = input.fnReadBlock(jpeg->src->bytes_in_buffer);
-    if (jpeg->src->bytes_in_buffer > 0)
-        return TRUE;
     ReadState& state = fnState(jpeg);
+    CodecInput& input = state.m_Input;
+    std::size_t& count = jpeg->src->bytes_in_buffer;
+    jpeg->src->next_input_byte =
+        state.m_Sieve ? state.m_Sieve->fnReadBlock(count) : input.fnReadBlock(count);
+    if (count > 0)
+        return TRUE;
     if (!state.m_bLenient || input.fnHasFailed())
         fnFailJpeg(reinterpret_cast<j_common_ptr>(jpeg), JERR_INPUT_EOF);
     static constexpr JOCTET kEnd[] = {0xFF, JPEG_EOI};
@@ -94,19 +99,22 @@ public:
     JpegReader(const JpegReader&) = delete;
     JpegReader& operator=(const JpegReader&) = delete;
 
-    void fnOpen();
-    void fnReadHeader();
-    void fnReduce();
-    void fnStart();
-    void fnAllocImage();
-    void fnReadScans();
-    void fnReadRows();
+    void fnRead();
     /// Whether pixels were invented.
     bool fnIsDamaged() const { return m_State.m_bDamaged; }
     bool fnIsCmyk() const { return m_Jpeg.out_color_space == JCS_CMYK; }
     bool fnHasNotes() const { return m_State.m_bHasNotes; }
 
 private:
+    void fnOpen();
+    void fnReadHeader();
+    void fnReduce();
+    void fnStart();
+    void fnSieve();
+    void fnAllocImage();
+    void fnReadScans();
+    void fnReadRows();
+    std::uint64_t fnReturnBuffer();
     template <typename Call>
     void fnCall(const Call& call) {
         if (!fnGuardJump(m_State.m_Jump, call))
@@ -209,13 +217,30 @@ void JpegReader::fnAllocImage() {
         m_Target.fnSetDotsPerMeter(m_Jpeg.X_density * unit, m_Jpeg.Y_density * unit);
 }
 
+/// Has the input go back to where libjpeg is, which asks for the rest of its buffer again.
+/// @return that position
+std::uint64_t JpegReader::fnReturnBuffer() {
+    const std::uint64_t place = m_State.m_Input.fnGetPosition() - m_Source.bytes_in_buffer;
+    m_Source.bytes_in_buffer = 0;
+    m_State.m_Input.fnSeek(place);
+    return place;
+}
+
+/// Leaves out scans without effect on the reduced picture. Not where damage is accepted: what
+/// libjpeg makes of that depends on all scans.
+void JpegReader::fnSieve() {
+    if (!m_Jpeg.progressive_mode || m_State.m_bLenient || !JpegScanSieve::fnIsUseful(m_Jpeg))
+        return;
+    fnReturnBuffer();
+    m_State.m_Sieve.emplace(m_State.m_Input, m_Jpeg);
+    m_Jpeg.do_block_smoothing = FALSE; // it would invent the coefficients that are left out
+}
+
 /// Looks ahead for the scans of the whole file, so that too many of them are refused before
 /// coefficients take memory.
 void JpegReader::fnCountScans() {
     CodecInput& input = m_State.m_Input;
-    const std::uint64_t place = input.fnGetPosition() - m_Source.bytes_in_buffer;
-    m_Source.bytes_in_buffer = 0; // libjpeg asks for them again
-    input.fnSeek(place);
+    const std::uint64_t place = fnReturnBuffer();
     const unsigned int more = fnCountJpegScans(input, m_Target.fnGetLimits().m_nScans);
     if (input.fnHasFailed())
         input.fnFail(m_State.m_Failure);
@@ -278,18 +303,24 @@ void JpegReader::fnReadRows() {
     });
 }
 
+void JpegReader::fnRead() {
+    fnOpen();
+    fnReadHeader();
+    fnReduce();
+    const bool pixels = m_Target.fnNeedsPixels();
+    if (pixels)
+        fnStart();
+    fnAllocImage();
+    if (!pixels)
+        return;
+    fnSieve();
+    fnReadScans();
+    fnReadRows();
+}
+
 void fnReadJpeg(CodecInput& input, PictureTarget& target) {
     const auto reader = std::make_unique<JpegReader>(input, target);
-    reader->fnOpen();
-    reader->fnReadHeader();
-    reader->fnReduce();
-    if (target.fnNeedsPixels())
-        reader->fnStart();
-    reader->fnAllocImage();
-    if (target.fnNeedsPixels()) {
-        reader->fnReadScans();
-        reader->fnReadRows();
-    }
+    reader->fnRead();
     if (reader->fnIsDamaged())
         target.fnNotePartial();
     if (target.fnGetMetadata())

@@ -1,4 +1,5 @@
 #include "plugins/CodecInput_p.h"
+#include "plugins/JpegMarks_p.h"
 #include "plugins/JpegScans_p.h"
 
 #include <algorithm>
@@ -9,13 +10,7 @@ namespace q32 {
 
 namespace {
 
-constexpr unsigned int kFill = 0xFF; ///< begins a mark, and may be repeated there
-constexpr unsigned int kData = 0x00; ///< after a fill byte: that was a byte of data
-constexpr unsigned int kTemporary = 0x01;
-constexpr unsigned int kFirstRestart = 0xD0;
-constexpr unsigned int kStartOfPicture = 0xD8;
-constexpr unsigned int kEndOfPicture = 0xD9;
-constexpr unsigned int kStartOfScan = 0xDA;
+using namespace jpeg;
 
 /// The rest of a file, byte by byte.
 class Walk {
@@ -69,9 +64,7 @@ unsigned int fnNextMark(Walk& walk) {
         unsigned int mark = kFill;
         while (mark == kFill)
             mark = walk.fnTake();
-        const bool alone = mark == kData || mark == kTemporary ||
-                           (mark >= kFirstRestart && mark <= kStartOfPicture);
-        if (!alone)
+        if (!fnStandsAlone(mark))
             return mark;
     }
     return kEndOfPicture;

@@ -135,12 +135,12 @@ struct Q32_API CqPictureResult {
 struct CqPictureFacts {
     PICTURE_FORMAT m_eFormat{};   ///< as recognised by the first bytes
     std::uint32_t m_nWidth = 0;   ///< in pixels, after the reduction that the result names
-    std::uint32_t m_nHeight = 0;  ///< the same
+    std::uint32_t m_nHeight = 0;  ///< in pixels, after that reduction
     unsigned int m_nBitCount = 0; ///< of the image, not of the file: 4, 8, 16, 24 or 32
     unsigned int m_nColors = 0;   ///< entries of its palette; 0 for none
     bool m_bGrey = false;         ///< the palette is a ramp of greys (`CqImage::fnIsGrayScale`)
-    std::int32_t m_nDpiX = 0;     ///< dots per inch; the default of images if none are declared
-    std::int32_t m_nDpiY = 0;     ///< the same
+    std::int32_t m_nDpiX = 0;     ///< dots per inch across; that of new images if none are declared
+    std::int32_t m_nDpiY = 0;     ///< dots per inch downwards; likewise
     CString m_strTitle;           ///< its bytes unchanged; empty for none
 };
 

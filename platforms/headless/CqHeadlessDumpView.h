@@ -34,7 +34,7 @@ struct Q32_API CqHeadlessDumpDesk {
     CqHeadlessCalls m_CreateText;      ///< of the text control
     CqHeadlessCalls m_CreateStatusBar; ///< of the status bar
     CqHeadlessCalls m_SetText;         ///< a failed call throws std::bad_alloc and changes nothing
-    CqHeadlessCalls m_AppendText;      ///< the same
+    CqHeadlessCalls m_AppendText;      ///< likewise, of text behind what is shown
     bool m_bAppends = true;            ///< whether views can append
     std::uint64_t m_nTextBytes = 0;    ///< total bytes of text passed to views
 

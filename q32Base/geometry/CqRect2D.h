@@ -70,14 +70,14 @@ struct Q32_API CqRect2D {
             double m_Left; ///< smallest x, unless inverted
             double m_Top;  ///< smallest y, unless inverted
         };
-        CqPoint2D m_TopLeft; ///< the same two numbers
+        CqPoint2D m_TopLeft; ///< `m_Left` and `m_Top` as a point
     };
     union {
         struct {
             double m_Right;  ///< largest x, unless inverted
             double m_Bottom; ///< largest y, unless inverted
         };
-        CqPoint2D m_BottomRight; ///< the same two numbers
+        CqPoint2D m_BottomRight; ///< `m_Right` and `m_Bottom` as a point
     };
 };
 

@@ -1,9 +1,14 @@
 // Pictures that are reduced while they are decoded.
-#include "tests/plugins/PictureTest.h"
+#include "tests/plugins/CodecFiles.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
+#include <vector>
 
 namespace {
+
+constexpr int kCorrupted = -6;
 
 class ReducedReadingTest : public PictureTest {
 protected:
@@ -99,6 +104,94 @@ TEST_F(ReducedReadingTest, OtherFormatsAreReadWhole) {
         fnWriteRamp(800, 400, format);
         EXPECT_EQ(fnReadInto(1, 1).m_nReduction, 1u);
         EXPECT_EQ(m_Image.Width, 800u);
+    }
+}
+
+/// A JPEG of noise, which has all coefficients.
+TestJpeg fnMakeNoisyJpeg(int components, bool progressive) {
+    TestJpeg jpeg;
+    jpeg.m_nWidth = 53;
+    jpeg.m_nHeight = 37;
+    jpeg.m_nComponents = components;
+    jpeg.m_bProgressive = progressive;
+    jpeg.m_Samples.resize(std::size_t{53} * 37 * static_cast<unsigned int>(components));
+    std::uint32_t seed = 1;
+    for (std::uint8_t& sample : jpeg.m_Samples)
+        sample = static_cast<std::uint8_t>((seed = seed * 1664525 + 1013904223) >> 24);
+    return jpeg;
+}
+
+/// Where the segments with this mark begin.
+std::vector<std::size_t> fnFindMarks(const Bytes& file, std::uint8_t mark) {
+    std::vector<std::size_t> places;
+    for (std::size_t i = 0; i + 1 < file.size(); ++i)
+        if (file[i] == 0xFF && file[i + 1] == mark)
+            places.push_back(i);
+    return places;
+}
+
+TEST_F(ReducedReadingTest, AProgressiveJpegIsReducedToThePixelsOfTheOrdinaryOne) {
+    for (const int components : {1, 3, 4})
+        for (const std::uint32_t box : {1u, 8u, 14u}) { // an eighth, and a quarter
+            fnPut(fnMakeNoisyJpeg(components, false).fnMake());
+            const CqPictureResult ordinary = fnReadInto(box, 0);
+            ASSERT_TRUE(ordinary.fnIsDone());
+            const Bytes pixels = fnPixelsOf(m_Image);
+            fnPut(fnMakeNoisyJpeg(components, true).fnMake());
+            const CqPictureResult progressive = fnReadInto(box, 0);
+            ASSERT_TRUE(progressive.fnIsDone());
+            EXPECT_EQ(progressive.m_nReduction, ordinary.m_nReduction);
+            EXPECT_EQ(fnPixelsOf(m_Image), pixels) << components << " in a box of " << box;
+        }
+}
+
+TEST_F(ReducedReadingTest, SegmentsOfAProgressiveJpegMayLieAcrossBlocksOfTheFile) {
+    constexpr std::size_t kBlock = 65536;
+    const Bytes file = fnMakeNoisyJpeg(3, true).fnMake();
+    fnPut(file);
+    ASSERT_EQ(fnReadInto(1, 1).m_nReduction, 8u);
+    const Bytes pixels = fnPixelsOf(m_Image);
+    std::vector<std::size_t> places = fnFindMarks(file, 0xDA);
+    ASSERT_GT(places.size(), 5u);
+    std::ranges::copy(fnFindMarks(file, 0xC4), std::back_inserter(places));
+    places.push_back(file.size() - 2); // the mark of the end
+    for (const std::size_t place : places)
+        for (std::size_t before = 0; before < 12; ++before) { // bytes of it in the first block
+            const std::size_t length = kBlock - before - place - 2;
+            Bytes comment = {0xFF, 0xFE, static_cast<std::uint8_t>(length >> 8),
+                             static_cast<std::uint8_t>(length)};
+            comment.resize(length + 2, 0x20);
+            Bytes moved = file;
+            moved.insert(moved.begin() + 2, comment.begin(), comment.end());
+            fnPut(moved);
+            ASSERT_TRUE(fnReadInto(1, 1).fnIsDone());
+            ASSERT_EQ(fnPixelsOf(m_Image), pixels) << place << ", " << before << " bytes before";
+        }
+}
+
+TEST_F(ReducedReadingTest, ScansWithoutEffectOnAnEighthAreNotDecoded) {
+    Bytes file = fnMakeNoisyJpeg(3, true).fnMake();
+    const std::size_t last = fnFindMarks(file, 0xDA).back();
+    ASSERT_EQ(file[last + 5], 1) << "a refinement of the luminance";
+    file[last + 9] = 0xEE; // no such bits
+    fnPut(file);
+    fnExpectRefused(kCorrupted);
+    EXPECT_EQ(fnReadInto(14, 0).m_nMsgId, kCorrupted) << "a quarter needs it";
+    EXPECT_TRUE(fnReadInto(1, 1).fnIsDone());
+
+    CqPictureLimits limits;
+    limits.m_nFitWidth = limits.m_nFitHeight = 1;
+    limits.m_bPartial = true;
+    EXPECT_EQ(q32ReadPicture(kPath, m_Image, limits).m_nMsgId, kCorrupted)
+        << "of a damaged file all scans count";
+}
+
+TEST_F(ReducedReadingTest, AnEighthOfAProgressiveJpegThatEndsEarlyIsRefused) {
+    Bytes file = fnMakeNoisyJpeg(3, true).fnMake();
+    const std::size_t last = fnFindMarks(file, 0xDA).back();
+    for (const std::size_t length : {last + 3, last + 10, file.size() - 2}) {
+        fnPut(Bytes(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length)));
+        EXPECT_EQ(fnReadInto(1, 1).m_nMsgId, kCorrupted) << length;
     }
 }
 
