@@ -98,6 +98,8 @@ CqPictureLimits fnMakeLimits(Input& input) {
     set(limits.m_nScans, 1);
     set(limits.m_nFitWidth, 4);
     set(limits.m_nFitHeight, 4);
+    limits.m_bDither =
+        limits.m_nFitHeight % 2 != 0; // no byte of its own: the corpus keeps its meaning
     return limits;
 }
 

@@ -12,7 +12,8 @@
 /// Conversions on reading:
 /// - palette pictures of up to 4 bits become 4-bit images, those of 8 bits 8-bit images, with their
 ///   palette; grey becomes 8 bits with the grey ramp; colour 24 bits; colour or grey with alpha 32
-///   bits; 16 bits per channel are rounded to 8;
+///   bits; 16 bits per channel are rounded to 8,
+///   or dithered, as the host chooses (`CqPictureLimits::m_bDither`);
 /// - BMP of 16 bits in 5-5-5 or 5-6-5 becomes a 16-bit image; of 32 bits, a 24-bit image unless the
 ///   file declares an alpha mask. RLE8 goes through the DIB interchange of CqImage, whose rules
 ///   apply;

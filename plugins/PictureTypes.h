@@ -87,6 +87,10 @@ struct CqPictureLimits {
     /// goes. What is missing is black, transparent if the picture has alpha, or what the decoder
     /// makes of it; the result says so. Headers must be there.
     bool m_bPartial = false;
+    /// How the samples of a PNG or TIFF of 16 bits per channel become 8 bits: false, rounded; true,
+    /// by ordered dithering, which shows no steps in smooth areas. What 8 bits can hold is the same
+    /// by both. Samples that libtiff converts itself, such as CIE L*a*b*, aren't dithered.
+    bool m_bDither = false;
 };
 
 /// What a file may hold that an image doesn't: bits of CqPictureResult::m_nParts.

@@ -1,5 +1,6 @@
 #include "plugins/CodecInput_p.h"
 #include "plugins/CodecSamples_p.h"
+#include "plugins/Dither16_p.h"
 #include "plugins/MetadataTarget_p.h"
 #include "plugins/PictureCodec_p.h"
 #include "plugins/PictureTarget_p.h"
@@ -65,6 +66,7 @@ public:
 
 private:
     void fnReadPasses();
+    void fnNarrow(const unsigned char* wide, std::uint32_t y, int pass, unsigned char* row) const;
     unsigned int fnTakeTitles(png_infop info);
 
     PictureTarget& m_Target;
@@ -78,6 +80,7 @@ private:
     int m_nDepth = 0;
     int m_nColorType = 0;
     int m_nPasses = 1;
+    bool m_bWide = false;         ///< rows come with 16 bits per sample, and are dithered here
     unsigned int m_nBitCount = 0; ///< of the image, not of the file
 };
 
@@ -117,8 +120,9 @@ void PngReader::fnSetConversion() {
     else
         m_nBitCount = grey ? 8 : 24;
     m_Target.fnCheckSize(m_nWidth, m_nHeight, m_nBitCount);
+    m_bWide = m_nDepth == 16 && m_Target.fnGetLimits().m_bDither;
     fnCall([&] {
-        if (m_nDepth == 16)
+        if (m_nDepth == 16 && !m_bWide)
             png_set_scale_16(m_pPng);
         if (transparent)
             png_set_expand(m_pPng);
@@ -135,7 +139,8 @@ void PngReader::fnSetConversion() {
         m_nPasses = png_set_interlace_handling(m_pPng);
         png_read_update_info(m_pPng, m_pInfo);
     });
-    if (png_get_rowbytes(m_pPng, m_pInfo) != std::size_t{m_nWidth} * fnCodecBytes(m_nBitCount))
+    const std::size_t rowBytes = std::size_t{m_nWidth} * fnCodecBytes(m_nBitCount);
+    if (png_get_rowbytes(m_pPng, m_pInfo) != (m_bWide ? 2 * rowBytes : rowBytes))
         throw CodecFailure{MESSAGE_CORRUPTED};
 }
 
@@ -182,10 +187,13 @@ void PngReader::fnSkipRows() {
 void PngReader::fnReadPasses() {
     // The passes of an interlaced picture are combined in the image itself: a row is read back,
     // completed by the pass, and stored.
-    const std::size_t rowBytes = png_get_rowbytes(m_pPng, m_pInfo);
-    if (rowBytes > m_State.m_nFree)
+    const std::size_t rowBytes = std::size_t{m_nWidth} * fnCodecBytes(m_nBitCount);
+    const std::size_t wideBytes = m_bWide ? 2 * rowBytes : 0;
+    if (rowBytes + wideBytes > m_State.m_nFree)
         throw CodecFailure{MESSAGE_NO_MEMORY, PICTURE_LIMIT_CODEC};
     const auto row = std::make_unique<unsigned char[]>(rowBytes);
+    const auto wide = std::make_unique<unsigned char[]>(wideBytes);
+    unsigned char* const read = m_bWide ? wide.get() : row.get();
     const std::uint64_t total = std::uint64_t{m_nHeight} * static_cast<unsigned int>(m_nPasses);
     std::uint64_t done = 0;
     for (int pass = 0; pass < m_nPasses; ++pass) {
@@ -193,11 +201,27 @@ void PngReader::fnReadPasses() {
             const bool touched = m_nPasses == 1 || PNG_ROW_IN_INTERLACE_PASS(y, pass);
             if (touched && pass > 0)
                 m_Target.fnFetchRow(y, row.get());
-            fnCall([&] { png_read_row(m_pPng, touched ? row.get() : nullptr, nullptr); });
+            fnCall([&] { png_read_row(m_pPng, touched ? read : nullptr, nullptr); });
+            if (touched && m_bWide)
+                fnNarrow(read, y, pass, row.get());
             if (touched)
                 m_Target.fnStoreRow(y, row.get());
             m_Target.fnReport(++done, total);
         }
+    }
+}
+
+/// Dithers those pixels of a row that its pass has brought.
+void PngReader::fnNarrow(const unsigned char* wide, std::uint32_t y, int pass,
+                         unsigned char* row) const {
+    const std::size_t samples = fnCodecBytes(m_nBitCount);
+    for (std::uint32_t x = 0; x < m_nWidth; ++x) {
+        if (m_nPasses > 1 && !PNG_COL_IN_INTERLACE_PASS(x, pass))
+            continue;
+        const std::uint16_t threshold = fnDitherThreshold(x, y);
+        for (std::size_t i = x * samples; i < (x + std::size_t{1}) * samples; ++i)
+            row[i] = fnDither16(static_cast<std::uint16_t>(wide[2 * i] << 8 | wide[2 * i + 1]),
+                                threshold);
     }
 }
 

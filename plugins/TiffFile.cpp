@@ -46,7 +46,8 @@ class TiffReader {
 public:
     /// @param taken  memory that libtiff takes for the tags and the decoder
     TiffReader(TiffHandle& file, const TiffLayout& layout, PictureTarget& target, CheckedSize taken)
-        : m_File(file), m_Layout(layout), m_Target(target), m_nTaken(taken), m_Samples(layout) {}
+        : m_File(file), m_Layout(layout), m_Target(target), m_nTaken(taken),
+          m_Samples(layout, target.fnGetLimits().m_bDither) {}
 
     void fnRead() {
         if (m_Layout.m_eKind == TIFF_OTHER)
@@ -98,9 +99,9 @@ void TiffReader::fnTake(const unsigned char* samples, unsigned int plane, std::u
     if (m_Layout.m_bSeparate) {
         if (plane > 0)
             m_Target.fnFetch(x, y, count, pixels);
-        m_Samples.fnConvertPlane(samples, plane, count, pixels);
+        m_Samples.fnConvertPlane(samples, plane, x, y, count, pixels);
     } else {
-        m_Samples.fnConvert(samples, count, pixels);
+        m_Samples.fnConvert(samples, x, y, count, pixels);
     }
     m_Target.fnStore(x, y, count, pixels);
 }

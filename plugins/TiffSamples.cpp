@@ -1,4 +1,5 @@
 #include "plugins/CodecSamples_p.h"
+#include "plugins/Dither16_p.h"
 #include "plugins/PictureCodec_p.h"
 #include "plugins/TiffSamples_p.h"
 
@@ -116,6 +117,20 @@ TiffLayout fnReadLayout(TIFF* file) {
     return layout;
 }
 
+/// Does for `samples` of 16 bits for each of some pixels what `fnWiden` does.
+void TiffSamples::fnDither(const unsigned char* in, std::uint32_t x, std::uint32_t y,
+                           std::size_t pixels, std::size_t samples) {
+    m_Bytes.resize(pixels * samples);
+    for (std::size_t pixel = 0; pixel < pixels; ++pixel) {
+        const std::uint16_t threshold = fnDitherThreshold(x + pixel, y);
+        for (std::size_t i = pixel * samples; i < (pixel + 1) * samples; ++i) {
+            std::uint16_t value = 0;
+            std::memcpy(&value, in + 2 * i, sizeof(value));
+            m_Bytes[i] = fnDither16(value, threshold);
+        }
+    }
+}
+
 void TiffSamples::fnWiden(const unsigned char* in, std::size_t count) {
     m_Bytes.resize(count);
     const unsigned int bits = m_Layout.m_nBits;
@@ -181,16 +196,23 @@ void TiffSamples::fnFinish(std::size_t count, unsigned char* pixels) const {
     }
 }
 
-void TiffSamples::fnConvert(const unsigned char* in, std::size_t count, unsigned char* out) {
-    fnWiden(in, count * m_Layout.m_nSamples);
+void TiffSamples::fnConvert(const unsigned char* in, std::uint32_t x, std::uint32_t y,
+                            std::size_t count, unsigned char* out) {
+    if (m_bDither && m_Layout.m_nBits == 16)
+        fnDither(in, x, y, count, m_Layout.m_nSamples);
+    else
+        fnWiden(in, count * m_Layout.m_nSamples);
     for (unsigned int plane = 0; plane < m_Layout.fnUsedSamples(); ++plane)
         fnPlace(m_Bytes.data() + plane, m_Layout.m_nSamples, plane, count, out);
     fnFinish(count, out);
 }
 
-void TiffSamples::fnConvertPlane(const unsigned char* in, unsigned int plane, std::size_t count,
-                                 unsigned char* pixels) {
-    fnWiden(in, count);
+void TiffSamples::fnConvertPlane(const unsigned char* in, unsigned int plane, std::uint32_t x,
+                                 std::uint32_t y, std::size_t count, unsigned char* pixels) {
+    if (m_bDither && m_Layout.m_nBits == 16)
+        fnDither(in, x, y, count, 1);
+    else
+        fnWiden(in, count);
     fnPlace(m_Bytes.data(), 1, plane, count, pixels);
     if (plane + 1 == m_Layout.fnUsedSamples())
         fnFinish(count, pixels);

@@ -49,23 +49,28 @@ TiffLayout fnReadLayout(tiff* file);
 class TiffSamples {
 public:
     /// `layout` must outlive the object.
-    explicit TiffSamples(const TiffLayout& layout) : m_Layout(layout) {}
+    /// @param dither  how 16 bits become 8: by dithering, or rounded
+    TiffSamples(const TiffLayout& layout, bool dither) : m_Layout(layout), m_bDither(dither) {}
 
-    /// Converts `count` pixels whose samples are interleaved.
-    void fnConvert(const unsigned char* in, std::size_t count, unsigned char* out);
-    /// Converts `count` samples of one plane. The planes are combined in `pixels`, in ascending
-    /// order; the pixels are complete after the last of `fnUsedSamples` planes.
-    void fnConvertPlane(const unsigned char* in, unsigned int plane, std::size_t count,
-                        unsigned char* pixels);
+    /// Converts `count` pixels whose samples are interleaved, from that at x, y of the picture on.
+    void fnConvert(const unsigned char* in, std::uint32_t x, std::uint32_t y, std::size_t count,
+                   unsigned char* out);
+    /// Converts `count` samples of one plane likewise. The planes are combined in `pixels`, in
+    /// ascending order; the pixels are complete after the last of `fnUsedSamples` planes.
+    void fnConvertPlane(const unsigned char* in, unsigned int plane, std::uint32_t x,
+                        std::uint32_t y, std::size_t count, unsigned char* pixels);
 
 private:
     unsigned int fnFlip() const;
     void fnWiden(const unsigned char* in, std::size_t count);
+    void fnDither(const unsigned char* in, std::uint32_t x, std::uint32_t y, std::size_t pixels,
+                  std::size_t samples);
     void fnPlace(const unsigned char* samples, std::size_t step, unsigned int plane,
                  std::size_t count, unsigned char* pixels) const;
     void fnFinish(std::size_t count, unsigned char* pixels) const;
 
     const TiffLayout& m_Layout;
+    const bool m_bDither;
     std::vector<unsigned char> m_Bytes; ///< samples converted to 8 bits
 };
 

@@ -36,6 +36,7 @@
 #include "q32Base/operations/Grey.h"
 #include "q32Base/operations/Histogram.h"
 #include "q32Base/operations/MaskEdit.h"
+#include "q32Base/operations/Stroke.h"
 #include "q32Base/operations/ToneApply.h"
 #include "q32Base/operations/WeightedResample.h"
 #include "q32Base/platform/CqForwardFiles.h"

@@ -83,9 +83,9 @@ int main(int count, char** arguments) {
 #ifdef DARKROOM_PULSE
     const CqPulse sound = q32Pulse({.m_szApplication = "Darkroom"});
     platform.m_pWaveOut = sound.m_pWaveOut;
-    platform.m_pMixers = sound.m_pMixers;
-    setup.m_nMixerDescriptor = sound.m_pMixers->fnGetDescriptor();
-    setup.m_PumpMixers = [&sound] { sound.m_pMixers->fnPump(); };
+    platform.m_pMixers = sound.m_pOwnMixers;
+    setup.m_nMixerDescriptor = sound.m_pOwnMixers->fnGetDescriptor();
+    setup.m_PumpMixers = [&sound] { sound.m_pOwnMixers->fnPump(); };
 #endif
     if (!q32Attach(platform))
         return kExitFailed;

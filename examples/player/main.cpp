@@ -1,5 +1,6 @@
 // Plays a WAV file on the sound server, controlled by keys, and draws its oscillogram into a
 // picture file.
+#include "examples/player/Silence.h"
 #include "examples/sound/WholeOscillogram.h"
 #include "platforms/posix/posix.h"
 #include "platforms/pulse/pulse.h"
@@ -24,18 +25,18 @@ constexpr unsigned kPictureWidth = 1000;
 constexpr unsigned kPictureHeight = 200;
 
 constexpr char kUsage[] =
-    "usage: player [--loop] [--picture file.png] [--no-play] sound.wav\n"
+    "usage: player [--loop] [--picture file.png] [--no-play] [--machine-volume] sound.wav\n"
     "\n"
     "  --loop           plays again and again\n"
     "  --picture file   draws the oscillogram into a PNG, JPEG, TIFF or BMP file\n"
     "  --no-play        does that alone\n"
+    "  --machine-volume keys change the volume of the machine, not of this sound alone\n"
     "  --help           shows this\n"
     "\n"
     "Samples of more than 16 bits and floating-point samples are reduced to 16 bits.\n"
     "\n"
     "Keys: space pauses and goes on, p plays from the start, l loops, s stops, up and down or\n"
-    "+ and - change the volume of the machine, left and right its balance, m mutes, q or Esc "
-    "ends.\n"
+    "+ and - change the volume, left and right the balance, m mutes, q or Esc ends.\n"
     "Exit codes: 0 played, 1 something failed, 2 wrong use.\n";
 
 struct Options {
@@ -43,6 +44,7 @@ struct Options {
     std::string m_Picture;
     bool m_bLoop = false;
     bool m_bPlay = true;
+    bool m_bMachine = false; ///< the keys change the machine's volume
 };
 
 /// False for invalid arguments.
@@ -53,6 +55,8 @@ bool fnParse(int count, char** arguments, Options& options) {
             options.m_bLoop = true;
         else if (argument == "--no-play")
             options.m_bPlay = false;
+        else if (argument == "--machine-volume")
+            options.m_bMachine = true;
         else if (argument == "--picture" && i + 1 < count)
             options.m_Picture = arguments[++i];
         else if (!argument.starts_with('-') && options.m_Sound.empty())
@@ -121,7 +125,7 @@ class Player {
 public:
     Player(CqWave& wave, const CqPulse& pulse)
         : m_Wave(wave), m_Pulse(pulse), m_bTerminal(isatty(STDOUT_FILENO) != 0),
-          m_bVolume(m_Volume.fnCreate(&m_Console, 1, kStep)) {}
+          m_bVolume(m_Volume.fnCreate(&m_Console, 1, kStep)), m_Silence(wave, pulse) {}
 
     /// Plays until the sound ends or the user quits. False when there is no device, or it is lost.
     bool fnRun(bool loop) {
@@ -134,7 +138,8 @@ public:
         bool quit = false;
         while (!quit && fnGoesOn()) {
             fnShow();
-            const int key = m_Keys.fnWait(m_Pulse.m_pMixers->fnGetDescriptor(), 50);
+            const int key = m_Keys.fnWait(m_Pulse.m_pOwnMixers->fnGetDescriptor(), 50);
+            m_Pulse.m_pOwnMixers->fnPump();
             m_Pulse.m_pMixers->fnPump();
             quit = key == Keys::kQuit;
             if (!quit)
@@ -204,9 +209,16 @@ private:
             std::fprintf(stderr, "\n%s.\n", m_Pulse.m_pWaveOut->fnGetError().c_str());
     }
 
-    void fnShow() const {
-        if (!m_bTerminal)
+    /// Where there is no terminal, only says why nothing is heard, once for each reason.
+    void fnShow() {
+        const char* silent =
+            m_Wave.fnGetState() == WAVE_PLAYING ? m_Silence.fnGetReason() : nullptr;
+        if (!m_bTerminal) {
+            if (silent && silent != m_pszSaid)
+                std::fprintf(stderr, "player: nothing is heard: %s\n", silent);
+            m_pszSaid = silent ? silent : m_pszSaid;
             return;
+        }
         static constexpr const char* kStates[] = {"stopped", "playing", "paused "};
         const WAVEFORMATEX format = m_Wave.fnGetFormat();
         const double rate = static_cast<double>(format.nSamplesPerSec) * format.nBlockAlign;
@@ -217,6 +229,8 @@ private:
         if (m_bVolume)
             std::printf("  volume %3u  balance %3u%s", m_Volume.fnGetVolume(),
                         m_Volume.fnGetBalance(), m_Volume.fnGetMute() ? "  mute" : "");
+        if (silent)
+            std::printf("  silent: %s", silent);
         std::printf("\033[K");
         std::fflush(stdout);
     }
@@ -228,6 +242,8 @@ private:
     CqSoundCtrl m_Volume;
     const bool m_bTerminal;
     const bool m_bVolume;
+    Silence m_Silence;
+    const char* m_pszSaid = nullptr; ///< the last reason for silence that was said
     bool m_bLoop = false;
     bool m_bHeld = false;
 };
@@ -266,7 +282,7 @@ int main(int count, char** arguments) {
                                     .m_szStream = options.m_Sound});
     CqPlatform platform = q32PosixPlatform();
     platform.m_pWaveOut = pulse.m_pWaveOut;
-    platform.m_pMixers = pulse.m_pMixers;
+    platform.m_pMixers = options.m_bMachine ? pulse.m_pMixers : pulse.m_pOwnMixers;
     if (!q32Attach(platform))
         return kExitFailed;
     int code = kExitFailed;

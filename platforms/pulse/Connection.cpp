@@ -65,7 +65,8 @@ Connection::~Connection() {
         return;
     {
         const Lock lock(*this);
-        fnWatch({});
+        fnWatch(VOLUME_OF::SINK, {});
+        fnWatch(VOLUME_OF::SOUNDS, {});
         fnDrop();
     }
     pa_threaded_mainloop_stop(m_pLoop);
@@ -125,7 +126,7 @@ bool Connection::fnBegin() {
 /// Drops a failed connection; it is retried if changes are being watched.
 void Connection::fnGiveUp() {
     fnDrop();
-    if (m_Changed)
+    if (fnIsWatched())
         fnSeekLater();
 }
 
@@ -144,19 +145,19 @@ void Connection::fnDrop() {
 void Connection::fnOnState(pa_context* context, void* self) {
     auto* connection = static_cast<Connection*>(self);
     const pa_context_state_t state = pa_context_get_state(context);
-    if (state == PA_CONTEXT_READY && connection->m_Changed)
+    if (state == PA_CONTEXT_READY && connection->fnIsWatched())
         connection->fnSubscribe();
     if (!PA_CONTEXT_IS_GOOD(state)) {
         connection->fnFail();
-        if (connection->m_Changed)
+        if (connection->fnIsWatched())
             connection->fnSeekLater();
     }
     connection->fnSignal();
 }
 
-void Connection::fnWatch(std::function<void()> changed) {
-    m_Changed = std::move(changed);
-    if (m_Changed) {
+void Connection::fnWatch(VOLUME_OF volume, std::function<void()> changed) {
+    fnGetChanged(volume) = std::move(changed);
+    if (fnIsWatched()) {
         if (fnGetContext())
             fnSubscribe();
         else
@@ -174,15 +175,23 @@ void Connection::fnWatch(std::function<void()> changed) {
 void Connection::fnSubscribe() {
     pa_context_set_subscribe_callback(
         m_pContext,
-        [](pa_context*, pa_subscription_event_type_t, std::uint32_t, void* self) {
-            const auto* connection = static_cast<Connection*>(self);
-            if (connection->m_Changed)
-                connection->m_Changed();
+        [](pa_context*, pa_subscription_event_type_t event, std::uint32_t index, void* self) {
+            auto* connection = static_cast<Connection*>(self);
+            if ((event & PA_SUBSCRIPTION_EVENT_FACILITY_MASK) != PA_SUBSCRIPTION_EVENT_SINK_INPUT)
+                connection->fnTellChanged(VOLUME_OF::SINK);
+            else if (connection->m_Sounds.fnFind(index))
+                connection->fnTellChanged(VOLUME_OF::SOUNDS);
         },
         this);
-    if (!fnAskForChanges(PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SERVER))
+    int mask = PA_SUBSCRIPTION_MASK_NULL;
+    if (fnGetChanged(VOLUME_OF::SINK))
+        mask |= PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SERVER;
+    if (fnGetChanged(VOLUME_OF::SOUNDS))
+        mask |= PA_SUBSCRIPTION_MASK_SINK_INPUT;
+    if (!fnAskForChanges(mask))
         fnSeekLater();
-    m_Changed();
+    fnTellChanged(VOLUME_OF::SINK);
+    fnTellChanged(VOLUME_OF::SOUNDS);
 }
 
 bool Connection::fnAskForChanges(int mask) {
@@ -258,6 +267,25 @@ bool Connection::fnAskSink(const std::function<void(const pa_sink_info&)>& onSin
         !question.m_bFound)
         fnFail("The sound server has no output");
     return question.m_bFound;
+}
+
+bool Connection::fnAskSounds(Levels& levels) {
+    if (!fnConnect())
+        return false;
+    if (pa_stream* stream = m_Sounds.fnFindPlaying()) {
+        // A sound that has ended meanwhile is no failure: its last known levels hold.
+        pa_context* context = fnGetContext();
+        if (!context || !fnFinish(pa_context_get_sink_input_info(
+                            context, pa_stream_get_index(stream),
+                            [](pa_context*, const pa_sink_input_info* sound, int, void* own) {
+                                if (sound)
+                                    static_cast<OwnVolume*>(own)->fnAdopt(*sound);
+                            },
+                            &m_Sounds)))
+            return false;
+    }
+    levels = m_Sounds.fnGetShown();
+    return true;
 }
 
 void Connection::fnFail() {

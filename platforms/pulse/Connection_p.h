@@ -1,7 +1,9 @@
 #pragma once
 
 #include "platforms/pulse/CqPulseOptions.h"
+#include "platforms/pulse/OwnVolume_p.h"
 
+#include <cstddef>
 #include <functional>
 #include <pulse/pulseaudio.h>
 #include <string>
@@ -12,6 +14,9 @@ namespace q32::pulse {
 /// a client that connected before the session manager chose it. The first of all sinks is used
 /// then.
 enum class SINK_ASKED { DEFAULT, ALL };
+
+/// Whose volume: that of the default sink, or of the program's own sounds.
+enum class VOLUME_OF { SINK, SOUNDS };
 
 /// Begins a query; null on failure. `answer` receives the sink, or each one, and then the end.
 pa_operation* fnBeginAskSink(pa_context* context, SINK_ASKED which, pa_sink_info_cb_t answer,
@@ -64,11 +69,17 @@ public:
     bool fnFinish(pa_operation* operation);
     /// Queries whether there is a sink. `onSink`, if given, is called with it on the loop's thread.
     bool fnAskSink(const std::function<void(const pa_sink_info&)>& onSink = {});
+    /// Queries the levels of the program's own sounds: those of the one started last if one plays,
+    /// else those that the next one starts with. False without a server.
+    bool fnAskSounds(Levels& levels);
+    /// The program's own sounds. What changes them calls fnTellSoundsChanged.
+    OwnVolume& fnGetSounds() { return m_Sounds; }
+    void fnTellSoundsChanged() { fnTellChanged(VOLUME_OF::SOUNDS); }
 
-    /// Calls `changed` on the loop's thread, with the lock held, when the server or a sink may have
-    /// changed, and after each connection. From now on a lost connection is retried at intervals of
-    /// the options' retry time. Null ends this.
-    void fnWatch(std::function<void()> changed);
+    /// Calls `changed` on the loop's thread, or another one, with the lock held, when that volume
+    /// may have changed, and after each connection. From now on a lost connection is retried at
+    /// intervals of the options' retry time. Null ends this.
+    void fnWatch(VOLUME_OF volume, std::function<void()> changed);
 
     /// Calls `ring` once on the loop's thread, after `time`. Also for callbacks. The caller
     /// releases the event with fnForget.
@@ -104,6 +115,14 @@ private:
     void fnGiveUp();
     void fnSubscribe();
     bool fnAskForChanges(int mask);
+    std::function<void()>& fnGetChanged(VOLUME_OF volume) {
+        return m_Changed[static_cast<std::size_t>(volume)];
+    }
+    void fnTellChanged(VOLUME_OF volume) {
+        if (fnGetChanged(volume))
+            fnGetChanged(volume)();
+    }
+    bool fnIsWatched() { return fnGetChanged(VOLUME_OF::SINK) || fnGetChanged(VOLUME_OF::SOUNDS); }
     void fnSeekLater();
     static void fnOnState(pa_context* context, void* self);
     static void fnOnRetry(pa_mainloop_api* api, pa_time_event* event, const timeval* when,
@@ -114,8 +133,9 @@ private:
     pa_threaded_mainloop* m_pLoop;
     pa_context* m_pContext = nullptr;
     pa_time_event* m_pRetry = nullptr;
-    bool m_bSubscribed = false; ///< the server reports changes to this context
-    std::function<void()> m_Changed;
+    bool m_bSubscribed = false;         ///< the server reports changes to this context
+    std::function<void()> m_Changed[2]; ///< by VOLUME_OF
+    OwnVolume m_Sounds;
     const char* m_pszError = "";
 };
 

@@ -38,17 +38,19 @@ struct CqPulseMixers::State {
         std::size_t m_nControl; ///< index in `kControls`
     };
 
-    explicit State(std::shared_ptr<Connection> connection)
-        : m_pConnection(std::move(connection)), m_Event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+    State(std::shared_ptr<Connection> connection, VOLUME_OF volume)
+        : m_pConnection(std::move(connection)), m_eVolume(volume),
+          m_Event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
     ~State() {
         const Connection::Lock lock(*m_pConnection);
-        m_pConnection->fnWatch({});
+        m_pConnection->fnWatch(m_eVolume, {});
         fnForgetRead();
     }
     State(const State&) = delete;
     State& operator=(const State&) = delete;
 
     const std::shared_ptr<Connection> m_pConnection;
+    const VOLUME_OF m_eVolume;
     const Descriptor m_Event;
     std::vector<std::shared_ptr<Open>> m_Open;
     std::optional<Levels> m_Known; ///< as last compared
@@ -60,6 +62,8 @@ struct CqPulseMixers::State {
 
     void fnRead();
     void fnBeginRead(SINK_ASKED which);
+    void fnBeginReadSounds();
+    void fnPrepareRead();
     void fnEndRead();
     void fnReadLater();
     void fnForgetRead() {
@@ -79,30 +83,72 @@ struct CqPulseMixers::State {
         std::erase(m_Open, open);
         if (!m_Open.empty())
             return;
-        m_pConnection->fnWatch({});
+        m_pConnection->fnWatch(m_eVolume, {});
         fnForgetRead();
         m_Known.reset();
     }
-    bool fnAsk(const std::function<void(const pa_sink_info&)>& onSink) {
+    /// Asks the server, and waits for its answer. The lock is held.
+    bool fnAsk(Levels& levels) {
+        if (m_eVolume == VOLUME_OF::SOUNDS)
+            return m_pConnection->fnAskSounds(levels);
+        return m_pConnection->fnAskSink([&](const pa_sink_info& sink) {
+            levels = fnReadLevels(sink.volume, sink.channel_map, sink.mute != 0);
+        });
+    }
+    bool fnIsThere() {
         const Connection::Lock lock(*m_pConnection);
-        return m_pConnection->fnAskSink(onSink);
+        Levels ignored;
+        return fnAsk(ignored);
     }
 };
 
-/// Begins to read the sink's levels. On the connection's thread, or with its lock held.
+/// Begins to read the levels. On the connection's thread, or with its lock held.
 void CqPulseMixers::State::fnRead() {
     // A read that was running when a connection ended never completes.
     if (m_pRead && pa_operation_get_state(m_pRead) == PA_OPERATION_RUNNING) {
         m_bReadAgain = true;
         return;
     }
-    fnBeginRead(SINK_ASKED::DEFAULT);
+    if (m_eVolume == VOLUME_OF::SOUNDS)
+        fnBeginReadSounds();
+    else
+        fnBeginRead(SINK_ASKED::DEFAULT);
 }
 
-void CqPulseMixers::State::fnBeginRead(SINK_ASKED which) {
+void CqPulseMixers::State::fnPrepareRead() {
     fnForgetRead();
     m_bReadAgain = false;
     m_bRead = false;
+}
+
+void CqPulseMixers::State::fnBeginReadSounds() {
+    fnPrepareRead();
+    pa_stream* stream = m_pConnection->fnGetSounds().fnFindPlaying();
+    pa_context* context = m_pConnection->fnGetContext();
+    if (!stream || !context) {
+        fnCompare(m_pConnection->fnGetSounds().fnGetShown());
+        return;
+    }
+    m_pRead = pa_context_get_sink_input_info(
+        context, pa_stream_get_index(stream),
+        [](pa_context*, const pa_sink_input_info* sound, int end, void* data) {
+            auto* state = static_cast<State*>(data);
+            OwnVolume& sounds = state->m_pConnection->fnGetSounds();
+            if (sound)
+                sounds.fnAdopt(*sound);
+            if (end == 0)
+                return;
+            state->m_bRead = true; // also if the sound has ended meanwhile
+            state->fnCompare(sounds.fnGetShown());
+            state->fnEndRead();
+        },
+        this);
+    if (!m_pRead)
+        fnReadLater();
+}
+
+void CqPulseMixers::State::fnBeginRead(SINK_ASKED which) {
+    fnPrepareRead();
     m_eAsked = which;
     pa_context* context = m_pConnection->fnGetContext();
     if (!context)
@@ -189,7 +235,7 @@ public:
 
     bool fnFindSpeakerLine(CqMixerLine& line) override {
         return fnGuard(false, [&] {
-            if (!m_pState->fnAsk({}))
+            if (!m_pState->fnIsThere())
                 return false;
             line = {kLine, kChannels, std::size(kControls)};
             return true;
@@ -207,11 +253,11 @@ public:
     bool fnGetValues(std::uint32_t control, std::uint32_t channels,
                      std::vector<std::uint32_t>& values) override {
         return fnGuard(false, [&] {
+            if (!fnIsKnown(control, channels) || values.empty())
+                return false;
+            const Connection::Lock lock(*m_pState->m_pConnection);
             Levels levels;
-            if (!fnIsKnown(control, channels) || values.empty() ||
-                !m_pState->fnAsk([&](const pa_sink_info& sink) {
-                    levels = fnReadLevels(sink.volume, sink.channel_map, sink.mute != 0);
-                }))
+            if (!m_pState->fnAsk(levels))
                 return false;
             const bool pair = channels == kChannels && control == kVolume && !levels.m_bMono;
             values.resize(pair ? std::min<std::size_t>(values.size(), 2) : 1);
@@ -231,6 +277,9 @@ public:
         const std::uint32_t left = values[0];
         const std::uint32_t right = channels == kChannels && values.size() > 1 ? values[1] : left;
         return fnGuard(false, [&] {
+            if (m_pState->m_eVolume == VOLUME_OF::SOUNDS)
+                return control == kMute ? fnSetSoundsMute(left != 0)
+                                        : fnSetSoundsVolume(left, right);
             return control == kMute ? fnSetMute(left != 0) : fnSetVolume(left, right);
         });
     }
@@ -238,6 +287,55 @@ public:
 private:
     static bool fnIsKnown(std::uint32_t control, std::uint32_t channels) {
         return (control == kVolume || control == kMute) && (channels == 1 || channels == kChannels);
+    }
+
+    static void fnNoteSuccess(pa_context*, int result, void* succeeded) {
+        *static_cast<bool*>(succeeded) = result != 0;
+    }
+
+    bool fnSetSoundsMute(bool mute) {
+        return fnSetSounds(
+            [&](pa_context* context, pa_stream* stream, auto done, bool& success) {
+                return pa_context_set_sink_input_mute(context, pa_stream_get_index(stream), mute,
+                                                      done, &success);
+            },
+            [&](OwnVolume& sounds) { sounds.fnSetMute(mute); });
+    }
+    bool fnSetSoundsVolume(std::uint32_t left, std::uint32_t right) {
+        return fnSetSounds(
+            [&](pa_context* context, pa_stream* stream, auto done, bool& success) {
+                const pa_cvolume volume =
+                    OwnVolume::fnMakeVolume(*pa_stream_get_channel_map(stream), left, right);
+                return pa_context_set_sink_input_volume(context, pa_stream_get_index(stream),
+                                                        &volume, done, &success);
+            },
+            [&](OwnVolume& sounds) { sounds.fnSetVolume(left, right); });
+    }
+    /// Sets all sounds that play, one by one, and then what the next ones start with. One that
+    /// ends meanwhile is no failure.
+    template <typename Begin, typename Keep>
+    bool fnSetSounds(Begin begin, Keep keep) {
+        Connection& connection = *m_pState->m_pConnection;
+        const Connection::Lock lock(connection);
+        if (!connection.fnConnect())
+            return false;
+        OwnVolume& sounds = connection.fnGetSounds();
+        for (const std::uint32_t index : sounds.fnListPlaying()) {
+            pa_stream* stream = sounds.fnFind(index);
+            if (!stream)
+                continue;
+            bool success = false;
+            pa_context* context = connection.fnGetContext();
+            if (!context || !connection.fnFinish(begin(context, stream, fnNoteSuccess, success)))
+                return false;
+            if (!success && sounds.fnFind(index)) {
+                connection.fnFail();
+                return false;
+            }
+        }
+        keep(sounds);
+        connection.fnTellSoundsChanged();
+        return true;
     }
 
     bool fnSetMute(bool mute) {
@@ -270,12 +368,9 @@ private:
             }))
             return false;
         bool success = false;
-        pa_context_success_cb_t done = [](pa_context*, int result, void* succeeded) {
-            *static_cast<bool*>(succeeded) = result != 0;
-        };
         // The server may have gone since the query.
         pa_context* context = connection.fnGetContext();
-        if (!context || !connection.fnFinish(begin(context, index, done, success)))
+        if (!context || !connection.fnFinish(begin(context, index, fnNoteSuccess, success)))
             return false;
         if (!success)
             connection.fnFail();
@@ -286,8 +381,8 @@ private:
     const std::shared_ptr<State::Open> m_pOpen;
 };
 
-CqPulseMixers::CqPulseMixers(std::shared_ptr<Connection> connection)
-    : m_pState(std::make_shared<State>(std::move(connection))) {}
+CqPulseMixers::CqPulseMixers(std::shared_ptr<Connection> connection, VOLUME_OF volume)
+    : m_pState(std::make_shared<State>(std::move(connection), volume)) {}
 
 CqPulseMixers::~CqPulseMixers() = default;
 
@@ -320,7 +415,7 @@ std::size_t CqPulseMixers::fnPump() {
 }
 
 std::uint32_t CqPulseMixers::fnGetCount() {
-    return fnGuard(0u, [&] { return m_pState->fnAsk({}) ? 1u : 0u; });
+    return fnGuard(0u, [&] { return m_pState->fnIsThere() ? 1u : 0u; });
 }
 
 std::unique_ptr<CqMixer> CqPulseMixers::fnOpen(std::uint32_t index, Changed changed) {
@@ -331,12 +426,13 @@ std::unique_ptr<CqMixer> CqPulseMixers::fnOpen(std::uint32_t index, Changed chan
         auto open = std::make_shared<State::Open>(State::Open{std::move(changed)});
         auto mixer = std::make_unique<Mixer>(m_pState, open);
         const Connection::Lock lock(*m_pState->m_pConnection);
-        if (!m_pState->m_pConnection->fnAskSink([&](const pa_sink_info& sink) {
-                m_pState->fnCompare(fnReadLevels(sink.volume, sink.channel_map, sink.mute != 0));
-            }))
+        Levels levels;
+        if (!m_pState->fnAsk(levels))
             return nullptr;
+        m_pState->fnCompare(levels);
         m_pState->m_Open.push_back(std::move(open));
-        m_pState->m_pConnection->fnWatch([state = m_pState.get()] { state->fnRead(); });
+        m_pState->m_pConnection->fnWatch(m_pState->m_eVolume,
+                                         [state = m_pState.get()] { state->fnRead(); });
         return mixer;
     });
 }

@@ -87,6 +87,8 @@ bool Voice::fnStart() {
 
 bool Voice::fnOpenStream() {
     const CqPulseOptions& options = m_pConnection->fnGetOptions();
+    OwnVolume& sounds = m_pConnection->fnGetSounds();
+    sounds.fnReserveOne();
     pa_proplist* properties = pa_proplist_new();
     pa_proplist_sets(properties, PA_PROP_MEDIA_ROLE, options.m_szRole.c_str());
     m_pStream = pa_stream_new_with_proplist(
@@ -96,14 +98,17 @@ bool Voice::fnOpenStream() {
         m_pConnection->fnFail();
         return false;
     }
+    sounds.fnAdd(m_pStream);
     pa_stream_set_state_callback(
         m_pStream,
         [](pa_stream* stream, void* self) {
             auto* voice = static_cast<Voice*>(self);
             const pa_stream_state_t state = pa_stream_get_state(stream);
-            if (state == PA_STREAM_READY)
+            if (state == PA_STREAM_READY) {
                 voice->m_bStarted = true;
-            else if (!PA_STREAM_IS_GOOD(state)) {
+                voice->fnCatchUpVolume();
+                voice->m_pConnection->fnTellSoundsChanged();
+            } else if (!PA_STREAM_IS_GOOD(state)) {
                 voice->m_pConnection->fnFail();
                 voice->m_bStarted ? voice->fnEnd() : voice->fnDropStream();
             }
@@ -114,17 +119,45 @@ bool Voice::fnOpenStream() {
         m_pStream,
         [](pa_stream*, std::size_t room, void* self) { static_cast<Voice*>(self)->fnFeed(room); },
         this);
+    return fnConnectStream();
+}
+
+bool Voice::fnConnectStream() {
+    const CqPulseOptions& options = m_pConnection->fnGetOptions();
     pa_buffer_attr sizes;
     std::memset(&sizes, 0xFF, sizeof sizes); // defaults chosen by the server
     const auto latency = static_cast<pa_usec_t>(options.m_Latency.count()) * PA_USEC_PER_MSEC;
     sizes.tlength = static_cast<std::uint32_t>(pa_usec_to_bytes(latency, &m_Spec));
-    constexpr auto kFlags = static_cast<pa_stream_flags_t>(
-        PA_STREAM_ADJUST_LATENCY | PA_STREAM_AUTO_TIMING_UPDATE | PA_STREAM_INTERPOLATE_TIMING);
-    const int result =
-        pa_stream_connect_playback(m_pStream, nullptr, &sizes, kFlags, nullptr, nullptr);
+    int flags =
+        PA_STREAM_ADJUST_LATENCY | PA_STREAM_AUTO_TIMING_UPDATE | PA_STREAM_INTERPOLATE_TIMING;
+    const StartVolume start =
+        m_pConnection->fnGetSounds().fnGetStart(*pa_stream_get_channel_map(m_pStream));
+    if (start.m_bMute)
+        flags |= *start.m_bMute ? PA_STREAM_START_MUTED : PA_STREAM_START_UNMUTED;
+    const int result = pa_stream_connect_playback(
+        m_pStream, nullptr, &sizes, static_cast<pa_stream_flags_t>(flags),
+        start.m_Volume ? &*start.m_Volume : nullptr, nullptr);
     if (result < 0)
         m_pConnection->fnFail();
     return result >= 0;
+}
+
+/// Sets the volume again: another thread may have set it while the stream was connecting, and
+/// PipeWire's session manager replaces what a stream starts with by what it remembers of the last
+/// one. On the loop's thread.
+void Voice::fnCatchUpVolume() const {
+    const auto forget = [](pa_operation* operation) {
+        if (operation)
+            pa_operation_unref(operation);
+    };
+    const StartVolume now =
+        m_pConnection->fnGetSounds().fnGetStart(*pa_stream_get_channel_map(m_pStream));
+    pa_context* context = pa_stream_get_context(m_pStream);
+    const std::uint32_t index = pa_stream_get_index(m_pStream);
+    if (now.m_Volume)
+        forget(pa_context_set_sink_input_volume(context, index, &*now.m_Volume, nullptr, nullptr));
+    if (now.m_bMute)
+        forget(pa_context_set_sink_input_mute(context, index, *now.m_bMute, nullptr, nullptr));
 }
 
 /// Writes as much as the server has space for. On the loop's thread.
@@ -241,8 +274,11 @@ void Voice::fnDropStream() {
         pa_operation_cancel(drain);
         pa_operation_unref(drain);
     }
-    if (pa_stream* stream = std::exchange(m_pStream, nullptr))
+    if (pa_stream* stream = std::exchange(m_pStream, nullptr)) {
+        m_pConnection->fnGetSounds().fnRemove(stream);
         fnLetGo(stream);
+        m_pConnection->fnTellSoundsChanged();
+    }
 }
 
 bool Voice::fnSetPaused(bool paused) {

@@ -38,6 +38,8 @@ struct Voice {
 private:
     bool fnStart();
     bool fnOpenStream();
+    bool fnConnectStream();
+    void fnCatchUpVolume() const;
     void fnFeed(std::size_t room);
     void fnFill(void* room, std::size_t bytes) const;
     void fnDrain();

@@ -14,10 +14,12 @@
 
 #include <memory>
 
-/// Both sound services, over one connection.
+/// The sound services, over one connection. A platform takes one of the mixers: that of the sink
+/// is the volume of the machine, as others hear it too.
 struct CqPulse {
-    std::shared_ptr<CqPulseWaveOut> m_pWaveOut; ///< sound output; never null
-    std::shared_ptr<CqPulseMixers> m_pMixers;   ///< volume and mute; never null
+    std::shared_ptr<CqPulseWaveOut> m_pWaveOut;  ///< sound output; never null
+    std::shared_ptr<CqPulseMixers> m_pMixers;    ///< volume and mute of the sink; never null
+    std::shared_ptr<CqPulseMixers> m_pOwnMixers; ///< of the program's own sounds; never null
 };
 
 /// Creates the services. The server is contacted when first needed, and again at each call until it

@@ -130,7 +130,11 @@ TEST_F(EditorFailureTest, MasksAreUnchangedAfterEachFailedAllocation) {
     const CRect area(0, 0, 50, 50);
     const std::function<void(CqMask&)> works[] = {
         [&](CqMask& mask) { q32FeatherMask(mask, 2.0, area, nullptr); },
-        [&](CqMask& mask) { q32InvertMask(mask, area); }};
+        [&](CqMask& mask) { q32InvertMask(mask, area); },
+        [&](CqMask& mask) {
+            const CqPoint2D points[] = {{3, 4}, {40, 20}, {7, 30}};
+            q32MakeStrokeMask(points, 5, area, mask, nullptr);
+        }};
     for (const auto& work : works) {
         CqMask original(30, 20);
         fnSetRandom(original, m_Random);

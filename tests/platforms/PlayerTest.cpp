@@ -162,8 +162,10 @@ protected:
 /// A looping player that gets its keys one at a time.
 class PlayerKeys : public Player {
 protected:
+    explicit PlayerKeys(std::vector<std::string> options = {"--loop"})
+        : m_Options(std::move(options)) {}
     void SetUp() override {
-        m_Player = fnPlay({"--loop"}, {.m_nInput = m_Input.fnGetPlayers()});
+        m_Player = fnPlay(m_Options, {.m_nInput = m_Input.fnGetPlayers()});
         m_Input.fnGive();
         ASSERT_TRUE(fnAwaitStreams("Corked: no"));
     }
@@ -176,23 +178,35 @@ protected:
     static bool fnAwaitStreams(const std::string& text) {
         return fnAwaitControl({"list", "sink-inputs"}, text);
     }
-    static bool fnAwaitMute(const std::string& is) {
-        return fnAwaitControl({"get-sink-mute", "lab"}, "Mute: " + is);
+    bool fnAwaitMute(const std::string& is) const {
+        return fnAwaitControl(m_ShowMute, "Mute: " + is);
     }
     /// Waits for the volume of the two sides, of 65535; the server's own scale ends at 65536.
-    static bool fnAwaitVolume(std::uint64_t left, std::uint64_t right) {
+    bool fnAwaitVolume(std::uint64_t left, std::uint64_t right) const {
         const auto scale = [](std::uint64_t value) {
             return std::to_string((value * 65536 + 32767) / 65535) + ' ';
         };
         return fnAwait([&] {
-            const std::string shown = s_pServer->fnControl({"get-sink-volume", "lab"});
+            const std::string shown = s_pServer->fnControl(m_ShowVolume);
             return shown.find("front-left: " + scale(left)) != std::string::npos &&
                    shown.find("front-right: " + scale(right)) != std::string::npos;
         });
     }
 
+    const std::vector<std::string> m_Options;
+    std::vector<std::string> m_ShowVolume{"list", "sink-inputs"};
+    std::vector<std::string> m_ShowMute = m_ShowVolume;
     Stream m_Input = Stream::fnToPlayer();
     ChildProcess m_Player;
+};
+
+/// The same with keys for the volume of the machine.
+class PlayerMachineKeys : public PlayerKeys {
+protected:
+    PlayerMachineKeys() : PlayerKeys({"--loop", "--machine-volume"}) {
+        m_ShowVolume = {"get-sink-volume", "lab"};
+        m_ShowMute = {"get-sink-mute", "lab"};
+    }
 };
 
 } // namespace
@@ -254,6 +268,40 @@ TEST_F(Player, ReportsWhatItCannotDo) {
     for (const std::vector<std::string>& wrong :
          {std::vector<std::string>{}, {"--unknown", sound}, {sound, sound}, {sound, "--picture"}})
         EXPECT_TRUE(fnSays(wrong, 2).starts_with("usage: player "));
+}
+
+TEST_F(Player, SaysWhyNothingIsHeard) {
+    const auto fnGetSaid = [&](const std::vector<std::string>& arguments) {
+        Stream said = Stream::fnFromPlayer();
+        ChildProcess player = fnPlay(arguments, {.m_nError = said.fnGetPlayers()});
+        said.fnGive();
+        const std::string text = said.fnReadAll();
+        EXPECT_EQ(player.fnWait(), 0);
+        return text;
+    };
+    EXPECT_EQ(fnGetSaid({}), "");
+    s_pServer->fnControl({"set-sink-mute", "lab", "1"});
+    EXPECT_EQ(fnGetSaid({}), "player: nothing is heard: the sound of the machine is muted\n");
+    s_pServer->fnControl({"set-sink-mute", "lab", "0"});
+    s_pServer->fnControl({"set-sink-volume", "lab", "0"});
+    EXPECT_EQ(fnGetSaid({}), "player: nothing is heard: the volume of the machine is 0\n");
+    fnWriteSound(std::string(10 * kBytesPerMs, '\0'));
+    EXPECT_EQ(fnGetSaid({}), "player: nothing is heard: the file holds nothing but silence\n");
+}
+
+TEST_F(PlayerKeys, SaysThatItsOwnVolumeIsTheReason) {
+    Stream said = Stream::fnFromPlayer();
+    Stream keys = Stream::fnToPlayer();
+    ChildProcess player =
+        fnPlay({"--loop"}, {.m_nInput = keys.fnGetPlayers(), .m_nError = said.fnGetPlayers()});
+    said.fnGive();
+    keys.fnGive();
+    keys.fnWrite("m");
+    EXPECT_TRUE(said.fnAwait("nothing is heard: this program is muted in the desktop's"));
+    keys.fnWrite("m" + std::string(40, '-'));
+    EXPECT_TRUE(said.fnAwait("nothing is heard: the volume of this program is 0\n"));
+    keys.fnWrite("q");
+    EXPECT_EQ(player.fnWait(), 0);
 }
 
 TEST_F(Player, ExplainsItselfOnRequest) {
@@ -342,6 +390,30 @@ TEST_F(PlayerKeys, LeftAndRightMoveTheBalance) {
     EXPECT_TRUE(fnAwaitVolume(255 * 256, 120 * 255 * 2));
 }
 
+TEST_F(PlayerKeys, TheVolumeOfTheMachineStaysAsItIs) {
+    fnPress("--m\x1b[C");
+    EXPECT_TRUE(fnAwaitMute("yes"));
+    EXPECT_TRUE(fnAwaitVolume((255 - 136) * 239 * 2, 239 * 256));
+    const std::string volume = s_pServer->fnControl({"get-sink-volume", "lab"});
+    EXPECT_NE(volume.find("front-left: 65536 / 100%"), std::string::npos) << volume;
+    EXPECT_NE(volume.find("front-right: 65536 / 100%"), std::string::npos) << volume;
+    EXPECT_EQ(s_pServer->fnControl({"get-sink-mute", "lab"}), "Mute: no\n");
+}
+
+TEST_F(PlayerKeys, AVolumeIsKeptForTheNextSoundAfterAStop) {
+    fnPress("---ms");
+    EXPECT_TRUE(fnAwait([] { return s_pServer->fnControl({"list", "sink-inputs"}).empty(); }));
+    fnPress("m-l");
+    EXPECT_TRUE(fnAwaitVolume(223 * 256, 223 * 256));
+    EXPECT_TRUE(fnAwaitMute("no"));
+}
+
+TEST_F(PlayerMachineKeys, OnRequestKeysChangeTheVolumeOfTheMachine) {
+    fnPress("-m");
+    EXPECT_TRUE(fnAwaitVolume(247 * 256, 247 * 256));
+    EXPECT_TRUE(fnAwaitMute("yes"));
+}
+
 TEST_F(PlayerKeys, MTogglesMute) {
     fnPress("m");
     EXPECT_TRUE(fnAwaitMute("yes"));
@@ -363,7 +435,7 @@ TEST_F(PlayerKeys, SpacePausesStopSilencesAndPlayEndsWithTheSound) {
     EXPECT_EQ(m_Player.fnWait(), 0) << "by itself, since it loops no more";
 }
 
-TEST_F(PlayerKeys, NoKeyOfABurstIsLost) {
+TEST_F(PlayerMachineKeys, NoKeyOfABurstIsLost) {
     fnPress("--\x1b[B\x1b[B\x1b[5~\x1b[1;5P?m\x1b[D-");
     EXPECT_TRUE(fnAwaitVolume(215 * 256, 120 * 215 * 2));
     EXPECT_TRUE(fnAwaitMute("yes"));
@@ -401,13 +473,16 @@ TEST_F(Player, OnATerminalALineShowsTheState) {
     };
     EXPECT_FALSE(fnIsEchoing());
     terminal.fnWrite("\x1b[B\x1b[Cm");
-    EXPECT_TRUE(terminal.fnAwait("volume 247  balance 136  mute\x1b[K"));
+    EXPECT_TRUE(terminal.fnAwait("volume 247  balance 136  mute  silent: this program is muted"));
     terminal.fnWrite(" ");
     EXPECT_TRUE(terminal.fnAwait("\rpaused  in a loop    0."));
     terminal.fnWrite("s");
     EXPECT_TRUE(terminal.fnAwait("\rstopped in a loop    0.00 of 0.15 s"));
-    s_pServer->fnControl({"set-sink-volume", "lab", "50%"});
-    EXPECT_TRUE(terminal.fnAwait("volume 128  balance 128  mute\x1b[K")) << "another's hand";
+    terminal.fnWrite("l");
+    EXPECT_TRUE(terminal.fnAwait("  mute  silent: this program is muted"));
+    const std::string sounds = s_pServer->fnControl({"list", "short", "sink-inputs"});
+    s_pServer->fnControl({"set-sink-input-volume", sounds.substr(0, sounds.find('\t')), "50%"});
+    EXPECT_TRUE(terminal.fnAwait("volume 128  balance 128  mute")) << "another's hand";
     terminal.fnWrite("q");
     EXPECT_EQ(player.fnWait(), 0);
     EXPECT_TRUE(fnIsEchoing());

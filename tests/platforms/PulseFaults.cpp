@@ -160,6 +160,17 @@ Q32_MAY_FAIL(pa_operation*, nullptr, pa_context_set_sink_mute_by_index,
              (pa_context * c, std::uint32_t index, int mute, pa_context_success_cb_t cb,
               void* data),
              (c, index, mute, cb, data))
+Q32_MAY_FAIL(pa_operation*, nullptr, pa_context_set_sink_input_volume,
+             (pa_context * c, std::uint32_t index, const pa_cvolume* volume,
+              pa_context_success_cb_t cb, void* data),
+             (c, index, volume, cb, data))
+Q32_MAY_FAIL(pa_operation*, nullptr, pa_context_set_sink_input_mute,
+             (pa_context * c, std::uint32_t index, int mute, pa_context_success_cb_t cb,
+              void* data),
+             (c, index, mute, cb, data))
+Q32_MAY_FAIL(pa_operation*, nullptr, pa_context_get_sink_input_info,
+             (pa_context * c, std::uint32_t index, pa_sink_input_info_cb_t cb, void* data),
+             (c, index, cb, data))
 Q32_MAY_FAIL(pa_stream*, nullptr, pa_stream_new_with_proplist,
              (pa_context * c, const char* name, const pa_sample_spec* spec,
               const pa_channel_map* map, pa_proplist* p),

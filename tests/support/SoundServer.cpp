@@ -36,6 +36,7 @@ alsa_monitor.properties["alsa.reserve"] = false
 default_access.properties["enable-flatpak-portal"] = false
 v4l2_monitor.enabled = false
 libcamera_monitor.enabled = false
+stream_defaults.properties["restore-props"] = false
 )";
 constexpr std::string_view kWirePlumberBluetooth = "bluez_monitor.enabled = false\n";
 

@@ -55,6 +55,7 @@ Outcome Document::fnOpen(const std::string& path, CqProgressDisplay* progress, b
         CqPictureMetadata metadata;
         CqPictureLimits limits;
         limits.m_bPartial = partial;
+        limits.m_bDither = true;
         SpanProgress reading(progress, 0, kPictureRead);
         SpanProgress turning(progress, kPictureRead, 100);
         PictureProgress pictureProgress(&reading);
