@@ -61,7 +61,9 @@ void fnWriteAndRead(CqHeadlessWorld& world, PICTURE_FORMAT format, unsigned bits
     const std::string file = world.m_pDisks->fnGetFile(kPath).value_or("");
     Checksum sum;
     sum.fnAdd(file.data(), file.size());
-    sum.fnPrint("write-" + name);
+    // By which library libtiff deflates depends on how it was built.
+    if (format != PICTURE_TIFF || options.m_eTiffCompression != PICTURE_DEFLATE)
+        sum.fnPrint("write-" + name);
     fnRead(name);
 }
 
