@@ -8,17 +8,36 @@ apt_source() {
         -o Dir::State::Lists="$libs/lists" -o Dir::Cache="$libs/cache" -o APT::Sandbox::User= "${@:2}"
 }
 
-# unpack_source <package>: the newest version that the archive really has, patched, in src/<package>.
+# The sources are pinned: Debian 12's, whatever system this is. An update of that release for a security hole keeps the
+# original version and changes only what follows the last hyphen; the old package then leaves the archive. So the version
+# below is taken as long as it is there, and afterwards the newest one with the same original version, which is reported:
+# then name that one here. Any other version is refused. apt checks what it downloads by the archive's signatures.
+picture_suite=bookworm
+picture_sources=(
+    'libpng1.6 1.6.39-2+deb12u5'
+    'libjpeg-turbo 1:2.1.5-2'
+    'tiff 4.5.0-6+deb12u4'
+)
+
+# unpack_source <package> <version>: that version, or its update, patched, in src/<package>. Prints what it was.
 unpack_source() {
-    local version
-    for version in $(apt_source apt-cache showsrc "$1" | sed -n 's/^Version: //p' | sort -Vru); do
+    local version original=${2%-*}
+    while read -r version; do
+        [[ ${version%-*} == "$original" ]] || continue
         rm -rf "src/$1" && mkdir -p "src/$1"
-        (cd "src/$1" && apt_source apt-get source "$1=$version" >/dev/null 2>&1) || continue
+        (cd "src/$1" && apt_source apt-get source "$1=$version" </dev/null >/dev/null 2>&1) || continue
+        [[ $version == "$2" ]] ||
+            printf '%s %s is gone from the archive: %s is its update\n' "$1" "$2" "$version" >&2
         printf '%s %s\n' "$1" "$version"
         return
-    done
+    done < <(printf '%s\n' "$2" && apt_source apt-cache showsrc "$1" | sed -n 's/^Version: //p' | sort -Vru)
+    printf 'The archive has no %s like %s: see scripts/sources.sh\n' "$1" "$2" >&2
     return 1
 }
+
+# has_picture_libs, keep_picture_libs: whether $libs has the libraries of these sources; says that it now has.
+has_picture_libs() { [[ -e $libs/complete && $(<"$libs/complete") == "${picture_sources[*]}" ]]; }
+keep_picture_libs() { printf '%s\n' "${picture_sources[*]}" >"$libs/complete"; }
 
 # cmake_source <package> <option of cmake>...: builds it and installs it into $libs.
 cmake_source() {
@@ -30,16 +49,15 @@ cmake_source() {
 
 # unpack_picture_sources: goes to $libs, and puts there the sources and their versions.
 unpack_picture_sources() {
-    local suite keys=/usr/share/keyrings/debian-archive-keyring.gpg package
-    suite=$(. /etc/os-release && printf '%s' "$VERSION_CODENAME")
+    local keys=/usr/share/keyrings/debian-archive-keyring.gpg package version
     mkdir -p "$libs/lists/partial" "$libs/cache"
     cat >"$libs/sources.list" <<LIST
-deb-src [signed-by=$keys] http://deb.debian.org/debian $suite main
-deb-src [signed-by=$keys] http://deb.debian.org/debian-security $suite-security main
+deb-src [signed-by=$keys] http://deb.debian.org/debian $picture_suite main
+deb-src [signed-by=$keys] http://deb.debian.org/debian-security $picture_suite-security main
 LIST
     cd "$libs" || return
     apt_source apt-get update >/dev/null || return
-    for package in libpng1.6 libjpeg-turbo tiff; do
-        unpack_source "$package" || return
-    done >versions
+    while read -r package version; do
+        unpack_source "$package" "$version" || return
+    done <<<"$(printf '%s\n' "${picture_sources[@]}")" >versions
 }

@@ -10,9 +10,11 @@
 #include <cctype>
 #include <commdlg.h>
 #include <cstdio>
+#include <exception>
 #include <iterator>
 #include <new>
 #include <shellapi.h>
+#include <utility>
 
 namespace {
 
@@ -61,6 +63,20 @@ private:
     CqProgressDisplay m_Display;
 };
 
+/// Runs `work` and shows what it throws: no exception may pass the system's frames.
+template <typename Work>
+void fnGuard(Work work) {
+    try {
+        work();
+    } catch (CException* failure) {
+        const CString text = q32ExceptionText(*failure);
+        failure->Delete();
+        q32ShowMsgStr(text, MB_ICONHAND);
+    } catch (const std::bad_alloc&) {
+        ::MessageBeep(MB_ICONHAND);
+    }
+}
+
 /// While it lives, commands have no effect.
 class Busy {
 public:
@@ -96,6 +112,7 @@ Frame::~Frame() {
     m_Windows.fnSetMainWnd(nullptr);
     if (::IsWindow(m_Window))
         ::DestroyWindow(m_Window);
+    ::DeleteObject(m_BarFont);
 }
 
 void Frame::fnCreateParts() {
@@ -124,22 +141,35 @@ void Frame::fnLayOut() {
                  std::max<LONG>(0, client.bottom - (bar.bottom - bar.top)), TRUE);
 }
 
+void Frame::fnTakeDensity(int density, const RECT& place) {
+    NONCLIENTMETRICSW metrics{};
+    metrics.cbSize = sizeof metrics;
+    ::SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0);
+    const HDC dc = ::GetDC(nullptr);
+    LOGFONTW font = metrics.lfStatusFont; // for the density of the whole screen
+    font.lfHeight = ::MulDiv(font.lfHeight, density, ::GetDeviceCaps(dc, LOGPIXELSY));
+    ::ReleaseDC(nullptr, dc);
+    const HFONT made = ::CreateFontIndirectW(&font);
+    ::SendMessageW(m_pBar->fnGetHandle(), WM_SETFONT, reinterpret_cast<WPARAM>(made), TRUE);
+    ::DeleteObject(std::exchange(m_BarFont, made));
+    ::SetWindowPos(m_Window, nullptr, place.left, place.top, place.right - place.left,
+                   place.bottom - place.top, SWP_NOZORDER | SWP_NOACTIVATE);
+    fnLayOut();
+}
+
 LRESULT CALLBACK Frame::fnDispatch(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     auto* frame = reinterpret_cast<Frame*>( // NOLINT(performance-no-int-to-ptr)
         ::GetWindowLongPtrW(window, GWLP_USERDATA));
     if (!frame)
         return ::DefWindowProcW(window, message, wParam, lParam);
-    // No exception may pass the system's frames.
-    try {
-        return frame->fnHandle(window, message, wParam, lParam);
-    } catch (CException* failure) {
-        const CString text = q32ExceptionText(*failure);
-        failure->Delete();
-        q32ShowMsgStr(text, MB_ICONHAND);
-    } catch (const std::bad_alloc&) {
-        ::MessageBeep(MB_ICONHAND);
-    }
-    return 0;
+    LRESULT result = 0;
+    fnGuard([&] { result = frame->fnHandle(window, message, wParam, lParam); });
+    return result;
+}
+
+void Frame::fnShowFailures() {
+    if (const std::exception_ptr failure = m_pView->fnTakeFailure())
+        fnGuard([&] { std::rethrow_exception(failure); });
 }
 
 LRESULT Frame::fnHandle(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -150,6 +180,12 @@ LRESULT Frame::fnHandle(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
     case WM_SIZE:
         if (m_pView)
             fnLayOut();
+        return 0;
+    case WM_DPICHANGED:
+        if (m_pView)
+            fnTakeDensity(
+                LOWORD(wParam),
+                *reinterpret_cast<const RECT*>(lParam)); // NOLINT(performance-no-int-to-ptr)
         return 0;
     case WM_SETFOCUS:
         if (m_pView)

@@ -20,12 +20,16 @@ public:
     HWND fnGetHandle() const { return m_Window; }
     /// Opens a picture or a sound by its path in UTF-8.
     void fnOpen(const std::string& path);
+    /// Shows what the handling of a message has thrown in the view. To be called after each.
+    void fnShowFailures();
 
 private:
     static LRESULT CALLBACK fnDispatch(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     LRESULT fnHandle(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     void fnCreateParts();
     void fnLayOut();
+    /// The monitor has another density: takes the place that suits it, and a font.
+    void fnTakeDensity(int density, const RECT& place);
     void fnOnCommand(UINT command);
     void fnOnDrop(HDROP drop);
     void fnUpdateMenu(HMENU menu) const;
@@ -44,7 +48,8 @@ private:
     std::unique_ptr<CqImage> m_pImage;
     std::unique_ptr<CqWin32View> m_pView;
     Player m_Player;
-    std::string m_szName;  ///< of the picture
-    std::string m_szSound; ///< of the sound
-    bool m_bBusy = false;  ///< a long operation runs
+    std::string m_szName;      ///< of the picture
+    std::string m_szSound;     ///< of the sound
+    bool m_bBusy = false;      ///< a long operation runs
+    HFONT m_BarFont = nullptr; ///< of the status bar; null for the system's
 };

@@ -39,6 +39,7 @@ int fnRun(CqWin32Windows& windows, int show) {
             continue;
         ::TranslateMessage(&message);
         ::DispatchMessageW(&message);
+        frame.fnShowFailures();
     }
     return 0;
 }

@@ -1,11 +1,16 @@
 #include "platforms/win32/CqWin32View.h"
 
+#include "platforms/win32/GdiObject_p.h"
 #include "platforms/win32/win32.h"
 #include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/framework/Exceptions.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
 
 #include <algorithm>
+#include <span>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -18,15 +23,65 @@ constexpr int fnGetDown(int scale) {
     return scale > 0 ? 1 : -scale;
 }
 
+/// The nearest coordinate that leaves room for a sum with another one.
+LONG fnToCoordinate(std::int64_t value) {
+    constexpr std::int64_t kMost = INT32_MAX / 2;
+    return static_cast<LONG>(std::clamp(value, -kMost, kMost));
+}
+
 /// A coordinate of the image scaled from one scale to another.
-LONG fnRescale(LONG value, int from, int to) {
-    const auto image = static_cast<std::int64_t>(value) * fnGetDown(from) * fnGetUp(to);
-    return static_cast<LONG>(image / (std::int64_t{fnGetUp(from)} * fnGetDown(to)));
+LONG fnRescale(std::int64_t value, int from, int to) {
+    const std::int64_t image = value * fnGetDown(from) * fnGetUp(to);
+    return fnToCoordinate(image / (std::int64_t{fnGetUp(from)} * fnGetDown(to)));
 }
 
 LONG fnLimit(LONG value, LONG view, LONG whole) {
     return std::clamp<LONG>(value, 0, std::max<LONG>(0, whole - view));
 }
+
+/// Frees what nobody is going to handle.
+void fnForget(const std::exception_ptr& failure) {
+    try {
+        std::rethrow_exception(failure);
+    } catch (CException* exception) {
+        exception->Delete();
+    } catch (...) { // frees itself
+    }
+}
+
+/// The rectangles of a window's update region; none if memory is exhausted.
+std::vector<RECT> fnGetStale(HWND window) {
+    const q32::win32::GdiObject<HRGN> stale(::CreateRectRgn(0, 0, 0, 0));
+    std::vector<RECT> rects;
+    if (::GetUpdateRgn(window, stale.fnGet(), FALSE) == ERROR)
+        return rects;
+    q32::fnTryMemory([&] {
+        const DWORD size = ::GetRegionData(stale.fnGet(), 0, nullptr);
+        std::vector<unsigned char> block(size);
+        auto* const region = reinterpret_cast<RGNDATA*>(block.data());
+        if (size == 0 || ::GetRegionData(stale.fnGet(), size, region) != size)
+            return;
+        const auto* const first = reinterpret_cast<const RECT*>(region->Buffer);
+        rects.assign(first, first + region->rdh.nCount);
+    });
+    return rects;
+}
+
+/// The answer to WM_PAINT, which ends in any case: without it, the system asks again and again.
+class Painting {
+public:
+    explicit Painting(HWND window) : m_Window(window) { ::BeginPaint(window, &m_Paint); }
+    ~Painting() { ::EndPaint(m_Window, &m_Paint); }
+    Painting(const Painting&) = delete;
+    Painting& operator=(const Painting&) = delete;
+
+    HDC fnGetDC() const { return m_Paint.hdc; }
+    const RECT& fnGetBox() const { return m_Paint.rcPaint; }
+
+private:
+    HWND m_Window;
+    PAINTSTRUCT m_Paint{};
+};
 
 } // namespace
 
@@ -56,13 +111,28 @@ CqWin32View::~CqWin32View() {
         ::SetWindowLongPtrW(window, GWLP_USERDATA, 0);
         ::DestroyWindow(window);
     }
+    if (m_pFailure)
+        fnForget(m_pFailure);
 }
 
 LRESULT CALLBACK CqWin32View::fnDispatch(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     auto* view = reinterpret_cast<CqWin32View*>( // NOLINT(performance-no-int-to-ptr)
         ::GetWindowLongPtrW(window, GWLP_USERDATA));
-    return view ? view->fnHandle(message, wParam, lParam)
-                : ::DefWindowProcW(window, message, wParam, lParam);
+    if (!view)
+        return ::DefWindowProcW(window, message, wParam, lParam);
+    try {
+        return view->fnHandle(message, wParam, lParam);
+    } catch (...) { // no exception may pass the system's frames
+        if (view->m_pFailure)
+            fnForget(std::current_exception());
+        else
+            view->m_pFailure = std::current_exception();
+        return 0;
+    }
+}
+
+std::exception_ptr CqWin32View::fnTakeFailure() {
+    return std::exchange(m_pFailure, nullptr);
 }
 
 CSize CqWin32View::fnGetScaledSize(int scale) const {
@@ -89,12 +159,14 @@ void CqWin32View::fnUpdateImage(const RECT* part) {
         fnInvalidate(nullptr, false);
         return;
     }
-    const int up = fnGetUp(m_nScale);
-    const int down = fnGetDown(m_nScale);
-    CRect area(part->left * up / down, part->top * up / down, part->right * up / down + 1,
-               part->bottom * up / down + 1);
-    area.OffsetRect(-m_Origin.x, -m_Origin.y);
+    const CRect area(fnToView(part->left, m_Origin.x), fnToView(part->top, m_Origin.y),
+                     fnToView(part->right, m_Origin.x) + 1, fnToView(part->bottom, m_Origin.y) + 1);
     fnInvalidate(&area, false);
+}
+
+LONG CqWin32View::fnToView(LONG value, LONG origin) const {
+    const std::int64_t scaled = std::int64_t{value} * fnGetUp(m_nScale) / fnGetDown(m_nScale);
+    return fnToCoordinate(scaled - origin);
 }
 
 void CqWin32View::fnSetScale(int scale, const POINT& about) {
@@ -103,8 +175,8 @@ void CqWin32View::fnSetScale(int scale, const POINT& about) {
         scale = scale < 0 ? -2 : 1;
     if (scale == m_nScale)
         return;
-    const CPoint origin(fnRescale(m_Origin.x + about.x, m_nScale, scale) - about.x,
-                        fnRescale(m_Origin.y + about.y, m_nScale, scale) - about.y);
+    const CPoint image = fnScalePoint(about, scale);
+    const CPoint origin(image.x - about.x, image.y - about.y);
     m_nScale = scale;
     fnUpdateScrollBars();
     fnInvalidate(nullptr, false);
@@ -143,8 +215,12 @@ void CqWin32View::fnScrollTo(const POINT& origin) {
 }
 
 CPoint CqWin32View::fnToImage(const POINT& point) const {
-    return {fnRescale(m_Origin.x + point.x, m_nScale, 1),
-            fnRescale(m_Origin.y + point.y, m_nScale, 1)};
+    return fnScalePoint(point, 1);
+}
+
+CPoint CqWin32View::fnScalePoint(const POINT& point, int scale) const {
+    return {fnRescale(std::int64_t{m_Origin.x} + point.x, m_nScale, scale),
+            fnRescale(std::int64_t{m_Origin.y} + point.y, m_nScale, scale)};
 }
 
 void CqWin32View::fnUpdateScrollBars() {
@@ -180,24 +256,18 @@ void CqWin32View::fnPaintPart(HDC dc, CDC& output, const CRect& part) {
 
 void CqWin32View::fnPaint() {
     const HWND window = fnGetHandle();
-    // The update region is gone once painting begins.
-    const HRGN stale = ::CreateRectRgn(0, 0, 0, 0);
-    ::GetUpdateRgn(window, stale, FALSE);
-    std::vector<unsigned char> block(::GetRegionData(stale, 0, nullptr));
-    auto* const region = reinterpret_cast<RGNDATA*>(block.data());
-    const DWORD size =
-        ::GetRegionData(stale, static_cast<DWORD>(block.size()), block.empty() ? nullptr : region);
-    ::DeleteObject(stale);
-    PAINTSTRUCT paint;
-    const HDC dc = ::BeginPaint(window, &paint);
+    // The update region is gone once painting begins. Without a list of it, its box is drawn.
+    const std::vector<RECT> stale = fnGetStale(window);
+    const Painting painting(window);
+    const std::span<const RECT> parts =
+        stale.empty() ? std::span(&painting.fnGetBox(), 1) : std::span<const RECT>(stale);
     // A failure shows as a part that stays as it was: a paint message is no place for a box.
     q32::fnTryMemory([&] {
-        const std::unique_ptr<CDC> output = q32Win32DC(dc);
-        const auto* rects = reinterpret_cast<const RECT*>(region->Buffer);
-        for (DWORD i = 0; output && size > 0 && i < region->rdh.nCount; ++i)
-            fnPaintPart(dc, *output, CRect(rects[i]));
+        const std::unique_ptr<CDC> output = q32Win32DC(painting.fnGetDC());
+        for (const RECT& part : parts)
+            if (output)
+                fnPaintPart(painting.fnGetDC(), *output, CRect(part));
     });
-    ::EndPaint(window, &paint);
 }
 
 bool CqWin32View::fnOnFrameMessage(UINT message, WPARAM wParam, LRESULT& result) {
@@ -217,12 +287,15 @@ bool CqWin32View::fnOnFrameMessage(UINT message, WPARAM wParam, LRESULT& result)
         m_bBackground = ::GetForegroundWindow() != ::GetAncestor(window, GA_ROOT);
         break;
     case WM_DISPLAYCHANGE:
+    case WM_DPICHANGED:
         q32::fnTryMemory([] { q32GetDisplayProperty()->fnUpdate(); });
         break;
     default:
         return false;
     }
     fnInvalidate(nullptr, false);
+    if (message == WM_DPICHANGED)
+        return false; // the frame has a new rectangle to take
     result = TRUE;
     return true;
 }

@@ -6,6 +6,7 @@
 #include "q32Base/framework/Values.h"
 #include "q32Base/platform/Export.h"
 
+#include <exception>
 #include <functional>
 
 class CqImage;
@@ -49,12 +50,19 @@ public:
     /// The image's pixel at a point of the client area; it may lie outside of the image.
     CPoint fnToImage(const POINT& point) const;
 
-    /// Called after each change of scale or origin; not from within the constructor.
+    /// Called after each change of scale or origin; not from within the constructor. What it throws
+    /// goes to the caller of the function that moves the view, but not through the window
+    /// procedure: see `fnTakeFailure`.
     std::function<void()> m_OnMoved;
+    /// What the handling of a message has thrown, and removes it: the first one, or null for none.
+    /// No exception passes the system's frames, so a host looks after it has dispatched a message.
+    /// One that is never taken is dropped.
+    std::exception_ptr fnTakeFailure();
 
     /// For the window procedure of the frame, a top-level window: WM_QUERYNEWPALETTE,
-    /// WM_PALETTECHANGED and WM_DISPLAYCHANGE, which no child receives. The last one makes the
-    /// library read the screen's metrics again.
+    /// WM_PALETTECHANGED, WM_DISPLAYCHANGE and WM_DPICHANGED, which no child receives. The last two
+    /// make the library read the screen's metrics again; WM_DPICHANGED isn't handled by that, since
+    /// the frame has to take its new rectangle.
     /// @return whether the message is handled; `result` is then its result
     bool fnOnFrameMessage(UINT message, WPARAM wParam, LRESULT& result);
 
@@ -77,12 +85,17 @@ private:
     Q32_LOCAL void fnPaintPart(HDC dc, CDC& output, const CRect& part);
     Q32_LOCAL void fnUpdateScrollBars();
     Q32_LOCAL CSize fnGetScaledSize(int scale) const;
+    /// A coordinate of the image in the client area, or the nearest one that is in range.
+    Q32_LOCAL LONG fnToView(LONG value, LONG origin) const;
+    /// A point of the client area in the image at a scale.
+    Q32_LOCAL CPoint fnScalePoint(const POINT& point, int scale) const;
 
     CqImage* m_pImage = nullptr;
     int m_nScale = 1;
     CPoint m_Origin;
     bool m_bDragging = false;
-    CPoint m_DragPoint;         ///< where the mouse was last
-    int m_nWheel = 0;           ///< movement that makes no whole step yet
-    bool m_bBackground = false; ///< another program's palette comes first
+    CPoint m_DragPoint;            ///< where the mouse was last
+    int m_nWheel = 0;              ///< movement that makes no whole step yet
+    bool m_bBackground = false;    ///< another program's palette comes first
+    std::exception_ptr m_pFailure; ///< not taken yet
 };

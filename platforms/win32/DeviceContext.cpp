@@ -1,3 +1,4 @@
+#include "platforms/win32/Density_p.h"
 #include "platforms/win32/DeviceContext_p.h"
 #include "q32Base/framework/CBitmap.h"
 #include "q32Base/framework/CFont.h"
@@ -77,10 +78,13 @@ int DeviceContext::GetDeviceCaps(int index) const {
     switch (index) {
     case BITSPIXEL:
         return m_nBits;
+    case LOGPIXELSX:
+    case LOGPIXELSY: // of a window's own monitor, which the system's doesn't say
+        if (fnIsOpen() && m_Handle)
+            return fnGetDensity(m_Handle);
+        [[fallthrough]];
     case HORZRES:
     case VERTRES:
-    case LOGPIXELSX:
-    case LOGPIXELSY:
         return ::GetDeviceCaps(m_DC, index);
     default:
         return 0;

@@ -1,4 +1,5 @@
 #include "platforms/win32/CqWin32View.h"
+#include "platforms/win32/Density_p.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -21,10 +22,7 @@ CPoint fnToPoint(LPARAM lParam) {
 }
 
 LONG fnGetLine(HWND window) {
-    const HDC dc = ::GetDC(window);
-    const int dpi = ::GetDeviceCaps(dc, LOGPIXELSY);
-    ::ReleaseDC(window, dc);
-    return kLine * dpi / kStandardDpi;
+    return kLine * q32::win32::fnGetDensity(window) / kStandardDpi;
 }
 
 } // namespace

@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <random>
 #include <string>
@@ -22,16 +23,21 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// Corners of the colour cube, which every screen has, in cells of 16 x 16 pixels.
 CqColor fnGetColor(unsigned int x, unsigned int y) {
-    return CqColor(static_cast<unsigned char>(x), static_cast<unsigned char>(2 * y),
-                   static_cast<unsigned char>(x + y));
+    const unsigned int cell = x / 16 * 7 + y / 16 * 3;
+    const auto part = [cell](int bit) {
+        return static_cast<unsigned char>((cell >> bit) % 2 == 0 ? 0 : 255);
+    };
+    return CqColor(part(0), part(1), part(2));
 }
 
 /// A running viewer.
 class Viewer {
 public:
     explicit Viewer(const std::wstring& arguments) {
-        const std::string program = "Z:" Q32_VIEWER;
+        const char* other = std::getenv("Q32_TEST_VIEWER"); // such as an installed one
+        const std::string program = std::string("Z:") + (other ? other : Q32_VIEWER);
         std::wstring line =
             L"\"" + std::wstring(program.begin(), program.end()) + L"\" " + arguments;
         STARTUPINFOW start{};
@@ -142,13 +148,18 @@ std::uint32_t fnToNumber(const CqColor& color) {
     return std::uint32_t{color.m_Red} << 16 | std::uint32_t{color.m_Green} << 8 | color.m_Blue;
 }
 
-/// The bits of a colour that the screen shows as they are.
-std::uint32_t fnGetExactBits() {
+int fnGetScreenBits() {
     const HDC screen = ::GetDC(nullptr);
     const int bits = ::GetDeviceCaps(screen, BITSPIXEL);
     ::ReleaseDC(nullptr, screen);
+    return bits;
+}
+
+/// The bits of a colour that the screen shows as they are.
+std::uint32_t fnGetExactBits() {
+    const int bits = fnGetScreenBits();
     if (bits == 8)
-        return 0;
+        return 0x808080;                     // of the static colours, the nearest one
     return bits == 16 ? 0xE0E0E0 : 0xFFFFFF; // the dither to 5 bits changes the lower ones
 }
 
@@ -165,7 +176,9 @@ TEST_F(ViewerTest, ItShowsAPictureAndZooms) {
     viewer.fnCommand(COMMAND_FIT);
     viewer.fnCommand(COMMAND_ZOOM_OUT);
     EXPECT_TRUE(viewer.fnGetState().ends_with("1:2"));
-    EXPECT_TRUE(viewer.fnAwaitColor(20, 20, fnToNumber(fnGetColor(40, 40)), exact));
+    if (fnGetScreenBits() != 8) { // there, Wine shows only the first picture in its colours
+        EXPECT_TRUE(viewer.fnAwaitColor(20, 20, fnToNumber(fnGetColor(40, 40)), exact));
+    }
     EXPECT_EQ(viewer.fnClose(), 0u);
 }
 

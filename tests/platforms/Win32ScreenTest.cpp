@@ -4,8 +4,10 @@
 #include "platforms/headless/headless.h"
 #include "platforms/win32/win32.h"
 #include "q32Base/display/CqDisplayProperty.h"
+#include "q32Base/framework/CBitmap.h"
 #include "q32Base/framework/CPalette.h"
 #include "q32Base/image/CqImage.h"
+#include "q32Base/image/CqMask.h"
 #include "q32Base/module/Module.h"
 #include "tests/support/Random.h"
 #include "tests/support/Win32Capture.h"
@@ -134,7 +136,8 @@ struct Dib {
     } m_Header;
     std::vector<std::uint8_t> m_Bytes;
 
-    Dib(int bits, LONG height, Random& random, bool indices) {
+    /// @param screen  bits of what it is going to be drawn on
+    Dib(int bits, LONG height, Random& random, bool indices, int screen = fnGetScreenBits()) {
         m_Header.m_Head = {sizeof(BITMAPINFOHEADER),
                            kWidth,
                            height,
@@ -150,7 +153,7 @@ struct Dib {
         m_Bytes.resize(stride * static_cast<std::size_t>(std::abs(height)));
         // Wine looks for the nearest of 256 colours by five bits of each part, and takes the others
         // as 4.
-        const bool few = bits >= 24 && fnGetScreenBits() == 8;
+        const bool few = bits >= 24 && screen == 8;
         for (std::uint8_t& byte : m_Bytes) {
             byte = static_cast<std::uint8_t>(random());
             if (few)
@@ -184,11 +187,8 @@ std::uint32_t fnGetColor565(Random& random) {
     return (red << 3 | red >> 2) << 16 | (green << 2 | green >> 4) << 8 | blue << 3 | blue >> 2;
 }
 
-/// On a screen of 256 colours: realizes a palette that takes all of them, the twenty static ones
-/// included. Among fewer Wine would also find colours that aren't in the palette.
-std::unique_ptr<CPalette> fnTakeAllColors(CDC& dc) {
-    if (dc.GetDeviceCaps(BITSPIXEL) != 8)
-        return nullptr;
+/// As many colours as a screen of 256 has, the twenty static ones included.
+std::vector<std::uint32_t> fnGetAllColors() {
     Random random(99);
     std::vector<std::uint32_t> colors = {0x000000, 0x800000, 0x008000, 0x808000, 0x000080,
                                          0x800080, 0x008080, 0xC0C0C0, 0xC0DCC0, 0xA6CAF0,
@@ -196,7 +196,15 @@ std::unique_ptr<CPalette> fnTakeAllColors(CDC& dc) {
                                          0xFFFF00, 0x0000FF, 0xFF00FF, 0x00FFFF, 0xFFFFFF};
     while (colors.size() < 256)
         colors.push_back(random() & 0xFFFFFFu);
-    auto palette = fnMakePalette(colors);
+    return colors;
+}
+
+/// On a screen of 256 colours: realizes a palette that takes all of them. Among fewer Wine would
+/// also find colours that aren't in the palette.
+std::unique_ptr<CPalette> fnTakeAllColors(CDC& dc) {
+    if (dc.GetDeviceCaps(BITSPIXEL) != 8)
+        return nullptr;
+    auto palette = fnMakePalette(fnGetAllColors());
     dc.SelectPalette(palette.get(), false);
     dc.RealizePalette();
     return palette;
@@ -259,22 +267,97 @@ TEST(Win32Screen, IndicesWithoutAPaletteAreTheSystemsTwentyColours) {
     });
 }
 
-TEST(Win32Screen, InversionsAndCopiesAreTheSame) {
+/// For its life, the system fills with the colours of the scripted screen.
+class SystemColors {
+public:
+    SystemColors() {
+        for (std::size_t i = 0; i < kColors.size(); ++i)
+            m_Former[i] = ::GetSysColor(kColors[i]);
+        fnSet({RGB(192, 192, 192), RGB(0, 0, 0)});
+    }
+    ~SystemColors() { fnSet(m_Former); }
+    SystemColors(const SystemColors&) = delete;
+    SystemColors& operator=(const SystemColors&) = delete;
+
+    static constexpr std::array<INT, 2> kColors = {COLOR_BTNFACE, COLOR_WINDOWTEXT};
+
+private:
+    static void fnSet(const std::array<COLORREF, 2>& colors) {
+        ::SetSysColors(static_cast<int>(kColors.size()), kColors.data(), colors.data());
+    }
+
+    std::array<COLORREF, 2> m_Former{};
+};
+
+/// A bitmap of the corners of the colour cube, which every screen has.
+Dib fnMakeCorners(Random& random) {
+    Dib dib(4, kHeight, random, false);
+    for (std::size_t i = 0; i < 64; ++i)
+        dib.m_Header.m_Table[i] = dib.m_Header.m_Table[i] % 2 == 0 ? 0 : 255;
+    return dib;
+}
+
+/// Somewhere about the window; it may be empty or reversed.
+RECT fnMakeRect(Random& random) {
+    const auto side = [&] { return static_cast<LONG>(random() % 120) - 20; };
+    const LONG left = side();
+    const LONG top = side();
+    const LONG right = side();
+    return {left, top, right, side()};
+}
+
+TEST(Win32Screen, FilledRectanglesAreTheSame) {
+    const SystemColors colors;
+    fnCompare([](World& world) {
+        Random random(5);
+        const CClientDC dc(&world.m_Wnd);
+        fnBlacken(world, dc.GetDC());
+        fnMakeCorners(random).fnPut(world, dc.GetDC(), DIB_RGB_COLORS, CPoint(0, 0));
+        std::vector<Picture> pictures;
+        for (int i = 0; i < 10; ++i) {
+            const INT color = SystemColors::kColors[random() % 2];
+            EXPECT_TRUE(dc->FillRect(fnMakeRect(random), color));
+            pictures.push_back(world.m_Look());
+        }
+        return pictures;
+    });
+}
+
+TEST(Win32Screen, CopiesFromABitmapAreTheSame) {
+    fnCompare([](World& world) {
+        Random random(6);
+        const CClientDC dc(&world.m_Wnd);
+        fnBlacken(world, dc.GetDC());
+        CBitmap bitmap;
+        EXPECT_TRUE(bitmap.CreateCompatibleBitmap(dc.GetDC(), kWidth, kHeight));
+        const std::unique_ptr<CDC> memory = dc->CreateCompatibleDC();
+        memory->SelectObject(&bitmap);
+        fnMakeCorners(random).fnPut(world, dc.GetDC(), DIB_RGB_COLORS, CPoint(0, 0));
+        EXPECT_TRUE(memory->BitBlt(0, 0, kWidth, kHeight, dc.GetDC(), 0, 0, SRCCOPY));
+        EXPECT_TRUE(memory->InvertRect(RECT{20, 10, 70, 40}));
+        std::vector<Picture> pictures;
+        for (int i = 0; i < 10; ++i) {
+            const CRect to(fnMakeRect(random));
+            const int x = static_cast<int>(random() % 80) - 20;
+            const int y = static_cast<int>(random() % 80) - 20;
+            EXPECT_TRUE(
+                dc->BitBlt(to.left, to.top, to.Width(), to.Height(), memory.get(), x, y, SRCCOPY));
+            pictures.push_back(world.m_Look());
+        }
+        memory->SelectObject(static_cast<CBitmap*>(nullptr));
+        return pictures;
+    });
+}
+
+TEST(Win32Screen, InversionsAreTheSame) {
     fnCompare([](World& world) {
         Random random(4);
         const CClientDC dc(&world.m_Wnd);
         fnBlacken(world, dc.GetDC());
-        Dib dib(4, kHeight, random, false);
-        for (std::size_t i = 0; i < 64; ++i) // corners of the colour cube, which every screen has
-            dib.m_Header.m_Table[i] = dib.m_Header.m_Table[i] % 2 == 0 ? 0 : 255;
-        dib.fnPut(world, dc.GetDC(), DIB_RGB_COLORS, CPoint(0, 0));
+        fnMakeCorners(random).fnPut(world, dc.GetDC(), DIB_RGB_COLORS, CPoint(0, 0));
         std::vector<Picture> pictures = {world.m_Look()};
         for (int i = 0; i < 10; ++i) {
-            const auto side = [&] { return static_cast<LONG>(random() % 120) - 20; };
-            const LONG left = side();
-            const LONG top = side();
-            const RECT rect{left, top, side(), side()};
-            EXPECT_TRUE(dc->InvertRect(rect));
+            EXPECT_TRUE(dc->InvertRect(fnMakeRect(random)));
             pictures.push_back(world.m_Look());
         }
         return pictures;
@@ -315,29 +398,61 @@ TEST(Win32Screen, ImagesAreDrawnTheSameAtEveryScale) {
         }
 }
 
-TEST(Win32Screen, GammaIsTheSame) {
-    fnCompare([](World& world) {
-        CqImage image(150, 100, 24);
-        fnPaintImage(image);
-        q32GetDisplayProperty()->fnSetGammaValue(260);
-        const CRect all(0, 0, kWidth, kHeight);
-        const CClientDC dc(&world.m_Wnd);
-        fnBlacken(world, dc.GetDC());
-        image.fnDrawInit(1u, false, all, CPoint(), &world.m_Wnd);
-        EXPECT_TRUE(image.fnDraw(dc.GetDC(), all, 0, 0, false, false));
-        std::vector<Picture> pictures = {world.m_Look()};
-        q32GetDisplayProperty()->fnSetGammaValue(180);
-        return pictures;
-    });
+TEST(Win32Screen, GammaIsTheSameAndSoIsDrawingWithoutIt) {
+    for (const bool without : {false, true}) {
+        SCOPED_TRACE(without ? "without" : "with gamma");
+        fnCompare([without](World& world) {
+            CqImage image(150, 100, 24);
+            fnPaintImage(image);
+            q32GetDisplayProperty()->fnSetGammaValue(260);
+            const CRect all(0, 0, kWidth, kHeight);
+            const CClientDC dc(&world.m_Wnd);
+            fnBlacken(world, dc.GetDC());
+            image.fnDrawInit(1u, false, all, CPoint(), &world.m_Wnd);
+            EXPECT_TRUE(image.fnDraw(dc.GetDC(), all, 0, 0, without, false));
+            std::vector<Picture> pictures = {world.m_Look()};
+            q32GetDisplayProperty()->fnEnableGamma(true);
+            q32GetDisplayProperty()->fnSetGammaValue(180);
+            return pictures;
+        });
+    }
 }
 
-/// A device context of memory with a bitmap of `bits`, whose colours of 16 bits are 5-6-5.
+TEST(Win32Screen, WhatAKeyLeavesOfAnImageIsTheSame) {
+    for (const unsigned int bits : {8u, 16u, 24u, 32u})
+        for (const MERGE_TYPE type : {MERGE_KEY, MERGE_MASK, MERGE_ALPHA}) {
+            SCOPED_TRACE(testing::Message() << bits << " bits, rule " << type);
+            fnCompare([=](World& world) {
+                CqImage image(150, 100, 24);
+                fnPaintImage(image);
+                const CqColor key(0, 0, 0);
+                const CRect hole(20, 15, 60, 40);
+                image.fnFill(key, &hole, false);
+                if (bits != 24)
+                    image.fnConvert(bits, false, nullptr);
+                CqMask mask(150, 100);
+                mask.fnFill(CqColor(255, 255, 255), nullptr, false);
+                mask.fnFill(key, &hole, false);
+                const CRect all(0, 0, kWidth, kHeight);
+                const CClientDC dc(&world.m_Wnd);
+                fnBlacken(world, dc.GetDC());
+                Random random(7);
+                fnMakeCorners(random).fnPut(world, dc.GetDC(), DIB_RGB_COLORS, CPoint(0, 0));
+                image.fnDrawInit(1u, false, all, CPoint(), &world.m_Wnd);
+                image.fnKeyDraw(dc.GetDC(), all, 3, 5, CqMergeParam(type, 0, &mask), false, false);
+                return std::vector<Picture>{world.m_Look()};
+            });
+        }
+}
+
+/// A device context of memory with a bitmap of `bits`. Its colours of 16 bits are 5-6-5; a bitmap
+/// of 8 bits has all colours.
 class MemoryBitmap {
 public:
     explicit MemoryBitmap(int bits) : m_DC(::CreateCompatibleDC(nullptr)) {
         struct {
             BITMAPINFOHEADER m_Head;
-            std::uint32_t m_Masks[3];
+            std::uint32_t m_Table[256]; // masks, or colours to be set
         } header{{sizeof(BITMAPINFOHEADER), kWidth, -kHeight, 1, static_cast<WORD>(bits),
                   bits == 16 ? DWORD{BI_BITFIELDS} : DWORD{BI_RGB}, 0, 0, 0, 0, 0},
                  {0xF800, 0x07E0, 0x001F}};
@@ -345,6 +460,12 @@ public:
         m_Bitmap = ::CreateDIBSection(m_DC, reinterpret_cast<const BITMAPINFO*>(&header),
                                       DIB_RGB_COLORS, &bytes, nullptr, 0);
         m_Initial = ::SelectObject(m_DC, m_Bitmap);
+        std::vector<RGBQUAD> table;
+        for (const std::uint32_t color : fnGetAllColors())
+            table.push_back({static_cast<BYTE>(color), static_cast<BYTE>(color >> 8),
+                             static_cast<BYTE>(color >> 16), 0});
+        if (bits == 8)
+            ::SetDIBColorTable(m_DC, 0, 256, table.data());
     }
     ~MemoryBitmap() {
         ::SelectObject(m_DC, m_Initial);
@@ -362,34 +483,65 @@ private:
     HGDIOBJ m_Initial;
 };
 
+/// Draws with `draw` on a scripted screen and on a bitmap in memory, of the same depth.
+void fnCompareInMemory(int screen,
+                       const std::function<std::vector<Picture>(World& world, CDC* dc)>& draw) {
+    const std::vector<Picture> expected = fnShowHeadless(
+        [&](World& world) {
+            const CClientDC dc(&world.m_Wnd);
+            const auto palette = fnTakeAllColors(*dc.GetDC());
+            std::vector<Picture> pictures = draw(world, dc.GetDC());
+            dc->SelectPalette(nullptr, true);
+            return pictures;
+        },
+        screen);
+    fnExpectSame(expected, fnShowReal([&](World& world) {
+                     const MemoryBitmap memory(screen);
+                     const std::unique_ptr<CDC> dc = q32Win32DC(memory.fnGet(), screen);
+                     EXPECT_EQ(dc->GetDeviceCaps(BITSPIXEL), screen);
+                     const auto palette = fnTakeAllColors(*dc);
+                     World there{world.m_Screen, world.m_Wnd, [&] {
+                                     return q32::test::fnCapture(memory.fnGet(), kWidth, kHeight);
+                                 }};
+                     std::vector<Picture> pictures = draw(there, dc.get());
+                     dc->SelectPalette(nullptr, true);
+                     return pictures;
+                 }));
+}
+
 TEST(Win32Memory, BitmapsOfEveryDepthShowWhatSuchScreensShow) {
-    for (const int screen : {16, 24, 32})
+    for (const int screen : {8, 16, 24, 32})
         for (const int bits : {1, 4, 8, 16, 24, 32}) {
+            if (bits == 16 && screen == 8)
+                continue; // has no colours that Wine doesn't change first; see Dib
             SCOPED_TRACE(testing::Message() << screen << " bits, bitmap of " << bits);
-            const auto draw = [bits](World& world, CDC* dc) {
+            fnCompareInMemory(screen, [=](World& world, CDC* dc) {
                 Random random(static_cast<std::uint32_t>(bits));
                 fnBlacken(world, dc);
-                const Dib dib(bits, 50, random, false);
+                const Dib dib(bits, 50, random, false, screen);
                 dib.fnPut(world, dc, DIB_RGB_COLORS, CPoint(5, -6));
                 return std::vector<Picture>{world.m_Look()};
-            };
-            const std::vector<Picture> expected = fnShowHeadless(
-                [&](World& world) {
-                    const CClientDC dc(&world.m_Wnd);
-                    return draw(world, dc.GetDC());
-                },
-                screen);
-            fnExpectSame(expected, fnShowReal([&](World& world) {
-                             const MemoryBitmap memory(screen);
-                             const std::unique_ptr<CDC> dc = q32Win32DC(memory.fnGet(), screen);
-                             EXPECT_EQ(dc->GetDeviceCaps(BITSPIXEL), screen);
-                             World there{world.m_Screen, world.m_Wnd, [&] {
-                                             return q32::test::fnCapture(memory.fnGet(), kWidth,
-                                                                         kHeight);
-                                         }};
-                             return draw(there, dc.get());
-                         }));
+            });
         }
+}
+
+TEST(Win32Memory, FillsAndInversionsOfEveryDepthAreTheSame) {
+    const SystemColors colors;
+    for (const int screen : {16, 24, 32}) {
+        SCOPED_TRACE(testing::Message() << screen << " bits");
+        fnCompareInMemory(screen, [](World& world, CDC* dc) {
+            Random random(8);
+            fnBlacken(world, dc);
+            fnMakeCorners(random).fnPut(world, dc, DIB_RGB_COLORS, CPoint(0, 0));
+            std::vector<Picture> pictures;
+            for (int i = 0; i < 10; ++i) {
+                EXPECT_TRUE(dc->FillRect(fnMakeRect(random), SystemColors::kColors[i % 2]));
+                EXPECT_TRUE(dc->InvertRect(fnMakeRect(random)));
+                pictures.push_back(world.m_Look());
+            }
+            return pictures;
+        });
+    }
 }
 
 } // namespace
