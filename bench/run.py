@@ -36,14 +36,19 @@ PAGES = {
     "SoundBench": "Sound",
     "QtViewBench": "The desktop's view",
 }
+# Its edits are measured on one thread and on two.
+DARKROOM = "DarkroomBench"
+BY_HAND = ("KernelsBench", "ProgressBench", "WalkBench", "WorkBench", DARKROOM)
 SLOWER = 1.05  # ratios above this are measured again, and listed by name if they stay above it
 
 
-def programs(folder, names):
+def programs(folder, names, page):
     found = [path for path in sorted([*folder.glob("*Bench"), *folder.glob("peers/*Peer")])
              if os.access(path, os.X_OK)]
+    # The page has the peers' figures from bench/peers.py.
     return [path for path in found
-            if path.name in names or (not names and path.name not in ("KernelsBench", "ProgressBench", "WalkBench", "WorkBench"))]
+            if (path.name in names and not (page and path.name == DARKROOM))
+            or (not names and (path.name in PAGES if page else path.name not in BY_HAND))]
 
 
 def count_real_time(row):
@@ -128,6 +133,43 @@ def peers_table():
     return [*lines, ""]
 
 
+def measure_darkroom(options):
+    """The rows of the darkroom's edits, by the number of threads, or nothing if it wasn't built."""
+    program = BUILD / DARKROOM
+    best = {}
+    if not os.access(program, os.X_OK):
+        return best
+    for _ in range(options.rounds):
+        for threads in (1, 2):
+            keep_best(best.setdefault(str(threads), {}), run(program, options.seconds, ".", threads))
+    return best
+
+
+def darkroom_table(rows):
+    if not rows:
+        return []
+    lines = ["## The darkroom", "",
+             f"`{DARKROOM}`: edits of a picture of 10,000 x 10,000 pixels with the step that undoes them, in real time on",
+             "one thread and on two. The progress object is called at most that long after the last time, and Esc, pressed",
+             "halfway, ends the edit after that time, with the picture as it was (both on two threads).", "",
+             "| Edit | 1 thread | 2 threads | Gain | Reports | Longest wait | Stop |", "|---|---|---|---|---|---|---|"]
+    for name, one in rows["1"].items():
+        two = rows["2"][name]
+        alone, both = (row["real_time"] * 1e-3 for row in (one, two))
+        lines.append(f"| {name.removesuffix('/real_time')} | {time_text(alone)} | {time_text(both)} | {alone / both:.2f} |"
+                     f" {two['reports']:.0f} | {two['wait']:.1f} ms | {two['stop']:.1f} ms |")
+    return [*lines, ""]
+
+
+def earlier_results(options):
+    """Those of programs that ran before in the same way: a page may be measured in parts."""
+    if options.page and RESULTS.exists():
+        results = json.loads(RESULTS.read_text(encoding="utf-8"))
+        if results["rounds"] == options.rounds and results["threads"] == options.threads:
+            return results
+    return {"rounds": options.rounds, "threads": options.threads, "programs": {}}
+
+
 def write_page(results):
     lines = ["# Measured speed", "",
              f"Written by `scripts/bench --page` on a machine with {os.cpu_count()} processors",
@@ -144,6 +186,7 @@ def write_page(results):
         for row in results["programs"][name].values():
             lines.append(f"| {row['name']} | {time_text(seconds_of(row))} | {rate_text(row)} |")
         lines.append("")
+    lines += darkroom_table(results.get("darkroom"))
     PAGE.write_text("\n".join(lines), encoding="utf-8")
 
 
@@ -213,25 +256,30 @@ class Comparison:
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--against", type=pathlib.Path, help="folder of another build's benchmarks")
-    parser.add_argument("--rounds", type=int, default=3)
-    parser.add_argument("--seconds", type=float, default=0.2, help="least time of one benchmark")
+    parser.add_argument("--rounds", type=int, help="3 by default, 2 for the page")
+    parser.add_argument("--seconds", type=float, help="least time of one benchmark: 0.2 by default, 0.05 for the page")
     parser.add_argument("--filter", default=".", help="regular expression of benchmarks")
     parser.add_argument("--threads", type=int, default=1,
                         help="threads that operations use; 0: one on each core; real time then counts")
-    parser.add_argument("--page", action="store_true", help="write docs/performance.md")
-    parser.add_argument("names", nargs="*", help="programs; all but KernelsBench by default")
+    parser.add_argument("--page", action="store_true", help="write docs/performance.md; with names, from these programs' results and earlier ones")
+    parser.add_argument("names", nargs="*", help="programs; all but those for single questions by default")
     options = parser.parse_args()
+    options.rounds = options.rounds or (2 if options.page else 3)
+    options.seconds = options.seconds or (0.05 if options.page else 0.2)
 
-    results = {"rounds": options.rounds, "threads": options.threads, "programs": {}}
+    results = earlier_results(options)
     slower = []
-    for program in programs(BUILD, options.names):
+    for program in programs(BUILD, options.names, options.page):
         other = options.against / program.relative_to(BUILD) if options.against else None
         comparison = Comparison(program, other, options)
         comparison.measure_all()
         slower += [f"{program.name} {name}" for name in comparison.show()]
         results["programs"][program.name] = comparison.best[program]
-    RESULTS.write_text(json.dumps(results, indent=1), encoding="utf-8")
+        RESULTS.write_text(json.dumps(results, indent=1), encoding="utf-8")
     if options.page:
+        if not options.names or DARKROOM in options.names:
+            results["darkroom"] = measure_darkroom(options)
+            RESULTS.write_text(json.dumps(results, indent=1), encoding="utf-8")
         write_page(results)
     if options.against:
         print(f"{len(slower)} slower by more than {SLOWER - 1:.0%}" + "".join(f"\n  {name}" for name in slower))

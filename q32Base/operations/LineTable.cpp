@@ -11,7 +11,7 @@
 namespace q32 {
 namespace {
 
-constexpr std::size_t kLine = 64; ///< of the cache: loads that cross one take twice as long
+constexpr std::size_t kTableLine = 64; ///< of the cache: loads that cross one take twice as long
 
 /// Four places, a pixel apart.
 std::uint32_t fnPlaces(std::uint32_t first, std::uint32_t channels) {
@@ -87,13 +87,13 @@ bool LineTable::fnFindWindows(const QuadTable& quads, std::uint32_t count) {
 }
 
 void LineTable::fnAllocate() {
-    static_assert(sizeof(LineGroup) % kLine == 0 && sizeof(LineWeights) % kLine == 0);
+    static_assert(sizeof(LineGroup) % kTableLine == 0 && sizeof(LineWeights) % kTableLine == 0);
     const std::size_t groups = fnGetGroups();
     const std::size_t weights = groups * m_Sums.m_nQuads;
-    std::size_t space = kLine - 1 + groups * sizeof(LineGroup) + weights * sizeof(LineWeights);
+    std::size_t space = kTableLine - 1 + groups * sizeof(LineGroup) + weights * sizeof(LineWeights);
     m_pBlock.reset(fnNewArray<unsigned char>(space));
     void* at = m_pBlock.get();
-    at = std::align(kLine, groups * sizeof(LineGroup), at, space);
+    at = std::align(kTableLine, groups * sizeof(LineGroup), at, space);
     assert(at);
     m_pGroups = new (at) LineGroup[groups]();
     m_pWeights =

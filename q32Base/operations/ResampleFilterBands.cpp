@@ -17,9 +17,6 @@
 namespace q32 {
 namespace {
 
-constexpr std::uint32_t kTile = CqTileMap::kMaxTileSize;
-constexpr std::size_t kLine = 64; ///< of the cache
-
 /// Both tables, and how the target is divided.
 struct BandPlan {
     const QuadTable& m_Columns;
@@ -34,10 +31,10 @@ struct BandPlan {
           // An odd number of lines, so that the rows of a column share no set of the cache.
           m_nStride(((std::size_t{source.fnGetWidth()} * source.fnGetBytesPerPixel() +
                       lines.fnGetReach()) /
-                         kLine |
+                         kCacheLine |
                      1) *
-                        kLine +
-                    2 * kLine),
+                        kCacheLine +
+                    2 * kCacheLine),
           m_nRows(static_cast<std::uint32_t>(
               std::clamp<std::size_t>(kBandBytes / m_nStride, kLeastRows, kMostRows))),
           m_nHeight(target.fnGetHeight()) {}
@@ -61,6 +58,7 @@ struct BandPlan {
     }
 
 private:
+    static constexpr std::size_t kCacheLine = 64;
     static constexpr std::size_t kBandBytes = 256 * 1024;
     static constexpr std::size_t kLeastRows = 4;
     static constexpr std::size_t kMostRows = 32;
@@ -111,14 +109,16 @@ private:
     void fnFilterRows(std::uint32_t band) const {
         const LineSums& sums = m_Plan.m_Lines.fnGetSums();
         for (std::uint32_t x = 0, end; x < m_Target.fnGetWidth(); x = end) {
-            end = std::min(m_Target.fnRunEnd(x), x + kTile);
+            end = std::min(m_Target.fnRunEnd(x), x + CqTileMap::kMaxTileSize);
             for (std::uint32_t y = band * m_Plan.m_nRows; y < m_Plan.fnBottom(band); ++y)
                 fnKernels().fnConvolveLine(fnRow(y), 0, sums, std::size_t{x} * m_nChannels,
                                            m_Target.fnAt(x, y), std::size_t{end - x} * m_nChannels);
         }
     }
 
-    std::uint32_t fnEnd(std::uint32_t x) const { return std::min(m_Source.fnRunEnd(x), x + kTile); }
+    std::uint32_t fnEnd(std::uint32_t x) const {
+        return std::min(m_Source.fnRunEnd(x), x + CqTileMap::kMaxTileSize);
+    }
     unsigned char* fnRow(std::uint32_t y) const {
         return m_pBand.get() + y % m_Plan.m_nRows * m_Plan.m_nStride;
     }
@@ -136,7 +136,7 @@ private:
 };
 
 /// Roughly what a row of the target takes, in nanoseconds.
-double fnRowTime(const PixelArea& source, const PixelArea& target, std::uint32_t entries) {
+double fnBandRowTime(const PixelArea& source, const PixelArea& target, std::uint32_t entries) {
     constexpr double kSampleTime = 0.1;
     constexpr double kEntryTime = 0.015;
     return (kSampleTime + kEntryTime * entries) *
@@ -204,7 +204,8 @@ std::optional<bool> fnFilterInBands(const PixelArea& source, const PixelArea& ta
         return {};
     const BandPlan plan(source, target, *columnQuads, *lines);
     const std::uint32_t entries = std::max(columns.fnGetCapacity(), rows.fnGetCapacity());
-    const Parallel bands(plan.fnCountBands(), fnRowTime(source, target, entries) * plan.m_nRows);
+    const Parallel bands(plan.fnCountBands(),
+                         fnBandRowTime(source, target, entries) * plan.m_nRows);
     PerWorker<BandFilter> filters(bands, source, target, plan, plan.fnMostSourceRows());
     BandReports reports(progress, source.fnGetWidth(), target.fnGetHeight(), plan.fnCountBands());
     return reports.fnRun(bands, [&](std::uint32_t worker, std::uint32_t band, std::uint32_t end) {
