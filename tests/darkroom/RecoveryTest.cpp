@@ -44,7 +44,7 @@ TEST_F(DarkroomRecovery, UnsavedChangesAreCopiedAndTheCopyGoesWhenTheyAreSaved) 
     fnDo("left");
     m_pWindow->fnKeepCopy();
     const QStringList files = fnList();
-    ASSERT_EQ(files.size(), 3) << files.join(' ').toStdString();
+    ASSERT_EQ(files.size(), 4) << files.join(' ').toStdString();
     CqImage copy;
     const QString tiff = fnPath("recovery/" + files.filter(".tif").value(0));
     ASSERT_TRUE(q32ReadPicture(QFile::encodeName(tiff).constData(), copy).fnIsDone());
@@ -69,6 +69,61 @@ TEST_F(DarkroomRecovery, WhatAKilledProgramLeftIsOfferedOpenedUnsavedAndThenGone
     EXPECT_FALSE(fnList().filter(".tif").isEmpty()) << "until it is saved";
     ASSERT_TRUE(m_pWindow->fnSaveAs(fnPath("rescued.png")));
     EXPECT_TRUE(fnList().isEmpty());
+}
+
+TEST_F(DarkroomRecovery, WhatTheFileSaidAboutThePictureIsRecoveredToo) {
+    CqImage image;
+    fnFillNoise(image, 60, 40, 24, 1);
+    CqPictureMetadata metadata;
+    const std::string camera("MM\0*\0\0\0\x08\0\0\0\0\0\0", 14);
+    metadata.m_Exif.assign(camera.begin(), camera.end());
+    metadata.m_Xmp.assign(300, 'x');
+    metadata.m_Iptc.assign(8, 'i');
+    const QString path = fnPath("camera.jpg");
+    ASSERT_TRUE(q32WritePicture(QFile::encodeName(path).constData(), image, metadata, PICTURE_JPEG)
+                    .fnIsDone());
+    ASSERT_TRUE(m_pWindow->fnOpen(path));
+    const CqPictureMetadata read = fnDocument().fnGetMetadata();
+    ASSERT_FALSE(read.m_Exif.empty() || read.m_Xmp.empty() || read.m_Iptc.empty());
+    fnDo("left");
+    m_pWindow->fnKeepCopy();
+    for (const char* suffix : {".tif", ".name", ".metadata"}) {
+        const QString file = fnList().filter(suffix).value(0);
+        ASSERT_TRUE(QFile::copy(fnPath("recovery/" + file), fnPath(QString("recovery/a") + suffix)))
+            << suffix;
+    }
+    fnDo("save");
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("plain.png", 20, 10)));
+    ASSERT_TRUE(fnDocument().fnGetMetadata().m_Exif.empty());
+    fnAnswer(QMessageBox::Open);
+    m_pWindow->fnOfferRecovery();
+    ASSERT_EQ(fnDocument().fnGetImage().Width, 40u) << "rotated";
+    EXPECT_EQ(fnDocument().fnGetMetadata().m_Exif, read.m_Exif);
+    EXPECT_EQ(fnDocument().fnGetMetadata().m_Xmp, read.m_Xmp);
+    EXPECT_EQ(fnDocument().fnGetMetadata().m_Iptc, read.m_Iptc);
+    ASSERT_TRUE(m_pWindow->fnSaveAs(fnPath("rescued.jpg")));
+    EXPECT_TRUE(fnList().isEmpty()) << fnList().join(' ').toStdString();
+}
+
+TEST_F(DarkroomRecovery, DamagedMetadataLeavesThatOfThePictureItself) {
+    darkroom::Recovery other(fnPath("recovery"));
+    fnLeave("one", 70);
+    QFile metadata(fnPath("recovery/one.metadata"));
+    ASSERT_TRUE(metadata.open(QIODevice::WriteOnly));
+    const QByteArray whole(32, '\0'); // four empty blocks
+    ASSERT_TRUE(other.fnAdopt());
+    for (int count = 0; count <= 33; ++count) {
+        metadata.resize(0);
+        metadata.seek(0);
+        metadata.write((whole + 'x').first(count));
+        metadata.flush();
+        EXPECT_EQ(other.fnGetMetadata().has_value(), count == 32) << count;
+    }
+    metadata.resize(0);
+    metadata.seek(0);
+    metadata.write(QByteArray(8, '\xFF') + whole);
+    metadata.flush();
+    EXPECT_FALSE(other.fnGetMetadata().has_value()) << "a length beyond the file";
 }
 
 TEST_F(DarkroomRecovery, WhatIsDiscardedIsGoneAndWhatIsCancelledStays) {

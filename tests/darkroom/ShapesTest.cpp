@@ -1,5 +1,6 @@
 #include "examples/darkroom/model/Shapes.h"
 
+#include "q32Base/operations/Stroke.h"
 #include "tests/darkroom/PictureTools.h"
 #include "tests/support/AttachedTest.h"
 
@@ -114,4 +115,66 @@ TEST_F(DarkroomShapes, LinesAndCurvesReachTheirEnds) {
     for (int y = 45; y < 60; ++y)
         above = above || image.fnGetPixelColor(50, y) == red;
     EXPECT_TRUE(above) << "the curve's middle lies at 52.5";
+}
+
+TEST_F(DarkroomShapes, AWideLineAndASmoothCurveFollowTheLibrarysStroke) {
+    const CqColor red(255, 0, 0, 255);
+    const std::vector<CqPoint2D> line = {{15.2, 5.1}, {330.0, 160.7}}; // through several tiles
+    std::vector<CqPoint2D> places = line;
+    for (CqPoint2D& place : places)
+        place -= CqPoint2D(0.5, 0.5);
+    CqMask mask;
+    ASSERT_TRUE(q32MakeStrokeMask(places, 7, CRect(0, 0, 400, 300), mask, nullptr));
+    for (const bool smooth : {false, true}) {
+        for (const unsigned int bits : {24u, 32u}) {
+            CqImage image;
+            image.fnAlloc(400, 300, bits, nullptr, 0);
+            image.fnFill(CqColor(0, 0, 0, 255), nullptr, false);
+            darkroom::fnDrawPath(image, line, {red, 7, smooth});
+            for (int y = 0; y < 300; ++y)
+                for (int x = 0; x < 400; ++x) {
+                    CPoint place(x, y);
+                    const bool inside = mask.m_rectBound.PtInRect(place) != 0;
+                    place.Offset(-mask.m_rectBound.left, -mask.m_rectBound.top);
+                    const int weight = inside ? mask.fnGetPixelColor(place.x, place.y).m_Red : 0;
+                    const int expected = smooth ? weight : weight < 128 ? 0 : 255;
+                    ASSERT_EQ(image.fnGetPixelColor(x, y).m_Red, expected) << x << ", " << y;
+                }
+        }
+    }
+    CqImage image;
+    image.fnAlloc(400, 300, 24, nullptr, 0);
+    image.fnFill(CqColor(0, 0, 0, 255), nullptr, false);
+    const std::vector<CqPoint2D> curve = {{10, 290}, {10, 40}, {390, 40}, {390, 290}};
+    darkroom::fnDrawPath(image, curve, {red, 5, true});
+    EXPECT_EQ(image.fnGetPixelColor(200, 102), red) << "the curve's middle lies at 102.5";
+    EXPECT_EQ(image.fnGetPixelColor(200, 108), CqColor(0, 0, 0, 255));
+}
+
+TEST_F(DarkroomShapes, WhereColoursCantBeMixedLinesAreAPixelWide) {
+    for (const unsigned int bits : {4u, 8u, 16u}) {
+        CqImage images[2];
+        const RGBQUAD palette[2] = {{0, 0, 0, 0}, {0, 0, 255, 0}};
+        const std::vector<CqPoint2D> line = {{5, 5}, {90, 30}};
+        for (CqImage& image : images) {
+            image.fnAlloc(100, 60, bits, bits < 16 ? palette : nullptr, bits < 16 ? 2 : 0);
+            image.fnFill(CqColor(0, 0, 0, 255), nullptr, false);
+        }
+        darkroom::fnDrawPath(images[0], line, {CqColor(255, 0, 0, 255), 9, true});
+        darkroom::fnDrawPath(images[1], line, CqColor(255, 0, 0, 255));
+        EXPECT_EQ(fnBytesOf(images[0]), fnBytesOf(images[1])) << bits;
+    }
+}
+
+TEST_F(DarkroomShapes, AWideLineIsUndoneWholly) {
+    Document document(4);
+    CqImage noise;
+    fnFillNoise(noise, 700, 500, 24, 3);
+    ASSERT_TRUE(document.fnTakeNew(noise).fnIsDone());
+    const auto before = fnBytesOf(document.fnGetImage());
+    const std::vector<CqPoint2D> line = {{-20, 130}, {650, 390}};
+    ASSERT_TRUE(document.fnDraw(line, {CqColor(255, 0, 0, 255), 120, true}, nullptr).fnIsDone());
+    EXPECT_NE(fnBytesOf(document.fnGetImage()), before);
+    document.fnUndo();
+    EXPECT_TRUE(fnBytesOf(document.fnGetImage()) == before);
 }

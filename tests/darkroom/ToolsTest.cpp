@@ -2,6 +2,7 @@
 #include "tests/darkroom/DarkroomWorld.h"
 #include "tests/darkroom/PictureTools.h"
 
+#include <QCheckBox>
 #include <QFile>
 #include <QSpinBox>
 #include <QTest>
@@ -71,6 +72,18 @@ TEST_F(DarkroomTools, ToolsSelectAndDrawInThePicture) {
         QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, place);
     EXPECT_EQ(m_pWindow->fnGetDocument().fnGetUndoName(), "Curve");
     EXPECT_EQ(colorAt(at(250, 180)), CqColor(255, 0, 0, 255));
+}
+
+TEST_F(DarkroomTools, LinesAreAsWideAndSmoothAsTheToolBarSays) {
+    fnOpen(fnMakePicture("wide.png", 300, 200));
+    m_pWindow->fnGetView().fnSetZoom(1);
+    m_pWindow->findChild<QSpinBox*>("lineWidth")->setValue(21);
+    m_pWindow->findChild<QCheckBox*>("smooth")->setChecked(true);
+    fnDo("toolLine");
+    fnDrag(fnAt(50, 80), fnAt(200, 80));
+    for (const int y : {72, 80, 88})
+        EXPECT_EQ(fnDocument().fnGetImage().fnGetPixelColor(120, y), CqColor(255, 0, 0, 255)) << y;
+    EXPECT_NE(fnDocument().fnGetImage().fnGetPixelColor(120, 94), CqColor(255, 0, 0, 255));
 }
 
 TEST_F(DarkroomTools, AToolThatDoesNotSuitANewPictureGivesWayToMoving) {

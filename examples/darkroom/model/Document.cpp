@@ -242,14 +242,14 @@ Outcome Document::fnCrop(CqProgressDisplay* progress) {
         [&] { return fnDo({.m_pszName = "Crop to Selection", .m_bMoves = true}, crop, progress); });
 }
 
-Outcome Document::fnDraw(std::span<const CqPoint2D> points, const CqColor& color,
+Outcome Document::fnDraw(std::span<const CqPoint2D> points, const Pen& pen,
                          CqProgressDisplay* progress) {
     if (!fnHasImage())
         return fnStop();
-    const auto draw = [&](CqImage& image, CqProgressDisplay*) { fnDrawPath(image, points, color); };
+    const auto draw = [&](CqImage& image, CqProgressDisplay*) { fnDrawPath(image, points, pen); };
     return fnGuard([&] {
         return fnDo({.m_pszName = points.size() == 2 ? "Line" : "Curve",
-                     .m_Tiles = fnFindPathTiles(m_Image, points),
+                     .m_Tiles = fnFindPathTiles(m_Image, points, pen.m_nWidth),
                      .m_bClips = true},
                     draw, progress);
     });

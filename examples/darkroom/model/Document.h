@@ -50,6 +50,8 @@ public:
     std::uint32_t fnGetExtras() const { return m_bReduced ? m_nExtras : 0; }
     /// What the picture's file said about it. Saving keeps it, as far as the format can.
     const CqPictureMetadata& fnGetMetadata() const { return m_Metadata; }
+    /// Sets it to that of another file, for a picture that lies upright.
+    void fnSetMetadata(CqPictureMetadata metadata) noexcept;
     /// Only a part of the picture's file could be read.
     bool fnIsPartial() const { return m_bPartial; }
     /// A number that changes with the picture's pixels, size or depth; returning to an earlier
@@ -126,8 +128,7 @@ public:
     Outcome fnCrop(CqProgressDisplay* progress);
     /// Draws a line through two points or a curve through four, as fnDrawPath does, limited to the
     /// selection if there is one.
-    Outcome fnDraw(std::span<const CqPoint2D> points, const CqColor& color,
-                   CqProgressDisplay* progress);
+    Outcome fnDraw(std::span<const CqPoint2D> points, const Pen& pen, CqProgressDisplay* progress);
 
     // History.
 

@@ -135,6 +135,12 @@ Outcome Document::fnNew(unsigned int width, unsigned int height, const CqColor& 
     });
 }
 
+void Document::fnSetMetadata(CqPictureMetadata metadata) noexcept {
+    m_Metadata = std::move(metadata);
+    m_Metadata.m_nOrientation = 1;
+    fnNotify();
+}
+
 void Document::fnMarkUnsaved() {
     m_nSavedState = 0; // states count from 1
     m_bModified = true;

@@ -1,12 +1,16 @@
 #include "examples/darkroom/model/Shapes.h"
 
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Progress.h"
+#include "examples/darkroom/model/Tiles.h"
 #include "q32Base/framework/Exceptions.h"
 #include "q32Base/geometry/CqCubicBezier2D.h"
 #include "q32Base/geometry/CqLine2D.h"
 #include "q32Base/geometry/CqPolyline2D.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelAccess.h"
+#include "q32Base/operations/Blend.h"
+#include "q32Base/operations/Stroke.h"
 
 #include <algorithm>
 #include <cmath>
@@ -70,6 +74,49 @@ CRect fnFindBound(std::span<const CqPoint2D> outline, unsigned int width, unsign
 LONG fnFirstColumn(double crossing, const CRect& bound) {
     return static_cast<LONG>(std::clamp(std::ceil(crossing - 0.5), static_cast<double>(bound.left),
                                         static_cast<double>(bound.right)));
+}
+
+/// Makes weights of at least a half full ones, and no others.
+void fnHarden(CqMask& mask) {
+    CqImageLine line;
+    for (unsigned int y = 0; y < mask.Height; ++y) {
+        mask.fnAccessLine(y, &line, false);
+        std::transform(
+            line.LineBuffer, line.LineBuffer + mask.Width, line.LineBuffer,
+            [](unsigned char weight) -> unsigned char { return weight < 128 ? 0 : 255; });
+    }
+}
+
+/// A curve as the points of lines.
+std::vector<CqPoint2D> fnFlatten(const std::vector<CqPoint2D>& points) {
+    if (points.size() != 4)
+        return points;
+    CqPolyline2D parts;
+    CqCubicBezier2D(points[0], points[1], points[2], points[3], 0).fnTessellate(parts, kFlatness);
+    std::vector<CqPoint2D> flat;
+    for (int i = 0; i < parts.fnGetNumberVertex(); ++i)
+        flat.push_back(parts.fnGetVertex(i));
+    return flat;
+}
+
+/// Draws tile by tile, so that a long path takes no large mask.
+void fnDrawStroke(CqImage& image, const std::vector<CqPoint2D>& points, const Pen& pen,
+                  const Tiles& tiles) {
+    const std::vector<CqPoint2D> path = fnFlatten(points);
+    const CSize size = image.fnGetMaxTileSize();
+    CqImage ink(static_cast<unsigned int>(size.cx), static_cast<unsigned int>(size.cy), 24, nullptr,
+                0);
+    fnFillPicture(ink, pen.m_Color, nullptr);
+    CqMask mask;
+    for (const unsigned int tile : tiles) {
+        if (!q32MakeStrokeMask(path, pen.m_nWidth, fnGetTileRect(image, tile), mask, nullptr))
+            continue;
+        if (!pen.m_bSmooth)
+            fnHarden(mask);
+        const CRect part(CPoint(0, 0), mask.m_rectBound.Size());
+        q32Blend(ink, &part, image, mask.m_rectBound.left, mask.m_rectBound.top, {255, &mask},
+                 nullptr);
+    }
 }
 
 void fnMakeNone(CqMask& mask) {
@@ -167,15 +214,23 @@ bool fnMakeColorMask(const CqImage& image, const CqColor& color, int tolerance, 
     return true;
 }
 
-void fnDrawPath(CqImage& image, std::span<const CqPoint2D> points, const CqColor& color) {
+bool Pen::fnIsStroke(const CqImage& image) const {
+    const bool mixes = image.BitCount >= 24 || (image.BitCount == 8 && image.fnIsGrayScale());
+    return mixes && (m_nWidth > 1 || m_bSmooth);
+}
+
+void fnDrawPath(CqImage& image, std::span<const CqPoint2D> points, const Pen& pen) {
     // The library's lines take integers as the centre of a pixel, not its corner.
     std::vector<CqPoint2D> places(points.begin(), points.end());
     for (CqPoint2D& place : places)
         place -= CqPoint2D(0.5, 0.5);
-    if (places.size() == 2)
-        CqLine2D(places[0], places[1]).fnRasterize(image, color);
+    if (pen.fnIsStroke(image))
+        fnDrawStroke(image, places, pen, fnFindPathTiles(image, points, pen.m_nWidth));
+    else if (places.size() == 2)
+        CqLine2D(places[0], places[1]).fnRasterize(image, pen.m_Color);
     else if (places.size() == 4)
-        CqCubicBezier2D(places[0], places[1], places[2], places[3], 0).fnRasterize(image, color);
+        CqCubicBezier2D(places[0], places[1], places[2], places[3], 0)
+            .fnRasterize(image, pen.m_Color);
 }
 
 } // namespace darkroom

@@ -34,7 +34,22 @@ bool fnMakeShapeMask(std::span<const CqPoint2D> outline, unsigned int width, uns
 bool fnMakeColorMask(const CqImage& image, const CqColor& color, int tolerance, CqMask& mask,
                      CqProgressDisplay* progress);
 
-/// Draws a line through two points, or a cubic curve from the first to the fourth.
-void fnDrawPath(CqImage& image, std::span<const CqPoint2D> points, const CqColor& color);
+/// What lines and curves are drawn with.
+struct Pen {
+    Pen(const CqColor& color, int width = 1, bool smooth = false)
+        : m_Color(color), m_nWidth(width), m_bSmooth(smooth) {}
+
+    /// Whether the path is a stroke of weights and not a line of the library, which is as thin as
+    /// a pixel.
+    bool fnIsStroke(const CqImage& image) const;
+
+    CqColor m_Color;
+    int m_nWidth;   ///< in pixels
+    bool m_bSmooth; ///< edges are antialiased
+};
+
+/// Draws a line through two points, or a cubic curve from the first to the fourth. At depths whose
+/// colours can't be mixed (4 and 16 bits, palettes) all of them are a pixel wide and not smooth.
+void fnDrawPath(CqImage& image, std::span<const CqPoint2D> points, const Pen& pen);
 
 } // namespace darkroom

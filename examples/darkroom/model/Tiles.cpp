@@ -88,13 +88,13 @@ Tiles fnFindTiles(const CqImage& image, const CRect& part) {
     return tiles;
 }
 
-Tiles fnFindPathTiles(const CqImage& image, std::span<const CqPoint2D> points) {
+Tiles fnFindPathTiles(const CqImage& image, std::span<const CqPoint2D> points, int width) {
     if (points.size() != 2 && points.size() != 4)
         return {};
     double largest = 0;
     for (const CqPoint2D& point : points)
         largest = std::max({largest, std::abs(point.m_X), std::abs(point.m_Y)});
-    PathTiles tiles(image, kMargin + largest * kRelativeMargin);
+    PathTiles tiles(image, kMargin + width / 2.0 + largest * kRelativeMargin);
     if (points.size() == 2)
         tiles.fnAdd({points[0], points[0], points[1], points[1]});
     else

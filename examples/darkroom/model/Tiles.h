@@ -17,7 +17,8 @@ using Tiles = std::vector<unsigned int>;
 /// The tiles that a rectangle touches.
 Tiles fnFindTiles(const CqImage& image, const CRect& part);
 /// The tiles that `fnDrawPath` may touch with these points, and perhaps some next to them.
-Tiles fnFindPathTiles(const CqImage& image, std::span<const CqPoint2D> points);
+/// @param width  of the path, in pixels
+Tiles fnFindPathTiles(const CqImage& image, std::span<const CqPoint2D> points, int width = 1);
 /// The rectangle of a tile, in pixels of the picture.
 CRect fnGetTileRect(const CqImage& image, unsigned int tile);
 

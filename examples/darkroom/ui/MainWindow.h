@@ -14,6 +14,7 @@
 #include <QSettings>
 #include <QTimer>
 
+class QCheckBox;
 class QLabel;
 class QListWidget;
 class QProgressBar;
@@ -194,6 +195,8 @@ private:
     QProgressBar* m_pGauge = nullptr;
     ColorButton* m_pColor = nullptr;
     QSpinBox* m_pTolerance = nullptr;
+    QSpinBox* m_pLineWidth = nullptr;
+    QCheckBox* m_pSmooth = nullptr;
     QLabel* m_pPlace = nullptr;
     QLabel* m_pFacts = nullptr;
     QLabel* m_pMemory = nullptr;

@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <QCheckBox>
 #include <QFile>
 #include <QFileInfo>
 #include <QInputDialog>
@@ -253,7 +254,11 @@ void MainWindow::fnOnDrawn(Tool tool, const std::vector<CqPoint2D>& points,
         return fnSelectColor(points.front(), fnGetCombine(modifiers));
     // Takes less time than showing that it takes time.
     if (tool == Tool::LINE || tool == Tool::CURVE)
-        return fnFinish(m_Document.fnDraw(points, m_pColor->fnGetColor(), nullptr), QString());
+        return fnFinish(m_Document.fnDraw(
+                            points,
+                            {m_pColor->fnGetColor(), m_pLineWidth->value(), m_pSmooth->isChecked()},
+                            nullptr),
+                        QString());
     const ShapeKind shape = tool == Tool::RECTANGLE ? ShapeKind::RECTANGLE
                             : tool == Tool::ELLIPSE ? ShapeKind::ELLIPSE
                                                     : ShapeKind::FREEHAND;

@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QMessageBox>
 #include <QStatusBar>
+#include <utility>
 
 namespace darkroom {
 
@@ -49,6 +50,8 @@ void MainWindow::fnOfferRecovery() {
                 Outcome outcome =
                     m_Document.fnOpen(QFile::encodeName(path).toStdString(), progress);
                 if (outcome.fnIsDone()) {
+                    if (auto metadata = m_Recovery.fnGetMetadata())
+                        m_Document.fnSetMetadata(std::move(*metadata));
                     m_Document.fnMarkUnsaved();
                     m_Recovery.fnOwn();
                 }

@@ -9,6 +9,7 @@
 
 #include <QAction>
 #include <QActionGroup>
+#include <QCheckBox>
 #include <QDockWidget>
 #include <QLabel>
 #include <QMenu>
@@ -24,6 +25,7 @@ namespace darkroom {
 namespace {
 
 constexpr int kGaugeWidth = 220;
+constexpr int kMaxLineWidth = 500;
 constexpr int kMaxTolerance = 255;
 constexpr int kStartTolerance = 32;
 
@@ -131,6 +133,19 @@ void MainWindow::fnMakeToolBars() {
     m_pTolerance->setAccessibleName(tr("Tolerance"));
     m_pTolerance->setToolTip(tr("How far a color may differ that is selected by color"));
     tools->addWidget(m_pTolerance);
+    m_pLineWidth = new QSpinBox;
+    m_pLineWidth->setObjectName("lineWidth");
+    m_pLineWidth->setRange(1, kMaxLineWidth);
+    m_pLineWidth->setPrefix(tr("Line "));
+    m_pLineWidth->setSuffix(tr(" px"));
+    m_pLineWidth->setAccessibleName(tr("Line width"));
+    m_pLineWidth->setToolTip(
+        tr("Width of lines and curves; a pixel where the picture can't mix colors"));
+    tools->addWidget(m_pLineWidth);
+    m_pSmooth = new QCheckBox(tr("Smooth"));
+    m_pSmooth->setObjectName("smooth");
+    m_pSmooth->setToolTip(tr("Draw lines and curves with soft edges"));
+    tools->addWidget(m_pSmooth);
     fnMakeIcons();
 }
 

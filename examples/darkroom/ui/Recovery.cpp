@@ -5,7 +5,9 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QSaveFile>
 #include <QUuid>
+#include <utility>
 
 namespace darkroom {
 
@@ -14,9 +16,53 @@ namespace {
 constexpr char kPicture[] = ".tif";
 constexpr char kLock[] = ".lock";
 constexpr char kName[] = ".name";
+constexpr char kMetadata[] = ".metadata";
+
+constexpr std::vector<unsigned char> CqPictureMetadata::*kBlocks[] = {
+    &CqPictureMetadata::m_Exif, &CqPictureMetadata::m_Xmp, &CqPictureMetadata::m_Iptc,
+    &CqPictureMetadata::m_Profile};
+constexpr int kLengthBytes = 8;
 
 QString fnWithout(const QString& path, const char* suffix) {
     return path.chopped(QString(suffix).size());
+}
+
+/// The blocks, each behind its length, the lowest byte first.
+QByteArray fnPack(const CqPictureMetadata& metadata) {
+    QByteArray bytes;
+    for (const auto block : kBlocks) {
+        const std::vector<unsigned char>& one = metadata.*block;
+        for (int i = 0; i < kLengthBytes; ++i)
+            bytes.append(static_cast<char>(std::uint64_t{one.size()} >> 8 * i & 0xFF));
+        bytes.append(reinterpret_cast<const char*>(one.data()), static_cast<qsizetype>(one.size()));
+    }
+    return bytes;
+}
+
+std::optional<CqPictureMetadata> fnUnpack(const QByteArray& bytes) {
+    CqPictureMetadata metadata;
+    const auto* at = reinterpret_cast<const unsigned char*>(bytes.data());
+    auto left = static_cast<std::uint64_t>(bytes.size());
+    for (const auto block : kBlocks) {
+        if (left < kLengthBytes)
+            return std::nullopt;
+        std::uint64_t length = 0;
+        for (int i = 0; i < kLengthBytes; ++i)
+            length |= std::uint64_t{at[i]} << 8 * i;
+        at += kLengthBytes;
+        left -= kLengthBytes;
+        if (length > left)
+            return std::nullopt;
+        (metadata.*block).assign(at, at + length);
+        at += length;
+        left -= length;
+    }
+    return left == 0 ? std::optional(std::move(metadata)) : std::nullopt;
+}
+
+QByteArray fnReadAll(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 /// A lock that another program holds isn't broken, however old it is; that of a killed one is.
@@ -49,6 +95,12 @@ Outcome Recovery::fnKeep(Document& document, CqProgressDisplay* progress) {
     if (!fnTakeName())
         return fnFail(MESSAGE_CANNOT_SAVE, m_strFolder.toStdString());
     return fnGuard([&] {
+        // Whatever moment the program ends at, the metadata is that of the picture, or missing.
+        const QString beside = fnGetFile(kMetadata);
+        const QByteArray metadata = fnPack(document.fnGetMetadata());
+        const bool there = fnReadAll(beside) == metadata;
+        if (!there)
+            QFile::remove(beside);
         PictureProgress pictureProgress(progress);
         CqPictureOptions fast;
         fast.m_eTiffCompression = PICTURE_UNCOMPRESSED;
@@ -57,9 +109,13 @@ Outcome Recovery::fnKeep(Document& document, CqProgressDisplay* progress) {
                             document.fnGetMetadata(), PICTURE_TIFF, fast, &pictureProgress);
         if (!outcome.fnIsDone())
             return outcome;
-        m_nState = document.fnGetState();
         m_bOwn = true;
-        QFile name(fnWithout(m_strCopy, kPicture) + kName);
+        QSaveFile file(beside);
+        if (!there && !(file.open(QIODevice::WriteOnly) &&
+                        file.write(metadata) == metadata.size() && file.commit()))
+            return fnFail(MESSAGE_CANNOT_SAVE, beside.toStdString());
+        m_nState = document.fnGetState();
+        QFile name(fnGetFile(kName));
         if (name.open(QIODevice::WriteOnly))
             name.write(document.fnGetPath().c_str());
         return outcome;
@@ -70,7 +126,8 @@ void Recovery::fnDrop() {
     if (!m_pLock)
         return;
     QFile::remove(m_strCopy);
-    QFile::remove(fnWithout(m_strCopy, kPicture) + kName);
+    QFile::remove(fnGetFile(kMetadata));
+    QFile::remove(fnGetFile(kName));
     m_pLock.reset(); // removes its file
 }
 
@@ -93,10 +150,17 @@ bool Recovery::fnAdopt() {
 }
 
 QString Recovery::fnGetName() const {
-    QFile name(fnWithout(m_strCopy, kPicture) + kName);
-    if (!m_pLock || !name.open(QIODevice::ReadOnly))
-        return {};
-    return QFileInfo(QFile::decodeName(name.readAll())).fileName();
+    return m_pLock ? QFileInfo(QFile::decodeName(fnReadAll(fnGetFile(kName)))).fileName()
+                   : QString();
+}
+
+std::optional<CqPictureMetadata> Recovery::fnGetMetadata() const {
+    return m_pLock ? fnUnpack(fnReadAll(fnGetFile(kMetadata))) : std::nullopt;
+}
+
+/// A file beside the copy.
+QString Recovery::fnGetFile(const char* suffix) const {
+    return fnWithout(m_strCopy, kPicture) + suffix;
 }
 
 } // namespace darkroom

@@ -3,14 +3,17 @@
 #include "examples/darkroom/model/Document.h"
 
 #include <memory>
+#include <optional>
+#include <QByteArray>
 #include <QLockFile>
 #include <QString>
 
 namespace darkroom {
 
 /// A copy of a changed picture, for the case that the program ends without saving it. Each running
-/// program has one of its own in a common folder; what is left of one that was killed can be
-/// adopted.
+/// program has one of its own in a common folder, a TIFF with files beside it: the metadata, of
+/// which a TIFF can't hold all, the picture's name, and a lock; what is left of one that was killed
+/// can be adopted.
 class Recovery {
 public:
     /// @param folder  made when first needed
@@ -41,9 +44,13 @@ public:
     /// The copy's file, and the name of the picture; both empty without a copy.
     QString fnGetPath() const { return m_pLock ? m_strCopy : QString(); }
     QString fnGetName() const;
+    /// What the copied picture's file said about it; empty without a copy, and if that is damaged.
+    /// May throw std::bad_alloc.
+    std::optional<CqPictureMetadata> fnGetMetadata() const;
 
 private:
     bool fnTakeName();
+    QString fnGetFile(const char* suffix) const;
 
     const QString m_strFolder;
     QString m_strCopy;
