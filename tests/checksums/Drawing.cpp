@@ -32,7 +32,8 @@ void fnDrawWithKey(CqDisplayWorld& world, CqImage& image, Random& random, const 
         mask.TileMap->PixelBuffer[i] = static_cast<unsigned char>(random() % 2);
     const auto type = static_cast<MERGE_TYPE>(random() % 3);
     const CqColor pixel = image.fnGetPixelColor(0, 0);
-    const unsigned long key = pixel.m_Red | pixel.m_Green << 8 | pixel.m_Blue << 16;
+    const auto key =
+        static_cast<unsigned long>(pixel.m_Red | pixel.m_Green << 8 | pixel.m_Blue << 16);
     const CqMergeParam param(type, key, &mask);
     const CPoint at{fnBetween(random, 0, 9), fnBetween(random, 0, 9)};
     Checksum sum;

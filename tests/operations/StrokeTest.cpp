@@ -96,8 +96,8 @@ TEST_F(StrokeTest, AWholePixelHasFullWeightAndAHalfOneHalf) {
         return fnRows(mask)[static_cast<std::size_t>(y - mask.m_rectBound.top)][7];
     };
     EXPECT_EQ(weight(4), 255);
-    ASSERT_TRUE(
-        q32MakeStrokeMask(Points{{-10.0, 4.5}, {30.0, 4.5}}, 1, CRect(0, 0, 20, 20), mask, nullptr));
+    ASSERT_TRUE(q32MakeStrokeMask(Points{{-10.0, 4.5}, {30.0, 4.5}}, 1, CRect(0, 0, 20, 20), mask,
+                                  nullptr));
     EXPECT_EQ(weight(4), 128);
     EXPECT_EQ(weight(5), 128);
 }

@@ -37,7 +37,7 @@ namespace darkroom {
 namespace {
 
 constexpr QSize kStartSize(1100, 760);
-constexpr double kScreenShare = 0.9; ///< leaves room for the frame
+constexpr double kScreenShare = 0.9;             ///< leaves room for the frame
 constexpr std::chrono::minutes kKeepInterval(2); ///< between copies of unsaved changes
 
 /// Anybody may have edited the settings file.
