@@ -100,7 +100,7 @@ else()
 endif()
 
 # q32_precompile(<target> [<header>...]): compiles what most sources of a target include once, in builds for tests. A
-# component without headers of its own shares those of q32Base.
+# component without headers of its own shares those of headless, which is compiled without definitions of its own.
 # Release builds and clang-tidy show that each source includes what it needs.
 option(Q32_PRECOMPILE "Precompile headers of the libraries, too" OFF)
 function(q32_precompile target)
@@ -109,7 +109,7 @@ function(q32_precompile target)
         if(ARGN)
             target_precompile_headers(${target} PRIVATE ${ARGN})
         else()
-            target_precompile_headers(${target} REUSE_FROM q32Base)
+            target_precompile_headers(${target} REUSE_FROM q32Base_headless)
         endif()
     endif()
 endfunction()
