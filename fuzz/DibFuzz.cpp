@@ -14,7 +14,7 @@ namespace {
 using namespace q32::fuzz;
 
 constexpr int kResource = 300;
-constexpr std::uint32_t kMostBytes = 1u << 17;
+constexpr std::uint32_t kMaxBytes = 1u << 17;
 
 /// Bytes of a block that is as long as its header declares; 0 for one that isn't worth an
 /// execution.
@@ -58,7 +58,7 @@ void fnLoad(std::string_view bytes, unsigned int depth) {
 void fnAssign(const std::uint8_t* data, std::size_t size) {
     const auto layout = q32::fnReadDibLayout({data, size});
     const std::uint64_t declared = layout ? fnDeclaredBytes(*layout, size) : 0;
-    if (declared == 0 || declared > kMostBytes)
+    if (declared == 0 || declared > kMaxBytes)
         return;
     Bytes block(static_cast<std::size_t>(declared));
     std::memcpy(block.data(), data, std::min(size, block.size()));
@@ -92,7 +92,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size == 0)
         return 0;
     fnWorld();
-    q32GetVMPolicy()->fnSetRamLimit(2 * kMostBytes);
+    q32GetVMPolicy()->fnSetRamLimit(2 * kMaxBytes);
     const Balance balance;
     static constexpr unsigned int kDepths[] = {0, 24, 32, 8};
     fnLoad(fnText(data + 1, size - 1), kDepths[data[0] % 4]);

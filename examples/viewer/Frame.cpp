@@ -74,6 +74,8 @@ void fnGuard(Work work) {
         q32ShowMsgStr(text, MB_ICONHAND);
     } catch (const std::bad_alloc&) {
         ::MessageBeep(MB_ICONHAND);
+    } catch (const std::exception& failure) {
+        q32ShowMsgStr(failure.what(), MB_ICONHAND);
     }
 }
 

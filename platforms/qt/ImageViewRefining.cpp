@@ -71,8 +71,8 @@ double CqImageView::fnCountPixels(const QRect& part) const {
 
 /// Notes how fast means are computed, for times that can be measured.
 void CqImageView::fnNoteRate(double pixels, qint64 milliseconds) {
-    constexpr qint64 kLeast = 4;
-    if (milliseconds >= kLeast)
+    constexpr qint64 kMin = 4;
+    if (milliseconds >= kMin)
         m_MeansPerMs = pixels / static_cast<double>(milliseconds);
 }
 

@@ -25,8 +25,8 @@ constexpr int fnGetDown(int scale) {
 
 /// The nearest coordinate that leaves room for a sum with another one.
 LONG fnToCoordinate(std::int64_t value) {
-    constexpr std::int64_t kMost = INT32_MAX / 2;
-    return static_cast<LONG>(std::clamp(value, -kMost, kMost));
+    constexpr std::int64_t kMax = INT32_MAX / 2;
+    return static_cast<LONG>(std::clamp(value, -kMax, kMax));
 }
 
 /// A coordinate of the image scaled from one scale to another.

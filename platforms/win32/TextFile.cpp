@@ -25,9 +25,8 @@ bool fnInsist(Clock::time_point end, Attempt attempt) {
     return true;
 }
 
-/// False if the file is unreadable or too long. A missing one is an empty text.
-bool fnReadOrEmpty(const std::wstring& path, std::string& text) {
-    return fnReadTextFile(path, text) || ::GetLastError() == ERROR_FILE_NOT_FOUND;
+bool fnExists(const std::wstring& path) {
+    return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
 } // namespace
@@ -63,12 +62,20 @@ bool fnUpdateTextFile(const std::wstring& path, std::chrono::milliseconds patien
         lock = fnOpenFile((target + L".lock").c_str(), GENERIC_WRITE, kShareNone, OPEN_ALWAYS);
         return static_cast<bool>(lock);
     });
-    if (!ready || !fnInsist(end, [&] { return fnReadOrEmpty(target, text); }))
+    if (!ready)
+        return false;
+    const bool exists = fnExists(target);
+    if (exists && !fnInsist(end, [&] { return fnReadTextFile(target, text); }))
         return false;
     if (!edit(text))
         return true;
     if (text.size() > kMaxTextBytes) {
         ::SetLastError(ERROR_FILE_TOO_LARGE);
+        return false;
+    }
+    // One that has appeared meanwhile isn't lost for what was added to nothing.
+    if (!exists && fnExists(target)) {
+        ::SetLastError(ERROR_FILE_EXISTS);
         return false;
     }
     Handle file;

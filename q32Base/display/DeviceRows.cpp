@@ -11,11 +11,11 @@
 namespace q32 {
 namespace {
 
-using ConvertRows = void (*)(const SourceRows& rows, unsigned char* top, std::size_t stride);
+using ConvertRows = void (*)(const DrawRows& rows, unsigned char* top, std::size_t stride);
 
 /// Calls convert(source, target, row) for each row.
 template <typename Convert>
-void fnEachRow(const SourceRows& rows, unsigned char* target, std::size_t stride,
+void fnEachRow(const DrawRows& rows, unsigned char* target, std::size_t stride,
                const Convert& convert) {
     unsigned char* source = rows.m_pPixels;
     for (int row = 0; row < rows.m_nHeight; ++row) {
@@ -26,7 +26,7 @@ void fnEachRow(const SourceRows& rows, unsigned char* target, std::size_t stride
 }
 
 template <PixelRun Kernels::*kRun>
-void fnPixels(const SourceRows& rows, unsigned char* top, std::size_t stride) {
+void fnPixels(const DrawRows& rows, unsigned char* top, std::size_t stride) {
     const PixelRun run = fnKernels().*kRun;
     const auto count = static_cast<std::size_t>(rows.m_nWidth);
     fnEachRow(rows, top, stride, [&](const unsigned char* source, unsigned char* target, int) {
@@ -35,7 +35,7 @@ void fnPixels(const SourceRows& rows, unsigned char* top, std::size_t stride) {
 }
 
 template <PaletteRun Kernels::*kRun>
-void fnLookUp(const SourceRows& rows, unsigned char* top, std::size_t stride) {
+void fnLookUp(const DrawRows& rows, unsigned char* top, std::size_t stride) {
     const PaletteRun run = fnKernels().*kRun;
     const auto count = static_cast<std::size_t>(rows.m_nWidth);
     const auto* palette = reinterpret_cast<const std::uint8_t*>(rows.m_pPalette);
@@ -45,14 +45,14 @@ void fnLookUp(const SourceRows& rows, unsigned char* top, std::size_t stride) {
 }
 
 template <unsigned int kBits>
-void fnDither(const SourceRows& rows, unsigned char* top, std::size_t stride) {
+void fnDither(const DrawRows& rows, unsigned char* top, std::size_t stride) {
     CqDisplayProperty& display = *q32GetDisplayProperty();
     fnEachRow(rows, top, stride, [&](unsigned char* source, unsigned char* target, int row) {
         display.fnDitherRGB666(source, target, kBits, rows.m_nX, rows.m_nY + row, rows.m_nWidth);
     });
 }
 
-void fnCopyIndices(const SourceRows& rows, unsigned char* top, std::size_t stride) {
+void fnCopyIndices(const DrawRows& rows, unsigned char* top, std::size_t stride) {
     const auto count = static_cast<std::size_t>(rows.m_nWidth);
     fnEachRow(rows, top, stride, [&](const unsigned char* source, unsigned char* target, int) {
         std::memcpy(target, source, count);
@@ -89,7 +89,7 @@ int fnPutRows(CDC* dc, int x, int y, const BITMAPINFOHEADER& dib) {
 
 } // namespace
 
-void fnConvertRows(const SourceRows& rows, std::uint32_t deviceBits, unsigned char* top,
+void fnConvertRows(const DrawRows& rows, std::uint32_t deviceBits, unsigned char* top,
                    std::size_t stride) {
     assert(deviceBits == 8 || deviceBits == 24 || deviceBits == 32);
     const std::uint32_t source = rows.m_nBitCount < 9 ? 0 : rows.m_nBitCount / 8 - 1;
@@ -100,10 +100,10 @@ void fnConvertRows(const SourceRows& rows, std::uint32_t deviceBits, unsigned ch
 namespace {
 
 /// The same, and gamma correction, row by row: each is still in the cache.
-void fnConvertAndCorrect(const SourceRows& rows, std::uint32_t deviceBits, unsigned char* top,
+void fnConvertAndCorrect(const DrawRows& rows, std::uint32_t deviceBits, unsigned char* top,
                          std::size_t stride) {
     const CqDisplayProperty& display = *q32GetDisplayProperty();
-    SourceRows row = rows;
+    DrawRows row = rows;
     row.m_nHeight = 1;
     for (int done = 0; done < rows.m_nHeight; ++done) {
         fnConvertRows(row, deviceBits, top, stride);
@@ -115,7 +115,7 @@ void fnConvertAndCorrect(const SourceRows& rows, std::uint32_t deviceBits, unsig
 
 } // namespace
 
-int fnDrawRows(CDC* dc, int x, int y, BITMAPINFOHEADER& dib, const SourceRows& rows) {
+int fnDrawRows(CDC* dc, int x, int y, BITMAPINFOHEADER& dib, const DrawRows& rows) {
     assert(rows.m_nWidth > 0 && rows.m_nHeight > 0);
     dib.biWidth = rows.m_nWidth;
     dib.biHeight = rows.m_nHeight;

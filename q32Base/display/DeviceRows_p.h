@@ -13,7 +13,7 @@ class CDC;
 namespace q32 {
 
 /// Rows of pixels of an image, from the top down.
-struct SourceRows {
+struct DrawRows {
     unsigned char* m_pPixels; ///< in the image's format; at 4 bits one index a byte
     std::size_t m_nRowBytes;  ///< from one row to the next
     std::uint32_t m_nBitCount;
@@ -28,12 +28,12 @@ struct SourceRows {
 /// At 8 device bits, indices are copied and colours become indices of the palette of 216 colours.
 /// The fourth byte of 32 device bits is the palette entry's, 0, or alpha. The first row goes to
 /// `top`, and each further one `stride` bytes lower in memory.
-void fnConvertRows(const SourceRows& rows, std::uint32_t deviceBits, unsigned char* top,
+void fnConvertRows(const DrawRows& rows, std::uint32_t deviceBits, unsigned char* top,
                    std::size_t stride);
 
 /// Converts rows and draws them at (x, y) of a device. `dib` is the map's device bitmap, of the
 /// display's depth and large enough for the rows; its header is set to their size. Returns the
 /// number of scan lines drawn; -1 on failure.
-int fnDrawRows(CDC* dc, int x, int y, BITMAPINFOHEADER& dib, const SourceRows& rows);
+int fnDrawRows(CDC* dc, int x, int y, BITMAPINFOHEADER& dib, const DrawRows& rows);
 
 } // namespace q32

@@ -9,7 +9,7 @@
 namespace {
 
 /// Pixels of a row. A 4-bit row isn't unpacked, deliberately: each byte counts as one index.
-q32::SourceRows fnPart(const CqImageLine& line, int sourceX, int count) {
+q32::DrawRows fnPart(const CqImageLine& line, int sourceX, int count) {
     assert(sourceX >= 0 && static_cast<std::uint32_t>(sourceX) < line.Width);
     const std::uint32_t first = line.BitCount * static_cast<std::uint32_t>(sourceX) >> 3;
     return {line.LineBuffer + first,

@@ -159,7 +159,7 @@ void CqImageTile::fnDrawShrink(unsigned int factor, int x, int y, int width, int
 namespace {
 
 /// The staged rows of a map, which begin at (x, y) of the scaled image.
-q32::SourceRows fnStagedRows(const CqTileMap& map, int width, int height, int x, int y) {
+q32::DrawRows fnStagedRows(const CqTileMap& map, int width, int height, int x, int y) {
     const std::size_t rowBytes = static_cast<std::size_t>(width) * fnStagedBytes(map);
     return {map.DrawScratch.get(), rowBytes, map.BitCount, map.Palette.get(), width, height, x, y};
 }

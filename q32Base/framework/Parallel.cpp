@@ -11,9 +11,9 @@ namespace q32 {
 namespace {
 
 /// Work that takes less than so many overheads isn't divided.
-constexpr double kLeastWork = 4.0;
+constexpr double kMinWork = 4.0;
 /// The least time of a piece, in overheads.
-constexpr double kLeastPiece = 0.5;
+constexpr double kMinPiece = 0.5;
 /// Pieces for each thread: enough to be dealt out evenly although threads differ in speed.
 constexpr std::uint32_t kPiecesEach = 8;
 /// The time between two rounds of reports, in overheads: long enough that these cost little, and
@@ -83,11 +83,11 @@ Parallel::Parallel(std::uint32_t units, double nanoseconds, std::uint32_t batch)
     const double least = std::ceil(kBatchTime * overhead * workers / time);
     const double whole = std::min(std::max(least, double{kBatchEach} * workers),
                                   static_cast<double>(std::min(units, batch)));
-    if (whole * time < kLeastWork * overhead)
+    if (whole * time < kMinWork * overhead)
         return;
     m_nWorkers = workers;
     m_nBatch = static_cast<std::uint32_t>(whole);
-    m_dPieceUnits = std::max(kLeastPiece * overhead / time, 1.0);
+    m_dPieceUnits = std::max(kMinPiece * overhead / time, 1.0);
 }
 
 void Parallel::fnRunPieces(std::uint32_t first, std::uint32_t end, Call call, void* work) const {

@@ -156,14 +156,14 @@ public:
 private:
     static constexpr double kMargin = 1.0 / 262144.0; // 2^-18
     /// Squares of shorter chords may have lost bits to underflow.
-    static constexpr double kLeastChord = 1e-200;
+    static constexpr double kMinChord = 1e-200;
 
     enum Estimate { FLAT, BENT, NEAR_LIMIT };
 
     /// @param square of the larger cross product. Comparisons with not-a-number are false.
     Estimate fnEstimate(const CqVector2D& direction, double square) const {
         const double chord = direction.fnDotProduct(direction);
-        if (!(chord > kLeastChord))
+        if (!(chord > kMinChord))
             return NEAR_LIMIT;
         if (square < m_dSurelyFlat * chord)
             return FLAT;

@@ -42,8 +42,8 @@ constexpr Places kArgbToBgr = fnNarrowPlaces({3, 2, 1});
 template <std::size_t kSourceBytes, std::size_t kTargetBytes, class Step>
 inline void fnConvert(const std::uint8_t* source, std::uint8_t* target, std::size_t count,
                       Step step) {
-    constexpr std::size_t kLeast = kSourceBytes == 4 && kTargetBytes == 4 ? 16 : 22;
-    for (; count >= kLeast; count -= 16) {
+    constexpr std::size_t kMin = kSourceBytes == 4 && kTargetBytes == 4 ? 16 : 22;
+    for (; count >= kMin; count -= 16) {
         _mm512_storeu_si512(target, step(_mm512_loadu_si512(source)));
         source += 16 * kSourceBytes;
         target += 16 * kTargetBytes;

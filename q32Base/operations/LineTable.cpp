@@ -100,8 +100,8 @@ void LineTable::fnAllocate() {
         new (static_cast<unsigned char*>(at) + groups * sizeof(LineGroup)) LineWeights[weights]();
     m_Sums.m_pGroups = m_pGroups;
     m_Sums.m_pWeights = m_pWeights;
-    constexpr std::uint32_t kMostFlatQuads = 64; // pixels are counted in bytes
-    if (m_Sums.m_nErrorBound != 0 && m_Sums.m_nFlatQuads < kMostFlatQuads) {
+    constexpr std::uint32_t kMaxFlatQuads = 64; // pixels are counted in bytes
+    if (m_Sums.m_nErrorBound != 0 && m_Sums.m_nFlatQuads < kMaxFlatQuads) {
         m_pFlats.reset(fnNewArray<LineFlats>(groups));
         std::fill_n(m_pFlats.get(), groups, LineFlats{});
     }

@@ -36,7 +36,7 @@ struct BandPlan {
                         kCacheLine +
                     2 * kCacheLine),
           m_nRows(static_cast<std::uint32_t>(
-              std::clamp<std::size_t>(kBandBytes / m_nStride, kLeastRows, kMostRows))),
+              std::clamp<std::size_t>(kBandBytes / m_nStride, kMinRows, kMaxRows))),
           m_nHeight(target.fnGetHeight()) {}
 
     std::uint32_t fnCountBands() const { return (m_nHeight - 1) / m_nRows + 1; }
@@ -60,8 +60,8 @@ struct BandPlan {
 private:
     static constexpr std::size_t kCacheLine = 64;
     static constexpr std::size_t kBandBytes = 256 * 1024;
-    static constexpr std::size_t kLeastRows = 4;
-    static constexpr std::size_t kMostRows = 32;
+    static constexpr std::size_t kMinRows = 4;
+    static constexpr std::size_t kMaxRows = 32;
 };
 
 /// Does a band: its columns into a block that stays in the cache, then the rows from there.
@@ -183,12 +183,12 @@ private:
 
 bool fnMayFilterInBands(const PixelArea& source, const PixelArea& target, double scaleX,
                         double scaleY) {
-    constexpr std::uint64_t kLeastBytes = 1 << 20;
-    constexpr double kLeastScale = 1.0 / 8.0; // no lines exist below that
+    constexpr std::uint64_t kMinBytes = 1 << 20;
+    constexpr double kMinScale = 1.0 / 8.0; // no lines exist below that
     const std::uint32_t bytes = source.fnGetBytesPerPixel();
     const std::uint64_t between = std::uint64_t{source.fnGetWidth()} * bytes * target.fnGetHeight();
-    return fnKernels().m_bPrefersQuads && (bytes == 1 || bytes >= 3) && between >= kLeastBytes &&
-           between <= 0xFFFFFFFFu && std::min(scaleX, scaleY) > kLeastScale &&
+    return fnKernels().m_bPrefersQuads && (bytes == 1 || bytes >= 3) && between >= kMinBytes &&
+           between <= 0xFFFFFFFFu && std::min(scaleX, scaleY) > kMinScale &&
            !source.fnIsScratch() && !target.fnIsScratch();
 }
 

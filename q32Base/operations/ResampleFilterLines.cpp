@@ -67,7 +67,7 @@ public:
           m_pRows(fnNewArray<unsigned char>(kRows * m_nStride)) {
         std::fill_n(m_pRows.get(), kRows * m_nStride, static_cast<unsigned char>(0));
         if (source.fnGetBytesPerPixel() == 2)
-            m_pResults.reset(fnNewArray<unsigned char>(std::size_t{kMostRun} * 3));
+            m_pResults.reset(fnNewArray<unsigned char>(std::size_t{kMaxRun} * 3));
     }
 
     void fnFilter(const RowSteps::Step& step, std::uint32_t y, std::uint32_t rows) const {
@@ -83,7 +83,7 @@ private:
     static constexpr std::size_t kLine = 64;
     /// So many copies lie between writing bytes and reading others that contain them.
     static constexpr std::uint32_t kRows = 8;
-    static constexpr std::uint32_t kMostRun = 512;
+    static constexpr std::uint32_t kMaxRun = 512;
 
     void fnFetch(const RowSteps::Step& step, std::uint32_t y, std::uint32_t rows) const {
         std::uint32_t end;
@@ -105,7 +105,7 @@ private:
         const std::size_t origin = std::size_t{step.m_nFirst} * m_Sums.m_nChannels;
         std::uint32_t end;
         for (std::uint32_t x = step.m_nX; x < step.m_nEnd; x = end) {
-            end = std::min({m_Target.fnRunEnd(x), step.m_nEnd, x + kMostRun});
+            end = std::min({m_Target.fnRunEnd(x), step.m_nEnd, x + kMaxRun});
             unsigned char* target = m_Target.fnAt(x, y);
             fnKernels().fnConvolveLine(row, origin, m_Sums, std::size_t{x} * m_Sums.m_nChannels,
                                        m_pResults ? m_pResults.get() : target,

@@ -156,10 +156,10 @@ TEST_F(StrokeTest, WhatIsNoStrokeAndAnAbortLeaveTheMaskUnchanged) {
 }
 
 TEST_F(StrokeTest, TheLargestPlacesAreWithinBounds) {
-    constexpr double kMost = 1 << 30;
+    constexpr double kMax = 1 << 30;
     CqMask mask;
-    ASSERT_TRUE(q32MakeStrokeMask(Points{{-kMost, -kMost}, {kMost, kMost}}, kMost,
-                                  CRect(-5, -5, 5, 5), mask, nullptr));
+    ASSERT_TRUE(q32MakeStrokeMask(Points{{-kMax, -kMax}, {kMax, kMax}}, kMax, CRect(-5, -5, 5, 5),
+                                  mask, nullptr));
     EXPECT_EQ(fnRows(mask), Rows(10, Bytes(10, 255)));
 }
 

@@ -272,7 +272,7 @@ TEST_F(PosixHeldImages, FromTheSecondTimeOnAnOperationMeetsNoPageFault) {
             };
             // Three rounds would meet more than 12,000. The address sanitizer doesn't hand out
             // again what tables take from the heap.
-            constexpr long kMostFaults = kAddressSanitizer ? 2000 : 1000;
+            constexpr long kMaxFaults = kAddressSanitizer ? 2000 : 1000;
             for (const auto& [name, work] : works) {
                 rusage before{};
                 rusage after{};
@@ -283,7 +283,7 @@ TEST_F(PosixHeldImages, FromTheSecondTimeOnAnOperationMeetsNoPageFault) {
                     work(image);
                 }
                 ::getrusage(RUSAGE_SELF, &after);
-                if (after.ru_minflt - before.ru_minflt > kMostFaults)
+                if (after.ru_minflt - before.ru_minflt > kMaxFaults)
                     return std::string(name) + ": " +
                            std::to_string(after.ru_minflt - before.ru_minflt);
             }

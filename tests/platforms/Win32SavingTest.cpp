@@ -132,6 +132,17 @@ TEST(Win32Saving, ChangesOfSettingsByManyThreadsAreAllThere) {
     EXPECT_EQ(fnReadFile(folder.fnWide(L"a")), std::string(40, 'x'));
 }
 
+TEST(Win32Saving, SettingsThatAppearWhileTheyAreMadeAreNotReplaced) {
+    const Folder folder;
+    EXPECT_FALSE(fnFiles()->fnUpdateText(folder.fnPath("a").c_str(), [&](std::string& text) {
+        EXPECT_EQ(text, "");
+        fnWriteFile(folder.fnWide(L"a"), "another's");
+        text = "ours";
+        return true;
+    }));
+    EXPECT_EQ(fnReadFile(folder.fnWide(L"a")), "another's");
+}
+
 TEST(Win32Saving, ATextBeyondTheLimitIsNeitherReadNorWritten) {
     const Folder folder;
     const auto files = fnFiles();
