@@ -94,6 +94,7 @@ std::vector<CqPoint2D> fnFlatten(const std::vector<CqPoint2D>& points) {
     CqPolyline2D parts;
     CqCubicBezier2D(points[0], points[1], points[2], points[3], 0).fnTessellate(parts, kFlatness);
     std::vector<CqPoint2D> flat;
+    flat.reserve(static_cast<std::size_t>(parts.fnGetNumberVertex()));
     for (int i = 0; i < parts.fnGetNumberVertex(); ++i)
         flat.push_back(parts.fnGetVertex(i));
     return flat;
