@@ -24,7 +24,9 @@ CodecInput::CodecInput(const char* path)
 
 bool CodecInput::fnReport() noexcept {
     try {
-        if (m_pSteps)
+        if (m_pReports)
+            ++*m_pReports;
+        else if (m_pSteps)
             m_pSteps->fnTick();
         return true;
     } catch (...) {
@@ -73,6 +75,18 @@ const unsigned char* CodecInput::fnReadBlock(std::size_t& count) noexcept {
     count = m_nFilled - m_nNext;
     m_nNext = m_nFilled;
     return bytes;
+}
+
+std::size_t CodecInput::fnReadAt(std::uint64_t position, void* out, std::size_t count) noexcept {
+    if (m_bFailed || position >= m_nLength)
+        return 0;
+    std::size_t done = 0;
+    m_bFailed = !fnTryMemory([&] {
+        return m_pStream->fnSeek(position) == FILE_CAUSE_NONE &&
+               m_pStream->fnRead(out, count, done) == FILE_CAUSE_NONE;
+    });
+    m_bMoved = true;
+    return m_bFailed ? 0 : done;
 }
 
 void CodecInput::fnSeek(std::uint64_t position) noexcept {

@@ -5,6 +5,7 @@
 #include "plugins/JpegScanSieve_p.h"
 #include "plugins/MetadataTarget_p.h"
 #include "plugins/PictureTarget_p.h"
+#include "plugins/RowBands_p.h"
 
 #include <algorithm>
 #include <climits>
@@ -28,6 +29,8 @@ constexpr double kInchesPerMeter = 1 / 0.0254;
 /// Camera and editor metadata (APP1), profiles and further pictures (APP2), print metadata (APP13).
 constexpr int kNoteMarkers[] = {JPEG_APP0 + 1, JPEG_APP0 + 2, JPEG_APP0 + 13};
 constexpr int kDotsPerCentimeterUnit = 2;
+/// Nanoseconds in which an ink of a pixel is converted.
+constexpr double kInkTime = 1.0;
 
 struct ReadState : JpegState {
     explicit ReadState(CodecInput& input) : m_Input(input) {}
@@ -91,6 +94,14 @@ bool fnKnowsJpeg(const unsigned char* head, std::size_t count) {
     return count >= 3 && head[0] == 0xFF && head[1] == 0xD8 && head[2] == 0xFF;
 }
 
+/// Converts a row of inks to red, green, blue, in place.
+void fnConvertInks(unsigned char* row, std::size_t width, bool inverted) {
+    if (inverted)
+        std::transform(row, row + width * 4, row,
+                       [](unsigned char ink) { return static_cast<unsigned char>(255 - ink); });
+    fnCmykToRgb(row, width, row);
+}
+
 /// The libjpeg object for reading one file. Every call into libjpeg goes through `fnCall`.
 class JpegReader {
 public:
@@ -123,7 +134,7 @@ private:
     CheckedSize fnCountBlocks() const;
     void fnCountScans();
     void fnCheckScans(unsigned int scans) const;
-    unsigned char* fnConvertRow(unsigned char* row) const;
+    std::uint64_t fnGetFreeBytes() const;
 
     PictureTarget& m_Target;
     ReadState m_State;
@@ -183,6 +194,14 @@ CheckedSize JpegReader::fnCountBlocks() const {
                               CheckedSize(part.height_in_blocks).fnAlignUp(part.v_samp_factor);
     }
     return blocks;
+}
+
+/// What is left of the memory that a codec may take, apart from some rows.
+std::uint64_t JpegReader::fnGetFreeBytes() const {
+    const CheckedSize taken = m_Jpeg.buffered_image ? fnCountBlocks() * sizeof(JBLOCK) : 0;
+    return (CheckedSize(m_Target.fnGetLimits().m_nCodecBytes) - taken)
+        .fnGet<std::uint64_t>()
+        .value_or(0);
 }
 
 /// Has libjpeg decode a fraction of the picture's size where that is enough for the host.
@@ -273,29 +292,27 @@ void JpegReader::fnReadScans() {
     fnCall([this] { jpeg_start_output(&m_Jpeg, m_Jpeg.input_scan_number); });
 }
 
-/// Converts a decoded row to the image's layout, in place.
-unsigned char* JpegReader::fnConvertRow(unsigned char* row) const {
-    if (m_Jpeg.out_color_space != JCS_CMYK)
-        return row;
-    // With an Adobe marker, 255 means no ink.
-    if (m_Jpeg.saw_Adobe_marker)
-        std::transform(row, row + std::size_t{m_Jpeg.output_width} * 4, row,
-                       [](unsigned char ink) { return static_cast<unsigned char>(255 - ink); });
-    fnCmykToRgb(row, m_Jpeg.output_width, row);
-    return row;
-}
-
 void JpegReader::fnReadRows() {
+    const std::uint32_t width = m_Jpeg.output_width;
     const std::uint32_t height = m_Jpeg.output_height;
     const std::uint32_t before = m_Jpeg.buffered_image ? height : 0;
-    const auto row = std::make_unique_for_overwrite<unsigned char[]>(
-        std::size_t{m_Jpeg.output_width} * static_cast<unsigned int>(m_Jpeg.output_components));
-    JSAMPROW rows = row.get();
-    for (std::uint32_t y = 0; y < height; ++y) {
-        fnCall([&] { jpeg_read_scanlines(&m_Jpeg, &rows, 1); });
-        m_Target.fnStoreRow(y, fnConvertRow(row.get()));
-        m_Target.fnReport(std::uint64_t{before} + y + 1, std::uint64_t{before} + height);
-    }
+    const bool inks = m_Jpeg.out_color_space == JCS_CMYK;
+    const bool inverted = m_Jpeg.saw_Adobe_marker; // 255 means no ink
+    const std::size_t rowBytes =
+        std::size_t{width} * static_cast<unsigned int>(m_Jpeg.output_components);
+    RowBands rows(height, rowBytes, static_cast<double>(rowBytes) * (inks ? kInkTime : kCopyTime),
+                  fnGetFreeBytes());
+    rows.fnRead([&](std::uint32_t,
+                    unsigned char* row) { fnCall([&] { jpeg_read_scanlines(&m_Jpeg, &row, 1); }); },
+                [&](std::uint32_t y, unsigned char* row) {
+                    if (inks)
+                        fnConvertInks(row, width, inverted);
+                    m_Target.fnStoreRow(y, row);
+                },
+                [&](std::uint32_t y) {
+                    m_Target.fnReport(std::uint64_t{before} + y + 1,
+                                      std::uint64_t{before} + height);
+                });
     fnCall([this] {
         if (m_Jpeg.buffered_image)
             jpeg_finish_output(&m_Jpeg);

@@ -2,6 +2,7 @@
 #include "plugins/JpegHandle_p.h"
 #include "plugins/JpegMetadata_p.h"
 #include "plugins/PictureSource_p.h"
+#include "plugins/RowBands_p.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -154,17 +155,20 @@ void JpegWriter::fnWrite(PictureSource& source, const CqPictureOptions& options)
         fnWriteMetadata(source.fnGetMetadata());
     });
     const std::uint32_t height = source.fnGetHeight();
-    const auto row = std::make_unique_for_overwrite<unsigned char[]>(
-        std::size_t{source.fnGetWidth()} * static_cast<unsigned int>(m_Jpeg.input_components));
-    JSAMPROW rows = row.get();
-    for (std::uint32_t y = 0; y < height; ++y) {
-        if (source.fnIsGrey())
-            source.fnFetchRow(y, row.get());
-        else
-            source.fnFetchRgb(y, row.get());
-        fnCall([&] { jpeg_write_scanlines(&m_Jpeg, &rows, 1); });
-        source.fnReport(std::uint64_t{y} + 1, height);
-    }
+    const std::size_t rowBytes =
+        std::size_t{source.fnGetWidth()} * static_cast<unsigned int>(m_Jpeg.input_components);
+    RowBands rows(height, rowBytes, static_cast<double>(rowBytes) * kCopyTime, UINT64_MAX);
+    rows.fnWrite(
+        [&](std::uint32_t y, unsigned char* row) {
+            if (source.fnIsGrey())
+                source.fnFetchRow(y, row);
+            else
+                source.fnFetchRgb(y, row);
+        },
+        [&](std::uint32_t, unsigned char* row) {
+            fnCall([&] { jpeg_write_scanlines(&m_Jpeg, &row, 1); });
+        },
+        [&](std::uint32_t y) { source.fnReport(std::uint64_t{y} + 1, height); });
     fnCall([this] { jpeg_finish_compress(&m_Jpeg); });
 }
 

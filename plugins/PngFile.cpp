@@ -6,6 +6,7 @@
 #include "plugins/PictureTarget_p.h"
 #include "plugins/PngChunks_p.h"
 #include "plugins/PngHandle_p.h"
+#include "plugins/RowBands_p.h"
 
 #include <png.h>
 
@@ -20,6 +21,8 @@ namespace {
 /// Deflate expands a byte to at most 1032 bytes.
 constexpr std::uint64_t kMaxRatio = 1032;
 constexpr int kPngSignatureBytes = 8;
+/// Nanoseconds in which a byte of the image is made by dithering.
+constexpr double kDitherTime = 2.0;
 
 void fnPngRead(png_structp png, png_bytep out, std::size_t count) {
     auto* state = static_cast<PngState*>(png_get_io_ptr(png));
@@ -65,7 +68,13 @@ public:
     void fnTakeNotes();
 
 private:
+    void fnReadSinglePass();
     void fnReadPasses();
+    struct RowSizes {
+        std::size_t m_nBytes;
+        std::size_t m_nWideBytes;
+    };
+    RowSizes fnMeasureRow() const;
     void fnNarrow(const unsigned char* wide, std::uint32_t y, int pass, unsigned char* row) const;
     unsigned int fnTakeTitles(png_infop info);
 
@@ -166,7 +175,10 @@ void PngReader::fnAllocImage() {
 
 void PngReader::fnReadRows() {
     try {
-        fnReadPasses();
+        if (m_nPasses == 1)
+            fnReadSinglePass();
+        else
+            fnReadPasses();
         fnCall([this] { png_read_end(m_pPng, m_pEnd); });
     } catch (const CodecFailure& failure) {
         // What can't be decoded, and nothing else, leaves a part of the picture.
@@ -184,13 +196,35 @@ void PngReader::fnSkipRows() {
     m_Target.fnNotePartial();
 }
 
-void PngReader::fnReadPasses() {
-    // The passes of an interlaced picture are combined in the image itself: a row is read back,
-    // completed by the pass, and stored.
+/// Bytes of a row of the image and, where samples are dithered here, of the decoded row.
+PngReader::RowSizes PngReader::fnMeasureRow() const {
     const std::size_t rowBytes = std::size_t{m_nWidth} * fnCodecBytes(m_nBitCount);
     const std::size_t wideBytes = m_bWide ? 2 * rowBytes : 0;
     if (rowBytes + wideBytes > m_State.m_nFree)
         throw CodecFailure{MESSAGE_NO_MEMORY, PICTURE_LIMIT_CODEC};
+    return {rowBytes, wideBytes};
+}
+
+void PngReader::fnReadSinglePass() {
+    const auto [rowBytes, wideBytes] = fnMeasureRow();
+    const auto narrowed = std::make_unique<unsigned char[]>(m_bWide ? rowBytes : 0);
+    RowBands rows(m_nHeight, m_bWide ? wideBytes : rowBytes,
+                  static_cast<double>(rowBytes) * (m_bWide ? kDitherTime : kCopyTime),
+                  m_State.m_nFree - (m_bWide ? rowBytes : 0));
+    rows.fnRead([&](std::uint32_t,
+                    unsigned char* row) { fnCall([&] { png_read_row(m_pPng, row, nullptr); }); },
+                [&](std::uint32_t y, unsigned char* row) {
+                    if (m_bWide)
+                        fnNarrow(row, y, 0, narrowed.get());
+                    m_Target.fnStoreRow(y, m_bWide ? narrowed.get() : row);
+                },
+                [&](std::uint32_t y) { m_Target.fnReport(std::uint64_t{y} + 1, m_nHeight); });
+}
+
+/// The passes of an interlaced picture are combined in the image itself: a row is read back,
+/// completed by the pass, and stored.
+void PngReader::fnReadPasses() {
+    const auto [rowBytes, wideBytes] = fnMeasureRow();
     const auto row = std::make_unique<unsigned char[]>(rowBytes);
     const auto wide = std::make_unique<unsigned char[]>(wideBytes);
     unsigned char* const read = m_bWide ? wide.get() : row.get();
@@ -198,7 +232,7 @@ void PngReader::fnReadPasses() {
     std::uint64_t done = 0;
     for (int pass = 0; pass < m_nPasses; ++pass) {
         for (png_uint_32 y = 0; y < m_nHeight; ++y) {
-            const bool touched = m_nPasses == 1 || PNG_ROW_IN_INTERLACE_PASS(y, pass);
+            const bool touched = PNG_ROW_IN_INTERLACE_PASS(y, pass);
             if (touched && pass > 0)
                 m_Target.fnFetchRow(y, row.get());
             fnCall([&] { png_read_row(m_pPng, touched ? read : nullptr, nullptr); });

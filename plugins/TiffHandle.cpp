@@ -1,7 +1,5 @@
-#include "plugins/CodecInput_p.h"
-#include "plugins/CodecOutput_p.h"
+#include "plugins/TiffBytes_p.h"
 #include "plugins/TiffHandle_p.h"
-#include "plugins/TiffTags_p.h"
 
 #include <tiffio.h>
 
@@ -16,47 +14,33 @@ namespace q32 {
 
 namespace {
 
-/// Limit of a single allocation when writing: no more than a strip and the tables of all strips.
-constexpr std::uint64_t kMaxWriteBytes = std::uint64_t{1} << 34;
-
 TiffHandle& fnHandle(thandle_t handle) {
     return *static_cast<TiffHandle*>(handle);
 }
 
+TiffBytes& fnBytes(thandle_t handle) {
+    return fnHandle(handle).fnGetBytes();
+}
+
 tmsize_t fnTiffRead(thandle_t handle, void* out, tmsize_t count) {
-    TiffHandle& file = fnHandle(handle);
-    const auto size = static_cast<std::size_t>(count);
-    if (!file.m_pInput)
-        return static_cast<tmsize_t>(file.m_pOutput->fnRead(out, size));
-    const std::uint64_t position = file.m_pInput->fnGetPosition();
-    const std::size_t done = file.m_pInput->fnRead(out, size);
-    file.m_pTags->fnOverlay(position, static_cast<unsigned char*>(out), done);
-    return static_cast<tmsize_t>(done);
+    return static_cast<tmsize_t>(fnBytes(handle).fnRead(out, static_cast<std::size_t>(count)));
 }
 
 tmsize_t fnTiffWrite(thandle_t handle, void* bytes, tmsize_t count) {
-    TiffHandle& file = fnHandle(handle);
-    const bool done =
-        file.m_pOutput && file.m_pOutput->fnWrite(bytes, static_cast<std::size_t>(count));
-    return done ? count : -1;
+    return fnBytes(handle).fnWrite(bytes, static_cast<std::size_t>(count)) ? count : -1;
 }
 
 toff_t fnTiffSize(thandle_t handle) {
-    const TiffHandle& file = fnHandle(handle);
-    return file.m_pInput ? file.m_pInput->fnGetLength() : file.m_pOutput->fnGetLength();
+    return fnBytes(handle).fnGetLength();
 }
 
 toff_t fnTiffSeek(thandle_t handle, toff_t offset, int whence) {
-    TiffHandle& file = fnHandle(handle);
+    TiffBytes& bytes = fnBytes(handle);
     if (whence == SEEK_CUR)
-        offset += file.m_pInput ? file.m_pInput->fnGetPosition() : file.m_pOutput->fnGetPosition();
+        offset += bytes.fnGetPosition();
     else if (whence == SEEK_END)
-        offset += fnTiffSize(handle);
-    if (file.m_pInput)
-        file.m_pInput->fnSeek(offset);
-    else if (!file.m_pOutput->fnSeek(offset))
-        return static_cast<toff_t>(-1);
-    return offset;
+        offset += bytes.fnGetLength();
+    return bytes.fnSeek(offset) ? offset : static_cast<toff_t>(-1);
 }
 
 int fnTiffClose(thandle_t) {
@@ -79,13 +63,26 @@ bool fnSays(const char* format, const char* part) {
 
 } // namespace
 
-TiffHandle::TiffHandle(CodecInput& input, const TiffTags& tags, std::uint64_t codecBytes)
-    : m_pInput(&input), m_pTags(&tags) {
-    fnOpen("rm", codecBytes);
-}
-
-TiffHandle::TiffHandle(CodecOutput& output) : m_pOutput(&output) {
-    fnOpen("w", kMaxWriteBytes);
+TiffHandle::TiffHandle(TiffBytes& bytes, const char* mode, std::uint64_t blockBytes)
+    : m_Bytes(bytes) {
+    TIFFOpenOptions* options = TIFFOpenOptionsAlloc();
+    if (!options)
+        throw CodecFailure{MESSAGE_NO_MEMORY};
+    TIFFOpenOptionsSetMaxSingleMemAlloc(
+        options, static_cast<tmsize_t>(std::clamp<std::uint64_t>(blockBytes, 1, INT64_MAX)));
+    TIFFOpenOptionsSetErrorHandlerExtR(options, fnTiffError, this);
+    TIFFOpenOptionsSetWarningHandlerExtR(options, fnTiffWarning, this);
+    m_bOpening = true;
+    const bool returned = fnGuardJump(m_Jump, [&] {
+        m_pTiff = TIFFClientOpenExt("picture", mode, this, fnTiffRead, fnTiffWrite, fnTiffSeek,
+                                    fnTiffClose, fnTiffSize, nullptr, nullptr, options);
+    });
+    m_bOpening = false;
+    TIFFOpenOptionsFree(options);
+    if (!returned)
+        throw CodecFailure{MESSAGE_NO_MEMORY};
+    if (!m_pTiff)
+        fnFail();
 }
 
 TiffHandle::~TiffHandle() {
@@ -122,37 +119,15 @@ void TiffHandle::fnTakeWarning(const char* module, const char* format) {
                  fnSays(format, "calculating from");
 }
 
-void TiffHandle::fnOpen(const char* mode, std::uint64_t maxBlockBytes) {
-    TIFFOpenOptions* options = TIFFOpenOptionsAlloc();
-    if (!options)
-        throw CodecFailure{MESSAGE_NO_MEMORY};
-    TIFFOpenOptionsSetMaxSingleMemAlloc(
-        options, static_cast<tmsize_t>(std::clamp<std::uint64_t>(maxBlockBytes, 1, INT64_MAX)));
-    TIFFOpenOptionsSetErrorHandlerExtR(options, fnTiffError, this);
-    TIFFOpenOptionsSetWarningHandlerExtR(options, fnTiffWarning, this);
-    m_bOpening = true;
-    const bool returned = fnGuardJump(m_Jump, [&] {
-        m_pTiff = TIFFClientOpenExt("picture", mode, this, fnTiffRead, fnTiffWrite, fnTiffSeek,
-                                    fnTiffClose, fnTiffSize, nullptr, nullptr, options);
-    });
-    m_bOpening = false;
-    TIFFOpenOptionsFree(options);
-    if (!returned)
-        throw CodecFailure{MESSAGE_NO_MEMORY};
-    if (!m_pTiff)
-        fnFail();
-}
-
 void TiffHandle::fnCheckMemory() const {
-    if (m_Failure.m_eMessage != MESSAGE_NONE)
+    if (fnHasNoMemory())
         throw m_Failure;
 }
 
 void TiffHandle::fnFail() const {
     fnCheckMemory();
-    if (m_pOutput)
-        throw CodecFailure{MESSAGE_CANNOT_SAVE};
-    m_pInput->fnFail(CodecFailure{MESSAGE_CORRUPTED});
+    m_Bytes.fnRequireRead();
+    throw CodecFailure{m_Bytes.fnGetFailure()};
 }
 
 } // namespace q32

@@ -9,17 +9,16 @@ struct tiff;
 
 namespace q32 {
 
-class TiffTags;
+class TiffBytes;
 
 /// A libtiff handle on a picture file; its messages are not printed.
 class TiffHandle {
 public:
-    /// Opens for reading, with the directory of `tags`; input and tags must outlive this. Throws
-    /// CodecFailure.
-    /// @param codecBytes  limit of a single allocation by libtiff; it knows none of their sum
-    TiffHandle(CodecInput& input, const TiffTags& tags, std::uint64_t codecBytes);
-    /// Opens for writing; the output must outlive this. Throws CodecFailure.
-    explicit TiffHandle(CodecOutput& output);
+    /// @param bytes       must outlive this
+    /// @param mode        that of TIFFClientOpen
+    /// @param blockBytes  limit of a single allocation by libtiff; it knows none of their sum
+    /// Throws CodecFailure.
+    TiffHandle(TiffBytes& bytes, const char* mode, std::uint64_t blockBytes);
     ~TiffHandle();
     TiffHandle(const TiffHandle&) = delete;
     TiffHandle& operator=(const TiffHandle&) = delete;
@@ -34,19 +33,18 @@ public:
     /// From now on a warning means that pixels were invented.
     void fnWatchWarnings() { m_bWatching = true; }
     bool fnHasWarned() const { return m_bWarned; }
+    /// Whether it reported that memory was exhausted.
+    bool fnHasNoMemory() const { return m_Failure.m_eMessage != MESSAGE_NONE; }
     /// Whether libtiff had to guess what the directory should have declared.
     bool fnHasGuessed() const { return m_bGuessed; }
 
     /// For the callbacks of libtiff.
     void fnTakeError(const char* format);
     void fnTakeWarning(const char* module, const char* format);
-    CodecInput* m_pInput = nullptr;
-    const TiffTags* m_pTags = nullptr;
-    CodecOutput* m_pOutput = nullptr;
+    TiffBytes& fnGetBytes() const { return m_Bytes; }
 
 private:
-    void fnOpen(const char* mode, std::uint64_t maxBlockBytes);
-
+    TiffBytes& m_Bytes;
     tiff* m_pTiff = nullptr;
     bool m_bWarned = false;
     bool m_bWatching = false;

@@ -1,0 +1,29 @@
+#include "plugins/RowBands_p.h"
+
+#include <cmath>
+
+namespace q32 {
+
+namespace {
+
+/// What storing a band takes, in overheads of a task.
+constexpr double kBandTime = 10.0;
+/// With fewer bands, most of the picture is stored while nothing is decoded.
+constexpr double kMinBands = 4.0;
+/// Both bands, so that a service with a large overhead doesn't demand much memory.
+constexpr double kMaxBytes = 16.0 * (1 << 20);
+
+} // namespace
+
+RowBands::RowBands(std::uint32_t rows, std::size_t rowBytes, double nanoseconds, std::uint64_t most)
+    : m_nRows(rows), m_nRowBytes(rowBytes) {
+    const double band =
+        std::max(std::ceil(kBandTime * fnGetTaskOverhead() / std::max(nanoseconds, 1e-3)), 1.0);
+    const double bytes = 2.0 * band * static_cast<double>(rowBytes);
+    if (fnCountPictureThreads() > 1 && kMinBands * band <= rows &&
+        bytes <= std::min(static_cast<double>(most), kMaxBytes))
+        m_nBand = static_cast<std::uint32_t>(band);
+    m_pRows = std::make_unique<unsigned char[]>(m_nBand == 0 ? rowBytes : 2 * m_nBand * rowBytes);
+}
+
+} // namespace q32
