@@ -5,6 +5,7 @@
 #include "plugins/PictureCodec_p.h"
 #include "plugins/PictureSource_p.h"
 #include "plugins/PictureTarget_p.h"
+#include "plugins/RowBands_p.h"
 #include "q32Base/kernels/Rgb565_p.h"
 
 #include <algorithm>
@@ -18,6 +19,8 @@ namespace q32 {
 namespace {
 
 constexpr std::uint32_t kSrgbSpace = 0x73524742;
+/// Nanoseconds in which a byte of the file is converted and stored.
+constexpr double kBmpTime = 0.5;
 /// Limit for run-length coded data, which is decoded in one block.
 constexpr std::uint64_t kMaxRleBytes = 64u << 20;
 
@@ -112,15 +115,18 @@ void fnReadPlain(CodecInput& input, const BmpHeader& header, PictureTarget& targ
         return;
 
     const RowDecoder decoder(header);
-    const auto stored = std::make_unique_for_overwrite<unsigned char[]>(stride);
     const auto row = std::make_unique_for_overwrite<unsigned char[]>(rowBytes.fnGetOrThrow());
     input.fnSeek(header.m_nPixelsAt);
-    for (std::uint32_t i = 0; i < header.m_nHeight; ++i) {
-        fnReadExactly(input, stored.get(), stride);
-        decoder.fnDecode(stored.get(), row.get());
-        target.fnStoreRow(header.m_bTopDown ? i : header.m_nHeight - 1 - i, row.get());
-        target.fnReport(std::uint64_t{i} + 1, header.m_nHeight);
-    }
+    RowBands rows(header.m_nHeight, stride, static_cast<double>(stride) * kBmpTime,
+                  (CheckedSize(target.fnGetLimits().m_nCodecBytes) - rowBytes)
+                      .fnGet<std::uint64_t>()
+                      .value_or(0));
+    rows.fnRead([&](std::uint32_t, unsigned char* stored) { fnReadExactly(input, stored, stride); },
+                [&](std::uint32_t i, const unsigned char* stored) {
+                    decoder.fnDecode(stored, row.get());
+                    target.fnStoreRow(header.m_bTopDown ? i : header.m_nHeight - 1 - i, row.get());
+                },
+                [&](std::uint32_t i) { target.fnReport(std::uint64_t{i} + 1, header.m_nHeight); });
 }
 
 /// Bytes of a run-length stream including its end mark. Throws MESSAGE_CORRUPTED when there is
@@ -249,19 +255,23 @@ void fnWriteBmp(CodecOutput& output, PictureSource& source, const CqPictureOptio
     const std::uint32_t height = source.fnGetHeight();
     const std::uint64_t stride = fnDibRowBytes(source.fnGetWidth(), bits);
     const std::vector<unsigned char> headers = fnMakeHeaders(source, stride * height);
-    bool done = output.fnWrite(headers.data(), headers.size());
-
-    const auto row = std::make_unique_for_overwrite<unsigned char[]>(
-        std::size_t{source.fnGetWidth()} * fnCodecBytes(bits));
-    const auto stored = std::make_unique<unsigned char[]>(stride);
-    for (std::uint32_t i = 0; i < height && done; ++i) {
-        source.fnFetchRow(height - 1 - i, row.get());
-        fnStoreBytes(row.get(), source.fnGetWidth(), bits, stored.get());
-        done = output.fnWrite(stored.get(), stride);
-        source.fnReport(std::uint64_t{i} + 1, height);
-    }
-    if (!done)
+    if (!output.fnWrite(headers.data(), headers.size()))
         throw CodecFailure{MESSAGE_CANNOT_SAVE};
+
+    const auto fetched = std::make_unique_for_overwrite<unsigned char[]>(
+        std::size_t{source.fnGetWidth()} * fnCodecBytes(bits));
+    RowBands rows(height, static_cast<std::size_t>(stride), static_cast<double>(stride) * kBmpTime,
+                  UINT64_MAX);
+    rows.fnWrite(
+        [&](std::uint32_t i, unsigned char* row) {
+            source.fnFetchRow(height - 1 - i, fetched.get());
+            fnStoreBytes(fetched.get(), source.fnGetWidth(), bits, row);
+        },
+        [&](std::uint32_t, const unsigned char* row) {
+            if (!output.fnWrite(row, static_cast<std::size_t>(stride)))
+                throw CodecFailure{MESSAGE_CANNOT_SAVE};
+        },
+        [&](std::uint32_t i) { source.fnReport(std::uint64_t{i} + 1, height); });
 }
 
 } // namespace

@@ -4,7 +4,9 @@
 /// Files are accessed through the platform's file service, so a platform must be attached. Pixels
 /// go row by row between the file and the image's tiles; no second copy of the picture is held,
 /// except for what a format itself needs: the coefficients of a progressive JPEG, one strip or one
-/// row of tiles of a TIFF, and the coded data of a run-length coded BMP.
+/// row of tiles of a TIFF, and the coded data of a run-length coded BMP. Where the platform has a
+/// work service, large pictures are read and written by several threads, which hold some MiB of
+/// rows, strips or tiles; the file and the progress object are used by the calling thread alone.
 ///
 /// No function here throws: every failure is reported by a CqPictureResult. Nothing is locked; an
 /// image may be used by only one thread at a time.

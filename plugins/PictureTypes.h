@@ -65,7 +65,8 @@ struct CqPictureLimits {
     std::uint64_t m_nSmallBytes = std::uint64_t{1} << 30;
     /// Memory of the decoder, apart from the image: the coefficients of a progressive JPEG, the
     /// rows of a PNG or BMP, a tile or strip and the tables of a TIFF, the window of its Zstandard
-    /// coding (129 MiB), the data of a run-length coded BMP.
+    /// coding (129 MiB), the data of a run-length coded BMP. If it doesn't do for several threads,
+    /// one reads the file.
     std::uint64_t m_nCodecBytes = std::uint64_t{1} << 30;
     /// Decoded bytes of a title. A longer one is left out; the result then has `m_bReduced`.
     std::uint64_t m_nTextBytes = std::uint64_t{1} << 20;

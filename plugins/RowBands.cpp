@@ -11,7 +11,7 @@ constexpr double kBandTime = 10.0;
 /// With fewer bands, most of the picture is stored while nothing is decoded.
 constexpr double kMinBands = 4.0;
 /// Both bands, so that a service with a large overhead doesn't demand much memory.
-constexpr double kMaxBytes = 16.0 * (1 << 20);
+constexpr double kMaxBandBytes = 16.0 * (1 << 20);
 
 } // namespace
 
@@ -21,7 +21,7 @@ RowBands::RowBands(std::uint32_t rows, std::size_t rowBytes, double nanoseconds,
         std::max(std::ceil(kBandTime * fnGetTaskOverhead() / std::max(nanoseconds, 1e-3)), 1.0);
     const double bytes = 2.0 * band * static_cast<double>(rowBytes);
     if (fnCountPictureThreads() > 1 && kMinBands * band <= rows &&
-        bytes <= std::min(static_cast<double>(most), kMaxBytes))
+        bytes <= std::min(static_cast<double>(most), kMaxBandBytes))
         m_nBand = static_cast<std::uint32_t>(band);
     m_pRows = std::make_unique<unsigned char[]>(m_nBand == 0 ? rowBytes : 2 * m_nBand * rowBytes);
 }

@@ -20,9 +20,9 @@ namespace {
 /// Nanoseconds in which a decoded byte is made and stored, at least.
 constexpr double kDecodeTime = 2.0;
 /// Pictures that take less than so many overheads of a task are read by one thread.
-constexpr double kMinTime = 40.0;
+constexpr double kMinReadTime = 40.0;
 /// What a thread does between two reports, in overheads.
-constexpr double kBatchTime = 64.0;
+constexpr double kReadBatchTime = 64.0;
 /// Larger parts would keep the host waiting for reports.
 constexpr std::size_t kMaxPartBytes = std::size_t{2} << 20;
 constexpr std::size_t kMaxCodedBytes = std::size_t{16} << 20;
@@ -117,12 +117,12 @@ TiffParts::TiffParts(const TiffReading& reading, std::size_t rowBytes, std::size
     const double time = kDecodeTime * static_cast<double>(partBytes);
     const double overhead = fnGetTaskOverhead();
     if (fnCountPictureThreads() < 2 || m_nParts < 3 || reading.m_Layout.m_bSeparate ||
-        partBytes > kMaxPartBytes || time * m_nParts < kMinTime * overhead || !fnIsDivisible())
+        partBytes > kMaxPartBytes || time * m_nParts < kMinReadTime * overhead || !fnIsDivisible())
         return;
     // The first part is read by the one handle.
     std::uint32_t threads = std::min(fnCountPictureThreads(), m_nParts - 1);
     const std::size_t perThread = static_cast<std::size_t>(
-        std::clamp(std::ceil(kBatchTime * overhead / time), 1.0,
+        std::clamp(std::ceil(kReadBatchTime * overhead / time), 1.0,
                    static_cast<double>(kMaxCodedBytes / m_nMaxCoded / threads + 1)));
     const auto fits = [&] {
         const CheckedSize all = (each + partBytes * 2 + perThread * m_nMaxCoded) * threads + taken;

@@ -1,5 +1,5 @@
 /// @file
-/// Strips and tiles of a TIFF, decoded on several threads.
+/// The pixels of a TIFF; strips and tiles that are decoded on several threads.
 #pragma once
 
 #include "plugins/TiffBytes_p.h"
@@ -27,6 +27,13 @@ struct TiffReading {
     const TiffLayout& m_Layout;
     PictureTarget& m_Target;
 };
+
+/// Bytes of samples of so many pixels, as the file stores them.
+CheckedSize fnSampleBytes(CheckedSize width, const TiffLayout& layout);
+/// Reads the pixels of a picture, by rows or tiles as its layout requires. Throws as PictureCodec
+/// describes.
+/// @param taken  memory that libtiff takes for the tags and the decoder
+void fnReadTiffPixels(const TiffReading& reading, CheckedSize taken);
 
 /// A strip or tile, without what lies beyond the edges of the picture.
 struct TiffPart {

@@ -117,6 +117,21 @@ TiffLayout fnReadLayout(TIFF* file) {
     return layout;
 }
 
+/// Whether samples of 8 bits are pixels as they are.
+bool TiffSamples::fnArePlain(const TiffLayout& layout) {
+    switch (layout.m_eKind) {
+    case TIFF_PALETTE:
+        return layout.m_nBits == 8 && layout.m_nSamples == 1;
+    case TIFF_GREY:
+        return layout.m_nBits == 8 && layout.m_nSamples == 1 &&
+               layout.m_nPhotometric == PHOTOMETRIC_MINISBLACK;
+    case TIFF_RGB:
+        return layout.m_nBits == 8 && layout.m_nSamples == 3;
+    default:
+        return false;
+    }
+}
+
 /// Does for `samples` of 16 bits for each of some pixels what `fnWiden` does.
 void TiffSamples::fnDither(const unsigned char* in, std::uint32_t x, std::uint32_t y,
                            std::size_t pixels, std::size_t samples) {
@@ -198,6 +213,10 @@ void TiffSamples::fnFinish(std::size_t count, unsigned char* pixels) const {
 
 void TiffSamples::fnConvert(const unsigned char* in, std::uint32_t x, std::uint32_t y,
                             std::size_t count, unsigned char* out) {
+    if (m_bPlain) {
+        std::memcpy(out, in, count * m_Layout.m_nSamples);
+        return;
+    }
     if (m_bDither && m_Layout.m_nBits == 16)
         fnDither(in, x, y, count, m_Layout.m_nSamples);
     else

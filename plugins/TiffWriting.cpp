@@ -24,9 +24,9 @@ constexpr std::uint64_t kMaxWriteBytes = std::uint64_t{1} << 34;
 /// Nanoseconds in which a byte is compressed, at least.
 constexpr double kPackTime = 8.0;
 /// Pictures that take less than so many overheads of a task are compressed by one thread.
-constexpr double kMinTime = 40.0;
+constexpr double kMinPackTime = 40.0;
 /// What a thread does between two reports, in overheads.
-constexpr double kBatchTime = 64.0;
+constexpr double kPackBatchTime = 64.0;
 
 template <typename... Values>
 void fnSet(TiffHandle& file, ttag_t tag, Values... values) {
@@ -238,9 +238,9 @@ public:
             kPackTime * static_cast<double>(fnGetRowBytes(source)) * fnGetStripRows(source);
         const std::uint32_t threads = std::min(fnCountPictureThreads(), m_nStrips);
         if (threads < 2 || options.m_eTiffCompression == PICTURE_UNCOMPRESSED ||
-            time * m_nStrips < kMinTime * fnGetTaskOverhead())
+            time * m_nStrips < kMinPackTime * fnGetTaskOverhead())
             return;
-        const double each = std::max(std::ceil(kBatchTime * fnGetTaskOverhead() / time), 1.0);
+        const double each = std::max(std::ceil(kPackBatchTime * fnGetTaskOverhead() / time), 1.0);
         m_Packed.resize(
             static_cast<std::size_t>(std::min(each * threads, static_cast<double>(m_nStrips))));
         while (m_Packers.size() < threads)
