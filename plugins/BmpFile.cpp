@@ -265,6 +265,8 @@ void fnWriteBmp(CodecOutput& output, PictureSource& source, const CqPictureOptio
     rows.fnWrite(
         [&](std::uint32_t i, unsigned char* row) {
             source.fnFetchRow(height - 1 - i, fetched.get());
+            std::fill(row + stride - std::min<std::uint64_t>(stride, 4), row + stride,
+                      static_cast<unsigned char>(0)); // what the pixels leave of it
             fnStoreBytes(fetched.get(), source.fnGetWidth(), bits, row);
         },
         [&](std::uint32_t, const unsigned char* row) {

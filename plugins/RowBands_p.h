@@ -24,7 +24,7 @@ public:
     /// @param nanoseconds  roughly what storing or fetching a row takes
     /// @param most         bytes that bands may take. If they take more, and for few rows, one row
     ///                     is held, and this thread does everything.
-    /// Throws std::bad_alloc.
+    /// Throws std::bad_alloc. The rows are arbitrary at first.
     RowBands(std::uint32_t rows, std::size_t rowBytes, double nanoseconds, std::uint64_t most);
 
     /// Calls for each row i, counted from 0, `decode(i, row)`, `store(i, row)` and `report(i)`.

@@ -6,6 +6,7 @@
 #include "q32Base/framework/Memory.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace q32 {
 
@@ -88,6 +89,7 @@ std::size_t TiffScratch::fnRead(void*, std::size_t) noexcept {
 bool TiffScratch::fnWrite(const void* bytes, std::size_t count) noexcept {
     const auto* in = static_cast<const unsigned char*>(bytes);
     const bool done = fnTryMemory([&] { m_Bytes.insert(m_Bytes.end(), in, in + count); });
+    m_bFailed = m_bFailed || !done;
     m_nPosition += count;
     m_nLength = std::max(m_nLength, m_nPosition);
     return done;
@@ -98,9 +100,10 @@ bool TiffScratch::fnSeek(std::uint64_t position) noexcept {
     return true;
 }
 
-void TiffScratch::fnTake(std::vector<unsigned char>& block) {
+bool TiffScratch::fnTake(std::vector<unsigned char>& block) {
     block.swap(m_Bytes);
     m_Bytes.clear();
+    return !std::exchange(m_bFailed, false);
 }
 
 } // namespace q32

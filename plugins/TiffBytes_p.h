@@ -103,11 +103,13 @@ public:
     std::uint64_t fnGetPosition() const noexcept override { return m_nPosition; }
     std::uint64_t fnGetLength() const noexcept override { return m_nLength; }
 
-    /// Exchanges the bytes written, in their order, for a block to be used for the next ones.
-    void fnTake(std::vector<unsigned char>& block);
+    /// Exchanges the bytes written, in their order, for a block to be used for the next ones. False
+    /// if some of them are missing because memory was exhausted.
+    bool fnTake(std::vector<unsigned char>& block);
 
 private:
     std::vector<unsigned char> m_Bytes;
+    bool m_bFailed = false;
     std::uint64_t m_nPosition = 0;
     std::uint64_t m_nLength = 0;
 };

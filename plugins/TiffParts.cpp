@@ -22,7 +22,7 @@ constexpr double kDecodeTime = 2.0;
 /// Pictures that take less than so many overheads of a task are read by one thread.
 constexpr double kMinReadTime = 40.0;
 /// What a thread does between two reports, in overheads.
-constexpr double kReadBatchTime = 64.0;
+constexpr double kReadBatchTime = 200.0;
 /// Larger parts would keep the host waiting for reports.
 constexpr std::size_t kMaxPartBytes = std::size_t{2} << 20;
 constexpr std::size_t kMaxCodedBytes = std::size_t{16} << 20;
@@ -168,7 +168,9 @@ bool TiffParts::fnIsOldLzw(const unsigned char* coded) const {
 
 bool TiffParts::fnBeginsOld() const {
     unsigned char coded[1] = {};
-    m_Reading.m_Input.fnReadAt(TIFFGetStrileOffset(m_Reading.m_File, 0), coded, sizeof(coded));
+    TiffSecondInput bytes(m_Reading.m_Input, m_Reading.m_Tags);
+    bytes.fnSeek(TIFFGetStrileOffset(m_Reading.m_File, 0));
+    bytes.fnRead(coded, sizeof(coded));
     return fnIsOldLzw(coded);
 }
 

@@ -26,7 +26,7 @@ constexpr double kPackTime = 8.0;
 /// Pictures that take less than so many overheads of a task are compressed by one thread.
 constexpr double kMinPackTime = 40.0;
 /// What a thread does between two reports, in overheads.
-constexpr double kPackBatchTime = 64.0;
+constexpr double kPackBatchTime = 200.0;
 
 template <typename... Values>
 void fnSet(TiffHandle& file, ttag_t tag, Values... values) {
@@ -203,8 +203,7 @@ public:
             if (!TIFFFlushData(m_File))
                 m_File.fnFail();
             m_File.fnCheckMemory();
-            m_Bytes.fnTake(packed);
-            return {MESSAGE_NONE};
+            return {m_Bytes.fnTake(packed) ? MESSAGE_NONE : MESSAGE_NO_MEMORY};
         } catch (const CodecFailure& failure) {
             return failure;
         } catch (...) {
