@@ -2,7 +2,6 @@
 #include "plugins/CodecSamples_p.h"
 #include "plugins/PictureSource_p.h"
 #include "plugins/PngHandle_p.h"
-#include "plugins/RowBands_p.h"
 
 #include <png.h>
 
@@ -151,18 +150,16 @@ void PngWriter::fnWrite(PictureSource& source, const CqPictureOptions& options) 
             png_set_swap_alpha(m_pPng);
     });
     const std::uint32_t height = source.fnGetHeight();
-    const std::size_t rowBytes =
-        std::size_t{source.fnGetWidth()} * std::max(fnCodecBytes(bits), bits == 16 ? 3u : 1u);
-    RowBands rows(height, rowBytes, static_cast<double>(rowBytes) * kCopyTime, UINT64_MAX);
-    rows.fnWrite(
-        [&](std::uint32_t y, unsigned char* row) {
-            if (bits == 16)
-                source.fnFetchRgb(y, row);
-            else
-                source.fnFetchRow(y, row);
-        },
-        [&](std::uint32_t, unsigned char* row) { fnCall([&] { png_write_row(m_pPng, row); }); },
-        [&](std::uint32_t y) { source.fnReport(std::uint64_t{y} + 1, height); });
+    const auto row = std::make_unique_for_overwrite<unsigned char[]>(
+        std::size_t{source.fnGetWidth()} * std::max(fnCodecBytes(bits), bits == 16 ? 3u : 1u));
+    for (std::uint32_t y = 0; y < height; ++y) {
+        if (bits == 16)
+            source.fnFetchRgb(y, row.get());
+        else
+            source.fnFetchRow(y, row.get());
+        fnCall([&] { png_write_row(m_pPng, row.get()); });
+        source.fnReport(y + 1, height);
+    }
     fnCall([this] { png_write_end(m_pPng, nullptr); });
 }
 

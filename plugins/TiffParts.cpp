@@ -146,7 +146,8 @@ TiffParts::TiffParts(const TiffReading& reading, std::size_t rowBytes, std::size
 /// fail: what a handle has decoded before has no effect then.
 bool TiffParts::fnIsDivisible() const {
     switch (m_nCompression) {
-    case COMPRESSION_NONE:
+    case COMPRESSION_NONE: // else one thread copies as fast as the memory allows
+        return !TiffSamples::fnArePlain(m_Reading.m_Layout);
     case COMPRESSION_DEFLATE:
     case COMPRESSION_ADOBE_DEFLATE:
     case COMPRESSION_ZSTD:

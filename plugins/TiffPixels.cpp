@@ -129,15 +129,18 @@ void TiffReader::fnReadParts(TiffParts& parts, const Read& read, const Report& r
     }
 }
 
-/// What bands of rows may take. Only of the codings that fill all of a row or fail: what another
-/// one leaves of it must be as it was in the row before.
+/// What bands of rows may take; nothing where rows are only copied. Only of the codings that fill
+/// all of a row or fail: what another one leaves of it must be as it was in the row before.
 std::uint64_t TiffReader::fnGetBandBytes() const {
     std::uint16_t compression = COMPRESSION_NONE;
     TIFFGetFieldDefaulted(m_File, TIFFTAG_COMPRESSION, &compression);
     constexpr std::uint16_t kFilling[] = {
         COMPRESSION_NONE,          COMPRESSION_LZW,      COMPRESSION_JPEG, COMPRESSION_DEFLATE,
         COMPRESSION_ADOBE_DEFLATE, COMPRESSION_PACKBITS, COMPRESSION_ZSTD};
-    if (std::find(std::begin(kFilling), std::end(kFilling), compression) == std::end(kFilling))
+    const bool copies = compression == COMPRESSION_NONE && !m_Layout.m_bSeparate &&
+                        TiffSamples::fnArePlain(m_Layout);
+    if (copies ||
+        std::find(std::begin(kFilling), std::end(kFilling), compression) == std::end(kFilling))
         return 0;
     return (CheckedSize(m_Target.fnGetLimits().m_nCodecBytes) - m_nTaken)
         .fnGet<std::uint64_t>()

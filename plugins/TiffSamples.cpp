@@ -117,7 +117,6 @@ TiffLayout fnReadLayout(TIFF* file) {
     return layout;
 }
 
-/// Whether samples of 8 bits are pixels as they are.
 bool TiffSamples::fnArePlain(const TiffLayout& layout) {
     switch (layout.m_eKind) {
     case TIFF_PALETTE:

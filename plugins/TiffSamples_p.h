@@ -53,6 +53,9 @@ public:
     TiffSamples(const TiffLayout& layout, bool dither)
         : m_Layout(layout), m_bDither(dither), m_bPlain(fnArePlain(layout)) {}
 
+    /// Whether interleaved samples are pixels as they are.
+    static bool fnArePlain(const TiffLayout& layout);
+
     /// Converts `count` pixels whose samples are interleaved, from that at x, y of the picture on.
     void fnConvert(const unsigned char* in, std::uint32_t x, std::uint32_t y, std::size_t count,
                    unsigned char* out);
@@ -63,7 +66,6 @@ public:
 
 private:
     unsigned int fnFlip() const;
-    static bool fnArePlain(const TiffLayout& layout);
     void fnWiden(const unsigned char* in, std::size_t count);
     void fnDither(const unsigned char* in, std::uint32_t x, std::uint32_t y, std::size_t pixels,
                   std::size_t samples);
@@ -73,7 +75,7 @@ private:
 
     const TiffLayout& m_Layout;
     const bool m_bDither;
-    const bool m_bPlain; ///< interleaved samples need no conversion
+    const bool m_bPlain;                ///< interleaved samples need no conversion
     std::vector<unsigned char> m_Bytes; ///< samples converted to 8 bits
 };
 

@@ -1,7 +1,7 @@
 #include "plugins/CodecOutput_p.h"
 #include "plugins/PictureCodec_p.h"
 #include "plugins/PictureSource_p.h"
-#include "plugins/RowBands_p.h"
+#include "plugins/PictureWork_p.h"
 #include "plugins/TiffBytes_p.h"
 #include "plugins/TiffHandle_p.h"
 #include "plugins/TiffWriting_p.h"
@@ -285,15 +285,15 @@ private:
 
 void fnWriteRows(TiffHandle& file, PictureSource& source) {
     const std::uint32_t height = source.fnGetHeight();
-    const std::size_t rowBytes = CheckedSize(fnGetRowBytes(source)).fnGetOrThrow();
+    const auto row = std::make_unique_for_overwrite<unsigned char[]>(
+        CheckedSize(fnGetRowBytes(source)).fnGetOrThrow());
     StoredRows stored(source);
-    RowBands rows(height, rowBytes, static_cast<double>(rowBytes) * kCopyTime, UINT64_MAX);
-    rows.fnWrite([&](std::uint32_t y, unsigned char* row) { stored.fnFetch(y, row); },
-                 [&](std::uint32_t y, unsigned char* row) {
-                     if (TIFFWriteScanline(file, row, y, 0) < 0)
-                         file.fnFail();
-                 },
-                 [&](std::uint32_t y) { source.fnReport(std::uint64_t{y} + 1, height); });
+    for (std::uint32_t y = 0; y < height; ++y) {
+        stored.fnFetch(y, row.get());
+        if (TIFFWriteScanline(file, row.get(), y, 0) < 0)
+            file.fnFail();
+        source.fnReport(std::uint64_t{y} + 1, height);
+    }
 }
 
 } // namespace

@@ -75,10 +75,12 @@ void fnAddTiffs(std::vector<DividedFile>& files) {
         for (const std::uint32_t rows : {1u, 3u, 8u, 37u, 38u}) {
             tiff.m_nRowsPerStrip = rows == 3 && compression == COMPRESSION_JPEG ? 16 : rows;
             if (compression != COMPRESSION_JPEG || rows == 3 || rows == 8)
-                add(name + ", strips of " + std::to_string(rows), tiff);
+                add(name + ", strips of " + std::to_string(rows), tiff,
+                    compression == COMPRESSION_NONE);
         }
         tiff.m_nTileWidth = tiff.m_nTileHeight = 16;
-        add(name + ", tiles", tiff, compression == COMPRESSION_JPEG);
+        add(name + ", tiles", tiff,
+            compression == COMPRESSION_JPEG || compression == COMPRESSION_NONE);
         tiff.m_bSeparate = true;
         add(name + ", tiles of planes", tiff, true);
         tiff.m_nTileWidth = 0;
@@ -103,6 +105,9 @@ void fnAddTiffs(std::vector<DividedFile>& files) {
     alpha.m_Extra = {EXTRASAMPLE_ASSOCALPHA};
     alpha.m_MoreTags = predict;
     add("with alpha", alpha);
+    alpha.m_nCompression = COMPRESSION_NONE;
+    alpha.m_MoreTags = nullptr;
+    add("with alpha, not compressed", alpha);
     add("of inks", fnMakeTiff(PHOTOMETRIC_SEPARATED, 4, 8, COMPRESSION_LZW));
     add("of fax", fnMakeTiff(PHOTOMETRIC_MINISWHITE, 1, 1, COMPRESSION_CCITTFAX4), true);
     add("of chroma", fnMakeTiff(PHOTOMETRIC_CIELAB, 3, 8, COMPRESSION_LZW), true);
