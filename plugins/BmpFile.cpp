@@ -103,7 +103,7 @@ void fnReadPlain(CodecInput& input, const BmpHeader& header, PictureTarget& targ
     const std::uint64_t length = input.fnGetLength();
     if (header.m_nPixelsAt > length || (length - header.m_nPixelsAt) / stride < header.m_nHeight)
         throw CodecFailure{MESSAGE_CORRUPTED};
-    const unsigned int depth = header.fnImageDepth();
+    const unsigned int depth = header.fnGetImageDepth();
     const CheckedSize rowBytes = CheckedSize(header.m_nWidth) * fnCodecBytes(depth);
     target.fnCheckCodecBytes(rowBytes + CheckedSize(stride));
     target.fnAlloc(header.m_nWidth, header.m_nHeight, depth, depth <= 8 ? header.m_Colors : nullptr,
