@@ -14,8 +14,8 @@ namespace {
 
 using namespace q32::test;
 
-constexpr PIXEL_ORDER kOrders[] = {PIXEL_STORED, PIXEL_ARGB32, PIXEL_BGRA32,
-                                   PIXEL_BGRX32, PIXEL_RGB24,  PIXEL_GREY8};
+constexpr PIXEL_ORDER kOrders[] = {PIXEL_STORED, PIXEL_ARGB32, PIXEL_BGRA32, PIXEL_BGRX32,
+                                   PIXEL_RGB24,  PIXEL_GREY8,  PIXEL_BGR24};
 constexpr unsigned char kGuard = 0xC7;
 
 /// Rows with a stride and guards around them.
