@@ -43,27 +43,24 @@ void fnRequireFolder(const std::string& folder) {
 
 } // namespace
 
+Session::Attachment::Attachment(const CqPlatform& platform) {
+    if (!q32Attach(platform))
+        throw Failure{"the library can't be started"};
+}
+
+Session::Attachment::~Attachment() {
+    q32Detach();
+}
+
 Session::Session(const Words& common, const std::function<void(CqPlatform& platform)>& prepare)
     : m_Common(common), m_Progress(m_Keys, common.fnHas("quiet")) {
     m_Progress.fnRequire();
-    if (!q32Attach(fnMakePlatform(prepare)))
-        throw Failure{"the library can't be started"};
-    m_bAttached = true;
-    try {
-        if (common.fnHas("scratch"))
-            fnSetScratchFolders(common.fnGetText("scratch"));
-        fnLimitMemory();
-        // What a killed run left behind.
-        q32PosixSweepScratchFiles(fnListScratchFolders());
-    } catch (...) {
-        q32Detach();
-        throw;
-    }
-}
-
-Session::~Session() {
-    if (m_bAttached)
-        q32Detach();
+    m_Attachment.emplace(fnMakePlatform(prepare));
+    if (common.fnHas("scratch"))
+        fnSetScratchFolders(common.fnGetText("scratch"));
+    fnLimitMemory();
+    // What a killed run left behind.
+    q32PosixSweepScratchFiles(fnListScratchFolders());
 }
 
 /// The settings' percentage is computed in 32 bits by the library, and refers to the machine; here
