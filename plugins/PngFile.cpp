@@ -211,7 +211,7 @@ void PngReader::fnReadPasses() {
     }
 }
 
-/// Dithers those pixels of a row that its pass has brought.
+/// Dithers those pixels of a row that its pass contains.
 void PngReader::fnNarrow(const unsigned char* wide, std::uint32_t y, int pass,
                          unsigned char* row) const {
     const std::size_t samples = fnCodecBytes(m_nBitCount);

@@ -138,7 +138,7 @@ void fnConvolveLines(const Line& line, std::size_t first, std::uint8_t* target, 
             _mm512_storeu_si512(target + i, bytes);
         else
             _mm512_mask_storeu_epi8(target + i, fnFirstBytes(count - i), bytes);
-        if (errorBound != 0 && __builtin_expect(fnAnyDoubts({a, b, c, d}, errorBound), 0))
+        if (errorBound != 0 && __builtin_expect(fnAnyUncertain({a, b, c, d}, errorBound), 0))
             fnSettleLine<kWide>(line, first + i, target + i,
                                 count - i < kSamples ? count - i : kSamples);
     }

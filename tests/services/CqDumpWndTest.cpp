@@ -280,7 +280,8 @@ TEST_F(DumpWnd, DestroyingWithoutMemoryLosesOnlyTheLayout) {
 
 namespace {
 
-/// A view with the mandatory functions only, which runs out of memory when asked for its position.
+/// A view with the mandatory functions only, which runs out of memory when it is to report its
+/// position.
 class BareView : public CqDumpView {
 public:
     BareView(std::string& text, CqDumpViewEvents& events) : m_Text(text), m_Events(events) {}

@@ -98,10 +98,10 @@ QWidget* PreferencesDialog::fnMakeMemoryPage(unsigned int levels) {
         if (!on)
             m_pShare->setValue(static_cast<int>(kUsualShare));
     });
-    connect(m_pShare, &QSpinBox::valueChanged, this, &PreferencesDialog::fnTellShare);
+    connect(m_pShare, &QSpinBox::valueChanged, this, &PreferencesDialog::fnShowShare);
     form->addRow(m_pShareOn, m_pShare);
     form->addRow(tr("That is:"), m_pShareBytes);
-    fnTellShare();
+    fnShowShare();
     m_pLevels = new QSpinBox;
     m_pLevels->setObjectName("levels");
     m_pLevels->setRange(0, static_cast<int>(kMaxLevels));
@@ -189,7 +189,7 @@ void PreferencesDialog::fnShowDisks() {
             disk.m_pFree->setText(fault);
         else
             disk.m_pFree->setText(tr("%1 free").arg(
-                fnTellSize(static_cast<std::uint64_t>(QStorageInfo(path).bytesAvailable()))));
+                fnFormatSize(static_cast<std::uint64_t>(QStorageInfo(path).bytesAvailable()))));
         // A disabled disk may be absent for a while, but its path is kept.
         usable = usable && (fault.isEmpty() || (!disk.m_pOn->isChecked() &&
                                                 QFile::encodeName(path).size() <= kMaxTypedBytes));
@@ -197,9 +197,9 @@ void PreferencesDialog::fnShowDisks() {
     m_pOk->setEnabled(usable);
 }
 
-void PreferencesDialog::fnTellShare() {
+void PreferencesDialog::fnShowShare() {
     const std::uint64_t memory = fnGetMachineMemory();
-    m_pShareBytes->setText(fnTellSize(
+    m_pShareBytes->setText(fnFormatSize(
         memory == 0 ? q32GetVMPolicy()->fnGetRamBound()
                     : fnComputeLimit(memory, static_cast<unsigned int>(m_pShare->value()))));
 }
