@@ -114,9 +114,10 @@ TEST(PixelFormat, TheKernelsOfADepthGiveTheColorsThatItUnpacks) {
             for (std::size_t i = 0; i < kCount; ++i) {
                 const PixelColor color = format.m_fnUnpack(&in[i * format.m_nBytes]);
                 for (std::size_t at = 0; at < size; ++at)
-                    if (form.m_Bytes[at])
+                    if (form.m_Bytes[at]) {
                         ASSERT_EQ(out[i * size + at], color.*form.m_Bytes[at])
                             << bits << " bits, " << size << " bytes, pixel " << i;
+                    }
             }
         }
 }
