@@ -1,6 +1,6 @@
 #include "q32Base/framework/CString.h"
 #include "q32Base/framework/Memory.h"
-#include "q32Base/messages/Messages.h"
+#include "q32Base/messages/MessageIds.h"
 #include "q32Base/messages/StringTable_p.h"
 #include "q32Base/platform/CqPlatform.h"
 

@@ -4,10 +4,10 @@
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/memory/PageWalk_p.h"
 #include "q32Base/memory/TileWalk_p.h"
-#include "q32Base/operations/PageWalk_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
 #include "q32Base/operations/Rotate_p.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <algorithm>
 #include <cassert>

@@ -4,10 +4,10 @@
 #include "q32Base/framework/Parallel_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/operations/BandWalk_p.h"
-#include "q32Base/operations/ContribTable_p.h"
 #include "q32Base/operations/ImageStorage_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
 #include "q32Base/operations/TilePieces_p.h"
+#include "q32Base/resampling/ContribTable_p.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <algorithm>
 #include <atomic>

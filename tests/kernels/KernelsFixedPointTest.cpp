@@ -1,4 +1,4 @@
-#include "q32Base/operations/ContribTable_p.h"
+#include "q32Base/resampling/ContribTable_p.h"
 #include "tests/kernels/KernelsTestTools.h"
 
 #include <array>

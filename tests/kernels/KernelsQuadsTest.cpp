@@ -1,7 +1,7 @@
 #include "q32Base/kernels/QuadList_p.h"
-#include "q32Base/operations/ContribTable_p.h"
-#include "q32Base/operations/LineTable_p.h"
-#include "q32Base/operations/QuadTable_p.h"
+#include "q32Base/resampling/ContribTable_p.h"
+#include "q32Base/resampling/LineTable_p.h"
+#include "q32Base/resampling/QuadTable_p.h"
 #include "tests/kernels/KernelsTestTools.h"
 #include "tests/support/Sanitizers.h"
 

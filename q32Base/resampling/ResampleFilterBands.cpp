@@ -1,13 +1,13 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Parallel_p.h"
 #include "q32Base/kernels/Kernels_p.h"
-#include "q32Base/operations/ContribTable_p.h"
-#include "q32Base/operations/FilterChannels_p.h"
-#include "q32Base/operations/LineTable_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
-#include "q32Base/operations/QuadTable_p.h"
-#include "q32Base/operations/Resample_p.h"
-#include "q32Base/operations/SourceRows_p.h"
+#include "q32Base/resampling/ContribTable_p.h"
+#include "q32Base/resampling/FilterChannels_p.h"
+#include "q32Base/resampling/LineTable_p.h"
+#include "q32Base/resampling/QuadTable_p.h"
+#include "q32Base/resampling/Resample_p.h"
+#include "q32Base/resampling/SourceRows_p.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <algorithm>
 #include <cstddef>

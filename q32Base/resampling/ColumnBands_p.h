@@ -1,11 +1,11 @@
 #pragma once
 
 #include "q32Base/framework/Parallel_p.h"
+#include "q32Base/memory/PageWalk_p.h"
 #include "q32Base/memory/TileWalk_p.h"
-#include "q32Base/operations/ContribTable_p.h"
-#include "q32Base/operations/FilterChannels_p.h"
-#include "q32Base/operations/PageWalk_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
+#include "q32Base/resampling/ContribTable_p.h"
+#include "q32Base/resampling/FilterChannels_p.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,9 +1,9 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/kernels/Kernels_p.h"
-#include "q32Base/operations/ColumnBands_p.h"
-#include "q32Base/operations/FilterChannels_p.h"
-#include "q32Base/operations/QuadTable_p.h"
-#include "q32Base/operations/SourceRows_p.h"
+#include "q32Base/resampling/ColumnBands_p.h"
+#include "q32Base/resampling/FilterChannels_p.h"
+#include "q32Base/resampling/QuadTable_p.h"
+#include "q32Base/resampling/SourceRows_p.h"
 
 #include <algorithm>
 #include <cstddef>

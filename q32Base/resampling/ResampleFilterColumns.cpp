@@ -3,12 +3,12 @@
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/kernels/Prefetch_p.h"
 #include "q32Base/memory/TileWalk_p.h"
-#include "q32Base/operations/ColumnBands_p.h"
-#include "q32Base/operations/ContribTable_p.h"
-#include "q32Base/operations/FilterChannels_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
-#include "q32Base/operations/QuadTable_p.h"
-#include "q32Base/operations/Resample_p.h"
+#include "q32Base/resampling/ColumnBands_p.h"
+#include "q32Base/resampling/ContribTable_p.h"
+#include "q32Base/resampling/FilterChannels_p.h"
+#include "q32Base/resampling/QuadTable_p.h"
+#include "q32Base/resampling/Resample_p.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "q32Base/memory/TileWalk_p.h"
-#include "q32Base/operations/ContribTable_p.h"
+#include "q32Base/resampling/ContribTable_p.h"
 
 #include <cstddef>
 #include <cstdint>
