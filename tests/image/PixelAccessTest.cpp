@@ -96,7 +96,7 @@ TEST_F(PixelAccess, WritingStoresExactlyThePixelsOfARectangle) {
         const CRect rect = fnChooseRect(random, image);
         const std::size_t bytes = fnBytesOf(image.BitCount, order);
         Field in(rect, bytes, random() % 2 * (random() % 9));
-        for (unsigned char& byte : in.m_Bytes) // often a color of the palette
+        for (unsigned char& byte : in.m_Bytes) // often a colour of the palette
             byte = static_cast<unsigned char>(random() % 2 ? random() % 3 * 127 : random());
         Rows expected = fnRows(image);
         for (int y = rect.top; y < rect.bottom; ++y)
