@@ -24,7 +24,6 @@ constexpr std::uint64_t kMaxPixelsPerByte = 512;
 /// a byte for so many blocks each. Pictures have some ten scans, and those of more are not empty.
 constexpr unsigned int kFreeScans = 32;
 constexpr std::uint64_t kMaxBlocksPerByte = 256;
-constexpr double kInchesPerMeter = 1 / 0.0254;
 /// Camera and editor metadata (APP1), profiles and further pictures (APP2), print metadata (APP13).
 constexpr int kNoteMarkers[] = {JPEG_APP0 + 1, JPEG_APP0 + 2, JPEG_APP0 + 13};
 constexpr int kDotsPerCentimeterUnit = 2;

@@ -27,7 +27,6 @@ using Bytes = std::unique_ptr<unsigned char[]>;
 constexpr std::uint64_t kMaxRatio = 4096;
 /// Of samples without compression: chroma of YCbCr may be stored for 4 x 4 pixels at a time.
 constexpr std::uint64_t kMaxPlainRatio = 3;
-constexpr double kInchesPerMeter = 1 / 0.0254;
 
 bool fnKnowsTiff(const unsigned char* head, std::size_t count) {
     // Byte order, then 42, or 43 for BigTIFF.

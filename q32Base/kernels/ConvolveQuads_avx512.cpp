@@ -7,11 +7,11 @@ namespace avx512 {
 namespace {
 
 /// The weights of a quad, broadcast.
-struct Weights {
+struct WideWeights {
     Sums m_High;
     Sums m_Middle;
     Sums m_Low;
-    explicit Weights(const QuadWeights& quad)
+    explicit WideWeights(const QuadWeights& quad)
         : m_High(fnBroadcast(quad.m_nHigh)), m_Middle(fnBroadcast(quad.m_nMiddle)),
           m_Low(fnBroadcast(quad.m_nLow)) {}
     inline void fnAddTo(Parts& parts, __m512i samples) const {
@@ -68,7 +68,7 @@ struct RowSums {
             const __m512i cd = _mm512_unpacklo_epi8(c, d);
             const __m512i abHigh = _mm512_unpackhi_epi8(a, b);
             const __m512i cdHigh = _mm512_unpackhi_epi8(c, d);
-            const Weights weights(*quad);
+            const WideWeights weights(*quad);
             weights.fnAddTo(first, _mm512_unpacklo_epi16(ab, cd));
             weights.fnAddTo(second, _mm512_unpackhi_epi16(ab, cd));
             weights.fnAddTo(third, _mm512_unpacklo_epi16(abHigh, cdHigh));
@@ -218,7 +218,7 @@ struct LaneSums {
         const QuadWeights* const end = list.m_pWeights + list.m_nQuads;
         for (const QuadWeights* quad = list.m_pWeights; quad != end;
              ++quad, from += lanes.m_nStride) {
-            const Weights weights(*quad);
+            const WideWeights weights(*quad);
 #pragma GCC unroll 8
             for (std::size_t v = 0; v < kVectors; ++v) {
                 const __m512i samples = _mm512_loadu_si512(from + 64 * v);

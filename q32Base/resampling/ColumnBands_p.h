@@ -60,7 +60,7 @@ public:
 private:
     std::uint32_t fnBandEnd(std::uint32_t y) const;
     std::uint32_t fnPlanBands();
-    double fnBlockTime() const;
+    double fnGetBlockTime() const;
     ColumnBlock fnGetBlock(std::uint32_t unit) const;
     /// Columns of the whole target that take as long as what ends with this block.
     std::uint32_t fnColumnsDone(const ColumnBlock& block) const;

@@ -34,7 +34,7 @@ public:
     const Step* begin() const { return m_pSteps.get(); }
     const Step* end() const { return m_pSteps.get() + m_nSteps; }
     /// The most source pixels of a step, wide sums apart: a multiple of 4.
-    std::size_t fnGetMostPixels() const { return m_nMostPixels; }
+    std::size_t fnGetMaxPixels() const { return m_nMostPixels; }
 
 private:
     void fnWiden(Step& step, const ContribList& list) const;

@@ -1,8 +1,7 @@
 // Files that say how they are to be shown, and what they say about themselves.
-#include "examples/darkroom/model/Orientation.h"
-
 #include "examples/darkroom/model/FileExtras.h"
 #include "examples/darkroom/model/Merge.h"
+#include "examples/darkroom/model/RotateUpright.h"
 #include "tests/darkroom/PictureTools.h"
 #include "tests/support/AttachedTest.h"
 

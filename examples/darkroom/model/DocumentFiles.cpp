@@ -2,8 +2,8 @@
 #include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Document.h"
 #include "examples/darkroom/model/FileExtras.h"
-#include "examples/darkroom/model/Orientation.h"
 #include "examples/darkroom/model/Progress.h"
+#include "examples/darkroom/model/RotateUpright.h"
 
 #include <utility>
 

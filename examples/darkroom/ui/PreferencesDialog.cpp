@@ -38,7 +38,7 @@ constexpr int kPathWidth = 280;
 constexpr int kMaxTypedBytes = kMaxPathBytes - 2; // the library adds a separator
 
 /// A scratch path in the usual notation, without the library's trailing backslash.
-QString fnShowPath(const CString& path) {
+QString fnPrintPath(const CString& path) {
     CqPowerStr bare;
     bare = path;
     bare.fnRemoveSlash();
@@ -143,7 +143,7 @@ void PreferencesDialog::fnAddDisk(unsigned int index, QGridLayout& grid) {
     disk.m_pPath->setObjectName("disk" + number);
     disk.m_pPath->setMinimumWidth(kPathWidth);
     disk.m_pOn->setChecked(policy.fnIsDiskEnabled(index));
-    disk.m_pPath->setText(fnShowPath(policy.fnGetDisk(index)));
+    disk.m_pPath->setText(fnPrintPath(policy.fnGetDisk(index)));
     disk.m_pPath->setAccessibleName(tr("Folder of disk %1").arg(number));
     auto* const browse = new QPushButton(tr("Browse…"));
     browse->setAccessibleName(tr("Browse for disk %1").arg(number));

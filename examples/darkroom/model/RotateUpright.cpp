@@ -1,4 +1,4 @@
-#include "examples/darkroom/model/Orientation.h"
+#include "examples/darkroom/model/RotateUpright.h"
 
 #include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Progress.h"
