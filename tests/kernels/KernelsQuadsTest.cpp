@@ -22,7 +22,7 @@ struct Summed {
     Summed(const std::vector<ContribEntry>& entries, std::int32_t alignment)
         : m_Entries(entries), m_List{static_cast<std::int32_t>(entries.size()), 0, 0, 0,
                                      m_Entries.data()},
-          m_Weights(fnMostQuads(static_cast<std::uint32_t>(entries.size()))),
+          m_Weights(fnFindMaxQuads(static_cast<std::uint32_t>(entries.size()))),
           m_bComplete(fnSetQuadWeights(m_List, alignment, m_Quads, m_Weights.data())) {}
     Summed(const Summed&) = delete;
     Summed& operator=(const Summed&) = delete;
