@@ -29,7 +29,7 @@ struct Field {
           m_nRow(static_cast<std::size_t>(rect.Width()) * pixelBytes) {
         m_Bytes.assign(m_nStride * static_cast<std::size_t>(rect.Height()) + 2, kGuard);
     }
-    unsigned char* fnData() { return m_Bytes.data() + 1; }
+    unsigned char* fnGetData() { return m_Bytes.data() + 1; }
 };
 
 class PixelAccess : public AttachedTest {
@@ -74,11 +74,11 @@ TEST_F(PixelAccess, ReadingGivesEveryPixelOfARectangleInTheRequestedOrder) {
                                        static_cast<unsigned int>(x)),
                               order);
                 std::copy(pixel.begin(), pixel.end(),
-                          expected.fnData() +
+                          expected.fnGetData() +
                               static_cast<std::size_t>(y - rect.top) * expected.m_nStride +
                               static_cast<std::size_t>(x - rect.left) * bytes);
             }
-        ASSERT_TRUE(q32ReadPixels(image, rect, order, out.fnData(), out.m_nStride));
+        ASSERT_TRUE(q32ReadPixels(image, rect, order, out.fnGetData(), out.m_nStride));
         ASSERT_TRUE(out.m_Bytes == expected.m_Bytes)
             << image.BitCount << " bits, order " << order << ", " << image.Width << " x "
             << image.Height << ", from " << rect.left << ", " << rect.top << " to " << rect.right
@@ -101,7 +101,7 @@ TEST_F(PixelAccess, WritingStoresExactlyThePixelsOfARectangle) {
         Rows expected = fnRows(image);
         for (int y = rect.top; y < rect.bottom; ++y)
             for (int x = rect.left; x < rect.right; ++x) {
-                const unsigned char* pixel = in.fnData() +
+                const unsigned char* pixel = in.fnGetData() +
                                              static_cast<std::size_t>(y - rect.top) * in.m_nStride +
                                              static_cast<std::size_t>(x - rect.left) * bytes;
                 fnStore(image.BitCount, expected[static_cast<std::size_t>(y)],
@@ -109,7 +109,7 @@ TEST_F(PixelAccess, WritingStoresExactlyThePixelsOfARectangle) {
                         fnToStored(image, Bytes(pixel, pixel + bytes), order));
             }
         const Bytes before = in.m_Bytes;
-        ASSERT_TRUE(q32WritePixels(image, rect, order, in.fnData(), in.m_nStride));
+        ASSERT_TRUE(q32WritePixels(image, rect, order, in.fnGetData(), in.m_nStride));
         ASSERT_TRUE(fnRows(image) == expected)
             << image.BitCount << " bits, order " << order << ", " << image.Width << " x "
             << image.Height << ", from " << rect.left << ", " << rect.top << " to " << rect.right
