@@ -39,11 +39,12 @@ std::shared_ptr<CqWin32Windows> q32Win32Windows() {
     return std::make_shared<CqWin32Windows>();
 }
 
-std::unique_ptr<CDC> q32Win32DC(HDC dc, int bits) {
+std::unique_ptr<CDC> q32Win32DC(HDC dc, int bits, UINT codePage) {
     using q32::win32::CodePage;
     using q32::win32::DeviceContext;
     if (!dc)
         return nullptr;
-    return std::make_unique<DeviceContext>(
-        dc, DeviceContext::END::KEEP, std::make_shared<const CodePage>(), nullptr, nullptr, bits);
+    return std::make_unique<DeviceContext>(dc, DeviceContext::END::KEEP,
+                                           std::make_shared<const CodePage>(codePage), nullptr,
+                                           nullptr, bits);
 }
