@@ -28,7 +28,7 @@ CqPlatform q32Win32Platform(const std::shared_ptr<CqWin32Windows>& windows,
         options.m_Modules.empty() ? std::vector{::GetModuleHandleW(nullptr)} : options.m_Modules,
         codePage);
     platform.m_pWaveOut = std::make_shared<CqWin32WaveOut>();
-    platform.m_pMixers = std::make_shared<CqWin32Mixers>();
+    platform.m_pMixers = std::make_shared<CqWin32Mixers>(windows->fnGetFailures());
     platform.m_pWork = q32::win32::fnMakeWork(options.m_nConcurrency);
     windows->fnSetCodePage(codePage);
     platform.m_pWindows = windows;
