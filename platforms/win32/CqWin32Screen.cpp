@@ -82,8 +82,7 @@ std::unique_ptr<CqPaletteObject> CqWin32Screen::fnCreatePalette(const LOGPALETTE
 }
 
 void CqWin32Screen::fnPaletteGone(const CPalette& palette) noexcept {
-    for (const auto& dc : m_DCs)
-        dc->fnForgetPalette(palette);
+    DeviceContext::fnForgetPalette(palette);
 }
 
 std::unique_ptr<CqRegionObject> CqWin32Screen::fnCreateRectRegion(const RECT& rect) {
