@@ -317,15 +317,24 @@ void JpegReader::fnRead() {
     fnReadRows();
 }
 
+/// Notes by kind what the host doesn't ask for.
+void fnNoteParts(CodecInput& input, PictureTarget& target) {
+    CqPictureMetadata none;
+    MetadataTarget blocks(none, 0); // no bytes of any
+    fnTakeJpegMetadata(input, blocks);
+    fnRequireRead(input);
+    // Of notes behind the first scan only their presence is known.
+    target.fnNoteReduced(blocks.fnGetParts() != 0 ? blocks.fnGetParts() : PICTURE_PART_OTHER);
+}
+
 void fnReadJpeg(CodecInput& input, PictureTarget& target) {
     const auto reader = std::make_unique<JpegReader>(input, target);
     reader->fnRead();
     if (reader->fnIsDamaged())
         target.fnNotePartial();
-    if (target.fnGetMetadata())
-        target.fnNoteReduced(reader->fnIsCmyk() ? PICTURE_PART_CHANNELS : 0u);
-    else if (reader->fnIsCmyk() || reader->fnHasNotes())
-        target.fnNoteReduced();
+    target.fnNoteReduced(reader->fnIsCmyk() ? PICTURE_PART_CHANNELS : 0u);
+    if (!target.fnGetMetadata() && reader->fnHasNotes())
+        fnNoteParts(input, target);
     fnCollectMetadata(input, target,
                       [&](MetadataTarget& blocks) { fnTakeJpegMetadata(input, blocks); });
 }

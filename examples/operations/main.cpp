@@ -142,7 +142,7 @@ bool fnRun(const char* from, const std::string& folder) {
     std::filesystem::create_directories(folder + "/pictures/operations", ignored);
     std::ofstream page(folder + "/operations.md");
     page << "# Operations, before and after\n\n"
-            "Made by `examples/operations`; scripts/pictures renews it. The picture before is\n\n"
+            "Made by `examples/operations`; `scripts/pictures` renews it. The picture before is\n\n"
             "![before](pictures/operations/before.png)\n";
     const auto save = [&](const char* name, CqImage& image) {
         const std::string path = folder + "/pictures/operations/" + name + ".png";

@@ -44,6 +44,7 @@ public:
 
     /// 1 to 16 enlarges by that factor, -2 to -16 shrinks by 2 to 16. Others are limited.
     int fnGetScale() const { return m_nScale; }
+    /// Sets the scale, with the values of `fnGetScale`.
     /// @param about  the point of the client area that keeps its place
     void fnSetScale(int scale, const POINT& about);
     /// The largest scale up to 1 at which the whole image is visible, or else the smallest.

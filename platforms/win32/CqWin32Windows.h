@@ -102,6 +102,7 @@ private:
 /// The application, whose name is the caption of message boxes.
 class Q32_API CqWin32App : public CWinApp {
 public:
+    /// An application of this name.
     /// @param name  in the code page
     explicit CqWin32App(std::string name) : m_szName(std::move(name)) {
         m_pszAppName = m_szName.c_str();

@@ -22,6 +22,9 @@ constexpr unsigned int kUsualShare = 50;
 /// A decoder gets this part of the memory that the user allows, and at least so much.
 constexpr std::uint64_t kCodecPart = 4;
 constexpr std::uint64_t kMinCodecBytes = std::uint64_t{16} << 20;
+/// Scratch files may be mapped up to this part of it, and at least so far.
+constexpr std::uint64_t kMappedPart = 32;
+constexpr std::uint64_t kMinMappedBytes = std::uint64_t{8} << 20;
 
 CqPlatform fnMakePlatform(const std::function<void(CqPlatform&)>& prepare) {
     CqPosixOptions options;
@@ -55,7 +58,13 @@ Session::Attachment::~Attachment() {
 Session::Session(const Words& common, const std::function<void(CqPlatform& platform)>& prepare)
     : m_Common(common), m_Progress(m_Keys, common.fnHas("quiet")) {
     m_Progress.fnRequire();
-    m_Attachment.emplace(fnMakePlatform(prepare));
+    const CqPlatform platform = fnMakePlatform(prepare);
+    if (common.fnHas("memory")) {
+        const std::uint64_t bytes = fnParseBytes(common.fnGetText("memory")).value();
+        q32PosixLimitViews(platform, std::max(bytes / kMappedPart, kMinMappedBytes));
+        m_Progress.fnSetTrim([platform] { q32PosixTrimViews(platform); });
+    }
+    m_Attachment.emplace(platform);
     if (common.fnHas("scratch"))
         fnSetScratchFolders(common.fnGetText("scratch"));
     fnLimitMemory();
