@@ -25,7 +25,6 @@ namespace {
 constexpr std::uint64_t kMaxRatio = 4096;
 /// Of samples without compression: chroma of YCbCr may be stored for 4 x 4 pixels at a time.
 constexpr std::uint64_t kMaxPlainRatio = 3;
-constexpr double kInchesPerMeter = 1 / 0.0254;
 
 bool fnKnowsTiff(const unsigned char* head, std::size_t count) {
     // Byte order, then 42, or 43 for BigTIFF.
@@ -64,7 +63,7 @@ void fnAllocImage(TIFF* file, const TiffLayout& layout, PictureTarget& target) {
         colors = q32GreyRamp;
         count = 256;
     }
-    target.fnAlloc(layout.m_nWidth, layout.m_nHeight, layout.fnBitCount(), colors, count);
+    target.fnAlloc(layout.m_nWidth, layout.m_nHeight, layout.fnGetBitCount(), colors, count);
 }
 
 /// Memory of the decoder itself, which libtiff doesn't count. Throws for one that takes as much as
@@ -111,7 +110,7 @@ void fnCheckRoom(TIFF* file, const TiffLayout& layout, std::uint64_t fileBytes) 
     const CheckedSize across = CheckedSize(layout.m_nWidth).fnDivideUp(layout.m_nTileWidth);
     const auto rowBytes =
         (across * fnSampleBytes(layout.m_nTileWidth, layout)).fnGetOrThrow<std::uint64_t>();
-    const unsigned int planes = layout.m_bSeparate ? std::max(layout.fnUsedSamples(), 1u) : 1;
+    const unsigned int planes = layout.m_bSeparate ? std::max(layout.fnGetUsedSamples(), 1u) : 1;
     const auto rows = (CheckedSize(layout.m_nHeight).fnAlignUp(unitHeight) * planes)
                           .fnGetOrThrow<std::uint64_t>();
     if (bounded)
@@ -157,7 +156,7 @@ unsigned int fnFindParts(TIFF* file, const TiffTags& tags, const TiffLayout& lay
     note(!TIFFLastDirectory(file), PICTURE_PART_PAGES);
     note(layout.m_nBits > 8, PICTURE_PART_DEPTH);
     note(layout.m_eKind == TIFF_OTHER || layout.m_eKind == TIFF_CMYK ||
-             layout.m_nSamples > layout.fnUsedSamples(),
+             layout.m_nSamples > layout.fnGetUsedSamples(),
          PICTURE_PART_CHANNELS);
     note(!metadata && fnGetOrientation(file) != ORIENTATION_TOPLEFT, PICTURE_PART_ORIENTATION);
     note(tags.fnHasLeftOutTitle() ||

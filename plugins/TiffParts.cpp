@@ -64,7 +64,7 @@ TiffPartDecoder::TiffPartDecoder(const TiffReading& reading, std::size_t rowByte
       m_Writer(reading.m_Target.fnGetImage(), PIXEL_STORED),
       m_Decoded(std::make_unique<unsigned char[]>(partBytes)),
       m_Pixels(std::make_unique<unsigned char[]>(std::size_t{m_Layout.m_nTileWidth} *
-                                                 fnCodecBytes(m_Layout.fnBitCount()))) {
+                                                 fnCodecBytes(m_Layout.fnGetBitCount()))) {
     m_bDeflate = fnIsDeflated(m_File);
     // A strip that is read row by row is decoded by zlib, and a complete part by another library,
     // which doesn't accept the same damage.

@@ -40,7 +40,9 @@ public:
     }
 
 private:
-    std::uint64_t fnPlanes() const { return m_Layout.m_bSeparate ? m_Layout.fnUsedSamples() : 1; }
+    std::uint64_t fnGetPlaneCount() const {
+        return m_Layout.m_bSeparate ? m_Layout.fnGetUsedSamples() : 1;
+    }
     std::size_t fnCountPart(CheckedSize given, CheckedSize needed);
     Bytes fnMakePart(CheckedSize given, CheckedSize needed);
     void fnCountWidened(std::uint32_t columns);
@@ -159,10 +161,10 @@ void TiffReader::fnReadRows() {
     const std::uint32_t height = m_Layout.m_nHeight;
     const std::size_t rowBytes =
         fnCountPart(TIFFScanlineSize64(m_File), fnSampleBytes(width, m_Layout));
-    const Bytes pixels = fnMakePart(CheckedSize(width) * fnCodecBytes(m_Layout.fnBitCount()), 0);
+    const Bytes pixels = fnMakePart(CheckedSize(width) * fnCodecBytes(m_Layout.fnGetBitCount()), 0);
     fnCountWidened(width);
     std::uint64_t done = 0;
-    const auto report = [&] { m_Target.fnReport(++done, fnPlanes() * height); };
+    const auto report = [&] { m_Target.fnReport(++done, fnGetPlaneCount() * height); };
     TiffParts strips =
         fnDivide(rowBytes, (CheckedSize(rowBytes) * m_Layout.m_nTileHeight).fnGetOrThrow());
     const Bytes samples = std::make_unique<unsigned char[]>(strips.fnAreDivided() ? rowBytes : 0);
@@ -180,7 +182,7 @@ void TiffReader::fnReadRows() {
     };
     if (strips.fnAreDivided())
         return fnReadParts(strips, readStrip, reportStrip);
-    for (unsigned int plane = 0; plane < fnPlanes(); ++plane) {
+    for (unsigned int plane = 0; plane < fnGetPlaneCount(); ++plane) {
         RowBands rows(height, rowBytes, static_cast<double>(rowBytes) * kSampleTime,
                       fnGetBandBytes());
         rows.fnRead([&](std::uint32_t y, unsigned char* row) { fnReadScanline(y, plane, row); },
@@ -207,11 +209,13 @@ void TiffReader::fnReadTiles() {
         fnCountPart(TIFFTileSize64(m_File), CheckedSize(tileRow) * m_Layout.m_nTileHeight);
     const Bytes samples = std::make_unique<unsigned char[]>(tileBytes);
     const Bytes pixels =
-        fnMakePart(CheckedSize(tileWidth) * fnCodecBytes(m_Layout.fnBitCount()), 0);
+        fnMakePart(CheckedSize(tileWidth) * fnCodecBytes(m_Layout.fnGetBitCount()), 0);
     fnCountWidened(tileWidth);
     const std::uint32_t tiles = fnCountParts(m_Layout);
     std::uint64_t done = 0;
-    const auto report = [&](std::uint32_t) { m_Target.fnReport(++done, fnPlanes() * tiles); };
+    const auto report = [&](std::uint32_t) {
+        m_Target.fnReport(++done, fnGetPlaneCount() * tiles);
+    };
     const auto readTile = [&](std::uint32_t index, unsigned int plane) {
         const TiffPart tile = fnGetPart(m_Layout, index);
         fnReadTile(tile, plane, samples.get(), tileBytes);
@@ -224,7 +228,7 @@ void TiffReader::fnReadTiles() {
     if (parts.fnAreDivided())
         return fnReadParts(
             parts, [&](std::uint32_t index) { readTile(index, 0); }, report);
-    for (unsigned int plane = 0; plane < fnPlanes(); ++plane)
+    for (unsigned int plane = 0; plane < fnGetPlaneCount(); ++plane)
         for (std::uint32_t index = 0; index < tiles; ++index)
             readTile(index, plane);
 }

@@ -30,7 +30,7 @@ struct Line {
     inline const std::uint8_t* fnWindow(std::size_t group) const {
         return m_pSamples + (m_Sums.m_pFirst[group] - m_nOrigin);
     }
-    inline std::size_t fnStep() const { return std::size_t{4} * m_Sums.m_nChannels; }
+    inline std::size_t fnGetStep() const { return std::size_t{4} * m_Sums.m_nChannels; }
 };
 
 /// Groups one after another. It holds copies of what the sums point at: otherwise each byte stored
@@ -48,7 +48,7 @@ struct Groups {
         : m_pSamples(line.m_pSamples), m_nOrigin(line.m_nOrigin),
           m_pFirst(line.m_Sums.m_pFirst + group), m_pGroup(line.m_Sums.m_pGroups + group),
           m_pWeights(line.m_Sums.m_pWeights + group * line.m_Sums.m_nQuads),
-          m_nQuads(line.m_Sums.m_nQuads), m_nStep(line.fnStep()) {}
+          m_nQuads(line.m_Sums.m_nQuads), m_nStep(line.fnGetStep()) {}
 
     /// The sums of the next group. If kQuads is 0, m_nQuads says how many quads there are.
     template <bool kWide, std::size_t kQuads>
@@ -88,7 +88,7 @@ __mmask16 fnFindFlat(const Line& line, std::size_t group, __m128i& values) {
         const __m512i other = _mm512_xor_si512(fnGather<kWide>(window, places), all);
         off = _mm512_or_si512(off, _mm512_maskz_mov_epi8(counts, other));
         pixel = _mm512_add_epi8(pixel, _mm512_set1_epi8(4));
-        window += line.fnStep();
+        window += line.fnGetStep();
     }
     const __m128i bytes = _mm512_cvtepi32_epi8(value);
     const __mmask16 less =
@@ -138,7 +138,7 @@ void fnConvolveLines(const Line& line, std::size_t first, std::uint8_t* target, 
             _mm512_storeu_si512(target + i, bytes);
         else
             _mm512_mask_storeu_epi8(target + i, fnFirstBytes(count - i), bytes);
-        if (errorBound != 0 && __builtin_expect(fnAnyDoubts({a, b, c, d}, errorBound), 0))
+        if (errorBound != 0 && __builtin_expect(fnAnyUncertain({a, b, c, d}, errorBound), 0))
             fnSettleLine<kWide>(line, first + i, target + i,
                                 count - i < kSamples ? count - i : kSamples);
     }

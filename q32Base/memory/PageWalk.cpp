@@ -1,4 +1,4 @@
-#include "q32Base/operations/PageWalk_p.h"
+#include "q32Base/memory/PageWalk_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/kernels/Kernels_p.h"
-#include "q32Base/operations/ContribTable_p.h"
-#include "q32Base/operations/QuadTable_p.h"
+#include "q32Base/resampling/ContribTable_p.h"
+#include "q32Base/resampling/QuadTable_p.h"
 
 #include <algorithm>
 #include <cassert>
@@ -49,7 +49,7 @@ struct Deviation {
             (off < 0.0 ? m_dLeast : m_dMost) += 255.0 * off;
         }
     }
-    double fnSpan() const { return m_dMost - m_dLeast; }
+    double fnGetSpan() const { return m_dMost - m_dLeast; }
 };
 
 /// A weight as three signed bytes.
@@ -122,17 +122,17 @@ bool fnSetQuadWeights(const ContribList& list, std::int32_t alignment, QuadList&
     quads.m_nFlatMax = -1;
     fnSetWeights(pixels, alignment, quads, weights);
     assert(quads.m_nQuads > 0 && static_cast<std::uint32_t>(quads.m_nQuads) <=
-                                     fnMostQuads(static_cast<std::uint32_t>(list.m_nCount)));
+                                     fnFindMaxQuads(static_cast<std::uint32_t>(list.m_nCount)));
     const Deviation off(pixels);
     const double denominator = fnDenominator(list);
-    if (denominator != 0.0 && off.fnSpan() / 2.0 + 2.0 < 0.49 * kOne / denominator) {
+    if (denominator != 0.0 && off.fnGetSpan() / 2.0 + 2.0 < 0.49 * kOne / denominator) {
         const double center = (off.m_dLeast + off.m_dMost) / 2.0;
         quads.m_nBias = static_cast<std::int32_t>(0.5 * kOne / denominator - center);
         quads.m_nErrorBound = 0;
         return true;
     }
     quads.m_nBias = static_cast<std::int32_t>(std::ceil(-off.m_dLeast)) + 1;
-    quads.m_nErrorBound = static_cast<std::uint32_t>(std::ceil(off.fnSpan())) + 3;
+    quads.m_nErrorBound = static_cast<std::uint32_t>(std::ceil(off.fnGetSpan())) + 3;
     quads.m_nFlatMax = fnFindFlatMax(list);
     return true;
 }
@@ -140,7 +140,7 @@ bool fnSetQuadWeights(const ContribList& list, std::int32_t alignment, QuadList&
 QuadTable::QuadTable(const ContribTable& table, std::uint32_t count, std::int32_t alignment) {
     if (table.fnGetCapacity() > kMaxQuadEntries)
         return;
-    const std::size_t quads = fnMostQuads(table.fnGetCapacity());
+    const std::size_t quads = fnFindMaxQuads(table.fnGetCapacity());
     m_pLists.reset(fnNewArray<QuadList>(count));
     m_pWeights.reset(fnNewArray<QuadWeights>(count * quads));
     m_bComplete = true;

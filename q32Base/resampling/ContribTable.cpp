@@ -1,6 +1,6 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/kernels/Epsilon.h"
-#include "q32Base/operations/ContribTable_p.h"
+#include "q32Base/resampling/ContribTable_p.h"
 
 #include <algorithm>
 #include <cassert>

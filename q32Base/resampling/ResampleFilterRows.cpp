@@ -3,12 +3,12 @@
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/kernels/QuadList_p.h"
 #include "q32Base/memory/TileWalk_p.h"
-#include "q32Base/operations/ContribTable_p.h"
-#include "q32Base/operations/FilterChannels_p.h"
-#include "q32Base/operations/LineTable_p.h"
-#include "q32Base/operations/QuadTable_p.h"
-#include "q32Base/operations/Resample_p.h"
-#include "q32Base/operations/RowBands_p.h"
+#include "q32Base/resampling/ContribTable_p.h"
+#include "q32Base/resampling/FilterChannels_p.h"
+#include "q32Base/resampling/LineTable_p.h"
+#include "q32Base/resampling/QuadTable_p.h"
+#include "q32Base/resampling/Resample_p.h"
+#include "q32Base/resampling/RowBands_p.h"
 
 #include <algorithm>
 #include <memory>
@@ -28,7 +28,7 @@ public:
           m_nChannels(fnFilterChannels(source.fnGetBytesPerPixel())), m_Table(table),
           m_pQuads(quads) {
         constexpr std::size_t kColumns = RowSteps::kMaxColumns;
-        const std::size_t pixels = steps.fnGetMostPixels();
+        const std::size_t pixels = steps.fnGetMaxPixels();
         const std::size_t pixelBytes = std::size_t{m_nChannels} * kFilterLanes;
         m_pLanes.reset(fnNewArray<unsigned char>(pixels * pixelBytes));
         if (!quads && !table.fnIsFixedPoint()) {
@@ -83,7 +83,7 @@ private:
                     m_Source.fnAt(static_cast<std::uint32_t>(entry.m_nPixel), y + r);
                 unsigned char unpacked[3];
                 if (m_pUnpacked) {
-                    fnUnpack16(from, unpacked, 1);
+                    fnUnpackChannels16(from, unpacked, 1);
                     from = unpacked;
                 }
                 for (std::uint32_t c = 0; c < m_nChannels; ++c)
@@ -105,7 +105,7 @@ private:
                 const std::uint8_t* row = m_Source.fnAt(x, y + std::min(r, rows - 1));
                 if (m_pUnpacked) {
                     unsigned char* unpacked = m_pUnpacked.get() + r * bytes;
-                    fnUnpack16(row, unpacked, end - x);
+                    fnUnpackChannels16(row, unpacked, end - x);
                     row = unpacked;
                 }
                 from[r] = row;
@@ -132,7 +132,7 @@ private:
             fnKernels().fnLanesToRows(sums, to, bytes);
             if (m_pUnpacked)
                 for (std::uint32_t r = 0; r < rows; ++r)
-                    fnPack16(to[r], m_Target.fnAt(x, y + r), count);
+                    fnPackChannels16(to[r], m_Target.fnAt(x, y + r), count);
             sums += bytes * kFilterLanes;
             x += count;
         }

@@ -1,13 +1,13 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Parallel_p.h"
 #include "q32Base/kernels/Kernels_p.h"
-#include "q32Base/operations/ContribTable_p.h"
-#include "q32Base/operations/FilterChannels_p.h"
-#include "q32Base/operations/LineTable_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
-#include "q32Base/operations/QuadTable_p.h"
-#include "q32Base/operations/Resample_p.h"
-#include "q32Base/operations/SourceRows_p.h"
+#include "q32Base/resampling/ContribTable_p.h"
+#include "q32Base/resampling/FilterChannels_p.h"
+#include "q32Base/resampling/LineTable_p.h"
+#include "q32Base/resampling/QuadTable_p.h"
+#include "q32Base/resampling/Resample_p.h"
+#include "q32Base/resampling/SourceRows_p.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -50,10 +50,10 @@ struct BandPlan {
             range = range.fnJoin(RowRange(m_Columns[y]));
         return range;
     }
-    std::uint32_t fnMostSourceRows() const {
+    std::uint32_t fnGetMaxSourceRows() const {
         std::uint32_t most = 0;
         for (std::uint32_t band = 0; band < fnCountBands(); ++band)
-            most = std::max(most, fnSource(band).fnCount());
+            most = std::max(most, fnSource(band).fnGetCount());
         return most;
     }
 
@@ -96,8 +96,8 @@ private:
                 const std::uint32_t needed =
                     static_cast<std::uint32_t>(list.m_nMost) - range.m_nTop + 1;
                 m_Rows.fnPrefetchTo(needed, needed + ahead, bytes);
-                if (needed + ahead > range.fnCount() && end < width)
-                    m_Next.fnPrefetchTo(0, needed + ahead - range.fnCount(),
+                if (needed + ahead > range.fnGetCount() && end < width)
+                    m_Next.fnPrefetchTo(0, needed + ahead - range.fnGetCount(),
                                         std::size_t{fnEnd(end) - end} * m_nChannels);
                 fnKernels().fnConvolveQuadRows(
                     m_Rows.fnFrom(static_cast<std::uint32_t>(list.m_nLeast) - range.m_nTop), list,
@@ -206,7 +206,7 @@ std::optional<bool> fnFilterInBands(const PixelArea& source, const PixelArea& ta
     const std::uint32_t entries = std::max(columns.fnGetCapacity(), rows.fnGetCapacity());
     const Parallel bands(plan.fnCountBands(),
                          fnBandRowTime(source, target, entries) * plan.m_nRows);
-    PerWorker<BandFilter> filters(bands, source, target, plan, plan.fnMostSourceRows());
+    PerWorker<BandFilter> filters(bands, source, target, plan, plan.fnGetMaxSourceRows());
     BandReports reports(progress, source.fnGetWidth(), target.fnGetHeight(), plan.fnCountBands());
     return reports.fnRun(bands, [&](std::uint32_t worker, std::uint32_t band, std::uint32_t end) {
         for (; band < end; ++band)

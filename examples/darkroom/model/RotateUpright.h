@@ -9,6 +9,6 @@ namespace darkroom {
 /// @param orientation  from 1 to 8, as in CqPictureMetadata; others change nothing
 /// @return false when the user aborted it, with the picture in any state
 /// Raises the memory exception.
-bool fnTurnUpright(CqImage& image, unsigned int orientation, CqProgressDisplay* progress);
+bool fnRotateUpright(CqImage& image, unsigned int orientation, CqProgressDisplay* progress);
 
 } // namespace darkroom

@@ -1,5 +1,5 @@
 #include "q32Base/framework/Memory.h"
-#include "q32Base/operations/ColumnBands_p.h"
+#include "q32Base/resampling/ColumnBands_p.h"
 
 #include <algorithm>
 #include <cassert>
@@ -13,7 +13,7 @@ ColumnBands::ColumnBands(const PixelArea& source, const PixelArea& target,
       m_bScratch(source.fnIsScratch() || target.fnIsScratch()), m_nColumns(columns),
       m_nAcross((target.fnGetWidth() - 1) / columns + 1),
       m_Blocks(m_bScratch ? Parallel(m_nAcross * fnPlanBands())
-                          : Parallel(m_nAcross * fnPlanBands(), fnBlockTime())),
+                          : Parallel(m_nAcross * fnPlanBands(), fnGetBlockTime())),
       m_SourceWalk(source, VIEW_READ_NEXT, {false, false, false, columns}),
       m_TargetWalk(target, VIEW_WRITE_NEXT, {false, false, false, columns}) {}
 
@@ -52,7 +52,7 @@ std::uint32_t ColumnBands::fnPlanBands() {
 }
 
 /// Roughly, in nanoseconds.
-double ColumnBands::fnBlockTime() const {
+double ColumnBands::fnGetBlockTime() const {
     constexpr double kSampleTime = 0.1;
     constexpr double kEntryTime = 0.02;
     return (kSampleTime + kEntryTime * m_Table.fnGetCapacity()) *

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "q32Base/framework/Parallel_p.h"
+#include "q32Base/memory/PageWalk_p.h"
 #include "q32Base/memory/TileWalk_p.h"
-#include "q32Base/operations/PageWalk_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
-#include "q32Base/operations/RowSteps_p.h"
+#include "q32Base/resampling/RowSteps_p.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "q32Base/memory/TileWalk_p.h"
-#include "q32Base/operations/ContribTable_p.h"
+#include "q32Base/resampling/ContribTable_p.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -34,7 +34,7 @@ public:
     const Step* begin() const { return m_pSteps.get(); }
     const Step* end() const { return m_pSteps.get() + m_nSteps; }
     /// The most source pixels of a step, wide sums apart: a multiple of 4.
-    std::size_t fnGetMostPixels() const { return m_nMostPixels; }
+    std::size_t fnGetMaxPixels() const { return m_nMostPixels; }
 
 private:
     void fnWiden(Step& step, const ContribList& list) const;

@@ -1,5 +1,5 @@
 #include "q32Base/framework/Memory.h"
-#include "q32Base/operations/RowSteps_p.h"
+#include "q32Base/resampling/RowSteps_p.h"
 
 #include <algorithm>
 #include <cassert>

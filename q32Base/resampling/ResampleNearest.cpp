@@ -3,8 +3,8 @@
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/kernels/StreamPixels_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
-#include "q32Base/operations/Resample_p.h"
+#include "q32Base/resampling/Resample_p.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <cstring>
 #include <memory>

@@ -2,8 +2,8 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/memory/PixelBlock.h"
 #include "q32Base/memory/TileWalk_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
-#include "q32Base/operations/Resample_p.h"
+#include "q32Base/resampling/Resample_p.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <algorithm>
 #include <memory>

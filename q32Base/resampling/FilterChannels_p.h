@@ -16,7 +16,8 @@ inline std::uint32_t fnFilterChannels(std::uint32_t bytesPerPixel) {
 }
 
 /// Unpacks 16-bit pixels to three channels each; green contains bits of red and blue, deliberately.
-inline void fnUnpack16(const unsigned char* source, unsigned char* target, std::size_t count) {
+inline void fnUnpackChannels16(const unsigned char* source, unsigned char* target,
+                               std::size_t count) {
     for (std::size_t i = 0; i < count; ++i, source += 2, target += 3) {
         const Rgb8 color = fnReadRgb565MixedGreen(source);
         target[0] = color.m_nRed;
@@ -26,7 +27,8 @@ inline void fnUnpack16(const unsigned char* source, unsigned char* target, std::
 }
 
 /// Packs three channels to 16-bit pixels, in the byte order of images.
-inline void fnPack16(const unsigned char* source, unsigned char* target, std::size_t count) {
+inline void fnPackChannels16(const unsigned char* source, unsigned char* target,
+                             std::size_t count) {
     for (std::size_t i = 0; i < count; ++i, source += 3, target += 2)
         fnWriteRgb565(target, {source[0], source[1], source[2]});
 }

@@ -34,7 +34,7 @@ std::unique_ptr<QuadTable> fnMakeQuads(const ContribTable& table, std::uint32_t 
                                        std::int32_t alignment);
 
 /// Sets the integer sum of a list. False if it has none: for too many entries or too large weights.
-/// @param weights  receives the weights; fnMostQuads of the entries are enough
+/// @param weights  receives the weights; fnFindMaxQuads of the entries are enough
 bool fnSetQuadWeights(const ContribList& list, std::int32_t alignment, QuadList& quads,
                       QuadWeights* weights);
 
@@ -42,7 +42,7 @@ bool fnSetQuadWeights(const ContribList& list, std::int32_t alignment, QuadList&
 inline constexpr std::uint32_t kMaxQuadEntries = 500;
 
 /// The most quads of a list of `entries` entries, at any alignment.
-constexpr std::uint32_t fnMostQuads(std::uint32_t entries) {
+constexpr std::uint32_t fnFindMaxQuads(std::uint32_t entries) {
     return (entries + 6) / 4;
 }
 

@@ -25,7 +25,7 @@ struct RowRange {
         joined.m_nLast = std::max(m_nLast, other.m_nLast);
         return joined;
     }
-    std::uint32_t fnCount() const { return m_nLast - m_nTop + 1; }
+    std::uint32_t fnGetCount() const { return m_nLast - m_nTop + 1; }
 };
 
 /// Where the rows of a block of columns lie, for sums in quads.
@@ -43,15 +43,15 @@ public:
         for (std::uint32_t y = range.m_nTop; y <= range.m_nLast; y = next) {
             next = std::min(source.fnRowsEnd(y), range.m_nLast + 1);
             const unsigned char* at = source.fnAt(x, y);
-            for (std::uint32_t row = y; row < next; ++row, at += source.fnStride(x))
+            for (std::uint32_t row = y; row < next; ++row, at += source.fnGetStride(x))
                 *to++ = place(at, row - range.m_nTop);
         }
-        m_nCount = range.fnCount();
+        m_nCount = range.fnGetCount();
         m_nFetched = 0;
         std::fill_n(to, kSpareRows, to[-1]);
     }
 
-    std::uint32_t fnCount() const { return m_nCount; }
+    std::uint32_t fnGetCount() const { return m_nCount; }
     /// The addresses of a row and those after it.
     const unsigned char* const* fnFrom(std::uint32_t row) const { return m_pRows.get() + row; }
 

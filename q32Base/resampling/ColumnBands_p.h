@@ -1,11 +1,11 @@
 #pragma once
 
 #include "q32Base/framework/Parallel_p.h"
+#include "q32Base/memory/PageWalk_p.h"
 #include "q32Base/memory/TileWalk_p.h"
-#include "q32Base/operations/ContribTable_p.h"
-#include "q32Base/operations/FilterChannels_p.h"
-#include "q32Base/operations/PageWalk_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
+#include "q32Base/resampling/ContribTable_p.h"
+#include "q32Base/resampling/FilterChannels_p.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <cstdint>
 #include <memory>
@@ -60,7 +60,7 @@ public:
 private:
     std::uint32_t fnBandEnd(std::uint32_t y) const;
     std::uint32_t fnPlanBands();
-    double fnBlockTime() const;
+    double fnGetBlockTime() const;
     ColumnBlock fnGetBlock(std::uint32_t unit) const;
     /// Columns of the whole target that take as long as what ends with this block.
     std::uint32_t fnColumnsDone(const ColumnBlock& block) const;

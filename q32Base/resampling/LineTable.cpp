@@ -1,7 +1,7 @@
 #include "q32Base/framework/Memory.h"
-#include "q32Base/operations/ContribTable_p.h"
-#include "q32Base/operations/LineTable_p.h"
-#include "q32Base/operations/QuadTable_p.h"
+#include "q32Base/resampling/ContribTable_p.h"
+#include "q32Base/resampling/LineTable_p.h"
+#include "q32Base/resampling/QuadTable_p.h"
 
 #include <algorithm>
 #include <cassert>
@@ -132,7 +132,7 @@ bool LineTable::fnSetFlats(const QuadTable& quads, std::size_t group) {
     for (std::size_t i = 0; i < kLineGroup && group * kLineGroup + i < m_nSamples; ++i) {
         const std::size_t at = group * kLineGroup + i;
         const QuadList& list = quads[static_cast<std::uint32_t>(at / channels)];
-        // A list without doubts of its own may still be in doubt by the bound of another.
+        // A list whose own sums are exact may still be uncertain by the bound of another.
         const std::int16_t most =
             list.m_nErrorBound != 0 ? list.m_nFlatMax : fnFindFlatMax(*list.m_pExact);
         if (most < 0)

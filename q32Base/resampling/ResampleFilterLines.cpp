@@ -1,9 +1,9 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/kernels/Kernels_p.h"
-#include "q32Base/operations/FilterChannels_p.h"
-#include "q32Base/operations/LineTable_p.h"
-#include "q32Base/operations/QuadTable_p.h"
-#include "q32Base/operations/RowBands_p.h"
+#include "q32Base/resampling/FilterChannels_p.h"
+#include "q32Base/resampling/LineTable_p.h"
+#include "q32Base/resampling/QuadTable_p.h"
+#include "q32Base/resampling/RowBands_p.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -36,7 +36,7 @@ public:
     }
 
     std::span<const RowSteps::Step> fnGetAll() const { return {m_pSteps.get(), m_nSteps}; }
-    std::size_t fnGetMostPixels() const { return m_nMostPixels; }
+    std::size_t fnGetMaxPixels() const { return m_nMostPixels; }
 
 private:
     static constexpr std::size_t kTableBytes = 24 * 1024;
@@ -61,9 +61,8 @@ public:
     LineFilter(const PixelArea& source, const PixelArea& target, const LineTable& lines,
                const LineSteps& steps)
         : m_Source(source), m_Target(target), m_Sums(lines.fnGetSums()),
-          m_nStride(
-              (steps.fnGetMostPixels() * m_Sums.m_nChannels + lines.fnGetReach() + kLine - 1) /
-              kLine * kLine),
+          m_nStride((steps.fnGetMaxPixels() * m_Sums.m_nChannels + lines.fnGetReach() + kLine - 1) /
+                    kLine * kLine),
           m_pRows(fnNewArray<unsigned char>(kRows * m_nStride)) {
         std::fill_n(m_pRows.get(), kRows * m_nStride, static_cast<unsigned char>(0));
         if (source.fnGetBytesPerPixel() == 2)
@@ -92,9 +91,9 @@ private:
             unsigned char* to = m_pRows.get() + std::size_t{x - step.m_nFirst} * m_Sums.m_nChannels;
             const unsigned char* from = m_Source.fnAt(x, y);
             for (std::uint32_t r = 0; r < rows;
-                 ++r, to += m_nStride, from += m_Source.fnStride(x)) {
+                 ++r, to += m_nStride, from += m_Source.fnGetStride(x)) {
                 if (m_pResults)
-                    fnUnpack16(from, to, end - x);
+                    fnUnpackChannels16(from, to, end - x);
                 else
                     std::memcpy(to, from, std::size_t{end - x} * m_Sums.m_nChannels);
             }
@@ -111,7 +110,7 @@ private:
                                        m_pResults ? m_pResults.get() : target,
                                        std::size_t{end - x} * m_Sums.m_nChannels);
             if (m_pResults)
-                fnPack16(m_pResults.get(), target, end - x);
+                fnPackChannels16(m_pResults.get(), target, end - x);
         }
     }
 

@@ -1,8 +1,8 @@
 // Pictures whose intermediate image would be larger than the caches: both passes of the filter are
 // done band by band where the processor has AVX-512.
 
-#include "tests/operations/PlainResample.h"
 #include "tests/operations/StepDisplay.h"
+#include "tests/resampling/PlainResample.h"
 #include "tests/support/AttachedTest.h"
 #include "tests/support/FailingAllocator.h"
 

@@ -3,12 +3,12 @@
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/kernels/Prefetch_p.h"
 #include "q32Base/memory/TileWalk_p.h"
-#include "q32Base/operations/ColumnBands_p.h"
-#include "q32Base/operations/ContribTable_p.h"
-#include "q32Base/operations/FilterChannels_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
-#include "q32Base/operations/QuadTable_p.h"
-#include "q32Base/operations/Resample_p.h"
+#include "q32Base/resampling/ColumnBands_p.h"
+#include "q32Base/resampling/ContribTable_p.h"
+#include "q32Base/resampling/FilterChannels_p.h"
+#include "q32Base/resampling/QuadTable_p.h"
+#include "q32Base/resampling/Resample_p.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <algorithm>
 #include <cstring>
@@ -135,7 +135,7 @@ private:
         if constexpr (std::is_same_v<Sample, std::uint8_t>) {
             if (m_pUnpacked || m_Source.fnRunEnd(x) < end)
                 return false;
-            const std::ptrdiff_t stride = m_Source.fnStride(x);
+            const std::ptrdiff_t stride = m_Source.fnGetStride(x);
             const std::uint8_t* at = nullptr;
             std::uint32_t next = 0;
             std::uint32_t tileEnd = 0;
@@ -185,7 +185,7 @@ private:
             const std::size_t samples = std::size_t{next - x} * m_nChannels;
             const unsigned char* from = m_Source.fnAt(x, static_cast<std::uint32_t>(y));
             if (m_pUnpacked) {
-                fnUnpack16(from, m_pUnpacked.get(), next - x);
+                fnUnpackChannels16(from, m_pUnpacked.get(), next - x);
                 from = m_pUnpacked.get();
             }
             fnTakeSamples(from, to, samples);
@@ -201,7 +201,7 @@ private:
             next = std::min(end, m_Target.fnRunEnd(x));
             const std::size_t samples = std::size_t{next - x} * m_nChannels;
             if (m_pUnpacked)
-                fnPack16(from, m_Target.fnAt(x, y), next - x);
+                fnPackChannels16(from, m_Target.fnAt(x, y), next - x);
             else
                 std::memcpy(m_Target.fnAt(x, y), from, samples);
             from += samples;

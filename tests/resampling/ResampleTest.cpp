@@ -1,7 +1,7 @@
 #include "q32Base/kernels/ContribList_p.h"
 #include "q32Base/kernels/StreamPixels_p.h"
-#include "tests/operations/PlainResample.h"
 #include "tests/operations/StepDisplay.h"
+#include "tests/resampling/PlainResample.h"
 #include "tests/support/AttachedTest.h"
 #include "tests/support/FailingAllocator.h"
 

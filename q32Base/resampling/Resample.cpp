@@ -2,9 +2,9 @@
 #include "q32Base/image/CqImage.h"
 #include "q32Base/kernels/Epsilon.h"
 #include "q32Base/memory/CqTileMap_p.h"
-#include "q32Base/operations/Resample_p.h"
 #include "q32Base/pixels/PixelFormat_p.h"
 #include "q32Base/platform/Checked_p.h"
+#include "q32Base/resampling/Resample_p.h"
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <cmath>

@@ -1,9 +1,9 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/kernels/Kernels_p.h"
-#include "q32Base/operations/ColumnBands_p.h"
-#include "q32Base/operations/FilterChannels_p.h"
-#include "q32Base/operations/QuadTable_p.h"
-#include "q32Base/operations/SourceRows_p.h"
+#include "q32Base/resampling/ColumnBands_p.h"
+#include "q32Base/resampling/FilterChannels_p.h"
+#include "q32Base/resampling/QuadTable_p.h"
+#include "q32Base/resampling/SourceRows_p.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -20,10 +20,10 @@ public:
                 const QuadTable& quads)
         : m_Source(source), m_Target(target), m_Quads(quads),
           m_nChannels(fnFilterChannels(source.fnGetBytesPerPixel())),
-          m_nMostRows(std::min(std::max(kPieceRows, table.fnGetCapacity()), source.fnGetHeight())),
-          m_Rows(m_nMostRows) {
+          m_nMaxRows(std::min(std::max(kPieceRows, table.fnGetCapacity()), source.fnGetHeight())),
+          m_Rows(m_nMaxRows) {
         if (source.fnGetBytesPerPixel() == 2) {
-            m_pUnpacked.reset(fnNewArray<unsigned char>(std::size_t{m_nMostRows} * kBlock * 3));
+            m_pUnpacked.reset(fnNewArray<unsigned char>(std::size_t{m_nMaxRows} * kBlock * 3));
             m_pSums.reset(fnNewArray<unsigned char>(kBlock * std::size_t{3}));
         }
     }
@@ -37,7 +37,7 @@ public:
             std::uint32_t next = y + 1;
             for (; next < block.m_nBottom; ++next) {
                 const RowRange wider = range.fnJoin(RowRange(m_Quads[next]));
-                if (wider.fnCount() > m_nMostRows)
+                if (wider.fnGetCount() > m_nMaxRows)
                     break;
                 range = wider;
             }
@@ -69,7 +69,7 @@ private:
     const unsigned char* fnUnpack(const unsigned char* from, std::uint32_t place,
                                   std::uint32_t count) const {
         unsigned char* to = m_pUnpacked.get() + std::size_t{place} * kBlock * 3;
-        fnUnpack16(from, to, count);
+        fnUnpackChannels16(from, to, count);
         return to;
     }
 
@@ -80,14 +80,14 @@ private:
             m_Rows.fnFrom(static_cast<std::uint32_t>(list.m_nLeast) - top), list,
             m_pSums ? m_pSums.get() : target, std::size_t{end - x} * m_nChannels);
         if (m_pSums)
-            fnPack16(m_pSums.get(), target, end - x);
+            fnPackChannels16(m_pSums.get(), target, end - x);
     }
 
     const PixelArea& m_Source;
     const PixelArea& m_Target;
     const QuadTable& m_Quads;
     std::uint32_t m_nChannels;
-    std::uint32_t m_nMostRows; ///< of a piece
+    std::uint32_t m_nMaxRows; ///< of a piece
     SourceRows m_Rows;
     std::unique_ptr<unsigned char[]> m_pUnpacked; ///< null except at 16 bits
     std::unique_ptr<unsigned char[]> m_pSums;     ///< null except at 16 bits
