@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <random>
 #include <string>
 #include <utility>
@@ -121,11 +122,13 @@ TEST_F(DividedPicture, AnAbortAtAnyReportIsTheLastReport) {
 }
 
 TEST_F(DividedPicture, ADamagedFileIsReadOrRefusedTheSame) {
+    const char* const more = std::getenv("Q32_DAMAGE_ROUNDS");
+    const int rounds = more ? std::atoi(more) : 24;
     std::mt19937 random(31);
     for (const DividedFile& file : m_Files) {
         SCOPED_TRACE(file.m_strName);
         CqPictureLimits limits;
-        for (int round = 0; round < 24; ++round) {
+        for (int round = 0; round < rounds; ++round) {
             Bytes changed = file.m_Bytes;
             const std::size_t at = changed.size() / 8 + random() % (changed.size() * 7 / 8);
             if (round % 3 == 0)
