@@ -4,6 +4,7 @@
 #include "platforms/posix/Path_p.h"
 
 #include <algorithm>
+#include <cassert>
 #include <climits>
 #include <cstring>
 #include <fcntl.h>
@@ -113,6 +114,19 @@ bool fnTouch(char* view, std::size_t bytes, std::uint64_t memory) {
             return errno == EINVAL; // a kernel without this advice
     }
     return true;
+}
+
+/// Deletes a file of this process. Where the directory refuses that, the file's space is given
+/// back, and a sweep deletes what is left.
+bool fnRemoveOwn(const char* path) {
+    if (::unlink(path) == 0)
+        return true;
+    const int cause = errno;
+    const Descriptor left = fnOpenRegular(path, O_WRONLY | O_NOFOLLOW);
+    if (left)
+        static_cast<void>(fnRetry([&] { return ::ftruncate(left.fnGet(), 0); }));
+    errno = cause;
+    return false;
 }
 
 /// Limit of a view's bytes being written back to disk.
@@ -302,6 +316,7 @@ void CqPosixScratch::fnUnmapView(void* address, std::uint32_t size) noexcept {
         const std::lock_guard lock(m_ViewsLock);
         const auto found = m_Views.find(static_cast<char*>(address));
         if (found != m_Views.end()) {
+            assert(found->second.m_nSize == size && size <= m_nMapped);
             m_nMapped -= found->second.m_nSize;
             m_Views.erase(found);
         }
@@ -373,5 +388,5 @@ bool CqPosixScratch::fnDelete(const char* name) noexcept {
     const bool isOwn = ::fstatat(AT_FDCWD, path.m_Path, &facts, AT_SYMLINK_NOFOLLOW) == 0 &&
                        facts.st_dev == own.m_nDevice && facts.st_ino == own.m_nNumber;
     m_Own.erase(found);
-    return isOwn ? ::unlink(path.m_Path) == 0 : fnRemoveUnheld(AT_FDCWD, path.m_Path);
+    return isOwn ? fnRemoveOwn(path.m_Path) : fnRemoveUnheld(AT_FDCWD, path.m_Path);
 }
