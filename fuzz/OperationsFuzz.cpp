@@ -10,7 +10,6 @@
 #include "q32Base/operations/CqConvMask.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <memory>

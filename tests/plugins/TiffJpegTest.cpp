@@ -3,8 +3,6 @@
 
 #include <tiffio.h>
 
-#include <utility>
-
 namespace {
 
 constexpr std::uint32_t kSide = 600;
