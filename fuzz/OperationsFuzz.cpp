@@ -120,11 +120,126 @@ void fnSlideWindow(Input& input, CqImage& image) {
     }
 }
 
+void fnBlend(Input& input, CqImage& image, const CqImage& source, const CRect* rect,
+             const CqMask* mask, CqProgressDisplay* progress) {
+    CqBlendParam param;
+    param.m_nOpacity = input.fnByte();
+    param.m_pMask = input.fnFlag() ? mask : nullptr;
+    param.m_eMode = static_cast<BLEND_MODE>(input.fnBelow(3));
+    const int x = input.fnPlace();
+    const Rows before = fnRows(image);
+    if (!q32Blend(source, rect, image, x, input.fnPlace(), param, progress))
+        fnCheck((progress && progress->fnWasAborted()) || fnRows(image) == before,
+                "what can't be blended stays as it was");
+}
+
+void fnApplyCurves(Input& input, CqImage& image, const CRect* rect, CqProgressDisplay* progress) {
+    CqToneCurves curves;
+    const std::uint8_t seed = input.fnByte();
+    for (unsigned int i = 0; i < 256; ++i) {
+        curves.m_Red[i] = static_cast<unsigned char>(i * seed);
+        curves.m_Green[i] = static_cast<unsigned char>(255 - i);
+        curves.m_Blue[i] = static_cast<unsigned char>(i ^ seed);
+    }
+    q32ApplyToneCurves(image, rect, curves, progress);
+}
+
+void fnCount(const CqImage& image, const CRect* rect, const CqMask* mask,
+             CqProgressDisplay* progress) {
+    CqHistogram histogram;
+    if (!q32CountHistogram(image, rect, mask, histogram, progress))
+        return fnCheck(histogram.m_nPixels == 0, "what isn't counted changes nothing");
+    fnCheck(histogram.m_nPixels <= std::uint64_t{image.Width} * image.Height,
+            "a pixel is counted once");
+    for (const auto& channel :
+         {histogram.m_nRed, histogram.m_nGreen, histogram.m_nBlue, histogram.m_nLuminance}) {
+        std::uint64_t sum = 0;
+        for (unsigned int i = 0; i < 256; ++i)
+            sum += channel[i];
+        fnCheck(sum == histogram.m_nPixels, "each channel has all pixels");
+    }
+}
+
+/// An area whose mask is worth an execution.
+CRect fnMaskArea(Input& input) {
+    const CPoint corner(fnMaskPlace(input) / 4, fnMaskPlace(input) / 4);
+    return {corner, CSize(LONG{input.fnByte()}, LONG{input.fnByte()})};
+}
+
+void fnFeather(Input& input, CqMask& mask, CqProgressDisplay* progress) {
+    const CRect before = mask.m_rectBound;
+    const CRect area = fnMaskArea(input);
+    if (q32FeatherMask(mask, input.fnReal(), area, progress))
+        fnCheck(!mask.m_rectBound.IsRectEmpty() && area.left <= mask.m_rectBound.left &&
+                    mask.m_rectBound.right <= area.right && area.top <= mask.m_rectBound.top &&
+                    mask.m_rectBound.bottom <= area.bottom,
+                "a feathered mask lies in the area");
+    else
+        fnCheck(mask.m_rectBound == before, "a refused mask stays");
+}
+
+void fnInvert(Input& input, CqMask& mask) {
+    const CRect area = fnMaskArea(input);
+    if (!q32InvertMask(mask, area))
+        return;
+    fnCheck(mask.m_rectBound == area, "an inverted mask covers the area");
+    Rows rows = fnRows(mask);
+    fnCheck(q32InvertMask(mask, area), "a mask that was inverted can be");
+    for (auto& row : rows)
+        for (unsigned char& weight : row)
+            weight = static_cast<unsigned char>(~weight);
+    fnCheck(fnRows(mask) == rows, "a mask is inverted weight by weight");
+}
+
+void fnStroke(Input& input, CqMask& mask, CqProgressDisplay* progress) {
+    std::vector<CqPoint2D> points(input.fnBelow(6));
+    for (CqPoint2D& point : points) {
+        const double x = input.fnReal();
+        point = CqPoint2D(x, input.fnReal());
+    }
+    const CRect before = mask.m_rectBound;
+    const double width = input.fnReal();
+    const CRect area = fnMaskArea(input);
+    if (!q32MakeStrokeMask(points, width, area, mask, progress))
+        return fnCheck(mask.m_rectBound == before, "a refused mask stays");
+    CRect inside;
+    fnCheck(inside.IntersectRect(mask.m_rectBound, area) && inside == mask.m_rectBound,
+            "a stroke lies in the area");
+    fnCheck(static_cast<LONG>(mask.Width) == inside.Width() &&
+                static_cast<LONG>(mask.Height) == inside.Height(),
+            "a mask has the size of its rectangle");
+}
+
+/// What came later: its choice has a byte of its own, so that older inputs keep their meaning.
+void fnOperateFurther(Input& input, CqImage& image, CqImage& other, CqMask& mask,
+                      const CRect* rect) {
+    const std::uint8_t how = input.fnByte();
+    CountedDisplay display(how & 64 ? 1 + input.fnBelow(4) : ~0u);
+    CqProgressDisplay* const progress = how & 128 ? &display : nullptr;
+    switch (how % 64 % 6) {
+    case 0:
+        return fnBlend(input, image, other, rect, &mask, progress);
+    case 1:
+        return fnApplyCurves(input, image, rect, progress);
+    case 2:
+        return fnCount(image, rect, input.fnFlag() ? &mask : nullptr, progress);
+    case 3:
+        return fnFeather(input, mask, progress);
+    case 4:
+        return fnInvert(input, mask);
+    default:
+        return fnStroke(input, mask, progress);
+    }
+}
+
 void fnOperate(Input& input, CqImage& image, CqImage& other, CqMask& mask, CqMask& mask2,
                CWnd* window) {
     const CRect rect = input.fnRect();
     const CRect* given = input.fnBelow(8) ? &rect : nullptr;
-    switch (input.fnBelow(10)) {
+    const std::uint8_t choice = input.fnByte();
+    if (choice >= 250)
+        return fnOperateFurther(input, image, other, mask, given);
+    switch (choice % 10) {
     case 0:
         return image.fnFill(input.fnColor(), given, (input.fnByte() & 1) != 0);
     case 1: {

@@ -98,8 +98,12 @@ CqPictureLimits fnMakeLimits(Input& input) {
     set(limits.m_nScans, 1);
     set(limits.m_nFitWidth, 4);
     set(limits.m_nFitHeight, 4);
-    limits.m_bDither =
-        limits.m_nFitHeight % 2 != 0; // no byte of its own: the corpus keeps its meaning
+    // No bytes of their own: the corpus keeps its meaning.
+    limits.m_bDither = limits.m_nFitHeight / 4 % 2 != 0;
+    if (limits.m_nFitWidth / 4 % 2 != 0)
+        limits.m_nMetadataBytes = limits.m_nTextBytes;
+    if (limits.m_nFitWidth / 8 % 2 != 0)
+        limits.m_nMilliseconds = 1;
     return limits;
 }
 
@@ -117,6 +121,16 @@ void fnCheckLimits(const CqPictureLimits& limits, const CqPictureResult& result,
     fnCheck(bytes <= limits.m_nSmallBytes || bytes / limits.m_nExpansion <= fileBytes,
             "of expansion");
     fnCheck(static_cast<std::uint64_t>(image.Title.GetLength()) <= limits.m_nTextBytes, "of texts");
+}
+
+/// A read that may end at any time, since a millisecond is soon over.
+void fnReadHastily(const CqPictureLimits& limits) {
+    CqImage image;
+    CqPictureMetadata metadata;
+    const CqPictureResult result = q32ReadPicture(kPath, image, metadata, limits);
+    fnCheck(result.fnIsDone() == (image.TileMap != nullptr), "a picture or a message");
+    fnCheck(result.m_eLimit != PICTURE_LIMIT_TIME || result.m_nMsgId == -4,
+            "the end of the time is a message");
 }
 
 /// Writes a picture with metadata; what the format can hold must be what is read again.
@@ -150,10 +164,17 @@ void fnDescribe(const CqImage& image, const CqPictureLimits& limits) {
 void fnRead(const std::string& file, const Format& format, CqPictureLimits limits) {
     fnWorld().m_pDisks->fnPutFile(kPath, file);
     const Balance balance;
+    if (limits.m_nMilliseconds > 0)
+        fnReadHastily(limits);
+    limits.m_nMilliseconds = 0;
     CqImage image;
     CqPictureMetadata metadata;
     const CqPictureResult result = q32ReadPicture(kPath, image, metadata, limits);
     fnCheck(result.fnIsDone() == (image.TileMap != nullptr), "a picture or a message");
+    fnCheck(metadata.m_Exif.size() + metadata.m_Xmp.size() + metadata.m_Iptc.size() +
+                    metadata.m_Profile.size() <=
+                limits.m_nMetadataBytes,
+            "within the limit of metadata");
     fnCheck(!image.TileMap || image.fnGetFioPlugin() == format.m_nFormat, "of that format");
     fnCheckLimits(limits, result, image, file.size());
     fnDescribe(image, limits);

@@ -150,6 +150,27 @@ void fnPick(Input& input, const CqImage& image, PIXEL_ORDER order) {
     fnCheck(out == expected, "the crossings are what is stored");
 }
 
+/// The functions for a whole rectangle do what a reader and a writer do.
+void fnCopyRect(Input& input, CqImage& image, PIXEL_ORDER order) {
+    const CRect rect = input.fnRect();
+    const Rows before = fnRows(image);
+    unsigned char none = kGuard;
+    if (!fnIsInside(rect, image)) {
+        fnCheck(!q32ReadPixels(image, rect, order, &none, std::size_t{1} << 40) &&
+                    !q32WritePixels(image, rect, order, &none, std::size_t{1} << 40),
+                "an outer place is refused");
+        return;
+    }
+    Field pixels(rect, fnBytesOf(image.BitCount, order), input.fnBelow(9));
+    Bytes& bytes = pixels.m_Bytes;
+    fnCheck(q32ReadPixels(image, rect, order, bytes.data(), pixels.m_nStride),
+            "an inner place is read");
+    fnCheck(q32WritePixels(image, rect, order, bytes.data(), pixels.m_nStride),
+            "an inner place is written");
+    if (order == PIXEL_STORED && image.BitCount != 4)
+        fnCheck(fnRows(image) == before, "what was read is written back");
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -159,7 +180,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::unique_ptr<CqImage> image = fnMakeImage(input, 200);
     for (int calls = 0; calls < 12 && !input.fnIsEmpty(); ++calls) {
         const auto order = static_cast<PIXEL_ORDER>(input.fnBelow(7));
-        switch (input.fnBelow(4)) {
+        const std::uint8_t choice = input.fnByte();
+        switch (choice >= 252 ? 4 : choice % 4) {
+        case 4: // came later
+            fnCopyRect(input, *image, order);
+            break;
         case 0:
             fnReadRect(input, *image, order);
             break;

@@ -1,5 +1,5 @@
-/// @file Resampling, rotation and changes of depth, with aborts: the sizes are as documented, and
-/// what is aborted or can't be done leaves the picture as it was.
+/// @file Resampling, rotation, changes of depth, crops, flips and blurs, with aborts: the sizes are
+/// as documented, and what is aborted or can't be done leaves the picture as it was.
 
 #include "fuzz/FuzzInput.h"
 #include "q32Base/memory/CqTileMap_p.h"
@@ -81,6 +81,103 @@ void fnConvert(Input& input, CqImage& image) {
         before.fnCheckKept(image);
 }
 
+void fnResampleByAlpha(Input& input, CqImage& image, CqProgressDisplay* progress) {
+    const Before before(image);
+    const unsigned int width = fnSide(input);
+    const unsigned int height = fnSide(input);
+    bool resized = false;
+    fnTry([&] { resized = q32ResampleByAlpha(image, width, height, progress); });
+    if (resized)
+        fnCheck(image.Width == width && image.Height == height, "a picture gets its size");
+    else
+        before.fnCheckKept(image);
+}
+
+void fnCrop(Input& input, CqImage& image, CqProgressDisplay* progress) {
+    const Before before(image);
+    const CRect rect = input.fnRect();
+    CRect inside;
+    inside.IntersectRect(
+        rect, CRect(0, 0, static_cast<LONG>(image.Width), static_cast<LONG>(image.Height)));
+    bool cropped = false;
+    fnTry([&] { cropped = q32Crop(image, rect, image, progress); });
+    if (!cropped)
+        return before.fnCheckKept(image);
+    fnCheck(static_cast<LONG>(image.Width) == inside.Width() &&
+                static_cast<LONG>(image.Height) == inside.Height(),
+            "a crop has the size of what lies inside");
+    if (image.BytesPerPixel == 0)
+        return;
+    const auto left = static_cast<std::ptrdiff_t>(inside.left) * image.BytesPerPixel;
+    const Rows rows = fnRows(image);
+    for (std::size_t y = 0; y < rows.size(); ++y)
+        fnCheck(std::equal(rows[y].begin(), rows[y].end(),
+                           before.m_Rows[y + static_cast<std::size_t>(inside.top)].begin() + left),
+                "a crop has the pixels of what lies inside");
+}
+
+void fnFlip(Input& input, CqImage& image, CqProgressDisplay* progress) {
+    const bool across = input.fnFlag();
+    const auto flip = [&](CqProgressDisplay* shown) {
+        return across ? q32FlipHorizontal(image, shown) : q32FlipVertical(image, shown);
+    };
+    const Before before(image);
+    if (flip(progress)) {
+        if (!across)
+            fnCheck(fnRows(image).front() == before.m_Rows.back(),
+                    "the last row becomes the first");
+        flip(nullptr);
+    }
+    before.fnCheckKept(image); // aborted, or flipped twice
+    if (!input.fnFlag())
+        flip(nullptr);
+}
+
+void fnGrey(Input& input, CqImage& image, CqProgressDisplay* progress) {
+    const Before before(image);
+    const unsigned int bits = fnBits(input);
+    bool grey = false;
+    fnTry([&] { grey = q32ConvertToGrey(image, bits, progress); });
+    if (!grey)
+        before.fnCheckKept(image);
+    else
+        fnCheck(image.BitCount == bits && bits != 4 && bits != 16, "a picture gets its depth");
+}
+
+void fnBlur(Input& input, CqImage& image, CqProgressDisplay* progress) {
+    const Before before(image);
+    const std::uint8_t how = input.fnByte();
+    const double sigma = how & 1 ? input.fnReal() : (how >> 2) / 8.0;
+    bool blurred = false;
+    fnTry([&] {
+        if (how & 2) {
+            const unsigned int amount = input.fnWord();
+            blurred = q32Sharpen(image, sigma, amount, input.fnByte(), progress);
+        } else {
+            blurred = q32Blur(image, sigma, progress);
+        }
+    });
+    fnCheck(!blurred || sigma > 0.0, "a blur has a width");
+    if (!blurred)
+        before.fnCheckKept(image);
+}
+
+/// What came later: its choice has a byte of its own, so that older inputs keep their meaning.
+void fnTransformFurther(Input& input, CqImage& image, CqProgressDisplay* progress) {
+    switch (input.fnBelow(5)) {
+    case 0:
+        return fnResampleByAlpha(input, image, progress);
+    case 1:
+        return fnCrop(input, image, progress);
+    case 2:
+        return fnFlip(input, image, progress);
+    case 3:
+        return fnGrey(input, image, progress);
+    default:
+        return fnBlur(input, image, progress);
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -92,7 +189,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const std::uint8_t how = input.fnByte();
         CountedDisplay display(how & 16 ? 1 + input.fnBelow(6) : ~0u);
         CqProgressDisplay* const progress = how & 32 ? &display : nullptr;
-        switch (how % 4) {
+        switch (how >= 192 ? 4 : how % 4) {
+        case 4:
+            fnTransformFurther(input, *image, progress);
+            break;
         case 0:
             fnResample(input, *image, progress);
             break;

@@ -4,6 +4,7 @@
 #include "q32Base/platform/CqPlatform.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 namespace q32 {
@@ -37,6 +38,7 @@ bool CodecOutput::fnFlush() noexcept {
 
 bool CodecOutput::fnWrite(const void* bytes, std::size_t count) noexcept {
     const auto* in = static_cast<const unsigned char*>(bytes);
+    assert(m_nFilled <= kBlock);
     while (count > 0) {
         if (m_nFilled == kBlock && !fnFlush())
             return false;

@@ -3,6 +3,7 @@
 #include "plugins/JpegScanSieve_p.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <cstring>
 #include <utility>
@@ -46,6 +47,7 @@ bool JpegScanSieve::fnHasMore() noexcept {
 }
 
 const unsigned char* JpegScanSieve::fnTake(std::size_t count) noexcept {
+    assert(count <= m_nLeft);
     const unsigned char* const taken = m_pNext;
     m_pNext += count;
     m_nLeft -= count;
@@ -70,6 +72,7 @@ std::size_t JpegScanSieve::fnFindMark() const noexcept {
 }
 
 void JpegScanSieve::fnAppend(std::size_t length) noexcept {
+    assert(length <= kOneScan);
     while (m_nHead < length && fnHasMore())
         m_Head[m_nHead++] = *fnTake(1);
 }

@@ -12,17 +12,17 @@ namespace {
 
 using namespace jpeg;
 
-/// The rest of a file, byte by byte.
+/// The rest of a JPEG, byte by byte.
 class Walk {
 public:
-    explicit Walk(CodecInput& input) : m_Input(input) {}
+    explicit Walk(const JpegBytes& bytes) : m_Bytes(bytes) {}
 
     bool fnHasMore() {
         if (m_nLeft == 0)
-            m_pNext = m_Input.fnReadBlock(m_nLeft);
+            m_pNext = m_Bytes(m_nLeft);
         return m_nLeft > 0;
     }
-    /// The next byte; 0 at the end of the file.
+    /// The next byte; 0 at the end.
     unsigned int fnTake() {
         if (!fnHasMore())
             return 0;
@@ -37,7 +37,7 @@ public:
             count -= piece;
         }
     }
-    /// Goes behind the next byte of this value, or to the end of the file.
+    /// Goes behind the next byte of this value, or to the end.
     void fnSkipPast(unsigned int value) {
         while (fnHasMore()) {
             const void* found = std::memchr(m_pNext, static_cast<int>(value), m_nLeft);
@@ -52,12 +52,12 @@ public:
     }
 
 private:
-    CodecInput& m_Input;
+    const JpegBytes& m_Bytes;
     const unsigned char* m_pNext = nullptr;
     std::size_t m_nLeft = 0;
 };
 
-/// The next mark of a segment; that of the end at the end of the file.
+/// The next mark of a segment; that of the end of the picture at the end of all bytes.
 unsigned int fnNextMark(Walk& walk) {
     while (walk.fnHasMore()) {
         walk.fnSkipPast(kFill);
@@ -70,21 +70,49 @@ unsigned int fnNextMark(Walk& walk) {
     return kEndOfPicture;
 }
 
+/// The bytes of the segment that begins here, without those of its length.
+std::size_t fnTakeLength(Walk& walk) {
+    const unsigned int high = walk.fnTake();
+    const unsigned int length = high << 8 | walk.fnTake(); // includes its own two bytes
+    return length < 2 ? 0 : length - 2;
+}
+
 } // namespace
 
 unsigned int fnCountJpegScans(CodecInput& input, unsigned int most) {
-    Walk walk(input);
+    const JpegBytes bytes = [&input](std::size_t& count) { return input.fnReadBlock(count); };
+    Walk walk(bytes);
     unsigned int scans = 0;
     while (scans <= most) {
         const unsigned int mark = fnNextMark(walk);
         if (mark == kEndOfPicture)
             break;
         scans += mark == kStartOfScan ? 1u : 0u;
-        const unsigned int high = walk.fnTake();
-        const unsigned int length = high << 8 | walk.fnTake(); // includes its own two bytes
-        walk.fnSkip(length < 2 ? 0 : length - 2);
+        walk.fnSkip(fnTakeLength(walk));
     }
     return scans;
+}
+
+bool fnIsJpegDecodedByRows(const JpegBytes& bytes) {
+    constexpr std::size_t kAheadOfComponents = 5; // in a frame: precision, height, width
+    Walk walk(bytes);
+    unsigned int components = 0;
+    for (;;) {
+        const unsigned int mark = fnNextMark(walk);
+        if (mark == kEndOfPicture)
+            return true;
+        std::size_t length = fnTakeLength(walk);
+        if (mark == kStartOfScan)
+            return walk.fnTake() >= components;
+        if (fnBeginsProgressive(mark))
+            return false;
+        if (fnBeginsFrame(mark) && length > kAheadOfComponents) {
+            walk.fnSkip(kAheadOfComponents);
+            components = walk.fnTake();
+            length -= kAheadOfComponents + 1;
+        }
+        walk.fnSkip(length);
+    }
 }
 
 } // namespace q32

@@ -3,11 +3,13 @@
 #include "plugins/PictureTarget_p.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 namespace q32 {
 
 void PictureSteps::fnReport(std::uint64_t done, std::uint64_t total) {
+    assert(total > 0);
     const auto percent = static_cast<unsigned int>(done >= total ? 100 : done * 100 / total);
     m_nPercent = std::max(m_nPercent, percent);
     m_bReported = true;
@@ -59,6 +61,7 @@ void PictureTarget::fnCheckCodecBytes(CheckedSize bytes) const {
 
 unsigned int PictureTarget::fnChooseReduction(std::uint32_t width, std::uint32_t height,
                                               unsigned int most) {
+    assert(m_nReduction == 1); // chosen once, ahead of the image
     const auto reaches = [](std::uint32_t length, std::uint32_t side, unsigned int reduction) {
         return side > 0 && (std::uint64_t{length} + reduction - 1) / reduction >= side;
     };

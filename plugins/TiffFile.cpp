@@ -5,6 +5,7 @@
 #include "plugins/PictureTarget_p.h"
 #include "plugins/TiffBytes_p.h"
 #include "plugins/TiffHandle_p.h"
+#include "plugins/TiffJpeg_p.h"
 #include "plugins/TiffParts_p.h"
 #include "plugins/TiffSamples_p.h"
 #include "plugins/TiffTags_p.h"
@@ -212,6 +213,8 @@ void fnReadTiff(CodecInput& input, PictureTarget& target) {
     const TiffLayout layout = fnReadLayout(file);
     fnCheckRoom(file, layout, input.fnGetLength());
     fnCheckTaken(file, tags, layout);
+    if (target.fnNeedsPixels())
+        fnRefuseJpegScans(file, input, tags, target.fnGetSteps());
     file.fnCheckMemory();
     fnAllocImage(file, layout, target);
     fnTakeNotes(file, tags, target);

@@ -1,6 +1,7 @@
 #include "platforms/alsa/Card_p.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstdarg>
 #include <iterator>
@@ -92,6 +93,7 @@ Values Control::fnGet() const {
         return m_Set->first;
     if (fnIsMute())
         return {raw[0] == 0 ? 1u : 0u};
+    assert(m_pElement && m_nLowest < m_nHighest);
     const auto scale = [&](long step) {
         const double part =
             static_cast<double>(step - m_nLowest) / static_cast<double>(m_nHighest - m_nLowest);

@@ -2,6 +2,7 @@
 
 #include "q32Base/platform/CqFileService.h"
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <utility>
@@ -28,6 +29,7 @@ public:
         const auto got = fnReadAt(m_File, buffer, count, m_nPosition);
         if (!got)
             return fnLastCause();
+        assert(*got <= count);
         done = *got;
         m_nPosition += done;
         return FILE_CAUSE_NONE;

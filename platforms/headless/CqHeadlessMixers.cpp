@@ -179,6 +179,8 @@ std::unique_ptr<CqMixer> CqHeadlessMixers::fnOpen(std::uint32_t index, Changed c
     if (!m_pCalls->m_Open.fnPass() || index >= fnGetCount() || !m_pState->m_Devices[index].m_bOpens)
         return nullptr;
     auto open = std::make_shared<State::Open>(State::Open{index, std::move(changed)});
-    m_pState->m_Open.push_back(open);
-    return std::make_unique<Mixer>(m_pState, std::move(open), m_pCalls);
+    auto mixer = std::make_unique<Mixer>(m_pState, open, m_pCalls);
+    std::erase_if(m_pState->m_Open, [](const auto& former) { return former.expired(); });
+    m_pState->m_Open.push_back(std::move(open));
+    return mixer;
 }

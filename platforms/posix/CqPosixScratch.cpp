@@ -4,6 +4,7 @@
 #include "platforms/posix/Path_p.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -130,6 +131,19 @@ std::uint64_t fnCountMappedBytes() {
         std::sscanf(text, "%*u %*u %llu", &pages) != 1)
         return 0;
     return pages * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+}
+
+/// Deletes a file of this process. Where the directory refuses that, the file's space is given
+/// back, and a sweep deletes what is left.
+bool fnRemoveOwn(const char* path) {
+    if (::unlink(path) == 0)
+        return true;
+    const int cause = errno;
+    const Descriptor left = fnOpenRegular(path, O_WRONLY | O_NOFOLLOW);
+    if (left)
+        static_cast<void>(fnRetry([&] { return ::ftruncate(left.fnGet(), 0); }));
+    errno = cause;
+    return false;
 }
 
 /// Limit of a view's bytes being written back to disk.
@@ -321,6 +335,7 @@ void CqPosixScratch::fnUnmapView(void* address, std::uint32_t size) noexcept {
         const std::lock_guard lock(m_ViewsLock);
         const auto found = m_Views.find(static_cast<char*>(address));
         if (found != m_Views.end()) {
+            assert(found->second.m_nSize == size && size <= m_nMapped);
             m_nMapped -= found->second.m_nSize;
             m_Views.erase(found);
         }
@@ -407,5 +422,5 @@ bool CqPosixScratch::fnDelete(const char* name) noexcept {
     const bool isOwn = ::fstatat(AT_FDCWD, path.m_Path, &facts, AT_SYMLINK_NOFOLLOW) == 0 &&
                        facts.st_dev == own.m_nDevice && facts.st_ino == own.m_nNumber;
     m_Own.erase(found);
-    return isOwn ? ::unlink(path.m_Path) == 0 : fnRemoveUnheld(AT_FDCWD, path.m_Path);
+    return isOwn ? fnRemoveOwn(path.m_Path) : fnRemoveUnheld(AT_FDCWD, path.m_Path);
 }

@@ -2,6 +2,7 @@
 #include "q32Base/platform/CqMemoryService.h"
 
 #include <algorithm>
+#include <cassert>
 #include <sys/mman.h>
 
 // gcc defines a macro, clang has a feature.
@@ -45,6 +46,7 @@ bool HeldRanges::fnAdd(void* begin, std::size_t bytes, std::uint64_t limit) noex
     fnTrimTo(limit - bytes);
     if (m_nRanges == kMaxRanges)
         fnUnmapOldest();
+    assert(m_nRanges < kMaxRanges && m_nBytes <= limit - bytes);
     ASAN_POISON_MEMORY_REGION(range, bytes); // it was freed
     m_Ranges[m_nRanges++] = {range, bytes, m_fnNow()};
     m_nBytes += bytes;
@@ -93,6 +95,7 @@ std::uint64_t HeldRanges::fnGetBytes() const noexcept {
 }
 
 void HeldRanges::fnForget(std::size_t index) noexcept {
+    assert(index < m_nRanges && m_Ranges[index].m_nBytes <= m_nBytes);
     m_nBytes -= m_Ranges[index].m_nBytes;
     std::move(m_Ranges.begin() + index + 1, m_Ranges.begin() + m_nRanges, m_Ranges.begin() + index);
     --m_nRanges;
@@ -109,6 +112,7 @@ bool HeldRanges::fnTrimTo(std::uint64_t limit) noexcept {
     const bool any = m_nBytes > limit;
     while (m_nBytes > limit)
         fnUnmapOldest();
+    assert((m_nRanges == 0) == (m_nBytes == 0));
     return any;
 }
 

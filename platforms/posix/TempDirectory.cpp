@@ -1,3 +1,4 @@
+#include "platforms/posix/FileAccess_p.h"
 #include "platforms/posix/Path_p.h"
 #include "platforms/posix/TempDirectory_p.h"
 #include "q32Base/memory/CqVMPolicy.h"
@@ -7,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -28,19 +30,41 @@ bool fnTakesFiles(const std::string& path) {
     return ::faccessat(AT_FDCWD, path.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
 }
 
+/// Whether files of a directory that takes files can be locked, which scratch files must be; leaves
+/// errno. A file is made for that, and deleted at once; its name lets a sweep delete it, too.
+bool fnTakesLocks(const std::string& path) {
+    const std::string name = path + "/~qd" + fnRandomDigits() + ".tmp";
+    const Descriptor file(fnRetry([&] {
+        return ::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    }));
+    if (!file)
+        return true; // a disk that is full at present
+    const bool locked = fnTryLock(file, LOCK_EX) || errno == EWOULDBLOCK;
+    const int cause = errno;
+    ::unlink(name.c_str());
+    errno = cause;
+    return locked;
+}
+
 /// Why a directory can't be used; empty when it can. It has no separator at its end.
 std::string fnFindFault(const CodePage& codePage, const std::string& path) {
     if (fnLibraryDirectory(path).size() >= kMaxPathBytes)
         return "its name is too long";
     if (fnNativePath(codePage, path) != path)
         return "its name has a backslash";
-    if (fnTakesFiles(path))
-        return "";
+    std::string present = path;
+    bool usable = fnTakesFiles(path);
     const int cause = errno;
-    // The library creates a missing directory, but not the one above it.
-    if (cause == ENOENT && fnTakesFiles(fnSplitPath(path).m_Directory))
-        return "";
-    return std::strerror(cause);
+    if (!usable && cause == ENOENT) {
+        // The library creates a missing directory, but not the one above it.
+        present = fnSplitPath(path).m_Directory;
+        usable = fnTakesFiles(present);
+    }
+    if (!usable)
+        return std::strerror(cause);
+    if (!fnTakesLocks(present))
+        return std::string("its files can't be locked: ").append(std::strerror(errno));
+    return "";
 }
 
 void fnReportOnce(const std::function<void(const std::string&)>& report, const std::string& text) {

@@ -1,6 +1,7 @@
 #include "platforms/posix/ViewPages_p.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
@@ -84,6 +85,7 @@ void ViewPages::fnSendOut(const Range& range) {
         fnDropOldest();
     if (m_bFailed)
         return;
+    assert(range.end <= m_nSize && m_nOut < kMaxRanges);
     m_Out[(m_nFirstOut + m_nOut) % kMaxRanges] = range;
     ++m_nOut;
     m_nBytesOut += range.fnGetSize();
@@ -98,7 +100,9 @@ void ViewPages::fnSync(const Range& range, unsigned flags) {
 }
 
 void ViewPages::fnDropOldest() {
+    assert(m_nOut != 0);
     const Range range = m_Out[m_nFirstOut];
+    assert(range.fnSize() <= m_nBytesOut);
     m_nFirstOut = (m_nFirstOut + 1) % kMaxRanges;
     --m_nOut;
     m_nBytesOut -= range.fnGetSize();

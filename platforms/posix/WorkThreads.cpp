@@ -1,6 +1,7 @@
 #include "platforms/posix/WorkThreads_p.h"
 
 #include <algorithm>
+#include <cassert>
 #include <optional>
 #include <tbb/global_control.h>
 #include <tbb/info.h>
@@ -19,6 +20,7 @@ constexpr unsigned int kCallers = 64;
 struct WorkThreads::Arena {
     explicit Arena(std::uint32_t concurrency)
         : m_Arena(static_cast<int>(concurrency - 1 + kCallers), kCallers) {
+        assert(concurrency != 0);
         const auto cores = static_cast<std::uint32_t>(tbb::info::default_concurrency());
         if (concurrency > cores)
             m_More.emplace(tbb::global_control::max_allowed_parallelism, concurrency);

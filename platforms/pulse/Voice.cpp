@@ -1,6 +1,7 @@
 #include "platforms/pulse/Voice_p.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <utility>
 
@@ -181,12 +182,14 @@ void Voice::fnFeed(std::size_t room) {
         m_nPlaced += bytes;
         room -= bytes;
     }
+    assert(m_nPlaced <= m_nTotal);
     if (m_nPlaced == m_nTotal && !m_pDrain)
         fnDrain();
 }
 
 /// Copies the next bytes of the block, which restarts at its end.
 void Voice::fnFill(void* room, std::size_t bytes) const {
+    assert(m_pPlaying && m_nLength != 0);
     auto* place = static_cast<char*>(room);
     std::uint64_t from = m_nPlaced % m_nLength;
     while (bytes != 0) {
@@ -224,6 +227,7 @@ void Voice::fnDrainGivenUp() {
 void Voice::fnEnd() {
     fnDropStream();
     WAVEHDR* header = std::exchange(m_pPlaying, nullptr);
+    assert(header); // an end is reported once
     header->dwFlags = (header->dwFlags & ~kInQueue) | kDone;
     m_pReporter->fnPost(m_Job);
 }

@@ -7,6 +7,7 @@
 #include "q32Base/image/PixelAccess.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -63,6 +64,8 @@ CellAxis fnMakeCellAxis(int first, int end, int origin, double zoom, std::uint32
         const bool second = (offset - axis.m_Spans.back().m_nFirst) % 2 != 0;
         axis.m_Pairs.push_back(second ? axis.m_Pairs.back() : found);
     }
+    assert(axis.m_Index.size() == axis.m_Pairs.size() &&
+           (axis.m_Spans.empty() || axis.m_Spans.back().m_nEnd == axis.m_Index.size()));
     return axis;
 }
 

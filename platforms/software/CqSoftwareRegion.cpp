@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cassert>
 
 namespace {
 
@@ -54,6 +55,7 @@ Spans fnCombineSpans(const Spans& a, const Spans& b, int mode) {
             result.back().second = x;
         inside = now;
     }
+    assert(!inside); // neither operand goes on without an end
     fnCountWork(a.size() + b.size() + result.size());
     return result;
 }
@@ -61,6 +63,7 @@ Spans fnCombineSpans(const Spans& a, const Spans& b, int mode) {
 /// Subtracts a span from sorted spans. There must be capacity for one more, so that nothing can
 /// fail.
 void fnSubtractSpan(Spans& spans, Span span) {
+    assert(span.first < span.second && spans.size() < spans.capacity());
     // Callers mostly go from left to right: then it is the last span, and nothing moves.
     auto at = !spans.empty() && spans.back().first <= span.first
                   ? spans.end() - 1

@@ -2,6 +2,7 @@
 
 #include "q32Base/framework/Memory.h"
 #include "q32Base/framework/Windows.h"
+#include "q32Base/image/CopyTiles_p.h"
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/pixels/PixelFormat_p.h"
@@ -163,17 +164,12 @@ CqImage& CqImage::operator=(CqImage& other) {
     assert(other.TileMap);
     const CqTileMap& source = *other.TileMap;
     const std::uint32_t count = q32::fnIsIndexed(source.BitCount) ? source.PaletteCount : 0;
-    fnSetBuf(q32::fnNew<CqTileMap>(source.Width, source.Height, source.BitCount,
-                                   source.Palette.get(), count, q32::BlockContents::ANY));
-    CqImageTile from(true);
-    CqImageTile to(true);
-    for (std::uint32_t i = 0; i < TileCount; ++i) {
-        other.fnAccessTile(i, &from);
-        fnAccessTile(i, &to);
-        to.fnCopy(from);
-    }
-    other.TileMap->fnRequirePixels();
-    TileMap->fnRequirePixels();
+    std::unique_ptr<CqTileMap> fresh(q32::fnNew<CqTileMap>(source.Width, source.Height,
+                                                           source.BitCount, source.Palette.get(),
+                                                           count, q32::BlockContents::ANY));
+    if (&other != this) // deliberate: assigned to itself, an image loses its pixels
+        q32::fnCopyTiles(*other.TileMap, *fresh);
+    fnSetBuf(fresh.release());
     if (!other.Title.IsEmpty())
         Title = other.Title;
     TitleFlag = other.TitleFlag;

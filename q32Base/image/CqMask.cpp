@@ -1,7 +1,10 @@
 #include "q32Base/image/CqMask.h"
 
 #include "q32Base/framework/Memory.h"
+#include "q32Base/image/CopyTiles_p.h"
 #include "q32Base/image/PixelBytes_p.h"
+
+#include <memory>
 
 const CRuntimeClass CqMask::classCqMask = {"CqMask", sizeof(CqMask), 0xFFFF, nullptr,
                                            &CqImage::classCqImage};
@@ -23,17 +26,13 @@ const CRuntimeClass* CqMask::GetRuntimeClass() const {
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): deliberate, see the declaration
 CqMask& CqMask::operator=(CqMask& other) {
     if (other.TileMap) {
-        fnSetBuf(q32::fnNew<CqTileMap>(other.Width, other.Height, 8u, q32GreyRamp, 256u,
-                                       q32::BlockContents::ANY));
+        std::unique_ptr<CqTileMap> fresh(q32::fnNew<CqTileMap>(
+            other.Width, other.Height, 8u, q32GreyRamp, 256u, q32::BlockContents::ANY));
         if (other.BitCount < 8) // its single tile has fewer bytes than this mask's
-            q32::fnFillAll(*TileMap, CqColor());
-        CqImageTile from(true);
-        CqImageTile to(true);
-        for (std::uint32_t i = 0; i < TileCount && other.BitCount >= 8; ++i) {
-            other.fnAccessTile(i, &from);
-            fnAccessTile(i, &to);
-            to.fnCopy(from);
-        }
+            q32::fnFillAll(*fresh, CqColor());
+        else if (&other != this)
+            q32::fnCopyTiles(*other.TileMap, *fresh);
+        fnSetBuf(fresh.release());
     } else {
         fnFreeBuf();
     }

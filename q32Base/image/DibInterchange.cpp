@@ -56,14 +56,18 @@ std::size_t fnGetDeclaredSize(const DibLayout& layout) {
     return std::max(size, kDibHeaderBytes + masks);
 }
 
+void fnRequireGeometry(const BITMAPINFOHEADER& header, std::uint32_t height) {
+    if (header.biWidth <= 0 || height == 0 || !q32::fnFindPixelFormat(header.biBitCount))
+        AfxThrowResourceException();
+}
+
 /// A map of that geometry with the header's colour table, as far as the block holds it; the other
 /// entries are black.
 std::unique_ptr<CqTileMap> fnMakeMap(const DibLayout& layout, std::span<const unsigned char> block,
                                      std::uint32_t height) {
     constexpr std::uint32_t kMaxColors = 256;
     const BITMAPINFOHEADER& header = layout.m_Header;
-    if (header.biWidth <= 0 || height == 0 || !q32::fnFindPixelFormat(header.biBitCount))
-        AfxThrowResourceException();
+    fnRequireGeometry(header, height);
     RGBQUAD table[kMaxColors] = {};
     const std::uint32_t count = std::min(layout.m_nColors, kMaxColors);
     assert(block.size() >= kDibHeaderBytes);
@@ -75,10 +79,15 @@ std::unique_ptr<CqTileMap> fnMakeMap(const DibLayout& layout, std::span<const un
         static_cast<std::uint32_t>(header.biWidth), height, header.biBitCount, table, count));
 }
 
-/// Whether a block of that size holds everything that its header declares. An encoded bitmap must
-/// have a byte for every so many pixels, lest a few bytes demand gigabytes.
-bool fnIsWhole(const DibLayout& layout, std::uint64_t size) {
+/// Whether there is a byte for every so many pixels, lest a few bytes demand gigabytes.
+bool fnIsPaid(const DibLayout& layout, std::uint64_t bytes) {
     constexpr std::uint64_t kMaxPixelsPerByte = 65536;
+    const auto width = static_cast<std::uint32_t>(layout.m_Header.biWidth);
+    return std::uint64_t{width} * layout.m_nHeight / kMaxPixelsPerByte <= bytes;
+}
+
+/// Whether a block of that size holds everything that its header declares.
+bool fnIsWhole(const DibLayout& layout, std::uint64_t size) {
     const BITMAPINFOHEADER& header = layout.m_Header;
     if (!layout.fnHasPixels() || header.biSize < kDibHeaderBytes || layout.m_nPixelsAt > size)
         return false;
@@ -87,7 +96,7 @@ bool fnIsWhole(const DibLayout& layout, std::uint64_t size) {
     switch (header.biCompression) {
     case BI_RLE8:
     case BI_RLE4:
-        return std::uint64_t{width} * layout.m_nHeight / kMaxPixelsPerByte <= room;
+        return fnIsPaid(layout, room);
     case BI_RGB:
     case BI_BITFIELDS: // the masks count as pixels
         return layout.m_nHeight <=
@@ -117,6 +126,9 @@ void CqImage::fnLoad(int id, unsigned int depth) {
     const auto layout = fnReadDibLayout(block);
     if (!layout)
         AfxThrowResourceException();
+    fnRequireGeometry(layout->m_Header, layout->m_nHeight);
+    if (!fnIsPaid(*layout, block.size()))
+        AfxThrowMemoryException();
     auto map = fnMakeMap(*layout, block, layout->m_nHeight);
     if (layout->m_Header.biCompression > BI_BITFIELDS) {
         // Deliberate: the storage is gone, and the mirror fields describe that of the bitmap.

@@ -7,6 +7,7 @@
 #include "q32Base/messages/ReportMemory.h"
 #include "q32Base/services/CqDumpBin.h"
 
+#include <cassert>
 #include <cstring>
 #include <memory>
 #include <utility>
@@ -69,6 +70,7 @@ bool q32Attach(CqPlatform platform) {
         q32::fnClearPlatform();
         return false;
     }
+    assert(q32GetVMPolicy() == thePolicy.get() && q32GetDisplayProperty() == theDisplay.get());
     thePolicy->fnSerialize(true);
     theDisplay->fnSerialize(true);
     return true;
@@ -81,6 +83,7 @@ const char* q32Version() {
 void q32Detach() {
     if (!theDisplay)
         return;
+    assert(thePolicy && q32::fnHasPlatform()); // made earlier, released later
     q32DestroyDumpWnd();
     thePolicy->fnReleaseHeld();
     thePolicy.reset();

@@ -3,6 +3,7 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImageLine.h"
 #include "q32Base/image/CqMask.h"
+#include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/services/ProgressRun_p.h"
 
 #include <algorithm>
@@ -210,6 +211,7 @@ bool q32MakeStrokeMask(std::span<const CqPoint2D> points, double width, const CR
                 return false;
         }
         line.fnUnAssociate();
+        made.TileMap->fnRequirePixels();
         mask.fnSwapBuf(made);
         mask.m_rectBound = bound;
         return true;

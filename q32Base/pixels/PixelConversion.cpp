@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cassert>
 #include <cstring>
 
 namespace q32 {
@@ -144,6 +145,7 @@ std::size_t fnGetOrderBytes(std::uint32_t bits, PIXEL_ORDER order) {
 
 PixelDecoder::PixelDecoder(std::uint32_t bits, const RGBQUAD* palette, PIXEL_ORDER order)
     : m_nBits(bits), m_eOrder(order), m_fnPick(fnChoosePick(bits, order)) {
+    assert(palette || !fnIsIndexed(bits));
     for (std::size_t i = 0; fnIsIndexed(bits) && i < kPaletteSlots; ++i) {
         m_Palette[i] = palette[i];
         m_Palette[i].rgbReserved = 255;

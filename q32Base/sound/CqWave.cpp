@@ -5,6 +5,7 @@
 #include "q32Base/platform/Checked_p.h"
 #include "q32Base/platform/CqPlatform.h"
 
+#include <cassert>
 #include <cstring>
 #include <utility>
 
@@ -118,6 +119,7 @@ void CqWave::fnAdoptBuf(const WAVEFORMATEX& format, q32::PixelBlock&& block) {
     m_nSampleRate = m_Format.nSamplesPerSec;
     m_nBlockAlign = m_Format.nBlockAlign;
     m_nFrames = m_nBlockAlign == 0 ? 0 : fnGetBufferSize() / m_nBlockAlign;
+    assert(std::uint64_t{m_nFrames} * m_nBlockAlign <= fnGetBufferSize());
 }
 
 /// Allocates a new block, fills it with samples, if there are any, and only then releases the old
@@ -168,6 +170,7 @@ void CqWave::fnFillBuffer(unsigned char* const pData, unsigned long nFrames) {
     const std::uint32_t size = fnBytes(m_Format.nBlockAlign, nFrames);
     if (size > fnGetBufferSize())
         return fnReplaceBuf(m_Format, size, pData);
+    assert(size == 0 || fnGetBuffer());
     if (size < fnGetBufferSize())
         fnMute(fnGetBuffer() + size, fnGetBufferSize() - size);
     fnCopy(fnGetBuffer(), pData, size);

@@ -86,6 +86,7 @@ bool CqWave::fnStart(bool bWait, bool bLoop) {
 
 /// Takes over the caller's reference, so that the device isn't kept open beyond the end.
 bool CqWave::fnWrite(std::shared_ptr<CqWaveOut> device) {
+    assert(device && m_Header.dwBufferLength == fnGetBufferSize());
     if (!q32::fnTryMemory([&] { return device->fnPrepare(m_Header); }))
         return false;
     // Before the call, since the end may be reported before it returns.

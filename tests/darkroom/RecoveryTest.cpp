@@ -54,6 +54,25 @@ TEST_F(DarkroomRecovery, UnsavedChangesAreCopiedAndTheCopyGoesWhenTheyAreSaved) 
     EXPECT_TRUE(fnList().isEmpty());
 }
 
+#ifndef Q_OS_WIN // where profile folders have rights of their own
+TEST_F(DarkroomRecovery, CopiesAreForTheirUserAlone) {
+    QDir().mkpath(fnPath("recovery"));
+    QFile::setPermissions(fnPath("recovery"), QFile::Permissions(0x7755));
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("kept.png", 60, 40)));
+    for (int i = 0; i < 2; ++i) { // a new copy, then in place of it
+        fnDo("left");
+        m_pWindow->fnKeepCopy();
+        constexpr auto kOthers = QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup |
+                                 QFile::ReadOther | QFile::WriteOther | QFile::ExeOther;
+        EXPECT_FALSE(QFile::permissions(fnPath("recovery")) & kOthers);
+        ASSERT_EQ(fnList().size(), 4);
+        for (const QString& file : fnList())
+            EXPECT_FALSE(QFile::permissions(fnPath("recovery/" + file)) & kOthers)
+                << file.toStdString();
+    }
+}
+#endif
+
 TEST_F(DarkroomRecovery, WhatAKilledProgramLeftIsOfferedOpenedUnsavedAndThenGone) {
     fnLeave("one", 70);
     fnInDialog([&](QDialog& dialog) {

@@ -120,6 +120,55 @@ TEST_F(DisplayFaults, ASoundIsPlayedToItsEndOrRefused) {
     EXPECT_GE(fnFailEachCall(m_Folder, operation).m_nRefused, 1u);
 }
 
+TEST_F(DisplayFaults, AMixersValuesAreSetOrStay) {
+    m_World->m_pMixers->fnAddDevice(CqHeadlessMixers::fnMakeUsualDevice());
+    CqHeadlessWnd parent(CRect(0, 0, 200, 150));
+    std::optional<CqSoundCtrl> control;
+    const struct {
+        const char* m_szName;
+        std::function<bool(CqSoundCtrl&)> m_Set;
+        std::function<unsigned int(const CqSoundCtrl&)> m_Get;
+    } kValues[] = {{"volume", [](CqSoundCtrl& c) { return c.fnSetVolume(200); },
+                    [](const CqSoundCtrl& c) { return c.fnGetVolume(); }},
+                   {"balance", [](CqSoundCtrl& c) { return c.fnSetBalance(200); },
+                    [](const CqSoundCtrl& c) { return c.fnGetBalance(); }},
+                   {"bass", [](CqSoundCtrl& c) { return c.fnSetBass(200); },
+                    [](const CqSoundCtrl& c) { return c.fnGetBass(); }},
+                   {"treble", [](CqSoundCtrl& c) { return c.fnSetTreble(200); },
+                    [](const CqSoundCtrl& c) { return c.fnGetTreble(); }},
+                   {"mute", [](CqSoundCtrl& c) { return c.fnSetMute(true); },
+                    [](const CqSoundCtrl& c) { return c.fnGetMute() ? 200u : 128u; }}};
+    for (const auto& value : kValues) {
+        bool made = false;
+        unsigned int before = 0;
+        FaultOperation operation;
+        operation.m_szName = std::string("set the ") + value.m_szName;
+        operation.m_Prepare = [&] {
+            control.emplace();
+            made = control->fnCreate(&parent, 7, 5);
+            before = value.m_Get(*control);
+        };
+        operation.m_Work = [&] { return value.m_Set(*control); };
+        operation.m_Check = [&](bool done) -> std::string {
+            Q32_WANT(made);
+            Q32_WANT(value.m_Get(*control) == (done ? 200u : before));
+            return "";
+        };
+        operation.m_Clear = [&] { control.reset(); };
+        fnFailEachCall(m_Folder, operation);
+    }
+    FaultOperation operation;
+    operation.m_szName = "open a mixer";
+    operation.m_Prepare = [&] { control.emplace(); };
+    operation.m_Work = [&] { return control->fnCreate(&parent, 7, 5); };
+    operation.m_Check = [&](bool done) -> std::string {
+        Q32_WANT(done || !control->fnSetVolume(3));
+        return "";
+    };
+    operation.m_Clear = [&] { control.reset(); };
+    fnFailEachCall(m_Folder, operation);
+}
+
 TEST_F(DisplayFaults, AnArchiveHoldsACurveOrTheFailureIsRaised) {
     FaultOperation operation;
     operation.m_szName = "store and load curves";

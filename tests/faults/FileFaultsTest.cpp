@@ -73,7 +73,8 @@ protected:
                result.m_nMsgId == -6 || result.m_nMsgId == -7;
     }
 
-    void fnFailReads(const char* name, bool losesBlocks);
+    void fnFailReads(const char* name, bool losesBlocks, const CqPictureLimits& limits = {});
+    void fnPut(const Bytes& file) const { m_Folder.fnWrite("file", {file.begin(), file.end()}); }
 
     static constexpr char kOld[] = "what stood there before";
     std::string m_szFile;
@@ -102,11 +103,11 @@ TEST_F(FileFaults, AWrittenPictureReplacesTheOldFileOrLeavesItWhateverFails) {
 }
 
 /// Reads the file, with each call failing: its picture replaces the image, or leaves it.
-void FileFaults::fnFailReads(const char* name, bool losesBlocks) {
+void FileFaults::fnFailReads(const char* name, bool losesBlocks, const CqPictureLimits& limits) {
     Look whole;
     {
         CqImage image;
-        ASSERT_TRUE(q32ReadPicture(m_szFile.c_str(), image).fnIsDone()) << name;
+        ASSERT_TRUE(q32ReadPicture(m_szFile.c_str(), image, limits).fnIsDone()) << name;
         whole = fnLook(image);
     }
     std::optional<CqImage> image;
@@ -121,7 +122,7 @@ void FileFaults::fnFailReads(const char* name, bool losesBlocks) {
         before = fnLook(*image);
     };
     operation.m_Work = [&] {
-        result = q32ReadPicture(m_szFile.c_str(), *image);
+        result = q32ReadPicture(m_szFile.c_str(), *image, limits);
         return result.fnIsDone();
     };
     operation.m_Check = [&](bool done) -> std::string {
@@ -147,20 +148,17 @@ TEST_F(FileFaults, AReadPictureReplacesTheImageOrLeavesItWhateverFails) {
 }
 
 TEST_F(FileFaults, APictureOfAnotherWriterReplacesTheImageOrLeavesItWhateverFails) {
-    const auto put = [&](const Bytes& file) {
-        m_Folder.fnWrite("file", {file.begin(), file.end()});
-    };
     TestPng png;
     png.m_nWidth = png.m_nHeight = 40;
     png.m_bInterlaced = true;
     png.m_Rows.resize(fnPngRowBytes(png) * 40);
-    put(png.fnMake());
+    fnPut(png.fnMake());
     fnFailReads("interlaced PNG", false);
     TestJpeg jpeg;
     jpeg.m_nWidth = jpeg.m_nHeight = 40;
     jpeg.m_bProgressive = true;
     jpeg.m_Samples.resize(std::size_t{40} * 40 * 3);
-    put(jpeg.fnMake());
+    fnPut(jpeg.fnMake());
     fnFailReads("progressive JPEG", false);
     TestTiff tiff;
     tiff.m_nWidth = tiff.m_nHeight = 40;
@@ -168,24 +166,154 @@ TEST_F(FileFaults, APictureOfAnotherWriterReplacesTheImageOrLeavesItWhateverFail
     tiff.m_nPhotometric = 5; // inks
     tiff.m_nTileWidth = tiff.m_nTileHeight = 16;
     tiff.m_Samples.resize(std::size_t{40} * 40 * 4);
-    put(tiff.fnMake());
+    fnPut(tiff.fnMake());
     fnFailReads("tiled TIFF", true);
     tiff = {};
     tiff.m_nWidth = tiff.m_nHeight = 40;
     tiff.m_nSamples = 3;
     tiff.m_nPhotometric = 8; // CIE L*a*b*
     tiff.m_Samples.resize(std::size_t{40} * 40 * 3);
-    put(tiff.fnMake());
+    fnPut(tiff.fnMake());
     fnFailReads("TIFF that libtiff converts", true);
     tiff.m_nPhotometric = 2;
     tiff.m_bSeparate = true;
-    put(tiff.fnMake());
+    fnPut(tiff.fnMake());
     fnFailReads("TIFF of planes", true);
     // 4 x 1 pixels of 8 bits, two colours: a run of four, the end.
-    put({'B', 'M', 0, 0, 0, 0, 0, 0, 0, 0, 62, 0, 0, 0, 40, 0, 0, 0, 4, 0, 0, 0,
-         1,   0,   0, 0, 1, 0, 8, 0, 1, 0, 0,  0, 0, 0, 0,  0, 0, 0, 0, 0, 0, 0,
-         0,   0,   2, 0, 0, 0, 0, 0, 0, 0, 1,  2, 3, 0, 4,  5, 6, 0, 4, 1, 0, 1});
+    fnPut({'B', 'M', 0, 0, 0, 0, 0, 0, 0, 0, 62, 0, 0, 0, 40, 0, 0, 0, 4, 0, 0, 0,
+           1,   0,   0, 0, 1, 0, 8, 0, 1, 0, 0,  0, 0, 0, 0,  0, 0, 0, 0, 0, 0, 0,
+           0,   0,   2, 0, 0, 0, 0, 0, 0, 0, 1,  2, 3, 0, 4,  5, 6, 0, 4, 1, 0, 1});
     fnFailReads("run-length coded BMP", false);
+}
+
+TEST_F(FileFaults, APictureReadInAnotherWayReplacesTheImageOrLeavesItWhateverFails) {
+    TestPng png;
+    png.m_nWidth = png.m_nHeight = 40;
+    png.m_Rows.resize(fnPngRowBytes(png) * 40, 77);
+    Bytes file = png.fnMake();
+    file.resize(file.size() - 20);
+    fnPut(file);
+    CqPictureLimits limits;
+    limits.m_bPartial = true;
+    fnFailReads("a part of a PNG", false, limits);
+    TestJpeg jpeg;
+    jpeg.m_nWidth = jpeg.m_nHeight = 80;
+    jpeg.m_Samples.resize(std::size_t{80} * 80 * 3, 77);
+    file = jpeg.fnMake();
+    file.resize(file.size() - 20);
+    fnPut(file);
+    fnFailReads("a part of a JPEG", false, limits);
+    limits = {};
+    limits.m_nFitWidth = 10;
+    jpeg.m_bProgressive = true;
+    fnPut(jpeg.fnMake());
+    fnFailReads("a reduced JPEG", false, limits);
+    limits = {};
+    limits.m_bDither = true;
+    png.m_nDepth = 16;
+    png.m_Rows.assign(fnPngRowBytes(png) * 40, 77);
+    fnPut(png.fnMake());
+    fnFailReads("a dithered PNG", false, limits);
+    TestTiff tiff;
+    tiff.m_nWidth = tiff.m_nHeight = 40;
+    tiff.m_nBits = 16;
+    tiff.m_Samples.resize(std::size_t{40} * 40 * 2, 77);
+    fnPut(tiff.fnMake());
+    fnFailReads("a dithered TIFF", true, limits);
+}
+
+CqPictureMetadata fnMetadata() {
+    const std::string camera("MM\0*\0\0\0\x08\0\0\0\0\0\0", 14);
+    CqPictureMetadata metadata;
+    metadata.m_Exif.assign(camera.begin(), camera.end());
+    metadata.m_Xmp.assign(3000, 'x');
+    return metadata;
+}
+
+TEST_F(FileFaults, MetadataIsWrittenWithThePictureOrTheOldFileStays) {
+    const CqPictureMetadata metadata = fnMetadata();
+    for (const PICTURE_FORMAT format : {PICTURE_PNG, PICTURE_JPEG, PICTURE_TIFF}) {
+        CqImage image(50, 40, 24, nullptr, 0);
+        fnPaint(image, 5);
+        std::string good;
+        CqPictureResult result;
+        FaultOperation operation;
+        operation.m_szName = "write metadata, format " + std::to_string(format);
+        operation.m_bLosesBlocks = format == PICTURE_TIFF;
+        operation.m_Prepare = [&] { m_Folder.fnWrite("file", kOld); };
+        operation.m_Work = [&] {
+            result = q32WritePicture(m_szFile.c_str(), image, metadata, format);
+            return result.fnIsDone();
+        };
+        operation.m_Check = [&](bool) { return fnCheckWritten(result, good); };
+        operation.m_Clear = [&] { result = {}; };
+        EXPECT_GT(fnFailEachCall(m_Folder, operation).m_nRefused, 10u);
+    }
+}
+
+TEST_F(FileFaults, MetadataIsReadWithThePictureOrBothStay) {
+    for (const PICTURE_FORMAT format : {PICTURE_PNG, PICTURE_JPEG, PICTURE_TIFF}) {
+        CqImage source(50, 40, 24, nullptr, 0);
+        fnPaint(source, 5);
+        ASSERT_TRUE(q32WritePicture(m_szFile.c_str(), source, fnMetadata(), format).fnIsDone());
+        std::optional<CqImage> image;
+        CqPictureMetadata metadata;
+        CqPictureResult result;
+        FaultOperation operation;
+        operation.m_szName = "read metadata, format " + std::to_string(format);
+        operation.m_bLosesBlocks = format == PICTURE_TIFF;
+        operation.m_Prepare = [&] {
+            image.emplace(7, 6, 24, nullptr, 0);
+            metadata.m_Xmp.assign(10, 'o');
+        };
+        operation.m_Work = [&] {
+            result = q32ReadPicture(m_szFile.c_str(), *image, metadata);
+            return result.fnIsDone();
+        };
+        operation.m_Check = [&](bool done) -> std::string {
+            Q32_WANT(image->Width == (done ? 50u : 7u));
+            Q32_WANT(metadata.m_Xmp ==
+                     (done ? fnMetadata().m_Xmp : std::vector<unsigned char>(10, 'o')));
+            Q32_WANT(done || fnIsReadMessage(result));
+            return "";
+        };
+        operation.m_Clear = [&] {
+            image.reset();
+            metadata = {};
+            result = {};
+        };
+        EXPECT_GT(fnFailEachCall(m_Folder, operation).m_nRefused, 10u);
+    }
+}
+
+TEST_F(FileFaults, APictureIsDescribedOrTheFactsStayWhateverFails) {
+    for (const PICTURE_FORMAT format : {PICTURE_PNG, PICTURE_JPEG, PICTURE_TIFF, PICTURE_BMP}) {
+        CqImage image(50, 40, 24, nullptr, 0);
+        fnPaint(image, 5);
+        ASSERT_TRUE(q32WritePicture(m_szFile.c_str(), image, fnMetadata(), format).fnIsDone());
+        CqPictureFacts facts;
+        CqPictureMetadata metadata;
+        CqPictureResult result;
+        FaultOperation operation;
+        operation.m_szName = "describe, format " + std::to_string(format);
+        operation.m_bLosesBlocks = format == PICTURE_TIFF;
+        operation.m_Work = [&] {
+            result = q32DescribePicture(m_szFile.c_str(), facts, &metadata);
+            return result.fnIsDone();
+        };
+        operation.m_Check = [&](bool done) -> std::string {
+            Q32_WANT(facts.m_nWidth == (done ? 50u : 0u) && facts.m_nHeight == (done ? 40u : 0u));
+            Q32_WANT(done || metadata.m_Xmp.empty());
+            Q32_WANT(done || fnIsReadMessage(result));
+            return "";
+        };
+        operation.m_Clear = [&] {
+            facts = {};
+            metadata = {};
+            result = {};
+        };
+        EXPECT_GT(fnFailEachCall(m_Folder, operation).m_nRefused, 5u);
+    }
 }
 
 std::string fnSamples(const CqWave& wave) {
@@ -241,6 +369,30 @@ TEST_F(FileFaults, AReadSoundReplacesTheWaveOrLeavesItWhateverFails) {
         result = {};
     };
     EXPECT_GT(fnFailEachCall(m_Folder, operation).m_nRefused, 10u);
+}
+
+TEST_F(FileFaults, ASoundIsDescribedOrTheFactsStayWhateverFails) {
+    CqWave source(2, 16, 44100, 9000, true);
+    fnFillWave(source, 1);
+    ASSERT_TRUE(q32WriteWave(m_szFile.c_str(), source).fnIsDone());
+    CqWaveFacts facts;
+    CqPictureResult result;
+    FaultOperation operation;
+    operation.m_szName = "describe WAV";
+    operation.m_Work = [&] {
+        result = q32DescribeWave(m_szFile.c_str(), facts);
+        return result.fnIsDone();
+    };
+    operation.m_Check = [&](bool done) -> std::string {
+        Q32_WANT(facts.m_nFrames == (done ? 9000u : 0u));
+        Q32_WANT(done || fnIsReadMessage(result));
+        return "";
+    };
+    operation.m_Clear = [&] {
+        facts = {};
+        result = {};
+    };
+    EXPECT_GT(fnFailEachCall(m_Folder, operation).m_nRefused, 5u);
 }
 
 } // namespace

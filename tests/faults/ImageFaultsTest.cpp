@@ -4,6 +4,7 @@
 #include "q32Base/framework/Memory.h"
 #include "tests/faults/FaultTest.h"
 
+#include <array>
 #include <optional>
 #include <span>
 
@@ -181,6 +182,21 @@ const ImageOperation kOperations[] = {
              return q32FeatherMask(mask, 2.0, area, nullptr);
          });
      }},
+    {"make a mask of a stroke", 8,
+     [](Pictures& with) {
+         const CqPoint2D points[] = {{9, 8}, {140, 99}, {20, 90}};
+         CqMask mask;
+         q32MakeStrokeMask(points, 7.5, CRect(0, 0, 150, 110), mask, nullptr);
+         with.m_Image = mask;
+     }},
+    {"read and write a rectangle of pixels", 24,
+     [](Pictures& with) {
+         const CRect rect(9, 8, 80, 60);
+         std::array<unsigned char, std::size_t{71} * 52 * 4> pixels;
+         if (!q32ReadPixels(with.m_Other, rect, PIXEL_BGRA32, pixels.data(), 71 * 4) ||
+             !q32WritePixels(with.m_Image, rect, PIXEL_BGRA32, pixels.data(), 71 * 4))
+             AfxThrowMemoryException();
+     }},
     {"invert a mask", 8, [](Pictures& with) { fnEditMask(with, q32InvertMask); }},
     {"convert to 8 bits", 24, [](Pictures& with) { with.m_Image.fnConvert(8, true, nullptr); }},
     {"convert to 16 bits", 32, [](Pictures& with) { with.m_Image.fnConvert(16, true, nullptr); }},
@@ -319,6 +335,44 @@ TEST_F(ImageFaults, UndoAndRedoRestoreOneOfTheStatesWhateverFails) {
         image.reset();
     };
     fnFailEachCall(m_Folder, operation);
+}
+
+TEST_F(ImageFaults, ASnapshotStaysWhateverFailsWhenTheLevelsChange) {
+    std::optional<CqUndoMngr> manager;
+    FaultOperation operation;
+    operation.m_szName = "change the levels of undo";
+    operation.m_Prepare = [&] {
+        manager.emplace();
+        ASSERT_TRUE(manager->fnCreate(nullptr, 3, nullptr));
+        manager->fnAddUndoBuf(q32::fnNew<CqImage>(5, 4, 24, nullptr, 0), 17);
+    };
+    operation.m_Work = [&] { return manager->fnChangeLevel(100); };
+    operation.m_Check = [&](bool done) -> std::string {
+        Q32_WANT(manager->fnGetLevelNumber() == (done ? 100u : 3u));
+        Q32_WANT(manager->fnCanUndo() && !manager->fnCanRedo());
+        return "";
+    };
+    operation.m_Clear = [&] { manager.reset(); };
+    EXPECT_GE(fnFailEachCall(m_Folder, operation).m_nRefused, 1u);
+}
+
+TEST_F(ImageFaults, ASoundIsFilledOrStaysWhateverFails) {
+    std::optional<CqWave> wave;
+    std::vector<unsigned char> frames(std::size_t{20000} * 4, 9);
+    FaultOperation operation;
+    operation.m_szName = "fill a sound";
+    operation.m_Prepare = [&] { wave.emplace(2, 16, 44100, 9000, true); };
+    operation.m_Work = [&] {
+        wave->fnFillBuffer(frames.data(), 20000);
+        return true;
+    };
+    operation.m_Check = [&](bool done) -> std::string {
+        Q32_WANT(wave->fnGetFrameCount() == (done ? 20000u : 9000u));
+        Q32_WANT(wave->fnGetBuffer()[wave->fnGetBufferSize() - 1] == (done ? 9 : 0));
+        return "";
+    };
+    operation.m_Clear = [&] { wave.reset(); };
+    EXPECT_GT(fnFailEachCall(m_Folder, operation).m_nRefused, 5u);
 }
 
 TEST_F(ImageFaults, ASoundInAScratchFileIsCopiedOrRefused) {

@@ -182,6 +182,22 @@ TEST_F(DibTest, AFewUntrustedBytesDoNotDemandGigabytes) {
     EXPECT_TRUE(kept.fnIsUnchanged());
 }
 
+TEST_F(DibTest, AFewBytesOfAResourceDoNotDemandGigabytes) {
+    for (const DWORD compression : {BI_RGB, BI_BITFIELDS, BI_RLE8, BI_RLE4, DWORD{9}}) {
+        fnPut(Dib(30000, 30000, 16, compression).fnBlock());
+        Kept kept;
+        EXPECT_TRUE(fnRaisesMemoryException([&] { kept.m_Image.fnLoad(kId, 0); }));
+        EXPECT_TRUE(kept.fnIsUnchanged());
+    }
+    // Forty bytes give as many pixels as that pays for.
+    fnPut(Dib(40 * 256, 256, 16).fnBlock());
+    CqImage image;
+    image.fnLoad(kId, 0);
+    EXPECT_EQ(image.Width, 40u * 256);
+    fnPut(Dib(41 * 256, 256, 16).fnBlock());
+    EXPECT_TRUE(fnRaisesMemoryException([&] { image.fnLoad(kId, 0); }));
+}
+
 TEST_F(DibTest, TheDeclaredLengthOfAnUntrustedStreamBoundsIt) {
     Dib dib(4, 1, 8, BI_RLE8);
     dib.m_Pixels = {2, 1, 2, 9};

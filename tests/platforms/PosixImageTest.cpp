@@ -58,10 +58,15 @@ std::string fnWithGuardedImage(const std::function<std::string(CqImage&)>& work)
     });
 }
 
-/// Cuts an image's scratch file from another process.
-void fnCut(const CqImage& image, off_t bytes) {
+std::filesystem::path fnNativePath(const CqImage& image) {
     std::string path(image.fnGetScratchPath());
     std::replace(path.begin(), path.end(), '\\', '/');
+    return path;
+}
+
+/// Cuts an image's scratch file from another process.
+void fnCut(const CqImage& image, off_t bytes) {
+    const std::filesystem::path path = fnNativePath(image);
     EXPECT_EQ(fnInChild([&]() -> std::string {
                   Q32_WANT(::truncate(path.c_str(), bytes) == 0);
                   return "";
@@ -242,6 +247,15 @@ TEST(PosixLostPixels, WhatReadsAMaskReportsItsLoss) {
                  CqMask own(600, 400);
                  own -= mask;
              },
+             [](CqImage&, CqMask&mask) { const CqMask copy(mask); },
+             [](CqImage&, CqMask&mask) {
+                 CqMask small(4, 4);
+                 const CqMask sum = mask + small;
+             },
+             [](CqImage&, CqMask&mask) {
+                 CqMask small(4, 4);
+                 const CqMask difference = mask - small;
+             },
              [](CqImage&image, CqMask&mask) {
                  const CqImage source(500, 300, 24, nullptr, 0);
                  CqBlendParam param;
@@ -263,6 +277,59 @@ TEST(PosixLostPixels, WhatReadsAMaskReportsItsLoss) {
                       return "";
                   }),
                   "");
+}
+
+TEST(PosixLostPixels, AnAssignmentThatMeetsALossKeepsTheOldPicture) {
+    EXPECT_EQ(fnWithGuardedImage([](CqImage& image) -> std::string {
+                  CqImage old(70, 40, 24, nullptr, 0);
+                  old.fnFill(CqColor(7, 8, 9, 255), nullptr, false);
+                  fnCut(image, 0);
+                  Q32_WANT(fnRaisesMemoryException([&] { old = image; }));
+                  Q32_WANT(old.Width == 70 && old.TileMap->Width == 70);
+                  Q32_WANT(old.fnGetPixelColor(69, 39) == CqColor(7, 8, 9, 255));
+                  return "";
+              }),
+              "");
+    EXPECT_EQ(fnWithGuardedImage([](CqImage&) -> std::string {
+                  CqMask old(70, 40);
+                  old.fnFill(CqColor(7, 7, 7, 255), nullptr, false);
+                  old.fnSetPos(CPoint(3, 4));
+                  CqMask mask(500, 300);
+                  fnCut(mask, 0);
+                  Q32_WANT(fnRaisesMemoryException([&] { old = mask; }));
+                  Q32_WANT(old.Width == 70 && old.m_rectBound == CRect(3, 4, 73, 44));
+                  Q32_WANT(old.fnGetPixelColor(69, 39) == CqColor(7, 7, 7, 255));
+                  return "";
+              }),
+              "");
+}
+
+TEST(PosixLostPixels, AMaskOfAStrokeThatMeetsALossKeepsTheOldMask) {
+    /// Cuts all scratch files when a part of the mask is made.
+    class CuttingDisplay : public CqProgressDisplay {
+    public:
+        explicit CuttingDisplay(const CqImage& image)
+            : CqProgressDisplay(false), m_Directory(fnNativePath(image).parent_path()) {}
+        void fnDrawStatus(unsigned int, bool*) override {
+            for (const auto& entry : std::filesystem::directory_iterator(m_Directory))
+                if (entry.is_regular_file())
+                    std::filesystem::resize_file(entry.path(), 0);
+        }
+
+    private:
+        std::filesystem::path m_Directory;
+    };
+    EXPECT_EQ(fnWithGuardedImage([](CqImage& image) -> std::string {
+                  CqMask mask;
+                  CuttingDisplay cutting(image);
+                  const CqPoint2D points[] = {{0, 0}, {400, 400}};
+                  Q32_WANT(fnRaisesMemoryException([&] {
+                      q32MakeStrokeMask(points, 5, CRect(0, 0, 400, 400), mask, &cutting);
+                  }));
+                  Q32_WANT(!mask.TileMap && mask.m_rectBound.IsRectEmpty());
+                  return "";
+              }),
+              "");
 }
 
 TEST(PosixLostPixels, AReaderAndAWriterReturnFalseOnce) {

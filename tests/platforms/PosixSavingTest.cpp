@@ -1,7 +1,7 @@
 /// @file
 /// Files are replaced whole or not at all, whatever fails. Kills are in tests/faults/KillTest.cpp.
 
-#include "tests/platforms/PosixTestTools.h"
+#include "tests/platforms/PosixScratchTools.h"
 #include "tests/support/FailingAllocator.h"
 #include "tests/support/FailingCalls.h"
 
@@ -412,4 +412,20 @@ TEST(PosixSaving, AFileThatIsNotWritableOrNotRegularIsKept) {
     EXPECT_NE(fnSave(folder.fnName("pipe"), "new"), FILE_CAUSE_NONE);
     EXPECT_EQ(fnSave(folder.fnName("none\\a"), "new"), FILE_CAUSE_BAD_PATH);
     EXPECT_EQ(folder.fnCount(), 3u);
+}
+
+TEST(PosixScratchFailures, AFileThatCannotBeDeletedGivesItsSpaceBackAndIsSwept) {
+    const Folder folder;
+    const auto scratch = fnNewService();
+    std::string name;
+    const CallFault fault("unlink", 1, EACCES);
+    {
+        const Buffer buffer(*scratch, folder.fnName(), 1 << 20);
+        ASSERT_NE(buffer.m_pView, nullptr);
+        name = buffer.m_Name;
+    }
+    EXPECT_TRUE(fault.fnHappened());
+    ASSERT_TRUE(fnStands(name));
+    EXPECT_EQ(fnFacts(name).st_size, 0);
+    EXPECT_EQ(q32PosixSweepScratchFiles(folder.fnPath().c_str()), 1u);
 }

@@ -1,9 +1,12 @@
 #include "platforms/posix/TempDirectory_p.h"
 #include "tests/platforms/PosixTestTools.h"
+#include "tests/support/FailingCalls.h"
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <sys/stat.h>
 #include <vector>
@@ -66,6 +69,26 @@ TEST(PosixTemp, AnUnusableDirectoryIsReplacedByTheNextKnownOne) {
     ::chmod(folder.fnPath().c_str(), 0755);
     EXPECT_EQ(fnAsNobody([&] { return fnChoose(forbidden); }),
               fnFallBack(forbidden, "Permission denied"));
+}
+
+TEST(PosixTemp, ADirectoryWhoseFilesCannotBeLockedIsReplacedByTheNextKnownOne) {
+    const Folder folder;
+    for (const int error : {ENOLCK, EOPNOTSUPP})
+        for (const char* name : {"", "missing"}) {
+            const std::string path = folder.fnPath(name);
+            const CallFault fault("flock", 1, error);
+            EXPECT_EQ(fnChoose(path), fnFallBack(path, std::string("its files can't be locked: ") +
+                                                           std::strerror(error)));
+        }
+    { // a sweep may hold the lock just then
+        const CallFault fault("flock", 1, EWOULDBLOCK);
+        EXPECT_EQ(fnChoose(folder.fnPath()), folder.fnName());
+    }
+    { // a disk may be full at present
+        const CallFault fault("open", 1, ENOSPC);
+        EXPECT_EQ(fnChoose(folder.fnPath()), folder.fnName());
+    }
+    EXPECT_EQ(folder.fnCount(), 0u);
 }
 
 TEST(PosixTemp, TheLongestNameThatFitsIsTaken) {

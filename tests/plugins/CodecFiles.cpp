@@ -146,6 +146,14 @@ void TestTiff::fnWritePage(TIFF* tiff) const {
     }
     if (m_MoreTags)
         m_MoreTags(tiff);
+    for (std::uint32_t i = 0; i < m_Coded.size(); ++i) {
+        Bytes coded = m_Coded[i];
+        const auto size = static_cast<tmsize_t>(coded.size());
+        m_nTileWidth != 0 ? TIFFWriteRawTile(tiff, i, coded.data(), size)
+                          : TIFFWriteRawStrip(tiff, i, coded.data(), size);
+    }
+    if (!m_Coded.empty())
+        return;
 
     const int planes = m_bSeparate ? m_nSamples : 1;
     const auto bits = static_cast<unsigned int>(m_nBits * (m_bSeparate ? 1 : m_nSamples));
@@ -205,6 +213,12 @@ Bytes TestJpeg::fnMake() const {
     if (m_nScans > 0) {
         jpeg.scan_info = scans.data();
         jpeg.num_scans = m_nScans;
+    }
+    const std::vector<jpeg_scan_info> apart = {
+        {1, {0}, 0, 63, 0, 0}, {1, {1}, 0, 63, 0, 0}, {1, {2}, 0, 63, 0, 0}};
+    if (m_bApart) {
+        jpeg.scan_info = apart.data();
+        jpeg.num_scans = m_nComponents;
     }
     jpeg.arith_code = m_bArithmetic;
     jpeg_start_compress(&jpeg, TRUE);

@@ -49,7 +49,8 @@ struct TestTiff {
     bool m_bBigEndian = false;
     std::function<void(void*)> m_MoreTags; ///< gets the TIFF*
     int m_nPages = 1;                      ///< all alike
-    Bytes m_Samples; ///< rows of the picture (plane by plane), each padded to full bytes
+    Bytes m_Samples;            ///< rows of the picture (plane by plane), each padded to full bytes
+    std::vector<Bytes> m_Coded; ///< instead of samples: the strips or tiles as they are stored
 
     Bytes fnMake() const;
 
@@ -63,6 +64,7 @@ struct TestJpeg {
     std::uint32_t m_nHeight = 8;
     int m_nComponents = 3; ///< 1 grey, 3 colour, 4 inks
     bool m_bProgressive = false;
+    bool m_bApart = false; ///< each component in a scan of its own
     int m_nScans = 0; ///< grey: above 0, so many scans of one coefficient or bit each, up to 253
     bool m_bArithmetic = false;
     bool m_bAdobe = true; ///< inks: with the marker, which makes 255 no ink

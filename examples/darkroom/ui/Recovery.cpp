@@ -65,6 +65,13 @@ QByteArray fnReadAll(const QString& path) {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+/// Pictures are their user's alone. Where the file system has no such rights, the copy is made all
+/// the same.
+void fnHide(const QString& path) {
+    constexpr auto kOwner = QFile::ReadOwner | QFile::WriteOwner;
+    QFile::setPermissions(path, QFileInfo(path).isDir() ? kOwner | QFile::ExeOwner : kOwner);
+}
+
 /// A lock that another program holds isn't broken, however old it is; that of a killed one is.
 std::unique_ptr<QLockFile> fnLock(const QString& stem) {
     auto lock = std::make_unique<QLockFile>(stem + kLock);
@@ -84,10 +91,12 @@ bool Recovery::fnTakeName() {
         return true;
     if (!QDir().mkpath(m_strFolder))
         return false;
+    fnHide(m_strFolder); // ahead of the first file in it
     const QString stem =
         QDir(m_strFolder).filePath(QUuid::createUuid().toString(QUuid::WithoutBraces));
     m_pLock = fnLock(stem);
     m_strCopy = stem + kPicture;
+    fnHide(stem + kLock);
     return m_pLock != nullptr;
 }
 
@@ -109,6 +118,7 @@ Outcome Recovery::fnKeep(Document& document, CqProgressDisplay* progress) {
                             document.fnGetMetadata(), PICTURE_TIFF, fast, &pictureProgress);
         if (!outcome.fnIsDone())
             return outcome;
+        fnHide(m_strCopy);
         m_bOwn = true;
         QSaveFile file(beside);
         if (!there && !(file.open(QIODevice::WriteOnly) &&
@@ -118,6 +128,8 @@ Outcome Recovery::fnKeep(Document& document, CqProgressDisplay* progress) {
         QFile name(fnGetFile(kName));
         if (name.open(QIODevice::WriteOnly))
             name.write(document.fnGetPath().c_str());
+        fnHide(beside);
+        fnHide(name.fileName());
         return outcome;
     });
 }
