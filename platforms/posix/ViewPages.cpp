@@ -102,7 +102,7 @@ void ViewPages::fnSync(const Range& range, unsigned flags) {
 void ViewPages::fnDropOldest() {
     assert(m_nOut != 0);
     const Range range = m_Out[m_nFirstOut];
-    assert(range.fnSize() <= m_nBytesOut);
+    assert(range.fnGetSize() <= m_nBytesOut);
     m_nFirstOut = (m_nFirstOut + 1) % kMaxRanges;
     --m_nOut;
     m_nBytesOut -= range.fnGetSize();
