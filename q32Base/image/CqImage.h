@@ -64,7 +64,7 @@ public:
 
     /// Copies the storage, and `Title` if the source's isn't empty, `TitleFlag` and both
     /// resolutions. Assigning an image to itself loses its pixels, deliberately: the fresh storage
-    /// is copied onto itself.
+    /// is copied onto itself. Raises the memory exception, with this image unchanged.
     CqImage& operator=(CqImage& other);
     /// Converts a device-independent bitmap: header, colour table, then rows padded to four bytes.
     /// The block must be as long as its header declares; RLE8 data has `biSizeImage` bytes, or
@@ -96,7 +96,9 @@ public:
         fnAlloc(fnSide(width), fnSide(height), fnSide(bitCount), nullptr, 0);
     }
     /// Loads a bitmap resource of the host by the low 16 bits of `id`, and converts it to `depth`
-    /// unless that is 0. Raises the resource exception when it is missing or can't be read.
+    /// unless that is 0. Rows that the resource lacks are 0. Raises the resource exception when
+    /// it is missing or can't be read, and the memory exception, too, for one with less than a byte
+    /// for every 65,536 pixels.
     virtual void fnLoad(int id, unsigned int depth);
 
     /// Exchanges the storage of two images; either may have none. All other fields stay.

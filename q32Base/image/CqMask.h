@@ -23,7 +23,8 @@ public:
 
     /// Copies bitmap and rectangle, `Title` if the source's isn't empty, `TitleFlag` and both
     /// resolutions. A source without a bitmap gives a mask without one. Assigning a mask to itself
-    /// loses its pixels, deliberately, as for images. Raises the memory exception.
+    /// loses its pixels, deliberately, as for images. Raises the memory exception, with this mask
+    /// unchanged.
     CqMask& operator=(CqMask& other);
 
     /// Allocates the bitmap, its pixels not set, and places it at (0, 0). Raises the memory
