@@ -203,8 +203,8 @@ bool fnMayFilterInBands(const PixelArea& source, const PixelArea& target, double
 
 std::optional<bool> fnFilterInBands(const PixelArea& source, const PixelArea& target, double scaleX,
                                     double scaleY, CqProgressDisplay* progress) {
-    const ContribTable columns(scaleY, target.fnGetHeight(), source.fnGetHeight());
-    const ContribTable rows(scaleX, target.fnGetWidth(), source.fnGetWidth());
+    const ContribTable columns(scaleY, target.fnGetHeight(), source.fnGetHeight(), false);
+    const ContribTable rows(scaleX, target.fnGetWidth(), source.fnGetWidth(), false);
     const auto columnQuads = fnMakeQuads(columns, target.fnGetHeight(), 1);
     const auto rowQuads = fnMakeQuads(rows, target.fnGetWidth(), 1);
     const auto lines =
