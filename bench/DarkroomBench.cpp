@@ -34,10 +34,10 @@ public:
         m_Longest = std::max(m_Longest, now - m_Last);
         m_Last = now;
     }
-    Clock::duration fnTaken() const { return m_Last - m_Start; }
-    Clock::duration fnLongest() const { return m_Longest; }
-    Clock::duration fnSinceEscape() const { return m_Last - m_Escape; }
-    std::size_t fnReports() const { return m_nReports; }
+    Clock::duration fnGetTaken() const { return m_Last - m_Start; }
+    Clock::duration fnGetLongest() const { return m_Longest; }
+    Clock::duration fnGetSinceEscape() const { return m_Last - m_Escape; }
+    std::size_t fnGetReports() const { return m_nReports; }
 
 private:
     Clock::time_point m_Start = Clock::now();
@@ -69,12 +69,12 @@ void fnMeasure(benchmark::State& state, darkroom::Document& document, const Edit
             break;
         }
         state.PauseTiming();
-        wait = std::max(wait, fnMilliseconds(watch.fnLongest()));
-        reports = watch.fnReports();
+        wait = std::max(wait, fnMilliseconds(watch.fnGetLongest()));
+        reports = watch.fnGetReports();
         document.fnUndo();
-        Watch stopped(watch.fnTaken() / 2);
+        Watch stopped(watch.fnGetTaken() / 2);
         if (apply(stopped))
-            stop = std::max(stop, fnMilliseconds(stopped.fnSinceEscape()));
+            stop = std::max(stop, fnMilliseconds(stopped.fnGetSinceEscape()));
         else
             document.fnUndo(); // it was done before
         state.ResumeTiming();

@@ -46,7 +46,7 @@ private:
     std::uniform_real_distribution<double> m_Coordinate;
 };
 
-void fnTellRate(benchmark::State& state, const char* name, double perPass) {
+void fnReportRate(benchmark::State& state, const char* name, double perPass) {
     state.counters[name] = benchmark::Counter(perPass * static_cast<double>(state.iterations()),
                                               benchmark::Counter::kIsRate);
 }
@@ -62,8 +62,8 @@ void fnTessellate(benchmark::State& state, double tolerance) {
             segments += polyline.fnGetNumberLine();
         }
     }
-    fnTellRate(state, "segments", segments);
-    fnTellRate(state, "curves", static_cast<double>(curves.size()));
+    fnReportRate(state, "segments", segments);
+    fnReportRate(state, "curves", static_cast<double>(curves.size()));
 }
 
 void fnIntersect(benchmark::State& state) {
@@ -80,7 +80,7 @@ void fnIntersect(benchmark::State& state) {
             hits += curves[i].fnIntersectX(lines[i], y[0], t[0], y[1], t[1], y[2], t[2]);
         benchmark::DoNotOptimize(hits);
     }
-    fnTellRate(state, "curves", static_cast<double>(curves.size()));
+    fnReportRate(state, "curves", static_cast<double>(curves.size()));
 }
 
 void fnDrawSegments(benchmark::State& state, unsigned int bits) {
@@ -100,7 +100,7 @@ void fnDrawSegments(benchmark::State& state, unsigned int bits) {
     for (auto _ : state)
         for (CqLine2D& line : lines)
             line.fnRasterize(image, color);
-    fnTellRate(state, "pixels", pixels);
+    fnReportRate(state, "pixels", pixels);
 }
 
 void fnDrawCurves(benchmark::State& state, unsigned int bits) {
@@ -110,7 +110,7 @@ void fnDrawCurves(benchmark::State& state, unsigned int bits) {
     for (auto _ : state)
         for (CqCubicBezier2D& curve : curves)
             curve.fnRasterize(image, color);
-    fnTellRate(state, "curves", static_cast<double>(curves.size()));
+    fnReportRate(state, "curves", static_cast<double>(curves.size()));
 }
 
 } // namespace

@@ -89,7 +89,7 @@ def real_seconds(row):
     return row["real_time"] * {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}[row["time_unit"]]
 
 
-def wanted_rows(chosen):
+def chosen_rows(chosen):
     """The rows that each program is to run."""
     rows = {}
     for _, _, program, row, peers in chosen:
@@ -103,7 +103,7 @@ def measure(chosen, options):
     """The seconds of each round, by program, row and number of threads."""
     times = {}
     for _ in range(options.rounds):
-        for program, rows in wanted_rows(chosen).items():
+        for program, rows in chosen_rows(chosen).items():
             pattern = bench.exactly(rows)
             for threads in [1] if program.endswith("Peer") else [1, options.threads]:
                 for name, row in bench.run(find(program), options.seconds, pattern, threads).items():

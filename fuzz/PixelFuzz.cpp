@@ -158,7 +158,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Input input(data, size);
     const std::unique_ptr<CqImage> image = fnMakeImage(input, 200);
     for (int calls = 0; calls < 12 && !input.fnIsEmpty(); ++calls) {
-        const auto order = static_cast<PIXEL_ORDER>(input.fnBelow(6));
+        const auto order = static_cast<PIXEL_ORDER>(input.fnBelow(7));
         switch (input.fnBelow(4)) {
         case 0:
             fnReadRect(input, *image, order);

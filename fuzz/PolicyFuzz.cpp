@@ -127,7 +127,11 @@ private:
         const bool counts = m_Input.fnFlag();
         policy.fnSetMemUsage(percent);
         policy.fnEnableMemUsage(counts);
+        // The settings file lies on a disk that may be full.
+        const std::uint64_t free = m_World.m_pDisks->fnGetFree("C:\\");
+        m_World.m_pDisks->fnSetFree("C:\\", 1u << 16);
         fnCheck(policy.fnSerialize(false) && policy.fnSerialize(true), "settings pass");
+        m_World.m_pDisks->fnSetFree("C:\\", free);
         m_nLimit = (counts ? percent : 100u) * kPhysicalBytes / 100; // wraps
         for (unsigned int i = 0; i < kDisks; ++i) {
             if (!m_Disks[i].m_szPath.empty())

@@ -43,7 +43,19 @@ bool fnKnowsBmp(const unsigned char* head, std::size_t count) {
     return count >= 2 && head[0] == 'B' && head[1] == 'M';
 }
 
-/// Decodes rows of the file to rows for a PictureTarget.
+/// The order of the file's pixels where an image takes them as they are; PIXEL_STORED where rows
+/// are decoded first.
+PIXEL_ORDER fnGetOrder(const BmpHeader& header) {
+    if (header.m_Info.biBitCount == 24)
+        return PIXEL_BGR24;
+    if (header.m_Info.biBitCount != 32)
+        return PIXEL_STORED;
+    return header.m_Masks == kDibMasks8888  ? PIXEL_BGRA32
+           : header.m_Masks == kDibMasks888 ? PIXEL_BGRX32
+                                            : PIXEL_STORED;
+}
+
+/// Decodes rows of the file to the layout of CodecSamples_p.h.
 class RowDecoder {
 public:
     explicit RowDecoder(const BmpHeader& header)
@@ -56,8 +68,6 @@ public:
         const unsigned int bits = m_Header.m_Info.biBitCount;
         if (bits <= 8)
             fnUnpackBits(in, bits, m_Header.m_nWidth, out);
-        else if (bits == 24)
-            fnSwap24(in, out);
         else if (m_b555 || m_b565)
             fnTake16(in, out);
         else
@@ -65,14 +75,6 @@ public:
     }
 
 private:
-    void fnSwap24(const unsigned char* in, unsigned char* out) const {
-        for (std::uint32_t x = 0; x < m_Header.m_nWidth; ++x, in += 3, out += 3) {
-            out[0] = in[2];
-            out[1] = in[1];
-            out[2] = in[0];
-        }
-    }
-
     /// 5-5-5 is widened with the low green bit 0, as in the DIB interchange.
     void fnTake16(const unsigned char* in, unsigned char* out) const {
         for (std::uint32_t x = 0; x < m_Header.m_nWidth; ++x, in += 2, out += 2) {
@@ -103,22 +105,27 @@ void fnReadPlain(CodecInput& input, const BmpHeader& header, PictureTarget& targ
     const std::uint64_t length = input.fnGetLength();
     if (header.m_nPixelsAt > length || (length - header.m_nPixelsAt) / stride < header.m_nHeight)
         throw CodecFailure{MESSAGE_CORRUPTED};
-    const unsigned int depth = header.fnImageDepth();
+    const unsigned int depth = header.fnGetImageDepth();
+    const PIXEL_ORDER order = fnGetOrder(header);
+    const bool decodes = order == PIXEL_STORED;
     const CheckedSize rowBytes = CheckedSize(header.m_nWidth) * fnCodecBytes(depth);
     target.fnCheckCodecBytes(rowBytes + CheckedSize(stride));
     target.fnAlloc(header.m_nWidth, header.m_nHeight, depth, depth <= 8 ? header.m_Colors : nullptr,
-                   header.m_nColors);
+                   header.m_nColors, order);
     if (!target.fnNeedsPixels())
         return;
 
     const RowDecoder decoder(header);
     const auto stored = std::make_unique_for_overwrite<unsigned char[]>(stride);
-    const auto row = std::make_unique_for_overwrite<unsigned char[]>(rowBytes.fnGetOrThrow());
+    const auto row =
+        std::make_unique_for_overwrite<unsigned char[]>(decodes ? rowBytes.fnGetOrThrow() : 0);
     input.fnSeek(header.m_nPixelsAt);
     for (std::uint32_t i = 0; i < header.m_nHeight; ++i) {
         fnReadExactly(input, stored.get(), stride);
-        decoder.fnDecode(stored.get(), row.get());
-        target.fnStoreRow(header.m_bTopDown ? i : header.m_nHeight - 1 - i, row.get());
+        if (decodes)
+            decoder.fnDecode(stored.get(), row.get());
+        target.fnStoreRow(header.m_bTopDown ? i : header.m_nHeight - 1 - i,
+                          decodes ? row.get() : stored.get());
         target.fnReport(std::uint64_t{i} + 1, header.m_nHeight);
     }
 }
@@ -232,31 +239,31 @@ std::vector<unsigned char> fnMakeHeaders(const PictureSource& source, std::uint6
     return bytes;
 }
 
-/// Converts a row to the file's byte order: the bytes of each pixel are reversed.
-void fnStoreBytes(const unsigned char* row, std::size_t width, unsigned int bits,
-                  unsigned char* out) {
-    if (bits == 4) {
-        fnJoinNibbles(row, width, out);
-        return;
-    }
-    const std::size_t bytes = bits / 8;
-    for (std::size_t x = 0; x < width; ++x, row += bytes, out += bytes)
-        std::reverse_copy(row, row + bytes, out);
+/// Converts 5-6-5 pixels as images store them to the file's, low byte first.
+void fnMakeLowFirst(unsigned char* pixels, std::size_t count) {
+    for (; count != 0; --count, pixels += 2)
+        fnStoreLowFirst(pixels, fnLoadHighFirst(pixels));
 }
 
 void fnWriteBmp(CodecOutput& output, PictureSource& source, const CqPictureOptions&) {
     const unsigned int bits = source.fnGetBitCount();
+    const std::uint32_t width = source.fnGetWidth();
     const std::uint32_t height = source.fnGetHeight();
-    const std::uint64_t stride = fnDibRowBytes(source.fnGetWidth(), bits);
+    const std::uint64_t stride = fnDibRowBytes(width, bits);
     const std::vector<unsigned char> headers = fnMakeHeaders(source, stride * height);
     bool done = output.fnWrite(headers.data(), headers.size());
 
-    const auto row = std::make_unique_for_overwrite<unsigned char[]>(
-        std::size_t{source.fnGetWidth()} * fnCodecBytes(bits));
+    const CqPixelReader reader = source.fnMakeReader(bits == 24   ? PIXEL_BGR24
+                                                     : bits == 32 ? PIXEL_BGRA32
+                                                                  : PIXEL_STORED);
+    const auto indices = std::make_unique_for_overwrite<unsigned char[]>(bits == 4 ? width : 0);
     const auto stored = std::make_unique<unsigned char[]>(stride);
     for (std::uint32_t i = 0; i < height && done; ++i) {
-        source.fnFetchRow(height - 1 - i, row.get());
-        fnStoreBytes(row.get(), source.fnGetWidth(), bits, stored.get());
+        source.fnFetch(reader, height - 1 - i, bits == 4 ? indices.get() : stored.get());
+        if (bits == 4)
+            fnJoinNibbles(indices.get(), width, stored.get());
+        else if (bits == 16)
+            fnMakeLowFirst(stored.get(), width);
         done = output.fnWrite(stored.get(), stride);
         source.fnReport(std::uint64_t{i} + 1, height);
     }

@@ -82,7 +82,7 @@ BmpHeader fnReadBmpHeader(CodecInput& input) {
     return header;
 }
 
-unsigned int BmpHeader::fnImageDepth() const {
+unsigned int BmpHeader::fnGetImageDepth() const {
     const unsigned int bits = m_Info.biBitCount;
     if (bits <= 8)
         return bits <= 4 ? 4 : 8;

@@ -39,7 +39,7 @@ struct BmpHeader {
 
     bool fnIs555() const { return m_Info.biBitCount == 16 && m_Masks == kDibMasks555; }
     bool fnIs565() const { return m_Info.biBitCount == 16 && m_Masks == kDibMasks565; }
-    unsigned int fnImageDepth() const;
+    unsigned int fnGetImageDepth() const;
     /// What the file holds beside the image, as bits of PICTURE_PART.
     unsigned int fnGetParts() const;
 };

@@ -6,12 +6,6 @@
 
 namespace q32 {
 
-namespace {
-
-constexpr double kMetersPerInch = 0.0254;
-
-} // namespace
-
 void fnUnpackBits(const unsigned char* in, unsigned int bits, std::size_t count,
                   unsigned char* out) {
     if (bits == 8) {

@@ -30,6 +30,9 @@ constexpr unsigned char fnScale16(std::uint16_t value) {
     return static_cast<unsigned char>((value * 255u + 32895u) >> 16);
 }
 
+inline constexpr double kMetersPerInch = 0.0254;
+inline constexpr double kInchesPerMeter = 1 / kMetersPerInch;
+
 /// Converts a resolution, rounded to an integer; 0 for a result below 1 or out of range.
 std::int32_t fnDotsPerInch(double dotsPerMeter);
 std::uint32_t fnDotsPerMeter(std::int32_t dotsPerInch);

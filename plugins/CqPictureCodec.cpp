@@ -115,7 +115,6 @@ bool CqPictureReader::fnSetTitle(const char* title) noexcept {
 }
 
 void CqPictureReader::fnSetDotsPerInch(double x, double y) noexcept {
-    constexpr double kInchesPerMeter = 1 / 0.0254;
     m_Target.fnSetDotsPerMeter(x * kInchesPerMeter, y * kInchesPerMeter);
 }
 

@@ -31,7 +31,7 @@ constexpr std::array<DitherRow, 8> fnMakeDitherRows() {
 inline constexpr std::array<DitherRow, 8> kDitherRows = fnMakeDitherRows();
 
 /// @param threshold  of the pixel, the same for all of its samples
-constexpr unsigned char fnDither16(std::uint16_t value, std::uint16_t threshold) {
+constexpr unsigned char fnDitherSample(std::uint16_t value, std::uint16_t threshold) {
     return static_cast<unsigned char>((std::uint32_t{value} * 255 + threshold) / 65535);
 }
 

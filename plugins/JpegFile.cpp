@@ -24,7 +24,6 @@ constexpr std::uint64_t kMaxPixelsPerByte = 512;
 /// a byte for so many blocks each. Pictures have some ten scans, and those of more are not empty.
 constexpr unsigned int kFreeScans = 32;
 constexpr std::uint64_t kMaxBlocksPerByte = 256;
-constexpr double kInchesPerMeter = 1 / 0.0254;
 /// Camera and editor metadata (APP1), profiles and further pictures (APP2), print metadata (APP13).
 constexpr int kNoteMarkers[] = {JPEG_APP0 + 1, JPEG_APP0 + 2, JPEG_APP0 + 13};
 constexpr int kDotsPerCentimeterUnit = 2;
@@ -318,15 +317,24 @@ void JpegReader::fnRead() {
     fnReadRows();
 }
 
+/// Notes by kind what the host doesn't ask for.
+void fnNoteParts(CodecInput& input, PictureTarget& target) {
+    CqPictureMetadata none;
+    MetadataTarget blocks(none, 0); // no bytes of any
+    fnTakeJpegMetadata(input, blocks);
+    fnRequireRead(input);
+    // Of notes behind the first scan only their presence is known.
+    target.fnNoteReduced(blocks.fnGetParts() != 0 ? blocks.fnGetParts() : PICTURE_PART_OTHER);
+}
+
 void fnReadJpeg(CodecInput& input, PictureTarget& target) {
     const auto reader = std::make_unique<JpegReader>(input, target);
     reader->fnRead();
     if (reader->fnIsDamaged())
         target.fnNotePartial();
-    if (target.fnGetMetadata())
-        target.fnNoteReduced(reader->fnIsCmyk() ? PICTURE_PART_CHANNELS : 0u);
-    else if (reader->fnIsCmyk() || reader->fnHasNotes())
-        target.fnNoteReduced();
+    target.fnNoteReduced(reader->fnIsCmyk() ? PICTURE_PART_CHANNELS : 0u);
+    if (!target.fnGetMetadata() && reader->fnHasNotes())
+        fnNoteParts(input, target);
     fnCollectMetadata(input, target,
                       [&](MetadataTarget& blocks) { fnTakeJpegMetadata(input, blocks); });
 }

@@ -61,8 +61,8 @@ Q32_API CqPictureResult q32ReadPicture(const char* path, CqImage& image,
 /// The same with the file's metadata: of a PNG EXIF, XMP and the profile; of a JPEG these and IPTC,
 /// except for XMP and profiles beyond what their first segments declare; of a TIFF XMP, IPTC and
 /// the profile, but not EXIF, whose blocks are spread over the file. Other formats have none. The
-/// result then notes as parts only what neither the image nor the metadata holds, and names them
-/// for JPEG files too. The orientation isn't applied.
+/// result then notes as parts only what neither the image nor the metadata holds. The orientation
+/// isn't applied.
 /// @param metadata  replaced on success, otherwise unchanged
 Q32_API CqPictureResult q32ReadPicture(const char* path, CqImage& image,
                                        CqPictureMetadata& metadata,

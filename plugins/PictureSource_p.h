@@ -41,11 +41,13 @@ public:
     void fnFetchRow(std::uint32_t y, unsigned char* out);
     /// Reads a row as red, green, blue at any depth; alpha is dropped.
     void fnFetchRgb(std::uint32_t y, unsigned char* out);
+    /// Reads a row in the order of a reader that `fnMakeReader` has made.
+    void fnFetch(const CqPixelReader& reader, std::uint32_t y, unsigned char* out);
+    CqPixelReader fnMakeReader(PIXEL_ORDER order) const { return {m_Image, order}; }
     void fnReport(std::uint64_t done, std::uint64_t total) { m_Steps.fnReport(done, total); }
 
 private:
     void fnFindColors();
-    void fnFetch(const CqPixelReader& reader, std::uint32_t y, unsigned char* out);
 
     CqImage& m_Image;
     const CqPictureMetadata& m_Metadata;

@@ -76,13 +76,13 @@ void PictureTarget::fnSetTitle(const char* title) {
 }
 
 void PictureTarget::fnAlloc(std::uint64_t width, std::uint64_t height, unsigned int bitCount,
-                            const RGBQUAD* palette, unsigned int count) {
+                            const RGBQUAD* palette, unsigned int count, PIXEL_ORDER order) {
     fnCheckSize(width, height, bitCount);
     m_nWidth = static_cast<std::uint32_t>(width);
     m_nHeight = static_cast<std::uint32_t>(height);
     m_Image.fnAlloc(m_bPixels ? m_nWidth : 1, m_bPixels ? m_nHeight : 1, bitCount, palette, count);
     m_Reader.emplace(m_Image, PIXEL_STORED);
-    m_Writer.emplace(m_Image, PIXEL_STORED);
+    m_Writer.emplace(m_Image, order);
 }
 
 void PictureTarget::fnCheckRoom(std::uint64_t fileBytes, std::uint64_t rowBytes, std::uint64_t rows,

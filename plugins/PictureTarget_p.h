@@ -67,8 +67,10 @@ public:
     bool fnNeedsPixels() const { return m_bPixels; }
     /// Allocates the image's storage. `palette` and `count` are those of `CqImage::fnAlloc`. Throws
     /// as `fnCheckSize`.
+    /// @param order  of the pixels that are stored; otherwise they have the layout of
+    ///               CodecSamples_p.h
     void fnAlloc(std::uint64_t width, std::uint64_t height, unsigned int bitCount,
-                 const RGBQUAD* palette, unsigned int count);
+                 const RGBQUAD* palette, unsigned int count, PIXEL_ORDER order = PIXEL_STORED);
     /// Throws MESSAGE_CORRUPTED if a file of `fileBytes` can't hold `rows` rows of `rowBytes` bytes
     /// (at the file's own depth), given that its coding expands a byte to at most `ratio` bytes.
     /// Called ahead of `fnAlloc`, so that a corrupt size allocates nothing.
@@ -81,8 +83,8 @@ public:
     static void fnCheckSparseRoom(std::uint64_t fileBytes, std::uint64_t rowBytes,
                                   std::uint64_t rows);
 
-    /// Copy `count` pixels in and out, in the layout of CodecSamples_p.h. The span must lie inside
-    /// the image allocated by `fnAlloc`.
+    /// Store `count` pixels in the order given to `fnAlloc`, and read them back in the layout of
+    /// CodecSamples_p.h. The span must lie inside the image allocated by `fnAlloc`.
     void fnStore(std::uint32_t x, std::uint32_t y, std::uint32_t count, const unsigned char* in);
     void fnFetch(std::uint32_t x, std::uint32_t y, std::uint32_t count, unsigned char* out);
     void fnStoreRow(std::uint32_t y, const unsigned char* in) { fnStore(0, y, m_Image.Width, in); }

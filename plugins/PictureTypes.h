@@ -32,6 +32,7 @@ class Q32_API CqPictureProgress {
 public:
     virtual ~CqPictureProgress() = default;
 
+    /// The work has come so far.
     /// @param percent  0 to 100, never decreasing
     /// @param aborted  false on entry; if set to true, the work ends without an image or a file
     virtual void fnOnProgress(unsigned int percent, bool& aborted) = 0;

@@ -211,7 +211,7 @@ void PngReader::fnReadPasses() {
     }
 }
 
-/// Dithers those pixels of a row that its pass has brought.
+/// Dithers those pixels of a row that its pass contains.
 void PngReader::fnNarrow(const unsigned char* wide, std::uint32_t y, int pass,
                          unsigned char* row) const {
     const std::size_t samples = fnCodecBytes(m_nBitCount);
@@ -220,8 +220,8 @@ void PngReader::fnNarrow(const unsigned char* wide, std::uint32_t y, int pass,
             continue;
         const std::uint16_t threshold = fnDitherThreshold(x, y);
         for (std::size_t i = x * samples; i < (x + std::size_t{1}) * samples; ++i)
-            row[i] = fnDither16(static_cast<std::uint16_t>(wide[2 * i] << 8 | wide[2 * i + 1]),
-                                threshold);
+            row[i] = fnDitherSample(static_cast<std::uint16_t>(wide[2 * i] << 8 | wide[2 * i + 1]),
+                                    threshold);
     }
 }
 

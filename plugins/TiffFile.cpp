@@ -27,7 +27,6 @@ using Bytes = std::unique_ptr<unsigned char[]>;
 constexpr std::uint64_t kMaxRatio = 4096;
 /// Of samples without compression: chroma of YCbCr may be stored for 4 x 4 pixels at a time.
 constexpr std::uint64_t kMaxPlainRatio = 3;
-constexpr double kInchesPerMeter = 1 / 0.0254;
 
 bool fnKnowsTiff(const unsigned char* head, std::size_t count) {
     // Byte order, then 42, or 43 for BigTIFF.
@@ -59,7 +58,9 @@ public:
     }
 
 private:
-    std::uint64_t fnPlanes() const { return m_Layout.m_bSeparate ? m_Layout.fnUsedSamples() : 1; }
+    std::uint64_t fnGetPlaneCount() const {
+        return m_Layout.m_bSeparate ? m_Layout.fnGetUsedSamples() : 1;
+    }
     Bytes fnMakePart(CheckedSize given, CheckedSize needed);
     void fnCountWidened(std::uint32_t columns);
     void fnReadRows();
@@ -109,15 +110,15 @@ void TiffReader::fnTake(const unsigned char* samples, unsigned int plane, std::u
 void TiffReader::fnReadRows() {
     const std::uint32_t width = m_Layout.m_nWidth;
     const Bytes samples = fnMakePart(TIFFScanlineSize64(m_File), fnSampleBytes(width, m_Layout));
-    const Bytes pixels = fnMakePart(CheckedSize(width) * fnCodecBytes(m_Layout.fnBitCount()), 0);
+    const Bytes pixels = fnMakePart(CheckedSize(width) * fnCodecBytes(m_Layout.fnGetBitCount()), 0);
     fnCountWidened(width);
     std::uint64_t done = 0;
-    for (unsigned int plane = 0; plane < fnPlanes(); ++plane) {
+    for (unsigned int plane = 0; plane < fnGetPlaneCount(); ++plane) {
         for (std::uint32_t y = 0; y < m_Layout.m_nHeight; ++y) {
             if (TIFFReadScanline(m_File, samples.get(), y, static_cast<std::uint16_t>(plane)) < 0)
                 m_File.fnFail();
             fnTake(samples.get(), plane, 0, y, width, pixels.get());
-            m_Target.fnReport(++done, fnPlanes() * m_Layout.m_nHeight);
+            m_Target.fnReport(++done, fnGetPlaneCount() * m_Layout.m_nHeight);
         }
     }
 }
@@ -128,12 +129,12 @@ void TiffReader::fnReadTiles() {
     const auto tileRow = fnSampleBytes(tileWidth, m_Layout).fnGetOrThrow();
     const Bytes samples = fnMakePart(TIFFTileSize64(m_File), CheckedSize(tileRow) * tileHeight);
     const Bytes pixels =
-        fnMakePart(CheckedSize(tileWidth) * fnCodecBytes(m_Layout.fnBitCount()), 0);
+        fnMakePart(CheckedSize(tileWidth) * fnCodecBytes(m_Layout.fnGetBitCount()), 0);
     fnCountWidened(tileWidth);
     const auto across = (std::uint64_t{m_Layout.m_nWidth} + tileWidth - 1) / tileWidth;
     const auto down = (std::uint64_t{m_Layout.m_nHeight} + tileHeight - 1) / tileHeight;
     std::uint64_t done = 0;
-    for (unsigned int plane = 0; plane < fnPlanes(); ++plane) {
+    for (unsigned int plane = 0; plane < fnGetPlaneCount(); ++plane) {
         for (std::uint64_t top = 0; top < m_Layout.m_nHeight; top += tileHeight) {
             const auto bottom = std::min<std::uint64_t>(top + tileHeight, m_Layout.m_nHeight);
             for (std::uint64_t left = 0; left < m_Layout.m_nWidth; left += tileWidth) {
@@ -145,7 +146,7 @@ void TiffReader::fnReadTiles() {
                 for (std::uint64_t y = top; y < bottom; ++y)
                     fnTake(samples.get() + (y - top) * tileRow, plane, x,
                            static_cast<std::uint32_t>(y), count, pixels.get());
-                m_Target.fnReport(++done, fnPlanes() * down * across);
+                m_Target.fnReport(++done, fnGetPlaneCount() * down * across);
             }
         }
     }
@@ -218,7 +219,7 @@ void fnAllocImage(TIFF* file, const TiffLayout& layout, PictureTarget& target) {
         colors = q32GreyRamp;
         count = 256;
     }
-    target.fnAlloc(layout.m_nWidth, layout.m_nHeight, layout.fnBitCount(), colors, count);
+    target.fnAlloc(layout.m_nWidth, layout.m_nHeight, layout.fnGetBitCount(), colors, count);
 }
 
 /// Memory of the decoder itself, which libtiff doesn't count. Throws for one that takes as much as
@@ -265,7 +266,7 @@ void fnCheckRoom(TIFF* file, const TiffLayout& layout, std::uint64_t fileBytes) 
     const CheckedSize across = CheckedSize(layout.m_nWidth).fnDivideUp(layout.m_nTileWidth);
     const auto rowBytes =
         (across * fnSampleBytes(layout.m_nTileWidth, layout)).fnGetOrThrow<std::uint64_t>();
-    const unsigned int planes = layout.m_bSeparate ? std::max(layout.fnUsedSamples(), 1u) : 1;
+    const unsigned int planes = layout.m_bSeparate ? std::max(layout.fnGetUsedSamples(), 1u) : 1;
     const auto rows = (CheckedSize(layout.m_nHeight).fnAlignUp(unitHeight) * planes)
                           .fnGetOrThrow<std::uint64_t>();
     if (bounded)
@@ -311,7 +312,7 @@ unsigned int fnFindParts(TIFF* file, const TiffTags& tags, const TiffLayout& lay
     note(!TIFFLastDirectory(file), PICTURE_PART_PAGES);
     note(layout.m_nBits > 8, PICTURE_PART_DEPTH);
     note(layout.m_eKind == TIFF_OTHER || layout.m_eKind == TIFF_CMYK ||
-             layout.m_nSamples > layout.fnUsedSamples(),
+             layout.m_nSamples > layout.fnGetUsedSamples(),
          PICTURE_PART_CHANNELS);
     note(!metadata && fnGetOrientation(file) != ORIENTATION_TOPLEFT, PICTURE_PART_ORIENTATION);
     note(tags.fnHasLeftOutTitle() ||

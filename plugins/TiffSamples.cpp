@@ -75,12 +75,12 @@ void fnAskForRgb(TIFF* file, TiffLayout& layout) {
 
 } // namespace
 
-unsigned int TiffLayout::fnBitCount() const {
+unsigned int TiffLayout::fnGetBitCount() const {
     const unsigned int bits = kKinds[m_eKind].m_nBitCount;
     return bits != 0 ? bits : m_nBits <= 4 ? 4 : 8;
 }
 
-unsigned int TiffLayout::fnUsedSamples() const {
+unsigned int TiffLayout::fnGetUsedSamples() const {
     return kKinds[m_eKind].m_nUsedSamples;
 }
 
@@ -126,7 +126,7 @@ void TiffSamples::fnDither(const unsigned char* in, std::uint32_t x, std::uint32
         for (std::size_t i = pixel * samples; i < (pixel + 1) * samples; ++i) {
             std::uint16_t value = 0;
             std::memcpy(&value, in + 2 * i, sizeof(value));
-            m_Bytes[i] = fnDither16(value, threshold);
+            m_Bytes[i] = fnDitherSample(value, threshold);
         }
     }
 }
@@ -151,7 +151,7 @@ void TiffSamples::fnWiden(const unsigned char* in, std::size_t count) {
 }
 
 /// The mask that inverts colour samples whose 0 is the lightest: 0xFF, else 0.
-unsigned int TiffSamples::fnFlip() const {
+unsigned int TiffSamples::fnGetFlip() const {
     return m_Layout.m_nPhotometric == PHOTOMETRIC_MINISWHITE || m_Layout.m_eKind == TIFF_CMYK
                ? 0xFFu
                : 0u;
@@ -160,11 +160,11 @@ unsigned int TiffSamples::fnFlip() const {
 /// Stores one sample per pixel in its channel; `step` is the distance between samples in bytes.
 void TiffSamples::fnPlace(const unsigned char* samples, std::size_t step, unsigned int plane,
                           std::size_t count, unsigned char* pixels) const {
-    const std::size_t width = fnCodecBytes(m_Layout.fnBitCount());
+    const std::size_t width = fnCodecBytes(m_Layout.fnGetBitCount());
     const bool withAlpha = width == 4;
-    const bool isAlpha = withAlpha && plane + 1 == m_Layout.fnUsedSamples();
+    const bool isAlpha = withAlpha && plane + 1 == m_Layout.fnGetUsedSamples();
     const std::size_t place = isAlpha ? 0 : withAlpha + std::size_t{plane};
-    const unsigned int flip = isAlpha ? 0 : fnFlip();
+    const unsigned int flip = isAlpha ? 0 : fnGetFlip();
     for (std::size_t i = 0; i < count; ++i, samples += step, pixels += width) {
         const auto value = static_cast<unsigned char>(*samples ^ flip);
         if (m_Layout.m_eKind == TIFF_CMYK && plane == 3) {
@@ -184,8 +184,8 @@ void TiffSamples::fnPlace(const unsigned char* samples, std::size_t step, unsign
 void TiffSamples::fnFinish(std::size_t count, unsigned char* pixels) const {
     if (!m_Layout.m_bPremultiplied)
         return;
-    assert(fnCodecBytes(m_Layout.fnBitCount()) == 4);
-    const unsigned int flip = fnFlip();
+    assert(fnCodecBytes(m_Layout.fnGetBitCount()) == 4);
+    const unsigned int flip = fnGetFlip();
     for (std::size_t i = 0; i < count; ++i, pixels += 4) {
         const unsigned int alpha = pixels[0];
         for (int channel = 1; channel < 4 && alpha != 0; ++channel) {
@@ -202,7 +202,7 @@ void TiffSamples::fnConvert(const unsigned char* in, std::uint32_t x, std::uint3
         fnDither(in, x, y, count, m_Layout.m_nSamples);
     else
         fnWiden(in, count * m_Layout.m_nSamples);
-    for (unsigned int plane = 0; plane < m_Layout.fnUsedSamples(); ++plane)
+    for (unsigned int plane = 0; plane < m_Layout.fnGetUsedSamples(); ++plane)
         fnPlace(m_Bytes.data() + plane, m_Layout.m_nSamples, plane, count, out);
     fnFinish(count, out);
 }
@@ -214,7 +214,7 @@ void TiffSamples::fnConvertPlane(const unsigned char* in, unsigned int plane, st
     else
         fnWiden(in, count);
     fnPlace(m_Bytes.data(), 1, plane, count, pixels);
-    if (plane + 1 == m_Layout.fnUsedSamples())
+    if (plane + 1 == m_Layout.fnGetUsedSamples())
         fnFinish(count, pixels);
 }
 

@@ -37,8 +37,8 @@ struct TiffLayout {
     std::uint32_t m_nTileHeight = 0; ///< of a tile, or the rows of a strip
     TIFF_KIND m_eKind = TIFF_OTHER;
 
-    unsigned int fnBitCount() const; ///< of the image
-    unsigned int fnUsedSamples() const;
+    unsigned int fnGetBitCount() const; ///< of the image
+    unsigned int fnGetUsedSamples() const;
 };
 
 /// Reads the tags of the current directory. Throws CodecFailure for an invalid or unsupported
@@ -56,12 +56,12 @@ public:
     void fnConvert(const unsigned char* in, std::uint32_t x, std::uint32_t y, std::size_t count,
                    unsigned char* out);
     /// Converts `count` samples of one plane likewise. The planes are combined in `pixels`, in
-    /// ascending order; the pixels are complete after the last of `fnUsedSamples` planes.
+    /// ascending order; the pixels are complete after the last of `fnGetUsedSamples` planes.
     void fnConvertPlane(const unsigned char* in, unsigned int plane, std::uint32_t x,
                         std::uint32_t y, std::size_t count, unsigned char* pixels);
 
 private:
-    unsigned int fnFlip() const;
+    unsigned int fnGetFlip() const;
     void fnWiden(const unsigned char* in, std::size_t count);
     void fnDither(const unsigned char* in, std::uint32_t x, std::uint32_t y, std::size_t pixels,
                   std::size_t samples);

@@ -98,7 +98,7 @@ TiffTags::TiffTags(CodecInput& input, std::uint64_t textBytes) : m_nTextBytes(te
     input.fnRead(head, sizeof(head));
     Shape shape = {head[0] == 'M', false};
     shape.m_bBigTiff = fnGet(head + 2, 2, shape.m_bBigEndian) == kBigTiff;
-    m_nPlace = fnGet(head + (shape.m_bBigTiff ? 8 : 4), shape.fnWideBytes(), shape.m_bBigEndian);
+    m_nPlace = fnGet(head + (shape.m_bBigTiff ? 8 : 4), shape.fnGetWideBytes(), shape.m_bBigEndian);
     fnReadEntries(input, shape);
     input.fnSeek(0);
 }
@@ -106,22 +106,22 @@ TiffTags::TiffTags(CodecInput& input, std::uint64_t textBytes) : m_nTextBytes(te
 void TiffTags::fnReadEntries(CodecInput& input, const Shape& shape) {
     unsigned char number[8] = {};
     input.fnSeek(m_nPlace);
-    if (input.fnRead(number, shape.fnNumberBytes()) != shape.fnNumberBytes())
+    if (input.fnRead(number, shape.fnGetNumberBytes()) != shape.fnGetNumberBytes())
         return;
-    const std::uint64_t entries = fnGet(number, shape.fnNumberBytes(), shape.m_bBigEndian);
-    const std::size_t each = shape.fnEntryBytes();
+    const std::uint64_t entries = fnGet(number, shape.fnGetNumberBytes(), shape.m_bBigEndian);
+    const std::size_t each = shape.fnGetEntryBytes();
     if (entries > kMaxEntries)
         return;
     std::vector<unsigned char> all(static_cast<std::size_t>(entries) * each);
     if (input.fnRead(all.data(), all.size()) != all.size())
         return;
     unsigned char next[8] = {}; // the place of the next directory; a file may end ahead of it
-    input.fnRead(next, shape.fnWideBytes());
+    input.fnRead(next, shape.fnGetWideBytes());
 
-    m_View.resize(shape.fnNumberBytes());
+    m_View.resize(shape.fnGetNumberBytes());
     std::uint64_t taken = 0;
     for (const unsigned char* entry = all.data(); entry != all.data() + all.size(); entry += each) {
-        fnNotePlace(entry, shape, m_nPlace + shape.fnNumberBytes() + m_Tags.size() * each,
+        fnNotePlace(entry, shape, m_nPlace + shape.fnGetNumberBytes() + m_Tags.size() * each,
                     input.fnGetLength());
         if (fnTakeEntry(entry, shape, input.fnGetLength())) {
             m_View.insert(m_View.end(), entry, entry + each);
@@ -131,8 +131,8 @@ void TiffTags::fnReadEntries(CodecInput& input, const Shape& shape) {
     fnReadTitle(input, all, shape);
     if (taken == 0)
         throw CodecFailure{MESSAGE_CORRUPTED};
-    fnPut(m_View.data(), shape.fnNumberBytes(), shape.m_bBigEndian, taken);
-    m_View.insert(m_View.end(), next, next + shape.fnWideBytes());
+    fnPut(m_View.data(), shape.fnGetNumberBytes(), shape.m_bBigEndian, taken);
+    m_View.insert(m_View.end(), next, next + shape.fnGetWideBytes());
 }
 
 /// Notes where the values of metadata are.
@@ -141,15 +141,15 @@ void TiffTags::fnNotePlace(const unsigned char* entry, const Shape& shape, std::
                            std::uint64_t fileBytes) {
     const auto tag = static_cast<std::uint16_t>(fnGet(entry, 2, shape.m_bBigEndian));
     const std::uint64_t type = fnGet(entry + 2, 2, shape.m_bBigEndian);
-    const CheckedSize count = fnGet(entry + 4, shape.fnWideBytes(), shape.m_bBigEndian);
+    const CheckedSize count = fnGet(entry + 4, shape.fnGetWideBytes(), shape.m_bBigEndian);
     const std::size_t each = type < std::size(kTypeBytes) ? kTypeBytes[type] : 0;
-    const std::size_t head = 4 + shape.fnWideBytes();
+    const std::size_t head = 4 + shape.fnGetWideBytes();
     const auto bytes = (count * each).fnGet<std::uint64_t>();
     if (std::find(std::begin(kMetadata), std::end(kMetadata), tag) == std::end(kMetadata) ||
         each == 0 || !bytes || *bytes > fileBytes)
         return;
-    const bool inside = *bytes <= shape.fnWideBytes();
-    const std::uint64_t place = fnGet(entry + head, shape.fnWideBytes(), shape.m_bBigEndian);
+    const bool inside = *bytes <= shape.fnGetWideBytes();
+    const std::uint64_t place = fnGet(entry + head, shape.fnGetWideBytes(), shape.m_bBigEndian);
     m_Metadata.emplace_back(tag, Place{inside ? position + head : place, *bytes});
 }
 
@@ -158,7 +158,7 @@ bool TiffTags::fnTakeEntry(const unsigned char* entry, const Shape& shape,
                            std::uint64_t fileBytes) {
     const auto tag = static_cast<std::uint16_t>(fnGet(entry, 2, shape.m_bBigEndian));
     const std::uint64_t type = fnGet(entry + 2, 2, shape.m_bBigEndian);
-    const std::uint64_t count = fnGet(entry + 4, shape.fnWideBytes(), shape.m_bBigEndian);
+    const std::uint64_t count = fnGet(entry + 4, shape.fnGetWideBytes(), shape.m_bBigEndian);
     const std::size_t each = type < std::size(kTypeBytes) ? kTypeBytes[type] : 0;
     m_Tags.push_back(tag);
     if (!fnIsNeeded(tag))
@@ -177,17 +177,17 @@ bool TiffTags::fnTakeEntry(const unsigned char* entry, const Shape& shape,
 /// long.
 bool TiffTags::fnReadText(CodecInput& input, const unsigned char* entry, const Shape& shape) {
     const std::uint64_t type = fnGet(entry + 2, 2, shape.m_bBigEndian);
-    const std::uint64_t count = fnGet(entry + 4, shape.fnWideBytes(), shape.m_bBigEndian);
-    const unsigned char* value = entry + 4 + shape.fnWideBytes();
+    const std::uint64_t count = fnGet(entry + 4, shape.fnGetWideBytes(), shape.m_bBigEndian);
+    const unsigned char* value = entry + 4 + shape.fnGetWideBytes();
     const bool bytes = type < std::size(kTypeBytes) && kTypeBytes[type] == 1;
     if (!bytes || count > std::min(m_nTextBytes, input.fnGetLength()))
         return false;
     m_strTitle.assign(static_cast<std::size_t>(count), '\0');
-    if (count <= shape.fnWideBytes()) {
+    if (count <= shape.fnGetWideBytes()) {
         std::memcpy(m_strTitle.data(), value, m_strTitle.size());
         return true;
     }
-    input.fnSeek(fnGet(value, shape.fnWideBytes(), shape.m_bBigEndian));
+    input.fnSeek(fnGet(value, shape.fnGetWideBytes(), shape.m_bBigEndian));
     return input.fnRead(m_strTitle.data(), m_strTitle.size()) == m_strTitle.size();
 }
 
@@ -198,7 +198,8 @@ void TiffTags::fnReadTitle(CodecInput& input, const std::vector<unsigned char>& 
         if (found == m_Tags.end())
             continue;
         const auto index = static_cast<std::size_t>(found - m_Tags.begin());
-        m_bTitleLeftOut = !fnReadText(input, entries.data() + index * shape.fnEntryBytes(), shape);
+        m_bTitleLeftOut =
+            !fnReadText(input, entries.data() + index * shape.fnGetEntryBytes(), shape);
         if (m_bTitleLeftOut)
             m_strTitle.clear();
         return;

@@ -48,10 +48,10 @@ private:
         bool m_bBigEndian;
         bool m_bBigTiff;
         /// Of counts of values and of offsets.
-        std::size_t fnWideBytes() const { return m_bBigTiff ? 8 : 4; }
+        std::size_t fnGetWideBytes() const { return m_bBigTiff ? 8 : 4; }
         /// Of the number of entries.
-        std::size_t fnNumberBytes() const { return m_bBigTiff ? 8 : 2; }
-        std::size_t fnEntryBytes() const { return 4 + 2 * fnWideBytes(); }
+        std::size_t fnGetNumberBytes() const { return m_bBigTiff ? 8 : 2; }
+        std::size_t fnGetEntryBytes() const { return 4 + 2 * fnGetWideBytes(); }
     };
 
     void fnReadEntries(CodecInput& input, const Shape& shape);

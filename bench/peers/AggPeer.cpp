@@ -33,8 +33,8 @@ void fnTessellate(benchmark::State& state, double tolerance) {
             segments += vertices - 1;
         }
     }
-    fnTellRate(state, "segments", segments);
-    fnTellRate(state, "curves", static_cast<double>(curves.size()));
+    fnReportRate(state, "segments", segments);
+    fnReportRate(state, "curves", static_cast<double>(curves.size()));
 }
 
 template <typename Format>
@@ -59,7 +59,7 @@ void fnDrawSegments(benchmark::State& state) {
     for (auto _ : state)
         for (const auto& l : lines)
             renderer.line(l[0], l[1], l[2], l[3], true);
-    fnTellRate(state, "pixels", pixels);
+    fnReportRate(state, "pixels", pixels);
 }
 
 } // namespace

@@ -31,7 +31,7 @@ private:
 };
 
 /// Reports `perPass` items per iteration as a rate.
-inline void fnTellRate(benchmark::State& state, const char* name, double perPass) {
+inline void fnReportRate(benchmark::State& state, const char* name, double perPass) {
     state.counters[name] = benchmark::Counter(perPass * static_cast<double>(state.iterations()),
                                               benchmark::Counter::kIsRate);
 }

@@ -37,7 +37,7 @@ void fnLib2geom(benchmark::State& state) {
                 sum += curves[i].valueAt(t, Geom::Y);
         benchmark::DoNotOptimize(sum);
     }
-    fnTellRate(state, "curves", static_cast<double>(curves.size()));
+    fnReportRate(state, "curves", static_cast<double>(curves.size()));
 }
 
 /// The sum of y where the cubic with the x coordinates `c` meets x.
@@ -79,7 +79,7 @@ void fnClosedForm(benchmark::State& state) {
             sum += fnCrossingsOf(work.m_Curves[i], work.m_Lines[i]);
         benchmark::DoNotOptimize(sum);
     }
-    fnTellRate(state, "curves", static_cast<double>(work.m_Curves.size()));
+    fnReportRate(state, "curves", static_cast<double>(work.m_Curves.size()));
 }
 
 } // namespace

@@ -17,7 +17,7 @@ CqMask fnMakeDisc(int centerX, int centerY, int radius);
 
 CqCubicBezier2D fnWave();
 void fnDrawWithPolygon(CqImage& image, CqCubicBezier2D curve);
-/// Draws the segments of a polyline in two colours by turns.
+/// Draws the segments of a polyline in two alternating colours.
 void fnDrawSegments(CqImage& image, CqPolyline2D& segments);
 
 /// A screen and how a picture is drawn on it.

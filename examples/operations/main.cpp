@@ -98,8 +98,8 @@ const Row kRows[] = {
               q32FeatherMask(disc, 8, CRect(0, 0, 150, 100), nullptr);
               q32Blend(grey, nullptr, image, 0, 0, {255, &disc}, nullptr))},
     {nullptr, "opacity", "Blended at half the opacity",
-     Q32_CALL(CqImage turned(image); q32FlipHorizontal(turned, nullptr);
-              q32Blend(turned, nullptr, image, 0, 0, {128}, nullptr))},
+     Q32_CALL(CqImage flipped(image); q32FlipHorizontal(flipped, nullptr);
+              q32Blend(flipped, nullptr, image, 0, 0, {128}, nullptr))},
     {"Curves", "bezier", "A Bezier curve and its control points",
      Q32_CALL(fnDrawWithPolygon(image, fnWave()))},
     {nullptr, "flattened", "The same in straight segments, at most 4 pixels off it",
@@ -142,7 +142,7 @@ bool fnRun(const char* from, const std::string& folder) {
     std::filesystem::create_directories(folder + "/pictures/operations", ignored);
     std::ofstream page(folder + "/operations.md");
     page << "# Operations, before and after\n\n"
-            "Made by `examples/operations`; scripts/pictures renews it. The picture before is\n\n"
+            "Made by `examples/operations`; `scripts/pictures` renews it. The picture before is\n\n"
             "![before](pictures/operations/before.png)\n";
     const auto save = [&](const char* name, CqImage& image) {
         const std::string path = folder + "/pictures/operations/" + name + ".png";

@@ -68,7 +68,7 @@ bool fnParse(int count, char** arguments, Options& options) {
 }
 
 /// What the message of a result means for a file.
-const char* fnTellCause(int message) {
+const char* fnDescribeCause(int message) {
     switch (message) {
     case MESSAGE_NO_MEMORY:
         return "there is not enough memory for it";
@@ -93,7 +93,7 @@ const char* fnTellCause(int message) {
 bool fnReport(const CqPictureResult& result) {
     if (!result.fnIsDone())
         std::fprintf(stderr, "player: %s: %s\n", static_cast<const char*>(result.m_strPath),
-                     fnTellCause(result.m_nMsgId));
+                     fnDescribeCause(result.m_nMsgId));
     return result.fnIsDone();
 }
 

@@ -9,9 +9,9 @@
 #include <QMainWindow>
 
 int main(int count, char** arguments) {
-    QApplication app(count, arguments);
     if (count < 2)
         return std::fputs("qt_window <picture> [<file for a shot>]\n", stderr), 1;
+    QApplication app(count, arguments);
     if (!q32QtCanPaint())
         return 1;
     return q32RunHost(q32QtPlatform(q32QtWindows()), [&] {

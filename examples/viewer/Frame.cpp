@@ -21,6 +21,8 @@ namespace {
 constexpr UINT kCommands[] = {COMMAND_ZOOM_IN, COMMAND_ZOOM_OUT, COMMAND_ACTUAL, COMMAND_FIT,
                               COMMAND_ROTATE,  COMMAND_PLAY,     COMMAND_STOP};
 constexpr double kAngle = 30; ///< degrees
+constexpr UINT_PTR kSoundTimer = 1;
+constexpr UINT kSoundLook = 100; ///< ms
 
 std::string fnToUtf8(const wchar_t* text) {
     std::string bytes(static_cast<std::size_t>(::WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr,
@@ -170,8 +172,9 @@ LRESULT CALLBACK Frame::fnDispatch(HWND window, UINT message, WPARAM wParam, LPA
 }
 
 void Frame::fnShowFailures() {
-    if (const std::exception_ptr failure = m_pView->fnTakeFailure())
-        fnGuard([&] { std::rethrow_exception(failure); });
+    for (const std::exception_ptr& failure : {m_pView->fnTakeFailure(), m_Windows.fnTakeFailure()})
+        if (failure)
+            fnGuard([&] { std::rethrow_exception(failure); });
 }
 
 LRESULT Frame::fnHandle(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -203,6 +206,9 @@ LRESULT Frame::fnHandle(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
         return 0;
     case WM_DROPFILES:
         fnOnDrop(reinterpret_cast<HDROP>(wParam)); // NOLINT(performance-no-int-to-ptr)
+        return 0;
+    case WM_TIMER:
+        fnOnTimer();
         return 0;
     case WM_CLOSE:
         if (!m_bBusy)
@@ -292,14 +298,18 @@ void Frame::fnAskAndOpen() {
 }
 
 void Frame::fnOpen(const std::string& path) {
-    if (fnIsSound(path)) {
-        if (m_Player.fnOpen(path.c_str())) {
-            m_szSound = fnGetFileName(path);
-            m_Player.fnPlay();
-            fnShowSound();
-        }
+    fnGuard([&] { fnIsSound(path) ? fnOpenSound(path) : fnOpenPicture(path); });
+}
+
+void Frame::fnOpenSound(const std::string& path) {
+    if (!m_Player.fnOpen(path.c_str()))
         return;
-    }
+    m_szSound = fnGetFileName(path);
+    m_Player.fnPlay();
+    fnShowSound();
+}
+
+void Frame::fnOpenPicture(const std::string& path) {
     auto image = std::make_unique<CqImage>();
     CqPictureResult result;
     {
@@ -334,10 +344,25 @@ void Frame::fnShowState() {
     std::snprintf(state, sizeof state, "   %u x %u, %u bits, %d:%d", m_pImage->Width,
                   m_pImage->Height, m_pImage->BitCount, std::max(scale, 1), std::max(-scale, 1));
     fnShow(m_szName + state);
+    m_bShowsSound = false;
 }
 
 void Frame::fnShowSound() {
-    fnShow(m_szSound + (m_Player.fnIsPlaying() ? "   playing" : "   stopped"));
+    const bool isPlaying = m_Player.fnIsPlaying();
+    if (isPlaying)
+        ::SetTimer(m_Window, kSoundTimer, kSoundLook, nullptr);
+    else
+        ::KillTimer(m_Window, kSoundTimer);
+    fnShow(m_szSound + (isPlaying ? "   playing" : "   stopped"));
+    m_bShowsSound = true;
+}
+
+void Frame::fnOnTimer() {
+    if (m_Player.fnIsPlaying())
+        return;
+    ::KillTimer(m_Window, kSoundTimer);
+    if (m_bShowsSound)
+        fnShowSound();
 }
 
 void Frame::fnShow(const std::string& text) {

@@ -18,9 +18,10 @@ public:
     Frame& operator=(const Frame&) = delete;
 
     HWND fnGetHandle() const { return m_Window; }
-    /// Opens a picture or a sound by its path in UTF-8.
+    /// Opens a picture or a sound by its path in UTF-8. A message box shows what fails.
     void fnOpen(const std::string& path);
-    /// Shows what the handling of a message has thrown in the view. To be called after each.
+    /// Shows what the handling of a message has thrown in the view or in the library's windows. To
+    /// be called after each.
     void fnShowFailures();
 
 private:
@@ -35,9 +36,13 @@ private:
     void fnUpdateMenu(HMENU menu) const;
     bool fnIsEnabled(UINT command) const;
     void fnAskAndOpen();
+    void fnOpenSound(const std::string& path);
+    void fnOpenPicture(const std::string& path);
     void fnRotate();
     void fnShowState();
+    /// Shows whether the sound plays, and looks again until it doesn't.
     void fnShowSound();
+    void fnOnTimer();
     void fnShow(const std::string& text);
 
     CqWin32Windows& m_Windows;
@@ -48,8 +53,9 @@ private:
     std::unique_ptr<CqImage> m_pImage;
     std::unique_ptr<CqWin32View> m_pView;
     Player m_Player;
-    std::string m_szName;      ///< of the picture
-    std::string m_szSound;     ///< of the sound
-    bool m_bBusy = false;      ///< a long operation runs
-    HFONT m_BarFont = nullptr; ///< of the status bar; null for the system's
+    std::string m_szName;       ///< of the picture
+    std::string m_szSound;      ///< of the sound
+    bool m_bShowsSound = false; ///< the status bar does
+    bool m_bBusy = false;       ///< a long operation runs
+    HFONT m_BarFont = nullptr;  ///< of the status bar; null for the system's
 };

@@ -23,12 +23,12 @@ static_assert(SND_MIXER_SCHN_FRONT_LEFT == 0 && SND_MIXER_SCHN_REAR_LEFT == 2 &&
               SND_MIXER_SCHN_SIDE_LEFT == 6 && SND_MIXER_SCHN_REAR_CENTER == 8);
 
 /// For its lifetime, ALSA reports this thread's errors only by results, and prints nothing.
-class Silence {
+class QuietErrors {
 public:
-    Silence() : m_Former(snd_lib_error_set_local(fnIgnore)) {}
-    ~Silence() { snd_lib_error_set_local(m_Former); }
-    Silence(const Silence&) = delete;
-    Silence& operator=(const Silence&) = delete;
+    QuietErrors() : m_Former(snd_lib_error_set_local(fnIgnore)) {}
+    ~QuietErrors() { snd_lib_error_set_local(m_Former); }
+    QuietErrors(const QuietErrors&) = delete;
+    QuietErrors& operator=(const QuietErrors&) = delete;
 
 private:
     static void fnIgnore(const char*, int, const char*, int, const char*, va_list) {}
@@ -154,7 +154,7 @@ std::uint32_t Card::fnGetId(CQ_MIXER_CONTROL type) {
 }
 
 std::unique_ptr<Card> Card::fnOpen(const std::string& device) {
-    const Silence silence;
+    const QuietErrors quiet;
     snd_mixer_t* mixer = nullptr;
     std::unique_ptr<Card> card(new Card);
     if (snd_mixer_open(&mixer, 0) < 0)
@@ -229,7 +229,7 @@ std::uint32_t Card::fnCountControls() const {
 }
 
 bool Card::fnUpdate() {
-    const Silence silence;
+    const QuietErrors quiet;
     m_bGone = m_bGone || snd_mixer_handle_events(m_pMixer.get()) < 0;
     fnCompare();
     return !m_bGone;

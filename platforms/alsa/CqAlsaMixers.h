@@ -25,8 +25,8 @@
 /// host's callback throws. The card may be removed: calls fail from then on.
 class Q32_API CqAlsaMixers final : public CqMixerService {
 public:
-    /// @param device  a control device as named in ALSA's settings: "default", "hw:0", … It isn't
-    ///                opened yet. Throws std::bad_alloc.
+    /// The mixer of one device, which isn't opened yet. Throws std::bad_alloc.
+    /// @param device  a control device as named in ALSA's settings: "default", "hw:0", …
     explicit CqAlsaMixers(std::string device = "default");
     ~CqAlsaMixers() override;
 
@@ -42,7 +42,7 @@ public:
     std::unique_ptr<CqMixer> fnOpen(std::uint32_t index, Changed changed) override;
 
 private:
-    struct State;
+    struct Q32_LOCAL State;
     class Mixer;
     const std::shared_ptr<State> m_pState;
 };

@@ -34,9 +34,9 @@ CqHeadlessDisks::Volume* CqHeadlessDisks::fnFindRoot(std::string_view root) {
 }
 
 std::optional<CqHeadlessDisks::Place> CqHeadlessDisks::fnResolve(std::string_view path) const {
-    std::string full = fnConvertSlashes(path);
+    std::string full = fnToBackslashes(path);
     if (!full.starts_with('\\') && (full.size() < 2 || full[1] != ':'))
-        full = fnConvertSlashes(m_szCurrent) + "\\" + full;
+        full = fnToBackslashes(m_szCurrent) + "\\" + full;
     full += '\\';
     const std::string folded = fnFold(full);
     const auto none = m_Volumes.end();
@@ -48,7 +48,7 @@ std::optional<CqHeadlessDisks::Place> CqHeadlessDisks::fnResolve(std::string_vie
     if (best == none)
         return std::nullopt;
     return Place{static_cast<std::size_t>(best - m_Volumes.begin()),
-                 fnSplitPath(std::string_view(full).substr((*best)->fnGetKey().size()))};
+                 fnListPathNames(std::string_view(full).substr((*best)->fnGetKey().size()))};
 }
 
 bool CqHeadlessDisks::fnSetFree(std::string_view root, std::uint64_t bytes) {
@@ -151,7 +151,7 @@ CqHeadlessFilePtr CqHeadlessDisks::fnFindOpen(std::string_view path) const {
 void CqHeadlessDisks::fnFailCreate(std::string_view path, CQ_FILE_CAUSE cause) {
     const auto place = fnResolve(path);
     const std::string key = place ? fnVolumeOf(*place).fnGetKey() + fnNamesKey(place->m_Names)
-                                  : fnFold(fnConvertSlashes(path));
+                                  : fnFold(fnToBackslashes(path));
     if (cause == FILE_CAUSE_NONE)
         m_FailingNames.erase(key);
     else

@@ -157,7 +157,7 @@ bool CqHeadlessFiles::fnCreateDirectory(const char* path) {
 }
 
 std::vector<std::string> CqHeadlessFiles::fnFind(const char* mask) {
-    const std::string turned = q32::headless::fnConvertSlashes(mask);
+    const std::string turned = q32::headless::fnToBackslashes(mask);
     const std::size_t name = turned.rfind('\\') + 1; // 0 for a bare mask
     std::vector<std::string> names = m_pDisks->fnList(turned.substr(0, name));
     std::erase_if(names, [&](const std::string& found) {

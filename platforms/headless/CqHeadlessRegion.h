@@ -9,6 +9,7 @@
 /// A region whose combinations are counted and fail on demand.
 class CqHeadlessRegion final : public CqSoftwareRegion {
 public:
+    /// The pixels of a rectangle.
     /// @param combine  counts the combinations; a failed one leaves the region as it is
     CqHeadlessRegion(const RECT& rect, std::shared_ptr<CqHeadlessCalls> combine)
         : CqSoftwareRegion(rect), m_pCombine(std::move(combine)) {}

@@ -40,18 +40,15 @@ bool CqHeadlessScratch::fnCreateName(const char* directory, const char* prefix, 
 }
 
 CqFileHandle CqHeadlessScratch::fnOpenHandle(const char* name) {
+    // The entry is allocated first, so that nothing is open if there is no memory for it.
+    decltype(m_Files) opened;
+    CqHeadlessFilePtr& file = opened[m_nNextHandle];
     CQ_FILE_CAUSE cause = FILE_CAUSE_NONE;
-    const CqHeadlessFilePtr file = m_pDisks->fnOpen(name, false, true, cause);
+    file = m_pDisks->fnOpen(name, false, true, cause);
     if (!file)
         return kNoFile;
-    const CqFileHandle handle = m_nNextHandle++;
-    try {
-        m_Files.emplace(handle, file);
-    } catch (...) {
-        m_pDisks->fnClose(file);
-        throw;
-    }
-    return handle;
+    m_Files.merge(opened);
+    return m_nNextHandle++;
 }
 
 bool CqHeadlessScratch::fnCloseHandle(CqFileHandle file, const char* misuse) {

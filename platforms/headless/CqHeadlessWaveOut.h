@@ -69,8 +69,8 @@ public:
     std::unique_ptr<CqWaveOut> fnOpen(const WAVEFORMATEX& format, Done done) override;
 
 private:
-    struct Device;
-    struct State;
+    struct Q32_LOCAL Device;
+    struct Q32_LOCAL State;
     class Out;
     std::shared_ptr<State> m_pState;
 };

@@ -34,6 +34,7 @@ public:
         bool m_bErase;              ///< whether the background is to be erased first
     };
 
+    /// A window at a place on the screen.
     /// @param client  the client area in screen coordinates
     explicit CqHeadlessWndOf(const RECT& client) : m_Client(client) {}
 

@@ -29,7 +29,7 @@ bool FolderVolume::fnCreate(const Names& names) {
 }
 
 CQ_FILE_CAUSE FolderVolume::fnEndUse(CqHeadlessFile& file) {
-    const Names names = fnSplitPath(std::string_view(file.m_szName).substr(fnGetRoot().size()));
+    const Names names = fnListPathNames(std::string_view(file.m_szName).substr(fnGetRoot().size()));
     m_Files.erase(fnNamesKey(names));
     return !file.m_bChanged || fnWriteFolderFile(fnAt(names), file.m_Bytes) ? FILE_CAUSE_NONE
                                                                             : FILE_CAUSE_HARD_IO;

@@ -4,10 +4,10 @@
 
 namespace q32::headless {
 
-std::string fnConvertSlashes(std::string_view path) {
-    std::string turned(path);
-    std::replace(turned.begin(), turned.end(), '/', '\\');
-    return turned;
+std::string fnToBackslashes(std::string_view path) {
+    std::string converted(path);
+    std::replace(converted.begin(), converted.end(), '/', '\\');
+    return converted;
 }
 
 std::string fnFold(std::string_view text) {
@@ -18,7 +18,7 @@ std::string fnFold(std::string_view text) {
     return folded;
 }
 
-std::vector<std::string> fnSplitPath(std::string_view path) {
+std::vector<std::string> fnListPathNames(std::string_view path) {
     std::vector<std::string> names;
     while (!path.empty()) {
         const std::size_t end = std::min(path.find('\\'), path.size());

@@ -9,11 +9,11 @@
 namespace q32::headless {
 
 /// Replaces each slash of a path by a backslash.
-std::string fnConvertSlashes(std::string_view path);
+std::string fnToBackslashes(std::string_view path);
 /// Converts ASCII letters to lower case, for comparison without case.
 std::string fnFold(std::string_view text);
 /// The names of a path without "."; each ".." removes the name before it, if any.
-std::vector<std::string> fnSplitPath(std::string_view path);
+std::vector<std::string> fnListPathNames(std::string_view path);
 /// Joins names by backslashes.
 std::string fnJoinNames(const std::vector<std::string>& names);
 /// The same, folded.

@@ -7,7 +7,7 @@
 namespace q32::headless {
 
 std::string fnRootKey(std::string_view root) {
-    std::string key = fnFold(fnConvertSlashes(root));
+    std::string key = fnFold(fnToBackslashes(root));
     if (key.empty() || key.back() != '\\')
         key += '\\';
     return key;
@@ -15,7 +15,7 @@ std::string fnRootKey(std::string_view root) {
 
 Volume::Volume(const CqHeadlessVolume& setup)
     : m_Setup(setup), m_szKey(fnRootKey(setup.m_szRoot)), m_nCapacity(setup.m_nFree) {
-    std::string& root = m_Setup.m_szRoot = fnConvertSlashes(setup.m_szRoot);
+    std::string& root = m_Setup.m_szRoot = fnToBackslashes(setup.m_szRoot);
     if (root.empty() || root.back() != '\\')
         root += '\\';
 }

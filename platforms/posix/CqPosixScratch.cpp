@@ -4,7 +4,9 @@
 #include "platforms/posix/Path_p.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <iterator>
@@ -102,17 +104,32 @@ struct NativeName {
 /// Touches the pages of a new view for writing. False when the disk refuses a page, which would
 /// otherwise raise a signal on first access.
 /// @param memory  usable memory; 0 for unknown, without a limit
-bool fnTouch(char* view, std::size_t bytes, std::uint64_t memory) {
+/// @param limit   bytes of views that may be mapped in; 0: no limit
+bool fnTouch(char* view, std::size_t bytes, std::uint64_t memory, std::uint64_t limit) {
     const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
     // More would only evict other pages, and these zeros with them.
     if (memory != 0)
         bytes = static_cast<std::size_t>(std::min<std::uint64_t>(bytes, memory / 16 / page * page));
+    if (limit != 0)
+        bytes = static_cast<std::size_t>(std::min<std::uint64_t>(bytes, limit / 2 / page * page));
     for (std::size_t at = 0; at < bytes; at += kTouchChunk) {
         const std::size_t part = std::min(bytes - at, kTouchChunk);
         if (fnRetry([&] { return ::madvise(view + at, part, MADV_POPULATE_WRITE); }) != 0)
             return errno == EINVAL; // a kernel without this advice
     }
     return true;
+}
+
+/// Bytes of files that are mapped into this process at present; 0 if the system doesn't say.
+std::uint64_t fnCountMappedBytes() {
+    const Descriptor facts(
+        fnRetry([] { return ::open("/proc/self/statm", O_RDONLY | O_CLOEXEC); }));
+    char text[128] = {};
+    unsigned long long pages = 0;
+    if (!facts || fnRetry([&] { return ::read(facts.fnGet(), text, sizeof(text) - 1); }) <= 0 ||
+        std::sscanf(text, "%*u %*u %llu", &pages) != 1)
+        return 0;
+    return pages * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
 }
 
 /// Limit of a view's bytes being written back to disk.
@@ -277,11 +294,13 @@ void* CqPosixScratch::fnMapView(CqMappingHandle mapping, std::uint32_t size) {
                                                  found->second.m_pFile->fnGet(), 0));
     if (view == MAP_FAILED)
         return nullptr;
-    ::madvise(view, size, MADV_HUGEPAGE); // advice only: on failure, small pages are used
+    const std::uint64_t limit = m_nViewLimit;
+    if (limit == 0)                           // one access would map far more than is used
+        ::madvise(view, size, MADV_HUGEPAGE); // advice only: on failure, small pages are used
     ViewGuard guard;
     if (m_bGuardViews)
         guard = ViewGuard(found->second.m_pFile->fnGet(), view, size);
-    if ((m_bGuardViews && !guard) || !fnTouch(view, size, memory)) {
+    if ((m_bGuardViews && !guard) || !fnTouch(view, size, memory, limit)) {
         const int cause = errno;
         ::munmap(view, size);
         errno = cause;
@@ -322,6 +341,7 @@ CqPosixScratch::fnFindCrowdedView(void* address, std::uint64_t& memory) noexcept
 }
 
 void CqPosixScratch::fnAdvise(CQ_VIEW_ADVICE advice, void* address, std::uint32_t size) noexcept {
+    fnTrimViews(); // an operation has gone on by some megabytes
     std::uint64_t memory = 0;
     auto* const found = fnFindCrowdedView(address, memory);
     if (!found)
@@ -354,6 +374,20 @@ std::uint32_t CqPosixScratch::fnCountLosses(const void* address) noexcept {
     const std::lock_guard lock(m_ViewsLock);
     const auto found = m_Views.find(static_cast<char*>(const_cast<void*>(address)));
     return found == m_Views.end() ? 0 : found->second.m_Guard.fnCountLosses();
+}
+
+void CqPosixScratch::fnTrimViews() noexcept {
+    const std::uint64_t limit = m_nViewLimit;
+    if (limit == 0)
+        return;
+    const int cause = errno;
+    if (fnCountMappedBytes() > limit) {
+        const std::lock_guard lock(m_ViewsLock);
+        for (const auto& [address, view] : m_Views)
+            if (view.m_Guard.fnCountLosses() == 0) // else pages have no file behind them
+                ::madvise(address, view.m_nSize, MADV_DONTNEED);
+    }
+    errno = cause;
 }
 
 bool CqPosixScratch::fnDelete(const char* name) noexcept {

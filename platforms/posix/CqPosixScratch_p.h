@@ -7,6 +7,7 @@
 #include "platforms/posix/ViewPages_p.h"
 #include "q32Base/platform/CqScratchService.h"
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
@@ -40,15 +41,18 @@ public:
     void fnClose(CqFileHandle file) noexcept override;
     CqMappingHandle fnCreateMapping(CqFileHandle file, std::uint32_t size) override;
     void fnCloseMapping(CqMappingHandle mapping) noexcept override;
-    /// Maps with large pages where the file system supports them, and touches the pages, up to a
-    /// sixteenth of the usable memory, if known. A disk error at that point is a failure here, not
-    /// a signal at a later write.
+    /// Maps with large pages where the file system supports them, unless views are limited, and
+    /// touches the pages, up to a sixteenth of the usable memory, if known, and half of the limit.
+    /// A disk error at that point is a failure here, not a signal at a later write.
     void* fnMapView(CqMappingHandle mapping, std::uint32_t size) override;
     void fnUnmapView(void* address, std::uint32_t size) noexcept override;
-    /// Has an effect only when all views together exceed half of the usable memory; otherwise the
-    /// system's own paging is better.
+    /// Trims the views. The rest has an effect only when all views together exceed half of the
+    /// usable memory; otherwise the system's own paging is better.
     void fnAdvise(CQ_VIEW_ADVICE advice, void* address, std::uint32_t size) noexcept override;
     std::uint32_t fnCountLosses(const void* address) noexcept override;
+    /// As `q32PosixLimitViews` and `q32PosixTrimViews`.
+    void fnLimitViews(std::uint64_t bytes) noexcept { m_nViewLimit = bytes; }
+    void fnTrimViews() noexcept;
     /// Fails for a file in use: of this service as long as one of its handles is open, and of
     /// others as long as it is locked. A file of this service is known by its device and number, so
     /// that a lock which a forked child shares doesn't keep it.
@@ -91,5 +95,6 @@ private:
     std::map<char*, View> m_Views; ///< by address
     std::uint64_t m_nMapped = 0;   ///< bytes of all views
     std::uint64_t m_nMemory = 0;   ///< usable memory when the last view was created; 0: unknown
+    std::atomic<std::uint64_t> m_nViewLimit = 0; ///< bytes mapped in at a time; 0: no limit
     std::uint32_t m_nLastHandle = 0;
 };

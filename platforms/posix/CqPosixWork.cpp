@@ -6,11 +6,8 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#endif
 
 namespace q32::posix {
-
-#ifdef Q32_WORK_THREADS
 namespace {
 
 /// Orders what a caller has written before a task and what other threads read in it. The threads'
@@ -46,6 +43,13 @@ private:
     CqWorkPieces& m_Pieces;
 };
 
+} // namespace
+} // namespace q32::posix
+
+namespace {
+
+using namespace q32::posix;
+
 class CqPosixWork final : public CqWorkService {
 public:
     explicit CqPosixWork(std::uint32_t concurrency) : m_Threads(concurrency) {}
@@ -69,16 +73,14 @@ private:
 
 } // namespace
 
-std::shared_ptr<CqWorkService> fnMakeWork(std::uint32_t concurrency) {
+std::shared_ptr<CqWorkService> q32::posix::fnMakeWork(std::uint32_t concurrency) {
     if (concurrency == 1)
         return nullptr;
     auto work = std::make_shared<CqPosixWork>(concurrency);
     return work->fnGetConcurrency() > 1 ? work : nullptr;
 }
 #else
-std::shared_ptr<CqWorkService> fnMakeWork(std::uint32_t) {
+std::shared_ptr<CqWorkService> q32::posix::fnMakeWork(std::uint32_t) {
     return nullptr;
 }
 #endif
-
-} // namespace q32::posix

@@ -50,14 +50,14 @@ void ViewPages::fnBringIn(std::size_t& next, std::size_t begin, std::size_t end)
     const bool follows = begin == next;
     next = end;
     const Range range = fnPages(begin, end);
-    if (!follows && range.fnSize() != 0)
-        ::madvise(m_pView + range.begin, range.fnSize(), MADV_WILLNEED);
+    if (!follows && range.fnGetSize() != 0)
+        ::madvise(m_pView + range.begin, range.fnGetSize(), MADV_WILLNEED);
 }
 
 void ViewPages::fnDone(std::size_t begin, std::size_t end) noexcept {
     const KeepErrno keep;
     const Range range = fnPages(begin, end);
-    if (range.fnSize() == 0 || m_bFailed)
+    if (range.fnGetSize() == 0 || m_bFailed)
         return;
     const bool joins = range.begin <= m_Run.end && m_Run.begin <= range.begin && m_Run.end != 0;
     if (!joins) {
@@ -66,7 +66,7 @@ void ViewPages::fnDone(std::size_t begin, std::size_t end) noexcept {
     } else {
         m_Run.end = std::max(m_Run.end, range.end);
     }
-    if (m_Run.fnSize() >= kRunBytes) {
+    if (m_Run.fnGetSize() >= kRunBytes) {
         // A large page is written when all of it is finished.
         const std::size_t whole =
             m_Run.end == m_nSize ? m_nSize : m_Run.end / kLargePage * kLargePage;
@@ -76,24 +76,24 @@ void ViewPages::fnDone(std::size_t begin, std::size_t end) noexcept {
 }
 
 void ViewPages::fnSendOut(const Range& range) {
-    if (range.fnSize() == 0)
+    if (range.fnGetSize() == 0)
         return;
     fnSync(range, SYNC_FILE_RANGE_WRITE);
     while (!m_bFailed && m_nOut != 0 &&
-           (m_nOut == kMaxRanges || m_nBytesOut + range.fnSize() > m_nBehind))
+           (m_nOut == kMaxRanges || m_nBytesOut + range.fnGetSize() > m_nBehind))
         fnDropOldest();
     if (m_bFailed)
         return;
     m_Out[(m_nFirstOut + m_nOut) % kMaxRanges] = range;
     ++m_nOut;
-    m_nBytesOut += range.fnSize();
+    m_nBytesOut += range.fnGetSize();
 }
 
 /// A page whose write failed may count as clean, though memory has its only good copy. The kernel
 /// reports that once, for the whole file: from then on no range is safe to drop.
 void ViewPages::fnSync(const Range& range, unsigned flags) {
     if (::sync_file_range(m_nFile, static_cast<off_t>(range.begin),
-                          static_cast<off_t>(range.fnSize()), flags) != 0)
+                          static_cast<off_t>(range.fnGetSize()), flags) != 0)
         m_bFailed = true;
 }
 
@@ -101,13 +101,13 @@ void ViewPages::fnDropOldest() {
     const Range range = m_Out[m_nFirstOut];
     m_nFirstOut = (m_nFirstOut + 1) % kMaxRanges;
     --m_nOut;
-    m_nBytesOut -= range.fnSize();
+    m_nBytesOut -= range.fnGetSize();
     fnSync(range, SYNC_FILE_RANGE_WAIT_BEFORE);
     if (m_bFailed)
         return;
     // Unmapped first: the page cache keeps pages that are mapped.
-    ::madvise(m_pView + range.begin, range.fnSize(), MADV_DONTNEED);
-    ::posix_fadvise(m_nFile, static_cast<off_t>(range.begin), static_cast<off_t>(range.fnSize()),
+    ::madvise(m_pView + range.begin, range.fnGetSize(), MADV_DONTNEED);
+    ::posix_fadvise(m_nFile, static_cast<off_t>(range.begin), static_cast<off_t>(range.fnGetSize()),
                     POSIX_FADV_DONTNEED);
 }
 

@@ -30,7 +30,7 @@ private:
     struct Range {
         std::size_t begin;
         std::size_t end;
-        std::size_t fnSize() const { return end - begin; }
+        std::size_t fnGetSize() const { return end - begin; }
     };
     static constexpr std::size_t kMaxRanges = 1024;
 

@@ -52,3 +52,13 @@ CqPlatform q32PosixPlatform(const CqPosixOptions& options) {
         platform.m_pMessages = std::make_shared<CqPosixMessages>(platform.m_pMessages, codePage);
     return platform;
 }
+
+void q32PosixLimitViews(const CqPlatform& platform, std::uint64_t bytes) {
+    if (auto* const scratch = dynamic_cast<CqPosixScratch*>(platform.m_pScratch.get()))
+        scratch->fnLimitViews(bytes);
+}
+
+void q32PosixTrimViews(const CqPlatform& platform) noexcept {
+    if (auto* const scratch = dynamic_cast<CqPosixScratch*>(platform.m_pScratch.get()))
+        scratch->fnTrimViews();
+}

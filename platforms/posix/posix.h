@@ -26,3 +26,14 @@ Q32_API std::uint64_t q32PosixUsableMemory();
 Q32_API std::size_t q32PosixSweepScratchFiles(const char* directory);
 /// The same for several directories, such as the scratch paths; empty names are skipped.
 Q32_API std::size_t q32PosixSweepScratchFiles(std::span<const std::string> directories);
+
+/// Limits how many bytes of files may be mapped into this process while the platform, one of
+/// `q32PosixPlatform`, has scratch files; 0, as initially: any number. Call it before images are
+/// made, from the thread that makes them. What exceeds the limit is unmapped by
+/// `q32PosixTrimViews`. It stays in the files and, as long as the system needs the memory for
+/// nothing else, in its cache. No effect on a platform with another scratch service.
+Q32_API void q32PosixLimitViews(const CqPlatform& platform, std::uint64_t bytes);
+/// Unmaps the scratch files if more is mapped than the limit allows: their pages are mapped again
+/// as they are used. Takes some microseconds otherwise, and no time without a limit. A host calls
+/// it while operations report progress, every millisecond or so. From any thread.
+Q32_API void q32PosixTrimViews(const CqPlatform& platform) noexcept;

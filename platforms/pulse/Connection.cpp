@@ -178,9 +178,9 @@ void Connection::fnSubscribe() {
         [](pa_context*, pa_subscription_event_type_t event, std::uint32_t index, void* self) {
             auto* connection = static_cast<Connection*>(self);
             if ((event & PA_SUBSCRIPTION_EVENT_FACILITY_MASK) != PA_SUBSCRIPTION_EVENT_SINK_INPUT)
-                connection->fnTellChanged(VOLUME_OF::SINK);
+                connection->fnReportChanged(VOLUME_OF::SINK);
             else if (connection->m_Sounds.fnFind(index))
-                connection->fnTellChanged(VOLUME_OF::SOUNDS);
+                connection->fnReportChanged(VOLUME_OF::SOUNDS);
         },
         this);
     int mask = PA_SUBSCRIPTION_MASK_NULL;
@@ -190,8 +190,8 @@ void Connection::fnSubscribe() {
         mask |= PA_SUBSCRIPTION_MASK_SINK_INPUT;
     if (!fnAskForChanges(mask))
         fnSeekLater();
-    fnTellChanged(VOLUME_OF::SINK);
-    fnTellChanged(VOLUME_OF::SOUNDS);
+    fnReportChanged(VOLUME_OF::SINK);
+    fnReportChanged(VOLUME_OF::SOUNDS);
 }
 
 bool Connection::fnAskForChanges(int mask) {

@@ -72,9 +72,9 @@ public:
     /// Queries the levels of the program's own sounds: those of the one started last if one plays,
     /// else those that the next one starts with. False without a server.
     bool fnAskSounds(Levels& levels);
-    /// The program's own sounds. What changes them calls fnTellSoundsChanged.
+    /// The program's own sounds. What changes them calls fnReportSoundsChanged.
     OwnVolume& fnGetSounds() { return m_Sounds; }
-    void fnTellSoundsChanged() { fnTellChanged(VOLUME_OF::SOUNDS); }
+    void fnReportSoundsChanged() { fnReportChanged(VOLUME_OF::SOUNDS); }
 
     /// Calls `changed` on the loop's thread, or another one, with the lock held, when that volume
     /// may have changed, and after each connection. From now on a lost connection is retried at
@@ -118,7 +118,7 @@ private:
     std::function<void()>& fnGetChanged(VOLUME_OF volume) {
         return m_Changed[static_cast<std::size_t>(volume)];
     }
-    void fnTellChanged(VOLUME_OF volume) {
+    void fnReportChanged(VOLUME_OF volume) {
         if (fnGetChanged(volume))
             fnGetChanged(volume)();
     }

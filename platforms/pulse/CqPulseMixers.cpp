@@ -334,7 +334,7 @@ private:
             }
         }
         keep(sounds);
-        connection.fnTellSoundsChanged();
+        connection.fnReportSoundsChanged();
         return true;
     }
 

@@ -53,7 +53,7 @@ public:
     std::unique_ptr<CqMixer> fnOpen(std::uint32_t index, Changed changed) override;
 
 private:
-    struct State;
+    struct Q32_LOCAL State;
     class Mixer;
     const std::shared_ptr<State> m_pState;
 };

@@ -130,7 +130,7 @@ std::uint64_t CqPulseWaveOut::fnGetPosition() const {
     std::uint64_t position = 0;
     for (const std::weak_ptr<Voice>& one : m_pState->m_Voices) {
         voice = one.lock();
-        if (voice && voice->fnTellPosition(position))
+        if (voice && voice->fnReadPosition(position))
             return position;
     }
     return 0;

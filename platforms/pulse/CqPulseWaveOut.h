@@ -36,7 +36,7 @@ public:
     std::string fnGetError() const;
 
 private:
-    struct State;
+    struct Q32_LOCAL State;
     class Out;
     const std::unique_ptr<State> m_pState;
 };

@@ -6,7 +6,7 @@ namespace q32::pulse {
 
 namespace {
 
-constexpr int kMaxDoubted = 8;
+constexpr int kMaxIgnored = 8;
 
 bool fnIsPlaying(pa_stream* stream) {
     return pa_stream_get_state(stream) == PA_STREAM_READY;
@@ -15,7 +15,7 @@ bool fnIsPlaying(pa_stream* stream) {
 } // namespace
 
 void OwnVolume::fnAdd(pa_stream* stream) {
-    m_Sounds.push_back({stream, m_bVolumeKnown || m_bMuteKnown ? kMaxDoubted : 0});
+    m_Sounds.push_back({stream, m_bVolumeKnown || m_bMuteKnown ? kMaxIgnored : 0});
 }
 
 void OwnVolume::fnRemove(pa_stream* stream) {
@@ -77,12 +77,12 @@ void OwnVolume::fnAdopt(const pa_sink_input_info& sound) {
     const bool sameMute = shown.m_bMute == read.m_bMute;
     const bool expected = (sameVolume || !m_bVolumeKnown) && (sameMute || !m_bMuteKnown);
     if (const std::size_t known = fnFindSound(sound.index); known < m_Sounds.size()) {
-        int& doubted = m_Sounds[known].m_nDoubted;
-        if (!expected && doubted > 0) {
-            --doubted;
+        int& ignored = m_Sounds[known].m_nIgnored;
+        if (!expected && ignored > 0) {
+            --ignored;
             return;
         }
-        doubted = 0;
+        ignored = 0;
     }
     if (!sameVolume)
         fnSetVolume(read.m_nLeft, read.m_nRight);

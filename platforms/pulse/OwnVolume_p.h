@@ -38,7 +38,7 @@ public:
     void fnSetVolume(std::uint32_t left, std::uint32_t right);
     void fnSetMute(bool mute);
     /// Takes over what the server reports of a stream. Of one that has just started with a volume
-    /// of the program's own some reports are doubted: PipeWire first tells others.
+    /// of the program's own some reports are ignored: PipeWire first reports others.
     void fnAdopt(const pa_sink_input_info& sound);
 
     /// The volume of a stream with these channels for levels of both sides.
@@ -49,7 +49,7 @@ public:
 private:
     struct Sound {
         pa_stream* m_pStream;
-        int m_nDoubted; ///< how many more reports of other values are ignored
+        int m_nIgnored; ///< how many more reports of other values are ignored
     };
 
     /// Its place in the list; the length of it if there is none.

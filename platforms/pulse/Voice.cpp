@@ -107,7 +107,7 @@ bool Voice::fnOpenStream() {
             if (state == PA_STREAM_READY) {
                 voice->m_bStarted = true;
                 voice->fnCatchUpVolume();
-                voice->m_pConnection->fnTellSoundsChanged();
+                voice->m_pConnection->fnReportSoundsChanged();
             } else if (!PA_STREAM_IS_GOOD(state)) {
                 voice->m_pConnection->fnFail();
                 voice->m_bStarted ? voice->fnEnd() : voice->fnDropStream();
@@ -277,7 +277,7 @@ void Voice::fnDropStream() {
     if (pa_stream* stream = std::exchange(m_pStream, nullptr)) {
         m_pConnection->fnGetSounds().fnRemove(stream);
         fnLetGo(stream);
-        m_pConnection->fnTellSoundsChanged();
+        m_pConnection->fnReportSoundsChanged();
     }
 }
 
@@ -352,7 +352,7 @@ std::uint64_t Voice::fnGetSurelyHeard() const {
     return std::min(fnGetHeard(), static_cast<std::uint64_t>(timing->read_index));
 }
 
-bool Voice::fnTellPosition(std::uint64_t& bytes) const {
+bool Voice::fnReadPosition(std::uint64_t& bytes) const {
     if (m_pPlaying)
         bytes = std::min(fnGetHeard(), m_nTotal - 1) % m_nLength;
     return m_pPlaying != nullptr;

@@ -33,7 +33,7 @@ struct Voice {
     void fnClose();
     /// Whether a block is playing, and how much of the current pass has been heard, in bytes.
     /// Requires the lock.
-    bool fnTellPosition(std::uint64_t& bytes) const;
+    bool fnReadPosition(std::uint64_t& bytes) const;
 
 private:
     bool fnStart();

@@ -111,9 +111,9 @@ private:
 };
 
 /// The sums of a canvas row, one for each byte of each pixel.
-class RowSums {
+class AreaSums {
 public:
-    explicit RowSums(std::size_t count) : m_Sums(4 * count) {}
+    explicit AreaSums(std::size_t count) : m_Sums(4 * count) {}
 
     void fnClear() { std::fill(m_Sums.begin(), m_Sums.end(), 0u); }
     void fnAdd(const std::vector<std::uint64_t>& row, std::uint32_t weight) {
@@ -151,7 +151,7 @@ QRect fnSampleMeans(const CqImage& image, const SamplePlace& place, const QRect&
     const RowFinish finish(place);
     const std::size_t count = across.m_Covers.size();
     ReducedRows rows(image, across, place.m_bAlpha);
-    RowSums sums(count);
+    AreaSums sums(count);
     for (std::size_t y = 0; y < down.m_Covers.size(); ++y) {
         const Cover& cover = down.m_Covers[y];
         sums.fnClear();

@@ -61,6 +61,11 @@ void DumpFrame::closeEvent(QCloseEvent* event) {
         onClose();
 }
 
+} // namespace q32::qt
+
+using namespace q32;
+using namespace q32::qt;
+
 CqQtDumpView::CqQtDumpView(const CqDumpViewSetup& setup, CqDumpViewEvents& events,
                            std::shared_ptr<const posix::CodePage> codePage)
     : m_Events(events), m_pCodePage(std::move(codePage)), m_pFrame(new DumpFrame) {
@@ -232,5 +237,3 @@ bool CqQtDumpView::fnAskSaveName(const CqSaveRequest& request, std::string& path
     path = fnToBytes(*m_pCodePage, fnToLibrary(files.first()));
     return true;
 }
-
-} // namespace q32::qt

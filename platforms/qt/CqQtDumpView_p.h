@@ -30,6 +30,8 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 };
 
+} // namespace q32::qt
+
 /// The dump window on the desktop: a tool window with its menu in a menu bar and, since Qt can't
 /// change the system menu of window managers, on the right button. Its place is the top left corner
 /// of the frame with the size without the frame, so that it can be restored: only the window
@@ -37,7 +39,7 @@ protected:
 class CqQtDumpView final : public CqDumpView {
 public:
     CqQtDumpView(const CqDumpViewSetup& setup, CqDumpViewEvents& events,
-                 std::shared_ptr<const posix::CodePage> codePage);
+                 std::shared_ptr<const q32::posix::CodePage> codePage);
     ~CqQtDumpView() override;
     CqQtDumpView(const CqQtDumpView&) = delete;
     CqQtDumpView& operator=(const CqQtDumpView&) = delete;
@@ -63,8 +65,9 @@ private:
     void fnGoToEnd();
 
     CqDumpViewEvents& m_Events;
-    std::shared_ptr<const posix::CodePage> m_pCodePage;
-    QPointer<DumpFrame> m_pFrame; ///< deleted with this, once none of its events is being handled
+    std::shared_ptr<const q32::posix::CodePage> m_pCodePage;
+    QPointer<q32::qt::DumpFrame>
+        m_pFrame; ///< deleted with this, once none of its events is being handled
     QPlainTextEdit* m_pText = nullptr;
     QMenu* m_pMenu = nullptr;
     QString m_IdlePrompt;
@@ -72,5 +75,3 @@ private:
     std::string m_szText;          ///< the exact bytes received, for saving
     std::size_t m_nUnfinished = 0; ///< bytes at its end that begin a character
 };
-
-} // namespace q32::qt

@@ -110,5 +110,5 @@ std::unique_ptr<CqDumpView> CqQtWindows::fnCreateDumpView(const CqDumpViewSetup&
                                                           CqDumpViewEvents& events) {
     if (!qobject_cast<QApplication*>(QCoreApplication::instance()))
         return nullptr;
-    return std::make_unique<q32::qt::CqQtDumpView>(setup, events, m_pCodePage);
+    return std::make_unique<CqQtDumpView>(setup, events, m_pCodePage);
 }

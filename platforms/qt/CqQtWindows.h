@@ -137,6 +137,7 @@ private:
 /// The application, whose name is the caption of message boxes.
 class Q32_API CqQtApp : public CWinApp {
 public:
+    /// An application of this name.
     /// @param name  in the code page
     explicit CqQtApp(std::string name) : m_szName(std::move(name)) {
         m_pszAppName = m_szName.c_str();

@@ -13,7 +13,7 @@
 
 namespace {
 
-/// Milliseconds of each turn in idle time, well within a frame, and of painting means at once.
+/// Milliseconds of each slice of idle time, well within a frame, and of painting means at once.
 constexpr qint64 kMaxTime = 6;
 constexpr qint64 kMaxPaintTime = 10;
 /// Rows drawn between two looks at the clock.

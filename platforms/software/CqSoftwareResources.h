@@ -17,6 +17,7 @@
 /// they were added, the library's last.
 class Q32_API CqSoftwareResources : public CqResourceService {
 public:
+    /// The two modules that there are initially.
     /// @param codePage  of loaded strings; see `q32::software::fnFromUtf16`
     explicit CqSoftwareResources(UINT codePage);
 

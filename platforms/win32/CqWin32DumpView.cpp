@@ -11,20 +11,10 @@ using namespace q32::win32;
 
 namespace {
 
-constexpr wchar_t kDumpClass[] = L"q32DumpWindow";
 constexpr DWORD kStyle = WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_THICKFRAME;
 constexpr UINT kFirstOfSystem = 0xF000; ///< the system's own commands begin here
 constexpr UINT kCommandMask = 0xFFF0;
 constexpr SIZE kDefaultSize{480, 320};
-
-void fnRegister(WNDPROC handler) {
-    WNDCLASSW kind{};
-    kind.lpfnWndProc = handler;
-    kind.hInstance = ::GetModuleHandleW(nullptr);
-    kind.hCursor = ::LoadCursor(nullptr, IDC_ARROW);
-    kind.lpszClassName = kDumpClass;
-    ::RegisterClassW(&kind); // fails if it is there already
-}
 
 /// Where the window starts. A saved place may be on a screen that no longer exists: then the system
 /// chooses the corner, and the window is no larger than the screens.
@@ -59,32 +49,43 @@ int fnGetLength(HWND text) {
 } // namespace
 
 CqWin32DumpView::CqWin32DumpView(const CqDumpViewSetup& setup, CqDumpViewEvents& events,
-                                 std::shared_ptr<const CodePage> codePage)
-    : m_Events(events), m_pCodePage(std::move(codePage)),
+                                 std::shared_ptr<const CodePage> codePage,
+                                 std::shared_ptr<Failures> failures)
+    : m_Events(events), m_pCodePage(std::move(codePage)), m_pFailures(std::move(failures)),
       m_szIdlePrompt(m_pCodePage->fnToWideAnyhow(setup.m_szIdlePrompt)) {
-    fnRegister(fnDispatch);
     const std::wstring caption = m_pCodePage->fnToWideAnyhow(setup.m_szCaption);
-    const CRect place = fnChoosePlace(setup);
-    m_Frame = ::CreateWindowExW(WS_EX_TOOLWINDOW, kDumpClass, caption.c_str(), kStyle, place.left,
-                                place.top, place.Width(), place.Height(), nullptr, nullptr,
-                                ::GetModuleHandleW(nullptr), nullptr);
-    if (m_Frame)
-        ::SetWindowLongPtrW(m_Frame, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+    m_Frame = fnGetClass().fnCreate(WS_EX_TOOLWINDOW, caption.c_str(), kStyle, fnChoosePlace(setup),
+                                    nullptr);
+    if (!m_Frame)
+        return;
+    m_bHasClass = true;
+    ::SetWindowLongPtrW(m_Frame, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
 }
 
 CqWin32DumpView::~CqWin32DumpView() {
-    if (!m_Frame)
-        return;
-    ::SetWindowLongPtrW(m_Frame, GWLP_USERDATA, 0);
-    ::DestroyWindow(m_Frame);
+    if (m_Frame) {
+        ::SetWindowLongPtrW(m_Frame, GWLP_USERDATA, 0);
+        ::DestroyWindow(m_Frame);
+    }
+    if (m_bHasClass)
+        fnGetClass().fnLeave();
+}
+
+WindowClass& CqWin32DumpView::fnGetClass() {
+    static constinit WindowClass dumpClass(L"q32DumpWindow", fnDispatch);
+    return dumpClass;
 }
 
 LRESULT CALLBACK CqWin32DumpView::fnDispatch(HWND window, UINT message, WPARAM wParam,
                                              LPARAM lParam) {
     auto* view = reinterpret_cast<CqWin32DumpView*>( // NOLINT(performance-no-int-to-ptr)
         ::GetWindowLongPtrW(window, GWLP_USERDATA));
-    return view ? view->fnHandle(window, message, wParam, lParam)
-                : ::DefWindowProcW(window, message, wParam, lParam);
+    if (!view)
+        return ::DefWindowProcW(window, message, wParam, lParam);
+    const std::shared_ptr<Failures> failures = view->m_pFailures; // the view may be gone afterwards
+    LRESULT result = 0;
+    failures->fnGuard([&] { result = view->fnHandle(window, message, wParam, lParam); });
+    return result;
 }
 
 LRESULT CqWin32DumpView::fnHandle(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "platforms/win32/CodePage_p.h"
+#include "platforms/win32/Failures_p.h"
+#include "platforms/win32/WindowClass_p.h"
 #include "q32Base/platform/CqDumpView.h"
 
 #include <map>
@@ -12,7 +14,8 @@
 class CqWin32DumpView final : public CqDumpView {
 public:
     CqWin32DumpView(const CqDumpViewSetup& setup, CqDumpViewEvents& events,
-                    std::shared_ptr<const q32::win32::CodePage> codePage);
+                    std::shared_ptr<const q32::win32::CodePage> codePage,
+                    std::shared_ptr<q32::win32::Failures> failures);
     ~CqWin32DumpView() override;
     CqWin32DumpView(const CqWin32DumpView&) = delete;
     CqWin32DumpView& operator=(const CqWin32DumpView&) = delete;
@@ -33,6 +36,7 @@ public:
     bool fnAskSaveName(const CqSaveRequest& request, std::string& path) override;
 
 private:
+    static q32::win32::WindowClass& fnGetClass();
     static LRESULT CALLBACK fnDispatch(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     LRESULT fnHandle(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     void fnLayOut() const;
@@ -45,11 +49,13 @@ private:
 
     CqDumpViewEvents& m_Events;
     std::shared_ptr<const q32::win32::CodePage> m_pCodePage;
+    std::shared_ptr<q32::win32::Failures> m_pFailures;
     std::wstring m_szIdlePrompt;
     std::map<UINT, std::wstring> m_Prompts; ///< by the items' ids
     std::string m_szText;                   ///< the exact bytes received, for saving
     std::size_t m_nShown = 0;               ///< bytes of it that the control shows
     HWND m_Frame = nullptr;                 ///< null once it is destroyed
+    bool m_bHasClass = false;               ///< to be left in the end
     HWND m_Text = nullptr;
     HWND m_StatusBar = nullptr;
 };

@@ -1,5 +1,6 @@
 #include "platforms/win32/CqWin32Mixers_p.h"
 #include "platforms/win32/MixerControls_p.h"
+#include "platforms/win32/WindowClass_p.h"
 #include "q32Base/framework/Memory.h"
 
 #include <utility>
@@ -8,19 +9,21 @@ using namespace q32::win32;
 
 namespace {
 
-constexpr wchar_t kMixerClass[] = L"q32Mixer";
 constexpr UINT kLookInterval = 200; ///< ms
 
 /// An open mixer with the hidden window that receives its messages.
 class Mixer final : public CqMixer {
 public:
-    Mixer(const MixerCalls& calls, CqMixerService::Changed changed)
-        : m_Calls(calls), m_Changed(std::move(changed)) {}
+    Mixer(const MixerCalls& calls, CqMixerService::Changed changed,
+          std::shared_ptr<Failures> failures)
+        : m_Calls(calls), m_Changed(std::move(changed)), m_pFailures(std::move(failures)) {}
     ~Mixer() override {
         if (m_Mixer)
             m_Calls.m_Close(m_Mixer);
-        if (m_Window)
-            ::DestroyWindow(m_Window);
+        if (!m_Window)
+            return;
+        ::DestroyWindow(m_Window);
+        fnGetClass().fnLeave();
     }
     Mixer(const Mixer&) = delete;
     Mixer& operator=(const Mixer&) = delete;
@@ -43,24 +46,19 @@ public:
     }
 
 private:
+    static WindowClass& fnGetClass();
     static LRESULT CALLBACK fnHandle(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-    void fnReport(const MixerControls::Values& controls) const;
 
     MixerCalls m_Calls;
     CqMixerService::Changed m_Changed;
+    std::shared_ptr<Failures> m_pFailures;
     HWND m_Window = nullptr;
     HMIXER m_Mixer = nullptr;
     std::unique_ptr<MixerControls> m_pControls;
 };
 
 bool Mixer::fnOpen(std::uint32_t index) {
-    WNDCLASSW kind{};
-    kind.lpfnWndProc = fnHandle;
-    kind.hInstance = ::GetModuleHandleW(nullptr);
-    kind.lpszClassName = kMixerClass;
-    ::RegisterClassW(&kind); // fails if it is there already
-    m_Window = ::CreateWindowExW(0, kMixerClass, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
-                                 kind.hInstance, nullptr);
+    m_Window = fnGetClass().fnCreate(0, L"", 0, RECT{}, HWND_MESSAGE);
     if (!m_Window || m_Calls.m_Open(&m_Mixer, index, reinterpret_cast<DWORD_PTR>(m_Window), 0,
                                     CALLBACK_WINDOW | MIXER_OBJECTF_MIXER) != MMSYSERR_NOERROR)
         return false;
@@ -69,28 +67,29 @@ bool Mixer::fnOpen(std::uint32_t index) {
     return ::SetTimer(m_Window, 1, kLookInterval, nullptr) != 0;
 }
 
+WindowClass& Mixer::fnGetClass() {
+    static constinit WindowClass mixerClass(L"q32Mixer", fnHandle);
+    return mixerClass;
+}
+
 LRESULT CALLBACK Mixer::fnHandle(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     auto* mixer = reinterpret_cast<Mixer*>( // NOLINT(performance-no-int-to-ptr)
         ::GetWindowLongPtrW(window, GWLP_USERDATA));
     if (!mixer || (message != WM_TIMER && message != MM_MIXM_CONTROL_CHANGE))
         return ::DefWindowProcW(window, message, wParam, lParam);
-    // No exception may pass the system's frames. What is missed now, the next look finds.
-    q32::fnTryMemory([&] {
-        const std::uint32_t id = MixerControls::fnToId(static_cast<DWORD>(lParam));
-        if (message == WM_TIMER)
-            mixer->fnReport(mixer->m_pControls->fnTakeChanges());
-        else if (mixer->m_pControls->fnTakeChange(id))
-            mixer->fnReport({id});
+    const std::shared_ptr<Failures> failures = mixer->m_pFailures; // a report may destroy the mixer
+    CqMixerService::Changed changed;
+    MixerControls::Values controls;
+    q32::fnTryMemory([&] { // what is missed now, the next look finds
+        changed = mixer->m_Changed;
+        controls = message == WM_TIMER ? mixer->m_pControls->fnTakeChanges()
+                                       : mixer->m_pControls->fnTakeChange(
+                                             MixerControls::fnToId(static_cast<DWORD>(lParam)));
     });
-    return 0;
-}
-
-void Mixer::fnReport(const MixerControls::Values& controls) const {
-    const HWND window = m_Window; // gone if a report destroys this
-    const CqMixerService::Changed changed = m_Changed;
     for (const std::uint32_t control : controls)
         if (changed && ::IsWindow(window))
-            changed(control);
+            failures->fnGuard([&] { changed(control); });
+    return 0;
 }
 
 } // namespace
@@ -98,6 +97,6 @@ void Mixer::fnReport(const MixerControls::Values& controls) const {
 std::unique_ptr<CqMixer> CqWin32Mixers::fnOpen(std::uint32_t index, Changed changed) {
     if (index >= fnGetCount())
         return nullptr;
-    auto mixer = std::make_unique<Mixer>(m_Calls, std::move(changed));
+    auto mixer = std::make_unique<Mixer>(m_Calls, std::move(changed), m_pFailures);
     return mixer->fnOpen(index) ? std::move(mixer) : nullptr;
 }

@@ -16,6 +16,7 @@ class CodePage;
 /// as data files. The library's own module is not the system's: its version is that of this build.
 class Q32_API CqWin32Resources final : public CqResourceService {
 public:
+    /// Searches these modules.
     /// @param modules   the host's, in search order
     /// @param codePage  of loaded strings
     CqWin32Resources(std::vector<HINSTANCE> modules,

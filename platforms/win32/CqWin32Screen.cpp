@@ -8,6 +8,8 @@
 #include "platforms/win32/LogFont_p.h"
 
 #include <algorithm>
+#include <memory>
+#include <type_traits>
 #include <utility>
 
 using namespace q32::win32;
@@ -42,16 +44,13 @@ CDC* CqWin32Screen::fnGetDC(CWnd* window) {
             return nullptr;
     }
     m_DCs.reserve(m_DCs.size() + 1);
-    const HDC dc = ::GetDC(handle);
+    const auto release = [handle](HDC open) { ::ReleaseDC(handle, open); };
+    std::unique_ptr<std::remove_pointer_t<HDC>, decltype(release)> dc(::GetDC(handle), release);
     if (!dc)
         return nullptr;
-    try {
-        m_DCs.push_back(std::make_unique<DeviceContext>(dc, DeviceContext::END::RELEASE,
-                                                        m_pCodePage, window, handle));
-    } catch (...) {
-        ::ReleaseDC(handle, dc);
-        throw;
-    }
+    m_DCs.push_back(std::make_unique<DeviceContext>(dc.get(), DeviceContext::END::RELEASE,
+                                                    m_pCodePage, window, handle));
+    static_cast<void>(dc.release());
     return m_DCs.back().get();
 }
 
@@ -83,8 +82,7 @@ std::unique_ptr<CqPaletteObject> CqWin32Screen::fnCreatePalette(const LOGPALETTE
 }
 
 void CqWin32Screen::fnPaletteGone(const CPalette& palette) noexcept {
-    for (const auto& dc : m_DCs)
-        dc->fnForgetPalette(palette);
+    DeviceContext::fnForgetPalette(palette);
 }
 
 std::unique_ptr<CqRegionObject> CqWin32Screen::fnCreateRectRegion(const RECT& rect) {

@@ -1,9 +1,10 @@
 #include "platforms/win32/CqWin32View.h"
 
+#include "platforms/win32/Failures_p.h"
 #include "platforms/win32/GdiObject_p.h"
 #include "platforms/win32/win32.h"
+#include "platforms/win32/WindowClass_p.h"
 #include "q32Base/display/CqDisplayProperty.h"
-#include "q32Base/framework/Exceptions.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImage.h"
 
@@ -12,9 +13,10 @@
 #include <utility>
 #include <vector>
 
+using namespace q32::win32;
+
 namespace {
 
-constexpr wchar_t kViewClass[] = L"q32View";
 /// Pixels of the image along one side of the view, above or below 1.
 constexpr int fnGetUp(int scale) {
     return scale > 0 ? scale : 1;
@@ -39,19 +41,9 @@ LONG fnLimit(LONG value, LONG view, LONG whole) {
     return std::clamp<LONG>(value, 0, std::max<LONG>(0, whole - view));
 }
 
-/// Frees what nobody is going to handle.
-void fnForget(const std::exception_ptr& failure) {
-    try {
-        std::rethrow_exception(failure);
-    } catch (CException* exception) {
-        exception->Delete();
-    } catch (...) { // frees itself
-    }
-}
-
 /// The rectangles of a window's update region; none if memory is exhausted.
 std::vector<RECT> fnGetStale(HWND window) {
-    const q32::win32::GdiObject<HRGN> stale(::CreateRectRgn(0, 0, 0, 0));
+    const GdiObject<HRGN> stale(::CreateRectRgn(0, 0, 0, 0));
     std::vector<RECT> rects;
     if (::GetUpdateRgn(window, stale.fnGet(), FALSE) == ERROR)
         return rects;
@@ -85,24 +77,19 @@ private:
 
 } // namespace
 
-HWND CqWin32View::fnCreate(HWND parent, const RECT& place, int id) {
-    WNDCLASSW kind{};
-    kind.lpfnWndProc = fnDispatch;
-    kind.hInstance = ::GetModuleHandleW(nullptr);
-    kind.hCursor = ::LoadCursor(nullptr, IDC_ARROW);
-    kind.lpszClassName = kViewClass;
-    ::RegisterClassW(&kind); // fails if it is there already
-    const CRect frame(place);
-    return ::CreateWindowExW(0, kViewClass, L"", WS_CHILD | WS_VISIBLE | WS_HSCROLL | WS_VSCROLL,
-                             frame.left, frame.top, frame.Width(), frame.Height(), parent,
-                             reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), // NOLINT
-                             kind.hInstance, nullptr);
+WindowClass& CqWin32View::fnGetClass() {
+    static constinit WindowClass viewClass(L"q32View", fnDispatch);
+    return viewClass;
 }
 
 CqWin32View::CqWin32View(HWND parent, const RECT& place, int id)
-    : CqWin32Place(fnCreate(parent, place, id)) {
-    if (const HWND window = fnGetHandle())
+    : CqWin32Place(fnGetClass().fnCreate(
+          0, L"", WS_CHILD | WS_VISIBLE | WS_HSCROLL | WS_VSCROLL, place, parent,
+          reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)))) { // NOLINT(performance-no-int-to-ptr)
+    if (const HWND window = fnGetHandle()) {
+        m_bHasClass = true;
         ::SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+    }
     fnUpdateScrollBars();
 }
 
@@ -111,8 +98,9 @@ CqWin32View::~CqWin32View() {
         ::SetWindowLongPtrW(window, GWLP_USERDATA, 0);
         ::DestroyWindow(window);
     }
-    if (m_pFailure)
-        fnForget(m_pFailure);
+    if (m_bHasClass)
+        fnGetClass().fnLeave();
+    fnDropFailure(m_pFailure);
 }
 
 LRESULT CALLBACK CqWin32View::fnDispatch(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -123,10 +111,7 @@ LRESULT CALLBACK CqWin32View::fnDispatch(HWND window, UINT message, WPARAM wPara
     try {
         return view->fnHandle(message, wParam, lParam);
     } catch (...) { // no exception may pass the system's frames
-        if (view->m_pFailure)
-            fnForget(std::current_exception());
-        else
-            view->m_pFailure = std::current_exception();
+        fnKeepFailure(view->m_pFailure);
         return 0;
     }
 }

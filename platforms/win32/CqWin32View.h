@@ -11,6 +11,10 @@
 
 class CqImage;
 
+namespace q32::win32 {
+class WindowClass;
+}
+
 /// A child window that shows an image of any size. One pixel of the image is, at scale 1, one pixel
 /// of the screen, whatever its density. It scrolls by its scroll bars, by dragging with the left
 /// button and by the arrow keys, and zooms by the wheel, about the mouse, and by + and -. Only what
@@ -40,6 +44,7 @@ public:
 
     /// 1 to 16 enlarges by that factor, -2 to -16 shrinks by 2 to 16. Others are limited.
     int fnGetScale() const { return m_nScale; }
+    /// Sets the scale, with the values of `fnGetScale`.
     /// @param about  the point of the client area that keeps its place
     void fnSetScale(int scale, const POINT& about);
     /// The largest scale up to 1 at which the whole image is visible, or else the smallest.
@@ -75,7 +80,7 @@ public:
 
 private:
     static LRESULT CALLBACK fnDispatch(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-    Q32_LOCAL static HWND fnCreate(HWND parent, const RECT& place, int id);
+    Q32_LOCAL static q32::win32::WindowClass& fnGetClass();
 
     Q32_LOCAL LRESULT fnHandle(UINT message, WPARAM wParam, LPARAM lParam);
     Q32_LOCAL bool fnOnInput(UINT message, WPARAM wParam, LPARAM lParam);
@@ -97,5 +102,6 @@ private:
     CPoint m_DragPoint;            ///< where the mouse was last
     int m_nWheel = 0;              ///< movement that makes no whole step yet
     bool m_bBackground = false;    ///< another program's palette comes first
+    bool m_bHasClass = false;      ///< to be left in the end
     std::exception_ptr m_pFailure; ///< not taken yet
 };

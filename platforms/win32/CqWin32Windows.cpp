@@ -2,6 +2,7 @@
 
 #include "platforms/win32/CodePage_p.h"
 #include "platforms/win32/CqWin32DumpView_p.h"
+#include "platforms/win32/Failures_p.h"
 
 #include <new>
 
@@ -38,7 +39,9 @@ void CqWin32CmdUI::Enable(bool on) {
     ::EnableMenuItem(m_Menu, m_nID, MF_BYCOMMAND | (on ? MF_ENABLED : MF_GRAYED));
 }
 
-CqWin32Windows::CqWin32Windows() : m_pCodePage(std::make_shared<q32::win32::CodePage>()) {}
+CqWin32Windows::CqWin32Windows()
+    : m_pCodePage(std::make_shared<q32::win32::CodePage>()),
+      m_pFailures(std::make_shared<q32::win32::Failures>()) {}
 
 CqWin32Windows::~CqWin32Windows() = default;
 
@@ -46,8 +49,12 @@ void CqWin32Windows::fnSetCodePage(std::shared_ptr<const q32::win32::CodePage> c
     m_pCodePage = std::move(codePage);
 }
 
+std::exception_ptr CqWin32Windows::fnTakeFailure() {
+    return m_pFailures->fnTake();
+}
+
 std::unique_ptr<CqDumpView> CqWin32Windows::fnCreateDumpView(const CqDumpViewSetup& setup,
                                                              CqDumpViewEvents& events) {
-    auto view = std::make_unique<CqWin32DumpView>(setup, events, m_pCodePage);
+    auto view = std::make_unique<CqWin32DumpView>(setup, events, m_pCodePage, m_pFailures);
     return view->fnIsOpen() ? std::move(view) : nullptr;
 }

@@ -9,13 +9,15 @@
 #include "q32Base/platform/CqWindowService.h"
 #include "q32Base/platform/Export.h"
 
+#include <exception>
 #include <memory>
 #include <string>
 #include <utility>
 
 namespace q32::win32 {
 class CodePage;
-}
+class Failures;
+} // namespace q32::win32
 
 /// The system's window behind a window.
 class Q32_API CqWin32Place {
@@ -100,6 +102,7 @@ private:
 /// The application, whose name is the caption of message boxes.
 class Q32_API CqWin32App : public CWinApp {
 public:
+    /// An application of this name.
     /// @param name  in the code page
     explicit CqWin32App(std::string name) : m_szName(std::move(name)) {
         m_pszAppName = m_szName.c_str();
@@ -122,6 +125,13 @@ public:
     /// The code page of texts; set by the platform.
     void fnSetCodePage(std::shared_ptr<const q32::win32::CodePage> codePage);
 
+    /// What functions of the host have thrown while the dump window or a mixer handled a message,
+    /// and removes it: the first one, or null for none. No exception passes the system's frames, so
+    /// a host looks after it has dispatched a message. One that is never taken is dropped.
+    std::exception_ptr fnTakeFailure();
+    /// Where those wait; shared with the platform.
+    const std::shared_ptr<q32::win32::Failures>& fnGetFailures() const { return m_pFailures; }
+
     CWinApp* fnGetApp() override { return m_pApp; }
     CWnd* fnGetMainWnd() override { return m_pMainWnd; }
     std::unique_ptr<CqDumpView> fnCreateDumpView(const CqDumpViewSetup& setup,
@@ -131,4 +141,5 @@ private:
     CWinApp* m_pApp = nullptr;
     CWnd* m_pMainWnd = nullptr;
     std::shared_ptr<const q32::win32::CodePage> m_pCodePage;
+    std::shared_ptr<q32::win32::Failures> m_pFailures;
 };

@@ -22,7 +22,7 @@ public:
         m_nEnded.fetch_add(1, std::memory_order_release);
     }
 
-    /// What a thread of the pool does. It is asked for once for each worker but the caller, 0.
+    /// What a thread of the pool does. It is requested once for each worker but the caller, 0.
     static void CALLBACK fnHelp(PTP_CALLBACK_INSTANCE, void* context, PTP_WORK) {
         auto& task = *static_cast<PooledTask*>(context);
         task.fnWork(task.m_nHelpers.fetch_add(1, std::memory_order_relaxed) + 1);
@@ -39,6 +39,13 @@ private:
     CqWorkPieces& m_Pieces;
 };
 
+} // namespace
+} // namespace q32::win32
+
+namespace {
+
+using namespace q32::win32;
+
 class CqWin32Work final : public CqWorkService {
 public:
     explicit CqWin32Work(std::uint32_t concurrency) : m_nConcurrency(concurrency) {}
@@ -48,7 +55,7 @@ public:
     void fnRun(std::uint32_t count, CqWorkPieces& pieces) noexcept override {
         PooledTask task(count, pieces);
         const std::uint32_t workers = std::min(count, m_nConcurrency);
-        // Null for want of memory: the caller then works alone.
+        // Null if memory is exhausted: the caller then works alone.
         const PTP_WORK help =
             workers > 1 ? ::CreateThreadpoolWork(PooledTask::fnHelp, &task, nullptr) : nullptr;
         for (std::uint32_t worker = 1; help && worker < workers; ++worker)
@@ -78,10 +85,8 @@ std::uint32_t fnCountCores() {
 
 } // namespace
 
-std::shared_ptr<CqWorkService> fnMakeWork(std::uint32_t concurrency) {
+std::shared_ptr<CqWorkService> q32::win32::fnMakeWork(std::uint32_t concurrency) {
     const std::uint32_t threads =
         std::min(concurrency != 0 ? concurrency : fnCountCores(), kMaxConcurrency);
     return threads > 1 ? std::make_shared<CqWin32Work>(threads) : nullptr;
 }
-
-} // namespace q32::win32

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <mutex>
 #include <new>
 
 namespace q32::win32 {
@@ -37,20 +38,35 @@ const Bitmap* fnGetBitmap(const CBitmap* bitmap) {
     return bitmap ? dynamic_cast<const Bitmap*>(bitmap->GetObject()) : nullptr;
 }
 
+std::mutex theListLock; ///< guards the list of device contexts
+
 } // namespace
 
 int fnGetDepth(HDC dc) {
     return ::GetDeviceCaps(dc, BITSPIXEL) * ::GetDeviceCaps(dc, PLANES);
 }
 
+DeviceContext* DeviceContext::theFirst = nullptr;
+
 DeviceContext::DeviceContext(HDC dc, END end, std::shared_ptr<const CodePage> codePage,
                              CWnd* window, HWND handle, int bits)
     : m_DC(dc), m_nEnd(end), m_pCodePage(std::move(codePage)), m_pWindow(window), m_Handle(handle),
       m_nBits(bits != 0 ? bits : fnGetDepth(dc)) {
     ::SaveDC(m_DC);
+    const std::scoped_lock lock(theListLock);
+    m_pNext = theFirst;
+    if (m_pNext)
+        m_pNext->m_pPrevious = this;
+    theFirst = this;
 }
 
 DeviceContext::~DeviceContext() {
+    {
+        const std::scoped_lock lock(theListLock);
+        (m_pPrevious ? m_pPrevious->m_pNext : theFirst) = m_pNext;
+        if (m_pNext)
+            m_pNext->m_pPrevious = m_pPrevious;
+    }
     if (m_nEnd == END::RELEASE && !fnIsOpen())
         return; // the system has taken it back with the window
     ::RestoreDC(m_DC, -1);
@@ -69,9 +85,11 @@ const CqWin32Palette* DeviceContext::fnGetPalette() const {
     return m_pPalette ? dynamic_cast<const CqWin32Palette*>(m_pPalette->GetObject()) : nullptr;
 }
 
-void DeviceContext::fnForgetPalette(const CPalette& palette) {
-    if (m_pPalette == &palette)
-        SelectPalette(nullptr, true);
+void DeviceContext::fnForgetPalette(const CPalette& palette) noexcept {
+    const std::scoped_lock lock(theListLock);
+    for (DeviceContext* each = theFirst; each; each = each->m_pNext)
+        if (each->m_pPalette == &palette)
+            each->SelectPalette(nullptr, true);
 }
 
 int DeviceContext::GetDeviceCaps(int index) const {

@@ -58,8 +58,9 @@ public:
     HDC fnGetTarget() const;
     /// The selected palette; null for none.
     const CqWin32Palette* fnGetPalette() const;
-    /// Selects none in place of a palette that is about to go.
-    void fnForgetPalette(const CPalette& palette);
+    /// Where a palette that is about to go is selected, selects none. Only for the thread that
+    /// draws on those device contexts.
+    static void fnForgetPalette(const CPalette& palette) noexcept;
 
     int GetDeviceCaps(int index) const override;
     CPalette* SelectPalette(CPalette* palette, bool background) override;
@@ -84,6 +85,10 @@ private:
     /// The part of a rectangle that can be drawn on; false if that is nothing.
     bool fnClip(const RECT& rect, RECT& part) const;
 
+    static DeviceContext* theFirst; ///< of all there are
+
+    DeviceContext* m_pNext = nullptr;
+    DeviceContext* m_pPrevious = nullptr;
     HDC m_DC;
     END m_nEnd;
     std::shared_ptr<const CodePage> m_pCodePage;

@@ -1,4 +1,5 @@
 #include "platforms/win32/DibOutput_p.h"
+#include "q32Base/image/DibLayout_p.h"
 
 #include <algorithm>
 #include <array>
@@ -110,11 +111,10 @@ int fnPutRows(HDC dc, const software::RowJob& job, const CqWin32Palette* palette
 
     const auto scans = static_cast<UINT>(part.m_nLastScan - part.m_nFirstScan);
     Header header;
-    header.m_Head.biSize = sizeof header.m_Head;
-    header.m_Head.biWidth = job.m_pHeader->biWidth;
-    header.m_Head.biHeight = rows.m_bTopDown ? -static_cast<LONG>(scans) : static_cast<LONG>(scans);
-    header.m_Head.biPlanes = 1;
-    header.m_Head.biBitCount = job.m_pHeader->biBitCount;
+    header.m_Head = fnMakeDibHeader(static_cast<std::uint32_t>(job.m_pHeader->biWidth),
+                                    rows.m_bTopDown ? -static_cast<std::int32_t>(scans)
+                                                    : static_cast<std::int32_t>(scans),
+                                    job.m_pHeader->biBitCount);
     const UINT use = fnFillTable(dc, job, rows, palette, header);
     const auto skipped = static_cast<std::size_t>(part.m_nFirstScan - job.m_nStartScan);
     const auto* bits = static_cast<const std::uint8_t*>(job.m_pBits) + skipped * rows.m_nStride;

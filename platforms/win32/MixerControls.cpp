@@ -115,13 +115,17 @@ bool MixerControls::fnSet(std::uint32_t id, std::uint32_t channels, const Values
            MMSYSERR_NOERROR;
 }
 
-bool MixerControls::fnTakeChange(std::uint32_t id) {
+MixerControls::Values MixerControls::fnTakeChange(std::uint32_t id) {
+    Values changed{id};
     const auto found = m_Controls.find(id);
-    return found != m_Controls.end() && fnRead(id, found->second, found->second.m_Seen);
+    if (found == m_Controls.end() || !fnRead(id, found->second, found->second.m_Seen))
+        changed.clear();
+    return changed;
 }
 
 MixerControls::Values MixerControls::fnTakeChanges() {
     Values changed;
+    changed.reserve(m_Controls.size()); // nothing is noted that isn't returned
     for (auto& [id, control] : m_Controls) {
         Values now;
         if (fnRead(id, control, now) && now != control.m_Seen) {

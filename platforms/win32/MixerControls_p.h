@@ -26,8 +26,8 @@ public:
 
     /// Reads all known controls, and returns those that have changed since the last time.
     Values fnTakeChanges();
-    /// Notes the present values of one control. False for an unknown one.
-    bool fnTakeChange(std::uint32_t id);
+    /// The same for one control, which the system says has changed. None for an unknown one.
+    Values fnTakeChange(std::uint32_t id);
 
     static std::uint32_t fnToId(DWORD systemId) { return systemId + 1; }
 

@@ -1,12 +1,11 @@
 #include "platforms/win32/Path_p.h"
 #include "platforms/win32/SaveDialog_p.h"
+#include "platforms/win32/SystemText_p.h"
 
 // clang-format off
 #include <windows.h>
 #include <commdlg.h>
 // clang-format on
-
-#include <cwchar>
 
 namespace q32::win32 {
 
@@ -23,6 +22,15 @@ std::wstring fnConvertFilter(const CodePage& codePage, const char* filter) {
     }
     wide += L'\0';
     return wide;
+}
+
+/// The name can't be passed on: the user may choose another one.
+void fnShowNoForm(HWND owner, const std::wstring& name) {
+    const SystemText cause(ERROR_NO_UNICODE_TRANSLATION);
+    const std::wstring text = name + L"\n\n" + std::wstring(cause.fnGet());
+    wchar_t caption[64] = {};
+    ::GetWindowTextW(owner, caption, 64);
+    ::MessageBoxW(owner, text.c_str(), caption, MB_OK | MB_ICONEXCLAMATION);
 }
 
 } // namespace
@@ -44,8 +52,15 @@ bool fnAskSaveName(HWND owner, const CodePage& codePage, const CqSaveRequest& re
     dialog.lpstrInitialDir = request.m_szFolder ? folder.c_str() : nullptr;
     dialog.lpstrDefExt = extension.c_str();
     dialog.Flags = request.m_nFlags | OFN_NOCHANGEDIR;
-    return ::GetSaveFileNameW(&dialog) &&
-           codePage.fnFromWide({name.c_str(), std::wcslen(name.c_str())}, path);
+    while (::GetSaveFileNameW(&dialog)) {
+        const std::wstring chosen = name.c_str();
+        if (codePage.fnFromWide(chosen, path))
+            return true;
+        fnShowNoForm(owner, chosen);
+        if (!::IsWindow(owner))
+            return false;
+    }
+    return false;
 }
 
 } // namespace q32::win32

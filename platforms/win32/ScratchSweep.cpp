@@ -10,8 +10,8 @@ constexpr std::wstring_view kScratchMask = L"~qd*.tmp";
 
 } // namespace
 
-std::size_t q32Win32SweepScratchFiles(const char* directory) {
-    std::wstring path = fnNativePath(CodePage(), directory);
+std::size_t q32Win32SweepScratchFiles(const char* directory, UINT codePage) {
+    std::wstring path = fnNativePath(CodePage(codePage), directory);
     if (path.empty())
         return 0;
     if (path.back() != L'\\')
@@ -26,10 +26,10 @@ std::size_t q32Win32SweepScratchFiles(const char* directory) {
     return deleted;
 }
 
-std::size_t q32Win32SweepScratchFiles(std::span<const std::string> directories) {
+std::size_t q32Win32SweepScratchFiles(std::span<const std::string> directories, UINT codePage) {
     std::size_t deleted = 0;
     for (const std::string& directory : directories)
         if (!directory.empty())
-            deleted += q32Win32SweepScratchFiles(directory.c_str());
+            deleted += q32Win32SweepScratchFiles(directory.c_str(), codePage);
     return deleted;
 }

@@ -9,10 +9,15 @@ namespace {
 
 constexpr DWORD kLoop = WHDR_BEGINLOOP | WHDR_ENDLOOP;
 
+std::mutex theAbandonedLock;
+
 } // namespace
+
+Voice* Voice::theFirstAbandoned = nullptr;
 
 std::shared_ptr<Voice> Voice::fnOpen(const WaveCalls& calls, const WAVEFORMATEX& format,
                                      CqWaveOutService::Done done) {
+    fnCloseAbandoned();
     auto voice = std::make_shared<Voice>(calls, std::move(done));
     voice->m_Event = Handle(::CreateEventW(nullptr, FALSE, FALSE, nullptr));
     if (!voice->m_Event || calls.m_Open(&voice->m_Device, WAVE_MAPPER, &format,
@@ -57,9 +62,13 @@ void Voice::fnRun() {
     }
 }
 
+void Voice::fnReleaseBlock() {
+    if (m_bHeld)
+        m_bHeld = m_Calls.m_Unprepare(m_Device, &m_Block, sizeof m_Block) == WAVERR_STILLPLAYING;
+}
+
 WAVEHDR* Voice::fnTakeBack() {
-    if (!m_bSilent)
-        m_Calls.m_Unprepare(m_Device, &m_Block, sizeof m_Block);
+    fnReleaseBlock();
     m_pPlaying->dwFlags = (m_pPlaying->dwFlags & ~static_cast<DWORD>(WHDR_INQUEUE)) | WHDR_DONE;
     return std::exchange(m_pPlaying, nullptr);
 }
@@ -82,6 +91,9 @@ bool Voice::fnUnprepare(WAVEHDR& header) {
 }
 
 bool Voice::fnStart(WAVEHDR& header) {
+    fnReleaseBlock();
+    if (m_bHeld)
+        return false;
     m_Block = WAVEHDR{};
     m_Block.lpData = header.lpData;
     m_Block.dwBufferLength = header.dwBufferLength;
@@ -97,10 +109,10 @@ bool Voice::fnStart(WAVEHDR& header) {
         m_Block.dwFlags |= kLoop;
         m_Block.dwLoops = header.dwLoops;
     }
-    if (m_Calls.m_Write(m_Device, &m_Block, sizeof m_Block) == MMSYSERR_NOERROR)
-        return true;
-    m_Calls.m_Unprepare(m_Device, &m_Block, sizeof m_Block);
-    return false;
+    m_bHeld = m_Calls.m_Write(m_Device, &m_Block, sizeof m_Block) == MMSYSERR_NOERROR;
+    if (!m_bHeld)
+        m_Calls.m_Unprepare(m_Device, &m_Block, sizeof m_Block);
+    return m_bHeld;
 }
 
 bool Voice::fnWrite(WAVEHDR& header) {
@@ -136,21 +148,41 @@ bool Voice::fnReset() {
     return done;
 }
 
+bool Voice::fnTryToClose() {
+    fnReleaseBlock();
+    return !m_bHeld && m_Calls.m_Close(m_Device) != WAVERR_STILLPLAYING;
+}
+
 void Voice::fnCloseDevice() {
     constexpr int kAttempts = 100;
     m_Calls.m_Reset(m_Device);
     if (m_pPlaying)
         fnTakeBack();
     // A driver may need a moment after the reset.
-    for (int i = 0; m_Calls.m_Close(m_Device) == WAVERR_STILLPLAYING; ++i) {
-        if (i == kAttempts) {
-            // It would go on to set the event, which has to outlive it, and so it stays.
-            static_cast<void>(m_Event.fnRelease());
-            break;
-        }
+    for (int i = 0; !fnTryToClose(); ++i) {
+        if (i == kAttempts)
+            return fnAbandon();
         ::Sleep(1);
     }
-    m_Device = nullptr;
+}
+
+void Voice::fnAbandon() {
+    const Lock lock(theAbandonedLock);
+    m_pSelf = shared_from_this();
+    m_pNextAbandoned = std::exchange(theFirstAbandoned, this);
+}
+
+void Voice::fnCloseAbandoned() {
+    const Lock lock(theAbandonedLock);
+    for (Voice** link = &theFirstAbandoned; *link;) {
+        Voice* const voice = *link;
+        if (voice->fnTryToClose()) {
+            *link = voice->m_pNextAbandoned;
+            voice->m_pSelf.reset();
+        } else {
+            link = &voice->m_pNextAbandoned;
+        }
+    }
 }
 
 void Voice::fnClose() {

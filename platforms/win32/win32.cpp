@@ -28,7 +28,7 @@ CqPlatform q32Win32Platform(const std::shared_ptr<CqWin32Windows>& windows,
         options.m_Modules.empty() ? std::vector{::GetModuleHandleW(nullptr)} : options.m_Modules,
         codePage);
     platform.m_pWaveOut = std::make_shared<CqWin32WaveOut>();
-    platform.m_pMixers = std::make_shared<CqWin32Mixers>();
+    platform.m_pMixers = std::make_shared<CqWin32Mixers>(windows->fnGetFailures());
     platform.m_pWork = q32::win32::fnMakeWork(options.m_nConcurrency);
     windows->fnSetCodePage(codePage);
     platform.m_pWindows = windows;
@@ -39,11 +39,12 @@ std::shared_ptr<CqWin32Windows> q32Win32Windows() {
     return std::make_shared<CqWin32Windows>();
 }
 
-std::unique_ptr<CDC> q32Win32DC(HDC dc, int bits) {
+std::unique_ptr<CDC> q32Win32DC(HDC dc, int bits, UINT codePage) {
     using q32::win32::CodePage;
     using q32::win32::DeviceContext;
     if (!dc)
         return nullptr;
-    return std::make_unique<DeviceContext>(
-        dc, DeviceContext::END::KEEP, std::make_shared<const CodePage>(), nullptr, nullptr, bits);
+    return std::make_unique<DeviceContext>(dc, DeviceContext::END::KEEP,
+                                           std::make_shared<const CodePage>(codePage), nullptr,
+                                           nullptr, bits);
 }

@@ -27,7 +27,7 @@ public:
     CArchive(const CArchive&) = delete;
     CArchive& operator=(const CArchive&) = delete;
 
-    /// The direction, for classes that serialize both ways in one function.
+    /// The direction, for classes that serialise both ways in one function.
     bool IsLoading() const { return m_eMode == load; }
     bool IsStoring() const { return m_eMode == store; }
 

@@ -33,11 +33,11 @@ int fnSolveQuadratic(double a2, double a1, double a0, double (&roots)[3]) {
 }
 
 /// Assumed relative error bound of approximate values; they are much more accurate.
-constexpr double kRoughness = 1e-3;
+constexpr double kApproximationError = 1e-3;
 
 /// Cube root to about five digits, at a fraction of the cost: a third of the exponent, then one
 /// step of Halley's method. Infinity gives not-a-number.
-double fnRoughCubeRoot(double value) {
+double fnApproximateCubeRoot(double value) {
     const double size = std::fabs(value);
     // The constant is two thirds of the exponent's bias, chosen for the least error.
     const std::uint64_t bits =
@@ -54,13 +54,13 @@ class RootList {
 public:
     RootList(double a, double (&roots)[3]) : m_dA(a), m_dRoots(roots) {}
 
-    /// Whether a root of approximate value `rough`, with an error bound relative to `size`, may be
+    /// Whether a root with this approximate value, and an error bound relative to `size`, may be
     /// inside 0 to 1. Not-a-number may be.
-    bool fnMayCount(double rough, double size) const {
+    bool fnMayCount(double approximate, double size) const {
         if constexpr (!kInside)
             return true;
-        const double margin = size * kRoughness + std::fabs(m_dA) * 1e-9 + 1e-9;
-        const double root = rough - m_dA * kThird;
+        const double margin = size * kApproximationError + std::fabs(m_dA) * 1e-9 + 1e-9;
+        const double root = approximate - m_dA * kThird;
         return !(root < -margin || root > 1.0 + margin);
     }
     void fnAddUnshifted(double root) { fnAdd((root * 3.0 - m_dA) * kThird); }
@@ -110,8 +110,8 @@ int fnSolve(double a, double b, double c, double (&roots)[3]) {
         fnAddThree(p, p3, q, list);
     } else {
         const double r = std::sqrt(d);
-        const double u = fnRoughCubeRoot(r - q);
-        const double v = fnRoughCubeRoot(-q - r);
+        const double u = fnApproximateCubeRoot(r - q);
+        const double v = fnApproximateCubeRoot(-q - r);
         if (list.fnMayCount(u + v, std::fabs(u) + std::fabs(v)))
             list.fnAddUnshifted(fnCubeRoot(r - q) + fnCubeRoot(-q - r));
     }

@@ -17,9 +17,9 @@
 inline constexpr double GEOM_EPSILON = q32::kEpsilon;
 /// A parameter lies on a segment strictly between these two, so that a hit on an end counts.
 inline constexpr double GEOM_PARAM_LOW = -GEOM_EPSILON;
-inline constexpr double GEOM_PARAM_HIGH = 1.0000000001;
+inline constexpr double GEOM_PARAM_HIGH = 1.0 + GEOM_EPSILON;
 /// Above it a curve evaluates to its last point; at or above it a root is no longer an inner hit.
-inline constexpr double GEOM_PARAM_ALMOST_ONE = 0.9999999999;
+inline constexpr double GEOM_PARAM_ALMOST_ONE = 1.0 - GEOM_EPSILON;
 /// Four times the arctangent of 1. All conversions between degrees and radians use it.
 inline constexpr double GEOM_PI = std::numbers::pi;
 

@@ -50,14 +50,15 @@ private:
         double m_dY;
         double m_dLow;
         double m_dHigh;
-        CqPoint2D fnEnd() const { return {m_dX, m_dY}; }
+        CqPoint2D fnGetEnd() const { return {m_dX, m_dY}; }
     };
 
     void fnAppendEach(int count) {
         for (int i = 0; i < count; ++i) {
             const Part& part = m_Parts[static_cast<std::size_t>(i)];
-            m_Polyline.fnAddLine(
-                i == 0 ? m_Start : m_Parts[static_cast<std::size_t>(i) - 1].fnEnd(), part.fnEnd());
+            m_Polyline.fnAddLine(i == 0 ? m_Start
+                                        : m_Parts[static_cast<std::size_t>(i) - 1].fnGetEnd(),
+                                 part.fnGetEnd());
             m_Polyline.fnAddParam(0, part.m_dLow, part.m_dHigh);
         }
     }
@@ -71,7 +72,7 @@ private:
         const int line = tags.GetSize();
         vertices.SetSize(line + 1 + count);
         for (int i = 0; i < count; ++i)
-            vertices[line + 1 + i] = m_Parts[static_cast<std::size_t>(i)].fnEnd();
+            vertices[line + 1 + i] = m_Parts[static_cast<std::size_t>(i)].fnGetEnd();
         tags.SetSize(line + count);
         params.SetSize(2 * (line + count));
         for (int i = 0; i < count; ++i) {

@@ -49,8 +49,8 @@ bool fnMakeRect(const CqTileMap& map, std::uint32_t x, std::uint32_t y, std::uin
 /// `stride` bytes, and its number of pixels. Rows that are contiguous on both sides are combined
 /// into one run.
 template <class Visit>
-void fnForEachRun(const CqTileMap& map, const CRect& rect, std::size_t stride,
-                  std::size_t pixelBytes, const Visit& visit) {
+void fnVisitRuns(const CqTileMap& map, const CRect& rect, std::size_t stride,
+                 std::size_t pixelBytes, const Visit& visit) {
     if (rect.IsRectEmpty())
         return;
     q32::fnForEachPiece(map, rect, [&](const TilePiece& piece) {
@@ -180,18 +180,18 @@ bool CqPixelReader::fnRead(const CRect& rect, void* out, std::size_t stride) con
         !fnIsSound(*m_pMap, rect, stride, m_nPixelBytes))
         return false;
     auto* to = static_cast<unsigned char*>(out);
-    fnForEachRun(*m_pMap, rect, stride, m_nPixelBytes,
-                 [&](const unsigned char* pixels, std::size_t nibble, std::size_t offset,
-                     std::size_t count) {
-                     if (m_pMap->BytesPerPixel != 0)
-                         return m_Run.fnRun(pixels, to + offset, count);
-                     unsigned char indices[kChunk];
-                     for (std::size_t done = 0; done < count; done += kChunk) {
-                         const std::size_t part = std::min(kChunk, count - done);
-                         q32::fnUnpackNibbles(pixels, nibble + done, part, indices);
-                         m_Run.fnRun(indices, to + offset + done * m_nPixelBytes, part);
-                     }
-                 });
+    fnVisitRuns(*m_pMap, rect, stride, m_nPixelBytes,
+                [&](const unsigned char* pixels, std::size_t nibble, std::size_t offset,
+                    std::size_t count) {
+                    if (m_pMap->BytesPerPixel != 0)
+                        return m_Run.fnRun(pixels, to + offset, count);
+                    unsigned char indices[kChunk];
+                    for (std::size_t done = 0; done < count; done += kChunk) {
+                        const std::size_t part = std::min(kChunk, count - done);
+                        q32::fnUnpackNibbles(pixels, nibble + done, part, indices);
+                        m_Run.fnRun(indices, to + offset + done * m_nPixelBytes, part);
+                    }
+                });
     return !m_pMap->fnHasNewLosses();
 }
 
@@ -238,7 +238,7 @@ bool CqPixelWriter::fnWrite(const CRect& rect, const void* in, std::size_t strid
         !fnIsSound(*m_pMap, rect, stride, m_nPixelBytes))
         return false;
     const auto* from = static_cast<const unsigned char*>(in);
-    fnForEachRun(
+    fnVisitRuns(
         *m_pMap, rect, stride, m_nPixelBytes,
         [&](unsigned char* pixels, std::size_t nibble, std::size_t offset, std::size_t count) {
             if (m_pMap->BytesPerPixel != 0)

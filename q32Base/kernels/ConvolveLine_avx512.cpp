@@ -32,7 +32,7 @@ struct Line {
     inline const std::uint8_t* fnWindow(std::size_t group) const {
         return m_pSamples + (m_Sums.m_pFirst[group] - m_nOrigin);
     }
-    inline std::size_t fnStep() const { return std::size_t{4} * m_Sums.m_nChannels; }
+    inline std::size_t fnGetStep() const { return std::size_t{4} * m_Sums.m_nChannels; }
 };
 
 /// The sums of a group for several rows. Rows are numbered by constants: an array whose index is a
@@ -67,7 +67,7 @@ struct Groups {
         : m_pSamples(line.m_pSamples), m_nOrigin(line.m_nOrigin), m_nStride(stride),
           m_pFirst(line.m_Sums.m_pFirst + group), m_pGroup(line.m_Sums.m_pGroups + group),
           m_pWeights(line.m_Sums.m_pWeights + group * line.m_Sums.m_nQuads),
-          m_nQuads(line.m_Sums.m_nQuads), m_nStep(line.fnStep()) {}
+          m_nQuads(line.m_Sums.m_nQuads), m_nStep(line.fnGetStep()) {}
 
     /// The sums of the next group. If kQuads is 0, m_nQuads says how many quads there are.
     template <bool kWide, std::size_t kQuads>
@@ -118,7 +118,7 @@ __mmask16 fnFindFlat(const Line& line, std::size_t group, __m128i& values) {
         const __m512i other = _mm512_xor_si512(fnGather<kWide>(window, places), all);
         off = _mm512_or_si512(off, _mm512_maskz_mov_epi8(counts, other));
         pixel = _mm512_add_epi8(pixel, _mm512_set1_epi8(4));
-        window += line.fnStep();
+        window += line.fnGetStep();
     }
     const __m128i bytes = _mm512_cvtepi32_epi8(value);
     const __mmask16 less =
@@ -177,7 +177,7 @@ void fnConvolveTogether(const LineRows& rows, const LineSums& sums, std::size_t 
                 _mm512_storeu_si512(to, bytes);
             else
                 _mm512_mask_storeu_epi8(to, fnFirstBytes(left), bytes);
-            if (errorBound != 0 && __builtin_expect(fnAnyDoubts(of, errorBound), 0))
+            if (errorBound != 0 && __builtin_expect(fnAnyUncertain(of, errorBound), 0))
                 fnSettleLine<kWide>({rows.m_pSamples + row * rows.m_nStride, rows.m_nOrigin, sums},
                                     first + i, to, left < kSamples ? left : kSamples);
         });

@@ -7,11 +7,11 @@ namespace avx512 {
 namespace {
 
 /// The weights of a quad, broadcast.
-struct Weights {
+struct WideWeights {
     Sums m_High;
     Sums m_Middle;
     Sums m_Low;
-    explicit Weights(const QuadWeights& quad)
+    explicit WideWeights(const QuadWeights& quad)
         : m_High(fnBroadcast(quad.m_nHigh)), m_Middle(fnBroadcast(quad.m_nMiddle)),
           m_Low(fnBroadcast(quad.m_nLow)) {}
     inline void fnAddTo(Parts& parts, __m512i samples) const {
@@ -68,7 +68,7 @@ struct RowSums {
             const __m512i cd = _mm512_unpacklo_epi8(c, d);
             const __m512i abHigh = _mm512_unpackhi_epi8(a, b);
             const __m512i cdHigh = _mm512_unpackhi_epi8(c, d);
-            const Weights weights(*quad);
+            const WideWeights weights(*quad);
             weights.fnAddTo(first, _mm512_unpacklo_epi16(ab, cd));
             weights.fnAddTo(second, _mm512_unpackhi_epi16(ab, cd));
             weights.fnAddTo(third, _mm512_unpacklo_epi16(abHigh, cdHigh));
@@ -80,18 +80,18 @@ struct RowSums {
         m_Sums[3] = fourth.fnSum();
     }
     inline __m512i fnCutAll() const { return fnCut(m_Sums[0], m_Sums[1], m_Sums[2], m_Sums[3]); }
-    inline bool fnHasDoubts(const QuadList& list) const {
-        return fnAnyDoubts(m_Sums, list.m_nErrorBound);
+    inline bool fnHasUncertain(const QuadList& list) const {
+        return fnAnyUncertain(m_Sums, list.m_nErrorBound);
     }
-    __mmask64 fnDoubts(const QuadList& list) const {
+    __mmask64 fnFindUncertain(const QuadList& list) const {
         const __m512i bound = fnBoundOf(list.m_nErrorBound);
-        const auto doubts = [&](Sums sums) {
+        const auto uncertain = [&](Sums sums) {
             return _mm512_movm_epi32(_mm512_cmplt_epu32_mask(fnFraction(sums), bound));
         };
         // Packed with signed saturation, all ones stay all ones.
         return _mm512_movepi8_mask(
-            _mm512_packs_epi16(_mm512_packs_epi32(doubts(m_Sums[0]), doubts(m_Sums[1])),
-                               _mm512_packs_epi32(doubts(m_Sums[2]), doubts(m_Sums[3]))));
+            _mm512_packs_epi16(_mm512_packs_epi32(uncertain(m_Sums[0]), uncertain(m_Sums[1])),
+                               _mm512_packs_epi32(uncertain(m_Sums[2]), uncertain(m_Sums[3]))));
     }
 };
 
@@ -100,7 +100,7 @@ struct RowSums {
 template <bool kAll>
 __attribute__((noinline)) void fnSettleRows(const RowParts<kAll>& rows, const QuadList& list,
                                             std::uint8_t* target) {
-    __mmask64 uncertain = RowSums(rows, list).fnDoubts(list) & rows.m_Which;
+    __mmask64 uncertain = RowSums(rows, list).fnFindUncertain(list) & rows.m_Which;
     if (list.m_nFlatMax >= 0) {
         const __m512i value = rows[0];
         __mmask64 equal = uncertain;
@@ -120,7 +120,7 @@ __attribute__((always_inline)) inline void
 fnConvolveParts(const RowParts<kAll>& rows, const QuadList& list, std::uint8_t* target) {
     const RowSums sums(rows, list);
     rows.fnStore(target, sums.fnCutAll());
-    if (list.m_nErrorBound != 0 && __builtin_expect(sums.fnHasDoubts(list), 0))
+    if (list.m_nErrorBound != 0 && __builtin_expect(sums.fnHasUncertain(list), 0))
         fnSettleRows(rows, list, target);
 }
 
@@ -218,7 +218,7 @@ struct LaneSums {
         const QuadWeights* const end = list.m_pWeights + list.m_nQuads;
         for (const QuadWeights* quad = list.m_pWeights; quad != end;
              ++quad, from += lanes.m_nStride) {
-            const Weights weights(*quad);
+            const WideWeights weights(*quad);
 #pragma GCC unroll 8
             for (std::size_t v = 0; v < kVectors; ++v) {
                 const __m512i samples = _mm512_loadu_si512(from + 64 * v);
@@ -231,7 +231,7 @@ struct LaneSums {
         for (std::size_t v = 0; v < kVectors; ++v)
             m_Sums[v] = Parts(high[v], middle[v], low[v]).fnSum();
     }
-    inline bool fnHasDoubts(const QuadList& list) const {
+    inline bool fnHasUncertain(const QuadList& list) const {
         __m512i least = fnFraction(m_Sums[0]);
 #pragma GCC unroll 8
         for (std::size_t v = 1; v < kVectors; ++v)
@@ -257,7 +257,7 @@ __attribute__((always_inline)) inline void fnConvolvePixel(const Lanes& lanes, c
                                                            std::uint8_t* target) {
     const LaneSums<kVectors> sums(lanes, list);
     fnStoreLanes(sums.m_Sums, target);
-    if (list.m_nErrorBound != 0 && __builtin_expect(sums.fnHasDoubts(list), 0))
+    if (list.m_nErrorBound != 0 && __builtin_expect(sums.fnHasUncertain(list), 0))
         fnSettlePixel<kVectors>(lanes, list, target);
 }
 

@@ -8,35 +8,29 @@
 
 #include <type_traits>
 
-/// The parts of the table, each a family of kernels. Every part exists for the scalar level and for
-/// AVX2, those of the second list for AVX-512 too, and those of the third for AVX-512 instead.
-#define Q32_KERNEL_PARTS(PART)                                                                     \
-    PART(ChannelCurves)                                                                            \
-    PART(Convolve)                                                                                 \
-    PART(ConvolveFixed)                                                                            \
-    PART(Dither)                                                                                   \
-    PART(Fill)                                                                                     \
-    PART(HueShift)                                                                                 \
-    PART(MaskSum)                                                                                  \
-    PART(Merge)                                                                                    \
-    PART(Palette)                                                                                  \
-    PART(PixelFormat)                                                                              \
-    PART(Rotate)                                                                                   \
-    PART(Stream)                                                                                   \
-    PART(Threshold)                                                                                \
-    PART(ToneCurve)                                                                                \
-    PART(Transpose)                                                                                \
-    PART(Zoom)
-#define Q32_AVX512_KERNEL_PARTS(PART)                                                              \
-    PART(ChannelCurves)                                                                            \
-    PART(PixelFormat)                                                                              \
-    PART(Rotate)                                                                                   \
-    PART(ToneCurve)                                                                                \
-    PART(Zoom)
-#define Q32_WIDE_KERNEL_PARTS(PART)                                                                \
-    PART(ConvolveLine)                                                                             \
-    PART(ConvolveQuads)                                                                            \
-    PART(RowsToQuads)
+/// The parts of the table, each a family of kernels. Every part exists for the scalar level, and
+/// for the levels after which the macro is named that it is passed to.
+#define Q32_KERNEL_PARTS(AVX2, AVX512, BOTH)                                                       \
+    BOTH(ChannelCurves)                                                                            \
+    AVX2(Convolve)                                                                                 \
+    AVX2(ConvolveFixed)                                                                            \
+    AVX512(ConvolveLine)                                                                           \
+    AVX512(ConvolveQuads)                                                                          \
+    AVX2(Dither)                                                                                   \
+    AVX2(Fill)                                                                                     \
+    AVX2(HueShift)                                                                                 \
+    AVX2(MaskSum)                                                                                  \
+    AVX2(Merge)                                                                                    \
+    AVX2(Palette)                                                                                  \
+    BOTH(PixelFormat)                                                                              \
+    BOTH(Rotate)                                                                                   \
+    AVX512(RowsToQuads)                                                                            \
+    AVX2(Stream)                                                                                   \
+    AVX2(Threshold)                                                                                \
+    BOTH(ToneCurve)                                                                                \
+    AVX2(Transpose)                                                                                \
+    BOTH(Zoom)
+#define Q32_NO_PART(part)
 
 namespace q32 {
 
@@ -45,11 +39,9 @@ namespace q32 {
 #define Q32_DECLARE_SCALAR_PART(part) void fnUseScalar##part(Kernels& table);
 #define Q32_DECLARE_AVX2_PART(part) void fnUseAvx2##part(Kernels& table);
 #define Q32_DECLARE_AVX512_PART(part) void fnUseAvx512##part(Kernels& table);
-Q32_KERNEL_PARTS(Q32_DECLARE_SCALAR_PART)
-Q32_WIDE_KERNEL_PARTS(Q32_DECLARE_SCALAR_PART)
-Q32_KERNEL_PARTS(Q32_DECLARE_AVX2_PART)
-Q32_AVX512_KERNEL_PARTS(Q32_DECLARE_AVX512_PART)
-Q32_WIDE_KERNEL_PARTS(Q32_DECLARE_AVX512_PART)
+Q32_KERNEL_PARTS(Q32_DECLARE_SCALAR_PART, Q32_DECLARE_SCALAR_PART, Q32_DECLARE_SCALAR_PART)
+Q32_KERNEL_PARTS(Q32_DECLARE_AVX2_PART, Q32_NO_PART, Q32_DECLARE_AVX2_PART)
+Q32_KERNEL_PARTS(Q32_NO_PART, Q32_DECLARE_AVX512_PART, Q32_DECLARE_AVX512_PART)
 #undef Q32_DECLARE_SCALAR_PART
 #undef Q32_DECLARE_AVX2_PART
 #undef Q32_DECLARE_AVX512_PART

@@ -29,11 +29,10 @@ void fnReplaceForLevel(Kernels& table, KernelLevel level) {
 #define Q32_USE_AVX2_PART(part) fnUseAvx2##part(table);
 #define Q32_USE_AVX512_PART(part) fnUseAvx512##part(table);
     if (level >= KernelLevel::AVX2) {
-        Q32_KERNEL_PARTS(Q32_USE_AVX2_PART)
+        Q32_KERNEL_PARTS(Q32_USE_AVX2_PART, Q32_NO_PART, Q32_USE_AVX2_PART)
     }
     if (level >= KernelLevel::AVX512) {
-        Q32_AVX512_KERNEL_PARTS(Q32_USE_AVX512_PART)
-        Q32_WIDE_KERNEL_PARTS(Q32_USE_AVX512_PART)
+        Q32_KERNEL_PARTS(Q32_NO_PART, Q32_USE_AVX512_PART, Q32_USE_AVX512_PART)
     }
 #undef Q32_USE_AVX2_PART
 #undef Q32_USE_AVX512_PART
@@ -49,8 +48,7 @@ Kernels fnBuildTable(KernelLevel level) {
     Kernels table{};
     table.m_eLevel = level;
 #define Q32_USE_SCALAR_PART(part) fnUseScalar##part(table);
-    Q32_KERNEL_PARTS(Q32_USE_SCALAR_PART)
-    Q32_WIDE_KERNEL_PARTS(Q32_USE_SCALAR_PART)
+    Q32_KERNEL_PARTS(Q32_USE_SCALAR_PART, Q32_USE_SCALAR_PART, Q32_USE_SCALAR_PART)
 #undef Q32_USE_SCALAR_PART
     fnReplaceForLevel(table, level);
     return table;

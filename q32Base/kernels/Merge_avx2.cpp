@@ -76,11 +76,11 @@ struct RepeatedKey {
     __m256i m_Parts[3];
 
     explicit RepeatedKey(const std::uint8_t* key) {
-        alignas(16) static const std::uint8_t kTurns[18] = {0, 1, 2, 0, 1, 2, 0, 1, 2,
+        alignas(16) static const std::uint8_t kCycle[18] = {0, 1, 2, 0, 1, 2, 0, 1, 2,
                                                             0, 1, 2, 0, 1, 2, 0, 1, 2};
         const __m256i once = _mm256_set1_epi32(key[0] | key[1] << 8 | key[2] << 16);
         for (int part = 0; part < 3; ++part)
-            m_Parts[part] = _mm256_shuffle_epi8(once, fnLoadTwice(kTurns + part));
+            m_Parts[part] = _mm256_shuffle_epi8(once, fnLoadTwice(kCycle + part));
     }
 };
 

@@ -37,7 +37,7 @@ public:
             std::memcpy(out, &fill, 4);
     }
 
-    const std::uint8_t* fnData() const { return m_Entries; }
+    const std::uint8_t* fnGetData() const { return m_Entries; }
 
 private:
     static int fnLoad32(const std::uint8_t* from) {
@@ -99,7 +99,7 @@ void fnIndex8ToBgr24(const std::uint8_t* source, std::uint8_t* target, std::size
         done = fnLookUp24(source, target, count, palette);
     else if (count >= kShortRun)
         done = fnLookUp24(source, target, count,
-                          Entries(palette, paletteCount, fnSameOrder(), 0).fnData());
+                          Entries(palette, paletteCount, fnSameOrder(), 0).fnGetData());
     scalar::fnIndex8ToBgr24(source + done, target + 3 * done, count - done, palette, paletteCount);
 }
 
@@ -110,7 +110,7 @@ void fnIndex8ToBgrx32(const std::uint8_t* source, std::uint8_t* target, std::siz
         done = fnLookUp32(source, target, count, palette);
     else if (count >= kShortRun)
         done = fnLookUp32(source, target, count,
-                          Entries(palette, paletteCount, fnSameOrder(), 0).fnData());
+                          Entries(palette, paletteCount, fnSameOrder(), 0).fnGetData());
     scalar::fnIndex8ToBgrx32(source + done, target + 4 * done, count - done, palette, paletteCount);
 }
 
@@ -119,7 +119,8 @@ void fnIndex8ToRgb24(const std::uint8_t* source, std::uint8_t* target, std::size
     const __m128i order = _mm_setr_epi8(2, 1, 0, kZ, 6, 5, 4, kZ, 10, 9, 8, kZ, 14, 13, 12, kZ);
     std::size_t done = 0;
     if (count >= kShortRun)
-        done = fnLookUp24(source, target, count, Entries(palette, paletteCount, order, 0).fnData());
+        done =
+            fnLookUp24(source, target, count, Entries(palette, paletteCount, order, 0).fnGetData());
     scalar::fnIndex8ToRgb24(source + done, target + 3 * done, count - done, palette, paletteCount);
 }
 
@@ -128,8 +129,8 @@ void fnIndex8ToArgb32(const std::uint8_t* source, std::uint8_t* target, std::siz
     const __m128i order = _mm_setr_epi8(kZ, 2, 1, 0, kZ, 6, 5, 4, kZ, 10, 9, 8, kZ, 14, 13, 12);
     std::size_t done = 0;
     if (count >= kShortRun)
-        done =
-            fnLookUp32(source, target, count, Entries(palette, paletteCount, order, 0xFF).fnData());
+        done = fnLookUp32(source, target, count,
+                          Entries(palette, paletteCount, order, 0xFF).fnGetData());
     scalar::fnIndex8ToArgb32(source + done, target + 4 * done, count - done, palette, paletteCount);
 }
 

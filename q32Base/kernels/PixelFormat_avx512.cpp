@@ -9,15 +9,15 @@ namespace avx512 {
 namespace {
 
 /// Where each of 64 target bytes comes from.
-struct Places {
+struct BytePlaces {
     alignas(64) std::uint8_t m_Bytes[64];
     __m512i fnLoad() const { return _mm512_load_si512(m_Bytes); }
 };
 
 /// 16 pixels of four bytes, from 16 of three: byte c of a pixel is byte `order[c]` of the source's
 /// pixel; 3 stands for none.
-constexpr Places fnWidenPlaces(const std::uint8_t (&order)[4]) {
-    Places places{};
+constexpr BytePlaces fnWidenPlaces(const std::uint8_t (&order)[4]) {
+    BytePlaces places{};
     for (std::size_t i = 0; i < 64; ++i)
         places.m_Bytes[i] =
             static_cast<std::uint8_t>(order[i % 4] < 3 ? i / 4 * 3 + order[i % 4] : 0);
@@ -25,17 +25,17 @@ constexpr Places fnWidenPlaces(const std::uint8_t (&order)[4]) {
 }
 
 /// 16 pixels of three bytes, from 16 of four.
-constexpr Places fnNarrowPlaces(const std::uint8_t (&order)[3]) {
-    Places places{};
+constexpr BytePlaces fnNarrowPlaces(const std::uint8_t (&order)[3]) {
+    BytePlaces places{};
     for (std::size_t i = 0; i < 48; ++i)
         places.m_Bytes[i] = static_cast<std::uint8_t>(i / 3 * 4 + order[i % 3]);
     return places;
 }
 
-constexpr Places kRgbToBgrx = fnWidenPlaces({2, 1, 0, 3});
-constexpr Places kRgbToArgb = fnWidenPlaces({3, 0, 1, 2});
-constexpr Places kArgbToRgb = fnNarrowPlaces({1, 2, 3});
-constexpr Places kArgbToBgr = fnNarrowPlaces({3, 2, 1});
+constexpr BytePlaces kRgbToBgrx = fnWidenPlaces({2, 1, 0, 3});
+constexpr BytePlaces kRgbToArgb = fnWidenPlaces({3, 0, 1, 2});
+constexpr BytePlaces kArgbToRgb = fnNarrowPlaces({1, 2, 3});
+constexpr BytePlaces kArgbToBgr = fnNarrowPlaces({3, 2, 1});
 
 /// Runs `step` on 16 pixels at a time, while a load of 64 bytes stays within the source and a store
 /// within the target, and on the rest under masks of their bytes.

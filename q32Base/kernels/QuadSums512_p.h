@@ -54,7 +54,7 @@ static inline __m512i fnBoundOf(std::uint32_t errorBound) {
 }
 
 /// Whether any of four times 16 sums needs the doubles.
-static inline bool fnAnyDoubts(const Sums (&sums)[4], std::uint32_t errorBound) {
+static inline bool fnAnyUncertain(const Sums (&sums)[4], std::uint32_t errorBound) {
     const __m512i least =
         _mm512_min_epu32(_mm512_min_epu32(fnFraction(sums[0]), fnFraction(sums[1])),
                          _mm512_min_epu32(fnFraction(sums[2]), fnFraction(sums[3])));

@@ -135,11 +135,11 @@ public:
     std::uint32_t PaletteCount; ///< entries; 0 above 8 bits
     CWnd* DrawWnd = nullptr;    ///< window of the last `fnDrawInit`; not owned
     double Zoom = 1.0;
-    std::uint32_t ZoomMode = ZOOM_INFLATE; ///< a CqZoomMode
-    CRect ViewRect;                        ///< where the image is drawn in the window
-    CRect ImageRect;                       ///< the part shown, in pixels of the scaled image
-    unsigned char* PixelBuffer = nullptr;  ///< the bytes of the block
-    std::uint32_t BufferSize;              ///< RowBytes x Height
+    CqZoomMode ZoomMode = ZOOM_INFLATE;
+    CRect ViewRect;                       ///< where the image is drawn in the window
+    CRect ImageRect;                      ///< the part shown, in pixels of the scaled image
+    unsigned char* PixelBuffer = nullptr; ///< the bytes of the block
+    std::uint32_t BufferSize;             ///< RowBytes x Height
     bool GrayScale = false; ///< whether the palette was the grey ramp when it was made
     std::uint32_t LastTileHeight;
     CPalette* SavedPalette = nullptr;      ///< what the device context had selected before drawing

@@ -54,7 +54,7 @@ public:
         return tile.Pixels + inTile * m_nBytes;
     }
     /// Bytes from one row to the next, in the tile column of x.
-    std::ptrdiff_t fnStride(std::uint32_t x) const {
+    std::ptrdiff_t fnGetStride(std::uint32_t x) const {
         return static_cast<std::ptrdiff_t>(fnTileWidth(x >> m_nShiftX)) * m_nBytes;
     }
     /// The first row below y that doesn't lie one stride after the row above it.
@@ -107,7 +107,7 @@ void fnForEachPiece(const PixelArea& area, const CRect& rect, Visit visit) {
             const std::uint32_t endX = std::min(right, area.fnRunEnd(x));
             visit(TilePiece{CRect(static_cast<LONG>(x), static_cast<LONG>(y),
                                   static_cast<LONG>(endX), static_cast<LONG>(endY)),
-                            area.fnAt(x, y), static_cast<std::size_t>(area.fnStride(x))});
+                            area.fnAt(x, y), static_cast<std::size_t>(area.fnGetStride(x))});
             x = endX;
         }
         y = endY;

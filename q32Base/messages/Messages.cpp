@@ -90,7 +90,7 @@ std::string_view fnCut(const char* text, std::size_t limit) {
 
 void fnLoadText(int id, HINSTANCE module, Loaded& loaded) {
     if (id < 0) {
-        const char* own = q32::fnFindString(static_cast<UINT>(int{q32::STRING_MESSAGE_BASE} + id));
+        const char* own = q32::fnFindString(q32::fnMessageEntry(id));
         loaded.fnAppend(own ? own : "");
         return;
     }

@@ -6,7 +6,7 @@
 
 namespace q32 {
 
-/// Ids of the entries that the code refers to. Message -n is entry 10000 - n.
+/// Ids of the entries, except those of messages.
 enum STRING_ID : UINT {
     STRING_DUMP_SAVE_PROMPT = 16,
     STRING_DUMP_ON_TOP_PROMPT = 32,
@@ -34,9 +34,13 @@ enum STRING_ID : UINT {
     STRING_SETTINGS_FILE = 219,
     STRING_DUMP_MENU_SAVE = 300,
     STRING_DUMP_MENU_ON_TOP = 301,
-    STRING_MESSAGE_BASE = 10000, ///< plus a negative message id
     STRING_IDLE_PROMPT = 57345
 };
+
+/// The entry of the message with a negative id.
+constexpr UINT fnMessageEntry(int id) {
+    return static_cast<UINT>(10000 + id);
+}
 
 /// The text of an entry, valid for the life of the program; null if there is none.
 const char* fnFindString(UINT id);

@@ -6,8 +6,8 @@
 #include "q32Base/framework/Parallel_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/memory/TileWalk_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
 #include "q32Base/operations/TilePieces_p.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <algorithm>
 #include <cstdint>

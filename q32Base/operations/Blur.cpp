@@ -5,8 +5,8 @@
 #include "q32Base/operations/BandWalk_p.h"
 #include "q32Base/operations/Blur_p.h"
 #include "q32Base/operations/ImageStorage_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
 #include "q32Base/operations/TilePieces_p.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <algorithm>
 #include <cmath>

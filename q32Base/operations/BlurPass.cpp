@@ -4,7 +4,7 @@
 #include "q32Base/memory/TileWalk_p.h"
 #include "q32Base/operations/Blur_p.h"
 #include "q32Base/operations/BlurLines_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <algorithm>
 #include <cstddef>

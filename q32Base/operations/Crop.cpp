@@ -4,9 +4,9 @@
 #include "q32Base/image/CqImage.h"
 #include "q32Base/operations/BlockCopy_p.h"
 #include "q32Base/operations/ImageStorage_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
 #include "q32Base/operations/TilePieces_p.h"
 #include "q32Base/pixels/Nibbles_p.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -99,7 +99,7 @@ public:
                static_cast<std::size_t>(column % m_rectSource.Width()) * m_Pattern.BytesPerPixel;
     }
     /// Bytes from one row to the next.
-    std::size_t fnStride() const { return m_nBytes; }
+    std::size_t fnGetStride() const { return m_nBytes; }
 
 private:
     const CqTileMap& m_Pattern;
@@ -114,7 +114,7 @@ void fnFillBand(CqTileMap& map, const CRect& band, const CPoint& corner, WideRow
     q32::fnForEachPiece(map, band, [&](const q32::TilePiece& piece) {
         const std::size_t bytes =
             static_cast<std::size_t>(piece.m_rect.Width()) * map.BytesPerPixel;
-        q32::fnKernels().fnCopyRows(rows.fnAt(piece.m_rect.left - corner.x), rows.fnStride(),
+        q32::fnKernels().fnCopyRows(rows.fnAt(piece.m_rect.left - corner.x), rows.fnGetStride(),
                                     piece.m_pPixels, piece.m_nStride, bytes,
                                     static_cast<std::size_t>(piece.m_rect.Height()));
     });

@@ -4,8 +4,8 @@
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
 #include "q32Base/pixels/Nibbles_p.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -5,8 +5,8 @@
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/PixelAccess.h"
 #include "q32Base/operations/ImageStorage_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
 #include "q32Base/pixels/PixelConversion.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <algorithm>
 #include <cstddef>

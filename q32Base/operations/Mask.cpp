@@ -72,7 +72,7 @@ private:
         const q32::PixelArea pixels(*mask.m_pMap);
         const auto left = static_cast<std::uint32_t>(area.left - mask.m_rect.left);
         const auto top = static_cast<std::uint32_t>(area.top - mask.m_rect.top);
-        const bool fits = pixels.fnStride(left) == area.Width() &&
+        const bool fits = pixels.fnGetStride(left) == area.Width() &&
                           pixels.fnRunBegin(left) == left &&
                           top + static_cast<std::uint32_t>(area.Height()) <= pixels.fnRowsEnd(top);
         return fits ? pixels.fnAt(left, top) : nullptr;

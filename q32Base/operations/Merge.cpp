@@ -49,7 +49,7 @@ struct MergePlace {
     CPoint m_Place;
     CqMask* m_pMask = nullptr; ///< null unless the rule uses one
 
-    CPoint fnMaskOrigin() const { return m_pMask->m_rectBound.TopLeft(); }
+    CPoint fnGetMaskOrigin() const { return m_pMask->m_rectBound.TopLeft(); }
 };
 
 /// Clips to the target and to the mask. The source's pixel size applies throughout, so the widths
@@ -62,7 +62,7 @@ bool fnClip(MergePlace& merge, const CqTileMap& source, const CqTileMap& target)
         return false;
     if (merge.m_pMask) {
         const CqTileMap& mask = *merge.m_pMask->TileMap;
-        const CPoint origin = merge.fnMaskOrigin();
+        const CPoint origin = merge.fnGetMaskOrigin();
         if (!columns.fnKeep(origin.x, std::int64_t{origin.x} + mask.RowBytes) ||
             !rows.fnKeep(origin.y, std::int64_t{origin.y} + mask.Height))
             return false;
@@ -79,7 +79,7 @@ void fnMergePart(const MergePlace& merge, const CqTileMap& source, CqTileMap& ta
         return q32::fnForEachRun(source, merge.m_rect, target, merge.m_Place.x, merge.m_Place.y,
                                  [&](const unsigned char* from, unsigned char* to,
                                      std::size_t pixels) { run(from, to, pixels, nullptr); });
-    const CPoint origin = merge.fnMaskOrigin();
+    const CPoint origin = merge.fnGetMaskOrigin();
     const std::size_t bytes = source.BytesPerPixel;
     const auto mergePieces = [&](const q32::TilePiece& from, const q32::TilePiece& to) {
         CRect covered = from.m_rect;
@@ -121,7 +121,7 @@ void fnMergeLines(const MergePlace& merge, CqImage& source, CqImage& target, con
         target.fnAccessLine(static_cast<unsigned int>(merge.m_Place.y + i), &to, false);
         const unsigned char* weights = nullptr;
         if (merge.m_pMask) {
-            const CPoint origin = merge.fnMaskOrigin();
+            const CPoint origin = merge.fnGetMaskOrigin();
             merge.m_pMask->fnAccessLine(static_cast<unsigned int>(row - origin.y), &mask, true);
             weights = mask.LineBuffer + (std::ptrdiff_t{merge.m_rect.left} - origin.x);
         }

@@ -21,7 +21,7 @@ namespace {
 /// exact up to 2^56.
 double fnInnerAngle(double angle) {
     double a = std::fmod(std::fabs(angle), 360.0);
-    if (a > 359.9999999999)
+    if (a > 360.0 - q32::kEpsilon)
         a -= 360.0;
     return angle >= 0.0 ? -a : a;
 }

@@ -5,8 +5,8 @@
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
 #include "q32Base/memory/TileWalk_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
 #include "q32Base/operations/Rotate_p.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <algorithm>
 #include <array>

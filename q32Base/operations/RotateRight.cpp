@@ -4,10 +4,10 @@
 #include "q32Base/image/PixelBytes_p.h"
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/memory/CqTileMap_p.h"
+#include "q32Base/memory/PageWalk_p.h"
 #include "q32Base/memory/TileWalk_p.h"
-#include "q32Base/operations/PageWalk_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
 #include "q32Base/operations/Rotate_p.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <algorithm>
 #include <cassert>
@@ -82,14 +82,14 @@ private:
     /// Moves a block of the target that lies in one tile of either map.
     void fnMoveBlock(std::uint32_t x, std::uint32_t y, std::uint32_t endX,
                      std::uint32_t endY) const {
-        const std::ptrdiff_t to = m_Target.fnStride(x);
+        const std::ptrdiff_t to = m_Target.fnGetStride(x);
         if (m_bLeft) {
             const std::uint32_t sourceX = m_Source.fnGetWidth() - endY;
-            m_fnTranspose(m_Source.fnAt(sourceX, x), m_Source.fnStride(sourceX),
+            m_fnTranspose(m_Source.fnAt(sourceX, x), m_Source.fnGetStride(sourceX),
                           m_Target.fnAt(x, endY - 1), -to, endY - y, endX - x);
         } else {
-            m_fnTranspose(m_Source.fnAt(y, m_Source.fnGetHeight() - 1 - x), -m_Source.fnStride(y),
-                          m_Target.fnAt(x, y), to, endY - y, endX - x);
+            m_fnTranspose(m_Source.fnAt(y, m_Source.fnGetHeight() - 1 - x),
+                          -m_Source.fnGetStride(y), m_Target.fnAt(x, y), to, endY - y, endX - x);
         }
     }
 

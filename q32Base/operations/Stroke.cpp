@@ -3,7 +3,7 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/image/CqImageLine.h"
 #include "q32Base/image/CqMask.h"
-#include "q32Base/operations/ProgressRun_p.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <algorithm>
 #include <cmath>

@@ -4,10 +4,10 @@
 #include "q32Base/framework/Parallel_p.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/operations/BandWalk_p.h"
-#include "q32Base/operations/ContribTable_p.h"
 #include "q32Base/operations/ImageStorage_p.h"
-#include "q32Base/operations/ProgressRun_p.h"
 #include "q32Base/operations/TilePieces_p.h"
+#include "q32Base/resampling/ContribTable_p.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <algorithm>
 #include <atomic>
@@ -51,8 +51,8 @@ void fnSumPixel(const ContribList& list, unsigned char* out, At at) {
 }
 
 /// Changes the width. Other than the progress, rows are independent of each other.
-bool fnFilterWidth(const CqTileMap& from, CqTileMap& to, double scale,
-                   const q32::ProgressRun& progress) {
+bool fnFilterWeightedWidth(const CqTileMap& from, CqTileMap& to, double scale,
+                           const q32::ProgressRun& progress) {
     const q32::ContribTable table(scale, to.Width, from.Width);
     const q32::Parallel rows(to.Height, kEntryTime * table.fnGetCapacity() * to.Width);
     const q32::WorkerBytes source(rows, from.RowBytes);
@@ -74,8 +74,8 @@ bool fnFilterWidth(const CqTileMap& from, CqTileMap& to, double scale,
 
 /// Changes the height, in strips as wide as a tile, so that the pixels of a strip's row are
 /// adjacent.
-bool fnFilterHeight(const CqTileMap& from, const CqTileMap& to, double scale,
-                    const q32::ProgressRun& progress) {
+bool fnFilterWeightedHeight(const CqTileMap& from, const CqTileMap& to, double scale,
+                            const q32::ProgressRun& progress) {
     const q32::ContribTable table(scale, to.Height, from.Height);
     const q32::PixelArea source(from);
     const q32::PixelArea target(to);
@@ -111,17 +111,17 @@ bool fnFilter(const CqTileMap& from, CqTileMap& to, CqProgressDisplay* progress)
     const double scaleX = static_cast<double>(to.Width) / from.Width;
     const double scaleY = static_cast<double>(to.Height) / from.Height;
     if (from.Width == to.Width)
-        return fnFilterHeight(from, to, scaleY, {progress, to.Width});
+        return fnFilterWeightedHeight(from, to, scaleY, {progress, to.Width});
     if (from.Height == to.Height)
-        return fnFilterWidth(from, to, scaleX, {progress, to.Height});
+        return fnFilterWeightedWidth(from, to, scaleX, {progress, to.Height});
     const bool rowsFirst = to.Width < to.Height;
     CqTileMap between(rowsFirst ? to.Width : from.Width, rowsFirst ? from.Height : to.Height,
                       to.BitCount, nullptr, 0);
-    const bool done = rowsFirst
-                          ? fnFilterWidth(from, between, scaleX, {progress, from.Height, 0, 50}) &&
-                                fnFilterHeight(between, to, scaleY, {progress, to.Width, 50, 50})
-                          : fnFilterHeight(from, between, scaleY, {progress, from.Width, 0, 50}) &&
-                                fnFilterWidth(between, to, scaleX, {progress, to.Height, 50, 50});
+    const bool done =
+        rowsFirst ? fnFilterWeightedWidth(from, between, scaleX, {progress, from.Height, 0, 50}) &&
+                        fnFilterWeightedHeight(between, to, scaleY, {progress, to.Width, 50, 50})
+                  : fnFilterWeightedHeight(from, between, scaleY, {progress, from.Width, 0, 50}) &&
+                        fnFilterWeightedWidth(between, to, scaleX, {progress, to.Height, 50, 50});
     between.fnRequirePixels();
     return done;
 }

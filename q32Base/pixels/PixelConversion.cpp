@@ -48,6 +48,19 @@ void fnPutBytes(std::uint8_t* out, unsigned int first, unsigned int second, unsi
     std::memcpy(out, &pixel, sizeof(pixel));
 }
 
+/// Bytes per pixel in an order other than PIXEL_STORED.
+constexpr std::size_t fnColorBytes(PIXEL_ORDER order) {
+    switch (order) {
+    case PIXEL_RGB24:
+    case PIXEL_BGR24:
+        return 3;
+    case PIXEL_GREY8:
+        return 1;
+    default:
+        return 4;
+    }
+}
+
 template <PIXEL_ORDER Order>
 void fnPutColor(std::uint8_t* out, const PixelColor& color) {
     if constexpr (Order == PIXEL_ARGB32)
@@ -58,6 +71,8 @@ void fnPutColor(std::uint8_t* out, const PixelColor& color) {
         fnPutBytes(out, color.m_nBlue, color.m_nGreen, color.m_nRed, 255);
     else if constexpr (Order == PIXEL_RGB24)
         pixels::fnPack24(out, color);
+    else if constexpr (Order == PIXEL_BGR24)
+        pixels::fnPack24(out, {color.m_nBlue, color.m_nGreen, color.m_nRed});
     else
         *out = fnGreyOf(color.m_nRed, color.m_nGreen, color.m_nBlue);
 }
@@ -87,8 +102,7 @@ void fnPickPixels(const RGBQUAD* palette, const std::uint8_t* row, std::uint32_t
                 std::memcpy(out, row + x * bytes, bytes);
         }
     } else {
-        constexpr std::size_t bytes = Order == PIXEL_RGB24 ? 3 : Order == PIXEL_GREY8 ? 1 : 4;
-        for (std::size_t i = 0; i < count; ++i, out += bytes)
+        for (std::size_t i = 0; i < count; ++i, out += fnColorBytes(Order))
             fnPutColor<Order>(out, fnGetColor<Bits>(palette, row, columns[i] - first));
     }
 }
@@ -105,6 +119,8 @@ auto fnChoosePickOf(PIXEL_ORDER order) {
         return fnPickPixels<Bits, PIXEL_BGRA32>;
     case PIXEL_RGB24:
         return fnPickPixels<Bits, PIXEL_RGB24>;
+    case PIXEL_BGR24:
+        return fnPickPixels<Bits, PIXEL_BGR24>;
     case PIXEL_GREY8:
         return fnPickPixels<Bits, PIXEL_GREY8>;
     default:
@@ -122,16 +138,8 @@ auto fnChoosePick(std::uint32_t bits, PIXEL_ORDER order) {
 } // namespace
 
 std::size_t fnGetOrderBytes(std::uint32_t bits, PIXEL_ORDER order) {
-    switch (order) {
-    case PIXEL_STORED:
-        return std::max<std::size_t>(fnPixelFormat(bits).m_nBytes, 1);
-    case PIXEL_RGB24:
-        return 3;
-    case PIXEL_GREY8:
-        return 1;
-    default:
-        return 4;
-    }
+    return order == PIXEL_STORED ? std::max<std::size_t>(fnPixelFormat(bits).m_nBytes, 1)
+                                 : fnColorBytes(order);
 }
 
 PixelDecoder::PixelDecoder(std::uint32_t bits, const RGBQUAD* palette, PIXEL_ORDER order)
@@ -152,6 +160,8 @@ void PixelDecoder::fnRunIndices(const std::uint8_t* in, std::uint8_t* out,
         return kernels.fnIndex8ToArgb32(in, out, count, palette, kPaletteSlots);
     case PIXEL_RGB24:
         return kernels.fnIndex8ToRgb24(in, out, count, palette, kPaletteSlots);
+    case PIXEL_BGR24:
+        return kernels.fnIndex8ToBgr24(in, out, count, palette, kPaletteSlots);
     case PIXEL_GREY8:
         std::memcpy(out, in, count);
         return kernels.fnCurve8(out, count, m_Greys);
@@ -183,9 +193,10 @@ void PixelDecoder::fnRun(const std::uint8_t* in, std::uint8_t* out, std::size_t 
         return;
     }
     const bool reversed = m_eOrder == PIXEL_BGRA32 || m_eOrder == PIXEL_BGRX32;
-    const auto run = m_eOrder == PIXEL_RGB24 ? format.m_pToRgb24
-                     : reversed              ? format.m_pToBgrx32
-                                             : format.m_pToArgb32;
+    const auto run = m_eOrder == PIXEL_RGB24   ? format.m_pToRgb24
+                     : m_eOrder == PIXEL_BGR24 ? format.m_pToBgr24
+                     : reversed                ? format.m_pToBgrx32
+                                               : format.m_pToArgb32;
     if (!run) {
         std::memcpy(out, in, count * format.m_nBytes);
         return;
@@ -239,6 +250,13 @@ void PixelEncoder::fnRunTo32(const std::uint8_t* in, std::uint8_t* out, std::siz
         return;
     case PIXEL_RGB24:
         return kernels.fnRgb24ToArgb32(in, out, count);
+    case PIXEL_BGR24: {
+        std::uint8_t colors[3 * kChunk];
+        return fnForEachChunk(count, [&](std::size_t done, std::size_t part) {
+            kernels.fnRgb24ToBgr24(in + 3 * done, colors, part);
+            kernels.fnRgb24ToArgb32(colors, out + 4 * done, part);
+        });
+    }
     case PIXEL_GREY8:
         for (std::size_t i = 0; i < count; ++i)
             fnPixelFormat(32).m_fnPack(out + 4 * i, {in[i], in[i], in[i]});
@@ -259,6 +277,8 @@ void PixelEncoder::fnRunToRgb24(const std::uint8_t* in, std::uint8_t* out,
     case PIXEL_RGB24:
         std::memcpy(out, in, 3 * count);
         return;
+    case PIXEL_BGR24:
+        return kernels.fnRgb24ToBgr24(in, out, count);
     case PIXEL_GREY8:
         for (std::size_t i = 0; i < count; ++i)
             out[3 * i] = out[3 * i + 1] = out[3 * i + 2] = in[i];

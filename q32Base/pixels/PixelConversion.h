@@ -25,6 +25,7 @@ std::size_t fnGetOrderBytes(std::uint32_t bits, PIXEL_ORDER order);
 /// Converts from the stored form to one order. Several threads may use one object.
 class PixelDecoder {
 public:
+    /// For images of one depth and palette.
     /// @param bits     of the image: a depth of kPixelFormats
     /// @param palette  kPaletteSlots entries, which are copied; not read above 8 bits
     PixelDecoder(std::uint32_t bits, const RGBQUAD* palette, PIXEL_ORDER order);
@@ -58,6 +59,7 @@ private:
 /// without it gives 255. Several threads may use one object.
 class PixelEncoder {
 public:
+    /// For images of one depth and palette.
     /// @param palette  copied; not read above 8 bits
     /// @param count    its entries; those beyond the 256th are ignored
     PixelEncoder(std::uint32_t bits, const RGBQUAD* palette, std::size_t count, PIXEL_ORDER order);

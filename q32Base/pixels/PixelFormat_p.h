@@ -42,6 +42,7 @@ struct PixelFormat {
     PixelRun Kernels::*m_pToArgb32;
     PixelRun Kernels::*m_pToBgrx32; ///< the fourth byte has no meaning
     PixelRun Kernels::*m_pToRgb24;
+    PixelRun Kernels::*m_pToBgr24;
     ChannelCurvesRun Kernels::*m_pChannelCurves;
     HueRun Kernels::*m_pHueShift;
 };
@@ -83,18 +84,19 @@ inline void fnPack32(std::uint8_t* pixel, const PixelColor& color) {
 /// Every depth that an image can have.
 inline constexpr PixelFormat kPixelFormats[] = {
     {4, 0, true, false, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-     nullptr},
+     nullptr, nullptr},
     {8, 1, true, false, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-     nullptr},
+     nullptr, nullptr},
     {16, 2, false, false, pixels::fnUnpack16, pixels::fnPack16, pixels::fnUnpack16MixedGreen,
      pixels::fnPack16LowFirst, &Kernels::fnRgb565ToArgb32, &Kernels::fnRgb565ToBgrx32,
-     &Kernels::fnRgb565ToRgb24, &Kernels::fnChannelCurves565, &Kernels::fnHueShift16},
+     &Kernels::fnRgb565ToRgb24, &Kernels::fnRgb565ToBgr24, &Kernels::fnChannelCurves565,
+     &Kernels::fnHueShift16},
     {24, 3, false, false, pixels::fnUnpack24, pixels::fnPack24, pixels::fnUnpack24,
      pixels::fnPack24, &Kernels::fnRgb24ToArgb32, &Kernels::fnRgb24ToBgrx32, nullptr,
-     &Kernels::fnChannelCurves24, &Kernels::fnHueShift24},
+     &Kernels::fnRgb24ToBgr24, &Kernels::fnChannelCurves24, &Kernels::fnHueShift24},
     {32, 4, false, true, pixels::fnUnpack32, pixels::fnPack32, pixels::fnUnpack32, pixels::fnPack32,
-     nullptr, &Kernels::fnArgb32ToBgra32, &Kernels::fnArgb32ToRgb24, &Kernels::fnChannelCurves32,
-     &Kernels::fnHueShift32},
+     nullptr, &Kernels::fnArgb32ToBgra32, &Kernels::fnArgb32ToRgb24, &Kernels::fnArgb32ToBgr24,
+     &Kernels::fnChannelCurves32, &Kernels::fnHueShift32},
 };
 
 /// The table row of a depth, or null for a depth that no image has.

@@ -8,5 +8,6 @@ enum PIXEL_ORDER : unsigned int {
     PIXEL_BGRA32 = 2, ///< blue, green, red, alpha
     PIXEL_BGRX32 = 3, ///< blue, green, red, and a byte read as 255 and ignored when written
     PIXEL_RGB24 = 4,  ///< red, green, blue
-    PIXEL_GREY8 = 5   ///< (77 red + 150 green + 29 blue) / 256, rounded down; writes a grey
+    PIXEL_GREY8 = 5,  ///< (77 red + 150 green + 29 blue) / 256, rounded down; writes a grey
+    PIXEL_BGR24 = 6   ///< blue, green, red
 };

@@ -32,7 +32,7 @@ public:
 
     /// Calls `fnRunPiece` once for each index below `count`, in any order and on any threads.
     /// Returns when all the calls have returned; what they wrote is then visible to the caller.
-    /// Can't fail: for want of threads or memory, the caller does the pieces itself.
+    /// Can't fail: without threads or memory, the caller does the pieces itself.
     virtual void fnRun(std::uint32_t count, CqWorkPieces& pieces) noexcept = 0;
 
     /// What starting and ending a task costs. The library doesn't divide work that takes only a

@@ -90,6 +90,7 @@ public:
 protected:
     /// Closes the mixer, as the answer to WM_DESTROY.
     void OnDestroy();
+    /// Takes over a change that someone else made, and notifies the parent.
     /// @param wParam  the mixer's handle, `fnGetMixerHandle`; changes of any other are ignored
     /// @param lParam  id of the control that has changed
     long OnMixerChange(WPARAM wParam, LPARAM lParam);

@@ -19,7 +19,7 @@ class CqImage;
 enum WAVE_STATE : std::int32_t {
     WAVE_STOPPED = 0, ///< not played yet, at its end, or stopped
     WAVE_PLAYING = 1, ///< the device reads the block
-    WAVE_PAUSED = 2   ///< the device stands still within the block
+    WAVE_PAUSED = 2   ///< the device is halted within the block
 };
 
 /// One PCM sound: its format and all of its samples in one block, which the memory policy places in

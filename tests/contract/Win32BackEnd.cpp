@@ -178,7 +178,8 @@ ContractBackEnd fnMixing(bool sends) {
                 const auto device = std::make_shared<q32::test::FakeMixer>();
                 device->m_bSends = sends;
                 ContractWorld made;
-                made.m_Platform.m_pMixers = std::make_shared<CqWin32Mixers>(device->fnGetCalls());
+                made.m_Platform.m_pMixers = std::make_shared<CqWin32Mixers>(
+                    std::make_shared<q32::win32::Failures>(), device->fnGetCalls());
                 made.m_Tick = fnPump;
                 made.m_ChangeElsewhere = [device](bool up) {
                     device->fnMoveVolume(up ? 50000 : 20000);

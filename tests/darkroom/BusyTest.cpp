@@ -340,7 +340,8 @@ TEST_F(DarkroomBusy, AFileDroppedJustBeforeWorkIsOpenedAfterIt) {
     data.setUrls({QUrl::fromLocalFile(fnMakePicture("dropped.bmp", 70, 50))});
     EXPECT_TRUE(fnDrop(data)->isAccepted());
     fnAction("left").trigger();
-    EXPECT_EQ(m_pWindow->fnGetDocument().fnGetUndoName(), "Turn Left") << "not in the middle of it";
+    EXPECT_EQ(m_pWindow->fnGetDocument().fnGetUndoName(), "Rotate Left")
+        << "not in the middle of it";
     fnAnswer(QMessageBox::Discard);
     EXPECT_TRUE(fnWaitFor([&] { return m_pWindow->windowTitle().startsWith("dropped.bmp"); }));
 }

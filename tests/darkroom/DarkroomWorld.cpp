@@ -150,7 +150,7 @@ std::vector<std::string> DarkroomWindow::fnTakeBoxes() {
     return texts;
 }
 
-void DarkroomWindow::fnTellMixers() const {
+void DarkroomWindow::fnNotifyMixers() const {
     ASSERT_EQ(::eventfd_write(m_nMixerDescriptor, 1), 0);
 }
 

@@ -82,7 +82,7 @@ protected:
     /// Texts of the library's message boxes since the last call.
     std::vector<std::string> fnTakeBoxes();
     /// Makes the mixers' descriptor readable, as they do when they have changed.
-    void fnTellMixers() const;
+    void fnNotifyMixers() const;
 
     QTemporaryDir m_Folder;
     std::function<void()> m_OnLook;              ///< runs inside operations

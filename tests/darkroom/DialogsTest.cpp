@@ -175,11 +175,11 @@ TEST_F(DarkroomWindow, TheShareInForceIsShownWithItsSizeInBytes) {
     const auto* const bytes = dialog.findChild<QLabel*>("shareBytes");
     const auto expect = [&](unsigned int percent) {
         EXPECT_EQ(share->value(), static_cast<int>(percent));
-        EXPECT_EQ(bytes->text(), darkroom::fnTellSize(darkroom::fnComputeLimit(
+        EXPECT_EQ(bytes->text(), darkroom::fnFormatSize(darkroom::fnComputeLimit(
                                      darkroom::fnGetMachineMemory(), percent)));
     };
     expect(darkroom::kUsualShare);
-    EXPECT_EQ(bytes->text(), darkroom::fnTellSize(policy.fnGetRamBound()));
+    EXPECT_EQ(bytes->text(), darkroom::fnFormatSize(policy.fnGetRamBound()));
     on->setChecked(true);
     for (const unsigned int percent : {1u, 3u, 20u}) {
         share->setValue(static_cast<int>(percent));
@@ -188,7 +188,7 @@ TEST_F(DarkroomWindow, TheShareInForceIsShownWithItsSizeInBytes) {
     on->setChecked(false);
     expect(darkroom::kUsualShare);
     EXPECT_EQ(dialog.fnApply(), 0);
-    EXPECT_EQ(bytes->text(), darkroom::fnTellSize(policy.fnGetRamBound()));
+    EXPECT_EQ(bytes->text(), darkroom::fnFormatSize(policy.fnGetRamBound()));
 }
 
 TEST_F(DarkroomWindow, AnUnusableScratchFolderIsRefused) {

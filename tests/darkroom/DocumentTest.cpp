@@ -107,10 +107,10 @@ TEST_F(DarkroomDocument, NamesTheChangeOnBothSides) {
     ASSERT_TRUE(document.fnOpen(kPath, nullptr).fnIsDone());
     ASSERT_TRUE(fnBrighten(document, 10).fnIsDone());
     ASSERT_TRUE(document.fnApply(*fnFindOperation("right"), {}, nullptr).fnIsDone());
-    EXPECT_EQ(document.fnGetUndoName(), "Turn Right");
+    EXPECT_EQ(document.fnGetUndoName(), "Rotate Right");
     document.fnUndo();
     EXPECT_EQ(document.fnGetUndoName(), "Brightness and Contrast");
-    EXPECT_EQ(document.fnGetRedoName(), "Turn Right");
+    EXPECT_EQ(document.fnGetRedoName(), "Rotate Right");
 }
 
 TEST_F(DarkroomDocument, IsModifiedExactlyWhereItDiffersFromTheSavedPicture) {

@@ -217,7 +217,7 @@ TEST_F(DarkroomEveryday, ADamagedFileIsShownAsFarAsItGoesThroughTheMenu) {
     EXPECT_TRUE(m_pWindow->isWindowModified());
 }
 
-TEST_F(DarkroomEveryday, ALimitOfDecodersIsToldInItsOwnSentence) {
+TEST_F(DarkroomEveryday, ALimitOfDecodersHasASentenceOfItsOwn) {
     darkroom::Outcome outcome;
     outcome.m_strPath = "C:\\large.tif";
     for (const auto& [limit, message] :
@@ -226,7 +226,7 @@ TEST_F(DarkroomEveryday, ALimitOfDecodersIsToldInItsOwnSentence) {
           std::pair(PICTURE_LIMIT_SCANS, -6), std::pair(PICTURE_LIMIT_TIME, -4)}) {
         outcome.m_eLimit = limit;
         outcome.m_nMsgId = message;
-        const QString text = darkroom::fnTellFailure(outcome);
+        const QString text = darkroom::fnDescribeFailure(outcome);
         EXPECT_TRUE(text.contains("large.tif"));
         EXPECT_TRUE(text.contains(QString::fromLatin1(q32GetPictureLimitText(limit))));
     }

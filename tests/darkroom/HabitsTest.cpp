@@ -196,7 +196,7 @@ TEST_F(DarkroomHabits, ASelectionIsMadeChangedAndUndoneFromTheMenu) {
     fnDo("undo");
     EXPECT_EQ(fnGetBound(), CRect(20, 30, 120, 80));
     fnDo("left");
-    EXPECT_TRUE(fnAction("undo").text().contains("Turn Left"));
+    EXPECT_TRUE(fnAction("undo").text().contains("Rotate Left"));
     fnDo("undo");
     EXPECT_FALSE(fnAction("undo").isEnabled());
 }

@@ -53,7 +53,7 @@ TEST_F(DarkroomWindow, OpensEditsUndoesAbortsSavesAndReopens) {
     fnDo("sharpen", [&](QDialog& dialog) { fnAccept(dialog); });
     EXPECT_TRUE(fnAction("undo").text().contains("Sharpen"));
     fnPress(Qt::Key_Z, Qt::ControlModifier);
-    EXPECT_TRUE(fnAction("undo").text().contains("Turn Right"));
+    EXPECT_TRUE(fnAction("undo").text().contains("Rotate Right"));
     EXPECT_TRUE(fnAction("redo").text().contains("Sharpen"));
 
     // A rotation aborted by Esc leaves everything unchanged.

@@ -1,8 +1,7 @@
 // Files that say how they are to be shown, and what they say about themselves.
-#include "examples/darkroom/model/Orientation.h"
-
 #include "examples/darkroom/model/FileExtras.h"
 #include "examples/darkroom/model/Merge.h"
+#include "examples/darkroom/model/RotateUpright.h"
 #include "tests/darkroom/PictureTools.h"
 #include "tests/support/AttachedTest.h"
 
@@ -21,7 +20,7 @@ constexpr char kOrientedPath[] = "C:\\picture.tif";
 class DarkroomOrientation : public AttachedTest {
 protected:
     /// Writes the letter F, 4 by 5 pixels when upright, as a file of that orientation stores it.
-    static void fnWriteTurned(unsigned int orientation, unsigned int bits) {
+    static void fnWriteOriented(unsigned int orientation, unsigned int bits) {
         const std::array<const char*, 5> upright = {"####", "#...", "##..", "#...", "#..."};
         const bool lies = orientation >= 5;
         CqImage image;
@@ -62,7 +61,7 @@ protected:
 TEST_F(DarkroomOrientation, AllEightAreShownUprightAtEveryDepthAndSavedSo) {
     for (const unsigned int bits : {8u, 24u, 32u})
         for (unsigned int orientation = 1; orientation <= 8; ++orientation) {
-            fnWriteTurned(orientation, bits);
+            fnWriteOriented(orientation, bits);
             Document document(2);
             ASSERT_TRUE(document.fnOpen(kOrientedPath, nullptr).fnIsDone());
             EXPECT_EQ(fnLook(document.fnGetImage()), "#### #... ##.. #... #... ") << orientation;
@@ -77,11 +76,11 @@ TEST_F(DarkroomOrientation, AllEightAreShownUprightAtEveryDepthAndSavedSo) {
         }
 }
 
-TEST_F(DarkroomOrientation, AnAbortWhileAPictureIsTurnedLeavesTheFormerOne) {
+TEST_F(DarkroomOrientation, AnAbortWhileAPictureIsRotatedLeavesTheFormerOne) {
     Document document(2);
-    fnWriteTurned(1, 24);
+    fnWriteOriented(1, 24);
     ASSERT_TRUE(document.fnOpen(kOrientedPath, nullptr).fnIsDone());
-    fnWriteTurned(5, 24);
+    fnWriteOriented(5, 24);
     AbortingProgress whole(100000);
     {
         Document other(1);
@@ -244,7 +243,7 @@ TEST_F(DarkroomSoftSelection, TheStepsOfTheHistoryAreListedFromTheOldest) {
     EXPECT_EQ(document.fnListSteps(), Names());
     for (const char* id : {"right", "flipVertical", "grey"})
         ASSERT_TRUE(document.fnApply(*fnFindOperation(id), {}, nullptr).fnIsDone());
-    const Names all = {"Turn Right", "Flip Top and Bottom", "Grey"};
+    const Names all = {"Rotate Right", "Flip Top and Bottom", "Grey"};
     EXPECT_EQ(document.fnListSteps(), all);
     EXPECT_EQ(document.fnCountDone(), 3u);
     document.fnUndo();

@@ -152,7 +152,7 @@ TEST_F(DarkroomRecovery, TheCopyOfAProgramThatRunsIsLeftAlone) {
     EXPECT_TRUE(fnList().isEmpty());
 }
 
-TEST_F(DarkroomRecovery, AFolderThatCantBeWrittenIsToldInTheStatusBarAlone) {
+TEST_F(DarkroomRecovery, AFolderThatCantBeWrittenIsReportedInTheStatusBarAlone) {
     QFile blocking(fnPath("recovery"));
     ASSERT_TRUE(blocking.open(QIODevice::WriteOnly)); // a file in the folder's place
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("kept.png", 60, 40)));

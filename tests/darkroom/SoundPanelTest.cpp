@@ -150,7 +150,7 @@ TEST_F(DarkroomSound, AnExternalChangeReachesTheSlidersThroughTheMixersDescripto
         ASSERT_TRUE(mixers.fnMove(0, CQ_MIXER_CONTROL::VOLUME, {level, level}));
         QCoreApplication::processEvents();
         EXPECT_EQ(volume.value(), before) << "the window has not been notified yet";
-        fnTellMixers();
+        fnNotifyMixers();
         EXPECT_TRUE(fnWaitFor([&] { return volume.value() == static_cast<int>(level >> 8); }));
         QCoreApplication::processEvents();
         EXPECT_EQ(m_nPumps, pumps + 1) << "asked once, since there is nothing more to tell";
@@ -159,7 +159,7 @@ TEST_F(DarkroomSound, AnExternalChangeReachesTheSlidersThroughTheMixersDescripto
     fnDo("sound");
     ASSERT_FALSE(m_pPanel->isVisible());
     ASSERT_TRUE(mixers.fnMove(0, CQ_MIXER_CONTROL::MUTE, {1}));
-    fnTellMixers();
+    fnNotifyMixers();
     EXPECT_TRUE(fnWaitFor([&] { return fnFind<QCheckBox>("soundMute").isChecked(); }));
 }
 

@@ -3,7 +3,7 @@
 #include "plugins/PictureFile.h"
 #include "q32Base/q32Base.h"
 #include "tests/examples/ProgramFolder.h"
-#include "tests/operations/PlainResample.h"
+#include "tests/resampling/PlainResample.h"
 
 #include <gtest/gtest.h>
 

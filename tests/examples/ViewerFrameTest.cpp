@@ -4,10 +4,14 @@
 #include "examples/viewer/Frame.h"
 #include "platforms/win32/win32.h"
 #include "plugins/PictureFile.h"
+#include "plugins/WaveFile.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/CqImageLine.h"
 #include "q32Base/module/Module.h"
 #include "q32Base/platform/CqKeyboardService.h"
+#include "q32Base/sound/CqWave.h"
+#include "tests/support/Await.h"
+#include "tests/support/FailingAllocator.h"
 #include "tests/support/Win32Capture.h"
 
 #include <gtest/gtest.h>
@@ -22,6 +26,7 @@
 #include <shellapi.h>
 #include <shlobj.h>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -45,6 +50,19 @@ public:
     bool m_bEscape = false;
 };
 
+/// Counts boxes in place of showing them.
+class Boxes final : public CqMessageService {
+public:
+    int fnShowBox(const char*, UINT, const char*) override {
+        ++m_nShown;
+        return IDOK;
+    }
+    DWORD fnGetLastError() override { return 0; }
+    bool fnFormatError(DWORD, std::string&) override { return false; }
+
+    int m_nShown = 0;
+};
+
 class ViewerFrame : public testing::Test {
 protected:
     void SetUp() override {
@@ -54,6 +72,7 @@ protected:
         options.m_nCodePage = CP_UTF8;
         CqPlatform platform = q32Win32Platform(windows, options);
         platform.m_pKeyboard = m_pKeyboard;
+        platform.m_pMessages = m_pBoxes;
         ASSERT_TRUE(q32Attach(platform));
         m_pFrame = std::make_unique<Frame>(*windows);
         ASSERT_NE(m_pFrame->fnGetHandle(), nullptr);
@@ -84,6 +103,17 @@ protected:
         EXPECT_TRUE(q32WritePicture(path.c_str(), image).fnIsDone()) << name;
         return path;
     }
+    std::string fnWriteSound(const char* name, unsigned long frames) const {
+        CqWave wave(1, 16, 22050, frames, true);
+        std::string path = (m_Folder / name).string();
+        EXPECT_TRUE(q32WriteWave(path.c_str(), wave).fnIsDone()) << name;
+        return path;
+    }
+    static void fnPump() {
+        MSG message;
+        while (::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
+            ::DispatchMessageW(&message);
+    }
     std::string fnGetState() const {
         wchar_t text[256] = {};
         ::SendMessageW(m_Bar, WM_GETTEXT, 256, reinterpret_cast<LPARAM>(text));
@@ -109,6 +139,7 @@ protected:
     const fs::path m_Folder =
         fs::temp_directory_path() / ("q32frame" + std::to_string(std::random_device()()));
     const std::shared_ptr<Keyboard> m_pKeyboard = std::make_shared<Keyboard>();
+    const std::shared_ptr<Boxes> m_pBoxes = std::make_shared<Boxes>();
     std::unique_ptr<Frame> m_pFrame;
     HWND m_Bar = nullptr;
     HWND m_View = nullptr;
@@ -170,6 +201,34 @@ TEST_F(ViewerFrame, AGaugeGrowsInTheStatusBarUntilEscape) {
     m_pKeyboard->m_bEscape = false;
     fnCommand(COMMAND_ROTATE);
     EXPECT_NE(fnGetState(), before);
+}
+
+TEST_F(ViewerFrame, ItSaysWhenASoundHasEnded) {
+    m_pFrame->fnOpen(fnWriteSound("s.wav", 5000));
+    EXPECT_EQ(fnGetState(), "s.wav   playing");
+    EXPECT_TRUE(fnAwait([&] { return fnGetState() == "s.wav   stopped"; }, fnPump));
+    fnCommand(COMMAND_PLAY);
+    EXPECT_EQ(fnGetState(), "s.wav   playing");
+    m_pFrame->fnOpen(fnWritePicture("a.png", 60, 50));
+    const std::string picture = fnGetState();
+    const ULONGLONG end = ::GetTickCount64() + 500;
+    EXPECT_TRUE(fnAwait([&] { return ::GetTickCount64() > end; }, fnPump));
+    EXPECT_EQ(fnGetState(), picture) << "what is shown since then stays";
+}
+
+TEST_F(ViewerFrame, WhatFailsWhileAFileIsOpenedIsShown) {
+    for (const std::string& path : {fnWritePicture("a.bmp", 9, 5), fnWriteSound("s.wav", 100)}) {
+        const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
+            EXPECT_NO_THROW(m_pFrame->fnOpen(path));
+            failure.fnEnd();
+        });
+        EXPECT_GT(failures, 5u) << path;
+        EXPECT_GT(std::exchange(m_pBoxes->m_nShown, 0), 0) << path;
+        m_pFrame->fnOpen(path);
+        EXPECT_EQ(m_pBoxes->m_nShown, 0) << path;
+    }
+    m_pFrame->fnOpen((m_Folder / "missing.png").string());
+    EXPECT_EQ(m_pBoxes->m_nShown, 1);
 }
 
 TEST_F(ViewerFrame, OnAMonitorOfAnotherDensityItTakesThePlaceAndAFont) {

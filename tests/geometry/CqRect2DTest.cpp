@@ -181,7 +181,7 @@ TEST(CqRect2D, TransformsFourCornersByAnythingElse) {
     m.fnScale(2, 1);
     rect.fnTransform(m);
     fnExpectBits(rect, 2, 2, 6, 4);
-    m.fnScale(-1, 1); // a mirror is not a scale: the box stays normalized
+    m.fnScale(-1, 1); // a mirror is not a scale: the box stays normalised
     rect.fnTransform(m);
     fnExpectBits(rect, -6, 2, -2, 4);
     rect = CqRect2D(3, 4, 1, 2);

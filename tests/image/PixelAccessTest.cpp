@@ -14,8 +14,8 @@ namespace {
 
 using namespace q32::test;
 
-constexpr PIXEL_ORDER kOrders[] = {PIXEL_STORED, PIXEL_ARGB32, PIXEL_BGRA32,
-                                   PIXEL_BGRX32, PIXEL_RGB24,  PIXEL_GREY8};
+constexpr PIXEL_ORDER kOrders[] = {PIXEL_STORED, PIXEL_ARGB32, PIXEL_BGRA32, PIXEL_BGRX32,
+                                   PIXEL_RGB24,  PIXEL_GREY8,  PIXEL_BGR24};
 constexpr unsigned char kGuard = 0xC7;
 
 /// Rows with a stride and guards around them.
@@ -29,7 +29,7 @@ struct Field {
           m_nRow(static_cast<std::size_t>(rect.Width()) * pixelBytes) {
         m_Bytes.assign(m_nStride * static_cast<std::size_t>(rect.Height()) + 2, kGuard);
     }
-    unsigned char* fnData() { return m_Bytes.data() + 1; }
+    unsigned char* fnGetData() { return m_Bytes.data() + 1; }
 };
 
 class PixelAccess : public AttachedTest {
@@ -74,11 +74,11 @@ TEST_F(PixelAccess, ReadingGivesEveryPixelOfARectangleInTheRequestedOrder) {
                                        static_cast<unsigned int>(x)),
                               order);
                 std::copy(pixel.begin(), pixel.end(),
-                          expected.fnData() +
+                          expected.fnGetData() +
                               static_cast<std::size_t>(y - rect.top) * expected.m_nStride +
                               static_cast<std::size_t>(x - rect.left) * bytes);
             }
-        ASSERT_TRUE(q32ReadPixels(image, rect, order, out.fnData(), out.m_nStride));
+        ASSERT_TRUE(q32ReadPixels(image, rect, order, out.fnGetData(), out.m_nStride));
         ASSERT_TRUE(out.m_Bytes == expected.m_Bytes)
             << image.BitCount << " bits, order " << order << ", " << image.Width << " x "
             << image.Height << ", from " << rect.left << ", " << rect.top << " to " << rect.right
@@ -96,12 +96,12 @@ TEST_F(PixelAccess, WritingStoresExactlyThePixelsOfARectangle) {
         const CRect rect = fnChooseRect(random, image);
         const std::size_t bytes = fnBytesOf(image.BitCount, order);
         Field in(rect, bytes, random() % 2 * (random() % 9));
-        for (unsigned char& byte : in.m_Bytes) // often a color of the palette
+        for (unsigned char& byte : in.m_Bytes) // often a colour of the palette
             byte = static_cast<unsigned char>(random() % 2 ? random() % 3 * 127 : random());
         Rows expected = fnRows(image);
         for (int y = rect.top; y < rect.bottom; ++y)
             for (int x = rect.left; x < rect.right; ++x) {
-                const unsigned char* pixel = in.fnData() +
+                const unsigned char* pixel = in.fnGetData() +
                                              static_cast<std::size_t>(y - rect.top) * in.m_nStride +
                                              static_cast<std::size_t>(x - rect.left) * bytes;
                 fnStore(image.BitCount, expected[static_cast<std::size_t>(y)],
@@ -109,7 +109,7 @@ TEST_F(PixelAccess, WritingStoresExactlyThePixelsOfARectangle) {
                         fnToStored(image, Bytes(pixel, pixel + bytes), order));
             }
         const Bytes before = in.m_Bytes;
-        ASSERT_TRUE(q32WritePixels(image, rect, order, in.fnData(), in.m_nStride));
+        ASSERT_TRUE(q32WritePixels(image, rect, order, in.fnGetData(), in.m_nStride));
         ASSERT_TRUE(fnRows(image) == expected)
             << image.BitCount << " bits, order " << order << ", " << image.Width << " x "
             << image.Height << ", from " << rect.left << ", " << rect.top << " to " << rect.right

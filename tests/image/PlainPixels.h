@@ -21,7 +21,7 @@ struct PlainColor {
 inline unsigned int fnBytesOf(unsigned int bits, PIXEL_ORDER order) {
     if (order == PIXEL_STORED)
         return bits < 8 ? 1 : bits / 8;
-    return order == PIXEL_RGB24 ? 3 : order == PIXEL_GREY8 ? 1 : 4;
+    return order == PIXEL_RGB24 || order == PIXEL_BGR24 ? 3 : order == PIXEL_GREY8 ? 1 : 4;
 }
 
 /// A pixel of a row as stored bytes, at 4 bits one byte.
@@ -72,6 +72,8 @@ inline Bytes fnInOrder(const CqImage& image, const Bytes& stored, PIXEL_ORDER or
         return {byte(c.blue), byte(c.green), byte(c.red), 255};
     case PIXEL_RGB24:
         return {byte(c.red), byte(c.green), byte(c.blue)};
+    case PIXEL_BGR24:
+        return {byte(c.blue), byte(c.green), byte(c.red)};
     default:
         return {byte((77 * c.red + 150 * c.green + 29 * c.blue) / 256)};
     }
@@ -85,6 +87,7 @@ inline Bytes fnToStored(const CqImage& image, const Bytes& in, PIXEL_ORDER order
                          : order == PIXEL_BGRA32 ? PlainColor{in[2], in[1], in[0], in[3]}
                          : order == PIXEL_BGRX32 ? PlainColor{in[2], in[1], in[0], 255}
                          : order == PIXEL_RGB24  ? PlainColor{in[0], in[1], in[2], 255}
+                         : order == PIXEL_BGR24  ? PlainColor{in[2], in[1], in[0], 255}
                                                  : PlainColor{in[0], in[0], in[0], 255};
     const auto byte = [](unsigned int value) { return static_cast<unsigned char>(value); };
     switch (image.BitCount) {

@@ -66,7 +66,7 @@ protected:
         const std::size_t count = content.size() / dither.sourceBytes;
         const SourceBytes source(content, misalignment);
         TargetBytes target(count, m_Random() % 32);
-        (m_Kernels.*dither.kernel)(source.fnData(), target.fnData(), count, thresholds, x, y);
+        (m_Kernels.*dither.kernel)(source.fnGetData(), target.fnGetData(), count, thresholds, x, y);
         ASSERT_TRUE(target.fnHolds(fnByRule(dither, content, thresholds, x, y)))
             << dither.name << ", " << count << " pixels at " << x << ", " << y;
     }
@@ -119,7 +119,7 @@ TEST_P(KernelsDither, FollowsTheRuleForEveryThresholdFrom0To50) {
 TEST_P(KernelsDither, BlackInTheFirstCellIsIndex43) {
     const Bytes black(3 * 64, 0);
     TargetBytes target(64, 0);
-    m_Kernels.fnDither24(black.data(), target.fnData(), 64, kThresholds, 0, 0);
+    m_Kernels.fnDither24(black.data(), target.fnGetData(), 64, kThresholds, 0, 0);
     for (std::size_t x = 0; x < 64; ++x)
         EXPECT_EQ(target.fnContent()[x], x % 8 == 0 ? 43 : 0) << x;
 }
@@ -129,7 +129,7 @@ TEST_P(KernelsDither, WhiteIsIndex0InTheTwoCellsOfThreshold0And215Elsewhere) {
     for (const DitherCase& dither : {kDitherCases[1], kDitherCases[2]})
         for (int y = 0; y < 8; ++y) {
             TargetBytes target(64, 0);
-            (m_Kernels.*dither.kernel)(white.data(), target.fnData(), 64, kThresholds, 0, y);
+            (m_Kernels.*dither.kernel)(white.data(), target.fnGetData(), 64, kThresholds, 0, y);
             for (int x = 0; x < 64; ++x) {
                 const bool zero = (y == 0 && x % 8 == 0) || (y == 4 && x % 8 == 4);
                 EXPECT_EQ(target.fnContent()[static_cast<std::size_t>(x)], zero ? 0 : 215)
@@ -148,7 +148,7 @@ protected:
 
     void fnCheck(Bytes content, std::size_t misalignment, int x, int y) {
         TargetBytes pixels(content, misalignment);
-        m_Kernels.fnHiColorDither(pixels.fnData(), content.size() / 3, kPattern, x, y);
+        m_Kernels.fnHiColorDither(pixels.fnGetData(), content.size() / 3, kPattern, x, y);
         for (std::size_t i = 0; i < content.size(); ++i)
             content[i] =
                 fnByRule(content[i], kPattern[(y & 3) * 4 + ((x + static_cast<int>(i / 3)) & 3)]);

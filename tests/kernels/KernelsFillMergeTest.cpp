@@ -15,7 +15,7 @@ TEST_P(KernelsFill, EveryPixelOfTheRunGetsThePixelsBytes) {
                 expected.insert(expected.end(), pixel.begin(), pixel.end());
             const SourceBytes source(pixel, misalignment);
             TargetBytes target(fnRandomBytes(m_Random, count * size), misalignment);
-            m_Kernels.fnFill[size - 1](target.fnData(), count, source.fnData());
+            m_Kernels.fnFill[size - 1](target.fnGetData(), count, source.fnGetData());
             ASSERT_TRUE(target.fnHolds(expected))
                 << size << " bytes, " << count << " pixels, misaligned by " << misalignment;
         });
@@ -30,7 +30,7 @@ TEST_P(KernelsFill, RunsOfAMegabyteAndMoreAreFilledToTheLastByte) {
             for (std::size_t i = 0; i < expected.size(); ++i)
                 expected[i] = pixel[i % size];
             TargetBytes target(expected.size(), misalignment);
-            m_Kernels.fnFill[size - 1](target.fnData(), count, pixel.data());
+            m_Kernels.fnFill[size - 1](target.fnGetData(), count, pixel.data());
             ASSERT_TRUE(target.fnHolds(expected))
                 << size << " bytes, misaligned by " << misalignment;
         }
@@ -50,8 +50,8 @@ TEST_P(KernelsFill, RowsWithAStrideAreCopiedAndTheGapsAreNot) {
         for (std::size_t row = 0; row < rows; ++row)
             for (std::size_t i = 0; i < count; ++i)
                 expected[row * targetStride + i] = from[row * sourceStride + i];
-        m_Kernels.fnCopyRows(source.fnData(), sourceStride, target.fnData(), targetStride, count,
-                             rows);
+        m_Kernels.fnCopyRows(source.fnGetData(), sourceStride, target.fnGetData(), targetStride,
+                             count, rows);
         ASSERT_TRUE(target.fnHolds(expected)) << count << " bytes, " << rows << " rows";
     });
 }
@@ -161,7 +161,7 @@ TEST_P(KernelsMerge, AKeyLeavesThePixelsOfItsColour) {
             const SourceBytes over(source, misalignment);
             TargetBytes target(under, misalignment);
             const auto kernel = size == 2 ? m_Kernels.fnMergeKey16 : m_Kernels.fnMergeKey24;
-            kernel(over.fnData(), target.fnData(), count, key.data());
+            kernel(over.fnGetData(), target.fnGetData(), count, key.data());
             ASSERT_TRUE(target.fnHolds(fnMergedByKey(source, under, size, key)))
                 << size << " bytes, " << count << " pixels, misaligned by " << misalignment;
         });
@@ -177,7 +177,7 @@ TEST_P(KernelsMerge, AMaskBlendsEachPixelWithoutADivision) {
             const SourceBytes mask(weights, (misalignment + 5) % 32);
             TargetBytes target(under, misalignment);
             const auto kernel = size == 2 ? m_Kernels.fnMergeMask16 : m_Kernels.fnMergeMask24;
-            kernel(over.fnData(), target.fnData(), count, mask.fnData());
+            kernel(over.fnGetData(), target.fnGetData(), count, mask.fnGetData());
             ASSERT_TRUE(target.fnHolds(fnMergedByMask(source, under, size, weights)))
                 << size << " bytes, " << count << " pixels, misaligned by " << misalignment;
         });
@@ -193,7 +193,7 @@ TEST_P(KernelsMerge, EveryWeightOfEveryPairOfChannelsFollowsTheRule) {
         }
         const Bytes weights(96, static_cast<std::uint8_t>(weight));
         TargetBytes target(under, 0);
-        m_Kernels.fnMergeMask24(source.data(), target.fnData(), 96, weights.data());
+        m_Kernels.fnMergeMask24(source.data(), target.fnGetData(), 96, weights.data());
         ASSERT_TRUE(target.fnHolds(fnMergedByMask(source, under, 3, weights))) << weight;
     }
 }
@@ -204,7 +204,7 @@ TEST_P(KernelsMerge, AFull16BitMergeDropsGreenAndExchangesTheBytes) {
         const Bytes under = fnRandomBytes(m_Random, 2 * count);
         const SourceBytes over(source, misalignment);
         TargetBytes target(under, misalignment);
-        m_Kernels.fnMergeAll16(over.fnData(), target.fnData(), count);
+        m_Kernels.fnMergeAll16(over.fnGetData(), target.fnGetData(), count);
         ASSERT_TRUE(target.fnHolds(fnMergedByMask(source, under, 2, Bytes(count, 255)))) << count;
     });
 }
@@ -226,10 +226,10 @@ TEST_P(KernelsMask, EveryPairOfWeightsIsAddedAndSubtractedByTheRule) {
             differences.push_back(static_cast<std::uint8_t>(i > j ? i - j : 0));
         }
     TargetBytes sum(a, 0);
-    m_Kernels.fnMaskAdd(sum.fnData(), b.data(), sum.fnData(), b.size());
+    m_Kernels.fnMaskAdd(sum.fnGetData(), b.data(), sum.fnGetData(), b.size());
     EXPECT_TRUE(sum.fnHolds(sums));
     TargetBytes difference(a, 0);
-    m_Kernels.fnMaskSubtract(difference.fnData(), b.data(), difference.fnData(), b.size());
+    m_Kernels.fnMaskSubtract(difference.fnGetData(), b.data(), difference.fnGetData(), b.size());
     EXPECT_TRUE(difference.fnHolds(differences));
 }
 
@@ -243,11 +243,11 @@ TEST_P(KernelsMask, RunsOfEveryLengthStayInBounds) {
             Bytes expected = own;
             (plain.*kernel)(own.data(), other.data(), expected.data(), count);
             TargetBytes target(own, misalignment);
-            (m_Kernels.*kernel)(target.fnData(), source.fnData(), target.fnData(), count);
+            (m_Kernels.*kernel)(target.fnGetData(), source.fnGetData(), target.fnGetData(), count);
             ASSERT_TRUE(target.fnHolds(expected)) << count << " in place";
             const SourceBytes first(own, misalignment);
             TargetBytes third(count, misalignment);
-            (m_Kernels.*kernel)(first.fnData(), source.fnData(), third.fnData(), count);
+            (m_Kernels.*kernel)(first.fnGetData(), source.fnGetData(), third.fnGetData(), count);
             ASSERT_TRUE(third.fnHolds(expected)) << count;
         }
     });

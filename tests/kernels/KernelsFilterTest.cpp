@@ -1,4 +1,4 @@
-#include "q32Base/operations/ContribTable_p.h"
+#include "q32Base/resampling/ContribTable_p.h"
 #include "tests/kernels/KernelsTestTools.h"
 #include "tests/support/Sanitizers.h"
 
@@ -50,7 +50,7 @@ protected:
             expected[i] = fnPlainByte(entries, samples);
         }
         TargetBytes target(count, misalignment);
-        m_Kernels.fnConvolveRows(addresses.data(), list, target.fnData(), count);
+        m_Kernels.fnConvolveRows(addresses.data(), list, target.fnGetData(), count);
         ASSERT_TRUE(target.fnHolds(expected))
             << entries.size() << " entries, error bound " << list.m_fErrorBound;
 
@@ -70,7 +70,7 @@ protected:
         const Bytes bytes(lanes.begin(), lanes.end());
         m_Kernels.fnReadLanes(bytes.data(), lanes.data(), runs.data(), rows.size(), 2);
         m_Kernels.fnConvolveLanes({lanes.data(), bytes.data(), runs.data(), 5}, list,
-                                  blocks.fnData(), 2);
+                                  blocks.fnGetData(), 2);
         expected.resize(kFilterLanes);
         for (std::size_t i = 0; i < kFilterLanes; ++i)
             expected.push_back(expected[i]);
@@ -270,16 +270,16 @@ TEST_P(KernelsFilter, RowsBecomeLanesAndBack) {
                 expected[i * kFilterLanes + r] = contents[r][i];
         }
         for (std::size_t r = 0; r < kFilterLanes; ++r) {
-            from[r] = sources[r].fnData();
-            to[r] = targets[r].fnData();
+            from[r] = sources[r].fnGetData();
+            to[r] = targets[r].fnGetData();
         }
         TargetBytes transposed(expected.size(), misalignment);
-        m_Kernels.fnRowsToLanes(from, transposed.fnData(), count);
+        m_Kernels.fnRowsToLanes(from, transposed.fnGetData(), count);
         ASSERT_TRUE(transposed.fnHolds(expected)) << count;
         const SourceBytes lanes(expected, misalignment);
-        m_Kernels.fnLanesToRows(lanes.fnData(), to, count);
+        m_Kernels.fnLanesToRows(lanes.fnGetData(), to, count);
         std::vector<float> samples(count);
-        m_Kernels.fnBytesToFloats(sources[0].fnData(), samples.data(), count);
+        m_Kernels.fnBytesToFloats(sources[0].fnGetData(), samples.data(), count);
         ASSERT_EQ(samples, std::vector<float>(contents[0].begin(), contents[0].end())) << count;
         for (std::size_t r = 0; r < kFilterLanes; ++r)
             ASSERT_TRUE(targets[r].fnHolds(contents[r])) << count;
@@ -306,9 +306,9 @@ TEST_P(KernelsFilter, BlocksAreTransposedWithStridesOfEitherSign) {
                             &expected[(back ? width - 1 - i : i) * high + j * bytes]);
         const auto sourceStride = static_cast<std::ptrdiff_t>(wide);
         const auto targetStride = static_cast<std::ptrdiff_t>(high);
-        m_Kernels.fnTranspose[bytes - 1](source.fnData() + (up ? (height - 1) * wide : 0),
+        m_Kernels.fnTranspose[bytes - 1](source.fnGetData() + (up ? (height - 1) * wide : 0),
                                          up ? -sourceStride : sourceStride,
-                                         target.fnData() + (back ? (width - 1) * high : 0),
+                                         target.fnGetData() + (back ? (width - 1) * high : 0),
                                          back ? -targetStride : targetStride, width, height);
         ASSERT_TRUE(target.fnHolds(expected)) << bytes << " bytes, " << width << " x " << height;
     }
@@ -352,7 +352,7 @@ TEST_P(KernelsFilter, RotationsSampleLikeTheScalarKernels) {
                 rows.m_pTarget[r] = expected[r].data();
             (scalar.*run)(source, rows, count);
             for (std::size_t r = 0; r < kRotateRows; ++r)
-                rows.m_pTarget[r] = targets[r].fnData();
+                rows.m_pTarget[r] = targets[r].fnGetData();
             (m_Kernels.*run)(source, rows, count);
             for (std::size_t r = 0; r < kRotateRows; ++r)
                 ASSERT_TRUE(targets[r].fnHolds(expected[r])) << bytes << " bytes, row " << r;
@@ -392,7 +392,7 @@ TEST_P(KernelsFilter, FlatRotationsGiveWhatSamplesOfOnePixelGive) {
                 rows.m_pTarget[r] = expected[r].data();
             (scalar.*run)(source, rows, count);
             for (std::size_t r = 0; r < kRotateRows; ++r)
-                rows.m_pTarget[r] = targets[r].fnData();
+                rows.m_pTarget[r] = targets[r].fnGetData();
             (m_Kernels.*flat)(pixel.data(), rows, count);
             for (std::size_t r = 0; r < kRotateRows; ++r) {
                 ASSERT_TRUE(targets[r].fnHolds(expected[r])) << bytes << " bytes, row " << r;

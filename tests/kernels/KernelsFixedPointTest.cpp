@@ -1,4 +1,4 @@
-#include "q32Base/operations/ContribTable_p.h"
+#include "q32Base/resampling/ContribTable_p.h"
 #include "tests/kernels/KernelsTestTools.h"
 
 #include <array>
@@ -32,12 +32,12 @@ protected:
         std::vector<const std::uint8_t*> addresses;
         for (const Bytes& row : rows) {
             sources.emplace_back(row, misalignment);
-            addresses.push_back(sources.back().fnData());
+            addresses.push_back(sources.back().fnGetData());
         }
         for (std::size_t i = 0; i < count; ++i)
             expected[i] = fnPlainByte(list, rows, i);
         TargetBytes target(count, misalignment);
-        m_Kernels.fnConvolveRowsFixed(addresses.data(), list, target.fnData(), count);
+        m_Kernels.fnConvolveRowsFixed(addresses.data(), list, target.fnGetData(), count);
         ASSERT_TRUE(target.fnHolds(expected))
             << list.m_nCount << " entries of " << list.m_FixedPoint.m_fUnit;
         if (count < kFilterLanes)
@@ -57,7 +57,7 @@ protected:
         reversed.m_pEntries = entries.data();
         const SourceBytes source(lanes, misalignment);
         TargetBytes blocks(kStride, misalignment);
-        m_Kernels.fnConvolveLanesFixed(source.fnData(), 7, reversed, blocks.fnData(), 2);
+        m_Kernels.fnConvolveLanesFixed(source.fnGetData(), 7, reversed, blocks.fnGetData(), 2);
         expected.resize(kFilterLanes);
         for (std::size_t i = 0; i < kFilterLanes; ++i)
             expected.push_back(expected[i]);
@@ -222,7 +222,8 @@ TEST_P(KernelsFixedPoint, RunsCountEqualPixelsUpTo255) {
         const SourceBytes source(lanes, 3);
         TargetBytes runs(lanes.size(), 3);
         std::vector<float> samples(lanes.size());
-        m_Kernels.fnReadLanes(source.fnData(), samples.data(), runs.fnData(), kPixels, channels);
+        m_Kernels.fnReadLanes(source.fnGetData(), samples.data(), runs.fnGetData(), kPixels,
+                              channels);
         EXPECT_EQ(samples, std::vector<float>(lanes.begin(), lanes.end()));
         EXPECT_TRUE(runs.fnHolds(expected));
     }

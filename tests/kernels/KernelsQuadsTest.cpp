@@ -1,7 +1,7 @@
 #include "q32Base/kernels/QuadList_p.h"
-#include "q32Base/operations/ContribTable_p.h"
-#include "q32Base/operations/LineTable_p.h"
-#include "q32Base/operations/QuadTable_p.h"
+#include "q32Base/resampling/ContribTable_p.h"
+#include "q32Base/resampling/LineTable_p.h"
+#include "q32Base/resampling/QuadTable_p.h"
 #include "tests/kernels/KernelsTestTools.h"
 #include "tests/support/Sanitizers.h"
 
@@ -22,7 +22,7 @@ struct Summed {
     Summed(const std::vector<ContribEntry>& entries, std::int32_t alignment)
         : m_Entries(entries), m_List{static_cast<std::int32_t>(entries.size()), 0, 0, 0,
                                      m_Entries.data()},
-          m_Weights(fnMostQuads(static_cast<std::uint32_t>(entries.size()))),
+          m_Weights(fnFindMaxQuads(static_cast<std::uint32_t>(entries.size()))),
           m_bComplete(fnSetQuadWeights(m_List, alignment, m_Quads, m_Weights.data())) {}
     Summed(const Summed&) = delete;
     Summed& operator=(const Summed&) = delete;
@@ -82,12 +82,12 @@ protected:
             std::max(list.m_Quads.m_nMost + 1, list.m_Quads.m_nFirst + 4 * list.m_Quads.m_nQuads);
         for (std::int32_t pixel = list.m_Quads.m_nLeast; pixel < end; ++pixel)
             addresses.push_back(
-                sources[std::min(static_cast<std::size_t>(pixel), rows.size() - 1)].fnData());
+                sources[std::min(static_cast<std::size_t>(pixel), rows.size() - 1)].fnGetData());
         Bytes expected(count);
         for (std::size_t i = 0; i < count; ++i)
             expected[i] = fnPlainByte(list.fnExact(rows, i));
         TargetBytes target(count, misalignment);
-        m_Kernels.fnConvolveQuadRows(addresses.data(), list.m_Quads, target.fnData(), count);
+        m_Kernels.fnConvolveQuadRows(addresses.data(), list.m_Quads, target.fnGetData(), count);
         ASSERT_TRUE(target.fnHolds(expected))
             << entries.size() << " entries, error bound " << list.m_Quads.m_nErrorBound;
     }
@@ -112,7 +112,7 @@ protected:
             sources.emplace_back(row, misalignment);
         }
         for (const SourceBytes& source : sources)
-            addresses.push_back(source.fnData());
+            addresses.push_back(source.fnGetData());
         Bytes quads((pixels + 3) / 4 * 4 * lanes);
         m_Kernels.fnRowsToQuads(addresses.data(), quads.data(), pixels, channels);
         const QuadList twice[] = {list.m_Quads, list.m_Quads};
@@ -127,7 +127,8 @@ protected:
         }
         const SourceBytes source(quads, 0);
         TargetBytes target(2 * lanes, misalignment);
-        m_Kernels.fnConvolveQuads(source.fnData(), first, twice, 2, target.fnData(), channels);
+        m_Kernels.fnConvolveQuads(source.fnGetData(), first, twice, 2, target.fnGetData(),
+                                  channels);
         ASSERT_TRUE(target.fnHolds(expected))
             << entries.size() << " entries of " << channels << " channels, error bound "
             << list.m_Quads.m_nErrorBound;
@@ -166,8 +167,8 @@ protected:
                             static_cast<std::uint8_t>(m_Random()));
             const SourceBytes source(readable, m_Random() % 32);
             TargetBytes target(Bytes(expected.size(), std::uint8_t{7}), m_Random() % 32);
-            m_Kernels.fnConvolveLines({source.fnData(), origin, rows[0].size() - origin,
-                                       target.fnData(), length + apart, rows.size()},
+            m_Kernels.fnConvolveLines({source.fnGetData(), origin, rows[0].size() - origin,
+                                       target.fnGetData(), length + apart, rows.size()},
                                       lines.fnGetSums(), first, length);
             ASSERT_TRUE(target.fnHolds(expected))
                 << rows.size() << " rows, " << count << " pixels of " << channels
@@ -219,7 +220,7 @@ TEST_P(KernelsQuads, RowsBecomeQuadsOfEachChannel) {
             for (const Bytes& content : contents)
                 sources.emplace_back(content, m_Random() % 32);
             for (const SourceBytes& source : sources)
-                rows.push_back(source.fnData());
+                rows.push_back(source.fnGetData());
             Bytes expected((pixels + 3) / 4 * 4 * channels * kFilterLanes);
             for (std::size_t i = 0; i < expected.size(); ++i) {
                 const std::size_t block = i / (4 * kFilterLanes);
@@ -229,7 +230,7 @@ TEST_P(KernelsQuads, RowsBecomeQuadsOfEachChannel) {
                         contents[i / 4 % kFilterLanes][pixel * channels + block % channels];
             }
             TargetBytes target(expected.size(), m_Random() % 32);
-            m_Kernels.fnRowsToQuads(rows.data(), target.fnData(), pixels, channels);
+            m_Kernels.fnRowsToQuads(rows.data(), target.fnGetData(), pixels, channels);
             ASSERT_TRUE(target.fnHolds(expected)) << pixels << " pixels of " << channels;
         }
 }
@@ -257,7 +258,7 @@ TEST_P(KernelsQuads, SumsInOneCallAreThoseOfTheirLists) {
     fnKernelsOfLevel(KernelLevel::SCALAR)
         ->fnConvolveQuads(samples.data(), 0, &quads[0], 12, expected.data(), 1);
     TargetBytes target(expected.size(), 1);
-    m_Kernels.fnConvolveQuads(samples.data(), 0, &quads[0], 12, target.fnData(), 1);
+    m_Kernels.fnConvolveQuads(samples.data(), 0, &quads[0], 12, target.fnGetData(), 1);
     EXPECT_TRUE(target.fnHolds(expected));
 }
 

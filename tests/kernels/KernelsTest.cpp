@@ -151,7 +151,7 @@ TEST_P(KernelsFormat, FollowsTheRuleAndTouchesNothingElse) {
             const Bytes content = fnRandomBytes(m_Random, count * format.sourceBytes);
             const SourceBytes source(content, misalignment);
             TargetBytes target(count * format.targetBytes, m_Random() % 32);
-            (m_Kernels.*format.kernel)(source.fnData(), target.fnData(), count);
+            (m_Kernels.*format.kernel)(source.fnGetData(), target.fnGetData(), count);
             ASSERT_TRUE(target.fnHolds(fnByRule(format, content)))
                 << format.name << ", " << count << " pixels, misaligned by " << misalignment;
         });
@@ -163,7 +163,7 @@ TEST_P(KernelsFormat, WorksInPlaceWhereDeclared) {
             fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
                 const Bytes content = fnRandomBytes(m_Random, count * format.sourceBytes);
                 TargetBytes pixels(content, misalignment);
-                (m_Kernels.*format.kernel)(pixels.fnData(), pixels.fnData(), count);
+                (m_Kernels.*format.kernel)(pixels.fnGetData(), pixels.fnGetData(), count);
                 ASSERT_TRUE(pixels.fnHolds(fnByRule(format, content)))
                     << format.name << ", " << count << " pixels, misaligned by " << misalignment;
             });
@@ -176,7 +176,7 @@ TEST_P(KernelsFormat, FollowsTheRuleForEvery16BitValue) {
     for (const FormatCase& format : kFormatCases)
         if (format.sourceBytes == 2) {
             TargetBytes target(65536 * format.targetBytes, 0);
-            (m_Kernels.*format.kernel)(all.data(), target.fnData(), 65536);
+            (m_Kernels.*format.kernel)(all.data(), target.fnGetData(), 65536);
             EXPECT_TRUE(target.fnHolds(fnByRule(format, all))) << format.name;
         }
 }
@@ -184,7 +184,7 @@ TEST_P(KernelsFormat, FollowsTheRuleForEvery16BitValue) {
 TEST_P(KernelsFormat, ShortChannelsStayInTheHighBits) {
     const Bytes white(2 * 40, 0xFF);
     TargetBytes target(3 * 40, 0);
-    m_Kernels.fnRgb565ToRgb24(white.data(), target.fnData(), 40);
+    m_Kernels.fnRgb565ToRgb24(white.data(), target.fnGetData(), 40);
     Bytes expected;
     for (int i = 0; i < 40; ++i)
         expected.insert(expected.end(), {0xF8, 0xFC, 0xF8});
@@ -239,8 +239,8 @@ TEST_P(KernelsPalette, LooksUpEveryIndexAndTouchesNothingElse) {
             const Bytes content = fnRandomBytes(m_Random, count);
             const SourceBytes source(content, misalignment);
             TargetBytes target(count * look.targetBytes, m_Random() % 32);
-            (m_Kernels.*look.kernel)(source.fnData(), target.fnData(), count, entries.fnData(),
-                                     256);
+            (m_Kernels.*look.kernel)(source.fnGetData(), target.fnGetData(), count,
+                                     entries.fnGetData(), 256);
             ASSERT_TRUE(target.fnHolds(fnByRule(look, content, palette)))
                 << look.name << ", " << count << " pixels, misaligned by " << misalignment;
         });
@@ -256,8 +256,8 @@ TEST_P(KernelsPalette, AnIndexBeyondThePaletteIsBlackAndReadsNothing) {
                 Bytes content(count);
                 std::iota(content.begin(), content.end(), std::uint8_t{0});
                 TargetBytes target(content.size() * look.targetBytes, 0);
-                (m_Kernels.*look.kernel)(content.data(), target.fnData(), content.size(),
-                                         entries.fnData(), paletteCount);
+                (m_Kernels.*look.kernel)(content.data(), target.fnGetData(), content.size(),
+                                         entries.fnGetData(), paletteCount);
                 EXPECT_TRUE(target.fnHolds(fnByRule(look, content, palette)))
                     << look.name << ", " << paletteCount << " entries";
             }
@@ -269,7 +269,7 @@ TEST_P(KernelsPalette, APaletteOfMoreThan256EntriesIsReadUpTo256) {
     std::iota(content.begin(), content.end(), std::uint8_t{0});
     for (const PaletteCase& look : kPaletteCases) {
         TargetBytes target(256 * look.targetBytes, 0);
-        (m_Kernels.*look.kernel)(content.data(), target.fnData(), 256, palette.data(), 300);
+        (m_Kernels.*look.kernel)(content.data(), target.fnGetData(), 256, palette.data(), 300);
         EXPECT_TRUE(target.fnHolds(fnByRule(look, content, palette))) << look.name;
     }
 }
@@ -279,7 +279,7 @@ TEST_P(KernelsPalette, APackedByteGivesItsHighNibbleFirstAndAnOddWidthOnlyThat) 
         const Bytes content = fnRandomBytes(m_Random, (count + 1) / 2);
         const SourceBytes source(content, misalignment);
         TargetBytes target(count, m_Random() % 32);
-        m_Kernels.fnIndex4ToIndex8(source.fnData(), target.fnData(), count);
+        m_Kernels.fnIndex4ToIndex8(source.fnGetData(), target.fnGetData(), count);
         Bytes expected;
         for (const std::uint8_t byte : content)
             expected.insert(expected.end(), {fnByte(byte / 16u), fnByte(byte % 16u)});
@@ -297,7 +297,7 @@ TEST_P(KernelsCurve, ChangesEveryByteOf24BitPixels) {
     fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
         Bytes expected = fnRandomBytes(m_Random, 3 * count);
         TargetBytes pixels(expected, misalignment);
-        m_Kernels.fnCurve24(pixels.fnData(), count, table.fnData());
+        m_Kernels.fnCurve24(pixels.fnGetData(), count, table.fnGetData());
         for (std::uint8_t& byte : expected)
             byte = curve[byte];
         ASSERT_TRUE(pixels.fnHolds(expected)) << count << " pixels, misaligned by " << misalignment;
@@ -310,7 +310,7 @@ TEST_P(KernelsCurve, KeepsTheFourthByteOf32BitPixels) {
     fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
         Bytes expected = fnRandomBytes(m_Random, 4 * count);
         TargetBytes pixels(expected, misalignment);
-        m_Kernels.fnCurve32(pixels.fnData(), count, table.fnData());
+        m_Kernels.fnCurve32(pixels.fnGetData(), count, table.fnGetData());
         for (std::size_t i = 0; i < expected.size(); ++i)
             expected[i] = i % 4 == 3 ? expected[i] : curve[expected[i]];
         ASSERT_TRUE(pixels.fnHolds(expected)) << count << " pixels, misaligned by " << misalignment;
@@ -322,7 +322,7 @@ TEST_P(KernelsCurve, LooksUpAll256Values) {
     Bytes all(3 * 256);
     std::iota(all.begin(), all.end(), std::uint8_t{0});
     TargetBytes pixels(all, 0);
-    m_Kernels.fnCurve24(pixels.fnData(), 256, curve.data());
+    m_Kernels.fnCurve24(pixels.fnGetData(), 256, curve.data());
     for (std::uint8_t& byte : all)
         byte = curve[byte];
     EXPECT_TRUE(pixels.fnHolds(all));
@@ -337,7 +337,7 @@ TEST_P(KernelsStream, CopiesEveryByteAndTouchesNothingElse) {
             const Bytes content = fnRandomBytes(m_Random, count);
             const SourceBytes source(content, m_Random() % 32);
             TargetBytes target(count, misalignment);
-            m_Kernels.fnStreamCopy(source.fnData(), target.fnData(), count);
+            m_Kernels.fnStreamCopy(source.fnGetData(), target.fnGetData(), count);
             m_Kernels.fnStreamEnd();
             ASSERT_TRUE(target.fnHolds(content)) << count << " bytes to " << misalignment;
         }
@@ -349,7 +349,7 @@ TEST_P(KernelsStream, AStreamedRunEqualsTheKernelsOutput) {
             const Bytes content = fnRandomBytes(m_Random, count * format.sourceBytes);
             const SourceBytes source(content, 1);
             TargetBytes target(count * format.targetBytes, 5);
-            fnStreamPixels(m_Kernels, source.fnData(), format.sourceBytes, target.fnData(),
+            fnStreamPixels(m_Kernels, source.fnGetData(), format.sourceBytes, target.fnGetData(),
                            format.targetBytes, count, m_Kernels.*format.kernel);
             EXPECT_TRUE(target.fnHolds(fnByRule(format, content)))
                 << format.name << ", " << count << " pixels";

@@ -30,7 +30,7 @@ public:
         : m_Block(new std::uint8_t[misalignment + content.size()]), m_Misalignment(misalignment) {
         std::copy(content.begin(), content.end(), m_Block.get() + misalignment);
     }
-    const std::uint8_t* fnData() const { return m_Block.get() + m_Misalignment; }
+    const std::uint8_t* fnGetData() const { return m_Block.get() + m_Misalignment; }
 
 private:
     std::unique_ptr<std::uint8_t[]> m_Block;
@@ -45,10 +45,10 @@ public:
           m_Size(size) {}
     TargetBytes(const Bytes& content, std::size_t misalignment)
         : TargetBytes(content.size(), misalignment) {
-        std::copy(content.begin(), content.end(), fnData());
+        std::copy(content.begin(), content.end(), fnGetData());
     }
-    std::uint8_t* fnData() { return m_Block.data() + m_Start; }
-    Bytes fnContent() { return Bytes(fnData(), fnData() + m_Size); }
+    std::uint8_t* fnGetData() { return m_Block.data() + m_Start; }
+    Bytes fnContent() { return Bytes(fnGetData(), fnGetData() + m_Size); }
 
     /// Whether the content is the expected one and every guard byte is intact.
     testing::AssertionResult fnHolds(const Bytes& expected) {

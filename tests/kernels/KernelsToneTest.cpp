@@ -21,7 +21,7 @@ TEST_P(KernelsTone, OneCurveChangesEveryByte) {
     fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
         Bytes expected = fnRandomBytes(m_Random, count);
         TargetBytes pixels(expected, misalignment);
-        m_Kernels.fnCurve8(pixels.fnData(), count, table.fnData());
+        m_Kernels.fnCurve8(pixels.fnGetData(), count, table.fnGetData());
         for (std::uint8_t& byte : expected)
             byte = curve[byte];
         ASSERT_TRUE(pixels.fnHolds(expected)) << count << " pixels, misaligned by " << misalignment;
@@ -35,8 +35,8 @@ TEST_P(KernelsTone, ThreeCurvesChangeEachChannelByItsOwn) {
         fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
             Bytes expected = fnRandomBytes(m_Random, bytes * count);
             TargetBytes pixels(expected, misalignment);
-            (bytes == 3 ? m_Kernels.fnChannelCurves24
-                        : m_Kernels.fnChannelCurves32)(pixels.fnData(), count, table.fnData());
+            (bytes == 3 ? m_Kernels.fnChannelCurves24 : m_Kernels.fnChannelCurves32)(
+                pixels.fnGetData(), count, table.fnGetData());
             for (std::size_t i = 0; i < count; ++i)
                 for (std::size_t channel = 0; channel < 3; ++channel) {
                     std::uint8_t& byte = expected[i * bytes + bytes - 3 + channel];
@@ -60,7 +60,7 @@ TEST_P(KernelsTone, ThreeCurvesLookUpAll256ValuesOfEachChannel) {
             }
         }
         TargetBytes pixels(content, 0);
-        m_Kernels.fnChannelCurves24(pixels.fnData(), 256, curves.data());
+        m_Kernels.fnChannelCurves24(pixels.fnGetData(), 256, curves.data());
         EXPECT_TRUE(pixels.fnHolds(expected));
     }
 }
@@ -77,7 +77,7 @@ TEST_P(KernelsTone, ThreeCurvesActOnEvery565Value) {
         expected.insert(expected.end(), {fnByte(result / 256), fnByte(result)});
     }
     TargetBytes pixels(content, 1);
-    m_Kernels.fnChannelCurves565(pixels.fnData(), 65536, curves.data());
+    m_Kernels.fnChannelCurves565(pixels.fnGetData(), 65536, curves.data());
     EXPECT_TRUE(pixels.fnHolds(expected));
 }
 
@@ -86,7 +86,7 @@ TEST_P(KernelsTone, AThresholdLeaves0Below255AtAndAboveIt) {
         fnForManyRuns(m_Random, [&](std::size_t count, std::size_t misalignment) {
             Bytes expected = fnRandomBytes(m_Random, count);
             TargetBytes pixels(expected, misalignment);
-            m_Kernels.fnThreshold(pixels.fnData(), count, fnByte(level));
+            m_Kernels.fnThreshold(pixels.fnGetData(), count, fnByte(level));
             for (std::uint8_t& byte : expected)
                 byte = byte < level ? 0 : 255;
             ASSERT_TRUE(pixels.fnHolds(expected)) << count << " bytes, level " << level;
@@ -122,7 +122,7 @@ TEST_P(KernelsTone, AHueShiftFollowsTheColourClassForEveryDepth) {
             for (const std::size_t bytes : {3u, 4u}) {
                 Bytes expected = fnRandomBytes(m_Random, bytes * count);
                 TargetBytes pixels(expected, misalignment);
-                (bytes == 3 ? m_Kernels.fnHueShift24 : m_Kernels.fnHueShift32)(pixels.fnData(),
+                (bytes == 3 ? m_Kernels.fnHueShift24 : m_Kernels.fnHueShift32)(pixels.fnGetData(),
                                                                                count, shift);
                 for (std::size_t i = 0; i < count; ++i) {
                     std::uint8_t* rgb = expected.data() + i * bytes + bytes - 3;
@@ -154,7 +154,7 @@ TEST_P(KernelsTone, AHueShiftIsExactForAllColoursOfCoarseSteps) {
                     expected.insert(expected.end(), {color.m_Red, color.m_Green, color.m_Blue});
                 }
             TargetBytes pixels(content, 0);
-            m_Kernels.fnHueShift24(pixels.fnData(), content.size() / 3, shift);
+            m_Kernels.fnHueShift24(pixels.fnGetData(), content.size() / 3, shift);
             ASSERT_TRUE(pixels.fnHolds(expected)) << "red " << red << " by " << by.hue;
         }
     }
@@ -175,17 +175,17 @@ TEST_P(KernelsTone, AHueShiftOf16BitsExchangesTheBytes) {
             expected.insert(expected.end(), {fnByte(result), fnByte(result >> 8)});
         }
         TargetBytes pixels(content, 1);
-        m_Kernels.fnHueShift16(pixels.fnData(), 65536, HueShift(by.hue, by.saturation));
+        m_Kernels.fnHueShift16(pixels.fnGetData(), 65536, HueShift(by.hue, by.saturation));
         EXPECT_TRUE(pixels.fnHolds(expected)) << by.hue;
     }
     for (std::size_t count = 0; count < 40; ++count) {
         TargetBytes all(content, 0);
-        m_Kernels.fnHueShift16(all.fnData(), 65536, HueShift(50, 5));
+        m_Kernels.fnHueShift16(all.fnGetData(), 65536, HueShift(50, 5));
         Bytes expected = all.fnContent();
         expected.resize(2 * count);
         TargetBytes some(Bytes(content.begin(), content.begin() + static_cast<long>(2 * count)),
                          count % 8);
-        m_Kernels.fnHueShift16(some.fnData(), count, HueShift(50, 5));
+        m_Kernels.fnHueShift16(some.fnGetData(), count, HueShift(50, 5));
         ASSERT_TRUE(some.fnHolds(expected)) << count << " pixels";
     }
 }

@@ -12,7 +12,8 @@ protected:
         const Bytes content = fnRandomBytes(m_Random, count == 0 ? 0 : pixels * bytes);
         const SourceBytes source(content, misalignment);
         TargetBytes target(count * bytes, m_Random() % 32);
-        m_Kernels.fnInflate[bytes - 1](source.fnData(), target.fnData(), count, factor, phase);
+        m_Kernels.fnInflate[bytes - 1](source.fnGetData(), target.fnGetData(), count, factor,
+                                       phase);
         Bytes expected;
         for (std::size_t x = phase; x < phase + count; ++x)
             for (std::size_t k = 0; k < bytes; ++k)
@@ -27,7 +28,7 @@ protected:
         const Bytes content = fnRandomBytes(m_Random, pixels * bytes);
         const SourceBytes source(content, misalignment);
         TargetBytes target(count * bytes, m_Random() % 32);
-        m_Kernels.fnShrink[bytes - 1](source.fnData(), target.fnData(), count, factor);
+        m_Kernels.fnShrink[bytes - 1](source.fnGetData(), target.fnGetData(), count, factor);
         Bytes expected;
         for (std::size_t x = 0; x < count; ++x)
             for (std::size_t k = 0; k < bytes; ++k)
@@ -42,7 +43,7 @@ protected:
         const Bytes content = fnRandomBytes(m_Random, count == 0 ? 0 : (last + 1) * bytes);
         const SourceBytes source(content, misalignment);
         TargetBytes target(count * bytes, m_Random() % 32);
-        m_Kernels.fnSample[bytes - 1](source.fnData(), target.fnData(), count,
+        m_Kernels.fnSample[bytes - 1](source.fnGetData(), target.fnGetData(), count,
                                       static_cast<std::uint32_t>(at),
                                       static_cast<std::uint32_t>(step));
         Bytes expected;

@@ -306,19 +306,19 @@ TEST_F(CqTileMapTest, TileRectanglesCoverTheImageWithoutOverlap) {
 
 TEST_F(CqTileMapTest, ScaledRectanglesAreDividedInShrinkModeAndMultipliedAboveOneOtherwise) {
     CqTileMap map(300, 260, 8, nullptr, 256);
-    const auto scaled = [&map](std::uint32_t mode, double zoom) {
+    const auto scaled = [&map](CqZoomMode mode, double zoom) {
         map.ZoomMode = mode;
         map.Zoom = zoom;
         CRect rect;
         map.fnGetTileRect(&rect, 8, true); // (256, 256, 300, 260)
         return rect;
     };
-    EXPECT_EQ(scaled(2, 3.9), CRect(85, 85, 100, 86));
-    EXPECT_EQ(scaled(1, 2.0), CRect(512, 512, 600, 520));
-    EXPECT_EQ(scaled(3, 1.5), CRect(384, 384, 450, 390));
-    EXPECT_EQ(scaled(3, 1.001), CRect(256, 256, 300, 260)); // 256.256, 300.3, 260.26
-    EXPECT_EQ(scaled(3, 0.5), CRect(256, 256, 300, 260));
-    EXPECT_EQ(scaled(1, 1.0), CRect(256, 256, 300, 260));
+    EXPECT_EQ(scaled(ZOOM_SHRINK, 3.9), CRect(85, 85, 100, 86));
+    EXPECT_EQ(scaled(ZOOM_INFLATE, 2.0), CRect(512, 512, 600, 520));
+    EXPECT_EQ(scaled(ZOOM_FIT, 1.5), CRect(384, 384, 450, 390));
+    EXPECT_EQ(scaled(ZOOM_FIT, 1.001), CRect(256, 256, 300, 260)); // 256.256, 300.3, 260.26
+    EXPECT_EQ(scaled(ZOOM_FIT, 0.5), CRect(256, 256, 300, 260));
+    EXPECT_EQ(scaled(ZOOM_INFLATE, 1.0), CRect(256, 256, 300, 260));
 }
 
 TEST_F(CqTileMapTest, TheSecondClaimOnATileIsDroppedForGood) {

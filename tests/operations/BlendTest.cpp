@@ -199,7 +199,7 @@ TEST_F(BlendTest, APictureReplacedByItselfStaysAsItIs) {
     for (const unsigned int bits : {8u, 24u, 32u}) {
         CqImage image(140, 60, bits, q32GreyRamp, 0);
         fnPaint(image);
-        if (bits == 32) // what is invisible has no color to keep
+        if (bits == 32) // what is invisible has no colour to keep
             for (std::uint32_t i = 0; i < image.TileMap->BufferSize; i += 4)
                 image.TileMap->PixelBuffer[i] |= 1;
         CqImage copy(image);

@@ -86,7 +86,7 @@ TEST_F(EditorFailureTest, EachFailedAllocationLeavesTheImageUnchanged) {
     }
 }
 
-/// A host's display that notes the abort, but doesn't tell the call that asked.
+/// A host's display that notes the abort, but doesn't report it to the caller.
 class QuietDisplay : public CqProgressDisplay {
 public:
     QuietDisplay() : CqProgressDisplay(false) {}

@@ -1,5 +1,5 @@
-#include "tests/operations/PlainResample.h"
 #include "tests/operations/StepDisplay.h"
+#include "tests/resampling/PlainResample.h"
 #include "tests/support/AttachedTest.h"
 
 #include <algorithm>

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <random>
 #include <vector>
 
 namespace {
@@ -80,6 +81,45 @@ TEST(PixelFormat, EveryValueOf16BitsComesBackFromItsColor) {
         ASSERT_EQ(fnWiden555To565(value), (value % 32768 / 32) * 64 + value % 32);
         ASSERT_EQ(fnNarrow565To555(value), value / 64 * 32 + value % 32);
     }
+}
+
+TEST(PixelFormat, TheKernelsOfADepthGiveTheColorsThatItUnpacks) {
+    using Bytes = std::vector<std::uint8_t PixelColor::*>;
+    const struct {
+        PixelRun Kernels::*PixelFormat::*m_pRun;
+        Bytes m_Bytes; ///< what each byte of a converted pixel holds; null: anything
+    } forms[] = {
+        {&PixelFormat::m_pToArgb32,
+         {&PixelColor::m_nAlpha, &PixelColor::m_nRed, &PixelColor::m_nGreen, &PixelColor::m_nBlue}},
+        {&PixelFormat::m_pToBgrx32,
+         {&PixelColor::m_nBlue, &PixelColor::m_nGreen, &PixelColor::m_nRed, nullptr}},
+        {&PixelFormat::m_pToRgb24,
+         {&PixelColor::m_nRed, &PixelColor::m_nGreen, &PixelColor::m_nBlue}},
+        {&PixelFormat::m_pToBgr24,
+         {&PixelColor::m_nBlue, &PixelColor::m_nGreen, &PixelColor::m_nRed}}};
+    std::mt19937 random(1);
+    for (const std::uint32_t bits : {16u, 24u, 32u})
+        for (const auto& form : forms) {
+            const PixelFormat& format = fnPixelFormat(bits);
+            constexpr std::size_t kCount = 201;
+            std::vector<std::uint8_t> in(kCount * format.m_nBytes);
+            for (std::uint8_t& byte : in)
+                byte = static_cast<std::uint8_t>(random());
+            const std::size_t size = form.m_Bytes.size();
+            std::vector<std::uint8_t> out(kCount * size);
+            if (const auto run = format.*form.m_pRun)
+                (fnKernels().*run)(in.data(), out.data(), kCount);
+            else
+                out = in; // stored in that form
+            for (std::size_t i = 0; i < kCount; ++i) {
+                const PixelColor color = format.m_fnUnpack(&in[i * format.m_nBytes]);
+                for (std::size_t at = 0; at < size; ++at)
+                    if (form.m_Bytes[at]) {
+                        ASSERT_EQ(out[i * size + at], color.*form.m_Bytes[at])
+                            << bits << " bits, " << size << " bytes, pixel " << i;
+                    }
+            }
+        }
 }
 
 TEST(PixelFormat, DeepPixelsAreBytesInTheOrderAlphaRedGreenBlue) {

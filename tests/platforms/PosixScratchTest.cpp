@@ -1,3 +1,5 @@
+#include "platforms/headless/headless.h"
+#include "platforms/posix/posix.h"
 #include "platforms/posix/ViewGuard_p.h"
 #include "tests/platforms/PosixScratchTools.h"
 
@@ -6,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -17,6 +20,28 @@ using namespace q32::test;
 namespace {
 
 constexpr std::uint32_t kSize = 300001; // not a multiple of pages or blocks
+
+std::uint64_t fnCountMappedBytes() {
+    std::uint64_t pages = 0;
+    std::ifstream facts("/proc/self/statm");
+    for (int i = 0; i < 3; ++i)
+        facts >> pages;
+    return pages * 4096;
+}
+
+/// Writes a view, part by part, with a trim after each.
+/// @return  the most bytes of files that were mapped in
+std::uint64_t fnWriteAndTrim(const CqPlatform& platform, const Buffer& buffer) {
+    constexpr std::uint32_t kPart = 1u << 20;
+    std::uint64_t most = 0;
+    for (std::uint32_t at = 0; at < buffer.m_nSize; at += kPart) {
+        for (std::uint32_t i = at; i < at + kPart; ++i)
+            buffer.m_pView[i] = static_cast<char>(i * 7 + i / 251);
+        q32PosixTrimViews(platform);
+        most = std::max(most, fnCountMappedBytes());
+    }
+    return most;
+}
 
 } // namespace
 
@@ -95,6 +120,52 @@ TEST(PosixScratch, PagesThatReplaceLostOnesKeepWhatIsWrittenToThem) {
                   Q32_WANT(scratch.fnCountLosses(buffer.m_pView) == 1);
                   for (std::uint32_t at = 0; at < kBytes; at += 1u << 20)
                       scratch.fnAdvise(VIEW_DONE, buffer.m_pView + at, 1u << 20);
+                  Q32_WANT(std::all_of(buffer.m_pView, buffer.m_pView + kBytes,
+                                       [](char byte) { return byte == 'x'; }));
+                  return "";
+              }),
+              "");
+}
+
+TEST(PosixScratch, LimitedViewsAreUnmappedAndKeepTheirBytes) {
+    const Folder folder;
+    constexpr std::uint32_t kBytes = 48u << 20;
+    constexpr std::uint32_t kLimit = 8u << 20;
+    constexpr std::uint32_t kSlack = 4u << 20; // what is written between two trims, and more
+    const CqPlatform platform = q32PosixPlatform();
+    const std::uint64_t before = fnCountMappedBytes();
+    for (const bool limited : {false, true}) {
+        q32PosixLimitViews(platform, limited ? before + kLimit : 0);
+        const Buffer buffer(*platform.m_pScratch, folder.fnName(), kBytes);
+        ASSERT_NE(buffer.m_pView, nullptr);
+        const std::uint64_t most = fnWriteAndTrim(platform, buffer);
+        if (limited)
+            EXPECT_LT(most, before + kLimit + kSlack);
+        else
+            EXPECT_GE(most, before + kBytes - kSlack);
+        bool kept = true;
+        for (std::uint32_t i = 0; i < kBytes; ++i)
+            kept = kept && buffer.m_pView[i] == static_cast<char>(i * 7 + i / 251);
+        EXPECT_TRUE(kept);
+    }
+    q32PosixLimitViews(q32HeadlessPlatform(), 1);
+    q32PosixTrimViews(q32HeadlessPlatform());
+}
+
+TEST(PosixScratch, ATrimLeavesPagesThatReplaceLostOnes) {
+    const Folder folder;
+    EXPECT_EQ(fnInChild([&]() -> std::string {
+                  constexpr std::uint32_t kBytes = 4u << 20;
+                  CqPosixOptions options;
+                  options.m_bGuardViews = true;
+                  const CqPlatform platform = q32PosixPlatform(options);
+                  q32PosixLimitViews(platform, 1);
+                  const Buffer buffer(*platform.m_pScratch, folder.fnName(), kBytes);
+                  Q32_WANT(buffer.m_pView);
+                  Q32_WANT(::truncate(fnNative(buffer.m_Name).c_str(), 0) == 0);
+                  std::memset(buffer.m_pView, 'x', kBytes);
+                  Q32_WANT(platform.m_pScratch->fnCountLosses(buffer.m_pView) == 1);
+                  q32PosixTrimViews(platform);
                   Q32_WANT(std::all_of(buffer.m_pView, buffer.m_pView + kBytes,
                                        [](char byte) { return byte == 'x'; }));
                   return "";

@@ -50,7 +50,7 @@ Function fnFind(const char* name) {
     return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
 }
 
-bool fnTellTime(pa_usec_t* time) {
+bool fnReadTime(pa_usec_t* time) {
     const std::lock_guard lock(g_Lock);
     if (g_nSlowness < 0)
         return false;
@@ -228,7 +228,7 @@ extern "C" int pa_stream_get_time(pa_stream* s, pa_usec_t* time) {
     static const auto real = fnFind<int (*)(pa_stream*, pa_usec_t*)>("pa_stream_get_time");
     if (fnFailsNow("pa_stream_get_time"))
         return -1;
-    return fnTellTime(time) ? 0 : real(s, time);
+    return fnReadTime(time) ? 0 : real(s, time);
 }
 
 extern "C" int pa_stream_connect_playback(pa_stream* s, const char* device,

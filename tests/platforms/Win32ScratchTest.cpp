@@ -156,4 +156,15 @@ TEST_F(Win32Scratch, TheSweepDeletesScratchFilesThatNobodyHasOpen) {
     EXPECT_TRUE(m_pScratch->fnDelete(own.c_str()));
 }
 
+TEST_F(Win32Scratch, TheSweepTakesAPathInTheCodePage) {
+    ASSERT_TRUE(::CreateDirectoryW(m_Folder.fnWide(L"\u00E4").c_str(), nullptr));
+    for (const auto& [codePage, name] :
+         {std::pair<UINT, const char*>{CP_UTF8, "\xC3\xA4"}, {1252, "\xE4"}}) {
+        fnWriteFile(m_Folder.fnWide(L"\u00E4\\~qd1.tmp"), "");
+        const std::string folders[] = {m_Folder.fnPath(name)};
+        EXPECT_EQ(q32Win32SweepScratchFiles(folders, codePage == 1252 ? CP_UTF8 : 1252), 0u);
+        EXPECT_EQ(q32Win32SweepScratchFiles(folders, codePage), 1u);
+    }
+}
+
 } // namespace

@@ -19,11 +19,13 @@
 #include <cstring>
 #include <functional>
 #include <memory>
+#include <string>
 #include <utility>
 #include <vector>
 
 namespace {
 
+constexpr unsigned int kFreeColors = 230; ///< at most, of a screen of 256 beside the static ones
 constexpr int kWidth = 96;
 constexpr int kHeight = 64;
 constexpr RECT kPlace{40, 30, 40 + kWidth, 30 + kHeight};
@@ -91,6 +93,10 @@ std::vector<Picture> fnShowReal(const Scene& scene) {
 
 void fnExpectSame(const std::vector<Picture>& expected, const std::vector<Picture>& seen) {
     ASSERT_EQ(seen.size(), expected.size());
+    const bool isBlank = std::ranges::all_of(expected, [](const Picture& picture) {
+        return std::ranges::count(picture, picture.front()) == kWidth * kHeight;
+    });
+    EXPECT_FALSE(isBlank) << "there is something to compare";
     for (std::size_t step = 0; step < seen.size(); ++step) {
         ASSERT_EQ(seen[step].size(), expected[step].size());
         std::size_t others = 0;
@@ -237,7 +243,7 @@ TEST(Win32Screen, IndicesIntoARealizedPaletteAreTheSame) {
         SCOPED_TRACE(testing::Message() << "bitmap of " << bits << " bits");
         fnCompare([bits](World& world) {
             Random random(static_cast<std::uint32_t>(bits));
-            std::vector<std::uint32_t> colors(230); // as many as are free
+            std::vector<std::uint32_t> colors(kFreeColors);
             for (std::uint32_t& color : colors)
                 color = fnGetColor565(random);
             const auto palette = fnMakePalette(colors);
@@ -364,84 +370,110 @@ TEST(Win32Screen, InversionsAreTheSame) {
     });
 }
 
-/// A picture with every kind of edge: ramps, and a few flat rectangles.
-void fnPaintImage(CqImage& image) {
-    CqImageLine line;
-    for (unsigned int y = 0; y < image.Height; ++y) {
-        image.fnAccessLine(static_cast<int>(y), &line, false);
-        for (unsigned int x = 0; x < image.Width; ++x)
-            line.fnSetPixelColor(static_cast<int>(x),
-                                 CqColor(static_cast<unsigned char>(x * 5),
-                                         static_cast<unsigned char>(y * 7),
-                                         static_cast<unsigned char>((x ^ y) * 3)));
-        line.fnUnAssociate();
-    }
+/// Ramps of colours; one of 8 bits has a palette of such.
+CqColor fnGetRamp(unsigned int x, unsigned int y) {
+    const auto part = [](unsigned int value) { return static_cast<unsigned char>(value); };
+    return CqColor(part(x * 5), part(y * 7), part((x ^ y) * 3));
 }
 
+/// A picture of `bits` bits with every kind of edge. The library narrows none by itself.
+void fnMakeImage(CqImage& image, unsigned int bits, unsigned int width = 150) {
+    std::array<RGBQUAD, kFreeColors> palette{};
+    for (unsigned int i = 0; i < palette.size(); ++i) {
+        const CqColor color = fnGetRamp(i, i / 3);
+        palette[i] = {color.m_Blue, color.m_Green, color.m_Red, 0};
+    }
+    image.fnAlloc(width, 150, bits, palette.data(), bits == 8 ? kFreeColors : 0);
+    for (int y = 0; y < 150; ++y)
+        for (int x = 0; x < static_cast<int>(width); ++x)
+            if (bits == 8)
+                *image.fnGetPixelAddr(x, y) =
+                    static_cast<unsigned char>(static_cast<unsigned int>(x * 3 + y) % kFreeColors);
+            else
+                image.fnSetPixelColor(
+                    x, y, fnGetRamp(static_cast<unsigned int>(x), static_cast<unsigned int>(y)));
+}
+
+/// Draws an image of `bits` bits.
+Scene fnDrawScaled(unsigned int bits, unsigned int factor, bool shrink) {
+    return [=](World& world) {
+        const CClientDC dc(&world.m_Wnd);
+        // The right edge is seen when it shrinks. On 256 colours, Wine gives what lies beyond it
+        // the black of an entry that has become another colour meanwhile.
+        CqImage image;
+        fnMakeImage(image, bits, dc->GetDeviceCaps(BITSPIXEL) == 8 ? 220 : 150);
+        const CRect all(0, 0, kWidth, kHeight);
+        fnBlacken(world, dc.GetDC());
+        image.fnDrawInit(factor, shrink, all, CPoint(7, 9), &world.m_Wnd);
+        EXPECT_TRUE(image.fnDraw(dc.GetDC(), all, 7, 9, false, false));
+        return std::vector<Picture>{world.m_Look()};
+    };
+}
+
+/// Draws with a gamma, or without it.
+Scene fnDrawWithGamma(bool without) {
+    return [without](World& world) {
+        CqImage image;
+        fnMakeImage(image, 24);
+        q32GetDisplayProperty()->fnSetGammaValue(260);
+        const CRect all(0, 0, kWidth, kHeight);
+        const CClientDC dc(&world.m_Wnd);
+        fnBlacken(world, dc.GetDC());
+        image.fnDrawInit(1u, false, all, CPoint(), &world.m_Wnd);
+        EXPECT_TRUE(image.fnDraw(dc.GetDC(), all, 0, 0, without, false));
+        std::vector<Picture> pictures = {world.m_Look()};
+        q32GetDisplayProperty()->fnEnableGamma(true);
+        q32GetDisplayProperty()->fnSetGammaValue(180);
+        return pictures;
+    };
+}
+
+/// Draws an image of `bits` bits without a key, over other colours.
+Scene fnDrawWithKey(unsigned int bits, MERGE_TYPE type) {
+    return [=](World& world) {
+        CqImage image;
+        fnMakeImage(image, bits);
+        const CqColor key = image.fnGetPixelColor(0, 0);
+        const CRect hole(20, 15, 60, 40);
+        image.fnFill(key, &hole, false);
+        CqMask mask(150, 150);
+        mask.fnFill(CqColor(255, 255, 255), nullptr, false);
+        mask.fnFill(CqColor(0, 0, 0), &hole, false);
+        const CRect all(0, 0, kWidth, kHeight);
+        const CClientDC dc(&world.m_Wnd);
+        fnBlacken(world, dc.GetDC());
+        Random random(7);
+        fnMakeCorners(random).fnPut(world, dc.GetDC(), DIB_RGB_COLORS, CPoint(0, 0));
+        image.fnDrawInit(1u, false, all, CPoint(), &world.m_Wnd);
+        image.fnKeyDraw(dc.GetDC(), all, 3, 5, CqMergeParam(type, 0, &mask), false, false);
+        return std::vector<Picture>{world.m_Look()};
+    };
+}
+
+constexpr unsigned int kImageBits[] = {8, 16, 24, 32};
+constexpr std::pair<unsigned int, bool> kScales[] = {{1, false}, {3, false}, {2, true}};
+constexpr MERGE_TYPE kKeys[] = {MERGE_KEY, MERGE_MASK, MERGE_ALPHA};
+
 TEST(Win32Screen, ImagesAreDrawnTheSameAtEveryScale) {
-    for (const unsigned int bits : {8u, 16u, 24u, 32u})
-        for (const auto& [factor, shrink] :
-             {std::pair{1u, false}, std::pair{3u, false}, std::pair{2u, true}}) {
+    for (const unsigned int bits : kImageBits)
+        for (const auto& [factor, shrink] : kScales) {
             SCOPED_TRACE(testing::Message() << bits << " bits, factor " << factor);
-            fnCompare([=](World& world) {
-                CqImage image(150, 100, 24);
-                fnPaintImage(image);
-                if (bits != 24)
-                    image.fnConvert(bits, false, nullptr);
-                const CRect all(0, 0, kWidth, kHeight);
-                const CClientDC dc(&world.m_Wnd);
-                fnBlacken(world, dc.GetDC());
-                image.fnDrawInit(factor, shrink, all, CPoint(7, 9), &world.m_Wnd);
-                EXPECT_TRUE(image.fnDraw(dc.GetDC(), all, 7, 9, false, false));
-                return std::vector<Picture>{world.m_Look()};
-            });
+            fnCompare(fnDrawScaled(bits, factor, shrink));
         }
 }
 
 TEST(Win32Screen, GammaIsTheSameAndSoIsDrawingWithoutIt) {
     for (const bool without : {false, true}) {
         SCOPED_TRACE(without ? "without" : "with gamma");
-        fnCompare([without](World& world) {
-            CqImage image(150, 100, 24);
-            fnPaintImage(image);
-            q32GetDisplayProperty()->fnSetGammaValue(260);
-            const CRect all(0, 0, kWidth, kHeight);
-            const CClientDC dc(&world.m_Wnd);
-            fnBlacken(world, dc.GetDC());
-            image.fnDrawInit(1u, false, all, CPoint(), &world.m_Wnd);
-            EXPECT_TRUE(image.fnDraw(dc.GetDC(), all, 0, 0, without, false));
-            std::vector<Picture> pictures = {world.m_Look()};
-            q32GetDisplayProperty()->fnEnableGamma(true);
-            q32GetDisplayProperty()->fnSetGammaValue(180);
-            return pictures;
-        });
+        fnCompare(fnDrawWithGamma(without));
     }
 }
 
 TEST(Win32Screen, WhatAKeyLeavesOfAnImageIsTheSame) {
-    for (const unsigned int bits : {8u, 16u, 24u, 32u})
-        for (const MERGE_TYPE type : {MERGE_KEY, MERGE_MASK, MERGE_ALPHA}) {
+    for (const unsigned int bits : kImageBits)
+        for (const MERGE_TYPE type : kKeys) {
             SCOPED_TRACE(testing::Message() << bits << " bits, rule " << type);
-            fnCompare([=](World& world) {
-                CqImage image(150, 100, 24);
-                fnPaintImage(image);
-                const CqColor key(0, 0, 0);
-                const CRect hole(20, 15, 60, 40);
-                image.fnFill(key, &hole, false);
-                if (bits != 24)
-                    image.fnConvert(bits, false, nullptr);
-                CqMask mask(150, 100);
-                mask.fnFill(CqColor(255, 255, 255), nullptr, false);
-                mask.fnFill(key, &hole, false);
-                const CRect all(0, 0, kWidth, kHeight);
-                const CClientDC dc(&world.m_Wnd);
-                fnBlacken(world, dc.GetDC());
-                Random random(7);
-                fnMakeCorners(random).fnPut(world, dc.GetDC(), DIB_RGB_COLORS, CPoint(0, 0));
-                image.fnDrawInit(1u, false, all, CPoint(), &world.m_Wnd);
-                image.fnKeyDraw(dc.GetDC(), all, 3, 5, CqMergeParam(type, 0, &mask), false, false);
-                return std::vector<Picture>{world.m_Look()};
-            });
+            fnCompare(fnDrawWithKey(bits, type));
         }
 }
 
@@ -460,12 +492,8 @@ public:
         m_Bitmap = ::CreateDIBSection(m_DC, reinterpret_cast<const BITMAPINFO*>(&header),
                                       DIB_RGB_COLORS, &bytes, nullptr, 0);
         m_Initial = ::SelectObject(m_DC, m_Bitmap);
-        std::vector<RGBQUAD> table;
-        for (const std::uint32_t color : fnGetAllColors())
-            table.push_back({static_cast<BYTE>(color), static_cast<BYTE>(color >> 8),
-                             static_cast<BYTE>(color >> 16), 0});
         if (bits == 8)
-            ::SetDIBColorTable(m_DC, 0, 256, table.data());
+            fnSetColors(fnGetAllColors());
     }
     ~MemoryBitmap() {
         ::SelectObject(m_DC, m_Initial);
@@ -476,6 +504,14 @@ public:
     MemoryBitmap& operator=(const MemoryBitmap&) = delete;
 
     HDC fnGet() const { return m_DC; }
+    /// The colours of a bitmap of 8 bits.
+    void fnSetColors(const std::vector<std::uint32_t>& colors) const {
+        std::vector<RGBQUAD> table;
+        for (const std::uint32_t color : colors)
+            table.push_back({static_cast<BYTE>(color), static_cast<BYTE>(color >> 8),
+                             static_cast<BYTE>(color >> 16), 0});
+        ::SetDIBColorTable(m_DC, 0, static_cast<UINT>(table.size()), table.data());
+    }
 
 private:
     HDC m_DC;
@@ -542,6 +578,104 @@ TEST(Win32Memory, FillsAndInversionsOfEveryDepthAreTheSame) {
             return pictures;
         });
     }
+}
+
+/// The colours that a screen of 256 has while a palette is realized.
+std::vector<std::uint32_t> fnGetRealizedColors(const CPalette& palette) {
+    std::vector<std::uint32_t> colors = fnGetAllColors();
+    colors.resize(20); // the static ones
+    std::vector<PALETTEENTRY> entries(palette.GetEntryCount());
+    palette.GetPaletteEntries(0, palette.GetEntryCount(), entries.data());
+    for (const PALETTEENTRY& entry : entries)
+        colors.push_back(std::uint32_t{entry.peRed} << 16 | std::uint32_t{entry.peGreen} << 8 |
+                         entry.peBlue);
+    return colors;
+}
+
+/// A screen of another depth: a bitmap in memory, which every window is.
+class MemoryScreen final : public CqScreenService {
+public:
+    MemoryScreen(std::shared_ptr<CqScreenService> own, const MemoryBitmap& memory, int bits)
+        : m_pOwn(std::move(own)), m_Memory(memory), m_nBits(bits) {}
+
+    CDC* fnGetDC(CWnd*) override {
+        m_DCs.push_back(q32Win32DC(m_Memory.fnGet(), m_nBits));
+        return m_DCs.back().get();
+    }
+    void fnReleaseDC(CWnd*, CDC* dc) noexcept override {
+        std::erase_if(m_DCs, [dc](const auto& open) { return open.get() == dc; });
+    }
+    int fnSetDIBitsToDevice(CDC* dc, int x, int y, UINT width, UINT height, int sourceX,
+                            int sourceY, UINT startScan, UINT scans, const void* bits,
+                            const BITMAPINFOHEADER* header, UINT use) override {
+        // As if the device realized the palette.
+        if (CPalette* const palette = m_nBits == 8 ? dc->SelectPalette(nullptr, true) : nullptr) {
+            dc->SelectPalette(palette, false);
+            m_Memory.fnSetColors(fnGetRealizedColors(*palette));
+        }
+        return m_pOwn->fnSetDIBitsToDevice(dc, x, y, width, height, sourceX, sourceY, startScan,
+                                           scans, bits, header, use);
+    }
+    std::unique_ptr<CqPaletteObject> fnCreatePalette(const LOGPALETTE& palette) override {
+        return m_pOwn->fnCreatePalette(palette);
+    }
+    void fnPaletteGone(const CPalette& palette) noexcept override {
+        m_pOwn->fnPaletteGone(palette);
+    }
+    std::unique_ptr<CqRegionObject> fnCreateRectRegion(const RECT& rect) override {
+        return m_pOwn->fnCreateRectRegion(rect);
+    }
+    bool fnGetIconTitleFont(LOGFONTA& font) override { return m_pOwn->fnGetIconTitleFont(font); }
+    std::unique_ptr<CqFontObject> fnCreateFont(const LOGFONTA& font) override {
+        return m_pOwn->fnCreateFont(font);
+    }
+    std::unique_ptr<CqBitmapObject> fnCreateCompatibleBitmap(CDC* dc, int width,
+                                                             int height) override {
+        return m_pOwn->fnCreateCompatibleBitmap(dc, width, height);
+    }
+
+private:
+    std::shared_ptr<CqScreenService> m_pOwn;
+    const MemoryBitmap& m_Memory;
+    int m_nBits;
+    std::vector<std::unique_ptr<CDC>> m_DCs;
+};
+
+/// Shows a scene on a library whose screen is a bitmap of that depth.
+std::vector<Picture> fnShowInMemory(const Scene& scene, int bits) {
+    const MemoryBitmap memory(bits);
+    CqPlatform platform = q32Win32Platform(q32Win32Windows());
+    platform.m_pScreen = std::make_shared<MemoryScreen>(platform.m_pScreen, memory, bits);
+    EXPECT_TRUE(q32Attach(platform));
+    std::vector<Picture> pictures;
+    {
+        CqHeadlessWnd window{kPlace};
+        World made{*platform.m_pScreen, window,
+                   [&] { return q32::test::fnCapture(memory.fnGet(), kWidth, kHeight); }};
+        pictures = scene(made);
+    }
+    fnEnd();
+    return pictures;
+}
+
+TEST(Win32Memory, ImagesAreDrawnInEveryDepthAsOnSuchAScreen) {
+    std::vector<std::pair<std::string, Scene>> scenes = {{"with gamma", fnDrawWithGamma(false)},
+                                                         {"without", fnDrawWithGamma(true)}};
+    for (const unsigned int bits : kImageBits) {
+        const std::string image = "image of " + std::to_string(bits);
+        for (const auto& [factor, shrink] : kScales)
+            scenes.emplace_back(image + ", factor " + std::to_string(factor),
+                                fnDrawScaled(bits, factor, shrink));
+        for (const MERGE_TYPE type : kKeys)
+            scenes.emplace_back(image + ", rule " + std::to_string(type),
+                                fnDrawWithKey(bits, type));
+    }
+    for (const int screen : {8, 16, 24, 32})
+        for (const auto& [name, scene] : scenes) {
+            SCOPED_TRACE(testing::Message() << screen << " bits, " << name);
+            const std::vector<Picture> expected = fnShowHeadless(scene, screen);
+            fnExpectSame(expected, fnShowInMemory(scene, screen));
+        }
 }
 
 } // namespace

@@ -1,3 +1,5 @@
+#include "q32Base/framework/CPalette.h"
+#include "q32Base/module/Module.h"
 #include "tests/platforms/Win32TestTools.h"
 
 #include <gtest/gtest.h>
@@ -127,4 +129,49 @@ TEST(Win32Messages, TheLastErrorIsThatOfAFailedService) {
     CqFileInfo info;
     EXPECT_FALSE(services.m_pFiles->fnGetInfo("C:\\no such directory\\a", false, info));
     EXPECT_EQ(services.m_pMessages->fnGetLastError(), DWORD{ERROR_PATH_NOT_FOUND});
+}
+
+/// A device context of the host, which it releases in the end.
+class Win32HostDC : public testing::Test {
+protected:
+    ~Win32HostDC() override { ::DeleteDC(m_Own); }
+
+    const HDC m_Own = ::CreateCompatibleDC(nullptr);
+};
+
+TEST_F(Win32HostDC, ItsTextsAreInTheCodePage) {
+    const auto measure = [this](UINT codePage, const char* text) {
+        SIZE size{};
+        const auto dc = q32Win32DC(m_Own, 0, codePage);
+        EXPECT_TRUE(dc->GetTextExtentPoint32(text, -1, &size));
+        return size.cx;
+    };
+    EXPECT_EQ(measure(CP_UTF8, "\xC3\xA4"), measure(1252, "\xE4"));
+    EXPECT_GT(measure(1252, "\xC3\xA4"), measure(CP_UTF8, "\xC3\xA4")) << "two characters";
+}
+
+TEST_F(Win32HostDC, APaletteThatGoesIsSelectedNowhere) {
+    ASSERT_TRUE(q32Attach(fnServices()));
+    {
+        const auto dc = q32Win32DC(m_Own);
+        const std::unique_ptr<CDC> memory = dc->CreateCompatibleDC();
+        const std::unique_ptr<CDC> other = q32Win32DC(m_Own);
+        LOGPALETTE entry{0x300, 1, {{1, 2, 3, 0}}};
+        CPalette kept;
+        ASSERT_TRUE(kept.CreatePalette(&entry));
+        other->SelectPalette(&kept, false);
+        {
+            CPalette palette;
+            ASSERT_TRUE(palette.CreatePalette(&entry));
+            dc->SelectPalette(&palette, false);
+            memory->SelectPalette(&palette, true);
+            EXPECT_NE(::GetCurrentObject(m_Own, OBJ_PAL), ::GetStockObject(DEFAULT_PALETTE));
+        }
+        EXPECT_EQ(::GetCurrentObject(m_Own, OBJ_PAL), ::GetStockObject(DEFAULT_PALETTE));
+        EXPECT_EQ(dc->SelectPalette(nullptr, true), nullptr);
+        EXPECT_EQ(memory->SelectPalette(nullptr, true), nullptr);
+        EXPECT_EQ(other->SelectPalette(nullptr, true), &kept) << "another one stays";
+    }
+    q32Detach();
+    q32SetMessageService(nullptr);
 }

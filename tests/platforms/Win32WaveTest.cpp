@@ -1,10 +1,13 @@
 /// @file What a driver may do and Wine's doesn't, with other calls in place of the system's.
 
 #include "platforms/win32/CqWin32WaveOut_p.h"
+#include "platforms/win32/Voice_p.h"
+#include "tests/support/Await.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <memory>
 #include <thread>
 
 namespace {
@@ -17,11 +20,12 @@ struct Device {
     static inline int theStillPlaying = 0; ///< closes that fail
     static inline int theClosed = 0;
     static inline bool theRefusing = false; ///< of blocks
+    static inline bool theHolding = false;  ///< it keeps its block
     static inline WAVEHDR* theBlock = nullptr;
     static inline HANDLE theEvent = nullptr;
 
     Device() {
-        theBusy = theRefusing = false;
+        theBusy = theRefusing = theHolding = false;
         theStillPlaying = theClosed = 0;
         theBlock = nullptr;
     }
@@ -30,7 +34,7 @@ struct Device {
         calls.m_Open = fnOpen;
         calls.m_Close = fnClose;
         calls.m_Prepare = fnAccept;
-        calls.m_Unprepare = fnAccept;
+        calls.m_Unprepare = fnUnprepare;
         calls.m_Write = fnWrite;
         calls.m_Pause = calls.m_Restart = fnGoOn;
         calls.m_Reset = fnReset;
@@ -54,6 +58,9 @@ private:
         return MMSYSERR_NOERROR;
     }
     static MMRESULT WINAPI fnAccept(HWAVEOUT, LPWAVEHDR, UINT) { return MMSYSERR_NOERROR; }
+    static MMRESULT WINAPI fnUnprepare(HWAVEOUT, LPWAVEHDR, UINT) {
+        return theHolding ? MMRESULT{WAVERR_STILLPLAYING} : MMRESULT{MMSYSERR_NOERROR};
+    }
     static MMRESULT WINAPI fnWrite(HWAVEOUT, LPWAVEHDR block, UINT) {
         theBlock = block;
         return theRefusing ? MMSYSERR_NOMEM : MMSYSERR_NOERROR;
@@ -105,14 +112,38 @@ TEST_F(Win32Wave, ADeviceThatStillPlaysIsClosedALittleLater) {
     EXPECT_EQ(m_Header.dwFlags, DWORD{WHDR_PREPARED | WHDR_DONE});
 }
 
-TEST_F(Win32Wave, ADeviceThatNeverStopsIsGivenUp) {
+TEST_F(Win32Wave, ADeviceThatNeverStopsIsGivenUpUntilItDoes) {
     auto device = fnOpen();
     ASSERT_NE(device, nullptr);
     Device::theStillPlaying = 1000000;
     device.reset();
     EXPECT_EQ(Device::theClosed, 0);
-    EXPECT_NE(::SetEvent(Device::theEvent), 0) << "the event that it may still set stays";
-    ::CloseHandle(Device::theEvent);
+    const HANDLE event = Device::theEvent;
+    EXPECT_NE(::SetEvent(event), 0) << "the event that it may still set stays";
+    ASSERT_NE(fnOpen(), nullptr) << "nobody waits for it again";
+    EXPECT_EQ(Device::theClosed, 0);
+    Device::theStillPlaying = 0;
+    device = fnOpen();
+    EXPECT_EQ(Device::theClosed, 2) << "and the one opened in between";
+}
+
+TEST_F(Win32Wave, AHeaderThatTheDriverHoldsOutlivesItsDevice) {
+    auto voice = q32::win32::Voice::fnOpen(Device::fnGetCalls(), kFormat,
+                                           [this](WAVEHDR&) { ++m_nReports; });
+    const std::weak_ptr<q32::win32::Voice> seen = voice;
+    ASSERT_TRUE(voice && voice->fnPrepare(m_Header) && voice->fnWrite(m_Header));
+    Device::theHolding = true;
+    voice->fnClose();
+    EXPECT_EQ(m_Header.dwFlags, DWORD{WHDR_PREPARED | WHDR_DONE}) << "the host has its own";
+    voice.reset();
+    EXPECT_EQ(Device::theClosed, 0) << "a device isn't closed over a block";
+    EXPECT_FALSE(fnAwait([&] { return seen.expired(); }, [] {}, std::chrono::milliseconds(50)));
+    Device::fnEndBlock(); // as the driver does at last
+    Device::theHolding = false;
+    const auto device = fnOpen();
+    EXPECT_EQ(Device::theClosed, 1);
+    EXPECT_TRUE(fnAwait([&] { return seen.expired(); })) << "then nothing stays";
+    EXPECT_EQ(m_nReports, 0);
 }
 
 TEST_F(Win32Wave, ABlockThatTheDeviceRefusesIsAsBefore) {

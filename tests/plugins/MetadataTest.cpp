@@ -314,6 +314,23 @@ TEST_F(PictureMetadata, SegmentsOfAJpegThatNoBlockHoldsAreNamed) {
     EXPECT_EQ(m_Read.m_Iptc, fnBytes("xyz"));
 }
 
+TEST_F(PictureMetadata, PartsOfAJpegAreNamedToAHostThatDoesNotAskForThem) {
+    const auto parts = [&](const std::vector<std::pair<int, Bytes>>& segments) {
+        fnPutSegments(segments);
+        return fnRead().m_nParts;
+    };
+    const std::pair exif(0xE1, fnBytes(std::string_view("Exif\0\0II", 8)));
+    const std::pair profile(0xE2, fnPiece(1, 1, "abc"));
+    const std::pair pages(0xE2, fnBytes(std::string_view("MPF\0", 4)));
+    EXPECT_EQ(parts({exif}), PICTURE_PART_NOTES);
+    EXPECT_EQ(parts({profile}), PICTURE_PART_PROFILE);
+    EXPECT_EQ(parts({pages}), PICTURE_PART_PAGES);
+    EXPECT_EQ(parts({{0xED, fnBytes("anything")}}), PICTURE_PART_NOTES);
+    EXPECT_EQ(parts({exif, profile, pages}),
+              unsigned{PICTURE_PART_NOTES | PICTURE_PART_PROFILE | PICTURE_PART_PAGES});
+    EXPECT_EQ(parts({{0xE5, fnBytes("anything")}}), 0u);
+}
+
 TEST_F(PictureMetadata, ResourcesThatAreCutOffYieldNothing) {
     using namespace std::string_view_literals;
     const Bytes resource = fnBytes("8BIM\x04\x04\0\0\0\0\0\x04test"sv);
@@ -330,6 +347,7 @@ TEST_F(PictureMetadata, InkColoursOfAJpegAreNamedApart) {
     jpeg.m_Samples.assign(8 * 8 * 4, 40);
     fnPut(jpeg.fnMake());
     EXPECT_EQ(fnReadAll().m_nParts, PICTURE_PART_CHANNELS);
+    EXPECT_EQ(fnRead().m_nParts, PICTURE_PART_CHANNELS);
 }
 
 TEST_F(PictureMetadata, ExifThatIsCutOffAnywhereHasNoOrientationAndIsNotTouched) {

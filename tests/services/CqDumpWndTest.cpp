@@ -48,7 +48,7 @@ TEST_F(DumpWnd, ASecondWindowIsNotCreated) {
     const CqHeadlessDumpView* view = fnView();
     EXPECT_TRUE(q32CreateDumpWnd());
     EXPECT_EQ(fnView(), view);
-    EXPECT_EQ(fnDesk().m_Create.fnGetCount(), 1u);
+    EXPECT_EQ(fnGetDesk().m_Create.fnGetCount(), 1u);
 }
 
 TEST_F(DumpWnd, DestroyingWithoutAWindowDoesNothing) {
@@ -158,14 +158,14 @@ TEST_F(DumpWnd, EachByteOfALongLogIsHandedToTheWindowOnce) {
     const std::uint64_t bytes = 10 * 1024 * 1024;
     while (dump.m_nLength < bytes)
         dump << line.c_str() << "\n";
-    EXPECT_EQ(fnDesk().m_nTextBytes, dump.m_nLength);
-    EXPECT_EQ(fnDesk().m_SetText.fnGetCount(), 1u);
+    EXPECT_EQ(fnGetDesk().m_nTextBytes, dump.m_nLength);
+    EXPECT_EQ(fnGetDesk().m_SetText.fnGetCount(), 1u);
     EXPECT_TRUE(view.fnGetText() == dump.fnGetText());
 }
 
 TEST_F(DumpWnd, AWindowThatCannotAppendGetsTheCompleteTextEachTime) {
     CqHeadlessDumpView& view = fnOpen();
-    fnDesk().m_bAppends = false;
+    fnGetDesk().m_bAppends = false;
     OpenDumpBin dump;
     std::uint64_t bytes = 0;
     for (int i = 0; i < 50; ++i) {
@@ -173,21 +173,21 @@ TEST_F(DumpWnd, AWindowThatCannotAppendGetsTheCompleteTextEachTime) {
         bytes += dump.m_nLength;
         EXPECT_EQ(view.fnGetText(), dump.fnGetText());
     }
-    EXPECT_EQ(fnDesk().m_nTextBytes, bytes);
+    EXPECT_EQ(fnGetDesk().m_nTextBytes, bytes);
 }
 
 TEST_F(DumpWnd, AWindowWithoutMemoryCatchesUpAtTheNextOutput) {
     CqHeadlessDumpView& view = fnOpen();
     OpenDumpBin dump;
     dump << "one ";
-    fnDesk().m_AppendText.fnFail();
+    fnGetDesk().m_AppendText.fnFail();
     dump << "two ";
     EXPECT_EQ(view.fnGetText(), "one ") << "the stream goes on";
     EXPECT_EQ(dump.fnGetText(), "one two ");
     dump << "three";
     EXPECT_EQ(view.fnGetText(), "one two three");
     dump.fnClear();
-    fnDesk().m_SetText.fnFail();
+    fnGetDesk().m_SetText.fnFail();
     dump << "new ";
     EXPECT_EQ(view.fnGetText(), "");
     dump << "text";
@@ -207,21 +207,21 @@ TEST_F(DumpWnd, AlwaysOnTopIsSwitchedInTheMenu) {
 }
 
 TEST_F(DumpWnd, AWindowThatCannotBeCreatedIsReportedOnlyByTheResult) {
-    fnDesk().m_Create.fnFail();
+    fnGetDesk().m_Create.fnFail();
     EXPECT_FALSE(q32CreateDumpWnd());
-    EXPECT_TRUE(fnBoxes().empty());
+    EXPECT_TRUE(fnGetBoxes().empty());
     EXPECT_EQ(fnView(), nullptr);
     EXPECT_TRUE(q32CreateDumpWnd());
 }
 
 TEST_F(DumpWnd, APartThatCannotBeCreatedIsReportedByAMessage) {
-    for (CqHeadlessCalls* calls : {&fnDesk().m_CreateText, &fnDesk().m_CreateStatusBar}) {
+    for (CqHeadlessCalls* calls : {&fnGetDesk().m_CreateText, &fnGetDesk().m_CreateStatusBar}) {
         m_World->m_pMessages->fnClearBoxes();
         calls->fnFail();
         EXPECT_FALSE(q32CreateDumpWnd());
         EXPECT_EQ(fnView(), nullptr);
-        ASSERT_EQ(fnBoxes().size(), 1u);
-        EXPECT_EQ(fnBoxes()[0].m_szText, kMemoryText);
+        ASSERT_EQ(fnGetBoxes().size(), 1u);
+        EXPECT_EQ(fnGetBoxes()[0].m_szText, kMemoryText);
         EXPECT_EQ(m_World->fnGetSettings(), std::nullopt) << "it was never a window";
     }
     EXPECT_TRUE(q32CreateDumpWnd());
@@ -245,7 +245,7 @@ TEST_F(DumpWnd, WithoutTheFontTheWindowIsStillCreated) {
         calls->fnFail();
         EXPECT_EQ(fnOpen().fnGetFont().fnGetMetrics().tmHeight, 11);
         EXPECT_TRUE(fnView()->fnIsShown());
-        EXPECT_TRUE(fnBoxes().empty());
+        EXPECT_TRUE(fnGetBoxes().empty());
     }
     fnView()->fnSetFont(CFont());
     EXPECT_EQ(fnView()->fnGetFont().fnGetMetrics().tmHeight, 11) << "no font is passed over";
@@ -260,8 +260,8 @@ TEST_F(DumpWnd, CreatingWithoutMemoryShowsAMessageAndLeavesNoWindow) {
         failure.fnEnd();
         refused += created ? 0 : 1;
         EXPECT_EQ(fnView() != nullptr, created);
-        ASSERT_EQ(fnBoxes().size(), created ? 0u : 1u);
-        EXPECT_TRUE(created || fnBoxes()[0].m_szText == kMemoryText);
+        ASSERT_EQ(fnGetBoxes().size(), created ? 0u : 1u);
+        EXPECT_TRUE(created || fnGetBoxes()[0].m_szText == kMemoryText);
         q32DestroyDumpWnd();
     });
     EXPECT_GT(refused, 4u);
@@ -280,7 +280,8 @@ TEST_F(DumpWnd, DestroyingWithoutMemoryLosesOnlyTheLayout) {
 
 namespace {
 
-/// A view with the mandatory functions only, which runs out of memory when asked for its position.
+/// A view with the mandatory functions only, which runs out of memory when it is to report its
+/// position.
 class BareView : public CqDumpView {
 public:
     BareView(std::string& text, CqDumpViewEvents& events) : m_Text(text), m_Events(events) {}

@@ -150,7 +150,7 @@ TEST_F(DumpLayout, ALongFolderIsReadCompletely) {
     const std::string folder = "C:\\" + std::string(250, 'a') + "\\" + std::string(260, 'b') + "\\";
     fnOpen("PrefDir=" + folder + "\r\n");
     EXPECT_TRUE(fnView()->fnChoose(16));
-    EXPECT_EQ(fnDesk().fnGetSaveDialogs().back().m_Folder, folder);
+    EXPECT_EQ(fnGetDesk().fnGetSaveDialogs().back().m_Folder, folder);
     q32DestroyDumpWnd();
     EXPECT_EQ(fnSetting("PrefDir"), folder);
 }
@@ -162,7 +162,7 @@ TEST_F(DumpLayout, AnUnwritableFolderIsHarmless) {
     m_World->m_pFiles->m_UpdateText.fnFail(1, CqHeadlessCalls::kForever);
     q32DestroyDumpWnd();
     EXPECT_EQ(fnView(), nullptr);
-    EXPECT_TRUE(fnBoxes().empty());
+    EXPECT_TRUE(fnGetBoxes().empty());
     EXPECT_EQ(fnSetting("Layout"), "1,2,103,204");
 }
 

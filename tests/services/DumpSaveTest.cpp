@@ -16,10 +16,10 @@ protected:
         m_Dump << "what is shown\n";
     }
     void fnSaveAs(std::optional<std::string> name) {
-        fnDesk().fnAnswerSave(std::move(name));
+        fnGetDesk().fnAnswerSave(std::move(name));
         EXPECT_TRUE(fnView()->fnChoose(kSave));
     }
-    const CqHeadlessSaveDialog& fnDialog() const { return fnDesk().fnGetSaveDialogs().back(); }
+    const CqHeadlessSaveDialog& fnDialog() const { return fnGetDesk().fnGetSaveDialogs().back(); }
     std::string fnFile(const char* name) const {
         return m_World->m_pDisks->fnGetFile(name).value_or("(none)");
     }
@@ -36,7 +36,7 @@ TEST_F(DumpSave, TheDialogSelectsATextFile) {
     EXPECT_EQ(fnDialog().m_Filters, (std::vector<std::pair<std::string, std::string>>{
                                         {"Plain Text File (txt)", "*.txt"}}));
     EXPECT_EQ(fnDialog().m_Folder, std::nullopt);
-    EXPECT_TRUE(fnBoxes().empty()) << "cancelled: nothing happens";
+    EXPECT_TRUE(fnGetBoxes().empty()) << "cancelled: nothing happens";
 }
 
 TEST_F(DumpSave, TheTextOfTheWindowIsSaved) {
@@ -72,10 +72,11 @@ TEST_F(DumpSave, AFileInUseIsReportedByMessage7) {
         m_World->m_pMessages->fnClearBoxes();
         m_World->m_pDisks->fnFailCreate("C:\\log.txt", cause);
         fnSaveAs("C:\\log.txt");
-        ASSERT_EQ(fnBoxes().size(), 1u);
-        EXPECT_EQ(fnBoxes()[0].m_szText, "Unable to open the file [C:\\log.txt] that is accessed "
-                                         "by the other programs.");
-        EXPECT_EQ(fnBoxes()[0].fnGetIcon(), MB_ICONHAND);
+        ASSERT_EQ(fnGetBoxes().size(), 1u);
+        EXPECT_EQ(fnGetBoxes()[0].m_szText,
+                  "Unable to open the file [C:\\log.txt] that is accessed "
+                  "by the other programs.");
+        EXPECT_EQ(fnGetBoxes()[0].fnGetIcon(), MB_ICONHAND);
     }
 }
 
@@ -83,16 +84,16 @@ TEST_F(DumpSave, AFileOpenedElsewhereIsInUse) {
     m_World->m_pDisks->fnPutFile("C:\\log.txt", "theirs");
     const CFile theirs("C:\\log.txt", CFile::modeRead | CFile::shareDenyNone);
     fnSaveAs("C:\\log.txt");
-    ASSERT_EQ(fnBoxes().size(), 1u);
-    EXPECT_NE(fnBoxes()[0].m_szText.find("accessed by the other programs"), std::string::npos);
+    ASSERT_EQ(fnGetBoxes().size(), 1u);
+    EXPECT_NE(fnGetBoxes()[0].m_szText.find("accessed by the other programs"), std::string::npos);
     EXPECT_EQ(fnFile("C:\\log.txt"), "theirs");
 }
 
 TEST_F(DumpSave, AnyOtherFailureIsReportedByMessage5) {
     const auto wants = [&](const char* what, const std::string& name = "C:\\log.txt") {
-        ASSERT_EQ(fnBoxes().size(), 1u) << what;
-        EXPECT_EQ(fnBoxes()[0].m_szText, "Unable to save the file [" + name + "].") << what;
-        EXPECT_EQ(fnBoxes()[0].fnGetIcon(), MB_ICONHAND) << what;
+        ASSERT_EQ(fnGetBoxes().size(), 1u) << what;
+        EXPECT_EQ(fnGetBoxes()[0].m_szText, "Unable to save the file [" + name + "].") << what;
+        EXPECT_EQ(fnGetBoxes()[0].fnGetIcon(), MB_ICONHAND) << what;
         m_World->m_pMessages->fnClearBoxes();
     };
     for (int cause = 1; cause <= 14; ++cause) {
@@ -125,7 +126,7 @@ TEST_F(DumpSave, AFailedSaveLeavesTheFolderUnchanged) {
 TEST_F(DumpSave, WithoutMemoryMessage1IsShown) {
     std::size_t notified = 0;
     for (std::size_t nth = 1;; ++nth) {
-        fnDesk().fnAnswerSave("C:\\Temp\\a file with a long name.txt");
+        fnGetDesk().fnAnswerSave("C:\\Temp\\a file with a long name.txt");
         m_World->m_pMessages->fnClearBoxes();
         CqAllocationFailure failure(nth);
         EXPECT_TRUE(fnView()->fnChoose(kSave));
@@ -133,10 +134,10 @@ TEST_F(DumpSave, WithoutMemoryMessage1IsShown) {
         failure.fnEnd();
         if (!failed)
             break;
-        ASSERT_LE(fnBoxes().size(), 1u) << nth;
-        if (!fnBoxes().empty()) {
+        ASSERT_LE(fnGetBoxes().size(), 1u) << nth;
+        if (!fnGetBoxes().empty()) {
             ++notified;
-            EXPECT_EQ(fnBoxes()[0].m_szText.substr(0, 20), "Insufficient memory.") << nth;
+            EXPECT_EQ(fnGetBoxes()[0].m_szText.substr(0, 20), "Insufficient memory.") << nth;
         }
     }
     EXPECT_GT(notified, 5u);
@@ -144,7 +145,7 @@ TEST_F(DumpSave, WithoutMemoryMessage1IsShown) {
 }
 
 TEST_F(DumpSave, AWindowMayBeDestroyedWhileItsDialogIsOpen) {
-    fnDesk().m_OnSaveDialog = [](const CqHeadlessSaveDialog&) {
+    fnGetDesk().m_OnSaveDialog = [](const CqHeadlessSaveDialog&) {
         q32DestroyDumpWnd();
         CqDumpBin other;
         other << "to nobody";
@@ -152,7 +153,7 @@ TEST_F(DumpSave, AWindowMayBeDestroyedWhileItsDialogIsOpen) {
         other << ", to the new one";
     };
     fnSaveAs("C:\\log.txt");
-    fnDesk().m_OnSaveDialog = nullptr;
+    fnGetDesk().m_OnSaveDialog = nullptr;
     EXPECT_EQ(fnFile("C:\\log.txt"), "what is shown\r\n");
     ASSERT_NE(fnView(), nullptr);
     EXPECT_EQ(fnView()->fnGetText(), "to nobody, to the new one");
@@ -161,22 +162,22 @@ TEST_F(DumpSave, AWindowMayBeDestroyedWhileItsDialogIsOpen) {
 }
 
 TEST_F(DumpSave, ALibraryThatIsStoppedWhileADialogIsOpenSavesNothing) {
-    fnDesk().m_OnSaveDialog = [](const CqHeadlessSaveDialog&) { q32Detach(); };
+    fnGetDesk().m_OnSaveDialog = [](const CqHeadlessSaveDialog&) { q32Detach(); };
     fnSaveAs("C:\\log.txt");
-    fnDesk().m_OnSaveDialog = nullptr;
+    fnGetDesk().m_OnSaveDialog = nullptr;
     EXPECT_EQ(fnFile("C:\\log.txt"), "(none)");
     EXPECT_EQ(fnView(), nullptr);
-    EXPECT_TRUE(fnBoxes().empty());
+    EXPECT_TRUE(fnGetBoxes().empty());
     ASSERT_TRUE(q32Attach(m_World->fnPlatform()));
 }
 
 TEST_F(DumpSave, AWindowMayBeClosedWhileItsDialogIsOpen) {
-    fnDesk().m_OnSaveDialog = [this](const CqHeadlessSaveDialog&) {
+    fnGetDesk().m_OnSaveDialog = [this](const CqHeadlessSaveDialog&) {
         fnView()->fnClose();
         fnView()->fnClose();
     };
     fnSaveAs("C:\\log.txt");
-    fnDesk().m_OnSaveDialog = nullptr;
+    fnGetDesk().m_OnSaveDialog = nullptr;
     EXPECT_EQ(fnFile("C:\\log.txt"), "what is shown\r\n");
     EXPECT_EQ(fnView(), nullptr);
 }

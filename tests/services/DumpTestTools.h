@@ -42,6 +42,8 @@ protected:
         return *fnView();
     }
     CqHeadlessDumpView* fnView() const { return m_World->m_pWindows->fnGetDumpView(); }
-    CqHeadlessDumpDesk& fnDesk() const { return *m_World->m_pWindows->m_pDump; }
-    const std::vector<CqHeadlessBox>& fnBoxes() const { return m_World->m_pMessages->fnGetBoxes(); }
+    CqHeadlessDumpDesk& fnGetDesk() const { return *m_World->m_pWindows->m_pDump; }
+    const std::vector<CqHeadlessBox>& fnGetBoxes() const {
+        return m_World->m_pMessages->fnGetBoxes();
+    }
 };

@@ -15,14 +15,14 @@ namespace {
 constexpr std::size_t kPixel = 4;
 constexpr unsigned char kOpaque = 255;
 
-Weights fnWeighAll() {
+Weights fnWeightAll() {
     return [](std::vector<unsigned char>& row, std::uint32_t) {
         for (std::size_t i = 0; i < row.size(); i += kPixel)
             row[i] = kOpaque;
     };
 }
 
-Weights fnWeighByKey(const CqColor& key) {
+Weights fnWeightByKey(const CqColor& key) {
     return [key](std::vector<unsigned char>& row, std::uint32_t) {
         for (std::size_t i = 0; i < row.size(); i += kPixel)
             row[i] =
@@ -33,7 +33,7 @@ Weights fnWeighByKey(const CqColor& key) {
 }
 
 /// @param mask  outlives the weights; as large as the upper picture
-Weights fnWeighByMask(const CqImage& mask) {
+Weights fnWeightByMask(const CqImage& mask) {
     return [&mask, greys = std::vector<unsigned char>(mask.Width)](std::vector<unsigned char>& row,
                                                                    std::uint32_t y) mutable {
         if (!q32ReadPixels(mask,
@@ -73,15 +73,15 @@ void fnMerge(CqImage& image, const Words& words, Session& session) {
     fnReadFile(words.fnGetText("OVER"), over, session);
     Weights weights; // none: the picture's own alpha
     if (rule == "all")
-        weights = fnWeighAll();
+        weights = fnWeightAll();
     if (rule == "key")
-        weights = fnWeighByKey(words.fnGetColor("key"));
+        weights = fnWeightByKey(words.fnGetColor("key"));
     if (rule == "mask") {
         fnReadFile(words.fnGetText("mask"), mask, session);
         if (mask.Width != over.Width || mask.Height != over.Height)
             throw Failure{words.fnGetText("mask") + ": isn't as large as " +
                           words.fnGetText("OVER")};
-        weights = fnWeighByMask(mask);
+        weights = fnWeightByMask(mask);
     }
     fnMakeTrueColor(image, session);
     session.fnGetProgress().fnBegin("merge");

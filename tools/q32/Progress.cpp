@@ -14,6 +14,7 @@ namespace {
 /// Rows of a picture come by the million in a second; a look at the keyboard takes two calls of the
 /// system.
 constexpr std::chrono::milliseconds kLookEvery{20};
+constexpr std::chrono::milliseconds kTrimEvery{1};
 constexpr int kSignalBase = 128;
 
 } // namespace
@@ -67,6 +68,10 @@ bool Progress::fnIsAborted() const {
 bool Progress::fnPoll() {
     m_bStopped = fnIsAborted();
     const Clock::time_point now = Clock::now();
+    if (m_Trim && now >= m_NextTrim) {
+        m_Trim();
+        m_NextTrim = now + kTrimEvery;
+    }
     if (m_bStopped || now < m_NextLook)
         return m_bStopped;
     m_NextLook = now + kLookEvery;

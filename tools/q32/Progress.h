@@ -7,7 +7,9 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <utility>
 
 namespace tool {
 
@@ -25,6 +27,9 @@ public:
     ~Progress() override { fnClearStatus(); }
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
+
+    /// Has `trim` called about every millisecond, as work reports how far it is.
+    void fnSetTrim(std::function<void()> trim) { m_Trim = std::move(trim); }
 
     /// Starts a piece of work, named in the line.
     void fnBegin(std::string what);
@@ -52,6 +57,8 @@ private:
     std::string m_szWhat;
     mutable bool m_bDrawn = false;
     Clock::time_point m_NextLook; ///< at the keyboard
+    std::function<void()> m_Trim;
+    Clock::time_point m_NextTrim;
 };
 
 } // namespace tool

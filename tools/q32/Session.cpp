@@ -22,6 +22,9 @@ constexpr unsigned int kUsualShare = 50;
 /// A decoder gets this part of the memory that the user allows, and at least so much.
 constexpr std::uint64_t kCodecPart = 4;
 constexpr std::uint64_t kMinCodecBytes = std::uint64_t{16} << 20;
+/// Scratch files may be mapped up to this part of it, and at least so far.
+constexpr std::uint64_t kMappedPart = 32;
+constexpr std::uint64_t kMinMappedBytes = std::uint64_t{8} << 20;
 
 CqPlatform fnMakePlatform(const std::function<void(CqPlatform&)>& prepare) {
     CqPosixOptions options;
@@ -43,27 +46,30 @@ void fnRequireFolder(const std::string& folder) {
 
 } // namespace
 
+Session::Attachment::Attachment(const CqPlatform& platform) {
+    if (!q32Attach(platform))
+        throw Failure{"the library can't be started"};
+}
+
+Session::Attachment::~Attachment() {
+    q32Detach();
+}
+
 Session::Session(const Words& common, const std::function<void(CqPlatform& platform)>& prepare)
     : m_Common(common), m_Progress(m_Keys, common.fnHas("quiet")) {
     m_Progress.fnRequire();
-    if (!q32Attach(fnMakePlatform(prepare)))
-        throw Failure{"the library can't be started"};
-    m_bAttached = true;
-    try {
-        if (common.fnHas("scratch"))
-            fnSetScratchFolders(common.fnGetText("scratch"));
-        fnLimitMemory();
-        // What a killed run left behind.
-        q32PosixSweepScratchFiles(fnListScratchFolders());
-    } catch (...) {
-        q32Detach();
-        throw;
+    const CqPlatform platform = fnMakePlatform(prepare);
+    if (common.fnHas("memory")) {
+        const std::uint64_t bytes = fnParseBytes(common.fnGetText("memory")).value();
+        q32PosixLimitViews(platform, std::max(bytes / kMappedPart, kMinMappedBytes));
+        m_Progress.fnSetTrim([platform] { q32PosixTrimViews(platform); });
     }
-}
-
-Session::~Session() {
-    if (m_bAttached)
-        q32Detach();
+    m_Attachment.emplace(platform);
+    if (common.fnHas("scratch"))
+        fnSetScratchFolders(common.fnGetText("scratch"));
+    fnLimitMemory();
+    // What a killed run left behind.
+    q32PosixSweepScratchFiles(fnListScratchFolders());
 }
 
 /// The settings' percentage is computed in 32 bits by the library, and refers to the machine; here

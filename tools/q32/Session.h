@@ -10,6 +10,7 @@
 #include "tools/q32/Texts.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,7 +25,6 @@ public:
     /// Throws Failure, and Interrupted for a signal that came before.
     explicit Session(const Words& common,
                      const std::function<void(CqPlatform& platform)>& prepare = nullptr);
-    ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
@@ -41,11 +41,20 @@ public:
     void fnReport(const std::string& text);
 
 private:
+    /// Attaches the library for as long as it exists.
+    class Attachment {
+    public:
+        explicit Attachment(const CqPlatform& platform);
+        ~Attachment();
+        Attachment(const Attachment&) = delete;
+        Attachment& operator=(const Attachment&) = delete;
+    };
+
     const Words& m_Common;
     Keys m_Keys;
     Progress m_Progress;
     CqPictureLimits m_Limits;
-    bool m_bAttached = false;
+    std::optional<Attachment> m_Attachment;
 };
 
 /// Runs `work` and reports exhausted memory as a Failure that names what was done, with the room in

@@ -2,8 +2,8 @@
 #include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Document.h"
 #include "examples/darkroom/model/FileExtras.h"
-#include "examples/darkroom/model/Orientation.h"
 #include "examples/darkroom/model/Progress.h"
+#include "examples/darkroom/model/RotateUpright.h"
 
 #include <utility>
 
@@ -57,12 +57,12 @@ Outcome Document::fnOpen(const std::string& path, CqProgressDisplay* progress, b
         limits.m_bPartial = partial;
         limits.m_bDither = true;
         SpanProgress reading(progress, 0, kPictureRead);
-        SpanProgress turning(progress, kPictureRead, 100);
+        SpanProgress rotating(progress, kPictureRead, 100);
         PictureProgress pictureProgress(&reading);
         Outcome outcome = q32ReadPicture(path.c_str(), fresh, metadata, limits, &pictureProgress);
         if (!outcome.fnIsDone())
             return outcome;
-        if (!fnTurnUpright(fresh, metadata.m_nOrientation, &turning))
+        if (!fnRotateUpright(fresh, metadata.m_nOrientation, &rotating))
             return fnStop();
         metadata.m_nOrientation = 1;
         m_nExtras = fnFindMissing(outcome);

@@ -8,7 +8,7 @@ namespace darkroom {
 /// Bytes of the largest block of pixels that there is space for, in RAM or on a scratch disk.
 std::uint64_t fnFindRoom();
 
-/// Whether a failure may be for want of space: there is less than an edit of a picture can need.
+/// Whether a failure may be for lack of space: there is less than an edit of a picture can need.
 /// @param bytes  of the picture
 bool fnIsRoomShort(std::uint64_t bytes);
 

@@ -21,7 +21,7 @@ QString fnShowPath(const QString& path) {
     return QDir::toNativeSeparators(path);
 }
 
-QString fnTellUnread(const QFileInfo& file) {
+QString fnDescribeUnread(const QFileInfo& file) {
     const QString path = fnShowPath(file.filePath());
     if (!file.exists())
         return QObject::tr("%1 does not exist.").arg(path);
@@ -32,7 +32,7 @@ QString fnTellUnread(const QFileInfo& file) {
     return QObject::tr("%1 can't be read.").arg(path);
 }
 
-QString fnTellUnsaved(const QFileInfo& file, std::uint64_t bytes) {
+QString fnDescribeUnsaved(const QFileInfo& file, std::uint64_t bytes) {
     const QString name = file.fileName();
     const QFileInfo folder(file.absolutePath());
     const QString place = fnShowPath(folder.filePath());
@@ -46,7 +46,7 @@ QString fnTellUnsaved(const QFileInfo& file, std::uint64_t bytes) {
     const auto free = static_cast<std::uint64_t>(std::max<qint64>(0, disk.bytesAvailable()));
     if (free < bytes)
         return QObject::tr("%1 isn't saved: the disk of %2 has only %3 left.")
-            .arg(name, place, fnTellSize(free));
+            .arg(name, place, fnFormatSize(free));
     return QObject::tr("%1 can't be saved in %2.").arg(name, place);
 }
 
@@ -62,15 +62,15 @@ QString fnListFormats(bool writing) {
     return formats.join(", ");
 }
 
-QString fnTellFull() {
+QString fnDescribeFull() {
     const CqVMPolicy& policy = *q32GetVMPolicy();
     QStringList lines{
         QObject::tr("There is no room left for pictures."),
         QString(),
         policy.fnGetRamBound() == kNoMemoryLimit
-            ? QObject::tr("Memory: %1 in use").arg(fnTellSize(policy.fnGetRamBytes()))
+            ? QObject::tr("Memory: %1 in use").arg(fnFormatSize(policy.fnGetRamBytes()))
             : QObject::tr("Memory: %1 of %2 in use")
-                  .arg(fnTellSize(policy.fnGetRamBytes()), fnTellSize(policy.fnGetRamBound())),
+                  .arg(fnFormatSize(policy.fnGetRamBytes()), fnFormatSize(policy.fnGetRamBound())),
     };
     for (unsigned int i = 0; i < CqVMPolicy::kDisks; ++i) {
         if (!policy.fnIsDiskEnabled(i))
@@ -79,7 +79,7 @@ QString fnTellFull() {
         policy.fnGetDiskFreeSpace(i, free);
         lines << QObject::tr("Scratch disk %1: %2 free")
                      .arg(QFile::decodeName(static_cast<const char*>(policy.fnGetDisk(i))),
-                          fnTellSize(free.QuadPart));
+                          fnFormatSize(free.QuadPart));
     }
     if (lines.size() == 3)
         lines << QObject::tr("No scratch disk is in use");
@@ -88,7 +88,7 @@ QString fnTellFull() {
     return lines.join('\n');
 }
 
-QString fnTellFailure(const Outcome& outcome, std::uint64_t bytes) {
+QString fnDescribeFailure(const Outcome& outcome, std::uint64_t bytes) {
     const QFileInfo file(QFile::decodeName(static_cast<const char*>(outcome.m_strPath)));
     const QString path = fnShowPath(file.filePath());
     if (const char* const limit = q32GetPictureLimitText(outcome.m_eLimit))
@@ -97,12 +97,12 @@ QString fnTellFailure(const Outcome& outcome, std::uint64_t bytes) {
     case MESSAGE_NONE:
         return {};
     case MESSAGE_NO_MEMORY:
-        return fnTellFull();
+        return fnDescribeFull();
     case MESSAGE_CANNOT_OPEN:
     case MESSAGE_CANNOT_READ:
-        return fnTellUnread(file);
+        return fnDescribeUnread(file);
     case MESSAGE_CANNOT_SAVE:
-        return fnTellUnsaved(file, bytes);
+        return fnDescribeUnsaved(file, bytes);
     case MESSAGE_CORRUPTED:
         return QObject::tr(
                    "%1 is damaged or incomplete. File > Open Damaged shows as much of it as "
@@ -123,7 +123,7 @@ QString fnTellFailure(const Outcome& outcome, std::uint64_t bytes) {
 
 void fnShowFailure(const Outcome& outcome, std::uint64_t bytes) {
     const bool shown = q32::fnTryMemory([&] {
-        if (const QString text = fnTellFailure(outcome, bytes); !text.isEmpty())
+        if (const QString text = fnDescribeFailure(outcome, bytes); !text.isEmpty())
             q32ShowMsgStr(text.toLocal8Bit().constData(), MB_OK | MB_ICONEXCLAMATION);
     });
     if (!shown)

@@ -1,4 +1,4 @@
-/// @file What a failure tells the user.
+/// @file What the user reads about a failure.
 #pragma once
 
 #include "examples/darkroom/model/Outcome.h"
@@ -11,12 +11,12 @@ namespace darkroom {
 /// Names the file, the cause as far as it can be found out, and what can be done about it. Empty
 /// for an outcome without a message.
 /// @param bytes  of the picture that was to be saved; 0 when none was
-QString fnTellFailure(const Outcome& outcome, std::uint64_t bytes = 0);
+QString fnDescribeFailure(const Outcome& outcome, std::uint64_t bytes = 0);
 
 /// What is full: memory and scratch disks, by name.
-QString fnTellFull();
+QString fnDescribeFull();
 
-/// Shows what `fnTellFailure` says, or the library's own message when memory is exhausted.
+/// Shows what `fnDescribeFailure` says, or the library's own message when memory is exhausted.
 void fnShowFailure(const Outcome& outcome, std::uint64_t bytes = 0);
 
 /// The formats of pictures that can be read or written, with their extensions.

@@ -286,7 +286,7 @@ void MainWindow::fnUpdateStatus() {
     for (unsigned int i = 0; i < CqVMPolicy::kDisks; ++i)
         onDisk += policy.fnGetDiskUsage(i).m_nBytes;
     m_pMemory->setText(
-        tr("Memory %1, disk %2").arg(fnTellSize(policy.fnGetRamBytes()), fnTellSize(onDisk)));
+        tr("Memory %1, disk %2").arg(fnFormatSize(policy.fnGetRamBytes()), fnFormatSize(onDisk)));
     m_pZoom->setText(picture ? tr("%1 %").arg(m_pView->fnGetZoom() * 100, 0, 'g', 4) : QString());
 }
 

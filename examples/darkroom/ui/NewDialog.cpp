@@ -28,7 +28,7 @@ NewDialog::NewDialog(QWidget* parent)
     for (QSpinBox* box : {m_pWidth, m_pHeight}) {
         box->setRange(1, kMaxPixels);
         box->setSuffix(tr(" px"));
-        connect(box, &QSpinBox::valueChanged, this, &NewDialog::fnTellBytes);
+        connect(box, &QSpinBox::valueChanged, this, &NewDialog::fnShowBytes);
     }
     m_pWidth->setObjectName("width");
     m_pHeight->setObjectName("height");
@@ -45,7 +45,7 @@ NewDialog::NewDialog(QWidget* parent)
     fnFocusFirst(*this);
 }
 
-void NewDialog::fnTellBytes() {
+void NewDialog::fnShowBytes() {
     m_pBytes->fnShow({m_pWidth->value(), m_pHeight->value()}, kBits);
 }
 

@@ -24,7 +24,7 @@ public:
     CqColor fnGetColor() const;
 
 private:
-    void fnTellBytes();
+    void fnShowBytes();
 
     QSpinBox* m_pWidth;
     QSpinBox* m_pHeight;

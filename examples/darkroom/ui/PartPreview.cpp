@@ -1,6 +1,7 @@
 #include "examples/darkroom/ui/PartPreview.h"
 
 #include "examples/darkroom/model/PixelBlend.h"
+#include "q32Base/pixels/PixelConversion.h"
 
 namespace darkroom {
 
@@ -23,7 +24,7 @@ QRgb fnBlendSeen(QRgb over, QRgb below, unsigned int weight, bool covers, unsign
     };
     BlendPixel above = split(over);
     if (bits == 8)
-        above[1] = above[2] = above[3] = (77 * above[1] + 150 * above[2] + 29 * above[3]) / 256;
+        above[1] = above[2] = above[3] = q32::fnGreyOf(above[1], above[2], above[3]);
     const BlendPixel made = fnBlendPixel(above, split(below), weight, covers, bits == 32);
     return made[0] << 24 | made[1] << 16 | made[2] << 8 | made[3];
 }

@@ -38,7 +38,7 @@ constexpr int kPathWidth = 280;
 constexpr int kMaxTypedBytes = kMaxPathBytes - 2; // the library adds a separator
 
 /// A scratch path in the usual notation, without the library's trailing backslash.
-QString fnShowPath(const CString& path) {
+QString fnPrintPath(const CString& path) {
     CqPowerStr bare;
     bare = path;
     bare.fnRemoveSlash();
@@ -98,10 +98,10 @@ QWidget* PreferencesDialog::fnMakeMemoryPage(unsigned int levels) {
         if (!on)
             m_pShare->setValue(static_cast<int>(kUsualShare));
     });
-    connect(m_pShare, &QSpinBox::valueChanged, this, &PreferencesDialog::fnTellShare);
+    connect(m_pShare, &QSpinBox::valueChanged, this, &PreferencesDialog::fnShowShare);
     form->addRow(m_pShareOn, m_pShare);
     form->addRow(tr("That is:"), m_pShareBytes);
-    fnTellShare();
+    fnShowShare();
     m_pLevels = new QSpinBox;
     m_pLevels->setObjectName("levels");
     m_pLevels->setRange(0, static_cast<int>(kMaxLevels));
@@ -143,7 +143,7 @@ void PreferencesDialog::fnAddDisk(unsigned int index, QGridLayout& grid) {
     disk.m_pPath->setObjectName("disk" + number);
     disk.m_pPath->setMinimumWidth(kPathWidth);
     disk.m_pOn->setChecked(policy.fnIsDiskEnabled(index));
-    disk.m_pPath->setText(fnShowPath(policy.fnGetDisk(index)));
+    disk.m_pPath->setText(fnPrintPath(policy.fnGetDisk(index)));
     disk.m_pPath->setAccessibleName(tr("Folder of disk %1").arg(number));
     auto* const browse = new QPushButton(tr("Browse…"));
     browse->setAccessibleName(tr("Browse for disk %1").arg(number));
@@ -189,7 +189,7 @@ void PreferencesDialog::fnShowDisks() {
             disk.m_pFree->setText(fault);
         else
             disk.m_pFree->setText(tr("%1 free").arg(
-                fnTellSize(static_cast<std::uint64_t>(QStorageInfo(path).bytesAvailable()))));
+                fnFormatSize(static_cast<std::uint64_t>(QStorageInfo(path).bytesAvailable()))));
         // A disabled disk may be absent for a while, but its path is kept.
         usable = usable && (fault.isEmpty() || (!disk.m_pOn->isChecked() &&
                                                 QFile::encodeName(path).size() <= kMaxTypedBytes));
@@ -197,9 +197,9 @@ void PreferencesDialog::fnShowDisks() {
     m_pOk->setEnabled(usable);
 }
 
-void PreferencesDialog::fnTellShare() {
+void PreferencesDialog::fnShowShare() {
     const std::uint64_t memory = fnGetMachineMemory();
-    m_pShareBytes->setText(fnTellSize(
+    m_pShareBytes->setText(fnFormatSize(
         memory == 0 ? q32GetVMPolicy()->fnGetRamBound()
                     : fnComputeLimit(memory, static_cast<unsigned int>(m_pShare->value()))));
 }

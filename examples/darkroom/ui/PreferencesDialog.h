@@ -43,7 +43,7 @@ private:
     /// Shows the free space of each disk, and disables OK while one can't be used.
     void fnShowDisks();
     /// Shows the share of the memory in bytes.
-    void fnTellShare();
+    void fnShowShare();
 
     std::vector<Disk> m_Disks;
     QCheckBox* m_pShareOn = nullptr;

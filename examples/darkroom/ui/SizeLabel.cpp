@@ -15,8 +15,8 @@ void SizeLabel::fnShow(const QSize& size, unsigned int bits) {
     const std::uint64_t bytes = fnCountBytes(static_cast<std::uint64_t>(size.width()),
                                              static_cast<std::uint64_t>(size.height()), bits);
     const bool possible = bytes <= kMaxBytes;
-    const QString text = fnTellSize(bytes);
-    setText(possible ? text : tr("%1; %2 is the most").arg(text, fnTellSize(kMaxBytes)));
+    const QString text = fnFormatSize(bytes);
+    setText(possible ? text : tr("%1; %2 is the most").arg(text, fnFormatSize(kMaxBytes)));
     m_Ok.setEnabled(possible);
 }
 

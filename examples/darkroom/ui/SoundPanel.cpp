@@ -33,7 +33,7 @@ constexpr int kPictureWidth = 320;
 constexpr int kPictureHeight = 120;
 constexpr int kWatchMs = 100;
 
-QString fnTellChannels(unsigned int channels) {
+QString fnDescribeChannels(unsigned int channels) {
     return channels == 1   ? QObject::tr("mono")
            : channels == 2 ? QObject::tr("stereo")
                            : QObject::tr("%1 channels").arg(channels);
@@ -186,7 +186,7 @@ bool SoundPanel::fnLoad(const QString& path) {
         tr("%1: %2 s, %3 Hz, %4 bits, %5")
             .arg(name, QString::number(seconds, 'f', 1), QString::number(format.nSamplesPerSec),
                  reduced ? tr("reduced to 16") : QString::number(format.wBitsPerSample),
-                 fnTellChannels(format.nChannels)));
+                 fnDescribeChannels(format.nChannels)));
     fnDraw();
     fnFollow();
     return true;

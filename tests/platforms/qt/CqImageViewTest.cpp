@@ -214,7 +214,7 @@ TEST_F(ImageView, WhatIsPaintedInPartsIsWhatIsPaintedAsAWhole) {
     EXPECT_EQ(parts.copy(sure), whole.copy(sure));
 }
 
-TEST_F(ImageView, LooksGood) {
+TEST_F(ImageView, IsDrawnAtEachZoomAndInBothPalettes) {
     ASSERT_NO_FATAL_FAILURE(fnMake(900, 600, 24, QSize(640, 480)));
     CqImageTile tile;
     for (unsigned i = 0; i < m_pImage->TileCount; ++i) {

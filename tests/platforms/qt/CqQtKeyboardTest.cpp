@@ -79,13 +79,13 @@ protected:
         ASSERT_TRUE(fnWaitFor([&] { return back; }));
     }
     /// What Qt reports when a window gets the focus; null for one of another program.
-    static void fnTellFocus(QWidget* window) {
+    static void fnReportFocus(QWidget* window) {
         if (window)
             window->winId(); // creates the window without showing it
         Q_EMIT qApp->focusWindowChanged(window ? window->windowHandle() : nullptr);
     }
     static void fnPressIn(QWidget& window) {
-        fnTellFocus(&window);
+        fnReportFocus(&window);
         QCoreApplication::postEvent(
             window.windowHandle(), new QKeyEvent(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier));
         fnLetEventsHappen();
@@ -368,9 +368,9 @@ TEST_F(QtKeyboard, EscStillDownAfterAnOperationAbortsTheNextOne) {
 TEST_F(QtKeyboard, AKeyIsNoLongerDownOnceAnotherProgramHasTheFocus) {
     fnPressIn(m_Window);
     EXPECT_TRUE(fnKeyboard().fnIsKeyDown(VK_ESCAPE));
-    fnTellFocus(nullptr);
+    fnReportFocus(nullptr);
     EXPECT_FALSE(fnKeyboard().fnIsKeyDown(VK_ESCAPE));
-    fnTellFocus(&m_Window);
+    fnReportFocus(&m_Window);
     EXPECT_FALSE(fnKeyboard().fnIsKeyDown(VK_ESCAPE));
 }
 
@@ -380,14 +380,14 @@ TEST_F(QtKeyboard, AKeyIsNoLongerDownOnceItsWindowHasGone) {
         fnPressIn(dialog);
         EXPECT_TRUE(fnKeyboard().fnIsKeyDown(VK_ESCAPE));
     }
-    fnTellFocus(&m_Window);
+    fnReportFocus(&m_Window);
     EXPECT_FALSE(fnKeyboard().fnIsKeyDown(VK_ESCAPE));
 }
 
 TEST_F(QtKeyboard, AKeyReleasedInAnotherWindowOfTheProgramIsDownUntilThen) {
     QWidget other;
     fnPressIn(m_Window);
-    fnTellFocus(&other);
+    fnReportFocus(&other);
     EXPECT_TRUE(fnKeyboard().fnIsKeyDown(VK_ESCAPE));
     QCoreApplication::postEvent(other.windowHandle(),
                                 new QKeyEvent(QEvent::KeyRelease, Qt::Key_Escape, Qt::NoModifier));
