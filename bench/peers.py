@@ -22,6 +22,9 @@ WORK = [
     ("filter grey to 1333 x 1000", 1.1, "ResampleBench", "Filter/8/4000x3000_to_1333x1000",
      [("ZimgPeer", "fnResize/fnResample_8_third"), ("VipsPeer", "fnResize/fnResample_8_third/real_time")]),
     ("filter 32 bits to 1333 x 1000", 1.7, "ResampleBench", "Filter/32/4000x3000_to_1333x1000",
+     [("ZimgPeer", "fnResize/fnResample_32_third")]),
+    # The peer only averages areas, without weights or overlap.
+    ("filter 32 bits, the peer by means of areas", "–", "ResampleBench", "Filter/32/4000x3000_to_1333x1000",
      [("QtPeer", "fnResize/fnResample_32_third/process_time")]),
     ("filter 24 bits 1000 x 750 to 4000 x 3000", 1.4, "ResampleBench", "Filter/24/1000x750_to_4000x3000",
      [("ZimgPeer", "fnResize/fnResample_24_times_4"), ("OpenCvPeer", "fnResize/fnResample_24_times_4_cubic")]),

@@ -2,9 +2,11 @@
 #include "q32Base/kernels/LineSums_p.h"
 #include "q32Base/kernels/QuadSums512_p.h"
 
+#include <utility>
+
 // One permutation gathers four samples for each of 16 sums. Each sum has weights of its own, so
 // that they are read from the table, where sums over lanes share broadcast ones; a row's samples
-// need no transposition in return.
+// need no transposition in return. Several rows share what is read of the table.
 
 namespace q32 {
 namespace avx512 {
@@ -21,7 +23,7 @@ inline __m512i fnGather(const std::uint8_t* window, __m512i places) {
                  : _mm512_permutexvar_epi8(places, fnLoad(window));
 }
 
-/// The row and its sums.
+/// A row and its sums.
 struct Line {
     const std::uint8_t* m_pSamples;
     std::size_t m_nOrigin;
@@ -33,42 +35,70 @@ struct Line {
     inline std::size_t fnGetStep() const { return std::size_t{4} * m_Sums.m_nChannels; }
 };
 
-/// Groups one after another. It holds copies of what the sums point at: otherwise each byte stored
-/// might have changed them.
+/// The sums of a group for several rows. Rows are numbered by constants: an array whose index is a
+/// variable would lie in memory.
+template <std::size_t kRows>
+struct GroupSums {
+    Sums m_Rows[kRows];
+};
+
+template <std::size_t kRows, class Visit>
+__attribute__((always_inline)) inline void fnForRows(Visit visit) {
+    [&]<std::size_t... kRow>(std::index_sequence<kRow...>) __attribute__((always_inline)) {
+        (visit(std::integral_constant<std::size_t, kRow>{}), ...);
+    }
+    (std::make_index_sequence<kRows>{});
+}
+
+/// Groups one after another, of several rows. It holds copies of what the sums point at: otherwise
+/// each byte stored might have changed them.
+template <std::size_t kRows>
 struct Groups {
     const std::uint8_t* m_pSamples;
     std::size_t m_nOrigin;
+    std::size_t m_nStride; ///< from row to row
     const std::uint32_t* m_pFirst;
     const LineGroup* m_pGroup;
     const LineWeights* m_pWeights;
     std::size_t m_nQuads;
     std::size_t m_nStep;
 
-    Groups(const Line& line, std::size_t group)
-        : m_pSamples(line.m_pSamples), m_nOrigin(line.m_nOrigin),
+    Groups(const Line& line, std::size_t stride, std::size_t group)
+        : m_pSamples(line.m_pSamples), m_nOrigin(line.m_nOrigin), m_nStride(stride),
           m_pFirst(line.m_Sums.m_pFirst + group), m_pGroup(line.m_Sums.m_pGroups + group),
           m_pWeights(line.m_Sums.m_pWeights + group * line.m_Sums.m_nQuads),
           m_nQuads(line.m_Sums.m_nQuads), m_nStep(line.fnGetStep()) {}
 
     /// The sums of the next group. If kQuads is 0, m_nQuads says how many quads there are.
     template <bool kWide, std::size_t kQuads>
-    __attribute__((always_inline)) inline Sums fnNext() {
+    __attribute__((always_inline)) inline GroupSums<kRows> fnNext() {
         const __m512i places = fnLoad(m_pGroup->m_Places);
+        const Sums bias = reinterpret_cast<Sums>(fnLoad(m_pGroup->m_Bias));
         const std::uint8_t* window = m_pSamples + (*m_pFirst - m_nOrigin);
-        Parts parts(Sums{}, Sums{}, reinterpret_cast<Sums>(fnLoad(m_pGroup->m_Bias)));
+        GroupSums<kRows> high{};
+        GroupSums<kRows> middle{};
+        GroupSums<kRows> low;
+        fnForRows<kRows>([&](auto row) __attribute__((always_inline)) { low.m_Rows[row] = bias; });
         const std::size_t quads = kQuads == 0 ? m_nQuads : kQuads;
 #pragma GCC unroll 4
         for (std::size_t quad = 0; quad < quads; ++quad, window += m_nStep) {
-            const __m512i samples = fnGather<kWide>(window, places);
-            const LineWeights& weights = m_pWeights[quad];
-            fnAdd(parts.m_High, samples, reinterpret_cast<Sums>(fnLoad(weights.m_High)));
-            fnAdd(parts.m_Middle, samples, reinterpret_cast<Sums>(fnLoad(weights.m_Middle)));
-            fnAdd(parts.m_Low, samples, reinterpret_cast<Sums>(fnLoad(weights.m_Low)));
+            const Sums highs = reinterpret_cast<Sums>(fnLoad(m_pWeights[quad].m_High));
+            const Sums middles = reinterpret_cast<Sums>(fnLoad(m_pWeights[quad].m_Middle));
+            const Sums lows = reinterpret_cast<Sums>(fnLoad(m_pWeights[quad].m_Low));
+            fnForRows<kRows>([&](auto row) __attribute__((always_inline)) {
+                const __m512i samples = fnGather<kWide>(window + row * m_nStride, places);
+                fnAdd(high.m_Rows[row], samples, highs);
+                fnAdd(middle.m_Rows[row], samples, middles);
+                fnAdd(low.m_Rows[row], samples, lows);
+            });
         }
         ++m_pFirst;
         ++m_pGroup;
         m_pWeights += quads;
-        return parts.fnSum();
+        fnForRows<kRows>([&](auto row) __attribute__((always_inline)) {
+            low.m_Rows[row] = Parts(high.m_Rows[row], middle.m_Rows[row], low.m_Rows[row]).fnSum();
+        });
+        return low;
     }
 };
 
@@ -105,7 +135,7 @@ __attribute__((noinline)) void fnSettleLine(const Line& line, std::size_t first,
     const __m512i bound = fnBoundOf(line.m_Sums.m_nErrorBound);
     for (std::size_t i = 0; i < count; i += kLineGroup) {
         const std::size_t group = (first + i) / kLineGroup;
-        const __m512i fraction = fnFraction(Groups(line, group).fnNext<kWide, 0>());
+        const __m512i fraction = fnFraction(Groups<1>(line, 0, group).fnNext<kWide, 0>().m_Rows[0]);
         unsigned uncertain = _mm512_cmplt_epu32_mask(fraction, bound);
         uncertain &= static_cast<unsigned>(fnFirstBytes(count - i));
         if (uncertain != 0 && line.m_Sums.m_pFlats) {
@@ -122,44 +152,71 @@ __attribute__((noinline)) void fnSettleLine(const Line& line, std::size_t first,
     }
 }
 
-template <bool kWide, std::size_t kQuads>
-void fnConvolveLines(const Line& line, std::size_t first, std::uint8_t* target, std::size_t count) {
+/// Convolves kRows rows, whatever number there are.
+template <bool kWide, std::size_t kQuads, std::size_t kRows>
+void fnConvolveTogether(const LineRows& rows, const LineSums& sums, std::size_t first,
+                        std::size_t count) {
     constexpr std::size_t kSamples = kLineGroup * kLineBlock;
     const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
-    const std::uint32_t errorBound = line.m_Sums.m_nErrorBound;
-    Groups groups(line, first / kLineGroup);
-    for (std::size_t i = 0; i < count; i += kSamples) {
-        const Sums a = groups.fnNext<kWide, kQuads>();
-        const Sums b = groups.fnNext<kWide, kQuads>();
-        const Sums c = groups.fnNext<kWide, kQuads>();
-        const Sums d = groups.fnNext<kWide, kQuads>();
-        const __m512i bytes = _mm512_permutexvar_epi32(order, fnCut(a, b, c, d));
-        if (__builtin_expect(count - i >= kSamples, 1))
-            _mm512_storeu_si512(target + i, bytes);
-        else
-            _mm512_mask_storeu_epi8(target + i, fnFirstBytes(count - i), bytes);
-        if (errorBound != 0 && __builtin_expect(fnAnyUncertain({a, b, c, d}, errorBound), 0))
-            fnSettleLine<kWide>(line, first + i, target + i,
-                                count - i < kSamples ? count - i : kSamples);
+    const std::uint32_t errorBound = sums.m_nErrorBound;
+    std::uint8_t* target = rows.m_pTarget;
+    Groups<kRows> groups({rows.m_pSamples, rows.m_nOrigin, sums}, rows.m_nStride,
+                         first / kLineGroup);
+    for (std::size_t i = 0; i < count; i += kSamples, target += kSamples) {
+        const GroupSums<kRows> a = groups.template fnNext<kWide, kQuads>();
+        const GroupSums<kRows> b = groups.template fnNext<kWide, kQuads>();
+        const GroupSums<kRows> c = groups.template fnNext<kWide, kQuads>();
+        const GroupSums<kRows> d = groups.template fnNext<kWide, kQuads>();
+        const std::size_t left = count - i;
+        fnForRows<kRows>([&](auto row) __attribute__((always_inline)) {
+            const Sums of[] = {a.m_Rows[row], b.m_Rows[row], c.m_Rows[row], d.m_Rows[row]};
+            const __m512i bytes =
+                _mm512_permutexvar_epi32(order, fnCut(of[0], of[1], of[2], of[3]));
+            std::uint8_t* const to = target + row * rows.m_nTargetStride;
+            if (__builtin_expect(left >= kSamples, 1))
+                _mm512_storeu_si512(to, bytes);
+            else
+                _mm512_mask_storeu_epi8(to, fnFirstBytes(left), bytes);
+            if (errorBound != 0 && __builtin_expect(fnAnyUncertain(of, errorBound), 0))
+                fnSettleLine<kWide>({rows.m_pSamples + row * rows.m_nStride, rows.m_nOrigin, sums},
+                                    first + i, to, left < kSamples ? left : kSamples);
+        });
     }
 }
 
-void fnConvolveLine(const std::uint8_t* samples, std::size_t origin, const LineSums& sums,
-                    std::size_t first, std::uint8_t* target, std::size_t count) {
-    static constexpr decltype(&fnConvolveLines<false, 0>) kByQuads[2][5] = {
-        {fnConvolveLines<false, 0>, fnConvolveLines<false, 1>, fnConvolveLines<false, 2>,
-         fnConvolveLines<false, 3>, fnConvolveLines<false, 4>},
-        {fnConvolveLines<true, 0>, fnConvolveLines<true, 1>, fnConvolveLines<true, 2>,
-         fnConvolveLines<true, 3>, fnConvolveLines<true, 4>}};
+template <bool kWide, std::size_t kQuads>
+void fnConvolveRows(const LineRows& rows, const LineSums& sums, std::size_t first,
+                    std::size_t count) {
+    // More would need more registers than there are.
+    constexpr std::size_t kTogether = kQuads == 1 ? 4 : 2;
+    LineRows part = rows;
+    const auto fnPass = [&part](std::size_t done) {
+        part.m_pSamples += done * part.m_nStride;
+        part.m_pTarget += done * part.m_nTargetStride;
+        part.m_nRows -= done;
+    };
+    for (; part.m_nRows >= kTogether; fnPass(kTogether))
+        fnConvolveTogether<kWide, kQuads, kTogether>(part, sums, first, count);
+    for (; part.m_nRows > 0; fnPass(1))
+        fnConvolveTogether<kWide, kQuads, 1>(part, sums, first, count);
+}
+
+void fnConvolveLines(const LineRows& rows, const LineSums& sums, std::size_t first,
+                     std::size_t count) {
+    static constexpr decltype(&fnConvolveRows<false, 0>) kByQuads[2][5] = {
+        {fnConvolveRows<false, 0>, fnConvolveRows<false, 1>, fnConvolveRows<false, 2>,
+         fnConvolveRows<false, 3>, fnConvolveRows<false, 4>},
+        {fnConvolveRows<true, 0>, fnConvolveRows<true, 1>, fnConvolveRows<true, 2>,
+         fnConvolveRows<true, 3>, fnConvolveRows<true, 4>}};
     const auto& byQuads = kByQuads[sums.m_bWide ? 1 : 0];
-    byQuads[sums.m_nQuads <= 4 ? sums.m_nQuads : 0]({samples, origin, sums}, first, target, count);
+    byQuads[sums.m_nQuads <= 4 ? sums.m_nQuads : 0](rows, sums, first, count);
 }
 
 } // namespace
 } // namespace avx512
 
 void fnUseAvx512ConvolveLine(Kernels& table) {
-    table.fnConvolveLine = avx512::fnConvolveLine;
+    table.fnConvolveLines = avx512::fnConvolveLines;
 }
 
 } // namespace q32

@@ -40,10 +40,12 @@ std::uint8_t fnExactOfLine(const std::uint8_t* samples, std::size_t origin, cons
 
 namespace {
 
-void fnConvolveLine(const std::uint8_t* samples, std::size_t origin, const LineSums& sums,
-                    std::size_t first, std::uint8_t* target, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i)
-        target[i] = fnExactOfLine(samples, origin, sums, first + i);
+void fnConvolveLines(const LineRows& rows, const LineSums& sums, std::size_t first,
+                     std::size_t count) {
+    for (std::size_t row = 0; row < rows.m_nRows; ++row)
+        for (std::size_t i = 0; i < count; ++i)
+            rows.m_pTarget[row * rows.m_nTargetStride + i] = fnExactOfLine(
+                rows.m_pSamples + row * rows.m_nStride, rows.m_nOrigin, sums, first + i);
 }
 
 void fnConvolveQuadRows(const std::uint8_t* const* rows, const QuadList& list, std::uint8_t* target,
@@ -64,7 +66,7 @@ void fnConvolveQuads(const std::uint8_t* quads, std::int32_t first, const QuadLi
 } // namespace scalar
 
 void fnUseScalarConvolveLine(Kernels& table) {
-    table.fnConvolveLine = scalar::fnConvolveLine;
+    table.fnConvolveLines = scalar::fnConvolveLines;
 }
 
 void fnUseScalarConvolveQuads(Kernels& table) {

@@ -86,7 +86,7 @@ std::uint8_t fnExactOfRows(const std::uint8_t* const* rows, const QuadList& list
 /// The same for one row and channel of quads `stride` bytes apart, which begin with pixel `first`.
 std::uint8_t fnExactOfQuads(const std::uint8_t* quads, std::size_t stride, std::int32_t first,
                             const QuadList& list);
-/// The same for sample `at` of a row as ConvolveLineRun has it.
+/// The same for sample `at` of a row, of which `samples` are those from byte `origin` on.
 std::uint8_t fnExactOfLine(const std::uint8_t* samples, std::size_t origin, const LineSums& sums,
                            std::size_t at);
 

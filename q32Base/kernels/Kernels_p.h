@@ -157,14 +157,14 @@ using ConvolveQuadsRun = void (*)(const std::uint8_t* quads, std::int32_t first,
 using RowsToQuadsRun = void (*)(const std::uint8_t* const* rows, std::uint8_t* target,
                                 std::size_t pixels, std::size_t channels);
 
+struct LineRows;
 struct LineSums;
 
-/// Convolves one row: writes `count` samples of the target from sample `first` on, a multiple of
-/// kLineGroup times kLineBlock. `samples` is the source's row from byte `origin` on. Of each group
-/// that is touched, a window may be read for each quad; see fnLineWindow.
-using ConvolveLineRun = void (*)(const std::uint8_t* samples, std::size_t origin,
-                                 const LineSums& sums, std::size_t first, std::uint8_t* target,
-                                 std::size_t count);
+/// Convolves rows: writes `count` samples of each target row from sample `first` on, a multiple of
+/// kLineGroup times kLineBlock. Of each group that is touched, a window may be read for each quad;
+/// see fnLineWindow.
+using ConvolveLinesRun = void (*)(const LineRows& rows, const LineSums& sums, std::size_t first,
+                                  std::size_t count);
 
 /// Converts samples for ConvolveRowsRun.
 using BytesToFloatsRun = void (*)(const std::uint8_t* source, float* target, std::size_t count);
@@ -321,7 +321,7 @@ struct Kernels {
     ConvolveQuadRowsRun fnConvolveQuadRows;
     ConvolveQuadsRun fnConvolveQuads;
     RowsToQuadsRun fnRowsToQuads;
-    ConvolveLineRun fnConvolveLine;
+    ConvolveLinesRun fnConvolveLines;
 
     // Rotation: by 90 degrees, as a transposition, and by any angle.
     TransposeRun fnTranspose[4]; ///< by bytes a pixel: element 0 for one to element 3 for four

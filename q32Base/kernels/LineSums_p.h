@@ -55,4 +55,14 @@ struct LineSums {
     bool m_bWide;                ///< whether places reach 128 instead of 64
 };
 
+/// Rows that lie at equal distances, and where their sums go.
+struct LineRows {
+    const std::uint8_t* m_pSamples; ///< the first row, from byte m_nOrigin on
+    std::size_t m_nOrigin;
+    std::size_t m_nStride;
+    std::uint8_t* m_pTarget;
+    std::size_t m_nTargetStride;
+    std::size_t m_nRows;
+};
+
 } // namespace q32

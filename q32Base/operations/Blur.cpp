@@ -6,6 +6,7 @@
 #include "q32Base/operations/Blur_p.h"
 #include "q32Base/operations/ImageStorage_p.h"
 #include "q32Base/operations/TilePieces_p.h"
+#include "q32Base/services/ProgressRun_p.h"
 
 #include <algorithm>
 #include <cmath>
@@ -20,12 +21,13 @@ namespace {
 constexpr double kSharpenTime = 3.0; ///< nanoseconds, for a pixel
 
 /// The blurred pixels of an image in new storage, or null after an abort.
+/// @param percent  what the reports add up to
 std::unique_ptr<CqTileMap> fnMakeBlurred(const CqImage& image, double sigma,
-                                         CqProgressDisplay* progress) {
+                                         CqProgressDisplay* progress, unsigned percent = 100) {
     const CqTileMap& from = *image.TileMap;
     std::unique_ptr<CqTileMap> map(q32::fnNew<CqTileMap>(from.Width, from.Height, from.BitCount,
                                                          from.Palette.get(), from.PaletteCount));
-    if (!q32::fnBlurMap(from, *map, q32::fnMakeBlurKernel(sigma), progress))
+    if (!q32::fnBlurMap(from, *map, q32::fnMakeBlurKernel(sigma), progress, percent))
         map.reset();
     return map;
 }
@@ -66,6 +68,32 @@ private:
     int m_nAmount;
     int m_nThreshold;
 };
+
+constexpr unsigned kBlurPercent = 70; ///< of sharpening
+
+/// Sharpens from the blurred pixels in `map`, in place. False after an abort.
+bool fnSharpenFrom(const CqTileMap& from, CqTileMap& map, const Sharpening& sharpening,
+                   CqProgressDisplay* progress) {
+    const auto run = [&](const unsigned char* source, unsigned char* blurred, std::size_t pixels) {
+        if (from.BytesPerPixel == 4)
+            sharpening.fnRun32(source, blurred, pixels);
+        else
+            sharpening.fnRun(source, blurred, pixels * from.BytesPerPixel);
+    };
+    const CRect whole = q32::fnWholeRect(from);
+    const q32::ProgressRun reports(progress, from.Height, kBlurPercent, 100 - kBlurPercent);
+    // Without reports, all of it is divided at once.
+    const LONG rows = progress ? static_cast<LONG>(CqTileMap::kMaxTileSize) : whole.bottom;
+    for (LONG top = 0; top < whole.bottom; top += rows) {
+        const CRect band(0, top, whole.right, std::min(top + rows, whole.bottom));
+        q32::fnDividePlaces(band, 0, top, kSharpenTime, [&](const CRect& part, LONG x, LONG y) {
+            q32::fnForEachRun(from, part, map, x, y, run);
+        });
+        if (reports.fnAborts(static_cast<std::uint32_t>(top)))
+            return false;
+    }
+    return true;
+}
 
 } // namespace
 
@@ -112,19 +140,8 @@ bool q32Sharpen(CqImage& image, double sigma, unsigned int amount, unsigned int 
                 CqProgressDisplay* progress) {
     if (!fnCanBlur(image, sigma))
         return false;
-    std::unique_ptr<CqTileMap> map = fnMakeBlurred(image, sigma, progress);
-    if (!map)
+    std::unique_ptr<CqTileMap> map = fnMakeBlurred(image, sigma, progress, kBlurPercent);
+    if (!map || !fnSharpenFrom(*image.TileMap, *map, Sharpening(amount, threshold), progress))
         return false;
-    const Sharpening sharpening(amount, threshold);
-    const CqTileMap& from = *image.TileMap;
-    const auto run = [&](const unsigned char* source, unsigned char* blurred, std::size_t pixels) {
-        if (from.BytesPerPixel == 4)
-            sharpening.fnRun32(source, blurred, pixels);
-        else
-            sharpening.fnRun(source, blurred, pixels * from.BytesPerPixel);
-    };
-    q32::fnDividePlaces(
-        q32::fnWholeRect(from), 0, 0, kSharpenTime,
-        [&](const CRect& part, LONG x, LONG y) { q32::fnForEachRun(from, part, *map, x, y, run); });
     return q32::ImageStorage::fnReplace(image, std::move(map), progress);
 }

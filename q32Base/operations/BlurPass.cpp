@@ -169,13 +169,13 @@ bool fnBlurColumns(const PixelArea& area, const BlurKernel& kernel, const Progre
 } // namespace
 
 bool fnBlurMap(const CqTileMap& source, CqTileMap& target, const BlurKernel& kernel,
-               CqProgressDisplay* progress) {
+               CqProgressDisplay* progress, unsigned percent) {
     const PixelArea from(source);
     const PixelArea to(target);
     const std::uint64_t most = source.BytesPerPixel == 4 ? 255 * 255 : 255;
     const bool isSmall = most * kernel.fnGetSum() < 1u << 31;
-    const ProgressRun rows(progress, source.Height, 0, 50);
-    const ProgressRun columns(progress, source.Width, 50, 50);
+    const ProgressRun rows(progress, source.Height, 0, percent / 2);
+    const ProgressRun columns(progress, source.Width, percent / 2, percent / 2);
     return isSmall ? fnBlurRows<std::uint32_t>(from, to, kernel, rows) &&
                          fnBlurColumns<std::uint32_t>(to, kernel, columns)
                    : fnBlurRows<std::uint64_t>(from, to, kernel, rows) &&

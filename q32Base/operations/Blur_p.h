@@ -30,8 +30,10 @@ BlurKernel fnMakeBlurKernel(double sigma);
 
 /// Blurs `source`, an 8-bit grey, 24-bit or 32-bit map, into `target`, which has the same size and
 /// depth and may be the same map. False after an abort: the target's contents are then
-/// meaningless. Raises the memory exception. `progress` may be null.
+/// meaningless. Raises the memory exception.
+/// @param progress  may be null
+/// @param percent   what its reports add up to
 bool fnBlurMap(const CqTileMap& source, CqTileMap& target, const BlurKernel& kernel,
-               CqProgressDisplay* progress);
+               CqProgressDisplay* progress, unsigned percent = 100);
 
 } // namespace q32

@@ -202,7 +202,7 @@ void fnSetApproximateWeights(ContribList& list) {
     list.m_nFlatMax = fnFindFlatMax(list);
 }
 
-ContribTable::ContribTable(double scale, std::uint32_t dstCount, std::uint32_t srcCount)
+ContribTable::ContribTable(double scale, std::uint32_t dstCount, std::uint32_t srcCount, bool sums)
     : m_nWidth(scale >= 1.0 ? 2.0 : 2.0 / scale) {
     const double capacity = std::trunc(2.0 * m_nWidth + 1.5);
     constexpr double kMaxCapacity = 0x7FFFFFFF;
@@ -225,6 +225,8 @@ ContribTable::ContribTable(double scale, std::uint32_t dstCount, std::uint32_t s
         m_pLists[i].m_pEntries = entries;
         fnFillList(m_pLists[i], i, scale, srcCount);
     }
+    if (!sums)
+        return;
     m_bFixedPoint = std::all_of(m_pLists, m_pLists + dstCount, fnSetFixedPointWeights);
     if (!m_bFixedPoint)
         std::for_each(m_pLists, m_pLists + dstCount, fnSetApproximateWeights);

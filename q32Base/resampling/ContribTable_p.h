@@ -41,7 +41,9 @@ class ContribTable {
 public:
     /// Raises the memory exception, also for a table that can't fit in memory.
     /// @param scale  target over source; above 0
-    ContribTable(double scale, std::uint32_t dstCount, std::uint32_t srcCount);
+    /// @param sums   whether the lists get fixed-point or fast sums; sums of doubles, and integer
+    /// sums (QuadTable), need neither
+    ContribTable(double scale, std::uint32_t dstCount, std::uint32_t srcCount, bool sums = true);
 
     const ContribList& operator[](std::uint32_t i) const { return m_pLists[i]; }
     /// The most entries that a list can have.

@@ -110,9 +110,18 @@ private:
         const LineSums& sums = m_Plan.m_Lines.fnGetSums();
         for (std::uint32_t x = 0, end; x < m_Target.fnGetWidth(); x = end) {
             end = std::min(m_Target.fnRunEnd(x), x + CqTileMap::kMaxTileSize);
-            for (std::uint32_t y = band * m_Plan.m_nRows; y < m_Plan.fnBottom(band); ++y)
-                fnKernels().fnConvolveLine(fnRow(y), 0, sums, std::size_t{x} * m_nChannels,
-                                           m_Target.fnAt(x, y), std::size_t{end - x} * m_nChannels);
+            for (std::uint32_t y = band * m_Plan.m_nRows, next; y < m_Plan.fnBottom(band);
+                 y = next) {
+                next = std::min(m_Target.fnRowsEnd(y), m_Plan.fnBottom(band));
+                const LineRows rows{fnRow(y),
+                                    0,
+                                    m_Plan.m_nStride,
+                                    m_Target.fnAt(x, y),
+                                    static_cast<std::size_t>(m_Target.fnGetStride(x)),
+                                    next - y};
+                fnKernels().fnConvolveLines(rows, sums, std::size_t{x} * m_nChannels,
+                                            std::size_t{end - x} * m_nChannels);
+            }
         }
     }
 
@@ -194,8 +203,8 @@ bool fnMayFilterInBands(const PixelArea& source, const PixelArea& target, double
 
 std::optional<bool> fnFilterInBands(const PixelArea& source, const PixelArea& target, double scaleX,
                                     double scaleY, CqProgressDisplay* progress) {
-    const ContribTable columns(scaleY, target.fnGetHeight(), source.fnGetHeight());
-    const ContribTable rows(scaleX, target.fnGetWidth(), source.fnGetWidth());
+    const ContribTable columns(scaleY, target.fnGetHeight(), source.fnGetHeight(), false);
+    const ContribTable rows(scaleX, target.fnGetWidth(), source.fnGetWidth(), false);
     const auto columnQuads = fnMakeQuads(columns, target.fnGetHeight(), 1);
     const auto rowQuads = fnMakeQuads(rows, target.fnGetWidth(), 1);
     const auto lines =

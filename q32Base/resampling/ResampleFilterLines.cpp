@@ -66,15 +66,14 @@ public:
           m_pRows(fnNewArray<unsigned char>(kRows * m_nStride)) {
         std::fill_n(m_pRows.get(), kRows * m_nStride, static_cast<unsigned char>(0));
         if (source.fnGetBytesPerPixel() == 2)
-            m_pResults.reset(fnNewArray<unsigned char>(std::size_t{kMaxRun} * 3));
+            m_pResults.reset(fnNewArray<unsigned char>(kRows * std::size_t{kMaxRun} * 3));
     }
 
     void fnFilter(const RowSteps::Step& step, std::uint32_t y, std::uint32_t rows) const {
         for (std::uint32_t done = 0; done < rows; done += kRows) {
             const std::uint32_t count = std::min(rows - done, kRows);
             fnFetch(step, y + done, count);
-            for (std::uint32_t r = 0; r < count; ++r)
-                fnSum(step, y + done + r, m_pRows.get() + r * m_nStride);
+            fnSum(step, y + done, count);
         }
     }
 
@@ -100,17 +99,25 @@ private:
         }
     }
 
-    void fnSum(const RowSteps::Step& step, std::uint32_t y, const unsigned char* row) const {
+    void fnSum(const RowSteps::Step& step, std::uint32_t y, std::uint32_t rows) const {
         const std::size_t origin = std::size_t{step.m_nFirst} * m_Sums.m_nChannels;
         std::uint32_t end;
         for (std::uint32_t x = step.m_nX; x < step.m_nEnd; x = end) {
             end = std::min({m_Target.fnRunEnd(x), step.m_nEnd, x + kMaxRun});
             unsigned char* target = m_Target.fnAt(x, y);
-            fnKernels().fnConvolveLine(row, origin, m_Sums, std::size_t{x} * m_Sums.m_nChannels,
-                                       m_pResults ? m_pResults.get() : target,
-                                       std::size_t{end - x} * m_Sums.m_nChannels);
-            if (m_pResults)
-                fnPackChannels16(m_pResults.get(), target, end - x);
+            const auto stride = static_cast<std::size_t>(m_Target.fnGetStride(x));
+            const bool packs = m_pResults != nullptr;
+            const LineRows lines{m_pRows.get(),
+                                 origin,
+                                 m_nStride,
+                                 packs ? m_pResults.get() : target,
+                                 packs ? std::size_t{kMaxRun} * 3 : stride,
+                                 rows};
+            fnKernels().fnConvolveLines(lines, m_Sums, std::size_t{x} * m_Sums.m_nChannels,
+                                        std::size_t{end - x} * m_Sums.m_nChannels);
+            for (std::uint32_t r = 0; packs && r < rows; ++r)
+                fnPackChannels16(lines.m_pTarget + r * lines.m_nTargetStride, target + r * stride,
+                                 end - x);
         }
     }
 

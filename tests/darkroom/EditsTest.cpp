@@ -6,6 +6,7 @@
 #include "q32Base/operations/Blend.h"
 #include "tests/darkroom/PictureTools.h"
 #include "tests/support/AttachedTest.h"
+#include "tests/support/FailingAllocator.h"
 
 #include <algorithm>
 #include <cmath>
@@ -57,6 +58,21 @@ private:
                 test(document, operation, fnGetValues(operation, document.fnGetImage()));
         }
     }
+};
+
+/// Keeps what is reported, and aborts at the given call, counted from 1.
+class RecordingProgress : public CqProgressDisplay {
+public:
+    explicit RecordingProgress(std::size_t abortAt = 0)
+        : CqProgressDisplay(false), m_nAbortAt(abortAt) {}
+    void fnDrawStatus(unsigned int percent, bool* aborted) override {
+        m_Percents.push_back(percent);
+        *aborted = m_Percents.size() == m_nAbortAt;
+    }
+    std::vector<unsigned int> m_Percents;
+
+private:
+    std::size_t m_nAbortAt;
 };
 
 /// The mean of nine pixels, blended in floating point.
@@ -283,6 +299,79 @@ TEST_F(DarkroomEdits, SofteningAndSharpeningAverageTheNineNeighbours) {
         for (std::size_t i = 0; i < got.size(); ++i)
             different += std::abs(got[i] - expected[i]) > 0 ? 1 : 0;
         EXPECT_EQ(different, 0) << amount;
+    }
+}
+
+TEST_F(DarkroomEdits, SofteningIsTheSameForAnyNumberAndOrderOfThreads) {
+    const auto soften = [&](unsigned int bits, CqProgressDisplay* progress) {
+        CqImage image;
+        fnFillNoise(image, 300, 1999, bits, 5); // several batches, but for 16 threads
+        darkroom::fnSoften(image, -70, progress);
+        return fnBytesOf(image);
+    };
+    for (const unsigned int bits : {24u, 32u}) {
+        m_World->m_pWork->fnSetConcurrency(1);
+        RecordingProgress all;
+        const Bytes expected = soften(bits, &all);
+        if (bits == 24) {
+            CqImage image;
+            fnFillNoise(image, 300, 1999, 24, 5);
+            EXPECT_TRUE(expected == fnSoftenPlainly(image, -70));
+        }
+        RecordingProgress stopped(1500);
+        const Bytes part = soften(bits, &stopped);
+        for (const unsigned int threads : {2u, 3u, 16u})
+            for (const auto order :
+                 {CQ_WORK_ORDER::FORWARD, CQ_WORK_ORDER::REVERSED, CQ_WORK_ORDER::SCRAMBLED}) {
+                SCOPED_TRACE(std::to_string(threads) + " at " + std::to_string(bits));
+                m_World->m_pWork->fnSetConcurrency(threads);
+                m_World->m_pWork->fnSetOrder(order);
+                const std::uint64_t before = m_World->m_pWork->fnGetPieces();
+                RecordingProgress progress;
+                EXPECT_TRUE(soften(bits, &progress) == expected);
+                EXPECT_EQ(progress.m_Percents, all.m_Percents);
+                EXPECT_GT(m_World->m_pWork->fnGetPieces(), before + threads);
+                RecordingProgress again(1500);
+                EXPECT_TRUE(soften(bits, &again) == part);
+                EXPECT_EQ(again.m_Percents, stopped.m_Percents);
+            }
+    }
+}
+
+TEST_F(DarkroomEdits, AFailedAllocationOfAnyThreadLeavesThePictureUnchanged) {
+    m_World->m_pWork->fnSetConcurrency(3);
+    m_World->m_pWork->fnSetOrder(CQ_WORK_ORDER::SCRAMBLED);
+    Document document(5);
+    fnOpenNoise(document, 24);
+    const Bytes before = fnBytesOf(document.fnGetImage());
+    const Values values = {50};
+    const std::size_t failures = fnFailEachAllocation([&](CqAllocationFailure& failure) {
+        const bool done = document.fnApply(*fnFindOperation("soften"), values, nullptr).fnIsDone();
+        failure.fnEnd();
+        EXPECT_EQ(fnBytesOf(document.fnGetImage()) != before, done);
+        EXPECT_EQ(document.fnCanUndo(), done);
+        if (done) // without the memory to note which tiles were changed
+            document.fnUndo();
+    });
+    EXPECT_GT(failures, 20u);
+}
+
+TEST_F(DarkroomEdits, ACopyReportsEachTileForAnyNumberOfThreads) {
+    CqImage image;
+    fnFillNoise(image, 128 * 20, 128 * 19, 8, 5, q32GreyRamp); // two batches
+    for (const unsigned int threads : {1u, 2u, 16u}) {
+        m_World->m_pWork->fnSetConcurrency(threads);
+        m_World->m_pWork->fnSetOrder(CQ_WORK_ORDER::SCRAMBLED);
+        CqImage copy;
+        RecordingProgress progress;
+        EXPECT_TRUE(darkroom::fnCopyPicture(image, copy, &progress));
+        EXPECT_TRUE(fnBytesOf(copy) == fnBytesOf(image)) << threads;
+        ASSERT_EQ(progress.m_Percents.size(), image.TileCount);
+        for (unsigned int i = 0; i < image.TileCount; ++i)
+            ASSERT_EQ(progress.m_Percents[i], i * 100 / image.TileCount) << threads;
+        RecordingProgress stopped(300);
+        EXPECT_FALSE(darkroom::fnCopyPicture(image, copy, &stopped));
+        EXPECT_EQ(stopped.m_Percents.size(), 300u);
     }
 }
 

@@ -139,44 +139,40 @@ protected:
         fnCheckLanes(entries, rows, 1 + m_Random() % 4, m_Random() % 32);
     }
 
-    /// Filters parts of a row, whose first pixels are missing where no sum needs them.
-    void fnCheckLine(const ContribTable& table, std::uint32_t count, std::size_t channels,
-                     const Bytes& row) {
+    /// Filters parts of rows, whose first pixels are missing where no sum needs them.
+    void fnCheckLines(const ContribTable& table, std::uint32_t count, std::size_t channels,
+                      const std::vector<Bytes>& rows) {
         const QuadTable quads(table, count, 1);
         ASSERT_TRUE(quads.fnIsComplete());
         const LineTable lines(quads, count, static_cast<std::uint32_t>(channels));
         if (!lines.fnIsComplete())
             return;
-        Bytes readable = row;
-        readable.resize(row.size() + lines.fnGetReach(), static_cast<std::uint8_t>(m_Random()));
-        for (std::size_t first = 0; first < count * channels; first += 64 * (1 + m_Random() % 3)) {
-            const std::size_t most = count * channels - first;
-            const std::size_t samples = m_Random() % 2 ? most : 1 + m_Random() % most;
-            std::size_t origin = row.size();
+        const std::size_t samples = count * channels;
+        for (std::size_t first = 0; first < samples; first += 64 * (1 + m_Random() % 3)) {
+            const std::size_t most = samples - first;
+            const std::size_t length = m_Random() % 2 ? most : 1 + m_Random() % most;
+            const std::size_t origin = fnFindOrigin(table, lines, channels, first, length);
+            const std::size_t apart = m_Random() % 3; // bytes between the rows of the target
+            Bytes readable;
             Bytes expected;
-            for (std::size_t at = first; at < first + samples; ++at) {
-                const ContribList& list = table[static_cast<std::uint32_t>(at / channels)];
-                double sum = 0.0;
-                for (std::int32_t k = 0; k < list.m_nCount; ++k) {
-                    const std::size_t from =
-                        static_cast<std::size_t>(list.m_pEntries[k].m_nPixel) * channels;
-                    origin = std::min(origin, from);
-                    sum += row[from + at % channels] * list.m_pEntries[k].m_dWeight;
-                }
-                expected.push_back(fnPlainByte(sum));
+            for (const Bytes& row : rows) {
+                readable.insert(readable.end(), row.begin() + static_cast<std::ptrdiff_t>(origin),
+                                row.end());
+                if (!expected.empty())
+                    expected.resize(expected.size() + apart, std::uint8_t{7});
+                for (std::size_t at = first; at < first + length; ++at)
+                    expected.push_back(fnPlainSum(table, channels, row, at));
             }
-            // Groups of a block that have no sample to be written are read as well.
-            for (std::size_t at = first / 16; at < (first + samples + 63) / 64 * 4; ++at)
-                origin = std::min<std::size_t>(origin, lines.fnGetSums().m_pFirst[at]);
-            origin -= origin % channels;
-            const SourceBytes source(
-                Bytes(readable.begin() + static_cast<std::ptrdiff_t>(origin), readable.end()),
-                m_Random() % 32);
-            TargetBytes target(samples, m_Random() % 32);
-            m_Kernels.fnConvolveLine(source.fnGetData(), origin, lines.fnGetSums(), first,
-                                     target.fnGetData(), samples);
+            readable.resize(readable.size() + lines.fnGetReach(),
+                            static_cast<std::uint8_t>(m_Random()));
+            const SourceBytes source(readable, m_Random() % 32);
+            TargetBytes target(Bytes(expected.size(), std::uint8_t{7}), m_Random() % 32);
+            m_Kernels.fnConvolveLines({source.fnGetData(), origin, rows[0].size() - origin,
+                                       target.fnGetData(), length + apart, rows.size()},
+                                      lines.fnGetSums(), first, length);
             ASSERT_TRUE(target.fnHolds(expected))
-                << count << " pixels of " << channels << " channels, from sample " << first;
+                << rows.size() << " rows, " << count << " pixels of " << channels
+                << " channels, from sample " << first;
         }
     }
 
@@ -185,6 +181,28 @@ protected:
     }
 
 private:
+    /// The first byte that is read for these samples.
+    static std::size_t fnFindOrigin(const ContribTable& table, const LineTable& lines,
+                                    std::size_t channels, std::size_t first, std::size_t count) {
+        // Groups of a block that have no sample to be written are read as well.
+        std::size_t origin = lines.fnGetSums().m_pFirst[first / 16];
+        for (std::size_t at = first / 16; at < (first + count + 63) / 64 * 4; ++at)
+            origin = std::min<std::size_t>(origin, lines.fnGetSums().m_pFirst[at]);
+        for (std::size_t at = first; at < first + count; ++at)
+            for (const ContribEntry& entry :
+                 fnEntriesOf(table[static_cast<std::uint32_t>(at / channels)]))
+                origin = std::min(origin, static_cast<std::size_t>(entry.m_nPixel) * channels);
+        return origin - origin % channels;
+    }
+    static std::uint8_t fnPlainSum(const ContribTable& table, std::size_t channels,
+                                   const Bytes& row, std::size_t at) {
+        double sum = 0.0;
+        for (const ContribEntry& entry :
+             fnEntriesOf(table[static_cast<std::uint32_t>(at / channels)]))
+            sum += row[static_cast<std::size_t>(entry.m_nPixel) * channels + at % channels] *
+                   entry.m_dWeight;
+        return fnPlainByte(sum);
+    }
     static std::uint8_t fnAt(const std::vector<Bytes>& rows, std::size_t pixel, std::size_t at) {
         const Bytes& row = rows[std::min(pixel, rows.size() - 1)];
         return row[at % row.size()];
@@ -244,22 +262,23 @@ TEST_P(KernelsQuads, SumsInOneCallAreThoseOfTheirLists) {
     EXPECT_TRUE(target.fnHolds(expected));
 }
 
-TEST_P(KernelsQuads, SumsOfALineAreThoseOfDoubles) {
+TEST_P(KernelsQuads, SumsOfLinesAreThoseOfDoubles) {
     for (const double scale : {0.13, 0.2, 0.2999, 0.33325, 1.0 / 3.0, 0.5, 0.77, 1.0, 1.1, 2.0, 4.0,
                                5.3, 1.0 + 3.0 * fnUnit(), 0.13 + 0.8 * fnUnit()})
         for (const std::size_t channels : {1U, 2U, 3U, 4U}) {
             const auto source = static_cast<std::uint32_t>(1 + m_Random() % 200);
             const auto count = static_cast<std::uint32_t>(std::ceil(source * scale));
             const ContribTable table(scale, count, source);
-            Bytes row = fnRandomBytes(m_Random, source * channels);
-            fnCheckLine(table, count, channels, row);
+            std::vector<Bytes> rows = fnRandomRows(1 + m_Random() % 7, source * channels);
+            fnCheckLines(table, count, channels, rows);
             // Runs of equal pixels, such as white ones, interrupted here and there.
-            for (std::size_t i = channels; i < row.size(); ++i)
-                if (i < row.size() / 3)
-                    row[i] = 255;
-                else if (m_Random() % 50 != 0)
-                    row[i] = row[i - channels];
-            fnCheckLine(table, count, channels, row);
+            for (Bytes& row : rows)
+                for (std::size_t i = channels; i < row.size(); ++i)
+                    if (i < row.size() / 3)
+                        row[i] = 255;
+                    else if (m_Random() % 50 != 0)
+                        row[i] = row[i - channels];
+            fnCheckLines(table, count, channels, rows);
             if (HasFatalFailure())
                 return;
         }

@@ -10,7 +10,8 @@ namespace darkroom {
 /// and 32 bits.
 /// @param amount   percent of the mean; if negative, the difference from the mean is added instead,
 /// which sharpens
-/// @param progress may be null. An abort leaves the finished rows changed.
+/// @param progress may be null. An abort leaves the finished rows changed, and so does an
+/// exception, for memory or for lost pixels.
 void fnSoften(CqImage& image, int amount, CqProgressDisplay* progress);
 
 } // namespace darkroom
