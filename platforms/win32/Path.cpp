@@ -16,6 +16,23 @@ bool fnSame(wchar_t a, wchar_t b) {
     return ::CompareStringOrdinal(&a, 1, &b, 1, TRUE) == CSTR_EQUAL;
 }
 
+/// The short names of the part of a path that exists, and the rest as it is. Only what exists has
+/// short names.
+std::wstring fnShorten(std::wstring_view native) {
+    std::wstring brief(kMaxPathUnits, L'\0');
+    std::size_t end = native.size();
+    while (end != 0 && end != std::wstring_view::npos) {
+        const std::wstring part(native.substr(0, end));
+        const DWORD length = ::GetShortPathNameW(part.c_str(), brief.data(), kMaxPathUnits);
+        if (length != 0 && length < brief.size()) {
+            brief.resize(length);
+            return brief.append(native.substr(end));
+        }
+        end = native.find_last_of(L"\\/", end - 1);
+    }
+    return std::wstring(native);
+}
+
 } // namespace
 
 NativePath::NativePath(const CodePage& codePage, std::string_view path) {
@@ -63,15 +80,7 @@ bool fnLibraryPath(const CodePage& codePage, std::wstring_view native, std::stri
     if (plain.starts_with(kLongPrefix) && !plain.starts_with(kLongShare) &&
         plain.size() - kLongPrefix.size() < kMaxShortPath)
         plain.remove_prefix(kLongPrefix.size());
-    if (codePage.fnFromWide(plain, path))
-        return true;
-    const std::wstring whole(native);
-    std::wstring brief(kMaxPathUnits, L'\0');
-    const DWORD length = ::GetShortPathNameW(whole.c_str(), brief.data(), kMaxPathUnits);
-    if (length == 0 || length >= brief.size())
-        return false;
-    brief.resize(length);
-    return codePage.fnFromWide(brief, path);
+    return codePage.fnFromWide(plain, path) || codePage.fnFromWide(fnShorten(native), path);
 }
 
 SplitPath fnSplitPath(std::wstring_view native) {

@@ -35,8 +35,8 @@ private:
 std::wstring fnNativePath(const CodePage& codePage, std::string_view path);
 
 /// A path in the library's form: in the code page, and without the prefix `\\?\` where it is short
-/// enough. If it has no form in the code page, its short names are taken. False, with `path`
-/// unchanged, if they have none either.
+/// enough. If it has no form in the code page, the short names of the part of it that exists are
+/// taken. False, with `path` unchanged, if that has none either.
 bool fnLibraryPath(const CodePage& codePage, std::wstring_view native, std::string& path);
 
 /// A native path split behind its last separator.

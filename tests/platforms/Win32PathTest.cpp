@@ -1,5 +1,6 @@
 #include "platforms/win32/FileTime_p.h"
 #include "platforms/win32/Path_p.h"
+#include "tests/platforms/Win32TestTools.h"
 
 #include <gtest/gtest.h>
 
@@ -54,6 +55,23 @@ TEST(Win32Path, APathInTheLibrarysFormHasEveryCharacterOrIsNone) {
     EXPECT_EQ(path, "C:\\a");
     EXPECT_FALSE(fnLibraryPath(kWestern, L"C:\\none such\\\u30BD", path));
     EXPECT_EQ(path, "C:\\a");
+}
+
+TEST(Win32Path, ADirectoryThatIsYetToBeMadeHasTheShortNamesOfTheOneThatHoldsIt) {
+    const q32::test::Folder folder;
+    ASSERT_TRUE(::CreateDirectoryW(folder.fnWide(L"\u30BD \u30BD").c_str(), nullptr));
+    const std::wstring missing = folder.fnWide(L"\u30BD \u30BD\\q32Base\\");
+    CqWin32Options options;
+    options.m_nCodePage = 1252;
+    ASSERT_TRUE(fnLibraryPath(kWestern, missing, options.m_szConfigDirectory));
+    EXPECT_TRUE(options.m_szConfigDirectory.ends_with("\\q32Base\\")) << options.m_szConfigDirectory;
+    const auto files = q32Win32Platform(q32Win32Windows(), options).m_pFiles;
+    const std::string name = options.m_szConfigDirectory + "a.cfg";
+    EXPECT_TRUE(files->fnUpdateText(name.c_str(), [](std::string& text) {
+        text = "x";
+        return true;
+    }));
+    EXPECT_EQ(q32::test::fnReadFile(missing + L"a.cfg"), "x");
 }
 
 TEST(Win32Path, AMaskMatchesWholeNamesWhateverTheirCase) {
