@@ -212,7 +212,9 @@ bool CqWin32Files::fnUpdateText(const char* name,
     const std::wstring directory = fnSplitPath(path).m_szDirectory;
     const std::wstring config =
         m_szConfigDirectory.empty() ? std::wstring() : fnNative(m_szConfigDirectory.c_str());
-    if (!config.empty() && directory == config && !fnMakeDirectories(directory))
+    // Between the two may be the length from which paths have a prefix.
+    if (!config.empty() && fnPlainPath(directory) == fnPlainPath(config) &&
+        !fnMakeDirectories(directory))
         return false;
     return !path.empty() && fnUpdateTextFile(path, m_Patience, edit);
 }

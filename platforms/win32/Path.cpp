@@ -9,8 +9,6 @@ namespace {
 
 constexpr std::wstring_view kLongPrefix = L"\\\\?\\";
 constexpr std::wstring_view kLongShare = L"\\\\?\\UNC\\";
-/// Longer paths need the prefix: a directory must leave space for a name of 8.3 form.
-constexpr std::size_t kMaxShortPath = MAX_PATH - 12;
 
 bool fnSame(wchar_t a, wchar_t b) {
     return ::CompareStringOrdinal(&a, 1, &b, 1, TRUE) == CSTR_EQUAL;
@@ -61,7 +59,7 @@ bool NativePath::fnMakeAbsolute(const wchar_t* path) {
     const bool isShare = full[0] == L'\\' && full[1] == L'\\';
     std::wstring_view prefix;
     const wchar_t* rest = full;
-    if (length >= kMaxShortPath && !isDevice) {
+    if (length >= kMinLongPath && !isDevice) {
         prefix = isShare ? kLongShare : kLongPrefix;
         rest = isShare ? full + 2 : full;
     }
@@ -75,10 +73,16 @@ std::wstring fnNativePath(const CodePage& codePage, std::string_view path) {
     return native.fnGet();
 }
 
+std::wstring fnPlainPath(std::wstring_view native) {
+    if (native.starts_with(kLongShare))
+        return L"\\\\" + std::wstring(native.substr(kLongShare.size()));
+    return std::wstring(native.substr(native.starts_with(kLongPrefix) ? kLongPrefix.size() : 0));
+}
+
 bool fnLibraryPath(const CodePage& codePage, std::wstring_view native, std::string& path) {
     std::wstring_view plain = native;
     if (plain.starts_with(kLongPrefix) && !plain.starts_with(kLongShare) &&
-        plain.size() - kLongPrefix.size() < kMaxShortPath)
+        plain.size() - kLongPrefix.size() < kMinLongPath)
         plain.remove_prefix(kLongPrefix.size());
     return codePage.fnFromWide(plain, path) || codePage.fnFromWide(fnShorten(native), path);
 }

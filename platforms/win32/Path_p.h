@@ -11,7 +11,13 @@ namespace q32::win32 {
 /// Units of the longest path of the system, with the NUL.
 inline constexpr int kMaxPathUnits = 32768;
 
-/// A path in the system's form: absolute, and with the prefix `\\?\` if it would be too long
+/// Units of the longest name, or end of one, that the back end itself appends to a native path.
+inline constexpr std::size_t kMaxAppended = 48;
+/// Paths of this length get the prefix `\\?\`: what is appended keeps below the system's limit, and
+/// a directory leaves space for a name of 8.3 form.
+inline constexpr std::size_t kMinLongPath = MAX_PATH - 12 - kMaxAppended;
+
+/// A path in the system's form: absolute, and with the prefix `\\?\` if it is or may become too long
 /// without it. It holds its own buffer, of 64 KiB, and allocates nothing, so that it can be made
 /// when memory is exhausted.
 class NativePath {
@@ -33,6 +39,9 @@ private:
 
 /// The same as a string; empty, with the last error, if the path has no such form.
 std::wstring fnNativePath(const CodePage& codePage, std::string_view path);
+
+/// A native path without the prefix `\\?\`, to compare it with another one.
+std::wstring fnPlainPath(std::wstring_view native);
 
 /// A path in the library's form: in the code page, and without the prefix `\\?\` where it is short
 /// enough. If it has no form in the code page, the short names of the part of it that exists are

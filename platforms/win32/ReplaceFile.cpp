@@ -15,6 +15,7 @@ namespace {
 constexpr int kMaxNames = 100;
 constexpr std::wstring_view kPrefix = L".q32save-";
 constexpr std::size_t kDigits = 16;
+static_assert(kPrefix.size() + kDigits <= kMaxAppended);
 constexpr DWORD kKeptAttributes = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM |
                                   FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_NOT_CONTENT_INDEXED;
 

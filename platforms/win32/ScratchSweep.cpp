@@ -19,8 +19,10 @@ std::size_t q32Win32SweepScratchFiles(const char* directory, UINT codePage) {
     std::size_t deleted = 0;
     fnForEachEntry(path, [&](const WIN32_FIND_DATAW& entry) {
         constexpr DWORD kOther = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
-        if ((entry.dwFileAttributes & kOther) == 0 && fnMatches(kScratchMask, entry.cFileName) &&
-            fnDeleteUnheld((path + entry.cFileName).c_str()))
+        if ((entry.dwFileAttributes & kOther) != 0 || !fnMatches(kScratchMask, entry.cFileName))
+            return;
+        const NativePath file((path + entry.cFileName).c_str()); // a name may be of any length
+        if (file && fnDeleteUnheld(file.fnGet()))
             ++deleted;
     });
     return deleted;

@@ -144,6 +144,27 @@ TEST_F(Win32Files, TheDirectoryOfTheSettingsIsMadeWhenTheyAreWritten) {
     EXPECT_EQ(fnReadFile(m_Folder.fnWide(L"one\\\u00E4\\a.cfg")), "x");
 }
 
+TEST_F(Win32Files, TheDirectoryOfTheSettingsMayHaveAnyLength) {
+    for (const std::size_t length : {190, 195, 199, 200, 235, 240, 245, 247, 248, 255}) {
+        SCOPED_TRACE(length);
+        CqWin32Options options;
+        options.m_nCodePage = CP_UTF8;
+        options.m_szConfigDirectory = m_Folder.fnPath();
+        ASSERT_LT(options.m_szConfigDirectory.size() + 2, length);
+        options.m_szConfigDirectory.resize(length - 1, 'x');
+        const auto files = q32Win32Platform(q32Win32Windows(), options).m_pFiles;
+        const std::string name = options.m_szConfigDirectory + "\\Qkz.cfg";
+        const auto put = [](std::string& text) {
+            text = "x";
+            return true;
+        };
+        EXPECT_TRUE(files->fnUpdateText(name.c_str(), put));
+        std::string text;
+        EXPECT_TRUE(files->fnReadText(name.c_str(), text));
+        EXPECT_EQ(text, "x");
+    }
+}
+
 TEST_F(Win32Files, TheDirectoriesAreTheSystemsUnlessTheHostSetsThem) {
     std::string directory;
     ASSERT_TRUE(m_pFiles->fnGetConfigDirectory(directory));

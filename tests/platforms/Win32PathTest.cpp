@@ -24,13 +24,26 @@ TEST(Win32Path, APathBecomesAbsolute) {
 }
 
 TEST(Win32Path, ALongPathGetsThePrefixThatLiftsTheLimit) {
-    const std::string name(242, 'x');
+    const std::string name(196, 'x');
     const std::wstring wide(name.begin(), name.end());
     EXPECT_EQ(fnNativePath(kUtf8, "C:\\" + name), L"C:\\" + wide);
     EXPECT_EQ(fnNativePath(kUtf8, "C:\\abc/" + name), L"\\\\?\\C:\\abc\\" + wide);
     EXPECT_EQ(fnNativePath(kUtf8, "\\\\server\\share\\" + name),
               L"\\\\?\\UNC\\server\\share\\" + wide);
     EXPECT_EQ(fnNativePath(kUtf8, "\\\\?\\C:\\abc\\" + name), L"\\\\?\\C:\\abc\\" + wide);
+}
+
+TEST(Win32Path, WhatIsAppendedToAPathWithoutThePrefixStaysBelowTheLimit) {
+    for (std::size_t length = 150; length < 300; ++length) {
+        const std::wstring path =
+            fnNativePath(kUtf8, "C:\\" + std::string(length - 4, 'x') + '\\');
+        const bool hasPrefix = path.starts_with(L"\\\\?\\");
+        EXPECT_EQ(fnPlainPath(path), L"C:\\" + std::wstring(length - 4, L'x') + L'\\') << length;
+        EXPECT_TRUE(hasPrefix || length + kMaxAppended + 12 < MAX_PATH) << length;
+        EXPECT_EQ(hasPrefix, length >= kMinLongPath) << length;
+    }
+    EXPECT_EQ(fnPlainPath(L"\\\\?\\UNC\\server\\share\\a"), L"\\\\server\\share\\a");
+    EXPECT_EQ(fnPlainPath(L"\\\\server\\share\\a"), L"\\\\server\\share\\a");
 }
 
 TEST(Win32Path, WhatIsNoTextOfTheCodePageIsNoPath) {
