@@ -203,7 +203,7 @@ std::unique_ptr<CqFileReplacement> CqWin32Files::fnOpenReplacement(const char* n
 
 bool CqWin32Files::fnReadText(const char* name, std::string& text) {
     const std::wstring native = fnNative(name);
-    return !native.empty() && fnReadTextFile(native, text);
+    return !native.empty() && fnReadTextFile(native, m_Patience, text);
 }
 
 bool CqWin32Files::fnUpdateText(const char* name,

@@ -23,6 +23,7 @@ struct CqWin32Options {
     /// The host's modules, in the order in which resources are searched. Empty: the program's own.
     std::vector<HINSTANCE> m_Modules;
     /// How long a change of the settings waits for another process that is changing or reading
-    /// them; then it fails, so that a stopped process can't hang the host.
+    /// them, and a read for one that is replacing them; then it fails, so that a stopped process
+    /// can't hang the host.
     std::chrono::milliseconds m_SettingsPatience{10000};
 };

@@ -29,9 +29,7 @@ bool fnExists(const std::wstring& path) {
     return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
-} // namespace
-
-bool fnReadTextFile(const std::wstring& path, std::string& text) {
+bool fnTryToRead(const std::wstring& path, std::string& text) {
     const Handle file =
         fnOpenFile(path.c_str(), GENERIC_READ, kShareUse | FILE_SHARE_DELETE, OPEN_EXISTING);
     std::uint64_t size = 0;
@@ -50,6 +48,13 @@ bool fnReadTextFile(const std::wstring& path, std::string& text) {
     return true;
 }
 
+} // namespace
+
+bool fnReadTextFile(const std::wstring& path, std::chrono::milliseconds patience,
+                    std::string& text) {
+    return fnInsist(Clock::now() + patience, [&] { return fnTryToRead(path, text); });
+}
+
 bool fnUpdateTextFile(const std::wstring& path, std::chrono::milliseconds patience,
                       const std::function<bool(std::string& text)>& edit) {
     const Clock::time_point end = Clock::now() + patience;
@@ -65,7 +70,7 @@ bool fnUpdateTextFile(const std::wstring& path, std::chrono::milliseconds patien
     if (!ready)
         return false;
     const bool exists = fnExists(target);
-    if (exists && !fnInsist(end, [&] { return fnReadTextFile(target, text); }))
+    if (exists && !fnInsist(end, [&] { return fnTryToRead(target, text); }))
         return false;
     if (!edit(text))
         return true;

@@ -11,7 +11,10 @@ namespace q32::win32 {
 inline constexpr std::size_t kMaxTextBytes = std::size_t{16} << 20;
 
 /// Reads a whole file. False if it is missing, unreadable or too long.
-bool fnReadTextFile(const std::wstring& path, std::string& text);
+/// @param patience  how long to wait for a process that has it to itself, as one has that is about
+///                  to replace it
+bool fnReadTextFile(const std::wstring& path, std::chrono::milliseconds patience,
+                    std::string& text);
 
 /// Replaces a text file as a whole (ReplaceFile_p.h) under a lock between processes: a file of the
 /// same name with ".lock" appended, open to one process at a time and not deleted. On failure the

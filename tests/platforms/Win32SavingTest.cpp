@@ -115,6 +115,23 @@ TEST(Win32Saving, SettingsWaitForWhoReadsThemButNotForEver) {
     EXPECT_EQ(fnReadFile(folder.fnWide(L"a")), "new");
 }
 
+TEST(Win32Saving, AReaderOfSettingsWaitsForWhoHasThemButNotForEver) {
+    const Folder folder;
+    fnWriteFile(folder.fnWide(L"a"), "text");
+    std::string text;
+    const HANDLE writer = fnHold(folder.fnWide(L"a"), 0);
+    EXPECT_FALSE(fnFiles(std::chrono::milliseconds(20))->fnReadText(folder.fnPath("a").c_str(), text));
+    std::thread release([writer] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        ::CloseHandle(writer);
+    });
+    EXPECT_TRUE(fnFiles(std::chrono::seconds(20))->fnReadText(folder.fnPath("a").c_str(), text));
+    release.join();
+    EXPECT_EQ(text, "text");
+    EXPECT_FALSE(fnFiles(std::chrono::hours(1))->fnReadText(folder.fnPath("b").c_str(), text))
+        << "nobody waits for a file that is missing";
+}
+
 TEST(Win32Saving, ChangesOfSettingsByManyThreadsAreAllThere) {
     const Folder folder;
     const auto files = fnFiles(std::chrono::seconds(60));
