@@ -81,6 +81,11 @@ bool fnMark(const Handle& file, bool deleted) {
     return ::SetFileInformationByHandle(file.fnGet(), FileDispositionInfo, &info, sizeof info);
 }
 
+bool fnIsFile(const std::wstring& path) {
+    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
 /// A request to rename a file, and to replace what is there.
 std::vector<std::byte> fnMakeRename(const std::wstring& target) {
     const std::size_t bytes = target.size() * sizeof(wchar_t);
@@ -143,26 +148,29 @@ bool ReplacementFile::fnCreate(const std::wstring& directory, Handle& file) cons
 
 /// Takes over the facts of the file that is to be replaced, if there is one.
 bool ReplacementFile::fnTakeFacts(const Handle& file) const {
-    const Handle old = fnOpenFile(m_szTarget.c_str(), GENERIC_READ | GENERIC_WRITE | READ_CONTROL,
-                                  kShareNone, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT);
+    // Who may not delete it may not replace it.
+    const Handle old =
+        fnOpenFile(m_szTarget.c_str(), GENERIC_READ | GENERIC_WRITE | READ_CONTROL | DELETE,
+                   kShareNone, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT);
     if (!old)
         return ::GetLastError() == ERROR_FILE_NOT_FOUND;
     return fnCopyAccess(old, file) && fnCopyAttributes(old, file);
 }
 
 bool ReplacementFile::fnTakePlace(const Handle& file) const {
-    if (!fnTakeFacts(file) || !::FlushFileBuffers(file.fnGet()))
-        return false;
     // Nothing may fail for memory once the file isn't marked any more.
     std::vector<std::byte> request = fnMakeRename(m_szTarget);
-    if (!fnMark(file, false))
+    // The facts come last: until the renaming, somebody else may open the file there.
+    if (!::FlushFileBuffers(file.fnGet()) || !fnTakeFacts(file) || !fnMark(file, false))
         return false;
     if (::SetFileInformationByHandle(file.fnGet(), FileRenameInfo, request.data(),
                                      static_cast<DWORD>(request.size())))
         return true;
     const DWORD cause = ::GetLastError();
     fnMark(file, true);
-    ::SetLastError(cause);
+    // Access was granted a moment ago: the system refuses to replace an open file with this cause.
+    const bool isOpen = cause == ERROR_ACCESS_DENIED && fnIsFile(m_szTarget);
+    ::SetLastError(isOpen ? ERROR_SHARING_VIOLATION : cause);
     return false;
 }
 

@@ -149,6 +149,39 @@ TEST(Win32Saving, ChangesOfSettingsByManyThreadsAreAllThere) {
     EXPECT_EQ(fnReadFile(folder.fnWide(L"a")), std::string(40, 'x'));
 }
 
+TEST(Win32Saving, ReadersAndWritersOfSettingsDisturbNobody) {
+    constexpr std::size_t kChanges = 60;
+    const Folder folder;
+    const auto files = fnFiles(std::chrono::seconds(60));
+    const std::string name = folder.fnPath("a");
+    fnWriteFile(folder.fnWide(L"a"), "x");
+    std::vector<std::thread> readers;
+    for (int reader = 0; reader < 2; ++reader)
+        readers.emplace_back([&] {
+            std::string text;
+            for (std::size_t seen = 0; seen <= kChanges; seen = text.size()) {
+                if (!files->fnReadText(name.c_str(), text)) {
+                    ADD_FAILURE() << "not read after " << seen << " changes, " << ::GetLastError();
+                    break;
+                }
+                EXPECT_GE(text.size(), seen);
+                std::this_thread::yield();
+            }
+        });
+    for (std::size_t i = 0; i < kChanges; ++i)
+        EXPECT_TRUE(files->fnUpdateText(name.c_str(), [](std::string& text) {
+            text += 'x';
+            return true;
+        })) << i << ", "
+            << ::GetLastError();
+    const bool isComplete = fnReadFile(folder.fnWide(L"a")).size() == kChanges + 1;
+    EXPECT_TRUE(isComplete);
+    if (!isComplete)
+        fnWriteFile(folder.fnWide(L"a"), std::string(kChanges + 1, 'x')); // ends the readers
+    for (std::thread& reader : readers)
+        reader.join();
+}
+
 TEST(Win32Saving, SettingsThatAppearWhileTheyAreMadeAreNotReplaced) {
     const Folder folder;
     EXPECT_FALSE(fnFiles()->fnUpdateText(folder.fnPath("a").c_str(), [&](std::string& text) {
