@@ -4,6 +4,7 @@
 #include <utility>
 
 using q32::win32::Voice;
+using q32::win32::WaveCalls;
 
 namespace {
 
@@ -19,11 +20,19 @@ bool fnIsConsistent(const WAVEFORMATEX& format) {
 /// to it, so calls continue with a copy of the pointer.
 class Out final : public CqWaveOut {
 public:
-    explicit Out(std::shared_ptr<Voice> voice) : m_pVoice(std::move(voice)) {}
-    ~Out() override { fnGet()->fnClose(); }
+    Out() = default;
+    ~Out() override {
+        if (m_pVoice)
+            fnGet()->fnClose();
+    }
     Out(const Out&) = delete;
     Out& operator=(const Out&) = delete;
 
+    /// Before any other call. Without success there is nothing to close.
+    bool fnOpen(const WaveCalls& calls, const WAVEFORMATEX& format, CqWaveOutService::Done done) {
+        m_pVoice = Voice::fnOpen(calls, format, std::move(done));
+        return m_pVoice != nullptr;
+    }
     bool fnPrepare(WAVEHDR& header) override { return fnGet()->fnPrepare(header); }
     bool fnWrite(WAVEHDR& header) override { return fnGet()->fnWrite(header); }
     bool fnUnprepare(WAVEHDR& header) override { return fnGet()->fnUnprepare(header); }
@@ -34,7 +43,7 @@ public:
 private:
     std::shared_ptr<Voice> fnGet() const { return m_pVoice; }
 
-    const std::shared_ptr<Voice> m_pVoice;
+    std::shared_ptr<Voice> m_pVoice;
 };
 
 } // namespace
@@ -47,6 +56,6 @@ bool CqWin32WaveOut::fnCanPlay(const WAVEFORMATEX& format) {
 std::unique_ptr<CqWaveOut> CqWin32WaveOut::fnOpen(const WAVEFORMATEX& format, Done done) {
     if (!fnIsConsistent(format))
         return nullptr;
-    auto voice = Voice::fnOpen(m_Calls, format, std::move(done));
-    return voice ? std::make_unique<Out>(std::move(voice)) : nullptr;
+    auto out = std::make_unique<Out>(); // nothing may fail for memory once the device is open
+    return out->fnOpen(m_Calls, format, std::move(done)) ? std::move(out) : nullptr;
 }

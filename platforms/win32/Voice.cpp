@@ -29,6 +29,9 @@ std::shared_ptr<Voice> Voice::fnOpen(const WaveCalls& calls, const WAVEFORMATEX&
     } catch (const std::system_error&) {
         voice->fnClose();
         return nullptr;
+    } catch (...) { // std::bad_alloc
+        voice->fnClose();
+        throw;
     }
     return voice;
 }

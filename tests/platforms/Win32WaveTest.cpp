@@ -3,6 +3,7 @@
 #include "platforms/win32/CqWin32WaveOut_p.h"
 #include "platforms/win32/Voice_p.h"
 #include "tests/support/Await.h"
+#include "tests/support/FailingAllocator.h"
 
 #include <gtest/gtest.h>
 
@@ -18,6 +19,7 @@ constexpr WAVEFORMATEX kFormat{WAVE_FORMAT_PCM, 1, 22050, 44100, 2, 16, 0};
 struct Device {
     static inline bool theBusy = false;
     static inline int theStillPlaying = 0; ///< closes that fail
+    static inline int theOpened = 0;
     static inline int theClosed = 0;
     static inline bool theRefusing = false; ///< of blocks
     static inline bool theHolding = false;  ///< it keeps its block
@@ -26,7 +28,7 @@ struct Device {
 
     Device() {
         theBusy = theRefusing = theHolding = false;
-        theStillPlaying = theClosed = 0;
+        theStillPlaying = theOpened = theClosed = 0;
         theBlock = nullptr;
     }
     static q32::win32::WaveCalls fnGetCalls() {
@@ -49,6 +51,7 @@ private:
     static MMRESULT WINAPI fnOpen(LPHWAVEOUT, UINT, LPCWAVEFORMATEX, DWORD_PTR event, DWORD_PTR,
                                   DWORD) {
         theEvent = reinterpret_cast<HANDLE>(event); // NOLINT(performance-no-int-to-ptr)
+        theOpened += !theBusy;
         return theBusy ? MMSYSERR_ALLOCATED : MMSYSERR_NOERROR;
     }
     static MMRESULT WINAPI fnClose(HWAVEOUT) {
@@ -100,6 +103,21 @@ TEST_F(Win32Wave, ADeviceThatAnotherProgramHasIsNotOpened) {
     EXPECT_EQ(fnOpen(), nullptr);
     Device::theBusy = false;
     EXPECT_NE(fnOpen(), nullptr);
+}
+
+TEST_F(Win32Wave, WithoutMemoryNoDeviceStaysOpen) {
+    const std::size_t failures = fnFailEachAllocation([this](CqAllocationFailure& failure) {
+        try {
+            const auto device = fnOpen();
+            failure.fnEnd();
+            EXPECT_EQ(device != nullptr, !failure.fnHappened());
+        } catch (const std::bad_alloc&) {
+            failure.fnEnd();
+        }
+        EXPECT_EQ(Device::theClosed, Device::theOpened);
+    });
+    EXPECT_EQ(failures, 3u) << "the device's object, its voice, the thread";
+    EXPECT_EQ(Device::theOpened, 2);
 }
 
 TEST_F(Win32Wave, ADeviceThatStillPlaysIsClosedALittleLater) {
