@@ -135,6 +135,8 @@ bool Voice::fnWrite(WAVEHDR& header) {
 
 bool Voice::fnSetPaused(bool paused) {
     const Lock lock(m_Lock);
+    if (m_bClosed)
+        return false;
     const MMRESULT result = paused ? m_Calls.m_Pause(m_Device) : m_Calls.m_Restart(m_Device);
     if (result == MMSYSERR_NOERROR)
         m_bPaused = paused;
@@ -143,6 +145,8 @@ bool Voice::fnSetPaused(bool paused) {
 
 bool Voice::fnReset() {
     const Lock lock(m_Lock);
+    if (m_bClosed)
+        return false;
     const bool done = m_Calls.m_Reset(m_Device) == MMSYSERR_NOERROR;
     // Whether a reset ends a pause is the driver's business.
     if (done && std::exchange(m_bPaused, false))

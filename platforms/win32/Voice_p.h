@@ -31,6 +31,7 @@ public:
     Voice(const Voice&) = delete;
     Voice& operator=(const Voice&) = delete;
 
+    // After fnClose, the device isn't called any more: what needs it fails.
     bool fnPrepare(WAVEHDR& header);
     bool fnWrite(WAVEHDR& header);
     bool fnUnprepare(WAVEHDR& header);

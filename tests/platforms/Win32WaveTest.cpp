@@ -21,6 +21,7 @@ struct Device {
     static inline int theStillPlaying = 0; ///< closes that fail
     static inline int theOpened = 0;
     static inline int theClosed = 0;
+    static inline int theLateCalls = 0; ///< after a close
     static inline bool theRefusing = false; ///< of blocks
     static inline bool theHolding = false;  ///< it keeps its block
     static inline WAVEHDR* theBlock = nullptr;
@@ -28,7 +29,7 @@ struct Device {
 
     Device() {
         theBusy = theRefusing = theHolding = false;
-        theStillPlaying = theOpened = theClosed = 0;
+        theStillPlaying = theOpened = theClosed = theLateCalls = 0;
         theBlock = nullptr;
     }
     static q32::win32::WaveCalls fnGetCalls() {
@@ -68,8 +69,12 @@ private:
         theBlock = block;
         return theRefusing ? MMSYSERR_NOMEM : MMSYSERR_NOERROR;
     }
-    static MMRESULT WINAPI fnGoOn(HWAVEOUT) { return MMSYSERR_NOERROR; }
+    static MMRESULT WINAPI fnGoOn(HWAVEOUT) {
+        theLateCalls += theClosed;
+        return MMSYSERR_NOERROR;
+    }
     static MMRESULT WINAPI fnReset(HWAVEOUT) {
+        theLateCalls += theClosed;
         if (theBlock)
             theBlock->dwFlags |= WHDR_DONE;
         return MMSYSERR_NOERROR;
@@ -143,6 +148,19 @@ TEST_F(Win32Wave, ADeviceThatNeverStopsIsGivenUpUntilItDoes) {
     Device::theStillPlaying = 0;
     device = fnOpen();
     EXPECT_EQ(Device::theClosed, 2) << "and the one opened in between";
+}
+
+TEST_F(Win32Wave, AClosedDeviceIsNotCalled) {
+    const auto voice = q32::win32::Voice::fnOpen(Device::fnGetCalls(), kFormat,
+                                                 [this](WAVEHDR&) { ++m_nReports; });
+    ASSERT_NE(voice, nullptr);
+    voice->fnClose();
+    EXPECT_FALSE(voice->fnSetPaused(true));
+    EXPECT_FALSE(voice->fnSetPaused(false));
+    EXPECT_FALSE(voice->fnReset());
+    voice->fnClose();
+    EXPECT_EQ(Device::theClosed, 1);
+    EXPECT_EQ(Device::theLateCalls, 0);
 }
 
 TEST_F(Win32Wave, AHeaderThatTheDriverHoldsOutlivesItsDevice) {
