@@ -18,6 +18,8 @@ public:
           std::shared_ptr<Failures> failures)
         : m_Calls(calls), m_Changed(std::move(changed)), m_pFailures(std::move(failures)) {}
     ~Mixer() override {
+        if (m_Window)
+            ::SetWindowLongPtrW(m_Window, GWLP_USERDATA, 0); // nothing is reported any more
         if (m_Mixer)
             m_Calls.m_Close(m_Mixer);
         if (!m_Window)

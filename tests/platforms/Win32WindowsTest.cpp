@@ -213,6 +213,23 @@ TEST(Win32Mixers, WhatAReportThrowsWaitsForTheHost) {
     }
 }
 
+TEST(Win32Mixers, NothingIsReportedWhileAMixerIsClosed) {
+    q32::test::FakeMixer device;
+    device.m_bSendsLate = true;
+    CqWin32Mixers mixers(std::make_shared<q32::win32::Failures>(), device.fnGetCalls());
+    int reports = 0;
+    auto mixer = mixers.fnOpen(0, [&](std::uint32_t) { ++reports; });
+    ASSERT_NE(mixer, nullptr);
+    CqMixerLine line{};
+    std::uint32_t volume = 0;
+    ASSERT_TRUE(mixer->fnFindSpeakerLine(line) &&
+                mixer->fnFindControl(line.m_nLineId, CQ_MIXER_CONTROL::VOLUME, volume));
+    device.fnMoveVolume(4711);
+    mixer.reset();
+    EXPECT_EQ(device.m_nOpen, 0);
+    EXPECT_EQ(reports, 0);
+}
+
 /// Whether this program, which holds the library, has a class of windows.
 bool fnHasClass(const wchar_t* name) {
     WNDCLASSW kind{};

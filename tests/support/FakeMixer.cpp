@@ -40,6 +40,9 @@ MMRESULT WINAPI FakeMixer::fnOpen(LPHMIXER mixer, UINT id, DWORD_PTR callback, D
 
 MMRESULT WINAPI FakeMixer::fnClose(HMIXER) {
     --thePresent->m_nOpen;
+    if (thePresent->m_bSendsLate)
+        ::SendMessageW(thePresent->m_Listener, MM_MIXM_CONTROL_CHANGE,
+                       reinterpret_cast<WPARAM>(thePresent), 0);
     return MMSYSERR_NOERROR;
 }
 

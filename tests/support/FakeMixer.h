@@ -24,6 +24,8 @@ public:
     void fnMoveVolume(std::uint32_t value) { m_Values[0] = {value, value}; }
     /// Whether the driver sends messages about changes.
     bool m_bSends = false;
+    /// Whether it sends one about the volume while it is closed.
+    bool m_bSendsLate = false;
     int m_nOpen = 0;
 
 private:
