@@ -6,9 +6,12 @@ namespace q32::win32 {
 
 namespace {
 
+/// Other pages with longer characters have states or four bytes, and no exact conversion.
 UINT fnChoose(UINT page) {
     CPINFO info;
-    return page != CP_ACP && ::GetCPInfo(page, &info) ? page : ::GetACP();
+    const bool isUsable = page != CP_ACP && ::GetCPInfo(page, &info) &&
+                          (page == CP_UTF8 || info.MaxCharSize <= 2);
+    return isUsable ? page : ::GetACP();
 }
 
 /// Length of the UTF-8 sequence that begins with a byte; 1 for a byte that begins none.

@@ -13,7 +13,8 @@ namespace q32::win32 {
 class CodePage {
 public:
     /// @param page  a number of the system; CP_ACP for the process's own, which a manifest may set
-    ///              to UTF-8. An unknown one gives the process's own.
+    ///              to UTF-8. An unknown one gives the process's own, and so does one other
+    ///              than UTF-8 that has characters of more than two bytes.
     explicit CodePage(UINT page = CP_ACP);
 
     UINT fnGetNumber() const { return m_nPage; }

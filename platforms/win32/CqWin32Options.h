@@ -10,7 +10,8 @@
 /// Options of the Windows back end. Paths are in its code page.
 struct CqWin32Options {
     /// Code page of all texts and paths. CP_ACP: the process's own, which is UTF-8 if the program's
-    /// manifest says so (`activeCodePage`).
+    /// manifest says so (`activeCodePage`). One that the system lacks, or other than UTF-8 with
+    /// characters of more than two bytes, such as 54936, gives the process's own, too.
     UINT m_nCodePage = CP_ACP;
     /// How many threads work on one operation, the caller's included. 0: one for each core that
     /// this process may use; 1: the caller's alone.

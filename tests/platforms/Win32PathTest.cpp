@@ -121,6 +121,10 @@ TEST(Win32CodePage, AnUnknownNumberGivesTheProcesssOwn) {
     EXPECT_EQ(CodePage(4711).fnGetNumber(), ::GetACP());
     EXPECT_EQ(CodePage().fnGetNumber(), ::GetACP());
     EXPECT_EQ(kJapanese.fnGetNumber(), 932u);
+    CPINFO info;
+    ASSERT_TRUE(::GetCPInfo(CP_UTF7, &info));
+    for (const UINT page : {UINT{CP_UTF7}, 54936u, 50220u, 52936u})
+        EXPECT_EQ(CodePage(page).fnGetNumber(), ::GetACP()) << page << ", with longer characters";
 }
 
 TEST(Win32CodePage, TextsAreConvertedExactlyOrNotAtAll) {
