@@ -9,8 +9,8 @@ namespace {
 /// Other pages with longer characters have states or four bytes, and no exact conversion.
 UINT fnChoose(UINT page) {
     CPINFO info;
-    const bool isUsable = page != CP_ACP && ::GetCPInfo(page, &info) &&
-                          (page == CP_UTF8 || info.MaxCharSize <= 2);
+    const bool isUsable =
+        page != CP_ACP && ::GetCPInfo(page, &info) && (page == CP_UTF8 || info.MaxCharSize <= 2);
     return isUsable ? page : ::GetACP();
 }
 

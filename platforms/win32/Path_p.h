@@ -17,9 +17,9 @@ inline constexpr std::size_t kMaxAppended = 48;
 /// a directory leaves space for a name of 8.3 form.
 inline constexpr std::size_t kMinLongPath = MAX_PATH - 12 - kMaxAppended;
 
-/// A path in the system's form: absolute, and with the prefix `\\?\` if it is or may become too long
-/// without it. It holds its own buffer, of 64 KiB, and allocates nothing, so that it can be made
-/// when memory is exhausted.
+/// A path in the system's form: absolute, and with the prefix `\\?\` if it is or may become too
+/// long without it. It holds its own buffer, of 64 KiB, and allocates nothing, so that it can be
+/// made when memory is exhausted.
 class NativePath {
 public:
     /// Without a form in UTF-16, or too long, it is none, with the last error.

@@ -35,8 +35,7 @@ TEST(Win32Path, ALongPathGetsThePrefixThatLiftsTheLimit) {
 
 TEST(Win32Path, WhatIsAppendedToAPathWithoutThePrefixStaysBelowTheLimit) {
     for (std::size_t length = 150; length < 300; ++length) {
-        const std::wstring path =
-            fnNativePath(kUtf8, "C:\\" + std::string(length - 4, 'x') + '\\');
+        const std::wstring path = fnNativePath(kUtf8, "C:\\" + std::string(length - 4, 'x') + '\\');
         const bool hasPrefix = path.starts_with(L"\\\\?\\");
         EXPECT_EQ(fnPlainPath(path), L"C:\\" + std::wstring(length - 4, L'x') + L'\\') << length;
         EXPECT_TRUE(hasPrefix || length + kMaxAppended + 12 < MAX_PATH) << length;
@@ -77,7 +76,8 @@ TEST(Win32Path, ADirectoryThatIsYetToBeMadeHasTheShortNamesOfTheOneThatHoldsIt) 
     CqWin32Options options;
     options.m_nCodePage = 1252;
     ASSERT_TRUE(fnLibraryPath(kWestern, missing, options.m_szConfigDirectory));
-    EXPECT_TRUE(options.m_szConfigDirectory.ends_with("\\q32Base\\")) << options.m_szConfigDirectory;
+    EXPECT_TRUE(options.m_szConfigDirectory.ends_with("\\q32Base\\"))
+        << options.m_szConfigDirectory;
     const auto files = q32Win32Platform(q32Win32Windows(), options).m_pFiles;
     const std::string name = options.m_szConfigDirectory + "a.cfg";
     EXPECT_TRUE(files->fnUpdateText(name.c_str(), [](std::string& text) {

@@ -21,7 +21,7 @@ struct Device {
     static inline int theStillPlaying = 0; ///< closes that fail
     static inline int theOpened = 0;
     static inline int theClosed = 0;
-    static inline int theLateCalls = 0; ///< after a close
+    static inline int theLateCalls = 0;     ///< after a close
     static inline bool theRefusing = false; ///< of blocks
     static inline bool theHolding = false;  ///< it keeps its block
     static inline WAVEHDR* theBlock = nullptr;
