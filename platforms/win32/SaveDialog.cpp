@@ -5,6 +5,7 @@
 // clang-format off
 #include <windows.h>
 #include <commdlg.h>
+#include <cderr.h>
 // clang-format on
 
 namespace q32::win32 {
@@ -24,13 +25,16 @@ std::wstring fnConvertFilter(const CodePage& codePage, const char* filter) {
     return wide;
 }
 
-/// The name can't be passed on: the user may choose another one.
-void fnShowNoForm(HWND owner, const std::wstring& name) {
-    const SystemText cause(ERROR_NO_UNICODE_TRANSLATION);
-    const std::wstring text = name + L"\n\n" + std::wstring(cause.fnGet());
+void fnShowCause(HWND owner, const std::wstring& what, DWORD error) {
+    const SystemText cause(error);
+    const std::wstring text = what + std::wstring(cause.fnGet());
     wchar_t caption[64] = {};
     ::GetWindowTextW(owner, caption, 64);
     ::MessageBoxW(owner, text.c_str(), caption, MB_OK | MB_ICONEXCLAMATION);
+}
+
+bool fnIsMemory(DWORD failure) {
+    return failure == CDERR_MEMALLOCFAILURE || failure == CDERR_MEMLOCKFAILURE;
 }
 
 } // namespace
@@ -56,10 +60,15 @@ bool fnAskSaveName(HWND owner, const CodePage& codePage, const CqSaveRequest& re
         const std::wstring chosen = name.c_str();
         if (codePage.fnFromWide(chosen, path))
             return true;
-        fnShowNoForm(owner, chosen);
+        fnShowCause(owner, chosen + L"\n\n", ERROR_NO_UNICODE_TRANSLATION);
         if (!::IsWindow(owner))
             return false;
     }
+    // 0 if the user cancelled it; otherwise nobody has seen a dialog.
+    const DWORD failure = ::CommDlgExtendedError();
+    if (failure != 0)
+        fnShowCause(owner, {},
+                    fnIsMemory(failure) ? ERROR_NOT_ENOUGH_MEMORY : ERROR_CAN_NOT_COMPLETE);
     return false;
 }
 

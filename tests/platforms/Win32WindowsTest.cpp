@@ -167,6 +167,23 @@ TEST_F(Win32Dump, AfterSuchANameTheUserMayCancel) {
     EXPECT_EQ(path, "as it was");
 }
 
+TEST_F(Win32Dump, ADialogThatTheSystemCannotShowIsNotTakenForACancelledOne) {
+    Dialogs dialogs;
+    std::wstring shown;
+    dialogs.fnAdd([&](HWND box) {
+        for (HWND part = nullptr; (part = ::FindWindowExW(box, part, L"Static", nullptr));)
+            shown += fnGetTextOf(part);
+        ::PostMessageW(box, WM_COMMAND, ::GetDlgItem(box, IDOK) ? IDOK : IDCANCEL, 0);
+    });
+    CqSaveRequest request = kRequest;
+    request.m_nFlags = OFN_ENABLETEMPLATE; // which there is none of
+    std::string path = "as it was";
+    EXPECT_FALSE(m_pView->fnAskSaveName(request, path));
+    EXPECT_EQ(dialogs.fnCount(), 0u);
+    EXPECT_NE(shown, L"");
+    EXPECT_EQ(path, "as it was");
+}
+
 TEST_F(Win32Dump, WhatACommandThrowsWaitsForTheHost) {
     m_Events.m_OnCommand = [] { throw std::runtime_error("of the host"); };
     EXPECT_EQ(m_pWindows->fnTakeFailure(), nullptr);
