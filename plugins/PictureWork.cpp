@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <thread>
+#include <utility>
 
 namespace q32 {
 
@@ -37,9 +38,9 @@ public:
 
     /// Unless a piece has done so: other threads may have taken both.
     void fnCallHere() {
-        if (!m_bCalledHere)
-            m_Here.m_fnCall(m_Here.m_pWork);
-        m_bCalledHere = true;
+        if (std::exchange(m_bCalledHere, true))
+            return;
+        m_Here.m_fnCall(m_Here.m_pWork);
     }
 
 private:

@@ -33,6 +33,13 @@ std::uint16_t fnGetCompression(TIFF* file) {
     return compression;
 }
 
+/// Whether the last pixel of a part and the first of the one beside it lie in one byte of a 4-bit
+/// image: libtiff reads tiles of any width.
+bool fnShareBytes(const TiffLayout& layout) {
+    return layout.fnGetBitCount() == 4 && layout.m_nTileWidth % 2 != 0 &&
+           layout.m_nTileWidth < layout.m_nWidth;
+}
+
 } // namespace
 
 bool fnIsDeflated(TIFF* file) {
@@ -142,9 +149,12 @@ TiffParts::TiffParts(const TiffReading& reading, std::size_t rowBytes, std::size
         m_Decoders.push_back(std::make_unique<TiffPartDecoder>(reading, rowBytes, partBytes));
 }
 
-/// Only codings whose parts are decoded independently of each other, and fill all of their bytes or
-/// fail: what a handle has decoded before has no effect then.
+/// Only parts that share no byte of the image, in codings whose parts are decoded independently of
+/// each other, and fill all of their bytes or fail: what a handle has decoded before has no effect
+/// then.
 bool TiffParts::fnIsDivisible() const {
+    if (fnShareBytes(m_Reading.m_Layout))
+        return false;
     switch (m_nCompression) {
     case COMPRESSION_NONE: // else one thread copies as fast as the memory allows
         return !TiffSamples::fnArePlain(m_Reading.m_Layout);

@@ -12,7 +12,8 @@
 namespace q32::posix {
 namespace {
 
-/// Places for threads that call; a further one waits until one is free.
+/// Places for threads that call; a further one waits until one is free, or its work is done by
+/// other threads.
 constexpr unsigned int kCallers = 64;
 
 } // namespace

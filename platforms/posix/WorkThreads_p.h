@@ -22,7 +22,8 @@ public:
 
     /// Calls `work(context, worker)` for each worker below `count`, the first on this thread, the
     /// others there or on other threads. Returns when all calls have ended; some aren't made if
-    /// memory is exhausted.
+    /// memory is exhausted. Beyond 64 callers at once, a further one waits until one of them has
+    /// ended, or until another thread has made all of its calls.
     void fnRun(std::uint32_t count, void (*work)(void* context, std::uint32_t worker),
                void* context) noexcept;
 

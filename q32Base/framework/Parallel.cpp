@@ -19,8 +19,6 @@ constexpr std::uint32_t kPiecesEach = 8;
 /// The time between two rounds of reports, in overheads: long enough that these cost little, and
 /// short enough that Esc takes effect at once. With 20 microseconds it is 4 milliseconds.
 constexpr double kBatchTime = 200.0;
-/// The units of a batch for each thread, at least.
-constexpr std::uint32_t kBatchEach = 2;
 
 CqWorkService* fnFindService() {
     return fnHasPlatform() ? fnPlatform().m_pWork.get() : nullptr;
@@ -80,9 +78,9 @@ Parallel::Parallel(std::uint32_t units, double nanoseconds, std::uint32_t batch)
         return;
     const auto overhead = static_cast<double>(service->fnGetOverhead().count());
     const double time = std::max(nanoseconds, 1e-3);
-    const double least = std::ceil(kBatchTime * overhead * workers / time);
-    const double whole = std::min(std::max(least, double{kBatchEach} * workers),
-                                  static_cast<double>(std::min(units, batch)));
+    // As many units for each thread as fit in that time, so that all end together.
+    const double each = std::max(std::floor(kBatchTime * overhead / time), 1.0);
+    const double whole = std::min(each * workers, static_cast<double>(std::min(units, batch)));
     if (whole * time < kMinWork * overhead)
         return;
     m_nWorkers = workers;

@@ -33,6 +33,9 @@ public:
     /// Calls `fnRunPiece` once for each index below `count`, in any order and on any threads.
     /// Returns when all the calls have returned; what they wrote is then visible to the caller.
     /// Can't fail: without threads or memory, the caller does the pieces itself.
+    ///
+    /// On the calling thread a piece may call the host: progress, files and other services, and
+    /// through these this function. So no lock is held while pieces are done.
     virtual void fnRun(std::uint32_t count, CqWorkPieces& pieces) noexcept = 0;
 
     /// What starting and ending a task costs. The library doesn't divide work that takes only a

@@ -93,6 +93,14 @@ TEST_F(ParallelTest, ABatchTakesFourMillisecondsAndOneThreadHasNone) {
     EXPECT_EQ(Parallel(1000000, 1000.0).fnGetBatch(), 1u);
 }
 
+TEST_F(ParallelTest, ABatchOfLongUnitsHasOnlyAsManyForEachThreadAsFitInItsTime) {
+    m_Work.fnSetOverhead(std::chrono::microseconds(20));
+    EXPECT_EQ(Parallel(1000, 1.9e6).fnGetBatch(), 8u);
+    EXPECT_EQ(Parallel(1000, 2.1e6).fnGetBatch(), 4u);
+    EXPECT_EQ(Parallel(1000, 50e6).fnGetBatch(), 4u);
+    EXPECT_EQ(Parallel(3, 50e6).fnGetBatch(), 3u);
+}
+
 TEST_F(ParallelTest, UnitsAreReportedInOrderAfterTheyAreDone) {
     for (const std::uint32_t concurrency : {1u, 4u}) {
         m_Work.fnSetConcurrency(concurrency);

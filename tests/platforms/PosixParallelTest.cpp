@@ -4,11 +4,10 @@
 #include "tests/operations/ParallelOperations.h"
 #include "tests/operations/StepDisplay.h"
 #include "tests/platforms/PosixTestTools.h"
+#include "tests/support/AnySizeWork.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <chrono>
 #include <functional>
 #include <memory>
 #include <thread>
@@ -19,23 +18,6 @@ namespace q32::test {
 namespace {
 
 constexpr std::uint32_t kConcurrency = 4;
-
-/// The threads of the back end, for work of any size, or none.
-class AnySize final : public CqWorkService {
-public:
-    explicit AnySize(std::shared_ptr<CqWorkService> threads) : m_pThreads(std::move(threads)) {}
-
-    std::uint32_t fnGetConcurrency() override { return m_bAlone ? 1 : kConcurrency; }
-    void fnRun(std::uint32_t count, CqWorkPieces& pieces) noexcept override {
-        m_pThreads->fnRun(count, pieces);
-    }
-    std::chrono::nanoseconds fnGetOverhead() override { return {}; }
-
-    std::atomic<bool> m_bAlone = false;
-
-private:
-    std::shared_ptr<CqWorkService> m_pThreads;
-};
 
 class Numbers final : public CqWorkPieces {
 public:
@@ -57,7 +39,7 @@ protected:
         CqPlatform platform = q32PosixPlatform(options);
         ASSERT_TRUE(platform.m_pWork);
         ASSERT_EQ(platform.m_pWork->fnGetConcurrency(), kConcurrency);
-        m_pWork = std::make_shared<AnySize>(platform.m_pWork);
+        m_pWork = std::make_shared<AnySizeWork>(platform.m_pWork);
         platform.m_pWork = m_pWork;
         ASSERT_TRUE(q32Attach(platform));
     }
@@ -84,7 +66,7 @@ protected:
     }
 
     Folder m_Folder;
-    std::shared_ptr<AnySize> m_pWork;
+    std::shared_ptr<AnySizeWork> m_pWork;
     const std::vector<ParallelOperation> m_Operations = fnGetParallelOperations();
 };
 
@@ -99,6 +81,22 @@ TEST_F(PosixParallelTest, SoTheyDoInScratchFiles) {
     q32GetVMPolicy()->fnSetRamLimit(0);
     ParallelCase images(290, 150, 24, false);
     fnExpect(images, fnGetExpected(images));
+}
+
+// Both passes of the filter are done band by band.
+TEST_F(PosixParallelTest, SoTheyDoInAPictureLargerThanTheCaches) {
+    ParallelCase images(1400, 130, 24, false);
+    const ParallelOperation resample = {
+        "filter", [](CqImage& image, CqImage&, CqMask&, CqProgressDisplay* progress) -> Rows {
+            image.fnResample(1450, 260, true, progress);
+            return {};
+        }};
+    m_pWork->m_bAlone = true;
+    const ParallelResult expected = images.fnRun(resample, nullptr);
+    m_pWork->m_bAlone = false;
+    EXPECT_TRUE(images.fnRun(resample, nullptr) == expected);
+    StepDisplay display;
+    EXPECT_TRUE(images.fnRun(resample, &display) == expected);
 }
 
 TEST_F(PosixParallelTest, TwoThreadsOfAHostShareThem) {
@@ -159,7 +157,7 @@ TEST(PosixWork, OneThreadNeedsNoService) {
 TEST(PosixWork, AServiceOfTheHostsStays) {
     CqPosixOptions options;
     options.m_nConcurrency = 3;
-    const auto own = std::make_shared<AnySize>(nullptr);
+    const auto own = std::make_shared<AnySizeWork>(nullptr);
     options.m_Others.m_pWork = own;
     EXPECT_EQ(q32PosixPlatform(options).m_pWork, own);
 }

@@ -1,6 +1,7 @@
 // Pictures are read and written to the same pixels, bytes, reports and failures, however the work
 // is divided among threads.
 
+#include "q32Base/q32Base.h"
 #include "tests/plugins/DividedPictures.h"
 #include "tests/plugins/TiffAllocations.h"
 #include "tests/support/FailingAllocator.h"
@@ -9,6 +10,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
+#include <memory>
 #include <random>
 #include <string>
 #include <utility>
@@ -37,6 +39,34 @@ struct Outcome {
     std::vector<unsigned int> m_Percents;
 
     bool operator==(const Outcome&) const = default;
+};
+
+/// A service whose thread goes on with the open pieces while it is in a report, as one may that has
+/// to wait there.
+class WorkWithinReports final : public CqWorkService, public CqPictureProgress {
+public:
+    std::uint32_t fnGetConcurrency() override { return 2; }
+    std::chrono::nanoseconds fnGetOverhead() override { return {}; }
+    void fnRun(std::uint32_t count, CqWorkPieces& pieces) noexcept override {
+        m_pPieces = &pieces;
+        m_nNext = 0;
+        m_nCount = count;
+        while (m_nNext < m_nCount)
+            pieces.fnRunPiece(m_nNext++, 0);
+    }
+    void fnOnProgress(unsigned int percent, bool&) override {
+        m_Percents.push_back(percent);
+        for (; m_nNext < m_nCount; ++m_nWithin)
+            m_pPieces->fnRunPiece(m_nNext++, 1);
+    }
+
+    std::vector<unsigned int> m_Percents;
+    unsigned int m_nWithin = 0; ///< pieces done in a report
+
+private:
+    CqWorkPieces* m_pPieces = nullptr;
+    std::uint32_t m_nNext = 0;
+    std::uint32_t m_nCount = 0;
 };
 
 class DividedPicture : public PictureTest {
@@ -95,6 +125,28 @@ TEST_F(DividedPicture, EachKindOfFileIsDividedThatCanBe) {
         ASSERT_TRUE(fnRead().fnIsDone()) << file.m_strName;
         EXPECT_EQ(m_World->m_pWork->fnGetTasks() == before, file.m_bAlone) << file.m_strName;
     }
+}
+
+TEST_F(DividedPicture, PiecesMayBeDoneWithinAReport) {
+    const auto work = std::make_shared<WorkWithinReports>();
+    std::vector<Outcome> expected;
+    for (const DividedFile& file : m_Files) {
+        fnPut(file.m_Bytes);
+        expected.push_back(fnReadFile());
+    }
+    CqPlatform platform = m_World->fnPlatform();
+    platform.m_pWork = work;
+    q32Detach();
+    ASSERT_TRUE(q32Attach(platform));
+    for (std::size_t i = 0; i < m_Files.size(); ++i) {
+        fnPut(m_Files[i].m_Bytes);
+        CqImage image;
+        work->m_Percents.clear();
+        ASSERT_TRUE(q32ReadPicture(kPath, image, work.get()).fnIsDone());
+        ASSERT_EQ(work->m_Percents, expected[i].m_Percents) << m_Files[i].m_strName;
+        ASSERT_EQ(fnPixelsOf(image), expected[i].m_Pixels) << m_Files[i].m_strName;
+    }
+    EXPECT_GT(work->m_nWithin, m_Files.size());
 }
 
 TEST_F(DividedPicture, SmallPicturesAreLeftToOneThread) {

@@ -64,6 +64,44 @@ TestJpeg fnMakeJpeg(int components, bool progressive) {
     return jpeg;
 }
 
+/// Changes the tile width of a little-endian file: libtiff reads widths that it doesn't write.
+void fnSetTileWidth(Bytes& file, std::uint8_t width) {
+    const auto number = [&](std::size_t at, std::size_t bytes) {
+        std::size_t value = 0;
+        for (std::size_t i = 0; i < bytes; ++i)
+            value |= std::size_t{file.at(at + i)} << 8 * i;
+        return value;
+    };
+    const std::size_t directory = number(4, 4);
+    for (std::size_t i = 0; i < number(directory, 2); ++i) {
+        const std::size_t tag = directory + 2 + 12 * i;
+        if (number(tag, 2) == TIFFTAG_TILEWIDTH)
+            file.at(tag + 8) = width;
+    }
+}
+
+/// At most 4 bits make images that have two pixels in a byte.
+void fnAddPalettes(std::vector<DividedFile>& files) {
+    for (const int bits : {1, 4, 8}) {
+        const std::string name = "TIFF palette of " + std::to_string(bits) + " bits, ";
+        TestTiff tiff = fnMakeTiff(PHOTOMETRIC_PALETTE, 1, bits, COMPRESSION_LZW);
+        tiff.m_MoreTags = [bits](void* file) {
+            std::vector<std::uint16_t> channel(std::size_t{1} << bits);
+            for (std::size_t i = 0; i < channel.size(); ++i)
+                channel[i] = static_cast<std::uint16_t>(i * 257);
+            TIFFSetField(static_cast<TIFF*>(file), TIFFTAG_COLORMAP, channel.data(), channel.data(),
+                         channel.data());
+        };
+        files.push_back({name + "strips", tiff.fnMake()});
+        tiff.m_nTileWidth = tiff.m_nTileHeight = 16;
+        files.push_back({name + "tiles", tiff.fnMake()});
+        // As many tiles, which have the same length at up to 4 bits.
+        Bytes odd = tiff.fnMake();
+        fnSetTileWidth(odd, 15);
+        files.push_back({name + "tiles of odd width", odd, bits <= 4});
+    }
+}
+
 void fnAddTiffs(std::vector<DividedFile>& files) {
     const auto add = [&](std::string name, const TestTiff& tiff, bool alone = false) {
         files.push_back({"TIFF " + std::move(name), tiff.fnMake(), alone});
@@ -132,6 +170,7 @@ std::vector<DividedFile> fnMakeDividedFiles() {
             files.push_back({"JPEG of " + std::to_string(components),
                              fnMakeJpeg(components, progressive).fnMake()});
     fnAddTiffs(files);
+    fnAddPalettes(files);
     return files;
 }
 

@@ -5,9 +5,8 @@
 #include "q32Base/q32Base.h"
 #include "tests/platforms/PosixTestTools.h"
 #include "tests/plugins/DividedPictures.h"
+#include "tests/support/AnySizeWork.h"
 
-#include <atomic>
-#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -18,23 +17,6 @@
 namespace {
 
 constexpr std::uint32_t kConcurrency = 4;
-
-/// The threads of the back end, for work of any size, or none.
-class AnySize final : public CqWorkService {
-public:
-    explicit AnySize(std::shared_ptr<CqWorkService> threads) : m_pThreads(std::move(threads)) {}
-
-    std::uint32_t fnGetConcurrency() override { return m_bAlone ? 1 : kConcurrency; }
-    void fnRun(std::uint32_t count, CqWorkPieces& pieces) noexcept override {
-        m_pThreads->fnRun(count, pieces);
-    }
-    std::chrono::nanoseconds fnGetOverhead() override { return {}; }
-
-    std::atomic<bool> m_bAlone = false;
-
-private:
-    std::shared_ptr<CqWorkService> m_pThreads;
-};
 
 /// Notes on which thread it is called.
 class OwnThread final : public CqPictureProgress {
@@ -62,7 +44,7 @@ protected:
         options.m_nConcurrency = kConcurrency;
         CqPlatform platform = q32PosixPlatform(options);
         ASSERT_TRUE(platform.m_pWork);
-        m_pWork = std::make_shared<AnySize>(platform.m_pWork);
+        m_pWork = std::make_shared<q32::test::AnySizeWork>(platform.m_pWork);
         platform.m_pWork = m_pWork;
         ASSERT_TRUE(q32Attach(platform));
         for (const DividedFile& file : m_Files)
@@ -107,7 +89,7 @@ protected:
     }
 
     const q32::test::Folder m_Folder;
-    std::shared_ptr<AnySize> m_pWork;
+    std::shared_ptr<q32::test::AnySizeWork> m_pWork;
     const std::vector<DividedFile> m_Files = fnMakeDividedFiles();
 };
 
