@@ -52,7 +52,7 @@ void ViewPages::fnBringIn(std::size_t& next, std::size_t begin, std::size_t end)
     next = end;
     const Range range = fnPages(begin, end);
     if (!follows && range.fnGetSize() != 0)
-        ::madvise(m_pView + range.begin, range.fnGetSize(), MADV_WILLNEED);
+        ::madvise(m_pView + range.m_nBegin, range.fnGetSize(), MADV_WILLNEED);
 }
 
 void ViewPages::fnDone(std::size_t begin, std::size_t end) noexcept {
@@ -60,19 +60,20 @@ void ViewPages::fnDone(std::size_t begin, std::size_t end) noexcept {
     const Range range = fnPages(begin, end);
     if (range.fnGetSize() == 0 || m_bFailed)
         return;
-    const bool joins = range.begin <= m_Run.end && m_Run.begin <= range.begin && m_Run.end != 0;
+    const bool joins =
+        range.m_nBegin <= m_Run.m_nEnd && m_Run.m_nBegin <= range.m_nBegin && m_Run.m_nEnd != 0;
     if (!joins) {
         fnSendOut(m_Run);
         m_Run = range;
     } else {
-        m_Run.end = std::max(m_Run.end, range.end);
+        m_Run.m_nEnd = std::max(m_Run.m_nEnd, range.m_nEnd);
     }
     if (m_Run.fnGetSize() >= kRunBytes) {
         // A large page is written when all of it is finished.
         const std::size_t whole =
-            m_Run.end == m_nSize ? m_nSize : m_Run.end / kLargePage * kLargePage;
-        fnSendOut({m_Run.begin, whole});
-        m_Run.begin = whole;
+            m_Run.m_nEnd == m_nSize ? m_nSize : m_Run.m_nEnd / kLargePage * kLargePage;
+        fnSendOut({m_Run.m_nBegin, whole});
+        m_Run.m_nBegin = whole;
     }
 }
 
@@ -85,7 +86,7 @@ void ViewPages::fnSendOut(const Range& range) {
         fnDropOldest();
     if (m_bFailed)
         return;
-    assert(range.end <= m_nSize && m_nOut < kMaxRanges);
+    assert(range.m_nEnd <= m_nSize && m_nOut < kMaxRanges);
     m_Out[(m_nFirstOut + m_nOut) % kMaxRanges] = range;
     ++m_nOut;
     m_nBytesOut += range.fnGetSize();
@@ -94,7 +95,7 @@ void ViewPages::fnSendOut(const Range& range) {
 /// A page whose write failed may count as clean, though memory has its only good copy. The kernel
 /// reports that once, for the whole file: from then on no range is safe to drop.
 void ViewPages::fnSync(const Range& range, unsigned flags) {
-    if (::sync_file_range(m_nFile, static_cast<off_t>(range.begin),
+    if (::sync_file_range(m_nFile, static_cast<off_t>(range.m_nBegin),
                           static_cast<off_t>(range.fnGetSize()), flags) != 0)
         m_bFailed = true;
 }
@@ -110,9 +111,9 @@ void ViewPages::fnDropOldest() {
     if (m_bFailed)
         return;
     // Unmapped first: the page cache keeps pages that are mapped.
-    ::madvise(m_pView + range.begin, range.fnGetSize(), MADV_DONTNEED);
-    ::posix_fadvise(m_nFile, static_cast<off_t>(range.begin), static_cast<off_t>(range.fnGetSize()),
-                    POSIX_FADV_DONTNEED);
+    ::madvise(m_pView + range.m_nBegin, range.fnGetSize(), MADV_DONTNEED);
+    ::posix_fadvise(m_nFile, static_cast<off_t>(range.m_nBegin),
+                    static_cast<off_t>(range.fnGetSize()), POSIX_FADV_DONTNEED);
 }
 
 } // namespace q32::posix

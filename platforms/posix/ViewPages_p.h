@@ -28,9 +28,9 @@ public:
 
 private:
     struct Range {
-        std::size_t begin;
-        std::size_t end;
-        std::size_t fnGetSize() const { return end - begin; }
+        std::size_t m_nBegin;
+        std::size_t m_nEnd;
+        std::size_t fnGetSize() const { return m_nEnd - m_nBegin; }
     };
     static constexpr std::size_t kMaxRanges = 1024;
 

@@ -1,9 +1,9 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/kernels/Kernels_p.h"
 #include "q32Base/resampling/FilterChannels_p.h"
+#include "q32Base/resampling/FilterRows_p.h"
 #include "q32Base/resampling/LineTable_p.h"
 #include "q32Base/resampling/QuadTable_p.h"
-#include "q32Base/resampling/RowBands_p.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -5,10 +5,10 @@
 #include "q32Base/memory/TileWalk_p.h"
 #include "q32Base/resampling/ContribTable_p.h"
 #include "q32Base/resampling/FilterChannels_p.h"
+#include "q32Base/resampling/FilterRows_p.h"
 #include "q32Base/resampling/LineTable_p.h"
 #include "q32Base/resampling/QuadTable_p.h"
 #include "q32Base/resampling/Resample_p.h"
-#include "q32Base/resampling/RowBands_p.h"
 
 #include <algorithm>
 #include <memory>

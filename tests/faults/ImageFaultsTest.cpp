@@ -344,7 +344,7 @@ TEST_F(ImageFaults, ASnapshotStaysWhateverFailsWhenTheLevelsChange) {
     operation.m_Prepare = [&] {
         manager.emplace();
         ASSERT_TRUE(manager->fnCreate(nullptr, 3, nullptr));
-        manager->fnAddUndoBuf(q32::fnNew<CqImage>(5, 4, 24, nullptr, 0), 17);
+        manager->fnAddUndoBuf(q32::fnNew<CqImage>(5u, 4u, 24u, nullptr, 0u), 17);
     };
     operation.m_Work = [&] { return manager->fnChangeLevel(100); };
     operation.m_Check = [&](bool done) -> std::string {
