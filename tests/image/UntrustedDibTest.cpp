@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <functional>
+#include <initializer_list>
 #include <optional>
 #include <span>
 
@@ -183,7 +184,8 @@ TEST_F(DibTest, AFewUntrustedBytesDoNotDemandGigabytes) {
 }
 
 TEST_F(DibTest, AFewBytesOfAResourceDoNotDemandGigabytes) {
-    for (const DWORD compression : {BI_RGB, BI_BITFIELDS, BI_RLE8, BI_RLE4, DWORD{9}}) {
+    for (const DWORD compression :
+         std::initializer_list<DWORD>{BI_RGB, BI_BITFIELDS, BI_RLE8, BI_RLE4, 9}) {
         fnPut(Dib(30000, 30000, 16, compression).fnBlock());
         Kept kept;
         EXPECT_TRUE(fnRaisesMemoryException([&] { kept.m_Image.fnLoad(kId, 0); }));
