@@ -128,9 +128,9 @@ TiffParts::TiffParts(const TiffReading& reading, std::size_t rowBytes, std::size
         return;
     // The first part is read by the one handle.
     std::uint32_t threads = std::min(fnCountPictureThreads(), m_nParts - 1);
-    const std::size_t perThread = static_cast<std::size_t>(
-        std::clamp(std::ceil(kReadBatchTime * overhead / time), 1.0,
-                   static_cast<double>(kMaxCodedBytes / m_nMaxCoded / threads + 1)));
+    const std::size_t mostParts = kMaxCodedBytes / m_nMaxCoded / threads + 1;
+    const auto perThread = static_cast<std::size_t>(std::clamp(
+        std::ceil(kReadBatchTime * overhead / time), 1.0, static_cast<double>(mostParts)));
     const auto fits = [&] {
         const CheckedSize all = (each + partBytes * 2 + perThread * m_nMaxCoded) * threads + taken;
         return all.fnIsWithin(reading.m_Target.fnGetLimits().m_nCodecBytes);

@@ -79,8 +79,8 @@ public:
     /// values are accepted: results wrap at eight bits. The undefined hue gives the grey of that
     /// brightness. Alpha stays.
     void fnAssignFromHSB(int hue, int saturation, int brightness);
-    /// Hue in degrees, 0 to 360 inclusive, or HSB_UNDEFINED_HUE; saturation and brightness 0 to
-    /// 255.
+    /// Hue in degrees, 0 to 360 inclusive, or HSB_UNDEFINED_HUE; saturation and brightness from 0
+    /// to 255.
     void fnConvertToHSB(int& hue, int& saturation, int& brightness) const;
 
     /// Darkens the colour, keeping its proportions, if a composite television signal couldn't carry

@@ -9,7 +9,7 @@ enum CQ_MESSAGE : int {
     MESSAGE_CANNOT_READ = -4,       ///< a file can't be read
     MESSAGE_CANNOT_SAVE = -5,       ///< a file can't be saved
     MESSAGE_CORRUPTED = -6,         ///< a file is invalid or corrupted
-    MESSAGE_IN_USE = -7,            ///< by another program
+    MESSAGE_IN_USE = -7,            ///< a file is in use by another program
     MESSAGE_CANNOT_RENAME = -8,     ///< a file can't get its new name, the second argument
     MESSAGE_READ_ONLY = -9,         ///< a file can't be overwritten
     MESSAGE_NAME_TOO_LONG = -10,    ///< a file name is too long
