@@ -8,7 +8,7 @@
 
 namespace q32::win32 {
 
-/// Frees a failure that nobody is going to handle; null for none.
+/// Frees a failure that won't be handled; null for none.
 void fnDropFailure(const std::exception_ptr& failure);
 
 /// From within a handler: keeps what was thrown in `first`, or frees it if that holds one already.

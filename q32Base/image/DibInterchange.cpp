@@ -79,8 +79,8 @@ std::unique_ptr<CqTileMap> fnMakeMap(const DibLayout& layout, std::span<const un
         static_cast<std::uint32_t>(header.biWidth), height, header.biBitCount, table, count));
 }
 
-/// Whether there is a byte for every so many pixels, lest a few bytes demand gigabytes.
-bool fnIsPaid(const DibLayout& layout, std::uint64_t bytes) {
+/// Whether there is a byte for every so many pixels, so that a few bytes can't demand gigabytes.
+bool fnIsPlausible(const DibLayout& layout, std::uint64_t bytes) {
     constexpr std::uint64_t kMaxPixelsPerByte = 65536;
     const auto width = static_cast<std::uint32_t>(layout.m_Header.biWidth);
     return std::uint64_t{width} * layout.m_nHeight / kMaxPixelsPerByte <= bytes;
@@ -96,7 +96,7 @@ bool fnIsWhole(const DibLayout& layout, std::uint64_t size) {
     switch (header.biCompression) {
     case BI_RLE8:
     case BI_RLE4:
-        return fnIsPaid(layout, room);
+        return fnIsPlausible(layout, room);
     case BI_RGB:
     case BI_BITFIELDS: // the masks count as pixels
         return layout.m_nHeight <=
@@ -127,7 +127,7 @@ void CqImage::fnLoad(int id, unsigned int depth) {
     if (!layout)
         AfxThrowResourceException();
     fnRequireGeometry(layout->m_Header, layout->m_nHeight);
-    if (!fnIsPaid(*layout, block.size()))
+    if (!fnIsPlausible(*layout, block.size()))
         AfxThrowMemoryException();
     auto map = fnMakeMap(*layout, block, layout->m_nHeight);
     if (layout->m_Header.biCompression > BI_BITFIELDS) {
