@@ -153,18 +153,21 @@ private:
     void fnCut();
     void fnPasteInto();
     void fnPasteNew();
-    bool fnTakeClip(CqImage& image);
+    Outcome fnFillClip(Clip& clip, CqProgressDisplay* progress);
+    bool fnTakeClip(Clip& clip);
 
     // MainWindowRecovery.cpp
     void fnDropSavedCopy();
 
     // MainWindowHistory.cpp
     void fnUpdateSteps();
+    bool fnTravel(bool back);
     void fnGoToStep(unsigned int done);
 
     bool fnReadSecond(Document& second, const QString& path);
     /// Asks how to lay a picture over this one, and does it.
-    void fnLay(CqImage& over);
+    /// @param place  at which the dialog starts
+    void fnLay(CqImage& over, const CPoint& place);
     void fnStartOperation(const Operation& operation);
     /// Runs a dialog while only the visible part of the picture can be changed. False when it was
     /// cancelled.

@@ -43,13 +43,13 @@ Document::Combine fnGetCombine(Qt::KeyboardModifiers modifiers) {
 void MainWindow::fnUndo() {
     if (m_bBusy)
         return;
-    m_Document.fnCanUndoSelection() ? m_Document.fnUndoSelection() : m_Document.fnUndo();
+    m_Document.fnCanUndoSelection() ? m_Document.fnUndoSelection() : void(fnTravel(true));
 }
 
 void MainWindow::fnRedo() {
     if (m_bBusy)
         return;
-    m_Document.fnCanRedoSelection() ? m_Document.fnRedoSelection() : m_Document.fnRedo();
+    m_Document.fnCanRedoSelection() ? m_Document.fnRedoSelection() : void(fnTravel(false));
 }
 
 void MainWindow::fnFill() {
@@ -216,13 +216,13 @@ void MainWindow::fnAskMerge() {
 void MainWindow::fnMerge(const QString& path) {
     Document second(0);
     if (fnReadSecond(second, path))
-        fnLay(second.fnGetImage());
+        fnLay(second.fnGetImage(), CPoint(0, 0));
 }
 
-void MainWindow::fnLay(CqImage& over) {
+void MainWindow::fnLay(CqImage& over, const CPoint& place) {
     MergePlan plan;
     {
-        MergeDialog dialog(over, m_Document.fnHasSelection(), *m_pView);
+        MergeDialog dialog(over, place, m_Document.fnHasSelection(), *m_pView);
         if (!fnAsk(dialog))
             return;
         plan = dialog.fnGetPlan();
