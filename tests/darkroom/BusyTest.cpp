@@ -8,6 +8,7 @@
 
 #include <new>
 #include <QApplication>
+#include <QClipboard>
 #include <QFile>
 #include <QMenu>
 #include <QMouseEvent>
@@ -209,6 +210,35 @@ TEST_F(DarkroomBusy, EscWhileAPictureIsMergedLeavesEverythingUnchanged) {
     fnExpectReady();
     EXPECT_EQ(fnBytes(), before);
     EXPECT_FALSE(m_pWindow->isWindowModified());
+}
+
+TEST_F(DarkroomBusy, EscWhileAPictureIsPastedKeepsTheFormerOne) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("pasted.bmp", 2000, 1500)));
+    fnDo("copy");
+    fnDo("left");
+    const Bytes before = fnBytes();
+    fnStopAt(2, [&] { fnDo("paste"); });
+    EXPECT_EQ(fnBytes(), before);
+    QImage other(2000, 1500, QImage::Format_RGB32);
+    other.fill(Qt::red);
+    QGuiApplication::clipboard()->setImage(other);
+    fnStopAt(2, [&] { fnDo("paste"); });
+    EXPECT_EQ(fnBytes(), before);
+}
+
+TEST_F(DarkroomBusy, EscWhileALargeStepIsUndoneLeavesEverythingUnchanged) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("undone.bmp", 4000, 3100)));
+    darkroom::Document& document = m_pWindow->fnGetDocument();
+    ASSERT_TRUE(fnSelect(document, CRect(0, 0, 4000, 3000)).fnIsDone());
+    ASSERT_TRUE(document.fnApply(*darkroom::fnFindOperation("brightness"), {9, 0}, nullptr).fnIsDone());
+    const Bytes before = fnBytes();
+    fnStopAt(3, [&] { fnDo("undo"); });
+    EXPECT_TRUE(fnBytes() == before);
+    EXPECT_TRUE(document.fnCanUndo());
+    EXPECT_FALSE(document.fnCanRedo());
+    fnDo("undo");
+    EXPECT_TRUE(document.fnCanRedo());
+    EXPECT_TRUE(fnBytes() != before);
 }
 
 TEST_F(DarkroomBusy, EscWhileAPictureIsCroppedLeavesEverythingUnchanged) {

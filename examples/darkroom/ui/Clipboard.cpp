@@ -74,8 +74,8 @@ void Clipboard::fnPut(Clip& clip) {
     data->setData(kMarkType, mark.toLatin1());
     if (fnIsShared(image)) {
         QImage shared = fnToScreen(image);
-        if (const QColorSpace colors = fnToColorSpace(clip.m_Profile); colors.isValid())
-            shared.setColorSpace(colors);
+        if (!clip.m_Profile.empty())
+            shared.setColorSpace(fnToColorSpace(clip.m_Profile)); // none if Qt doesn't know it
         data->setImageData(shared);
     }
     m_Clip.m_Image.fnSwapBuf(image);

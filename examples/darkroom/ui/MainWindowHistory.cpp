@@ -51,8 +51,6 @@ bool MainWindow::fnTravel(bool back) {
     const auto travel = [&](CqProgressDisplay* progress) {
         return back ? m_Document.fnUndo(progress) : m_Document.fnRedo(progress);
     };
-    // Less takes less time than showing that it takes time.
-    constexpr std::uint64_t kShownBytes = std::uint64_t{32} << 20;
     if (m_Document.fnGetTravelBytes(back) >= kShownBytes)
         return fnRun(back ? tr("Undo") : tr("Redo"), travel);
     const Outcome outcome = travel(nullptr);
