@@ -1,4 +1,5 @@
 // What the darkroom's window does, and refuses, while a task is running.
+#include "examples/darkroom/ui/HistogramView.h"
 #include "examples/darkroom/ui/SoundPanel.h"
 #include "plugins/WaveFile.h"
 #include "q32Base/framework/Exceptions.h"
@@ -239,6 +240,29 @@ TEST_F(DarkroomBusy, EscWhileALargeStepIsUndoneLeavesEverythingUnchanged) {
     fnDo("undo");
     EXPECT_TRUE(document.fnCanRedo());
     EXPECT_TRUE(fnBytes() != before);
+}
+
+TEST_F(DarkroomBusy, EscWhileALargePictureIsCountedOpensNoDialogAndCountsOnlyOnce) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("counted.bmp", 4000, 3000)));
+    fnStopAt(2, [&] { fnDo("levels"); });
+    for (int round = 0; round < 2; ++round) {
+        int looks = 0;
+        m_OnLook = [&] { ++looks; };
+        fnDo("levels", [&](QDialog& dialog) {
+            auto* const view = dialog.findChild<darkroom::HistogramView*>();
+            ASSERT_TRUE(view);
+            EXPECT_EQ(view->fnGetHistogram().m_nPixels, 12'000'000u);
+            dialog.reject();
+        });
+        m_OnLook = {};
+        EXPECT_EQ(looks == 0, round == 1);
+    }
+    ASSERT_TRUE(fnSelect(m_pWindow->fnGetDocument(), CRect(0, 0, 100, 100)).fnIsDone());
+    fnDo("levels", [&](QDialog& dialog) {
+        EXPECT_EQ(dialog.findChild<darkroom::HistogramView*>()->fnGetHistogram().m_nPixels, 10'000u)
+            << "counted again";
+        dialog.reject();
+    });
 }
 
 TEST_F(DarkroomBusy, EscWhileAPictureIsCroppedLeavesEverythingUnchanged) {

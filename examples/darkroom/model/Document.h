@@ -10,6 +10,7 @@
 #include "q32Base/framework/CDocument.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/CqMask.h"
+#include "q32Base/operations/Histogram.h"
 
 #include <cstdint>
 #include <functional>
@@ -141,6 +142,11 @@ public:
     /// Draws a line through two points or a curve through four, as fnDrawPath does, limited to the
     /// selection if there is one.
     Outcome fnDraw(std::span<const CqPoint2D> points, const Pen& pen, CqProgressDisplay* progress);
+
+    /// Counts how often each value occurs in the selection, or in all of the picture.
+    Outcome fnCountHistogram(CqProgressDisplay* progress);
+    /// What was counted last, if neither picture nor selection have changed since; null otherwise.
+    const CqHistogram* fnGetHistogram() const;
 
     // History.
 
@@ -285,6 +291,12 @@ private:
         Tiles m_Tiles;
     };
     std::optional<Touched> m_Touched;
+    struct Counted {
+        CqHistogram m_Histogram;
+        std::uint32_t m_nState;
+        std::uint32_t m_nSelectionSerial;
+    };
+    std::unique_ptr<Counted> m_Counted;
     unsigned int m_nDropped = 0;
     std::function<void()> m_Changed;
     History m_Undo; ///< last, so that it is destroyed first: it may access this document

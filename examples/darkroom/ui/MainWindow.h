@@ -184,6 +184,8 @@ private:
     /// cancelled.
     bool fnAsk(PreviewDialog& dialog);
     std::optional<Values> fnAskValues(const Operation& operation, const Values& start);
+    /// Counts what the operation's dialog shows, if that takes its time. False when it was stopped.
+    bool fnPrepareHistogram(const Operation& operation);
     void fnAskAndApply(const Operation& operation, const Values& start);
     void fnApply(const Operation& operation, const Values& values);
     void fnOnDrawn(Tool tool, const std::vector<CqPoint2D>& points,

@@ -1,4 +1,5 @@
 // What the actions of the main window do.
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Shapes.h"
 #include "examples/darkroom/ui/ColorButton.h"
 #include "examples/darkroom/ui/FileDialogs.h"
@@ -150,7 +151,19 @@ void MainWindow::fnAskAndApply(const Operation& operation, const Values& start) 
         fnApply(operation, *values);
 }
 
+bool MainWindow::fnPrepareHistogram(const Operation& operation) {
+    const CqImage& image = m_Document.fnGetImage();
+    if (!operation.m_bHistogram || m_Document.fnGetHistogram() ||
+        fnCountBytes(image.Width, image.Height, image.BitCount) < kShownBytes)
+        return true;
+    return fnRun(tr("Counting"), [&](CqProgressDisplay* progress) {
+        return m_Document.fnCountHistogram(progress);
+    });
+}
+
 std::optional<Values> MainWindow::fnAskValues(const Operation& operation, const Values& start) {
+    if (!fnPrepareHistogram(operation))
+        return std::nullopt;
     // Its preview is gone before the operation runs.
     ParameterDialog dialog(operation, start, *m_pView);
     return fnAsk(dialog) ? std::optional(dialog.fnGetValues()) : std::nullopt;
