@@ -43,9 +43,7 @@ int fnRun(QApplication& application, CqQtWindows& windows, const darkroom::HostS
     CqQtWnd frame(&window);
     windows.fnSetMainWnd(&frame);
     window.show();
-    window.fnOfferRecovery();
-    if (!picture.isEmpty() && !window.fnGetDocument().fnHasImage())
-        window.fnOpen(picture);
+    window.fnStart(picture);
     const int code = application.exec();
     windows.fnSetMainWnd(nullptr);
     return code;

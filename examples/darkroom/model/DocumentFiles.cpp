@@ -2,6 +2,7 @@
 #include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Document.h"
 #include "examples/darkroom/model/FileExtras.h"
+#include "examples/darkroom/model/MemoryShare.h"
 #include "examples/darkroom/model/Progress.h"
 #include "examples/darkroom/model/RotateUpright.h"
 
@@ -54,6 +55,7 @@ Outcome Document::fnOpen(const std::string& path, CqProgressDisplay* progress, b
         CqImage fresh;
         CqPictureMetadata metadata;
         CqPictureLimits limits;
+        limits.m_nCodecBytes = fnLimitCodec(fnGetMachineMemory(), limits.m_nCodecBytes);
         limits.m_bPartial = partial;
         limits.m_bDither = true;
         SpanProgress reading(progress, 0, kPictureRead);
@@ -135,13 +137,21 @@ Outcome Document::fnNew(unsigned int width, unsigned int height, const CqColor& 
     });
 }
 
-void Document::fnSetMetadata(CqPictureMetadata metadata) noexcept {
-    m_Metadata = std::move(metadata);
+FileFacts Document::fnGetFileFacts() const {
+    return {m_Metadata, m_nExtras, m_bReduced, m_bPartial};
+}
+
+void Document::fnSetFileFacts(FileFacts facts) noexcept {
+    m_Metadata = std::move(facts.m_Metadata);
     m_Metadata.m_nOrientation = 1;
+    m_nExtras = facts.m_nExtras;
+    m_bReduced = facts.m_bReduced;
+    m_bPartial = facts.m_bPartial;
     fnNotify();
 }
 
-void Document::fnMarkUnsaved() {
+void Document::fnMarkUnsaved(std::string former) {
+    m_strFormerPath = std::move(former);
     m_nSavedState = 0; // states count from 1
     m_bModified = true;
     m_strPath.clear();
