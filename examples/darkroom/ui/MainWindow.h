@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <optional>
 #include <QMainWindow>
 #include <QSettings>
@@ -19,6 +20,7 @@ class QLabel;
 class QListWidget;
 class QProgressBar;
 class QSpinBox;
+class QToolBar;
 
 namespace darkroom {
 
@@ -98,6 +100,8 @@ private:
     // MainWindowSetup.cpp
     void fnMakeActions();
     void fnMakeToolBars();
+    /// Adds an option that is shown while one of these tools is chosen.
+    void fnAddOption(QToolBar& bar, QWidget& option, std::initializer_list<const char*> tools);
     void fnMakeIcons();
     void fnMakeStatusBar();
     void fnMakeSoundPanel(const HostSetup& setup);
@@ -120,13 +124,16 @@ private:
     static QString fnMakeList(const QStringList& losses);
     bool fnMayLose(const QString& path, bool extras);
     void fnChooseName(bool asksForExtras);
+    /// Asks for the options of a format, if it has any, or of all formats, and keeps them in the
+    /// settings. False when the user cancelled.
+    bool fnMayWrite(std::optional<PICTURE_FORMAT> format);
 
     // MainWindowFiles.cpp and MainWindowCommands.cpp; named by the table of actions
     friend struct ActionTable;
     void fnNew();
     void fnAskOpen();
     void fnAskOpenDamaged();
-    void fnAskQuality();
+    void fnAskSaveOptions();
     void fnSave();
     void fnAskSaveAs();
     void fnUndo();
@@ -197,6 +204,7 @@ private:
     QSpinBox* m_pTolerance = nullptr;
     QSpinBox* m_pLineWidth = nullptr;
     QCheckBox* m_pSmooth = nullptr;
+    QAction* m_pSmoothEdges = nullptr; ///< of selections
     QLabel* m_pPlace = nullptr;
     QLabel* m_pFacts = nullptr;
     QLabel* m_pMemory = nullptr;
