@@ -4,6 +4,7 @@
 #include "examples/darkroom/ui/Clipboard.h"
 #include "examples/darkroom/ui/HostSetup.h"
 #include "examples/darkroom/ui/PictureView.h"
+#include "examples/darkroom/ui/Printing.h"
 #include "examples/darkroom/ui/Recovery.h"
 #include "q32Base/services/CqDumpBin.h"
 
@@ -18,6 +19,7 @@
 class QCheckBox;
 class QLabel;
 class QListWidget;
+class QPrinter;
 class QProgressBar;
 class QSpinBox;
 class QToolBar;
@@ -64,6 +66,8 @@ public:
     void fnKeepCopy();
     /// Loads a second picture and asks how to lay it over this one.
     void fnMerge(const QString& path);
+    /// Prints the picture, into a PDF file if the printer is one. Failures are shown.
+    bool fnPrint(QPrinter& printer, PrintSize size);
     /// Loads a second picture and asks how to tile it over the selection, or over all of this one.
     void fnFillPattern(const QString& path);
 
@@ -161,6 +165,9 @@ private:
     void fnPasteInto();
     void fnPasteNew();
     bool fnTakeClip(CqImage& image);
+
+    // MainWindowPrinting.cpp
+    void fnAskPrint();
 
     // MainWindowRecovery.cpp
     void fnDropSavedCopy();

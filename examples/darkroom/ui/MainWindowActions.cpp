@@ -14,6 +14,7 @@ std::span<const ActionEntry> ActionTable::fnGetActions() {
          &MainWindow::fnAskSaveAs},
         {"saveOptions", "Saving Op&tions…", "", kMenuFile, Needs::NOTHING,
          &MainWindow::fnAskSaveOptions},
+        {"print", "&Print…", "Ctrl+P", kMenuFile, Needs::PICTURE, &MainWindow::fnAskPrint},
         {"undo", "&Undo", "Ctrl+Z", kMenuEdit, Needs::PICTURE, &MainWindow::fnUndo},
         {"redo", "&Redo", "Ctrl+Shift+Z", kMenuEdit, Needs::PICTURE, &MainWindow::fnRedo},
         {nullptr, nullptr, "", kMenuEdit, Needs::NOTHING, nullptr},
