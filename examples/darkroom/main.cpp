@@ -60,7 +60,8 @@ int main(int count, char** arguments) {
                                      // decimal points
     const QStringList words = QApplication::arguments();
     const bool help = words.contains("--help");
-    if (help || words.size() > 2) {
+    // A picture of such a name is ./-name.
+    if (help || words.size() > 2 || words.value(1).startsWith('-')) {
         std::fputs(kUsage, help ? stdout : stderr);
         return help ? 0 : kExitUsage;
     }

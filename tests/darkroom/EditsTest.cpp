@@ -290,6 +290,47 @@ TEST_F(DarkroomEdits, APositiveAngleRotatesClockwiseWhateverItIs) {
     }
 }
 
+TEST_F(DarkroomEdits, ARotationByARightAngleExchangesTheResolutionsAndUndoReturnsThem) {
+    struct Rotation {
+        const char* m_pszId;
+        darkroom::Values m_Values;
+        bool m_bExchanges;
+    };
+    const Rotation rotations[] = {{"right", {}, true},
+                                  {"left", {}, true},
+                                  {"half", {}, false},
+                                  {"rotate", {90 * darkroom::kDegree, 0, 0}, true},
+                                  {"rotate", {30 * darkroom::kDegree, 0, 0}, false},
+                                  {"flipVertical", {}, false}};
+    for (const Rotation& rotation : rotations) {
+        darkroom::Document document(3);
+        ASSERT_NO_FATAL_FAILURE(fnOpenNoise(document, 24));
+        CqImage& image = document.fnGetImage();
+        image.DpiX = 300;
+        image.DpiY = 150;
+        const auto is = [&](bool exchanged) {
+            return image.DpiX == (exchanged ? 150 : 300) && image.DpiY == (exchanged ? 300 : 150);
+        };
+        const bool exchanged = rotation.m_bExchanges;
+        ASSERT_TRUE(document
+                        .fnApply(*darkroom::fnFindOperation(rotation.m_pszId), rotation.m_Values,
+                                 nullptr)
+                        .fnIsDone());
+        EXPECT_TRUE(is(exchanged)) << rotation.m_pszId;
+        document.fnUndo();
+        EXPECT_TRUE(is(false)) << rotation.m_pszId;
+        document.fnRedo();
+        EXPECT_TRUE(is(exchanged)) << rotation.m_pszId;
+        document.fnUndo();
+        AbortingProgress abort(8);
+        EXPECT_TRUE(document
+                        .fnApply(*darkroom::fnFindOperation(rotation.m_pszId), rotation.m_Values,
+                                 &abort)
+                        .m_bAborted);
+        EXPECT_TRUE(is(false)) << rotation.m_pszId << " stopped";
+    }
+}
+
 TEST_F(DarkroomEdits, SofteningAndSharpeningAverageTheNineNeighbours) {
     for (const int amount : {100, 50, 1, 0, -50, -100}) {
         CqImage image;

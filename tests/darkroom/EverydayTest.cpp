@@ -3,7 +3,6 @@
 #include "tests/darkroom/DarkroomWorld.h"
 #include "tests/darkroom/PictureTools.h"
 
-#include <lcms2.h>
 #include <QClipboard>
 #include <QColorSpace>
 #include <QComboBox>
@@ -19,6 +18,9 @@
 #include <QTest>
 #include <utility>
 #include <vector>
+#ifdef DARKROOM_LCMS
+#include <lcms2.h>
+#endif
 
 namespace {
 
@@ -41,6 +43,7 @@ protected:
     }
 };
 
+#ifdef DARKROOM_LCMS
 /// A profile whose red is the blue of sRGB, and the other way round.
 std::vector<unsigned char> fnMakeSwapped() {
     const cmsCIExyY white = {0.3127, 0.3290, 1.0};
@@ -57,9 +60,11 @@ std::vector<unsigned char> fnMakeSwapped() {
     cmsFreeToneCurve(curve);
     return bytes;
 }
+#endif
 
 } // namespace
 
+#ifdef DARKROOM_LCMS
 TEST_F(DarkroomEveryday, APictureIsShownThroughItsProfileWhichIsKept) {
     CqImage image;
     image.fnAlloc(100, 80, 24, nullptr, 0);
@@ -89,6 +94,7 @@ TEST_F(DarkroomEveryday, APictureIsShownThroughItsProfileWhichIsKept) {
     const QColor seen = fnSeen(30.5, 20.5);
     EXPECT_EQ(QColor(pixel.m_Red, pixel.m_Green, pixel.m_Blue), seen) << "without one it is sRGB";
 }
+#endif
 
 TEST_F(DarkroomEveryday, ASelectionIsCopiedCutAndPastedAsNewAndInto) {
     fnOpenAt(120, 90);
@@ -176,6 +182,7 @@ TEST_F(DarkroomEveryday, AVeryLargeCopyStaysInTheProgram) {
     EXPECT_TRUE(m_pWindow->isWindowModified());
 }
 
+#ifdef DARKROOM_LCMS
 TEST_F(DarkroomEveryday, ACopyKeepsTheProfileOfItsColours) {
     const std::vector<unsigned char> profile = fnMakeSwapped();
     darkroom::FileFacts facts;
@@ -214,6 +221,7 @@ TEST_F(DarkroomEveryday, ACopyKeepsTheProfileOfItsColours) {
     EXPECT_EQ(fnDocument().fnGetImage().BitCount, 32u);
     EXPECT_TRUE(fnDocument().fnGetMetadata().m_Profile.empty());
 }
+#endif
 
 TEST_F(DarkroomEveryday, APictureOfAnotherProgramIsPastedAndTextIsNot) {
     fnOpenAt(60, 40);

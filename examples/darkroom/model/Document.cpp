@@ -73,7 +73,7 @@ void Document::fnReset(std::string path, bool reduced) {
     m_strPath = std::move(path);
     m_strFormerPath.clear();
     m_bReduced = reduced;
-    m_nSavedState = m_nState = ++m_nLastState;
+    m_nOpenedState = m_nSavedState = m_nState = ++m_nLastState;
     m_bModified = false;
     m_Touched.reset();
     fnDropSelection();

@@ -285,6 +285,7 @@ private:
     std::uint32_t m_nState = 0;
     std::uint32_t m_nLastState = 0;
     std::uint32_t m_nSavedState = 0;
+    std::uint32_t m_nOpenedState = 0;
     /// What the last change touched.
     struct Touched {
         std::uint32_t m_nBefore = 0;

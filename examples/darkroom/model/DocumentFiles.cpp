@@ -5,6 +5,7 @@
 #include "examples/darkroom/model/MemoryShare.h"
 #include "examples/darkroom/model/Progress.h"
 #include "examples/darkroom/model/RotateUpright.h"
+#include "examples/darkroom/model/Thumbnail.h"
 
 #include <utility>
 
@@ -66,7 +67,8 @@ Outcome Document::fnOpen(const std::string& path, CqProgressDisplay* progress, b
             return outcome;
         if (!fnRotateUpright(fresh, metadata.m_nOrientation, &rotating))
             return fnStop();
-        metadata.m_nOrientation = 1;
+        if (std::exchange(metadata.m_nOrientation, 1u) > 1)
+            fnRemoveThumbnail(metadata.m_Exif); // it still lies on its side
         m_nExtras = fnFindMissing(outcome);
         m_bPartial = outcome.m_bPartial;
         m_Image.Title = fresh.Title; // the last step that may fail
@@ -94,7 +96,10 @@ Outcome Document::fnSave(const std::string& path, CqProgressDisplay* progress,
         std::string newPath = path;
         const std::uint32_t lost = fnFindLostMetadata(path.c_str());
         PictureProgress pictureProgress(progress);
-        Outcome outcome = q32WritePicture(path.c_str(), m_Image, m_Metadata, format->m_eFormat,
+        CqPictureMetadata metadata = m_Metadata;
+        if (m_nState != m_nOpenedState)
+            fnRemoveThumbnail(metadata.m_Exif);
+        Outcome outcome = q32WritePicture(path.c_str(), m_Image, metadata, format->m_eFormat,
                                           options, &pictureProgress);
         if (outcome.fnIsDone() && fnKeepsAll(path.c_str())) {
             m_nLostBefore = m_strPath == newPath ? m_nLostBefore | lost : lost;
@@ -152,7 +157,7 @@ void Document::fnSetFileFacts(FileFacts facts) noexcept {
 
 void Document::fnMarkUnsaved(std::string former) {
     m_strFormerPath = std::move(former);
-    m_nSavedState = 0; // states count from 1
+    m_nSavedState = m_nOpenedState = 0; // states count from 1
     m_bModified = true;
     m_strPath.clear();
     fnNotify();

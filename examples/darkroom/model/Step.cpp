@@ -16,6 +16,13 @@ namespace {
 /// Height of a tile in an image that has several above each other.
 constexpr unsigned int kTileHeight = 128;
 
+/// Exchanges pixels and resolutions.
+void fnSwapPictures(CqImage& a, CqImage& b) noexcept {
+    a.fnSwapBuf(b);
+    std::swap(a.DpiX, b.DpiX);
+    std::swap(a.DpiY, b.DpiY);
+}
+
 unsigned int fnGetWeight(CqMask& selection, LONG x, LONG y) {
     const CRect& bound = selection.m_rectBound;
     return bound.PtInRect(CPoint(x, y)) ? *selection.fnGetPixelAddr(x - bound.left, y - bound.top)
@@ -72,7 +79,7 @@ void Step::fnSwapTiles(CqImage& image, std::size_t first, std::size_t end) noexc
 
 bool Step::fnExchange(CqImage& image, CqProgressDisplay* progress) noexcept {
     if (m_bWhole) {
-        image.fnSwapBuf(m_Image);
+        fnSwapPictures(image, m_Image);
         return true;
     }
     constexpr std::size_t kBatch = 16; // tiles between two looks at the keyboard
@@ -120,7 +127,7 @@ void Step::fnTake(Step& other) noexcept {
     m_strName = std::move(other.m_strName);
     m_bMoves = other.m_bMoves;
     m_bWhole = other.m_bWhole;
-    m_Image.fnSwapBuf(other.m_Image);
+    fnSwapPictures(m_Image, other.m_Image);
     m_Tiles = std::move(other.m_Tiles);
 }
 

@@ -36,7 +36,7 @@ QString fnFindFile(const QMimeData& data) {
 QStringList fnNameExtras(std::uint32_t extras) {
     const std::pair<FileExtra, QString> names[] = {
         {EXTRA_PAGES, QObject::tr("further pages or frames")},
-        {EXTRA_DEPTH, QObject::tr("16 bits a channel; the picture has 8, dithered")},
+        {EXTRA_DEPTH, QObject::tr("16 bits a channel; the picture has 8")},
         {EXTRA_CHANNELS, QObject::tr("ink colors or further channels")},
         {EXTRA_PROFILE, QObject::tr("a color profile (ICC)")},
         {EXTRA_CAMERA, QObject::tr("camera data (EXIF)")},
