@@ -98,12 +98,16 @@ def time_text(seconds):
     return f"{seconds * 1e9:.3g} ns"
 
 
+def number_text(value):
+    return f"{value:,.0f}" if value >= 1000 else f"{value:.4g}"
+
+
 def rate_text(row):
     counters = [(key, row[key]) for key in row if "/s" in key]
     if counters:
-        return "; ".join(f"{value:.4g} {key}" for key, value in counters)
+        return "; ".join(f"{number_text(value)} {key}" for key, value in counters)
     if "items_per_second" in row:
-        return f"{row['items_per_second'] * 1e-6:.4g} M/s"
+        return f"{number_text(row['items_per_second'] * 1e-6)} M/s"
     if "bytes_per_second" in row:
         return f"{row['bytes_per_second'] * 1e-9:.3g} GB/s"
     return ""
