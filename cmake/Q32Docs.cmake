@@ -49,7 +49,8 @@ function(q32_docs)
         string(REPLACE "<" "&lt;" what "${what}")
         string(REPLACE ">" "&gt;" what "${what}")
         string(APPEND list "- @subpage program_${name} \"${program}\": ${what}\n")
-        string(APPEND rooms "/** @page program_${name} ${program}\n@include ${program} */\n")
+        string(APPEND rooms "/** @page program_${name} ${program}\n${what}\n
+Explained in @ref page_docs_guide \"the guide\".\n@include ${program} */\n")
     endforeach()
     string(APPEND rooms "/** @page programs Programs of the guide\n${list} */\n")
     file(CONFIGURE OUTPUT "${Q32_SITE_MADE}/site.dox" CONTENT "${rooms}" @ONLY)
@@ -70,6 +71,7 @@ function(q32_docs)
     add_custom_target(docs
         COMMAND "${CMAKE_COMMAND}" -E rm -rf "${Q32_SITE}"
         COMMAND "${CMAKE_COMMAND}" -E env "Q32_TREE=${tree}" "${Q32_DOXYGEN}" "${Q32_SITE_MADE}/Doxyfile"
+        COMMAND "${PROJECT_SOURCE_DIR}/docs/site/mend-pages" "${Q32_SITE}"
         COMMAND "${PROJECT_SOURCE_DIR}/scripts/check-site" "${Q32_SITE}"
         WORKING_DIRECTORY "${PROJECT_SOURCE_DIR}" VERBATIM)
 endfunction()

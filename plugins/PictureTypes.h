@@ -25,9 +25,9 @@ struct CqPictureFormat {
     bool m_bHasAlpha;            ///< a file keeps the alpha channel of a 32-bit image
 };
 
-/// Receives the progress of a read or write, about once per row, on the thread that reads or
-/// writes; also for every 64 KiB of a file from which no row comes, such as headers, metadata and
-/// the first scans of a progressive JPEG.
+/// Receives the progress of a read or write, on the thread that reads or writes. It is called about
+/// once per row, and for every 64 KiB of a file from which no row comes, such as headers, metadata
+/// and the first scans of a progressive JPEG.
 class Q32_API CqPictureProgress {
 public:
     virtual ~CqPictureProgress() = default;

@@ -104,9 +104,6 @@ public:
     int fnSetDIBitsToDevice(CDC* dc, int x, int y, UINT width, UINT height, int sourceX,
                             int sourceY, UINT startScan, UINT scans, const void* bits,
                             const BITMAPINFOHEADER* header, UINT use) override;
-    /// @copydoc CqScreenService::fnCreatePalette
-    ///
-    /// Fails for a version other than 0x300, and without entries.
     std::unique_ptr<CqPaletteObject> fnCreatePalette(const LOGPALETTE& palette) override;
     void fnPaletteGone(const CPalette& palette) noexcept override;
     std::unique_ptr<CqRegionObject> fnCreateRectRegion(const RECT& rect) override;

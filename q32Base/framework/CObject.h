@@ -45,5 +45,6 @@ public:
     CObject& operator=(const CObject&) = delete;
 
 protected:
+    /// For derived classes.
     CObject() = default;
 };

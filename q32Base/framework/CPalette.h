@@ -6,7 +6,7 @@
 /// A screen palette, or none. Owns the screen's object.
 class Q32_API CPalette : public q32::ScreenObject<CqPaletteObject> {
 public:
-    /// None.
+    /// No palette.
     CPalette() = default;
     ~CPalette() override { DeleteObject(); }
 

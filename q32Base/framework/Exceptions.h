@@ -27,6 +27,7 @@ class Q32_API CMemoryException final : public CException {
 public:
     static const CRuntimeClass classCMemoryException;
     const CRuntimeClass* GetRuntimeClass() const override;
+    /// For the library's own, which AfxThrowMemoryException raises.
     CMemoryException() : CException(false) {}
 };
 
@@ -35,6 +36,7 @@ class Q32_API CResourceException final : public CException {
 public:
     static const CRuntimeClass classCResourceException;
     const CRuntimeClass* GetRuntimeClass() const override;
+    /// For the library's own, which AfxThrowResourceException raises.
     CResourceException() : CException(false) {}
 };
 

@@ -68,6 +68,7 @@ public:
 /// aren't owned.
 class Q32_API CWnd : public CObject {
 public:
+    /// Without a parent.
     CWnd() = default;
     /// Destroys the windows of the children first.
     ~CWnd() override;

@@ -20,12 +20,12 @@ struct CqMergeParam {
         0; ///< key colour: red in bits 0 to 7, green in 8 to 15, blue in 16 to 23
     CqMask* m_pMask = nullptr; ///< for MERGE_MASK; not owned, and must outlive the merge
 
-    /// By a key colour.
+    /// Merges by a key colour.
     CqMergeParam(unsigned long key) : m_eType(MERGE_KEY), m_nKey(key) {}
-    /// By a mask, which is not copied.
+    /// Merges by a mask, which is not copied.
     CqMergeParam(CqMask& mask) : m_eType(MERGE_MASK), m_pMask(&mask) {}
-    /// By any rule. An argument that the rule doesn't use is ignored, and MERGE_MASK without a mask
-    /// merges nothing.
+    /// Merges by any rule. An argument that the rule doesn't use is ignored, and MERGE_MASK without
+    /// a mask merges nothing.
     CqMergeParam(MERGE_TYPE type, unsigned long key, CqMask* mask)
         : m_eType(type), m_nKey(key), m_pMask(mask) {}
 };

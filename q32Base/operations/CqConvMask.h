@@ -24,7 +24,7 @@ class CqImage;
 /// read without claims.
 class Q32_API CqConvMask {
 public:
-    /// Raises the memory exception.
+    /// A window of rows of `image`, none of which is read yet. Raises the memory exception.
     /// @param image  not owned
     /// @param lines  height of the window; 0 counts as 1
     /// @param row    the row before the first centre row: -1 to start at row 0

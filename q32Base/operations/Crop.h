@@ -9,11 +9,11 @@ class CqImage;
 class CqProgressDisplay;
 
 /// Copies a rectangle of an image, clipped to it, into new storage of `target`, at any depth.
-/// `target` takes the depth, palette and resolution of `source`; its other fields stay. If both are
-/// the same image, it is cropped.
+/// The target takes the depth, palette and resolution of `source`; its other fields stay. If both
+/// are the same image, it is cropped.
 ///
 /// Returns false, with `target` unchanged, after an abort, if nothing of the rectangle lies in the
-/// image, and if that has no storage. Raises the memory exception, with `target` unchanged. Used
+/// image, and if that has no storage. Raises the memory exception, with `target` unchanged. Called
 /// from the thread that uses both images.
 /// @param progress  may be null
 Q32_API bool q32Crop(const CqImage& source, const CRect& rect, CqImage& target,

@@ -16,9 +16,10 @@ class CqProgressDisplay;
 /// Integer positions are the centres of pixels, as for CqLine2D.
 ///
 /// Each pixel is divided into 16 x 16 squares. A square counts if its centre P is at most
-/// reach = width / 2 from a line: in double precision, for a line from A by d, with t = (P - A) d /
-/// d d, limited to 0 to 1, and 0 where d is 0, and e = (P - A) - t d, if e e <= reach reach. The
-/// weight of a pixel in which n squares count is (255 n + 128) / 256, rounded down.
+/// reach = width / 2 from a line. In double precision, for a line from A by d, let t be the scalar
+/// product (P - A) . d divided by d . d, limited to 0 to 1, or 0 where d is 0, and e the vector
+/// (P - A) - t d: the square counts if e . e is at most the square of reach. The weight of a pixel
+/// in which n squares count is (255 n + 128) / 256, rounded down.
 ///
 /// The mask covers the part of `area` in which pixels may have a weight. Returns false, with the
 /// mask unchanged, after an abort, where that part is empty, without points, for a width that isn't

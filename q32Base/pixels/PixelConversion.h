@@ -30,7 +30,7 @@ public:
     /// @param palette  kPaletteSlots entries, which are copied; not read above 8 bits
     PixelDecoder(std::uint32_t bits, const RGBQUAD* palette, PIXEL_ORDER order);
 
-    /// Source and target don't overlap.
+    /// Decodes `count` pixels. Source and target don't overlap.
     /// @param in  pixels as stored, but at 4 bits one index a byte
     void fnRun(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const;
 
@@ -64,7 +64,7 @@ public:
     /// @param count    its entries; those beyond the 256th are ignored
     PixelEncoder(std::uint32_t bits, const RGBQUAD* palette, std::size_t count, PIXEL_ORDER order);
 
-    /// Source and target don't overlap.
+    /// Encodes `count` pixels. Source and target don't overlap.
     /// @param out  pixels as stored, but at 4 bits one index a byte
     void fnRun(const std::uint8_t* in, std::uint8_t* out, std::size_t count) const;
 

@@ -85,7 +85,7 @@ struct tagNMHDR {
     std::uintptr_t idFrom; ///< the child's id
     UINT code;             ///< what has happened, as the child numbers it
 };
-using NMHDR = tagNMHDR; ///< the name that hosts use
+using NMHDR = tagNMHDR; ///< `tagNMHDR` under the name that hosts use
 
 /// One colour of a bitmap's table: blue first.
 struct tagRGBQUAD {
@@ -94,7 +94,7 @@ struct tagRGBQUAD {
     BYTE rgbRed;      ///< third byte
     BYTE rgbReserved; ///< not a part of the colour
 };
-using RGBQUAD = tagRGBQUAD; ///< the name that hosts use
+using RGBQUAD = tagRGBQUAD; ///< `tagRGBQUAD` under the name that hosts use
 
 /// One colour of a palette object: red first.
 struct tagPALETTEENTRY {
@@ -103,7 +103,7 @@ struct tagPALETTEENTRY {
     BYTE peBlue;  ///< third byte
     BYTE peFlags; ///< for the system; the library only copies them
 };
-using PALETTEENTRY = tagPALETTEENTRY; ///< the name that hosts use
+using PALETTEENTRY = tagPALETTEENTRY; ///< `tagPALETTEENTRY` under the name that hosts use
 
 /// Header of a palette description; palNumEntries entries start at palPalEntry.
 struct tagLOGPALETTE {
@@ -111,7 +111,7 @@ struct tagLOGPALETTE {
     WORD palNumEntries;          ///< at least 1
     PALETTEENTRY palPalEntry[1]; ///< the first entry; the others follow the record
 };
-using LOGPALETTE = tagLOGPALETTE; ///< the name that hosts use
+using LOGPALETTE = tagLOGPALETTE; ///< `tagLOGPALETTE` under the name that hosts use
 
 /// Header of a device-independent bitmap: 40 bytes, followed by the colour table or three masks.
 struct tagBITMAPINFOHEADER {
@@ -127,7 +127,8 @@ struct tagBITMAPINFOHEADER {
     DWORD biClrUsed;      ///< entries of the colour table; 0: as many as the depth allows
     DWORD biClrImportant; ///< entries that a device should show; 0: all
 };
-using BITMAPINFOHEADER = tagBITMAPINFOHEADER; ///< the name that hosts use
+using BITMAPINFOHEADER =
+    tagBITMAPINFOHEADER; ///< `tagBITMAPINFOHEADER` under the name that hosts use
 
 #pragma pack(push, 1)
 /// Format of PCM sound; 18 bytes, packed as published.
@@ -141,7 +142,7 @@ struct tWAVEFORMATEX {
     WORD cbSize;           ///< bytes of further data after this record; 0 for PCM
 };
 #pragma pack(pop)
-using WAVEFORMATEX = tWAVEFORMATEX; ///< the name that hosts use
+using WAVEFORMATEX = tWAVEFORMATEX; ///< `tWAVEFORMATEX` under the name that hosts use
 
 /// One block passed to the sound device. Pointers have native width.
 struct wavehdr_tag {
@@ -154,7 +155,7 @@ struct wavehdr_tag {
     wavehdr_tag* lpNext;     ///< for the device
     std::uintptr_t reserved; ///< for the device
 };
-using WAVEHDR = wavehdr_tag; ///< the name that hosts use
+using WAVEHDR = wavehdr_tag; ///< `wavehdr_tag` under the name that hosts use
 
 /// A 64-bit byte count of a disk, also as two halves.
 union ULARGE_INTEGER {
@@ -195,14 +196,14 @@ struct tagPOINT {
     LONG x; ///< grows to the right
     LONG y; ///< grows downwards
 };
-using POINT = tagPOINT; ///< the name that hosts use
+using POINT = tagPOINT; ///< `tagPOINT` under the name that hosts use
 
 /// A width and a height in pixels.
 struct tagSIZE {
     LONG cx; ///< width
     LONG cy; ///< height
 };
-using SIZE = tagSIZE; ///< the name that hosts use
+using SIZE = tagSIZE; ///< `tagSIZE` under the name that hosts use
 
 /// A rectangle; right and bottom are exclusive.
 struct tagRECT {
@@ -211,7 +212,7 @@ struct tagRECT {
     LONG right;  ///< the column after the last one
     LONG bottom; ///< the row after the last one
 };
-using RECT = tagRECT; ///< the name that hosts use
+using RECT = tagRECT; ///< `tagRECT` under the name that hosts use
 
 /// A requested font.
 struct tagLOGFONTA {
@@ -230,7 +231,7 @@ struct tagLOGFONTA {
     BYTE lfPitchAndFamily; ///< bits 0 and 1: fixed or variable pitch; bits 4 to 7: family
     char lfFaceName[32];   ///< name of the typeface, ended by a NUL; empty: any
 };
-using LOGFONTA = tagLOGFONTA; ///< the name that hosts use
+using LOGFONTA = tagLOGFONTA; ///< `tagLOGFONTA` under the name that hosts use
 
 /// Metrics of an actual font, in pixels.
 struct tagTEXTMETRICA {
@@ -255,7 +256,7 @@ struct tagTEXTMETRICA {
     BYTE tmPitchAndFamily;   ///< as in a requested font; bit 0 is set for a variable pitch
     BYTE tmCharSet;          ///< as in a requested font
 };
-using TEXTMETRICA = tagTEXTMETRICA; ///< the name that hosts use
+using TEXTMETRICA = tagTEXTMETRICA; ///< `tagTEXTMETRICA` under the name that hosts use
 
 inline constexpr DWORD BI_RGB = 0;       ///< rows of pixels, not compressed
 inline constexpr DWORD BI_RLE8 = 1;      ///< runs of 8-bit indices
