@@ -1,5 +1,6 @@
 // An editor for pictures larger than memory.
 #include "examples/darkroom/model/MemoryShare.h"
+#include "examples/darkroom/ui/German.h"
 #include "examples/darkroom/ui/MainWindow.h"
 #include "platforms/posix/posix.h"
 #include "platforms/qt/qt.h"
@@ -13,6 +14,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QIcon>
+#include <QSettings>
 #include <QStandardPaths>
 #include <string>
 #include <vector>
@@ -43,9 +45,7 @@ int fnRun(QApplication& application, CqQtWindows& windows, const darkroom::HostS
     CqQtWnd frame(&window);
     windows.fnSetMainWnd(&frame);
     window.show();
-    window.fnOfferRecovery();
-    if (!picture.isEmpty() && !window.fnGetDocument().fnHasImage())
-        window.fnOpen(picture);
+    window.fnStart(picture);
     const int code = application.exec();
     windows.fnSetMainWnd(nullptr);
     return code;
@@ -62,7 +62,8 @@ int main(int count, char** arguments) {
                                      // decimal points
     const QStringList words = QApplication::arguments();
     const bool help = words.contains("--help");
-    if (help || words.size() > 2) {
+    // A picture of such a name is ./-name.
+    if (help || words.size() > 2 || words.value(1).startsWith('-')) {
         std::fputs(kUsage, help ? stdout : stderr);
         return help ? 0 : kExitUsage;
     }
@@ -74,6 +75,9 @@ int main(int count, char** arguments) {
     setup.m_strSettings =
         QDir(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation))
             .filePath("q32Base/darkroom.ini");
+    darkroom::fnSetLanguage(application, QSettings(setup.m_strSettings, QSettings::IniFormat)
+                                             .value(darkroom::kLanguageKey)
+                                             .toString());
     const auto windows = q32QtWindows();
     CqQtApp app("Darkroom");
     windows->fnSetApp(&app);

@@ -57,11 +57,11 @@ Outcome Document::fnSelect(CqMask& mask, Combine how, CqProgressDisplay* progres
 }
 
 Outcome Document::fnSelectShape(ShapeKind shape, std::span<const CqPoint2D> points, Combine how,
-                                CqProgressDisplay* progress) {
+                                CqProgressDisplay* progress, bool smooth) {
     return fnCombine(
         [&](CqMask& mask, CqProgressDisplay* bar) {
             return fnMakeShapeMask(fnMakeOutline(shape, points), m_Image.Width, m_Image.Height,
-                                   mask, bar);
+                                   mask, bar, smooth);
         },
         how, progress);
 }
@@ -120,6 +120,28 @@ Outcome Document::fnPlaceSelection(const CRect& place, CqProgressDisplay* progre
                                    m_Image.Height, made, bar);
         },
         progress);
+}
+
+Outcome Document::fnCountHistogram(CqProgressDisplay* progress) {
+    if (!fnHasImage())
+        return fnStop();
+    return fnGuard([&] {
+        auto counted = std::make_unique<Counted>();
+        counted->m_nState = m_nState;
+        counted->m_nSelectionSerial = m_nSelectionSerial;
+        const CqMask* const mask = fnHasSelection() ? m_Selection.get() : nullptr;
+        if (!q32CountHistogram(m_Image, nullptr, mask, counted->m_Histogram, progress))
+            return fnStop();
+        m_Counted = std::move(counted);
+        return Outcome();
+    });
+}
+
+const CqHistogram* Document::fnGetHistogram() const {
+    return m_Counted && m_Counted->m_nState == m_nState &&
+                   m_Counted->m_nSelectionSerial == m_nSelectionSerial
+               ? &m_Counted->m_Histogram
+               : nullptr;
 }
 
 void Document::fnSelectNone() {

@@ -17,7 +17,8 @@ namespace darkroom {
 enum class ParameterKind {
     NUMBER, ///< an integer between two limits
     SWITCH, ///< 0 or 1
-    COLOR   ///< red in bits 0 to 7, green in 8 to 15, blue in 16 to 23
+    COLOR,  ///< red in bits 0 to 7, green in 8 to 15, blue in 16 to 23
+    CURVE   ///< the last one; its points, packed, are all further values
 };
 
 /// One value that an operation needs.
@@ -29,6 +30,7 @@ struct Parameter {
     int m_nStart;
     const char* m_pszUnit; ///< shown behind the number; may be empty
     int m_nScale = 1;      ///< values are this many times what is shown: 100 gives two decimals
+    bool m_bRatio = false; ///< a factor: its slider moves by equal ratios, so 1 is in the middle
 };
 
 using Values = std::vector<int>;

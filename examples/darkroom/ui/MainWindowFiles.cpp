@@ -5,6 +5,7 @@
 #include "examples/darkroom/ui/MainWindow.h"
 #include "examples/darkroom/ui/NewDialog.h"
 #include "examples/darkroom/ui/RecentFiles.h"
+#include "examples/darkroom/ui/SaveOptionsDialog.h"
 #include "q32Base/messages/ReportMemory.h"
 
 #include <QApplication>
@@ -12,7 +13,6 @@
 #include <QDropEvent>
 #include <QFile>
 #include <QFileInfo>
-#include <QInputDialog>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
@@ -32,20 +32,11 @@ QString fnFindFile(const QMimeData& data) {
     return {};
 }
 
-constexpr char kQualityKey[] = "quality";
-
-/// Anybody may have edited the settings file.
-int fnReadQuality(const QSettings& settings) {
-    constexpr int kUsual = 90;
-    const int quality = settings.value(kQualityKey, kUsual).toInt();
-    return quality >= 1 && quality <= 100 ? quality : kUsual;
-}
-
 /// What a set of FileExtra is called.
 QStringList fnNameExtras(std::uint32_t extras) {
     const std::pair<FileExtra, QString> names[] = {
         {EXTRA_PAGES, QObject::tr("further pages or frames")},
-        {EXTRA_DEPTH, QObject::tr("16 bits a channel; the picture has 8, dithered")},
+        {EXTRA_DEPTH, QObject::tr("16 bits a channel; the picture has 8")},
         {EXTRA_CHANNELS, QObject::tr("ink colors or further channels")},
         {EXTRA_PROFILE, QObject::tr("a color profile (ICC)")},
         {EXTRA_CAMERA, QObject::tr("camera data (EXIF)")},
@@ -94,13 +85,18 @@ void MainWindow::fnAskOpenDamaged() {
         fnOpen(path, true);
 }
 
-void MainWindow::fnAskQuality() {
-    bool chosen = false;
-    const int quality =
-        QInputDialog::getInt(this, tr("Quality of JPEG Files"), tr("&Quality, 1 to 100:"),
-                             fnReadQuality(m_Settings), 1, 100, 5, &chosen);
-    if (chosen)
-        m_Settings.setValue(kQualityKey, quality);
+void MainWindow::fnAskSaveOptions() {
+    fnMayWrite(std::nullopt);
+}
+
+bool MainWindow::fnMayWrite(std::optional<PICTURE_FORMAT> format) {
+    if (format && !SaveOptionsDialog::fnHasAny(*format))
+        return true;
+    SaveOptionsDialog dialog(fnReadSaveOptions(m_Settings), format, this);
+    if (dialog.exec() != QDialog::Accepted)
+        return false;
+    fnKeepSaveOptions(m_Settings, dialog.fnGetOptions());
+    return true;
 }
 
 QString MainWindow::fnGetOwnPath() const {
@@ -108,8 +104,20 @@ QString MainWindow::fnGetOwnPath() const {
 }
 
 QString MainWindow::fnGetName() const {
+    const QString name = QFileInfo(fnGetProposedPath()).fileName();
+    if (name.isEmpty())
+        return tr("Untitled");
+    return fnGetOwnPath().isEmpty() ? tr("%1 (recovered)").arg(name) : name;
+}
+
+MainWindow::FileStamp MainWindow::fnStamp(const QString& path) {
+    const QFileInfo file(path);
+    return {file.size(), file.lastModified()};
+}
+
+QString MainWindow::fnGetProposedPath() const {
     const QString path = fnGetOwnPath();
-    return path.isEmpty() ? tr("Untitled") : QFileInfo(path).fileName();
+    return path.isEmpty() ? QFile::decodeName(m_Document.fnGetFormerPath().c_str()) : path;
 }
 
 void MainWindow::fnSave() {
@@ -140,8 +148,12 @@ void MainWindow::fnAskSaveAs() {
 }
 
 void MainWindow::fnChooseName(bool asksForExtras) {
-    const QString path = fnAskPictureToSave(this, fnGetOwnPath());
-    if (!path.isEmpty() && fnMayLose(path, asksForExtras || path == fnGetOwnPath()))
+    const QString path = fnAskPictureToSave(this, fnGetProposedPath());
+    if (path.isEmpty() || !fnMayLose(path, asksForExtras || path == fnGetOwnPath()))
+        return;
+    const CqPictureFormat* const format =
+        m_Document.fnFindFormat(QFile::encodeName(path).constData());
+    if (!format || fnMayWrite(format->m_eFormat)) // an unknown one is reported by the attempt
         fnSaveAs(path);
 }
 
@@ -163,6 +175,8 @@ QStringList MainWindow::fnListLosses(const QString& path, bool extras) const {
         losses << tr("the title");
     if (const std::uint32_t lost = m_Document.fnFindLostMetadata(file.constData()); lost != 0)
         losses << fnNameExtras(lost);
+    if (path == fnGetOwnPath() && QFileInfo::exists(path) && fnStamp(path) != m_Stamp)
+        losses << tr("what another program has changed in it in the meantime");
     if (extras && m_Document.fnIsPartial())
         losses << tr("what may still be rescued from the damaged file");
     else if (extras && m_Document.fnIsReduced())
@@ -197,13 +211,14 @@ bool MainWindow::fnSaveAs(const QString& path) {
         q32ShowMsgStr(text.toLocal8Bit().constData(), MB_OK | MB_ICONEXCLAMATION);
         return false;
     }
-    CqPictureOptions options;
-    options.m_nQuality = static_cast<unsigned int>(fnReadQuality(m_Settings));
+    const CqPictureOptions options = fnReadSaveOptions(m_Settings);
     const bool done = fnRun(tr("Saving %1").arg(name), [&](CqProgressDisplay* progress) {
         return m_Document.fnSave(file.toStdString(), progress, options);
     });
     if (done)
         m_pRecent->fnAdd(path);
+    if (done && path == fnGetOwnPath())
+        m_Stamp = fnStamp(path);
     if (done && !m_Document.fnKeepsAll(file.constData()))
         statusBar()->showMessage(tr("A copy without transparency was saved"), kMessageMs);
     return done;
@@ -237,6 +252,7 @@ bool MainWindow::fnOpen(const QString& path, bool partial) {
             tr("The file also holds: %1").arg(fnNameExtras(m_Document.fnGetExtras()).join(", ")),
             kMessageMs);
     if (done) {
+        m_Stamp = fnStamp(full);
         m_pRecent->fnAdd(full);
         m_pView->fnSetFit(true);
     } else if (!QFileInfo::exists(full)) {

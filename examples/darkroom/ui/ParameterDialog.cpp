@@ -2,6 +2,7 @@
 
 #include "examples/darkroom/model/Document.h"
 #include "examples/darkroom/ui/ColorButton.h"
+#include "examples/darkroom/ui/CurveEditor.h"
 #include "examples/darkroom/ui/DecimalBox.h"
 #include "examples/darkroom/ui/HistogramView.h"
 #include "examples/darkroom/ui/PictureView.h"
@@ -17,6 +18,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QSlider>
 #include <QSpinBox>
 #include <utility>
@@ -39,6 +41,39 @@ constexpr int kSliderPage = 10;
 constexpr int kPercent = 100; ///< scale of percentages
 constexpr int kMaxPercent = 10'000;
 
+/// A slider that moves with a number.
+QSlider* fnMakeSlider(const Parameter& parameter, QSpinBox& box) {
+    auto* const slider = new QSlider(Qt::Horizontal);
+    slider->setMinimumWidth(kSliderWidth);
+    slider->setAccessibleName(box.accessibleName());
+    if (!parameter.m_bRatio) {
+        slider->setSingleStep(parameter.m_nScale);
+        slider->setPageStep(kSliderPage * parameter.m_nScale);
+        slider->setRange(parameter.m_nLow, parameter.m_nHigh);
+        slider->setValue(box.value());
+        QObject::connect(slider, &QSlider::valueChanged, &box, &QSpinBox::setValue);
+        QObject::connect(&box, &QSpinBox::valueChanged, slider, &QSlider::setValue);
+        return slider;
+    }
+    const double low = parameter.m_nLow;
+    const double ratio = parameter.m_nHigh / low;
+    const auto show = [=](int value) {
+        const QSignalBlocker blocker(slider); // several numbers share a place
+        slider->setValue(
+            static_cast<int>(std::lround(kSliderRange * std::log(value / low) / std::log(ratio))));
+    };
+    slider->setRange(0, kSliderRange);
+    slider->setSingleStep(kSliderPage);
+    slider->setPageStep(kSliderPage * kSliderPage);
+    show(box.value());
+    QObject::connect(slider, &QSlider::valueChanged, &box, [=, &box](int place) {
+        box.setValue(static_cast<int>(
+            std::lround(low * std::pow(ratio, static_cast<double>(place) / kSliderRange))));
+    });
+    QObject::connect(&box, &QSpinBox::valueChanged, slider, show);
+    return slider;
+}
+
 } // namespace
 
 ParameterDialog::ParameterDialog(const Operation& operation, const Values& start, PictureView& view,
@@ -47,8 +82,8 @@ ParameterDialog::ParameterDialog(const Operation& operation, const Values& start
       m_Preview(view.fnGetDocument(), view, operation) {
     if (operation.m_bHistogram)
         fnGetForm().addRow(new HistogramView(view.fnGetDocument()));
-    for (std::size_t i = 0; i < start.size(); ++i)
-        fnAdd(operation.m_Parameters[i], start[i]);
+    for (std::size_t i = 0; i < operation.m_Parameters.size(); ++i)
+        fnAdd(operation.m_Parameters[i], std::span(start).subspan(i));
     if (operation.m_ePreview == PreviewKind::SIZE)
         fnAddLock(start[0], start[1]);
     QDialogButtonBox& buttons = fnAddFoot(QDialogButtonBox::Reset);
@@ -68,17 +103,23 @@ Values ParameterDialog::fnGetValues() const {
     Values values;
     for (const auto& read : m_Readers)
         values.push_back(read());
+    if (m_pCurve) {
+        const Values points = m_pCurve->fnGetValues();
+        values.insert(values.end(), points.begin(), points.end());
+    }
     return values;
 }
 
-void ParameterDialog::fnAdd(const Parameter& parameter, int value) {
+void ParameterDialog::fnAdd(const Parameter& parameter, std::span<const int> values) {
     switch (parameter.m_eKind) {
     case ParameterKind::NUMBER:
-        return fnAddNumber(parameter, value);
+        return fnAddNumber(parameter, values.front());
     case ParameterKind::SWITCH:
-        return fnAddSwitch(parameter, value);
+        return fnAddSwitch(parameter, values.front());
     case ParameterKind::COLOR:
-        return fnAddColor(parameter, value);
+        return fnAddColor(parameter, values.front());
+    case ParameterKind::CURVE:
+        return fnAddCurve(Values(values.begin(), values.end()));
     }
 }
 
@@ -95,18 +136,8 @@ void ParameterDialog::fnAddNumber(const Parameter& parameter, int value) {
     box->setValue(value);
     box->setObjectName(parameter.m_pszName);
     box->setMinimumWidth(kBoxWidth); // so that all sliders have the same length
-    if ((parameter.m_nHigh - parameter.m_nLow) / parameter.m_nScale <= kSliderRange) {
-        auto* const slider = new QSlider(Qt::Horizontal);
-        slider->setSingleStep(parameter.m_nScale);
-        slider->setPageStep(kSliderPage * parameter.m_nScale);
-        slider->setRange(parameter.m_nLow, parameter.m_nHigh);
-        slider->setValue(value);
-        slider->setMinimumWidth(kSliderWidth);
-        slider->setAccessibleName(label->text());
-        connect(slider, &QSlider::valueChanged, box, &QSpinBox::setValue);
-        connect(box, &QSpinBox::valueChanged, slider, &QSlider::setValue);
-        row->addWidget(slider, 1);
-    }
+    if ((parameter.m_nHigh - parameter.m_nLow) / parameter.m_nScale <= kSliderRange)
+        row->addWidget(fnMakeSlider(parameter, *box), 1);
     row->addWidget(box);
     fnGetForm().addRow(label, row);
     connect(box, &QSpinBox::valueChanged, this, &ParameterDialog::fnOnValue);
@@ -137,6 +168,14 @@ void ParameterDialog::fnAddColor(const Parameter& parameter, int value) {
     m_Readers.emplace_back(read);
     m_Resetters.emplace_back(
         [button, value] { button->fnSetColor(CqColor(static_cast<unsigned long>(value))); });
+}
+
+void ParameterDialog::fnAddCurve(const Values& points) {
+    m_pCurve = new CurveEditor(fnGetView().fnGetDocument());
+    m_pCurve->fnSetValues(points);
+    fnGetForm().addRow(m_pCurve);
+    connect(m_pCurve, &CurveEditor::changed, this, &ParameterDialog::fnOnValue);
+    m_Resetters.emplace_back([this, points] { m_pCurve->fnSetValues(points); });
 }
 
 void ParameterDialog::fnAddLock(int startWidth, int startHeight) {
