@@ -38,7 +38,7 @@ PAGES = {
 }
 # Its edits are measured on one thread and on two.
 DARKROOM = "DarkroomBench"
-BY_HAND = ("KernelsBench", "ProgressBench", "WalkBench", "WorkBench", DARKROOM)
+BY_HAND = ("HalvesBench", "KernelsBench", "ProgressBench", "WalkBench", "WorkBench", DARKROOM)
 SLOWER = 1.05  # ratios above this are measured again, and listed by name if they stay above it
 
 

@@ -15,7 +15,7 @@ constexpr double kMinWork = 4.0;
 /// The least time of a piece, in overheads.
 constexpr double kMinPiece = 0.5;
 /// Pieces for each thread: enough to be dealt out evenly although threads differ in speed.
-constexpr std::uint32_t kPiecesEach = 8;
+constexpr std::uint32_t kPiecesEach = 16;
 /// The time between two rounds of reports, in overheads: long enough that these cost little, and
 /// short enough that Esc takes effect at once. With 20 microseconds it is 4 milliseconds.
 constexpr double kBatchTime = 200.0;

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace q32 {
@@ -153,6 +154,48 @@ double fnBandRowTime(const PixelArea& source, const PixelArea& target, std::uint
            source.fnGetBytesPerPixel();
 }
 
+/// The tables of both axes. None of them depends on the other axis, so two threads make them.
+class BandTables {
+public:
+    /// Raises the memory exception.
+    BandTables(const PixelArea& source, const PixelArea& target, double scaleX, double scaleY) {
+        constexpr double kListTime = 70.0; // nanoseconds
+        const double lists = static_cast<double>(target.fnGetWidth()) + target.fnGetHeight();
+        Parallel(2, kListTime * lists / 2)
+            .fnRun([&](std::uint32_t, std::uint32_t first, std::uint32_t end) {
+                for (; first < end; ++first)
+                    if (first == 0)
+                        fnMakeRows(source, target, scaleX);
+                    else
+                        fnMakeColumns(source, target, scaleY);
+            });
+    }
+
+    bool fnAreComplete() const { return m_pColumnQuads && m_pLines; }
+    const QuadTable& fnGetColumns() const { return *m_pColumnQuads; }
+    const LineTable& fnGetLines() const { return *m_pLines; }
+    std::uint32_t fnGetMaxEntries() const {
+        return std::max(m_Columns->fnGetCapacity(), m_Rows->fnGetCapacity());
+    }
+
+private:
+    void fnMakeRows(const PixelArea& source, const PixelArea& target, double scale) {
+        m_Rows.emplace(scale, target.fnGetWidth(), source.fnGetWidth(), false);
+        m_pRowQuads = fnMakeQuads(*m_Rows, target.fnGetWidth(), 1);
+        m_pLines = fnMakeLines(m_pRowQuads.get(), target.fnGetWidth(), source.fnGetBytesPerPixel());
+    }
+    void fnMakeColumns(const PixelArea& source, const PixelArea& target, double scale) {
+        m_Columns.emplace(scale, target.fnGetHeight(), source.fnGetHeight(), false);
+        m_pColumnQuads = fnMakeQuads(*m_Columns, target.fnGetHeight(), 1);
+    }
+
+    std::optional<ContribTable> m_Rows;
+    std::optional<ContribTable> m_Columns;
+    std::unique_ptr<QuadTable> m_pRowQuads;
+    std::unique_ptr<QuadTable> m_pColumnQuads;
+    std::unique_ptr<LineTable> m_pLines;
+};
+
 /// Reports two passes, one after the other, in proportion to the bands that are done.
 class BandReports {
 public:
@@ -203,18 +246,12 @@ bool fnMayFilterInBands(const PixelArea& source, const PixelArea& target, double
 
 std::optional<bool> fnFilterInBands(const PixelArea& source, const PixelArea& target, double scaleX,
                                     double scaleY, CqProgressDisplay* progress) {
-    const ContribTable columns(scaleY, target.fnGetHeight(), source.fnGetHeight(), false);
-    const ContribTable rows(scaleX, target.fnGetWidth(), source.fnGetWidth(), false);
-    const auto columnQuads = fnMakeQuads(columns, target.fnGetHeight(), 1);
-    const auto rowQuads = fnMakeQuads(rows, target.fnGetWidth(), 1);
-    const auto lines =
-        fnMakeLines(rowQuads.get(), target.fnGetWidth(), source.fnGetBytesPerPixel());
-    if (!columnQuads || !lines)
+    const BandTables tables(source, target, scaleX, scaleY);
+    if (!tables.fnAreComplete())
         return {};
-    const BandPlan plan(source, target, *columnQuads, *lines);
-    const std::uint32_t entries = std::max(columns.fnGetCapacity(), rows.fnGetCapacity());
+    const BandPlan plan(source, target, tables.fnGetColumns(), tables.fnGetLines());
     const Parallel bands(plan.fnCountBands(),
-                         fnBandRowTime(source, target, entries) * plan.m_nRows);
+                         fnBandRowTime(source, target, tables.fnGetMaxEntries()) * plan.m_nRows);
     PerWorker<BandFilter> filters(bands, source, target, plan, plan.fnGetMaxSourceRows());
     BandReports reports(progress, source.fnGetWidth(), target.fnGetHeight(), plan.fnCountBands());
     return reports.fnRun(bands, [&](std::uint32_t worker, std::uint32_t band, std::uint32_t end) {
