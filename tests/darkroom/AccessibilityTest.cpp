@@ -4,8 +4,10 @@
 #include "examples/darkroom/ui/ParameterDialog.h"
 #include "examples/darkroom/ui/PatternDialog.h"
 #include "examples/darkroom/ui/PreferencesDialog.h"
+#include "examples/darkroom/ui/SaveOptionsDialog.h"
 #include "tests/darkroom/DarkroomWorld.h"
 
+#include <optional>
 #include <QAbstractSpinBox>
 #include <QAccessible>
 #include <QLabel>
@@ -56,6 +58,7 @@ TEST_F(DarkroomAccessibility, EveryDialogNamesItsParts) {
     fnExpectNames(fnParameterDialog(darkroom::fnGetFillOperation()));
     fnExpectNames(darkroom::PreferencesDialog(5));
     fnExpectNames(darkroom::NewDialog());
+    fnExpectNames(darkroom::SaveOptionsDialog({}, std::nullopt));
     CqImage over;
     over.fnAlloc(10, 10, 32, nullptr, 0);
     fnExpectNames(darkroom::MergeDialog(over, CPoint(0, 0), true, fnView()));

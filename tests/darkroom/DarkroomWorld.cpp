@@ -112,6 +112,10 @@ void DarkroomWindow::fnAccept(QDialog& dialog) {
     QTest::mouseClick(buttons->button(QDialogButtonBox::Ok), Qt::LeftButton);
 }
 
+void DarkroomWindow::fnAcceptNext() {
+    fnInDialog([](QDialog& dialog) { fnAccept(dialog); });
+}
+
 void DarkroomWindow::fnAnswer(QMessageBox::StandardButton button,
                               const std::function<void()>& before) {
     fnInDialog([button, before](QDialog& dialog) {

@@ -61,6 +61,8 @@ protected:
     /// Operates the dialog that opens next.
     void fnInDialog(const std::function<void(QDialog&)>& use);
     static void fnAccept(QDialog& dialog);
+    /// Accepts the next dialog as it is, such as that of the options of a format.
+    void fnAcceptNext();
     /// Types a file's name into a file dialog.
     static void fnType(QDialog& dialog, const QString& path);
     /// Presses a key in the window.

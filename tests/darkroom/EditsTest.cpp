@@ -1,6 +1,7 @@
 // Edits succeed completely or change nothing, whatever the operation.
 #include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Filters.h"
+#include "examples/darkroom/model/FreeCurve.h"
 #include "examples/darkroom/model/Merge.h"
 #include "examples/darkroom/model/PixelBlend.h"
 #include "q32Base/operations/Blend.h"
@@ -31,10 +32,12 @@ protected:
     /// Values that change something.
     static Values fnGetValues(const Operation& operation, const CqImage& image) {
         Values values = operation.fnGetStart(image);
-        for (std::size_t i = 0; i < values.size(); ++i) {
+        for (std::size_t i = 0; i < operation.m_Parameters.size(); ++i) {
             const darkroom::Parameter& parameter = operation.m_Parameters[i];
             if (parameter.m_eKind == darkroom::ParameterKind::NUMBER)
                 values[i] = std::clamp(values[i] + 21, parameter.m_nLow, parameter.m_nHigh);
+            if (parameter.m_eKind == darkroom::ParameterKind::CURVE)
+                values.push_back(darkroom::fnPackPoint({darkroom::CURVE_ALL, 100, 170}));
         }
         return values;
     }
@@ -165,16 +168,16 @@ TEST_F(DarkroomEdits, EachDepthHasTheOperationsThatMakeSenseForIt) {
     EXPECT_EQ(list(palette), "resize " + turns + flips + "to24 to32 ") << "its bytes are indices";
     CqImage grey;
     fnFillNoise(grey, 9, 9, 8, 1, q32GreyRamp);
-    EXPECT_EQ(list(grey), "brightness levels curve threshold blur unsharp resize " + turns + flips +
+    EXPECT_EQ(list(grey), "brightness levels curve points threshold blur unsharp resize " + turns + flips +
                               "to24 to32 ");
     const std::pair<unsigned int, std::string> others[] = {
         {4, "resize " + flips + "to8 to24 to32 "},
-        {16, "brightness balance levels curve resize " + turns + flips + "to8 to24 to32 "},
+        {16, "brightness balance levels curve points resize " + turns + flips + "to8 to24 to32 "},
         {24,
-         "brightness balance hue levels curve grey threshold soften sharpen blur unsharp resize "
+         "brightness balance hue levels curve points grey threshold soften sharpen blur unsharp resize "
          "rotate " +
              turns + flips + "to8 to32 "},
-        {32, "brightness balance hue levels curve grey soften sharpen blur unsharp resize rotate " +
+        {32, "brightness balance hue levels curve points grey soften sharpen blur unsharp resize rotate " +
                  turns + flips + "to8 to24 "},
     };
     for (const auto& [bits, names] : others) {

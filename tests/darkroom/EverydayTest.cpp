@@ -293,22 +293,6 @@ TEST_F(DarkroomEveryday, ASelectionIsFeatheredByTheRadiusThatIsTyped) {
     EXPECT_GE(fnDocument().fnGetSelection().m_rectBound.left, 30);
 }
 
-TEST_F(DarkroomEveryday, TheQualityOfJpegFilesIsAskedAndKept) {
-    fnOpenAt(120, 90);
-    const QString fine = fnPath("fine.jpg");
-    const QString rough = fnPath("rough.jpg");
-    ASSERT_TRUE(m_pWindow->fnSaveAs(fine));
-    fnDo("quality", [&](QDialog& dialog) {
-        auto* const input = qobject_cast<QInputDialog*>(&dialog);
-        EXPECT_EQ(input->intValue(), 90);
-        input->setIntValue(10);
-        fnKeepPicture(dialog, "quality");
-        fnAccept(dialog);
-    });
-    ASSERT_TRUE(m_pWindow->fnSaveAs(rough));
-    EXPECT_LT(QFile(rough).size(), QFile(fine).size() / 2);
-}
-
 TEST_F(DarkroomEveryday, ADamagedFileIsShownAsFarAsItGoesThroughTheMenu) {
     QFile half(fnMakePicture("half.png", 60, 400));
     ASSERT_TRUE(half.resize(half.size() / 2));

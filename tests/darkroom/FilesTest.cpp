@@ -245,6 +245,7 @@ TEST_F(DarkroomFiles, ANameWithoutAnExtensionGetsThatOfTheChosenFormat) {
         formats->setCurrentIndex(tiff);
         Q_EMIT formats->textActivated(formats->currentText());
         Q_EMIT formats->activated(tiff);
+        fnAcceptNext();
         fnType(dialog, fnPath("bare"));
     });
     EXPECT_TRUE(fnStartsWith("bare.tif"));

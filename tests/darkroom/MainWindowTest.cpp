@@ -76,7 +76,10 @@ TEST_F(DarkroomWindow, OpensEditsUndoesAbortsSavesAndReopens) {
     EXPECT_TRUE(fnAction("rotate").isEnabled());
 
     fnPress(Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
-    fnDo("saveAs", [&](QDialog& dialog) { fnType(dialog, target); });
+    fnDo("saveAs", [&](QDialog& dialog) {
+        fnAcceptNext();
+        fnType(dialog, target);
+    });
     EXPECT_FALSE(m_pWindow->isWindowModified());
     ASSERT_TRUE(m_pWindow->fnOpen(target));
 

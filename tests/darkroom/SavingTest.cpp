@@ -82,7 +82,10 @@ TEST_F(DarkroomSaving, AFileThatHoldsMoreThanThePictureIsNotReplacedUnasked) {
     EXPECT_TRUE(m_pWindow->isWindowModified());
 
     const QString other = fnPath("one page.tif");
-    fnAnswerBy("Save As", [&](QDialog& dialog) { fnType(dialog, other); });
+    fnAnswerBy("Save As", [&](QDialog& dialog) {
+        fnAcceptNext();
+        fnType(dialog, other);
+    });
     fnDo("save");
     EXPECT_EQ(fnRead(path), before);
     EXPECT_TRUE(m_pWindow->windowTitle().startsWith("one page.tif"));
@@ -129,15 +132,15 @@ TEST_F(DarkroomSaving, AlphaIsNotLostUnasked) {
     ASSERT_TRUE(m_pWindow->fnOpen(path));
     EXPECT_FALSE(m_pWindow->fnGetDocument().fnIsReduced()) << "all of it is in the picture";
     fnDo("left");
-    const auto saveAs = [&](const char* answer) {
+    const auto saveAs = [&](const char* answer, const std::function<void(QDialog&)>& next) {
         fnDo("saveAs", [&](QDialog& dialog) {
-            fnAnswerBy(answer);
+            fnAnswerBy(answer, next);
             fnType(dialog, copy);
         });
     };
-    saveAs("Cancel");
+    saveAs("Cancel", {});
     EXPECT_FALSE(QFile::exists(copy));
-    saveAs("Save");
+    saveAs("Save", [](QDialog& options) { fnAccept(options); });
     EXPECT_TRUE(QFile::exists(copy));
     EXPECT_TRUE(m_pWindow->statusBar()->currentMessage().contains("copy"));
     EXPECT_TRUE(m_pWindow->windowTitle().startsWith("alpha.png"));
@@ -157,6 +160,7 @@ TEST_F(DarkroomSaving, APictureThatNoLongerFitsItsFormatGetsAnotherName) {
     bool asked = false;
     fnDo("save", [&](QDialog& dialog) {
         asked = qobject_cast<QFileDialog*>(&dialog) != nullptr;
+        fnAcceptNext();
         fnType(dialog, fnPath("photo.png"));
     });
     EXPECT_TRUE(asked);

@@ -5,6 +5,7 @@
 #include "tests/support/AttachedTest.h"
 
 #include <cmath>
+#include <random>
 
 using darkroom::Document;
 using darkroom::ShapeKind;
@@ -16,6 +17,32 @@ protected:
     static void fnMake(ShapeKind shape, std::vector<CqPoint2D> points, CqMask& mask) {
         ASSERT_TRUE(darkroom::fnMakeShapeMask(darkroom::fnMakeOutline(shape, points), 200, 150,
                                               mask, nullptr));
+    }
+    /// The even-odd rule for one place, by the crossings to its right.
+    static bool fnIsInside(const std::vector<CqPoint2D>& outline, double x, double y) {
+        bool inside = false;
+        for (std::size_t i = 0; i < outline.size(); ++i) {
+            const CqPoint2D& a = outline[i];
+            const CqPoint2D& b = outline[(i + 1) % outline.size()];
+            if ((a.m_Y <= y) != (b.m_Y <= y) &&
+                x < a.m_X + (b.m_X - a.m_X) * ((y - a.m_Y) / (b.m_Y - a.m_Y)))
+                inside = !inside;
+        }
+        return inside;
+    }
+    static int fnCountInside(const std::vector<CqPoint2D>& outline, int x, int y) {
+        int count = 0;
+        for (int part = 0; part < 256; ++part) {
+            const double partX = (part % 16 + 0.5) / 16;
+            const double partY = (part / 16 + 0.5) / 16;
+            count += fnIsInside(outline, x + partX, y + partY) ? 1 : 0;
+        }
+        return count;
+    }
+    static int fnWeightOf(CqMask& mask, int x, int y) {
+        const CRect& bound = mask.m_rectBound;
+        return bound.PtInRect(CPoint(x, y)) ? *mask.fnGetPixelAddr(x - bound.left, y - bound.top)
+                                            : 0;
     }
 };
 
@@ -47,6 +74,62 @@ TEST_F(DarkroomShapes, AnEllipseIsRound) {
                 continue; // the curve may deviate slightly
             ASSERT_EQ(fnHas(mask, x, y), distance < 1) << x << ", " << y;
         }
+}
+
+TEST_F(DarkroomShapes, ASmoothMaskGivesEachPixelTheShareOfItsSquaresInside) {
+    std::mt19937 random(15);
+    const auto draw = [&](int most) { return static_cast<double>(random() % 4096) * most / 4096; };
+    // A rotated square, an ellipse beyond two edges, one thinner than a pixel, and stars.
+    std::vector<std::vector<CqPoint2D>> outlines = {
+        {{30.3, 4.1}, {56.2, 20.9}, {39.4, 46.8}, {13.5, 30.0}},
+        darkroom::fnMakeOutline(ShapeKind::ELLIPSE,
+                                std::vector<CqPoint2D>{{-10.5, 12.25}, {31.4, 70.6}}),
+        darkroom::fnMakeOutline(ShapeKind::ELLIPSE,
+                                std::vector<CqPoint2D>{{10.0, 20.4}, {50.0, 20.9}})};
+    for (int round = 0; round < 4; ++round) {
+        std::vector<CqPoint2D> star;
+        for (int i = 3 + round; i > 0; --i)
+            star.emplace_back(draw(90) - 15, draw(70) - 10);
+        outlines.push_back(star);
+    }
+    int grey = 0;
+    for (const auto& outline : outlines) {
+        CqMask mask;
+        ASSERT_TRUE(darkroom::fnMakeShapeMask(outline, 60, 50, mask, nullptr, true));
+        for (int y = 0; y < 50; ++y)
+            for (int x = 0; x < 60; ++x) {
+                const int weight = (255 * fnCountInside(outline, x, y) + 128) / 256;
+                ASSERT_EQ(fnWeightOf(mask, x, y), weight) << x << ", " << y;
+                grey += weight > 0 && weight < 255 ? 1 : 0;
+            }
+    }
+    EXPECT_GT(grey, 300);
+}
+
+TEST_F(DarkroomShapes, AStoppedSmoothMaskLeavesTheFormerOne) {
+    const auto outline =
+        darkroom::fnMakeOutline(ShapeKind::ELLIPSE, std::vector<CqPoint2D>{{5, 5}, {50, 40}});
+    CqMask mask(3, 2);
+    AbortingProgress progress(4);
+    EXPECT_FALSE(darkroom::fnMakeShapeMask(outline, 60, 50, mask, &progress, true));
+    EXPECT_EQ(mask.Width, 3u);
+}
+
+TEST_F(DarkroomShapes, AFillThroughASmoothSelectionIsMixedAtItsEdge) {
+    Document document(4);
+    ASSERT_TRUE(document.fnNew(60, 50, CqColor(0, 0, 0, 255), nullptr).fnIsDone());
+    const std::vector<CqPoint2D> corners = {{5.3, 6.2}, {50.8, 41.4}};
+    ASSERT_TRUE(
+        document
+            .fnSelectShape(ShapeKind::ELLIPSE, corners, Document::Combine::REPLACE, nullptr, true)
+            .fnIsDone());
+    ASSERT_TRUE(document.fnApply(darkroom::fnGetFillOperation(), {0xFFFFFF}, nullptr).fnIsDone());
+    const auto outline = darkroom::fnMakeOutline(ShapeKind::ELLIPSE, corners);
+    for (int y = 0; y < 50; ++y)
+        for (int x = 0; x < 60; ++x)
+            ASSERT_EQ(document.fnGetImage().fnGetPixelColor(x, y).m_Green,
+                      (255 * fnCountInside(outline, x, y) + 128) / 256)
+                << x << ", " << y;
 }
 
 TEST_F(DarkroomShapes, AFreehandOutlineThatCrossesItselfHasAHole) {

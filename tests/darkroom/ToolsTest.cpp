@@ -2,6 +2,7 @@
 #include "tests/darkroom/DarkroomWorld.h"
 #include "tests/darkroom/PictureTools.h"
 
+#include <algorithm>
 #include <QCheckBox>
 #include <QFile>
 #include <QSpinBox>
@@ -84,6 +85,40 @@ TEST_F(DarkroomTools, LinesAreAsWideAndSmoothAsTheToolBarSays) {
     for (const int y : {72, 80, 88})
         EXPECT_EQ(fnDocument().fnGetImage().fnGetPixelColor(120, y), CqColor(255, 0, 0, 255)) << y;
     EXPECT_NE(fnDocument().fnGetImage().fnGetPixelColor(120, 94), CqColor(255, 0, 0, 255));
+}
+
+TEST_F(DarkroomTools, EllipsesAndFreehandShapesHaveSmoothEdgesUntilThatIsSwitchedOff) {
+    fnOpen(fnMakePicture("edges.png", 300, 200));
+    const auto countGrey = [&] {
+        const Bytes weights = fnBytesOf(fnDocument().fnGetSelection());
+        return std::count_if(weights.begin(), weights.end(),
+                             [](unsigned char weight) { return weight > 0 && weight < 255; });
+    };
+    auto* const box = m_pWindow->findChild<QCheckBox*>("smoothEdgesBox");
+    EXPECT_FALSE(box->isVisible()) << "an option of other tools";
+    fnDo("toolEllipse");
+    EXPECT_TRUE(box->isVisible());
+    fnDrag(fnAt(30, 40), fnAt(150, 130));
+    EXPECT_GT(countGrey(), 50);
+    fnKeepPicture(*m_pWindow, "smooth-edges");
+    fnDo("toolFreehand");
+    EXPECT_TRUE(box->isVisible());
+    QWidget* const view = m_pWindow->fnGetView().viewport();
+    QTest::mousePress(view, Qt::LeftButton, {}, fnAt(30, 40));
+    for (const QPoint& place : {fnAt(150, 60), fnAt(100, 150), fnAt(40, 140)})
+        QTest::mouseMove(view, place);
+    QTest::mouseRelease(view, Qt::LeftButton, {}, fnAt(40, 140));
+    EXPECT_GT(countGrey(), 50);
+    fnDo("toolRectangle");
+    fnDrag(fnAt(31, 41), fnAt(150, 130));
+    EXPECT_EQ(countGrey(), 0) << "rectangles select whole pixels";
+    fnDo("smoothEdges");
+    EXPECT_FALSE(box->isChecked());
+    fnDo("toolEllipse");
+    fnDrag(fnAt(30, 40), fnAt(150, 130));
+    EXPECT_EQ(countGrey(), 0);
+    fnRestart();
+    EXPECT_FALSE(fnAction("smoothEdges").isChecked()) << "remembered";
 }
 
 TEST_F(DarkroomTools, AToolThatDoesNotSuitANewPictureGivesWayToMoving) {

@@ -195,8 +195,9 @@ public:
     Outcome fnSelect(CqMask& mask, Combine how, CqProgressDisplay* progress);
     /// By a shape's points, or by a colour and a tolerance per channel. A shape that covers no
     /// pixel selects nothing.
+    /// @param smooth  gives pixels at the edge the share of them that is inside, as fnMakeShapeMask
     Outcome fnSelectShape(ShapeKind shape, std::span<const CqPoint2D> points, Combine how,
-                          CqProgressDisplay* progress);
+                          CqProgressDisplay* progress, bool smooth = false);
     Outcome fnSelectColor(const CqColor& color, int tolerance, Combine how,
                           CqProgressDisplay* progress);
     Outcome fnSelectAll(CqProgressDisplay* progress);

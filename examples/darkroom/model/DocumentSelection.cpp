@@ -57,11 +57,11 @@ Outcome Document::fnSelect(CqMask& mask, Combine how, CqProgressDisplay* progres
 }
 
 Outcome Document::fnSelectShape(ShapeKind shape, std::span<const CqPoint2D> points, Combine how,
-                                CqProgressDisplay* progress) {
+                                CqProgressDisplay* progress, bool smooth) {
     return fnCombine(
         [&](CqMask& mask, CqProgressDisplay* bar) {
             return fnMakeShapeMask(fnMakeOutline(shape, points), m_Image.Width, m_Image.Height,
-                                   mask, bar);
+                                   mask, bar, smooth);
         },
         how, progress);
 }

@@ -2,6 +2,7 @@
 
 #include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Filters.h"
+#include "examples/darkroom/model/FreeCurve.h"
 #include "examples/darkroom/model/Tones.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/operations/Blur.h"
@@ -51,6 +52,7 @@ constexpr Parameter kLevels[] = {fnNumber("Black", 0, 254, 0, ""),
                                  fnNumber("White", 1, 255, 255, ""),
                                  fnNumber("Black becomes", 0, 255, 0, ""),
                                  fnNumber("White becomes", 0, 255, 255, "")};
+constexpr Parameter kPoints[] = {{"Curve", ParameterKind::CURVE, 0, 0x3FFFF, 0, ""}};
 constexpr Parameter kCurve[] = {fnNumber("Shadows", -100, 100, 0, ""),
                                 fnNumber("Midtones", -100, 100, 0, ""),
                                 fnNumber("Highlights", -100, 100, 0, "")};
@@ -147,6 +149,20 @@ const Operation kOperations[] = {
          q32ApplyToneCurves(image, nullptr, fnMakeToneCurve(values), progress);
      },
      nullptr, fnAllAre<3, 0>, nullptr, true},
+    {"points", "Curve by Points", MenuPlace::ADJUST, "Ctrl+Shift+M", kPoints, PreviewKind::PIXELS,
+     kTones,
+     [](CqImage& image, std::span<const int> values, CqProgressDisplay* progress) {
+         q32ApplyToneCurves(image, nullptr, fnMakeFreeCurves(values), progress);
+     },
+     nullptr,
+     [](const CqImage&, std::span<const int> values) {
+         const CqToneCurves curves = fnMakeFreeCurves(values);
+         const auto keeps = [](const unsigned char(&table)[256]) {
+             return std::all_of(std::begin(table), std::end(table),
+                                [i = 0](int value) mutable { return value == i++; });
+         };
+         return keeps(curves.m_Red) && keeps(curves.m_Green) && keeps(curves.m_Blue);
+     }},
     {"grey",
      "Grey",
      MenuPlace::ADJUST,
@@ -312,7 +328,10 @@ bool Operation::fnSuits(const CqImage& image) const {
 Values Operation::fnGetStart(const CqImage& image) const {
     Values values;
     for (const Parameter& parameter : m_Parameters)
-        values.push_back(parameter.m_nStart);
+        if (parameter.m_eKind == ParameterKind::CURVE)
+            values = fnMakeStraightCurves();
+        else
+            values.push_back(parameter.m_nStart);
     if (m_pStart)
         m_pStart(image, values);
     return values;

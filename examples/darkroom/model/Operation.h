@@ -17,7 +17,8 @@ namespace darkroom {
 enum class ParameterKind {
     NUMBER, ///< an integer between two limits
     SWITCH, ///< 0 or 1
-    COLOR   ///< red in bits 0 to 7, green in 8 to 15, blue in 16 to 23
+    COLOR,  ///< red in bits 0 to 7, green in 8 to 15, blue in 16 to 23
+    CURVE   ///< the last one; its points, packed, are all further values
 };
 
 /// One value that an operation needs.

@@ -15,7 +15,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 
 namespace darkroom {
 
@@ -49,31 +48,6 @@ std::vector<CqPoint2D> fnMakeEllipse(const CqPoint2D& a, const CqPoint2D& b) {
         y = nextY;
     }
     return outline;
-}
-
-/// The pixels that an outline may cover.
-CRect fnFindBound(std::span<const CqPoint2D> outline, unsigned int width, unsigned int height) {
-    double left = width;
-    double top = height;
-    double right = 0;
-    double bottom = 0;
-    for (const CqPoint2D& point : outline) {
-        left = std::min(left, point.m_X);
-        top = std::min(top, point.m_Y);
-        right = std::max(right, point.m_X);
-        bottom = std::max(bottom, point.m_Y);
-    }
-    const auto cut = [](double value, unsigned int most) {
-        return static_cast<int>(std::clamp(value, 0.0, static_cast<double>(most)));
-    };
-    return {cut(std::floor(left), width), cut(std::floor(top), height),
-            cut(std::ceil(right), width), cut(std::ceil(bottom), height)};
-}
-
-/// Column of the first pixel whose centre isn't left of a crossing.
-LONG fnFirstColumn(double crossing, const CRect& bound) {
-    return static_cast<LONG>(std::clamp(std::ceil(crossing - 0.5), static_cast<double>(bound.left),
-                                        static_cast<double>(bound.right)));
 }
 
 /// Makes weights of at least a half full ones, and no others.
@@ -120,12 +94,6 @@ void fnDrawStroke(CqImage& image, const std::vector<CqPoint2D>& points, const Pe
     }
 }
 
-void fnMakeNone(CqMask& mask) {
-    CqMask none;
-    mask.fnSwapBuf(none);
-    mask.m_rectBound = CRect(0, 0, 0, 0);
-}
-
 } // namespace
 
 std::vector<CqPoint2D> fnMakeOutline(ShapeKind shape, std::span<const CqPoint2D> points) {
@@ -144,50 +112,10 @@ std::vector<CqPoint2D> fnMakeOutline(ShapeKind shape, std::span<const CqPoint2D>
     return {points.begin(), points.end()};
 }
 
-bool fnMakeShapeMask(std::span<const CqPoint2D> outline, unsigned int width, unsigned int height,
-                     CqMask& mask, CqProgressDisplay* progress) {
-    const CRect bound = fnFindBound(outline, width, height);
-    if (bound.IsRectEmpty()) {
-        fnMakeNone(mask);
-        return true;
-    }
-    CqMask made(static_cast<unsigned int>(bound.Width()),
-                static_cast<unsigned int>(bound.Height()));
-    CqImageLine line;
-    std::vector<double> crossings;
-    for (LONG y = bound.top; y < bound.bottom; ++y) {
-        // Half-open edges, so that a vertex on the line counts once.
-        const double at = y + 0.5;
-        crossings.clear();
-        for (std::size_t i = 0; i < outline.size(); ++i) {
-            const CqLine2D edge(outline[i], outline[(i + 1) % outline.size()]);
-            if ((edge.m_Start.m_Y <= at) == (edge.m_End.m_Y <= at))
-                continue;
-            const double t = (at - edge.m_Start.m_Y) / (edge.m_End.m_Y - edge.m_Start.m_Y);
-            crossings.push_back(edge.fnComputePointOnLine(t).m_X);
-        }
-        std::sort(crossings.begin(), crossings.end());
-        made.fnAccessLine(static_cast<unsigned int>(y - bound.top), &line, false);
-        std::memset(line.LineBuffer, 0, line.RowBytes);
-        for (std::size_t i = 0; i + 1 < crossings.size(); i += 2) {
-            const LONG first = fnFirstColumn(crossings[i], bound);
-            const LONG end = fnFirstColumn(crossings[i + 1], bound);
-            std::fill(line.LineBuffer + (first - bound.left), line.LineBuffer + (end - bound.left),
-                      static_cast<unsigned char>(255));
-        }
-        if (!fnGoOn(progress, y - bound.top, bound.Height()))
-            return false;
-    }
-    line.fnUnAssociate();
-    mask.fnSwapBuf(made);
-    mask.fnSetPos(bound.TopLeft());
-    return true;
-}
-
 bool fnMakeColorMask(const CqImage& image, const CqColor& color, int tolerance, CqMask& mask,
                      CqProgressDisplay* progress) {
     if (!image.TileMap) {
-        fnMakeNone(mask);
+        fnEmptyMask(mask);
         return true;
     }
     CqMask made(image.Width, image.Height);

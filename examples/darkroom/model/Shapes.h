@@ -24,10 +24,17 @@ std::vector<CqPoint2D> fnMakeOutline(ShapeKind shape, std::span<const CqPoint2D>
 // Mask functions: false after an abort, with the mask unchanged. A mask without any pixel may have
 // an empty rectangle. They raise the memory exception.
 
-/// 255 in all pixels whose centre lies inside a closed outline, by the even-odd rule; 0 elsewhere.
-/// The mask has an empty rectangle when no pixel of a picture of this size is inside.
+/// A mask of a closed outline, by the even-odd rule, in ShapeMask.cpp: 255 in all pixels whose
+/// centre lies inside, 0 elsewhere. With smooth edges each pixel is divided into 16 x 16 squares;
+/// where the centres of n of them lie inside, its weight is (255 n + 128) / 256, rounded down, as
+/// in the library's mask of a stroke. A centre on the outline is inside at the left and the
+/// top of a shape, not at its right and bottom. The mask has an empty rectangle when no pixel of a
+/// picture of this size can be inside.
 bool fnMakeShapeMask(std::span<const CqPoint2D> outline, unsigned int width, unsigned int height,
-                     CqMask& mask, CqProgressDisplay* progress);
+                     CqMask& mask, CqProgressDisplay* progress, bool smooth = false);
+
+/// Makes a mask without pixels.
+void fnEmptyMask(CqMask& mask);
 
 /// 255 in all pixels of a picture of any depth whose red, green and blue each differ from those of
 /// a colour by at most `tolerance`, whatever their alpha.

@@ -19,14 +19,19 @@ HistogramView::HistogramView(Document& document, QWidget* parent) : QWidget(pare
 void HistogramView::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.fillRect(rect(), palette().color(QPalette::Base));
+    fnPaintBars(painter, rect(), palette().color(QPalette::Text));
+}
+
+void HistogramView::fnPaintBars(QPainter& painter, const QRectF& place, const QColor& ink) const {
     const auto& counts = m_Histogram.m_nLuminance;
     const auto most = static_cast<double>(*std::max_element(std::begin(counts), std::end(counts)));
-    const double step = width() / 256.0;
+    const double step = place.width() / 256;
     for (int i = 0; most > 0 && i < 256; ++i) {
         // The square root lets rare values be seen.
         const double share = std::sqrt(static_cast<double>(counts[i]) / most);
-        painter.fillRect(QRectF(i * step, height() * (1 - share), step, height() * share),
-                         palette().color(QPalette::Text));
+        painter.fillRect(QRectF(place.left() + i * step, place.top() + place.height() * (1 - share),
+                                step, place.height() * share),
+                         ink);
     }
 }
 

@@ -21,6 +21,7 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void fnPaintBars(QPainter& painter, const QRectF& place, const QColor& ink) const;
 
 private:
     CqHistogram m_Histogram;

@@ -4,11 +4,13 @@
 #include "examples/darkroom/ui/Clipboard.h"
 #include "examples/darkroom/ui/HostSetup.h"
 #include "examples/darkroom/ui/PictureView.h"
+#include "examples/darkroom/ui/Printing.h"
 #include "examples/darkroom/ui/Recovery.h"
 #include "q32Base/services/CqDumpBin.h"
 
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <optional>
 #include <QDateTime>
 #include <QMainWindow>
@@ -18,8 +20,10 @@
 class QCheckBox;
 class QLabel;
 class QListWidget;
+class QPrinter;
 class QProgressBar;
 class QSpinBox;
+class QToolBar;
 
 namespace darkroom {
 
@@ -66,6 +70,8 @@ public:
     bool fnIsKeepingCopy() const { return m_Recovery.fnIsWriting(); }
     /// Loads a second picture and asks how to lay it over this one.
     void fnMerge(const QString& path);
+    /// Prints the picture, into a PDF file if the printer is one. Failures are shown.
+    bool fnPrint(QPrinter& printer, PrintSize size);
     /// Loads a second picture and asks how to tile it over the selection, or over all of this one.
     void fnFillPattern(const QString& path);
 
@@ -104,6 +110,8 @@ private:
     // MainWindowSetup.cpp
     void fnMakeActions();
     void fnMakeToolBars();
+    /// Adds an option that is shown while one of these tools is chosen.
+    void fnAddOption(QToolBar& bar, QWidget& option, std::initializer_list<const char*> tools);
     void fnMakeIcons();
     void fnMakeStatusBar();
     void fnMakeSoundPanel(const HostSetup& setup);
@@ -128,13 +136,16 @@ private:
     static QString fnMakeList(const QStringList& losses);
     bool fnMayLose(const QString& path, bool extras);
     void fnChooseName(bool asksForExtras);
+    /// Asks for the options of a format, if it has any, or of all formats, and keeps them in the
+    /// settings. False when the user cancelled.
+    bool fnMayWrite(std::optional<PICTURE_FORMAT> format);
 
     // MainWindowFiles.cpp and MainWindowCommands.cpp; named by the table of actions
     friend struct ActionTable;
     void fnNew();
     void fnAskOpen();
     void fnAskOpenDamaged();
-    void fnAskQuality();
+    void fnAskSaveOptions();
     void fnSave();
     void fnAskSaveAs();
     void fnUndo();
@@ -163,6 +174,9 @@ private:
     void fnPasteNew();
     Outcome fnFillClip(Clip& clip, CqProgressDisplay* progress);
     bool fnTakeClip(Clip& clip);
+
+    // MainWindowPrinting.cpp
+    void fnAskPrint();
 
     // MainWindowRecovery.cpp
     void fnDropSavedCopy();
@@ -214,6 +228,7 @@ private:
     QSpinBox* m_pTolerance = nullptr;
     QSpinBox* m_pLineWidth = nullptr;
     QCheckBox* m_pSmooth = nullptr;
+    QAction* m_pSmoothEdges = nullptr; ///< of selections
     QLabel* m_pPlace = nullptr;
     QLabel* m_pFacts = nullptr;
     QLabel* m_pMemory = nullptr;

@@ -275,8 +275,9 @@ void MainWindow::fnOnDrawn(Tool tool, const std::vector<CqPoint2D>& points,
     const ShapeKind shape = tool == Tool::RECTANGLE ? ShapeKind::RECTANGLE
                             : tool == Tool::ELLIPSE ? ShapeKind::ELLIPSE
                                                     : ShapeKind::FREEHAND;
+    const bool smooth = shape != ShapeKind::RECTANGLE && m_pSmoothEdges->isChecked();
     fnRun(tr("Selecting"), [&](CqProgressDisplay* progress) {
-        return m_Document.fnSelectShape(shape, points, fnGetCombine(modifiers), progress);
+        return m_Document.fnSelectShape(shape, points, fnGetCombine(modifiers), progress, smooth);
     });
 }
 

@@ -5,6 +5,7 @@
 #include "examples/darkroom/ui/MainWindow.h"
 #include "examples/darkroom/ui/NewDialog.h"
 #include "examples/darkroom/ui/RecentFiles.h"
+#include "examples/darkroom/ui/SaveOptionsDialog.h"
 #include "q32Base/messages/ReportMemory.h"
 
 #include <QApplication>
@@ -12,7 +13,6 @@
 #include <QDropEvent>
 #include <QFile>
 #include <QFileInfo>
-#include <QInputDialog>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
@@ -30,15 +30,6 @@ QString fnFindFile(const QMimeData& data) {
         if (url.isLocalFile())
             return url.toLocalFile();
     return {};
-}
-
-constexpr char kQualityKey[] = "quality";
-
-/// Anybody may have edited the settings file.
-int fnReadQuality(const QSettings& settings) {
-    constexpr int kUsual = 90;
-    const int quality = settings.value(kQualityKey, kUsual).toInt();
-    return quality >= 1 && quality <= 100 ? quality : kUsual;
 }
 
 /// What a set of FileExtra is called.
@@ -94,13 +85,18 @@ void MainWindow::fnAskOpenDamaged() {
         fnOpen(path, true);
 }
 
-void MainWindow::fnAskQuality() {
-    bool chosen = false;
-    const int quality =
-        QInputDialog::getInt(this, tr("Quality of JPEG Files"), tr("&Quality, 1 to 100:"),
-                             fnReadQuality(m_Settings), 1, 100, 5, &chosen);
-    if (chosen)
-        m_Settings.setValue(kQualityKey, quality);
+void MainWindow::fnAskSaveOptions() {
+    fnMayWrite(std::nullopt);
+}
+
+bool MainWindow::fnMayWrite(std::optional<PICTURE_FORMAT> format) {
+    if (format && !SaveOptionsDialog::fnHasAny(*format))
+        return true;
+    SaveOptionsDialog dialog(fnReadSaveOptions(m_Settings), format, this);
+    if (dialog.exec() != QDialog::Accepted)
+        return false;
+    fnKeepSaveOptions(m_Settings, dialog.fnGetOptions());
+    return true;
 }
 
 QString MainWindow::fnGetOwnPath() const {
@@ -153,7 +149,11 @@ void MainWindow::fnAskSaveAs() {
 
 void MainWindow::fnChooseName(bool asksForExtras) {
     const QString path = fnAskPictureToSave(this, fnGetProposedPath());
-    if (!path.isEmpty() && fnMayLose(path, asksForExtras || path == fnGetOwnPath()))
+    if (path.isEmpty() || !fnMayLose(path, asksForExtras || path == fnGetOwnPath()))
+        return;
+    const CqPictureFormat* const format =
+        m_Document.fnFindFormat(QFile::encodeName(path).constData());
+    if (!format || fnMayWrite(format->m_eFormat)) // an unknown one is reported by the attempt
         fnSaveAs(path);
 }
 
@@ -211,8 +211,7 @@ bool MainWindow::fnSaveAs(const QString& path) {
         q32ShowMsgStr(text.toLocal8Bit().constData(), MB_OK | MB_ICONEXCLAMATION);
         return false;
     }
-    CqPictureOptions options;
-    options.m_nQuality = static_cast<unsigned int>(fnReadQuality(m_Settings));
+    const CqPictureOptions options = fnReadSaveOptions(m_Settings);
     const bool done = fnRun(tr("Saving %1").arg(name), [&](CqProgressDisplay* progress) {
         return m_Document.fnSave(file.toStdString(), progress, options);
     });

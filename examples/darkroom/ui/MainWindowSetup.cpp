@@ -7,6 +7,7 @@
 #include "examples/darkroom/ui/SoundPanel.h"
 #include "q32Base/messages/ReportMemory.h"
 
+#include <algorithm>
 #include <QAction>
 #include <QActionGroup>
 #include <QCheckBox>
@@ -19,11 +20,13 @@
 #include <QStatusBar>
 #include <QStyle>
 #include <QToolBar>
+#include <vector>
 
 namespace darkroom {
 
 namespace {
 
+constexpr char kSmoothEdgesKey[] = "smoothEdges";
 constexpr int kGaugeWidth = 220;
 constexpr int kMaxLineWidth = 500;
 constexpr int kMaxTolerance = 255;
@@ -102,6 +105,13 @@ void MainWindow::fnAddTools() {
         const Tool tool = entry.m_eTool;
         connect(action, &QAction::triggered, this, [this, tool] { m_pView->fnSetTool(tool); });
     }
+    fnFindMenu(kMenuTools)->addSeparator();
+    m_pSmoothEdges = fnFindMenu(kMenuTools)->addAction(tr("Smooth Ed&ges of Selections"));
+    m_pSmoothEdges->setObjectName("smoothEdges");
+    m_pSmoothEdges->setCheckable(true);
+    m_pSmoothEdges->setChecked(m_Settings.value(kSmoothEdgesKey, true).toBool());
+    connect(m_pSmoothEdges, &QAction::toggled, this,
+            [this](bool on) { m_Settings.setValue(kSmoothEdgesKey, on); });
 }
 
 void MainWindow::fnMakeToolBars() {
@@ -132,7 +142,7 @@ void MainWindow::fnMakeToolBars() {
     m_pTolerance->setPrefix(tr("Tolerance ± "));
     m_pTolerance->setAccessibleName(tr("Tolerance"));
     m_pTolerance->setToolTip(tr("How far a color may differ that is selected by color"));
-    tools->addWidget(m_pTolerance);
+    fnAddOption(*tools, *m_pTolerance, {"toolColor"});
     m_pLineWidth = new QSpinBox;
     m_pLineWidth->setObjectName("lineWidth");
     m_pLineWidth->setRange(1, kMaxLineWidth);
@@ -141,12 +151,35 @@ void MainWindow::fnMakeToolBars() {
     m_pLineWidth->setAccessibleName(tr("Line width"));
     m_pLineWidth->setToolTip(
         tr("Width of lines and curves; a pixel where the picture can't mix colors"));
-    tools->addWidget(m_pLineWidth);
+    fnAddOption(*tools, *m_pLineWidth, {"toolLine", "toolCurve"});
     m_pSmooth = new QCheckBox(tr("Smooth"));
     m_pSmooth->setObjectName("smooth");
     m_pSmooth->setToolTip(tr("Draw lines and curves with soft edges"));
-    tools->addWidget(m_pSmooth);
+    fnAddOption(*tools, *m_pSmooth, {"toolLine", "toolCurve"});
+    auto* const edges = new QCheckBox(tr("Smooth edges"));
+    edges->setObjectName("smoothEdgesBox");
+    edges->setToolTip(
+        tr("Ellipses and freehand shapes select a pixel at the edge by its share inside"));
+    edges->setChecked(m_pSmoothEdges->isChecked());
+    connect(edges, &QCheckBox::toggled, m_pSmoothEdges, &QAction::setChecked);
+    connect(m_pSmoothEdges, &QAction::toggled, edges, &QCheckBox::setChecked);
+    fnAddOption(*tools, *edges, {"toolEllipse", "toolFreehand"});
     fnMakeIcons();
+}
+
+void MainWindow::fnAddOption(QToolBar& bar, QWidget& option,
+                             std::initializer_list<const char*> tools) {
+    QAction* const shown = bar.addWidget(&option);
+    std::vector<const QAction*> actions;
+    for (const char* tool : tools)
+        actions.push_back(findChild<QAction*>(tool));
+    const auto update = [shown, actions] {
+        shown->setVisible(std::any_of(actions.begin(), actions.end(),
+                                      [](const QAction* action) { return action->isChecked(); }));
+    };
+    for (const QAction* action : actions)
+        connect(action, &QAction::toggled, shown, update);
+    update();
 }
 
 void MainWindow::fnMakeIcons() {

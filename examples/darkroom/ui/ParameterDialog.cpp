@@ -2,6 +2,7 @@
 
 #include "examples/darkroom/model/Document.h"
 #include "examples/darkroom/ui/ColorButton.h"
+#include "examples/darkroom/ui/CurveEditor.h"
 #include "examples/darkroom/ui/DecimalBox.h"
 #include "examples/darkroom/ui/HistogramView.h"
 #include "examples/darkroom/ui/PictureView.h"
@@ -81,8 +82,8 @@ ParameterDialog::ParameterDialog(const Operation& operation, const Values& start
       m_Preview(view.fnGetDocument(), view, operation) {
     if (operation.m_bHistogram)
         fnGetForm().addRow(new HistogramView(view.fnGetDocument()));
-    for (std::size_t i = 0; i < start.size(); ++i)
-        fnAdd(operation.m_Parameters[i], start[i]);
+    for (std::size_t i = 0; i < operation.m_Parameters.size(); ++i)
+        fnAdd(operation.m_Parameters[i], std::span(start).subspan(i));
     if (operation.m_ePreview == PreviewKind::SIZE)
         fnAddLock(start[0], start[1]);
     QDialogButtonBox& buttons = fnAddFoot(QDialogButtonBox::Reset);
@@ -102,17 +103,23 @@ Values ParameterDialog::fnGetValues() const {
     Values values;
     for (const auto& read : m_Readers)
         values.push_back(read());
+    if (m_pCurve) {
+        const Values points = m_pCurve->fnGetValues();
+        values.insert(values.end(), points.begin(), points.end());
+    }
     return values;
 }
 
-void ParameterDialog::fnAdd(const Parameter& parameter, int value) {
+void ParameterDialog::fnAdd(const Parameter& parameter, std::span<const int> values) {
     switch (parameter.m_eKind) {
     case ParameterKind::NUMBER:
-        return fnAddNumber(parameter, value);
+        return fnAddNumber(parameter, values.front());
     case ParameterKind::SWITCH:
-        return fnAddSwitch(parameter, value);
+        return fnAddSwitch(parameter, values.front());
     case ParameterKind::COLOR:
-        return fnAddColor(parameter, value);
+        return fnAddColor(parameter, values.front());
+    case ParameterKind::CURVE:
+        return fnAddCurve(Values(values.begin(), values.end()));
     }
 }
 
@@ -161,6 +168,14 @@ void ParameterDialog::fnAddColor(const Parameter& parameter, int value) {
     m_Readers.emplace_back(read);
     m_Resetters.emplace_back(
         [button, value] { button->fnSetColor(CqColor(static_cast<unsigned long>(value))); });
+}
+
+void ParameterDialog::fnAddCurve(const Values& points) {
+    m_pCurve = new CurveEditor(fnGetView().fnGetDocument());
+    m_pCurve->fnSetValues(points);
+    fnGetForm().addRow(m_pCurve);
+    connect(m_pCurve, &CurveEditor::changed, this, &ParameterDialog::fnOnValue);
+    m_Resetters.emplace_back([this, points] { m_pCurve->fnSetValues(points); });
 }
 
 void ParameterDialog::fnAddLock(int startWidth, int startHeight) {

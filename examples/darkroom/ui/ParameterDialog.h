@@ -5,10 +5,12 @@
 #include "examples/darkroom/ui/PreviewDialog.h"
 
 #include <functional>
+#include <span>
 #include <vector>
 
 namespace darkroom {
 
+class CurveEditor;
 class SizeLabel;
 
 /// Asks for the values of any operation, as declared in its table, and previews their effect while
@@ -25,10 +27,12 @@ public:
     Values fnGetValues() const;
 
 private:
-    void fnAdd(const Parameter& parameter, int value);
+    /// @param values  from the parameter's own one on
+    void fnAdd(const Parameter& parameter, std::span<const int> values);
     void fnAddNumber(const Parameter& parameter, int value);
     void fnAddSwitch(const Parameter& parameter, int value);
     void fnAddColor(const Parameter& parameter, int value);
+    void fnAddCurve(const Values& points);
     /// The scale in percent and whether width and height, the first two numbers, stay in
     /// proportion.
     void fnAddLock(int startWidth, int startHeight);
@@ -37,9 +41,10 @@ private:
     void fnHidePreview() override;
 
     const Operation& m_Operation;
-    std::vector<std::function<int()>> m_Readers; ///< one for each value
+    std::vector<std::function<int()>> m_Readers; ///< one for each value but those of a curve
     std::vector<std::function<void()>> m_Resetters;
     std::vector<QSpinBox*> m_Numbers;
+    CurveEditor* m_pCurve = nullptr; ///< null unless the operation has a curve
     Preview m_Preview;
     SizeLabel* m_pBytes = nullptr; ///< null unless the operation changes the size
     bool m_bFollows = false;       ///< a number is being set from the other one
