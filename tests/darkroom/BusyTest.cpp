@@ -231,7 +231,8 @@ TEST_F(DarkroomBusy, EscWhileALargeStepIsUndoneLeavesEverythingUnchanged) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("undone.bmp", 4000, 3100)));
     darkroom::Document& document = m_pWindow->fnGetDocument();
     ASSERT_TRUE(fnSelect(document, CRect(0, 0, 4000, 3000)).fnIsDone());
-    ASSERT_TRUE(document.fnApply(*darkroom::fnFindOperation("brightness"), {9, 0}, nullptr).fnIsDone());
+    ASSERT_TRUE(
+        document.fnApply(*darkroom::fnFindOperation("brightness"), {9, 0}, nullptr).fnIsDone());
     const Bytes before = fnBytes();
     fnStopAt(3, [&] { fnDo("undo"); });
     EXPECT_TRUE(fnBytes() == before);

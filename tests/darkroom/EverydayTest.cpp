@@ -132,9 +132,8 @@ TEST_F(DarkroomEveryday, AShapeIsPastedAsAShapeWhereItCameFromOrInSight) {
                     .fnIsDone());
     fnDo("copy");
     fnDo("selectNone");
-    ASSERT_TRUE(fnDocument()
-                    .fnApply(darkroom::fnGetFillOperation(), {0x00FF00}, nullptr)
-                    .fnIsDone());
+    ASSERT_TRUE(
+        fnDocument().fnApply(darkroom::fnGetFillOperation(), {0x00FF00}, nullptr).fnIsDone());
     const auto paste = [&](const CPoint& expected) {
         fnDo("paste", [&](QDialog& dialog) {
             EXPECT_EQ(dialog.findChild<QComboBox*>("rule")->currentText(), "By its alpha");

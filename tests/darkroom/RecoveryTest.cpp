@@ -86,8 +86,7 @@ TEST_F(DarkroomRecovery, CopiesAreForTheirUserAlone) {
         EXPECT_FALSE(QFile::permissions(fnFolder()) & kOthers);
         ASSERT_EQ(fnList().size(), 4);
         for (const QString& file : fnList())
-            EXPECT_FALSE(QFile::permissions(fnFolder(file)) & kOthers)
-                << file.toStdString();
+            EXPECT_FALSE(QFile::permissions(fnFolder(file)) & kOthers) << file.toStdString();
     }
 }
 #endif
@@ -127,8 +126,7 @@ TEST_F(DarkroomRecovery, WhatTheFileSaidAboutThePictureIsRecoveredToo) {
     fnKeep();
     for (const char* suffix : {".tif", ".name", ".metadata"}) {
         const QString file = fnList().filter(suffix).value(0);
-        ASSERT_TRUE(QFile::copy(fnFolder(file), fnFolder(QString("a") + suffix)))
-            << suffix;
+        ASSERT_TRUE(QFile::copy(fnFolder(file), fnFolder(QString("a") + suffix))) << suffix;
     }
     fnDo("save");
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("plain.png", 20, 10)));

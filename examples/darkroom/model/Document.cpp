@@ -107,10 +107,9 @@ bool Document::fnDropStep() {
         masks.erase(masks.begin());
         return true;
     };
-    const bool dropped =
-        q32::fnTryMemory([&] { return fnIsRoomShort(bytes); }) &&
-        (m_Undo.fnDropLastRedo() || dropFirst(m_Later) || dropFirst(m_Former) ||
-         m_Undo.fnDropOldestUndo());
+    const bool dropped = q32::fnTryMemory([&] { return fnIsRoomShort(bytes); }) &&
+                         (m_Undo.fnDropLastRedo() || dropFirst(m_Later) || dropFirst(m_Former) ||
+                          m_Undo.fnDropOldestUndo());
     m_nDropped += dropped ? 1 : 0;
     return dropped;
 }

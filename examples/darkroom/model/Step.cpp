@@ -104,23 +104,24 @@ std::uint64_t Step::fnGetExchanged() const {
 }
 
 void Step::fnRestoreUnselected(CqImage& image, CqMask& selection) {
-    fnForTiles(image, 0, fnCountTiles(image), [&](const CqImageTile& here, const CqImageTile& saved) {
-        const std::size_t pixel = here.BytesPerPixel;
-        unsigned char* const end = here.Pixels + here.Size;
-        for (unsigned char* at = here.Pixels; at != end;) {
-            // Only what differs needs to be looked up in the mask.
-            at = std::mismatch(at, end, saved.Pixels + (at - here.Pixels)).first;
-            if (at == end)
-                break;
-            const auto index =
-                static_cast<LONG>(static_cast<std::size_t>(at - here.Pixels) / pixel);
-            const std::size_t offset = static_cast<std::size_t>(index) * pixel;
-            fnMixBack(here.Pixels + offset, saved.Pixels + offset, pixel,
-                      fnGetWeight(selection, here.Left + index % here.Width,
-                                  here.Top + index / here.Width));
-            at = here.Pixels + offset + pixel;
-        }
-    });
+    fnForTiles(image, 0, fnCountTiles(image),
+               [&](const CqImageTile& here, const CqImageTile& saved) {
+                   const std::size_t pixel = here.BytesPerPixel;
+                   unsigned char* const end = here.Pixels + here.Size;
+                   for (unsigned char* at = here.Pixels; at != end;) {
+                       // Only what differs needs to be looked up in the mask.
+                       at = std::mismatch(at, end, saved.Pixels + (at - here.Pixels)).first;
+                       if (at == end)
+                           break;
+                       const auto index =
+                           static_cast<LONG>(static_cast<std::size_t>(at - here.Pixels) / pixel);
+                       const std::size_t offset = static_cast<std::size_t>(index) * pixel;
+                       fnMixBack(here.Pixels + offset, saved.Pixels + offset, pixel,
+                                 fnGetWeight(selection, here.Left + index % here.Width,
+                                             here.Top + index / here.Width));
+                       at = here.Pixels + offset + pixel;
+                   }
+               });
 }
 
 void Step::fnTake(Step& other) noexcept {

@@ -95,8 +95,7 @@ QString fnDescribeFull() {
         ULARGE_INTEGER free{};
         policy.fnGetDiskFreeSpace(i, free);
         lines << QObject::tr("Scratch disk %1: %2 free")
-                     .arg(fnShowPath(fnGetDiskFolder(i)),
-                          fnFormatSize(free.QuadPart));
+                     .arg(fnShowPath(fnGetDiskFolder(i)), fnFormatSize(free.QuadPart));
     }
     if (lines.size() == 3)
         lines << QObject::tr("No scratch disk is in use");
@@ -146,9 +145,10 @@ QString fnDescribeUnkept(const Outcome& outcome, std::uint64_t needed) {
     const QFileInfo folder(QFile::decodeName(static_cast<const char*>(outcome.m_strPath)));
     const QString place = fnShowPath(folder.filePath());
     const std::uint64_t free = fnGetFree(folder.filePath());
-    return folder.isDir() && free < needed ? QObject::tr("the disk of %1 has only %2 left; %3 are needed")
-                               .arg(place, fnFormatSize(free), fnFormatSize(needed))
-                         : QObject::tr("%1 can't be written").arg(place);
+    return folder.isDir() && free < needed
+               ? QObject::tr("the disk of %1 has only %2 left; %3 are needed")
+                     .arg(place, fnFormatSize(free), fnFormatSize(needed))
+               : QObject::tr("%1 can't be written").arg(place);
 }
 
 void fnShowFailure(const Outcome& outcome, std::uint64_t bytes) {

@@ -37,7 +37,7 @@ namespace darkroom {
 namespace {
 
 constexpr QSize kStartSize(1100, 760);
-constexpr double kScreenShare = 0.9;             ///< leaves room for the frame
+constexpr double kScreenShare = 0.9; ///< leaves room for the frame
 
 /// Anybody may have edited the settings file.
 unsigned int fnReadLevels(const QSettings& settings) {

@@ -242,7 +242,7 @@ private:
     };
     static FileStamp fnStamp(const QString& path);
     FileStamp m_Stamp;
-    QString m_strAsked;          ///< file to open once the event loop runs; empty for none
+    QString m_strAsked; ///< file to open once the event loop runs; empty for none
     bool m_bBusy = false;
     bool m_bAsking = false; ///< a dialog previews something
 };

@@ -74,8 +74,7 @@ bool MainWindow::fnTakeClip(Clip& clip) {
 void MainWindow::fnPasteInto() {
     Clip clip;
     if (fnTakeClip(clip))
-        fnLay(clip.m_Image,
-              fnFindPlace(clip, m_Document.fnGetImage(), m_pView->fnGetVisible()));
+        fnLay(clip.m_Image, fnFindPlace(clip, m_Document.fnGetImage(), m_pView->fnGetVisible()));
 }
 
 void MainWindow::fnPasteNew() {

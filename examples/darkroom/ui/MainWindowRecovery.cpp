@@ -4,12 +4,12 @@
 #include "examples/darkroom/ui/MainWindow.h"
 #include "q32Base/framework/Memory.h"
 
+#include <chrono>
 #include <QApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QMessageBox>
 #include <QStatusBar>
-#include <chrono>
 #include <utility>
 
 namespace darkroom {

@@ -96,9 +96,9 @@ QRgb fnBlendPixels(const QRgb (&four)[4], double x, double y) {
     const double opaque = plain ? alpha(0) : fnBlendFour(x, y, alpha);
     const auto channel = [&](int shift) {
         const auto value = [&](int i) { return static_cast<double>(four[i] >> shift & 0xFF); };
-        return round(plain ? fnBlendFour(x, y, value)
-                           : fnBlendFour(x, y, [&](int i) { return value(i) * alpha(i); }) /
-                                 opaque);
+        return round(plain ? fnBlendFour(x, y, value) : fnBlendFour(x, y, [&](int i) {
+                                                            return value(i) * alpha(i);
+                                                        }) / opaque);
     };
     return opaque == 0 ? 0 : qRgba(channel(16), channel(8), channel(0), round(opaque));
 }
@@ -172,7 +172,7 @@ void Preview::fnSampleVisible() {
     const bool continues = reduced && m_Operation.m_ePreview == PreviewKind::AREA;
     const int radius = m_Operation.m_ePreview == PreviewKind::PIXELS || continues ? 0
                        : m_Operation.m_ePreview == PreviewKind::NEIGHBOURS        ? 1
-                                                                                  : kMaxPreviewReach;
+                                                                           : kMaxPreviewReach;
     m_nSide = m_View.fnIsAveraging() && reduced && zoom >= kMinMeans &&
                       m_Operation.m_ePreview != PreviewKind::NEIGHBOURS
                   ? static_cast<int>(std::lround(1 / zoom))

@@ -139,8 +139,7 @@ bool Recovery::fnTakeName(const QString& folder, std::uint64_t bytes) {
         return false;
     if (m_pLock)
         return true;
-    const QString stem =
-        QDir(folder).filePath(QUuid::createUuid().toString(QUuid::WithoutBraces));
+    const QString stem = QDir(folder).filePath(QUuid::createUuid().toString(QUuid::WithoutBraces));
     m_pLock = fnLock(stem);
     m_strCopy = stem + kPicture;
     fnHide(stem + kLock);
@@ -148,8 +147,7 @@ bool Recovery::fnTakeName(const QString& folder, std::uint64_t bytes) {
 }
 
 Outcome Recovery::fnTakeName(std::uint64_t bytes) {
-    const QStringList folders =
-        m_pLock ? QStringList(QFileInfo(m_strCopy).path()) : m_Folders();
+    const QStringList folders = m_pLock ? QStringList(QFileInfo(m_strCopy).path()) : m_Folders();
     for (const QString& folder : folders)
         if (fnTakeName(folder, bytes))
             return {};
@@ -206,8 +204,8 @@ Outcome Recovery::fnWrite(Job& job) {
         return outcome;
     fnHide(job.m_strCopy);
     QSaveFile file(beside);
-    if (!there && !(file.open(QIODevice::WriteOnly) && file.write(facts) == facts.size() &&
-                    file.commit()))
+    if (!there &&
+        !(file.open(QIODevice::WriteOnly) && file.write(facts) == facts.size() && file.commit()))
         return fnFail(MESSAGE_CANNOT_SAVE, QFile::encodeName(beside).toStdString());
     QFile name(stem + kName);
     if (name.open(QIODevice::WriteOnly))

@@ -35,7 +35,8 @@ public:
     bool fnIsNeeded(Document& document) const;
     /// Bytes that must be free on the disk of the copy, so that editing has room beside it.
     static std::uint64_t fnCountNeeded(const CqImage& image);
-    /// Begins to write the copy, in place of an older one, which stays if that fails. Fails without room in memory, or for files; the path is then the folder's.
+    /// Begins to write the copy, in place of an older one, which stays if that fails. Fails without
+    /// room in memory, or for files; the path is then the folder's.
     /// @param progress  of the copy of the pixels; may be null
     Outcome fnKeep(Document& document, CqProgressDisplay* progress);
     bool fnIsWriting() const { return m_pJob && !m_pJob->m_bDone; }
