@@ -1,5 +1,6 @@
 // An editor for pictures larger than memory.
 #include "examples/darkroom/model/MemoryShare.h"
+#include "examples/darkroom/ui/German.h"
 #include "examples/darkroom/ui/MainWindow.h"
 #include "platforms/posix/posix.h"
 #include "platforms/qt/qt.h"
@@ -13,6 +14,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QIcon>
+#include <QSettings>
 #include <QStandardPaths>
 #include <string>
 #include <vector>
@@ -73,6 +75,9 @@ int main(int count, char** arguments) {
     setup.m_strSettings =
         QDir(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation))
             .filePath("q32Base/darkroom.ini");
+    darkroom::fnSetLanguage(application, QSettings(setup.m_strSettings, QSettings::IniFormat)
+                                             .value(darkroom::kLanguageKey)
+                                             .toString());
     const auto windows = q32QtWindows();
     CqQtApp app("Darkroom");
     windows->fnSetApp(&app);

@@ -4,6 +4,7 @@
 #include "examples/darkroom/model/FileExtras.h"
 #include "examples/darkroom/ui/FailureText.h"
 #include "examples/darkroom/ui/RecoveryFolders.h"
+#include "q32Base/memory/CqVMPolicy.h"
 #include "tests/darkroom/DarkroomWorld.h"
 #include "tests/darkroom/PictureTools.h"
 

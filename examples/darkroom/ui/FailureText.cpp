@@ -108,7 +108,7 @@ QString fnDescribeFailure(const Outcome& outcome, std::uint64_t bytes) {
     const QFileInfo file(QFile::decodeName(static_cast<const char*>(outcome.m_strPath)));
     const QString path = fnShowPath(file.filePath());
     if (const char* const limit = q32GetPictureLimitText(outcome.m_eLimit))
-        return QObject::tr("%1 isn't opened. %2").arg(path, QString::fromLatin1(limit));
+        return QObject::tr("%1 isn't opened. %2").arg(path, QObject::tr(limit));
     switch (outcome.m_nMsgId) {
     case MESSAGE_NONE:
         return {};

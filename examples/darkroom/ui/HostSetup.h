@@ -5,6 +5,9 @@
 
 namespace darkroom {
 
+/// Of the language in the settings, as for fnSetLanguage.
+inline constexpr char kLanguageKey[] = "language";
+
 /// What the program gives its windows besides the library's platform.
 struct HostSetup {
     QString m_strSettings; ///< file of the host's own settings: recent files, window, undo levels

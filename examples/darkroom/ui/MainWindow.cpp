@@ -263,10 +263,10 @@ void MainWindow::fnUpdateHistory() {
     m_Document.fnUpdateMenu(undoItem);
     m_Document.fnUpdateMenu(redoItem);
     undo->setText(m_Document.fnCanUndo()
-                      ? tr("&Undo %1").arg(QString::fromStdString(m_Document.fnGetUndoName()))
+                      ? tr("&Undo %1").arg(tr(m_Document.fnGetUndoName().c_str()))
                       : tr("&Undo"));
     redo->setText(m_Document.fnCanRedo()
-                      ? tr("&Redo %1").arg(QString::fromStdString(m_Document.fnGetRedoName()))
+                      ? tr("&Redo %1").arg(tr(m_Document.fnGetRedoName().c_str()))
                       : tr("&Redo"));
     // Selections are newer than the last change of the picture.
     if (m_Document.fnCanUndoSelection()) {

@@ -298,9 +298,11 @@ void MainWindow::fnSelectColor(const CqPoint2D& place, Document::Combine how) {
 }
 
 void MainWindow::fnAskPreferences() {
-    PreferencesDialog dialog(m_Document.fnGetLevels(), this);
+    PreferencesDialog dialog(m_Document.fnGetLevels(), this,
+                             m_Settings.value(kLanguageKey).toString());
     if (dialog.exec() != QDialog::Accepted)
         return;
+    m_Settings.setValue(kLanguageKey, dialog.fnGetLanguage());
     if (const int failure = dialog.fnApply(); failure != 0)
         q32ShowMsg(failure, nullptr, "Qkz.cfg", nullptr, 0);
     if (dialog.fnGetLevels() != m_Document.fnGetLevels() &&

@@ -2,12 +2,14 @@
 #include "examples/darkroom/ui/MainWindow.h"
 #include "examples/darkroom/ui/Printing.h"
 
-#include <QFile>
+#include <QDir>
+#include <QFileInfo>
 #include <QInputDialog>
 #include <QLocale>
 #include <QMessageBox>
 #include <QPrintDialog>
 #include <QPrinter>
+#include <QPrinterInfo>
 
 namespace darkroom {
 
@@ -36,6 +38,11 @@ void MainWindow::fnAskPrint() {
     printer.setDocName(fnGetName());
     printer.setPageOrientation(image.Width > image.Height ? QPageLayout::Landscape
                                                           : QPageLayout::Portrait);
+    if (QPrinterInfo::availablePrinterNames().isEmpty()) { // what remains is a file
+        const QFileInfo own(fnGetOwnPath().isEmpty() ? QDir::home().filePath(fnGetName())
+                                                     : fnGetOwnPath());
+        printer.setOutputFileName(own.dir().filePath(own.completeBaseName() + ".pdf"));
+    }
     QPrintDialog dialog(&printer, this);
     if (dialog.exec() == QDialog::Accepted)
         fnPrint(printer, size == sizes.front() ? PrintSize::FIT : PrintSize::RESOLUTION);

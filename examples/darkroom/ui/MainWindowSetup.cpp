@@ -54,7 +54,7 @@ QAction* MainWindow::fnAddAction(const ActionEntry& entry) {
     QMenu* const menu = fnFindMenu(entry.m_pszMenu);
     if (!entry.m_pszText)
         return menu->addSeparator();
-    QAction* const action = menu->addAction(QString::fromUtf8(entry.m_pszText));
+    QAction* const action = menu->addAction(tr(entry.m_pszText));
     action->setObjectName(entry.m_pszId);
     action->setShortcuts(QKeySequence::listFromString(QString::fromLatin1(entry.m_pszKeys)));
     const auto run = entry.m_pRun;

@@ -8,7 +8,9 @@
 #include "q32Base/framework/Memory.h"
 #include "q32Base/memory/CqVMPolicy.h"
 
+#include <algorithm>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFile>
 #include <QFileDialog>
@@ -38,12 +40,13 @@ constexpr int kMaxTypedBytes = kMaxPathBytes - 2; // the library adds a separato
 
 } // namespace
 
-PreferencesDialog::PreferencesDialog(unsigned int levels, QWidget* parent) : QDialog(parent) {
+PreferencesDialog::PreferencesDialog(unsigned int levels, QWidget* parent, const QString& language)
+    : QDialog(parent) {
     setWindowTitle(tr("Preferences"));
     auto* const layout = new QVBoxLayout(this);
     auto* const tabs = new QTabWidget;
     tabs->addTab(fnMakeMemoryPage(levels), tr("&Memory"));
-    tabs->addTab(fnMakeScreenPage(), tr("&Screen"));
+    tabs->addTab(fnMakeScreenPage(language), tr("&Screen"));
     tabs->setAccessibleName(tr("Pages"));
     tabs->tabBar()->setAccessibleName(tabs->accessibleName());
     layout->addWidget(tabs);
@@ -101,7 +104,7 @@ QWidget* PreferencesDialog::fnMakeMemoryPage(unsigned int levels) {
     return page;
 }
 
-QWidget* PreferencesDialog::fnMakeScreenPage() {
+QWidget* PreferencesDialog::fnMakeScreenPage(const QString& language) {
     const CqDisplayProperty& display = *q32GetDisplayProperty();
     auto* const page = new QWidget;
     auto* const form = new QFormLayout(page);
@@ -123,6 +126,14 @@ QWidget* PreferencesDialog::fnMakeScreenPage() {
     m_pDither->setObjectName("dither");
     m_pDither->setChecked(display.fnIsHiColorDitherEnabled());
     form->addRow(m_pDither);
+    m_pLanguage = new QComboBox;
+    m_pLanguage->setObjectName("language");
+    m_pLanguage->addItem(tr("As the system"), QString());
+    m_pLanguage->addItem("English", "en");
+    m_pLanguage->addItem("Deutsch", "de");
+    m_pLanguage->setCurrentIndex(std::max(0, m_pLanguage->findData(language)));
+    m_pLanguage->setToolTip(tr("After the next start"));
+    form->addRow(tr("Language:"), m_pLanguage);
     return page;
 }
 
@@ -193,6 +204,10 @@ void PreferencesDialog::fnShowShare() {
     m_pShareBytes->setText(fnFormatSize(
         memory == 0 ? q32GetVMPolicy()->fnGetRamBound()
                     : fnComputeLimit(memory, static_cast<unsigned int>(m_pShare->value()))));
+}
+
+QString PreferencesDialog::fnGetLanguage() const {
+    return m_pLanguage->currentData().toString();
 }
 
 unsigned int PreferencesDialog::fnGetLevels() const {

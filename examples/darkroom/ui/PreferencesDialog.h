@@ -4,6 +4,7 @@
 #include <vector>
 
 class QCheckBox;
+class QComboBox;
 class QGridLayout;
 class QLabel;
 class QLineEdit;
@@ -14,14 +15,17 @@ class QWidget;
 namespace darkroom {
 
 /// Scratch disks, memory and screen, as stored in the library's settings file, and the number of
-/// undo levels, which is the host's. Nothing changes before OK.
+/// undo levels and the language, which are the host's. Nothing changes before OK.
 class PreferencesDialog : public QDialog {
     Q_OBJECT
 
 public:
-    explicit PreferencesDialog(unsigned int levels, QWidget* parent = nullptr);
+    /// @param language  as for fnSetLanguage
+    explicit PreferencesDialog(unsigned int levels, QWidget* parent = nullptr,
+                               const QString& language = {});
 
     unsigned int fnGetLevels() const;
+    QString fnGetLanguage() const;
     /// Applies the library's part and saves it.
     /// @return 0; -5, with everything applied, when it could not be saved; -1 when memory is
     /// exhausted: whatever reached the settings is applied
@@ -35,7 +39,7 @@ private:
     };
 
     QWidget* fnMakeMemoryPage(unsigned int levels);
-    QWidget* fnMakeScreenPage();
+    QWidget* fnMakeScreenPage(const QString& language);
     void fnAddDisk(unsigned int index, QGridLayout& grid);
     void fnBrowse(const Disk& disk);
     /// Why a folder can't hold scratch files; empty when it can, and for no folder.
@@ -53,6 +57,7 @@ private:
     QCheckBox* m_pGammaOn = nullptr;
     QSpinBox* m_pGamma = nullptr;
     QCheckBox* m_pDither = nullptr;
+    QComboBox* m_pLanguage = nullptr;
     QPushButton* m_pOk = nullptr;
 };
 
