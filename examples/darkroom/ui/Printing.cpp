@@ -23,7 +23,7 @@ namespace {
 
 constexpr double kMaxPerInch = 300;
 constexpr double kUsualPerInch = 96;
-constexpr int kBandRows = 64;
+constexpr int kPrintedRows = 64;
 
 /// A page that is being painted. Unless it is finished, a printer doesn't get it.
 class Page {
@@ -86,7 +86,7 @@ Outcome fnPrintPicture(const CqImage& image, QPagedPaintDevice& device, PrintSiz
     const int width = plan.m_Samples.width();
     const int height = plan.m_Samples.height();
     MeanRows rows(image, static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height));
-    QImage band(width, std::min(height, kBandRows + 1), QImage::Format_RGB32);
+    QImage band(width, std::min(height, kPrintedRows + 1), QImage::Format_RGB32);
     if (band.isNull())
         throw std::bad_alloc();
     Page page(device);
