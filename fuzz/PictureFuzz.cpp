@@ -1,5 +1,6 @@
 /// @file Picture files of one format, that of the target's name: for any bytes, reading ends with a
-/// picture or a message, also if damaged files are accepted. The metadata that is read can be
+/// picture or a message, also if damaged files are accepted, and the same ones however the work is
+/// divided. The metadata that is read can be
 /// written, and comes back. The headers alone declare what is read. An input that doesn't begin
 /// with the signature of the format begins with a host's limits, which the picture then keeps.
 /// Checksums of a PNG are put right, which no mutation would do.
@@ -164,6 +165,23 @@ void fnDescribe(const CqImage& image, const CqPictureLimits& limits) {
             "as it is read");
 }
 
+/// Reads the picture again, divided among threads.
+void fnReadDivided(const CqImage& image, const CqPictureResult& result,
+                   const CqPictureLimits& limits) {
+    CqHeadlessWork& work = *fnWorld().m_pWork;
+    work.fnSetConcurrency(3);
+    work.fnSetOrder(CQ_WORK_ORDER::SCRAMBLED);
+    CqImage again;
+    const CqPictureResult divided = q32ReadPicture(kPath, again, limits);
+    work.fnSetConcurrency(1);
+    if (divided.m_nMsgId == -1)
+        return; // the other picture is still there
+    fnCheck(divided.m_nMsgId == result.m_nMsgId && divided.m_eLimit == result.m_eLimit,
+            "threads change no answer");
+    fnCheck(divided.m_bPartial == result.m_bPartial, "nor whether the picture is whole");
+    fnCheck(!image.TileMap || fnRows(again) == fnRows(image), "nor a pixel");
+}
+
 void fnRead(const std::string& file, const Format& format, CqPictureLimits limits) {
     fnWorld().m_pDisks->fnPutFile(kPath, file);
     const Balance balance;
@@ -181,9 +199,11 @@ void fnRead(const std::string& file, const Format& format, CqPictureLimits limit
     fnCheck(!image.TileMap || image.fnGetFioPlugin() == format.m_nFormat, "of that format");
     fnCheckLimits(limits, result, image, file.size());
     fnDescribe(image, limits);
+    fnReadDivided(image, result, limits);
     limits.m_bPartial = true;
     CqImage part;
     const CqPictureResult partial = q32ReadPicture(kPath, part, limits);
+    fnReadDivided(part, partial, limits);
     fnCheck(partial.fnIsDone() == (part.TileMap != nullptr), "a picture or a message");
     // The other picture is still there, so that memory may not suffice for this one.
     fnCheck(!result.fnIsDone() || partial.fnIsDone() || partial.m_nMsgId == -1,

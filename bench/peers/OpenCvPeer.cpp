@@ -1,4 +1,4 @@
-// OpenCV, one thread.
+// OpenCV, on as many threads as the environment says.
 
 #include "Picture.h"
 
@@ -9,7 +9,7 @@ namespace {
 
 /// @param fresh  allocates a new block each time, like the library's conversions
 void fnCvtColor(benchmark::State& state, int code, int sourceType, bool fresh) {
-    cv::setNumThreads(1);
+    cv::setNumThreads(fnThreads());
     auto bytes = fnPicture(static_cast<int>(CV_ELEM_SIZE(sourceType)));
     const cv::Mat source(kHeight, kWidth, sourceType, bytes.data());
     cv::Mat target;
@@ -25,7 +25,7 @@ void fnCvtColor(benchmark::State& state, int code, int sourceType, bool fresh) {
 
 /// One table for all channels, in place.
 void fnOneTable(benchmark::State& state) {
-    cv::setNumThreads(1);
+    cv::setNumThreads(fnThreads());
     auto bytes = fnPicture(3);
     cv::Mat image(kHeight, kWidth, CV_8UC3, bytes.data());
     cv::Mat table(1, 256, CV_8UC1);
@@ -40,7 +40,7 @@ void fnOneTable(benchmark::State& state) {
 
 /// To hue, saturation and value, a table for each, and back.
 void fnHueInThreePasses(benchmark::State& state) {
-    cv::setNumThreads(1);
+    cv::setNumThreads(fnThreads());
     auto bytes = fnPicture(3);
     cv::Mat image(kHeight, kWidth, CV_8UC3, bytes.data());
     cv::Mat hsv;
@@ -58,6 +58,31 @@ void fnHueInThreePasses(benchmark::State& state) {
     fnReport(state);
 }
 
+/// A table for each channel and another order of channels, in strips that stay in the cache.
+void fnTableAndColors(benchmark::State& state) {
+    cv::setNumThreads(fnThreads());
+    auto bytes = fnPicture(3);
+    const cv::Mat source(kHeight, kWidth, CV_8UC3, bytes.data());
+    cv::Mat target(kHeight, kWidth, CV_8UC4);
+    cv::Mat table(1, 256, CV_8UC3);
+    for (int i = 0; i < 256; ++i)
+        table.at<cv::Vec3b>(i) =
+            cv::Vec3b(static_cast<std::uint8_t>(i ^ 1), static_cast<std::uint8_t>(i ^ 2),
+                      static_cast<std::uint8_t>(i ^ 3));
+    constexpr int kStrip = 20; // rows
+    cv::Mat adjusted;
+    for (auto _ : state) {
+        for (int y = 0; y < kHeight; y += kStrip) {
+            cv::LUT(source.rowRange(y, y + kStrip), table, adjusted);
+            cv::Mat part = target.rowRange(y, y + kStrip);
+            cv::cvtColor(adjusted, part, cv::COLOR_RGB2BGRA);
+        }
+        benchmark::ClobberMemory();
+    }
+    fnReport(state);
+}
+
+BENCHMARK(fnTableAndColors)->Name("table and colours, for fnDraw of 24 to 32 bits with gamma");
 BENCHMARK(fnOneTable)->Name("one table, for fnBrightContrast at 24 bits");
 BENCHMARK(fnHueInThreePasses)->Name("three passes, for fnHueSaturation at 24 bits");
 BENCHMARK_CAPTURE(fnCvtColor, RgbToRgba_fnConvert_24_32, cv::COLOR_RGB2RGBA, CV_8UC3, false);
@@ -70,7 +95,7 @@ BENCHMARK_CAPTURE(fnCvtColor, Bgr565ToRgb_fresh_fnConvert_16_24, cv::COLOR_BGR56
 /// @param reuse  into one block whose pages are touched; otherwise into a new one each time
 void fnResize(benchmark::State& state, int type, cv::Size from, cv::Size to, int method,
               bool reuse) {
-    cv::setNumThreads(1);
+    cv::setNumThreads(fnThreads());
     auto bytes = fnPicture(static_cast<int>(CV_ELEM_SIZE(type)), from.width, from.height);
     const cv::Mat source(from, type, bytes.data());
     cv::Mat target;
@@ -100,7 +125,7 @@ BENCHMARK_CAPTURE(fnResize, fnResample_24_nearest_times_2_fresh, CV_8UC3, kWhole
                   cv::Size(8000, 6000), cv::INTER_NEAREST, false);
 
 void fnRotateRight(benchmark::State& state, int type, bool reuse) {
-    cv::setNumThreads(1);
+    cv::setNumThreads(fnThreads());
     auto bytes = fnPicture(static_cast<int>(CV_ELEM_SIZE(type)));
     const cv::Mat source(kHeight, kWidth, type, bytes.data());
     cv::Mat target;
@@ -119,7 +144,7 @@ BENCHMARK_CAPTURE(fnRotateRight, fnRotate_90_24_fresh, CV_8UC3, false);
 BENCHMARK_CAPTURE(fnRotateRight, fnRotate_90_32, CV_8UC4, true);
 
 void fnRotateAny(benchmark::State& state, int type, int method) {
-    cv::setNumThreads(1);
+    cv::setNumThreads(fnThreads());
     auto bytes = fnPicture(static_cast<int>(CV_ELEM_SIZE(type)));
     const cv::Mat source(kHeight, kWidth, type, bytes.data());
     const cv::Size size(4965, 4599);

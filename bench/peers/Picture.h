@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <vector>
 
 /// The size of the picture used by peers and library.
@@ -22,6 +23,13 @@ inline std::vector<std::uint8_t> fnPicture(int bytesPerPixel, int width = kWidth
         b = static_cast<std::uint8_t>(state >> 24);
     }
     return bytes;
+}
+
+/// The threads that a peer with threads of its own may use: the environment variable
+/// `Q32_BENCH_THREADS`, 1 by default.
+inline int fnThreads() {
+    const char* const threads = std::getenv("Q32_BENCH_THREADS");
+    return threads ? static_cast<int>(std::strtol(threads, nullptr, 10)) : 1;
 }
 
 /// Pixels per second.

@@ -1,5 +1,5 @@
-// libvips, one worker thread, with its result cache disabled. Real time is measured, since the
-// worker does the work.
+// libvips, with as many worker threads as the environment says and its result cache disabled. Real
+// time is measured, since the workers do the work.
 
 #include "Picture.h"
 
@@ -64,7 +64,7 @@ BENCHMARK_CAPTURE(fnRotate, fnRotate_90_32, 4)->UseRealTime();
 int main(int argc, char** argv) {
     if (VIPS_INIT(argv[0]) != 0)
         return 1;
-    vips_concurrency_set(1);
+    vips_concurrency_set(fnThreads());
     vips_cache_set_max(0);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

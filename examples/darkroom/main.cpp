@@ -48,9 +48,7 @@ int fnRun(QApplication& application, CqQtWindows& windows, const darkroom::HostS
     CqQtWnd frame(&window);
     windows.fnSetMainWnd(&frame);
     window.show();
-    window.fnOfferRecovery();
-    if (!picture.isEmpty() && !window.fnGetDocument().fnHasImage())
-        window.fnOpen(picture);
+    window.fnStart(picture);
     const int code = application.exec();
     windows.fnSetMainWnd(nullptr);
     return code;
@@ -67,7 +65,8 @@ int main(int count, char** arguments) {
                                      // decimal points
     const QStringList words = QApplication::arguments();
     const bool help = words.contains("--help");
-    if (help || words.size() > 2) {
+    // A picture of such a name is ./-name.
+    if (help || words.size() > 2 || words.value(1).startsWith('-')) {
         std::fputs(kUsage, help ? stdout : stderr);
         return help ? 0 : kExitUsage;
     }

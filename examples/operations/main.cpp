@@ -92,7 +92,7 @@ const Row kRows[] = {
     {"Masks and blending", "mask", "Merged through a mask of 0 and 255",
      Q32_CALL(CqImage grey(image); grey.fnHueSaturation(0, -100, false, nullptr);
               CqMask disc = fnMakeDisc(75, 50, 40); image.fnMerge(grey, nullptr, disc, 0, 0))},
-    {nullptr, "feather", "The same with a feathered mask",
+    {nullptr, "feather", "Blended through a feathered mask",
      Q32_CALL(CqImage grey(image); grey.fnHueSaturation(0, -100, false, nullptr);
               CqMask disc = fnMakeDisc(75, 50, 40);
               q32FeatherMask(disc, 8, CRect(0, 0, 150, 100), nullptr);

@@ -1,6 +1,6 @@
 /// @file
 /// The mixer back end over ALSA's simple mixer, for machines whose sound card has bass and treble,
-/// or that run no sound server:
+/// or that run no sound server.
 ///
 ///     platform.m_pMixers = std::make_shared<CqAlsaMixers>("hw:0");
 #pragma once

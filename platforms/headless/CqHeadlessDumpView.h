@@ -118,6 +118,8 @@ public:
 
     bool fnCreateText() override { return m_pDesk->m_CreateText.fnPass(); }
     bool fnCreateStatusBar() override;
+    /// @copydoc CqDumpView::fnSetFont
+    ///
     /// Fonts of other screens are ignored.
     void fnSetFont(const CFont& font) override;
     void fnInsertMenuItem(const CqDumpMenuItem& item) override;
@@ -125,6 +127,8 @@ public:
     void fnSetOnTop(bool onTop) override { m_bOnTop = onTop; }
     void fnShow() override { m_bShown = true; }
     RECT fnGetPlace() const override { return m_Place; }
+    /// @copydoc CqDumpView::fnSetText
+    ///
     /// Keeps the scroll position, as far as the new text allows.
     void fnSetText(const char* text, std::size_t length) override;
     bool fnAppendText(const char* text, std::size_t length) override;

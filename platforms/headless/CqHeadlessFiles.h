@@ -58,6 +58,8 @@ public:
     bool fnGetClusters(const char* path, CqDiskClusters& clusters) override;
     std::unique_ptr<CqFileStream> fnOpen(const char* name, const CqFileMode& mode,
                                          CQ_FILE_CAUSE& cause) override;
+    /// @copydoc CqFileService::fnOpenReplacement
+    ///
     /// The new file is called like the other one, with ".~0" to ".~99" appended.
     std::unique_ptr<CqFileReplacement> fnOpenReplacement(const char* name,
                                                          CQ_FILE_CAUSE& cause) override;

@@ -22,9 +22,13 @@ public:
     void fnSetTimeZone(int minutesEast) { m_nMinutesEast = minutesEast; }
 
     std::size_t fnGetCharBytes(const char* text, std::size_t count) override;
+    /// @copydoc CqLocaleService::fnFormatDate
+    ///
     /// False for a date that doesn't exist or is before 1601.
     bool fnFormatDate(const SYSTEMTIME& time, std::string& text) override;
     bool fnFormatTime(const SYSTEMTIME& time, UINT flags, std::string& text) override;
+    /// @copydoc CqLocaleService::fnGetLocalTime
+    ///
     /// False for years outside 1601 to 30827.
     bool fnGetLocalTime(std::int64_t seconds, SYSTEMTIME& time) override;
 

@@ -95,6 +95,8 @@ public:
 
     CDC* fnGetDC(CWnd* window) override;
     void fnReleaseDC(CWnd* window, CDC* dc) noexcept override;
+    /// @copydoc CqScreenService::fnSetDIBitsToDevice
+    ///
     /// Scans of a top-down bitmap, and so `sourceY`, count from its top row. Scans beyond the
     /// height declared by the header aren't taken. Pixels outside the client area or the screen are
     /// clipped; their scans count as taken. Bitmaps have 1, 4, 8, 16, 24 or 32 bits without
@@ -102,12 +104,16 @@ public:
     int fnSetDIBitsToDevice(CDC* dc, int x, int y, UINT width, UINT height, int sourceX,
                             int sourceY, UINT startScan, UINT scans, const void* bits,
                             const BITMAPINFOHEADER* header, UINT use) override;
+    /// @copydoc CqScreenService::fnCreatePalette
+    ///
     /// Fails for a version other than 0x300, and without entries.
     std::unique_ptr<CqPaletteObject> fnCreatePalette(const LOGPALETTE& palette) override;
     void fnPaletteGone(const CPalette& palette) noexcept override;
     std::unique_ptr<CqRegionObject> fnCreateRectRegion(const RECT& rect) override;
     bool fnGetIconTitleFont(LOGFONTA& font) override;
     std::unique_ptr<CqFontObject> fnCreateFont(const LOGFONTA& font) override;
+    /// @copydoc CqScreenService::fnCreateCompatibleBitmap
+    ///
     /// Null also for a width or height above 32767.
     std::unique_ptr<CqBitmapObject> fnCreateCompatibleBitmap(CDC* dc, int width,
                                                              int height) override;

@@ -64,6 +64,8 @@ public:
     /// Number of ends reported so far.
     std::uint64_t fnGetReports() const;
 
+    /// @copydoc CqWaveOutService::fnCanPlay
+    ///
     /// True for PCM of 8 or 16 bits, on one or two channels, with a matching block size.
     bool fnCanPlay(const WAVEFORMATEX& format) override;
     std::unique_ptr<CqWaveOut> fnOpen(const WAVEFORMATEX& format, Done done) override;

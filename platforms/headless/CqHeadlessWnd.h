@@ -1,3 +1,5 @@
+/// @file
+/// Windows of the headless world.
 #pragma once
 
 #include "q32Base/framework/Memory.h"
@@ -71,7 +73,7 @@ public:
     }
     /// False once it is destroyed.
     bool IsWindow() const override { return m_bExists; }
-    /// As set.
+    /// The window set by `fnSetMessageBar`.
     CWnd* GetMessageBar() override { return m_pMessageBar; }
 
 private:

@@ -1,12 +1,11 @@
 #include "platforms/pulse/OwnVolume_p.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace q32::pulse {
 
 namespace {
-
-constexpr int kMaxIgnored = 8;
 
 bool fnIsPlaying(pa_stream* stream) {
     return pa_stream_get_state(stream) == PA_STREAM_READY;
@@ -15,7 +14,13 @@ bool fnIsPlaying(pa_stream* stream) {
 } // namespace
 
 void OwnVolume::fnAdd(pa_stream* stream) {
-    m_Sounds.push_back({stream, m_bVolumeKnown || m_bMuteKnown ? kMaxIgnored : 0});
+    m_Sounds.push_back({stream, true});
+}
+
+bool OwnVolume::fnSettle(pa_stream* stream) {
+    const auto found = std::find_if(m_Sounds.begin(), m_Sounds.end(),
+                                    [&](const Sound& sound) { return sound.m_pStream == stream; });
+    return found != m_Sounds.end() && std::exchange(found->m_bStarting, false);
 }
 
 void OwnVolume::fnRemove(pa_stream* stream) {
@@ -75,14 +80,13 @@ void OwnVolume::fnAdopt(const pa_sink_input_info& sound) {
     const Levels read = fnReadLevels(sound.volume, sound.channel_map, sound.mute != 0);
     const bool sameVolume = shown.m_nLeft == read.m_nLeft && shown.m_nRight == read.m_nRight;
     const bool sameMute = shown.m_bMute == read.m_bMute;
-    const bool expected = (sameVolume || !m_bVolumeKnown) && (sameMute || !m_bMuteKnown);
+    const bool silent = read.m_nLeft == 0 && read.m_nRight == 0;
+    const bool expected = (m_bVolumeKnown ? sameVolume : !silent) && (sameMute || !m_bMuteKnown);
     if (const std::size_t known = fnFindSound(sound.index); known < m_Sounds.size()) {
-        int& ignored = m_Sounds[known].m_nIgnored;
-        if (!expected && ignored > 0) {
-            --ignored;
+        bool& starting = m_Sounds[known].m_bStarting;
+        starting = starting && !expected;
+        if (starting)
             return;
-        }
-        ignored = 0;
     }
     if (!sameVolume)
         fnSetVolume(read.m_nLeft, read.m_nRight);

@@ -22,8 +22,11 @@ class OwnVolume {
 public:
     /// Makes room for one more. Throws std::bad_alloc.
     void fnReserveOne() { m_Sounds.reserve(m_Sounds.size() + 1); }
-    /// The stream may still be connecting.
+    /// The stream may still be connecting. It counts as starting until fnSettle.
     void fnAdd(pa_stream* stream);
+    /// From now on takes over each report of the stream. Whether some may have been ignored since
+    /// it started.
+    bool fnSettle(pa_stream* stream);
     void fnRemove(pa_stream* stream);
     /// The stream that was started last among those playing; null if none is.
     pa_stream* fnFindPlaying() const;
@@ -37,8 +40,10 @@ public:
     Levels fnGetShown() const;
     void fnSetVolume(std::uint32_t left, std::uint32_t right);
     void fnSetMute(bool mute);
-    /// Takes over what the server reports of a stream. Of one that has just started with a volume
-    /// of the program's own some reports are ignored: PipeWire first reports others.
+    /// Takes over what the server reports of a stream. While the stream is starting, reports are
+    /// ignored up to the first one of the program's own volume, or of any sound at all where that
+    /// isn't known: PipeWire reports 0, or what it remembers, until its session manager has set
+    /// the volume.
     void fnAdopt(const pa_sink_input_info& sound);
 
     /// The volume of a stream with these channels for levels of both sides.
@@ -49,7 +54,7 @@ public:
 private:
     struct Sound {
         pa_stream* m_pStream;
-        int m_nIgnored; ///< how many more reports of other values are ignored
+        bool m_bStarting; ///< what the server reports may not be its volume yet
     };
 
     /// Its place in the list; the length of it if there is none.

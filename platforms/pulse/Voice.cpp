@@ -19,6 +19,9 @@ constexpr DWORD kForEver = 0xFFFFFFFFu;
 /// How long after the expected end a block is ended if the server doesn't report it.
 constexpr std::chrono::milliseconds kLate(300);
 
+/// How long after its start a stream's reported volume may not be the one that it gets.
+constexpr std::chrono::milliseconds kSettling(1000);
+
 /// The length of an endless loop, in bytes.
 constexpr std::uint64_t kEndless = UINT64_MAX;
 
@@ -108,6 +111,7 @@ bool Voice::fnOpenStream() {
             if (state == PA_STREAM_READY) {
                 voice->m_bStarted = true;
                 voice->fnCatchUpVolume();
+                voice->fnSettleLater();
                 voice->m_pConnection->fnReportSoundsChanged();
             } else if (!PA_STREAM_IS_GOOD(state)) {
                 voice->m_pConnection->fnFail();
@@ -159,6 +163,24 @@ void Voice::fnCatchUpVolume() const {
         forget(pa_context_set_sink_input_volume(context, index, &*now.m_Volume, nullptr, nullptr));
     if (now.m_bMute)
         forget(pa_context_set_sink_input_mute(context, index, *now.m_bMute, nullptr, nullptr));
+}
+
+/// Takes the volume that the server reports for the true one after a while. On the loop's thread.
+void Voice::fnSettleLater() {
+    m_pSettle = m_pConnection->fnRingAfter(
+        kSettling,
+        [](pa_mainloop_api*, pa_time_event*, const timeval*, void* self) {
+            static_cast<Voice*>(self)->fnSettle();
+        },
+        this);
+    if (!m_pSettle)
+        fnSettle();
+}
+
+void Voice::fnSettle() {
+    fnForget(m_pSettle);
+    if (m_pConnection->fnGetSounds().fnSettle(m_pStream))
+        m_pConnection->fnReportSoundsChanged();
 }
 
 /// Writes as much as the server has space for. On the loop's thread.
@@ -246,15 +268,15 @@ void Voice::fnEndLate() {
                 voice->fnEnd();
                 return;
             }
-            voice->fnForgetLate();
+            voice->fnForget(voice->m_pLate);
             voice->fnEndLate();
         },
         this);
 }
 
-void Voice::fnForgetLate() {
-    if (pa_time_event* late = std::exchange(m_pLate, nullptr))
-        m_pConnection->fnForget(late);
+void Voice::fnForget(pa_time_event*& event) {
+    if (pa_time_event* forgotten = std::exchange(event, nullptr))
+        m_pConnection->fnForget(forgotten);
 }
 
 /// Disconnects a stream from the server and releases it. One that the server hasn't answered yet
@@ -273,7 +295,8 @@ void Voice::fnLetGo(pa_stream* stream) {
 
 /// Detaches the stream from its callbacks and from the server, which falls silent.
 void Voice::fnDropStream() {
-    fnForgetLate();
+    fnForget(m_pLate);
+    fnForget(m_pSettle);
     if (pa_operation* drain = std::exchange(m_pDrain, nullptr)) {
         pa_operation_cancel(drain);
         pa_operation_unref(drain);
@@ -290,7 +313,7 @@ bool Voice::fnSetPaused(bool paused) {
     if (m_pStream) {
         if (!fnCork(paused))
             return false;
-        fnForgetLate();
+        fnForget(m_pLate);
         if (!paused && m_nPlaced == m_nTotal) {
             if (!m_pDrain)
                 fnDrain();

@@ -40,12 +40,15 @@ private:
     bool fnOpenStream();
     bool fnConnectStream();
     void fnCatchUpVolume() const;
+    void fnSettleLater();
+    void fnSettle();
     void fnFeed(std::size_t room);
     void fnFill(void* room, std::size_t bytes) const;
     void fnDrain();
     void fnDrainGivenUp();
     void fnEndLate();
-    void fnForgetLate();
+    /// Ends a wait, if there is one.
+    void fnForget(pa_time_event*& event);
     std::uint64_t fnGetHeard() const;
     std::uint64_t fnGetSurelyHeard() const;
     void fnEnd();
@@ -59,6 +62,7 @@ private:
     pa_stream* m_pStream = nullptr;
     pa_operation* m_pDrain = nullptr;
     pa_time_event* m_pLate = nullptr;
+    pa_time_event* m_pSettle = nullptr;
     std::uint64_t m_nLength = 0;    ///< bytes per pass
     std::uint64_t m_nTotal = 0;     ///< bytes of all passes
     std::uint64_t m_nPlaced = 0;    ///< bytes passed to the server

@@ -1,5 +1,5 @@
 /// @file
-/// The sound back end over libpulse, for PulseAudio and for PipeWire's compatible server:
+/// The sound back end over libpulse, for PulseAudio and for PipeWire's compatible server.
 ///
 ///     CqPulse sound = q32Pulse({.m_szApplication = "Player"});
 ///     CqPlatform platform = q32PosixPlatform();

@@ -70,14 +70,14 @@ public:
     /// @copydoc CWnd::GetClientRect
     CRect GetClientRect() const override { return fnGetClient(); }
     /// Handles WM_ERASEBKGND; any other message is ignored and returns 0.
-    LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM) override {
+    LRESULT SendMessage(UINT message, WPARAM wParam, LPARAM /*lParam*/) override {
         return fnSend(message, wParam);
     }
     /// @copydoc CWnd::InvalidateRect
-    void InvalidateRect(const RECT* rect, bool) override { fnInvalidate(rect); }
+    void InvalidateRect(const RECT* rect, bool /*erase*/) override { fnInvalidate(rect); }
     /// @copydoc CWnd::IsWindow
     bool IsWindow() const override { return fnGetWidget() != nullptr; }
-    /// As set.
+    /// The window set by `fnSetMessageBar`.
     CWnd* GetMessageBar() override { return m_pMessageBar; }
 
 private:
@@ -162,6 +162,8 @@ public:
 
     CWinApp* fnGetApp() override { return m_pApp; }
     CWnd* fnGetMainWnd() override { return m_pMainWnd; }
+    /// @copydoc CqWindowService::fnCreateDumpView
+    ///
     /// Null also without an application object.
     std::unique_ptr<CqDumpView> fnCreateDumpView(const CqDumpViewSetup& setup,
                                                  CqDumpViewEvents& events) override;

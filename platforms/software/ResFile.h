@@ -1,3 +1,5 @@
+/// @file
+/// Readers of compiled resource files.
 #pragma once
 
 #include "q32Base/platform/Export.h"

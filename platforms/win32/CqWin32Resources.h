@@ -28,6 +28,8 @@ public:
     /// Removes a module of the host. False for one that wasn't added.
     bool fnRemoveModule(HINSTANCE module) { return std::erase(m_Modules, module) > 0; }
 
+    /// @copydoc CqResourceService::fnFind
+    ///
     /// A name that begins with '#' is a number to the system.
     bool fnFind(HINSTANCE module, CqResourceId type, CqResourceId name,
                 CqResourceData& data) override;

@@ -37,6 +37,7 @@ public:
 
     /// Shows an image, which isn't owned, from its top left corner; null for none.
     void fnSetImage(CqImage* image);
+    /// The image shown, or null.
     CqImage* fnGetImage() const { return m_pImage; }
     /// The image has changed: repaints a part of it, in its pixels, or all of it for null. A change
     /// of its size scrolls back as far as needed.
@@ -51,6 +52,7 @@ public:
     void fnFit();
     /// The point of the scaled image at the top left of the client area.
     const CPoint& fnGetOrigin() const { return m_Origin; }
+    /// Scrolls so that this point of the scaled image comes there, as far as the image reaches.
     void fnScrollTo(const POINT& origin);
     /// The image's pixel at a point of the client area; it may lie outside of the image.
     CPoint fnToImage(const POINT& point) const;

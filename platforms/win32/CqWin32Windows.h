@@ -62,7 +62,7 @@ public:
     void InvalidateRect(const RECT* rect, bool erase) override { fnInvalidate(rect, erase); }
     /// @copydoc CWnd::IsWindow
     bool IsWindow() const override { return fnGetHandle() != nullptr; }
-    /// As set.
+    /// The window set by `fnSetMessageBar`.
     CWnd* GetMessageBar() override { return m_pMessageBar; }
     /// @copydoc CWnd::GetDlgCtrlID
     int GetDlgCtrlID() const override { return ::GetDlgCtrlID(fnGetHandle()); }

@@ -1,3 +1,5 @@
+/// @file
+/// The exceptions of the library, and the functions that raise them.
 #pragma once
 
 #include "q32Base/framework/CObject.h"

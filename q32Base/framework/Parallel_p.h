@@ -72,6 +72,29 @@ public:
         return true;
     }
 
+    /// The same for work that can't be undone: several threads do the units of a batch after their
+    /// calls, and after an abort those up to the one that was called last. So nothing is done
+    /// beyond it.
+    template <class Work, class IsAborted>
+    bool fnRunAnnounced(Work&& work, IsAborted&& isAborted) const {
+        if (m_nWorkers == 1)
+            return fnRunReported(work, isAborted, [](std::uint32_t, std::uint32_t) {});
+        bool aborted = false;
+        for (std::uint32_t first = 0, next; first < m_nUnits && !aborted; first = next) {
+            const std::uint32_t end = first + std::min(m_nBatch, m_nUnits - first);
+            next = first;
+            try {
+                while (next < end && !aborted)
+                    aborted = isAborted(next++);
+            } catch (...) {
+                fnRunPieces(first, next, work);
+                throw;
+            }
+            fnRunPieces(first, next, work);
+        }
+        return !aborted;
+    }
+
 private:
     using Call = void (*)(void* work, std::uint32_t worker, std::uint32_t first, std::uint32_t end);
 

@@ -1,3 +1,5 @@
+/// @file
+/// A recursive lock, and its holder for a scope.
 #pragma once
 
 #include <mutex>

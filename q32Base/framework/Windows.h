@@ -129,6 +129,7 @@ public:
     CDC* GetDC() const { return m_pDC; }
     /// Whether there is a device context; `->` needs one.
     explicit operator bool() const { return m_pDC != nullptr; }
+    /// The same as `GetDC`; not to be called without a device context.
     CDC* operator->() const { return m_pDC; }
 
 private:
@@ -146,6 +147,6 @@ public:
     /// Whether the main window holds the windows of several documents. Its title is then the host's
     /// string 128.
     virtual bool IsMDI() const { return false; }
-    /// Window title of the first document template; false if there is no template.
-    virtual bool GetTemplateTitle(CString&) const { return false; }
+    /// Stores the window title of the first document template in `title`; false if there is no template.
+    virtual bool GetTemplateTitle(CString& /*title*/) const { return false; }
 };

@@ -2,7 +2,7 @@
 
 #include "q32Base/geometry/CqPoint2D.h"
 
-/// A 2-D affine transform:
+/// A 2-D affine transform. It maps a point (x, y) to:
 ///
 ///     new x = m_ScaleX x + m_ShearX y + m_TransX
 ///     new y = m_ShearY x + m_ScaleY y + m_TransY

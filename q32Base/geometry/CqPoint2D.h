@@ -44,6 +44,7 @@ struct Q32_API CqPoint2D {
     bool operator==(const CqPoint2D& other) const {
         return q32::fnIsSame(m_X, other.m_X) && q32::fnIsSame(m_Y, other.m_Y);
     }
+    /// Different by more than GEOM_EPSILON in either coordinate: not the negation of `operator==`.
     bool operator!=(const CqPoint2D& other) const {
         return q32::fnIsDifferent(m_X, other.m_X) || q32::fnIsDifferent(m_Y, other.m_Y);
     }

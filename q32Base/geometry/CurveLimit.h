@@ -1,3 +1,5 @@
+/// @file
+/// The limit of the parts into which Bezier curves are divided.
 #pragma once
 
 #include "q32Base/platform/Export.h"

@@ -9,8 +9,12 @@ namespace {
 void fnCurve(std::uint8_t* pixels, std::size_t bytes, const std::uint8_t* curve,
              __mmask64 changed) {
     const WholeCurve whole(curve);
-    for (; bytes >= 64; bytes -= 64, pixels += 64)
-        _mm512_mask_storeu_epi8(pixels, changed, whole.fnLookUp(_mm512_loadu_si512(pixels)));
+    for (; bytes >= 64; bytes -= 64, pixels += 64) {
+        const __m512i old = _mm512_loadu_si512(pixels);
+        _mm512_storeu_si512(pixels, _mm512_mask_mov_epi8(old, changed, whole.fnLookUp(old)));
+    }
+    if (bytes == 0)
+        return;
     const __mmask64 left = fnFirstBytes(bytes) & changed;
     const __m512i last = _mm512_maskz_loadu_epi8(left, pixels);
     _mm512_mask_storeu_epi8(pixels, left, whole.fnLookUp(last));

@@ -1,3 +1,5 @@
+/// @file
+/// The grey ramp as an argument.
 #pragma once
 
 #include "q32Base/platform/Records.h"

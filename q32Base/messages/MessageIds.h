@@ -1,3 +1,5 @@
+/// @file
+/// The ids of the library's messages.
 #pragma once
 
 /// Ids of the library's own messages.

@@ -1,3 +1,5 @@
+/// @file
+/// Work that reports exhausted memory to the user.
 #pragma once
 
 #include "q32Base/framework/Memory.h"

@@ -1,3 +1,5 @@
+/// @file
+/// Blending of images.
 #pragma once
 
 #include "q32Base/framework/Values.h"

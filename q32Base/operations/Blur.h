@@ -1,3 +1,5 @@
+/// @file
+/// Blur and unsharp mask.
 #pragma once
 
 #include "q32Base/platform/Export.h"

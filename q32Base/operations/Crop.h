@@ -1,3 +1,5 @@
+/// @file
+/// Copies of rectangles, and crops.
 #pragma once
 
 #include "q32Base/framework/Values.h"

@@ -1,3 +1,5 @@
+/// @file
+/// Images mirrored in place.
 #pragma once
 
 #include "q32Base/platform/Export.h"

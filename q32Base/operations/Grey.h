@@ -1,3 +1,5 @@
+/// @file
+/// Conversion to grey.
 #pragma once
 
 #include "q32Base/platform/Export.h"

@@ -1,3 +1,5 @@
+/// @file
+/// Counts of the values of pixels.
 #pragma once
 
 #include "q32Base/framework/Values.h"

@@ -1,3 +1,5 @@
+/// @file
+/// Masks feathered and inverted.
 #pragma once
 
 #include "q32Base/framework/Values.h"

@@ -1,3 +1,5 @@
+/// @file
+/// Masks of lines and paths of any width.
 #pragma once
 
 #include "q32Base/framework/Values.h"

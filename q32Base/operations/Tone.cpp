@@ -18,7 +18,7 @@ namespace {
 
 // Nanoseconds for a pixel.
 constexpr double kByteTime = 0.01; ///< for each of its bytes
-constexpr double kCurveTime = 0.3;
+constexpr double kCurveTime = 0.1;
 constexpr double kCurveTime16 = 2.0;
 constexpr double kHueTime = 2.3;
 
@@ -56,40 +56,25 @@ private:
     std::unique_ptr<unsigned char[]> m_pCopies; ///< null if tiles are changed one by one
 };
 
-/// Does the same with reports and drawing: both on this thread, for one tile after another. An
-/// abort leaves the tiles done so far changed, and no others.
-template <typename Change>
-void fnChangeVisibly(CqImage& image, double tileTime, bool draw, CqProgressDisplay* progress,
-                     const Change& change) {
+/// Draws each tile and reports it, both on this thread, for one tile after another. An abort leaves
+/// the tiles done so far changed, and no others.
+template <typename Run, typename Report>
+bool fnChangeVisibly(CqImage& image, double tileTime, const Run& change, const Report& report) {
     constexpr std::uint32_t kBatch = 64; // tiles, whose copies take 4 MiB
     constexpr double kCopyTime = 1.5e3;  // nanoseconds, of a tile
     const q32::Parallel tiles(image.TileCount, tileTime - kCopyTime, kBatch);
     const Originals originals(image, tiles);
-    const auto run = [&](std::uint32_t, std::uint32_t first, std::uint32_t end) {
-        CqImageTile tile(false);
-        for (; first < end; ++first) {
-            image.fnAccessTile(first, &tile);
-            originals.fnSave(tile);
-            change(tile);
-        }
-    };
     CqImageTile shown(false);
-    const auto report = [&](std::uint32_t index) {
-        if (draw) {
+    return tiles.fnRunReported(
+        [&](std::uint32_t, std::uint32_t first, std::uint32_t end) {
+            change(first, end, [&](const CqImageTile& tile) { originals.fnSave(tile); });
+        },
+        [&](std::uint32_t index) {
             image.fnAccessTile(index, &shown);
             shown.fnDraw(nullptr);
-        }
-        bool aborted = false;
-        if (progress)
-            progress->fnDrawStatus(index * 100 / image.TileCount, &aborted);
-        return aborted;
-    };
-    const auto restore = [&](std::uint32_t first, std::uint32_t end) {
-        originals.fnRestore(first, end);
-    };
-    const bool done = tiles.fnRunReported(run, report, restore);
-    if (done)
-        image.TileMap->fnRequirePixels();
+            return report(index);
+        },
+        [&](std::uint32_t first, std::uint32_t end) { originals.fnRestore(first, end); });
 }
 
 /// Changes the image tile by tile, in place.
@@ -99,17 +84,32 @@ void fnChangeTiles(CqImage& image, double pixelTime, bool draw, CqProgressDispla
                    Change change) {
     const CqTileMap& map = *image.TileMap;
     const double tileTime = pixelTime * map.TileWidth * map.TileHeight;
-    if (draw || progress)
-        return fnChangeVisibly(image, tileTime, draw, progress, change);
-    q32::Parallel(image.TileCount, tileTime)
-        .fnRun([&](std::uint32_t, std::uint32_t first, std::uint32_t end) {
-            CqImageTile tile(false);
-            for (; first < end; ++first) {
-                image.fnAccessTile(first, &tile);
-                change(tile);
-            }
-        });
-    map.fnRequirePixels();
+    const auto changeTiles = [&](std::uint32_t first, std::uint32_t end, const auto& before) {
+        CqImageTile tile(false);
+        for (; first < end; ++first) {
+            image.fnAccessTile(first, &tile);
+            before(tile);
+            change(tile);
+        }
+    };
+    const auto run = [&](std::uint32_t, std::uint32_t first, std::uint32_t end) {
+        changeTiles(first, end, [](const CqImageTile&) {});
+    };
+    const auto report = [&](std::uint32_t index) {
+        bool aborted = false;
+        if (progress)
+            progress->fnDrawStatus(index * 100 / image.TileCount, &aborted);
+        return aborted;
+    };
+    bool done = true;
+    if (draw)
+        done = fnChangeVisibly(image, tileTime, changeTiles, report);
+    else if (progress)
+        done = q32::Parallel(image.TileCount, tileTime).fnRunAnnounced(run, report);
+    else
+        q32::Parallel(image.TileCount, tileTime).fnRun(run);
+    if (done)
+        map.fnRequirePixels();
 }
 
 std::size_t fnPixelCount(const CqImageTile& tile) {

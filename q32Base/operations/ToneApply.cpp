@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr double kToneApplyPixelTime = 0.3; ///< nanoseconds
+constexpr double kToneApplyPixelTime = 0.1; ///< nanoseconds
 
 /// Maps a run of pixels through the three curves, which follow each other.
 class CurvesRun {

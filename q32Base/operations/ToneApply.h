@@ -1,3 +1,5 @@
+/// @file
+/// Tone curves applied to images.
 #pragma once
 
 #include "q32Base/framework/Values.h"

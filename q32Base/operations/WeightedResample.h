@@ -1,3 +1,5 @@
+/// @file
+/// Resizing with pixels counted by their alpha.
 #pragma once
 
 #include "q32Base/platform/Export.h"

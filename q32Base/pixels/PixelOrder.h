@@ -1,3 +1,5 @@
+/// @file
+/// The forms of exchanged pixels.
 #pragma once
 
 /// The forms in which pixels are exchanged with hosts, views and plug-ins, named by their bytes in

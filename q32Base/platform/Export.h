@@ -1,3 +1,5 @@
+/// @file
+/// What marks exported and hidden names.
 #pragma once
 
 /// @def Q32_API

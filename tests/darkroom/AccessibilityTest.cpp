@@ -61,7 +61,7 @@ TEST_F(DarkroomAccessibility, EveryDialogNamesItsParts) {
     fnExpectNames(darkroom::SaveOptionsDialog({}, std::nullopt));
     CqImage over;
     over.fnAlloc(10, 10, 32, nullptr, 0);
-    fnExpectNames(darkroom::MergeDialog(over, true, fnView()));
+    fnExpectNames(darkroom::MergeDialog(over, CPoint(0, 0), true, fnView()));
     fnExpectNames(darkroom::PatternDialog(over, fnView()));
 }
 

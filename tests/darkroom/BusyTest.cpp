@@ -1,4 +1,5 @@
 // What the darkroom's window does, and refuses, while a task is running.
+#include "examples/darkroom/ui/HistogramView.h"
 #include "examples/darkroom/ui/SoundPanel.h"
 #include "plugins/WaveFile.h"
 #include "q32Base/framework/Exceptions.h"
@@ -8,6 +9,7 @@
 
 #include <new>
 #include <QApplication>
+#include <QClipboard>
 #include <QFile>
 #include <QMenu>
 #include <QMouseEvent>
@@ -209,6 +211,59 @@ TEST_F(DarkroomBusy, EscWhileAPictureIsMergedLeavesEverythingUnchanged) {
     fnExpectReady();
     EXPECT_EQ(fnBytes(), before);
     EXPECT_FALSE(m_pWindow->isWindowModified());
+}
+
+TEST_F(DarkroomBusy, EscWhileAPictureIsPastedKeepsTheFormerOne) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("pasted.bmp", 2000, 1500)));
+    fnDo("copy");
+    fnDo("left");
+    const Bytes before = fnBytes();
+    fnStopAt(2, [&] { fnDo("paste"); });
+    EXPECT_EQ(fnBytes(), before);
+    QImage other(2000, 1500, QImage::Format_RGB32);
+    other.fill(Qt::red);
+    QGuiApplication::clipboard()->setImage(other);
+    fnStopAt(2, [&] { fnDo("paste"); });
+    EXPECT_EQ(fnBytes(), before);
+}
+
+TEST_F(DarkroomBusy, EscWhileALargeStepIsUndoneLeavesEverythingUnchanged) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("undone.bmp", 4000, 3100)));
+    darkroom::Document& document = m_pWindow->fnGetDocument();
+    ASSERT_TRUE(fnSelect(document, CRect(0, 0, 4000, 3000)).fnIsDone());
+    ASSERT_TRUE(
+        document.fnApply(*darkroom::fnFindOperation("brightness"), {9, 0}, nullptr).fnIsDone());
+    const Bytes before = fnBytes();
+    fnStopAt(3, [&] { fnDo("undo"); });
+    EXPECT_TRUE(fnBytes() == before);
+    EXPECT_TRUE(document.fnCanUndo());
+    EXPECT_FALSE(document.fnCanRedo());
+    fnDo("undo");
+    EXPECT_TRUE(document.fnCanRedo());
+    EXPECT_TRUE(fnBytes() != before);
+}
+
+TEST_F(DarkroomBusy, EscWhileALargePictureIsCountedOpensNoDialogAndCountsOnlyOnce) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("counted.bmp", 4000, 3000)));
+    fnStopAt(2, [&] { fnDo("levels"); });
+    for (int round = 0; round < 2; ++round) {
+        int looks = 0;
+        m_OnLook = [&] { ++looks; };
+        fnDo("levels", [&](QDialog& dialog) {
+            auto* const view = dialog.findChild<darkroom::HistogramView*>();
+            ASSERT_TRUE(view);
+            EXPECT_EQ(view->fnGetHistogram().m_nPixels, 12'000'000u);
+            dialog.reject();
+        });
+        m_OnLook = {};
+        EXPECT_EQ(looks == 0, round == 1);
+    }
+    ASSERT_TRUE(fnSelect(m_pWindow->fnGetDocument(), CRect(0, 0, 100, 100)).fnIsDone());
+    fnDo("levels", [&](QDialog& dialog) {
+        EXPECT_EQ(dialog.findChild<darkroom::HistogramView*>()->fnGetHistogram().m_nPixels, 10'000u)
+            << "counted again";
+        dialog.reject();
+    });
 }
 
 TEST_F(DarkroomBusy, EscWhileAPictureIsCroppedLeavesEverythingUnchanged) {

@@ -342,6 +342,17 @@ TEST_F(DarkroomDocument, AShareOfALargeMemoryIsNotTruncated) {
     EXPECT_GE(q32GetVMPolicy()->fnGetRamBound(), 100 * one) << "not cut to 4 GiB";
 }
 
+TEST_F(DarkroomDocument, TheClipboardAndDecodersTakeAShareOfTheMemory) {
+    constexpr std::uint64_t kMiB = std::uint64_t{1} << 20;
+    EXPECT_EQ(darkroom::fnLimitShared(200 * kMiB), 25 * kMiB);
+    EXPECT_EQ(darkroom::fnLimitShared(512 * kMiB), 64 * kMiB);
+    EXPECT_EQ(darkroom::fnLimitShared(64 * 1024 * kMiB), 64 * kMiB) << "16 million pixels";
+    EXPECT_EQ(darkroom::fnLimitShared(0), 64 * kMiB) << "unknown";
+    EXPECT_EQ(darkroom::fnLimitCodec(200 * kMiB, 1024 * kMiB), 50 * kMiB);
+    EXPECT_EQ(darkroom::fnLimitCodec(64 * 1024 * kMiB, 1024 * kMiB), 1024 * kMiB);
+    EXPECT_EQ(darkroom::fnLimitCodec(0, 1024 * kMiB), 1024 * kMiB) << "unknown";
+}
+
 TEST_F(DarkroomDocument, NotifiesItsListenerOfEachChange) {
     Document document(5);
     int notified = 0;

@@ -168,16 +168,17 @@ TEST_F(DarkroomEdits, EachDepthHasTheOperationsThatMakeSenseForIt) {
     EXPECT_EQ(list(palette), "resize " + turns + flips + "to24 to32 ") << "its bytes are indices";
     CqImage grey;
     fnFillNoise(grey, 9, 9, 8, 1, q32GreyRamp);
-    EXPECT_EQ(list(grey), "brightness levels curve points threshold blur unsharp resize " + turns + flips +
-                              "to24 to32 ");
+    EXPECT_EQ(list(grey), "brightness levels curve points threshold blur unsharp resize " + turns +
+                              flips + "to24 to32 ");
     const std::pair<unsigned int, std::string> others[] = {
         {4, "resize " + flips + "to8 to24 to32 "},
         {16, "brightness balance levels curve points resize " + turns + flips + "to8 to24 to32 "},
-        {24,
-         "brightness balance hue levels curve points grey threshold soften sharpen blur unsharp resize "
-         "rotate " +
-             turns + flips + "to8 to32 "},
-        {32, "brightness balance hue levels curve points grey soften sharpen blur unsharp resize rotate " +
+        {24, "brightness balance hue levels curve points grey threshold soften sharpen blur "
+             "unsharp resize "
+             "rotate " +
+                 turns + flips + "to8 to32 "},
+        {32, "brightness balance hue levels curve points grey soften sharpen blur unsharp resize "
+             "rotate " +
                  turns + flips + "to8 to24 "},
     };
     for (const auto& [bits, names] : others) {
@@ -287,6 +288,47 @@ TEST_F(DarkroomEdits, APositiveAngleRotatesClockwiseWhateverItIs) {
         const double radians = angle * 3.14159265358979 / 180;
         EXPECT_NEAR(x / count, image.Width / 2.0 + 45 * std::sin(radians), 2) << angle;
         EXPECT_NEAR(y / count, image.Height / 2.0 - 45 * std::cos(radians), 2) << angle;
+    }
+}
+
+TEST_F(DarkroomEdits, ARotationByARightAngleExchangesTheResolutionsAndUndoReturnsThem) {
+    struct Rotation {
+        const char* m_pszId;
+        darkroom::Values m_Values;
+        bool m_bExchanges;
+    };
+    const Rotation rotations[] = {{"right", {}, true},
+                                  {"left", {}, true},
+                                  {"half", {}, false},
+                                  {"rotate", {90 * darkroom::kDegree, 0, 0}, true},
+                                  {"rotate", {30 * darkroom::kDegree, 0, 0}, false},
+                                  {"flipVertical", {}, false}};
+    for (const Rotation& rotation : rotations) {
+        darkroom::Document document(3);
+        ASSERT_NO_FATAL_FAILURE(fnOpenNoise(document, 24));
+        CqImage& image = document.fnGetImage();
+        image.DpiX = 300;
+        image.DpiY = 150;
+        const auto is = [&](bool exchanged) {
+            return image.DpiX == (exchanged ? 150 : 300) && image.DpiY == (exchanged ? 300 : 150);
+        };
+        const bool exchanged = rotation.m_bExchanges;
+        ASSERT_TRUE(
+            document
+                .fnApply(*darkroom::fnFindOperation(rotation.m_pszId), rotation.m_Values, nullptr)
+                .fnIsDone());
+        EXPECT_TRUE(is(exchanged)) << rotation.m_pszId;
+        document.fnUndo();
+        EXPECT_TRUE(is(false)) << rotation.m_pszId;
+        document.fnRedo();
+        EXPECT_TRUE(is(exchanged)) << rotation.m_pszId;
+        document.fnUndo();
+        AbortingProgress abort(8);
+        EXPECT_TRUE(
+            document
+                .fnApply(*darkroom::fnFindOperation(rotation.m_pszId), rotation.m_Values, &abort)
+                .m_bAborted);
+        EXPECT_TRUE(is(false)) << rotation.m_pszId << " stopped";
     }
 }
 

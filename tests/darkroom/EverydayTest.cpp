@@ -3,8 +3,9 @@
 #include "tests/darkroom/DarkroomWorld.h"
 #include "tests/darkroom/PictureTools.h"
 
-#include <lcms2.h>
 #include <QClipboard>
+#include <QColorSpace>
+#include <QComboBox>
 #include <QFile>
 #include <QGuiApplication>
 #include <QImage>
@@ -17,6 +18,9 @@
 #include <QTest>
 #include <utility>
 #include <vector>
+#ifdef DARKROOM_LCMS
+#include <lcms2.h>
+#endif
 
 namespace {
 
@@ -39,6 +43,7 @@ protected:
     }
 };
 
+#ifdef DARKROOM_LCMS
 /// A profile whose red is the blue of sRGB, and the other way round.
 std::vector<unsigned char> fnMakeSwapped() {
     const cmsCIExyY white = {0.3127, 0.3290, 1.0};
@@ -55,9 +60,11 @@ std::vector<unsigned char> fnMakeSwapped() {
     cmsFreeToneCurve(curve);
     return bytes;
 }
+#endif
 
 } // namespace
 
+#ifdef DARKROOM_LCMS
 TEST_F(DarkroomEveryday, APictureIsShownThroughItsProfileWhichIsKept) {
     CqImage image;
     image.fnAlloc(100, 80, 24, nullptr, 0);
@@ -87,6 +94,7 @@ TEST_F(DarkroomEveryday, APictureIsShownThroughItsProfileWhichIsKept) {
     const QColor seen = fnSeen(30.5, 20.5);
     EXPECT_EQ(QColor(pixel.m_Red, pixel.m_Green, pixel.m_Blue), seen) << "without one it is sRGB";
 }
+#endif
 
 TEST_F(DarkroomEveryday, ASelectionIsCopiedCutAndPastedAsNewAndInto) {
     fnOpenAt(120, 90);
@@ -113,6 +121,106 @@ TEST_F(DarkroomEveryday, ASelectionIsCopiedCutAndPastedAsNewAndInto) {
     EXPECT_TRUE(fnDocument().fnGetPath().empty());
     EXPECT_EQ(fnDocument().fnGetImage().fnGetPixelColor(0, 0).m_Red, first.m_Red);
 }
+
+TEST_F(DarkroomEveryday, AShapeIsPastedAsAShapeWhereItCameFromOrInSight) {
+    fnOpenAt(3000, 2000);
+    fnView().fnCenterOn({400, 300});
+    const std::vector<CqPoint2D> corners = {{200, 220}, {300, 280}};
+    ASSERT_TRUE(fnDocument()
+                    .fnSelectShape(darkroom::ShapeKind::ELLIPSE, corners,
+                                   darkroom::Document::Combine::REPLACE, nullptr)
+                    .fnIsDone());
+    fnDo("copy");
+    fnDo("selectNone");
+    ASSERT_TRUE(
+        fnDocument().fnApply(darkroom::fnGetFillOperation(), {0x00FF00}, nullptr).fnIsDone());
+    const auto paste = [&](const CPoint& expected) {
+        fnDo("paste", [&](QDialog& dialog) {
+            EXPECT_EQ(dialog.findChild<QComboBox*>("rule")->currentText(), "By its alpha");
+            EXPECT_EQ(dialog.findChild<QSpinBox*>("x")->value(), expected.x);
+            EXPECT_EQ(dialog.findChild<QSpinBox*>("y")->value(), expected.y);
+            fnAccept(dialog);
+        });
+    };
+    const auto isGreen = [&](int x, int y) {
+        const CqColor color = fnDocument().fnGetImage().fnGetPixelColor(x, y);
+        return color.m_Red == 0 && color.m_Green == 255 && color.m_Blue == 0;
+    };
+    paste(CPoint(200, 220));
+    EXPECT_TRUE(isGreen(202, 222)) << "a corner isn't part of the shape";
+    EXPECT_FALSE(isGreen(250, 250));
+    fnView().fnCenterOn({2000, 1500});
+    QCoreApplication::processEvents();
+    const CRect seen = fnView().fnGetVisible();
+    const CPoint middle((seen.left + seen.right - 100) / 2, (seen.top + seen.bottom - 60) / 2);
+    paste(middle);
+    EXPECT_TRUE(isGreen(middle.x + 2, middle.y + 2));
+    EXPECT_FALSE(isGreen(middle.x + 50, middle.y + 30));
+    // A clip that is larger than what is seen stays inside the picture, and a rectangle is one.
+    QImage other(2950, 1990, QImage::Format_RGB32);
+    other.fill(Qt::red);
+    QGuiApplication::clipboard()->setImage(other);
+    fnView().fnCenterOn({3000, 2000});
+    fnDo("paste", [&](QDialog& dialog) {
+        EXPECT_EQ(dialog.findChild<QComboBox*>("rule")->currentText(), "All of it");
+        EXPECT_EQ(dialog.findChild<QSpinBox*>("x")->value(), 50);
+        EXPECT_EQ(dialog.findChild<QSpinBox*>("y")->value(), 10);
+        dialog.reject();
+    });
+}
+
+TEST_F(DarkroomEveryday, AVeryLargeCopyStaysInTheProgram) {
+    ASSERT_TRUE(fnDocument().fnNew(4200, 4000, CqColor(9, 8, 7, 255), nullptr).fnIsDone());
+    fnDocument().SetModifiedFlag(false);
+    QCoreApplication::processEvents();
+    fnDo("copy");
+    EXPECT_TRUE(QGuiApplication::clipboard()->image().isNull()) << "16.8 million pixels";
+    fnDo("pasteNew");
+    EXPECT_EQ(fnDocument().fnGetImage().Width, 4200u);
+    EXPECT_EQ(fnDocument().fnGetImage().fnGetPixelColor(4000, 3999).m_Red, 9);
+    EXPECT_TRUE(m_pWindow->isWindowModified());
+}
+
+#ifdef DARKROOM_LCMS
+TEST_F(DarkroomEveryday, ACopyKeepsTheProfileOfItsColours) {
+    const std::vector<unsigned char> profile = fnMakeSwapped();
+    darkroom::FileFacts facts;
+    facts.m_Metadata.m_Profile = profile;
+    fnOpenAt(60, 40);
+    fnDocument().fnSetFileFacts(facts);
+    fnDo("copy");
+    const QImage shared = QGuiApplication::clipboard()->image();
+    EXPECT_TRUE(shared.colorSpace().isValid()) << "other programs get it too";
+    EXPECT_NE(shared.colorSpace(), QColorSpace(QColorSpace::SRgb));
+    fnDo("pasteNew");
+    EXPECT_EQ(fnDocument().fnGetMetadata().m_Profile, profile);
+    fnDocument().SetModifiedFlag(false);
+    QImage other(30, 20, QImage::Format_RGB32);
+    other.fill(Qt::red);
+    other.setColorSpace(shared.colorSpace());
+    QGuiApplication::clipboard()->setImage(other);
+    fnDo("pasteNew");
+    const std::vector<unsigned char> taken = fnDocument().fnGetMetadata().m_Profile;
+    EXPECT_FALSE(taken.empty()) << "from them too";
+    // A profile of grey would lie about the colours that a shape is converted to.
+    CqImage grey;
+    fnFillNoise(grey, 60, 40, 8, 1, q32GreyRamp);
+    const QByteArray file = QFile::encodeName(fnPath("grey.png"));
+    ASSERT_TRUE(q32WritePicture(file.constData(), grey, PICTURE_PNG).fnIsDone());
+    fnDocument().SetModifiedFlag(false);
+    ASSERT_TRUE(m_pWindow->fnOpen(fnPath("grey.png")));
+    fnDocument().fnSetFileFacts(facts);
+    const std::vector<CqPoint2D> corners = {{10, 10}, {30, 30}};
+    ASSERT_TRUE(fnDocument()
+                    .fnSelectShape(darkroom::ShapeKind::ELLIPSE, corners,
+                                   darkroom::Document::Combine::REPLACE, nullptr)
+                    .fnIsDone());
+    fnDo("copy");
+    fnDo("pasteNew");
+    EXPECT_EQ(fnDocument().fnGetImage().BitCount, 32u);
+    EXPECT_TRUE(fnDocument().fnGetMetadata().m_Profile.empty());
+}
+#endif
 
 TEST_F(DarkroomEveryday, APictureOfAnotherProgramIsPastedAndTextIsNot) {
     fnOpenAt(60, 40);
@@ -199,6 +307,61 @@ TEST_F(DarkroomEveryday, ADamagedFileIsShownAsFarAsItGoesThroughTheMenu) {
     });
     fnDo("save");
     EXPECT_TRUE(m_pWindow->isWindowModified());
+}
+
+TEST_F(DarkroomEveryday, OpenDamagedIsOfferedOnlyWhereItShowsSomething) {
+    const auto describe = [&](const QString& path) {
+        EXPECT_FALSE(m_pWindow->fnOpen(path));
+        const std::vector<std::string> boxes = fnTakeBoxes();
+        return boxes.size() == 1 ? QString::fromStdString(boxes[0]) : QString("no box");
+    };
+    const auto cut = [&](const char* name, qint64 keep) {
+        const QString path = fnMakePicture(name, 60, 400);
+        QFile file(path);
+        EXPECT_TRUE(file.resize(keep < 0 ? file.size() / 2 : keep));
+        return path;
+    };
+    EXPECT_TRUE(describe(cut("half.png", -1)).contains("Open Damaged"));
+    EXPECT_TRUE(describe(cut("half.jpg", -1)).contains("Open Damaged"));
+    for (const QString& path : {cut("half.tif", -1), cut("half.bmp", -1), cut("head.png", 20)}) {
+        const QString text = describe(path);
+        EXPECT_TRUE(text.contains("damaged")) << text.toStdString();
+        EXPECT_FALSE(text.contains("Open Damaged")) << text.toStdString();
+    }
+}
+
+TEST_F(DarkroomEveryday, AWriteProtectedFileIsNamedAsTheCause) {
+    const QString path = fnMakePicture("fixed.png", 60, 40);
+    ASSERT_TRUE(QFile::setPermissions(path, QFile::ReadOwner));
+    darkroom::Outcome outcome;
+    outcome.m_nMsgId = MESSAGE_CANNOT_SAVE;
+    outcome.m_strPath = QFile::encodeName(path).constData();
+    const QString text = darkroom::fnDescribeFailure(outcome, 100);
+    EXPECT_TRUE(text.contains("fixed.png") && text.contains("write-protected"))
+        << text.toStdString();
+}
+
+TEST_F(DarkroomEveryday, AFileThatAnotherProgramHasChangedIsNotReplacedUnasked) {
+    const QString path = fnMakePicture("shared.png", 60, 40);
+    ASSERT_TRUE(m_pWindow->fnOpen(path));
+    fnDo("left");
+    fnDo("save"); // asks nothing
+    EXPECT_FALSE(m_pWindow->isWindowModified());
+    fnDo("left");
+    fnMakePicture("shared.png", 90, 40);
+    fnInDialog([&](QDialog& dialog) {
+        auto* const box = qobject_cast<QMessageBox*>(&dialog);
+        ASSERT_TRUE(box);
+        EXPECT_TRUE(box->text().contains("another program")) << box->text().toStdString();
+        dialog.reject();
+    });
+    fnDo("save");
+    EXPECT_TRUE(m_pWindow->isWindowModified());
+    EXPECT_EQ(QImage(path).width(), 90);
+    ASSERT_TRUE(QFile::remove(path));
+    fnDo("save"); // nothing to lose there
+    EXPECT_FALSE(m_pWindow->isWindowModified());
+    EXPECT_EQ(QImage(path).width(), 60);
 }
 
 TEST_F(DarkroomEveryday, ALimitOfDecodersHasASentenceOfItsOwn) {

@@ -7,8 +7,12 @@
 #include <QAbstractButton>
 #include <QDialogButtonBox>
 #include <QFile>
+#include <QMap>
+#include <QMenu>
+#include <QMenuBar>
 #include <QScreen>
 #include <QScrollBar>
+#include <QSlider>
 #include <QSpinBox>
 #include <QStatusBar>
 #include <QTest>
@@ -96,6 +100,30 @@ TEST_F(DarkroomHabits, TheFirstValueOfEachDialogHasTheFocusAndIsSelected) {
             fnKeepPicture(dialog, QString("dialog-") + id);
             dialog.reject();
         });
+}
+
+TEST_F(DarkroomHabits, TheSliderOfGammaHasOneInItsMiddle) {
+    fnOpenAt(60, 40, 1);
+    fnDo("levels", [&](QDialog& dialog) {
+        QSpinBox& gamma = fnBox(dialog, "Gamma");
+        QSlider* slider = nullptr;
+        for (auto* const one : dialog.findChildren<QSlider*>())
+            if (one->accessibleName() == "Gamma")
+                slider = one;
+        ASSERT_TRUE(slider);
+        EXPECT_EQ(slider->value() * 2, slider->maximum());
+        slider->setValue(slider->maximum() * 3 / 4);
+        EXPECT_EQ(gamma.value(), 316) << "the root of ten";
+        slider->setValue(0);
+        EXPECT_EQ(gamma.value(), 10);
+        slider->setValue(slider->maximum());
+        EXPECT_EQ(gamma.value(), 1000);
+        for (int value = 10; value <= 1000; ++value) {
+            gamma.setValue(value);
+            ASSERT_EQ(gamma.value(), value) << "the slider doesn't round what is typed";
+        }
+        dialog.reject();
+    });
 }
 
 TEST_F(DarkroomHabits, ResizingInPercentSetsBothSides) {
@@ -292,6 +320,25 @@ TEST_F(DarkroomHabits, SavingNamesWhatThisFileWouldLose) {
     fnDo("left");
     fnDo("save"); // the new file has nothing more to lose
     EXPECT_FALSE(m_pWindow->isWindowModified());
+}
+
+TEST_F(DarkroomHabits, NoLetterNamesTwoEntriesOfAMenu) {
+    fnOpenAt(60, 40, 1);
+    const auto expect = [](const QString& menu, const QList<QAction*>& actions) {
+        QMap<QChar, QString> found;
+        for (const QAction* action : actions) {
+            const qsizetype at = action->text().indexOf('&');
+            if (at < 0)
+                continue;
+            QString& other = found[action->text().at(at + 1).toLower()];
+            EXPECT_TRUE(other.isEmpty()) << menu.toStdString() << ": " << other.toStdString()
+                                         << " and " << action->text().toStdString();
+            other = action->text();
+        }
+    };
+    expect("menu bar", m_pWindow->menuBar()->actions());
+    for (const QAction* menu : m_pWindow->menuBar()->actions())
+        expect(menu->text(), menu->menu()->actions());
 }
 
 TEST_F(DarkroomHabits, AFailureNamesTheFileAndTheCause) {

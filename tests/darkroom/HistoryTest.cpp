@@ -210,6 +210,88 @@ TEST_F(DarkroomHistory, WhatIsTooLargeEvenWithoutHistoryFailsAndLeavesThePicture
     EXPECT_TRUE(fnDraw(document, {{1, 1}, {9, 9}}).fnIsDone()) << "editing goes on";
 }
 
+TEST_F(DarkroomHistory, SelectionsMakeRoomBeforeStepsDo) {
+    Document document(9);
+    ASSERT_NO_FATAL_FAILURE(fnOpenNoise(document, 24, 300, 200));
+    const std::uint32_t picture = q32GetVMPolicy()->fnGetRamUsed();
+    q32GetVMPolicy()->fnEnableDisk(0, false);
+    q32GetVMPolicy()->fnSetRamLimit(4 * std::uint64_t{picture});
+    const auto select = [&](int inset) {
+        return fnSelect(document, CRect(inset, inset, 300 - inset, 200 - inset));
+    };
+    ASSERT_TRUE(fnBrighten(document).fnIsDone());
+    for (int i = 0; i < 12; ++i) // each takes a third of a picture
+        ASSERT_TRUE(select(i).fnIsDone()) << i;
+    const unsigned int dropped = document.fnTakeDropped();
+    EXPECT_GT(dropped, 0u);
+    EXPECT_TRUE(document.fnCanUndo()) << "steps of the picture come last";
+    unsigned int left = 0;
+    for (; document.fnCanUndoSelection(); ++left)
+        document.fnUndoSelection();
+    EXPECT_EQ(left, 12 - dropped) << "the newest stay";
+    EXPECT_TRUE(document.fnHasSelection()) << "the oldest, with nothing selected, is gone";
+    // Undone ones go next, the farthest first, and only then the step.
+    while (document.fnCanRedoSelection())
+        document.fnRedoSelection();
+    for (int i = 0; i < 2; ++i)
+        document.fnUndoSelection();
+    document.fnSelectNone();
+    EXPECT_FALSE(document.fnCanRedoSelection());
+    ASSERT_TRUE(fnBrighten(document).fnIsDone());
+    ASSERT_TRUE(fnBrighten(document).fnIsDone());
+    EXPECT_TRUE(document.fnCanUndo());
+}
+
+TEST_F(DarkroomHistory, UndoneSelectionsMakeRoomBeforeFormerOnesTheFarthestFirst) {
+    Document document(9);
+    ASSERT_NO_FATAL_FAILURE(fnOpenNoise(document, 24, 300, 200));
+    for (int i = 0; i < 6; ++i)
+        ASSERT_TRUE(fnSelect(document, CRect(i, i, 300 - i, 200 - i)).fnIsDone());
+    for (int i = 0; i < 3; ++i)
+        document.fnUndoSelection();
+    // Room for the copy, if two masks give way, of about 55,000 bytes each.
+    constexpr std::uint64_t kCopy = std::uint64_t{296} * 196 * 3;
+    q32GetVMPolicy()->fnEnableDisk(0, false);
+    q32GetVMPolicy()->fnSetRamLimit(q32GetVMPolicy()->fnGetRamUsed() + kCopy - 80'000);
+    CqImage copy;
+    ASSERT_TRUE(document.fnCopy(copy, nullptr).fnIsDone());
+    EXPECT_EQ(document.fnTakeDropped(), 2u);
+    document.fnRedoSelection();
+    EXPECT_EQ(document.fnGetSelection().m_rectBound, CRect(3, 3, 297, 197)) << "the next one";
+    EXPECT_FALSE(document.fnCanRedoSelection());
+    for (int i = 2; i >= 0; --i) {
+        document.fnUndoSelection();
+        EXPECT_EQ(document.fnGetSelection().m_rectBound, CRect(i, i, 300 - i, 200 - i));
+    }
+}
+
+TEST_F(DarkroomHistory, AnAbortedUndoOrRedoLeavesThePictureAndTheHistoryAsTheyWere) {
+    Document document(9);
+    ASSERT_NO_FATAL_FAILURE(fnOpenNoise(document, 24, 1280, 900));
+    const Bytes before = fnBytesOf(document.fnGetImage());
+    ASSERT_TRUE(fnSelect(document, CRect(0, 0, 1280, 600)).fnIsDone());
+    ASSERT_TRUE(fnBrighten(document).fnIsDone());
+    const Bytes after = fnBytesOf(document.fnGetImage());
+    const std::uint32_t state = document.fnGetState();
+    EXPECT_EQ(document.fnGetTravelBytes(true), 50u * 128 * 128 * 3);
+    for (const bool back : {true, false}) {
+        unsigned int at = 1;
+        for (;; ++at) {
+            AbortingProgress abort(at);
+            const Outcome outcome = back ? document.fnUndo(&abort) : document.fnRedo(&abort);
+            if (outcome.fnIsDone())
+                break;
+            ASSERT_TRUE(outcome.m_bAborted);
+            ASSERT_EQ(document.fnGetState(), back ? state : state - 1);
+            ASSERT_EQ(document.fnCanUndo(), back);
+            ASSERT_EQ(document.fnCanRedo(), !back);
+            ASSERT_TRUE(fnBytesOf(document.fnGetImage()) == (back ? after : before)) << at;
+        }
+        EXPECT_GE(at, 4u) << "looks at the keyboard now and then";
+        ASSERT_TRUE(fnBytesOf(document.fnGetImage()) == (back ? before : after));
+    }
+}
+
 TEST_F(DarkroomHistory, SelectionsAreUndoneAndRedoneUntilThePictureChanges) {
     Document document(9);
     ASSERT_NO_FATAL_FAILURE(fnOpenNoise(document, 24));

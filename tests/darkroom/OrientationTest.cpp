@@ -2,6 +2,7 @@
 #include "examples/darkroom/model/FileExtras.h"
 #include "examples/darkroom/model/Merge.h"
 #include "examples/darkroom/model/RotateUpright.h"
+#include "examples/darkroom/model/Thumbnail.h"
 #include "tests/darkroom/PictureTools.h"
 #include "tests/support/AttachedTest.h"
 
@@ -116,6 +117,68 @@ TEST_F(DarkroomOrientation, MetadataIsKeptThroughEditsAndWhatAFormatLacksIsKnown
     EXPECT_EQ(again.fnGetMetadata().m_Xmp, metadata.m_Xmp);
     ASSERT_TRUE(document.fnNew(5, 5, CqColor(), nullptr).fnIsDone());
     EXPECT_TRUE(document.fnGetMetadata().m_Profile.empty());
+}
+
+TEST_F(DarkroomOrientation, TheSmallPictureInExifGoesOnceThePictureIsAnotherOne) {
+    using namespace std::string_literals;
+    // A directory without entries, one of the small picture with its place and length, the picture.
+    const std::string kept = "MM\0*\0\0\0\x08\0\0"s;
+    const std::string small = "\0\0\0\x0E\0\x02"
+                              "\x02\x01\0\x04\0\0\0\x01\0\0\0\x2C"
+                              "\x02\x02\0\x04\0\0\0\x01\0\0\0\x05"
+                              "\0\0\0\0small"s;
+    const std::string rest = "rest";
+    const auto join = [](const std::string& text) {
+        return std::vector<unsigned char>(text.begin(), text.end());
+    };
+    const auto full = join(kept + small + rest);
+    const auto bare = join(kept + std::string(small.size(), '\0') + rest);
+    const char* const path = "C:\\small.jpg";
+    const auto write = [&](unsigned int orientation) {
+        CqImage image;
+        fnFillNoise(image, 60, 40, 24, 1);
+        CqPictureMetadata metadata;
+        metadata.m_Exif = full;
+        metadata.m_nOrientation = orientation;
+        return q32WritePicture(path, image, metadata, PICTURE_JPEG).fnIsDone();
+    };
+    const auto read = [&] {
+        CqImage image;
+        CqPictureMetadata metadata;
+        EXPECT_TRUE(q32ReadPicture(path, image, metadata).fnIsDone());
+        return metadata.m_Exif;
+    };
+    ASSERT_TRUE(write(1));
+    Document document(3);
+    ASSERT_TRUE(document.fnOpen(path, nullptr).fnIsDone());
+    ASSERT_TRUE(document.fnSave(path, nullptr).fnIsDone());
+    EXPECT_EQ(read(), full) << "unchanged";
+    ASSERT_TRUE(document.fnApply(*fnFindOperation("right"), {}, nullptr).fnIsDone());
+    ASSERT_TRUE(document.fnSave(path, nullptr).fnIsDone());
+    EXPECT_EQ(read(), bare);
+    document.fnUndo();
+    ASSERT_TRUE(document.fnSave(path, nullptr).fnIsDone());
+    EXPECT_EQ(read(), full) << "it shows that again";
+    document.fnMarkUnsaved();
+    ASSERT_TRUE(document.fnSave(path, nullptr).fnIsDone());
+    EXPECT_EQ(read(), bare) << "what was recovered may differ from it";
+    // Damaged blocks of any kind stay within their bytes.
+    std::mt19937 random(7);
+    for (int i = 0; i < 20000; ++i) {
+        std::vector<unsigned char> exif(full.begin(),
+                                        full.begin() + static_cast<long>(random() % full.size()));
+        for (int j = 0; j < 3 && !exif.empty(); ++j)
+            exif[random() % exif.size()] = static_cast<unsigned char>(random());
+        const std::size_t size = exif.size();
+        darkroom::fnRemoveThumbnail(exif);
+        ASSERT_EQ(exif.size(), size);
+    }
+    auto loop = full;
+    loop[13] = 8; // the directory refers to itself
+    auto unlinked = loop;
+    unlinked[13] = 0;
+    darkroom::fnRemoveThumbnail(loop);
+    EXPECT_EQ(loop, unlinked);
 }
 
 TEST_F(DarkroomOrientation, ADamagedFileIsOpenedOnlyOnRequestAndIsNotReplacedUnasked) {

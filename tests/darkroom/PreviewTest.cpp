@@ -123,6 +123,61 @@ TEST_F(DarkroomPreview, RightAnglesAndNearestNeighbourShowTheResultInItsPlace) {
     }
 }
 
+TEST_F(DarkroomPreview, AMovedPictureWithAlphaShowsTheBoardAndNoHiddenColours) {
+    ASSERT_TRUE(m_pWindow->fnOpen(fnMakeSlopes("alpha.png", 150, 101, 32)));
+    ASSERT_EQ(m_pWindow->fnGetDocument().fnGetImage().BitCount, 32u);
+    for (const double zoom : {1.0, 0.5, 3.0}) {
+        fnZoomTo(zoom);
+        for (const int angle : {90, 180, -90}) {
+            const Promise promise = fnPromise("rotate", [&](QDialog& dialog) {
+                fnSet(dialog, "Angle, clockwise", angle * darkroom::kDegree);
+            });
+            EXPECT_TRUE(promise.m_Shown == promise.m_Done) << angle << " at " << zoom;
+            fnDo("undo");
+        }
+        for (const bool smooth : {false, true}) {
+            const Promise promise = fnPromise("resize", [&](QDialog& dialog) {
+                fnSwitch(dialog, "proportions", false);
+                fnSet(dialog, "Width", 200);
+                fnSet(dialog, "Height", 90);
+                fnSwitch(dialog, "Interpolate", smooth);
+            });
+            const QRgb ground = promise.m_Shown.pixel(0, 0);
+            EXPECT_LT(fnDistance(promise.m_Shown, promise.m_Done, ground), smooth ? 4 : 1e-9)
+                << smooth << " at " << zoom;
+            fnDo("undo");
+        }
+    }
+}
+
+TEST_F(DarkroomPreview, ABlurTakesInWhatLiesBeyondTheEdgesOfTheView) {
+    CqImage image;
+    image.fnAlloc(3200, 900, 24, nullptr, 0);
+    const CRect left(0, 0, 1000, 900);
+    image.fnFill(CqColor(255, 255, 255, 255), nullptr, false);
+    image.fnFill(CqColor(0, 0, 0, 255), &left, false);
+    const QString path = fnPath("edge.png");
+    ASSERT_TRUE(
+        q32WritePicture(QFile::encodeName(path).constData(), image, PICTURE_PNG).fnIsDone());
+    ASSERT_TRUE(m_pWindow->fnOpen(path));
+    for (const double zoom : {1.0, 0.5}) {
+        fnZoomTo(zoom);
+        const CRect seen = fnView().fnGetVisible();
+        fnView().fnCenterOn({1000 + seen.Width() / 2.0, 450});
+        QCoreApplication::processEvents();
+        ASSERT_NEAR(fnView().fnGetVisible().left, 1000, 3);
+        const Promise promise =
+            fnPromise("blur", [](QDialog& dialog) { fnSet(dialog, "Radius", 200); });
+        const int middle = promise.m_Done.height() / 2;
+        for (const int x : {0, 3, 10, 40})
+            EXPECT_NEAR(qRed(promise.m_Shown.pixel(x, middle)),
+                        qRed(promise.m_Done.pixel(x, middle)), 6)
+                << x << " at " << zoom;
+        EXPECT_LT(qRed(promise.m_Done.pixel(0, middle)), 150);
+        fnDo("undo");
+    }
+}
+
 TEST_F(DarkroomPreview, OtherAnglesAndScalesShowTheResultInItsPlaceExceptForTheFilter) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakeSlopes("slopes.png", 160, 120)));
     // A picture displaced by a pixel differs by more than 1.

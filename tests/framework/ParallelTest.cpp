@@ -154,6 +154,40 @@ TEST_F(ParallelTest, AnAbortUndoesTheUnitsThatAreDoneBeyondIt) {
         }
 }
 
+TEST_F(ParallelTest, AnnouncedUnitsAreDoneUpToAnAbortAndNoFurther) {
+    for (const std::uint32_t concurrency : {1u, 4u})
+        for (const bool throws : {false, true})
+            for (std::uint32_t stop = 0; stop <= 50; ++stop) {
+                m_Work.fnSetConcurrency(concurrency);
+                std::vector<int> done(50);
+                std::vector<std::uint32_t> calls;
+                const auto run = [&] {
+                    return Parallel(50, 1.0).fnRunAnnounced(
+                        [&](std::uint32_t, std::uint32_t first, std::uint32_t end) {
+                            for (; first < end; ++first)
+                                ++done[first];
+                        },
+                        [&](std::uint32_t unit) {
+                            calls.push_back(unit);
+                            if (throws && unit == stop)
+                                throw 1;
+                            return unit == stop;
+                        });
+                };
+                if (throws && stop < 50)
+                    EXPECT_THROW(run(), int);
+                else
+                    EXPECT_EQ(run(), stop == 50);
+                const std::uint32_t units = std::min(stop + 1, 50u);
+                std::vector<int> expected(50);
+                std::fill_n(expected.begin(), units, 1);
+                EXPECT_EQ(done, expected);
+                std::vector<std::uint32_t> all(units);
+                std::iota(all.begin(), all.end(), 0u);
+                EXPECT_EQ(calls, all);
+            }
+}
+
 TEST_F(ParallelTest, TheFirstFailureIsThrownWhateverTheOrder) {
     for (const CQ_WORK_ORDER order :
          {CQ_WORK_ORDER::FORWARD, CQ_WORK_ORDER::REVERSED, CQ_WORK_ORDER::SCRAMBLED}) {

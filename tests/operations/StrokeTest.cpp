@@ -4,6 +4,7 @@
 #include "tests/operations/PlainImage.h"
 #include "tests/operations/StepDisplay.h"
 #include "tests/support/AttachedTest.h"
+#include "tests/support/Sanitizers.h"
 
 #include <algorithm>
 #include <cmath>

@@ -39,7 +39,7 @@ public:
     Rollback(CqImage& image, Step& step) : m_Image(image), m_pStep(&step) {}
     ~Rollback() {
         if (m_pStep)
-            m_pStep->fnExchange(m_Image);
+            m_pStep->fnExchange(m_Image, nullptr);
     }
     Rollback(const Rollback&) = delete;
     Rollback& operator=(const Rollback&) = delete;
@@ -71,8 +71,9 @@ void Document::fnNotify() const {
 void Document::fnReset(std::string path, bool reduced) {
     m_Undo.fnRemoveAll();
     m_strPath = std::move(path);
+    m_strFormerPath.clear();
     m_bReduced = reduced;
-    m_nSavedState = m_nState = ++m_nLastState;
+    m_nOpenedState = m_nSavedState = m_nState = ++m_nLastState;
     m_bModified = false;
     m_Touched.reset();
     fnDropSelection();
@@ -100,8 +101,15 @@ Outcome Document::fnErase(CqProgressDisplay* progress) {
 
 bool Document::fnDropStep() {
     const std::uint64_t bytes = fnCountBytes(m_Image.Width, m_Image.Height, m_Image.BitCount);
-    const bool dropped =
-        q32::fnTryMemory([&] { return fnIsRoomShort(bytes); }) && m_Undo.fnDropFarthest();
+    const auto dropFirst = [](Selections& masks) {
+        if (masks.empty())
+            return false;
+        masks.erase(masks.begin());
+        return true;
+    };
+    const bool dropped = q32::fnTryMemory([&] { return fnIsRoomShort(bytes); }) &&
+                         (m_Undo.fnDropLastRedo() || dropFirst(m_Later) || dropFirst(m_Former) ||
+                          m_Undo.fnDropOldestUndo());
     m_nDropped += dropped ? 1 : 0;
     return dropped;
 }
@@ -255,26 +263,31 @@ Outcome Document::fnDraw(std::span<const CqPoint2D> points, const Pen& pen,
     });
 }
 
-void Document::fnTravel(bool back) {
+std::uint64_t Document::fnGetTravelBytes(bool back) const {
+    return (back ? fnCanUndo() : fnCanRedo()) ? fnPeek(back).fnGetExchanged() : 0;
+}
+
+Outcome Document::fnTravel(bool back, CqProgressDisplay* progress) {
     if (back ? !fnCanUndo() : !fnCanRedo())
-        return;
-    const Outcome outcome = fnGuard([&] {
+        return fnStop();
+    Outcome outcome = fnGuard([&] {
         auto fresh = std::make_unique<Step>();
+        // The last that may fail, so that an abort leaves picture and history as they were.
+        if (!fnPeek(back).fnExchange(m_Image, progress))
+            return fnStop();
         Step& opposite = *fresh;
         unsigned long state = 0;
         CObject* const taken = back ? m_Undo.fnUndo(fresh.release(), m_nState, &state)
                                     : m_Undo.fnRedo(fresh.release(), m_nState, &state);
         const std::unique_ptr<Step> step(static_cast<Step*>(taken));
-        step->fnExchange(m_Image);
         const std::uint32_t left = std::exchange(m_nState, static_cast<std::uint32_t>(state));
         m_bModified = m_nState != m_nSavedState;
         fnNoteStep(*step, left);
         opposite.fnTake(*step);
         return Outcome();
     });
-    if (!outcome.fnIsDone())
-        q32ShowMsg(MESSAGE_NO_MEMORY, nullptr, nullptr, nullptr, 0);
     fnNotify();
+    return outcome;
 }
 
 bool Document::fnSetLevels(unsigned int levels) {

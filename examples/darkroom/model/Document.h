@@ -10,6 +10,7 @@
 #include "q32Base/framework/CDocument.h"
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/CqMask.h"
+#include "q32Base/operations/Histogram.h"
 
 #include <cstdint>
 #include <functional>
@@ -24,13 +25,22 @@ class CqProgressDisplay;
 
 namespace darkroom {
 
+/// What is known about a picture's file besides the pixels.
+struct FileFacts {
+    CqPictureMetadata m_Metadata;
+    std::uint32_t m_nExtras = 0; ///< a set of FileExtra
+    bool m_bReduced = false;     ///< it holds more than the picture and the metadata
+    bool m_bPartial = false;     ///< only a part of it could be read
+};
+
 /// A picture with its path, history and selection. Knows nothing about windows. Every edit either
 /// succeeds and can be undone, or leaves the picture unchanged: aborted or out of memory. Nothing
 /// throws except the constructor and edits of the caller that fail for a reason other than memory.
 ///
 /// A step of the history holds the tiles that its change touches, or the complete picture. Pixels
 /// are allocated as the memory policy decides, so a history may be larger than memory. When memory
-/// and scratch disks are full, the steps farthest from the present state are dropped to make room.
+/// and scratch disks are full, these are dropped to make room, in this order: steps that can be
+/// redone, the last one first; undone selections; the oldest former selections; the oldest steps.
 class Document : public CDocument {
 public:
     /// @param levels   number of steps that can be undone
@@ -42,6 +52,8 @@ public:
     const CqImage& fnGetImage() const { return m_Image; }
     /// Empty for a picture that has never been saved.
     const std::string& fnGetPath() const { return m_strPath; }
+    /// Where a recovered picture was before, if that is known; empty for any other.
+    const std::string& fnGetFormerPath() const { return m_strFormerPath; }
 
     /// The file at that path holds more than the picture read from it, so saving to this path would
     /// lose something.
@@ -50,8 +62,9 @@ public:
     std::uint32_t fnGetExtras() const { return m_bReduced ? m_nExtras : 0; }
     /// What the picture's file said about it. Saving keeps it, as far as the format can.
     const CqPictureMetadata& fnGetMetadata() const { return m_Metadata; }
-    /// Sets it to that of another file, for a picture that lies upright.
-    void fnSetMetadata(CqPictureMetadata metadata) noexcept;
+    FileFacts fnGetFileFacts() const;
+    /// Sets them to those of another file, for a picture that lies upright.
+    void fnSetFileFacts(FileFacts facts) noexcept;
     /// Only a part of the picture's file could be read.
     bool fnIsPartial() const { return m_bPartial; }
     /// A number that changes with the picture's pixels, size or depth; returning to an earlier
@@ -130,6 +143,11 @@ public:
     /// selection if there is one.
     Outcome fnDraw(std::span<const CqPoint2D> points, const Pen& pen, CqProgressDisplay* progress);
 
+    /// Counts how often each value occurs in the selection, or in all of the picture.
+    Outcome fnCountHistogram(CqProgressDisplay* progress);
+    /// What was counted last, if neither picture nor selection have changed since; null otherwise.
+    const CqHistogram* fnGetHistogram() const;
+
     // History.
 
     bool fnCanUndo() const { return m_Undo.fnCanUndo(); }
@@ -137,8 +155,12 @@ public:
     /// Name of the change that would be undone or redone; there must be one.
     const std::string& fnGetUndoName() const { return fnPeek(true).fnGetName(); }
     const std::string& fnGetRedoName() const { return fnPeek(false).fnGetName(); }
-    void fnUndo() { fnTravel(true); }
-    void fnRedo() { fnTravel(false); }
+    /// Aborted when there is nothing to undo or redo, or by the user: everything is as before.
+    /// `progress` may be null.
+    Outcome fnUndo(CqProgressDisplay* progress = nullptr) { return fnTravel(true, progress); }
+    Outcome fnRedo(CqProgressDisplay* progress = nullptr) { return fnTravel(false, progress); }
+    /// Bytes of pixels that undoing or redoing would copy.
+    std::uint64_t fnGetTravelBytes(bool back) const;
     /// The names of all steps, from the oldest, and how many of them have been done.
     std::vector<std::string> fnListSteps() const { return m_Undo.fnListNames(); }
     unsigned int fnCountDone() const { return m_Undo.fnCountDone(); }
@@ -148,7 +170,7 @@ public:
     /// Reducing the number keeps the newest steps. False, after the library's message, when memory
     /// is exhausted.
     bool fnSetLevels(unsigned int levels);
-    /// Number of steps dropped to make room since the last call.
+    /// Number of steps dropped to make room since the last call, selections included.
     unsigned int fnTakeDropped() { return std::exchange(m_nDropped, 0); }
     /// The rectangles in which the present state differs from another one; none when that isn't
     /// known: any pixel may differ, or the size and depth. May throw std::bad_alloc.
@@ -200,7 +222,8 @@ public:
     // CDocument.
     /// Makes the picture one that has never been saved: nothing of the history is the state of a
     /// file.
-    void fnMarkUnsaved();
+    /// @param former  where it is known to have been before
+    void fnMarkUnsaved(std::string former = {});
     int IsModified() override { return m_bModified ? 1 : 0; }
     void SetModifiedFlag(bool modified) override;
 
@@ -214,14 +237,12 @@ private:
     };
     using Selections = std::vector<std::unique_ptr<CqMask>>; ///< null: nothing selected
 
-    const Step& fnPeek(bool undo) const {
-        return *static_cast<const Step*>(m_Undo.fnPeekLastBuf(undo));
-    }
-    void fnTravel(bool back);
+    Step& fnPeek(bool undo) const { return *static_cast<Step*>(m_Undo.fnPeekLastBuf(undo)); }
+    Outcome fnTravel(bool back, CqProgressDisplay* progress);
     void fnReset(std::string path, bool reduced);
     void fnTakePixels(CqImage& fresh) noexcept;
     void fnNotify() const;
-    /// Drops the step farthest from the present state if space is short. False otherwise.
+    /// Drops one step or selection of the history if space is short. False otherwise.
     bool fnDropStep();
     Outcome fnDo(const Change& change, const Edit& edit, CqProgressDisplay* progress);
     Outcome fnTry(const Change& change, const Edit& edit, CqProgressDisplay* progress);
@@ -252,6 +273,7 @@ private:
     Selections m_Later;                  ///< undone ones, next last
     std::uint32_t m_nSelectionSerial = 0;
     std::string m_strPath;
+    std::string m_strFormerPath;
     bool m_bReduced = false;
     std::uint32_t m_nExtras = 0;
     CqPictureMetadata m_Metadata;
@@ -263,6 +285,7 @@ private:
     std::uint32_t m_nState = 0;
     std::uint32_t m_nLastState = 0;
     std::uint32_t m_nSavedState = 0;
+    std::uint32_t m_nOpenedState = 0;
     /// What the last change touched.
     struct Touched {
         std::uint32_t m_nBefore = 0;
@@ -270,6 +293,12 @@ private:
         Tiles m_Tiles;
     };
     std::optional<Touched> m_Touched;
+    struct Counted {
+        CqHistogram m_Histogram;
+        std::uint32_t m_nState;
+        std::uint32_t m_nSelectionSerial;
+    };
+    std::unique_ptr<Counted> m_Counted;
     unsigned int m_nDropped = 0;
     std::function<void()> m_Changed;
     History m_Undo; ///< last, so that it is destroyed first: it may access this document

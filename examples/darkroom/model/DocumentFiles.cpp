@@ -2,8 +2,10 @@
 #include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Document.h"
 #include "examples/darkroom/model/FileExtras.h"
+#include "examples/darkroom/model/MemoryShare.h"
 #include "examples/darkroom/model/Progress.h"
 #include "examples/darkroom/model/RotateUpright.h"
+#include "examples/darkroom/model/Thumbnail.h"
 
 #include <utility>
 
@@ -54,6 +56,7 @@ Outcome Document::fnOpen(const std::string& path, CqProgressDisplay* progress, b
         CqImage fresh;
         CqPictureMetadata metadata;
         CqPictureLimits limits;
+        limits.m_nCodecBytes = fnLimitCodec(fnGetMachineMemory(), limits.m_nCodecBytes);
         limits.m_bPartial = partial;
         limits.m_bDither = true;
         SpanProgress reading(progress, 0, kPictureRead);
@@ -64,7 +67,8 @@ Outcome Document::fnOpen(const std::string& path, CqProgressDisplay* progress, b
             return outcome;
         if (!fnRotateUpright(fresh, metadata.m_nOrientation, &rotating))
             return fnStop();
-        metadata.m_nOrientation = 1;
+        if (std::exchange(metadata.m_nOrientation, 1u) > 1)
+            fnRemoveThumbnail(metadata.m_Exif); // it still lies on its side
         m_nExtras = fnFindMissing(outcome);
         m_bPartial = outcome.m_bPartial;
         m_Image.Title = fresh.Title; // the last step that may fail
@@ -92,7 +96,10 @@ Outcome Document::fnSave(const std::string& path, CqProgressDisplay* progress,
         std::string newPath = path;
         const std::uint32_t lost = fnFindLostMetadata(path.c_str());
         PictureProgress pictureProgress(progress);
-        Outcome outcome = q32WritePicture(path.c_str(), m_Image, m_Metadata, format->m_eFormat,
+        CqPictureMetadata metadata = m_Metadata;
+        if (m_nState != m_nOpenedState)
+            fnRemoveThumbnail(metadata.m_Exif);
+        Outcome outcome = q32WritePicture(path.c_str(), m_Image, metadata, format->m_eFormat,
                                           options, &pictureProgress);
         if (outcome.fnIsDone() && fnKeepsAll(path.c_str())) {
             m_nLostBefore = m_strPath == newPath ? m_nLostBefore | lost : lost;
@@ -135,14 +142,22 @@ Outcome Document::fnNew(unsigned int width, unsigned int height, const CqColor& 
     });
 }
 
-void Document::fnSetMetadata(CqPictureMetadata metadata) noexcept {
-    m_Metadata = std::move(metadata);
+FileFacts Document::fnGetFileFacts() const {
+    return {m_Metadata, m_nExtras, m_bReduced, m_bPartial};
+}
+
+void Document::fnSetFileFacts(FileFacts facts) noexcept {
+    m_Metadata = std::move(facts.m_Metadata);
     m_Metadata.m_nOrientation = 1;
+    m_nExtras = facts.m_nExtras;
+    m_bReduced = facts.m_bReduced;
+    m_bPartial = facts.m_bPartial;
     fnNotify();
 }
 
-void Document::fnMarkUnsaved() {
-    m_nSavedState = 0; // states count from 1
+void Document::fnMarkUnsaved(std::string former) {
+    m_strFormerPath = std::move(former);
+    m_nSavedState = m_nOpenedState = 0; // states count from 1
     m_bModified = true;
     m_strPath.clear();
     fnNotify();

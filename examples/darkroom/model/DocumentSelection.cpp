@@ -122,6 +122,28 @@ Outcome Document::fnPlaceSelection(const CRect& place, CqProgressDisplay* progre
         progress);
 }
 
+Outcome Document::fnCountHistogram(CqProgressDisplay* progress) {
+    if (!fnHasImage())
+        return fnStop();
+    return fnGuard([&] {
+        auto counted = std::make_unique<Counted>();
+        counted->m_nState = m_nState;
+        counted->m_nSelectionSerial = m_nSelectionSerial;
+        const CqMask* const mask = fnHasSelection() ? m_Selection.get() : nullptr;
+        if (!q32CountHistogram(m_Image, nullptr, mask, counted->m_Histogram, progress))
+            return fnStop();
+        m_Counted = std::move(counted);
+        return Outcome();
+    });
+}
+
+const CqHistogram* Document::fnGetHistogram() const {
+    return m_Counted && m_Counted->m_nState == m_nState &&
+                   m_Counted->m_nSelectionSerial == m_nSelectionSerial
+               ? &m_Counted->m_Histogram
+               : nullptr;
+}
+
 void Document::fnSelectNone() {
     if (fnHasSelection() && q32::fnTryMemory([&] { m_Former.reserve(kMaxFormer + 1); }))
         fnKeepFormer();

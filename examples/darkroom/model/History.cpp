@@ -22,6 +22,13 @@ void fnKeepNewest(std::uint32_t levels, CObArray& bufs, CDWordArray& data, std::
     count = levels;
 }
 
+bool fnDropFirst(CObArray& bufs, CDWordArray& data, std::uint32_t& count) {
+    if (count == 0)
+        return false;
+    fnKeepNewest(count - 1, bufs, data, count);
+    return true;
+}
+
 } // namespace
 
 bool History::fnSetLevels(unsigned int levels) {
@@ -46,14 +53,12 @@ std::vector<std::string> History::fnListNames() const {
     return names;
 }
 
-bool History::fnDropFarthest() {
-    if (m_nRedoCount > 0)
-        fnKeepNewest(m_nRedoCount - 1, m_RedoBufs, m_RedoData, m_nRedoCount);
-    else if (m_nUndoCount > 0)
-        fnKeepNewest(m_nUndoCount - 1, m_UndoBufs, m_UndoData, m_nUndoCount);
-    else
-        return false;
-    return true;
+bool History::fnDropLastRedo() {
+    return fnDropFirst(m_RedoBufs, m_RedoData, m_nRedoCount);
+}
+
+bool History::fnDropOldestUndo() {
+    return fnDropFirst(m_UndoBufs, m_UndoData, m_nUndoCount);
 }
 
 } // namespace darkroom

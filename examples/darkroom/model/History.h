@@ -21,9 +21,10 @@ public:
     bool fnSetLevels(unsigned int levels);
     /// Deletes what could be redone: after a new change it would lead to another picture.
     void fnForgetRedo();
-    /// Deletes the step that is the farthest from the present state: the last one to redo, else the
-    /// oldest to undo. False when there is none.
-    bool fnDropFarthest();
+    /// Deletes the last of the steps to redo, or the oldest of those to undo. False when there is
+    /// none.
+    bool fnDropLastRedo();
+    bool fnDropOldestUndo();
     /// The names of the steps, from the oldest to undo to the last one to redo. May throw
     /// std::bad_alloc.
     std::vector<std::string> fnListNames() const;

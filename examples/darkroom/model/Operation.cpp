@@ -14,6 +14,7 @@
 #include <cstring>
 #include <iterator>
 #include <limits>
+#include <utility>
 
 namespace darkroom {
 
@@ -47,7 +48,7 @@ constexpr Parameter kHue[] = {fnNumber("Hue", -180, 180, 0, "°"),
 constexpr Parameter kThreshold[] = {fnNumber("Level", 0, 255, 128, "")};
 constexpr Parameter kAmount[] = {fnNumber("Amount", 0, 100, 50, " %")};
 constexpr Parameter kLevels[] = {fnNumber("Black", 0, 254, 0, ""),
-                                 {"Gamma", ParameterKind::NUMBER, 10, 1000, 100, "", 100},
+                                 {"Gamma", ParameterKind::NUMBER, 10, 1000, 100, "", 100, true},
                                  fnNumber("White", 1, 255, 255, ""),
                                  fnNumber("Black becomes", 0, 255, 0, ""),
                                  fnNumber("White becomes", 0, 255, 255, "")};
@@ -81,6 +82,8 @@ void fnRotate(CqImage& image, int clockwise, unsigned int background, bool smoot
     const int rotated = angle % (90 * kDegree) == 0 ? angle : kFull - angle;
     image.fnRotate(static_cast<double>(rotated) / kDegree,
                    CqColor(static_cast<unsigned long>(background)), nullptr, smooth, progress);
+    if (angle % (180 * kDegree) == 90 * kDegree)
+        std::swap(image.DpiX, image.DpiY);
 }
 
 /// Whether the first values all equal the one that changes nothing.

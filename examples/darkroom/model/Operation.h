@@ -30,6 +30,7 @@ struct Parameter {
     int m_nStart;
     const char* m_pszUnit; ///< shown behind the number; may be empty
     int m_nScale = 1;      ///< values are this many times what is shown: 100 gives two decimals
+    bool m_bRatio = false; ///< a factor: its slider moves by equal ratios, so 1 is in the middle
 };
 
 using Values = std::vector<int>;

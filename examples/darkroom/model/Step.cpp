@@ -3,6 +3,7 @@
 #include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/PixelBlend.h"
 #include "examples/darkroom/model/Progress.h"
+#include "q32Base/framework/Memory.h"
 
 #include <algorithm>
 #include <cstring>
@@ -14,6 +15,13 @@ namespace {
 
 /// Height of a tile in an image that has several above each other.
 constexpr unsigned int kTileHeight = 128;
+
+/// Exchanges pixels and resolutions.
+void fnSwapPictures(CqImage& a, CqImage& b) noexcept {
+    a.fnSwapBuf(b);
+    std::swap(a.DpiX, b.DpiX);
+    std::swap(a.DpiY, b.DpiY);
+}
 
 unsigned int fnGetWeight(CqMask& selection, LONG x, LONG y) {
     const CRect& bound = selection.m_rectBound;
@@ -52,11 +60,10 @@ bool Step::fnSaveTiles(CqImage& image, CqProgressDisplay* progress) {
 }
 
 template <typename Work>
-void Step::fnForTiles(CqImage& image, Work&& work) {
-    const std::size_t count = m_bWhole ? image.TileCount : m_Tiles.size();
+void Step::fnForTiles(CqImage& image, std::size_t first, std::size_t end, Work&& work) {
     CqImageTile here;
     CqImageTile saved;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = first; i < end; ++i) {
         const auto index = static_cast<unsigned int>(i);
         image.fnAccessTile(m_bWhole ? index : m_Tiles[i], &here);
         m_Image.fnAccessTile(index, &saved);
@@ -64,39 +71,64 @@ void Step::fnForTiles(CqImage& image, Work&& work) {
     }
 }
 
-void Step::fnExchange(CqImage& image) noexcept {
-    if (m_bWhole)
-        return image.fnSwapBuf(m_Image);
-    fnForTiles(image, [](const CqImageTile& here, const CqImageTile& saved) {
+void Step::fnSwapTiles(CqImage& image, std::size_t first, std::size_t end) noexcept {
+    fnForTiles(image, first, end, [](const CqImageTile& here, const CqImageTile& saved) {
         std::swap_ranges(here.Pixels, here.Pixels + here.Size, saved.Pixels);
     });
 }
 
-void Step::fnRestoreUnselected(CqImage& image, CqMask& selection) {
-    fnForTiles(image, [&](const CqImageTile& here, const CqImageTile& saved) {
-        const std::size_t pixel = here.BytesPerPixel;
-        unsigned char* const end = here.Pixels + here.Size;
-        for (unsigned char* at = here.Pixels; at != end;) {
-            // Only what differs needs to be looked up in the mask.
-            at = std::mismatch(at, end, saved.Pixels + (at - here.Pixels)).first;
-            if (at == end)
-                break;
-            const auto index =
-                static_cast<LONG>(static_cast<std::size_t>(at - here.Pixels) / pixel);
-            const std::size_t offset = static_cast<std::size_t>(index) * pixel;
-            fnMixBack(here.Pixels + offset, saved.Pixels + offset, pixel,
-                      fnGetWeight(selection, here.Left + index % here.Width,
-                                  here.Top + index / here.Width));
-            at = here.Pixels + offset + pixel;
+bool Step::fnExchange(CqImage& image, CqProgressDisplay* progress) noexcept {
+    if (m_bWhole) {
+        fnSwapPictures(image, m_Image);
+        return true;
+    }
+    constexpr std::size_t kBatch = 16; // tiles between two looks at the keyboard
+    const std::size_t count = m_Tiles.size();
+    for (std::size_t first = 0; first < count; first += kBatch) {
+        bool goesOn = true;
+        q32::fnTryMemory([&] {
+            goesOn = fnGoOn(progress, static_cast<std::int64_t>(first),
+                            static_cast<std::int64_t>(count));
+        });
+        if (!goesOn) {
+            fnSwapTiles(image, 0, first);
+            return false;
         }
-    });
+        fnSwapTiles(image, first, std::min(first + kBatch, count));
+    }
+    return true;
+}
+
+std::uint64_t Step::fnGetExchanged() const {
+    return m_bWhole ? 0 : fnCountBytes(m_Image.Width, m_Image.Height, m_Image.BitCount);
+}
+
+void Step::fnRestoreUnselected(CqImage& image, CqMask& selection) {
+    fnForTiles(image, 0, fnCountTiles(image),
+               [&](const CqImageTile& here, const CqImageTile& saved) {
+                   const std::size_t pixel = here.BytesPerPixel;
+                   unsigned char* const end = here.Pixels + here.Size;
+                   for (unsigned char* at = here.Pixels; at != end;) {
+                       // Only what differs needs to be looked up in the mask.
+                       at = std::mismatch(at, end, saved.Pixels + (at - here.Pixels)).first;
+                       if (at == end)
+                           break;
+                       const auto index =
+                           static_cast<LONG>(static_cast<std::size_t>(at - here.Pixels) / pixel);
+                       const std::size_t offset = static_cast<std::size_t>(index) * pixel;
+                       fnMixBack(here.Pixels + offset, saved.Pixels + offset, pixel,
+                                 fnGetWeight(selection, here.Left + index % here.Width,
+                                             here.Top + index / here.Width));
+                       at = here.Pixels + offset + pixel;
+                   }
+               });
 }
 
 void Step::fnTake(Step& other) noexcept {
     m_strName = std::move(other.m_strName);
     m_bMoves = other.m_bMoves;
     m_bWhole = other.m_bWhole;
-    m_Image.fnSwapBuf(other.m_Image);
+    fnSwapPictures(m_Image, other.m_Image);
     m_Tiles = std::move(other.m_Tiles);
 }
 

@@ -6,6 +6,8 @@
 #include "q32Base/image/CqImage.h"
 #include "q32Base/image/CqMask.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
@@ -31,7 +33,11 @@ public:
     bool fnSave(CqImage& image, std::optional<Tiles> tiles, CqProgressDisplay* progress);
     /// Exchanges the saved pixels with the picture's. Copies saved tiles, but not a complete
     /// picture.
-    void fnExchange(CqImage& image) noexcept;
+    /// @param progress  may be null
+    /// @return false when the user aborted it; nothing is exchanged then
+    bool fnExchange(CqImage& image, CqProgressDisplay* progress) noexcept;
+    /// Bytes that an exchange copies.
+    std::uint64_t fnGetExchanged() const;
     /// Restores the saved pixels as far as a selection leaves them, at depths of whole bytes.
     void fnRestoreUnselected(CqImage& image, CqMask& selection);
     /// Takes over the content of another step.
@@ -45,9 +51,13 @@ public:
 
 private:
     bool fnSaveTiles(CqImage& image, CqProgressDisplay* progress);
-    /// Calls `work` with each saved tile and the picture's.
+    std::size_t fnCountTiles(const CqImage& image) const {
+        return m_bWhole ? image.TileCount : m_Tiles.size();
+    }
+    /// Calls `work` with some of the saved tiles and the picture's.
     template <typename Work>
-    void fnForTiles(CqImage& image, Work&& work);
+    void fnForTiles(CqImage& image, std::size_t first, std::size_t end, Work&& work);
+    void fnSwapTiles(CqImage& image, std::size_t first, std::size_t end) noexcept;
 
     std::string m_strName;
     bool m_bMoves = false;

@@ -21,6 +21,20 @@ QString fnShowPath(const QString& path) {
     return QDir::toNativeSeparators(path);
 }
 
+/// Bytes that are left on the disk of a folder.
+std::uint64_t fnGetFree(const QString& folder) {
+    return static_cast<std::uint64_t>(std::max<qint64>(0, QStorageInfo(folder).bytesAvailable()));
+}
+
+/// Whether Open Damaged shows anything of a file: its headers are good, and its format allows it.
+bool fnCanShowDamaged(const Outcome& outcome) {
+    CqPictureFacts facts;
+    CqPictureLimits limits;
+    limits.m_bPartial = true;
+    return q32DescribePicture(outcome.m_strPath, facts, nullptr, limits).fnIsDone() &&
+           (facts.m_eFormat == PICTURE_PNG || facts.m_eFormat == PICTURE_JPEG);
+}
+
 QString fnDescribeUnread(const QFileInfo& file) {
     const QString path = fnShowPath(file.filePath());
     if (!file.exists())
@@ -40,10 +54,13 @@ QString fnDescribeUnsaved(const QFileInfo& file, std::uint64_t bytes) {
         return QObject::tr("%1 isn't saved: there is no folder %2.").arg(name, place);
     if (file.isDir())
         return QObject::tr("%1 isn't saved: that is the name of a folder.").arg(name);
-    const QStorageInfo disk(folder.filePath());
-    if (disk.isReadOnly() || !folder.isWritable())
+    if (QStorageInfo(folder.filePath()).isReadOnly() || !folder.isWritable())
         return QObject::tr("%1 isn't saved: you may not write in %2.").arg(name, place);
-    const auto free = static_cast<std::uint64_t>(std::max<qint64>(0, disk.bytesAvailable()));
+    // The user may own the folder, or everything, and still want this file to stay as it is.
+    constexpr auto kWriters = QFile::WriteOwner | QFile::WriteGroup | QFile::WriteOther;
+    if (file.exists() && !(file.isWritable() && file.permissions() & kWriters))
+        return QObject::tr("%1 isn't saved: the file in %2 is write-protected.").arg(name, place);
+    const std::uint64_t free = fnGetFree(folder.filePath());
     if (free < bytes)
         return QObject::tr("%1 isn't saved: the disk of %2 has only %3 left.")
             .arg(name, place, fnFormatSize(free));
@@ -78,8 +95,7 @@ QString fnDescribeFull() {
         ULARGE_INTEGER free{};
         policy.fnGetDiskFreeSpace(i, free);
         lines << QObject::tr("Scratch disk %1: %2 free")
-                     .arg(QFile::decodeName(static_cast<const char*>(policy.fnGetDisk(i))),
-                          fnFormatSize(free.QuadPart));
+                     .arg(fnShowPath(fnGetDiskFolder(i)), fnFormatSize(free.QuadPart));
     }
     if (lines.size() == 3)
         lines << QObject::tr("No scratch disk is in use");
@@ -104,10 +120,12 @@ QString fnDescribeFailure(const Outcome& outcome, std::uint64_t bytes) {
     case MESSAGE_CANNOT_SAVE:
         return fnDescribeUnsaved(file, bytes);
     case MESSAGE_CORRUPTED:
-        return QObject::tr(
-                   "%1 is damaged or incomplete. File > Open Damaged shows as much of it as "
-                   "there is.")
-            .arg(path);
+        return fnCanShowDamaged(outcome)
+                   ? QObject::tr("%1 is damaged or incomplete. File > Open Damaged shows as much "
+                                 "of it as there is.")
+                         .arg(path)
+                   : QObject::tr("%1 is damaged or incomplete. No part of it can be shown.")
+                         .arg(path);
     case MESSAGE_IN_USE:
         return QObject::tr("%1 is in use by another program.").arg(path);
     case MESSAGE_EMPTY:
@@ -119,6 +137,18 @@ QString fnDescribeFailure(const Outcome& outcome, std::uint64_t bytes) {
     default:
         return QObject::tr("%1: failure %2").arg(path).arg(outcome.m_nMsgId);
     }
+}
+
+QString fnDescribeUnkept(const Outcome& outcome, std::uint64_t needed) {
+    if (outcome.m_nMsgId == MESSAGE_NO_MEMORY)
+        return QObject::tr("memory and scratch disks have too little room");
+    const QFileInfo folder(QFile::decodeName(static_cast<const char*>(outcome.m_strPath)));
+    const QString place = fnShowPath(folder.filePath());
+    const std::uint64_t free = fnGetFree(folder.filePath());
+    return folder.isDir() && free < needed
+               ? QObject::tr("the disk of %1 has only %2 left; %3 are needed")
+                     .arg(place, fnFormatSize(free), fnFormatSize(needed))
+               : QObject::tr("%1 can't be written").arg(place);
 }
 
 void fnShowFailure(const Outcome& outcome, std::uint64_t bytes) {

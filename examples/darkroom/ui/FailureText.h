@@ -16,6 +16,10 @@ QString fnDescribeFailure(const Outcome& outcome, std::uint64_t bytes = 0);
 /// What is full: memory and scratch disks, by name.
 QString fnDescribeFull();
 
+/// Why no copy of unsaved changes can be kept, as the end of a sentence.
+/// @param needed  bytes that have to be free on the disk
+QString fnDescribeUnkept(const Outcome& outcome, std::uint64_t needed);
+
 /// Shows what `fnDescribeFailure` says, or the library's own message when memory is exhausted.
 void fnShowFailure(const Outcome& outcome, std::uint64_t bytes = 0);
 

@@ -1,7 +1,6 @@
 #include "examples/darkroom/ui/HistogramView.h"
 
 #include "examples/darkroom/model/Document.h"
-#include "q32Base/framework/Memory.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,10 +12,8 @@ namespace darkroom {
 HistogramView::HistogramView(Document& document, QWidget* parent) : QWidget(parent) {
     setMinimumSize(sizeHint());
     setAccessibleName(tr("Histogram"));
-    q32::fnTryMemory([&] {
-        const CqMask* const mask = document.fnHasSelection() ? &document.fnGetSelection() : nullptr;
-        q32CountHistogram(document.fnGetImage(), nullptr, mask, m_Histogram, nullptr);
-    });
+    if (document.fnGetHistogram() || document.fnCountHistogram(nullptr).fnIsDone())
+        m_Histogram = *document.fnGetHistogram();
 }
 
 void HistogramView::paintEvent(QPaintEvent*) {

@@ -8,7 +8,8 @@ namespace darkroom {
 
 class Document;
 
-/// Shows how often each brightness occurs in the selection, or in all of the picture.
+/// Shows how often each brightness occurs in the selection, or in all of the picture. Counts that
+/// unless it has been counted before, with progress.
 class HistogramView : public QWidget {
     Q_OBJECT
 

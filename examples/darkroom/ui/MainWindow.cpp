@@ -3,6 +3,7 @@
 #include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/ui/Actions.h"
 #include "examples/darkroom/ui/FailureText.h"
+#include "examples/darkroom/ui/RecoveryFolders.h"
 #include "examples/darkroom/ui/ScreenColors.h"
 #include "examples/darkroom/ui/SoundPanel.h"
 #include "examples/darkroom/ui/Texts.h"
@@ -15,7 +16,6 @@
 #include "q32Base/services/CqProgressDisplay.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <exception>
 #include <QAction>
@@ -37,8 +37,7 @@ namespace darkroom {
 namespace {
 
 constexpr QSize kStartSize(1100, 760);
-constexpr double kScreenShare = 0.9;             ///< leaves room for the frame
-constexpr std::chrono::minutes kKeepInterval(2); ///< between copies of unsaved changes
+constexpr double kScreenShare = 0.9; ///< leaves room for the frame
 
 /// Anybody may have edited the settings file.
 unsigned int fnReadLevels(const QSettings& settings) {
@@ -83,7 +82,13 @@ private:
 MainWindow::MainWindow(const HostSetup& setup, QWidget* parent)
     : QMainWindow(parent), m_Settings(setup.m_strSettings, QSettings::IniFormat),
       m_Document(fnReadLevels(m_Settings)), m_pView(new PictureView(m_Document)),
-      m_Recovery(QFileInfo(setup.m_strSettings).dir().filePath("recovery")) {
+      m_Recovery(
+          [beside = QFileInfo(setup.m_strSettings).dir().filePath("recovery")] {
+              return fnFindRecoveryFolders(beside);
+          },
+          [this] {
+              QMetaObject::invokeMethod(this, &MainWindow::fnFinishCopy, Qt::QueuedConnection);
+          }) {
     setCentralWidget(m_pView);
     setAcceptDrops(true);
     m_pView->viewport()->setAcceptDrops(false); // the window handles drops itself
@@ -108,7 +113,7 @@ MainWindow::MainWindow(const HostSetup& setup, QWidget* parent)
             [this](const CRect& place) { q32::fnReportMemory([&] { fnPlaceSelection(place); }); });
     connect(&m_KeepSoon, &QTimer::timeout, this,
             [this] { q32::fnTryMemory([&] { fnKeepCopy(); }); });
-    m_KeepSoon.start(kKeepInterval);
+    fnKeepCopy(); // nothing yet, but the next time is set
     fnUpdate();
     m_pView->setFocus();
 }

@@ -12,6 +12,7 @@
 #include <functional>
 #include <initializer_list>
 #include <optional>
+#include <QDateTime>
 #include <QMainWindow>
 #include <QSettings>
 #include <QTimer>
@@ -62,8 +63,11 @@ public:
     bool fnSaveAs(const QString& path);
     /// Asks whether to open the changes that a program which was killed has left. For the start.
     void fnOfferRecovery();
-    /// Keeps a copy of unsaved changes, unless the user is at work. Called now and then.
+    /// The same, and then opens a picture, if a path is given.
+    void fnStart(const QString& picture);
+    /// Begins to keep a copy of unsaved changes, unless the user is at work. Called now and then.
     void fnKeepCopy();
+    bool fnIsKeepingCopy() const { return m_Recovery.fnIsWriting(); }
     /// Loads a second picture and asks how to lay it over this one.
     void fnMerge(const QString& path);
     /// Prints the picture, into a PDF file if the printer is one. Failures are shown.
@@ -79,6 +83,8 @@ protected:
 
 private:
     static constexpr int kMessageMs = 4000; ///< how long the status bar shows a message
+    /// Copying less than so many bytes takes less time than showing that it takes time.
+    static constexpr std::uint64_t kShownBytes = std::uint64_t{32} << 20;
 
     class Busy;
 
@@ -117,6 +123,8 @@ private:
 
     // MainWindowFiles.cpp
     QString fnGetOwnPath() const;
+    /// The same, or where a recovered picture was.
+    QString fnGetProposedPath() const;
     /// Of the picture, for the user.
     QString fnGetName() const;
     bool fnMayLeave();
@@ -164,26 +172,34 @@ private:
     void fnCut();
     void fnPasteInto();
     void fnPasteNew();
-    bool fnTakeClip(CqImage& image);
+    Outcome fnFillClip(Clip& clip, CqProgressDisplay* progress);
+    bool fnTakeClip(Clip& clip);
 
     // MainWindowPrinting.cpp
     void fnAskPrint();
 
     // MainWindowRecovery.cpp
     void fnDropSavedCopy();
+    void fnFinishCopy();
+    void fnTellUnkept(const Outcome& outcome);
+    bool fnOpenRecovered(const QString& name);
 
     // MainWindowHistory.cpp
     void fnUpdateSteps();
+    bool fnTravel(bool back);
     void fnGoToStep(unsigned int done);
 
     bool fnReadSecond(Document& second, const QString& path);
     /// Asks how to lay a picture over this one, and does it.
-    void fnLay(CqImage& over);
+    /// @param place  at which the dialog starts
+    void fnLay(CqImage& over, const CPoint& place);
     void fnStartOperation(const Operation& operation);
     /// Runs a dialog while only the visible part of the picture can be changed. False when it was
     /// cancelled.
     bool fnAsk(PreviewDialog& dialog);
     std::optional<Values> fnAskValues(const Operation& operation, const Values& start);
+    /// Counts what the operation's dialog shows, if that takes its time. False when it was stopped.
+    bool fnPrepareHistogram(const Operation& operation);
     void fnAskAndApply(const Operation& operation, const Values& start);
     void fnApply(const Operation& operation, const Values& values);
     void fnOnDrawn(Tool tool, const std::vector<CqPoint2D>& points,
@@ -204,6 +220,7 @@ private:
     Clipboard m_Clipboard;
     Recovery m_Recovery;
     QTimer m_KeepSoon;
+    bool m_bToldUnkept = false; ///< the user knows that no copy can be kept
     std::vector<unsigned char> m_ShownProfile;
     bool m_bShownGrey = false;
     QProgressBar* m_pGauge = nullptr;
@@ -217,7 +234,15 @@ private:
     QLabel* m_pMemory = nullptr;
     QLabel* m_pZoom = nullptr;
     std::optional<Look> m_Shown; ///< none: needs to be redrawn
-    QString m_strAsked;          ///< file to open once the event loop runs; empty for none
+    /// The picture's file as it was opened or saved; another program may change it.
+    struct FileStamp {
+        qint64 m_nBytes = 0;
+        QDateTime m_Time;
+        bool operator==(const FileStamp&) const = default;
+    };
+    static FileStamp fnStamp(const QString& path);
+    FileStamp m_Stamp;
+    QString m_strAsked; ///< file to open once the event loop runs; empty for none
     bool m_bBusy = false;
     bool m_bAsking = false; ///< a dialog previews something
 };

@@ -1,4 +1,5 @@
 // What the actions of the main window do.
+#include "examples/darkroom/model/Bands.h"
 #include "examples/darkroom/model/Shapes.h"
 #include "examples/darkroom/ui/ColorButton.h"
 #include "examples/darkroom/ui/FileDialogs.h"
@@ -43,13 +44,13 @@ Document::Combine fnGetCombine(Qt::KeyboardModifiers modifiers) {
 void MainWindow::fnUndo() {
     if (m_bBusy)
         return;
-    m_Document.fnCanUndoSelection() ? m_Document.fnUndoSelection() : m_Document.fnUndo();
+    m_Document.fnCanUndoSelection() ? m_Document.fnUndoSelection() : void(fnTravel(true));
 }
 
 void MainWindow::fnRedo() {
     if (m_bBusy)
         return;
-    m_Document.fnCanRedoSelection() ? m_Document.fnRedoSelection() : m_Document.fnRedo();
+    m_Document.fnCanRedoSelection() ? m_Document.fnRedoSelection() : void(fnTravel(false));
 }
 
 void MainWindow::fnFill() {
@@ -150,7 +151,19 @@ void MainWindow::fnAskAndApply(const Operation& operation, const Values& start) 
         fnApply(operation, *values);
 }
 
+bool MainWindow::fnPrepareHistogram(const Operation& operation) {
+    const CqImage& image = m_Document.fnGetImage();
+    if (!operation.m_bHistogram || m_Document.fnGetHistogram() ||
+        fnCountBytes(image.Width, image.Height, image.BitCount) < kShownBytes)
+        return true;
+    return fnRun(tr("Counting"), [&](CqProgressDisplay* progress) {
+        return m_Document.fnCountHistogram(progress);
+    });
+}
+
 std::optional<Values> MainWindow::fnAskValues(const Operation& operation, const Values& start) {
+    if (!fnPrepareHistogram(operation))
+        return std::nullopt;
     // Its preview is gone before the operation runs.
     ParameterDialog dialog(operation, start, *m_pView);
     return fnAsk(dialog) ? std::optional(dialog.fnGetValues()) : std::nullopt;
@@ -216,13 +229,13 @@ void MainWindow::fnAskMerge() {
 void MainWindow::fnMerge(const QString& path) {
     Document second(0);
     if (fnReadSecond(second, path))
-        fnLay(second.fnGetImage());
+        fnLay(second.fnGetImage(), CPoint(0, 0));
 }
 
-void MainWindow::fnLay(CqImage& over) {
+void MainWindow::fnLay(CqImage& over, const CPoint& place) {
     MergePlan plan;
     {
-        MergeDialog dialog(over, m_Document.fnHasSelection(), *m_pView);
+        MergeDialog dialog(over, place, m_Document.fnHasSelection(), *m_pView);
         if (!fnAsk(dialog))
             return;
         plan = dialog.fnGetPlan();

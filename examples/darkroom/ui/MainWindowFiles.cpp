@@ -36,7 +36,7 @@ QString fnFindFile(const QMimeData& data) {
 QStringList fnNameExtras(std::uint32_t extras) {
     const std::pair<FileExtra, QString> names[] = {
         {EXTRA_PAGES, QObject::tr("further pages or frames")},
-        {EXTRA_DEPTH, QObject::tr("16 bits a channel; the picture has 8, dithered")},
+        {EXTRA_DEPTH, QObject::tr("16 bits a channel; the picture has 8")},
         {EXTRA_CHANNELS, QObject::tr("ink colors or further channels")},
         {EXTRA_PROFILE, QObject::tr("a color profile (ICC)")},
         {EXTRA_CAMERA, QObject::tr("camera data (EXIF)")},
@@ -104,8 +104,20 @@ QString MainWindow::fnGetOwnPath() const {
 }
 
 QString MainWindow::fnGetName() const {
+    const QString name = QFileInfo(fnGetProposedPath()).fileName();
+    if (name.isEmpty())
+        return tr("Untitled");
+    return fnGetOwnPath().isEmpty() ? tr("%1 (recovered)").arg(name) : name;
+}
+
+MainWindow::FileStamp MainWindow::fnStamp(const QString& path) {
+    const QFileInfo file(path);
+    return {file.size(), file.lastModified()};
+}
+
+QString MainWindow::fnGetProposedPath() const {
     const QString path = fnGetOwnPath();
-    return path.isEmpty() ? tr("Untitled") : QFileInfo(path).fileName();
+    return path.isEmpty() ? QFile::decodeName(m_Document.fnGetFormerPath().c_str()) : path;
 }
 
 void MainWindow::fnSave() {
@@ -136,7 +148,7 @@ void MainWindow::fnAskSaveAs() {
 }
 
 void MainWindow::fnChooseName(bool asksForExtras) {
-    const QString path = fnAskPictureToSave(this, fnGetOwnPath());
+    const QString path = fnAskPictureToSave(this, fnGetProposedPath());
     if (path.isEmpty() || !fnMayLose(path, asksForExtras || path == fnGetOwnPath()))
         return;
     const CqPictureFormat* const format =
@@ -163,6 +175,8 @@ QStringList MainWindow::fnListLosses(const QString& path, bool extras) const {
         losses << tr("the title");
     if (const std::uint32_t lost = m_Document.fnFindLostMetadata(file.constData()); lost != 0)
         losses << fnNameExtras(lost);
+    if (path == fnGetOwnPath() && QFileInfo::exists(path) && fnStamp(path) != m_Stamp)
+        losses << tr("what another program has changed in it in the meantime");
     if (extras && m_Document.fnIsPartial())
         losses << tr("what may still be rescued from the damaged file");
     else if (extras && m_Document.fnIsReduced())
@@ -203,6 +217,8 @@ bool MainWindow::fnSaveAs(const QString& path) {
     });
     if (done)
         m_pRecent->fnAdd(path);
+    if (done && path == fnGetOwnPath())
+        m_Stamp = fnStamp(path);
     if (done && !m_Document.fnKeepsAll(file.constData()))
         statusBar()->showMessage(tr("A copy without transparency was saved"), kMessageMs);
     return done;
@@ -236,6 +252,7 @@ bool MainWindow::fnOpen(const QString& path, bool partial) {
             tr("The file also holds: %1").arg(fnNameExtras(m_Document.fnGetExtras()).join(", ")),
             kMessageMs);
     if (done) {
+        m_Stamp = fnStamp(full);
         m_pRecent->fnAdd(full);
         m_pView->fnSetFit(true);
     } else if (!QFileInfo::exists(full)) {

@@ -1,5 +1,6 @@
 // The list of steps, in which a click goes back or forward.
 #include "examples/darkroom/ui/Actions.h"
+#include "examples/darkroom/ui/FailureText.h"
 #include "examples/darkroom/ui/MainWindow.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/messages/ReportMemory.h"
@@ -10,7 +11,6 @@
 #include <QMenu>
 #include <QSignalBlocker>
 #include <string>
-#include <utility>
 
 namespace darkroom {
 
@@ -47,14 +47,23 @@ void MainWindow::fnUpdateSteps() {
     m_pSteps->setCurrentRow(static_cast<int>(m_Document.fnCountDone()));
 }
 
+bool MainWindow::fnTravel(bool back) {
+    const auto travel = [&](CqProgressDisplay* progress) {
+        return back ? m_Document.fnUndo(progress) : m_Document.fnRedo(progress);
+    };
+    if (m_Document.fnGetTravelBytes(back) >= kShownBytes)
+        return fnRun(back ? tr("Undo") : tr("Redo"), travel);
+    const Outcome outcome = travel(nullptr);
+    fnShowFailure(outcome);
+    return outcome.fnIsDone();
+}
+
 void MainWindow::fnGoToStep(unsigned int done) {
     if (m_bBusy || m_bAsking)
         return;
-    for (unsigned int now = m_Document.fnCountDone(); now != done;) {
-        now > done ? m_Document.fnUndo() : m_Document.fnRedo();
-        if (std::exchange(now, m_Document.fnCountDone()) == m_Document.fnCountDone())
-            break; // without memory
+    while (m_Document.fnCountDone() != done && fnTravel(m_Document.fnCountDone() > done)) {
     }
+    fnUpdateSteps(); // the row that was clicked isn't reached after an abort
 }
 
 } // namespace darkroom

@@ -11,10 +11,11 @@
 namespace darkroom {
 
 namespace {
-constexpr int kFarthest = 100000;
+constexpr int kFarthest = 1'000'000;
 }
 
-MergeDialog::MergeDialog(CqImage& over, bool hasSelection, PictureView& view, QWidget* parent)
+MergeDialog::MergeDialog(CqImage& over, const CPoint& place, bool hasSelection, PictureView& view,
+                         QWidget* parent)
     : PreviewDialog(tr("Merge a Picture"), view, parent), m_Over(over), m_pRule(new QComboBox),
       m_pKey(new ColorButton(CqColor())) {
     const auto offer = [this](const QString& name, MergeRule rule) {
@@ -26,6 +27,9 @@ MergeDialog::MergeDialog(CqImage& over, bool hasSelection, PictureView& view, QW
         offer(tr("Inside the selection"), MergeRule::SELECTION);
     if (over.BitCount == 32)
         offer(tr("By its alpha"), MergeRule::ALPHA);
+    // The last rule; a second picture that isn't a rectangle is meant to be laid by its shape.
+    if (over.BitCount == 32)
+        m_pRule->setCurrentIndex(m_pRule->count() - 1);
     m_pRule->setObjectName("rule");
     m_pKey->setObjectName("key");
     m_pKey->setAccessibleName(tr("Key color"));
@@ -33,6 +37,8 @@ MergeDialog::MergeDialog(CqImage& over, bool hasSelection, PictureView& view, QW
     fnGetForm().addRow(tr("Key color:"), m_pKey);
     m_pX = fnAddPixels(tr("Left:"), "x", -kFarthest, kFarthest);
     m_pY = fnAddPixels(tr("Top:"), "y", -kFarthest, kFarthest);
+    m_pX->setValue(static_cast<int>(place.x));
+    m_pY->setValue(static_cast<int>(place.y));
     connect(m_pKey, &ColorButton::colorChanged, this, &MergeDialog::fnChanged);
     connect(m_pRule, &QComboBox::currentIndexChanged, this, &MergeDialog::fnOnRule);
     fnAddFoot();

@@ -16,8 +16,11 @@ class MergeDialog : public PreviewDialog {
     Q_OBJECT
 
 public:
-    /// Reads the second picture throughout the dialog's lifetime.
-    MergeDialog(CqImage& over, bool hasSelection, PictureView& view, QWidget* parent = nullptr);
+    /// Reads the second picture throughout the dialog's lifetime. One with alpha is at first laid
+    /// by it.
+    /// @param place  of its corner at first
+    MergeDialog(CqImage& over, const CPoint& place, bool hasSelection, PictureView& view,
+                QWidget* parent = nullptr);
     ~MergeDialog() override;
 
     MergePlan fnGetPlan() const;

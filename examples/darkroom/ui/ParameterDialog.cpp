@@ -18,6 +18,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QSlider>
 #include <QSpinBox>
 #include <utility>
@@ -39,6 +40,39 @@ constexpr int kSliderRange = 1000;
 constexpr int kSliderPage = 10;
 constexpr int kPercent = 100; ///< scale of percentages
 constexpr int kMaxPercent = 10'000;
+
+/// A slider that moves with a number.
+QSlider* fnMakeSlider(const Parameter& parameter, QSpinBox& box) {
+    auto* const slider = new QSlider(Qt::Horizontal);
+    slider->setMinimumWidth(kSliderWidth);
+    slider->setAccessibleName(box.accessibleName());
+    if (!parameter.m_bRatio) {
+        slider->setSingleStep(parameter.m_nScale);
+        slider->setPageStep(kSliderPage * parameter.m_nScale);
+        slider->setRange(parameter.m_nLow, parameter.m_nHigh);
+        slider->setValue(box.value());
+        QObject::connect(slider, &QSlider::valueChanged, &box, &QSpinBox::setValue);
+        QObject::connect(&box, &QSpinBox::valueChanged, slider, &QSlider::setValue);
+        return slider;
+    }
+    const double low = parameter.m_nLow;
+    const double ratio = parameter.m_nHigh / low;
+    const auto show = [=](int value) {
+        const QSignalBlocker blocker(slider); // several numbers share a place
+        slider->setValue(
+            static_cast<int>(std::lround(kSliderRange * std::log(value / low) / std::log(ratio))));
+    };
+    slider->setRange(0, kSliderRange);
+    slider->setSingleStep(kSliderPage);
+    slider->setPageStep(kSliderPage * kSliderPage);
+    show(box.value());
+    QObject::connect(slider, &QSlider::valueChanged, &box, [=, &box](int place) {
+        box.setValue(static_cast<int>(
+            std::lround(low * std::pow(ratio, static_cast<double>(place) / kSliderRange))));
+    });
+    QObject::connect(&box, &QSpinBox::valueChanged, slider, show);
+    return slider;
+}
 
 } // namespace
 
@@ -102,18 +136,8 @@ void ParameterDialog::fnAddNumber(const Parameter& parameter, int value) {
     box->setValue(value);
     box->setObjectName(parameter.m_pszName);
     box->setMinimumWidth(kBoxWidth); // so that all sliders have the same length
-    if ((parameter.m_nHigh - parameter.m_nLow) / parameter.m_nScale <= kSliderRange) {
-        auto* const slider = new QSlider(Qt::Horizontal);
-        slider->setSingleStep(parameter.m_nScale);
-        slider->setPageStep(kSliderPage * parameter.m_nScale);
-        slider->setRange(parameter.m_nLow, parameter.m_nHigh);
-        slider->setValue(value);
-        slider->setMinimumWidth(kSliderWidth);
-        slider->setAccessibleName(label->text());
-        connect(slider, &QSlider::valueChanged, box, &QSpinBox::setValue);
-        connect(box, &QSpinBox::valueChanged, slider, &QSlider::setValue);
-        row->addWidget(slider, 1);
-    }
+    if ((parameter.m_nHigh - parameter.m_nLow) / parameter.m_nScale <= kSliderRange)
+        row->addWidget(fnMakeSlider(parameter, *box), 1);
     row->addWidget(box);
     fnGetForm().addRow(label, row);
     connect(box, &QSpinBox::valueChanged, this, &ParameterDialog::fnOnValue);

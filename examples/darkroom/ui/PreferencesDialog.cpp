@@ -7,7 +7,6 @@
 #include "q32Base/display/CqDisplayProperty.h"
 #include "q32Base/framework/Memory.h"
 #include "q32Base/memory/CqVMPolicy.h"
-#include "q32Base/services/CqPowerStr.h"
 
 #include <algorithm>
 #include <QCheckBox>
@@ -38,14 +37,6 @@ constexpr int kNoMemory = -1;
 constexpr int kNotSaved = -5;
 constexpr int kPathWidth = 280;
 constexpr int kMaxTypedBytes = kMaxPathBytes - 2; // the library adds a separator
-
-/// A scratch path in the usual notation, without the library's trailing backslash.
-QString fnPrintPath(const CString& path) {
-    CqPowerStr bare;
-    bare = path;
-    bare.fnRemoveSlash();
-    return QFile::decodeName(static_cast<const char*>(bare));
-}
 
 } // namespace
 
@@ -154,7 +145,7 @@ void PreferencesDialog::fnAddDisk(unsigned int index, QGridLayout& grid) {
     disk.m_pPath->setObjectName("disk" + number);
     disk.m_pPath->setMinimumWidth(kPathWidth);
     disk.m_pOn->setChecked(policy.fnIsDiskEnabled(index));
-    disk.m_pPath->setText(fnPrintPath(policy.fnGetDisk(index)));
+    disk.m_pPath->setText(fnGetDiskFolder(index));
     disk.m_pPath->setAccessibleName(tr("Folder of disk %1").arg(number));
     auto* const browse = new QPushButton(tr("Browse…"));
     browse->setAccessibleName(tr("Browse for disk %1").arg(number));

@@ -30,12 +30,27 @@ constexpr double kMinMeans = 0.25;
 /// Pixels around the visible part that previews of areas read at most.
 constexpr int kMaxPreviewReach = 64;
 
-/// The positions needed for samples and `radius` positions around each, without repetition; `seen`
-/// receives the index of each sample among them.
-std::vector<int> fnGather(const std::vector<int>& samples, int radius, int length,
-                          std::vector<int>& seen) {
+/// Samples of a reduced picture, continued beyond both ends as far as previews of areas read.
+std::vector<int> fnContinue(const std::vector<int>& samples, double zoom, int length) {
+    if (samples.empty())
+        return samples;
+    const auto step = [zoom](int count) { return static_cast<int>(std::lround(count / zoom)); };
     std::vector<int> places;
-    for (const int sample : samples)
+    for (int i = kMaxPreviewReach; i > 0; --i)
+        if (samples.front() - step(i) >= 0)
+            places.push_back(samples.front() - step(i));
+    places.insert(places.end(), samples.begin(), samples.end());
+    for (int i = 1; i <= kMaxPreviewReach && samples.back() + step(i) < length; ++i)
+        places.push_back(samples.back() + step(i));
+    return places;
+}
+
+/// The positions needed for samples and `radius` positions around each of `more`, which contains
+/// them, without repetition; `seen` receives the index of each sample among them.
+std::vector<int> fnGather(const std::vector<int>& samples, const std::vector<int>& more, int radius,
+                          int length, std::vector<int>& seen) {
+    std::vector<int> places;
+    for (const int sample : more)
         for (int place = std::max(0, sample - radius);
              place <= std::min(length - 1, sample + radius); ++place)
             if (places.empty() || place > places.back())
@@ -64,11 +79,28 @@ int fnFindOrigin(int room, int length, double preferred) {
                      : static_cast<int>(std::clamp(std::round(preferred), 0.0, -1.0 * spare));
 }
 
-int fnBlendChannel(const QRgb (&four)[4], int shift, double x, double y) {
-    const auto channel = [&](int i) { return static_cast<double>(four[i] >> shift & 0xFF); };
-    const double top = channel(0) + (channel(1) - channel(0)) * x;
-    const double bottom = channel(2) + (channel(3) - channel(2)) * x;
-    return static_cast<int>(std::floor(top + (bottom - top) * y + 0.5));
+/// Blends the values of four neighbours; x and y are the shares of the right and lower ones.
+template <typename Value>
+double fnBlendFour(double x, double y, Value&& value) {
+    const double top = value(0) + (value(1) - value(0)) * x;
+    const double bottom = value(2) + (value(3) - value(2)) * x;
+    return top + (bottom - top) * y;
+}
+
+/// Blends four neighbours, each as far as it is opaque: hidden colours don't show.
+QRgb fnBlendPixels(const QRgb (&four)[4], double x, double y) {
+    const auto round = [](double value) { return static_cast<int>(std::floor(value + 0.5)); };
+    const auto alpha = [&](int i) { return static_cast<double>(qAlpha(four[i])); };
+    const bool plain = std::all_of(four, std::end(four),
+                                   [&](QRgb pixel) { return qAlpha(pixel) == qAlpha(four[0]); });
+    const double opaque = plain ? alpha(0) : fnBlendFour(x, y, alpha);
+    const auto channel = [&](int shift) {
+        const auto value = [&](int i) { return static_cast<double>(four[i] >> shift & 0xFF); };
+        return round(plain ? fnBlendFour(x, y, value) : fnBlendFour(x, y, [&](int i) {
+                                                            return value(i) * alpha(i);
+                                                        }) / opaque);
+    };
+    return opaque == 0 ? 0 : qRgba(channel(16), channel(8), channel(0), round(opaque));
 }
 
 /// Reads a picture at any position; outside of it is the background.
@@ -90,8 +122,7 @@ public:
                              fnPick(left + 1, top + 1)};
         const double x = at.x() - 0.5 - left;
         const double y = at.y() - 0.5 - top;
-        return qRgb(fnBlendChannel(four, 16, x, y), fnBlendChannel(four, 8, x, y),
-                    fnBlendChannel(four, 0, x, y));
+        return fnBlendPixels(four, x, y);
     }
 
 private:
@@ -138,17 +169,21 @@ void Preview::fnSampleVisible() {
     const double zoom = m_View.fnGetZoom();
     const bool reduced = zoom < 1;
     // Around each pixel of a reduced picture are pixels of the reduced picture.
-    const int radius = m_Operation.m_ePreview == PreviewKind::PIXELS       ? 0
-                       : m_Operation.m_ePreview == PreviewKind::NEIGHBOURS ? 1
-                       : reduced                                           ? 0
+    const bool continues = reduced && m_Operation.m_ePreview == PreviewKind::AREA;
+    const int radius = m_Operation.m_ePreview == PreviewKind::PIXELS || continues ? 0
+                       : m_Operation.m_ePreview == PreviewKind::NEIGHBOURS        ? 1
                                                                            : kMaxPreviewReach;
     m_nSide = m_View.fnIsAveraging() && reduced && zoom >= kMinMeans &&
                       m_Operation.m_ePreview != PreviewKind::NEIGHBOURS
                   ? static_cast<int>(std::lround(1 / zoom))
                   : 1;
     m_Corner = {seen.m_Columns.m_nFirst, seen.m_Rows.m_nFirst};
-    m_Columns = fnGather(seen.m_Columns.m_Samples, radius, width, m_SeenColumns);
-    m_Rows = fnGather(seen.m_Rows.m_Samples, radius, height, m_SeenRows);
+    const auto gather = [&](const std::vector<int>& samples, int length, std::vector<int>& at) {
+        return fnGather(samples, continues ? fnContinue(samples, zoom, length) : samples, radius,
+                        length, at);
+    };
+    m_Columns = gather(seen.m_Columns.m_Samples, width, m_SeenColumns);
+    m_Rows = gather(seen.m_Rows.m_Samples, height, m_SeenRows);
     fnTake();
 }
 
@@ -289,14 +324,20 @@ void Preview::fnShowMoved(const Values& values) {
     const auto scaled = [&](int length) {
         return static_cast<int>(std::clamp(length * zoom, 1.0, kMaxScaled));
     };
-    const auto axis = [&](int view, int length, double from) {
-        const int origin = fnFindOrigin(view, scaled(length), from);
+    const auto axis = [&](int view, int length, int origin) {
         return fnMakeAxis(view, 0, length, [=](int at) {
             return static_cast<int>(std::floor((at + 0.5 + origin) / zoom));
         });
     };
-    const SampledAxis across = axis(room.width(), placement.m_Size.width(), preferred.x());
-    const SampledAxis down = axis(room.height(), placement.m_Size.height(), preferred.y());
+    const QPoint origin(
+        fnFindOrigin(room.width(), scaled(placement.m_Size.width()), preferred.x()),
+        fnFindOrigin(room.height(), scaled(placement.m_Size.height()), preferred.y()));
+    const SampledAxis across = axis(room.width(), placement.m_Size.width(), origin.x());
+    const SampledAxis down = axis(room.height(), placement.m_Size.height(), origin.y());
+    const QPoint corner(across.m_nFirst, down.m_nFirst);
+    // The board lies still under a picture, so under the result it is elsewhere.
+    const QPoint board =
+        corner + origin + (m_View.fnToView({0, 0}) * m_View.devicePixelRatioF()).toPoint();
     const bool reduced = !m_Columns.empty();
     PlaceReader reader(reduced ? m_Base : image, reduced ? zoom : 1, placement);
     const QSize size(static_cast<int>(across.m_Samples.size()),
@@ -307,9 +348,11 @@ void Preview::fnShowMoved(const Values& values) {
             return reader.fnRead({across.m_Samples[static_cast<std::size_t>(x)] + 0.5,
                                   down.m_Samples[static_cast<std::size_t>(y)] + 0.5});
         },
-        // Alpha isn't shown while the picture moves.
-        [&](QRgb* row, int) { m_View.fnConvertColors(row, size.width()); });
-    m_View.fnShowPreview(screen, {across.m_nFirst, down.m_nFirst}, true);
+        [&](QRgb* row, int y) {
+            m_View.fnLayOverBoard(row, size.width(), board + QPoint(0, y));
+            m_View.fnConvertColors(row, size.width());
+        });
+    m_View.fnShowPreview(screen, corner, true);
 }
 
 void Preview::fnShow(const Values& values) {
