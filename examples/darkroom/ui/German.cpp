@@ -395,7 +395,7 @@ constexpr GermanText kTexts[] = {
 };
 
 /// The darkroom's own contexts, and that of the buttons of dialogs.
-bool fnIsOwn(std::string_view context) {
+bool fnTranslates(std::string_view context) {
     return context.starts_with("darkroom::") || context == "QObject" || context == "QPlatformTheme";
 }
 
@@ -406,7 +406,7 @@ std::span<const GermanText> fnGetGermanTexts() {
 }
 
 QString German::translate(const char* context, const char* source, const char*, int) const {
-    if (!context || !source || !fnIsOwn(context))
+    if (!context || !source || !fnTranslates(context))
         return {};
     const auto found =
         std::find_if(std::begin(kTexts), std::end(kTexts), [source](const GermanText& text) {
