@@ -7,6 +7,7 @@
 
 #include "fuzz/FuzzInput.h"
 #include "plugins/PictureFile.h"
+#include "plugins/WebFormats.h"
 
 #include <algorithm>
 #include <array>
@@ -31,6 +32,8 @@ constexpr Format kFormats[] = {
     {"jpeg", "\xFF\xD8\xFF", PICTURE_JPEG},
     {"tiff", std::string_view("II*\0", 4), PICTURE_TIFF},
     {"bmp", "BM", PICTURE_BMP},
+    {"gif", "GIF89a", PICTURE_GIF},
+    {"webp", "RIFF", PICTURE_WEBP},
 };
 
 const Format& fnFormat() {
@@ -222,6 +225,10 @@ bool fnIsFile(std::string_view bytes, const Format& format) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const Format& format = fnFormat();
+#ifdef Q32_FUZZ_WEB_FORMATS
+    static const bool added = q32AddWebFormats();
+    fnCheck(added, "the formats can be added");
+#endif
     CqPictureLimits limits;
     if (!fnIsFile(fnText(data, size), format)) {
         Input input(data, size);

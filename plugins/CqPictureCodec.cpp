@@ -156,6 +156,10 @@ bool CqPictureWriter::fnReadRow(std::uint64_t y, void* out, PIXEL_ORDER order) n
     });
 }
 
+bool CqPictureWriter::fnReport(std::uint64_t done, std::uint64_t total) noexcept {
+    return fnTry([&] { m_Source.fnReport(done, std::max<std::uint64_t>(total, 1)); });
+}
+
 bool CqPictureWriter::fnWrite(const void* bytes, std::size_t count) noexcept {
     return fnTry([&] {
         if (!m_Output.fnWrite(bytes, count))

@@ -112,6 +112,9 @@ public:
     /// Reads row `y` of the image in `order`, for the image's width, and reports progress: 100
     /// percent after as many rows as the image has.
     bool fnReadRow(std::uint64_t y, void* out, PIXEL_ORDER order) noexcept;
+    /// Reports that `done` of `total` parts of work are complete, for work other than rows. False
+    /// if the host has aborted the write.
+    bool fnReport(std::uint64_t done, std::uint64_t total) noexcept;
     /// Appends bytes to the file.
     bool fnWrite(const void* bytes, std::size_t count) noexcept;
     /// Sets the position from the file's start, to complete what was written.

@@ -8,6 +8,9 @@
 #ifdef DARKROOM_PULSE
 #include "platforms/pulse/pulse.h"
 #endif
+#ifdef DARKROOM_WEB_FORMATS
+#include "plugins/WebFormats.h"
+#endif
 
 #include <clocale>
 #include <cstdio>
@@ -78,6 +81,9 @@ int main(int count, char** arguments) {
     darkroom::fnSetLanguage(application, QSettings(setup.m_strSettings, QSettings::IniFormat)
                                              .value(darkroom::kLanguageKey)
                                              .toString());
+#ifdef DARKROOM_WEB_FORMATS
+    q32AddWebFormats();
+#endif
     const auto windows = q32QtWindows();
     CqQtApp app("Darkroom");
     windows->fnSetApp(&app);

@@ -1,5 +1,6 @@
 // Quality and compression of saved pictures.
 #include "examples/darkroom/ui/SaveOptionsDialog.h"
+#include "plugins/WebFormats.h"
 #include "tests/darkroom/DarkroomWorld.h"
 #include "tests/darkroom/PictureTools.h"
 
@@ -135,3 +136,23 @@ TEST_F(DarkroomSaveOptions, TheMenuAsksForAllFormatsAndWrongSettingsAreIgnored) 
     EXPECT_EQ(darkroom::fnReadSaveOptions(settings).m_nPngEffort, 6u);
     EXPECT_EQ(darkroom::fnReadSaveOptions(settings).m_eTiffCompression, PICTURE_LZW);
 }
+
+#ifdef DARKROOM_WEB_FORMATS
+
+TEST_F(DarkroomSaveOptions, AWebpIsSavedWithItsQualityAndOpened) {
+    ASSERT_TRUE(q32AddWebFormats());
+    const Bytes picture = fnGetPicture();
+    const QByteArray exact =
+        fnSave("exact.webp", [](QDialog& dialog) { fnSetNumber(dialog, "quality", 100); });
+    EXPECT_TRUE(exact.startsWith("RIFF"));
+    EXPECT_FALSE(m_pWindow->isWindowModified());
+    ASSERT_TRUE(m_pWindow->fnOpen(fnPath("exact.webp")));
+    EXPECT_EQ(fnGetPicture(), picture);
+    const QByteArray fine =
+        fnSave("fine.webp", [](QDialog& dialog) { fnSetNumber(dialog, "quality", 90); });
+    const QByteArray rough =
+        fnSave("rough.webp", [](QDialog& dialog) { fnSetNumber(dialog, "quality", 5); });
+    EXPECT_LT(rough.size(), fine.size());
+}
+
+#endif

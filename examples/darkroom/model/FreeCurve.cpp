@@ -9,7 +9,7 @@ namespace darkroom {
 
 namespace {
 
-constexpr int kTop = 255;
+constexpr int kLast = 255;
 
 /// The points of one channel, in the order of their x.
 std::vector<CurvePoint> fnSelectChannel(std::span<const int> values, int channel) {
@@ -28,7 +28,7 @@ std::vector<CurvePoint> fnSelectChannel(std::span<const int> values, int channel
 std::vector<int> fnMakeStraightCurves() {
     std::vector<int> values;
     for (int channel = 0; channel < kCurveChannels; ++channel)
-        for (const int end : {0, kTop})
+        for (const int end : {0, kLast})
             values.push_back(fnPackPoint({channel, end, end}));
     return values;
 }
@@ -80,9 +80,9 @@ CqToneCurves fnMakeFreeCurves(std::span<const int> values) {
         {CURVE_RED, curves.m_Red}, {CURVE_GREEN, curves.m_Green}, {CURVE_BLUE, curves.m_Blue}};
     for (const auto& [channel, table] : channels) {
         const FreeCurve own(fnSelectChannel(values, channel));
-        for (int i = 0; i <= kTop; ++i)
+        for (int i = 0; i <= kLast; ++i)
             table[i] = static_cast<unsigned char>(
-                std::clamp(std::lround(all.fnAt(own.fnAt(i))), 0l, long{kTop}));
+                std::clamp(std::lround(all.fnAt(own.fnAt(i))), 0l, long{kLast}));
     }
     return curves;
 }

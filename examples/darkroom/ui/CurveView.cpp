@@ -14,9 +14,9 @@ namespace darkroom {
 
 namespace {
 
-constexpr int kTop = 255;
-constexpr double kMargin = 8; ///< so that points at the ends can be seen and grabbed
-constexpr double kReach = 8;  ///< how far from a point a press still grabs it
+constexpr int kLastTone = 255;
+constexpr double kMargin = 8;    ///< so that points at the ends can be seen and grabbed
+constexpr double kGrabReach = 8; ///< how far from a point a press still grabs it
 constexpr double kDot = 4;
 constexpr int kLargeStep = 10;
 
@@ -84,9 +84,10 @@ void CurveView::fnSelect(std::size_t index) {
 void CurveView::fnMovePoint(int x, int y) {
     Points& points = fnPoints();
     const int low = m_nSelected == 0 ? 0 : points[m_nSelected - 1].m_nX + 1;
-    const int high = m_nSelected + 1 == points.size() ? kTop : points[m_nSelected + 1].m_nX - 1;
+    const int high =
+        m_nSelected + 1 == points.size() ? kLastTone : points[m_nSelected + 1].m_nX - 1;
     points[m_nSelected].m_nX = std::clamp(x, low, high);
-    points[m_nSelected].m_nY = std::clamp(y, 0, kTop);
+    points[m_nSelected].m_nY = std::clamp(y, 0, kLastTone);
     fnTell();
 }
 
@@ -120,13 +121,13 @@ void CurveView::fnRemove() {
 }
 
 QPointF CurveView::fnGetPlace(const CurvePoint& point) const {
-    return {kMargin + (width() - 2 * kMargin) * point.m_nX / kTop,
-            height() - kMargin - (height() - 2 * kMargin) * point.m_nY / kTop};
+    return {kMargin + (width() - 2 * kMargin) * point.m_nX / kLastTone,
+            height() - kMargin - (height() - 2 * kMargin) * point.m_nY / kLastTone};
 }
 
 CurvePoint CurveView::fnFindTone(const QPointF& place) const {
     const auto tone = [](double part) {
-        return static_cast<int>(std::lround(std::clamp(part, 0.0, 1.0) * kTop));
+        return static_cast<int>(std::lround(std::clamp(part, 0.0, 1.0) * kLastTone));
     };
     return {m_eChannel, tone((place.x() - kMargin) / (width() - 2 * kMargin)),
             tone((height() - kMargin - place.y()) / (height() - 2 * kMargin))};
@@ -141,7 +142,7 @@ bool CurveView::fnGrab(const QPointF& place) {
     const auto nearest = std::min_element(
         points.begin(), points.end(),
         [&](const CurvePoint& a, const CurvePoint& b) { return distance(a) < distance(b); });
-    if (distance(*nearest) > kReach)
+    if (distance(*nearest) > kGrabReach)
         return false;
     fnSelect(static_cast<std::size_t>(nearest - points.begin()));
     return true;
@@ -205,7 +206,8 @@ void CurveView::paintEvent(QPaintEvent*) {
     painter.fillRect(rect(), palette().color(QPalette::Base));
     QColor bars = palette().color(QPalette::Text);
     bars.setAlphaF(0.25F); // so that the curve stands out
-    fnPaintBars(painter, QRectF(fnGetPlace({0, 0, kTop}), fnGetPlace({0, kTop, 0})), bars);
+    fnPaintBars(painter, QRectF(fnGetPlace({0, 0, kLastTone}), fnGetPlace({0, kLastTone, 0})),
+                bars);
     painter.setRenderHint(QPainter::Antialiasing);
     const QColor ink = fnGetInk(m_eChannel, palette());
     QColor grid = palette().color(QPalette::Text);
@@ -213,18 +215,18 @@ void CurveView::paintEvent(QPaintEvent*) {
     painter.setPen(grid);
     constexpr int kCells = 4;
     for (int i = 0; i <= kCells; ++i) {
-        const int tone = kTop * i / kCells;
-        painter.drawLine(fnGetPlace({0, tone, 0}), fnGetPlace({0, tone, kTop}));
-        painter.drawLine(fnGetPlace({0, 0, tone}), fnGetPlace({0, kTop, tone}));
+        const int tone = kLastTone * i / kCells;
+        painter.drawLine(fnGetPlace({0, tone, 0}), fnGetPlace({0, tone, kLastTone}));
+        painter.drawLine(fnGetPlace({0, 0, tone}), fnGetPlace({0, kLastTone, tone}));
     }
     painter.setPen(QPen(ink, 2));
     q32::fnTryMemory([&] {
         const FreeCurve curve(fnPoints());
         const QPointF low = fnGetPlace({0, 0, 0});
-        const QPointF size = fnGetPlace({0, kTop, kTop}) - low;
+        const QPointF size = fnGetPlace({0, kLastTone, kLastTone}) - low;
         QPolygonF line;
-        for (int x = 0; x <= kTop; ++x)
-            line << low + QPointF(size.x() * x / kTop, size.y() * curve.fnAt(x) / kTop);
+        for (int x = 0; x <= kLastTone; ++x)
+            line << low + QPointF(size.x() * x / kLastTone, size.y() * curve.fnAt(x) / kLastTone);
         painter.drawPolyline(line);
     });
     for (std::size_t i = 0; i < fnPoints().size(); ++i) {

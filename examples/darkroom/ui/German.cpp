@@ -246,9 +246,9 @@ constexpr GermanText kTexts[] = {
     {"LZW", "LZW"},
     {"Deflate", "Deflate"},
     {"none", "keine"},
-    {"&Quality of JPEG files:", "&Qualität von JPEG-Dateien:"},
-    {"From 1 to 100: lower is smaller, and loses more.",
-     "Von 1 bis 100: Weniger ist kleiner und verliert mehr."},
+    {"&Quality of JPEG and WebP files:", "&Qualität von JPEG- und WebP-Dateien:"},
+    {"From 1 to 100: lower is smaller, and loses more. A WebP of 100 loses nothing.",
+     "Von 1 bis 100: Weniger ist kleiner und verliert mehr. Ein WebP mit 100 verliert nichts."},
     {"&Compression of PNG files:", "&Kompression von PNG-Dateien:"},
     {"From 0 to 9: higher is smaller, and takes longer. Nothing is lost.",
      "Von 0 bis 9: Mehr ist kleiner und dauert länger. Nichts geht verloren."},
@@ -395,7 +395,7 @@ constexpr GermanText kTexts[] = {
 };
 
 /// The darkroom's own contexts, and that of the buttons of dialogs.
-bool fnIsOwn(std::string_view context) {
+bool fnTranslates(std::string_view context) {
     return context.starts_with("darkroom::") || context == "QObject" || context == "QPlatformTheme";
 }
 
@@ -406,7 +406,7 @@ std::span<const GermanText> fnGetGermanTexts() {
 }
 
 QString German::translate(const char* context, const char* source, const char*, int) const {
-    if (!context || !source || !fnIsOwn(context))
+    if (!context || !source || !fnTranslates(context))
         return {};
     const auto found =
         std::find_if(std::begin(kTexts), std::end(kTexts), [source](const GermanText& text) {

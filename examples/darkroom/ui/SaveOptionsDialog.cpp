@@ -1,6 +1,7 @@
 #include "examples/darkroom/ui/SaveOptionsDialog.h"
 
 #include "examples/darkroom/ui/Focus.h"
+#include "plugins/WebFormats.h"
 
 #include <algorithm>
 #include <iterator>
@@ -20,10 +21,10 @@ constexpr const char* kTiffCompressions[] = {QT_TRANSLATE_NOOP("QObject", "LZW")
                                              QT_TRANSLATE_NOOP("QObject", "Deflate"),
                                              QT_TRANSLATE_NOOP("QObject", "none")};
 
-/// An option of one format: a number, or one of several choices.
+/// An option of one or two formats: a number, or one of several choices.
 struct SaveOption {
-    PICTURE_FORMAT m_eFormat;
-    const char* m_pszKey; ///< in the settings, and the name of its control
+    PICTURE_FORMAT m_Formats[2]; ///< that have it
+    const char* m_pszKey;        ///< in the settings, and the name of its control
     const char* m_pszName;
     const char* m_pszHint;
     int m_nLow;
@@ -34,27 +35,45 @@ struct SaveOption {
 };
 
 const SaveOption kOptions[] = {
-    {PICTURE_JPEG, "quality", QT_TRANSLATE_NOOP("QObject", "&Quality of JPEG files:"),
-     QT_TRANSLATE_NOOP("QObject", "From 1 to 100: lower is smaller, and loses more."), 1, 100,
+    {{PICTURE_JPEG, PICTURE_WEBP},
+     "quality",
+     QT_TRANSLATE_NOOP("QObject", "&Quality of JPEG and WebP files:"),
+     QT_TRANSLATE_NOOP(
+         "QObject",
+         "From 1 to 100: lower is smaller, and loses more. A WebP of 100 loses nothing."),
+     1,
+     100,
      [](const CqPictureOptions& options) { return static_cast<int>(options.m_nQuality); },
      [](CqPictureOptions& options, int value) {
          options.m_nQuality = static_cast<unsigned int>(value);
      }},
-    {PICTURE_PNG, "pngCompression", QT_TRANSLATE_NOOP("QObject", "&Compression of PNG files:"),
+    {{PICTURE_PNG, PICTURE_PNG},
+     "pngCompression",
+     QT_TRANSLATE_NOOP("QObject", "&Compression of PNG files:"),
      QT_TRANSLATE_NOOP("QObject",
                        "From 0 to 9: higher is smaller, and takes longer. Nothing is lost."),
-     0, 9, [](const CqPictureOptions& options) { return static_cast<int>(options.m_nPngEffort); },
+     0,
+     9,
+     [](const CqPictureOptions& options) { return static_cast<int>(options.m_nPngEffort); },
      [](CqPictureOptions& options, int value) {
          options.m_nPngEffort = static_cast<unsigned int>(value);
      }},
-    {PICTURE_TIFF, "tiffCompression", QT_TRANSLATE_NOOP("QObject", "Compression of &TIFF files:"),
-     QT_TRANSLATE_NOOP("QObject", "Nothing is lost."), 0, 2,
+    {{PICTURE_TIFF, PICTURE_TIFF},
+     "tiffCompression",
+     QT_TRANSLATE_NOOP("QObject", "Compression of &TIFF files:"),
+     QT_TRANSLATE_NOOP("QObject", "Nothing is lost."),
+     0,
+     2,
      [](const CqPictureOptions& options) { return static_cast<int>(options.m_eTiffCompression); },
      [](CqPictureOptions& options, int value) {
          options.m_eTiffCompression = static_cast<PICTURE_COMPRESSION>(value);
      },
      kTiffCompressions},
 };
+
+bool fnIsOf(const SaveOption& option, PICTURE_FORMAT format) {
+    return option.m_Formats[0] == format || option.m_Formats[1] == format;
+}
 
 } // namespace
 
@@ -81,7 +100,7 @@ SaveOptionsDialog::SaveOptionsDialog(const CqPictureOptions& start,
     setWindowTitle(tr("Saving Options"));
     auto* const form = new QFormLayout(this);
     for (const SaveOption& option : kOptions) {
-        if (format && option.m_eFormat != *format)
+        if (format && !fnIsOf(option, *format))
             continue;
         const int value = option.m_pGet(start);
         if (option.m_Choices.empty()) {
@@ -115,7 +134,7 @@ SaveOptionsDialog::SaveOptionsDialog(const CqPictureOptions& start,
 
 bool SaveOptionsDialog::fnHasAny(PICTURE_FORMAT format) {
     return std::any_of(std::begin(kOptions), std::end(kOptions),
-                       [format](const SaveOption& option) { return option.m_eFormat == format; });
+                       [format](const SaveOption& option) { return fnIsOf(option, format); });
 }
 
 CqPictureOptions SaveOptionsDialog::fnGetOptions() const {
