@@ -53,6 +53,8 @@ class Stage {
 public:
     explicit Stage(int screenBits) {
         CqHeadlessOptions options;
+        options.m_Mode.m_nWidth = kWidth; // so that nothing is clipped
+        options.m_Mode.m_nHeight = kHeight;
         options.m_Mode.m_nBits = screenBits;
         m_pWorld = q32HeadlessWorld(options);
         CqPlatform platform = m_pWorld->fnPlatform();

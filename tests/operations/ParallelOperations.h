@@ -58,6 +58,12 @@ inline std::vector<ParallelOperation> fnGetParallelOperations() {
         return plain(
             [=](Image& image, Image&, Mask&, Progress*) { image.fnConvert(bits, false, nullptr); });
     };
+    const auto drawn = [&](void (*change)(Image&, Progress*)) {
+        return plain([=](Image& image, Image&, Mask&, Progress* progress) {
+            image.fnDrawInit(1u, false, CRect(0, 0, 400, 400), CPoint(), nullptr);
+            change(image, progress);
+        });
+    };
     const auto merge = [&](MERGE_TYPE type) {
         return plain([=](Image& image, Image& other, Mask& mask, Progress*) {
             image.fnMerge(other, nullptr, CqMergeParam(type, 0x102030, &mask), 5, 3);
@@ -115,6 +121,17 @@ inline std::vector<ParallelOperation> fnGetParallelOperations() {
         {"threshold", plain([](Image& image, Image&, Mask&, Progress* progress) {
              image.fnThresholding(99, false, progress);
          })},
+        {"brightness, drawn", drawn([](Image& image, Progress* progress) {
+             image.fnBrightContrast(20, -30, true, progress);
+         })},
+        {"balance, drawn", drawn([](Image& image, Progress* progress) {
+             image.fnColorBalance(20, -30, 5, true, progress);
+         })},
+        {"hue, drawn", drawn([](Image& image, Progress* progress) {
+             image.fnHueSaturation(40, -30, true, progress);
+         })},
+        {"threshold, drawn",
+         drawn([](Image& image, Progress* progress) { image.fnThresholding(99, true, progress); })},
         {"curves", plain([](Image& image, Image&, Mask&, Progress* progress) {
              CqToneCurves curves;
              for (int i = 0; i < 256; ++i) {

@@ -104,7 +104,8 @@ TEST_F(ParallelOperationsTest, AtMostARowOfTilesIsDoneBetweenTwoReports) {
 }
 
 TEST_F(ParallelOperationsTest, AnAbortAtAnyReportLeavesTheSameState) {
-    for (const Depth& depth : {Depth{24, false}, Depth{32, false}}) {
+    for (const Depth& depth :
+         {Depth{8, true}, Depth{16, false}, Depth{24, false}, Depth{32, false}}) {
         ParallelCase images(150, 300, depth.m_nBits, depth.m_bGrey);
         for (const ParallelOperation& operation : m_Operations) {
             fnWorkAlone();
@@ -126,7 +127,8 @@ TEST_F(ParallelOperationsTest, AnAbortAtAnyReportLeavesTheSameState) {
 }
 
 TEST_F(ParallelOperationsTest, AFailedAllocationIsTheMemoryExceptionAndLeavesTheImage) {
-    for (const Depth& depth : {Depth{24, false}, Depth{32, false}}) {
+    for (const Depth& depth :
+         {Depth{8, true}, Depth{16, false}, Depth{24, false}, Depth{32, false}}) {
         ParallelCase images(140, 150, depth.m_nBits, depth.m_bGrey);
         for (const ParallelOperation& operation : m_Operations) {
             fnWorkAlone();
