@@ -150,7 +150,7 @@ def peers_table():
     lines += ["", f"Peers with threads of their own, {threads} of theirs beside {threads} of ours. The goal is a ratio above 1.", "",
               "| Work | Ours | Fastest peer | Ratio |", "|---|---|---|---|"]
     lines += [f"| {row['work']} | {time_text(row['several'])} | {time_text(threaded['theirs'])} {threaded['peer']} |"
-              f" {threaded['ratio']:.2f} |" for row in peers["rows"] for threaded in row["threaded"]]
+              f" {threaded['ratio']:.2f} |" for row in peers["rows"] for threaded in row.get("threaded", ())]
     return [*lines, ""]
 
 
