@@ -32,7 +32,7 @@ constexpr char kDesktopFile[] = "q32base.examples.darkroom";
 
 constexpr char kUsage[] = "usage: darkroom [picture]\n"
                           "\n"
-                          "Opens a PNG, JPEG, TIFF or BMP picture of any size for editing.\n";
+                          "Opens a PNG, JPEG, TIFF, BMP, WebP or GIF picture of any size.\n";
 
 /// Deletes the scratch files left behind by a run that was killed.
 void fnSweepScratch() {
