@@ -245,7 +245,8 @@ TEST_F(DarkroomBusy, EscWhileALargeStepIsUndoneLeavesEverythingUnchanged) {
 
 TEST_F(DarkroomBusy, EscWhileALargePictureIsCountedOpensNoDialogAndCountsOnlyOnce) {
     ASSERT_TRUE(m_pWindow->fnOpen(fnMakePicture("counted.bmp", 4000, 3000)));
-    fnStopAt(2, [&] { fnDo("levels"); });
+    for (const char* id : {"levels", "curve", "points"})
+        fnStopAt(2, [&] { fnDo(id); });
     for (int round = 0; round < 2; ++round) {
         int looks = 0;
         m_OnLook = [&] { ++looks; };

@@ -153,7 +153,10 @@ void MainWindow::fnAskAndApply(const Operation& operation, const Values& start) 
 
 bool MainWindow::fnPrepareHistogram(const Operation& operation) {
     const CqImage& image = m_Document.fnGetImage();
-    if (!operation.m_bHistogram || m_Document.fnGetHistogram() ||
+    const bool shown =
+        operation.m_bHistogram || (!operation.m_Parameters.empty() &&
+                                   operation.m_Parameters.back().m_eKind == ParameterKind::CURVE);
+    if (!shown || m_Document.fnGetHistogram() ||
         fnCountBytes(image.Width, image.Height, image.BitCount) < kShownBytes)
         return true;
     return fnRun(tr("Counting"), [&](CqProgressDisplay* progress) {
