@@ -23,7 +23,9 @@
 
 #include "plugins/PictureTypes.h"
 
+/// The number of GIF.
 inline constexpr auto PICTURE_GIF = static_cast<PICTURE_FORMAT>(PICTURE_OF_HOST + 1);
+/// The number of WebP.
 inline constexpr auto PICTURE_WEBP = static_cast<PICTURE_FORMAT>(PICTURE_OF_HOST + 2);
 
 /// Adds both formats for the rest of the program. False if their numbers are taken.
