@@ -18,6 +18,7 @@ std::vector<CurvePoint> fnSelectChannel(std::span<const int> values, int channel
         if (const CurvePoint point = fnUnpackPoint(value); point.m_nChannel == channel)
             points.insert_or_assign(point.m_nX, point);
     std::vector<CurvePoint> sorted;
+    sorted.reserve(points.size());
     for (const auto& [x, point] : points)
         sorted.push_back(point);
     return sorted;
