@@ -148,6 +148,7 @@ public:
     /// Whether the main window holds the windows of several documents. Its title is then the host's
     /// string 128.
     virtual bool IsMDI() const { return false; }
-    /// Stores the window title of the first document template in `title`; false if there is no template.
+    /// Stores the window title of the first document template in `title`; false if there is no
+    /// template.
     virtual bool GetTemplateTitle(CString& /*title*/) const { return false; }
 };

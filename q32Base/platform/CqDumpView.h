@@ -73,8 +73,9 @@ public:
 
     /// Replaces the text: `length` bytes, none of them NUL.
     virtual void fnSetText(const char* text, std::size_t length) = 0;
-    /// Appends `length` bytes to the text, none of them NUL, in time that doesn't depend on its present length. False, with nothing
-    /// changed, if the back end can't; it then receives the whole text by `fnSetText`.
+    /// Appends `length` bytes to the text, none of them NUL, in time that doesn't depend on its
+    /// present length. False, with nothing changed, if the back end can't; it then receives the
+    /// whole text by `fnSetText`.
     virtual bool fnAppendText(const char* /*text*/, std::size_t /*length*/) { return false; }
     /// The whole text.
     virtual std::string fnGetText() const = 0;
