@@ -1,7 +1,8 @@
 /// @file
 /// GIF and WebP, by the interface for formats of a host's own (CqPictureCodec.h). They are built
-/// where giflib and libwebp are installed, for this project's own programs; a host that wants them
-/// compiles these sources with its own.
+/// where giflib and libwebp are installed, for this project's own programs, and aren't installed; a
+/// host that wants them compiles the sources with its own: GifFile.cpp, WebpFile.cpp,
+/// WebFormats.cpp and WebFormats_p.h.
 ///
 /// GIF is read. The first frame is the picture, on a canvas of the size that the file declares, or
 /// larger if the frame needs it. A frame that fills the canvas and has no transparent colour
@@ -28,5 +29,6 @@ inline constexpr auto PICTURE_GIF = static_cast<PICTURE_FORMAT>(PICTURE_OF_HOST 
 /// The number of WebP.
 inline constexpr auto PICTURE_WEBP = static_cast<PICTURE_FORMAT>(PICTURE_OF_HOST + 2);
 
-/// Adds both formats for the rest of the program. False if their numbers are taken.
+/// Adds both formats for the rest of the program. False if their numbers are taken. Not in the
+/// installed library.
 bool q32AddWebFormats();
