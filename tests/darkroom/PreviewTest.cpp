@@ -161,7 +161,7 @@ TEST_F(DarkroomPreview, ABlurTakesInWhatLiesBeyondTheEdgesOfTheView) {
         q32WritePicture(QFile::encodeName(path).constData(), image, PICTURE_PNG).fnIsDone());
     ASSERT_TRUE(m_pWindow->fnOpen(path));
     for (const double zoom : {1.0, 0.5}) {
-        fnZoomTo(zoom);
+        fnZoomTo(zoom * fnView().devicePixelRatioF()); // a part as wide on each screen
         const CRect seen = fnView().fnGetVisible();
         fnView().fnCenterOn({1000 + seen.Width() / 2.0, 450});
         QCoreApplication::processEvents();
