@@ -78,7 +78,7 @@ bool WebpReader::fnLoad() {
         return false;
     m_File.resize(bytes);
     std::copy(std::begin(head), std::end(head), m_File.begin());
-    return m_Reader.fnRead(&m_File[kHeadBytes], m_File.size() - kHeadBytes);
+    return m_Reader.fnRead(m_File.data() + kHeadBytes, m_File.size() - kHeadBytes);
 }
 
 bool WebpReader::fnOpen() {

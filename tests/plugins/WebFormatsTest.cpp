@@ -436,6 +436,14 @@ TEST_F(WebFormats, ADamagedWebpIsRefusedOrReadAndLeavesTheImage) {
     fnExpectDamageBorne(fnMakeAnimation(fnMakeWebp(*fnMakeNoise(20, 10, 24, 3)), 2));
 }
 
+TEST_F(WebFormats, TheHeadOfAWebpAloneIsDamaged) {
+    const Bytes head = {'R', 'I', 'F', 'F', 4, 0, 0, 0, 'W', 'E', 'B', 'P'};
+    fnPut(head);
+    CqImage image;
+    EXPECT_EQ(q32ReadPicture(kPath, image).m_nMsgId, -6);
+    EXPECT_EQ(image.TileMap, nullptr);
+}
+
 TEST_F(WebFormats, LimitsAbortsAndFailuresOfMemoryEndTheReadingOfAWebp) {
     const auto image = fnMakeNoise(60, 40, 24, 3);
     const Bytes file = fnMakeWebp(*image);
