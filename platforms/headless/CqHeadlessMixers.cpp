@@ -181,6 +181,6 @@ std::unique_ptr<CqMixer> CqHeadlessMixers::fnOpen(std::uint32_t index, Changed c
     auto open = std::make_shared<State::Open>(State::Open{index, std::move(changed)});
     auto mixer = std::make_unique<Mixer>(m_pState, open, m_pCalls);
     std::erase_if(m_pState->m_Open, [](const auto& former) { return former.expired(); });
-    m_pState->m_Open.push_back(std::move(open));
+    m_pState->m_Open.emplace_back(open);
     return mixer;
 }
