@@ -49,7 +49,7 @@ public:
 
     std::uint32_t m_nStarved = kNone;
     std::atomic<std::uint32_t> m_nPieces = 0; ///< of the last task
-    std::atomic<std::uint32_t> m_nMet = 0;    ///< pieces that wanted memory and found none
+    std::atomic<std::uint32_t> m_nMet = 0;    ///< pieces that needed memory and found none
 
 private:
     class Starved final : public CqWorkPieces {

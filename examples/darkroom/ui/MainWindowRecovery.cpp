@@ -85,14 +85,10 @@ void MainWindow::fnOfferRecovery() {
             tr("The program ended before changes of %1 were saved. Open what it kept of them?")
                 .arg(name),
             QMessageBox::Open | QMessageBox::Discard | QMessageBox::Cancel);
-        if (answer == QMessageBox::Discard) {
-            m_Recovery.fnDrop();
-            continue;
-        }
         if (answer == QMessageBox::Open && fnOpenRecovered(name))
             return;
-        later << m_Recovery.fnGetPath();
-        m_Recovery.fnRelease();
+        later << m_Recovery.fnGetPath(); // a file that can't be deleted isn't offered again either
+        answer == QMessageBox::Discard ? m_Recovery.fnDrop() : m_Recovery.fnRelease();
     }
 }
 
